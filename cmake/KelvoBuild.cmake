@@ -1,0 +1,44 @@
+# Settings that hold for every target: language level, tools, sanitizers and the warnings target.
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_STANDARD 17) # The service sets 20 for its coroutines.
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+endif()
+
+# Files above 2 GiB on the 32-bit console; its time_t stays 32 bits, as the host's libraries have it.
+add_compile_definitions(_FILE_OFFSET_BITS=64)
+add_link_options(-Wl,-z,defs)
+
+find_program(KELVO_CCACHE ccache)
+if(KELVO_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${KELVO_CCACHE}")
+    set(CMAKE_C_COMPILER_LAUNCHER "${KELVO_CCACHE}")
+endif()
+find_program(KELVO_MOLD mold)
+if(KELVO_MOLD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT CMAKE_CROSSCOMPILING)
+    add_link_options(-fuse-ld=mold)
+endif()
+
+if(KELVO_SANITIZE)
+    add_compile_options(-fsanitize=${KELVO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${KELVO_SANITIZE})
+endif()
+
+add_library(kelvo_warnings INTERFACE)
+add_library(kelvo::warnings ALIAS kelvo_warnings)
+target_compile_options(kelvo_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+# What all our Qt code is held to.
+add_library(kelvo_qt_rules INTERFACE)
+add_library(kelvo::qt_rules ALIAS kelvo_qt_rules)
+target_compile_definitions(kelvo_qt_rules INTERFACE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_FOREACH
+    QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
