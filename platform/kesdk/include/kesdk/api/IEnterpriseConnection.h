@@ -1,0 +1,110 @@
+// The client SDK's connection to the service, and the factory that makes one.
+#pragma once
+
+#include "kesdk/api/CErrorMsg.h"
+#include "kesdk/api/Environment.h"
+#include "kesdk/api/ISubscriable.h"
+#include "kesdk/api/Resources.h"
+#include "kesdk/api/xal_list.h"
+
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace kesdk::api {
+
+// A session with the service and everything that can be asked of it.
+//
+// Thread safety: all operations are called from one thread (the owner's). Listeners are called on
+// the connection's own notification thread, never from inside a caller's call.
+// Blocking: every operation but Login and ReportPosition may wait for the network, within bounds:
+// connecting 10 s, getters 15 s in all, Logout 2 s; a transfer as long as bytes move.
+// Errors: a false (or empty) result leaves records in GetLastErrors(), most recent first; each
+// operation clears them when it starts. Without a session every operation fails at once.
+class IEnterpriseConnection
+{
+public:
+    // Set of the ids of the user inboxes that receive an upload.
+    using TargetIds = std::set<std::uint64_t>;
+
+    IEnterpriseConnection() = default;
+    IEnterpriseConnection(const IEnterpriseConnection&) = delete;
+    IEnterpriseConnection& operator=(const IEnterpriseConnection&) = delete;
+
+    // Ends running work and joins the connection's threads. Once it returns, no listener call is
+    // running or will start.
+    virtual ~IEnterpriseConnection() = default;
+
+    // Starts a login; the outcome arrives as connection states 1, then 3 or 4. True when it was
+    // started, or one is in flight already (the second is ignored). False leaves records in
+    // GetLastLoginErrors(). The two last arguments are reserved: pass null and 0.
+    virtual bool Login(const std::wstring& userName, const std::wstring& password,
+                       const void* reserved, std::uint32_t reservedFlags) = 0;
+
+    // Ends the session, locally always, on the service if it can be reached within 2 s. True when
+    // a session was ended; connection state 0 follows.
+    virtual bool Logout() = 0;
+
+    // Whether a session stands. Does not touch the network; a lost link is not a lost session.
+    virtual bool IsLoggedIn() = 0;
+
+    virtual xal_list<CErrorMsg> GetLastErrors() = 0;
+
+    // The errors of the last login, kept apart because they come from another thread. Cleared when
+    // the next login starts.
+    virtual xal_list<CErrorMsg> GetLastLoginErrors() = 0;
+
+    // The listener gets the kinds of events that it carries, until it is withdrawn. Not owned.
+    virtual void Subscribe(ISubscriable* listener) = 0;
+    // Once it returns, no call of the listener is running or will start.
+    virtual void Unsubscribe(ISubscriable* listener) = 0;
+
+    // Answered from the snapshot of the account while the event stream is live or the service out
+    // of reach, in the service's order.
+    virtual std::vector<EnterpriseProject> GetProjects() = 0;
+    virtual std::list<EnterpriseResourceWithContent>
+    GetProjectResources(std::int64_t projectId) = 0;
+    virtual EnterpriseResourceWithContent GetResourceWithContent(std::int64_t resourceId) = 0;
+    virtual CurrentUser GetCurrentUser() = 0;
+
+    // Creates the user's inbox in the project of that name. True when it exists afterwards; safe to
+    // repeat.
+    virtual bool CreateUserInbox(const std::wstring& projectName) = 0;
+
+    // Sends a file into every target, all or none. True means kept: the service has committed bytes
+    // with the digest that was computed while they were read. Safe to repeat.
+    virtual bool Upload(const wchar_t* localPath, const TargetIds& targetInboxIds) = 0;
+
+    // Fetches a file. True: the whole file, verified and synced, stands under localPath. False:
+    // nothing new does.
+    virtual bool Download(std::int64_t resourceId, const wchar_t* localPath) = 0;
+
+    // Moves a file to the farm's bin.
+    virtual bool Delete(std::int64_t resourceId) = 0;
+
+    virtual bool SendEnvironment(const Environment& environment) = 0;
+    // `sharing` is true for a connected device, false for a disconnected one.
+    virtual bool MeasDeviceConnected(const Environment::MeasDeviceReport& report, bool sharing) = 0;
+    // Non-zero on success.
+    virtual std::int32_t MeasDeviceDisconnected(const Environment::MeasDeviceReport& report,
+                                                bool sharing) = 0;
+
+    // Never blocks: the position goes to a mailbox that keeps only the latest.
+    virtual bool ReportPosition(const Position& position) = 0;
+
+    // Asked from time to time while an operation waits, on the thread that called it; when it says
+    // true, the running operation (but a Logout) fails within 1 s. Empty: never abort.
+    virtual void SetAbortCheck(std::function<bool()> shouldAbort) = 0;
+};
+
+// Makes a connection to the API at `url` (scheme https, host[:port], path). Does not touch the
+// network. False (and a null `*out`) when the URL is unusable. The caller owns the connection.
+#if defined(KESDK_BUILDING_LIBRARY)
+__attribute__((visibility("default")))
+#endif
+bool CreateKESDKInstance(IEnterpriseConnection** out, const char* url);
+
+} // namespace kesdk::api
