@@ -1,0 +1,43 @@
+// The value types that cross between the screens, the hub and the worker.
+#pragma once
+
+#include <QtCore/QList>
+#include <QtCore/QMetaType>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+// The kinds of data that the console exchanges with the service. The values are part of the
+// contract: they travel as int in every signal and index tables of seven.
+enum EKelvoProjects : int {
+    ePrescriptionMaps = 0,
+    eJobReports = 1,
+    eABLines = 2,
+    eCurves = 3,
+    ePivots = 4,
+    eOptimalLines = 5,
+    eProjectLines = 6,
+};
+
+constexpr int KELVO_PROJECT_COUNT = 7;
+
+// The files in one inbox that the console can take: entry i of one list belongs to entry i of the
+// other. The order is the service's; a name may occur more than once.
+class KelvoFileInfoList
+{
+public:
+    QList<long> fileIds; // `long` has 32 bits on the console
+    QStringList fileNames;
+};
+
+// One file that failed in an upload, a download, a deletion or an inbox set-up.
+struct KelvoFileTransferErrorDetails
+{
+    QString fileName; // bare name, or a text that stands for all files
+    QString errorMsg; // for the operator
+};
+
+// Signals spell the list by this name: it is the one that is registered.
+using KelvoFileTransferErrorDetailsList = QList<KelvoFileTransferErrorDetails>;
+
+Q_DECLARE_METATYPE(KelvoFileInfoList)
+Q_DECLARE_METATYPE(KelvoFileTransferErrorDetails)

@@ -1,0 +1,55 @@
+// Error texts, wide strings and the millisecond clock.
+#include "worker/SdkBoundary.h"
+
+#include <QtGui/QTextDocument>
+
+#include <chrono>
+
+namespace {
+
+QString PlainText(QTextDocument& document, const std::wstring& html)
+{
+    document.setHtml(QString::fromWCharArray(html.c_str()));
+    return document.toPlainText();
+}
+
+} // namespace
+
+QString GetLastErrorMsg(const xal_list<kesdk::api::CErrorMsg>& errors)
+{
+    if (errors.empty()) {
+        return QString();
+    }
+    const kesdk::api::CErrorMsg newest = errors.front();
+    QTextDocument document;
+    const QString first = PlainText(document, newest.text1);
+    const QString second = PlainText(document, newest.text2);
+    const QString third = PlainText(document, newest.text3);
+
+    if (!first.isEmpty()) {
+        return second.isEmpty() || second == first ? first : first + QLatin1Char('\n') + second;
+    }
+    if (!second.isEmpty()) {
+        return second;
+    }
+    return third.isEmpty() ? QStringLiteral("Unknown error occurred") : third;
+}
+
+int QStringToTCHAR(QString text, wchar_t* buffer, int bufferSize)
+{
+    if (buffer == nullptr || bufferSize <= 0) {
+        return 0;
+    }
+    if (bufferSize <= text.length()) {
+        text.truncate(bufferSize - 1);
+    }
+    const int written = text.toWCharArray(buffer);
+    buffer[written] = L'\0';
+    return written;
+}
+
+qint64 getPosixCurrentTime()
+{
+    const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch).count() / 1000000;
+}
