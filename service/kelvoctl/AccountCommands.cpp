@@ -1,0 +1,224 @@
+// login, logout, and what the administrator does with farms and users.
+#include "service/kelvoctl/Commands.h"
+#include "service/kelvoctl/Encoding.h"
+#include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/Passwords.h"
+
+#include <iostream>
+
+namespace kelvoctl {
+namespace {
+
+using nlohmann::json;
+
+struct UserOptions
+{
+    std::string name;
+    std::string farm;
+    std::string role = "operator";
+    std::string passwordFile;
+};
+
+std::string farmOf(const json& user)
+{
+    return user.at("farm").is_object() ? user.at("farm").at("name").get<std::string>() : "";
+}
+
+std::string describe(const json& user)
+{
+    const std::string farm = farmOf(user);
+    return printable(user.at("name").get<std::string>() + " (" +
+                     user.at("role").get<std::string>() + (farm.empty() ? "" : " of " + farm) +
+                     (user.at("disabled").get<bool>() ? ", disabled" : "") + ")");
+}
+
+void login(Context& context, const UserOptions& options)
+{
+    const std::unique_ptr<ApiClient> client = context.anonymousClient();
+    const std::string password = readPassword(options.passwordFile, "KELVOCTL_PASSWORD",
+                                              "Password of " + options.name + ": ");
+    const json reply =
+        client->call("POST", "/sessions", json{{"user", options.name}, {"password", password}});
+    const json& user = reply.at("user");
+    context.adopt(
+        {context.effectiveServer(), context.effectiveCa(), user.at("name"), reply.at("token")});
+    context.print({{"user", user}, {"expires_at", reply.at("expires_at")}},
+                  "Logged in as " + describe(user) + ".");
+}
+
+// The local session goes also when the service no longer knows it.
+void logout(Context& context)
+{
+    ApiClient& client = context.client();
+    Request request;
+    request.method = "DELETE";
+    request.path = "/sessions/current";
+    const Response response = client.send(request);
+    if (response.status != 204 && response.status != 401) {
+        throwRefused(response);
+    }
+    context.forget();
+}
+
+void addFarm(Context& context, const std::string& name)
+{
+    const json farm = context.client().call("POST", "/farms", json{{"name", name}});
+    context.print(farm, "Made the farm " + printable(farm.at("name").get<std::string>()) + ".");
+}
+
+void listFarms(Context& context)
+{
+    const json farms = context.client().call("GET", "/farms").at("farms");
+    if (context.json) {
+        std::cout << oneLine(farms) << std::endl;
+        return;
+    }
+    for (const json& farm : farms) {
+        std::cout << farm.at("id") << "  " << printable(farm.at("name").get<std::string>()) << "\n";
+    }
+}
+
+std::string newPassword(const UserOptions& options)
+{
+    return readPassword(options.passwordFile, "KELVOCTL_NEW_PASSWORD",
+                        "New password of " + options.name + ": ");
+}
+
+void addUser(Context& context, const UserOptions& options)
+{
+    if (options.farm.empty() != (options.role == "admin")) {
+        throw UsageError("An operator or office user needs --farm, an admin has none.");
+    }
+    ApiClient& client = context.client();
+    json body = {
+        {"name", options.name}, {"role", options.role}, {"password", newPassword(options)}};
+    if (!options.farm.empty()) {
+        body["farm"] = options.farm;
+    }
+    const json user = client.call("POST", "/users", body);
+    context.print(user, "Made the user " + describe(user) + ".");
+}
+
+json usersOf(Context& context, const std::string& farm)
+{
+    const std::string query = farm.empty() ? "" : "?farm=" + percentEncoded(farm);
+    return context.client().call("GET", "/users" + query).at("users");
+}
+
+void listUsers(Context& context, const std::string& farm)
+{
+    const json users = usersOf(context, farm);
+    if (context.json) {
+        std::cout << oneLine(users) << std::endl;
+        return;
+    }
+    for (const json& user : users) {
+        std::cout << user.at("id") << "  " << describe(user) << "\n";
+    }
+}
+
+void changeUser(Context& context, const std::string& name, const json& change)
+{
+    for (const json& user : usersOf(context, "")) {
+        if (user.at("name") == name) {
+            const std::string path = "/users/" + std::to_string(user.at("id").get<int>());
+            const json changed = context.client().call("PATCH", path, change);
+            context.print(changed, "Changed the user " + describe(changed) + ".");
+            return;
+        }
+    }
+    throw Refused(0, "Not found", "There is no user " + printable(name) + ".");
+}
+
+void addFarmCommands(CLI::App& line, Context& context, const std::shared_ptr<UserOptions>& options)
+{
+    CLI::App* farm = line.add_subcommand("farm", "Farms (administrator)")->fallthrough();
+    farm->require_subcommand(1);
+    CLI::App* add = farm->add_subcommand("add", "Make a farm")->fallthrough();
+    add->add_option("NAME", options->farm, "The farm's name")->required();
+    add->callback([&context, options] {
+        context.action = [&context, options] { addFarm(context, options->farm); };
+    });
+    CLI::App* list = farm->add_subcommand("list", "All farms")->fallthrough();
+    list->callback([&context] { context.action = [&context] { listFarms(context); }; });
+}
+
+void addNewPasswordOption(CLI::App& command, const std::shared_ptr<UserOptions>& options)
+{
+    command
+        .add_option("--new-password-file", options->passwordFile,
+                    "File with the new password (else KELVOCTL_NEW_PASSWORD, else the terminal)")
+        ->type_name("FILE");
+}
+
+void addUserChanges(CLI::App& user, Context& context, const std::shared_ptr<UserOptions>& options)
+{
+    struct Change
+    {
+        const char* name;
+        const char* help;
+        bool disabled;
+    };
+    for (const Change& change : {Change{"disable", "Disable a user and end the sessions", true},
+                                 Change{"enable", "Enable a user again", false}}) {
+        CLI::App* command = user.add_subcommand(change.name, change.help)->fallthrough();
+        command->add_option("NAME", options->name, "The user")->required();
+        command->callback([&context, options, disabled = change.disabled] {
+            context.action = [&context, options, disabled] {
+                changeUser(context, options->name, {{"disabled", disabled}});
+            };
+        });
+    }
+    CLI::App* passwd =
+        user.add_subcommand("passwd", "Set a user's password and end the sessions")->fallthrough();
+    passwd->add_option("NAME", options->name, "The user")->required();
+    addNewPasswordOption(*passwd, options);
+    passwd->callback([&context, options] {
+        context.action = [&context, options] {
+            changeUser(context, options->name, {{"password", newPassword(*options)}});
+        };
+    });
+}
+
+void addUserCommands(CLI::App& line, Context& context, const std::shared_ptr<UserOptions>& options)
+{
+    CLI::App* user = line.add_subcommand("user", "Users (administrator)")->fallthrough();
+    user->require_subcommand(1);
+    CLI::App* add = user->add_subcommand("add", "Make a user")->fallthrough();
+    add->add_option("NAME", options->name, "The user's name")->required();
+    add->add_option("--farm", options->farm, "The user's farm")->type_name("NAME");
+    add->add_option("--role", options->role, "operator, office or admin")
+        ->check(CLI::IsMember({"operator", "office", "admin"}))
+        ->capture_default_str();
+    addNewPasswordOption(*add, options);
+    add->callback([&context, options] {
+        context.action = [&context, options] { addUser(context, *options); };
+    });
+    CLI::App* list = user->add_subcommand("list", "All users")->fallthrough();
+    list->add_option("--farm", options->farm, "Only those of this farm")->type_name("NAME");
+    list->callback([&context, options] {
+        context.action = [&context, options] { listUsers(context, options->farm); };
+    });
+    addUserChanges(*user, context, options);
+}
+
+} // namespace
+
+void addAccountCommands(CLI::App& line, Context& context)
+{
+    const auto options = std::make_shared<UserOptions>();
+    CLI::App* in = line.add_subcommand("login", "Log in and remember the session")->fallthrough();
+    in->add_option("USER", options->name, "The user's name")->required();
+    in->add_option("--password-file", options->passwordFile,
+                   "File with the password (else KELVOCTL_PASSWORD, else the terminal)")
+        ->type_name("FILE");
+    in->callback([&context, options] {
+        context.action = [&context, options] { login(context, *options); };
+    });
+    CLI::App* out = line.add_subcommand("logout", "End the session and forget it")->fallthrough();
+    out->callback([&context] { context.action = [&context] { logout(context); }; });
+    addFarmCommands(line, context, options);
+    addUserCommands(line, context, options);
+}
+
+} // namespace kelvoctl

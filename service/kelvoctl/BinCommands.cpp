@@ -1,0 +1,61 @@
+// rm and bin: removing files and getting them back.
+#include "service/kelvoctl/Commands.h"
+#include "service/kelvoctl/Encoding.h"
+
+#include <iostream>
+
+namespace kelvoctl {
+namespace {
+
+using nlohmann::json;
+
+void listBin(Context& context)
+{
+    const json files = context.client().call("GET", "/bin").at("files");
+    if (context.json) {
+        std::cout << oneLine(files) << std::endl;
+        return;
+    }
+    for (const json& file : files) {
+        std::cout << file.at("id") << "  " << file.at("size") << "  removed "
+                  << printable(file.at("deleted_at").get<std::string>()) << " by "
+                  << printable(file.at("deleted_by").get<std::string>()) << "  "
+                  << printable(file.at("name").get<std::string>()) << "\n";
+    }
+}
+
+void restore(Context& context, int id)
+{
+    const json file = context.client().call("POST", "/bin/" + std::to_string(id) + "/restore");
+    context.print(file, "Restored " + printable(file.at("name").get<std::string>()) + ".");
+}
+
+void addId(CLI::App& command, const std::shared_ptr<int>& id)
+{
+    command.add_option("ID", *id, "The file's id, as ls shows it")
+        ->required()
+        ->check(CLI::PositiveNumber);
+}
+
+} // namespace
+
+void addBinCommands(CLI::App& line, Context& context)
+{
+    const auto id = std::make_shared<int>(0);
+    CLI::App* rm = line.add_subcommand("rm", "Remove a file into the farm's bin")->fallthrough();
+    addId(*rm, id);
+    rm->callback([&context, id] {
+        context.action = [&context, id] {
+            context.client().call("DELETE", "/resources/" + std::to_string(*id));
+        };
+    });
+    CLI::App* bin = line.add_subcommand("bin", "The farm's bin (office)")->fallthrough();
+    bin->require_subcommand(1);
+    CLI::App* list = bin->add_subcommand("list", "What can be restored")->fallthrough();
+    list->callback([&context] { context.action = [&context] { listBin(context); }; });
+    CLI::App* back = bin->add_subcommand("restore", "Put a file back")->fallthrough();
+    addId(*back, id);
+    back->callback([&context, id] { context.action = [&context, id] { restore(context, *id); }; });
+}
+
+} // namespace kelvoctl

@@ -1,0 +1,161 @@
+// get: fetches a file whole and verified, or leaves nothing under its name.
+#include "service/kelvoctl/Backoff.h"
+#include "service/kelvoctl/Commands.h"
+#include "service/kelvoctl/Encoding.h"
+#include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/Files.h"
+#include "service/kelvoctl/Sha256.h"
+
+#include <fcntl.h>
+
+#include <iostream>
+
+namespace kelvoctl {
+namespace {
+
+using nlohmann::json;
+
+constexpr int kAttempts = 8;
+
+struct GetOptions
+{
+    int id = 0;
+    std::string output;
+};
+
+// Where the file goes. A name that the service chose may neither be a path nor replace anything.
+std::filesystem::path destination(const GetOptions& options, const std::string& name)
+{
+    std::filesystem::path path = options.output;
+    const bool named = !path.empty() && !std::filesystem::is_directory(path);
+    if (named) {
+        return path;
+    }
+    if (!isSafeFileName(name)) {
+        throw Refused(0, "Unsafe name",
+                      "\"" + printable(name) + "\" would be a path here; choose a name with -o.");
+    }
+    path /= name;
+    if (std::filesystem::exists(std::filesystem::symlink_status(path))) {
+        throw UsageError(path.string() + " is there already; choose a name with -o.");
+    }
+    return path;
+}
+
+// The content on its way to NAME.part. Goes on after a cut; If-Match keeps all parts of one
+// content.
+class Download
+{
+public:
+    Download(Context& context, const json& file, const std::filesystem::path& target)
+        : m_client(context.client()),
+          m_file(file),
+          m_sizeBytes(file.at("size").get<std::uint64_t>()),
+          m_target(target),
+          m_part(target.string() + ".part"),
+          m_output(openFile(m_part, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, 0666))
+    {}
+
+    void run()
+    {
+        try {
+            Backoff backoff(kAttempts);
+            while (m_received < m_sizeBytes) {
+                fetch(backoff);
+            }
+            if (hexDigest(m_sha256.digest()) != m_file.at("sha256").get<std::string>()) {
+                throw Unreachable("What arrived is not what the service promised.", false);
+            }
+            commitFile(m_output, m_part, m_target);
+        } catch (...) {
+            std::error_code ignored;
+            std::filesystem::remove(m_part, ignored);
+            throw;
+        }
+    }
+
+private:
+    void fetch(Backoff& backoff)
+    {
+        Request request;
+        request.method = "GET";
+        request.path = "/resources/" + m_file.at("id").dump() + "/content";
+        request.headers = {"If-Match: " + m_file.at("etag").get<std::string>()};
+        const std::uint64_t start = m_received;
+        if (start > 0) {
+            request.headers.push_back("Range: bytes=" + std::to_string(start) + "-");
+        }
+        request.onContent = [&](long status, const Headers&, std::string_view bytes) {
+            if (status != (start > 0 ? 206 : 200)) {
+                throw Unreachable("The service does not go on where it was asked to.", false);
+            }
+            take(bytes);
+            return true;
+        };
+        try {
+            m_client.expect(request);
+        } catch (const Unreachable& failure) {
+            if (m_received > start) {
+                backoff.progressed();
+            }
+            if (!failure.mayHeal() || !backoff.wait()) {
+                throw;
+            }
+            return;
+        }
+        if (m_received < m_sizeBytes) {
+            throw Unreachable("The service sent less than it promised.", false);
+        }
+    }
+
+    void take(std::string_view bytes)
+    {
+        m_received += bytes.size();
+        if (m_received > m_sizeBytes) {
+            throw Unreachable("The service sent more than it promised.", false);
+        }
+        m_sha256.add(bytes);
+        writeAll(m_output, bytes, m_part);
+    }
+
+    ApiClient& m_client;
+    const json& m_file;
+    std::uint64_t m_sizeBytes;
+    std::filesystem::path m_target;
+    std::filesystem::path m_part;
+    Descriptor m_output;
+    std::uint64_t m_received = 0;
+    Sha256 m_sha256;
+};
+
+void get(Context& context, const GetOptions& options)
+{
+    const json file = context.client().call("GET", "/resources/" + std::to_string(options.id));
+    if (file.at("kind") != "file") {
+        throw Refused(0, "Not a file", "The id is that of a project or an inbox.");
+    }
+    const std::filesystem::path target = destination(options, file.at("name").get<std::string>());
+    Download(context, file, target).run();
+    json result = file;
+    result["saved_as"] = target.string();
+    context.print(result, target.string());
+}
+
+} // namespace
+
+void addDownloadCommand(CLI::App& line, Context& context)
+{
+    const auto options = std::make_shared<GetOptions>();
+    CLI::App* command = line.add_subcommand("get", "Fetch a file")->fallthrough();
+    command->add_option("ID", options->id, "The file's id, as ls shows it")
+        ->required()
+        ->check(CLI::PositiveNumber);
+    command
+        ->add_option("-o,--output", options->output,
+                     "Where to save it, replacing what is there (default: its own name, here)")
+        ->type_name("FILE");
+    command->callback(
+        [&context, options] { context.action = [&context, options] { get(context, *options); }; });
+}
+
+} // namespace kelvoctl

@@ -1,0 +1,74 @@
+// Small encodings: percent, base64, what may be a file name here, and what may go to a terminal.
+#include "service/kelvoctl/Encoding.h"
+
+#include <algorithm>
+
+namespace kelvoctl {
+namespace {
+
+constexpr std::string_view kBase64 =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::string_view kHex = "0123456789ABCDEF";
+
+// Locale-free on purpose: bytes above 0x7F belong to UTF-8 and are none of these.
+bool isUnreserved(unsigned char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+           c == '.' || c == '_' || c == '~';
+}
+
+bool isControl(unsigned char c)
+{
+    return c < 0x20 || c == 0x7F;
+}
+
+} // namespace
+
+std::string percentEncoded(std::string_view text)
+{
+    std::string out;
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (isUnreserved(byte)) {
+            out += character;
+        } else {
+            out += {'%', kHex[byte >> 4], kHex[byte & 15]};
+        }
+    }
+    return out;
+}
+
+std::string base64(std::string_view bytes)
+{
+    std::string out;
+    for (std::size_t at = 0; at < bytes.size(); at += 3) {
+        const std::size_t count = std::min<std::size_t>(3, bytes.size() - at);
+        unsigned group = 0;
+        for (std::size_t i = 0; i < 3; ++i) {
+            group = (group << 8) | (i < count ? static_cast<unsigned char>(bytes[at + i]) : 0U);
+        }
+        for (std::size_t i = 0; i < 4; ++i) {
+            out += i <= count ? kBase64[(group >> (18 - 6 * i)) & 63] : '=';
+        }
+    }
+    return out;
+}
+
+bool isSafeFileName(std::string_view name)
+{
+    return !name.empty() && name != "." && name != ".." &&
+           std::none_of(name.begin(), name.end(), [](char c) {
+               return c == '/' || isControl(static_cast<unsigned char>(c));
+           });
+}
+
+std::string printable(std::string_view text)
+{
+    std::string out{text};
+    std::replace_if(
+        out.begin(), out.end(), [](char c) { return isControl(static_cast<unsigned char>(c)); },
+        '?');
+    return out;
+}
+
+} // namespace kelvoctl

@@ -1,0 +1,80 @@
+// ls: what the caller may see of the farm's inboxes.
+#include "service/kelvoctl/Commands.h"
+#include "service/kelvoctl/Encoding.h"
+#include "service/kelvoctl/Failures.h"
+
+#include <iostream>
+
+namespace kelvoctl {
+namespace {
+
+using nlohmann::json;
+
+struct ListOptions
+{
+    std::string project;
+    std::string owner;
+};
+
+void printInbox(const json& project, const json& inbox)
+{
+    std::cout << project.at("name").get<std::string>() << " / "
+              << printable(inbox.at("owner").at("name").get<std::string>()) << "  (inbox "
+              << inbox.at("id") << (inbox.contains("entries") ? ")" : ", not readable)") << "\n";
+    for (const json& file : inbox.value("entries", json::array())) {
+        std::cout << "  " << file.at("id") << "  " << file.at("size") << "  "
+                  << printable(file.at("created_at").get<std::string>()) << "  "
+                  << printable(file.at("name").get<std::string>()) << "\n";
+    }
+}
+
+// The projects with only the inboxes that were asked for.
+json chosen(const json& projects, const ListOptions& options)
+{
+    json result = json::array();
+    for (json project : projects) {
+        if (!options.project.empty() && project.at("name") != options.project) {
+            continue;
+        }
+        json inboxes = json::array();
+        for (const json& inbox : project.at("resources")) {
+            if (options.owner.empty() || inbox.at("owner").at("name") == options.owner) {
+                inboxes.push_back(inbox);
+            }
+        }
+        project["resources"] = inboxes;
+        result.push_back(project);
+    }
+    if (result.empty() && !options.project.empty()) {
+        throw Refused(0, "Not found", "There is no project " + printable(options.project) + ".");
+    }
+    return result;
+}
+
+void list(Context& context, const ListOptions& options)
+{
+    const json projects = chosen(context.client().call("GET", "/account").at("projects"), options);
+    if (context.json) {
+        std::cout << oneLine(projects) << std::endl;
+        return;
+    }
+    for (const json& project : projects) {
+        for (const json& inbox : project.at("resources")) {
+            printInbox(project, inbox);
+        }
+    }
+}
+
+} // namespace
+
+void addListCommand(CLI::App& line, Context& context)
+{
+    const auto options = std::make_shared<ListOptions>();
+    CLI::App* ls = line.add_subcommand("ls", "Inboxes and their files")->fallthrough();
+    ls->add_option("PROJECT", options->project, "Only this project, such as \"To Console\"");
+    ls->add_option("--owner", options->owner, "Only this user's inboxes")->type_name("NAME");
+    ls->callback(
+        [&context, options] { context.action = [&context, options] { list(context, *options); }; });
+}
+
+} // namespace kelvoctl

@@ -1,0 +1,59 @@
+// The session between two runs of the tool: where the service is and the token that it gave.
+#include "service/kelvoctl/Session.h"
+
+#include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/Files.h"
+
+#include <fcntl.h>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+namespace kelvoctl {
+
+using nlohmann::json;
+
+std::optional<Session> Session::load(const std::filesystem::path& file)
+{
+    struct stat state = {};
+    if (::stat(file.c_str(), &state) != 0) {
+        return std::nullopt;
+    }
+    if ((state.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+        throw UsageError(file.string() + " is open to others; log in again after removing it.");
+    }
+    std::ifstream stream(file, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(stream), {}};
+    try {
+        const json value = json::parse(text);
+        return Session{value.at("server"), value.at("ca"), value.at("user"), value.at("token")};
+    } catch (const json::exception&) {
+        throw UsageError(file.string() + " is no session file; log in again after removing it.");
+    }
+}
+
+void Session::save(const std::filesystem::path& file) const
+{
+    const json value = {{"server", server}, {"ca", ca}, {"user", user}, {"token", token}};
+    replacePrivateFile(file, value.dump(2) + "\n");
+}
+
+void Session::remove(const std::filesystem::path& file)
+{
+    std::error_code ignored; // Gone already is as good.
+    std::filesystem::remove(file, ignored);
+}
+
+std::filesystem::path Session::defaultFile()
+{
+    const char* home = std::getenv("HOME");
+    if (home == nullptr || *home == '\0') {
+        throw UsageError("HOME is not set: say where the session is kept with --session.");
+    }
+    return std::filesystem::path(home) / ".config" / "kelvoctl" / "session.json";
+}
+
+} // namespace kelvoctl

@@ -1,0 +1,276 @@
+// put: sends files into inboxes, and goes on where a cut connection stopped it.
+#include "service/kelvoctl/Backoff.h"
+#include "service/kelvoctl/Commands.h"
+#include "service/kelvoctl/Encoding.h"
+#include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/UploadSource.h"
+
+#include <iostream>
+#include <random>
+
+namespace kelvoctl {
+namespace {
+
+using nlohmann::json;
+
+constexpr int kAttempts = 8;
+constexpr long kLongestRetryAfterSeconds = 60;
+constexpr const char* kContentType = "Content-Type: application/offset+octet-stream";
+constexpr const char* kTus = "Tus-Resumable: 1.0.0";
+
+struct PutOptions
+{
+    std::vector<std::string> files;
+    std::vector<std::string> targets; // OWNER/PROJECT
+    std::string name;
+};
+
+std::string nonce()
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::random_device random;
+    std::string text;
+    for (int i = 0; i < 32; ++i) {
+        text += digits[random() % digits.size()];
+    }
+    return text;
+}
+
+// The id of OWNER/PROJECT in the account; the own inbox is made when it is not there.
+int inboxId(Context& context, const json& account, const std::string& target)
+{
+    const std::size_t slash = target.rfind('/'); // Project names have none.
+    const std::string owner = target.substr(0, slash);
+    const std::string wanted = slash == std::string::npos ? "" : target.substr(slash + 1);
+    for (const json& project : account.at("projects")) {
+        if (project.at("name") != wanted) {
+            continue;
+        }
+        for (const json& inbox : project.at("resources")) {
+            if (inbox.at("owner").at("name") == owner) {
+                return inbox.at("id").get<int>();
+            }
+        }
+        if (account.at("user").at("name") == owner) {
+            const std::string path = "/projects/" + percentEncoded(wanted) + "/user-inbox";
+            return context.client().call("POST", path).at("id").get<int>();
+        }
+    }
+    throw Refused(0, "Not found", "There is no inbox " + printable(target) + " (OWNER/PROJECT).");
+}
+
+// One file on its way. The state of a transfer is what the service last said: a Location and an
+// offset. Without a Location the repeated POST with the same key brings it.
+class Upload
+{
+public:
+    Upload(Context& context, const std::string& path, const std::string& name, std::string targets)
+        : m_client(context.client()),
+          m_path(path),
+          m_source(path),
+          m_metadata("Upload-Metadata: name " + base64(name) + ",targets " + base64(targets)),
+          m_key("Idempotency-Key: " + nonce())
+    {}
+
+    json run()
+    {
+        Response response = step();
+        while (response.header("kelvo-file-ids").empty()) {
+            response = step();
+        }
+        verify(response);
+        return result(response);
+    }
+
+private:
+    // One request, or the wait after one that failed.
+    Response step()
+    {
+        try {
+            const Response response = m_client.send(next());
+            if (response.status == 503 && mayRepeat(response)) {
+                return {};
+            }
+            if (response.status == 409 && !m_location.empty()) {
+                m_offsetKnown = false; // Something of ours arrived after all: ask how much.
+                if (m_backoff.wait()) {
+                    return {};
+                }
+            }
+            if (response.status < 200 || response.status >= 300) {
+                throwRefused(response);
+            }
+            note(response);
+            return response;
+        } catch (const Unreachable& failure) {
+            // The account was fetched before, so this is a bad link, not a wrong address.
+            if (!failure.mayHeal() || !m_backoff.wait()) {
+                throw;
+            }
+            m_offsetKnown = false;
+            return {};
+        }
+    }
+
+    bool mayRepeat(const Response& response)
+    {
+        const std::string after = response.header("retry-after");
+        const bool number = !after.empty() && after.size() < 6 &&
+                            after.find_first_not_of("0123456789") == std::string::npos;
+        const long seconds = number ? std::stol(after) : 0;
+        m_offsetKnown = false;
+        return seconds <= kLongestRetryAfterSeconds &&
+               m_backoff.wait(std::chrono::seconds(seconds));
+    }
+
+    Request next()
+    {
+        Request request;
+        request.headers = {kTus};
+        if (m_location.empty()) {
+            request.method = "POST";
+            request.path = "/uploads";
+            request.headers.insert(
+                request.headers.end(),
+                {m_metadata, m_key, "Upload-Length: " + std::to_string(m_source.fileSizeBytes())});
+            if (std::exchange(m_first, false) && m_source.fileSizeBytes() > 0) {
+                sendFrom(request, 0);
+            }
+        } else if (!m_offsetKnown) {
+            request.method = "HEAD";
+            request.path = m_location;
+        } else {
+            request.method = "PATCH";
+            request.path = m_location;
+            request.headers.push_back("Upload-Offset: " + std::to_string(m_offset));
+            sendFrom(request, m_offset);
+        }
+        return request;
+    }
+
+    void sendFrom(Request& request, std::uint64_t offset)
+    {
+        m_source.startAt(offset);
+        request.headers.emplace_back(kContentType);
+        request.content = &m_source;
+    }
+
+    void note(const Response& response)
+    {
+        const std::string location = response.header("location");
+        if (!location.empty()) {
+            m_location = location;
+        }
+        const std::string text = response.header("upload-offset");
+        if (!m_location.starts_with("/kelvo-api/v1/uploads/") || text.empty() || text.size() > 18 ||
+            text.find_first_not_of("0123456789") != std::string::npos) {
+            throw Unreachable("The service did not say where to go on.", false);
+        }
+        const std::uint64_t offset = std::stoull(text);
+        if (offset > m_offset) {
+            m_backoff.progressed();
+        }
+        m_offset = offset;
+        m_offsetKnown = true;
+    }
+
+    // A difference means that the file changed while it was read: the copy is nobody's file.
+    void verify(const Response& response)
+    {
+        const std::string sent = m_source.digest();
+        if (response.header("repr-digest") == digestHeader(sent)) {
+            return;
+        }
+        std::string ids = response.header("kelvo-file-ids") + ",";
+        for (std::size_t comma = ids.find(','); comma != std::string::npos; comma = ids.find(',')) {
+            m_client.call("DELETE", "/resources/" + ids.substr(0, comma));
+            ids.erase(0, comma + 1);
+        }
+        throw Unreachable(m_path + " changed while it was sent; the copy was removed again.",
+                          false);
+    }
+
+    json result(const Response& response) const
+    {
+        json value = {{"ids", json::parse("[" + response.header("kelvo-file-ids") + "]")},
+                      {"warnings", json::array()}};
+        if (!response.body.empty()) {
+            value["warnings"] = response.json().value("warnings", json::array());
+        }
+        return value;
+    }
+
+    ApiClient& m_client;
+    std::string m_path;
+    UploadSource m_source;
+    std::string m_metadata;
+    std::string m_key;
+    std::string m_location;
+    std::uint64_t m_offset = 0;
+    bool m_first = true;
+    bool m_offsetKnown = false;
+    Backoff m_backoff{kAttempts};
+};
+
+void putOne(Context& context, const std::string& path, const std::string& name,
+            const std::string& targets)
+{
+    json result = Upload(context, path, name, targets).run();
+    result["name"] = name;
+    if (context.json) {
+        std::cout << oneLine(result) << std::endl;
+        return;
+    }
+    for (const json& id : result.at("ids")) {
+        std::cout << id << "  " << printable(name) << std::endl;
+    }
+    for (const json& warning : result.at("warnings")) {
+        std::cerr << "kelvoctl: " << printable(warning.get<std::string>()) << std::endl;
+    }
+}
+
+void put(Context& context, const PutOptions& options)
+{
+    if (!options.name.empty() && options.files.size() != 1) {
+        throw UsageError("--name goes with one file only.");
+    }
+    std::vector<std::string> names;
+    for (const std::string& path : options.files) {
+        names.push_back(options.name.empty() ? std::filesystem::path(path).filename().string()
+                                             : options.name);
+        if (!isSafeFileName(names.back())) {
+            throw UsageError("\"" + printable(names.back()) + "\" is no name for a file.");
+        }
+        UploadSource readable(
+            path); // Before anything is sent, so that a typing error sends nothing.
+    }
+    const json account = context.client().call("GET", "/account");
+    std::string targets;
+    for (const std::string& target : options.targets) {
+        targets += (targets.empty() ? "" : ",") + std::to_string(inboxId(context, account, target));
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        putOne(context, options.files[i], names[i], targets);
+    }
+}
+
+} // namespace
+
+void addUploadCommand(CLI::App& line, Context& context)
+{
+    const auto options = std::make_shared<PutOptions>();
+    CLI::App* command = line.add_subcommand("put", "Send files into inboxes")->fallthrough();
+    command->add_option("FILE", options->files, "Local files")->required();
+    command
+        ->add_option("--to", options->targets, "An inbox, such as \"olga/To Console\"; repeatable")
+        ->required()
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->type_name("OWNER/PROJECT");
+    command->add_option("--name", options->name, "The name there, instead of the local one")
+        ->type_name("NAME");
+    command->callback(
+        [&context, options] { context.action = [&context, options] { put(context, *options); }; });
+}
+
+} // namespace kelvoctl

@@ -1,0 +1,69 @@
+// A local file as the content of requests, digested in the same pass that sends it.
+#include "service/kelvoctl/UploadSource.h"
+
+#include "service/kelvoctl/Failures.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <vector>
+
+namespace kelvoctl {
+
+UploadSource::UploadSource(std::filesystem::path path)
+    : m_path(std::move(path)), m_file(openFile(m_path, O_RDONLY))
+{
+    struct stat state = {};
+    if (::fstat(m_file.get(), &state) != 0 || !S_ISREG(state.st_mode)) {
+        throw UsageError(m_path.string() + " is not a file.");
+    }
+    m_sizeBytes = static_cast<std::uint64_t>(state.st_size);
+}
+
+void UploadSource::startAt(std::uint64_t offset)
+{
+    if (offset > m_sizeBytes) {
+        throw Unreachable("The service claims to have more than was sent.", false);
+    }
+    m_start = offset;
+    if (m_position == offset) {
+        return;
+    }
+    if (m_position > offset) {
+        m_position = 0;
+        m_sha256 = Sha256();
+    }
+    std::vector<char> buffer(1U << 20);
+    while (m_position < offset) {
+        read(buffer.data(), std::min<std::uint64_t>(buffer.size(), offset - m_position));
+    }
+}
+
+std::string UploadSource::digest()
+{
+    startAt(m_sizeBytes);
+    return m_sha256.digest();
+}
+
+std::size_t UploadSource::read(char* buffer, std::size_t capacity)
+{
+    const std::size_t wanted = std::min<std::uint64_t>(capacity, m_sizeBytes - m_position);
+    if (wanted == 0) {
+        return 0;
+    }
+    ssize_t got = -1;
+    do {
+        got = ::pread(m_file.get(), buffer, wanted, static_cast<off_t>(m_position));
+    } while (got < 0 && errno == EINTR);
+    if (got <= 0) {
+        throw UsageError(m_path.string() + " cannot be read to its end; was it changed?");
+    }
+    m_sha256.add({buffer, static_cast<std::size_t>(got)});
+    m_position += static_cast<std::uint64_t>(got);
+    return static_cast<std::size_t>(got);
+}
+
+} // namespace kelvoctl

@@ -1,0 +1,150 @@
+// watch: one line for each event, across cuts of the connection, without a gap or a repetition.
+#include "service/kelvoctl/Backoff.h"
+#include "service/kelvoctl/Commands.h"
+#include "service/kelvoctl/Encoding.h"
+#include "service/kelvoctl/EventParser.h"
+#include "service/kelvoctl/Failures.h"
+
+#include <iostream>
+
+namespace kelvoctl {
+namespace {
+
+using nlohmann::json;
+
+constexpr int kAttempts = 10;
+constexpr std::chrono::seconds kSilence{150}; // The service sends a comment every 60 s.
+
+struct WatchOptions
+{
+    int count = 0; // 0: no end
+    std::string from;
+};
+
+std::string summary(const std::string& name, const json& data)
+{
+    if (name == "file-added" || name == "file-removed") {
+        const json& file = data.at("entry");
+        return "file " + file.at("id").dump() + " " + file.at("name").get<std::string>() + " (" +
+               file.at("size").dump() + " bytes) in inbox " + data.at("container").at("id").dump();
+    }
+    if (name == "inbox-added") {
+        return "inbox " + data.at("entry").at("id").dump() + " of " +
+               data.at("entry").at("owner").at("name").get<std::string>() + " in project " +
+               data.at("container").at("id").dump();
+    }
+    return oneLine(data);
+}
+
+class Watch
+{
+public:
+    Watch(Context& context, const WatchOptions& options)
+        : m_context(context),
+          m_options(options),
+          m_parser([this](const Event& event) { take(event); })
+    {}
+
+    // Starting from the account's cursor rather than from "now" keeps what happens before the
+    // stream stands.
+    void run()
+    {
+        m_last = m_options.from.empty()
+                     ? m_context.client().call("GET", "/account").at("cursor").get<std::string>()
+                     : m_options.from;
+        Backoff backoff(kAttempts);
+        while (!done()) {
+            try {
+                connect(backoff);
+            } catch (const Unreachable& failure) {
+                if (!failure.mayHeal() || (!done() && !backoff.wait())) {
+                    throw;
+                }
+            }
+        }
+    }
+
+private:
+    bool done() const { return m_options.count > 0 && m_seen >= m_options.count; }
+
+    void connect(Backoff& backoff)
+    {
+        m_parser.reset();
+        Request request;
+        request.method = "GET";
+        request.path = "/events";
+        request.headers = {"Last-Event-ID: " + m_last, "Accept: text/event-stream"};
+        request.stall = kSilence;
+        request.onContent = [&](long, const Headers&, std::string_view bytes) {
+            announce();
+            backoff.progressed();
+            m_parser.feed(bytes);
+            return !done();
+        };
+        m_context.client().expect(request);
+        if (!done() &&
+            !backoff.wait()) { // The service closed the stream, as it does when it stops.
+            throw Unreachable("The service closes the event stream again and again.", true);
+        }
+    }
+
+    void announce()
+    {
+        if (!m_announced) {
+            std::cerr << "kelvoctl: watching from " << m_last << std::endl;
+            m_announced = true;
+        }
+    }
+
+    void take(const Event& event)
+    {
+        if (done()) {
+            return;
+        }
+        const json data = json::parse(event.data);
+        if (m_context.json) {
+            json line = {{"event", event.name}, {"data", data}};
+            if (!event.id.empty()) {
+                line["id"] = event.id;
+            }
+            std::cout << oneLine(line) << std::endl;
+        } else {
+            std::cout << printable(event.id.empty() ? "-" : event.id) << "  "
+                      << printable(event.name) << "  " << printable(summary(event.name, data))
+                      << std::endl;
+        }
+        if (event.name == "session-ended") {
+            throw Refused(0, "The session ended", data.value("reason", ""));
+        }
+        m_last = event.id.empty() ? m_last : event.id;
+        ++m_seen;
+    }
+
+    Context& m_context;
+    WatchOptions m_options;
+    EventParser m_parser;
+    std::string m_last;
+    int m_seen = 0;
+    bool m_announced = false;
+};
+
+} // namespace
+
+void addWatchCommand(CLI::App& line, Context& context)
+{
+    const auto options = std::make_shared<WatchOptions>();
+    CLI::App* watch = line.add_subcommand("watch", "Print events as they happen")->fallthrough();
+    watch->add_option("--count", options->count, "Stop after so many events")
+        ->check(CLI::PositiveNumber)
+        ->type_name("N");
+    watch->add_option("--from", options->from, "Start after this event, instead of now")
+        ->type_name("ID")
+        ->check([](const std::string& text) {
+            return text.find_first_not_of("0123456789") == std::string::npos ? "" : "not an id";
+        });
+    watch->callback([&context, options] {
+        context.action = [&context, options] { Watch(context, *options).run(); };
+    });
+}
+
+} // namespace kelvoctl
