@@ -1,0 +1,108 @@
+// A connection to a farm in memory that keeps the contract's promises.
+#pragma once
+
+#include "tests/fakes/FakeFarm.h"
+#include "tests/fakes/FakeNotifier.h"
+#include "tests/fakes/FakeScript.h"
+
+#include "kesdk/api/IEnterpriseConnection.h"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace fakes {
+
+// Works on the farm; records each call in the script, which may fail it or run a test's code in it.
+//
+// What it keeps of the contract: a login starts and reports 1, then 3 or 4; a second one in flight
+// is ignored; a session that ends is reported as 0; without a session every call fails at once;
+// every call clears the errors of the one before; changes of a container are reported as kind 4
+// on the notification thread, to whom they concern; a download stands whole under its name or not
+// at all; the abort check ends a call that waits, and transfers and deletions before they start.
+//
+// Thread safety: the operations from one thread, as the contract says; the public members below
+// them from any thread.
+class FakeEnterpriseConnection : public kesdk::api::IEnterpriseConnection
+{
+public:
+    using ResourceChange = kesdk::api::IResourceChangeNotification::ResourceChange;
+    struct DeviceReport
+    {
+        bool connected = false; // which of the two operations it came by
+        kesdk::api::Environment::MeasDeviceReport report;
+        bool sharing = false;
+    };
+
+    FakeEnterpriseConnection(std::shared_ptr<FakeFarm> farm, std::shared_ptr<FakeScript> script);
+    ~FakeEnterpriseConnection() override;
+
+    bool Login(const std::wstring& userName, const std::wstring& password, const void* reserved,
+               std::uint32_t reservedFlags) override;
+    bool Logout() override;
+    bool IsLoggedIn() override;
+    xal_list<kesdk::api::CErrorMsg> GetLastErrors() override;
+    xal_list<kesdk::api::CErrorMsg> GetLastLoginErrors() override;
+    void Subscribe(kesdk::api::ISubscriable* listener) override;
+    void Unsubscribe(kesdk::api::ISubscriable* listener) override;
+    std::vector<kesdk::api::EnterpriseProject> GetProjects() override;
+    std::list<kesdk::api::EnterpriseResourceWithContent>
+    GetProjectResources(std::int64_t projectId) override;
+    kesdk::api::EnterpriseResourceWithContent
+    GetResourceWithContent(std::int64_t resourceId) override;
+    kesdk::api::CurrentUser GetCurrentUser() override;
+    bool CreateUserInbox(const std::wstring& projectName) override;
+    bool Upload(const wchar_t* localPath, const TargetIds& targetInboxIds) override;
+    bool Download(std::int64_t resourceId, const wchar_t* localPath) override;
+    bool Delete(std::int64_t resourceId) override;
+    bool SendEnvironment(const kesdk::api::Environment& environment) override;
+    bool MeasDeviceConnected(const kesdk::api::Environment::MeasDeviceReport& report,
+                             bool sharing) override;
+    std::int32_t MeasDeviceDisconnected(const kesdk::api::Environment::MeasDeviceReport& report,
+                                        bool sharing) override;
+    bool ReportPosition(const kesdk::api::Position& position) override;
+    void SetAbortCheck(std::function<bool()> shouldAbort) override;
+
+    // Stands logged in at once, without notifications.
+    void StartLoggedIn(std::int64_t userId);
+    // The service ends the session: state 0 follows.
+    void LoseSession();
+    // Any value, also such as the service would never send.
+    void PostState(std::int32_t state);
+    void PostChange(const ResourceChange& change);
+    // Waits until all that was posted or is due to earlier calls has been delivered.
+    void DrainNotifications() { m_notifier.Drain(); }
+    std::thread::id NotificationThread() const { return m_notifier.ThreadId(); }
+    std::vector<kesdk::api::Position> Positions() const;
+    std::vector<kesdk::api::Environment> Environments() const;
+    std::vector<DeviceReport> DeviceReports() const;
+
+private:
+    bool Begins(FakeCall call);
+    bool BeginsInSession(FakeCall call);
+    bool Fails(const FakeErrors& errors);
+    bool BeginsTransfer(FakeCall call);
+    std::int64_t UserId() const;
+    void FinishLogin(const std::wstring& userName, const std::wstring& password);
+    void OnFarmChange(const FakeFarm::Change& change);
+    kesdk::api::ConnectionState StateNow(std::int32_t state) const;
+
+    const std::shared_ptr<FakeFarm> m_farm;
+    const std::shared_ptr<FakeScript> m_script;
+
+    mutable std::mutex m_mutex; // guards the members up to m_deviceReports
+    std::int64_t m_userId = 0;
+    std::int32_t m_loginCount = 0;
+    bool m_loginInFlight = false;
+    FakeErrors m_errors;
+    FakeErrors m_loginErrors;
+    FakeAbortCheck m_abortCheck;
+    std::vector<kesdk::api::Position> m_positions;
+    std::vector<kesdk::api::Environment> m_environments;
+    std::vector<DeviceReport> m_deviceReports;
+
+    FakeNotifier m_notifier;
+    int m_observerId = 0;
+};
+
+} // namespace fakes
