@@ -1,0 +1,31 @@
+// The GPS coordinator as a position source feeds it.
+#pragma once
+
+#include "host/TGPSCoordinator.h"
+
+namespace hostimpl {
+
+// Feed(), Lose() and AnnounceFix() may be called from any thread, also from a slot that is directly
+// connected to GPSLost. The signal comes in the order in which the fix changed, whoever changed it.
+class CONSOLEHOST_EXPORT TFedGPSCoordinator : public TGPSCoordinator
+{
+public:
+    explicit TFedGPSCoordinator(QObject* parent = nullptr);
+    ~TFedGPSCoordinator() override;
+
+    // A usable position. Emits GPSLost(false) if there was none before. A position that is no place
+    // on Earth is ignored and false is returned.
+    bool Feed(const TGPSFix& fix);
+    // No usable position any more. Emits GPSLost(true) if there was one; the fix stays readable.
+    void Lose();
+    // Emits GPSLost(false) once more if there is a usable position.
+    void AnnounceFix();
+    bool HasFix() const;
+
+private:
+    // Held while the signal is emitted: two sources' signals cannot overtake each other.
+    mutable QRecursiveMutex m_stateMutex; // guards m_hasFix
+    bool m_hasFix = false;
+};
+
+} // namespace hostimpl

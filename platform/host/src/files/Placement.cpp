@@ -1,0 +1,228 @@
+// Moves what was unpacked to its place, all of it or nothing.
+#include "files/Placement.h"
+
+#include "files/ArchiveName.h"
+#include "files/Posix.h"
+#include "files/TStagingFolder.h"
+
+#include <QtCore/QSet>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace hostimpl;
+
+// Beyond it one sync of the whole file system is quicker than one a folder.
+constexpr int foldersSyncedOneByOne = 32;
+
+enum class EFound : std::uint8_t { eNothing, eFolder, eOther, eError };
+
+// Links are not followed.
+EFound Find(int folder, const QByteArray& path)
+{
+    struct stat status = {};
+    if (::fstatat(folder, path.constData(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errno == ENOENT ? EFound::eNothing : EFound::eError;
+    }
+    return S_ISDIR(status.st_mode) ? EFound::eFolder : EFound::eOther;
+}
+
+TDescriptor OpenFolder(int parent, const QByteArray& path)
+{
+    return TDescriptor(::openat(parent, path.isEmpty() ? "." : path.constData(),
+                                O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+bool ListFolder(int folder, QVector<QByteArray>& names)
+{
+    const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR* const stream = copy < 0 ? nullptr : ::fdopendir(copy);
+    if (stream == nullptr) {
+        return false;
+    }
+    errno = 0;
+    while (const dirent* const entry = ::readdir(stream)) {
+        const QByteArray name(entry->d_name);
+        if (name != "." && name != "..") {
+            names.append(name);
+        }
+    }
+    const bool isComplete = errno == 0;
+    ::closedir(stream);
+    std::sort(names.begin(), names.end());
+    return isComplete;
+}
+
+QString InTheWay(const QByteArray& path, bool isFolderWanted)
+{
+    return (isFolderWanted
+                ? QStringLiteral("The folder \"%1\" of the archive has no place: a file is there.")
+                : QStringLiteral("The file \"%1\" of the archive has no place: a folder is there."))
+        .arg(DisplayName(path));
+}
+
+QString NotPlaced(const QByteArray& path, int error)
+{
+    return QStringLiteral("\"%1\" cannot be put in its place: %2.")
+        .arg(DisplayName(path), SystemError(error));
+}
+
+// Renames, unless something is there. Not every file system can tell the two in one step.
+bool MoveToFreeName(int fromFolder, const QByteArray& from, int toFolder, const QByteArray& to)
+{
+    if (::renameat2(fromFolder, from.constData(), toFolder, to.constData(), RENAME_NOREPLACE) ==
+        0) {
+        return true;
+    }
+    if (errno != EINVAL && errno != ENOSYS) {
+        return false;
+    }
+    return ::renameat(fromFolder, from.constData(), toFolder, to.constData()) == 0;
+}
+
+bool Add(const TStagingFolder& staging, int destination, const QByteArray& path)
+{
+    return MoveToFreeName(staging.Staged(), path, destination, path);
+}
+
+// The name always shows one of the two files, where the file system has links; where it has none
+// (FAT), the name is free for a moment.
+bool Replace(const TStagingFolder& staging, int destination, const QByteArray& path,
+             const QByteArray& number)
+{
+    if (::linkat(destination, path.constData(), staging.Replaced(), number.constData(), 0) != 0 &&
+        ::renameat(destination, path.constData(), staging.Replaced(), number.constData()) != 0) {
+        return false;
+    }
+    return ::renameat(staging.Staged(), path.constData(), destination, path.constData()) == 0;
+}
+
+bool UndoAdd(const TStagingFolder& staging, int destination, const QByteArray& path)
+{
+    if (Find(staging.Staged(), path) != EFound::eNothing) {
+        return true; // was never moved
+    }
+    return ::renameat(destination, path.constData(), staging.Staged(), path.constData()) == 0 ||
+           errno == ENOENT;
+}
+
+// If the file was linked but not yet replaced, the renaming changes nothing, as it should.
+bool UndoReplace(const TStagingFolder& staging, int destination, const QByteArray& path,
+                 const QByteArray& number)
+{
+    return ::renameat(staging.Replaced(), number.constData(), destination, path.constData()) == 0 ||
+           errno == ENOENT;
+}
+
+bool PlanFolder(int staged, int destination, const QByteArray& prefix, TPlacementSteps& steps,
+                QString& errorText);
+
+bool PlanEntry(int staged, int destination, const QByteArray& prefix, const QByteArray& name,
+               TPlacementSteps& steps, QString& errorText)
+{
+    const QByteArray path = prefix + name;
+    const EFound source = Find(staged, name);
+    const EFound target = Find(destination, name);
+    if (source == EFound::eError || target == EFound::eError) {
+        errorText = NotPlaced(path, errno);
+        return false;
+    }
+    if (target == EFound::eNothing) {
+        steps.append({EPlacement::eAdd, path});
+        return true;
+    }
+    if (source != target) {
+        errorText = InTheWay(path, source == EFound::eFolder);
+        return false;
+    }
+    if (source == EFound::eOther) {
+        steps.append({EPlacement::eReplace, path});
+        return true;
+    }
+    const TDescriptor stagedFolder = OpenFolder(staged, name);
+    const TDescriptor folder = OpenFolder(destination, name);
+    if (!stagedFolder.IsValid() || !folder.IsValid()) {
+        errorText = NotPlaced(path, errno);
+        return false;
+    }
+    return PlanFolder(stagedFolder.Get(), folder.Get(), path + '/', steps, errorText);
+}
+
+bool PlanFolder(int staged, int destination, const QByteArray& prefix, TPlacementSteps& steps,
+                QString& errorText)
+{
+    QVector<QByteArray> names;
+    if (!ListFolder(staged, names)) {
+        errorText = NotPlaced(prefix, errno);
+        return false;
+    }
+    return std::all_of(names.begin(), names.end(), [&](const QByteArray& name) {
+        return PlanEntry(staged, destination, prefix, name, steps, errorText);
+    });
+}
+
+} // namespace
+
+namespace hostimpl {
+
+bool PlanPlacement(int stagedFolder, int destination, TPlacementSteps& steps, QString& errorText)
+{
+    return PlanFolder(stagedFolder, destination, {}, steps, errorText);
+}
+
+bool Place(const TStagingFolder& staging, int destination, const TPlacementSteps& steps,
+           QString& errorText)
+{
+    for (int number = 0; number < steps.size(); ++number) {
+        const TPlacementStep& step = steps[number];
+        const bool isDone = step.kind == EPlacement::eAdd ? Add(staging, destination, step.path)
+                                                          : Replace(staging, destination, step.path,
+                                                                    QByteArray::number(number));
+        if (!isDone) {
+            errorText = NotPlaced(step.path, errno);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool UndoPlacement(const TStagingFolder& staging, int destination, const TPlacementSteps& steps)
+{
+    for (int number = steps.size() - 1; number >= 0; --number) {
+        const TPlacementStep& step = steps[number];
+        const bool isUndone =
+            step.kind == EPlacement::eAdd
+                ? UndoAdd(staging, destination, step.path)
+                : UndoReplace(staging, destination, step.path, QByteArray::number(number));
+        if (!isUndone) {
+            return false;
+        }
+    }
+    return SyncPlacement(destination, steps);
+}
+
+bool SyncPlacement(int destination, const TPlacementSteps& steps)
+{
+    QSet<QByteArray> folders;
+    for (const TPlacementStep& step : steps) {
+        folders.insert(step.path.left(std::max(step.path.lastIndexOf('/'), 0)));
+    }
+    if (folders.size() > foldersSyncedOneByOne) {
+        return ::syncfs(destination) == 0;
+    }
+    return std::all_of(folders.begin(), folders.end(), [destination](const QByteArray& path) {
+        const TDescriptor folder = OpenFolder(destination, path);
+        return (!folder.IsValid() && errno == ENOENT) ||
+               (folder.IsValid() && SyncFolder(folder.Get()));
+    });
+}
+
+} // namespace hostimpl

@@ -1,0 +1,59 @@
+// Small helpers over the system's file calls, for what Qt's file classes cannot do.
+#include "files/Posix.h"
+
+#include <QtCore/QFile>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace hostimpl {
+
+TDescriptor::~TDescriptor()
+{
+    Close();
+}
+
+bool TDescriptor::Close()
+{
+    const int descriptor = std::exchange(m_descriptor, -1);
+    return descriptor < 0 || ::close(descriptor) == 0;
+}
+
+bool WriteAll(int descriptor, const void* bytes, std::size_t size)
+{
+    const char* next = static_cast<const char*>(bytes);
+    while (size > 0) {
+        const ssize_t written = ::write(descriptor, next, size);
+        if (written < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return false;
+        }
+        next += written;
+        size -= static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
+bool SyncFolder(const QString& path)
+{
+    const TDescriptor folder(
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return folder.IsValid() && SyncFolder(folder.Get());
+}
+
+bool SyncFolder(int descriptor)
+{
+    return ::fsync(descriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
+}
+
+QString SystemError(int error)
+{
+    return error == ENOSPC || error == EDQUOT ? QStringLiteral("there is no space left")
+                                              : qt_error_string(error);
+}
+
+} // namespace hostimpl

@@ -1,0 +1,186 @@
+// Reads a ZIP archive that nobody vouches for.
+#include "files/TArchiveReader.h"
+
+#include "files/ArchiveName.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <locale.h>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr std::size_t readBlockBytes = 128 * 1024;
+
+// libarchive converts names to the thread's locale, which on a console may be "C" and then cannot
+// hold them: as long as this lives the thread's names are UTF-8.
+class TUtf8Locale
+{
+public:
+    TUtf8Locale()
+    {
+        // Never freed: the same for every call.
+        static const locale_t utf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+        m_former = ::uselocale(utf8); // null changes nothing
+    }
+    ~TUtf8Locale() { ::uselocale(m_former); }
+    TUtf8Locale(const TUtf8Locale&) = delete;
+    TUtf8Locale& operator=(const TUtf8Locale&) = delete;
+
+private:
+    locale_t m_former;
+};
+
+} // namespace
+
+namespace hostimpl {
+
+TArchiveReader::TArchiveReader(const QString& path, const TUnpackLimits& limits)
+    : m_path(path), m_limits(limits), m_archive(nullptr, &archive_read_free)
+{}
+
+TArchiveReader::~TArchiveReader() = default;
+
+// Only the reader that goes by the archive's directory: the one for streams would also take entries
+// that the directory does not list.
+bool TArchiveReader::Open(QString& errorText)
+{
+    const TUtf8Locale locale;
+    m_file = TDescriptor(
+        ::open(QFile::encodeName(m_path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status = {};
+    if (!m_file.IsValid() || ::fstat(m_file.Get(), &status) != 0) {
+        errorText =
+            QStringLiteral("The archive %1 cannot be opened: %2.").arg(m_path, SystemError(errno));
+        return false;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errorText = QStringLiteral("The archive %1 is not a file.").arg(m_path);
+        return false;
+    }
+    m_archiveBytes = status.st_size;
+    m_archive.reset(archive_read_new());
+    if (m_archive == nullptr ||
+        archive_read_support_format_zip_seekable(m_archive.get()) != ARCHIVE_OK ||
+        archive_read_open_fd(m_archive.get(), m_file.Get(), readBlockBytes) != ARCHIVE_OK) {
+        errorText = Damaged();
+        return false;
+    }
+    return true;
+}
+
+ENextEntry TArchiveReader::Next(TArchiveEntry& entry, QString& errorText)
+{
+    const TUtf8Locale locale;
+    archive_entry* header = nullptr;
+    const int result = archive_read_next_header(m_archive.get(), &header);
+    if (result == ARCHIVE_EOF) {
+        return ENextEntry::eEnd;
+    }
+    if (result != ARCHIVE_OK) {
+        errorText = Damaged();
+        return ENextEntry::eRefused;
+    }
+    m_entryName = archive_entry_pathname(header);
+    if (++m_entries > m_limits.entries) {
+        errorText = QStringLiteral("The archive is refused: it has more than %1 entries.")
+                        .arg(m_limits.entries);
+        return ENextEntry::eRefused;
+    }
+    const TArchiveName name = CheckArchiveName(m_entryName, m_limits);
+    errorText = name.errorText.isEmpty() ? TypeRefusal(header) : name.errorText;
+    if (!errorText.isEmpty() || !IsWithinLimits(archive_entry_size(header), errorText)) {
+        return ENextEntry::eRefused;
+    }
+    entry.path = name.path;
+    entry.isFolder = archive_entry_filetype(header) == AE_IFDIR;
+    if (entry.path.isEmpty() && !entry.isFolder) {
+        errorText = QStringLiteral("The archive is refused: it has a file without a name.");
+        return ENextEntry::eRefused;
+    }
+    return ENextEntry::eEntry;
+}
+
+QString TArchiveReader::TypeRefusal(archive_entry* entry) const
+{
+    const char* reason = nullptr;
+    if (archive_entry_is_encrypted(entry) != 0) {
+        reason = "is encrypted";
+    } else if (archive_entry_symlink(entry) != nullptr ||
+               archive_entry_hardlink(entry) != nullptr) {
+        reason = "is a link";
+    } else if (archive_entry_filetype(entry) != AE_IFREG &&
+               archive_entry_filetype(entry) != AE_IFDIR) {
+        reason = "is neither a file nor a folder";
+    }
+    return reason == nullptr ? QString()
+                             : QStringLiteral("The archive is refused: its entry \"%1\" %2.")
+                                   .arg(DisplayName(m_entryName), QLatin1String(reason));
+}
+
+bool TArchiveReader::CopyContent(int descriptor, QString& errorText)
+{
+    const void* block = nullptr;
+    std::size_t size = 0;
+    la_int64_t offset = 0;
+    std::int64_t copiedBytes = 0;
+    for (;;) {
+        const int result = archive_read_data_block(m_archive.get(), &block, &size, &offset);
+        if (result == ARCHIVE_EOF) {
+            return true;
+        }
+        if (result != ARCHIVE_OK || offset != copiedBytes) {
+            errorText = Damaged();
+            return false;
+        }
+        const auto blockBytes = static_cast<std::int64_t>(size);
+        if (!IsWithinLimits(blockBytes, errorText)) {
+            return false;
+        }
+        if (!WriteAll(descriptor, block, size)) {
+            errorText = QStringLiteral("The file \"%1\" cannot be written: %2.")
+                            .arg(DisplayName(m_entryName), SystemError(errno));
+            return false;
+        }
+        copiedBytes += blockBytes;
+        m_unpackedBytes += blockBytes;
+    }
+}
+
+// What an entry says of its size is checked before it is unpacked, what it really has while it is.
+bool TArchiveReader::IsWithinLimits(std::int64_t moreBytes, QString& errorText) const
+{
+    const std::int64_t allowedByRatio =
+        std::max(m_limits.ratioFloorBytes, m_archiveBytes * m_limits.ratio);
+    const std::int64_t allowed = std::min(m_limits.totalBytes, allowedByRatio);
+    if (moreBytes >= 0 && moreBytes <= allowed - m_unpackedBytes) {
+        return true;
+    }
+    errorText = QStringLiteral("The archive is refused: unpacked it is larger than %1 MB, which "
+                               "is the most for an archive of its size.")
+                    .arg(allowed / (1024 * 1024));
+    return false;
+}
+
+QString TArchiveReader::Damaged() const
+{
+    const char* const detail =
+        m_archive == nullptr ? nullptr : archive_error_string(m_archive.get());
+    const QString where =
+        m_entryName.isEmpty()
+            ? QString()
+            : QStringLiteral(" at the entry \"%1\"").arg(DisplayName(m_entryName));
+    return QStringLiteral("The archive %1 is damaged or no ZIP archive%2 (%3).")
+        .arg(QFileInfo(m_path).fileName(), where,
+             detail == nullptr ? QStringLiteral("no details") : QString::fromUtf8(detail));
+}
+
+} // namespace hostimpl

@@ -1,0 +1,55 @@
+// Reads a ZIP archive that nobody vouches for.
+#pragma once
+
+#include "hostimpl/Unpacking.h"
+
+#include "files/Posix.h"
+
+#include <QtCore/QByteArray>
+
+#include <cstdint>
+#include <memory>
+
+struct archive;
+struct archive_entry;
+
+namespace hostimpl {
+
+struct TArchiveEntry
+{
+    QByteArray path; // as CheckArchiveName() lets it pass; empty for the destination itself
+    bool isFolder = false;
+};
+
+enum class ENextEntry : std::uint8_t { eEntry, eEnd, eRefused };
+
+// Goes through the entries once, in the archive's order, and lets only files and folders with
+// harmless names pass. One thread. Errors: texts for the operator; after one the reader is of no
+// more use.
+class TArchiveReader
+{
+public:
+    TArchiveReader(const QString& path, const TUnpackLimits& limits);
+    ~TArchiveReader();
+
+    bool Open(QString& errorText);
+    ENextEntry Next(TArchiveEntry& entry, QString& errorText);
+    // Writes the content of the file that Next() came to.
+    bool CopyContent(int descriptor, QString& errorText);
+
+private:
+    QString TypeRefusal(archive_entry* entry) const;
+    bool IsWithinLimits(std::int64_t moreBytes, QString& errorText) const;
+    QString Damaged() const;
+
+    const QString m_path;
+    const TUnpackLimits m_limits;
+    TDescriptor m_file;
+    std::unique_ptr<archive, int (*)(archive*)> m_archive;
+    QByteArray m_entryName;
+    std::int64_t m_archiveBytes = 0;
+    std::int64_t m_entries = 0;
+    std::int64_t m_unpackedBytes = 0;
+};
+
+} // namespace hostimpl

@@ -1,0 +1,158 @@
+// The hidden folder that an archive is unpacked in before it comes to its place.
+#include "files/TStagingFolder.h"
+
+#include "files/ArchiveName.h"
+
+#include <QtCore/QFile>
+
+#include <cerrno>
+#include <filesystem>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr mode_t privateFolderMode = 0700;
+constexpr mode_t folderMode = 0755;
+constexpr mode_t fileMode = 0644;
+// Beyond it one sync of the whole file system is quicker than one a file.
+constexpr int filesSyncedOneByOne = 32;
+
+hostimpl::TDescriptor OpenFolder(int parent, const char* name)
+{
+    return hostimpl::TDescriptor(
+        ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+bool IsFolder(int parent, const QByteArray& path)
+{
+    struct stat status = {};
+    return ::fstatat(parent, path.constData(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           S_ISDIR(status.st_mode);
+}
+
+QString Clash(const QByteArray& path)
+{
+    return QStringLiteral("The archive is refused: its entry \"%1\" is both a file and a folder.")
+        .arg(hostimpl::DisplayName(path));
+}
+
+QString NotCreated(const QByteArray& path, int error)
+{
+    return QStringLiteral("\"%1\" cannot be created: %2.")
+        .arg(hostimpl::DisplayName(path), hostimpl::SystemError(error));
+}
+
+bool SyncOne(int parent, const QByteArray& path)
+{
+    const hostimpl::TDescriptor file(
+        ::openat(parent, path.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    return file.IsValid() && hostimpl::SyncFolder(file.Get());
+}
+
+} // namespace
+
+namespace hostimpl {
+
+bool TStagingFolder::Create(QString& errorText)
+{
+    if (::mkdirat(m_destination, stagingName, privateFolderMode) != 0 ||
+        !(m_folder = OpenFolder(m_destination, stagingName)).IsValid() ||
+        ::mkdirat(m_folder.Get(), stagedName, folderMode) != 0 ||
+        ::mkdirat(m_folder.Get(), replacedName, privateFolderMode) != 0 || !OpenParts()) {
+        errorText = QStringLiteral("The archive cannot be unpacked: %1.").arg(SystemError(errno));
+        return false;
+    }
+    return true;
+}
+
+bool TStagingFolder::OpenLeftover()
+{
+    m_folder = OpenFolder(m_destination, stagingName);
+    return m_folder.IsValid() && OpenParts();
+}
+
+bool TStagingFolder::OpenParts()
+{
+    m_staged = OpenFolder(m_folder.Get(), stagedName);
+    m_replaced = OpenFolder(m_folder.Get(), replacedName);
+    return m_staged.IsValid() && m_replaced.IsValid();
+}
+
+bool TStagingFolder::AddFolder(const QByteArray& path, QString& errorText)
+{
+    if (path.isEmpty() || m_folders.contains(path)) {
+        return true;
+    }
+    if (!AddFolder(path.left(std::max(path.lastIndexOf('/'), 0)), errorText)) {
+        return false;
+    }
+    if (::mkdirat(m_staged.Get(), path.constData(), folderMode) != 0 &&
+        !(errno == EEXIST && IsFolder(m_staged.Get(), path))) {
+        errorText = errno == EEXIST ? Clash(path) : NotCreated(path, errno);
+        return false;
+    }
+    m_folders.insert(path);
+    return true;
+}
+
+TDescriptor TStagingFolder::AddFile(const QByteArray& path, QString& errorText)
+{
+    if (!AddFolder(path.left(std::max(path.lastIndexOf('/'), 0)), errorText)) {
+        return {};
+    }
+    TDescriptor file(::openat(m_staged.Get(), path.constData(),
+                              O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, fileMode));
+    if (file.IsValid()) {
+        if (++m_fileCount <= filesSyncedOneByOne) {
+            m_files.append(path);
+        }
+        return file;
+    }
+    if (errno != EEXIST) {
+        errorText = NotCreated(path, errno);
+    } else if (IsFolder(m_staged.Get(), path)) {
+        errorText = Clash(path);
+    } else {
+        errorText = QStringLiteral("The archive is refused: its entry \"%1\" is in it twice.")
+                        .arg(DisplayName(path));
+    }
+    return {};
+}
+
+bool TStagingFolder::Sync(QString& errorText) const
+{
+    const bool isSynced =
+        m_fileCount > filesSyncedOneByOne ? ::syncfs(m_folder.Get()) == 0 : SyncEach();
+    if (!isSynced) {
+        errorText = QStringLiteral("The archive cannot be unpacked: %1.").arg(SystemError(errno));
+    }
+    return isSynced;
+}
+
+bool TStagingFolder::SyncEach() const
+{
+    for (const QByteArray& path : m_files) {
+        if (!SyncOne(m_staged.Get(), path)) {
+            return false;
+        }
+    }
+    for (const QByteArray& path : m_folders) {
+        if (!SyncOne(m_staged.Get(), path)) {
+            return false;
+        }
+    }
+    return SyncFolder(m_staged.Get()) && SyncFolder(m_folder.Get()) && SyncFolder(m_destination);
+}
+
+bool RemoveStaging(const QString& destinationFolder)
+{
+    std::error_code error;
+    const std::filesystem::path folder(QFile::encodeName(destinationFolder).toStdString());
+    std::filesystem::remove_all(folder / stagingName, error);
+    return !error;
+}
+
+} // namespace hostimpl

@@ -1,0 +1,168 @@
+// Unpacks an archive: reads it into a hidden folder of the destination, then moves it into place.
+//
+//   read into staging ──► sync ──► write the journal ──► move ──► sync ──► remove the journal
+//        │ error                                          │ error            │
+//        ▼                                                ▼                  ▼
+//   remove staging                          undo by the journal        remove staging
+//
+// A run that is killed leaves its staging folder. With a journal the next one undoes the moves by
+// it; without, nothing had been moved, or everything had.
+#include "hostimpl/Unpacking.h"
+
+#include "files/Placement.h"
+#include "files/Posix.h"
+#include "files/TArchiveReader.h"
+#include "files/TStagingFolder.h"
+#include "framework/HostLog.h"
+
+#include <QtCore/QFile>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+namespace {
+
+using namespace hostimpl;
+
+// Opens a folder and keeps others, also of other processes, from unpacking into it. The system ends
+// the lock with the descriptor, however the process ends.
+TDescriptor LockFolder(const QString& path)
+{
+    TDescriptor folder(
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    while (folder.IsValid() && ::flock(folder.Get(), LOCK_EX) != 0) {
+        if (errno != EINTR) {
+            folder = TDescriptor();
+        }
+    }
+    return folder;
+}
+
+bool CleanUp(const QString& path, QString& errorText)
+{
+    if (RemoveStaging(path)) {
+        return true;
+    }
+    errorText = QStringLiteral("What was left half unpacked in %1 cannot be removed.").arg(path);
+    return false;
+}
+
+bool UndoLeftover(const QString& path, int destination, QString& errorText)
+{
+    TStagingFolder staging(destination);
+    TPlacementSteps steps;
+    if (staging.OpenLeftover()) {
+        const TPlacementJournal journal(staging.Descriptor());
+        if (journal.Read(steps) &&
+            (!UndoPlacement(staging, destination, steps) || !journal.Remove())) {
+            errorText = QStringLiteral("What was left half unpacked in %1 cannot be undone: %2.")
+                            .arg(path, SystemError(errno));
+            return false;
+        }
+    }
+    return CleanUp(path, errorText);
+}
+
+bool Extract(TArchiveReader& reader, TStagingFolder& staging, QString& errorText)
+{
+    TArchiveEntry entry;
+    for (;;) {
+        switch (reader.Next(entry, errorText)) {
+        case ENextEntry::eEnd:
+            return staging.Sync(errorText);
+        case ENextEntry::eRefused:
+            return false;
+        case ENextEntry::eEntry:
+            break;
+        }
+        if (entry.isFolder) {
+            if (!staging.AddFolder(entry.path, errorText)) {
+                return false;
+            }
+            continue;
+        }
+        TDescriptor file = staging.AddFile(entry.path, errorText);
+        if (!file.IsValid() || !reader.CopyContent(file.Get(), errorText)) {
+            return false;
+        }
+        if (!file.Close()) {
+            errorText = QStringLiteral("A file cannot be written: %1.").arg(SystemError(errno));
+            return false;
+        }
+    }
+}
+
+// On false nothing has changed, unless `isUndone` is false: then the journal has to stay.
+bool MoveIntoPlace(const TStagingFolder& staging, int destination, bool& isUndone,
+                   QString& errorText)
+{
+    TPlacementSteps steps;
+    if (!PlanPlacement(staging.Staged(), destination, steps, errorText)) {
+        return false;
+    }
+    const TPlacementJournal journal(staging.Descriptor());
+    bool isPlaced = false;
+    if (!journal.Write(steps)) {
+        errorText = QStringLiteral("The archive cannot be unpacked: %1.").arg(SystemError(errno));
+    } else if (Place(staging, destination, steps, errorText)) {
+        isPlaced = SyncPlacement(destination, steps) && journal.Remove();
+        if (!isPlaced) {
+            errorText =
+                QStringLiteral("The archive cannot be unpacked: %1.").arg(SystemError(errno));
+        }
+    }
+    if (!isPlaced) {
+        isUndone = UndoPlacement(staging, destination, steps) && journal.Remove();
+    }
+    return isPlaced;
+}
+
+} // namespace
+
+bool hostimpl::RecoverUnpacking(const QString& destinationFolder, QString& errorText)
+{
+    errorText.clear();
+    const TDescriptor destination = LockFolder(destinationFolder);
+    if (!destination.IsValid()) {
+        if (errno == ENOENT) {
+            return true;
+        }
+        errorText = QStringLiteral("The folder %1 cannot be opened: %2.")
+                        .arg(destinationFolder, SystemError(errno));
+        return false;
+    }
+    return UndoLeftover(destinationFolder, destination.Get(), errorText);
+}
+
+bool hostimpl::Unzip(const QString& archive, const QString& destinationFolder,
+                     const TUnpackLimits& limits, QString& errorText)
+{
+    errorText.clear();
+    TArchiveReader reader(archive, limits);
+    if (!reader.Open(errorText)) {
+        return false;
+    }
+    const TDescriptor destination = LockFolder(destinationFolder);
+    if (!destination.IsValid()) {
+        errorText = QStringLiteral("The folder %1 cannot be opened: %2.")
+                        .arg(destinationFolder, SystemError(errno));
+        return false;
+    }
+    if (!UndoLeftover(destinationFolder, destination.Get(), errorText)) {
+        return false;
+    }
+    TStagingFolder staging(destination.Get());
+    bool isUndone = true;
+    const bool isUnpacked = staging.Create(errorText) && Extract(reader, staging, errorText) &&
+                            MoveIntoPlace(staging, destination.Get(), isUndone, errorText);
+    QString cleaningText;
+    if (!isUndone) {
+        qCWarning(lcHost, "The folder %s is half changed; the next run repairs it.",
+                  qUtf8Printable(destinationFolder));
+    } else if (!CleanUp(destinationFolder, cleaningText)) {
+        qCWarning(lcHost, "%s", qUtf8Printable(cleaningText));
+    }
+    return isUnpacked;
+}

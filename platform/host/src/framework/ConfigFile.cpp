@@ -1,0 +1,195 @@
+// Reads and writes the file that configuration items are kept in.
+//
+// { "version": 1, "items": { "24289": { "type": "QString", "value": "..." }, ... } }
+// A value is text where that brings the same value back, else Qt's own stream in base 64.
+#include "framework/ConfigFile.h"
+
+#include "files/Posix.h"
+
+#include <QtCore/QDataStream>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QSaveFile>
+
+#include <cerrno>
+#include <cstdio>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr int fileVersion = 1;
+constexpr QDataStream::Version streamVersion = QDataStream::Qt_5_15;
+constexpr qint64 largestFileBytes = 16 * 1024 * 1024;
+constexpr int filesPutAside = 9;
+
+constexpr QLatin1String versionKey("version");
+constexpr QLatin1String itemsKey("items");
+constexpr QLatin1String typeKey("type");
+constexpr QLatin1String valueKey("value");
+constexpr QLatin1String streamKey("stream");
+
+QVariant FromText(const QString& typeName, const QString& text)
+{
+    const int type = QMetaType::type(typeName.toLatin1().constData());
+    QVariant value(text);
+    if (type == QMetaType::UnknownType || !value.convert(type)) {
+        return {};
+    }
+    return value;
+}
+
+QVariant FromStream(const QString& base64)
+{
+    QDataStream stream(QByteArray::fromBase64(base64.toLatin1()));
+    stream.setVersion(streamVersion);
+    QVariant value;
+    stream >> value;
+    return stream.status() == QDataStream::Ok ? value : QVariant();
+}
+
+QJsonObject ToJson(const QVariant& value)
+{
+    const QString typeName = QString::fromLatin1(value.typeName());
+    const QString text = value.toString();
+    const QVariant back = FromText(typeName, text);
+    if (back.userType() == value.userType() && back == value) {
+        return {{typeKey, typeName}, {valueKey, text}};
+    }
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream.setVersion(streamVersion);
+    stream << value;
+    return {{typeKey, typeName}, {streamKey, QString::fromLatin1(bytes.toBase64())}};
+}
+
+QVariant FromJson(const QJsonObject& object)
+{
+    return object.contains(streamKey)
+               ? FromStream(object.value(streamKey).toString())
+               : FromText(object.value(typeKey).toString(), object.value(valueKey).toString());
+}
+
+bool Parse(const QByteArray& bytes, QMap<int, QVariant>& items, QString& errorText)
+{
+    QJsonParseError error;
+    const QJsonObject root = QJsonDocument::fromJson(bytes, &error).object();
+    if (error.error != QJsonParseError::NoError) {
+        errorText = error.errorString();
+        return false;
+    }
+    if (root.value(versionKey).toInt() != fileVersion || !root.value(itemsKey).isObject()) {
+        errorText = QStringLiteral("unknown format");
+        return false;
+    }
+    const QJsonObject entries = root.value(itemsKey).toObject();
+    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
+        bool isNumber = false;
+        const int key = entry.key().toInt(&isNumber);
+        const QVariant value = FromJson(entry.value().toObject());
+        if (!isNumber || !value.isValid()) {
+            errorText = QStringLiteral("item %1 has no valid value").arg(entry.key());
+            return false;
+        }
+        items.insert(key, value);
+    }
+    return true;
+}
+
+// QSaveFile opens its temporary file with the mode of the file that it will replace, and only if
+// there is one with a mode of its owner's alone from the start.
+bool EnsurePrivateFile(const QString& path)
+{
+    const hostimpl::TDescriptor file(
+        ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    return file.IsValid() && ::fchmod(file.Get(), 0600) == 0;
+}
+
+} // namespace
+
+namespace hostimpl {
+
+EConfigRead ReadConfigFile(const QString& path, QMap<int, QVariant>& items, QString& errorText)
+{
+    QFile file(path);
+    if (!file.exists()) {
+        return EConfigRead::eMissing;
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
+        errorText = file.errorString();
+        return EConfigRead::eUnreadable;
+    }
+    if (file.size() > largestFileBytes) {
+        errorText = QStringLiteral("it is too large");
+        return EConfigRead::eInvalid;
+    }
+    // One that was copied here by hand may be readable for everybody.
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        errorText = file.errorString();
+        return EConfigRead::eUnreadable;
+    }
+    // Empty is what a run leaves that was killed before its first item was written.
+    if (bytes.isEmpty()) {
+        return EConfigRead::eMissing;
+    }
+    QMap<int, QVariant> read;
+    if (!Parse(bytes, read, errorText)) {
+        return EConfigRead::eInvalid;
+    }
+    items = read;
+    return EConfigRead::eRead;
+}
+
+bool WriteConfigFile(const QString& path, const QMap<int, QVariant>& items, QString& errorText)
+{
+    QJsonObject entries;
+    for (auto item = items.begin(); item != items.end(); ++item) {
+        entries.insert(QString::number(item.key()), ToJson(item.value()));
+    }
+    const QByteArray bytes =
+        QJsonDocument(QJsonObject{{versionKey, fileVersion}, {itemsKey, entries}}).toJson();
+    if (!EnsurePrivateFile(path)) {
+        errorText = qt_error_string(errno);
+        return false;
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        errorText = file.errorString();
+        return false;
+    }
+    if (!SyncFolder(QFileInfo(path).absolutePath())) {
+        errorText = qt_error_string(errno);
+        return false;
+    }
+    return true;
+}
+
+bool IsSameItem(const QVariant& one, const QVariant& other)
+{
+    return one.userType() == other.userType() && ToJson(one) == ToJson(other);
+}
+
+QString PutConfigFileAside(const QString& path)
+{
+    for (int number = 1; number <= filesPutAside; ++number) {
+        const QString other = path + QStringLiteral(".invalid-%1").arg(number);
+        if (number == filesPutAside) {
+            QFile::remove(other);
+        }
+        if (!QFile::exists(other)) {
+            const QByteArray target = QFile::encodeName(other);
+            return ::rename(QFile::encodeName(path).constData(), target.constData()) == 0 &&
+                           ::chmod(target.constData(), 0600) == 0
+                       ? other
+                       : QString();
+        }
+    }
+    return {};
+}
+
+} // namespace hostimpl

@@ -1,0 +1,14 @@
+// Key functions of the contract's interfaces: their type information lives here, once for the
+// console and all plug-ins.
+#include "host/TAppFeatures.h"
+#include "host/TAppUserLevels.h"
+#include "host/TConsoleCharacteristics.h"
+#include "host/UserLogAccessor.h"
+
+TAppFeatures::~TAppFeatures() = default;
+
+TAppUserLevels::~TAppUserLevels() = default;
+
+TConsoleCharacteristics::~TConsoleCharacteristics() = default;
+
+UserLogAccessor::~UserLogAccessor() = default;

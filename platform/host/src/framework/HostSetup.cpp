@@ -1,0 +1,60 @@
+// Makes the framework ready in one call.
+#include "hostimpl/HostSetup.h"
+
+#include "framework/HostLog.h"
+#include "hostimpl/Folders.h"
+#include "hostimpl/TConfigStore.h"
+#include "hostimpl/TUserLogFile.h"
+#include "hostimpl/Unpacking.h"
+
+#include <QtCore/QDir>
+
+namespace {
+
+constexpr int hostSource = 0;
+constexpr int consoleLog = 0;
+constexpr int hostCategory = 1;
+constexpr int problemLevel = 1;
+
+void TellDealer(const QString& problem)
+{
+    ConfigManager& config = ConfigManager::Instance();
+    if (config.IsUserLogEnabled(hostSource, consoleLog, hostCategory, problemLevel)) {
+        config.GetUserLogAccessor()->Write(consoleLog, hostCategory, problemLevel,
+                                           QStringLiteral("0"), problem);
+    }
+}
+
+} // namespace
+
+bool hostimpl::SetUpHost(const QString& dataFolder, QString& errorText)
+{
+    if (!SetDataFolder(dataFolder)) {
+        errorText = QStringLiteral("The folder %1 cannot be created.").arg(DataFolder());
+        return false;
+    }
+    const QString logFolder = DataFolder() + QStringLiteral("/logs");
+    if (!CreateFolders(errorText)) {
+        return false;
+    }
+    if (!QDir().mkpath(logFolder)) {
+        errorText = QStringLiteral("The folder %1 cannot be created.").arg(logFolder);
+        return false;
+    }
+    TConfigStore& config = TConfigStore::Process();
+    config.SetUserLogAccessor(
+        std::make_shared<TUserLogFile>(logFolder + QStringLiteral("/user.log")));
+    const QString problem = config.Open(DataFolder() + QStringLiteral("/console.json"));
+    if (!problem.isEmpty()) {
+        TellDealer(problem);
+    }
+    const QStringList folders = DownloadFolders();
+    for (const QString& folder : folders) {
+        QString text;
+        if (!RecoverUnpacking(folder, text)) {
+            qCWarning(lcHost, "%s", qUtf8Printable(text));
+            TellDealer(text);
+        }
+    }
+    return true;
+}

@@ -1,0 +1,60 @@
+// The GPS coordinator as a position source feeds it.
+#include "hostimpl/TFedGPSCoordinator.h"
+
+#include <cmath>
+
+namespace {
+
+bool IsOnEarth(const TGPSFix& fix)
+{
+    return std::isfinite(fix.latitudeDegrees) && std::abs(fix.latitudeDegrees) <= 90.0 &&
+           std::isfinite(fix.longitudeDegrees) && std::abs(fix.longitudeDegrees) <= 180.0 &&
+           std::isfinite(fix.utcTime);
+}
+
+} // namespace
+
+namespace hostimpl {
+
+TFedGPSCoordinator::TFedGPSCoordinator(QObject* parent) : TGPSCoordinator(parent) {}
+
+TFedGPSCoordinator::~TFedGPSCoordinator() = default;
+
+bool TFedGPSCoordinator::Feed(const TGPSFix& fix)
+{
+    if (!IsOnEarth(fix)) {
+        return false;
+    }
+    const QMutexLocker lock(&m_stateMutex);
+    SetCurrentFix(fix);
+    if (!m_hasFix) {
+        m_hasFix = true;
+        Q_EMIT GPSLost(false);
+    }
+    return true;
+}
+
+void TFedGPSCoordinator::Lose()
+{
+    const QMutexLocker lock(&m_stateMutex);
+    if (m_hasFix) {
+        m_hasFix = false;
+        Q_EMIT GPSLost(true);
+    }
+}
+
+void TFedGPSCoordinator::AnnounceFix()
+{
+    const QMutexLocker lock(&m_stateMutex);
+    if (m_hasFix) {
+        Q_EMIT GPSLost(false);
+    }
+}
+
+bool TFedGPSCoordinator::HasFix() const
+{
+    const QMutexLocker lock(&m_stateMutex);
+    return m_hasFix;
+}
+
+} // namespace hostimpl

@@ -1,0 +1,28 @@
+// Settings that never change. They are constant-initialised, so that constructors of other
+// libraries' statics already see them.
+#include "host/TSystemSettings.h"
+
+namespace {
+
+constexpr int suffixLength = 4;
+
+// As QStringLiteral lays a string out, which cannot be used here: it is no constant expression.
+struct TStaticText
+{
+    QStringData header;
+    char16_t text[suffixLength + 1];
+};
+
+const TStaticText zipSuffix = {{Q_STATIC_STRING_DATA_HEADER_INITIALIZER(suffixLength)}, u".zip"};
+const TStaticText zip2Suffix = {{Q_STATIC_STRING_DATA_HEADER_INITIALIZER(suffixLength)}, u".ZIP"};
+
+// Nobody writes to it: its reference count marks it as static.
+constexpr QStringDataPtr Shared(const TStaticText& text)
+{
+    return {const_cast<QStringData*>(&text.header)};
+}
+
+} // namespace
+
+__constinit const QString TSystemSettings::ZIPExtension{Shared(zipSuffix)};
+__constinit const QString TSystemSettings::ZIP2Extension{Shared(zip2Suffix)};
