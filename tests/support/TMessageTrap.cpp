@@ -1,0 +1,99 @@
+// Makes a test program fail on every warning that it does not expect.
+#include "support/TMessageTrap.h"
+
+#include "support/TExpectedMessage.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QMutex>
+#include <QtCore/QStringList>
+#include <QtCore/QThread>
+#include <QtTest/QTest>
+
+#include <cstdio>
+
+namespace {
+
+struct TState
+{
+    QMutex mutex; // guards the rest
+    QtMessageHandler next = nullptr;
+    QStringList ofOtherThreads;
+    int unexpected = 0;
+};
+
+TState& State()
+{
+    static TState& state = *new TState; // messages come until the very end
+    return state;
+}
+
+bool IsMainThread()
+{
+    const QCoreApplication* const application = QCoreApplication::instance();
+    return application != nullptr && QThread::currentThread() == application->thread();
+}
+
+void Fail(const QString& message)
+{
+    const QByteArray text = "unexpected message: " + message.toUtf8();
+    QTest::qFail(text.constData(), "", 0);
+}
+
+void Handle(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    const bool isBad = type == QtWarningMsg || type == QtCriticalMsg;
+    if (isBad && kelvo::test::TExpectedMessage::Take(type, message)) {
+        return;
+    }
+    const bool isForTest = IsMainThread() && QTest::currentTestFunction() != nullptr;
+    {
+        // Also keeps the threads' messages apart: QtTest's loggers do not.
+        const QMutexLocker lock(&State().mutex);
+        if (isBad) {
+            ++State().unexpected;
+            if (!isForTest) {
+                State().ofOtherThreads.append(message);
+            }
+        }
+        if (State().next != nullptr) {
+            State().next(type, context, message);
+        } else {
+            std::fprintf(stderr, "%s\n", qUtf8Printable(message));
+        }
+    }
+    if (isBad && isForTest) {
+        Fail(message);
+    }
+}
+
+} // namespace
+
+namespace kelvo::test {
+
+void TMessageTrap::Install()
+{
+    const QtMessageHandler former = qInstallMessageHandler(Handle);
+    const QMutexLocker lock(&State().mutex);
+    // QtTest puts us back when it ends, and its own handler must not be called any more then.
+    State().next = former == Handle ? nullptr : former;
+}
+
+void TMessageTrap::FailForOtherThreads()
+{
+    QStringList messages;
+    {
+        const QMutexLocker lock(&State().mutex);
+        messages.swap(State().ofOtherThreads);
+    }
+    for (const QString& message : qAsConst(messages)) {
+        Fail(message);
+    }
+}
+
+int TMessageTrap::UnexpectedCount()
+{
+    const QMutexLocker lock(&State().mutex);
+    return State().unexpected;
+}
+
+} // namespace kelvo::test

@@ -1,0 +1,44 @@
+// The message trap fails a test program when it has to, and only then.
+#include "support/TestMain.h"
+
+#include <QtCore/QProcess>
+
+class tst_TestSupport : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void exitCodeTellsOfMessages_data()
+    {
+        QTest::addColumn<QString>("function");
+        QTest::addColumn<bool>("passes");
+        QTest::addColumn<QByteArray>("output");
+        QTest::newRow("no message") << QStringLiteral("passes") << true << QByteArray();
+        QTest::newRow("expected") << QStringLiteral("warnsAsExpected") << true << QByteArray();
+        QTest::newRow("main thread") << QStringLiteral("warns") << false
+                                     << QByteArray("unexpected message: said on the main thread");
+        QTest::newRow("other thread") << QStringLiteral("warnsElsewhere") << false
+                                      << QByteArray("unexpected message: said on another thread");
+        QTest::newRow("missing") << QStringLiteral("waitsInVain") << false
+                                 << QByteArray("expected message did not come: never said");
+        QTest::newRow("after the tests") << QStringLiteral("warnsWhenDestroyed") << false
+                                         << QByteArray("1 unexpected message(s)");
+    }
+
+    void exitCodeTellsOfMessages()
+    {
+        QFETCH(QString, function);
+        QFETCH(bool, passes);
+        QFETCH(QByteArray, output);
+        QProcess program;
+        program.setProcessChannelMode(QProcess::MergedChannels);
+        program.start(QStringLiteral(FAILING_PROGRAM), {function});
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode() == 0, passes);
+        QVERIFY(program.readAll().contains(output));
+    }
+};
+
+KELVO_TEST_MAIN(tst_TestSupport)
+#include "tst_test_support.moc"
