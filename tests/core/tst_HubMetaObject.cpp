@@ -1,0 +1,103 @@
+// The hub as Qt's meta-object system shows it: the host and the screens connect by these texts, and
+// the order is part of the contract.
+#include "core/TKelvoInterface.h"
+
+#include <QtCore/QMetaMethod>
+#include <QtTest/QtTest>
+
+class tst_HubMetaObject : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void signalsAreDeclaredInTheirOrder();
+    void slotsAreDeclaredInTheirOrder();
+    void derivesFromQObjectOnly();
+};
+
+namespace {
+
+// "Name(type name, ...)", where a parameter without a name is its type alone.
+QStringList Declarations(const QMetaObject& meta, QMetaMethod::MethodType type)
+{
+    QStringList declarations;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        const QMetaMethod method = meta.method(i);
+        if (method.methodType() != type)
+            continue;
+        QStringList parameters;
+        for (int p = 0; p < method.parameterCount(); ++p) {
+            const QByteArray name = method.parameterNames().at(p);
+            const QByteArray text = method.parameterTypes().at(p) + (name.isEmpty() ? "" : " ");
+            parameters << QString::fromLatin1(text + name);
+        }
+        declarations << QStringLiteral("%1(%2)").arg(QString::fromLatin1(method.name()),
+                                                     parameters.join(QStringLiteral(", ")));
+    }
+    return declarations;
+}
+
+QStringList Lines(const char* text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+void tst_HubMetaObject::signalsAreDeclaredInTheirOrder()
+{
+    const QStringList expected = Lines(R"(
+KelvoLoginRequested()
+KelvoCancelLoginRequested()
+KelvoLogoutRequested()
+KelvoUploadRequested(int toProject, QStringList fileNamesToUpload)
+KelvoDownloadRequested(int fromProject, QStringList fileNamesToDownload, KelvoFileInfoList referenceFileInfoList)
+KelvoDeleteFilesRequested(int fromProject, QStringList fileNamesToDelete, KelvoFileInfoList referenceFileInfoList)
+KelvoLoginInProgress()
+KelvoLoggedIn()
+KelvoLoggedOut()
+KelvoLoginFailed(QString errorMsg)
+KelvoUploadingFile(int project, QString filename)
+KelvoUploadComplete(int project, KelvoFileTransferErrorDetailsList)
+KelvoDownloadingFile(int project, QString filename)
+KelvoDownloadComplete(int project, KelvoFileTransferErrorDetailsList)
+KelvoFileOperationInProgress()
+KelvoFileOperationComplete()
+NewKelvoProjectFilesList(int project, KelvoFileInfoList newFileList)
+KelvoDeletingFile(int project, QString filename)
+KelvoDeleteComplete(int project, KelvoFileTransferErrorDetailsList)
+KelvoUserInboxSetupInProgress(int progress)
+KelvoUserInboxSetupComplete(KelvoFileTransferErrorDetailsList userInboxSetupErrors)
+)");
+    QCOMPARE(Declarations(TKelvoInterface::staticMetaObject, QMetaMethod::Signal), expected);
+}
+
+void tst_HubMetaObject::slotsAreDeclaredInTheirOrder()
+{
+    const QStringList expected = Lines(R"(
+OnLoggingIntoKelvo()
+OnLoggedIntoKelvo()
+OnLoggedOutOfKelvo()
+OnLoginToKelvoFailed(QString errorMsg)
+OnKelvoUploadComplete(int project, KelvoFileTransferErrorDetailsList errorList)
+OnKelvoDownloadComplete(int project, KelvoFileTransferErrorDetailsList errorList)
+OnNewKelvoProjectFilesList(int project, KelvoFileInfoList newFileList)
+OnKelvoDeleteComplete(int project, KelvoFileTransferErrorDetailsList errorList)
+OnPostLoginChecksInProgress()
+OnPostLoginChecksComplete()
+OnKelvoUserInboxSetupInProgress(int progress)
+OnKelvoUserInboxSetupComplete(KelvoFileTransferErrorDetailsList userInboxSetupErrors)
+)");
+    QCOMPARE(Declarations(TKelvoInterface::staticMetaObject, QMetaMethod::Slot), expected);
+}
+
+void tst_HubMetaObject::derivesFromQObjectOnly()
+{
+    QCOMPARE(TKelvoInterface::staticMetaObject.superClass(), &QObject::staticMetaObject);
+    QCOMPARE(TKelvoInterface::staticMetaObject.className(), "TKelvoInterface");
+    const TKelvoInterface hub;
+    QVERIFY(hub.parent() == nullptr);
+}
+
+QTEST_GUILESS_MAIN(tst_HubMetaObject)
+#include "tst_HubMetaObject.moc"

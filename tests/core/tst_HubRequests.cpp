@@ -1,0 +1,248 @@
+// What the hub does with requests: the reference list it sends along, the cancel protocol, and
+// which calls go through the virtual table.
+#include "tests/core/HubEvents.h"
+#include "tests/fakes/SignalLog.h"
+
+#include <QtTest/QtTest>
+
+namespace {
+
+// Counts the calls that reach the hub's own virtual operations.
+class TCountingHub : public TKelvoInterface
+{
+public:
+    void OnCancelCurrentOperationRequested() override
+    {
+        ++m_cancels;
+        TKelvoInterface::OnCancelCurrentOperationRequested();
+    }
+    void RevertCancelCurrentOperation() override
+    {
+        ++m_reverts;
+        TKelvoInterface::RevertCancelCurrentOperation();
+    }
+
+    int m_cancels = 0;
+    int m_reverts = 0;
+};
+
+KelvoFileInfoList OneFile(long id, const char* name)
+{
+    KelvoFileInfoList list;
+    list.fileIds = {id};
+    list.fileNames = QStringList{QString::fromLatin1(name)};
+    return list;
+}
+
+QStringList OneName()
+{
+    return {QStringLiteral("a.zip")};
+}
+
+} // namespace
+
+class tst_HubRequests : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void loginWhileLoggedInOnlyTellsTheScreen();
+    void logoutWhileLoggedOutOnlyTellsTheScreen();
+    void aCancelNeverOutlivesTheOperationItWasMeantFor();
+    void theCancelIsRevertedBeforeTheUploadIsRequested();
+    void cancelStandsAfterLogoutUntilTheNextRequest();
+    void downloadSendsTheListingOfItsProjectOnly();
+    void downloadWithoutAListingSendsAnEmptyOne();
+    void deleteSendsTheListingOfItsProjectOnly();
+    void deleteWithoutAListingSendsAnEmptyOne();
+    void theSameListingTwiceIsAnnouncedTwice();
+    void aNewListingReplacesTheOldOneWhole();
+    void loggingOutKeepsTheListings();
+    void aLoginFailureIsPassedOnAsReceived();
+    void ownCallsGoThroughTheVirtualTable_data();
+    void ownCallsGoThroughTheVirtualTable();
+    void everyInboxSetupStepIsAnnouncedAgain();
+};
+
+void tst_HubRequests::initTestCase()
+{
+    qRegisterMetaType<QList<KelvoFileTransferErrorDetails>>("KelvoFileTransferErrorDetailsList");
+    qRegisterMetaType<KelvoFileInfoList>("KelvoFileInfoList");
+}
+
+void tst_HubRequests::loginWhileLoggedInOnlyTellsTheScreen()
+{
+    TKelvoInterface hub;
+    hub.OnLoggedIntoKelvo();
+    fakes::SignalLog log;
+    log.Watch(&hub);
+    hub.OnLoginToKelvoRequested();
+    QCOMPARE(log.Names(), QStringList{QStringLiteral("KelvoLoggedIn")});
+    QVERIFY(!hub.IsKelvoLoginInProgress());
+}
+
+void tst_HubRequests::logoutWhileLoggedOutOnlyTellsTheScreen()
+{
+    TKelvoInterface hub;
+    fakes::SignalLog log;
+    log.Watch(&hub);
+    hub.OnLogoutFromKelvoRequested();
+    QCOMPARE(log.Names(), QStringList{QStringLiteral("KelvoLoggedOut")});
+    QVERIFY(!hub.IsCancelCurrentOperationRequested());
+}
+
+void tst_HubRequests::aCancelNeverOutlivesTheOperationItWasMeantFor()
+{
+    TKelvoInterface hub;
+    hub.OnCancelCurrentOperationRequested();
+    QVERIFY(hub.IsCancelCurrentOperationRequested());
+    hub.OnUploadToKelvoRequested(eCurves, OneName());
+    QVERIFY(!hub.IsCancelCurrentOperationRequested());
+}
+
+void tst_HubRequests::theCancelIsRevertedBeforeTheUploadIsRequested()
+{
+    TKelvoInterface hub;
+    hub.OnCancelCurrentOperationRequested();
+    QList<bool> cancelSeen;
+    connect(&hub, &TKelvoInterface::KelvoUploadRequested, this,
+            [&] { cancelSeen << hub.IsCancelCurrentOperationRequested(); });
+    hub.OnUploadToKelvoRequested(eCurves, OneName());
+    QCOMPARE(cancelSeen, QList<bool>{false});
+}
+
+void tst_HubRequests::cancelStandsAfterLogoutUntilTheNextRequest()
+{
+    TKelvoInterface hub;
+    hub.OnLoggedIntoKelvo();
+    hub.OnLoggedOutOfKelvo();
+    QVERIFY(hub.IsCancelCurrentOperationRequested());
+    hub.OnCancelLoginToKelvoRequested();
+    hub.OnLogoutFromKelvoRequested();
+    QVERIFY(hub.IsCancelCurrentOperationRequested());
+    hub.OnLoginToKelvoRequested();
+    QVERIFY(!hub.IsCancelCurrentOperationRequested());
+}
+
+void tst_HubRequests::downloadSendsTheListingOfItsProjectOnly()
+{
+    TKelvoInterface hub;
+    hub.OnNewKelvoProjectFilesList(eCurves, OneFile(3, "curve.zip"));
+    hub.OnNewKelvoProjectFilesList(ePivots, OneFile(4, "pivot.zip"));
+    fakes::SignalLog log;
+    log.Watch(&hub);
+    hub.OnDownloadFromKelvoRequested(ePivots, OneName());
+    QCOMPARE(log.Texts().last(), QStringLiteral("KelvoDownloadRequested(4,[a.zip],[4:pivot.zip])"));
+}
+
+void tst_HubRequests::downloadWithoutAListingSendsAnEmptyOne()
+{
+    TKelvoInterface hub;
+    hub.OnNewKelvoProjectFilesList(eCurves, OneFile(3, "curve.zip"));
+    fakes::SignalLog log;
+    log.Watch(&hub);
+    hub.OnDownloadFromKelvoRequested(ePivots, OneName());
+    QCOMPARE(log.Texts().last(), QStringLiteral("KelvoDownloadRequested(4,[a.zip],[])"));
+}
+
+void tst_HubRequests::deleteSendsTheListingOfItsProjectOnly()
+{
+    TKelvoInterface hub;
+    hub.OnNewKelvoProjectFilesList(eCurves, OneFile(3, "curve.zip"));
+    hub.OnNewKelvoProjectFilesList(ePivots, OneFile(4, "pivot.zip"));
+    fakes::SignalLog log;
+    log.Watch(&hub);
+    hub.OnDeleteFilesRequested(eCurves, OneName());
+    QCOMPARE(log.Texts().last(),
+             QStringLiteral("KelvoDeleteFilesRequested(3,[a.zip],[3:curve.zip])"));
+}
+
+void tst_HubRequests::deleteWithoutAListingSendsAnEmptyOne()
+{
+    TKelvoInterface hub;
+    fakes::SignalLog log;
+    log.Watch(&hub);
+    hub.OnDeleteFilesRequested(eCurves, OneName());
+    QCOMPARE(log.Texts().last(), QStringLiteral("KelvoDeleteFilesRequested(3,[a.zip],[])"));
+}
+
+void tst_HubRequests::theSameListingTwiceIsAnnouncedTwice()
+{
+    TKelvoInterface hub;
+    fakes::SignalLog log;
+    log.Watch(&hub);
+    hub.OnNewKelvoProjectFilesList(eProjectLines, OneFile(9, "line.zip"));
+    hub.OnNewKelvoProjectFilesList(eProjectLines, OneFile(9, "line.zip"));
+    const QString announced = QStringLiteral("NewKelvoProjectFilesList(6,[9:line.zip])");
+    QCOMPARE(log.Texts(), (QStringList{announced, announced}));
+    const KelvoFileInfoList kept = hub.GetKelvoProjectFilesList(eProjectLines);
+    QCOMPARE(kept.fileIds, QList<long>{9L});
+    QCOMPARE(kept.fileNames, QStringList{QStringLiteral("line.zip")});
+}
+
+void tst_HubRequests::aNewListingReplacesTheOldOneWhole()
+{
+    TKelvoInterface hub;
+    hub.OnNewKelvoProjectFilesList(eCurves, OneFile(3, "curve.zip"));
+    hub.OnNewKelvoProjectFilesList(eCurves, KelvoFileInfoList());
+    QVERIFY(hub.GetKelvoProjectFilesList(eCurves).fileIds.isEmpty());
+    QVERIFY(hub.GetKelvoProjectFilesList(eCurves).fileNames.isEmpty());
+}
+
+void tst_HubRequests::loggingOutKeepsTheListings()
+{
+    TKelvoInterface hub;
+    hub.OnLoggedIntoKelvo();
+    hub.OnNewKelvoProjectFilesList(eCurves, OneFile(3, "curve.zip"));
+    hub.OnLoggedOutOfKelvo();
+    QCOMPARE(hub.GetKelvoProjectFilesList(eCurves).fileIds, QList<long>{3L});
+}
+
+void tst_HubRequests::aLoginFailureIsPassedOnAsReceived()
+{
+    TKelvoInterface hub;
+    fakes::SignalLog log;
+    log.Watch(&hub);
+    hub.OnLoginToKelvoFailed(QStringLiteral("No.\nTry <b>again</b>. %1"));
+    hub.OnLoginToKelvoFailed(QString());
+    QCOMPARE(log.Texts(),
+             (QStringList{QStringLiteral("KelvoLoginFailed(No.\nTry <b>again</b>. %1)"),
+                          QStringLiteral("KelvoLoginFailed()")}));
+}
+
+void tst_HubRequests::ownCallsGoThroughTheVirtualTable_data()
+{
+    QTest::addColumn<int>("eventIndex");
+    const QList<HubEvent> events = HubEvents();
+    for (int e = 0; e < events.size(); ++e)
+        QTest::newRow(events[e].name) << e;
+}
+
+void tst_HubRequests::ownCallsGoThroughTheVirtualTable()
+{
+    QFETCH(int, eventIndex);
+    const HubEvent event = HubEvents().at(eventIndex);
+    TCountingHub hub;
+    event.happen(hub);
+    QCOMPARE(hub.m_reverts, event.cancelRequested == EEffect::eClears ? 1 : 0);
+    QCOMPARE(hub.m_cancels, event.cancelRequested == EEffect::eSets ? 1 : 0);
+}
+
+void tst_HubRequests::everyInboxSetupStepIsAnnouncedAgain()
+{
+    TKelvoInterface hub;
+    fakes::SignalLog log;
+    log.Watch(&hub);
+    hub.OnKelvoUserInboxSetupInProgress(0);
+    hub.OnCancelCurrentOperationRequested();
+    hub.OnKelvoUserInboxSetupInProgress(50);
+    QCOMPARE(log.Texts(), (QStringList{QStringLiteral("KelvoFileOperationInProgress()"),
+                                       QStringLiteral("KelvoUserInboxSetupInProgress(0)"),
+                                       QStringLiteral("KelvoFileOperationInProgress()"),
+                                       QStringLiteral("KelvoUserInboxSetupInProgress(50)")}));
+    QVERIFY(!hub.IsCancelCurrentOperationRequested());
+}
+
+QTEST_GUILESS_MAIN(tst_HubRequests)
+#include "tst_HubRequests.moc"
