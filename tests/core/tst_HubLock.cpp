@@ -1,4 +1,5 @@
 // The hub's lock, from a second thread: free during every emission, and held for each change.
+#include "support/TestMain.h"
 #include "tests/core/HubEvents.h"
 #include "tests/core/HubStates.h"
 #include "tests/fakes/SignalLog.h"
@@ -10,7 +11,7 @@
 #include <memory>
 #include <thread>
 
-class tst_HubLock : public QObject
+class tst_HubLock : public kelvo::test::TTestCase
 {
     Q_OBJECT
 
@@ -134,5 +135,5 @@ void tst_HubLock::aSecondThreadMayPollAndRevertTheCancel()
     QVERIFY(!hub.IsCancelCurrentOperationRequested());
 }
 
-QTEST_GUILESS_MAIN(tst_HubLock)
+KELVO_TEST_MAIN(tst_HubLock)
 #include "tst_HubLock.moc"

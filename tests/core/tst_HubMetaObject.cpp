@@ -1,11 +1,12 @@
 // The hub as Qt's meta-object system shows it: the host and the screens connect by these texts, and
 // the order is part of the contract.
 #include "core/TKelvoInterface.h"
+#include "support/TestMain.h"
 
 #include <QtCore/QMetaMethod>
 #include <QtTest/QtTest>
 
-class tst_HubMetaObject : public QObject
+class tst_HubMetaObject : public kelvo::test::TTestCase
 {
     Q_OBJECT
 
@@ -99,5 +100,5 @@ void tst_HubMetaObject::derivesFromQObjectOnly()
     QVERIFY(hub.parent() == nullptr);
 }
 
-QTEST_GUILESS_MAIN(tst_HubMetaObject)
+KELVO_TEST_MAIN(tst_HubMetaObject)
 #include "tst_HubMetaObject.moc"

@@ -1,5 +1,6 @@
 // What the hub does with requests: the reference list it sends along, the cancel protocol, and
 // which calls go through the virtual table.
+#include "support/TestMain.h"
 #include "tests/core/HubEvents.h"
 #include "tests/fakes/SignalLog.h"
 
@@ -41,7 +42,7 @@ QStringList OneName()
 
 } // namespace
 
-class tst_HubRequests : public QObject
+class tst_HubRequests : public kelvo::test::TTestCase
 {
     Q_OBJECT
 
@@ -244,5 +245,5 @@ void tst_HubRequests::everyInboxSetupStepIsAnnouncedAgain()
     QVERIFY(!hub.IsCancelCurrentOperationRequested());
 }
 
-QTEST_GUILESS_MAIN(tst_HubRequests)
+KELVO_TEST_MAIN(tst_HubRequests)
 #include "tst_HubRequests.moc"

@@ -1,12 +1,13 @@
 // Every event in every one of the hub's 16 states: what becomes of the flags, and which signals
 // come in which order.
+#include "support/TestMain.h"
 #include "tests/core/HubEvents.h"
 #include "tests/core/HubStates.h"
 #include "tests/fakes/SignalLog.h"
 
 #include <QtTest/QtTest>
 
-class tst_HubStateMachine : public QObject
+class tst_HubStateMachine : public kelvo::test::TTestCase
 {
     Q_OBJECT
 
@@ -103,5 +104,5 @@ void tst_HubStateMachine::flagsAreChangedBeforeTheSignalsAreEmitted()
         QCOMPARE(TextOf(state), TextOf(expected));
 }
 
-QTEST_GUILESS_MAIN(tst_HubStateMachine)
+KELVO_TEST_MAIN(tst_HubStateMachine)
 #include "tst_HubStateMachine.moc"

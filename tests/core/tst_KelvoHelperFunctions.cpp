@@ -2,6 +2,7 @@
 // with a text of its own, which need not be a path.
 #include "core/KelvoHelperFunctions.h"
 #include "host/TSystemSettingsProxy.h"
+#include "support/TestMain.h"
 
 #include <QtTest/QtTest>
 
@@ -50,7 +51,7 @@ KELVO_GETTER(GetKelvoUploadProjectLinesFolderPath, "up/project")
 KELVO_GETTER(GetKelvoTempDownloadFolderPath, "temp/")
 #undef KELVO_GETTER
 
-class tst_KelvoHelperFunctions : public QObject
+class tst_KelvoHelperFunctions : public kelvo::test::TTestCase
 {
     Q_OBJECT
 
@@ -118,5 +119,5 @@ void tst_KelvoHelperFunctions::passesAnEmptyPathOn()
     QVERIFY(KelvoHelperFunctions::GetLocalKelvoUploadFolderPathForProject(eABLines).isEmpty());
 }
 
-QTEST_GUILESS_MAIN(tst_KelvoHelperFunctions)
+KELVO_TEST_MAIN(tst_KelvoHelperFunctions)
 #include "tst_KelvoHelperFunctions.moc"

@@ -1,6 +1,7 @@
 // The value types: their numbers, their defaults, and their way across threads.
 #include "core/KelvoRecords.h"
 #include "core/TKelvoInterface.h"
+#include "support/TestMain.h"
 
 #include <QtCore/QThread>
 #include <QtTest/QSignalSpy>
@@ -8,7 +9,7 @@
 
 #include <type_traits>
 
-class tst_KelvoRecords : public QObject
+class tst_KelvoRecords : public kelvo::test::TTestCase
 {
     Q_OBJECT
 
@@ -168,5 +169,5 @@ void tst_KelvoRecords::anErrorListArrivesIntactOnAnotherThread()
     QCOMPARE(receiver.m_thread, &thread);
 }
 
-QTEST_GUILESS_MAIN(tst_KelvoRecords)
+KELVO_TEST_MAIN(tst_KelvoRecords)
 #include "tst_KelvoRecords.moc"
