@@ -1,0 +1,138 @@
+// What the command line says the console is to do.
+#include "console/ConsoleSettings.h"
+
+#include "console/headless/CommandParser.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QStandardPaths>
+
+namespace {
+
+constexpr int maxTimeoutSeconds = 24 * 60 * 60;
+
+QString DefaultPluginPath()
+{
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() +
+                           QStringLiteral("/../lib/libkelvo.so"));
+}
+
+QString DefaultDataFolder()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+           QStringLiteral("/kelvo-console");
+}
+
+QString Description()
+{
+    return QStringLiteral(
+               "The KELVO console without screens: loads the plug-in, takes commands, and prints a "
+               "line for every\nsignal of the plug-in's hub and for the result of every "
+               "command.\n\n"
+               "The user name and the password come from --credentials, or from KELVO_USER and\n"
+               "KELVO_PASSWORD in the environment; otherwise the stored ones are used. Neither is "
+               "stored\nor printed.\n\n"
+               "Commands, one a line; # starts a comment, names with blanks stand in quotes:\n%1\n"
+               "KIND is one of %2.\n\n"
+               "Output: `signal NAME {ARGUMENTS}` for a signal, `ok COMMAND` or `FAILED COMMAND: "
+               "REASON`\nfor a command; `list` and `status` print a line of their own before "
+               "it.\n\n"
+               "Exit status: 0 all went as asked, 1 something failed, 2 wrong usage, 3 the plug-in "
+               "could not\nbe loaded or started, 128+N ended by the signal N.")
+        .arg(console::CommandHelp(), console::KindNames().join(QLatin1Char(' ')));
+}
+
+// host, host:port, or [IPv6]:port; what the host is called is the resolver's business.
+bool IsServiceAddress(const QString& text)
+{
+    static const QRegularExpression form(
+        QStringLiteral("^([A-Za-z0-9._-]+|\\[[0-9A-Fa-f:.]+\\])(:[0-9]{1,5})?$"));
+    return form.match(text).hasMatch();
+}
+
+} // namespace
+
+namespace console {
+
+void DescribeOptions(QCommandLineParser& parser)
+{
+    const auto add = [&parser](const char* name, const char* value, const QString& text) {
+        parser.addOption(
+            {QString::fromLatin1(name), text, QString::fromLatin1(value)}); // empty: no value
+    };
+    parser.setApplicationDescription(Description());
+    parser.addHelpOption();
+    parser.addVersionOption();
+    add("headless", "", QStringLiteral("Run without screens (for now the only way to run)."));
+    add("plugin", "PATH", QStringLiteral("The plug-in, default ../lib/libkelvo.so."));
+    add("service", "HOST[:PORT]", QStringLiteral("The service, instead of the plug-in's own."));
+    add("ca", "FILE", QStringLiteral("Certificates to trust besides the system's."));
+    add("data", "DIR",
+        QStringLiteral("Where the console keeps its data, default %1.")
+            .arg(QDir::toNativeSeparators(DefaultDataFolder())));
+    add("credentials", "FILE",
+        QStringLiteral("First line user name, second line password; only its owner may read it."));
+    add("script", "FILE", QStringLiteral("Where the commands come from, default - (stdin)."));
+    add("timeout", "SECONDS",
+        QStringLiteral("How long a command may take, default %1; then it has failed.")
+            .arg(TConsoleSettings().timeoutSeconds));
+}
+
+bool ReadSettings(const QCommandLineParser& parser, TConsoleSettings& settings, QString& errorText)
+{
+    const auto value = [&parser](const char* name, const QString& otherwise) {
+        const QString option = QString::fromLatin1(name);
+        return parser.isSet(option) ? parser.value(option) : otherwise;
+    };
+    settings.isHeadless = parser.isSet(QStringLiteral("headless"));
+    settings.pluginPath = QFileInfo(value("plugin", DefaultPluginPath())).absoluteFilePath();
+    settings.service = value("service", QString());
+    settings.authorityFile = value("ca", QString());
+    settings.dataFolder =
+        QDir::cleanPath(QFileInfo(value("data", DefaultDataFolder())).absoluteFilePath());
+    settings.credentialsFile = value("credentials", QString());
+    settings.scriptFile = value("script", QStringLiteral("-"));
+
+    bool isNumber = true;
+    settings.timeoutSeconds =
+        value("timeout", QString::number(settings.timeoutSeconds)).toInt(&isNumber);
+    if (!isNumber || settings.timeoutSeconds < 1 || settings.timeoutSeconds > maxTimeoutSeconds) {
+        errorText = QStringLiteral("--timeout wants a number of seconds from 1 to %1.")
+                        .arg(maxTimeoutSeconds);
+        return false;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        errorText = QStringLiteral("Unexpected argument \"%1\".")
+                        .arg(parser.positionalArguments().constFirst());
+        return false;
+    }
+    if (parser.isSet(QStringLiteral("service")) && !IsServiceAddress(settings.service)) {
+        errorText = QStringLiteral("--service wants HOST or HOST:PORT.");
+        return false;
+    }
+    if (parser.isSet(QStringLiteral("ca"))) {
+        const QFileInfo file(settings.authorityFile);
+        if (!file.isFile() || !file.isReadable()) {
+            errorText =
+                QStringLiteral("The file %1 (--ca) cannot be read.").arg(settings.authorityFile);
+            return false;
+        }
+        settings.authorityFile = file.absoluteFilePath();
+    }
+    return true;
+}
+
+void ExportToEnvironment(const TConsoleSettings& settings)
+{
+    if (!settings.service.isEmpty()) {
+        qputenv("KELVO_API_HOST", settings.service.toLatin1());
+    }
+    if (!settings.authorityFile.isEmpty()) {
+        qputenv("KESDK_CA_FILE", settings.authorityFile.toLocal8Bit());
+    }
+}
+
+} // namespace console

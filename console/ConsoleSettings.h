@@ -1,0 +1,33 @@
+// What the command line says the console is to do.
+#pragma once
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+class QCommandLineParser;
+
+namespace console {
+
+struct TConsoleSettings
+{
+    QString pluginPath;
+    QString service;         // host[:port]; empty for the plug-in's own
+    QString authorityFile;   // certificates to trust besides the system's; may be empty
+    QString dataFolder;      // absolute
+    QString credentialsFile; // may be empty
+    QString scriptFile;      // "-" for the standard input
+    int timeoutSeconds = 120;
+    bool isHeadless = false;
+};
+
+// Gives `parser` the console's options and its help text.
+void DescribeOptions(QCommandLineParser& parser);
+
+// Reads the settings from a parsed command line. False if a value makes no sense; `errorText` says
+// which.
+bool ReadSettings(const QCommandLineParser& parser, TConsoleSettings& settings, QString& errorText);
+
+// Puts what the plug-in and its SDK read from the environment there. Before the plug-in is loaded.
+void ExportToEnvironment(const TConsoleSettings& settings);
+
+} // namespace console

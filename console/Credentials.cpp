@@ -1,0 +1,73 @@
+// The operator's user name and password, on their way to the configuration.
+#include "console/Credentials.h"
+
+#include "host/ConfigManager.h"
+
+#include <QtCore/QFile>
+
+#include <sys/stat.h>
+
+namespace {
+
+enum ECredentialItem : int {
+    eUserNameItem = 24289,
+    ePasswordItem = 24290,
+};
+
+constexpr qint64 maxFileBytes = 4096;
+
+QString Line(QFile& file)
+{
+    QByteArray line = file.readLine(maxFileBytes);
+    while (line.endsWith('\n') || line.endsWith('\r')) {
+        line.chop(1);
+    }
+    return QString::fromUtf8(line);
+}
+
+} // namespace
+
+namespace console {
+
+bool ReadCredentialsFile(const QString& path, TCredentials& credentials, QString& errorText)
+{
+    QFile file(path);
+    struct stat status = {};
+    if (!file.open(QIODevice::ReadOnly) || ::fstat(file.handle(), &status) != 0) {
+        errorText = QStringLiteral("The credentials file %1 cannot be read.").arg(path);
+        return false;
+    }
+    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+        errorText = QStringLiteral("The credentials file %1 is open to others than its owner; "
+                                   "`chmod 600` makes it private.")
+                        .arg(path);
+        return false;
+    }
+    credentials.user = Line(file);
+    credentials.password = Line(file);
+    if (credentials.user.isEmpty() || credentials.password.isEmpty()) {
+        errorText = QStringLiteral("The credentials file %1 wants the user name on its first line "
+                                   "and the password on its second.")
+                        .arg(path);
+        return false;
+    }
+    return true;
+}
+
+bool TakeCredentialsFromEnvironment(TCredentials& credentials)
+{
+    credentials.user = qEnvironmentVariable("KELVO_USER");
+    credentials.password = qEnvironmentVariable("KELVO_PASSWORD");
+    qunsetenv("KELVO_USER");
+    qunsetenv("KELVO_PASSWORD");
+    return !credentials.user.isEmpty() && !credentials.password.isEmpty();
+}
+
+void ConfigureCredentials(const TCredentials& credentials)
+{
+    ConfigManager& config = ConfigManager::Instance();
+    config.SetItem(eUserNameItem, credentials.user, false);
+    config.SetItem(ePasswordItem, credentials.password, false);
+}
+
+} // namespace console

@@ -1,0 +1,16 @@
+// Keeps texts on one line of output.
+#pragma once
+
+#include "core/KelvoRecords.h"
+
+#include <QtCore/QString>
+
+namespace console {
+
+// `text` with backslashes and everything that would break or colour a line written as an escape.
+QString OneLine(const QString& text);
+
+// "2 errors: first.zip: why; second.zip: why"
+QString OneLine(const KelvoFileTransferErrorDetailsList& errors);
+
+} // namespace console

@@ -1,0 +1,31 @@
+// Turns SIGINT and SIGTERM into a call on the main thread.
+#pragma once
+
+#include <QtCore/QObject>
+#include <QtCore/QSocketNotifier>
+
+#include <functional>
+
+namespace console {
+
+// One a process. The first signal is reported; another one then ends the process at once.
+//
+// Thread: main.
+class TStopSignals : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TStopSignals(std::function<void(int signalNumber)> onStop);
+    ~TStopSignals() override;
+
+private:
+    void OnReadable();
+
+    std::function<void(int)> m_onStop;
+    int m_writeEnd = -1;
+    int m_readEnd = -1;
+    QSocketNotifier m_notifier;
+};
+
+} // namespace console
