@@ -1,0 +1,45 @@
+// Server-sent events out of a stream of bytes.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace kesdk::impl {
+
+struct ServerSentEvent
+{
+    std::string id; // the last one seen in the stream
+    std::string name;
+    std::string data;
+};
+
+// Reads the text/event-stream format, torn anywhere.
+class EventParser
+{
+public:
+    using Handler = std::function<void(const ServerSentEvent&)>;
+
+    explicit EventParser(Handler handler);
+
+    // False when the stream is none: a line or an event longer than anything the service sends.
+    bool Feed(const char* bytes, std::size_t sizeBytes);
+
+private:
+    bool TakeByte(char byte);
+    void TakeLine();
+    void TakeField(std::string_view field, std::string_view value);
+    void Dispatch();
+
+    Handler m_handler;
+    std::string m_line;
+    bool m_isAfterCarriageReturn = false;
+    bool m_isFirstLine = true;
+    bool m_hasData = false;
+    std::string m_lastId;
+    std::string m_name;
+    std::string m_data;
+};
+
+} // namespace kesdk::impl

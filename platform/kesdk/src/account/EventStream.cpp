@@ -1,0 +1,83 @@
+// One connection to the service's event stream.
+#include "account/EventStream.h"
+
+#include "account/EventParser.h"
+#include "client/ApiJson.h"
+#include "client/Problems.h"
+
+#include <chrono>
+
+namespace kesdk::impl {
+
+namespace {
+
+constexpr std::chrono::seconds kLongestSilence{130}; // a comment comes every 60 s
+
+class EventSink : public BodySink
+{
+public:
+    explicit EventSink(const EventStream::Handlers& handlers)
+        : m_handlers(handlers), m_parser([this](const ServerSentEvent& event) { TakeEvent(event); })
+    {}
+
+    bool Accept(const HttpResponse& head) override
+    {
+        if (head.status != 200)
+            return false;
+        m_handlers.onOpen();
+        return true;
+    }
+
+    bool Write(const char* bytes, std::size_t sizeBytes) override
+    {
+        return m_parser.Feed(bytes, sizeBytes) && !m_hasSessionEnded && !m_mustStartOver;
+    }
+
+    bool HasSessionEnded() const { return m_hasSessionEnded; }
+    bool MustStartOver() const { return m_mustStartOver; }
+
+private:
+    void TakeEvent(const ServerSentEvent& raw)
+    {
+        const AccountEvent event = ParseEvent(raw.name, raw.id, raw.data);
+        if (event.kind == EAccountEvent::eSessionEnded)
+            m_hasSessionEnded = true;
+        else if (event.kind == EAccountEvent::eUnreadable)
+            m_mustStartOver = true; // it may have changed anything
+        else if (!m_hasSessionEnded && !m_mustStartOver)
+            m_handlers.onEvent(event);
+    }
+
+    const EventStream::Handlers& m_handlers;
+    EventParser m_parser;
+    bool m_hasSessionEnded = false;
+    bool m_mustStartOver = false;
+};
+
+EStreamEnd EndOf(const EventSink& sink, const Failure& failure)
+{
+    if (sink.HasSessionEnded() || failure.Is(EErrorCode::eSessionEnded))
+        return EStreamEnd::eSessionEnded;
+    if (sink.MustStartOver() || failure.Is(EErrorCode::eCursorTooOld))
+        return EStreamEnd::eTooOld;
+    if (failure.Is(EErrorCode::eAborted))
+        return EStreamEnd::eAborted;
+    return failure.httpStatus >= 400 ? EStreamEnd::eRefused : EStreamEnd::eClosed;
+}
+
+} // namespace
+
+StreamOutcome EventStream::Run(const ApiCall& call, const std::string& cursor,
+                               const Handlers& handlers)
+{
+    ApiCall streamCall = call;
+    streamCall.limits.total = std::chrono::milliseconds(0);
+    streamCall.limits.stallWindow = kLongestSilence;
+    streamCall.limits.stallBytes = 1;
+    EventSink sink(handlers);
+    const HttpOutcome outcome = m_api.ReadEvents(streamCall, cursor, sink);
+    const Failure failure = FailureOf(outcome);
+    return {EndOf(sink, failure), failure};
+}
+
+} // namespace kesdk::impl

@@ -1,0 +1,59 @@
+// SHA-256 over bytes that come in pieces.
+#include "base/Sha256.h"
+
+#include "base/Text.h"
+
+#include <openssl/evp.h>
+
+#include <new>
+
+namespace kesdk::impl {
+
+void Sha256::Free::operator()(evp_md_ctx_st* context) const
+{
+    EVP_MD_CTX_free(context);
+}
+
+Sha256::Sha256() : m_context(EVP_MD_CTX_new())
+{
+    if (!m_context)
+        throw std::bad_alloc();
+    Reset();
+}
+
+Sha256::~Sha256() = default;
+
+void Sha256::Reset()
+{
+    EVP_DigestInit_ex(m_context.get(), EVP_sha256(), nullptr);
+}
+
+void Sha256::Update(const void* bytes, std::size_t sizeBytes)
+{
+    EVP_DigestUpdate(m_context.get(), bytes, sizeBytes);
+}
+
+Sha256::Digest Sha256::Finish()
+{
+    Digest digest{};
+    EVP_DigestFinal_ex(m_context.get(), digest.data(), nullptr);
+    return digest;
+}
+
+std::string ToHex(const Sha256::Digest& digest)
+{
+    constexpr char kHex[] = "0123456789abcdef";
+    std::string out;
+    for (const unsigned char byte : digest) {
+        out += kHex[byte >> 4];
+        out += kHex[byte & 0x0F];
+    }
+    return out;
+}
+
+std::string ToReprDigest(const Sha256::Digest& digest)
+{
+    return "sha-256=:" + EncodeBase64(digest.data(), digest.size()) + ":";
+}
+
+} // namespace kesdk::impl

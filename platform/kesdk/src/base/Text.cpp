@@ -1,0 +1,193 @@
+// Text between the contract's wide strings, the wire's UTF-8 and the operator's HTML.
+#include "base/Text.h"
+
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace kesdk::impl {
+
+namespace {
+
+constexpr std::uint32_t kReplacement = 0xFFFD;
+
+bool IsCodePoint(std::uint32_t value)
+{
+    return value < 0xD800 || (value > 0xDFFF && value <= 0x10FFFF);
+}
+
+char Byte(std::uint32_t value)
+{
+    return static_cast<char>(static_cast<unsigned char>(value));
+}
+
+void AppendUtf8(std::string& out, std::uint32_t code)
+{
+    if (code < 0x80) {
+        out += Byte(code);
+    } else if (code < 0x800) {
+        out += Byte(0xC0 | (code >> 6));
+        out += Byte(0x80 | (code & 0x3F));
+    } else if (code < 0x10000) {
+        out += Byte(0xE0 | (code >> 12));
+        out += Byte(0x80 | ((code >> 6) & 0x3F));
+        out += Byte(0x80 | (code & 0x3F));
+    } else {
+        out += Byte(0xF0 | (code >> 18));
+        out += Byte(0x80 | ((code >> 12) & 0x3F));
+        out += Byte(0x80 | ((code >> 6) & 0x3F));
+        out += Byte(0x80 | (code & 0x3F));
+    }
+}
+
+// One row a length of sequence: how its first byte looks and the least value it may stand for.
+struct SequenceForm
+{
+    std::uint32_t mask;
+    std::uint32_t lead;
+    std::size_t length;
+    std::uint32_t least;
+};
+
+constexpr SequenceForm kForms[] = {
+    {0x80, 0x00, 1, 0x0},
+    {0xE0, 0xC0, 2, 0x80},
+    {0xF0, 0xE0, 3, 0x800},
+    {0xF8, 0xF0, 4, 0x10000},
+};
+
+// Takes one code point off the front; one byte off, and the replacement, where there is none.
+std::uint32_t TakeCodePoint(std::string_view& rest)
+{
+    const auto first = static_cast<unsigned char>(rest.front());
+    for (const SequenceForm& form : kForms) {
+        if ((first & form.mask) != form.lead || rest.size() < form.length)
+            continue;
+        std::uint32_t code = first & ~form.mask & 0xFFu;
+        std::size_t i = 1;
+        for (; i < form.length; ++i) {
+            const auto next = static_cast<unsigned char>(rest[i]);
+            if ((next & 0xC0u) != 0x80u)
+                break;
+            code = (code << 6) | (next & 0x3Fu);
+        }
+        if (i != form.length || code < form.least || !IsCodePoint(code))
+            break;
+        rest.remove_prefix(form.length);
+        return code;
+    }
+    rest.remove_prefix(1);
+    return kReplacement;
+}
+
+char ToLower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool IsUnreserved(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+           std::string_view("-._~").find(c) != std::string_view::npos;
+}
+
+} // namespace
+
+std::string ToUtf8(std::wstring_view text)
+{
+    std::string out;
+    out.reserve(text.size());
+    for (const wchar_t c : text) {
+        const auto code = static_cast<std::uint32_t>(c);
+        AppendUtf8(out, IsCodePoint(code) ? code : kReplacement);
+    }
+    return out;
+}
+
+std::wstring ToWide(std::string_view utf8)
+{
+    std::wstring out;
+    out.reserve(utf8.size());
+    while (!utf8.empty())
+        out += static_cast<wchar_t>(TakeCodePoint(utf8));
+    return out;
+}
+
+std::wstring EscapeHtml(std::wstring_view text)
+{
+    std::wstring out;
+    out.reserve(text.size());
+    for (const wchar_t c : text) {
+        switch (c) {
+        case L'&':
+            out += L"&amp;";
+            break;
+        case L'<':
+            out += L"&lt;";
+            break;
+        case L'>':
+            out += L"&gt;";
+            break;
+        case L'"':
+            out += L"&quot;";
+            break;
+        case L'\'':
+            out += L"&#39;";
+            break;
+        default:
+            out += c;
+            break;
+        }
+    }
+    return out;
+}
+
+std::string EncodeBase64(std::string_view bytes)
+{
+    return EncodeBase64(bytes.data(), bytes.size());
+}
+
+std::string EncodeBase64(const void* bytes, std::size_t sizeBytes)
+{
+    std::string out(4 * ((sizeBytes + 2) / 3) + 1, '\0'); // EVP_EncodeBlock adds a zero
+    const int length =
+        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(out.data()),
+                        static_cast<const unsigned char*>(bytes), static_cast<int>(sizeBytes));
+    out.resize(static_cast<std::size_t>(length));
+    return out;
+}
+
+std::string EncodePathSegment(std::string_view utf8)
+{
+    constexpr char kHex[] = "0123456789ABCDEF";
+    std::string out;
+    for (const char c : utf8) {
+        if (IsUnreserved(c)) {
+            out += c;
+            continue;
+        }
+        const auto byte = static_cast<unsigned char>(c);
+        out += '%';
+        out += kHex[byte >> 4];
+        out += kHex[byte & 0x0F];
+    }
+    return out;
+}
+
+bool EqualNoCase(std::string_view left, std::string_view right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](char a, char b) { return ToLower(a) == ToLower(b); });
+}
+
+std::string_view Trim(std::string_view text)
+{
+    constexpr std::string_view kBlank = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(kBlank);
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+}
+
+} // namespace kesdk::impl

@@ -1,0 +1,164 @@
+// The service's API: its paths, headers and documents.
+#include "client/ApiClient.h"
+
+#include "base/Text.h"
+#include "client/ApiJson.h"
+#include "client/Problems.h"
+
+#include <utility>
+
+namespace kesdk::impl {
+
+namespace {
+
+HttpRequest Request(std::string method, std::string target)
+{
+    HttpRequest request;
+    request.method = std::move(method);
+    request.target = "/v1" + std::move(target);
+    return request;
+}
+
+HttpRequest JsonRequest(std::string method, std::string target, std::string body)
+{
+    HttpRequest request = Request(std::move(method), std::move(target));
+    request.headers.push_back({"Content-Type", "application/json"});
+    request.body = std::move(body);
+    return request;
+}
+
+Failure BadReply(const HttpResponse& response)
+{
+    return Failure(EErrorCode::eBadReply, "the reply is not what the API describes",
+                   response.status);
+}
+
+// What `parse` makes of a good answer's body.
+template <class T, class Parse>
+Result<T> ReadReply(const HttpOutcome& outcome, Parse parse)
+{
+    if (const Failure failure = FailureOf(outcome); failure.IsSet())
+        return failure;
+    if (auto value = parse(outcome.response.body); value && outcome.response.IsSuccess())
+        return std::move(*value);
+    return BadReply(outcome.response);
+}
+
+Failure ReadEmptyReply(const HttpOutcome& outcome)
+{
+    const Failure failure = FailureOf(outcome);
+    return failure.IsSet() || outcome.response.IsSuccess() ? failure : BadReply(outcome.response);
+}
+
+std::string Resource(std::int64_t id)
+{
+    return "/resources/" + std::to_string(id);
+}
+
+} // namespace
+
+ApiClient::ApiClient(RetryingClient& http) : m_http(http) {}
+
+HttpOutcome ApiClient::Perform(const ApiCall& call, HttpRequest request)
+{
+    if (!call.token.empty())
+        request.headers.push_back({"Authorization", "Bearer " + call.token});
+    request.limits = call.limits;
+    return m_http.Perform(request, call.policy, call.abort);
+}
+
+Result<LoginRecord> ApiClient::LogIn(const ApiCall& call, const std::wstring& user,
+                                     const std::wstring& password)
+{
+    return ReadReply<LoginRecord>(
+        Perform(call, JsonRequest("POST", "/sessions", LoginJson(user, password))), &ParseLogin);
+}
+
+Failure ApiClient::LogOut(const ApiCall& call)
+{
+    return ReadEmptyReply(Perform(call, Request("DELETE", "/sessions/current")));
+}
+
+Result<AccountRecord> ApiClient::GetAccount(const ApiCall& call)
+{
+    HttpRequest request = Request("GET", "/account");
+    request.acceptsGzip = true;
+    return ReadReply<AccountRecord>(Perform(call, std::move(request)), &ParseAccount);
+}
+
+Result<ProjectRecord> ApiClient::GetProjectResources(const ApiCall& call, std::int64_t projectId)
+{
+    const std::string target = "/projects/" + std::to_string(projectId) + "/resources";
+    return ReadReply<ProjectRecord>(Perform(call, Request("GET", target)), &ParseProjectResources);
+}
+
+Result<ResourceRecord> ApiClient::GetResource(const ApiCall& call, std::int64_t resourceId)
+{
+    return ReadReply<ResourceRecord>(Perform(call, Request("GET", Resource(resourceId))),
+                                     &ParseResource);
+}
+
+Result<InboxRecord> ApiClient::CreateUserInbox(const ApiCall& call, const std::wstring& projectName)
+{
+    HttpRequest request =
+        Request("POST", "/projects/" + EncodePathSegment(ToUtf8(projectName)) + "/user-inbox");
+    request.isRepeatable = true; // answers the same inbox again
+    return ReadReply<InboxRecord>(Perform(call, std::move(request)), &ParseInbox);
+}
+
+HttpOutcome ApiClient::ReadEvents(const ApiCall& call, const std::string& cursor, BodySink& sink)
+{
+    HttpRequest request = Request("GET", "/events");
+    request.headers.push_back({"Accept", "text/event-stream"});
+    request.headers.push_back({"Last-Event-ID", cursor});
+    request.sink = &sink;
+    return Perform(call, std::move(request));
+}
+
+Result<HttpResponse> ApiClient::GetContent(const ApiCall& call, const ContentRequest& content,
+                                           BodySink& sink)
+{
+    HttpRequest request = Request("GET", Resource(content.fileId) + "/content");
+    request.headers.push_back({"If-Match", content.etag});
+    if (content.fromByte > 0) {
+        request.headers.push_back({"Range", "bytes=" + std::to_string(content.fromByte) + "-"});
+        request.headers.push_back({"If-Range", content.etag});
+    }
+    request.sink = &sink;
+    HttpOutcome outcome = Perform(call, std::move(request));
+    if (const Failure failure = FailureOf(outcome); failure.IsSet())
+        return failure;
+    return std::move(outcome.response);
+}
+
+Failure ApiClient::DeleteFile(const ApiCall& call, std::int64_t fileId, const std::string& etag)
+{
+    HttpRequest request = Request("DELETE", Resource(fileId));
+    if (!etag.empty())
+        request.headers.push_back({"If-Match", etag});
+    const HttpOutcome outcome = Perform(call, std::move(request));
+    // The try whose answer was lost did it: an id that is gone never comes back by itself.
+    if (outcome.mayHaveRunBefore && outcome.response.status == 404)
+        return {};
+    return ReadEmptyReply(outcome);
+}
+
+Failure ApiClient::PutEnvironment(const ApiCall& call, const api::Environment& environment)
+{
+    return ReadEmptyReply(
+        Perform(call, JsonRequest("PUT", "/environment", EnvironmentJson(environment))));
+}
+
+Failure ApiClient::PutDevice(const ApiCall& call, const api::Environment::MeasDeviceReport& report,
+                             bool sharing)
+{
+    return ReadEmptyReply(
+        Perform(call, JsonRequest("PUT", "/devices", DeviceJson(report, sharing))));
+}
+
+Failure ApiClient::PostPosition(const ApiCall& call, const api::Position& position)
+{
+    return ReadEmptyReply(Perform(call, JsonRequest("POST", "/positions", PositionJson(position))));
+}
+
+} // namespace kesdk::impl

@@ -1,0 +1,275 @@
+// The service's JSON, read into records and written from the contract's.
+#include "client/ApiJson.h"
+
+#include "base/Text.h"
+
+#include <nlohmann/json.hpp>
+
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+namespace kesdk::impl {
+
+namespace {
+
+using nlohmann::json;
+
+// The console keeps ids in 32 bits, so one that does not fit is no id.
+std::int64_t ToId(const json& value)
+{
+    const auto id = value.get<std::int64_t>();
+    if (!value.is_number_integer() || id < 1 || id > std::numeric_limits<std::int32_t>::max())
+        throw std::out_of_range("id");
+    return id;
+}
+
+std::string ToString(const json& value)
+{
+    return value.get<std::string>();
+}
+
+FileRecord ToFile(const json& value)
+{
+    FileRecord file;
+    file.id = ToId(value.at("id"));
+    file.containerId = ToId(value.at("container"));
+    file.name = ToWide(ToString(value.at("name")));
+    file.sizeBytes = value.at("size").get<std::int64_t>();
+    file.sha256Hex = ToString(value.at("sha256"));
+    file.etag = ToString(value.at("etag"));
+    if (file.sizeBytes < 0)
+        throw std::out_of_range("size");
+    return file;
+}
+
+std::vector<FileRecord> ToFiles(const json& values)
+{
+    std::vector<FileRecord> files;
+    files.reserve(values.size());
+    for (const json& value : values)
+        files.push_back(ToFile(value));
+    return files;
+}
+
+InboxRecord ToInbox(const json& value)
+{
+    InboxRecord inbox;
+    inbox.id = ToId(value.at("id"));
+    inbox.projectId = ToId(value.at("project"));
+    inbox.name = ToWide(ToString(value.at("name")));
+    inbox.ownerUserId = ToId(value.at("owner").at("id"));
+    if (const auto entries = value.find("entries"); entries != value.end() && entries->is_array())
+        inbox.entries = ToFiles(*entries);
+    return inbox;
+}
+
+ProjectRecord ToProject(const json& value)
+{
+    ProjectRecord project;
+    project.id = ToId(value.at("id"));
+    project.name = ToWide(ToString(value.at("name")));
+    return project;
+}
+
+ProjectRecord ToProject(const json& value, const json& resources)
+{
+    ProjectRecord project = ToProject(value);
+    for (const json& resource : resources) {
+        if (resource.at("kind") == "user-inbox")
+            project.inboxes.push_back(ToInbox(resource));
+    }
+    return project;
+}
+
+UserRecord ToUser(const json& value)
+{
+    return {ToId(value.at("id")), ToWide(ToString(value.at("name")))};
+}
+
+ResourceRecord ToResource(const json& value)
+{
+    ResourceRecord resource;
+    const std::string kind = ToString(value.at("kind"));
+    if (kind == "project")
+        resource.project = ToProject(value, value.value("resources", json::array()));
+    else if (kind == "user-inbox")
+        resource.inbox = ToInbox(value);
+    else
+        resource.file = ToFile(value);
+    return resource;
+}
+
+// Runs `read` on the parsed text; whatever is missing in it or of another type makes it empty.
+template <class Read>
+auto Parsed(std::string_view text, Read read) -> std::optional<decltype(read(json()))>
+{
+    try {
+        return read(json::parse(text));
+    } catch (const json::exception&) {
+        return std::nullopt;
+    } catch (const std::out_of_range&) {
+        return std::nullopt;
+    }
+}
+
+json DeviceToJson(const api::Environment::MeasDeviceInfo& device)
+{
+    return {{"hardware_address", ToUtf8(device.hardwareAddress)},
+            {"text2", ToUtf8(device.text2)},
+            {"console_string", ToUtf8(device.consoleString)},
+            {"text4", ToUtf8(device.text4)},
+            {"kind", ToUtf8(device.deviceKind)},
+            {"text6", ToUtf8(device.text6)},
+            {"text7", ToUtf8(device.text7)},
+            {"number8", device.number8}};
+}
+
+json ConsoleToJson(const api::Environment::ConsoleInfo& console)
+{
+    return {{"console_string", ToUtf8(console.consoleString)},
+            {"host_string", ToUtf8(console.hostString)},
+            {"hardware_address", ToUtf8(console.controllerHardwareAddress)},
+            {"text4", ToUtf8(console.controllerText)},
+            {"kind", ToUtf8(console.controllerKind)},
+            {"text6", ToUtf8(console.text6)},
+            {"number1", console.number1},
+            {"number2", console.number2},
+            {"number3", console.number3},
+            {"number4", console.number4},
+            {"number5", console.number5}};
+}
+
+struct EventRow
+{
+    std::string_view name;
+    EAccountEvent kind;
+};
+
+constexpr EventRow kEvents[] = {
+    {"file-added", EAccountEvent::eFileAdded},
+    {"file-removed", EAccountEvent::eFileRemoved},
+    {"inbox-added", EAccountEvent::eInboxAdded},
+    {"session-ended", EAccountEvent::eSessionEnded},
+};
+
+void FillEvent(AccountEvent& event, const json& data)
+{
+    if (event.kind == EAccountEvent::eSessionEnded) {
+        event.reason = data.value("reason", "");
+        return;
+    }
+    event.containerId = ToId(data.at("container").at("id"));
+    if (event.kind == EAccountEvent::eInboxAdded)
+        event.inbox = ToInbox(data.at("entry"));
+    else
+        event.file = ToFile(data.at("entry"));
+}
+
+} // namespace
+
+std::optional<LoginRecord> ParseLogin(std::string_view text)
+{
+    return Parsed(text, [](const json& value) {
+        return LoginRecord{ToString(value.at("token")), ToUser(value.at("user"))};
+    });
+}
+
+std::optional<AccountRecord> ParseAccount(std::string_view text)
+{
+    return Parsed(text, [](const json& value) {
+        AccountRecord account;
+        account.user = ToUser(value.at("user"));
+        account.cursor = ToString(value.at("cursor"));
+        for (const json& project : value.at("projects"))
+            account.projects.push_back(ToProject(project, project.at("resources")));
+        return account;
+    });
+}
+
+std::optional<ProjectRecord> ParseProjectResources(std::string_view text)
+{
+    return Parsed(text, [](const json& value) {
+        return ToProject(value.at("project"), value.at("resources"));
+    });
+}
+
+std::optional<ResourceRecord> ParseResource(std::string_view text)
+{
+    return Parsed(text, [](const json& value) { return ToResource(value); });
+}
+
+std::optional<InboxRecord> ParseInbox(std::string_view text)
+{
+    return Parsed(text, [](const json& value) { return ToInbox(value); });
+}
+
+std::optional<std::vector<FileRecord>> ParseUploadedFiles(std::string_view text)
+{
+    return Parsed(text, [](const json& value) { return ToFiles(value.at("files")); });
+}
+
+AccountEvent ParseEvent(std::string_view name, std::string id, std::string_view text)
+{
+    AccountEvent event;
+    event.id = std::move(id);
+    for (const EventRow& row : kEvents) {
+        if (row.name == name)
+            event.kind = row.kind;
+    }
+    if (event.kind == EAccountEvent::eOther)
+        return event;
+    const auto filled = Parsed(text, [&event](const json& value) {
+        FillEvent(event, value);
+        return true;
+    });
+    if (!filled)
+        event.kind = EAccountEvent::eUnreadable;
+    return event;
+}
+
+ProblemDocument ParseProblem(std::string_view text)
+{
+    constexpr std::string_view kPrefix = "urn:kelvo:problem:";
+    const auto problem = Parsed(text, [&](const json& value) {
+        ProblemDocument document;
+        const std::string type = value.value("type", "");
+        if (type.compare(0, kPrefix.size(), kPrefix) == 0)
+            document.name = type.substr(kPrefix.size());
+        document.detail = value.value("detail", "");
+        return document;
+    });
+    return problem.value_or(ProblemDocument{});
+}
+
+std::string LoginJson(const std::wstring& user, const std::wstring& password)
+{
+    return json{{"user", ToUtf8(user)}, {"password", ToUtf8(password)}}.dump();
+}
+
+std::string EnvironmentJson(const api::Environment& environment)
+{
+    return json{{"timestamp_ms", environment.timeStampMs},
+                {"console", ConsoleToJson(environment.console)},
+                {"controller", DeviceToJson(environment.controller)}}
+        .dump();
+}
+
+std::string DeviceJson(const api::Environment::MeasDeviceReport& report, bool sharing)
+{
+    return json{{"timestamp_ms", report.timeStampMs},
+                {"state", report.state},
+                {"flag", sharing},
+                {"device", DeviceToJson(report.device)}}
+        .dump();
+}
+
+std::string PositionJson(const api::Position& position)
+{
+    return json{{"time_s", position.timeSeconds},
+                {"latitude", position.latitudeDegrees},
+                {"longitude", position.longitudeDegrees}}
+        .dump();
+}
+
+} // namespace kesdk::impl

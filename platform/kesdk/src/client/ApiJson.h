@@ -1,0 +1,36 @@
+// The service's JSON, read into records and written from the contract's.
+#pragma once
+
+#include "client/Records.h"
+#include "kesdk/api/Environment.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kesdk::impl {
+
+// Each is empty when the text is not what the service describes.
+std::optional<LoginRecord> ParseLogin(std::string_view json);
+std::optional<AccountRecord> ParseAccount(std::string_view json);
+std::optional<ProjectRecord> ParseProjectResources(std::string_view json);
+std::optional<ResourceRecord> ParseResource(std::string_view json);
+std::optional<InboxRecord> ParseInbox(std::string_view json);
+std::optional<std::vector<FileRecord>> ParseUploadedFiles(std::string_view json);
+
+AccountEvent ParseEvent(std::string_view name, std::string id, std::string_view json);
+
+struct ProblemDocument
+{
+    std::string name; // the last part of its type
+    std::string detail;
+};
+// Empty members when the text is no problem document.
+ProblemDocument ParseProblem(std::string_view json);
+
+std::string LoginJson(const std::wstring& user, const std::wstring& password);
+std::string EnvironmentJson(const api::Environment& environment);
+std::string DeviceJson(const api::Environment::MeasDeviceReport& report, bool sharing);
+std::string PositionJson(const api::Position& position);
+
+} // namespace kesdk::impl

@@ -1,0 +1,143 @@
+// Repeats what failed for a reason that may pass.
+#include "client/RetryingClient.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace kesdk::impl {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr EErrorCode kPassing[] = {
+    EErrorCode::eUnknownHost,    EErrorCode::eRefused, EErrorCode::eUnreachable,
+    EErrorCode::eConnectTimeout, EErrorCode::eTimeout, EErrorCode::eDropped,
+    EErrorCode::eServiceBusy,
+};
+
+constexpr int kPassingStatus[] = {429, 502, 503, 504};
+
+constexpr EErrorCode kNeverSent[] = {
+    EErrorCode::eUnknownHost,
+    EErrorCode::eRefused,
+    EErrorCode::eUnreachable,
+    EErrorCode::eConnectTimeout,
+};
+
+constexpr std::string_view kIdempotentMethods[] = {"GET", "HEAD", "PUT", "DELETE"};
+
+template <class Table, class Value>
+bool Holds(const Table& table, const Value& value)
+{
+    return std::find(std::begin(table), std::end(table), value) != std::end(table);
+}
+
+bool IsRepeatable(const HttpRequest& request)
+{
+    if (request.source || request.sink)
+        return false;
+    if (request.isRepeatable || Holds(kIdempotentMethods, std::string_view(request.method)))
+        return true;
+    return std::any_of(request.headers.begin(), request.headers.end(),
+                       [](const HttpHeader& header) { return header.name == "Idempotency-Key"; });
+}
+
+bool IsWorthRepeating(const HttpOutcome& outcome)
+{
+    return outcome.failure.IsSet() ? MayPass(outcome.failure)
+                                   : Holds(kPassingStatus, outcome.response.status);
+}
+
+milliseconds LimitTo(milliseconds limit, milliseconds rest)
+{
+    return limit.count() == 0 ? rest : std::min(limit, rest);
+}
+
+} // namespace
+
+bool MayPass(const Failure& failure)
+{
+    return Holds(kPassing, failure.code);
+}
+
+bool WasNeverSent(const Failure& failure)
+{
+    return Holds(kNeverSent, failure.code);
+}
+
+std::optional<std::chrono::seconds> RetryAfter(const HttpResponse& response)
+{
+    const std::string* text = response.Header("Retry-After");
+    std::int32_t seconds = 0;
+    if (!text)
+        return std::nullopt;
+    const char* end = text->data() + text->size();
+    const auto parsed = std::from_chars(text->data(), end, seconds);
+    if (parsed.ec != std::errc() || parsed.ptr != end || seconds < 0)
+        return std::nullopt;
+    return std::chrono::seconds(seconds);
+}
+
+RetryingClient::RetryingClient(HttpTransport& transport, Clock& clock, Sleeper& sleeper,
+                               Jitter& jitter)
+    : m_transport(transport), m_clock(clock), m_sleeper(sleeper), m_jitter(jitter)
+{}
+
+HttpOutcome RetryingClient::Perform(const HttpRequest& request, const RetryPolicy& policy,
+                                    const AbortCheck& abort)
+{
+    const Clock::Time begin = m_clock.Now();
+    const auto rest = [&] {
+        return policy.total - std::chrono::duration_cast<milliseconds>(m_clock.Now() - begin);
+    };
+    HttpRequest limited = request;
+    bool mayHaveRun = false;
+    for (int attempt = 1;; ++attempt) {
+        if (policy.total.count() > 0) {
+            const milliseconds left = std::max(rest(), milliseconds(1));
+            limited.limits.total = LimitTo(request.limits.total, left);
+            limited.limits.connect = std::min(request.limits.connect, left);
+        }
+        HttpOutcome outcome = m_transport.Perform(limited, abort);
+        outcome.mayHaveRunBefore = mayHaveRun;
+        if (attempt >= policy.attempts || !IsRepeatable(request) || !IsWorthRepeating(outcome))
+            return outcome;
+        mayHaveRun = mayHaveRun || (outcome.failure.IsSet() && !WasNeverSent(outcome.failure));
+        const milliseconds delay = Delay(policy, attempt, RetryAfter(outcome.response));
+        if (policy.total.count() > 0 && delay >= rest())
+            return outcome;
+        if (!m_sleeper.Sleep(delay, abort)) {
+            outcome.failure = Failure(EErrorCode::eAborted);
+            return outcome;
+        }
+    }
+}
+
+bool RetryingClient::Pause(const RetryPolicy& policy, int attempt,
+                           const std::optional<std::chrono::seconds>& retryAfter,
+                           const AbortCheck& abort)
+{
+    return m_sleeper.Sleep(Delay(policy, attempt, retryAfter), abort);
+}
+
+// Doubles with each attempt up to the policy's most; a half of it is left to chance.
+milliseconds RetryingClient::Delay(const RetryPolicy& policy, int attempt,
+                                   const std::optional<std::chrono::seconds>& retryAfter)
+{
+    milliseconds full = policy.firstDelay;
+    for (int i = 1; i < attempt && full < policy.maxDelay; ++i)
+        full *= 2;
+    full = std::min(full, policy.maxDelay);
+    const milliseconds jittered(static_cast<milliseconds::rep>(static_cast<double>(full.count()) *
+                                                               (0.5 + 0.5 * m_jitter.Next())));
+    return retryAfter ? std::max<milliseconds>(*retryAfter, jittered) : jittered;
+}
+
+void RetryingClient::Wake()
+{
+    m_transport.Wake();
+    m_sleeper.Wake();
+}
+
+} // namespace kesdk::impl

@@ -1,0 +1,40 @@
+// A line to the service: everything that one thread needs to ask it.
+#pragma once
+
+#include "client/ApiClient.h"
+#include "client/RetryingClient.h"
+
+#include <memory>
+#include <utility>
+
+namespace kesdk::impl {
+
+// Owns the transport with its connection, and the time that its retries go by.
+class ApiLine
+{
+public:
+    struct Parts
+    {
+        std::unique_ptr<HttpTransport> transport;
+        std::unique_ptr<Clock> clock;
+        std::unique_ptr<Sleeper> sleeper;
+        std::unique_ptr<Jitter> jitter;
+    };
+
+    explicit ApiLine(Parts parts)
+        : m_parts(std::move(parts)),
+          m_http(*m_parts.transport, *m_parts.clock, *m_parts.sleeper, *m_parts.jitter),
+          m_api(m_http)
+    {}
+    ApiLine(const ApiLine&) = delete;
+    ApiLine& operator=(const ApiLine&) = delete;
+
+    ApiClient& Api() { return m_api; }
+
+private:
+    Parts m_parts;
+    RetryingClient m_http;
+    ApiClient m_api;
+};
+
+} // namespace kesdk::impl

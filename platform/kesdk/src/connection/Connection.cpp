@@ -1,0 +1,155 @@
+// The contract's connection: its session, its errors and its listeners.
+#include "connection/Connection.h"
+
+#include "connection/ErrorTexts.h"
+
+#include <chrono>
+#include <utility>
+
+namespace kesdk::impl {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kLogoutLimit{2'000};
+// The operator waits for these. A try ends before all of the time is over, so that a connection
+// that died unnoticed leaves time for a new one.
+constexpr RetryPolicy kSmallPolicy{3, milliseconds(500), milliseconds(4'000), milliseconds(15'000)};
+constexpr RetryPolicy kChangePolicy{4, milliseconds(500), milliseconds(4'000),
+                                    milliseconds(30'000)};
+constexpr milliseconds kTryLimit{9'000};
+
+} // namespace
+
+Connection::Connection(Lines lines)
+    : m_requestLine(std::move(lines.requests)),
+      m_sessionLine(std::move(lines.session)),
+      m_positionLine(std::move(lines.positions)),
+      m_uploads(m_requestLine.Api()),
+      m_downloads(m_requestLine.Api()),
+      m_session({m_sessionLine.Api(), m_state, m_snapshot, m_dispatcher,
+                 [this](const Failure& failure) { TakeLoginFailure(failure); }}),
+      m_positions(m_positionLine.Api(), [this](std::int32_t id) { EndSession(id); })
+{}
+
+bool Connection::Login(const std::wstring& userName, const std::wstring& password, const void*,
+                       std::uint32_t)
+{
+    m_errors.clear();
+    // Cleared before the login can fail, and not at all for one that is ignored.
+    xal_list<api::CErrorMsg> earlier;
+    {
+        const std::lock_guard lock(m_loginErrorsMutex);
+        earlier.swap(m_loginErrors);
+    }
+    const std::optional<SessionState::Begun> begun = m_state.Begin();
+    if (!begun)
+        return true;
+    m_positions.Clear();
+    m_session.Start({begun->id, userName, password, begun->replacedToken});
+    return true;
+}
+
+bool Connection::Logout()
+{
+    m_errors.clear();
+    const SessionState::Ended ended = m_state.End();
+    if (!ended.wasAnything)
+        return Refuse(Failure(EErrorCode::eNotLoggedIn), {});
+    m_session.Wake();
+    m_positions.Clear();
+    m_snapshot.Clear();
+    if (ended.token.empty())
+        return true; // a login was cancelled
+    ApiCall call;
+    call.token = ended.token;
+    call.policy.attempts = 1;
+    call.policy.total = kLogoutLimit;
+    static_cast<void>(m_requestLine.Api().LogOut(call)); // it has ended here in any case
+    return true;
+}
+
+bool Connection::IsLoggedIn()
+{
+    return m_state.Current().id != 0;
+}
+
+xal_list<api::CErrorMsg> Connection::GetLastErrors()
+{
+    return m_errors;
+}
+
+xal_list<api::CErrorMsg> Connection::GetLastLoginErrors()
+{
+    const std::lock_guard lock(m_loginErrorsMutex);
+    return m_loginErrors;
+}
+
+void Connection::Subscribe(api::ISubscriable* listener)
+{
+    m_dispatcher.Subscribe(listener);
+}
+
+void Connection::Unsubscribe(api::ISubscriable* listener)
+{
+    m_dispatcher.Unsubscribe(listener);
+}
+
+void Connection::SetAbortCheck(std::function<bool()> shouldAbort)
+{
+    m_abort = std::move(shouldAbort);
+}
+
+std::optional<Connection::Operation> Connection::Begin(EKind kind, std::wstring subject)
+{
+    m_errors.clear();
+    const SessionKey session = m_state.Current();
+    if (session.id == 0) {
+        Refuse(Failure(EErrorCode::eNotLoggedIn), {});
+        return std::nullopt;
+    }
+    Operation operation{session.id, {}, std::move(subject)};
+    operation.call.token = session.token;
+    operation.call.abort = m_abort;
+    if (kind != EKind::eTransfer) {
+        operation.call.policy = kind == EKind::eSmall ? kSmallPolicy : kChangePolicy;
+        operation.call.limits.total = kTryLimit;
+    }
+    return operation;
+}
+
+bool Connection::End(const Operation& operation, const Failure& failure)
+{
+    if (failure.Is(EErrorCode::eSessionEnded))
+        EndSession(operation.sessionId);
+    return !failure.IsSet() || Refuse(failure, operation.subject);
+}
+
+bool Connection::Refuse(const Failure& failure, const std::wstring& subject)
+{
+    m_errors.push_front(Describe(failure, subject));
+    return false;
+}
+
+void Connection::Publish(const ResourceChanges& changes)
+{
+    for (const ResourceChange& change : changes)
+        m_dispatcher.Post(change);
+}
+
+// On the caller's thread or on the positions'.
+void Connection::EndSession(std::int32_t sessionId)
+{
+    m_state.Lost(sessionId);
+    m_sessionLine.Api().Http().Wake();
+}
+
+// On the session's thread.
+void Connection::TakeLoginFailure(const Failure& failure)
+{
+    const std::lock_guard lock(m_loginErrorsMutex);
+    m_loginErrors.push_front(Describe(failure, {}));
+}
+
+} // namespace kesdk::impl

@@ -1,0 +1,106 @@
+// The contract's connection.
+#pragma once
+
+#include "account/AccountSnapshot.h"
+#include "connection/ApiLine.h"
+#include "connection/NotificationDispatcher.h"
+#include "connection/PositionSender.h"
+#include "connection/SessionState.h"
+#include "connection/SessionThread.h"
+#include "kesdk/api/IEnterpriseConnection.h"
+#include "transfer/Downloads.h"
+#include "transfer/Uploads.h"
+
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace kesdk::impl {
+
+// Keeps what IEnterpriseConnection promises. A login while a session stands replaces it: the old
+// one is ended on the service, and the states 1 and then 3 or 4 follow.
+//
+// Threads: the caller's; beside it one for login and event stream, one for positions, one for the
+// listeners. Each of the first three has a line of its own.
+class Connection : public api::IEnterpriseConnection
+{
+public:
+    struct Lines
+    {
+        ApiLine::Parts requests;
+        ApiLine::Parts session;
+        ApiLine::Parts positions;
+    };
+
+    explicit Connection(Lines lines);
+
+    bool Login(const std::wstring& userName, const std::wstring& password, const void* reserved,
+               std::uint32_t reservedFlags) override;
+    bool Logout() override;
+    bool IsLoggedIn() override;
+    xal_list<api::CErrorMsg> GetLastErrors() override;
+    xal_list<api::CErrorMsg> GetLastLoginErrors() override;
+    void Subscribe(api::ISubscriable* listener) override;
+    void Unsubscribe(api::ISubscriable* listener) override;
+
+    std::vector<api::EnterpriseProject> GetProjects() override;
+    std::list<api::EnterpriseResourceWithContent>
+    GetProjectResources(std::int64_t projectId) override;
+    api::EnterpriseResourceWithContent GetResourceWithContent(std::int64_t resourceId) override;
+    api::CurrentUser GetCurrentUser() override;
+
+    bool CreateUserInbox(const std::wstring& projectName) override;
+    bool Upload(const wchar_t* localPath, const TargetIds& targetInboxIds) override;
+    bool Download(std::int64_t resourceId, const wchar_t* localPath) override;
+    bool Delete(std::int64_t resourceId) override;
+
+    bool SendEnvironment(const api::Environment& environment) override;
+    bool MeasDeviceConnected(const api::Environment::MeasDeviceReport& report,
+                             bool sharing) override;
+    std::int32_t MeasDeviceDisconnected(const api::Environment::MeasDeviceReport& report,
+                                        bool sharing) override;
+    bool ReportPosition(const api::Position& position) override;
+    void SetAbortCheck(std::function<bool()> shouldAbort) override;
+
+private:
+    // One operation of the caller's while it runs.
+    struct Operation
+    {
+        std::int32_t sessionId = 0;
+        ApiCall call;
+        std::wstring subject; // what it is about, for the operator
+    };
+    enum class EKind { eSmall, eChange, eTransfer };
+
+    std::optional<Operation> Begin(EKind kind, std::wstring subject = {});
+    // Both say whether it went well.
+    bool End(const Operation& operation, const Failure& failure);
+    bool Refuse(const Failure& failure, const std::wstring& subject);
+    void Publish(const ResourceChanges& changes);
+    void EndSession(std::int32_t sessionId);
+    void TakeLoginFailure(const Failure& failure);
+    Result<FileRecord> FindFile(const Operation& operation, std::int64_t fileId);
+    // A file that the service does not have is none of ours either.
+    Failure NoteIfGone(std::int64_t fileId, Failure failure);
+    bool SendDevice(const api::Environment::MeasDeviceReport& report, bool sharing);
+
+    AbortCheck m_abort;
+    xal_list<api::CErrorMsg> m_errors;
+    std::mutex m_loginErrorsMutex; // guards m_loginErrors
+    xal_list<api::CErrorMsg> m_loginErrors;
+
+    // In this order: what follows uses what stands before it, and ends first.
+    NotificationDispatcher m_dispatcher;
+    SessionState m_state{m_dispatcher};
+    AccountSnapshot m_snapshot;
+    ApiLine m_requestLine;
+    ApiLine m_sessionLine;
+    ApiLine m_positionLine;
+    Uploads m_uploads;
+    Downloads m_downloads;
+    SessionThread m_session;
+    PositionSender m_positions;
+};
+
+} // namespace kesdk::impl

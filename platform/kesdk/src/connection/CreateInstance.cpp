@@ -1,0 +1,88 @@
+// The library's one entry point.
+#include "base/SystemClock.h"
+#include "connection/Connection.h"
+#include "http/CurlTransport.h"
+
+#include <cstdlib>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace kesdk::impl {
+
+namespace {
+
+struct FreeUrl
+{
+    void operator()(CURLU* url) const { curl_url_cleanup(url); }
+};
+using Url = std::unique_ptr<CURLU, FreeUrl>;
+
+bool Has(const Url& url, CURLUPart part)
+{
+    char* text = nullptr;
+    const bool has = curl_url_get(url.get(), part, &text, 0) == CURLUE_OK;
+    curl_free(text);
+    return has;
+}
+
+std::string Get(const Url& url, CURLUPart part)
+{
+    char* text = nullptr;
+    std::string value;
+    if (curl_url_get(url.get(), part, &text, 0) == CURLUE_OK)
+        value = text;
+    curl_free(text);
+    return value;
+}
+
+// The URL without slashes at its end; empty when it is not one of the API.
+std::optional<std::string> ToBaseUrl(const char* text)
+{
+    const Url url(curl_url());
+    if (!text || !url || curl_url_set(url.get(), CURLUPART_URL, text, 0) != CURLUE_OK)
+        return std::nullopt;
+    if (Get(url, CURLUPART_SCHEME) != "https" || Has(url, CURLUPART_USER) ||
+        Has(url, CURLUPART_PASSWORD) || Has(url, CURLUPART_QUERY) || Has(url, CURLUPART_FRAGMENT))
+        return std::nullopt;
+    std::string base = Get(url, CURLUPART_URL);
+    while (!base.empty() && base.back() == '/')
+        base.pop_back();
+    return base;
+}
+
+ApiLine::Parts MakeLine(const std::string& baseUrl, const std::shared_ptr<const TrustStore>& trust)
+{
+    return {std::make_unique<CurlTransport>(baseUrl, trust), std::make_unique<SystemClock>(),
+            std::make_unique<SystemSleeper>(), std::make_unique<SystemJitter>()};
+}
+
+} // namespace
+
+} // namespace kesdk::impl
+
+namespace kesdk::api {
+
+bool CreateKESDKInstance(IEnterpriseConnection** out, const char* url)
+{
+    using namespace kesdk::impl;
+    if (!out)
+        return false;
+    *out = nullptr;
+    const std::optional<std::string> baseUrl = ToBaseUrl(url);
+    if (!baseUrl)
+        return false;
+    try {
+        const char* extraAuthorities = std::getenv("KESDK_CA_FILE");
+        const auto trust =
+            std::make_shared<const TrustStore>(extraAuthorities ? extraAuthorities : "");
+        *out = new Connection(
+            {MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust)});
+    } catch (const std::exception&) { // no memory, or no thread to be had
+        return false;
+    }
+    return true;
+}
+
+} // namespace kesdk::api

@@ -1,0 +1,69 @@
+// Calls the listeners, on a thread of its own.
+#pragma once
+
+#include "kesdk/api/IResourceChangeNotification.h"
+#include "kesdk/api/IServerConnectionNotification.h"
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <variant>
+
+namespace kesdk::impl {
+
+// Delivers notifications in the order in which they were posted, to the listeners that were
+// subscribed when they were.
+//
+// Thread safety: safe. The listeners are the callers'; once Unsubscribe or the destructor has
+// returned, no call of theirs is running or will start. From inside a call Unsubscribe returns at
+// once: the call that is running is then the last.
+class NotificationDispatcher
+{
+public:
+    using ResourceChange = api::IResourceChangeNotification::ResourceChange;
+
+    NotificationDispatcher();
+    // Not from inside a listener's call. What is still queued is dropped.
+    ~NotificationDispatcher();
+    NotificationDispatcher(const NotificationDispatcher&) = delete;
+    NotificationDispatcher& operator=(const NotificationDispatcher&) = delete;
+
+    void Subscribe(api::ISubscriable* listener);
+    void Unsubscribe(api::ISubscriable* listener);
+
+    void Post(const api::ConnectionState& state);
+    void Post(const ResourceChange& change);
+
+private:
+    using Notification = std::variant<api::ConnectionState, ResourceChange>;
+    struct Queued
+    {
+        std::uint64_t number;
+        Notification notification;
+    };
+    struct Listener
+    {
+        std::uint64_t firstNumber; // what was posted before is not for it
+        api::IServerConnectionNotification* connection;
+        api::IResourceChangeNotification* resources;
+    };
+
+    void Enqueue(Notification notification);
+    void Run();
+    void Deliver(const Queued& queued, std::unique_lock<std::mutex>& lock);
+    static void Call(const Listener& listener, const Notification& notification);
+
+    std::mutex m_mutex; // guards everything below but the thread
+    std::condition_variable m_changed;
+    std::deque<Queued> m_queue;
+    std::map<api::ISubscriable*, Listener> m_listeners;
+    api::ISubscriable* m_running = nullptr; // whose call runs now
+    std::uint64_t m_nextNumber = 1;
+    bool m_isStopping = false;
+    std::thread m_thread;
+};
+
+} // namespace kesdk::impl

@@ -1,0 +1,208 @@
+// The contract's connection: what can be asked of a session.
+#include "connection/Connection.h"
+
+#include "base/Text.h"
+
+#include <utility>
+
+namespace kesdk::impl {
+
+namespace {
+
+std::wstring NameOf(const std::wstring& path)
+{
+    return path.substr(path.rfind(L'/') + 1);
+}
+
+Failure AsFolderGone(Failure failure)
+{
+    if (failure.Is(EErrorCode::eNotFound))
+        failure.code = EErrorCode::eFolderGone;
+    return failure;
+}
+
+// What a service's record says, in the contract's words.
+api::EnterpriseResourceWithContent ToContract(const ResourceRecord& record)
+{
+    AccountSnapshot one;
+    AccountRecord account;
+    std::int64_t id = 0;
+    if (record.project) {
+        id = record.project->id;
+        account.projects = {*record.project};
+    } else if (record.inbox) {
+        id = record.inbox->id;
+        account.projects = {{record.inbox->projectId, {}, {*record.inbox}}};
+    } else if (record.file) {
+        id = record.file->id;
+        const InboxRecord inbox{record.file->containerId, 0, {}, 0, {*record.file}};
+        account.projects = {{0, {}, {inbox}}};
+    }
+    one.Replace(std::move(account));
+    return one.Resource(id).value_or(api::EnterpriseResourceWithContent());
+}
+
+} // namespace
+
+std::vector<api::EnterpriseProject> Connection::GetProjects()
+{
+    return Begin(EKind::eSmall) ? m_snapshot.Projects() : std::vector<api::EnterpriseProject>();
+}
+
+std::list<api::EnterpriseResourceWithContent>
+Connection::GetProjectResources(std::int64_t projectId)
+{
+    const std::optional<Operation> operation = Begin(EKind::eSmall);
+    if (!operation)
+        return {};
+    if (auto known = m_snapshot.ProjectResources(projectId))
+        return std::move(*known);
+    const Result<ProjectRecord> fetched =
+        m_requestLine.Api().GetProjectResources(operation->call, projectId);
+    if (!End(*operation, fetched.failure))
+        return {};
+    AccountSnapshot one;
+    AccountRecord account;
+    account.projects = {fetched.value};
+    one.Replace(std::move(account));
+    return one.ProjectResources(projectId).value_or(
+        std::list<api::EnterpriseResourceWithContent>());
+}
+
+api::EnterpriseResourceWithContent Connection::GetResourceWithContent(std::int64_t resourceId)
+{
+    const std::optional<Operation> operation = Begin(EKind::eSmall);
+    if (!operation)
+        return {};
+    if (auto known = m_snapshot.Resource(resourceId))
+        return std::move(*known);
+    const Result<ResourceRecord> fetched =
+        m_requestLine.Api().GetResource(operation->call, resourceId);
+    if (!End(*operation, fetched.failure))
+        return {};
+    return ToContract(fetched.value);
+}
+
+api::CurrentUser Connection::GetCurrentUser()
+{
+    return Begin(EKind::eSmall) ? m_snapshot.User() : api::CurrentUser();
+}
+
+bool Connection::CreateUserInbox(const std::wstring& projectName)
+{
+    const std::optional<Operation> operation = Begin(EKind::eChange, projectName);
+    if (!operation)
+        return false;
+    const Result<InboxRecord> inbox =
+        m_requestLine.Api().CreateUserInbox(operation->call, projectName);
+    if (inbox)
+        Publish(m_snapshot.ApplyOwnInbox(inbox.value));
+    return End(*operation, AsFolderGone(inbox.failure));
+}
+
+bool Connection::Upload(const wchar_t* localPath, const TargetIds& targetInboxIds)
+{
+    const std::wstring path = localPath ? localPath : L"";
+    const std::optional<Operation> operation = Begin(EKind::eTransfer, NameOf(path));
+    if (!operation)
+        return false;
+    if (path.empty() || targetInboxIds.empty())
+        return End(*operation, Failure(EErrorCode::eInvalidArgument, "no file or no target"));
+    const std::uint64_t generation = m_snapshot.Generation();
+    const Result<std::vector<FileRecord>> files =
+        m_uploads.Send(operation->call, ToUtf8(path),
+                       std::vector<std::int64_t>(targetInboxIds.begin(), targetInboxIds.end()));
+    if (files)
+        Publish(m_snapshot.ApplyOwnUpload(files.value, generation));
+    return End(*operation, AsFolderGone(files.failure));
+}
+
+bool Connection::Download(std::int64_t resourceId, const wchar_t* localPath)
+{
+    const std::wstring path = localPath ? localPath : L"";
+    std::optional<Operation> operation = Begin(EKind::eTransfer, NameOf(path));
+    if (!operation)
+        return false;
+    if (path.empty())
+        return End(*operation, Failure(EErrorCode::eInvalidArgument, "no path"));
+    const Result<FileRecord> file = FindFile(*operation, resourceId);
+    if (!file)
+        return End(*operation, NoteIfGone(resourceId, file.failure));
+    operation->subject = file.value.name;
+    const Failure failure = m_downloads.Fetch(operation->call, file.value, ToUtf8(path));
+    return End(*operation, NoteIfGone(resourceId, failure));
+}
+
+bool Connection::Delete(std::int64_t resourceId)
+{
+    std::optional<Operation> operation = Begin(EKind::eChange);
+    if (!operation)
+        return false;
+    const std::optional<FileRecord> file = m_snapshot.File(resourceId);
+    if (file)
+        operation->subject = file->name;
+    const Failure failure = m_requestLine.Api().DeleteFile(operation->call, resourceId,
+                                                           file ? file->etag : std::string());
+    if (!failure.IsSet())
+        Publish(m_snapshot.ApplyOwnDelete(resourceId));
+    return End(*operation, NoteIfGone(resourceId, failure));
+}
+
+bool Connection::SendEnvironment(const api::Environment& environment)
+{
+    const std::optional<Operation> operation = Begin(EKind::eSmall);
+    return operation &&
+           End(*operation, m_requestLine.Api().PutEnvironment(operation->call, environment));
+}
+
+bool Connection::MeasDeviceConnected(const api::Environment::MeasDeviceReport& report, bool sharing)
+{
+    return SendDevice(report, sharing);
+}
+
+std::int32_t Connection::MeasDeviceDisconnected(const api::Environment::MeasDeviceReport& report,
+                                                bool sharing)
+{
+    return SendDevice(report, sharing) ? 1 : 0;
+}
+
+bool Connection::SendDevice(const api::Environment::MeasDeviceReport& report, bool sharing)
+{
+    const std::optional<Operation> operation = Begin(EKind::eSmall);
+    return operation &&
+           End(*operation, m_requestLine.Api().PutDevice(operation->call, report, sharing));
+}
+
+bool Connection::ReportPosition(const api::Position& position)
+{
+    const std::optional<Operation> operation = Begin(EKind::eSmall);
+    if (!operation)
+        return false;
+    m_positions.Put(position, operation->sessionId, operation->call.token);
+    return true;
+}
+
+Result<FileRecord> Connection::FindFile(const Operation& operation, std::int64_t fileId)
+{
+    if (std::optional<FileRecord> known = m_snapshot.File(fileId))
+        return std::move(*known);
+    ApiCall call = operation.call;
+    call.policy.total = std::chrono::seconds(15);
+    Result<ResourceRecord> fetched = m_requestLine.Api().GetResource(call, fileId);
+    if (!fetched)
+        return fetched.failure;
+    if (!fetched.value.file)
+        return Failure(EErrorCode::eInvalidArgument, "the resource is not a file");
+    return std::move(*fetched.value.file);
+}
+
+Failure Connection::NoteIfGone(std::int64_t fileId, Failure failure)
+{
+    if (failure.Is(EErrorCode::eNotFound))
+        failure.code = EErrorCode::eFileGone;
+    if (failure.Is(EErrorCode::eFileGone) && failure.httpStatus == 404)
+        Publish(m_snapshot.ApplyOwnDelete(fileId));
+    return failure;
+}
+
+} // namespace kesdk::impl

@@ -1,0 +1,79 @@
+// Sends the console's position beside everything else.
+#include "connection/PositionSender.h"
+
+#include <chrono>
+#include <utility>
+
+namespace kesdk::impl {
+
+namespace {
+
+constexpr std::chrono::seconds kLimit{20};
+
+} // namespace
+
+PositionSender::PositionSender(ApiClient& api, SessionEnded onSessionEnded)
+    : m_api(api), m_onSessionEnded(std::move(onSessionEnded)), m_thread([this] { Run(); })
+{}
+
+PositionSender::~PositionSender()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isStopping = true;
+    }
+    m_hasLetter.notify_all();
+    m_api.Http().Wake();
+    m_thread.join();
+}
+
+void PositionSender::Put(const api::Position& position, std::int32_t sessionId,
+                         const std::string& token)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_letter = Letter{position, sessionId, token};
+    }
+    m_hasLetter.notify_all();
+}
+
+void PositionSender::Clear()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_letter.reset();
+        ++m_generation;
+    }
+    m_api.Http().Wake();
+}
+
+void PositionSender::Run()
+{
+    for (;;) {
+        std::optional<Letter> letter;
+        std::uint64_t generation = 0;
+        {
+            std::unique_lock lock(m_mutex);
+            m_hasLetter.wait(lock, [this] { return m_isStopping || m_letter; });
+            if (m_isStopping)
+                return;
+            letter.swap(m_letter);
+            generation = m_generation;
+        }
+        Send(*letter, generation);
+    }
+}
+
+void PositionSender::Send(const Letter& letter, std::uint64_t generation)
+{
+    ApiCall call;
+    call.token = letter.token;
+    call.abort = [this, generation] { return m_isStopping || m_generation != generation; };
+    call.policy.attempts = 1;
+    call.policy.total = kLimit;
+    const Failure failure = m_api.PostPosition(call, letter.position);
+    if (failure.Is(EErrorCode::eSessionEnded))
+        m_onSessionEnded(letter.sessionId);
+}
+
+} // namespace kesdk::impl

@@ -1,0 +1,93 @@
+// Whether a session stands, and the one place where that changes.
+#include "connection/SessionState.h"
+
+#include <utility>
+
+namespace kesdk::impl {
+
+std::optional<SessionState::Begun> SessionState::Begin()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_phase == EPhase::eInFlight)
+        return std::nullopt;
+    Begun begun;
+    begun.replacedToken = TakeToken();
+    begun.id = ++m_id;
+    Change(EPhase::eInFlight, api::eLoginInProgress);
+    return begun;
+}
+
+bool SessionState::Established(std::int32_t id, const std::string& token)
+{
+    const std::lock_guard lock(m_mutex);
+    if (id != m_id || m_phase != EPhase::eInFlight)
+        return false;
+    m_token = token;
+    Change(EPhase::eLive, api::eLoginSuccessful);
+    return true;
+}
+
+void SessionState::Failed(std::int32_t id)
+{
+    const std::lock_guard lock(m_mutex);
+    if (id == m_id && m_phase == EPhase::eInFlight)
+        Change(EPhase::eNone, api::eLoginFailed);
+}
+
+void SessionState::LinkLost(std::int32_t id)
+{
+    const std::lock_guard lock(m_mutex);
+    if (id == m_id && m_phase == EPhase::eLive)
+        Change(EPhase::eLinkLost, api::eReconnecting);
+}
+
+void SessionState::LinkRestored(std::int32_t id)
+{
+    const std::lock_guard lock(m_mutex);
+    if (id == m_id && m_phase == EPhase::eLinkLost)
+        Change(EPhase::eLive, api::eLoginSuccessful);
+}
+
+void SessionState::Lost(std::int32_t id)
+{
+    const std::lock_guard lock(m_mutex);
+    if (id != m_id || !IsStanding())
+        return;
+    TakeToken();
+    Change(EPhase::eNone, api::eNotLoggedIn);
+}
+
+SessionState::Ended SessionState::End()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_phase == EPhase::eNone)
+        return {};
+    const Ended ended{true, TakeToken()};
+    Change(EPhase::eNone, api::eNotLoggedIn);
+    return ended;
+}
+
+bool SessionState::IsCurrent(std::int32_t id) const
+{
+    const std::lock_guard lock(m_mutex);
+    return id == m_id && m_phase != EPhase::eNone;
+}
+
+SessionKey SessionState::Current() const
+{
+    const std::lock_guard lock(m_mutex);
+    return IsStanding() ? SessionKey{m_id, m_token} : SessionKey();
+}
+
+void SessionState::Change(EPhase phase, api::EConnectionState state)
+{
+    m_phase = phase;
+    m_dispatcher.Post(api::ConnectionState{m_id, state});
+}
+
+std::string SessionState::TakeToken()
+{
+    return std::exchange(m_token, {});
+}
+
+} // namespace kesdk::impl

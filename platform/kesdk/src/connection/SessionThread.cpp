@@ -1,0 +1,201 @@
+// The thread that logs in and then reads the event stream.
+#include "connection/SessionThread.h"
+
+#include <openssl/crypto.h>
+
+#include <chrono>
+#include <utility>
+
+namespace kesdk::impl {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+// Between two tries at the stream; it is tried for as long as the session stands.
+constexpr RetryPolicy kStreamPolicy{3, milliseconds(1'000), milliseconds(60'000), milliseconds(0)};
+// A stream that stood for so long was a good one: its loss is a new one.
+constexpr seconds kLastingStream{10};
+constexpr seconds kEndOnServiceLimit{2};
+
+void Forget(std::wstring& secret)
+{
+    OPENSSL_cleanse(secret.data(), secret.size() * sizeof(wchar_t));
+    secret.clear();
+}
+
+} // namespace
+
+SessionThread::SessionThread(Parts parts)
+    : m_parts(std::move(parts)), m_stream(m_parts.api), m_thread([this] { Run(); })
+{}
+
+SessionThread::~SessionThread()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isStopping = true;
+    }
+    m_hasNext.notify_all();
+    Wake();
+    m_thread.join();
+}
+
+void SessionThread::Start(Login login)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_next = std::move(login);
+    }
+    m_hasNext.notify_all();
+    Wake();
+}
+
+void SessionThread::Wake()
+{
+    m_parts.api.Http().Wake();
+}
+
+void SessionThread::Run()
+{
+    for (;;) {
+        std::optional<Login> login;
+        {
+            std::unique_lock lock(m_mutex);
+            m_hasNext.wait(lock, [this] { return m_isStopping || m_next; });
+            if (m_isStopping)
+                return;
+            login.swap(m_next);
+        }
+        RunLogin(std::move(*login));
+    }
+}
+
+void SessionThread::RunLogin(Login login)
+{
+    EndOnService(login.replacedToken);
+    Progress progress;
+    progress.id = login.id;
+    Failure failure = LogIn(login, progress);
+    if (!failure.IsSet())
+        failure = FetchAccount(progress);
+    if (!failure.IsSet())
+        failure = Follow(progress);
+    if (progress.isEstablished) {
+        m_parts.state.Lost(progress.id); // nothing, when it was the caller that ended it
+        return;
+    }
+    EndOnService(progress.token);
+    if (HasEnded(progress.id))
+        return;
+    m_parts.onLoginFailed(failure);
+    m_parts.state.Failed(progress.id);
+}
+
+Failure SessionThread::LogIn(Login& login, Progress& progress)
+{
+    ApiCall call = CallFor(progress);
+    call.policy.attempts = 1; // the operator is waiting, and a repeat could count as a second guess
+    Result<LoginRecord> reply = m_parts.api.LogIn(call, login.user, login.password);
+    Forget(login.password);
+    progress.token = std::move(reply.value.token);
+    return reply.failure;
+}
+
+// A later snapshot is compared with the one before it: the listeners learn what they missed.
+Failure SessionThread::FetchAccount(const Progress& progress)
+{
+    Result<AccountRecord> account = m_parts.api.GetAccount(CallFor(progress));
+    if (!account || HasEnded(progress.id))
+        return account.failure;
+    const ResourceChanges changes = m_parts.snapshot.Replace(std::move(account.value));
+    if (!progress.isEstablished)
+        return {};
+    for (const ResourceChange& change : changes)
+        m_parts.dispatcher.Post(change);
+    return {};
+}
+
+// Returns when the session has ended, or when it could not be brought up.
+Failure SessionThread::Follow(Progress& progress)
+{
+    for (;;) {
+        const Clock::Time begin = m_parts.api.Http().Now();
+        const StreamOutcome outcome = ReadStream(progress);
+        if (HasEnded(progress.id) || outcome.end == EStreamEnd::eSessionEnded)
+            return outcome.failure;
+        const bool hasLasted = m_parts.api.Http().Now() - begin >= kLastingStream;
+        progress.attempts = hasLasted ? 1 : progress.attempts + 1;
+        if (const Failure failure = PrepareNextStream(progress, outcome); failure.IsSet())
+            return failure;
+    }
+}
+
+StreamOutcome SessionThread::ReadStream(Progress& progress)
+{
+    EventStream::Handlers handlers;
+    handlers.onOpen = [&] {
+        if (progress.isEstablished)
+            m_parts.state.LinkRestored(progress.id);
+        else
+            progress.isEstablished = m_parts.state.Established(progress.id, progress.token);
+    };
+    handlers.onEvent = [&](const AccountEvent& event) {
+        if (HasEnded(progress.id))
+            return;
+        for (const ResourceChange& change : m_parts.snapshot.ApplyEvent(event))
+            m_parts.dispatcher.Post(change);
+    };
+    return m_stream.Run(CallFor(progress), m_parts.snapshot.Cursor(), handlers);
+}
+
+// Set when there shall be no next one.
+Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome& outcome)
+{
+    Failure failure = outcome.failure;
+    const bool isTooOld = outcome.end == EStreamEnd::eTooOld;
+    if (isTooOld) {
+        failure = FetchAccount(progress);
+        if (failure.Is(EErrorCode::eSessionEnded))
+            return failure;
+        if (!failure.IsSet() && progress.attempts <= 1)
+            return {};
+    }
+    if (!isTooOld || failure.IsSet())
+        m_parts.state.LinkLost(progress.id);
+    if (!progress.isEstablished && progress.attempts >= kStreamPolicy.attempts)
+        return failure.IsSet() ? failure : Failure(EErrorCode::eDropped, "the stream ends at once");
+    const AbortCheck abort = [this, id = progress.id] { return HasEnded(id); };
+    if (!m_parts.api.Http().Pause(kStreamPolicy, progress.attempts, failure.retryAfter, abort))
+        return Failure(EErrorCode::eAborted);
+    return {};
+}
+
+// For a session that nobody will use any more: let it not lie about until it expires.
+void SessionThread::EndOnService(const std::string& token)
+{
+    if (token.empty() || m_isStopping)
+        return;
+    ApiCall call;
+    call.token = token;
+    call.abort = [this] { return m_isStopping.load(); };
+    call.policy.attempts = 1;
+    call.policy.total = kEndOnServiceLimit;
+    static_cast<void>(m_parts.api.LogOut(call));
+}
+
+bool SessionThread::HasEnded(std::int32_t id) const
+{
+    return m_isStopping || !m_parts.state.IsCurrent(id);
+}
+
+ApiCall SessionThread::CallFor(const Progress& progress) const
+{
+    ApiCall call;
+    call.token = progress.token;
+    call.abort = [this, id = progress.id] { return HasEnded(id); };
+    return call;
+}
+
+} // namespace kesdk::impl

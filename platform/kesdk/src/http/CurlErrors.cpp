@@ -1,0 +1,93 @@
+// What libcurl's error codes mean to the SDK.
+#include "http/CurlErrors.h"
+
+#include <openssl/x509_vfy.h>
+
+#include <cerrno>
+#include <string_view>
+
+namespace kesdk::impl {
+
+namespace {
+
+struct CurlRow
+{
+    CURLcode curl;
+    EErrorCode code;
+};
+
+constexpr CurlRow kCurlRows[] = {
+    {CURLE_COULDNT_RESOLVE_HOST, EErrorCode::eUnknownHost},
+    {CURLE_COULDNT_RESOLVE_PROXY, EErrorCode::eUnknownHost},
+    {CURLE_COULDNT_CONNECT, EErrorCode::eRefused},
+    {CURLE_OPERATION_TIMEDOUT, EErrorCode::eConnectTimeout}, // we set no other time-out in libcurl
+    {CURLE_SEND_ERROR, EErrorCode::eDropped},
+    {CURLE_RECV_ERROR, EErrorCode::eDropped},
+    {CURLE_GOT_NOTHING, EErrorCode::eDropped},
+    {CURLE_PARTIAL_FILE, EErrorCode::eDropped},
+    {CURLE_SEND_FAIL_REWIND, EErrorCode::eDropped},
+    {CURLE_SSL_CONNECT_ERROR, EErrorCode::eTls},
+    {CURLE_PEER_FAILED_VERIFICATION, EErrorCode::eTls},
+    {CURLE_OUT_OF_MEMORY, EErrorCode::eInternal},
+    {CURLE_ABORTED_BY_CALLBACK, EErrorCode::eAborted},
+};
+
+struct VerifyRow
+{
+    long verifyResult;
+    EErrorCode code;
+};
+
+constexpr VerifyRow kVerifyRows[] = {
+    {X509_V_ERR_CERT_HAS_EXPIRED, EErrorCode::eCertificateExpired},
+    {X509_V_ERR_CERT_NOT_YET_VALID, EErrorCode::eCertificateNotYetValid},
+    {X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT, EErrorCode::eUnknownAuthority},
+    {X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN, EErrorCode::eUnknownAuthority},
+    {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT, EErrorCode::eUnknownAuthority},
+    {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY, EErrorCode::eUnknownAuthority},
+    {X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE, EErrorCode::eUnknownAuthority},
+    {X509_V_ERR_CERT_SIGNATURE_FAILURE, EErrorCode::eUnknownAuthority},
+    {X509_V_ERR_CERT_UNTRUSTED, EErrorCode::eUnknownAuthority},
+    {X509_V_ERR_HOSTNAME_MISMATCH, EErrorCode::eWrongHostName},
+    {X509_V_ERR_IP_ADDRESS_MISMATCH, EErrorCode::eWrongHostName},
+};
+
+EErrorCode CodeOfVerify(long verifyResult)
+{
+    for (const VerifyRow& row : kVerifyRows) {
+        if (row.verifyResult == verifyResult)
+            return row.code;
+    }
+    // The chain was fine, so it is libcurl's own check that failed: the host name.
+    return verifyResult == X509_V_OK ? EErrorCode::eWrongHostName : EErrorCode::eTls;
+}
+
+bool Holds(std::string_view text, std::string_view part)
+{
+    return text.find(part) != std::string_view::npos;
+}
+
+} // namespace
+
+Failure TranslateCurlError(CURLcode code, long verifyResult, const char* errorText)
+{
+    EErrorCode meaning = EErrorCode::eBadReply;
+    for (const CurlRow& row : kCurlRows) {
+        if (row.curl == code)
+            meaning = row.code;
+    }
+    const std::string_view text = errorText && *errorText ? errorText : curl_easy_strerror(code);
+    if (code == CURLE_PEER_FAILED_VERIFICATION)
+        meaning = CodeOfVerify(verifyResult);
+    // A link that is cut during the handshake is no fault of the certificate.
+    else if (code == CURLE_SSL_CONNECT_ERROR &&
+             (Holds(text, "SSL_ERROR_SYSCALL") || Holds(text, "SSL_ERROR_ZERO_RETURN") ||
+              Holds(text, "Connection reset")))
+        meaning = EErrorCode::eDropped;
+    else if (code == CURLE_COULDNT_CONNECT && !Holds(text, "refused") &&
+             !Holds(text, "Couldn't connect to server"))
+        meaning = EErrorCode::eUnreachable;
+    return Failure(meaning, "curl " + std::to_string(code) + ": " + std::string(text));
+}
+
+} // namespace kesdk::impl

@@ -1,0 +1,176 @@
+// One request on its way through libcurl.
+#include "http/CurlTransfer.h"
+
+#include "base/Text.h"
+#include "http/CurlErrors.h"
+
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+
+namespace kesdk::impl {
+
+namespace {
+
+// More than any account's snapshot; a service that sends more is broken.
+constexpr std::size_t kMostCollectedBytes = 64u * 1024 * 1024;
+
+} // namespace
+
+CurlTransfer::CurlTransfer(CURL* easy, const HttpRequest& request)
+    : m_easy(easy),
+      m_request(request),
+      m_begin(std::chrono::steady_clock::now()),
+      m_windowBegin(m_begin)
+{
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_errorText.data());
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &CurlTransfer::OnHeader);
+    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &CurlTransfer::OnBody);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    SetHeaders();
+    SetBody();
+}
+
+void CurlTransfer::SetHeaders()
+{
+    const auto add = [this](const std::string& line) {
+        curl_slist* grown = curl_slist_append(m_headers.get(), line.c_str());
+        if (!grown)
+            throw std::bad_alloc();
+        static_cast<void>(m_headers.release());
+        m_headers.reset(grown);
+    };
+    add("Expect:"); // libcurl would wait up to a second for a 100 even before small bodies
+    bool hasContentType = false;
+    for (const HttpHeader& header : m_request.headers) {
+        add(header.name + ": " + header.value);
+        hasContentType = hasContentType || EqualNoCase(header.name, "Content-Type");
+    }
+    if (!hasContentType)
+        add("Content-Type:"); // none, instead of libcurl's form encoding
+    curl_easy_setopt(m_easy, CURLOPT_HTTPHEADER, m_headers.get());
+}
+
+void CurlTransfer::SetBody()
+{
+    const std::string& method = m_request.method;
+    if (m_request.source && m_request.source->LengthBytes() > 0) {
+        curl_easy_setopt(m_easy, CURLOPT_UPLOAD, 1L);
+        curl_easy_setopt(m_easy, CURLOPT_READFUNCTION, &CurlTransfer::OnRead);
+        curl_easy_setopt(m_easy, CURLOPT_READDATA, this);
+        curl_easy_setopt(m_easy, CURLOPT_INFILESIZE_LARGE,
+                         static_cast<curl_off_t>(m_request.source->LengthBytes()));
+    } else if (method == "POST" || method == "PUT" || method == "PATCH") {
+        curl_easy_setopt(m_easy, CURLOPT_POSTFIELDSIZE_LARGE,
+                         static_cast<curl_off_t>(m_request.body.size()));
+        curl_easy_setopt(m_easy, CURLOPT_POSTFIELDS, m_request.body.c_str());
+    } else if (method == "HEAD") {
+        curl_easy_setopt(m_easy, CURLOPT_NOBODY, 1L);
+    }
+    curl_easy_setopt(m_easy, CURLOPT_CUSTOMREQUEST, method.c_str());
+}
+
+// What the kernel still holds for a slow link has not moved: without looking there, the end of an
+// upload over such a link would look like a stall.
+std::int64_t CurlTransfer::MovedBytes() const
+{
+    curl_off_t sent = 0;
+    curl_easy_getinfo(m_easy, CURLINFO_SIZE_UPLOAD_T, &sent);
+    curl_socket_t socket = CURL_SOCKET_BAD;
+    int heldBytes = 0;
+    if (curl_easy_getinfo(m_easy, CURLINFO_ACTIVESOCKET, &socket) != CURLE_OK ||
+        socket == CURL_SOCKET_BAD || ioctl(socket, SIOCOUTQ, &heldBytes) != 0)
+        heldBytes = 0;
+    return static_cast<std::int64_t>(sent) - heldBytes + m_receivedBytes;
+}
+
+Failure CurlTransfer::CheckLimits()
+{
+    const HttpLimits& limits = m_request.limits;
+    const Time now = std::chrono::steady_clock::now();
+    if (limits.total.count() > 0 && now - m_begin >= limits.total)
+        return Failure(EErrorCode::eTimeout, "no whole answer in time");
+    const std::int64_t moved = MovedBytes();
+    if (moved < m_windowBeginBytes || moved - m_windowBeginBytes >= limits.stallBytes) {
+        m_windowBegin = now;
+        m_windowBeginBytes = moved;
+    } else if (now - m_windowBegin >= limits.stallWindow) {
+        return Failure(EErrorCode::eTimeout, "the transfer stalled");
+    }
+    return {};
+}
+
+HttpOutcome CurlTransfer::Finish(CURLcode code, const Failure& early)
+{
+    m_outcome.failure = early.IsSet() ? early : Translate(code);
+    return std::move(m_outcome);
+}
+
+Failure CurlTransfer::Translate(CURLcode code) const
+{
+    if (code == CURLE_OK)
+        return {};
+    if (m_sourceFailed)
+        return Failure(EErrorCode::eFileUnreadable, "reading what is sent failed");
+    if (m_sinkFailed)
+        return Failure(EErrorCode::eCannotWrite, "taking what was received failed");
+    long verifyResult = 0;
+    curl_easy_getinfo(m_easy, CURLINFO_SSL_VERIFYRESULT, &verifyResult);
+    return TranslateCurlError(code, verifyResult, m_errorText.data());
+}
+
+std::size_t CurlTransfer::TakeHeaderLine(std::string_view line)
+{
+    m_receivedBytes += static_cast<std::int64_t>(line.size());
+    const std::string_view text = Trim(line);
+    HttpResponse& response = m_outcome.response;
+    if (text.substr(0, 5) == "HTTP/") {
+        response = HttpResponse{}; // an interim answer (1xx) may have come before
+        long status = 0;
+        curl_easy_getinfo(m_easy, CURLINFO_RESPONSE_CODE, &status);
+        response.status = static_cast<int>(status);
+    } else if (text.empty()) {
+        if (response.status >= 200 && m_request.sink)
+            m_isBodyForSink = m_request.sink->Accept(response);
+    } else if (const std::size_t colon = text.find(':'); colon != std::string_view::npos) {
+        response.headers.push_back(
+            {std::string(Trim(text.substr(0, colon))), std::string(Trim(text.substr(colon + 1)))});
+    }
+    return line.size();
+}
+
+std::size_t CurlTransfer::TakeBody(const char* bytes, std::size_t sizeBytes)
+{
+    m_receivedBytes += static_cast<std::int64_t>(sizeBytes);
+    if (m_isBodyForSink) {
+        m_sinkFailed = !m_request.sink->Write(bytes, sizeBytes);
+        return m_sinkFailed ? 0 : sizeBytes;
+    }
+    if (m_outcome.response.body.size() + sizeBytes > kMostCollectedBytes)
+        return 0;
+    m_outcome.response.body.append(bytes, sizeBytes);
+    return sizeBytes;
+}
+
+std::size_t CurlTransfer::OnHeader(char* bytes, std::size_t size, std::size_t count, void* self)
+{
+    return static_cast<CurlTransfer*>(self)->TakeHeaderLine({bytes, size * count});
+}
+
+std::size_t CurlTransfer::OnBody(char* bytes, std::size_t size, std::size_t count, void* self)
+{
+    return static_cast<CurlTransfer*>(self)->TakeBody(bytes, size * count);
+}
+
+std::size_t CurlTransfer::OnRead(char* buffer, std::size_t size, std::size_t count, void* self)
+{
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    const std::ptrdiff_t got = transfer.m_request.source->Read(buffer, size * count);
+    if (got < 0) {
+        transfer.m_sourceFailed = true;
+        return CURL_READFUNC_ABORT;
+    }
+    return static_cast<std::size_t>(got);
+}
+
+} // namespace kesdk::impl

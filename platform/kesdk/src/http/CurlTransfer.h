@@ -1,0 +1,62 @@
+// One request on its way through libcurl.
+#pragma once
+
+#include "base/Clock.h"
+#include "http/HttpMessage.h"
+
+#include <curl/curl.h>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+
+namespace kesdk::impl {
+
+// Feeds the body, collects the answer and watches the limits of one request. Lives on the stack of
+// the performing thread while libcurl holds pointers into it.
+class CurlTransfer
+{
+public:
+    CurlTransfer(CURL* easy, const HttpRequest& request);
+    CurlTransfer(const CurlTransfer&) = delete;
+    CurlTransfer& operator=(const CurlTransfer&) = delete;
+
+    // The failure that the limits now make of it, if any.
+    Failure CheckLimits();
+    // Ends it with libcurl's verdict, or with `early` if that is set.
+    HttpOutcome Finish(CURLcode code, const Failure& early);
+
+private:
+    using Time = std::chrono::steady_clock::time_point;
+    struct FreeList
+    {
+        void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+    };
+
+    void SetHeaders();
+    void SetBody();
+    std::int64_t MovedBytes() const;
+    std::size_t TakeHeaderLine(std::string_view line);
+    std::size_t TakeBody(const char* bytes, std::size_t sizeBytes);
+    Failure Translate(CURLcode code) const;
+
+    static std::size_t OnHeader(char* bytes, std::size_t size, std::size_t count, void* self);
+    static std::size_t OnBody(char* bytes, std::size_t size, std::size_t count, void* self);
+    static std::size_t OnRead(char* buffer, std::size_t size, std::size_t count, void* self);
+
+    CURL* m_easy;
+    const HttpRequest& m_request;
+    std::unique_ptr<curl_slist, FreeList> m_headers;
+    std::array<char, CURL_ERROR_SIZE> m_errorText{};
+    HttpOutcome m_outcome;
+    std::int64_t m_receivedBytes = 0;
+    bool m_isBodyForSink = false;
+    bool m_sourceFailed = false;
+    bool m_sinkFailed = false;
+    Time m_begin;
+    Time m_windowBegin;
+    std::int64_t m_windowBeginBytes = 0;
+};
+
+} // namespace kesdk::impl

@@ -1,0 +1,133 @@
+// The transport over libcurl.
+#include "http/CurlTransport.h"
+
+#include "http/CurlTransfer.h"
+
+#include <openssl/ssl.h>
+
+#include <new>
+#include <utility>
+
+namespace kesdk::impl {
+
+namespace {
+
+// Between two looks at the abort check and the limits while nothing moves.
+constexpr int kLookEveryMs = 200;
+constexpr long kBufferBytes = 512L * 1024;
+
+void InitialiseCurlOnce()
+{
+    static const CURLcode once = curl_global_init(CURL_GLOBAL_ALL);
+    static_cast<void>(once);
+}
+
+CURLcode UseTrustStore(CURL*, void* sslContext, void* store)
+{
+    SSL_CTX_set1_cert_store(static_cast<SSL_CTX*>(sslContext), static_cast<X509_STORE*>(store));
+    return CURLE_OK;
+}
+
+// While the handle is in it, libcurl works on the transfer; leaving takes it out again.
+class HandleInMulti
+{
+public:
+    HandleInMulti(CURLM* multi, CURL* easy) : m_multi(multi), m_easy(easy)
+    {
+        curl_multi_add_handle(m_multi, m_easy);
+    }
+    ~HandleInMulti() { curl_multi_remove_handle(m_multi, m_easy); }
+    HandleInMulti(const HandleInMulti&) = delete;
+    HandleInMulti& operator=(const HandleInMulti&) = delete;
+
+private:
+    CURLM* m_multi;
+    CURL* m_easy;
+};
+
+struct RunEnd
+{
+    CURLcode code = CURLE_OK;
+    Failure early;
+};
+
+RunEnd Run(CURLM* multi, CurlTransfer& transfer, const AbortCheck& abort)
+{
+    for (;;) {
+        int running = 0;
+        if (curl_multi_perform(multi, &running) != CURLM_OK)
+            return {CURLE_OK, Failure(EErrorCode::eInternal, "libcurl's loop failed")};
+        int left = 0;
+        while (const CURLMsg* message = curl_multi_info_read(multi, &left)) {
+            if (message->msg == CURLMSG_DONE)
+                return {message->data.result, {}};
+        }
+        if (IsAborted(abort))
+            return {CURLE_OK, Failure(EErrorCode::eAborted)};
+        if (const Failure failure = transfer.CheckLimits(); failure.IsSet())
+            return {CURLE_OK, failure};
+        curl_multi_poll(multi, nullptr, 0, kLookEveryMs, nullptr);
+    }
+}
+
+} // namespace
+
+CurlTransport::CurlTransport(std::string baseUrl, std::shared_ptr<const TrustStore> trust)
+    : m_baseUrl(std::move(baseUrl)), m_trust(std::move(trust))
+{
+    InitialiseCurlOnce();
+    m_multi.reset(curl_multi_init());
+    m_easy.reset(curl_easy_init());
+    if (!m_multi || !m_easy)
+        throw std::bad_alloc();
+    curl_multi_setopt(m_multi.get(), CURLMOPT_MAXCONNECTS, 1L);
+}
+
+CurlTransport::~CurlTransport() = default;
+
+HttpOutcome CurlTransport::Perform(const HttpRequest& request, const AbortCheck& abort)
+{
+    curl_easy_reset(m_easy.get()); // keeps the connection
+    SetCommonOptions(request);
+    CurlTransfer transfer(m_easy.get(), request);
+    RunEnd end;
+    {
+        const HandleInMulti inside(m_multi.get(), m_easy.get());
+        end = Run(m_multi.get(), transfer, abort);
+    }
+    return transfer.Finish(end.code, end.early);
+}
+
+void CurlTransport::Wake()
+{
+    curl_multi_wakeup(m_multi.get());
+}
+
+void CurlTransport::SetCommonOptions(const HttpRequest& request)
+{
+    CURL* easy = m_easy.get();
+    curl_easy_setopt(easy, CURLOPT_URL, (m_baseUrl + request.target).c_str());
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "https");
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L); // an abort does not wait for a name server
+    curl_easy_setopt(easy, CURLOPT_TCP_KEEPALIVE, 1L);
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
+                     static_cast<long>(request.limits.connect.count()));
+    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kBufferBytes);
+    curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, kBufferBytes);
+    if (request.acceptsGzip)
+        curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip");
+
+    curl_easy_setopt(easy, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+    // Our store replaces libcurl's, so that it is read once and not for every connection.
+    curl_easy_setopt(easy, CURLOPT_CAINFO, nullptr);
+    curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
+    curl_easy_setopt(easy, CURLOPT_SSL_CTX_FUNCTION, &UseTrustStore);
+    curl_easy_setopt(easy, CURLOPT_SSL_CTX_DATA, m_trust->Get());
+}
+
+} // namespace kesdk::impl

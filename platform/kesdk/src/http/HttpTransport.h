@@ -1,0 +1,26 @@
+// The seam to the network.
+#pragma once
+
+#include "base/Clock.h"
+#include "http/HttpMessage.h"
+
+namespace kesdk::impl {
+
+// Performs one request at a time and keeps its connection for the next one.
+//
+// Thread safety: Perform on one thread at a time, Wake from any.
+// Errors: in HttpOutcome::failure; nothing is thrown.
+class HttpTransport
+{
+public:
+    virtual ~HttpTransport() = default;
+
+    // Blocks until the response is whole or the request failed. The check is asked at least four
+    // times a second.
+    virtual HttpOutcome Perform(const HttpRequest& request, const AbortCheck& abort) = 0;
+
+    // Has a running (or else the next) Perform ask its check at once.
+    virtual void Wake() = 0;
+};
+
+} // namespace kesdk::impl

@@ -1,0 +1,145 @@
+// A local file on its way to the service.
+#include "transfer/UploadFile.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+namespace kesdk::impl {
+
+namespace {
+
+constexpr std::size_t kBufferBytes = 512u * 1024;
+
+Failure OpenFailure(int error)
+{
+    const bool isMissing = error == ENOENT || error == ENOTDIR || error == ENAMETOOLONG;
+    return Failure(isMissing ? EErrorCode::eFileMissing : EErrorCode::eFileUnreadable,
+                   std::string("open: ") + std::strerror(error));
+}
+
+bool IsSameTime(const timespec& left, const timespec& right)
+{
+    return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
+}
+
+bool IsSame(const struct stat& left, const struct stat& right)
+{
+    return left.st_dev == right.st_dev && left.st_ino == right.st_ino &&
+           left.st_size == right.st_size && IsSameTime(left.st_mtim, right.st_mtim) &&
+           IsSameTime(left.st_ctim, right.st_ctim);
+}
+
+ssize_t ReadAt(int file, char* buffer, std::size_t sizeBytes, std::int64_t offset)
+{
+    ssize_t got = -1;
+    do {
+        got = ::pread(file, buffer, sizeBytes, static_cast<off_t>(offset));
+    } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+Failure ReadFailureOf(ssize_t got)
+{
+    if (got == 0)
+        return Failure(EErrorCode::eFileChanged, "the file became shorter while it was read");
+    return Failure(EErrorCode::eFileUnreadable, std::string("read: ") + std::strerror(errno));
+}
+
+} // namespace
+
+Failure UploadFile::Open(const std::string& path)
+{
+    m_path = path;
+    // Without waiting: a pipe under that name must not hang the console.
+    m_file = FileHandle(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!m_file.IsOpen())
+        return OpenFailure(errno);
+    if (::fstat(m_file.Get(), &m_opened) != 0)
+        return Failure(EErrorCode::eFileUnreadable, std::string("stat: ") + std::strerror(errno));
+    if (!S_ISREG(m_opened.st_mode))
+        return Failure(EErrorCode::eNotAFile, "not a regular file");
+    ::posix_fadvise(m_file.Get(), 0, 0, POSIX_FADV_SEQUENTIAL);
+    return {};
+}
+
+std::string UploadFile::Identity() const
+{
+    return m_path + '\n' + std::to_string(m_opened.st_dev) + '\n' +
+           std::to_string(m_opened.st_ino) + '\n' + std::to_string(m_opened.st_size) + '\n' +
+           std::to_string(m_opened.st_mtim.tv_sec) + '\n' +
+           std::to_string(m_opened.st_mtim.tv_nsec);
+}
+
+Failure UploadFile::StartAt(std::int64_t offsetBytes, const AbortCheck& abort)
+{
+    if (offsetBytes < 0 || offsetBytes > SizeBytes())
+        return Failure(EErrorCode::eBadReply, "an offset outside of the file");
+    m_position = offsetBytes;
+    m_readFailure = Failure();
+    return HashUpTo(offsetBytes, abort);
+}
+
+std::ptrdiff_t UploadFile::Read(char* buffer, std::size_t sizeBytes)
+{
+    const std::int64_t left = SizeBytes() - m_position;
+    if (left == 0)
+        return 0;
+    const std::size_t wanted =
+        static_cast<std::size_t>(std::min(left, static_cast<std::int64_t>(sizeBytes)));
+    const ssize_t got = ReadAt(m_file.Get(), buffer, wanted, m_position);
+    if (got <= 0) {
+        m_readFailure = ReadFailureOf(got);
+        return -1;
+    }
+    // What is sent a second time is in the digest already.
+    const std::int64_t end = m_position + got;
+    if (end > m_hashedBytes) {
+        const std::int64_t known = m_hashedBytes - m_position;
+        m_hash.Update(buffer + known, static_cast<std::size_t>(got - known));
+        m_hashedBytes = end;
+    }
+    m_position = end;
+    return got;
+}
+
+Result<Sha256::Digest> UploadFile::Digest(const AbortCheck& abort)
+{
+    if (const Failure failure = HashUpTo(SizeBytes(), abort); failure.IsSet())
+        return failure;
+    if (!m_digest)
+        m_digest = m_hash.Finish();
+    return *m_digest;
+}
+
+bool UploadFile::IsUnchanged() const
+{
+    struct stat open = {};
+    struct stat named = {};
+    return ::fstat(m_file.Get(), &open) == 0 && ::stat(m_path.c_str(), &named) == 0 &&
+           IsSame(open, m_opened) && IsSame(named, m_opened);
+}
+
+Failure UploadFile::HashUpTo(std::int64_t offsetBytes, const AbortCheck& abort)
+{
+    if (m_hashedBytes >= offsetBytes)
+        return {};
+    std::vector<char> buffer(kBufferBytes);
+    while (m_hashedBytes < offsetBytes) {
+        if (IsAborted(abort))
+            return Failure(EErrorCode::eAborted);
+        const std::size_t wanted = static_cast<std::size_t>(
+            std::min(offsetBytes - m_hashedBytes, static_cast<std::int64_t>(buffer.size())));
+        const ssize_t got = ReadAt(m_file.Get(), buffer.data(), wanted, m_hashedBytes);
+        if (got <= 0)
+            return ReadFailureOf(got);
+        m_hash.Update(buffer.data(), static_cast<std::size_t>(got));
+        m_hashedBytes += got;
+    }
+    return {};
+}
+
+} // namespace kesdk::impl

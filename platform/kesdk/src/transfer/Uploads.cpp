@@ -1,0 +1,190 @@
+// Sends local files to the service.
+#include "transfer/Uploads.h"
+
+#include "transfer/TransferPolicy.h"
+
+#include "base/Text.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace kesdk::impl {
+
+namespace {
+
+std::string NameOf(const std::string& path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+// The records of the files that an upload made. Its last reply has a body with them only when it
+// was made in one request.
+std::vector<FileRecord> RecordsOf(const NewUpload& upload, const UploadRecord& result,
+                                  const Sha256::Digest& digest)
+{
+    if (result.files.size() == result.fileIds.size())
+        return result.files;
+    std::vector<FileRecord> files;
+    for (std::size_t i = 0; i < result.fileIds.size(); ++i) {
+        FileRecord file;
+        file.id = result.fileIds[i];
+        file.containerId = upload.targetInboxIds[i];
+        file.name = ToWide(upload.nameUtf8);
+        file.sizeBytes = upload.lengthBytes;
+        file.sha256Hex = ToHex(digest);
+        file.etag = '"' + file.sha256Hex + '"';
+        files.push_back(std::move(file));
+    }
+    return files;
+}
+
+} // namespace
+
+Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::string& localPath,
+                                              const std::vector<std::int64_t>& targetInboxIds)
+{
+    Job job;
+    job.call = call;
+    job.call.policy.attempts = 1; // repeating is done here, where the offsets are known
+    if (const Failure failure = job.file.Open(localPath); failure.IsSet())
+        return failure;
+    job.upload = {NameOf(localPath), job.file.SizeBytes(), targetInboxIds, {}};
+    job.identity = job.file.Identity();
+    for (const std::int64_t id : targetInboxIds)
+        job.identity += '\n' + std::to_string(id);
+    job.upload.idempotencyKey = m_keys.KeyOf(job.identity);
+    job.step = m_keys.MayHaveBegun(job.identity) ? EStep::eAsk : EStep::eBegin;
+
+    for (;;) {
+        const Result<UploadRecord> result = RunToEnd(job);
+        if (!result)
+            return result.failure;
+        Sha256::Digest digest{};
+        const Failure failure = Verify(job, result.value, digest);
+        if (!failure.IsSet()) {
+            m_keys.Spent(job.identity);
+            return RecordsOf(job.upload, result.value, digest);
+        }
+        const bool isAnotherContent = failure.Is(EErrorCode::eFileChanged) && !job.hasSent;
+        if (!isAnotherContent || !job.file.IsUnchanged())
+            return failure;
+        // Something else was once sent under this key; it is none of this call's business.
+        UseNewKey(job);
+    }
+}
+
+Result<UploadRecord> Uploads::RunToEnd(Job& job)
+{
+    for (;;) {
+        Result<UploadRecord> stand = Take(job);
+        if (stand && stand.value.isComplete) {
+            if (stand.value.fileIds.size() == job.upload.targetInboxIds.size())
+                return stand;
+            return Failure(EErrorCode::eBadReply, "an upload made another number of files");
+        }
+        if (stand) {
+            Advance(job, stand.value);
+            if (job.fruitless >= kTransferPolicy.attempts)
+                return Failure(EErrorCode::eBadReply, "the upload does not advance");
+        } else if (const Failure failure = Recover(job, stand.failure); failure.IsSet()) {
+            return failure;
+        }
+    }
+}
+
+Result<UploadRecord> Uploads::Take(Job& job)
+{
+    Result<UploadRecord> result;
+    if (job.step == EStep::eAsk) {
+        result = m_api.BeginUpload(job.call, job.upload, nullptr);
+    } else {
+        const bool begins = job.step == EStep::eBegin;
+        const std::int64_t offset = begins ? 0 : job.offsetBytes;
+        if (const Failure failure = job.file.StartAt(offset, job.call.abort); failure.IsSet())
+            return failure;
+        m_keys.Begun(job.identity);
+        result = begins ? m_api.BeginUpload(job.call, job.upload, &job.file)
+                        : m_api.ContinueUpload(job.call, job.location, offset, job.file);
+    }
+    if (job.file.ReadFailure().IsSet())
+        return job.file.ReadFailure();
+    job.hasSent = job.hasSent || (result && job.step != EStep::eAsk);
+    return result;
+}
+
+// The service has less than all of it: the rest is next.
+void Uploads::Advance(Job& job, const UploadRecord& stand)
+{
+    if (!stand.location.empty())
+        job.location = stand.location;
+    job.offsetBytes = stand.offsetBytes;
+    const bool hasGrown = stand.offsetBytes > job.mostOffsetBytes;
+    job.mostOffsetBytes = std::max(job.mostOffsetBytes, stand.offsetBytes);
+    // Being told where it stands is not yet progress, but no lost attempt either.
+    if (hasGrown)
+        job.fruitless = 0;
+    else if (job.step == EStep::eContinue || job.location.empty())
+        ++job.fruitless;
+    job.step = job.location.empty() ? EStep::eAsk : EStep::eContinue;
+}
+
+// Chooses the next step after a failure, and waits before it where that may help.
+Failure Uploads::Recover(Job& job, const Failure& failure)
+{
+    if (job.fruitless >= kTransferPolicy.attempts)
+        return failure;
+    if (failure.Is(EErrorCode::eConflict)) {
+        ++job.fruitless;
+        if (job.step == EStep::eAsk)
+            UseNewKey(job);
+        else
+            job.step = EStep::eAsk;
+        return {};
+    }
+    if (failure.Is(EErrorCode::eNotFound) && job.step == EStep::eContinue) {
+        ++job.fruitless; // it has expired
+        UseNewKey(job);
+        return {};
+    }
+    if (!IsWorthWaiting(failure, ++job.fruitless))
+        return failure;
+    job.hasSent = job.hasSent || (job.step != EStep::eAsk && !WasNeverSent(failure));
+    if (!m_api.Http().Pause(kTransferPolicy, job.fruitless, failure.retryAfter, job.call.abort))
+        return Failure(EErrorCode::eAborted);
+    if (job.step != EStep::eBegin || !WasNeverSent(failure))
+        job.step = EStep::eAsk;
+    return {};
+}
+
+void Uploads::UseNewKey(Job& job)
+{
+    m_keys.Spent(job.identity);
+    job.upload.idempotencyKey = m_keys.KeyOf(job.identity);
+    job.location.clear();
+    job.mostOffsetBytes = 0;
+    job.step = EStep::eBegin;
+}
+
+// What was committed must be what was read, and what was read must still be what is there: the
+// caller may remove the file next.
+Failure Uploads::Verify(Job& job, const UploadRecord& result, Sha256::Digest& digest)
+{
+    const Result<Sha256::Digest> computed = job.file.Digest(job.call.abort);
+    Failure failure = computed.failure;
+    if (computed) {
+        digest = computed.value;
+        if (result.reprDigest != ToReprDigest(digest) || !job.file.IsUnchanged())
+            failure = Failure(EErrorCode::eFileChanged, "what the service committed is not what "
+                                                        "is in the file now");
+    }
+    if (failure.Is(EErrorCode::eFileChanged) && job.hasSent) {
+        ApiCall call = job.call;
+        call.policy = RetryPolicy();
+        for (const std::int64_t id : result.fileIds)
+            static_cast<void>(m_api.DeleteFile(call, id, {}));
+        m_keys.Spent(job.identity);
+    }
+    return failure;
+}
+
+} // namespace kesdk::impl
