@@ -64,7 +64,8 @@ void DescribeOptions(QCommandLineParser& parser)
             {QString::fromLatin1(name), text, QString::fromLatin1(value)}); // empty: no value
     };
     parser.setApplicationDescription(Description());
-    parser.addHelpOption();
+    parser.addOption(
+        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this.")});
     parser.addVersionOption();
     add("headless", "", QStringLiteral("Run without screens (for now the only way to run)."));
     add("plugin", "PATH", QStringLiteral("The plug-in, default ../lib/libkelvo.so."));

@@ -24,13 +24,19 @@ int main(int argc, char* argv[])
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
-    QGuiApplication application(argc, argv);
+    // Qt would take some of our options for its own.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) {
+        arguments << QString::fromLocal8Bit(argv[i]);
+    }
+    int ownArgumentCount = 1;
+    QGuiApplication application(ownArgumentCount, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kelvo-console"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KELVO_VERSION));
 
     QCommandLineParser parser;
     console::DescribeOptions(parser);
-    if (!parser.parse(QCoreApplication::arguments())) {
+    if (!parser.parse(arguments)) {
         return Refuse(parser.errorText());
     }
     if (parser.isSet(QStringLiteral("help"))) {
