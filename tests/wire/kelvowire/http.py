@@ -1,0 +1,184 @@
+"""An HTTP client that holds every reply against the written API."""
+
+import base64
+import hashlib
+import http.client
+import json as jsonlib
+import os
+import re
+import socket
+import ssl
+import time
+import urllib.error
+import urllib.request
+
+from .contract import BASE, Contract
+
+CONTRACT = Contract(os.environ["KELVO_OPENAPI"])
+TIMEOUT = 60  # A guard against hanging, never waited for.
+OCTETS = "application/offset+octet-stream"
+LEAKS = re.compile(r"/tmp/|/home/|\bSELECT\b|\bINSERT\b|sqlite|soci|\.cpp|boost|what\(\)|exception|errno|No such file",
+                   re.IGNORECASE)
+
+
+class Reply:
+    def __init__(self, method, target, status, headers, body):
+        self.method, self.target, self.status, self.headers, self.body = method, target, status, headers, body
+
+    def json(self):
+        return jsonlib.loads(self.body)
+
+    @property
+    def problem(self):
+        """The NAME of the problem document."""
+        return self.json()["type"].rsplit(":", 1)[1]
+
+    def __repr__(self):
+        return f"{self.method} {self.target} -> {self.status} {self.body[:300]!r}"
+
+
+def sha256_hex(content):
+    return hashlib.sha256(content).hexdigest()
+
+
+def digest_header(content):
+    return "sha-256=:" + base64.b64encode(hashlib.sha256(content).digest()).decode() + ":"
+
+
+def metadata(name, targets):
+    """Upload-Metadata; the name as text or raw bytes, the targets as ids or raw text."""
+    raw = name if isinstance(name, bytes) else name.encode()
+    text = targets if isinstance(targets, str) else ",".join(map(str, targets))
+    return f"name {base64.b64encode(raw).decode()},targets {base64.b64encode(text.encode()).decode()}"
+
+
+class Client:
+    """One keep-alive connection; no retries, so a connection that the service drops is seen."""
+
+    def __init__(self, service, token=None):
+        self.service, self.token = service, token
+        self._connection = None
+
+    def close(self):
+        if self._connection:
+            self._connection.close()
+            self._connection = None
+
+    def connection(self):
+        if self._connection is None:
+            self._connection = http.client.HTTPSConnection("localhost", self.service.port, timeout=TIMEOUT,
+                                                           context=self.service.tls())
+        return self._connection
+
+    def headers(self, extra=None):
+        headers = {"Authorization": f"Bearer {self.token}"} if self.token else {}
+        headers.update({name: value for name, value in (extra or {}).items() if value is not None})
+        return headers
+
+    def request(self, method, path, expect=None, headers=None, body=None, json=None, check=True):
+        """Sends and checks; `expect` is a status or several. Paths are below the base path unless they begin with it."""
+        headers = self.headers(headers)
+        if json is not None:
+            body = jsonlib.dumps(json).encode()
+            headers.setdefault("Content-Type", "application/json")
+        target = path if path.startswith("/kelvo-api") else BASE + path
+        connection = self.connection()
+        try:
+            connection.request(method, target, body=body, headers=headers)
+        except (BrokenPipeError, ConnectionResetError, ssl.SSLError):
+            pass  # Refused while the body was on its way: the answer should be readable all the same.
+        response = connection.getresponse()
+        reply = Reply(method, target, response.status, response.headers, response.read())
+        if response.will_close:
+            self.close()
+        self.judge(reply, expect, check)
+        return reply
+
+    @staticmethod
+    def judge(reply, expect, check=True):
+        if expect is not None and reply.status not in (expect if isinstance(expect, (tuple, list, set)) else (expect,)):
+            raise AssertionError(f"expected {expect}: {reply}")
+        if reply.status >= 400 and LEAKS.search(reply.body.decode("utf-8", "replace")):
+            raise AssertionError(f"an inner detail in a problem: {reply}")
+        if check:
+            CONTRACT.check_reply(reply.method, reply.target, reply.status, reply.headers, reply.body)
+
+    def get(self, path, expect=200, **arguments):
+        return self.request("GET", path, expect, **arguments)
+
+    def post(self, path, expect=201, **arguments):
+        return self.request("POST", path, expect, **arguments)
+
+    def delete(self, path, expect=204, **arguments):
+        return self.request("DELETE", path, expect, **arguments)
+
+    def tus(self, method, path, expect, headers=None, body=None, **arguments):
+        headers = {"Tus-Resumable": "1.0.0", **(headers or {})}
+        if body is not None:
+            headers.setdefault("Content-Type", OCTETS)
+        return self.request(method, path, expect, headers=headers, body=body, **arguments)
+
+    def create(self, name, targets, length, body=None, key=None, expect=201, headers=None):
+        """POST /uploads."""
+        return self.tus("POST", "/uploads", expect, body=body,
+                        headers={"Upload-Length": str(length), "Upload-Metadata": metadata(name, targets),
+                                 "Idempotency-Key": key, **(headers or {})})
+
+    def put(self, name, targets, content):
+        """A whole file in one request: the FILE records."""
+        return self.create(name, targets, len(content), content).json()["files"]
+
+    def patch(self, location, offset, body, expect=204):
+        return self.tus("PATCH", location, expect, headers={"Upload-Offset": str(offset)}, body=body)
+
+    def offset(self, location):
+        return int(self.tus("HEAD", location, 200).headers["Upload-Offset"])
+
+    def await_offset(self, location, wanted, at_least=False):
+        """Asks until the service has got so far: bytes of a cut connection take a moment to arrive."""
+        guard = time.monotonic() + TIMEOUT
+        while not ((got := self.offset(location)) == wanted or (at_least and got > wanted)):
+            if got > wanted or time.monotonic() > guard:
+                raise AssertionError(f"{location} is at {got} instead of {wanted}")
+        return got
+
+    def snapshot(self):
+        return self.get("/account").json()
+
+
+def raw_socket(service, tls=True):
+    plain = socket.create_connection(("127.0.0.1", service.port), timeout=TIMEOUT)
+    return service.tls().wrap_socket(plain, server_hostname="localhost") if tls else plain
+
+
+def begin_upload(service, token, method, path, length, headers, part):
+    """A request whose body stops after `part`; the connection, left open, is the caller's."""
+    connection = raw_socket(service)
+    lines = [f"{method} {path if path.startswith(BASE) else BASE + path} HTTP/1.1", f"Host: localhost:{service.port}",
+             f"Authorization: Bearer {token}", "Tus-Resumable: 1.0.0", f"Content-Type: {OCTETS}",
+             f"Content-Length: {length}", *(f"{name}: {value}" for name, value in headers.items())]
+    connection.sendall("\r\n".join(lines).encode() + b"\r\n\r\n" + part)
+    return connection
+
+
+def exchange(service, request, tls=True):
+    """Sends raw bytes and reads until the service closes or the first reply is whole: (status, headers, body)."""
+    with raw_socket(service, tls) as connection:
+        try:
+            connection.sendall(request)
+        except (BrokenPipeError, ConnectionResetError, ssl.SSLError):
+            pass
+        response = http.client.HTTPResponse(connection)
+        response.begin()
+        return response.status, response.headers, response.read()
+
+
+def metrics(service, path="/metrics"):
+    """(status, text) from the plain listener."""
+    address = f"http://{service.metrics_host}:{service.metrics_port}{path}"
+    opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
+    try:
+        with opener.open(address, timeout=TIMEOUT) as reply:
+            return reply.status, reply.read().decode()
+    except urllib.error.HTTPError as refusal:
+        return refusal.code, refusal.read().decode()

@@ -1,0 +1,119 @@
+"""The bytes of files: ranges, conditions, digests."""
+
+import unittest
+
+from kelvowire.farm import WireTest, make_inbox
+from kelvowire.http import digest_header
+
+CONTENT = bytes(range(256)) * 20
+SIZE = len(CONTENT)
+
+
+class Content(WireTest):
+    def setUp(self):
+        self.olga = self.user("olga")
+        self.file = self.olga.put("content.zip", [make_inbox(self.olga)], CONTENT)[0]
+        self.path = f"/resources/{self.file['id']}/content"
+        self.tag = self.file["etag"]
+
+    def get(self, expect, **headers):
+        return self.olga.get(self.path, expect, headers={name.replace("_", "-"): value for name, value in headers.items()})
+
+    def test_the_whole_content_says_what_it_is(self):
+        reply = self.get(200)
+        self.assertEqual(reply.body, CONTENT)
+        self.assertEqual(reply.headers["Content-Length"], str(SIZE))
+        self.assertEqual((reply.headers["ETag"], reply.headers["Repr-Digest"]), (self.tag, digest_header(CONTENT)))
+        self.assertIsNone(reply.headers["Content-Encoding"])
+
+    def test_one_range_is_cut_as_asked(self):
+        for asked, first, last in (("0-0", 0, 0), ("0-99", 0, 99), ("100-", 100, SIZE - 1), ("-1", SIZE - 1, SIZE - 1),
+                                   ("-100", SIZE - 100, SIZE - 1), (f"{SIZE - 1}-", SIZE - 1, SIZE - 1),
+                                   (f"5-{SIZE + 1000}", 5, SIZE - 1), (f"-{SIZE + 7}", 0, SIZE - 1),
+                                   ("0-" + "9" * 30, 0, SIZE - 1)):
+            with self.subTest(asked=asked):
+                reply = self.get((206, 200) if len(asked) > 20 else 206, Range=f"bytes={asked}")
+                self.assertEqual(reply.body, CONTENT[first:last + 1])
+                if reply.status == 206:
+                    self.assertEqual(reply.headers["Content-Range"], f"bytes {first}-{last}/{SIZE}")
+                    self.assertEqual(reply.headers["Content-Length"], str(last - first + 1))
+                    self.assertEqual(reply.headers["Repr-Digest"], digest_header(CONTENT))
+                    self.assertEqual(reply.headers["ETag"], self.tag)
+
+    def test_a_range_outside_is_refused_with_the_length(self):
+        for asked in (f"{SIZE}-", f"{SIZE}-{SIZE + 5}", "-0", "999999999999-"):
+            with self.subTest(asked=asked):
+                reply = self.get(416, Range=f"bytes={asked}")
+                self.refused(reply, "range-not-satisfiable")
+                self.assertEqual(reply.headers["Content-Range"], f"bytes */{SIZE}")
+
+    def test_what_is_no_single_range_of_bytes_is_as_if_absent(self):
+        for asked in ("bytes=", "bytes=a-b", "bytes=5-2", "bytes", "lines=1-2", "bytes=--5", "bytes=1-2-3", "", "bytes=-",
+                      "bytes=-9-1", "bytes=0x1-0x5"):
+            with self.subTest(asked=asked):
+                reply = self.get((200, 416), Range=asked)
+                if reply.status == 200:
+                    self.assertEqual(reply.body, CONTENT)
+
+    def test_several_ranges_are_answered_whole_or_not_at_all(self):
+        reply = self.get((200, 416), Range="bytes=0-1,5-6")
+        if reply.status == 200:
+            self.assertEqual(reply.body, CONTENT)
+
+    def test_a_range_of_an_empty_file_is_refused(self):
+        empty = self.olga.put("empty.zip", [make_inbox(self.olga)], b"")[0]
+        path = f"/resources/{empty['id']}/content"
+        self.assertEqual(self.olga.get(path, 416, headers={"Range": "bytes=0-"}).headers["Content-Range"], "bytes */0")
+        self.assertEqual(self.olga.get(path).body, b"")
+
+    def test_if_range_holds_the_range_to_its_tag(self):
+        self.assertEqual(self.get(206, Range="bytes=10-19", If_Range=self.tag).body, CONTENT[10:20])
+        for tag in ('"other"', f"W/{self.tag}", self.tag.strip('"'), "Sat, 01 Jan 2022 00:00:00 GMT"):
+            with self.subTest(tag=tag):
+                self.assertEqual(self.get(200, Range="bytes=10-19", If_Range=tag).body, CONTENT)
+
+    def test_if_match_refuses_another_content(self):
+        self.get(200, If_Match=self.tag)
+        self.get(200, If_Match=f'"other", {self.tag}')
+        self.get(200, If_Match="*")
+        self.assertEqual(self.get(206, If_Match=self.tag, Range="bytes=0-1").body, CONTENT[:2])
+        for tag in ('"other"', f"W/{self.tag}"):
+            with self.subTest(tag=tag):
+                self.refused(self.get(412, If_Match=tag), "precondition-failed")
+        self.refused(self.get(412, If_Match='"other"', Range=f"bytes={SIZE}-"), "precondition-failed")
+
+    def test_head_answers_the_same_without_the_bytes(self):
+        for headers, status in (({}, 200), ({"Range": "bytes=5-9"}, 206), ({"Range": f"bytes={SIZE}-"}, 416),
+                                ({"If-Match": '"other"'}, 412)):
+            with self.subTest(headers=headers):
+                get = self.olga.get(self.path, (200, 206, 416, 412), headers=headers)
+                if headers.get("Range", "").startswith("bytes=5-"):
+                    head = self.olga.request("HEAD", self.path, (200, 206), headers=headers)  # Either is right.
+                else:
+                    head = self.olga.request("HEAD", self.path, status, headers=headers)
+                self.assertEqual(head.body, b"")
+                if head.status == get.status and head.status < 400:
+                    for name in ("Content-Length", "ETag", "Repr-Digest", "Content-Range", "Accept-Ranges", "Content-Type"):
+                        self.assertEqual(head.headers[name], get.headers[name], name)
+
+    def test_only_files_have_content(self):
+        inbox = self.file["container"]
+        project = self.olga.get(f"/resources/{inbox}").json()["project"]
+        for resource in (inbox, project):
+            self.olga.get(f"/resources/{resource}/content", (403, 404))
+
+    def test_ids_that_are_none_are_not_found(self):
+        for text in ("0", "-1", "2147483648", "99999999999999999999", "1.0", "0x1", "abc", "%31", " 1", "1%00", "+1"):
+            for suffix in ("", "/content"):
+                with self.subTest(text=text, suffix=suffix):
+                    path = f"/resources/{text.replace(' ', '%20')}{suffix}"
+                    self.olga.get(path, (200, 400, 404) if text == "%31" else (400, 404))
+
+    def test_office_reads_what_is_the_farms_and_other_operators_do_not(self):
+        self.assertEqual(self.user("anna").get(self.path).body, CONTENT)
+        for name in ("piet", "otto", "oda", "admin"):
+            self.refused(self.user(name).get(self.path, 404), "not-found")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,367 @@
+"""kelvoctl against the running service: every command, its exit codes, and its patience with a bad link."""
+
+import hashlib
+import json
+import os
+import sqlite3
+import subprocess
+import tempfile
+import unittest
+
+from kelvowire.farm import PASSWORD, WireTest, log_in_admin, make_inbox
+from kelvowire.http import Client
+from kelvowire.proxy import CuttingProxy
+from kelvowire.service import GUARD_SECONDS, Service
+
+TOOL = os.environ["KELVOCTL"]
+OK, REFUSED, USAGE, UNREACHABLE = range(4)
+CONTENT = os.urandom(1_500_000)
+
+
+class Tool:
+    """The tool with a home of its own, where it finds its session and the local files."""
+
+    def __init__(self, service, port=None):
+        self.home = tempfile.mkdtemp(prefix="kelvoctl-", dir=service.root)
+        self.ca = service.ca
+        self.server = f"localhost:{port or service.port}"
+        self.session = os.path.join(self.home, ".config", "kelvoctl", "session.json")
+
+    def environment(self, extra=None):
+        return {"HOME": self.home, "PATH": os.environ["PATH"], **(extra or {}),
+                **{name: os.environ[name] for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS") if name in os.environ}}
+
+    def run(self, *arguments, code=OK, env=None):
+        """(stdout, stderr); stdin and the terminal are not there, so nothing can wait for a person."""
+        result = subprocess.run([TOOL, *arguments], capture_output=True, text=True, timeout=GUARD_SECONDS, check=False,
+                                cwd=self.home, env=self.environment(env), stdin=subprocess.DEVNULL, start_new_session=True)
+        if result.returncode != code:
+            raise AssertionError(f"{arguments} -> {result.returncode} instead of {code}\n{result.stdout}{result.stderr}")
+        if (code != OK) != (result.stderr.startswith("kelvoctl: ") or (code == USAGE and bool(result.stderr))):
+            raise AssertionError(f"{arguments} -> {code} and says {result.stderr!r}")
+        return result.stdout, result.stderr
+
+    def json(self, *arguments):
+        """The one line of JSON that a command prints."""
+        return json.loads(self.run("--json", *arguments)[0])
+
+    def start(self, *arguments):
+        return subprocess.Popen([TOOL, *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, cwd=self.home,
+                                env=self.environment(), stdin=subprocess.DEVNULL, start_new_session=True)
+
+    def log_in(self, user, password=PASSWORD):
+        return self.run("--server", self.server, "--ca", self.ca, "login", user, env={"KELVOCTL_PASSWORD": password})
+
+    def write(self, name, content):
+        path = os.path.join(self.home, name)
+        with open(path, "wb") as file:
+            file.write(content)
+        return path
+
+    def read(self, name):
+        with open(os.path.join(self.home, name), "rb") as file:
+            return file.read()
+
+
+class KelvoctlTest(WireTest):
+    def tool(self, user=None, port=None):
+        tool = Tool(self.service, port)
+        if user:
+            tool.log_in(user, self.service.admin_password() if user == "admin" else PASSWORD)
+            with open(tool.session, encoding="utf-8") as file:
+                self.service.secrets.add(json.load(file)["token"])
+        return tool
+
+
+class Commands(KelvoctlTest):
+    def test_the_administrators_round(self):
+        admin = self.tool("admin")
+        self.assertIn("New Farm", admin.run("farm", "add", "New Farm")[0])
+        self.assertIn("New Farm", [farm["name"] for farm in admin.json("farm", "list")])
+        password = admin.write("password", b"a password of nora\nsecond line")
+        self.service.secrets.add("a password of nora")
+        user = admin.json("user", "add", "nora", "--farm", "New Farm", "--role", "office", "--new-password-file", password)
+        self.assertEqual((user["name"], user["role"], user["farm"]["name"]), ("nora", "office", "New Farm"))
+        self.assertIn(user, admin.json("user", "list"))
+        self.assertEqual(admin.json("user", "list", "--farm", "New Farm"), [user])
+        self.assertIn("nora (office of New Farm)", admin.run("user", "list")[0])
+        nora = Tool(self.service)
+        nora.log_in("nora", "a password of nora")
+        admin.run("user", "disable", "nora")
+        nora.run("ls", code=REFUSED)
+        admin.run("user", "enable", "nora")
+        admin.run("user", "passwd", "nora", env={"KELVOCTL_NEW_PASSWORD": "nora's other one"})
+        with self.assertRaisesRegex(AssertionError, "-> 1 instead of 0"):
+            nora.log_in("nora", "a password of nora")
+        nora.log_in("nora", "nora's other one")
+        self.assertIn("New Farm", admin.run("farm", "add", "New Farm", code=REFUSED)[1])
+        admin.run("user", "disable", "nobody at all", code=REFUSED)
+        admin.run("user", "add", "x", "--role", "office", code=USAGE, env={"KELVOCTL_NEW_PASSWORD": "long enough"})
+        admin.run("user", "add", "x", "--farm", "New Farm", "--role", "boss", code=USAGE)
+
+    def test_a_files_round(self):
+        olga, anna = self.tool("olga"), self.tool("anna")
+        olga.write("field one.zip", CONTENT)
+        result = olga.json("put", "field one.zip", "--to", "olga/AB Lines")  # The own inbox is made on the way.
+        self.assertEqual((result["name"], len(result["ids"]), result["warnings"]), ("field one.zip", 1, []))
+        number = result["ids"][0]
+        project = olga.json("ls", "AB Lines", "--owner", "olga")[0]
+        entry = project["resources"][0]["entries"][0]
+        self.assertEqual((entry["id"], entry["sha256"]), (number, hashlib.sha256(CONTENT).hexdigest()))
+        text = anna.run("ls")[0]
+        self.assertIn("AB Lines / olga", text)
+        self.assertIn("field one.zip", text)
+        self.assertEqual(anna.run("get", str(number))[0], "field one.zip\n")
+        self.assertEqual(anna.read("field one.zip"), CONTENT)
+        self.assertEqual([name for name in os.listdir(anna.home) if name.endswith(".part")], [])
+        olga.run("rm", str(number))
+        olga.run("get", str(number), "-o", "none", code=REFUSED)
+        self.assertFalse(os.path.exists(os.path.join(olga.home, "none")))
+        self.assertEqual([(file["id"], file["deleted_by"]) for file in anna.json("bin", "list")], [(number, "olga")])
+        self.assertIn("field one.zip", anna.run("bin", "list")[0])
+        self.assertEqual(anna.json("bin", "restore", str(number)), entry)
+        olga.run("get", str(number), "-o", "back.zip")
+        self.assertEqual(olga.read("back.zip"), CONTENT)
+        olga.run("bin", "list", code=REFUSED)
+
+    def test_put_sends_several_files_to_several_inboxes_under_a_chosen_name(self):
+        olga, anna = self.user("olga"), self.tool("anna")
+        targets = [make_inbox(olga, "Pivots"), make_inbox(self.user("piet"), "Pivots")]
+        anna.write("a.zip", b"a")
+        anna.write("b.zip", b"")
+        out = anna.run("--json", "put", "a.zip", "b.zip", "--to", "olga/Pivots", "--to", "piet/Pivots")[0]
+        for line, name in zip(out.splitlines(), ("a.zip", "b.zip")):
+            result = json.loads(line)
+            files = [olga.get(f"/resources/{result['ids'][0]}").json(), self.user("piet").get(f"/resources/{result['ids'][1]}").json()]
+            self.assertEqual([file["container"] for file in files], targets)
+            self.assertEqual({file["name"] for file in files}, {name})
+        out, err = anna.run("put", "a.zip", "--to", "olga/Pivots", "--name", "b.zip")
+        self.assertIn("b.zip", out)
+        self.assertIn("b.zip", err)  # The warning that the name is there twice now.
+        self.assertEqual(self.names(olga, targets[0]), ["a.zip", "b.zip", "b.zip"])
+
+    def test_put_refuses_what_will_not_do_before_it_sends_anything(self):
+        olga = self.tool("olga")
+        olga.write("a.zip", b"a")
+        before = self.user("olga").snapshot()["projects"]
+        for arguments, code in ((["a.zip"], USAGE), (["--to", "olga/Curves"], USAGE), (["none.zip", "--to", "olga/Curves"], USAGE),
+                                ([olga.home, "--to", "olga/Curves"], USAGE), (["a.zip", "none.zip", "--to", "olga/Curves"], USAGE),
+                                (["a.zip", "--to", "olga/Nothing"], REFUSED), (["a.zip", "--to", "nobody/Curves"], REFUSED),
+                                (["a.zip", "--to", "Curves"], REFUSED), (["a.zip", "--to", "olga/Curves", "--name", "x/y"], USAGE),
+                                (["a.zip", "--to", "olga/Curves", "--name", ".."], USAGE),
+                                (["a.zip", "a.zip", "--to", "olga/Curves", "--name", "x"], USAGE)):
+            with self.subTest(arguments=arguments):
+                olga.run("put", *arguments, code=code)
+        self.assertEqual(self.user("olga").snapshot()["projects"], before)
+
+    def test_put_is_refused_with_title_and_detail(self):
+        make_inbox(self.user("piet"), "Curves")
+        olga = self.tool("olga")
+        olga.write("a.zip", b"a")
+        self.assertRegex(olga.run("put", "a.zip", "--to", "piet/Curves", code=REFUSED)[1], r"^kelvoctl: .+: .+\n$")
+
+    def test_get_replaces_nothing_unless_told_to(self):
+        olga = self.user("olga")
+        number = str(olga.put("there.zip", [make_inbox(olga)], b"new")[0]["id"])
+        tool = self.tool("olga")
+        tool.write("there.zip", b"old")
+        tool.run("get", number, code=USAGE)
+        self.assertEqual(tool.read("there.zip"), b"old")
+        tool.run("get", number, "-o", "there.zip")
+        self.assertEqual(tool.read("there.zip"), b"new")
+        os.mkdir(os.path.join(tool.home, "sub"))
+        tool.run("get", number, "-o", "sub")
+        self.assertEqual(tool.read("sub/there.zip"), b"new")
+        tool.run("get", str(make_inbox(olga)), code=REFUSED)
+        tool.run("get", "0", code=USAGE)
+        tool.run("get", number, "-o", "none/there.zip", code=USAGE)
+
+    def test_the_session_is_private_and_ends_with_the_log_out(self):
+        tool = self.tool("olga")
+        self.assertEqual(os.stat(tool.session).st_mode & 0o777, 0o600)
+        with open(tool.session, encoding="utf-8") as file:
+            token = json.load(file)["token"]
+        tool.run("--server", "localhost:1", "ls", code=USAGE)  # The token stays with who gave it.
+        tool.run("logout")
+        self.assertFalse(os.path.exists(tool.session))
+        tool.run("ls", code=USAGE)
+        client = Client(self.service, token)
+        client.get("/account", 401)
+        client.close()
+        other = os.path.join(tool.home, "other.json")
+        tool.run("--session", other, "--server", tool.server, "--ca", tool.ca, "login", "olga", env={"KELVOCTL_PASSWORD": PASSWORD})
+        self.assertTrue(tool.json("--session", other, "ls"))
+
+    def test_log_in_needs_a_password_from_somewhere_and_says_when_it_is_wrong(self):
+        tool = self.tool()
+        arguments = ("--server", tool.server, "--ca", tool.ca, "login", "olga")
+        tool.run(*arguments, code=USAGE)
+        tool.run(*arguments, "--password-file", "none", code=USAGE)
+        tool.run("login", "olga", code=USAGE, env={"KELVOCTL_PASSWORD": PASSWORD})
+        error = tool.run(*arguments, code=REFUSED, env={"KELVOCTL_PASSWORD": "wrong password"})[1]
+        self.assertNotIn("wrong password", error)
+        self.assertFalse(os.path.exists(tool.session))
+        path = tool.write("password", PASSWORD.encode() + b"\r\n")
+        self.assertIn("olga", tool.run(*arguments, "--password-file", path)[0])
+
+    def test_help_is_help_and_nonsense_is_not(self):
+        tool = self.tool()
+        out = tool.run("--help")[0]
+        for command in ("login", "farm", "user", "ls", "put", "get", "rm", "bin", "watch"):
+            self.assertIn(command, out)
+            self.assertIn("Usage", tool.run(command, "--help")[0])
+        for arguments in ([], ["nonsense"], ["put"], ["user"], ["rm"], ["rm", "x"], ["bin"], ["--nonsense"], ["watch", "--count", "x"]):
+            tool.run(*arguments, code=USAGE)
+
+    def test_a_service_that_is_not_there_or_not_trusted_is_unreachable(self):
+        tool = self.tool()
+        secret = {"KELVOCTL_PASSWORD": PASSWORD}
+        tool.run("--server", "localhost:1", "login", "olga", code=UNREACHABLE, env=secret)
+        tool.run("--server", tool.server, "login", "olga", code=UNREACHABLE, env=secret)  # Not signed by the system's.
+        tool.run("--server", f"127.0.0.2:{self.service.port}", "--ca", tool.ca, "login", "olga", code=UNREACHABLE, env=secret)
+        tool.run("--server", f"{self.service.metrics_host}:{self.service.metrics_port}", "--ca", tool.ca, "login", "olga",
+                 code=UNREACHABLE, env=secret)
+
+    def test_watch_prints_what_happens(self):
+        olga = self.user("olga")
+        inbox = make_inbox(olga)
+        tool = self.tool("olga")
+        for form in ("json", "text"):
+            watch = tool.start(*(["--json"] if form == "json" else []), "watch", "--count", "2")
+            self.assertIn("watching", watch.stderr.readline())
+            file = olga.put("watched.zip", [inbox], b"w")[0]
+            olga.delete(f"/resources/{file['id']}")
+            out, _ = watch.communicate(timeout=GUARD_SECONDS)
+            self.assertEqual(watch.returncode, OK)
+            lines = out.splitlines()
+            self.assertEqual(len(lines), 2)
+            if form == "json":
+                events = [json.loads(line) for line in lines]
+                self.assertEqual([event["event"] for event in events], ["file-added", "file-removed"])
+                self.assertEqual(events[0]["data"]["entry"], file)
+                first = events[0]["id"]
+            else:
+                self.assertIn("file-added", lines[0])
+                self.assertIn("watched.zip", lines[0])
+        self.assertIn("file-removed", tool.run("watch", "--from", first, "--count", "1")[0])
+        tool.run("watch", "--from", "99999999999", code=REFUSED)
+
+    def test_watch_ends_with_the_session(self):
+        tool = self.tool("piet")
+        watch = tool.start("watch")
+        self.assertIn("watching", watch.stderr.readline())
+        tool.run("logout")
+        out, err = watch.communicate(timeout=GUARD_SECONDS)
+        self.assertEqual(watch.returncode, REFUSED)
+        self.assertIn("session-ended", out)
+        self.assertIn("logged-out", err)
+
+
+class BadLinks(KelvoctlTest):
+    def through(self, *cuts):
+        proxy = CuttingProxy(self.service, [("", None), *cuts])  # The first connection is the log-in.
+        self.addCleanup(proxy.__exit__)
+        return proxy, self.tool("olga", proxy.port)
+
+    def test_put_goes_on_after_cuts_and_makes_one_file(self):
+        olga = self.user("olga")
+        inbox = make_inbox(olga)
+        for number, cuts in enumerate(([("up", 400_000)], [("up", 300_000), ("up", 300_000), ("up", 10)], [("up", 3000)])):
+            with self.subTest(cuts=cuts):
+                proxy, tool = self.through(*cuts)
+                name = f"cut{number}.zip"
+                tool.write(name, CONTENT)
+                result = tool.json("put", name, "--to", "olga/To Console")
+                self.assertEqual(olga.get(f"/resources/{result['ids'][0]}/content").body, CONTENT)
+                self.assertEqual(self.names(olga, inbox).count(name), 1)
+                self.assertGreater(proxy.connections, 1 + len(cuts))
+
+    def test_put_makes_one_file_when_only_the_answer_is_lost(self):
+        olga = self.user("olga")
+        inbox = make_inbox(olga)
+        measured, tool = self.through()
+        tool.write("lost.zip", b"small")
+        number = tool.json("put", "lost.zip", "--to", "olga/To Console")["ids"][0]
+        olga.delete(f"/resources/{number}")
+        proxy, tool = self.through(("down", measured.passed_down[1] - 100))  # Within the upload's reply.
+        tool.write("lost.zip", b"small")
+        number = tool.json("put", "lost.zip", "--to", "olga/To Console")["ids"][0]
+        self.assertEqual([entry["id"] for entry in self.entries(olga, inbox) if entry["name"] == "lost.zip"], [number])
+        self.assertEqual(proxy.connections, 3)
+
+    def test_get_goes_on_after_cuts(self):
+        olga = self.user("olga")
+        number = olga.put("cut-get.zip", [make_inbox(olga)], CONTENT)[0]["id"]
+        proxy, tool = self.through(("down", 500_000), ("down", 400_000))
+        tool.run("get", str(number))
+        self.assertEqual(tool.read("cut-get.zip"), CONTENT)
+        self.assertEqual(proxy.connections, 4)
+
+    def test_watch_goes_on_after_cuts_without_a_gap_or_a_repetition(self):
+        olga = self.user("olga")
+        inbox = make_inbox(olga)
+        proxy, tool = self.through()
+        watch = tool.start("--json", "watch", "--count", "9")
+        self.assertIn("watching", watch.stderr.readline())
+        files, seen = [], []
+        for _ in range(3):
+            files += [olga.put("x.zip", [inbox], b"x")[0]["id"] for _ in range(2)]
+            seen.append(json.loads(watch.stdout.readline()))
+            proxy.cut_all()
+            files.append(olga.put("y.zip", [inbox], b"y")[0]["id"])
+        out, _ = watch.communicate(timeout=GUARD_SECONDS)
+        seen += [json.loads(line) for line in out.splitlines()]
+        self.assertEqual(watch.returncode, OK)
+        self.assertEqual([event["data"]["entry"]["id"] for event in seen], files)
+
+
+class HostileNames(unittest.TestCase):
+    """A service that lies about names; the honest one is made to by changing its database while it is stopped."""
+
+    def test_get_never_makes_a_path_of_a_name_from_the_service(self):
+        service = Service()
+        self.addCleanup(service.remove)
+        service.start()
+        admin = log_in_admin(service)
+        admin.post("/farms", json={"name": "Hill Farm"})
+        admin.post("/users", json={"farm": "Hill Farm", "name": "olga", "password": PASSWORD, "role": "operator"})
+        tool = Tool(service)
+        tool.log_in("olga")
+        tool.write("harmless.zip", b"evil")
+        number = str(tool.json("put", "harmless.zip", "--to", "olga/Curves")["ids"][0])
+        os.remove(os.path.join(tool.home, "harmless.zip"))
+        admin.close()
+        for name in ("../evil.zip", "/evil.zip", "..", "a\x1b[31m.zip"):
+            service.stop()
+            self.rename(service, name)
+            service.start()
+            tool = Tool(service)
+            tool.log_in("olga")
+            before = sorted(os.listdir(tool.home) + os.listdir(service.root))
+            error = tool.run("get", number, code=REFUSED)[1]
+            self.assertNotIn("\x1b", error)
+            self.assertEqual(sorted(os.listdir(tool.home) + os.listdir(service.root)), before)
+            tool.run("get", number, "-o", "chosen.zip")
+            self.assertEqual(tool.read("chosen.zip"), b"evil")
+        service.stop()
+
+    def rename(self, service, name):
+        changed = 0
+        for folder, _, files in os.walk(service.folder):
+            for file in files:
+                path = os.path.join(folder, file)
+                with open(path, "rb") as content:
+                    if content.read(15) != b"SQLite format 3":
+                        continue
+                database = sqlite3.connect(path)
+                for (table,) in database.execute("SELECT name FROM sqlite_master WHERE type = 'table'").fetchall():
+                    columns = [column[1] for column in database.execute(f"PRAGMA table_info({table})").fetchall()]
+                    if "name" in columns and ("sha256" in columns or "size" in columns):
+                        changed += database.execute(f"UPDATE {table} SET name = ?", (name,)).rowcount
+                database.commit()
+                database.close()
+        self.assertGreater(changed, 0)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,288 @@
+"""Starting, stopping and starting again: nothing that was acknowledged is lost, and refusals say why."""
+
+import json
+import os
+import signal
+import socket
+import sqlite3
+import ssl
+import subprocess
+import threading
+import unittest
+
+from kelvowire.events import END, EventStream
+from kelvowire.farm import log_in, log_in_admin, make_inbox, settle
+from kelvowire.http import Client, begin_upload, digest_header
+from kelvowire.service import GUARD_SECONDS, Service, command, run_refused
+
+CONTENT = bytes(range(256)) * 4000
+
+
+class LifecycleTest(unittest.TestCase):
+    """A service of its own for each test."""
+
+    def start(self, *options):
+        service = Service(*options)
+        self.addCleanup(service.remove)
+        return service.start()
+
+    def start_settled(self, *options):
+        service = self.start(*options)
+        settle(service).close()
+        return service
+
+    def client(self, service, user="olga"):
+        client = log_in(service, user)
+        self.addCleanup(client.close)
+        return client
+
+    def back(self, service, client):
+        """The same session with the service that was started again."""
+        again = Client(service, client.token)
+        self.addCleanup(again.close)
+        return again
+
+
+class Starting(LifecycleTest):
+    def test_says_where_it_listens_on_the_terminal_and_in_a_file(self):
+        service = self.start()
+        endpoints = json.loads(service.text("endpoints.json"))
+        self.assertEqual(endpoints["api"], f"{service.host}:{service.port}")
+        self.assertEqual(endpoints["metrics"], f"{service.metrics_host}:{service.metrics_port}")
+        self.assertEqual(endpoints["pid"], service.process.pid)
+        self.assertEqual((service.host, service.metrics_host), ("127.0.0.1", "127.0.0.1"))
+        service.stop()
+        service.check_log()
+
+    def test_says_one_line_only(self):
+        service = self.start()
+        service.signal()
+        self.assertEqual(service.process.stdout.read(), "")
+        self.assertEqual(service.wait(), 0)
+
+    def test_listens_where_it_was_told(self):
+        with socket.create_server(("127.0.0.1", 0)) as probe:
+            port = probe.getsockname()[1]
+        service = Service()
+        self.addCleanup(service.remove)
+        service.start(listen=f"127.0.0.1:{port}")
+        self.assertEqual(service.port, port)
+        service.stop()
+        service.start(listen=f"127.0.0.1:{port}")  # At once again, though connections linger.
+        service.stop()
+
+    def test_keeps_its_authority_and_its_administrator(self):
+        service = self.start()
+        authority, password = service.text("ca.pem"), service.admin_password()
+        service.stop()
+        service.start()
+        self.assertEqual((service.text("ca.pem"), service.admin_password()), (authority, password))
+        log_in_admin(service).close()
+        service.stop()
+
+    def test_uses_a_certificate_that_it_is_given(self):
+        service = Service()
+        self.addCleanup(service.remove)
+        key, certificate = (os.path.join(service.root, name) for name in ("own.key", "own.pem"))
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes",
+                        "-keyout", key, "-out", certificate, "-days", "2", "-subj", "/CN=own.example",
+                        "-addext", "subjectAltName=DNS:own.example"], check=True, capture_output=True)
+        service.options = ("--cert", certificate, "--key", key)
+        service.start()
+        context = ssl.create_default_context(cafile=certificate)
+        with socket.create_connection(("127.0.0.1", service.port), timeout=GUARD_SECONDS) as plain, \
+                context.wrap_socket(plain, server_hostname="own.example") as connection:
+            self.assertIn(("DNS", "own.example"), connection.getpeercert()["subjectAltName"])
+        service.stop()
+
+
+class Refusing(LifecycleTest):
+    def setUp(self):
+        self.service = Service()
+        self.addCleanup(self.service.remove)
+
+    def refused(self, folder, *words, **arguments):
+        code, out, err = run_refused(folder, **arguments)
+        self.assertEqual((code, out), (2, ""), err)
+        self.assertEqual(len(err.strip().splitlines()), 1, err)
+        self.assertTrue(any(word in err.lower() for word in words), f"none of {words} in {err!r}")
+
+    def test_a_port_that_is_taken(self):
+        with socket.create_server(("127.0.0.1", 0)) as taken:
+            address = f"127.0.0.1:{taken.getsockname()[1]}"
+            self.refused(self.service.folder, "in use", "taken", address, listen=address)
+
+    def test_a_folder_that_cannot_be_written(self):
+        blocker = os.path.join(self.service.root, "file")
+        with open(blocker, "w", encoding="utf-8"):
+            pass
+        for folder in (os.path.join(blocker, "data"), blocker, "/proc/kelvo"):
+            with self.subTest(folder=os.path.basename(folder)):
+                self.refused(folder, "folder", "director", "writ")
+
+    def test_a_second_instance_on_the_same_folder(self):
+        self.service.start()
+        self.refused(self.service.folder, "instance", "already", "another", "running")
+        log_in_admin(self.service).close()
+        endpoints = json.loads(self.service.text("endpoints.json"))
+        self.assertEqual(endpoints["pid"], self.service.process.pid)
+        self.service.stop()
+
+    def test_a_database_of_a_newer_schema(self):
+        self.service.start()
+        self.service.stop()
+        databases = [os.path.join(folder, name) for folder, _, names in os.walk(self.service.folder) for name in names
+                     if open(os.path.join(folder, name), "rb").read(15) == b"SQLite format 3"]
+        self.assertEqual(len(databases), 1)
+        database = sqlite3.connect(databases[0])
+        version = database.execute("PRAGMA user_version").fetchone()[0]
+        database.execute(f"PRAGMA user_version = {version + 1000}")
+        for (table,) in database.execute("SELECT name FROM sqlite_master WHERE type = 'table'").fetchall():
+            for column in database.execute(f"PRAGMA table_info({table})").fetchall():
+                if column[1] == "version":
+                    database.execute(f"UPDATE {table} SET version = version + 1000")
+        database.commit()
+        database.close()
+        self.refused(self.service.folder, "schema", "newer", "version")
+
+    def test_a_command_line_that_will_not_do(self):
+        for arguments in ([], ["serve"], ["serve", "--data", self.service.folder, "--listen", "nowhere"],
+                          ["serve", "--data", self.service.folder, "--listen", "127.0.0.1:99999"], ["serve", "--bogus"],
+                          ["nonsense"], ["serve", "--data", self.service.folder, "--listen", "127.0.0.1:0", "--password-cost", "x"]):
+            with self.subTest(arguments=arguments):
+                result = subprocess.run([command("")[0], *arguments], capture_output=True, text=True,
+                                        timeout=GUARD_SECONDS, check=False)
+                self.assertNotEqual(result.returncode, 0)
+                self.assertTrue(result.stderr.strip() or result.stdout.strip())
+
+
+class StartingAgain(LifecycleTest):
+    def test_sessions_uploads_events_and_files_are_kept(self):
+        service = self.start_settled()
+        olga = self.client(service)
+        inbox = make_inbox(olga)
+        cursor = olga.snapshot()["cursor"]
+        file = olga.put("kept.zip", [inbox], CONTENT)[0]
+        result = olga.create("key.zip", [inbox], 3, b"key", key="kept")
+        location = olga.create("partial.zip", [inbox], len(CONTENT), CONTENT[:100_000], key="partial").headers["Location"]
+        removed = olga.put("removed.zip", [inbox], b"removed")[0]
+        olga.delete(f"/resources/{removed['id']}")
+        before = olga.snapshot()
+        service.stop()
+
+        service.start()
+        olga = self.back(service, olga)
+        self.assertEqual(olga.snapshot(), before)
+        self.assertEqual(olga.get(f"/resources/{file['id']}/content").body, CONTENT)
+        with EventStream(olga, cursor) as stream:
+            self.assertEqual([stream.next().name for _ in range(4)], ["file-added"] * 3 + ["file-removed"])
+        again = olga.create("key.zip", [inbox], 3, key="kept")
+        self.assertEqual(again.json()["files"], result.json()["files"])
+        again = olga.create("partial.zip", [inbox], len(CONTENT), key="partial")
+        self.assertEqual((again.headers["Location"], again.headers["Upload-Offset"]), (location, "100000"))
+        done = olga.patch(location, 100_000, CONTENT[100_000:])
+        self.assertEqual(done.headers["Repr-Digest"], digest_header(CONTENT))
+        new = int(done.headers["Kelvo-File-Ids"])
+        self.assertGreater(new, removed["id"])
+        anna = self.client(service, "anna")
+        self.assertEqual([entry["id"] for entry in anna.get("/bin").json()["files"]], [removed["id"]])
+        anna.post(f"/bin/{removed['id']}/restore", 200)
+        self.assertEqual(olga.get(f"/resources/{removed['id']}/content").body, b"removed")
+        service.stop()
+
+    def test_what_was_acknowledged_outlives_a_kill(self):
+        service = self.start_settled()
+        olga = self.client(service)
+        inbox = make_inbox(olga)
+        cursor = olga.snapshot()["cursor"]
+        acknowledged = []
+        for round_number in range(3):
+            enough = threading.Event()
+
+            def send(client=olga, round_number=round_number, enough=enough):
+                try:
+                    for n in range(10_000):
+                        content = b"%d-%d" % (round_number, n) * 1000
+                        acknowledged.append((client.put(f"{round_number}-{n}.zip", [inbox], content)[0], content))
+                        if n == 10:
+                            enough.set()
+                except Exception:  # Whatever the kill looks like from here.
+                    enough.set()
+            thread = threading.Thread(target=send)
+            thread.start()
+            self.assertTrue(enough.wait(GUARD_SECONDS))
+            service.kill()
+            thread.join()
+            service.start()
+            olga = self.back(service, olga)
+        self.assertGreaterEqual(len(acknowledged), 33)
+        entries = {entry["id"]: entry for entry in olga.get(f"/resources/{inbox}").json()["entries"]}
+        for file, content in acknowledged:
+            self.assertEqual(entries[file["id"]], file)
+            self.assertEqual(olga.get(f"/resources/{file['id']}/content").body, content)
+        with EventStream(olga, cursor) as stream:
+            told = [stream.expect("file-added").data["entry"]["id"] for _ in entries]
+        self.assertEqual(told, list(entries))
+        service.stop()
+
+    def test_a_kill_during_an_upload_leaves_what_can_be_gone_on_from(self):
+        service = self.start_settled()
+        olga = self.client(service)
+        inbox = make_inbox(olga)
+        location = olga.create("killed.zip", [inbox], len(CONTENT)).headers["Location"]
+        with begin_upload(service, olga.token, "PATCH", location, len(CONTENT), {"Upload-Offset": "0"}, CONTENT[:200_000]):
+            service.kill()
+        service.start()
+        olga = self.back(service, olga)
+        offset = olga.offset(location)
+        self.assertLessEqual(offset, 200_000)
+        self.assertEqual(olga.get(f"/resources/{inbox}").json()["entries"], [])
+        done = olga.patch(location, offset, CONTENT[offset:])
+        self.assertEqual(done.headers["Repr-Digest"], digest_header(CONTENT))
+        service.stop()
+
+
+class Stopping(LifecycleTest):
+    def test_both_signals_stop_it_well(self):
+        for number in (signal.SIGTERM, signal.SIGINT):
+            service = self.start()
+            service.signal(number)
+            self.assertEqual(service.wait(), 0)
+            service.check_log()
+
+    def test_open_streams_and_idle_connections_do_not_hold_it(self):
+        service = self.start_settled()
+        olga = self.client(service)
+        olga.get("/account")
+        with EventStream(olga) as stream, socket.create_connection(("127.0.0.1", service.port)):
+            service.stop()
+            self.assertIs(stream.next(), END)
+
+    def test_a_running_upload_stops_with_it_and_goes_on_after(self):
+        service = self.start_settled()
+        olga = self.client(service)
+        inbox = make_inbox(olga)
+        location = olga.create("stopped.zip", [inbox], len(CONTENT)).headers["Location"]
+        with begin_upload(service, olga.token, "PATCH", location, len(CONTENT), {"Upload-Offset": "0"}, CONTENT[:200_000]):
+            reached = olga.await_offset(location, 1, at_least=True)
+            service.stop()
+        service.check_log()
+        service.start()
+        olga = self.back(service, olga)
+        offset = olga.offset(location)
+        self.assertGreaterEqual(offset, reached)
+        self.assertLessEqual(offset, 200_000)
+        done = olga.patch(location, offset, CONTENT[offset:])
+        self.assertEqual(done.headers["Repr-Digest"], digest_header(CONTENT))
+        service.stop()
+
+    def test_a_download_that_nobody_reads_does_not_hold_it(self):
+        service = self.start_settled()
+        olga = self.client(service)
+        file = olga.put("unread.zip", [make_inbox(olga)], CONTENT * 20)[0]["id"]
+        olga.connection().request("GET", f"/kelvo-api/v1/resources/{file}/content", headers=olga.headers())
+        service.stop()
+
+
+if __name__ == "__main__":
+    unittest.main()

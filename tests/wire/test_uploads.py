@@ -1,0 +1,273 @@
+"""Uploads over tus, request by request."""
+
+import unittest
+
+from kelvowire.events import EventStream
+from kelvowire.farm import WireTest, make_inbox
+from kelvowire.http import OCTETS, begin_upload, digest_header, metadata, sha256_hex
+
+CONTENT = bytes(range(256)) * 40
+
+
+class Uploads(WireTest):
+    OPTIONS = ("--max-upload", "50000000")
+
+    def setUp(self):
+        self.olga, self.piet, self.anna = map(self.user, ("olga", "piet", "anna"))
+        self.inbox = make_inbox(self.olga)
+
+    def content(self, file):
+        return self.olga.get(f"/resources/{file}/content").body
+
+    def test_the_service_says_what_it_speaks_to_anybody(self):
+        self.olga.token = None
+        reply = self.olga.request("OPTIONS", "/uploads", 204)
+        extensions = set(reply.headers["Tus-Extension"].replace(" ", "").split(","))
+        self.assertTrue({"creation", "creation-with-upload", "expiration", "termination"} <= extensions)
+        self.assertIn("1.0.0", reply.headers["Tus-Version"])
+        self.assertEqual(reply.headers["Tus-Max-Size"], "50000000")
+
+    def test_a_whole_file_goes_in_one_request(self):
+        reply = self.olga.create("one.zip", [self.inbox], len(CONTENT), CONTENT)
+        file = reply.json()["files"][0]
+        self.assertEqual(reply.headers["Kelvo-File-Ids"], str(file["id"]))
+        self.assertEqual(reply.headers["Repr-Digest"], digest_header(CONTENT))
+        self.assertEqual(reply.headers["Upload-Offset"], str(len(CONTENT)))
+        self.assertEqual((file["name"], file["size"], file["container"], file["sha256"]),
+                         ("one.zip", len(CONTENT), self.inbox, sha256_hex(CONTENT)))
+        self.assertEqual(self.content(file["id"]), CONTENT)
+        self.assertIn(file, self.entries(self.olga, self.inbox))
+
+    def test_a_file_goes_in_parts_and_is_not_seen_before_the_last(self):
+        created = self.olga.create("parts.zip", [self.inbox], len(CONTENT))
+        location = created.headers["Location"]
+        self.assertEqual((created.headers["Upload-Offset"], created.body), ("0", b""))
+        self.assertTrue(created.headers["Upload-Expires"])
+        for start in range(0, len(CONTENT), 4000):
+            self.assertNotIn("parts.zip", self.names(self.olga, self.inbox))
+            head = self.olga.tus("HEAD", location, 200)
+            self.assertEqual((head.headers["Upload-Offset"], head.headers["Upload-Length"]), (str(start), str(len(CONTENT))))
+            self.assertTrue(head.headers["Upload-Expires"])
+            part = CONTENT[start:start + 4000]
+            done = self.olga.patch(location, start, part)
+            self.assertEqual(done.headers["Upload-Offset"], str(start + len(part)))
+        self.assertEqual(done.headers["Repr-Digest"], digest_header(CONTENT))
+        self.assertEqual(self.content(int(done.headers["Kelvo-File-Ids"])), CONTENT)
+        head = self.olga.tus("HEAD", location, 200)
+        self.assertEqual(head.headers["Kelvo-File-Ids"], done.headers["Kelvo-File-Ids"])
+        self.assertEqual(head.headers["Repr-Digest"], done.headers["Repr-Digest"])
+        self.assertIsNone(head.headers["Upload-Expires"])
+
+    def test_a_first_part_may_come_with_the_creation(self):
+        created = self.olga.create("first.zip", [self.inbox], len(CONTENT), CONTENT[:777])
+        self.assertEqual(created.headers["Upload-Offset"], "777")
+        self.assertIsNone(created.headers["Kelvo-File-Ids"])
+        done = self.olga.patch(created.headers["Location"], 777, CONTENT[777:])
+        self.assertEqual(self.content(int(done.headers["Kelvo-File-Ids"])), CONTENT)
+
+    def test_an_empty_file_is_complete_at_once(self):
+        reply = self.olga.create("empty.zip", [self.inbox], 0)
+        self.assertEqual(reply.headers["Repr-Digest"], digest_header(b""))
+        file = reply.json()["files"][0]
+        self.assertEqual((file["size"], self.content(file["id"])), (0, b""))
+
+    def test_n_targets_make_n_files_in_the_order_given(self):
+        inboxes = [make_inbox(self.olga, project) for project in ("Pivots", "Curves", "AB Lines")]
+        order = [inboxes[1], inboxes[0], inboxes[2]]
+        reply = self.olga.create("three.zip", order, 5, b"three")
+        files = reply.json()["files"]
+        self.assertEqual([file["container"] for file in files], order)
+        self.assertEqual(len({file["id"] for file in files}), 3)
+        self.assertEqual(reply.headers["Kelvo-File-Ids"], ",".join(str(file["id"]) for file in files))
+        for file in files:
+            self.assertEqual(self.content(file["id"]), b"three")
+        self.olga.delete(f"/resources/{files[0]['id']}")
+        self.assertEqual(self.content(files[1]["id"]), b"three")
+
+    def test_the_office_writes_to_every_inbox_and_an_operator_to_the_own_only(self):
+        file = self.anna.put("office.zip", [self.inbox], b"o")[0]
+        self.assertEqual(self.content(file["id"]), b"o")
+        reply = self.piet.create("x.zip", [self.inbox], 1, b"x", expect=403)
+        self.refused(reply, "forbidden")
+        his = make_inbox(self.piet)
+        self.piet.create("x.zip", [his, self.inbox], 1, b"x", expect=403)
+        self.assertEqual(self.names(self.piet, his), [])
+
+    def test_a_target_must_be_an_inbox_that_one_may_know(self):
+        project = self.olga.get(f"/resources/{self.inbox}").json()["project"]
+        file = self.olga.put("target.zip", [self.inbox], b"t")[0]["id"]
+        for targets in ([project], [file], [2147483647], [self.inbox, 2147483647]):
+            with self.subTest(targets=targets):
+                self.refused(self.olga.create("x.zip", targets, 1, b"x", expect=404), "not-found")
+        self.refused(self.user("admin").create("x.zip", [self.inbox], 1, b"x", expect=404), "not-found")
+        self.assertNotIn("x.zip", self.names(self.olga, self.inbox))
+
+    def test_targets_that_are_no_list_of_ids_are_refused(self):
+        for targets in ("", f"{self.inbox},{self.inbox}", f"{self.inbox},", ",", "x", f"{self.inbox};1", "-1", "0", "1.5",
+                        "99999999999999999999", f"{self.inbox} ,{self.inbox}", f"0{self.inbox},{self.inbox}"):
+            with self.subTest(targets=targets):
+                self.olga.create("x.zip", targets, 1, b"x", expect=(400, 404, 422))
+        for targets in ("", f"{self.inbox},{self.inbox}"):
+            self.refused(self.olga.create("x.zip", targets, 1, b"x", expect=422), "unprocessable")
+
+    def test_names_that_would_be_paths_or_hide_something_are_refused(self):
+        for name in ("", ".", "..", "a/b", "/", "../x", "a\0b", "a\nb", "a\x7fb", "a\x1bb", "\r", "x" * 256, "\u00e9" * 128,
+                     b"\xff\xfe", b"a\xc0\xafb", b"\xed\xa0\x80", b"a\xc2"):
+            with self.subTest(name=name):
+                self.refused(self.olga.create(name, [self.inbox], 1, b"x", expect=422), "unprocessable")
+
+    def test_ordinary_names_come_back_byte_for_byte(self):
+        inbox = make_inbox(self.olga, "Project Lines")
+        names = ["a b.zip", "...", ".hidden", "h\u00fcgel.zip", "\u4e2d\u6587", "back\\slash", "quote\"'", "%2F", "<b>", "x" * 255,
+                 "\u00e9" * 127 + "x", "emoji\U0001f69c", "a,b", "a;b", " "]
+        for name in names:
+            self.olga.put(name, [inbox], b"n")
+        self.assertEqual(self.names(self.olga, inbox), names)
+
+    def test_a_name_used_twice_makes_two_files_and_a_warning_to_the_office(self):
+        inbox = make_inbox(self.olga, "Curves")
+        first = self.anna.create("twice.zip", [inbox], 1, b"1").json()
+        self.assertEqual(first["warnings"], [])
+        second = self.anna.create("twice.zip", [inbox], 1, b"2").json()
+        self.assertEqual(len(second["warnings"]), 1)
+        self.assertEqual(self.content(first["files"][0]["id"]), b"1")
+        self.assertEqual(self.content(second["files"][0]["id"]), b"2")
+        self.assertEqual(self.names(self.olga, inbox).count("twice.zip"), 2)
+
+    def test_the_offset_must_be_where_the_service_is(self):
+        location = self.olga.create("offset.zip", [self.inbox], 10, b"0123").headers["Location"]
+        for offset in (0, 3, 5, 10, 11, 2 ** 63):
+            with self.subTest(offset=offset):
+                self.refused(self.olga.patch(location, offset, b"456789", expect=409), "upload-offset-mismatch")
+        for offset in ("", "x", "-1", "4x", "99999999999999999999999"):
+            with self.subTest(offset=offset):
+                self.olga.tus("PATCH", location, (400, 409), headers={"Upload-Offset": offset}, body=b"456789")
+        self.olga.tus("PATCH", location, 400, body=b"456789")
+        self.assertEqual(self.olga.offset(location), 4)
+        self.olga.patch(location, 4, b"456789")
+
+    def test_more_than_was_announced_is_refused_and_nothing_of_it_kept(self):
+        location = self.olga.create("more.zip", [self.inbox], 4, b"ab").headers["Location"]
+        self.refused(self.olga.patch(location, 2, b"cde", expect=413), "content-too-large")
+        self.assertNotIn("more.zip", self.names(self.olga, self.inbox))
+        self.assertIn(self.olga.offset(location), (2, 3, 4))
+        self.olga.create("more2.zip", [self.inbox], 2, b"abc", expect=413)
+        self.assertNotIn("more2.zip", self.names(self.olga, self.inbox))
+
+    def test_more_than_the_service_takes_is_refused_at_once(self):
+        self.refused(self.olga.create("big.zip", [self.inbox], 50000001, expect=413), "content-too-large")
+        self.olga.create("fits.zip", [self.inbox], 50000000)
+
+    def test_bodies_have_the_protocols_type(self):
+        location = self.olga.create("type.zip", [self.inbox], 4).headers["Location"]
+        for media in ("application/json", "application/octet-stream", "text/plain", "application/offset+octet-streams"):
+            reply = self.olga.tus("PATCH", location, 415, headers={"Upload-Offset": "0", "Content-Type": media}, body=b"abcd")
+            self.refused(reply, "unsupported-media-type")
+            self.olga.create("type.zip", [self.inbox], 4, b"abcd", expect=415, headers={"Content-Type": media})
+        self.assertEqual(self.olga.offset(location), 0)
+
+    def test_requests_without_the_protocols_version_are_refused(self):
+        location = self.olga.create("version.zip", [self.inbox], 4).headers["Location"]
+        for version in (None, "0.2.2", "1.0", "2.0.0", ""):
+            for method, path, headers in (("HEAD", location, {}), ("DELETE", location, {}),
+                                          ("PATCH", location, {"Upload-Offset": "0", "Content-Type": OCTETS}),
+                                          ("POST", "/uploads", {"Upload-Length": "1",
+                                                                "Upload-Metadata": metadata("a", [self.inbox])})):
+                with self.subTest(version=version, method=method):
+                    self.olga.request(method, path, 412, headers={**headers, "Tus-Resumable": version})
+        self.assertEqual(self.olga.offset(location), 0)
+
+    def test_every_reply_carries_the_version(self):
+        for reply in (self.olga.create("a/b", [self.inbox], 1, expect=422), self.olga.tus("HEAD", "/uploads/none", 404),
+                      self.olga.request("OPTIONS", "/uploads", 204)):
+            self.assertEqual(reply.headers["Tus-Resumable"], "1.0.0", reply)
+
+    def test_creation_headers_must_make_sense(self):
+        good = {"Upload-Length": "1", "Upload-Metadata": metadata("bad.zip", [self.inbox])}
+        name, targets = good["Upload-Metadata"].split(",")
+        for change in ({"Upload-Length": None}, {"Upload-Length": "-1"}, {"Upload-Length": "x"}, {"Upload-Length": "1e3"},
+                       {"Upload-Length": "0x10"}, {"Upload-Length": " "}, {"Upload-Length": "9" * 30},
+                       {"Upload-Length": None, "Upload-Defer-Length": "1"}, {"Upload-Metadata": None},
+                       {"Upload-Metadata": ""}, {"Upload-Metadata": name}, {"Upload-Metadata": targets},
+                       {"Upload-Metadata": f"name ,{targets}"}, {"Upload-Metadata": f"name,{targets}"},
+                       {"Upload-Metadata": f"name !!!!,{targets}"}, {"Upload-Metadata": f"{name},{name},{targets}"},
+                       {"Upload-Metadata": f"{name},targets \x7f"}, {"Upload-Metadata": "," * 500}):
+            with self.subTest(change=change):
+                self.olga.tus("POST", "/uploads", (400, 411, 413, 422), headers={**good, **change})
+        self.assertNotIn("bad.zip", self.names(self.olga, self.inbox))
+
+    def test_unknown_metadata_is_ignored(self):
+        both = metadata("known.zip", [self.inbox])
+        reply = self.olga.create("", [], 1, b"x", headers={"Upload-Metadata": f"filetype dGV4dA==,{both},is_confidential"})
+        self.assertEqual(reply.json()["files"][0]["name"], "known.zip")
+
+    def test_an_upload_given_up_is_gone_with_what_arrived(self):
+        location = self.olga.create("given-up.zip", [self.inbox], 10, b"0123").headers["Location"]
+        self.olga.tus("DELETE", location, 204)
+        self.olga.tus("HEAD", location, (404, 410))
+        self.olga.patch(location, 4, b"456789", expect=(404, 410))
+        self.olga.tus("DELETE", location, (404, 410))
+
+    def test_giving_up_a_finished_upload_leaves_the_file(self):
+        reply = self.olga.create("finished.zip", [self.inbox], 1, b"f")
+        self.olga.tus("DELETE", reply.headers["Location"], (204, 404, 410))
+        self.assertEqual(self.content(reply.json()["files"][0]["id"]), b"f")
+
+    def test_nobody_else_touches_an_upload(self):
+        location = self.olga.create("mine.zip", [self.inbox], 4, b"ab").headers["Location"]
+        for name in ("piet", "anna", "oda", "admin"):
+            other = self.user(name)
+            with self.subTest(name):
+                other.tus("HEAD", location, 404)
+                self.refused(other.patch(location, 2, b"cd", expect=404), "not-found")
+                other.tus("DELETE", location, 404)
+        self.assertEqual(self.olga.offset(location), 2)
+
+    def test_what_arrived_before_a_cut_stays(self):
+        location = self.olga.create("cut.zip", [self.inbox], len(CONTENT)).headers["Location"]
+        begin_upload(self.service, self.olga.token, "PATCH", location, len(CONTENT), {"Upload-Offset": "0"},
+                     CONTENT[:5000]).close()
+        self.olga.await_offset(location, 5000)
+        done = self.olga.patch(location, 5000, CONTENT[5000:])
+        self.assertEqual(self.content(int(done.headers["Kelvo-File-Ids"])), CONTENT)
+
+    def test_what_arrived_before_a_cut_stays_with_the_creation_too(self):
+        headers = {"Upload-Length": len(CONTENT), "Upload-Metadata": metadata("cut-creation.zip", [self.inbox]),
+                   "Idempotency-Key": "cut-creation"}
+        begin_upload(self.service, self.olga.token, "POST", "/uploads", len(CONTENT), headers, CONTENT[:3000]).close()
+        again = self.olga.create("cut-creation.zip", [self.inbox], len(CONTENT), key="cut-creation")
+        location = again.headers["Location"]
+        self.olga.await_offset(location, 3000)
+        done = self.olga.patch(location, 3000, CONTENT[3000:])
+        self.assertEqual(self.content(int(done.headers["Kelvo-File-Ids"])), CONTENT)
+        self.assertEqual(self.names(self.olga, self.inbox).count("cut-creation.zip"), 1)
+
+    def test_a_connection_that_hangs_does_not_hold_the_upload(self):
+        location = self.olga.create("hangs.zip", [self.inbox], len(CONTENT)).headers["Location"]
+        with begin_upload(self.service, self.olga.token, "PATCH", location, len(CONTENT), {"Upload-Offset": "0"},
+                          CONTENT[:5000]) as hanging:
+            done = None
+            while done is None or done.status == 409:
+                offset = self.olga.offset(location)
+                done = self.olga.patch(location, offset, CONTENT[offset:], expect=(204, 409))
+            try:
+                hanging.sendall(bytes(len(CONTENT) - 5000))  # Late bytes, which must not count any more.
+            except OSError:
+                pass
+        self.assertEqual(done.headers["Repr-Digest"], digest_header(CONTENT))
+        self.assertEqual(self.content(int(done.headers["Kelvo-File-Ids"])), CONTENT)
+
+    def test_a_large_file_arrives_whole(self):
+        large = CONTENT * 3000  # About 30 MB
+        reply = self.olga.create("large.zip", [self.inbox], len(large), large)
+        self.assertEqual(reply.headers["Repr-Digest"], digest_header(large))
+        self.assertEqual(self.content(reply.json()["files"][0]["id"]), large)
+
+    def test_the_event_comes_with_the_acknowledgement(self):
+        with EventStream(self.olga) as stream:
+            file = self.olga.put("event.zip", [self.inbox], b"e")[0]
+            self.assertEqual(stream.expect("file-added").data["entry"], file)
+
+
+if __name__ == "__main__":
+    unittest.main()

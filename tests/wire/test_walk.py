@@ -1,0 +1,172 @@
+"""A walk over every route of the written API with each kind of caller that has no business there."""
+
+import unittest
+
+from kelvowire.contract import BASE
+from kelvowire.farm import WireTest, make_inbox
+from kelvowire.http import CONTRACT, OCTETS, exchange, metadata
+
+METHODS = ("GET", "HEAD", "POST", "PUT", "PATCH", "DELETE", "OPTIONS")
+DEVICE = {"hardware_address": "", "text2": "", "console_string": "", "text4": "", "kind": "", "text6": "", "text7": "",
+          "number8": 0}
+BODIES = {
+    ("POST", "/sessions"): {"user": "nobody", "password": "nothing at all"},
+    ("PUT", "/environment"): {"timestamp_ms": 1, "console": {}, "controller": DEVICE},
+    ("PUT", "/devices"): {"timestamp_ms": 1, "state": 1, "flag": True, "device": DEVICE},
+    ("POST", "/positions"): {"time_s": 1, "latitude": 0, "longitude": 0},
+    ("POST", "/farms"): {"name": "Walked Farm"},
+    ("POST", "/users"): {"farm": "Hill Farm", "name": "walked", "password": "walked past", "role": "office"},
+    ("PATCH", "/users/{id}"): {"password": "walked past"},
+}
+OF_A_FARM = ("/projects/{id}/resources", "/resources/{id}", "/resources/{id}/content", "/uploads/{upload}", "/bin/{id}/restore")
+FOR_ADMINS = ("/farms", "/users", "/users/{id}")
+
+
+class Walk(WireTest):
+    def setUp(self):
+        self.olga, self.anna = self.user("olga"), self.user("anna")
+        for client in (self.olga, self.anna, self.user("piet")):
+            for project in ("To Console", "Curves", "Pivots"):
+                make_inbox(client, project)  # So that this farm's ids go beyond the other farm's.
+        self.inbox = make_inbox(self.olga)
+        self.file = self.olga.put("walk.zip", [self.inbox], b"walk")[0]["id"]
+        self.upload = self.olga.create("walk-on.zip", [self.inbox], 4, b"wa").headers["Location"].rsplit("/", 1)[1]
+        removed = self.olga.put("removed.zip", [self.inbox], b"removed")[0]["id"]
+        self.olga.delete(f"/resources/{removed}")
+        self.user_id = self.olga.snapshot()["user"]["id"]
+        self.project = 2147483647
+        self.ids = {"/resources/{id}": self.file, "/resources/{id}/content": self.file, "/bin/{id}/restore": removed,
+                    "/users/{id}": self.user_id, "/projects/{id}/resources": self.inbox}
+
+    def request(self, client, method, template, identity=None, **arguments):
+        path = template.replace("{id}", str(identity or self.ids.get(template, 0)))
+        path = path.replace("{upload}", identity or self.upload).replace("{name}", "To%20Console")
+        headers = dict(arguments.pop("headers", {}))
+        body = BODIES.get((method, template))
+        raw = None
+        if template.startswith("/uploads"):
+            headers["Tus-Resumable"] = "1.0.0"
+            if method == "PATCH":
+                headers.update({"Upload-Offset": "2", "Content-Type": OCTETS})
+                raw = b"lk"
+            elif method == "POST":
+                headers.update({"Upload-Length": "0", "Upload-Metadata": metadata("walked.zip", [self.inbox])})
+        return client.request(method, path, headers=headers, json=body, body=raw, **arguments)
+
+    def everything_is_as_it_was(self):
+        self.assertEqual(self.olga.offset("/uploads/" + self.upload), 2)
+        self.assertEqual(self.olga.get(f"/resources/{self.file}/content").body, b"walk")
+        self.assertNotIn("walked.zip", self.names(self.olga, self.inbox))
+        admin = self.user("admin")
+        self.assertNotIn("Walked Farm", [farm["name"] for farm in admin.get("/farms").json()["farms"]])
+        self.assertNotIn("walked", [user["name"] for user in admin.get("/users").json()["users"]])
+        self.assertIn(self.ids["/bin/{id}/restore"], [file["id"] for file in self.anna.get("/bin").json()["files"]])
+
+    def secured(self):
+        for method, template, operation in CONTRACT.operations():
+            if operation.get("security") != []:
+                yield method, template
+
+    def test_the_walk_meets_every_route(self):
+        self.assertEqual(len(list(self.secured())), 26)
+
+    def test_without_a_valid_token_everything_is_unauthenticated(self):
+        client = self.user("olga")
+        for token in (None, "nobody", client.token[::-1]):
+            client.token = token
+            for method, template in self.secured():
+                with self.subTest(method=method, template=template, token=token is not None):
+                    reply = self.request(client, method, template, expect=401)
+                    if method != "HEAD":
+                        self.refused(reply, "unauthenticated")
+        self.everything_is_as_it_was()
+
+    def test_what_belongs_to_another_farm_is_exactly_as_if_it_never_was(self):
+        for name in ("otto", "oda", "admin"):
+            client = self.user(name)
+            for method, template in self.secured():
+                if template not in OF_A_FARM:
+                    continue
+                with self.subTest(name=name, method=method, template=template):
+                    forbidden_to_operators = template.startswith("/bin") and name != "oda"
+                    allowed = (403, 404) if forbidden_to_operators else 404
+                    there = self.request(client, method, template, expect=allowed)
+                    never = self.request(client, method, template, expect=allowed,
+                                         identity="0123456789abcdef" if "{upload}" in template else 2147483646)
+                    self.assertEqual((there.status, there.body), (never.status, never.body))
+        self.everything_is_as_it_was()
+
+    def test_another_farm_cannot_upload_here(self):
+        for name in ("otto", "oda", "admin"):
+            self.refused(self.request(self.user(name), "POST", "/uploads", expect=404), "not-found")
+        self.everything_is_as_it_was()
+
+    def test_the_administrator_finds_nothing_of_farms(self):
+        admin = self.user("admin")
+        for method, template in self.secured():
+            if template in FOR_ADMINS or template in ("/account", "/events", "/sessions/current"):
+                continue
+            with self.subTest(method=method, template=template):
+                self.request(admin, method, template, expect=(403, 404))
+        self.everything_is_as_it_was()
+
+    def test_another_operators_file_is_not_found_and_the_inbox_has_no_entries(self):
+        piet = self.user("piet")
+        for method in ("GET", "DELETE"):
+            self.request(piet, method, "/resources/{id}", expect=404)
+        for method in ("GET", "HEAD"):
+            self.request(piet, method, "/resources/{id}/content", expect=404)
+        self.assertNotIn("entries", piet.get(f"/resources/{self.inbox}").json())
+        self.refused(self.request(piet, "POST", "/uploads", expect=403), "forbidden")
+        self.everything_is_as_it_was()
+
+    def test_methods_that_a_route_has_not_are_405_and_say_which_it_has(self):
+        for template in CONTRACT.document["paths"]:
+            allowed = CONTRACT.methods(template)
+            if not allowed:
+                continue
+            for method in METHODS + ("TRACE", "PROPFIND"):
+                if method in allowed or (method == "HEAD" and "GET" in allowed):
+                    continue
+                with self.subTest(method=method, template=template):
+                    reply = self.request(self.olga, method, template, expect=405)
+                    listed = {name.strip() for name in reply.headers["Allow"].split(",")}
+                    self.assertTrue(allowed <= listed <= allowed | {"HEAD", "OPTIONS"}, listed)
+                    if method != "HEAD":
+                        self.refused(reply, "method-not-allowed")
+        self.everything_is_as_it_was()
+
+    def test_head_on_a_readable_route_never_has_a_body(self):
+        for template in CONTRACT.document["paths"]:
+            if "GET" in CONTRACT.methods(template) and template != "/events":
+                self.request(self.olga, "HEAD", template, expect=(200, 403, 404, 405), check=False)
+        self.olga.get("/account")  # The same connection still is in step.
+
+    def test_routes_that_are_none_are_not_found(self):
+        for path in ("/", "", "/nothing", "/account/", "/account/x", "/sessions/other", "/projects", "/projects/",
+                     "/projects/x/y", "/resources", "/resources/", f"/resources/{self.file}/", "//account", "/./account",
+                     f"/resources/{self.file}/contents", "/uploads/", "/uploads/a/b", "/bin/1", "/bin/1/restores", "/users/1/x",
+                     "/Account", "/healthz", "/metrics", "/%61ccount/x", "/..%2f..%2fetc/passwd", "/uploads/..", "/uploads/%2e%2e",
+                     "/uploads/..%2f..%2fadmin.password", "/uploads/" + "a" * 5000):
+            with self.subTest(path=path[:60]):
+                status = self.olga.tus("GET", path, (404, 405, 400)).status
+                if not path.startswith("/uploads"):
+                    self.assertIn(status, (404, 400))
+
+    def test_targets_outside_the_base_path_are_not_found(self):
+        head = f"Host: localhost\r\nAuthorization: Bearer {self.olga.token}\r\nConnection: close\r\n\r\n"
+        for target in ("/", "/account", "/kelvo-api", "/kelvo-api/", "/kelvo-api/v2/account", "/kelvo-api/v1", "/healthz",
+                       "/metrics", "/kelvo-api/v1/../v1/account", "/../../etc/passwd", "*", "http://[", "//", "/\\..\\"):
+            with self.subTest(target=target):
+                status, headers, body = exchange(self.service, f"GET {target} HTTP/1.1\r\n{head}".encode())
+                self.assertIn(status, (400, 404))
+                CONTRACT.check_reply("GET", target, status, headers, body)
+
+    def test_a_target_in_absolute_form_is_the_same_route(self):
+        head = f"Host: localhost\r\nAuthorization: Bearer {self.olga.token}\r\nConnection: close\r\n\r\n"
+        status, _, _ = exchange(self.service, f"GET https://localhost{BASE}/account HTTP/1.1\r\n{head}".encode())
+        self.assertIn(status, (200, 400, 404))
+
+
+if __name__ == "__main__":
+    unittest.main()
