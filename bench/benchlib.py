@@ -122,6 +122,11 @@ class Console:
             text=True)
         self.command("login")
 
+    @property
+    def curves_folder(self):
+        """Where curves to be uploaded lie."""
+        return self.data / "to-service/curves"
+
     def command(self, line):
         """Runs one command and returns the lines that it caused, the result last."""
         self.process.stdin.write(line + "\n")
