@@ -1,0 +1,22 @@
+// The worker with its inner operations open to the tests.
+#pragma once
+
+#include "worker/TKelvoThreadObject.h"
+
+class TOpenWorker final : public TKelvoThreadObject
+{
+public:
+    using TKelvoThreadObject::CheckKelvoAccountSetup;
+    using TKelvoThreadObject::CleanupKESDK;
+    using TKelvoThreadObject::CreateUserInbox;
+    using TKelvoThreadObject::Finalize;
+    using TKelvoThreadObject::GetProjectInboxId;
+    using TKelvoThreadObject::GetToConsoleProjectUserInboxId;
+    using TKelvoThreadObject::Initialize;
+    using TKelvoThreadObject::IsFileNameDownloadable;
+    using TKelvoThreadObject::ManageKelvoDownloads;
+    using TKelvoThreadObject::RecreateKESDKInstance;
+    using TKelvoThreadObject::RefreshToConsoleFileList;
+    using TKelvoThreadObject::SetupKelvoUserInboxes;
+    using TKelvoThreadObject::TKelvoThreadObject;
+};

@@ -1,0 +1,74 @@
+// A worker with its surroundings, all on the test's own thread.
+#pragma once
+
+#include "support/TTempDataFolder.h"
+#include "tests/fakes/FakeKesdk.h"
+#include "tests/fakes/SignalLog.h"
+#include "tests/worker/TOpenWorker.h"
+
+#include "core/TKelvoInterface.h"
+#include "hostimpl/TConfigStore.h"
+#include "hostimpl/TFeatures.h"
+#include "hostimpl/TFedGPSCoordinator.h"
+
+#include <QtCore/QPointer>
+
+#include <memory>
+
+// The farm has the user "olga" (password "secret") and the seven projects, with an inbox of hers in
+// each; the console's folders are there and empty, and its configuration holds her credentials.
+//
+// After Start() the worker is initialised on the calling thread: requests to the hub run in the
+// worker before they return, and only the SDK's notifications wait for the event loop.
+class TWorkerFixture
+{
+public:
+    enum class ESession { eLoggedIn, eLoggedOut }; // of the SDK and the hub
+
+    TWorkerFixture();
+    ~TWorkerFixture();
+
+    // Makes the hub and the worker, but does not initialise it.
+    void Make();
+    void Start(ESession session = ESession::eLoggedIn);
+    // The worker's end; the hub is gone afterwards.
+    void Finish();
+
+    // A slot of the worker by name.
+    template <typename... TArguments>
+    void Call(const char* slot, const TArguments&... arguments)
+    {
+        QMetaObject::invokeMethod(worker.get(), slot, Qt::DirectConnection, arguments...);
+    }
+    // Delivers what the SDK has to say, and what that leads to.
+    void DeliverNotifications();
+
+    fakes::FakeKesdk& Sdk() { return fakes::FakeKesdk::Instance(); }
+    fakes::FakeFarm& Farm() { return Sdk().Farm(); }
+    fakes::FakeScript& Script() { return Sdk().Script(); }
+
+    // The id of olga's inbox.
+    std::int64_t Inbox(EKelvoProjects project);
+    static QString UploadFolder(EKelvoProjects project);
+    static QString DownloadFolder(EKelvoProjects project);
+    static QString TempFolder();
+    // Writes a local file. The folder must exist.
+    static void WriteFile(const QString& path, const QByteArray& content);
+    static QByteArray ReadFile(const QString& path);
+
+    kelvo::test::TTempDataFolder folder;
+    hostimpl::TFedGPSCoordinator gps;
+    hostimpl::TFeatures features;
+    std::int64_t userId = 0;
+    fakes::SignalLog workerLog; // what the worker emits
+    fakes::SignalLog hubLog;    // what the hub emits
+    std::unique_ptr<TOpenWorker> worker;
+    QPointer<TKelvoInterface> hub;
+};
+
+// The items of the configuration that hold the credentials.
+constexpr int USER_NAME_ITEM = 24289;
+constexpr int PASSWORD_ITEM = 24290;
+
+// "name: text" of each record.
+QStringList Records(const KelvoFileTransferErrorDetailsList& errors);
