@@ -20,9 +20,6 @@ namespace {
 
 using namespace hostimpl;
 
-// Beyond it one sync of the whole file system is quicker than one a folder.
-constexpr int foldersSyncedOneByOne = 32;
-
 enum class EFound : std::uint8_t { eNothing, eFolder, eOther, eError };
 
 // Links are not followed.
@@ -215,7 +212,7 @@ bool SyncPlacement(int destination, const TPlacementSteps& steps)
     for (const TPlacementStep& step : steps) {
         folders.insert(step.path.left(std::max(step.path.lastIndexOf('/'), 0)));
     }
-    if (folders.size() > foldersSyncedOneByOne) {
+    if (folders.size() > mostSyncedOneByOne) {
         return ::syncfs(destination) == 0;
     }
     return std::all_of(folders.begin(), folders.end(), [destination](const QByteArray& path) {

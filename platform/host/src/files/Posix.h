@@ -42,6 +42,9 @@ bool WriteAll(int descriptor, const void* bytes, std::size_t size);
 bool SyncFolder(const QString& path);
 bool SyncFolder(int descriptor);
 
+// Of more files and folders than this it is quicker to sync the whole file system once.
+constexpr int mostSyncedOneByOne = 4;
+
 // What errno says, in words for an error text.
 QString SystemError(int error);
 

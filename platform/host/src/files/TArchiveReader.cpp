@@ -11,10 +11,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include <fcntl.h>
 #include <locale.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -67,6 +69,10 @@ bool TArchiveReader::Open(QString& errorText)
         return false;
     }
     m_archiveBytes = status.st_size;
+    m_isEmpty = IsEmptyArchive();
+    if (m_isEmpty) {
+        return true;
+    }
     m_archive.reset(archive_read_new());
     if (m_archive == nullptr ||
         archive_read_support_format_zip_seekable(m_archive.get()) != ARCHIVE_OK ||
@@ -77,8 +83,22 @@ bool TArchiveReader::Open(QString& errorText)
     return true;
 }
 
+// libarchive does not know an archive without entries, of which there is only the end record.
+bool TArchiveReader::IsEmptyArchive() const
+{
+    constexpr std::size_t endRecordBytes = 22;
+    constexpr std::size_t bytesBeforeComment = 20;
+    static const char emptyEnd[bytesBeforeComment + 1] = "PK\5\6\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0";
+    char bytes[endRecordBytes] = {};
+    return ::pread(m_file.Get(), bytes, sizeof bytes, 0) == endRecordBytes &&
+           std::memcmp(bytes, emptyEnd, bytesBeforeComment) == 0;
+}
+
 ENextEntry TArchiveReader::Next(TArchiveEntry& entry, QString& errorText)
 {
+    if (m_isEmpty) {
+        return ENextEntry::eEnd;
+    }
     const TUtf8Locale locale;
     archive_entry* header = nullptr;
     const int result = archive_read_next_header(m_archive.get(), &header);
@@ -109,6 +129,7 @@ ENextEntry TArchiveReader::Next(TArchiveEntry& entry, QString& errorText)
     return ENextEntry::eEntry;
 }
 
+// What an archiver read from a pipe libarchive gives as a file, which it is.
 QString TArchiveReader::TypeRefusal(archive_entry* entry) const
 {
     const char* reason = nullptr;

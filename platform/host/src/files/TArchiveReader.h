@@ -38,6 +38,7 @@ public:
     bool CopyContent(int descriptor, QString& errorText);
 
 private:
+    bool IsEmptyArchive() const;
     QString TypeRefusal(archive_entry* entry) const;
     bool IsWithinLimits(std::int64_t moreBytes, QString& errorText) const;
     QString Damaged() const;
@@ -47,6 +48,7 @@ private:
     TDescriptor m_file;
     std::unique_ptr<archive, int (*)(archive*)> m_archive;
     QByteArray m_entryName;
+    bool m_isEmpty = false;
     std::int64_t m_archiveBytes = 0;
     std::int64_t m_entries = 0;
     std::int64_t m_unpackedBytes = 0;

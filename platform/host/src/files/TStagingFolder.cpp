@@ -17,8 +17,6 @@ namespace {
 constexpr mode_t privateFolderMode = 0700;
 constexpr mode_t folderMode = 0755;
 constexpr mode_t fileMode = 0644;
-// Beyond it one sync of the whole file system is quicker than one a file.
-constexpr int filesSyncedOneByOne = 32;
 
 hostimpl::TDescriptor OpenFolder(int parent, const char* name)
 {
@@ -106,7 +104,7 @@ TDescriptor TStagingFolder::AddFile(const QByteArray& path, QString& errorText)
     TDescriptor file(::openat(m_staged.Get(), path.constData(),
                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, fileMode));
     if (file.IsValid()) {
-        if (++m_fileCount <= filesSyncedOneByOne) {
+        if (++m_fileCount <= mostSyncedOneByOne) {
             m_files.append(path);
         }
         return file;
@@ -124,8 +122,9 @@ TDescriptor TStagingFolder::AddFile(const QByteArray& path, QString& errorText)
 
 bool TStagingFolder::Sync(QString& errorText) const
 {
-    const bool isSynced =
-        m_fileCount > filesSyncedOneByOne ? ::syncfs(m_folder.Get()) == 0 : SyncEach();
+    const bool isSynced = m_fileCount + m_folders.size() > mostSyncedOneByOne
+                              ? ::syncfs(m_folder.Get()) == 0
+                              : SyncEach();
     if (!isSynced) {
         errorText = QStringLiteral("The archive cannot be unpacked: %1.").arg(SystemError(errno));
     }
@@ -144,7 +143,7 @@ bool TStagingFolder::SyncEach() const
             return false;
         }
     }
-    return SyncFolder(m_staged.Get()) && SyncFolder(m_folder.Get()) && SyncFolder(m_destination);
+    return SyncFolder(m_staged.Get()) && SyncFolder(m_destination);
 }
 
 bool RemoveStaging(const QString& destinationFolder)

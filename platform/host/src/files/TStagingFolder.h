@@ -29,7 +29,7 @@ public:
     bool AddFolder(const QByteArray& path, QString& errorText);
     // Opens a new file for writing; its folder is created. Invalid on an error.
     TDescriptor AddFile(const QByteArray& path, QString& errorText);
-    // Makes all of it durable.
+    // Makes what was added durable.
     bool Sync(QString& errorText) const;
 
     // The staging folder, and in it the folders of stagedName and replacedName.

@@ -18,6 +18,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -154,16 +155,19 @@ bool WriteConfigFile(const QString& path, const QMap<int, QVariant>& items, QStr
     const QByteArray bytes =
         QJsonDocument(QJsonObject{{versionKey, fileVersion}, {itemsKey, entries}}).toJson();
     if (!EnsurePrivateFile(path)) {
-        errorText = qt_error_string(errno);
+        errorText = SystemError(errno);
         return false;
     }
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        errorText = file.errorString();
+    // commit() by itself notices neither that what was buffered could not be written nor that it
+    // did not reach the disk, and would replace the good file.
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() ||
+        ::fsync(file.handle()) != 0 || !file.commit()) {
+        errorText = file.error() == QFileDevice::NoError ? SystemError(errno) : file.errorString();
         return false;
     }
     if (!SyncFolder(QFileInfo(path).absolutePath())) {
-        errorText = qt_error_string(errno);
+        errorText = SystemError(errno);
         return false;
     }
     return true;

@@ -1,0 +1,47 @@
+// An archive, a destination and a place outside of it.
+#pragma once
+
+#include "host/FolderImage.h"
+#include "host/TZipBuilder.h"
+#include "hostimpl/Unpacking.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QTemporaryDir>
+
+namespace kelvo::test {
+
+class TUnzipFixture
+{
+public:
+    TUnzipFixture() : TUnzipFixture(QDir::tempPath()) {}
+    explicit TUnzipFixture(const QString& where) : m_root(where + QStringLiteral("/unzip-XXXXXX"))
+    {
+        QDir(m_root.path()).mkdir(QStringLiteral("destination"));
+    }
+
+    QString Root() const { return m_root.path(); }
+    QString Destination() const { return m_root.filePath(QStringLiteral("destination")); }
+    QString Archive() const { return m_root.filePath(QStringLiteral("archive.zip")); }
+
+    bool SetArchive(const QByteArray& bytes) const { return WriteFile(Archive(), bytes); }
+    bool SetArchive(const TZipBuilder& builder) const { return SetArchive(builder.Build()); }
+    bool SetContent(const TFolderImage& image) const
+    {
+        return CreateFromImage(Destination(), image);
+    }
+    TFolderImage Content() const { return ImageOf(Destination()); }
+    // Archive and destination with all that is in it.
+    TFolderImage Everything() const { return ImageOf(Root()); }
+
+    bool Unzip(const hostimpl::TUnpackLimits& limits = {})
+    {
+        return hostimpl::Unzip(Archive(), Destination(), limits, m_errorText);
+    }
+    const QString& ErrorText() const { return m_errorText; }
+
+private:
+    const QTemporaryDir m_root;
+    QString m_errorText;
+};
+
+} // namespace kelvo::test

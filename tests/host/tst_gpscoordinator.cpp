@@ -1,0 +1,181 @@
+// The coordinator: fixes stay whole, and GPSLost tells of changes only, in their order.
+#include "hostimpl/TFedGPSCoordinator.h"
+
+#include "support/TestMain.h"
+
+#include <QtCore/QThread>
+#include <QtTest/QSignalSpy>
+
+#include <atomic>
+#include <limits>
+#include <memory>
+
+using hostimpl::TFedGPSCoordinator;
+
+class tst_GPSCoordinator : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void startsWithoutFix();
+    void tellsOfChangesOnly();
+    void announcesAPresentFixOnly();
+    void keepsTheLastFixWhenLost();
+    void ignoresPlacesThatAreNoneOnEarth_data();
+    void ignoresPlacesThatAreNoneOnEarth();
+    void mayBeAskedFromItsOwnSignal();
+    void fixesStayWholeUnderTwoThreads();
+    void signalsComeInTheOrderOfChanges();
+};
+
+void tst_GPSCoordinator::startsWithoutFix()
+{
+    TFedGPSCoordinator coordinator;
+    const QSignalSpy lost(&coordinator, &TGPSCoordinator::GPSLost);
+    QVERIFY(!coordinator.HasFix());
+    coordinator.Lose();
+    coordinator.AnnounceFix();
+    QCOMPARE(lost.count(), 0);
+}
+
+void tst_GPSCoordinator::tellsOfChangesOnly()
+{
+    TFedGPSCoordinator coordinator;
+    const QSignalSpy lost(&coordinator, &TGPSCoordinator::GPSLost);
+    QVERIFY(coordinator.Feed({50.0, 8.0, 120000.0}));
+    QVERIFY(coordinator.Feed({50.1, 8.0, 120001.0}));
+    QCOMPARE(lost.count(), 1);
+    QCOMPARE(lost.at(0).at(0).toBool(), false);
+    coordinator.Lose();
+    coordinator.Lose();
+    QCOMPARE(lost.count(), 2);
+    QCOMPARE(lost.at(1).at(0).toBool(), true);
+    QVERIFY(coordinator.Feed({50.2, 8.0, 120002.0}));
+    QCOMPARE(lost.count(), 3);
+    QCOMPARE(lost.at(2).at(0).toBool(), false);
+}
+
+void tst_GPSCoordinator::announcesAPresentFixOnly()
+{
+    TFedGPSCoordinator coordinator;
+    const QSignalSpy lost(&coordinator, &TGPSCoordinator::GPSLost);
+    QVERIFY(coordinator.Feed({50.0, 8.0, 120000.0}));
+    coordinator.AnnounceFix();
+    QCOMPARE(lost.count(), 2);
+    QCOMPARE(lost.at(1).at(0).toBool(), false);
+    coordinator.Lose();
+    coordinator.AnnounceFix();
+    QCOMPARE(lost.count(), 3);
+}
+
+void tst_GPSCoordinator::keepsTheLastFixWhenLost()
+{
+    TFedGPSCoordinator coordinator;
+    QVERIFY(coordinator.Feed({-33.5, 151.25, 235959.5}));
+    coordinator.Lose();
+    const TGPSFix fix = coordinator.GetCurrentFix();
+    QCOMPARE(fix.latitudeDegrees, -33.5);
+    QCOMPARE(fix.longitudeDegrees, 151.25);
+    QCOMPARE(fix.utcTime, 235959.5);
+}
+
+void tst_GPSCoordinator::ignoresPlacesThatAreNoneOnEarth_data()
+{
+    QTest::addColumn<double>("latitude");
+    QTest::addColumn<double>("longitude");
+    QTest::addColumn<double>("time");
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double infinite = std::numeric_limits<double>::infinity();
+    QTest::newRow("beyond the pole") << 90.5 << 0.0 << 0.0;
+    QTest::newRow("beyond the date line") << 0.0 << -180.5 << 0.0;
+    QTest::newRow("no latitude") << nan << 0.0 << 0.0;
+    QTest::newRow("no longitude") << 0.0 << nan << 0.0;
+    QTest::newRow("infinite") << 0.0 << infinite << 0.0;
+    QTest::newRow("no time") << 0.0 << 0.0 << nan;
+}
+
+void tst_GPSCoordinator::ignoresPlacesThatAreNoneOnEarth()
+{
+    QFETCH(double, latitude);
+    QFETCH(double, longitude);
+    QFETCH(double, time);
+    TFedGPSCoordinator coordinator;
+    const QSignalSpy lost(&coordinator, &TGPSCoordinator::GPSLost);
+    QVERIFY(!coordinator.Feed({latitude, longitude, time}));
+    QVERIFY(!coordinator.HasFix());
+    QCOMPARE(lost.count(), 0);
+    QCOMPARE(coordinator.GetCurrentFix().latitudeDegrees, 0.0);
+}
+
+void tst_GPSCoordinator::mayBeAskedFromItsOwnSignal()
+{
+    TFedGPSCoordinator coordinator;
+    int calls = 0;
+    connect(&coordinator, &TGPSCoordinator::GPSLost, &coordinator, [&](bool isLost) {
+        ++calls;
+        QCOMPARE(coordinator.GetCurrentFix().latitudeDegrees, 10.0);
+        QCOMPARE(coordinator.HasFix(), !isLost);
+        if (!isLost) {
+            coordinator.Lose();
+        }
+    });
+    QVERIFY(coordinator.Feed({10.0, 10.0, 10.0}));
+    QCOMPARE(calls, 2);
+}
+
+void tst_GPSCoordinator::fixesStayWholeUnderTwoThreads()
+{
+    constexpr int fixes = 20000;
+    TFedGPSCoordinator coordinator;
+    std::atomic<bool> isDone{false};
+    const std::unique_ptr<QThread> source(QThread::create([&] {
+        for (int fix = 1; fix <= fixes; ++fix) {
+            const double value = fix / double(fixes);
+            coordinator.Feed({value, value, value});
+        }
+        isDone = true;
+    }));
+    source->start();
+    bool isWhole = true;
+    do {
+        const TGPSFix fix = coordinator.GetCurrentFix();
+        isWhole = isWhole && fix.latitudeDegrees == fix.longitudeDegrees &&
+                  fix.latitudeDegrees == fix.utcTime;
+    } while (!isDone);
+    QVERIFY(source->wait());
+    QVERIFY(isWhole);
+    QCOMPARE(coordinator.GetCurrentFix().utcTime, 1.0);
+}
+
+// Whatever two threads do: the last signal says what is the case.
+void tst_GPSCoordinator::signalsComeInTheOrderOfChanges()
+{
+    constexpr int rounds = 5000;
+    TFedGPSCoordinator coordinator;
+    std::atomic<bool> isLost{true};
+    std::atomic<int> repeats{0};
+    connect(
+        &coordinator, &TGPSCoordinator::GPSLost, &coordinator,
+        [&](bool isLostNow) {
+            if (isLost.exchange(isLostNow) == isLostNow && isLostNow) {
+                ++repeats;
+            }
+        },
+        Qt::DirectConnection);
+    const std::unique_ptr<QThread> source(QThread::create([&] {
+        for (int round = 0; round < rounds; ++round) {
+            coordinator.Feed({1.0, 1.0, 1.0});
+            coordinator.Lose();
+        }
+    }));
+    source->start();
+    for (int round = 0; round < rounds; ++round) {
+        coordinator.AnnounceFix();
+    }
+    QVERIFY(source->wait());
+    QVERIFY(isLost);
+    QCOMPARE(repeats.load(), 0);
+}
+
+KELVO_TEST_MAIN(tst_GPSCoordinator)
+#include "tst_gpscoordinator.moc"

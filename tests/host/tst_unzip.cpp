@@ -1,0 +1,328 @@
+// Unzip: what a sound archive leaves in its destination.
+#include "host/TUnzipFixture.h"
+
+#include "host/TFileSystemHelper.h"
+#include "support/TestMain.h"
+
+#include <QtCore/QProcess>
+#include <QtCore/QStandardPaths>
+#include <QtCore/QThread>
+
+#include <memory>
+
+#include <sys/stat.h>
+
+using namespace kelvo::test;
+
+namespace {
+
+TZipEntry DeflatedFile(const QByteArray& name, const QByteArray& content)
+{
+    TZipEntry entry;
+    entry.name = name;
+    entry.content = content;
+    entry.isDeflated = true;
+    return entry;
+}
+
+uint ModeOf(const QString& path)
+{
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777u : 0;
+}
+
+// Not compressible, the same each time.
+QByteArray Noise(int size)
+{
+    QByteArray bytes(size, '\0');
+    quint32 state = 1;
+    for (char& byte : bytes) {
+        state = state * 1664525u + 1013904223u;
+        byte = static_cast<char>(state >> 24);
+    }
+    return bytes;
+}
+
+} // namespace
+
+class tst_Unzip : public TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void unpacksFilesAndFolders();
+    void unpacksLargeContent();
+    void mergesFoldersAndReplacesFiles();
+    void movesIntoExistingEmptyFolders();
+    void replacesALinkInsteadOfItsTarget();
+    void acceptsAnEmptyArchive();
+    void acceptsTheZip64Form();
+    void takesAPipesContentAsAFile();
+    void givesItsOwnModes();
+    void readsNames_data();
+    void readsNames();
+    void readsWhatZipWrites();
+    void unpacksTheSameTwice();
+    void takesTurnsWithAnotherThread();
+    void failsWithoutArchiveOrFolder();
+    void isReachedThroughTheContract();
+};
+
+void tst_Unzip::unpacksFilesAndFolders()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetArchive(TZipBuilder()
+                                   .AddFile("top.txt", "top")
+                                   .AddFolder("empty/")
+                                   .Add(DeflatedFile("a/b/deep.txt", QByteArray(5000, 'x')))
+                                   .AddFile("nothing.bin", "")));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QVERIFY(fixture.ErrorText().isEmpty());
+    const TFolderImage expected = {
+        {QStringLiteral("top.txt"), "file:top"},
+        {QStringLiteral("empty"), "folder"},
+        {QStringLiteral("a"), "folder"},
+        {QStringLiteral("a/b"), "folder"},
+        {QStringLiteral("a/b/deep.txt"), "file:" + QByteArray(5000, 'x')},
+        {QStringLiteral("nothing.bin"), "file:"}};
+    QCOMPARE(fixture.Content(), expected);
+}
+
+void tst_Unzip::unpacksLargeContent()
+{
+    TUnzipFixture fixture;
+    const QByteArray noise = Noise(3 * 1000 * 1000);
+    QVERIFY(fixture.SetArchive(
+        TZipBuilder().Add(DeflatedFile("deflated", noise)).AddFile("stored", noise)));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QVERIFY(ReadFile(fixture.Destination() + QStringLiteral("/deflated")) == noise);
+    QVERIFY(ReadFile(fixture.Destination() + QStringLiteral("/stored")) == noise);
+}
+
+void tst_Unzip::mergesFoldersAndReplacesFiles()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent({{QStringLiteral("kept.txt"), "file:kept"},
+                                {QStringLiteral("a/kept.txt"), "file:kept"},
+                                {QStringLiteral("a/same.txt"), "file:former, and longer"},
+                                {QStringLiteral("b/kept.txt"), "file:kept"}}));
+    QVERIFY(fixture.SetArchive(
+        TZipBuilder().AddFile("a/same.txt", "new").AddFile("a/c/new.txt", "new").AddFolder("b/")));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    const TFolderImage expected = {{QStringLiteral("kept.txt"), "file:kept"},
+                                   {QStringLiteral("a"), "folder"},
+                                   {QStringLiteral("a/kept.txt"), "file:kept"},
+                                   {QStringLiteral("a/same.txt"), "file:new"},
+                                   {QStringLiteral("a/c"), "folder"},
+                                   {QStringLiteral("a/c/new.txt"), "file:new"},
+                                   {QStringLiteral("b"), "folder"},
+                                   {QStringLiteral("b/kept.txt"), "file:kept"}};
+    QCOMPARE(fixture.Content(), expected);
+}
+
+void tst_Unzip::movesIntoExistingEmptyFolders()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent({{QStringLiteral("a"), "folder"}}));
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("a/x", "1")));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content(),
+             (TFolderImage{{QStringLiteral("a"), "folder"}, {QStringLiteral("a/x"), "file:1"}}));
+}
+
+void tst_Unzip::replacesALinkInsteadOfItsTarget()
+{
+    TUnzipFixture fixture;
+    const QString outside = fixture.Root() + QStringLiteral("/outside.txt");
+    QVERIFY(WriteFile(outside, "outside"));
+    QVERIFY(fixture.SetContent({{QStringLiteral("link"), "link:" + outside.toUtf8()}}));
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("link", "new")));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("link"), "file:new"}}));
+    QCOMPARE(ReadFile(outside), QByteArray("outside"));
+}
+
+void tst_Unzip::acceptsAnEmptyArchive()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent({{QStringLiteral("kept.txt"), "file:kept"}}));
+    QVERIFY(fixture.SetArchive(TZipBuilder()));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("kept.txt"), "file:kept"}}));
+}
+
+void tst_Unzip::acceptsTheZip64Form()
+{
+    TUnzipFixture fixture;
+    TZipEntry entry = DeflatedFile("a.txt", "zip64");
+    entry.isZip64 = true;
+    QVERIFY(fixture.SetArchive(TZipBuilder().Add(entry).AddFile("b.txt", "32").Build(true)));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("a.txt"), "file:zip64"},
+                                              {QStringLiteral("b.txt"), "file:32"}}));
+}
+
+void tst_Unzip::takesAPipesContentAsAFile()
+{
+    TUnzipFixture fixture;
+    TZipEntry entry = DeflatedFile("pipe", "content");
+    entry.mode = fifoMode;
+    QVERIFY(fixture.SetArchive(TZipBuilder().Add(entry)));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("pipe"), "file:content"}}));
+}
+
+void tst_Unzip::givesItsOwnModes()
+{
+    TUnzipFixture fixture;
+    TZipEntry file;
+    file.name = "dir/program";
+    file.mode = 0104777; // set-user-ID, executable, writable for everybody
+    TZipEntry folder;
+    folder.name = "dir/";
+    folder.mode = 0042777;
+    QVERIFY(fixture.SetArchive(TZipBuilder().Add(folder).Add(file)));
+    const mode_t formerMask = ::umask(022);
+    const bool isUnpacked = fixture.Unzip();
+    ::umask(formerMask);
+    QVERIFY2(isUnpacked, qPrintable(fixture.ErrorText()));
+    QCOMPARE(ModeOf(fixture.Destination() + QStringLiteral("/dir")), 0755u);
+    QCOMPARE(ModeOf(fixture.Destination() + QStringLiteral("/dir/program")), 0644u);
+}
+
+void tst_Unzip::readsNames_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<quint16>("flags");
+    QTest::addColumn<QString>("path");
+    const auto row = [](const char* title, const QByteArray& name, quint16 flags,
+                        const QString& path) { QTest::newRow(title) << name << flags << path; };
+    row("UTF-8, marked",
+        "S\xc3\xbc"
+        "d.txt",
+        utf8Flag, QStringLiteral(u"S\u00fcd.txt"));
+    row("UTF-8, not marked",
+        "S\xc3\xbc"
+        "d.txt",
+        0, QStringLiteral(u"S\u00fcd.txt"));
+    row("code page 850",
+        "S\x81"
+        "d.txt",
+        0, QStringLiteral(u"S\u00fcd.txt"));
+    row("not Latin", "\xe5\x9c\x83\xe5\x9c\xb0", utf8Flag, QStringLiteral(u"\u5703\u5730"));
+    row("beyond the basic plane", "\xf0\x9f\x9a\x9c", utf8Flag, QStringLiteral(u"\U0001f69c"));
+    row("backslashes", "a\\b.txt", utf8Flag, QStringLiteral("a/b.txt"));
+    row("mixed separators", "a\\b/c.txt", utf8Flag, QStringLiteral("a/b/c.txt"));
+    row("dot in front", "./a.txt", utf8Flag, QStringLiteral("a.txt"));
+    row("dots and empty parts", "a/.//b.txt", utf8Flag, QStringLiteral("a/b.txt"));
+    row("three dots", "...", utf8Flag, QStringLiteral("..."));
+    row("spaces", " a b ", utf8Flag, QStringLiteral(" a b "));
+    row("hidden", ".a", utf8Flag, QStringLiteral(".a"));
+    row("a NUL ends it", QByteArray("a.txt\0/../../b", 14), utf8Flag, QStringLiteral("a.txt"));
+}
+
+void tst_Unzip::readsNames()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(quint16, flags);
+    QFETCH(QString, path);
+    TUnzipFixture fixture;
+    TZipEntry entry;
+    entry.name = name;
+    entry.content = "content";
+    entry.flags = flags;
+    QVERIFY(fixture.SetArchive(TZipBuilder().Add(entry)));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    TFolderImage content = fixture.Content();
+    QCOMPARE(content.take(path), QByteArray("file:content"));
+    for (const QByteArray& rest : qAsConst(content)) {
+        QCOMPARE(rest, QByteArray("folder"));
+    }
+}
+
+void tst_Unzip::readsWhatZipWrites()
+{
+    const QString zip = QStandardPaths::findExecutable(QStringLiteral("zip"));
+    if (zip.isEmpty()) {
+        QSKIP("zip is not installed");
+    }
+    TUnzipFixture fixture;
+    const TFolderImage content = {{QStringLiteral("a"), "folder"},
+                                  {QStringLiteral("a/empty"), "folder"},
+                                  {QStringLiteral(u"a/\u00fc.txt"), "file:" + Noise(100000)},
+                                  {QStringLiteral("b.txt"), "file:" + QByteArray(1000, 'b')}};
+    const QString source = fixture.Root() + QStringLiteral("/source");
+    QVERIFY(QDir().mkdir(source));
+    QVERIFY(CreateFromImage(source, content));
+    QProcess process;
+    process.setWorkingDirectory(source);
+    process.start(zip, {QStringLiteral("-qr"), fixture.Archive(), QStringLiteral(".")});
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitCode(), 0);
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QVERIFY(fixture.Content() == content);
+}
+
+void tst_Unzip::unpacksTheSameTwice()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("a/x", "1").AddFile("y", "2")));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    const TFolderImage first = fixture.Content();
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content(), first);
+}
+
+void tst_Unzip::takesTurnsWithAnotherThread()
+{
+    TUnzipFixture fixture;
+    constexpr int rounds = 6;
+    TZipBuilder builder;
+    for (int file = 0; file < rounds; ++file) {
+        builder.AddFile("f" + QByteArray::number(file), "content");
+    }
+    QVERIFY(fixture.SetArchive(builder));
+    const auto unpackOften = [&fixture](bool& isUnpacked) {
+        QString errorText;
+        for (int round = 0; round < rounds && isUnpacked; ++round) {
+            isUnpacked = hostimpl::Unzip(fixture.Archive(), fixture.Destination(), {}, errorText);
+        }
+    };
+    bool isUnpackedThere = true;
+    bool isUnpackedHere = true;
+    const std::unique_ptr<QThread> thread(QThread::create(unpackOften, std::ref(isUnpackedThere)));
+    thread->start();
+    unpackOften(isUnpackedHere);
+    QVERIFY(thread->wait());
+    QVERIFY(isUnpackedHere);
+    QVERIFY(isUnpackedThere);
+    QCOMPARE(fixture.Content().size(), rounds);
+}
+
+void tst_Unzip::failsWithoutArchiveOrFolder()
+{
+    TUnzipFixture fixture;
+    QVERIFY(!fixture.Unzip());
+    QVERIFY(fixture.ErrorText().contains(fixture.Archive()));
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("a", "a")));
+    QString errorText;
+    const QString missing = fixture.Root() + QStringLiteral("/missing");
+    QVERIFY(!hostimpl::Unzip(fixture.Archive(), missing, {}, errorText));
+    QVERIFY(errorText.contains(missing));
+    QVERIFY(!QFile::exists(missing));
+    QVERIFY(!hostimpl::Unzip(fixture.Destination(), fixture.Destination(), {}, errorText));
+    QVERIFY(fixture.Content().isEmpty());
+}
+
+void tst_Unzip::isReachedThroughTheContract()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("a", "a")));
+    QString errorText = QStringLiteral("of an earlier call");
+    QVERIFY(TFileSystemHelper::Unzip(fixture.Archive(), fixture.Destination(), errorText));
+    QVERIFY(errorText.isEmpty());
+    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("a"), "file:a"}}));
+}
+
+KELVO_TEST_MAIN(tst_Unzip)
+#include "tst_unzip.moc"

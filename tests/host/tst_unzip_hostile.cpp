@@ -1,0 +1,294 @@
+// Unzip: what it refuses, and that nothing has changed then, inside the destination or outside.
+#include "host/TUnzipFixture.h"
+
+#include "support/TestMain.h"
+
+using namespace kelvo::test;
+
+namespace {
+
+TZipEntry Entry(const QByteArray& name, quint32 mode = regularMode,
+                const QByteArray& content = "content")
+{
+    TZipEntry entry;
+    entry.name = name;
+    entry.content = content;
+    entry.mode = mode;
+    return entry;
+}
+
+TZipEntry Deflated(const QByteArray& name, const QByteArray& content)
+{
+    TZipEntry entry = Entry(name, regularMode, content);
+    entry.isDeflated = true;
+    return entry;
+}
+
+} // namespace
+
+class tst_UnzipHostile : public TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void refusesEntry_data();
+    void refusesEntry();
+    void refusesArchive_data();
+    void refusesArchive();
+    void refusesNameThatDiffersInThePlaces();
+    void keepsToTheLimits_data();
+    void keepsToTheLimits();
+    void refusesWhatExpandsTooMuch();
+    void refusesClashWithTheDestination_data();
+    void refusesClashWithTheDestination();
+    void doesNotWriteThroughALinkInTheDestination();
+    void removesALinkInTheStagingFoldersPlace();
+};
+
+void tst_UnzipHostile::refusesEntry_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<quint32>("mode");
+    QTest::addColumn<QString>("reason");
+    const auto row = [](const char* title, const QByteArray& name, quint32 mode,
+                        const char* reason) {
+        QTest::newRow(title) << name << mode << QString::fromLatin1(reason);
+    };
+    row("absolute", "/tmp/kelvo-evil", regularMode, "is absolute");
+    row("absolute, two slashes", "//host/x", regularMode, "is absolute");
+    row("absolute, backslash", "\\evil", regularMode, "is absolute");
+    row("drive letter", "C:\\evil", regularMode, "is absolute");
+    row("drive letter without separator", "c:evil", regularMode, "is absolute");
+    row("parent", "../evil", regularMode, "leads out");
+    row("parent inside", "a/../../evil", regularMode, "leads out");
+    row("parent that comes back", "a/../b", regularMode, "leads out");
+    row("parent, backslash", "..\\evil", regularMode, "leads out");
+    row("parent at the end", "a/..", regularMode, "leads out");
+    row("parent folder", "../", folderMode, "leads out");
+    row("only parent", "..", regularMode, "leads out");
+    row("empty", "", regularMode, "is empty");
+    row("NUL first", QByteArray("\0a", 2), regularMode, "is empty");
+    row("NUL behind parent", QByteArray("../a\0b", 6), regularMode, "leads out");
+    row("line break", "a\nb", regularMode, "control characters");
+    row("escape", "a\x1b[0m", regularMode, "control characters");
+    row("delete", "a\x7f", regularMode, "control characters");
+    row("long name", QByteArray(256, 'x'), regularMode, "is too long");
+    row("long path", QByteArray("0123456789/").repeated(100) + "x", regularMode, "is too long");
+    row("deep path", QByteArray("d/").repeated(64) + "x", regularMode, "is too long");
+    row("symbolic link", "link", symlinkMode, "is a link");
+    row("block device", "device", blockDeviceMode, "neither a file nor a folder");
+    row("character device", "device", characterDeviceMode, "neither a file nor a folder");
+    row("socket", "socket", socketMode, "neither a file nor a folder");
+    row("staging folder", ".console-unpacking/new/x", regularMode, "is reserved");
+    row("file named as the destination", "./.", regularMode, "without a name");
+}
+
+void tst_UnzipHostile::refusesEntry()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(quint32, mode);
+    QFETCH(QString, reason);
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent({{QStringLiteral("kept.txt"), "file:kept"}}));
+    QVERIFY(fixture.SetArchive(TZipBuilder()
+                                   .AddFile("kept.txt", "changed")
+                                   .Add(Entry(name, mode))
+                                   .AddFile("more.txt", "more")));
+    const TFolderImage before = fixture.Everything();
+    QVERIFY(!fixture.Unzip());
+    QVERIFY2(fixture.ErrorText().contains(reason), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Everything(), before);
+    QVERIFY(!QFile::exists(QStringLiteral("/tmp/kelvo-evil")));
+}
+
+void tst_UnzipHostile::refusesArchive_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("reason");
+    const auto row = [](const char* title, const QByteArray& bytes, const char* reason) {
+        QTest::newRow(title) << bytes << QString::fromLatin1(reason);
+    };
+    const QByteArray sound =
+        TZipBuilder().Add(Deflated("a.txt", QByteArray(3000, 'a'))).AddFile("b.txt", "b").Build();
+    row("no bytes", "", "damaged or no ZIP");
+    row("text", "This is no archive.", "damaged or no ZIP");
+    row("only the first half", sound.left(sound.size() / 2), "damaged or no ZIP");
+    row("last byte is missing", sound.left(sound.size() - 1), "damaged or no ZIP");
+    row("first bytes are missing", sound.mid(10), "damaged or no ZIP");
+    row("gzip", QByteArray("\x1f\x8b\x08\0\0\0\0\0\0\3\3\0\0\0\0\0\0\0\0\0", 20),
+        "damaged or no ZIP");
+
+    TZipEntry wrongCrc = Deflated("a.txt", QByteArray(3000, 'a'));
+    wrongCrc.crc = 0x12345678;
+    row("wrong checksum", TZipBuilder().AddFile("b.txt", "b").Add(wrongCrc).Build(), "a.txt");
+    TZipEntry wrongStored = Entry("a.txt");
+    wrongStored.crc = 0x12345678;
+    row("wrong checksum, stored", TZipBuilder().Add(wrongStored).Build(), "a.txt");
+    TZipEntry tooLarge = Deflated("a.txt", QByteArray(3000, 'a'));
+    tooLarge.unpackedBytes = 2000;
+    row("larger than it says", TZipBuilder().Add(tooLarge).Build(), "a.txt");
+    TZipEntry tooSmall = Deflated("a.txt", QByteArray(3000, 'a'));
+    tooSmall.unpackedBytes = 4000;
+    row("smaller than it says", TZipBuilder().Add(tooSmall).Build(), "a.txt");
+
+    QByteArray flipped = TZipBuilder().Add(Deflated("a.txt", QByteArray(3000, 'a'))).Build();
+    flipped[40] = static_cast<char>(~flipped[40]);
+    row("changed content", flipped, "a.txt");
+
+    TZipEntry encrypted = Entry("secret.txt", regularMode, "0123456789abcontent");
+    encrypted.flags |= encryptedFlag;
+    row("encrypted", TZipBuilder().AddFile("b.txt", "b").Add(encrypted).Build(), "is encrypted");
+
+    TZipEntry notUtf8 = Entry("S\x81"
+                              "d.txt");
+    row("marked UTF-8 and is not", TZipBuilder().Add(notUtf8).Build(), "");
+    row("same name twice", TZipBuilder().AddFile("a", "1").AddFile("a", "2").Build(),
+        "\"a\" is in it twice");
+    row("same name twice, written differently",
+        TZipBuilder().AddFile("a/b", "1").AddFile("a\\.\\b", "2").Build(), "is in it twice");
+    row("file, then folder", TZipBuilder().AddFile("a", "1").AddFile("a/b", "2").Build(),
+        "both a file and a folder");
+    row("folder, then file", TZipBuilder().AddFile("a/b", "1").AddFile("a", "2").Build(),
+        "both a file and a folder");
+    row("link, then through it",
+        TZipBuilder().Add(Entry("l", symlinkMode, "/tmp")).AddFile("l/kelvo-evil", "2").Build(),
+        "is a link");
+}
+
+void tst_UnzipHostile::refusesArchive()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, reason);
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent({{QStringLiteral("b.txt"), "file:former"}}));
+    QVERIFY(fixture.SetArchive(bytes));
+    const TFolderImage before = fixture.Everything();
+    QVERIFY(!fixture.Unzip());
+    QVERIFY2(!fixture.ErrorText().isEmpty() && fixture.ErrorText().contains(reason),
+             qPrintable(fixture.ErrorText()));
+    QVERIFY(fixture.Everything() == before);
+    QVERIFY(!QFile::exists(QStringLiteral("/tmp/kelvo-evil")));
+}
+
+// Whichever of the two names were taken: neither may lead out.
+void tst_UnzipHostile::refusesNameThatDiffersInThePlaces()
+{
+    for (const bool isDirectoryHostile : {false, true}) {
+        TUnzipFixture fixture;
+        TZipEntry entry = Entry(isDirectoryHostile ? "../evil" : "harmless");
+        entry.localName = isDirectoryHostile ? "harmless" : "../evil";
+        QVERIFY(fixture.SetArchive(TZipBuilder().Add(entry)));
+        fixture.Unzip();
+        QVERIFY(!QFile::exists(fixture.Root() + QStringLiteral("/evil")));
+        const QStringList names = fixture.Content().keys();
+        QVERIFY(names.isEmpty() || names == QStringList(QStringLiteral("harmless")));
+    }
+}
+
+void tst_UnzipHostile::keepsToTheLimits_data()
+{
+    QTest::addColumn<int>("files");
+    QTest::addColumn<int>("bytesEach");
+    QTest::addColumn<bool>("isRefused");
+    QTest::newRow("at both limits") << 10 << 100 << false;
+    QTest::newRow("one entry more") << 11 << 1 << true;
+    QTest::newRow("one byte more each") << 10 << 101 << true;
+}
+
+void tst_UnzipHostile::keepsToTheLimits()
+{
+    QFETCH(int, files);
+    QFETCH(int, bytesEach);
+    QFETCH(bool, isRefused);
+    hostimpl::TUnpackLimits limits;
+    limits.entries = 10;
+    limits.totalBytes = 1000;
+    TUnzipFixture fixture;
+    TZipBuilder builder;
+    for (int file = 0; file < files; ++file) {
+        builder.AddFile("f" + QByteArray::number(file), QByteArray(bytesEach, 'x'));
+    }
+    QVERIFY(fixture.SetArchive(builder));
+    QCOMPARE(fixture.Unzip(limits), !isRefused);
+    QCOMPARE(fixture.ErrorText().isEmpty(), !isRefused);
+    QCOMPARE(fixture.Content().size(), isRefused ? 0 : files);
+}
+
+// Also when the archive lies about the size.
+void tst_UnzipHostile::refusesWhatExpandsTooMuch()
+{
+    const QByteArray zeros(20 * 1024 * 1024, '\0');
+    TZipEntry honest = Deflated("zeros", zeros);
+    TZipEntry lying = honest;
+    lying.unpackedBytes = 1000;
+    for (const TZipEntry& entry : {honest, lying}) {
+        TUnzipFixture fixture;
+        QVERIFY(fixture.SetArchive(TZipBuilder().Add(entry)));
+        const TFolderImage before = fixture.Everything();
+        QVERIFY(!fixture.Unzip());
+        QVERIFY(fixture.ErrorText().contains(QStringLiteral("refused")) ||
+                fixture.ErrorText().contains(QStringLiteral("damaged")));
+        QVERIFY(fixture.Everything() == before);
+    }
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetArchive(TZipBuilder().Add(Deflated("zeros", zeros.left(9 * 1024 * 1024)))));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+}
+
+void tst_UnzipHostile::refusesClashWithTheDestination_data()
+{
+    QTest::addColumn<QString>("there");
+    QTest::addColumn<QByteArray>("entry");
+    QTest::newRow("file for a folder") << QStringLiteral("x") << QByteArray("x/y/new");
+    QTest::newRow("file for a folder, deeper") << QStringLiteral("a/x") << QByteArray("a/x/new");
+    QTest::newRow("folder for a file") << QStringLiteral("x/there") << QByteArray("x");
+    QTest::newRow("folder for a file, deeper") << QStringLiteral("a/x/there") << QByteArray("a/x");
+}
+
+void tst_UnzipHostile::refusesClashWithTheDestination()
+{
+    QFETCH(QString, there);
+    QFETCH(QByteArray, entry);
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent({{there, "file:there"}, {QStringLiteral("b"), "file:former"}}));
+    QVERIFY(fixture.SetArchive(
+        TZipBuilder().AddFile("aaa", "new").AddFile("b", "new").AddFile(entry, "new")));
+    const TFolderImage before = fixture.Everything();
+    QVERIFY(!fixture.Unzip());
+    QVERIFY2(fixture.ErrorText().contains(QStringLiteral("has no place")),
+             qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Everything(), before);
+}
+
+void tst_UnzipHostile::doesNotWriteThroughALinkInTheDestination()
+{
+    TUnzipFixture fixture;
+    const QString outside = fixture.Root() + QStringLiteral("/outside");
+    QVERIFY(QDir().mkdir(outside));
+    QVERIFY(fixture.SetContent({{QStringLiteral("link"), "link:" + outside.toUtf8()},
+                                {QStringLiteral("a/link"), "link:" + outside.toUtf8()}}));
+    for (const QByteArray& name : {QByteArray("link/new"), QByteArray("a/link/new")}) {
+        QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("b", "new").AddFile(name, "new")));
+        const TFolderImage before = fixture.Everything();
+        QVERIFY(!fixture.Unzip());
+        QCOMPARE(fixture.Everything(), before);
+    }
+}
+
+void tst_UnzipHostile::removesALinkInTheStagingFoldersPlace()
+{
+    TUnzipFixture fixture;
+    const QString outside = fixture.Root() + QStringLiteral("/outside");
+    QVERIFY(QDir().mkpath(outside + QStringLiteral("/new")));
+    QVERIFY(WriteFile(outside + QStringLiteral("/file"), "outside"));
+    QVERIFY(
+        fixture.SetContent({{QStringLiteral(".console-unpacking"), "link:" + outside.toUtf8()}}));
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("a", "new")));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("a"), "file:new"}}));
+    QCOMPARE(ImageOf(outside), (TFolderImage{{QStringLiteral("file"), "file:outside"},
+                                             {QStringLiteral("new"), "folder"}}));
+}
+
+KELVO_TEST_MAIN(tst_UnzipHostile)
+#include "tst_unzip_hostile.moc"

@@ -1,0 +1,357 @@
+// Unzip: what it does about a run that was killed, at each moment that it can be killed at.
+#include "host/TUnzipFixture.h"
+
+#include "files/Placement.h"
+#include "files/TStagingFolder.h"
+#include "support/TestMain.h"
+
+#include <csignal>
+
+#include <fcntl.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace kelvo::test;
+using namespace hostimpl;
+
+namespace {
+
+const TFolderImage contentBefore = {{QStringLiteral("a"), "folder"},
+                                    {QStringLiteral("a/kept"), "file:kept"},
+                                    {QStringLiteral("a/same"), "file:former"},
+                                    {QStringLiteral("b"), "folder"},
+                                    {QStringLiteral("same"), "file:former"}};
+
+// Makes, by the classes that Unzip uses, the states that it goes through.
+class THalfDone
+{
+public:
+    explicit THalfDone(const QString& destination)
+        : m_destination(::open(QFile::encodeName(destination).constData(),
+                               O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+          m_staging(m_destination.Get())
+    {}
+
+    bool Stage()
+    {
+        QString errorText;
+        return m_staging.Create(errorText) && AddFile("a/same") && AddFile("a/new/x") &&
+               AddFile("b/new") && AddFile("new/x") && AddFile("same") &&
+               PlanPlacement(m_staging.Staged(), m_destination.Get(), m_steps, errorText);
+    }
+    bool WriteJournal() { return Journal().Write(m_steps); }
+    bool PlaceFirst(int steps)
+    {
+        QString errorText;
+        return Place(m_staging, m_destination.Get(), m_steps.mid(0, steps), errorText);
+    }
+    // As far as a replacement comes before the new file is in its place.
+    bool KeepAside(int step, bool hasLinks)
+    {
+        const char* const path = m_steps[step].path.constData();
+        const QByteArray number = QByteArray::number(step);
+        return (hasLinks ? ::linkat(m_destination.Get(), path, m_staging.Replaced(),
+                                    number.constData(), 0)
+                         : ::renameat(m_destination.Get(), path, m_staging.Replaced(),
+                                      number.constData())) == 0;
+    }
+    bool IsReplacement(int step) const { return m_steps[step].kind == EPlacement::eReplace; }
+    int Steps() const { return m_steps.size(); }
+    TPlacementJournal Journal() const { return TPlacementJournal(m_staging.Descriptor()); }
+
+private:
+    bool AddFile(const QByteArray& path)
+    {
+        QString errorText;
+        const TDescriptor file = m_staging.AddFile(path, errorText);
+        return file.IsValid() && WriteAll(file.Get(), "new", 3);
+    }
+
+    TDescriptor m_destination;
+    TStagingFolder m_staging;
+    TPlacementSteps m_steps;
+};
+
+// Where syncing costs nothing, if there is such a place.
+QString QuickFolder()
+{
+    const QString memory = QStringLiteral("/dev/shm");
+    return QFileInfo(memory).isWritable() ? memory : QDir::tempPath();
+}
+
+enum class EKill : std::uint8_t { eKilled, eEndedBefore, eImpossible };
+
+bool IsStopped(pid_t child)
+{
+    int status = 0;
+    return ::waitpid(child, &status, 0) == child && WIFSTOPPED(status);
+}
+
+// Unpacks in a process of its own and kills it when it has made a number of system calls.
+EKill KillAfter(int calls, const TUnzipFixture& fixture)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
+            ::_exit(1);
+        }
+        ::raise(SIGSTOP);
+        QString errorText;
+        Unzip(fixture.Archive(), fixture.Destination(), {}, errorText);
+        ::_exit(0);
+    }
+    if (child < 0 || !IsStopped(child)) {
+        return EKill::eImpossible;
+    }
+    // It stops before and after each call.
+    for (int stop = 0; stop < 2 * calls - 1; ++stop) {
+        if (::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr) != 0 || !IsStopped(child)) {
+            return EKill::eEndedBefore;
+        }
+    }
+    ::kill(child, SIGKILL);
+    return ::waitpid(child, nullptr, 0) == child ? EKill::eKilled : EKill::eImpossible;
+}
+
+} // namespace
+
+class tst_UnzipRecovery : public TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void hasFiveStepsHere();
+    void recoversAfterEachStep();
+    void recoversWithinAReplacement_data();
+    void recoversWithinAReplacement();
+    void forgetsStagingWithoutJournal();
+    void forgetsStagingWithUnfinishedJournal_data();
+    void forgetsStagingWithUnfinishedJournal();
+    void keepsWhatWasCompleted();
+    void recoversTwice();
+    void recoversBeforeTheNextArchive();
+    void keepsWhatCameInBetween();
+    void acceptsAMissingFolder();
+    void survivesAKillBeforeAnySystemCall();
+};
+
+// What the other tests rely on: three additions and two replacements.
+void tst_UnzipRecovery::hasFiveStepsHere()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent(contentBefore));
+    THalfDone run(fixture.Destination());
+    QVERIFY(run.Stage());
+    QCOMPARE(run.Steps(), 5);
+    QVERIFY(run.WriteJournal());
+    QVERIFY(run.PlaceFirst(5));
+    const TFolderImage after = fixture.Content();
+    QCOMPARE(after.value(QStringLiteral("a/same")), QByteArray("file:new"));
+    QCOMPARE(after.value(QStringLiteral("a/new/x")), QByteArray("file:new"));
+    QCOMPARE(after.value(QStringLiteral("a/kept")), QByteArray("file:kept"));
+}
+
+void tst_UnzipRecovery::recoversAfterEachStep()
+{
+    for (int steps = 0; steps <= 5; ++steps) {
+        TUnzipFixture fixture;
+        QVERIFY(fixture.SetContent(contentBefore));
+        THalfDone run(fixture.Destination());
+        QVERIFY(run.Stage());
+        QVERIFY(run.WriteJournal());
+        QVERIFY(run.PlaceFirst(steps));
+        QVERIFY(fixture.Content() != contentBefore);
+        QString errorText;
+        QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+        QCOMPARE(fixture.Content(), contentBefore);
+    }
+}
+
+void tst_UnzipRecovery::recoversWithinAReplacement_data()
+{
+    QTest::addColumn<bool>("hasLinks");
+    QTest::newRow("file system with links") << true;
+    QTest::newRow("file system without links") << false;
+}
+
+void tst_UnzipRecovery::recoversWithinAReplacement()
+{
+    QFETCH(bool, hasLinks);
+    int replacements = 0;
+    for (int step = 0; step < 5; ++step) {
+        TUnzipFixture fixture;
+        QVERIFY(fixture.SetContent(contentBefore));
+        THalfDone run(fixture.Destination());
+        QVERIFY(run.Stage());
+        if (!run.IsReplacement(step)) {
+            continue;
+        }
+        ++replacements;
+        QVERIFY(run.WriteJournal());
+        QVERIFY(run.PlaceFirst(step));
+        QVERIFY(run.KeepAside(step, hasLinks));
+        QString errorText;
+        QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+        QCOMPARE(fixture.Content(), contentBefore);
+    }
+    QCOMPARE(replacements, 2);
+}
+
+void tst_UnzipRecovery::forgetsStagingWithoutJournal()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent(contentBefore));
+    QVERIFY(THalfDone(fixture.Destination()).Stage());
+    QString errorText;
+    QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+    QCOMPARE(fixture.Content(), contentBefore);
+}
+
+void tst_UnzipRecovery::forgetsStagingWithUnfinishedJournal_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("cut in a step") << QByteArray("replace a/sa");
+    QTest::newRow("cut before the end") << QByteArray("replace a/same\n");
+    QTest::newRow("cut in the end") << QByteArray("replace a/same\nend");
+    QTest::newRow("something else") << QByteArray("remove a/same\nend\n");
+}
+
+void tst_UnzipRecovery::forgetsStagingWithUnfinishedJournal()
+{
+    QFETCH(QByteArray, text);
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent(contentBefore));
+    QVERIFY(THalfDone(fixture.Destination()).Stage());
+    QVERIFY(WriteFile(fixture.Destination() + QStringLiteral("/.console-unpacking/journal"), text));
+    QString errorText;
+    QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+    QCOMPARE(fixture.Content(), contentBefore);
+}
+
+void tst_UnzipRecovery::keepsWhatWasCompleted()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent(contentBefore));
+    THalfDone run(fixture.Destination());
+    QVERIFY(run.Stage());
+    QVERIFY(run.WriteJournal());
+    QVERIFY(run.PlaceFirst(5));
+    QVERIFY(run.Journal().Remove());
+    QString errorText;
+    QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+    QCOMPARE(fixture.Content().value(QStringLiteral("same")), QByteArray("file:new"));
+    QCOMPARE(fixture.Content().value(QStringLiteral("new/x")), QByteArray("file:new"));
+    QVERIFY(!fixture.Content().contains(QStringLiteral(".console-unpacking")));
+}
+
+// Killed while it was being undone.
+void tst_UnzipRecovery::recoversTwice()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent(contentBefore));
+    THalfDone run(fixture.Destination());
+    QVERIFY(run.Stage());
+    QVERIFY(run.WriteJournal());
+    QVERIFY(run.PlaceFirst(4));
+    TPlacementSteps steps;
+    QVERIFY(run.Journal().Read(steps));
+    const TDescriptor destination(::open(QFile::encodeName(fixture.Destination()).constData(),
+                                         O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    TStagingFolder leftover(destination.Get());
+    QVERIFY(leftover.OpenLeftover());
+    QVERIFY(UndoPlacement(leftover, destination.Get(), steps));
+    QString errorText;
+    QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+    QCOMPARE(fixture.Content(), contentBefore);
+}
+
+void tst_UnzipRecovery::recoversBeforeTheNextArchive()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent(contentBefore));
+    {
+        THalfDone run(fixture.Destination());
+        QVERIFY(run.Stage());
+        QVERIFY(run.WriteJournal());
+        QVERIFY(run.PlaceFirst(3));
+    }
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("other", "other")));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    TFolderImage expected = contentBefore;
+    expected.insert(QStringLiteral("other"), "file:other");
+    QCOMPARE(fixture.Content(), expected);
+}
+
+// What somebody put where an addition was still to go is none of ours.
+void tst_UnzipRecovery::keepsWhatCameInBetween()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent(contentBefore));
+    THalfDone run(fixture.Destination());
+    QVERIFY(run.Stage());
+    QVERIFY(run.WriteJournal());
+    TFolderImage expected = contentBefore;
+    expected.insert(QStringLiteral("b/new"), "file:of somebody");
+    QVERIFY(WriteFile(fixture.Destination() + QStringLiteral("/b/new"), "of somebody"));
+    QString errorText;
+    QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+    QCOMPARE(fixture.Content(), expected);
+}
+
+void tst_UnzipRecovery::acceptsAMissingFolder()
+{
+    TUnzipFixture fixture;
+    QString errorText;
+    QVERIFY(RecoverUnpacking(fixture.Root() + QStringLiteral("/missing"), errorText));
+    QVERIFY(errorText.isEmpty());
+}
+
+// A process that unpacks is killed before each single system call that it makes. Whichever it was:
+// afterwards there is all of the archive or nothing of it, and nothing else.
+void tst_UnzipRecovery::survivesAKillBeforeAnySystemCall()
+{
+    TUnzipFixture fixture(QuickFolder());
+    QVERIFY(fixture.SetArchive(TZipBuilder()
+                                   .AddFile("a/same", "new")
+                                   .AddFile("a/new/x", "new")
+                                   .AddFile("b/new", "new")
+                                   .AddFile("same", "new")));
+    QVERIFY(fixture.SetContent(contentBefore));
+    TFolderImage contentAfter = contentBefore;
+    contentAfter[QStringLiteral("a/same")] = contentAfter[QStringLiteral("same")] = "file:new";
+    contentAfter[QStringLiteral("a/new")] = "folder";
+    contentAfter[QStringLiteral("a/new/x")] = contentAfter[QStringLiteral("b/new")] = "file:new";
+
+    int undone = 0;
+    int completed = 0;
+    for (int calls = 1;; ++calls) {
+        switch (KillAfter(calls, fixture)) {
+        case EKill::eImpossible:
+            QSKIP("this system does not let a process be traced");
+        case EKill::eEndedBefore:
+            QVERIFY(undone > 0);
+            QVERIFY(completed > 0);
+            return;
+        case EKill::eKilled:
+            break;
+        }
+        const bool wasTouched = fixture.Content() != contentBefore;
+        QString errorText;
+        QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+        const TFolderImage now = fixture.Content();
+        if (now == contentAfter) {
+            ++completed;
+            QVERIFY(QDir(fixture.Destination()).removeRecursively());
+            QVERIFY(QDir().mkdir(fixture.Destination()));
+            QVERIFY(fixture.SetContent(contentBefore));
+            continue;
+        }
+        QVERIFY2(now == contentBefore, qPrintable(QStringLiteral("killed at %1").arg(calls)));
+        undone += wasTouched ? 1 : 0;
+    }
+}
+
+KELVO_TEST_MAIN(tst_UnzipRecovery)
+#include "tst_unzip_recovery.moc"
