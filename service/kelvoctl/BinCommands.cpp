@@ -3,6 +3,7 @@
 #include "service/kelvoctl/Encoding.h"
 
 #include <iostream>
+#include <limits>
 
 namespace kelvoctl {
 namespace {
@@ -34,7 +35,7 @@ void addId(CLI::App& command, const std::shared_ptr<int>& id)
 {
     command.add_option("ID", *id, "The file's id, as ls shows it")
         ->required()
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()));
 }
 
 } // namespace

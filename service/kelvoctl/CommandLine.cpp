@@ -22,6 +22,9 @@ what it sent cannot be verified.)";
 void addGlobalOptions(CLI::App& line, Context& context)
 {
     line.add_option("--server", context.server, "The service; login remembers it")
+        ->check([](const std::string& text) {
+            return text.find_first_of("/@?# ") == std::string::npos ? "" : "is no HOST:PORT";
+        })
         ->type_name("HOST:PORT");
     line.add_option("--ca", context.ca,
                     "Certificate of the service's authority; login remembers it. Without it the "
@@ -41,6 +44,9 @@ int runCommand(int argc, char** argv)
     line.footer(kFooter);
     line.require_subcommand(1);
     line.fallthrough();
+    line.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return std::string("kelvoctl: ") + error.what() + "\nRun with --help for more.\n";
+    });
     addGlobalOptions(line, context);
     addAccountCommands(line, context);
     addListCommand(line, context);

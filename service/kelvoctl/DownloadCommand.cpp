@@ -9,6 +9,7 @@
 #include <fcntl.h>
 
 #include <iostream>
+#include <limits>
 
 namespace kelvoctl {
 namespace {
@@ -149,7 +150,7 @@ void addDownloadCommand(CLI::App& line, Context& context)
     CLI::App* command = line.add_subcommand("get", "Fetch a file")->fallthrough();
     command->add_option("ID", options->id, "The file's id, as ls shows it")
         ->required()
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()));
     command
         ->add_option("-o,--output", options->output,
                      "Where to save it, replacing what is there (default: its own name, here)")

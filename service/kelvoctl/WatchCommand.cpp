@@ -6,6 +6,7 @@
 #include "service/kelvoctl/Failures.h"
 
 #include <iostream>
+#include <limits>
 
 namespace kelvoctl {
 namespace {
@@ -135,7 +136,7 @@ void addWatchCommand(CLI::App& line, Context& context)
     const auto options = std::make_shared<WatchOptions>();
     CLI::App* watch = line.add_subcommand("watch", "Print events as they happen")->fallthrough();
     watch->add_option("--count", options->count, "Stop after so many events")
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()))
         ->type_name("N");
     watch->add_option("--from", options->from, "Start after this event, instead of now")
         ->type_name("ID")
