@@ -2,8 +2,8 @@
 // the order is part of the contract.
 #include "core/TKelvoInterface.h"
 #include "support/TestMain.h"
+#include "tests/fakes/Declarations.h"
 
-#include <QtCore/QMetaMethod>
 #include <QtTest/QtTest>
 
 class tst_HubMetaObject : public kelvo::test::TTestCase
@@ -16,34 +16,8 @@ private Q_SLOTS:
     void derivesFromQObjectOnly();
 };
 
-namespace {
-
-// "Name(type name, ...)", where a parameter without a name is its type alone.
-QStringList Declarations(const QMetaObject& meta, QMetaMethod::MethodType type)
-{
-    QStringList declarations;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-        const QMetaMethod method = meta.method(i);
-        if (method.methodType() != type)
-            continue;
-        QStringList parameters;
-        for (int p = 0; p < method.parameterCount(); ++p) {
-            const QByteArray name = method.parameterNames().at(p);
-            const QByteArray text = method.parameterTypes().at(p) + (name.isEmpty() ? "" : " ");
-            parameters << QString::fromLatin1(text + name);
-        }
-        declarations << QStringLiteral("%1(%2)").arg(QString::fromLatin1(method.name()),
-                                                     parameters.join(QStringLiteral(", ")));
-    }
-    return declarations;
-}
-
-QStringList Lines(const char* text)
-{
-    return QString::fromLatin1(text).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-}
-
-} // namespace
+using fakes::Declarations;
+using fakes::Lines;
 
 void tst_HubMetaObject::signalsAreDeclaredInTheirOrder()
 {
