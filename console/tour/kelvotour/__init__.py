@@ -1,0 +1,1 @@
+"""Plays an operator's day with real processes: the service, the headless console, the office's kelvoctl."""

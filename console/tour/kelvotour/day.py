@@ -1,0 +1,241 @@
+"""The day: what is done, and what must be true after it."""
+
+import shutil
+import stat
+from pathlib import Path
+
+from . import archives
+from .console import Console, quoted
+from .office import Ctl
+from .service import Service, more
+from .steps import Steps, require
+
+FARM, OPERATOR, OFFICE = "Hill Farm", "olga", "office"
+PASSWORDS = {OPERATOR: "seven green fields", OFFICE: "papers on the desk"}
+PROJECTS = ("To Console", "From Console", "AB Lines", "Curves", "Pivots", "Optimal Lines", "Project Lines")
+LISTED_KINDS = ("maps", "ablines", "curves", "pivots", "optimal", "projectlines")
+
+# kind of data: project on the service, folder that archives are unpacked into
+DOWNLOADS = {"maps": ("To Console", "from-service/prescriptions"), "curves": ("Curves", "from-service/curves")}
+# kind of data: project on the service, folder that files are sent from
+UPLOADS = {"curves": ("Curves", "to-service/curves"), "reports": ("From Console", "to-service/job-reports")}
+
+
+MARKER = "steps.txt"
+
+
+def prepare(folder):
+    """Empties the folder of an earlier tour; FileExistsError for one that holds anything else."""
+    folder.mkdir(parents=True, exist_ok=True)
+    if any(folder.iterdir()) and not (folder / MARKER).is_file():
+        raise FileExistsError(f"{folder} is neither empty nor the folder of an earlier tour")
+    for name in ("service", "console", "work"):
+        shutil.rmtree(folder / name, ignore_errors=True)
+    for path in folder.glob("*.log*"):
+        path.unlink()
+
+
+class Day:
+    """Everything lies below one folder: `service/`, `console/`, `work/`, and what was said in between."""
+
+    def __init__(self, binaries, folder, data):
+        self.binaries, self.folder, self.data = binaries, Path(folder), data
+        prepare(self.folder)
+        self.work = self.folder / "work"
+        self.work.mkdir()
+        self.steps = Steps(self.folder / MARKER)
+        self.service = Service(binaries.service, self.folder / "service", self.folder / "service.log")
+        self.console = None
+        self.office = None
+        self.expected = {}
+
+    def play(self):
+        """The exit status."""
+        try:
+            if self.open():
+                self.morning()
+                self.receive()
+                self.download()
+                self.download_with_a_corrupt_one()
+                self.upload()
+                self.delete()
+                self.evening()
+        finally:
+            self.close()
+        return self.steps.close()
+
+    def ctl(self, user):
+        return Ctl(self.binaries.kelvoctl, self.service, self.work / f"{user}.session", self.folder / "kelvoctl.log")
+
+    def open(self):
+        """Whether there is anything to play with."""
+        step = self.steps.step
+        with step("the service starts and is healthy"):
+            self.service.start()
+            require(self.service.get("/healthz").strip() == "ok", "/healthz does not say ok")
+        with step("the administrator makes a farm, an office user and an operator"):
+            admin = self.ctl("admin")
+            admin.run("login", "admin", "--password-file", self.service.admin_password_file)
+            admin.run("farm", "add", FARM)
+            admin.add_user(OFFICE, "office", FARM, PASSWORDS[OFFICE])
+            admin.add_user(OPERATOR, "operator", FARM, PASSWORDS[OPERATOR])
+            self.office = self.ctl(OFFICE).login(OFFICE, PASSWORDS[OFFICE])
+        with step("the console starts with the plug-in"):
+            credentials = self.work / "credentials"
+            credentials.touch(stat.S_IRUSR | stat.S_IWUSR)
+            credentials.write_text(f"{OPERATOR}\n{PASSWORDS[OPERATOR]}\n", encoding="utf-8")
+            self.console = Console(self.binaries, self.service.address, self.service.ca, self.folder / "console",
+                                   self.folder / "console.log", OPERATOR, None, timeout=240,
+                                   credentials_file=credentials)
+            flags = self.console.run("status").value("status")
+            require(not any(flags.values()), f"the hub's flags are {flags}")
+        return self.steps.failed == 0
+
+    def morning(self):
+        step, console = self.steps.step, self.console
+        with step("the first login sets up the operator's seven inboxes"):
+            require(not self.office.inboxes(OPERATOR), "the operator has inboxes before the first login")
+            result = console.run("login")
+            require(result.ok, result.reason)
+            progress = [line.arguments["progress"] for line in result.signals("KelvoUserInboxSetupInProgress")]
+            require(progress == [0, 14, 28, 42, 57, 71, 85, 100], f"the progress was {progress}")
+            made = self.office.inboxes(OPERATOR)
+            require(tuple(made) == PROJECTS, f"the service has inboxes in {sorted(made)}")
+        with step("log-out after the set-up"):
+            result = console.run("logout")
+            require(result.ok, result.reason)
+            require(not console.run("status").value("status")["loggedIn"], "the hub still says logged in")
+        with step("the second login brings six empty lists"):
+            result = console.run("login")
+            require(result.ok, result.reason)
+            lists = {line.arguments["project"]: line.arguments["files"]
+                     for line in result.signals("NewKelvoProjectFilesList")}
+            require(tuple(lists) == LISTED_KINDS, f"lists came for {list(lists)}")
+            require(not any(lists.values()), "a list is not empty")
+
+    def receive(self):
+        """The office's archives reach the lists without being asked for."""
+        with self.steps.step("archives to send are there"):
+            if self.data is None:
+                self.data = archives.make_samples(self.work / "archives")
+            self.expected = {path: archives.expected_files(path) for path in archives.archives_in(self.data)}
+            require(self.expected, f"there is no archive in {self.data}")
+        names = {path.name for path in self.expected}
+        ids = {kind: {} for kind in DOWNLOADS}
+        mark = self.console.mark()
+        before = self.service.requests()
+        with self.steps.step(f"the office puts {len(names)} archives into two inboxes"):
+            for path in self.expected:
+                put = self.office.put(path, *(f"{OPERATOR}/{project}" for project, _ in DOWNLOADS.values()))
+                for kind, file_id in zip(DOWNLOADS, put):
+                    ids[kind][path.name] = file_id
+        for kind in DOWNLOADS:
+            with self.steps.step(f"the list of {kind} comes by push, complete"):
+                line = self.console.wait_for_list(kind, lambda seen: seen == names, mark)
+                listed = {file["name"]: file["id"] for file in line.arguments["files"]}
+                require(listed == ids[kind], f"the ids are {listed}, the service's {ids[kind]}")
+        with self.steps.step("the console asked for none of it"):
+            made = more(self.service.requests(), before)
+            # kelvoctl asks for the account once a file.
+            own = {route: count for route, count in made.items()
+                   if route[0] == "GET" and not (route[1] == "/account" and count == len(names))}
+            require(not own, f"there were requests: {own}")
+
+    def download(self):
+        for kind, (_, folder) in DOWNLOADS.items():
+            for path, expected in self.expected.items():
+                if expected is None:
+                    self._download_a_bad_one(kind, folder, path)
+                    continue
+                with self.steps.step(f"{path.name} downloaded as {kind}: {len(expected)} files, byte for byte"):
+                    result = self.console.run(f"download {kind} {quoted([path.name])}")
+                    require(result.ok, result.reason)
+                    problems = archives.compare(expected, self.console.data / folder)
+                    require(not problems, "; ".join(problems))
+                    self._require_nothing_incoming()
+
+    def _download_a_bad_one(self, kind, folder, path):
+        with self.steps.step(f"{path.name} cannot be unpacked and leaves nothing"):
+            before = archives.content_of(self.console.data / folder)
+            result = self.console.run(f"download {kind} {quoted([path.name])}")
+            self._require_failed_to_unzip(result, path.name)
+            require(archives.content_of(self.console.data / folder) == before, "the folder has changed")
+            self._require_nothing_incoming()
+
+    def download_with_a_corrupt_one(self):
+        folder = self.console.data / DOWNLOADS["maps"][1]
+        good = {"a-good.zip": {"a-good.txt": b"before\n"}, "z-good.zip": {"z-good.txt": b"after\n"}}
+        bad = "m-corrupt.zip"
+        with self.steps.step("a corrupt archive among sound ones spoils only itself"):
+            mark = self.console.mark()
+            for name, files in good.items():
+                self.office.put(archives.write_zip(self.work / name, files), f"{OPERATOR}/To Console")
+            self.office.put(archives.write_corrupt_zip(self.work / bad), f"{OPERATOR}/To Console")
+            names = [*good, bad]
+            self.console.wait_for_list("maps", set(names).issubset, mark)
+            result = self.console.run(f"download maps {quoted(names)}")
+            self._require_failed_to_unzip(result, bad)
+            for files in good.values():
+                problems = archives.compare(files, folder)
+                require(not problems, "; ".join(problems))
+            require(not (folder / "broken.bin").exists(), "a part of the corrupt archive was unpacked")
+            self._require_nothing_incoming()
+
+    def _require_failed_to_unzip(self, result, name):
+        require(result.errors == [{"file": name, "text": "Failed to unzip file"}], f"the records are {result.errors}")
+        log = (self.console.data / "logs/user.log").read_text(encoding="utf-8")
+        require("TKelvoThreadObject::ManageKelvoDownloads: " in log, "the user log does not say why")
+
+    def _require_nothing_incoming(self):
+        left = list((self.console.data / "incoming").iterdir())
+        require(not left, f"the temporary folder still holds {[path.name for path in left]}")
+
+    def upload(self):
+        content = {"curves": {"river bank.crv": b"curve 1\n" * 500, "Hügel 2.crv": bytes(range(256)) * 40},
+                   "reports": {"2024-05-17 report.xml": b"<Report hectares='12.5'/>\n"}}
+        for kind, files in content.items():
+            project, folder = UPLOADS[kind]
+            with self.steps.step(f"{len(files)} of {kind} uploaded: the service holds them, the local copies are gone"):
+                for name, data in files.items():
+                    (self.console.data / folder / name).write_bytes(data)
+                result = self.console.run(f"upload {kind} {quoted(files)}")
+                require(result.ok, result.reason)
+                left = list((self.console.data / folder).iterdir())
+                require(not left, f"still there: {[path.name for path in left]}")
+                held = self.office.files(OPERATOR, project)
+                for name, data in files.items():
+                    require(name in held, f"the service does not list {name}")
+                    copy = self.work / "copy"
+                    self.office.get(held[name]["id"], copy)
+                    require(copy.read_bytes() == data, f"the service's {name} differs")
+
+    def delete(self):
+        name = next(iter(self.expected)).name
+        with self.steps.step(f"{name} deleted: off the list and the service, in the bin"):
+            file_id = self.office.files(OPERATOR, "Curves")[name]["id"]
+            mark = self.console.mark()
+            result = self.console.run(f"delete curves {quoted([name])}")
+            require(result.ok, result.reason)
+            self.console.wait_for_list("curves", lambda seen: name not in seen, mark)
+            require(name not in self.office.files(OPERATOR, "Curves"), "the service still lists it")
+            require(file_id in [file["id"] for file in self.office.bin()], "it is not in the bin")
+            require(name in self.office.files(OPERATOR, "To Console"), "it is gone from the other inbox as well")
+
+    def evening(self):
+        with self.steps.step("log-out ends the session on the service as well"):
+            result = self.console.run("logout")
+            require(result.ok, result.reason)
+            require(self.service.open_streams() == 0, "the event stream is still open")
+        with self.steps.step("the console ends and leaves the operator's password nowhere"):
+            # 1: the archives that could not be unpacked are failures to the console.
+            require(self.console.close() == 1, "its exit status is not 1")
+            logs = [path for path in (self.folder / "console").rglob("*") if path.is_file()]
+            for path in [*logs, *self.folder.glob("*.log*")]:
+                require(PASSWORDS[OPERATOR].encode() not in path.read_bytes(), f"it stands in {path}")
+        with self.steps.step("the service stops when told to"):
+            self.service.stop()
+
+    def close(self):
+        if self.console is not None and self.console.process.poll() is None:
+            self.console.kill()
+        self.service.close()

@@ -1,0 +1,123 @@
+"""The service as a process of its own on a free port."""
+
+import json
+import os
+import re
+import signal
+import subprocess
+import threading
+import urllib.error
+import urllib.request
+
+GUARD_SECONDS = 60  # only ends what hangs
+READY = re.compile(r"^kelvo-service: listening on https://\S+, metrics on http://\S+\n$")
+SAMPLE = re.compile(r'^(\w+)(?:\{(.*)\})? (\S+)$')
+LABEL = re.compile(r'(\w+)="((?:[^"\\]|\\.)*)"')
+
+
+class ServiceError(Exception):
+    """The service did not start, stop or answer as it should."""
+
+
+class Service:
+    """One data folder and, between start() and stop(), a process on it. Started again, it takes the same port."""
+
+    def __init__(self, binary, data, log, options=()):
+        self.binary, self.data, self.log_path = binary, data, log
+        self.options = options
+        self.address = "127.0.0.1:0"
+        self.process = None
+
+    @property
+    def ca(self):
+        return self.data / "ca.pem"
+
+    @property
+    def admin_password_file(self):
+        return self.data / "admin.password"
+
+    def start(self):
+        with open(self.log_path, "ab") as log:
+            self.process = subprocess.Popen(
+                [self.binary, "serve", "--data", self.data, "--listen", self.address, *self.options],
+                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, text=True)
+        guard = threading.Timer(GUARD_SECONDS, self.process.kill)
+        guard.start()
+        line = self.process.stdout.readline()
+        guard.cancel()
+        if not READY.match(line):
+            self.process.kill()
+            self.process.wait()
+            raise ServiceError(f"it said {line!r} instead of its addresses; see {self.log_path}")
+        endpoints = json.loads((self.data / "endpoints.json").read_text())
+        if endpoints["pid"] != self.process.pid:
+            raise ServiceError(f"endpoints.json names process {endpoints['pid']}, not {self.process.pid}")
+        self.address = endpoints["api"]
+        self.metrics_address = endpoints["metrics"]
+        return self
+
+    @property
+    def is_running(self):
+        return self.process is not None and self.process.poll() is None
+
+    def stop(self):
+        """SIGTERM, which must end it well."""
+        self.process.send_signal(signal.SIGTERM)
+        try:
+            status = self.process.wait(GUARD_SECONDS)
+        except subprocess.TimeoutExpired:
+            self.kill()
+            raise ServiceError("it did not stop on SIGTERM") from None
+        self.process.stdout.close()
+        if status != 0:
+            raise ServiceError(f"exit status {status} after SIGTERM; see {self.log_path}")
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
+        self.process.stdout.close()
+
+    def close(self):
+        """Ends what still runs."""
+        if self.is_running:
+            self.kill()
+
+    def get(self, path):
+        """A page of the listener for health and metrics."""
+        try:
+            with urllib.request.urlopen(f"http://{self.metrics_address}{path}", timeout=GUARD_SECONDS) as reply:
+                return reply.read().decode()
+        except (OSError, urllib.error.URLError) as failure:
+            raise ServiceError(f"{path}: {failure}") from None
+
+    def metric(self, name):
+        """{labels as a frozenset of pairs: value} of one metric."""
+        values = {}
+        for line in self.get("/metrics").splitlines():
+            match = SAMPLE.match(line)
+            if match and match[1] == name:
+                values[frozenset(LABEL.findall(match[2] or ""))] = float(match[3])
+        return values
+
+    def requests(self):
+        """{(method, route): number of requests so far}"""
+        counts = {}
+        for labels, value in self.metric("kelvo_http_requests_total").items():
+            labels = dict(labels)
+            key = (labels["method"], labels["route"])
+            counts[key] = counts.get(key, 0) + int(value)
+        return counts
+
+    def open_streams(self):
+        return int(sum(self.metric("kelvo_event_streams_open").values()))
+
+
+def more(after, before):
+    """What requests() counted between two calls."""
+    return {key: count - before.get(key, 0) for key, count in after.items() if count != before.get(key, 0)}
+
+
+def without_proxies():
+    """Loopback addresses are ours: no proxy of the environment is to be asked for them."""
+    for name in ("http_proxy", "https_proxy", "all_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"):
+        os.environ.pop(name, None)

@@ -1,0 +1,54 @@
+"""The steps of a tour: each is tried, told of in one line, and counted."""
+
+import sys
+from contextlib import contextmanager
+
+
+class StepFailure(Exception):
+    """Something came out otherwise than it must."""
+
+
+def require(condition, reason):
+    if not condition:
+        raise StepFailure(reason)
+
+
+class Steps:
+    """Prints `ok  STEP` or `FAILED STEP: reason`, also into a file."""
+
+    def __init__(self, path):
+        self._file = open(path, "w", encoding="utf-8")
+        self.done = 0
+        self.failed = 0
+
+    @contextmanager
+    def step(self, name):
+        try:
+            yield
+        except Exception as failure:  # whatever went wrong, the steps behind it are still worth trying
+            self.failed += 1
+            kind = "" if isinstance(failure, StepFailure) else f"{type(failure).__name__}: "
+            self._say(f"FAILED {name}: {kind}{' '.join(str(failure).split())}")
+        else:
+            self.done += 1
+            self._say(f"ok  {name}")
+
+    def note(self, text):
+        self._say(f"    {text}")
+
+    def _say(self, line):
+        print(line, flush=True)
+        self._file.write(line + "\n")
+        self._file.flush()
+
+    def close(self):
+        """The exit status."""
+        verdict = f"{self.done} steps ok, {self.failed} failed"
+        self._say(verdict)
+        self._file.close()
+        return 0 if self.failed == 0 and self.done > 0 else 1
+
+
+def fail(text):
+    print(f"tour: {text}", file=sys.stderr)
+    return 2

@@ -1,0 +1,28 @@
+# shellcheck shell=bash
+# Configures and builds presets. To be sourced, from the top of the tree.
+
+# Never more compilers than cores: the sanitizers' builds take memory.
+CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}
+export CMAKE_BUILD_PARALLEL_LEVEL
+
+# configure PRESET [CMAKE-ARGUMENT...]
+configure() {
+    local preset=$1
+    shift
+    # What is said here interests only when it goes wrong.
+    mkdir -p "build/$preset"
+    if ! cmake --preset "$preset" "$@" >"build/$preset/configure.log" 2>&1; then
+        cat "build/$preset/configure.log" >&2
+        return 1
+    fi
+}
+
+# build PRESET [TARGET...]
+build() {
+    local preset=$1
+    shift
+    if (($# > 0)); then
+        set -- --target "$@"
+    fi
+    cmake --build --preset "$preset" "$@"
+}
