@@ -37,15 +37,14 @@ bool Connection::Login(const std::wstring& userName, const std::wstring& passwor
                        std::uint32_t)
 {
     m_errors.clear();
-    // Cleared before the login can fail, and not at all for one that is ignored.
-    xal_list<api::CErrorMsg> earlier;
-    {
-        const std::lock_guard lock(m_loginErrorsMutex);
-        earlier.swap(m_loginErrors);
-    }
     const std::optional<SessionState::Begun> begun = m_state.Begin();
     if (!begun)
         return true;
+    {
+        // The login before this one has ended, and this one has not begun to do anything.
+        const std::lock_guard lock(m_loginErrorsMutex);
+        m_loginErrors.clear();
+    }
     m_positions.Clear();
     m_session.Start({begun->id, userName, password, begun->replacedToken});
     return true;

@@ -1,0 +1,87 @@
+// The whole connection on the service in memory.
+#pragma once
+
+#include "connection/Connection.h"
+#include "support/FakeService.h"
+#include "support/FakeTime.h"
+#include "support/RecordingListener.h"
+#include "support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace kesdk::test {
+
+// The sleeps of the session's line pass at once, so a stream that is lost is tried again at once.
+class ConnectionFixture : public testing::Test
+{
+protected:
+    ConnectionFixture() { connection->Subscribe(&listener); }
+    ~ConnectionFixture() override
+    {
+        if (connection)
+            connection->Unsubscribe(&listener);
+    }
+
+    void LogIn()
+    {
+        ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+        ASSERT_TRUE(listener.WaitForState(api::eLoginSuccessful));
+    }
+
+    bool Upload(const std::string& name, const std::string& content)
+    {
+        folder.Write(name, content);
+        return connection->Upload(folder.WidePath(name).c_str(),
+                                  {static_cast<std::uint64_t>(inbox)});
+    }
+
+    std::vector<std::int64_t> ListedFiles() const
+    {
+        std::vector<std::int64_t> ids;
+        const auto resource = connection->GetResourceWithContent(inbox);
+        for (const api::EnterpriseResource& file : resource.content)
+            ids.push_back(file.id);
+        return ids;
+    }
+
+    std::wstring FirstText() const
+    {
+        const auto errors = connection->GetLastErrors();
+        return errors.empty() ? std::wstring() : errors.front().text1;
+    }
+
+    static Fault Drop(const std::string& line)
+    {
+        Fault fault;
+        fault.line = line;
+        return fault;
+    }
+    static Fault Answer(const std::string& line, impl::HttpResponse answer)
+    {
+        Fault fault;
+        fault.line = line;
+        fault.kind = Fault::EKind::eAnswer;
+        fault.answer = std::move(answer);
+        return fault;
+    }
+
+    impl::ApiLine::Parts NewLine()
+    {
+        return {service.NewTransport(), std::make_unique<FakeClock>(time),
+                std::make_unique<FakeSleeper>(time), std::make_unique<FixedJitter>(0.0)};
+    }
+
+    FakeService service;
+    const std::int64_t user = service.AddUser("olga", "correct horse");
+    const std::int64_t inbox = service.AddInbox(user, "To Console");
+    TempFolder folder;
+    std::shared_ptr<FakeTime> time = std::make_shared<FakeTime>();
+    RecordingListener listener;
+    std::unique_ptr<impl::Connection> connection = std::make_unique<impl::Connection>(
+        impl::Connection::Lines{NewLine(), NewLine(), NewLine()});
+};
+
+} // namespace kesdk::test

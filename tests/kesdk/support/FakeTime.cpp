@@ -1,0 +1,39 @@
+// Time that passes only when a test or a sleep lets it.
+#include "support/FakeTime.h"
+
+namespace kesdk::test {
+
+impl::Clock::Time FakeTime::Now() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_now;
+}
+
+void FakeTime::Advance(std::chrono::milliseconds duration)
+{
+    const std::lock_guard lock(m_mutex);
+    m_now += duration;
+}
+
+void FakeTime::Record(std::chrono::milliseconds duration)
+{
+    const std::lock_guard lock(m_mutex);
+    m_sleeps.push_back(duration);
+    m_now += duration;
+}
+
+std::vector<std::chrono::milliseconds> FakeTime::Sleeps() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_sleeps;
+}
+
+bool FakeSleeper::Sleep(std::chrono::milliseconds duration, const impl::AbortCheck& abort)
+{
+    if (impl::IsAborted(abort))
+        return false;
+    m_time->Record(duration);
+    return !impl::IsAborted(abort);
+}
+
+} // namespace kesdk::test

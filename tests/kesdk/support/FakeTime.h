@@ -1,0 +1,62 @@
+// Time that passes only when a test or a sleep lets it.
+#pragma once
+
+#include "base/Clock.h"
+
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace kesdk::test {
+
+// What the fake clock and sleeper of one line share. Thread safety: safe.
+class FakeTime
+{
+public:
+    impl::Clock::Time Now() const;
+    void Advance(std::chrono::milliseconds duration);
+    void Record(std::chrono::milliseconds duration);
+    // The durations of all sleeps so far.
+    std::vector<std::chrono::milliseconds> Sleeps() const;
+
+private:
+    mutable std::mutex m_mutex; // guards everything below
+    impl::Clock::Time m_now{std::chrono::hours(1)};
+    std::vector<std::chrono::milliseconds> m_sleeps;
+};
+
+class FakeClock : public impl::Clock
+{
+public:
+    explicit FakeClock(std::shared_ptr<FakeTime> time) : m_time(std::move(time)) {}
+    Time Now() const override { return m_time->Now(); }
+
+private:
+    std::shared_ptr<FakeTime> m_time;
+};
+
+// Sleeps by moving the clock on.
+class FakeSleeper : public impl::Sleeper
+{
+public:
+    explicit FakeSleeper(std::shared_ptr<FakeTime> time) : m_time(std::move(time)) {}
+    bool Sleep(std::chrono::milliseconds duration, const impl::AbortCheck& abort) override;
+    void Wake() override {}
+
+private:
+    std::shared_ptr<FakeTime> m_time;
+};
+
+class FixedJitter : public impl::Jitter
+{
+public:
+    explicit FixedJitter(double value) : m_value(value) {}
+    double Next() override { return m_value; }
+
+private:
+    double m_value;
+};
+
+} // namespace kesdk::test

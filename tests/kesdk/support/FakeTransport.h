@@ -1,0 +1,65 @@
+// A transport that asks a function instead of the network.
+#pragma once
+
+#include "http/HttpTransport.h"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace kesdk::test {
+
+// A request as it left, with the body that was read from its source.
+struct SentRequest
+{
+    impl::HttpRequest request;
+    std::string content; // from the body or the source, as far as it was read
+
+    std::string Header(const std::string& name) const; // empty when there is none
+    std::string Line() const { return request.method + " " + request.target; }
+};
+
+// Thread safety: Perform on one thread at a time, the rest from any.
+class FakeTransport : public impl::HttpTransport
+{
+public:
+    // Answers one request; may read from its source and write to its sink through the helpers
+    // below.
+    using Handler =
+        std::function<impl::HttpOutcome(const impl::HttpRequest&, const impl::AbortCheck&)>;
+
+    explicit FakeTransport(Handler handler) : m_handler(std::move(handler)) {}
+
+    impl::HttpOutcome Perform(const impl::HttpRequest& request,
+                              const impl::AbortCheck& abort) override
+    {
+        return m_handler(request, abort);
+    }
+    void Wake() override
+    {
+        if (onWake)
+            onWake();
+    }
+
+    std::function<void()> onWake;
+
+private:
+    Handler m_handler;
+};
+
+// Reads at most `mostBytes` of the request's body, in small pieces; sets `failed` when its source
+// ended the transfer.
+std::string ReadBody(const impl::HttpRequest& request, std::size_t mostBytes, bool& failed);
+
+// Gives the response to the sink, or keeps its body, cut off behind `mostBytes` of it.
+impl::HttpOutcome Respond(const impl::HttpRequest& request, impl::HttpResponse response,
+                          std::size_t mostBytes = static_cast<std::size_t>(-1));
+
+impl::HttpOutcome Drop(impl::EErrorCode code = impl::EErrorCode::eDropped);
+impl::HttpResponse Problem(int status, const std::string& name, const std::string& detail = {});
+impl::HttpResponse Reply(int status, const std::string& body = {},
+                         std::vector<impl::HttpHeader> headers = {});
+
+} // namespace kesdk::test

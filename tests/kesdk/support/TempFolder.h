@@ -1,0 +1,59 @@
+// A folder that goes with the test.
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+
+#include <stdlib.h>
+
+namespace kesdk::test {
+
+class TempFolder
+{
+public:
+    TempFolder()
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "kesdk-XXXXXX").string();
+        if (!::mkdtemp(pattern.data()))
+            throw std::runtime_error("no temporary folder");
+        m_path = pattern;
+    }
+    ~TempFolder()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    std::string Path(const std::string& name = {}) const
+    {
+        return name.empty() ? m_path.string() : (m_path / name).string();
+    }
+    std::wstring WidePath(const std::string& name) const { return (m_path / name).wstring(); }
+
+    std::string Write(const std::string& name, const std::string& content) const
+    {
+        std::ofstream(Path(name), std::ios::binary) << content;
+        return Path(name);
+    }
+    std::string Read(const std::string& name) const
+    {
+        std::ifstream stream(Path(name), std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(stream), {});
+    }
+    bool Has(const std::string& name) const { return std::filesystem::exists(Path(name)); }
+    std::size_t EntryCount() const
+    {
+        return static_cast<std::size_t>(
+            std::distance(std::filesystem::directory_iterator(m_path), {}));
+    }
+
+private:
+    std::filesystem::path m_path;
+};
+
+} // namespace kesdk::test

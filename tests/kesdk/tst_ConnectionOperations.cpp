@@ -1,0 +1,235 @@
+// What can be asked of a session, and what the listeners hear of it.
+#include "support/ConnectionFixture.h"
+
+#include <nlohmann/json.hpp>
+
+namespace kesdk::test {
+
+namespace {
+
+using Ids = std::vector<std::int64_t>;
+
+class ConnectionOperations : public ConnectionFixture
+{
+protected:
+    ConnectionOperations() { LogIn(); }
+
+    unsigned long InboxId() const { return static_cast<unsigned long>(inbox); }
+};
+
+} // namespace
+
+TEST_F(ConnectionOperations, AnswersFromTheSnapshot)
+{
+    const std::int64_t file = service.AddFile(inbox, "a.zip", "abc");
+    ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(file)));
+    const int before = service.Count("");
+    const auto projects = connection->GetProjects();
+    ASSERT_EQ(projects.size(), 7u);
+    EXPECT_EQ(projects[0].name, L"To Console");
+    EXPECT_EQ(projects[6].name, L"Project Lines");
+    for (const api::EnterpriseProject& project : projects)
+        static_cast<void>(connection->GetProjectResources(project.id));
+    const auto resources = connection->GetProjectResources(projects[0].id);
+    ASSERT_EQ(resources.size(), 1u);
+    EXPECT_EQ(resources.front().kind, 2);
+    EXPECT_EQ(resources.front().ownerUserId, connection->GetCurrentUser().id);
+    EXPECT_EQ(resources.front().content.front().name, L"a.zip");
+    EXPECT_EQ(connection->GetResourceWithContent(file).sizeBytes, 3);
+    EXPECT_EQ(connection->GetResourceWithContent(file).kind, 4);
+    EXPECT_EQ(connection->GetResourceWithContent(projects[0].id).kind, 1);
+    EXPECT_EQ(service.Count(""), before) << "not one request";
+}
+
+TEST_F(ConnectionOperations, AsksForWhatTheSnapshotDoesNotHave)
+{
+    const std::int64_t file = service.AddFileSilently(inbox, "a.zip", "abc");
+    const auto found = connection->GetResourceWithContent(file);
+    EXPECT_EQ(found.id, file);
+    EXPECT_EQ(found.name, L"a.zip");
+    EXPECT_EQ(found.kind, 4);
+    EXPECT_EQ(connection->GetResourceWithContent(999).id, 0);
+    EXPECT_EQ(connection->GetLastErrors().front().httpStatus, 404);
+    EXPECT_TRUE(connection->GetProjectResources(999).empty());
+    EXPECT_FALSE(connection->GetLastErrors().empty());
+}
+
+TEST_F(ConnectionOperations, ClearsTheErrorsOfTheCallBefore)
+{
+    EXPECT_EQ(connection->GetResourceWithContent(999).id, 0);
+    EXPECT_FALSE(connection->GetLastErrors().empty());
+    EXPECT_EQ(connection->GetProjects().size(), 7u);
+    EXPECT_TRUE(connection->GetLastErrors().empty());
+}
+
+TEST_F(ConnectionOperations, CreatesAnInboxOnce)
+{
+    ASSERT_TRUE(connection->CreateUserInbox(L"Optimal Lines"));
+    ASSERT_TRUE(listener.WaitForChanges(1));
+    EXPECT_EQ(service.Requests().back().request.target, "/v1/projects/Optimal%20Lines/user-inbox");
+    const auto change = listener.Changes()[0];
+    EXPECT_EQ(change.containerKind, 1);
+    const auto resources =
+        connection->GetProjectResources(static_cast<std::int64_t>(change.containerId));
+    ASSERT_EQ(resources.size(), 1u);
+    EXPECT_EQ(resources.front().id, change.resourceId);
+    EXPECT_TRUE(connection->CreateUserInbox(L"Optimal Lines")) << "it exists afterwards";
+    EXPECT_FALSE(connection->CreateUserInbox(L"No such project"));
+    EXPECT_EQ(FirstText(), L"The folder on the service does not exist.");
+}
+
+TEST_F(ConnectionOperations, AnUploadShowsAtOnceAndIsToldOnce)
+{
+    ASSERT_TRUE(Upload("a.zip", "abc"));
+    const Ids files = service.FileIds(inbox);
+    EXPECT_EQ(ListedFiles(), files);
+    ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(files.at(0))));
+    const std::int64_t later = service.AddFile(inbox, "b.zip", "x");
+    ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(later)));
+    EXPECT_EQ(listener.Changes().size(), 2u) << "one for each file, although there was an event";
+}
+
+TEST_F(ConnectionOperations, ADeleteShowsAtOnceAndIsToldOnce)
+{
+    ASSERT_TRUE(Upload("a.zip", "abc"));
+    const std::int64_t file = ListedFiles().at(0);
+    ASSERT_TRUE(connection->Delete(file));
+    EXPECT_TRUE(ListedFiles().empty());
+    EXPECT_NE(service.Requests().back().Header("If-Match"), "");
+    const std::int64_t later = service.AddFile(inbox, "b.zip", "x");
+    ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(later)));
+    EXPECT_EQ(listener.Changes().size(), 3u);
+    EXPECT_EQ(ListedFiles(), (Ids{later}));
+}
+
+TEST_F(ConnectionOperations, ALostRaceSaysThatTheFileIsGone)
+{
+    const std::int64_t file = service.AddFile(inbox, "a.zip", "abc");
+    ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(file)));
+    for (const int status : {404, 412}) {
+        const std::string name = status == 404 ? "not-found" : "precondition-failed";
+        service.FailNext(Answer("DELETE /v1/resources/", Problem(status, name)));
+        EXPECT_FALSE(connection->Delete(file));
+        EXPECT_EQ(FirstText(), L"File no longer exists.");
+    }
+    EXPECT_FALSE(connection->Delete(999));
+    EXPECT_EQ(FirstText(), L"File no longer exists.");
+    EXPECT_FALSE(connection->Download(999, folder.WidePath("x").c_str()));
+    EXPECT_EQ(FirstText(), L"File no longer exists.");
+}
+
+TEST_F(ConnectionOperations, ADeleteWhoseAnswerWasLostIsDone)
+{
+    ASSERT_TRUE(Upload("a.zip", "abc"));
+    Fault fault = Drop("DELETE /v1/resources/");
+    fault.kind = Fault::EKind::eDropAfter;
+    service.FailNext(fault);
+    EXPECT_TRUE(connection->Delete(ListedFiles().at(0)));
+    EXPECT_TRUE(service.FileIds(inbox).empty());
+}
+
+TEST_F(ConnectionOperations, DownloadsWhatItListed)
+{
+    const std::int64_t file = service.AddFile(inbox, "a.zip", "abc");
+    ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(file)));
+    const int before = service.Count("");
+    ASSERT_TRUE(connection->Download(file, folder.WidePath("got.zip").c_str()));
+    EXPECT_EQ(folder.Read("got.zip"), "abc");
+    EXPECT_EQ(service.Count(""), before + 1);
+}
+
+TEST_F(ConnectionOperations, ListsAHostileNameButDoesNotFetchIt)
+{
+    const std::int64_t file = service.AddFile(inbox, "../a<b>.zip", "abc");
+    ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(file)));
+    EXPECT_EQ(connection->GetResourceWithContent(file).name, L"../a<b>.zip");
+    EXPECT_FALSE(connection->Download(file, folder.WidePath("a.zip").c_str()));
+    EXPECT_EQ(FirstText(), L"../a&lt;b&gt;.zip has a name that the console cannot use.");
+    EXPECT_EQ(folder.EntryCount(), 0u);
+}
+
+TEST_F(ConnectionOperations, RefusesArgumentsThatMakeNoSense)
+{
+    EXPECT_FALSE(connection->Upload(folder.WidePath("a").c_str(), {}));
+    EXPECT_FALSE(connection->GetLastErrors().empty());
+    EXPECT_FALSE(connection->Upload(nullptr, {1}));
+    EXPECT_FALSE(connection->Download(1, nullptr));
+    EXPECT_FALSE(connection->GetLastErrors().empty());
+}
+
+TEST_F(ConnectionOperations, TheAbortCheckEndsACall)
+{
+    connection->SetAbortCheck([] { return true; });
+    EXPECT_FALSE(Upload("a.zip", "x"));
+    EXPECT_EQ(FirstText(), L"The operation was stopped before it was done.");
+    EXPECT_FALSE(connection->SendEnvironment({}));
+    EXPECT_EQ(connection->GetProjects().size(), 7u) << "needs no waiting";
+    connection->SetAbortCheck({});
+    EXPECT_TRUE(Upload("a.zip", "x"));
+}
+
+TEST_F(ConnectionOperations, ReportsTheEnvironment)
+{
+    api::Environment environment;
+    environment.timeStampMs = 1'700'000'000'123;
+    environment.console.consoleString = L"Konsole 7ä";
+    environment.console.number5 = 4;
+    environment.controller.deviceKind = L"Controller";
+    environment.controller.number8 = 3;
+    ASSERT_TRUE(connection->SendEnvironment(environment));
+    const SentRequest sent = service.Requests().back();
+    EXPECT_EQ(sent.Line(), "PUT /v1/environment");
+    const auto body = nlohmann::json::parse(sent.content);
+    EXPECT_EQ(body["timestamp_ms"], 1'700'000'000'123);
+    EXPECT_EQ(body["console"]["console_string"], "Konsole 7ä");
+    EXPECT_EQ(body["console"]["number5"], 4);
+    EXPECT_EQ(body["console"].size(), 11u);
+    EXPECT_EQ(body["controller"]["kind"], "Controller");
+    EXPECT_EQ(body["controller"]["number8"], 3);
+    EXPECT_EQ(body["controller"].size(), 8u);
+}
+
+TEST_F(ConnectionOperations, ReportsDevices)
+{
+    api::Environment::MeasDeviceReport report;
+    report.timeStampMs = 5;
+    report.device.hardwareAddress = L"00:11";
+    report.state = api::Environment::eConnected;
+    ASSERT_TRUE(connection->MeasDeviceConnected(report, true));
+    auto body = nlohmann::json::parse(service.Requests().back().content);
+    EXPECT_EQ(service.Requests().back().Line(), "PUT /v1/devices");
+    EXPECT_EQ(body["state"], 1);
+    EXPECT_EQ(body["flag"], true);
+    EXPECT_EQ(body["device"]["hardware_address"], "00:11");
+    report.state = api::Environment::eDisconnected;
+    EXPECT_NE(connection->MeasDeviceDisconnected(report, false), 0);
+    body = nlohmann::json::parse(service.Requests().back().content);
+    EXPECT_EQ(body["state"], 0);
+    EXPECT_EQ(body["flag"], false);
+}
+
+TEST_F(ConnectionOperations, SendsAPositionBesideTheCalls)
+{
+    ASSERT_TRUE(connection->ReportPosition({1'700'000'000, 52.25, -5.5}));
+    ASSERT_TRUE(service.WaitForRequests("POST /v1/positions", 1));
+    for (const SentRequest& sent : service.Requests()) {
+        if (sent.Line() != "POST /v1/positions")
+            continue;
+        const auto body = nlohmann::json::parse(sent.content);
+        EXPECT_EQ(body["time_s"], 1'700'000'000);
+        EXPECT_EQ(body["latitude"], 52.25);
+        EXPECT_EQ(body["longitude"], -5.5);
+    }
+}
+
+TEST_F(ConnectionOperations, DropsAPositionThatCannotBeSent)
+{
+    service.FailNext(Drop("POST /v1/positions"));
+    ASSERT_TRUE(connection->ReportPosition({1, 1.0, 1.0}));
+    ASSERT_TRUE(service.WaitForRequests("POST /v1/positions", 1));
+    ASSERT_TRUE(connection->ReportPosition({2, 2.0, 2.0}));
+    ASSERT_TRUE(service.WaitForRequests("POST /v1/positions", 2));
+    EXPECT_EQ(nlohmann::json::parse(service.Requests().back().content)["time_s"], 2);
+}
+
+} // namespace kesdk::test

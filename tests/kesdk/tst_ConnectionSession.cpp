@@ -1,0 +1,285 @@
+// Login, logout, loss of link and loss of session.
+#include "support/ConnectionFixture.h"
+
+namespace kesdk::test {
+
+namespace {
+
+using States = std::vector<std::int32_t>;
+
+class ConnectionSession : public ConnectionFixture
+{};
+
+} // namespace
+
+TEST_F(ConnectionSession, LogsInWithThreeRequests)
+{
+    EXPECT_FALSE(connection->IsLoggedIn());
+    LogIn();
+    EXPECT_TRUE(connection->IsLoggedIn());
+    EXPECT_EQ(listener.States(), (States{1, 3}));
+    EXPECT_EQ(connection->GetCurrentUser().name, L"olga");
+    EXPECT_EQ(service.Count(""), 3);
+    EXPECT_EQ(service.Count("GET /v1/events"), 1);
+    EXPECT_TRUE(connection->GetLastLoginErrors().empty());
+}
+
+TEST_F(ConnectionSession, AsksForACompressedSnapshot)
+{
+    LogIn();
+    for (const SentRequest& sent : service.Requests())
+        EXPECT_EQ(sent.request.acceptsGzip, sent.Line() == "GET /v1/account");
+}
+
+TEST_F(ConnectionSession, TellsNobodyThePassword)
+{
+    LogIn();
+    for (const SentRequest& sent : service.Requests()) {
+        EXPECT_EQ(sent.content.find("correct horse") != std::string::npos,
+                  sent.Line() == "POST /v1/sessions");
+        EXPECT_EQ(sent.Header("Authorization").empty(), sent.Line() == "POST /v1/sessions");
+    }
+}
+
+TEST_F(ConnectionSession, FailsWithAWrongPassword)
+{
+    ASSERT_TRUE(connection->Login(L"olga", L"wrong", nullptr, 0));
+    ASSERT_TRUE(listener.WaitForState(api::eLoginFailed));
+    EXPECT_EQ(listener.States(), (States{1, 4}));
+    EXPECT_FALSE(connection->IsLoggedIn());
+    const auto errors = connection->GetLastLoginErrors();
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(errors.front().text1, L"The user name or the password is wrong.");
+    EXPECT_TRUE(connection->GetLastErrors().empty());
+    EXPECT_EQ(service.Count(""), 1) << "a guess is made once";
+    LogIn();
+    EXPECT_TRUE(connection->GetLastLoginErrors().empty());
+}
+
+TEST_F(ConnectionSession, SaysHowLongALoginIsLocked)
+{
+    impl::HttpResponse locked = Problem(429, "login-throttled");
+    locked.headers.push_back({"Retry-After", "90"});
+    service.FailNext(Answer("POST /v1/sessions", locked));
+    ASSERT_TRUE(connection->Login(L"olga", L"x", nullptr, 0));
+    ASSERT_TRUE(listener.WaitForState(api::eLoginFailed));
+    EXPECT_EQ(connection->GetLastLoginErrors().front().text1,
+              L"Too many failed logins: the account is locked for 90 seconds.");
+}
+
+TEST_F(ConnectionSession, FailsWithoutALink)
+{
+    service.SetOnline(false);
+    ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+    ASSERT_TRUE(listener.WaitForState(api::eLoginFailed));
+    EXPECT_EQ(connection->GetLastLoginErrors().front().text1, L"The service does not answer.");
+}
+
+TEST_F(ConnectionSession, RetriesSnapshotAndStreamWhileItLogsIn)
+{
+    service.FailNext(Drop("GET /v1/account"));
+    service.FailNext(Drop("GET /v1/events"));
+    LogIn();
+    EXPECT_EQ(listener.States(), (States{1, 3}));
+}
+
+TEST_F(ConnectionSession, FailsAndEndsTheTokenWhenThereIsNoStream)
+{
+    for (int i = 0; i < 3; ++i)
+        service.FailNext(Drop("GET /v1/events"));
+    ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+    ASSERT_TRUE(listener.WaitForState(api::eLoginFailed));
+    EXPECT_EQ(listener.States(), (States{1, 4}));
+    EXPECT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
+    EXPECT_FALSE(connection->IsLoggedIn());
+}
+
+TEST_F(ConnectionSession, FailsWhenTheServiceTalksNonsense)
+{
+    service.FailNext(Answer("POST /v1/sessions", Reply(201, "<html>")));
+    ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+    ASSERT_TRUE(listener.WaitForState(api::eLoginFailed));
+    EXPECT_EQ(connection->GetLastLoginErrors().front().code,
+              static_cast<std::int32_t>(impl::EErrorCode::eBadReply));
+}
+
+TEST_F(ConnectionSession, LogoutEndsTheSessionEverywhere)
+{
+    LogIn();
+    EXPECT_TRUE(connection->Logout());
+    EXPECT_FALSE(connection->IsLoggedIn());
+    ASSERT_TRUE(listener.WaitForState(api::eNotLoggedIn));
+    EXPECT_EQ(listener.States(), (States{1, 3, 0}));
+    EXPECT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
+    ASSERT_TRUE(service.WaitForStreams(0));
+    EXPECT_FALSE(connection->Logout());
+    EXPECT_EQ(FirstText(), L"You are not logged in.");
+}
+
+TEST_F(ConnectionSession, LogoutSucceedsWithoutALink)
+{
+    LogIn();
+    service.SetOnline(false);
+    EXPECT_TRUE(connection->Logout());
+    EXPECT_FALSE(connection->IsLoggedIn());
+    ASSERT_TRUE(listener.WaitForState(api::eNotLoggedIn));
+}
+
+TEST_F(ConnectionSession, LogoutIgnoresTheAbortCheck)
+{
+    LogIn();
+    connection->SetAbortCheck([] { return true; });
+    EXPECT_TRUE(connection->Logout());
+    EXPECT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
+}
+
+TEST_F(ConnectionSession, ALoginReplacesTheSessionThatStands)
+{
+    LogIn();
+    ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+    ASSERT_TRUE(listener.WaitForStates(4));
+    EXPECT_EQ(listener.States(), (States{1, 3, 1, 3}));
+    EXPECT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
+    ASSERT_TRUE(service.WaitForStreams(1));
+}
+
+TEST_F(ConnectionSession, AFailedLoginLeavesNoSession)
+{
+    LogIn();
+    ASSERT_TRUE(connection->Login(L"olga", L"wrong", nullptr, 0));
+    ASSERT_TRUE(listener.WaitForState(api::eLoginFailed));
+    EXPECT_FALSE(connection->IsLoggedIn());
+    EXPECT_TRUE(connection->GetProjects().empty());
+}
+
+TEST_F(ConnectionSession, ReconnectsWhenTheStreamEnds)
+{
+    LogIn();
+    service.CloseStreams();
+    ASSERT_TRUE(listener.WaitForStates(4));
+    EXPECT_EQ(listener.States(), (States{1, 3, 2, 3}));
+    EXPECT_TRUE(connection->IsLoggedIn());
+    const std::int64_t file = service.AddFile(inbox, "a.zip", "x");
+    EXPECT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
+}
+
+TEST_F(ConnectionSession, MissesNothingWhileTheLinkIsLost)
+{
+    LogIn();
+    service.SetOnline(false);
+    ASSERT_TRUE(listener.WaitForState(api::eReconnecting));
+    EXPECT_TRUE(connection->IsLoggedIn());
+    EXPECT_EQ(connection->GetProjects().size(), 7u) << "from the last snapshot";
+    const std::int64_t file = service.AddFile(inbox, "a.zip", "x");
+    service.SetOnline(true);
+    ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
+    EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{file}));
+    EXPECT_EQ(service.Count("GET /v1/account"), 1) << "the stream was resumed";
+}
+
+TEST_F(ConnectionSession, FetchesTheSnapshotAnewWhenItCannotResume)
+{
+    LogIn();
+    const std::int64_t lost = service.AddFileSilently(inbox, "lost.zip", "x");
+    service.ForgetEvents();
+    service.CloseStreams();
+    ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), 0));
+    EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{lost}));
+    EXPECT_EQ(listener.Changes().size(), 1u) << "only what differs";
+    const std::int64_t next = service.AddFile(inbox, "next.zip", "x");
+    EXPECT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(next)));
+}
+
+TEST_F(ConnectionSession, FetchesTheSnapshotAnewAfterAnEventItCannotRead)
+{
+    LogIn();
+    const std::int64_t lost = service.AddFileSilently(inbox, "lost.zip", "x");
+    service.SendOnStreams("event: file-added\ndata: {\"entry\":17}\n\n");
+    ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), 0));
+    EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{lost}));
+}
+
+TEST_F(ConnectionSession, IgnoresEventsOfNoConcern)
+{
+    LogIn();
+    service.SendOnStreams("event: console-moved\ndata: nonsense\n\n");
+    const std::int64_t file = service.AddFile(inbox, "a.zip", "x");
+    EXPECT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
+    EXPECT_EQ(service.Count("GET /v1/account"), 1);
+}
+
+TEST_F(ConnectionSession, ReportsASessionThatTheServiceEndedOnce)
+{
+    LogIn();
+    service.EndSessions("revoked");
+    ASSERT_TRUE(listener.WaitForState(api::eNotLoggedIn));
+    EXPECT_FALSE(connection->IsLoggedIn());
+    EXPECT_FALSE(connection->Logout());
+    EXPECT_EQ(listener.States(), (States{1, 3, 0}));
+    ASSERT_TRUE(service.WaitForStreams(0));
+}
+
+TEST_F(ConnectionSession, ARefusedTokenEndsTheSession)
+{
+    LogIn();
+    service.RevokeTokens();
+    EXPECT_FALSE(connection->SendEnvironment({}));
+    EXPECT_EQ(FirstText(), L"Your session has ended.");
+    ASSERT_TRUE(listener.WaitForState(api::eNotLoggedIn));
+    EXPECT_EQ(listener.States(), (States{1, 3, 0}));
+    EXPECT_FALSE(connection->IsLoggedIn());
+    ASSERT_TRUE(service.WaitForStreams(0));
+}
+
+TEST_F(ConnectionSession, ATokenThatExpiredMeanwhileEndsTheSession)
+{
+    LogIn();
+    service.RevokeTokens();
+    service.CloseStreams();
+    ASSERT_TRUE(listener.WaitForState(api::eNotLoggedIn));
+    EXPECT_FALSE(connection->IsLoggedIn());
+}
+
+TEST_F(ConnectionSession, ARefusedPositionEndsTheSession)
+{
+    LogIn();
+    service.RevokeTokens();
+    EXPECT_TRUE(connection->ReportPosition({1, 52.0, 5.0}));
+    ASSERT_TRUE(listener.WaitForState(api::eNotLoggedIn));
+    EXPECT_FALSE(connection->ReportPosition({1, 52.0, 5.0}));
+}
+
+TEST_F(ConnectionSession, DestructionEndsTheStream)
+{
+    LogIn();
+    connection->Unsubscribe(&listener);
+    connection.reset();
+    EXPECT_EQ(service.StreamCount(), 0);
+}
+
+TEST_F(ConnectionSession, IsCalledOnItsOwnThread)
+{
+    LogIn();
+    EXPECT_NE(listener.Thread(), std::this_thread::get_id());
+}
+
+TEST_F(ConnectionSession, FailsEverythingAtOnceWithoutASession)
+{
+    EXPECT_TRUE(connection->GetProjects().empty());
+    EXPECT_EQ(FirstText(), L"You are not logged in.");
+    EXPECT_TRUE(connection->GetProjectResources(1).empty());
+    EXPECT_EQ(connection->GetResourceWithContent(inbox).id, 0);
+    EXPECT_EQ(connection->GetCurrentUser().id, 0);
+    EXPECT_FALSE(connection->CreateUserInbox(L"Curves"));
+    EXPECT_FALSE(Upload("a.zip", "x"));
+    EXPECT_FALSE(connection->Download(1, folder.WidePath("b").c_str()));
+    EXPECT_FALSE(connection->Delete(1));
+    EXPECT_FALSE(connection->SendEnvironment({}));
+    EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
+    EXPECT_EQ(connection->MeasDeviceDisconnected({}, false), 0);
+    EXPECT_FALSE(connection->ReportPosition({}));
+    EXPECT_EQ(FirstText(), L"You are not logged in.");
+    EXPECT_EQ(service.Count(""), 0);
+}
+
+} // namespace kesdk::test

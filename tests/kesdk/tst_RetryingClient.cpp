@@ -1,0 +1,162 @@
+// What is repeated, how often, and after which pauses.
+#include "client/RetryingClient.h"
+#include "support/FakeTime.h"
+#include "support/FakeTransport.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+
+namespace kesdk::impl {
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::Drop;
+using test::Reply;
+using Sleeps = std::vector<std::chrono::milliseconds>;
+
+class RetryingClientTest : public testing::Test
+{
+protected:
+    HttpOutcome Good(int status, std::vector<HttpHeader> headers = {})
+    {
+        return test::Respond(HttpRequest(), Reply(status, {}, std::move(headers)));
+    }
+
+    HttpOutcome Perform() { return client.Perform(get, policy, abort); }
+
+    std::shared_ptr<test::FakeTime> time = std::make_shared<test::FakeTime>();
+    std::deque<HttpOutcome> outcomes;
+    std::vector<HttpRequest> sent;
+    std::chrono::milliseconds lasts{0};
+    AbortCheck abort;
+    test::FakeTransport transport{[this](const HttpRequest& request, const AbortCheck&) {
+        sent.push_back(request);
+        time->Advance(lasts);
+        HttpOutcome outcome = outcomes.front();
+        outcomes.pop_front();
+        return outcome;
+    }};
+    test::FakeClock clock{time};
+    test::FakeSleeper sleeper{time};
+    test::FixedJitter jitter{1.0};
+    RetryingClient client{transport, clock, sleeper, jitter};
+    HttpRequest get;
+    RetryPolicy policy{4, 500ms, 1500ms, 0ms};
+};
+
+} // namespace
+
+TEST_F(RetryingClientTest, RepeatsADroppedGetWithGrowingPauses)
+{
+    outcomes = {Drop(), Drop(), Drop(), Good(200)};
+    EXPECT_EQ(Perform().response.status, 200);
+    EXPECT_EQ(time->Sleeps(), (Sleeps{500ms, 1000ms, 1500ms}));
+}
+
+TEST_F(RetryingClientTest, LeavesHalfOfAPauseToChance)
+{
+    test::FixedJitter least{0.0};
+    RetryingClient other(transport, clock, sleeper, least);
+    outcomes = {Drop(), Drop(), Good(200)};
+    other.Perform(get, policy, {});
+    EXPECT_EQ(time->Sleeps(), (Sleeps{250ms, 500ms}));
+}
+
+TEST_F(RetryingClientTest, GivesUpAfterTheLastAttempt)
+{
+    outcomes = {Drop(), Drop(), Drop(), Drop()};
+    EXPECT_TRUE(Perform().failure.Is(EErrorCode::eDropped));
+    EXPECT_EQ(sent.size(), 4u);
+}
+
+TEST_F(RetryingClientTest, HonoursRetryAfter)
+{
+    outcomes = {Good(503, {{"Retry-After", "7"}}), Good(429, {{"retry-after", "2"}}), Good(200)};
+    EXPECT_EQ(Perform().response.status, 200);
+    EXPECT_EQ(time->Sleeps(), (Sleeps{7s, 2s}));
+}
+
+TEST_F(RetryingClientTest, DoesNotRepeatWhatWillNotPass)
+{
+    for (const int status : {400, 401, 403, 404, 409, 412, 500, 507}) {
+        outcomes = {Good(status)};
+        EXPECT_EQ(Perform().response.status, status);
+    }
+    outcomes = {Drop(EErrorCode::eWrongHostName)};
+    EXPECT_TRUE(Perform().failure.Is(EErrorCode::eWrongHostName));
+    EXPECT_TRUE(time->Sleeps().empty());
+}
+
+TEST_F(RetryingClientTest, DoesNotRepeatAPostThatIsNotKeyed)
+{
+    get.method = "POST";
+    outcomes = {Drop()};
+    Perform();
+    EXPECT_EQ(sent.size(), 1u);
+}
+
+TEST_F(RetryingClientTest, RepeatsAPostThatIsKeyedOrMarked)
+{
+    get.method = "POST";
+    get.headers = {{"Idempotency-Key", "k"}};
+    outcomes = {Drop(), Good(201)};
+    EXPECT_EQ(Perform().response.status, 201);
+    get.headers.clear();
+    get.isRepeatable = true;
+    outcomes = {Drop(), Good(201)};
+    EXPECT_EQ(Perform().response.status, 201);
+}
+
+TEST_F(RetryingClientTest, RepeatsPutAndDelete)
+{
+    for (const char* method : {"PUT", "DELETE", "HEAD"}) {
+        get.method = method;
+        outcomes = {Drop(), Good(204)};
+        EXPECT_EQ(Perform().response.status, 204) << method;
+    }
+}
+
+TEST_F(RetryingClientTest, StopsBeforeTheTimeIsOver)
+{
+    policy.total = 2s;
+    lasts = 600ms;
+    outcomes = {Drop(), Drop(), Good(200)};
+    EXPECT_TRUE(Perform().failure.Is(EErrorCode::eDropped));
+    EXPECT_EQ(time->Sleeps(), (Sleeps{500ms}));
+    ASSERT_EQ(sent.size(), 2u);
+    EXPECT_EQ(sent[0].limits.total, 2s);
+    EXPECT_EQ(sent[1].limits.total, 900ms) << "what is left of the time";
+    EXPECT_EQ(sent[1].limits.connect, 900ms);
+}
+
+TEST_F(RetryingClientTest, KeepsAShorterLimitOfOneTry)
+{
+    policy.total = 20s;
+    get.limits.total = 9s;
+    outcomes = {Good(200)};
+    Perform();
+    EXPECT_EQ(sent[0].limits.total, 9s);
+    EXPECT_EQ(sent[0].limits.connect, 10s);
+}
+
+TEST_F(RetryingClientTest, AbortEndsThePause)
+{
+    bool isAborted = false;
+    abort = [&] { return isAborted; };
+    outcomes = {Drop()};
+    isAborted = true;
+    EXPECT_TRUE(Perform().failure.Is(EErrorCode::eAborted));
+}
+
+TEST_F(RetryingClientTest, SaysWhenAnEarlierTryMayHaveArrived)
+{
+    get.method = "DELETE";
+    outcomes = {Drop(EErrorCode::eRefused), Good(404)};
+    EXPECT_FALSE(Perform().mayHaveRunBefore);
+    outcomes = {Drop(EErrorCode::eDropped), Good(404)};
+    EXPECT_TRUE(Perform().mayHaveRunBefore);
+}
+
+} // namespace kesdk::impl
