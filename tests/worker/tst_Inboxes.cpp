@@ -1,0 +1,336 @@
+// The user's inboxes: finding them, and making those that are missing.
+#include "support/GuiTestMain.h"
+#include "tests/worker/TTranslations.h"
+#include "tests/worker/TWorkerFixture.h"
+#include "worker/ServiceProjects.h"
+
+#include <QtTest/QtTest>
+
+using fakes::FakeCall;
+using fakes::FakeErrors;
+using fakes::FakeOperation;
+using fakes::OneError;
+using kesdk::api::EnterpriseResource;
+
+class tst_Inboxes : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theProjectNamesAreTheServices();
+    void findsEachProjectByItsName();
+    void aProjectIsFoundByItsExactNameOnly_data();
+    void aProjectIsFoundByItsExactNameOnly();
+    void ofTwoProjectsOfOneNameTheFirstCounts();
+    void findsTheInboxOfTheCurrentUser();
+    void asksForTheUserAfreshForEachCandidate();
+    void skipsWhatIsNoUserInbox();
+    void ofTwoOwnInboxesTheFirstCounts();
+    void idsHave64Bits();
+    void aMissingProjectHasNoInbox();
+    void aMissingProjectsResourcesAreNotAskedFor();
+    void creatingAnExistingInboxAsksNothingOfTheService();
+    void creatingAMissingInboxAsksForItByTheProjectsName();
+    void creatingReportsTheServicesAnswer();
+    void theCheckAppendsTheMissingKindsInOrder();
+    void settingUpNothingEmitsNothing();
+    void progressIsTruncatedPercent_data();
+    void progressIsTruncatedPercent();
+    void aFailedCreationIsARecordAndTheLoopGoesOn();
+    void theTextsAreTranslatedBeforeTheNameIsFilledIn();
+    void theCancelIsRevertedBeforeTheCompletion();
+};
+
+namespace {
+
+using TFound = std::pair<bool, qint64>;
+
+EnterpriseResource Resource(std::int64_t id, std::int32_t kind, std::int64_t owner)
+{
+    EnterpriseResource resource;
+    resource.id = id;
+    resource.kind = kind;
+    resource.ownerUserId = owner;
+    return resource;
+}
+
+// A worker on a farm without inboxes.
+class TEmptyFarm : public TWorkerFixture
+{
+public:
+    TEmptyFarm()
+    {
+        Sdk().Reset();
+        userId = Farm().AddUser(L"olga", L"secret");
+    }
+};
+
+} // namespace
+
+void tst_Inboxes::theProjectNamesAreTheServices()
+{
+    const std::vector<std::wstring> expected = {L"To Console",   L"From Console", L"AB Lines",
+                                                L"Curves",       L"Pivots",       L"Optimal Lines",
+                                                L"Project Lines"};
+    QCOMPARE(std::size(SERVICE_PROJECT_NAMES), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i)
+        QVERIFY(expected[i] == SERVICE_PROJECT_NAMES[i]);
+}
+
+void tst_Inboxes::findsEachProjectByItsName()
+{
+    TWorkerFixture f;
+    f.Start();
+    for (int kind = 0; kind < KELVO_PROJECT_COUNT; ++kind) {
+        const TFound found = f.worker->GetProjectInboxId(static_cast<EKelvoProjects>(kind));
+        QVERIFY(found.first);
+        QCOMPARE(found.second, qint64(f.Farm().ProjectId(SERVICE_PROJECT_NAMES[kind])));
+    }
+}
+
+void tst_Inboxes::aProjectIsFoundByItsExactNameOnly_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char* name : {"to console", "To console", "TO CONSOLE", "To Console ", " To Console",
+                             "To  Console", "To Consol", "To Consoles", ""})
+        QTest::newRow(*name ? name : "empty") << QString::fromLatin1(name);
+}
+
+void tst_Inboxes::aProjectIsFoundByItsExactNameOnly()
+{
+    QFETCH(QString, name);
+    TEmptyFarm f;
+    f.Farm().AddProject(name.toStdWString());
+    f.Farm().AddInbox(name.toStdWString(), f.userId);
+    f.Start();
+    QCOMPARE(f.worker->GetProjectInboxId(ePrescriptionMaps), TFound(false, 0));
+    QCOMPARE(f.worker->GetToConsoleProjectUserInboxId(ePrescriptionMaps), TFound(false, 0));
+}
+
+void tst_Inboxes::ofTwoProjectsOfOneNameTheFirstCounts()
+{
+    TEmptyFarm f;
+    const std::int64_t first = f.Farm().AddProject(L"Curves");
+    f.Farm().AddProject(L"Curves");
+    f.Start();
+    QCOMPARE(f.worker->GetProjectInboxId(eCurves), TFound(true, first));
+}
+
+void tst_Inboxes::findsTheInboxOfTheCurrentUser()
+{
+    TEmptyFarm f;
+    f.Farm().AddTheSevenProjects();
+    const std::int64_t other = f.Farm().AddUser(L"piet", L"word");
+    f.Farm().AddInbox(L"Curves", other);
+    f.Start();
+    QCOMPARE(f.worker->GetToConsoleProjectUserInboxId(eCurves), TFound(false, 0));
+    const std::int64_t own = f.Farm().AddInbox(L"Curves", f.userId);
+    QCOMPARE(f.worker->GetToConsoleProjectUserInboxId(eCurves), TFound(true, own));
+}
+
+void tst_Inboxes::asksForTheUserAfreshForEachCandidate()
+{
+    TEmptyFarm f;
+    f.Farm().AddTheSevenProjects();
+    for (const wchar_t* name : {L"a", L"b", L"c"})
+        f.Farm().AddInbox(L"Curves", f.Farm().AddUser(name, L"x"));
+    f.Farm().AddRawInbox(f.Farm().ProjectId(L"Curves"), Resource(900, 1, f.userId));
+    f.Farm().AddInbox(L"Curves", f.userId);
+    f.Farm().AddInbox(L"Curves", f.userId);
+    f.Start();
+    QVERIFY(f.worker->GetToConsoleProjectUserInboxId(eCurves).first);
+    QCOMPARE(f.Script().Count(FakeOperation::eGetCurrentUser), std::size_t(4));
+}
+
+void tst_Inboxes::skipsWhatIsNoUserInbox()
+{
+    TEmptyFarm f;
+    f.Farm().AddTheSevenProjects();
+    const std::int64_t project = f.Farm().ProjectId(L"Curves");
+    for (const std::int32_t kind : {0, 1, 3, 4, -2})
+        f.Farm().AddRawInbox(project, Resource(900 + kind, kind, f.userId));
+    f.Start();
+    QCOMPARE(f.worker->GetToConsoleProjectUserInboxId(eCurves), TFound(false, 0));
+    QCOMPARE(f.Script().Count(FakeOperation::eGetCurrentUser), std::size_t(0));
+    f.Farm().AddRawInbox(project, Resource(77, 2, f.userId));
+    QCOMPARE(f.worker->GetToConsoleProjectUserInboxId(eCurves), TFound(true, 77));
+}
+
+void tst_Inboxes::ofTwoOwnInboxesTheFirstCounts()
+{
+    TEmptyFarm f;
+    f.Farm().AddTheSevenProjects();
+    const std::int64_t project = f.Farm().ProjectId(L"Curves");
+    f.Farm().AddRawInbox(project, Resource(501, 2, f.userId));
+    f.Farm().AddRawInbox(project, Resource(500, 2, f.userId));
+    f.Start();
+    QCOMPARE(f.worker->GetToConsoleProjectUserInboxId(eCurves), TFound(true, 501));
+}
+
+void tst_Inboxes::idsHave64Bits()
+{
+    TEmptyFarm f;
+    f.Farm().SetNextId(0x7FFFFFFF00000001LL);
+    const std::int64_t project = f.Farm().AddProject(L"Curves");
+    const std::int64_t inbox = f.Farm().AddInbox(L"Curves", f.userId);
+    f.Start();
+    QCOMPARE(f.worker->GetProjectInboxId(eCurves), TFound(true, project));
+    QCOMPARE(f.worker->GetToConsoleProjectUserInboxId(eCurves), TFound(true, inbox));
+}
+
+void tst_Inboxes::aMissingProjectHasNoInbox()
+{
+    TEmptyFarm f;
+    f.Start();
+    for (int kind = 0; kind < KELVO_PROJECT_COUNT; ++kind) {
+        const auto project = static_cast<EKelvoProjects>(kind);
+        QCOMPARE(f.worker->GetProjectInboxId(project), TFound(false, 0));
+        QCOMPARE(f.worker->GetToConsoleProjectUserInboxId(project), TFound(false, 0));
+    }
+}
+
+void tst_Inboxes::aMissingProjectsResourcesAreNotAskedFor()
+{
+    TEmptyFarm f;
+    f.Start();
+    f.worker->GetToConsoleProjectUserInboxId(eCurves);
+    QCOMPARE(f.Script().Count(FakeOperation::eGetProjectResources), std::size_t(0));
+}
+
+void tst_Inboxes::creatingAnExistingInboxAsksNothingOfTheService()
+{
+    TWorkerFixture f;
+    f.Start();
+    QVERIFY(f.worker->CreateUserInbox(eCurves));
+    QCOMPARE(f.Script().Count(FakeOperation::eCreateUserInbox), std::size_t(0));
+}
+
+void tst_Inboxes::creatingAMissingInboxAsksForItByTheProjectsName()
+{
+    TEmptyFarm f;
+    f.Farm().AddTheSevenProjects();
+    f.Start();
+    for (int kind = 0; kind < KELVO_PROJECT_COUNT; ++kind) {
+        QVERIFY(f.worker->CreateUserInbox(static_cast<EKelvoProjects>(kind)));
+        const FakeCall call = f.Script().Calls(FakeOperation::eCreateUserInbox).back();
+        QVERIFY(call.text == SERVICE_PROJECT_NAMES[kind]);
+        QVERIFY(f.Farm().InboxId(SERVICE_PROJECT_NAMES[kind], f.userId) != 0);
+    }
+    QCOMPARE(f.Script().Count(FakeOperation::eCreateUserInbox), std::size_t(7));
+}
+
+void tst_Inboxes::creatingReportsTheServicesAnswer()
+{
+    TEmptyFarm f; // without projects: the creation is tried anyway
+    f.Start();
+    QVERIFY(!f.worker->CreateUserInbox(eCurves));
+    QCOMPARE(f.Script().Count(FakeOperation::eCreateUserInbox), std::size_t(1));
+    QCOMPARE(f.Script().Count(FakeOperation::eGetLastErrors), std::size_t(0));
+}
+
+void tst_Inboxes::theCheckAppendsTheMissingKindsInOrder()
+{
+    TEmptyFarm f;
+    f.Farm().AddTheSevenProjects();
+    f.Farm().AddInbox(L"AB Lines", f.userId);
+    f.Farm().AddInbox(L"Project Lines", f.userId);
+    f.Start();
+    QList<EKelvoProjects> missing{eABLines}; // is not cleared
+    f.worker->CheckKelvoAccountSetup(missing);
+    QCOMPARE(missing, (QList<EKelvoProjects>{eABLines, ePrescriptionMaps, eJobReports, eCurves,
+                                             ePivots, eOptimalLines}));
+    QVERIFY(f.workerLog.All().isEmpty());
+}
+
+void tst_Inboxes::settingUpNothingEmitsNothing()
+{
+    TWorkerFixture f;
+    f.Start();
+    f.worker->SetupKelvoUserInboxes({});
+    QVERIFY(f.workerLog.All().isEmpty());
+    QVERIFY(f.Script().Calls().empty());
+}
+
+void tst_Inboxes::progressIsTruncatedPercent_data()
+{
+    QTest::addColumn<int>("kinds");
+    QTest::addColumn<QList<int>>("expected");
+    QTest::newRow("one") << 1 << QList<int>{0, 100};
+    QTest::newRow("two") << 2 << QList<int>{0, 50, 100};
+    QTest::newRow("three") << 3 << QList<int>{0, 33, 66, 100};
+    QTest::newRow("four") << 4 << QList<int>{0, 25, 50, 75, 100};
+    QTest::newRow("five") << 5 << QList<int>{0, 20, 40, 60, 80, 100};
+    QTest::newRow("six") << 6 << QList<int>{0, 16, 33, 50, 66, 83, 100};
+    QTest::newRow("seven") << 7 << QList<int>{0, 14, 28, 42, 57, 71, 85, 100};
+}
+
+void tst_Inboxes::progressIsTruncatedPercent()
+{
+    QFETCH(int, kinds);
+    QFETCH(QList<int>, expected);
+    TWorkerFixture f;
+    f.Start();
+    QList<EKelvoProjects> missing;
+    for (int kind = 0; kind < kinds; ++kind)
+        missing << static_cast<EKelvoProjects>(kind);
+    f.worker->SetupKelvoUserInboxes(missing);
+    QList<int> progress;
+    for (const auto& signal : f.workerLog.Of(QStringLiteral("KelvoUserInboxSetupInProgress")))
+        progress << signal.arguments.first().toInt();
+    QCOMPARE(progress, expected);
+    QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoUserInboxSetupComplete([])"));
+}
+
+void tst_Inboxes::aFailedCreationIsARecordAndTheLoopGoesOn()
+{
+    TEmptyFarm f;
+    f.Farm().AddTheSevenProjects();
+    f.Start();
+    f.Script().FailNth(FakeOperation::eCreateUserInbox, 2, OneError(L"not shown"));
+    f.worker->SetupKelvoUserInboxes({ePivots, eCurves, eJobReports});
+    QCOMPARE(f.workerLog.Texts(),
+             (QStringList{
+                 QStringLiteral("KelvoUserInboxSetupInProgress(0)"),
+                 QStringLiteral("KelvoUserInboxSetupInProgress(33)"),
+                 QStringLiteral("KelvoUserInboxSetupInProgress(66)"),
+                 QStringLiteral("KelvoUserInboxSetupInProgress(100)"),
+                 QStringLiteral("KelvoUserInboxSetupComplete([All files:Creation of user folder "
+                                "'Curves' failed])"),
+             }));
+    QVERIFY(f.Farm().InboxId(L"Pivots", f.userId) != 0);
+    QVERIFY(f.Farm().InboxId(L"Curves", f.userId) == 0);
+    QVERIFY(f.Farm().InboxId(L"From Console", f.userId) != 0);
+    QCOMPARE(f.Script().Count(FakeOperation::eGetLastErrors), std::size_t(0));
+}
+
+void tst_Inboxes::theTextsAreTranslatedBeforeTheNameIsFilledIn()
+{
+    const TTranslations translations(
+        {{"All files", "Alle Dateien"},
+         {"Creation of user folder '%1' failed", "Ordner \"%1\" fehlt"}});
+    TEmptyFarm f;
+    f.Start();
+    f.worker->SetupKelvoUserInboxes({eCurves});
+    QCOMPARE(f.workerLog.Texts().last(),
+             QStringLiteral("KelvoUserInboxSetupComplete([Alle Dateien:Ordner \"Curves\" fehlt])"));
+}
+
+void tst_Inboxes::theCancelIsRevertedBeforeTheCompletion()
+{
+    TEmptyFarm f;
+    f.Farm().AddTheSevenProjects();
+    f.Start();
+    f.Script().OnCall(FakeOperation::eCreateUserInbox,
+                      [&](const FakeCall&, const fakes::FakeAbortCheck&) {
+                          QObject::disconnect(f.worker.get(), nullptr, f.hub, nullptr);
+                          f.hub->OnCancelCurrentOperationRequested();
+                      });
+    QList<bool> cancelSeen;
+    connect(f.worker.get(), &TKelvoThreadObject::KelvoUserInboxSetupComplete, this,
+            [&] { cancelSeen << f.hub->IsCancelCurrentOperationRequested(); });
+    f.worker->SetupKelvoUserInboxes({eCurves});
+    QCOMPARE(cancelSeen, QList<bool>{false});
+}
+
+KELVO_GUI_TEST_MAIN(tst_Inboxes)
+#include "tst_Inboxes.moc"

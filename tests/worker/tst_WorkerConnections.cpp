@@ -1,0 +1,349 @@
+// The worker's table of connections: that each is there, that none is missing at the other end, and
+// what each does.
+#include "support/GuiTestMain.h"
+#include "tests/worker/TRunningWorker.h"
+#include "worker/TKESDKNotificationMgr.h"
+
+#include <QtCore/QTimer>
+#include <QtTest/QtTest>
+
+using fakes::FakeOperation;
+
+class tst_WorkerConnections : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyRowIsConnectedOnce_data();
+    void everyRowIsConnectedOnce();
+    void thereAreNoFurtherRows();
+    void everyManagerSignalIsConnectedOnce_data();
+    void everyManagerSignalIsConnectedOnce();
+    void cleanupTakesTheManagersConnectionsAway();
+    void workerReportsReachTheHub();
+    void progressIsRelayedSignalToSignal();
+    void aReportArrivesOnTheHubsThread();
+    void hubRequestsReachTheWorker();
+    void sdkStatesReachTheWorker();
+    void sdkChangesReachTheWorker();
+    void cancellingALoginAsksTheSdkNothing();
+};
+
+namespace {
+
+// One row of the table. An empty slot of the hub means its signal of the same signature.
+struct TRow
+{
+    const char* sender;
+    const char* signal;
+    const char* receiver;
+};
+
+constexpr TRow ROWS[] = {
+    {"gps", "GPSLost(bool)", "worker"},
+    {"timer", "timeout()", "worker"},
+    {"hub", "KelvoLoginRequested()", "worker"},
+    {"hub", "KelvoCancelLoginRequested()", "worker"},
+    {"hub", "KelvoLogoutRequested()", "worker"},
+    {"hub", "KelvoUploadRequested(int,QStringList)", "worker"},
+    {"hub", "KelvoDownloadRequested(int,QStringList,KelvoFileInfoList)", "worker"},
+    {"hub", "KelvoDeleteFilesRequested(int,QStringList,KelvoFileInfoList)", "worker"},
+    {"worker", "KelvoLoginInProgress()", "hub"},
+    {"worker", "KelvoLoggedIn()", "hub"},
+    {"worker", "KelvoLoggedOut()", "hub"},
+    {"worker", "KelvoLoginFailed(QString)", "hub"},
+    {"worker", "PostLoginChecksInProgress()", "hub"},
+    {"worker", "PostLoginChecksComplete()", "hub"},
+    {"worker", "KelvoUserInboxSetupInProgress(int)", "hub"},
+    {"worker", "KelvoUserInboxSetupComplete(KelvoFileTransferErrorDetailsList)", "hub"},
+    {"worker", "KelvoUploadingFile(int,QString)", "hub"},
+    {"worker", "KelvoUploadComplete(int,KelvoFileTransferErrorDetailsList)", "hub"},
+    {"worker", "KelvoDownloadingFile(int,QString)", "hub"},
+    {"worker", "KelvoDownloadComplete(int,KelvoFileTransferErrorDetailsList)", "hub"},
+    {"worker", "NewKelvoProjectFilesList(int,KelvoFileInfoList)", "hub"},
+    {"worker", "KelvoDeletingFile(int,QString)", "hub"},
+    {"worker", "KelvoDeleteComplete(int,KelvoFileTransferErrorDetailsList)", "hub"},
+};
+static_assert(std::size(ROWS) == 23, "the table has 23 rows");
+
+constexpr const char* MANAGER_SIGNALS[] = {
+    "NotLoggedIn()",
+    "LoginInProgress()",
+    "LoginSuccessful()",
+    "LoginFailed()",
+    "FileModifiedInUserInbox(long,ulong)",
+    "FileModifiedInProjectInbox(long,ulong)",
+};
+
+// Opens QObject's count of a signal's receivers.
+struct TReceiverCount : QObject
+{
+    static int Of(const QObject* object, const char* signature)
+    {
+        const QByteArray signal = QByteArray(1, '0' + QSIGNAL_CODE) + signature;
+        return (object->*&TReceiverCount::receivers)(signal.constData());
+    }
+};
+
+// Without the fixture's logs, which are receivers too.
+class TBareWorker : public TWorkerFixture
+{
+public:
+    TBareWorker()
+    {
+        Make();
+        QObject::disconnect(worker.get(), nullptr, &workerLog, nullptr);
+        QObject::disconnect(hub, nullptr, &hubLog, nullptr);
+        worker->Initialize();
+    }
+
+    QObject* Named(const char* name)
+    {
+        const QByteArray wanted(name);
+        if (wanted == "gps")
+            return &gps;
+        if (wanted == "timer")
+            return worker->findChild<QTimer*>();
+        return wanted == "hub" ? static_cast<QObject*>(hub) : worker.get();
+    }
+
+    // The listener that the worker has subscribed.
+    TKESDKNotificationMgr* Manager()
+    {
+        const auto calls = Script().Calls(FakeOperation::eSubscribe);
+        auto* listener = const_cast<kesdk::api::ISubscriable*>(calls.front().listener);
+        return dynamic_cast<TKESDKNotificationMgr*>(listener);
+    }
+};
+
+bool Disconnects(QObject* sender, const char* signature, QObject* receiver)
+{
+    const QByteArray signal = QByteArray(1, '0' + QSIGNAL_CODE) + signature;
+    return QObject::disconnect(sender, signal.constData(), receiver, nullptr);
+}
+
+QStringList Texts(const char* text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+void tst_WorkerConnections::everyRowIsConnectedOnce_data()
+{
+    QTest::addColumn<int>("index");
+    for (int i = 0; i < int(std::size(ROWS)); ++i)
+        QTest::addRow("%s %s to %s", ROWS[i].sender, ROWS[i].signal, ROWS[i].receiver) << i;
+}
+
+void tst_WorkerConnections::everyRowIsConnectedOnce()
+{
+    QFETCH(int, index);
+    const TRow& row = ROWS[index];
+    TBareWorker f;
+    QObject* const sender = f.Named(row.sender);
+    QVERIFY(sender);
+    QCOMPARE(TReceiverCount::Of(sender, row.signal), 1);
+    QVERIFY(Disconnects(sender, row.signal, f.Named(row.receiver)));
+    QCOMPARE(TReceiverCount::Of(sender, row.signal), 0);
+}
+
+void tst_WorkerConnections::thereAreNoFurtherRows()
+{
+    TBareWorker f;
+    for (const TRow& row : ROWS)
+        QVERIFY(Disconnects(f.Named(row.sender), row.signal, f.Named(row.receiver)));
+    QVERIFY(!QObject::disconnect(f.hub, nullptr, f.worker.get(), nullptr));
+    QVERIFY(!QObject::disconnect(f.worker.get(), nullptr, f.hub, nullptr));
+    QVERIFY(!QObject::disconnect(&f.gps, nullptr, f.worker.get(), nullptr));
+    QVERIFY(!QObject::disconnect(f.Named("timer"), nullptr, f.worker.get(), nullptr));
+}
+
+void tst_WorkerConnections::everyManagerSignalIsConnectedOnce_data()
+{
+    QTest::addColumn<int>("index");
+    for (int i = 0; i < int(std::size(MANAGER_SIGNALS)); ++i)
+        QTest::newRow(MANAGER_SIGNALS[i]) << i;
+}
+
+void tst_WorkerConnections::everyManagerSignalIsConnectedOnce()
+{
+    QFETCH(int, index);
+    TBareWorker f;
+    TKESDKNotificationMgr* const manager = f.Manager();
+    QVERIFY(manager);
+    QVERIFY(manager->parent() == nullptr);
+    QCOMPARE(TReceiverCount::Of(manager, MANAGER_SIGNALS[index]), 1);
+    QVERIFY(Disconnects(manager, MANAGER_SIGNALS[index], f.worker.get()));
+}
+
+void tst_WorkerConnections::cleanupTakesTheManagersConnectionsAway()
+{
+    TBareWorker f;
+    const QPointer<TKESDKNotificationMgr> manager = f.Manager();
+    int receiversAtWithdrawal = -1;
+    f.Script().OnCall(FakeOperation::eUnsubscribe,
+                      [&](const fakes::FakeCall&, const fakes::FakeAbortCheck&) {
+                          receiversAtWithdrawal = 0;
+                          for (const char* signal : MANAGER_SIGNALS)
+                              receiversAtWithdrawal += TReceiverCount::Of(manager, signal);
+                      });
+    bool managerOutlivedTheConnection = false;
+    f.Script().OnCall(FakeOperation::eDestroy,
+                      [&](const fakes::FakeCall&, const fakes::FakeAbortCheck&) {
+                          managerOutlivedTheConnection = !manager.isNull();
+                      });
+    f.worker->CleanupKESDK();
+    QCOMPARE(receiversAtWithdrawal, 0);
+    QVERIFY(managerOutlivedTheConnection);
+    QVERIFY(manager.isNull());
+}
+
+void tst_WorkerConnections::workerReportsReachTheHub()
+{
+    TRunningWorker f;
+    QVERIFY(f.Run());
+    TOpenWorker* const worker = f.worker.get();
+    const KelvoFileTransferErrorDetailsList errors{
+        {QStringLiteral("a.zip"), QStringLiteral("lost")}};
+    KelvoFileInfoList files;
+    files.fileIds = {7L};
+    files.fileNames = QStringList{QStringLiteral("a.zip")};
+    // From the worker's own thread, as it emits them itself.
+    QMetaObject::invokeMethod(worker, [=] {
+        Q_EMIT worker->KelvoLoginInProgress();
+        Q_EMIT worker->KelvoLoginFailed(QStringLiteral("why"));
+        Q_EMIT worker->KelvoLoggedIn();
+        Q_EMIT worker->PostLoginChecksInProgress();
+        Q_EMIT worker->PostLoginChecksComplete();
+        Q_EMIT worker->KelvoUserInboxSetupInProgress(14);
+        Q_EMIT worker->KelvoUserInboxSetupComplete(errors);
+        Q_EMIT worker->KelvoUploadComplete(1, errors);
+        Q_EMIT worker->KelvoDownloadComplete(2, errors);
+        Q_EMIT worker->KelvoDeleteComplete(3, errors);
+        Q_EMIT worker->NewKelvoProjectFilesList(4, files);
+        Q_EMIT worker->KelvoLoggedOut();
+    });
+    QVERIFY(f.hubLog.WaitFor(QStringLiteral("KelvoLoggedOut")));
+    QCOMPARE(f.hubLog.Texts(), Texts(R"(
+KelvoLoginInProgress()
+KelvoLoginFailed(why)
+KelvoLoggedIn()
+KelvoFileOperationInProgress()
+KelvoFileOperationComplete()
+KelvoFileOperationInProgress()
+KelvoUserInboxSetupInProgress(14)
+KelvoFileOperationComplete()
+KelvoUserInboxSetupComplete([a.zip:lost])
+KelvoUploadComplete(1,[a.zip:lost])
+KelvoFileOperationComplete()
+KelvoDownloadComplete(2,[a.zip:lost])
+KelvoFileOperationComplete()
+KelvoDeleteComplete(3,[a.zip:lost])
+KelvoFileOperationComplete()
+NewKelvoProjectFilesList(4,[7:a.zip])
+KelvoLoggedOut()
+)"));
+}
+
+void tst_WorkerConnections::progressIsRelayedSignalToSignal()
+{
+    TRunningWorker f;
+    QVERIFY(f.Run());
+    TOpenWorker* const worker = f.worker.get();
+    QMetaObject::invokeMethod(worker, [worker] {
+        Q_EMIT worker->KelvoUploadingFile(1, QStringLiteral("up.zip"));
+        Q_EMIT worker->KelvoDownloadingFile(2, QStringLiteral("down.zip"));
+        Q_EMIT worker->KelvoDeletingFile(3, QStringLiteral("gone.zip"));
+    });
+    QVERIFY(f.hubLog.WaitFor(QStringLiteral("KelvoDeletingFile")));
+    QCOMPARE(f.hubLog.Texts(), Texts(R"(
+KelvoUploadingFile(1,up.zip)
+KelvoDownloadingFile(2,down.zip)
+KelvoDeletingFile(3,gone.zip)
+)"));
+}
+
+void tst_WorkerConnections::aReportArrivesOnTheHubsThread()
+{
+    TRunningWorker f;
+    QVERIFY(f.Run());
+    QVERIFY(f.LogIn());
+    const auto signalsOfHub = f.hubLog.All();
+    QVERIFY(signalsOfHub.size() > 6);
+    for (const fakes::LoggedSignal& signal : signalsOfHub)
+        QCOMPARE(signal.thread, thread());
+    for (const fakes::LoggedSignal& signal : f.workerLog.All())
+        QVERIFY(signal.thread != thread() || signal.name == QLatin1String("KelvoLoginInProgress"));
+}
+
+void tst_WorkerConnections::hubRequestsReachTheWorker()
+{
+    TRunningWorker f;
+    f.Farm().AddFile(f.Inbox(ePivots), L"pivot.zip", "not an archive");
+    f.Farm().AddFile(f.Inbox(eABLines), L"line.zip", "not an archive");
+    QVERIFY(f.Run());
+    QVERIFY(f.LogIn());
+    TWorkerFixture::WriteFile(TWorkerFixture::UploadFolder(eCurves) + QStringLiteral("curve.zip"),
+                              "content");
+    f.hub->OnUploadToKelvoRequested(eCurves, {QStringLiteral("curve.zip")});
+    QVERIFY(f.hubLog.WaitFor(QStringLiteral("KelvoUploadComplete")));
+    f.hub->OnDownloadFromKelvoRequested(ePivots, {QStringLiteral("pivot.zip")});
+    QVERIFY(f.hubLog.WaitFor(QStringLiteral("KelvoDownloadComplete")));
+    f.hub->OnDeleteFilesRequested(eABLines, {QStringLiteral("line.zip")});
+    QVERIFY(f.hubLog.WaitFor(QStringLiteral("KelvoDeleteComplete")));
+    f.hub->OnLogoutFromKelvoRequested();
+    QVERIFY(f.hubLog.WaitFor(QStringLiteral("KelvoLoggedOut")));
+    for (const FakeOperation operation :
+         {FakeOperation::eLogin, FakeOperation::eUpload, FakeOperation::eDownload,
+          FakeOperation::eDelete, FakeOperation::eLogout})
+        QCOMPARE(f.Script().Count(operation), std::size_t(1));
+}
+
+void tst_WorkerConnections::sdkStatesReachTheWorker()
+{
+    TRunningWorker f;
+    f.Sdk().StartLoggedInAs(f.userId);
+    QVERIFY(f.Run());
+    fakes::FakeEnterpriseConnection* const connection = f.Sdk().Live();
+    connection->PostState(1);
+    QVERIFY(f.hubLog.WaitFor(QStringLiteral("KelvoLoginInProgress")));
+    connection->PostState(4);
+    QVERIFY(f.hubLog.WaitFor(QStringLiteral("KelvoLoginFailed")));
+    connection->PostState(3);
+    QVERIFY(f.hubLog.WaitFor(QStringLiteral("NewKelvoProjectFilesList"), 6));
+    connection->PostState(2);
+    connection->PostState(0);
+    QVERIFY(f.hubLog.WaitFor(QStringLiteral("KelvoLoggedOut")));
+}
+
+void tst_WorkerConnections::sdkChangesReachTheWorker()
+{
+    TRunningWorker f;
+    f.Sdk().StartLoggedInAs(f.userId);
+    QVERIFY(f.Run());
+    fakes::FakeEnterpriseConnection::ResourceChange change;
+    change.containerId = static_cast<unsigned long>(f.Inbox(eCurves));
+    f.Sdk().Live()->PostChange(change);
+    QVERIFY(f.hubLog.WaitFor(QStringLiteral("NewKelvoProjectFilesList")));
+    change.containerKind = 1;
+    change.containerId = static_cast<unsigned long>(f.Farm().ProjectId(L"Pivots"));
+    f.Sdk().Live()->PostChange(change);
+    QVERIFY(f.hubLog.WaitFor(QStringLiteral("NewKelvoProjectFilesList"), 2));
+    QCOMPARE(f.hubLog.Texts(), Texts(R"(
+NewKelvoProjectFilesList(3,[])
+NewKelvoProjectFilesList(4,[])
+)"));
+}
+
+void tst_WorkerConnections::cancellingALoginAsksTheSdkNothing()
+{
+    TWorkerFixture f;
+    f.Start(TWorkerFixture::ESession::eLoggedOut);
+    f.hub->OnCancelLoginToKelvoRequested();
+    QVERIFY(f.Script().Calls().empty());
+    QVERIFY(f.workerLog.All().isEmpty());
+}
+
+KELVO_GUI_TEST_MAIN(tst_WorkerConnections)
+#include "tst_WorkerConnections.moc"
