@@ -3,14 +3,32 @@
 
 #include "support/TMessageTrap.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QStandardPaths>
+#include <QtCore/QTemporaryDir>
 
 #include <cstdio>
+#include <memory>
+
+namespace {
+
+std::unique_ptr<QTemporaryDir>& RuntimeFolder()
+{
+    static std::unique_ptr<QTemporaryDir> folder;
+    return folder;
+}
+
+} // namespace
 
 namespace kelvo::test {
 
 void PrepareProcess()
 {
+    // Qt warns where there is none, as on a build server.
+    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR")) {
+        RuntimeFolder() = std::make_unique<QTemporaryDir>();
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(RuntimeFolder()->path()));
+    }
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }

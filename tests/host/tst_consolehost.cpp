@@ -1,0 +1,105 @@
+// The shared library as the console links it: everything that its headers promise is in it.
+#include "host/TFileSystemHelper.h"
+#include "host/TSystemSettings.h"
+#include "host/TSystemSettingsProxy.h"
+#include "host/TThreadedObject.h"
+#include "hostimpl/Clock.h"
+#include "hostimpl/HostSetup.h"
+#include "hostimpl/TConfigStore.h"
+#include "hostimpl/TFeatures.h"
+#include "hostimpl/TFedGPSCoordinator.h"
+#include "hostimpl/TUserLevels.h"
+#include "hostimpl/TUserLogFile.h"
+#include "hostimpl/Unpacking.h"
+#include "hostimpl/WindowManager.h"
+#include "support/TTempDataFolder.h"
+#include "support/TestMain.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QRegularExpression>
+
+namespace {
+
+// Seen when this program's statics are made: before any of the library's constructors had to run.
+const QString suffixAtStart = TSystemSettings::ZIPExtension;
+
+} // namespace
+
+class tst_ConsoleHost : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void constantsAreThereEarly();
+    void everythingCanBeCalled();
+    void interfacesAreTheSameOnBothSides();
+    void showsNothingElse();
+};
+
+void tst_ConsoleHost::constantsAreThereEarly()
+{
+    QCOMPARE(suffixAtStart, QStringLiteral(".zip"));
+}
+
+void tst_ConsoleHost::everythingCanBeCalled()
+{
+    const kelvo::test::TTempDataFolder data;
+    QString errorText;
+    QVERIFY2(hostimpl::SetUpHost(data.Path(), errorText), qPrintable(errorText));
+    const hostimpl::TFeatures features(ConfigManager::Instance());
+    QVERIFY(!features.GetConsoleCharacteristics().GetConsoleString().isEmpty());
+    const hostimpl::TUserLevels levels(ConfigManager::Instance());
+    QVERIFY(levels.IsControlAccessible(TAppUserLevels::eKelvoControl));
+    hostimpl::TFedGPSCoordinator coordinator;
+    QVERIFY(coordinator.Feed({1.0, 2.0, 3.0}));
+    hostimpl::SetWindowManager(nullptr);
+    hostimpl::SetClock({});
+    TThreadedObject object(QStringLiteral("Thread"));
+    object.start(QThread::InheritPriority);
+    object.Stop();
+    object.wait();
+    const QString folder = TSystemSettingsProxy().GetKelvoDownloadCurvesFolderPath();
+    QVERIFY(!TFileSystemHelper::Unzip(data.Path(QStringLiteral("none.zip")), folder, errorText));
+    QVERIFY(hostimpl::RecoverUnpacking(folder, errorText));
+    QVERIFY(TFileSystemHelper::DeleteDirGeneric(folder, true, true));
+    QVERIFY(!QFile::exists(folder));
+}
+
+// A cast across the library's border works only if both see the same type information.
+void tst_ConsoleHost::interfacesAreTheSameOnBothSides()
+{
+    QVERIFY(dynamic_cast<hostimpl::TConfigStore*>(&ConfigManager::Instance()) != nullptr);
+    const QObject* const coordinator = new hostimpl::TFedGPSCoordinator;
+    QVERIFY(qobject_cast<const TGPSCoordinator*>(coordinator) != nullptr);
+    delete coordinator;
+}
+
+// Besides what is marked, only weak symbols: inline functions and templates of Qt's and the
+// standard library's, which every library has.
+void tst_ConsoleHost::showsNothingElse()
+{
+    QProcess nm;
+    nm.start(QStringLiteral("nm"), {QStringLiteral("-DC"), QStringLiteral("--defined-only"),
+                                    QStringLiteral(CONSOLEHOST_LIBRARY)});
+    if (!nm.waitForFinished() || nm.exitCode() != 0) {
+        QSKIP("nm is not installed");
+    }
+    const QRegularExpression weak(QStringLiteral("^[0-9a-f]* *[VWuvw] "));
+    const QRegularExpression expected(QStringLiteral(
+        "^[0-9a-f]* *[A-Z] (non-virtual thunk to |vtable for |typeinfo for |typeinfo name for )?"
+        "(hostimpl::|ZRA::AppWindowSurface|TGen2|TThreadedObject|TWindowManagerApi|TSystemSettings|"
+        "TFileSystemHelper|ConfigManager|UserLogAccessor|TAppUserLevels|TAppFeatures|"
+        "TConsoleCharacteristics|TGPSCoordinator|TLocalTime|__asan|__odr_asan)"));
+    const QList<QByteArray> lines = nm.readAllStandardOutput().split('\n');
+    QVERIFY(lines.size() > 50);
+    for (const QByteArray& line : lines) {
+        const QString symbol = QString::fromUtf8(line);
+        if (!symbol.isEmpty() && !weak.match(symbol).hasMatch()) {
+            QVERIFY2(expected.match(symbol).hasMatch(), line.constData());
+        }
+    }
+}
+
+KELVO_TEST_MAIN(tst_ConsoleHost)
+#include "tst_consolehost.moc"
