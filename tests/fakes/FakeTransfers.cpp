@@ -79,7 +79,7 @@ bool FakeEnterpriseConnection::Upload(const wchar_t* localPath, const TargetIds&
     }
     if (targetInboxIds.empty())
         return Fails(OneError(L"There is no inbox to send to."));
-    const std::wstring name = path.filename().wstring();
+    const std::wstring name = call.text.substr(call.text.rfind(L'/') + 1);
     for (const std::uint64_t target : targetInboxIds)
         m_farm->AddFile(static_cast<std::int64_t>(target), name, *content);
     return true;

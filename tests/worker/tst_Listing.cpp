@@ -1,0 +1,461 @@
+// What an inbox's listing holds, and which change of the service leads to which listing.
+#include "support/GuiTestMain.h"
+#include "tests/worker/TWorkerFixture.h"
+
+#include <QtTest/QtTest>
+
+using fakes::FakeCall;
+using fakes::FakeErrors;
+using fakes::FakeOperation;
+using kesdk::api::EnterpriseResource;
+
+class tst_Listing : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theSuffixRule_data();
+    void theSuffixRule();
+    void keepsTheServicesOrder();
+    void anEmptyInboxIsAnEmptyListing();
+    void onlyEntriesOfTheFileKindAreListed();
+    void onlyArchivesAreListed();
+    void ofTwoEntriesOfOneIdTheFirstIsListed();
+    void anEntryThatIsSkippedDoesNotTakeItsId();
+    void twoEntriesOfOneNameAreBothListed();
+    void idsAreNarrowedTo32Bits_data();
+    void idsAreNarrowedTo32Bits();
+    void duplicatesAreToldByThe64BitId();
+    void namesBeyondTheBasicPlaneArriveWhole();
+    void theInboxsIdIsNarrowedAndWidened_data();
+    void theInboxsIdIsNarrowedAndWidened();
+    void aGivenInboxIsReadWithoutLookingItUp();
+    void withoutAnInboxNothingIsEmitted();
+    void aFailedQueryIsAnEmptyListing();
+    void startsFromScratchEachTime();
+    void aChangeInAUserInboxListsItsProjectOnly_data();
+    void aChangeInAUserInboxListsItsProjectOnly();
+    void aChangeInJobReportsOrElsewhereListsNothing();
+    void theUserInboxsIdIsComparedWithAllItsBits();
+    void ofTwoInboxesOfOneIdTheFirstProjectIsListed();
+    void aChangeInAProjectInboxListsItsProjectOnly_data();
+    void aChangeInAProjectInboxListsItsProjectOnly();
+    void aChangeInAProjectWithoutAnInboxListsNothing();
+    void theSearchStopsAtTheMatch();
+};
+
+namespace {
+
+constexpr std::int64_t TWO_31 = 1LL << 31;
+constexpr std::int64_t TWO_32 = 1LL << 32;
+
+EnterpriseResource Entry(std::int64_t id, const wchar_t* name, std::int32_t kind = 4)
+{
+    EnterpriseResource entry;
+    entry.id = id;
+    entry.kind = kind;
+    entry.name = name;
+    return entry;
+}
+
+EnterpriseResource RawInbox(std::int64_t id, std::int64_t owner)
+{
+    EnterpriseResource inbox;
+    inbox.id = id;
+    inbox.kind = 2;
+    inbox.ownerUserId = owner;
+    return inbox;
+}
+
+KelvoFileInfoList LastListing(const fakes::SignalLog& log)
+{
+    return log.Of(QStringLiteral("NewKelvoProjectFilesList"))
+        .last()
+        .arguments.at(1)
+        .value<KelvoFileInfoList>();
+}
+
+QStringList OneText(const char* text)
+{
+    return {QString::fromLatin1(text)};
+}
+
+// A farm with the seven projects, without inboxes.
+class TProjectsOnly : public TWorkerFixture
+{
+public:
+    TProjectsOnly()
+    {
+        Sdk().Reset();
+        userId = Farm().AddUser(L"olga", L"secret");
+        Farm().AddTheSevenProjects();
+    }
+    void AddRawInbox(const wchar_t* project, std::int64_t id)
+    {
+        Farm().AddRawInbox(Farm().ProjectId(project), RawInbox(id, userId));
+    }
+};
+
+} // namespace
+
+void tst_Listing::theSuffixRule_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("downloadable");
+    const auto row = [](const char* name, bool downloadable) {
+        QTest::newRow(*name ? name : "no name") << QString::fromUtf8(name) << downloadable;
+    };
+    row("a.zip", true);
+    row("a.ZIP", true);
+    row("a.Zip", false);
+    row("a.zIP", false);
+    row(".zip", true);
+    row(".ZIP", true);
+    row("", false);
+    row("zip", false);
+    row("azip", false);
+    row("a.zi", false);
+    row("a.zipx", false);
+    row("a.zip ", false);
+    row("a.zip.txt", false);
+    row("a.zip.zip", false); // the first occurrence counts
+    row("a.ZIP.ZIP", false);
+    row(".zip.zip", false);
+    row("a.zip.ZIP", true); // matches the other suffix
+    row("a.ZIP.zip", true);
+    row("a.zip.ZIP.zip", false);
+    row("a.zip.zip.ZIP", true);
+    row("a..zip", true);
+    row("two words.zip", true);
+    row("Feld \xC3\xA4\xF0\x9F\x9A\x9C.zip", true);
+}
+
+void tst_Listing::theSuffixRule()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, downloadable);
+    TWorkerFixture f;
+    f.Make();
+    QCOMPARE(f.worker->IsFileNameDownloadable(name.toStdWString().c_str()), downloadable);
+}
+
+void tst_Listing::keepsTheServicesOrder()
+{
+    TWorkerFixture f;
+    const std::int64_t z = f.Farm().AddFile(f.Inbox(eCurves), L"z.zip", "");
+    const std::int64_t a = f.Farm().AddFile(f.Inbox(eCurves), L"a.ZIP", "");
+    const std::int64_t m = f.Farm().AddFile(f.Inbox(eCurves), L"m.zip", "");
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    QCOMPARE(f.workerLog.Texts(),
+             QStringList{QStringLiteral("NewKelvoProjectFilesList(3,[%1:z.zip %2:a.ZIP %3:m.zip])")
+                             .arg(z)
+                             .arg(a)
+                             .arg(m)});
+}
+
+void tst_Listing::anEmptyInboxIsAnEmptyListing()
+{
+    TWorkerFixture f;
+    f.Start();
+    f.worker->RefreshToConsoleFileList(ePivots, false, 0);
+    QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(4,[])"));
+}
+
+void tst_Listing::onlyEntriesOfTheFileKindAreListed()
+{
+    TWorkerFixture f;
+    for (const std::int32_t kind : {0, 1, 2, 3, 5, 6, -4, 260})
+        f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(100 + kind, L"a.zip", kind));
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(99, L"file.zip", 4));
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(3,[99:file.zip])"));
+}
+
+void tst_Listing::onlyArchivesAreListed()
+{
+    TWorkerFixture f;
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1000, L"a.txt"));
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1001, L"a.zip.zip"));
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1002, L"a.Zip"));
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1003, L"a.zip"));
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1004, L""));
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(3,[1003:a.zip])"));
+}
+
+void tst_Listing::ofTwoEntriesOfOneIdTheFirstIsListed()
+{
+    TWorkerFixture f;
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1000, L"first.zip"));
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1001, L"other.zip"));
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1000, L"second.zip"));
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    QCOMPARE(f.workerLog.Texts(),
+             OneText("NewKelvoProjectFilesList(3,[1000:first.zip 1001:other.zip])"));
+}
+
+void tst_Listing::anEntryThatIsSkippedDoesNotTakeItsId()
+{
+    TWorkerFixture f;
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1000, L"a.txt"));
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1000, L"b.zip", 2));
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1000, L"c.zip"));
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(3,[1000:c.zip])"));
+}
+
+void tst_Listing::twoEntriesOfOneNameAreBothListed()
+{
+    TWorkerFixture f;
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1000, L"a.zip"));
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1001, L"a.zip"));
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(3,[1000:a.zip 1001:a.zip])"));
+}
+
+void tst_Listing::idsAreNarrowedTo32Bits_data()
+{
+    QTest::addColumn<qint64>("id");
+    QTest::addColumn<long>("listed");
+    const auto row = [](const char* name, std::int64_t id, long listed) {
+        QTest::newRow(name) << qint64(id) << listed;
+    };
+    row("2^31-1", TWO_31 - 1, 2147483647L);
+    row("2^31", TWO_31, -2147483647L - 1);
+    row("2^31+1", TWO_31 + 1, -2147483647L);
+    row("2^32-1", TWO_32 - 1, -1L);
+    row("2^32", TWO_32, 0L);
+    row("2^32+5", TWO_32 + 5, 5L);
+    row("2^33+2^31", 2 * TWO_32 + TWO_31, -2147483647L - 1);
+    row("negative", -7, -7L);
+}
+
+void tst_Listing::idsAreNarrowedTo32Bits()
+{
+    QFETCH(qint64, id);
+    QFETCH(long, listed);
+    TWorkerFixture f;
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(id, L"a.zip"));
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    QCOMPARE(LastListing(f.workerLog).fileIds, QList<long>{listed});
+}
+
+void tst_Listing::duplicatesAreToldByThe64BitId()
+{
+    TWorkerFixture f;
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1005, L"a.zip"));
+    f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(TWO_32 + 1005, L"b.zip"));
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(3,[1005:a.zip 1005:b.zip])"));
+}
+
+void tst_Listing::namesBeyondTheBasicPlaneArriveWhole()
+{
+    const QString name = QString::fromUtf8("Feld \xC3\xA4 \xF0\x9F\x9A\x9C.zip");
+    TWorkerFixture f;
+    f.Farm().AddFile(f.Inbox(eCurves), name.toStdWString(), "");
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    QCOMPARE(LastListing(f.workerLog).fileNames, QStringList{name});
+}
+
+void tst_Listing::theInboxsIdIsNarrowedAndWidened_data()
+{
+    QTest::addColumn<qint64>("inbox");
+    QTest::addColumn<qint64>("queried");
+    const auto row = [](const char* name, std::int64_t inbox, std::int64_t queried) {
+        QTest::newRow(name) << qint64(inbox) << qint64(queried);
+    };
+    row("2^31-1", TWO_31 - 1, TWO_31 - 1);
+    row("2^31", TWO_31, -TWO_31);
+    row("2^32-1", TWO_32 - 1, -1);
+    row("2^32+7", TWO_32 + 7, 7);
+}
+
+void tst_Listing::theInboxsIdIsNarrowedAndWidened()
+{
+    QFETCH(qint64, inbox);
+    QFETCH(qint64, queried);
+    TProjectsOnly f;
+    f.AddRawInbox(L"Curves", inbox);
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    const auto calls = f.Script().Calls(FakeOperation::eGetResourceWithContent);
+    QCOMPARE(calls.size(), std::size_t(1));
+    QCOMPARE(qint64(calls.front().id), queried);
+    QCOMPARE(f.workerLog.Count(QStringLiteral("NewKelvoProjectFilesList")), 1);
+}
+
+void tst_Listing::aGivenInboxIsReadWithoutLookingItUp()
+{
+    TWorkerFixture f;
+    f.Farm().AddRawEntry(f.Inbox(ePivots), Entry(1000, L"pivot.zip"));
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, true, long(f.Inbox(ePivots)));
+    QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(3,[1000:pivot.zip])"));
+    QCOMPARE(f.Script().Count(FakeOperation::eGetProjects), std::size_t(0));
+    QCOMPARE(f.Script().Count(FakeOperation::eGetProjectResources), std::size_t(0));
+    f.worker->RefreshToConsoleFileList(eCurves, true, -5L);
+    const auto calls = f.Script().Calls(FakeOperation::eGetResourceWithContent);
+    QCOMPARE(qint64(calls.back().id), qint64(-5));
+}
+
+void tst_Listing::withoutAnInboxNothingIsEmitted()
+{
+    TProjectsOnly f;
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, false, 1);
+    QVERIFY(f.workerLog.All().isEmpty());
+    QCOMPARE(f.Script().Count(FakeOperation::eGetResourceWithContent), std::size_t(0));
+}
+
+void tst_Listing::aFailedQueryIsAnEmptyListing()
+{
+    TWorkerFixture f;
+    f.Farm().AddFile(f.Inbox(eCurves), L"a.zip", "");
+    f.Start();
+    f.Script().FailNth(FakeOperation::eGetResourceWithContent, 1, fakes::OneError(L"no link"));
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(3,[])"));
+    QCOMPARE(f.Script().Count(FakeOperation::eGetLastErrors), std::size_t(0));
+}
+
+void tst_Listing::startsFromScratchEachTime()
+{
+    TWorkerFixture f;
+    const std::int64_t first = f.Farm().AddFile(f.Inbox(eCurves), L"a.zip", "");
+    f.Start();
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    const QString listing = QStringLiteral("NewKelvoProjectFilesList(3,[%1:a.zip])").arg(first);
+    QCOMPARE(f.workerLog.Texts(), (QStringList{listing, listing}));
+    f.Farm().RemoveEntry(first);
+    f.worker->RefreshToConsoleFileList(eCurves, false, 0);
+    QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("NewKelvoProjectFilesList(3,[])"));
+}
+
+void tst_Listing::aChangeInAUserInboxListsItsProjectOnly_data()
+{
+    QTest::addColumn<int>("kind");
+    for (const int kind : {0, 2, 3, 4, 5, 6})
+        QTest::addRow("project %d", kind) << kind;
+}
+
+void tst_Listing::aChangeInAUserInboxListsItsProjectOnly()
+{
+    QFETCH(int, kind);
+    const auto project = static_cast<EKelvoProjects>(kind);
+    TWorkerFixture f;
+    f.Start();
+    const std::int64_t id = f.Farm().AddFile(f.Inbox(project), L"new.zip", "");
+    f.DeliverNotifications();
+    QCOMPARE(
+        f.workerLog.Texts(),
+        QStringList{QStringLiteral("NewKelvoProjectFilesList(%1,[%2:new.zip])").arg(kind).arg(id)});
+    const auto calls = f.Script().Calls(FakeOperation::eGetResourceWithContent);
+    QCOMPARE(calls.size(), std::size_t(1));
+    QCOMPARE(calls.front().id, f.Inbox(project));
+}
+
+void tst_Listing::aChangeInJobReportsOrElsewhereListsNothing()
+{
+    TWorkerFixture f;
+    const std::int64_t other = f.Farm().AddInbox(L"Curves", f.Farm().AddUser(L"piet", L"x"));
+    f.Start();
+    for (const std::int64_t inbox : {f.Inbox(eJobReports), other, std::int64_t(0),
+                                     std::int64_t(99999), f.Farm().ProjectId(L"Curves")})
+        f.Call("OnFileModifiedInUserInbox", Q_ARG(long, 1L), Q_ARG(ulong, ulong(inbox)));
+    QVERIFY(f.workerLog.All().isEmpty());
+    for (const std::int64_t project : {f.Farm().ProjectId(L"From Console"), std::int64_t(0),
+                                       std::int64_t(99999), f.Inbox(eCurves)})
+        f.Call("OnFileModifiedInProjectInbox", Q_ARG(long, 1L), Q_ARG(ulong, ulong(project)));
+    QVERIFY(f.workerLog.All().isEmpty());
+}
+
+void tst_Listing::theUserInboxsIdIsComparedWithAllItsBits()
+{
+    TProjectsOnly f;
+    f.AddRawInbox(L"Curves", TWO_32 + 5);
+    f.AddRawInbox(L"Pivots", TWO_32 - 1);
+    f.Start();
+    f.Call("OnFileModifiedInUserInbox", Q_ARG(long, 1L), Q_ARG(ulong, 5UL));
+    QVERIFY(f.workerLog.All().isEmpty());
+    f.Call("OnFileModifiedInUserInbox", Q_ARG(long, 1L), Q_ARG(ulong, 0xFFFFFFFFUL));
+    QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(4,[])"));
+    const auto calls = f.Script().Calls(FakeOperation::eGetResourceWithContent);
+    QCOMPARE(qint64(calls.back().id), qint64(-1));
+    if (sizeof(unsigned long) > 4) { // an id that the console cannot be told of
+        f.workerLog.Clear();
+        f.Call("OnFileModifiedInUserInbox", Q_ARG(long, 1L),
+               Q_ARG(ulong, static_cast<ulong>(TWO_32 + 5)));
+        QVERIFY(f.workerLog.All().isEmpty());
+    }
+}
+
+void tst_Listing::ofTwoInboxesOfOneIdTheFirstProjectIsListed()
+{
+    TProjectsOnly f;
+    f.AddRawInbox(L"From Console", 700); // never listed
+    f.AddRawInbox(L"Pivots", 700);
+    f.AddRawInbox(L"AB Lines", 700);
+    f.Start();
+    f.Call("OnFileModifiedInUserInbox", Q_ARG(long, 1L), Q_ARG(ulong, 700UL));
+    QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(2,[])"));
+}
+
+void tst_Listing::aChangeInAProjectInboxListsItsProjectOnly_data()
+{
+    aChangeInAUserInboxListsItsProjectOnly_data();
+}
+
+void tst_Listing::aChangeInAProjectInboxListsItsProjectOnly()
+{
+    QFETCH(int, kind);
+    const auto project = static_cast<EKelvoProjects>(kind);
+    TWorkerFixture f;
+    f.Start();
+    const qint64 projectId = f.worker->GetProjectInboxId(project).second;
+    f.Script().ClearCalls();
+    f.Call("OnFileModifiedInProjectInbox", Q_ARG(long, 1L), Q_ARG(ulong, ulong(projectId)));
+    QCOMPARE(f.workerLog.Texts(),
+             QStringList{QStringLiteral("NewKelvoProjectFilesList(%1,[])").arg(kind)});
+    // The user's inbox is looked up afresh: the project itself is not what is listed.
+    const auto calls = f.Script().Calls(FakeOperation::eGetResourceWithContent);
+    QCOMPARE(calls.size(), std::size_t(1));
+    QCOMPARE(calls.front().id, f.Inbox(project));
+}
+
+void tst_Listing::aChangeInAProjectWithoutAnInboxListsNothing()
+{
+    TProjectsOnly f;
+    f.Start();
+    f.Call("OnFileModifiedInProjectInbox", Q_ARG(long, 1L),
+           Q_ARG(ulong, ulong(f.Farm().ProjectId(L"Curves"))));
+    QVERIFY(f.workerLog.All().isEmpty());
+}
+
+void tst_Listing::theSearchStopsAtTheMatch()
+{
+    TWorkerFixture f;
+    f.Start();
+    f.Call("OnFileModifiedInUserInbox", Q_ARG(long, 1L), Q_ARG(ulong, ulong(f.Inbox(eABLines))));
+    QStringList asked;
+    for (const FakeCall& call : f.Script().Calls(FakeOperation::eGetProjectResources)) {
+        for (const auto& project : f.Farm().Projects()) {
+            if (project.id == call.id)
+                asked << QString::fromStdWString(project.name);
+        }
+    }
+    QCOMPARE(asked, (QStringList{QStringLiteral("To Console"), QStringLiteral("AB Lines")}));
+}
+
+KELVO_GUI_TEST_MAIN(tst_Listing)
+#include "tst_Listing.moc"
