@@ -96,7 +96,7 @@ const CurlCase kCurlCases[] = {
      EErrorCode::eUnknownAuthority},
     {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN, "",
      EErrorCode::eUnknownAuthority},
-    {CURLE_PEER_FAILED_VERIFICATION, X509_V_OK, "no alternative subject name matches",
+    {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_UNSPECIFIED, "no alternative subject name matches",
      EErrorCode::eWrongHostName},
     {CURLE_SSL_CONNECT_ERROR, 0, "OpenSSL SSL_connect: Connection reset by peer",
      EErrorCode::eDropped},

@@ -58,8 +58,9 @@ EErrorCode CodeOfVerify(long verifyResult)
         if (row.verifyResult == verifyResult)
             return row.code;
     }
-    // The chain was fine, so it is libcurl's own check that failed: the host name.
-    return verifyResult == X509_V_OK ? EErrorCode::eWrongHostName : EErrorCode::eTls;
+    // No word on the chain, so it is libcurl's own check before it that failed: the host name.
+    const bool isHostName = verifyResult == X509_V_OK || verifyResult == X509_V_ERR_UNSPECIFIED;
+    return isHostName ? EErrorCode::eWrongHostName : EErrorCode::eTls;
 }
 
 bool Holds(std::string_view text, std::string_view part)

@@ -1,0 +1,111 @@
+// A server on the loopback interface that speaks TLS and then what a test tells it.
+#include "support/TlsPeer.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <utility>
+
+namespace kesdk::test {
+
+std::string TlsPeer::Session::ReadHead()
+{
+    for (;;) {
+        if (const std::size_t end = m_pending.find("\r\n\r\n"); end != std::string::npos) {
+            std::string head = m_pending.substr(0, end + 4);
+            m_pending.erase(0, end + 4);
+            return head;
+        }
+        std::array<char, 4096> bytes{};
+        const int got = SSL_read(m_ssl, bytes.data(), static_cast<int>(bytes.size()));
+        if (got <= 0)
+            return {};
+        m_pending.append(bytes.data(), static_cast<std::size_t>(got));
+    }
+}
+
+std::string TlsPeer::Session::Read(std::size_t sizeBytes)
+{
+    while (m_pending.size() < sizeBytes) {
+        std::array<char, 4096> bytes{};
+        const int got = SSL_read(m_ssl, bytes.data(), static_cast<int>(bytes.size()));
+        if (got <= 0)
+            break;
+        m_pending.append(bytes.data(), static_cast<std::size_t>(got));
+    }
+    std::string taken = m_pending.substr(0, sizeBytes);
+    m_pending.erase(0, taken.size());
+    return taken;
+}
+
+void TlsPeer::Session::Write(const std::string& bytes)
+{
+    SSL_write(m_ssl, bytes.data(), static_cast<int>(bytes.size()));
+}
+
+void TlsPeer::Session::WaitForEnd()
+{
+    char byte = 0;
+    while (SSL_read(m_ssl, &byte, 1) > 0) {
+    }
+}
+
+TlsPeer::TlsPeer(Identity identity, Script script, int mostVersion)
+    : m_identity(std::move(identity)),
+      m_script(std::move(script)),
+      m_context(SSL_CTX_new(TLS_server_method()))
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    SSL_CTX_use_certificate(m_context.get(), m_identity.certificate.get());
+    SSL_CTX_use_PrivateKey(m_context.get(), m_identity.key.get());
+    SSL_CTX_set_max_proto_version(m_context.get(), mostVersion);
+    if (mostVersion < TLS1_2_VERSION)
+        SSL_CTX_set_cipher_list(m_context.get(), "ALL:@SECLEVEL=0");
+
+    m_listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ::bind(m_listener, reinterpret_cast<sockaddr*>(&address), length);
+    ::listen(m_listener, 8);
+    ::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &length);
+    m_port = ntohs(address.sin_port);
+    m_thread = std::thread([this] { Run(); });
+}
+
+TlsPeer::~TlsPeer()
+{
+    ::shutdown(m_listener, SHUT_RDWR); // ends the accept
+    m_thread.join();
+    ::close(m_listener);
+}
+
+void TlsPeer::Run()
+{
+    for (;;) {
+        const int descriptor = ::accept(m_listener, nullptr, nullptr);
+        if (descriptor < 0)
+            return;
+        ++m_connections;
+        Serve(descriptor);
+        ::close(descriptor);
+    }
+}
+
+void TlsPeer::Serve(int descriptor)
+{
+    SSL* ssl = SSL_new(m_context.get());
+    SSL_set_fd(ssl, descriptor);
+    if (SSL_accept(ssl) == 1) {
+        Session session(ssl);
+        m_script(session);
+    }
+    SSL_free(ssl);
+}
+
+} // namespace kesdk::test

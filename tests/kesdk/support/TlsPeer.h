@@ -1,0 +1,64 @@
+// A server on the loopback interface that speaks TLS and then what a test tells it.
+#pragma once
+
+#include "support/TestAuthority.h"
+
+#include <openssl/ssl.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+namespace kesdk::test {
+
+// One connection at a time, on a thread of its own.
+class TlsPeer
+{
+public:
+    // A connection, from the server's side; all calls block.
+    class Session
+    {
+    public:
+        explicit Session(SSL* ssl) : m_ssl(ssl) {}
+        // Up to the end of a head; empty when the client has gone.
+        std::string ReadHead();
+        std::string Read(std::size_t sizeBytes);
+        void Write(const std::string& bytes);
+        // Until the client goes.
+        void WaitForEnd();
+
+    private:
+        SSL* m_ssl;
+        std::string m_pending;
+    };
+    using Script = std::function<void(Session&)>;
+
+    TlsPeer(Identity identity, Script script, int mostVersion = TLS1_3_VERSION);
+    ~TlsPeer();
+    TlsPeer(const TlsPeer&) = delete;
+    TlsPeer& operator=(const TlsPeer&) = delete;
+
+    std::string Url() const { return "https://127.0.0.1:" + std::to_string(m_port); }
+    int ConnectionCount() const { return m_connections; }
+
+private:
+    struct FreeContext
+    {
+        void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
+    };
+
+    void Run();
+    void Serve(int descriptor);
+
+    Identity m_identity;
+    Script m_script;
+    std::unique_ptr<SSL_CTX, FreeContext> m_context;
+    int m_listener = -1;
+    int m_port = 0;
+    std::atomic<int> m_connections{0};
+    std::thread m_thread;
+};
+
+} // namespace kesdk::test
