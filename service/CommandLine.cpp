@@ -1,0 +1,108 @@
+// The command line of kelvo-service.
+#include "service/CommandLine.h"
+
+#include "service/base/Encoding.h"
+
+#include <CLI/CLI.hpp>
+
+namespace kelvo {
+
+namespace {
+
+constexpr int badUsage = 2;
+
+/** "1000" events or "72h" hours. Empty when it is right, else what is wrong. */
+std::string readRetention(const std::string& text, ServeOptions& options)
+{
+    const bool hours = !text.empty() && text.back() == 'h';
+    const auto number =
+        parseNumber(std::string_view(text).substr(0, text.size() - (hours ? 1 : 0)));
+    if (!number || *number == 0 || *number > 1000000000) {
+        return "give a number of events, or hours such as 72h";
+    }
+    options.eventHours = hours ? static_cast<int>(*number) : 0;
+    options.eventsKept = hours ? 0 : static_cast<long long>(*number);
+    return {};
+}
+
+std::string readCost(const std::string& text, ServeOptions& options)
+{
+    const auto cost = accounts::passwordCostFromText(text);
+    if (!cost) {
+        return "give min, interactive or moderate";
+    }
+    options.passwordCost = *cost;
+    return {};
+}
+
+void addOptions(CLI::App& serve, ServeOptions& options)
+{
+    serve.add_option("--data", options.dataFolder, "Folder for everything that is kept")
+        ->required();
+    serve.add_option("--listen", options.listen, "HOST:PORT of the API; port 0 takes a free one")
+        ->required();
+    serve
+        .add_option("--metrics-listen", options.metricsListen,
+                    "HOST:PORT of /healthz and /metrics (plain HTTP)")
+        ->capture_default_str();
+    auto* certificate = serve.add_option("--cert", options.certificate,
+                                         "Certificate chain (PEM) instead of our own");
+    auto* key = serve.add_option("--key", options.key, "Key of that certificate (PEM)");
+    certificate->needs(key);
+    key->needs(certificate);
+    serve.add_option("--name", options.names, "Another host name for our own certificate");
+    serve.add_option("--max-upload", options.maxUploadBytes, "Largest file in bytes")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    serve
+        .add_option("--login-attempts", options.loginAttempts,
+                    "Failed logins of a user before they have to wait")
+        ->check(CLI::Range(1, 1000000))
+        ->capture_default_str();
+    serve.add_option("--session-hours", options.sessionHours, "How long a login lasts")
+        ->check(CLI::Range(1, 24 * 3660))
+        ->capture_default_str();
+    serve.add_option("--max-connections", options.connections, "More are told to come back later")
+        ->check(CLI::Range(1, 1000000))
+        ->capture_default_str();
+    serve.add_option("--log-level", options.logLevel, "debug, info, warning or error")
+        ->check(CLI::IsMember({"debug", "info", "warning", "error"}))
+        ->capture_default_str();
+}
+
+} // namespace
+
+CommandLine parseCommandLine(int argc, char** argv)
+{
+    CLI::App app{"The farm-data service that guidance consoles and farm offices share."};
+    app.name("kelvo-service");
+    app.set_version_flag("--version", KELVO_SERVICE_VERSION);
+    app.require_subcommand(1);
+    CLI::App* serve = app.add_subcommand("serve", "Run the service until SIGTERM or SIGINT");
+    ServeOptions options;
+    addOptions(*serve, options);
+    serve->add_option_function<std::string>(
+        "--password-cost",
+        [&options](const std::string& text) {
+            if (const auto wrong = readCost(text, options); !wrong.empty()) {
+                throw CLI::ValidationError("--password-cost", wrong);
+            }
+        },
+        "Work a password hash takes: min, interactive or moderate");
+    serve->add_option_function<std::string>(
+        "--event-retention",
+        [&options](const std::string& text) {
+            if (const auto wrong = readRetention(text, options); !wrong.empty()) {
+                throw CLI::ValidationError("--event-retention", wrong);
+            }
+        },
+        "Events kept a farm: a number, or hours such as 72h");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return {std::nullopt, app.exit(error) == 0 ? 0 : badUsage};
+    }
+    return {options, 0};
+}
+
+} // namespace kelvo

@@ -1,0 +1,54 @@
+// The folder that belongs to one running service.
+#include "service/DataFolder.h"
+
+#include <nlohmann/json.hpp>
+
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace kelvo {
+
+namespace fs = std::filesystem;
+
+DataFolder::DataFolder(fs::path path) : path_(std::move(path))
+{
+    std::error_code error;
+    const bool isNew = fs::create_directories(path_, error);
+    if (error) {
+        throw StartRefused("cannot make the data folder " + path_.string() + ": " +
+                           error.message());
+    }
+    path_ = fs::canonical(path_);
+    if (isNew) {
+        fs::permissions(path_, fs::perms::owner_all);
+    }
+    try {
+        lock_ = openFile(path_ / "lock", O_RDWR | O_CREAT, 0600);
+    } catch (const std::system_error& failure) {
+        throw StartRefused("the data folder " + path_.string() +
+                           " is not writable: " + failure.code().message());
+    }
+    if (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
+        throw StartRefused("another instance runs on the data folder " + path_.string());
+    }
+}
+
+void DataFolder::announce(const std::string& api, const std::string& metrics)
+{
+    const nlohmann::ordered_json document{{"api", api}, {"metrics", metrics}, {"pid", ::getpid()}};
+    replaceFile(path_ / "endpoints.json", document.dump() + "\n", 0644);
+    announced_ = true;
+}
+
+DataFolder::~DataFolder()
+{
+    if (announced_) {
+        std::error_code ignored;
+        fs::remove(path_ / "endpoints.json", ignored);
+    }
+}
+
+} // namespace kelvo

@@ -1,0 +1,43 @@
+// The threads that serve connections.
+#pragma once
+
+#include "service/http/Listener.h"
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+
+#include <chrono>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace kelvo {
+
+/** One io_context a thread, so that what belongs to a connection needs no lock. Driven by the main
+ * thread. */
+class IoThreads
+{
+public:
+    IoThreads();
+    ~IoThreads();
+    IoThreads(const IoThreads&) = delete;
+    IoThreads& operator=(const IoThreads&) = delete;
+
+    std::vector<asio::io_context*> contexts();
+
+    void start();
+
+    /** Stops the listeners, gives their connections so long to finish, then cuts them. Blocks. */
+    void drain(const std::vector<http::Listener*>& listeners, std::chrono::milliseconds grace);
+
+private:
+    using Guard = asio::executor_work_guard<asio::io_context::executor_type>;
+
+    void stop();
+
+    std::vector<std::unique_ptr<asio::io_context>> contexts_;
+    std::vector<Guard> guards_; // a context without work must not end its thread
+    std::vector<std::thread> threads_;
+};
+
+} // namespace kelvo

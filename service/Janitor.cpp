@@ -1,0 +1,113 @@
+// Throws away what nobody can ask for any more.
+#include "service/Janitor.h"
+
+#include "service/base/Log.h"
+#include "service/store/Events.h"
+#include "service/store/Files.h"
+#include "service/store/Reports.h"
+#include "service/store/Sessions.h"
+#include "service/store/Uploads.h"
+
+#include <exception>
+
+namespace kelvo {
+
+namespace {
+
+constexpr long long hourMs = 3600 * 1000;
+constexpr long long binLifeMs = 30 * 24 * hourMs;
+constexpr long long positionLifeMs = 30 * 24 * hourMs;
+
+void cleanDatabase(api::Context& context, int eventHours)
+{
+    const long long now = context.clock.nowMs();
+    context.database.writeNow([now, eventHours](store::Transaction& transaction) {
+        store::removeExpiredSessions(transaction, now);
+        store::emptyBin(transaction, now - binLifeMs);
+        store::prunePositions(transaction, now - positionLifeMs);
+        store::forgetOldResults(transaction, now);
+        if (eventHours > 0) {
+            store::pruneEventsBefore(transaction, now - eventHours * hourMs);
+        }
+    });
+}
+
+void removeExpiredUploads(api::Context& context)
+{
+    const long long now = context.clock.nowMs();
+    const auto expired = context.database.readNow(
+        [now](soci::session& sql) { return store::expiredUploads(sql, now); });
+    for (const std::string& id : expired) {
+        context.database.writeNow(
+            [&id](store::Transaction& transaction) { store::removeUpload(transaction, id); });
+        context.contents.removeUpload(id);
+    }
+}
+
+/** Files without a row: a crash came between the database and the folder. */
+void removeOrphanedUploads(api::Context& context)
+{
+    for (const std::string& id : context.contents.uploadIds()) {
+        const bool known = context.database.readNow([&id](soci::session& sql) {
+            const auto upload = store::uploadById(sql, id);
+            return upload && !upload->finished;
+        });
+        if (!known) {
+            context.contents.removeUpload(id);
+        }
+    }
+}
+
+void removeUnusedContents(api::Context& context)
+{
+    for (const std::string& digest : context.contents.digests()) {
+        // Somebody who is about to refer to it holds its lock until the reference is committed.
+        const auto lock = context.digestLocks.tryLock(digest);
+        if (lock && !context.database.readNow([&digest](soci::session& sql) {
+                return store::contentIsUsed(sql, digest);
+            })) {
+            context.contents.remove(digest);
+        }
+    }
+}
+
+} // namespace
+
+Janitor::Janitor(api::Context& context, const Settings& settings)
+    : context_(context), settings_(settings), thread_([this] { loop(); })
+{}
+
+Janitor::~Janitor()
+{
+    {
+        const std::lock_guard lock(mutex_);
+        stopping_ = true;
+    }
+    changed_.notify_all();
+    thread_.join();
+}
+
+void Janitor::cleanUp(api::Context& context, const Settings& settings)
+{
+    cleanDatabase(context, settings.eventHours);
+    removeExpiredUploads(context);
+    removeOrphanedUploads(context);
+    removeUnusedContents(context);
+}
+
+void Janitor::loop()
+{
+    std::unique_lock lock(mutex_);
+    while (!stopping_) {
+        lock.unlock();
+        try {
+            cleanUp(context_, settings_);
+        } catch (const std::exception& error) {
+            logError("clean-up-failed", error.what());
+        }
+        lock.lock();
+        changed_.wait_for(lock, settings_.interval, [this] { return stopping_; });
+    }
+}
+
+} // namespace kelvo

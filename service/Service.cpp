@@ -1,0 +1,141 @@
+// The whole service: builds its parts, runs them, takes them down.
+#include "service/Service.h"
+
+#include "service/DataFolder.h"
+#include "service/FirstStart.h"
+#include "service/IoThreads.h"
+#include "service/Janitor.h"
+#include "service/api/ApiApplication.h"
+#include "service/base/Log.h"
+#include "service/http/Listener.h"
+#include "service/metrics/Metrics.h"
+#include "service/metrics/MonitorApplication.h"
+#include "service/store/Errors.h"
+#include "service/store/Farms.h"
+#include "service/tls/ServerContext.h"
+
+#include <boost/asio/signal_set.hpp>
+
+#include <cstdio>
+
+namespace kelvo {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto transferGrace = 5s; // what running transfers get when the service stops
+constexpr unsigned fileThreads = 4;
+
+tls::CertificateFiles certificateFiles(const ServeOptions& options, const DataFolder& folder)
+{
+    if (!options.certificate.empty()) {
+        return {options.certificate, options.key};
+    }
+    std::vector<std::string> names{"localhost", "127.0.0.1", "::1"};
+    const std::string host = http::HostPort::parse(options.listen).host;
+    if (host != "0.0.0.0" && host != "::" && host != "*") {
+        names.push_back(host);
+    }
+    names.insert(names.end(), options.names.begin(), options.names.end());
+    return tls::ensureCertificates(folder.path(), names);
+}
+
+std::unique_ptr<store::Database> openDatabase(const DataFolder& folder)
+{
+    try {
+        return std::make_unique<store::Database>(
+            store::makeSqlite((folder.path() / "kelvo.sqlite").string()));
+    } catch (const store::SchemaTooNew&) {
+        throw StartRefused("the database in " + folder.path().string() +
+                           " has a newer schema than this version knows");
+    } catch (const std::exception& error) {
+        throw StartRefused("cannot open the database in " + folder.path().string() + ": " +
+                           error.what());
+    }
+}
+
+std::unique_ptr<http::Listener> listen(IoThreads& threads, const std::string& address,
+                                       ssl_ctx_st* tls, http::Application& application,
+                                       const http::Limits& limits)
+{
+    try {
+        return std::make_unique<http::Listener>(threads.contexts(), http::HostPort::parse(address),
+                                                tls, application, limits);
+    } catch (const std::exception& error) {
+        throw StartRefused("cannot listen on " + address + ": " + error.what());
+    }
+}
+
+Async<bool> isReady(store::Database& database)
+{
+    auto query = [](soci::session& sql) { return store::canRead(sql); };
+    try {
+        co_return co_await database.read(query);
+    } catch (const std::exception&) {
+        co_return false;
+    }
+}
+
+/** Returns when a signal asks the service to stop. */
+void waitForSignal()
+{
+    asio::io_context context;
+    asio::signal_set signals(context, SIGINT, SIGTERM);
+    signals.async_wait([](const boost::system::error_code&, int) {});
+    context.run();
+}
+
+} // namespace
+
+void runService(const ServeOptions& options)
+{
+    DataFolder folder(options.dataFolder);
+    const SystemClock clock;
+    const auto database = openDatabase(folder);
+    content::ContentStore contents(folder.path());
+    content::DigestCache digests;
+    content::DigestLocks digestLocks;
+    content::ActiveUploads activeUploads;
+    events::EventHub hub;
+    database->onCommit([&hub](const std::vector<store::Event>& events) { hub.publish(events); });
+    accounts::Accounts accounts(
+        *database, clock,
+        {options.passwordCost, options.loginAttempts, std::chrono::hours(options.sessionHours)});
+    makeFirstAdmin(*database, accounts.passwords(), clock, folder.path());
+    WorkPool filePool(fileThreads);
+    api::Context context{*database, contents, digests, digestLocks, activeUploads,
+                         hub,       accounts, clock,   filePool,    {}};
+    context.settings.maxUploadBytes = options.maxUploadBytes;
+    context.settings.eventsKept = options.eventsKept;
+
+    metrics::Metrics metrics;
+    metrics.setOpenStreams([&hub] { return hub.openStreams(); });
+    api::ApiApplication api(context, metrics);
+    metrics::MonitorApplication monitor(metrics, [&database] { return isReady(*database); });
+
+    const auto tlsContext = tls::makeServerContext(certificateFiles(options, folder));
+    IoThreads threads;
+    http::Limits limits;
+    limits.connections = options.connections;
+    const auto apiListener = listen(threads, options.listen, tlsContext.get(), api, limits);
+    const auto monitorListener = listen(threads, options.metricsListen, nullptr, monitor, {});
+    const Janitor janitor(context, {options.eventHours});
+    apiListener->start();
+    monitorListener->start();
+    threads.start();
+
+    const std::string apiAddress = apiListener->address().text();
+    const std::string monitorAddress = monitorListener->address().text();
+    folder.announce(apiAddress, monitorAddress);
+    std::printf("kelvo-service: listening on https://%s, metrics on http://%s\n",
+                apiAddress.c_str(), monitorAddress.c_str());
+    std::fflush(stdout);
+    logInfo("started");
+    waitForSignal();
+    logInfo("stopping");
+    threads.drain({apiListener.get(), monitorListener.get()}, transferGrace);
+    logInfo("stopped");
+}
+
+} // namespace kelvo

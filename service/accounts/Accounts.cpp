@@ -1,0 +1,108 @@
+// Logging in and out, and who a request comes from.
+#include "service/accounts/Accounts.h"
+
+#include "service/base/Digest.h"
+#include "service/base/Encoding.h"
+#include "service/base/Random.h"
+#include "service/http/Problem.h"
+#include "service/store/Sessions.h"
+#include "service/store/Users.h"
+
+#include <boost/beast/core/string.hpp>
+
+namespace kelvo::accounts {
+
+using http::EProblem;
+using http::Problem;
+
+namespace {
+
+/** Two hashes at a time bound the memory at twice what one takes. */
+constexpr unsigned hashThreads = 2;
+
+std::string bearerToken(const http::Request& request)
+{
+    static constexpr std::string_view scheme = "Bearer ";
+    const std::string_view value = request.header("Authorization");
+    if (value.size() <= scheme.size() ||
+        !boost::beast::iequals(value.substr(0, scheme.size()), scheme)) {
+        throw Problem(EProblem::Unauthenticated, "A session's token is needed.");
+    }
+    return std::string(trimmed(value.substr(scheme.size())));
+}
+
+} // namespace
+
+Accounts::Accounts(store::Database& database, const Clock& clock, const Settings& settings)
+    : database_(database),
+      clock_(clock),
+      settings_(settings),
+      passwords_(settings.cost),
+      throttle_(clock, settings.loginAttempts),
+      pool_(hashThreads)
+{}
+
+void Accounts::refuseIfThrottled(const std::string& user, const std::string& address)
+{
+    const auto wait = throttle_.waitFor(user, address);
+    if (wait.count() > 0) {
+        throw Problem(EProblem::LoginThrottled, "Wait before you try again.",
+                      {{"Retry-After", std::to_string(wait.count())}});
+    }
+}
+
+Async<Login> Accounts::login(std::string user, std::string password, std::string address)
+{
+    refuseIfThrottled(user, address);
+    auto find = [&user](soci::session& sql) { return store::credentialsOf(sql, user); };
+    const auto known = co_await database_.read(find);
+    auto check = [this, &known, &password, &user, &address] {
+        // Again when its turn has come: many guesses may have been queued at once.
+        refuseIfThrottled(user, address);
+        return passwords_.verify(password,
+                                 known ? std::optional(known->passwordHash) : std::nullopt);
+    };
+    const bool right = co_await pool_.run(check);
+    if (!right) {
+        throttle_.failed(user, address);
+        throw Problem(EProblem::InvalidCredentials, "The user name or the password is wrong.");
+    }
+    throttle_.succeeded(user);
+    if (known->user.disabled) {
+        throw Problem(EProblem::AccountDisabled, "This account has been disabled.");
+    }
+    const long long now = clock_.nowMs();
+    Login login;
+    login.token = randomHex(32);
+    login.session = {sha256Hex(login.token), known->user,
+                     now + std::chrono::milliseconds(settings_.sessionLife).count()};
+    auto add = [&login, now](store::Transaction& transaction) {
+        store::addSession(transaction, login.session.tokenHash, login.session.user.id, now,
+                          login.session.expiresMs);
+    };
+    co_await database_.write(add);
+    co_return login;
+}
+
+Async<store::Session> Accounts::authenticate(http::Request& request)
+{
+    const std::string hash = sha256Hex(bearerToken(request));
+    auto find = [this, &hash](soci::session& sql) {
+        return store::findSession(sql, hash, clock_.nowMs());
+    };
+    auto session = co_await database_.read(find);
+    if (!session) {
+        throw Problem(EProblem::Unauthenticated, "The session is unknown or has ended.");
+    }
+    request.farm = session->user.farmId();
+    request.user = session->user.id;
+    co_return std::move(*session);
+}
+
+Async<std::string> Accounts::hashPassword(std::string password)
+{
+    auto work = [this, &password] { return passwords_.hash(password); };
+    co_return co_await pool_.run(work);
+}
+
+} // namespace kelvo::accounts

@@ -1,0 +1,59 @@
+// The rules of who may do what.
+#include "service/api/Access.h"
+
+#include "service/http/Problem.h"
+
+namespace kelvo::api {
+
+using http::EProblem;
+using http::Problem;
+using store::ERole;
+
+namespace {
+
+Async<store::User> requireRole(Context& context, http::Request& request, ERole role,
+                               const char* refusal)
+{
+    const store::User user = co_await requireFarmUser(context, request);
+    if (user.role != role) {
+        throw Problem(EProblem::Forbidden, refusal);
+    }
+    co_return user;
+}
+
+} // namespace
+
+Async<store::User> requireFarmUser(Context& context, http::Request& request)
+{
+    const store::Session session = co_await context.accounts.authenticate(request);
+    if (!session.user.farm) {
+        throw Problem(EProblem::NotFound, "There is no such resource.");
+    }
+    co_return session.user;
+}
+
+Async<store::User> requireOffice(Context& context, http::Request& request)
+{
+    return requireRole(context, request, ERole::Office, "Only the farm's office may do this.");
+}
+
+Async<store::User> requireOperator(Context& context, http::Request& request)
+{
+    return requireRole(context, request, ERole::Operator, "Only consoles' operators report this.");
+}
+
+Async<store::User> requireAdmin(Context& context, http::Request& request)
+{
+    const store::Session session = co_await context.accounts.authenticate(request);
+    if (session.user.role != ERole::Admin) {
+        throw Problem(EProblem::Forbidden, "Only an administrator may do this.");
+    }
+    co_return session.user;
+}
+
+bool mayUse(const store::User& user, const store::Inbox& inbox)
+{
+    return user.role == ERole::Office || inbox.ownerId == user.id;
+}
+
+} // namespace kelvo::api

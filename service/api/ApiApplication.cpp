@@ -1,0 +1,66 @@
+// The API behind its listener: routes, errors, log and metrics.
+#include "service/api/ApiApplication.h"
+
+#include "service/base/Log.h"
+#include "service/http/Problem.h"
+#include "service/store/Errors.h"
+
+#include <cerrno>
+#include <system_error>
+
+namespace kelvo::api {
+
+using http::EProblem;
+using http::Problem;
+
+namespace {
+
+/** EFBIG too: a file size limit is a full disk as far as an upload is concerned. */
+bool meansFull(const std::system_error& error)
+{
+    const int code = error.code().value();
+    return error.code().category() == std::generic_category() &&
+           (code == ENOSPC || code == EDQUOT || code == EFBIG);
+}
+
+} // namespace
+
+ApiApplication::ApiApplication(Context& context, metrics::Metrics& metrics)
+    : router_(basePath), metrics_(metrics)
+{
+    addSessionRoutes(router_, context);
+    addAccountRoutes(router_, context);
+    addResourceRoutes(router_, context);
+    addContentRoutes(router_, context);
+    addUploadRoutes(router_, context);
+    addBinRoutes(router_, context);
+    addReportRoutes(router_, context);
+    addEventRoutes(router_, context);
+    addFarmRoutes(router_, context);
+    addUserRoutes(router_, context);
+}
+
+Async<http::Response> ApiApplication::handle(http::Request& request)
+{
+    try {
+        co_return co_await router_.find(request)(request);
+    } catch (const store::StorageFull&) {
+        throw Problem(EProblem::InsufficientStorage, "The service's storage is full.");
+    } catch (const store::NameTaken&) {
+        throw Problem(EProblem::Conflict, "The name is taken.");
+    } catch (const std::system_error& error) {
+        if (meansFull(error)) {
+            throw Problem(EProblem::InsufficientStorage, "The service's storage is full.");
+        }
+        throw;
+    }
+}
+
+void ApiApplication::requestDone(const http::RequestSummary& summary)
+{
+    metrics_.count(summary);
+    logRequest({summary.method, summary.route, summary.status, summary.receivedBytes,
+                summary.sentBytes, summary.durationMs, summary.farm, summary.user});
+}
+
+} // namespace kelvo::api

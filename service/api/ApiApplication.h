@@ -1,0 +1,25 @@
+// The API behind its listener: routes, errors, log and metrics.
+#pragma once
+
+#include "service/api/Context.h"
+#include "service/http/Connection.h"
+#include "service/http/Router.h"
+#include "service/metrics/Metrics.h"
+
+namespace kelvo::api {
+
+/** Thread: any I/O thread. Ownership: the references outlive it. */
+class ApiApplication final : public http::Application
+{
+public:
+    ApiApplication(Context& context, metrics::Metrics& metrics);
+
+    Async<http::Response> handle(http::Request& request) override;
+    void requestDone(const http::RequestSummary& summary) override;
+
+private:
+    http::Router router_;
+    metrics::Metrics& metrics_;
+};
+
+} // namespace kelvo::api

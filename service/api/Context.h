@@ -1,0 +1,59 @@
+// What the handlers of the API work with.
+#pragma once
+
+#include "service/accounts/Accounts.h"
+#include "service/base/Clock.h"
+#include "service/base/WorkPool.h"
+#include "service/content/ActiveUploads.h"
+#include "service/content/ContentStore.h"
+#include "service/content/DigestLocks.h"
+#include "service/content/UploadWriter.h"
+#include "service/events/EventHub.h"
+#include "service/events/EventStream.h"
+#include "service/store/Database.h"
+
+#include <cstdint>
+
+namespace kelvo::http {
+class Router;
+}
+
+namespace kelvo::api {
+
+/** Where every route begins. */
+inline constexpr const char* basePath = "/kelvo-api/v1";
+
+struct Settings
+{
+    long long maxUploadBytes = 8LL * 1024 * 1024 * 1024;
+    long long eventsKept = 100000; // a farm; 0: no limit by number
+    events::StreamSettings stream;
+};
+
+/** References to the parts of the service; lives as long as they do and longer than any request. */
+struct Context
+{
+    store::Database& database;
+    content::ContentStore& contents;
+    content::DigestCache& digests;
+    content::DigestLocks& digestLocks;
+    content::ActiveUploads& activeUploads;
+    events::EventHub& hub;
+    accounts::Accounts& accounts;
+    const Clock& clock;
+    WorkPool& filePool;
+    Settings settings;
+};
+
+void addSessionRoutes(http::Router& router, Context& context);
+void addAccountRoutes(http::Router& router, Context& context);
+void addResourceRoutes(http::Router& router, Context& context);
+void addContentRoutes(http::Router& router, Context& context);
+void addUploadRoutes(http::Router& router, Context& context);
+void addBinRoutes(http::Router& router, Context& context);
+void addReportRoutes(http::Router& router, Context& context);
+void addEventRoutes(http::Router& router, Context& context);
+void addFarmRoutes(http::Router& router, Context& context);
+void addUserRoutes(http::Router& router, Context& context);
+
+} // namespace kelvo::api

@@ -1,0 +1,126 @@
+// The store's records as the API's JSON.
+#include "service/api/Documents.h"
+
+#include "service/base/Encoding.h"
+#include "service/base/Time.h"
+#include "service/http/Problem.h"
+
+#include <algorithm>
+
+namespace kelvo::api {
+
+using http::EProblem;
+using http::Problem;
+
+namespace {
+
+constexpr std::size_t longestNameCharacters = 64;
+constexpr std::size_t longestFileNameBytes = 255;
+constexpr long long binDaysMs = 30LL * 24 * 3600 * 1000;
+
+bool hasControl(std::string_view text)
+{
+    return std::any_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
+}
+
+} // namespace
+
+Json toJson(const store::Farm& farm)
+{
+    return {{"id", farm.id}, {"name", farm.name}};
+}
+
+Json toJson(const store::User& user)
+{
+    return {{"id", user.id},
+            {"name", user.name},
+            {"role", store::toText(user.role)},
+            {"disabled", user.disabled},
+            {"farm", user.farm ? toJson(*user.farm) : Json()}};
+}
+
+Json toJson(const store::File& file)
+{
+    return {{"id", file.id},
+            {"kind", "file"},
+            {"name", file.name},
+            {"container", file.inbox},
+            {"size", file.sizeBytes},
+            {"sha256", file.sha256},
+            {"created_at", rfc3339(file.createdMs)},
+            {"etag", etagOf(file)}};
+}
+
+Json toJson(const store::BinnedFile& binned)
+{
+    Json document = toJson(binned.file);
+    document["deleted_at"] = rfc3339(binned.deletedMs);
+    document["expires_at"] = rfc3339(binned.deletedMs + binDaysMs);
+    document["deleted_by"] = binned.deletedBy;
+    return document;
+}
+
+Json toJson(const store::Project& project)
+{
+    return {{"id", project.id}, {"kind", "project"}, {"name", project.name}};
+}
+
+Json toJson(const store::Inbox& inbox, const std::optional<std::vector<store::File>>& entries)
+{
+    Json document{{"id", inbox.id},
+                  {"kind", "user-inbox"},
+                  {"name", inbox.name},
+                  {"project", inbox.project},
+                  {"owner", {{"id", inbox.ownerId}, {"name", inbox.ownerName}}}};
+    if (entries) {
+        Json list = Json::array();
+        for (const store::File& file : *entries) {
+            list.push_back(toJson(file));
+        }
+        document["entries"] = std::move(list);
+    }
+    return document;
+}
+
+std::string etagOf(const store::File& file)
+{
+    return "\"" + file.sha256 + "\"";
+}
+
+std::string requireString(const nlohmann::json& document, const char* member)
+{
+    const auto found = document.find(member);
+    if (found == document.end() || !found->is_string()) {
+        throw Problem(EProblem::MalformedRequest,
+                      std::string("The member \"") + member + "\" must be a string.");
+    }
+    return found->get<std::string>();
+}
+
+std::string requireName(const nlohmann::json& document, const char* member)
+{
+    std::string name = requireString(document, member);
+    const std::size_t length = countCharacters(name);
+    if (length == 0 || length > longestNameCharacters || hasControl(name)) {
+        throw Problem(EProblem::Unprocessable, std::string("The member \"") + member +
+                                                   "\" must have 1 to 64 printable characters.");
+    }
+    return name;
+}
+
+bool isFileName(std::string_view name)
+{
+    return !name.empty() && name.size() <= longestFileNameBytes && isUtf8(name) &&
+           !hasControl(name) && name.find('/') == std::string_view::npos && name != "." &&
+           name != "..";
+}
+
+std::size_t countCharacters(std::string_view utf8)
+{
+    return static_cast<std::size_t>(std::count_if(utf8.begin(), utf8.end(), [](char c) {
+        return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+    }));
+}
+
+} // namespace kelvo::api

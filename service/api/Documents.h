@@ -1,0 +1,44 @@
+// The store's records as the API's JSON.
+#pragma once
+
+#include "service/store/Records.h"
+
+#include <nlohmann/json.hpp>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelvo::api {
+
+using Json = nlohmann::ordered_json;
+
+Json toJson(const store::Farm& farm);
+Json toJson(const store::User& user);
+Json toJson(const store::File& file);
+Json toJson(const store::BinnedFile& file);
+
+/** Without "resources". */
+Json toJson(const store::Project& project);
+
+/** `entries` absent: the reader may not see them. */
+Json toJson(const store::Inbox& inbox, const std::optional<std::vector<store::File>>& entries);
+
+/** The entity tag of a content. */
+std::string etagOf(const store::File& file);
+
+/** A member that must be a string. Throws Problem (malformed-request). */
+std::string requireString(const nlohmann::json& document, const char* member);
+
+/** A name of a farm or user: 1 to 64 characters, none of them a control. Throws Problem
+ * (unprocessable). */
+std::string requireName(const nlohmann::json& document, const char* member);
+
+/** Whether it can be a file's name on any console. */
+bool isFileName(std::string_view name);
+
+/** Characters of valid UTF-8. */
+std::size_t countCharacters(std::string_view utf8);
+
+} // namespace kelvo::api

@@ -1,0 +1,54 @@
+// The events that changes leave in a farm's log.
+#include "service/api/EventWriting.h"
+
+#include "service/api/Documents.h"
+#include "service/store/Events.h"
+
+namespace kelvo::api {
+
+namespace {
+
+void append(store::Transaction& transaction, const EventFrame& frame, store::Event event)
+{
+    event.farm = frame.farm;
+    event.createdMs = frame.nowMs;
+    store::addEvent(transaction, std::move(event));
+    const store::Id newest = transaction.events.back().id;
+    if (frame.eventsKept > 0 && newest > frame.eventsKept) {
+        store::pruneEventsTo(transaction, frame.farm, newest - frame.eventsKept);
+    }
+}
+
+void addFileEvent(store::Transaction& transaction, const EventFrame& frame, const char* name,
+                  const store::Inbox& inbox, const store::File& file)
+{
+    const Json data{
+        {"container", {{"id", inbox.id}, {"kind", "user-inbox"}, {"project", inbox.project}}},
+        {"entry", toJson(file)}};
+    append(transaction, frame, {0, 0, name, inbox.ownerId, data.dump(), {}, 0});
+}
+
+} // namespace
+
+void addFileAdded(store::Transaction& transaction, const EventFrame& frame,
+                  const store::Inbox& inbox, const store::File& file)
+{
+    addFileEvent(transaction, frame, "file-added", inbox, file);
+}
+
+void addFileRemoved(store::Transaction& transaction, const EventFrame& frame,
+                    const store::Inbox& inbox, const store::File& file)
+{
+    addFileEvent(transaction, frame, "file-removed", inbox, file);
+}
+
+void addInboxAdded(store::Transaction& transaction, const EventFrame& frame,
+                   const store::Inbox& inbox)
+{
+    const Json container{{"id", inbox.project}, {"kind", "project"}};
+    const Json full{{"container", container}, {"entry", toJson(inbox, std::vector<store::File>())}};
+    const Json common{{"container", container}, {"entry", toJson(inbox, std::nullopt)}};
+    append(transaction, frame, {0, 0, "inbox-added", inbox.ownerId, full.dump(), common.dump(), 0});
+}
+
+} // namespace kelvo::api

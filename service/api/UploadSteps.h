@@ -1,0 +1,58 @@
+// The steps of an upload: begin, receive, finish.
+#pragma once
+
+#include "service/api/Context.h"
+#include "service/api/UploadHeaders.h"
+#include "service/http/Request.h"
+#include "service/http/Response.h"
+#include "service/store/Records.h"
+
+#include <memory>
+
+namespace kelvo::api {
+
+/** What a POST leads to. */
+struct Beginning
+{
+    store::Upload upload;
+    bool isRepeat = false; // the idempotency key named an upload that is there already
+};
+
+/** Finds the upload of the same key or makes a new one. Throws Problem. */
+Async<Beginning> beginUpload(Context& context, const store::User& user, const UploadWish& wish);
+
+/** The caller's own upload. Throws not-found or gone. */
+Async<store::Upload> findUpload(Context& context, const store::User& user, const std::string& id);
+
+/** Where an upload stands after a request worked on it. */
+struct Progress
+{
+    store::Upload upload;
+    long long offset = 0;
+};
+
+/**
+ * Takes the request's body as the part at `offset` and, when that was the last, finishes the
+ * upload. Throws Problem, or PeerGone when the body was cut off (what arrived stays).
+ */
+Async<Progress> receivePart(Context& context, http::Request& request, store::Upload upload,
+                            long long offset);
+
+/** How much of an unfinished upload is there, after other requests on it have been stopped. */
+Async<Progress> currentProgress(Context& context, http::Request& request, store::Upload upload);
+
+/**
+ * Makes the received bytes a content and the upload its files, all or none: synced file, renamed,
+ * folder synced, then files and events in one transaction.
+ */
+Async<store::Upload> finishUpload(Context& context, store::Upload upload,
+                                  content::UploadWriter& writer);
+
+/** The result's headers, for a finished upload. */
+void addResultHeaders(http::Response& response, const store::Upload& upload);
+
+/** The result's body, for a finished upload. */
+Async<http::Response> resultDocument(Context& context, const store::Upload& upload,
+                                     unsigned status);
+
+} // namespace kelvo::api

@@ -1,0 +1,30 @@
+// The time of day as the service's rules see it, behind an interface so that tests can move it.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace kelvo {
+
+/** Tells the time. Thread safe. */
+class Clock
+{
+public:
+    virtual ~Clock() = default;
+
+    /** Milliseconds since 1970-01-01 UTC. */
+    virtual std::int64_t nowMs() const = 0;
+};
+
+/** The machine's own clock. */
+class SystemClock final : public Clock
+{
+public:
+    std::int64_t nowMs() const override
+    {
+        using namespace std::chrono;
+        return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+    }
+};
+
+} // namespace kelvo

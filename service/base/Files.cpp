@@ -1,0 +1,113 @@
+// Small durable file operations.
+#include "service/base/Files.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kelvo {
+
+FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept
+{
+    if (this != &other) {
+        reset();
+        fd_ = other.release();
+    }
+    return *this;
+}
+
+int FileDescriptor::release()
+{
+    return std::exchange(fd_, -1);
+}
+
+void FileDescriptor::reset()
+{
+    if (fd_ >= 0) {
+        ::close(fd_);
+        fd_ = -1;
+    }
+}
+
+void throwErrno(const char* what)
+{
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+FileDescriptor openFile(const std::filesystem::path& path, int flags, mode_t mode)
+{
+    FileDescriptor file(::open(path.c_str(), flags | O_CLOEXEC, mode));
+    if (!file) {
+        throwErrno("open");
+    }
+    return file;
+}
+
+void writeAll(int fd, const void* data, std::size_t sizeBytes)
+{
+    const char* next = static_cast<const char*>(data);
+    while (sizeBytes > 0) {
+        const ssize_t written = ::write(fd, next, sizeBytes);
+        if (written < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            throwErrno("write");
+        }
+        next += written;
+        sizeBytes -= static_cast<std::size_t>(written);
+    }
+}
+
+void syncFolder(const std::filesystem::path& folder)
+{
+    const FileDescriptor handle = openFile(folder, O_RDONLY | O_DIRECTORY);
+    if (::fsync(handle.get()) != 0) {
+        throwErrno("fsync");
+    }
+}
+
+void replaceFile(const std::filesystem::path& path, std::string_view content, mode_t mode)
+{
+    std::filesystem::path temporary = path;
+    temporary += ".new";
+    {
+        const FileDescriptor file = openFile(temporary, O_WRONLY | O_CREAT | O_TRUNC, mode);
+        // An older temporary keeps its mode through open(), and secrets must never be readable.
+        if (::fchmod(file.get(), mode) != 0) {
+            throwErrno("fchmod");
+        }
+        writeAll(file.get(), content.data(), content.size());
+        if (::fsync(file.get()) != 0) {
+            throwErrno("fsync");
+        }
+    }
+    if (::rename(temporary.c_str(), path.c_str()) != 0) {
+        throwErrno("rename");
+    }
+    syncFolder(path.parent_path());
+}
+
+std::string readFile(const std::filesystem::path& path)
+{
+    const FileDescriptor file = openFile(path, O_RDONLY);
+    std::string content;
+    char buffer[4096];
+    for (;;) {
+        const ssize_t got = ::read(file.get(), buffer, sizeof buffer);
+        if (got < 0 && errno != EINTR) {
+            throwErrno("read");
+        }
+        if (got == 0) {
+            return content;
+        }
+        if (got > 0) {
+            content.append(buffer, static_cast<std::size_t>(got));
+        }
+    }
+}
+
+} // namespace kelvo

@@ -1,0 +1,48 @@
+// Small durable file operations; everything here blocks.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include <sys/types.h>
+
+namespace kelvo {
+
+/** Owns a file descriptor and closes it. */
+class FileDescriptor
+{
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int fd) : fd_(fd) {}
+    ~FileDescriptor() { reset(); }
+    FileDescriptor(FileDescriptor&& other) noexcept : fd_(other.release()) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept;
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+    int get() const { return fd_; }
+    explicit operator bool() const { return fd_ >= 0; }
+    int release();
+    void reset();
+
+private:
+    int fd_ = -1;
+};
+
+/** Errors: the functions below throw std::system_error with errno; the message names no path. */
+[[noreturn]] void throwErrno(const char* what);
+
+FileDescriptor openFile(const std::filesystem::path& path, int flags, mode_t mode = 0600);
+
+/** Writes all of it, whatever write() takes at a time. */
+void writeAll(int fd, const void* data, std::size_t sizeBytes);
+
+void syncFolder(const std::filesystem::path& folder);
+
+/** Replaces the file in one step and durably: readers see the old content or the new. */
+void replaceFile(const std::filesystem::path& path, std::string_view content, mode_t mode);
+
+std::string readFile(const std::filesystem::path& path);
+
+} // namespace kelvo

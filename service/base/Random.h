@@ -1,0 +1,12 @@
+// Names that nobody can guess.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace kelvo {
+
+/** `bytes` random bytes from the system, in hexadecimal. Thread safe. */
+std::string randomHex(std::size_t bytes);
+
+} // namespace kelvo

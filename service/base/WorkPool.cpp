@@ -1,0 +1,98 @@
+// A few threads for work that blocks.
+#include "service/base/WorkPool.h"
+
+#include <boost/asio/async_result.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/this_coro.hpp>
+
+#include <exception>
+#include <memory>
+
+namespace kelvo {
+
+WorkPool::WorkPool(unsigned threads)
+{
+    for (unsigned i = 0; i < threads; ++i) {
+        threads_.emplace_back([this] { loop(); });
+    }
+}
+
+WorkPool::~WorkPool()
+{
+    stop();
+}
+
+void WorkPool::post(std::function<void()> work)
+{
+    {
+        const std::lock_guard lock(mutex_);
+        if (stopping_) {
+            return;
+        }
+        queue_.push_back(std::move(work));
+    }
+    changed_.notify_one();
+}
+
+void WorkPool::stop()
+{
+    {
+        const std::lock_guard lock(mutex_);
+        stopping_ = true;
+    }
+    changed_.notify_all();
+    for (std::thread& thread : threads_) {
+        thread.join();
+    }
+    threads_.clear();
+}
+
+void WorkPool::loop()
+{
+    for (;;) {
+        std::function<void()> work;
+        {
+            std::unique_lock lock(mutex_);
+            changed_.wait(lock, [this] { return stopping_ || !queue_.empty(); });
+            if (queue_.empty()) {
+                return;
+            }
+            work = std::move(queue_.front());
+            queue_.pop_front();
+        }
+        work();
+    }
+}
+
+Async<void> WorkPool::runErased(std::function<void()> work)
+{
+    std::exception_ptr error;
+    StartOperation start = [this, &work, &error](std::function<void()> done) {
+        post([&work, &error, done = std::move(done)] {
+            try {
+                work();
+            } catch (...) {
+                error = std::current_exception();
+            }
+            done();
+        });
+    };
+    co_await awaitOperation(std::move(start));
+    if (error) {
+        std::rethrow_exception(error);
+    }
+}
+
+Async<void> awaitOperation(StartOperation start)
+{
+    const asio::any_io_executor executor = co_await asio::this_coro::executor;
+    auto initiate = [&start, executor](auto handler) {
+        // A std::function must be copyable and a coroutine's handler is not: share it.
+        auto shared = std::make_shared<decltype(handler)>(std::move(handler));
+        start([shared, executor] { asio::post(executor, [shared] { std::move (*shared)(); }); });
+    };
+    co_await asio::async_initiate<const asio::use_awaitable_t<>&, void()>(initiate,
+                                                                          asio::use_awaitable);
+}
+
+} // namespace kelvo

@@ -1,0 +1,121 @@
+// The folders that hold uploads under way and finished contents.
+#include "service/content/ContentStore.h"
+
+#include <cerrno>
+#include <cstdio>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kelvo::content {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void makeFolder(const fs::path& folder)
+{
+    if (::mkdir(folder.c_str(), 0700) == 0) {
+        syncFolder(folder.parent_path());
+    } else if (errno != EEXIST) {
+        throwErrno("mkdir");
+    }
+}
+
+void removeIfThere(const fs::path& file)
+{
+    if (::unlink(file.c_str()) != 0 && errno != ENOENT) {
+        throwErrno("unlink");
+    }
+}
+
+} // namespace
+
+ContentStore::ContentStore(const fs::path& dataFolder)
+    : contents_(dataFolder / "content"), uploads_(dataFolder / "uploads")
+{
+    makeFolder(contents_);
+    makeFolder(uploads_);
+}
+
+fs::path ContentStore::contentPath(const std::string& sha256) const
+{
+    return contents_ / sha256.substr(0, 2) / sha256;
+}
+
+FileDescriptor ContentStore::openUpload(const std::string& id) const
+{
+    return openFile(uploads_ / id, O_RDWR | O_CREAT, 0600);
+}
+
+std::uint64_t ContentStore::uploadSize(const std::string& id) const
+{
+    struct stat status
+    {};
+    if (::stat((uploads_ / id).c_str(), &status) != 0) {
+        if (errno == ENOENT) {
+            return 0;
+        }
+        throwErrno("stat");
+    }
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+void ContentStore::removeUpload(const std::string& id) const
+{
+    removeIfThere(uploads_ / id);
+}
+
+bool ContentStore::adopt(const std::string& id, const std::string& sha256) const
+{
+    const fs::path target = contentPath(sha256);
+    if (::access(target.c_str(), F_OK) == 0) {
+        return false;
+    }
+    makeFolder(target.parent_path());
+    if (::rename((uploads_ / id).c_str(), target.c_str()) != 0) {
+        throwErrno("rename");
+    }
+    syncFolder(target.parent_path());
+    return true;
+}
+
+void ContentStore::giveBack(const std::string& id, const std::string& sha256) const
+{
+    if (::rename(contentPath(sha256).c_str(), (uploads_ / id).c_str()) != 0) {
+        throwErrno("rename");
+    }
+}
+
+FileDescriptor ContentStore::open(const std::string& sha256) const
+{
+    return openFile(contentPath(sha256), O_RDONLY);
+}
+
+void ContentStore::remove(const std::string& sha256) const
+{
+    removeIfThere(contentPath(sha256));
+}
+
+std::vector<std::string> ContentStore::uploadIds() const
+{
+    std::vector<std::string> ids;
+    for (const auto& entry : fs::directory_iterator(uploads_)) {
+        ids.push_back(entry.path().filename());
+    }
+    return ids;
+}
+
+std::vector<std::string> ContentStore::digests() const
+{
+    std::vector<std::string> digests;
+    for (const auto& folder : fs::directory_iterator(contents_)) {
+        for (const auto& entry : fs::directory_iterator(folder.path())) {
+            digests.push_back(entry.path().filename());
+        }
+    }
+    return digests;
+}
+
+} // namespace kelvo::content

@@ -1,0 +1,60 @@
+// The folders that hold uploads under way and finished contents.
+#pragma once
+
+#include "service/base/Files.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace kelvo::content {
+
+/**
+ * `uploads/<id>` grows while bytes arrive; `content/<aa>/<sha256>` is complete, synced and never
+ * changes. Equal contents are kept once.
+ *
+ * Thread: any; everything blocks, so call it on a pool.
+ * Errors: std::system_error.
+ * Durability: what adopt() returned from survives a power failure.
+ */
+class ContentStore
+{
+public:
+    /** Makes the folders if need be. */
+    explicit ContentStore(const std::filesystem::path& dataFolder);
+
+    /** For reading and writing; made when it is not there. */
+    FileDescriptor openUpload(const std::string& id) const;
+
+    /** 0 when it is not there. */
+    std::uint64_t uploadSize(const std::string& id) const;
+
+    void removeUpload(const std::string& id) const;
+
+    /**
+     * Makes a synced upload a content. False if that content was there already: then the upload
+     * stays until removeUpload(). Hold the digest's lock (DigestLocks) from before this call until
+     * its reference is committed.
+     */
+    bool adopt(const std::string& id, const std::string& sha256) const;
+
+    /** Takes an adopted content back, when its reference could not be committed. */
+    void giveBack(const std::string& id, const std::string& sha256) const;
+
+    FileDescriptor open(const std::string& sha256) const;
+
+    /** For a content that nothing refers to, under its lock. */
+    void remove(const std::string& sha256) const;
+
+    std::vector<std::string> uploadIds() const;
+    std::vector<std::string> digests() const;
+
+private:
+    std::filesystem::path contentPath(const std::string& sha256) const;
+
+    std::filesystem::path contents_;
+    std::filesystem::path uploads_;
+};
+
+} // namespace kelvo::content

@@ -1,0 +1,185 @@
+// One open event stream.
+#include "service/events/EventStream.h"
+
+#include "service/events/Visibility.h"
+#include "service/store/Events.h"
+#include "service/store/Sessions.h"
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+
+#include <array>
+
+namespace kelvo::events {
+
+namespace {
+
+using Steady = std::chrono::steady_clock;
+constexpr int pageSize = 200;
+
+struct Page
+{
+    store::EventBounds bounds;
+    std::vector<store::Event> events;
+};
+
+} // namespace
+
+/** Notices that the peer closes while the stream sleeps. */
+struct EventStream::Watch
+{
+    bool closed = false;
+    bool finished = false;
+    Wakeup done;
+
+    explicit Watch(const asio::any_io_executor& executor) : done(executor) {}
+
+    static Async<void> run(std::shared_ptr<Watch> watch, http::Transport& transport,
+                           std::shared_ptr<Subscription> subscription)
+    {
+        std::array<char, 256> ignored;
+        for (http::IoResult result; !result.error;) {
+            result = co_await transport.readSome(asio::buffer(ignored));
+        }
+        watch->closed = true;
+        watch->finished = true;
+        subscription->wakeup().wake();
+        watch->done.wake();
+    }
+};
+
+EventStream::EventStream(std::shared_ptr<Subscription> subscription, store::Id cursor,
+                         store::Database& database, const Clock& clock, StreamSettings settings)
+    : subscription_(std::move(subscription)),
+      cursor_(cursor),
+      database_(database),
+      clock_(clock),
+      settings_(settings),
+      lastSent_(Steady::now())
+{}
+
+Async<void> EventStream::run(http::Transport& transport)
+{
+    transport.neverExpire();
+    const auto watch = std::make_shared<Watch>(transport.executor());
+    asio::co_spawn(transport.executor(), Watch::run(watch, transport, subscription_),
+                   asio::detached);
+    bool open = co_await send(transport, ": connected\n\n");
+    while (open && !watch->closed) {
+        if (subscription_->takeOverflow() || behind_) {
+            open = co_await sendFromLog(transport);
+        } else {
+            open = co_await sendQueued(transport);
+        }
+        if (!open || behind_) {
+            continue;
+        }
+        if (subscription_->endReason() || clock_.nowMs() >= subscription_->session().expiresMs) {
+            co_await sendEnd(transport);
+            break;
+        }
+        co_await subscription_->wakeup().sleepUntil(nextWake());
+        if (Steady::now() >= lastSent_ + settings_.heartbeat) {
+            open = co_await beat(transport);
+        }
+    }
+    // The watcher uses the transport, so it has to end before this returns.
+    co_await transport.shutdownSend();
+    transport.expireAfter(std::chrono::seconds(2));
+    while (!watch->finished) {
+        co_await watch->done.sleepUntil(Steady::time_point::max());
+    }
+}
+
+Async<bool> EventStream::sendFromLog(http::Transport& transport)
+{
+    const store::Id farm = subscription_->session().user.farmId();
+    const store::Id cursor = cursor_;
+    if (farm == 0) {
+        behind_ = false;
+        co_return true;
+    }
+    auto query = [farm, cursor](soci::session& sql) {
+        return Page{store::eventBounds(sql, farm), store::eventsAfter(sql, farm, cursor, pageSize)};
+    };
+    const Page page = co_await database_.read(query);
+    if (!page.bounds.contains(cursor_)) {
+        co_return false; // the peer learns so when it comes back with its cursor
+    }
+    behind_ = page.events.size() == pageSize;
+    std::string text;
+    for (const store::Event& event : page.events) {
+        add(text, event);
+    }
+    co_return co_await send(transport, text);
+}
+
+Async<bool> EventStream::sendQueued(http::Transport& transport)
+{
+    std::string text;
+    while (const auto event = subscription_->pop()) {
+        if (event->id == cursor_ + 1) {
+            add(text, *event);
+        } else if (event->id > cursor_) {
+            behind_ = true; // one before it has not come this way: the log has them all
+            break;
+        }
+    }
+    co_return co_await send(transport, text);
+}
+
+void EventStream::add(std::string& text, const store::Event& event)
+{
+    const std::string_view data = dataFor(event, subscription_->session().user);
+    if (!data.empty()) {
+        text += asServerSentEvent(event, data);
+    }
+    cursor_ = event.id;
+}
+
+Async<bool> EventStream::sendEnd(http::Transport& transport)
+{
+    co_return co_await send(transport,
+                            sessionEndedEvent(subscription_->endReason().value_or("expired")));
+}
+
+Async<bool> EventStream::beat(http::Transport& transport)
+{
+    // Also the time to notice a session that another process ended.
+    auto query = [this](soci::session& sql) {
+        return store::findSession(sql, subscription_->session().tokenHash, clock_.nowMs())
+            .has_value();
+    };
+    const bool known = co_await database_.read(query);
+    if (!known) {
+        const bool expired = clock_.nowMs() >= subscription_->session().expiresMs;
+        subscription_->end(expired ? "expired" : "revoked");
+        co_return true;
+    }
+    co_return co_await send(transport, ":\n\n");
+}
+
+Async<bool> EventStream::send(http::Transport& transport, const std::string& text)
+{
+    if (text.empty()) {
+        co_return true;
+    }
+    transport.expireAfter(settings_.writeLimit);
+    const auto error = co_await transport.write(asio::buffer(text));
+    transport.neverExpire();
+    lastSent_ = Steady::now();
+    co_return !error;
+}
+
+Steady::time_point EventStream::nextWake() const
+{
+    const std::chrono::milliseconds sessionLeft(subscription_->session().expiresMs -
+                                                clock_.nowMs());
+    // A session that lives for years is looked at again at the next heartbeat anyway.
+    return std::min(lastSent_ + settings_.heartbeat,
+                    Steady::now() +
+                        std::min<std::chrono::milliseconds>(
+                            sessionLeft + std::chrono::milliseconds(1), std::chrono::hours(1)));
+}
+
+} // namespace kelvo::events

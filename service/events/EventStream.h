@@ -1,0 +1,56 @@
+// One open event stream.
+#pragma once
+
+#include "service/base/Clock.h"
+#include "service/events/EventHub.h"
+#include "service/http/Transport.h"
+#include "service/store/Database.h"
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+namespace kelvo::events {
+
+struct StreamSettings
+{
+    std::chrono::seconds heartbeat{60};
+    std::chrono::seconds writeLimit{30}; // a peer that takes nothing for so long is dropped
+};
+
+/**
+ * Sends a user the events after a cursor, first from the log, then as they are committed: each
+ * once, in order, without a gap. Ends when the peer leaves, the session ends or the log no longer
+ * reaches back.
+ *
+ * Thread: the connection's. Ownership: lives within its connection; the rest outlives it.
+ */
+class EventStream
+{
+public:
+    EventStream(std::shared_ptr<Subscription> subscription, store::Id cursor,
+                store::Database& database, const Clock& clock, StreamSettings settings);
+
+    Async<void> run(http::Transport& transport);
+
+private:
+    struct Watch;
+
+    Async<bool> sendFromLog(http::Transport& transport);
+    Async<bool> sendQueued(http::Transport& transport);
+    Async<bool> sendEnd(http::Transport& transport);
+    Async<bool> beat(http::Transport& transport);
+    Async<bool> send(http::Transport& transport, const std::string& text);
+    void add(std::string& text, const store::Event& event);
+    std::chrono::steady_clock::time_point nextWake() const;
+
+    std::shared_ptr<Subscription> subscription_;
+    store::Id cursor_;
+    store::Database& database_;
+    const Clock& clock_;
+    StreamSettings settings_;
+    std::chrono::steady_clock::time_point lastSent_;
+    bool behind_ = true; // the log may hold more than the queue
+};
+
+} // namespace kelvo::events

@@ -1,0 +1,175 @@
+// One client connection: how a request is read and its reply written.
+#include "service/http/Connection.h"
+
+#include "service/base/Clock.h"
+#include "service/base/Time.h"
+#include "service/http/Problem.h"
+
+#include <array>
+
+namespace kelvo::http {
+
+namespace {
+
+constexpr std::size_t readChunkBytes = 4096;
+constexpr std::size_t sendChunkBytes = 256 * 1024;
+
+bool hasNoBody(unsigned status)
+{
+    return status == 204 || status == 304;
+}
+
+std::string headText(const Response& response, bool keepAlive)
+{
+    std::string text = "HTTP/1.1 " + std::to_string(response.status) + " ";
+    text += reasonPhrase(response.status);
+    text += "\r\nDate: " + httpDate(SystemClock().nowMs()) + "\r\n";
+    for (const auto& [name, value] : response.headers) {
+        text += name;
+        text += ": ";
+        text += value;
+        text += "\r\n";
+    }
+    if (!hasNoBody(response.status) && !response.stream) {
+        const std::uint64_t length =
+            response.source ? response.source->sizeBytes() : response.body.size();
+        text += "Content-Length: " + std::to_string(length) + "\r\n";
+    }
+    text += keepAlive ? "\r\n" : "Connection: close\r\n\r\n";
+    return text;
+}
+
+} // namespace
+
+Connection::Connection(std::unique_ptr<Transport> transport, Application& application,
+                       const Limits& limits)
+    : transport_(std::move(transport)), application_(application), limits_(limits)
+{
+    transport_->setStallLimit(limits_.bodyStall);
+}
+
+Async<std::optional<RequestHead>> Connection::readHead()
+{
+    HeadParser parser(limits_.headBytes);
+    transport_->expireAfter(received_.empty() ? limits_.idleTime : limits_.headTime);
+    state_ = received_.empty() ? EState::Idle : EState::Busy;
+    for (bool first = received_.empty();; first = false) {
+        if (!received_.empty()) {
+            const EHeadState parsed = parser.feed(received_);
+            if (parsed == EHeadState::Complete) {
+                co_return parser.take();
+            }
+            if (parsed != EHeadState::Incomplete) {
+                co_await refuseHead(Problem(parsed == EHeadState::TooLarge
+                                                ? EProblem::HeadersTooLarge
+                                                : EProblem::MalformedRequest)
+                                        .toResponse());
+                co_return std::nullopt;
+            }
+        }
+        const std::size_t had = received_.size();
+        received_.resize(had + readChunkBytes);
+        auto buffer = asio::buffer(received_.data() + had, readChunkBytes);
+        const IoResult result = co_await transport_->readSome(buffer);
+        received_.resize(had + result.bytes);
+        if (result.bytes == 0) {
+            co_return std::nullopt;
+        }
+        state_ = EState::Busy;
+        if (first) {
+            transport_->expireAfter(limits_.headTime);
+        }
+    }
+}
+
+Async<void> Connection::refuseHead(const Response& response)
+{
+    RequestSummary summary{"other", "unmatched", response.status, received_.size()};
+    const std::string text = headText(response, false) + response.body;
+    transport_->expireAfter(limits_.headTime);
+    co_await transport_->write(asio::buffer(text));
+    summary.sentBytes = text.size();
+    application_.requestDone(summary);
+    peerMayBeSending_ = true;
+}
+
+Async<bool> Connection::answer(Request& request, Response& response)
+{
+    const std::uint64_t unread = request.body.remainingBytes();
+    // A body that nobody read and that is not small costs the connection.
+    const bool drop = unread > limits_.drainBytes || (unread > 0 && request.body.awaitsContinue());
+    const bool keepAlive =
+        request.head.keepAlive && !response.closeAfter && !response.stream && !stopping_ && !drop;
+    peerMayBeSending_ = unread > 0 && !keepAlive;
+    const bool bodiless = request.head.method == "HEAD" || hasNoBody(response.status);
+    std::string text = headText(response, keepAlive);
+    if (!bodiless && !response.source) {
+        text += response.body;
+    }
+    transport_->expireAfter(limits_.bodyStall);
+    const auto failed = co_await transport_->write(asio::buffer(text));
+    if (failed) {
+        co_return false;
+    }
+    if (response.stream && !bodiless) {
+        received_ = std::string(); // an open stream keeps no buffer
+        state_ = EState::Streaming;
+        co_await response.stream(*transport_);
+        state_ = EState::Busy;
+        co_return false;
+    }
+    if (response.source && !bodiless) {
+        const bool sent = co_await sendBody(*response.source);
+        if (!sent) {
+            transport_->abort(); // the only way left to say that the content is incomplete
+            co_return false;
+        }
+    }
+    if (!keepAlive) {
+        co_return false;
+    }
+    co_return co_await dropRest(request.body);
+}
+
+Async<bool> Connection::sendBody(BodySource& source)
+{
+    const auto buffer = std::make_unique<char[]>(sendChunkBytes);
+    for (std::uint64_t left = source.sizeBytes(); left > 0;) {
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(left, sendChunkBytes));
+        const std::size_t got = co_await source.read(asio::buffer(buffer.get(), wanted));
+        if (got == 0) {
+            co_return false;
+        }
+        transport_->expireAfter(limits_.bodyStall);
+        const auto failed = co_await transport_->write(asio::buffer(buffer.get(), got));
+        if (failed) {
+            co_return false;
+        }
+        left -= got;
+    }
+    co_return true;
+}
+
+Async<bool> Connection::dropRest(BodyReader& body)
+{
+    std::array<char, 4096> scratch;
+    while (body.remainingBytes() > 0) {
+        const IoResult result = co_await body.readSome(asio::buffer(scratch));
+        if (result.bytes == 0) {
+            co_return false;
+        }
+    }
+    co_return true;
+}
+
+Async<void> Connection::linger()
+{
+    // Closing with unread data resets the connection, and the peer may lose our reply with it.
+    std::array<char, 4096> scratch;
+    transport_->expireAfter(limits_.lingerTime);
+    for (IoResult result; !result.error;) {
+        result = co_await transport_->readSome(asio::buffer(scratch));
+    }
+}
+
+} // namespace kelvo::http

@@ -1,0 +1,82 @@
+// One client connection: reads requests, has them handled, writes the replies.
+#pragma once
+
+#include "service/http/Limits.h"
+#include "service/http/Request.h"
+#include "service/http/Response.h"
+#include "service/http/Transport.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace kelvo::http {
+
+/** How a request came out, for log and metrics. */
+struct RequestSummary
+{
+    std::string_view method;
+    std::string_view route;
+    unsigned status = 0;
+    std::uint64_t receivedBytes = 0;
+    std::uint64_t sentBytes = 0;
+    std::int64_t durationMs = 0;
+    long long farm = 0;
+    long long user = 0;
+};
+
+/** What stands behind the HTTP layer. Called on any I/O thread. */
+class Application
+{
+public:
+    virtual ~Application() = default;
+
+    /** Throws Problem to refuse; PeerGone when the peer left. Other exceptions become "internal".
+     */
+    virtual Async<Response> handle(Request& request) = 0;
+
+    virtual void requestDone(const RequestSummary& summary) = 0;
+};
+
+/**
+ * Serves one peer until it leaves, breaks the rules or the service stops.
+ * Thread: one I/O thread. Ownership: the lane that accepted it; `application` and `limits` outlive
+ * it.
+ */
+class Connection
+{
+public:
+    Connection(std::unique_ptr<Transport> transport, Application& application,
+               const Limits& limits);
+
+    /** `refuse`: the service is full; answer the first request with "busy" and close. */
+    Async<void> run(bool refuse);
+
+    /** Ends at once when idle or streaming, else after the reply that is being made. */
+    void stop();
+
+    /** Ends at once, whatever is going on. */
+    void abort() { transport_->abort(); }
+
+private:
+    enum class EState : std::uint8_t { Idle, Busy, Streaming };
+
+    Async<bool> serveOne(bool refuse);
+    Async<std::optional<RequestHead>> readHead();
+    Async<void> refuseHead(const Response& response);
+    Async<Response> handle(Request& request, bool refuse);
+    Async<bool> answer(Request& request, Response& response);
+    Async<bool> sendBody(BodySource& source);
+    Async<bool> dropRest(BodyReader& body);
+    Async<void> linger();
+
+    std::unique_ptr<Transport> transport_;
+    Application& application_;
+    const Limits& limits_;
+    std::string received_; // what came in and is not used up yet
+    EState state_ = EState::Busy;
+    bool stopping_ = false;
+    bool peerMayBeSending_ = false; // a refused body is on its way: linger before closing
+};
+
+} // namespace kelvo::http

@@ -1,0 +1,105 @@
+// One client connection: its life from handshake to close.
+#include "service/http/Connection.h"
+
+#include "service/base/Log.h"
+#include "service/http/Problem.h"
+
+#include <chrono>
+
+namespace kelvo::http {
+
+namespace {
+
+using Steady = std::chrono::steady_clock;
+
+std::int64_t msSince(Steady::time_point start)
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(Steady::now() - start).count();
+}
+
+} // namespace
+
+Async<void> Connection::run(bool refuse)
+{
+    transport_->expireAfter(limits_.headTime);
+    const auto failed = co_await transport_->handshake();
+    if (failed) {
+        co_return;
+    }
+    // Awaiting in the condition itself is what GCC 12 compiles to a trap.
+    for (bool more = true; more && !stopping_;) {
+        more = co_await serveOne(refuse);
+    }
+    transport_->expireAfter(limits_.lingerTime);
+    co_await transport_->shutdownSend();
+    if (peerMayBeSending_ && !stopping_) {
+        co_await linger();
+    }
+    transport_->abort();
+}
+
+Async<bool> Connection::serveOne(bool refuse)
+{
+    auto head = co_await readHead();
+    if (!head) {
+        co_return false;
+    }
+    transport_->neverExpire();
+    const auto start = Steady::now();
+    const std::uint64_t receivedBefore = transport_->receivedBytes();
+    const std::uint64_t sentBefore = transport_->sentBytes();
+
+    BodyReader body(*transport_, limits_, *head, received_);
+    Request request{std::move(*head), body, limits_, transport_->peerAddress()};
+    RequestSummary summary;
+    bool more = false;
+    try {
+        Response response = co_await handle(request, refuse);
+        summary.status = response.status;
+        more = co_await answer(request, response);
+    } catch (const PeerGone&) {
+        summary.status = 499; // never sent; tells in log and metrics that the peer left
+    }
+    summary.method = request.head.method;
+    summary.route = request.route;
+    summary.receivedBytes = transport_->receivedBytes() - receivedBefore;
+    summary.sentBytes = transport_->sentBytes() - sentBefore;
+    summary.durationMs = msSince(start);
+    summary.farm = request.farm;
+    summary.user = request.user;
+    application_.requestDone(summary);
+    co_return more;
+}
+
+Async<Response> Connection::handle(Request& request, bool refuse)
+{
+    try {
+        if (refuse) {
+            throw Problem(EProblem::Busy, "Too many connections.", {{"Retry-After", "5"}});
+        }
+        if (request.head.transferEncoded) {
+            throw Problem(EProblem::LengthRequired, "Bodies must come with a Content-Length.");
+        }
+        co_return co_await application_.handle(request);
+    } catch (const Problem& problem) {
+        Response response = problem.toResponse();
+        // The length of a chunked body is unknown, so the next request cannot be found.
+        response.closeAfter = refuse || request.head.transferEncoded;
+        co_return response;
+    } catch (const PeerGone&) {
+        throw;
+    } catch (const std::exception& error) {
+        logError("request-failed", error.what());
+        co_return Problem(EProblem::Internal).toResponse();
+    }
+}
+
+void Connection::stop()
+{
+    stopping_ = true;
+    if (state_ != EState::Busy) {
+        transport_->interrupt();
+    }
+}
+
+} // namespace kelvo::http

@@ -1,0 +1,26 @@
+// How much and how long a peer may take.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+
+namespace kelvo::http {
+
+using namespace std::chrono_literals;
+
+struct Limits
+{
+    std::size_t headBytes = 16 * 1024;
+    std::size_t jsonBytes = 64 * 1024;
+    /** An unread body up to this size is read and dropped; a larger one costs the connection. */
+    std::uint64_t drainBytes = 64 * 1024;
+    std::chrono::milliseconds headTime = 15s;
+    std::chrono::milliseconds idleTime = 75s;
+    std::chrono::milliseconds bodyStall = 60s;
+    /** How long a refused peer may go on sending so that it gets to read the refusal. */
+    std::chrono::milliseconds lingerTime = 2s;
+    std::size_t connections = 2000;
+};
+
+} // namespace kelvo::http

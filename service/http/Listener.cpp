@@ -1,0 +1,146 @@
+// Accepts connections on one address and spreads them over the I/O threads.
+#include "service/http/Listener.h"
+
+#include "service/base/Log.h"
+#include "service/http/TlsTransport.h"
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/redirect_error.hpp>
+
+#include <stdexcept>
+#include <unordered_set>
+
+namespace kelvo::http {
+
+using asio::ip::tcp;
+
+namespace {
+
+/** Beyond the limit so many more are told that the service is full; the rest is just closed. */
+constexpr std::size_t politeRefusals = 200;
+
+} // namespace
+
+/** The connections of one I/O thread; touched only there. */
+struct Listener::Lane
+{
+    explicit Lane(asio::io_context& context) : io(context) {}
+
+    asio::io_context& io;
+    std::unordered_set<Connection*> connections;
+};
+
+HostPort HostPort::parse(const std::string& text)
+{
+    const std::size_t colon = text.rfind(':');
+    if (colon == std::string::npos || colon == 0 || colon + 1 == text.size()) {
+        throw std::invalid_argument("'" + text + "' is not HOST:PORT");
+    }
+    HostPort result{text.substr(0, colon), text.substr(colon + 1)};
+    if (result.host.front() == '[' && result.host.back() == ']') {
+        result.host = result.host.substr(1, result.host.size() - 2);
+    }
+    return result;
+}
+
+std::string HostPort::text() const
+{
+    const bool v6 = host.find(':') != std::string::npos;
+    return (v6 ? "[" + host + "]" : host) + ":" + port;
+}
+
+Listener::Listener(const std::vector<asio::io_context*>& contexts, const HostPort& address,
+                   ssl_ctx_st* tls, Application& application, const Limits& limits)
+    : address_(address),
+      tls_(tls),
+      application_(application),
+      limits_(limits),
+      acceptor_(*contexts.front())
+{
+    for (asio::io_context* context : contexts) {
+        lanes_.push_back(std::make_unique<Lane>(*context));
+    }
+    tcp::resolver resolver(*contexts.front());
+    const auto found = resolver.resolve(address.host, address.port, tcp::resolver::passive);
+    const tcp::endpoint endpoint = found.begin()->endpoint();
+    acceptor_.open(endpoint.protocol());
+    acceptor_.set_option(tcp::acceptor::reuse_address(true));
+    acceptor_.bind(endpoint);
+    acceptor_.listen(1024);
+    address_.port = std::to_string(acceptor_.local_endpoint().port());
+}
+
+Listener::~Listener() = default;
+
+void Listener::start()
+{
+    asio::co_spawn(lanes_.front()->io, accept(), asio::detached);
+}
+
+Async<void> Listener::accept()
+{
+    for (std::size_t next = 0; !stopping_; next = (next + 1) % lanes_.size()) {
+        Lane& lane = *lanes_[next];
+        tcp::socket socket(lane.io);
+        boost::system::error_code error;
+        co_await acceptor_.async_accept(socket, asio::redirect_error(asio::use_awaitable, error));
+        if (stopping_) {
+            break;
+        }
+        if (error) {
+            // Out of descriptors, most likely: let some connections end first.
+            asio::steady_timer pause(lanes_.front()->io, std::chrono::milliseconds(100));
+            co_await pause.async_wait(asio::redirect_error(asio::use_awaitable, error));
+            continue;
+        }
+        asio::co_spawn(lane.io, serve(lane, std::move(socket)), asio::detached);
+    }
+}
+
+Async<void> Listener::serve(Lane& lane, tcp::socket socket)
+{
+    const std::size_t others = open_.fetch_add(1);
+    if (others < limits_.connections + politeRefusals && !stopping_) {
+        auto transport = tls_ != nullptr ? std::make_unique<TlsTransport>(std::move(socket), tls_)
+                                         : std::make_unique<Transport>(std::move(socket));
+        Connection connection(std::move(transport), application_, limits_);
+        lane.connections.insert(&connection);
+        try {
+            co_await connection.run(others >= limits_.connections);
+        } catch (const std::exception& error) {
+            logError("connection-failed", error.what());
+        }
+        lane.connections.erase(&connection);
+    }
+    open_.fetch_sub(1);
+}
+
+void Listener::forEachConnection(void (Connection::*action)())
+{
+    for (const auto& lane : lanes_) {
+        asio::post(lane->io, [lane = lane.get(), action] {
+            for (Connection* connection : lane->connections) {
+                (connection->*action)();
+            }
+        });
+    }
+}
+
+void Listener::stop()
+{
+    stopping_ = true;
+    asio::post(lanes_.front()->io, [this] {
+        boost::system::error_code ignored;
+        acceptor_.close(ignored);
+    });
+    forEachConnection(&Connection::stop);
+}
+
+void Listener::abort()
+{
+    forEachConnection(&Connection::abort);
+}
+
+} // namespace kelvo::http

@@ -1,0 +1,73 @@
+// Accepts connections on one address and spreads them over the I/O threads.
+#pragma once
+
+#include "service/http/Connection.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+struct ssl_ctx_st;
+
+namespace kelvo::http {
+
+/** "host:port" or "[v6]:port" taken apart. Throws std::invalid_argument. */
+struct HostPort
+{
+    std::string host;
+    std::string port;
+
+    static HostPort parse(const std::string& text);
+    std::string text() const;
+};
+
+/**
+ * Thread: built and driven by the main thread; connections live each on one of the contexts'
+ * threads, which each run exactly one context. Ownership: contexts, application and TLS context
+ * outlive it. Errors: the constructor throws boost::system::system_error when the address cannot be
+ * had.
+ */
+class Listener
+{
+public:
+    /** `tls` null: plain HTTP. */
+    Listener(const std::vector<asio::io_context*>& contexts, const HostPort& address,
+             ssl_ctx_st* tls, Application& application, const Limits& limits);
+    ~Listener();
+
+    /** The address it really has, with the port that the system chose for port 0. */
+    HostPort address() const { return address_; }
+
+    void start();
+
+    /** Accepts no more, lets replies in the making finish. Returns at once. */
+    void stop();
+
+    /** Cuts what is still there. */
+    void abort();
+
+    std::size_t openConnections() const { return open_.load(); }
+
+private:
+    struct Lane;
+
+    Async<void> accept();
+    Async<void> serve(Lane& lane, asio::ip::tcp::socket socket);
+    void forEachConnection(void (Connection::*action)());
+
+    HostPort address_;
+    ssl_ctx_st* tls_;
+    Application& application_;
+    Limits limits_;
+    std::vector<std::unique_ptr<Lane>> lanes_;
+    asio::ip::tcp::acceptor acceptor_;
+    std::atomic<std::size_t> open_{0};
+    std::atomic<bool> stopping_{false};
+};
+
+} // namespace kelvo::http

@@ -1,0 +1,66 @@
+// What can go wrong with a request, as RFC 9457 problem documents.
+#pragma once
+
+#include "service/http/Response.h"
+
+#include <cstdint>
+#include <exception>
+#include <string>
+
+namespace kelvo::http {
+
+/** The problems of the API; each has its own name, status and title (Problem.cpp's table). */
+enum class EProblem : std::uint8_t {
+    MalformedRequest,
+    InvalidCredentials,
+    Unauthenticated,
+    AccountDisabled,
+    Forbidden,
+    NotFound,
+    MethodNotAllowed,
+    Conflict,
+    UploadOffsetMismatch,
+    Gone,
+    CursorTooOld,
+    LengthRequired,
+    PreconditionFailed,
+    ContentTooLarge,
+    UnsupportedMediaType,
+    RangeNotSatisfiable,
+    Unprocessable,
+    HeadersTooLarge,
+    LoginThrottled,
+    Internal,
+    Busy,
+    InsufficientStorage,
+};
+
+/**
+ * Thrown by handlers to refuse a request; the connection answers with the document.
+ * `detail` is one sentence for a person: no path, SQL or secret in it.
+ */
+class Problem : public std::exception
+{
+public:
+    explicit Problem(EProblem kind, std::string detail = {}, HeaderList headers = {});
+
+    const char* what() const noexcept override { return detail_.c_str(); }
+    EProblem kind() const { return kind_; }
+    unsigned status() const;
+
+    Response toResponse() const;
+
+private:
+    EProblem kind_;
+    std::string detail_;
+    HeaderList headers_;
+};
+
+/** The peer went away while its request was being read; nothing can be answered. */
+class PeerGone : public std::exception
+{
+public:
+    const char* what() const noexcept override { return "the peer closed the connection"; }
+};
+
+} // namespace kelvo::http

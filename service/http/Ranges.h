@@ -1,0 +1,28 @@
+// Range requests for one byte range.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace kelvo::http {
+
+enum class ERange : std::uint8_t {
+    Whole,         // no Range, or one that is to be ignored: other unit, several ranges, nonsense
+    Part,          // offset and length are set
+    Unsatisfiable, // well-formed but outside of the content
+};
+
+struct RangeChoice
+{
+    ERange kind = ERange::Whole;
+    std::uint64_t offset = 0;
+    std::uint64_t length = 0;
+};
+
+/** What of `sizeBytes` bytes a Range header asks for. */
+RangeChoice chooseRange(std::string_view header, std::uint64_t sizeBytes);
+
+/** Whether an If-Match or If-None-Match list names the tag. Weak tags match only if `weakly`. */
+bool tagListMatches(std::string_view list, std::string_view tag, bool weakly);
+
+} // namespace kelvo::http

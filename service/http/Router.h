@@ -1,0 +1,51 @@
+// Finds the handler of a request by method and path template.
+#pragma once
+
+#include "service/http/Request.h"
+#include "service/http/Response.h"
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelvo::http {
+
+using Handler = std::function<Async<Response>(Request&)>;
+
+/**
+ * A table of routes such as "/resources/{id}/content". A literal segment wins over a parameter.
+ * HEAD is answered by the GET handler. Thread safe once filled.
+ */
+class Router
+{
+public:
+    /** Every template is below `basePath`, which is not part of the template's name. */
+    explicit Router(std::string basePath);
+
+    void add(std::string method, std::string pathTemplate, Handler handler);
+
+    /** Fills in the request's route and parameters. Throws Problem: not-found or
+     * method-not-allowed. */
+    const Handler& find(Request& request) const;
+
+private:
+    struct Route
+    {
+        std::string method;
+        std::string pathTemplate;
+        std::vector<std::string> segments;
+        Handler handler;
+    };
+
+    std::vector<const Route*> routesFor(const std::vector<std::string>& segments) const;
+
+    std::string basePath_;
+    std::vector<Route> routes_;
+};
+
+/** The decoded segments of a path; nothing for one that does not start with '/' or is badly
+ * encoded. */
+std::optional<std::vector<std::string>> pathSegments(std::string_view path);
+
+} // namespace kelvo::http

@@ -1,0 +1,179 @@
+// The plain TCP transport and the deadlines of all transports.
+#include "service/http/Transport.h"
+
+#include <boost/asio/redirect_error.hpp>
+
+#include <cerrno>
+
+#include <sys/socket.h>
+
+namespace kelvo::http {
+
+using boost::system::error_code;
+using Steady = std::chrono::steady_clock;
+
+/**
+ * One timer a connection that follows the deadline lazily: moving the deadline, which happens with
+ * every chunk, is an assignment; the timer looks again when it fires.
+ */
+struct Transport::Deadline : std::enable_shared_from_this<Transport::Deadline>
+{
+    Deadline(Transport& owner, const asio::any_io_executor& executor)
+        : transport(&owner), timer(executor)
+    {}
+
+    void moveTo(Steady::time_point when)
+    {
+        at = when;
+        if (at < firesAt) {
+            arm();
+        }
+    }
+
+    void arm()
+    {
+        firesAt = at;
+        timer.expires_at(at);
+        timer.async_wait([self = shared_from_this()](const error_code& cancelled) {
+            if (cancelled || self->transport == nullptr) {
+                return;
+            }
+            self->firesAt = Steady::time_point::max();
+            if (self->at == Steady::time_point::max()) {
+                return;
+            }
+            if (Steady::now() < self->at) {
+                self->arm();
+                return;
+            }
+            self->transport->expired_ = true;
+            self->transport->abort();
+        });
+    }
+
+    Transport* transport; // null once the transport is gone
+    asio::steady_timer timer;
+    Steady::time_point at = Steady::time_point::max();
+    Steady::time_point firesAt = Steady::time_point::max(); // max: not armed
+};
+
+Transport::Transport(asio::ip::tcp::socket socket)
+    : socket_(std::move(socket)), deadline_(std::make_shared<Deadline>(*this, executor()))
+{
+    error_code ignored;
+    socket_.non_blocking(true, ignored);
+    socket_.set_option(asio::ip::tcp::no_delay(true), ignored);
+}
+
+Transport::~Transport()
+{
+    deadline_->transport = nullptr;
+    deadline_->timer.cancel();
+}
+
+Async<error_code> Transport::handshake()
+{
+    co_return error_code();
+}
+
+Async<IoResult> Transport::readSome(asio::mutable_buffer buffer)
+{
+    for (;;) {
+        const ssize_t got = ::recv(socket_.native_handle(), buffer.data(), buffer.size(), 0);
+        if (got > 0) {
+            countReceived(static_cast<std::size_t>(got));
+            co_return IoResult{static_cast<std::size_t>(got), {}};
+        }
+        if (got == 0) {
+            co_return IoResult{0, asio::error::eof};
+        }
+        if (errno != EAGAIN && errno != EINTR) {
+            co_return IoResult{0, error_code(errno, boost::system::system_category())};
+        }
+        const error_code error = co_await waitReadable();
+        if (error) {
+            co_return IoResult{0, error};
+        }
+    }
+}
+
+Async<error_code> Transport::write(asio::const_buffer buffer)
+{
+    while (buffer.size() > 0) {
+        const ssize_t sent =
+            ::send(socket_.native_handle(), buffer.data(), buffer.size(), MSG_NOSIGNAL);
+        if (sent >= 0) {
+            countSent(static_cast<std::size_t>(sent));
+            buffer += static_cast<std::size_t>(sent);
+            continue;
+        }
+        if (errno != EAGAIN && errno != EINTR) {
+            co_return error_code(errno, boost::system::system_category());
+        }
+        const error_code error = co_await waitWritable();
+        if (error) {
+            co_return error;
+        }
+    }
+    co_return error_code();
+}
+
+Async<void> Transport::shutdownSend()
+{
+    error_code ignored;
+    socket_.shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+    co_return;
+}
+
+void Transport::interrupt()
+{
+    error_code ignored;
+    socket_.cancel(ignored);
+}
+
+void Transport::abort()
+{
+    error_code ignored;
+    socket_.close(ignored);
+}
+
+void Transport::expireAfter(std::chrono::milliseconds limit)
+{
+    deadline_->moveTo(Steady::now() + limit);
+}
+
+void Transport::neverExpire()
+{
+    deadline_->moveTo(Steady::time_point::max());
+}
+
+void Transport::countSent(std::size_t bytes)
+{
+    sentBytes_ += bytes;
+    expireAfter(stallLimit_);
+}
+
+std::string Transport::peerAddress() const
+{
+    error_code failed;
+    const auto endpoint = socket_.remote_endpoint(failed);
+    return failed ? std::string() : endpoint.address().to_string();
+}
+
+Async<error_code> Transport::waitReadable()
+{
+    error_code error;
+    co_await socket_.async_wait(asio::ip::tcp::socket::wait_read,
+                                asio::redirect_error(asio::use_awaitable, error));
+    co_return error;
+}
+
+Async<error_code> Transport::waitWritable()
+{
+    error_code error;
+    co_await socket_.async_wait(asio::ip::tcp::socket::wait_write,
+                                asio::redirect_error(asio::use_awaitable, error));
+    co_return error;
+}
+
+} // namespace kelvo::http

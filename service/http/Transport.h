@@ -1,0 +1,83 @@
+// A connected peer: bytes in, bytes out, deadlines. The seam between HTTP and sockets.
+#pragma once
+
+#include "service/base/Async.h"
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace kelvo::http {
+
+struct IoResult
+{
+    std::size_t bytes = 0;
+    boost::system::error_code error; // with bytes > 0 the bytes are good; end of stream is an error
+};
+
+/**
+ * One peer over TCP; the base class is the plain one, TlsTransport encrypts.
+ * Thread: all calls on the executor's one thread.
+ * Errors: returned, never thrown. After expiry or abort() every operation fails.
+ */
+class Transport
+{
+public:
+    explicit Transport(asio::ip::tcp::socket socket);
+    virtual ~Transport();
+    Transport(const Transport&) = delete;
+    Transport& operator=(const Transport&) = delete;
+
+    virtual Async<boost::system::error_code> handshake();
+
+    /** At least one byte unless there is an error; as much as is there without waiting. */
+    virtual Async<IoResult> readSome(asio::mutable_buffer buffer);
+
+    /** All of it or an error. Each progress extends the deadline by `stallLimit`. */
+    virtual Async<boost::system::error_code> write(asio::const_buffer buffer);
+
+    /** Says goodbye and ends the sending side; the peer may still be sending. */
+    virtual Async<void> shutdownSend();
+
+    /** Pending operations fail; the connection stays open for a goodbye. */
+    void interrupt();
+
+    /** Closes at once; pending operations fail. */
+    void abort();
+
+    /** Operations fail once this much time has passed. */
+    void expireAfter(std::chrono::milliseconds limit);
+    void neverExpire();
+    bool expired() const { return expired_; }
+
+    void setStallLimit(std::chrono::milliseconds limit) { stallLimit_ = limit; }
+    std::uint64_t receivedBytes() const { return receivedBytes_; }
+    std::uint64_t sentBytes() const { return sentBytes_; }
+    std::string peerAddress() const;
+    asio::any_io_executor executor() { return socket_.get_executor(); }
+
+protected:
+    Async<boost::system::error_code> waitReadable();
+    Async<boost::system::error_code> waitWritable();
+    void countReceived(std::size_t bytes) { receivedBytes_ += bytes; }
+    /** Counts and extends the deadline. */
+    void countSent(std::size_t bytes);
+
+    asio::ip::tcp::socket socket_;
+
+private:
+    struct Deadline;
+
+    std::shared_ptr<Deadline> deadline_;
+    std::chrono::milliseconds stallLimit_{60000};
+    std::uint64_t receivedBytes_ = 0;
+    std::uint64_t sentBytes_ = 0;
+    bool expired_ = false;
+};
+
+} // namespace kelvo::http

@@ -1,0 +1,53 @@
+// kelvo-service: the far end of the wire that consoles and farm offices share.
+#include "service/CommandLine.h"
+#include "service/DataFolder.h"
+#include "service/Service.h"
+#include "service/base/Log.h"
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+
+#include <malloc.h>
+#include <sys/resource.h>
+
+namespace {
+
+constexpr int refused = 2;
+constexpr int failed = 1;
+
+void prepareProcess()
+{
+    // A peer that goes away is an error code, not a signal; a full disk quota likewise.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    // Buffers move between threads; an arena a thread would hold on to several sets of them.
+    mallopt(M_ARENA_MAX, 2);
+    rlimit files{};
+    if (getrlimit(RLIMIT_NOFILE, &files) == 0) {
+        files.rlim_cur = files.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &files);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        const kelvo::CommandLine commandLine = kelvo::parseCommandLine(argc, argv);
+        if (!commandLine.serve) {
+            return commandLine.exitCode;
+        }
+        prepareProcess();
+        kelvo::startLog(commandLine.serve->logLevel);
+        kelvo::runService(*commandLine.serve);
+        return 0;
+    } catch (const kelvo::StartRefused& refusal) {
+        std::fprintf(stderr, "kelvo-service: %s\n", refusal.what());
+        return refused;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "kelvo-service: %s\n", error.what());
+        return failed;
+    }
+}

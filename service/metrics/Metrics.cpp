@@ -1,0 +1,53 @@
+// Counters as Prometheus text.
+#include "service/metrics/Metrics.h"
+
+#include <algorithm>
+#include <array>
+
+namespace kelvo::metrics {
+
+namespace {
+
+/** Anything else a peer may think of becomes "other". */
+constexpr std::array<std::string_view, 7> knownMethods{"GET",   "HEAD",   "POST",   "PUT",
+                                                       "PATCH", "DELETE", "OPTIONS"};
+
+std::string describe(const char* name, const char* type, const char* help)
+{
+    return std::string("# HELP ") + name + " " + help + "\n# TYPE " + name + " " + type + "\n";
+}
+
+} // namespace
+
+void Metrics::count(const http::RequestSummary& summary)
+{
+    const bool known =
+        std::find(knownMethods.begin(), knownMethods.end(), summary.method) != knownMethods.end();
+    Labels labels{known ? summary.method : "other", summary.route, summary.status};
+    const std::lock_guard lock(mutex_);
+    ++requests_[std::move(labels)];
+    requestBytes_ += summary.receivedBytes;
+    responseBytes_ += summary.sentBytes;
+}
+
+std::string Metrics::text() const
+{
+    std::string text = describe("kelvo_build_info", "gauge", "Version of the service.");
+    text += "kelvo_build_info{version=\"" KELVO_SERVICE_VERSION "\"} 1\n";
+    text += describe("kelvo_event_streams_open", "gauge", "Event streams open now.");
+    text += "kelvo_event_streams_open " + std::to_string(openStreams_ ? openStreams_() : 0) + "\n";
+    const std::lock_guard lock(mutex_);
+    text += describe("kelvo_http_requests_total", "counter", "Requests answered.");
+    for (const auto& [labels, count] : requests_) {
+        const auto& [method, route, status] = labels;
+        text += "kelvo_http_requests_total{method=\"" + method + "\",route=\"" + route +
+                "\",status=\"" + std::to_string(status) + "\"} " + std::to_string(count) + "\n";
+    }
+    text += describe("kelvo_http_request_bytes_total", "counter", "Bytes received in bodies.");
+    text += "kelvo_http_request_bytes_total " + std::to_string(requestBytes_) + "\n";
+    text += describe("kelvo_http_response_bytes_total", "counter", "Bytes sent in replies.");
+    text += "kelvo_http_response_bytes_total " + std::to_string(responseBytes_) + "\n";
+    return text;
+}
+
+} // namespace kelvo::metrics

@@ -1,0 +1,37 @@
+// Counters as Prometheus text.
+#pragma once
+
+#include "service/http/Connection.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <tuple>
+
+namespace kelvo::metrics {
+
+/** Counts answered requests. Thread safe. Labels are route templates, so their number is bounded.
+ */
+class Metrics
+{
+public:
+    void count(const http::RequestSummary& summary);
+
+    /** A value that is asked for when somebody looks. Set before the first look. */
+    void setOpenStreams(std::function<std::size_t()> gauge) { openStreams_ = std::move(gauge); }
+
+    std::string text() const;
+
+private:
+    using Labels = std::tuple<std::string, std::string, unsigned>; // method, route, status
+
+    mutable std::mutex mutex_; // guards the counters
+    std::map<Labels, std::uint64_t> requests_;
+    std::uint64_t requestBytes_ = 0;
+    std::uint64_t responseBytes_ = 0;
+    std::function<std::size_t()> openStreams_;
+};
+
+} // namespace kelvo::metrics

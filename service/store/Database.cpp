@@ -1,0 +1,178 @@
+// Transactions on the database: one writer, several readers, commits in groups.
+#include "service/store/Database.h"
+
+#include "service/base/Log.h"
+#include "service/store/Schema.h"
+
+#include <soci/soci.h>
+
+#include <future>
+
+namespace kelvo::store {
+
+namespace {
+
+/** So many changes share a commit at most; it bounds how long the first of them waits. */
+constexpr std::size_t largestBatch = 128;
+
+} // namespace
+
+Database::Database(std::unique_ptr<Dialect> dialect, unsigned readers)
+    : dialect_(std::move(dialect)), writer_(dialect_->connect()), readers_(readers)
+{
+    migrate(*writer_, *dialect_);
+    writerThread_ = std::thread([this] { writeLoop(); });
+}
+
+Database::~Database()
+{
+    {
+        const std::lock_guard lock(queueMutex_);
+        stopping_ = true;
+    }
+    queueChanged_.notify_all();
+    writerThread_.join();
+    readers_.stop();
+}
+
+Database::Reader::Reader(Database& database) : database_(database), pass_(database.gate_)
+{
+    {
+        const std::lock_guard lock(database_.sessionsMutex_);
+        if (!database_.idleSessions_.empty()) {
+            session_ = std::move(database_.idleSessions_.back());
+            database_.idleSessions_.pop_back();
+        }
+    }
+    if (!session_) {
+        session_ = database_.dialect_->connect();
+    }
+    *session_ << database_.dialect_->beginRead();
+}
+
+Database::Reader::~Reader()
+{
+    try {
+        *session_ << "COMMIT";
+        const std::lock_guard lock(database_.sessionsMutex_);
+        database_.idleSessions_.push_back(std::move(session_));
+    } catch (const std::exception& error) {
+        // The connection is dropped; the next reader makes a new one.
+        logWarning("read-connection-lost", error.what());
+    }
+}
+
+Async<void> Database::writeErased(Job& job)
+{
+    StartOperation start = [this, &job](std::function<void()> done) {
+        job.done = std::move(done);
+        enqueue(job);
+    };
+    co_await awaitOperation(std::move(start));
+    if (job.error) {
+        std::rethrow_exception(job.error);
+    }
+}
+
+void Database::runNow(std::function<void(Transaction&)> change)
+{
+    std::promise<void> finished;
+    Job job;
+    job.run = std::move(change);
+    job.done = [&finished] { finished.set_value(); };
+    enqueue(job);
+    finished.get_future().wait();
+    if (job.error) {
+        std::rethrow_exception(job.error);
+    }
+}
+
+void Database::enqueue(Job& job)
+{
+    {
+        const std::lock_guard lock(queueMutex_);
+        queue_.push_back(&job);
+    }
+    queueChanged_.notify_one();
+}
+
+void Database::writeLoop()
+{
+    for (;;) {
+        std::vector<Job*> batch;
+        {
+            std::unique_lock lock(queueMutex_);
+            queueChanged_.wait(lock, [this] { return stopping_ || !queue_.empty(); });
+            if (queue_.empty()) {
+                return;
+            }
+            const std::size_t taken = std::min(queue_.size(), largestBatch);
+            const auto end = queue_.begin() + static_cast<std::ptrdiff_t>(taken);
+            batch.assign(queue_.begin(), end);
+            queue_.erase(queue_.begin(), end);
+        }
+        runBatch(batch);
+    }
+}
+
+void Database::runBatch(const std::vector<Job*>& batch)
+{
+    std::vector<Event> events;
+    try {
+        *writer_ << dialect_->beginWrite();
+        for (Job* job : batch) {
+            runJob(*job);
+        }
+        commit();
+        for (Job* job : batch) {
+            events.insert(events.end(), job->events.begin(), job->events.end());
+        }
+    } catch (...) {
+        try {
+            *writer_ << "ROLLBACK";
+        } catch (const std::exception&) {
+            // The database may have rolled back by itself.
+        }
+        for (Job* job : batch) {
+            job->error = job->error ? job->error : std::current_exception();
+        }
+    }
+    if (!events.empty() && commitListener_) {
+        commitListener_(events);
+    }
+    for (Job* job : batch) {
+        job->done(); // the job is its waiter's again, and may be gone after this
+    }
+}
+
+void Database::runJob(Job& job)
+{
+    *writer_ << "SAVEPOINT change";
+    Transaction transaction{*writer_, {}};
+    try {
+        job.run(transaction);
+        job.events = std::move(transaction.events);
+    } catch (const std::exception& error) {
+        job.error = std::current_exception();
+        try {
+            dialect_->translate(error);
+        } catch (...) {
+            job.error = std::current_exception();
+        }
+        *writer_ << "ROLLBACK TO SAVEPOINT change";
+    }
+    *writer_ << "RELEASE SAVEPOINT change";
+}
+
+void Database::commit()
+{
+    const CommitPass pass(gate_);
+    try {
+        *writer_ << "COMMIT";
+    } catch (const std::exception& error) {
+        dialect_->translate(error);
+        throw;
+    }
+}
+
+} // namespace kelvo::store

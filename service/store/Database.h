@@ -1,0 +1,148 @@
+// Transactions on the database: one writer, several readers, commits in groups.
+#pragma once
+
+#include "service/base/WorkPool.h"
+#include "service/store/CommitGate.h"
+#include "service/store/Dialect.h"
+#include "service/store/Records.h"
+
+#include <condition_variable>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+namespace kelvo::store {
+
+/** What a writing transaction works on. */
+struct Transaction
+{
+    soci::session& sql;
+    std::vector<Event> events; // appended by addEvent(); published once committed
+};
+
+/**
+ * Owner of all database connections.
+ *
+ * Thread: read and write may be awaited on any I/O thread; their functions run on the store's own
+ * threads, all writing ones on one. The ...Now forms block the caller and are for start-up,
+ * clean-up and tests. Errors: the functions' own exceptions, those of Errors.h, std::runtime_error
+ * for a failing database. A function that throws leaves no trace. What `write` returned is durable.
+ * Retry: safe, nothing is half done.
+ */
+class Database
+{
+public:
+    using CommitListener = std::function<void(const std::vector<Event>& events)>;
+
+    /** Brings the schema up to date. Throws SchemaTooNew. */
+    explicit Database(std::unique_ptr<Dialect> dialect, unsigned readers = 2);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    /** Called on the writer's thread after each commit that made events. Set before the first
+     * write. */
+    void onCommit(CommitListener listener) { commitListener_ = std::move(listener); }
+
+    template <class F>
+    Async<std::invoke_result_t<F&, soci::session&>> read(F query)
+    {
+        std::function<std::invoke_result_t<F&, soci::session&>()> job = [this, &query] {
+            return readNow(query);
+        };
+        co_return co_await readers_.run(std::move(job));
+    }
+
+    template <class F>
+    Async<std::invoke_result_t<F&, Transaction&>> write(F change)
+    {
+        using Result = std::invoke_result_t<F&, Transaction&>;
+        Job job;
+        if constexpr (std::is_void_v<Result>) {
+            job.run = [&change](Transaction& transaction) { change(transaction); };
+            co_await writeErased(job);
+        } else {
+            std::optional<Result> result;
+            job.run = [&change, &result](Transaction& transaction) {
+                result.emplace(change(transaction));
+            };
+            co_await writeErased(job);
+            co_return std::move(*result);
+        }
+    }
+
+    template <class F>
+    std::invoke_result_t<F&, soci::session&> readNow(F&& query)
+    {
+        const Reader reader(*this);
+        return query(reader.sql());
+    }
+
+    template <class F>
+    std::invoke_result_t<F&, Transaction&> writeNow(F change)
+    {
+        using Result = std::invoke_result_t<F&, Transaction&>;
+        if constexpr (std::is_void_v<Result>) {
+            runNow([&change](Transaction& transaction) { change(transaction); });
+        } else {
+            std::optional<Result> result;
+            runNow([&change, &result](Transaction& transaction) {
+                result.emplace(change(transaction));
+            });
+            return std::move(*result);
+        }
+    }
+
+private:
+    struct Job
+    {
+        std::function<void(Transaction&)> run;
+        std::function<void()> done;
+        std::exception_ptr error;
+        std::vector<Event> events;
+    };
+
+    /** A read transaction on a connection of its own. */
+    class Reader
+    {
+    public:
+        explicit Reader(Database& database);
+        ~Reader();
+        Reader(const Reader&) = delete;
+        Reader& operator=(const Reader&) = delete;
+        soci::session& sql() const { return *session_; }
+
+    private:
+        Database& database_;
+        ReaderPass pass_;
+        std::unique_ptr<soci::session> session_;
+    };
+
+    Async<void> writeErased(Job& job);
+    void runNow(std::function<void(Transaction&)> change);
+    void enqueue(Job& job);
+    void writeLoop();
+    void runBatch(const std::vector<Job*>& batch);
+    void runJob(Job& job);
+    void commit();
+
+    std::unique_ptr<Dialect> dialect_;
+    CommitListener commitListener_;
+    CommitGate gate_;
+    std::mutex sessionsMutex_; // guards idleSessions_
+    std::vector<std::unique_ptr<soci::session>> idleSessions_;
+    std::mutex queueMutex_; // guards queue_ and stopping_
+    std::condition_variable queueChanged_;
+    std::vector<Job*> queue_;
+    bool stopping_ = false;
+    std::unique_ptr<soci::session> writer_; // the writer thread's
+    WorkPool readers_;
+    std::thread writerThread_;
+};
+
+} // namespace kelvo::store

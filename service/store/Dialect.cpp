@@ -1,0 +1,73 @@
+// SQLite.
+#include "service/store/Dialect.h"
+
+#include "service/store/Errors.h"
+
+#include <soci/soci.h>
+#include <soci/sqlite3/soci-sqlite3.h>
+
+namespace kelvo::store {
+
+namespace {
+
+/** The connect string has no way to quote a quote. */
+std::string quoted(const std::string& file)
+{
+    if (file.find('"') != std::string::npos) {
+        throw std::runtime_error("the data folder's name must not hold a double quote");
+    }
+    return "\"" + file + "\"";
+}
+
+class Sqlite final : public Dialect
+{
+public:
+    explicit Sqlite(const std::string& file) : connectString_("dbname=" + quoted(file)) {}
+
+    std::unique_ptr<soci::session> connect() const override
+    {
+        // The timeout matters only when somebody else, such as a backup, has the file open.
+        auto session = std::make_unique<soci::session>(*soci::factory_sqlite3(),
+                                                       connectString_ + " timeout=10");
+        static constexpr const char* settings[] = {
+            "PRAGMA journal_mode = DELETE", "PRAGMA synchronous = FULL",
+            "PRAGMA foreign_keys = ON",     "PRAGMA cache_size = -1024",
+            "PRAGMA temp_store = MEMORY",
+        };
+        for (const char* setting : settings) {
+            *session << setting;
+        }
+        return session;
+    }
+
+    const char* beginRead() const override { return "BEGIN"; }
+
+    const char* beginWrite() const override { return "BEGIN IMMEDIATE"; }
+
+    void translate(const std::exception& error) const override
+    {
+        const auto* failure = dynamic_cast<const soci::sqlite3_soci_error*>(&error);
+        if (failure != nullptr && failure->result() == SQLITE_FULL) {
+            throw StorageFull();
+        }
+        const std::string text = error.what();
+        if (text.find("UNIQUE constraint failed") != std::string::npos) {
+            throw NameTaken();
+        }
+        if (text.find("database or disk is full") != std::string::npos) {
+            throw StorageFull();
+        }
+    }
+
+private:
+    std::string connectString_;
+};
+
+} // namespace
+
+std::unique_ptr<Dialect> makeSqlite(const std::string& file)
+{
+    return std::make_unique<Sqlite>(file);
+}
+
+} // namespace kelvo::store

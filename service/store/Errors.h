@@ -1,0 +1,37 @@
+// What the store can refuse.
+#pragma once
+
+#include <stdexcept>
+
+namespace kelvo::store {
+
+/** The database was written by a newer version of the service. */
+class SchemaTooNew : public std::runtime_error
+{
+public:
+    SchemaTooNew() : std::runtime_error("the database has a newer schema than this version knows")
+    {}
+};
+
+/** A name that must be unique is taken. Nothing was changed. */
+class NameTaken : public std::runtime_error
+{
+public:
+    NameTaken() : std::runtime_error("the name is taken") {}
+};
+
+/** A farm has used up its ids. */
+class OutOfIds : public std::runtime_error
+{
+public:
+    OutOfIds() : std::runtime_error("no ids are left") {}
+};
+
+/** The disk that holds the database is full. Nothing was changed; later attempts may succeed. */
+class StorageFull : public std::runtime_error
+{
+public:
+    StorageFull() : std::runtime_error("the database's disk is full") {}
+};
+
+} // namespace kelvo::store

@@ -1,0 +1,34 @@
+// Farms and their seven projects.
+#pragma once
+
+#include "service/store/Database.h"
+#include "service/store/Records.h"
+
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kelvo::store {
+
+/** The projects of every farm, in the order of their ids. */
+inline constexpr std::array<const char*, 7> projectNames{
+    "To Console", "From Console", "AB Lines", "Curves", "Pivots", "Optimal Lines", "Project Lines"};
+
+/** With its projects. Throws NameTaken. */
+Farm addFarm(Transaction& transaction, const std::string& name);
+
+std::vector<Farm> allFarms(soci::session& sql);
+std::optional<Farm> farmByName(soci::session& sql, const std::string& name);
+
+std::vector<Project> projectsOf(soci::session& sql, Id farm);
+std::optional<Project> projectById(soci::session& sql, Id farm, Id project);
+std::optional<Project> projectByName(soci::session& sql, Id farm, const std::string& name);
+
+/** Whether the database answers at all. */
+bool canRead(soci::session& sql);
+
+/** The farm's next id for a project, inbox or file. Throws OutOfIds. */
+Id nextResourceId(Transaction& transaction, Id farm);
+
+} // namespace kelvo::store

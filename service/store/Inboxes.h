@@ -1,0 +1,26 @@
+// The user inboxes of a farm's projects.
+#pragma once
+
+#include "service/store/Database.h"
+#include "service/store/Records.h"
+
+#include <optional>
+#include <vector>
+
+namespace kelvo::store {
+
+struct AddedInbox
+{
+    Inbox inbox;
+    bool isNew = false;
+};
+
+/** The user's inbox in the project, made if there is none. */
+AddedInbox ensureInbox(Transaction& transaction, const User& user, Id project, long long nowMs);
+
+std::optional<Inbox> inboxById(soci::session& sql, Id farm, Id inbox);
+
+/** In the order of their ids. */
+std::vector<Inbox> inboxesOf(soci::session& sql, Id farm);
+
+} // namespace kelvo::store

@@ -1,0 +1,111 @@
+// The rows of the database as values.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kelvo::store {
+
+/** Bound as it is: the database library knows long long on every platform, not int64_t. */
+using Id = long long;
+
+constexpr Id largestId = 2147483647; // consoles keep ids in 32 bits
+
+enum class ERole : std::uint8_t { Operator, Office, Admin };
+
+std::string toText(ERole role);
+std::optional<ERole> roleFromText(const std::string& text);
+
+struct Farm
+{
+    Id id = 0;
+    std::string name;
+};
+
+struct User
+{
+    Id id = 0;
+    std::optional<Farm> farm; // none for an admin
+    std::string name;
+    ERole role = ERole::Operator;
+    bool disabled = false;
+
+    Id farmId() const { return farm ? farm->id : 0; }
+};
+
+/** A logged-in session with its user. Times are milliseconds since 1970 UTC here and below. */
+struct Session
+{
+    std::string tokenHash; // SHA-256 of the token, hexadecimal
+    User user;
+    long long expiresMs = 0;
+};
+
+struct Project
+{
+    Id id = 0;
+    std::string name;
+};
+
+struct Inbox
+{
+    Id id = 0;
+    Id project = 0;
+    std::string name;
+    Id ownerId = 0;
+    std::string ownerName;
+};
+
+struct File
+{
+    Id id = 0;
+    Id inbox = 0;
+    std::string name;
+    long long sizeBytes = 0;
+    std::string sha256; // hexadecimal
+    long long createdMs = 0;
+};
+
+struct BinnedFile
+{
+    File file;
+    long long deletedMs = 0;
+    std::string deletedBy;
+};
+
+struct Upload
+{
+    std::string id;
+    Id farm = 0;
+    Id user = 0;
+    std::string key; // the idempotency key; empty: none
+    std::string name;
+    std::vector<Id> targets;
+    long long lengthBytes = 0;
+    long long createdMs = 0;
+    long long expiresMs = 0;
+    bool finished = false;
+    // When finished:
+    std::string sha256;
+    std::vector<Id> files;
+    std::vector<std::string> warnings;
+};
+
+/**
+ * One entry of a farm's event log. The owner and the farm's office get `fullData`, the rest of the
+ * farm gets `commonData`; an empty one is not for them.
+ */
+struct Event
+{
+    Id farm = 0;
+    Id id = 0;
+    std::string name;
+    Id owner = 0; // 0: nobody but the office gets fullData
+    std::string fullData;
+    std::string commonData;
+    long long createdMs = 0;
+};
+
+} // namespace kelvo::store

@@ -1,0 +1,125 @@
+// The tables, and how an older database becomes a newer one.
+#include "service/store/Schema.h"
+
+#include "service/store/Dialect.h"
+#include "service/store/Errors.h"
+
+#include <soci/soci.h>
+
+#include <array>
+#include <span>
+
+namespace kelvo::store {
+
+namespace {
+
+// Ids come from counters in `farms` and `counters`, so that none is ever used twice.
+constexpr const char* firstSchema[] = {
+    "CREATE TABLE counters (name VARCHAR(32) PRIMARY KEY, value BIGINT NOT NULL)",
+    "INSERT INTO counters (name, value) VALUES ('farms', 0)",
+    "INSERT INTO counters (name, value) VALUES ('users', 0)",
+
+    "CREATE TABLE farms (id BIGINT PRIMARY KEY, name TEXT NOT NULL UNIQUE,"
+    " last_resource BIGINT NOT NULL, last_event BIGINT NOT NULL, pruned_event BIGINT NOT NULL)",
+
+    "CREATE TABLE users (id BIGINT PRIMARY KEY, farm_id BIGINT REFERENCES farms (id),"
+    " name TEXT NOT NULL UNIQUE, role VARCHAR(16) NOT NULL, password_hash TEXT NOT NULL,"
+    " disabled INTEGER NOT NULL, created_ms BIGINT NOT NULL)",
+
+    "CREATE TABLE sessions (token_hash VARCHAR(64) PRIMARY KEY,"
+    " user_id BIGINT NOT NULL REFERENCES users (id), created_ms BIGINT NOT NULL,"
+    " expires_ms BIGINT NOT NULL)",
+    "CREATE INDEX sessions_by_user ON sessions (user_id)",
+
+    "CREATE TABLE projects (farm_id BIGINT NOT NULL REFERENCES farms (id), id BIGINT NOT NULL,"
+    " name TEXT NOT NULL, PRIMARY KEY (farm_id, id), UNIQUE (farm_id, name))",
+
+    "CREATE TABLE inboxes (farm_id BIGINT NOT NULL, id BIGINT NOT NULL,"
+    " project_id BIGINT NOT NULL, owner_id BIGINT NOT NULL REFERENCES users (id),"
+    " created_ms BIGINT NOT NULL, PRIMARY KEY (farm_id, id),"
+    " UNIQUE (farm_id, project_id, owner_id),"
+    " FOREIGN KEY (farm_id, project_id) REFERENCES projects (farm_id, id))",
+
+    "CREATE TABLE files (farm_id BIGINT NOT NULL, id BIGINT NOT NULL, inbox_id BIGINT NOT NULL,"
+    " name TEXT NOT NULL, size_bytes BIGINT NOT NULL, sha256 VARCHAR(64) NOT NULL,"
+    " created_ms BIGINT NOT NULL, deleted_ms BIGINT, deleted_by TEXT,"
+    " PRIMARY KEY (farm_id, id),"
+    " FOREIGN KEY (farm_id, inbox_id) REFERENCES inboxes (farm_id, id))",
+    "CREATE INDEX files_by_inbox ON files (farm_id, inbox_id)",
+    "CREATE INDEX files_by_content ON files (sha256)",
+    "CREATE INDEX files_by_deletion ON files (deleted_ms)",
+
+    "CREATE TABLE uploads (id VARCHAR(64) PRIMARY KEY,"
+    " farm_id BIGINT NOT NULL REFERENCES farms (id),"
+    " user_id BIGINT NOT NULL REFERENCES users (id), idempotency_key VARCHAR(100),"
+    " name TEXT NOT NULL, targets TEXT NOT NULL, length_bytes BIGINT NOT NULL,"
+    " created_ms BIGINT NOT NULL, expires_ms BIGINT NOT NULL, finished INTEGER NOT NULL,"
+    " sha256 VARCHAR(64) NOT NULL, files TEXT NOT NULL, warnings TEXT NOT NULL,"
+    " UNIQUE (user_id, idempotency_key))",
+    "CREATE INDEX uploads_by_expiry ON uploads (expires_ms)",
+
+    "CREATE TABLE events (farm_id BIGINT NOT NULL REFERENCES farms (id), id BIGINT NOT NULL,"
+    " name VARCHAR(32) NOT NULL, owner_id BIGINT NOT NULL, full_data TEXT NOT NULL,"
+    " common_data TEXT NOT NULL, created_ms BIGINT NOT NULL, PRIMARY KEY (farm_id, id))",
+
+    "CREATE TABLE environments (user_id BIGINT PRIMARY KEY REFERENCES users (id),"
+    " document TEXT NOT NULL, received_ms BIGINT NOT NULL)",
+
+    "CREATE TABLE devices (user_id BIGINT NOT NULL REFERENCES users (id),"
+    " hardware_address TEXT NOT NULL, document TEXT NOT NULL, received_ms BIGINT NOT NULL,"
+    " PRIMARY KEY (user_id, hardware_address))",
+
+    "CREATE TABLE positions (user_id BIGINT NOT NULL REFERENCES users (id),"
+    " number BIGINT NOT NULL, time_s BIGINT NOT NULL, latitude DOUBLE PRECISION NOT NULL,"
+    " longitude DOUBLE PRECISION NOT NULL, hardware_address TEXT NOT NULL,"
+    " received_ms BIGINT NOT NULL, PRIMARY KEY (user_id, number))",
+    "CREATE INDEX positions_by_receipt ON positions (received_ms)",
+};
+
+/** Step N brings version N to N+1; steps are never changed once released, only added. */
+constexpr std::array migrations{
+    std::span<const char* const>(firstSchema),
+};
+
+int readVersion(soci::session& sql)
+{
+    sql << "CREATE TABLE IF NOT EXISTS schema_version (version INTEGER NOT NULL)";
+    int version = 0;
+    sql << "SELECT version FROM schema_version", soci::into(version);
+    if (!sql.got_data()) {
+        version = 0;
+        sql << "INSERT INTO schema_version (version) VALUES (0)";
+    }
+    return version;
+}
+
+} // namespace
+
+int currentSchema()
+{
+    return static_cast<int>(migrations.size());
+}
+
+void migrate(soci::session& sql, const Dialect& dialect)
+{
+    sql << dialect.beginWrite();
+    try {
+        const int found = readVersion(sql);
+        if (found > currentSchema()) {
+            throw SchemaTooNew();
+        }
+        for (std::size_t step = static_cast<std::size_t>(found); step < migrations.size(); ++step) {
+            for (const char* statement : migrations[step]) {
+                sql << statement;
+            }
+        }
+        const int now = currentSchema();
+        sql << "UPDATE schema_version SET version = :v", soci::use(now);
+        sql << "COMMIT";
+    } catch (...) {
+        sql << "ROLLBACK";
+        throw;
+    }
+}
+
+} // namespace kelvo::store

@@ -1,0 +1,175 @@
+// Keys and certificates as OpenSSL makes them.
+#include "service/tls/Certificates.h"
+
+#include <boost/asio/ip/address.hpp>
+
+#include <openssl/ec.h>
+#include <openssl/pem.h>
+#include <openssl/rand.h>
+#include <openssl/x509v3.h>
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+#include <stdexcept>
+
+namespace kelvo::tls {
+
+namespace {
+
+void require(bool worked, const char* what)
+{
+    if (!worked) {
+        throw std::runtime_error(what);
+    }
+}
+
+using Bio = std::unique_ptr<BIO, decltype(&BIO_free)>;
+
+bool isAddress(const std::string& name)
+{
+    boost::system::error_code error;
+    boost::asio::ip::make_address(name, error);
+    return !error;
+}
+
+std::string textOf(BIO& bio)
+{
+    char* data = nullptr;
+    const long size = BIO_get_mem_data(&bio, &data);
+    return {data, static_cast<std::size_t>(size)};
+}
+
+Certificate blankCertificate(EVP_PKEY& key, const char* commonName, std::chrono::hours validFor)
+{
+    Certificate certificate(X509_new());
+    require(certificate != nullptr, "cannot make a certificate");
+    X509_set_version(certificate.get(), X509_VERSION_3);
+    std::array<unsigned char, 16> serial{};
+    require(RAND_bytes(serial.data(), serial.size()) == 1, "no random serial number");
+    serial[0] &= 0x7F; // a serial number is positive
+    const std::unique_ptr<BIGNUM, decltype(&BN_free)> number(
+        BN_bin2bn(serial.data(), serial.size(), nullptr), &BN_free);
+    BN_to_ASN1_INTEGER(number.get(), X509_get_serialNumber(certificate.get()));
+    // An hour back, for consoles whose clocks are behind.
+    X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -3600);
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(validFor).count();
+    X509_time_adj_ex(X509_getm_notAfter(certificate.get()), static_cast<int>(seconds / 86400),
+                     seconds % 86400, nullptr);
+    X509_NAME* subject = X509_get_subject_name(certificate.get());
+    X509_NAME_add_entry_by_txt(subject, "O", MBSTRING_UTF8,
+                               reinterpret_cast<const unsigned char*>("Kelvo"), -1, -1, 0);
+    X509_NAME_add_entry_by_txt(subject, "CN", MBSTRING_UTF8,
+                               reinterpret_cast<const unsigned char*>(commonName), -1, -1, 0);
+    require(X509_set_pubkey(certificate.get(), &key) == 1, "cannot set the public key");
+    return certificate;
+}
+
+void addExtension(X509& certificate, X509& issuer, int nid, const std::string& value)
+{
+    X509V3_CTX context;
+    X509V3_set_ctx_nodb(&context);
+    X509V3_set_ctx(&context, &issuer, &certificate, nullptr, nullptr, 0);
+    const std::unique_ptr<X509_EXTENSION, decltype(&X509_EXTENSION_free)> extension(
+        X509V3_EXT_conf_nid(nullptr, &context, nid, value.c_str()), &X509_EXTENSION_free);
+    require(extension && X509_add_ext(&certificate, extension.get(), -1) == 1,
+            "cannot add a certificate extension");
+}
+
+std::string alternativeNames(const std::vector<std::string>& names)
+{
+    std::string list;
+    for (const std::string& name : names) {
+        list += list.empty() ? "" : ",";
+        list += (isAddress(name) ? "IP:" : "DNS:") + name;
+    }
+    return list;
+}
+
+} // namespace
+
+Key makeKey()
+{
+    Key key(EVP_EC_gen("P-256"));
+    require(key != nullptr, "cannot make a key");
+    return key;
+}
+
+Certificate makeAuthority(EVP_PKEY& key, std::chrono::hours validFor)
+{
+    Certificate authority = blankCertificate(key, "Kelvo service authority", validFor);
+    X509_set_issuer_name(authority.get(), X509_get_subject_name(authority.get()));
+    addExtension(*authority, *authority, NID_basic_constraints, "critical,CA:TRUE,pathlen:0");
+    addExtension(*authority, *authority, NID_key_usage, "critical,keyCertSign,cRLSign");
+    addExtension(*authority, *authority, NID_subject_key_identifier, "hash");
+    require(X509_sign(authority.get(), &key, EVP_sha256()) > 0, "cannot sign");
+    return authority;
+}
+
+Certificate makeServerCertificate(EVP_PKEY& key, const std::vector<std::string>& names,
+                                  X509& authority, EVP_PKEY& authorityKey,
+                                  std::chrono::hours validFor)
+{
+    Certificate certificate = blankCertificate(key, "Kelvo service", validFor);
+    X509_set_issuer_name(certificate.get(), X509_get_subject_name(&authority));
+    addExtension(*certificate, authority, NID_basic_constraints, "critical,CA:FALSE");
+    addExtension(*certificate, authority, NID_key_usage, "critical,digitalSignature");
+    addExtension(*certificate, authority, NID_ext_key_usage, "serverAuth");
+    addExtension(*certificate, authority, NID_subject_key_identifier, "hash");
+    addExtension(*certificate, authority, NID_authority_key_identifier, "keyid:always");
+    addExtension(*certificate, authority, NID_subject_alt_name, alternativeNames(names));
+    require(X509_sign(certificate.get(), &authorityKey, EVP_sha256()) > 0, "cannot sign");
+    return certificate;
+}
+
+std::string toPem(X509& certificate)
+{
+    const Bio bio(BIO_new(BIO_s_mem()), &BIO_free);
+    require(PEM_write_bio_X509(bio.get(), &certificate) == 1, "cannot write a certificate");
+    return textOf(*bio);
+}
+
+std::string toPem(EVP_PKEY& key)
+{
+    const Bio bio(BIO_new(BIO_s_mem()), &BIO_free);
+    require(PEM_write_bio_PKCS8PrivateKey(bio.get(), &key, nullptr, nullptr, 0, nullptr, nullptr) ==
+                1,
+            "cannot write a key");
+    return textOf(*bio);
+}
+
+Certificate certificateFromPem(std::string_view pem)
+{
+    const Bio bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())), &BIO_free);
+    Certificate certificate(PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr));
+    require(certificate != nullptr, "not a certificate");
+    return certificate;
+}
+
+Key keyFromPem(std::string_view pem)
+{
+    const Bio bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())), &BIO_free);
+    Key key(PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, nullptr));
+    require(key != nullptr, "not a private key");
+    return key;
+}
+
+bool isValidFor(const X509& certificate, std::chrono::hours from_now)
+{
+    std::time_t then =
+        std::time(nullptr) + std::chrono::duration_cast<std::chrono::seconds>(from_now).count();
+    return X509_cmp_time(X509_get0_notAfter(&certificate), &then) > 0;
+}
+
+bool covers(X509& certificate, const std::vector<std::string>& names, X509& authority)
+{
+    const Key signer(X509_get_pubkey(&authority));
+    return X509_verify(&certificate, signer.get()) == 1 &&
+           std::all_of(names.begin(), names.end(), [&certificate](const std::string& name) {
+               return isAddress(name) ? X509_check_ip_asc(&certificate, name.c_str(), 0) == 1
+                                      : X509_check_host(&certificate, name.c_str(), name.size(), 0,
+                                                        nullptr) == 1;
+           });
+}
+
+} // namespace kelvo::tls

@@ -1,0 +1,51 @@
+// Keys and certificates as OpenSSL makes them.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+namespace kelvo::tls {
+
+struct FreeKey
+{
+    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
+};
+struct FreeCertificate
+{
+    void operator()(X509* certificate) const { X509_free(certificate); }
+};
+using Key = std::unique_ptr<EVP_PKEY, FreeKey>;
+using Certificate = std::unique_ptr<X509, FreeCertificate>;
+
+/** Errors: all functions throw std::runtime_error, which never tells anything of a key. */
+
+/** A new key on the curve P-256. */
+Key makeKey();
+
+/** A self-signed authority that may sign server certificates only. */
+Certificate makeAuthority(EVP_PKEY& key, std::chrono::hours validFor);
+
+/** A server certificate for the host names and addresses. */
+Certificate makeServerCertificate(EVP_PKEY& key, const std::vector<std::string>& names,
+                                  X509& authority, EVP_PKEY& authorityKey,
+                                  std::chrono::hours validFor);
+
+std::string toPem(X509& certificate);
+std::string toPem(EVP_PKEY& key);
+Certificate certificateFromPem(std::string_view pem);
+Key keyFromPem(std::string_view pem);
+
+/** Whether it is still valid after that time from now. */
+bool isValidFor(const X509& certificate, std::chrono::hours from_now);
+
+/** Whether it names all of these and was signed by the authority. */
+bool covers(X509& certificate, const std::vector<std::string>& names, X509& authority);
+
+} // namespace kelvo::tls
