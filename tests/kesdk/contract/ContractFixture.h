@@ -1,0 +1,39 @@
+// The contract suite's fixture: a connection to a backend, and a listener on it.
+#pragma once
+
+#include "contract/Backend.h"
+#include "support/RecordingListener.h"
+#include "support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kesdk::test {
+
+class Contract : public testing::TestWithParam<BackendFactory>
+{
+protected:
+    Contract();
+    ~Contract() override;
+
+    void LogIn();
+    // Also makes sure that the user has an inbox in the project, and gives its id.
+    std::int64_t MakeInbox(const std::wstring& project);
+    std::int64_t ProjectId(const std::wstring& name);
+    bool Upload(const std::string& name, const std::string& content,
+                const std::vector<std::int64_t>& inboxIds);
+    std::vector<std::int64_t> Files(std::int64_t inboxId);
+    // What the operator would be told first about the last call.
+    std::wstring FirstText();
+    bool WaitForChange(std::int64_t containerId, std::int64_t resourceId) const;
+
+    std::unique_ptr<Backend> backend = GetParam()();
+    TempFolder folder;
+    RecordingListener listener;
+    std::unique_ptr<api::IEnterpriseConnection> connection = backend->MakeConnection();
+};
+
+} // namespace kesdk::test

@@ -1,0 +1,58 @@
+// A kelvo-service process of the test's own, and a client of its API beside the SDK.
+#pragma once
+
+#include "support/TempFolder.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace kesdk::test {
+
+class ServiceProcess
+{
+public:
+    // Returns when it listens; throws when it does not.
+    explicit ServiceProcess(const std::string& binary);
+    ~ServiceProcess();
+    ServiceProcess(const ServiceProcess&) = delete;
+    ServiceProcess& operator=(const ServiceProcess&) = delete;
+
+    std::string Url() const { return "https://" + m_endpoint + "/kelvo-api"; }
+    std::string AuthorityFile() const { return m_folder.Path("data/ca.pem"); }
+    std::string AdminPassword() const;
+
+    // Frozen, it takes connections (the kernel does) and answers nothing.
+    void Freeze();
+    void Thaw();
+
+private:
+    TempFolder m_folder;
+    pid_t m_pid = 0;
+    std::string m_endpoint;
+};
+
+struct ApiReply
+{
+    long status = 0;
+    std::string body;
+};
+
+// Plain requests, each over a connection of its own.
+class ApiSession
+{
+public:
+    ApiSession(const ServiceProcess& service, const std::string& user, const std::string& password);
+
+    ApiReply Send(const std::string& method, const std::string& target, const std::string& body,
+                  const std::vector<std::string>& headers = {}) const;
+
+private:
+    std::string m_url;
+    std::string m_authorityFile;
+    std::string m_token;
+};
+
+} // namespace kesdk::test
