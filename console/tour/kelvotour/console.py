@@ -5,9 +5,11 @@ import os
 import re
 import signal
 import subprocess
+import tempfile
 import threading
 import time
 from dataclasses import dataclass, field
+from pathlib import Path
 
 GUARD_SECONDS = 300  # only ends what hangs; the console's own --timeout is shorter
 COMMAND_SECONDS = 120
@@ -69,6 +71,7 @@ class Console:
         self._log = open(f"{transcript}.stderr", "ab")
         environment = {name: value for name, value in os.environ.items()
                        if name not in ("KELVO_API_HOST", "KESDK_CA_FILE", "KELVO_USER", "KELVO_PASSWORD")}
+        environment.setdefault("XDG_RUNTIME_DIR", own_runtime_folder())
         credentials = []
         if credentials_file:
             credentials = ["--credentials", str(credentials_file)]
@@ -197,6 +200,13 @@ class Console:
     def stderr(self):
         with open(self._log.name, encoding="utf-8", errors="replace") as log:
             return log.read()
+
+
+def own_runtime_folder():
+    """Where Qt finds no reason for a warning when nobody is logged in at this machine."""
+    folder = Path(tempfile.gettempdir()) / f"kelvo-runtime-{os.getuid()}"
+    folder.mkdir(mode=0o700, exist_ok=True)
+    return str(folder)
 
 
 def quoted(names):

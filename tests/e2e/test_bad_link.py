@@ -1,0 +1,62 @@
+"""Connections that break in the middle of a transfer."""
+
+import random
+import unittest
+
+from kelvoe2e.case import FarmCase
+from kelvoe2e.link import Link
+from kelvotour import archives
+
+SIZE = 1_000_000
+
+
+class BadLinkTest(FarmCase):
+    def setUp(self):
+        super().setUp()
+        self.link = Link(self.service.address)
+        self.addCleanup(self.link.close)
+        self.content = random.Random(5).randbytes(SIZE)
+
+    def test_a_download_goes_on_where_it_was_cut(self):
+        console = self.logged_in(address=self.link.address)
+        self.put(console, {"large.zip": archives.write_zip(self.folder / "a", {"large.bin": self.content}).read_bytes()})
+        self.link.cut("down", SIZE // 2)
+        self.assert_ok(console.run("download maps large.zip"))
+        self.assertEqual(self.link.cuts, 1)
+        self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {"large.bin": self.content})
+
+    def test_an_upload_goes_on_where_it_was_cut(self):
+        console = self.logged_in(address=self.link.address)
+        file = console.data / "to-service/curves/large.crv"
+        file.write_bytes(self.content)
+        self.link.cut("up", SIZE // 2)
+        self.assert_ok(console.run("upload curves large.crv"))
+        self.assertEqual(self.link.cuts, 1)
+        self.assertFalse(file.exists())
+        self.assert_service_holds_it_once()
+
+    def test_an_upload_whose_answer_is_lost_is_stored_once(self):
+        console = self.logged_in(address=self.link.address)
+        (console.data / "to-service/curves/large.crv").write_bytes(self.content)
+        self.link.cut("down", 0)
+        self.assert_ok(console.run("upload curves large.crv"))
+        self.assertEqual(self.link.cuts, 1)
+        self.assert_service_holds_it_once()
+
+    def assert_service_holds_it_once(self):
+        entries = self.office.inboxes(self.operator)["Curves"]["entries"]
+        self.assertEqual([entry["name"] for entry in entries], ["large.crv"])
+        copy = self.folder / "copy"
+        self.office.get(entries[0]["id"], copy)
+        self.assertEqual(copy.read_bytes(), self.content)
+
+    def test_lists_come_again_after_the_stream_was_cut(self):
+        console = self.logged_in(address=self.link.address)
+        self.link.cut("down", 0)  # the next event cuts the stream that brings it
+        self.put(console, {"a.zip": b"x"})
+        self.assertEqual(self.link.cuts, 1)
+        self.put(console, {"b.zip": b"x"})
+
+
+if __name__ == "__main__":
+    unittest.main()

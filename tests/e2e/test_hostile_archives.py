@@ -1,0 +1,77 @@
+"""Archives that want out of their folder, into all of memory or onto all of the disk."""
+
+import shutil
+import subprocess
+import unittest
+import zipfile
+
+from kelvoe2e.case import FarmCase
+from kelvotour import archives
+
+BOMB_BYTES = 400 * 1024 * 1024
+
+
+class HostileArchivesTest(FarmCase):
+    def assert_refused(self, name, content):
+        """Between two sound archives in one request, only the hostile one fails, and it leaves nothing anywhere."""
+        console = self.logged_in()
+        good = {f"{place}.zip": archives.write_zip(self.folder / "good", {f"{place}.txt": place.encode()}).read_bytes()
+                for place in ("before", "zz-after")}
+        self.put(console, {**good, name: content})
+        outside = {path: path.stat().st_mtime_ns for path in console.data.iterdir() if path.name != "logs"}
+        result = console.run(f"download maps before.zip {name} zz-after.zip")
+        self.assertEqual(result.errors, [{"file": name, "text": "Failed to unzip file"}])
+        self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"),
+                         {"before.txt": b"before", "zz-after.txt": b"zz-after"})
+        others = set(console.data.rglob("*")) - set((console.data / "from-service/prescriptions").rglob("*"))
+        self.assertFalse([path for path in others if path.is_symlink()])
+        self.assertEqual(set(console.data.iterdir()) - set(outside) - {console.data / "logs"}, set())
+        self.assertEqual(list((console.data / "incoming").iterdir()), [])
+        log = (console.data / "logs/user.log").read_text(encoding="utf-8").splitlines()
+        reasons = [line.split("ManageKelvoDownloads: ")[1] for line in log if "ManageKelvoDownloads: " in line]
+        self.assertEqual(len(reasons), 1, log)
+        self.assertGreater(len(reasons[0].strip()), 10)
+        print(f"\n{name}: {reasons[0]}")
+
+    def zip_of(self, *entries):
+        path = self.folder / "hostile"
+        with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
+            for entry, content in entries:
+                archive.writestr(entry, content)
+        return path.read_bytes()
+
+    def test_a_way_up(self):
+        self.assert_refused("m-up.zip", self.zip_of(("in.txt", "x"), ("../../../escaped.txt", "x")))
+        self.assertFalse((self.folder / "escaped.txt").exists())
+
+    def test_an_absolute_path(self):
+        target = self.folder / "absolute.txt"
+        self.assert_refused("m-absolute.zip", self.zip_of((str(target), "x")))
+        self.assertFalse(target.exists())
+
+    def test_a_way_through_a_link(self):
+        outside = self.folder / "outside"
+        outside.mkdir()
+        link = zipfile.ZipInfo("link")
+        link.create_system, link.external_attr = 3, 0o120777 << 16
+        self.assert_refused("m-link.zip", self.zip_of((link, str(outside)), ("link/planted.txt", "x")))
+        self.assertEqual(list(outside.iterdir()), [])
+
+    def test_an_encrypted_archive(self):
+        if not shutil.which("zip"):
+            self.skipTest("there is no zip to encrypt with")
+        (self.folder / "secret.txt").write_text("x")
+        subprocess.run(["zip", "-q", "-P", "key", "m-secret.zip", "secret.txt"], cwd=self.folder, check=True)
+        self.assert_refused("m-secret.zip", (self.folder / "m-secret.zip").read_bytes())
+
+    def test_a_bomb(self):
+        path = self.folder / "bomb"
+        with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
+            with archive.open("zeros.bin", "w") as entry:
+                for _ in range(BOMB_BYTES // (1024 * 1024)):
+                    entry.write(bytes(1024 * 1024))
+        self.assert_refused("m-bomb.zip", path.read_bytes())
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,82 @@
+"""Logins that cannot work: the operator learns what happened and what to do, and the console goes on."""
+
+import socket
+import unittest
+
+from kelvoe2e.case import PASSWORD, FarmCase
+
+
+class LoginFailuresTest(FarmCase):
+    service_options = ("--password-cost", "min", "--login-attempts", "3")
+
+    def failed_text(self, console):
+        result = console.run("login")
+        self.assertFalse(result.ok)
+        texts = [line.arguments["text"] for line in result.signals("KelvoLoginFailed")]
+        self.assertEqual(len(texts), 1)
+        self.assert_two_lines(texts[0])
+        self.assertFalse(result.signals("KelvoLoggedIn"))
+        flags = console.run("status").value("status")
+        self.assertFalse(flags["loggedIn"] or flags["loginInProgress"])
+        return texts[0]
+
+    def assert_goes_on(self, console):
+        self.assert_ok(console.run("list maps"))
+        self.assertEqual(console.close(), 1)
+
+    def test_unknown_host(self):
+        console = self.console(address="name.invalid:443")
+        self.failed_text(console)
+        self.failed_text(console)
+        self.assert_goes_on(console)
+
+    def test_refused_port(self):
+        with socket.create_server(("127.0.0.1", 0)) as taken:
+            port = taken.getsockname()[1]
+        console = self.console(address=f"127.0.0.1:{port}")
+        self.failed_text(console)
+        self.assert_goes_on(console)
+
+    def test_unknown_authority(self):
+        console = self.console(ca="/etc/hostname")  # readable, and no certificate
+        text = self.failed_text(console)
+        self.assertNotIn("password", text.lower())
+        self.assert_goes_on(console)
+
+    def test_wrong_password_and_then_the_right_one(self):
+        console = self.console(password="wrong, quite wrong")
+        text = self.failed_text(console)
+        self.assertNotIn("wrong, quite wrong", text)
+        self.assert_goes_on(console)
+        self.assert_ok(self.console().run("login"))
+
+    def test_locked_out_account(self):
+        console = self.console(password="wrong, quite wrong")
+        refused = {self.failed_text(console) for _ in range(3)}
+        self.assertEqual(len(refused), 1)
+        locked = self.failed_text(console)
+        self.assertNotIn(locked, refused)
+        self.assert_goes_on(console)
+        right = self.console()
+        self.assertEqual(self.failed_text(right), locked)
+
+    def test_disabled_account(self):
+        self.admin.disable_user(self.operator)
+        console = self.console()
+        disabled = self.failed_text(console)
+        self.assert_goes_on(console)
+        wrong = self.console(password="wrong, quite wrong")
+        self.assertNotEqual(self.failed_text(wrong), disabled)
+
+    def test_the_password_is_in_no_log(self):
+        self.failed_text(self.console(password="wrong, quite wrong"))
+        self.assert_ok(self.console().run("login"))
+        for path in self.root.rglob("*"):
+            if path.is_file() and path.suffix in (".log", ".stderr", ".json"):
+                content = path.read_bytes()
+                self.assertNotIn(b"wrong, quite wrong", content, path)
+                self.assertNotIn(PASSWORD.encode(), content, path)
+
+
+if __name__ == "__main__":
+    unittest.main()
