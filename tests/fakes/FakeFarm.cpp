@@ -188,9 +188,13 @@ std::int64_t FakeFarm::ProjectId(const std::wstring& name) const
 
 std::int64_t FakeFarm::InboxId(const std::wstring& projectName, std::int64_t ownerUserId) const
 {
-    for (const auto& inbox : Inboxes(ProjectId(projectName), ownerUserId)) {
-        if (inbox.kind == kesdk::api::eUserInboxResource && inbox.ownerUserId == ownerUserId)
-            return inbox.id;
+    const Lock lock(m_mutex);
+    if (const TContent::TProject* project = m_content->FindProject(projectName)) {
+        for (const TContent::TInbox& inbox : project->inboxes) {
+            if (inbox.record.kind == kesdk::api::eUserInboxResource &&
+                inbox.record.ownerUserId == ownerUserId)
+                return inbox.record.id;
+        }
     }
     return 0;
 }

@@ -1,0 +1,58 @@
+// What the tests of downloads and deletions share.
+#pragma once
+
+#include "tests/fakes/ZipArchive.h"
+#include "tests/worker/TWorkerFixture.h"
+
+#include <QtCore/QDir>
+
+// A worker whose inbox of pivots the tests fill.
+class TDownload : public TWorkerFixture
+{
+public:
+    // An archive that unpacks into one file, `inner`, in olga's inbox.
+    std::int64_t AddArchive(EKelvoProjects project, const QString& name, const std::string& inner,
+                            const std::string& content = "content")
+    {
+        return Farm().AddFile(Inbox(project), name.toStdWString(),
+                              fakes::ZipOf({{inner, content}}));
+    }
+    void Download(int project, const QStringList& names, const KelvoFileInfoList& reference)
+    {
+        Call("OnDownloadFromKelvo", Q_ARG(int, project), Q_ARG(QStringList, names),
+             Q_ARG(KelvoFileInfoList, reference));
+    }
+    void Delete(int project, const QStringList& names, const KelvoFileInfoList& reference)
+    {
+        Call("OnDeleteFromKelvo", Q_ARG(int, project), Q_ARG(QStringList, names),
+             Q_ARG(KelvoFileInfoList, reference));
+    }
+    // What is in the inbox now, as a listing has it.
+    KelvoFileInfoList Reference(EKelvoProjects project)
+    {
+        KelvoFileInfoList reference;
+        for (const auto& file : Farm().Find(Inbox(project), userId).content) {
+            reference.fileIds << static_cast<long>(file.id);
+            reference.fileNames << QString::fromStdWString(file.name);
+        }
+        return reference;
+    }
+    QStringList Remote(EKelvoProjects project) { return Reference(project).fileNames; }
+
+    static QStringList Local(EKelvoProjects project)
+    {
+        return QDir(DownloadFolder(project)).entryList(QDir::Files, QDir::Name);
+    }
+    static QStringList Temporary()
+    {
+        return QDir(TempFolder())
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                       QDir::Name);
+    }
+};
+
+// Names separated by bars.
+inline QStringList List(const char* text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char('|'));
+}

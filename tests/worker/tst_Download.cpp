@@ -1,0 +1,412 @@
+// Fetching files: which are asked for, what is said of those that are not there, and that all that
+// came is unpacked.
+#include "support/GuiTestMain.h"
+#include "tests/worker/TDownload.h"
+#include "tests/worker/TTranslations.h"
+
+#include <QtTest/QtTest>
+
+using fakes::FakeAbortCheck;
+using fakes::FakeCall;
+using fakes::FakeErrors;
+using fakes::FakeOperation;
+using fakes::OneError;
+
+class tst_Download : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void anEmptyRequestEmitsNothingAndTouchesNothing();
+    void fetchesAndUnpacksEachFileOfEachKind_data();
+    void fetchesAndUnpacksEachFileOfEachKind();
+    void announcesAFileBeforeItIsFetched();
+    void writesIntoTheTemporaryFolderUnderTheFilesName();
+    void aMissingTemporaryFolderIsMade();
+    void aNameThatWasNotListedIsARecordWithItsPosition();
+    void namesAreLookedUpExactly();
+    void ofTwoListedEntriesOfOneNameTheFirstIsFetched();
+    void aFileThatWasRenamedOnTheServiceIsNotFetched();
+    void aFileThatIsGoneFromTheServiceIsNotFetched();
+    void aFailedQueryCountsAsGone();
+    void idsAreWidenedWithTheirSign_data();
+    void idsAreWidenedWithTheirSign();
+    void aFailedFetchIsARecord();
+    void aFailedFetchWithoutErrorsLeavesNoRecord();
+    void recordsComeInRequestOrderThenThoseOfUnpacking();
+    void theTextsAreTranslatedBeforeThePositionIsFilledIn();
+    void aCancelBeforeTheFirstFileFetchesNothingButUnpacksWhatIsThere();
+    void aCancelStillUnpacksWhatWasFetched();
+    void theCancelIsRevertedBeforeTheCompletion();
+    void aNameRequestedTwiceIsFetchedTwice();
+    void tenThousandOfTenThousand();
+    void theWayThroughTheHub();
+};
+
+namespace {
+
+KelvoFileInfoList Listed(const QList<long>& ids, const QStringList& names)
+{
+    KelvoFileInfoList reference;
+    reference.fileIds = ids;
+    reference.fileNames = names;
+    return reference;
+}
+
+QStringList OneText(const char* text)
+{
+    return {QString::fromLatin1(text)};
+}
+
+} // namespace
+
+void tst_Download::anEmptyRequestEmitsNothingAndTouchesNothing()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.Start();
+    TWorkerFixture::WriteFile(TWorkerFixture::TempFolder() + QStringLiteral("left.zip"), "bytes");
+    f.hub->OnCancelCurrentOperationRequested();
+    f.Download(ePivots, {}, f.Reference(ePivots));
+    QVERIFY(f.workerLog.All().isEmpty());
+    QVERIFY(f.Script().Calls().empty());
+    QCOMPARE(TDownload::Temporary(), List("left.zip"));
+    QVERIFY(f.hub->IsCancelCurrentOperationRequested());
+    QVERIFY(QDir(TWorkerFixture::TempFolder()).removeRecursively());
+    f.Download(ePivots, {}, f.Reference(ePivots));
+    QVERIFY(!QFileInfo::exists(TWorkerFixture::TempFolder()));
+}
+
+void tst_Download::fetchesAndUnpacksEachFileOfEachKind_data()
+{
+    QTest::addColumn<int>("kind");
+    for (int kind = 0; kind < KELVO_PROJECT_COUNT; ++kind)
+        QTest::addRow("project %d", kind) << kind;
+}
+
+void tst_Download::fetchesAndUnpacksEachFileOfEachKind()
+{
+    QFETCH(int, kind);
+    const auto project = static_cast<EKelvoProjects>(kind);
+    TDownload f;
+    f.AddArchive(project, QStringLiteral("a.zip"), "inner a.txt", "content a");
+    f.AddArchive(project, QStringLiteral("b.ZIP"), "inner b.txt", "content b");
+    f.AddArchive(project, QStringLiteral("c.zip"), "inner c.txt", "content c");
+    f.Start();
+    f.Download(kind, List("b.ZIP|a.zip"), f.Reference(project));
+    QCOMPARE(f.workerLog.Texts(),
+             (QStringList{QStringLiteral("KelvoDownloadingFile(%1,b.ZIP)").arg(kind),
+                          QStringLiteral("KelvoDownloadingFile(%1,a.zip)").arg(kind),
+                          QStringLiteral("KelvoDownloadComplete(%1,[])").arg(kind)}));
+    QCOMPARE(TDownload::Local(project), List("inner a.txt|inner b.txt"));
+    QCOMPARE(TWorkerFixture::ReadFile(TWorkerFixture::DownloadFolder(project) +
+                                      QStringLiteral("inner b.txt")),
+             QByteArray("content b"));
+    QVERIFY(TDownload::Temporary().isEmpty());
+    QCOMPARE(f.Remote(project), List("a.zip|b.ZIP|c.zip")); // a download removes nothing there
+}
+
+void tst_Download::announcesAFileBeforeItIsFetched()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.AddArchive(ePivots, QStringLiteral("b.zip"), "b.txt");
+    f.Start();
+    QList<int> announced;
+    f.Script().OnCall(FakeOperation::eDownload, [&](const FakeCall&, const FakeAbortCheck&) {
+        announced << f.workerLog.Count(QStringLiteral("KelvoDownloadingFile"));
+    });
+    f.Download(ePivots, List("a.zip|b.zip"), f.Reference(ePivots));
+    QCOMPARE(announced, (QList<int>{1, 2}));
+}
+
+void tst_Download::writesIntoTheTemporaryFolderUnderTheFilesName()
+{
+    const QString name = QString::fromUtf8("Feld \xC3\xA4 \xF0\x9F\x9A\x9C.zip");
+    TDownload f;
+    const std::int64_t id = f.AddArchive(ePivots, name, "a.txt");
+    f.Start();
+    f.Download(ePivots, {name}, f.Reference(ePivots));
+    const auto calls = f.Script().Calls(FakeOperation::eDownload);
+    QCOMPARE(calls.size(), std::size_t(1));
+    QCOMPARE(calls.front().id, id);
+    QCOMPARE(QString::fromStdWString(calls.front().text), TWorkerFixture::TempFolder() + name);
+    QCOMPARE(TDownload::Local(ePivots), List("a.txt"));
+}
+
+void tst_Download::aMissingTemporaryFolderIsMade()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.Start();
+    QVERIFY(QDir(TWorkerFixture::TempFolder()).removeRecursively());
+    f.Download(ePivots, List("a.zip"), f.Reference(ePivots));
+    QVERIFY(QFileInfo(TWorkerFixture::TempFolder()).isDir());
+    QCOMPARE(TDownload::Local(ePivots), List("a.txt"));
+    QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoDownloadComplete(4,[])"));
+}
+
+void tst_Download::aNameThatWasNotListedIsARecordWithItsPosition()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.Start();
+    f.Download(ePivots, List("x.zip|a.zip|y.zip"), f.Reference(ePivots));
+    QCOMPARE(
+        f.workerLog.Texts(),
+        (QStringList{QStringLiteral("KelvoDownloadingFile(4,a.zip)"),
+                     QStringLiteral("KelvoDownloadComplete(4,[x.zip:0 File no longer exists. File "
+                                    "Index not found|y.zip:2 File no longer exists. File Index not "
+                                    "found])")}));
+    QCOMPARE(f.Script().Count(FakeOperation::eGetResourceWithContent), std::size_t(1));
+}
+
+void tst_Download::namesAreLookedUpExactly()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.Start();
+    f.Download(ePivots, List("A.zip|a.ZIP|a.zip |a.zi"), f.Reference(ePivots));
+    QCOMPARE(f.Script().Count(FakeOperation::eDownload), std::size_t(0));
+    QCOMPARE(f.Script().Count(FakeOperation::eGetResourceWithContent), std::size_t(0));
+    QVERIFY(f.workerLog.Texts().last().contains(QStringLiteral("|a.zi:3 File no longer exists.")));
+}
+
+void tst_Download::ofTwoListedEntriesOfOneNameTheFirstIsFetched()
+{
+    TDownload f;
+    const std::int64_t first = f.AddArchive(ePivots, QStringLiteral("a.zip"), "first.txt");
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "second.txt");
+    f.Start();
+    f.Download(ePivots, List("a.zip"), f.Reference(ePivots));
+    QCOMPARE(f.Script().Calls(FakeOperation::eDownload).front().id, first);
+    QCOMPARE(TDownload::Local(ePivots), List("first.txt"));
+}
+
+void tst_Download::aFileThatWasRenamedOnTheServiceIsNotFetched()
+{
+    TDownload f;
+    const std::int64_t id = f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.Start();
+    const KelvoFileInfoList reference = f.Reference(ePivots);
+    f.Farm().RenameEntry(id, L"A.zip");
+    f.Download(ePivots, List("a.zip"), reference);
+    QCOMPARE(f.workerLog.Texts(),
+             OneText("KelvoDownloadComplete(4,[a.zip:File no longer exists.])"));
+    QCOMPARE(f.Script().Count(FakeOperation::eDownload), std::size_t(0));
+}
+
+void tst_Download::aFileThatIsGoneFromTheServiceIsNotFetched()
+{
+    TDownload f;
+    const std::int64_t id = f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.AddArchive(ePivots, QStringLiteral("b.zip"), "b.txt");
+    f.Start();
+    const KelvoFileInfoList reference = f.Reference(ePivots);
+    f.Farm().RemoveEntry(id);
+    f.Download(ePivots, List("a.zip|b.zip"), reference);
+    QCOMPARE(
+        f.workerLog.Texts(),
+        (QStringList{QStringLiteral("KelvoDownloadingFile(4,b.zip)"),
+                     QStringLiteral("KelvoDownloadComplete(4,[a.zip:File no longer exists.])")}));
+    QCOMPARE(f.Script().Count(FakeOperation::eDownload), std::size_t(1));
+}
+
+void tst_Download::aFailedQueryCountsAsGone()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.Start();
+    f.Script().FailNth(FakeOperation::eGetResourceWithContent, 1, OneError(L"not shown"));
+    f.Download(ePivots, List("a.zip"), f.Reference(ePivots));
+    QCOMPARE(f.workerLog.Texts(),
+             OneText("KelvoDownloadComplete(4,[a.zip:File no longer exists.])"));
+}
+
+void tst_Download::idsAreWidenedWithTheirSign_data()
+{
+    QTest::addColumn<long>("listed");
+    QTest::addColumn<qint64>("queried");
+    QTest::newRow("2^31-1") << 2147483647L << qint64(2147483647);
+    QTest::newRow("listed from 2^31") << (-2147483647L - 1) << qint64(-2147483648LL);
+    QTest::newRow("listed from 2^32-1") << -1L << qint64(-1);
+    QTest::newRow("listed from 2^32") << 0L << qint64(0);
+    QTest::newRow("one") << 1L << qint64(1);
+}
+
+void tst_Download::idsAreWidenedWithTheirSign()
+{
+    QFETCH(long, listed);
+    QFETCH(qint64, queried);
+    TDownload f;
+    f.Start();
+    f.Download(ePivots, List("a.zip"), Listed({listed}, List("a.zip")));
+    const auto calls = f.Script().Calls(FakeOperation::eGetResourceWithContent);
+    QCOMPARE(calls.size(), std::size_t(1));
+    QCOMPARE(qint64(calls.front().id), queried);
+    QCOMPARE(f.workerLog.Texts(),
+             OneText("KelvoDownloadComplete(4,[a.zip:File no longer exists.])"));
+}
+
+void tst_Download::aFailedFetchIsARecord()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.AddArchive(ePivots, QStringLiteral("b.zip"), "b.txt");
+    f.Start();
+    f.Script().FailNth(FakeOperation::eDownload, 1, OneError(L"<i>Stalled</i>.", L"Again."));
+    f.Download(ePivots, List("a.zip|b.zip"), f.Reference(ePivots));
+    QCOMPARE(f.workerLog.Texts(),
+             (QStringList{QStringLiteral("KelvoDownloadingFile(4,a.zip)"),
+                          QStringLiteral("KelvoDownloadingFile(4,b.zip)"),
+                          QStringLiteral("KelvoDownloadComplete(4,[a.zip:Stalled.\nAgain.])")}));
+    QCOMPARE(TDownload::Local(ePivots), List("b.txt"));
+}
+
+void tst_Download::aFailedFetchWithoutErrorsLeavesNoRecord()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.Start();
+    f.Script().FailNth(FakeOperation::eDownload, 1, FakeErrors());
+    f.Download(ePivots, List("a.zip"), f.Reference(ePivots));
+    QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoDownloadComplete(4,[])"));
+    QVERIFY(TDownload::Local(ePivots).isEmpty());
+}
+
+void tst_Download::recordsComeInRequestOrderThenThoseOfUnpacking()
+{
+    TDownload f;
+    f.Farm().AddFile(f.Inbox(ePivots), L"broken.zip", "this is no archive");
+    f.AddArchive(ePivots, QStringLiteral("good.zip"), "good.txt");
+    f.Start();
+    f.Download(ePivots, List("broken.zip|missing.zip|good.zip"), f.Reference(ePivots));
+    QCOMPARE(f.workerLog.Texts().last(),
+             QStringLiteral("KelvoDownloadComplete(4,[missing.zip:1 File no longer exists. File "
+                            "Index not found|broken.zip:Failed to unzip file])"));
+    QCOMPARE(TDownload::Local(ePivots), List("good.txt"));
+    QVERIFY(TDownload::Temporary().isEmpty());
+}
+
+void tst_Download::theTextsAreTranslatedBeforeThePositionIsFilledIn()
+{
+    const TTranslations translations(
+        {{"%1 File no longer exists. File Index not found", "Nr. %1 nicht gelistet"},
+         {"File no longer exists.", "Datei weg"},
+         {"Failed to unzip file", "Archiv defekt"}});
+    TDownload f;
+    f.Farm().AddFile(f.Inbox(ePivots), L"broken.zip", "this is no archive");
+    f.Start();
+    KelvoFileInfoList reference = f.Reference(ePivots);
+    reference.fileIds << 4711L;
+    reference.fileNames << QStringLiteral("gone.zip");
+    f.Download(ePivots, List("x.zip|gone.zip|broken.zip"), reference);
+    QCOMPARE(f.workerLog.Texts().last(),
+             QStringLiteral("KelvoDownloadComplete(4,[x.zip:Nr. 0 nicht gelistet|gone.zip:Datei "
+                            "weg|broken.zip:Archiv defekt])"));
+}
+
+void tst_Download::aCancelBeforeTheFirstFileFetchesNothingButUnpacksWhatIsThere()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.Start();
+    const std::string archive = fakes::ZipOf({{"left.txt", "from an earlier run"}});
+    TWorkerFixture::WriteFile(TWorkerFixture::TempFolder() + QStringLiteral("left.zip"),
+                              QByteArray::fromStdString(archive));
+    f.hub->OnCancelCurrentOperationRequested();
+    f.Download(ePivots, List("a.zip|missing.zip"), f.Reference(ePivots));
+    QCOMPARE(f.workerLog.Texts(), OneText("KelvoDownloadComplete(4,[])"));
+    QCOMPARE(f.Script().Count(FakeOperation::eDownload), std::size_t(0));
+    QCOMPARE(TDownload::Local(ePivots), List("left.txt"));
+    QVERIFY(TDownload::Temporary().isEmpty());
+}
+
+void tst_Download::aCancelStillUnpacksWhatWasFetched()
+{
+    TDownload f;
+    for (const char* name : {"a.zip", "b.zip", "c.zip"})
+        f.AddArchive(ePivots, QString::fromLatin1(name), std::string(name) + ".txt");
+    f.Start();
+    f.Script().OnCall(FakeOperation::eDownload, [&](const FakeCall& call, const FakeAbortCheck&) {
+        if (call.text.find(L"b.zip") != std::wstring::npos)
+            f.hub->OnCancelCurrentOperationRequested();
+    });
+    f.Download(ePivots, List("a.zip|b.zip|c.zip"), f.Reference(ePivots));
+    QCOMPARE(f.workerLog.Texts(), (QStringList{QStringLiteral("KelvoDownloadingFile(4,a.zip)"),
+                                               QStringLiteral("KelvoDownloadingFile(4,b.zip)"),
+                                               QStringLiteral("KelvoDownloadComplete(4,[])")}));
+    QCOMPARE(TDownload::Local(ePivots), List("a.zip.txt|b.zip.txt"));
+}
+
+void tst_Download::theCancelIsRevertedBeforeTheCompletion()
+{
+    TDownload f;
+    f.Start();
+    QList<bool> cancelSeen;
+    connect(f.worker.get(), &TKelvoThreadObject::KelvoDownloadComplete, this,
+            [&] { cancelSeen << f.hub->IsCancelCurrentOperationRequested(); });
+    f.hub->OnCancelCurrentOperationRequested();
+    f.Download(ePivots, List("a.zip"), {});
+    QCOMPARE(cancelSeen, QList<bool>{false});
+}
+
+void tst_Download::aNameRequestedTwiceIsFetchedTwice()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.Start();
+    f.Download(ePivots, List("a.zip|a.zip"), f.Reference(ePivots));
+    QCOMPARE(f.Script().Count(FakeOperation::eDownload), std::size_t(2));
+    QCOMPARE(TDownload::Local(ePivots), List("a.txt"));
+}
+
+// Every name of a long listing is looked up. Where it is not there, each position is right; the
+// SDK is asked once a name. The time is for the reader, nothing depends on it.
+void tst_Download::tenThousandOfTenThousand()
+{
+    constexpr int COUNT = 10000;
+    KelvoFileInfoList reference;
+    QStringList names;
+    for (int i = 0; i < COUNT; ++i) {
+        const QString name = QStringLiteral("file number %1.zip").arg(i);
+        reference.fileIds << 1000000L + i;
+        reference.fileNames << name;
+        names.prepend(name); // looked up from the far end
+    }
+    names << QStringLiteral("missing.zip");
+    TDownload f;
+    f.Start();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    f.Download(ePivots, names, reference);
+    qInfo("%d of %d names in %lld ms", COUNT, COUNT, static_cast<long long>(elapsed.elapsed()));
+    const auto calls = f.Script().Calls(FakeOperation::eGetResourceWithContent);
+    QCOMPARE(calls.size(), std::size_t(COUNT));
+    QCOMPARE(calls.front().id, std::int64_t(1000000 + COUNT - 1));
+    QCOMPARE(calls.back().id, std::int64_t(1000000));
+    const auto errors =
+        f.workerLog.All().last().arguments.at(1).value<KelvoFileTransferErrorDetailsList>();
+    QCOMPARE(errors.size(), COUNT + 1);
+    QCOMPARE(errors.last().errorMsg,
+             QStringLiteral("10000 File no longer exists. File Index not found"));
+}
+
+void tst_Download::theWayThroughTheHub()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.Start();
+    f.worker->RefreshToConsoleFileList(ePivots, false, 0);
+    f.hubLog.Clear();
+    f.hub->OnDownloadFromKelvoRequested(ePivots, List("a.zip"));
+    QCOMPARE(f.hubLog.Names(), (QStringList{QStringLiteral("KelvoFileOperationInProgress"),
+                                            QStringLiteral("KelvoDownloadRequested"),
+                                            QStringLiteral("KelvoDownloadingFile"),
+                                            QStringLiteral("KelvoDownloadComplete"),
+                                            QStringLiteral("KelvoFileOperationComplete")}));
+    QCOMPARE(TDownload::Local(ePivots), List("a.txt"));
+}
+
+KELVO_GUI_TEST_MAIN(tst_Download)
+#include "tst_Download.moc"

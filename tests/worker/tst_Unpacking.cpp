@@ -1,0 +1,190 @@
+// What becomes of the archives in the temporary folder, with the host's own unpacking.
+#include "support/GuiTestMain.h"
+#include "tests/worker/TDownload.h"
+
+#include <QtTest/QtTest>
+
+class tst_Unpacking : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void withoutArchivesItSucceeds();
+    void aMissingDownloadFolderIsMadeWithItsParents_data();
+    void aMissingDownloadFolderIsMadeWithItsParents();
+    void unpacksBothSuffixesAndNothingElse();
+    void takesTheArchivesInTheOrderOfTheirNames();
+    void aCorruptArchiveIsReportedAndRemovedAndTheOthersUnpacked();
+    void anEmptyFileIsNoArchive();
+    void linksAndFoldersAreLeftAlone();
+    void archivesOfAnEarlierRunGoToTheCurrentProject();
+    void recordsAreAppended();
+    void aBlockedDownloadFolderReportsEveryArchive();
+};
+
+namespace {
+
+void Put(const QString& name, const std::string& bytes)
+{
+    TWorkerFixture::WriteFile(TWorkerFixture::TempFolder() + name,
+                              QByteArray::fromStdString(bytes));
+}
+
+void PutArchive(const QString& name, const std::string& inner, const std::string& content = "x")
+{
+    Put(name, fakes::ZipOf({{inner, content}}));
+}
+
+} // namespace
+
+void tst_Unpacking::withoutArchivesItSucceeds()
+{
+    TDownload f;
+    f.Start();
+    KelvoFileTransferErrorDetailsList errors;
+    QVERIFY(f.worker->ManageKelvoDownloads(ePivots, errors));
+    QVERIFY(errors.isEmpty());
+}
+
+void tst_Unpacking::aMissingDownloadFolderIsMadeWithItsParents_data()
+{
+    QTest::addColumn<bool>("withArchive");
+    QTest::newRow("with an archive to unpack") << true;
+    QTest::newRow("even with nothing to unpack") << false;
+}
+
+void tst_Unpacking::aMissingDownloadFolderIsMadeWithItsParents()
+{
+    QFETCH(bool, withArchive);
+    TDownload f;
+    f.Start();
+    const QDir folder(TWorkerFixture::DownloadFolder(ePivots));
+    QVERIFY(QFileInfo(folder.absolutePath()).dir().removeRecursively());
+    QVERIFY(!folder.exists());
+    if (withArchive)
+        PutArchive(QStringLiteral("a.zip"), "sub/a.txt");
+    KelvoFileTransferErrorDetailsList errors;
+    QVERIFY(f.worker->ManageKelvoDownloads(ePivots, errors));
+    QVERIFY(folder.exists());
+    QCOMPARE(folder.exists(QStringLiteral("sub/a.txt")), withArchive);
+}
+
+void tst_Unpacking::unpacksBothSuffixesAndNothingElse()
+{
+    TDownload f;
+    f.Start();
+    PutArchive(QStringLiteral("a.zip"), "a.txt");
+    PutArchive(QStringLiteral("b.ZIP"), "b.txt");
+    PutArchive(QStringLiteral("c.zip.zip"), "c.txt"); // the rule of the listing is not asked here
+    PutArchive(QStringLiteral("d.zip.part"), "d.txt");
+    PutArchive(QStringLiteral("e.txt"), "e.txt");
+    PutArchive(QStringLiteral("zip"), "f.txt");
+    KelvoFileTransferErrorDetailsList errors;
+    QVERIFY(f.worker->ManageKelvoDownloads(ePivots, errors));
+    QCOMPARE(TDownload::Local(ePivots), List("a.txt|b.txt|c.txt"));
+    QCOMPARE(TDownload::Temporary(), List("d.zip.part|e.txt|zip"));
+}
+
+void tst_Unpacking::takesTheArchivesInTheOrderOfTheirNames()
+{
+    TDownload f;
+    f.Start();
+    for (const char* name : {"c.zip", "a.zip", "B.zip", "b.ZIP"})
+        PutArchive(QString::fromLatin1(name), "same.txt", name);
+    Put(QStringLiteral("z2.zip"), "broken");
+    Put(QStringLiteral("Z1.zip"), "broken");
+    Put(QStringLiteral("z1.ZIP"), "broken");
+    KelvoFileTransferErrorDetailsList errors;
+    QVERIFY(!f.worker->ManageKelvoDownloads(ePivots, errors));
+    // The last one to be unpacked has replaced the file of the others.
+    QCOMPARE(TWorkerFixture::ReadFile(TWorkerFixture::DownloadFolder(ePivots) +
+                                      QStringLiteral("same.txt")),
+             QByteArray("c.zip"));
+    QStringList failed;
+    for (const auto& error : errors)
+        failed << error.fileName;
+    QCOMPARE(failed, List("Z1.zip|z1.ZIP|z2.zip"));
+}
+
+void tst_Unpacking::aCorruptArchiveIsReportedAndRemovedAndTheOthersUnpacked()
+{
+    TDownload f;
+    f.Start();
+    PutArchive(QStringLiteral("a.zip"), "a.txt");
+    std::string truncated = fakes::ZipOf({{"b.txt", std::string(1000, 'b')}});
+    truncated.resize(truncated.size() / 2);
+    Put(QStringLiteral("b.zip"), truncated);
+    PutArchive(QStringLiteral("c.zip"), "c.txt");
+    KelvoFileTransferErrorDetailsList errors;
+    QVERIFY(!f.worker->ManageKelvoDownloads(ePivots, errors));
+    QCOMPARE(Records(errors), QStringList{QStringLiteral("b.zip: Failed to unzip file")});
+    QCOMPARE(TDownload::Local(ePivots), List("a.txt|c.txt"));
+    QVERIFY(TDownload::Temporary().isEmpty());
+}
+
+void tst_Unpacking::anEmptyFileIsNoArchive()
+{
+    TDownload f;
+    f.Start();
+    Put(QStringLiteral("empty.zip"), "");
+    KelvoFileTransferErrorDetailsList errors;
+    QVERIFY(!f.worker->ManageKelvoDownloads(ePivots, errors));
+    QCOMPARE(Records(errors), QStringList{QStringLiteral("empty.zip: Failed to unzip file")});
+    QVERIFY(TDownload::Temporary().isEmpty());
+}
+
+void tst_Unpacking::linksAndFoldersAreLeftAlone()
+{
+    TDownload f;
+    f.Start();
+    const QString elsewhere = f.folder.Path(QStringLiteral("elsewhere.zip"));
+    TWorkerFixture::WriteFile(elsewhere,
+                              QByteArray::fromStdString(fakes::ZipOf({{"linked.txt", "x"}})));
+    QVERIFY(QFile::link(elsewhere, TWorkerFixture::TempFolder() + QStringLiteral("link.zip")));
+    QVERIFY(QDir(TWorkerFixture::TempFolder()).mkdir(QStringLiteral("folder.zip")));
+    KelvoFileTransferErrorDetailsList errors;
+    QVERIFY(f.worker->ManageKelvoDownloads(ePivots, errors));
+    QVERIFY(TDownload::Local(ePivots).isEmpty());
+    QCOMPARE(TDownload::Temporary(), List("folder.zip|link.zip"));
+    QVERIFY(QFile::exists(elsewhere));
+}
+
+void tst_Unpacking::archivesOfAnEarlierRunGoToTheCurrentProject()
+{
+    TDownload f;
+    f.AddArchive(eCurves, QStringLiteral("curve.zip"), "curve.txt");
+    f.Start();
+    PutArchive(QStringLiteral("left.zip"), "left.txt");
+    f.Download(eCurves, List("curve.zip"), f.Reference(eCurves));
+    QCOMPARE(TDownload::Local(eCurves), List("curve.txt|left.txt"));
+}
+
+void tst_Unpacking::recordsAreAppended()
+{
+    TDownload f;
+    f.Start();
+    Put(QStringLiteral("b.zip"), "broken");
+    KelvoFileTransferErrorDetailsList errors{{QStringLiteral("a.zip"), QStringLiteral("before")}};
+    QVERIFY(!f.worker->ManageKelvoDownloads(ePivots, errors));
+    QCOMPARE(Records(errors), (QStringList{QStringLiteral("a.zip: before"),
+                                           QStringLiteral("b.zip: Failed to unzip file")}));
+}
+
+void tst_Unpacking::aBlockedDownloadFolderReportsEveryArchive()
+{
+    TDownload f;
+    f.Start();
+    const QString folder = QDir::cleanPath(TWorkerFixture::DownloadFolder(ePivots));
+    QVERIFY(QDir(folder).removeRecursively());
+    TWorkerFixture::WriteFile(folder, "a file where the folder should be");
+    PutArchive(QStringLiteral("a.zip"), "a.txt");
+    PutArchive(QStringLiteral("b.zip"), "b.txt");
+    KelvoFileTransferErrorDetailsList errors;
+    QVERIFY(!f.worker->ManageKelvoDownloads(ePivots, errors));
+    QCOMPARE(Records(errors), (QStringList{QStringLiteral("a.zip: Failed to unzip file"),
+                                           QStringLiteral("b.zip: Failed to unzip file")}));
+    QCOMPARE(TWorkerFixture::ReadFile(folder), QByteArray("a file where the folder should be"));
+}
+
+KELVO_GUI_TEST_MAIN(tst_Unpacking)
+#include "tst_Unpacking.moc"
