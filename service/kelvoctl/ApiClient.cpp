@@ -19,7 +19,7 @@ constexpr std::size_t kBodyLimitBytes = 64UL << 20; // A snapshot of a large far
 constexpr std::array kHealing = {
     CURLE_COULDNT_CONNECT,   CURLE_COULDNT_RESOLVE_HOST, CURLE_SEND_ERROR,
     CURLE_RECV_ERROR,        CURLE_GOT_NOTHING,          CURLE_PARTIAL_FILE,
-    CURLE_SSL_CONNECT_ERROR, CURLE_OPERATION_TIMEDOUT,
+    CURLE_SSL_CONNECT_ERROR, CURLE_OPERATION_TIMEDOUT,   CURLE_SEND_FAIL_REWIND,
 };
 
 } // namespace
@@ -117,15 +117,6 @@ struct ApiClient::Transfer
             transfer.guarded([&] { count = transfer.request.content->read(data, capacity); });
         return fine ? count : CURL_READFUNC_ABORT;
     }
-    static int onSeek(void* self, curl_off_t offset, int origin)
-    {
-        auto& transfer = *static_cast<Transfer*>(self);
-        const bool toStart = offset == 0 && origin == SEEK_SET;
-        return toStart && transfer.guarded([&] { transfer.request.content->rewind(); })
-                   ? CURL_SEEKFUNC_OK
-                   : CURL_SEEKFUNC_FAIL;
-    }
-
     bool guarded(const auto& work)
     {
         try {
@@ -200,8 +191,6 @@ void ApiClient::prepareBody(const Request& request, Transfer& transfer)
         setOption(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(request.content->sizeBytes()));
         setOption(CURLOPT_READFUNCTION, &Transfer::onRead);
         setOption(CURLOPT_READDATA, &transfer);
-        setOption(CURLOPT_SEEKFUNCTION, &Transfer::onSeek);
-        setOption(CURLOPT_SEEKDATA, &transfer);
     } else if (request.method == "HEAD") {
         setOption(CURLOPT_NOBODY, 1L);
     } else if (request.method != "GET" && request.method != "DELETE") {

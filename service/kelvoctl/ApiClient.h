@@ -19,15 +19,16 @@ namespace kelvoctl {
 // Header names in lower case.
 using Headers = std::map<std::string, std::string>;
 
-// Content that is sent from somewhere, with a known length. Both calls are made from inside send().
+// Content that is sent from somewhere, with a known length; called from inside send(). It cannot be
+// rewound on purpose: libcurl would send it a second time by itself when a kept connection dies,
+// and the service refuses the repeat of an upload that comes with a body. So that is an Unreachable
+// that heals.
 class ContentSource
 {
 public:
     virtual ~ContentSource() = default;
     virtual std::uint64_t sizeBytes() const = 0;
     virtual std::size_t read(char* buffer, std::size_t capacity) = 0; // 0 at the end
-    // Back to the first byte: libcurl found the kept connection dead and opens a new one.
-    virtual void rewind() = 0;
 };
 
 struct Request

@@ -91,11 +91,9 @@ private:
             if (response.status == 503 && mayRepeat(response)) {
                 return {};
             }
-            if (response.status == 409 && !m_location.empty()) {
+            if (response.status == 409 && m_sentBody && m_backoff.wait()) {
                 m_offsetKnown = false; // Something of ours arrived after all: ask how much.
-                if (m_backoff.wait()) {
-                    return {};
-                }
+                return {};
             }
             if (response.status < 200 || response.status >= 300) {
                 throwRefused(response);
@@ -127,6 +125,7 @@ private:
     {
         Request request;
         request.headers = {kTus};
+        m_sentBody = false;
         if (m_location.empty()) {
             request.method = "POST";
             request.path = "/uploads";
@@ -150,6 +149,7 @@ private:
 
     void sendFrom(Request& request, std::uint64_t offset)
     {
+        m_sentBody = true;
         m_source.startAt(offset);
         request.headers.emplace_back(kContentType);
         request.content = &m_source;
@@ -208,6 +208,7 @@ private:
     std::string m_location;
     std::uint64_t m_offset = 0;
     bool m_first = true;
+    bool m_sentBody = false; // By the latest request
     bool m_offsetKnown = false;
     Backoff m_backoff{kAttempts};
 };

@@ -24,7 +24,6 @@ public:
 
     std::uint64_t sizeBytes() const override { return m_sizeBytes - m_start; }
     std::size_t read(char* buffer, std::size_t capacity) override;
-    void rewind() override { startAt(m_start); }
 
 private:
     std::filesystem::path m_path;

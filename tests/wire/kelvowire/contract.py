@@ -24,7 +24,7 @@ class Contract:
             self.document = yaml.safe_load(file)
         self._routes = [(re.compile("^" + re.sub(r"\{[^}]+\}", "[^/]+", re.escape(template)
                                                  .replace(r"\{", "{").replace(r"\}", "}")) + "$"), template)
-                        for template in self.document["paths"]]
+                        for template, item in self.document["paths"].items() if "servers" not in item]
 
     def resolve(self, node):
         """Follows a $ref; its siblings (a description) add to what it names."""

@@ -68,6 +68,7 @@ class Client:
         if self._connection is None:
             self._connection = http.client.HTTPSConnection("localhost", self.service.port, timeout=TIMEOUT,
                                                            context=self.service.tls())
+            self._connection.connect()
         return self._connection
 
     def headers(self, extra=None):
@@ -159,6 +160,19 @@ def begin_upload(service, token, method, path, length, headers, part):
              f"Content-Length: {length}", *(f"{name}: {value}" for name, value in headers.items())]
     connection.sendall("\r\n".join(lines).encode() + b"\r\n\r\n" + part)
     return connection
+
+
+def cut(connection):
+    """Ends a connection in the middle, without TLS's farewell, and waits until the service noticed.
+
+    Closing at once would be a reset, which may overtake what was sent."""
+    connection.shutdown(socket.SHUT_WR)
+    try:
+        while connection.recv(4096):
+            pass
+    except OSError:
+        pass
+    connection.close()
 
 
 def exchange(service, request, tls=True):
