@@ -5,6 +5,9 @@
 CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}
 export CMAKE_BUILD_PARALLEL_LEVEL
 
+# A clone in another folder finds in the cache what was compiled in this one.
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+
 # configure PRESET [CMAKE-ARGUMENT...]
 configure() {
     local preset=$1
