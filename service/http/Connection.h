@@ -18,7 +18,7 @@ struct RequestSummary
     std::string_view method;
     std::string_view route;
     unsigned status = 0;
-    std::uint64_t receivedBytes = 0;
+    std::uint64_t receivedBytes = 0; // of the body
     std::uint64_t sentBytes = 0;
     std::int64_t durationMs = 0;
     long long farm = 0;

@@ -46,7 +46,6 @@ Async<bool> Connection::serveOne(bool refuse)
     }
     transport_->neverExpire();
     const auto start = Steady::now();
-    const std::uint64_t receivedBefore = transport_->receivedBytes();
     const std::uint64_t sentBefore = transport_->sentBytes();
 
     BodyReader body(*transport_, limits_, *head, received_);
@@ -62,7 +61,7 @@ Async<bool> Connection::serveOne(bool refuse)
     }
     summary.method = request.head.method;
     summary.route = request.route;
-    summary.receivedBytes = transport_->receivedBytes() - receivedBefore;
+    summary.receivedBytes = body.lengthBytes() - body.remainingBytes();
     summary.sentBytes = transport_->sentBytes() - sentBefore;
     summary.durationMs = msSince(start);
     summary.farm = request.farm;

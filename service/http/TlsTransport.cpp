@@ -77,7 +77,6 @@ Async<IoResult> TlsTransport::readSome(asio::mutable_buffer buffer)
         }
         const int done = SSL_read_ex(ssl_.get(), buffer.data(), buffer.size(), &got);
         if (done == 1) {
-            countReceived(got);
             result.bytes += got;
             buffer += got;
             if (buffer.size() == 0) {

@@ -81,7 +81,6 @@ Async<IoResult> Transport::readSome(asio::mutable_buffer buffer)
     for (;;) {
         const ssize_t got = ::recv(socket_.native_handle(), buffer.data(), buffer.size(), 0);
         if (got > 0) {
-            countReceived(static_cast<std::size_t>(got));
             co_return IoResult{static_cast<std::size_t>(got), {}};
         }
         if (got == 0) {

@@ -56,7 +56,6 @@ public:
     bool expired() const { return expired_; }
 
     void setStallLimit(std::chrono::milliseconds limit) { stallLimit_ = limit; }
-    std::uint64_t receivedBytes() const { return receivedBytes_; }
     std::uint64_t sentBytes() const { return sentBytes_; }
     std::string peerAddress() const;
     asio::any_io_executor executor() { return socket_.get_executor(); }
@@ -64,7 +63,6 @@ public:
 protected:
     Async<boost::system::error_code> waitReadable();
     Async<boost::system::error_code> waitWritable();
-    void countReceived(std::size_t bytes) { receivedBytes_ += bytes; }
     /** Counts and extends the deadline. */
     void countSent(std::size_t bytes);
 
@@ -75,7 +73,6 @@ private:
 
     std::shared_ptr<Deadline> deadline_;
     std::chrono::milliseconds stallLimit_{60000};
-    std::uint64_t receivedBytes_ = 0;
     std::uint64_t sentBytes_ = 0;
     bool expired_ = false;
 };
