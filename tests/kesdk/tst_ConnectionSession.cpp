@@ -249,12 +249,12 @@ TEST_F(ConnectionSession, ARefusedPositionEndsTheSession)
     EXPECT_FALSE(connection->ReportPosition({1, 52.0, 5.0}));
 }
 
-TEST_F(ConnectionSession, DestructionEndsTheStream)
+TEST_F(ConnectionSession, DestructionEndsTheStreamWithoutAWord)
 {
     LogIn();
-    connection->Unsubscribe(&listener);
-    connection.reset();
+    connection.reset(); // with the listener still subscribed
     EXPECT_EQ(service.StreamCount(), 0);
+    EXPECT_EQ(listener.States(), (States{1, 3}));
 }
 
 TEST_F(ConnectionSession, IsCalledOnItsOwnThread)

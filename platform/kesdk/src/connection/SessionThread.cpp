@@ -83,7 +83,9 @@ void SessionThread::RunLogin(Login login)
     if (!failure.IsSet())
         failure = Follow(progress);
     if (progress.isEstablished) {
-        m_parts.state.Lost(progress.id); // nothing, when it was the caller that ended it
+        // Nothing, when it was the caller that ended it; and no lost session, when all ends.
+        if (!m_isStopping)
+            m_parts.state.Lost(progress.id);
         return;
     }
     EndOnService(progress.token);
