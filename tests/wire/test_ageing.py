@@ -1,0 +1,117 @@
+"""What ends by itself: sessions, unfinished uploads, the bin, old events. Days pass in the database while it is stopped."""
+
+import sqlite3
+import unittest
+
+from kelvowire.farm import log_in, make_inbox, settle
+from kelvowire.http import Client, digest_header
+from kelvowire.service import Service
+
+DAY_MS = 24 * 3600 * 1000
+
+
+def let_pass(service, days):
+    """Stops the service, moves every time in its database (columns named …_ms) into the past, starts it again."""
+    service.stop()
+    moved = 0
+    database = sqlite3.connect(service.path("kelvo.sqlite"))
+    for (table,) in database.execute("SELECT name FROM sqlite_master WHERE type = 'table'").fetchall():
+        for column in database.execute(f"PRAGMA table_info({table})").fetchall():
+            if column[1].endswith("_ms"):
+                moved += database.execute(f"UPDATE {table} SET {column[1]} = {column[1]} - ?", (days * DAY_MS,)).rowcount
+    database.commit()
+    database.close()
+    if not moved:
+        raise AssertionError("the database has no times that could be moved")
+    service.start()
+
+
+class Ageing(unittest.TestCase):
+    def start(self, *options):
+        service = Service(*options)
+        self.addCleanup(service.remove)
+        service.start()
+        settle(service).close()
+        return service
+
+    def client(self, service, user="olga"):
+        client = log_in(service, user)
+        self.addCleanup(client.close)
+        return client
+
+    def test_sessions_end_after_their_hours(self):
+        service = self.start("--session-hours", "48")
+        token = self.client(service).token
+        for days, status in ((1, 200), (1.1, 401)):
+            let_pass(service, days)
+            client = Client(service, token)
+            client.get("/account", status)
+            client.close()
+        service.stop()
+
+    def test_unfinished_uploads_end_after_seven_days(self):
+        service = self.start()
+        olga = self.client(service)
+        inbox = make_inbox(olga)
+        location = olga.create("slow.zip", [inbox], 6, b"abc", key="slow").headers["Location"]
+        let_pass(service, 6)
+        olga = self.client(service)
+        self.assertEqual(olga.offset(location), 3)
+        let_pass(service, 2)
+        olga = self.client(service)
+        olga.tus("HEAD", location, (404, 410))
+        olga.patch(location, 3, b"def", expect=(404, 410))
+        olga.tus("DELETE", location, (404, 410))
+        again = olga.create("slow.zip", [inbox], 6, b"abcdef", key="slow")
+        self.assertEqual(again.headers["Repr-Digest"], digest_header(b"abcdef"))
+        self.assertEqual(len(olga.get(f"/resources/{inbox}").json()["entries"]), 1)
+        service.stop()
+
+    def test_a_finished_uploads_key_is_known_as_long_as_its_file_is_there(self):
+        service = self.start()
+        olga = self.client(service)
+        inbox = make_inbox(olga)
+        first = olga.create("kept.zip", [inbox], 6, b"abcdef", key="kept")
+        for days in (8, 100):
+            let_pass(service, days)
+            olga = self.client(service)
+            self.assertEqual(olga.create("kept.zip", [inbox], 6, key="kept").headers["Kelvo-File-Ids"],
+                             first.headers["Kelvo-File-Ids"])
+        service.stop()
+
+    def test_the_bin_keeps_files_for_thirty_days(self):
+        service = self.start()
+        olga = self.client(service)
+        inbox = make_inbox(olga)
+        early, late, twin = (olga.put(name, [inbox], content)[0]["id"]
+                             for name, content in (("early.zip", b"early"), ("late.zip", b"late"), ("twin.zip", b"early")))
+        olga.delete(f"/resources/{early}")
+        let_pass(service, 29)
+        olga, anna = self.client(service), self.client(service, "anna")
+        olga.delete(f"/resources/{late}")
+        self.assertCountEqual([file["id"] for file in anna.get("/bin").json()["files"]], [early, late])
+        let_pass(service, 2)
+        anna = self.client(service, "anna")
+        self.assertEqual([file["id"] for file in anna.get("/bin").json()["files"]], [late])
+        anna.post(f"/bin/{early}/restore", 404)
+        anna.post(f"/bin/{late}/restore", 200)
+        self.assertEqual(anna.get(f"/resources/{late}/content").body, b"late")
+        self.assertEqual(anna.get(f"/resources/{twin}/content").body, b"early")  # The same bytes, still somebody's.
+        service.stop()
+
+    def test_events_are_kept_for_their_hours(self):
+        service = self.start("--event-retention", "72h")
+        olga = self.client(service)
+        inbox = make_inbox(olga)
+        cursor = olga.snapshot()["cursor"]
+        olga.put("old.zip", [inbox], b"old")
+        let_pass(service, 4)
+        olga = self.client(service)
+        olga.put("new.zip", [inbox], b"new")
+        reply = olga.get("/events", 410, headers={"Last-Event-ID": cursor})
+        self.assertEqual(reply.problem, "cursor-too-old")
+        service.stop()
+
+
+if __name__ == "__main__":
+    unittest.main()
