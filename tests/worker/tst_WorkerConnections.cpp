@@ -1,6 +1,7 @@
 // The worker's table of connections: that each is there, that none is missing at the other end, and
 // what each does.
 #include "support/GuiTestMain.h"
+#include "tests/fakes/Receivers.h"
 #include "tests/worker/TRunningWorker.h"
 #include "worker/TKESDKNotificationMgr.h"
 
@@ -75,16 +76,6 @@ constexpr const char* MANAGER_SIGNALS[] = {
     "FileModifiedInProjectInbox(long,ulong)",
 };
 
-// Opens QObject's count of a signal's receivers.
-struct TReceiverCount : QObject
-{
-    static int Of(const QObject* object, const char* signature)
-    {
-        const QByteArray signal = QByteArray(1, '0' + QSIGNAL_CODE) + signature;
-        return (object->*&TReceiverCount::receivers)(signal.constData());
-    }
-};
-
 // Without the fixture's logs, which are receivers too.
 class TBareWorker : public TWorkerFixture
 {
@@ -143,9 +134,9 @@ void tst_WorkerConnections::everyRowIsConnectedOnce()
     TBareWorker f;
     QObject* const sender = f.Named(row.sender);
     QVERIFY(sender);
-    QCOMPARE(TReceiverCount::Of(sender, row.signal), 1);
+    QCOMPARE(fakes::Receivers::Of(sender, row.signal), 1);
     QVERIFY(Disconnects(sender, row.signal, f.Named(row.receiver)));
-    QCOMPARE(TReceiverCount::Of(sender, row.signal), 0);
+    QCOMPARE(fakes::Receivers::Of(sender, row.signal), 0);
 }
 
 void tst_WorkerConnections::thereAreNoFurtherRows()
@@ -173,7 +164,7 @@ void tst_WorkerConnections::everyManagerSignalIsConnectedOnce()
     TKESDKNotificationMgr* const manager = f.Manager();
     QVERIFY(manager);
     QVERIFY(manager->parent() == nullptr);
-    QCOMPARE(TReceiverCount::Of(manager, MANAGER_SIGNALS[index]), 1);
+    QCOMPARE(fakes::Receivers::Of(manager, MANAGER_SIGNALS[index]), 1);
     QVERIFY(Disconnects(manager, MANAGER_SIGNALS[index], f.worker.get()));
 }
 
@@ -186,7 +177,7 @@ void tst_WorkerConnections::cleanupTakesTheManagersConnectionsAway()
                       [&](const fakes::FakeCall&, const fakes::FakeAbortCheck&) {
                           receiversAtWithdrawal = 0;
                           for (const char* signal : MANAGER_SIGNALS)
-                              receiversAtWithdrawal += TReceiverCount::Of(manager, signal);
+                              receiversAtWithdrawal += fakes::Receivers::Of(manager, signal);
                       });
     bool managerOutlivedTheConnection = false;
     f.Script().OnCall(FakeOperation::eDestroy,
