@@ -222,6 +222,25 @@ TEST_F(ConnectionOperations, SendsAPositionBesideTheCalls)
     }
 }
 
+TEST_F(ConnectionOperations, APositionDoesNotWaitForATransfer)
+{
+    Fault fault = Drop("POST /v1/uploads");
+    fault.kind = Fault::EKind::eDropAfter;
+    fault.until = "POST /v1/positions"; // the upload hangs until the position has come
+    service.FailNext(fault);
+    folder.Write("a.zip", "x");
+    int asked = 0;
+    connection->SetAbortCheck([&] {
+        if (++asked == 1) { // the upload has begun
+            connection->SetAbortCheck({});
+            EXPECT_TRUE(connection->ReportPosition({1, 1.0, 1.0}));
+        }
+        return false;
+    });
+    EXPECT_TRUE(Upload("a.zip", "x"));
+    EXPECT_EQ(service.Count("POST /v1/positions"), 1);
+}
+
 TEST_F(ConnectionOperations, DropsAPositionThatCannotBeSent)
 {
     service.FailNext(Drop("POST /v1/positions"));

@@ -177,6 +177,32 @@ TEST_F(ConnectionSession, MissesNothingWhileTheLinkIsLost)
     EXPECT_EQ(service.Count("GET /v1/account"), 1) << "the stream was resumed";
 }
 
+TEST_F(ConnectionSession, TriesTheStreamAtOnceWhenAnotherRequestGotThrough)
+{
+    impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};
+    lines.session.sleeper = std::make_unique<BlockingSleeper>();
+    connection->Unsubscribe(&listener);
+    connection = std::make_unique<impl::Connection>(std::move(lines));
+    connection->Subscribe(&listener);
+    LogIn();
+    service.SetOnline(false);
+    ASSERT_TRUE(listener.WaitForState(api::eReconnecting));
+    service.SetOnline(true);
+    EXPECT_TRUE(connection->SendEnvironment({}));
+    EXPECT_TRUE(listener.WaitForState(api::eLoginSuccessful));
+}
+
+TEST_F(ConnectionSession, AStreamMayBeSilentForTwoCommentsButNotLonger)
+{
+    LogIn();
+    const impl::HttpLimits limits = service.Requests().back().request.limits;
+    EXPECT_EQ(service.Requests().back().Line(), "GET /v1/events");
+    EXPECT_GT(limits.stallWindow, std::chrono::seconds(120));
+    EXPECT_LT(limits.stallWindow, std::chrono::seconds(180));
+    EXPECT_EQ(limits.stallBytes, 1);
+    EXPECT_EQ(limits.total.count(), 0);
+}
+
 TEST_F(ConnectionSession, FetchesTheSnapshotAnewWhenItCannotResume)
 {
     LogIn();

@@ -8,6 +8,8 @@
 
 #include <openssl/x509_vfy.h>
 
+#include <cerrno>
+
 namespace kesdk::impl {
 
 namespace {
@@ -78,32 +80,33 @@ struct CurlCase
 {
     CURLcode curl;
     long verifyResult;
+    long osError;
     const char* text;
     EErrorCode code;
 };
 
 const CurlCase kCurlCases[] = {
-    {CURLE_COULDNT_RESOLVE_HOST, 0, "Could not resolve host: x", EErrorCode::eUnknownHost},
-    {CURLE_COULDNT_CONNECT, 0, "Connection refused", EErrorCode::eRefused},
-    {CURLE_COULDNT_CONNECT, 0, "Immediate connect fail for 10.0.0.1: Network is unreachable",
-     EErrorCode::eUnreachable},
-    {CURLE_OPERATION_TIMEDOUT, 0, "Connection timed out", EErrorCode::eConnectTimeout},
-    {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_CERT_HAS_EXPIRED, "",
+    {CURLE_COULDNT_RESOLVE_HOST, 0, 0, "Could not resolve host: x", EErrorCode::eUnknownHost},
+    {CURLE_COULDNT_CONNECT, 0, ECONNREFUSED, "", EErrorCode::eRefused},
+    {CURLE_COULDNT_CONNECT, 0, ENETUNREACH, "", EErrorCode::eUnreachable},
+    {CURLE_COULDNT_CONNECT, 0, EHOSTUNREACH, "", EErrorCode::eUnreachable},
+    {CURLE_OPERATION_TIMEDOUT, 0, 0, "Connection timed out", EErrorCode::eConnectTimeout},
+    {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_CERT_HAS_EXPIRED, 0, "",
      EErrorCode::eCertificateExpired},
-    {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_CERT_NOT_YET_VALID, "",
+    {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_CERT_NOT_YET_VALID, 0, "",
      EErrorCode::eCertificateNotYetValid},
-    {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY, "",
+    {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY, 0, "",
      EErrorCode::eUnknownAuthority},
-    {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN, "",
+    {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN, 0, "",
      EErrorCode::eUnknownAuthority},
-    {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_UNSPECIFIED, "no alternative subject name matches",
+    {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_UNSPECIFIED, 0, "no alternative subject name",
      EErrorCode::eWrongHostName},
-    {CURLE_SSL_CONNECT_ERROR, 0, "OpenSSL SSL_connect: Connection reset by peer",
+    {CURLE_SSL_CONNECT_ERROR, 0, 0, "OpenSSL SSL_connect: Connection reset by peer",
      EErrorCode::eDropped},
-    {CURLE_SSL_CONNECT_ERROR, 0, "error:0A000102:SSL routines::unsupported protocol",
+    {CURLE_SSL_CONNECT_ERROR, 0, 0, "error:0A000102:SSL routines::unsupported protocol",
      EErrorCode::eTls},
-    {CURLE_RECV_ERROR, 0, "", EErrorCode::eDropped},
-    {CURLE_PARTIAL_FILE, 0, "", EErrorCode::eDropped},
+    {CURLE_RECV_ERROR, 0, 0, "", EErrorCode::eDropped},
+    {CURLE_PARTIAL_FILE, 0, 0, "", EErrorCode::eDropped},
 };
 
 } // namespace
@@ -134,7 +137,8 @@ TEST(Problems, AreNoneBelow400)
 TEST(CurlErrors, AreTranslated)
 {
     for (const CurlCase& each : kCurlCases) {
-        const Failure failure = TranslateCurlError(each.curl, each.verifyResult, each.text);
+        const Failure failure =
+            TranslateCurlError(each.curl, {each.verifyResult, each.osError, each.text});
         EXPECT_EQ(failure.code, each.code) << each.curl << " " << each.text;
     }
 }

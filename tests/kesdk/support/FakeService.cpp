@@ -200,6 +200,8 @@ FakeService::Outcome FakeService::Handle(const Request& request, const impl::Abo
             return Drop(impl::EErrorCode::eRefused);
         fault = TakeFault(sent.Line());
     }
+    if (fault && !fault->until.empty() && !WaitForRequests(fault->until, 1))
+        return Drop(impl::EErrorCode::eTimeout);
     const Fault::EKind kind = fault ? fault->kind : Fault::EKind::eAnswer;
     if (fault && kind == Fault::EKind::eDropBefore) {
         const std::lock_guard lock(m_mutex);

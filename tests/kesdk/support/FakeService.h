@@ -30,6 +30,7 @@ struct Fault
     std::size_t bytes = 0;
     impl::HttpResponse answer;
     impl::EErrorCode dropCode = impl::EErrorCode::eDropped;
+    std::string until; // not before a request whose line begins so has come
 };
 
 // One farm with the seven projects, as the wire protocol shows it to an operator.

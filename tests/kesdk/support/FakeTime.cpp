@@ -36,4 +36,26 @@ bool FakeSleeper::Sleep(std::chrono::milliseconds duration, const impl::AbortChe
     return !impl::IsAborted(abort);
 }
 
+bool BlockingSleeper::Sleep(std::chrono::milliseconds, const impl::AbortCheck& abort)
+{
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        const int wakes = m_wakes;
+        lock.unlock();
+        if (impl::IsAborted(abort))
+            return false;
+        lock.lock();
+        m_woken.wait(lock, [&] { return m_wakes != wakes; });
+    }
+}
+
+void BlockingSleeper::Wake()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        ++m_wakes;
+    }
+    m_woken.notify_all();
+}
+
 } // namespace kesdk::test

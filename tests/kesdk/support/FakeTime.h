@@ -49,6 +49,19 @@ private:
     std::shared_ptr<FakeTime> m_time;
 };
 
+// Sleeps until its check says that it is over.
+class BlockingSleeper : public impl::Sleeper
+{
+public:
+    bool Sleep(std::chrono::milliseconds duration, const impl::AbortCheck& abort) override;
+    void Wake() override;
+
+private:
+    std::mutex m_mutex; // guards m_wakes
+    std::condition_variable m_woken;
+    int m_wakes = 0;
+};
+
 class FixedJitter : public impl::Jitter
 {
 public:

@@ -122,6 +122,9 @@ bool Connection::End(const Operation& operation, const Failure& failure)
 {
     if (failure.Is(EErrorCode::eSessionEnded))
         EndSession(operation.sessionId);
+    // Only what asked the service comes here, so the service was reached.
+    if (!failure.IsSet() && m_state.IsLinkLost())
+        m_session.Nudge();
     return !failure.IsSet() || Refuse(failure, operation.subject);
 }
 

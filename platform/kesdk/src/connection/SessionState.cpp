@@ -73,6 +73,12 @@ bool SessionState::IsCurrent(std::int32_t id) const
     return id == m_id && m_phase != EPhase::eNone;
 }
 
+bool SessionState::IsLinkLost() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_phase == EPhase::eLinkLost;
+}
+
 SessionKey SessionState::Current() const
 {
     const std::lock_guard lock(m_mutex);

@@ -54,6 +54,7 @@ public:
     Ended End();
 
     bool IsCurrent(std::int32_t id) const;
+    bool IsLinkLost() const;
     // The present session; id 0 when there is none.
     SessionKey Current() const;
 

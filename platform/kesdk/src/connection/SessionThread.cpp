@@ -14,7 +14,7 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 // Between two tries at the stream; it is tried for as long as the session stands.
-constexpr RetryPolicy kStreamPolicy{3, milliseconds(1'000), milliseconds(60'000), milliseconds(0)};
+constexpr RetryPolicy kStreamPolicy{3, milliseconds(1'000), milliseconds(30'000), milliseconds(0)};
 // A stream that stood for so long was a good one: its loss is a new one.
 constexpr seconds kLastingStream{10};
 constexpr seconds kEndOnServiceLimit{2};
@@ -55,6 +55,12 @@ void SessionThread::Start(Login login)
 void SessionThread::Wake()
 {
     m_parts.api.Http().Wake();
+}
+
+void SessionThread::Nudge()
+{
+    m_isNudged = true;
+    Wake();
 }
 
 void SessionThread::Run()
@@ -164,14 +170,14 @@ Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome
         if (!failure.IsSet() && progress.attempts <= 1)
             return {};
     }
+    m_isNudged = false; // before anybody can see that the link is lost
     if (!isTooOld || failure.IsSet())
         m_parts.state.LinkLost(progress.id);
     if (!progress.isEstablished && progress.attempts >= kStreamPolicy.attempts)
         return failure.IsSet() ? failure : Failure(EErrorCode::eDropped, "the stream ends at once");
-    const AbortCheck abort = [this, id = progress.id] { return HasEnded(id); };
-    if (!m_parts.api.Http().Pause(kStreamPolicy, progress.attempts, failure.retryAfter, abort))
-        return Failure(EErrorCode::eAborted);
-    return {};
+    const AbortCheck isOver = [this, id = progress.id] { return HasEnded(id) || m_isNudged; };
+    m_parts.api.Http().Pause(kStreamPolicy, progress.attempts, failure.retryAfter, isOver);
+    return HasEnded(progress.id) ? Failure(EErrorCode::eAborted) : Failure();
 }
 
 // For a session that nobody will use any more: let it not lie about until it expires.

@@ -50,6 +50,8 @@ public:
     void Start(Login login);
     // Has running work see that its session has ended.
     void Wake();
+    // The service was reached just now: a lost stream is tried again without waiting longer.
+    void Nudge();
 
 private:
     // Where the present login has come to.
@@ -75,6 +77,7 @@ private:
     Parts m_parts;
     EventStream m_stream;
     std::atomic<bool> m_isStopping{false};
+    std::atomic<bool> m_isNudged{false};
     std::mutex m_mutex; // guards m_next
     std::condition_variable m_hasNext;
     std::optional<Login> m_next;

@@ -70,23 +70,22 @@ bool Holds(std::string_view text, std::string_view part)
 
 } // namespace
 
-Failure TranslateCurlError(CURLcode code, long verifyResult, const char* errorText)
+Failure TranslateCurlError(CURLcode code, const CurlFacts& facts)
 {
     EErrorCode meaning = EErrorCode::eBadReply;
     for (const CurlRow& row : kCurlRows) {
         if (row.curl == code)
             meaning = row.code;
     }
-    const std::string_view text = errorText && *errorText ? errorText : curl_easy_strerror(code);
+    const std::string_view text = facts.text.empty() ? curl_easy_strerror(code) : facts.text;
     if (code == CURLE_PEER_FAILED_VERIFICATION)
-        meaning = CodeOfVerify(verifyResult);
+        meaning = CodeOfVerify(facts.verifyResult);
     // A link that is cut during the handshake is no fault of the certificate.
     else if (code == CURLE_SSL_CONNECT_ERROR &&
              (Holds(text, "SSL_ERROR_SYSCALL") || Holds(text, "SSL_ERROR_ZERO_RETURN") ||
               Holds(text, "Connection reset")))
         meaning = EErrorCode::eDropped;
-    else if (code == CURLE_COULDNT_CONNECT && !Holds(text, "refused") &&
-             !Holds(text, "Couldn't connect to server"))
+    else if (code == CURLE_COULDNT_CONNECT && facts.osError != ECONNREFUSED)
         meaning = EErrorCode::eUnreachable;
     return Failure(meaning, "curl " + std::to_string(code) + ": " + std::string(text));
 }

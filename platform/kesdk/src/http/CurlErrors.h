@@ -5,9 +5,18 @@
 
 #include <curl/curl.h>
 
+#include <string_view>
+
 namespace kesdk::impl {
 
-// `verifyResult` is the TLS library's word on the peer's certificate, `errorText` libcurl's own.
-Failure TranslateCurlError(CURLcode code, long verifyResult, const char* errorText);
+// What libcurl says beside its code.
+struct CurlFacts
+{
+    long verifyResult = 0;   // the TLS library's word on the peer's certificate
+    long osError = 0;        // errno of a connection that could not be made
+    std::string_view text{}; // libcurl's own words, perhaps none
+};
+
+Failure TranslateCurlError(CURLcode code, const CurlFacts& facts);
 
 } // namespace kesdk::impl

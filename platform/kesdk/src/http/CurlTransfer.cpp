@@ -114,9 +114,11 @@ Failure CurlTransfer::Translate(CURLcode code) const
         return Failure(EErrorCode::eFileUnreadable, "reading what is sent failed");
     if (m_sinkFailed)
         return Failure(EErrorCode::eCannotWrite, "taking what was received failed");
-    long verifyResult = 0;
-    curl_easy_getinfo(m_easy, CURLINFO_SSL_VERIFYRESULT, &verifyResult);
-    return TranslateCurlError(code, verifyResult, m_errorText.data());
+    CurlFacts facts;
+    facts.text = m_errorText.data();
+    curl_easy_getinfo(m_easy, CURLINFO_SSL_VERIFYRESULT, &facts.verifyResult);
+    curl_easy_getinfo(m_easy, CURLINFO_OS_ERRNO, &facts.osError);
+    return TranslateCurlError(code, facts);
 }
 
 std::size_t CurlTransfer::TakeHeaderLine(std::string_view line)
