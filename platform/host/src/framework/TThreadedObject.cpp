@@ -79,14 +79,16 @@ private:
     TThreadedObject& m_object;
     TGate* m_gate; // child of m_object
     QThread* m_home = nullptr;
+    QSemaphore m_isUp;
     QSemaphore m_isHandedOver; // m_object is on this thread, and m_home is set
     std::atomic<bool> m_isStopRequested{false};
     std::atomic<bool> m_isInitialised{false};
     std::atomic<bool> m_isFinalized{false};
 };
 
-// The object is handed over only when the thread is there: from a thread that could not be started
-// nobody could bring it back.
+// The object is handed over only when the thread is there: from one that could not be started
+// nobody could bring it back, and Qt wakes the thread with an event dispatcher that it must have by
+// then.
 void TThreadedObject::TRunner::Start(Priority priority)
 {
     if (m_home != nullptr) {
@@ -107,6 +109,7 @@ void TThreadedObject::TRunner::Start(Priority priority)
         requestInterruption();
         quit();
     }
+    m_isUp.acquire();
     m_gate->Open();
     m_object.moveToThread(this);
     m_isHandedOver.release();
@@ -136,6 +139,7 @@ void TThreadedObject::TRunner::JoinFromDestructor()
 
 void TThreadedObject::TRunner::run()
 {
+    m_isUp.release();
     m_isHandedOver.acquire();
     m_object.Initialize();
     m_isInitialised = true;
