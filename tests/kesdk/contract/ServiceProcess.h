@@ -21,6 +21,7 @@ public:
     ServiceProcess& operator=(const ServiceProcess&) = delete;
 
     std::string Url() const { return "https://" + m_endpoint + "/kelvo-api"; }
+    int Port() const { return std::stoi(m_endpoint.substr(m_endpoint.rfind(':') + 1)); }
     std::string AuthorityFile() const { return m_folder.Path("data/ca.pem"); }
     std::string AdminPassword() const;
 

@@ -1,0 +1,64 @@
+// A bad link between the SDK and a real service: bytes pass through until the test says otherwise.
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <mutex>
+#include <thread>
+
+namespace kesdk::test {
+
+// Forwards TCP on the loopback interface, one thread a connection.
+// Thread safety: safe.
+class LinkProxy
+{
+public:
+    explicit LinkProxy(int servicePort);
+    // Cuts what is left.
+    ~LinkProxy();
+    LinkProxy(const LinkProxy&) = delete;
+    LinkProxy& operator=(const LinkProxy&) = delete;
+
+    int Port() const { return m_port; }
+
+    // The next connections are each cut, without a word, after so many bytes in either direction.
+    void CutNext(int connections, std::int64_t afterBytes);
+    void CutAll();
+    // Nothing passes any more, but nothing is closed either: as when a mast is left behind.
+    void SetFrozen(bool isFrozen);
+
+    int ConnectionCount() const;
+    int CutCount() const;
+    std::int64_t BytesToService() const;
+
+private:
+    struct Link
+    {
+        int client = -1;
+        int service = -1;
+        std::int64_t mostBytes = -1; // negative = no limit
+        std::thread thread;
+    };
+
+    void Accept();
+    void Forward(Link& link);
+    bool Pass(int from, int to, Link& link, std::int64_t& passed);
+    int Connect() const;
+
+    const int m_servicePort;
+    int m_listener = -1;
+    int m_port = 0;
+    mutable std::mutex m_mutex; // guards everything below but the thread
+    std::list<Link> m_links;
+    bool m_isFrozen = false;
+    bool m_isStopping = false;
+    std::int64_t m_cutGeneration = 0;
+    int m_connections = 0;
+    int m_cuts = 0;
+    int m_cutNext = 0;
+    std::int64_t m_cutAfterBytes = 0;
+    std::int64_t m_bytesToService = 0;
+    std::thread m_thread;
+};
+
+} // namespace kesdk::test

@@ -1,0 +1,174 @@
+// The real library and a real service over a link that is cut, frozen and gone.
+#include "contract/LinkProxy.h"
+#include "contract/RealFarm.h"
+#include "kesdk/api/IEnterpriseConnection.h"
+#include "support/RecordingListener.h"
+#include "support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <stdlib.h>
+
+#include <memory>
+
+namespace kesdk::test {
+
+namespace {
+
+constexpr std::size_t kSizeBytes = 3'000'000;
+
+std::string Content()
+{
+    std::string content(kSizeBytes, '\0');
+    for (std::size_t i = 0; i < content.size(); ++i)
+        content[i] = static_cast<char>(i * 31 + i / 253);
+    return content;
+}
+
+class BadLink : public testing::Test
+{
+protected:
+    BadLink()
+    {
+        ::setenv("KESDK_CA_FILE", SharedService().AuthorityFile().c_str(), 1);
+        const std::string url = "https://127.0.0.1:" + std::to_string(link.Port()) + "/kelvo-api";
+        api::IEnterpriseConnection* made = nullptr;
+        EXPECT_TRUE(api::CreateKESDKInstance(&made, url.c_str()));
+        connection.reset(made);
+        connection->Subscribe(&listener);
+        EXPECT_TRUE(connection->Login(farm.UserName(), RealFarm::kPassword, nullptr, 0));
+        EXPECT_TRUE(listener.WaitForState(api::eLoginSuccessful));
+    }
+    ~BadLink() override
+    {
+        if (connection)
+            connection->Unsubscribe(&listener);
+    }
+
+    // The user's inbox in "From Console". Afterwards the requests have a new connection to make.
+    std::int64_t MakeInbox()
+    {
+        EXPECT_TRUE(connection->CreateUserInbox(L"From Console"));
+        std::int64_t inbox = 0;
+        for (const auto& project : connection->GetProjects()) {
+            for (const auto& resource : connection->GetProjectResources(project.id))
+                inbox = resource.id;
+        }
+        link.CutAll();
+        return inbox;
+    }
+    bool Upload(std::int64_t inbox)
+    {
+        folder.Write("job.zip", Content());
+        return connection->Upload(folder.WidePath("job.zip").c_str(),
+                                  {static_cast<std::uint64_t>(inbox)});
+    }
+    std::wstring FirstText() const
+    {
+        const auto errors = connection->GetLastErrors();
+        return errors.empty() ? std::wstring() : errors.front().text1;
+    }
+
+    RealFarm farm;
+    LinkProxy link{SharedService().Port()};
+    TempFolder folder;
+    RecordingListener listener;
+    std::unique_ptr<api::IEnterpriseConnection> connection;
+};
+
+} // namespace
+
+TEST_F(BadLink, UsesOneConnectionForRequestsAndOneForTheStream)
+{
+    EXPECT_TRUE(connection->SendEnvironment({}));
+    EXPECT_TRUE(connection->CreateUserInbox(L"Curves"));
+    EXPECT_TRUE(connection->CreateUserInbox(L"Pivots"));
+    EXPECT_EQ(link.ConnectionCount(), 2);
+}
+
+TEST_F(BadLink, AnUploadGoesOnBehindTheLastByteThatArrived)
+{
+    const std::int64_t inbox = MakeInbox();
+    link.CutNext(4, 1'200'000); // and once for the stream, which reconnects too
+    const std::int64_t before = link.BytesToService();
+    ASSERT_TRUE(Upload(inbox));
+    const auto listed = connection->GetResourceWithContent(inbox);
+    ASSERT_EQ(listed.content.size(), 1u);
+    EXPECT_EQ(farm.Content(listed.content.front().id), Content());
+    EXPECT_GE(link.CutCount(), 2);
+    // Sent from the start each time, it would be the size and 1.2 MB for each cut on top.
+    EXPECT_LT(link.BytesToService() - before, static_cast<std::int64_t>(kSizeBytes) + 1'200'000);
+}
+
+TEST_F(BadLink, ADownloadGoesOnBehindTheLastByteThatArrived)
+{
+    const std::int64_t inbox = MakeInbox();
+    const std::int64_t file = farm.PutFile(inbox, L"map.zip", Content());
+    ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
+    link.CutAll();
+    link.CutNext(4, 1'200'000);
+    ASSERT_TRUE(connection->Download(file, folder.WidePath("map.zip").c_str()));
+    EXPECT_EQ(folder.Read("map.zip"), Content());
+    EXPECT_EQ(folder.EntryCount(), 1u);
+    EXPECT_GE(link.CutCount(), 2);
+}
+
+TEST_F(BadLink, ACutStreamComesBackWithoutAGap)
+{
+    const std::int64_t inbox = MakeInbox();
+    std::vector<std::int64_t> files;
+    for (int i = 0; i < 5; ++i) {
+        link.CutAll();
+        files.push_back(farm.PutFile(inbox, L"map.zip", std::to_string(i)));
+    }
+    for (const std::int64_t file : files)
+        EXPECT_TRUE(
+            listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
+    EXPECT_EQ(connection->GetResourceWithContent(inbox).content.size(), files.size());
+    EXPECT_TRUE(connection->IsLoggedIn());
+}
+
+TEST_F(BadLink, TheAbortCheckEndsATransferOnAFrozenLink)
+{
+    const std::int64_t inbox = MakeInbox();
+    link.SetFrozen(true);
+    int asked = 0;
+    connection->SetAbortCheck([&] { return ++asked > 5; });
+    EXPECT_FALSE(Upload(inbox));
+    EXPECT_EQ(FirstText(), L"The operation was stopped before it was done.");
+}
+
+TEST_F(BadLink, GettersAnswerOnAFrozenLink)
+{
+    const std::int64_t inbox = MakeInbox();
+    link.SetFrozen(true);
+    EXPECT_EQ(connection->GetProjects().size(), 7u);
+    EXPECT_EQ(connection->GetResourceWithContent(inbox).id, inbox);
+}
+
+TEST_F(BadLink, ALogoutSucceedsOnAFrozenLink)
+{
+    link.SetFrozen(true);
+    EXPECT_TRUE(connection->Logout());
+    EXPECT_FALSE(connection->IsLoggedIn());
+    EXPECT_TRUE(listener.WaitForState(api::eNotLoggedIn));
+}
+
+TEST_F(BadLink, DestructionEndsEverythingOnAFrozenLink)
+{
+    link.SetFrozen(true);
+    EXPECT_TRUE(connection->ReportPosition({1, 1.0, 1.0}));
+    connection.reset();
+}
+
+TEST_F(BadLink, DestructionEndsALoginOnAFrozenLink)
+{
+    EXPECT_TRUE(connection->Logout());
+    link.CutAll();
+    link.SetFrozen(true);
+    EXPECT_TRUE(connection->Login(farm.UserName(), RealFarm::kPassword, nullptr, 0));
+    EXPECT_TRUE(listener.WaitForState(api::eLoginInProgress));
+    connection.reset();
+}
+
+} // namespace kesdk::test
