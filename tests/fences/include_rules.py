@@ -1,0 +1,93 @@
+"""Who may include whom, as data. Read by include_fence.py."""
+
+# Roots that quoted paths may start from, tried in this order after the including file's own folder.
+INCLUDE_ROOTS = (
+    "",
+    "platform/host/include",
+    "platform/host/impl",
+    "platform/host/src",
+    "platform/kesdk/include",
+    "platform/kesdk/src",
+    "tests",
+)
+
+# Third-party libraries, by how their headers begin. What matches none is the C or C++ library's
+# or the system's.
+LIBRARIES = {
+    "boost": ("boost/",),
+    "curl": ("curl/",),
+    "openssl": ("openssl/",),
+    "json": ("nlohmann/",),
+    "soci": ("soci/",),
+    "sodium": ("sodium.h", "sodium/"),
+    "spdlog": ("spdlog/", "fmt/"),
+    "cli11": ("CLI/",),
+    "sqlite": ("sqlite3",),
+    "postgresql": ("libpq", "postgresql/"),
+    "archive": ("archive.h", "archive_entry.h"),
+    "deflate": ("libdeflate.h",),
+    "zlib": ("zlib.h", "zconf.h"),
+    "gtest": ("gtest/", "gmock/"),
+}
+
+CONSOLE_VIEW_OF_THE_PLUGIN = ("core/TKelvoInterface.h", "core/KelvoRecords.h")
+
+
+class Rule:
+    """What the files below one folder may include.
+
+    folders    folders (or single files) of the project, besides its own
+    qt         Qt modules
+    libraries  names of LIBRARIES
+    no_widgets whether Qt Widgets may not be reached through project headers either
+    """
+
+    def __init__(self, folder, folders=(), qt=(), libraries=(), no_widgets=False):
+        self.folder = folder
+        self.folders = tuple(folders)
+        self.qt = frozenset(qt)
+        self.libraries = frozenset(libraries)
+        self.no_widgets = no_widgets
+
+
+HOST_CONTRACT = "platform/host/include"
+SDK_CONTRACT = "platform/kesdk/include"
+
+# The first rule whose folder holds a file is the file's.
+RULES = (
+    Rule("core", [HOST_CONTRACT], ["QtCore"], no_widgets=True),
+    Rule("worker", ["core", "net", SDK_CONTRACT, HOST_CONTRACT],
+         ["QtCore", "QtGui", "QtNetwork"], ["boost"], no_widgets=True),
+    Rule("net", [], ["QtCore", "QtNetwork"], no_widgets=True),
+    Rule("screens", ["core", HOST_CONTRACT], ["QtCore", "QtGui", "QtWidgets"]),
+    Rule("plugin", ["core", "worker", "screens", "net", HOST_CONTRACT],
+         ["QtCore", "QtGui", "QtWidgets"]),
+    Rule("platform/host/include", [], ["QtCore", "QtGui", "QtWidgets"]),
+    Rule("platform/host/impl", [HOST_CONTRACT], ["QtCore", "QtGui", "QtWidgets"]),
+    Rule("platform/host", [HOST_CONTRACT, "platform/host/impl"],
+         ["QtCore", "QtGui", "QtWidgets", "QtQuick", "QtQuickWidgets", "QtQml"],
+         ["archive", "deflate", "zlib"]),
+    Rule("platform/kesdk/include"),
+    # The SDK's layers: arrows go downwards only.
+    Rule("platform/kesdk/src/base", [], [], ["openssl", "json", "zlib"]),
+    Rule("platform/kesdk/src/http", ["platform/kesdk/src/base"], [], ["curl", "openssl", "zlib"]),
+    Rule("platform/kesdk/src/client",
+         ["platform/kesdk/src/http", "platform/kesdk/src/base", SDK_CONTRACT], [],
+         ["json", "openssl", "zlib"]),
+    Rule("platform/kesdk/src/account",
+         ["platform/kesdk/src/client", "platform/kesdk/src/http", "platform/kesdk/src/base",
+          SDK_CONTRACT], [], ["json"]),
+    Rule("platform/kesdk/src/transfer",
+         ["platform/kesdk/src/client", "platform/kesdk/src/http", "platform/kesdk/src/base",
+          SDK_CONTRACT], [], ["json", "openssl"]),
+    Rule("platform/kesdk", [SDK_CONTRACT], [], ["boost", "curl", "openssl", "json", "zlib"]),
+    Rule("console", [HOST_CONTRACT, "platform/host/impl", *CONSOLE_VIEW_OF_THE_PLUGIN],
+         ["QtCore", "QtGui", "QtWidgets", "QtNetwork", "QtPositioning", "QtSerialPort", "QtQuick",
+          "QtQuickWidgets", "QtQml", "QtTest", "QtSvg"]),
+    Rule("service", [], [],
+         ["boost", "openssl", "soci", "sodium", "json", "spdlog", "cli11", "curl", "sqlite",
+          "postgresql", "zlib"]),
+)
+
+# Folders of the tree that the rules do not speak of.
+FREE = ("tests", "bench", "docs", "scripts", "cmake", ".ci")
