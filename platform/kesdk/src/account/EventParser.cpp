@@ -7,7 +7,7 @@ namespace kesdk::impl {
 
 namespace {
 
-constexpr std::size_t kMostBytes = 1024u * 1024;
+constexpr std::size_t kMostBytes = std::size_t{1024} * 1024;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 } // namespace

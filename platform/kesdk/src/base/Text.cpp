@@ -99,6 +99,7 @@ std::string ToUtf8(std::wstring_view text)
     std::string out;
     out.reserve(text.size());
     for (const wchar_t c : text) {
+        // NOLINTNEXTLINE(bugprone-signed-char-misuse): a wchar_t is no char
         const auto code = static_cast<std::uint32_t>(c);
         AppendUtf8(out, IsCodePoint(code) ? code : kReplacement);
     }

@@ -62,7 +62,7 @@ SessionState::Ended SessionState::End()
     const std::lock_guard lock(m_mutex);
     if (m_phase == EPhase::eNone)
         return {};
-    const Ended ended{true, TakeToken()};
+    Ended ended{true, TakeToken()};
     Change(EPhase::eNone, api::eNotLoggedIn);
     return ended;
 }

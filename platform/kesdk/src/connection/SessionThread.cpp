@@ -135,7 +135,7 @@ Failure SessionThread::Follow(Progress& progress)
             return outcome.failure;
         const bool hasLasted = m_parts.api.Http().Now() - begin >= kLastingStream;
         progress.attempts = hasLasted ? 1 : progress.attempts + 1;
-        if (const Failure failure = PrepareNextStream(progress, outcome); failure.IsSet())
+        if (Failure failure = PrepareNextStream(progress, outcome); failure.IsSet())
             return failure;
     }
 }

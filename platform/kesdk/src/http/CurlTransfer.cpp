@@ -12,7 +12,7 @@ namespace kesdk::impl {
 namespace {
 
 // More than any account's snapshot; a service that sends more is broken.
-constexpr std::size_t kMostCollectedBytes = 64u * 1024 * 1024;
+constexpr std::size_t kMostCollectedBytes = std::size_t{64} * 1024 * 1024;
 
 } // namespace
 

@@ -15,9 +15,9 @@ namespace kesdk::impl {
 
 namespace {
 
-constexpr std::size_t kBufferBytes = 256u * 1024;
+constexpr std::size_t kBufferBytes = std::size_t{256} * 1024;
 // The disk is told to begin writing after so much, so that the sync at the end has little left.
-constexpr std::int64_t kWriteBehindBytes = 8 * 1024 * 1024;
+constexpr std::int64_t kWriteBehindBytes = std::int64_t{8} * 1024 * 1024;
 constexpr std::string_view kSuffix = ".part";
 
 Failure FailureOf(const char* what, int error)
@@ -74,7 +74,7 @@ Failure PartFile::Create(const std::string& finalPath, std::int64_t expectedByte
     const std::string folder = FolderOf(finalPath);
     const std::string name = finalPath.substr(finalPath.rfind('/') + 1);
     const std::size_t longest = LongestName(folder);
-    if (const Failure failure = CheckName(name, longest); failure.IsSet())
+    if (Failure failure = CheckName(name, longest); failure.IsSet())
         return failure;
     struct stat existing = {};
     if (::stat(finalPath.c_str(), &existing) == 0 && !S_ISREG(existing.st_mode))

@@ -12,7 +12,7 @@ namespace kesdk::impl {
 
 namespace {
 
-constexpr std::size_t kBufferBytes = 512u * 1024;
+constexpr std::size_t kBufferBytes = std::size_t{512} * 1024;
 
 Failure OpenFailure(int error)
 {
