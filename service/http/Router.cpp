@@ -88,11 +88,11 @@ const Handler& Router::find(Request& request) const
     if (candidates.empty()) {
         throw Problem(EProblem::NotFound, "There is no such resource.");
     }
-    const std::string_view method = request.head.method == "HEAD" ? "GET" : request.head.method;
+    const bool isHead = request.head.method == "HEAD";
     std::string allowed;
     request.route = candidates.front()->pathTemplate;
     for (const Route* route : candidates) {
-        if (route->method == request.head.method || route->method == method) {
+        if (route->method == request.head.method || (isHead && route->method == "GET")) {
             for (std::size_t i = 0; i < segments->size(); ++i) {
                 const std::string& pattern = route->segments[i];
                 if (isParameter(pattern)) {
