@@ -1,0 +1,93 @@
+// Who has to wait after failed logins, and how long.
+#include "service/accounts/LoginThrottle.h"
+#include "tests/service/support/ManualClock.h"
+
+#include <gtest/gtest.h>
+
+namespace kelvo::accounts {
+namespace {
+
+using namespace std::chrono_literals;
+
+class Throttle : public testing::Test
+{
+protected:
+    void fail(int times, const std::string& user, const std::string& address)
+    {
+        for (int i = 0; i < times; ++i) {
+            throttle.failed(user, address);
+        }
+    }
+
+    test::ManualClock clock;
+    LoginThrottle throttle{clock, 3};
+};
+
+TEST_F(Throttle, LetsAUserMistypeAFewTimes)
+{
+    fail(2, "olga", "10.0.0.1");
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
+}
+
+TEST_F(Throttle, MakesAUserWaitWhereverTheyComeFrom)
+{
+    fail(3, "olga", "10.0.0.1");
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.2"), 30s);
+    EXPECT_EQ(throttle.waitFor("oscar", "10.0.0.1"), 0s);
+}
+
+TEST_F(Throttle, EndsTheWaitWhenItsTimeIsOver)
+{
+    fail(3, "olga", "10.0.0.1");
+    clock.advance(29500ms);
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 1s) << "never zero while there is to wait";
+    clock.advance(500ms);
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
+}
+
+TEST_F(Throttle, DoublesTheWaitUpToAQuarterOfAnHour)
+{
+    fail(4, "olga", "10.0.0.1");
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 60s);
+    fail(20, "olga", "10.0.0.1");
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 900s);
+}
+
+TEST_F(Throttle, ForgetsFailuresOnceTheUserIsIn)
+{
+    fail(2, "olga", "10.0.0.1");
+    throttle.succeeded("olga");
+    fail(2, "olga", "10.0.0.1");
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
+}
+
+TEST_F(Throttle, ForgetsFailuresThatAreAnHourOld)
+{
+    fail(2, "olga", "10.0.0.1");
+    clock.advance(61min);
+    fail(2, "olga", "10.0.0.1");
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
+}
+
+TEST_F(Throttle, MakesAnAddressWaitThatTriesManyUsers)
+{
+    for (int i = 0; i < 30; ++i) {
+        throttle.failed("user" + std::to_string(i), "10.0.0.1");
+    }
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.2"), 0s);
+}
+
+TEST_F(Throttle, StillHoldsWhoFailedLastAfterManyOthers)
+{
+    for (int i = 0; i < 10500; ++i) {
+        clock.advance(1ms);
+        throttle.failed("user" + std::to_string(i), "10.0.0." + std::to_string(i));
+    }
+    fail(3, "olga", "10.0.0.1");
+    EXPECT_GT(throttle.waitFor("olga", "10.9.9.9"), 0s);
+}
+
+} // namespace
+} // namespace kelvo::accounts

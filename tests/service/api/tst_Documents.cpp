@@ -1,0 +1,79 @@
+// What names are acceptable, and how records look as JSON.
+#include "service/api/Compression.h"
+#include "service/api/Documents.h"
+#include "service/http/Problem.h"
+
+#include <gtest/gtest.h>
+
+namespace kelvo::api {
+namespace {
+
+TEST(FileNames, MustBeSafeOnAnyConsole)
+{
+    const std::string nul("a\0b", 3);
+    EXPECT_TRUE(isFileName("field 1 (north) é.zip"));
+    EXPECT_TRUE(isFileName("..."));
+    EXPECT_TRUE(isFileName(std::string(255, 'a')));
+    for (const std::string& wrong :
+         {std::string(), std::string("."), std::string(".."), std::string("a/b"), nul,
+          std::string("a\nb"), std::string("a\x7F"), std::string("\xFF"), std::string(256, 'a')}) {
+        EXPECT_FALSE(isFileName(wrong)) << wrong;
+    }
+}
+
+TEST(Names, HaveUpTo64Characters)
+{
+    const auto require = [](const std::string& name) {
+        return requireName(nlohmann::json{{"name", name}}, "name");
+    };
+    std::string accented;
+    for (int i = 0; i < 64; ++i) {
+        accented += "é";
+    }
+    EXPECT_EQ(require(accented), accented) << "characters count, not bytes";
+    EXPECT_THROW(require(accented + "x"), http::Problem);
+    EXPECT_THROW(require(""), http::Problem);
+    EXPECT_THROW(require("a\tb"), http::Problem);
+    EXPECT_THROW(requireName(nlohmann::json{{"name", 7}}, "name"), http::Problem);
+    EXPECT_THROW(requireName(nlohmann::json::object(), "name"), http::Problem);
+}
+
+TEST(Documents, HideEntriesOfAnInboxThatMayNotBeRead)
+{
+    const store::Inbox inbox{10, 1, "olga", 7, "olga"};
+    EXPECT_FALSE(toJson(inbox, std::nullopt).contains("entries"));
+    const Json open = toJson(inbox, std::vector<store::File>{{55, 10, "a.zip", 3, "aa", 0}});
+    EXPECT_EQ(open.at("entries").at(0).dump(),
+              R"({"id":55,"kind":"file","name":"a.zip","container":10,"size":3,"sha256":"aa",)"
+              R"("created_at":"1970-01-01T00:00:00.000Z","etag":"\"aa\""})");
+}
+
+TEST(Documents, GiveAnAdministratorNoFarm)
+{
+    store::User admin;
+    admin.id = 1;
+    admin.name = "admin";
+    admin.role = store::ERole::Admin;
+    EXPECT_EQ(toJson(admin).dump(),
+              R"({"id":1,"name":"admin","role":"admin","disabled":false,"farm":null})");
+}
+
+TEST(Compression, IsUsedOnlyWhenItIsTaken)
+{
+    for (const char* header : {"gzip", "deflate, gzip", "br;q=1.0, gzip;q=0.5", "gzip ; q=1"}) {
+        EXPECT_TRUE(acceptsGzip(header)) << header;
+    }
+    for (const char* header : {"", "identity", "gzip;q=0", "gzip;q=0.000", "x-gzip"}) {
+        EXPECT_FALSE(acceptsGzip(header)) << header;
+    }
+}
+
+TEST(Compression, MakesAGzipStream)
+{
+    const std::string packed = gzip(std::string(100000, 'a'));
+    EXPECT_LT(packed.size(), 1000U);
+    EXPECT_EQ(packed.substr(0, 2), "\x1F\x8B");
+}
+
+} // namespace
+} // namespace kelvo::api

@@ -1,0 +1,193 @@
+// The order in which an upload becomes files, and what is left when it cannot.
+#include "service/api/UploadSteps.h"
+#include "service/base/Digest.h"
+#include "service/http/Problem.h"
+#include "service/store/Uploads.h"
+#include "tests/service/support/ApiFixture.h"
+
+#include <gmock/gmock.h>
+
+#include <future>
+#include <latch>
+#include <thread>
+
+namespace kelvo::api {
+namespace {
+
+class Finishing : public test::ApiFixture
+{
+protected:
+    /** An upload whose bytes have all come. */
+    store::Upload received(const std::string& name, const std::string& text,
+                           std::vector<store::Id> targets)
+    {
+        UploadWish wish;
+        wish.name = name;
+        wish.targets = std::move(targets);
+        wish.lengthBytes = static_cast<long long>(text.size());
+        const store::Upload upload = loop.run(beginUpload(context, user, wish)).upload;
+        content::UploadWriter writer(contents, digests, upload.id);
+        writer.append(text.data(), text.size());
+        writer.suspend();
+        return upload;
+    }
+
+    store::Upload finish(const store::Upload& upload)
+    {
+        content::UploadWriter writer(contents, digests, upload.id);
+        return loop.run(finishUpload(context, upload, writer));
+    }
+};
+
+TEST_F(Finishing, MakesAFileForEachTargetAndAnEventForEachFile)
+{
+    const store::Inbox second = database.writeNow(
+        [this](store::Transaction& t) { return store::ensureInbox(t, user, 3, 0).inbox; });
+    std::vector<std::string> heard;
+    database.onCommit([&heard](const std::vector<store::Event>& events) {
+        for (const store::Event& event : events) {
+            heard.push_back(event.name);
+        }
+    });
+    const store::Upload done = finish(received("a.zip", "abc", {second.id, inbox.id}));
+    ASSERT_EQ(files().size(), 2U);
+    EXPECT_EQ(files()[0].inbox, second.id);
+    EXPECT_EQ(files()[1].inbox, inbox.id);
+    EXPECT_THAT(done.files, testing::ElementsAre(files()[0].id, files()[1].id));
+    EXPECT_EQ(done.sha256, sha256Hex("abc"));
+    EXPECT_THAT(heard, testing::ElementsAre("file-added", "file-added"));
+    EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
+    EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
+}
+
+TEST_F(Finishing, HasTheContentInPlaceBeforeAnythingIsCommitted)
+{
+    const store::Upload upload = received("a.zip", "abc", {inbox.id});
+    // The writer is held, so that the upload's own commit cannot come.
+    std::promise<void> letGo;
+    std::latch held(1);
+    std::thread holder([&] {
+        database.writeNow([&](store::Transaction&) {
+            held.count_down();
+            letGo.get_future().wait();
+        });
+    });
+    held.wait();
+    content::UploadWriter writer(contents, digests, upload.id);
+    bool finished = false;
+    const auto work = [&]() -> Async<void> {
+        const store::Upload done = co_await finishUpload(context, upload, writer);
+        finished = done.finished;
+    };
+    loop.start(work());
+    loop.runUntil([this] { return !contents.digests().empty(); });
+    EXPECT_FALSE(finished);
+    EXPECT_TRUE(contents.uploadIds().empty());
+    EXPECT_TRUE(files().empty());
+    letGo.set_value();
+    holder.join();
+    loop.runUntil([&finished] { return finished; });
+    EXPECT_EQ(files().size(), 1U);
+}
+
+TEST_F(Finishing, KeepsEqualContentsOnce)
+{
+    finish(received("a.zip", "abc", {inbox.id}));
+    finish(received("b.zip", "abc", {inbox.id}));
+    EXPECT_EQ(files().size(), 2U);
+    EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
+    EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
+}
+
+TEST_F(Finishing, LeavesTheUploadAsItWasWhenItCannotBeCommitted)
+{
+    const store::Upload upload = received("a.zip", "abc", {inbox.id});
+    const auto setDisabled = [this](bool disabled) {
+        database.writeNow(
+            [this, disabled](store::Transaction& t) { store::setDisabled(t, user.id, disabled); });
+    };
+    setDisabled(true);
+    EXPECT_THROW(finish(upload), http::Problem);
+    EXPECT_TRUE(files().empty());
+    EXPECT_THAT(contents.digests(), testing::IsEmpty());
+    EXPECT_EQ(contents.uploadSize(upload.id), 3U);
+
+    setDisabled(false);
+    finish(upload);
+    EXPECT_EQ(files().size(), 1U);
+}
+
+TEST_F(Finishing, DoesNotTakeAnotherFilesContentAwayWhenItFails)
+{
+    finish(received("a.zip", "abc", {inbox.id}));
+    const store::Upload second = received("b.zip", "abc", {inbox.id});
+    database.writeNow([this](store::Transaction& t) { store::setDisabled(t, user.id, true); });
+    EXPECT_THROW(finish(second), http::Problem);
+    EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
+}
+
+TEST_F(Finishing, WarnsOnlyTheOfficeOfANameThatIsThereTwice)
+{
+    finish(received("a.zip", "abc", {inbox.id}));
+    EXPECT_TRUE(finish(received("a.zip", "def", {inbox.id})).warnings.empty());
+    user = database.writeNow([this](store::Transaction& t) {
+        return store::addUser(t, {user.farm, "ofelia", store::ERole::Office, "hash", 0});
+    });
+    EXPECT_EQ(finish(received("a.zip", "ghi", {inbox.id})).warnings.size(), 1U);
+    EXPECT_TRUE(finish(received("b.zip", "ghi", {inbox.id})).warnings.empty());
+}
+
+class Beginning : public Finishing
+{
+protected:
+    api::Beginning begin(const std::string& key, const std::string& name = "a.zip")
+    {
+        UploadWish wish;
+        wish.name = name;
+        wish.targets = {inbox.id};
+        wish.lengthBytes = 0;
+        wish.key = key;
+        return loop.run(beginUpload(context, user, wish));
+    }
+};
+
+TEST_F(Beginning, AgainWithTheSameKeyFindsTheSameUpload)
+{
+    const api::Beginning first = begin("nonce");
+    const api::Beginning second = begin("nonce");
+    EXPECT_FALSE(first.isRepeat);
+    EXPECT_TRUE(second.isRepeat);
+    EXPECT_EQ(second.upload.id, first.upload.id);
+    EXPECT_FALSE(begin("").isRepeat);
+    EXPECT_FALSE(begin("").isRepeat);
+}
+
+TEST_F(Beginning, WithAUsedKeyForSomethingElseIsAConflict)
+{
+    begin("nonce");
+    EXPECT_THROW(begin("nonce", "b.zip"), http::Problem);
+}
+
+TEST_F(Beginning, AgainAfterTheResultWasRemovedStartsAnew)
+{
+    const api::Beginning first = begin("nonce");
+    const store::Upload done = finish(first.upload);
+    EXPECT_EQ(begin("nonce").upload.files, done.files);
+    database.writeNow([&](store::Transaction& t) {
+        store::moveToBin(t, user.farmId(), done.files.front(), "olga", clock.nowMs());
+    });
+    const api::Beginning again = begin("nonce");
+    EXPECT_FALSE(again.isRepeat);
+    EXPECT_NE(again.upload.id, first.upload.id);
+}
+
+TEST_F(Beginning, AgainAfterTheUploadExpiredStartsAnew)
+{
+    const api::Beginning first = begin("nonce");
+    clock.advance(std::chrono::hours(24 * 7));
+    EXPECT_FALSE(begin("nonce").isRepeat);
+    EXPECT_THROW(loop.run(findUpload(context, user, first.upload.id)), http::Problem);
+}
+
+} // namespace
+} // namespace kelvo::api

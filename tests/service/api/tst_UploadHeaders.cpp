@@ -1,0 +1,132 @@
+// What an upload's headers say.
+#include "service/api/UploadHeaders.h"
+#include "service/base/Encoding.h"
+#include "service/http/Problem.h"
+#include "tests/service/support/RunAwaitable.h"
+#include "tests/service/support/TcpPair.h"
+
+#include <gmock/gmock.h>
+
+namespace kelvo::api {
+namespace {
+
+using http::EProblem;
+using testing::ElementsAre;
+using testing::Pair;
+
+TEST(UploadMetadata, IsAListOfKeysWithBase64Values)
+{
+    const auto values = parseMetadata("name ZmllbGQuemlw,targets MTAsMTE=");
+    ASSERT_TRUE(values);
+    EXPECT_THAT(*values, ElementsAre(Pair("name", "field.zip"), Pair("targets", "10,11")));
+}
+
+TEST(UploadMetadata, MayHaveKeysWithoutValueAndSpaces)
+{
+    const auto values = parseMetadata(" secret , name Zg== ");
+    ASSERT_TRUE(values);
+    EXPECT_THAT(*values, ElementsAre(Pair("name", "f"), Pair("secret", "")));
+    EXPECT_TRUE(parseMetadata("")->empty());
+}
+
+TEST(UploadMetadata, IsRefusedWhenMalformed)
+{
+    for (const char* wrong :
+         {"name !!!", "name Zg== Zg==", "name Zg==,,x Zg==", "name Zg==,name Zg=="}) {
+        EXPECT_FALSE(parseMetadata(wrong)) << wrong;
+    }
+}
+
+class Wish : public testing::Test
+{
+protected:
+    Wish() { setMetadata("field.zip", "10,11"); }
+
+    void set(const char* name, const std::string& value) { head.fields.set(name, value); }
+
+    void setMetadata(const std::string& name, const std::string& targets)
+    {
+        set("Upload-Metadata", "name " + toBase64(name) + ",targets " + toBase64(targets));
+    }
+
+    UploadWish read()
+    {
+        http::BodyReader body(*pair.server, limits, head, early);
+        const http::Request request{head, body, limits, "peer"};
+        return readWish(request, 1000);
+    }
+
+    EProblem refusal()
+    {
+        try {
+            read();
+        } catch (const http::Problem& problem) {
+            return problem.kind();
+        }
+        return EProblem::Internal;
+    }
+
+    test::Loop loop;
+    test::TcpPair pair{loop.io()};
+    http::Limits limits;
+    http::RequestHead head;
+    std::string early;
+};
+
+TEST_F(Wish, IsReadFromTheHeaders)
+{
+    set("Upload-Length", "1000");
+    set("Idempotency-Key", "a nonce");
+    const UploadWish wish = read();
+    EXPECT_EQ(wish.name, "field.zip");
+    EXPECT_THAT(wish.targets, ElementsAre(10, 11));
+    EXPECT_EQ(wish.lengthBytes, 1000);
+    EXPECT_EQ(wish.key, "a nonce");
+}
+
+TEST_F(Wish, NeedsALengthWithinTheLimit)
+{
+    EXPECT_EQ(refusal(), EProblem::MalformedRequest);
+    set("Upload-Length", "-1");
+    EXPECT_EQ(refusal(), EProblem::MalformedRequest);
+    set("Upload-Length", "1001");
+    EXPECT_EQ(refusal(), EProblem::ContentTooLarge);
+    set("Upload-Length", "99999999999999999999");
+    EXPECT_EQ(refusal(), EProblem::MalformedRequest);
+}
+
+TEST_F(Wish, NeedsAGoodNameAndDistinctTargets)
+{
+    set("Upload-Length", "5");
+    const std::pair<const char*, const char*> wrongs[] = {
+        {"", "10"}, {"a/b", "10"}, {"..", "10"},   {"a", ""},
+        {"a", "x"}, {"a", "0"},    {"a", "10,10"}, {"a", "10,"},
+    };
+    for (const auto& [name, targets] : wrongs) {
+        setMetadata(name, targets);
+        EXPECT_EQ(refusal(), EProblem::Unprocessable) << name << " to " << targets;
+    }
+    set("Upload-Metadata", "targets MTA=");
+    EXPECT_EQ(refusal(), EProblem::Unprocessable);
+}
+
+TEST_F(Wish, TakesKeysOfAtMost100PrintableCharacters)
+{
+    set("Upload-Length", "5");
+    set("Idempotency-Key", std::string(100, 'k'));
+    EXPECT_EQ(read().key.size(), 100U);
+    set("Idempotency-Key", std::string(101, 'k'));
+    EXPECT_EQ(refusal(), EProblem::MalformedRequest);
+    set("Idempotency-Key", "caf\xC3\xA9");
+    EXPECT_EQ(refusal(), EProblem::MalformedRequest);
+}
+
+TEST_F(Wish, HasNoBodyLargerThanItself)
+{
+    set("Upload-Length", "5");
+    head.contentLength = 6;
+    EXPECT_EQ(refusal(), EProblem::ContentTooLarge);
+}
+
+} // namespace
+} // namespace kelvo::api

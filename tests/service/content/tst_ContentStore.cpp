@@ -1,0 +1,110 @@
+// Where uploads and contents lie.
+#include "service/base/Digest.h"
+#include "service/content/ContentStore.h"
+#include "service/content/DigestLocks.h"
+#include "service/content/UploadWriter.h"
+#include "tests/service/support/RunAwaitable.h"
+#include "tests/service/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+namespace kelvo::content {
+namespace {
+
+class Contents : public testing::Test
+{
+protected:
+    /** A received upload; its digest. */
+    std::string receive(const std::string& id, const std::string& text)
+    {
+        UploadWriter writer(store, digests, id);
+        writer.append(text.data(), text.size());
+        writer.sync();
+        return writer.finish();
+    }
+
+    std::string textOf(const std::string& sha256)
+    {
+        return readFile(folder.path() / "content" / sha256.substr(0, 2) / sha256);
+    }
+
+    test::TemporaryFolder folder;
+    ContentStore store{folder.path()};
+    DigestCache digests;
+};
+
+TEST_F(Contents, BearTheirDigestAsName)
+{
+    const std::string digest = receive("u1", "abc");
+    EXPECT_EQ(digest, sha256Hex("abc"));
+    EXPECT_THAT(store.uploadIds(), testing::ElementsAre("u1"));
+    EXPECT_TRUE(store.adopt("u1", digest));
+    EXPECT_THAT(store.uploadIds(), testing::IsEmpty());
+    EXPECT_THAT(store.digests(), testing::ElementsAre(digest));
+    EXPECT_EQ(textOf(digest), "abc");
+}
+
+TEST_F(Contents, AreKeptOnce)
+{
+    const std::string digest = receive("u1", "abc");
+    store.adopt("u1", digest);
+    receive("u2", "abc");
+    EXPECT_FALSE(store.adopt("u2", digest));
+    EXPECT_THAT(store.uploadIds(), testing::ElementsAre("u2")) << "until its files are committed";
+    EXPECT_THAT(store.digests(), testing::ElementsAre(digest));
+}
+
+TEST_F(Contents, GoBackToTheirUploadIntact)
+{
+    const std::string digest = receive("u1", "abc");
+    store.adopt("u1", digest);
+    store.giveBack("u1", digest);
+    EXPECT_THAT(store.digests(), testing::IsEmpty());
+    EXPECT_EQ(store.uploadSize("u1"), 3U);
+}
+
+TEST_F(Contents, MayBeRemovedTwice)
+{
+    const std::string digest = receive("u1", "abc");
+    store.adopt("u1", digest);
+    store.remove(digest);
+    EXPECT_NO_THROW(store.remove(digest));
+    EXPECT_NO_THROW(store.removeUpload("u1"));
+    EXPECT_THAT(store.digests(), testing::IsEmpty());
+}
+
+TEST_F(Contents, ThatAreMissingSayNoPath)
+{
+    try {
+        store.open(sha256Hex("never stored"));
+        FAIL() << "it was opened";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
+        EXPECT_THAT(error.what(), testing::Not(testing::HasSubstr("/")));
+    }
+}
+
+TEST(DigestLock, IsHeldByOneAtATime)
+{
+    test::Loop loop;
+    DigestLocks locks;
+    auto first = locks.tryLock("aa");
+    ASSERT_TRUE(first);
+    EXPECT_FALSE(locks.tryLock("aa"));
+    EXPECT_TRUE(locks.tryLock("bb"));
+
+    bool entered = false;
+    const auto enter = [&locks, &entered]() -> Async<void> {
+        const auto second = co_await locks.lock("aa");
+        entered = second != nullptr;
+    };
+    loop.start(enter());
+    loop.io().poll();
+    EXPECT_FALSE(entered);
+    first.reset();
+    loop.runUntil([&entered] { return entered; });
+    EXPECT_TRUE(locks.tryLock("aa")) << "it was let go again";
+}
+
+} // namespace
+} // namespace kelvo::content

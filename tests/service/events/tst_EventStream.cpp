@@ -1,0 +1,186 @@
+// What a peer on an event stream gets to read.
+#include "service/events/EventStream.h"
+#include "service/store/Events.h"
+#include "service/store/Farms.h"
+#include "service/store/Sessions.h"
+#include "service/store/Users.h"
+#include "tests/service/support/ManualClock.h"
+#include "tests/service/support/RunAwaitable.h"
+#include "tests/service/support/TcpPair.h"
+#include "tests/service/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+namespace kelvo::events {
+namespace {
+
+class Streaming : public testing::Test
+{
+protected:
+    Streaming()
+    {
+        database.onCommit([this](const std::vector<store::Event>& all) { hub.publish(all); });
+        session.tokenHash = "hash";
+        session.expiresMs = clock.nowMs() + 3600 * 1000;
+        session.user = database.writeNow([this](store::Transaction& t) {
+            const store::Farm farm = store::addFarm(t, "Hill Farm");
+            const store::User user =
+                store::addUser(t, {farm, "olga", store::ERole::Operator, "hash", 0});
+            store::addSession(t, session.tokenHash, user.id, clock.nowMs(), session.expiresMs);
+            return user;
+        });
+    }
+
+    ~Streaming() override
+    {
+        pair.client->abort();
+        loop.runUntil([this] { return ended || !started; });
+    }
+
+    void addEvents(int count, const std::string& data = "{}")
+    {
+        database.writeNow([&](store::Transaction& t) {
+            for (int i = 0; i < count; ++i) {
+                store::addEvent(t,
+                                {session.user.farmId(), 0, "thing", session.user.id, data, "", 0});
+            }
+        });
+    }
+
+    /** Starts the stream; read it from pair.client. */
+    void stream(store::Id cursor)
+    {
+        subscription = hub.subscribe(loop.executor(), session);
+        started = true;
+        loop.start(serve(cursor));
+    }
+
+    Async<void> serve(store::Id cursor)
+    {
+        EventStream stream(subscription, cursor, database, clock, {});
+        co_await stream.run(*pair.server);
+        ended = true;
+    }
+
+    /** What comes until this is in it. */
+    std::string readUntil(const std::string& end)
+    {
+        return loop.run(test::readUntil(*pair.client, end));
+    }
+
+    static std::string eventsText(int first, int last, const std::string& data = "{}")
+    {
+        std::string text;
+        for (int id = first; id <= last; ++id) {
+            text += "id: " + std::to_string(id) + "\nevent: thing\ndata: " + data + "\n\n";
+        }
+        return text;
+    }
+
+    test::TemporaryFolder folder;
+    test::ManualClock clock;
+    test::Loop loop;
+    EventHub hub;
+    store::Database database{store::makeSqlite((folder.path() / "store.sqlite").string())};
+    test::TcpPair pair{loop.io()};
+    store::Session session;
+    std::shared_ptr<Subscription> subscription;
+    bool started = false;
+    bool ended = false;
+};
+
+TEST_F(Streaming, SaysAtOnceThatItStands)
+{
+    stream(0);
+    EXPECT_EQ(readUntil("\n\n"), ": connected\n\n");
+}
+
+TEST_F(Streaming, CatchesUpFromTheLogAndGoesOnLive)
+{
+    addEvents(450); // more than a page of the log, more than two
+    stream(3);
+    EXPECT_EQ(readUntil("id: 450\nevent: thing\ndata: {}\n\n"),
+              ": connected\n\n" + eventsText(4, 450));
+    addEvents(2);
+    EXPECT_EQ(readUntil("id: 452\nevent: thing\ndata: {}\n\n"), eventsText(451, 452));
+}
+
+TEST_F(Streaming, NeitherRepeatsNorLosesWhatIsCommittedWhileItCatchesUp)
+{
+    addEvents(10);
+    stream(0);
+    addEvents(10); // in the queue, and by the time the log is read also there
+    EXPECT_EQ(readUntil("id: 20\nevent: thing\ndata: {}\n\n"),
+              ": connected\n\n" + eventsText(1, 20));
+}
+
+TEST_F(Streaming, FallsBackOnTheLogWhenTooMuchIsWaiting)
+{
+    stream(0);
+    readUntil("\n\n");
+    for (int i = 0; i < 7; ++i) {
+        addEvents(100); // the loop does not run meanwhile, so nobody empties the queue
+    }
+    EXPECT_EQ(readUntil("id: 700\nevent: thing\ndata: {}\n\n"), eventsText(1, 700));
+}
+
+TEST_F(Streaming, EndsWhenTheLogNoLongerReachesBack)
+{
+    addEvents(10);
+    database.writeNow(
+        [this](store::Transaction& t) { store::pruneEventsTo(t, session.user.farmId(), 5); });
+    stream(3);
+    EXPECT_EQ(loop.run(test::readAll(*pair.client)), ": connected\n\n");
+}
+
+TEST_F(Streaming, LeavesOutWhatIsForOthersButPassesIt)
+{
+    database.writeNow([this](store::Transaction& t) {
+        store::addEvent(t, {session.user.farmId(), 0, "secret", 999, "{}", "", 0});
+    });
+    addEvents(1);
+    stream(0);
+    EXPECT_EQ(readUntil("id: 2\nevent: thing\ndata: {}\n\n"), ": connected\n\n" + eventsText(2, 2));
+}
+
+TEST_F(Streaming, SaysWhyTheSessionEndedAndCloses)
+{
+    stream(0);
+    readUntil("\n\n");
+    hub.endSession("somebody else's", "logged-out");
+    hub.endSession(session.tokenHash, "logged-out");
+    EXPECT_EQ(loop.run(test::readAll(*pair.client)),
+              "event: session-ended\ndata: {\"reason\":\"logged-out\"}\n\n");
+}
+
+TEST_F(Streaming, EndsAllStreamsOfAUser)
+{
+    stream(0);
+    readUntil("\n\n");
+    hub.endSessionsOf(session.user.id, "disabled");
+    EXPECT_THAT(loop.run(test::readAll(*pair.client)), testing::HasSubstr("\"disabled\""));
+}
+
+TEST_F(Streaming, EndsWithTheSessionsTime)
+{
+    addEvents(1);
+    session.expiresMs = clock.nowMs();
+    stream(0);
+    EXPECT_EQ(loop.run(test::readAll(*pair.client)),
+              ": connected\n\n" + eventsText(1, 1) +
+                  "event: session-ended\ndata: {\"reason\":\"expired\"}\n\n");
+}
+
+TEST_F(Streaming, EndsWhenThePeerLeaves)
+{
+    stream(0);
+    readUntil("\n\n");
+    EXPECT_EQ(hub.openStreams(), 1U);
+    pair.client->abort();
+    loop.runUntil([this] { return ended; });
+    subscription.reset();
+    EXPECT_EQ(hub.openStreams(), 0U);
+}
+
+} // namespace
+} // namespace kelvo::events

@@ -1,0 +1,94 @@
+// Heads that come in pieces, are too large or malformed.
+#include "service/http/RequestHead.h"
+
+#include <gtest/gtest.h>
+
+namespace kelvo::http {
+namespace {
+
+constexpr std::size_t limit = 16 * 1024;
+
+RequestHead parse(std::string text)
+{
+    HeadParser parser(limit);
+    EXPECT_EQ(parser.feed(text), EHeadState::Complete);
+    return parser.take();
+}
+
+TEST(RequestHead, IsTakenApart)
+{
+    const RequestHead head = parse("POST /a%20b?x=1&y HTTP/1.1\r\nHost: h\r\nContent-Length: 12\r\n"
+                                   "Expect: 100-Continue\r\nX-Thing:  v \r\n\r\n");
+    EXPECT_EQ(head.method, "POST");
+    EXPECT_EQ(head.path, "/a%20b");
+    EXPECT_EQ(head.query, "x=1&y");
+    EXPECT_EQ(head.header("x-thing"), "v");
+    EXPECT_EQ(head.header("absent"), "");
+    EXPECT_EQ(head.contentLength, 12U);
+    EXPECT_TRUE(head.expectsContinue);
+    EXPECT_TRUE(head.keepAlive);
+    EXPECT_FALSE(head.transferEncoded);
+}
+
+TEST(RequestHead, KnowsWhenTheConnectionIsToEnd)
+{
+    EXPECT_FALSE(parse("GET / HTTP/1.1\r\nConnection: close\r\n\r\n").keepAlive);
+    EXPECT_FALSE(parse("GET / HTTP/1.0\r\n\r\n").keepAlive);
+}
+
+TEST(RequestHead, KnowsChunkedBodies)
+{
+    EXPECT_TRUE(parse("POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n").transferEncoded);
+}
+
+TEST(RequestHead, ComesInPiecesAndLeavesTheBodyAlone)
+{
+    const std::string text = "PUT /x HTTP/1.1\r\nHost: h\r\nContent-Length: 4\r\n\r\nbody";
+    HeadParser parser(limit);
+    std::string received;
+    EHeadState state = EHeadState::Incomplete;
+    for (std::size_t i = 0; i < text.size() - 4; ++i) {
+        ASSERT_EQ(state, EHeadState::Incomplete) << "after " << i << " bytes";
+        received += text[i];
+        state = parser.feed(received);
+    }
+    EXPECT_EQ(state, EHeadState::Complete);
+    EXPECT_EQ(parser.take().contentLength, 4U);
+
+    HeadParser whole(limit);
+    std::string all = text;
+    ASSERT_EQ(whole.feed(all), EHeadState::Complete);
+    EXPECT_EQ(all, "body");
+}
+
+TEST(RequestHead, MayNotBeLargerThanTheLimit)
+{
+    const std::string huge = "GET / HTTP/1.1\r\nX: " + std::string(limit, 'a') + "\r\n\r\n";
+    HeadParser parser(limit);
+    std::string received = huge;
+    EXPECT_EQ(parser.feed(received), EHeadState::TooLarge);
+
+    HeadParser slow(limit);
+    std::string soFar;
+    EHeadState state = EHeadState::Incomplete;
+    for (std::size_t i = 0; i < huge.size() && state == EHeadState::Incomplete; i += 1000) {
+        soFar += huge.substr(i, 1000);
+        state = slow.feed(soFar);
+    }
+    EXPECT_EQ(state, EHeadState::TooLarge);
+}
+
+TEST(RequestHead, MustBeHttp)
+{
+    for (const char* wrong :
+         {"hello\r\n\r\n", "GET /\r\n\r\n", "GET / HTTP/1.1\r\nno colon\r\n\r\n",
+          "POST / HTTP/1.1\r\nContent-Length: x\r\n\r\n",
+          "POST / HTTP/1.1\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n"}) {
+        HeadParser parser(limit);
+        std::string text = wrong;
+        EXPECT_EQ(parser.feed(text), EHeadState::Malformed) << wrong;
+    }
+}
+
+} // namespace
+} // namespace kelvo::http

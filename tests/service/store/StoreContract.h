@@ -1,0 +1,67 @@
+// What every database behind the store has to do. Run on each kind that MakeDatabase lists.
+#pragma once
+
+#include "service/store/Database.h"
+#include "service/store/Farms.h"
+#include "service/store/Users.h"
+#include "tests/service/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace kelvo::test {
+
+/** A kind of database; `open` may be called again on the same folder to come back to the same data.
+ */
+struct DatabaseKind
+{
+    const char* name;
+    std::function<std::unique_ptr<store::Dialect>(const std::filesystem::path& folder)> connect;
+};
+
+class StoreContract : public testing::TestWithParam<DatabaseKind>
+{
+protected:
+    StoreContract() { reopen(); }
+
+    void reopen()
+    {
+        database.reset();
+        database = std::make_unique<store::Database>(GetParam().connect(folder.path()));
+    }
+
+    store::Farm addFarm(const std::string& name)
+    {
+        return database->writeNow(
+            [&name](store::Transaction& t) { return store::addFarm(t, name); });
+    }
+
+    store::User addUser(const std::optional<store::Farm>& farm, const std::string& name,
+                        store::ERole role = store::ERole::Operator)
+    {
+        const store::NewUser user{farm, name, role, "hash of " + name, 1000};
+        return database->writeNow(
+            [&user](store::Transaction& t) { return store::addUser(t, user); });
+    }
+
+    template <class F>
+    auto read(F query)
+    {
+        return database->readNow(query);
+    }
+    template <class F>
+    auto write(F change)
+    {
+        return database->writeNow(change);
+    }
+
+    static constexpr long long now = 1700000000000;
+
+    TemporaryFolder folder;
+    std::unique_ptr<store::Database> database;
+};
+
+} // namespace kelvo::test

@@ -1,0 +1,154 @@
+// Farms, users and sessions.
+#include "service/store/Errors.h"
+#include "service/store/Sessions.h"
+#include "tests/service/store/StoreContract.h"
+
+#include <gmock/gmock.h>
+
+namespace kelvo::test {
+namespace {
+
+using store::Transaction;
+
+TEST_P(StoreContract, GivesEveryFarmItsSevenProjectsInOrder)
+{
+    const store::Farm farm = addFarm("Hill Farm");
+    const auto projects =
+        read([&farm](soci::session& sql) { return store::projectsOf(sql, farm.id); });
+    ASSERT_EQ(projects.size(), store::projectNames.size());
+    for (std::size_t i = 0; i < projects.size(); ++i) {
+        EXPECT_EQ(projects[i].name, store::projectNames[i]);
+        EXPECT_EQ(projects[i].id, static_cast<store::Id>(i + 1));
+    }
+}
+
+TEST_P(StoreContract, NumbersEveryFarmOnItsOwn)
+{
+    const store::Farm first = addFarm("Hill Farm");
+    const store::Farm second = addFarm("Dale Farm");
+    EXPECT_NE(first.id, second.id);
+    const auto project = read(
+        [&second](soci::session& sql) { return store::projectByName(sql, second.id, "Curves"); });
+    ASSERT_TRUE(project);
+    EXPECT_EQ(project->id, 4);
+    EXPECT_FALSE(read(
+        [&second](soci::session& sql) { return store::projectByName(sql, second.id, "curves"); }));
+}
+
+TEST_P(StoreContract, RefusesAFarmsOrUsersNameTwice)
+{
+    const store::Farm farm = addFarm("Hill Farm");
+    EXPECT_THROW(addFarm("Hill Farm"), store::NameTaken);
+    const store::Farm other = addFarm("Dale Farm");
+    addUser(farm, "olga");
+    EXPECT_THROW(addUser(other, "olga"), store::NameTaken);
+}
+
+TEST_P(StoreContract, ReturnsUsersAsTheyWereAdded)
+{
+    const store::Farm farm = addFarm("Hill Farm");
+    addUser(std::nullopt, "admin", store::ERole::Admin);
+    const store::User olga = addUser(farm, "olga");
+    addUser(addFarm("Dale Farm"), "oscar", store::ERole::Office);
+
+    const auto found = read([](soci::session& sql) { return store::credentialsOf(sql, "olga"); });
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->passwordHash, "hash of olga");
+    EXPECT_EQ(found->user.id, olga.id);
+    EXPECT_EQ(found->user.role, store::ERole::Operator);
+    ASSERT_TRUE(found->user.farm);
+    EXPECT_EQ(found->user.farm->name, "Hill Farm");
+
+    const auto ofFarm = read([](soci::session& sql) { return store::allUsers(sql, "Hill Farm"); });
+    ASSERT_EQ(ofFarm.size(), 1U);
+    EXPECT_EQ(ofFarm.front().name, "olga");
+    const auto all = read([](soci::session& sql) { return store::allUsers(sql, std::nullopt); });
+    ASSERT_EQ(all.size(), 3U);
+    EXPECT_FALSE(all.front().farm); // the administrator
+}
+
+TEST_P(StoreContract, ChangesUsers)
+{
+    const store::User user = addUser(addFarm("Hill Farm"), "olga");
+    write([&user](Transaction& t) {
+        store::setDisabled(t, user.id, true);
+        store::setPassword(t, user.id, "new hash");
+    });
+    const auto found = read([](soci::session& sql) { return store::credentialsOf(sql, "olga"); });
+    EXPECT_TRUE(found->user.disabled);
+    EXPECT_EQ(found->passwordHash, "new hash");
+}
+
+TEST_P(StoreContract, CountsAdministratorsThatCanLogIn)
+{
+    const auto count = [this] {
+        return read([](soci::session& sql) { return store::countEnabledAdmins(sql); });
+    };
+    EXPECT_EQ(count(), 0);
+    const store::User admin = addUser(std::nullopt, "admin", store::ERole::Admin);
+    EXPECT_EQ(count(), 1);
+    write([&admin](Transaction& t) { store::setDisabled(t, admin.id, true); });
+    EXPECT_EQ(count(), 0);
+}
+
+class StoredSession
+{
+public:
+    StoredSession(store::Database& database, std::string hash)
+        : database_(database), hash_(std::move(hash))
+    {}
+
+    std::optional<store::Session> find(long long nowMs) const
+    {
+        return database_.readNow(
+            [this, nowMs](soci::session& sql) { return store::findSession(sql, hash_, nowMs); });
+    }
+
+private:
+    store::Database& database_;
+    std::string hash_;
+};
+
+TEST_P(StoreContract, FindsASessionUntilItExpires)
+{
+    const store::User user = addUser(addFarm("Hill Farm"), "olga");
+    write([&user](Transaction& t) { store::addSession(t, "abc", user.id, now, now + 100); });
+    const StoredSession session(*database, "abc");
+    ASSERT_TRUE(session.find(now + 99));
+    EXPECT_EQ(session.find(now)->user.name, "olga");
+    EXPECT_EQ(session.find(now)->user.farmId(), user.farmId());
+    EXPECT_EQ(session.find(now)->expiresMs, now + 100);
+    EXPECT_FALSE(session.find(now + 100));
+    EXPECT_FALSE(StoredSession(*database, "other").find(now));
+}
+
+TEST_P(StoreContract, EndsSessionsOneByOneOrAUsersAll)
+{
+    const store::User user = addUser(addFarm("Hill Farm"), "olga");
+    const store::User other = addUser(std::nullopt, "admin", store::ERole::Admin);
+    write([&](Transaction& t) {
+        store::addSession(t, "one", user.id, now, now + 100);
+        store::addSession(t, "two", user.id, now, now + 100);
+        store::addSession(t, "three", user.id, now, now + 100);
+        store::addSession(t, "others", other.id, now, now + 100);
+        store::removeSession(t, "one");
+    });
+    EXPECT_FALSE(StoredSession(*database, "one").find(now));
+    EXPECT_TRUE(StoredSession(*database, "two").find(now));
+    write([&user](Transaction& t) { store::removeSessionsOf(t, user.id); });
+    EXPECT_FALSE(StoredSession(*database, "two").find(now));
+    EXPECT_TRUE(StoredSession(*database, "others").find(now));
+}
+
+TEST_P(StoreContract, FindsNoSessionOfADisabledUser)
+{
+    const store::User user = addUser(addFarm("Hill Farm"), "olga");
+    write([&user](Transaction& t) {
+        store::addSession(t, "abc", user.id, now, now + 100);
+        store::setDisabled(t, user.id, true);
+    });
+    EXPECT_FALSE(StoredSession(*database, "abc").find(now));
+}
+
+} // namespace
+} // namespace kelvo::test

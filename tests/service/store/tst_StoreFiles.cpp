@@ -1,0 +1,212 @@
+// Inboxes, files and the bin; reports of consoles.
+#include "service/store/Errors.h"
+#include "service/store/Files.h"
+#include "service/store/Inboxes.h"
+#include "service/store/Reports.h"
+#include "tests/service/store/StoreContract.h"
+
+#include <gmock/gmock.h>
+
+#include <soci/soci.h>
+
+namespace kelvo::test {
+namespace {
+
+using store::Transaction;
+
+/** A farm with an operator's inbox. */
+struct Place
+{
+    store::User user;
+    store::Inbox inbox;
+};
+
+Place makePlace(store::Database& database, const store::User& user)
+{
+    return {user, database
+                      .writeNow([&user](Transaction& t) {
+                          return store::ensureInbox(t, user, 1, 1700000000000);
+                      })
+                      .inbox};
+}
+
+store::File addTo(store::Database& database, const Place& place, const std::string& name,
+                  const std::string& sha256)
+{
+    return database.writeNow([&](Transaction& t) {
+        return store::addFile(t, place.user.farmId(),
+                              {0, place.inbox.id, name, 5, sha256, 1700000000000});
+    });
+}
+
+std::vector<std::string> names(const std::vector<store::File>& files)
+{
+    std::vector<std::string> all;
+    for (const store::File& file : files) {
+        all.push_back(file.name);
+    }
+    return all;
+}
+
+TEST_P(StoreContract, MakesAnInboxOnce)
+{
+    const store::User user = addUser(addFarm("Hill Farm"), "olga");
+    const auto ensure = [&user](Transaction& t) { return store::ensureInbox(t, user, 2, now); };
+    const store::AddedInbox first = write(ensure);
+    const store::AddedInbox second = write(ensure);
+    EXPECT_TRUE(first.isNew);
+    EXPECT_FALSE(second.isNew);
+    EXPECT_EQ(first.inbox.id, second.inbox.id);
+    EXPECT_EQ(first.inbox.id, 8); // after the seven projects, in the same space of ids
+    EXPECT_EQ(first.inbox.ownerName, "olga");
+    EXPECT_EQ(first.inbox.project, 2);
+}
+
+TEST_P(StoreContract, KeepsFarmsApart)
+{
+    const Place here = makePlace(*database, addUser(addFarm("Hill Farm"), "olga"));
+    const Place there = makePlace(*database, addUser(addFarm("Dale Farm"), "oscar"));
+    ASSERT_EQ(here.inbox.id, there.inbox.id);
+    addTo(*database, here, "here.zip", "aa");
+    addTo(*database, there, "there.zip", "bb");
+    const auto files =
+        read([&here](soci::session& sql) { return store::filesOf(sql, here.user.farmId()); });
+    EXPECT_THAT(names(files), testing::ElementsAre("here.zip"));
+}
+
+TEST_P(StoreContract, ListsFilesOfAnInboxAndOfAnOwner)
+{
+    const store::Farm farm = addFarm("Hill Farm");
+    const Place olga = makePlace(*database, addUser(farm, "olga"));
+    const Place oscar = makePlace(*database, addUser(farm, "oscar"));
+    addTo(*database, olga, "a", "aa");
+    addTo(*database, oscar, "b", "bb");
+    addTo(*database, olga, "a", "cc"); // the same name again is another file
+    EXPECT_THAT(names(read([&](soci::session& sql) {
+                    return store::filesOf(sql, farm.id, olga.inbox.id);
+                })),
+                testing::ElementsAre("a", "a"));
+    EXPECT_THAT(names(read([&](soci::session& sql) {
+                    return store::filesOfOwner(sql, farm.id, oscar.user.id);
+                })),
+                testing::ElementsAre("b"));
+    EXPECT_THAT(names(read([&](soci::session& sql) { return store::filesOf(sql, farm.id); })),
+                testing::ElementsAre("a", "b", "a"));
+}
+
+TEST_P(StoreContract, BringsAFileBackFromTheBinUnderItsId)
+{
+    const Place place = makePlace(*database, addUser(addFarm("Hill Farm"), "olga"));
+    const store::Id farm = place.user.farmId();
+    const store::File file = addTo(*database, place, "a", "aa");
+    write([&](Transaction& t) { store::moveToBin(t, farm, file.id, "oscar", now); });
+    EXPECT_FALSE(read([&](soci::session& sql) { return store::fileById(sql, farm, file.id); }));
+    const auto bin = read([&](soci::session& sql) { return store::binOf(sql, farm); });
+    ASSERT_EQ(bin.size(), 1U);
+    EXPECT_EQ(bin.front().file.id, file.id);
+    EXPECT_EQ(bin.front().deletedBy, "oscar");
+    EXPECT_EQ(bin.front().deletedMs, now);
+
+    const auto restore = [&](Transaction& t) { return store::restoreFromBin(t, farm, file.id); };
+    const auto restored = write(restore);
+    ASSERT_TRUE(restored);
+    EXPECT_EQ(restored->id, file.id);
+    EXPECT_FALSE(write(restore)) << "it is not in the bin any more";
+    EXPECT_TRUE(read([&](soci::session& sql) { return store::fileById(sql, farm, file.id); }));
+}
+
+TEST_P(StoreContract, NeverUsesAnIdTwice)
+{
+    const Place place = makePlace(*database, addUser(addFarm("Hill Farm"), "olga"));
+    const store::Id farm = place.user.farmId();
+    const store::File file = addTo(*database, place, "a", "aa");
+    write([&](Transaction& t) {
+        store::moveToBin(t, farm, file.id, "olga", now);
+        store::emptyBin(t, now + 1);
+    });
+    reopen();
+    EXPECT_EQ(addTo(*database, place, "b", "bb").id, file.id + 1);
+}
+
+TEST_P(StoreContract, StopsBeforeAnIdThatConsolesCannotHold)
+{
+    const Place place = makePlace(*database, addUser(addFarm("Hill Farm"), "olga"));
+    const store::Id largest = store::largestId - 1;
+    write([&largest](Transaction& t) {
+        t.sql << "UPDATE farms SET last_resource = :largest", soci::use(largest);
+    });
+    EXPECT_EQ(addTo(*database, place, "last", "aa").id, store::largestId);
+    EXPECT_THROW(addTo(*database, place, "too many", "aa"), store::OutOfIds);
+}
+
+TEST_P(StoreContract, KnowsWhetherAContentIsUsed)
+{
+    const Place place = makePlace(*database, addUser(addFarm("Hill Farm"), "olga"));
+    const store::Id farm = place.user.farmId();
+    const auto isUsed = [this](const std::string& sha256) {
+        return read([&sha256](soci::session& sql) { return store::contentIsUsed(sql, sha256); });
+    };
+    const store::File file = addTo(*database, place, "a", "aa");
+    EXPECT_TRUE(isUsed("aa"));
+    EXPECT_FALSE(isUsed("bb"));
+    write([&](Transaction& t) { store::moveToBin(t, farm, file.id, "olga", now); });
+    EXPECT_TRUE(isUsed("aa")) << "the bin needs it";
+    write([](Transaction& t) { store::emptyBin(t, now); });
+    EXPECT_TRUE(isUsed("aa")) << "not before its time";
+    write([](Transaction& t) { store::emptyBin(t, now + 1); });
+    EXPECT_FALSE(isUsed("aa"));
+}
+
+TEST_P(StoreContract, TakesAnyNameAsItIs)
+{
+    const std::string name = "o'Hara \"x\"; DROP TABLE files; -- \xC3\xA9 :colon ?";
+    const Place place = makePlace(*database, addUser(addFarm("Hill Farm"), "olga"));
+    addTo(*database, place, name, "aa");
+    const store::Id farm = place.user.farmId();
+    EXPECT_TRUE(read(
+        [&](soci::session& sql) { return store::nameIsInInbox(sql, farm, place.inbox.id, name); }));
+    EXPECT_THAT(names(read([&](soci::session& sql) { return store::filesOf(sql, farm); })),
+                testing::ElementsAre(name));
+}
+
+TEST_P(StoreContract, KeepsPositionsInTheOrderOfReceiptAndTheNewestForEver)
+{
+    const store::User user = addUser(addFarm("Hill Farm"), "olga");
+    write([&user](Transaction& t) {
+        store::addPosition(t, user.id, {500, 51.5, -0.1, "", now});
+        store::addPosition(t, user.id, {400, 52.25, 7.125, "00:11", now + 1});
+    });
+    const auto positions =
+        read([&user](soci::session& sql) { return store::positionsOf(sql, user.id); });
+    ASSERT_EQ(positions.size(), 2U);
+    EXPECT_EQ(positions[0].timeS, 500);
+    EXPECT_EQ(positions[1].timeS, 400);
+    EXPECT_EQ(positions[1].latitudeDeg, 52.25);
+    EXPECT_EQ(positions[1].longitudeDeg, 7.125);
+    EXPECT_EQ(positions[1].hardwareAddress, "00:11");
+    write([](Transaction& t) { store::prunePositions(t, now + 1000); });
+    EXPECT_EQ(read([&user](soci::session& sql) { return store::positionsOf(sql, user.id); }).size(),
+              1U);
+}
+
+TEST_P(StoreContract, ReplacesFormerReports)
+{
+    const store::User user = addUser(addFarm("Hill Farm"), "olga");
+    write([&user](Transaction& t) {
+        for (const char* document : {"{\"n\":1}", "{\"n\":2}"}) {
+            store::setEnvironment(t, user.id, document, now);
+            store::setDevice(t, user.id, "", document, now);
+            store::setDevice(t, user.id, "00:11", document, now);
+        }
+    });
+    const auto kept = read([](soci::session& sql) {
+        std::vector<std::string> documents(10);
+        sql << "SELECT document FROM environments UNION ALL SELECT document FROM devices",
+            soci::into(documents);
+        return documents;
+    });
+    EXPECT_THAT(kept, testing::ElementsAre("{\"n\":2}", "{\"n\":2}", "{\"n\":2}"));
+}
+
+} // namespace
+} // namespace kelvo::test

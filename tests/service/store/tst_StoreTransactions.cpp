@@ -1,0 +1,180 @@
+// Transactions: all or nothing, durable, in order, many at a time.
+#include "service/store/Errors.h"
+#include "service/store/Events.h"
+#include "tests/service/store/StoreContract.h"
+#include "tests/service/support/RunAwaitable.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <future>
+#include <latch>
+#include <thread>
+
+namespace kelvo::test {
+namespace {
+
+using store::Transaction;
+
+std::vector<std::string> farmNames(store::Database& database)
+{
+    return database.readNow([](soci::session& sql) {
+        std::vector<std::string> names;
+        for (const store::Farm& farm : store::allFarms(sql)) {
+            names.push_back(farm.name);
+        }
+        return names;
+    });
+}
+
+TEST_P(StoreContract, KeepsWhatWasWrittenOverARestart)
+{
+    addFarm("Hill Farm");
+    reopen();
+    EXPECT_THAT(farmNames(*database), testing::ElementsAre("Hill Farm"));
+}
+
+TEST_P(StoreContract, LeavesNoTraceOfAChangeThatThrows)
+{
+    EXPECT_THROW(write([](Transaction& t) {
+                     store::addFarm(t, "Lost Farm");
+                     throw std::logic_error("changed my mind");
+                 }),
+                 std::logic_error);
+    EXPECT_TRUE(farmNames(*database).empty());
+    EXPECT_EQ(addFarm("Hill Farm").id, 1);
+}
+
+TEST_P(StoreContract, HarmsNoOtherChangeOfTheSameBatch)
+{
+    // A first change holds the writer until the others are queued, so that they share a commit.
+    std::promise<void> holdWriter;
+    std::latch writerIsHeld(1);
+    std::thread holder([&] {
+        database->writeNow([&](Transaction&) {
+            writerIsHeld.count_down();
+            holdWriter.get_future().wait();
+        });
+    });
+    writerIsHeld.wait();
+
+    Loop loop;
+    std::vector<std::string> outcomes(3, "nothing");
+    const auto change = [this, &outcomes](std::size_t index, std::string name,
+                                          bool fails) -> Async<void> {
+        auto work = [&name, fails](Transaction& t) {
+            store::addFarm(t, name);
+            if (fails) {
+                throw std::logic_error("no");
+            }
+        };
+        try {
+            co_await database->write(work);
+            outcomes[index] = "done";
+        } catch (const std::logic_error&) {
+            outcomes[index] = "refused";
+        }
+    };
+    loop.start(change(0, "One", false));
+    loop.start(change(1, "Two", true));
+    loop.start(change(2, "Three", false));
+    loop.io().poll();
+    holdWriter.set_value();
+    holder.join();
+    loop.runUntil(
+        [&outcomes] { return testing::Value(outcomes, testing::Each(testing::Ne("nothing"))); });
+    EXPECT_THAT(outcomes, testing::ElementsAre("done", "refused", "done"));
+    EXPECT_THAT(farmNames(*database), testing::ElementsAre("One", "Three"));
+}
+
+TEST_P(StoreContract, LosesNothingWhenManyReadAndWriteAtOnce)
+{
+    constexpr int threads = 4;
+    constexpr int changes = 50;
+    const store::Farm farm = addFarm("Hill Farm");
+    std::vector<std::thread> all;
+    std::atomic<int> failures = 0;
+    for (int i = 0; i < threads; ++i) {
+        all.emplace_back([this, &farm, &failures] {
+            for (int k = 0; k < changes; ++k) {
+                try {
+                    farmNames(*database);
+                    write([&farm](Transaction& t) { store::nextResourceId(t, farm.id); });
+                } catch (const std::exception&) {
+                    ++failures;
+                }
+            }
+        });
+    }
+    for (std::thread& thread : all) {
+        thread.join();
+    }
+    EXPECT_EQ(failures, 0);
+    const store::Id next =
+        write([&farm](Transaction& t) { return store::nextResourceId(t, farm.id); });
+    EXPECT_EQ(next, static_cast<store::Id>(store::projectNames.size()) + threads * changes + 1);
+}
+
+TEST_P(StoreContract, TellsOfEventsOnlyOnceTheyAreCommitted)
+{
+    const store::Farm farm = addFarm("Hill Farm");
+    std::vector<store::Id> heard;
+    std::vector<store::Id> readable;
+    database->onCommit([&](const std::vector<store::Event>& events) {
+        for (const store::Event& event : events) {
+            heard.push_back(event.id);
+        }
+        for (const store::Event& event : read([&farm](soci::session& sql) {
+                 return store::eventsAfter(sql, farm.id, 0, 100);
+             })) {
+            readable.push_back(event.id);
+        }
+    });
+    const auto add = [&farm](Transaction& t) {
+        store::addEvent(t, {farm.id, 0, "thing", 0, "{}", "", now});
+    };
+    write([&add](Transaction& t) {
+        add(t);
+        add(t);
+    });
+    EXPECT_THROW(write([&add](Transaction& t) {
+                     add(t);
+                     throw std::logic_error("no");
+                 }),
+                 std::logic_error);
+    EXPECT_THAT(heard, testing::ElementsAre(1, 2));
+    EXPECT_THAT(readable, testing::ElementsAre(1, 2));
+}
+
+TEST_P(StoreContract, ReadsOneStateWhateverIsCommittedMeanwhile)
+{
+    addFarm("Hill Farm");
+    std::promise<void> readOnce;
+    std::promise<void> writerQueued;
+    std::size_t before = 0;
+    std::size_t after = 0;
+    std::thread reader([&] {
+        read([&](soci::session& sql) {
+            before = store::allFarms(sql).size();
+            readOnce.set_value();
+            writerQueued.get_future().wait();
+            after = store::allFarms(sql).size();
+            return 0;
+        });
+    });
+    readOnce.get_future().wait();
+    std::thread writer([&] {
+        write([&writerQueued](Transaction& t) {
+            store::addFarm(t, "Dale Farm");
+            writerQueued.set_value();
+        });
+    });
+    reader.join();
+    writer.join();
+    EXPECT_EQ(before, 1U);
+    EXPECT_EQ(after, 1U);
+    EXPECT_EQ(farmNames(*database).size(), 2U);
+}
+
+} // namespace
+} // namespace kelvo::test

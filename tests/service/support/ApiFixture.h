@@ -1,0 +1,57 @@
+// The API's parts put together on a folder of their own, without a listener.
+#pragma once
+
+#include "service/api/Context.h"
+#include "service/store/Farms.h"
+#include "service/store/Files.h"
+#include "service/store/Inboxes.h"
+#include "service/store/Users.h"
+#include "tests/service/support/ManualClock.h"
+#include "tests/service/support/RunAwaitable.h"
+#include "tests/service/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace kelvo::test {
+
+/** A farm with an operator who has an inbox in the project "To Console". */
+class ApiFixture : public testing::Test
+{
+protected:
+    ApiFixture()
+    {
+        database.writeNow([this](store::Transaction& t) {
+            const store::Farm farm = store::addFarm(t, "Hill Farm");
+            user = store::addUser(t, {farm, "olga", store::ERole::Operator, "hash", 0});
+            inbox = store::ensureInbox(t, user, 1, clock.nowMs()).inbox;
+        });
+    }
+
+    std::vector<store::File> files()
+    {
+        return database.readNow(
+            [this](soci::session& sql) { return store::filesOf(sql, user.farmId()); });
+    }
+
+    TemporaryFolder folder;
+    ManualClock clock;
+    Loop loop;
+    store::Database database{store::makeSqlite((folder.path() / "store.sqlite").string())};
+    content::ContentStore contents{folder.path()};
+    content::DigestCache digests;
+    content::DigestLocks digestLocks;
+    content::ActiveUploads activeUploads;
+    events::EventHub hub;
+    accounts::Accounts accounts{
+        database, clock, {accounts::EPasswordCost::Minimal, 5, std::chrono::hours(1)}};
+    WorkPool filePool{2};
+    api::Context context{database, contents, digests, digestLocks, activeUploads,
+                         hub,      accounts, clock,   filePool,    {}};
+    store::User user;
+    store::Inbox inbox;
+};
+
+} // namespace kelvo::test
