@@ -84,9 +84,10 @@ void TKelvoThreadObject::KelvoLoginSuccessful()
     }
 }
 
+// A report that was queued before the SDK was released is void.
 void TKelvoThreadObject::KelvoNotLoggedIn()
 {
-    if (KelvoInterface->IsKelvoLoggedIn()) {
+    if (m_connection != nullptr && KelvoInterface->IsKelvoLoggedIn()) {
         Q_EMIT KelvoLoggedOut();
     }
 }

@@ -140,7 +140,7 @@ int RunHeadless(const TConsoleSettings& settings)
     if (!plugin.Load(settings.pluginPath, errorText) || !plugin.Start(context, errorText)) {
         return Complain(errorText, eExitPlugin);
     }
-    if (!WaitForWorker(*plugin.Hub(), workerTimeoutMs)) {
+    if (!WaitForWorker(coordinator, workerTimeoutMs)) {
         return Complain(QStringLiteral("The plug-in does not take requests; is the service's "
                                        "address usable?"),
                         eExitPlugin);

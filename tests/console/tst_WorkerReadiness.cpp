@@ -1,47 +1,73 @@
 // When the worker listens to the hub.
 #include "console/headless/WorkerReadiness.h"
-#include "core/TKelvoInterface.h"
+#include "hostimpl/TFedGPSCoordinator.h"
 #include "support/TestMain.h"
+
+#include "host/TThreadedObject.h"
+
+namespace {
+
+// Connects to the coordinator as it starts, as a plug-in's worker does.
+class TListener : public TThreadedObject
+{
+public:
+    explicit TListener(const TGPSCoordinator& coordinator)
+        : TThreadedObject(QStringLiteral("listener")), m_coordinator(coordinator)
+    {}
+    bool HasConnected() const { return m_hasConnected; }
+
+protected:
+    void Initialize() override
+    {
+        connect(&m_coordinator, &TGPSCoordinator::GPSLost, this, [](bool) {});
+        m_hasConnected = true;
+    }
+
+private:
+    const TGPSCoordinator& m_coordinator;
+    std::atomic<bool> m_hasConnected{false};
+};
+
+} // namespace
 
 class TWorkerReadinessTest : public kelvo::test::TTestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void seesAWorkerThatListensToAllRequests()
-    {
-        TKelvoInterface hub;
-        QVERIFY(!console::IsWorkerListening(hub));
-        ConnectAllButDelete(hub);
-        QVERIFY(!console::IsWorkerListening(hub));
-        connect(&hub, &TKelvoInterface::KelvoDeleteFilesRequested, this, [] {});
-        QVERIFY(console::IsWorkerListening(hub));
-        QVERIFY(console::WaitForWorker(hub, 0));
-    }
-
     void waitsForAWorker()
     {
-        TKelvoInterface hub;
-        ConnectAllButDelete(hub);
-        QMetaObject::invokeMethod(
-            this, [&] { connect(&hub, &TKelvoInterface::KelvoDeleteFilesRequested, this, [] {}); },
-            Qt::QueuedConnection);
-        QVERIFY(console::WaitForWorker(hub, 60000));
+        hostimpl::TFedGPSCoordinator coordinator;
+        TListener listener(coordinator);
+        listener.start(QThread::NormalPriority);
+        QVERIFY(console::WaitForWorker(coordinator, 60000));
+        QVERIFY(listener.HasConnected());
+        QVERIFY(console::WaitForWorker(coordinator, 0));
+        listener.Stop();
+        listener.wait();
+    }
+
+    void takesAListenerOnItsOwnThreadForNoWorker()
+    {
+        hostimpl::TFedGPSCoordinator coordinator;
+        connect(&coordinator, &TGPSCoordinator::GPSLost, this, [](bool) {});
+        QVERIFY(!console::WaitForWorker(coordinator, 1));
+    }
+
+    void survivesAWorkerThatEndsBeforeItsLoopRan()
+    {
+        hostimpl::TFedGPSCoordinator coordinator;
+        TListener listener(coordinator);
+        listener.Stop();
+        listener.start(QThread::NormalPriority);
+        listener.wait();
+        QVERIFY(listener.HasConnected());
     }
 
     void givesUp()
     {
-        TKelvoInterface hub;
-        QVERIFY(!console::WaitForWorker(hub, 1));
-    }
-
-private:
-    void ConnectAllButDelete(TKelvoInterface& hub)
-    {
-        connect(&hub, &TKelvoInterface::KelvoLoginRequested, this, [] {});
-        connect(&hub, &TKelvoInterface::KelvoLogoutRequested, this, [] {});
-        connect(&hub, &TKelvoInterface::KelvoUploadRequested, this, [] {});
-        connect(&hub, &TKelvoInterface::KelvoDownloadRequested, this, [] {});
+        hostimpl::TFedGPSCoordinator coordinator;
+        QVERIFY(!console::WaitForWorker(coordinator, 1));
     }
 };
 

@@ -3,7 +3,6 @@
 
 #include "support/TTempDataFolder.h"
 #include "tests/fakes/FakeKesdk.h"
-#include "tests/fakes/Receivers.h"
 #include "tests/plugin/TWindowManagerRecorder.h"
 
 #include "hostimpl/TConfigStore.h"
@@ -40,11 +39,9 @@ public:
     // heard by nobody.
     bool InitialiseAndWait()
     {
+        const int before = gps.ReadyListeners();
         Initialise();
-        return WaitUntil([] {
-            return fakes::Receivers::Of(KelvoInterface, "KelvoDeleteFilesRequested(int,QStringList,"
-                                                        "KelvoFileInfoList)") > 0;
-        });
+        return WaitUntil([this, before] { return gps.ReadyListeners() > before; });
     }
     // Runs the event loop meanwhile. False when the hang guard of 30 s has passed.
     template <typename TCondition>

@@ -1,7 +1,6 @@
 // The real libkelvo.so, loaded as the host loads it, with a service that nobody can reach.
 #include "support/GuiTestMain.h"
 #include "support/TTempDataFolder.h"
-#include "tests/fakes/Receivers.h"
 #include "tests/plugin/TWindowManagerRecorder.h"
 
 #include "core/TKelvoInterface.h"
@@ -86,13 +85,10 @@ void tst_PluginLibrary::Initialise()
 // A request that comes before the worker listens to the hub is heard by nobody.
 bool tst_PluginLibrary::InitialiseAndWait()
 {
+    const int before = m_gps.ReadyListeners();
     Initialise();
-    return QTest::qWaitFor(
-        [this] {
-            return fakes::Receivers::Of(m_getInterface(), "KelvoDeleteFilesRequested(int,"
-                                                          "QStringList,KelvoFileInfoList)") > 0;
-        },
-        HANG_GUARD_MS);
+    return QTest::qWaitFor([this, before] { return m_gps.ReadyListeners() > before; },
+                           HANG_GUARD_MS);
 }
 
 void tst_PluginLibrary::resolvesEveryExportedName_data()

@@ -3,12 +3,16 @@
 
 #include "host/TGPSCoordinator.h"
 
+#include <atomic>
+
 namespace hostimpl {
 
 // Feed(), Lose() and AnnounceFix() may be called from any thread, also from a slot that is directly
 // connected to GPSLost. The signal comes in the order in which the fix changed, whoever changed it.
 class CONSOLEHOST_EXPORT TFedGPSCoordinator : public TGPSCoordinator
 {
+    Q_OBJECT
+
 public:
     explicit TFedGPSCoordinator(QObject* parent = nullptr);
     ~TFedGPSCoordinator() override;
@@ -22,10 +26,25 @@ public:
     void AnnounceFix();
     bool HasFix() const;
 
+    // How many listeners on threads of their own have come up so far: they have connected GPSLost,
+    // and their event loop runs. A component connects it as it starts, so this tells when the
+    // component has made all its connections. From any thread.
+    int ReadyListeners() const { return m_readyListeners; }
+
+Q_SIGNALS:
+    // Emitted on the listener's thread, each time that ReadyListeners() grows.
+    void ListenerReady();
+
+protected:
+    void connectNotify(const QMetaMethod& signal) override;
+
 private:
+    void NoteReadyListener();
+
     // Held while the signal is emitted: two sources' signals cannot overtake each other.
     mutable QRecursiveMutex m_stateMutex; // guards m_hasFix
     bool m_hasFix = false;
+    std::atomic<int> m_readyListeners{0};
 };
 
 } // namespace hostimpl
