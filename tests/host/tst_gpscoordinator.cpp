@@ -154,27 +154,35 @@ void tst_GPSCoordinator::signalsComeInTheOrderOfChanges()
     TFedGPSCoordinator coordinator;
     std::atomic<bool> isLost{true};
     std::atomic<int> repeats{0};
+    std::atomic<int> running{0};
+    std::atomic<int> overlaps{0};
     connect(
         &coordinator, &TGPSCoordinator::GPSLost, &coordinator,
         [&](bool isLostNow) {
             if (isLost.exchange(isLostNow) == isLostNow && isLostNow) {
                 ++repeats;
             }
+            overlaps += running++ == 0 ? 0 : 1;
+            QThread::yieldCurrentThread();
+            --running;
         },
         Qt::DirectConnection);
+    std::atomic<bool> isDone{false};
     const std::unique_ptr<QThread> source(QThread::create([&] {
         for (int round = 0; round < rounds; ++round) {
             coordinator.Feed({1.0, 1.0, 1.0});
             coordinator.Lose();
         }
+        isDone = true;
     }));
     source->start();
-    for (int round = 0; round < rounds; ++round) {
+    while (!isDone) {
         coordinator.AnnounceFix();
     }
     QVERIFY(source->wait());
     QVERIFY(isLost);
     QCOMPARE(repeats.load(), 0);
+    QCOMPARE(overlaps.load(), 0);
 }
 
 KELVO_TEST_MAIN(tst_GPSCoordinator)

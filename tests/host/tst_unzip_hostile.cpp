@@ -131,6 +131,10 @@ void tst_UnzipHostile::refusesArchive_data()
     tooSmall.unpackedBytes = 4000;
     row("smaller than it says", TZipBuilder().Add(tooSmall).Build(), "a.txt");
 
+    TZipEntry huge = Deflated("a.txt", QByteArray(3000, 'a'));
+    huge.unpackedBytes = 0xfffffff0;
+    row("says that it is huge", TZipBuilder().Add(huge).Build(), "is larger than 10 MB");
+
     QByteArray flipped = TZipBuilder().Add(Deflated("a.txt", QByteArray(3000, 'a'))).Build();
     flipped[40] = static_cast<char>(~flipped[40]);
     row("changed content", flipped, "a.txt");
@@ -226,8 +230,8 @@ void tst_UnzipHostile::refusesWhatExpandsTooMuch()
         QVERIFY(fixture.SetArchive(TZipBuilder().Add(entry)));
         const TFolderImage before = fixture.Everything();
         QVERIFY(!fixture.Unzip());
-        QVERIFY(fixture.ErrorText().contains(QStringLiteral("refused")) ||
-                fixture.ErrorText().contains(QStringLiteral("damaged")));
+        QVERIFY2(fixture.ErrorText().contains(QStringLiteral("refused")),
+                 qPrintable(fixture.ErrorText()));
         QVERIFY(fixture.Everything() == before);
     }
     TUnzipFixture fixture;
