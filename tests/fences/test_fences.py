@@ -133,7 +133,7 @@ class HeadersAlone(TreeCase):
 
 
 class LibraryFence(TreeCase):
-    def library(self, source, *options):
+    def built_library(self, source, *options):
         path = os.path.join(self.tree, "lib.so")
         code = self.write("lib.cpp", source)
         subprocess.run(["c++", "-shared", "-fPIC", "-fvisibility=hidden", "-o", path, code,
@@ -145,35 +145,35 @@ class LibraryFence(TreeCase):
         both = 'extern "C" {{ {0} void f() {{}} {0} void g() {{}} {1} }}'
         export = '__attribute__((visibility("default")))'
         map_file = os.path.join(self.tree, "lib.map")
-        whole = self.library(both.format(export, ""))
+        whole = self.built_library(both.format(export, ""))
         self.assertEqual(library_fence.exports(whole, map_file), [])
-        more = self.library(both.format(export, f"{export} int h = 1;"))
+        more = self.built_library(both.format(export, f"{export} int h = 1;"))
         self.assertEqual(library_fence.exports(more, map_file), ["exported and not listed: h"])
-        fewer = self.library(both.format("", ""))
+        fewer = self.built_library(both.format("", ""))
         self.assertEqual(library_fence.exports(fewer, map_file),
                          ["not exported: f", "not exported: g"])
 
     def test_needed(self):
-        library = self.library("#include <cmath>\ndouble f(double x) { return std::tgamma(x); }",
+        library = self.built_library("#include <cmath>\ndouble f(double x) { return std::tgamma(x); }",
                                "-Wl,--no-as-needed", "-lm")
         self.assertIn("needs libm.so.6", library_fence.needed(library, "libc.", "libstdc++"))
         self.assertEqual(library_fence.needed(library, "lib", "ld-linux"), [])
 
     def test_closed(self):
-        library = self.library("void g();\n__attribute__((visibility(\"default\"))) "
+        library = self.built_library("void g();\n__attribute__((visibility(\"default\"))) "
                                "void f() { g(); }", "-Wl,-z,undefs")
         self.assertTrue(any("_Z1gv" in line for line in library_fence.closed(library)))
-        library = self.library("#include <cstdlib>\nvoid f() { std::abort(); }")
+        library = self.built_library("#include <cstdlib>\nvoid f() { std::abort(); }")
         self.assertEqual(library_fence.closed(library), [])
 
     def test_constructors(self):
-        library = self.library("#include <string>\nstd::string text(100, 'x');\n")
+        library = self.built_library("#include <string>\nstd::string text(100, 'x');\n")
         self.assertEqual(library_fence.constructors(library, "other.cpp"),
                          ["code runs at load for lib.cpp"])
         self.assertEqual(library_fence.constructors(library, "lib.cpp"), [])
 
     def test_apart(self):
-        library = self.library('__attribute__((visibility("default"))) void g() {}')
+        library = self.built_library('__attribute__((visibility("default"))) void g() {}')
         for body, offences in (("g();", ["uses _Z1gv"]), ("", [])):
             code = self.write("user.cpp", "void g(); void h(); void f() { %s h(); }" % body)
             archive = os.path.join(self.tree, "user.a")
