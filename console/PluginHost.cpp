@@ -1,6 +1,8 @@
 // Loads the plug-in, starts it and stops it.
 #include "console/PluginHost.h"
 
+#include <QtCore/QFileInfo>
+
 #include <exception>
 
 namespace console {
@@ -12,6 +14,10 @@ TPluginHost::~TPluginHost()
 
 bool TPluginHost::Load(const QString& path, QString& errorText)
 {
+    if (!QFileInfo(path).isFile()) {
+        errorText = QStringLiteral("There is no plug-in %1.").arg(path);
+        return false;
+    }
     m_library.setFileName(path);
     m_library.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::PreventUnloadHint);
     if (!m_library.load()) {
