@@ -38,11 +38,10 @@ leg_e2e() {
     tests check --label-regex '^e2e$'
 }
 
-# The fences look at the libraries as they are shipped, which these are not.
 leg_asan() {
     configure asan
     build asan
-    tests asan --label-exclude '^(slow|fence)$'
+    tests asan --label-exclude '^slow$'
 }
 
 # The distribution's Qt is not instrumented: races in and around it would be missed or imagined.
@@ -51,7 +50,7 @@ leg_tsan() {
     qt=$(scripts/tsan-qt)
     configure tsan -DCMAKE_PREFIX_PATH="$qt"
     build tsan
-    tests tsan --label-exclude '^(slow|fence)$'
+    tests tsan --label-exclude '^slow$'
 }
 
 # run_legs NAME...: all of them, also after one that failed; fails if one did. Ends with each one's
