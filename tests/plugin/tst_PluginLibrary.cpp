@@ -13,7 +13,6 @@
 #include <QtTest/QSignalSpy>
 #include <QtTest/QtTest>
 
-#include <algorithm>
 
 class QWidget;
 class TKelvoDll;
@@ -148,7 +147,7 @@ void tst_PluginLibrary::aLoginFailsWhenTheServiceCannotBeReached()
 
 void tst_PluginLibrary::finaliseDuringALogin()
 {
-    for (int round = 0; round < std::min(ROUNDS, 5); ++round) {
+    for (int round = 0; round < qMin(ROUNDS, 5); ++round) {
         QVERIFY(InitialiseAndWait());
         m_getInterface()->OnLoginToKelvoRequested();
         for (int i = 0; i < round; ++i)
