@@ -11,9 +11,10 @@ namespace hostimpl {
 
 struct TUserLogLimits
 {
-    std::int64_t fileSizeBytes = 1024 * 1024; // a file that would grow beyond it is put aside
-    int files = 4;                            // with the one being written
-    int messageChars = 4096;                  // the rest of a longer message is cut off
+    std::int64_t fileSizeBytes =
+        std::int64_t{1024} * 1024; // a file that would grow beyond it is put aside
+    int files = 4;                 // with the one being written
+    int messageChars = 4096;       // the rest of a longer message is cut off
 };
 
 // One line an entry: UTC time, target, category, level, code, message. What would break a line is

@@ -20,7 +20,8 @@
 
 namespace {
 
-constexpr std::size_t readBlockBytes = 128 * 1024;
+constexpr std::int64_t bytesPerMegabyte = std::int64_t{1024} * 1024;
+constexpr std::size_t readBlockBytes = std::size_t{128} * 1024;
 
 // libarchive converts names to the thread's locale, which on a console may be "C" and then cannot
 // hold them: as long as this lives the thread's names are UTF-8.
@@ -187,7 +188,7 @@ bool TArchiveReader::IsWithinLimits(std::int64_t moreBytes, QString& errorText) 
     }
     errorText = QStringLiteral("The archive is refused: unpacked it is larger than %1 MB, which "
                                "is the most for an archive of its size.")
-                    .arg(allowed / (1024 * 1024));
+                    .arg(allowed / bytesPerMegabyte);
     return false;
 }
 

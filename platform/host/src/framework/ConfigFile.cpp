@@ -24,14 +24,14 @@ namespace {
 
 constexpr int fileVersion = 1;
 constexpr QDataStream::Version streamVersion = QDataStream::Qt_5_15;
-constexpr qint64 largestFileBytes = 16 * 1024 * 1024;
+constexpr qint64 largestFileBytes = Q_INT64_C(16) * 1024 * 1024;
 constexpr int filesPutAside = 9;
 
-constexpr QLatin1String versionKey("version");
-constexpr QLatin1String itemsKey("items");
-constexpr QLatin1String typeKey("type");
-constexpr QLatin1String valueKey("value");
-constexpr QLatin1String streamKey("stream");
+const QLatin1String versionKey("version");
+const QLatin1String itemsKey("items");
+const QLatin1String typeKey("type");
+const QLatin1String valueKey("value");
+const QLatin1String streamKey("stream");
 
 QVariant FromText(const QString& typeName, const QString& text)
 {

@@ -1,8 +1,6 @@
 // Where each of the console's folders is, relative to the data folder.
 #pragma once
 
-#include <QtCore/QLatin1String>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -31,29 +29,26 @@ struct TFolderRow
 {
     EFolder folder;
     EFolderUse use;
-    QLatin1String path;
+    const char* path; // Latin 1
 };
 
 // A row a folder, in the order of EFolder. The temporary folder is directly below the data folder,
 // because its parent has to exist, and its path ends in a separator, because users of it append
 // file names to it.
 constexpr std::array<TFolderRow, 13> folderTable = {{
-    {EFolder::eDownloadToConsole, EFolderUse::eDownload,
-     QLatin1String("from-service/prescriptions")},
-    {EFolder::eDownloadABLines, EFolderUse::eDownload, QLatin1String("from-service/ab-lines")},
-    {EFolder::eDownloadCurves, EFolderUse::eDownload, QLatin1String("from-service/curves")},
-    {EFolder::eDownloadPivots, EFolderUse::eDownload, QLatin1String("from-service/pivots")},
-    {EFolder::eDownloadOptimalLines, EFolderUse::eDownload,
-     QLatin1String("from-service/optimal-lines")},
-    {EFolder::eDownloadProjectLines, EFolderUse::eDownload,
-     QLatin1String("from-service/project-lines")},
-    {EFolder::eUploadFromConsole, EFolderUse::eUpload, QLatin1String("to-service/job-reports")},
-    {EFolder::eUploadABLines, EFolderUse::eUpload, QLatin1String("to-service/ab-lines")},
-    {EFolder::eUploadCurves, EFolderUse::eUpload, QLatin1String("to-service/curves")},
-    {EFolder::eUploadPivots, EFolderUse::eUpload, QLatin1String("to-service/pivots")},
-    {EFolder::eUploadOptimalLines, EFolderUse::eUpload, QLatin1String("to-service/optimal-lines")},
-    {EFolder::eUploadProjectLines, EFolderUse::eUpload, QLatin1String("to-service/project-lines")},
-    {EFolder::eTempDownload, EFolderUse::eTemporary, QLatin1String("incoming/")},
+    {EFolder::eDownloadToConsole, EFolderUse::eDownload, "from-service/prescriptions"},
+    {EFolder::eDownloadABLines, EFolderUse::eDownload, "from-service/ab-lines"},
+    {EFolder::eDownloadCurves, EFolderUse::eDownload, "from-service/curves"},
+    {EFolder::eDownloadPivots, EFolderUse::eDownload, "from-service/pivots"},
+    {EFolder::eDownloadOptimalLines, EFolderUse::eDownload, "from-service/optimal-lines"},
+    {EFolder::eDownloadProjectLines, EFolderUse::eDownload, "from-service/project-lines"},
+    {EFolder::eUploadFromConsole, EFolderUse::eUpload, "to-service/job-reports"},
+    {EFolder::eUploadABLines, EFolderUse::eUpload, "to-service/ab-lines"},
+    {EFolder::eUploadCurves, EFolderUse::eUpload, "to-service/curves"},
+    {EFolder::eUploadPivots, EFolderUse::eUpload, "to-service/pivots"},
+    {EFolder::eUploadOptimalLines, EFolderUse::eUpload, "to-service/optimal-lines"},
+    {EFolder::eUploadProjectLines, EFolderUse::eUpload, "to-service/project-lines"},
+    {EFolder::eTempDownload, EFolderUse::eTemporary, "incoming/"},
 }};
 
 constexpr bool IsInEnumOrder()

@@ -26,7 +26,7 @@ TDataFolder& Setting()
 
 QString Absolute(const hostimpl::TFolderRow& row)
 {
-    return hostimpl::DataFolder() + QLatin1Char('/') + row.path;
+    return hostimpl::DataFolder() + QLatin1Char('/') + QLatin1String(row.path);
 }
 
 // Readable for its owner only from the moment it is there.

@@ -46,7 +46,7 @@ QString TConfigStore::Open(const QString& path)
     m_path = path;
     m_isUnsaved = false;
     m_persisted.clear();
-    const QString problem = Load(path);
+    QString problem = Load(path);
     if (!problem.isEmpty()) {
         qCWarning(lcHost, "%s", qUtf8Printable(problem));
     }

@@ -2,6 +2,13 @@
 // libraries' statics already see them.
 #include "host/TSystemSettings.h"
 
+// A keyword only from C++20 on.
+#ifdef __clang__
+#define CONSTANT_INITIALISED [[clang::require_constant_initialization]]
+#else
+#define CONSTANT_INITIALISED __constinit
+#endif
+
 namespace {
 
 constexpr int suffixLength = 4;
@@ -24,5 +31,5 @@ constexpr QStringDataPtr Shared(const TStaticText& text)
 
 } // namespace
 
-__constinit const QString TSystemSettings::ZIPExtension{Shared(zipSuffix)};
-__constinit const QString TSystemSettings::ZIP2Extension{Shared(zip2Suffix)};
+CONSTANT_INITIALISED const QString TSystemSettings::ZIPExtension{Shared(zipSuffix)};
+CONSTANT_INITIALISED const QString TSystemSettings::ZIP2Extension{Shared(zip2Suffix)};

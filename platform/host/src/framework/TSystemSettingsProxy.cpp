@@ -11,14 +11,16 @@ namespace {
 QString Path(EFolder folder)
 {
     const auto row = static_cast<std::size_t>(folder);
-    return hostimpl::DataFolder() + QLatin1Char('/') + hostimpl::folderTable[row].path;
+    return hostimpl::DataFolder() + QLatin1Char('/') +
+           QLatin1String(hostimpl::folderTable[row].path);
 }
 
 } // namespace
 
 TSystemSettingsProxy::TSystemSettingsProxy() = default;
 
-TSystemSettingsProxy::~TSystemSettingsProxy() = default;
+// Not defaulted: the contract has it as a function of its own.
+TSystemSettingsProxy::~TSystemSettingsProxy() {}
 
 QString TSystemSettingsProxy::GetKelvoDownloadToConsoleFolderPath() const
 {

@@ -14,7 +14,7 @@ TSurfaceRegister::~TSurfaceRegister()
 {
     while (!m_applications.isEmpty()) {
         const OrvaleID last = m_applications.last().id;
-        RemoveWindowSurfaces(last);
+        TSurfaceRegister::RemoveWindowSurfaces(last);
     }
 }
 
