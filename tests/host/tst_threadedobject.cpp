@@ -1,72 +1,15 @@
 // TThreadedObject: what runs where and in which order, whenever it is stopped.
-#include "host/TThreadedObject.h"
+#include "host/TThreadRecorder.h"
 
 #include "support/TestMain.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QEventLoop>
 #include <QtCore/QPointer>
-#include <QtCore/QSemaphore>
-#include <QtCore/QTimer>
-#include <QtTest/QSignalSpy>
 
 #include <atomic>
 #include <memory>
 
-namespace {
-
-// Notes what happens to it. The notes are read after wait().
-class TRecorder : public TThreadedObject
-{
-    Q_OBJECT
-
-public:
-    TRecorder() : TThreadedObject(QStringLiteral("Recorder")) {}
-
-    QStringList steps;
-    QThread* initializeThread = nullptr;
-    QThread* finalizeThread = nullptr;
-    QString threadName;
-    bool wasInterruptedInFinalize = false;
-    bool wasInitialisedInInitialize = true;
-    bool wasInitialisedInFinalize = true;
-    QSemaphore isInitialized;
-    std::function<void()> inInitialize = [] {};
-    std::function<void()> inFinalize = [] {};
-
-public Q_SLOTS:
-    void Work()
-    {
-        steps.append(QStringLiteral("work"));
-        wasOnOwnThread = wasOnOwnThread && QThread::currentThread() == initializeThread;
-    }
-
-public:
-    bool wasOnOwnThread = true;
-
-protected:
-    void Initialize() override
-    {
-        steps.append(QStringLiteral("initialize"));
-        initializeThread = QThread::currentThread();
-        threadName = initializeThread->objectName();
-        wasInitialisedInInitialize = IsInitialised();
-        inInitialize();
-        isInitialized.release();
-    }
-    void Finalize() override
-    {
-        steps.append(QStringLiteral("finalize"));
-        finalizeThread = QThread::currentThread();
-        wasInterruptedInFinalize = finalizeThread->isInterruptionRequested();
-        wasInitialisedInFinalize = IsInitialised();
-        inFinalize();
-    }
-};
-
-const QStringList wholeLife = {QStringLiteral("initialize"), QStringLiteral("finalize")};
-
-} // namespace
+using kelvo::test::TThreadRecorder;
+using kelvo::test::wholeLife;
 
 class tst_ThreadedObject : public kelvo::test::TTestCase
 {
@@ -74,7 +17,6 @@ class tst_ThreadedObject : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void runsInitializeAndFinalizeOnItsThread();
-    void runsSlotsOnItsThread();
     void comesBackToItsOwner();
     void isInitialisedBetweenTheTwo();
     void stopRequestsInterruption();
@@ -88,18 +30,11 @@ private Q_SLOTS:
     void mayBeDestroyedWithoutStart();
     void startsOnce();
     void startsFromItsOwnThreadOnly();
-    void dropsQueuedCallsThatAreLeft();
-    void releasesABlockedCaller();
-    void runsDeferredDeletesBeforeItEnds();
-    void deletesItselfOnItsOwnersThread();
-    void takesInObjects();
-    void takesInNothingAfterItsEnd();
-    void runsTimers();
 };
 
 void tst_ThreadedObject::runsInitializeAndFinalizeOnItsThread()
 {
-    TRecorder object;
+    TThreadRecorder object;
     object.start(QThread::LowPriority);
     object.Stop();
     object.wait();
@@ -109,28 +44,9 @@ void tst_ThreadedObject::runsInitializeAndFinalizeOnItsThread()
     QCOMPARE(object.threadName, QStringLiteral("Recorder"));
 }
 
-void tst_ThreadedObject::runsSlotsOnItsThread()
-{
-    TRecorder object;
-    QTimer sender; // any object with a signal
-    connect(&sender, &QObject::objectNameChanged, &object, &TRecorder::Work);
-    sender.setObjectName(QStringLiteral("direct: it has not started"));
-    object.steps.clear();
-    QMetaObject::invokeMethod(&object, &TRecorder::Work, Qt::QueuedConnection);
-    object.start(QThread::InheritPriority);
-    sender.setObjectName(QStringLiteral("queued"));
-    object.isInitialized.acquire();
-    QMetaObject::invokeMethod(&object, &TRecorder::Work, Qt::BlockingQueuedConnection);
-    object.Stop();
-    object.wait();
-    QCOMPARE(object.steps, QStringList({QStringLiteral("initialize"), QStringLiteral("work"),
-                                        QStringLiteral("work"), QStringLiteral("work"),
-                                        QStringLiteral("finalize")}));
-}
-
 void tst_ThreadedObject::comesBackToItsOwner()
 {
-    TRecorder object;
+    TThreadRecorder object;
     object.inInitialize = [&object] { new QObject(&object); };
     object.start(QThread::InheritPriority);
     QVERIFY(object.thread() != QThread::currentThread());
@@ -145,7 +61,7 @@ void tst_ThreadedObject::comesBackToItsOwner()
 
 void tst_ThreadedObject::isInitialisedBetweenTheTwo()
 {
-    TRecorder object;
+    TThreadRecorder object;
     QVERIFY(!object.IsInitialised());
     object.start(QThread::InheritPriority);
     QVERIFY(object.isRunning());
@@ -163,7 +79,7 @@ void tst_ThreadedObject::isInitialisedBetweenTheTwo()
 
 void tst_ThreadedObject::stopRequestsInterruption()
 {
-    TRecorder object;
+    TThreadRecorder object;
     bool wasInterruptedBefore = true;
     object.inInitialize = [&wasInterruptedBefore] {
         wasInterruptedBefore = QThread::currentThread()->isInterruptionRequested();
@@ -187,7 +103,7 @@ void tst_ThreadedObject::stopRequestsInterruption()
 
 void tst_ThreadedObject::stopMayComeBeforeTheLoop()
 {
-    TRecorder object;
+    TThreadRecorder object;
     QSemaphore isStopped;
     object.inInitialize = [&isStopped] { isStopped.acquire(); };
     object.start(QThread::InheritPriority);
@@ -200,7 +116,7 @@ void tst_ThreadedObject::stopMayComeBeforeTheLoop()
 
 void tst_ThreadedObject::stopMayComeFromInitialize()
 {
-    TRecorder object;
+    TThreadRecorder object;
     object.inInitialize = [&object] { object.Stop(); };
     object.start(QThread::InheritPriority);
     object.wait();
@@ -209,7 +125,7 @@ void tst_ThreadedObject::stopMayComeFromInitialize()
 
 void tst_ThreadedObject::stopMayComeBeforeStart()
 {
-    TRecorder object;
+    TThreadRecorder object;
     object.Stop();
     object.start(QThread::InheritPriority);
     object.wait();
@@ -221,7 +137,7 @@ void tst_ThreadedObject::stopRacesWithStart()
 {
     constexpr int rounds = 200;
     for (int round = 0; round < rounds; ++round) {
-        TRecorder object;
+        TThreadRecorder object;
         QSemaphore isReady;
         const std::unique_ptr<QThread> stopper(QThread::create([&] {
             isReady.acquire();
@@ -240,7 +156,7 @@ void tst_ThreadedObject::stopRacesWithStart()
 
 void tst_ThreadedObject::stopMayComeTwice()
 {
-    TRecorder object;
+    TThreadRecorder object;
     object.start(QThread::InheritPriority);
     object.Stop();
     object.Stop();
@@ -252,7 +168,7 @@ void tst_ThreadedObject::stopMayComeTwice()
 
 void tst_ThreadedObject::waitWithoutStartReturnsAtOnce()
 {
-    TRecorder object;
+    TThreadRecorder object;
     object.wait();
     QVERIFY(object.steps.isEmpty());
     QVERIFY(!object.isRunning());
@@ -260,7 +176,7 @@ void tst_ThreadedObject::waitWithoutStartReturnsAtOnce()
 
 void tst_ThreadedObject::waitReturnsAfterFinalize()
 {
-    TRecorder object;
+    TThreadRecorder object;
     QSemaphore mayEnd;
     std::atomic<bool> hasFinalized{false};
     object.inFinalize = [&] {
@@ -278,7 +194,7 @@ void tst_ThreadedObject::waitReturnsAfterFinalize()
 
 void tst_ThreadedObject::mayBeDestroyedWithoutStart()
 {
-    QPointer<TRecorder> object = new TRecorder;
+    QPointer<TThreadRecorder> object = new TThreadRecorder;
     delete object.data();
     QVERIFY(object.isNull());
 }
@@ -286,7 +202,7 @@ void tst_ThreadedObject::mayBeDestroyedWithoutStart()
 void tst_ThreadedObject::startsOnce()
 {
     const kelvo::test::TExpectedMessage expected(QStringLiteral("started twice"));
-    TRecorder object;
+    TThreadRecorder object;
     object.start(QThread::InheritPriority);
     object.start(QThread::InheritPriority);
     object.Stop();
@@ -300,155 +216,13 @@ void tst_ThreadedObject::startsOnce()
 void tst_ThreadedObject::startsFromItsOwnThreadOnly()
 {
     const kelvo::test::TExpectedMessage expected(QStringLiteral("by its object's thread"));
-    TRecorder object;
+    TThreadRecorder object;
     const std::unique_ptr<QThread> other(
         QThread::create([&object] { object.start(QThread::InheritPriority); }));
     other->start();
     QVERIFY(other->wait());
     object.wait();
     QVERIFY(object.steps.isEmpty());
-}
-
-// A call that came too late would otherwise run on the owner's thread.
-void tst_ThreadedObject::dropsQueuedCallsThatAreLeft()
-{
-    TRecorder object;
-    object.inInitialize = [&object] {
-        object.Stop();
-        QMetaObject::invokeMethod(&object, &TRecorder::Work, Qt::QueuedConnection);
-    };
-    object.inFinalize = [&object] {
-        QMetaObject::invokeMethod(&object, &TRecorder::Work, Qt::QueuedConnection);
-    };
-    object.start(QThread::InheritPriority);
-    object.wait();
-    QMetaObject::invokeMethod(&object, &TRecorder::Work, Qt::QueuedConnection);
-    QCoreApplication::processEvents();
-    QCOMPARE(object.steps, wholeLife);
-}
-
-void tst_ThreadedObject::releasesABlockedCaller()
-{
-    TRecorder object;
-    QSemaphore isPosted;
-    object.inInitialize = [&] {
-        object.Stop();
-        isPosted.acquire();
-    };
-    object.start(QThread::InheritPriority);
-    QThread* const own = object.thread();
-    const std::unique_ptr<QThread> caller(QThread::create([&] {
-        // Whether it is still queued or comes too late: the caller goes on.
-        if (object.thread() == own) {
-            isPosted.release();
-            QMetaObject::invokeMethod(&object, &TRecorder::Work, Qt::BlockingQueuedConnection);
-        }
-    }));
-    caller->start();
-    object.wait();
-    while (!caller->wait(1)) {
-        QCoreApplication::processEvents();
-    }
-    QCOMPARE(object.steps, wholeLife);
-}
-
-void tst_ThreadedObject::runsDeferredDeletesBeforeItEnds()
-{
-    TRecorder object;
-    QThread* deleteThread = nullptr;
-    QThread* childDeleteThread = nullptr;
-    object.inFinalize = [&] {
-        auto* const helper = new QObject;
-        auto* const child = new QObject(&object);
-        connect(
-            helper, &QObject::destroyed, helper,
-            [&deleteThread] { deleteThread = QThread::currentThread(); }, Qt::DirectConnection);
-        connect(
-            child, &QObject::destroyed, child,
-            [&childDeleteThread] { childDeleteThread = QThread::currentThread(); },
-            Qt::DirectConnection);
-        helper->deleteLater();
-        child->deleteLater();
-    };
-    object.start(QThread::InheritPriority);
-    object.Stop();
-    object.wait();
-    QVERIFY(deleteThread != nullptr);
-    QCOMPARE(deleteThread, object.finalizeThread);
-    QCOMPARE(childDeleteThread, object.finalizeThread);
-}
-
-void tst_ThreadedObject::deletesItselfOnItsOwnersThread()
-{
-    auto* const object = new TRecorder;
-    QThread* deleteThread = nullptr;
-    QStringList steps;
-    QEventLoop loop;
-    object->inFinalize = [object, &steps] { steps = object->steps; };
-    connect(
-        object, &QObject::destroyed, &loop,
-        [&] {
-            deleteThread = QThread::currentThread();
-            loop.quit();
-        },
-        Qt::DirectConnection);
-    object->start(QThread::InheritPriority);
-    object->deleteLater();
-    loop.exec();
-    QCOMPARE(deleteThread, QThread::currentThread());
-    QCOMPARE(steps, wholeLife);
-}
-
-void tst_ThreadedObject::takesInObjects()
-{
-    TRecorder object;
-    QObject early;
-    object.MoveToThisThread(&early);
-    object.start(QThread::InheritPriority);
-    auto* const late = new QObject;
-    object.MoveToThisThread(late);
-    QCOMPARE(late->thread(), object.thread());
-    QCOMPARE(early.thread(), object.thread());
-    QThread* calledOn = nullptr;
-    QMetaObject::invokeMethod(
-        late, [&calledOn] { calledOn = QThread::currentThread(); }, Qt::BlockingQueuedConnection);
-    QCOMPARE(calledOn, object.thread());
-    QPointer<QObject> watched = late;
-    late->deleteLater();
-    object.Stop();
-    object.wait();
-    QVERIFY(watched.isNull());
-}
-
-void tst_ThreadedObject::takesInNothingAfterItsEnd()
-{
-    const kelvo::test::TExpectedMessage expected(QStringLiteral("nothing can be moved"));
-    TRecorder object;
-    object.start(QThread::InheritPriority);
-    object.Stop();
-    object.wait();
-    QObject late;
-    object.MoveToThisThread(&late);
-    QCOMPARE(late.thread(), QThread::currentThread());
-}
-
-void tst_ThreadedObject::runsTimers()
-{
-    TRecorder object;
-    QSemaphore hasFired;
-    std::unique_ptr<QTimer> timer;
-    object.inInitialize = [&] {
-        timer = std::make_unique<QTimer>();
-        QObject::connect(timer.get(), &QTimer::timeout, &object,
-                         [&hasFired] { hasFired.release(); });
-        timer->start(0);
-    };
-    object.inFinalize = [&] { timer.reset(); };
-    object.start(QThread::InheritPriority);
-    hasFired.acquire();
-    object.Stop();
-    object.wait();
-    QVERIFY(timer == nullptr);
 }
 
 KELVO_TEST_MAIN(tst_ThreadedObject)

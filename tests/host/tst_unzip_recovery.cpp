@@ -1,18 +1,11 @@
-// Unzip: what it does about a run that was killed, at each moment that it can be killed at.
+// Unzip: what it does about the states that a run can leave that was killed.
 #include "host/TUnzipFixture.h"
 
 #include "files/Placement.h"
 #include "files/TStagingFolder.h"
 #include "support/TestMain.h"
 
-#include <cerrno>
-#include <csignal>
-#include <optional>
-
 #include <fcntl.h>
-#include <sys/ptrace.h>
-#include <sys/user.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace kelvo::test;
@@ -76,117 +69,6 @@ private:
     TPlacementSteps m_steps;
 };
 
-// Where syncing costs nothing, if there is such a place.
-QString QuickFolder()
-{
-    const QString memory = QStringLiteral("/dev/shm");
-    return QFileInfo(memory).isWritable() ? memory : QDir::tempPath();
-}
-
-// A process that unpacks, one system call at a time.
-class TTracedUnzip
-{
-public:
-    explicit TTracedUnzip(const TUnzipFixture& fixture) : m_child(::fork())
-    {
-        if (m_child == 0) {
-            if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
-                ::_exit(1);
-            }
-            qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-            ::raise(SIGSTOP);
-            QString errorText;
-            ::_exit(Unzip(fixture.Archive(), fixture.Destination(), {}, errorText) ? 0 : 1);
-        }
-        m_isRunning = m_child > 0 && WaitForStop();
-        m_isTraced = m_isRunning;
-    }
-    ~TTracedUnzip() { Kill(); }
-    TTracedUnzip(const TTracedUnzip&) = delete;
-    TTracedUnzip& operator=(const TTracedUnzip&) = delete;
-
-    // Whether this system lets it be traced at all.
-    bool IsTraced() const { return m_isTraced; }
-    // Runs up to the system call of this number, from 1, which is not made yet. False if it ended
-    // before.
-    bool RunTo(int call)
-    {
-        // It stops before and after each call.
-        for (int stop = 0; m_isRunning && stop < 2 * call - 1; ++stop) {
-            ::ptrace(PTRACE_SYSCALL, m_child, nullptr, nullptr);
-            m_isRunning = WaitForStop();
-        }
-        return m_isRunning;
-    }
-    void Kill()
-    {
-        if (m_isRunning) {
-            ::kill(m_child, SIGKILL);
-            ::waitpid(m_child, nullptr, 0);
-            m_isRunning = false;
-        }
-    }
-#ifdef __x86_64__
-    // Makes the call fail that it stands at, and runs to the end. Whether Unzip() returned true;
-    // nothing if it did not return.
-    std::optional<bool> FailCallAndFinish(int error)
-    {
-        user_regs_struct registers = {};
-        ::ptrace(PTRACE_GETREGS, m_child, nullptr, &registers);
-        registers.orig_rax = ~0ULL; // no such call
-        ::ptrace(PTRACE_SETREGS, m_child, nullptr, &registers);
-        ::ptrace(PTRACE_SYSCALL, m_child, nullptr, nullptr);
-        m_isRunning = WaitForStop();
-        registers.rax = static_cast<unsigned long long>(-error);
-        ::ptrace(PTRACE_SETREGS, m_child, nullptr, &registers);
-        ::ptrace(PTRACE_CONT, m_child, nullptr, nullptr);
-        m_isRunning = WaitForStop();
-        if (m_isRunning) { // at the signal of a crash, such as for want of memory
-            Kill();
-            return std::nullopt;
-        }
-        return WIFEXITED(m_status) ? std::optional<bool>(WEXITSTATUS(m_status) == 0) : std::nullopt;
-    }
-#endif
-
-private:
-    bool WaitForStop()
-    {
-        return ::waitpid(m_child, &m_status, 0) == m_child && WIFSTOPPED(m_status);
-    }
-
-    const pid_t m_child;
-    int m_status = 0;
-    bool m_isTraced = false;
-    bool m_isRunning = false;
-};
-
-// What the traced archive makes of contentBefore.
-TFolderImage ContentAfter()
-{
-    TFolderImage content = contentBefore;
-    content[QStringLiteral("a/same")] = content[QStringLiteral("same")] = "file:new";
-    content[QStringLiteral("a/new")] = "folder";
-    content[QStringLiteral("a/new/x")] = content[QStringLiteral("b/new")] = "file:new";
-    return content;
-}
-
-TZipBuilder TracedArchive()
-{
-    return TZipBuilder()
-        .AddFile("a/same", "new")
-        .AddFile("a/new/x", "new")
-        .AddFile("b/new", "new")
-        .AddFile("same", "new");
-}
-
-// The destination as it was before the archive came.
-bool Reset(const TUnzipFixture& fixture)
-{
-    return QDir(fixture.Destination()).removeRecursively() && QDir().mkdir(fixture.Destination()) &&
-           fixture.SetContent(contentBefore);
-}
-
 } // namespace
 
 class tst_UnzipRecovery : public TTestCase
@@ -206,8 +88,6 @@ private Q_SLOTS:
     void recoversBeforeTheNextArchive();
     void keepsWhatCameInBetween();
     void acceptsAMissingFolder();
-    void survivesAKillBeforeAnySystemCall();
-    void tellsTheTruthWhenAnySystemCallFails();
 };
 
 // What the other tests rely on: three additions and two replacements.
@@ -380,84 +260,6 @@ void tst_UnzipRecovery::acceptsAMissingFolder()
     QString errorText;
     QVERIFY(RecoverUnpacking(fixture.Root() + QStringLiteral("/missing"), errorText));
     QVERIFY(errorText.isEmpty());
-}
-
-// Whichever call it was: afterwards there is all of the archive or nothing of it, and nothing else.
-void tst_UnzipRecovery::survivesAKillBeforeAnySystemCall()
-{
-    TUnzipFixture fixture(QuickFolder());
-    QVERIFY(fixture.SetArchive(TracedArchive()));
-    QVERIFY(fixture.SetContent(contentBefore));
-    const TFolderImage contentAfter = ContentAfter();
-    int undone = 0;
-    int completed = 0;
-    for (int call = 1;; ++call) {
-        TTracedUnzip process(fixture);
-        if (!process.IsTraced()) {
-            QSKIP("this system does not let a process be traced");
-        }
-        if (!process.RunTo(call)) {
-            break;
-        }
-        process.Kill();
-        const bool wasTouched = fixture.Content() != contentBefore;
-        QString errorText;
-        QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
-        const TFolderImage now = fixture.Content();
-        if (now == contentAfter) {
-            ++completed;
-            QVERIFY(Reset(fixture));
-            continue;
-        }
-        QVERIFY2(now == contentBefore, qPrintable(QStringLiteral("killed at %1").arg(call)));
-        undone += wasTouched ? 1 : 0;
-    }
-    QVERIFY(undone > 0);
-    QVERIFY(completed > 0);
-}
-
-// What it returns is what there is: all of the archive, or nothing of it at once, or, where undoing
-// itself had failed, after the repair.
-void tst_UnzipRecovery::tellsTheTruthWhenAnySystemCallFails()
-{
-#ifdef __x86_64__
-    TUnzipFixture fixture(QuickFolder());
-    QVERIFY(fixture.SetArchive(TracedArchive()));
-    const TFolderImage contentAfter = ContentAfter();
-    int failures = 0;
-    for (int call = 1;; ++call) {
-        QVERIFY(Reset(fixture));
-        TTracedUnzip process(fixture);
-        if (!process.IsTraced()) {
-            QSKIP("this system does not let a process be traced");
-        }
-        if (!process.RunTo(call)) {
-            break;
-        }
-        const std::optional<bool> result = process.FailCallAndFinish(EIO);
-        const QByteArray where = "call " + QByteArray::number(call);
-        const TFolderImage now = fixture.Content();
-        TFolderImage visible = now;
-        for (const QString& path : now.keys()) {
-            if (path.startsWith(QStringLiteral(".console-unpacking"))) {
-                visible.remove(path);
-            }
-        }
-        QString errorText;
-        QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
-        const TFolderImage repaired = fixture.Content();
-        if (!result.has_value()) {
-            QVERIFY2(repaired == contentBefore || repaired == contentAfter, where.constData());
-            continue;
-        }
-        QVERIFY2(repaired == (*result ? contentAfter : contentBefore), where.constData());
-        QVERIFY2(visible == repaired, where.constData());
-        failures += *result ? 0 : 1;
-    }
-    QVERIFY(failures > 10);
-#else
-    QSKIP("only for the registers of x86-64");
-#endif
 }
 
 KELVO_TEST_MAIN(tst_UnzipRecovery)

@@ -1,0 +1,123 @@
+// Unzip in a process of its own, one system call at a time.
+#include "host/TTracedUnzip.h"
+
+#include <csignal>
+
+#include <fcntl.h>
+#include <sys/ptrace.h>
+#include <sys/user.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+// Exit codes that nothing else has.
+constexpr int returnedTrue = 40;
+constexpr int returnedFalse = 41;
+
+[[noreturn]] void UnzipTraced(const kelvo::test::TUnzipFixture& fixture)
+{
+    if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
+        ::_exit(1);
+    }
+    ::dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO); // a sanitizer's last words
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    ::raise(SIGSTOP);
+    QString errorText;
+    const bool result = hostimpl::Unzip(fixture.Archive(), fixture.Destination(), {}, errorText);
+    ::_exit(result ? returnedTrue : returnedFalse);
+}
+
+#ifdef __x86_64__
+constexpr bool hasRegisters = true;
+
+void SkipCall(pid_t process)
+{
+    user_regs_struct registers = {};
+    ::ptrace(PTRACE_GETREGS, process, nullptr, &registers);
+    registers.orig_rax = ~0ULL; // no such call
+    ::ptrace(PTRACE_SETREGS, process, nullptr, &registers);
+}
+
+void SetResult(pid_t process, int result)
+{
+    user_regs_struct registers = {};
+    ::ptrace(PTRACE_GETREGS, process, nullptr, &registers);
+    registers.rax = static_cast<unsigned long long>(result);
+    ::ptrace(PTRACE_SETREGS, process, nullptr, &registers);
+}
+#else
+constexpr bool hasRegisters = false;
+
+void SkipCall(pid_t) {}
+
+void SetResult(pid_t, int) {}
+#endif
+
+} // namespace
+
+namespace kelvo::test {
+
+TTracedUnzip::TTracedUnzip(const TUnzipFixture& fixture) : m_child(::fork())
+{
+    if (m_child == 0) {
+        UnzipTraced(fixture);
+    }
+    m_isRunning = m_child > 0 && WaitForStop();
+    m_isTraced = m_isRunning;
+}
+
+TTracedUnzip::~TTracedUnzip()
+{
+    Kill();
+}
+
+bool TTracedUnzip::CanFailCalls()
+{
+    return hasRegisters;
+}
+
+bool TTracedUnzip::RunTo(int call)
+{
+    // It stops before and after each call.
+    for (int stop = 0; m_isRunning && stop < 2 * call - 1; ++stop) {
+        ::ptrace(PTRACE_SYSCALL, m_child, nullptr, nullptr);
+        m_isRunning = WaitForStop();
+    }
+    return m_isRunning;
+}
+
+void TTracedUnzip::Kill()
+{
+    if (m_isRunning) {
+        ::kill(m_child, SIGKILL);
+        ::waitpid(m_child, nullptr, 0);
+        m_isRunning = false;
+    }
+}
+
+std::optional<bool> TTracedUnzip::FailCallAndFinish(int error)
+{
+    SkipCall(m_child);
+    ::ptrace(PTRACE_SYSCALL, m_child, nullptr, nullptr);
+    m_isRunning = WaitForStop();
+    if (m_isRunning) {
+        SetResult(m_child, -error);
+        ::ptrace(PTRACE_CONT, m_child, nullptr, nullptr);
+        m_isRunning = WaitForStop();
+    }
+    if (m_isRunning) { // at the signal of a crash, such as for want of memory
+        Kill();
+        return std::nullopt;
+    }
+    const int code = WIFEXITED(m_status) ? WEXITSTATUS(m_status) : -1;
+    return code == returnedTrue || code == returnedFalse ? std::optional<bool>(code == returnedTrue)
+                                                         : std::nullopt;
+}
+
+bool TTracedUnzip::WaitForStop()
+{
+    return ::waitpid(m_child, &m_status, 0) == m_child && WIFSTOPPED(m_status);
+}
+
+} // namespace kelvo::test

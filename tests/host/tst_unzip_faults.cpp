@@ -1,0 +1,147 @@
+// Unzip: killed before each system call that it makes, and with each of them failing.
+#include "host/TTracedUnzip.h"
+#include "host/TUnzipFixture.h"
+
+#include "support/TestMain.h"
+
+#include <cerrno>
+
+using namespace kelvo::test;
+using namespace hostimpl;
+
+namespace {
+
+const TFolderImage contentBefore = {{QStringLiteral("a"), "folder"},
+                                    {QStringLiteral("a/kept"), "file:kept"},
+                                    {QStringLiteral("a/same"), "file:former"},
+                                    {QStringLiteral("b"), "folder"},
+                                    {QStringLiteral("same"), "file:former"}};
+
+// Where syncing costs nothing, if there is such a place.
+QString QuickFolder()
+{
+    const QString memory = QStringLiteral("/dev/shm");
+    return QFileInfo(memory).isWritable() ? memory : QDir::tempPath();
+}
+
+// What the traced archive makes of contentBefore.
+TFolderImage ContentAfter()
+{
+    TFolderImage content = contentBefore;
+    content[QStringLiteral("a/same")] = content[QStringLiteral("same")] = "file:new";
+    content[QStringLiteral("a/new")] = "folder";
+    content[QStringLiteral("a/new/x")] = content[QStringLiteral("b/new")] = "file:new";
+    return content;
+}
+
+TZipBuilder TracedArchive()
+{
+    return TZipBuilder()
+        .AddFile("a/same", "new")
+        .AddFile("a/new/x", "new")
+        .AddFile("b/new", "new")
+        .AddFile("same", "new");
+}
+
+// The destination as it was before the archive came.
+bool Reset(const TUnzipFixture& fixture)
+{
+    return QDir(fixture.Destination()).removeRecursively() && QDir().mkdir(fixture.Destination()) &&
+           fixture.SetContent(contentBefore);
+}
+
+TFolderImage WithoutStaging(TFolderImage image)
+{
+    const QStringList paths = image.keys();
+    for (const QString& path : paths) {
+        if (path.startsWith(QStringLiteral(".console-unpacking"))) {
+            image.remove(path);
+        }
+    }
+    return image;
+}
+
+} // namespace
+
+class tst_UnzipFaults : public TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void survivesAKillBeforeAnySystemCall();
+    void tellsTheTruthWhenAnySystemCallFails();
+};
+
+// Whichever call it was: afterwards there is all of the archive or nothing of it, and nothing else.
+void tst_UnzipFaults::survivesAKillBeforeAnySystemCall()
+{
+    TUnzipFixture fixture(QuickFolder());
+    QVERIFY(fixture.SetArchive(TracedArchive()));
+    QVERIFY(fixture.SetContent(contentBefore));
+    const TFolderImage contentAfter = ContentAfter();
+    int undone = 0;
+    int completed = 0;
+    for (int call = 1;; ++call) {
+        TTracedUnzip process(fixture);
+        if (!process.IsTraced()) {
+            QSKIP("this system does not let a process be traced");
+        }
+        if (!process.RunTo(call)) {
+            break;
+        }
+        process.Kill();
+        const bool wasTouched = fixture.Content() != contentBefore;
+        QString errorText;
+        QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+        const TFolderImage now = fixture.Content();
+        if (now == contentAfter) {
+            ++completed;
+            QVERIFY(Reset(fixture));
+            continue;
+        }
+        QVERIFY2(now == contentBefore, qPrintable(QStringLiteral("killed at %1").arg(call)));
+        undone += wasTouched ? 1 : 0;
+    }
+    QVERIFY(undone > 0);
+    QVERIFY(completed > 0);
+}
+
+// What it returns is what there is: all of the archive, or nothing of it at once, or, where undoing
+// itself had failed, after the repair.
+void tst_UnzipFaults::tellsTheTruthWhenAnySystemCallFails()
+{
+    if (!TTracedUnzip::CanFailCalls()) {
+        QSKIP("the registers of this processor are not known");
+    }
+    TUnzipFixture fixture(QuickFolder());
+    QVERIFY(fixture.SetArchive(TracedArchive()));
+    const TFolderImage contentAfter = ContentAfter();
+    int failures = 0;
+    for (int call = 1;; ++call) {
+        QVERIFY(Reset(fixture));
+        TTracedUnzip process(fixture);
+        if (!process.IsTraced()) {
+            QSKIP("this system does not let a process be traced");
+        }
+        if (!process.RunTo(call)) {
+            break;
+        }
+        const std::optional<bool> result = process.FailCallAndFinish(EIO);
+        const QByteArray where = "call " + QByteArray::number(call);
+        const TFolderImage visible = WithoutStaging(fixture.Content());
+        QString errorText;
+        QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+        const TFolderImage repaired = fixture.Content();
+        if (!result.has_value()) {
+            QVERIFY2(repaired == contentBefore || repaired == contentAfter, where.constData());
+            continue;
+        }
+        QVERIFY2(repaired == (*result ? contentAfter : contentBefore), where.constData());
+        QVERIFY2(visible == repaired, where.constData());
+        failures += *result ? 0 : 1;
+    }
+    QVERIFY(failures > 10);
+}
+
+KELVO_TEST_MAIN(tst_UnzipFaults)
+#include "tst_unzip_faults.moc"
