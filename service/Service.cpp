@@ -14,8 +14,7 @@
 #include "service/store/Farms.h"
 #include "service/tls/ServerContext.h"
 
-#include <boost/asio/signal_set.hpp>
-
+#include <csignal>
 #include <cstdio>
 
 namespace kelvo {
@@ -77,19 +76,36 @@ Async<bool> isReady(store::Database& database)
     }
 }
 
-/** Returns when a signal asks the service to stop. */
-void waitForSignal()
+/**
+ * The signals that end the service. Blocked from the start, so that one that comes early, on
+ * whatever thread, waits until the service can stop well.
+ */
+class StopSignals
 {
-    asio::io_context context;
-    asio::signal_set signals(context, SIGINT, SIGTERM);
-    signals.async_wait([](const boost::system::error_code&, int) {});
-    context.run();
-}
+public:
+    StopSignals()
+    {
+        sigemptyset(&signals_);
+        sigaddset(&signals_, SIGINT);
+        sigaddset(&signals_, SIGTERM);
+        pthread_sigmask(SIG_BLOCK, &signals_, nullptr); // threads made later inherit it
+    }
+
+    void wait() const
+    {
+        int which = 0;
+        sigwait(&signals_, &which);
+    }
+
+private:
+    sigset_t signals_{};
+};
 
 } // namespace
 
 void runService(const ServeOptions& options)
 {
+    const StopSignals stopSignals;
     DataFolder folder(options.dataFolder);
     const SystemClock clock;
     const auto database = openDatabase(folder);
@@ -132,7 +148,7 @@ void runService(const ServeOptions& options)
                 apiAddress.c_str(), monitorAddress.c_str());
     std::fflush(stdout);
     logInfo("started");
-    waitForSignal();
+    stopSignals.wait();
     logInfo("stopping");
     threads.drain({apiListener.get(), monitorListener.get()}, transferGrace);
     logInfo("stopped");
