@@ -39,6 +39,15 @@ long long requireInteger(const nlohmann::json& document, const char* member)
     return found->get<long long>();
 }
 
+void requireBoolean(const nlohmann::json& document, const char* member)
+{
+    const auto found = document.find(member);
+    if (found == document.end() || !found->is_boolean()) {
+        throw Problem(EProblem::MalformedRequest,
+                      std::string("The member \"") + member + "\" must be true or false.");
+    }
+}
+
 double requireDegrees(const nlohmann::json& document, const char* member, double limit)
 {
     const auto found = document.find(member);
@@ -92,6 +101,7 @@ Async<Response> putDevice(Context& context, Request& request)
     if (state != 0 && state != 1) {
         throw Problem(EProblem::Unprocessable, "The member \"state\" must be 0 or 1.");
     }
+    requireBoolean(body, "flag");
     const std::string address = hardwareAddress(requireObject(body, "device"));
     const std::string document = body.dump();
     auto change = [&](store::Transaction& transaction) {

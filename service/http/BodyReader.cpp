@@ -8,6 +8,12 @@
 
 namespace kelvo::http {
 
+namespace {
+
+constexpr std::uint64_t readAfterAbandoned = 1024 * 1024;
+
+} // namespace
+
 BodyReader::BodyReader(Transport& transport, const Limits& limits, const RequestHead& head,
                        std::string& early)
     : transport_(transport),
@@ -15,24 +21,25 @@ BodyReader::BodyReader(Transport& transport, const Limits& limits, const Request
       early_(early),
       lengthBytes_(head.contentLength.value_or(0)),
       remainingBytes_(lengthBytes_),
-      awaitsContinue_(head.expectsContinue && lengthBytes_ > 0 && early.empty())
+      awaitsContinue_(head.expectsContinue && lengthBytes_ > 0 && early.empty()),
+      mayStillRead_(lengthBytes_)
 {}
 
 Async<IoResult> BodyReader::readSome(asio::mutable_buffer buffer)
 {
-    const std::size_t wanted =
-        static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), remainingBytes_));
-    if (wanted == 0) {
+    if (buffer.size() == 0 || remainingBytes_ == 0) {
         co_return IoResult{};
     }
-    if (abandoned_) {
+    if (mayStillRead_ == 0) {
         co_return IoResult{0, asio::error::operation_aborted};
     }
+    const auto wanted = static_cast<std::size_t>(
+        std::min<std::uint64_t>({buffer.size(), remainingBytes_, mayStillRead_}));
     if (!early_.empty()) {
         const std::size_t taken = std::min(wanted, early_.size());
         std::memcpy(buffer.data(), early_.data(), taken);
         early_.erase(0, taken);
-        remainingBytes_ -= taken;
+        count(taken);
         co_return IoResult{taken, {}};
     }
     transport_.expireAfter(limits_.bodyStall);
@@ -45,7 +52,7 @@ Async<IoResult> BodyReader::readSome(asio::mutable_buffer buffer)
         }
     }
     const IoResult result = co_await transport_.readSome(asio::buffer(buffer.data(), wanted));
-    remainingBytes_ -= result.bytes;
+    count(result.bytes);
     transport_.neverExpire(); // the handler may take its time; the next read starts anew
     co_return result;
 }
@@ -64,8 +71,17 @@ Async<IoResult> BodyReader::fill(asio::mutable_buffer buffer)
 
 void BodyReader::abandon()
 {
-    abandoned_ = true;
-    transport_.interrupt();
+    if (remainingBytes_ == 0) {
+        return; // nothing to stop, and the connection may serve other requests yet
+    }
+    mayStillRead_ = std::min(mayStillRead_, readAfterAbandoned);
+    transport_.stopWaiting();
+}
+
+void BodyReader::count(std::size_t bytes)
+{
+    remainingBytes_ -= bytes;
+    mayStillRead_ -= bytes;
 }
 
 Async<std::string> BodyReader::readAll(std::size_t limitBytes)

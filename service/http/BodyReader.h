@@ -37,19 +37,25 @@ public:
     /** The whole body. Throws Problem (content-too-large) or PeerGone. */
     Async<std::string> readAll(std::size_t limitBytes);
 
-    /** Ends the reading, present and future, with an error: somebody else takes over. */
+    /**
+     * Ends the reading, present and future, with an error: somebody else takes over. What has
+     * arrived is still read, but nothing is waited for.
+     */
     void abandon();
 
     asio::any_io_executor executor() { return transport_.executor(); }
 
 private:
+    void count(std::size_t bytes);
+
     Transport& transport_;
     const Limits& limits_;
     std::string& early_;
     std::uint64_t lengthBytes_;
     std::uint64_t remainingBytes_;
     bool awaitsContinue_;
-    bool abandoned_ = false;
+    std::uint64_t
+        mayStillRead_; // a peer that sends and sends must not keep an abandoned reader busy
 };
 
 } // namespace kelvo::http

@@ -60,10 +60,8 @@ Async<std::optional<RequestHead>> Connection::readHead()
                 co_return parser.take();
             }
             if (parsed != EHeadState::Incomplete) {
-                co_await refuseHead(Problem(parsed == EHeadState::TooLarge
-                                                ? EProblem::HeadersTooLarge
-                                                : EProblem::MalformedRequest)
-                                        .toResponse());
+                co_await refuseHead(parsed == EHeadState::TooLarge ? EProblem::HeadersTooLarge
+                                                                   : EProblem::MalformedRequest);
                 co_return std::nullopt;
             }
         }
@@ -82,8 +80,9 @@ Async<std::optional<RequestHead>> Connection::readHead()
     }
 }
 
-Async<void> Connection::refuseHead(const Response& response)
+Async<void> Connection::refuseHead(EProblem kind)
 {
+    const Response response = Problem(kind).toResponse();
     RequestSummary summary{"other", "unmatched", response.status, received_.size()};
     const std::string text = headText(response, false) + response.body;
     transport_->expireAfter(limits_.headTime);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/http/Limits.h"
+#include "service/http/Problem.h"
 #include "service/http/Request.h"
 #include "service/http/Response.h"
 #include "service/http/Transport.h"
@@ -63,7 +64,7 @@ private:
 
     Async<bool> serveOne(bool refuse);
     Async<std::optional<RequestHead>> readHead();
-    Async<void> refuseHead(const Response& response);
+    Async<void> refuseHead(EProblem kind);
     Async<Response> handle(Request& request, bool refuse);
     Async<bool> answer(Request& request, Response& response);
     Async<bool> sendBody(BodySource& source);

@@ -1,6 +1,7 @@
 // Accepts connections on one address and spreads them over the I/O threads.
 #include "service/http/Listener.h"
 
+#include "service/base/Encoding.h"
 #include "service/base/Log.h"
 #include "service/http/TlsTransport.h"
 
@@ -41,6 +42,11 @@ HostPort HostPort::parse(const std::string& text)
     HostPort result{text.substr(0, colon), text.substr(colon + 1)};
     if (result.host.front() == '[' && result.host.back() == ']') {
         result.host = result.host.substr(1, result.host.size() - 2);
+    }
+    // The resolver would take a larger number modulo 65536.
+    const auto port = parseNumber(result.port);
+    if (!port || *port > 65535) {
+        throw std::invalid_argument("'" + result.port + "' is not a port from 0 to 65535");
     }
     return result;
 }

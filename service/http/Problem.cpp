@@ -76,12 +76,11 @@ unsigned Problem::status() const
 Response Problem::toResponse() const
 {
     const Row& row = rowOf(kind_);
-    nlohmann::ordered_json document{{"type", std::string("urn:kelvo:problem:") + row.name},
-                                    {"title", row.title},
-                                    {"status", row.status}};
-    if (!detail_.empty()) {
-        document["detail"] = detail_;
-    }
+    nlohmann::ordered_json document{
+        {"type", std::string("urn:kelvo:problem:") + row.name},
+        {"title", row.title},
+        {"status", row.status},
+        {"detail", detail_.empty() ? row.title + std::string(".") : detail_}};
     Response response;
     response.status = row.status;
     response.headers = headers_;

@@ -130,6 +130,12 @@ void Transport::interrupt()
     socket_.cancel(ignored);
 }
 
+void Transport::stopWaiting()
+{
+    waits_ = false;
+    interrupt();
+}
+
 void Transport::abort()
 {
     error_code ignored;
@@ -161,6 +167,9 @@ std::string Transport::peerAddress() const
 
 Async<error_code> Transport::waitReadable()
 {
+    if (!waits_) {
+        co_return asio::error::operation_aborted;
+    }
     error_code error;
     co_await socket_.async_wait(asio::ip::tcp::socket::wait_read,
                                 asio::redirect_error(asio::use_awaitable, error));

@@ -47,6 +47,9 @@ public:
     /** Pending operations fail; the connection stays open for a goodbye. */
     void interrupt();
 
+    /** From now on reading yields what is there already and then fails; also a read under way. */
+    void stopWaiting();
+
     /** Closes at once; pending operations fail. */
     void abort();
 
@@ -75,6 +78,7 @@ private:
     std::chrono::milliseconds stallLimit_{60000};
     std::uint64_t sentBytes_ = 0;
     bool expired_ = false;
+    bool waits_ = true; // whether reading waits for more
 };
 
 } // namespace kelvo::http

@@ -11,9 +11,9 @@ namespace {
 /** A request whose peer sends nothing. */
 struct SilentRequest
 {
-    explicit SilentRequest(asio::io_context& io) : pair(io)
+    explicit SilentRequest(asio::io_context& io, std::uint64_t length = 100) : pair(io)
     {
-        head.contentLength = 100;
+        head.contentLength = length;
         body.emplace(*pair.server, limits, head, early);
     }
 
@@ -66,6 +66,39 @@ TEST_F(OneAtATime, OtherUploadsAreLeftInPeace)
     one.pair.client->abort();
     two.pair.client->abort();
     loop.runUntil([this] { return log.size() == 4; });
+}
+
+TEST_F(OneAtATime, AStoppedRequestStillTakesWhatHasArrived)
+{
+    SilentRequest request(loop.io());
+    loop.run(test::sendText(*request.pair.client, "arrived"));
+    request.body->abandon();
+    char buffer[100];
+    const http::IoResult result = loop.run(request.body->fill(asio::buffer(buffer)));
+    EXPECT_EQ(std::string(buffer, result.bytes), "arrived");
+    EXPECT_TRUE(result.error);
+}
+
+TEST_F(OneAtATime, AStoppedRequestDoesNotGoOnForEver)
+{
+    SilentRequest request(loop.io(), 1ULL << 40);
+    request.body->abandon();
+    std::size_t taken = 0;
+    for (http::IoResult result; !result.error;) {
+        char buffer[65536];
+        loop.run(test::sendText(*request.pair.client, std::string(1000, 'x')));
+        result = loop.run(request.body->readSome(asio::buffer(buffer)));
+        taken += result.bytes;
+    }
+    EXPECT_LE(taken, 2U * 1024 * 1024);
+}
+
+TEST_F(OneAtATime, ARequestWithoutBodyLosesNothingByBeingStopped)
+{
+    SilentRequest request(loop.io(), 0);
+    request.body->abandon();
+    loop.run(test::sendText(*request.pair.client, "the next request"));
+    EXPECT_EQ(loop.run(test::readUntil(*request.pair.server, "request")), "the next request");
 }
 
 TEST_F(OneAtATime, ARequestBetweenTwoReadingsIsStoppedAtTheNext)

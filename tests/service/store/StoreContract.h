@@ -22,6 +22,12 @@ struct DatabaseKind
     std::function<std::unique_ptr<store::Dialect>(const std::filesystem::path& folder)> connect;
 };
 
+/** So that test listings name the database instead of its bytes. */
+inline void PrintTo(const DatabaseKind& kind, std::ostream* out)
+{
+    *out << kind.name;
+}
+
 class StoreContract : public testing::TestWithParam<DatabaseKind>
 {
 protected:
