@@ -13,7 +13,6 @@
 #include <QtTest/QSignalSpy>
 #include <QtTest/QtTest>
 
-
 class QWidget;
 class TKelvoDll;
 
