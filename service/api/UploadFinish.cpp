@@ -1,10 +1,9 @@
-// How bytes become an upload and an upload becomes files.
+// How a received upload becomes files.
 #include "service/api/Access.h"
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
 #include "service/api/UploadSteps.h"
 #include "service/base/Digest.h"
-#include "service/content/Receive.h"
 #include "service/http/Problem.h"
 #include "service/store/Files.h"
 #include "service/store/Inboxes.h"
@@ -25,8 +24,9 @@ void addWarning(store::Upload& upload, const store::Inbox& inbox)
 }
 
 /** Files and events of a received upload. */
-store::Upload commitFiles(Context& context, store::Transaction& transaction, store::Upload upload)
+FinishedUpload commitFiles(Context& context, store::Transaction& transaction, store::Upload upload)
 {
+    std::vector<store::File> files;
     soci::session& sql = transaction.sql;
     const auto user = store::userById(sql, upload.user);
     if (!user || user->disabled) {
@@ -51,109 +51,86 @@ store::Upload commitFiles(Context& context, store::Transaction& transaction, sto
                            {0, target, upload.name, upload.lengthBytes, upload.sha256, now});
         addFileAdded(transaction, frame, *inbox, file);
         upload.files.push_back(file.id);
+        files.push_back(file);
     }
     upload.finished = true;
     store::finishUpload(transaction, upload);
-    return upload;
+    return {std::move(upload), std::move(files)};
 }
 
-Async<store::Upload> reload(Context& context, const std::string& id)
+/** The upload's files that are still where it put them. */
+Async<std::vector<store::File>> filesOf(Context& context, const store::Upload& upload)
 {
-    auto query = [&id](soci::session& sql) { return store::uploadById(sql, id); };
-    const auto upload = co_await context.database.read(query);
-    if (!upload) {
-        throw Problem(EProblem::NotFound, "There is no such upload.");
+    auto query = [&upload](soci::session& sql) {
+        std::vector<store::File> files;
+        for (const store::Id id : upload.files) {
+            if (auto file = store::fileById(sql, upload.farm, id)) {
+                files.push_back(std::move(*file));
+            }
+        }
+        return files;
+    };
+    co_return co_await context.database.read(query);
+}
+
+/** A content in its place that nothing refers to yet. */
+struct Sealed
+{
+    std::unique_ptr<content::DigestLocks::Guard> lock; // keeps it from being cleaned up
+    bool moved = false;                                // false: an equal one was there already
+};
+
+/** Syncs, digests and renames the upload; its digest is set. One trip to the pool unless it must
+ * wait. */
+Async<Sealed> seal(Context& context, store::Upload& upload, content::UploadWriter& writer)
+{
+    Sealed sealed;
+    auto adopt = [&context, &upload, &sealed] {
+        sealed.moved = context.contents.adopt(upload.id, upload.sha256);
+    };
+    auto work = [&context, &upload, &writer, &sealed, &adopt] {
+        writer.sync();
+        upload.sha256 = writer.finish();
+        sealed.lock = context.digestLocks.tryLock(upload.sha256);
+        if (sealed.lock) {
+            adopt();
+        }
+    };
+    co_await context.filePool.run(work);
+    if (!sealed.lock) {
+        sealed.lock = co_await context.digestLocks.lock(upload.sha256);
+        co_await context.filePool.run(adopt);
     }
-    co_return *upload;
-}
-
-[[noreturn]] void throwWrongOffset(long long offset)
-{
-    throw Problem(EProblem::UploadOffsetMismatch, "The upload is not at this offset.",
-                  {{"Upload-Offset", std::to_string(offset)}});
+    co_return sealed;
 }
 
 } // namespace
 
-Async<Progress> currentProgress(Context& context, http::Request& request, store::Upload upload)
+Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
+                                   content::UploadWriter& writer)
 {
-    const auto hold = co_await context.activeUploads.take(upload.id, request.body);
-    upload = co_await reload(context, upload.id);
-    if (upload.finished) {
-        co_return Progress{upload, upload.lengthBytes};
-    }
-    auto look = [&context, &upload] { return context.contents.uploadSize(upload.id); };
-    const auto size = co_await context.filePool.run(look);
-    co_return Progress{upload, static_cast<long long>(size)};
-}
-
-Async<Progress> receivePart(Context& context, http::Request& request, store::Upload upload,
-                            long long offset)
-{
-    const auto hold = co_await context.activeUploads.take(upload.id, request.body);
-    upload = co_await reload(context, upload.id);
-    if (upload.finished) {
-        throwWrongOffset(upload.lengthBytes);
-    }
-    auto open = [&context, &upload, offset] {
-        // The size first: a wrong offset must not cost the digest of what is there.
-        const auto size = static_cast<long long>(context.contents.uploadSize(upload.id));
-        if (size != offset) {
-            throwWrongOffset(size);
-        }
-        return content::UploadWriter(context.contents, context.digests, upload.id);
-    };
-    content::UploadWriter writer = co_await context.filePool.run(open);
-    if (static_cast<std::uint64_t>(upload.lengthBytes - offset) < request.body.lengthBytes()) {
-        writer.suspend();
-        throw Problem(EProblem::ContentTooLarge, "The body is longer than what is missing.");
-    }
-    const bool whole = co_await content::receiveBody(request.body, writer, context.filePool);
-    const auto reached = static_cast<long long>(writer.offset());
-    if (reached == upload.lengthBytes) {
-        upload = co_await finishUpload(context, upload, writer);
-        co_return Progress{upload, reached};
-    }
-    if (whole) {
-        auto sync = [&writer] { writer.sync(); };
-        co_await context.filePool.run(sync);
-    }
-    writer.suspend();
-    if (!whole) {
-        throw http::PeerGone();
-    }
-    co_return Progress{upload, reached};
-}
-
-Async<store::Upload> finishUpload(Context& context, store::Upload upload,
-                                  content::UploadWriter& writer)
-{
-    auto seal = [&writer] {
-        writer.sync();
-        return writer.finish();
-    };
-    upload.sha256 = co_await context.filePool.run(seal);
-    auto lock = co_await context.digestLocks.lock(upload.sha256);
-    auto adopt = [&context, &upload] { return context.contents.adopt(upload.id, upload.sha256); };
-    const bool moved = co_await context.filePool.run(adopt);
+    Sealed sealed = co_await seal(context, upload, writer);
     auto change = [&context, &upload](store::Transaction& transaction) {
         return commitFiles(context, transaction, upload);
     };
     std::exception_ptr failure;
-    store::Upload finished;
+    FinishedUpload finished;
     try {
         finished = co_await context.database.write(change);
     } catch (...) {
         failure = std::current_exception();
     }
-    auto tidy = [&context, &upload, moved, failed = failure != nullptr] {
-        if (!failed && !moved) {
-            context.contents.removeUpload(upload.id); // an equal content was there already
-        } else if (failed && moved) {
-            context.contents.giveBack(upload.id, upload.sha256); // the next attempt finds it
-        }
-    };
-    co_await context.filePool.run(tidy);
+    if (failure && sealed.moved) {
+        // The next attempt finds the upload as it was.
+        auto giveBack = [&context, &upload] {
+            context.contents.giveBack(upload.id, upload.sha256);
+        };
+        co_await context.filePool.run(giveBack);
+    } else if (!failure && !sealed.moved) {
+        // An equal content was there already.
+        auto remove = [&context, &upload] { context.contents.removeUpload(upload.id); };
+        co_await context.filePool.run(remove);
+    }
     if (failure) {
         std::rethrow_exception(failure);
     }
@@ -166,21 +143,19 @@ void addResultHeaders(http::Response& response, const store::Upload& upload)
     response.with("Kelvo-File-Ids", store::joinIds(upload.files));
 }
 
-Async<http::Response> resultDocument(Context& context, const store::Upload& upload, unsigned status)
+Async<http::Response> resultDocument(Context& context, const Progress& progress, unsigned status)
 {
-    auto query = [&upload](soci::session& sql) {
-        Json files = Json::array();
-        for (const store::Id id : upload.files) {
-            if (const auto file = store::fileById(sql, upload.farm, id)) {
-                files.push_back(toJson(*file));
-            }
-        }
-        return files;
-    };
-    Json files = co_await context.database.read(query);
-    http::Response response =
-        http::Response::json({{"files", std::move(files)}, {"warnings", upload.warnings}}, status);
-    addResultHeaders(response, upload);
+    std::vector<store::File> files = progress.newFiles;
+    if (files.empty()) {
+        files = co_await filesOf(context, progress.upload);
+    }
+    Json list = Json::array();
+    for (const store::File& file : files) {
+        list.push_back(toJson(file));
+    }
+    http::Response response = http::Response::json(
+        {{"files", std::move(list)}, {"warnings", progress.upload.warnings}}, status);
+    addResultHeaders(response, progress.upload);
     co_return response;
 }
 

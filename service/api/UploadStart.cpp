@@ -71,14 +71,14 @@ std::optional<store::Upload> findRepeat(store::Transaction& transaction, const s
 }
 
 Beginning begin(store::Transaction& transaction, const store::User& user, const UploadWish& wish,
-                long long nowMs)
+                const std::string& newId, long long nowMs)
 {
     if (auto repeat = findRepeat(transaction, user, wish, nowMs)) {
         return {std::move(*repeat), true};
     }
     requireTargets(transaction.sql, user, wish.targets);
     store::Upload upload;
-    upload.id = randomHex(16);
+    upload.id = newId;
     upload.farm = user.farmId();
     upload.user = user.id;
     upload.key = wish.key;
@@ -93,10 +93,16 @@ Beginning begin(store::Transaction& transaction, const store::User& user, const 
 
 } // namespace
 
-Async<Beginning> beginUpload(Context& context, const store::User& user, const UploadWish& wish)
+std::string newUploadId()
 {
-    auto change = [&context, &user, &wish](store::Transaction& transaction) {
-        return begin(transaction, user, wish, context.clock.nowMs());
+    return randomHex(16);
+}
+
+Async<Beginning> beginUpload(Context& context, const store::User& user, const UploadWish& wish,
+                             const std::string& newId)
+{
+    auto change = [&context, &user, &wish, &newId](store::Transaction& transaction) {
+        return begin(transaction, user, wish, newId, context.clock.nowMs());
     };
     co_return co_await context.database.write(change);
 }

@@ -7,7 +7,8 @@
 #include "service/http/Response.h"
 #include "service/store/Records.h"
 
-#include <memory>
+#include <string>
+#include <vector>
 
 namespace kelvo::api {
 
@@ -18,8 +19,12 @@ struct Beginning
     bool isRepeat = false; // the idempotency key named an upload that is there already
 };
 
-/** Finds the upload of the same key or makes a new one. Throws Problem. */
-Async<Beginning> beginUpload(Context& context, const store::User& user, const UploadWish& wish);
+/** A name for an upload that nobody can guess. */
+std::string newUploadId();
+
+/** Finds the upload of the same key or makes a new one with this id. Throws Problem. */
+Async<Beginning> beginUpload(Context& context, const store::User& user, const UploadWish& wish,
+                             const std::string& newId);
 
 /** The caller's own upload. Throws not-found or gone. */
 Async<store::Upload> findUpload(Context& context, const store::User& user, const std::string& id);
@@ -29,6 +34,7 @@ struct Progress
 {
     store::Upload upload;
     long long offset = 0;
+    std::vector<store::File> newFiles; // what this very request made
 };
 
 /**
@@ -38,21 +44,30 @@ struct Progress
 Async<Progress> receivePart(Context& context, http::Request& request, store::Upload upload,
                             long long offset);
 
+/** The same for an upload that this request holds already and knows the state of. */
+Async<Progress> receiveHeldPart(Context& context, http::Request& request, store::Upload upload,
+                                long long offset);
+
 /** How much of an unfinished upload is there, after other requests on it have been stopped. */
 Async<Progress> currentProgress(Context& context, http::Request& request, store::Upload upload);
+
+struct FinishedUpload
+{
+    store::Upload upload;
+    std::vector<store::File> files;
+};
 
 /**
  * Makes the received bytes a content and the upload its files, all or none: synced file, renamed,
  * folder synced, then files and events in one transaction.
  */
-Async<store::Upload> finishUpload(Context& context, store::Upload upload,
-                                  content::UploadWriter& writer);
+Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
+                                   content::UploadWriter& writer);
 
 /** The result's headers, for a finished upload. */
 void addResultHeaders(http::Response& response, const store::Upload& upload);
 
 /** The result's body, for a finished upload. */
-Async<http::Response> resultDocument(Context& context, const store::Upload& upload,
-                                     unsigned status);
+Async<http::Response> resultDocument(Context& context, const Progress& progress, unsigned status);
 
 } // namespace kelvo::api

@@ -70,17 +70,21 @@ Async<Response> create(Context& context, Request& request)
     if (request.body.lengthBytes() > 0) {
         requireOffsetStream(request);
     }
-    const Beginning beginning = co_await beginUpload(context, user, wish);
-    Progress progress{beginning.upload, 0};
+    // Held before anybody can know of it, so that what is known of it stays true.
+    const std::string id = newUploadId();
+    auto hold = co_await context.activeUploads.take(id, request.body);
+    const Beginning beginning = co_await beginUpload(context, user, wish, id);
+    Progress progress{beginning.upload, 0, {}};
     if (beginning.isRepeat) {
+        hold.reset();
         progress = co_await continueRepeat(context, request, beginning.upload);
     } else if (request.body.lengthBytes() > 0 || wish.lengthBytes == 0) {
-        progress = co_await receivePart(context, request, beginning.upload, 0);
+        progress = co_await receiveHeldPart(context, request, beginning.upload, 0);
     }
     Response response;
     response.status = 201;
     if (progress.upload.finished) {
-        response = co_await resultDocument(context, progress.upload, 201);
+        response = co_await resultDocument(context, progress, 201);
     }
     response.with("Location", locationOf(progress.upload));
     addProgress(response, progress);

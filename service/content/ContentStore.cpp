@@ -37,6 +37,11 @@ ContentStore::ContentStore(const fs::path& dataFolder)
 {
     makeFolder(contents_);
     makeFolder(uploads_);
+    // A process that was killed may have left folders whose entries are not on the disk yet.
+    syncFolder(contents_);
+    for (const auto& folder : fs::directory_iterator(contents_)) {
+        syncFolder(folder.path());
+    }
 }
 
 fs::path ContentStore::contentPath(const std::string& sha256) const
@@ -71,6 +76,7 @@ bool ContentStore::adopt(const std::string& id, const std::string& sha256) const
 {
     const fs::path target = contentPath(sha256);
     if (::access(target.c_str(), F_OK) == 0) {
+        syncFolder(target.parent_path()); // in case whoever put it there failed to
         return false;
     }
     makeFolder(target.parent_path());

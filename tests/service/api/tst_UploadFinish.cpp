@@ -25,7 +25,8 @@ protected:
         wish.name = name;
         wish.targets = std::move(targets);
         wish.lengthBytes = static_cast<long long>(text.size());
-        const store::Upload upload = loop.run(beginUpload(context, user, wish)).upload;
+        const store::Upload upload =
+            loop.run(beginUpload(context, user, wish, newUploadId())).upload;
         content::UploadWriter writer(contents, digests, upload.id);
         writer.append(text.data(), text.size());
         writer.suspend();
@@ -35,7 +36,7 @@ protected:
     store::Upload finish(const store::Upload& upload)
     {
         content::UploadWriter writer(contents, digests, upload.id);
-        return loop.run(finishUpload(context, upload, writer));
+        return loop.run(finishUpload(context, upload, writer)).upload;
     }
 };
 
@@ -76,8 +77,8 @@ TEST_F(Finishing, HasTheContentInPlaceBeforeAnythingIsCommitted)
     content::UploadWriter writer(contents, digests, upload.id);
     bool finished = false;
     const auto work = [&]() -> Async<void> {
-        const store::Upload done = co_await finishUpload(context, upload, writer);
-        finished = done.finished;
+        const FinishedUpload done = co_await finishUpload(context, upload, writer);
+        finished = done.upload.finished;
     };
     loop.start(work());
     loop.runUntil([this] { return !contents.digests().empty(); });
@@ -147,7 +148,7 @@ protected:
         wish.targets = {inbox.id};
         wish.lengthBytes = 0;
         wish.key = key;
-        return loop.run(beginUpload(context, user, wish));
+        return loop.run(beginUpload(context, user, wish, newUploadId()));
     }
 };
 

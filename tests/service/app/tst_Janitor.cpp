@@ -24,7 +24,8 @@ protected:
         wish.name = "a.zip";
         wish.targets = {inbox.id};
         wish.lengthBytes = static_cast<long long>(text.size());
-        const store::Upload upload = loop.run(api::beginUpload(context, user, wish)).upload;
+        const store::Upload upload =
+            loop.run(api::beginUpload(context, user, wish, api::newUploadId())).upload;
         content::UploadWriter writer(contents, digests, upload.id);
         writer.append(text.data(), text.size());
         return upload;

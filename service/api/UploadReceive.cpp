@@ -1,0 +1,88 @@
+// How a request's bytes become part of an upload.
+#include "service/api/UploadSteps.h"
+#include "service/content/Receive.h"
+#include "service/http/Problem.h"
+#include "service/store/Uploads.h"
+
+namespace kelvo::api {
+
+using http::EProblem;
+using http::Problem;
+
+namespace {
+
+Async<store::Upload> reload(Context& context, const std::string& id)
+{
+    auto query = [&id](soci::session& sql) { return store::uploadById(sql, id); };
+    const auto upload = co_await context.database.read(query);
+    if (!upload) {
+        throw Problem(EProblem::NotFound, "There is no such upload.");
+    }
+    co_return *upload;
+}
+
+[[noreturn]] void throwWrongOffset(long long offset)
+{
+    throw Problem(EProblem::UploadOffsetMismatch, "The upload is not at this offset.",
+                  {{"Upload-Offset", std::to_string(offset)}});
+}
+
+} // namespace
+
+Async<Progress> currentProgress(Context& context, http::Request& request, store::Upload upload)
+{
+    const auto hold = co_await context.activeUploads.take(upload.id, request.body);
+    upload = co_await reload(context, upload.id);
+    if (upload.finished) {
+        co_return Progress{upload, upload.lengthBytes, {}};
+    }
+    auto look = [&context, &upload] { return context.contents.uploadSize(upload.id); };
+    const auto size = co_await context.filePool.run(look);
+    co_return Progress{upload, static_cast<long long>(size), {}};
+}
+
+Async<Progress> receivePart(Context& context, http::Request& request, store::Upload upload,
+                            long long offset)
+{
+    const auto hold = co_await context.activeUploads.take(upload.id, request.body);
+    upload = co_await reload(context, upload.id);
+    if (upload.finished) {
+        throwWrongOffset(upload.lengthBytes);
+    }
+    co_return co_await receiveHeldPart(context, request, upload, offset);
+}
+
+Async<Progress> receiveHeldPart(Context& context, http::Request& request, store::Upload upload,
+                                long long offset)
+{
+    auto open = [&context, &upload, offset] {
+        // The size first: a wrong offset must not cost the digest of what is there.
+        const auto size = static_cast<long long>(context.contents.uploadSize(upload.id));
+        if (size != offset) {
+            throwWrongOffset(size);
+        }
+        return content::UploadWriter(context.contents, context.digests, upload.id);
+    };
+    content::UploadWriter writer = co_await context.filePool.run(open);
+    if (static_cast<std::uint64_t>(upload.lengthBytes - offset) < request.body.lengthBytes()) {
+        writer.suspend();
+        throw Problem(EProblem::ContentTooLarge, "The body is longer than what is missing.");
+    }
+    const bool whole = co_await content::receiveBody(request.body, writer, context.filePool);
+    const auto reached = static_cast<long long>(writer.offset());
+    if (reached == upload.lengthBytes) {
+        FinishedUpload finished = co_await finishUpload(context, upload, writer);
+        co_return Progress{finished.upload, reached, finished.files};
+    }
+    if (whole) {
+        auto sync = [&writer] { writer.sync(); };
+        co_await context.filePool.run(sync);
+    }
+    writer.suspend();
+    if (!whole) {
+        throw http::PeerGone();
+    }
+    co_return Progress{upload, reached, {}};
+}
+
+} // namespace kelvo::api
