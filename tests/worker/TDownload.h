@@ -50,9 +50,3 @@ public:
                        QDir::Name);
     }
 };
-
-// Names separated by bars.
-inline QStringList List(const char* text)
-{
-    return QString::fromLatin1(text).split(QLatin1Char('|'));
-}

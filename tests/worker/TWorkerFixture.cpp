@@ -10,9 +10,7 @@
 
 TWorkerFixture::TWorkerFixture() : features(hostimpl::TConfigStore::Process())
 {
-    auto& settings = hostimpl::TConfigStore::Process();
-    settings.SetItem(USER_NAME_ITEM, QStringLiteral("olga"), false);
-    settings.SetItem(PASSWORD_ITEM, QStringLiteral("secret"), false);
+    SetCredentials(QStringLiteral("olga"), QStringLiteral("secret"));
     Sdk().Reset();
     userId = Farm().AddUser(L"olga", L"secret");
     Farm().AddTheSevenProjects();
@@ -95,6 +93,23 @@ QByteArray TWorkerFixture::ReadFile(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void SetCredentials(const QVariant& user, const QVariant& password)
+{
+    auto& settings = hostimpl::TConfigStore::Process();
+    settings.SetItem(USER_NAME_ITEM, user, false);
+    settings.SetItem(PASSWORD_ITEM, password, false);
+}
+
+QStringList List(const char* text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char('|'));
+}
+
+QStringList OneText(const char* text)
+{
+    return {QString::fromLatin1(text)};
 }
 
 QStringList Records(const KelvoFileTransferErrorDetailsList& errors)

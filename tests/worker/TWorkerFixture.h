@@ -70,5 +70,12 @@ public:
 constexpr int USER_NAME_ITEM = 24289;
 constexpr int PASSWORD_ITEM = 24290;
 
+// What a session needs to log in.
+void SetCredentials(const QVariant& user, const QVariant& password);
+
+// Names separated by bars; a list of one text.
+QStringList List(const char* text);
+QStringList OneText(const char* text);
+
 // "name: text" of each record.
 QStringList Records(const KelvoFileTransferErrorDetailsList& errors);

@@ -40,11 +40,6 @@ private Q_SLOTS:
 
 namespace {
 
-QStringList OneText(const char* text)
-{
-    return {QString::fromLatin1(text)};
-}
-
 // With a.zip, b.zip and c.zip in olga's inbox of pivots.
 class TDelete : public TDownload
 {

@@ -1,16 +1,12 @@
-// Fetching files: which are asked for, what is said of those that are not there, and that all that
-// came is unpacked.
+// Fetching files: which are asked for, where they go, and that all that came is unpacked.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TDownload.h"
-#include "tests/worker/TTranslations.h"
 
 #include <QtTest/QtTest>
 
 using fakes::FakeAbortCheck;
 using fakes::FakeCall;
-using fakes::FakeErrors;
 using fakes::FakeOperation;
-using fakes::OneError;
 
 class tst_Download : public kelvo::test::TTestCase
 {
@@ -23,18 +19,7 @@ private Q_SLOTS:
     void announcesAFileBeforeItIsFetched();
     void writesIntoTheTemporaryFolderUnderTheFilesName();
     void aMissingTemporaryFolderIsMade();
-    void aNameThatWasNotListedIsARecordWithItsPosition();
-    void namesAreLookedUpExactly();
     void ofTwoListedEntriesOfOneNameTheFirstIsFetched();
-    void aFileThatWasRenamedOnTheServiceIsNotFetched();
-    void aFileThatIsGoneFromTheServiceIsNotFetched();
-    void aFailedQueryCountsAsGone();
-    void idsAreWidenedWithTheirSign_data();
-    void idsAreWidenedWithTheirSign();
-    void aFailedFetchIsARecord();
-    void aFailedFetchWithoutErrorsLeavesNoRecord();
-    void recordsComeInRequestOrderThenThoseOfUnpacking();
-    void theTextsAreTranslatedBeforeThePositionIsFilledIn();
     void aCancelBeforeTheFirstFileFetchesNothingButUnpacksWhatIsThere();
     void aCancelStillUnpacksWhatWasFetched();
     void theCancelIsRevertedBeforeTheCompletion();
@@ -42,23 +27,6 @@ private Q_SLOTS:
     void tenThousandOfTenThousand();
     void theWayThroughTheHub();
 };
-
-namespace {
-
-KelvoFileInfoList Listed(const QList<long>& ids, const QStringList& names)
-{
-    KelvoFileInfoList reference;
-    reference.fileIds = ids;
-    reference.fileNames = names;
-    return reference;
-}
-
-QStringList OneText(const char* text)
-{
-    return {QString::fromLatin1(text)};
-}
-
-} // namespace
 
 void tst_Download::anEmptyRequestEmitsNothingAndTouchesNothing()
 {
@@ -146,32 +114,6 @@ void tst_Download::aMissingTemporaryFolderIsMade()
     QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoDownloadComplete(4,[])"));
 }
 
-void tst_Download::aNameThatWasNotListedIsARecordWithItsPosition()
-{
-    TDownload f;
-    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
-    f.Start();
-    f.Download(ePivots, List("x.zip|a.zip|y.zip"), f.Reference(ePivots));
-    QCOMPARE(
-        f.workerLog.Texts(),
-        (QStringList{QStringLiteral("KelvoDownloadingFile(4,a.zip)"),
-                     QStringLiteral("KelvoDownloadComplete(4,[x.zip:0 File no longer exists. File "
-                                    "Index not found|y.zip:2 File no longer exists. File Index not "
-                                    "found])")}));
-    QCOMPARE(f.Script().Count(FakeOperation::eGetResourceWithContent), std::size_t(1));
-}
-
-void tst_Download::namesAreLookedUpExactly()
-{
-    TDownload f;
-    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
-    f.Start();
-    f.Download(ePivots, List("A.zip|a.ZIP|a.zip |a.zi"), f.Reference(ePivots));
-    QCOMPARE(f.Script().Count(FakeOperation::eDownload), std::size_t(0));
-    QCOMPARE(f.Script().Count(FakeOperation::eGetResourceWithContent), std::size_t(0));
-    QVERIFY(f.workerLog.Texts().last().contains(QStringLiteral("|a.zi:3 File no longer exists.")));
-}
-
 void tst_Download::ofTwoListedEntriesOfOneNameTheFirstIsFetched()
 {
     TDownload f;
@@ -181,129 +123,6 @@ void tst_Download::ofTwoListedEntriesOfOneNameTheFirstIsFetched()
     f.Download(ePivots, List("a.zip"), f.Reference(ePivots));
     QCOMPARE(f.Script().Calls(FakeOperation::eDownload).front().id, first);
     QCOMPARE(TDownload::Local(ePivots), List("first.txt"));
-}
-
-void tst_Download::aFileThatWasRenamedOnTheServiceIsNotFetched()
-{
-    TDownload f;
-    const std::int64_t id = f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
-    f.Start();
-    const KelvoFileInfoList reference = f.Reference(ePivots);
-    f.Farm().RenameEntry(id, L"A.zip");
-    f.Download(ePivots, List("a.zip"), reference);
-    QCOMPARE(f.workerLog.Texts(),
-             OneText("KelvoDownloadComplete(4,[a.zip:File no longer exists.])"));
-    QCOMPARE(f.Script().Count(FakeOperation::eDownload), std::size_t(0));
-}
-
-void tst_Download::aFileThatIsGoneFromTheServiceIsNotFetched()
-{
-    TDownload f;
-    const std::int64_t id = f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
-    f.AddArchive(ePivots, QStringLiteral("b.zip"), "b.txt");
-    f.Start();
-    const KelvoFileInfoList reference = f.Reference(ePivots);
-    f.Farm().RemoveEntry(id);
-    f.Download(ePivots, List("a.zip|b.zip"), reference);
-    QCOMPARE(
-        f.workerLog.Texts(),
-        (QStringList{QStringLiteral("KelvoDownloadingFile(4,b.zip)"),
-                     QStringLiteral("KelvoDownloadComplete(4,[a.zip:File no longer exists.])")}));
-    QCOMPARE(f.Script().Count(FakeOperation::eDownload), std::size_t(1));
-}
-
-void tst_Download::aFailedQueryCountsAsGone()
-{
-    TDownload f;
-    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
-    f.Start();
-    f.Script().FailNth(FakeOperation::eGetResourceWithContent, 1, OneError(L"not shown"));
-    f.Download(ePivots, List("a.zip"), f.Reference(ePivots));
-    QCOMPARE(f.workerLog.Texts(),
-             OneText("KelvoDownloadComplete(4,[a.zip:File no longer exists.])"));
-}
-
-void tst_Download::idsAreWidenedWithTheirSign_data()
-{
-    QTest::addColumn<long>("listed");
-    QTest::addColumn<qint64>("queried");
-    QTest::newRow("2^31-1") << 2147483647L << qint64(2147483647);
-    QTest::newRow("listed from 2^31") << (-2147483647L - 1) << qint64(-2147483648LL);
-    QTest::newRow("listed from 2^32-1") << -1L << qint64(-1);
-    QTest::newRow("listed from 2^32") << 0L << qint64(0);
-    QTest::newRow("one") << 1L << qint64(1);
-}
-
-void tst_Download::idsAreWidenedWithTheirSign()
-{
-    QFETCH(long, listed);
-    QFETCH(qint64, queried);
-    TDownload f;
-    f.Start();
-    f.Download(ePivots, List("a.zip"), Listed({listed}, List("a.zip")));
-    const auto calls = f.Script().Calls(FakeOperation::eGetResourceWithContent);
-    QCOMPARE(calls.size(), std::size_t(1));
-    QCOMPARE(qint64(calls.front().id), queried);
-    QCOMPARE(f.workerLog.Texts(),
-             OneText("KelvoDownloadComplete(4,[a.zip:File no longer exists.])"));
-}
-
-void tst_Download::aFailedFetchIsARecord()
-{
-    TDownload f;
-    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
-    f.AddArchive(ePivots, QStringLiteral("b.zip"), "b.txt");
-    f.Start();
-    f.Script().FailNth(FakeOperation::eDownload, 1, OneError(L"<i>Stalled</i>.", L"Again."));
-    f.Download(ePivots, List("a.zip|b.zip"), f.Reference(ePivots));
-    QCOMPARE(f.workerLog.Texts(),
-             (QStringList{QStringLiteral("KelvoDownloadingFile(4,a.zip)"),
-                          QStringLiteral("KelvoDownloadingFile(4,b.zip)"),
-                          QStringLiteral("KelvoDownloadComplete(4,[a.zip:Stalled.\nAgain.])")}));
-    QCOMPARE(TDownload::Local(ePivots), List("b.txt"));
-}
-
-void tst_Download::aFailedFetchWithoutErrorsLeavesNoRecord()
-{
-    TDownload f;
-    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
-    f.Start();
-    f.Script().FailNth(FakeOperation::eDownload, 1, FakeErrors());
-    f.Download(ePivots, List("a.zip"), f.Reference(ePivots));
-    QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoDownloadComplete(4,[])"));
-    QVERIFY(TDownload::Local(ePivots).isEmpty());
-}
-
-void tst_Download::recordsComeInRequestOrderThenThoseOfUnpacking()
-{
-    TDownload f;
-    f.Farm().AddFile(f.Inbox(ePivots), L"broken.zip", "this is no archive");
-    f.AddArchive(ePivots, QStringLiteral("good.zip"), "good.txt");
-    f.Start();
-    f.Download(ePivots, List("broken.zip|missing.zip|good.zip"), f.Reference(ePivots));
-    QCOMPARE(f.workerLog.Texts().last(),
-             QStringLiteral("KelvoDownloadComplete(4,[missing.zip:1 File no longer exists. File "
-                            "Index not found|broken.zip:Failed to unzip file])"));
-    QCOMPARE(TDownload::Local(ePivots), List("good.txt"));
-    QVERIFY(TDownload::Temporary().isEmpty());
-}
-
-void tst_Download::theTextsAreTranslatedBeforeThePositionIsFilledIn()
-{
-    const TTranslations translations(
-        {{"%1 File no longer exists. File Index not found", "Nr. %1 nicht gelistet"},
-         {"File no longer exists.", "Datei weg"},
-         {"Failed to unzip file", "Archiv defekt"}});
-    TDownload f;
-    f.Farm().AddFile(f.Inbox(ePivots), L"broken.zip", "this is no archive");
-    f.Start();
-    KelvoFileInfoList reference = f.Reference(ePivots);
-    reference.fileIds << 4711L;
-    reference.fileNames << QStringLiteral("gone.zip");
-    f.Download(ePivots, List("x.zip|gone.zip|broken.zip"), reference);
-    QCOMPARE(f.workerLog.Texts().last(),
-             QStringLiteral("KelvoDownloadComplete(4,[x.zip:Nr. 0 nicht gelistet|gone.zip:Datei "
-                            "weg|broken.zip:Archiv defekt])"));
 }
 
 void tst_Download::aCancelBeforeTheFirstFileFetchesNothingButUnpacksWhatIsThere()

@@ -1,33 +1,22 @@
-// Login, the checks after it, and logout: what the SDK is asked and what the worker reports.
+// The checks after a login, and the session's end: what the SDK is asked and the worker reports.
 #include "support/GuiTestMain.h"
+#include "tests/fakes/Declarations.h"
 #include "tests/worker/TWorkerFixture.h"
 
 #include <QtTest/QtTest>
 
-#include <algorithm>
-
 using fakes::FakeCall;
-using fakes::FakeErrors;
 using fakes::FakeOperation;
 using fakes::OneError;
 using ESession = TWorkerFixture::ESession;
+
+using fakes::Lines;
 
 class tst_Session : public kelvo::test::TTestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void loginHandsTheStoredCredentialsToTheSdk_data();
-    void loginHandsTheStoredCredentialsToTheSdk();
-    void anAcceptedLoginReportsNothingByItself();
-    void aRefusedLoginFailsAtOnceWithTheSdksText();
-    void aRefusedLoginWithoutErrorsFailsWithAnEmptyText();
-    void aFailedLoginReportsTheSdksText();
-    void aFailedLoginWithARecordWithoutTextsGetsTheFallback();
-    void aFailedLoginWithoutErrorsReportsAnEmptyText();
-    void cancellingALoginDoesNothing();
-    void autoLoginNeedsBothCredentials_data();
-    void autoLoginNeedsBothCredentials();
     void successReportsChecksAndListingsInOrder();
     void successListsSixProjectsAndNeverJobReports();
     void aSecondSuccessWhileLoggedInStartsNothing();
@@ -42,18 +31,6 @@ private Q_SLOTS:
 
 namespace {
 
-void SetCredentials(const QVariant& user, const QVariant& password)
-{
-    auto& settings = hostimpl::TConfigStore::Process();
-    settings.SetItem(USER_NAME_ITEM, user, false);
-    settings.SetItem(PASSWORD_ITEM, password, false);
-}
-
-QStringList Texts(const char* text)
-{
-    return QString::fromUtf8(text).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-}
-
 QList<int> ListedProjects(const fakes::SignalLog& log)
 {
     QList<int> projects;
@@ -63,149 +40,6 @@ QList<int> ListedProjects(const fakes::SignalLog& log)
 }
 
 } // namespace
-
-void tst_Session::loginHandsTheStoredCredentialsToTheSdk_data()
-{
-    QTest::addColumn<QVariant>("user");
-    QTest::addColumn<QVariant>("password");
-    const auto row = [](const char* name, const QVariant& user, const QVariant& password) {
-        QTest::newRow(name) << user << password;
-    };
-    row("plain", QStringLiteral("olga"), QStringLiteral("secret"));
-    row("beyond ASCII", QString::fromUtf8("J\xC3\xBCrgen \xF0\x9F\x9A\x9C"),
-        QString::fromUtf8("pa\xC3\x9F\xF0\x9F\x94\x91"));
-    row("empty ones go as they are", QString(), QString());
-    row("never stored", QVariant(), QVariant());
-    row("spaces stay", QStringLiteral(" olga "), QStringLiteral("\tsecret "));
-    row("long", QString(500, QLatin1Char('u')), QString(500, QLatin1Char('p')));
-}
-
-void tst_Session::loginHandsTheStoredCredentialsToTheSdk()
-{
-    QFETCH(QVariant, user);
-    QFETCH(QVariant, password);
-    TWorkerFixture f;
-    SetCredentials(user, password);
-    f.Start(ESession::eLoggedOut);
-    f.Call("OnLoginToKelvo");
-    const std::vector<FakeCall> calls = f.Script().Calls(FakeOperation::eLogin);
-    QCOMPARE(calls.size(), std::size_t(1));
-    QVERIFY(calls.front().text == user.toString().toStdWString());
-    QVERIFY(calls.front().secret == password.toString().toStdWString());
-    QVERIFY(calls.front().reserved == nullptr);
-    QCOMPARE(calls.front().reservedFlags, 0U);
-}
-
-void tst_Session::anAcceptedLoginReportsNothingByItself()
-{
-    TWorkerFixture f;
-    const auto gate = std::make_shared<fakes::FakeGate>();
-    f.Script().HoldLoginOutcome(gate);
-    f.Start(ESession::eLoggedOut);
-    f.Call("OnLoginToKelvo");
-    QVERIFY(f.workerLog.All().isEmpty());
-    QVERIFY(gate->WaitUntilReached());
-    QCoreApplication::sendPostedEvents();
-    QCOMPARE(f.workerLog.Texts(), Texts("KelvoLoginInProgress()"));
-    gate->Open();
-}
-
-void tst_Session::aRefusedLoginFailsAtOnceWithTheSdksText()
-{
-    TWorkerFixture f;
-    f.Start(ESession::eLoggedOut);
-    f.Script().FailNth(FakeOperation::eLogin, 1, OneError(L"<b>No</b> link.", L"Try later."));
-    f.Call("OnLoginToKelvo");
-    QCOMPARE(f.workerLog.Texts(),
-             QStringList{QStringLiteral("KelvoLoginFailed(No link.\nTry later.)")});
-    QCOMPARE(f.hubLog.Texts(),
-             QStringList{QStringLiteral("KelvoLoginFailed(No link.\nTry later.)")});
-}
-
-void tst_Session::aRefusedLoginWithoutErrorsFailsWithAnEmptyText()
-{
-    TWorkerFixture f;
-    f.Start(ESession::eLoggedOut);
-    f.Script().FailNth(FakeOperation::eLogin, 1, FakeErrors());
-    f.Call("OnLoginToKelvo");
-    QCOMPARE(f.workerLog.Texts(), Texts("KelvoLoginFailed()"));
-}
-
-void tst_Session::aFailedLoginReportsTheSdksText()
-{
-    TWorkerFixture f;
-    f.Start(ESession::eLoggedOut);
-    f.Script().FailNextLoginOutcome(OneError(L"Login failed", L"Login failed"));
-    f.Call("OnLoginToKelvo");
-    f.DeliverNotifications();
-    QCOMPARE(f.workerLog.Texts(), Texts("KelvoLoginInProgress()\nKelvoLoginFailed(Login failed)"));
-    QVERIFY(!f.hub->IsKelvoLoggedIn());
-    QVERIFY(!f.hub->IsKelvoLoginInProgress());
-}
-
-void tst_Session::aFailedLoginWithARecordWithoutTextsGetsTheFallback()
-{
-    TWorkerFixture f;
-    f.Start(ESession::eLoggedOut);
-    f.Script().FailNextLoginOutcome(OneError({}));
-    f.Call("OnLoginToKelvo");
-    f.DeliverNotifications();
-    QCOMPARE(f.workerLog.Texts().last(),
-             QStringLiteral("KelvoLoginFailed(Unknown error occurred)"));
-}
-
-void tst_Session::aFailedLoginWithoutErrorsReportsAnEmptyText()
-{
-    TWorkerFixture f;
-    f.Start(ESession::eLoggedOut);
-    f.Script().FailNextLoginOutcome(FakeErrors());
-    f.Call("OnLoginToKelvo");
-    f.DeliverNotifications();
-    QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoLoginFailed()"));
-}
-
-void tst_Session::cancellingALoginDoesNothing()
-{
-    TWorkerFixture f;
-    f.Start(ESession::eLoggedOut);
-    f.Call("OnLoginToKelvo");
-    f.Script().ClearCalls();
-    f.Call("OnCancelLoginToKelvo");
-    QVERIFY(f.Script().Calls().empty());
-    QVERIFY(f.workerLog.All().isEmpty());
-    f.DeliverNotifications();
-    QVERIFY(f.hub->IsKelvoLoggedIn()); // the login runs to its end
-}
-
-void tst_Session::autoLoginNeedsBothCredentials_data()
-{
-    QTest::addColumn<QVariant>("user");
-    QTest::addColumn<QVariant>("password");
-    QTest::addColumn<bool>("logsIn");
-    QTest::newRow("both") << QVariant(QStringLiteral("olga")) << QVariant(QStringLiteral("secret"))
-                          << true;
-    QTest::newRow("no user name") << QVariant(QString()) << QVariant(QStringLiteral("secret"))
-                                  << false;
-    QTest::newRow("no password") << QVariant(QStringLiteral("olga")) << QVariant(QString())
-                                 << false;
-    QTest::newRow("neither was ever stored") << QVariant() << QVariant() << false;
-}
-
-void tst_Session::autoLoginNeedsBothCredentials()
-{
-    QFETCH(QVariant, user);
-    QFETCH(QVariant, password);
-    QFETCH(bool, logsIn);
-    TWorkerFixture f;
-    SetCredentials(user, password);
-    f.Start(ESession::eLoggedOut);
-    f.worker->AutoLogin();
-    QCOMPARE(f.Script().Count(FakeOperation::eLogin), std::size_t(logsIn ? 1 : 0));
-    if (!logsIn) {
-        QVERIFY(f.Script().Calls().empty());
-        QVERIFY(f.workerLog.All().isEmpty());
-    }
-}
 
 void tst_Session::successReportsChecksAndListingsInOrder()
 {
@@ -266,7 +100,7 @@ void tst_Session::successWithMissingInboxesSetsThemUpInsteadOfListing()
         if (!text.startsWith(QLatin1String("NewKelvoProjectFilesList")))
             own << text;
     }
-    QCOMPARE(own, Texts(R"(
+    QCOMPARE(own, Lines(R"(
 KelvoLoginInProgress()
 KelvoLoggedIn()
 PostLoginChecksInProgress()
@@ -282,7 +116,7 @@ KelvoUserInboxSetupComplete([])
     QStringList created;
     for (const FakeCall& call : f.Script().Calls(FakeOperation::eCreateUserInbox))
         created << QString::fromStdWString(call.text);
-    QCOMPARE(created, Texts("From Console\nAB Lines\nCurves\nOptimal Lines\nProject Lines"));
+    QCOMPARE(created, Lines("From Console\nAB Lines\nCurves\nOptimal Lines\nProject Lines"));
     // No listing before the set-up was complete: those that follow come by notification.
     const QStringList all = f.workerLog.Names();
     QVERIFY(all.indexOf(QStringLiteral("NewKelvoProjectFilesList")) == -1 ||
@@ -296,7 +130,7 @@ void tst_Session::theSessionsEndIsReportedOnceWhileLoggedIn()
     f.Start(ESession::eLoggedIn);
     f.Sdk().Live()->LoseSession();
     f.DeliverNotifications();
-    QCOMPARE(f.workerLog.Texts(), Texts("KelvoLoggedOut()"));
+    QCOMPARE(f.workerLog.Texts(), Lines("KelvoLoggedOut()"));
     QVERIFY(!f.hub->IsKelvoLoggedIn());
     f.Call("KelvoNotLoggedIn");
     QCOMPARE(f.workerLog.Count(QStringLiteral("KelvoLoggedOut")), 1);
@@ -319,7 +153,7 @@ void tst_Session::logoutLeavesTheReportToTheSdksNotification()
     QCOMPARE(f.Script().Count(FakeOperation::eLogout), std::size_t(1));
     QVERIFY(f.workerLog.All().isEmpty());
     f.DeliverNotifications();
-    QCOMPARE(f.workerLog.Texts(), Texts("KelvoLoggedOut()"));
+    QCOMPARE(f.workerLog.Texts(), Lines("KelvoLoggedOut()"));
 }
 
 void tst_Session::logoutWhileTheSdkIsLoggedOutReportsAtOnce()
@@ -328,7 +162,7 @@ void tst_Session::logoutWhileTheSdkIsLoggedOutReportsAtOnce()
     f.Start(ESession::eLoggedOut);
     f.hub->OnLoggedIntoKelvo(); // the hub lags behind
     f.Call("OnLogoutFromKelvo");
-    QCOMPARE(f.workerLog.Texts(), Texts("KelvoLoggedOut()"));
+    QCOMPARE(f.workerLog.Texts(), Lines("KelvoLoggedOut()"));
     QCOMPARE(f.Script().Count(FakeOperation::eLogout), std::size_t(0));
 }
 

@@ -1,8 +1,6 @@
 // Sending files: what goes where, what becomes of the local copies, and what is said of failures.
 #include "support/GuiTestMain.h"
-#include "tests/worker/TTranslations.h"
-#include "tests/worker/TWorkerFixture.h"
-#include "worker/ServiceProjects.h"
+#include "tests/worker/TUpload.h"
 
 #include <QtTest/QtTest>
 
@@ -29,54 +27,11 @@ private Q_SLOTS:
     void aFailureWithoutErrorsLeavesNoRecord();
     void eachFailureReadsItsOwnErrors();
     void aFileThatIsNotThereIsTheSdksToRefuse();
-    void aMissingFolderIsMadeFirst();
-    void aFolderThatCannotBeMadeIsOneRecord();
-    void aFolderThatIsMadeButNotFoundIsOneRecord();
-    void theTextsAreTranslatedBeforeTheNameIsFilledIn();
-    void prescriptionMapsCompleteAtOnceAndStay();
-    void prescriptionMapsStillGetTheirFolder();
-    void prescriptionMapsWithoutAFolderReportIt();
     void aCancelBeforeTheFirstFileSendsNothing();
     void aCancelTakesEffectBeforeTheNextFile();
     void theCancelIsRevertedBeforeTheCompletion();
     void theWayThroughTheHub();
 };
-
-namespace {
-
-// A worker, and files in the upload folder of curves.
-class TUpload : public TWorkerFixture
-{
-public:
-    QStringList Put(EKelvoProjects project, const QStringList& names)
-    {
-        for (const QString& name : names)
-            WriteFile(UploadFolder(project) + name, "content of " + name.toUtf8());
-        return names;
-    }
-    void Upload(int project, const QStringList& names)
-    {
-        Call("OnUploadToKelvo", Q_ARG(int, project), Q_ARG(QStringList, names));
-    }
-    static QStringList Local(EKelvoProjects project)
-    {
-        return QDir(UploadFolder(project)).entryList(QDir::Files, QDir::Name);
-    }
-    QStringList Remote(EKelvoProjects project)
-    {
-        QStringList names;
-        for (const std::wstring& name : Farm().FileNames(Inbox(project)))
-            names << QString::fromStdWString(name);
-        return names;
-    }
-};
-
-QStringList List(const char* text)
-{
-    return QString::fromLatin1(text).split(QLatin1Char('|'));
-}
-
-} // namespace
 
 void tst_Upload::anEmptyRequestEmitsNothing()
 {
@@ -232,112 +187,6 @@ void tst_Upload::aFileThatIsNotThereIsTheSdksToRefuse()
              (QStringList{
                  QStringLiteral("KelvoUploadingFile(3,missing.zip)"),
                  QStringLiteral("KelvoUploadComplete(3,[missing.zip:The file cannot be read.])")}));
-}
-
-void tst_Upload::aMissingFolderIsMadeFirst()
-{
-    TUpload f;
-    f.Sdk().Reset();
-    f.userId = f.Farm().AddUser(L"olga", L"secret");
-    f.Farm().AddTheSevenProjects();
-    f.Start();
-    f.Put(eJobReports, List("report.zip"));
-    f.Upload(eJobReports, List("report.zip"));
-    QCOMPARE(f.Script().Count(FakeOperation::eCreateUserInbox), std::size_t(1));
-    QVERIFY(f.Script().Calls(FakeOperation::eCreateUserInbox).front().text == L"From Console");
-    QCOMPARE(f.Remote(eJobReports), List("report.zip"));
-    QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoUploadComplete(1,[])"));
-}
-
-void tst_Upload::aFolderThatCannotBeMadeIsOneRecord()
-{
-    TUpload f;
-    f.Sdk().Reset();
-    f.userId = f.Farm().AddUser(L"olga", L"secret");
-    f.Farm().AddTheSevenProjects();
-    f.Start();
-    f.Put(eOptimalLines, List("a.zip|b.zip"));
-    f.Script().FailAlways(FakeOperation::eCreateUserInbox, OneError(L"not shown"));
-    f.Upload(eOptimalLines, List("a.zip|b.zip"));
-    QCOMPARE(f.workerLog.Texts(),
-             QStringList{QStringLiteral("KelvoUploadComplete(5,[All files:Creation of user folder "
-                                        "'Optimal Lines' failed])")});
-    QCOMPARE(TUpload::Local(eOptimalLines), List("a.zip|b.zip"));
-    QCOMPARE(f.Script().Count(FakeOperation::eUpload), std::size_t(0));
-}
-
-void tst_Upload::aFolderThatIsMadeButNotFoundIsOneRecord()
-{
-    TUpload f;
-    f.Start();
-    f.Put(eCurves, List("a.zip"));
-    f.Script().FailAlways(FakeOperation::eGetProjectResources, FakeErrors());
-    f.hub->OnCancelCurrentOperationRequested();
-    f.Upload(eCurves, List("a.zip"));
-    QCOMPARE(f.workerLog.Texts(),
-             QStringList{QStringLiteral(
-                 "KelvoUploadComplete(3,[All files:User folder 'Curves' created but reported as "
-                 "not found. Log out, re-login and retry uploading files])")});
-    QCOMPARE(TUpload::Local(eCurves), List("a.zip"));
-    QCOMPARE(f.Script().Count(FakeOperation::eUpload), std::size_t(0));
-    QVERIFY(!f.hub->IsCancelCurrentOperationRequested());
-}
-
-void tst_Upload::theTextsAreTranslatedBeforeTheNameIsFilledIn()
-{
-    const TTranslations translations(
-        {{"All files", "Alle"},
-         {"Creation of user folder '%1' failed", "%1 fehlt"},
-         {"User folder '%1' created but reported as not found. Log out, re-login and retry "
-          "uploading files",
-          "%1 verschwunden"}});
-    TUpload f;
-    f.Start();
-    f.Script().FailAlways(FakeOperation::eGetProjectResources, FakeErrors());
-    f.Upload(eCurves, List("a.zip"));
-    QCOMPARE(f.workerLog.Texts().last(),
-             QStringLiteral("KelvoUploadComplete(3,[Alle:Curves verschwunden])"));
-    f.Script().FailAlways(FakeOperation::eCreateUserInbox, FakeErrors());
-    f.Upload(ePivots, List("a.zip"));
-    QCOMPARE(f.workerLog.Texts().last(),
-             QStringLiteral("KelvoUploadComplete(4,[Alle:Pivots fehlt])"));
-}
-
-void tst_Upload::prescriptionMapsCompleteAtOnceAndStay()
-{
-    TUpload f;
-    f.Start();
-    f.Put(ePrescriptionMaps, List("map.zip"));
-    f.Upload(ePrescriptionMaps, List("map.zip"));
-    QCOMPARE(f.workerLog.Texts(), QStringList{QStringLiteral("KelvoUploadComplete(0,[])")});
-    QCOMPARE(TUpload::Local(ePrescriptionMaps), List("map.zip"));
-    QCOMPARE(f.Script().Count(FakeOperation::eUpload), std::size_t(0));
-}
-
-void tst_Upload::prescriptionMapsStillGetTheirFolder()
-{
-    TUpload f;
-    f.Sdk().Reset();
-    f.userId = f.Farm().AddUser(L"olga", L"secret");
-    f.Farm().AddTheSevenProjects();
-    f.Start();
-    f.hub->OnCancelCurrentOperationRequested();
-    f.Upload(ePrescriptionMaps, List("map.zip"));
-    QVERIFY(f.Farm().InboxId(L"To Console", f.userId) != 0);
-    QCOMPARE(f.workerLog.Texts(), QStringList{QStringLiteral("KelvoUploadComplete(0,[])")});
-    QVERIFY(!f.hub->IsCancelCurrentOperationRequested());
-}
-
-void tst_Upload::prescriptionMapsWithoutAFolderReportIt()
-{
-    TUpload f;
-    f.Sdk().Reset();
-    f.userId = f.Farm().AddUser(L"olga", L"secret");
-    f.Start();
-    f.Upload(ePrescriptionMaps, List("map.zip"));
-    QCOMPARE(f.workerLog.Texts(),
-             QStringList{QStringLiteral("KelvoUploadComplete(0,[All files:Creation of user folder "
-                                        "'To Console' failed])")});
 }
 
 void tst_Upload::aCancelBeforeTheFirstFileSendsNothing()

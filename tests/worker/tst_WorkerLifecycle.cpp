@@ -6,8 +6,6 @@
 #include <QtCore/QTimer>
 #include <QtTest/QtTest>
 
-#include <algorithm>
-
 using fakes::FakeCall;
 using fakes::FakeOperation;
 using ESession = TWorkerFixture::ESession;
