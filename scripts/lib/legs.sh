@@ -38,19 +38,27 @@ leg_e2e() {
     tests check --label-regex '^e2e$'
 }
 
+# The sanitizers' legs try what runs on the console, on the service as it is shipped.
+sanitised() {
+    local preset=$1
+    shift
+    configure check
+    build check kelvo-service kelvoctl
+    configure "$preset" -DKELVO_SERVICE=OFF \
+        -DKELVO_SERVICE_BINARY="$PWD/build/check/bin/kelvo-service" "$@"
+    build "$preset"
+    tests "$preset" --label-exclude '^(slow|e2e)$'
+}
+
 leg_asan() {
-    configure asan
-    build asan
-    tests asan --label-exclude '^slow$'
+    sanitised asan
 }
 
 # The distribution's Qt is not instrumented: races in and around it would be missed or imagined.
 leg_tsan() {
     local qt
     qt=$(scripts/tsan-qt)
-    configure tsan -DCMAKE_PREFIX_PATH="$qt"
-    build tsan
-    tests tsan --label-exclude '^slow$'
+    sanitised tsan -DCMAKE_PREFIX_PATH="$qt"
 }
 
 # run_legs NAME...: all of them, also after one that failed; fails if one did. Ends with each one's
