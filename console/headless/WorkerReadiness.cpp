@@ -13,9 +13,8 @@ namespace console {
 bool WaitForWorker(hostimpl::TFedGPSCoordinator& coordinator, int timeoutMs)
 {
     QEventLoop loop;
-    QObject::connect(
-        &coordinator, &hostimpl::TFedGPSCoordinator::ListenerReady, &loop,
-        [&loop] { loop.exit(1); }, Qt::QueuedConnection);
+    QObject::connect(&coordinator, &hostimpl::TFedGPSCoordinator::ListenerReady, &loop,
+                     [&loop] { loop.exit(1); });
     QTimer::singleShot(timeoutMs, &loop, [&loop] { loop.exit(0); });
     return coordinator.ReadyListeners() > 0 || loop.exec() == 1;
 }

@@ -28,11 +28,12 @@ public:
 
     // How many listeners on threads of their own have come up so far: they have connected GPSLost,
     // and their event loop runs. A component connects it as it starts, so this tells when the
-    // component has made all its connections. From any thread.
+    // component has made all its connections. Grows while the coordinator's thread handles events;
+    // to be read from any thread.
     int ReadyListeners() const { return m_readyListeners; }
 
 Q_SIGNALS:
-    // Emitted on the listener's thread, each time that ReadyListeners() grows.
+    // Emitted on the coordinator's thread, each time that ReadyListeners() grows.
     void ListenerReady();
 
 protected:

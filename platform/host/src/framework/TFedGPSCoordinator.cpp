@@ -79,10 +79,16 @@ void TFedGPSCoordinator::connectNotify(const QMetaMethod& signal)
         Qt::QueuedConnection);
 }
 
+// Told on the coordinator's own thread: whoever waits there may connect while a listener comes up.
 void TFedGPSCoordinator::NoteReadyListener()
 {
-    ++m_readyListeners;
-    Q_EMIT ListenerReady();
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            ++m_readyListeners;
+            Q_EMIT ListenerReady();
+        },
+        Qt::QueuedConnection);
 }
 
 } // namespace hostimpl
