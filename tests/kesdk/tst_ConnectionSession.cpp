@@ -8,7 +8,18 @@ namespace {
 using States = std::vector<std::int32_t>;
 
 class ConnectionSession : public ConnectionFixture
-{};
+{
+protected:
+    // The session's line sleeps until it is woken.
+    void LetSleepsBlock()
+    {
+        impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};
+        lines.session.sleeper = std::make_unique<BlockingSleeper>();
+        connection->Unsubscribe(&listener);
+        connection = std::make_unique<impl::Connection>(std::move(lines));
+        connection->Subscribe(&listener);
+    }
+};
 
 } // namespace
 
@@ -179,11 +190,7 @@ TEST_F(ConnectionSession, MissesNothingWhileTheLinkIsLost)
 
 TEST_F(ConnectionSession, TriesTheStreamAtOnceWhenAnotherRequestGotThrough)
 {
-    impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};
-    lines.session.sleeper = std::make_unique<BlockingSleeper>();
-    connection->Unsubscribe(&listener);
-    connection = std::make_unique<impl::Connection>(std::move(lines));
-    connection->Subscribe(&listener);
+    LetSleepsBlock();
     LogIn();
     service.SetOnline(false);
     ASSERT_TRUE(listener.WaitForState(api::eReconnecting));
@@ -281,6 +288,48 @@ TEST_F(ConnectionSession, DestructionEndsTheStreamWithoutAWord)
     connection.reset(); // with the listener still subscribed
     EXPECT_EQ(service.StreamCount(), 0);
     EXPECT_EQ(listener.States(), (States{1, 3}));
+}
+
+TEST_F(ConnectionSession, DestructionEndsTheSessionOnTheService)
+{
+    LogIn();
+    connection.reset();
+    EXPECT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
+}
+
+TEST_F(ConnectionSession, DestructionEndsNoSessionASecondTime)
+{
+    LogIn();
+    ASSERT_TRUE(connection->Logout());
+    connection.reset();
+    EXPECT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
+}
+
+TEST_F(ConnectionSession, ALoginThatIsCutShortLeavesNoSessionOnTheService)
+{
+    LetSleepsBlock();
+    service.FailNext(Drop("GET /v1/account"));
+    ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+    ASSERT_TRUE(service.WaitForRequests("GET /v1/account", 1));
+    connection.reset(); // with a token, and waiting to ask for the account again
+    ASSERT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
+    const SentRequest last = service.Requests().back();
+    EXPECT_EQ(last.Line(), "DELETE /v1/sessions/current");
+    EXPECT_EQ(last.Header("Authorization"), "Bearer token-1");
+    EXPECT_GT(last.request.limits.total.count(), 0);
+    EXPECT_LE(last.request.limits.total, std::chrono::seconds(2));
+    EXPECT_EQ(listener.States(), (States{1}));
+}
+
+TEST_F(ConnectionSession, ALoginThatIsCutShortTriesToEndItsSessionOnlyOnce)
+{
+    LetSleepsBlock();
+    service.FailNext(Drop("GET /v1/account"));
+    service.FailNext(Drop("DELETE /v1/sessions/current"));
+    ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+    ASSERT_TRUE(service.WaitForRequests("GET /v1/account", 1));
+    connection.reset();
+    EXPECT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
 }
 
 TEST_F(ConnectionSession, IsCalledOnItsOwnThread)

@@ -70,9 +70,11 @@ void SessionThread::Run()
         {
             std::unique_lock lock(m_mutex);
             m_hasNext.wait(lock, [this] { return m_isStopping || m_next; });
-            if (m_isStopping)
-                return;
             login.swap(m_next);
+        }
+        if (m_isStopping) {
+            EndOnService(login ? login->replacedToken : std::string());
+            return;
         }
         RunLogin(std::move(*login));
     }
@@ -92,6 +94,8 @@ void SessionThread::RunLogin(Login login)
         // Nothing, when it was the caller that ended it; and no lost session, when all ends.
         if (!m_isStopping)
             m_parts.state.Lost(progress.id);
+        else if (m_parts.state.IsCurrent(progress.id))
+            EndOnService(progress.token);
         return;
     }
     EndOnService(progress.token);
@@ -180,14 +184,14 @@ Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome
     return HasEnded(progress.id) ? Failure(EErrorCode::eAborted) : Failure();
 }
 
-// For a session that nobody will use any more: let it not lie about until it expires.
+// For a session that nobody will use any more: let it not lie about until it expires. Also when all
+// ends, which is why it is tried only once and not for long.
 void SessionThread::EndOnService(const std::string& token)
 {
-    if (token.empty() || m_isStopping)
+    if (token.empty())
         return;
     ApiCall call;
     call.token = token;
-    call.abort = [this] { return m_isStopping.load(); };
     call.policy.attempts = 1;
     call.policy.total = kEndOnServiceLimit;
     static_cast<void>(m_parts.api.LogOut(call));

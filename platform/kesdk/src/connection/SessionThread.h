@@ -41,7 +41,8 @@ public:
     };
 
     explicit SessionThread(Parts parts);
-    // Ends running work at once.
+    // Ends running work at once; a session that stands, or that was just coming up, is ended on the
+    // service if that can be reached within 2 s.
     ~SessionThread();
     SessionThread(const SessionThread&) = delete;
     SessionThread& operator=(const SessionThread&) = delete;

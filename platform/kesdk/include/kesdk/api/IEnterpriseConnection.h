@@ -34,8 +34,8 @@ public:
     IEnterpriseConnection(const IEnterpriseConnection&) = delete;
     IEnterpriseConnection& operator=(const IEnterpriseConnection&) = delete;
 
-    // Ends running work and joins the connection's threads. Once it returns, no listener call is
-    // running or will start.
+    // Ends running work and joins the connection's threads; a session is ended on the service too,
+    // if it can be reached within 2 s. Once it returns, no listener call is running or will start.
     virtual ~IEnterpriseConnection() = default;
 
     // Starts a login; the outcome arrives as connection states 1, then 3 or 4. True when it was
