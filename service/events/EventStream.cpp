@@ -9,6 +9,7 @@
 #include <boost/asio/detached.hpp>
 
 #include <array>
+#include <exception>
 
 namespace kelvo::events {
 
@@ -64,8 +65,27 @@ Async<void> EventStream::run(http::Transport& transport)
     const auto watch = std::make_shared<Watch>(transport.executor());
     asio::co_spawn(transport.executor(), Watch::run(watch, transport, subscription_),
                    asio::detached);
+    std::exception_ptr failure;
+    try {
+        co_await sendAll(transport, *watch);
+    } catch (...) {
+        failure = std::current_exception(); // nothing may be awaited in here
+    }
+    // The watcher uses the transport, so it has to end before this does, by whatever way.
+    co_await transport.shutdownSend();
+    transport.expireAfter(std::chrono::seconds(2));
+    while (!watch->finished) {
+        co_await watch->done.sleepUntil(Steady::time_point::max());
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
+Async<void> EventStream::sendAll(http::Transport& transport, const Watch& watch)
+{
     bool open = co_await send(transport, ": connected\n\n");
-    while (open && !watch->closed) {
+    while (open && !watch.closed) {
         if (subscription_->takeOverflow() || behind_) {
             open = co_await sendFromLog(transport);
         } else {
@@ -82,12 +102,6 @@ Async<void> EventStream::run(http::Transport& transport)
         if (Steady::now() >= lastSent_ + settings_.heartbeat) {
             open = co_await beat(transport);
         }
-    }
-    // The watcher uses the transport, so it has to end before this returns.
-    co_await transport.shutdownSend();
-    transport.expireAfter(std::chrono::seconds(2));
-    while (!watch->finished) {
-        co_await watch->done.sleepUntil(Steady::time_point::max());
     }
 }
 

@@ -36,6 +36,7 @@ public:
 private:
     struct Watch;
 
+    Async<void> sendAll(http::Transport& transport, const Watch& watch);
     Async<bool> sendFromLog(http::Transport& transport);
     Async<bool> sendQueued(http::Transport& transport);
     Async<bool> sendEnd(http::Transport& transport);

@@ -10,6 +10,7 @@
 #include "tests/service/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
+#include <soci/soci.h>
 
 namespace kelvo::events {
 namespace {
@@ -169,6 +170,28 @@ TEST_F(Streaming, EndsWithTheSessionsTime)
     EXPECT_EQ(loop.run(test::readAll(*pair.client)),
               ": connected\n\n" + eventsText(1, 1) +
                   "event: session-ended\ndata: {\"reason\":\"expired\"}\n\n");
+}
+
+TEST_F(Streaming, LeavesNobodyOnTheTransportWhenTheLogCannotBeRead)
+{
+    database.writeNow([](store::Transaction& t) { t.sql << "DROP TABLE events"; });
+    long readers = 0;
+    const auto serveAndFail = [this, &readers]() -> Async<void> {
+        try {
+            EventStream stream(subscription, 0, database, clock, {});
+            co_await stream.run(*pair.server);
+        } catch (const std::exception&) {
+            readers = subscription.use_count() - 1; // the test's own is one
+            ended = true;
+        }
+    };
+    subscription = hub.subscribe(loop.executor(), session);
+    started = true;
+    loop.start(serveAndFail());
+    EXPECT_EQ(loop.run(test::readAll(*pair.client)), ": connected\n\n");
+    pair.client->abort();
+    loop.runUntil([this] { return ended; });
+    EXPECT_EQ(readers, 0);
 }
 
 TEST_F(Streaming, EndsWhenThePeerLeaves)
