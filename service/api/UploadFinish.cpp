@@ -5,6 +5,7 @@
 #include "service/api/UploadSteps.h"
 #include "service/base/Digest.h"
 #include "service/http/Problem.h"
+#include "service/store/Errors.h"
 #include "service/store/Files.h"
 #include "service/store/Inboxes.h"
 #include "service/store/Uploads.h"
@@ -114,13 +115,19 @@ Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
         return commitFiles(context, transaction, upload);
     };
     std::exception_ptr failure;
+    bool inDoubt = false;
     FinishedUpload finished;
     try {
         finished = co_await context.database.write(change);
+    } catch (const store::CommitInDoubt&) {
+        inDoubt = true;
+        failure = std::current_exception();
     } catch (...) {
         failure = std::current_exception();
     }
-    if (failure && sealed.moved) {
+    // In doubt the content stays, for files may stand that need it. If none do, the janitor removes
+    // it and the upload begins anew.
+    if (failure && !inDoubt && sealed.moved) {
         // The next attempt finds the upload as it was.
         auto giveBack = [&context, &upload] {
             context.contents.giveBack(upload.id, upload.sha256);

@@ -2,6 +2,7 @@
 #include "service/store/Database.h"
 
 #include "service/base/Log.h"
+#include "service/store/Errors.h"
 #include "service/store/Schema.h"
 
 #include <soci/soci.h>
@@ -171,7 +172,7 @@ void Database::commit()
         *writer_ << "COMMIT";
     } catch (const std::exception& error) {
         dialect_->translate(error);
-        throw;
+        throw CommitInDoubt(error.what());
     }
 }
 

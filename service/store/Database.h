@@ -31,8 +31,8 @@ struct Transaction
  * Thread: read and write may be awaited on any I/O thread; their functions run on the store's own
  * threads, all writing ones on one. The ...Now forms block the caller and are for start-up,
  * clean-up and tests. Errors: the functions' own exceptions, those of Errors.h, std::runtime_error
- * for a failing database. A function that throws leaves no trace. What `write` returned is durable.
- * Retry: safe, nothing is half done.
+ * for a failing database. A function that throws leaves no trace; only CommitInDoubt leaves it
+ * open whether it does. What `write` returned is durable. Retry: safe, nothing is half done.
  */
 class Database
 {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 
 namespace kelvo::store {
 
@@ -32,6 +33,16 @@ class StorageFull : public std::runtime_error
 {
 public:
     StorageFull() : std::runtime_error("the database's disk is full") {}
+};
+
+/**
+ * The database failed while it committed: the changes may stand or not. Whoever has to know looks
+ * again; what the changes refer to must be left in place.
+ */
+class CommitInDoubt : public std::runtime_error
+{
+public:
+    explicit CommitInDoubt(const std::string& what) : std::runtime_error(what) {}
 };
 
 } // namespace kelvo::store
