@@ -38,9 +38,17 @@ void removeExpiredUploads(api::Context& context)
     const auto expired = context.database.readNow(
         [now](soci::session& sql) { return store::expiredUploads(sql, now); });
     for (const std::string& id : expired) {
-        context.database.writeNow(
-            [&id](store::Transaction& transaction) { store::removeUpload(transaction, id); });
-        context.contents.removeUpload(id);
+        // A request that works on it gives it more time when it ends. One that comes now does so
+        // first, in a transaction, and then either finds no row or is seen by the condition.
+        if (context.activeUploads.isHeld(id)) {
+            continue;
+        }
+        const bool removed = context.database.writeNow([&id, now](store::Transaction& transaction) {
+            return store::removeExpiredUpload(transaction, id, now);
+        });
+        if (removed) {
+            context.contents.removeUpload(id);
+        }
     }
 }
 

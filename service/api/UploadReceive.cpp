@@ -11,6 +11,8 @@ using http::Problem;
 
 namespace {
 
+constexpr long long extensionStepMs = 3600LL * 1000;
+
 Async<store::Upload> reload(Context& context, const std::string& id)
 {
     auto query = [&id](soci::session& sql) { return store::uploadById(sql, id); };
@@ -19,6 +21,26 @@ Async<store::Upload> reload(Context& context, const std::string& id)
         throw Problem(EProblem::NotFound, "There is no such upload.");
     }
     co_return *upload;
+}
+
+/**
+ * A part that comes gives the upload its whole life again. Not each of many, though: a commit
+ * would cost more than a small part does. `aliveAtMs`: it must not have expired by then.
+ */
+Async<void> extend(Context& context, store::Upload& upload, long long aliveAtMs)
+{
+    const long long expiresMs = context.clock.nowMs() + uploadLifeMs;
+    if (upload.expiresMs > expiresMs - extensionStepMs) {
+        co_return;
+    }
+    auto change = [&upload, aliveAtMs, expiresMs](store::Transaction& transaction) {
+        return store::extendUpload(transaction, upload.id, aliveAtMs, expiresMs);
+    };
+    const bool isAlive = co_await context.database.write(change);
+    if (!isAlive) {
+        throw Problem(EProblem::Gone, "The upload has expired.");
+    }
+    upload.expiresMs = expiresMs;
 }
 
 [[noreturn]] void throwWrongOffset(long long offset)
@@ -41,6 +63,25 @@ Async<Progress> currentProgress(Context& context, http::Request& request, store:
     co_return Progress{upload, static_cast<long long>(size), {}};
 }
 
+Async<void> giveUpUpload(Context& context, http::Request& request, const store::Upload& upload)
+{
+    const auto hold = co_await context.activeUploads.take(upload.id, request.body);
+    // The request that had it may have been the one that finished it.
+    auto change = [&upload](store::Transaction& transaction) {
+        const bool removed = store::removeUnfinishedUpload(transaction, upload.id);
+        if (!removed && store::uploadById(transaction.sql, upload.id)) {
+            throw Problem(EProblem::Conflict, "The upload is finished: its files are there.");
+        }
+        return removed;
+    };
+    const bool removed = co_await context.database.write(change);
+    if (!removed) {
+        throw Problem(EProblem::NotFound, "There is no such upload.");
+    }
+    auto remove = [&context, &upload] { context.contents.removeUpload(upload.id); };
+    co_await context.filePool.run(remove);
+}
+
 Async<Progress> receivePart(Context& context, http::Request& request, store::Upload upload,
                             long long offset)
 {
@@ -49,6 +90,7 @@ Async<Progress> receivePart(Context& context, http::Request& request, store::Upl
     if (upload.finished) {
         throwWrongOffset(upload.lengthBytes);
     }
+    co_await extend(context, upload, context.clock.nowMs());
     co_return co_await receiveHeldPart(context, request, upload, offset);
 }
 
@@ -79,6 +121,7 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
         co_await context.filePool.run(sync);
     }
     writer.suspend();
+    co_await extend(context, upload, 0); // held all the while, whatever the clock says
     if (!whole) {
         throw http::PeerGone();
     }

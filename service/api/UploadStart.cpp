@@ -16,8 +16,6 @@ using http::Problem;
 
 namespace {
 
-constexpr long long uploadLifeMs = 7LL * 24 * 3600 * 1000;
-
 void requireTargets(soci::session& sql, const store::User& user,
                     const std::vector<store::Id>& targets)
 {

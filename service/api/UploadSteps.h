@@ -12,6 +12,9 @@
 
 namespace kelvo::api {
 
+/** An unfinished upload is kept so long after its last part. */
+inline constexpr long long uploadLifeMs = 7LL * 24 * 3600 * 1000;
+
 /** What a POST leads to. */
 struct Beginning
 {
@@ -47,6 +50,9 @@ Async<Progress> receivePart(Context& context, http::Request& request, store::Upl
 /** The same for an upload that this request holds already and knows the state of. */
 Async<Progress> receiveHeldPart(Context& context, http::Request& request, store::Upload upload,
                                 long long offset);
+
+/** Drops an unfinished upload after the request that works on it has stopped. Throws Problem. */
+Async<void> giveUpUpload(Context& context, http::Request& request, const store::Upload& upload);
 
 /** How much of an unfinished upload is there, after other requests on it have been stopped. */
 Async<Progress> currentProgress(Context& context, http::Request& request, store::Upload upload);

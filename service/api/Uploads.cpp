@@ -51,7 +51,10 @@ void addProgress(Response& response, const Progress& progress)
 
 std::string locationOf(const store::Upload& upload)
 {
-    return std::string(basePath) + "/uploads/" + upload.id;
+    std::string path = basePath;
+    path += "/uploads/";
+    path += upload.id;
+    return path;
 }
 
 Async<Progress> continueRepeat(Context& context, Request& request, const store::Upload& upload)
@@ -125,13 +128,7 @@ Async<Response> terminate(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
     const store::Upload upload = co_await findUpload(context, user, request.parameter("id"));
-    const auto hold = co_await context.activeUploads.take(upload.id, request.body);
-    auto change = [&upload](store::Transaction& transaction) {
-        store::removeUpload(transaction, upload.id);
-    };
-    co_await context.database.write(change);
-    auto remove = [&context, &upload] { context.contents.removeUpload(upload.id); };
-    co_await context.filePool.run(remove);
+    co_await giveUpUpload(context, request, upload);
     co_return Response::noContent();
 }
 

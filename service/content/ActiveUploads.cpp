@@ -36,6 +36,12 @@ Async<std::shared_ptr<ActiveUploads::Hold>> ActiveUploads::take(std::string id,
     }
 }
 
+bool ActiveUploads::isHeld(const std::string& id) const
+{
+    const std::lock_guard lock(mutex_);
+    return entries_.contains(id);
+}
+
 void ActiveUploads::waitForRelease(const std::string& id, std::function<void()> done)
 {
     {

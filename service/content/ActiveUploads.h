@@ -40,6 +40,9 @@ public:
     /** Waits until the request that holds it now, if any, has stopped. */
     Async<std::shared_ptr<Hold>> take(std::string id, http::BodyReader& body);
 
+    /** Whether a request works on it at this moment. Any thread. */
+    bool isHeld(const std::string& id) const;
+
 private:
     struct Entry
     {
@@ -51,7 +54,7 @@ private:
     void waitForRelease(const std::string& id, std::function<void()> done);
     void release(const std::string& id);
 
-    std::mutex mutex_; // guards entries_
+    mutable std::mutex mutex_; // guards entries_
     std::map<std::string, Entry> entries_;
 };
 

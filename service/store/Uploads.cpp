@@ -71,6 +71,12 @@ auto intoUpload(soci::details::prepare_temp_type query, UploadRow& row)
            into(row.finished), into(row.upload.sha256), into(row.files), into(row.warnings);
 }
 
+bool changesARow(soci::statement& change)
+{
+    change.execute(true);
+    return change.get_affected_rows() > 0;
+}
+
 bool anyFileLeft(soci::session& sql, const Upload& upload)
 {
     return std::any_of(upload.files.begin(), upload.files.end(), [&sql, &upload](Id file) {
@@ -150,9 +156,21 @@ void forgetKey(Transaction& transaction, const std::string& id)
     transaction.sql << "UPDATE uploads SET idempotency_key = NULL WHERE id = :id", use(id);
 }
 
-void removeUpload(Transaction& transaction, const std::string& id)
+bool extendUpload(Transaction& transaction, const std::string& id, long long nowMs,
+                  long long expiresMs)
 {
-    transaction.sql << "DELETE FROM uploads WHERE id = :id", use(id);
+    soci::statement change =
+        (transaction.sql.prepare << "UPDATE uploads SET expires_ms = :expires"
+                                    " WHERE id = :id AND finished = 0 AND expires_ms > :now",
+         use(expiresMs), use(id), use(nowMs));
+    return changesARow(change);
+}
+
+bool removeUnfinishedUpload(Transaction& transaction, const std::string& id)
+{
+    soci::statement change =
+        (transaction.sql.prepare << "DELETE FROM uploads WHERE id = :id AND finished = 0", use(id));
+    return changesARow(change);
 }
 
 std::vector<std::string> expiredUploads(soci::session& sql, long long nowMs)
@@ -167,6 +185,15 @@ std::vector<std::string> expiredUploads(soci::session& sql, long long nowMs)
         ids.push_back(id);
     }
     return ids;
+}
+
+bool removeExpiredUpload(Transaction& transaction, const std::string& id, long long nowMs)
+{
+    soci::statement change =
+        (transaction.sql.prepare
+             << "DELETE FROM uploads WHERE id = :id AND finished = 0 AND expires_ms <= :now",
+         use(id), use(nowMs));
+    return changesARow(change);
 }
 
 void forgetOldResults(Transaction& transaction, long long nowMs)
@@ -188,7 +215,7 @@ void forgetOldResults(Transaction& transaction, long long nowMs)
         }
     }
     for (const std::string& id : useless) {
-        removeUpload(transaction, id);
+        transaction.sql << "DELETE FROM uploads WHERE id = :id", use(id);
     }
 }
 

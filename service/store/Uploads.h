@@ -22,10 +22,18 @@ void finishUpload(Transaction& transaction, const Upload& upload);
 /** The upload can no longer be found by its key. */
 void forgetKey(Transaction& transaction, const std::string& id);
 
-void removeUpload(Transaction& transaction, const std::string& id);
+/** Gives an unfinished upload more time. False if its time is over or it is unfinished no more. */
+bool extendUpload(Transaction& transaction, const std::string& id, long long nowMs,
+                  long long expiresMs);
+
+/** False if it is finished or gone: a result is not given up. */
+bool removeUnfinishedUpload(Transaction& transaction, const std::string& id);
 
 /** Unfinished uploads whose time is over. */
 std::vector<std::string> expiredUploads(soci::session& sql, long long nowMs);
+
+/** False if it was finished or got more time meanwhile. */
+bool removeExpiredUpload(Transaction& transaction, const std::string& id, long long nowMs);
 
 /** Forgets finished uploads from before `nowMs` that nobody can ask for: without key, or none of
  * their files left. */

@@ -67,6 +67,23 @@ class Ageing(unittest.TestCase):
         self.assertEqual(len(olga.get(f"/resources/{inbox}").json()["entries"]), 1)
         service.stop()
 
+    def test_a_part_gives_an_upload_its_days_again(self):
+        service = self.start()
+        olga = self.client(service)
+        inbox = make_inbox(olga)
+        location = olga.create("parts.zip", [inbox], 6, b"ab").headers["Location"]
+        for part in (b"c", b"d"):
+            let_pass(service, 5)
+            olga = self.client(service)
+            expired = olga.tus("HEAD", location, 200).headers["Upload-Expires"]
+            reply = olga.patch(location, olga.offset(location), part)
+            self.assertNotEqual(reply.headers["Upload-Expires"], expired)
+        let_pass(service, 6)
+        olga = self.client(service)
+        done = olga.patch(location, 4, b"ef")
+        self.assertEqual(done.headers["Repr-Digest"], digest_header(b"abcdef"))
+        service.stop()
+
     def test_a_finished_uploads_key_is_known_as_long_as_its_file_is_there(self):
         service = self.start()
         olga = self.client(service)

@@ -208,10 +208,12 @@ class Uploads(WireTest):
         self.olga.patch(location, 4, b"456789", expect=(404, 410))
         self.olga.tus("DELETE", location, (404, 410))
 
-    def test_giving_up_a_finished_upload_leaves_the_file(self):
-        reply = self.olga.create("finished.zip", [self.inbox], 1, b"f")
-        self.olga.tus("DELETE", reply.headers["Location"], (204, 404, 410))
+    def test_a_finished_upload_cannot_be_given_up_any_more(self):
+        reply = self.olga.create("finished.zip", [self.inbox], 1, b"f", key="finished")
+        self.refused(self.olga.tus("DELETE", reply.headers["Location"], 409), "conflict")
         self.assertEqual(self.content(reply.json()["files"][0]["id"]), b"f")
+        again = self.olga.create("finished.zip", [self.inbox], 1, key="finished")
+        self.assertEqual(again.json()["files"], reply.json()["files"])
 
     def test_nobody_else_touches_an_upload(self):
         location = self.olga.create("mine.zip", [self.inbox], 4, b"ab").headers["Location"]

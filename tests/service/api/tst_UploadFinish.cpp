@@ -2,10 +2,13 @@
 #include "service/api/UploadSteps.h"
 #include "service/base/Digest.h"
 #include "service/http/Problem.h"
+#include "service/store/Errors.h"
 #include "service/store/Uploads.h"
 #include "tests/service/support/ApiFixture.h"
+#include "tests/service/support/TcpPair.h"
 
 #include <gmock/gmock.h>
+#include <soci/soci.h>
 
 #include <future>
 #include <latch>
@@ -118,6 +121,28 @@ TEST_F(Finishing, LeavesTheUploadAsItWasWhenItCannotBeCommitted)
     EXPECT_EQ(files().size(), 1U);
 }
 
+TEST_F(Finishing, LeavesTheContentWhenNobodyKnowsWhetherItWasCommitted)
+{
+    const store::Upload upload = received("a.zip", "abc", {inbox.id});
+    database.writeNow([](store::Transaction& t) {
+        t.sql << "CREATE TABLE doom (farm_id BIGINT REFERENCES farms (id)"
+                 " DEFERRABLE INITIALLY DEFERRED)";
+        // What it inserts is found wrong only by COMMIT.
+        t.sql << "CREATE TRIGGER dooms AFTER UPDATE ON uploads BEGIN"
+                 " INSERT INTO doom VALUES (-1); END";
+    });
+    EXPECT_THROW(finish(upload), store::CommitInDoubt);
+    EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
+    EXPECT_EQ(contents.uploadSize(upload.id), 0U);
+
+    database.writeNow([](store::Transaction& t) { t.sql << "DROP TRIGGER dooms"; });
+    content::UploadWriter writer(contents, digests, upload.id);
+    writer.append("abc", 3);
+    EXPECT_TRUE(loop.run(finishUpload(context, upload, writer)).upload.finished);
+    EXPECT_EQ(files().size(), 1U);
+    EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
+}
+
 TEST_F(Finishing, DoesNotTakeAnotherFilesContentAwayWhenItFails)
 {
     finish(received("a.zip", "abc", {inbox.id}));
@@ -136,6 +161,45 @@ TEST_F(Finishing, WarnsOnlyTheOfficeOfANameThatIsThereTwice)
     });
     EXPECT_EQ(finish(received("a.zip", "ghi", {inbox.id})).warnings.size(), 1U);
     EXPECT_TRUE(finish(received("b.zip", "ghi", {inbox.id})).warnings.empty());
+}
+
+/** Requests without a peer that matters, for what takes an upload from another request. */
+struct IdleRequest
+{
+    explicit IdleRequest(asio::io_context& io) : pair(io) {}
+
+    test::TcpPair pair;
+    const http::Limits limits;
+    const http::RequestHead head;
+    std::string early;
+    http::BodyReader body{*pair.server, limits, head, early};
+    http::Request request{head, body, limits, "127.0.0.1"};
+};
+
+TEST_F(Finishing, IsNotUndoneByWhoeverGivesTheUploadUpMeanwhile)
+{
+    const store::Upload upload = received("a.zip", "abc", {inbox.id});
+    IdleRequest last(loop.io());
+    IdleRequest deletion(loop.io());
+    auto hold = loop.run(activeUploads.take(upload.id, last.body));
+    std::optional<http::EProblem> refusal;
+    const auto giveUp = [&]() -> Async<void> {
+        try {
+            co_await giveUpUpload(context, deletion.request, upload);
+        } catch (const http::Problem& problem) {
+            refusal = problem.kind();
+        }
+    };
+    loop.start(giveUp());
+    loop.io().poll();
+    const store::Upload done = finish(upload);
+    hold.reset();
+    loop.runUntil([&refusal] { return refusal.has_value(); });
+    EXPECT_EQ(refusal, http::EProblem::Conflict);
+    const auto known = database.readNow(
+        [&upload](soci::session& sql) { return store::uploadById(sql, upload.id); });
+    ASSERT_TRUE(known);
+    EXPECT_EQ(known->files, done.files);
 }
 
 class Beginning : public Finishing

@@ -5,6 +5,7 @@
 #include "service/store/Events.h"
 #include "service/store/Uploads.h"
 #include "tests/service/support/ApiFixture.h"
+#include "tests/service/support/TcpPair.h"
 
 #include <gmock/gmock.h>
 
@@ -86,6 +87,23 @@ TEST_F(CleaningUp, RemovesUploadsThatNobodyContinued)
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
     EXPECT_FALSE(
         database.readNow([&open](soci::session& sql) { return store::uploadById(sql, open.id); }));
+}
+
+TEST_F(CleaningUp, LeavesAnUploadThatARequestWorksOn)
+{
+    const store::Upload open = begin("half");
+    test::TcpPair pair(loop.io());
+    const http::Limits limits;
+    const http::RequestHead head;
+    std::string early;
+    http::BodyReader body(*pair.server, limits, head, early);
+    auto hold = loop.run(activeUploads.take(open.id, body));
+    clock.advance(24h * 8);
+    cleanUp();
+    EXPECT_THAT(contents.uploadIds(), testing::ElementsAre(open.id));
+    hold.reset();
+    cleanUp();
+    EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
 }
 
 TEST_F(CleaningUp, RemovesWhatACrashLeftBehind)

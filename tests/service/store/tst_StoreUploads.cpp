@@ -112,6 +112,31 @@ TEST_P(StoreContract, FindsUnfinishedUploadsThatHaveExpired)
     EXPECT_THAT(expired(100), testing::ElementsAre("open"));
 }
 
+TEST_P(StoreContract, RemovesOnlyWhatIsStillUnfinishedAndStillExpired)
+{
+    const store::User user = addUser(addFarm("Hill Farm"), "olga");
+    Upload upload = makeUpload(user, "done", "nonce");
+    add(*database, upload);
+    add(*database, makeUpload(user, "open", ""));
+    const auto removesExpired = [this](const char* id, long long nowMs) {
+        return write([id, nowMs](Transaction& t) { return removeExpiredUpload(t, id, nowMs); });
+    };
+    const auto extends = [this](const char* id, long long nowMs, long long expiresMs) {
+        return write([=](Transaction& t) { return extendUpload(t, id, nowMs, expiresMs); });
+    };
+    EXPECT_FALSE(removesExpired("open", 99));
+    EXPECT_TRUE(extends("open", 99, 200));
+    EXPECT_FALSE(removesExpired("open", 150)) << "it got more time";
+    EXPECT_FALSE(extends("open", 200, 300)) << "too late";
+    EXPECT_TRUE(removesExpired("open", 200));
+    EXPECT_FALSE(removesExpired("open", 200)) << "it is gone";
+
+    write([&upload](Transaction& t) { store::finishUpload(t, upload); });
+    EXPECT_FALSE(removesExpired("done", 1000));
+    EXPECT_FALSE(write([](Transaction& t) { return removeUnfinishedUpload(t, "done"); }));
+    EXPECT_TRUE(findByKey(*database, user.id, "nonce")) << "a repeat gets this result";
+}
+
 TEST_P(StoreContract, KeepsResultsAsLongAsARepeatCouldAskForThem)
 {
     const store::User user = addUser(addFarm("Hill Farm"), "olga");
