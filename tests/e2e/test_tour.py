@@ -8,6 +8,8 @@ import tempfile
 import unittest
 from pathlib import Path
 
+from kelvoe2e import awkward
+
 TOUR = Path(os.environ["KELVO_TOUR"]) / "tour"
 
 
@@ -37,14 +39,19 @@ class TourTest(unittest.TestCase):
         self.assertIn("neither empty nor", result.stderr)
         self.assertTrue((self.folder / "service").is_dir())
 
-    def test_a_bad_archive_of_the_given_folder_is_expected_to_fail(self):
+    def test_archives_of_the_given_folder_come_out_as_expected_good_and_bad(self):
         data = self.folder / "data"
         data.mkdir()
+        awkward.write_all(data)
         (data / "bad.zip").write_bytes(b"PK\3\4 no more than that")
         (data / "empty.zip").write_bytes(b"PK\5\6" + bytes(18))
         result = self.run_tour("--out", self.folder / "out", "--data", data)
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
-        self.assertIn("ok  bad.zip cannot be unpacked and leaves nothing", result.stdout.splitlines())
+        lines = result.stdout.splitlines()
+        for name in ("bad.zip", *awkward.REFUSED):
+            self.assertEqual(lines.count(f"ok  {name} cannot be unpacked and leaves nothing"), 2, name)
+        for name, (_, paths) in awkward.SOUND.items():
+            self.assertIn(f"ok  {name} downloaded as maps: {len(paths)} files, byte for byte", lines)
 
     def test_a_folder_without_archives_is_refused(self):
         data = self.folder / "data"

@@ -8,13 +8,18 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 import zipfile
 from pathlib import Path
+from types import SimpleNamespace
 
 sys.path.insert(0, os.environ["KELVO_TOUR"])
 
+from kelvoe2e import awkward  # noqa: E402
 from kelvotour import archives  # noqa: E402
+from kelvotour.binaries import Binaries  # noqa: E402
 from kelvotour.console import Line, Result, quoted  # noqa: E402
+from kelvotour.day import Day  # noqa: E402
 from kelvotour.steps import Steps, require  # noqa: E402
 
 
@@ -42,6 +47,54 @@ class TourPartsTest(unittest.TestCase):
             archive.writestr(link, "/etc/passwd")
         self.assertIsNone(archives.expected_files(self.folder / "c.zip"))
 
+    def test_awkward_archives_are_judged_as_the_console_does(self):
+        awkward.write_all(self.folder)
+        for name, (_, paths) in awkward.SOUND.items():
+            with self.subTest(name):
+                expected = archives.expected_files(self.folder / name)
+                self.assertIsNotNone(expected)
+                self.assertEqual(sorted(expected), sorted(paths))
+        for name in awkward.REFUSED:
+            with self.subTest(name):
+                self.assertIsNone(archives.expected_files(self.folder / name))
+
+    def test_a_bomb_is_not_unpacked_to_be_judged(self):
+        awkward.write_all(self.folder)
+        with unittest.mock.patch.object(zipfile.ZipFile, "open", side_effect=AssertionError):
+            self.assertIsNone(archives.expected_files(self.folder / "bomb.zip"))
+
+    def test_files_and_folders_in_each_others_way_have_no_place(self):
+        (self.folder / "folder").mkdir()
+        (self.folder / "file").write_bytes(b"1")
+        for names, has_place in ((["new", "file", "folder/new"], True), (["folder"], False), (["file/new"], False)):
+            with self.subTest(names):
+                self.assertEqual(archives.have_place(dict.fromkeys(names), self.folder), has_place)
+
+    def test_each_bad_archive_must_be_told_of_in_the_log(self):
+        day = Day(Binaries(*[Path("none")] * 4), self.folder / "out", None)
+        data = self.folder / "out/console"
+        (data / "from-service").mkdir(parents=True)
+        (data / "incoming").mkdir()
+        (data / "logs").mkdir()
+        times_told = iter((1, 0, 2))
+
+        def run(command):
+            with open(data / "logs/user.log", "a", encoding="utf-8") as log:
+                log.write("TKelvoThreadObject::ManageKelvoDownloads: damaged\n" * next(times_told))
+            record = {"file": command.split("'")[1], "text": "Failed to unzip file"}
+            return Result(False, "", [Line(0, "", "KelvoDownloadComplete", {"errors": [record]})])
+
+        day.console = SimpleNamespace(data=data, run=run)
+        with contextlib.redirect_stdout(io.StringIO()):
+            for name in ("once.zip", "never.zip", "twice.zip"):
+                day._download_a_bad_one("maps", "from-service", Path(name))
+            self.assertEqual(day.steps.close(), 1)
+        self.assertEqual((self.folder / "out/steps.txt").read_text(encoding="utf-8").splitlines(), [
+            "ok  once.zip cannot be unpacked and leaves nothing",
+            "FAILED never.zip cannot be unpacked and leaves nothing: the user log says 0 times why, not once",
+            "FAILED twice.zip cannot be unpacked and leaves nothing: the user log says 2 times why, not once",
+            "1 steps ok, 2 failed"])
+
     def test_an_encrypted_archive_is_no_sound_one(self):
         if not shutil.which("zip"):
             self.skipTest("there is no zip to encrypt with")
@@ -52,7 +105,8 @@ class TourPartsTest(unittest.TestCase):
     def test_comparing_sees_missing_and_differing_files(self):
         (self.folder / "same").write_bytes(b"1")
         (self.folder / "other").write_bytes(b"1")
-        problems = archives.compare({"same": b"1", "other": b"2", "missing": b"3"}, self.folder)
+        expected = archives.digests({"same": b"1", "other": b"2", "missing": b"3"})
+        problems = archives.compare(expected, self.folder)
         self.assertEqual(problems, ["other differs from the archive's", "missing is missing"])
 
     def test_a_failed_step_is_told_of_and_counted(self):

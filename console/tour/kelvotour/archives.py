@@ -1,12 +1,17 @@
 """Archives to send, and what must stand in a folder when one was unpacked into it."""
 
+import hashlib
 import random
 import struct
 import zipfile
+import zlib
 from pathlib import Path
+
+from .entries import is_refused, paths_of
 
 SUFFIXES = (".zip", ".ZIP")
 LARGE_BYTES = 6 * 1024 * 1024
+CHUNK_BYTES = 1024 * 1024
 
 
 def make_samples(folder):
@@ -53,34 +58,45 @@ def archives_in(folder):
 
 
 def expected_files(path):
-    """{relative path: bytes} that unpacking must yield, or None if the archive is one to refuse."""
+    """{relative path: digest} that unpacking must yield, or None if the archive is one to refuse."""
     try:
         with zipfile.ZipFile(path) as archive:
             entries = archive.infolist()
-            if any(not is_harmless(entry) for entry in entries):
+            if is_refused(entries, path.stat().st_size):
                 return None
-            return {entry.filename: archive.read(entry) for entry in entries if not entry.is_dir()}
-    except (zipfile.BadZipFile, zipfile.LargeZipFile, EOFError, OSError, RuntimeError, NotImplementedError,
-            struct.error, ValueError):
+            return {name: digest_of(archive.open(entry)) for name, entry in paths_of(entries).items()}
+    except (zipfile.BadZipFile, zipfile.LargeZipFile, zlib.error, EOFError, OSError, RuntimeError,
+            NotImplementedError, struct.error, ValueError):
         return None
 
 
-def is_harmless(entry):
-    """Neither encrypted, a link or a device, nor with a way out of the folder in its name."""
-    mode = entry.external_attr >> 16
-    is_special = entry.create_system == 3 and mode & 0o170000 not in (0, 0o100000, 0o040000)
-    parts = entry.filename.split("/")
-    return not (entry.flag_bits & 1 or is_special or entry.filename.startswith("/") or ".." in parts)
+def digests(files):
+    """{relative path: digest} of {relative path: bytes}"""
+    return {name: hashlib.sha256(content).hexdigest() for name, content in files.items()}
+
+
+def digest_of(stream):
+    with stream:
+        digest = hashlib.sha256()
+        while chunk := stream.read(CHUNK_BYTES):
+            digest.update(chunk)
+    return digest.hexdigest()
+
+
+def have_place(expected, folder):
+    """Whether no file of an archive would have to replace a folder, nor one of its folders a file."""
+    return not any((folder / name).is_dir() or any((folder / parent).is_file() for parent in Path(name).parents)
+                   for name in expected)
 
 
 def compare(expected, folder):
     """What is wrong with the unpacked files of one archive, as texts; none if every byte is right."""
     problems = []
-    for name, content in expected.items():
+    for name, digest in expected.items():
         path = folder / name
         if not path.is_file():
             problems.append(f"{name} is missing")
-        elif path.read_bytes() != content:
+        elif digest_of(path.open("rb")) != digest:
             problems.append(f"{name} differs from the archive's")
     return problems
 
