@@ -88,6 +88,10 @@ Async<Response> create(Context& context, Request& request)
     response.status = 201;
     if (progress.upload.finished) {
         response = co_await resultDocument(context, progress, 201);
+        if (beginning.isRepeat) {
+            // An earlier request made it: a body that came with this one is not in it.
+            response.with("Kelvo-Repeated", "true");
+        }
     }
     response.with("Location", locationOf(progress.upload));
     addProgress(response, progress);

@@ -26,6 +26,7 @@ class IdempotencyKeys(WireTest):
         first = self.create(b"abc")
         second = self.create()
         self.assertEqual(second.headers["Location"], first.headers["Location"])
+        self.assertIsNone(second.headers["Kelvo-Repeated"])
         self.assertEqual(second.headers["Upload-Offset"], "3")
         self.assertTrue(second.headers["Upload-Expires"])
         self.olga.patch(first.headers["Location"], 3, b"def")
@@ -38,8 +39,10 @@ class IdempotencyKeys(WireTest):
 
     def test_a_repeat_of_a_finished_upload_answers_the_same_result(self):
         first = self.create(b"abcdef")
-        for _ in range(2):
-            again = self.create()
+        self.assertIsNone(first.headers["Kelvo-Repeated"])
+        for body in (None, b"ABCDEF"):
+            again = self.create(body)
+            self.assertEqual(again.headers["Kelvo-Repeated"], "true")
             self.assertEqual(again.json()["files"], first.json()["files"])
             for header in ("Kelvo-File-Ids", "Repr-Digest", "Upload-Offset"):
                 self.assertEqual(again.headers[header], first.headers[header])
@@ -70,6 +73,7 @@ class IdempotencyKeys(WireTest):
         again = self.create()
         self.assertEqual(again.headers["Upload-Offset"], "0")
         self.assertIsNone(again.headers["Kelvo-File-Ids"])
+        self.assertIsNone(again.headers["Kelvo-Repeated"])
         self.assertNotEqual(again.headers["Location"], first.headers["Location"])
         done = self.olga.patch(again.headers["Location"], 0, b"abcdef")
         self.assertNotEqual(done.headers["Kelvo-File-Ids"], first.headers["Kelvo-File-Ids"])
