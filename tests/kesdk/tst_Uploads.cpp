@@ -37,6 +37,20 @@ protected:
         EXPECT_TRUE(service.FileIds(inbox).empty());
     }
 
+    // What the service says to a key whose upload has long come to its end.
+    HttpResponse EarlierResult(std::int64_t file) const
+    {
+        const std::string content = service.Content(file);
+        Sha256 hash;
+        hash.Update(content.data(), content.size());
+        return test::Reply(201, "{}",
+                           {{"Location", "/kelvo-api/v1/uploads/earlier"},
+                            {"Upload-Offset", std::to_string(kContent.size())},
+                            {"Kelvo-File-Ids", std::to_string(file)},
+                            {"Repr-Digest", ToReprDigest(hash.Finish())},
+                            {"Kelvo-Repeated", "true"}});
+    }
+
     const std::string path = folder.Write("report.txt", kContent);
     Uploads uploads{api};
 };
@@ -183,6 +197,52 @@ TEST_F(UploadsTest, DeletesACopyThatIsNotWhatWasSent)
     ExpectFailure(Send(), EErrorCode::eFileChanged);
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1);
     ExpectKept(Send(), kContent); // the next one is a new upload
+}
+
+TEST_F(UploadsTest, LeavesAloneWhatAnEarlierUploadLeftUnderTheSameKey)
+{
+    const std::int64_t earlier = service.AddFile(inbox, "report.txt", "what it once held");
+    service.FailNext(Answer("POST /v1/uploads", EarlierResult(earlier)));
+    const auto sent = Send();
+    EXPECT_EQ(sent.failure.code, EErrorCode::eNone) << sent.failure.detail;
+    ASSERT_EQ(service.FileIds(inbox).size(), 2u);
+    EXPECT_EQ(service.Content(earlier), "what it once held");
+    ASSERT_EQ(sent.value.size(), 1u);
+    EXPECT_EQ(service.Content(sent.value[0].id), kContent);
+    EXPECT_EQ(service.Count("DELETE"), 0);
+}
+
+TEST_F(UploadsTest, LeavesItAloneAlsoWhenTheAnswerThatToldOfItWasLost)
+{
+    const std::int64_t earlier = service.AddFile(inbox, "report.txt", "what it once held");
+    service.FailNext(Drop("POST /v1/uploads"));
+    service.FailNext(Answer("POST /v1/uploads", EarlierResult(earlier)));
+    const auto sent = Send();
+    EXPECT_EQ(sent.failure.code, EErrorCode::eNone) << sent.failure.detail;
+    EXPECT_EQ(service.Content(earlier), "what it once held");
+    EXPECT_EQ(service.FileIds(inbox).size(), 2u);
+    EXPECT_EQ(service.Count("DELETE"), 0);
+}
+
+TEST_F(UploadsTest, LeavesItAloneAlsoWhenTheFileChangesMeanwhile)
+{
+    const std::int64_t earlier = service.AddFile(inbox, "report.txt", kContent);
+    HttpResponse answer = EarlierResult(earlier);
+    call.abort = [this, asked = 0]() mutable {
+        if (++asked == 1)
+            folder.Write("report.txt", std::string(kContent.size(), 'x'));
+        return false;
+    };
+    service.FailNext(Answer("POST /v1/uploads", answer));
+    EXPECT_EQ(Send().failure.code, EErrorCode::eFileChanged);
+    EXPECT_EQ(service.Count("DELETE"), 0);
+}
+
+TEST_F(UploadsTest, AConsoleThatWasRestartedMakesNoSecondFileOfTheSame)
+{
+    ExpectKept(Send(), kContent);
+    Uploads restarted{api};
+    ExpectKept(restarted.Send(call, path, {inbox}), kContent);
 }
 
 TEST_F(UploadsTest, DeletesTheCopyOfAFileThatChangedMeanwhile)

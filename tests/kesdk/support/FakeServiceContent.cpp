@@ -187,7 +187,11 @@ HttpResponse FakeService::BeginUpload(const SentRequest& sent, bool isWhole)
             return Problem(409, "conflict");
         if (upload.metadata != metadata || upload.length != length)
             return Problem(409, "conflict");
-        return UploadStand(201, id);
+        const bool isRepeated = !upload.files.empty();
+        HttpResponse stand = UploadStand(201, id);
+        if (isRepeated)
+            stand.headers.push_back({"Kelvo-Repeated", "true"});
+        return stand;
     }
     std::istringstream targets(MetadataValue(metadata, "targets"));
     for (std::string target; std::getline(targets, target, ',');) {

@@ -86,6 +86,7 @@ Result<UploadRecord> ReadUpload(const HttpOutcome& outcome)
     if (!ids || !digest)
         return upload;
     upload.isComplete = true;
+    upload.isRepeated = response.Header("Kelvo-Repeated") != nullptr;
     upload.fileIds = SplitIds(*ids);
     upload.reprDigest = *digest;
     // A 204 has no body; the snapshot then learns of the files from the event stream.

@@ -73,6 +73,7 @@ struct UploadRecord
     std::string location;
     std::int64_t offsetBytes = 0;
     bool isComplete = false;
+    bool isRepeated = false; // it was complete before the request came
     std::string reprDigest;
     std::vector<std::int64_t> fileIds;
     std::vector<FileRecord> files;

@@ -65,8 +65,8 @@ Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::st
             m_keys.Spent(job.identity);
             return RecordsOf(job.upload, result.value, digest);
         }
-        const bool isAnotherContent = failure.Is(EErrorCode::eFileChanged) && !job.hasSent;
-        if (!isAnotherContent || !job.file.IsUnchanged())
+        const bool isAnothers = failure.Is(EErrorCode::eFileChanged) && !IsOwn(job, result.value);
+        if (!isAnothers || !job.file.IsUnchanged())
             return failure;
         // Something else was once sent under this key; it is none of this call's business.
         UseNewKey(job);
@@ -108,7 +108,9 @@ Result<UploadRecord> Uploads::Take(Job& job)
     }
     if (job.file.ReadFailure().IsSet())
         return job.file.ReadFailure();
-    job.hasSent = job.hasSent || (result && job.step != EStep::eAsk);
+    if (job.step == EStep::eAsk)
+        result.value.isRepeated = true; // whatever is complete by now was so before
+    job.hasSent = job.hasSent || (result && !result.value.isRepeated);
     return result;
 }
 
@@ -162,7 +164,18 @@ void Uploads::UseNewKey(Job& job)
     job.upload.idempotencyKey = m_keys.KeyOf(job.identity);
     job.location.clear();
     job.mostOffsetBytes = 0;
+    job.hasSent = false;
     job.step = EStep::eBegin;
+}
+
+// Whether this call made the files. Those that an earlier request made are this call's only if it
+// has sent content, whose answer was lost, and they hold just that.
+bool Uploads::IsOwn(Job& job, const UploadRecord& result)
+{
+    if (!result.isRepeated)
+        return true;
+    const Result<Sha256::Digest> computed = job.file.Digest(job.call.abort);
+    return job.hasSent && computed && result.reprDigest == ToReprDigest(computed.value);
 }
 
 // What was committed must be what was read, and what was read must still be what is there: the
@@ -177,7 +190,7 @@ Failure Uploads::Verify(Job& job, const UploadRecord& result, Sha256::Digest& di
             failure = Failure(EErrorCode::eFileChanged, "what the service committed is not what "
                                                         "is in the file now");
     }
-    if (failure.Is(EErrorCode::eFileChanged) && job.hasSent) {
+    if (failure.Is(EErrorCode::eFileChanged) && IsOwn(job, result)) {
         ApiCall call = job.call;
         call.policy = RetryPolicy();
         for (const std::int64_t id : result.fileIds)

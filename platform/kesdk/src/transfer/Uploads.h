@@ -46,7 +46,7 @@ private:
         std::int64_t offsetBytes = 0;
         std::int64_t mostOffsetBytes = 0; // that the service ever acknowledged
         int fruitless = 0;                // attempts in a row that brought nothing
-        bool hasSent = false;             // content, in this call
+        bool hasSent = false;             // content, in this call and under this key
     };
 
     Result<UploadRecord> RunToEnd(Job& job);
@@ -54,6 +54,7 @@ private:
     void Advance(Job& job, const UploadRecord& stand);
     Failure Recover(Job& job, const Failure& failure);
     void UseNewKey(Job& job);
+    bool IsOwn(Job& job, const UploadRecord& result);
     Failure Verify(Job& job, const UploadRecord& result, Sha256::Digest& digest);
 
     ApiClient& m_api;
