@@ -7,6 +7,8 @@
 
 #include <QtCore/QUuid>
 
+#include <memory>
+
 namespace {
 
 // The plug-in's application identifier: 9e5b9e35-77b2-4f19-acaa-5ce817b88895.
@@ -19,9 +21,11 @@ TKelvoDll::TKelvoDll(QWidget* parentWidget, const TGPSCoordinator* gpsCoordinato
                      const TAppFeatures& features, const QString& hostString)
     : TGen2DynamicLibrary(parentWidget)
 {
-    // The hub comes first: the worker connects to it as soon as its thread runs.
-    KelvoInterface = new TKelvoInterface;
+    // The hub comes first: the worker connects to it as soon as its thread runs. Until there is a
+    // worker to end its life, nobody gets to see it.
+    auto hub = std::make_unique<TKelvoInterface>();
     m_worker = new TKelvoThreadObject(gpsCoordinator, features, hostString);
+    KelvoInterface = hub.release();
 }
 
 TKelvoDll::~TKelvoDll() = default;
