@@ -1,0 +1,40 @@
+// The plug-in's library as it is shipped, loaded as the host loads it, with a host around it.
+#include "tests/plugin/TLoadedPlugin.h"
+
+#include <QtTest/QTest>
+
+TLoadedPlugin::~TLoadedPlugin()
+{
+    if (m_finalise)
+        m_finalise();
+}
+
+bool TLoadedPlugin::Load()
+{
+    m_library.setFileName(QStringLiteral(KELVO_LIBRARY_FILE));
+    m_library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
+    if (!m_library.load())
+        return false;
+    m_initialise = reinterpret_cast<TInitialise>(m_library.resolve("Initialise"));
+    m_finalise = reinterpret_cast<TFinalise>(m_library.resolve("Finalise"));
+    m_getInterface = reinterpret_cast<TGetInterface>(m_library.resolve("GetKelvoInterface"));
+    return m_initialise && m_finalise && m_getInterface;
+}
+
+void TLoadedPlugin::Initialise()
+{
+    m_initialise(nullptr, &gps, QStringLiteral("Host 1.0"), &levels, &features);
+}
+
+bool TLoadedPlugin::InitialiseAndWait()
+{
+    const int before = gps.ReadyListeners();
+    Initialise();
+    return QTest::qWaitFor([this, before] { return gps.ReadyListeners() > before; }, HANG_GUARD_MS);
+}
+
+void TLoadedPlugin::ConfigureOperator(const QString& name, const QString& password)
+{
+    hostimpl::TConfigStore::Process().SetItem(24289, name, false);
+    hostimpl::TConfigStore::Process().SetItem(24290, password, false);
+}

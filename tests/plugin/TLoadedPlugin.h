@@ -1,0 +1,62 @@
+// The plug-in's library as it is shipped, loaded as the host loads it, with a host around it.
+#pragma once
+
+#include "support/TTempDataFolder.h"
+#include "tests/plugin/TWindowManagerRecorder.h"
+
+#include "core/TKelvoInterface.h"
+#include "hostimpl/TConfigStore.h"
+#include "hostimpl/TFeatures.h"
+#include "hostimpl/TFedGPSCoordinator.h"
+#include "hostimpl/TUserLevels.h"
+
+#include <QtCore/QLibrary>
+
+class QWidget;
+
+// To be used by a test program that links none of the plug-in. Main thread only. What the library
+// reads from the environment must be set before Load().
+class TLoadedPlugin
+{
+public:
+    static constexpr int HANG_GUARD_MS = 60000;
+
+    ~TLoadedPlugin();
+
+    // False if the library or one of its entry points is missing; ErrorString() tells why.
+    bool Load();
+    QString ErrorString() const { return m_library.errorString(); }
+
+    void Initialise();
+    // Initialises and waits until the worker listens to the hub: a request that comes before is
+    // heard by nobody.
+    bool InitialiseAndWait();
+    void Finalise() { m_finalise(); }
+    TKelvoInterface* Hub() const { return m_getInterface(); }
+
+    void ConfigureOperator(const QString& name, const QString& password);
+    QFunctionPointer Resolve(const char* name) { return m_library.resolve(name); }
+    // An exported variable that points to a T.
+    template <typename T>
+    T* Data(const char* name)
+    {
+        return *reinterpret_cast<T**>(m_library.resolve(name));
+    }
+
+    kelvo::test::TTempDataFolder folder;
+    TWindowManagerRecorder windowManager;
+    hostimpl::TFedGPSCoordinator gps;
+    hostimpl::TUserLevels levels{hostimpl::TConfigStore::Process()};
+    hostimpl::TFeatures features{hostimpl::TConfigStore::Process()};
+
+private:
+    using TInitialise = void (*)(QWidget*, const TGPSCoordinator*, const QString&,
+                                 const TAppUserLevels*, const TAppFeatures*);
+    using TFinalise = void (*)();
+    using TGetInterface = TKelvoInterface* (*)();
+
+    QLibrary m_library;
+    TInitialise m_initialise = nullptr;
+    TFinalise m_finalise = nullptr;
+    TGetInterface m_getInterface = nullptr;
+};
