@@ -40,7 +40,7 @@ void THeadlessRunner::OnHubEvent(const THubEvent& event)
 {
     m_seams.print(SignalLine(event));
     ++m_unseenSignals[static_cast<std::size_t>(event.signal)];
-    if (m_operation) {
+    if (!IsEndOfForgotten(event) && m_operation) {
         m_operation->Follow(event);
     }
     // Not from within the hub's emission: further signals may belong to the same report.
@@ -48,6 +48,19 @@ void THeadlessRunner::OnHubEvent(const THubEvent& event)
         m_isProgressPosted = true;
         QTimer::singleShot(0, this, &THeadlessRunner::OnProgress);
     }
+}
+
+// The worker does one thing after the other: the end of what it was told first comes first.
+bool THeadlessRunner::IsEndOfForgotten(const THubEvent& event)
+{
+    for (auto operation = m_forgotten.begin(); operation != m_forgotten.end(); ++operation) {
+        operation->Follow(event);
+        if (operation->HasEnded()) {
+            m_forgotten.erase(operation);
+            return true;
+        }
+    }
+    return false;
 }
 
 void THeadlessRunner::RunNextSoon()
@@ -209,9 +222,16 @@ void THeadlessRunner::OnProgress()
 
 void THeadlessRunner::OnTimeout()
 {
+    OnProgress(); // what has come by now came in time
+    if (m_waiting == EWaiting::eNot) {
+        return;
+    }
     const QString after = QStringLiteral("timed out after %1 s").arg(m_timeout.interval() / 1000);
     if (m_waiting == EWaiting::eOperation) {
         Fail(m_operation->Verb(), after + QLatin1String(": ") + m_operation->Missing());
+        if (m_operation->IsOnFiles()) {
+            m_forgotten.push_back(*m_operation);
+        }
         m_operation.reset();
     } else {
         Fail(EVerb::eWait, after);

@@ -12,6 +12,7 @@
 #include <array>
 #include <functional>
 #include <optional>
+#include <vector>
 
 class TKelvoInterface;
 
@@ -51,6 +52,7 @@ public:
 private:
     enum class EWaiting : std::uint8_t { eNot, eOperation, eForOperation, eForSignals };
 
+    bool IsEndOfForgotten(const THubEvent& event);
     void RunNextSoon();
     void RunNext();
     void Run(const TCommand& command);
@@ -70,6 +72,8 @@ private:
     QTimer m_timeout;
     QQueue<QString> m_lines;
     std::optional<TOperation> m_operation;
+    // Timed out, while the worker goes on with them: their ends are still to come.
+    std::vector<TOperation> m_forgotten;
     std::array<int, hubSignalCount> m_unseenSignals = {}; // emitted, and not yet waited for
     QList<EHubSignal> m_awaitedSignals;
     EWaiting m_waiting = EWaiting::eNot;

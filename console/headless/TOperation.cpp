@@ -34,6 +34,11 @@ TOperation::TOperation(const TCommand& command, bool wasLoggedIn)
     : m_verb(command.verb), m_wasLoggedIn(wasLoggedIn)
 {}
 
+bool TOperation::IsOnFiles() const
+{
+    return m_verb == EVerb::eUpload || m_verb == EVerb::eDownload || m_verb == EVerb::eDelete;
+}
+
 void TOperation::Follow(const THubEvent& event)
 {
     if (m_hasEnded) {

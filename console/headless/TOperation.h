@@ -26,6 +26,9 @@ public:
     void Follow(const THubEvent& event);
 
     EVerb Verb() const { return m_verb; }
+    // A transfer or a deletion: each has an end of its own, however long it takes. (A login or
+    // logout that is asked for again is the same one.)
+    bool IsOnFiles() const;
     bool HasEnded() const { return m_hasEnded; }
     // Why it failed, on one line; empty if it has succeeded.
     QString Failure() const { return m_failure; }

@@ -172,6 +172,45 @@ private Q_SLOTS:
                          QStringLiteral("FAILED wait: timed out after 0 s")}));
     }
 
+    void takesNoLateEndForThatOfTheNextOperation()
+    {
+        TFixture fixture(1);
+        int requests = 0;
+        connect(&fixture.hub, &TKelvoInterface::KelvoUploadRequested, [&] {
+            if (++requests == 1) {
+                // The checks of a slow login end, and with them the hub's reason to refuse.
+                fixture.hub.OnPostLoginChecksComplete();
+                return;
+            }
+            fixture.hub.OnKelvoUploadComplete(3, {}); // the first one's
+            fixture.hub.OnKelvoUploadComplete(3, oneError);
+        });
+        fixture.runner.AddLine(QStringLiteral("upload curves a"));
+        fixture.runner.AddLine(QStringLiteral("upload curves b"));
+        fixture.runner.AddEnd();
+        QTRY_COMPARE(fixture.exitStatus, 1);
+        QCOMPARE(
+            fixture.Results(),
+            QStringList({QStringLiteral("FAILED upload: timed out after 0 s: no end was reported"),
+                         QStringLiteral("FAILED upload: 1 error: a.zip: first\\nsecond")}));
+    }
+
+    void ignoresTheLateEndOfAnotherKind()
+    {
+        TFixture fixture(1);
+        connect(&fixture.hub, &TKelvoInterface::KelvoUploadRequested,
+                [&] { fixture.hub.OnPostLoginChecksComplete(); });
+        connect(&fixture.hub, &TKelvoInterface::KelvoDeleteFilesRequested, [&] {
+            fixture.hub.OnKelvoUploadComplete(3, oneError);
+            fixture.hub.OnKelvoDeleteComplete(3, {});
+        });
+        fixture.runner.AddLine(QStringLiteral("upload curves a"));
+        fixture.runner.AddLine(QStringLiteral("delete curves b"));
+        fixture.runner.AddEnd();
+        QTRY_COMPARE(fixture.exitStatus, 1);
+        QCOMPARE(fixture.Results().constLast(), QStringLiteral("ok delete"));
+    }
+
     void saysThatAnOperationWasAbandoned()
     {
         TFixture fixture;
