@@ -38,11 +38,21 @@ QString Description()
                "Commands, one a line; # starts a comment, names with blanks stand in quotes:\n%1\n"
                "KIND is one of %2.\n\n"
                "Output: `signal NAME {ARGUMENTS}` for a signal, `ok COMMAND` or `FAILED COMMAND: "
-               "REASON`\nfor a command; `list` and `status` print a line of their own before "
-               "it.\n\n"
+               "REASON`\nfor a command; `list`, `status` and `position` print a line of their own "
+               "before it.\n\n"
                "Exit status: 0 all went as asked, 1 something failed, 2 wrong usage, 3 the plug-in "
                "could not\nbe loaded or started, 128+N ended by the signal N.")
         .arg(console::CommandHelp(), console::KindNames().join(QLatin1Char(' ')));
+}
+
+bool ReadShownPositions(const QString& text, console::EShownPositions& shown)
+{
+    if (text == QLatin1String("changes")) {
+        shown = console::EShownPositions::eChanges;
+        return true;
+    }
+    shown = console::EShownPositions::eFixes;
+    return text == QLatin1String("fixes");
 }
 
 // host, host:port, or [IPv6]:port; what the host is called is the resolver's business.
@@ -76,6 +86,16 @@ void DescribeOptions(QCommandLineParser& parser)
             .arg(QDir::toNativeSeparators(DefaultDataFolder())));
     add("credentials", "FILE",
         QStringLiteral("First line user name, second line password; only its owner may read it."));
+    add("gps", "SOURCE",
+        QStringLiteral("Where positions come from: gpsd[:HOST[:PORT]], default localhost:2947; "
+                       "nmea:FILE[@SPEED], a log of NMEA sentences, played SPEED times as fast as "
+                       "it was received, default 1; serial:DEVICE[@BAUD], a receiver, default "
+                       "%1 baud, which is the standard's: many receivers want 9600 or 115200. "
+                       "Without this there is no position.")
+            .arg(TGpsSetting().baud));
+    add("show-position", "WHEN",
+        QStringLiteral("Print a `position` line by itself: \"changes\" when the fix or the source "
+                       "is lost or returns, \"fixes\" at each fix besides."));
     add("script", "FILE", QStringLiteral("Where the commands come from, default - (stdin)."));
     add("timeout", "SECONDS",
         QStringLiteral("How long a command may take, default %1; then it has failed.")
@@ -96,6 +116,16 @@ bool ReadSettings(const QCommandLineParser& parser, TConsoleSettings& settings, 
         QDir::cleanPath(QFileInfo(value("data", DefaultDataFolder())).absoluteFilePath());
     settings.credentialsFile = value("credentials", QString());
     settings.scriptFile = value("script", QStringLiteral("-"));
+
+    if (parser.isSet(QStringLiteral("gps")) &&
+        !ParseGpsSetting(value("gps", QString()), settings.gps, errorText)) {
+        return false;
+    }
+    if (parser.isSet(QStringLiteral("show-position")) &&
+        !ReadShownPositions(value("show-position", QString()), settings.shownPositions)) {
+        errorText = QStringLiteral("--show-position wants \"changes\" or \"fixes\".");
+        return false;
+    }
 
     bool isNumber = true;
     settings.timeoutSeconds =

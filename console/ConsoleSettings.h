@@ -1,12 +1,19 @@
 // What the command line says the console is to do.
 #pragma once
 
+#include "console/position/GpsSetting.h"
+
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+
+#include <cstdint>
 
 class QCommandLineParser;
 
 namespace console {
+
+// Which changes of the position the console prints by itself.
+enum class EShownPositions : std::uint8_t { eNone, eChanges, eFixes };
 
 struct TConsoleSettings
 {
@@ -16,6 +23,8 @@ struct TConsoleSettings
     QString dataFolder;      // absolute
     QString credentialsFile; // may be empty
     QString scriptFile;      // "-" for the standard input
+    TGpsSetting gps;
+    EShownPositions shownPositions = EShownPositions::eNone;
     int timeoutSeconds = 120;
     bool isHeadless = false;
 };

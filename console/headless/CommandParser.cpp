@@ -20,7 +20,7 @@ struct TVerbRow
     QLatin1String help;
 };
 
-constexpr std::array<TVerbRow, 10> verbTable = {{
+constexpr std::array<TVerbRow, 11> verbTable = {{
     {EVerb::eLogin, QLatin1String("login"), EArguments::eNothing, true, QLatin1String("login [&]"),
      QLatin1String("log in; ends with all lists there, or the inboxes set up")},
     {EVerb::eLogout, QLatin1String("logout"), EArguments::eNothing, true,
@@ -41,6 +41,8 @@ constexpr std::array<TVerbRow, 10> verbTable = {{
          "until the command started with & has ended, or each signal has come since then")},
     {EVerb::eStatus, QLatin1String("status"), EArguments::eNothing, false, QLatin1String("status"),
      QLatin1String("the hub's flags")},
+    {EVerb::ePosition, QLatin1String("position"), EArguments::eNothing, false,
+     QLatin1String("position"), QLatin1String("the last fix, its quality and its age")},
     {EVerb::eQuit, QLatin1String("quit"), EArguments::eNothing, false, QLatin1String("quit"),
      QLatin1String("end the console, as the end of the script does")},
 }};

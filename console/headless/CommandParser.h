@@ -23,6 +23,7 @@ enum class EVerb : std::uint8_t {
     eCancel,
     eWait,
     eStatus,
+    ePosition,
     eQuit,
 };
 

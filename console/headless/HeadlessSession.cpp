@@ -4,11 +4,15 @@
 #include "console/Credentials.h"
 #include "console/PluginHost.h"
 #include "console/headless/CommandParser.h"
+#include "console/headless/PositionPrinter.h"
+#include "console/headless/TFixAnnouncer.h"
 #include "console/headless/THeadlessRunner.h"
 #include "console/headless/THubListener.h"
 #include "console/headless/TLineSource.h"
 #include "console/headless/TStopSignals.h"
 #include "console/headless/WorkerReadiness.h"
+#include "console/position/TPositionThread.h"
+#include "console/position/TSystemSourceTime.h"
 #include "hostimpl/HostSetup.h"
 #include "hostimpl/TFeatures.h"
 #include "hostimpl/TFedGPSCoordinator.h"
@@ -79,16 +83,17 @@ bool SetUpCredentials(const QString& file, QString& errorText)
 
 // Runs the commands until they end or a signal stops them. The plug-in runs all the while.
 int RunScript(TKelvoInterface& hub, hostimpl::TFedGPSCoordinator& coordinator,
-              const std::optional<QStringList>& script, int timeoutSeconds)
+              const console::TPositionMonitor& position, const std::optional<QStringList>& script,
+              int timeoutSeconds)
 {
     console::THeadlessRunner runner(
-        hub, {Print, [](int exitStatus) { QCoreApplication::exit(exitStatus); }},
+        hub,
+        {Print, [](int exitStatus) { QCoreApplication::exit(exitStatus); },
+         [&position] { return console::PositionLine(position.State()); }},
         timeoutSeconds * 1000);
+    const console::TFixAnnouncer announcer(coordinator);
     console::THubListener listener([&](const console::THubEvent& event) {
-        if (event.signal == console::EHubSignal::eLoggedIn) {
-            // The worker's own start of sharing may have come before the hub's flag.
-            coordinator.AnnounceFix();
-        }
+        announcer.OnHubEvent(event);
         runner.OnHubEvent(event);
     });
     QString errorText;
@@ -110,6 +115,17 @@ int RunScript(TKelvoInterface& hub, hostimpl::TFedGPSCoordinator& coordinator,
             [&runner] { runner.AddEnd(); });
     }
     return QCoreApplication::exec();
+}
+
+void PrintPositions(console::TPositionMonitor& position, console::EShownPositions shown)
+{
+    // On this thread, the monitor's: the source's must not wait for a reader of our output.
+    QObject::connect(&position, &console::TPositionMonitor::Changed, &position,
+                     [shown](const console::TPositionEvent& event) {
+                         if (console::IsShown(event, shown)) {
+                             Print(console::PositionLine(event));
+                         }
+                     });
 }
 
 } // namespace
@@ -145,7 +161,12 @@ int RunHeadless(const TConsoleSettings& settings)
                                        "address usable?"),
                         eExitPlugin);
     }
-    return RunScript(*plugin.Hub(), coordinator, script, settings.timeoutSeconds);
+    TSystemSourceTime time;
+    TPositionMonitor position(coordinator, time);
+    PrintPositions(position, settings.shownPositions);
+    TPositionThread source(settings.gps, position, time); // ends first
+    source.start(QThread::InheritPriority);
+    return RunScript(*plugin.Hub(), coordinator, position, script, settings.timeoutSeconds);
 }
 
 } // namespace console

@@ -121,6 +121,10 @@ void THeadlessRunner::Run(const TCommand& command)
         m_seams.print(StatusLine(m_hub));
         Succeed(command.verb);
         break;
+    case EVerb::ePosition:
+        m_seams.print(m_seams.positionLine());
+        Succeed(command.verb);
+        break;
     case EVerb::eQuit:
         Succeed(command.verb);
         Finish();
@@ -168,6 +172,7 @@ void THeadlessRunner::Request(const TCommand& command)
     case EVerb::eCancel:
     case EVerb::eWait:
     case EVerb::eStatus:
+    case EVerb::ePosition:
     case EVerb::eQuit:
         break;
     }

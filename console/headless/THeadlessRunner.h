@@ -23,6 +23,7 @@ struct TRunnerSeams
 {
     std::function<void(const QByteArray& line)> print;
     std::function<void(int exitStatus)> finished; // called once
+    std::function<QByteArray()> positionLine;     // what is to be printed about the position
 };
 
 // Takes commands one after the other, waits as long as each wants, and prints a line for every

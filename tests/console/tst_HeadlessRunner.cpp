@@ -16,7 +16,8 @@ struct TFixture
     explicit TFixture(int timeoutMs = longTimeoutMs)
         : runner(hub,
                  {[this](const QByteArray& line) { lines << QString::fromUtf8(line); },
-                  [this](int status) { exitStatus = status; }},
+                  [this](int status) { exitStatus = status; },
+                  [] { return QByteArray("position {}"); }},
                  timeoutMs),
           listener([this](const console::THubEvent& event) { runner.OnHubEvent(event); })
     {
@@ -103,6 +104,16 @@ private Q_SLOTS:
         QCOMPARE(fixture.Results().constFirst(),
                  QStringLiteral("FAILED download: 1 error: a.zip: first\\nsecond"));
         QCOMPARE(fixture.Results().constLast(), QStringLiteral("ok status"));
+    }
+
+    void printsThePositionBeforeTheResult()
+    {
+        TFixture fixture;
+        fixture.runner.AddLine(QStringLiteral("position"));
+        fixture.runner.AddEnd();
+        QTRY_COMPARE(fixture.exitStatus, 0);
+        QCOMPARE(fixture.lines,
+                 QStringList({QStringLiteral("position {}"), QStringLiteral("ok position")}));
     }
 
     void tellsUsageErrorsApart()

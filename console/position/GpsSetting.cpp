@@ -1,0 +1,111 @@
+// Where positions come from, as `--gps` says it.
+#include "console/position/GpsSetting.h"
+
+#include "console/position/SerialPort.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+
+namespace {
+
+constexpr double maxSpeed = 1000.0;
+
+bool Refuse(QString& errorText, const QString& text)
+{
+    errorText = QStringLiteral("--gps: ") + text;
+    return false;
+}
+
+bool ParseGpsd(const QString& address, console::TGpsSetting& setting, QString& errorText)
+{
+    static const QRegularExpression form(
+        QStringLiteral("^([A-Za-z0-9._-]+|\\[[0-9A-Fa-f:.]+\\])(?::([0-9]{1,5}))?$"));
+    setting.kind = console::EGpsKind::eGpsd;
+    const QRegularExpressionMatch match = form.match(address);
+    const int port = match.captured(2).isEmpty() ? setting.port : match.captured(2).toInt();
+    if (!match.hasMatch() || port < 1 || port > 65535) {
+        return Refuse(errorText, QStringLiteral("\"%1\" is no HOST or HOST:PORT.").arg(address));
+    }
+    setting.host = match.captured(1);
+    if (setting.host.startsWith(QLatin1Char('['))) {
+        setting.host = setting.host.mid(1, setting.host.size() - 2);
+    }
+    setting.port = static_cast<std::uint16_t>(port);
+    return true;
+}
+
+// A number behind the last "@", and what stands before it. An "@" without one belongs to the name.
+QString TakeNumber(const QString& text, QString& number)
+{
+    static const QRegularExpression form(QStringLiteral("^(.*)@(-?[0-9]+(?:\\.[0-9]+)?)$"),
+                                         QRegularExpression::DotMatchesEverythingOption);
+    const QRegularExpressionMatch match = form.match(text);
+    number = match.captured(2);
+    return match.hasMatch() ? match.captured(1) : text;
+}
+
+bool ParseLog(const QString& text, console::TGpsSetting& setting, QString& errorText)
+{
+    QString number;
+    const QFileInfo file(TakeNumber(text, number));
+    setting.kind = console::EGpsKind::eLog;
+    if (!number.isEmpty()) {
+        setting.speed = number.toDouble();
+    }
+    if (setting.speed < 1.0 || setting.speed > maxSpeed) {
+        return Refuse(errorText, QStringLiteral("the speed %1 is not from 1 (real time) to %2.")
+                                     .arg(number)
+                                     .arg(maxSpeed));
+    }
+    if (!file.isFile() || !file.isReadable()) {
+        return Refuse(errorText,
+                      QStringLiteral("the log \"%1\" cannot be read.").arg(file.filePath()));
+    }
+    setting.path = file.absoluteFilePath();
+    return true;
+}
+
+bool ParseSerial(const QString& text, console::TGpsSetting& setting, QString& errorText)
+{
+    QString number;
+    const QString device = TakeNumber(text, number);
+    setting.kind = console::EGpsKind::eSerial;
+    if (!number.isEmpty()) {
+        setting.baud = number.toInt();
+    }
+    if (device.isEmpty()) {
+        return Refuse(errorText, QStringLiteral("serial wants a DEVICE."));
+    }
+    if (!console::IsBaudRate(setting.baud)) {
+        return Refuse(errorText, QStringLiteral("%1 is no baud rate; there are %2.")
+                                     .arg(number, console::BaudRateNames()));
+    }
+    setting.path = QFileInfo(device).absoluteFilePath(); // it may yet come to be
+    return true;
+}
+
+} // namespace
+
+namespace console {
+
+bool ParseGpsSetting(const QString& text, TGpsSetting& setting, QString& errorText)
+{
+    setting = TGpsSetting();
+    const int colon = text.indexOf(QLatin1Char(':'));
+    const QString kind = text.left(colon); // all of it without a colon
+    const QString rest = colon < 0 ? QString() : text.mid(colon + 1);
+    if (kind == QLatin1String("gpsd")) {
+        return ParseGpsd(colon < 0 ? setting.host : rest, setting, errorText);
+    }
+    if (kind == QLatin1String("nmea")) {
+        return ParseLog(rest, setting, errorText);
+    }
+    if (kind == QLatin1String("serial")) {
+        return ParseSerial(rest, setting, errorText);
+    }
+    return Refuse(errorText, QStringLiteral("\"%1\" is none of gpsd[:HOST[:PORT]], "
+                                            "nmea:FILE[@SPEED], serial:DEVICE[@BAUD].")
+                                 .arg(text));
+}
+
+} // namespace console

@@ -1,0 +1,4 @@
+// The log of the position sources.
+#include "console/position/PositionLog.h"
+
+Q_LOGGING_CATEGORY(lcPosition, "kelvo.position", QtInfoMsg)

@@ -1,0 +1,93 @@
+// What a gpsd connection and a serial receiver have in common: they come back.
+#include "console/position/TLiveSource.h"
+
+#include "console/position/PositionLog.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+// No jitter: there is one console at a receiver.
+constexpr std::array<std::int64_t, 6> retryDelaysMs = {1000, 2000, 4000, 8000, 16000, 30000};
+
+} // namespace
+
+namespace console {
+
+TLiveSource::TLiveSource(const QString& name, TPositionMonitor& monitor, TSourceTime& time)
+    : m_name(name),
+      m_monitor(monitor),
+      m_feed(monitor),
+      m_time(time),
+      m_retry(time.MakeTimer([this] { TryToOpen(); })),
+      m_silence(time.MakeTimer([this] { OnSilence(); })),
+      m_idle(time.MakeTimer([this] { OnFailed(QStringLiteral("it says nothing")); }))
+{}
+
+void TLiveSource::Start()
+{
+    TryToOpen();
+}
+
+void TLiveSource::TryToOpen()
+{
+    m_monitor.OnSource(ESourceState::eConnecting);
+    Open();
+}
+
+void TLiveSource::OnOpened()
+{
+    m_idle->Start(idleMs);
+}
+
+void TLiveSource::OnBytes(std::string_view bytes)
+{
+    if (m_failures > 0) {
+        qCInfo(lcPosition, "%s: it is back.", qUtf8Printable(m_name));
+        m_failures = 0;
+    }
+    m_monitor.OnSource(ESourceState::eRunning);
+    m_idle->Start(idleMs);
+    const std::int64_t nowMs = m_time.NowMs();
+    m_feed.Take(bytes, nowMs);
+    if (m_feed.DeadlineMs()) {
+        m_silence->Start(*m_feed.DeadlineMs() - nowMs);
+    } else {
+        m_silence->Stop();
+    }
+}
+
+void TLiveSource::OnSilence()
+{
+    m_feed.Tick(m_time.NowMs());
+    if (m_feed.DeadlineMs()) { // the timer was early
+        m_silence->Start(*m_feed.DeadlineMs() - m_time.NowMs());
+    }
+}
+
+void TLiveSource::OnFailed(const QString& reason)
+{
+    Close();
+    m_idle->Stop();
+    m_silence->Stop();
+    m_feed.End();
+    if (m_failures == 0) {
+        qCWarning(lcPosition, "%s: %s. Trying again until it works.", qUtf8Printable(m_name),
+                  qUtf8Printable(reason));
+    }
+    m_retry->Start(retryDelaysMs[std::min(m_failures, retryDelaysMs.size() - 1)]);
+    ++m_failures;
+    m_monitor.OnSource(ESourceState::eConnecting);
+}
+
+void TLiveSource::End()
+{
+    m_retry->Stop();
+    m_silence->Stop();
+    m_idle->Stop();
+    m_feed.End();
+    m_monitor.OnSource(ESourceState::eEnded);
+}
+
+} // namespace console

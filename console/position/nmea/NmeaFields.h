@@ -1,0 +1,44 @@
+// The values in the fields of an NMEA sentence.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace console {
+
+// What a position rests on, as the receiver says. The values are those of a GGA sentence.
+enum class EFixQuality : std::uint8_t {
+    eNone = 0,
+    eAutonomous = 1,
+    eDifferential = 2,
+    ePrecise = 3,
+    eRtkFixed = 4,
+    eRtkFloat = 5,
+    eDeadReckoning = 6,
+    eManual = 7,
+    eSimulated = 8,
+};
+
+// A time of day, UTC. The second may be 60, a leap second.
+struct TTimeOfDay
+{
+    double hhmmss = 0.0; // as receivers write it: 93015.25 is 09:30:15.25
+    std::int64_t sinceMidnightMs = 0;
+};
+
+// Nothing, if a field is not written exactly as the standard has it: a lenient reader would make a
+// wrong position of a damaged one.
+
+// "hhmmss" with or without a fraction.
+std::optional<TTimeOfDay> ReadTimeOfDay(std::string_view field);
+// "ddmm.mmm" with "N" or "S", in degrees, south negative.
+std::optional<double> ReadLatitude(std::string_view field, std::string_view hemisphere);
+// "dddmm.mmm" with "E" or "W", in degrees, west negative.
+std::optional<double> ReadLongitude(std::string_view field, std::string_view hemisphere);
+// The quality of a GGA sentence.
+std::optional<EFixQuality> ReadQuality(std::string_view field);
+// A mode indicator, of one letter for each satellite system: the best of them counts.
+std::optional<EFixQuality> ReadMode(std::string_view field);
+
+} // namespace console
