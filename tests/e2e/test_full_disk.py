@@ -1,68 +1,94 @@
 """Folders without room or without leave to write: a record for the operator, and nothing half done."""
 
+import os
 import random
-import subprocess
+import stat
 import unittest
 
 from kelvoe2e.case import FarmCase
+from kelvoe2e.needs import NAMESPACE, can_mount, is_full_root, needs
 from kelvotour import archives
 
-NAMESPACE = ["unshare", "--map-root-user", "--mount"]
-CAN_MOUNT = subprocess.run([*NAMESPACE, "sh", "-c", "mount -t tmpfs none /tmp"], stderr=subprocess.DEVNULL,
-                           check=False).returncode == 0
+LIMIT_BYTES = 200 * 1024
+INCOMING, MAPS = "incoming", "from-service/prescriptions"
 
 
-@unittest.skipUnless(CAN_MOUNT, "this user may not mount in a namespace of its own")
-class FullDiskTest(FarmCase):
-    def logged_in_with(self, mount):
-        """A console that sees `mount`, a shell command with $data, and otherwise what we see."""
-        data = self.folder / "console"
-        for folder in ("incoming", "from-service/prescriptions", "to-service/curves"):
-            (data / folder).mkdir(parents=True)
-        data.chmod(0o700)
-        script = f'data=$0; {mount}; exec "$@"'
-        return self.logged_in(prefix=[*NAMESPACE, "sh", "-c", script, str(data)])
+def in_shell(script, *arguments):
+    """A prefix that has a shell do something before it becomes the console."""
+    return ["sh", "-c", f'{script}; exec "$@"', *map(str, arguments)]
 
-    def inside(self, console, path):
-        """A path as the console sees it."""
-        return console.data.__class__(f"/proc/{self.console_pid(console)}/root") / str(path).lstrip("/")
 
-    @staticmethod
-    def console_pid(console):
-        return console.process.pid  # every program of the prefix has replaced itself by the next
+class NoRoom:
+    """What must be true however the room ends. `logged_in_with_little_room(folder)` says how."""
 
-    def large_zip(self):
-        path = self.folder / "large.zip"
-        return archives.write_zip(path, {"large.bin": random.Random(2).randbytes(600_000)}).read_bytes()
+    def inside(self, console, folder):
+        """A folder as the console sees it. Every program of its prefix has replaced itself by the next."""
+        return console.data.__class__(f"/proc/{console.process.pid}/root") / str(console.data / folder).lstrip("/")
 
     def test_no_room_for_the_archive(self):
-        console = self.logged_in_with('mount -t tmpfs -o size=200k none "$data/incoming"')
-        self.put(console, {"large.zip": self.large_zip()})
+        console = self.logged_in_with_little_room(INCOMING)
+        large = archives.write_zip(self.folder / "large.zip", {"large.bin": random.Random(2).randbytes(3 * LIMIT_BYTES)})
+        self.put(console, {"large.zip": large.read_bytes()})
         result = console.run("download maps large.zip")
         self.assertFalse(result.ok)
         self.assertEqual([record["file"] for record in result.errors], ["large.zip"])
         self.assert_two_lines(result.errors[0]["text"])
-        self.assertFalse((self.inside(console, console.data / "incoming") / "large.zip").exists())
-        self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {})
+        self.assertEqual(list(self.inside(console, INCOMING).iterdir()), [])
+        self.assertEqual(archives.content_of(console.data / MAPS), {})
 
     def test_no_room_for_its_content(self):
-        console = self.logged_in_with('mount -t tmpfs -o size=200k none "$data/from-service/prescriptions"')
-        small = archives.write_zip(self.folder / "small.zip", {"small.txt": b"rates"}).read_bytes()
-        self.put(console, {"large.zip": self.large_zip(), "small.zip": small})
+        console = self.logged_in_with_little_room(MAPS)
+        small = archives.write_zip(self.folder / "small.zip", {"small.txt": b"rates"})
+        large = archives.write_zip(self.folder / "large.zip", {"large.bin": b"0123456789abcdef" * (LIMIT_BYTES // 5)})
+        self.assertLess(large.stat().st_size, LIMIT_BYTES // 2)
+        self.put(console, {"large.zip": large.read_bytes(), "small.zip": small.read_bytes()})
         result = console.run("download maps large.zip small.zip")
         self.assertEqual(result.errors, [{"file": "large.zip", "text": "Failed to unzip file"}])
-        folder = self.inside(console, console.data / "from-service/prescriptions")
-        self.assertEqual(archives.content_of(folder), {"small.txt": b"rates"})
+        self.assertEqual(archives.content_of(self.inside(console, MAPS)), {"small.txt": b"rates"})
         self.assertIn("TKelvoThreadObject::ManageKelvoDownloads: ",
                       (console.data / "logs/user.log").read_text(encoding="utf-8"))
 
+
+class FullDiskTest(NoRoom, FarmCase):
+    """A disk of its own that becomes full."""
+
+    def setUp(self):
+        if not can_mount():
+            if is_full_root():
+                needs(self, False, "a file system in a namespace of one's own")
+            # No means works in every container, so CI does without: the limit below stands for it.
+            self.skipTest("nobody may mount here")
+        super().setUp()
+
+    def logged_in_with_little_room(self, folder):
+        data = self.folder / "console"
+        (data / folder).mkdir(parents=True)
+        data.chmod(stat.S_IRWXU)
+        mount = f'mount -t tmpfs -o size={LIMIT_BYTES} none "$0"'
+        return self.logged_in(prefix=[*NAMESPACE, *in_shell(mount, data / folder)])
+
+
+class LimitedFilesTest(NoRoom, FarmCase):
+    """No file can grow beyond a limit: writing fails as on a full disk, and everybody may have it so."""
+
+    def logged_in_with_little_room(self, folder):
+        return self.logged_in(prefix=in_shell(f"trap '' XFSZ; ulimit -f {LIMIT_BYTES // 512}", "sh"))
+
+
+class FixedFolderTest(FarmCase):
     def test_a_sent_file_that_cannot_be_removed_was_sent_all_the_same(self):
-        console = self.logged_in_with('echo curve >"$data/to-service/curves/one.crv"; '
-                                      'mount --bind "$data/to-service/curves" "$data/to-service/curves"; '
-                                      'mount -o remount,ro,bind "$data/to-service/curves"')
+        folder = self.folder / "console/to-service/curves"
+        folder.mkdir(parents=True)
+        (self.folder / "console").chmod(stat.S_IRWXU)
+        (folder / "one.crv").write_bytes(b"curve")
+        folder.chmod(stat.S_IRUSR | stat.S_IXUSR)
+        self.addCleanup(folder.chmod, stat.S_IRWXU)
+        # Root is not bound by the mode unless it gives that up.
+        prefix = ["setpriv", "--bounding-set", "-dac_override"] if os.geteuid() == 0 else []
+        console = self.logged_in(prefix=prefix)
         self.assert_ok(console.run("upload curves one.crv"))
         self.assertEqual(self.held("Curves"), ["one.crv"])
-        self.assertTrue((console.data / "to-service/curves/one.crv").is_file())
+        self.assertTrue((folder / "one.crv").is_file())
         self.assertEqual(console.close(), 0)
 
 

@@ -6,6 +6,7 @@ import unittest
 import zipfile
 
 from kelvoe2e.case import FarmCase
+from kelvoe2e.needs import needs
 from kelvotour import archives
 
 BOMB_BYTES = 400 * 1024 * 1024
@@ -58,8 +59,7 @@ class HostileArchivesTest(FarmCase):
         self.assertEqual(list(outside.iterdir()), [])
 
     def test_an_encrypted_archive(self):
-        if not shutil.which("zip"):
-            self.skipTest("there is no zip to encrypt with")
+        needs(self, shutil.which("zip"), "zip, to encrypt with")
         (self.folder / "secret.txt").write_text("x")
         subprocess.run(["zip", "-q", "-P", "key", "m-secret.zip", "secret.txt"], cwd=self.folder, check=True)
         self.assert_refused("m-secret.zip", (self.folder / "m-secret.zip").read_bytes())

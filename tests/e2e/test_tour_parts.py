@@ -16,6 +16,7 @@ from types import SimpleNamespace
 sys.path.insert(0, os.environ["KELVO_TOUR"])
 
 from kelvoe2e import awkward  # noqa: E402
+from kelvoe2e.needs import needs  # noqa: E402
 from kelvotour import archives  # noqa: E402
 from kelvotour.binaries import Binaries  # noqa: E402
 from kelvotour.console import Line, Result, quoted  # noqa: E402
@@ -96,8 +97,7 @@ class TourPartsTest(unittest.TestCase):
             "1 steps ok, 2 failed"])
 
     def test_an_encrypted_archive_is_no_sound_one(self):
-        if not shutil.which("zip"):
-            self.skipTest("there is no zip to encrypt with")
+        needs(self, shutil.which("zip"), "zip, to encrypt with")
         (self.folder / "secret.txt").write_text("x")
         subprocess.run(["zip", "-q", "-P", "key", "d.zip", "secret.txt"], cwd=self.folder, check=True)
         self.assertIsNone(archives.expected_files(self.folder / "d.zip"))
