@@ -12,6 +12,7 @@
 #include "hostimpl/TUserLogFile.h"
 #include "hostimpl/Unpacking.h"
 #include "hostimpl/WindowManager.h"
+#include "support/Needs.h"
 #include "support/TTempDataFolder.h"
 #include "support/TestMain.h"
 
@@ -82,9 +83,7 @@ void tst_ConsoleHost::showsNothingElse()
     QProcess nm;
     nm.start(QStringLiteral("nm"), {QStringLiteral("-DC"), QStringLiteral("--defined-only"),
                                     QStringLiteral(CONSOLEHOST_LIBRARY)});
-    if (!nm.waitForFinished() || nm.exitCode() != 0) {
-        QSKIP("nm is not installed");
-    }
+    KELVO_NEEDS(nm.waitForFinished() && nm.exitCode() == 0, "the program nm");
     const QRegularExpression weak(QStringLiteral("^[0-9a-f]* *[VWuvw] "));
     const QRegularExpression expected(QStringLiteral(
         "^[0-9a-f]* *[A-Z] (non-virtual thunk to |vtable for |typeinfo for |typeinfo name for )?"

@@ -2,6 +2,7 @@
 #include "host/TUnzipFixture.h"
 
 #include "host/TFileSystemHelper.h"
+#include "support/Needs.h"
 #include "support/TestMain.h"
 
 #include <QtCore/QProcess>
@@ -243,9 +244,7 @@ void tst_Unzip::readsNames()
 void tst_Unzip::readsWhatZipWrites()
 {
     const QString zip = QStandardPaths::findExecutable(QStringLiteral("zip"));
-    if (zip.isEmpty()) {
-        QSKIP("zip is not installed");
-    }
+    KELVO_NEEDS(!zip.isEmpty(), "the program zip");
     TUnzipFixture fixture;
     const TFolderImage content = {{QStringLiteral("a"), "folder"},
                                   {QStringLiteral("a/empty"), "folder"},

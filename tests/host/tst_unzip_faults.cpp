@@ -2,6 +2,7 @@
 #include "host/TTracedUnzip.h"
 #include "host/TUnzipFixture.h"
 
+#include "support/Needs.h"
 #include "support/TestMain.h"
 
 #include <cerrno>
@@ -83,9 +84,7 @@ void tst_UnzipFaults::survivesAKillBeforeAnySystemCall()
     int completed = 0;
     for (int call = 1;; ++call) {
         TTracedUnzip process(fixture);
-        if (!process.IsTraced()) {
-            QSKIP("this system does not let a process be traced");
-        }
+        KELVO_NEEDS(process.IsTraced(), "the right to trace a process of one's own");
         if (!process.RunTo(call)) {
             break;
         }
@@ -110,9 +109,7 @@ void tst_UnzipFaults::survivesAKillBeforeAnySystemCall()
 // itself had failed, after the repair.
 void tst_UnzipFaults::tellsTheTruthWhenAnySystemCallFails()
 {
-    if (!TTracedUnzip::CanFailCalls()) {
-        QSKIP("the registers of this processor are not known");
-    }
+    KELVO_NEEDS(TTracedUnzip::CanFailCalls(), "a processor whose registers are known");
     TUnzipFixture fixture(QuickFolder());
     QVERIFY(fixture.SetArchive(TracedArchive()));
     const TFolderImage contentAfter = ContentAfter();
@@ -120,9 +117,7 @@ void tst_UnzipFaults::tellsTheTruthWhenAnySystemCallFails()
     for (int call = 1;; ++call) {
         QVERIFY(Reset(fixture));
         TTracedUnzip process(fixture);
-        if (!process.IsTraced()) {
-            QSKIP("this system does not let a process be traced");
-        }
+        KELVO_NEEDS(process.IsTraced(), "the right to trace a process of one's own");
         if (!process.RunTo(call)) {
             break;
         }

@@ -1,0 +1,16 @@
+// What a test needs of the machine: a person's may lack it, CI's may not.
+#pragma once
+
+#include <QtTest/QtTest>
+
+// Skips the test function, or fails it in CI, unless `isThere`.
+#define KELVO_NEEDS(isThere, what)                                                                 \
+    do {                                                                                           \
+        if (isThere) {                                                                             \
+            break;                                                                                 \
+        }                                                                                          \
+        if (!qEnvironmentVariableIsEmpty("CI")) {                                                  \
+            QFAIL("missing in CI: " what);                                                         \
+        }                                                                                          \
+        QSKIP("missing: " what);                                                                   \
+    } while (false)
