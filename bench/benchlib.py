@@ -173,6 +173,14 @@ def timed(function, *args):
     return time.monotonic() - start
 
 
+def in_turn(number, *contestants):
+    """What each answers, in the given order. Who goes first changes by round: it may find the disk quieter."""
+    first = number % len(contestants)
+    order = [*range(first, len(contestants)), *range(first)]
+    answers = {which: contestants[which]() for which in order}
+    return tuple(answers[which] for which in range(len(contestants)))
+
+
 def median(values):
     ordered = sorted(values)
     middle = len(ordered) // 2
