@@ -40,7 +40,9 @@ EHeadState HeadParser::feed(std::string& bytes)
     const std::size_t used = parser_->beast.put(boost::asio::buffer(bytes), error);
     bytes.erase(0, used);
     if (error == beast_http::error::need_more) {
-        return EHeadState::Incomplete;
+        // A start line without a version makes Beast wait for one beyond the end of the head.
+        const bool hasEnded = bytes.find("\r\n\r\n") != std::string::npos;
+        return hasEnded ? EHeadState::Malformed : EHeadState::Incomplete;
     }
     if (error == beast_http::error::header_limit || error == beast_http::error::buffer_overflow) {
         return EHeadState::TooLarge;

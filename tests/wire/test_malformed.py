@@ -113,6 +113,12 @@ class Malformed(WireTest):
                 self.assertIn(status, (None, 400, 404, 405, 501))
         self.alive()
 
+    def test_a_start_line_without_a_version_is_refused_before_the_peer_gives_up(self):
+        for start in ("GET / ", "GET /", "GET / HTTP", "GET", ""):
+            with self.subTest(start=start):
+                self.send(start + "\r\n\r\n", expect=(400,))
+        self.alive()
+
     def test_lengths_that_contradict_themselves_are_refused(self):
         start = f"POST {BASE}/positions HTTP/1.1"
         smuggled = b"{}GET / HTTP/1.1\r\nHost: x\r\n\r\n"

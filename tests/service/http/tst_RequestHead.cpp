@@ -81,7 +81,8 @@ TEST(RequestHead, MayNotBeLargerThanTheLimit)
 TEST(RequestHead, MustBeHttp)
 {
     for (const char* wrong :
-         {"hello\r\n\r\n", "GET /\r\n\r\n", "GET / HTTP/1.1\r\nno colon\r\n\r\n",
+         {"hello\r\n\r\n", "GET /\r\n\r\n", "GET / \r\n\r\n", "GET / HTTP\r\n\r\n", "GET\r\n\r\n",
+          "\r\n\r\n", "GET / HTTP/1.1\r\nno colon\r\n\r\n",
           "POST / HTTP/1.1\r\nContent-Length: x\r\n\r\n",
           "POST / HTTP/1.1\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n"}) {
         HeadParser parser(limit);
