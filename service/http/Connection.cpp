@@ -105,7 +105,9 @@ Async<bool> Connection::answer(Request& request, Response& response)
     if (!bodiless && !response.source) {
         text += response.body;
     }
-    transport_->expireAfter(limits_.bodyStall);
+    state_ = EState::Sending;
+    transport_->setStallLimit(sendStall());
+    transport_->expireAfter(sendStall());
     const auto failed = co_await transport_->write(asio::buffer(text));
     if (failed) {
         co_return false;
@@ -113,6 +115,9 @@ Async<bool> Connection::answer(Request& request, Response& response)
     if (response.stream && !bodiless) {
         received_ = std::string(); // an open stream keeps no buffer
         state_ = EState::Streaming;
+        if (stopping_) {
+            co_return false;
+        }
         co_await response.stream(*transport_);
         state_ = EState::Busy;
         co_return false;
@@ -124,10 +129,16 @@ Async<bool> Connection::answer(Request& request, Response& response)
             co_return false;
         }
     }
+    state_ = EState::Busy;
     if (!keepAlive) {
         co_return false;
     }
     co_return co_await dropRest(request.body);
+}
+
+std::chrono::milliseconds Connection::sendStall() const
+{
+    return stopping_ ? limits_.stopStall : limits_.bodyStall;
 }
 
 Async<bool> Connection::sendBody(BodySource& source)
@@ -139,7 +150,7 @@ Async<bool> Connection::sendBody(BodySource& source)
         if (got == 0) {
             co_return false;
         }
-        transport_->expireAfter(limits_.bodyStall);
+        transport_->expireAfter(sendStall());
         const auto failed = co_await transport_->write(asio::buffer(buffer.get(), got));
         if (failed) {
             co_return false;

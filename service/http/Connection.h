@@ -53,14 +53,17 @@ public:
     /** `refuse`: the service is full; answer the first request with "busy" and close. */
     Async<void> run(bool refuse);
 
-    /** Ends at once when idle or streaming, else after the reply that is being made. */
+    /**
+     * Ends at once when idle, streaming or still greeting, else after the reply that is being made,
+     * if the peer takes it.
+     */
     void stop();
 
     /** Ends at once, whatever is going on. */
     void abort() { transport_->abort(); }
 
 private:
-    enum class EState : std::uint8_t { Idle, Busy, Streaming };
+    enum class EState : std::uint8_t { Idle, Busy, Sending, Streaming };
 
     Async<bool> serveOne(bool refuse);
     Async<std::optional<RequestHead>> readHead();
@@ -68,6 +71,7 @@ private:
     Async<Response> handle(Request& request, bool refuse);
     Async<bool> answer(Request& request, Response& response);
     Async<bool> sendBody(BodySource& source);
+    std::chrono::milliseconds sendStall() const;
     Async<bool> dropRest(BodyReader& body);
     Async<void> linger();
 
@@ -75,7 +79,7 @@ private:
     Application& application_;
     const Limits& limits_;
     std::string received_; // what came in and is not used up yet
-    EState state_ = EState::Busy;
+    EState state_ = EState::Idle;
     bool stopping_ = false;
     bool peerMayBeSending_ = false; // a refused body is on its way: linger before closing
 };

@@ -96,8 +96,11 @@ Async<Response> Connection::handle(Request& request, bool refuse)
 void Connection::stop()
 {
     stopping_ = true;
-    if (state_ != EState::Busy) {
-        transport_->interrupt();
+    if (state_ == EState::Sending) {
+        transport_->setStallLimit(sendStall());
+        transport_->expireAfter(sendStall());
+    } else if (state_ != EState::Busy) {
+        transport_->stopWaiting();
     }
 }
 

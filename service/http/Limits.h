@@ -20,6 +20,9 @@ struct Limits
     std::chrono::milliseconds bodyStall = 60s;
     /** How long a refused peer may go on sending so that it gets to read the refusal. */
     std::chrono::milliseconds lingerTime = 2s;
+    /** A reply that is on its way when the service stops goes on while the peer takes some of it.
+     */
+    std::chrono::milliseconds stopStall = 1s;
     std::size_t connections = 2000;
 };
 

@@ -124,16 +124,11 @@ Async<void> Transport::shutdownSend()
     co_return;
 }
 
-void Transport::interrupt()
-{
-    error_code ignored;
-    socket_.cancel(ignored);
-}
-
 void Transport::stopWaiting()
 {
     waits_ = false;
-    interrupt();
+    error_code ignored;
+    socket_.cancel(ignored);
 }
 
 void Transport::abort()

@@ -44,10 +44,10 @@ public:
     /** Says goodbye and ends the sending side; the peer may still be sending. */
     virtual Async<void> shutdownSend();
 
-    /** Pending operations fail; the connection stays open for a goodbye. */
-    void interrupt();
-
-    /** From now on reading yields what is there already and then fails; also a read under way. */
+    /**
+     * From now on reading yields what is there already and then fails. Operations under way fail;
+     * the connection stays open for a goodbye.
+     */
     void stopWaiting();
 
     /** Closes at once; pending operations fail. */
