@@ -2,17 +2,19 @@
 
 import json
 import os
+import resource
 import signal
 import socket
 import sqlite3
 import ssl
 import subprocess
 import threading
+import time
 import unittest
 
 from kelvowire.events import END, EventStream
 from kelvowire.farm import log_in, log_in_admin, make_inbox, settle
-from kelvowire.http import Client, begin_upload, digest_header
+from kelvowire.http import Client, begin_upload, digest_header, raw_socket
 from kelvowire.service import GUARD_SECONDS, Service, command, run_refused
 
 CONTENT = bytes(range(256)) * 4000
@@ -240,6 +242,52 @@ class StartingAgain(LifecycleTest):
         self.assertEqual(olga.get(f"/resources/{inbox}").json()["entries"], [])
         done = olga.patch(location, offset, CONTENT[offset:])
         self.assertEqual(done.headers["Repr-Digest"], digest_header(CONTENT))
+        service.stop()
+
+
+class Full(LifecycleTest):
+    """What is refused for want of room, and that it goes on when there is room again."""
+
+    def problem(self, reply, status, name):
+        self.assertEqual((reply.status, reply.problem), (status, name), reply)
+
+    def test_a_full_disk_is_said_so_and_what_arrived_is_of_use_later(self):
+        service = self.start_settled()
+        olga = self.client(service)
+        inbox = make_inbox(olga)
+        content = CONTENT * 8
+        before = resource.prlimit(service.process.pid, resource.RLIMIT_FSIZE)
+        resource.prlimit(service.process.pid, resource.RLIMIT_FSIZE, (len(content) // 2, before[1]))
+        self.problem(olga.create("big.zip", [inbox], len(content), content, key="big", expect=507), 507, "insufficient-storage")
+        self.assertEqual(olga.get(f"/resources/{inbox}").json()["entries"], [])
+        small = olga.put("small.zip", [inbox], b"small")[0]
+        self.assertEqual(olga.get(f"/resources/{small['id']}/content").body, b"small")
+        again = olga.create("big.zip", [inbox], len(content), key="big")
+        offset = int(again.headers["Upload-Offset"])
+        location = again.headers["Location"]
+        self.problem(olga.patch(location, offset, content[offset:], expect=507), 507, "insufficient-storage")
+
+        resource.prlimit(service.process.pid, resource.RLIMIT_FSIZE, before)
+        offset = olga.offset(location)
+        self.assertGreater(offset, 0)
+        done = olga.patch(location, offset, content[offset:])
+        self.assertEqual(done.headers["Repr-Digest"], digest_header(content))
+        service.stop()
+        service.check_log()
+
+    def test_more_connections_than_it_may_have_are_told_to_come_back(self):
+        service = self.start_settled("--max-connections", "2")
+        taken = [raw_socket(service) for _ in range(2)]  # Through the handshake, so they are counted.
+        client = Client(service)
+        reply = client.request("GET", "/account", 503)
+        self.problem(reply, 503, "busy")
+        self.assertTrue(int(reply.headers["Retry-After"]))
+        for connection in taken:
+            connection.close()
+        guard = time.monotonic() + GUARD_SECONDS
+        while (reply := client.request("GET", "/account", (401, 503))).status == 503:  # Until it noticed.
+            self.assertLess(time.monotonic(), guard)
+        client.close()
         service.stop()
 
 

@@ -5,6 +5,7 @@
 #include "tests/service/support/RunAwaitable.h"
 
 #include <gmock/gmock.h>
+#include <soci/soci.h>
 
 #include <atomic>
 #include <future>
@@ -174,6 +175,28 @@ TEST_P(StoreContract, ReadsOneStateWhateverIsCommittedMeanwhile)
     EXPECT_EQ(before, 1U);
     EXPECT_EQ(after, 1U);
     EXPECT_EQ(farmNames(*database).size(), 2U);
+}
+
+/** Not of the contract: every kind of database runs out of room in its own way. */
+TEST(Sqlite, SaysWhenItsDiskIsFullAndGoesOnWhenThereIsRoomAgain)
+{
+    const TemporaryFolder folder;
+    store::Database database(store::makeSqlite((folder.path() / "store.sqlite").string()));
+    const auto allow = [&database](int pages) {
+        database.writeNow([pages](Transaction& t) {
+            int limit = 0;
+            t.sql << "PRAGMA max_page_count = " << pages, soci::into(limit);
+        });
+    };
+    const auto addLongName = [&database] {
+        database.writeNow([](Transaction& t) { store::addFarm(t, std::string(1000000, 'x')); });
+    };
+    allow(1); // as few as it has
+    EXPECT_THROW(addLongName(), store::StorageFull);
+    EXPECT_TRUE(farmNames(database).empty());
+    allow(1000000);
+    addLongName();
+    EXPECT_EQ(farmNames(database).size(), 1U);
 }
 
 } // namespace
