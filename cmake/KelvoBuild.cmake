@@ -31,6 +31,11 @@ if(KELVO_SANITIZE)
     add_link_options(-fsanitize=${KELVO_SANITIZE})
 endif()
 
+option(KELVO_FUZZ "Build the fuzzers of tests/fuzz (needs clang++)" OFF)
+if(KELVO_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 add_library(kelvo_warnings INTERFACE)
 add_library(kelvo::warnings ALIAS kelvo_warnings)
 target_compile_options(kelvo_warnings INTERFACE

@@ -84,6 +84,10 @@ private Q_SLOTS:
         row({QStringLiteral("--timeout"), QStringLiteral("86401")});
         row({QStringLiteral("--ca"), QStringLiteral("/nowhere/ca.pem")});
         row({QStringLiteral("--password"), QStringLiteral("x")});
+        row({QStringLiteral("--gps"), QStringLiteral("satellite")});
+        row({QStringLiteral("--gps"), QString()});
+        row({QStringLiteral("--gps"), QStringLiteral("nmea:/nowhere/log")});
+        row({QStringLiteral("--show-position"), QStringLiteral("always")});
         row({QStringLiteral("login")});
     }
 
@@ -92,6 +96,21 @@ private Q_SLOTS:
         QFETCH(QStringList, arguments);
         TConsoleSettings settings;
         QVERIFY(!Read(arguments, settings).isEmpty());
+    }
+
+    void takesASourceOfPositions()
+    {
+        TConsoleSettings settings;
+        QCOMPARE(Read({}, settings), QString());
+        QCOMPARE(settings.gps.kind, console::EGpsKind::eNone);
+        QCOMPARE(settings.shownPositions, console::EShownPositions::eNone);
+        QCOMPARE(Read({QStringLiteral("--gps"), QStringLiteral("gpsd:cab:99"),
+                       QStringLiteral("--show-position"), QStringLiteral("changes")},
+                      settings),
+                 QString());
+        QCOMPARE(settings.gps.kind, console::EGpsKind::eGpsd);
+        QCOMPARE(settings.gps.host, QStringLiteral("cab"));
+        QCOMPARE(settings.shownPositions, console::EShownPositions::eChanges);
     }
 
     void exportsWhatThePluginReads()

@@ -42,7 +42,7 @@ void Fail(const QString& message)
 void Handle(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
     const bool isBad = type == QtWarningMsg || type == QtCriticalMsg;
-    if (isBad && kelvo::test::TExpectedMessage::Take(type, message)) {
+    if ((isBad || type == QtInfoMsg) && kelvo::test::TExpectedMessage::Take(type, message)) {
         return;
     }
     const bool isForTest = IsMainThread() && QTest::currentTestFunction() != nullptr;
