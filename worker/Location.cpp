@@ -1,10 +1,70 @@
-// The worker's view of the position.
+// The worker's location sharing: the GPS receiver as a connected device, a position a minute.
+#include "core/TKelvoInterface.h"
+#include "host/TGPSCoordinator.h"
+#include "host/TLocalTime.h"
+#include "kesdk/api/IEnterpriseConnection.h"
+#include "worker/DeviceReport.h"
 #include "worker/TKelvoThreadObject.h"
+
+#include <QtCore/QTimer>
+
+namespace {
+
+// The date comes from the console's clock and the time of day from the fix; the two are not
+// reconciled. Seconds since 1970-01-01 00:00 UTC.
+qint64 TimeStamp(double fixUtcTime)
+{
+    const int time = static_cast<int>(fixUtcTime); // hhmmss
+    const int hours = time / 10000;
+    const int minutes = (time / 100) % 100;
+    const int seconds = time % 100;
+
+    QDateTime midnight = TLocalTime::currentDateTime().toUTC();
+    midnight.setTime(QTime(0, 0));
+    return midnight.toSecsSinceEpoch() + hours * 3600 + minutes * 60 + seconds;
+}
+
+} // namespace
+
+void TKelvoThreadObject::PrepareForLocationSharing()
+{
+    if (!m_gpsValid || !KelvoInterface->IsKelvoLoggedIn()) {
+        return;
+    }
+    if (TestProcMeasDeviceInfoConnect(m_connection, *m_features)) {
+        m_locationTimer->start();
+        OnShareCurrentLocationWithKelvo();
+    }
+}
+
+// De-registers even when sharing was never started.
+void TKelvoThreadObject::EndLocationSharing()
+{
+    m_locationTimer->stop();
+    TestProcMeasDeviceInfoDisconnect(m_connection, *m_features);
+}
 
 void TKelvoThreadObject::OnGPSLost(bool isLost)
 {
     m_gpsValid = !isLost;
+    if (m_connection == nullptr) {
+        return;
+    }
+    if (isLost) {
+        EndLocationSharing();
+        // The last known position, as sharing ends.
+        OnShareCurrentLocationWithKelvo();
+    } else {
+        PrepareForLocationSharing();
+    }
 }
 
-// Nothing starts the location timer yet.
-void TKelvoThreadObject::OnShareCurrentLocationWithKelvo() {}
+void TKelvoThreadObject::OnShareCurrentLocationWithKelvo()
+{
+    if (m_connection == nullptr || !m_connection->IsLoggedIn()) {
+        return;
+    }
+    const TGPSFix fix = m_gpsCoordinator->GetCurrentFix();
+    m_connection->ReportPosition({static_cast<std::int32_t>(TimeStamp(fix.utcTime)),
+                                  fix.latitudeDegrees, fix.longitudeDegrees});
+}

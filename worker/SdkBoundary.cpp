@@ -20,11 +20,11 @@ QString GetLastErrorMsg(const xal_list<kesdk::api::CErrorMsg>& errors)
     if (errors.empty()) {
         return QString();
     }
-    const kesdk::api::CErrorMsg newest = errors.front();
+    const kesdk::api::CErrorMsg& newest = errors.front();
     QTextDocument document;
     const QString first = PlainText(document, newest.text1);
-    const QString second = PlainText(document, newest.text2);
-    const QString third = PlainText(document, newest.text3);
+    QString second = PlainText(document, newest.text2);
+    QString third = PlainText(document, newest.text3);
 
     if (!first.isEmpty()) {
         return second.isEmpty() || second == first ? first : first + QLatin1Char('\n') + second;

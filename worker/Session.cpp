@@ -62,7 +62,8 @@ void TKelvoThreadObject::OnKelvoLoginFailed()
     Q_EMIT KelvoLoginFailed(GetLastErrorMsg(m_connection->GetLastLoginErrors()));
 }
 
-// The post-login checks. The hub's flag, not the SDK's, tells whether this is a repeated report.
+// The post-login checks; without the equipment's report none of them follows. The hub's flag, not
+// the SDK's, tells whether this is a repeated report.
 void TKelvoThreadObject::KelvoLoginSuccessful()
 {
     if (m_connection == nullptr || KelvoInterface->IsKelvoLoggedIn()) {
@@ -71,6 +72,10 @@ void TKelvoThreadObject::KelvoLoginSuccessful()
     Q_EMIT KelvoLoggedIn();
     Q_EMIT PostLoginChecksInProgress();
 
+    if (!TestProcEnvironment(m_connection, m_hostString.get(), *m_features)) {
+        Q_EMIT PostLoginChecksComplete();
+        return;
+    }
     QList<EKelvoProjects> missing;
     CheckKelvoAccountSetup(missing);
     Q_EMIT PostLoginChecksComplete();
@@ -79,6 +84,7 @@ void TKelvoThreadObject::KelvoLoginSuccessful()
         SetupKelvoUserInboxes(missing);
         return;
     }
+    PrepareForLocationSharing();
     for (const EKelvoProjects project : LISTED_PROJECTS) {
         RefreshToConsoleFileList(project, false, 0);
     }
@@ -89,6 +95,7 @@ void TKelvoThreadObject::KelvoNotLoggedIn()
 {
     if (m_connection != nullptr && KelvoInterface->IsKelvoLoggedIn()) {
         Q_EMIT KelvoLoggedOut();
+        EndLocationSharing();
     }
 }
 
@@ -99,6 +106,7 @@ void TKelvoThreadObject::OnLogoutFromKelvo()
     if (m_connection == nullptr) {
         return;
     }
+    EndLocationSharing();
     if (!m_connection->IsLoggedIn()) {
         Q_EMIT KelvoLoggedOut();
         return;

@@ -82,6 +82,11 @@ protected:
     TFoundId GetToConsoleProjectUserInboxId(EKelvoProjects project);
     // True if the user's inbox exists afterwards.
     bool CreateUserInbox(EKelvoProjects project);
+    // Starts sharing the position if there is one and the hub counts the session as logged in.
+    void PrepareForLocationSharing();
+    // Stops it, and takes the receiver off the service in any case.
+    void EndLocationSharing();
+
     // Appends every kind whose user inbox does not exist.
     void CheckKelvoAccountSetup(QList<EKelvoProjects>& missing);
     void SetupKelvoUserInboxes(QList<EKelvoProjects> missing);

@@ -8,11 +8,11 @@
 
 namespace {
 
-bool IsOnEarth(const TGPSFix& fix)
+bool IsPlausible(const TGPSFix& fix)
 {
     return std::isfinite(fix.latitudeDegrees) && std::abs(fix.latitudeDegrees) <= 90.0 &&
            std::isfinite(fix.longitudeDegrees) && std::abs(fix.longitudeDegrees) <= 180.0 &&
-           std::isfinite(fix.utcTime);
+           fix.utcTime >= 0.0 && fix.utcTime < 240000.0;
 }
 
 } // namespace
@@ -25,7 +25,7 @@ TFedGPSCoordinator::~TFedGPSCoordinator() = default;
 
 bool TFedGPSCoordinator::Feed(const TGPSFix& fix)
 {
-    if (!IsOnEarth(fix)) {
+    if (!IsPlausible(fix)) {
         return false;
     }
     const QMutexLocker lock(&m_stateMutex);
