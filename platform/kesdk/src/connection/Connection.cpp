@@ -3,6 +3,8 @@
 
 #include "connection/ErrorTexts.h"
 
+#include <openssl/crypto.h>
+
 #include <chrono>
 #include <utility>
 
@@ -21,6 +23,11 @@ constexpr RetryPolicy kChangePolicy{4, milliseconds(500), milliseconds(4'000),
 constexpr milliseconds kTryLimit{9'000};
 
 } // namespace
+
+Connection::CryptoOfTheThread::~CryptoOfTheThread()
+{
+    OPENSSL_thread_stop();
+}
 
 Connection::Connection(Lines lines)
     : m_requestLine(std::move(lines.requests)),

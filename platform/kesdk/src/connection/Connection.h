@@ -85,6 +85,17 @@ private:
     Failure NoteIfGone(std::int64_t fileId, Failure failure);
     bool SendDevice(const api::Environment::MeasDeviceReport& report, bool sharing);
 
+    // Ends last: clears what OpenSSL keeps for the caller's thread, which may outlive the caller's
+    // interest in it until the process ends, and OpenSSL with it.
+    struct CryptoOfTheThread
+    {
+        CryptoOfTheThread() = default;
+        CryptoOfTheThread(const CryptoOfTheThread&) = delete;
+        CryptoOfTheThread& operator=(const CryptoOfTheThread&) = delete;
+        ~CryptoOfTheThread();
+    };
+    CryptoOfTheThread m_crypto;
+
     AbortCheck m_abort;
     xal_list<api::CErrorMsg> m_errors;
     std::mutex m_loginErrorsMutex; // guards m_loginErrors
