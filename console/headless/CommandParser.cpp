@@ -20,7 +20,7 @@ struct TVerbRow
     QLatin1String help;
 };
 
-constexpr std::array<TVerbRow, 11> verbTable = {{
+const std::array<TVerbRow, 11> verbTable = {{
     {EVerb::eLogin, QLatin1String("login"), EArguments::eNothing, true, QLatin1String("login [&]"),
      QLatin1String("log in; ends with all lists there, or the inboxes set up")},
     {EVerb::eLogout, QLatin1String("logout"), EArguments::eNothing, true,
@@ -48,7 +48,7 @@ constexpr std::array<TVerbRow, 11> verbTable = {{
 }};
 
 // By the values of EKelvoProjects.
-constexpr std::array<QLatin1String, KELVO_PROJECT_COUNT> kindNames = {{
+const std::array<QLatin1String, KELVO_PROJECT_COUNT> kindNames = {{
     QLatin1String("maps"),
     QLatin1String("reports"),
     QLatin1String("ablines"),

@@ -7,7 +7,7 @@
 namespace {
 
 // In the order of EHubSignal.
-constexpr std::array<QLatin1String, console::hubSignalCount> signalNames = {{
+const std::array<QLatin1String, console::hubSignalCount> signalNames = {{
     QLatin1String("KelvoLoginRequested"),
     QLatin1String("KelvoCancelLoginRequested"),
     QLatin1String("KelvoLogoutRequested"),

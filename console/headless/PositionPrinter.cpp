@@ -13,18 +13,17 @@ namespace {
 using console::TPositionState;
 
 // Each in the order of its enumeration.
-constexpr std::array<QLatin1String, 3> stateNames = {
+const std::array<QLatin1String, 3> stateNames = {
     {QLatin1String("none"), QLatin1String("fix"), QLatin1String("lost")}};
-constexpr std::array<QLatin1String, 4> sourceNames = {
+const std::array<QLatin1String, 4> sourceNames = {
     {QLatin1String("off"), QLatin1String("connecting"), QLatin1String("running"),
      QLatin1String("ended")}};
-constexpr std::array<QLatin1String, 4> reasonNames = {{QLatin1String(""), QLatin1String("void"),
-                                                       QLatin1String("silent"),
-                                                       QLatin1String("source ended")}};
-constexpr std::array<QLatin1String, 4> changeNames = {
-    {QLatin1String("fix"), QLatin1String("gained"), QLatin1String("lost"),
-     QLatin1String("source")}};
-constexpr std::array<QLatin1String, 9> qualityNames = {
+const std::array<QLatin1String, 4> reasonNames = {{QLatin1String(""), QLatin1String("void"),
+                                                   QLatin1String("silent"),
+                                                   QLatin1String("source ended")}};
+const std::array<QLatin1String, 4> changeNames = {{QLatin1String("fix"), QLatin1String("gained"),
+                                                   QLatin1String("lost"), QLatin1String("source")}};
+const std::array<QLatin1String, 9> qualityNames = {
     {QLatin1String("none"), QLatin1String("autonomous"), QLatin1String("differential"),
      QLatin1String("precise"), QLatin1String("RTK fixed"), QLatin1String("RTK float"),
      QLatin1String("dead reckoning"), QLatin1String("manual"), QLatin1String("simulated")}};
