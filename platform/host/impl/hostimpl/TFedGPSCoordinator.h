@@ -17,8 +17,8 @@ public:
     explicit TFedGPSCoordinator(QObject* parent = nullptr);
     ~TFedGPSCoordinator() override;
 
-    // A usable position. Emits GPSLost(false) if there was none before. What is no place on Earth or
-    // no time of day is ignored and false is returned.
+    // A usable position. Emits GPSLost(false) if there was none before. What is no place on Earth
+    // or no time of day is ignored and false is returned.
     bool Feed(const TGPSFix& fix);
     // No usable position any more. Emits GPSLost(true) if there was one; the fix stays readable.
     void Lose();
