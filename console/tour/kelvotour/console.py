@@ -22,17 +22,20 @@ class ConsoleError(Exception):
 
 @dataclass(frozen=True)
 class Line:
-    """A line that the console printed. `name` and `arguments` are set for a signal."""
+    """A line that the console printed. `name` and `arguments` are set for a signal, `position` for a position."""
     at: float  # monotonic clock, seconds
     text: str
     name: str = None
     arguments: dict = field(default_factory=dict)
+    position: dict = None
 
     @classmethod
     def read(cls, text):
         if text.startswith("signal "):
             _, name, arguments = text.split(" ", 2)
             return cls(time.monotonic(), text, name, json.loads(arguments))
+        if text.startswith("position {"):
+            return cls(time.monotonic(), text, position=json.loads(text.split(" ", 1)[1]))
         return cls(time.monotonic(), text)
 
 
@@ -64,7 +67,7 @@ class Console:
     """One run of the console. Its lines also go, with the commands, to a transcript."""
 
     def __init__(self, binaries, service_address, ca, data, transcript, user, password,
-                 timeout=COMMAND_SECONDS, credentials_file=None, prefix=()):
+                 timeout=COMMAND_SECONDS, credentials_file=None, prefix=(), options=()):
         self.data = data
         self.transcript_path = transcript
         self._transcript = open(transcript, "a", encoding="utf-8")
@@ -80,7 +83,8 @@ class Console:
         trust = ["--ca", str(ca)] if ca else []
         self.process = subprocess.Popen(
             [*prefix, str(binaries.console), "--headless", "--plugin", str(binaries.plugin), "--service",
-             service_address, *trust, *credentials, "--data", str(data), "--timeout", str(timeout)],
+             service_address, *trust, *credentials, "--data", str(data), "--timeout", str(timeout),
+             *options],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self._log, env=environment)
         self.lines = []
         self._ended = False
