@@ -15,8 +15,8 @@ namespace {
 qint64 TimeStamp(double fixUtcTime)
 {
     const int time = static_cast<int>(fixUtcTime); // hhmmss
-    const int hours = time / 10000;
-    const int minutes = (time / 100) % 100;
+    const qint64 hours = time / 10000;
+    const qint64 minutes = (time / 100) % 100;
     const int seconds = time % 100;
 
     QDateTime midnight = TLocalTime::currentDateTime().toUTC();

@@ -29,7 +29,7 @@ TGpsdSource::TGpsdSource(const QString& host, std::uint16_t port, TPositionMonit
 
 TGpsdSource::~TGpsdSource()
 {
-    Close();
+    TGpsdSource::Close();
     End();
 }
 

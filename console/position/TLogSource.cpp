@@ -10,7 +10,7 @@ namespace {
 
 constexpr qint64 maxLineBytes = 4096; // of what is longer, the rest counts as a line of its own
 constexpr int linesAtOnce = 256;      // then the event loop has its turn
-constexpr std::int64_t dayMs = 24 * 60 * 60 * 1000;
+constexpr std::int64_t dayMs = std::int64_t{24} * 60 * 60 * 1000;
 
 std::string_view View(const QByteArray& bytes)
 {

@@ -19,7 +19,7 @@ TSerialSource::TSerialSource(const QString& device, int baud, TPositionMonitor& 
 
 TSerialSource::~TSerialSource()
 {
-    Close();
+    TSerialSource::Close();
     End();
 }
 

@@ -67,8 +67,9 @@ std::optional<double> ReadAngle(std::string_view field, std::size_t degreeDigits
     if (!number || number->whole % 100 >= 60) {
         return std::nullopt;
     }
+    const auto wholeDegrees = number->whole / 100;
     const double minutes = static_cast<double>(number->whole % 100) + number->fraction;
-    const double degrees = static_cast<double>(number->whole / 100) + minutes / 60.0;
+    const double degrees = static_cast<double>(wholeDegrees) + minutes / 60.0;
     return degrees <= maxDegrees ? std::optional(degrees) : std::nullopt;
 }
 
