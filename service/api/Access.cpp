@@ -11,33 +11,41 @@ using store::ERole;
 
 namespace {
 
-Async<store::User> requireRole(Context& context, http::Request& request, ERole role,
-                               const char* refusal)
+Async<store::Session> requireFarmSession(Context& context, http::Request& request)
 {
-    const store::User user = co_await requireFarmUser(context, request);
-    if (user.role != role) {
+    store::Session session = co_await context.accounts.authenticate(request);
+    if (!session.user.farm) {
+        throw Problem(EProblem::NotFound, "There is no such resource.");
+    }
+    co_return session;
+}
+
+Async<store::Session> requireRole(Context& context, http::Request& request, ERole role,
+                                  const char* refusal)
+{
+    store::Session session = co_await requireFarmSession(context, request);
+    if (session.user.role != role) {
         throw Problem(EProblem::Forbidden, refusal);
     }
-    co_return user;
+    co_return session;
 }
 
 } // namespace
 
 Async<store::User> requireFarmUser(Context& context, http::Request& request)
 {
-    const store::Session session = co_await context.accounts.authenticate(request);
-    if (!session.user.farm) {
-        throw Problem(EProblem::NotFound, "There is no such resource.");
-    }
+    const store::Session session = co_await requireFarmSession(context, request);
     co_return session.user;
 }
 
 Async<store::User> requireOffice(Context& context, http::Request& request)
 {
-    return requireRole(context, request, ERole::Office, "Only the farm's office may do this.");
+    const store::Session session = co_await requireRole(context, request, ERole::Office,
+                                                        "Only the farm's office may do this.");
+    co_return session.user;
 }
 
-Async<store::User> requireOperator(Context& context, http::Request& request)
+Async<store::Session> requireOperator(Context& context, http::Request& request)
 {
     return requireRole(context, request, ERole::Operator, "Only consoles' operators report this.");
 }

@@ -14,8 +14,8 @@ Async<store::User> requireFarmUser(Context& context, http::Request& request);
  * admin. */
 Async<store::User> requireOffice(Context& context, http::Request& request);
 
-/** The caller, who is a console's operator. Throws forbidden or not-found. */
-Async<store::User> requireOperator(Context& context, http::Request& request);
+/** The session of a console's operator. Throws forbidden or not-found. */
+Async<store::Session> requireOperator(Context& context, http::Request& request);
 
 /** The caller, who is an admin. Throws forbidden. */
 Async<store::User> requireAdmin(Context& context, http::Request& request);

@@ -35,6 +35,7 @@ ApiApplication::ApiApplication(Context& context, metrics::Metrics& metrics)
     addUploadRoutes(router_, context);
     addBinRoutes(router_, context);
     addReportRoutes(router_, context);
+    addConsoleRoutes(router_, context);
     addEventRoutes(router_, context);
     addFarmRoutes(router_, context);
     addUserRoutes(router_, context);

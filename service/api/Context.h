@@ -52,6 +52,7 @@ void addContentRoutes(http::Router& router, Context& context);
 void addUploadRoutes(http::Router& router, Context& context);
 void addBinRoutes(http::Router& router, Context& context);
 void addReportRoutes(http::Router& router, Context& context);
+void addConsoleRoutes(http::Router& router, Context& context);
 void addEventRoutes(http::Router& router, Context& context);
 void addFarmRoutes(http::Router& router, Context& context);
 void addUserRoutes(http::Router& router, Context& context);

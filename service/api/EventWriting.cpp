@@ -2,6 +2,7 @@
 #include "service/api/EventWriting.h"
 
 #include "service/api/Documents.h"
+#include "service/store/Consoles.h"
 #include "service/store/Events.h"
 
 namespace kelvo::api {
@@ -13,9 +14,8 @@ void append(store::Transaction& transaction, const EventFrame& frame, store::Eve
     event.farm = frame.farm;
     event.createdMs = frame.nowMs;
     store::addEvent(transaction, std::move(event));
-    const store::Id newest = transaction.events.back().id;
-    if (frame.eventsKept > 0 && newest > frame.eventsKept) {
-        store::pruneEventsTo(transaction, frame.farm, newest - frame.eventsKept);
+    if (frame.eventsKept > 0) {
+        store::pruneEventsToCount(transaction, frame.farm, frame.eventsKept);
     }
 }
 
@@ -49,6 +49,21 @@ void addInboxAdded(store::Transaction& transaction, const EventFrame& frame,
     const Json full{{"container", container}, {"entry", toJson(inbox, std::vector<store::File>())}};
     const Json common{{"container", container}, {"entry", toJson(inbox, std::nullopt)}};
     append(transaction, frame, {0, 0, "inbox-added", inbox.ownerId, full.dump(), common.dump(), 0});
+}
+
+void addConsoleMoved(store::Transaction& transaction, const EventFrame& frame, store::Id console,
+                     const store::User& user, const store::Position& position)
+{
+    // Consoles move all day. Of one console's moves the log keeps the last, so that they neither
+    // fill it nor drive the other events out.
+    store::dropEvent(transaction, frame.farm, store::lastMoveOf(transaction.sql, console));
+    const Json data{{"console", console},
+                    {"user", {{"id", user.id}, {"name", user.name}}},
+                    {"time_s", position.timeS},
+                    {"latitude", position.latitudeDeg},
+                    {"longitude", position.longitudeDeg}};
+    append(transaction, frame, {0, 0, "console-moved", 0, data.dump(), {}, 0});
+    store::setLastMove(transaction, console, transaction.events.back().id);
 }
 
 } // namespace kelvo::api

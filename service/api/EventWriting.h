@@ -3,6 +3,7 @@
 
 #include "service/store/Database.h"
 #include "service/store/Records.h"
+#include "service/store/Reports.h"
 
 namespace kelvo::api {
 
@@ -22,5 +23,9 @@ void addFileRemoved(store::Transaction& transaction, const EventFrame& frame,
 /** The whole farm learns of it, but only those who may read it that it is empty. */
 void addInboxAdded(store::Transaction& transaction, const EventFrame& frame,
                    const store::Inbox& inbox);
+
+/** For the office. */
+void addConsoleMoved(store::Transaction& transaction, const EventFrame& frame, store::Id console,
+                     const store::User& user, const store::Position& position);
 
 } // namespace kelvo::api

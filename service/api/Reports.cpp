@@ -3,8 +3,10 @@
 #include "service/api/Access.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
+#include "service/api/EventWriting.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
+#include "service/store/Consoles.h"
 
 #include <cmath>
 
@@ -18,6 +20,7 @@ using http::Request;
 using http::Response;
 
 constexpr long long dayMs = 24LL * 3600 * 1000;
+constexpr std::size_t longestAddressBytes = 255;
 
 const nlohmann::json& requireObject(const nlohmann::json& document, const char* member)
 {
@@ -73,20 +76,27 @@ void refuseFarFuture(const Context& context, long long timeMs)
 
 std::string hardwareAddress(const nlohmann::json& document)
 {
-    return document.contains("hardware_address") ? requireString(document, "hardware_address")
-                                                 : std::string();
+    if (!document.contains("hardware_address")) {
+        return {};
+    }
+    std::string address = requireString(document, "hardware_address");
+    if (address.size() > longestAddressBytes || address.find('\0') != std::string::npos) {
+        throw Problem(EProblem::Unprocessable, "A hardware address has at most 255 bytes.");
+    }
+    return address;
 }
 
 Async<Response> putEnvironment(Context& context, Request& request)
 {
-    const store::User user = co_await requireOperator(context, request);
+    const store::Session session = co_await requireOperator(context, request);
     const nlohmann::json body = co_await request.json();
     refuseFarFuture(context, requireInteger(body, "timestamp_ms"));
-    requireObject(body, "console");
+    const std::string address = hardwareAddress(requireObject(body, "console"));
     requireObject(body, "controller");
     const std::string document = body.dump();
     auto change = [&](store::Transaction& transaction) {
-        store::setEnvironment(transaction, user.id, document, context.clock.nowMs());
+        const store::Id console = store::reportingConsole(transaction, session, address);
+        store::setEnvironment(transaction, console, document, context.clock.nowMs());
     };
     co_await context.database.write(change);
     co_return Response::noContent();
@@ -94,7 +104,7 @@ Async<Response> putEnvironment(Context& context, Request& request)
 
 Async<Response> putDevice(Context& context, Request& request)
 {
-    const store::User user = co_await requireOperator(context, request);
+    const store::Session session = co_await requireOperator(context, request);
     const nlohmann::json body = co_await request.json();
     refuseFarFuture(context, requireInteger(body, "timestamp_ms"));
     const long long state = requireInteger(body, "state");
@@ -105,7 +115,9 @@ Async<Response> putDevice(Context& context, Request& request)
     const std::string address = hardwareAddress(requireObject(body, "device"));
     const std::string document = body.dump();
     auto change = [&](store::Transaction& transaction) {
-        store::setDevice(transaction, user.id, address, document, context.clock.nowMs());
+        // The address is the device's; it says nothing of the console.
+        const store::Id console = store::reportingConsole(transaction, session, {});
+        store::setDevice(transaction, console, address, document, context.clock.nowMs());
     };
     co_await context.database.write(change);
     co_return Response::noContent();
@@ -123,13 +135,17 @@ long long timeInSeconds(const Context& context, const nlohmann::json& body)
 
 Async<Response> addPosition(Context& context, Request& request)
 {
-    const store::User user = co_await requireOperator(context, request);
+    const store::Session session = co_await requireOperator(context, request);
     const nlohmann::json body = co_await request.json();
-    const store::Position position{
-        timeInSeconds(context, body), requireDegrees(body, "latitude", 90),
-        requireDegrees(body, "longitude", 180), hardwareAddress(body), context.clock.nowMs()};
-    auto change = [&user, &position](store::Transaction& transaction) {
-        store::addPosition(transaction, user.id, position);
+    const std::string address = hardwareAddress(body);
+    const store::Position position{timeInSeconds(context, body),
+                                   requireDegrees(body, "latitude", 90),
+                                   requireDegrees(body, "longitude", 180), context.clock.nowMs()};
+    const EventFrame frame{session.user.farmId(), position.receivedMs, context.settings.eventsKept};
+    auto change = [&](store::Transaction& transaction) {
+        const store::Id console = store::reportingConsole(transaction, session, address);
+        store::addPosition(transaction, console, session.user.id, position);
+        addConsoleMoved(transaction, frame, console, session.user, position);
     };
     co_await context.database.write(change);
     co_return Response::noContent();

@@ -2,12 +2,17 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace kelvo {
 
 /** "2024-05-01T10:20:30.123Z" */
 std::string rfc3339(std::int64_t epochMs);
+
+/** The same in UTC, with or without a fraction of the second; nothing for anything else. */
+std::optional<std::int64_t> parseRfc3339(std::string_view text);
 
 /** "Wed, 01 May 2024 10:20:30 GMT" */
 std::string httpDate(std::int64_t epochMs);

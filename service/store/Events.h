@@ -26,6 +26,12 @@ EventBounds eventBounds(soci::session& sql, Id farm);
 /** The events after the cursor in order, at most `limit`. */
 std::vector<Event> eventsAfter(soci::session& sql, Id farm, Id cursor, int limit);
 
+/** Drops one that a later one supersedes; cursors before it stay good. */
+void dropEvent(Transaction& transaction, Id farm, Id event);
+
+/** Drops the farm's oldest events if it has more than so many. */
+void pruneEventsToCount(Transaction& transaction, Id farm, long long most);
+
 /** Drops the farm's events up to and including this one. */
 void pruneEventsTo(Transaction& transaction, Id farm, Id upTo);
 

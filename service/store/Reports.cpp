@@ -8,58 +8,42 @@ namespace kelvo::store {
 using soci::into;
 using soci::use;
 
-void setEnvironment(Transaction& transaction, Id user, const std::string& document, long long nowMs)
+void setEnvironment(Transaction& transaction, Id console, const std::string& document,
+                    long long nowMs)
 {
-    transaction.sql << "INSERT INTO environments (user_id, document, received_ms)"
-                       " VALUES (:user, :document, :received) ON CONFLICT (user_id) DO UPDATE"
-                       " SET document = excluded.document, received_ms = excluded.received_ms",
-        use(user), use(document), use(nowMs);
+    transaction.sql << "UPDATE consoles SET environment = :document, environment_ms = :received"
+                       " WHERE id = :id",
+        use(document), use(nowMs), use(console);
 }
 
-void setDevice(Transaction& transaction, Id user, const std::string& hardwareAddress,
+void setDevice(Transaction& transaction, Id console, const std::string& hardwareAddress,
                const std::string& document, long long nowMs)
 {
-    transaction.sql << "INSERT INTO devices (user_id, hardware_address, document, received_ms)"
-                       " VALUES (:user, :address, :document, :received)"
-                       " ON CONFLICT (user_id, hardware_address) DO UPDATE"
-                       " SET document = excluded.document, received_ms = excluded.received_ms",
-        use(user), use(hardwareAddress), use(document), use(nowMs);
-}
-
-void addPosition(Transaction& transaction, Id user, const Position& position)
-{
-    Id number = 0;
-    transaction.sql << "SELECT COALESCE(MAX(number), 0) + 1 FROM positions WHERE user_id = :user",
-        into(number), use(user);
     transaction.sql
-        << "INSERT INTO positions (user_id, number, time_s, latitude, longitude,"
-           " hardware_address, received_ms)"
-           " VALUES (:user, :number, :time, :latitude, :longitude, :address, :received)",
-        use(user), use(number), use(position.timeS), use(position.latitudeDeg),
-        use(position.longitudeDeg), use(position.hardwareAddress), use(position.receivedMs);
+        << "INSERT INTO console_devices (console_id, hardware_address, document, received_ms)"
+           " VALUES (:console, :address, :document, :received)"
+           " ON CONFLICT (console_id, hardware_address) DO UPDATE"
+           " SET document = excluded.document, received_ms = excluded.received_ms",
+        use(console), use(hardwareAddress), use(document), use(nowMs);
 }
 
-std::vector<Position> positionsOf(soci::session& sql, Id user)
+void addPosition(Transaction& transaction, Id console, Id user, const Position& position)
 {
-    Position position;
-    std::vector<Position> positions;
-    soci::statement query =
-        (sql.prepare << "SELECT time_s, latitude, longitude, hardware_address, received_ms"
-                        " FROM positions WHERE user_id = :user ORDER BY number",
-         into(position.timeS), into(position.latitudeDeg), into(position.longitudeDeg),
-         into(position.hardwareAddress), into(position.receivedMs), use(user));
-    query.execute();
-    while (query.fetch()) {
-        positions.push_back(position);
-    }
-    return positions;
+    soci::session& sql = transaction.sql;
+    Id number = 0;
+    sql << "UPDATE consoles SET last_number = last_number + 1 WHERE id = :id", use(console);
+    sql << "SELECT last_number FROM consoles WHERE id = :id", into(number), use(console);
+    sql << "INSERT INTO track (console_id, number, user_id, time_s, latitude, longitude,"
+           " received_ms)"
+           " VALUES (:console, :number, :user, :time, :latitude, :longitude, :received)",
+        use(console), use(number), use(user), use(position.timeS), use(position.latitudeDeg),
+        use(position.longitudeDeg), use(position.receivedMs);
 }
 
 void prunePositions(Transaction& transaction, long long receivedBeforeMs)
 {
-    transaction.sql << "DELETE FROM positions WHERE received_ms < :before AND number <"
-                       " (SELECT MAX(p.number) FROM positions p"
-                       " WHERE p.user_id = positions.user_id)",
+    transaction.sql << "DELETE FROM track WHERE received_ms < :before AND number <"
+                       " (SELECT c.last_number FROM consoles c WHERE c.id = track.console_id)",
         use(receivedBeforeMs);
 }
 

@@ -5,7 +5,6 @@
 #include "service/store/Records.h"
 
 #include <string>
-#include <vector>
 
 namespace kelvo::store {
 
@@ -14,24 +13,21 @@ struct Position
     long long timeS = 0; // seconds since 1970 UTC, by the console's clock
     double latitudeDeg = 0;
     double longitudeDeg = 0;
-    std::string hardwareAddress; // may be empty
     long long receivedMs = 0;
 };
 
-/** The newest report replaces the user's former one. Documents are JSON as received. */
-void setEnvironment(Transaction& transaction, Id user, const std::string& document,
+/** The newest report replaces the console's former one. Documents are JSON as received. */
+void setEnvironment(Transaction& transaction, Id console, const std::string& document,
                     long long nowMs);
 
-/** One a user and hardware address, which may be empty. */
-void setDevice(Transaction& transaction, Id user, const std::string& hardwareAddress,
+/** One a console and the device's hardware address, which may be empty. */
+void setDevice(Transaction& transaction, Id console, const std::string& hardwareAddress,
                const std::string& document, long long nowMs);
 
-void addPosition(Transaction& transaction, Id user, const Position& position);
+/** Becomes the newest of the console's track, whatever its time. */
+void addPosition(Transaction& transaction, Id console, Id user, const Position& position);
 
-/** In the order of receipt. */
-std::vector<Position> positionsOf(soci::session& sql, Id user);
-
-/** Keeps each user's newest position whatever its age. */
+/** Keeps each console's newest position whatever its age. */
 void prunePositions(Transaction& transaction, long long receivedBeforeMs);
 
 } // namespace kelvo::store

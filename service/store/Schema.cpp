@@ -6,6 +6,7 @@
 
 #include <soci/soci.h>
 
+#include <algorithm>
 #include <array>
 #include <span>
 
@@ -76,9 +77,54 @@ constexpr const char* firstSchema[] = {
     "CREATE INDEX positions_by_receipt ON positions (received_ms)",
 };
 
+// Reports belong to consoles instead of users; what there is goes to one console a user. The count
+// of a farm's kept events is a column, for superseded ones leave gaps between the ids.
+constexpr const char* consoles[] = {
+    "CREATE TABLE consoles (id BIGINT PRIMARY KEY, farm_id BIGINT NOT NULL REFERENCES farms (id),"
+    " identity TEXT NOT NULL, user_id BIGINT NOT NULL REFERENCES users (id),"
+    " environment TEXT NOT NULL, environment_ms BIGINT NOT NULL, last_number BIGINT NOT NULL,"
+    " last_event BIGINT NOT NULL, UNIQUE (farm_id, identity))",
+    "INSERT INTO consoles (id, farm_id, identity, user_id, environment, environment_ms,"
+    " last_number, last_event)"
+    " SELECT ROW_NUMBER() OVER (ORDER BY u.id), u.farm_id, 'user:' || CAST(u.id AS TEXT), u.id,"
+    " COALESCE(e.document, ''), COALESCE(e.received_ms, 0),"
+    " COALESCE((SELECT MAX(p.number) FROM positions p WHERE p.user_id = u.id), 0), 0"
+    " FROM users u LEFT JOIN environments e ON e.user_id = u.id WHERE u.farm_id IS NOT NULL"
+    " AND (e.user_id IS NOT NULL OR EXISTS (SELECT 1 FROM devices d WHERE d.user_id = u.id)"
+    " OR EXISTS (SELECT 1 FROM positions p WHERE p.user_id = u.id))",
+    "INSERT INTO counters (name, value) SELECT 'consoles', COUNT(*) FROM consoles",
+
+    "CREATE TABLE console_devices (console_id BIGINT NOT NULL REFERENCES consoles (id),"
+    " hardware_address TEXT NOT NULL, document TEXT NOT NULL, received_ms BIGINT NOT NULL,"
+    " PRIMARY KEY (console_id, hardware_address))",
+    "INSERT INTO console_devices (console_id, hardware_address, document, received_ms)"
+    " SELECT c.id, d.hardware_address, d.document, d.received_ms FROM devices d"
+    " JOIN consoles c ON c.user_id = d.user_id",
+
+    "CREATE TABLE track (console_id BIGINT NOT NULL REFERENCES consoles (id),"
+    " number BIGINT NOT NULL, user_id BIGINT NOT NULL REFERENCES users (id),"
+    " time_s BIGINT NOT NULL, latitude DOUBLE PRECISION NOT NULL,"
+    " longitude DOUBLE PRECISION NOT NULL, received_ms BIGINT NOT NULL,"
+    " PRIMARY KEY (console_id, number))",
+    "INSERT INTO track (console_id, number, user_id, time_s, latitude, longitude, received_ms)"
+    " SELECT c.id, p.number, p.user_id, p.time_s, p.latitude, p.longitude, p.received_ms"
+    " FROM positions p JOIN consoles c ON c.user_id = p.user_id",
+    "CREATE INDEX track_by_receipt ON track (received_ms)",
+
+    "DROP TABLE environments",
+    "DROP TABLE devices",
+    "DROP TABLE positions",
+    "ALTER TABLE sessions ADD COLUMN console_id BIGINT REFERENCES consoles (id)",
+
+    "ALTER TABLE farms ADD COLUMN kept_events BIGINT NOT NULL DEFAULT 0",
+    "UPDATE farms SET kept_events ="
+    " (SELECT COUNT(*) FROM events e WHERE e.farm_id = farms.id)",
+};
+
 /** Step N brings version N to N+1; steps are never changed once released, only added. */
 constexpr std::array migrations{
     std::span<const char* const>(firstSchema),
+    std::span<const char* const>(consoles),
 };
 
 int readVersion(soci::session& sql)
@@ -100,7 +146,7 @@ int currentSchema()
     return static_cast<int>(migrations.size());
 }
 
-void migrate(soci::session& sql, const Dialect& dialect)
+void migrate(soci::session& sql, const Dialect& dialect, int target)
 {
     sql << dialect.beginWrite();
     try {
@@ -108,12 +154,12 @@ void migrate(soci::session& sql, const Dialect& dialect)
         if (found > currentSchema()) {
             throw SchemaTooNew();
         }
-        for (std::size_t step = static_cast<std::size_t>(found); step < migrations.size(); ++step) {
-            for (const char* statement : migrations[step]) {
+        for (int step = found; step < target; ++step) {
+            for (const char* statement : migrations.at(static_cast<std::size_t>(step))) {
                 sql << statement;
             }
         }
-        const int now = currentSchema();
+        const int now = std::max(found, target);
         sql << "UPDATE schema_version SET version = :v", soci::use(now);
         sql << "COMMIT";
     } catch (...) {

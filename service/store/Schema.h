@@ -9,10 +9,13 @@ namespace kelvo::store {
 
 class Dialect;
 
-/** Brings the database to this version's schema in one transaction. Throws SchemaTooNew. */
-void migrate(soci::session& sql, const Dialect& dialect);
-
 /** The schema version that this program writes. */
 int currentSchema();
+
+/**
+ * Brings an older database to this schema, the program's own unless said, in one transaction.
+ * Throws SchemaTooNew for one that is newer than the program's.
+ */
+void migrate(soci::session& sql, const Dialect& dialect, int target = currentSchema());
 
 } // namespace kelvo::store

@@ -38,6 +38,11 @@ class Walk(WireTest):
                     "/projects/{id}/resources": self.inbox}  # Each farm has projects of the same ids.
         for template in OF_A_FARM:  # An id that the other farm has too would prove nothing.
             self.assertNotIn(self.ids[template], self.ids_of_the_other_farm())
+        for client in (self.user("otto"), self.olga):
+            client.post("/positions", 204, json=BODIES["POST", "/positions"])
+        self.ids["/consoles/{id}/track"] = self.anna.get("/consoles").json()["consoles"][-1]["id"]
+        self.assertNotIn(self.ids["/consoles/{id}/track"],
+                         [console["id"] for console in self.user("oda").get("/consoles").json()["consoles"]])
 
     def ids_of_the_other_farm(self):
         projects = self.user("oda").snapshot()["projects"]
@@ -72,7 +77,7 @@ class Walk(WireTest):
                 yield method, template
 
     def test_the_walk_meets_every_route(self):
-        self.assertEqual(len(list(self.secured())), 23)
+        self.assertEqual(len(list(self.secured())), 25)
 
     def test_without_a_valid_token_everything_is_unauthenticated(self):
         client = self.user("olga")
@@ -89,10 +94,10 @@ class Walk(WireTest):
         for name in ("otto", "oda", "admin"):
             client = self.user(name)
             for method, template in self.secured():
-                if template not in OF_A_FARM:
+                if template not in (*OF_A_FARM, "/consoles/{id}/track"):
                     continue
                 with self.subTest(name=name, method=method, template=template):
-                    forbidden_to_operators = template.startswith("/bin") and name != "oda"
+                    forbidden_to_operators = template.startswith(("/bin", "/consoles")) and name != "oda"
                     allowed = (403, 404) if forbidden_to_operators else 404
                     there = self.request(client, method, template, expect=allowed)
                     never = self.request(client, method, template, expect=allowed,

@@ -1,16 +1,20 @@
-// The databases that the contract suite runs on.
+// The databases that the contract suites run on.
 #include "tests/service/store/StoreContract.h"
 
 namespace kelvo::test {
 
-INSTANTIATE_TEST_SUITE_P(Databases, StoreContract,
-                         testing::Values(DatabaseKind{"Sqlite",
-                                                      [](const std::filesystem::path& folder) {
-                                                          return store::makeSqlite(
-                                                              (folder / "store.sqlite").string());
-                                                      }}),
-                         [](const testing::TestParamInfo<DatabaseKind>& kind) {
-                             return kind.param.name;
-                         });
+std::vector<DatabaseKind> databaseKinds()
+{
+    return {{"Sqlite", [](const std::filesystem::path& folder) {
+                 return store::makeSqlite((folder / "store.sqlite").string());
+             }}};
+}
+
+std::string nameOf(const testing::TestParamInfo<DatabaseKind>& kind)
+{
+    return kind.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Databases, StoreContract, testing::ValuesIn(databaseKinds()), nameOf);
 
 } // namespace kelvo::test

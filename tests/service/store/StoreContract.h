@@ -1,4 +1,4 @@
-// What every database behind the store has to do. Run on each kind that MakeDatabase lists.
+// What every database behind the store has to do. Run on each kind that databaseKinds() lists.
 #pragma once
 
 #include "service/store/Database.h"
@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace kelvo::test {
 
@@ -27,6 +28,9 @@ inline void PrintTo(const DatabaseKind& kind, std::ostream* out)
 {
     *out << kind.name;
 }
+
+std::vector<DatabaseKind> databaseKinds();
+std::string nameOf(const testing::TestParamInfo<DatabaseKind>& kind);
 
 class StoreContract : public testing::TestWithParam<DatabaseKind>
 {

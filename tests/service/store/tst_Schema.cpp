@@ -1,5 +1,7 @@
 // The schema's version.
+#include "service/store/Consoles.h"
 #include "service/store/Errors.h"
+#include "service/store/Events.h"
 #include "service/store/Schema.h"
 #include "tests/service/store/StoreContract.h"
 
@@ -36,6 +38,52 @@ TEST_P(StoreContract, RefusesADatabaseOfANewerSchemaAndLeavesItAlone)
     int version = 0;
     *session << "SELECT version FROM schema_version", soci::into(version);
     EXPECT_EQ(version, newer);
+}
+
+TEST_P(StoreContract, BringsWhatTheFirstSchemaKnewOfConsolesAlong)
+{
+    const TemporaryFolder old;
+    const auto dialect = GetParam().connect(old.path());
+    {
+        const auto session = dialect->connect();
+        store::migrate(*session, *dialect, 1);
+        for (const char* statement : {
+                 "INSERT INTO farms VALUES (1, 'Hill Farm', 0, 7, 5)",
+                 "INSERT INTO users VALUES (1, NULL, 'admin', 'admin', 'h', 0, 0)",
+                 "INSERT INTO users VALUES (2, 1, 'olga', 'operator', 'h', 0, 0)",
+                 "INSERT INTO users VALUES (3, 1, 'anna', 'office', 'h', 0, 0)",
+                 "INSERT INTO users VALUES (4, 1, 'piet', 'operator', 'h', 0, 0)",
+                 "INSERT INTO sessions VALUES ('hash', 2, 0, 100)",
+                 "INSERT INTO events VALUES (1, 6, 'thing', 0, '{}', '', 0)",
+                 "INSERT INTO events VALUES (1, 7, 'thing', 0, '{}', '', 0)",
+                 "INSERT INTO environments VALUES (2, '{\"n\":1}', 50)",
+                 "INSERT INTO devices VALUES (2, '00:11', '{\"n\":2}', 60)",
+                 "INSERT INTO positions VALUES (2, 1, 500, 51.5, 5.25, '', 70)",
+                 "INSERT INTO positions VALUES (2, 2, 400, 52.5, 6.25, '00:1b', 80)",
+                 "INSERT INTO positions VALUES (4, 1, 300, 53.5, 7.25, '', 90)",
+             }) {
+            *session << statement;
+        }
+    }
+    store::Database migrated(GetParam().connect(old.path()));
+    const auto consoles =
+        migrated.readNow([](soci::session& sql) { return store::consolesOf(sql, 1); });
+    ASSERT_EQ(consoles.size(), 2U);
+    EXPECT_EQ(consoles[0].operatorName, "olga");
+    EXPECT_EQ(consoles[0].environment, "{\"n\":1}");
+    EXPECT_EQ(consoles[0].devices.at(0).document, "{\"n\":2}");
+    EXPECT_EQ(consoles[0].position->latitudeDeg, 52.5);
+    EXPECT_EQ(consoles[1].operatorName, "piet");
+    EXPECT_EQ(consoles[1].environment, "");
+
+    const store::Session session{"hash", {2, store::Farm{1, "Hill Farm"}, "olga"}, 100};
+    migrated.writeNow([&](store::Transaction& t) {
+        EXPECT_EQ(store::reportingConsole(t, session, ""), consoles[0].id);
+        EXPECT_EQ(store::reportingConsole(t, session, "00:1b"), 3);
+        store::pruneEventsToCount(t, 1, 2);
+    });
+    EXPECT_EQ(
+        migrated.readNow([](soci::session& sql) { return store::eventBounds(sql, 1); }).pruned, 5);
 }
 
 } // namespace

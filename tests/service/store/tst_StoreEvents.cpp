@@ -90,6 +90,33 @@ TEST_P(StoreContract, DropsOldEventsByTime)
     EXPECT_TRUE(bounds.contains(2));
 }
 
+TEST_P(StoreContract, CountsOnlyWhatIsThereWhenItDropsTheOldest)
+{
+    const store::Farm farm = addFarm("Hill Farm");
+    addEvents(*database, farm.id, 6, now);
+    const auto pruneTo = [this, &farm](long long most) {
+        write([&](Transaction& t) { store::pruneEventsToCount(t, farm.id, most); });
+    };
+    write([&farm](Transaction& t) {
+        store::dropEvent(t, farm.id, 3);
+        store::dropEvent(t, farm.id, 4);
+        store::dropEvent(t, farm.id, 4);
+    });
+    pruneTo(4);
+    EXPECT_THAT(idsAfter(*database, farm.id, 0), testing::ElementsAre(1, 2, 5, 6));
+    pruneTo(3);
+    EXPECT_THAT(idsAfter(*database, farm.id, 0), testing::ElementsAre(2, 5, 6));
+    const auto bounds =
+        read([&farm](soci::session& sql) { return store::eventBounds(sql, farm.id); });
+    EXPECT_FALSE(bounds.contains(0));
+    EXPECT_TRUE(bounds.contains(1));
+    pruneTo(1);
+    EXPECT_THAT(idsAfter(*database, farm.id, 0), testing::ElementsAre(6));
+    addEvents(*database, farm.id, 1, now);
+    pruneTo(1);
+    EXPECT_THAT(idsAfter(*database, farm.id, 0), testing::ElementsAre(7));
+}
+
 TEST_P(StoreContract, NumbersOnAfterTheLogWasEmptied)
 {
     const store::Farm farm = addFarm("Hill Farm");

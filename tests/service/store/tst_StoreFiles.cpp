@@ -2,7 +2,6 @@
 #include "service/store/Errors.h"
 #include "service/store/Files.h"
 #include "service/store/Inboxes.h"
-#include "service/store/Reports.h"
 #include "tests/service/store/StoreContract.h"
 
 #include <gmock/gmock.h>
@@ -167,45 +166,6 @@ TEST_P(StoreContract, TakesAnyNameAsItIs)
         [&](soci::session& sql) { return store::nameIsInInbox(sql, farm, place.inbox.id, name); }));
     EXPECT_THAT(names(read([&](soci::session& sql) { return store::filesOf(sql, farm); })),
                 testing::ElementsAre(name));
-}
-
-TEST_P(StoreContract, KeepsPositionsInTheOrderOfReceiptAndTheNewestForEver)
-{
-    const store::User user = addUser(addFarm("Hill Farm"), "olga");
-    write([&user](Transaction& t) {
-        store::addPosition(t, user.id, {500, 51.5, -0.1, "", now});
-        store::addPosition(t, user.id, {400, 52.25, 7.125, "00:11", now + 1});
-    });
-    const auto positions =
-        read([&user](soci::session& sql) { return store::positionsOf(sql, user.id); });
-    ASSERT_EQ(positions.size(), 2U);
-    EXPECT_EQ(positions[0].timeS, 500);
-    EXPECT_EQ(positions[1].timeS, 400);
-    EXPECT_EQ(positions[1].latitudeDeg, 52.25);
-    EXPECT_EQ(positions[1].longitudeDeg, 7.125);
-    EXPECT_EQ(positions[1].hardwareAddress, "00:11");
-    write([](Transaction& t) { store::prunePositions(t, now + 1000); });
-    EXPECT_EQ(read([&user](soci::session& sql) { return store::positionsOf(sql, user.id); }).size(),
-              1U);
-}
-
-TEST_P(StoreContract, ReplacesFormerReports)
-{
-    const store::User user = addUser(addFarm("Hill Farm"), "olga");
-    write([&user](Transaction& t) {
-        for (const char* document : {"{\"n\":1}", "{\"n\":2}"}) {
-            store::setEnvironment(t, user.id, document, now);
-            store::setDevice(t, user.id, "", document, now);
-            store::setDevice(t, user.id, "00:11", document, now);
-        }
-    });
-    const auto kept = read([](soci::session& sql) {
-        std::vector<std::string> documents(10);
-        sql << "SELECT document FROM environments UNION ALL SELECT document FROM devices",
-            soci::into(documents);
-        return documents;
-    });
-    EXPECT_THAT(kept, testing::ElementsAre("{\"n\":2}", "{\"n\":2}", "{\"n\":2}"));
 }
 
 } // namespace

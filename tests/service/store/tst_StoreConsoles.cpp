@@ -1,0 +1,150 @@
+// Which console a report is of, and what is kept of it.
+#include "service/store/Consoles.h"
+#include "service/store/Sessions.h"
+#include "tests/service/store/StoreContract.h"
+
+#include <gmock/gmock.h>
+
+namespace kelvo::test {
+namespace {
+
+using store::Transaction;
+using testing::ElementsAre;
+
+class StoreConsoles : public StoreContract
+{
+protected:
+    store::Session logIn(const store::User& user, const std::string& hash)
+    {
+        write([&](Transaction& t) { store::addSession(t, hash, user.id, now, now + 1000); });
+        return {hash, user, now + 1000};
+    }
+
+    store::Id report(const store::Session& session, const std::string& address)
+    {
+        return write([&](Transaction& t) { return store::reportingConsole(t, session, address); });
+    }
+
+    std::vector<store::Console> consoles()
+    {
+        return read([this](soci::session& sql) { return store::consolesOf(sql, farm.id); });
+    }
+
+    std::vector<store::Id> track(store::Id console, store::TrackPart part)
+    {
+        std::vector<store::Id> numbers;
+        const auto points =
+            read([&](soci::session& sql) { return store::trackOf(sql, console, part); });
+        for (const store::TrackPoint& point : points) {
+            numbers.push_back(point.number);
+        }
+        return numbers;
+    }
+
+    void addPositions(store::Id console, int count)
+    {
+        write([&](Transaction& t) {
+            for (int i = 1; i <= count; ++i) {
+                store::addPosition(t, console, olga.id, {500 - i, 51.5, -0.1, now + i});
+            }
+        });
+    }
+
+    const store::Farm farm = addFarm("Hill Farm");
+    const store::User olga = addUser(farm, "olga");
+    const store::User piet = addUser(farm, "piet");
+};
+
+INSTANTIATE_TEST_SUITE_P(Databases, StoreConsoles, testing::ValuesIn(databaseKinds()), nameOf);
+
+TEST_P(StoreConsoles, AreKnownByTheirAddressWhoeverDrivesThem)
+{
+    const store::Id console = report(logIn(olga, "a"), "00:1b");
+    EXPECT_EQ(report(logIn(piet, "b"), "00:1b"), console);
+    EXPECT_NE(report(logIn(piet, "c"), "00:1c"), console);
+    ASSERT_EQ(consoles().size(), 2U);
+    EXPECT_EQ(consoles()[0].hardwareAddress, "00:1b");
+    EXPECT_EQ(consoles()[0].operatorName, "piet");
+}
+
+TEST_P(StoreConsoles, WithoutAnAddressAreThoseOfTheirUsers)
+{
+    const store::Id console = report(logIn(olga, "a"), "");
+    EXPECT_EQ(report(logIn(olga, "b"), ""), console);
+    EXPECT_NE(report(logIn(piet, "c"), ""), console);
+    EXPECT_EQ(consoles()[0].hardwareAddress, "");
+}
+
+TEST_P(StoreConsoles, AreWhatTheSessionLastSaid)
+{
+    const store::Session session = logIn(olga, "a");
+    const store::Id unnamed = report(session, "");
+    const store::Id console = report(session, "00:1b");
+    EXPECT_NE(console, unnamed);
+    EXPECT_EQ(report(session, ""), console);
+    EXPECT_EQ(report(logIn(olga, "b"), ""), unnamed) << "another session may be another console";
+}
+
+TEST_P(StoreConsoles, WithTheSameAddressOnTwoFarmsAreTwo)
+{
+    const store::Farm other = addFarm("Dale Farm");
+    const store::Id console = report(logIn(olga, "a"), "00:1b");
+    const store::Id theirs = report(logIn(addUser(other, "otto"), "b"), "00:1b");
+    EXPECT_NE(theirs, console);
+    const auto knows = [this](store::Id where, store::Id which) {
+        return read([=](soci::session& sql) { return store::hasConsole(sql, where, which); });
+    };
+    EXPECT_TRUE(knows(farm.id, console));
+    EXPECT_FALSE(knows(farm.id, theirs));
+    EXPECT_EQ(consoles().size(), 1U);
+}
+
+TEST_P(StoreConsoles, KeepTheLastReportsOnly)
+{
+    const store::Id console = report(logIn(olga, "a"), "00:1b");
+    EXPECT_EQ(consoles()[0].environment, "");
+    EXPECT_FALSE(consoles()[0].position);
+    write([console](Transaction& t) {
+        for (const char* document : {"{\"n\":1}", "{\"n\":2}"}) {
+            store::setEnvironment(t, console, document, now);
+            store::setDevice(t, console, "", document, now);
+            store::setDevice(t, console, "00:11", document, now + 1);
+        }
+    });
+    const store::Console kept = consoles()[0];
+    EXPECT_EQ(kept.environment, "{\"n\":2}");
+    EXPECT_EQ(kept.environmentMs, now);
+    ASSERT_EQ(kept.devices.size(), 2U);
+    EXPECT_EQ(kept.devices[0].document, "{\"n\":2}");
+    EXPECT_EQ(kept.devices[1].receivedMs, now + 1);
+}
+
+TEST_P(StoreConsoles, HaveATrackInTheOrderOfReceiptWhosePagesDoNotShift)
+{
+    const store::Id console = report(logIn(olga, "a"), "");
+    addPositions(console, 5); // each older than the one before it by the console's clock
+    ASSERT_TRUE(consoles()[0].position);
+    EXPECT_EQ(consoles()[0].position->timeS, 495);
+    EXPECT_EQ(consoles()[0].position->longitudeDeg, -0.1);
+    EXPECT_THAT(track(console, {{}, {}, {}, 2}), ElementsAre(5, 4));
+    addPositions(console, 1);
+    EXPECT_THAT(track(console, {{}, {}, 4, 2}), ElementsAre(3, 2));
+    EXPECT_THAT(track(console, {now + 2, now + 4, {}, 10}), ElementsAre(3, 2));
+    EXPECT_THAT(track(console, {now + 2, now + 4, 3, 10}), ElementsAre(2));
+}
+
+TEST_P(StoreConsoles, KeepTheirNewestPositionForEver)
+{
+    const store::Id console = report(logIn(olga, "a"), "");
+    const store::Id silent = report(logIn(piet, "b"), "");
+    addPositions(console, 3);
+    addPositions(silent, 2);
+    write([](Transaction& t) { store::prunePositions(t, now + 3); });
+    EXPECT_THAT(track(console, {{}, {}, {}, 10}), ElementsAre(3));
+    EXPECT_THAT(track(silent, {{}, {}, {}, 10}), ElementsAre(2));
+    addPositions(console, 1);
+    EXPECT_THAT(track(console, {{}, {}, {}, 10}), ElementsAre(4, 3));
+}
+
+} // namespace
+} // namespace kelvo::test
