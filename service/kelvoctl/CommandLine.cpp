@@ -53,6 +53,7 @@ int runCommand(int argc, char** argv)
     addUploadCommand(line, context);
     addDownloadCommand(line, context);
     addBinCommands(line, context);
+    addConsoleCommands(line, context);
     addWatchCommand(line, context);
     try {
         line.parse(argc, argv);

@@ -13,6 +13,7 @@ void addListCommand(CLI::App& line, Context& context);     // ls
 void addUploadCommand(CLI::App& line, Context& context);   // put
 void addDownloadCommand(CLI::App& line, Context& context); // get
 void addBinCommands(CLI::App& line, Context& context);     // rm, bin
+void addConsoleCommands(CLI::App& line, Context& context); // consoles, track
 void addWatchCommand(CLI::App& line, Context& context);    // watch
 
 } // namespace kelvoctl

@@ -34,6 +34,11 @@ std::string summary(const std::string& name, const json& data)
                data.at("entry").at("owner").at("name").get<std::string>() + " in project " +
                data.at("container").at("id").dump();
     }
+    if (name == "console-moved") {
+        return "console " + data.at("console").dump() + " of " +
+               data.at("user").at("name").get<std::string>() + " at " + data.at("latitude").dump() +
+               " " + data.at("longitude").dump();
+    }
     return oneLine(data);
 }
 

@@ -225,7 +225,7 @@ class Commands(KelvoctlTest):
     def test_help_is_help_and_nonsense_is_not(self):
         tool = self.tool()
         out = tool.run("--help")[0]
-        for command in ("login", "farm", "user", "ls", "put", "get", "rm", "bin", "watch"):
+        for command in ("login", "farm", "user", "ls", "put", "get", "rm", "bin", "consoles", "track", "watch"):
             self.assertIn(command, out)
             self.assertIn("Usage", tool.run(command, "--help")[0])
         for arguments in ([], ["nonsense"], ["put"], ["user"], ["rm"], ["rm", "x"], ["bin"], ["--nonsense"], ["watch", "--count", "x"]):
@@ -261,6 +261,37 @@ class Commands(KelvoctlTest):
                 self.assertIn("watched.zip", lines[0])
         self.assertIn("file-removed", tool.run("watch", "--from", first, "--count", "1")[0])
         tool.run("watch", "--from", "99999999999", code=REFUSED)
+
+    def test_consoles_and_their_tracks_are_for_the_office(self):
+        olga, anna = self.user("olga"), self.tool("anna")
+        day = {"timestamp_ms": 1000, "console": {"console_string": "Console\x1b 12", "hardware_address": "00:1b"}, "controller": {}}
+        olga.request("PUT", "/environment", 204, json=day)
+        olga.request("PUT", "/devices", 204, json={"timestamp_ms": 1000, "state": 0, "flag": True, "device": {"kind": "Boom"}})
+        watch = self.start_watch(anna, "watch", "--count", "1")
+        for number in range(1005):  # More than a page.
+            olga.post("/positions", 204, json={"time_s": 1000, "latitude": number / 16, "longitude": -0.5})
+        self.assertRegex(watch.stdout.read(), "console-moved  console [0-9]+ of olga at 0.0 -0.5")
+        console = anna.json("consoles")[0]
+        self.assertEqual((console["hardware_address"], console["position"]["latitude"]), ("00:1b", 62.75))
+        lines = anna.run("consoles")[0].splitlines()
+        self.assertIn("Console? 12  00:1b  olga", lines[0])
+        self.assertIn("62.7500000 -0.5000000", lines[0])
+        self.assertIn("Boom  -  disconnected", lines[1])
+        for name in (str(console["id"]), "00:1b", "Console\x1b 12"):
+            self.assertEqual(len(anna.run("track", name)[0].splitlines()), 1005)
+        points = [json.loads(line) for line in anna.run("--json", "track", "00:1b", "--count", "3")[0].splitlines()]
+        self.assertEqual([point["latitude"] for point in points], [62.75, 62.6875, 62.625])
+        since = anna.run("track", "00:1b", "--from", points[1]["received_at"])[0]
+        self.assertIn("62.6875000", since)
+        self.assertNotIn(" 1.0000000", since)
+        self.assertEqual(anna.run("track", "00:1b", "--to", "2001-01-01")[0], "")
+        anna.run("track", "00:1b", "--from", "yesterday", code=REFUSED)
+        anna.run("track", "nowhere", code=REFUSED)
+        anna.run("track", "2147483646", code=REFUSED)
+        anna.run("track", code=USAGE)
+        tool = self.tool("olga")
+        tool.run("consoles", code=REFUSED)
+        tool.run("track", "1", code=REFUSED)
 
     def test_watch_ends_with_the_session(self):
         tool = self.tool("piet")

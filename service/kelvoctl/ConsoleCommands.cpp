@@ -1,0 +1,158 @@
+// consoles and track: the farm's consoles and where they were.
+#include "service/kelvoctl/Commands.h"
+#include "service/kelvoctl/Encoding.h"
+#include "service/kelvoctl/Failures.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <limits>
+
+namespace kelvoctl {
+namespace {
+
+using nlohmann::json;
+
+constexpr int kPage = 1000;
+
+struct TrackOptions
+{
+    std::string console;
+    std::string from;
+    std::string to;
+    int count = std::numeric_limits<int>::max();
+};
+
+std::string text(const json& object, const char* member)
+{
+    return printable(object.value(member, ""));
+}
+
+std::string place(const json& position)
+{
+    char coordinates[64] = {};
+    std::snprintf(coordinates, sizeof coordinates, "%.7f %.7f",
+                  position.at("latitude").get<double>(), position.at("longitude").get<double>());
+    return text(position, "received_at") + "  " + coordinates;
+}
+
+void printConsole(const json& console)
+{
+    const std::string name = text(console, "console_string");
+    const std::string address = text(console, "hardware_address");
+    std::cout << console.at("id") << "  " << (name.empty() ? "-" : name) << "  "
+              << (address.empty() ? "-" : address) << "  " << text(console.at("operator"), "name")
+              << "  " << (console.at("position").is_null() ? "-" : place(console.at("position")))
+              << "\n";
+    for (const json& report : console.at("devices")) {
+        const json& device = report.at("device");
+        const std::string kind = text(device, "kind");
+        const std::string itsAddress = text(device, "hardware_address");
+        std::cout << "  " << (kind.empty() ? "-" : kind) << "  "
+                  << (itsAddress.empty() ? "-" : itsAddress) << "  "
+                  << (report.at("state") == 1 ? "connected " : "disconnected ")
+                  << text(report, "received_at") << "\n";
+    }
+}
+
+json consoles(Context& context)
+{
+    return context.client().call("GET", "/consoles").at("consoles");
+}
+
+void listConsoles(Context& context)
+{
+    const json all = consoles(context);
+    if (context.json) {
+        std::cout << oneLine(all) << std::endl;
+        return;
+    }
+    for (const json& console : all) {
+        printConsole(console);
+    }
+}
+
+// An id as it is; otherwise what a console calls itself, if only one does.
+std::string consoleId(Context& context, const std::string& wanted)
+{
+    if (wanted.find_first_not_of("0123456789") == std::string::npos) {
+        return wanted;
+    }
+    std::string id;
+    for (const json& console : consoles(context)) {
+        if (console.at("console_string") != wanted && console.at("hardware_address") != wanted) {
+            continue;
+        }
+        if (!id.empty()) {
+            throw Refused(0, "Not clear", "Several consoles are " + printable(wanted) + ".");
+        }
+        id = console.at("id").dump();
+    }
+    if (id.empty()) {
+        throw Refused(0, "Not found", "There is no console " + printable(wanted) + ".");
+    }
+    return id;
+}
+
+// A day stands for its beginning.
+std::string timeParameter(const char* name, const std::string& time)
+{
+    if (time.empty()) {
+        return {};
+    }
+    const bool isDay = time.find('T') == std::string::npos;
+    return std::string("&") + name + "=" + percentEncoded(isDay ? time + "T00:00:00Z" : time);
+}
+
+void printPoint(Context& context, const json& position)
+{
+    if (context.json) {
+        std::cout << oneLine(position) << "\n";
+    } else {
+        std::cout << place(position) << "  " << text(position.at("operator"), "name") << "\n";
+    }
+}
+
+void track(Context& context, const TrackOptions& options)
+{
+    const std::string path = "/consoles/" + consoleId(context, options.console) +
+                             "/track?limit=" + std::to_string(std::min(options.count, kPage)) +
+                             timeParameter("from", options.from) + timeParameter("to", options.to);
+    json next;
+    int left = options.count;
+    do {
+        const json page = context.client().call(
+            "GET", next.is_null() ? path : path + "&cursor=" + next.get<std::string>());
+        for (const json& position : page.at("positions")) {
+            if (left-- > 0) {
+                printPoint(context, position);
+            }
+        }
+        next = page.at("next");
+    } while (left > 0 && !next.is_null());
+    std::cout << std::flush;
+}
+
+} // namespace
+
+void addConsoleCommands(CLI::App& line, Context& context)
+{
+    CLI::App* list = line.add_subcommand("consoles", "The farm's consoles (office)")->fallthrough();
+    list->callback([&context] { context.action = [&context] { listConsoles(context); }; });
+
+    const auto options = std::make_shared<TrackOptions>();
+    CLI::App* way =
+        line.add_subcommand("track", "Where a console was, newest first (office)")->fallthrough();
+    way->add_option("CONSOLE", options->console, "Its id, name or hardware address")->required();
+    way->add_option("--from", options->from, "From this time on: 2026-05-01T06:00:00Z, 2026-05-01")
+        ->type_name("TIME");
+    way->add_option("--to", options->to, "Before this time")->type_name("TIME");
+    way->add_option("--count", options->count, "Only the newest so many")
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()))
+        ->type_name("N");
+    way->callback([&context, options] {
+        context.action = [&context, options] { track(context, *options); };
+    });
+}
+
+} // namespace kelvoctl
