@@ -28,7 +28,7 @@ struct TDriverFamily
 };
 
 // The most specific first: each name also contains the parts below it.
-constexpr TDriverFamily DRIVER_FAMILIES[] = {
+const TDriverFamily DRIVER_FAMILIES[] = {
     {QLatin1String("ath"), TWirelessNetworkUtils::WirelessHardwareAth},
     {QLatin1String("rtl8821"), TWirelessNetworkUtils::WirelessHardwareRtl8821},
     {QLatin1String("rtl"), TWirelessNetworkUtils::WirelessHardwareRtl},
