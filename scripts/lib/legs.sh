@@ -61,6 +61,33 @@ leg_tsan() {
     sanitised tsan -DCMAKE_PREFIX_PATH="$qt"
 }
 
+leg_format() {
+    local sources
+    mapfile -t sources < <(find bench console core net platform plugin screens service tests worker \
+        \( -name '*.cpp' -o -name '*.h' \) 2>/dev/null | sort)
+    ((${#sources[@]} > 0))
+    clang-format --dry-run --Werror "${sources[@]}"
+    mkdir -p build/format
+    echo "${#sources[@]} files are formatted" | tee build/format/tests.log
+}
+
+# clang-tidy needs to know how things are compiled, and what Qt's tools make; these look into libraries.
+leg_lint() {
+    local files="^$PWD/(console|core|net|plugin|screens|worker|platform/(host|kesdk)/src)/.*\.cpp$"
+    leg_format
+    mkdir -p build/lint
+    cmake --preset check -B build/lint -DKELVO_SERVICE=OFF -DKELVO_TESTS=OFF \
+        -DCMAKE_EXPORT_COMPILE_COMMANDS=ON -DCMAKE_GLOBAL_AUTOGEN_TARGET=ON \
+        >build/lint/configure.log
+    cmake --build build/lint --target autogen >>build/lint/configure.log
+    if ! run-clang-tidy -quiet -j "$CMAKE_BUILD_PARALLEL_LEVEL" -p build/lint "$files" 2>&1 |
+        sed 's/\x1b\[[0-9;]*m//g' >build/lint/tidy.log; then
+        { grep ' error: ' build/lint/tidy.log || tail build/lint/tidy.log; } | sort -u >&2
+        return 1
+    fi
+    echo "$(grep -c '^clang-tidy' build/lint/tidy.log) files have no findings" | tee build/lint/tests.log
+}
+
 # run_legs NAME...: all of them, also after one that failed; fails if one did. Ends with each one's
 # closing line.
 run_legs() {
@@ -79,7 +106,8 @@ run_legs() {
             "leg_$1"' leg "$leg"; then
             status=1
         fi
-        closing=$(grep -s -m 1 '% tests passed' "build/$preset/tests.log" || echo 'did not get to its tests')
+        closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ files ' "build/$preset/tests.log" ||
+            echo 'did not get to its end')
         summary+=("$leg: $closing")
     done
     echo
