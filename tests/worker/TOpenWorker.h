@@ -9,12 +9,14 @@ public:
     using TKelvoThreadObject::CheckKelvoAccountSetup;
     using TKelvoThreadObject::CleanupKESDK;
     using TKelvoThreadObject::CreateUserInbox;
+    using TKelvoThreadObject::EndLocationSharing;
     using TKelvoThreadObject::Finalize;
     using TKelvoThreadObject::GetProjectInboxId;
     using TKelvoThreadObject::GetToConsoleProjectUserInboxId;
     using TKelvoThreadObject::Initialize;
     using TKelvoThreadObject::IsFileNameDownloadable;
     using TKelvoThreadObject::ManageKelvoDownloads;
+    using TKelvoThreadObject::PrepareForLocationSharing;
     using TKelvoThreadObject::RecreateKESDKInstance;
     using TKelvoThreadObject::RefreshToConsoleFileList;
     using TKelvoThreadObject::SetupKelvoUserInboxes;

@@ -1,0 +1,51 @@
+// The SDK's operations by name, so that a failed comparison can be read.
+#pragma once
+
+#include "tests/fakes/FakeScript.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+// In the order of FakeOperation.
+constexpr const char* SDK_OPERATION_NAMES[] = {
+    "Login",
+    "Logout",
+    "IsLoggedIn",
+    "GetLastErrors",
+    "GetLastLoginErrors",
+    "Subscribe",
+    "Unsubscribe",
+    "GetProjects",
+    "GetProjectResources",
+    "GetResourceWithContent",
+    "GetCurrentUser",
+    "CreateUserInbox",
+    "Upload",
+    "Download",
+    "Delete",
+    "SendEnvironment",
+    "MeasDeviceConnected",
+    "MeasDeviceDisconnected",
+    "ReportPosition",
+    "SetAbortCheck",
+    "Destroy",
+};
+static_assert(sizeof(SDK_OPERATION_NAMES) / sizeof(SDK_OPERATION_NAMES[0]) ==
+              static_cast<std::size_t>(fakes::FakeOperation::eDestroy) + 1);
+
+inline QString NameOf(fakes::FakeOperation operation)
+{
+    return QString::fromLatin1(SDK_OPERATION_NAMES[static_cast<std::size_t>(operation)]);
+}
+
+// All that was asked of the SDK, in order; but not whether it was asked why a call failed, which
+// changes nothing.
+inline QStringList SdkCalls(const fakes::FakeScript& script)
+{
+    QStringList names;
+    for (const fakes::FakeCall& call : script.Calls()) {
+        if (call.operation != fakes::FakeOperation::eGetLastErrors)
+            names << NameOf(call.operation);
+    }
+    return names;
+}

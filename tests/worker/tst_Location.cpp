@@ -1,0 +1,384 @@
+// Sharing the position: when it starts and ends, and what the SDK is asked for it.
+#include "support/GuiTestMain.h"
+#include "tests/worker/TSharing.h"
+
+#include <QtCore/QAbstractEventDispatcher>
+#include <QtCore/QThread>
+#include <QtTest/QtTest>
+
+#include <atomic>
+#include <memory>
+
+using fakes::FakeErrors;
+using fakes::FakeOperation;
+using fakes::OneError;
+using ESession = TWorkerFixture::ESession;
+using kesdk::api::Position;
+
+class tst_Location : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theReceiverIsRegisteredAndThePositionReportedAtOnce();
+    void theCoordinatorsSignalStartsAndEndsSharing();
+    void nothingStartsBeforeTheReceiverReportedAPosition();
+    void nothingStartsWhileTheHubIsLoggedOut();
+    void nothingStartsWhileTheSdkIsLoggedOut();
+    void aRefusedRegistrationIsSilentAndStartsNothing_data();
+    void aRefusedRegistrationIsSilentAndStartsNothing();
+    void afterARefusedRegistrationTheNextOneCounts();
+    void preparingTwiceRegistersTwiceAndRestartsTheTimer();
+    void aLostPositionEndsSharingWithALastReport();
+    void aLostPositionWhileLoggedOutReportsNothing();
+    void aLostPositionIsForgotten();
+    void endingWithoutSharingTakesTheReceiverOffAllTheSame();
+    void aRefusedDeregistrationIsSilentAndTheTimerStops();
+    void eachMinuteReportsOnce();
+    void aReportWhileTheSdkIsLoggedOutIsNotSent();
+    void aReportNeedsNeitherTheHubNorSharing();
+    void aRefusedReportIsIgnored();
+    void eachReportHasTheFixOfItsMoment();
+    void aFixThatNeverWasIsReportedAsNought();
+    void thePositionsOfAFastSourceStayWhole();
+    void anyOrderOfLossAndGainAgreesWithTheLastOne_data();
+    void anyOrderOfLossAndGainAgreesWithTheLastOne();
+};
+
+namespace {
+
+const QStringList STARTED{QStringLiteral("MeasDeviceConnected"), QStringLiteral("IsLoggedIn"),
+                          QStringLiteral("ReportPosition")};
+const QStringList ENDED{QStringLiteral("MeasDeviceDisconnected"), QStringLiteral("IsLoggedIn"),
+                        QStringLiteral("ReportPosition")};
+const QStringList REPORTED{QStringLiteral("IsLoggedIn"), QStringLiteral("ReportPosition")};
+const QStringList REFUSED{QStringLiteral("MeasDeviceConnected")};
+const QStringList TAKEN_OFF{QStringLiteral("MeasDeviceDisconnected")};
+
+} // namespace
+
+void tst_Location::theReceiverIsRegisteredAndThePositionReportedAtOnce()
+{
+    TSharing f;
+    f.Start(ESession::eLoggedIn);
+    QVERIFY(!f.IsTimerRunning());
+    f.Tell(false);
+    QCOMPARE(f.Calls(), STARTED);
+    QVERIFY(f.IsTimerRunning());
+    QCOMPARE(f.Timer()->interval(), 60000);
+    QVERIFY(!f.Timer()->isSingleShot());
+    QCOMPARE(f.Positions().size(), std::size_t(1));
+    QCOMPARE(f.Positions().front().latitudeDegrees, 52.25);
+    QCOMPARE(f.Positions().front().longitudeDegrees, -1.5);
+    QVERIFY(f.IsSilent());
+}
+
+void tst_Location::theCoordinatorsSignalStartsAndEndsSharing()
+{
+    TSharing f;
+    f.gps.Lose();
+    f.Start(ESession::eLoggedIn);
+    f.gps.Feed({1.0, 2.0, 3.0});
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(f.Calls(), STARTED);
+    QVERIFY(f.IsTimerRunning());
+    f.gps.Feed({1.5, 2.0, 4.0}); // no change of what is lost: the timer's business
+    f.gps.AnnounceFix();
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(f.Calls(), STARTED + STARTED);
+    f.Script().ClearCalls();
+    f.gps.Lose();
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(f.Calls(), ENDED);
+    QVERIFY(!f.IsTimerRunning());
+}
+
+void tst_Location::nothingStartsBeforeTheReceiverReportedAPosition()
+{
+    TSharing f; // the coordinator's own fix is not what counts
+    f.Start(ESession::eLoggedIn);
+    f.worker->PrepareForLocationSharing();
+    QVERIFY(f.Calls().isEmpty());
+    QVERIFY(!f.IsTimerRunning());
+}
+
+void tst_Location::nothingStartsWhileTheHubIsLoggedOut()
+{
+    TSharing f;
+    f.StartBehindTheHub();
+    f.Tell(false);
+    QVERIFY(f.Calls().isEmpty());
+    QVERIFY(!f.IsTimerRunning());
+    f.hub->OnLoggedIntoKelvo();
+    QVERIFY(f.Calls().isEmpty()); // the hub's login starts nothing by itself
+    f.worker->PrepareForLocationSharing();
+    QCOMPARE(f.Calls(), STARTED); // the position was remembered
+    QVERIFY(f.IsTimerRunning());
+}
+
+void tst_Location::nothingStartsWhileTheSdkIsLoggedOut()
+{
+    TSharing f;
+    f.Start(ESession::eLoggedOut);
+    f.hub->OnLoggedIntoKelvo();
+    f.hubLog.Clear();
+    f.Tell(false);
+    QCOMPARE(f.Calls(), REFUSED); // the SDK refuses by itself
+    QVERIFY(!f.IsTimerRunning());
+    QVERIFY(f.IsSilent());
+}
+
+void tst_Location::aRefusedRegistrationIsSilentAndStartsNothing_data()
+{
+    QTest::addColumn<int>("records");
+    QTest::newRow("with an error") << 1;
+    QTest::newRow("without errors") << 0;
+}
+
+void tst_Location::aRefusedRegistrationIsSilentAndStartsNothing()
+{
+    QFETCH(int, records);
+    TSharing f;
+    f.Start(ESession::eLoggedIn);
+    f.Script().FailAlways(FakeOperation::eMeasDeviceConnected,
+                          records ? OneError(L"<b>No</b> link.") : FakeErrors());
+    f.Tell(false);
+    f.worker->PrepareForLocationSharing();
+    QCOMPARE(f.Calls(), REFUSED + REFUSED);
+    QVERIFY(!f.IsTimerRunning());
+    QVERIFY(f.Positions().empty());
+    QVERIFY(f.IsSilent());
+}
+
+void tst_Location::afterARefusedRegistrationTheNextOneCounts()
+{
+    TSharing f;
+    f.Start(ESession::eLoggedIn);
+    f.Script().FailNth(FakeOperation::eMeasDeviceConnected, 1, OneError(L"No link."));
+    f.Tell(false);
+    f.Script().ClearCalls();
+    f.Tell(false);
+    QCOMPARE(f.Calls(), STARTED);
+    QVERIFY(f.IsTimerRunning());
+}
+
+void tst_Location::preparingTwiceRegistersTwiceAndRestartsTheTimer()
+{
+    TSharing f;
+    f.StartSharing();
+    // Once the dispatcher has forgotten the timer, it knows it again only by a new start.
+    QVERIFY(QAbstractEventDispatcher::instance()->unregisterTimer(f.Timer()->timerId()));
+    QCOMPARE(f.Timer()->remainingTime(), -1);
+    f.worker->PrepareForLocationSharing();
+    QCOMPARE(f.Calls(), STARTED);
+    QVERIFY(f.IsTimerRunning());
+    QVERIFY(f.Timer()->remainingTime() > 0);
+    QCOMPARE(f.Positions().size(), std::size_t(2));
+    f.Script().ClearCalls();
+    f.LetAMinutePass();
+    QCOMPARE(f.Calls(), REPORTED); // not twice a minute
+}
+
+void tst_Location::aLostPositionEndsSharingWithALastReport()
+{
+    TSharing f;
+    f.StartSharing();
+    f.gps.Feed({10.0, 20.0, 101010.0});
+    f.Tell(true);
+    QCOMPARE(f.Calls(), ENDED);
+    QVERIFY(!f.IsTimerRunning());
+    QCOMPARE(f.Positions().back().latitudeDegrees, 10.0); // the last that is known
+    QCOMPARE(f.Positions().back().longitudeDegrees, 20.0);
+    QVERIFY(f.IsSilent());
+}
+
+void tst_Location::aLostPositionWhileLoggedOutReportsNothing()
+{
+    TSharing f;
+    f.Start(ESession::eLoggedOut);
+    f.Tell(true);
+    QCOMPARE(f.Calls(), TAKEN_OFF + QStringList{QStringLiteral("IsLoggedIn")});
+    QVERIFY(f.Positions().empty());
+    QVERIFY(f.IsSilent());
+}
+
+void tst_Location::aLostPositionIsForgotten()
+{
+    TSharing f;
+    f.StartSharing();
+    f.Tell(true);
+    f.Script().ClearCalls();
+    f.worker->PrepareForLocationSharing();
+    QVERIFY(f.Calls().isEmpty());
+    QVERIFY(!f.IsTimerRunning());
+}
+
+void tst_Location::endingWithoutSharingTakesTheReceiverOffAllTheSame()
+{
+    TSharing f;
+    f.Start(ESession::eLoggedIn);
+    f.worker->EndLocationSharing();
+    f.worker->EndLocationSharing();
+    QCOMPARE(f.Calls(), TAKEN_OFF + TAKEN_OFF);
+    QVERIFY(f.IsSilent());
+}
+
+void tst_Location::aRefusedDeregistrationIsSilentAndTheTimerStops()
+{
+    TSharing f;
+    f.StartSharing();
+    f.Script().FailAlways(FakeOperation::eMeasDeviceDisconnected, OneError(L"No link."));
+    f.worker->EndLocationSharing();
+    QCOMPARE(f.Calls(), TAKEN_OFF);
+    QVERIFY(!f.IsTimerRunning());
+    QVERIFY(f.IsSilent());
+    f.Script().StopFailing(FakeOperation::eMeasDeviceDisconnected);
+    f.Script().ClearCalls();
+    f.worker->PrepareForLocationSharing(); // the position stayed valid
+    QCOMPARE(f.Calls(), STARTED);
+}
+
+void tst_Location::eachMinuteReportsOnce()
+{
+    TSharing f;
+    f.StartSharing();
+    for (int minute = 1; minute <= 5; ++minute) {
+        f.Script().ClearCalls();
+        f.LetAMinutePass();
+        QCOMPARE(f.Calls(), REPORTED);
+        QVERIFY(f.IsTimerRunning());
+    }
+    QCOMPARE(f.Positions().size(), std::size_t(6));
+    QVERIFY(f.IsSilent());
+}
+
+void tst_Location::aReportWhileTheSdkIsLoggedOutIsNotSent()
+{
+    TSharing f;
+    f.Start(ESession::eLoggedOut);
+    f.hub->OnLoggedIntoKelvo();
+    f.Report();
+    QCOMPARE(f.Calls(), QStringList{QStringLiteral("IsLoggedIn")});
+}
+
+void tst_Location::aReportNeedsNeitherTheHubNorSharing()
+{
+    TSharing f;
+    f.StartBehindTheHub();
+    f.Report();
+    QCOMPARE(f.Calls(), REPORTED);
+    QVERIFY(!f.IsTimerRunning());
+}
+
+void tst_Location::aRefusedReportIsIgnored()
+{
+    TSharing f;
+    f.Script().FailAlways(FakeOperation::eReportPosition, OneError(L"No link."));
+    f.Start(ESession::eLoggedIn);
+    f.Tell(false);
+    QCOMPARE(f.Calls(), STARTED); // and nobody asks why
+    QVERIFY(f.IsTimerRunning());
+    f.Script().ClearCalls();
+    f.LetAMinutePass();
+    QCOMPARE(f.Calls(), REPORTED);
+    QVERIFY(f.IsTimerRunning());
+    QVERIFY(f.IsSilent());
+}
+
+void tst_Location::eachReportHasTheFixOfItsMoment()
+{
+    constexpr TGPSFix fixes[] = {{-90.0, 180.0, 0.0},
+                                 {90.0, -180.0, 1.0},
+                                 {0.1 + 0.2, 1e-300, 2.0},
+                                 {-0.0, 123.456789, 3.0}};
+    TSharing f;
+    f.StartSharing();
+    for (const TGPSFix& fix : fixes) {
+        QVERIFY(f.gps.Feed(fix));
+        f.LetAMinutePass();
+        QVERIFY(f.Positions().back().latitudeDegrees == fix.latitudeDegrees);
+        QVERIFY(f.Positions().back().longitudeDegrees == fix.longitudeDegrees);
+    }
+    QCOMPARE(f.Positions().size(), std::size(fixes) + 1);
+}
+
+void tst_Location::aFixThatNeverWasIsReportedAsNought()
+{
+    TWorkerFixture f;
+    f.Start(ESession::eLoggedIn);
+    f.Call("OnShareCurrentLocationWithKelvo");
+    const std::vector<Position> positions = f.Sdk().Live()->Positions();
+    QCOMPARE(positions.size(), std::size_t(1));
+    QCOMPARE(positions.front().latitudeDegrees, 0.0);
+    QCOMPARE(positions.front().longitudeDegrees, 0.0);
+    QCOMPARE(positions.front().timeSeconds % 86400, 0);
+}
+
+void tst_Location::thePositionsOfAFastSourceStayWhole()
+{
+    constexpr int reports = 2000;
+    TSharing f;
+    QVERIFY(f.gps.Feed({0.0, 0.0, 0.0}));
+    f.StartBehindTheHub();
+    std::atomic<bool> isDone{false};
+    const std::unique_ptr<QThread> source(QThread::create([&] {
+        for (int round = 0; !isDone; ++round) {
+            const int second = round % 60;
+            f.gps.Feed({second / 1.0, second * 2.0, second / 1.0});
+        }
+    }));
+    source->start();
+    for (int report = 0; report < reports; ++report)
+        f.Report();
+    isDone = true;
+    QVERIFY(source->wait());
+    const std::vector<Position> positions = f.Positions();
+    QCOMPARE(positions.size(), std::size_t(reports));
+    for (const Position& position : positions) {
+        QCOMPARE(position.longitudeDegrees, position.latitudeDegrees * 2.0);
+        QCOMPARE(double(position.timeSeconds % 60), position.latitudeDegrees);
+    }
+}
+
+void tst_Location::anyOrderOfLossAndGainAgreesWithTheLastOne_data()
+{
+    QTest::addColumn<bool>("sdkIsLoggedIn");
+    QTest::addColumn<bool>("hubIsLoggedIn");
+    QTest::newRow("logged out") << false << false;
+    QTest::newRow("logged in") << true << true;
+    QTest::newRow("the hub is behind") << true << false;
+    QTest::newRow("the hub is ahead") << false << true;
+}
+
+// Every row of eight losses and gains, double ones too.
+void tst_Location::anyOrderOfLossAndGainAgreesWithTheLastOne()
+{
+    QFETCH(bool, sdkIsLoggedIn);
+    QFETCH(bool, hubIsLoggedIn);
+    TSharing f;
+    if (sdkIsLoggedIn)
+        f.StartBehindTheHub();
+    else
+        f.Start(ESession::eLoggedOut);
+    if (hubIsLoggedIn)
+        f.hub->OnLoggedIntoKelvo();
+    f.hubLog.Clear();
+    for (unsigned pattern = 0; pattern < 256; ++pattern) {
+        for (unsigned bit = 0; bit < 8; ++bit) {
+            const bool isLost = (pattern >> bit) & 1U;
+            f.Script().ClearCalls();
+            f.Tell(isLost);
+            QCOMPARE(f.IsTimerRunning(), !isLost && sdkIsLoggedIn && hubIsLoggedIn);
+            QCOMPARE(f.Script().Count(FakeOperation::eMeasDeviceDisconnected),
+                     std::size_t(isLost ? 1 : 0));
+            QCOMPARE(f.Script().Count(FakeOperation::eMeasDeviceConnected),
+                     std::size_t(!isLost && hubIsLoggedIn ? 1 : 0));
+            QCOMPARE(f.Script().Count(FakeOperation::eReportPosition),
+                     std::size_t(sdkIsLoggedIn && (isLost || hubIsLoggedIn) ? 1 : 0));
+        }
+    }
+    QVERIFY(f.IsSilent());
+}
+
+KELVO_GUI_TEST_MAIN(tst_Location)
+#include "tst_Location.moc"
