@@ -13,7 +13,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr int kPage = 1000;
+constexpr int kPage = 200;
 
 struct TrackOptions
 {
