@@ -7,6 +7,7 @@
 #include <QtTest/QSignalSpy>
 
 #include <atomic>
+#include <cmath>
 #include <limits>
 #include <memory>
 
@@ -23,6 +24,8 @@ private Q_SLOTS:
     void keepsTheLastFixWhenLost();
     void ignoresPlacesThatAreNoneOnEarth_data();
     void ignoresPlacesThatAreNoneOnEarth();
+    void anyTimeOfDayIsTaken();
+    void whatIsRefusedChangesNothing();
     void mayBeAskedFromItsOwnSignal();
     void fixesStayWholeUnderTwoThreads();
     void signalsComeInTheOrderOfChanges();
@@ -92,6 +95,13 @@ void tst_GPSCoordinator::ignoresPlacesThatAreNoneOnEarth_data()
     QTest::newRow("no longitude") << 0.0 << nan << 0.0;
     QTest::newRow("infinite") << 0.0 << infinite << 0.0;
     QTest::newRow("no time") << 0.0 << 0.0 << nan;
+    QTest::newRow("before midnight") << 0.0 << 0.0 << -1.0;
+    QTest::newRow("just before midnight") << 0.0 << 0.0 << -0.01;
+    QTest::newRow("the day's end") << 0.0 << 0.0 << 240000.0;
+    QTest::newRow("behind the day's end") << 0.0 << 0.0 << 999999.0;
+    QTest::newRow("more than an int") << 0.0 << 0.0 << 1e10;
+    QTest::newRow("never") << 0.0 << 0.0 << infinite;
+    QTest::newRow("always") << 0.0 << 0.0 << -infinite;
 }
 
 void tst_GPSCoordinator::ignoresPlacesThatAreNoneOnEarth()
@@ -105,6 +115,30 @@ void tst_GPSCoordinator::ignoresPlacesThatAreNoneOnEarth()
     QVERIFY(!coordinator.HasFix());
     QCOMPARE(lost.count(), 0);
     QCOMPARE(coordinator.GetCurrentFix().latitudeDegrees, 0.0);
+}
+
+void tst_GPSCoordinator::anyTimeOfDayIsTaken()
+{
+    TFedGPSCoordinator coordinator;
+    for (const double time : {0.0, 0.01, 123456.78, 235959.99, std::nextafter(240000.0, 0.0)}) {
+        QVERIFY(coordinator.Feed({50.0, 8.0, time}));
+        QCOMPARE(coordinator.GetCurrentFix().utcTime, time);
+    }
+}
+
+void tst_GPSCoordinator::whatIsRefusedChangesNothing()
+{
+    TFedGPSCoordinator coordinator;
+    const QSignalSpy lost(&coordinator, &TGPSCoordinator::GPSLost);
+    QVERIFY(coordinator.Feed({50.0, 8.0, 120000.0}));
+    QVERIFY(!coordinator.Feed({51.0, 9.0, 240000.0}));
+    QVERIFY(coordinator.HasFix());
+    QCOMPARE(coordinator.GetCurrentFix().latitudeDegrees, 50.0);
+    QCOMPARE(coordinator.GetCurrentFix().utcTime, 120000.0);
+    coordinator.Lose();
+    QVERIFY(!coordinator.Feed({51.0, 9.0, -1.0}));
+    QVERIFY(!coordinator.HasFix());
+    QCOMPARE(lost.count(), 2);
 }
 
 void tst_GPSCoordinator::mayBeAskedFromItsOwnSignal()
