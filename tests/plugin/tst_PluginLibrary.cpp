@@ -5,6 +5,8 @@
 #include <QtTest/QSignalSpy>
 #include <QtTest/QtTest>
 
+#include <utility>
+
 class TKelvoDll;
 
 class tst_PluginLibrary : public kelvo::test::TTestCase
@@ -15,6 +17,7 @@ private Q_SLOTS:
     void initTestCase();
     void resolvesEveryExportedName_data();
     void resolvesEveryExportedName();
+    void exportsTheNetworkConstants();
     void startsAndEndsAHundredTimes();
     void aLoginFailsWhenTheServiceCannotBeReached();
     void finaliseDuringALogin();
@@ -26,6 +29,22 @@ private:
 namespace {
 
 constexpr int ROUNDS = 100;
+
+struct TExportedNumber
+{
+    const char* name;
+    qint32 value;
+};
+constexpr TExportedNumber EXPORTED_NUMBERS[] = {
+    {"CONNECTION_MONITOR_TIMEOUT", 5000},
+    {"OBTAIN_NETWORK_ADDRESS_RETRYS", 30},
+    {"COMPLETE_NETWORK_CONNECTION_RETRYS", 100},
+    {"SCAN_RETRIES", 20},
+    {"RECONNECTION_WAIT", 4},
+    {"SIGNAL_LEVEL_MINIMUM", -192},
+    {"WINDOWS_NETWORK_DEBUG", 2500},
+    {"NETWORK_OPERATION_TIMEOUT", 250},
+};
 
 } // namespace
 
@@ -41,15 +60,38 @@ void tst_PluginLibrary::initTestCase()
 void tst_PluginLibrary::resolvesEveryExportedName_data()
 {
     QTest::addColumn<QByteArray>("name");
-    for (const char* name : {"Initialise", "Finalise", "GetKelvoInterface", "dll", "KelvoInterface",
-                             "UserLevels", "Features"})
+    for (const char* name :
+         {"Initialise", "Finalise", "GetKelvoInterface", "dll", "KelvoInterface", "UserLevels",
+          "Features", "LOG_FILE_NAME", "LOG_FILE_EXTENSION", "LOG_FILE_PATH"})
         QTest::newRow(name) << QByteArray(name);
+    for (const TExportedNumber& number : EXPORTED_NUMBERS)
+        QTest::newRow(number.name) << QByteArray(number.name);
 }
 
 void tst_PluginLibrary::resolvesEveryExportedName()
 {
     QFETCH(QByteArray, name);
     QVERIFY(m_plugin.Resolve(name.constData()));
+}
+
+// Without Initialise: they are there once the library is.
+void tst_PluginLibrary::exportsTheNetworkConstants()
+{
+    for (const TExportedNumber& number : EXPORTED_NUMBERS) {
+        const auto* value = reinterpret_cast<const qint32*>(m_plugin.Resolve(number.name));
+        QVERIFY2(value, number.name);
+        QVERIFY2(*value == number.value, number.name);
+    }
+    const std::pair<const char*, QString> texts[] = {
+        {"LOG_FILE_NAME", QStringLiteral("wpa_supplicant")},
+        {"LOG_FILE_EXTENSION", QStringLiteral(".log")},
+        {"LOG_FILE_PATH", QStringLiteral("/tmp/wpa_supplicant.log")},
+    };
+    for (const auto& [name, text] : texts) {
+        const auto* value = reinterpret_cast<const QString*>(m_plugin.Resolve(name));
+        QVERIFY2(value, name);
+        QCOMPARE(*value, text);
+    }
 }
 
 void tst_PluginLibrary::startsAndEndsAHundredTimes()
