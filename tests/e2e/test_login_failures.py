@@ -1,9 +1,15 @@
 """Logins that cannot work: the operator learns what happened and what to do, and the console goes on."""
 
 import socket
+import re
 import unittest
 
 from kelvoe2e.case import PASSWORD, FarmCase
+
+
+def without_numbers(text):
+    """The seconds that are left depend on how fast the machine is."""
+    return re.sub(r"[0-9]+", "N", text)
 
 
 class LoginFailuresTest(FarmCase):
@@ -58,7 +64,7 @@ class LoginFailuresTest(FarmCase):
         self.assertNotIn(locked, refused)
         self.assert_goes_on(console)
         right = self.console()
-        self.assertEqual(self.failed_text(right), locked)
+        self.assertEqual(without_numbers(self.failed_text(right)), without_numbers(locked))
 
     def test_disabled_account(self):
         self.admin.disable_user(self.operator)
