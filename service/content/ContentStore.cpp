@@ -16,11 +16,11 @@ namespace {
 
 void makeFolder(const fs::path& folder)
 {
-    if (::mkdir(folder.c_str(), 0700) == 0) {
-        syncFolder(folder.parent_path());
-    } else if (errno != EEXIST) {
+    if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
         throwErrno("mkdir");
     }
+    // Also when it was there: whoever made it may not have come to this yet, or have failed to.
+    syncFolder(folder.parent_path());
 }
 
 void removeIfThere(const fs::path& file)
@@ -41,7 +41,21 @@ ContentStore::ContentStore(const fs::path& dataFolder)
     syncFolder(contents_);
     for (const auto& folder : fs::directory_iterator(contents_)) {
         syncFolder(folder.path());
+        durable_.insert(folder.path().filename());
     }
+}
+
+void ContentStore::ensureFolder(const fs::path& folder) const
+{
+    {
+        const std::lock_guard lock(mutex_);
+        if (durable_.contains(folder.filename())) {
+            return;
+        }
+    }
+    makeFolder(folder);
+    const std::lock_guard lock(mutex_);
+    durable_.insert(folder.filename());
 }
 
 fs::path ContentStore::contentPath(const std::string& sha256) const
@@ -79,7 +93,7 @@ bool ContentStore::adopt(const std::string& id, const std::string& sha256) const
         syncFolder(target.parent_path()); // in case whoever put it there failed to
         return false;
     }
-    makeFolder(target.parent_path());
+    ensureFolder(target.parent_path());
     if (::rename((uploads_ / id).c_str(), target.c_str()) != 0) {
         throwErrno("rename");
     }

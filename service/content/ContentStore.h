@@ -5,6 +5,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -53,8 +55,12 @@ public:
 private:
     std::filesystem::path contentPath(const std::string& sha256) const;
 
+    void ensureFolder(const std::filesystem::path& folder) const;
+
     std::filesystem::path contents_;
     std::filesystem::path uploads_;
+    mutable std::mutex mutex_;              // guards durable_
+    mutable std::set<std::string> durable_; // folders of contents whose names are on the disk
 };
 
 } // namespace kelvo::content
