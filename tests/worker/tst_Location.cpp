@@ -3,17 +3,12 @@
 #include "tests/worker/TSharing.h"
 
 #include <QtCore/QAbstractEventDispatcher>
-#include <QtCore/QThread>
 #include <QtTest/QtTest>
-
-#include <atomic>
-#include <memory>
 
 using fakes::FakeErrors;
 using fakes::FakeOperation;
 using fakes::OneError;
 using ESession = TWorkerFixture::ESession;
-using kesdk::api::Position;
 
 class tst_Location : public kelvo::test::TTestCase
 {
@@ -34,13 +29,6 @@ private Q_SLOTS:
     void aLostPositionIsForgotten();
     void endingWithoutSharingTakesTheReceiverOffAllTheSame();
     void aRefusedDeregistrationIsSilentAndTheTimerStops();
-    void eachMinuteReportsOnce();
-    void aReportWhileTheSdkIsLoggedOutIsNotSent();
-    void aReportNeedsNeitherTheHubNorSharing();
-    void aRefusedReportIsIgnored();
-    void eachReportHasTheFixOfItsMoment();
-    void aFixThatNeverWasIsReportedAsNought();
-    void thePositionsOfAFastSourceStayWhole();
     void anyOrderOfLossAndGainAgreesWithTheLastOne_data();
     void anyOrderOfLossAndGainAgreesWithTheLastOne();
 };
@@ -236,108 +224,6 @@ void tst_Location::aRefusedDeregistrationIsSilentAndTheTimerStops()
     f.Script().ClearCalls();
     f.worker->PrepareForLocationSharing(); // the position stayed valid
     QCOMPARE(f.Calls(), STARTED);
-}
-
-void tst_Location::eachMinuteReportsOnce()
-{
-    TSharing f;
-    f.StartSharing();
-    for (int minute = 1; minute <= 5; ++minute) {
-        f.Script().ClearCalls();
-        f.LetAMinutePass();
-        QCOMPARE(f.Calls(), REPORTED);
-        QVERIFY(f.IsTimerRunning());
-    }
-    QCOMPARE(f.Positions().size(), std::size_t(6));
-    QVERIFY(f.IsSilent());
-}
-
-void tst_Location::aReportWhileTheSdkIsLoggedOutIsNotSent()
-{
-    TSharing f;
-    f.Start(ESession::eLoggedOut);
-    f.hub->OnLoggedIntoKelvo();
-    f.Report();
-    QCOMPARE(f.Calls(), QStringList{QStringLiteral("IsLoggedIn")});
-}
-
-void tst_Location::aReportNeedsNeitherTheHubNorSharing()
-{
-    TSharing f;
-    f.StartBehindTheHub();
-    f.Report();
-    QCOMPARE(f.Calls(), REPORTED);
-    QVERIFY(!f.IsTimerRunning());
-}
-
-void tst_Location::aRefusedReportIsIgnored()
-{
-    TSharing f;
-    f.Script().FailAlways(FakeOperation::eReportPosition, OneError(L"No link."));
-    f.Start(ESession::eLoggedIn);
-    f.Tell(false);
-    QCOMPARE(f.Calls(), STARTED); // and nobody asks why
-    QVERIFY(f.IsTimerRunning());
-    f.Script().ClearCalls();
-    f.LetAMinutePass();
-    QCOMPARE(f.Calls(), REPORTED);
-    QVERIFY(f.IsTimerRunning());
-    QVERIFY(f.IsSilent());
-}
-
-void tst_Location::eachReportHasTheFixOfItsMoment()
-{
-    constexpr TGPSFix fixes[] = {{-90.0, 180.0, 0.0},
-                                 {90.0, -180.0, 1.0},
-                                 {0.1 + 0.2, 1e-300, 2.0},
-                                 {-0.0, 123.456789, 3.0}};
-    TSharing f;
-    f.StartSharing();
-    for (const TGPSFix& fix : fixes) {
-        QVERIFY(f.gps.Feed(fix));
-        f.LetAMinutePass();
-        QVERIFY(f.Positions().back().latitudeDegrees == fix.latitudeDegrees);
-        QVERIFY(f.Positions().back().longitudeDegrees == fix.longitudeDegrees);
-    }
-    QCOMPARE(f.Positions().size(), std::size(fixes) + 1);
-}
-
-void tst_Location::aFixThatNeverWasIsReportedAsNought()
-{
-    TWorkerFixture f;
-    f.Start(ESession::eLoggedIn);
-    f.Call("OnShareCurrentLocationWithKelvo");
-    const std::vector<Position> positions = f.Sdk().Live()->Positions();
-    QCOMPARE(positions.size(), std::size_t(1));
-    QCOMPARE(positions.front().latitudeDegrees, 0.0);
-    QCOMPARE(positions.front().longitudeDegrees, 0.0);
-    QCOMPARE(positions.front().timeSeconds % 86400, 0);
-}
-
-void tst_Location::thePositionsOfAFastSourceStayWhole()
-{
-    constexpr int reports = 2000;
-    TSharing f;
-    QVERIFY(f.gps.Feed({0.0, 0.0, 0.0}));
-    f.StartBehindTheHub();
-    std::atomic<bool> isDone{false};
-    const std::unique_ptr<QThread> source(QThread::create([&] {
-        for (int round = 0; !isDone; ++round) {
-            const int second = round % 60;
-            f.gps.Feed({second / 1.0, second * 2.0, second / 1.0});
-        }
-    }));
-    source->start();
-    for (int report = 0; report < reports; ++report)
-        f.Report();
-    isDone = true;
-    QVERIFY(source->wait());
-    const std::vector<Position> positions = f.Positions();
-    QCOMPARE(positions.size(), std::size_t(reports));
-    for (const Position& position : positions) {
-        QCOMPARE(position.longitudeDegrees, position.latitudeDegrees * 2.0);
-        QCOMPARE(double(position.timeSeconds % 60), position.latitudeDegrees);
-    }
 }
 
 void tst_Location::anyOrderOfLossAndGainAgreesWithTheLastOne_data()
