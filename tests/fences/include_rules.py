@@ -81,6 +81,8 @@ RULES = (
          ["platform/kesdk/src/client", "platform/kesdk/src/http", "platform/kesdk/src/base",
           SDK_CONTRACT], [], ["json", "openssl"]),
     Rule("platform/kesdk", [SDK_CONTRACT], [], ["boost", "curl", "openssl", "json", "zlib"]),
+    Rule("console/position/nmea"),
+    Rule("console/position", [HOST_CONTRACT, "platform/host/impl"], ["QtCore", "QtNetwork"]),
     Rule("console", [HOST_CONTRACT, "platform/host/impl", *CONSOLE_VIEW_OF_THE_PLUGIN],
          ["QtCore", "QtGui", "QtWidgets", "QtNetwork", "QtPositioning", "QtSerialPort", "QtQuick",
           "QtQuickWidgets", "QtQml", "QtTest", "QtSvg"]),
