@@ -1,7 +1,7 @@
 """Logins that cannot work: the operator learns what happened and what to do, and the console goes on."""
 
-import socket
 import re
+import socket
 import unittest
 
 from kelvoe2e.case import PASSWORD, FarmCase
