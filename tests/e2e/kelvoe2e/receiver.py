@@ -1,0 +1,48 @@
+"""A GPS receiver at a serial line of its own."""
+
+import os
+import pty
+import threading
+
+from kelvoe2e import nmea
+
+PERIOD_SECONDS = 0.2  # between epochs
+
+
+class Receiver:
+    """Tells its place, or that it has none, until it is closed."""
+
+    def __init__(self):
+        self._master, slave = pty.openpty()
+        self.device = os.ttyname(slave)
+        self._slave = slave  # kept open, so that nothing is lost while the console is not there yet
+        os.set_blocking(self._master, False)  # a receiver does not wait for who listens
+        self._lock = threading.Lock()  # guards _latitude
+        self._latitude = None
+        self._ended = threading.Event()
+        self._thread = threading.Thread(target=self._run, daemon=True)
+        self._thread.start()
+
+    def move(self, latitude):
+        """To whole degrees north, or where there is no fix: None."""
+        with self._lock:
+            self._latitude = latitude
+
+    def _run(self):
+        second = 0
+        while not self._ended.wait(PERIOD_SECONDS):
+            with self._lock:
+                latitude = self._latitude
+            place = ",,," if latitude is None else f"{latitude:02}00.000,N,00530.000,E"
+            body = f"GPGGA,1200{second % 60:02}.00,{place},{0 if latitude is None else 4},09,1.1,112.0,M,47.0,M,,"
+            try:
+                os.write(self._master, nmea.sentence(body).encode())
+            except BlockingIOError:
+                pass
+            second += 1
+
+    def close(self):
+        self._ended.set()
+        self._thread.join()
+        os.close(self._slave)
+        os.close(self._master)
