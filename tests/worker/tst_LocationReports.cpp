@@ -1,5 +1,6 @@
 // Reports of the position: each minute's, and what is in them.
 #include "support/GuiTestMain.h"
+#include "tests/worker/TRunningWorker.h"
 #include "tests/worker/TSharing.h"
 
 #include <QtCore/QThread>
@@ -26,6 +27,8 @@ private Q_SLOTS:
     void eachReportHasTheFixOfItsMoment();
     void aFixThatNeverWasIsReportedAsNought();
     void thePositionsOfAFastSourceStayWhole();
+    void aFlickeringReceiverLeavesItsLastWordBehind_data();
+    void aFlickeringReceiverLeavesItsLastWordBehind();
 };
 
 namespace {
@@ -136,6 +139,47 @@ void tst_LocationReports::thePositionsOfAFastSourceStayWhole()
         QCOMPARE(position.longitudeDegrees, position.latitudeDegrees * 2.0);
         QCOMPARE(double(position.timeSeconds % 60), position.latitudeDegrees);
     }
+}
+
+void tst_LocationReports::aFlickeringReceiverLeavesItsLastWordBehind_data()
+{
+    QTest::addColumn<bool>("endsLost");
+    QTest::newRow("lost") << true;
+    QTest::newRow("regained") << false;
+}
+
+// The receiver on a thread of its own, the worker on its own, and the session comes and goes.
+void tst_LocationReports::aFlickeringReceiverLeavesItsLastWordBehind()
+{
+    QFETCH(bool, endsLost);
+    constexpr int rounds = 200;
+    TRunningWorker f;
+    QVERIFY(f.Run());
+    QVERIFY(f.LogIn());
+    const std::unique_ptr<QThread> source(QThread::create([&] {
+        for (int round = 0; round < rounds; ++round) {
+            f.gps.Feed(TSharing::FIX);
+            f.gps.Lose();
+        }
+    }));
+    source->start();
+    for (int logout = 0; logout < 3; ++logout) {
+        f.hubLog.Clear();
+        f.hub->OnLogoutFromKelvoRequested();
+        QVERIFY(f.hubLog.WaitFor(QStringLiteral("KelvoLoggedOut")));
+        f.hubLog.Clear();
+        QVERIFY(f.LogIn());
+    }
+    QVERIFY(source->wait());
+    if (!endsLost)
+        QVERIFY(f.gps.Feed(TSharing::FIX));
+    bool isTimerRunning = endsLost;
+    QMetaObject::invokeMethod(
+        f.worker.get(), [&] { isTimerRunning = f.worker->findChild<QTimer*>()->isActive(); },
+        Qt::BlockingQueuedConnection);
+    QCOMPARE(isTimerRunning, !endsLost);
+    QVERIFY(f.Script().Count(FakeOperation::eMeasDeviceDisconnected) >= std::size_t(rounds));
+    f.End();
 }
 
 KELVO_GUI_TEST_MAIN(tst_LocationReports)
