@@ -18,8 +18,8 @@ enum class EPositionState : std::uint8_t {
 
 enum class ESourceState : std::uint8_t {
     eOff,        // there is no source
-    eConnecting, // or waiting to try again
-    eRunning,    // bytes have come
+    eConnecting, // or waiting to try again, or for the first sentence
+    eRunning,    // sentences come
     eEnded,      // a log's end
 };
 

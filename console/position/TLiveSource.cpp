@@ -22,7 +22,7 @@ TLiveSource::TLiveSource(const QString& name, TPositionMonitor& monitor, TSource
       m_time(time),
       m_retry(time.MakeTimer([this] { TryToOpen(); })),
       m_silence(time.MakeTimer([this] { OnSilence(); })),
-      m_idle(time.MakeTimer([this] { OnFailed(QStringLiteral("it says nothing")); }))
+      m_idle(time.MakeTimer([this] { OnFailed(QStringLiteral("it tells no NMEA sentence")); }))
 {}
 
 void TLiveSource::Start()
@@ -43,19 +43,27 @@ void TLiveSource::OnOpened()
 
 void TLiveSource::OnBytes(std::string_view bytes)
 {
+    const std::uint64_t sentencesBefore = m_feed.WholeSentences();
+    const std::int64_t nowMs = m_time.NowMs();
+    m_feed.Take(bytes, nowMs);
+    if (m_feed.WholeSentences() > sentencesBefore) {
+        OnSentences();
+    }
+    if (m_feed.DeadlineMs()) {
+        m_silence->Start(*m_feed.DeadlineMs() - nowMs);
+    } else {
+        m_silence->Stop();
+    }
+}
+
+void TLiveSource::OnSentences()
+{
     if (m_failures > 0) {
         qCInfo(lcPosition, "%s: it is back.", qUtf8Printable(m_name));
         m_failures = 0;
     }
     m_monitor.OnSource(ESourceState::eRunning);
     m_idle->Start(idleMs);
-    const std::int64_t nowMs = m_time.NowMs();
-    m_feed.Take(bytes, nowMs);
-    if (m_feed.DeadlineMs()) {
-        m_silence->Start(*m_feed.DeadlineMs() - nowMs);
-    } else {
-        m_silence->Stop();
-    }
 }
 
 void TLiveSource::OnSilence()

@@ -13,17 +13,19 @@
 
 namespace console {
 
-// Opens a connection, and again after it failed, ended, or brought nothing at all for idleMs. The
-// wait in between grows from one second to 30 and is short again as soon as bytes have come.
+// Opens a connection, and again after it failed, ended, or brought no whole sentence for idleMs.
+// The wait in between grows from one second to 30 and is short again as soon as a sentence has
+// come.
 //
 //   Start → opening → Opened → bytes, bytes, ... → Failed → waiting → opening → ...
 //                   → Failed → waiting → opening
 //
-// Errors: told on the console's log once an outage, and when it is over.
+// Errors: told on the console's log once an outage, and when it is over: with the next sentence,
+// for a daemon without a receiver greets, and a line at a wrong speed brings bytes too.
 class TLiveSource : public TPositionSource
 {
 public:
-    // A peer that went away without a word is found out by this.
+    // A peer that went away without a word is found out by this, or one that talks nonsense.
     static constexpr std::int64_t idleMs = 30000;
 
     void Start() final;
@@ -46,6 +48,7 @@ protected:
 private:
     void TryToOpen();
     void OnSilence();
+    void OnSentences();
 
     const QString m_name;
     TPositionMonitor& m_monitor;
@@ -54,7 +57,7 @@ private:
     std::unique_ptr<TSourceTimer> m_retry;
     std::unique_ptr<TSourceTimer> m_silence; // the feed's deadline
     std::unique_ptr<TSourceTimer> m_idle;
-    std::size_t m_failures = 0; // since bytes came
+    std::size_t m_failures = 0; // since a sentence came
 };
 
 } // namespace console

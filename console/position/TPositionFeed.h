@@ -31,6 +31,8 @@ public:
     void Tick(std::int64_t nowMs);
     // When the fix will be lost if nothing comes; nothing without a fix.
     std::optional<std::int64_t> DeadlineMs() const { return m_deadlineMs; }
+    // How many have come so far, of any kind.
+    std::uint64_t WholeSentences() const { return m_reader.Counts().Whole(); }
     // What comes next is of another connection, if anything.
     void End();
 

@@ -47,9 +47,9 @@ private Q_SLOTS:
         peer->write(banner);
         QTRY_COMPARE(peer->bytesAvailable(), qint64(request.size()));
         QCOMPARE(peer->readAll(), request);
-        QTRY_COMPARE(fixture.monitor.State().source, ESourceState::eRunning);
         peer->write(Gga("093015.25", '4'));
         QTRY_COMPARE(fixture.gpsLost, std::vector<bool>({false}));
+        QCOMPARE(fixture.monitor.State().source, ESourceState::eRunning);
         QCOMPARE(fixture.coordinator.GetCurrentFix().utcTime, 93015.25);
         fixture.time.Advance(5000);
         QCOMPARE(fixture.gpsLost, std::vector<bool>({false, true}));
@@ -95,7 +95,7 @@ private Q_SLOTS:
 
     void leavesAConnectionThatSaysNothing()
     {
-        const TExpectedMessage warning(QStringLiteral("it says nothing"));
+        const TExpectedMessage warning(QStringLiteral("it tells no NMEA sentence"));
         TFixture fixture;
         fixture.source->Start();
         QTRY_VERIFY(fixture.daemon.hasPendingConnections());

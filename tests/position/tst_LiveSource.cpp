@@ -119,12 +119,14 @@ private Q_SLOTS:
         QCOMPARE(fixture.gpsLost, std::vector<bool>({false, true, false}));
     }
 
-    void opensAgainWhenNothingAtAllComes()
+    void opensAgainWhenNoSentenceComes()
     {
-        const TExpectedMessage warning(QStringLiteral("it says nothing"));
+        const TExpectedMessage warning(QStringLiteral("it tells no NMEA sentence"));
         TFixture fixture;
         fixture.source.Start();
-        fixture.source.Say("{}\n");
+        fixture.time.Advance(1000);
+        fixture.source.Say(Sentence("GPGSV,1,1,00"));
+        QCOMPARE(fixture.monitor.State().source, ESourceState::eRunning);
         fixture.time.Advance(console::TLiveSource::idleMs - 1);
         QCOMPARE(fixture.source.closings, 0);
         fixture.time.Advance(1);
@@ -133,10 +135,25 @@ private Q_SLOTS:
         QCOMPARE(fixture.source.tries, 2);
     }
 
+    // A daemon without a receiver; a line at a wrong speed.
+    void warnsOnceOfOneThatTalksOfOtherThings()
+    {
+        TExpectedMessage warning(QStringLiteral("it tells no NMEA sentence"));
+        TFixture fixture;
+        fixture.source.Start();
+        for (int i = 0; i < 5; ++i) {
+            fixture.source.Say("{\"class\":\"VERSION\"}\r\n\x80\xfe$GP\xff");
+            QCOMPARE(fixture.monitor.State().source, ESourceState::eConnecting);
+            fixture.time.AdvanceToNext(); // gives up
+            fixture.time.AdvanceToNext(); // opens again
+        }
+        QCOMPARE(fixture.source.tries, 6);
+        QCOMPARE(warning.Count(), 1);
+    }
+
     void joinsNoSentenceOfTwoConnections()
     {
         const TExpectedMessage warning(QStringLiteral("the wire is cut"));
-        const TExpectedMessage back(QStringLiteral("it is back"), QtInfoMsg);
         TFixture fixture;
         fixture.source.Start();
         const QByteArray sentence = Gga("093015", '1');

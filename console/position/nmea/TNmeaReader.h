@@ -22,6 +22,7 @@ struct TNmeaCounts
     std::uint64_t tooLong = 0;
     std::uint64_t notText = 0; // holds bytes that are no printable ASCII
 
+    std::uint64_t Whole() const { return positions + others; }
     std::uint64_t Faulty() const
     {
         return noChecksum + badChecksum + malformed + tooLong + notText;
