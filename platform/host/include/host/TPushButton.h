@@ -1,0 +1,57 @@
+// A button of the console.
+#pragma once
+
+#include "host/HostExport.h"
+#include "host/MMICapableWidget.h"
+
+#include <QtCore/QPoint>
+#include <QtCore/QSize>
+#include <QtCore/QString>
+#include <QtWidgets/QAbstractButton>
+
+// Backgrounds are named as in the host's theme: "NewStandardButton", "NewStandardButtonSelected"
+// while it is pressed or has the focus, "NewDisabledButton". Main thread.
+class CONSOLEHOST_EXPORT TPushButton : public QAbstractButton, public ZRA::MMICapableWidget
+{
+    Q_OBJECT
+
+public:
+    // A button at a place of its own. `style` 0 is the standard one.
+    TPushButton(QWidget* parent, const QString& caption, const QSize& size, const QPoint& position,
+                int style, const QString& toolTip);
+    // One of several, told apart by `id`.
+    TPushButton(QWidget* parent, const QString& caption, const QString& background,
+                const QString& selectedBackground, int id, const QString& toolTip);
+    ~TPushButton() override;
+
+    void SetBackground(const QString& name);
+    void SetSelectedBackground(const QString& name);
+    void SetDisabledBackground(const QString& name);
+    const QString& DisabledBackground() const { return m_disabledBackground; }
+
+    // `untranslated` names the button whatever the operator's language is.
+    void SetCaption(const QString& translated, const QString& untranslated);
+    const QString& UntranslatedCaption() const { return m_untranslatedCaption; }
+    void SetToolTip(const QString& toolTip);
+    int Id() const { return m_id; }
+
+    bool OnWheelPressed() override;
+    QSize sizeHint() const override;
+
+Q_SIGNALS:
+    // With the button's id, after clicked().
+    void Clicked(int id);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void Init(const QString& toolTip);
+
+    QString m_background;
+    QString m_selectedBackground;
+    QString m_disabledBackground;
+    QString m_untranslatedCaption;
+    QSize m_size;
+    int m_id = -1;
+};
