@@ -11,9 +11,9 @@ GUARD_SECONDS = 300
 
 class SharingTest(FarmCase):
     def setUp(self):
-        super().setUp()
         self.receiver = Receiver()
-        self.addCleanup(self.receiver.close)
+        self.addCleanup(self.receiver.close)  # after the consoles, which would tell of it
+        super().setUp()
         token = self.call("POST", "/sessions", {"user": OFFICE, "password": PASSWORD})["token"]
         request = urllib.request.Request(f"https://{self.service.address}/kelvo-api/v1/events",
                                          headers={"Authorization": "Bearer " + token})
