@@ -91,8 +91,9 @@ bool TKelvoThreadObject::ManageKelvoDownloads(EKelvoProjects project,
     QDir temporaryFolder(TSystemSettingsProxy().GetKelvoTempDownloadFolderPath());
     const QStringList filters = {QStringLiteral("*%1").arg(TSystemSettings::ZIPExtension),
                                  QStringLiteral("*%1").arg(TSystemSettings::ZIP2Extension)};
-    const QStringList archives =
-        temporaryFolder.entryList(filters, QDir::Files | QDir::NoSymLinks, QDir::Name);
+    // A name may begin with a dot on the service; the file must not stay here for ever.
+    const QStringList archives = temporaryFolder.entryList(
+        filters, QDir::Files | QDir::Hidden | QDir::NoSymLinks, QDir::Name);
     if (!downloadFolder.exists()) {
         QDir().mkpath(downloadFolder.absolutePath());
     }

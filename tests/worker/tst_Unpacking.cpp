@@ -78,10 +78,12 @@ void tst_Unpacking::unpacksBothSuffixesAndNothingElse()
     PutArchive(QStringLiteral("c.zip.zip"), "c.txt"); // the rule of the listing is not asked here
     PutArchive(QStringLiteral("d.zip.part"), "d.txt");
     PutArchive(QStringLiteral("e.txt"), "e.txt");
+    PutArchive(QStringLiteral(".hidden.zip"), "hidden.txt");
+    PutArchive(QStringLiteral(".zip"), "dot.txt");
     PutArchive(QStringLiteral("zip"), "f.txt");
     KelvoFileTransferErrorDetailsList errors;
     QVERIFY(f.worker->ManageKelvoDownloads(ePivots, errors));
-    QCOMPARE(TDownload::Local(ePivots), List("a.txt|b.txt|c.txt"));
+    QCOMPARE(TDownload::Local(ePivots), List("a.txt|b.txt|c.txt|dot.txt|hidden.txt"));
     QCOMPARE(TDownload::Temporary(), List("d.zip.part|e.txt|zip"));
 }
 
