@@ -27,7 +27,7 @@ struct TDriverFamily
     TWirelessNetworkUtils::EWirelessHardware hardware;
 };
 
-// The most specific first: each name also contains the parts below it.
+// Of the families with "rt" the most specific comes first: its name contains the others'.
 const TDriverFamily DRIVER_FAMILIES[] = {
     {QLatin1String("ath"), TWirelessNetworkUtils::WirelessHardwareAth},
     {QLatin1String("rtl8821"), TWirelessNetworkUtils::WirelessHardwareRtl8821},

@@ -34,6 +34,8 @@ void TKelvoThreadObject::PrepareForLocationSharing()
     if (TestProcMeasDeviceInfoConnect(m_connection, *m_features)) {
         m_locationTimer->start();
         OnShareCurrentLocationWithKelvo();
+    } else {
+        DropLastErrors();
     }
 }
 
@@ -41,7 +43,9 @@ void TKelvoThreadObject::PrepareForLocationSharing()
 void TKelvoThreadObject::EndLocationSharing()
 {
     m_locationTimer->stop();
-    TestProcMeasDeviceInfoDisconnect(m_connection, *m_features);
+    if (!TestProcMeasDeviceInfoDisconnect(m_connection, *m_features)) {
+        DropLastErrors();
+    }
 }
 
 void TKelvoThreadObject::OnGPSLost(bool isLost)

@@ -74,6 +74,7 @@ void TKelvoThreadObject::KelvoLoginSuccessful()
 
     if (!TestProcEnvironment(m_connection, m_hostString.get(), *m_features)) {
         Q_EMIT PostLoginChecksComplete();
+        DropLastErrors();
         return;
     }
     QList<EKelvoProjects> missing;
@@ -111,5 +112,12 @@ void TKelvoThreadObject::OnLogoutFromKelvo()
         Q_EMIT KelvoLoggedOut();
         return;
     }
-    TestProcLogout(m_connection);
+    if (!TestProcLogout(m_connection)) {
+        DropLastErrors();
+    }
+}
+
+void TKelvoThreadObject::DropLastErrors()
+{
+    static_cast<void>(GetLastErrorMsg(m_connection->GetLastErrors()));
 }

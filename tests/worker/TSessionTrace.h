@@ -16,9 +16,6 @@ public:
     {
         for (std::size_t i = 0; i < std::size(SDK_OPERATION_NAMES); ++i) {
             const auto operation = static_cast<fakes::FakeOperation>(i);
-            // Why a call failed may be asked or not.
-            if (operation == fakes::FakeOperation::eGetLastErrors)
-                continue;
             f.Script().OnCall(operation, [this, operation](const auto&, const auto&) {
                 m_events << QStringLiteral("> ") + NameOf(operation);
             });

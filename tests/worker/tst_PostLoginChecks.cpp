@@ -77,6 +77,7 @@ KelvoLoggedIn
 PostLoginChecksInProgress
 > SendEnvironment
 PostLoginChecksComplete
+> GetLastErrors
 )";
 
 // With a position that the worker was told of, the SDK logged in, and the hub not yet.
@@ -185,7 +186,7 @@ void tst_PostLoginChecks::aRefusedRegistrationLeavesTheListsAlone()
     f.Script().FailNth(FakeOperation::eMeasDeviceConnected, 1, OneError(L"No link."));
     f.Call("KelvoLoginSuccessful");
     QCOMPARE(Steps(trace.Take()),
-             Lines(CHECKED) + Lines("> MeasDeviceConnected") + Lines(SIX_LISTS));
+             Lines(CHECKED) + Lines("> MeasDeviceConnected\n> GetLastErrors") + Lines(SIX_LISTS));
     QVERIFY(!f.IsTimerRunning());
 }
 

@@ -53,7 +53,7 @@ void tst_SharingEnd::aLogoutEndsSharingBeforeTheSession()
     QCOMPARE(trace.Take(), Lines("> MeasDeviceDisconnected\n> IsLoggedIn\n> Logout"));
     QVERIFY(!f.IsTimerRunning());
     f.DeliverNotifications();
-    QCOMPARE(trace.Take(), Lines("KelvoLoggedOut\n> MeasDeviceDisconnected"));
+    QCOMPARE(trace.Take(), Lines("KelvoLoggedOut\n> MeasDeviceDisconnected\n> GetLastErrors"));
     QVERIFY(!f.IsTimerRunning());
     const auto devices = f.Sdk().Live()->DeviceReports();
     QCOMPARE(devices.back().report.state, 0); // the service heard of it while the session stood
@@ -79,7 +79,8 @@ void tst_SharingEnd::aLogoutWhileTheSdkIsLoggedOutReportsAtOnce()
     f.Start(ESession::eLoggedOut);
     trace.Take();
     f.Call("OnLogoutFromKelvo");
-    QCOMPARE(trace.Take(), Lines("> MeasDeviceDisconnected\n> IsLoggedIn\nKelvoLoggedOut"));
+    QCOMPARE(trace.Take(),
+             Lines("> MeasDeviceDisconnected\n> GetLastErrors\n> IsLoggedIn\nKelvoLoggedOut"));
 }
 
 void tst_SharingEnd::aRefusedLogoutHasEndedSharing()
@@ -89,7 +90,8 @@ void tst_SharingEnd::aRefusedLogoutHasEndedSharing()
     f.Script().FailNth(FakeOperation::eLogout, 1, OneError(L"No link."));
     f.Call("OnLogoutFromKelvo");
     f.DeliverNotifications();
-    QCOMPARE(trace.Take(), Lines("> MeasDeviceDisconnected\n> IsLoggedIn\n> Logout"));
+    QCOMPARE(trace.Take(),
+             Lines("> MeasDeviceDisconnected\n> IsLoggedIn\n> Logout\n> GetLastErrors"));
     QVERIFY(!f.IsTimerRunning());
     QVERIFY(f.hub->IsKelvoLoggedIn());
     f.Tell(false); // the session goes on, and so may sharing
@@ -102,7 +104,7 @@ void tst_SharingEnd::aLostSessionEndsSharingAfterTheReport()
     TInSession f(trace);
     f.Sdk().Live()->LoseSession();
     f.DeliverNotifications();
-    QCOMPARE(trace.Take(), Lines("KelvoLoggedOut\n> MeasDeviceDisconnected"));
+    QCOMPARE(trace.Take(), Lines("KelvoLoggedOut\n> MeasDeviceDisconnected\n> GetLastErrors"));
     QVERIFY(!f.IsTimerRunning());
     QVERIFY(!f.hub->IsKelvoLoggedIn());
 }
@@ -150,7 +152,7 @@ void tst_SharingEnd::theWorkersEndWhileLoggedOut()
     f.Tell(false);
     f.Script().ClearCalls();
     f.Finish();
-    QCOMPARE(SdkCalls(f.Script()), Lines("MeasDeviceDisconnected\nIsLoggedIn\n"
+    QCOMPARE(SdkCalls(f.Script()), Lines("MeasDeviceDisconnected\nGetLastErrors\nIsLoggedIn\n"
                                          "Unsubscribe\nDestroy"));
 }
 
