@@ -208,6 +208,21 @@ TEST_F(ConnectionOperations, ReportsDevices)
     EXPECT_EQ(body["flag"], false);
 }
 
+TEST_F(ConnectionOperations, TakesADeviceOffAlsoWhenAllEnds)
+{
+    connection->SetAbortCheck([] { return true; });
+    EXPECT_NE(connection->MeasDeviceDisconnected({}, false), 0);
+    const SentRequest sent = service.Requests().back();
+    EXPECT_EQ(sent.Line(), "PUT /v1/devices");
+    EXPECT_GT(sent.request.limits.total.count(), 0);
+    EXPECT_LE(sent.request.limits.total, std::chrono::seconds(2));
+
+    service.FailNext(Drop("PUT /v1/devices"));
+    EXPECT_EQ(connection->MeasDeviceDisconnected({}, false), 0);
+    EXPECT_EQ(service.Count("PUT /v1/devices"), 2) << "nobody waits for another try";
+    EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
+}
+
 TEST_F(ConnectionOperations, SendsAPositionBesideTheCalls)
 {
     ASSERT_TRUE(connection->ReportPosition({1'700'000'000, 52.25, -5.5}));

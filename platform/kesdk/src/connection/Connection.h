@@ -83,7 +83,8 @@ private:
     Result<FileRecord> FindFile(const Operation& operation, std::int64_t fileId);
     // A file that the service does not have is none of ours either.
     Failure NoteIfGone(std::int64_t fileId, Failure failure);
-    bool SendDevice(const api::Environment::MeasDeviceReport& report, bool sharing);
+    bool SendDevice(const Operation& operation, const api::Environment::MeasDeviceReport& report,
+                    bool sharing);
 
     // Ends last: clears what OpenSSL keeps for the caller's thread, which may outlive the caller's
     // interest in it until the process ends, and OpenSSL with it.

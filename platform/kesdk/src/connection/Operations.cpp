@@ -3,11 +3,15 @@
 
 #include "base/Text.h"
 
+#include <chrono>
 #include <utility>
 
 namespace kesdk::impl {
 
 namespace {
+
+constexpr RetryPolicy kFarewellPolicy{1, std::chrono::milliseconds(0), std::chrono::milliseconds(0),
+                                      std::chrono::milliseconds(2'000)};
 
 std::wstring NameOf(const std::wstring& path)
 {
@@ -157,20 +161,29 @@ bool Connection::SendEnvironment(const api::Environment& environment)
 
 bool Connection::MeasDeviceConnected(const api::Environment::MeasDeviceReport& report, bool sharing)
 {
-    return SendDevice(report, sharing);
+    const std::optional<Operation> operation = Begin(EKind::eSmall);
+    return operation && SendDevice(*operation, report, sharing);
 }
 
+// Part of an orderly end: once the caller is about to end, this and the logout are still said, but
+// with little patience.
 std::int32_t Connection::MeasDeviceDisconnected(const api::Environment::MeasDeviceReport& report,
                                                 bool sharing)
 {
-    return SendDevice(report, sharing) ? 1 : 0;
+    std::optional<Operation> operation = Begin(EKind::eSmall);
+    if (!operation)
+        return 0;
+    if (m_abort && m_abort()) {
+        operation->call.abort = nullptr;
+        operation->call.policy = kFarewellPolicy;
+    }
+    return SendDevice(*operation, report, sharing) ? 1 : 0;
 }
 
-bool Connection::SendDevice(const api::Environment::MeasDeviceReport& report, bool sharing)
+bool Connection::SendDevice(const Operation& operation,
+                            const api::Environment::MeasDeviceReport& report, bool sharing)
 {
-    const std::optional<Operation> operation = Begin(EKind::eSmall);
-    return operation &&
-           End(*operation, m_requestLine.Api().PutDevice(operation->call, report, sharing));
+    return End(operation, m_requestLine.Api().PutDevice(operation.call, report, sharing));
 }
 
 bool Connection::ReportPosition(const api::Position& position)

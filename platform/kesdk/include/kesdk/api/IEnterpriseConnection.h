@@ -96,7 +96,8 @@ public:
     virtual bool ReportPosition(const Position& position) = 0;
 
     // Asked from time to time while an operation waits, on the thread that called it; when it says
-    // true, the running operation (but a Logout) fails within 1 s. Empty: never abort.
+    // true, the running operation fails within 1 s. Not so a Logout and a MeasDeviceDisconnected
+    // that begins when it says true already: each of them takes 2 s at most. Empty: never abort.
     virtual void SetAbortCheck(std::function<bool()> shouldAbort) = 0;
 };
 
