@@ -210,6 +210,32 @@ private Q_SLOTS:
         QCOMPARE(fixture.sentences.size(), std::size_t(1));
         QCOMPARE(fixture.reader.Counts().noChecksum, std::uint64_t(1));
     }
+
+    void readsALastSentenceWithoutALineEnd()
+    {
+        TFixture fixture;
+        fixture.Take(good.trimmed());
+        QVERIFY(fixture.sentences.empty());
+        fixture.reader.Restart();
+        fixture.reader.Restart();
+        QCOMPARE(fixture.sentences.size(), std::size_t(1));
+        QCOMPARE(fixture.sentences.front().time->hhmmss, 93015.25);
+        QCOMPARE(fixture.reader.Counts().Faulty(), std::uint64_t(0));
+    }
+
+    // However much of it is missing.
+    void dropsALastSentenceThatIsTorn()
+    {
+        const QByteArray whole = good.trimmed();
+        for (int size = 1; size < whole.size(); ++size) {
+            TFixture fixture;
+            fixture.Take(whole.left(size));
+            fixture.reader.Restart();
+            QVERIFY(fixture.sentences.empty());
+            QCOMPARE(fixture.reader.Counts().noChecksum, std::uint64_t(1));
+            QCOMPARE(fixture.reader.Counts().Faulty(), std::uint64_t(1));
+        }
+    }
 };
 
 KELVO_TEST_MAIN(TNmeaReaderTest)

@@ -19,9 +19,7 @@ void TNmeaReader::Take(std::string_view bytes)
 
 void TNmeaReader::Restart()
 {
-    if (m_place == EPlace::eSentence) {
-        ++m_counts.noChecksum;
-    }
+    EndSentence(); // its checksum tells whether it is whole
     m_place = EPlace::eLineBegin;
 }
 
