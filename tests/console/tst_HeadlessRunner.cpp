@@ -2,6 +2,7 @@
 #include "console/headless/THeadlessRunner.h"
 #include "console/headless/THubListener.h"
 #include "core/TKelvoInterface.h"
+#include "support/HangGuard.h"
 #include "support/TestMain.h"
 
 #include <QtCore/QRegularExpression>
@@ -71,7 +72,7 @@ private Q_SLOTS:
             fixture.runner.AddLine(QString::fromLatin1(line));
         }
         fixture.runner.AddEnd();
-        QTRY_COMPARE(fixture.exitStatus, 0);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 0, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(fixture.Results(),
                  QStringList({QStringLiteral("ok login"),
                               QStringLiteral("list {\"files\":[],\"project\":\"maps\"}"),
@@ -86,7 +87,7 @@ private Q_SLOTS:
                 [&] { fixture.hub.OnKelvoUploadComplete(3, {}); });
         fixture.runner.AddLine(QStringLiteral("upload curves a"));
         fixture.runner.AddEnd();
-        QTRY_COMPARE(fixture.exitStatus, 0);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 0, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(fixture.lines.mid(fixture.lines.size() - 2),
                  QStringList({QStringLiteral("signal KelvoFileOperationComplete {}"),
                               QStringLiteral("ok upload")}));
@@ -100,7 +101,7 @@ private Q_SLOTS:
         fixture.runner.AddLine(QStringLiteral("download maps a.zip"));
         fixture.runner.AddLine(QStringLiteral("status"));
         fixture.runner.AddEnd();
-        QTRY_COMPARE(fixture.exitStatus, 1);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 1, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(fixture.Results().constFirst(),
                  QStringLiteral("FAILED download: 1 error: a.zip: first\\nsecond"));
         QCOMPARE(fixture.Results().constLast(), QStringLiteral("ok status"));
@@ -111,7 +112,7 @@ private Q_SLOTS:
         TFixture fixture;
         fixture.runner.AddLine(QStringLiteral("position"));
         fixture.runner.AddEnd();
-        QTRY_COMPARE(fixture.exitStatus, 0);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 0, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(fixture.lines,
                  QStringList({QStringLiteral("position {}"), QStringLiteral("ok position")}));
     }
@@ -122,7 +123,7 @@ private Q_SLOTS:
         fixture.runner.AddLine(QStringLiteral("upload curves"));
         fixture.runner.AddLine(QStringLiteral("upload curves 'a"));
         fixture.runner.AddEnd();
-        QTRY_COMPARE(fixture.exitStatus, 2);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 2, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(fixture.Results(),
                  QStringList({QStringLiteral("FAILED upload: usage: upload KIND NAME... [&]"),
                               QStringLiteral("FAILED line: a quote is not closed")}));
@@ -136,12 +137,15 @@ private Q_SLOTS:
         fixture.runner.AddLine(QStringLiteral("cancel"));
         fixture.runner.AddLine(QStringLiteral("wait"));
         fixture.runner.AddEnd();
-        QTRY_COMPARE(fixture.Results(), QStringList(QStringLiteral("started download")));
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.Results(),
+                                  QStringList(QStringLiteral("started download")),
+                                  kelvo::test::HANG_GUARD_MS);
         QVERIFY(!fixture.hub.IsCancelCurrentOperationRequested());
         Q_EMIT fixture.hub.KelvoDownloadingFile(0, QStringLiteral("a"));
-        QTRY_VERIFY(fixture.hub.IsCancelCurrentOperationRequested());
+        QTRY_VERIFY_WITH_TIMEOUT(fixture.hub.IsCancelCurrentOperationRequested(),
+                                 kelvo::test::HANG_GUARD_MS);
         fixture.hub.OnKelvoDownloadComplete(0, {});
-        QTRY_COMPARE(fixture.exitStatus, 0);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 0, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(fixture.Results().mid(1),
                  QStringList({QStringLiteral("ok wait"), QStringLiteral("ok cancel"),
                               QStringLiteral("ok download"), QStringLiteral("ok wait")}));
@@ -154,10 +158,10 @@ private Q_SLOTS:
         fixture.runner.AddLine(QStringLiteral("wait NewKelvoProjectFilesList"));
         fixture.runner.AddLine(QStringLiteral("wait NewKelvoProjectFilesList"));
         fixture.runner.AddEnd();
-        QTRY_COMPARE(fixture.Results().size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.Results().size(), 1, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(fixture.exitStatus, -1);
         Q_EMIT fixture.hub.NewKelvoProjectFilesList(0, KelvoFileInfoList());
-        QTRY_COMPARE(fixture.exitStatus, 0);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 0, kelvo::test::HANG_GUARD_MS);
     }
 
     void refusesASecondOperation()
@@ -165,7 +169,7 @@ private Q_SLOTS:
         TFixture fixture;
         fixture.runner.AddLine(QStringLiteral("upload curves a &"));
         fixture.runner.AddLine(QStringLiteral("delete curves b"));
-        QTRY_COMPARE(fixture.Results().size(), 2);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.Results().size(), 2, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(fixture.Results().constLast(),
                  QStringLiteral("FAILED delete: another operation is running"));
     }
@@ -176,7 +180,7 @@ private Q_SLOTS:
         fixture.runner.AddLine(QStringLiteral("login"));
         fixture.runner.AddLine(QStringLiteral("wait KelvoLoggedIn"));
         fixture.runner.AddEnd();
-        QTRY_COMPARE(fixture.exitStatus, 1);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 1, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(
             fixture.Results(),
             QStringList({QStringLiteral("FAILED login: timed out after 0 s: no end was reported"),
@@ -199,7 +203,7 @@ private Q_SLOTS:
         fixture.runner.AddLine(QStringLiteral("upload curves a"));
         fixture.runner.AddLine(QStringLiteral("upload curves b"));
         fixture.runner.AddEnd();
-        QTRY_COMPARE(fixture.exitStatus, 1);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 1, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(
             fixture.Results(),
             QStringList({QStringLiteral("FAILED upload: timed out after 0 s: no end was reported"),
@@ -218,7 +222,7 @@ private Q_SLOTS:
         fixture.runner.AddLine(QStringLiteral("upload curves a"));
         fixture.runner.AddLine(QStringLiteral("delete curves b"));
         fixture.runner.AddEnd();
-        QTRY_COMPARE(fixture.exitStatus, 1);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 1, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(fixture.Results().constLast(), QStringLiteral("ok delete"));
     }
 
@@ -228,7 +232,7 @@ private Q_SLOTS:
         fixture.runner.AddLine(QStringLiteral("upload curves a &"));
         fixture.runner.AddLine(QStringLiteral("quit"));
         fixture.runner.AddLine(QStringLiteral("status"));
-        QTRY_COMPARE(fixture.exitStatus, 1);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 1, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(fixture.Results().constLast(),
                  QStringLiteral("FAILED upload: abandoned at the end of the script"));
     }

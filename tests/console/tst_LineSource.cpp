@@ -1,5 +1,6 @@
 // Lines out of a pipe.
 #include "console/headless/TLineSource.h"
+#include "support/HangGuard.h"
 #include "support/TestMain.h"
 
 #include <QtCore/QStringList>
@@ -43,9 +44,10 @@ private Q_SLOTS:
             m_ends[0], [this](const QString& line) { m_lines << line; },
             [this] { m_hasEnded = true; });
         Write("login\nli");
-        QTRY_COMPARE(m_lines, QStringList(QStringLiteral("login")));
+        QTRY_COMPARE_WITH_TIMEOUT(m_lines, QStringList(QStringLiteral("login")),
+                                  kelvo::test::HANG_GUARD_MS);
         Write("st maps\n\nstatus\n");
-        QTRY_COMPARE(m_lines.size(), 4);
+        QTRY_COMPARE_WITH_TIMEOUT(m_lines.size(), 4, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(m_lines.mid(1),
                  QStringList({QStringLiteral("list maps"), QString(), QStringLiteral("status")}));
         QVERIFY(!m_hasEnded);
@@ -59,7 +61,8 @@ private Q_SLOTS:
         Write("\xc3");
         QCoreApplication::processEvents();
         Write("\xb6\n");
-        QTRY_COMPARE(m_lines, QStringList(QStringLiteral("ö")));
+        QTRY_COMPARE_WITH_TIMEOUT(m_lines, QStringList(QStringLiteral("ö")),
+                                  kelvo::test::HANG_GUARD_MS);
     }
 
     void deliversTheRestAndTheEnd()
@@ -69,7 +72,7 @@ private Q_SLOTS:
             [this] { m_hasEnded = true; });
         Write("logout\nquit");
         ::close(m_ends[1]);
-        QTRY_VERIFY(m_hasEnded);
+        QTRY_VERIFY_WITH_TIMEOUT(m_hasEnded, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(m_lines, QStringList({QStringLiteral("logout"), QStringLiteral("quit")}));
     }
 };

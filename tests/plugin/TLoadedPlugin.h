@@ -1,6 +1,7 @@
 // The plug-in's library as it is shipped, loaded as the host loads it, with a host around it.
 #pragma once
 
+#include "support/HangGuard.h"
 #include "support/TTempDataFolder.h"
 #include "tests/plugin/TWindowManagerRecorder.h"
 
@@ -19,7 +20,7 @@ class QWidget;
 class TLoadedPlugin
 {
 public:
-    static constexpr int HANG_GUARD_MS = 60000;
+    static constexpr int HANG_GUARD_MS = kelvo::test::HANG_GUARD_MS;
 
     ~TLoadedPlugin();
 

@@ -4,6 +4,7 @@
 #include "hostimpl/TFedGPSCoordinator.h"
 #include "position/Sentences.h"
 #include "position/TPseudoTerminal.h"
+#include "support/HangGuard.h"
 #include "support/TestMain.h"
 
 #include <QtCore/QTemporaryFile>
@@ -64,8 +65,9 @@ private Q_SLOTS:
         TPositionThread source(Setting(EGpsKind::eLog, log.fileName()), fixture.monitor,
                                fixture.time);
         source.start(QThread::InheritPriority);
-        QTRY_COMPARE(fixture.monitor.State().source, ESourceState::eEnded);
-        QTRY_COMPARE(gained, 1);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.monitor.State().source, ESourceState::eEnded,
+                                  HANG_GUARD_MS);
+        QTRY_COMPARE_WITH_TIMEOUT(gained, 1, HANG_GUARD_MS);
         QCOMPARE(told, QThread::currentThread());
         QVERIFY(feeder != nullptr && feeder != QThread::currentThread());
         QCOMPARE(fixture.monitor.State().fixes, std::uint64_t(2));
@@ -89,9 +91,9 @@ private Q_SLOTS:
                                    fixture.time);
             source.start(QThread::InheritPriority);
             // Opening the port drops what came before.
-            QTRY_VERIFY(source.IsInitialised());
+            QTRY_VERIFY_WITH_TIMEOUT(source.IsInitialised(), HANG_GUARD_MS);
             line.Write(Gga("093015", '1'));
-            QTRY_VERIFY(fixture.coordinator.HasFix());
+            QTRY_VERIFY_WITH_TIMEOUT(fixture.coordinator.HasFix(), HANG_GUARD_MS);
             if (isStopped) {
                 source.Stop();
                 source.wait();
