@@ -47,7 +47,7 @@ void TLiveSource::OnBytes(std::string_view bytes)
     const std::int64_t nowMs = m_time.NowMs();
     m_feed.Take(bytes, nowMs);
     if (m_feed.WholeSentences() > sentencesBefore) {
-        OnSentences();
+        OnSentences(nowMs);
     }
     if (m_feed.DeadlineMs()) {
         m_silence->Start(*m_feed.DeadlineMs() - nowMs);
@@ -56,9 +56,12 @@ void TLiveSource::OnBytes(std::string_view bytes)
     }
 }
 
-void TLiveSource::OnSentences()
+void TLiveSource::OnSentences(std::int64_t nowMs)
 {
-    if (m_failures > 0) {
+    if (!m_firstSentenceAtMs) {
+        m_firstSentenceAtMs = nowMs;
+    }
+    if (m_failures > 0 && nowMs - *m_firstSentenceAtMs >= steadyMs) {
         qCInfo(lcPosition, "%s: it is back.", qUtf8Printable(m_name));
         m_failures = 0;
     }
@@ -80,6 +83,7 @@ void TLiveSource::OnFailed(const QString& reason)
     m_idle->Stop();
     m_silence->Stop();
     m_feed.End();
+    m_firstSentenceAtMs.reset();
     if (m_failures == 0) {
         qCWarning(lcPosition, "%s: %s. Trying again until it works.", qUtf8Printable(m_name),
                   qUtf8Printable(reason));

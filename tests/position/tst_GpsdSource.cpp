@@ -2,6 +2,7 @@
 #include "console/position/TGpsdSource.h"
 #include "position/Sentences.h"
 #include "position/TMonitored.h"
+#include "support/HangGuard.h"
 #include "support/TestMain.h"
 
 #include <QtNetwork/QTcpServer>
@@ -42,13 +43,13 @@ private Q_SLOTS:
     {
         TFixture fixture;
         fixture.source->Start();
-        QTRY_VERIFY(fixture.daemon.hasPendingConnections());
+        QTRY_VERIFY_WITH_TIMEOUT(fixture.daemon.hasPendingConnections(), HANG_GUARD_MS);
         const std::unique_ptr<QTcpSocket> peer(fixture.daemon.nextPendingConnection());
         peer->write(banner);
-        QTRY_COMPARE(peer->bytesAvailable(), qint64(request.size()));
+        QTRY_COMPARE_WITH_TIMEOUT(peer->bytesAvailable(), qint64(request.size()), HANG_GUARD_MS);
         QCOMPARE(peer->readAll(), request);
         peer->write(Gga("093015.25", '4'));
-        QTRY_COMPARE(fixture.gpsLost, std::vector<bool>({false}));
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.gpsLost, std::vector<bool>({false}), HANG_GUARD_MS);
         QCOMPARE(fixture.monitor.State().source, ESourceState::eRunning);
         QCOMPARE(fixture.coordinator.GetCurrentFix().utcTime, 93015.25);
         fixture.time.Advance(5000);
@@ -58,21 +59,21 @@ private Q_SLOTS:
     void comesBackToADaemonThatEnded()
     {
         const TExpectedMessage warning(QStringLiteral("gpsd at 127.0.0.1"));
-        const TExpectedMessage back(QStringLiteral("it is back"), QtInfoMsg);
         TFixture fixture;
         fixture.source->Start();
-        QTRY_VERIFY(fixture.daemon.hasPendingConnections());
+        QTRY_VERIFY_WITH_TIMEOUT(fixture.daemon.hasPendingConnections(), HANG_GUARD_MS);
         std::unique_ptr<QTcpSocket> peer(fixture.daemon.nextPendingConnection());
         peer->write(Gga("093015", '1'));
-        QTRY_COMPARE(fixture.gpsLost, std::vector<bool>({false}));
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.gpsLost, std::vector<bool>({false}), HANG_GUARD_MS);
         peer.reset();
-        QTRY_COMPARE(fixture.gpsLost, std::vector<bool>({false, true}));
-        QTRY_COMPARE(fixture.time.NextInMs(), std::int64_t(1000));
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.gpsLost, std::vector<bool>({false, true}), HANG_GUARD_MS);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.time.NextInMs(), std::int64_t(1000), HANG_GUARD_MS);
         fixture.time.AdvanceToNext();
-        QTRY_VERIFY(fixture.daemon.hasPendingConnections());
+        QTRY_VERIFY_WITH_TIMEOUT(fixture.daemon.hasPendingConnections(), HANG_GUARD_MS);
         peer.reset(fixture.daemon.nextPendingConnection());
         peer->write(Gga("093016", '1'));
-        QTRY_COMPARE(fixture.gpsLost, std::vector<bool>({false, true, false}));
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.gpsLost, std::vector<bool>({false, true, false}),
+                                  HANG_GUARD_MS);
     }
 
     void keepsTryingAPortThatRefuses()
@@ -83,14 +84,14 @@ private Q_SLOTS:
         fixture.daemon.close();
         fixture.source->Start();
         for (const std::int64_t wait : {1000, 2000, 4000}) {
-            QTRY_COMPARE(fixture.time.NextInMs(), wait);
+            QTRY_COMPARE_WITH_TIMEOUT(fixture.time.NextInMs(), wait, HANG_GUARD_MS);
             fixture.time.AdvanceToNext();
         }
-        QTRY_COMPARE(fixture.time.NextInMs(), std::int64_t(8000));
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.time.NextInMs(), std::int64_t(8000), HANG_GUARD_MS);
         QCOMPARE(warning.Count(), 1);
         QVERIFY(fixture.daemon.listen(QHostAddress::LocalHost, port));
         fixture.time.AdvanceToNext();
-        QTRY_VERIFY(fixture.daemon.hasPendingConnections());
+        QTRY_VERIFY_WITH_TIMEOUT(fixture.daemon.hasPendingConnections(), HANG_GUARD_MS);
     }
 
     void leavesAConnectionThatSaysNothing()
@@ -98,11 +99,12 @@ private Q_SLOTS:
         const TExpectedMessage warning(QStringLiteral("it tells no NMEA sentence"));
         TFixture fixture;
         fixture.source->Start();
-        QTRY_VERIFY(fixture.daemon.hasPendingConnections());
+        QTRY_VERIFY_WITH_TIMEOUT(fixture.daemon.hasPendingConnections(), HANG_GUARD_MS);
         const std::unique_ptr<QTcpSocket> peer(fixture.daemon.nextPendingConnection());
-        QTRY_COMPARE(fixture.time.NextInMs(), console::TLiveSource::idleMs);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.time.NextInMs(), console::TLiveSource::idleMs,
+                                  HANG_GUARD_MS);
         fixture.time.AdvanceToNext();
-        QTRY_COMPARE(peer->state(), QAbstractSocket::UnconnectedState);
+        QTRY_COMPARE_WITH_TIMEOUT(peer->state(), QAbstractSocket::UnconnectedState, HANG_GUARD_MS);
         QCOMPARE(fixture.time.NextInMs(), std::int64_t(1000));
     }
 

@@ -44,6 +44,20 @@ private:
 
 struct TFixture : TMonitored
 {
+    // Ends an outage.
+    void SayUntilSteady()
+    {
+        constexpr int pieces = 5; // short enough to keep the fix
+        source.Say(Gga("093030", '1'));
+        for (int i = 1; i < pieces; ++i) {
+            time.Advance(console::TLiveSource::steadyMs / pieces);
+            source.Say(Gga("093035", '1'));
+        }
+        time.Advance(console::TLiveSource::steadyMs / pieces);
+        const TExpectedMessage back(QStringLiteral("it is back"), QtInfoMsg);
+        source.Say(Gga("093040", '1'));
+    }
+
     TPlayedSource source{monitor, time};
 };
 
@@ -84,10 +98,48 @@ private Q_SLOTS:
             QCOMPARE(fixture.time.NextInMs(), std::int64_t(1000));
             fixture.time.AdvanceToNext();
             QCOMPARE(fixture.source.tries, outage + 1);
-            const TExpectedMessage back(QStringLiteral("it is back"), QtInfoMsg);
-            fixture.source.Say(Gga("093016", '1'));
+            fixture.source.Say(Gga("093016", '1')); // not yet
+            fixture.SayUntilSteady();
         }
         QCOMPARE(fixture.gpsLost, std::vector<bool>({false, true, false, true, false}));
+    }
+
+    // A loose plug.
+    void isQuietAboutOneThatBreaksAfterEachSentence()
+    {
+        TExpectedMessage warning(QStringLiteral("the wire is cut"));
+        TFixture fixture;
+        fixture.source.Start();
+        QVector<std::int64_t> waits;
+        for (int i = 0; i < 7; ++i) {
+            fixture.source.Say(Gga("093015", '1'));
+            fixture.time.Advance(console::TLiveSource::steadyMs - 1);
+            fixture.source.Say(Gga("093024", '1'));
+            fixture.source.Break();
+            waits << fixture.time.NextInMs();
+            fixture.time.AdvanceToNext();
+        }
+        QCOMPARE(waits, QVector<std::int64_t>({1000, 2000, 4000, 8000, 16000, 30000, 30000}));
+        QCOMPARE(warning.Count(), 1);
+        fixture.SayUntilSteady();
+        fixture.source.Break();
+        QCOMPARE(fixture.time.NextInMs(), std::int64_t(1000));
+        QCOMPARE(warning.Count(), 2);
+    }
+
+    // A sentence before the outage says nothing about the connection after it.
+    void reckonsEachConnectionAnew()
+    {
+        const TExpectedMessage warning(QStringLiteral("the wire is cut"));
+        TFixture fixture;
+        fixture.source.Start();
+        fixture.source.Say(Gga("093015", '1'));
+        fixture.time.Advance(console::TLiveSource::steadyMs);
+        fixture.source.Break();
+        fixture.time.AdvanceToNext();
+        fixture.source.Say(Gga("093026", '1')); // "it is back" would be unexpected here
+        fixture.source.Break();
+        QCOMPARE(fixture.time.NextInMs(), std::int64_t(2000));
     }
 
     void keepsWaitingLongerForOneThatOpensAndSaysNothing()
