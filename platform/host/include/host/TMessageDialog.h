@@ -56,6 +56,7 @@ Q_SIGNALS:
     void Cancel();
 
 protected:
+    QSize SizeWithin(const QSize& available) const override;
     void showEvent(QShowEvent* event) override;
 
 private:

@@ -36,6 +36,9 @@ public:
 
     bool OnBackPressed() override;
 
+protected:
+    QSize SizeWithin(const QSize& available) const override;
+
 private:
     class TContent;
     std::unique_ptr<TContent> m_content;

@@ -47,13 +47,18 @@ public:
     // The text is hidden then, with a way to look at it.
     void setAllowHideText(bool isAllowed);
 
+    // The button takes the row in hand and lets it go again: the wheel steps through the choices
+    // on offer meanwhile, or the keyboard writes the text. A touch opens the list of choices.
     bool OnWheelTurned(int steps) override;
     bool OnWheelPressed() override;
     bool OnBackPressed() override;
 
 Q_SIGNALS:
-    // The operator, or a call, has set another value.
+    // The operator, or a call, has set another value; of a text, with each character typed.
     void ValueChanged();
+
+protected:
+    bool event(QEvent* event) override;
 
 private:
     class TRow;

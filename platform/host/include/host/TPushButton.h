@@ -43,6 +43,8 @@ Q_SIGNALS:
     void Clicked(int id);
 
 protected:
+    // Locked, it cannot be hit.
+    bool hitButton(const QPoint& position) const override;
     void paintEvent(QPaintEvent* event) override;
 
 private:

@@ -1,0 +1,278 @@
+// A list of names of which the operator selects some.
+#include "host/TListWidget.h"
+
+#include "hostimpl/FocusOrder.h"
+#include "hostimpl/Theme.h"
+
+#include <QtCore/QEvent>
+#include <QtCore/QSet>
+#include <QtGui/QPainter>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QScroller>
+#include <QtWidgets/QStyledItemDelegate>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int TEXT_SIZE_ROLE = Qt::UserRole + 1;
+constexpr int PADDING = 12;
+constexpr int MARK_SIZE = 34;
+constexpr int MOST_BAND_LINES = 4;
+
+// Makes its tool tip when it is asked for: most of ten thousand entries never are.
+class TEntry : public QListWidgetItem
+{
+public:
+    using QListWidgetItem::QListWidgetItem;
+
+    QVariant data(int role) const override
+    {
+        if (role == Qt::ToolTipRole) {
+            return QStringLiteral("<span>%1</span>").arg(text().toHtmlEscaped());
+        }
+        return QListWidgetItem::data(role);
+    }
+};
+
+QFont FontOf(const QModelIndex& index)
+{
+    return hostimpl::ThemeFont(index.data(TEXT_SIZE_ROLE).toInt());
+}
+
+// Where an entry's text stands in its row.
+QRect TextPlace(const QRect& row, const QModelIndex& index)
+{
+    const bool hasIcon = !index.data(Qt::DecorationRole).value<QIcon>().isNull();
+    const int marks = (hasIcon ? 2 : 1) * (MARK_SIZE + PADDING);
+    return row.adjusted(PADDING + marks, 0, -PADDING, 0);
+}
+
+} // namespace
+
+// What the list is made of: the drawing of its rows, and the band below it with the full name.
+class TListWidget::TParts : public QStyledItemDelegate
+{
+public:
+    explicit TParts(TListWidget& list) : m_list(list), m_band(&list)
+    {
+        m_band.setTextFormat(Qt::PlainText);
+        m_band.setWordWrap(true);
+        m_band.setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+        m_band.setContentsMargins(PADDING, 4, PADDING, 4);
+        m_band.hide();
+    }
+
+    bool isInHand = false;
+
+    QSize sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const override
+    {
+        return {hostimpl::TOUCH_SIZE, hostimpl::TOUCH_SIZE};
+    }
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
+    void ShowFullName();
+
+private:
+    TListWidget& m_list;
+    QLabel m_band;
+};
+
+void TListWidget::TParts::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                                const QModelIndex& index) const
+{
+    using hostimpl::EColour;
+    using hostimpl::ThemeColour;
+
+    const bool isSelected = (option.state & QStyle::State_Selected) != 0;
+    const bool isOff = (option.state & QStyle::State_Enabled) == 0;
+    const QRect row = option.rect;
+    painter->save();
+    painter->fillRect(row, ThemeColour(isOff        ? EColour::eOff
+                                       : isSelected ? EColour::eSelected
+                                                    : EColour::ePanel));
+    painter->setPen(ThemeColour(EColour::eBorder));
+    painter->drawLine(row.bottomLeft(), row.bottomRight());
+    QRect mark(row.x() + PADDING, row.center().y() - MARK_SIZE / 2, MARK_SIZE, MARK_SIZE);
+    painter->drawRect(mark);
+    if (isSelected) {
+        hostimpl::ThemeIcon(QStringLiteral("check"))
+            .paint(painter, mark, Qt::AlignCenter, isOff ? QIcon::Disabled : QIcon::Selected);
+    }
+    mark.translate(MARK_SIZE + PADDING, 0);
+    index.data(Qt::DecorationRole).value<QIcon>().paint(painter, mark);
+    const QRect place = TextPlace(row, index);
+    painter->setFont(FontOf(index));
+    painter->setPen(ThemeColour(isOff        ? EColour::eOffText
+                                : isSelected ? EColour::eSelectedText
+                                             : EColour::eText));
+    painter->drawText(
+        place, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+        painter->fontMetrics().elidedText(index.data().toString(), Qt::ElideMiddle, place.width()));
+    if (isInHand && index == m_list.currentIndex()) {
+        hostimpl::DrawFocusRing(*painter, row);
+    }
+    painter->restore();
+}
+
+// The band is there only while there is something that the row does not show.
+void TListWidget::TParts::ShowFullName()
+{
+    const QModelIndex index = m_list.currentIndex();
+    const QString name = index.data().toString();
+    const int room = TextPlace(QRect(0, 0, m_list.viewport()->width(), 1), index).width();
+    const bool isElided =
+        index.isValid() && room > 0 && QFontMetrics(FontOf(index)).horizontalAdvance(name) > room;
+    constexpr int frame = hostimpl::FOCUS_RING;
+    const int width = m_list.width() - 2 * frame;
+    int height = 0;
+    if (isElided) {
+        m_band.setText(name);
+        height = std::min(m_band.heightForWidth(width),
+                          MOST_BAND_LINES * m_band.fontMetrics().lineSpacing() + 8);
+    }
+    m_list.setViewportMargins(frame, frame, frame, frame + height);
+    m_band.setGeometry(frame, m_list.height() - frame - height, width, height);
+    m_band.setVisible(isElided);
+}
+
+TListWidget::TListWidget(QWidget* parent)
+    : QListWidget(parent), m_parts(std::make_unique<TParts>(*this))
+{
+    setItemDelegate(m_parts.get());
+    setFrameShape(QFrame::NoFrame);
+    setUniformItemSizes(true);
+    setFocusPolicy(Qt::StrongFocus);
+    setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    QScroller::grabGesture(viewport(), QScroller::LeftMouseButtonGesture);
+    connect(this, &QListWidget::currentRowChanged, this, [this] { m_parts->ShowFullName(); });
+}
+
+TListWidget::~TListWidget()
+{
+    // The base ends with signals and events of its own, when the parts are gone.
+    setItemDelegate(nullptr);
+    disconnect(this, nullptr, this, nullptr);
+}
+
+void TListWidget::AddString(const QString& text, int textSize, int value, const QIcon& icon)
+{
+    auto* const entry = new TEntry(text);
+    if (!icon.isNull()) {
+        entry->setIcon(icon);
+    }
+    entry->setData(Qt::UserRole, value);
+    entry->setData(TEXT_SIZE_ROLE, textSize);
+    addItem(entry);
+}
+
+QStringList TListWidget::GetSelectedTextItems() const
+{
+    QVector<int> rows;
+    const QItemSelection selection = selectionModel()->selection();
+    for (const QItemSelectionRange& range : selection) {
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            rows.append(row);
+        }
+    }
+    std::sort(rows.begin(), rows.end());
+    QStringList texts;
+    for (const int row : rows) {
+        texts.append(item(row)->text());
+    }
+    return texts;
+}
+
+// One selection of all of them: whoever listens hears of it once.
+void TListWidget::SelectItems(const QStringList& texts)
+{
+    if (texts.isEmpty()) {
+        return;
+    }
+    const QSet<QString> wanted(texts.cbegin(), texts.cend());
+    QItemSelection selection;
+    int begin = -1;
+    for (int row = 0; row <= count(); ++row) {
+        const bool isWanted = row < count() && wanted.contains(item(row)->text());
+        if (isWanted && begin < 0) {
+            begin = row;
+        } else if (!isWanted && begin >= 0) {
+            selection.append(
+                QItemSelectionRange(indexFromItem(item(begin)), indexFromItem(item(row - 1))));
+            begin = -1;
+        }
+    }
+    selectionModel()->select(selection, QItemSelectionModel::Select);
+}
+
+bool TListWidget::OnWheelTurned(int steps)
+{
+    if (!m_parts->isInHand) {
+        return false;
+    }
+    const int row = currentRow() + steps;
+    if (row < 0 || row >= count()) {
+        return !OnBackPressed();
+    }
+    setCurrentRow(row, QItemSelectionModel::NoUpdate);
+    scrollToItem(currentItem());
+    return true;
+}
+
+bool TListWidget::OnWheelPressed()
+{
+    if (count() == 0) {
+        return true;
+    }
+    if (!m_parts->isInHand) {
+        m_parts->isInHand = true;
+        setCurrentRow(std::max(currentRow(), 0), QItemSelectionModel::NoUpdate);
+        scrollToItem(currentItem());
+    } else if (currentItem() != nullptr && !hostimpl::IsLockedAround(*this)) {
+        currentItem()->setSelected(!currentItem()->isSelected());
+    }
+    viewport()->update();
+    update();
+    return true;
+}
+
+bool TListWidget::OnBackPressed()
+{
+    const bool wasInHand = m_parts->isInHand;
+    m_parts->isInHand = false;
+    viewport()->update();
+    update();
+    return wasInHand;
+}
+
+bool TListWidget::event(QEvent* event)
+{
+    const bool isTaken = QListWidget::event(event);
+    if (event->type() == QEvent::FocusOut && m_parts != nullptr) {
+        OnBackPressed();
+    } else if (event->type() == QEvent::Paint && m_parts != nullptr) {
+        QPainter painter(this);
+        hostimpl::DrawPanel(painter, rect());
+        if (hasFocus() && !m_parts->isInHand) {
+            hostimpl::DrawFocusRing(painter, rect());
+        }
+    }
+    return isTaken;
+}
+
+void TListWidget::resizeEvent(QResizeEvent* event)
+{
+    QListWidget::resizeEvent(event);
+    m_parts->ShowFullName();
+}
+
+QItemSelectionModel::SelectionFlags TListWidget::selectionCommand(const QModelIndex& index,
+                                                                  const QEvent* event) const
+{
+    return hostimpl::IsLockedAround(*this) ? QItemSelectionModel::NoUpdate
+                                           : QListWidget::selectionCommand(index, event);
+}

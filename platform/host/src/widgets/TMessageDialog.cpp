@@ -1,0 +1,244 @@
+// A message to the operator, with the buttons to answer it.
+#include "host/TMessageDialog.h"
+
+#include "host/TPushButton.h"
+#include "hostimpl/Theme.h"
+#include "widgets/TBusyIndicator.h"
+#include "widgets/TMessageText.h"
+
+#include <QtCore/QPointer>
+#include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QVBoxLayout>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr int WIDTH = 760;
+constexpr int MARGIN = 24;
+constexpr int BUTTON_COUNT = 2;
+
+struct TButtonRow
+{
+    TMessageDialog::EMessageDialogType type;
+    int button;
+    const char* caption;
+    void (TMessageDialog::*answer)();
+    bool closes;
+};
+
+constexpr TButtonRow BUTTONS[] = {
+    {TMessageDialog::eAcknowledge, 0, QT_TRANSLATE_NOOP("TMessageDialog", "OK"),
+     &TMessageDialog::Ok, true},
+    {TMessageDialog::eOperation, 0, QT_TRANSLATE_NOOP("TMessageDialog", "Close"),
+     &TMessageDialog::Ok, true},
+    {TMessageDialog::eOperation, 1, QT_TRANSLATE_NOOP("TMessageDialog", "Cancel"),
+     &TMessageDialog::Cancel, false},
+    {TMessageDialog::eQuestion, 0, QT_TRANSLATE_NOOP("TMessageDialog", "Yes"), &TMessageDialog::Yes,
+     true},
+    {TMessageDialog::eQuestion, 1, QT_TRANSLATE_NOOP("TMessageDialog", "No"), &TMessageDialog::No,
+     true},
+};
+
+} // namespace
+
+// What the dialog shows, and the widgets that show it once they are built.
+class TMessageDialog::TContent
+{
+public:
+    TContent(TMessageDialog& dialog, EMessageDialogType dialogType, bool coversScreen)
+        : type(dialogType), isFullScreen(coversScreen), m_dialog(dialog)
+    {}
+
+    void Build();
+    void UpdateBusy();
+    bool IsBuilt() const { return m_text != nullptr; }
+    int Height(int width) const;
+    void Answer(const TButtonRow& row);
+
+    QString title;
+    QString message;
+    EMessageDialogType type;
+    bool isFullScreen;
+    QPixmap pixmap;
+    std::array<TPushButton*, BUTTON_COUNT> buttons{};
+
+    void ShowMessage()
+    {
+        if (m_text != nullptr) {
+            m_text->SetMessage(message);
+        }
+    }
+
+private:
+    void BuildButtons(QVBoxLayout& column);
+
+    TMessageDialog& m_dialog;
+    QLabel* m_title = nullptr;
+    TMessageText* m_text = nullptr;
+    TBusyIndicator* m_busy = nullptr;
+};
+
+void TMessageDialog::TContent::Build()
+{
+    auto* const column = new QVBoxLayout(&m_dialog);
+    column->setContentsMargins(MARGIN, MARGIN, MARGIN, MARGIN);
+    column->setSpacing(MARGIN / 2);
+    m_title = new QLabel(title, &m_dialog);
+    m_title->setTextFormat(Qt::PlainText);
+    m_title->setFont(hostimpl::ThemeFont(hostimpl::EFont::eTitle));
+    column->addWidget(m_title);
+    auto* const row = new QHBoxLayout;
+    row->setSpacing(MARGIN);
+    if (!pixmap.isNull()) {
+        auto* const picture = new QLabel(&m_dialog);
+        picture->setPixmap(pixmap);
+        row->addWidget(picture, 0, Qt::AlignTop);
+    }
+    m_text = new TMessageText(&m_dialog);
+    row->addWidget(m_text, 1);
+    if (type == eOperation) {
+        m_busy = new TBusyIndicator(&m_dialog);
+        row->addWidget(m_busy, 0, Qt::AlignTop);
+    }
+    column->addLayout(row, 1);
+    BuildButtons(*column);
+    ShowMessage();
+    UpdateBusy();
+}
+
+void TMessageDialog::TContent::BuildButtons(QVBoxLayout& column)
+{
+    auto* const row = new QHBoxLayout;
+    row->setSpacing(MARGIN);
+    row->addStretch(1);
+    for (const TButtonRow& each : BUTTONS) {
+        if (each.type == type) {
+            auto* const button = new TPushButton(
+                &m_dialog, TMessageDialog::tr(each.caption), QStringLiteral("NewStandardButton"),
+                QStringLiteral("NewStandardButtonSelected"), each.button, QString());
+            button->setMinimumWidth(180);
+            QObject::connect(button, &TPushButton::Clicked, &m_dialog,
+                             [this, &each] { Answer(each); });
+            row->addWidget(button);
+            buttons.at(static_cast<std::size_t>(each.button)) = button;
+        }
+    }
+    column.addLayout(row);
+}
+
+// An answer is given once: the second press of a double one comes when the dialog has gone. Who is
+// told the answer may destroy the dialog.
+void TMessageDialog::TContent::Answer(const TButtonRow& row)
+{
+    if (!m_dialog.isVisible()) {
+        return;
+    }
+    const QPointer<TMessageDialog> dialog(&m_dialog);
+    const bool closes = row.closes;
+    Q_EMIT(m_dialog.*row.answer)();
+    if (closes && !dialog.isNull()) {
+        dialog->CloseWindow();
+    }
+}
+
+void TMessageDialog::TContent::UpdateBusy()
+{
+    if (m_busy != nullptr) {
+        m_busy->SetRunning(!buttons[0]->isEnabled());
+    }
+}
+
+int TMessageDialog::TContent::Height(int width) const
+{
+    const int beside = (m_busy == nullptr ? 0 : m_busy->width() + MARGIN) +
+                       (pixmap.isNull() ? 0 : pixmap.width() + MARGIN);
+    const int content = std::max({m_text->HeightFor(width - 2 * MARGIN - beside),
+                                  m_busy == nullptr ? 0 : m_busy->height(), pixmap.height()});
+    return m_title->sizeHint().height() + content + hostimpl::TOUCH_SIZE + 3 * MARGIN;
+}
+
+TMessageDialog::TMessageDialog(QWidget* parent, const QString& title, const QString& message,
+                               EMessageDialogType type, bool isFullScreen, const QPixmap& pixmap)
+    : TPopupWindow(parent), m_content(std::make_unique<TContent>(*this, type, isFullScreen))
+{
+    m_content->title = title;
+    m_content->message = message;
+    m_content->pixmap = pixmap;
+}
+
+TMessageDialog::~TMessageDialog() = default;
+
+void TMessageDialog::SetMessage(const QString& message)
+{
+    m_content->message = message;
+    m_content->ShowMessage();
+    if (isVisible()) {
+        Place();
+    }
+}
+
+QString TMessageDialog::Message() const
+{
+    return m_content->message;
+}
+
+QString TMessageDialog::Title() const
+{
+    return m_content->title;
+}
+
+TMessageDialog::EMessageDialogType TMessageDialog::Type() const
+{
+    return m_content->type;
+}
+
+void TMessageDialog::SetupIfRequired()
+{
+    if (!m_content->IsBuilt()) {
+        m_content->Build();
+    }
+}
+
+TPushButton* TMessageDialog::GetMessageDialogButton(EMessageDialogButton button) const
+{
+    const auto index = static_cast<std::size_t>(button);
+    return index < m_content->buttons.size() ? m_content->buttons.at(index) : nullptr;
+}
+
+void TMessageDialog::EnableButton(EMessageDialogButton button, bool isEnabled)
+{
+    SetupIfRequired();
+    if (TPushButton* const found = GetMessageDialogButton(button)) {
+        found->setEnabled(isEnabled);
+        m_content->UpdateBusy();
+    }
+}
+
+// As the button that changes nothing: of an operation that is its closing one.
+bool TMessageDialog::OnBackPressed()
+{
+    const bool isQuestion = m_content->type == eQuestion;
+    TPushButton* const button = GetMessageDialogButton(isQuestion ? eButton1 : eButton0);
+    if (button != nullptr && button->isEnabled()) {
+        button->click();
+    }
+    return true;
+}
+
+QSize TMessageDialog::SizeWithin(const QSize& available) const
+{
+    if (m_content->isFullScreen || !m_content->IsBuilt()) {
+        return available;
+    }
+    const int width = std::min(WIDTH, available.width());
+    return {width, std::min(m_content->Height(width), available.height())};
+}
+
+void TMessageDialog::showEvent(QShowEvent* event)
+{
+    SetupIfRequired();
+    TPopupWindow::showEvent(event);
+}

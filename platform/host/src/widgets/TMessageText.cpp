@@ -1,0 +1,125 @@
+// The text of a message: wrapped, scrolling when it is long, drawn as rich text where it is such.
+#include "widgets/TMessageText.h"
+
+#include "hostimpl/Theme.h"
+
+#include <QtCore/QRegularExpression>
+#include <QtGui/QAbstractTextDocumentLayout>
+#include <QtGui/QPainter>
+#include <QtWidgets/QScrollBar>
+#include <QtWidgets/QScroller>
+
+#include <cmath>
+#include <memory>
+
+namespace {
+
+const char* const ALLOWED_TAGS[] = {"b",  "strong", "i",  "em", "u",  "br", "p",
+                                    "ul", "ol",     "li", "h1", "h2", "h3"};
+
+bool IsAllowed(const QString& tag)
+{
+    for (const char* const allowed : ALLOWED_TAGS) {
+        if (tag.compare(QLatin1String(allowed), Qt::CaseInsensitive) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+// Entities stay as they are in a rich message: whoever wrote its tags escaped the rest.
+QString SafeRichText(const QString& message, bool& isRich)
+{
+    static const QRegularExpression tags(
+        QStringLiteral("<(/?)([A-Za-z][A-Za-z0-9]*)(\\s[^<>]*|/)?>"));
+    QString result;
+    int place = 0;
+    isRich = false;
+    const auto appendText = [&](int from, int to) {
+        QString text = message.mid(from, to - from);
+        text.replace(QLatin1Char('<'), QLatin1String("&lt;"));
+        result += text.replace(QLatin1Char('\n'), QLatin1String("<br>"));
+    };
+    for (auto each = tags.globalMatch(message); each.hasNext();) {
+        const QRegularExpressionMatch tag = each.next();
+        if (IsAllowed(tag.captured(2))) {
+            appendText(place, tag.capturedStart());
+            result += QStringLiteral("<%1%2>").arg(tag.captured(1), tag.captured(2));
+            place = tag.capturedEnd();
+            isRich = true;
+        }
+    }
+    appendText(place, message.size());
+    return result;
+}
+
+TMessageText::TMessageText(QWidget* parent) : QTextEdit(parent)
+{
+    setReadOnly(true);
+    setTextInteractionFlags(Qt::NoTextInteraction);
+    setFrameShape(QFrame::NoFrame);
+    setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    QScroller::grabGesture(viewport(), QScroller::LeftMouseButtonGesture);
+    UpdateFocusPolicy();
+}
+
+TMessageText::~TMessageText() = default;
+
+void TMessageText::SetMessage(const QString& message)
+{
+    bool isRich = false;
+    const QString html = SafeRichText(message, isRich);
+    if (isRich) {
+        setHtml(html);
+    } else {
+        setPlainText(message);
+    }
+    UpdateFocusPolicy();
+}
+
+int TMessageText::HeightFor(int width) const
+{
+    const std::unique_ptr<QTextDocument> copy(document()->clone());
+    copy->setTextWidth(width);
+    return static_cast<int>(std::ceil(copy->size().height())) + 2;
+}
+
+bool TMessageText::OnWheelTurned(int steps)
+{
+    QScrollBar* const bar = verticalScrollBar();
+    const int before = bar->value();
+    bar->setValue(before + steps * bar->pageStep() / 2);
+    return bar->value() != before;
+}
+
+// Nothing is loaded from anywhere.
+QVariant TMessageText::loadResource(int, const QUrl&)
+{
+    return {};
+}
+
+void TMessageText::paintEvent(QPaintEvent* event)
+{
+    QTextEdit::paintEvent(event);
+    if (hasFocus()) {
+        QPainter painter(viewport());
+        hostimpl::DrawFocusRing(painter, viewport()->rect());
+    }
+}
+
+void TMessageText::resizeEvent(QResizeEvent* event)
+{
+    QTextEdit::resizeEvent(event);
+    UpdateFocusPolicy();
+}
+
+// The wheel stops here only if there is something to scroll.
+void TMessageText::UpdateFocusPolicy()
+{
+    const bool isLong = document()->size().height() > viewport()->height();
+    setFocusPolicy(isLong ? Qt::StrongFocus : Qt::NoFocus);
+}

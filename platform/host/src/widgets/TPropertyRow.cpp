@@ -1,0 +1,319 @@
+// What a property row is made of.
+#include "widgets/TPropertyRow.h"
+
+#include "host/TPushButton.h"
+#include "hostimpl/FocusOrder.h"
+#include "hostimpl/Theme.h"
+#include "widgets/TChoicePopup.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtGui/QKeyEvent>
+#include <QtGui/QPainter>
+#include <QtWidgets/QLineEdit>
+
+#include <algorithm>
+#include <cmath>
+
+using hostimpl::EColour;
+using hostimpl::ThemeColour;
+
+namespace {
+
+constexpr int PADDING = 12;
+constexpr int ICON_SIZE = 40;
+constexpr int NAME_HEIGHT = 28;
+
+constexpr Qt::InputMethodHints TEXT_HINTS = Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText;
+
+} // namespace
+
+TPropertyWidget::TRow::TRow(TPropertyWidget& widget)
+    : m_widget(widget),
+      m_edit(new QLineEdit(&widget)),
+      m_eye(new TPushButton(&widget, QString(), QStringLiteral("NewStandardButton"),
+                            QStringLiteral("NewStandardButtonSelected"), -1, QString()))
+{
+    m_edit->setFrame(false);
+    m_edit->setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    m_edit->setTextMargins(0, 0, 0, 0);
+    // The wheel passes the row by; its button, or a touch, begins to write.
+    m_edit->setFocusPolicy(Qt::ClickFocus);
+    m_edit->setInputMethodHints(TEXT_HINTS);
+    QPalette palette = m_edit->palette();
+    palette.setColor(QPalette::Base, Qt::transparent);
+    m_edit->setPalette(palette);
+    m_edit->installEventFilter(this);
+    connect(m_edit, &QLineEdit::textEdited, this, [this] { Q_EMIT m_widget.ValueChanged(); });
+    m_eye->hide();
+    connect(m_eye, &TPushButton::Clicked, this,
+            [this] { ShowHidden(m_edit->echoMode() == QLineEdit::Normal); });
+}
+
+TPropertyWidget::TRow::~TRow() = default;
+
+void TPropertyWidget::TRow::SetType(int type)
+{
+    m_type = type;
+    m_edit->setVisible(m_type == eText);
+    Arrange();
+}
+
+// A list of choices that is open stays so: another part of the console may have changed what is
+// offered while the operator reads it.
+void TPropertyWidget::TRow::ShowItem(const TEditItem& item)
+{
+    m_item = item;
+    if (m_type == eText && m_edit->text() != item.text) {
+        m_edit->setText(item.text);
+    }
+    if (!m_popup.isNull()) {
+        m_popup->ShowOffered(m_item);
+    }
+    m_widget.update();
+}
+
+void TPropertyWidget::TRow::SetAllowHideText(bool isAllowed)
+{
+    m_eye->setVisible(isAllowed);
+    ShowHidden(isAllowed);
+    Arrange();
+}
+
+void TPropertyWidget::TRow::ShowHidden(bool isHidden)
+{
+    m_edit->setEchoMode(isHidden ? QLineEdit::Password : QLineEdit::Normal);
+    m_edit->setInputMethodHints(TEXT_HINTS | Qt::ImhSensitiveData |
+                                (isHidden ? Qt::ImhHiddenText : Qt::ImhNone));
+    m_eye->setIcon(
+        hostimpl::ThemeIcon(isHidden ? QStringLiteral("eye") : QStringLiteral("eye-off")));
+    m_eye->setToolTip(isHidden ? TPropertyWidget::tr("Show the text")
+                               : TPropertyWidget::tr("Hide the text"));
+}
+
+double TPropertyWidget::TRow::Number() const
+{
+    return m_type == eText ? m_edit->text().toDouble() : m_item.value;
+}
+
+QString TPropertyWidget::TRow::Text() const
+{
+    return m_type == eText ? m_edit->text() : m_item.options.At(static_cast<int>(m_item.value));
+}
+
+bool TPropertyWidget::TRow::SetNumber(double value)
+{
+    if (m_type == eText) {
+        return SetText(QString::number(value));
+    }
+    const double before = m_item.value;
+    m_item.value = std::max(m_item.minimum, std::min(value, m_item.maximum));
+    m_widget.update();
+    return m_item.value != before;
+}
+
+bool TPropertyWidget::TRow::SetText(const QString& text)
+{
+    if (m_type != eText || m_edit->text() == text) {
+        return false;
+    }
+    m_edit->setText(text);
+    return true;
+}
+
+double TPropertyWidget::TRow::NextOffered(double from, int direction) const
+{
+    const double step = m_item.step > 0.0 ? m_item.step : 1.0;
+    const double span = m_item.maximum - m_item.minimum + step;
+    const int count = static_cast<int>(std::floor(span / step));
+    double value = from;
+    for (int tried = 0; tried < count; ++tried) {
+        value += direction * step;
+        if (value < m_item.minimum || value > m_item.maximum) {
+            if (!m_item.doesWrap) {
+                return from;
+            }
+            value += direction > 0 ? -span : span;
+        }
+        if (m_item.optionsEnabled.At(static_cast<int>(value))) {
+            return value;
+        }
+    }
+    return from;
+}
+
+bool TPropertyWidget::TRow::Step(int steps)
+{
+    if (m_type != eChoice || !m_isInHand) {
+        return false;
+    }
+    double value = m_item.value;
+    for (int step = 0; step < std::abs(steps); ++step) {
+        value = NextOffered(value, steps > 0 ? 1 : -1);
+    }
+    m_widget.SetNumericalValue(value);
+    return true;
+}
+
+void TPropertyWidget::TRow::TakeInHand()
+{
+    if (hostimpl::IsLockedAround(m_widget) || !m_widget.isEnabled()) {
+        return;
+    }
+    m_isInHand = true;
+    if (m_type == eText) {
+        m_edit->setFocus(Qt::OtherFocusReason);
+    }
+    m_widget.update();
+}
+
+bool TPropertyWidget::TRow::LetGo()
+{
+    const bool wasInHand = m_isInHand;
+    m_isInHand = false;
+    if (m_edit->hasFocus()) {
+        m_widget.setFocus(Qt::OtherFocusReason);
+    }
+    m_widget.update();
+    return wasInHand;
+}
+
+void TPropertyWidget::TRow::OpenChoices()
+{
+    if (!m_popup.isNull() || hostimpl::IsLockedAround(m_widget) || !m_widget.isEnabled()) {
+        return;
+    }
+    m_popup = new TChoicePopup(&m_widget, name, m_item);
+    connect(m_popup, &TChoicePopup::Chosen, this,
+            [this](double value) { m_widget.SetNumericalValue(value); });
+    m_popup->ShowWindow(true);
+}
+
+void TPropertyWidget::TRow::OnEvent(QEvent& event)
+{
+    switch (static_cast<int>(event.type())) {
+    case QEvent::Paint:
+        OnPaint();
+        break;
+    case QEvent::Resize:
+        Arrange();
+        break;
+    case QEvent::ReadOnlyChange:
+        ShowLock();
+        break;
+    case QEvent::MouseButtonPress:
+        m_isTouched = true;
+        break;
+    case QEvent::MouseButtonRelease:
+        if (m_isTouched && m_widget.rect().contains(static_cast<QMouseEvent&>(event).pos())) {
+            m_type == eChoice ? OpenChoices() : TakeInHand();
+        }
+        m_isTouched = false;
+        break;
+    case QEvent::FocusOut:
+        if (!m_edit->hasFocus()) {
+            m_isInHand = false;
+        }
+        m_widget.update();
+        break;
+    case QEvent::FocusIn:
+        m_widget.update();
+        break;
+    case QEvent::KeyPress:
+        OnKey(event);
+        break;
+    }
+}
+
+// Whoever has a keyboard may write at once.
+void TPropertyWidget::TRow::OnKey(QEvent& event)
+{
+    const QString text = static_cast<QKeyEvent&>(event).text();
+    if (m_type == eText && !text.isEmpty() && text.at(0).isPrint()) {
+        TakeInHand();
+        if (m_isInHand) {
+            QCoreApplication::sendEvent(m_edit, &event);
+        }
+    }
+}
+
+bool TPropertyWidget::TRow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::FocusIn) {
+        m_isInHand = true;
+        m_widget.update();
+    } else if (event->type() == QEvent::FocusOut) {
+        m_isInHand = false;
+        m_widget.update();
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void TPropertyWidget::TRow::ShowLock()
+{
+    const bool isLocked = hostimpl::IsLockedAround(m_widget);
+    m_edit->setReadOnly(isLocked);
+    if (isLocked) {
+        LetGo();
+        if (!m_popup.isNull()) {
+            m_popup->CloseWindow();
+        }
+    }
+}
+
+void TPropertyWidget::TRow::Arrange()
+{
+    QRect place = m_widget.rect().adjusted(PADDING, 0, -PADDING, 0);
+    if (!iconName.isEmpty()) {
+        place.setLeft(place.left() + ICON_SIZE + PADDING);
+    }
+    if (!m_eye->isHidden()) {
+        const int size = hostimpl::TOUCH_SIZE;
+        m_eye->setGeometry(m_widget.width() - size, 0, size, std::max(m_widget.height(), size));
+        place.setRight(m_widget.width() - size - PADDING);
+    }
+    m_edit->setGeometry(place.adjusted(0, NAME_HEIGHT, 0, -hostimpl::FOCUS_RING - 1));
+}
+
+void TPropertyWidget::TRow::OnPaint()
+{
+    QPainter painter(&m_widget);
+    const bool isOff = !m_widget.isEnabled() || hostimpl::IsLockedAround(m_widget);
+    hostimpl::DrawPanel(painter, m_widget.rect());
+    QRect place = m_widget.rect().adjusted(PADDING, 4, -PADDING, -4);
+    if (!iconName.isEmpty()) {
+        const QRect picture(place.x(), place.center().y() - ICON_SIZE / 2, ICON_SIZE, ICON_SIZE);
+        hostimpl::ThemeIcon(iconName).paint(&painter, picture, Qt::AlignCenter,
+                                            isOff ? QIcon::Disabled : QIcon::Normal);
+        place.setLeft(place.left() + ICON_SIZE + PADDING);
+    }
+    painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    painter.setPen(ThemeColour(isOff ? EColour::eOffText : EColour::eMutedText));
+    const QRect head(place.x(), place.y(), place.width(), NAME_HEIGHT - 4);
+    painter.drawText(head, Qt::AlignLeft | Qt::AlignVCenter,
+                     painter.fontMetrics().elidedText(name, Qt::ElideMiddle, head.width()));
+    if (m_type == eChoice) {
+        DrawValue(painter, place);
+    }
+    if (m_widget.hasFocus() || m_isInHand) {
+        hostimpl::DrawFocusRing(painter, m_widget.rect());
+    }
+}
+
+void TPropertyWidget::TRow::DrawValue(QPainter& painter, const QRect& place) const
+{
+    const bool isOff = !m_widget.isEnabled() || hostimpl::IsLockedAround(m_widget);
+    const QRect arrows(place.right() - ICON_SIZE, place.center().y() - ICON_SIZE / 2, ICON_SIZE,
+                       ICON_SIZE);
+    QRect value = place.adjusted(0, NAME_HEIGHT - 4, -ICON_SIZE - PADDING, 0);
+    if (m_isInHand) {
+        painter.fillRect(value.adjusted(-4, 0, 0, 0), ThemeColour(EColour::eSelected));
+    }
+    hostimpl::ThemeIcon(QStringLiteral("choose"))
+        .paint(&painter, arrows, Qt::AlignCenter, isOff ? QIcon::Disabled : QIcon::Normal);
+    painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    painter.setPen(ThemeColour(isOff        ? EColour::eOffText
+                               : m_isInHand ? EColour::eSelectedText
+                                            : EColour::eText));
+    painter.drawText(value, Qt::AlignLeft | Qt::AlignVCenter,
+                     painter.fontMetrics().elidedText(Text(), Qt::ElideMiddle, value.width()));
+}
