@@ -9,6 +9,7 @@
 #include "console/headless/THeadlessRunner.h"
 #include "console/headless/THubListener.h"
 #include "console/headless/TLineSource.h"
+#include "console/headless/TPositionOutput.h"
 #include "console/headless/TStopSignals.h"
 #include "console/headless/WorkerReadiness.h"
 #include "console/position/TPositionThread.h"
@@ -117,17 +118,6 @@ int RunScript(TKelvoInterface& hub, hostimpl::TFedGPSCoordinator& coordinator,
     return QCoreApplication::exec();
 }
 
-void PrintPositions(console::TPositionMonitor& position, console::EShownPositions shown)
-{
-    // On this thread, the monitor's: the source's must not wait for a reader of our output.
-    QObject::connect(&position, &console::TPositionMonitor::Changed, &position,
-                     [shown](const console::TPositionEvent& event) {
-                         if (console::IsShown(event, shown)) {
-                             Print(console::PositionLine(event));
-                         }
-                     });
-}
-
 } // namespace
 
 namespace console {
@@ -163,7 +153,7 @@ int RunHeadless(const TConsoleSettings& settings)
     }
     TSystemSourceTime time;
     TPositionMonitor position(coordinator, time);
-    PrintPositions(position, settings.shownPositions);
+    const TPositionOutput output(position, settings.shownPositions, Print);
     TPositionThread source(settings.gps, position, time); // ends first
     source.start(QThread::InheritPriority);
     return RunScript(*plugin.Hub(), coordinator, position, script, settings.timeoutSeconds);
