@@ -311,6 +311,7 @@ TEST_F(ConnectionSession, ALoginThatIsCutShortLeavesNoSessionOnTheService)
     service.FailNext(Drop("GET /v1/account"));
     ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
     ASSERT_TRUE(service.WaitForRequests("GET /v1/account", 1));
+    ASSERT_TRUE(listener.WaitForState(api::eLoginInProgress)); // else the end may come before it
     connection.reset(); // with a token, and waiting to ask for the account again
     ASSERT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
     const SentRequest last = service.Requests().back();
