@@ -52,6 +52,7 @@ bool Connection::Login(const std::wstring& userName, const std::wstring& passwor
         const std::lock_guard lock(m_loginErrorsMutex);
         m_loginErrors.clear();
     }
+    m_devicePatience.Restore();
     m_positions.Clear();
     m_session.Start({begun->id, userName, password, begun->replacedToken});
     return true;
@@ -130,8 +131,11 @@ bool Connection::End(const Operation& operation, const Failure& failure)
     if (failure.Is(EErrorCode::eSessionEnded))
         EndSession(operation.sessionId);
     // Only what asked the service comes here, so the service was reached.
-    if (!failure.IsSet() && m_state.IsLinkLost())
-        m_session.Nudge();
+    if (!failure.IsSet()) {
+        m_devicePatience.Restore();
+        if (m_state.IsLinkLost())
+            m_session.Nudge();
+    }
     return !failure.IsSet() || Refuse(failure, operation.subject);
 }
 

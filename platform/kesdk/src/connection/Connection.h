@@ -5,6 +5,7 @@
 #include "connection/ApiLine.h"
 #include "connection/NotificationDispatcher.h"
 #include "connection/PositionSender.h"
+#include "connection/ReportPatience.h"
 #include "connection/SessionState.h"
 #include "connection/SessionThread.h"
 #include "kesdk/api/IEnterpriseConnection.h"
@@ -83,6 +84,8 @@ private:
     Result<FileRecord> FindFile(const Operation& operation, std::int64_t fileId);
     // A file that the service does not have is none of ours either.
     Failure NoteIfGone(std::int64_t fileId, Failure failure);
+    // False, and an error noted, when the link is not worth another try yet.
+    bool LimitPatience(Operation& operation);
     bool SendDevice(const Operation& operation, const api::Environment::MeasDeviceReport& report,
                     bool sharing);
 
@@ -98,6 +101,7 @@ private:
     CryptoOfTheThread m_crypto;
 
     AbortCheck m_abort;
+    ReportPatience m_devicePatience;
     xal_list<api::CErrorMsg> m_errors;
     std::mutex m_loginErrorsMutex; // guards m_loginErrors
     xal_list<api::CErrorMsg> m_loginErrors;

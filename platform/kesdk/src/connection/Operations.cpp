@@ -10,8 +10,9 @@ namespace kesdk::impl {
 
 namespace {
 
-constexpr RetryPolicy kFarewellPolicy{1, std::chrono::milliseconds(0), std::chrono::milliseconds(0),
-                                      std::chrono::milliseconds(2'000)};
+// For what shall neither be left untried nor hold anybody up.
+constexpr RetryPolicy kShortPolicy{1, std::chrono::milliseconds(0), std::chrono::milliseconds(0),
+                                   std::chrono::milliseconds(2'000)};
 
 std::wstring NameOf(const std::wstring& path)
 {
@@ -161,8 +162,8 @@ bool Connection::SendEnvironment(const api::Environment& environment)
 
 bool Connection::MeasDeviceConnected(const api::Environment::MeasDeviceReport& report, bool sharing)
 {
-    const std::optional<Operation> operation = Begin(EKind::eSmall);
-    return operation && SendDevice(*operation, report, sharing);
+    std::optional<Operation> operation = Begin(EKind::eSmall);
+    return operation && LimitPatience(*operation) && SendDevice(*operation, report, sharing);
 }
 
 // Part of an orderly end: once the caller is about to end, this and the logout are still said, but
@@ -175,15 +176,31 @@ std::int32_t Connection::MeasDeviceDisconnected(const api::Environment::MeasDevi
         return 0;
     if (m_abort && m_abort()) {
         operation->call.abort = nullptr;
-        operation->call.policy = kFarewellPolicy;
+        operation->call.policy = kShortPolicy;
+    } else if (!LimitPatience(*operation)) {
+        return 0;
     }
     return SendDevice(*operation, report, sharing) ? 1 : 0;
+}
+
+bool Connection::LimitPatience(Operation& operation)
+{
+    m_devicePatience.SeeStream(m_state.IsLinkLost());
+    if (!m_devicePatience.IsShort())
+        return true;
+    operation.call.policy = kShortPolicy;
+    return !m_devicePatience.IsResting(m_requestLine.Api().Http().Now()) ||
+           Refuse(Failure(EErrorCode::eUnreachable, "the link was down just now"), {});
 }
 
 bool Connection::SendDevice(const Operation& operation,
                             const api::Environment::MeasDeviceReport& report, bool sharing)
 {
-    return End(operation, m_requestLine.Api().PutDevice(operation.call, report, sharing));
+    const Clock::Time begin = m_requestLine.Api().Http().Now();
+    const Failure failure = m_requestLine.Api().PutDevice(operation.call, report, sharing);
+    if (MayPass(failure))
+        m_devicePatience.Fail(begin, m_requestLine.Api().Http().Now());
+    return End(operation, failure);
 }
 
 bool Connection::ReportPosition(const api::Position& position)

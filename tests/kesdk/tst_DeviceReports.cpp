@@ -1,0 +1,177 @@
+// Reports on devices while the link is down: they must not hold their caller up.
+#include "support/ConnectionFixture.h"
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace kesdk::test {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr const char* kReport = "PUT /v1/devices";
+
+// Sleeps until it is let go, or its check says that it is over.
+class ReleasableSleeper : public BlockingSleeper
+{
+public:
+    bool Sleep(std::chrono::milliseconds duration, const impl::AbortCheck& abort) override
+    {
+        const bool goesOn = BlockingSleeper::Sleep(
+            duration, [&] { return m_isReleased || impl::IsAborted(abort); });
+        return goesOn || !impl::IsAborted(abort);
+    }
+    void Release()
+    {
+        m_isReleased = true;
+        Wake();
+    }
+
+private:
+    std::atomic<bool> m_isReleased{false};
+};
+
+class DeviceReports : public ConnectionFixture
+{
+protected:
+    DeviceReports()
+    {
+        impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};
+        lines.requests.transport = NewSilentTransport();
+        auto sleeper = std::make_unique<ReleasableSleeper>(); // a lost stream stays lost
+        letStreamReturn = [sleeper = sleeper.get()] { sleeper->Release(); };
+        lines.session.sleeper = std::move(sleeper);
+        connection->Unsubscribe(&listener);
+        connection = std::make_unique<impl::Connection>(std::move(lines));
+        connection->Subscribe(&listener);
+        LogIn();
+    }
+
+    // While `isSilent` nothing answers, and each try takes all the time that it has.
+    std::unique_ptr<impl::HttpTransport> NewSilentTransport()
+    {
+        std::shared_ptr<impl::HttpTransport> real = service.NewTransport();
+        return std::make_unique<FakeTransport>(
+            [this, real](const impl::HttpRequest& request, const impl::AbortCheck& abort) {
+                if (!isSilent)
+                    return real->Perform(request, abort);
+                ++triesInVain;
+                time->Advance(request.limits.total);
+                return test::Drop(impl::EErrorCode::eTimeout);
+            });
+    }
+
+    void LoseTheStream()
+    {
+        service.SetOnline(false);
+        ASSERT_TRUE(listener.WaitForState(api::eReconnecting));
+        service.SetOnline(true);
+    }
+
+    milliseconds TimeOf(int changes)
+    {
+        const impl::Clock::Time begin = time->Now();
+        for (int i = 0; i < changes; ++i) {
+            EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
+            EXPECT_FALSE(FirstText().empty());
+            EXPECT_EQ(connection->MeasDeviceDisconnected({}, false), 0);
+        }
+        return std::chrono::duration_cast<milliseconds>(time->Now() - begin);
+    }
+
+    std::function<void()> letStreamReturn;
+    bool isSilent = false;
+    int triesInVain = 0;
+};
+
+} // namespace
+
+TEST_F(DeviceReports, GetOneShortTryWhileTheLinkIsLost)
+{
+    LoseTheStream();
+    isSilent = true;
+    const impl::Clock::Time begin = time->Now();
+    EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
+    EXPECT_EQ(triesInVain, 1);
+    EXPECT_LE(time->Now() - begin, seconds(2));
+}
+
+TEST_F(DeviceReports, OfAFlickeringFixLeaveTheCallerItsTimeWhileTheLinkIsLost)
+{
+    LoseTheStream();
+    isSilent = true;
+    EXPECT_LE(TimeOf(50), seconds(2));
+    for (int minute = 0; minute < 10; ++minute) {
+        time->Advance(seconds(60));
+        EXPECT_LE(TimeOf(50), seconds(2));
+    }
+    EXPECT_EQ(triesInVain, 11) << "but each time it is tried once";
+}
+
+TEST_F(DeviceReports, OfAFlickeringFixLeaveItAlsoWhereNobodyHasNoticedTheLoss)
+{
+    isSilent = true;
+    EXPECT_LE(TimeOf(50), seconds(15));
+    time->Advance(seconds(60));
+    EXPECT_LE(TimeOf(50), seconds(2));
+    EXPECT_EQ(listener.States(), (std::vector<std::int32_t>{1, 3}));
+}
+
+TEST_F(DeviceReports, AreSentAtOnceWhenAnythingGotThroughMeanwhile)
+{
+    isSilent = true;
+    EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
+    isSilent = false;
+    EXPECT_FALSE(connection->MeasDeviceConnected({}, true)) << "too soon";
+    EXPECT_TRUE(connection->SendEnvironment({}));
+    EXPECT_TRUE(connection->MeasDeviceConnected({}, true));
+    EXPECT_EQ(service.Count(kReport), 1);
+    service.FailNext(Drop(kReport));
+    EXPECT_NE(connection->MeasDeviceDisconnected({}, false), 0) << "as patient as before";
+}
+
+TEST_F(DeviceReports, AreSentAtOnceWhenTheStreamStandsAgain)
+{
+    LoseTheStream();
+    isSilent = true;
+    EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
+    isSilent = false;
+    letStreamReturn();
+    ASSERT_TRUE(listener.WaitForState(api::eLoginSuccessful));
+    EXPECT_TRUE(connection->MeasDeviceConnected({}, true));
+}
+
+TEST_F(DeviceReports, AreTriedAgainAfterAWhile)
+{
+    isSilent = true;
+    EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
+    isSilent = false;
+    time->Advance(seconds(10));
+    EXPECT_TRUE(connection->MeasDeviceConnected({}, true));
+}
+
+TEST_F(DeviceReports, AreNotHeldBackByAFailureThatTookNoTime)
+{
+    LoseTheStream();
+    for (int i = 1; i <= 3; ++i) {
+        service.FailNext(Drop(kReport));
+        EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
+        EXPECT_EQ(service.Count(kReport), i);
+    }
+    EXPECT_TRUE(connection->MeasDeviceConnected({}, true));
+}
+
+TEST_F(DeviceReports, ThatADeviceIsOffIsTriedInAnyCaseWhenAllEnds)
+{
+    isSilent = true;
+    EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
+    connection->SetAbortCheck([] { return true; });
+    isSilent = false;
+    EXPECT_NE(connection->MeasDeviceDisconnected({}, false), 0);
+}
+
+} // namespace kesdk::test
