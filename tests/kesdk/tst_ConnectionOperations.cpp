@@ -256,14 +256,4 @@ TEST_F(ConnectionOperations, APositionDoesNotWaitForATransfer)
     EXPECT_EQ(service.Count("POST /v1/positions"), 1);
 }
 
-TEST_F(ConnectionOperations, DropsAPositionThatCannotBeSent)
-{
-    service.FailNext(Drop("POST /v1/positions"));
-    ASSERT_TRUE(connection->ReportPosition({1, 1.0, 1.0}));
-    ASSERT_TRUE(service.WaitForRequests("POST /v1/positions", 1));
-    ASSERT_TRUE(connection->ReportPosition({2, 2.0, 2.0}));
-    ASSERT_TRUE(service.WaitForRequests("POST /v1/positions", 2));
-    EXPECT_EQ(nlohmann::json::parse(service.Requests().back().content)["time_s"], 2);
-}
-
 } // namespace kesdk::test

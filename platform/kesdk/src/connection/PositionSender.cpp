@@ -8,7 +8,14 @@ namespace kesdk::impl {
 
 namespace {
 
-constexpr std::chrono::seconds kLimit{20};
+constexpr std::chrono::seconds kLimit{20}; // for each try
+constexpr int kTries = 2;
+
+// A service that is busy shall not be asked again at once.
+bool IsOfTheLink(const Failure& failure)
+{
+    return MayPass(failure) && !failure.Is(EErrorCode::eServiceBusy);
+}
 
 } // namespace
 
@@ -32,7 +39,7 @@ void PositionSender::Put(const api::Position& position, std::int32_t sessionId,
 {
     {
         const std::lock_guard lock(m_mutex);
-        m_letter = Letter{position, sessionId, token};
+        m_letter = Letter{position, sessionId, token, kTries};
     }
     m_hasLetter.notify_all();
 }
@@ -60,11 +67,11 @@ void PositionSender::Run()
             letter.swap(m_letter);
             generation = m_generation;
         }
-        Send(*letter, generation);
+        Send(std::move(*letter), generation);
     }
 }
 
-void PositionSender::Send(const Letter& letter, std::uint64_t generation)
+void PositionSender::Send(Letter letter, std::uint64_t generation)
 {
     ApiCall call;
     call.token = letter.token;
@@ -74,6 +81,15 @@ void PositionSender::Send(const Letter& letter, std::uint64_t generation)
     const Failure failure = m_api.PostPosition(call, letter.position);
     if (failure.Is(EErrorCode::eSessionEnded))
         m_onSessionEnded(letter.sessionId);
+    else if (IsOfTheLink(failure) && --letter.triesLeft > 0)
+        PutBack(std::move(letter), generation);
+}
+
+void PositionSender::PutBack(Letter letter, std::uint64_t generation)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_generation == generation && !m_letter)
+        m_letter = std::move(letter);
 }
 
 } // namespace kesdk::impl

@@ -13,8 +13,10 @@
 
 namespace kesdk::impl {
 
-// A mailbox that keeps only the latest position. One that cannot be sent soon is dropped: the next
-// one is worth more.
+// A mailbox that keeps only the latest position. One that the link did not carry goes back into it
+// and is sent once more, on a new connection, unless there is a newer one already: networks drop
+// silent connections, and the last position before the console stops is told only once. Nothing
+// piles up: there is at most one in the box and one under way.
 //
 // Thread: its own, with a connection of its own, so that no transfer waits for a position. `api` is
 // used by this thread alone.
@@ -39,10 +41,12 @@ private:
         api::Position position;
         std::int32_t sessionId;
         std::string token;
+        int triesLeft;
     };
 
     void Run();
-    void Send(const Letter& letter, std::uint64_t generation);
+    void Send(Letter letter, std::uint64_t generation);
+    void PutBack(Letter letter, std::uint64_t generation);
 
     ApiClient& m_api;
     SessionEnded m_onSessionEnded;
