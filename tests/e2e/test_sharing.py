@@ -1,46 +1,9 @@
 """From the receiver in the cab to the office: where the console is, whichever comes first, the login or the fix."""
 
-import json
-import urllib.request
-
-from kelvoe2e.case import OFFICE, PASSWORD, FarmCase
-from kelvoe2e.receiver import Receiver
-
-GUARD_SECONDS = 300
+from kelvoe2e.sharing import SharingCase
 
 
-class SharingTest(FarmCase):
-    def setUp(self):
-        self.receiver = Receiver()
-        self.addCleanup(self.receiver.close)  # after the consoles, which would tell of it
-        super().setUp()
-        token = self.call("POST", "/sessions", {"user": OFFICE, "password": PASSWORD})["token"]
-        request = urllib.request.Request(f"https://{self.service.address}/kelvo-api/v1/events",
-                                         headers={"Authorization": "Bearer " + token})
-        self.events = urllib.request.urlopen(request, context=self.tls, timeout=GUARD_SECONDS)
-        self.addCleanup(self.events.close)
-        self.make_inboxes()
-
-    def start(self):
-        return self.console(options=("--gps", f"serial:{self.receiver.device}@9600", "--show-position", "changes"))
-
-    def wait_for_change(self, console, change, mark=0):
-        console.wait_for(lambda line: line.position and line.position.get("change") == change, mark, change)
-
-    def wait_for_move(self, latitude):
-        """Until the office hears that the operator of this test is there."""
-        name = None
-        for raw in self.events:
-            field, _, value = raw.decode().rstrip("\r\n").partition(": ")
-            if field == "event":
-                name = value
-            elif field == "data" and name == "console-moved":
-                data = json.loads(value)
-                if data["user"]["name"] == self.operator and data["latitude"] == latitude:
-                    self.assertEqual(data["longitude"], 5.5)
-                    return
-        self.fail("the events ended")
-
+class SharingTest(SharingCase):
     def test_a_fix_before_the_login(self):
         console = self.start()
         self.receiver.move(41)

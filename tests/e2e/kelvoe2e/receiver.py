@@ -17,21 +17,28 @@ class Receiver:
         self.device = os.ttyname(slave)
         self._slave = slave  # kept open, so that nothing is lost while the console is not there yet
         os.set_blocking(self._master, False)  # a receiver does not wait for who listens
-        self._lock = threading.Lock()  # guards _latitude
+        self._news = threading.Condition()  # guards _latitude and what follows
         self._latitude = None
-        self._ended = threading.Event()
+        self._has_moved = False
+        self._has_ended = False
         self._thread = threading.Thread(target=self._run, daemon=True)
         self._thread.start()
 
     def move(self, latitude):
-        """To whole degrees north, or where there is no fix: None."""
-        with self._lock:
+        """To whole degrees north, or where there is no fix: None. Told at once, then every PERIOD_SECONDS."""
+        with self._news:
             self._latitude = latitude
+            self._has_moved = True
+            self._news.notify_all()
 
     def _run(self):
         second = 0
-        while not self._ended.wait(PERIOD_SECONDS):
-            with self._lock:
+        while True:
+            with self._news:
+                self._news.wait_for(lambda: self._has_moved or self._has_ended, PERIOD_SECONDS)
+                if self._has_ended:
+                    return
+                self._has_moved = False
                 latitude = self._latitude
             place = ",,," if latitude is None else f"{latitude:02}00.000,N,00530.000,E"
             body = f"GPGGA,1200{second % 60:02}.00,{place},{0 if latitude is None else 4},09,1.1,112.0,M,47.0,M,,"
@@ -42,7 +49,9 @@ class Receiver:
             second += 1
 
     def close(self):
-        self._ended.set()
+        with self._news:
+            self._has_ended = True
+            self._news.notify_all()
         self._thread.join()
         os.close(self._slave)
         os.close(self._master)
