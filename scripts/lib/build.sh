@@ -8,10 +8,13 @@ export CMAKE_BUILD_PARALLEL_LEVEL
 # A clone in another folder finds in the cache what was compiled in this one.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 
-# configure PRESET [CMAKE-ARGUMENT...]
+# configure PRESET [CMAKE-ARGUMENT...]: with the caller's KELVO_TEST_DATA, if there is one
 configure() {
     local preset=$1
     shift
+    if [[ -n ${KELVO_TEST_DATA:-} ]]; then
+        set -- -DKELVO_TEST_DATA="$KELVO_TEST_DATA" "$@"
+    fi
     # What is said here interests only when it goes wrong.
     mkdir -p "build/$preset"
     if ! cmake --preset "$preset" "$@" >"build/$preset/configure.log" 2>&1; then
