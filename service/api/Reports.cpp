@@ -96,7 +96,7 @@ Async<Response> putEnvironment(Context& context, Request& request)
     const std::string document = body.dump();
     auto change = [&](store::Transaction& transaction) {
         const store::Id console = store::reportingConsole(transaction, session, address);
-        store::setEnvironment(transaction, console, document, context.clock.nowMs());
+        store::setEnvironment(transaction, session, console, document, context.clock.nowMs());
     };
     co_await context.database.write(change);
     co_return Response::noContent();

@@ -8,12 +8,15 @@ namespace kelvo::store {
 using soci::into;
 using soci::use;
 
-void setEnvironment(Transaction& transaction, Id console, const std::string& document,
-                    long long nowMs)
+void setEnvironment(Transaction& transaction, const Session& session, Id console,
+                    const std::string& document, long long nowMs)
 {
     transaction.sql << "UPDATE consoles SET environment = :document, environment_ms = :received"
                        " WHERE id = :id",
         use(document), use(nowMs), use(console);
+    transaction.sql << "UPDATE sessions SET environment = :document, environment_ms = :received"
+                       " WHERE token_hash = :hash",
+        use(document), use(nowMs), use(session.tokenHash);
 }
 
 void setDevice(Transaction& transaction, Id console, const std::string& hardwareAddress,

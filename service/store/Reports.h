@@ -16,9 +16,12 @@ struct Position
     long long receivedMs = 0;
 };
 
-/** The newest report replaces the console's former one. Documents are JSON as received. */
-void setEnvironment(Transaction& transaction, Id console, const std::string& document,
-                    long long nowMs);
+/**
+ * The newest report replaces the console's former one, and the session's. Documents are JSON as
+ * received.
+ */
+void setEnvironment(Transaction& transaction, const Session& session, Id console,
+                    const std::string& document, long long nowMs);
 
 /** One a console and the device's hardware address, which may be empty. */
 void setDevice(Transaction& transaction, Id console, const std::string& hardwareAddress,

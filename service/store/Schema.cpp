@@ -121,10 +121,17 @@ constexpr const char* consoles[] = {
     " (SELECT COUNT(*) FROM events e WHERE e.farm_id = farms.id)",
 };
 
+// A console's last environment may be of another session than the one asked for.
+constexpr const char* sessionEnvironments[] = {
+    "ALTER TABLE sessions ADD COLUMN environment TEXT NOT NULL DEFAULT ''",
+    "ALTER TABLE sessions ADD COLUMN environment_ms BIGINT NOT NULL DEFAULT 0",
+};
+
 /** Step N brings version N to N+1; steps are never changed once released, only added. */
 constexpr std::array migrations{
     std::span<const char* const>(firstSchema),
     std::span<const char* const>(consoles),
+    std::span<const char* const>(sessionEnvironments),
 };
 
 int readVersion(soci::session& sql)

@@ -51,6 +51,14 @@ class Consoles(ConsoleTest):
                          [(1, ""), (0, "00:11")])
         self.assertEqual((console["position"]["latitude"], console["position"]["longitude"]), (52.1234567, 5.25))
 
+    def test_of_two_sessions_at_one_console_the_last_one_tells_what_it_is(self):
+        piet = self.user("piet")
+        for client, name in ((self.olga, "first"), (piet, "second"), (self.olga, "third")):
+            self.environment(client, "both", console_string=name)
+            console = self.console("both")
+            self.assertEqual(console["environment"]["console"]["console_string"], name)
+            self.assertEqual(console["operator"]["name"], "piet" if client is piet else "olga")
+
     def test_a_console_has_one_track_whoever_drives_it(self):
         piet = self.user("piet")
         for client, latitude in ((self.olga, 1), (piet, 2), (self.olga, 3)):

@@ -76,6 +76,14 @@ TEST_P(StoreContract, BringsWhatTheFirstSchemaKnewOfConsolesAlong)
     EXPECT_EQ(consoles[1].operatorName, "piet");
     EXPECT_EQ(consoles[1].environment, "");
 
+    std::string environment = "none";
+    migrated.readNow([&](soci::session& sql) {
+        sql << "SELECT environment FROM sessions WHERE token_hash = 'hash'",
+            soci::into(environment);
+        return 0;
+    });
+    EXPECT_EQ(environment, "") << "nobody knows any more which session told it";
+
     const store::Session session{"hash", {2, store::Farm{1, "Hill Farm"}, "olga"}, 100};
     migrated.writeNow([&](store::Transaction& t) {
         EXPECT_EQ(store::reportingConsole(t, session, ""), consoles[0].id);

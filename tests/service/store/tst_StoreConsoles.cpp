@@ -4,6 +4,9 @@
 #include "tests/service/store/StoreContract.h"
 
 #include <gmock/gmock.h>
+#include <soci/soci.h>
+
+#include <utility>
 
 namespace kelvo::test {
 namespace {
@@ -23,6 +26,17 @@ protected:
     store::Id report(const store::Session& session, const std::string& address)
     {
         return write([&](Transaction& t) { return store::reportingConsole(t, session, address); });
+    }
+
+    std::pair<std::string, long long> environmentOf(const store::Session& session)
+    {
+        std::pair<std::string, long long> kept;
+        read([&](soci::session& sql) {
+            sql << "SELECT environment, environment_ms FROM sessions WHERE token_hash = :hash",
+                soci::into(kept.first), soci::into(kept.second), soci::use(session.tokenHash);
+            return 0;
+        });
+        return kept;
     }
 
     std::vector<store::Console> consoles()
@@ -101,12 +115,13 @@ TEST_P(StoreConsoles, WithTheSameAddressOnTwoFarmsAreTwo)
 
 TEST_P(StoreConsoles, KeepTheLastReportsOnly)
 {
-    const store::Id console = report(logIn(olga, "a"), "00:1b");
+    const store::Session session = logIn(olga, "a");
+    const store::Id console = report(session, "00:1b");
     EXPECT_EQ(consoles()[0].environment, "");
     EXPECT_FALSE(consoles()[0].position);
-    write([console](Transaction& t) {
+    write([&](Transaction& t) {
         for (const char* document : {"{\"n\":1}", "{\"n\":2}"}) {
-            store::setEnvironment(t, console, document, now);
+            store::setEnvironment(t, session, console, document, now);
             store::setDevice(t, console, "", document, now);
             store::setDevice(t, console, "00:11", document, now + 1);
         }
@@ -117,6 +132,23 @@ TEST_P(StoreConsoles, KeepTheLastReportsOnly)
     ASSERT_EQ(kept.devices.size(), 2U);
     EXPECT_EQ(kept.devices[0].document, "{\"n\":2}");
     EXPECT_EQ(kept.devices[1].receivedMs, now + 1);
+}
+
+TEST_P(StoreConsoles, KeepTheLastEnvironmentOfEachSession)
+{
+    const store::Session first = logIn(olga, "a");
+    const store::Session second = logIn(piet, "b");
+    const store::Id console = report(first, "00:1b");
+    ASSERT_EQ(report(second, "00:1b"), console);
+    write([&](Transaction& t) {
+        store::setEnvironment(t, first, console, "{\"n\":1}", now);
+        store::setEnvironment(t, first, console, "{\"n\":2}", now + 1);
+        store::setEnvironment(t, second, console, "{\"n\":3}", now + 2);
+    });
+    EXPECT_EQ(consoles()[0].environment, "{\"n\":3}");
+    EXPECT_EQ(environmentOf(first), std::pair(std::string("{\"n\":2}"), now + 1));
+    EXPECT_EQ(environmentOf(second), std::pair(std::string("{\"n\":3}"), now + 2));
+    EXPECT_EQ(environmentOf(logIn(olga, "c")), std::pair(std::string(), 0LL));
 }
 
 TEST_P(StoreConsoles, HaveATrackInTheOrderOfReceiptWhosePagesDoNotShift)
