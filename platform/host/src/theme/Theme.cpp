@@ -1,10 +1,11 @@
 // Puts a theme in force: palette, font and style of the application.
 #include "hostimpl/Theme.h"
 
+#include "theme/TThemeStyle.h"
+
 #include <QtGui/QPalette>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QStyle>
-#include <QtWidgets/QStyleFactory>
 #include <QtWidgets/QToolTip>
 #include <QtWidgets/QWidget>
 
@@ -63,8 +64,8 @@ QPalette PaletteOf(ETheme theme)
 void SetTheme(ETheme theme)
 {
     currentTheme = theme;
-    if (QApplication::style()->objectName() != QLatin1String("fusion")) {
-        QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    if (qobject_cast<TThemeStyle*>(QApplication::style()) == nullptr) {
+        QApplication::setStyle(new TThemeStyle);
     }
     const QPalette palette = PaletteOf(theme);
     QApplication::setFont(ThemeFont(EFont::eBody));

@@ -46,6 +46,8 @@ TChoicePopup::TChoicePopup(QWidget* parent, const QString& title, const TEditIte
     m_area->setWidget(column);
     m_area->setWidgetResizable(true);
     m_area->setFrameShape(QFrame::NoFrame);
+    m_area->viewport()->setAutoFillBackground(false);
+    column->setAutoFillBackground(false);
     m_area->setFocusPolicy(Qt::NoFocus);
     m_area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     QScroller::grabGesture(m_area->viewport(), QScroller::LeftMouseButtonGesture);
@@ -54,6 +56,11 @@ TChoicePopup::TChoicePopup(QWidget* parent, const QString& title, const TEditIte
     connect(back, &TPushButton::Clicked, this, &TPopupWindow::CloseWindow);
     layout->addWidget(back, 0, Qt::AlignRight);
     connect(this, &TPopupWindow::Closed, this, &QObject::deleteLater);
+    for (TPushButton* const choice : qAsConst(m_choices)) {
+        if (choice->Id() == static_cast<int>(item.value)) {
+            choice->setFocus();
+        }
+    }
 }
 
 TChoicePopup::~TChoicePopup() = default;
@@ -65,7 +72,6 @@ void TChoicePopup::AddChoice(QWidget& column, const TEditItem& item, int value)
     choice->setEnabled(isOffered);
     if (value == static_cast<int>(item.value)) {
         choice->setIcon(hostimpl::ThemeIcon(QStringLiteral("check")));
-        choice->setFocus();
     } else if (!isOffered) {
         choice->setIcon(hostimpl::ThemeIcon(QStringLiteral("not-offered")));
     }

@@ -95,6 +95,7 @@ void TListWidget::TParts::paint(QPainter* painter, const QStyleOptionViewItem& o
     painter->setPen(ThemeColour(EColour::eBorder));
     painter->drawLine(row.bottomLeft(), row.bottomRight());
     QRect mark(row.x() + PADDING, row.center().y() - MARK_SIZE / 2, MARK_SIZE, MARK_SIZE);
+    painter->setPen(QPen(ThemeColour(isOff ? EColour::eBorder : EColour::eText), 2.0));
     painter->drawRect(mark);
     if (isSelected) {
         hostimpl::ThemeIcon(QStringLiteral("check"))
@@ -124,7 +125,7 @@ void TListWidget::TParts::ShowFullName()
     const int room = TextPlace(QRect(0, 0, m_list.viewport()->width(), 1), index).width();
     const bool isElided =
         index.isValid() && room > 0 && QFontMetrics(FontOf(index)).horizontalAdvance(name) > room;
-    constexpr int frame = hostimpl::FOCUS_RING;
+    const int frame = m_list.frameWidth();
     const int width = m_list.width() - 2 * frame;
     int height = 0;
     if (isElided) {
@@ -132,16 +133,20 @@ void TListWidget::TParts::ShowFullName()
         height = std::min(m_band.heightForWidth(width),
                           MOST_BAND_LINES * m_band.fontMetrics().lineSpacing() + 8);
     }
-    m_list.setViewportMargins(frame, frame, frame, frame + height);
+    m_list.setViewportMargins(0, 0, 0, height);
     m_band.setGeometry(frame, m_list.height() - frame - height, width, height);
     m_band.setVisible(isElided);
+    if (isElided) {
+        m_list.scrollTo(index); // the band may have come over it
+    }
 }
 
 TListWidget::TListWidget(QWidget* parent)
     : QListWidget(parent), m_parts(std::make_unique<TParts>(*this))
 {
     setItemDelegate(m_parts.get());
-    setFrameShape(QFrame::NoFrame);
+    setFrameStyle(QFrame::Box | QFrame::Plain);
+    setLineWidth(hostimpl::FOCUS_RING);
     setUniformItemSizes(true);
     setFocusPolicy(Qt::StrongFocus);
     setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
@@ -256,6 +261,7 @@ bool TListWidget::event(QEvent* event)
         OnBackPressed();
     } else if (event->type() == QEvent::Paint && m_parts != nullptr) {
         QPainter painter(this);
+        painter.fillRect(rect(), hostimpl::ThemeColour(hostimpl::EColour::eWindow));
         hostimpl::DrawPanel(painter, rect());
         if (hasFocus() && !m_parts->isInHand) {
             hostimpl::DrawFocusRing(painter, rect());

@@ -240,5 +240,10 @@ QSize TMessageDialog::SizeWithin(const QSize& available) const
 void TMessageDialog::showEvent(QShowEvent* event)
 {
     SetupIfRequired();
+    // A question begins with the answer that changes nothing.
+    TPushButton* const first = GetMessageDialogButton(Type() == eQuestion ? eButton1 : eButton0);
+    if (first != nullptr && first->isEnabled()) {
+        first->setFocus();
+    }
     TPopupWindow::showEvent(event);
 }

@@ -60,6 +60,7 @@ TMessageText::TMessageText(QWidget* parent) : QTextEdit(parent)
     setReadOnly(true);
     setTextInteractionFlags(Qt::NoTextInteraction);
     setFrameShape(QFrame::NoFrame);
+    document()->setDocumentMargin(0.0);
     setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);

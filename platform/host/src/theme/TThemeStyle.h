@@ -1,0 +1,21 @@
+// How what Qt draws itself looks on the console: scroll bars and cursors that can be seen.
+#pragma once
+
+#include <QtWidgets/QProxyStyle>
+
+// Main thread.
+class TThemeStyle : public QProxyStyle
+{
+    Q_OBJECT
+
+public:
+    TThemeStyle();
+    ~TThemeStyle() override;
+
+    int pixelMetric(PixelMetric metric, const QStyleOption* option,
+                    const QWidget* widget) const override;
+    QRect subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part,
+                         const QWidget* widget) const override;
+    void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                            QPainter* painter, const QWidget* widget) const override;
+};
