@@ -1,9 +1,30 @@
 // Loads the plug-in, starts it and stops it.
 #include "console/PluginHost.h"
 
+#include "host/TGen2DynamicLibrary.h"
+
 #include <QtCore/QFileInfo>
 
 #include <exception>
+#include <functional>
+
+namespace {
+
+// Runs a part of the plug-in. False if it throws; `errorText` then tells why after `what`.
+bool Run(const std::function<void()>& part, const QString& what, QString& errorText)
+{
+    try {
+        part();
+        return true;
+    } catch (const std::exception& exception) {
+        errorText = what + QLatin1String(": ") + QString::fromUtf8(exception.what());
+    } catch (...) {
+        errorText = what + QLatin1Char('.');
+    }
+    return false;
+}
+
+} // namespace
 
 namespace console {
 
@@ -37,20 +58,17 @@ bool TPluginHost::Load(const QString& path, QString& errorText)
     m_initialise = reinterpret_cast<TInitialise>(resolve("Initialise"));
     m_finalise = reinterpret_cast<TFinalise>(resolve("Finalise"));
     m_getKelvoInterface = reinterpret_cast<TGetKelvoInterface>(resolve("GetKelvoInterface"));
+    m_root = reinterpret_cast<TGen2DynamicLibrary**>(m_library.resolve("dll"));
     return errorText.isEmpty();
 }
 
 bool TPluginHost::Start(const TPluginContext& context, QString& errorText)
 {
-    try {
+    const auto initialise = [&] {
         m_initialise(context.parentWidget, context.gpsCoordinator, context.hostString,
                      context.userLevels, context.features);
-    } catch (const std::exception& exception) {
-        errorText = QStringLiteral("The plug-in's start failed: %1")
-                        .arg(QString::fromUtf8(exception.what()));
-        return false;
-    } catch (...) {
-        errorText = QStringLiteral("The plug-in's start failed.");
+    };
+    if (!Run(initialise, QStringLiteral("The plug-in's start failed"), errorText)) {
         return false;
     }
     m_isRunning = true;
@@ -60,6 +78,17 @@ bool TPluginHost::Start(const TPluginContext& context, QString& errorText)
         return false;
     }
     return true;
+}
+
+bool TPluginHost::CreateScreens(QString& errorText)
+{
+    TGen2DynamicLibrary* const root = m_isRunning && m_root != nullptr ? *m_root : nullptr;
+    if (root == nullptr) {
+        errorText = QStringLiteral("The plug-in offers no root object, so it has no screens.");
+        return false;
+    }
+    return Run([root] { root->CreateScreens(); },
+               QStringLiteral("The plug-in could not build its screens"), errorText);
 }
 
 void TPluginHost::Stop()

@@ -8,6 +8,7 @@ class QWidget;
 class TAppFeatures;
 class TAppUserLevels;
 class TGPSCoordinator;
+class TGen2DynamicLibrary;
 class TKelvoInterface;
 
 namespace console {
@@ -22,7 +23,8 @@ struct TPluginContext
     const TAppFeatures* features = nullptr;
 };
 
-// The plug-in as the console sees it: a library with three entry points.
+// The plug-in as the console sees it: a library with three entry points and, if
+// it has screens, an exported root object.
 //
 // Thread: main. Ownership: the library is never unloaded, since the meta-types that it registered
 // point into it.
@@ -44,6 +46,10 @@ public:
     // plug-in's worker is ready.
     bool Start(const TPluginContext& context, QString& errorText);
 
+    // Has the running plug-in build its screens and register them with the window manager. False if
+    // it offers no root object or throws; the plug-in still runs then.
+    bool CreateScreens(QString& errorText);
+
     // Finalises a running plug-in; blocks until its thread has ended. The hub is gone then.
     void Stop();
 
@@ -60,6 +66,7 @@ private:
     TInitialise m_initialise = nullptr;
     TFinalise m_finalise = nullptr;
     TGetKelvoInterface m_getKelvoInterface = nullptr;
+    TGen2DynamicLibrary** m_root = nullptr; // the library's; null in one without screens
     bool m_isRunning = false;
 };
 
