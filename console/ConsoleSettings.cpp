@@ -29,9 +29,10 @@ QString DefaultDataFolder()
 QString Description()
 {
     return QStringLiteral(
-               "The KELVO console without screens: loads the plug-in, takes commands, and prints a "
-               "line for every\nsignal of the plug-in's hub and for the result of every "
-               "command.\n\n"
+               "The KELVO console: opens its window and loads the plug-in. With --headless, "
+               "without "
+               "screens: takes\ncommands, and prints a line for every signal of the plug-in's hub "
+               "and for the result of every command.\n\n"
                "The user name and the password come from --credentials, or from KELVO_USER and\n"
                "KELVO_PASSWORD in the environment; otherwise the stored ones are used. Neither is "
                "stored\nor printed.\n\n"
@@ -55,14 +56,6 @@ bool ReadShownPositions(const QString& text, console::EShownPositions& shown)
     return text == QLatin1String("fixes");
 }
 
-// host, host:port, or [IPv6]:port; what the host is called is the resolver's business.
-bool IsServiceAddress(const QString& text)
-{
-    static const QRegularExpression form(
-        QStringLiteral("^([A-Za-z0-9._-]+|\\[[0-9A-Fa-f:.]+\\])(:[0-9]{1,5})?$"));
-    return form.match(text).hasMatch();
-}
-
 } // namespace
 
 namespace console {
@@ -77,7 +70,7 @@ void DescribeOptions(QCommandLineParser& parser)
     parser.addOption(
         {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this.")});
     parser.addVersionOption();
-    add("headless", "", QStringLiteral("Run without screens (for now the only way to run)."));
+    add("headless", "", QStringLiteral("Run without screens."));
     add("plugin", "PATH", QStringLiteral("The plug-in, default ../lib/libkelvo.so."));
     add("service", "HOST[:PORT]", QStringLiteral("The service, instead of the plug-in's own."));
     add("ca", "FILE", QStringLiteral("Certificates to trust besides the system's."));
@@ -114,6 +107,8 @@ bool ReadSettings(const QCommandLineParser& parser, TConsoleSettings& settings, 
     settings.authorityFile = value("ca", QString());
     settings.dataFolder =
         QDir::cleanPath(QFileInfo(value("data", DefaultDataFolder())).absoluteFilePath());
+    settings.isDataFolderGiven = parser.isSet(QStringLiteral("data"));
+    settings.isGpsGiven = parser.isSet(QStringLiteral("gps"));
     settings.credentialsFile = value("credentials", QString());
     settings.scriptFile = value("script", QStringLiteral("-"));
 
@@ -154,6 +149,13 @@ bool ReadSettings(const QCommandLineParser& parser, TConsoleSettings& settings, 
         settings.authorityFile = file.absoluteFilePath();
     }
     return true;
+}
+
+bool IsServiceAddress(const QString& text)
+{
+    static const QRegularExpression form(
+        QStringLiteral("^([A-Za-z0-9._-]+|\\[[0-9A-Fa-f:.]+\\])(:[0-9]{1,5})?$"));
+    return form.match(text).hasMatch();
 }
 
 void ExportToEnvironment(const TConsoleSettings& settings)

@@ -27,6 +27,9 @@ struct TConsoleSettings
     EShownPositions shownPositions = EShownPositions::eNone;
     int timeoutSeconds = 120;
     bool isHeadless = false;
+    // Whether the command line says so; otherwise the window goes by what the operator has set up.
+    bool isDataFolderGiven = false;
+    bool isGpsGiven = false;
 };
 
 // Gives `parser` the console's options and its help text.
@@ -35,6 +38,9 @@ void DescribeOptions(QCommandLineParser& parser);
 // Reads the settings from a parsed command line. False if a value makes no sense; `errorText` says
 // which.
 bool ReadSettings(const QCommandLineParser& parser, TConsoleSettings& settings, QString& errorText);
+
+// Whether it is host, host:port or [IPv6]:port. What the host is called is the resolver's business.
+bool IsServiceAddress(const QString& text);
 
 // Puts what the plug-in and its SDK read from the environment there. Before the plug-in is loaded.
 void ExportToEnvironment(const TConsoleSettings& settings);

@@ -70,4 +70,17 @@ void ConfigureCredentials(const TCredentials& credentials)
     config.SetItem(ePasswordItem, credentials.password, false);
 }
 
+bool SetUpCredentials(const QString& file, QString& errorText)
+{
+    TCredentials credentials;
+    const bool hasEnvironment = TakeCredentialsFromEnvironment(credentials);
+    if (!file.isEmpty() && !ReadCredentialsFile(file, credentials, errorText)) {
+        return false;
+    }
+    if (!file.isEmpty() || hasEnvironment) {
+        ConfigureCredentials(credentials);
+    }
+    return true;
+}
+
 } // namespace console

@@ -23,4 +23,8 @@ bool TakeCredentialsFromEnvironment(TCredentials& credentials);
 // process runs.
 void ConfigureCredentials(const TCredentials& credentials);
 
+// Configures those of `file`, if it is not empty, or else of the environment, if they are there.
+// False if the file is no good.
+bool SetUpCredentials(const QString& file, QString& errorText);
+
 } // namespace console

@@ -1,12 +1,14 @@
 // The console's program.
 #include "console/ConsoleSettings.h"
 #include "console/headless/HeadlessSession.h"
+#include "console/window/WindowRun.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtGui/QGuiApplication>
 
 #include <csignal>
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -16,24 +18,26 @@ int Refuse(const QString& text)
     return console::eExitUsage;
 }
 
-} // namespace
-
-int main(int argc, char* argv[])
+bool HasDisplay()
 {
-    std::signal(SIGPIPE, SIG_IGN); // a reader that went away must not end the plug-in
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    // Qt would take some of our options for its own.
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i) {
-        arguments << QString::fromLocal8Bit(argv[i]);
-    }
-    int ownArgumentCount = 1;
-    QGuiApplication application(ownArgumentCount, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("kelvo-console"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(KELVO_VERSION));
+    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
 
+// Which application object is made has to be known before there is one to read the options with.
+bool AsksForWindow(const QStringList& arguments)
+{
+    for (const char* const other : {"--headless", "--help", "-h", "--version", "-v"}) {
+        if (arguments.contains(QLatin1String(other))) {
+            return false;
+        }
+    }
+    return console::HasWindow() && HasDisplay();
+}
+
+int Run(const QStringList& arguments, bool canOpenWindow)
+{
     QCommandLineParser parser;
     console::DescribeOptions(parser);
     if (!parser.parse(arguments)) {
@@ -50,9 +54,38 @@ int main(int argc, char* argv[])
     if (!console::ReadSettings(parser, settings, errorText)) {
         return Refuse(errorText);
     }
-    if (!settings.isHeadless) {
-        return Refuse(QStringLiteral("There is only a console without screens so far: start it "
-                                     "with --headless."));
+    if (settings.isHeadless) {
+        return console::RunHeadless(settings);
     }
-    return console::RunHeadless(settings);
+    if (!canOpenWindow) {
+        return Refuse(console::HasWindow()
+                          ? QStringLiteral("There is no display to open the window on; --headless "
+                                           "does without.")
+                          : QStringLiteral("This console was built without a window: start it with "
+                                           "--headless."));
+    }
+    return console::RunWindow(settings);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    std::signal(SIGPIPE, SIG_IGN); // a reader that went away must not end the plug-in
+    // Qt would take some of our options for its own.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) {
+        arguments << QString::fromLocal8Bit(argv[i]);
+    }
+    int ownArgumentCount = 1;
+    const bool opensWindow = AsksForWindow(arguments);
+    if (!opensWindow && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    const std::unique_ptr<QCoreApplication> application =
+        opensWindow ? console::MakeWindowApplication(ownArgumentCount, argv)
+                    : std::make_unique<QGuiApplication>(ownArgumentCount, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("kelvo-console"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(KELVO_VERSION));
+    return Run(arguments, opensWindow);
 }

@@ -69,19 +69,6 @@ bool ReadScript(const QString& path, std::optional<QStringList>& lines, QString&
     return true;
 }
 
-bool SetUpCredentials(const QString& file, QString& errorText)
-{
-    console::TCredentials credentials;
-    const bool hasEnvironment = console::TakeCredentialsFromEnvironment(credentials);
-    if (!file.isEmpty() && !console::ReadCredentialsFile(file, credentials, errorText)) {
-        return false;
-    }
-    if (!file.isEmpty() || hasEnvironment) {
-        console::ConfigureCredentials(credentials);
-    }
-    return true;
-}
-
 // Runs the commands until they end or a signal stops them. The plug-in runs all the while.
 int RunScript(TKelvoInterface& hub, hostimpl::TFedGPSCoordinator& coordinator,
               const console::TPositionMonitor& position, const std::optional<QStringList>& script,

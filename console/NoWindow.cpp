@@ -1,0 +1,23 @@
+// Stands in for the window in a build without Qt Widgets.
+#include "console/window/WindowRun.h"
+
+#include <QtGui/QGuiApplication>
+
+namespace console {
+
+bool HasWindow()
+{
+    return false;
+}
+
+std::unique_ptr<QCoreApplication> MakeWindowApplication(int& argumentCount, char** arguments)
+{
+    return std::make_unique<QGuiApplication>(argumentCount, arguments);
+}
+
+int RunWindow(const TConsoleSettings&)
+{
+    return 1;
+}
+
+} // namespace console

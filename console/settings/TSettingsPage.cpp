@@ -1,0 +1,206 @@
+// The page on which the operator sets up the console.
+#include "console/settings/TSettingsPage.h"
+
+#include "console/settings/Languages.h"
+#include "console/settings/Scrolling.h"
+#include "host/TPropertyWidget.h"
+#include "host/TPushButton.h"
+#include "hostimpl/Theme.h"
+
+#include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QScrollArea>
+#include <QtWidgets/QVBoxLayout>
+
+#include <array>
+
+namespace {
+
+using console::TStoredSettings;
+
+constexpr QSize buttonSize(170, PROPERTY_WIDGET_HEIGHT);
+constexpr int gap = 8;
+
+struct TTextRow
+{
+    const char* iconName;
+    const char* name;
+    const char* toolTip;
+    QString TStoredSettings::*value;
+};
+
+constexpr std::array<TTextRow, 4> textRows = {{
+    {"link-up", QT_TRANSLATE_NOOP("console::TSettingsPage", "Service"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Host and port; empty for the usual one"),
+     &TStoredSettings::service},
+    {"lock", QT_TRANSLATE_NOOP("console::TSettingsPage", "Service's certificate"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage",
+                       "A file with the authority to trust besides the system's"),
+     &TStoredSettings::authorityFile},
+    {"gps-fix", QT_TRANSLATE_NOOP("console::TSettingsPage", "Position source"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage",
+                       "gpsd:HOST:PORT, serial:DEVICE@BAUD or nmea:FILE; empty for none"),
+     &TStoredSettings::positionSource},
+    {"save", QT_TRANSLATE_NOOP("console::TSettingsPage", "Data folder"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Where everything that is received is kept"),
+     &TStoredSettings::dataFolder},
+}};
+
+struct TFlagRow
+{
+    const char* iconName;
+    const char* name;
+    const char* off;
+    const char* on;
+    bool TStoredSettings::*value;
+};
+
+constexpr std::array<TFlagRow, 3> flagRows = {{
+    {"moon", QT_TRANSLATE_NOOP("console::TSettingsPage", "Colours"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Day"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Night"), &TStoredSettings::isNight},
+    {"user", QT_TRANSLATE_NOOP("console::TSettingsPage", "User level"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Driver: no data exchange"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Operator: everything"),
+     &TStoredSettings::isDataExchangeAllowed},
+    {"Select", QT_TRANSLATE_NOOP("console::TSettingsPage", "Screen"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Window"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Full screen"), &TStoredSettings::isFullScreen},
+}};
+
+constexpr int languageRow = int(textRows.size());
+constexpr int firstFlagRow = languageRow + 1;
+
+TPropertyWidget* MakeRow(const char* iconName, const QString& name)
+{
+    auto* const row = new TPropertyWidget;
+    row->SetPropertyIcon(QString::fromLatin1(iconName));
+    row->SetPropertyName(name);
+    row->setFixedHeight(PROPERTY_WIDGET_HEIGHT);
+    return row;
+}
+
+} // namespace
+
+namespace console {
+
+TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(new QLabel)
+{
+    auto* const rows = new QWidget;
+    auto* const column = new QVBoxLayout(rows);
+    column->setContentsMargins(gap, gap, gap, gap);
+    column->setSpacing(gap);
+    AddTextRows(*column);
+    AddChoiceRows(*column);
+    column->addStretch();
+
+    m_message->setWordWrap(true);
+    m_message->setTextFormat(Qt::PlainText);
+    m_message->setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    m_save = new TPushButton(this, tr("Save"), buttonSize, {}, 0, tr("Keep what is shown"));
+    m_discard = new TPushButton(this, tr("Discard"), buttonSize, {}, 0, tr("Show what was kept"));
+    for (TPushButton* const button : {m_save, m_discard}) {
+        button->setFixedSize(buttonSize);
+    }
+    auto* const bottom = new QHBoxLayout;
+    bottom->setContentsMargins(2 * gap, gap, gap, gap);
+    bottom->addWidget(m_message, 1);
+    bottom->addWidget(m_discard);
+    bottom->addWidget(m_save);
+    auto* const all = new QVBoxLayout(this);
+    all->setContentsMargins(0, 0, 0, 0);
+    all->addWidget(MakeScrollArea(rows), 1);
+    all->addLayout(bottom);
+
+    connect(m_save, &TPushButton::clicked, this, &TSettingsPage::Save);
+    connect(m_discard, &TPushButton::clicked, this, [this] { Show(TStoredSettings(m_shown)); });
+}
+
+TSettingsPage::~TSettingsPage() = default;
+
+void TSettingsPage::AddTextRows(QVBoxLayout& column)
+{
+    for (const TTextRow& row : textRows) {
+        TPropertyWidget* const widget = MakeRow(row.iconName, tr(row.name));
+        widget->SetToolTip(tr(row.toolTip));
+        widget->SetPropertyType(TPropertyWidget::eText, nullptr);
+        m_rows.append(widget);
+        column.addWidget(widget);
+    }
+}
+
+void TSettingsPage::AddChoiceRows(QVBoxLayout& column)
+{
+    TEditItem languageItem;
+    for (const TLanguage& language : languages) {
+        const int index = languageItem.options.Size();
+        languageItem.options.Append(QString::fromUtf8(language.name));
+        languageItem.optionsEnabled.Set(index, IsLanguageInstalled(QLatin1String(language.code)));
+    }
+    languageItem.maximum = double(languages.size() - 1);
+    m_rows.append(MakeRow("language", tr("Language")));
+    m_rows.last()->SetPropertyType(TPropertyWidget::eChoice, &languageItem);
+    for (const TFlagRow& row : flagRows) {
+        TEditItem item;
+        item.options.Append(tr(row.off));
+        item.options.Append(tr(row.on));
+        item.maximum = 1.0;
+        m_rows.append(MakeRow(row.iconName, tr(row.name)));
+        m_rows.last()->SetPropertyType(TPropertyWidget::eChoice, &item);
+    }
+    for (int row = languageRow; row < m_rows.size(); ++row) {
+        column.addWidget(m_rows.at(row));
+    }
+}
+
+void TSettingsPage::Show(const TStoredSettings& settings)
+{
+    m_shown = settings;
+    for (std::size_t row = 0; row < textRows.size(); ++row) {
+        m_rows.at(int(row))->SetTextValue(settings.*textRows.at(row).value);
+    }
+    m_rows.at(languageRow)->SetNumericalValue(LanguageRow(settings.language));
+    for (std::size_t row = 0; row < flagRows.size(); ++row) {
+        m_rows.at(firstFlagRow + int(row))
+            ->SetNumericalValue(settings.*flagRows.at(row).value ? 1.0 : 0.0);
+    }
+    SetMessage({});
+}
+
+TStoredSettings TSettingsPage::Entered() const
+{
+    TStoredSettings settings = m_shown;
+    for (std::size_t row = 0; row < textRows.size(); ++row) {
+        settings.*textRows.at(row).value = m_rows.at(int(row))->GetTextValue().trimmed();
+    }
+    const auto language = static_cast<std::size_t>(m_rows.at(languageRow)->GetNumericalValue());
+    settings.language = QLatin1String(languages.at(language).code);
+    for (std::size_t row = 0; row < flagRows.size(); ++row) {
+        settings.*flagRows.at(row).value =
+            m_rows.at(firstFlagRow + int(row))->GetNumericalValue() > 0.5;
+    }
+    return settings;
+}
+
+void TSettingsPage::Save()
+{
+    const TStoredSettings settings = Entered();
+    QString errorText;
+    if (!CheckStoredSettings(settings, errorText)) {
+        SetMessage(errorText);
+        return;
+    }
+    Q_EMIT SaveWanted(settings);
+}
+
+void TSettingsPage::SetMessage(const QString& text)
+{
+    m_message->setText(text);
+}
+
+QString TSettingsPage::Message() const
+{
+    return m_message->text();
+}
+
+} // namespace console

@@ -1,0 +1,74 @@
+// The window and the plug-in in it: what the operator sets up.
+#include "console/settings/TSettingsPage.h"
+#include "console/window/TLauncherBar.h"
+#include "console/window/TWindowSession.h"
+#include "host/ConfigManager.h"
+#include "hostimpl/Theme.h"
+
+namespace {
+
+using console::TStoredSettings;
+
+// What is read at the start only.
+bool IsForNextStart(const TStoredSettings& former, const TStoredSettings& settings)
+{
+    return former.service != settings.service || former.authorityFile != settings.authorityFile ||
+           former.dataFolder != settings.dataFolder || former.language != settings.language;
+}
+
+} // namespace
+
+namespace console {
+
+void TWindowSession::OpenSettings()
+{
+    if (m_window->CurrentPage() == m_settingsPage.get()) {
+        return;
+    }
+    m_settingsPage->Show(m_stored);
+    m_window->AddPage(m_settingsPage.get(), tr("Settings"));
+    m_window->ShowPage(m_settingsPage.get());
+}
+
+void TWindowSession::SaveSettings(const TStoredSettings& settings)
+{
+    const TStoredSettings former = m_stored;
+    m_stored = settings;
+    if (!WriteStoredSettings(ConfigManager::Instance(), settings)) {
+        m_stored.dataFolder = former.dataFolder;
+        m_settingsPage->SetMessage(tr("The data folder could not be kept."));
+        return;
+    }
+    Apply(settings);
+    if (former.positionSource != settings.positionSource) {
+        TGpsSetting gps;
+        QString errorText;
+        if (!settings.positionSource.isEmpty() &&
+            !ParseGpsSetting(settings.positionSource, gps, errorText)) {
+            gps = {};
+        }
+        StartSource(gps);
+    }
+    m_settingsPage->Show(m_stored);
+    m_settingsPage->SetMessage(IsForNextStart(former, settings)
+                                   ? tr("Kept. It applies from the next start of the console on.")
+                                   : tr("Kept."));
+}
+
+void TWindowSession::Apply(const TStoredSettings& settings)
+{
+    const auto theme = settings.isNight ? hostimpl::ETheme::eNight : hostimpl::ETheme::eDay;
+    hostimpl::SetTheme(theme);
+    m_window->Launcher().SetNight(settings.isNight);
+    if (m_window->isFullScreen() != settings.isFullScreen) {
+        m_window->setWindowState(m_window->windowState() ^ Qt::WindowFullScreen);
+    }
+    m_screens->Refresh(); // the user level may be another one
+}
+
+void TWindowSession::Keep()
+{
+    WriteStoredSettings(ConfigManager::Instance(), m_stored);
+}
+
+} // namespace console

@@ -1,0 +1,91 @@
+// How the status bar words what it shows.
+#include "console/window/StatusTexts.h"
+
+#include <QtCore/QCoreApplication>
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+
+namespace {
+
+using console::TPositionState;
+
+struct TRow
+{
+    const char* iconName;
+    const char* text;
+};
+
+// Each in the order of its enumeration.
+constexpr std::array<TRow, 4> sourceRows = {{
+    {"gps-lost", QT_TRANSLATE_NOOP("StatusBar", "No position source")},
+    {"gps-lost", QT_TRANSLATE_NOOP("StatusBar", "Waiting for a receiver")},
+    {"gps-lost", QT_TRANSLATE_NOOP("StatusBar", "No position")},
+    {"gps-lost", QT_TRANSLATE_NOOP("StatusBar", "The position log has ended")},
+}};
+constexpr std::array<const char*, 9> qualityTexts = {{
+    QT_TRANSLATE_NOOP("StatusBar", "no fix"),
+    QT_TRANSLATE_NOOP("StatusBar", "GPS"),
+    QT_TRANSLATE_NOOP("StatusBar", "DGPS"),
+    QT_TRANSLATE_NOOP("StatusBar", "PPS"),
+    QT_TRANSLATE_NOOP("StatusBar", "RTK"),
+    QT_TRANSLATE_NOOP("StatusBar", "RTK float"),
+    QT_TRANSLATE_NOOP("StatusBar", "estimated"),
+    QT_TRANSLATE_NOOP("StatusBar", "manual"),
+    QT_TRANSLATE_NOOP("StatusBar", "simulated"),
+}};
+constexpr std::array<TRow, 6> linkRows = {{
+    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "No plug-in")},
+    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Logged out")},
+    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Connecting...")},
+    {"link-up", QT_TRANSLATE_NOOP("StatusBar", "Connected")},
+    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "No connection")},
+    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Connection lost")},
+}};
+
+template <typename TTable, typename TEnum>
+const auto& Row(const TTable& table, TEnum value)
+{
+    return table.at(static_cast<std::size_t>(value));
+}
+
+QString Translate(const char* text)
+{
+    return QCoreApplication::translate("StatusBar", text);
+}
+
+QString Degrees(double degrees, QLatin1Char positive, QLatin1Char negative)
+{
+    return QString::number(std::fabs(degrees), 'f', 5) + QStringLiteral("\u00b0 ") +
+           (degrees < 0 ? negative : positive);
+}
+
+} // namespace
+
+namespace console {
+
+TStatusWords PositionWords(const TPositionState& state)
+{
+    if (state.state == EPositionState::eFix) {
+        return {QStringLiteral("gps-fix"),
+                QStringLiteral("%1  %2  %3")
+                    .arg(Translate(Row(qualityTexts, state.fix.quality)),
+                         Degrees(state.fix.latitudeDegrees, QLatin1Char('N'), QLatin1Char('S')),
+                         Degrees(state.fix.longitudeDegrees, QLatin1Char('E'), QLatin1Char('W')))};
+    }
+    if (state.state == EPositionState::eLost && state.source == ESourceState::eRunning) {
+        return {QStringLiteral("gps-lost"),
+                QCoreApplication::translate("StatusBar", "Position lost")};
+    }
+    const TRow& row = Row(sourceRows, state.source);
+    return {QString::fromLatin1(row.iconName), Translate(row.text)};
+}
+
+TStatusWords LinkWords(ELinkState state)
+{
+    const TRow& row = Row(linkRows, state);
+    return {QString::fromLatin1(row.iconName), Translate(row.text)};
+}
+
+} // namespace console

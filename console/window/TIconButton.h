@@ -1,0 +1,36 @@
+// A large button with an icon above its name.
+#pragma once
+
+#include "host/MMICapableWidget.h"
+
+#include <QtCore/QSize>
+#include <QtCore/QString>
+#include <QtWidgets/QAbstractButton>
+
+namespace console {
+
+// Its icon is one of the host's theme and follows it. Checked means: this is what is shown now.
+//
+// Thread: main.
+class TIconButton : public QAbstractButton, public ZRA::MMICapableWidget
+{
+    Q_OBJECT
+
+public:
+    TIconButton(const QString& iconName, const QString& caption, QWidget* parent = nullptr);
+
+    void SetIconName(const QString& iconName);
+    const QString& IconName() const { return m_iconName; }
+
+    bool OnWheelPressed() override;
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QString m_iconName;
+};
+
+} // namespace console

@@ -1,0 +1,57 @@
+// The sign that the service cannot be reached.
+#include "console/window/TLinkBanner.h"
+
+#include "hostimpl/Theme.h"
+
+#include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QLabel>
+
+namespace {
+
+// Black on amber reads by day and by night, whatever the theme is.
+const QColor signColour(0xff, 0xc1, 0x07);
+
+} // namespace
+
+namespace console {
+
+TLinkBanner::TLinkBanner(QWidget* parent) : QFrame(parent), m_text(new QLabel)
+{
+    setAutoFillBackground(true);
+    QPalette colours = palette();
+    colours.setColor(QPalette::Window, signColour);
+    colours.setColor(QPalette::WindowText, Qt::black);
+    setPalette(colours);
+    m_text->setPalette(colours);
+
+    m_text->setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    m_text->setWordWrap(true);
+    m_text->setTextFormat(Qt::RichText);
+    m_text->setTextInteractionFlags(Qt::NoTextInteraction);
+    auto* const row = new QHBoxLayout(this);
+    row->setContentsMargins(16, 8, 16, 8);
+    row->addWidget(m_text, 1);
+    hide();
+}
+
+void TLinkBanner::Show(ELinkState state, const QString& reason)
+{
+    QString text;
+    if (state == ELinkState::eFailed) {
+        text = tr("No connection to the service.");
+        if (!reason.isEmpty()) {
+            text += QLatin1Char(' ') + reason;
+        }
+    } else if (state == ELinkState::eLost) {
+        text = tr("The connection to the service has ended. Log in again to go on.");
+    }
+    m_text->setText(text);
+    setVisible(!text.isEmpty());
+}
+
+QString TLinkBanner::Text() const
+{
+    return m_text->text();
+}
+
+} // namespace console

@@ -1,0 +1,177 @@
+// The console's one window: launcher, main area, mini views, status bar.
+#include "console/window/TMainWindow.h"
+
+#include "console/window/THomePage.h"
+#include "console/window/TLauncherBar.h"
+#include "console/window/TLinkBanner.h"
+#include "console/window/TMiniViewDock.h"
+#include "console/window/TPage.h"
+#include "console/window/TStatusBar.h"
+#include "hostimpl/Theme.h"
+
+#include <QtGui/QCloseEvent>
+#include <QtGui/QKeyEvent>
+#include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QStackedWidget>
+#include <QtWidgets/QVBoxLayout>
+
+namespace {
+
+constexpr QSize defaultSize(1280, 800);
+constexpr QSize leastSize(800, 480);
+constexpr int endingPixels = 48;
+
+} // namespace
+
+namespace console {
+
+TMainWindow::TMainWindow(QWidget* parent)
+    : QWidget(parent),
+      m_launcher(new TLauncherBar),
+      m_banner(new TLinkBanner),
+      m_area(new QStackedWidget),
+      m_home(new THomePage),
+      m_dock(new TMiniViewDock),
+      m_status(new TStatusBar)
+{
+    setWindowTitle(QStringLiteral("KELVO"));
+    setMinimumSize(leastSize);
+    resize(defaultSize);
+    m_area->addWidget(m_home);
+
+    auto* const views = new QHBoxLayout;
+    views->addWidget(m_area, 1);
+    views->addWidget(m_dock);
+    auto* const right = new QVBoxLayout;
+    right->setSpacing(0);
+    right->addWidget(m_banner);
+    right->addLayout(views, 1);
+    auto* const upper = new QHBoxLayout;
+    upper->setSpacing(0);
+    upper->addWidget(m_launcher);
+    upper->addLayout(right, 1);
+    auto* const all = new QVBoxLayout(this);
+    all->setContentsMargins(0, 0, 0, 0);
+    all->setSpacing(0);
+    all->addLayout(upper, 1);
+    all->addWidget(m_status);
+
+    connect(m_launcher, &TLauncherBar::OpenHome, this, [this] { ShowPage(nullptr); });
+}
+
+TMainWindow::~TMainWindow()
+{
+    for (auto entry = m_pages.cbegin(); entry != m_pages.cend(); ++entry) {
+        disconnect(entry.key(), nullptr, this, nullptr);
+        entry.value()->Release();
+    }
+}
+
+void TMainWindow::AddPage(QWidget* content, const QString& title)
+{
+    if (HasPage(content)) {
+        SetPageTitle(content, title);
+        return;
+    }
+    auto* const page = new TPage(content, title);
+    m_pages.insert(content, page);
+    m_area->addWidget(page);
+    connect(content, &QObject::destroyed, this, &TMainWindow::Forget);
+}
+
+void TMainWindow::SetPageTitle(QWidget* content, const QString& title)
+{
+    if (TPage* const page = m_pages.value(content)) {
+        page->SetTitle(title);
+    }
+}
+
+void TMainWindow::RemovePage(QWidget* content)
+{
+    if (TPage* const page = m_pages.value(content)) {
+        disconnect(content, &QObject::destroyed, this, nullptr);
+        page->Release();
+        Forget(content);
+    }
+}
+
+// `content` may be half destroyed: only its address counts. It is still the page's child then, so
+// the page goes later.
+void TMainWindow::Forget(QObject* content)
+{
+    if (m_current == content) {
+        ShowPage(nullptr);
+    }
+    if (TPage* const page = m_pages.take(content)) {
+        m_area->removeWidget(page);
+        page->hide();
+        page->deleteLater();
+    }
+}
+
+void TMainWindow::ShowPage(QWidget* content)
+{
+    TPage* const page = m_pages.value(content);
+    m_current = page == nullptr ? nullptr : content;
+    m_area->setCurrentWidget(page == nullptr ? static_cast<QWidget*>(m_home) : page);
+    m_launcher->SetCurrentPage(m_current);
+    ArrangeDock();
+}
+
+void TMainWindow::ShowEnding()
+{
+    if (m_ending == nullptr) {
+        m_ending = new QLabel(tr("Ending..."), this);
+        m_ending->setAlignment(Qt::AlignCenter);
+        m_ending->setAutoFillBackground(true);
+        m_ending->setFont(hostimpl::ThemeFont(endingPixels));
+    }
+    m_ending->setGeometry(rect());
+    m_ending->show();
+    m_ending->raise();
+    // What comes next may keep this thread for a moment.
+    repaint();
+    m_ending->repaint();
+}
+
+bool TMainWindow::OnBackPressed()
+{
+    const bool isAway = m_current != nullptr;
+    ShowPage(nullptr);
+    return isAway;
+}
+
+void TMainWindow::closeEvent(QCloseEvent* event)
+{
+    event->ignore();
+    Q_EMIT CloseWanted();
+}
+
+void TMainWindow::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    ArrangeDock();
+    if (m_ending != nullptr) {
+        m_ending->setGeometry(rect());
+    }
+}
+
+void TMainWindow::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_F11) {
+        setWindowState(windowState() ^ Qt::WindowFullScreen);
+        Q_EMIT FullScreenChanged(isFullScreen());
+    } else if (event->matches(QKeySequence::Quit)) {
+        Q_EMIT CloseWanted();
+    } else {
+        QWidget::keyPressEvent(event);
+    }
+}
+
+void TMainWindow::ArrangeDock()
+{
+    m_dock->setVisible(m_current == nullptr || width() >= wideEnough);
+}
+
+} // namespace console

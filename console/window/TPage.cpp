@@ -1,0 +1,45 @@
+// Something that fills the main area, below its title.
+#include "console/window/TPage.h"
+
+#include "console/settings/Scrolling.h"
+#include "hostimpl/Theme.h"
+
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QScrollArea>
+#include <QtWidgets/QVBoxLayout>
+
+namespace console {
+
+TPage::TPage(QWidget* content, const QString& title, QWidget* parent)
+    : QWidget(parent), m_title(new QLabel), m_area(MakeScrollArea(content))
+{
+    m_title->setTextFormat(Qt::PlainText);
+    m_title->setContentsMargins(16, 6, 16, 6);
+    m_title->setFont(hostimpl::ThemeFont(hostimpl::EFont::eTitle));
+    m_title->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(m_title);
+    column->addWidget(m_area, 1);
+    SetTitle(title);
+    content->show();
+}
+
+void TPage::SetTitle(const QString& title)
+{
+    m_title->setText(title);
+    m_title->setVisible(!title.isEmpty());
+}
+
+QWidget* TPage::Release()
+{
+    QWidget* const content = m_area->takeWidget();
+    if (content != nullptr) {
+        content->hide();
+        content->setParent(nullptr);
+    }
+    return content;
+}
+
+} // namespace console

@@ -1,0 +1,75 @@
+// The line at the bottom: position, link, time.
+#include "console/window/TStatusBar.h"
+
+#include "console/window/StatusTexts.h"
+#include "console/window/TStatusItem.h"
+#include "host/TLocalTime.h"
+#include "hostimpl/Theme.h"
+
+#include <QtCore/QLocale>
+#include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QLabel>
+
+namespace {
+
+constexpr int barHeight = 52;
+constexpr int tickMs = 1000; // a clock that is a second late is not late
+
+} // namespace
+
+namespace console {
+
+TStatusBar::TStatusBar(QWidget* parent)
+    : QFrame(parent), m_position(new TStatusItem), m_link(new TStatusItem), m_clock(new QLabel)
+{
+    setFixedHeight(barHeight);
+    const QFont textFont = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
+    auto* const row = new QHBoxLayout(this);
+    row->setContentsMargins(12, 4, 12, 4);
+    row->setSpacing(20);
+    for (QWidget* const item : {static_cast<QWidget*>(m_position), static_cast<QWidget*>(m_link),
+                                static_cast<QWidget*>(m_clock)}) {
+        item->setFont(textFont);
+        row->addWidget(item, item == m_position ? 1 : 0);
+    }
+    ShowPosition({});
+    ShowLink(ELinkState::eNone);
+    ShowTime();
+    connect(&m_tick, &QTimer::timeout, this, &TStatusBar::ShowTime);
+    m_tick.start(tickMs);
+}
+
+void TStatusBar::ShowPosition(const TPositionState& state)
+{
+    const TStatusWords words = PositionWords(state);
+    m_position->Show(words.iconName, words.text);
+}
+
+void TStatusBar::ShowLink(ELinkState state)
+{
+    const TStatusWords words = LinkWords(state);
+    m_link->Show(words.iconName, words.text);
+}
+
+void TStatusBar::ShowTime()
+{
+    m_clock->setText(
+        QLocale().toString(TLocalTime::currentDateTime().time(), QLocale::ShortFormat));
+}
+
+QString TStatusBar::PositionText() const
+{
+    return m_position->Text();
+}
+
+QString TStatusBar::LinkText() const
+{
+    return m_link->Text();
+}
+
+QString TStatusBar::ClockText() const
+{
+    return m_clock->text();
+}
+
+} // namespace console

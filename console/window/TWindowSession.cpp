@@ -1,0 +1,188 @@
+// The window and the plug-in in it: start, what comes from the plug-in, end.
+#include "console/window/TWindowSession.h"
+
+#include "console/headless/THubListener.h"
+#include "console/settings/TSettingsPage.h"
+#include "console/window/THomePage.h"
+#include "console/window/TLauncherBar.h"
+#include "console/window/TLinkBanner.h"
+#include "console/window/TStatusBar.h"
+#include "host/ConfigManager.h"
+#include "host/TMessageDialog.h"
+#include "hostimpl/PopupHost.h"
+#include "hostimpl/WindowManager.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtGui/QPixmap>
+
+namespace {
+
+constexpr int workerTimeoutMs = 10000;
+constexpr int positionTickMs = 250;
+
+} // namespace
+
+namespace console {
+
+TWindowSession::TWindowSession(const TConsoleSettings& settings, const TStoredSettings& stored)
+    : m_settings(settings),
+      m_stored(stored),
+      m_features(ConfigManager::Instance()),
+      m_userLevels(ConfigManager::Instance())
+{}
+
+TWindowSession::~TWindowSession()
+{
+    End();
+}
+
+void TWindowSession::Begin()
+{
+    m_window = std::make_unique<TMainWindow>();
+    m_settingsPage = std::make_unique<TSettingsPage>();
+    m_screens = std::make_unique<TPluginScreens>(m_surfaces, *m_window);
+    hostimpl::SetPopupHost(m_window.get());
+    hostimpl::SetWindowManager(&m_surfaces);
+    ConnectWindow();
+    Apply(m_stored);
+    m_window->show();
+    StartPlugin();
+    StartSource(m_settings.gps);
+}
+
+void TWindowSession::ConnectWindow()
+{
+    TLauncherBar& launcher = m_window->Launcher();
+    connect(m_window.get(), &TMainWindow::CloseWanted, this, &TWindowSession::WantEnd);
+    connect(m_window.get(), &TMainWindow::FullScreenChanged, this, [this](bool isFullScreen) {
+        m_stored.isFullScreen = isFullScreen;
+        Keep();
+    });
+    connect(&launcher, &TLauncherBar::OpenSettings, this, &TWindowSession::OpenSettings);
+    connect(&launcher, &TLauncherBar::ToggleLight, this, [this] {
+        m_stored.isNight = !m_stored.isNight;
+        Apply(m_stored);
+        Keep();
+    });
+    connect(m_settingsPage.get(), &TSettingsPage::SaveWanted, this, &TWindowSession::SaveSettings);
+    connect(m_screens.get(), &TPluginScreens::Failed, this, &TWindowSession::Tell);
+    connect(&m_link, &TLinkMonitor::Changed, this, &TWindowSession::ShowLink);
+    // Looked at and not told: a source may bring more fixes than there is time to draw.
+    connect(&m_positionTick, &QTimer::timeout, m_window.get(),
+            [this] { m_window->Status().ShowPosition(m_position.State()); });
+    m_positionTick.start(positionTickMs);
+}
+
+void TWindowSession::StartPlugin()
+{
+    const TPluginContext context{m_window.get(), &m_coordinator,
+                                 QCoreApplication::applicationName(), &m_userLevels, &m_features};
+    QString errorText;
+    if (!m_plugin.Load(m_settings.pluginPath, errorText) || !m_plugin.Start(context, errorText)) {
+        Tell(errorText);
+        return;
+    }
+    m_listener =
+        std::make_unique<THubListener>([this](const THubEvent& event) { OnHubEvent(event); });
+    if (!m_listener->Attach(*m_plugin.Hub(), errorText)) {
+        m_listener.reset();
+        m_plugin.Stop();
+        Tell(errorText);
+        return;
+    }
+    // A request that the operator makes before the plug-in's worker listens goes nowhere: until
+    // then there are no screens to make it with.
+    if (m_coordinator.ReadyListeners() > 0) {
+        CreateScreens();
+        return;
+    }
+    connect(&m_coordinator, &hostimpl::TFedGPSCoordinator::ListenerReady, this,
+            &TWindowSession::CreateScreens);
+    m_workerGuard.setSingleShot(true);
+    connect(&m_workerGuard, &QTimer::timeout, this, [this] {
+        Tell(tr("The plug-in does not take requests; is the service's address usable?"));
+    });
+    m_workerGuard.start(workerTimeoutMs);
+}
+
+void TWindowSession::CreateScreens()
+{
+    disconnect(&m_coordinator, &hostimpl::TFedGPSCoordinator::ListenerReady, this, nullptr);
+    m_workerGuard.stop();
+    if (m_isEnding) {
+        return;
+    }
+    m_link.SetAvailable(true);
+    QString errorText;
+    if (!m_plugin.CreateScreens(errorText)) {
+        Tell(errorText);
+    }
+}
+
+void TWindowSession::StartSource(const TGpsSetting& setting)
+{
+    m_source.reset(); // the monitor takes one at a time
+    m_source = std::make_unique<TPositionThread>(setting, m_position, m_time);
+    m_source->start(QThread::InheritPriority);
+}
+
+void TWindowSession::OnHubEvent(const THubEvent& event)
+{
+    m_announcer.OnHubEvent(event);
+    m_link.OnHubEvent(event);
+}
+
+void TWindowSession::ShowLink()
+{
+    m_window->Status().ShowLink(m_link.State());
+    m_window->Banner().Show(m_link.State(), m_link.Reason());
+}
+
+void TWindowSession::WantEnd()
+{
+    if (m_isEnding || m_window == nullptr) {
+        return;
+    }
+    m_isEnding = true;
+    m_window->ShowEnding();
+    Q_EMIT EndWanted();
+}
+
+// The order matters: the plug-in must find the window manager, its surfaces and all it was given
+// when it is finalised, and the window outlives whatever may have been put into it.
+void TWindowSession::End()
+{
+    if (m_window == nullptr) {
+        return;
+    }
+    m_isEnding = true;
+    Keep();
+    m_workerGuard.stop();
+    m_source.reset();
+    m_listener.reset(); // the hub ends with the plug-in
+    m_plugin.Stop();
+    const QList<ZRA::OrvaleID> forgotten = m_surfaces.Applications();
+    for (const ZRA::OrvaleID& application : forgotten) {
+        m_surfaces.RemoveWindowSurfaces(application);
+    }
+    hostimpl::SetWindowManager(nullptr);
+    hostimpl::SetPopupHost(nullptr);
+    m_dialog.reset();
+    m_screens.reset();
+    m_window->RemovePage(m_settingsPage.get());
+    m_settingsPage.reset();
+    m_window.reset();
+}
+
+void TWindowSession::Tell(const QString& text)
+{
+    m_window->Home().SetNotice(text);
+    if (m_dialog == nullptr) {
+        m_dialog = std::make_unique<TMessageDialog>(m_window.get(), tr("Plug-in"), QString(),
+                                                    TMessageDialog::eAcknowledge, false, QPixmap());
+    }
+    m_dialog->SetMessage(text.toHtmlEscaped());
+    m_dialog->ShowWindow(true);
+}
+
+} // namespace console

@@ -1,0 +1,84 @@
+// A run of the console with its window, from the plug-in's start to its end.
+#include "console/window/WindowRun.h"
+
+#include "console/Credentials.h"
+#include "console/headless/HeadlessSession.h"
+#include "console/headless/TStopSignals.h"
+#include "console/settings/Languages.h"
+#include "console/settings/StoredSettings.h"
+#include "console/window/TWindowSession.h"
+#include "host/ConfigManager.h"
+#include "hostimpl/HostSetup.h"
+
+#include <QtWidgets/QApplication>
+
+#include <cstdio>
+
+namespace {
+
+int Complain(const QString& text, int exitStatus)
+{
+    std::fprintf(stderr, "kelvo-console: %s\n", qUtf8Printable(text));
+    return exitStatus;
+}
+
+// What the command line leaves open is as the operator has set it up.
+void FillIn(console::TConsoleSettings& settings, const console::TStoredSettings& stored)
+{
+    if (settings.service.isEmpty()) {
+        settings.service = stored.service;
+    }
+    if (settings.authorityFile.isEmpty()) {
+        settings.authorityFile = stored.authorityFile;
+    }
+    QString errorText; // a log that has gone since is no reason not to start
+    if (!settings.isGpsGiven && !stored.positionSource.isEmpty() &&
+        !console::ParseGpsSetting(stored.positionSource, settings.gps, errorText)) {
+        Complain(errorText, 0);
+        settings.gps = {};
+    }
+}
+
+} // namespace
+
+namespace console {
+
+bool HasWindow()
+{
+    return true;
+}
+
+std::unique_ptr<QCoreApplication> MakeWindowApplication(int& argumentCount, char** arguments)
+{
+    return std::make_unique<QApplication>(argumentCount, arguments);
+}
+
+int RunWindow(const TConsoleSettings& given)
+{
+    TConsoleSettings settings = given;
+    if (!settings.isDataFolderGiven) {
+        settings.dataFolder = StoredDataFolder(settings.dataFolder);
+    }
+    QString errorText;
+    if (!hostimpl::SetUpHost(settings.dataFolder, errorText)) {
+        return Complain(errorText, eExitFailed);
+    }
+    if (!SetUpCredentials(settings.credentialsFile, errorText)) {
+        return Complain(errorText, eExitUsage);
+    }
+    const TStoredSettings stored = ReadStoredSettings(ConfigManager::Instance());
+    FillIn(settings, stored);
+    ExportToEnvironment(settings);
+    InstallLanguage(stored.language);
+
+    TWindowSession session(settings, stored);
+    QObject::connect(&session, &TWindowSession::EndWanted, QCoreApplication::instance(),
+                     &QCoreApplication::quit, Qt::QueuedConnection);
+    TStopSignals stopSignals([&session](int) { session.WantEnd(); });
+    session.Begin();
+    const int exitStatus = QCoreApplication::exec();
+    session.End();
+    return exitStatus;
+}
+
+} // namespace console

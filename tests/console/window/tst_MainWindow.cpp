@@ -1,0 +1,218 @@
+// The window by itself: what stands where at which size, and how it is worked with.
+#include "console/window/Geometry.h"
+#include "console/window/StatusTexts.h"
+#include "console/window/THomePage.h"
+#include "console/window/TIconButton.h"
+#include "console/window/TLauncherBar.h"
+#include "console/window/TLinkBanner.h"
+#include "console/window/TMainWindow.h"
+#include "console/window/TMiniViewDock.h"
+#include "console/window/TSampleSurface.h"
+#include "console/window/TStatusBar.h"
+#include "hostimpl/Clock.h"
+#include "hostimpl/TWheelInput.h"
+#include "hostimpl/Theme.h"
+#include "support/TTestCase.h"
+#include "support/WidgetTestMain.h"
+
+#include <QtGui/QCloseEvent>
+#include <QtTest/QSignalSpy>
+
+using console::ELinkState;
+using console::TMainWindow;
+
+class TMainWindowTest : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private:
+    // As high and as wide as screens of the plug-in are.
+    static constexpr QSize miniSize{300, 330};
+    static constexpr QSize fullSize{600, 420};
+
+private Q_SLOTS:
+    void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
+
+    void isOfTheDisplaysSize()
+    {
+        TMainWindow window;
+        QCOMPARE(window.size(), QSize(1280, 800));
+        window.resize(100, 100);
+        QCOMPARE(window.size(), QSize(800, 480));
+    }
+
+    void cutsNothingOff_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<bool>("isPageOpen");
+        QTest::newRow("home, 1280x800") << QSize(1280, 800) << false;
+        QTest::newRow("page, 1280x800") << QSize(1280, 800) << true;
+        QTest::newRow("home, 800x480") << QSize(800, 480) << false;
+        QTest::newRow("page, 800x480") << QSize(800, 480) << true;
+    }
+
+    void cutsNothingOff()
+    {
+        QFETCH(QSize, size);
+        QFETCH(bool, isPageOpen);
+        TSampleSurface mini(QStringLiteral("Mini"), miniSize);
+        TSampleSurface full(QStringLiteral("A title that is rather longer than a title should be"),
+                            fullSize);
+        TMainWindow window;
+        window.Dock().Add(&mini);
+        window.Launcher().AddPage(&full, full.SurfaceIcon(), full.SurfaceTitle(), QString());
+        window.AddPage(&full, full.SurfaceTitle());
+        window.ShowPage(isPageOpen ? &full : nullptr);
+        window.Banner().Show(ELinkState::eFailed,
+                             QStringLiteral("There is no way to the service. Check the network, "
+                                            "then log in again."));
+        window.Home().SetNotice(
+            QStringLiteral("The plug-in /usr/lib/kelvo/libkelvo.so lacks an entry point."));
+        window.resize(size);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCOMPARE(window.size(), size);
+        const QStringList cutOff = CutOffWidgets(window);
+        QVERIFY2(cutOff.isEmpty(), qUtf8Printable(cutOff.join(QLatin1Char('\n'))));
+        QCOMPARE(full.isVisible(), isPageOpen);
+        QCOMPARE(mini.isVisible(), !isPageOpen || size.width() > 800);
+        window.Dock().Remove(&mini);
+        window.RemovePage(&full);
+    }
+
+    void leavesToOthersWhatItDoesNotOwn()
+    {
+        TSampleSurface mini;
+        TSampleSurface full;
+        {
+            TMainWindow window;
+            window.Dock().Add(&mini);
+            window.AddPage(&full, QString());
+            window.ShowPage(&full);
+            window.show();
+        }
+        QVERIFY(mini.parent() == nullptr && full.parent() == nullptr);
+        QVERIFY(!mini.isVisible() && !full.isVisible());
+    }
+
+    void findsWhatIsCutOff()
+    {
+        QWidget window;
+        window.resize(100, 100);
+        QWidget child(&window);
+        child.setGeometry(50, 50, 60, 20);
+        window.show();
+        QCOMPARE(CutOffWidgets(window).size(), 1);
+    }
+
+    void hasButtonsForGloves()
+    {
+        TMainWindow window;
+        window.show();
+        const auto buttons = window.findChildren<console::TIconButton*>();
+        QVERIFY(buttons.size() >= 3);
+        for (const console::TIconButton* const button : buttons) {
+            QVERIFY(button->width() >= hostimpl::TOUCH_SIZE);
+            QVERIFY(button->height() >= hostimpl::TOUCH_SIZE);
+        }
+    }
+
+    void saysWhenThereIsNoLink()
+    {
+        TMainWindow window;
+        window.show();
+        for (const ELinkState quiet : {ELinkState::eNone, ELinkState::eLoggedOut,
+                                       ELinkState::eConnecting, ELinkState::eUp}) {
+            window.Banner().Show(quiet, QString());
+            QVERIFY(!window.Banner().isVisible());
+        }
+        window.Banner().Show(ELinkState::eFailed, QStringLiteral("There is no way."));
+        QVERIFY(window.Banner().isVisible());
+        QVERIFY(window.Banner().Text().contains(QStringLiteral("There is no way.")));
+        window.Banner().Show(ELinkState::eLost, QString());
+        QVERIFY(window.Banner().isVisible());
+        window.Status().ShowLink(ELinkState::eLost);
+        QCOMPARE(window.Status().LinkText(), QStringLiteral("Connection lost"));
+    }
+
+    void showsThePosition()
+    {
+        console::TPositionState state;
+        QCOMPARE(console::PositionWords(state).text, QStringLiteral("No position source"));
+        state.source = console::ESourceState::eConnecting;
+        QCOMPARE(console::PositionWords(state).text, QStringLiteral("Waiting for a receiver"));
+        state.source = console::ESourceState::eRunning;
+        state.state = console::EPositionState::eFix;
+        state.fix.latitudeDegrees = -12.5;
+        state.fix.longitudeDegrees = 7.123456;
+        state.fix.quality = console::EFixQuality::eRtkFixed;
+        QCOMPARE(console::PositionWords(state).text,
+                 QStringLiteral("RTK  12.50000\u00b0 S  7.12346\u00b0 E"));
+        QCOMPARE(console::PositionWords(state).iconName, QStringLiteral("gps-fix"));
+        state.state = console::EPositionState::eLost;
+        QCOMPARE(console::PositionWords(state).text, QStringLiteral("Position lost"));
+        QCOMPARE(console::PositionWords(state).iconName, QStringLiteral("gps-lost"));
+    }
+
+    void hasIconsForWhatItShows()
+    {
+        const QStringList names = hostimpl::ThemeIconNames();
+        for (int state = 0; state < 6; ++state) {
+            QVERIFY(names.contains(console::LinkWords(static_cast<ELinkState>(state)).iconName));
+        }
+        for (const char* const name : {"home", "settings", "sun", "moon", "gps-fix", "gps-lost"}) {
+            QVERIFY2(names.contains(QLatin1String(name)), name);
+        }
+    }
+
+    void showsTheConsolesTime()
+    {
+        hostimpl::SetClock([] { return QDateTime({2026, 5, 4}, {13, 37}); });
+        const TMainWindow window;
+        hostimpl::SetClock({});
+        QVERIFY(
+            const_cast<TMainWindow&>(window).Status().ClockText().contains(QStringLiteral("37")));
+    }
+
+    void asksBeforeItCloses()
+    {
+        TMainWindow window;
+        window.show();
+        QSignalSpy wanted(&window, &TMainWindow::CloseWanted);
+        QVERIFY(!window.close());
+        QCOMPARE(wanted.count(), 1);
+        QVERIFY(window.isVisible());
+    }
+
+    void isWorkedWithTheWheel()
+    {
+        TMainWindow window;
+        hostimpl::TWheelInput wheel;
+        window.show();
+        QApplication::setActiveWindow(&window);
+        console::TLauncherBar& launcher = window.Launcher();
+        launcher.HomeButton()->setFocus();
+        QSignalSpy opened(&launcher, &console::TLauncherBar::OpenSettings);
+        for (int step = 0; step < 10 && !launcher.SettingsButton()->hasFocus(); ++step) {
+            QVERIFY(wheel.Turn(1));
+        }
+        QVERIFY(launcher.SettingsButton()->hasFocus());
+        QVERIFY(wheel.Press());
+        QCOMPARE(opened.count(), 1);
+    }
+
+    void goesHomeWithBack()
+    {
+        TMainWindow window;
+        TSampleSurface full;
+        window.AddPage(&full, QString());
+        window.ShowPage(&full);
+        QVERIFY(window.OnBackPressed());
+        QVERIFY(window.CurrentPage() == nullptr);
+        QVERIFY(!window.OnBackPressed());
+        window.RemovePage(&full);
+    }
+};
+
+KELVO_WIDGET_TEST_MAIN(TMainWindowTest)
+#include "tst_MainWindow.moc"

@@ -1,0 +1,143 @@
+// The page on which the operator sets up the console.
+#include "console/settings/TSettingsPage.h"
+#include "console/window/Geometry.h"
+#include "host/TPropertyWidget.h"
+#include "host/TPushButton.h"
+#include "hostimpl/Theme.h"
+#include "support/TTestCase.h"
+#include "support/WidgetTestMain.h"
+
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QSignalSpy>
+
+#include <optional>
+
+using console::TSettingsPage;
+using console::TStoredSettings;
+
+class TSettingsPageTest : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private:
+    enum ERow : int {
+        eService,
+        eAuthority,
+        ePosition,
+        eFolder,
+        eLanguage,
+        eColours,
+        eLevel,
+        eScreen
+    };
+
+    QTemporaryDir m_folder;
+
+    TStoredSettings Sample() const
+    {
+        TStoredSettings settings;
+        settings.service = QStringLiteral("farm.example:8443");
+        settings.dataFolder = m_folder.path();
+        settings.positionSource = QStringLiteral("gpsd");
+        settings.isNight = true;
+        return settings;
+    }
+
+    // What the page hands on when it is asked to save.
+    static std::optional<TStoredSettings> Saved(TSettingsPage& page)
+    {
+        std::optional<TStoredSettings> saved;
+        const auto connection =
+            connect(&page, &TSettingsPage::SaveWanted,
+                    [&saved](const TStoredSettings& settings) { saved = settings; });
+        page.SaveButton()->click();
+        disconnect(connection);
+        return saved;
+    }
+
+private Q_SLOTS:
+    void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
+
+    void handsBackWhatItWasShown()
+    {
+        TSettingsPage page;
+        page.Show(Sample());
+        const auto saved = Saved(page);
+        QVERIFY(saved.has_value());
+        QCOMPARE(saved->service, Sample().service);
+        QCOMPARE(saved->authorityFile, QString());
+        QCOMPARE(saved->dataFolder, Sample().dataFolder);
+        QCOMPARE(saved->positionSource, Sample().positionSource);
+        QCOMPARE(saved->language, QString());
+        QVERIFY(saved->isNight && saved->isDataExchangeAllowed && !saved->isFullScreen);
+    }
+
+    void takesWhatIsEntered()
+    {
+        TSettingsPage page;
+        page.Show(Sample());
+        page.Row(eService)->SetTextValue(QStringLiteral(" other.example "));
+        page.Row(ePosition)->SetTextValue(QString());
+        page.Row(eColours)->SetNumericalValue(0);
+        page.Row(eLevel)->SetNumericalValue(0);
+        page.Row(eScreen)->SetNumericalValue(1);
+        const auto saved = Saved(page);
+        QVERIFY(saved.has_value());
+        QCOMPARE(saved->service, QStringLiteral("other.example"));
+        QVERIFY(saved->positionSource.isEmpty());
+        QVERIFY(!saved->isNight && !saved->isDataExchangeAllowed && saved->isFullScreen);
+    }
+
+    void refusesWithAText_data()
+    {
+        QTest::addColumn<int>("row");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("service") << int(eService) << QStringLiteral("https://farm/");
+        QTest::newRow("certificate") << int(eAuthority) << QStringLiteral("/nowhere.pem");
+        QTest::newRow("position") << int(ePosition) << QStringLiteral("stars");
+        QTest::newRow("folder") << int(eFolder) << QStringLiteral("here");
+    }
+
+    void refusesWithAText()
+    {
+        QFETCH(int, row);
+        QFETCH(QString, value);
+        TSettingsPage page;
+        page.Show(Sample());
+        page.Row(row)->SetTextValue(value);
+        QVERIFY(!Saved(page).has_value());
+        QVERIFY(!page.Message().isEmpty());
+        // What was entered stays to be mended.
+        QCOMPARE(page.Row(row)->GetTextValue(), value);
+    }
+
+    void discardsWhatIsEntered()
+    {
+        TSettingsPage page;
+        page.Show(Sample());
+        page.Row(eService)->SetTextValue(QStringLiteral("other.example"));
+        page.DiscardButton()->click();
+        QCOMPARE(page.Row(eService)->GetTextValue(), Sample().service);
+    }
+
+    void cutsNothingOff()
+    {
+        // The room that the smallest window leaves.
+        TSettingsPage page;
+        page.Show(Sample());
+        page.SetMessage(QStringLiteral("The service wants a host's name or address, and after a "
+                                       "colon its port if it has one of its own."));
+        page.resize(680, 370);
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        QVERIFY(page.width() <= 680 && page.height() <= 370);
+        const QStringList cutOff = CutOffWidgets(page);
+        QVERIFY2(cutOff.isEmpty(), qUtf8Printable(cutOff.join(QLatin1Char('\n'))));
+        for (int row = 0; row < page.RowCount(); ++row) {
+            QVERIFY(page.Row(row)->height() >= hostimpl::TOUCH_SIZE);
+        }
+    }
+};
+
+KELVO_WIDGET_TEST_MAIN(TSettingsPageTest)
+#include "tst_SettingsPage.moc"

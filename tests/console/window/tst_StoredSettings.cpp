@@ -1,0 +1,127 @@
+// What is kept of the settings, and which values are refused.
+#include "console/settings/Languages.h"
+#include "console/settings/StoredSettings.h"
+#include "hostimpl/HostSetup.h"
+#include "hostimpl/TConfigStore.h"
+#include "support/TTestCase.h"
+#include "support/TestMain.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QStandardPaths>
+#include <QtCore/QTemporaryDir>
+
+using console::TStoredSettings;
+
+class TStoredSettingsTest : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_folder;
+
+    static void ForgetTheDataFolder()
+    {
+        QFile::remove(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                      QStringLiteral("/kelvo-console.ini"));
+    }
+
+private Q_SLOTS:
+    void init() { ForgetTheDataFolder(); }
+    void cleanupTestCase() { ForgetTheDataFolder(); }
+
+    void keepsEverything()
+    {
+        QString errorText;
+        QVERIFY2(hostimpl::SetUpHost(m_folder.path(), errorText), qUtf8Printable(errorText));
+        TStoredSettings settings;
+        settings.service = QStringLiteral("farm.example:8443");
+        settings.authorityFile = QStringLiteral("/etc/farm.pem");
+        settings.dataFolder = m_folder.filePath(QStringLiteral("other"));
+        settings.language = QStringLiteral("pt_BR");
+        settings.positionSource = QStringLiteral("gpsd:cab");
+        settings.isDataExchangeAllowed = false;
+        settings.isNight = true;
+        settings.isFullScreen = true;
+        QVERIFY(WriteStoredSettings(ConfigManager::Instance(), settings));
+
+        // As the next run finds it.
+        hostimpl::TConfigStore store;
+        QCOMPARE(store.Open(m_folder.filePath(QStringLiteral("console.json"))), QString());
+        const TStoredSettings read = console::ReadStoredSettings(store);
+        QCOMPARE(read.service, settings.service);
+        QCOMPARE(read.authorityFile, settings.authorityFile);
+        QCOMPARE(read.dataFolder, settings.dataFolder);
+        QCOMPARE(read.language, settings.language);
+        QCOMPARE(read.positionSource, settings.positionSource);
+        QCOMPARE(read.isDataExchangeAllowed, false);
+        QCOMPARE(read.isNight, true);
+        QCOMPARE(read.isFullScreen, true);
+    }
+
+    void hasDefaults()
+    {
+        hostimpl::TConfigStore store;
+        const TStoredSettings settings = console::ReadStoredSettings(store);
+        QVERIFY(settings.service.isEmpty() && settings.positionSource.isEmpty());
+        QVERIFY(settings.isDataExchangeAllowed && !settings.isNight && !settings.isFullScreen);
+        QCOMPARE(console::StoredDataFolder(QStringLiteral("/usual")), QStringLiteral("/usual"));
+    }
+
+    void checksValues_data()
+    {
+        QTest::addColumn<QString>("service");
+        QTest::addColumn<QString>("authorityFile");
+        QTest::addColumn<QString>("positionSource");
+        QTest::addColumn<QString>("dataFolder");
+        QTest::addColumn<QString>("problem"); // a part of the text; empty: accepted
+        const QString folder = m_folder.path();
+        const QString none;
+        QTest::newRow("defaults") << none << none << none << folder << none;
+        QTest::newRow("service") << QStringLiteral("farm.example:1") << none << none << folder
+                                 << none;
+        QTest::newRow("a new folder")
+            << none << none << none << folder + QStringLiteral("/a/b") << none;
+        QTest::newRow("URL") << QStringLiteral("https://farm") << none << none << folder
+                             << QStringLiteral("service");
+        QTest::newRow("no file") << none << QStringLiteral("/nowhere/ca.pem") << none << folder
+                                 << QStringLiteral("/nowhere/ca.pem");
+        QTest::newRow("a folder for a file")
+            << none << folder << none << folder << QStringLiteral("certificate");
+        QTest::newRow("source") << none << none << QStringLiteral("stars") << folder
+                                << QStringLiteral("Position source: \"stars\"");
+        QTest::newRow("no folder") << none << none << none << none << QStringLiteral("folder");
+        QTest::newRow("relative") << none << none << none << QStringLiteral("data")
+                                  << QStringLiteral("folder");
+        QTest::newRow("below a device")
+            << none << none << none << QStringLiteral("/dev/null/x") << QStringLiteral("folder");
+    }
+
+    void checksValues()
+    {
+        QFETCH(QString, problem);
+        TStoredSettings settings;
+        QFETCH(QString, service);
+        QFETCH(QString, authorityFile);
+        QFETCH(QString, positionSource);
+        QFETCH(QString, dataFolder);
+        settings.service = service;
+        settings.authorityFile = authorityFile;
+        settings.positionSource = positionSource;
+        settings.dataFolder = dataFolder;
+        QString errorText;
+        QCOMPARE(console::CheckStoredSettings(settings, errorText), problem.isEmpty());
+        QVERIFY2(errorText.contains(problem), qUtf8Printable(errorText));
+    }
+
+    void knowsItsLanguages()
+    {
+        QCOMPARE(console::LanguageRow(QStringLiteral("pl")), 5);
+        QCOMPARE(console::LanguageRow(QString()), 0);
+        QCOMPARE(console::LanguageRow(QStringLiteral("tlh")), 0);
+        QVERIFY(console::IsLanguageInstalled(QString()));
+        QVERIFY(!console::IsLanguageInstalled(QStringLiteral("tlh")));
+    }
+};
+
+KELVO_TEST_MAIN(TStoredSettingsTest)
+#include "tst_StoredSettings.moc"

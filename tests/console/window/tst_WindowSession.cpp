@@ -1,0 +1,257 @@
+// The console with its window, from start to end, with plug-ins of several kinds.
+#include "console/settings/TSettingsPage.h"
+#include "console/window/Geometry.h"
+#include "console/window/THomePage.h"
+#include "console/window/TIconButton.h"
+#include "console/window/TLauncherBar.h"
+#include "console/window/TLinkBanner.h"
+#include "console/window/TMiniViewDock.h"
+#include "console/window/TStatusBar.h"
+#include "console/window/TWindowSession.h"
+#include "core/TKelvoInterface.h"
+#include "fixtures/ScreensPlugin.h"
+#include "host/ConfigManager.h"
+#include "host/TMessageDialog.h"
+#include "host/TPropertyWidget.h"
+#include "host/TPushButton.h"
+#include "hostimpl/HostSetup.h"
+#include "hostimpl/Theme.h"
+#include "support/TTestCase.h"
+#include "support/WidgetTestMain.h"
+
+#include <QtCore/QLibrary>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QSignalSpy>
+
+#include <memory>
+
+using console::TWindowSession;
+
+class TWindowSessionTest : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_folder;
+    std::unique_ptr<TWindowSession> m_session;
+
+    void Begin(const QString& plugin, const console::TStoredSettings& stored)
+    {
+        console::TConsoleSettings settings;
+        settings.pluginPath = plugin;
+        m_session = std::make_unique<TWindowSession>(settings, stored);
+        m_session->Begin();
+    }
+
+    void Begin(const char* plugin)
+    {
+        Begin(QString::fromUtf8(plugin), console::ReadStoredSettings(ConfigManager::Instance()));
+    }
+
+    // Until the fixture's screens are there.
+    bool WaitForScreens()
+    {
+        return QTest::qWaitFor([this] { return !m_session->Window()->Dock().IsEmpty(); }, 60000);
+    }
+
+    static QStringList& Account()
+    {
+        QLibrary library(QStringLiteral(ScreensPlugin_PATH));
+        return *reinterpret_cast<TScreensPluginAccount>(library.resolve("ScreensPluginAccount"))();
+    }
+
+    static TKelvoInterface* Hub()
+    {
+        QLibrary library(QStringLiteral(ScreensPlugin_PATH));
+        return reinterpret_cast<TKelvoInterface* (*)()>(library.resolve("GetKelvoInterface"))();
+    }
+
+    console::TIconButton* FullViewButton()
+    {
+        const auto buttons = m_session->Window()->Launcher().findChildren<console::TIconButton*>();
+        for (console::TIconButton* const button : buttons) {
+            if (button->text() == QLatin1String("Full")) {
+                return button;
+            }
+        }
+        return nullptr;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QString errorText;
+        QVERIFY2(hostimpl::SetUpHost(m_folder.path(), errorText), qUtf8Printable(errorText));
+    }
+
+    void init()
+    {
+        Account().clear();
+        qunsetenv("SCREENS_PLUGIN_THROWS");
+        qunsetenv("SCREENS_PLUGIN_FORGETS");
+        console::TStoredSettings defaults;
+        defaults.dataFolder = m_folder.path();
+        QVERIFY(console::WriteStoredSettings(ConfigManager::Instance(), defaults));
+    }
+
+    void cleanup()
+    {
+        m_session.reset();
+        TTestCase::cleanup();
+    }
+
+    void tellsOfAPluginThatIsNoGood_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("part");
+        QTest::newRow("missing") << QStringLiteral("/nowhere/libkelvo.so")
+                                 << QStringLiteral("There is no plug-in");
+        QTest::newRow("incomplete") << QStringLiteral(IncompletePlugin_PATH)
+                                    << QStringLiteral("lacks the entry point Finalise");
+        QTest::newRow("throws") << QStringLiteral(ThrowingPlugin_PATH)
+                                << QStringLiteral("no memory for the worker");
+        QTest::newRow("no hub") << QStringLiteral(HublessPlugin_PATH)
+                                << QStringLiteral("offers no hub");
+    }
+
+    void tellsOfAPluginThatIsNoGood()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, part);
+        Begin(path, console::ReadStoredSettings(ConfigManager::Instance()));
+        QVERIFY(m_session->Dialog() != nullptr);
+        QVERIFY(m_session->Dialog()->isVisible());
+        QVERIFY2(m_session->Dialog()->Message().contains(part),
+                 qUtf8Printable(m_session->Dialog()->Message()));
+        m_session->Dialog()->GetMessageDialogButton(TMessageDialog::eButton0)->click();
+        QVERIFY(!m_session->Dialog()->isVisible());
+        // The console goes on: its notice stays, its settings open, it ends.
+        QVERIFY(m_session->Window()->Home().Notice().contains(part));
+        QCOMPARE(m_session->Window()->Status().LinkText(), QStringLiteral("No plug-in"));
+        m_session->Window()->Launcher().SettingsButton()->click();
+        QVERIFY(m_session->Settings()->isVisible());
+        m_session->End();
+        QVERIFY(m_session->Window() == nullptr);
+    }
+
+    void tellsOfAPluginThatCannotBuildItsScreens()
+    {
+        qputenv("SCREENS_PLUGIN_THROWS", "1");
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(QTest::qWaitFor([this] { return m_session->Dialog() != nullptr; }, 60000));
+        QVERIFY(m_session->Dialog()->Message().contains(QStringLiteral("no canvas")));
+        m_session->End();
+        QCOMPARE(Account(),
+                 QStringList({QStringLiteral("initialised"), QStringLiteral("finalised")}));
+    }
+
+    void showsThePluginsScreens()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        QVERIFY(m_session->Dialog() == nullptr);
+        QCOMPARE(Account(), QStringList({QStringLiteral("initialised"), QStringLiteral("screens"),
+                                         QStringLiteral("Mini set up")}));
+        QVERIFY(FullViewButton() != nullptr);
+        FullViewButton()->click();
+        QCOMPARE(Account().last(), QStringLiteral("Full set up"));
+        QVERIFY(m_session->Window()->CurrentPage() != nullptr);
+    }
+
+    void endsInOrder_data()
+    {
+        QTest::addColumn<bool>("forgets");
+        QTest::newRow("screens removed by the plug-in") << false;
+        QTest::newRow("screens left behind") << true;
+    }
+
+    void endsInOrder()
+    {
+        QFETCH(bool, forgets);
+        if (forgets) {
+            qputenv("SCREENS_PLUGIN_FORGETS", "1");
+        }
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        FullViewButton()->click();
+        Account().clear();
+        QSignalSpy endWanted(m_session.get(), &TWindowSession::EndWanted);
+        QSignalSpy windowGone(m_session->Window(), &QObject::destroyed);
+        m_session->Window()->close();
+        m_session->Window()->close();
+        QCOMPARE(endWanted.count(), 1);
+        QVERIFY(Account().isEmpty()); // the plug-in runs until whoever runs the event loop ends it
+        QObject::connect(m_session->Window(), &QObject::destroyed,
+                         [] { Account() << QStringLiteral("window gone"); });
+        m_session->End();
+        const QString full = QStringLiteral("Full gone");
+        const QString mini = QStringLiteral("Mini gone");
+        const QString finalised = QStringLiteral("finalised");
+        const QString window = QStringLiteral("window gone");
+        QCOMPARE(Account(), forgets ? QStringList({finalised, full, mini, window})
+                                    : QStringList({full, mini, finalised, window}));
+        QCOMPARE(windowGone.count(), 1);
+        QVERIFY(Hub() == nullptr);
+    }
+
+    void endsBeforeTheScreensAreThere()
+    {
+        Begin(ScreensPlugin_PATH);
+        m_session->End();
+        QVERIFY(Account().contains(QStringLiteral("finalised")));
+        QVERIFY(m_session->Window() == nullptr);
+    }
+
+    void showsAFailedLoginAndItsEnd()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        QCOMPARE(m_session->Window()->Status().LinkText(), QStringLiteral("Logged out"));
+        Hub()->OnLoggingIntoKelvo();
+        Hub()->OnLoginToKelvoFailed(QStringLiteral("There is no way to the service."));
+        QVERIFY(m_session->Window()->Banner().isVisible());
+        QVERIFY(m_session->Window()->Banner().Text().contains(QStringLiteral("no way")));
+        QCOMPARE(m_session->Window()->Status().LinkText(), QStringLiteral("No connection"));
+        Hub()->OnLoggingIntoKelvo();
+        Hub()->OnLoggedIntoKelvo();
+        QVERIFY(!m_session->Window()->Banner().isVisible());
+        Hub()->OnLoggedOutOfKelvo();
+        QVERIFY(m_session->Window()->Banner().isVisible());
+    }
+
+    void keepsSettings()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        page.Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        page.Row(5)->SetNumericalValue(1);
+        page.SaveButton()->click();
+        QVERIFY2(page.Message().contains(QStringLiteral("next start")),
+                 qUtf8Printable(page.Message()));
+        QCOMPARE(hostimpl::CurrentTheme(), hostimpl::ETheme::eNight);
+        const auto stored = console::ReadStoredSettings(ConfigManager::Instance());
+        QCOMPARE(stored.service, QStringLiteral("farm.example"));
+        QVERIFY(stored.isNight);
+        m_session->Window()->Launcher().LightButton()->click();
+        QCOMPARE(hostimpl::CurrentTheme(), hostimpl::ETheme::eDay);
+        QVERIFY(!console::ReadStoredSettings(ConfigManager::Instance()).isNight);
+    }
+
+    void cutsNothingOffInItsSettings()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        m_session->Window()->Launcher().SettingsButton()->click();
+        for (const QSize size : {QSize(1280, 800), QSize(800, 480)}) {
+            m_session->Window()->resize(size);
+            QCoreApplication::processEvents();
+            const QStringList cutOff = CutOffWidgets(*m_session->Window());
+            QVERIFY2(cutOff.isEmpty(), qUtf8Printable(cutOff.join(QLatin1Char('\n'))));
+        }
+    }
+};
+
+KELVO_WIDGET_TEST_MAIN(TWindowSessionTest)
+#include "tst_WindowSession.moc"
