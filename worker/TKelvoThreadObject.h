@@ -123,7 +123,8 @@ private:
     using TErrors = QList<KelvoFileTransferErrorDetails>;
     using TResource = kesdk::api::EnterpriseResourceWithContent;
 
-    // After a failure that the operator is not told of: the SDK's record of it is read all the same.
+    // After a failure that the operator is not told of: the SDK's record of it is read all the
+    // same.
     void DropLastErrors();
     QString UserFolderCreationFailed(EKelvoProjects project) const;
     std::optional<qint64> FindOrCreateUserFolder(EKelvoProjects project, TErrors& errors);
