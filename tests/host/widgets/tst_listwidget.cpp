@@ -293,7 +293,8 @@ void tst_ListWidget::dragScrollsAndSelectsNothing()
     for (int y = 290; y >= 50; y -= 10) {
         QTest::mouseMove(window, QPoint(200, y));
     }
-    QVERIFY(names.list.verticalScrollBar()->value() > 0);
+    QCOMPARE(QScroller::scroller(names.list.viewport())->state(), QScroller::Dragging);
+    QTRY_VERIFY(names.list.verticalScrollBar()->value() > 0);
     QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, QPoint(200, 50));
     QVERIFY(names.list.GetSelectedTextItems().isEmpty());
     QScroller::scroller(names.list.viewport())->stop();

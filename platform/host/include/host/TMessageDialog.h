@@ -12,7 +12,8 @@
 class TPushButton;
 
 // Its content is built when it is first needed. A button closes the dialog after its signal, but
-// the Cancel button of a running operation, whose end the operator waits for. Main thread.
+// the Cancel button of a running operation, whose end the operator waits for. Who shows the dialog
+// again from its signal keeps it open. Main thread.
 class CONSOLEHOST_EXPORT TMessageDialog : public TPopupWindow
 {
     Q_OBJECT
@@ -48,6 +49,8 @@ public:
     void EnableButton(EMessageDialogButton button, bool isEnabled);
 
     bool OnBackPressed() override;
+    // Builds the content first.
+    void setVisible(bool isVisible) override;
 
 Q_SIGNALS:
     void Ok();
@@ -57,7 +60,6 @@ Q_SIGNALS:
 
 protected:
     QSize SizeWithin(const QSize& available) const override;
-    void showEvent(QShowEvent* event) override;
 
 private:
     class TContent;

@@ -37,6 +37,8 @@ protected:
     virtual QSize SizeWithin(const QSize& available) const;
     // Again at its place, after its content has changed.
     void Place();
+    // How often it was asked to show itself so far.
+    int ShowCount() const { return m_showCount; }
 
     void showEvent(QShowEvent* event) override;
     // Asked to close from outside, it does what Back does.
@@ -48,4 +50,5 @@ private:
     QWidget* Host() const;
 
     QPointer<QWidget> m_host; // what it is placed over while it is shown
+    int m_showCount = 0;
 };

@@ -130,16 +130,16 @@ void TMessageDialog::TContent::BuildButtons(QVBoxLayout& column)
 }
 
 // An answer is given once: the second press of a double one comes when the dialog has gone. Who is
-// told the answer may destroy the dialog.
+// told the answer may destroy the dialog, or show it with another message.
 void TMessageDialog::TContent::Answer(const TButtonRow& row)
 {
     if (!m_dialog.isVisible()) {
         return;
     }
     const QPointer<TMessageDialog> dialog(&m_dialog);
-    const bool closes = row.closes;
+    const int showCount = m_dialog.ShowCount();
     Q_EMIT(m_dialog.*row.answer)();
-    if (closes && !dialog.isNull()) {
+    if (row.closes && !dialog.isNull() && dialog->ShowCount() == showCount) {
         dialog->CloseWindow();
     }
 }
@@ -237,13 +237,16 @@ QSize TMessageDialog::SizeWithin(const QSize& available) const
     return {width, std::min(m_content->Height(width), available.height())};
 }
 
-void TMessageDialog::showEvent(QShowEvent* event)
+// A question begins with the answer that changes nothing.
+void TMessageDialog::setVisible(bool isVisible)
 {
-    SetupIfRequired();
-    // A question begins with the answer that changes nothing.
-    TPushButton* const first = GetMessageDialogButton(Type() == eQuestion ? eButton1 : eButton0);
-    if (first != nullptr && first->isEnabled()) {
-        first->setFocus();
+    if (isVisible && !this->isVisible()) {
+        SetupIfRequired();
+        TPushButton* const first =
+            GetMessageDialogButton(Type() == eQuestion ? eButton1 : eButton0);
+        if (first->isEnabled()) {
+            first->setFocus();
+        }
     }
-    TPopupWindow::showEvent(event);
+    TPopupWindow::setVisible(isVisible);
 }

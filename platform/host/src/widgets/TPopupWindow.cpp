@@ -46,6 +46,7 @@ TPopupWindow::~TPopupWindow() = default;
 
 void TPopupWindow::ShowWindow(bool isModal)
 {
+    ++m_showCount;
     if (!isVisible()) {
         // Nobody types while a window asks for an answer.
         QGuiApplication::inputMethod()->hide();

@@ -1,0 +1,472 @@
+// Message dialogs: their buttons' rules, what shows that work goes on, long and marked-up messages.
+#include "host/TMessageDialog.h"
+
+#include "host/TPushButton.h"
+#include "host/TWindow.h"
+#include "hostimpl/Theme.h"
+#include "support/WidgetTestMain.h"
+#include "widgets/TBusyIndicator.h"
+#include "widgets/TMessageText.h"
+
+#include <QtTest/QSignalSpy>
+#include <QtWidgets/QScrollBar>
+#include <QtWidgets/QScroller>
+
+#include <memory>
+
+namespace {
+
+// A dialog whose signals are noted in their order, closing among them.
+struct TDialog
+{
+    explicit TDialog(TMessageDialog::EMessageDialogType type, bool isFullScreen = false)
+        : dialog(nullptr, QStringLiteral("Title"), QStringLiteral("Message"), type, isFullScreen,
+                 QPixmap())
+    {
+        const auto note = [this](const char* what) {
+            return [this, what] { told.append(QString::fromLatin1(what)); };
+        };
+        QObject::connect(&dialog, &TMessageDialog::Ok, &dialog, note("ok"));
+        QObject::connect(&dialog, &TMessageDialog::Yes, &dialog, note("yes"));
+        QObject::connect(&dialog, &TMessageDialog::No, &dialog, note("no"));
+        QObject::connect(&dialog, &TMessageDialog::Cancel, &dialog, note("cancel"));
+        QObject::connect(&dialog, &TPopupWindow::Closed, &dialog, note("closed"));
+        dialog.ShowWindow(true);
+    }
+
+    TPushButton& Button(int index)
+    {
+        return *dialog.GetMessageDialogButton(
+            static_cast<TMessageDialog::EMessageDialogButton>(index));
+    }
+
+    TBusyIndicator* Busy() { return dialog.findChild<TBusyIndicator*>(); }
+    TMessageText& Text() { return *dialog.findChild<TMessageText*>(); }
+
+    TMessageDialog dialog;
+    QStringList told;
+};
+
+QStringList Words(const char* words)
+{
+    return QString::fromLatin1(words).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+QString LongMessage()
+{
+    return QStringLiteral("Field.zip failed to upload.\nNo link.\n\n").repeated(40);
+}
+
+} // namespace
+
+class tst_MessageDialog : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
+    void hasTheButtonsOfItsType_data();
+    void hasTheButtonsOfItsType();
+    void answers_data();
+    void answers();
+    void doublePressAnswersOnce();
+    void cancelLeavesItOpen();
+    void touchesTheButtons();
+    void disabledButtonsDoNothing();
+    void backIsTheHarmlessAnswer_data();
+    void backIsTheHarmlessAnswer();
+    void backCannotLeaveARunningOperation();
+    void questionBeginsWithNo();
+    void isBuiltWhenNeeded();
+    void showsThatWorkGoesOn();
+    void busyRestsWhileHidden();
+    void messageMayChangeAtAnyTime();
+    void messageChangesNothingElse();
+    void comesToTheFrontOnly();
+    void staysOpenIfShownFromItsSignal();
+    void mayGoFromItsSignal();
+    void oneDialogMayOpenAnother();
+    void longMessagesScroll();
+    void longMessagesAreReadByWheel();
+    void growsWithItsMessage();
+    void coversTheScreenIfAsked();
+    void drawsSimpleRichText();
+    void keepsOutWhatIsNotSimple_data();
+    void keepsOutWhatIsNotSimple();
+    void loadsNothing();
+    void pictureStandsBeside();
+};
+
+void tst_MessageDialog::hasTheButtonsOfItsType_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QString>("first");
+    QTest::addColumn<QString>("second");
+    QTest::newRow("acknowledge") << 0 << QStringLiteral("OK") << QString();
+    QTest::newRow("operation") << 2 << QStringLiteral("Close") << QStringLiteral("Cancel");
+    QTest::newRow("question") << 4 << QStringLiteral("Yes") << QStringLiteral("No");
+}
+
+void tst_MessageDialog::hasTheButtonsOfItsType()
+{
+    QFETCH(int, type);
+    QFETCH(QString, first);
+    QFETCH(QString, second);
+    TDialog dialog(static_cast<TMessageDialog::EMessageDialogType>(type));
+    QCOMPARE(dialog.Button(0).text(), first);
+    TPushButton* const other = dialog.dialog.GetMessageDialogButton(TMessageDialog::eButton1);
+    QCOMPARE(other == nullptr ? QString() : other->text(), second);
+    QCOMPARE(dialog.Busy() != nullptr, type == TMessageDialog::eOperation);
+    const QList<TPushButton*> buttons = dialog.dialog.findChildren<TPushButton*>();
+    QCOMPARE(buttons.size(), second.isEmpty() ? 1 : 2);
+    for (TPushButton* const button : buttons) {
+        QVERIFY(button->width() >= hostimpl::TOUCH_SIZE);
+        QVERIFY(button->height() >= hostimpl::TOUCH_SIZE);
+    }
+    dialog.dialog.EnableButton(static_cast<TMessageDialog::EMessageDialogButton>(7), false);
+    QVERIFY(dialog.dialog.GetMessageDialogButton(
+                static_cast<TMessageDialog::EMessageDialogButton>(-1)) == nullptr);
+}
+
+void tst_MessageDialog::answers_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<int>("button");
+    QTest::addColumn<QStringList>("told");
+    QTest::newRow("ok") << 0 << 0 << Words("ok closed");
+    QTest::newRow("close") << 2 << 0 << Words("ok closed");
+    QTest::newRow("yes") << 4 << 0 << Words("yes closed");
+    QTest::newRow("no") << 4 << 1 << Words("no closed");
+}
+
+void tst_MessageDialog::answers()
+{
+    QFETCH(int, type);
+    QFETCH(int, button);
+    QFETCH(QStringList, told);
+    TDialog dialog(static_cast<TMessageDialog::EMessageDialogType>(type));
+    dialog.Button(button).OnWheelPressed();
+    QCOMPARE(dialog.told, told);
+    QVERIFY(!dialog.dialog.isVisible());
+}
+
+void tst_MessageDialog::doublePressAnswersOnce()
+{
+    TDialog dialog(TMessageDialog::eQuestion);
+    dialog.Button(0).click();
+    dialog.Button(0).click();
+    dialog.Button(1).click();
+    QCOMPARE(dialog.told, Words("yes closed"));
+}
+
+void tst_MessageDialog::cancelLeavesItOpen()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    dialog.Button(1).click();
+    QCOMPARE(dialog.told, Words("cancel"));
+    QVERIFY(dialog.dialog.isVisible());
+}
+
+void tst_MessageDialog::touchesTheButtons()
+{
+    TDialog dialog(TMessageDialog::eQuestion);
+    QTest::mouseClick(&dialog.Button(0), Qt::LeftButton);
+    QCOMPARE(dialog.told, Words("yes closed"));
+}
+
+void tst_MessageDialog::disabledButtonsDoNothing()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    dialog.dialog.EnableButton(TMessageDialog::eButton0, false);
+    dialog.dialog.EnableButton(TMessageDialog::eButton1, false);
+    for (int button = 0; button < 2; ++button) {
+        QTest::mouseClick(&dialog.Button(button), Qt::LeftButton);
+        dialog.Button(button).OnWheelPressed();
+        dialog.Button(button).click();
+    }
+    QVERIFY(dialog.told.isEmpty());
+    QVERIFY(dialog.dialog.isVisible());
+}
+
+void tst_MessageDialog::backIsTheHarmlessAnswer_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QStringList>("told");
+    QTest::newRow("acknowledge") << 0 << Words("ok closed");
+    QTest::newRow("operation") << 2 << Words("ok closed");
+    QTest::newRow("question") << 4 << Words("no closed");
+}
+
+void tst_MessageDialog::backIsTheHarmlessAnswer()
+{
+    QFETCH(int, type);
+    QFETCH(QStringList, told);
+    TDialog byBack(static_cast<TMessageDialog::EMessageDialogType>(type));
+    QVERIFY(byBack.dialog.OnBackPressed());
+    QCOMPARE(byBack.told, told);
+    TDialog byKey(static_cast<TMessageDialog::EMessageDialogType>(type));
+    QTest::keyClick(&byKey.dialog, Qt::Key_Escape);
+    QCOMPARE(byKey.told, told);
+    TDialog byClosing(static_cast<TMessageDialog::EMessageDialogType>(type));
+    byClosing.dialog.close();
+    QCOMPARE(byClosing.told, told);
+}
+
+void tst_MessageDialog::backCannotLeaveARunningOperation()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    dialog.dialog.EnableButton(TMessageDialog::eButton0, false);
+    QVERIFY(dialog.dialog.OnBackPressed());
+    dialog.dialog.close();
+    QVERIFY(dialog.dialog.isVisible());
+    QVERIFY(dialog.told.isEmpty());
+}
+
+void tst_MessageDialog::questionBeginsWithNo()
+{
+    TDialog dialog(TMessageDialog::eQuestion);
+    QCOMPARE(dialog.dialog.focusWidget(), &dialog.Button(1));
+    dialog.dialog.OnWheelTurned(-1);
+    QCOMPARE(dialog.dialog.focusWidget(), &dialog.Button(0));
+    dialog.Button(0).click();
+    dialog.dialog.ShowWindow(true);
+    QCOMPARE(dialog.dialog.focusWidget(), &dialog.Button(1));
+}
+
+void tst_MessageDialog::isBuiltWhenNeeded()
+{
+    TMessageDialog dialog(nullptr, QStringLiteral("Title"), QStringLiteral("Message"),
+                          TMessageDialog::eOperation, false, QPixmap());
+    QVERIFY(dialog.GetMessageDialogButton(TMessageDialog::eButton0) == nullptr);
+    QVERIFY(dialog.findChildren<QWidget*>().isEmpty());
+    QCOMPARE(dialog.Message(), QStringLiteral("Message"));
+    QCOMPARE(dialog.Title(), QStringLiteral("Title"));
+    QCOMPARE(dialog.Type(), TMessageDialog::eOperation);
+    dialog.SetupIfRequired();
+    TPushButton* const button = dialog.GetMessageDialogButton(TMessageDialog::eButton0);
+    QVERIFY(button != nullptr);
+    button->SetDisabledBackground(QStringLiteral("NewDisabledButton"));
+    dialog.SetupIfRequired();
+    QCOMPARE(dialog.GetMessageDialogButton(TMessageDialog::eButton0), button);
+    QVERIFY(!dialog.isVisible());
+}
+
+void tst_MessageDialog::showsThatWorkGoesOn()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    QVERIFY(!dialog.Busy()->IsRunning());
+    dialog.dialog.EnableButton(TMessageDialog::eButton0, false);
+    QVERIFY(dialog.Busy()->IsRunning());
+    QVERIFY(dialog.Busy()->IsMoving());
+    const QImage before = dialog.Busy()->grab().toImage();
+    QTRY_VERIFY(dialog.Busy()->grab().toImage() != before);
+    dialog.dialog.EnableButton(TMessageDialog::eButton1, false);
+    QVERIFY(dialog.Busy()->IsRunning());
+    dialog.dialog.EnableButton(TMessageDialog::eButton0, true);
+    QVERIFY(!dialog.Busy()->IsRunning());
+    QVERIFY(!dialog.Busy()->IsMoving());
+}
+
+void tst_MessageDialog::busyRestsWhileHidden()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    dialog.dialog.EnableButton(TMessageDialog::eButton0, false);
+    dialog.dialog.CloseWindow();
+    QVERIFY(!dialog.Busy()->IsMoving());
+    dialog.dialog.ShowWindow(true);
+    QVERIFY(dialog.Busy()->IsMoving());
+}
+
+void tst_MessageDialog::messageMayChangeAtAnyTime()
+{
+    TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eAcknowledge, false,
+                          QPixmap());
+    dialog.SetMessage(QStringLiteral("before"));
+    dialog.ShowWindow(true);
+    QCOMPARE(dialog.findChild<TMessageText*>()->toPlainText(), QStringLiteral("before"));
+    dialog.SetMessage(QStringLiteral("while"));
+    QCOMPARE(dialog.findChild<TMessageText*>()->toPlainText(), QStringLiteral("while"));
+    QCOMPARE(dialog.Message(), QStringLiteral("while"));
+}
+
+void tst_MessageDialog::messageChangesNothingElse()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    dialog.dialog.EnableButton(TMessageDialog::eButton0, false);
+    dialog.dialog.CloseWindow();
+    dialog.dialog.SetMessage(QStringLiteral("Uploading x.zip"));
+    QVERIFY(!dialog.dialog.isVisible());
+    QVERIFY(!dialog.Button(0).isEnabled());
+    QVERIFY(dialog.Button(1).isEnabled());
+}
+
+void tst_MessageDialog::comesToTheFrontOnly()
+{
+    TDialog dialog(TMessageDialog::eQuestion);
+    dialog.Button(0).setFocus();
+    const QRect place = dialog.dialog.geometry();
+    dialog.dialog.ShowWindow(false);
+    QVERIFY(dialog.dialog.isModal());
+    QCOMPARE(dialog.dialog.geometry(), place);
+    QCOMPARE(dialog.dialog.focusWidget(), &dialog.Button(0));
+    QVERIFY(dialog.told.isEmpty());
+}
+
+void tst_MessageDialog::staysOpenIfShownFromItsSignal()
+{
+    TDialog dialog(TMessageDialog::eAcknowledge);
+    int times = 0;
+    connect(&dialog.dialog, &TMessageDialog::Ok, this, [&] {
+        if (++times == 1) {
+            dialog.dialog.SetMessage(QStringLiteral("once more"));
+            dialog.dialog.ShowWindow(true);
+        }
+    });
+    dialog.Button(0).click();
+    QVERIFY(dialog.dialog.isVisible());
+    dialog.Button(0).click();
+    QVERIFY(!dialog.dialog.isVisible());
+}
+
+void tst_MessageDialog::mayGoFromItsSignal()
+{
+    auto* const dialog = new TMessageDialog(nullptr, QString(), QString(),
+                                            TMessageDialog::eAcknowledge, false, QPixmap());
+    const QPointer<TMessageDialog> watched = dialog;
+    connect(dialog, &TMessageDialog::Ok, this, [dialog] { delete dialog; });
+    dialog->ShowWindow(true);
+    dialog->OnBackPressed();
+    QVERIFY(watched.isNull());
+}
+
+void tst_MessageDialog::oneDialogMayOpenAnother()
+{
+    TDialog question(TMessageDialog::eQuestion);
+    TMessageDialog progress(nullptr, QString(), QString(), TMessageDialog::eOperation, false,
+                            QPixmap());
+    connect(&question.dialog, &TMessageDialog::Yes, &progress,
+            [&progress] { progress.ShowWindow(true); });
+    question.Button(0).click();
+    QVERIFY(!question.dialog.isVisible());
+    QVERIFY(progress.isVisible());
+    QCOMPARE(QApplication::activeModalWidget(), &progress);
+}
+
+void tst_MessageDialog::longMessagesScroll()
+{
+    TWindow window;
+    window.resize(800, 480);
+    window.show();
+    TMessageDialog dialog(&window, QStringLiteral("Title"), LongMessage(),
+                          TMessageDialog::eOperation, false, QPixmap());
+    dialog.ShowWindow(true);
+    QVERIFY(dialog.height() <= 480);
+    auto& text = *dialog.findChild<TMessageText*>();
+    QVERIFY(text.verticalScrollBar()->maximum() > 0);
+    QVERIFY(QScroller::hasScroller(text.viewport()));
+    TPushButton* const button = dialog.GetMessageDialogButton(TMessageDialog::eButton0);
+    QVERIFY(dialog.rect().contains(button->geometry()));
+    QVERIFY(!text.geometry().intersects(button->geometry()));
+}
+
+void tst_MessageDialog::longMessagesAreReadByWheel()
+{
+    TDialog dialog(TMessageDialog::eAcknowledge);
+    QCOMPARE(dialog.Text().focusPolicy(), Qt::NoFocus);
+    dialog.dialog.SetMessage(LongMessage());
+    QCOMPARE(dialog.Text().focusPolicy(), Qt::StrongFocus);
+    dialog.dialog.OnWheelTurned(1);
+    QCOMPARE(dialog.dialog.focusWidget(), &dialog.Text());
+    QVERIFY(!dialog.Text().OnWheelTurned(-1));
+    int steps = 0;
+    while (dialog.Text().OnWheelTurned(1) && steps < 1000) {
+        ++steps;
+    }
+    QVERIFY(steps > 1);
+    QCOMPARE(dialog.Text().verticalScrollBar()->value(),
+             dialog.Text().verticalScrollBar()->maximum());
+}
+
+void tst_MessageDialog::growsWithItsMessage()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    const int before = dialog.dialog.height();
+    dialog.dialog.SetMessage(QStringLiteral("one\ntwo\nthree\nfour\nfive"));
+    QVERIFY(dialog.dialog.height() > before);
+    QCoreApplication::processEvents();
+    QCOMPARE(dialog.Text().verticalScrollBar()->maximum(), 0);
+}
+
+void tst_MessageDialog::coversTheScreenIfAsked()
+{
+    TWindow window;
+    window.setGeometry(50, 60, 700, 500);
+    window.show();
+    TMessageDialog dialog(&window, QString(), QString(), TMessageDialog::eAcknowledge, true,
+                          QPixmap());
+    dialog.ShowWindow(true);
+    QCOMPARE(dialog.geometry(), QRect(window.mapToGlobal(QPoint(0, 0)), window.size()));
+}
+
+void tst_MessageDialog::drawsSimpleRichText()
+{
+    TDialog dialog(TMessageDialog::eAcknowledge);
+    dialog.dialog.SetMessage(QStringLiteral("one\n<b>two</b><br/>&amp;"));
+    QCOMPARE(dialog.Text().toPlainText(), QStringLiteral("one\ntwo\n&"));
+    QCOMPARE(dialog.dialog.Message(), QStringLiteral("one\n<b>two</b><br/>&amp;"));
+    dialog.dialog.SetMessage(QStringLiteral("a < b & c > d\n<file>.zip"));
+    QCOMPARE(dialog.Text().toPlainText(), QStringLiteral("a < b & c > d\n<file>.zip"));
+}
+
+void tst_MessageDialog::keepsOutWhatIsNotSimple_data()
+{
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QString>("html");
+    const auto row = [](const char* name, const char* message, const char* html) {
+        QTest::newRow(name) << QString::fromLatin1(message) << QString::fromLatin1(html);
+    };
+    row("link", "<b>x</b><a href=\"http://x\">y</a>", "<b>x</b>&lt;a href=\"http://x\">y&lt;/a>");
+    row("picture", "<b>x</b><img src=\"/etc/x.png\">", "<b>x</b>&lt;img src=\"/etc/x.png\">");
+    row("attributes", "<p style=\"color:red\" onclick='x'>y</p>", "<p>y</p>");
+    row("upper case", "<BR>x<Script>", "<BR>x&lt;Script>");
+    row("nested", "<<b>b>x</b>", "&lt;<b>b>x</b>");
+    row("unended", "<b>x</b><img src=x", "<b>x</b>&lt;img src=x");
+    row("lines", "<i>x</i>\n\ny", "<i>x</i><br><br>y");
+}
+
+void tst_MessageDialog::keepsOutWhatIsNotSimple()
+{
+    QFETCH(QString, message);
+    QFETCH(QString, html);
+    bool isRich = false;
+    QCOMPARE(SafeRichText(message, isRich), html);
+    QVERIFY(isRich);
+}
+
+void tst_MessageDialog::loadsNothing()
+{
+    TDialog dialog(TMessageDialog::eAcknowledge);
+    QVERIFY(!dialog.Text().loadResource(QTextDocument::ImageResource, QUrl()).isValid());
+    QCOMPARE(dialog.Text().textInteractionFlags(), Qt::NoTextInteraction);
+}
+
+void tst_MessageDialog::pictureStandsBeside()
+{
+    QPixmap picture(120, 90);
+    picture.fill(Qt::red);
+    TMessageDialog dialog(nullptr, QString(), QStringLiteral("x"), TMessageDialog::eAcknowledge,
+                          false, picture);
+    dialog.ShowWindow(true);
+    QCoreApplication::processEvents();
+    const QImage image = dialog.grab().toImage();
+    int red = 0;
+    for (int x = 0; x < image.width(); ++x) {
+        for (int y = 0; y < image.height(); ++y) {
+            red += image.pixelColor(x, y) == QColor(Qt::red) ? 1 : 0;
+        }
+    }
+    QCOMPARE(red, 120 * 90);
+}
+
+KELVO_WIDGET_TEST_MAIN(tst_MessageDialog)
+#include "tst_messagedialog.moc"
