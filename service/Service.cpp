@@ -115,6 +115,7 @@ void runService(const ServeOptions& options)
     content::ActiveUploads activeUploads;
     events::EventHub hub;
     database->onCommit([&hub](const std::vector<store::Event>& events) { hub.publish(events); });
+    database->onDoubt([&hub](const std::set<store::Id>& farms) { hub.reread(farms); });
     accounts::Accounts accounts(
         *database, clock,
         {options.passwordCost, options.loginAttempts, std::chrono::hours(options.sessionHours)});

@@ -14,10 +14,16 @@ Subscription::Subscription(const asio::any_io_executor& executor, store::Session
 void Subscription::push(std::shared_ptr<const store::Event> event)
 {
     if (queue_.size() >= capacity) {
-        queue_.clear();
-        overflowed_ = true;
+        overflow();
     }
     queue_.push_back(std::move(event));
+    wakeup_.wake();
+}
+
+void Subscription::overflow()
+{
+    queue_.clear();
+    overflowed_ = true;
     wakeup_.wake();
 }
 
@@ -69,6 +75,15 @@ void EventHub::publish(const std::vector<store::Event>& events)
             }
         });
     }
+}
+
+void EventHub::reread(const std::set<store::Id>& farms)
+{
+    forEach([&farms](const std::shared_ptr<Subscription>& subscription) {
+        if (farms.contains(subscription->session().user.farmId())) {
+            asio::post(subscription->executor(), [subscription] { subscription->overflow(); });
+        }
+    });
 }
 
 void EventHub::endSession(const std::string& tokenHash, const std::string& reason)

@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,9 @@ public:
     void push(std::shared_ptr<const store::Event> event);
     void end(std::string reason);
 
+    /** Has the stream read the log. */
+    void overflow();
+
     const store::Session& session() const { return session_; }
     Wakeup& wakeup() { return wakeup_; }
     const asio::any_io_executor& executor() const { return executor_; }
@@ -34,7 +38,7 @@ public:
     /** Empty when there is none. */
     std::shared_ptr<const store::Event> pop();
 
-    /** Whether events were forgotten since the last call. */
+    /** Whether the log is to be read, since the last call. */
     bool takeOverflow() { return std::exchange(overflowed_, false); }
 
     const std::optional<std::string>& endReason() const { return endReason_; }
@@ -62,6 +66,9 @@ public:
 
     /** Called in the order of the events' ids. */
     void publish(const std::vector<store::Event>& events);
+
+    /** For these farms the log may hold what was never published: their streams read it. */
+    void reread(const std::set<store::Id>& farms);
 
     void endSession(const std::string& tokenHash, const std::string& reason);
     void endSessionsOf(store::Id user, const std::string& reason);

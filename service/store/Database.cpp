@@ -118,31 +118,57 @@ void Database::writeLoop()
 
 void Database::runBatch(const std::vector<Job*>& batch)
 {
-    std::vector<Event> events;
+    bool committed = false;
+    bool inDoubt = false;
     try {
         *writer_ << dialect_->beginWrite();
         for (Job* job : batch) {
             runJob(*job);
         }
         commit();
-        for (Job* job : batch) {
-            events.insert(events.end(), job->events.begin(), job->events.end());
-        }
+        committed = true;
+    } catch (const CommitInDoubt&) {
+        inDoubt = true;
+        abandon(batch);
     } catch (...) {
-        try {
-            *writer_ << "ROLLBACK";
-        } catch (const std::exception&) {
-            // The database may have rolled back by itself.
-        }
-        for (Job* job : batch) {
-            job->error = job->error ? job->error : std::current_exception();
-        }
+        abandon(batch);
     }
-    if (!events.empty() && commitListener_) {
-        commitListener_(events);
+    if (committed || inDoubt) {
+        tellOf(batch, inDoubt);
     }
     for (Job* job : batch) {
         job->done(); // the job is its waiter's again, and may be gone after this
+    }
+}
+
+/** For a handler: every change of the batch fails with the present exception. */
+void Database::abandon(const std::vector<Job*>& batch)
+{
+    try {
+        *writer_ << "ROLLBACK";
+    } catch (const std::exception&) {
+        // The database may have rolled back by itself, or have committed after all.
+    }
+    for (Job* job : batch) {
+        job->error = job->error ? job->error : std::current_exception();
+    }
+}
+
+void Database::tellOf(const std::vector<Job*>& batch, bool inDoubt)
+{
+    std::vector<Event> events;
+    std::set<Id> farms;
+    for (const Job* job : batch) {
+        events.insert(events.end(), job->events.begin(), job->events.end());
+    }
+    for (const Event& event : events) {
+        farms.insert(event.farm);
+    }
+    if (!inDoubt && !events.empty() && commitListener_) {
+        commitListener_(events);
+    }
+    if (inDoubt && !farms.empty() && doubtListener_) {
+        doubtListener_(farms);
     }
 }
 

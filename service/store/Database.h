@@ -12,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <thread>
 #include <type_traits>
 #include <vector>
@@ -38,6 +39,7 @@ class Database
 {
 public:
     using CommitListener = std::function<void(const std::vector<Event>& events)>;
+    using DoubtListener = std::function<void(const std::set<Id>& farms)>;
 
     /** Brings the schema up to date. Throws SchemaTooNew. */
     explicit Database(std::unique_ptr<Dialect> dialect, unsigned readers = 2);
@@ -48,6 +50,10 @@ public:
     /** Called on the writer's thread after each commit that made events. Set before the first
      * write. */
     void onCommit(CommitListener listener) { commitListener_ = std::move(listener); }
+
+    /** Called there as well after a commit in doubt, with the farms whose logs may have grown: who
+     * has to know reads them. Set before the first write. */
+    void onDoubt(DoubtListener listener) { doubtListener_ = std::move(listener); }
 
     template <class F>
     Async<std::invoke_result_t<F&, soci::session&>> read(F query)
@@ -128,11 +134,14 @@ private:
     void enqueue(Job& job);
     void writeLoop();
     void runBatch(const std::vector<Job*>& batch);
+    void abandon(const std::vector<Job*>& batch);
+    void tellOf(const std::vector<Job*>& batch, bool inDoubt);
     void runJob(Job& job);
     void commit();
 
     std::unique_ptr<Dialect> dialect_;
     CommitListener commitListener_;
+    DoubtListener doubtListener_;
     CommitGate gate_;
     std::mutex sessionsMutex_; // guards idleSessions_
     std::vector<std::unique_ptr<soci::session>> idleSessions_;

@@ -1,9 +1,11 @@
 // What a peer on an event stream gets to read.
 #include "service/events/EventStream.h"
+#include "service/store/Errors.h"
 #include "service/store/Events.h"
 #include "service/store/Farms.h"
 #include "service/store/Sessions.h"
 #include "service/store/Users.h"
+#include "tests/service/support/DoubtfulDialect.h"
 #include "tests/service/support/ManualClock.h"
 #include "tests/service/support/RunAwaitable.h"
 #include "tests/service/support/TcpPair.h"
@@ -21,6 +23,7 @@ protected:
     Streaming()
     {
         database.onCommit([this](const std::vector<store::Event>& all) { hub.publish(all); });
+        database.onDoubt([this](const std::set<store::Id>& farms) { hub.reread(farms); });
         session.tokenHash = "hash";
         session.expiresMs = clock.nowMs() + 3600 * 1000;
         session.user = database.writeNow([this](store::Transaction& t) {
@@ -82,7 +85,9 @@ protected:
     test::ManualClock clock;
     test::Loop loop;
     EventHub hub;
-    store::Database database{store::makeSqlite((folder.path() / "store.sqlite").string())};
+    std::shared_ptr<test::Doubt> doubt = std::make_shared<test::Doubt>();
+    store::Database database{std::make_unique<test::DoubtfulDialect>(
+        store::makeSqlite((folder.path() / "store.sqlite").string()), doubt)};
     test::TcpPair pair{loop.io()};
     store::Session session;
     std::shared_ptr<Subscription> subscription;
@@ -123,6 +128,38 @@ TEST_F(Streaming, FallsBackOnTheLogWhenTooMuchIsWaiting)
         addEvents(100); // the loop does not run meanwhile, so nobody empties the queue
     }
     EXPECT_EQ(readUntil("id: 700\nevent: thing\ndata: {}\n\n"), eventsText(1, 700));
+}
+
+TEST_F(Streaming, HasNoGapWhereACommitStoodThatWasSaidToHaveFailed)
+{
+    addEvents(1);
+    stream(0);
+    readUntil("id: 1\nevent: thing\ndata: {}\n\n");
+    doubt->strikes = true;
+    EXPECT_THROW(addEvents(3), store::CommitInDoubt);
+    EXPECT_EQ(readUntil("id: 4\nevent: thing\ndata: {}\n\n"), eventsText(2, 4))
+        << "without waiting for another event";
+    addEvents(1);
+    EXPECT_EQ(readUntil("id: 5\nevent: thing\ndata: {}\n\n"), eventsText(5, 5));
+}
+
+TEST_F(Streaming, SendsNothingOfACommitThatDidNotStand)
+{
+    database.writeNow([](store::Transaction& t) {
+        t.sql << "CREATE TABLE doom (farm_id BIGINT REFERENCES farms (id)"
+                 " DEFERRABLE INITIALLY DEFERRED)";
+    });
+    stream(0);
+    readUntil("\n\n");
+    const auto fail = [this] {
+        database.writeNow([this](store::Transaction& t) {
+            store::addEvent(t, {session.user.farmId(), 0, "lost", session.user.id, "{}", "", 0});
+            t.sql << "INSERT INTO doom VALUES (-1)"; // what only COMMIT finds wrong
+        });
+    };
+    EXPECT_THROW(fail(), store::CommitInDoubt);
+    addEvents(2);
+    EXPECT_EQ(readUntil("id: 2\nevent: thing\ndata: {}\n\n"), eventsText(1, 2));
 }
 
 TEST_F(Streaming, EndsWhenTheLogNoLongerReachesBack)

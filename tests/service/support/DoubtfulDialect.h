@@ -1,0 +1,50 @@
+// A database whose commits can be told to fail after they are done.
+#pragma once
+
+#include "service/store/Dialect.h"
+
+#include <soci/soci.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace kelvo::test {
+
+/** Shared by a test and its database. Thread safe. */
+struct Doubt
+{
+    std::atomic<bool> strikes{false}; // the next COMMIT stands, but is reported as failed
+};
+
+class DoubtfulDialect final : public store::Dialect
+{
+public:
+    DoubtfulDialect(std::unique_ptr<store::Dialect> real, std::shared_ptr<Doubt> doubt)
+        : real_(std::move(real)), doubt_(std::move(doubt))
+    {}
+
+    std::unique_ptr<soci::session> connect() const override
+    {
+        auto session = real_->connect();
+        session->set_query_transformation(
+            [doubt = doubt_, raw = session.get()](const std::string& query) {
+                if (query == "COMMIT" && doubt->strikes.exchange(false)) {
+                    *raw << query;
+                }
+                return query; // after that one there is no transaction, so this one fails
+            });
+        return session;
+    }
+
+    const char* beginRead() const override { return real_->beginRead(); }
+    const char* beginWrite() const override { return real_->beginWrite(); }
+    void translate(const std::exception& error) const override { real_->translate(error); }
+
+private:
+    std::unique_ptr<store::Dialect> real_;
+    std::shared_ptr<Doubt> doubt_;
+};
+
+} // namespace kelvo::test
