@@ -48,8 +48,8 @@ public:
     explicit TNmeaReader(TOnSentence onSentence);
 
     void Take(std::string_view bytes);
-    // The stream has ended, or begins anew: the last sentence needs no line end, but one that is not
-    // whole is dropped.
+    // The stream has ended, or begins anew: the last sentence needs no line end, but one that is
+    // not whole is dropped.
     void Restart();
     const TNmeaCounts& Counts() const { return m_counts; }
 
