@@ -77,6 +77,7 @@ private Q_SLOTS:
     void backIsTheHarmlessAnswer();
     void backCannotLeaveARunningOperation();
     void questionBeginsWithNo();
+    void whatIsEnabledCanBePressed();
     void isBuiltWhenNeeded();
     void showsThatWorkGoesOn();
     void busyRestsWhileHidden();
@@ -231,6 +232,19 @@ void tst_MessageDialog::questionBeginsWithNo()
     dialog.Button(0).click();
     dialog.dialog.ShowWindow(true);
     QCOMPARE(dialog.dialog.focusWidget(), &dialog.Button(1));
+}
+
+// As an operation goes: running, cancelling, finished.
+void tst_MessageDialog::whatIsEnabledCanBePressed()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    QVERIFY(QTest::qWaitForWindowActive(&dialog.dialog));
+    dialog.dialog.EnableButton(TMessageDialog::eButton1, true);
+    dialog.dialog.EnableButton(TMessageDialog::eButton0, false);
+    QCOMPARE(dialog.dialog.focusWidget(), &dialog.Button(1));
+    dialog.dialog.EnableButton(TMessageDialog::eButton1, false);
+    dialog.dialog.EnableButton(TMessageDialog::eButton0, true);
+    QCOMPARE(dialog.dialog.focusWidget(), &dialog.Button(0));
 }
 
 void tst_MessageDialog::isBuiltWhenNeeded()

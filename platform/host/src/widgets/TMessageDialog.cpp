@@ -214,6 +214,10 @@ void TMessageDialog::EnableButton(EMessageDialogButton button, bool isEnabled)
     if (TPushButton* const found = GetMessageDialogButton(button)) {
         found->setEnabled(isEnabled);
         m_content->UpdateBusy();
+        // The last one that had the focus lost it when it was disabled.
+        if (isEnabled && (focusWidget() == nullptr || !focusWidget()->isEnabled())) {
+            found->setFocus();
+        }
     }
 }
 

@@ -63,6 +63,7 @@ TMessageText::TMessageText(QWidget* parent) : QTextEdit(parent)
     document()->setDocumentMargin(0.0);
     setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setMinimumHeight(1); // a dialog is as high as its text, not more
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     QScroller::grabGesture(viewport(), QScroller::LeftMouseButtonGesture);
     UpdateFocusPolicy();

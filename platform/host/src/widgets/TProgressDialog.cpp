@@ -78,11 +78,17 @@ TProgressDialog::~TProgressDialog() = default;
 void TProgressDialog::SetMessage(const QString& message, bool isShown)
 {
     TContent::Show(m_content->message, message, isShown);
+    if (isVisible()) {
+        Place();
+    }
 }
 
 void TProgressDialog::SetBottomMessage(const QString& message, bool isShown)
 {
     TContent::Show(m_content->bottomMessage, message, isShown);
+    if (isVisible()) {
+        Place();
+    }
 }
 
 QString TProgressDialog::Message() const
