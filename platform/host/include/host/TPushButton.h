@@ -43,8 +43,9 @@ Q_SIGNALS:
     void Clicked(int id);
 
 protected:
-    // Locked, it cannot be hit.
+    // Locked, it can neither be hit nor pressed by a key.
     bool hitButton(const QPoint& position) const override;
+    void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:

@@ -107,7 +107,9 @@ QWidget* TPopupWindow::Host() const
     QWidget* const candidates[] = {parent == nullptr ? nullptr : parent->window(),
                                    hostimpl::PopupHost(), QApplication::activeWindow()};
     for (QWidget* const candidate : candidates) {
-        if (candidate != nullptr && candidate != this && candidate->isVisible()) {
+        // Two popups over each other would follow each other for ever.
+        if (candidate != nullptr && candidate->isVisible() &&
+            qobject_cast<const TPopupWindow*>(candidate) == nullptr) {
             return candidate;
         }
     }

@@ -4,6 +4,7 @@
 #include "hostimpl/FocusOrder.h"
 #include "hostimpl/Theme.h"
 
+#include <QtGui/QKeyEvent>
 #include <QtGui/QPainter>
 
 #include <algorithm>
@@ -135,6 +136,15 @@ QSize TPushButton::sizeHint() const
 bool TPushButton::hitButton(const QPoint& position) const
 {
     return !hostimpl::IsLockedAround(*this) && QAbstractButton::hitButton(position);
+}
+
+void TPushButton::keyPressEvent(QKeyEvent* event)
+{
+    if (hostimpl::IsLockedAround(*this)) {
+        event->ignore();
+    } else {
+        QAbstractButton::keyPressEvent(event);
+    }
 }
 
 void TPushButton::paintEvent(QPaintEvent*)
