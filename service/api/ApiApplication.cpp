@@ -49,6 +49,8 @@ Async<http::Response> ApiApplication::handle(http::Request& request)
         throw Problem(EProblem::InsufficientStorage, "The service's storage is full.");
     } catch (const store::NameTaken&) {
         throw Problem(EProblem::Conflict, "The name is taken.");
+    } catch (const store::TooManyReported&) {
+        throw Problem(EProblem::Unprocessable, "The farm has too many consoles or devices.");
     } catch (const std::system_error& error) {
         if (meansFull(error)) {
             throw Problem(EProblem::InsufficientStorage, "The service's storage is full.");

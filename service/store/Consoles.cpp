@@ -29,13 +29,18 @@ Id consoleOfSession(soci::session& sql, const std::string& tokenHash)
 Id addConsole(Transaction& transaction, const User& user, const std::string& identity)
 {
     soci::session& sql = transaction.sql;
+    const Id farm = user.farmId();
+    long long known = 0;
+    sql << "SELECT COUNT(*) FROM consoles WHERE farm_id = :farm", into(known), use(farm);
+    if (known >= mostConsolesOfAFarm) {
+        throw TooManyReported();
+    }
     Id id = 0;
     sql << "UPDATE counters SET value = value + 1 WHERE name = 'consoles'";
     sql << "SELECT value FROM counters WHERE name = 'consoles'", into(id);
     if (id > largestId) {
         throw OutOfIds();
     }
-    const Id farm = user.farmId();
     sql << "INSERT INTO consoles (id, farm_id, identity, user_id, environment, environment_ms,"
            " last_number, last_event) VALUES (:id, :farm, :identity, :user, '', 0, 0, 0)",
         use(id), use(farm), use(identity), use(user.id);

@@ -11,10 +11,14 @@
 
 namespace kelvo::store {
 
+/** Anybody can report any address, and the office reads them all at once. */
+inline constexpr long long mostConsolesOfAFarm = 1000;
+
 /**
  * The console that this session reports. One that tells its hardware address is known by that,
  * whoever drives it; from then on it is the session's. One that never told its address is known by
- * its user. It is made when it is new, and the session's user becomes its operator.
+ * its user. It is made when it is new, and the session's user becomes its operator. Throws
+ * TooManyReported for a new one.
  */
 Id reportingConsole(Transaction& transaction, const Session& session,
                     const std::string& hardwareAddress);

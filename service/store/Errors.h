@@ -28,6 +28,13 @@ public:
     OutOfIds() : std::runtime_error("no ids are left") {}
 };
 
+/** A farm has as many consoles, or devices of them, as are kept. Nothing was changed. */
+class TooManyReported : public std::runtime_error
+{
+public:
+    TooManyReported() : std::runtime_error("the farm has too many consoles or devices") {}
+};
+
 /** The disk that holds the database is full. Nothing was changed; later attempts may succeed. */
 class StorageFull : public std::runtime_error
 {

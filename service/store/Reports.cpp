@@ -1,6 +1,8 @@
 // What consoles report of themselves.
 #include "service/store/Reports.h"
 
+#include "service/store/Errors.h"
+
 #include <soci/soci.h>
 
 namespace kelvo::store {
@@ -19,9 +21,35 @@ void setEnvironment(Transaction& transaction, const Session& session, Id console
         use(document), use(nowMs), use(session.tokenHash);
 }
 
+namespace {
+
+bool hasDevice(soci::session& sql, Id console, const std::string& hardwareAddress)
+{
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM console_devices WHERE console_id = :console"
+           " AND hardware_address = :address",
+        into(count), use(console), use(hardwareAddress);
+    return count > 0;
+}
+
+long long countDevicesOfFarm(soci::session& sql, Id console)
+{
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM console_devices d JOIN consoles c ON c.id = d.console_id"
+           " WHERE c.farm_id = (SELECT o.farm_id FROM consoles o WHERE o.id = :console)",
+        into(count), use(console);
+    return count;
+}
+
+} // namespace
+
 void setDevice(Transaction& transaction, Id console, const std::string& hardwareAddress,
                const std::string& document, long long nowMs)
 {
+    if (!hasDevice(transaction.sql, console, hardwareAddress) &&
+        countDevicesOfFarm(transaction.sql, console) >= mostDevicesOfAFarm) {
+        throw TooManyReported();
+    }
     transaction.sql
         << "INSERT INTO console_devices (console_id, hardware_address, document, received_ms)"
            " VALUES (:console, :address, :document, :received)"

@@ -23,7 +23,13 @@ struct Position
 void setEnvironment(Transaction& transaction, const Session& session, Id console,
                     const std::string& document, long long nowMs);
 
-/** One a console and the device's hardware address, which may be empty. */
+/** Of all its consoles; anybody can report any address, and the office reads them all at once. */
+inline constexpr long long mostDevicesOfAFarm = 1000;
+
+/**
+ * One a console and the device's hardware address, which may be empty. Throws TooManyReported for
+ * a new one.
+ */
 void setDevice(Transaction& transaction, Id console, const std::string& hardwareAddress,
                const std::string& document, long long nowMs);
 

@@ -1,5 +1,6 @@
 // Which console a report is of, and what is kept of it.
 #include "service/store/Consoles.h"
+#include "service/store/Errors.h"
 #include "service/store/Sessions.h"
 #include "tests/service/store/StoreContract.h"
 
@@ -149,6 +150,42 @@ TEST_P(StoreConsoles, KeepTheLastEnvironmentOfEachSession)
     EXPECT_EQ(environmentOf(first), std::pair(std::string("{\"n\":2}"), now + 1));
     EXPECT_EQ(environmentOf(second), std::pair(std::string("{\"n\":3}"), now + 2));
     EXPECT_EQ(environmentOf(logIn(olga, "c")), std::pair(std::string(), 0LL));
+}
+
+TEST_P(StoreConsoles, AreSoManyAFarmAndNoMore)
+{
+    const store::Session session = logIn(olga, "a");
+    write([&](Transaction& t) {
+        for (long long i = 0; i < store::mostConsolesOfAFarm; ++i) {
+            store::reportingConsole(t, session, std::to_string(i));
+        }
+    });
+    EXPECT_THROW(report(session, "one more"), store::TooManyReported);
+    EXPECT_THROW(report(logIn(piet, "b"), ""), store::TooManyReported);
+    EXPECT_EQ(report(session, "0"), consoles()[0].id) << "those that are known go on";
+    EXPECT_EQ(consoles().size(), static_cast<std::size_t>(store::mostConsolesOfAFarm));
+    const store::User otto = addUser(addFarm("Dale Farm"), "otto");
+    EXPECT_GT(report(logIn(otto, "c"), "one more"), 0);
+}
+
+TEST_P(StoreConsoles, HaveSoManyDevicesAFarmAndNoMore)
+{
+    const store::Id first = report(logIn(olga, "a"), "00:1b");
+    const store::Id second = report(logIn(piet, "b"), "00:1c");
+    write([&](Transaction& t) {
+        for (long long i = 0; i < store::mostDevicesOfAFarm; ++i) {
+            store::setDevice(t, i % 2 == 0 ? first : second, std::to_string(i), "{}", now);
+        }
+    });
+    const auto set = [&](store::Id console, const std::string& address) {
+        write([&](Transaction& t) { store::setDevice(t, console, address, "{}", now + 1); });
+    };
+    EXPECT_THROW(set(second, "one more"), store::TooManyReported);
+    EXPECT_THROW(set(second, "0"), store::TooManyReported) << "it is the other console's";
+    set(first, "0");
+    EXPECT_EQ(consoles()[0].devices[0].receivedMs, now + 1);
+    const store::User otto = addUser(addFarm("Dale Farm"), "otto");
+    set(report(logIn(otto, "c"), ""), "one more");
 }
 
 TEST_P(StoreConsoles, HaveATrackInTheOrderOfReceiptWhosePagesDoNotShift)
