@@ -19,7 +19,7 @@ namespace {
 using console::TStoredSettings;
 
 constexpr QSize buttonSize(170, PROPERTY_WIDGET_HEIGHT);
-constexpr int gap = 8;
+constexpr int gap = 4;
 
 struct TTextRow
 {
@@ -103,7 +103,7 @@ TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(new Q
         button->setFixedSize(buttonSize);
     }
     auto* const bottom = new QHBoxLayout;
-    bottom->setContentsMargins(2 * gap, gap, gap, gap);
+    bottom->setContentsMargins(4 * gap, gap, gap, gap);
     bottom->addWidget(m_message, 1);
     bottom->addWidget(m_discard);
     bottom->addWidget(m_save);

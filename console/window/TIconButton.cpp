@@ -4,7 +4,9 @@
 #include "hostimpl/Theme.h"
 
 #include <QtGui/QFontMetrics>
+#include <QtGui/QIcon>
 #include <QtGui/QPainter>
+#include <QtGui/QPixmap>
 
 namespace {
 
@@ -12,6 +14,30 @@ constexpr QSize buttonSize(104, 84);
 constexpr int iconExtent = 44;
 constexpr int captionHeight = 26;
 constexpr int margin = hostimpl::FOCUS_RING;
+
+// The theme draws icons in the colour of text on a screen's ground, which a button's is not.
+QPixmap Inked(const QIcon& icon, const QColor& ink, qreal ratio)
+{
+    QPixmap pixmap(QSize(iconExtent, iconExtent) * ratio);
+    pixmap.setDevicePixelRatio(ratio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    icon.paint(&painter, QRect(0, 0, iconExtent, iconExtent));
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(QRect(0, 0, iconExtent, iconExtent), ink);
+    return pixmap;
+}
+
+// As many whole words as fit; cut only if not even the first one does.
+QString Fitting(const QString& text, const QFont& font, int width)
+{
+    const QFontMetrics metrics(font);
+    QString fitting = text;
+    while (metrics.horizontalAdvance(fitting) > width && fitting.contains(QLatin1Char(' '))) {
+        fitting.truncate(fitting.lastIndexOf(QLatin1Char(' ')));
+    }
+    return metrics.elidedText(fitting, Qt::ElideRight, width);
+}
 
 } // namespace
 
@@ -53,16 +79,16 @@ void TIconButton::paintEvent(QPaintEvent*)
     if (hasFocus()) {
         hostimpl::DrawFocusRing(painter, rect());
     }
+    const QColor ink = hostimpl::BackgroundTextColour(ground);
     const QRect iconPlace((width() - iconExtent) / 2, 2 * margin, iconExtent, iconExtent);
-    hostimpl::ThemeIcon(m_iconName).paint(&painter, iconPlace);
+    painter.drawPixmap(iconPlace, Inked(hostimpl::ThemeIcon(m_iconName), ink, devicePixelRatioF()));
 
     const QFont captionFont = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
     painter.setFont(captionFont);
-    painter.setPen(hostimpl::BackgroundTextColour(ground));
+    painter.setPen(ink);
     const QRect place(margin, height() - captionHeight - margin, width() - 2 * margin,
                       captionHeight);
-    painter.drawText(place, Qt::AlignCenter,
-                     QFontMetrics(captionFont).elidedText(text(), Qt::ElideRight, place.width()));
+    painter.drawText(place, Qt::AlignCenter, Fitting(text(), captionFont, place.width()));
 }
 
 } // namespace console

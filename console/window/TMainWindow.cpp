@@ -56,12 +56,15 @@ TMainWindow::TMainWindow(QWidget* parent)
     all->setSpacing(0);
     all->addLayout(upper, 1);
     all->addWidget(m_status);
+    ArrangeDock();
 
+    connect(m_dock, &TMiniViewDock::Changed, this, &TMainWindow::ArrangeDock);
     connect(m_launcher, &TLauncherBar::OpenHome, this, [this] { ShowPage(nullptr); });
 }
 
 TMainWindow::~TMainWindow()
 {
+    disconnect(m_dock, nullptr, this, nullptr);
     for (auto entry = m_pages.cbegin(); entry != m_pages.cend(); ++entry) {
         disconnect(entry.key(), nullptr, this, nullptr);
         entry.value()->Release();
@@ -171,7 +174,8 @@ void TMainWindow::keyPressEvent(QKeyEvent* event)
 
 void TMainWindow::ArrangeDock()
 {
-    m_dock->setVisible(m_current == nullptr || width() >= wideEnough);
+    const bool hasRoom = m_current == nullptr || width() >= wideEnough;
+    m_dock->setVisible(hasRoom && !m_dock->IsEmpty());
 }
 
 } // namespace console

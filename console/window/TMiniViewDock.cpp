@@ -35,8 +35,12 @@ void TMiniViewDock::Add(QWidget* view)
     m_layout->insertWidget(m_views.size(), view);
     m_views.append(view);
     // A view that is destroyed before its time is not to be touched any more.
-    connect(view, &QObject::destroyed, this, [this, view] { m_views.removeAll(view); });
+    connect(view, &QObject::destroyed, this, [this, view] {
+        m_views.removeAll(view);
+        Q_EMIT Changed();
+    });
     view->show();
+    Q_EMIT Changed();
 }
 
 void TMiniViewDock::Remove(QWidget* view)
@@ -48,6 +52,7 @@ void TMiniViewDock::Remove(QWidget* view)
     view->hide();
     m_layout->removeWidget(view);
     view->setParent(nullptr);
+    Q_EMIT Changed();
 }
 
 } // namespace console

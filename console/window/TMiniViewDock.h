@@ -29,6 +29,10 @@ public:
     bool Contains(QWidget* view) const { return m_views.contains(view); }
     bool IsEmpty() const { return m_views.isEmpty(); }
 
+Q_SIGNALS:
+    // A view has come or gone.
+    void Changed();
+
 private:
     QWidget* m_column;
     QVBoxLayout* m_layout;

@@ -4,9 +4,16 @@
 #include "console/settings/Scrolling.h"
 #include "hostimpl/Theme.h"
 
+#include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QVBoxLayout>
+
+namespace {
+
+constexpr int margin = 6;
+
+} // namespace
 
 namespace console {
 
@@ -21,7 +28,10 @@ TPage::TPage(QWidget* content, const QString& title, QWidget* parent)
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     column->addWidget(m_title);
-    column->addWidget(m_area, 1);
+    auto* const body = new QHBoxLayout;
+    body->setContentsMargins(margin, 0, margin, margin);
+    body->addWidget(m_area);
+    column->addLayout(body, 1);
     SetTitle(title);
     content->show();
 }

@@ -12,6 +12,22 @@ using hostimpl::TSurfaceRegister;
 using ZRA::AppWindowSurface;
 using ZRA::OrvaleID;
 
+namespace {
+
+// A surface may get its title only when it is set up. The theme's icons of applications bear their
+// names: "NavKelvo".
+QString Caption(const AppWindowSurface& surface)
+{
+    const QString prefix = QStringLiteral("Nav");
+    const QString icon = surface.SurfaceIcon();
+    if (!surface.SurfaceTitle().isEmpty() || !icon.startsWith(prefix)) {
+        return surface.SurfaceTitle();
+    }
+    return icon.mid(prefix.size()).toUpper();
+}
+
+} // namespace
+
 namespace console {
 
 TPluginScreens::TPluginScreens(TSurfaceRegister& surfaces, TMainWindow& window)
@@ -64,15 +80,15 @@ void TPluginScreens::PlacePage(AppWindowSurface* surface, const QString& toolTip
     if (launcher.PageButton(surface) != nullptr) {
         return;
     }
-    launcher.AddPage(surface, surface->SurfaceIcon(), surface->SurfaceTitle(), toolTip);
+    launcher.AddPage(surface, surface->SurfaceIcon(), Caption(*surface), toolTip);
     connect(surface, &QObject::destroyed, &launcher,
             [&launcher, surface] { launcher.RemovePage(surface); });
     connect(surface, &AppWindowSurface::SurfaceTitleChanged, this, [this, surface] {
-        m_window.Launcher().SetPageLooks(surface, surface->SurfaceIcon(), surface->SurfaceTitle());
+        m_window.Launcher().SetPageLooks(surface, surface->SurfaceIcon(), Caption(*surface));
         m_window.SetPageTitle(surface, surface->SurfaceTitle());
     });
     connect(surface, &AppWindowSurface::SurfaceIconChanged, this, [this, surface] {
-        m_window.Launcher().SetPageLooks(surface, surface->SurfaceIcon(), surface->SurfaceTitle());
+        m_window.Launcher().SetPageLooks(surface, surface->SurfaceIcon(), Caption(*surface));
     });
 }
 

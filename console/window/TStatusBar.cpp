@@ -6,7 +6,6 @@
 #include "host/TLocalTime.h"
 #include "hostimpl/Theme.h"
 
-#include <QtCore/QLocale>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
 
@@ -23,6 +22,8 @@ TStatusBar::TStatusBar(QWidget* parent)
     : QFrame(parent), m_position(new TStatusItem), m_link(new TStatusItem), m_clock(new QLabel)
 {
     setFixedHeight(barHeight);
+    setBackgroundRole(QPalette::Base);
+    setAutoFillBackground(true);
     const QFont textFont = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
     auto* const row = new QHBoxLayout(this);
     row->setContentsMargins(12, 4, 12, 4);
@@ -53,8 +54,7 @@ void TStatusBar::ShowLink(ELinkState state)
 
 void TStatusBar::ShowTime()
 {
-    m_clock->setText(
-        QLocale().toString(TLocalTime::currentDateTime().time(), QLocale::ShortFormat));
+    m_clock->setText(TLocalTime::currentDateTime().toString(QStringLiteral("HH:mm")));
 }
 
 QString TStatusBar::PositionText() const

@@ -138,6 +138,13 @@ private Q_SLOTS:
         QCOMPARE(Button()->IconName(), QStringLiteral("save"));
     }
 
+    void namesAPageThatHasNoTitleYet()
+    {
+        m_full->SetSurfaceTitle(QString(), false, false);
+        Add();
+        QCOMPARE(Button()->text(), QStringLiteral("KELVO"));
+    }
+
     void letsGoOfSurfacesThatAreRemovedWhileShown()
     {
         Add();
