@@ -51,7 +51,7 @@ QRect TextPlace(const QRect& row, const QModelIndex& index)
 } // namespace
 
 // What the list is made of: the drawing of its rows, and the band below it with the full name.
-class TListWidget::TParts : public QStyledItemDelegate
+class Q_DECL_HIDDEN TListWidget::TParts : public QStyledItemDelegate
 {
 public:
     explicit TParts(TListWidget& list) : m_list(list), m_band(&list)
@@ -60,6 +60,8 @@ public:
         m_band.setWordWrap(true);
         m_band.setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
         m_band.setContentsMargins(PADDING, 4, PADDING, 4);
+        m_band.setBackgroundRole(QPalette::Window);
+        m_band.setAutoFillBackground(true);
         m_band.hide();
     }
 
@@ -136,7 +138,7 @@ void TListWidget::TParts::ShowFullName()
     m_list.setViewportMargins(0, 0, 0, height);
     m_band.setGeometry(frame, m_list.height() - frame - height, width, height);
     m_band.setVisible(isElided);
-    if (isElided) {
+    if (isElided && m_list.isVisible()) {
         m_list.scrollTo(index); // the band may have come over it
     }
 }

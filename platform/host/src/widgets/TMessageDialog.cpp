@@ -45,7 +45,7 @@ constexpr TButtonRow BUTTONS[] = {
 } // namespace
 
 // What the dialog shows, and the widgets that show it once they are built.
-class TMessageDialog::TContent
+class Q_DECL_HIDDEN TMessageDialog::TContent
 {
 public:
     TContent(TMessageDialog& dialog, EMessageDialogType dialogType, bool coversScreen)

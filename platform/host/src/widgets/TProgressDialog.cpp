@@ -17,7 +17,7 @@ constexpr int MARGIN = 24;
 
 } // namespace
 
-class TProgressDialog::TContent
+class Q_DECL_HIDDEN TProgressDialog::TContent
 {
 public:
     TContent(TProgressDialog& dialog, const QString& dialogTitle, bool hasButton);

@@ -12,7 +12,7 @@ class TChoicePopup;
 class TPushButton;
 
 // Owned by its row. Main thread.
-class TPropertyWidget::TRow : public QObject
+class Q_DECL_HIDDEN TPropertyWidget::TRow : public QObject
 {
 public:
     explicit TRow(TPropertyWidget& widget);
@@ -50,6 +50,11 @@ private:
     void DrawValue(QPainter& painter, const QRect& place) const;
     // The next value on offer in a direction, or the present one if there is none.
     double NextOffered(double from, int direction) const;
+
+    // Pixels.
+    static constexpr int PADDING = 12;
+    static constexpr int ICON_SIZE = 40;
+    static constexpr int NAME_HEIGHT = 28;
 
     TPropertyWidget& m_widget;
     TEditItem m_item;

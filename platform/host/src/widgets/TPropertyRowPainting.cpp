@@ -1,0 +1,54 @@
+// How a property row is drawn.
+#include "widgets/TPropertyRow.h"
+
+#include "hostimpl/FocusOrder.h"
+#include "hostimpl/Theme.h"
+
+#include <QtGui/QPainter>
+
+using hostimpl::EColour;
+using hostimpl::ThemeColour;
+
+void TPropertyWidget::TRow::OnPaint()
+{
+    QPainter painter(&m_widget);
+    const bool isOff = !m_widget.isEnabled() || hostimpl::IsLockedAround(m_widget);
+    hostimpl::DrawPanel(painter, m_widget.rect());
+    QRect place = m_widget.rect().adjusted(PADDING, 4, -PADDING, -4);
+    if (!iconName.isEmpty()) {
+        const QRect picture(place.x(), place.center().y() - ICON_SIZE / 2, ICON_SIZE, ICON_SIZE);
+        hostimpl::ThemeIcon(iconName).paint(&painter, picture, Qt::AlignCenter,
+                                            isOff ? QIcon::Disabled : QIcon::Normal);
+        place.setLeft(place.left() + ICON_SIZE + PADDING);
+    }
+    painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    painter.setPen(ThemeColour(isOff ? EColour::eOffText : EColour::eMutedText));
+    const QRect head(place.x(), place.y(), place.width(), NAME_HEIGHT - 4);
+    painter.drawText(head, Qt::AlignLeft | Qt::AlignVCenter,
+                     painter.fontMetrics().elidedText(name, Qt::ElideMiddle, head.width()));
+    if (m_type == eChoice) {
+        DrawValue(painter, place);
+    }
+    if (m_widget.hasFocus() || m_isInHand) {
+        hostimpl::DrawFocusRing(painter, m_widget.rect());
+    }
+}
+
+void TPropertyWidget::TRow::DrawValue(QPainter& painter, const QRect& place) const
+{
+    const bool isOff = !m_widget.isEnabled() || hostimpl::IsLockedAround(m_widget);
+    const QRect arrows(place.right() - ICON_SIZE, place.center().y() - ICON_SIZE / 2, ICON_SIZE,
+                       ICON_SIZE);
+    QRect value = place.adjusted(0, NAME_HEIGHT - 4, -ICON_SIZE - PADDING, 0);
+    if (m_isInHand) {
+        painter.fillRect(value.adjusted(-4, 0, 0, 0), ThemeColour(EColour::eSelected));
+    }
+    hostimpl::ThemeIcon(QStringLiteral("choose"))
+        .paint(&painter, arrows, Qt::AlignCenter, isOff ? QIcon::Disabled : QIcon::Normal);
+    painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    painter.setPen(ThemeColour(isOff        ? EColour::eOffText
+                               : m_isInHand ? EColour::eSelectedText
+                                            : EColour::eText));
+    painter.drawText(value, Qt::AlignLeft | Qt::AlignVCenter,
+                     painter.fontMetrics().elidedText(Text(), Qt::ElideMiddle, value.width()));
+}
