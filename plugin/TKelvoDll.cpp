@@ -3,29 +3,26 @@
 
 #include "core/TKelvoInterface.h"
 #include "host/TWindowManagerApi.h"
+#include "plugin/ApplicationUuid.h"
 #include "worker/TKelvoThreadObject.h"
 
-#include <QtCore/QUuid>
-
 #include <memory>
-
-namespace {
-
-// The plug-in's application identifier: 9e5b9e35-77b2-4f19-acaa-5ce817b88895.
-constexpr QUuid APPLICATION_UUID(0x9e5b9e35, 0x77b2, 0x4f19, 0xac, 0xaa, 0x5c, 0xe8, 0x17, 0xb8,
-                                 0x88, 0x95);
-
-} // namespace
 
 TKelvoDll::TKelvoDll(QWidget* parentWidget, const TGPSCoordinator* gpsCoordinator,
                      const TAppFeatures& features, const QString& hostString)
     : TGen2DynamicLibrary(parentWidget)
 {
-    // The hub comes first: the worker connects to it as soon as its thread runs. Until there is a
-    // worker to end its life, nobody gets to see it.
+    // The hub comes first: the worker connects to it as soon as its thread runs. It is the worker
+    // that ends its life, so without one there is no hub either.
     auto hub = std::make_unique<TKelvoInterface>();
-    m_worker = new TKelvoThreadObject(gpsCoordinator, features, hostString);
-    KelvoInterface = hub.release();
+    KelvoInterface = hub.get();
+    try {
+        m_worker = new TKelvoThreadObject(gpsCoordinator, features, hostString);
+    } catch (...) {
+        KelvoInterface = nullptr;
+        throw;
+    }
+    static_cast<void>(hub.release());
 }
 
 TKelvoDll::~TKelvoDll() = default;

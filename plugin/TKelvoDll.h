@@ -25,6 +25,11 @@ public:
     void Initialise() override;
     // Blocks until the worker's thread has ended.
     void Finalise() override;
+#ifdef KELVO_HAS_SCREENS
+    // Hands the window manager the login panel and the file controller; it owns them from then on.
+    // Initialise() has run. An exception leaves nothing registered.
+    void CreateScreens() override;
+#endif
 
 private:
     TKelvoThreadObject* m_worker = nullptr;

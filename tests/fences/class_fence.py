@@ -17,6 +17,7 @@ import sys
 import tempfile
 
 SLOT = re.compile(r"^\d+\s+\(int \(\*\)\(\.\.\.\)\)(\S.*)$")
+OFFSET = re.compile(r"^-\d+$")  # where the table of a further base begins
 
 
 def blocks_of(text):
@@ -48,6 +49,8 @@ def slots_of(dump, name):
             continue
         if "& _ZTI" in match[1]:
             seen_type = True
+        elif OFFSET.match(match[1]):
+            break
         elif seen_type:
             slots.append(match[1])
     return slots

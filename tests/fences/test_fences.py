@@ -188,6 +188,8 @@ class ClassFence(TreeCase):
     {
         void two() override; virtual void three(); bool m_x = false; int m_list[3]; int* m_y{};
     };
+    struct C { virtual ~C(); virtual void four(); };
+    struct D : A, C { void four() override; virtual void five(); };
     """
 
     def slots(self, name):
@@ -197,11 +199,13 @@ class ClassFence(TreeCase):
     def test_slots(self):
         self.assertEqual(self.slots("A"), ["A::~A", "A::~A", "A::one", "A::two"])
         self.assertEqual(self.slots("B"), ["B::~B", "B::~B", "A::one", "B::two", "B::three"])
-        self.assertIsNone(self.slots("C"))
+        self.assertEqual(self.slots("D"),
+                         ["D::~D", "D::~D", "A::one", "A::two", "D::four", "D::five"])
+        self.assertIsNone(self.slots("E"))
 
     def test_members(self):
         self.assertEqual(class_fence.members_of(self.HEADER, "B"), ["m_x", "m_list", "m_y"])
-        self.assertIsNone(class_fence.members_of(self.HEADER, "C"))
+        self.assertIsNone(class_fence.members_of(self.HEADER, "E"))
 
     def test_difference(self):
         self.assertEqual(class_fence.difference("A", ["x", "y"], ["x", "y"]), [])

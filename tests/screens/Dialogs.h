@@ -1,0 +1,31 @@
+// Finds what the screens show over themselves.
+#pragma once
+
+#include "host/TMessageDialog.h"
+#include "host/TProgressDialog.h"
+#include "host/TPushButton.h"
+
+#include <QtWidgets/QApplication>
+
+// Null when there is none.
+template <typename TDialog>
+TDialog* DialogTitled(const QString& title)
+{
+    for (QWidget* widget : QApplication::allWidgets()) {
+        auto* const dialog = qobject_cast<TDialog*>(widget);
+        if (dialog != nullptr && dialog->Title() == title)
+            return dialog;
+    }
+    return nullptr;
+}
+
+inline bool IsEnabled(const TMessageDialog& dialog, TMessageDialog::EMessageDialogButton button)
+{
+    return dialog.GetMessageDialogButton(button)->isEnabled();
+}
+
+// As the operator does.
+inline void Press(const TMessageDialog& dialog, TMessageDialog::EMessageDialogButton button)
+{
+    dialog.GetMessageDialogButton(button)->click();
+}

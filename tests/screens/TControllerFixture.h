@@ -1,0 +1,123 @@
+// The file controller in a window, with a hub behind it.
+#pragma once
+
+#include "tests/screens/Dialogs.h"
+#include "tests/screens/THubFixture.h"
+
+#include "core/KelvoHelperFunctions.h"
+#include "host/TListWidget.h"
+#include "host/TPropertyWidget.h"
+#include "screens/TKelvoFileControlWidget.h"
+
+// Categories and locations are named by their numbers, as the selectors have them.
+class TControllerFixture : public THubFixture
+{
+public:
+    enum ELocation : int { eService = 0, eToUpload = 1, eDownloaded = 2 };
+
+    TControllerFixture() { controller = new TKelvoFileControlWidget(&window); }
+    // The window takes the controller with it before the hub goes.
+
+    // `isLoggedIn` comes before the set-up, so that the service is on offer at once.
+    void SetUp(bool isLoggedIn)
+    {
+        if (isLoggedIn)
+            Hub().OnLoggedIntoKelvo();
+        controller->Setup();
+    }
+    void Show()
+    {
+        window.resize(1000, 700);
+        controller->resize(1000, 700);
+        window.show();
+    }
+    void Choose(int category, int location)
+    {
+        Location().SetNumericalValue(location);
+        Category().SetNumericalValue(category);
+    }
+    // Selects these and nothing else.
+    void Select(const QStringList& names)
+    {
+        List().clearSelection();
+        List().SelectItems(names);
+    }
+
+    TPropertyWidget& Category() const { return *Selectors().at(0); }
+    TPropertyWidget& Location() const { return *Selectors().at(1); }
+    TListWidget& List() const { return *controller->findChild<TListWidget*>(); }
+    QStringList Names() const
+    {
+        QStringList names;
+        for (int row = 0; row < List().count(); ++row)
+            names << List().item(row)->text();
+        return names;
+    }
+    QStringList Selected() const { return List().GetSelectedTextItems(); }
+    TPushButton& Button(int id) const
+    {
+        for (auto* button :
+             controller->findChildren<TPushButton*>(QString(), Qt::FindDirectChildrenOnly)) {
+            if (button->Id() == id)
+                return *button;
+        }
+        qFatal("no button %d", id);
+    }
+    // Download, upload, delete: "D U X", with + when it can be pressed, in brackets when it is
+    // hidden.
+    QString Buttons() const
+    {
+        QStringList texts;
+        for (int id = 0; id < 3; ++id) {
+            const QString letter(QLatin1Char("DUX"[id]));
+            const QString state = Button(id).isEnabled() ? letter + QLatin1Char('+') : letter;
+            texts << (Button(id).isHidden() ? QStringLiteral("(%1)").arg(state) : state);
+        }
+        return texts.join(QLatin1Char(' '));
+    }
+
+    TMessageDialog& Transfer() const { return Dialog("File Transfer"); }
+    TMessageDialog& Deletion() const { return Dialog("Delete"); }
+    TMessageDialog& Confirmation() const { return Dialog("Delete Warning"); }
+    TMessageDialog& NoSelection() const { return Dialog("Error "); }
+    // "running", "cancelling" or "finished".
+    static QString StateOf(const TMessageDialog& dialog)
+    {
+        const bool canCancel = IsEnabled(dialog, TMessageDialog::eButton1);
+        const bool canClose = IsEnabled(dialog, TMessageDialog::eButton0);
+        if (canCancel)
+            return canClose ? QStringLiteral("both") : QStringLiteral("running");
+        return canClose ? QStringLiteral("finished") : QStringLiteral("cancelling");
+    }
+
+    static QString UploadPath(int category, const QString& name = QString())
+    {
+        return KelvoHelperFunctions::GetLocalKelvoUploadFolderPathForProject(
+                   EKelvoProjects(category)) +
+               QLatin1Char('/') + name;
+    }
+    static QString DownloadPath(int category, const QString& name = QString())
+    {
+        return KelvoHelperFunctions::GetLocalKelvoDownloadFolderPathForProject(
+                   EKelvoProjects(category)) +
+               QLatin1Char('/') + name;
+    }
+
+    QWidget window;
+    TKelvoFileControlWidget* controller = nullptr;
+
+private:
+    QList<TPropertyWidget*> Selectors() const
+    {
+        return controller->findChildren<TPropertyWidget*>(QString(), Qt::FindDirectChildrenOnly);
+    }
+    TMessageDialog& Dialog(const char* title) const
+    {
+        for (auto* dialog :
+             window.findChildren<TMessageDialog*>(QString(), Qt::FindDirectChildrenOnly)) {
+            if (dialog->Title() == QLatin1String(title))
+                return *dialog;
+        }
+        qFatal("no dialog %s", title);
+    }
+};

@@ -1,0 +1,190 @@
+// The file controller's dialogs are members with a parent: whichever goes first, each goes once.
+#include "support/WidgetTestMain.h"
+#include "tests/screens/TControllerFixture.h"
+
+#include "screens/TKelvoFullView.h"
+
+#include <QtCore/QPointer>
+#include <QtTest/QtTest>
+
+class tst_FileControlLifetime : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theControllerGoesFirst_data();
+    void theControllerGoesFirst();
+    void theParentGoesFirst_data();
+    void theParentGoesFirst();
+    void theParentGoesFirstWithTheControllerRaised();
+    void theParentGoesFirstWithTheControllerElsewhere();
+    void withoutAParent();
+    void theViewGoesWithAllItsDialogsOpen();
+    void aCancelThatIsStillQueuedFindsNobody();
+    void hubSignalsAfterwardsFindNobody();
+};
+
+namespace {
+
+QList<QPointer<TMessageDialog>> DialogsOf(const QWidget& window)
+{
+    QList<QPointer<TMessageDialog>> dialogs;
+    for (auto* dialog : window.findChildren<TMessageDialog*>(QString(), Qt::FindDirectChildrenOnly))
+        dialogs << dialog;
+    return dialogs;
+}
+
+bool AreGone(const QList<QPointer<TMessageDialog>>& dialogs)
+{
+    return std::all_of(dialogs.begin(), dialogs.end(),
+                       [](const QPointer<TMessageDialog>& dialog) { return dialog.isNull(); });
+}
+
+// How far the controller has come when it goes.
+void Stages()
+{
+    QTest::addColumn<bool>("isSetUp");
+    QTest::addColumn<bool>("isShown");
+    QTest::newRow("just made") << false << false;
+    QTest::newRow("set up") << true << false;
+    QTest::newRow("with a dialog open") << true << true;
+}
+
+struct TOwnWindow : THubFixture
+{
+    TOwnWindow() : window(std::make_unique<QWidget>())
+    {
+        controller = new TKelvoFileControlWidget(window.get());
+    }
+    void Bring(bool isSetUp, bool isShown) const
+    {
+        if (isSetUp)
+            controller->Setup();
+        if (isShown) {
+            window->show();
+            controller->DeletedFilesDownloadableFromKelvo(eManageCurves, {});
+            controller->DownloadFilesFromKelvo(eManageCurves, {});
+        }
+    }
+
+    std::unique_ptr<QWidget> window;
+    QPointer<TKelvoFileControlWidget> controller;
+};
+
+} // namespace
+
+void tst_FileControlLifetime::theControllerGoesFirst_data()
+{
+    Stages();
+}
+
+void tst_FileControlLifetime::theControllerGoesFirst()
+{
+    QFETCH(bool, isSetUp);
+    QFETCH(bool, isShown);
+    TOwnWindow f;
+    f.Bring(isSetUp, isShown);
+    const auto dialogs = DialogsOf(*f.window);
+    QCOMPARE(dialogs.size(), 4);
+    delete f.controller;
+    QVERIFY(AreGone(dialogs));
+    QVERIFY(f.window->children().isEmpty());
+    f.window.reset();
+}
+
+void tst_FileControlLifetime::theParentGoesFirst_data()
+{
+    Stages();
+}
+
+void tst_FileControlLifetime::theParentGoesFirst()
+{
+    QFETCH(bool, isSetUp);
+    QFETCH(bool, isShown);
+    TOwnWindow f;
+    f.Bring(isSetUp, isShown);
+    const auto dialogs = DialogsOf(*f.window);
+    QCOMPARE(dialogs.size(), 4);
+    f.window.reset();
+    QVERIFY(!f.controller);
+    QVERIFY(AreGone(dialogs));
+}
+
+// Raised, the controller is the last of its parent's children, and the dialogs come before it.
+void tst_FileControlLifetime::theParentGoesFirstWithTheControllerRaised()
+{
+    TOwnWindow f;
+    f.Bring(true, true);
+    f.controller->raise();
+    QCOMPARE(f.window->children().last(), static_cast<QObject*>(f.controller));
+    const auto dialogs = DialogsOf(*f.window);
+    f.window.reset();
+    QVERIFY(!f.controller);
+    QVERIFY(AreGone(dialogs));
+}
+
+void tst_FileControlLifetime::theParentGoesFirstWithTheControllerElsewhere()
+{
+    TOwnWindow f;
+    f.Bring(true, false);
+    auto other = std::make_unique<QWidget>();
+    f.controller->setParent(other.get());
+    const auto dialogs = DialogsOf(*f.window);
+    QCOMPARE(dialogs.size(), 4);
+    f.window.reset();
+    QVERIFY(f.controller);
+    for (const auto& dialog : dialogs)
+        QVERIFY(dialog);
+    other.reset();
+    QVERIFY(!f.controller);
+    QVERIFY(AreGone(dialogs));
+}
+
+void tst_FileControlLifetime::withoutAParent()
+{
+    const THubFixture around;
+    auto controller = std::make_unique<TKelvoFileControlWidget>(nullptr);
+    controller->Setup();
+    controller->show();
+    QVERIFY(DialogTitled<TMessageDialog>(QStringLiteral("File Transfer")));
+    controller.reset();
+    QVERIFY(!DialogTitled<TMessageDialog>(QStringLiteral("File Transfer")));
+}
+
+void tst_FileControlLifetime::theViewGoesWithAllItsDialogsOpen()
+{
+    const THubFixture around;
+    auto view = std::make_unique<TKelvoFullView>(nullptr);
+    view->Setup();
+    view->show();
+    const auto dialogs = DialogsOf(*view);
+    QCOMPARE(dialogs.size(), 4);
+    for (const auto& dialog : dialogs)
+        dialog->ShowWindow(true);
+    view.reset();
+    QVERIFY(AreGone(dialogs));
+}
+
+void tst_FileControlLifetime::aCancelThatIsStillQueuedFindsNobody()
+{
+    TOwnWindow f;
+    f.Bring(true, true);
+    Press(*DialogTitled<TMessageDialog>(QStringLiteral("File Transfer")), TMessageDialog::eButton1);
+    f.window.reset();
+    QCoreApplication::processEvents();
+    QVERIFY(!f.Hub().IsCancelCurrentOperationRequested());
+}
+
+void tst_FileControlLifetime::hubSignalsAfterwardsFindNobody()
+{
+    TOwnWindow f;
+    f.Bring(true, true);
+    f.window.reset();
+    f.Hub().OnLoggedIntoKelvo();
+    f.Hub().OnKelvoUploadComplete(3, {});
+    f.Hub().OnNewKelvoProjectFilesList(3, ListingOf({QStringLiteral("a.zip")}));
+    QVERIFY(!DialogTitled<TMessageDialog>(QStringLiteral("File Transfer")));
+}
+
+KELVO_WIDGET_TEST_MAIN(tst_FileControlLifetime)
+#include "tst_FileControlLifetime.moc"

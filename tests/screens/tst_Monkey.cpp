@@ -1,0 +1,270 @@
+// Both screens under thousands of random presses and reports: nothing crashes, and of the files on
+// disk only those go that were selected when a deletion was confirmed.
+#include "support/WidgetTestMain.h"
+#include "tests/core/HubEvents.h"
+#include "tests/screens/TControllerFixture.h"
+
+#include "screens/TKelvoMiniView.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QDirIterator>
+#include <QtCore/QSet>
+#include <QtTest/QtTest>
+
+#include <random>
+
+namespace {
+
+constexpr int STEPS = 3000;
+
+QString Text(const char* text)
+{
+    return QString::fromLatin1(text);
+}
+
+class TMonkey
+{
+public:
+    explicit TMonkey(unsigned seed) : m_miniView(nullptr, f.levels), m_random(seed)
+    {
+        f.Configure(Text("olga"), Text("secret"));
+        f.SetUp(false);
+        f.Show();
+        m_miniView.show();
+    }
+
+    // What is gone that was not to go; empty if all is well.
+    QStringList Step();
+
+    TControllerFixture f;
+    int confirmations = 0;  // with the question open
+    int localDeletions = 0; // files that went
+    int listingsWhileAsked = 0;
+
+private:
+    int Number(int count) { return std::uniform_int_distribution<int>(0, count - 1)(m_random); }
+    bool Chance(int percent) { return Number(100) < percent; }
+    QString Name() { return Text("n%1").arg(Number(12)) + (Chance(80) ? Text(".zip") : QString()); }
+
+    void ChooseSomething();
+    void SelectSomething();
+    void PressAButton();
+    void PressInADialog();
+    void LetTheHubReport();
+    void LetTheListingCome();
+    void PutAFileSomewhere();
+    void TurnAWheel();
+    void WorkTheMiniView();
+    void HideOrShow();
+
+    QSet<QString> Files() const;
+    QStringList NamedForDeletion() const;
+
+    TKelvoMiniView m_miniView;
+    std::mt19937 m_random;
+    QSet<QString> m_files; // as the step before left them
+    QStringList m_mayGo;
+};
+
+QSet<QString> TMonkey::Files() const
+{
+    QSet<QString> files;
+    QDirIterator it(f.folder.Path(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        if (!path.contains(Text("console.json")))
+            files.insert(path);
+    }
+    return files;
+}
+
+QStringList TMonkey::NamedForDeletion() const
+{
+    const int location = int(f.Location().GetNumericalValue());
+    const int category = int(f.Category().GetNumericalValue());
+    QStringList paths;
+    for (const QString& name : f.Selected()) {
+        if (location == TControllerFixture::eToUpload)
+            paths << QDir::cleanPath(f.UploadPath(category, name));
+        if (location == TControllerFixture::eDownloaded)
+            paths << QDir::cleanPath(f.DownloadPath(category, name));
+    }
+    return paths;
+}
+
+QStringList TMonkey::Step()
+{
+    using TAction = void (TMonkey::*)();
+    static constexpr TAction ACTIONS[] = {
+        &TMonkey::ChooseSomething, &TMonkey::SelectSomething,   &TMonkey::SelectSomething,
+        &TMonkey::PressAButton,    &TMonkey::PressAButton,      &TMonkey::PressInADialog,
+        &TMonkey::PressInADialog,  &TMonkey::LetTheHubReport,   &TMonkey::LetTheListingCome,
+        &TMonkey::LetTheHubReport, &TMonkey::PutAFileSomewhere, &TMonkey::PutAFileSomewhere,
+        &TMonkey::TurnAWheel,      &TMonkey::WorkTheMiniView,   &TMonkey::HideOrShow,
+    };
+    m_mayGo.clear();
+    (this->*ACTIONS[Number(int(std::size(ACTIONS)))])();
+    if (Chance(20))
+        QCoreApplication::processEvents();
+
+    QStringList wrong;
+    const QSet<QString> files = Files();
+    const QSet<QString> gone = m_files - files;
+    m_files = files;
+    for (const QString& path : gone) {
+        ++localDeletions;
+        const bool isNamed =
+            std::any_of(m_mayGo.begin(), m_mayGo.end(), [&path](const QString& named) {
+                return path == named || path.startsWith(named + QLatin1Char('/'));
+            });
+        if (!isNamed)
+            wrong << path;
+    }
+    return wrong;
+}
+
+void TMonkey::ChooseSomething()
+{
+    if (Chance(50))
+        f.Category().SetNumericalValue(Number(7));
+    else
+        f.Location().SetNumericalValue(Number(3));
+}
+
+void TMonkey::SelectSomething()
+{
+    if (f.List().count() == 0)
+        return;
+    auto* const item = f.List().item(Number(f.List().count()));
+    item->setSelected(Chance(75));
+}
+
+void TMonkey::PressAButton()
+{
+    if (Chance(90))
+        f.Button(Number(3)).click();
+    else
+        f.controller->OnFileActionButtonClicked(Number(5) - 1);
+}
+
+void TMonkey::PressInADialog()
+{
+    QList<TPushButton*> buttons;
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (!qobject_cast<TPopupWindow*>(window) || !window->isVisible())
+            continue;
+        for (auto* button : window->findChildren<TPushButton*>()) {
+            if (button->isVisible() && button->isEnabled())
+                buttons << button;
+        }
+    }
+    if (buttons.isEmpty())
+        return;
+    TPushButton* const yes = f.Confirmation().GetMessageDialogButton(TMessageDialog::eButton0);
+    TPushButton* const pressed =
+        buttons.contains(yes) && Chance(50) ? yes : buttons[Number(buttons.size())];
+    if (pressed == yes) {
+        ++confirmations;
+        m_mayGo = NamedForDeletion();
+    }
+    pressed->click();
+}
+
+void TMonkey::LetTheHubReport()
+{
+    static const QList<HubEvent> EVENTS = HubEvents();
+    EVENTS[Number(EVENTS.size())].happen(f.Hub());
+}
+
+void TMonkey::LetTheListingCome()
+{
+    QStringList names;
+    for (int i = Number(6); i > 0; --i)
+        names << Name();
+    if (f.Confirmation().isVisible())
+        ++listingsWhileAsked;
+    f.Hub().OnNewKelvoProjectFilesList(Number(7), ListingOf(names));
+}
+
+void TMonkey::PutAFileSomewhere()
+{
+    const int category = Number(7);
+    const QString path =
+        Chance(50) ? f.UploadPath(category, Name()) : f.DownloadPath(category, Name());
+    if (Chance(25)) {
+        QDir().mkpath(path + Text("/deep"));
+        WriteFile(path + Text("/deep/") + Name());
+    } else {
+        WriteFile(path);
+    }
+}
+
+void TMonkey::TurnAWheel()
+{
+    TPropertyWidget& selector = Chance(50) ? f.Category() : f.Location();
+    if (Chance(60))
+        selector.OnWheelPressed();
+    selector.OnWheelTurned(Number(5) - 2);
+    if (Chance(60))
+        selector.OnWheelPressed();
+    f.List().OnWheelTurned(Number(3) - 1);
+}
+
+void TMonkey::WorkTheMiniView()
+{
+    const auto rows =
+        m_miniView.findChildren<TPropertyWidget*>(QString(), Qt::FindDirectChildrenOnly);
+    if (Chance(10))
+        rows[Number(2)]->SetTextValue(Chance(50) ? QString() : Name());
+    m_miniView.findChild<TPushButton*>(QString(), Qt::FindDirectChildrenOnly)->click();
+}
+
+void TMonkey::HideOrShow()
+{
+    QWidget& widget = Chance(50) ? f.window : static_cast<QWidget&>(m_miniView);
+    widget.setVisible(Chance(70));
+}
+
+} // namespace
+
+class tst_Monkey : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void onlyNamedFilesGo_data();
+    void onlyNamedFilesGo();
+};
+
+void tst_Monkey::onlyNamedFilesGo_data()
+{
+    QTest::addColumn<unsigned>("seed");
+    for (unsigned seed : {1U, 20U})
+        QTest::addRow("seed %u", seed) << seed;
+}
+
+void tst_Monkey::onlyNamedFilesGo()
+{
+    QFETCH(unsigned, seed);
+    TMonkey monkey(seed);
+    for (int step = 0; step < STEPS; ++step) {
+        const QStringList wrong = monkey.Step();
+        QVERIFY2(
+            wrong.isEmpty(),
+            qPrintable(
+                QStringLiteral("step %1: %2 gone").arg(step).arg(wrong.join(QLatin1Char(' ')))));
+    }
+    // It came everywhere.
+    QVERIFY(monkey.confirmations > 10);
+    QVERIFY(monkey.localDeletions > 10);
+    QVERIFY(monkey.listingsWhileAsked > 2);
+    for (const char* name :
+         {"KelvoLoginRequested", "KelvoLogoutRequested", "KelvoUploadRequested",
+          "KelvoDownloadRequested", "KelvoDeleteFilesRequested", "KelvoLoginFailed",
+          "KelvoUserInboxSetupInProgress", "KelvoUserInboxSetupComplete"})
+        QVERIFY2(monkey.f.log.Count(Text(name)) > 2, name);
+}
+
+KELVO_WIDGET_TEST_MAIN(tst_Monkey)
+#include "tst_Monkey.moc"
