@@ -4,10 +4,10 @@
 #include "host/TWindow.h"
 #include "hostimpl/Theme.h"
 #include "support/WidgetTestMain.h"
+#include "widgets/TNameBand.h"
 
 #include <QtGui/QWindow>
 #include <QtTest/QSignalSpy>
-#include <QtWidgets/QLabel>
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QScroller>
 
@@ -47,7 +47,7 @@ struct TNames
                           list.visualItemRect(list.item(row)).center());
     }
 
-    QLabel& Band() { return *list.findChild<QLabel*>(); }
+    TNameBand& Band() { return *list.findChild<TNameBand*>(); }
 
     TWindow window;
     TListWidget list;
@@ -76,6 +76,7 @@ private Q_SLOTS:
     void elidesInTheMiddle();
     void showsTheFullName();
     void showsNoBandForShortNames();
+    void showsTheFullNameWithoutBlanks();
     void fullNameIsPlainText();
     void scrollsKinetically();
     void dragScrollsAndSelectsNothing();
@@ -251,7 +252,7 @@ void tst_ListWidget::showsTheFullName()
     QVERIFY(!names.Band().isVisible());
     names.Click(1);
     QVERIFY(names.Band().isVisible());
-    QCOMPARE(names.Band().text(), longName);
+    QCOMPARE(names.Band().Name(), longName);
     QVERIFY(names.Band().height() >= names.Band().heightForWidth(names.Band().width()));
     QVERIFY(names.list.rect().contains(names.Band().geometry()));
     QVERIFY(!names.Band().geometry().intersects(names.list.viewport()->geometry()));
@@ -270,11 +271,32 @@ void tst_ListWidget::showsNoBandForShortNames()
     QVERIFY(!names.Band().isVisible());
 }
 
+// Ink on the last line, and none at the right edge, where a name that is cut would have some.
+void tst_ListWidget::showsTheFullNameWithoutBlanks()
+{
+    TNames names({QString(180, QLatin1Char('m')) + QStringLiteral(".zip")});
+    names.Click(0);
+    const QImage image = names.Band().grab().toImage();
+    const QColor ground = hostimpl::ThemeColour(hostimpl::EColour::eWindow);
+    const auto hasInk = [&](const QRect& area) {
+        for (int y = area.top(); y <= area.bottom(); ++y) {
+            for (int x = area.left(); x <= area.right(); ++x) {
+                if (image.pixelColor(x, y) != ground) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    };
+    QVERIFY(names.Band().height() >= names.Band().heightForWidth(names.Band().width()));
+    QVERIFY(hasInk(QRect(0, image.height() - 20, image.width(), 20)));
+    QVERIFY(!hasInk(QRect(image.width() - 10, 0, 10, image.height())));
+}
+
 void tst_ListWidget::fullNameIsPlainText()
 {
     TNames names({QStringLiteral("<b>bold</b>")});
     QCOMPARE(names.list.item(0)->toolTip(), QStringLiteral("<span>&lt;b&gt;bold&lt;/b&gt;</span>"));
-    QCOMPARE(names.Band().textFormat(), Qt::PlainText);
 }
 
 void tst_ListWidget::scrollsKinetically()

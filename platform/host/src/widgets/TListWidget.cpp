@@ -3,11 +3,11 @@
 
 #include "hostimpl/FocusOrder.h"
 #include "hostimpl/Theme.h"
+#include "widgets/TNameBand.h"
 
 #include <QtCore/QEvent>
 #include <QtCore/QSet>
 #include <QtGui/QPainter>
-#include <QtWidgets/QLabel>
 #include <QtWidgets/QScroller>
 #include <QtWidgets/QStyledItemDelegate>
 
@@ -18,7 +18,6 @@ namespace {
 constexpr int TEXT_SIZE_ROLE = Qt::UserRole + 1;
 constexpr int PADDING = 12;
 constexpr int MARK_SIZE = 34;
-constexpr int MOST_BAND_LINES = 4;
 
 // Makes its tool tip when it is asked for: most of ten thousand entries never are.
 class TEntry : public QListWidgetItem
@@ -54,16 +53,7 @@ QRect TextPlace(const QRect& row, const QModelIndex& index)
 class Q_DECL_HIDDEN TListWidget::TParts : public QStyledItemDelegate
 {
 public:
-    explicit TParts(TListWidget& list) : m_list(list), m_band(&list)
-    {
-        m_band.setTextFormat(Qt::PlainText);
-        m_band.setWordWrap(true);
-        m_band.setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
-        m_band.setContentsMargins(PADDING, 4, PADDING, 4);
-        m_band.setBackgroundRole(QPalette::Window);
-        m_band.setAutoFillBackground(true);
-        m_band.hide();
-    }
+    explicit TParts(TListWidget& list) : m_list(list), m_band(&list) { m_band.hide(); }
 
     bool isInHand = false;
 
@@ -78,7 +68,7 @@ public:
 
 private:
     TListWidget& m_list;
-    QLabel m_band;
+    TNameBand m_band;
 };
 
 void TListWidget::TParts::paint(QPainter* painter, const QStyleOptionViewItem& option,
@@ -131,9 +121,8 @@ void TListWidget::TParts::ShowFullName()
     const int width = m_list.width() - 2 * frame;
     int height = 0;
     if (isElided) {
-        m_band.setText(name);
-        height = std::min(m_band.heightForWidth(width),
-                          MOST_BAND_LINES * m_band.fontMetrics().lineSpacing() + 8);
+        m_band.SetName(name);
+        height = std::min(m_band.heightForWidth(width), m_list.height() / 2);
     }
     m_list.setViewportMargins(0, 0, 0, height);
     m_band.setGeometry(frame, m_list.height() - frame - height, width, height);

@@ -13,7 +13,11 @@ void TPropertyWidget::TRow::OnPaint()
 {
     QPainter painter(&m_widget);
     const bool isOff = !m_widget.isEnabled() || hostimpl::IsLockedAround(m_widget);
-    hostimpl::DrawPanel(painter, m_widget.rect());
+    if (isOff) {
+        hostimpl::DrawBackground(painter, m_widget.rect(), QStringLiteral("NewDisabledButton"));
+    } else {
+        hostimpl::DrawPanel(painter, m_widget.rect());
+    }
     QRect place = m_widget.rect().adjusted(PADDING, 4, -PADDING, -4);
     if (!iconName.isEmpty()) {
         const QRect picture(place.x(), place.center().y() - ICON_SIZE / 2, ICON_SIZE, ICON_SIZE);
