@@ -22,8 +22,8 @@ TMiniViewDock::TMiniViewDock(QWidget* parent) : QWidget(parent), m_column(new QW
 
 TMiniViewDock::~TMiniViewDock()
 {
-    while (!m_views.isEmpty()) {
-        Remove(m_views.last());
+    while (!m_places.isEmpty()) {
+        Remove(static_cast<QWidget*>(*m_places.keyBegin()));
     }
 }
 
@@ -32,26 +32,35 @@ void TMiniViewDock::Add(QWidget* view)
     if (Contains(view)) {
         return;
     }
-    m_layout->insertWidget(m_views.size(), view);
-    m_views.append(view);
-    // A view that is destroyed before its time is not to be touched any more.
-    connect(view, &QObject::destroyed, this, [this, view] {
-        m_views.removeAll(view);
-        Q_EMIT Changed();
-    });
+    auto* const place = new QWidget;
+    auto* const fill = new QVBoxLayout(place);
+    fill->setContentsMargins(0, 0, 0, 0);
+    fill->addWidget(view);
+    m_layout->insertWidget(m_layout->count() - 1, place); // above the stretch
+    m_places.insert(view, place);
+    connect(view, &QObject::destroyed, this, &TMiniViewDock::Forget);
     view->show();
     Q_EMIT Changed();
 }
 
 void TMiniViewDock::Remove(QWidget* view)
 {
-    if (!m_views.removeOne(view)) {
+    if (!Contains(view)) {
         return;
     }
     disconnect(view, &QObject::destroyed, this, nullptr);
     view->hide();
-    m_layout->removeWidget(view);
     view->setParent(nullptr);
+    Forget(view);
+}
+
+// `view` may be half destroyed: only its address counts. It is still the place's child then, so the
+// place goes later.
+void TMiniViewDock::Forget(QObject* view)
+{
+    QWidget* const place = m_places.take(view);
+    place->hide();
+    place->deleteLater();
     Q_EMIT Changed();
 }
 

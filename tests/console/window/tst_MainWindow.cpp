@@ -107,6 +107,20 @@ private Q_SLOTS:
         QVERIFY(!window.Dock().isVisible());
     }
 
+    void givesEachMiniViewAPlaceOfItsOwn()
+    {
+        TMainWindow window;
+        TSampleSurface upper(QStringLiteral("Upper"), miniSize);
+        TSampleSurface lower(QStringLiteral("Lower"), miniSize);
+        window.Dock().Add(&upper);
+        window.Dock().Add(&lower);
+        window.show();
+        QCOMPARE(upper.pos(), QPoint(0, 0));
+        QCOMPARE(lower.pos(), QPoint(0, 0));
+        QVERIFY(upper.mapTo(&window, QPoint()).y() + upper.height() <=
+                lower.mapTo(&window, QPoint()).y());
+    }
+
     void findsWhatIsCutOff()
     {
         QWidget window;
