@@ -1,4 +1,4 @@
-// The login panel: how it is built, how each state looks, and what it does on the hub's signals.
+// The login panel: how it is built, and what it does when the operator or the hub says so.
 #include "screens/TKelvoMiniView.h"
 
 #include "core/TKelvoInterface.h"
@@ -9,7 +9,6 @@
 #include "host/TPropertyWidget.h"
 #include "host/TPushButton.h"
 
-#include <QtGui/QPainter>
 #include <QtGui/QPixmap>
 #include <QtWidgets/QVBoxLayout>
 
@@ -26,9 +25,7 @@ constexpr int STATUS_HEIGHT = 36;
 constexpr int BUTTON_WIDTH = 220;
 constexpr int BUTTON_MINIMUM_WIDTH = 100;
 constexpr int BUTTON_MAXIMUM_WIDTH = 500;
-constexpr int HIGHLIGHT_INSET = 3;
 
-constexpr qreal HIGHLIGHT_OPACITY = 0.1;
 constexpr int PROGRESS_COMPLETE = 100; // percent
 
 QString ConfiguredText(int itemKey)
@@ -41,74 +38,7 @@ void Configure(int itemKey, const QString& value)
     ConfigManager::Instance().SetItem(itemKey, value, true);
 }
 
-enum class EChange : quint8 { eKeep, eOff, eOn };
-
-bool IsOn(EChange change)
-{
-    return change == EChange::eOn;
-}
-
-// As QT_TRANSLATE_NOOP3 spells it. Null for no tool tip.
-struct TToolTip
-{
-    const char* text;
-    const char* disambiguation;
-};
-
 } // namespace
-
-// How the panel looks in a state.
-struct TKelvoMiniView::TStateLayout
-{
-    EState state;
-    EChange userNameEnabled;
-    EChange passwordShown;
-    EChange statusShown;
-    QString TKelvoMiniView::*statusText; // null keeps it
-    bool isButtonEnabled;
-    QString TKelvoMiniView::*caption;
-    QString TKelvoMiniView::*untranslatedCaption;
-    TToolTip toolTip;
-
-    static const TStateLayout ALL[];
-};
-
-// "Kelvo" in these tool tips, "KELVO" in the one that the button is made with: both are meant.
-const TKelvoMiniView::TStateLayout TKelvoMiniView::TStateLayout::ALL[] = {
-    {eLoggedOut, EChange::eOn, EChange::eOn, EChange::eOff, nullptr, true,
-     &TKelvoMiniView::m_loginCaption, &TKelvoMiniView::m_untranslatedLoginCaption,
-     QT_TRANSLATE_NOOP3("TKelvoMiniView", "Login to Kelvo", "ToolTip")},
-    {eLoginInProgress,
-     EChange::eOff,
-     EChange::eOff,
-     EChange::eOn,
-     &TKelvoMiniView::m_loggingInText,
-     false,
-     &TKelvoMiniView::m_processingCaption,
-     &TKelvoMiniView::m_untranslatedProcessingCaption,
-     {nullptr, nullptr}},
-    {eLoggedIn, EChange::eOff, EChange::eOff, EChange::eOn, &TKelvoMiniView::m_loggedInText, true,
-     &TKelvoMiniView::m_logoutCaption, &TKelvoMiniView::m_untranslatedLogoutCaption,
-     QT_TRANSLATE_NOOP3("TKelvoMiniView", "Logout of Kelvo", "ToolTip")},
-    {eLogoutInProgress,
-     EChange::eOff,
-     EChange::eOff,
-     EChange::eOn,
-     &TKelvoMiniView::m_loggingOutText,
-     false,
-     &TKelvoMiniView::m_processingCaption,
-     &TKelvoMiniView::m_untranslatedProcessingCaption,
-     {nullptr, nullptr}},
-    {eFileOperationInProgress,
-     EChange::eKeep,
-     EChange::eKeep,
-     EChange::eKeep,
-     nullptr,
-     false,
-     &TKelvoMiniView::m_processingCaption,
-     &TKelvoMiniView::m_untranslatedProcessingCaption,
-     {nullptr, nullptr}},
-};
 
 TKelvoMiniView::TKelvoMiniView(QWidget* parent, const TAppUserLevels& userLevels)
     : ZRA::AppWindowSurface(parent),
@@ -221,56 +151,6 @@ void TKelvoMiniView::MakeInterfaceConnections()
     for (const auto& connection : connections) {
         connect(KelvoInterface, connection.hubSignal, this, connection.slot);
     }
-}
-
-// ---- States.
-
-void TKelvoMiniView::ChangeState(int toState)
-{
-    m_state = toState;
-    for (const TStateLayout& layout : TStateLayout::ALL) {
-        if (layout.state == toState) {
-            Apply(layout);
-        }
-    }
-}
-
-void TKelvoMiniView::Apply(const TStateLayout& layout)
-{
-    if (layout.userNameEnabled != EChange::eKeep) {
-        m_userNameRow->setEnabled(IsOn(layout.userNameEnabled));
-    }
-    if (layout.passwordShown != EChange::eKeep) {
-        m_passwordRow->setVisible(IsOn(layout.passwordShown));
-    }
-    if (layout.statusShown != EChange::eKeep) {
-        m_statusRow->setVisible(IsOn(layout.statusShown));
-    }
-    if (layout.statusText != nullptr) {
-        m_statusRow->SetValue(this->*layout.statusText);
-    }
-    m_button->setEnabled(layout.isButtonEnabled);
-    m_button->SetCaption(this->*layout.caption, this->*layout.untranslatedCaption);
-    m_button->SetToolTip(layout.toolTip.text == nullptr
-                             ? QString()
-                             : tr(layout.toolTip.text, layout.toolTip.disambiguation));
-}
-
-// The offset by the view's own position within its parent is meant.
-void TKelvoMiniView::paintEvent(QPaintEvent* event)
-{
-    ZRA::AppWindowSurface::paintEvent(event);
-    if (!m_statusRow->isVisible()) {
-        return;
-    }
-    QPainter painter(this);
-    painter.setOpacity(HIGHLIGHT_OPACITY);
-    painter.setBrush(Qt::white);
-    painter.drawRect(
-        m_statusRow->rect()
-            .translated(m_statusRow->pos())
-            .translated(pos())
-            .adjusted(HIGHLIGHT_INSET, HIGHLIGHT_INSET, -HIGHLIGHT_INSET, -HIGHLIGHT_INSET));
 }
 
 // ---- The operator.

@@ -1,0 +1,130 @@
+// The login panel: how it looks in each state.
+#include "screens/TKelvoMiniView.h"
+
+#include "host/TProperty.h"
+#include "host/TPropertyWidget.h"
+#include "host/TPushButton.h"
+
+#include <QtGui/QPainter>
+
+namespace {
+
+constexpr int HIGHLIGHT_INSET = 3; // pixels
+constexpr qreal HIGHLIGHT_OPACITY = 0.1;
+
+enum class EChange : quint8 { eKeep, eOff, eOn };
+
+bool IsOn(EChange change)
+{
+    return change == EChange::eOn;
+}
+
+// As QT_TRANSLATE_NOOP3 spells it. Null for no tool tip.
+struct TToolTip
+{
+    const char* text;
+    const char* disambiguation;
+};
+
+} // namespace
+
+// How the panel looks in a state.
+struct TKelvoMiniView::TStateLayout
+{
+    EState state;
+    EChange userNameEnabled;
+    EChange passwordShown;
+    EChange statusShown;
+    QString TKelvoMiniView::*statusText; // null keeps it
+    bool isButtonEnabled;
+    QString TKelvoMiniView::*caption;
+    QString TKelvoMiniView::*untranslatedCaption;
+    TToolTip toolTip;
+
+    static const TStateLayout ALL[];
+};
+
+// "Kelvo" in these tool tips, "KELVO" in the one that the button is made with: both are meant.
+const TKelvoMiniView::TStateLayout TKelvoMiniView::TStateLayout::ALL[] = {
+    {eLoggedOut, EChange::eOn, EChange::eOn, EChange::eOff, nullptr, true,
+     &TKelvoMiniView::m_loginCaption, &TKelvoMiniView::m_untranslatedLoginCaption,
+     QT_TRANSLATE_NOOP3("TKelvoMiniView", "Login to Kelvo", "ToolTip")},
+    {eLoginInProgress,
+     EChange::eOff,
+     EChange::eOff,
+     EChange::eOn,
+     &TKelvoMiniView::m_loggingInText,
+     false,
+     &TKelvoMiniView::m_processingCaption,
+     &TKelvoMiniView::m_untranslatedProcessingCaption,
+     {nullptr, nullptr}},
+    {eLoggedIn, EChange::eOff, EChange::eOff, EChange::eOn, &TKelvoMiniView::m_loggedInText, true,
+     &TKelvoMiniView::m_logoutCaption, &TKelvoMiniView::m_untranslatedLogoutCaption,
+     QT_TRANSLATE_NOOP3("TKelvoMiniView", "Logout of Kelvo", "ToolTip")},
+    {eLogoutInProgress,
+     EChange::eOff,
+     EChange::eOff,
+     EChange::eOn,
+     &TKelvoMiniView::m_loggingOutText,
+     false,
+     &TKelvoMiniView::m_processingCaption,
+     &TKelvoMiniView::m_untranslatedProcessingCaption,
+     {nullptr, nullptr}},
+    {eFileOperationInProgress,
+     EChange::eKeep,
+     EChange::eKeep,
+     EChange::eKeep,
+     nullptr,
+     false,
+     &TKelvoMiniView::m_processingCaption,
+     &TKelvoMiniView::m_untranslatedProcessingCaption,
+     {nullptr, nullptr}},
+};
+
+void TKelvoMiniView::ChangeState(int toState)
+{
+    m_state = toState;
+    for (const TStateLayout& layout : TStateLayout::ALL) {
+        if (layout.state == toState) {
+            Apply(layout);
+        }
+    }
+}
+
+void TKelvoMiniView::Apply(const TStateLayout& layout)
+{
+    if (layout.userNameEnabled != EChange::eKeep) {
+        m_userNameRow->setEnabled(IsOn(layout.userNameEnabled));
+    }
+    if (layout.passwordShown != EChange::eKeep) {
+        m_passwordRow->setVisible(IsOn(layout.passwordShown));
+    }
+    if (layout.statusShown != EChange::eKeep) {
+        m_statusRow->setVisible(IsOn(layout.statusShown));
+    }
+    if (layout.statusText != nullptr) {
+        m_statusRow->SetValue(this->*layout.statusText);
+    }
+    m_button->setEnabled(layout.isButtonEnabled);
+    m_button->SetCaption(this->*layout.caption, this->*layout.untranslatedCaption);
+    m_button->SetToolTip(layout.toolTip.text == nullptr
+                             ? QString()
+                             : tr(layout.toolTip.text, layout.toolTip.disambiguation));
+}
+
+// The offset by the view's own position within its parent is meant.
+void TKelvoMiniView::paintEvent(QPaintEvent* event)
+{
+    ZRA::AppWindowSurface::paintEvent(event);
+    if (!m_statusRow->isVisible()) {
+        return;
+    }
+    QPainter painter(this);
+    painter.setOpacity(HIGHLIGHT_OPACITY);
+    painter.setBrush(Qt::white);
+    painter.drawRect(
+        m_statusRow->rect()
+            .translated(m_statusRow->pos())
+            .translated(pos())
+            .adjusted(HIGHLIGHT_INSET, HIGHLIGHT_INSET, -HIGHLIGHT_INSET, -HIGHLIGHT_INSET));
+}
