@@ -79,6 +79,7 @@ private Q_SLOTS:
     void comesUpOverTheHostOfPopups();
     void passesOverAHiddenParent();
     void survivesTheHostOfPopups();
+    void popupsDoNotFollowEachOther();
     void followsTheWindowBelow();
     void staysWithinTheWindowBelow();
     void parentMayGoFirst();
@@ -182,6 +183,24 @@ void tst_Popups::survivesTheHostOfPopups()
     popup.CloseWindow();
     popup.ShowWindow(true);
     QVERIFY(popup.isVisible());
+}
+
+// The second finds the first as the active window.
+void tst_Popups::popupsDoNotFollowEachOther()
+{
+    TMessageDialog first(nullptr, QString(), QString(), TMessageDialog::eAcknowledge, false,
+                         QPixmap());
+    first.ShowWindow(false);
+    QVERIFY(QTest::qWaitForWindowActive(&first));
+    TProgressDialog second(nullptr, QString(), TProgressDialog::ePercentage, true);
+    second.ShowWindow(false);
+    QVERIFY(QTest::qWaitForWindowActive(&second));
+    first.CloseWindow();
+    first.ShowWindow(false);
+    first.SetMessage(QStringLiteral("one\ntwo\nthree"));
+    const QRect place = second.geometry();
+    first.move(1, 1);
+    QCOMPARE(second.geometry(), place);
 }
 
 void tst_Popups::followsTheWindowBelow()

@@ -132,9 +132,9 @@ void TListWidget::TParts::ShowFullName()
     }
 }
 
-TListWidget::TListWidget(QWidget* parent)
-    : QListWidget(parent), m_parts(std::make_unique<TParts>(*this))
+TListWidget::TListWidget(QWidget* parent) : QListWidget(parent)
 {
+    m_parts = std::make_unique<TParts>(*this); // with events, which ask for it
     setItemDelegate(m_parts.get());
     setFrameStyle(QFrame::Box | QFrame::Plain);
     setLineWidth(hostimpl::FOCUS_RING);

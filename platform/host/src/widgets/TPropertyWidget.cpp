@@ -5,9 +5,10 @@
 
 #include <QtCore/QEvent>
 
-TPropertyWidget::TPropertyWidget(QWidget* parent, int index)
-    : QWidget(parent), m_row(std::make_unique<TRow>(*this))
+// The row's parts are children: the events about them come while the row is not there yet.
+TPropertyWidget::TPropertyWidget(QWidget* parent, int index) : QWidget(parent)
 {
+    m_row = std::make_unique<TRow>(*this);
     Q_UNUSED(index); // the same to all rows that are there so far
     setFocusPolicy(Qt::StrongFocus);
     setMinimumHeight(PROPERTY_WIDGET_HEIGHT);
