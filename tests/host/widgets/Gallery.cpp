@@ -223,6 +223,14 @@ int main(int argc, char** argv)
     for (const auto theme : {hostimpl::ETheme::eDay, hostimpl::ETheme::eNight}) {
         hostimpl::SetTheme(theme);
         gallery.Save(*screen, QStringLiteral("screen"));
+        auto* const list = screen->findChild<TListWidget*>();
+        screen->activateWindow();
+        list->setFocus();
+        gallery.Save(*screen, QStringLiteral("screen-list"));
+        list->OnWheelPressed();
+        list->OnWheelTurned(1);
+        gallery.Save(*screen, QStringLiteral("screen-hand"));
+        list->OnBackPressed();
         gallery.Save(icons, QStringLiteral("icons"));
         gallery.SaveDialogs(*screen);
     }

@@ -87,6 +87,7 @@ private Q_SLOTS:
     void losingTheFocusLetsGo();
     void lockedCannotBeChanged();
     void worksWithOneSelection();
+    void mayGoByAnEvent();
 };
 
 void tst_ListWidget::addsInOrder()
@@ -402,6 +403,16 @@ void tst_ListWidget::worksWithOneSelection()
     names.Click(1);
     names.Click(2);
     QCOMPARE(names.list.GetSelectedTextItems(), QStringList(QStringLiteral("name 2")));
+}
+
+void tst_ListWidget::mayGoByAnEvent()
+{
+    const QPointer<TListWidget> list = new TListWidget;
+    list->AddString(QStringLiteral("a"), 30, 0, QIcon());
+    list->show();
+    list->deleteLater();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(list.isNull());
 }
 
 KELVO_WIDGET_TEST_MAIN(tst_ListWidget)

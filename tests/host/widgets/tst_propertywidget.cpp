@@ -85,6 +85,7 @@ private Q_SLOTS:
     void secondTouchOpensNothing();
     void rowMayGoWithItsChoicesOpen();
     void chosenRowMayGoAtOnce();
+    void choicesCloseWithTheirRow();
     void disabledCannotBeChanged();
     void lockedCannotBeChanged();
     void longListsFitTheScreen();
@@ -400,6 +401,21 @@ void tst_PropertyWidget::chosenRowMayGoAtOnce()
     row->findChild<TChoicePopup*>()->Choices().at(1)->click();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QVERIFY(row.isNull());
+}
+
+void tst_PropertyWidget::choicesCloseWithTheirRow()
+{
+    TChoiceRow place(Places());
+    QTest::mouseClick(&place.row, Qt::LeftButton);
+    place.row.setEnabled(false);
+    QVERIFY(!place.Popup()->isVisible());
+    place.row.setEnabled(true);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QTest::mouseClick(&place.row, Qt::LeftButton);
+    QVERIFY(place.Popup()->isVisible());
+    place.window.hide();
+    QVERIFY(!place.Popup()->isVisible());
+    QCOMPARE(place.changes.count(), 0);
 }
 
 void tst_PropertyWidget::disabledCannotBeChanged()

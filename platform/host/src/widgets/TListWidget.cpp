@@ -6,6 +6,7 @@
 #include "widgets/TNameBand.h"
 
 #include <QtCore/QEvent>
+#include <QtCore/QPointer>
 #include <QtCore/QSet>
 #include <QtGui/QPainter>
 #include <QtWidgets/QScroller>
@@ -247,10 +248,14 @@ bool TListWidget::OnBackPressed()
 
 bool TListWidget::event(QEvent* event)
 {
+    const QPointer<TListWidget> self(this); // with some events the widget ends
     const bool isTaken = QListWidget::event(event);
-    if (event->type() == QEvent::FocusOut && m_parts != nullptr) {
+    if (self.isNull() || m_parts == nullptr) {
+        return isTaken;
+    }
+    if (event->type() == QEvent::FocusOut) {
         OnBackPressed();
-    } else if (event->type() == QEvent::Paint && m_parts != nullptr) {
+    } else if (event->type() == QEvent::Paint) {
         QPainter painter(this);
         painter.fillRect(rect(), hostimpl::ThemeColour(hostimpl::EColour::eWindow));
         hostimpl::DrawPanel(painter, rect());

@@ -192,6 +192,10 @@ void TPropertyWidget::TRow::OnEvent(QEvent& event)
     case QEvent::ReadOnlyChange:
         ShowLock();
         break;
+    case QEvent::EnabledChange:
+    case QEvent::Hide:
+        CloseIfOff();
+        break;
     case QEvent::MouseButtonPress:
         m_isTouched = true;
         break;
@@ -245,10 +249,23 @@ void TPropertyWidget::TRow::ShowLock()
     const bool isLocked = hostimpl::IsLockedAround(m_widget);
     m_edit->setReadOnly(isLocked);
     if (isLocked) {
-        LetGo();
-        if (!m_popup.isNull()) {
-            m_popup->CloseWindow();
-        }
+        Leave();
+    }
+}
+
+// What cannot be worked any more is not left half worked.
+void TPropertyWidget::TRow::CloseIfOff()
+{
+    if (!m_widget.isEnabled() || !m_widget.isVisible()) {
+        Leave();
+    }
+}
+
+void TPropertyWidget::TRow::Leave()
+{
+    LetGo();
+    if (!m_popup.isNull()) {
+        m_popup->CloseWindow();
     }
 }
 

@@ -46,6 +46,8 @@ private:
     void OnKey(QEvent& event);
     void Arrange();
     void ShowLock();
+    void CloseIfOff();
+    void Leave();
     void ShowHidden(bool isHidden);
     void DrawValue(QPainter& painter, const QRect& place) const;
     // The next value on offer in a direction, or the present one if there is none.

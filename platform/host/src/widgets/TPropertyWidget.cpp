@@ -4,6 +4,7 @@
 #include "widgets/TPropertyRow.h"
 
 #include <QtCore/QEvent>
+#include <QtCore/QPointer>
 
 // The row's parts are children: the events about them come while the row is not there yet.
 TPropertyWidget::TPropertyWidget(QWidget* parent, int index) : QWidget(parent)
@@ -97,11 +98,12 @@ bool TPropertyWidget::OnBackPressed()
     return m_row->LetGo();
 }
 
-// The row goes before the base class, whose own end comes with events too.
+// With some events the widget ends.
 bool TPropertyWidget::event(QEvent* event)
 {
+    const QPointer<TPropertyWidget> self(this);
     const bool isTaken = QWidget::event(event);
-    if (m_row != nullptr) {
+    if (!self.isNull() && m_row != nullptr) {
         m_row->OnEvent(*event);
     }
     return isTaken;
