@@ -18,4 +18,13 @@ QScrollArea* MakeScrollArea(QWidget* content)
     return area;
 }
 
+void ScrollTo(QWidget* widget)
+{
+    for (QWidget* around = widget; around != nullptr; around = around->parentWidget()) {
+        if (auto* const area = qobject_cast<QScrollArea*>(around)) {
+            area->ensureWidgetVisible(widget);
+        }
+    }
+}
+
 } // namespace console

@@ -10,4 +10,7 @@ namespace console {
 // least and scrolls upright, so that a low window cuts nothing off.
 QScrollArea* MakeScrollArea(QWidget* content);
 
+// Scrolls all areas around `widget`, which may be null, so that it is in view.
+void ScrollTo(QWidget* widget);
+
 } // namespace console

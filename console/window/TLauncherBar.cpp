@@ -34,6 +34,7 @@ TLauncherBar::TLauncherBar(QWidget* parent)
     all->addWidget(m_settings);
 
     QScrollArea* const area = MakeScrollArea(buttons);
+    area->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // it would cover the buttons
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     outer->addWidget(area);

@@ -1,6 +1,7 @@
 // The console's one window: launcher, main area, mini views, status bar.
 #include "console/window/TMainWindow.h"
 
+#include "console/settings/Scrolling.h"
 #include "console/window/THomePage.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TLinkBanner.h"
@@ -9,6 +10,7 @@
 #include "console/window/TStatusBar.h"
 #include "hostimpl/Theme.h"
 
+#include <QtCore/QTimer>
 #include <QtGui/QCloseEvent>
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QHBoxLayout>
@@ -120,6 +122,22 @@ void TMainWindow::ShowPage(QWidget* content)
     m_area->setCurrentWidget(page == nullptr ? static_cast<QWidget*>(m_home) : page);
     m_launcher->SetCurrentPage(m_current);
     ArrangeDock();
+}
+
+void TMainWindow::SetKeyboard(QWidget* keyboard)
+{
+    layout()->addWidget(keyboard);
+    keyboard->installEventFilter(this);
+}
+
+// The keyboard takes room: what is typed into has to stay in view, and the status bar can wait.
+bool TMainWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Show || event->type() == QEvent::Hide) {
+        m_status->setVisible(event->type() == QEvent::Hide);
+        QTimer::singleShot(0, this, [this] { ScrollTo(focusWidget()); }); // when all is arranged
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void TMainWindow::ShowEnding()

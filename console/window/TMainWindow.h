@@ -25,6 +25,8 @@ class TStatusBar;
 //   │        │ one page            │ views  │
 //   ├────────┴─────────────────────┴────────┤
 //   │ status bar                            │
+//   ├ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ┤
+//   │ on-screen keyboard, while one is used │
 //   └───────────────────────────────────────┘
 //
 // In a narrow window an open page has the mini views' room too; they are at home then.
@@ -56,11 +58,15 @@ public:
     void ShowPage(QWidget* content);
     QWidget* CurrentPage() const { return m_current; }
 
+    // Goes below everything else while it is visible; becomes the window's. Once a life.
+    void SetKeyboard(QWidget* keyboard);
+
     // Covers everything with a word that the console is ending.
     void ShowEnding();
 
     // Home; the wheel and its button are the focused widget's.
     bool OnBackPressed() override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 Q_SIGNALS:
     // The operator wants the console to end; the window stays until it is destroyed.

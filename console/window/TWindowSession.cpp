@@ -3,6 +3,7 @@
 
 #include "console/headless/THubListener.h"
 #include "console/settings/TSettingsPage.h"
+#include "console/window/OnScreenKeyboard.h"
 #include "console/window/THomePage.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TLinkBanner.h"
@@ -44,6 +45,9 @@ void TWindowSession::Begin()
     hostimpl::SetPopupHost(m_window.get());
     hostimpl::SetWindowManager(&m_surfaces);
     ConnectWindow();
+    if (QWidget* const keyboard = LoadKeyboard(m_window.get())) {
+        m_window->SetKeyboard(keyboard);
+    }
     Apply(m_stored);
     m_window->show();
     StartPlugin();

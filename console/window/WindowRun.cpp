@@ -6,6 +6,7 @@
 #include "console/headless/TStopSignals.h"
 #include "console/settings/Languages.h"
 #include "console/settings/StoredSettings.h"
+#include "console/window/OnScreenKeyboard.h"
 #include "console/window/TWindowSession.h"
 #include "host/ConfigManager.h"
 #include "hostimpl/HostSetup.h"
@@ -50,6 +51,7 @@ bool HasWindow()
 
 std::unique_ptr<QCoreApplication> MakeWindowApplication(int& argumentCount, char** arguments)
 {
+    PrepareKeyboard();
     return std::make_unique<QApplication>(argumentCount, arguments);
 }
 
