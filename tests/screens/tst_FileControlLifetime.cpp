@@ -7,6 +7,8 @@
 #include <QtCore/QPointer>
 #include <QtTest/QtTest>
 
+#include <algorithm>
+
 class tst_FileControlLifetime : public kelvo::test::TTestCase
 {
     Q_OBJECT

@@ -5,6 +5,8 @@
 #include <QtCore/QDir>
 #include <QtTest/QtTest>
 
+#include <algorithm>
+
 using F = TControllerFixture;
 
 class tst_FileLists : public kelvo::test::TTestCase
@@ -32,9 +34,6 @@ private Q_SLOTS:
     void aListingRereadsALocalFolderToo();
     void aListingOfTwoFilesOfOneName();
     void showingRereadsAndDoesNotCheckTheLogin();
-    void buttonsInEachState_data();
-    void buttonsInEachState();
-    void buttonsFollowTheSelectionAndTheOperation();
 };
 
 namespace {
@@ -331,75 +330,6 @@ void tst_FileLists::showingRereadsAndDoesNotCheckTheLogin()
     f.window.hide();
     f.window.show();
     QVERIFY(f.Selected().isEmpty());
-}
-
-void tst_FileLists::buttonsInEachState_data()
-{
-    QTest::addColumn<int>("location");
-    QTest::addColumn<bool>("isLoggedIn");
-    QTest::addColumn<bool>("isRunning");
-    QTest::addColumn<bool>("isSelected");
-    QTest::addColumn<QString>("buttons");
-    const auto row = [](int location, bool isLoggedIn, bool isRunning, bool isSelected,
-                        const char* buttons) {
-        QTest::addRow("location %d, %s, %s, %s", location, isLoggedIn ? "in" : "out",
-                      isRunning ? "running" : "idle", isSelected ? "selected" : "nothing")
-            << location << isLoggedIn << isRunning << isSelected << Text(buttons);
-    };
-    row(0, true, false, false, "D (U) X");
-    row(0, true, false, true, "D+ (U+) X+");
-    row(0, true, true, false, "D (U) X");
-    row(0, true, true, true, "D (U) X");
-    row(1, true, false, false, "(D) U X");
-    row(1, true, false, true, "(D+) U+ X+");
-    row(1, true, true, false, "(D) U X");
-    row(1, true, true, true, "(D) U X+");
-    row(1, false, false, false, "(D) U X");
-    row(1, false, false, true, "(D) U X+");
-    row(1, false, true, true, "(D) U X+");
-    row(2, true, false, false, "(D) (U) X");
-    row(2, true, false, true, "(D+) (U+) X+");
-    row(2, true, true, true, "(D) (U) X+");
-    row(2, false, false, false, "(D) (U) X");
-    row(2, false, false, true, "(D) (U) X+");
-    row(2, false, true, true, "(D) (U) X+");
-}
-
-void tst_FileLists::buttonsInEachState()
-{
-    QFETCH(int, location);
-    QFETCH(bool, isLoggedIn);
-    QFETCH(bool, isRunning);
-    QFETCH(bool, isSelected);
-    QFETCH(QString, buttons);
-    F f;
-    QVERIFY(WriteFile(F::UploadPath(3, Text("a.zip"))));
-    QVERIFY(WriteFile(F::DownloadPath(3, Text("a.zip"))));
-    f.Hub().OnNewKelvoProjectFilesList(3, ListingOf(Texts("a.zip")));
-    f.SetUp(isLoggedIn);
-    f.Choose(3, location);
-    if (isRunning)
-        f.Hub().OnPostLoginChecksInProgress();
-    if (isSelected)
-        f.Select(Texts("a.zip"));
-    QCOMPARE(f.Buttons(), buttons);
-}
-
-void tst_FileLists::buttonsFollowTheSelectionAndTheOperation()
-{
-    F f;
-    f.Hub().OnNewKelvoProjectFilesList(3, ListingOf(Texts("a.zip")));
-    f.SetUp(true);
-    f.Choose(3, F::eService);
-    QCOMPARE(f.Buttons(), Text("D (U) X"));
-    f.Select(Texts("a.zip"));
-    QCOMPARE(f.Buttons(), Text("D+ (U+) X+"));
-    f.Hub().OnPostLoginChecksInProgress();
-    QCOMPARE(f.Buttons(), Text("D (U) X"));
-    f.Hub().OnPostLoginChecksComplete();
-    QCOMPARE(f.Buttons(), Text("D+ (U+) X+"));
-    f.List().clearSelection();
-    QCOMPARE(f.Buttons(), Text("D (U) X"));
 }
 
 KELVO_WIDGET_TEST_MAIN(tst_FileLists)

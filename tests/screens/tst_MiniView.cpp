@@ -1,19 +1,13 @@
-// The login panel: how it is built, how each state looks, what the button and the hub do to it.
+// The login panel: how it is built, and what it does with the configuration.
 #include "support/WidgetTestMain.h"
 #include "tests/fakes/Declarations.h"
 #include "tests/fakes/Receivers.h"
-#include "tests/screens/Dialogs.h"
 #include "tests/screens/TMiniViewFixture.h"
 #include "tests/screens/TTaggingTranslator.h"
 
 #include <QtTest/QtTest>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QVBoxLayout>
-
-#include <functional>
-
-using TReport = std::function<void(TKelvoInterface&)>;
-Q_DECLARE_METATYPE(TReport)
 
 class tst_MiniView : public kelvo::test::TTestCase
 {
@@ -26,18 +20,9 @@ private Q_SLOTS:
     void clearsTheThirdItemAndKeepsIt();
     void whatIsTypedIsConfiguredAtOnce();
     void isAvailableToWhomTheControlIsGranted();
-    void startsLoggedOutWhateverTheHubSays();
-    void looksOfAState_data();
-    void looksOfAState();
-    void aNumberThatIsNoStateChangesNothing();
     void captionsAreTranslatedOnceAndToolTipsEachTime();
     void listensToTheHub();
     void livesWithoutAHub();
-    void hubSignalsChangeTheState_data();
-    void hubSignalsChangeTheState();
-    void theButtonLogsIn();
-    void theButtonLogsOutWithoutLookingAtTheCredentials();
-    void aNameOfSpacesIsAName();
 };
 
 namespace {
@@ -45,60 +30,6 @@ namespace {
 QString Text(const char* text)
 {
     return QString::fromLatin1(text);
-}
-
-// What can be seen of the panel.
-struct TLook
-{
-    bool isUserNameEnabled;
-    bool isPasswordShown;
-    bool isStatusShown;
-    QString status; // meaningless while hidden
-    bool isButtonEnabled;
-    QString caption;
-    QString toolTip;
-
-    QString ToString() const
-    {
-        return QStringLiteral("name %1, password %2, status %3 \"%4\", button %5 \"%6\" tip \"%7\"")
-            .arg(isUserNameEnabled)
-            .arg(isPasswordShown)
-            .arg(isStatusShown)
-            .arg(isStatusShown ? status : QString())
-            .arg(isButtonEnabled)
-            .arg(caption, toolTip);
-    }
-};
-
-TLook LookOf(const TMiniViewFixture& f)
-{
-    return {f.UserName().isEnabled(), !f.Password().isHidden(), !f.Status().isHidden(),
-            f.Status().GetValue(),    f.Button().isEnabled(),   f.Button().text(),
-            f.Button().toolTip()};
-}
-
-TLook LookIn(int state)
-{
-    const TLook looks[] = {
-        {true, true, false, QString(), true, Text("Login"), Text("Login to Kelvo")},
-        {false, false, true, Text("Logging in...."), false, Text("Processing, please wait"),
-         QString()},
-        {false, false, true, Text("Logged in"), true, Text("Logout"), Text("Logout of Kelvo")},
-        {false, false, true, Text("Logging out...."), false, Text("Processing, please wait"),
-         QString()},
-    };
-    return looks[state];
-}
-
-// The busy state only changes the button.
-TLook LookAfter(TLook before, int state)
-{
-    if (state != 4)
-        return LookIn(state);
-    before.isButtonEnabled = false;
-    before.caption = Text("Processing, please wait");
-    before.toolTip = QString();
-    return before;
 }
 
 } // namespace
@@ -198,51 +129,6 @@ void tst_MiniView::isAvailableToWhomTheControlIsGranted()
     f.levels.SetControlAccessible(TAppUserLevels::EControl(167), true);
 }
 
-void tst_MiniView::startsLoggedOutWhateverTheHubSays()
-{
-    THubFixture around;
-    around.Hub().OnLoggedIntoKelvo();
-    around.Hub().OnPostLoginChecksInProgress();
-    const TKelvoMiniView view(nullptr, around.levels);
-    QCOMPARE(view.findChild<TPushButton*>(QString(), Qt::FindDirectChildrenOnly)->text(),
-             Text("Login"));
-}
-
-void tst_MiniView::looksOfAState_data()
-{
-    QTest::addColumn<int>("from");
-    QTest::addColumn<int>("to");
-    for (int from = 0; from < 5; ++from) {
-        for (int to = 0; to < 5; ++to)
-            QTest::addRow("%d to %d", from, to) << from << to;
-    }
-}
-
-void tst_MiniView::looksOfAState()
-{
-    QFETCH(int, from);
-    QFETCH(int, to);
-    TMiniViewFixture f;
-    f.view.ChangeState(from);
-    const TLook expected = LookAfter(LookOf(f), to);
-    f.view.ChangeState(to);
-    QCOMPARE(LookOf(f).ToString(), expected.ToString());
-    QCOMPARE(f.Button().UntranslatedCaption(), expected.caption);
-}
-
-void tst_MiniView::aNumberThatIsNoStateChangesNothing()
-{
-    TMiniViewFixture f;
-    for (int state = 0; state < 5; ++state) {
-        f.view.ChangeState(state);
-        const QString before = LookOf(f).ToString();
-        for (int none : {5, -1, 1000}) {
-            f.view.ChangeState(none);
-            QCOMPARE(LookOf(f).ToString(), before);
-        }
-    }
-}
-
 void tst_MiniView::captionsAreTranslatedOnceAndToolTipsEachTime()
 {
     TMiniViewFixture before;
@@ -307,79 +193,6 @@ void tst_MiniView::livesWithoutAHub()
     view.OnLoginButtonClicked();
     QCOMPARE(view.findChild<TPushButton*>(QString(), Qt::FindDirectChildrenOnly)->text(),
              Text("Login"));
-}
-
-void tst_MiniView::hubSignalsChangeTheState_data()
-{
-    QTest::addColumn<bool>("isLoggedIn");
-    QTest::addColumn<TReport>("report");
-    QTest::addColumn<int>("state");
-    const TReport complete = [](TKelvoInterface& h) { h.OnPostLoginChecksComplete(); };
-    const auto row = [](const char* name, bool isLoggedIn, const TReport& report, int state) {
-        QTest::newRow(name) << isLoggedIn << report << state;
-    };
-    row(
-        "logging in", false, [](TKelvoInterface& h) { h.OnLoggingIntoKelvo(); }, 1);
-    row(
-        "logged in", false, [](TKelvoInterface& h) { h.OnLoggedIntoKelvo(); }, 2);
-    row(
-        "logged out", true, [](TKelvoInterface& h) { h.OnLoggedOutOfKelvo(); }, 0);
-    row(
-        "operation", true, [](TKelvoInterface& h) { h.OnPostLoginChecksInProgress(); }, 4);
-    row("operation ends, logged in", true, complete, 2);
-    row("operation ends, logged out", false, complete, 0);
-    row(
-        "transfer ends, logged in", true,
-        [](TKelvoInterface& h) { h.OnKelvoUploadComplete(3, {}); }, 2);
-    row(
-        "deletion ends, logged out", false,
-        [](TKelvoInterface& h) { h.OnKelvoDeleteComplete(3, {}); }, 0);
-}
-
-void tst_MiniView::hubSignalsChangeTheState()
-{
-    QFETCH(bool, isLoggedIn);
-    QFETCH(TReport, report);
-    QFETCH(int, state);
-    for (int from = 0; from < 5; ++from) {
-        TMiniViewFixture f;
-        if (isLoggedIn)
-            f.Hub().OnLoggedIntoKelvo();
-        f.view.ChangeState(from);
-        const TLook expected = LookAfter(LookOf(f), state);
-        report(f.Hub());
-        QCOMPARE(LookOf(f).ToString(), expected.ToString());
-    }
-}
-
-void tst_MiniView::theButtonLogsIn()
-{
-    TMiniViewFixture f;
-    f.Configure(Text("olga"), Text("secret"));
-    f.Button().click();
-    QCOMPARE(LookOf(f).ToString(), LookIn(1).ToString());
-    QCOMPARE(f.log.Names(), QStringList{Text("KelvoLoginRequested")});
-    f.Button().click(); // disabled: nothing
-    QCOMPARE(f.log.Names().size(), 1);
-}
-
-void tst_MiniView::theButtonLogsOutWithoutLookingAtTheCredentials()
-{
-    TMiniViewFixture f;
-    f.Hub().OnLoggedIntoKelvo();
-    f.log.Clear();
-    f.Button().click();
-    QCOMPARE(LookOf(f).ToString(), LookIn(3).ToString());
-    QCOMPARE(f.log.Names(), QStringList{Text("KelvoLogoutRequested")});
-    QVERIFY(!DialogTitled<TMessageDialog>(Text("KELVO Login Error"))->isVisible());
-}
-
-void tst_MiniView::aNameOfSpacesIsAName()
-{
-    TMiniViewFixture f;
-    f.Configure(Text("  "), Text(" "));
-    f.Button().click();
-    QCOMPARE(f.log.Names(), QStringList{Text("KelvoLoginRequested")});
 }
 
 KELVO_WIDGET_TEST_MAIN(tst_MiniView)

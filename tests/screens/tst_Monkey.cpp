@@ -11,6 +11,8 @@
 #include <QtCore/QSet>
 #include <QtTest/QtTest>
 
+#include <algorithm>
+#include <iterator>
 #include <random>
 
 namespace {
