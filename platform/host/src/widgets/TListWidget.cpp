@@ -119,11 +119,11 @@ void TListWidget::TParts::ShowFullName()
     const bool isElided =
         index.isValid() && room > 0 && QFontMetrics(FontOf(index)).horizontalAdvance(name) > room;
     const int frame = m_list.frameWidth();
-    const int width = m_list.width() - 2 * frame;
+    const int width = m_list.viewport()->width(); // beside the scroll bar
     int height = 0;
     if (isElided) {
         m_band.SetName(name);
-        height = std::min(m_band.heightForWidth(width), m_list.height() / 2);
+        height = std::min(m_band.heightForWidth(width), m_list.height() * 2 / 3);
     }
     m_list.setViewportMargins(0, 0, 0, height);
     m_band.setGeometry(frame, m_list.height() - frame - height, width, height);

@@ -3,39 +3,54 @@
 
 #include "hostimpl/Theme.h"
 
+#include <QtGui/QAbstractTextDocumentLayout>
 #include <QtGui/QPainter>
+#include <QtGui/QTextOption>
+
+#include <cmath>
+#include <memory>
 
 namespace {
 
-constexpr int MARGIN_X = 12;
-constexpr int MARGIN_Y = 4;
-constexpr int FLAGS = Qt::AlignLeft | Qt::AlignTop | Qt::TextWrapAnywhere;
+constexpr int MARGIN = 10;
 
 } // namespace
 
 TNameBand::TNameBand(QWidget* parent) : QWidget(parent)
 {
-    setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    m_text.setDefaultTextOption(option);
+    m_text.setDefaultFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    m_text.setDocumentMargin(MARGIN);
 }
 
 TNameBand::~TNameBand() = default;
 
 void TNameBand::SetName(const QString& name)
 {
-    m_name = name;
+    m_text.setPlainText(name);
     update();
 }
 
 int TNameBand::heightForWidth(int width) const
 {
-    const QRect room(0, 0, width - 2 * MARGIN_X, QWIDGETSIZE_MAX);
-    return fontMetrics().boundingRect(room, FLAGS, m_name).height() + 2 * MARGIN_Y;
+    const std::unique_ptr<QTextDocument> copy(m_text.clone());
+    copy->setTextWidth(width);
+    return static_cast<int>(std::ceil(copy->size().height()));
 }
 
 void TNameBand::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.fillRect(rect(), hostimpl::ThemeColour(hostimpl::EColour::eWindow));
-    painter.setPen(hostimpl::ThemeColour(hostimpl::EColour::eText));
-    painter.drawText(rect().adjusted(MARGIN_X, MARGIN_Y, -MARGIN_X, -MARGIN_Y), FLAGS, m_name);
+    QAbstractTextDocumentLayout::PaintContext context;
+    context.palette.setColor(QPalette::Text, hostimpl::ThemeColour(hostimpl::EColour::eText));
+    m_text.documentLayout()->draw(&painter, context);
+}
+
+void TNameBand::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    m_text.setTextWidth(width());
 }

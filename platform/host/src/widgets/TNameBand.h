@@ -1,9 +1,10 @@
 // Shows a name in full, on as many lines as it takes.
 #pragma once
 
+#include <QtGui/QTextDocument>
 #include <QtWidgets/QWidget>
 
-// Breaks anywhere: names of files need not have blanks. Main thread.
+// Breaks between words, or anywhere: names of files need not have blanks. Main thread.
 class TNameBand : public QWidget
 {
     Q_OBJECT
@@ -13,14 +14,15 @@ public:
     ~TNameBand() override;
 
     void SetName(const QString& name);
-    const QString& Name() const { return m_name; }
+    QString Name() const { return m_text.toPlainText(); }
 
     // Pixels.
     int heightForWidth(int width) const override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
-    QString m_name;
+    QTextDocument m_text;
 };
