@@ -18,11 +18,15 @@ int Refuse(const QString& text)
     return console::eExitUsage;
 }
 
+// A window that nobody sees would run for ever.
 bool HasDisplay()
 {
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    if (!platform.isEmpty()) {
+        return platform != "offscreen" && platform != "minimal";
+    }
     return !qEnvironmentVariableIsEmpty("DISPLAY") ||
-           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
-           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
 // Which application object is made has to be known before there is one to read the options with.
