@@ -87,6 +87,7 @@ private Q_SLOTS:
     void chosenRowMayGoAtOnce();
     void choicesCloseWithTheirRow();
     void disabledCannotBeChanged();
+    void disabledTextCanBeRead();
     void lockedCannotBeChanged();
     void longListsFitTheScreen();
 };
@@ -427,6 +428,23 @@ void tst_PropertyWidget::disabledCannotBeChanged()
     place.row.OnWheelPressed();
     QVERIFY(!place.row.OnWheelTurned(1));
     QCOMPARE(place.changes.count(), 0);
+}
+
+void tst_PropertyWidget::disabledTextCanBeRead()
+{
+    TPropertyWidget row;
+    row.show();
+    row.setEnabled(false);
+    const auto drawn = [&row] {
+        return EditOf(row).palette().color(EditOf(row).palette().currentColorGroup(),
+                                           QPalette::Text);
+    };
+    for (const auto theme : {hostimpl::ETheme::eNight, hostimpl::ETheme::eDay}) {
+        hostimpl::SetTheme(theme);
+        QCOMPARE(drawn(), hostimpl::ThemeColour(hostimpl::EColour::eOffText, theme));
+        QApplication::setPalette(QPalette(Qt::gray)); // by somebody else
+        QCOMPARE(drawn(), hostimpl::ThemeColour(hostimpl::EColour::eOffText, theme));
+    }
 }
 
 void tst_PropertyWidget::lockedCannotBeChanged()

@@ -31,9 +31,7 @@ TPropertyWidget::TRow::TRow(TPropertyWidget& widget)
     // The wheel passes the row by; its button, or a touch, begins to write.
     m_edit->setFocusPolicy(Qt::ClickFocus);
     m_edit->setInputMethodHints(TEXT_HINTS);
-    QPalette palette = m_edit->palette();
-    palette.setColor(QPalette::Base, Qt::transparent);
-    m_edit->setPalette(palette);
+    ShowColours();
     m_edit->installEventFilter(this);
     connect(m_edit, &QLineEdit::textEdited, this, [this] { Q_EMIT m_widget.ValueChanged(); });
     m_eye->hide();
@@ -192,6 +190,9 @@ void TPropertyWidget::TRow::OnEvent(QEvent& event)
     case QEvent::ReadOnlyChange:
         ShowLock();
         break;
+    case QEvent::PaletteChange:
+        ShowColours();
+        break;
     case QEvent::EnabledChange:
     case QEvent::Hide:
         CloseIfOff();
@@ -242,6 +243,17 @@ bool TPropertyWidget::TRow::eventFilter(QObject* watched, QEvent* event)
         m_widget.update();
     }
     return QObject::eventFilter(watched, event);
+}
+
+// Its own, so that it can be read even where the application's palette is not the theme's.
+void TPropertyWidget::TRow::ShowColours()
+{
+    QPalette palette = m_edit->palette();
+    palette.setColor(QPalette::Base, Qt::transparent);
+    palette.setColor(QPalette::Text, hostimpl::ThemeColour(hostimpl::EColour::eText));
+    palette.setColor(QPalette::Disabled, QPalette::Text,
+                     hostimpl::ThemeColour(hostimpl::EColour::eOffText));
+    m_edit->setPalette(palette);
 }
 
 void TPropertyWidget::TRow::ShowLock()

@@ -45,6 +45,7 @@ private:
     void OnPaint();
     void OnKey(QEvent& event);
     void Arrange();
+    void ShowColours();
     void ShowLock();
     void CloseIfOff();
     void Leave();
