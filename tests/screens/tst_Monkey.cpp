@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int STEPS = 3000;
+constexpr int STEPS = 1500;
 
 QString Text(const char* text)
 {
