@@ -92,7 +92,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("row");
         QTest::addColumn<QString>("value");
-        QTest::newRow("service") << int(eService) << QStringLiteral("https://farm/");
+        QTest::newRow("service") << int(eService) << QStringLiteral("https://hill.example/");
         QTest::newRow("certificate") << int(eAuthority) << QStringLiteral("/nowhere.pem");
         QTest::newRow("position") << int(ePosition) << QStringLiteral("stars");
         QTest::newRow("folder") << int(eFolder) << QStringLiteral("here");
