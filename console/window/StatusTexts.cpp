@@ -61,6 +61,14 @@ QString Degrees(double degrees, QLatin1Char positive, QLatin1Char negative)
            (degrees < 0 ? negative : positive);
 }
 
+// How long ago the last fix came.
+QString Age(const TPositionState& state)
+{
+    const qlonglong seconds = qMax<qlonglong>(state.ageMs, 0) / 1000;
+    return seconds < 120 ? QCoreApplication::translate("StatusBar", "%1 s").arg(seconds)
+                         : QCoreApplication::translate("StatusBar", "%1 min").arg(seconds / 60);
+}
+
 } // namespace
 
 namespace console {
@@ -69,14 +77,15 @@ TStatusWords PositionWords(const TPositionState& state)
 {
     if (state.state == EPositionState::eFix) {
         return {QStringLiteral("gps-fix"),
-                QStringLiteral("%1  %2  %3")
+                QStringLiteral("%1  %2  %3  %4")
                     .arg(Translate(Row(qualityTexts, state.fix.quality)),
                          Degrees(state.fix.latitudeDegrees, QLatin1Char('N'), QLatin1Char('S')),
-                         Degrees(state.fix.longitudeDegrees, QLatin1Char('E'), QLatin1Char('W')))};
+                         Degrees(state.fix.longitudeDegrees, QLatin1Char('E'), QLatin1Char('W')),
+                         Age(state))};
     }
     if (state.state == EPositionState::eLost && state.source == ESourceState::eRunning) {
         return {QStringLiteral("gps-lost"),
-                QCoreApplication::translate("StatusBar", "Position lost")};
+                QCoreApplication::translate("StatusBar", "Position lost %1 ago").arg(Age(state))};
     }
     const TRow& row = Row(sourceRows, state.source);
     return {QString::fromLatin1(row.iconName), Translate(row.text)};

@@ -172,11 +172,15 @@ private Q_SLOTS:
         state.fix.latitudeDegrees = -12.5;
         state.fix.longitudeDegrees = 7.123456;
         state.fix.quality = console::EFixQuality::eRtkFixed;
+        state.ageMs = 900;
         QCOMPARE(console::PositionWords(state).text,
-                 QStringLiteral("RTK  12.50000\u00b0 S  7.12346\u00b0 E"));
+                 QStringLiteral("RTK  12.50000\u00b0 S  7.12346\u00b0 E  0 s"));
         QCOMPARE(console::PositionWords(state).iconName, QStringLiteral("gps-fix"));
         state.state = console::EPositionState::eLost;
-        QCOMPARE(console::PositionWords(state).text, QStringLiteral("Position lost"));
+        state.ageMs = 119'999;
+        QCOMPARE(console::PositionWords(state).text, QStringLiteral("Position lost 119 s ago"));
+        state.ageMs = 121'000;
+        QCOMPARE(console::PositionWords(state).text, QStringLiteral("Position lost 2 min ago"));
         QCOMPARE(console::PositionWords(state).iconName, QStringLiteral("gps-lost"));
     }
 
