@@ -15,6 +15,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtGui/QPixmap>
+#include <QtGui/QScreen>
 
 namespace {
 
@@ -49,6 +50,8 @@ void TWindowSession::Begin()
         m_window->SetKeyboard(keyboard);
     }
     Apply(m_stored);
+    // A display may be smaller, with nobody there to fit windows in.
+    m_window->resize(m_window->size().boundedTo(m_window->screen()->availableSize()));
     m_window->show();
     StartPlugin();
     StartSource(m_settings.gps);
