@@ -79,7 +79,10 @@ int SignalLog::qt_metacall(QMetaObject::Call call, int id, void** arguments)
 QList<LoggedSignal> SignalLog::All() const
 {
     const QMutexLocker lock(&m_mutex);
-    return m_signals;
+    // Of the caller's own: what is shared would be let go outside the lock.
+    QList<LoggedSignal> copy = m_signals;
+    copy.detach();
+    return copy;
 }
 
 QStringList SignalLog::Names() const
