@@ -95,8 +95,12 @@ Async<void> Connection::refuseHead(EProblem kind)
 Async<bool> Connection::answer(Request& request, Response& response)
 {
     const std::uint64_t unread = request.body.remainingBytes();
+    if (unread == 0 && !stopping_) {
+        transport_->waitAgain(); // somebody may have wanted to take over when all had come already
+    }
     // A body that nobody read and that is not small costs the connection.
-    const bool drop = unread > limits_.drainBytes || (unread > 0 && request.body.awaitsContinue());
+    const bool drop = unread > limits_.drainBytes ||
+                      (unread > 0 && (request.body.awaitsContinue() || !transport_->waits()));
     const bool keepAlive =
         request.head.keepAlive && !response.closeAfter && !response.stream && !stopping_ && !drop;
     peerMayBeSending_ = unread > 0 && !keepAlive;

@@ -49,6 +49,9 @@ public:
      * the connection stays open for a goodbye.
      */
     void stopWaiting();
+    /** Waits again: what it was stopped for has come to its end without waiting. */
+    void waitAgain() { waits_ = true; }
+    bool waits() const { return waits_; }
 
     /** Closes at once; pending operations fail. */
     void abort();
