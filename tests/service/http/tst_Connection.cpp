@@ -31,6 +31,12 @@ public:
         if (request.head.path == "/fail") {
             throw std::runtime_error("secret detail");
         }
+        if (request.head.path.starts_with("/taken-over")) {
+            request.body.abandon();
+        }
+        if (request.head.path == "/taken-over-early") {
+            co_return Response::noContent();
+        }
         const std::string body = co_await request.body.readAll(1024 * 1024);
         co_return Response::text("<" + body + ">", "text/plain");
     }
@@ -106,6 +112,26 @@ TEST_F(ConnectionConduct, AnswersAndStaysOpenForMore)
     EXPECT_THAT(reply, HasSubstr("<cd>"));
     EXPECT_THAT(reply, Not(HasSubstr("Connection: close")));
     EXPECT_EQ(application.received, 4U);
+}
+
+TEST_F(ConnectionConduct, StaysOpenWhenTakenOverWithAllThere)
+{
+    test::TcpPair pair(loop.io());
+    Connection connection(std::move(pair.server), application, limits);
+    bool served = false;
+    loop.start(serve(connection, false, served));
+    loop.run(
+        test::sendText(*pair.client, "POST /taken-over HTTP/1.1\r\nContent-Length: 2\r\n\r\nab"));
+    EXPECT_THAT(loop.run(test::readUntil(*pair.client, "<ab>")), Not(HasSubstr("close")));
+    loop.run(test::sendText(*pair.client, "GET / HTTP/1.1\r\nConnection: close\r\n\r\n"));
+    EXPECT_THAT(loop.run(test::readAll(*pair.client)), HasSubstr("<>"));
+    loop.runUntil([&served] { return served; });
+}
+
+TEST_F(ConnectionConduct, SaysThatItClosesWhenTakenOverBeforeAllCame)
+{
+    EXPECT_THAT(talk("POST /taken-over-early HTTP/1.1\r\nContent-Length: 5\r\n\r\nab"),
+                HasSubstr("Connection: close"));
 }
 
 TEST_F(ConnectionConduct, ClosesWhenAskedTo)
