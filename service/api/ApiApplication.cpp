@@ -59,6 +59,11 @@ Async<http::Response> ApiApplication::handle(http::Request& request)
     }
 }
 
+void ApiApplication::requestBegun()
+{
+    metrics_.begin();
+}
+
 void ApiApplication::requestDone(const http::RequestSummary& summary)
 {
     metrics_.count(summary);

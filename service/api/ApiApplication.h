@@ -15,6 +15,7 @@ public:
     ApiApplication(Context& context, metrics::Metrics& metrics);
 
     Async<http::Response> handle(http::Request& request) override;
+    void requestBegun() override;
     void requestDone(const http::RequestSummary& summary) override;
 
 private:

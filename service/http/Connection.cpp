@@ -83,6 +83,7 @@ Async<std::optional<RequestHead>> Connection::readHead()
 Async<void> Connection::refuseHead(EProblem kind)
 {
     const Response response = Problem(kind).toResponse();
+    application_.requestBegun();
     RequestSummary summary{"other", "unmatched", response.status, received_.size()};
     const std::string text = headText(response, false) + response.body;
     transport_->expireAfter(limits_.headTime);

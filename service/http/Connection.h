@@ -36,6 +36,9 @@ public:
      */
     virtual Async<Response> handle(Request& request) = 0;
 
+    /** A request has come that requestDone() will tell the end of. */
+    virtual void requestBegun() = 0;
+
     virtual void requestDone(const RequestSummary& summary) = 0;
 };
 

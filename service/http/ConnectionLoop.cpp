@@ -44,6 +44,7 @@ Async<bool> Connection::serveOne(bool refuse)
     if (!head) {
         co_return false;
     }
+    application_.requestBegun();
     transport_->neverExpire();
     const auto start = Steady::now();
     const std::uint64_t sentBefore = transport_->sentBytes();
@@ -58,6 +59,9 @@ Async<bool> Connection::serveOne(bool refuse)
         more = co_await answer(request, response);
     } catch (const PeerGone&) {
         summary.status = 499; // never sent; tells in log and metrics that the peer left
+    } catch (const std::exception& error) { // in the middle of a reply: too late to tell the peer
+        logError("connection-failed", error.what());
+        transport_->abort();
     }
     summary.method = request.head.method;
     summary.route = request.route;

@@ -19,12 +19,19 @@ std::string describe(const char* name, const char* type, const char* help)
 
 } // namespace
 
+void Metrics::begin()
+{
+    const std::lock_guard lock(mutex_);
+    ++openRequests_;
+}
+
 void Metrics::count(const http::RequestSummary& summary)
 {
     const bool known =
         std::find(knownMethods.begin(), knownMethods.end(), summary.method) != knownMethods.end();
     Labels labels{known ? summary.method : "other", summary.route, summary.status};
     const std::lock_guard lock(mutex_);
+    --openRequests_;
     ++requests_[std::move(labels)];
     requestBytes_ += summary.receivedBytes;
     responseBytes_ += summary.sentBytes;
@@ -37,6 +44,9 @@ std::string Metrics::text() const
     text += describe("kelvo_event_streams_open", "gauge", "Event streams open now.");
     text += "kelvo_event_streams_open " + std::to_string(openStreams_ ? openStreams_() : 0) + "\n";
     const std::lock_guard lock(mutex_);
+    text += describe("kelvo_http_requests_open", "gauge",
+                     "Requests not answered to the end, event streams among them.");
+    text += "kelvo_http_requests_open " + std::to_string(openRequests_) + "\n";
     text += describe("kelvo_http_requests_total", "counter", "Requests answered.");
     for (const auto& [labels, count] : requests_) {
         const auto& [method, route, status] = labels;

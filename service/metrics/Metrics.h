@@ -12,11 +12,12 @@
 
 namespace kelvo::metrics {
 
-/** Counts answered requests. Thread safe. Labels are route templates, so their number is bounded.
- */
+/** Counts requests. Thread safe. Labels are route templates, so their number is bounded. */
 class Metrics
 {
 public:
+    /** A request is open from begin() to count(), which puts down how it was answered. */
+    void begin();
     void count(const http::RequestSummary& summary);
 
     /** A value that is asked for when somebody looks. Set before the first look. */
@@ -29,6 +30,7 @@ private:
 
     mutable std::mutex mutex_; // guards the counters
     std::map<Labels, std::uint64_t> requests_;
+    std::uint64_t openRequests_ = 0;
     std::uint64_t requestBytes_ = 0;
     std::uint64_t responseBytes_ = 0;
     std::function<std::size_t()> openStreams_;

@@ -17,6 +17,7 @@ public:
     MonitorApplication(const Metrics& metrics, std::function<Async<bool>()> ready);
 
     Async<http::Response> handle(http::Request& request) override;
+    void requestBegun() override {}
     void requestDone(const http::RequestSummary&) override {}
 
 private:

@@ -97,11 +97,21 @@ class Metrics(WireTest):
             self.await_value(streams, 2)
         self.await_value(streams, 0)
 
+    def test_open_requests_are_a_gauge(self):
+        def requests():
+            return self.total("kelvo_http_requests_open")
+        olga = self.user("olga")
+        self.await_value(requests, 0)
+        with EventStream(olga):
+            self.await_value(requests, 1)
+        self.await_value(requests, 0)
+
     def test_the_build_is_named_and_the_text_is_well_formed(self):
         self.assertEqual(self.total("kelvo_build_info"), 1)
         types = dict(re.findall(r"^# TYPE (\S+) (\S+)$", metrics(self.service)[1], re.MULTILINE))
         for name, kind in (("kelvo_http_requests_total", "counter"), ("kelvo_http_request_bytes_total", "counter"),
-                           ("kelvo_http_response_bytes_total", "counter"), ("kelvo_event_streams_open", "gauge")):
+                           ("kelvo_http_response_bytes_total", "counter"), ("kelvo_http_requests_open", "gauge"),
+                           ("kelvo_event_streams_open", "gauge")):
             self.assertEqual(types[name], kind)
 
 

@@ -1,11 +1,13 @@
 """The service as a process of its own on a free port."""
 
+import collections
 import json
 import os
 import re
 import signal
 import subprocess
 import threading
+import time
 import urllib.error
 import urllib.request
 
@@ -90,26 +92,39 @@ class Service:
         except (OSError, urllib.error.URLError) as failure:
             raise ServiceError(f"{path}: {failure}") from None
 
-    def metric(self, name):
-        """{labels as a frozenset of pairs: value} of one metric."""
-        values = {}
+    def metrics(self):
+        """{name: {labels as a frozenset of pairs: value}} of one look."""
+        page = collections.defaultdict(dict)
         for line in self.get("/metrics").splitlines():
             match = SAMPLE.match(line)
-            if match and match[1] == name:
-                values[frozenset(LABEL.findall(match[2] or ""))] = float(match[3])
-        return values
+            if match:
+                page[match[1]][frozenset(LABEL.findall(match[2] or ""))] = float(match[3])
+        return page
 
     def requests(self):
-        """{(method, route): number of requests so far}"""
+        """{(method, route): number of requests so far}, when all but event streams are answered to the end.
+
+        A request is counted a moment after its reply has left.
+        """
+        end = time.monotonic() + GUARD_SECONDS
+        page = self.metrics()
+        while total(page, "kelvo_http_requests_open") > total(page, "kelvo_event_streams_open"):
+            if time.monotonic() > end:
+                raise ServiceError("requests stay open")
+            page = self.metrics()
         counts = {}
-        for labels, value in self.metric("kelvo_http_requests_total").items():
+        for labels, value in page["kelvo_http_requests_total"].items():
             labels = dict(labels)
             key = (labels["method"], labels["route"])
             counts[key] = counts.get(key, 0) + int(value)
         return counts
 
     def open_streams(self):
-        return int(sum(self.metric("kelvo_event_streams_open").values()))
+        return total(self.metrics(), "kelvo_event_streams_open")
+
+
+def total(page, name):
+    return int(sum(page[name].values()))
 
 
 def more(after, before):

@@ -15,6 +15,25 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
+/** Fails in the middle. */
+class TornSource final : public BodySource
+{
+public:
+    std::uint64_t sizeBytes() const override { return 4; }
+
+    Async<std::size_t> read(asio::mutable_buffer buffer) override
+    {
+        if (begun_) {
+            throw std::runtime_error("the disk is gone");
+        }
+        begun_ = true;
+        co_return asio::buffer_copy(buffer, asio::buffer("ab", 2));
+    }
+
+private:
+    bool begun_ = false;
+};
+
 /** Answers with the body it got, if it reads it, and remembers what came. */
 class EchoApplication final : public Application
 {
@@ -31,6 +50,11 @@ public:
         if (request.head.path == "/fail") {
             throw std::runtime_error("secret detail");
         }
+        if (request.head.path == "/torn") {
+            Response response;
+            response.source = std::make_shared<TornSource>();
+            co_return response;
+        }
         if (request.head.path.starts_with("/taken-over")) {
             request.body.abandon();
         }
@@ -41,13 +65,17 @@ public:
         co_return Response::text("<" + body + ">", "text/plain");
     }
 
+    void requestBegun() override { ++open; }
+
     void requestDone(const RequestSummary& summary) override
     {
+        --open;
         statuses.push_back(summary.status);
         received += summary.receivedBytes;
     }
 
     int handled = 0;
+    int open = 0;
     std::uint64_t received = 0;
     std::vector<unsigned> statuses;
 };
@@ -73,6 +101,7 @@ protected:
         loop.start(say(*pair.client, text));
         const std::string reply = loop.run(test::readAll(*pair.client));
         loop.runUntil([&served] { return served; });
+        EXPECT_EQ(application.open, 0);
         return reply;
     }
 
@@ -221,6 +250,14 @@ TEST_F(ConnectionConduct, KeepsDetailsOfItsFailuresToItself)
     const std::string reply = talk("GET /fail HTTP/1.1\r\n\r\n");
     EXPECT_THAT(reply, StartsWith("HTTP/1.1 500 "));
     EXPECT_THAT(reply, Not(HasSubstr("secret")));
+}
+
+TEST_F(ConnectionConduct, CountsAReplyThatItCannotFinish)
+{
+    talk("GET /torn HTTP/1.1\r\n\r\nGET / HTTP/1.1\r\n\r\n");
+    EXPECT_EQ(application.handled,
+              1); // the peer would take the next reply for the rest of this one
+    EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
 }
 
 TEST_F(ConnectionConduct, TellsPeersThatItIsFull)
