@@ -15,7 +15,7 @@ std::unique_ptr<QCoreApplication> MakeWindowApplication(int& argumentCount, char
     return std::make_unique<QGuiApplication>(argumentCount, arguments);
 }
 
-int RunWindow(const TConsoleSettings&)
+int RunWindow(const TConsoleSettings&, const std::function<void(TWindowSession&)>&)
 {
     return 1;
 }

@@ -55,7 +55,7 @@ std::unique_ptr<QCoreApplication> MakeWindowApplication(int& argumentCount, char
     return std::make_unique<QApplication>(argumentCount, arguments);
 }
 
-int RunWindow(const TConsoleSettings& given)
+int RunWindow(const TConsoleSettings& given, const std::function<void(TWindowSession&)>& onBegun)
 {
     TConsoleSettings settings = given;
     if (!settings.isDataFolderGiven) {
@@ -78,6 +78,9 @@ int RunWindow(const TConsoleSettings& given)
                      &QCoreApplication::quit, Qt::QueuedConnection);
     TStopSignals stopSignals([&session](int) { session.WantEnd(); });
     session.Begin();
+    if (onBegun) {
+        onBegun(session);
+    }
     const int exitStatus = QCoreApplication::exec();
     session.End();
     return exitStatus;

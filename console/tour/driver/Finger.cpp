@@ -1,0 +1,132 @@
+// Touches what is on the screen as an operator would.
+#include "console/tour/driver/Finger.h"
+
+#include "console/tour/driver/ScreenText.h"
+#include "host/TListWidget.h"
+#include "host/TPropertyWidget.h"
+
+#include <QtTest/QTest>
+#include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QScrollArea>
+
+#include <stdexcept>
+
+namespace {
+
+[[noreturn]] void Refuse(const QString& text)
+{
+    throw std::runtime_error(text.toStdString());
+}
+
+void RequireInReach(const QWidget& widget, const QPoint& place, const QString& name)
+{
+    if (!widget.isEnabled()) {
+        Refuse(QStringLiteral("%1 is off").arg(name));
+    }
+    const QWidget* const modal = QApplication::activeModalWidget();
+    if (modal != nullptr && modal != widget.window()) {
+        Refuse(QStringLiteral("a dialog is to be answered before %1").arg(name));
+    }
+    const QWidget* const window = widget.window();
+    const QWidget* const hit = window->childAt(widget.mapTo(window, place));
+    if (hit != &widget && !widget.isAncestorOf(hit)) {
+        Refuse(QStringLiteral("something covers %1").arg(name));
+    }
+}
+
+void Touch(QWidget& widget, const QPoint& place, const QString& name)
+{
+    RequireInReach(widget, place, name);
+    QTest::mouseClick(&widget, Qt::LeftButton, Qt::NoModifier, place);
+}
+
+// A page may be longer than its window.
+void BringIntoView(QWidget& widget)
+{
+    for (QWidget* above = widget.parentWidget(); above != nullptr; above = above->parentWidget()) {
+        if (auto* const area = qobject_cast<QScrollArea*>(above)) {
+            area->ensureWidgetVisible(&widget);
+        }
+    }
+}
+
+// The last popup first: it is on top.
+QList<QWidget*> WindowsTopDown(const QWidget& window)
+{
+    QList<QWidget*> windows;
+    for (QWidget* const popup : tour::OpenPopups()) {
+        windows.prepend(popup);
+    }
+    windows.append(window.window());
+    return windows;
+}
+
+template <typename TWidget, typename TNameOf>
+TWidget& Find(const QWidget& window, const QString& name, TNameOf nameOf)
+{
+    for (const QWidget* const place : WindowsTopDown(window)) {
+        for (TWidget* const widget : place->findChildren<TWidget*>()) {
+            if (widget->isVisible() && widget->window() == place && nameOf(*widget) == name) {
+                return *widget;
+            }
+        }
+    }
+    Refuse(QStringLiteral("there is no %1 to be seen").arg(name));
+}
+
+TPropertyWidget& FindRow(const QWidget& window, const QString& name)
+{
+    return Find<TPropertyWidget>(window, name,
+                                 [](const QWidget& row) { return row.accessibleName(); });
+}
+
+} // namespace
+
+namespace tour {
+
+void PressButton(const QWidget& window, const QString& name)
+{
+    auto& button = Find<QAbstractButton>(window, name, ButtonName);
+    BringIntoView(button);
+    Touch(button, button.rect().center(), name);
+}
+
+void PressRow(const QWidget& window, const QString& name)
+{
+    TPropertyWidget& row = FindRow(window, name);
+    BringIntoView(row);
+    Touch(row, row.rect().center(), name);
+}
+
+void TypeInto(const QWidget& window, const QString& rowName, const QString& text)
+{
+    TPropertyWidget& row = FindRow(window, rowName);
+    BringIntoView(row);
+    auto* const edit = row.findChild<QLineEdit*>();
+    if (edit == nullptr || !edit->isVisible()) {
+        Refuse(QStringLiteral("nothing can be typed into %1").arg(rowName));
+    }
+    Touch(*edit, edit->rect().center(), rowName);
+    QTest::keyClick(edit, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClicks(edit, text);
+    QTest::keyClick(edit, Qt::Key_Return);
+}
+
+void TouchName(const QWidget& window, const QString& name)
+{
+    for (TListWidget* const list : window.window()->findChildren<TListWidget*>()) {
+        const QList<QListWidgetItem*> items = list->findItems(name, Qt::MatchExactly);
+        if (!list->isVisible() || items.isEmpty()) {
+            continue;
+        }
+        list->scrollToItem(items.first());
+        Touch(*list->viewport(), list->visualItemRect(items.first()).center(), name);
+        return;
+    }
+    Refuse(QStringLiteral("%1 is in no list to be seen").arg(name));
+}
+
+} // namespace tour

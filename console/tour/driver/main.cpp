@@ -1,0 +1,86 @@
+// The console with its window, worked by commands from outside.
+#include "console/ConsoleSettings.h"
+#include "console/tour/driver/TDriver.h"
+#include "console/window/WindowRun.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QRegularExpression>
+
+#include <csignal>
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+constexpr int smallest = 100; // pixels
+constexpr int largest = 10000;
+
+int Refuse(const QString& text)
+{
+    std::fprintf(stderr, "kelvo-console-driver: %s\nTry `kelvo-console-driver --help`.\n",
+                 qUtf8Printable(text));
+    return 2;
+}
+
+// Null for a text that is no size.
+QSize ParseSize(const QString& text)
+{
+    static const QRegularExpression pattern(QStringLiteral("^([0-9]{1,5})x([0-9]{1,5})$"));
+    const QRegularExpressionMatch match = pattern.match(text);
+    const QSize size(match.captured(1).toInt(), match.captured(2).toInt());
+    const bool isSensible =
+        size.boundedTo({largest, largest}) == size && size.expandedTo({smallest, smallest}) == size;
+    return isSensible ? size : QSize();
+}
+
+int Run(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    console::DescribeOptions(parser);
+    parser.setApplicationDescription(QStringLiteral(
+        "Opens the console's window and works it by commands from the standard input, a JSON "
+        "object a line: look, press, open, type, touch, picture, resize, heartbeat, quit."));
+    const QCommandLineOption sizeOption(QStringLiteral("size"),
+                                        QStringLiteral("Size of the window, pixels."),
+                                        QStringLiteral("WIDTHxHEIGHT"), QStringLiteral("1280x800"));
+    parser.addOption(sizeOption);
+    if (!parser.parse(arguments)) {
+        return Refuse(parser.errorText());
+    }
+    if (parser.isSet(QStringLiteral("help"))) {
+        parser.showHelp();
+    }
+    const QSize size = ParseSize(parser.value(sizeOption));
+    if (size.isNull()) {
+        return Refuse(QStringLiteral("%1 is no size").arg(parser.value(sizeOption)));
+    }
+    console::TConsoleSettings settings;
+    QString errorText;
+    if (!console::ReadSettings(parser, settings, errorText)) {
+        return Refuse(errorText);
+    }
+    std::unique_ptr<tour::TDriver> driver;
+    return console::RunWindow(settings, [&driver, size](console::TWindowSession& session) {
+        driver = std::make_unique<tour::TDriver>(session, size);
+    });
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    // Qt would take some of our options for its own.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) {
+        arguments << QString::fromLocal8Bit(argv[i]);
+    }
+    int ownArgumentCount = 1;
+    const std::unique_ptr<QCoreApplication> application =
+        console::MakeWindowApplication(ownArgumentCount, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("kelvo-console-driver"));
+    return Run(arguments);
+}

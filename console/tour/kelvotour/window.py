@@ -1,0 +1,147 @@
+"""The console's window, worked as an operator works it: looking, touching, typing."""
+
+import json
+import os
+import subprocess
+import threading
+import time
+from pathlib import Path
+
+from .console import own_runtime_folder
+
+GUARD_SECONDS = 120  # only ends what hangs
+LOOK_SECONDS = 0.02  # between two looks
+
+
+class WindowError(Exception):
+    """The console did not do or show what it must."""
+
+
+class Window:
+    """One run of the console with its window, in a process of its own. Commands and answers go to a transcript."""
+
+    def __init__(self, binaries, service_address, ca, data, transcript, *, size="1280x800", options=(),
+                 environment=None):
+        self._transcript = open(transcript, "a", encoding="utf-8")
+        self._log_path = f"{transcript}.stderr"
+        own = {name: value for name, value in os.environ.items()
+               if name not in ("KELVO_API_HOST", "KESDK_CA_FILE", "KELVO_USER", "KELVO_PASSWORD")}
+        # Nobody's display, settings or keyboard.
+        own.update(QT_QPA_PLATFORM="offscreen", QT_IM_MODULE="none", XDG_CONFIG_HOME=str(Path(transcript).parent))
+        own.setdefault("XDG_RUNTIME_DIR", own_runtime_folder())
+        own.update(environment or {})
+        with open(self._log_path, "ab") as log:
+            self.process = subprocess.Popen(
+                [str(binaries.driver), "--plugin", str(binaries.plugin), "--service", service_address, "--ca", str(ca),
+                 "--data", str(data), "--size", size, *options],
+                stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=log, text=True, env=own)
+
+    def do(self, verb, **arguments):
+        """The answer to one command."""
+        guard = threading.Timer(GUARD_SECONDS, self.process.kill)
+        guard.start()
+        try:
+            self.process.stdin.write(json.dumps({"do": verb, **arguments}) + "\n")
+            self.process.stdin.flush()
+            line = self.process.stdout.readline()
+        except BrokenPipeError:
+            line = ""
+        finally:
+            guard.cancel()
+        if not line:
+            raise WindowError(f"the console has ended or hangs; see {self._log_path}")
+        answer = json.loads(line)
+        if verb != "look":
+            self._transcript.write(f"{verb} {json.dumps(arguments)}: {line}")
+        if not answer["ok"]:
+            raise WindowError(f"{verb} {' '.join(map(str, arguments.values()))}: {answer['why']}")
+        return answer
+
+    def look(self):
+        return Screen(self.do("look")["windows"])
+
+    def until(self, wanted, what):
+        """The first screen that `wanted` says yes to."""
+        end = time.monotonic() + GUARD_SECONDS
+        while True:
+            screen = self.look()
+            if wanted(screen):
+                return screen
+            if time.monotonic() > end:
+                self._transcript.write(json.dumps(screen.windows) + "\n")
+                raise WindowError(f"{what} did not come in {GUARD_SECONDS} s")
+            time.sleep(LOOK_SECONDS)
+
+    def press(self, button):
+        self.do("press", button=button)
+
+    def choose(self, row, choice):
+        self.do("open", row=row)
+        self.press(choice)
+
+    def picture(self, path):
+        self.do("picture", file=str(path))
+
+    def close(self):
+        """Ends it as closing the window does; the exit status."""
+        if self.process.poll() is None:
+            try:
+                self.do("quit")
+            except WindowError:
+                pass
+        try:
+            status = self.process.wait(GUARD_SECONDS)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            self.process.wait()
+            raise WindowError("the console did not end") from None
+        finally:
+            self.process.stdin.close()
+            self.process.stdout.close()
+            self._transcript.close()
+        return status
+
+    def stderr(self):
+        return Path(self._log_path).read_text(encoding="utf-8", errors="replace")
+
+
+class Screen:
+    """What was to be seen at one moment."""
+
+    def __init__(self, windows):
+        self.windows = windows
+        self.console = windows[0]
+        self.popups = windows[1:]
+
+    def names(self):
+        return [name["text"] for name in self.console["names"]]
+
+    def selected(self):
+        return [name["text"] for name in self.console["names"] if name["selected"]]
+
+    def labels(self):
+        return self.console["labels"]
+
+    def button(self, text):
+        """Of any window, the one on top first; None if it is not to be seen."""
+        for window in reversed(self.windows):
+            for button in window["buttons"]:
+                if button["text"] == text:
+                    return button
+        return None
+
+    def can_press(self, text):
+        button = self.button(text)
+        return button is not None and button["enabled"]
+
+    def row(self, name):
+        for row in self.console["rows"]:
+            if row["name"] == name:
+                return row
+        return None
+
+    def dialog(self, title):
+        for window in self.popups:
+            if window.get("title") == title:
+                return window
+        return None
