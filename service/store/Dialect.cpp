@@ -29,8 +29,10 @@ public:
         // The timeout matters only when somebody else, such as a backup, has the file open.
         auto session = std::make_unique<soci::session>(*soci::factory_sqlite3(),
                                                        connectString_ + " timeout=10");
+        // A commit is the journal's removal. FULL leaves that to the file system's leisure, and a
+        // power failure could bring the journal back, which undoes the commit; EXTRA waits for it.
         static constexpr const char* settings[] = {
-            "PRAGMA journal_mode = DELETE", "PRAGMA synchronous = FULL",
+            "PRAGMA journal_mode = DELETE", "PRAGMA synchronous = EXTRA",
             "PRAGMA foreign_keys = ON",     "PRAGMA cache_size = -1024",
             "PRAGMA temp_store = MEMORY",
         };
