@@ -35,6 +35,29 @@ std::string readCost(const std::string& text, ServeOptions& options)
     return {};
 }
 
+/** How long a peer may take. */
+void addTimeLimits(CLI::App& serve, ServeOptions& options)
+{
+    struct Row
+    {
+        const char* name;
+        int ServeOptions::*value;
+        const char* meaning;
+    };
+    static constexpr Row rows[] = {
+        {"--head-timeout", &ServeOptions::headSeconds,
+         "Seconds for a handshake, and for a request's head"},
+        {"--idle-timeout", &ServeOptions::idleSeconds, "Seconds between two requests"},
+        {"--stall-timeout", &ServeOptions::stallSeconds,
+         "Seconds in which a body or a reply may stand still"},
+    };
+    for (const Row& row : rows) {
+        serve.add_option(row.name, options.*row.value, row.meaning)
+            ->check(CLI::Range(1, 24 * 3600))
+            ->capture_default_str();
+    }
+}
+
 void addOptions(CLI::App& serve, ServeOptions& options)
 {
     serve.add_option("--data", options.dataFolder, "Folder for everything that is kept")
@@ -65,6 +88,7 @@ void addOptions(CLI::App& serve, ServeOptions& options)
     serve.add_option("--max-connections", options.connections, "More are told to come back later")
         ->check(CLI::Range(1, 1000000))
         ->capture_default_str();
+    addTimeLimits(serve, options);
     serve.add_option("--log-level", options.logLevel, "debug, info, warning or error")
         ->check(CLI::IsMember({"debug", "info", "warning", "error"}))
         ->capture_default_str();

@@ -26,6 +26,9 @@ struct ServeOptions
     long long eventsKept = 100000; // a farm; 0: as many as come
     int eventHours = 0;            // 0: however old
     unsigned connections = 2000;
+    int headSeconds = 15;
+    int idleSeconds = 75;
+    int stallSeconds = 60;
     std::string logLevel = "info";
 };
 

@@ -135,6 +135,9 @@ void runService(const ServeOptions& options)
     IoThreads threads;
     http::Limits limits;
     limits.connections = options.connections;
+    limits.headTime = std::chrono::seconds(options.headSeconds);
+    limits.idleTime = std::chrono::seconds(options.idleSeconds);
+    limits.bodyStall = std::chrono::seconds(options.stallSeconds);
     const auto apiListener = listen(threads, options.listen, tlsContext.get(), api, limits);
     const auto monitorListener = listen(threads, options.metricsListen, nullptr, monitor, {});
     const Janitor janitor(context, {options.eventHours});

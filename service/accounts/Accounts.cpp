@@ -67,7 +67,7 @@ Async<Login> Accounts::login(std::string user, std::string password, std::string
         throttle_.failed(user, address);
         throw Problem(EProblem::InvalidCredentials, "The user name or the password is wrong.");
     }
-    throttle_.succeeded(user);
+    throttle_.succeeded(user, address);
     if (known->user.disabled) {
         throw Problem(EProblem::AccountDisabled, "This account has been disabled.");
     }

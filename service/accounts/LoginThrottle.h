@@ -13,7 +13,8 @@ namespace kelvo::accounts {
 /**
  * Counts failed logins a user name and an address; successes are never held up by their number.
  * After `attempts` failures a name has to wait, twice as long with each further failure; an address
- * has more attempts, because a whole farm may share one.
+ * has more attempts, because a whole farm may share one. Of IPv6 the network (/64) is the address:
+ * who has one of its addresses has them all.
  *
  * Thread safe. Bounded: the oldest entries are forgotten beyond `capacity`.
  */
@@ -27,8 +28,8 @@ public:
 
     void failed(const std::string& user, const std::string& address);
 
-    /** Forgets the failures of the name. */
-    void succeeded(const std::string& user);
+    /** Forgets the failures of the name, and that many of the address: they were slips. */
+    void succeeded(const std::string& user, const std::string& address);
 
 private:
     struct Record
@@ -39,6 +40,7 @@ private:
     };
     using Records = std::map<std::string, Record>;
 
+    int recentFailures(const Records& records, const std::string& who) const;
     void count(Records& records, const std::string& who, int attempts);
     static void makeRoom(Records& records, std::int64_t nowMs);
 

@@ -8,6 +8,8 @@
 
 namespace kelvo::http {
 
+using Steady = std::chrono::steady_clock;
+
 namespace {
 
 constexpr std::uint64_t readAfterAbandoned = 1024 * 1024;
@@ -22,6 +24,7 @@ BodyReader::BodyReader(Transport& transport, const Limits& limits, const Request
       lengthBytes_(head.contentLength.value_or(0)),
       remainingBytes_(lengthBytes_),
       awaitsContinue_(head.expectsContinue && lengthBytes_ > 0 && early.empty()),
+      patience_(limits.bodyStall),
       mayStillRead_(lengthBytes_)
 {}
 
@@ -42,19 +45,43 @@ Async<IoResult> BodyReader::readSome(asio::mutable_buffer buffer)
         count(taken);
         co_return IoResult{taken, {}};
     }
-    transport_.expireAfter(limits_.bodyStall);
+    const auto start = Steady::now();
+    const IoResult result = co_await readFromPeer(asio::buffer(buffer.data(), wanted));
+    transport_.neverExpire(); // the handler may take its time
+    count(result.bytes);
+    spend(std::chrono::ceil<std::chrono::milliseconds>(Steady::now() - start), result.bytes);
+    co_return result;
+}
+
+Async<IoResult> BodyReader::readFromPeer(asio::mutable_buffer buffer)
+{
     if (awaitsContinue_) {
         awaitsContinue_ = false;
         static constexpr std::string_view goAhead = "HTTP/1.1 100 Continue\r\n\r\n";
+        transport_.expireAfter(patience_);
         const auto failed = co_await transport_.write(asio::buffer(goAhead));
         if (failed) {
             co_return IoResult{0, failed};
         }
     }
-    const IoResult result = co_await transport_.readSome(asio::buffer(buffer.data(), wanted));
-    count(result.bytes);
-    transport_.neverExpire(); // the handler may take its time; the next read starts anew
-    co_return result;
+    transport_.expireAfter(patience_);
+    co_return co_await transport_.readSome(buffer);
+}
+
+void BodyReader::spend(std::chrono::milliseconds waited, std::size_t bytes)
+{
+    sinceRenewedBytes_ += bytes;
+    patience_ -= std::min(waited, patience_);
+    if (sinceRenewedBytes_ >= limits_.bodyProgressBytes && !hurried_) {
+        sinceRenewedBytes_ = 0;
+        patience_ = limits_.bodyStall;
+    }
+}
+
+void BodyReader::hurry(std::chrono::milliseconds total)
+{
+    hurried_ = true;
+    patience_ = total;
 }
 
 Async<IoResult> BodyReader::fill(asio::mutable_buffer buffer)
@@ -89,6 +116,7 @@ Async<std::string> BodyReader::readAll(std::size_t limitBytes)
     if (remainingBytes_ > limitBytes) {
         throw Problem(EProblem::ContentTooLarge, "The body is larger than this request may have.");
     }
+    hurry(limits_.jsonTime);
     std::string body(static_cast<std::size_t>(remainingBytes_), '\0');
     const IoResult result = co_await fill(asio::buffer(body));
     if (result.bytes != body.size()) {

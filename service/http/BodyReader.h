@@ -27,8 +27,8 @@ public:
     /** The peer waits for a go-ahead before it sends the body, and has not had it. */
     bool awaitsContinue() const { return awaitsContinue_; }
 
-    /** At least one byte; none and no error at the end. Errors when the peer stalls or goes away.
-     */
+    /** At least one byte; none and no error at the end. Errors when the peer stalls, sends next to
+     * nothing or goes away. Only the waiting counts, not what the caller does between two reads. */
     Async<IoResult> readSome(asio::mutable_buffer buffer);
 
     /** Reads until the buffer is full, the body ends or there is an error. */
@@ -36,6 +36,9 @@ public:
 
     /** The whole body. Throws Problem (content-too-large) or PeerGone. */
     Async<std::string> readAll(std::size_t limitBytes);
+
+    /** From now on what is still to come must come within this time, however much it is. */
+    void hurry(std::chrono::milliseconds total);
 
     /**
      * Ends the reading, present and future, with an error: somebody else takes over. What has
@@ -46,7 +49,9 @@ public:
     asio::any_io_executor executor() { return transport_.executor(); }
 
 private:
+    Async<IoResult> readFromPeer(asio::mutable_buffer buffer);
     void count(std::size_t bytes);
+    void spend(std::chrono::milliseconds waited, std::size_t bytes);
 
     Transport& transport_;
     const Limits& limits_;
@@ -54,6 +59,9 @@ private:
     std::uint64_t lengthBytes_;
     std::uint64_t remainingBytes_;
     bool awaitsContinue_;
+    std::chrono::milliseconds patience_;  // what is left of it, until enough has come
+    std::uint64_t sinceRenewedBytes_ = 0; // what has come since it was full
+    bool hurried_ = false;                // it is not renewed any more
     std::uint64_t
         mayStillRead_; // a peer that sends and sends must not keep an abandoned reader busy
 };

@@ -168,6 +168,7 @@ Async<bool> Connection::sendBody(BodySource& source)
 Async<bool> Connection::dropRest(BodyReader& body)
 {
     std::array<char, 4096> scratch;
+    body.hurry(limits_.jsonTime);
     while (body.remainingBytes() > 0) {
         const IoResult result = co_await body.readSome(asio::buffer(scratch));
         if (result.bytes == 0) {

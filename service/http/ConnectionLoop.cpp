@@ -58,7 +58,8 @@ Async<bool> Connection::serveOne(bool refuse)
         summary.status = response.status;
         more = co_await answer(request, response);
     } catch (const PeerGone&) {
-        summary.status = 499; // never sent; tells in log and metrics that the peer left
+        // Never sent; tells in log and metrics that the peer was too slow, or left.
+        summary.status = transport_->expired() ? 408 : 499;
     } catch (const std::exception& error) { // in the middle of a reply: too late to tell the peer
         logError("connection-failed", error.what());
         transport_->abort();

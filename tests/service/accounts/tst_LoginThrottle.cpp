@@ -57,7 +57,7 @@ TEST_F(Throttle, DoublesTheWaitUpToAQuarterOfAnHour)
 TEST_F(Throttle, ForgetsFailuresOnceTheUserIsIn)
 {
     fail(2, "olga", "10.0.0.1");
-    throttle.succeeded("olga");
+    throttle.succeeded("olga", "10.0.0.1");
     fail(2, "olga", "10.0.0.1");
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
 }
@@ -77,6 +77,43 @@ TEST_F(Throttle, MakesAnAddressWaitThatTriesManyUsers)
     }
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.2"), 0s);
+}
+
+TEST_F(Throttle, TakesNobodysSlipsForAnAddressesGuesses)
+{
+    for (int user = 0; user < 40; ++user) {
+        const std::string name = "user" + std::to_string(user);
+        fail(2, name, "10.0.0.1");
+        throttle.succeeded(name, "10.0.0.1");
+    }
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
+}
+
+TEST_F(Throttle, LetsAGuesserNotClearAnAddressWithAnAccountOfTheirOwn)
+{
+    for (int i = 0; i < 30; ++i) {
+        throttle.failed("user" + std::to_string(i), "10.0.0.1");
+        throttle.succeeded("mallory", "10.0.0.1");
+    }
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
+}
+
+TEST_F(Throttle, TakesANetworkOfTheNewAddressesForOne)
+{
+    for (int i = 0; i < 30; ++i) {
+        throttle.failed("user" + std::to_string(i), "2001:db8:0:1::" + std::to_string(i + 1));
+    }
+    EXPECT_EQ(throttle.waitFor("olga", "2001:db8:0:1:ffff::1"), 30s);
+    EXPECT_EQ(throttle.waitFor("olga", "2001:db8:0:2::1"), 0s);
+}
+
+TEST_F(Throttle, KnowsAnAddressInItsOtherSpelling)
+{
+    for (int i = 0; i < 30; ++i) {
+        throttle.failed("user" + std::to_string(i), "::ffff:10.0.0.1");
+    }
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
+    EXPECT_EQ(throttle.waitFor("olga", "::ffff:10.0.0.2"), 0s);
 }
 
 TEST_F(Throttle, StillHoldsWhoFailedLastAfterManyOthers)

@@ -25,6 +25,25 @@ TEST(ServeCommand, HasItsDefaults)
     EXPECT_EQ(options->metricsListen, "127.0.0.1:0");
     EXPECT_EQ(options->passwordCost, accounts::EPasswordCost::Interactive);
     EXPECT_EQ(options->loginAttempts, 5);
+    EXPECT_EQ(options->connections, 2000U);
+    EXPECT_EQ(options->headSeconds, 15);
+    EXPECT_EQ(options->idleSeconds, 75);
+    EXPECT_EQ(options->stallSeconds, 60);
+}
+
+TEST(ServeCommand, TakesTheLimitsOfSlowPeers)
+{
+    const auto options =
+        parse({"serve", "--data", "d", "--listen", "h:1", "--max-connections", "7",
+               "--head-timeout", "1", "--idle-timeout", "2", "--stall-timeout", "3"})
+            .serve;
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->connections, 7U);
+    EXPECT_EQ(options->headSeconds, 1);
+    EXPECT_EQ(options->idleSeconds, 2);
+    EXPECT_EQ(options->stallSeconds, 3);
+    EXPECT_EQ(parse({"serve", "--data", "d", "--listen", "h:1", "--stall-timeout", "0"}).exitCode,
+              2);
 }
 
 TEST(ServeCommand, TakesItsOptions)

@@ -1,0 +1,188 @@
+// Peers that take their time, or pretend to: each has a bound.
+#include "service/http/Connection.h"
+#include "service/http/Problem.h"
+#include "tests/service/support/RunAwaitable.h"
+#include "tests/service/support/TcpPair.h"
+
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/steady_timer.hpp>
+
+#include <gmock/gmock.h>
+
+#include <vector>
+
+namespace kelvo::http {
+namespace {
+
+using namespace std::chrono_literals;
+
+/** Takes bodies whole below /json and piece by piece elsewhere; its replies to GET are large. */
+class PatientApplication final : public Application
+{
+public:
+    Async<Response> handle(Request& request) override
+    {
+        if (request.head.method == "GET") {
+            co_return Response::text(std::string(64 * 1024 * 1024, 'x'), "text/plain");
+        }
+        if (request.head.path == "/json") {
+            co_await request.body.readAll(1024 * 1024);
+        }
+        if (request.head.path != "/unread") {
+            co_await readPieces(request.body);
+        }
+        co_return Response::noContent();
+    }
+
+    void requestBegun() override {}
+    void requestDone(const RequestSummary& summary) override { statuses.push_back(summary.status); }
+
+    std::vector<unsigned> statuses;
+
+private:
+    static Async<void> readPieces(BodyReader& body)
+    {
+        char piece[4096];
+        while (body.remainingBytes() > 0) {
+            const IoResult got = co_await body.readSome(asio::buffer(piece));
+            if (got.bytes == 0) {
+                throw PeerGone();
+            }
+        }
+    }
+};
+
+class SlowPeers : public testing::Test
+{
+protected:
+    SlowPeers()
+    {
+        // Each test shortens the one limit that it is about.
+        limits.headTime = limits.idleTime = limits.bodyStall = limits.jsonTime = 1h;
+    }
+
+    /** Serves a peer that says this, then a byte a millisecond, until the service has enough. */
+    void drip(const std::string& text)
+    {
+        const auto peer = [](Transport& client, std::string begin) -> Async<void> {
+            auto failed = co_await client.write(asio::buffer(begin));
+            asio::steady_timer timer(client.executor());
+            while (!failed) {
+                timer.expires_after(1ms);
+                co_await timer.async_wait(asio::use_awaitable);
+                failed = co_await client.write(asio::buffer("x", 1));
+            }
+        };
+        serve([&](Transport& client) { return peer(client, text); });
+    }
+
+    template <class Peer>
+    void serve(Peer peer)
+    {
+        test::TcpPair pair(loop.io());
+        Connection connection(std::move(pair.server), application, limits);
+        bool served = false;
+        bool left = false;
+        const auto run = [&]() -> Async<void> {
+            co_await connection.run(false);
+            served = true;
+        };
+        const auto visit = [&]() -> Async<void> {
+            co_await peer(*pair.client);
+            left = true;
+        };
+        loop.start(run());
+        loop.start(visit());
+        loop.runUntil([&served] { return served; });
+        pair.client->abort();
+        loop.runUntil([&left] { return left; });
+    }
+
+    test::Loop loop;
+    PatientApplication application;
+    Limits limits;
+};
+
+TEST_F(SlowPeers, HaveALimitedTimeForAHeadHoweverSteadilyItComes)
+{
+    limits.headTime = 30ms;
+    drip("GET / HTTP/1.1\r\nX-Slow: ");
+    EXPECT_THAT(application.statuses, testing::IsEmpty());
+}
+
+TEST_F(SlowPeers, HaveALimitedTimeToBegin)
+{
+    limits.idleTime = 30ms;
+    serve([](Transport& client) -> Async<void> { co_await test::readAll(client); });
+    EXPECT_THAT(application.statuses, testing::IsEmpty());
+}
+
+TEST_F(SlowPeers, MustNotLetABodyStandStill)
+{
+    limits.bodyStall = 30ms;
+    serve([](Transport& client) -> Async<void> {
+        co_await test::sendText(client, "POST / HTTP/1.1\r\nContent-Length: 1000000\r\n\r\nabc");
+        co_await test::readAll(client);
+    });
+    EXPECT_THAT(application.statuses, testing::ElementsAre(408U));
+}
+
+TEST_F(SlowPeers, DoNotHoldAConnectionWithAByteNowAndThen)
+{
+    limits.bodyStall = 30ms;
+    drip("POST / HTTP/1.1\r\nContent-Length: 1000000\r\n\r\n");
+    EXPECT_THAT(application.statuses, testing::ElementsAre(408U));
+}
+
+TEST_F(SlowPeers, DoNotHoldAConnectionWithABodyThatIsOnlyDropped)
+{
+    limits.jsonTime = 30ms;
+    limits.bodyProgressBytes = 1;
+    drip("POST /unread HTTP/1.1\r\nContent-Length: 60000\r\n\r\n");
+    EXPECT_THAT(application.statuses, testing::ElementsAre(204U));
+}
+
+TEST_F(SlowPeers, HaveALimitedTimeForASmallBodyHoweverSteadilyItComes)
+{
+    limits.jsonTime = 30ms;
+    limits.bodyProgressBytes = 1;
+    drip("POST /json HTTP/1.1\r\nContent-Length: 60000\r\n\r\n");
+    EXPECT_THAT(application.statuses, testing::ElementsAre(408U));
+}
+
+TEST_F(SlowPeers, AreServedAsLongAsEnoughComes)
+{
+    limits.bodyProgressBytes = 1; // each byte of the hundred gives another two seconds
+    limits.bodyStall = 2s;
+    drip("POST / HTTP/1.1\r\nConnection: close\r\nContent-Length: 100\r\n\r\n");
+    EXPECT_THAT(application.statuses, testing::ElementsAre(204U));
+}
+
+TEST_F(SlowPeers, MustTakeTheirReply)
+{
+    limits.bodyStall = 30ms;
+    serve([](Transport& client) -> Async<void> {
+        co_await test::sendText(client, "GET / HTTP/1.1\r\n\r\n");
+    });
+    EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
+}
+
+TEST_F(SlowPeers, MustTakeMoreOfTheirReplyThanAByteNowAndThen)
+{
+    limits.bodyStall = 30ms;
+    serve([](Transport& client) -> Async<void> {
+        co_await test::sendText(client, "GET / HTTP/1.1\r\n\r\n");
+        asio::steady_timer timer(client.executor());
+        for (IoResult got; !got.error;) {
+            char byte = 0;
+            got = co_await client.readSome(asio::buffer(&byte, 1));
+            timer.expires_after(1ms);
+            boost::system::error_code ignored;
+            co_await timer.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+        }
+    });
+    EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
+}
+
+} // namespace
+} // namespace kelvo::http
