@@ -3,12 +3,19 @@
 
 #include "host/TGen2DynamicLibrary.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
 
 #include <exception>
 #include <functional>
 
 namespace {
+
+// The operator reads these where there is a window.
+struct TTexts
+{
+    Q_DECLARE_TR_FUNCTIONS(PluginHost)
+};
 
 // Runs a part of the plug-in. False if it throws; `errorText` then tells why after `what`.
 bool Run(const std::function<void()>& part, const QString& what, QString& errorText)
@@ -36,20 +43,20 @@ TPluginHost::~TPluginHost()
 bool TPluginHost::Load(const QString& path, QString& errorText)
 {
     if (!QFileInfo(path).isFile()) {
-        errorText = QStringLiteral("There is no plug-in %1.").arg(path);
+        errorText = TTexts::tr("There is no plug-in %1.").arg(path);
         return false;
     }
     m_library.setFileName(path);
     m_library.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::PreventUnloadHint);
     if (!m_library.load()) {
-        errorText = QStringLiteral("The plug-in %1 cannot be loaded: %2")
-                        .arg(path, m_library.errorString());
+        errorText =
+            TTexts::tr("The plug-in %1 cannot be loaded: %2").arg(path, m_library.errorString());
         return false;
     }
     const auto resolve = [&](const char* name) {
         const QFunctionPointer entryPoint = m_library.resolve(name);
         if (entryPoint == nullptr && errorText.isEmpty()) {
-            errorText = QStringLiteral("The plug-in %1 lacks the entry point %2.")
+            errorText = TTexts::tr("The plug-in %1 lacks the entry point %2.")
                             .arg(path, QString::fromLatin1(name));
         }
         return entryPoint;
@@ -68,13 +75,13 @@ bool TPluginHost::Start(const TPluginContext& context, QString& errorText)
         m_initialise(context.parentWidget, context.gpsCoordinator, context.hostString,
                      context.userLevels, context.features);
     };
-    if (!Run(initialise, QStringLiteral("The plug-in's start failed"), errorText)) {
+    if (!Run(initialise, TTexts::tr("The plug-in's start failed"), errorText)) {
         return false;
     }
     m_isRunning = true;
     if (Hub() == nullptr) {
         Stop();
-        errorText = QStringLiteral("The plug-in started, but offers no hub.");
+        errorText = TTexts::tr("The plug-in started, but offers no hub.");
         return false;
     }
     return true;
@@ -84,11 +91,11 @@ bool TPluginHost::CreateScreens(QString& errorText)
 {
     TGen2DynamicLibrary* const root = m_isRunning && m_root != nullptr ? *m_root : nullptr;
     if (root == nullptr) {
-        errorText = QStringLiteral("The plug-in offers no root object, so it has no screens.");
+        errorText = TTexts::tr("The plug-in offers no root object, so it has no screens.");
         return false;
     }
     return Run([root] { root->CreateScreens(); },
-               QStringLiteral("The plug-in could not build its screens"), errorText);
+               TTexts::tr("The plug-in could not build its screens"), errorText);
 }
 
 void TPluginHost::Stop()

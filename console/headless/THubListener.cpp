@@ -3,6 +3,7 @@
 
 #include "core/TKelvoInterface.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QMetaMethod>
 
 #include <utility>
@@ -65,8 +66,8 @@ bool THubListener::Attach(TKelvoInterface& hub, QString& errorText)
         // What SIGNAL() makes of a signature.
         const QByteArray signal = QByteArray::number(QSIGNAL_CODE) + signature;
         if (index < 0 || !connect(&hub, signal.constData(), this, row.slot)) {
-            errorText =
-                QStringLiteral("The hub has no signal %1.").arg(QString::fromLatin1(signature));
+            errorText = QCoreApplication::translate("PluginHost", "The hub has no signal %1.")
+                            .arg(QString::fromLatin1(signature));
             return false;
         }
         m_signals.insert(index, row.signal);

@@ -3,10 +3,17 @@
 
 #include "console/position/SerialPort.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 
 namespace {
+
+// The operator may have written the setting too.
+struct TTexts
+{
+    Q_DECLARE_TR_FUNCTIONS(GpsSetting)
+};
 
 constexpr double maxSpeed = 1000.0;
 
@@ -24,7 +31,7 @@ bool ParseGpsd(const QString& address, console::TGpsSetting& setting, QString& e
     const QRegularExpressionMatch match = form.match(address);
     const int port = match.captured(2).isEmpty() ? setting.port : match.captured(2).toInt();
     if (!match.hasMatch() || port < 1 || port > 65535) {
-        return Refuse(errorText, QStringLiteral("\"%1\" is no HOST or HOST:PORT.").arg(address));
+        return Refuse(errorText, TTexts::tr("\"%1\" is no HOST or HOST:PORT.").arg(address));
     }
     setting.host = match.captured(1);
     if (setting.host.startsWith(QLatin1Char('['))) {
@@ -53,13 +60,12 @@ bool ParseLog(const QString& text, console::TGpsSetting& setting, QString& error
         setting.speed = number.toDouble();
     }
     if (setting.speed < 1.0 || setting.speed > maxSpeed) {
-        return Refuse(errorText, QStringLiteral("the speed %1 is not from 1 (real time) to %2.")
-                                     .arg(number)
-                                     .arg(maxSpeed));
+        return Refuse(
+            errorText,
+            TTexts::tr("the speed %1 is not from 1 (real time) to %2.").arg(number).arg(maxSpeed));
     }
     if (!file.isFile() || !file.isReadable()) {
-        return Refuse(errorText,
-                      QStringLiteral("the log \"%1\" cannot be read.").arg(file.filePath()));
+        return Refuse(errorText, TTexts::tr("the log \"%1\" cannot be read.").arg(file.filePath()));
     }
     setting.path = file.absoluteFilePath();
     return true;
@@ -74,11 +80,12 @@ bool ParseSerial(const QString& text, console::TGpsSetting& setting, QString& er
         setting.baud = number.toInt();
     }
     if (device.isEmpty()) {
-        return Refuse(errorText, QStringLiteral("serial wants a DEVICE."));
+        return Refuse(errorText, TTexts::tr("serial wants a DEVICE."));
     }
     if (!console::IsBaudRate(setting.baud)) {
-        return Refuse(errorText, QStringLiteral("%1 is no baud rate; there are %2.")
-                                     .arg(number, console::BaudRateNames()));
+        return Refuse(
+            errorText,
+            TTexts::tr("%1 is no baud rate; there are %2.").arg(number, console::BaudRateNames()));
     }
     setting.path = QFileInfo(device).absoluteFilePath(); // it may yet come to be
     return true;
@@ -103,8 +110,8 @@ bool ParseGpsSetting(const QString& text, TGpsSetting& setting, QString& errorTe
     if (kind == QLatin1String("serial")) {
         return ParseSerial(rest, setting, errorText);
     }
-    return Refuse(errorText, QStringLiteral("\"%1\" is none of gpsd[:HOST[:PORT]], "
-                                            "nmea:FILE[@SPEED], serial:DEVICE[@BAUD].")
+    return Refuse(errorText, TTexts::tr("\"%1\" is none of gpsd[:HOST[:PORT]], "
+                                        "nmea:FILE[@SPEED], serial:DEVICE[@BAUD].")
                                  .arg(text));
 }
 

@@ -64,10 +64,10 @@ void Keep(ConfigManager& config, int item, const QVariant& value)
     }
 }
 
-QString Text(const char* text)
+struct TTexts
 {
-    return QCoreApplication::translate("StoredSettings", text);
-}
+    Q_DECLARE_TR_FUNCTIONS(StoredSettings)
+};
 
 // It, or what it would be created in.
 bool IsUsableFolder(const QString& path)
@@ -134,24 +134,26 @@ QString StoredDataFolder(const QString& otherwise)
 bool CheckStoredSettings(const TStoredSettings& settings, QString& errorText)
 {
     if (!settings.service.isEmpty() && !IsServiceAddress(settings.service)) {
-        errorText = Text("The service wants a host's name or address, and after a colon its port "
-                         "if it has one of its own.");
+        errorText =
+            TTexts::tr("The service wants a host's name or address, and after a colon its port "
+                       "if it has one of its own.");
         return false;
     }
     const QFileInfo authority(settings.authorityFile);
     if (!settings.authorityFile.isEmpty() && (!authority.isFile() || !authority.isReadable())) {
-        errorText = Text("The service's certificate %1 cannot be read.").arg(authority.filePath());
+        errorText =
+            TTexts::tr("The service's certificate %1 cannot be read.").arg(authority.filePath());
         return false;
     }
     TGpsSetting gps;
     if (!settings.positionSource.isEmpty() &&
         !ParseGpsSetting(settings.positionSource, gps, errorText)) {
         errorText.remove(QStringLiteral("--gps: "));
-        errorText.prepend(Text("Position source: "));
+        errorText.prepend(TTexts::tr("Position source: "));
         return false;
     }
     if (!IsUsableFolder(settings.dataFolder)) {
-        errorText = Text("The data folder %1 cannot be written to.").arg(settings.dataFolder);
+        errorText = TTexts::tr("The data folder %1 cannot be written to.").arg(settings.dataFolder);
         return false;
     }
     return true;

@@ -1,0 +1,21 @@
+// Qt's own texts that the operator may see: the menu of an entry field, and why a library does not
+// load. Nothing includes this; it makes lupdate find them.
+#pragma once
+
+#include <QtCore/QtGlobal>
+
+namespace console {
+
+constexpr const char* qtTexts[] = {
+    QT_TRANSLATE_NOOP("QLineEdit", "&Undo"),
+    QT_TRANSLATE_NOOP("QLineEdit", "&Redo"),
+    QT_TRANSLATE_NOOP("QLineEdit", "Cu&t"),
+    QT_TRANSLATE_NOOP("QLineEdit", "&Copy"),
+    QT_TRANSLATE_NOOP("QLineEdit", "&Paste"),
+    QT_TRANSLATE_NOOP("QLineEdit", "Delete"),
+    QT_TRANSLATE_NOOP("QLineEdit", "Select All"),
+    QT_TRANSLATE_NOOP("QShortcut", "Ctrl"),
+    QT_TRANSLATE_NOOP("QLibrary", "Cannot load library %1: %2"),
+};
+
+} // namespace console

@@ -1,0 +1,461 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de_DE" sourcelanguage="en_US">
+<context>
+    <name>GpsSetting</name>
+    <message>
+        <source>&quot;%1&quot; is no HOST or HOST:PORT.</source>
+        <translation>&quot;%1&quot; ist kein HOST und kein HOST:PORT.</translation>
+    </message>
+    <message>
+        <source>the speed %1 is not from 1 (real time) to %2.</source>
+        <translation>die Geschwindigkeit %1 liegt nicht zwischen 1 (Echtzeit) und %2.</translation>
+    </message>
+    <message>
+        <source>the log &quot;%1&quot; cannot be read.</source>
+        <translation>die Aufzeichnung &quot;%1&quot; ist nicht lesbar.</translation>
+    </message>
+    <message>
+        <source>serial wants a DEVICE.</source>
+        <translation>serial erfordert ein GERÄT.</translation>
+    </message>
+    <message>
+        <source>%1 is no baud rate; there are %2.</source>
+        <translation>%1 ist keine Baudrate; möglich sind %2.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is none of gpsd[:HOST[:PORT]], nmea:FILE[@SPEED], serial:DEVICE[@BAUD].</source>
+        <translation>&quot;%1&quot; ist nichts von gpsd[:HOST[:PORT]], nmea:DATEI[@TEMPO], serial:GERÄT[@BAUD].</translation>
+    </message>
+</context>
+<context>
+    <name>PluginHost</name>
+    <message>
+        <source>The hub has no signal %1.</source>
+        <translation>Dem Hub fehlt das Signal %1.</translation>
+    </message>
+    <message>
+        <source>There is no plug-in %1.</source>
+        <translation>Es gibt kein Plug-in %1.</translation>
+    </message>
+    <message>
+        <source>The plug-in %1 cannot be loaded: %2</source>
+        <translation>Das Plug-in %1 kann nicht geladen werden: %2</translation>
+    </message>
+    <message>
+        <source>The plug-in %1 lacks the entry point %2.</source>
+        <translation>Dem Plug-in %1 fehlt der Einsprungpunkt %2.</translation>
+    </message>
+    <message>
+        <source>The plug-in&apos;s start failed</source>
+        <translation>Der Start des Plug-ins ist fehlgeschlagen</translation>
+    </message>
+    <message>
+        <source>The plug-in started, but offers no hub.</source>
+        <translation>Das Plug-in läuft, bietet aber keinen Hub.</translation>
+    </message>
+    <message>
+        <source>The plug-in offers no root object, so it has no screens.</source>
+        <translation>Das Plug-in bietet kein Stammobjekt und hat darum keine Ansichten.</translation>
+    </message>
+    <message>
+        <source>The plug-in could not build its screens</source>
+        <translation>Das Plug-in konnte seine Ansichten nicht aufbauen</translation>
+    </message>
+</context>
+<context>
+    <name>QLibrary</name>
+    <message>
+        <source>Cannot load library %1: %2</source>
+        <translation>Bibliothek %1 kann nicht geladen werden: %2</translation>
+    </message>
+</context>
+<context>
+    <name>QLineEdit</name>
+    <message>
+        <source>&amp;Undo</source>
+        <translation>&amp;Rückgängig</translation>
+    </message>
+    <message>
+        <source>&amp;Redo</source>
+        <translation>&amp;Wiederholen</translation>
+    </message>
+    <message>
+        <source>Cu&amp;t</source>
+        <translation>&amp;Ausschneiden</translation>
+    </message>
+    <message>
+        <source>&amp;Copy</source>
+        <translation>&amp;Kopieren</translation>
+    </message>
+    <message>
+        <source>&amp;Paste</source>
+        <translation>&amp;Einfügen</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Löschen</translation>
+    </message>
+    <message>
+        <source>Select All</source>
+        <translation>Alles auswählen</translation>
+    </message>
+</context>
+<context>
+    <name>QShortcut</name>
+    <message>
+        <source>Ctrl</source>
+        <translation>Strg</translation>
+    </message>
+</context>
+<context>
+    <name>StatusBar</name>
+    <message>
+        <source>No position source</source>
+        <translation>Keine Positionsquelle</translation>
+    </message>
+    <message>
+        <source>Waiting for a receiver</source>
+        <translation>Warten auf Empfänger</translation>
+    </message>
+    <message>
+        <source>No position</source>
+        <translation>Keine Position</translation>
+    </message>
+    <message>
+        <source>The position log has ended</source>
+        <translation>Positionsaufzeichnung zu Ende</translation>
+    </message>
+    <message>
+        <source>no fix</source>
+        <translation>kein Fix</translation>
+    </message>
+    <message>
+        <source>GPS</source>
+        <translation>GPS</translation>
+    </message>
+    <message>
+        <source>DGPS</source>
+        <translation>DGPS</translation>
+    </message>
+    <message>
+        <source>PPS</source>
+        <translation>PPS</translation>
+    </message>
+    <message>
+        <source>RTK</source>
+        <translation>RTK</translation>
+    </message>
+    <message>
+        <source>RTK float</source>
+        <translation>RTK Float</translation>
+    </message>
+    <message>
+        <source>estimated</source>
+        <translation>geschätzt</translation>
+    </message>
+    <message>
+        <source>manual</source>
+        <translation>manuell</translation>
+    </message>
+    <message>
+        <source>simulated</source>
+        <translation>simuliert</translation>
+    </message>
+    <message>
+        <source>No plug-in</source>
+        <translation>Kein Plug-in</translation>
+    </message>
+    <message>
+        <source>Logged out</source>
+        <translation>Abgemeldet</translation>
+    </message>
+    <message>
+        <source>Connecting...</source>
+        <translation>Verbinden...</translation>
+    </message>
+    <message>
+        <source>Connected</source>
+        <translation>Verbunden</translation>
+    </message>
+    <message>
+        <source>No connection</source>
+        <translation>Keine Verbindung</translation>
+    </message>
+    <message>
+        <source>Connection lost</source>
+        <translation>Verbindung verloren</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 min</translation>
+    </message>
+    <message>
+        <source>Position lost %1 ago</source>
+        <translation>Position seit %1 verloren</translation>
+    </message>
+</context>
+<context>
+    <name>StoredSettings</name>
+    <message>
+        <source>The service wants a host&apos;s name or address, and after a colon its port if it has one of its own.</source>
+        <translation>Dienst: Name oder Adresse eines Hosts, nach einem Doppelpunkt der Port, falls abweichend.</translation>
+    </message>
+    <message>
+        <source>The service&apos;s certificate %1 cannot be read.</source>
+        <translation>Das Zertifikat %1 des Dienstes ist nicht lesbar.</translation>
+    </message>
+    <message>
+        <source>Position source: </source>
+        <translation>Positionsquelle: </translation>
+    </message>
+    <message>
+        <source>The data folder %1 cannot be written to.</source>
+        <translation>Der Datenordner %1 ist nicht beschreibbar.</translation>
+    </message>
+</context>
+<context>
+    <name>TChoicePopup</name>
+    <message>
+        <source>Back</source>
+        <translation>Zurück</translation>
+    </message>
+</context>
+<context>
+    <name>TMessageDialog</name>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Ja</translation>
+    </message>
+    <message>
+        <source>No</source>
+        <translation>Nein</translation>
+    </message>
+</context>
+<context>
+    <name>TProgressBar</name>
+    <message>
+        <source>%1 %</source>
+        <translation>%1 %</translation>
+    </message>
+</context>
+<context>
+    <name>TProgressDialog</name>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+</context>
+<context>
+    <name>TPropertyWidget</name>
+    <message>
+        <source>Show the text</source>
+        <translation>Text anzeigen</translation>
+    </message>
+    <message>
+        <source>Hide the text</source>
+        <translation>Text verbergen</translation>
+    </message>
+</context>
+<context>
+    <name>console::THomePage</name>
+    <message>
+        <source>Choose on the left what to open.</source>
+        <translation>Links wählen, was geöffnet werden soll.</translation>
+    </message>
+</context>
+<context>
+    <name>console::TLauncherBar</name>
+    <message>
+        <source>Home</source>
+        <translation>Start</translation>
+    </message>
+    <message>
+        <source>Settings</source>
+        <translation>Setup</translation>
+    </message>
+    <message>
+        <source>Night</source>
+        <translation>Nacht</translation>
+    </message>
+    <message>
+        <source>The mini views</source>
+        <translation>Die Miniansichten</translation>
+    </message>
+    <message>
+        <source>Set up the console</source>
+        <translation>Konsole einrichten</translation>
+    </message>
+    <message>
+        <source>Colours for day or night</source>
+        <translation>Farben für Tag oder Nacht</translation>
+    </message>
+    <message>
+        <source>Day</source>
+        <translation>Tag</translation>
+    </message>
+</context>
+<context>
+    <name>console::TLinkBanner</name>
+    <message>
+        <source>No connection to the service.</source>
+        <translation>Keine Verbindung zum Dienst.</translation>
+    </message>
+    <message>
+        <source>The connection to the service has ended. Log in again to go on.</source>
+        <translation>Die Verbindung zum Dienst ist beendet. Zum Fortfahren neu anmelden.</translation>
+    </message>
+</context>
+<context>
+    <name>console::TMainWindow</name>
+    <message>
+        <source>Ending...</source>
+        <translation>Wird beendet...</translation>
+    </message>
+</context>
+<context>
+    <name>console::TPluginScreens</name>
+    <message>
+        <source>unknown</source>
+        <translation>unbekannt</translation>
+    </message>
+    <message>
+        <source>A screen of the plug-in could not be set up: %1</source>
+        <translation>Eine Ansicht des Plug-ins konnte nicht eingerichtet werden: %1</translation>
+    </message>
+</context>
+<context>
+    <name>console::TSettingsPage</name>
+    <message>
+        <source>Service</source>
+        <translation>Dienst</translation>
+    </message>
+    <message>
+        <source>Host and port; empty for the usual one</source>
+        <translation>Host und Port; leer für den üblichen</translation>
+    </message>
+    <message>
+        <source>Service&apos;s certificate</source>
+        <translation>Zertifikat des Dienstes</translation>
+    </message>
+    <message>
+        <source>A file with the authority to trust besides the system&apos;s</source>
+        <translation>Datei mit der Zertifizierungsstelle, der außer denen des Systems vertraut wird</translation>
+    </message>
+    <message>
+        <source>Position source</source>
+        <translation>Positionsquelle</translation>
+    </message>
+    <message>
+        <source>gpsd:HOST:PORT, serial:DEVICE@BAUD or nmea:FILE; empty for none</source>
+        <translation>gpsd:HOST:PORT, serial:GERÄT@BAUD oder nmea:DATEI; leer für keine</translation>
+    </message>
+    <message>
+        <source>Data folder</source>
+        <translation>Datenordner</translation>
+    </message>
+    <message>
+        <source>Where everything that is received is kept</source>
+        <translation>Hier wird alles Empfangene abgelegt</translation>
+    </message>
+    <message>
+        <source>Colours</source>
+        <translation>Farben</translation>
+    </message>
+    <message>
+        <source>Day</source>
+        <translation>Tag</translation>
+    </message>
+    <message>
+        <source>Night</source>
+        <translation>Nacht</translation>
+    </message>
+    <message>
+        <source>User level</source>
+        <translation>Benutzerstufe</translation>
+    </message>
+    <message>
+        <source>Driver: no data exchange</source>
+        <translation>Fahrer: kein Datenaustausch</translation>
+    </message>
+    <message>
+        <source>Operator: everything</source>
+        <translation>Bediener: alles</translation>
+    </message>
+    <message>
+        <source>Screen</source>
+        <translation>Bildschirm</translation>
+    </message>
+    <message>
+        <source>Window</source>
+        <translation>Fenster</translation>
+    </message>
+    <message>
+        <source>Full screen</source>
+        <translation>Vollbild</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>Speichern</translation>
+    </message>
+    <message>
+        <source>Keep what is shown</source>
+        <translation>Das Angezeigte behalten</translation>
+    </message>
+    <message>
+        <source>Discard</source>
+        <translation>Verwerfen</translation>
+    </message>
+    <message>
+        <source>Show what was kept</source>
+        <translation>Das Gespeicherte anzeigen</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>Sprache</translation>
+    </message>
+</context>
+<context>
+    <name>console::TWindowSession</name>
+    <message>
+        <source>Settings</source>
+        <translation>Einstellungen</translation>
+    </message>
+    <message>
+        <source>The data folder could not be kept.</source>
+        <translation>Der Datenordner konnte nicht gespeichert werden.</translation>
+    </message>
+    <message>
+        <source>Kept. It applies from the next start of the console on.</source>
+        <translation>Gespeichert. Gilt ab dem nächsten Start der Konsole.</translation>
+    </message>
+    <message>
+        <source>Kept.</source>
+        <translation>Gespeichert.</translation>
+    </message>
+    <message>
+        <source>The plug-in does not take requests; is the service&apos;s address usable?</source>
+        <translation>Das Plug-in nimmt keine Aufträge an; stimmt die Adresse des Dienstes?</translation>
+    </message>
+    <message>
+        <source>Plug-in</source>
+        <translation>Plug-in</translation>
+    </message>
+</context>
+</TS>

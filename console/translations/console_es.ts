@@ -1,0 +1,461 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="es_ES" sourcelanguage="en_US">
+<context>
+    <name>GpsSetting</name>
+    <message>
+        <source>&quot;%1&quot; is no HOST or HOST:PORT.</source>
+        <translation>&quot;%1&quot; no es HOST ni HOST:PUERTO.</translation>
+    </message>
+    <message>
+        <source>the speed %1 is not from 1 (real time) to %2.</source>
+        <translation>la velocidad %1 no está entre 1 (tiempo real) y %2.</translation>
+    </message>
+    <message>
+        <source>the log &quot;%1&quot; cannot be read.</source>
+        <translation>el registro &quot;%1&quot; no se puede leer.</translation>
+    </message>
+    <message>
+        <source>serial wants a DEVICE.</source>
+        <translation>serial requiere un DISPOSITIVO.</translation>
+    </message>
+    <message>
+        <source>%1 is no baud rate; there are %2.</source>
+        <translation>%1 no es una velocidad en baudios; las posibles son %2.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is none of gpsd[:HOST[:PORT]], nmea:FILE[@SPEED], serial:DEVICE[@BAUD].</source>
+        <translation>&quot;%1&quot; no es gpsd[:HOST[:PUERTO]], nmea:ARCHIVO[@VELOCIDAD] ni serial:DISPOSITIVO[@BAUD].</translation>
+    </message>
+</context>
+<context>
+    <name>PluginHost</name>
+    <message>
+        <source>The hub has no signal %1.</source>
+        <translation>Al hub le falta la señal %1.</translation>
+    </message>
+    <message>
+        <source>There is no plug-in %1.</source>
+        <translation>No existe el complemento %1.</translation>
+    </message>
+    <message>
+        <source>The plug-in %1 cannot be loaded: %2</source>
+        <translation>No se puede cargar el complemento %1: %2</translation>
+    </message>
+    <message>
+        <source>The plug-in %1 lacks the entry point %2.</source>
+        <translation>Al complemento %1 le falta el punto de entrada %2.</translation>
+    </message>
+    <message>
+        <source>The plug-in&apos;s start failed</source>
+        <translation>No se pudo iniciar el complemento</translation>
+    </message>
+    <message>
+        <source>The plug-in started, but offers no hub.</source>
+        <translation>El complemento se inició, pero no ofrece ningún hub.</translation>
+    </message>
+    <message>
+        <source>The plug-in offers no root object, so it has no screens.</source>
+        <translation>El complemento no ofrece objeto raíz, por lo que no tiene pantallas.</translation>
+    </message>
+    <message>
+        <source>The plug-in could not build its screens</source>
+        <translation>El complemento no pudo crear sus pantallas</translation>
+    </message>
+</context>
+<context>
+    <name>QLibrary</name>
+    <message>
+        <source>Cannot load library %1: %2</source>
+        <translation>No se puede cargar la biblioteca %1: %2</translation>
+    </message>
+</context>
+<context>
+    <name>QLineEdit</name>
+    <message>
+        <source>&amp;Undo</source>
+        <translation>&amp;Deshacer</translation>
+    </message>
+    <message>
+        <source>&amp;Redo</source>
+        <translation>&amp;Rehacer</translation>
+    </message>
+    <message>
+        <source>Cu&amp;t</source>
+        <translation>Cor&amp;tar</translation>
+    </message>
+    <message>
+        <source>&amp;Copy</source>
+        <translation>&amp;Copiar</translation>
+    </message>
+    <message>
+        <source>&amp;Paste</source>
+        <translation>&amp;Pegar</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Eliminar</translation>
+    </message>
+    <message>
+        <source>Select All</source>
+        <translation>Seleccionar todo</translation>
+    </message>
+</context>
+<context>
+    <name>QShortcut</name>
+    <message>
+        <source>Ctrl</source>
+        <translation>Ctrl</translation>
+    </message>
+</context>
+<context>
+    <name>StatusBar</name>
+    <message>
+        <source>No position source</source>
+        <translation>Sin fuente de posición</translation>
+    </message>
+    <message>
+        <source>Waiting for a receiver</source>
+        <translation>Esperando receptor</translation>
+    </message>
+    <message>
+        <source>No position</source>
+        <translation>Sin posición</translation>
+    </message>
+    <message>
+        <source>The position log has ended</source>
+        <translation>Fin del registro de posiciones</translation>
+    </message>
+    <message>
+        <source>no fix</source>
+        <translation>sin fijación</translation>
+    </message>
+    <message>
+        <source>GPS</source>
+        <translation>GPS</translation>
+    </message>
+    <message>
+        <source>DGPS</source>
+        <translation>DGPS</translation>
+    </message>
+    <message>
+        <source>PPS</source>
+        <translation>PPS</translation>
+    </message>
+    <message>
+        <source>RTK</source>
+        <translation>RTK</translation>
+    </message>
+    <message>
+        <source>RTK float</source>
+        <translation>RTK flotante</translation>
+    </message>
+    <message>
+        <source>estimated</source>
+        <translation>estimada</translation>
+    </message>
+    <message>
+        <source>manual</source>
+        <translation>manual</translation>
+    </message>
+    <message>
+        <source>simulated</source>
+        <translation>simulada</translation>
+    </message>
+    <message>
+        <source>No plug-in</source>
+        <translation>Sin complemento</translation>
+    </message>
+    <message>
+        <source>Logged out</source>
+        <translation>Sesión cerrada</translation>
+    </message>
+    <message>
+        <source>Connecting...</source>
+        <translation>Conectando...</translation>
+    </message>
+    <message>
+        <source>Connected</source>
+        <translation>Conectado</translation>
+    </message>
+    <message>
+        <source>No connection</source>
+        <translation>Sin conexión</translation>
+    </message>
+    <message>
+        <source>Connection lost</source>
+        <translation>Conexión perdida</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 min</translation>
+    </message>
+    <message>
+        <source>Position lost %1 ago</source>
+        <translation>Posición perdida hace %1</translation>
+    </message>
+</context>
+<context>
+    <name>StoredSettings</name>
+    <message>
+        <source>The service wants a host&apos;s name or address, and after a colon its port if it has one of its own.</source>
+        <translation>Servicio: nombre o dirección de un host y, tras dos puntos, el puerto si es distinto.</translation>
+    </message>
+    <message>
+        <source>The service&apos;s certificate %1 cannot be read.</source>
+        <translation>El certificado %1 del servicio no se puede leer.</translation>
+    </message>
+    <message>
+        <source>Position source: </source>
+        <translation>Fuente de posición: </translation>
+    </message>
+    <message>
+        <source>The data folder %1 cannot be written to.</source>
+        <translation>No se puede escribir en la carpeta de datos %1.</translation>
+    </message>
+</context>
+<context>
+    <name>TChoicePopup</name>
+    <message>
+        <source>Back</source>
+        <translation>Volver</translation>
+    </message>
+</context>
+<context>
+    <name>TMessageDialog</name>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Cerrar</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancelar</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Sí</translation>
+    </message>
+    <message>
+        <source>No</source>
+        <translation>No</translation>
+    </message>
+</context>
+<context>
+    <name>TProgressBar</name>
+    <message>
+        <source>%1 %</source>
+        <translation>%1 %</translation>
+    </message>
+</context>
+<context>
+    <name>TProgressDialog</name>
+    <message>
+        <source>Close</source>
+        <translation>Cerrar</translation>
+    </message>
+</context>
+<context>
+    <name>TPropertyWidget</name>
+    <message>
+        <source>Show the text</source>
+        <translation>Mostrar el texto</translation>
+    </message>
+    <message>
+        <source>Hide the text</source>
+        <translation>Ocultar el texto</translation>
+    </message>
+</context>
+<context>
+    <name>console::THomePage</name>
+    <message>
+        <source>Choose on the left what to open.</source>
+        <translation>Elija a la izquierda qué abrir.</translation>
+    </message>
+</context>
+<context>
+    <name>console::TLauncherBar</name>
+    <message>
+        <source>Home</source>
+        <translation>Inicio</translation>
+    </message>
+    <message>
+        <source>Settings</source>
+        <translation>Ajustes</translation>
+    </message>
+    <message>
+        <source>Night</source>
+        <translation>Noche</translation>
+    </message>
+    <message>
+        <source>The mini views</source>
+        <translation>Las minivistas</translation>
+    </message>
+    <message>
+        <source>Set up the console</source>
+        <translation>Configurar la consola</translation>
+    </message>
+    <message>
+        <source>Colours for day or night</source>
+        <translation>Colores de día o de noche</translation>
+    </message>
+    <message>
+        <source>Day</source>
+        <translation>Día</translation>
+    </message>
+</context>
+<context>
+    <name>console::TLinkBanner</name>
+    <message>
+        <source>No connection to the service.</source>
+        <translation>Sin conexión con el servicio.</translation>
+    </message>
+    <message>
+        <source>The connection to the service has ended. Log in again to go on.</source>
+        <translation>La conexión con el servicio ha terminado. Inicie sesión de nuevo para continuar.</translation>
+    </message>
+</context>
+<context>
+    <name>console::TMainWindow</name>
+    <message>
+        <source>Ending...</source>
+        <translation>Cerrando...</translation>
+    </message>
+</context>
+<context>
+    <name>console::TPluginScreens</name>
+    <message>
+        <source>unknown</source>
+        <translation>desconocido</translation>
+    </message>
+    <message>
+        <source>A screen of the plug-in could not be set up: %1</source>
+        <translation>No se pudo preparar una pantalla del complemento: %1</translation>
+    </message>
+</context>
+<context>
+    <name>console::TSettingsPage</name>
+    <message>
+        <source>Service</source>
+        <translation>Servicio</translation>
+    </message>
+    <message>
+        <source>Host and port; empty for the usual one</source>
+        <translation>Host y puerto; vacío para el habitual</translation>
+    </message>
+    <message>
+        <source>Service&apos;s certificate</source>
+        <translation>Certificado del servicio</translation>
+    </message>
+    <message>
+        <source>A file with the authority to trust besides the system&apos;s</source>
+        <translation>Archivo con la autoridad de confianza además de las del sistema</translation>
+    </message>
+    <message>
+        <source>Position source</source>
+        <translation>Fuente de posición</translation>
+    </message>
+    <message>
+        <source>gpsd:HOST:PORT, serial:DEVICE@BAUD or nmea:FILE; empty for none</source>
+        <translation>gpsd:HOST:PUERTO, serial:DISPOSITIVO@BAUD o nmea:ARCHIVO; vacío para ninguna</translation>
+    </message>
+    <message>
+        <source>Data folder</source>
+        <translation>Carpeta de datos</translation>
+    </message>
+    <message>
+        <source>Where everything that is received is kept</source>
+        <translation>Donde se guarda todo lo recibido</translation>
+    </message>
+    <message>
+        <source>Colours</source>
+        <translation>Colores</translation>
+    </message>
+    <message>
+        <source>Day</source>
+        <translation>Día</translation>
+    </message>
+    <message>
+        <source>Night</source>
+        <translation>Noche</translation>
+    </message>
+    <message>
+        <source>User level</source>
+        <translation>Nivel de usuario</translation>
+    </message>
+    <message>
+        <source>Driver: no data exchange</source>
+        <translation>Conductor: sin intercambio de datos</translation>
+    </message>
+    <message>
+        <source>Operator: everything</source>
+        <translation>Operador: todo</translation>
+    </message>
+    <message>
+        <source>Screen</source>
+        <translation>Pantalla</translation>
+    </message>
+    <message>
+        <source>Window</source>
+        <translation>Ventana</translation>
+    </message>
+    <message>
+        <source>Full screen</source>
+        <translation>Pantalla completa</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>Guardar</translation>
+    </message>
+    <message>
+        <source>Keep what is shown</source>
+        <translation>Conservar lo que se muestra</translation>
+    </message>
+    <message>
+        <source>Discard</source>
+        <translation>Descartar</translation>
+    </message>
+    <message>
+        <source>Show what was kept</source>
+        <translation>Mostrar lo guardado</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>Idioma</translation>
+    </message>
+</context>
+<context>
+    <name>console::TWindowSession</name>
+    <message>
+        <source>Settings</source>
+        <translation>Ajustes</translation>
+    </message>
+    <message>
+        <source>The data folder could not be kept.</source>
+        <translation>No se pudo guardar la carpeta de datos.</translation>
+    </message>
+    <message>
+        <source>Kept. It applies from the next start of the console on.</source>
+        <translation>Guardado. Se aplica desde el próximo inicio de la consola.</translation>
+    </message>
+    <message>
+        <source>Kept.</source>
+        <translation>Guardado.</translation>
+    </message>
+    <message>
+        <source>The plug-in does not take requests; is the service&apos;s address usable?</source>
+        <translation>El complemento no acepta solicitudes; ¿es correcta la dirección del servicio?</translation>
+    </message>
+    <message>
+        <source>Plug-in</source>
+        <translation>Complemento</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,461 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="fr_FR" sourcelanguage="en_US">
+<context>
+    <name>GpsSetting</name>
+    <message>
+        <source>&quot;%1&quot; is no HOST or HOST:PORT.</source>
+        <translation>&quot;%1&quot; n&apos;est ni HÔTE ni HÔTE:PORT.</translation>
+    </message>
+    <message>
+        <source>the speed %1 is not from 1 (real time) to %2.</source>
+        <translation>la vitesse %1 n&apos;est pas comprise entre 1 (temps réel) et %2.</translation>
+    </message>
+    <message>
+        <source>the log &quot;%1&quot; cannot be read.</source>
+        <translation>le journal &quot;%1&quot; est illisible.</translation>
+    </message>
+    <message>
+        <source>serial wants a DEVICE.</source>
+        <translation>serial exige un APPAREIL.</translation>
+    </message>
+    <message>
+        <source>%1 is no baud rate; there are %2.</source>
+        <translation>%1 n&apos;est pas un débit en bauds ; possibles : %2.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is none of gpsd[:HOST[:PORT]], nmea:FILE[@SPEED], serial:DEVICE[@BAUD].</source>
+        <translation>&quot;%1&quot; n&apos;est ni gpsd[:HÔTE[:PORT]], ni nmea:FICHIER[@VITESSE], ni serial:APPAREIL[@BAUD].</translation>
+    </message>
+</context>
+<context>
+    <name>PluginHost</name>
+    <message>
+        <source>The hub has no signal %1.</source>
+        <translation>Le signal %1 manque au hub.</translation>
+    </message>
+    <message>
+        <source>There is no plug-in %1.</source>
+        <translation>Il n&apos;y a pas de plug-in %1.</translation>
+    </message>
+    <message>
+        <source>The plug-in %1 cannot be loaded: %2</source>
+        <translation>Impossible de charger le plug-in %1 : %2</translation>
+    </message>
+    <message>
+        <source>The plug-in %1 lacks the entry point %2.</source>
+        <translation>Le point d&apos;entrée %2 manque au plug-in %1.</translation>
+    </message>
+    <message>
+        <source>The plug-in&apos;s start failed</source>
+        <translation>Échec du démarrage du plug-in</translation>
+    </message>
+    <message>
+        <source>The plug-in started, but offers no hub.</source>
+        <translation>Le plug-in a démarré, mais n&apos;offre pas de hub.</translation>
+    </message>
+    <message>
+        <source>The plug-in offers no root object, so it has no screens.</source>
+        <translation>Le plug-in n&apos;offre pas d&apos;objet racine, donc pas d&apos;écrans.</translation>
+    </message>
+    <message>
+        <source>The plug-in could not build its screens</source>
+        <translation>Le plug-in n&apos;a pas pu créer ses écrans</translation>
+    </message>
+</context>
+<context>
+    <name>QLibrary</name>
+    <message>
+        <source>Cannot load library %1: %2</source>
+        <translation>Impossible de charger la bibliothèque %1 : %2</translation>
+    </message>
+</context>
+<context>
+    <name>QLineEdit</name>
+    <message>
+        <source>&amp;Undo</source>
+        <translation>&amp;Annuler</translation>
+    </message>
+    <message>
+        <source>&amp;Redo</source>
+        <translation>&amp;Rétablir</translation>
+    </message>
+    <message>
+        <source>Cu&amp;t</source>
+        <translation>Co&amp;uper</translation>
+    </message>
+    <message>
+        <source>&amp;Copy</source>
+        <translation>&amp;Copier</translation>
+    </message>
+    <message>
+        <source>&amp;Paste</source>
+        <translation>C&amp;oller</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Supprimer</translation>
+    </message>
+    <message>
+        <source>Select All</source>
+        <translation>Tout sélectionner</translation>
+    </message>
+</context>
+<context>
+    <name>QShortcut</name>
+    <message>
+        <source>Ctrl</source>
+        <translation>Ctrl</translation>
+    </message>
+</context>
+<context>
+    <name>StatusBar</name>
+    <message>
+        <source>No position source</source>
+        <translation>Aucune source de position</translation>
+    </message>
+    <message>
+        <source>Waiting for a receiver</source>
+        <translation>Attente du récepteur</translation>
+    </message>
+    <message>
+        <source>No position</source>
+        <translation>Pas de position</translation>
+    </message>
+    <message>
+        <source>The position log has ended</source>
+        <translation>Fin du journal de positions</translation>
+    </message>
+    <message>
+        <source>no fix</source>
+        <translation>pas de fix</translation>
+    </message>
+    <message>
+        <source>GPS</source>
+        <translation>GPS</translation>
+    </message>
+    <message>
+        <source>DGPS</source>
+        <translation>DGPS</translation>
+    </message>
+    <message>
+        <source>PPS</source>
+        <translation>PPS</translation>
+    </message>
+    <message>
+        <source>RTK</source>
+        <translation>RTK</translation>
+    </message>
+    <message>
+        <source>RTK float</source>
+        <translation>RTK flottant</translation>
+    </message>
+    <message>
+        <source>estimated</source>
+        <translation>estimée</translation>
+    </message>
+    <message>
+        <source>manual</source>
+        <translation>manuelle</translation>
+    </message>
+    <message>
+        <source>simulated</source>
+        <translation>simulée</translation>
+    </message>
+    <message>
+        <source>No plug-in</source>
+        <translation>Pas de plug-in</translation>
+    </message>
+    <message>
+        <source>Logged out</source>
+        <translation>Déconnecté</translation>
+    </message>
+    <message>
+        <source>Connecting...</source>
+        <translation>Connexion...</translation>
+    </message>
+    <message>
+        <source>Connected</source>
+        <translation>Connecté</translation>
+    </message>
+    <message>
+        <source>No connection</source>
+        <translation>Pas de connexion</translation>
+    </message>
+    <message>
+        <source>Connection lost</source>
+        <translation>Connexion perdue</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 min</translation>
+    </message>
+    <message>
+        <source>Position lost %1 ago</source>
+        <translation>Position perdue depuis %1</translation>
+    </message>
+</context>
+<context>
+    <name>StoredSettings</name>
+    <message>
+        <source>The service wants a host&apos;s name or address, and after a colon its port if it has one of its own.</source>
+        <translation>Service : nom ou adresse d&apos;un hôte, puis le port après deux-points s&apos;il est différent.</translation>
+    </message>
+    <message>
+        <source>The service&apos;s certificate %1 cannot be read.</source>
+        <translation>Le certificat %1 du service est illisible.</translation>
+    </message>
+    <message>
+        <source>Position source: </source>
+        <translation>Source de position : </translation>
+    </message>
+    <message>
+        <source>The data folder %1 cannot be written to.</source>
+        <translation>Impossible d&apos;écrire dans le dossier de données %1.</translation>
+    </message>
+</context>
+<context>
+    <name>TChoicePopup</name>
+    <message>
+        <source>Back</source>
+        <translation>Retour</translation>
+    </message>
+</context>
+<context>
+    <name>TMessageDialog</name>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Fermer</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Annuler</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Oui</translation>
+    </message>
+    <message>
+        <source>No</source>
+        <translation>Non</translation>
+    </message>
+</context>
+<context>
+    <name>TProgressBar</name>
+    <message>
+        <source>%1 %</source>
+        <translation>%1 %</translation>
+    </message>
+</context>
+<context>
+    <name>TProgressDialog</name>
+    <message>
+        <source>Close</source>
+        <translation>Fermer</translation>
+    </message>
+</context>
+<context>
+    <name>TPropertyWidget</name>
+    <message>
+        <source>Show the text</source>
+        <translation>Afficher le texte</translation>
+    </message>
+    <message>
+        <source>Hide the text</source>
+        <translation>Masquer le texte</translation>
+    </message>
+</context>
+<context>
+    <name>console::THomePage</name>
+    <message>
+        <source>Choose on the left what to open.</source>
+        <translation>Choisir à gauche ce qu&apos;il faut ouvrir.</translation>
+    </message>
+</context>
+<context>
+    <name>console::TLauncherBar</name>
+    <message>
+        <source>Home</source>
+        <translation>Accueil</translation>
+    </message>
+    <message>
+        <source>Settings</source>
+        <translation>Réglages</translation>
+    </message>
+    <message>
+        <source>Night</source>
+        <translation>Nuit</translation>
+    </message>
+    <message>
+        <source>The mini views</source>
+        <translation>Les mini-vues</translation>
+    </message>
+    <message>
+        <source>Set up the console</source>
+        <translation>Régler la console</translation>
+    </message>
+    <message>
+        <source>Colours for day or night</source>
+        <translation>Couleurs de jour ou de nuit</translation>
+    </message>
+    <message>
+        <source>Day</source>
+        <translation>Jour</translation>
+    </message>
+</context>
+<context>
+    <name>console::TLinkBanner</name>
+    <message>
+        <source>No connection to the service.</source>
+        <translation>Pas de connexion au service.</translation>
+    </message>
+    <message>
+        <source>The connection to the service has ended. Log in again to go on.</source>
+        <translation>La connexion au service a pris fin. Reconnectez-vous pour continuer.</translation>
+    </message>
+</context>
+<context>
+    <name>console::TMainWindow</name>
+    <message>
+        <source>Ending...</source>
+        <translation>Arrêt en cours...</translation>
+    </message>
+</context>
+<context>
+    <name>console::TPluginScreens</name>
+    <message>
+        <source>unknown</source>
+        <translation>inconnue</translation>
+    </message>
+    <message>
+        <source>A screen of the plug-in could not be set up: %1</source>
+        <translation>Impossible de préparer un écran du plug-in : %1</translation>
+    </message>
+</context>
+<context>
+    <name>console::TSettingsPage</name>
+    <message>
+        <source>Service</source>
+        <translation>Service</translation>
+    </message>
+    <message>
+        <source>Host and port; empty for the usual one</source>
+        <translation>Hôte et port ; vide pour celui par défaut</translation>
+    </message>
+    <message>
+        <source>Service&apos;s certificate</source>
+        <translation>Certificat du service</translation>
+    </message>
+    <message>
+        <source>A file with the authority to trust besides the system&apos;s</source>
+        <translation>Fichier de l&apos;autorité à approuver en plus de celles du système</translation>
+    </message>
+    <message>
+        <source>Position source</source>
+        <translation>Source de position</translation>
+    </message>
+    <message>
+        <source>gpsd:HOST:PORT, serial:DEVICE@BAUD or nmea:FILE; empty for none</source>
+        <translation>gpsd:HÔTE:PORT, serial:APPAREIL@BAUD ou nmea:FICHIER ; vide pour aucune</translation>
+    </message>
+    <message>
+        <source>Data folder</source>
+        <translation>Dossier de données</translation>
+    </message>
+    <message>
+        <source>Where everything that is received is kept</source>
+        <translation>Où tout ce qui est reçu est conservé</translation>
+    </message>
+    <message>
+        <source>Colours</source>
+        <translation>Couleurs</translation>
+    </message>
+    <message>
+        <source>Day</source>
+        <translation>Jour</translation>
+    </message>
+    <message>
+        <source>Night</source>
+        <translation>Nuit</translation>
+    </message>
+    <message>
+        <source>User level</source>
+        <translation>Niveau d&apos;utilisateur</translation>
+    </message>
+    <message>
+        <source>Driver: no data exchange</source>
+        <translation>Conducteur : sans échange de données</translation>
+    </message>
+    <message>
+        <source>Operator: everything</source>
+        <translation>Opérateur : tout</translation>
+    </message>
+    <message>
+        <source>Screen</source>
+        <translation>Écran</translation>
+    </message>
+    <message>
+        <source>Window</source>
+        <translation>Fenêtre</translation>
+    </message>
+    <message>
+        <source>Full screen</source>
+        <translation>Plein écran</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>Enregistrer</translation>
+    </message>
+    <message>
+        <source>Keep what is shown</source>
+        <translation>Conserver ce qui est affiché</translation>
+    </message>
+    <message>
+        <source>Discard</source>
+        <translation>Annuler</translation>
+    </message>
+    <message>
+        <source>Show what was kept</source>
+        <translation>Afficher ce qui a été enregistré</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>Langue</translation>
+    </message>
+</context>
+<context>
+    <name>console::TWindowSession</name>
+    <message>
+        <source>Settings</source>
+        <translation>Réglages</translation>
+    </message>
+    <message>
+        <source>The data folder could not be kept.</source>
+        <translation>Le dossier de données n&apos;a pas pu être enregistré.</translation>
+    </message>
+    <message>
+        <source>Kept. It applies from the next start of the console on.</source>
+        <translation>Enregistré. Valable au prochain démarrage de la console.</translation>
+    </message>
+    <message>
+        <source>Kept.</source>
+        <translation>Enregistré.</translation>
+    </message>
+    <message>
+        <source>The plug-in does not take requests; is the service&apos;s address usable?</source>
+        <translation>Le plug-in n&apos;accepte pas de demandes ; l&apos;adresse du service est-elle correcte ?</translation>
+    </message>
+    <message>
+        <source>Plug-in</source>
+        <translation>Plug-in</translation>
+    </message>
+</context>
+</TS>

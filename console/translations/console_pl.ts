@@ -1,0 +1,461 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="pl_PL" sourcelanguage="en_US">
+<context>
+    <name>GpsSetting</name>
+    <message>
+        <source>&quot;%1&quot; is no HOST or HOST:PORT.</source>
+        <translation>&quot;%1&quot; to nie HOST ani HOST:PORT.</translation>
+    </message>
+    <message>
+        <source>the speed %1 is not from 1 (real time) to %2.</source>
+        <translation>prędkość %1 nie mieści się między 1 (czas rzeczywisty) a %2.</translation>
+    </message>
+    <message>
+        <source>the log &quot;%1&quot; cannot be read.</source>
+        <translation>nie można odczytać zapisu &quot;%1&quot;.</translation>
+    </message>
+    <message>
+        <source>serial wants a DEVICE.</source>
+        <translation>serial wymaga URZĄDZENIA.</translation>
+    </message>
+    <message>
+        <source>%1 is no baud rate; there are %2.</source>
+        <translation>%1 to nie prędkość transmisji; możliwe: %2.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is none of gpsd[:HOST[:PORT]], nmea:FILE[@SPEED], serial:DEVICE[@BAUD].</source>
+        <translation>&quot;%1&quot; to nie gpsd[:HOST[:PORT]], nmea:PLIK[@PRĘDKOŚĆ] ani serial:URZĄDZENIE[@BAUD].</translation>
+    </message>
+</context>
+<context>
+    <name>PluginHost</name>
+    <message>
+        <source>The hub has no signal %1.</source>
+        <translation>W hubie brakuje sygnału %1.</translation>
+    </message>
+    <message>
+        <source>There is no plug-in %1.</source>
+        <translation>Nie ma wtyczki %1.</translation>
+    </message>
+    <message>
+        <source>The plug-in %1 cannot be loaded: %2</source>
+        <translation>Nie można załadować wtyczki %1: %2</translation>
+    </message>
+    <message>
+        <source>The plug-in %1 lacks the entry point %2.</source>
+        <translation>We wtyczce %1 brakuje punktu wejścia %2.</translation>
+    </message>
+    <message>
+        <source>The plug-in&apos;s start failed</source>
+        <translation>Nie udało się uruchomić wtyczki</translation>
+    </message>
+    <message>
+        <source>The plug-in started, but offers no hub.</source>
+        <translation>Wtyczka działa, ale nie udostępnia huba.</translation>
+    </message>
+    <message>
+        <source>The plug-in offers no root object, so it has no screens.</source>
+        <translation>Wtyczka nie udostępnia obiektu głównego, więc nie ma ekranów.</translation>
+    </message>
+    <message>
+        <source>The plug-in could not build its screens</source>
+        <translation>Wtyczka nie mogła utworzyć swoich ekranów</translation>
+    </message>
+</context>
+<context>
+    <name>QLibrary</name>
+    <message>
+        <source>Cannot load library %1: %2</source>
+        <translation>Nie można załadować biblioteki %1: %2</translation>
+    </message>
+</context>
+<context>
+    <name>QLineEdit</name>
+    <message>
+        <source>&amp;Undo</source>
+        <translation>&amp;Cofnij</translation>
+    </message>
+    <message>
+        <source>&amp;Redo</source>
+        <translation>&amp;Ponów</translation>
+    </message>
+    <message>
+        <source>Cu&amp;t</source>
+        <translation>Wy&amp;tnij</translation>
+    </message>
+    <message>
+        <source>&amp;Copy</source>
+        <translation>&amp;Kopiuj</translation>
+    </message>
+    <message>
+        <source>&amp;Paste</source>
+        <translation>Wk&amp;lej</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Usuń</translation>
+    </message>
+    <message>
+        <source>Select All</source>
+        <translation>Zaznacz wszystko</translation>
+    </message>
+</context>
+<context>
+    <name>QShortcut</name>
+    <message>
+        <source>Ctrl</source>
+        <translation>Ctrl</translation>
+    </message>
+</context>
+<context>
+    <name>StatusBar</name>
+    <message>
+        <source>No position source</source>
+        <translation>Brak źródła pozycji</translation>
+    </message>
+    <message>
+        <source>Waiting for a receiver</source>
+        <translation>Oczekiwanie na odbiornik</translation>
+    </message>
+    <message>
+        <source>No position</source>
+        <translation>Brak pozycji</translation>
+    </message>
+    <message>
+        <source>The position log has ended</source>
+        <translation>Koniec zapisu pozycji</translation>
+    </message>
+    <message>
+        <source>no fix</source>
+        <translation>brak fix</translation>
+    </message>
+    <message>
+        <source>GPS</source>
+        <translation>GPS</translation>
+    </message>
+    <message>
+        <source>DGPS</source>
+        <translation>DGPS</translation>
+    </message>
+    <message>
+        <source>PPS</source>
+        <translation>PPS</translation>
+    </message>
+    <message>
+        <source>RTK</source>
+        <translation>RTK</translation>
+    </message>
+    <message>
+        <source>RTK float</source>
+        <translation>RTK float</translation>
+    </message>
+    <message>
+        <source>estimated</source>
+        <translation>szacowana</translation>
+    </message>
+    <message>
+        <source>manual</source>
+        <translation>ręczna</translation>
+    </message>
+    <message>
+        <source>simulated</source>
+        <translation>symulowana</translation>
+    </message>
+    <message>
+        <source>No plug-in</source>
+        <translation>Brak wtyczki</translation>
+    </message>
+    <message>
+        <source>Logged out</source>
+        <translation>Wylogowano</translation>
+    </message>
+    <message>
+        <source>Connecting...</source>
+        <translation>Łączenie...</translation>
+    </message>
+    <message>
+        <source>Connected</source>
+        <translation>Połączono</translation>
+    </message>
+    <message>
+        <source>No connection</source>
+        <translation>Brak połączenia</translation>
+    </message>
+    <message>
+        <source>Connection lost</source>
+        <translation>Utracono połączenie</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 min</translation>
+    </message>
+    <message>
+        <source>Position lost %1 ago</source>
+        <translation>Pozycja utracona %1 temu</translation>
+    </message>
+</context>
+<context>
+    <name>StoredSettings</name>
+    <message>
+        <source>The service wants a host&apos;s name or address, and after a colon its port if it has one of its own.</source>
+        <translation>Usługa: nazwa lub adres hosta, a po dwukropku port, jeśli jest inny niż zwykle.</translation>
+    </message>
+    <message>
+        <source>The service&apos;s certificate %1 cannot be read.</source>
+        <translation>Nie można odczytać certyfikatu %1 usługi.</translation>
+    </message>
+    <message>
+        <source>Position source: </source>
+        <translation>Źródło pozycji: </translation>
+    </message>
+    <message>
+        <source>The data folder %1 cannot be written to.</source>
+        <translation>Nie można zapisywać w folderze danych %1.</translation>
+    </message>
+</context>
+<context>
+    <name>TChoicePopup</name>
+    <message>
+        <source>Back</source>
+        <translation>Wstecz</translation>
+    </message>
+</context>
+<context>
+    <name>TMessageDialog</name>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Zamknij</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Anuluj</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Tak</translation>
+    </message>
+    <message>
+        <source>No</source>
+        <translation>Nie</translation>
+    </message>
+</context>
+<context>
+    <name>TProgressBar</name>
+    <message>
+        <source>%1 %</source>
+        <translation>%1%</translation>
+    </message>
+</context>
+<context>
+    <name>TProgressDialog</name>
+    <message>
+        <source>Close</source>
+        <translation>Zamknij</translation>
+    </message>
+</context>
+<context>
+    <name>TPropertyWidget</name>
+    <message>
+        <source>Show the text</source>
+        <translation>Pokaż tekst</translation>
+    </message>
+    <message>
+        <source>Hide the text</source>
+        <translation>Ukryj tekst</translation>
+    </message>
+</context>
+<context>
+    <name>console::THomePage</name>
+    <message>
+        <source>Choose on the left what to open.</source>
+        <translation>Wybierz po lewej, co otworzyć.</translation>
+    </message>
+</context>
+<context>
+    <name>console::TLauncherBar</name>
+    <message>
+        <source>Home</source>
+        <translation>Start</translation>
+    </message>
+    <message>
+        <source>Settings</source>
+        <translation>Opcje</translation>
+    </message>
+    <message>
+        <source>Night</source>
+        <translation>Noc</translation>
+    </message>
+    <message>
+        <source>The mini views</source>
+        <translation>Widoki mini</translation>
+    </message>
+    <message>
+        <source>Set up the console</source>
+        <translation>Konfiguracja konsoli</translation>
+    </message>
+    <message>
+        <source>Colours for day or night</source>
+        <translation>Kolory na dzień lub noc</translation>
+    </message>
+    <message>
+        <source>Day</source>
+        <translation>Dzień</translation>
+    </message>
+</context>
+<context>
+    <name>console::TLinkBanner</name>
+    <message>
+        <source>No connection to the service.</source>
+        <translation>Brak połączenia z usługą.</translation>
+    </message>
+    <message>
+        <source>The connection to the service has ended. Log in again to go on.</source>
+        <translation>Połączenie z usługą zostało zakończone. Zaloguj się ponownie, aby kontynuować.</translation>
+    </message>
+</context>
+<context>
+    <name>console::TMainWindow</name>
+    <message>
+        <source>Ending...</source>
+        <translation>Zamykanie...</translation>
+    </message>
+</context>
+<context>
+    <name>console::TPluginScreens</name>
+    <message>
+        <source>unknown</source>
+        <translation>nieznany powód</translation>
+    </message>
+    <message>
+        <source>A screen of the plug-in could not be set up: %1</source>
+        <translation>Nie udało się przygotować ekranu wtyczki: %1</translation>
+    </message>
+</context>
+<context>
+    <name>console::TSettingsPage</name>
+    <message>
+        <source>Service</source>
+        <translation>Usługa</translation>
+    </message>
+    <message>
+        <source>Host and port; empty for the usual one</source>
+        <translation>Host i port; puste oznacza zwykły</translation>
+    </message>
+    <message>
+        <source>Service&apos;s certificate</source>
+        <translation>Certyfikat usługi</translation>
+    </message>
+    <message>
+        <source>A file with the authority to trust besides the system&apos;s</source>
+        <translation>Plik urzędu certyfikacji zaufanego oprócz systemowych</translation>
+    </message>
+    <message>
+        <source>Position source</source>
+        <translation>Źródło pozycji</translation>
+    </message>
+    <message>
+        <source>gpsd:HOST:PORT, serial:DEVICE@BAUD or nmea:FILE; empty for none</source>
+        <translation>gpsd:HOST:PORT, serial:URZĄDZENIE@BAUD lub nmea:PLIK; puste oznacza brak</translation>
+    </message>
+    <message>
+        <source>Data folder</source>
+        <translation>Folder danych</translation>
+    </message>
+    <message>
+        <source>Where everything that is received is kept</source>
+        <translation>Tu trafia wszystko, co zostało odebrane</translation>
+    </message>
+    <message>
+        <source>Colours</source>
+        <translation>Kolory</translation>
+    </message>
+    <message>
+        <source>Day</source>
+        <translation>Dzień</translation>
+    </message>
+    <message>
+        <source>Night</source>
+        <translation>Noc</translation>
+    </message>
+    <message>
+        <source>User level</source>
+        <translation>Poziom użytkownika</translation>
+    </message>
+    <message>
+        <source>Driver: no data exchange</source>
+        <translation>Kierowca: bez wymiany danych</translation>
+    </message>
+    <message>
+        <source>Operator: everything</source>
+        <translation>Operator: wszystko</translation>
+    </message>
+    <message>
+        <source>Screen</source>
+        <translation>Ekran</translation>
+    </message>
+    <message>
+        <source>Window</source>
+        <translation>Okno</translation>
+    </message>
+    <message>
+        <source>Full screen</source>
+        <translation>Pełny ekran</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>Zapisz</translation>
+    </message>
+    <message>
+        <source>Keep what is shown</source>
+        <translation>Zachowaj to, co widać</translation>
+    </message>
+    <message>
+        <source>Discard</source>
+        <translation>Odrzuć</translation>
+    </message>
+    <message>
+        <source>Show what was kept</source>
+        <translation>Pokaż to, co zapisano</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>Język</translation>
+    </message>
+</context>
+<context>
+    <name>console::TWindowSession</name>
+    <message>
+        <source>Settings</source>
+        <translation>Ustawienia</translation>
+    </message>
+    <message>
+        <source>The data folder could not be kept.</source>
+        <translation>Nie udało się zapisać folderu danych.</translation>
+    </message>
+    <message>
+        <source>Kept. It applies from the next start of the console on.</source>
+        <translation>Zapisano. Obowiązuje od następnego uruchomienia konsoli.</translation>
+    </message>
+    <message>
+        <source>Kept.</source>
+        <translation>Zapisano.</translation>
+    </message>
+    <message>
+        <source>The plug-in does not take requests; is the service&apos;s address usable?</source>
+        <translation>Wtyczka nie przyjmuje poleceń; czy adres usługi jest poprawny?</translation>
+    </message>
+    <message>
+        <source>Plug-in</source>
+        <translation>Wtyczka</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,461 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="pt_BR" sourcelanguage="en_US">
+<context>
+    <name>GpsSetting</name>
+    <message>
+        <source>&quot;%1&quot; is no HOST or HOST:PORT.</source>
+        <translation>&quot;%1&quot; não é HOST nem HOST:PORTA.</translation>
+    </message>
+    <message>
+        <source>the speed %1 is not from 1 (real time) to %2.</source>
+        <translation>a velocidade %1 não está entre 1 (tempo real) e %2.</translation>
+    </message>
+    <message>
+        <source>the log &quot;%1&quot; cannot be read.</source>
+        <translation>o registro &quot;%1&quot; não pode ser lido.</translation>
+    </message>
+    <message>
+        <source>serial wants a DEVICE.</source>
+        <translation>serial requer um DISPOSITIVO.</translation>
+    </message>
+    <message>
+        <source>%1 is no baud rate; there are %2.</source>
+        <translation>%1 não é uma taxa de baud; as possíveis são %2.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is none of gpsd[:HOST[:PORT]], nmea:FILE[@SPEED], serial:DEVICE[@BAUD].</source>
+        <translation>&quot;%1&quot; não é gpsd[:HOST[:PORTA]], nmea:ARQUIVO[@VELOCIDADE] nem serial:DISPOSITIVO[@BAUD].</translation>
+    </message>
+</context>
+<context>
+    <name>PluginHost</name>
+    <message>
+        <source>The hub has no signal %1.</source>
+        <translation>Falta ao hub o sinal %1.</translation>
+    </message>
+    <message>
+        <source>There is no plug-in %1.</source>
+        <translation>Não existe o plug-in %1.</translation>
+    </message>
+    <message>
+        <source>The plug-in %1 cannot be loaded: %2</source>
+        <translation>Não é possível carregar o plug-in %1: %2</translation>
+    </message>
+    <message>
+        <source>The plug-in %1 lacks the entry point %2.</source>
+        <translation>Falta ao plug-in %1 o ponto de entrada %2.</translation>
+    </message>
+    <message>
+        <source>The plug-in&apos;s start failed</source>
+        <translation>Falha ao iniciar o plug-in</translation>
+    </message>
+    <message>
+        <source>The plug-in started, but offers no hub.</source>
+        <translation>O plug-in iniciou, mas não oferece um hub.</translation>
+    </message>
+    <message>
+        <source>The plug-in offers no root object, so it has no screens.</source>
+        <translation>O plug-in não oferece objeto raiz, por isso não tem telas.</translation>
+    </message>
+    <message>
+        <source>The plug-in could not build its screens</source>
+        <translation>O plug-in não pôde criar suas telas</translation>
+    </message>
+</context>
+<context>
+    <name>QLibrary</name>
+    <message>
+        <source>Cannot load library %1: %2</source>
+        <translation>Não é possível carregar a biblioteca %1: %2</translation>
+    </message>
+</context>
+<context>
+    <name>QLineEdit</name>
+    <message>
+        <source>&amp;Undo</source>
+        <translation>&amp;Desfazer</translation>
+    </message>
+    <message>
+        <source>&amp;Redo</source>
+        <translation>&amp;Refazer</translation>
+    </message>
+    <message>
+        <source>Cu&amp;t</source>
+        <translation>Cor&amp;tar</translation>
+    </message>
+    <message>
+        <source>&amp;Copy</source>
+        <translation>&amp;Copiar</translation>
+    </message>
+    <message>
+        <source>&amp;Paste</source>
+        <translation>C&amp;olar</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Excluir</translation>
+    </message>
+    <message>
+        <source>Select All</source>
+        <translation>Selecionar tudo</translation>
+    </message>
+</context>
+<context>
+    <name>QShortcut</name>
+    <message>
+        <source>Ctrl</source>
+        <translation>Ctrl</translation>
+    </message>
+</context>
+<context>
+    <name>StatusBar</name>
+    <message>
+        <source>No position source</source>
+        <translation>Sem fonte de posição</translation>
+    </message>
+    <message>
+        <source>Waiting for a receiver</source>
+        <translation>Aguardando receptor</translation>
+    </message>
+    <message>
+        <source>No position</source>
+        <translation>Sem posição</translation>
+    </message>
+    <message>
+        <source>The position log has ended</source>
+        <translation>Fim do registro de posições</translation>
+    </message>
+    <message>
+        <source>no fix</source>
+        <translation>sem fix</translation>
+    </message>
+    <message>
+        <source>GPS</source>
+        <translation>GPS</translation>
+    </message>
+    <message>
+        <source>DGPS</source>
+        <translation>DGPS</translation>
+    </message>
+    <message>
+        <source>PPS</source>
+        <translation>PPS</translation>
+    </message>
+    <message>
+        <source>RTK</source>
+        <translation>RTK</translation>
+    </message>
+    <message>
+        <source>RTK float</source>
+        <translation>RTK flutuante</translation>
+    </message>
+    <message>
+        <source>estimated</source>
+        <translation>estimada</translation>
+    </message>
+    <message>
+        <source>manual</source>
+        <translation>manual</translation>
+    </message>
+    <message>
+        <source>simulated</source>
+        <translation>simulada</translation>
+    </message>
+    <message>
+        <source>No plug-in</source>
+        <translation>Sem plug-in</translation>
+    </message>
+    <message>
+        <source>Logged out</source>
+        <translation>Desconectado</translation>
+    </message>
+    <message>
+        <source>Connecting...</source>
+        <translation>Conectando...</translation>
+    </message>
+    <message>
+        <source>Connected</source>
+        <translation>Conectado</translation>
+    </message>
+    <message>
+        <source>No connection</source>
+        <translation>Sem conexão</translation>
+    </message>
+    <message>
+        <source>Connection lost</source>
+        <translation>Conexão perdida</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 min</translation>
+    </message>
+    <message>
+        <source>Position lost %1 ago</source>
+        <translation>Posição perdida há %1</translation>
+    </message>
+</context>
+<context>
+    <name>StoredSettings</name>
+    <message>
+        <source>The service wants a host&apos;s name or address, and after a colon its port if it has one of its own.</source>
+        <translation>Serviço: nome ou endereço de um host e, após dois-pontos, a porta se for diferente.</translation>
+    </message>
+    <message>
+        <source>The service&apos;s certificate %1 cannot be read.</source>
+        <translation>O certificado %1 do serviço não pode ser lido.</translation>
+    </message>
+    <message>
+        <source>Position source: </source>
+        <translation>Fonte de posição: </translation>
+    </message>
+    <message>
+        <source>The data folder %1 cannot be written to.</source>
+        <translation>Não é possível gravar na pasta de dados %1.</translation>
+    </message>
+</context>
+<context>
+    <name>TChoicePopup</name>
+    <message>
+        <source>Back</source>
+        <translation>Voltar</translation>
+    </message>
+</context>
+<context>
+    <name>TMessageDialog</name>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Fechar</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancelar</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Sim</translation>
+    </message>
+    <message>
+        <source>No</source>
+        <translation>Não</translation>
+    </message>
+</context>
+<context>
+    <name>TProgressBar</name>
+    <message>
+        <source>%1 %</source>
+        <translation>%1%</translation>
+    </message>
+</context>
+<context>
+    <name>TProgressDialog</name>
+    <message>
+        <source>Close</source>
+        <translation>Fechar</translation>
+    </message>
+</context>
+<context>
+    <name>TPropertyWidget</name>
+    <message>
+        <source>Show the text</source>
+        <translation>Mostrar o texto</translation>
+    </message>
+    <message>
+        <source>Hide the text</source>
+        <translation>Ocultar o texto</translation>
+    </message>
+</context>
+<context>
+    <name>console::THomePage</name>
+    <message>
+        <source>Choose on the left what to open.</source>
+        <translation>Escolha à esquerda o que abrir.</translation>
+    </message>
+</context>
+<context>
+    <name>console::TLauncherBar</name>
+    <message>
+        <source>Home</source>
+        <translation>Início</translation>
+    </message>
+    <message>
+        <source>Settings</source>
+        <translation>Ajustes</translation>
+    </message>
+    <message>
+        <source>Night</source>
+        <translation>Noite</translation>
+    </message>
+    <message>
+        <source>The mini views</source>
+        <translation>As minivisualizações</translation>
+    </message>
+    <message>
+        <source>Set up the console</source>
+        <translation>Configurar o console</translation>
+    </message>
+    <message>
+        <source>Colours for day or night</source>
+        <translation>Cores de dia ou de noite</translation>
+    </message>
+    <message>
+        <source>Day</source>
+        <translation>Dia</translation>
+    </message>
+</context>
+<context>
+    <name>console::TLinkBanner</name>
+    <message>
+        <source>No connection to the service.</source>
+        <translation>Sem conexão com o serviço.</translation>
+    </message>
+    <message>
+        <source>The connection to the service has ended. Log in again to go on.</source>
+        <translation>A conexão com o serviço terminou. Entre novamente para continuar.</translation>
+    </message>
+</context>
+<context>
+    <name>console::TMainWindow</name>
+    <message>
+        <source>Ending...</source>
+        <translation>Encerrando...</translation>
+    </message>
+</context>
+<context>
+    <name>console::TPluginScreens</name>
+    <message>
+        <source>unknown</source>
+        <translation>desconhecido</translation>
+    </message>
+    <message>
+        <source>A screen of the plug-in could not be set up: %1</source>
+        <translation>Não foi possível preparar uma tela do plug-in: %1</translation>
+    </message>
+</context>
+<context>
+    <name>console::TSettingsPage</name>
+    <message>
+        <source>Service</source>
+        <translation>Serviço</translation>
+    </message>
+    <message>
+        <source>Host and port; empty for the usual one</source>
+        <translation>Host e porta; vazio para o habitual</translation>
+    </message>
+    <message>
+        <source>Service&apos;s certificate</source>
+        <translation>Certificado do serviço</translation>
+    </message>
+    <message>
+        <source>A file with the authority to trust besides the system&apos;s</source>
+        <translation>Arquivo com a autoridade confiável além das do sistema</translation>
+    </message>
+    <message>
+        <source>Position source</source>
+        <translation>Fonte de posição</translation>
+    </message>
+    <message>
+        <source>gpsd:HOST:PORT, serial:DEVICE@BAUD or nmea:FILE; empty for none</source>
+        <translation>gpsd:HOST:PORTA, serial:DISPOSITIVO@BAUD ou nmea:ARQUIVO; vazio para nenhuma</translation>
+    </message>
+    <message>
+        <source>Data folder</source>
+        <translation>Pasta de dados</translation>
+    </message>
+    <message>
+        <source>Where everything that is received is kept</source>
+        <translation>Onde fica tudo o que é recebido</translation>
+    </message>
+    <message>
+        <source>Colours</source>
+        <translation>Cores</translation>
+    </message>
+    <message>
+        <source>Day</source>
+        <translation>Dia</translation>
+    </message>
+    <message>
+        <source>Night</source>
+        <translation>Noite</translation>
+    </message>
+    <message>
+        <source>User level</source>
+        <translation>Nível de usuário</translation>
+    </message>
+    <message>
+        <source>Driver: no data exchange</source>
+        <translation>Condutor: sem troca de dados</translation>
+    </message>
+    <message>
+        <source>Operator: everything</source>
+        <translation>Operador: tudo</translation>
+    </message>
+    <message>
+        <source>Screen</source>
+        <translation>Tela</translation>
+    </message>
+    <message>
+        <source>Window</source>
+        <translation>Janela</translation>
+    </message>
+    <message>
+        <source>Full screen</source>
+        <translation>Tela cheia</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>Salvar</translation>
+    </message>
+    <message>
+        <source>Keep what is shown</source>
+        <translation>Manter o que é mostrado</translation>
+    </message>
+    <message>
+        <source>Discard</source>
+        <translation>Descartar</translation>
+    </message>
+    <message>
+        <source>Show what was kept</source>
+        <translation>Mostrar o que foi salvo</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>Idioma</translation>
+    </message>
+</context>
+<context>
+    <name>console::TWindowSession</name>
+    <message>
+        <source>Settings</source>
+        <translation>Ajustes</translation>
+    </message>
+    <message>
+        <source>The data folder could not be kept.</source>
+        <translation>Não foi possível salvar a pasta de dados.</translation>
+    </message>
+    <message>
+        <source>Kept. It applies from the next start of the console on.</source>
+        <translation>Salvo. Vale a partir da próxima inicialização do console.</translation>
+    </message>
+    <message>
+        <source>Kept.</source>
+        <translation>Salvo.</translation>
+    </message>
+    <message>
+        <source>The plug-in does not take requests; is the service&apos;s address usable?</source>
+        <translation>O plug-in não aceita pedidos; o endereço do serviço está correto?</translation>
+    </message>
+    <message>
+        <source>Plug-in</source>
+        <translation>Plug-in</translation>
+    </message>
+</context>
+</TS>
