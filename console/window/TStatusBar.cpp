@@ -26,7 +26,7 @@ TStatusBar::TStatusBar(QWidget* parent)
     setAutoFillBackground(true);
     const QFont textFont = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
     auto* const row = new QHBoxLayout(this);
-    row->setContentsMargins(12, 4, 12, 4);
+    row->setContentsMargins(12, 2, 12, 2); // two lines fit
     row->setSpacing(20);
     for (QWidget* const item : {static_cast<QWidget*>(m_position), static_cast<QWidget*>(m_link),
                                 static_cast<QWidget*>(m_clock)}) {

@@ -3,6 +3,7 @@
 
 #include "hostimpl/Theme.h"
 
+#include <QtCore/QStringList>
 #include <QtGui/QFontMetrics>
 #include <QtGui/QPainter>
 
@@ -11,6 +12,22 @@ namespace {
 constexpr int iconExtent = 36;
 constexpr int gap = 8;
 constexpr int leastTextWidth = 72;
+
+// What is too wide goes on in a second line, from the last gap between two parts that fits.
+QStringList Lines(const QString& text, const QFontMetrics& metrics, int width)
+{
+    QString first = text;
+    while (metrics.horizontalAdvance(first) > width) {
+        const int end = first.lastIndexOf(QStringLiteral("  "));
+        if (end < 0) {
+            return {metrics.elidedText(text, Qt::ElideRight, width)};
+        }
+        first.truncate(end);
+    }
+    const QString rest = text.mid(first.size()).trimmed();
+    return rest.isEmpty() ? QStringList{first}
+                          : QStringList{first, metrics.elidedText(rest, Qt::ElideRight, width)};
+}
 
 } // namespace
 
@@ -52,7 +69,7 @@ void TStatusItem::paintEvent(QPaintEvent*)
     painter.setPen(palette().color(QPalette::WindowText));
     const QRect textPlace = rect().adjusted(iconExtent + gap, 0, 0, 0);
     painter.drawText(textPlace, Qt::AlignVCenter | Qt::AlignLeft,
-                     fontMetrics().elidedText(m_text, Qt::ElideRight, textPlace.width()));
+                     Lines(m_text, fontMetrics(), textPlace.width()).join(QLatin1Char('\n')));
 }
 
 } // namespace console
