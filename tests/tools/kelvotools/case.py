@@ -1,0 +1,129 @@
+"""A proxy on a stopped clock between a client and a service, all on the loop of the test."""
+
+import asyncio
+import contextlib
+import faulthandler
+import socket
+import struct
+import unittest
+
+from kelvolink import scenario as scenarios
+from kelvolink.proxy import Proxy
+
+from .clock import FakeClock
+
+GUARD_SECONDS = 120  # only ends what hangs
+
+
+class Notes:
+    """A journal that the test can look at."""
+
+    def __init__(self, clock):
+        self._clock = clock
+        self.events = []
+
+    def write(self, did, **what):
+        self.events.append({"at": self._clock.now(), "did": did, **what})
+
+    def of(self, did):
+        return [event for event in self.events if event["did"] == did]
+
+
+class Peer:
+    """One end of a connection."""
+
+    def __init__(self, reader, writer):
+        self._reader, self._writer = reader, writer
+
+    async def send(self, data):
+        self._writer.write(data)
+        await self._writer.drain()
+
+    async def receive(self, size):
+        return await self._reader.readexactly(size)
+
+    async def rest(self):
+        """All until the end, which is one: a reset raises ConnectionResetError."""
+        return await self._reader.read()
+
+    async def reset(self):
+        """Until the reset. All that comes before it, above all a proper end, raises."""
+        try:
+            data = await self._reader.read(1)
+        except ConnectionResetError:
+            return
+        raise AssertionError(f"{data!r} instead of a reset")
+
+    def end(self):
+        self._writer.write_eof()
+
+    def abort(self):
+        """Resets the connection."""
+        self._writer.get_extra_info("socket").setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        self._writer.transport.abort()
+
+    async def close(self):
+        self._writer.close()
+        with contextlib.suppress(ConnectionError):
+            await self._writer.wait_closed()
+
+
+class LinkCase(unittest.IsolatedAsyncioTestCase):
+    async def asyncSetUp(self):
+        faulthandler.dump_traceback_later(GUARD_SECONDS, exit=True)
+        self.addCleanup(faulthandler.cancel_dump_traceback_later)
+        self.clock = FakeClock()
+        self.journal = Notes(self.clock)
+        self._accepted = asyncio.Queue()
+        self._peers = []
+        self._server = await asyncio.start_server(self._accept, "127.0.0.1", 0)
+        self.service_address = self._server.sockets[0].getsockname()
+        self.proxy = None
+
+    async def asyncTearDown(self):
+        if self.proxy is not None:
+            await self.proxy.close()
+            self.assertFalse(self.proxy.failure.done(), self.proxy.failure)
+        for peer in self._peers:
+            await peer.close()
+        self._server.close()
+        await self._server.wait_closed()
+
+    def play(self, text, seed=1):
+        self.proxy = Proxy(scenarios.parse(text), seed, self.service_address, self.clock, self.journal)
+        host, port = self.proxy.open("127.0.0.1", 0).split(":")
+        self.address = (host, int(port))
+
+    async def connect(self):
+        """The client, and the service's end of the same connection."""
+        client = await self.knock()
+        return client, await self._accepted.get()
+
+    async def knock(self):
+        return self._peer(*await asyncio.open_connection(*self.address))
+
+    async def until(self, is_so):
+        while not is_so():
+            await asyncio.sleep(0)
+
+    async def until_done(self, did, times=1):
+        """What the proxy wrote into its journal at last."""
+        await self.until(lambda: len(self.journal.of(did)) >= times)
+        return self.journal.of(did)[-1]
+
+    @contextlib.asynccontextmanager
+    async def running_clock(self):
+        runs = asyncio.create_task(self.clock.run())
+        try:
+            yield
+        finally:
+            runs.cancel()
+            await asyncio.gather(runs, return_exceptions=True)
+
+    def _accept(self, reader, writer):
+        self._accepted.put_nowait(self._peer(reader, writer))
+
+    def _peer(self, reader, writer):
+        peer = Peer(reader, writer)
+        self._peers.append(peer)
+        return peer
