@@ -6,6 +6,7 @@ import subprocess
 from pathlib import Path
 
 from . import archives
+from .badlink import BadLink
 from .console import Console
 from .office import Ctl
 from .service import Service
@@ -20,14 +21,18 @@ OWN_FILES = {
 
 
 class Demo:
-    """Everything lies below one folder. What was made there before is used again."""
+    """Everything lies below one folder. What was made there before is used again.
 
-    def __init__(self, binaries, folder, data):
+    `badlink`: the scenario of the link that the window's console gets; None is a direct one.
+    """
+
+    def __init__(self, binaries, folder, data, badlink=None):
         self.binaries, self.folder, self.data = binaries, Path(folder), data
         self.console_data = self.folder / "console"
         self.work = self.folder / "work"
         self.work.mkdir(parents=True, exist_ok=True)
         self.service = Service(binaries.service, self.folder / "service", self.folder / "service.log")
+        self.badlink, self.link = badlink, None
 
     def run(self):
         """Until the window is closed; the console's exit status."""
@@ -39,11 +44,15 @@ class Demo:
                 self._first_login()
                 self._fill_inboxes()
                 self._write_own_files()
+            if self.badlink is not None:
+                self.link = BadLink(self.badlink, self.service.address, self.folder / "badlink.log").start()
             self._tell()
             status = self._open_window()
             self.service.stop()
             return status
         finally:
+            if self.link is not None:
+                self.link.close()
             self.service.close()
 
     def _ctl(self, user):
@@ -80,11 +89,13 @@ class Demo:
         print(f"The service listens on https://{self.service.address}, its authority is {self.service.ca}",
               f"Operator, filled in already: {OPERATOR} / {PASSWORDS[OPERATOR]}",
               f"Farm office, for kelvoctl:   {OFFICE} / {PASSWORDS[OFFICE]}",
+              *([] if self.link is None else [f"The console's link is {self.badlink}; what that does is in {self.link.log}"]),
               f"All files are in {self.folder}. Close the window to end.", sep="\n", flush=True)
 
     def _open_window(self):
+        address = self.service.address if self.link is None else self.link.address
         environment = {**os.environ, "KELVO_USER": OPERATOR, "KELVO_PASSWORD": PASSWORDS[OPERATOR]}
         return subprocess.run(
-            [self.binaries.console, "--plugin", self.binaries.plugin, "--service", self.service.address,
+            [self.binaries.console, "--plugin", self.binaries.plugin, "--service", address,
              "--ca", self.service.ca, "--data", self.console_data],
             env=environment, stdin=subprocess.DEVNULL, check=False).returncode
