@@ -9,6 +9,7 @@
 #include "service/store/Uploads.h"
 
 #include <exception>
+#include <functional>
 
 namespace kelvo {
 
@@ -79,6 +80,17 @@ void removeUnusedContents(api::Context& context)
     }
 }
 
+/** A step that fails, as one that writes does on a full disk, must not keep the others from making
+ * room. */
+void attempt(const char* what, const std::function<void()>& step)
+{
+    try {
+        step();
+    } catch (const std::exception& error) {
+        logError(what, error.what());
+    }
+}
+
 } // namespace
 
 Janitor::Janitor(api::Context& context, const Settings& settings)
@@ -97,10 +109,10 @@ Janitor::~Janitor()
 
 void Janitor::cleanUp(api::Context& context, const Settings& settings)
 {
-    cleanDatabase(context, settings.eventHours);
-    removeExpiredUploads(context);
-    removeOrphanedUploads(context);
-    removeUnusedContents(context);
+    attempt("clean-up-database-failed", [&] { cleanDatabase(context, settings.eventHours); });
+    attempt("clean-up-uploads-failed", [&] { removeExpiredUploads(context); });
+    attempt("clean-up-orphans-failed", [&] { removeOrphanedUploads(context); });
+    attempt("clean-up-contents-failed", [&] { removeUnusedContents(context); });
 }
 
 void Janitor::loop()
@@ -108,11 +120,7 @@ void Janitor::loop()
     std::unique_lock lock(mutex_);
     while (!stopping_) {
         lock.unlock();
-        try {
-            cleanUp(context_, settings_);
-        } catch (const std::exception& error) {
-            logError("clean-up-failed", error.what());
-        }
+        cleanUp(context_, settings_);
         lock.lock();
         changed_.wait_for(lock, settings_.interval, [this] { return stopping_; });
     }

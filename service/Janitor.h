@@ -28,7 +28,7 @@ public:
     Janitor(const Janitor&) = delete;
     Janitor& operator=(const Janitor&) = delete;
 
-    /** One round, on the caller's thread. Blocks. */
+    /** One round, on the caller's thread. Blocks. A step that fails is logged; the others go on. */
     static void cleanUp(api::Context& context, const Settings& settings);
 
 private:

@@ -113,6 +113,7 @@ void runService(const ServeOptions& options)
     content::DigestCache digests;
     content::DigestLocks digestLocks;
     content::ActiveUploads activeUploads;
+    content::Integrity integrity;
     events::EventHub hub;
     database->onCommit([&hub](const std::vector<store::Event>& events) { hub.publish(events); });
     database->onDoubt([&hub](const std::set<store::Id>& farms) { hub.reread(farms); });
@@ -121,13 +122,14 @@ void runService(const ServeOptions& options)
         {options.passwordCost, options.loginAttempts, std::chrono::hours(options.sessionHours)});
     makeFirstAdmin(*database, accounts.passwords(), clock, folder.path());
     WorkPool filePool(fileThreads);
-    api::Context context{*database, contents, digests, digestLocks, activeUploads,
-                         hub,       accounts, clock,   filePool,    {}};
+    api::Context context{*database, contents, digests,  digestLocks, activeUploads, integrity, hub,
+                         accounts,  clock,    filePool, {}};
     context.settings.maxUploadBytes = options.maxUploadBytes;
     context.settings.eventsKept = options.eventsKept;
 
     metrics::Metrics metrics;
     metrics.setOpenStreams([&hub] { return hub.openStreams(); });
+    metrics.setDamagedReads([&integrity] { return integrity.damagedReads(); });
     api::ApiApplication api(context, metrics);
     metrics::MonitorApplication monitor(metrics, [&database] { return isReady(*database); });
 

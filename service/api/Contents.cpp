@@ -1,9 +1,9 @@
 // GET /resources/{id}/content: a file's bytes, whole or in part.
 #include "service/api/Access.h"
+#include "service/api/ContentBody.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/base/Digest.h"
-#include "service/content/ContentSource.h"
 #include "service/http/Problem.h"
 #include "service/http/Ranges.h"
 #include "service/http/Router.h"
@@ -61,9 +61,6 @@ Async<Response> getContent(Context& context, Request& request)
         throw Problem(EProblem::RangeNotSatisfiable, "The file is shorter than that.",
                       {{"Content-Range", "bytes */" + total}});
     }
-    auto open = [&context, &file] { return context.contents.open(file.sha256); };
-    FileDescriptor handle = co_await context.filePool.run(open);
-
     Response response;
     response.headers = {{"Content-Type", "application/octet-stream"},
                         {"ETag", etagOf(file)},
@@ -76,8 +73,8 @@ Async<Response> getContent(Context& context, Request& request)
                                            std::to_string(range.offset + range.length - 1) + "/" +
                                            total);
     }
-    response.source = std::make_shared<content::ContentSource>(std::move(handle), range.offset,
-                                                               range.length, context.filePool);
+    co_await addContent(context, file, user.farmId(), range, request.head.method == "HEAD",
+                        response);
     co_return response;
 }
 

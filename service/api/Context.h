@@ -7,6 +7,7 @@
 #include "service/content/ActiveUploads.h"
 #include "service/content/ContentStore.h"
 #include "service/content/DigestLocks.h"
+#include "service/content/Integrity.h"
 #include "service/content/UploadWriter.h"
 #include "service/events/EventHub.h"
 #include "service/events/EventStream.h"
@@ -38,6 +39,7 @@ struct Context
     content::DigestCache& digests;
     content::DigestLocks& digestLocks;
     content::ActiveUploads& activeUploads;
+    content::Integrity& integrity;
     events::EventHub& hub;
     accounts::Accounts& accounts;
     const Clock& clock;

@@ -1,6 +1,8 @@
 // The folders that hold uploads under way and finished contents.
 #include "service/content/ContentStore.h"
 
+#include "service/content/Integrity.h"
+
 #include <cerrno>
 #include <cstdio>
 
@@ -13,6 +15,8 @@ namespace kelvo::content {
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr const char* linkSuffix = ".new";
 
 void makeFolder(const fs::path& folder)
 {
@@ -30,6 +34,16 @@ void removeIfThere(const fs::path& file)
     }
 }
 
+/** What a process that was killed left of renewing a content. */
+void removeLeftLinks(const fs::path& folder)
+{
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        if (entry.path().extension() == linkSuffix) {
+            removeIfThere(entry.path());
+        }
+    }
+}
+
 } // namespace
 
 ContentStore::ContentStore(const fs::path& dataFolder)
@@ -40,6 +54,7 @@ ContentStore::ContentStore(const fs::path& dataFolder)
     // A process that was killed may have left folders whose entries are not on the disk yet.
     syncFolder(contents_);
     for (const auto& folder : fs::directory_iterator(contents_)) {
+        removeLeftLinks(folder.path());
         syncFolder(folder.path());
         durable_.insert(folder.path().filename());
     }
@@ -89,8 +104,8 @@ void ContentStore::removeUpload(const std::string& id) const
 bool ContentStore::adopt(const std::string& id, const std::string& sha256) const
 {
     const fs::path target = contentPath(sha256);
-    if (::access(target.c_str(), F_OK) == 0) {
-        syncFolder(target.parent_path()); // in case whoever put it there failed to
+    if (::access(target.c_str(), F_OK) == 0 && renew(id, target)) {
+        syncFolder(target.parent_path());
         return false;
     }
     ensureFolder(target.parent_path());
@@ -98,6 +113,28 @@ bool ContentStore::adopt(const std::string& id, const std::string& sha256) const
         throwErrno("rename");
     }
     syncFolder(target.parent_path());
+    return true;
+}
+
+/**
+ * Puts the upload in the place of the equal content without taking it from its own. False if the
+ * file system cannot and the content that is there is wrong.
+ */
+bool ContentStore::renew(const std::string& id, const fs::path& target) const
+{
+    fs::path link = target;
+    link += linkSuffix;
+    removeIfThere(link);
+    if (::link((uploads_ / id).c_str(), link.c_str()) != 0) {
+        if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS && errno != EMLINK) {
+            throwErrno("link");
+        }
+        return digestOf(openFile(target, O_RDONLY).get()) == target.filename();
+    }
+    if (::rename(link.c_str(), target.c_str()) != 0) {
+        throwErrno("rename");
+    }
+    removeIfThere(link); // rename() does nothing between two names of one file
     return true;
 }
 
@@ -132,7 +169,9 @@ std::vector<std::string> ContentStore::digests() const
     std::vector<std::string> digests;
     for (const auto& folder : fs::directory_iterator(contents_)) {
         for (const auto& entry : fs::directory_iterator(folder.path())) {
-            digests.push_back(entry.path().filename());
+            if (entry.path().extension() != linkSuffix) {
+                digests.push_back(entry.path().filename());
+            }
         }
     }
     return digests;

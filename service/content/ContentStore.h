@@ -35,7 +35,8 @@ public:
     void removeUpload(const std::string& id) const;
 
     /**
-     * Makes a synced upload a content. False if that content was there already: then the upload
+     * Makes a synced upload a content. False if that content was there already: then its bytes are
+     * the upload's from now on, for the older ones may have gone bad unseen, and the upload
      * stays until removeUpload(). Hold the digest's lock (DigestLocks) from before this call until
      * its reference is committed.
      */
@@ -49,12 +50,14 @@ public:
     /** For a content that nothing refers to, under its lock. */
     void remove(const std::string& sha256) const;
 
+    /** Where a content is or would be. */
+    std::filesystem::path contentPath(const std::string& sha256) const;
+
     std::vector<std::string> uploadIds() const;
     std::vector<std::string> digests() const;
 
 private:
-    std::filesystem::path contentPath(const std::string& sha256) const;
-
+    bool renew(const std::string& id, const std::filesystem::path& target) const;
     void ensureFolder(const std::filesystem::path& folder) const;
 
     std::filesystem::path contents_;

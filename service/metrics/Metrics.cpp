@@ -43,6 +43,10 @@ std::string Metrics::text() const
     text += "kelvo_build_info{version=\"" KELVO_SERVICE_VERSION "\"} 1\n";
     text += describe("kelvo_event_streams_open", "gauge", "Event streams open now.");
     text += "kelvo_event_streams_open " + std::to_string(openStreams_ ? openStreams_() : 0) + "\n";
+    text += describe("kelvo_contents_damaged_total", "counter",
+                     "Replies refused or cut because the stored content is damaged or missing.");
+    text += "kelvo_contents_damaged_total " + std::to_string(damagedReads_ ? damagedReads_() : 0) +
+            "\n";
     const std::lock_guard lock(mutex_);
     text += describe("kelvo_http_requests_open", "gauge",
                      "Requests not answered to the end, event streams among them.");

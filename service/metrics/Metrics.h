@@ -20,8 +20,13 @@ public:
     void begin();
     void count(const http::RequestSummary& summary);
 
-    /** A value that is asked for when somebody looks. Set before the first look. */
+    /** Values that are asked for when somebody looks. Set before the first look. */
     void setOpenStreams(std::function<std::size_t()> gauge) { openStreams_ = std::move(gauge); }
+
+    void setDamagedReads(std::function<std::uint64_t()> counter)
+    {
+        damagedReads_ = std::move(counter);
+    }
 
     std::string text() const;
 
@@ -34,6 +39,7 @@ private:
     std::uint64_t requestBytes_ = 0;
     std::uint64_t responseBytes_ = 0;
     std::function<std::size_t()> openStreams_;
+    std::function<std::uint64_t()> damagedReads_;
 };
 
 } // namespace kelvo::metrics

@@ -8,6 +8,7 @@
 #include "tests/service/support/TcpPair.h"
 
 #include <gmock/gmock.h>
+#include <soci/soci.h>
 
 namespace kelvo {
 namespace {
@@ -114,6 +115,26 @@ TEST_F(CleaningUp, RemovesWhatACrashLeftBehind)
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
+}
+
+TEST_F(CleaningUp, MakesRoomAlsoWhenTheDatabaseTakesNothing)
+{
+    const store::Upload open = begin("abc");
+    contents.adopt(open.id, sha256Hex("abc"));
+    database.writeNow([](store::Transaction& t) {
+        t.sql << "CREATE TRIGGER full BEFORE DELETE ON sessions BEGIN SELECT RAISE(ABORT, 'full');"
+                 " END";
+        t.sql << "INSERT INTO sessions (token_hash, user_id, created_ms, expires_ms)"
+                 " SELECT 'old', MIN(id), 0, 1 FROM users";
+    });
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::IsEmpty());
+    const auto kept = database.readNow([](soci::session& sql) {
+        int count = 0;
+        sql << "SELECT COUNT(*) FROM sessions", soci::into(count);
+        return count;
+    });
+    EXPECT_EQ(kept, 1) << "the step that fails is the one that is meant to";
 }
 
 TEST_F(CleaningUp, LeavesAContentThatSomebodyIsAboutToUse)

@@ -54,6 +54,34 @@ TEST_F(Contents, AreKeptOnce)
     EXPECT_THAT(store.digests(), testing::ElementsAre(digest));
 }
 
+TEST_F(Contents, AreMadeGoodByAnEqualOneThatComes)
+{
+    const std::string digest = receive("u1", "abc");
+    store.adopt("u1", digest);
+    replaceFile(store.contentPath(digest), "aXc", 0600);
+    receive("u2", "abc");
+    EXPECT_FALSE(store.adopt("u2", digest));
+    EXPECT_EQ(textOf(digest), "abc");
+    EXPECT_EQ(store.uploadSize("u2"), 3U) << "until its files are committed";
+    EXPECT_FALSE(store.adopt("u2", digest)) << "a second attempt after a commit that failed";
+    store.removeUpload("u2");
+    EXPECT_EQ(textOf(digest), "abc");
+    EXPECT_THAT(store.digests(), testing::ElementsAre(digest));
+}
+
+TEST_F(Contents, LoseWhatAKilledProcessLeftBesideThem)
+{
+    const std::string digest = receive("u1", "abc");
+    store.adopt("u1", digest);
+    const auto left = store.contentPath(digest).string() + ".new";
+    replaceFile(left, "abc", 0600);
+    EXPECT_THAT(store.digests(), testing::ElementsAre(digest));
+    EXPECT_TRUE(std::filesystem::exists(left)) << "somebody may be at work on it";
+    const ContentStore again(folder.path());
+    EXPECT_FALSE(std::filesystem::exists(left));
+    EXPECT_EQ(textOf(digest), "abc");
+}
+
 TEST_F(Contents, GoBackToTheirUploadIntact)
 {
     const std::string digest = receive("u1", "abc");

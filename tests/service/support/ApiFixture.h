@@ -44,12 +44,13 @@ protected:
     content::DigestCache digests;
     content::DigestLocks digestLocks;
     content::ActiveUploads activeUploads;
+    content::Integrity integrity;
     events::EventHub hub;
     accounts::Accounts accounts{
         database, clock, {accounts::EPasswordCost::Minimal, 5, std::chrono::hours(1)}};
     WorkPool filePool{2};
-    api::Context context{database, contents, digests, digestLocks, activeUploads,
-                         hub,      accounts, clock,   filePool,    {}};
+    api::Context context{database, contents, digests,  digestLocks, activeUploads, integrity, hub,
+                         accounts, clock,    filePool, {}};
     store::User user;
     store::Inbox inbox;
 };

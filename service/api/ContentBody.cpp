@@ -1,0 +1,157 @@
+// The bytes of a stored file for a reply.
+#include "service/api/ContentBody.h"
+
+#include "service/base/Log.h"
+#include "service/content/CheckedSource.h"
+#include "service/content/ContentSource.h"
+#include "service/http/Problem.h"
+
+#include <cerrno>
+
+#include <unistd.h>
+
+namespace kelvo::api {
+
+using content::ECondition;
+using http::EProblem;
+using http::Problem;
+
+namespace {
+
+/** Up to this size a content is in memory before its reply begins. */
+constexpr std::uint64_t smallBytes = 256 * 1024;
+constexpr std::size_t checkStepBytes = 1024 * 1024;
+
+struct Stored
+{
+    FileDescriptor file;
+    content::FileStamp stamp;
+};
+
+void reportDamage(Context& context, const store::File& file, store::Id farm)
+{
+    context.integrity.countDamaged();
+    logError("content-damaged",
+             "file " + std::to_string(file.id) + " of farm " + std::to_string(farm));
+}
+
+[[noreturn]] void refuseDamaged(Context& context, const store::File& file, store::Id farm)
+{
+    reportDamage(context, file, farm);
+    throw Problem(EProblem::Internal, "The file is damaged in the service's storage.");
+}
+
+/** Without a file when it is not there. */
+Stored openStored(Context& context, const store::File& file)
+{
+    try {
+        Stored stored;
+        stored.file = context.contents.open(file.sha256);
+        stored.stamp = content::stampOf(stored.file.get());
+        return stored;
+    } catch (const std::system_error& error) {
+        if (error.code() != std::errc::no_such_file_or_directory) {
+            throw;
+        }
+        return {};
+    }
+}
+
+/** Reads the whole through, a step at a time, so that others get their turn on the pool. */
+Async<ECondition> check(Context& context, const store::File& file, const Stored& stored)
+{
+    const auto known =
+        context.integrity.conditionOf(file.sha256, stored.stamp, context.clock.nowMs());
+    if (known != ECondition::Unknown) {
+        co_return known;
+    }
+    ECondition condition = ECondition::Unknown;
+    const auto told = [&condition](bool isRight) {
+        condition = isRight ? ECondition::Right : ECondition::Damaged;
+    };
+    // Its own descriptor of the same file: the other one may go to the reply.
+    content::CheckedSource source(FileDescriptor(::dup(stored.file.get())),
+                                  static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
+                                  context.filePool, told);
+    const auto buffer = std::make_unique<char[]>(checkStepBytes);
+    while (condition == ECondition::Unknown) {
+        co_await source.read(asio::buffer(buffer.get(), checkStepBytes));
+    }
+    context.integrity.put(file.sha256, stored.stamp, condition, context.clock.nowMs());
+    co_return condition;
+}
+
+Async<std::string> readSmall(Context& context, const store::File& file, Stored stored)
+{
+    bool isRight = false;
+    content::CheckedSource source(std::move(stored.file),
+                                  static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
+                                  context.filePool, [&isRight](bool found) { isRight = found; });
+    std::string bytes(static_cast<std::size_t>(file.sizeBytes), '\0');
+    for (std::size_t at = 0; at < bytes.size();) {
+        const std::size_t got =
+            co_await source.read(asio::buffer(bytes.data() + at, bytes.size() - at));
+        if (got == 0) {
+            break;
+        }
+        at += got;
+    }
+    if (!isRight) {
+        bytes.clear();
+    }
+    co_return bytes;
+}
+
+std::shared_ptr<http::BodySource> checkedSource(Context& context, const store::File& file,
+                                                store::Id farm, Stored stored)
+{
+    const auto told = [&context, file, farm, stamp = stored.stamp](bool isRight) {
+        context.integrity.put(file.sha256, stamp, isRight ? ECondition::Right : ECondition::Damaged,
+                              context.clock.nowMs());
+        if (!isRight) {
+            reportDamage(context, file, farm);
+        }
+    };
+    return std::make_shared<content::CheckedSource>(std::move(stored.file),
+                                                    static_cast<std::uint64_t>(file.sizeBytes),
+                                                    file.sha256, context.filePool, told);
+}
+
+} // namespace
+
+Async<void> addContent(Context& context, const store::File& file, store::Id farm,
+                       const http::RangeChoice& range, bool bodiless, http::Response& response)
+{
+    auto open = [&context, &file] { return openStored(context, file); };
+    Stored stored = co_await context.filePool.run(open);
+    const auto size = static_cast<std::uint64_t>(file.sizeBytes);
+    if (!stored.file || stored.stamp.sizeBytes != file.sizeBytes ||
+        context.integrity.conditionOf(file.sha256, stored.stamp, context.clock.nowMs()) ==
+            ECondition::Damaged) {
+        refuseDamaged(context, file, farm);
+    }
+    const bool whole = range.offset == 0 && range.length == size;
+    if (!bodiless && size <= smallBytes) {
+        const std::string bytes = co_await readSmall(context, file, std::move(stored));
+        if (bytes.size() != size) {
+            refuseDamaged(context, file, farm);
+        }
+        response.body = bytes.substr(static_cast<std::size_t>(range.offset),
+                                     static_cast<std::size_t>(range.length));
+        co_return;
+    }
+    if (!bodiless && whole) {
+        response.source = checkedSource(context, file, farm, std::move(stored));
+        co_return;
+    }
+    if (!bodiless) {
+        const ECondition condition = co_await check(context, file, stored);
+        if (condition != ECondition::Right) {
+            refuseDamaged(context, file, farm);
+        }
+    }
+    response.source = std::make_shared<content::ContentSource>(std::move(stored.file), range.offset,
+                                                               range.length, context.filePool);
+}
+
+} // namespace kelvo::api

@@ -1,0 +1,41 @@
+// A whole content as the body of a reply, with its digest checked on the way.
+#pragma once
+
+#include "service/base/Digest.h"
+#include "service/base/Files.h"
+#include "service/base/WorkPool.h"
+#include "service/http/Response.h"
+
+#include <functional>
+#include <string>
+
+namespace kelvo::content {
+
+/**
+ * Digests what it reads and keeps the last piece back unless the whole is right: the peer then
+ * misses its end and cannot take it for good. Reads on the pool, which outlives it.
+ */
+class CheckedSource final : public http::BodySource
+{
+public:
+    /** `told` hears once, on the pool, whether the content was right. */
+    CheckedSource(FileDescriptor file, std::uint64_t sizeBytes, std::string sha256, WorkPool& pool,
+                  std::function<void(bool isRight)> told);
+
+    std::uint64_t sizeBytes() const override { return sizeBytes_; }
+    Async<std::size_t> read(asio::mutable_buffer buffer) override;
+
+private:
+    /** On the pool. 0: it is damaged. */
+    std::size_t readNow(asio::mutable_buffer buffer);
+
+    FileDescriptor file_;
+    std::uint64_t sizeBytes_;
+    std::string sha256_;
+    WorkPool& pool_;
+    std::function<void(bool)> told_;
+    Sha256 digest_;
+    std::uint64_t offset_ = 0;
+};
+
+} // namespace kelvo::content

@@ -1,0 +1,71 @@
+// What is known of the contents on disk: which were read and found right, and which were not.
+#pragma once
+
+#include "service/base/Files.h"
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <cstdint>
+#include <ctime>
+#include <map>
+#include <mutex>
+#include <string>
+
+namespace kelvo::content {
+
+enum class ECondition : std::uint8_t { Unknown, Right, Damaged };
+
+/** Which file it was, and in which state, as far as the file system tells. Whoever writes to it
+ * changes that; a disk that forgets a bit does not. */
+struct FileStamp
+{
+    dev_t device = 0;
+    ino_t node = 0;
+    off_t sizeBytes = 0;
+    std::int64_t modifiedNs = 0;
+    std::int64_t changedNs = 0;
+
+    bool operator==(const FileStamp&) const = default;
+};
+
+/** Throws std::system_error. */
+FileStamp stampOf(int fd);
+
+/** The SHA-256 of a whole file in hexadecimal. Blocks. Throws std::system_error. */
+std::string digestOf(int fd);
+
+/**
+ * Remembers how contents were found, so that not every range costs the reading of the whole. What
+ * was right is looked at again after an hour; what was damaged stays so until the file is another.
+ * Thread safe. Bounded: beyond `capacity` any is forgotten, and read again when needed.
+ */
+class Integrity
+{
+public:
+    ECondition conditionOf(const std::string& sha256, const FileStamp& stamp,
+                           std::int64_t nowMs) const;
+
+    void put(const std::string& sha256, const FileStamp& stamp, ECondition condition,
+             std::int64_t nowMs);
+
+    /** A reply was refused or cut because its content is damaged or missing. */
+    void countDamaged() { ++damagedReads_; }
+    std::uint64_t damagedReads() const { return damagedReads_; }
+
+private:
+    struct Finding
+    {
+        FileStamp stamp;
+        ECondition condition = ECondition::Unknown;
+        std::int64_t foundMs = 0;
+    };
+
+    static constexpr std::size_t capacity = 4096;
+
+    mutable std::mutex mutex_; // guards findings_
+    std::map<std::string, Finding> findings_;
+    std::atomic<std::uint64_t> damagedReads_{0};
+};
+
+} // namespace kelvo::content

@@ -1,0 +1,174 @@
+// What a reply gets of a stored content, and that a wrong one never passes for a right one.
+#include "service/api/ContentBody.h"
+#include "service/base/Digest.h"
+#include "service/http/Problem.h"
+#include "tests/service/support/ApiFixture.h"
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kelvo::api {
+namespace {
+
+using http::ERange;
+
+const std::string small = "a small one";
+const std::string large(1000000, 'x');
+
+class ContentBodies : public test::ApiFixture
+{
+protected:
+    store::File keep(const std::string& text)
+    {
+        const std::string digest = sha256Hex(text);
+        std::filesystem::create_directories(contents.contentPath(digest).parent_path());
+        replaceFile(contents.contentPath(digest), text, 0600);
+        store::File file;
+        file.id = 55;
+        file.sizeBytes = static_cast<long long>(text.size());
+        file.sha256 = digest;
+        return file;
+    }
+
+    /** One byte in the middle, as a disk would: nothing else tells of it. */
+    void flip(const store::File& file)
+    {
+        const FileDescriptor handle = openFile(contents.contentPath(file.sha256), O_RDWR);
+        struct stat before
+        {};
+        ASSERT_EQ(::fstat(handle.get(), &before), 0);
+        ASSERT_EQ(::pwrite(handle.get(), "#", 1, before.st_size / 2), 1);
+        const timespec times[] = {before.st_atim, before.st_mtim};
+        ASSERT_EQ(::futimens(handle.get(), times), 0);
+    }
+
+    /** What the peer gets; shorter than announced when it is cut. */
+    std::string body(const store::File& file, http::RangeChoice range, bool bodiless = false)
+    {
+        http::Response response;
+        loop.run(addContent(context, file, 1, range, bodiless, response));
+        if (!response.source) {
+            return response.body;
+        }
+        announced = response.source->sizeBytes();
+        std::string all;
+        std::string buffer(256 * 1024, '\0');
+        while (!bodiless && all.size() < announced) {
+            const auto wanted = std::min(buffer.size(), announced - all.size());
+            const auto got = loop.run(response.source->read(asio::buffer(buffer.data(), wanted)));
+            if (got == 0) {
+                break;
+            }
+            all.append(buffer, 0, got);
+        }
+        return all;
+    }
+
+    std::string whole(const store::File& file)
+    {
+        return body(file, {ERange::Whole, 0, static_cast<std::uint64_t>(file.sizeBytes)});
+    }
+
+    void refused(const store::File& file, http::RangeChoice range)
+    {
+        const auto before = integrity.damagedReads();
+        try {
+            body(file, range);
+            ADD_FAILURE() << "it was not refused";
+        } catch (const http::Problem& problem) {
+            EXPECT_EQ(problem.kind(), http::EProblem::Internal);
+        }
+        EXPECT_EQ(integrity.damagedReads(), before + 1);
+    }
+
+    std::size_t announced = 0;
+};
+
+TEST_F(ContentBodies, AreWhatWasStored)
+{
+    for (const std::string& text : {small, large, std::string()}) {
+        const store::File file = keep(text);
+        EXPECT_EQ(whole(file), text);
+    }
+    EXPECT_EQ(body(keep(small), {ERange::Part, 2, 5}), small.substr(2, 5));
+    EXPECT_EQ(body(keep(large), {ERange::Part, 2, 5}), "xxxxx");
+    EXPECT_EQ(integrity.damagedReads(), 0U);
+}
+
+TEST_F(ContentBodies, OfASmallDamagedFileAreRefusedBeforeTheyBegin)
+{
+    const store::File file = keep(small);
+    EXPECT_EQ(whole(file), small);
+    flip(file);
+    refused(file, {ERange::Whole, 0, small.size()});
+    refused(file, {ERange::Part, 0, 1});
+}
+
+TEST_F(ContentBodies, OfALargeDamagedFileLackTheirEndAndAreThenRefused)
+{
+    const store::File file = keep(large);
+    flip(file);
+    EXPECT_LT(whole(file).size(), large.size());
+    EXPECT_EQ(announced, large.size());
+    EXPECT_EQ(integrity.damagedReads(), 1U);
+    refused(file, {ERange::Whole, 0, large.size()});
+    refused(file, {ERange::Part, large.size() - 1, 1});
+}
+
+TEST_F(ContentBodies, OfAPartAreRefusedForDamageElsewhere)
+{
+    const store::File file = keep(large);
+    EXPECT_EQ(body(file, {ERange::Part, 0, 3}), "xxx");
+    flip(file); // after it was found right, and with its old time of modification
+    refused(file, {ERange::Part, 0, 3});
+}
+
+TEST_F(ContentBodies, ReadTheWholeForAPartAgainAfterAnHour)
+{
+    const store::File file = keep(large);
+    body(file, {ERange::Part, 0, 3});
+    const auto stamp =
+        content::stampOf(openFile(contents.contentPath(file.sha256), O_RDONLY).get());
+    const auto known = [&] { return integrity.conditionOf(file.sha256, stamp, clock.nowMs()); };
+    EXPECT_EQ(known(), content::ECondition::Right);
+    clock.advance(std::chrono::hours(1));
+    EXPECT_EQ(known(), content::ECondition::Unknown);
+    body(file, {ERange::Part, 0, 3});
+    EXPECT_EQ(known(), content::ECondition::Right);
+}
+
+TEST_F(ContentBodies, OfAMissingOrCutFileAreRefused)
+{
+    for (const std::string& text : {small, large}) {
+        const store::File file = keep(text);
+        const auto path = contents.contentPath(file.sha256);
+        std::filesystem::resize_file(path, text.size() - 1);
+        refused(file, {ERange::Whole, 0, text.size()});
+        std::filesystem::remove(path);
+        refused(file, {ERange::Whole, 0, text.size()});
+    }
+}
+
+TEST_F(ContentBodies, AreGoodAgainOnceTheFileIs)
+{
+    const store::File file = keep(large);
+    flip(file);
+    whole(file);
+    keep(large);
+    EXPECT_EQ(whole(file), large);
+}
+
+TEST_F(ContentBodies, ThatNobodyWantsAreNotRead)
+{
+    const store::File file = keep(large);
+    flip(file);
+    EXPECT_EQ(body(file, {ERange::Whole, 0, large.size()}, true), "");
+    EXPECT_EQ(announced, large.size());
+    EXPECT_EQ(integrity.damagedReads(), 0U);
+}
+
+} // namespace
+} // namespace kelvo::api
