@@ -1,110 +1,99 @@
 """A link between console and service that is held, cut or gone when the test says so."""
 
-import socket
+import asyncio
+import sys
 import threading
+from pathlib import Path
 
-CHUNK = 16 * 1024
+sys.path.insert(0, str(Path(__file__).resolve().parents[3] / "tools/badlink"))
+
+from kelvolink import sockets  # noqa: E402
+from kelvolink.clock import Clock  # noqa: E402
+from kelvolink.proxy import Proxy  # noqa: E402
+from kelvolink.scenario import Rule, Scenario  # noqa: E402
+from kelvolink.values import Span  # noqa: E402
+
+GUARD_SECONDS = 60  # only ends what hangs
 
 
 class Link:
-    """Forwards connections to a service.
+    """Forwards connections to a service; the proxy lives on a thread of its own.
 
-    `hold(n)`: from now on, what comes from the given side stops after n more bytes of a connection, until `release`.
-    `cut(n)`: once, a connection that has carried n bytes from the given side from now on is reset.
+    `hold(side, n)`: from now on, what comes from the given side stops after n more bytes of a connection, until
+    `release`. `cut(side, n)`: once, a connection that has carried n bytes from the given side from now on is reset.
     Holding counts bytes a connection, so the quiet event stream is never held by a few hundred bytes.
     """
 
     def __init__(self, target):
-        host, port = target.rsplit(":", 1)
-        self._target = (host, int(port))
-        self._lock = threading.Condition()  # guards everything below
-        self._allowed = {}  # side: bytes a connection may still carry
-        self._cut_after = {}  # side: bytes until a connection is reset
-        self._carried = {}  # (connection, side): bytes since the last hold or cut
-        self._waiting = 0
-        self._cuts = 0
-        self._sockets = set()
-        self._closed = False
-        self._listener = socket.create_server(("127.0.0.1", 0))
-        self.address = f"127.0.0.1:{self._listener.getsockname()[1]}"
-        threading.Thread(target=self._accept, daemon=True).start()
+        self._done = []  # what the proxy wrote; guarded by the next
+        self._lock = threading.Condition()
+        self._rules = {}  # (what it does, side): the rule in force
+        self._count = 0
+        self._loop = asyncio.new_event_loop()
+        self._thread = threading.Thread(target=self._loop.run_forever, daemon=True)
+        self._thread.start()
+        self._proxy, self.address = self._call(self._open, sockets.endpoint(target))
 
     def hold(self, side, after):
-        with self._lock:
-            self._carried.clear()
-            self._allowed[side] = after
+        self._call(self._set_rule, "stall", side, after)
 
-    def wait_until_held(self, seconds=60):
+    def wait_until_held(self):
         """Until a connection has come to its limit."""
         with self._lock:
-            if not self._lock.wait_for(lambda: self._waiting > 0, seconds):
+            if not self._lock.wait_for(lambda: "stall" in self._done, GUARD_SECONDS):
                 raise AssertionError("nothing came as far as the hold")
 
     def release(self):
-        with self._lock:
-            self._allowed.clear()
-            self._lock.notify_all()
+        self._call(self._release)
 
     def cut(self, side, after):
-        with self._lock:
-            self._carried.clear()
-            self._cut_after[side] = after
+        self._call(self._set_rule, "reset", side, after, 1)
 
     @property
     def cuts(self):
         with self._lock:
-            return self._cuts
+            return self._done.count("reset")
 
     def close(self):
+        asyncio.run_coroutine_threadsafe(self._proxy.close(), self._loop).result(GUARD_SECONDS)
+        self._loop.call_soon_threadsafe(self._loop.stop)
+        self._thread.join()
+        self._loop.close()
+        if self._proxy.failure.done():
+            raise self._proxy.failure.result()
+
+    def write(self, did, **_):
+        """As the proxy's journal, on its thread."""
         with self._lock:
-            self._closed = True
-            self._allowed.clear()
+            self._done.append(did)
             self._lock.notify_all()
-            sockets = list(self._sockets)
-        self._listener.close()
-        for each in sockets:
-            end(each)
 
-    def _accept(self):
-        while True:
-            try:
-                console, _ = self._listener.accept()
-                service = socket.create_connection(self._target)
-            except OSError:
-                return
+    def _call(self, work, *arguments):
+        async def run():
+            return work(*arguments)
+        return asyncio.run_coroutine_threadsafe(run(), self._loop).result(GUARD_SECONDS)
+
+    # On the proxy's thread.
+
+    def _open(self, target):
+        proxy = Proxy(Scenario("link"), 1, target, Clock(), self)
+        return proxy, proxy.open("127.0.0.1", 0)
+
+    def _set_rule(self, what, side, after, times=None):
+        self._drop_rule(what, side)
+        self._count += 1
+        rule = Rule(self._count, what, side, after_bytes=Span(after, after), times=times)
+        self._rules[(what, side)] = rule
+        self._proxy.add_rule(rule)
+
+    def _drop_rule(self, what, side):
+        if what == "stall":
             with self._lock:
-                self._sockets |= {console, service}
-            for side, source, sink in (("up", console, service), ("down", service, console)):
-                threading.Thread(target=self._pump, args=(side, source, sink), daemon=True).start()
+                self._done = [did for did in self._done if did != what]
+        if rule := self._rules.pop((what, side), None):
+            self._proxy.remove_rule(rule)
 
-    def _pump(self, side, source, sink):
-        try:
-            while data := source.recv(CHUNK):
-                self._pass(side, (source, sink), data, sink)
-            sink.shutdown(socket.SHUT_WR)
-        except OSError:
-            end(source)
-            end(sink)
-
-    def _pass(self, side, connection, data, sink):
-        key = (connection, side)
-        with self._lock:
-            self._carried[key] = self._carried.get(key, 0) + len(data)
-            if self._carried[key] > self._cut_after.get(side, float("inf")):
-                del self._cut_after[side]
-                self._cuts += 1
-                raise ConnectionResetError
-            if self._carried[key] > self._allowed.get(side, float("inf")):
-                self._waiting += 1
-                self._lock.notify_all()
-                self._lock.wait_for(lambda: side not in self._allowed or self._closed)
-                self._waiting -= 1
-        sink.sendall(data)
-
-
-def end(connection):
-    try:
-        connection.shutdown(socket.SHUT_RDWR)
-    except OSError:
-        pass
-    connection.close()
+    def _release(self):
+        for side in ("up", "down"):
+            self._drop_rule("stall", side)
+        self._proxy.release()

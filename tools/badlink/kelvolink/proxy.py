@@ -51,7 +51,7 @@ class Proxy:
                 connection.add(deed)
 
     def remove_rule(self, rule):
-        """For connections to come; what it has done already stays."""
+        """It does nothing more; what it has done already stays."""
         self.rules.remove(rule)
 
     def release(self):
@@ -76,6 +76,8 @@ class Proxy:
 
     def allows(self, rule):
         """Whether a rule may do once more what it does; counts it."""
+        if rule not in self.rules:
+            return False
         if rule.times is not None and self._performed[rule.number] >= rule.times:
             return False
         self._performed[rule.number] += 1
