@@ -134,9 +134,7 @@ QString StoredDataFolder(const QString& otherwise)
 bool CheckStoredSettings(const TStoredSettings& settings, QString& errorText)
 {
     if (!settings.service.isEmpty() && !IsServiceAddress(settings.service)) {
-        errorText =
-            TTexts::tr("The service wants a host's name or address, and after a colon its port "
-                       "if it has one of its own.");
+        errorText = TTexts::tr("The service wants HOST or HOST:PORT.");
         return false;
     }
     const QFileInfo authority(settings.authorityFile);

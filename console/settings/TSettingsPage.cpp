@@ -7,6 +7,7 @@
 #include "host/TPushButton.h"
 #include "hostimpl/Theme.h"
 
+#include <QtCore/QRegularExpression>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QScrollArea>
@@ -20,6 +21,8 @@ using console::TStoredSettings;
 
 constexpr QSize buttonSize(170, PROPERTY_WIDGET_HEIGHT);
 constexpr int gap = 4;
+// Not seen; a path or a pattern may go on in the next line there.
+constexpr QChar breakMark(0x200b);
 
 struct TTextRow
 {
@@ -104,7 +107,10 @@ TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(new Q
     }
     auto* const bottom = new QHBoxLayout;
     bottom->setContentsMargins(4 * gap, gap, gap, gap);
-    bottom->addWidget(m_message, 1);
+    // By itself, a text of several lines would make the page so high that all of it scrolls.
+    QScrollArea* const message = MakeScrollArea(m_message);
+    message->setFixedHeight(buttonSize.height());
+    bottom->addWidget(message, 1);
     bottom->addWidget(m_discard);
     bottom->addWidget(m_save);
     auto* const all = new QVBoxLayout(this);
@@ -195,12 +201,14 @@ void TSettingsPage::Save()
 
 void TSettingsPage::SetMessage(const QString& text)
 {
-    m_message->setText(text);
+    static const QRegularExpression partEnd(QStringLiteral("([/:\\[@])(?=\\S)"));
+    QString breakable = text;
+    m_message->setText(breakable.replace(partEnd, QStringLiteral("\\1") + breakMark));
 }
 
 QString TSettingsPage::Message() const
 {
-    return m_message->text();
+    return m_message->text().remove(breakMark);
 }
 
 } // namespace console

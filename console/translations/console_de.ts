@@ -202,10 +202,6 @@
 <context>
     <name>StoredSettings</name>
     <message>
-        <source>The service wants a host&apos;s name or address, and after a colon its port if it has one of its own.</source>
-        <translation>Dienst: Name oder Adresse eines Hosts, nach einem Doppelpunkt der Port, falls abweichend.</translation>
-    </message>
-    <message>
         <source>The service&apos;s certificate %1 cannot be read.</source>
         <translation>Das Zertifikat %1 des Dienstes ist nicht lesbar.</translation>
     </message>
@@ -216,6 +212,10 @@
     <message>
         <source>The data folder %1 cannot be written to.</source>
         <translation>Der Datenordner %1 ist nicht beschreibbar.</translation>
+    </message>
+    <message>
+        <source>The service wants HOST or HOST:PORT.</source>
+        <translation>Der Dienst erfordert HOST oder HOST:PORT.</translation>
     </message>
 </context>
 <context>

@@ -202,10 +202,6 @@
 <context>
     <name>StoredSettings</name>
     <message>
-        <source>The service wants a host&apos;s name or address, and after a colon its port if it has one of its own.</source>
-        <translation>Servicio: nombre o dirección de un host y, tras dos puntos, el puerto si es distinto.</translation>
-    </message>
-    <message>
         <source>The service&apos;s certificate %1 cannot be read.</source>
         <translation>El certificado %1 del servicio no se puede leer.</translation>
     </message>
@@ -216,6 +212,10 @@
     <message>
         <source>The data folder %1 cannot be written to.</source>
         <translation>No se puede escribir en la carpeta de datos %1.</translation>
+    </message>
+    <message>
+        <source>The service wants HOST or HOST:PORT.</source>
+        <translation>El servicio requiere HOST o HOST:PUERTO.</translation>
     </message>
 </context>
 <context>

@@ -202,10 +202,6 @@
 <context>
     <name>StoredSettings</name>
     <message>
-        <source>The service wants a host&apos;s name or address, and after a colon its port if it has one of its own.</source>
-        <translation>Service : nom ou adresse d&apos;un hôte, puis le port après deux-points s&apos;il est différent.</translation>
-    </message>
-    <message>
         <source>The service&apos;s certificate %1 cannot be read.</source>
         <translation>Le certificat %1 du service est illisible.</translation>
     </message>
@@ -216,6 +212,10 @@
     <message>
         <source>The data folder %1 cannot be written to.</source>
         <translation>Impossible d&apos;écrire dans le dossier de données %1.</translation>
+    </message>
+    <message>
+        <source>The service wants HOST or HOST:PORT.</source>
+        <translation>Le service exige HÔTE ou HÔTE:PORT.</translation>
     </message>
 </context>
 <context>
@@ -392,7 +392,7 @@
     </message>
     <message>
         <source>Driver: no data exchange</source>
-        <translation>Conducteur : sans échange de données</translation>
+        <translation>Conducteur : sans échange</translation>
     </message>
     <message>
         <source>Operator: everything</source>

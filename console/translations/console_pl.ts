@@ -202,10 +202,6 @@
 <context>
     <name>StoredSettings</name>
     <message>
-        <source>The service wants a host&apos;s name or address, and after a colon its port if it has one of its own.</source>
-        <translation>Usługa: nazwa lub adres hosta, a po dwukropku port, jeśli jest inny niż zwykle.</translation>
-    </message>
-    <message>
         <source>The service&apos;s certificate %1 cannot be read.</source>
         <translation>Nie można odczytać certyfikatu %1 usługi.</translation>
     </message>
@@ -216,6 +212,10 @@
     <message>
         <source>The data folder %1 cannot be written to.</source>
         <translation>Nie można zapisywać w folderze danych %1.</translation>
+    </message>
+    <message>
+        <source>The service wants HOST or HOST:PORT.</source>
+        <translation>Usługa wymaga HOST lub HOST:PORT.</translation>
     </message>
 </context>
 <context>

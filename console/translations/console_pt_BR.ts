@@ -202,10 +202,6 @@
 <context>
     <name>StoredSettings</name>
     <message>
-        <source>The service wants a host&apos;s name or address, and after a colon its port if it has one of its own.</source>
-        <translation>Serviço: nome ou endereço de um host e, após dois-pontos, a porta se for diferente.</translation>
-    </message>
-    <message>
         <source>The service&apos;s certificate %1 cannot be read.</source>
         <translation>O certificado %1 do serviço não pode ser lido.</translation>
     </message>
@@ -216,6 +212,10 @@
     <message>
         <source>The data folder %1 cannot be written to.</source>
         <translation>Não é possível gravar na pasta de dados %1.</translation>
+    </message>
+    <message>
+        <source>The service wants HOST or HOST:PORT.</source>
+        <translation>O serviço requer HOST ou HOST:PORTA.</translation>
     </message>
 </context>
 <context>
