@@ -1,0 +1,266 @@
+// The console's screens in each language: nothing is cut off on the smallest and the usual display.
+#include "console/settings/Scrolling.h"
+#include "console/settings/TSettingsPage.h"
+#include "console/translations/DrawnTexts.h"
+#include "console/translations/TInLanguage.h"
+#include "console/window/Geometry.h"
+#include "console/window/TIconButton.h"
+#include "console/window/TLauncherBar.h"
+#include "console/window/TLinkBanner.h"
+#include "console/window/TMainWindow.h"
+#include "console/window/TMiniViewDock.h"
+#include "console/window/TSampleSurface.h"
+#include "console/window/TStatusBar.h"
+#include "console/window/TWindowSession.h"
+#include "host/ConfigManager.h"
+#include "host/TMessageDialog.h"
+#include "host/TPropertyWidget.h"
+#include "host/TPushButton.h"
+#include "hostimpl/HostSetup.h"
+#include "hostimpl/Theme.h"
+#include "support/TTestCase.h"
+#include "support/WidgetTestMain.h"
+
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QtTest>
+#include <QtWidgets/QLabel>
+
+#include <memory>
+
+using console::ELinkState;
+
+class TTranslatedScreensTest : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private:
+    static constexpr int firstChoiceRow = 4;
+
+    QTemporaryDir m_folder;
+
+    // A line for each; nothing if all is there.
+    static QString Faults(QWidget& widget)
+    {
+        // A layout that changes may make another one change.
+        for (int pass = 0; pass < 10; ++pass) {
+            QCoreApplication::processEvents();
+        }
+        QStringList faults = CutOffWidgets(widget);
+        const QStringList texts = DrawnTexts(widget);
+        for (const QString& text : texts) {
+            if (text.contains(QChar(0x2026))) {
+                faults << QStringLiteral("elided: ") + text;
+            }
+        }
+        const QList<QLabel*> labels = widget.findChildren<QLabel*>();
+        for (const QLabel* const label : labels) {
+            const int height = label->hasHeightForWidth() ? label->heightForWidth(label->width())
+                                                          : label->sizeHint().height();
+            if (label->isVisible() &&
+                (label->height() < height || label->width() < label->minimumSizeHint().width())) {
+                faults << QStringLiteral("cut: ") + label->text();
+            }
+        }
+        const QList<console::TIconButton*> buttons = widget.findChildren<console::TIconButton*>();
+        for (const console::TIconButton* const button : buttons) {
+            if (button->isVisible() && !texts.contains(button->text())) {
+                faults << QStringLiteral("shortened: ") + button->text();
+            }
+        }
+        return faults.join(QLatin1Char('\n'));
+    }
+
+    // Each with the longest texts of its kind.
+    static QList<console::TPositionState> Positions()
+    {
+        QList<console::TPositionState> positions;
+        console::TPositionState state;
+        for (const console::ESourceState source :
+             {console::ESourceState::eOff, console::ESourceState::eConnecting,
+              console::ESourceState::eEnded}) {
+            state.source = source;
+            positions << state;
+        }
+        state.source = console::ESourceState::eRunning;
+        state.state = console::EPositionState::eLost;
+        state.ageMs = 119'000;
+        positions << state;
+        state.state = console::EPositionState::eFix;
+        state.fix.latitudeDegrees = -52.123456;
+        state.fix.longitudeDegrees = -117.123456;
+        state.ageMs = 1000;
+        for (int quality = 0; quality <= int(console::EFixQuality::eSimulated); ++quality) {
+            state.fix.quality = static_cast<console::EFixQuality>(quality);
+            positions << state;
+        }
+        return positions;
+    }
+
+    // Each with something else that makes no sense.
+    static QList<console::TStoredSettings> Refused(const console::TStoredSettings& good)
+    {
+        QList<console::TStoredSettings> refused{good, good, good, good};
+        const QString path = QStringLiteral("/nowhere/in/a/folder/far/below/all/the/others");
+        refused[0].service = QStringLiteral("//");
+        refused[1].authorityFile = path;
+        refused[2].positionSource = QStringLiteral("stars");
+        refused[3].dataFolder = path.mid(1);
+        return refused;
+    }
+
+    static void AddLanguages()
+    {
+        QTest::addColumn<QString>("code");
+        for (const console::TLanguage& language : console::languages) {
+            QTest::newRow(language.name) << QString::fromLatin1(language.code);
+        }
+    }
+
+    static void AddLanguagesAndSizes()
+    {
+        QTest::addColumn<QString>("code");
+        QTest::addColumn<QSize>("size");
+        for (const console::TLanguage& language : console::languages) {
+            for (const QSize size : {QSize(800, 480), QSize(1280, 800)}) {
+                QTest::addRow("%s %dx%d", language.name, size.width(), size.height())
+                    << QString::fromLatin1(language.code) << size;
+            }
+        }
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QString errorText;
+        QVERIFY2(hostimpl::SetUpHost(m_folder.path(), errorText), qUtf8Printable(errorText));
+        hostimpl::SetTheme(hostimpl::ETheme::eDay);
+    }
+
+    void tellsOfAFailureInFull_data() { AddLanguagesAndSizes(); }
+
+    void tellsOfAFailureInFull()
+    {
+        QFETCH(QString, code);
+        QFETCH(QSize, size);
+        const TInLanguage inLanguage(code);
+        console::TConsoleSettings settings;
+        settings.pluginPath = QStringLiteral("/usr/lib/kelvo/libkelvo.so");
+        console::TStoredSettings stored;
+        stored.dataFolder = m_folder.path();
+        console::TWindowSession session(settings, stored);
+        session.Begin();
+        session.Window()->resize(size);
+        QCOMPARE(Faults(*session.Dialog()), QString());
+        session.Dialog()->CloseWindow();
+        QCOMPARE(Faults(*session.Window()), QString());
+    }
+
+    void showsTheLinkInFull_data() { AddLanguagesAndSizes(); }
+
+    void showsTheLinkInFull()
+    {
+        QFETCH(QString, code);
+        QFETCH(QSize, size);
+        const TInLanguage inLanguage(code);
+        TSampleSurface mini(QStringLiteral("Mini"), QSize(300, 330));
+        console::TMainWindow window;
+        window.resize(size);
+        window.show();
+        for (const bool hasMiniView : {false, true}) {
+            if (hasMiniView) {
+                window.Dock().Add(&mini);
+            }
+            for (const ELinkState state :
+                 {ELinkState::eNone, ELinkState::eLoggedOut, ELinkState::eConnecting,
+                  ELinkState::eUp, ELinkState::eFailed, ELinkState::eLost}) {
+                window.Status().ShowLink(state);
+                window.Banner().Show(state, QString());
+                for (const console::TPositionState& position : Positions()) {
+                    window.Status().ShowPosition(position);
+                    QCOMPARE(Faults(window), QString());
+                }
+            }
+        }
+        window.Launcher().SetNight(true);
+        QCOMPARE(Faults(window), QString());
+        window.Dock().Remove(&mini);
+    }
+
+    void showsTheChoicesInFull_data() { AddLanguages(); }
+
+    // On the smallest display; nobody clicks outside of the one that the tests have.
+    void showsTheChoicesInFull()
+    {
+        QFETCH(QString, code);
+        const TInLanguage inLanguage(code);
+        console::TSettingsPage page;
+        page.resize(800, 480);
+        page.show();
+        QCoreApplication::processEvents();
+        for (int row = firstChoiceRow; row < page.RowCount(); ++row) {
+            console::ScrollTo(page.Row(row));
+            QTest::mouseClick(page.Row(row), Qt::LeftButton);
+            auto* const choices = page.Row(row)->findChild<TPopupWindow*>();
+            QVERIFY(choices != nullptr && choices->isVisible());
+            QCOMPARE(Faults(*choices), QString());
+            choices->CloseWindow();
+        }
+    }
+
+    void coversEverythingWithAWord_data() { AddLanguagesAndSizes(); }
+
+    void coversEverythingWithAWord()
+    {
+        QFETCH(QString, code);
+        QFETCH(QSize, size);
+        const TInLanguage inLanguage(code);
+        console::TMainWindow window;
+        window.resize(size);
+        window.show();
+        window.ShowEnding();
+        const QString word = QCoreApplication::translate("console::TMainWindow", "Ending...");
+        QVERIFY(DrawnTexts(window).contains(word));
+        const auto* const cover = window.findChild<QLabel*>(QString(), Qt::FindDirectChildrenOnly);
+        QCOMPARE(cover->text(), word);
+        QCOMPARE(cover->size(), size);
+        QVERIFY(cover->minimumSizeHint().width() <= size.width());
+    }
+
+    void showsTheSettingsInFull_data() { AddLanguagesAndSizes(); }
+
+    void showsTheSettingsInFull()
+    {
+        QFETCH(QString, code);
+        QFETCH(QSize, size);
+        const TInLanguage inLanguage(code);
+        console::TSettingsPage page;
+        console::TStoredSettings settings;
+        settings.dataFolder = m_folder.path();
+        settings.language = code;
+        console::TMainWindow window;
+        window.AddPage(&page, QCoreApplication::translate("console::TWindowSession", "Settings"));
+        window.ShowPage(&page);
+        window.resize(size);
+        window.show();
+        for (const bool isOn : {false, true}) {
+            settings.isNight = settings.isFullScreen = settings.isDataExchangeAllowed = isOn;
+            page.Show(settings);
+            page.SetMessage(QCoreApplication::translate(
+                "console::TWindowSession",
+                "Kept. It applies from the next start of the console on."));
+            QCOMPARE(Faults(window), QString());
+        }
+        for (const console::TStoredSettings& refused : Refused(settings)) {
+            QString errorText;
+            QVERIFY(!console::CheckStoredSettings(refused, errorText));
+            page.SetMessage(errorText);
+            QCOMPARE(page.Message(), errorText);
+            QCOMPARE(Faults(window), QString());
+            QVERIFY(!page.SaveButton()->visibleRegion().isEmpty());
+        }
+        window.RemovePage(&page);
+    }
+};
+
+KELVO_WIDGET_TEST_MAIN(TTranslatedScreensTest)
+#include "tst_TranslatedScreens.moc"
