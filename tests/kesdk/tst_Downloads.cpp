@@ -106,12 +106,26 @@ TEST_F(DownloadsTest, RefusesAnotherRangeThanItAskedFor)
     ExpectNothing(Fetch(file), EErrorCode::eDamaged);
 }
 
-TEST_F(DownloadsTest, GivesUpWhenNothingAdvances)
+TEST_F(DownloadsTest, GivesUpWhenNothingGotThroughForFiveMinutes)
 {
     const FileRecord file = Record();
+    service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 10));
     for (int i = 0; i < 50; ++i)
         service.FailNext(Drop("GET /v1/resources/"));
-    ExpectNothing(Fetch(file), EErrorCode::eDropped);
+    const Clock::Time begin = time->Now();
+    ExpectNothing(Fetch(file), EErrorCode::eNoProgress);
+    EXPECT_GE(time->Now() - begin, std::chrono::minutes(5));
+    EXPECT_LT(time->Now() - begin, std::chrono::minutes(5) + std::chrono::seconds(8));
+}
+
+TEST_F(DownloadsTest, GivesUpWhatOnlyComesAgainAndAgain)
+{
+    const FileRecord file = Record();
+    const std::string half = kContent.substr(0, 20);
+    service.onRequest = [&](const std::string&) {
+        service.FailNext(Answer("GET /v1/resources/", test::Reply(200, half)));
+    };
+    ExpectNothing(Fetch(file), EErrorCode::eNoProgress);
 }
 
 TEST_F(DownloadsTest, KeepsNothingThatIsDamaged)

@@ -116,6 +116,12 @@ std::int64_t LinkProxy::BytesToService() const
     return m_bytesToService;
 }
 
+std::int64_t LinkProxy::BytesFromService() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_bytesFromService;
+}
+
 void LinkProxy::Accept()
 {
     for (;;) {
@@ -186,8 +192,7 @@ bool LinkProxy::Pass(int from, int to, Link& link, std::int64_t& passed)
     passed += part;
     const bool isSent = SendAll(to, bytes.data(), static_cast<std::size_t>(part));
     const std::lock_guard lock(m_mutex);
-    if (to == link.service)
-        m_bytesToService += part;
+    (to == link.service ? m_bytesToService : m_bytesFromService) += part;
     if (part < got)
         ++m_cuts;
     return isSent && part == got;

@@ -30,6 +30,7 @@ public:
     int ConnectionCount() const;
     int CutCount() const;
     std::int64_t BytesToService() const;
+    std::int64_t BytesFromService() const;
 
 private:
     struct Link
@@ -58,6 +59,7 @@ private:
     int m_cutNext = 0;
     std::int64_t m_cutAfterBytes = 0;
     std::int64_t m_bytesToService = 0;
+    std::int64_t m_bytesFromService = 0;
     std::thread m_thread;
 };
 

@@ -9,6 +9,7 @@
 
 #include <stdlib.h>
 
+#include <filesystem>
 #include <memory>
 
 namespace kesdk::test {
@@ -31,20 +32,31 @@ protected:
     BadLink()
     {
         ::setenv("KESDK_CA_FILE", SharedService().AuthorityFile().c_str(), 1);
-        const std::string url = "https://127.0.0.1:" + std::to_string(link.Port()) + "/kelvo-api";
-        api::IEnterpriseConnection* made = nullptr;
-        EXPECT_TRUE(api::CreateKESDKInstance(&made, url.c_str()));
-        connection.reset(made);
-        connection->Subscribe(&listener);
-        EXPECT_TRUE(connection->Login(farm.UserName(), RealFarm::kPassword, nullptr, 0));
-        EXPECT_TRUE(listener.WaitForState(api::eLoginSuccessful));
+        ::setenv("KESDK_STATE_FOLDER", state.Path("sdk").c_str(), 1);
+        Connect();
     }
     ~BadLink() override
     {
         if (connection)
             connection->Unsubscribe(&listener);
+        ::unsetenv("KESDK_STATE_FOLDER");
     }
 
+    // As a console does when it has started.
+    void Connect()
+    {
+        const std::string url = "https://127.0.0.1:" + std::to_string(link.Port()) + "/kelvo-api";
+        api::IEnterpriseConnection* made = nullptr;
+        EXPECT_TRUE(api::CreateKESDKInstance(&made, url.c_str()));
+        if (connection)
+            connection->Unsubscribe(&listener);
+        connection.reset(made);
+        connection->Subscribe(&listener);
+        const std::size_t before = listener.States().size();
+        EXPECT_TRUE(connection->Login(farm.UserName(), RealFarm::kPassword, nullptr, 0));
+        EXPECT_TRUE(listener.WaitForStates(before + 2)); // in progress, and its end
+        EXPECT_EQ(listener.States().back(), api::eLoginSuccessful);
+    }
     // The user's inbox in "From Console". Afterwards the requests have a new connection to make.
     std::int64_t MakeInbox()
     {
@@ -72,6 +84,7 @@ protected:
     RealFarm farm;
     LinkProxy link{SharedService().Port()};
     TempFolder folder;
+    TempFolder state;
     RecordingListener listener;
     std::unique_ptr<api::IEnterpriseConnection> connection;
 };
@@ -98,6 +111,43 @@ TEST_F(BadLink, AnUploadGoesOnBehindTheLastByteThatArrived)
     EXPECT_GE(link.CutCount(), 2);
     // Sent from the start each time, it would be the size and 1.2 MB for each cut on top.
     EXPECT_LT(link.BytesToService() - before, static_cast<std::int64_t>(kSizeBytes) + 1'200'000);
+}
+
+TEST_F(BadLink, AnUploadGoesOnInAConsoleThatWasRestarted)
+{
+    const std::int64_t inbox = MakeInbox();
+    const std::int64_t before = link.BytesToService();
+    connection->SetAbortCheck([&] { return link.BytesToService() - before > 1'500'000; });
+    link.CutNext(16, 1'000'000); // so that the upload's address is known
+    ASSERT_FALSE(Upload(inbox));
+    Connect();
+    ASSERT_TRUE(connection->Upload(folder.WidePath("job.zip").c_str(),
+                                   {static_cast<std::uint64_t>(inbox)}));
+    const auto listed = connection->GetResourceWithContent(inbox);
+    ASSERT_EQ(listed.content.size(), 1u);
+    EXPECT_EQ(farm.Content(listed.content.front().id), Content());
+    EXPECT_LT(link.BytesToService() - before, static_cast<std::int64_t>(kSizeBytes) + 1'200'000);
+    EXPECT_TRUE(std::filesystem::is_empty(state.Path("sdk")));
+}
+
+TEST_F(BadLink, ADownloadGoesOnInAConsoleThatWasRestarted)
+{
+    const std::int64_t inbox = MakeInbox();
+    const std::int64_t file = farm.PutFile(inbox, L"map.zip", Content());
+    ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
+    const std::string part = folder.Path("map.zip.part");
+    connection->SetAbortCheck([&] {
+        std::error_code none;
+        return std::filesystem::file_size(part, none) > 1'000'000 && !none;
+    });
+    ASSERT_FALSE(connection->Download(file, folder.WidePath("map.zip").c_str()));
+    ASSERT_GT(std::filesystem::file_size(part), 1'000'000u);
+    const std::int64_t before = link.BytesFromService();
+    Connect();
+    ASSERT_TRUE(connection->Download(file, folder.WidePath("map.zip").c_str()));
+    EXPECT_EQ(folder.Read("map.zip"), Content());
+    EXPECT_EQ(folder.EntryCount(), 1u);
+    EXPECT_LT(link.BytesFromService() - before, static_cast<std::int64_t>(kSizeBytes) - 800'000);
 }
 
 TEST_F(BadLink, ADownloadGoesOnBehindTheLastByteThatArrived)

@@ -108,6 +108,12 @@ void FakeService::RemoveFile(std::int64_t fileId)
     Tell("file-removed", m_files[fileId].inbox, FileJson(fileId));
 }
 
+void FakeService::ForgetUploads()
+{
+    const std::lock_guard lock(m_mutex);
+    m_uploads.clear();
+}
+
 void FakeService::CorruptNextCommit()
 {
     const std::lock_guard lock(m_mutex);
@@ -194,6 +200,8 @@ FakeService::Outcome FakeService::Handle(const Request& request, const impl::Abo
         return Drop(impl::EErrorCode::eAborted);
     SentRequest sent{request, {}};
     std::optional<Fault> fault;
+    if (onRequest)
+        onRequest(sent.Line());
     {
         const std::lock_guard lock(m_mutex);
         if (!m_isOnline)
@@ -245,6 +253,8 @@ HttpResponse FakeService::Answer(const SentRequest& sent, bool isWhole)
         return Account(user);
     if (line == "POST /v1/uploads")
         return BeginUpload(sent, isWhole);
+    if (StartsWith(line, "HEAD /v1/uploads/"))
+        return LookAtUpload(sent.request.target.substr(12));
     if (StartsWith(line, "PATCH /v1/uploads/"))
         return ContinueUpload(sent, sent.request.target.substr(12), isWhole);
     if (StartsWith(line, "POST /v1/projects/"))

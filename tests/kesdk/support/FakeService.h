@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -51,6 +52,8 @@ public:
     // Where no event tells of it: the stream has lost it for good.
     std::int64_t AddFileSilently(std::int64_t inboxId, const std::string& name,
                                  const std::string& content);
+    // As if all of them had expired.
+    void ForgetUploads();
     // Changes what an upload or download gives without changing what is said of it.
     void CorruptNextCommit();
     void Corrupt(std::int64_t fileId);
@@ -63,6 +66,8 @@ public:
     void SetOnline(bool isOnline);
 
     void FailNext(Fault fault);
+    // Called with each request's line, on the thread that sends it. Set before anything is sent.
+    std::function<void(const std::string&)> onRequest;
     std::vector<SentRequest> Requests() const;
     int Count(const std::string& lineStart) const;
     std::string Content(std::int64_t fileId) const;
@@ -113,6 +118,7 @@ private:
     impl::HttpResponse GetContent(const SentRequest& sent, std::int64_t id) const;
     impl::HttpResponse DeleteFile(const SentRequest& sent, std::int64_t id);
     impl::HttpResponse BeginUpload(const SentRequest& sent, bool isWhole);
+    impl::HttpResponse LookAtUpload(const std::string& id);
     impl::HttpResponse ContinueUpload(const SentRequest& sent, const std::string& id, bool isWhole);
     impl::HttpResponse UploadStand(int status, const std::string& id);
     bool IsResultStillThere(const Upload& upload) const;
@@ -132,6 +138,7 @@ private:
     std::map<std::int64_t, Inbox> m_inboxes;
     std::map<std::int64_t, File> m_files;
     std::map<std::string, Upload> m_uploads;
+    int m_uploadCount = 0;
     std::map<std::string, std::int64_t> m_tokens;
     std::vector<std::string> m_events; // event n has id m_firstEvent + n
     std::int64_t m_firstEvent = 1;

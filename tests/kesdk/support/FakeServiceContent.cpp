@@ -198,10 +198,19 @@ HttpResponse FakeService::BeginUpload(const SentRequest& sent, bool isWhole)
         if (m_inboxes.count(std::stoll(target)) == 0)
             return Problem(404, "not-found");
     }
-    const std::string id = "u" + std::to_string(m_uploads.size() + 1);
+    const std::string id = "u" + std::to_string(++m_uploadCount);
     m_uploads[id] = {key, metadata, length, sent.content, {}};
     static_cast<void>(isWhole);
     return UploadStand(201, id);
+}
+
+HttpResponse FakeService::LookAtUpload(const std::string& id)
+{
+    if (m_uploads.count(id) == 0)
+        return Reply(404);
+    HttpResponse stand = UploadStand(200, id);
+    stand.headers.erase(stand.headers.begin()); // its address
+    return stand;
 }
 
 HttpResponse FakeService::ContinueUpload(const SentRequest& sent, const std::string& id, bool)

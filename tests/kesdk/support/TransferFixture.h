@@ -42,6 +42,12 @@ protected:
         return fault;
     }
 
+    // The console ends once so many requests of the kind have come.
+    void StopBehind(const std::string& line, int count)
+    {
+        call.abort = [this, line, count] { return service.Count(line) >= count; };
+    }
+
     FakeService service;
     const std::int64_t user = service.AddUser("olga", "correct horse");
     const std::int64_t inbox = service.AddInbox(user, "From Console");

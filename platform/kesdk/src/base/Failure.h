@@ -29,6 +29,9 @@ enum class EErrorCode : std::int32_t {
     eCertificateNotYetValid = 18,
     eWrongHostName = 19,
     eTls = 20,
+    eNoProgress = 21,
+    eClockWrong = 22,
+    eCaptivePortal = 23,
     // Of the service's answer
     eBadReply = 30,
     eInvalidCredentials = 31,

@@ -15,6 +15,8 @@ namespace kesdk::impl {
 struct ApiCall
 {
     std::string token; // of the session; empty only for a login
+    // The service and the account, for what outlives the session; empty: nothing does.
+    std::string account;
     AbortCheck abort;
     RetryPolicy policy;
     HttpLimits limits;
@@ -60,6 +62,8 @@ public:
     // Begins an upload, or asks where one with this key stands: then `content` must be null.
     Result<UploadRecord> BeginUpload(const ApiCall& call, const NewUpload& upload,
                                      BodySource* content);
+    // Where the upload at this address stands, without its result.
+    Result<UploadRecord> AskUpload(const ApiCall& call, const std::string& location);
     Result<UploadRecord> ContinueUpload(const ApiCall& call, const std::string& location,
                                         std::int64_t offsetBytes, BodySource& content);
 

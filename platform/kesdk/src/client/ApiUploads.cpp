@@ -113,6 +113,11 @@ Result<UploadRecord> ApiClient::BeginUpload(const ApiCall& call, const NewUpload
     return ReadUpload(Perform(call, std::move(request)));
 }
 
+Result<UploadRecord> ApiClient::AskUpload(const ApiCall& call, const std::string& location)
+{
+    return ReadUpload(Perform(call, UploadRequest("HEAD", location)));
+}
+
 Result<UploadRecord> ApiClient::ContinueUpload(const ApiCall& call, const std::string& location,
                                                std::int64_t offsetBytes, BodySource& content)
 {

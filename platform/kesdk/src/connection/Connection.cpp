@@ -29,11 +29,12 @@ Connection::CryptoOfTheThread::~CryptoOfTheThread()
     OPENSSL_thread_stop();
 }
 
-Connection::Connection(Lines lines)
-    : m_requestLine(std::move(lines.requests)),
+Connection::Connection(Lines lines, Lasting lasting)
+    : m_service(std::move(lasting.service)),
+      m_requestLine(std::move(lines.requests)),
       m_sessionLine(std::move(lines.session)),
       m_positionLine(std::move(lines.positions)),
-      m_uploads(m_requestLine.Api()),
+      m_uploads(m_requestLine.Api(), std::move(lasting.journalFolder)),
       m_downloads(m_requestLine.Api()),
       m_session({m_sessionLine.Api(), m_state, m_snapshot, m_dispatcher,
                  [this](const Failure& failure) { TakeLoginFailure(failure); }}),
@@ -118,12 +119,20 @@ std::optional<Connection::Operation> Connection::Begin(EKind kind, std::wstring 
     }
     Operation operation{session.id, {}, std::move(subject)};
     operation.call.token = session.token;
+    operation.call.account = Account();
     operation.call.abort = m_abort;
     if (kind != EKind::eTransfer) {
         operation.call.policy = kind == EKind::eSmall ? kSmallPolicy : kChangePolicy;
         operation.call.limits.total = kTryLimit;
     }
     return operation;
+}
+
+// Empty as long as it is not known.
+std::string Connection::Account() const
+{
+    const std::int64_t user = m_snapshot.User().id;
+    return m_service.empty() || user == 0 ? std::string() : m_service + '\n' + std::to_string(user);
 }
 
 bool Connection::End(const Operation& operation, const Failure& failure)

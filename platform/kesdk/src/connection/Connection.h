@@ -16,6 +16,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace kesdk::impl {
 
@@ -34,7 +35,15 @@ public:
         ApiLine::Parts positions;
     };
 
-    explicit Connection(Lines lines);
+    // What outlives the connection.
+    struct Lasting
+    {
+        std::string service;       // where it is
+        std::string journalFolder; // for uploads that go on after a restart; empty: none do
+    };
+
+    explicit Connection(Lines lines) : Connection(std::move(lines), Lasting()) {}
+    Connection(Lines lines, Lasting lasting);
 
     bool Login(const std::wstring& userName, const std::wstring& password, const void* reserved,
                std::uint32_t reservedFlags) override;
@@ -79,6 +88,7 @@ private:
     bool End(const Operation& operation, const Failure& failure);
     bool Refuse(const Failure& failure, const std::wstring& subject);
     void Publish(const ResourceChanges& changes);
+    std::string Account() const;
     void EndSession(std::int32_t sessionId);
     void TakeLoginFailure(const Failure& failure);
     Result<FileRecord> FindFile(const Operation& operation, std::int64_t fileId);
@@ -100,6 +110,7 @@ private:
     };
     CryptoOfTheThread m_crypto;
 
+    const std::string m_service;
     AbortCheck m_abort;
     ReportPatience m_devicePatience;
     xal_list<api::CErrorMsg> m_errors;

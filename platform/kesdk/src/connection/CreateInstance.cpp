@@ -58,6 +58,23 @@ ApiLine::Parts MakeLine(const std::string& baseUrl, const std::shared_ptr<const 
             std::make_unique<SystemSleeper>(), std::make_unique<SystemJitter>()};
 }
 
+std::string FromEnvironment(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+// KESDK_STATE_FOLDER, or a folder of the library's own where the console's programs keep such
+// things. Without either nothing is kept.
+std::string JournalFolder()
+{
+    const std::string given = FromEnvironment("KESDK_STATE_FOLDER");
+    const std::string shared = FromEnvironment("XDG_STATE_HOME");
+    if (!given.empty() || shared.empty() || shared.front() != '/')
+        return given;
+    return shared + "/kesdk";
+}
+
 } // namespace
 
 } // namespace kesdk::impl
@@ -74,11 +91,10 @@ bool CreateKESDKInstance(IEnterpriseConnection** out, const char* url)
     if (!baseUrl)
         return false;
     try {
-        const char* extraAuthorities = std::getenv("KESDK_CA_FILE");
-        const auto trust =
-            std::make_shared<const TrustStore>(extraAuthorities ? extraAuthorities : "");
+        const auto trust = std::make_shared<const TrustStore>(FromEnvironment("KESDK_CA_FILE"));
         *out = new Connection(
-            {MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust)});
+            {MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust)},
+            {*baseUrl, JournalFolder()});
     } catch (const std::exception&) { // no memory, or no thread to be had
         return false;
     }

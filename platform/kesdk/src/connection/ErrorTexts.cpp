@@ -50,6 +50,13 @@ constexpr TextRow kTexts[] = {
     {EErrorCode::eTls, L"No secure connection to the service could be made.",
      L"Try again later. If it stays so, ask your dealer."},
 
+    {EErrorCode::eNoProgress, L"No data got through for 5 minutes.",
+     L"The mobile signal may be weak. Try again where it is better."},
+    {EErrorCode::eClockWrong, L"The console's date and time are wrong.",
+     L"Set the console's date and time, then try again."},
+    {EErrorCode::eCaptivePortal, L"This network shows a page of its own instead of the service.",
+     L"Log in to the network first, or use another one, then try again."},
+
     {EErrorCode::eBadReply, L"The console did not understand the service's answer.",
      L"Try again later. If it stays so, the console may need an update."},
     {EErrorCode::eInvalidCredentials, L"The user name or the password is wrong.",
@@ -147,7 +154,8 @@ api::CErrorMsg Describe(const Failure& failure, const std::wstring& subject)
     message.text3 = EscapeHtml(ToWide(failure.detail));
     message.code = static_cast<std::int32_t>(failure.code);
     message.httpStatus = failure.httpStatus;
-    message.severity = MayPass(failure) ? 1 : 0;
+    const bool mayPass = MayPass(failure) || failure.Is(EErrorCode::eNoProgress);
+    message.severity = mayPass ? 1 : 0;
     return message;
 }
 

@@ -1,6 +1,7 @@
 // Fetches files from the service.
 #include "transfer/Downloads.h"
 
+#include "client/Problems.h"
 #include "transfer/TransferPolicy.h"
 
 #include <string_view>
@@ -17,15 +18,24 @@ bool IsUsableServiceName(const std::wstring& name)
            name.find_first_of(kForbidden) == std::wstring::npos;
 }
 
+// How far a download ever was. Bytes that come once more are no progress.
+struct Progress
+{
+    Patience patience;
+    std::int64_t mostBytes;
+};
+
 // Puts the content behind what is already there.
 class PartSink : public BodySink
 {
 public:
-    PartSink(PartFile& part, const FileRecord& file) : m_part(part), m_file(file) {}
+    PartSink(PartFile& part, const FileRecord& file, Progress& progress, const RetryingClient& time)
+        : m_part(part), m_file(file), m_progress(progress), m_time(time)
+    {}
 
     bool Accept(const HttpResponse& head) override
     {
-        if (!head.IsSuccess())
+        if (!head.IsSuccess() || FailureOf(head).IsSet())
             return false;
         if (head.status == 206)
             m_fits = IsFromHere(head.Header("Content-Range"));
@@ -38,7 +48,13 @@ public:
     {
         m_fits =
             m_fits && m_part.SizeBytes() + static_cast<std::int64_t>(sizeBytes) <= m_file.sizeBytes;
-        return m_fits && m_part.Write(bytes, sizeBytes);
+        if (!m_fits || !m_part.Write(bytes, sizeBytes))
+            return false;
+        if (m_part.SizeBytes() > m_progress.mostBytes) {
+            m_progress.mostBytes = m_part.SizeBytes();
+            m_progress.patience.SeeProgress(m_time.Now());
+        }
+        return true;
     }
 
     Failure OwnFailure() const
@@ -57,6 +73,8 @@ private:
 
     PartFile& m_part;
     const FileRecord& m_file;
+    Progress& m_progress;
+    const RetryingClient& m_time;
     bool m_fits = true;
 };
 
@@ -74,45 +92,63 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
     if (!IsUsableServiceName(file.name))
         return Failure(EErrorCode::eUnusableServiceName, "the service's name for the file");
     PartFile part;
-    Failure failure = part.Create(localPath, file.sizeBytes);
+    const PartOrigin origin{call.account, file.id, file.etag, file.sizeBytes, file.sha256Hex};
+    Failure failure = part.Open(localPath, origin, call.abort);
     if (!failure.IsSet())
-        failure = FetchContent(call, file, part);
-    if (failure.IsSet())
+        failure = FetchWhole(call, file, part);
+    if (failure.IsSet()) {
+        if (MayGoOnLater(failure))
+            part.Keep();
         return failure;
-    const Result<Sha256::Digest> digest = part.Finish();
-    if (!digest)
-        return digest.failure;
-    if (ToHex(digest.value) != file.sha256Hex)
-        return Failure(EErrorCode::eDamaged, "SHA-256 differs");
+    }
     return part.Commit();
+}
+
+Failure Downloads::FetchWhole(const ApiCall& call, const FileRecord& file, PartFile& part)
+{
+    for (;;) {
+        if (Failure failure = FetchContent(call, file, part); failure.IsSet())
+            return failure;
+        const Result<Sha256::Digest> digest = part.Finish();
+        if (!digest)
+            return digest.failure;
+        if (ToHex(digest.value) == file.sha256Hex)
+            return {};
+        // What an earlier run left may not have reached the disk whole.
+        if (!part.IsResumed())
+            return Failure(EErrorCode::eDamaged, "SHA-256 differs");
+        if (!part.Restart())
+            return part.WriteFailure();
+    }
 }
 
 Failure Downloads::FetchContent(const ApiCall& call, const FileRecord& file, PartFile& part)
 {
     ApiCall once = call;
     once.policy.attempts = 1; // repeating is done here, where the offset is known
+    Progress progress{Patience(m_api.Http().Now()), part.SizeBytes()};
     int fruitless = 0;
-    for (;;) {
-        const std::int64_t before = part.SizeBytes();
-        PartSink sink(part, file);
+    while (part.SizeBytes() < file.sizeBytes || file.sizeBytes == 0) {
+        const std::int64_t before = progress.mostBytes;
+        PartSink sink(part, file, progress, m_api.Http());
         const Result<HttpResponse> reply =
-            m_api.GetContent(once, {file.id, file.etag, before}, sink);
+            m_api.GetContent(once, {file.id, file.etag, part.SizeBytes()}, sink);
         if (sink.OwnFailure().IsSet())
             return sink.OwnFailure();
         // With the last byte there, it is no matter how the connection ended: the digest decides.
-        const bool hasGrown = part.SizeBytes() > before;
+        const bool hasGrown = progress.mostBytes > before;
         if ((reply || hasGrown) && part.SizeBytes() == file.sizeBytes)
-            return {};
+            break;
         Failure failure = reply.failure;
         if (reply)
             failure = Failure(EErrorCode::eDropped, "the content ended early");
-        if (hasGrown)
-            fruitless = 0;
-        if (!IsWorthWaiting(failure, ++fruitless))
-            return AsFileGone(failure);
+        if (Failure end = progress.patience.Judge(failure, m_api.Http().Now()); end.IsSet())
+            return AsFileGone(end);
+        fruitless = hasGrown ? 1 : fruitless + 1;
         if (!m_api.Http().Pause(kTransferPolicy, fruitless, failure.retryAfter, once.abort))
             return Failure(EErrorCode::eAborted);
     }
+    return {};
 }
 
 } // namespace kesdk::impl

@@ -8,8 +8,9 @@
 
 namespace kesdk::impl {
 
-// One download at a time; resumed within the call, behind the last byte that arrived, when the link
-// drops.
+// One download at a time; resumed behind the last byte that arrived when the link drops. A large
+// one that was given up for the link's sake, or for the console's end, is gone on with by a later
+// call, also after a restart.
 // Errors: as Failure; then nothing new stands under the path. Retry: safe.
 class Downloads
 {
@@ -21,6 +22,7 @@ public:
     Failure Fetch(const ApiCall& call, const FileRecord& file, const std::string& localPath);
 
 private:
+    Failure FetchWhole(const ApiCall& call, const FileRecord& file, PartFile& part);
     Failure FetchContent(const ApiCall& call, const FileRecord& file, PartFile& part);
 
     ApiClient& m_api;

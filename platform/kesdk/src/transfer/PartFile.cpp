@@ -1,6 +1,8 @@
 // A file that is being downloaded.
 #include "transfer/PartFile.h"
 
+#include "transfer/JournalFile.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -9,7 +11,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <string_view>
+#include <utility>
 
 namespace kesdk::impl {
 
@@ -18,7 +20,8 @@ namespace {
 constexpr std::size_t kBufferBytes = std::size_t{256} * 1024;
 // The disk is told to begin writing after so much, so that the sync at the end has little left.
 constexpr std::int64_t kWriteBehindBytes = std::int64_t{8} * 1024 * 1024;
-constexpr std::string_view kSuffix = ".part";
+// A smaller part is fetched again rather than gone on with.
+constexpr std::int64_t kWorthKeepingBytes = std::int64_t{64} * 1024;
 
 Failure FailureOf(const char* what, int error)
 {
@@ -39,18 +42,6 @@ std::size_t LongestName(const std::string& folder)
     return most > 0 ? static_cast<std::size_t>(most) : NAME_MAX;
 }
 
-// Shortened, at the end of a character, where the suffix would not fit behind the name.
-std::string PartNameOf(std::string name, std::size_t longest)
-{
-    if (name.size() + kSuffix.size() > longest) {
-        std::size_t end = longest - kSuffix.size();
-        while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0u) == 0x80u)
-            --end;
-        name.resize(end);
-    }
-    return name + std::string(kSuffix);
-}
-
 Failure CheckName(const std::string& name, std::size_t longest)
 {
     if (name.empty() || name == "." || name == "..")
@@ -65,11 +56,12 @@ Failure CheckName(const std::string& name, std::size_t longest)
 PartFile::~PartFile()
 {
     m_file.Close();
-    if (!m_partPath.empty() && !m_isCommitted)
-        ::unlink(m_partPath.c_str());
+    if (!m_isLeft)
+        Remove();
 }
 
-Failure PartFile::Create(const std::string& finalPath, std::int64_t expectedBytes)
+Failure PartFile::Open(const std::string& finalPath, const PartOrigin& origin,
+                       const AbortCheck& abort)
 {
     const std::string folder = FolderOf(finalPath);
     const std::string name = finalPath.substr(finalPath.rfind('/') + 1);
@@ -79,19 +71,82 @@ Failure PartFile::Create(const std::string& finalPath, std::int64_t expectedByte
     struct stat existing = {};
     if (::stat(finalPath.c_str(), &existing) == 0 && !S_ISREG(existing.st_mode))
         return Failure(EErrorCode::eUnusableFileName, "something else bears that name");
-    const std::string partPath = (folder == "." ? "" : folder) + PartNameOf(name, longest);
-    // A link under that name must not lead elsewhere: what an earlier run left goes first.
-    ::unlink(partPath.c_str());
-    m_file = FileHandle(
-        ::open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
-    if (!m_file.IsOpen())
-        return FailureOf("create", errno);
     m_finalPath = finalPath;
-    m_partPath = partPath;
+    m_paths = PartPathsOf(folder == "." ? "" : folder, name, longest);
     m_buffer.reserve(kBufferBytes);
-    if (expectedBytes > 0 &&
-        ::fallocate(m_file.Get(), FALLOC_FL_KEEP_SIZE, 0,
-                    static_cast<off_t>(expectedBytes)) != 0 &&
+    RemoveStaleParts(folder);
+    if (Resume(origin, abort))
+        return Claim(origin.sizeBytes);
+    return m_isLeft ? Failure(EErrorCode::eAborted) : Create(origin);
+}
+
+void PartFile::Remove()
+{
+    if (m_paths.part.empty())
+        return;
+    ::unlink(m_paths.part.c_str());
+    RemoveJournal(m_paths.journal);
+}
+
+// Reads what is there once, for the digest of the whole.
+bool PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
+{
+    if (!IsPartOf(m_paths.journal, origin))
+        return false;
+    FileHandle file(::open(m_paths.part.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    struct stat found = {};
+    if (!file.IsOpen() || ::fstat(file.Get(), &found) != 0 || !S_ISREG(found.st_mode) ||
+        found.st_nlink != 1 || found.st_size > origin.sizeBytes)
+        return false;
+    std::vector<char> piece(kBufferBytes);
+    std::int64_t hashed = 0;
+    while (hashed < found.st_size) {
+        if (IsAborted(abort)) {
+            m_isLeft = true; // for another time
+            return false;
+        }
+        const ssize_t got =
+            ::pread(file.Get(), piece.data(), piece.size(), static_cast<off_t>(hashed));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            break;
+        m_hash.Update(piece.data(), static_cast<std::size_t>(got));
+        hashed += got;
+    }
+    if (hashed != found.st_size) {
+        m_hash.Reset();
+        return false;
+    }
+    m_hasJournal = true;
+    m_file = std::move(file);
+    m_sizeBytes = m_flushedBytes = hashed;
+    m_isResumed = hashed > 0;
+    return true;
+}
+
+Failure PartFile::Create(const PartOrigin& origin)
+{
+    // A link under that name must not lead elsewhere: what an earlier run left goes first.
+    Remove();
+    m_file = FileHandle(
+        ::open(m_paths.part.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
+    if (!m_file.IsOpen()) {
+        const int error = errno;
+        m_paths = {};
+        return FailureOf("create", error);
+    }
+    if (Failure failure = Claim(origin.sizeBytes); failure.IsSet())
+        return failure;
+    m_hasJournal = !origin.account.empty() && origin.sizeBytes >= kWorthKeepingBytes &&
+                   WritePartJournal(m_paths.journal, origin);
+    return {};
+}
+
+Failure PartFile::Claim(std::int64_t sizeBytes)
+{
+    if (sizeBytes > 0 &&
+        ::fallocate(m_file.Get(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(sizeBytes)) != 0 &&
         (errno == ENOSPC || errno == EDQUOT || errno == EFBIG)) // else: it cannot be claimed here
         return FailureOf("reserve", errno);
     return {};
@@ -116,6 +171,7 @@ bool PartFile::Restart()
     m_buffer.clear();
     m_sizeBytes = 0;
     m_flushedBytes = 0;
+    m_isResumed = false;
     m_hash.Reset();
     return ::ftruncate(m_file.Get(), 0) == 0 || Fail("truncate");
 }
@@ -127,14 +183,26 @@ Result<Sha256::Digest> PartFile::Finish()
     return m_hash.Finish();
 }
 
+void PartFile::Keep()
+{
+    if (!m_hasJournal || !m_file.IsOpen() || m_failure.IsSet() || !Flush())
+        return;
+    // What was claimed and is not filled goes back to the disk.
+    m_isLeft = m_sizeBytes > 0 &&
+               ::ftruncate(m_file.Get(), static_cast<off_t>(m_flushedBytes)) == 0 &&
+               ::fsync(m_file.Get()) == 0;
+}
+
 Failure PartFile::Commit()
 {
     if (::fsync(m_file.Get()) != 0)
         return FailureOf("sync", errno);
     m_file.Close();
-    if (::rename(m_partPath.c_str(), m_finalPath.c_str()) != 0)
+    if (::rename(m_paths.part.c_str(), m_finalPath.c_str()) != 0)
         return FailureOf("rename", errno);
-    m_isCommitted = true;
+    m_isLeft = true;
+    if (m_hasJournal)
+        RemoveJournal(m_paths.journal);
     const FileHandle folder(
         ::open(FolderOf(m_finalPath).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // Some file systems cannot sync a folder; one that can and fails has lost the file.

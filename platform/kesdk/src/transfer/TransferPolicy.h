@@ -3,22 +3,74 @@
 
 #include "client/RetryingClient.h"
 
+#include <algorithm>
 #include <chrono>
+#include <optional>
+#include <string>
+#include <utility>
 
 namespace kesdk::impl {
 
-// Attempts are counted anew whenever a byte more has arrived.
-inline constexpr RetryPolicy kTransferPolicy{6, std::chrono::milliseconds(500),
+// Only the pauses count here: how long it is tried is a matter of the patience below.
+inline constexpr RetryPolicy kTransferPolicy{1, std::chrono::milliseconds(500),
                                              std::chrono::milliseconds(8'000),
                                              std::chrono::milliseconds(0)};
 
-// A service that asks for a longer pause is not waited for within the call.
-inline constexpr std::chrono::seconds kLongestWaitForService{60};
+// Answers in a row that bring a transfer no further. A link does not give those.
+inline constexpr int kMostFruitlessAnswers = 6;
 
-inline bool IsWorthWaiting(const Failure& failure, int fruitless)
+// A transfer goes on for as long as bytes arrive, and is given up when none did for so long.
+class Patience
 {
-    return MayPass(failure) && fruitless < kTransferPolicy.attempts &&
-           failure.retryAfter.value_or(std::chrono::seconds(0)) <= kLongestWaitForService;
+public:
+    static constexpr std::chrono::minutes kLongest{5};
+
+    explicit Patience(Clock::Time now) : m_progress(now) {}
+
+    void SeeProgress(Clock::Time at)
+    {
+        m_progress = std::max(m_progress, at);
+        m_perhaps.reset();
+    }
+    // Bytes left until then, but nobody has said yet whether they arrived.
+    void SeePossibleProgress(Clock::Time at) { m_perhaps = at; }
+    // Now it was said: they did not. Whether that had been possible.
+    bool SeeNoProgress() { return std::exchange(m_perhaps, std::nullopt).has_value(); }
+
+    bool IsOver(Clock::Time now) const { return now - Since() >= kLongest; }
+    // The failure to end with instead of trying again after this one; not set while it shall be
+    // tried. Whoever asks for a longer pause than is left ends it at once, with its own words.
+    Failure Judge(const Failure& failure, Clock::Time now) const
+    {
+        if (!MayPass(failure))
+            return failure;
+        if (IsOver(now))
+            return NoProgress(failure);
+        const bool waitsTooLong =
+            failure.retryAfter && now + *failure.retryAfter - Since() >= kLongest;
+        return waitsTooLong ? failure : Failure();
+    }
+
+private:
+    Clock::Time Since() const { return m_perhaps.value_or(m_progress); }
+    static Failure NoProgress(const Failure& last)
+    {
+        return Failure(EErrorCode::eNoProgress,
+                       "no byte for " + std::to_string(kLongest.count()) +
+                           " minutes; at last: " + last.detail,
+                       last.httpStatus);
+    }
+
+    Clock::Time m_progress;
+    std::optional<Clock::Time> m_perhaps;
+};
+
+// Whether a later call may go on with what this one has done.
+inline bool MayGoOnLater(const Failure& failure)
+{
+    return MayPass(failure) || failure.Is(EErrorCode::eNoProgress) ||
+           failure.Is(EErrorCode::eAborted) || failure.Is(EErrorCode::eSessionEnded) ||
+           failure.Is(EErrorCode::eCaptivePortal) || failure.Is(EErrorCode::eServiceError);
 }
 
 } // namespace kesdk::impl

@@ -23,6 +23,7 @@ public:
     Failure Open(const std::string& path);
 
     std::int64_t SizeBytes() const { return static_cast<std::int64_t>(m_opened.st_size); }
+    timespec ModifiedAt() const { return m_opened.st_mtim; }
     // Says which state of which file this is, across restarts of the console.
     std::string Identity() const;
 
@@ -32,6 +33,8 @@ public:
 
     std::int64_t LengthBytes() const override { return SizeBytes() - m_position; }
     std::ptrdiff_t Read(char* buffer, std::size_t sizeBytes) override;
+    // How much of the body has been read.
+    std::int64_t PositionBytes() const { return m_position; }
     // Why Read ended the transfer, if it did.
     const Failure& ReadFailure() const { return m_readFailure; }
 

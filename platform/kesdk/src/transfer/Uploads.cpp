@@ -1,8 +1,6 @@
 // Sends local files to the service.
 #include "transfer/Uploads.h"
 
-#include "transfer/TransferPolicy.h"
-
 #include "base/Text.h"
 
 #include <algorithm>
@@ -43,48 +41,73 @@ std::vector<FileRecord> RecordsOf(const NewUpload& upload, const UploadRecord& r
 Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::string& localPath,
                                               const std::vector<std::int64_t>& targetInboxIds)
 {
-    Job job;
+    Job job(m_api.Http().Now());
     job.call = call;
     job.call.policy.attempts = 1; // repeating is done here, where the offsets are known
-    if (const Failure failure = job.file.Open(localPath); failure.IsSet())
+    job.upload.targetInboxIds = targetInboxIds;
+    if (const Failure failure = Open(job, localPath); failure.IsSet())
         return failure;
-    job.upload = {NameOf(localPath), job.file.SizeBytes(), targetInboxIds, {}};
-    job.identity = job.file.Identity();
-    for (const std::int64_t id : targetInboxIds)
-        job.identity += '\n' + std::to_string(id);
-    job.upload.idempotencyKey = m_keys.KeyOf(job.identity);
-    job.step = m_keys.MayHaveBegun(job.identity) ? EStep::eAsk : EStep::eBegin;
-
     for (;;) {
         const Result<UploadRecord> result = RunToEnd(job);
-        if (!result)
+        if (!result) {
+            if (!MayGoOnLater(result.failure))
+                m_journal.Forget(job.origin);
             return result.failure;
+        }
         Sha256::Digest digest{};
         const Failure failure = Verify(job, result.value, digest);
         if (!failure.IsSet()) {
             m_keys.Spent(job.identity);
+            m_journal.Forget(job.origin);
             return RecordsOf(job.upload, result.value, digest);
         }
-        const bool isAnothers = failure.Is(EErrorCode::eFileChanged) && !IsOwn(job, result.value);
+        // Something else was once sent under this key: it is none of this call's business. Or this
+        // went on with an upload of what the file held then.
+        const bool isAnothers =
+            failure.Is(EErrorCode::eFileChanged) && (job.isOld || !IsOwn(job, result.value));
         if (!isAnothers || !job.file.IsUnchanged())
             return failure;
-        // Something else was once sent under this key; it is none of this call's business.
         UseNewKey(job);
     }
+}
+
+Failure Uploads::Open(Job& job, const std::string& localPath)
+{
+    if (Failure failure = job.file.Open(localPath); failure.IsSet())
+        return failure;
+    job.upload.nameUtf8 = NameOf(localPath);
+    job.upload.lengthBytes = job.file.SizeBytes();
+    job.identity = job.file.Identity();
+    for (const std::int64_t id : job.upload.targetInboxIds)
+        job.identity += '\n' + std::to_string(id);
+    const timespec modified = job.file.ModifiedAt();
+    job.origin = {job.call.account, localPath,        job.file.SizeBytes(),
+                  modified.tv_sec,  modified.tv_nsec, job.upload.targetInboxIds};
+    if (const std::optional<BegunUpload> begun = m_journal.Find(job.origin)) {
+        job.upload.idempotencyKey = begun->key;
+        job.location = begun->location;
+        job.step = job.location.empty() ? EStep::eAsk : EStep::eLook;
+        job.isOld = true;
+    } else {
+        job.upload.idempotencyKey = m_keys.KeyOf(job.identity);
+        job.step = m_keys.MayHaveBegun(job.identity) ? EStep::eAsk : EStep::eBegin;
+    }
+    return {};
 }
 
 Result<UploadRecord> Uploads::RunToEnd(Job& job)
 {
     for (;;) {
         Result<UploadRecord> stand = Take(job);
-        if (stand && stand.value.isComplete) {
+        if (stand && stand.value.isComplete && job.step == EStep::eLook) {
+            job.step = EStep::eAsk;
+        } else if (stand && stand.value.isComplete) {
             if (stand.value.fileIds.size() == job.upload.targetInboxIds.size())
                 return stand;
             return Failure(EErrorCode::eBadReply, "an upload made another number of files");
-        }
-        if (stand) {
+        } else if (stand) {
             Advance(job, stand.value);
-            if (job.fruitless >= kTransferPolicy.attempts)
+            if (job.fruitlessAnswers >= kMostFruitlessAnswers)
                 return Failure(EErrorCode::eBadReply, "the upload does not advance");
         } else if (const Failure failure = Recover(job, stand.failure); failure.IsSet()) {
             return failure;
@@ -97,63 +120,86 @@ Result<UploadRecord> Uploads::Take(Job& job)
     Result<UploadRecord> result;
     if (job.step == EStep::eAsk) {
         result = m_api.BeginUpload(job.call, job.upload, nullptr);
+    } else if (job.step == EStep::eLook) {
+        result = m_api.AskUpload(job.call, job.location);
     } else {
         const bool begins = job.step == EStep::eBegin;
         const std::int64_t offset = begins ? 0 : job.offsetBytes;
         if (const Failure failure = job.file.StartAt(offset, job.call.abort); failure.IsSet())
             return failure;
+        if (begins)
+            m_journal.Keep(job.origin, {job.upload.idempotencyKey, {}});
         m_keys.Begun(job.identity);
+        const Clock::Time begin = m_api.Http().Now();
         result = begins ? m_api.BeginUpload(job.call, job.upload, &job.file)
                         : m_api.ContinueUpload(job.call, job.location, offset, job.file);
+        // The transport ends what has stalled: until then bytes left.
+        const Clock::Time moved = m_api.Http().Now() - job.call.limits.stallWindow;
+        if (moved > begin)
+            job.patience.SeePossibleProgress(moved);
     }
     if (job.file.ReadFailure().IsSet())
         return job.file.ReadFailure();
     if (job.step == EStep::eAsk)
         result.value.isRepeated = true; // whatever is complete by now was so before
-    job.hasSent = job.hasSent || (result && !result.value.isRepeated);
+    job.hasSent = job.hasSent || (IsSending(job.step) && result && !result.value.isRepeated);
     return result;
 }
 
 // The service has less than all of it: the rest is next.
 void Uploads::Advance(Job& job, const UploadRecord& stand)
 {
-    if (!stand.location.empty())
+    if (!stand.location.empty() && stand.location != job.location) {
         job.location = stand.location;
+        m_journal.Keep(job.origin, {job.upload.idempotencyKey, job.location});
+    }
     job.offsetBytes = stand.offsetBytes;
     const bool hasGrown = stand.offsetBytes > job.mostOffsetBytes;
     job.mostOffsetBytes = std::max(job.mostOffsetBytes, stand.offsetBytes);
     // Being told where it stands is not yet progress, but no lost attempt either.
-    if (hasGrown)
+    if (hasGrown) {
         job.fruitless = 0;
-    else if (job.step == EStep::eContinue || job.location.empty())
-        ++job.fruitless;
+        job.fruitlessAnswers = 0;
+        job.patience.SeeProgress(m_api.Http().Now());
+    } else {
+        const bool wasInVain = job.patience.SeeNoProgress();
+        if (wasInVain || job.step == EStep::eContinue || job.location.empty())
+            ++job.fruitlessAnswers;
+    }
     job.step = job.location.empty() ? EStep::eAsk : EStep::eContinue;
 }
 
 // Chooses the next step after a failure, and waits before it where that may help.
 Failure Uploads::Recover(Job& job, const Failure& failure)
 {
-    if (job.fruitless >= kTransferPolicy.attempts)
+    const bool isConflict = failure.Is(EErrorCode::eConflict);
+    const bool isExpired = failure.Is(EErrorCode::eNotFound) && !job.location.empty() &&
+                           (job.step == EStep::eContinue || job.step == EStep::eLook);
+    if (!isConflict && !isExpired)
+        return WaitAfter(job, failure);
+    if (++job.fruitlessAnswers >= kMostFruitlessAnswers)
         return failure;
-    if (failure.Is(EErrorCode::eConflict)) {
-        ++job.fruitless;
-        if (job.step == EStep::eAsk)
-            UseNewKey(job);
-        else
-            job.step = EStep::eAsk;
-        return {};
-    }
-    if (failure.Is(EErrorCode::eNotFound) && job.step == EStep::eContinue) {
-        ++job.fruitless; // it has expired
+    if (isExpired && job.step == EStep::eLook) {
+        job.location.clear(); // by its key its result may still be known
+        job.step = EStep::eAsk;
+    } else if (isExpired || job.step == EStep::eAsk) {
         UseNewKey(job);
-        return {};
+    } else {
+        job.step = job.location.empty() ? EStep::eAsk : EStep::eLook;
     }
-    if (!IsWorthWaiting(failure, ++job.fruitless))
-        return failure;
-    job.hasSent = job.hasSent || (job.step != EStep::eAsk && !WasNeverSent(failure));
-    if (!m_api.Http().Pause(kTransferPolicy, job.fruitless, failure.retryAfter, job.call.abort))
+    return {};
+}
+
+Failure Uploads::WaitAfter(Job& job, const Failure& failure)
+{
+    if (const Failure end = job.patience.Judge(failure, m_api.Http().Now()); end.IsSet())
+        return end;
+    job.hasSent = job.hasSent || (IsSending(job.step) && !WasNeverSent(failure));
+    if (!m_api.Http().Pause(kTransferPolicy, ++job.fruitless, failure.retryAfter, job.call.abort))
         return Failure(EErrorCode::eAborted);
-    if (job.step != EStep::eBegin || !WasNeverSent(failure))
+    if (!job.location.empty())
+        job.step = EStep::eLook;
+    else if (job.step != EStep::eBegin || !WasNeverSent(failure))
         job.step = EStep::eAsk;
     return {};
 }
@@ -161,10 +207,12 @@ Failure Uploads::Recover(Job& job, const Failure& failure)
 void Uploads::UseNewKey(Job& job)
 {
     m_keys.Spent(job.identity);
+    m_journal.Forget(job.origin);
     job.upload.idempotencyKey = m_keys.KeyOf(job.identity);
     job.location.clear();
     job.mostOffsetBytes = 0;
     job.hasSent = false;
+    job.isOld = false;
     job.step = EStep::eBegin;
 }
 
@@ -196,6 +244,7 @@ Failure Uploads::Verify(Job& job, const UploadRecord& result, Sha256::Digest& di
         for (const std::int64_t id : result.fileIds)
             static_cast<void>(m_api.DeleteFile(call, id, {}));
         m_keys.Spent(job.identity);
+        m_journal.Forget(job.origin);
     }
     return failure;
 }

@@ -2,28 +2,39 @@
 #pragma once
 
 #include "client/ApiClient.h"
+#include "transfer/TransferPolicy.h"
 #include "transfer/UploadFile.h"
+#include "transfer/UploadJournal.h"
 #include "transfer/UploadKeys.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kesdk::impl {
 
-// One upload at a time; resumed within the call when the link drops.
+// One upload at a time; resumed when the link drops, and by a later call or, with a journal, by a
+// restarted console.
 //
 //   begin ──(201, complete)──────────────────────────────► verify ─► done
 //     │ └──(409: begun before)──► ask ──(complete)────────────▲
 //     └──(drop)──────────────────► ▲ │                        │
 //                                  │ └──(offset)──► continue ─┘
-//                                  └────(drop)────────┘
+//           (complete, or expired) │                ▲     │
+//                                  └── look ─(offset)     │
+//                                       ▲────(drop)───────┘
+//
+// That an upload is complete is believed only of an answer to its key: the service gives none for
+// files that were removed since, and stores them anew.
 //
 // Errors: as Failure; the file stays as it is. Retry: safe, an upload that the service has already
 // committed is found again by its key.
 class Uploads
 {
 public:
-    explicit Uploads(ApiClient& api) : m_api(api) {}
+    explicit Uploads(ApiClient& api, std::string journalFolder = {})
+        : m_api(api), m_journal(std::move(journalFolder))
+    {}
 
     // The files that the upload made, in the order of the targets.
     Result<std::vector<FileRecord>> Send(const ApiCall& call, const std::string& localPath,
@@ -33,6 +44,7 @@ private:
     enum class EStep {
         eBegin,    // key and whole content
         eAsk,      // key without content: where does it stand?
+        eLook,     // the same, where its address is known
         eContinue, // the rest of the content
     };
     struct Job
@@ -41,24 +53,35 @@ private:
         UploadFile file;
         NewUpload upload;
         std::string identity;
+        UploadOrigin origin;
         EStep step = EStep::eBegin;
         std::string location;
         std::int64_t offsetBytes = 0;
         std::int64_t mostOffsetBytes = 0; // that the service ever acknowledged
         int fruitless = 0;                // attempts in a row that brought nothing
-        bool hasSent = false;             // content, in this call and under this key
+        int fruitlessAnswers = 0;         // of the service's, in a row
+        Patience patience;
+        bool hasSent = false; // content, in this call and under this key
+        bool isOld = false;   // begun before this call
+
+        explicit Job(Clock::Time now) : patience(now) {}
     };
 
+    static bool IsSending(EStep step) { return step == EStep::eBegin || step == EStep::eContinue; }
+
+    Failure Open(Job& job, const std::string& localPath);
     Result<UploadRecord> RunToEnd(Job& job);
     Result<UploadRecord> Take(Job& job);
     void Advance(Job& job, const UploadRecord& stand);
     Failure Recover(Job& job, const Failure& failure);
+    Failure WaitAfter(Job& job, const Failure& failure);
     void UseNewKey(Job& job);
     bool IsOwn(Job& job, const UploadRecord& result);
     Failure Verify(Job& job, const UploadRecord& result, Sha256::Digest& digest);
 
     ApiClient& m_api;
     UploadKeys m_keys;
+    UploadJournal m_journal;
 };
 
 } // namespace kesdk::impl

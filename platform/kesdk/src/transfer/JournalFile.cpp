@@ -1,0 +1,145 @@
+// Small files that tell a restarted console what it was about to do.
+#include "transfer/JournalFile.h"
+
+#include "base/Sha256.h"
+#include "transfer/FileHandle.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <string_view>
+
+namespace kesdk::impl {
+
+namespace {
+
+constexpr std::string_view kFirstLine = "kesdk journal 1\n";
+constexpr std::size_t kDigestBytes = 64; // in hexadecimal
+constexpr std::size_t kMostBytes = std::size_t{64} * 1024;
+constexpr const char* kNewSuffix = ".new";
+constexpr std::chrono::hours kLongestAge{7 * 24};
+
+std::string DigestOf(std::string_view text)
+{
+    Sha256 hash;
+    hash.Update(text.data(), text.size());
+    return ToHex(hash.Finish());
+}
+
+bool PutAll(int file, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t put = ::write(file, bytes.data(), bytes.size());
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put <= 0)
+            return false;
+        bytes.remove_prefix(static_cast<std::size_t>(put));
+    }
+    return true;
+}
+
+std::optional<std::string> ReadAll(const std::string& path)
+{
+    const FileHandle file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    struct stat status = {};
+    if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return std::nullopt;
+    std::string bytes;
+    std::array<char, 4096> piece{};
+    while (bytes.size() <= kMostBytes) {
+        const ssize_t got = ::read(file.Get(), piece.data(), piece.size());
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return std::nullopt;
+        if (got == 0)
+            return bytes;
+        bytes.append(piece.data(), static_cast<std::size_t>(got));
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> TextOf(std::string_view bytes)
+{
+    if (bytes.substr(0, kFirstLine.size()) != kFirstLine ||
+        bytes.size() < kFirstLine.size() + kDigestBytes)
+        return std::nullopt;
+    const std::string_view text =
+        bytes.substr(kFirstLine.size(), bytes.size() - kFirstLine.size() - kDigestBytes);
+    if (bytes.substr(bytes.size() - kDigestBytes) != DigestOf(text))
+        return std::nullopt;
+    return std::string(text);
+}
+
+bool SyncFolderOf(const std::string& path)
+{
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    const FileHandle handle(
+        ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return handle.IsOpen() && (::fsync(handle.Get()) == 0 || errno != EIO);
+}
+
+} // namespace
+
+bool WriteJournal(const std::string& path, const std::string& text)
+{
+    const std::string newPath = path + kNewSuffix;
+    ::unlink(newPath.c_str()); // a link under that name must not lead elsewhere
+    FileHandle file(
+        ::open(newPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!file.IsOpen())
+        return false;
+    const bool isWritten = PutAll(file.Get(), std::string(kFirstLine) + text + DigestOf(text)) &&
+                           ::fsync(file.Get()) == 0;
+    file.Close();
+    if (!isWritten || ::rename(newPath.c_str(), path.c_str()) != 0) {
+        ::unlink(newPath.c_str());
+        return false;
+    }
+    return SyncFolderOf(path);
+}
+
+std::optional<std::string> ReadJournal(const std::string& path)
+{
+    const std::optional<std::string> bytes = ReadAll(path);
+    std::optional<std::string> text = bytes ? TextOf(*bytes) : std::nullopt;
+    if (!text)
+        RemoveJournal(path);
+    return text;
+}
+
+void RemoveJournal(const std::string& path)
+{
+    ::unlink(path.c_str());
+}
+
+std::vector<std::string> StaleJournals(const std::string& folder, const std::string& suffix)
+{
+    namespace fs = std::filesystem;
+    const auto isNamedSo = [](const std::string& name, const std::string& end) {
+        return name.size() > end.size() &&
+               name.compare(name.size() - end.size(), end.size(), end) == 0;
+    };
+    const auto oldest = fs::file_time_type::clock::now() - kLongestAge;
+    std::vector<std::string> stale;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (!isNamedSo(name, suffix) && !isNamedSo(name, suffix + kNewSuffix))
+            continue;
+        std::error_code unknown;
+        const auto written = fs::last_write_time(entry->path(), unknown);
+        if (!unknown && written < oldest)
+            stale.push_back(entry->path().string());
+    }
+    return stale;
+}
+
+} // namespace kesdk::impl

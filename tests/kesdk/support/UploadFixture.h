@@ -1,0 +1,61 @@
+// Uploads of one file to the service in memory.
+#pragma once
+
+#include "support/TransferFixture.h"
+#include "transfer/Uploads.h"
+
+#include <string>
+#include <vector>
+
+namespace kesdk::impl {
+
+class UploadsTest : public test::TransferFixture
+{
+protected:
+    using Ids = std::vector<std::int64_t>;
+
+    static inline const std::string kContent =
+        "Hektar für Hektar: a report of fifty-some bytes, no more";
+
+    Result<std::vector<FileRecord>> Send() { return uploads.Send(call, path, {inbox}); }
+
+    // The upload went well, and the service holds exactly one right copy.
+    void ExpectKept(const Result<std::vector<FileRecord>>& sent, const std::string& content)
+    {
+        EXPECT_EQ(sent.failure.code, EErrorCode::eNone) << sent.failure.detail;
+        const Ids files = service.FileIds(inbox);
+        ASSERT_EQ(files.size(), 1u);
+        EXPECT_EQ(service.Content(files[0]), content);
+        ASSERT_EQ(sent.value.size(), 1u);
+        EXPECT_EQ(sent.value[0].id, files[0]);
+        EXPECT_EQ(sent.value[0].containerId, inbox);
+        EXPECT_EQ(sent.value[0].name, L"report.txt");
+        EXPECT_EQ(sent.value[0].sizeBytes, static_cast<std::int64_t>(content.size()));
+        EXPECT_EQ(sent.value[0].etag, '"' + sent.value[0].sha256Hex + '"');
+    }
+
+    void ExpectFailure(const Result<std::vector<FileRecord>>& sent, EErrorCode code)
+    {
+        EXPECT_EQ(sent.failure.code, code) << sent.failure.detail;
+        EXPECT_TRUE(service.FileIds(inbox).empty());
+    }
+
+    // What the service says to a key whose upload has long come to its end.
+    HttpResponse EarlierResult(std::int64_t file) const
+    {
+        const std::string content = service.Content(file);
+        Sha256 hash;
+        hash.Update(content.data(), content.size());
+        return test::Reply(201, "{}",
+                           {{"Location", "/kelvo-api/v1/uploads/earlier"},
+                            {"Upload-Offset", std::to_string(kContent.size())},
+                            {"Kelvo-File-Ids", std::to_string(file)},
+                            {"Repr-Digest", ToReprDigest(hash.Finish())},
+                            {"Kelvo-Repeated", "true"}});
+    }
+
+    const std::string path = folder.Write("report.txt", kContent);
+    Uploads uploads{api};
+};
+
+} // namespace kesdk::impl

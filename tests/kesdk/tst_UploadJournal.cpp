@@ -1,0 +1,231 @@
+// Uploads that a restarted console goes on with, and those that it must not go on with.
+#include "support/UploadFixture.h"
+
+#include <algorithm>
+
+namespace kesdk::impl {
+
+namespace {
+
+using test::Fault;
+using Lines = std::vector<std::string>;
+
+class UploadJournalTest : public UploadsTest
+{
+protected:
+    UploadJournalTest() { call.account = "https://service.test\n7"; }
+
+    Result<std::vector<FileRecord>> SendAsNewProcess()
+    {
+        Uploads process{api, state.Path("own")};
+        return process.Send(call, path, {inbox});
+    }
+    // Ends with 30 bytes on the service and the upload's address known.
+    void BeginAndStop()
+    {
+        service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+        service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 10));
+        StopBehind("PATCH", 1);
+        EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
+        call.abort = nullptr;
+        EXPECT_EQ(JournalCount(), 1u);
+        m_requestsBefore = service.Requests().size();
+    }
+    std::size_t JournalCount() const
+    {
+        std::error_code none;
+        return static_cast<std::size_t>(
+            std::distance(std::filesystem::directory_iterator(state.Path("own"), none), {}));
+    }
+    std::filesystem::path Journal() const
+    {
+        return std::filesystem::directory_iterator(state.Path("own"))->path();
+    }
+    // What was sent since the console stopped.
+    Lines SentSince() const
+    {
+        Lines lines;
+        const auto requests = service.Requests();
+        for (std::size_t i = m_requestsBefore; i < requests.size(); ++i)
+            lines.push_back(requests[i].Line());
+        return lines;
+    }
+    std::string LastContent() const { return service.Requests().back().content; }
+
+    test::TempFolder state;
+
+private:
+    std::size_t m_requestsBefore = 0;
+};
+
+} // namespace
+
+TEST_F(UploadJournalTest, GoesOnBehindWhatTheServiceHas)
+{
+    BeginAndStop();
+    ExpectKept(SendAsNewProcess(), kContent);
+    EXPECT_EQ(SentSince(), (Lines{"HEAD /v1/uploads/u1", "PATCH /v1/uploads/u1"}));
+    EXPECT_EQ(LastContent(), kContent.substr(30));
+    EXPECT_EQ(JournalCount(), 0u) << "it has served";
+}
+
+TEST_F(UploadJournalTest, GoesOnByItsKeyWhenNoAnswerToldTheAddress)
+{
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    StopBehind("POST /v1/uploads", 1);
+    EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
+    call.abort = nullptr;
+    ExpectKept(SendAsNewProcess(), kContent);
+    EXPECT_EQ(LastContent(), kContent.substr(20));
+    const auto requests = service.Requests();
+    const auto key = [&](std::size_t fromEnd) {
+        return requests[requests.size() - fromEnd].Header("Idempotency-Key");
+    };
+    EXPECT_EQ(key(2), key(3)) << "asked under the key that it was begun with";
+}
+
+TEST_F(UploadJournalTest, HoldsNoSecretAndIsNobodyElses)
+{
+    BeginAndStop();
+    std::ifstream stream(Journal());
+    const std::string text(std::istreambuf_iterator<char>(stream), {});
+    EXPECT_NE(text.find(path), std::string::npos) << "it is the journal";
+    EXPECT_EQ(text.find(call.token), std::string::npos);
+    EXPECT_EQ(std::filesystem::status(Journal()).permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+}
+
+TEST_F(UploadJournalTest, AnotherAccountOrServiceDoesNotGoOnWithIt)
+{
+    BeginAndStop();
+    for (const char* other : {"https://service.test\n8", "https://other.test\n7", ""}) {
+        call.account = other;
+        StopBehind("", static_cast<int>(service.Requests().size()) + 1);
+        SendAsNewProcess();
+    }
+    const Lines sent = SentSince();
+    EXPECT_EQ(std::count(sent.begin(), sent.end(), "POST /v1/uploads"), 3);
+    EXPECT_EQ(service.Count("HEAD"), 0);
+}
+
+TEST_F(UploadJournalTest, AFileThatWasWrittenSinceIsSentFromItsStart)
+{
+    BeginAndStop();
+    const std::string longer = kContent + " and more";
+    folder.Write("report.txt", longer);
+    ExpectKept(SendAsNewProcess(), longer);
+    EXPECT_EQ(SentSince(), Lines{"POST /v1/uploads"});
+    EXPECT_EQ(JournalCount(), 0u);
+}
+
+TEST_F(UploadJournalTest, AFileOfAnotherTimeIsSentFromItsStart)
+{
+    BeginAndStop();
+    const auto written = std::filesystem::last_write_time(path);
+    std::filesystem::last_write_time(path, written + std::chrono::nanoseconds(1000));
+    ExpectKept(SendAsNewProcess(), kContent);
+    EXPECT_EQ(SentSince(), Lines{"POST /v1/uploads"});
+}
+
+TEST_F(UploadJournalTest, AFileThatOnlyLooksTheSameIsNoticedAndSentAnew)
+{
+    BeginAndStop();
+    const auto written = std::filesystem::last_write_time(path);
+    const std::string other(kContent.size(), 'x');
+    folder.Write("report.txt", other);
+    std::filesystem::last_write_time(path, written);
+    ExpectKept(SendAsNewProcess(), other);
+    EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1) << "the mixture of both";
+    EXPECT_EQ(JournalCount(), 0u);
+}
+
+TEST_F(UploadJournalTest, AFileThatChangesOnTheWayIsNotSent)
+{
+    BeginAndStop();
+    service.onRequest = [this](const std::string& line) {
+        if (line.rfind("PATCH", 0) == 0)
+            folder.Write("report.txt", std::string(kContent.size(), 'x'));
+    };
+    ExpectFailure(SendAsNewProcess(), EErrorCode::eFileChanged);
+    EXPECT_EQ(JournalCount(), 0u);
+}
+
+TEST_F(UploadJournalTest, AResultThatWasRemovedSinceIsStoredAnew)
+{
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    service.FailNext(Drop("PATCH", true));
+    StopBehind("PATCH", 1);
+    EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
+    call.abort = nullptr;
+    ASSERT_EQ(service.FileIds(inbox).size(), 1u) << "it was committed";
+    service.RemoveFile(service.FileIds(inbox)[0]);
+    ExpectKept(SendAsNewProcess(), kContent);
+}
+
+TEST_F(UploadJournalTest, AResultThatIsStillThereIsFound)
+{
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    service.FailNext(Drop("PATCH", true));
+    StopBehind("PATCH", 1);
+    EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
+    call.abort = nullptr;
+    ExpectKept(SendAsNewProcess(), kContent);
+    EXPECT_EQ(service.Count("PATCH"), 1) << "nothing was sent again";
+}
+
+TEST_F(UploadJournalTest, BeginsAnewWhenTheServiceHasForgottenIt)
+{
+    BeginAndStop();
+    service.ForgetUploads();
+    ExpectKept(SendAsNewProcess(), kContent);
+    EXPECT_EQ(JournalCount(), 0u);
+}
+
+TEST_F(UploadJournalTest, ATornJournalIsRemoved)
+{
+    BeginAndStop();
+    std::filesystem::resize_file(Journal(), std::filesystem::file_size(Journal()) / 2);
+    ExpectKept(SendAsNewProcess(), kContent);
+    EXPECT_EQ(service.Count("HEAD"), 0);
+    EXPECT_EQ(JournalCount(), 0u);
+}
+
+TEST_F(UploadJournalTest, AJournalThatWasAlteredIsNotBelieved)
+{
+    BeginAndStop();
+    {
+        std::fstream file(Journal(), std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(static_cast<std::streamoff>(std::filesystem::file_size(Journal()) / 2));
+        file.put('\0');
+    }
+    ExpectKept(SendAsNewProcess(), kContent);
+    EXPECT_EQ(service.Count("HEAD"), 0);
+}
+
+TEST_F(UploadJournalTest, RemovesWhatIsOlderThanTheServiceKeepsUploads)
+{
+    BeginAndStop();
+    const auto now = std::filesystem::file_time_type::clock::now();
+    const auto journal = Journal();
+    const auto leftover = state.Write("own/leftover.upload.new", "torn by a crash");
+    std::filesystem::last_write_time(journal, now - std::chrono::hours(7 * 24 + 1));
+    std::filesystem::last_write_time(leftover, now - std::chrono::hours(7 * 24 + 1));
+    const auto foreign = state.Write("own/readme", "not ours");
+    std::filesystem::last_write_time(foreign, now - std::chrono::hours(7 * 24 + 1));
+    call.abort = [] { return true; };
+    SendAsNewProcess();
+    EXPECT_TRUE(std::filesystem::exists(foreign));
+    EXPECT_FALSE(std::filesystem::exists(leftover));
+    call.abort = nullptr;
+    ExpectKept(SendAsNewProcess(), kContent);
+    EXPECT_EQ(service.Count("HEAD"), 0);
+}
+
+TEST_F(UploadJournalTest, AFolderThatCannotBeWrittenCostsNoUpload)
+{
+    state.Write("file", "");
+    Uploads process{api, state.Path("file/own")};
+    ExpectKept(process.Send(call, path, {inbox}), kContent);
+}
+
+} // namespace kesdk::impl
