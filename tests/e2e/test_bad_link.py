@@ -1,11 +1,13 @@
 """Connections that break in the middle of a transfer."""
 
+import json
 import random
 import unittest
 
 from kelvoe2e.case import FarmCase
 from kelvoe2e.link import Link
 from kelvotour import archives
+from kelvotour.badlink import BadLink
 
 SIZE = 1_000_000
 
@@ -42,6 +44,22 @@ class BadLinkTest(FarmCase):
         self.assert_ok(console.run("upload curves large.crv"))
         self.assertEqual(self.link.cuts, 1)
         self.assert_service_holds_it_once()
+
+    def test_files_come_and_go_where_every_connection_is_cut(self):
+        link = BadLink("cutting", self.service.address, self.folder / "badlink.log").start()
+        self.addCleanup(link.close)
+        console = self.logged_in(address=link.address)
+        self.put(console, {"large.zip": archives.write_zip(self.folder / "a", {"large.bin": self.content}).read_bytes()})
+        self.assert_ok(console.run("download maps large.zip"))
+        self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {"large.bin": self.content})
+        file = console.data / "to-service/curves/large.crv"
+        file.write_bytes(self.content)
+        self.assert_ok(console.run("upload curves large.crv"))
+        self.assertFalse(file.exists())
+        self.assert_service_holds_it_once()
+        done = [json.loads(line)["did"] for line in link.log.read_text().splitlines()]
+        # No connection carries more than 400 kB of the two million bytes.
+        self.assertGreaterEqual(done.count("cut"), 2 * SIZE // 400_000 - 1)
 
     def assert_service_holds_it_once(self):
         entries = self.office.inboxes(self.operator)["Curves"]["entries"]
