@@ -3,6 +3,7 @@
 import asyncio
 import os
 import resource
+import socket
 import unittest
 
 from kelvotools.case import LinkCase
@@ -32,9 +33,19 @@ class PassingTest(LinkCase):
     async def test_a_reset_passes(self):
         self.play("")
         client, service = await self.connect()
-        service.abort()
+        await service.abort()
         await client.reset()
         self.assertEqual((await self.until_done("closed"))["how"], "reset")
+
+    async def test_a_reset_passes_behind_an_end(self):
+        self.play("")
+        client, service = await self.connect()
+        service.end()
+        self.assertEqual(await client.rest(), b"")
+        await service.abort()
+        await client.send(b"nobody is there")
+        await self.until_done("closed")
+        self.assertEqual(self.journal.of("closed")[0]["how"], "reset")
 
     async def test_a_client_of_a_dead_service_is_reset(self):
         self._server.close()
@@ -101,6 +112,14 @@ class PassingTest(LinkCase):
         self.assertEqual(await service.receive(7), b"at last")
         self.assertEqual(len(self.journal.of("overloaded")), 1)
 
+    async def test_a_client_that_has_just_arrived_is_closed_with_the_proxy(self):
+        self.play("")
+        client, other = socket.socketpair()
+        self.addCleanup(other.close)
+        self.proxy._arrived(client)
+        await self.proxy.close()
+        await self.until(lambda: client.fileno() == -1)
+
     async def test_the_end_of_the_proxy_resets_what_is_open(self):
         self.play(rule("stall", every=2) + rule("half-open", every=3))
         pairs = [await self.connect() for _ in range(6)]
@@ -109,7 +128,7 @@ class PassingTest(LinkCase):
         for client, service in pairs:
             await client.reset()
             await service.reset()
-        self.assertEqual(len(self.journal.of("closed")), 6)
+        self.assertEqual([event["how"] for event in self.journal.of("closed")], ["shutdown"] * 6)
 
 
 class ShapeTest(LinkCase):
@@ -219,6 +238,8 @@ class EndTest(LinkCase):
         self.assertEqual(await service.receive(3), b"abc")
         await client.send(bytes(MUCH))
         await service.send(bytes(MUCH))
+        connection, = self.proxy.connections
+        self.assertEqual(connection.held_bytes, {"up": 0, "down": 0})
         client.end()  # the service must not hear of it
         self.assertEqual(len(self.journal.of("half-open")), 1)
         self.assertEqual(self.journal.of("closed"), [])

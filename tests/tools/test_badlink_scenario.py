@@ -171,8 +171,8 @@ class SeedTest(LinkCase):
             connection, = self.proxy.connections
             await client.send(bytes(2000))
             await self.until(lambda: connection.is_ending or connection.trips.passed(("up",)) == 2000)
-            client.abort()
-            service.abort()
+            await client.abort()
+            await service.abort()
             await self.until_done("closed", number)
         await self.proxy.close()
         return [event for event in self.journal.events if event["did"] in ("opened", "corrupt", "cut")]

@@ -57,10 +57,12 @@ class Peer:
     def end(self):
         self._writer.write_eof()
 
-    def abort(self):
+    async def abort(self):
         """Resets the connection."""
         self._writer.get_extra_info("socket").setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
         self._writer.transport.abort()
+        with contextlib.suppress(ConnectionError):
+            await self._writer.wait_closed()
 
     async def close(self):
         self._writer.close()

@@ -27,17 +27,16 @@ class Connection:
         self._ending = asyncio.get_running_loop().create_future()
 
     async def run(self):
-        how = "closed"
+        how = "shutdown"
         try:
-            self._service = await sockets.connect(self._proxy.target, self._proxy.scenario.buffer_bytes)
+            if not await self._reach_service():
+                how = "unreachable"
+                return
             self._begin()
             how = await self._ending
             await self._end_tasks()
             if how == "cut":
                 await self._say_farewell()
-        except OSError as failure:
-            how = "unreachable"
-            self._log("unreachable", reason=str(failure))
         finally:
             await self._end_tasks()
             self._close(is_gentle=how in ("done", "cut"))
@@ -94,7 +93,7 @@ class Connection:
     def strike(self, what, seconds):
         """What an outage does to both directions."""
         self._log(what, direction="both", byte=self.trips.passed(DIRECTIONS),
-                  seconds=seconds if math.isfinite(seconds) else None)
+                  seconds=round(seconds, 6) if math.isfinite(seconds) else None)
         self._suffer(what, DIRECTIONS, seconds)
 
     def _suffer(self, what, directions, seconds):
@@ -116,6 +115,14 @@ class Connection:
         elif what == "refuse":
             self._proxy.refuse_until(until)
         self.look()
+
+    async def _reach_service(self):
+        try:
+            self._service = await sockets.connect(self._proxy.target, self._proxy.scenario.buffer_bytes)
+            return True
+        except OSError as failure:
+            self._log("unreachable", reason=str(failure))
+            return False
 
     def _begin(self):
         rules = list(deeds.chosen(self._proxy.rules, self._proxy.seed, self.number, self._opened))

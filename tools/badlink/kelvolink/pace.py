@@ -34,13 +34,11 @@ class Pace:
 
     def __init__(self, clock, delays, limiters):
         self._clock, self._delays, self._limiters = clock, delays, limiters
-        self._last = 0.0
         self.piece = min((limiter.piece for limiter in limiters), default=CHUNK)
 
     def due(self):
-        """When something arrives that is sent now."""
-        self._last = max(self._last, self._clock.now() + sum(delay.draw() for delay in self._delays))
-        return self._last
+        """When something arrives that is sent now, unless it has to wait for what was sent before."""
+        return self._clock.now() + sum(delay.draw() for delay in self._delays)
 
     async def pay(self, size):
         """Until `size` bytes are through."""
