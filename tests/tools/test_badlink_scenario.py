@@ -1,8 +1,10 @@
 """Scenario files: what is read, what is wrong and on which line, and what the seed makes of it."""
 
 import random
+import re
 import unittest
 
+from kelvotools import TOOL
 from kelvotools.case import LinkCase
 
 from kelvolink import deeds, scenario as scenarios
@@ -114,6 +116,15 @@ class ReadingTest(unittest.TestCase):
                 found = scenarios.read(scenarios.find(name))
                 self.assertTrue(found.description)
                 self.assertEqual(bool(found.rules or found.outages), name != "perfect")
+
+    def test_the_manual_has_every_key_and_its_example_is_right(self):
+        manual = (TOOL.parents[1] / "docs/badlink.md").read_text(encoding="utf-8")
+        for key in (*scenarios.RULE_KEYS, *scenarios.OUTAGE_KEYS, *scenarios.TOP_KEYS):
+            self.assertIn(f"`{key}`", manual)
+        for value in (*scenarios.DEEDS, *scenarios.NEW, *scenarios.OPEN):
+            self.assertIn(f'`"{value}"`', manual)
+        examples = re.findall(r"```toml\n(.*?)```", manual, re.DOTALL)
+        self.assertEqual([len(scenarios.parse(example).rules) for example in examples], [3])
 
     def test_a_file_comes_before_a_shipped_scenario_of_that_name(self):
         self.assertEqual(scenarios.find(__file__), scenarios.Path(__file__))
