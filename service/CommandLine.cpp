@@ -94,6 +94,44 @@ void addOptions(CLI::App& serve, ServeOptions& options)
         ->capture_default_str();
 }
 
+CLI::App* addVerify(CLI::App& app, VerifyOptions& options)
+{
+    CLI::App* verify = app.add_subcommand(
+        "verify", "Check a whole data folder: the database, every content, every upload");
+    verify->footer(
+        "Writes nothing, and may be used while the service runs. A line for each finding.\n"
+        "Exit code 0: nothing is damaged; 1: something is; 2: it could not be checked.");
+    verify->add_option("--data", options.dataFolder, "The service's data folder")->required();
+    return verify;
+}
+
+CLI::App* addBackup(CLI::App& app, BackupOptions& options)
+{
+    CLI::App* backup =
+        app.add_subcommand("backup", "Make a consistent copy, also while the service runs");
+    backup->footer(
+        "It holds keys, password hashes and contents: keep it as safe as the original.\n"
+        "Exit code 0: complete; 1: made, but something was damaged already, or it failed;\n"
+        "2: refused.");
+    backup->add_option("--data", options.dataFolder, "The service's data folder")->required();
+    backup->add_option("--to", options.to, "A folder that is not there yet, or empty")->required();
+    return backup;
+}
+
+CLI::App* addRestore(CLI::App& app, RestoreOptions& options)
+{
+    CLI::App* restore =
+        app.add_subcommand("restore", "Bring a backup back while the service does not run");
+    restore->footer("Exit code 0: complete; 1: something was damaged in the backup, or it failed;\n"
+                    "2: refused.");
+    restore->add_option("--from", options.from, "A folder that backup made")->required();
+    restore->add_option("--data", options.dataFolder, "The service's data folder")->required();
+    restore->add_flag(
+        "--force", options.force,
+        "Also if the folder is not empty: what is there is moved to replaced-TIME in it");
+    return restore;
+}
+
 } // namespace
 
 CommandLine parseCommandLine(int argc, char** argv)
@@ -121,12 +159,29 @@ CommandLine parseCommandLine(int argc, char** argv)
             }
         },
         "Events kept a farm: a number, or hours such as 72h");
+    CommandLine result;
+    VerifyOptions verify;
+    BackupOptions backup;
+    RestoreOptions restore;
+    const CLI::App* verifying = addVerify(app, verify);
+    const CLI::App* backingUp = addBackup(app, backup);
+    const CLI::App* restoring = addRestore(app, restore);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return {std::nullopt, app.exit(error) == 0 ? 0 : badUsage};
+        result.exitCode = app.exit(error) == 0 ? 0 : badUsage;
+        return result;
     }
-    return {options, 0};
+    if (serve->parsed()) {
+        result.serve = options;
+    } else if (verifying->parsed()) {
+        result.verify = verify;
+    } else if (backingUp->parsed()) {
+        result.backup = backup;
+    } else if (restoring->parsed()) {
+        result.restore = restore;
+    }
+    return result;
 }
 
 } // namespace kelvo

@@ -32,9 +32,31 @@ struct ServeOptions
     std::string logLevel = "info";
 };
 
+struct VerifyOptions
+{
+    std::filesystem::path dataFolder;
+};
+
+struct BackupOptions
+{
+    std::filesystem::path dataFolder;
+    std::filesystem::path to;
+};
+
+struct RestoreOptions
+{
+    std::filesystem::path from;
+    std::filesystem::path dataFolder;
+    bool force = false;
+};
+
+/** One of them is there, or none: then only help or a complaint was printed. */
 struct CommandLine
 {
-    std::optional<ServeOptions> serve; // nothing: only help or a complaint was printed
+    std::optional<ServeOptions> serve;
+    std::optional<VerifyOptions> verify;
+    std::optional<BackupOptions> backup;
+    std::optional<RestoreOptions> restore;
     int exitCode = 0;
 };
 

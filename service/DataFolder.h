@@ -9,6 +9,9 @@
 
 namespace kelvo {
 
+/** A file of this name in the folder: a restore began and has not come to its end. */
+inline constexpr const char* unfinishedRestoreName = "restore.unfinished";
+
 /** Why the service cannot start, in one line for a person. */
 class StartRefused : public std::runtime_error
 {

@@ -42,6 +42,10 @@ tls::CertificateFiles certificateFiles(const ServeOptions& options, const DataFo
 
 std::unique_ptr<store::Database> openDatabase(const DataFolder& folder)
 {
+    if (std::filesystem::exists(folder.path() / unfinishedRestoreName)) {
+        throw StartRefused("a restore of the data folder " + folder.path().string() +
+                           " has not come to its end: restore again with --force");
+    }
     try {
         return std::make_unique<store::Database>(
             store::makeSqlite((folder.path() / "kelvo.sqlite").string()));

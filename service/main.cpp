@@ -3,6 +3,7 @@
 #include "service/DataFolder.h"
 #include "service/Service.h"
 #include "service/base/Log.h"
+#include "service/maintenance/Commands.h"
 
 #include <csignal>
 #include <cstdio>
@@ -36,10 +37,19 @@ int main(int argc, char** argv)
 {
     try {
         const kelvo::CommandLine commandLine = kelvo::parseCommandLine(argc, argv);
+        prepareProcess();
+        if (commandLine.verify) {
+            return kelvo::maintenance::runVerify(*commandLine.verify);
+        }
+        if (commandLine.backup) {
+            return kelvo::maintenance::runBackup(*commandLine.backup);
+        }
+        if (commandLine.restore) {
+            return kelvo::maintenance::runRestore(*commandLine.restore);
+        }
         if (!commandLine.serve) {
             return commandLine.exitCode;
         }
-        prepareProcess();
         kelvo::startLog(commandLine.serve->logLevel);
         kelvo::runService(*commandLine.serve);
         return 0;

@@ -39,7 +39,7 @@ protected:
     TemporaryFolder folder;
     ManualClock clock;
     Loop loop;
-    store::Database database{store::makeSqlite((folder.path() / "store.sqlite").string())};
+    store::Database database{store::makeSqlite((folder.path() / "kelvo.sqlite").string())};
     content::ContentStore contents{folder.path()};
     content::DigestCache digests;
     content::DigestLocks digestLocks;

@@ -1,0 +1,103 @@
+// What must hold between the rows of the database.
+#include "service/maintenance/DatabaseChecks.h"
+
+#include <soci/soci.h>
+
+namespace kelvo::maintenance {
+
+namespace {
+
+struct Rule
+{
+    const char* wrong; // what it means when the query finds something
+    const char* query; // one text a thing that is wrong
+};
+
+// The rows that name others are held by foreign keys, which are checked apart.
+constexpr Rule rules[] = {
+    {"its counter of ids is behind",
+     "SELECT 'farm ' || f.id FROM farms f WHERE f.last_resource < MAX("
+     " COALESCE((SELECT MAX(id) FROM projects WHERE farm_id = f.id), 0),"
+     " COALESCE((SELECT MAX(id) FROM inboxes WHERE farm_id = f.id), 0),"
+     " COALESCE((SELECT MAX(id) FROM files WHERE farm_id = f.id), 0))"},
+    {"an id that is used more than once",
+     "SELECT 'id ' || id || ' of farm ' || farm_id FROM (SELECT farm_id, id FROM projects"
+     " UNION ALL SELECT farm_id, id FROM inboxes UNION ALL SELECT farm_id, id FROM files)"
+     " GROUP BY farm_id, id HAVING COUNT(*) > 1"},
+    {"does not have its seven projects",
+     "SELECT 'farm ' || f.id FROM farms f"
+     " WHERE (SELECT COUNT(*) FROM projects WHERE farm_id = f.id) <> 7"},
+    {"its counter of events is behind",
+     "SELECT 'farm ' || f.id FROM farms f WHERE f.last_event <"
+     " (SELECT COALESCE(MAX(id), 0) FROM events WHERE farm_id = f.id)"},
+    {"its number of kept events is wrong",
+     "SELECT 'farm ' || f.id FROM farms f WHERE f.kept_events <>"
+     " (SELECT COUNT(*) FROM events WHERE farm_id = f.id)"},
+    {"has events that were pruned", "SELECT 'farm ' || f.id FROM farms f WHERE f.pruned_event >="
+                                    " (SELECT MIN(id) FROM events WHERE farm_id = f.id)"},
+    {"the counter is behind",
+     "SELECT name FROM counters c WHERE"
+     " (c.name = 'farms' AND c.value < (SELECT MAX(id) FROM farms))"
+     " OR (c.name = 'users' AND c.value < (SELECT MAX(id) FROM users))"
+     " OR (c.name = 'consoles' AND c.value < (SELECT MAX(id) FROM consoles))"},
+    {"a role without the farm it needs, or with one it cannot have",
+     "SELECT 'user ' || id FROM users WHERE (role = 'admin') <> (farm_id IS NULL)"},
+    {"belongs to a user of another farm",
+     "SELECT 'inbox ' || i.id || ' of farm ' || i.farm_id FROM inboxes i"
+     " JOIN users u ON u.id = i.owner_id WHERE u.farm_id IS NOT i.farm_id"},
+    {"belongs to a user of another farm",
+     "SELECT 'upload ' || p.id FROM uploads p JOIN users u ON u.id = p.user_id"
+     " WHERE u.farm_id IS NOT p.farm_id"},
+    {"its digest or its size can be none",
+     "SELECT 'file ' || id || ' of farm ' || farm_id FROM files WHERE LENGTH(sha256) <> 64"
+     " OR sha256 GLOB '*[^0-9a-f]*' OR size_bytes < 0"},
+    {"files of one content have different sizes",
+     "SELECT 'content ' || sha256 FROM files GROUP BY sha256"
+     " HAVING MIN(size_bytes) <> MAX(size_bytes)"},
+    {"is finished without a digest, or has one without being finished",
+     "SELECT 'upload ' || id FROM uploads WHERE (finished = 1) <> (LENGTH(sha256) = 64)"},
+    {"a file that it made has another content",
+     "SELECT 'upload ' || p.id FROM uploads p JOIN files f ON f.farm_id = p.farm_id"
+     " AND ',' || p.files || ',' LIKE '%,' || f.id || ',%'"
+     " WHERE p.finished = 1 AND (f.sha256 <> p.sha256 OR f.size_bytes <> p.length_bytes)"},
+    {"its counter of positions is behind",
+     "SELECT 'console ' || c.id FROM consoles c WHERE c.last_number <"
+     " (SELECT COALESCE(MAX(number), 0) FROM track WHERE console_id = c.id)"},
+};
+
+template <class Use>
+void forEachText(soci::session& sql, const char* query, Use use)
+{
+    std::string text;
+    soci::statement statement = (sql.prepare << query, soci::into(text));
+    statement.execute();
+    while (statement.fetch()) {
+        use(text);
+    }
+}
+
+} // namespace
+
+std::vector<std::string> checkDatabase(soci::session& sql)
+{
+    std::vector<std::string> wrong;
+    forEachText(sql, "SELECT integrity_check FROM pragma_integrity_check", [&](const auto& text) {
+        if (text != "ok") {
+            wrong.push_back("database: " + text);
+        }
+    });
+    if (!wrong.empty()) {
+        return wrong; // what its rows say means little now
+    }
+    forEachText(sql,
+                "SELECT \"table\" || ' names a row of ' || \"parent\" || ' that is not there'"
+                " FROM pragma_foreign_key_check",
+                [&](const auto& text) { wrong.push_back("database: " + text); });
+    for (const Rule& rule : rules) {
+        forEachText(sql, rule.query,
+                    [&](const auto& text) { wrong.push_back(text + ": " + rule.wrong); });
+    }
+    return wrong;
+}
+
+} // namespace kelvo::maintenance

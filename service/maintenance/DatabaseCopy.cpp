@@ -1,0 +1,149 @@
+// A consistent copy of a data folder's database.
+#include "service/maintenance/DatabaseCopy.h"
+
+#include "service/base/Random.h"
+#include "service/maintenance/FileCopies.h"
+#include "service/store/Schema.h"
+
+#include <soci/soci.h>
+#include <sqlite3.h>
+
+#include <cerrno>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+namespace kelvo::maintenance {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int patienceMs = 60 * 1000;
+
+struct CloseDatabase
+{
+    void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
+};
+using Handle = std::unique_ptr<sqlite3, CloseDatabase>;
+
+Handle openRaw(const fs::path& file, int flags)
+{
+    sqlite3* raw = nullptr;
+    const int result = sqlite3_open_v2(file.c_str(), &raw, flags, nullptr);
+    Handle handle(raw);
+    if (result != SQLITE_OK) {
+        throw std::runtime_error(std::string("the database cannot be opened: ") +
+                                 sqlite3_errstr(result));
+    }
+    sqlite3_busy_timeout(raw, patienceMs);
+    return handle;
+}
+
+/** In one step: a copy in several would begin anew with every commit of the service. */
+void copyPages(const fs::path& from, const fs::path& to)
+{
+    const Handle source = openRaw(from, SQLITE_OPEN_READONLY);
+    const Handle target = openRaw(to, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    sqlite3_backup* backup = sqlite3_backup_init(target.get(), "main", source.get(), "main");
+    if (backup == nullptr) {
+        throw std::runtime_error("the database cannot be copied");
+    }
+    const int copied = sqlite3_backup_step(backup, -1);
+    const int finished = sqlite3_backup_finish(backup);
+    if (copied != SQLITE_DONE || finished != SQLITE_OK) {
+        throw std::runtime_error(std::string("the database cannot be copied: ") +
+                                 sqlite3_errstr(copied != SQLITE_DONE ? copied : finished));
+    }
+}
+
+/** The folder's lock, shared, so that no service begins meanwhile. Empty: one runs. */
+std::optional<FileDescriptor> lockShared(const fs::path& dataFolder)
+{
+    FileDescriptor lock(::open((dataFolder / "lock").c_str(), O_RDONLY | O_CLOEXEC));
+    if (!lock && errno == ENOENT) {
+        return FileDescriptor();
+    }
+    if (!lock) {
+        throwErrno("open");
+    }
+    if (::flock(lock.get(), LOCK_SH | LOCK_NB) != 0) {
+        return std::nullopt;
+    }
+    return lock;
+}
+
+fs::path journalOf(fs::path database)
+{
+    return database += "-journal";
+}
+
+} // namespace
+
+bool isInUse(const fs::path& dataFolder)
+{
+    return !lockShared(dataFolder).has_value();
+}
+
+void copyDatabase(const fs::path& dataFolder, const fs::path& to)
+{
+    const fs::path from = dataFolder / databaseName;
+    if (!fs::exists(from)) {
+        throw std::runtime_error("there is no database in " + dataFolder.string());
+    }
+    if (const auto lock = lockShared(dataFolder)) {
+        copyFile(from, to);
+        if (fs::exists(journalOf(from))) {
+            copyFile(journalOf(from), journalOf(to));
+            // The first look undoes what was not finished.
+            const Handle copy = openRaw(to, SQLITE_OPEN_READWRITE);
+            const int read = sqlite3_exec(copy.get(), "SELECT COUNT(*) FROM sqlite_master", nullptr,
+                                          nullptr, nullptr);
+            if (read != SQLITE_OK) {
+                throw std::runtime_error(std::string("the database cannot be read: ") +
+                                         sqlite3_errstr(read));
+            }
+        }
+    } else {
+        copyPages(from, to);
+    }
+    syncFolder(to.parent_path());
+}
+
+DatabaseSnapshot::DatabaseSnapshot(const fs::path& dataFolder)
+    : folder_(fs::temp_directory_path() / ("kelvo-snapshot-" + randomHex(8)))
+{
+    fs::create_directory(folder_);
+    try {
+        fs::permissions(folder_, fs::perms::owner_all);
+        copyDatabase(dataFolder, folder_ / databaseName);
+        session_ = store::makeSqlite((folder_ / databaseName).string())->connect();
+        requireSchema(*session_, true);
+    } catch (...) {
+        std::error_code ignored;
+        fs::remove_all(folder_, ignored);
+        throw;
+    }
+}
+
+DatabaseSnapshot::~DatabaseSnapshot()
+{
+    session_.reset();
+    std::error_code ignored;
+    fs::remove_all(folder_, ignored);
+}
+
+void requireSchema(soci::session& sql, bool exactly)
+{
+    int version = 0;
+    sql << "SELECT version FROM schema_version", soci::into(version);
+    if (version > store::currentSchema()) {
+        throw std::runtime_error("the database has a newer schema than this version knows");
+    }
+    if (exactly && version < store::currentSchema()) {
+        throw std::runtime_error("the database has an older schema: start the service once");
+    }
+}
+
+} // namespace kelvo::maintenance

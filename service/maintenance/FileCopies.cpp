@@ -1,0 +1,82 @@
+// Durable copies of files.
+#include "service/maintenance/FileCopies.h"
+
+#include "service/base/Digest.h"
+#include "service/base/Files.h"
+
+#include <cerrno>
+#include <memory>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kelvo::maintenance {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t chunkBytes = 1024 * 1024;
+
+} // namespace
+
+CopiedFile copyFile(const fs::path& from, const fs::path& to)
+{
+    const FileDescriptor source = openFile(from, O_RDONLY | O_NOFOLLOW);
+    struct stat status
+    {};
+    if (::fstat(source.get(), &status) != 0) {
+        throwErrno("fstat");
+    }
+    const FileDescriptor target =
+        openFile(to, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, status.st_mode & 0777);
+    const auto buffer = std::make_unique<char[]>(chunkBytes);
+    CopiedFile copied;
+    Sha256 digest;
+    for (;;) {
+        const ssize_t got = ::read(source.get(), buffer.get(), chunkBytes);
+        if (got < 0 && errno != EINTR) {
+            throwErrno("read");
+        }
+        if (got == 0) {
+            break;
+        }
+        if (got > 0) {
+            const auto bytes = static_cast<std::size_t>(got);
+            writeAll(target.get(), buffer.get(), bytes);
+            digest.add(buffer.get(), bytes);
+            copied.sizeBytes += bytes;
+        }
+    }
+    if (::fsync(target.get()) != 0) {
+        throwErrno("fsync");
+    }
+    copied.sha256 = digest.finishHex();
+    return copied;
+}
+
+void copyTree(const fs::path& from, const fs::path& to)
+{
+    if (fs::is_directory(from)) {
+        fs::create_directory(to);
+        fs::permissions(to, fs::status(from).permissions());
+        for (const auto& entry : fs::directory_iterator(from)) {
+            copyTree(entry.path(), to / entry.path().filename());
+        }
+    } else if (fs::exists(from)) {
+        copyFile(from, to);
+    }
+}
+
+void syncFolders(const fs::path& folder)
+{
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        if (entry.is_directory() && !entry.is_symlink()) {
+            syncFolder(entry.path());
+        }
+    }
+    syncFolder(folder);
+}
+
+} // namespace kelvo::maintenance

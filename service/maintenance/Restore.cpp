@@ -1,0 +1,165 @@
+// Brings a backup back.
+#include "service/maintenance/Restore.h"
+
+#include "service/DataFolder.h"
+#include "service/base/Clock.h"
+#include "service/base/Time.h"
+#include "service/maintenance/DatabaseCopy.h"
+#include "service/maintenance/FileCopies.h"
+#include "service/maintenance/StoreFiles.h"
+#include "service/store/Records.h"
+#include "service/store/Schema.h"
+
+#include <nlohmann/json.hpp>
+#include <soci/soci.h>
+
+#include <algorithm>
+#include <set>
+
+namespace kelvo::maintenance {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/** More than a farm makes between two backups, little of what there is. */
+constexpr long long idGap = 1000000;
+constexpr long long counterGap = 1000;
+constexpr const char* replacedPrefix = "replaced-";
+
+void requireBackup(const fs::path& from)
+{
+    try {
+        const auto manifest = nlohmann::json::parse(readFile(from / manifestName));
+        if (manifest.at("format") == manifestFormat) {
+            return;
+        }
+    } catch (const std::exception&) {
+        throw StartRefused(from.string() + " is not a complete backup");
+    }
+    throw StartRefused("the backup in " + from.string() + " is of another kind");
+}
+
+/** What may stay where it is: the lock, what earlier restores put aside, what file systems make. */
+bool stays(const std::string& name)
+{
+    static const std::set<std::string> kept{"lock", "lost+found", unfinishedRestoreName};
+    return kept.contains(name) || name.starts_with(replacedPrefix);
+}
+
+std::vector<fs::path> toReplace(const fs::path& folder)
+{
+    std::vector<fs::path> found;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        if (!stays(entry.path().filename())) {
+            found.push_back(entry.path());
+        }
+    }
+    return found;
+}
+
+void putAside(const fs::path& folder, const std::vector<fs::path>& entries)
+{
+    std::string time = rfc3339(SystemClock().nowMs());
+    std::erase_if(time, [](char c) { return c == ':' || c == '-' || c == '.'; });
+    const fs::path aside = folder / (replacedPrefix + time);
+    fs::create_directory(aside);
+    fs::permissions(aside, fs::perms::owner_all);
+    for (const fs::path& entry : entries) {
+        fs::rename(entry, aside / entry.filename());
+    }
+    syncFolder(aside);
+}
+
+/** Event cursors from after the backup are too old from now on, so their owners start afresh; ids
+ * from after it are not given to anything else. */
+void leaveGap(const fs::path& database)
+{
+    const auto dialect = store::makeSqlite(database.string());
+    const auto session = dialect->connect();
+    store::migrate(*session, *dialect);
+    soci::session& sql = *session;
+    const long long largest = store::largestId;
+    sql << dialect->beginWrite();
+    sql << "UPDATE farms SET last_resource = MAX(last_resource, MIN(last_resource + :gap, :most)),"
+           " last_event = last_event + :gap2, pruned_event = last_event + :gap3, kept_events = 0",
+        soci::use(idGap), soci::use(largest), soci::use(idGap), soci::use(idGap);
+    sql << "DELETE FROM events";
+    sql << "UPDATE counters SET value = value + :gap", soci::use(counterGap);
+    sql << "COMMIT";
+}
+
+void copyContents(const fs::path& from, const fs::path& to, CopyReport& report)
+{
+    fs::create_directory(to / "content");
+    for (const fs::path& file : contentFiles(from)) {
+        const std::string sha256 = file.filename();
+        if (!isDigest(sha256)) {
+            continue;
+        }
+        const fs::path target = contentPath(to, sha256);
+        fs::create_directory(target.parent_path());
+        const CopiedFile copied = copyFile(file, target);
+        if (copied.sha256 != sha256) {
+            report.damages.push_back("content " + sha256 + " is damaged in the backup");
+        }
+        ++report.contents;
+        report.bytes += copied.sizeBytes;
+    }
+}
+
+void reportMissing(const fs::path& folder, CopyReport& report)
+{
+    const auto sql = store::makeSqlite((folder / databaseName).string())->connect();
+    for (const WantedContent& content : wantedContents(*sql)) {
+        if (!fs::exists(contentPath(folder, content.sha256))) {
+            report.damages.push_back("content " + content.sha256 + " (" + content.firstFile +
+                                     ") is missing in the backup");
+        }
+    }
+}
+
+CopyReport copyAll(const fs::path& from, const fs::path& to)
+{
+    CopyReport report;
+    copyContents(from, to, report);
+    for (const auto& entry : fs::directory_iterator(from)) {
+        const std::string name = entry.path().filename();
+        if (name != "content" && name != manifestName && name != databaseName) {
+            copyTree(entry.path(), to / name);
+        }
+    }
+    copyFile(from / databaseName, to / databaseName);
+    leaveGap(to / databaseName);
+    reportMissing(to, report);
+    return report;
+}
+
+} // namespace
+
+CopyReport restore(const fs::path& from, const fs::path& dataFolder, bool force)
+{
+    requireBackup(from);
+    requireSchema(*store::makeSqlite((from / databaseName).string())->connect(), false);
+    const DataFolder folder(dataFolder); // keeps services out
+    const auto present = toReplace(folder.path());
+    if (!present.empty() && !force) {
+        throw StartRefused("the data folder " + folder.path().string() + " is not empty");
+    }
+    replaceFile(folder.path() / unfinishedRestoreName, "", 0600);
+    if (!present.empty()) {
+        putAside(folder.path(), present);
+    }
+    CopyReport report = copyAll(from, folder.path());
+    for (const auto& entry : fs::directory_iterator(folder.path())) {
+        if (entry.is_directory() && !stays(entry.path().filename())) {
+            syncFolders(entry.path());
+        }
+    }
+    syncFolder(folder.path());
+    fs::remove(folder.path() / unfinishedRestoreName);
+    syncFolder(folder.path());
+    return report;
+}
+
+} // namespace kelvo::maintenance

@@ -1,0 +1,42 @@
+// Which files the database wants in a data folder.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace soci {
+class session;
+}
+
+namespace kelvo::maintenance {
+
+/** A content that files, in inboxes or in the bin, refer to. */
+struct WantedContent
+{
+    std::string sha256;
+    long long sizeBytes = 0;
+    std::string firstFile; // "file 55 of farm 1"
+};
+
+/** An upload that goes on. */
+struct OpenUpload
+{
+    std::string id;
+    long long lengthBytes = 0;
+};
+
+/** In the order of their digests. */
+std::vector<WantedContent> wantedContents(soci::session& sql);
+std::vector<OpenUpload> openUploads(soci::session& sql);
+
+/** Where a content lies below a data folder or a backup. */
+std::filesystem::path contentPath(const std::filesystem::path& folder, const std::string& sha256);
+
+/** Whether it is the digest of a content, and not some other file's name. */
+bool isDigest(const std::string& name);
+
+/** All files in the folders below content/, in order. None if there is no such folder. */
+std::vector<std::filesystem::path> contentFiles(const std::filesystem::path& folder);
+
+} // namespace kelvo::maintenance

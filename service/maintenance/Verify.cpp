@@ -1,0 +1,144 @@
+// Checks a whole data folder.
+#include "service/maintenance/Verify.h"
+
+#include "service/DataFolder.h"
+#include "service/content/Integrity.h"
+#include "service/maintenance/DatabaseChecks.h"
+#include "service/maintenance/DatabaseCopy.h"
+#include "service/maintenance/StoreFiles.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <set>
+#include <system_error>
+
+#include <fcntl.h>
+
+namespace kelvo::maintenance {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/** One look at a folder. */
+class Inspection
+{
+public:
+    Inspection(const fs::path& folder, std::set<std::string>& right)
+        : folder_(folder), right_(right)
+    {}
+
+    VerifyReport run()
+    {
+        const DatabaseSnapshot snapshot(folder_);
+        if (fs::exists(folder_ / unfinishedRestoreName)) {
+            damage("a restore has not come to its end");
+        }
+        for (const std::string& wrong : checkDatabase(snapshot.sql())) {
+            damage(wrong);
+        }
+        const auto contents = wantedContents(snapshot.sql());
+        for (const WantedContent& content : contents) {
+            check(content);
+        }
+        findUnwanted(contents);
+        checkUploads(openUploads(snapshot.sql()));
+        return std::move(report_);
+    }
+
+private:
+    void damage(std::string text) { report_.damages.push_back(std::move(text)); }
+
+    void check(const WantedContent& content)
+    {
+        ++report_.contents;
+        const std::string name = "content " + content.sha256 + " (" + content.firstFile + "): ";
+        try {
+            const FileDescriptor file =
+                openFile(contentPath(folder_, content.sha256), O_RDONLY | O_NOFOLLOW);
+            const auto size = content::stampOf(file.get()).sizeBytes;
+            if (size != content.sizeBytes) {
+                damage(name + "has " + std::to_string(size) + " bytes instead of " +
+                       std::to_string(content.sizeBytes));
+                return;
+            }
+            if (!right_.contains(content.sha256)) {
+                if (content::digestOf(file.get()) != content.sha256) {
+                    damage(name + "its bytes are not what was uploaded");
+                    return;
+                }
+                right_.insert(content.sha256);
+            }
+            report_.bytes += static_cast<std::uint64_t>(size);
+        } catch (const std::system_error& error) {
+            damage(name + (error.code() == std::errc::no_such_file_or_directory
+                               ? "is missing"
+                               : "cannot be read: " + error.code().message()));
+        }
+    }
+
+    void findUnwanted(const std::vector<WantedContent>& wanted)
+    {
+        std::set<fs::path> expected;
+        for (const WantedContent& content : wanted) {
+            expected.insert(contentPath(folder_, content.sha256));
+        }
+        for (const fs::path& file : contentFiles(folder_)) {
+            if (!expected.contains(file)) {
+                report_.leftovers.push_back("content/" + file.parent_path().filename().string() +
+                                            "/" + file.filename().string() +
+                                            ": no file refers to it");
+            }
+        }
+    }
+
+    void checkUploads(const std::vector<OpenUpload>& uploads)
+    {
+        std::set<std::string> open;
+        for (const OpenUpload& upload : uploads) {
+            open.insert(upload.id);
+            std::error_code missing; // then nothing has come yet, or a crash took it back
+            const auto size = fs::file_size(folder_ / "uploads" / upload.id, missing);
+            if (!missing && size > static_cast<std::uint64_t>(upload.lengthBytes)) {
+                damage("upload " + upload.id + ": is longer than it was announced");
+            }
+        }
+        std::error_code missing;
+        for (const auto& entry : fs::directory_iterator(folder_ / "uploads", missing)) {
+            const std::string name = entry.path().filename();
+            if (!open.contains(name)) {
+                report_.leftovers.push_back("uploads/" + name + ": no unfinished upload has it");
+            }
+        }
+    }
+
+    const fs::path& folder_;
+    std::set<std::string>& right_; // digests found right; contents never change
+    VerifyReport report_;
+};
+
+} // namespace
+
+VerifyReport verify(const fs::path& dataFolder)
+{
+    std::set<std::string> right;
+    bool runs = isInUse(dataFolder);
+    VerifyReport report = Inspection(dataFolder, right).run();
+    runs = isInUse(dataFolder) || runs;
+    if (runs && !report.damages.empty()) {
+        // What the service removed after the database was copied looks missing, once.
+        VerifyReport again = Inspection(dataFolder, right).run();
+        std::erase_if(again.damages, [&report](const std::string& damage) {
+            return std::find(report.damages.begin(), report.damages.end(), damage) ==
+                   report.damages.end();
+        });
+        report = std::move(again);
+    }
+    report.serviceRuns = runs;
+    if (runs) {
+        report.leftovers.clear();
+    }
+    return report;
+}
+
+} // namespace kelvo::maintenance

@@ -1,0 +1,51 @@
+// A farm with files in inboxes and bin, and an upload that is not finished.
+#pragma once
+
+#include "service/api/UploadSteps.h"
+#include "service/base/Digest.h"
+#include "tests/service/support/ApiFixture.h"
+
+namespace kelvo::test {
+
+class KeptFiles : public ApiFixture
+{
+protected:
+    KeptFiles()
+    {
+        keep("field.zip", "a field");
+        keep("again.zip", "a field");
+        const store::File removed = keep("removed.zip", "in the bin");
+        database.writeNow([&](store::Transaction& t) {
+            store::moveToBin(t, user.farmId(), removed.id, "olga", clock.nowMs());
+        });
+        open = begin("half.zip", 10);
+        content::UploadWriter writer(contents, digests, open.id);
+        writer.append("hello", 5);
+    }
+
+    store::Upload begin(const std::string& name, long long lengthBytes)
+    {
+        api::UploadWish wish;
+        wish.name = name;
+        wish.targets = {inbox.id};
+        wish.lengthBytes = lengthBytes;
+        return loop.run(api::beginUpload(context, user, wish, api::newUploadId())).upload;
+    }
+
+    store::File keep(const std::string& name, const std::string& text)
+    {
+        const store::Upload upload = begin(name, static_cast<long long>(text.size()));
+        content::UploadWriter writer(contents, digests, upload.id);
+        writer.append(text.data(), text.size());
+        return loop.run(api::finishUpload(context, upload, writer)).files.front();
+    }
+
+    std::filesystem::path pathOf(const std::string& text) const
+    {
+        return contents.contentPath(sha256Hex(text));
+    }
+
+    store::Upload open;
+};
+
+} // namespace kelvo::test

@@ -1,0 +1,249 @@
+"""An operator's commands on a real data folder: verify, backup and restore, with a service at work beside them."""
+
+import os
+import subprocess
+import threading
+import unittest
+
+from kelvowire.events import EventStream
+from kelvowire.farm import log_in, make_inbox, settle
+from kelvowire.http import Client, sha256_hex
+from kelvowire.service import BINARY, GUARD_SECONDS, Service
+
+
+def run(*arguments):
+    """(exit code, stdout, stderr)"""
+    result = subprocess.run([BINARY, *arguments], capture_output=True, text=True, timeout=GUARD_SECONDS, check=False)
+    return result.returncode, result.stdout, result.stderr
+
+
+class Load:
+    """Clients that upload, remove and read for as long as the block lasts."""
+
+    def __init__(self, service, inboxes):
+        self.kept = {}  # Id -> content of what was acknowledged and is not removed.
+        self.failures = []
+        self._service = service
+        self._stop = threading.Event()
+        self._lock = threading.Lock()  # Guards kept.
+        self._enough = threading.Semaphore(0)
+        self._threads = [threading.Thread(target=self._work, args=(user, inbox, number))
+                         for number, (user, inbox) in enumerate(inboxes)]
+
+    def __enter__(self):
+        for thread in self._threads:
+            thread.start()
+        self.wait(20)
+        return self
+
+    def __exit__(self, *_):
+        self._stop.set()
+        for thread in self._threads:
+            thread.join()
+
+    def wait(self, uploads):
+        """Until so many more have been acknowledged."""
+        for _ in range(uploads):
+            if not self._enough.acquire(timeout=GUARD_SECONDS):
+                raise AssertionError(f"the load stands still: {self.failures}")
+
+    def snapshot(self):
+        with self._lock:
+            return dict(self.kept)
+
+    def _work(self, user, inbox, number):
+        client = log_in(self._service, user)
+        try:
+            count = 0
+            while not self._stop.is_set():
+                count += 1
+                content = b"%d-%d " % (number, count) * (1 + count % 7 * 3000)
+                file = client.put(f"{number}-{count}.zip", [inbox], content)[0]["id"]
+                if count % 3 == 0:
+                    client.delete(f"/resources/{file}")
+                else:
+                    with self._lock:
+                        self.kept[file] = content
+                if count % 5 == 0:
+                    client.create(f"open-{number}-{count}.zip", [inbox], 1000, b"part")
+                self._enough.release()
+        except Exception as failure:  # Told by the test, which waits for progress.
+            self.failures.append(failure)
+        finally:
+            client.close()
+
+
+class MaintenanceTest(unittest.TestCase):
+    def setUp(self):
+        self.service = Service()
+        self.addCleanup(self.service.remove)
+        self.service.start()
+        settle(self.service).close()
+        self.olga = self.client("olga")
+        self.inbox = make_inbox(self.olga)
+
+    def client(self, user, service=None):
+        client = log_in(service or self.service, user)
+        self.addCleanup(client.close)
+        return client
+
+    def backup(self, name="backup"):
+        return os.path.join(self.service.root, name)
+
+    def content_path(self, content):
+        digest = sha256_hex(content)
+        return self.service.path("content", digest[:2], digest)
+
+    def succeed(self, *arguments):
+        code, out, err = run(*arguments)
+        self.assertEqual((code, err), (0, ""), out)
+        return out
+
+    def restored(self, backup):
+        """A service, not started, on what comes back of the backup."""
+        service = Service()
+        self.addCleanup(service.remove)
+        self.succeed("restore", "--from", backup, "--data", service.folder)
+        self.assertIn("0 damaged, 0 leftovers", self.succeed("verify", "--data", service.folder))
+        return service
+
+
+class UnderLoad(MaintenanceTest):
+    def test_backups_are_consistent_and_hold_what_was_acknowledged_before(self):
+        piet = self.client("piet")
+        anna = self.client("anna")
+        inboxes = [("olga", self.inbox), ("piet", make_inbox(piet)), ("anna", make_inbox(anna, "Curves"))]
+        expected = []
+        with Load(self.service, inboxes) as load:
+            for number in range(3):
+                expected.append(load.snapshot())
+                self.succeed("backup", "--data", self.service.folder, "--to", self.backup(f"b{number}"))
+                out = self.succeed("verify", "--data", self.service.folder)
+                self.assertIn("not judged", out)
+                load.wait(5)
+        self.assertEqual(load.failures, [])
+        self.assertGreater(len(expected[2]), len(expected[0]))
+        for number, before in enumerate(expected):
+            service = self.restored(self.backup(f"b{number}"))
+            service.start()
+            office = self.client("anna", service)
+            for file, content in before.items():
+                self.assertEqual(office.get(f"/resources/{file}/content").body, content)
+            service.stop()
+        self.service.stop()
+        self.assertIn("0 damaged, 0 leftovers", self.succeed("verify", "--data", self.service.folder))
+        self.service.check_log()
+
+
+class BroughtBack(MaintenanceTest):
+    def test_sessions_uploads_and_the_authority_go_on(self):
+        file = self.olga.put("kept.zip", [self.inbox], b"kept")[0]["id"]
+        location = self.olga.create("open.zip", [self.inbox], 6, b"abc").headers["Location"]
+        old_cursor = self.olga.snapshot()["cursor"]
+        self.succeed("backup", "--data", self.service.folder, "--to", self.backup())
+        later = self.olga.put("later.zip", [self.inbox], b"after the backup")[0]["id"]
+        service = self.restored(self.backup())
+        self.assertEqual(service_text(service, "ca.pem"), self.service.text("ca.pem"))
+        service.start()
+        olga = Client(service, self.olga.token)
+        self.addCleanup(olga.close)
+        self.assertEqual(olga.get(f"/resources/{file}/content").body, b"kept")
+        olga.patch(location, 3, b"def")
+        olga.get(f"/resources/{later}", 404)
+        self.assertEqual(olga.get("/events", 410, headers={"Last-Event-ID": old_cursor}).problem, "cursor-too-old")
+        with EventStream(olga, olga.snapshot()["cursor"]) as stream:
+            new = olga.put("new.zip", [self.inbox], b"new")[0]["id"]
+            self.assertEqual(stream.expect("file-added").data["entry"]["id"], new)
+        self.assertGreater(new, later)
+        service.stop()
+
+    def test_a_repeat_of_what_the_backup_does_not_know_is_stored_anew(self):
+        self.succeed("backup", "--data", self.service.folder, "--to", self.backup())
+        self.olga.create("lost.zip", [self.inbox], 4, b"lost", key="nonce")
+        service = self.restored(self.backup())
+        service.start()
+        olga = Client(service, self.olga.token)
+        self.addCleanup(olga.close)
+        again = olga.create("lost.zip", [self.inbox], 4, b"lost", key="nonce")
+        self.assertIsNone(again.headers["Kelvo-Repeated"])
+        file = again.json()["files"][0]["id"]
+        self.assertEqual(olga.get(f"/resources/{file}/content").body, b"lost")
+        service.stop()
+
+    def test_in_place_after_a_disaster(self):
+        content = b"precious" * 1000
+        file = self.olga.put("kept.zip", [self.inbox], content)[0]["id"]
+        self.succeed("backup", "--data", self.service.folder, "--to", self.backup())
+        self.service.kill()
+        os.truncate(self.service.path("kelvo.sqlite"), 5000)
+        os.remove(self.content_path(content))
+        code, out, err = run("verify", "--data", self.service.folder)
+        self.assertNotEqual(code, 0, out + err)
+        code, _, err = run("restore", "--from", self.backup(), "--data", self.service.folder)
+        self.assertEqual(code, 2)
+        self.assertIn("not empty", err)
+        self.succeed("restore", "--force", "--from", self.backup(), "--data", self.service.folder)
+        self.succeed("verify", "--data", self.service.folder)
+        self.service.start()
+        olga = Client(self.service, self.olga.token)
+        self.addCleanup(olga.close)
+        self.assertEqual(olga.get(f"/resources/{file}/content").body, content)
+        self.service.stop()
+
+
+def service_text(service, name):
+    with open(os.path.join(service.folder, name), encoding="utf-8") as file:
+        return file.read()
+
+
+class Verifying(MaintenanceTest):
+    def test_finds_damage_beside_the_running_service_and_after(self):
+        content = b"a field of wheat" * 100
+        self.olga.put("field.zip", [self.inbox], content)
+        with open(self.content_path(content), "r+b") as file:
+            file.write(b"X")
+        for running in (True, False):
+            code, out, err = run("verify", "--data", self.service.folder)
+            self.assertEqual((code, err), (1, ""))
+            self.assertEqual(sum(line.startswith("damaged: content " + sha256_hex(content)) for line in out.splitlines()), 1)
+            self.assertIn("1 damaged", out)
+            self.assertEqual("not judged" in out, running)
+            if running:
+                self.service.stop()
+        code, out, _ = run("backup", "--data", self.service.folder, "--to", self.backup())
+        self.assertEqual(code, 1)
+        self.assertIn("damaged: content", out)
+
+    def test_an_upload_going_on_is_not_damage(self):
+        self.olga.create("open.zip", [self.inbox], 1000, b"part")
+        self.succeed("verify", "--data", self.service.folder)
+        self.service.kill()
+        self.succeed("verify", "--data", self.service.folder)
+
+
+class Refusing(MaintenanceTest):
+    def test_what_cannot_be_done_says_why_in_one_line(self):
+        self.succeed("backup", "--data", self.service.folder, "--to", self.backup())
+        nothing = self.backup("nothing")
+        for arguments, word in ((("verify", "--data", nothing), "no database"),
+                                (("backup", "--data", nothing, "--to", self.backup("b")), "no database"),
+                                (("backup", "--data", self.service.folder, "--to", self.backup()), "there already"),
+                                (("restore", "--from", nothing, "--data", nothing), "not a complete backup"),
+                                (("restore", "--from", self.backup(), "--data", self.service.folder, "--force"), "another instance")):
+            with self.subTest(arguments=arguments[0], word=word):
+                code, out, err = run(*arguments)
+                self.assertEqual((code, out), (2, ""))
+                self.assertEqual(len(err.splitlines()), 1)
+                self.assertIn(word, err)
+        self.olga.get("/account")
+
+    def test_help_for_each_names_its_options(self):
+        for command, options in (("serve", ("--data", "--stall-timeout", "--max-connections")), ("verify", ("--data",)),
+                                 ("backup", ("--data", "--to")), ("restore", ("--from", "--data", "--force"))):
+            out = self.succeed(command, "--help")
+            for option in options:
+                self.assertIn(option, out)
+
+
+if __name__ == "__main__":
+    unittest.main()
