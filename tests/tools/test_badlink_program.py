@@ -79,7 +79,8 @@ class RunTest(unittest.TestCase):
     def start(self, host="127.0.0.1"):
         service = "127.0.0.1:%d" % self.service.getsockname()[1]
         self.process = subprocess.Popen(
-            [*BADLINK, "--listen", f"{host}:0", "--to", service, "--scenario", self.file, "--seed", "7", "--log", self.log],
+            [*BADLINK, "--listen", f"{host}:0", "--to", service, "--scenario", self.file, "--seed", "7",
+             "--log", self.log],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         self.addCleanup(self.process.communicate)
         self.addCleanup(self.process.kill)
@@ -115,7 +116,8 @@ class RunTest(unittest.TestCase):
             socket.create_server(("::1", 0), family=socket.AF_INET6).close()
         except OSError as failure:
             self.skipTest(f"no IPv6 here: {failure}")
-        with socket.create_connection(self.start("[::1]"), GUARD_SECONDS) as client, self.service.accept()[0] as service:
+        address = self.start("[::1]")
+        with socket.create_connection(address, GUARD_SECONDS) as client, self.service.accept()[0] as service:
             client.sendall(b"a")
             self.assertEqual(service.recv(1), b"a")
 

@@ -100,8 +100,8 @@ class ReadingTest(unittest.TestCase):
                 scenarios.read(path)
 
     def test_values_and_defaults(self):
-        found = scenarios.parse("description = 'd'\n[[rule]]\ndo = 'stall'\nafter_bytes = [1, 2]\nseconds = 0.5\nnth = 3\n"
-                                "[[outage]]\nlast_seconds = 4\n", name="n")
+        found = scenarios.parse("description = 'd'\n[[rule]]\ndo = 'stall'\nafter_bytes = [1, 2]\nseconds = 0.5\n"
+                                "nth = 3\n[[outage]]\nlast_seconds = 4\n", name="n")
         self.assertEqual(found, scenarios.Scenario(
             "n", "d", rules=(Rule(0, "stall", after_bytes=Span(1, 2), seconds=Span(0.5, 0.5), nth=(3,)),),
             outages=(Outage(0, Span(4, 4)),)))

@@ -86,10 +86,11 @@ class Demo:
             (self.console_data / name).write_text(text, encoding="utf-8")
 
     def _tell(self):
+        link = [] if self.link is None else [f"The console's link is {self.badlink}; its log is {self.link.log}"]
         print(f"The service listens on https://{self.service.address}, its authority is {self.service.ca}",
               f"Operator, filled in already: {OPERATOR} / {PASSWORDS[OPERATOR]}",
               f"Farm office, for kelvoctl:   {OFFICE} / {PASSWORDS[OFFICE]}",
-              *([] if self.link is None else [f"The console's link is {self.badlink}; what that does is in {self.link.log}"]),
+              *link,
               f"All files are in {self.folder}. Close the window to end.", sep="\n", flush=True)
 
     def _open_window(self):

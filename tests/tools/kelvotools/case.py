@@ -13,6 +13,13 @@ from kelvolink.proxy import Proxy
 from .clock import FakeClock
 
 GUARD_SECONDS = 120  # only ends what hangs
+MUCH = 4_000_000  # more bytes than all buffers on the way can hold
+
+
+def rule(do, **keys):
+    """A scenario of one rule; the values as TOML wants them."""
+    lines = [f"{key} = {str(value).lower() if isinstance(value, bool) else repr(value)}" for key, value in keys.items()]
+    return "\n".join(["[[rule]]", f"do = '{do}'", *lines, ""])
 
 
 class Notes:

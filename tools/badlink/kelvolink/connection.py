@@ -14,7 +14,10 @@ FAREWELL_SECONDS = 2  # how long a cut connection is read, so that the cut is a 
 
 
 class Connection:
-    """Lives on the loop's thread, as long as `run`; owns both sockets. The proxy gives it what it shares with others."""
+    """Lives on the loop's thread, as long as `run`; owns both sockets.
+
+    The proxy gives it what it shares with others: scenario, seed, rules, clock, journal.
+    """
 
     def __init__(self, number, client, proxy):
         self.number, self.clock = number, proxy.clock

@@ -71,7 +71,7 @@ class Trips:
         return sum(self._passed[direction] for direction in directions)
 
     def next(self, direction, size):
-        """(how many of the next `size` bytes may pass, None); they are counted as passed. Or (0, what happens before)."""
+        """(how many of the next `size` bytes may pass, None), which are counted; or (0, what happens before)."""
         watching = [deed for deed in self._deeds if direction in deed.rule.directions]
         for deed in watching:
             if deed.bytes_left == 0:

@@ -7,7 +7,8 @@ from dataclasses import dataclass
 from pathlib import Path
 
 from .positions import Positions
-from .values import DIRECTIONS, Span, flag, natural, numbers, one_of, probability, rate, seconds, seconds_span, span, text
+from .values import (
+    DIRECTIONS, Span, flag, natural, numbers, one_of, probability, rate, seconds, seconds_span, span, text)
 
 SHIPPED = Path(__file__).resolve().parent.parent / "scenarios"
 

@@ -1,4 +1,7 @@
-"""What the keys of a scenario may have for values. Each reader returns the value or says in a ValueError what it wants."""
+"""What the keys of a scenario may have for values.
+
+Each reader returns the value, or says in a ValueError what it wants.
+"""
 
 import math
 from dataclasses import dataclass
