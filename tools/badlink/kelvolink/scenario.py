@@ -131,6 +131,8 @@ def shipped():
 def read(path):
     try:
         source = Path(path).read_text(encoding="utf-8")
+    except FileNotFoundError:
+        raise ScenarioError([f"{path}: neither a file nor a shipped scenario; --list names these"]) from None
     except (OSError, UnicodeDecodeError) as failure:
         raise ScenarioError([f"{path}: {getattr(failure, 'strerror', None) or failure}"]) from None
     return parse(source, Path(path).stem, str(path))
