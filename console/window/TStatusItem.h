@@ -6,7 +6,8 @@
 
 namespace console {
 
-// The text is cut with an ellipsis where there is no room; the tool tip has all of it.
+// A text that is too wide goes on in a second line where two blanks part it, and is cut with an
+// ellipsis if that is too narrow as well; the tool tip has all of it.
 //
 // Thread: main.
 class TStatusItem : public QWidget
