@@ -84,7 +84,7 @@ class Contract:
         responses = operation["responses"]
         if str(status) in responses:
             return self.resolve(responses[str(status)])
-        if status in (400, 405, 431, 503):
+        if status in (400, 405, 431, 503, 507):
             return self.resolve(responses["default"])
         raise Violation(f"{where}: undocumented status")
 
