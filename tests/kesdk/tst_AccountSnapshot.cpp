@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace kesdk::impl {
 
 namespace {
@@ -61,11 +63,13 @@ protected:
     }
     ResourceChanges Added(std::int64_t id)
     {
-        return snapshot.ApplyEvent(Event(EAccountEvent::eFileAdded, File(id), "4"));
+        return snapshot.ApplyEvent(
+            Event(EAccountEvent::eFileAdded, File(id), std::to_string(++m_event)));
     }
     ResourceChanges Removed(std::int64_t id)
     {
-        return snapshot.ApplyEvent(Event(EAccountEvent::eFileRemoved, File(id), "5"));
+        return snapshot.ApplyEvent(
+            Event(EAccountEvent::eFileRemoved, File(id), std::to_string(++m_event)));
     }
     ResourceChanges Uploaded(std::int64_t id)
     {
@@ -74,6 +78,9 @@ protected:
 
     using Ids = std::vector<std::int64_t>;
     AccountSnapshot snapshot;
+
+private:
+    int m_event = 3; // the newest
 };
 
 void ExpectInboxChange(const ResourceChanges& changes, long fileId)
@@ -209,6 +216,44 @@ TEST_F(AccountSnapshotTest, AnEventOfNoConcernMovesTheCursor)
     event.id = "9";
     EXPECT_TRUE(snapshot.ApplyEvent(event).empty());
     EXPECT_EQ(snapshot.Cursor(), "9");
+}
+
+TEST_F(AccountSnapshotTest, EventsThatComeTwiceSayNothingAgain)
+{
+    const AccountEvent added = Event(EAccountEvent::eFileAdded, File(60), "4");
+    const AccountEvent removed = Event(EAccountEvent::eFileRemoved, File(60), "5");
+    EXPECT_EQ(snapshot.ApplyEvent(added).size(), 1u);
+    EXPECT_EQ(snapshot.ApplyEvent(added).size(), 0u);
+    EXPECT_EQ(snapshot.ApplyEvent(removed).size(), 1u);
+    EXPECT_EQ(snapshot.ApplyEvent(added).size(), 0u) << "it does not come back";
+    EXPECT_EQ(snapshot.ApplyEvent(removed).size(), 0u);
+    EXPECT_EQ(Files(), (Ids{50, 51}));
+    EXPECT_EQ(snapshot.Cursor(), "5");
+}
+
+TEST_F(AccountSnapshotTest, EventsOfBeforeTheSnapshotSayNothing)
+{
+    EXPECT_TRUE(snapshot.ApplyEvent(Event(EAccountEvent::eFileRemoved, File(50), "2")).empty());
+    EXPECT_TRUE(snapshot.ApplyEvent(Event(EAccountEvent::eFileAdded, File(60), "3")).empty());
+    EXPECT_EQ(Files(), (Ids{50, 51}));
+    EXPECT_EQ(snapshot.Cursor(), "3") << "it never goes back";
+}
+
+TEST_F(AccountSnapshotTest, EventsInAnotherOrderEndInTheSameState)
+{
+    const std::vector<AccountEvent> events{Event(EAccountEvent::eFileAdded, File(60), "4"),
+                                           Event(EAccountEvent::eFileAdded, File(61), "5"),
+                                           Event(EAccountEvent::eFileRemoved, File(60), "6"),
+                                           Event(EAccountEvent::eFileRemoved, File(51), "7"),
+                                           Event(EAccountEvent::eFileAdded, File(51), "8")};
+    std::vector<std::size_t> order{0, 1, 2, 3, 4};
+    do {
+        snapshot.Replace(Account({File(50), File(51)}));
+        for (const std::size_t i : order)
+            snapshot.ApplyEvent(events[i]);
+        ASSERT_EQ(Files(), (Ids{50, 51, 61}));
+        ASSERT_EQ(snapshot.Cursor(), "8");
+    } while (std::next_permutation(order.begin(), order.end()));
 }
 
 } // namespace kesdk::impl

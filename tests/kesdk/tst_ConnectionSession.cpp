@@ -1,4 +1,4 @@
-// Login, logout, loss of link and loss of session.
+// Login, logout and loss of the session.
 #include "support/ConnectionFixture.h"
 
 namespace kesdk::test {
@@ -7,19 +7,7 @@ namespace {
 
 using States = std::vector<std::int32_t>;
 
-class ConnectionSession : public ConnectionFixture
-{
-protected:
-    // The session's line sleeps until it is woken.
-    void LetSleepsBlock()
-    {
-        impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};
-        lines.session.sleeper = std::make_unique<BlockingSleeper>();
-        connection->Unsubscribe(&listener);
-        connection = std::make_unique<impl::Connection>(std::move(lines));
-        connection->Subscribe(&listener);
-    }
-};
+using ConnectionSession = ConnectionFixture;
 
 } // namespace
 
@@ -84,14 +72,6 @@ TEST_F(ConnectionSession, FailsWithoutALink)
     ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
     ASSERT_TRUE(listener.WaitForState(api::eLoginFailed));
     EXPECT_EQ(connection->GetLastLoginErrors().front().text1, L"The service does not answer.");
-}
-
-TEST_F(ConnectionSession, RetriesSnapshotAndStreamWhileItLogsIn)
-{
-    service.FailNext(Drop("GET /v1/account"));
-    service.FailNext(Drop("GET /v1/events"));
-    LogIn();
-    EXPECT_EQ(listener.States(), (States{1, 3}));
 }
 
 TEST_F(ConnectionSession, FailsAndEndsTheTokenWhenThereIsNoStream)
@@ -161,84 +141,6 @@ TEST_F(ConnectionSession, AFailedLoginLeavesNoSession)
     ASSERT_TRUE(listener.WaitForState(api::eLoginFailed));
     EXPECT_FALSE(connection->IsLoggedIn());
     EXPECT_TRUE(connection->GetProjects().empty());
-}
-
-TEST_F(ConnectionSession, ReconnectsWhenTheStreamEnds)
-{
-    LogIn();
-    service.CloseStreams();
-    ASSERT_TRUE(listener.WaitForStates(4));
-    EXPECT_EQ(listener.States(), (States{1, 3, 2, 3}));
-    EXPECT_TRUE(connection->IsLoggedIn());
-    const std::int64_t file = service.AddFile(inbox, "a.zip", "x");
-    EXPECT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
-}
-
-TEST_F(ConnectionSession, MissesNothingWhileTheLinkIsLost)
-{
-    LogIn();
-    service.SetOnline(false);
-    ASSERT_TRUE(listener.WaitForState(api::eReconnecting));
-    EXPECT_TRUE(connection->IsLoggedIn());
-    EXPECT_EQ(connection->GetProjects().size(), 7u) << "from the last snapshot";
-    const std::int64_t file = service.AddFile(inbox, "a.zip", "x");
-    service.SetOnline(true);
-    ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
-    EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{file}));
-    EXPECT_EQ(service.Count("GET /v1/account"), 1) << "the stream was resumed";
-}
-
-TEST_F(ConnectionSession, TriesTheStreamAtOnceWhenAnotherRequestGotThrough)
-{
-    LetSleepsBlock();
-    LogIn();
-    service.SetOnline(false);
-    ASSERT_TRUE(listener.WaitForState(api::eReconnecting));
-    service.SetOnline(true);
-    EXPECT_TRUE(connection->SendEnvironment({}));
-    EXPECT_TRUE(listener.WaitForState(api::eLoginSuccessful));
-}
-
-TEST_F(ConnectionSession, AStreamMayBeSilentForTwoCommentsButNotLonger)
-{
-    LogIn();
-    const impl::HttpLimits limits = service.Requests().back().request.limits;
-    EXPECT_EQ(service.Requests().back().Line(), "GET /v1/events");
-    EXPECT_GT(limits.stallWindow, std::chrono::seconds(120));
-    EXPECT_LT(limits.stallWindow, std::chrono::seconds(180));
-    EXPECT_EQ(limits.stallBytes, 1);
-    EXPECT_EQ(limits.total.count(), 0);
-}
-
-TEST_F(ConnectionSession, FetchesTheSnapshotAnewWhenItCannotResume)
-{
-    LogIn();
-    const std::int64_t lost = service.AddFileSilently(inbox, "lost.zip", "x");
-    service.ForgetEvents();
-    service.CloseStreams();
-    ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), 0));
-    EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{lost}));
-    EXPECT_EQ(listener.Changes().size(), 1u) << "only what differs";
-    const std::int64_t next = service.AddFile(inbox, "next.zip", "x");
-    EXPECT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(next)));
-}
-
-TEST_F(ConnectionSession, FetchesTheSnapshotAnewAfterAnEventItCannotRead)
-{
-    LogIn();
-    const std::int64_t lost = service.AddFileSilently(inbox, "lost.zip", "x");
-    service.SendOnStreams("event: file-added\ndata: {\"entry\":17}\n\n");
-    ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), 0));
-    EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{lost}));
-}
-
-TEST_F(ConnectionSession, IgnoresEventsOfNoConcern)
-{
-    LogIn();
-    service.SendOnStreams("event: console-moved\ndata: nonsense\n\n");
-    const std::int64_t file = service.AddFile(inbox, "a.zip", "x");
-    EXPECT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
-    EXPECT_EQ(service.Count("GET /v1/account"), 1);
 }
 
 TEST_F(ConnectionSession, ReportsASessionThatTheServiceEndedOnce)

@@ -1,30 +1,9 @@
-// The transport against a real TLS peer: whom it believes, what it sends, and when it gives up.
-#include "http/CurlTransport.h"
-#include "support/TempFolder.h"
-#include "support/TlsPeer.h"
-
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <future>
+// The transport against a real TLS peer: what it sends, and what it makes of answers.
+#include "support/CurlFixture.h"
 
 namespace kesdk::impl {
 
 namespace {
-
-using namespace std::chrono_literals;
-using test::TlsPeer;
-
-const char* const kHello = "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nX-Name:  value \r\n\r\nhello";
-
-// Answers every request of a connection alike.
-TlsPeer::Script Always(const std::string& answer)
-{
-    return [answer](TlsPeer::Session& session) {
-        while (!session.ReadHead().empty())
-            session.Write(answer);
-    };
-}
 
 class StringSource : public BodySource
 {
@@ -60,30 +39,6 @@ public:
     std::string text;
 };
 
-class CurlTransportTest : public testing::Test
-{
-protected:
-    std::shared_ptr<const TrustStore> Trust() const
-    {
-        return std::make_shared<const TrustStore>(folder.Write("ca.pem", authority.Pem()));
-    }
-    test::Identity GoodIdentity() const { return authority.Issue("IP:127.0.0.1", -1, 1); }
-
-    EErrorCode CodeFrom(test::Identity identity, int mostVersion = TLS1_3_VERSION)
-    {
-        TlsPeer peer(std::move(identity), Always(kHello), mostVersion);
-        CurlTransport transport(peer.Url(), Trust());
-        const Failure failure = transport.Perform(request, {}).failure;
-        lastDetail = failure.detail;
-        return failure.code;
-    }
-
-    std::string lastDetail;
-    test::TempFolder folder;
-    test::TestAuthority authority;
-    HttpRequest request;
-};
-
 } // namespace
 
 TEST_F(CurlTransportTest, ReusesItsConnection)
@@ -99,31 +54,6 @@ TEST_F(CurlTransportTest, ReusesItsConnection)
         EXPECT_EQ(*outcome.response.Header("x-name"), "value");
     }
     EXPECT_EQ(peer.ConnectionCount(), 1);
-}
-
-TEST_F(CurlTransportTest, BelievesOnlyKnownAuthorities)
-{
-    const test::TestAuthority stranger;
-    EXPECT_EQ(CodeFrom(GoodIdentity()), EErrorCode::eNone);
-    EXPECT_EQ(CodeFrom(stranger.Issue("IP:127.0.0.1", -1, 1)), EErrorCode::eUnknownAuthority);
-}
-
-TEST_F(CurlTransportTest, BelievesCertificatesOnlyInTheirTime)
-{
-    EXPECT_EQ(CodeFrom(authority.Issue("IP:127.0.0.1", -3, -1)), EErrorCode::eCertificateExpired);
-    EXPECT_EQ(CodeFrom(authority.Issue("IP:127.0.0.1", 1, 3)), EErrorCode::eCertificateNotYetValid);
-}
-
-TEST_F(CurlTransportTest, BelievesCertificatesOnlyForTheirHost)
-{
-    EXPECT_EQ(CodeFrom(authority.Issue("DNS:elsewhere.test", -1, 1)), EErrorCode::eWrongHostName)
-        << lastDetail;
-}
-
-TEST_F(CurlTransportTest, SpeaksNothingOlderThanTls12)
-{
-    EXPECT_EQ(CodeFrom(GoodIdentity(), TLS1_2_VERSION), EErrorCode::eNone);
-    EXPECT_EQ(CodeFrom(GoodIdentity(), TLS1_1_VERSION), EErrorCode::eTls);
 }
 
 TEST_F(CurlTransportTest, SaysThatNobodyAnswers)
@@ -228,81 +158,6 @@ TEST_F(CurlTransportTest, SaysThatTheLinkDroppedAndKeepsWhatArrived)
     EXPECT_EQ(sink.text, "hello");
 }
 
-TEST_F(CurlTransportTest, SaysThatTheLinkDroppedBeforeTheAnswer)
-{
-    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.ReadHead(); });
-    CurlTransport transport(peer.Url(), Trust());
-    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eDropped);
-}
-
-TEST_F(CurlTransportTest, GivesUpWhenNothingMoves)
-{
-    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.WaitForEnd(); });
-    CurlTransport transport(peer.Url(), Trust());
-    request.limits.stallWindow = 100ms;
-    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
-}
-
-TEST_F(CurlTransportTest, GivesUpWhenTooLittleMoves)
-{
-    std::promise<void> isOver;
-    std::future<void> over = isOver.get_future();
-    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
-        session.ReadHead();
-        session.Write("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n");
-        while (over.wait_for(5ms) != std::future_status::ready)
-            session.Write("x");
-    });
-    CurlTransport transport(peer.Url(), Trust());
-    request.limits.stallWindow = 100ms;
-    request.limits.stallBytes = 100'000;
-    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
-    isOver.set_value();
-}
-
-TEST_F(CurlTransportTest, GivesUpWhenTheTimeIsOver)
-{
-    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.WaitForEnd(); });
-    CurlTransport transport(peer.Url(), Trust());
-    request.limits.total = 100ms;
-    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
-}
-
-TEST_F(CurlTransportTest, AsksTheAbortCheckWhileItWaits)
-{
-    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.WaitForEnd(); });
-    CurlTransport transport(peer.Url(), Trust());
-    const std::thread::id self = std::this_thread::get_id();
-    std::thread::id asked;
-    int count = 0;
-    const AbortCheck abort = [&] {
-        asked = std::this_thread::get_id();
-        return ++count > 4;
-    };
-    EXPECT_EQ(transport.Perform(request, abort).failure.code, EErrorCode::eAborted);
-    EXPECT_EQ(asked, self);
-}
-
-TEST_F(CurlTransportTest, WakesUpToAskTheAbortCheck)
-{
-    std::atomic<bool> isAborted{false};
-    std::promise<void> isConnected;
-    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
-        session.ReadHead();
-        isConnected.set_value();
-        session.WaitForEnd();
-    });
-    CurlTransport transport(peer.Url(), Trust());
-    std::thread waker([&] {
-        isConnected.get_future().wait();
-        isAborted = true;
-        transport.Wake();
-    });
-    EXPECT_EQ(transport.Perform(request, [&] { return isAborted.load(); }).failure.code,
-              EErrorCode::eAborted);
-    waker.join();
-}
-
 TEST_F(CurlTransportTest, ReadsAnAnswerThatComesBeforeTheBodyIsSent)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
@@ -318,18 +173,6 @@ TEST_F(CurlTransportTest, ReadsAnAnswerThatComesBeforeTheBodyIsSent)
     const HttpOutcome outcome = transport.Perform(request, {});
     EXPECT_EQ(outcome.response.status, 507) << outcome.failure.detail;
     EXPECT_EQ(outcome.response.body, "full");
-}
-
-TEST_F(CurlTransportTest, ADeadConnectionIsReplaced)
-{
-    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
-        session.ReadHead();
-        session.Write(kHello); // and goes, without having said so
-    });
-    CurlTransport transport(peer.Url(), Trust());
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(transport.Perform(request, {}).response.status, 200);
-    EXPECT_EQ(peer.ConnectionCount(), 3);
 }
 
 } // namespace kesdk::impl

@@ -159,4 +159,31 @@ TEST_F(RetryingClientTest, SaysWhenAnEarlierTryMayHaveArrived)
     EXPECT_TRUE(Perform().mayHaveRunBefore);
 }
 
+TEST_F(RetryingClientTest, HonoursADateByTheClockOfWhoeverSaysIt)
+{
+    const HttpHeader now{"Date", "Thu, 01 Jan 2026 10:00:00 GMT"};
+    outcomes = {Good(503, {now, {"Retry-After", "Thu, 01 Jan 2026 10:00:09 GMT"}}),
+                Good(503, {now, {"Retry-After", "Thu, 01 Jan 2026 09:00:00 GMT"}}),
+                Good(503, {{"Retry-After", "Thu, 01 Jan 2026 10:00:09 GMT"}}), Good(200)};
+    EXPECT_EQ(Perform().response.status, 200);
+    EXPECT_EQ(time->Sleeps(), (Sleeps{9s, 1000ms, 1500ms})) << "or else its own pauses";
+}
+
+TEST_F(RetryingClientTest, WaitsForNobodyForever)
+{
+    for (const char* wanted : {"86400", "99999999999999999999", "Fri, 01 Jan 2100 10:00:00 GMT"}) {
+        const HttpHeader now{"Date", "Thu, 01 Jan 2026 10:00:00 GMT"};
+        outcomes = {Good(503, {now, {"Retry-After", wanted}}), Good(200)};
+        EXPECT_EQ(Perform().response.status, 200);
+        EXPECT_EQ(time->Sleeps().back(), 5min) << wanted;
+        EXPECT_EQ(RetryAfter(Good(503, {now, {"Retry-After", wanted}}).response), 24h) << wanted;
+    }
+}
+
+TEST_F(RetryingClientTest, MakesNothingOfNonsense)
+{
+    for (const char* wanted : {"", "-5", "5x", "soon", "99999999999999999999x"})
+        EXPECT_EQ(RetryAfter(Good(503, {{"Retry-After", wanted}}).response), std::nullopt);
+}
+
 } // namespace kesdk::impl

@@ -11,6 +11,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace kesdk::test {
 
@@ -23,6 +25,16 @@ protected:
     {
         if (connection)
             connection->Unsubscribe(&listener);
+    }
+
+    // The session's line sleeps until it is woken.
+    void LetSleepsBlock()
+    {
+        impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};
+        lines.session.sleeper = std::make_unique<BlockingSleeper>();
+        connection->Unsubscribe(&listener);
+        connection = std::make_unique<impl::Connection>(std::move(lines));
+        connection->Subscribe(&listener);
     }
 
     void LogIn()

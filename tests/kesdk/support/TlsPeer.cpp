@@ -83,6 +83,8 @@ TlsPeer::~TlsPeer()
     ::shutdown(m_listener, SHUT_RDWR); // ends the accept
     m_thread.join();
     ::close(m_listener);
+    for (std::thread& connection : m_connectionThreads)
+        connection.join();
 }
 
 void TlsPeer::Run()
@@ -92,8 +94,10 @@ void TlsPeer::Run()
         if (descriptor < 0)
             return;
         ++m_connections;
-        Serve(descriptor);
-        ::close(descriptor);
+        m_connectionThreads.emplace_back([this, descriptor] {
+            Serve(descriptor);
+            ::close(descriptor);
+        });
     }
 }
 

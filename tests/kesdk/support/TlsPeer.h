@@ -10,10 +10,11 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace kesdk::test {
 
-// One connection at a time, on a thread of its own.
+// Each connection on a thread of its own.
 class TlsPeer
 {
 public:
@@ -58,6 +59,7 @@ private:
     int m_listener = -1;
     int m_port = 0;
     std::atomic<int> m_connections{0};
+    std::vector<std::thread> m_connectionThreads; // m_thread's, until that has ended
     std::thread m_thread;
 };
 

@@ -2,6 +2,7 @@
 #include "account/AccountSnapshot.h"
 
 #include <algorithm>
+#include <charconv>
 #include <utility>
 
 namespace kesdk::impl {
@@ -24,6 +25,17 @@ ResourceChange Change(Notification::EContainerKind kind, std::int64_t containerI
     return change;
 }
 
+// Of an event; they grow. Empty when it has none.
+std::optional<std::int64_t> NumberOf(const std::string& id)
+{
+    std::int64_t number = 0;
+    const char* end = id.data() + id.size();
+    const auto parsed = std::from_chars(id.data(), end, number);
+    return !id.empty() && parsed.ec == std::errc() && parsed.ptr == end
+               ? std::optional<std::int64_t>(number)
+               : std::nullopt;
+}
+
 } // namespace
 
 ResourceChanges AccountSnapshot::Replace(AccountRecord account)
@@ -32,6 +44,8 @@ ResourceChanges AccountSnapshot::Replace(AccountRecord account)
     const std::lock_guard lock(m_mutex);
     ResourceChanges changes = Differences(m_state, state);
     m_state = std::move(state);
+    m_oldestNews = NumberOf(m_state.cursor).value_or(0);
+    m_newestEventOfFile.clear();
     m_goneBeforeEvent.clear();
     m_removedByEvent.clear();
     ++m_generation;
@@ -42,6 +56,8 @@ void AccountSnapshot::Clear()
 {
     const std::lock_guard lock(m_mutex);
     m_state = State();
+    m_oldestNews = 0;
+    m_newestEventOfFile.clear();
     m_goneBeforeEvent.clear();
     m_removedByEvent.clear();
     ++m_generation;
@@ -56,8 +72,8 @@ std::uint64_t AccountSnapshot::Generation() const
 ResourceChanges AccountSnapshot::ApplyEvent(const AccountEvent& event)
 {
     const std::lock_guard lock(m_mutex);
-    if (!event.id.empty())
-        m_state.cursor = event.id;
+    if (IsOld(event))
+        return {};
     if (event.kind == EAccountEvent::eInboxAdded)
         return AddInbox(event.inbox);
     const std::int64_t id = event.file.id;
@@ -75,6 +91,27 @@ ResourceChanges AccountSnapshot::ApplyEvent(const AccountEvent& event)
         return RemoveFile(id);
     }
     return {};
+}
+
+// Moves the cursor on as well: it is the newest event that was ever seen.
+bool AccountSnapshot::IsOld(const AccountEvent& event)
+{
+    const std::optional<std::int64_t> number = NumberOf(event.id);
+    const std::int64_t cursor = NumberOf(m_state.cursor).value_or(0);
+    if (!event.id.empty() && number.value_or(cursor) >= cursor)
+        m_state.cursor = event.id;
+    if (!number)
+        return false;
+    if (*number <= m_oldestNews)
+        return true;
+    if (event.kind != EAccountEvent::eFileAdded && event.kind != EAccountEvent::eFileRemoved)
+        return false;
+    if (m_newestEventOfFile.size() >= kMostRemembered) {
+        m_newestEventOfFile.clear();
+        m_oldestNews = cursor;
+    }
+    std::int64_t& newest = m_newestEventOfFile[event.file.id];
+    return *number <= std::exchange(newest, std::max(newest, *number));
 }
 
 ResourceChanges AccountSnapshot::ApplyOwnUpload(const std::vector<FileRecord>& files,

@@ -22,7 +22,8 @@ using ResourceChanges = std::vector<ResourceChange>;
 
 // The account as the service last told it, kept up to date from two sides: the event stream, and
 // the replies to our own requests, which may come before or after the event of the same change.
-// Every patch says what it changed, so that the second to come says nothing.
+// Every patch says what it changed, so that the second to come says nothing. Events that come
+// twice, late or in another order leave each file as the newest event of it has it.
 //
 // Thread safety: safe.
 class AccountSnapshot
@@ -34,7 +35,7 @@ public:
     // Counts the calls of Replace and Clear.
     std::uint64_t Generation() const;
 
-    // From the event stream, in its order.
+    // From the event stream.
     ResourceChanges ApplyEvent(const AccountEvent& event);
     // From the reply to an upload that was begun at `generation`. A snapshot taken since then may
     // know better: then the event stream tells the rest.
@@ -81,6 +82,7 @@ private:
     static const Project* FindProject(const State& state, std::int64_t projectId);
     static api::EnterpriseResourceWithContent ToResource(std::int64_t inboxId, const Inbox& inbox);
 
+    bool IsOld(const AccountEvent& event);
     ResourceChanges AddFile(const FileRecord& file);
     ResourceChanges RemoveFile(std::int64_t fileId);
     ResourceChanges AddInbox(const InboxRecord& inbox);
@@ -88,6 +90,8 @@ private:
     mutable std::mutex m_mutex; // guards everything below
     State m_state;
     std::uint64_t m_generation = 0;
+    std::int64_t m_oldestNews = 0; // events up to this one are in the state, whatever they tell
+    std::unordered_map<std::int64_t, std::int64_t> m_newestEventOfFile;
     // Files of which our own request learnt that they are gone before the stream told so; an older
     // "added" may still be on its way there.
     std::unordered_set<std::int64_t> m_goneBeforeEvent;

@@ -2,16 +2,26 @@
 #include "account/EventStream.h"
 
 #include "account/EventParser.h"
+#include "base/Text.h"
 #include "client/ApiJson.h"
 #include "client/Problems.h"
 
 #include <chrono>
+#include <string_view>
 
 namespace kesdk::impl {
 
 namespace {
 
-constexpr std::chrono::seconds kLongestSilence{130}; // a comment comes every 60 s
+// A comment comes every 60 s: one may be late, and the second is not waited for.
+constexpr std::chrono::seconds kLongestSilence{118};
+
+bool IsEventStream(const HttpResponse& head)
+{
+    constexpr std::string_view kType = "text/event-stream";
+    const std::string* type = head.Header("Content-Type");
+    return type && EqualNoCase(std::string_view(*type).substr(0, kType.size()), kType);
+}
 
 class EventSink : public BodySink
 {
@@ -22,7 +32,7 @@ public:
 
     bool Accept(const HttpResponse& head) override
     {
-        if (head.status != 200)
+        if (head.status != 200 || !IsEventStream(head))
             return false;
         m_handlers.onOpen();
         return true;

@@ -47,7 +47,9 @@ Result<T> ReadReply(const HttpOutcome& outcome, Parse parse)
 Failure ReadEmptyReply(const HttpOutcome& outcome)
 {
     const Failure failure = FailureOf(outcome);
-    return failure.IsSet() || outcome.response.IsSuccess() ? failure : BadReply(outcome.response);
+    // Anything with a body was not said by the service.
+    const bool isGood = outcome.response.IsSuccess() && outcome.response.body.empty();
+    return failure.IsSet() || isGood ? failure : BadReply(outcome.response);
 }
 
 std::string Resource(std::int64_t id)
@@ -138,7 +140,7 @@ Failure ApiClient::DeleteFile(const ApiCall& call, std::int64_t fileId, const st
         request.headers.push_back({"If-Match", etag});
     const HttpOutcome outcome = Perform(call, std::move(request));
     // The try whose answer was lost did it: an id that is gone never comes back by itself.
-    if (outcome.mayHaveRunBefore && outcome.response.status == 404)
+    if (outcome.mayHaveRunBefore && FailureOf(outcome).Is(EErrorCode::eNotFound))
         return {};
     return ReadEmptyReply(outcome);
 }

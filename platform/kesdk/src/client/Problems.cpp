@@ -1,9 +1,12 @@
 // What the service's error answers mean to the SDK.
 #include "client/Problems.h"
 
+#include "base/Text.h"
 #include "client/ApiJson.h"
 #include "client/RetryingClient.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string_view>
 
 namespace kesdk::impl {
@@ -55,10 +58,38 @@ EErrorCode CodeOf(std::string_view name, int status)
     return status >= 500 ? EErrorCode::eServiceError : EErrorCode::eRefusedByService;
 }
 
+bool IsPage(const HttpResponse& response)
+{
+    constexpr std::string_view kTypes[] = {"text/html", "application/xhtml+xml"};
+    const std::string* type = response.Header("Content-Type");
+    return type && std::any_of(std::begin(kTypes), std::end(kTypes), [&](std::string_view page) {
+               return EqualNoCase(std::string_view(*type).substr(0, page.size()), page);
+           });
+}
+
+// The service sends no pages and no redirects. A proxy before it may send an error as a page, which
+// then says no less than its status; but what is gone or forbidden only the service itself can say.
+bool IsOfAnotherHand(const HttpResponse& response)
+{
+    constexpr int kOnlyTheServices[] = {401, 403, 404, 410, 412};
+    constexpr int kNetworkWantsLogin = 511;
+    const int status = response.status;
+    if (status == kNetworkWantsLogin || (status >= 300 && status < 400 && status != 304))
+        return true;
+    const bool isItsToSay =
+        response.IsSuccess() || std::find(std::begin(kOnlyTheServices), std::end(kOnlyTheServices),
+                                          status) != std::end(kOnlyTheServices);
+    return isItsToSay && IsPage(response);
+}
+
 } // namespace
 
 Failure FailureOf(const HttpResponse& response)
 {
+    if (IsOfAnotherHand(response))
+        return Failure(EErrorCode::eCaptivePortal,
+                       "HTTP " + std::to_string(response.status) + ", a page and no answer",
+                       response.status);
     if (response.status < 400)
         return {};
     const ProblemDocument problem = ParseProblem(response.body);

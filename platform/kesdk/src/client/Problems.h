@@ -6,7 +6,8 @@
 
 namespace kesdk::impl {
 
-// Not set for a response with a status below 400.
+// Not set for a good answer. A page or a redirect, which the service never sends, is
+// eCaptivePortal, whatever its status claims of the session or of a file.
 Failure FailureOf(const HttpResponse& response);
 
 // The link's failure, or else the response's.

@@ -1,6 +1,8 @@
 // Repeats what failed for a reason that may pass.
 #include "client/RetryingClient.h"
 
+#include "http/HttpDate.h"
+
 #include <algorithm>
 #include <charconv>
 
@@ -15,6 +17,10 @@ constexpr EErrorCode kPassing[] = {
     EErrorCode::eConnectTimeout, EErrorCode::eTimeout, EErrorCode::eDropped,
     EErrorCode::eServiceBusy,
 };
+
+// What nobody means, or nobody can wait for.
+constexpr std::chrono::seconds kLongestRetryAfter = std::chrono::hours(24);
+constexpr milliseconds kLongestPause = std::chrono::minutes(5);
 
 constexpr int kPassingStatus[] = {429, 502, 503, 504};
 
@@ -69,14 +75,25 @@ bool WasNeverSent(const Failure& failure)
 std::optional<std::chrono::seconds> RetryAfter(const HttpResponse& response)
 {
     const std::string* text = response.Header("Retry-After");
-    std::int32_t seconds = 0;
-    if (!text)
+    if (!text || text->empty())
         return std::nullopt;
+    std::int64_t seconds = 0;
     const char* end = text->data() + text->size();
     const auto parsed = std::from_chars(text->data(), end, seconds);
-    if (parsed.ec != std::errc() || parsed.ptr != end || seconds < 0)
+    if (parsed.ptr == end && parsed.ec == std::errc::result_out_of_range) {
+        seconds = kLongestRetryAfter.count();
+    } else if (parsed.ptr != end || parsed.ec != std::errc()) {
+        // By the clock of whoever says so: the console's may be wrong.
+        const std::string* date = response.Header("Date");
+        const auto now = date ? ParseHttpDate(*date) : std::nullopt;
+        const auto then = ParseHttpDate(*text);
+        if (!now || !then)
+            return std::nullopt;
+        seconds = std::max<std::int64_t>(*then - *now, 0);
+    }
+    if (seconds < 0)
         return std::nullopt;
-    return std::chrono::seconds(seconds);
+    return std::min(std::chrono::seconds(seconds), kLongestRetryAfter);
 }
 
 RetryingClient::RetryingClient(HttpTransport& transport, Clock& clock, Sleeper& sleeper,
@@ -131,7 +148,8 @@ milliseconds RetryingClient::Delay(const RetryPolicy& policy, int attempt,
     full = std::min(full, policy.maxDelay);
     const milliseconds jittered(static_cast<milliseconds::rep>(static_cast<double>(full.count()) *
                                                                (0.5 + 0.5 * m_jitter.Next())));
-    return retryAfter ? std::max<milliseconds>(*retryAfter, jittered) : jittered;
+    const milliseconds wanted = retryAfter.value_or(std::chrono::seconds(0));
+    return std::max(std::min(wanted, kLongestPause), jittered);
 }
 
 void RetryingClient::Wake()

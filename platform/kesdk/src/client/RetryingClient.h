@@ -24,7 +24,8 @@ bool MayPass(const Failure& failure);
 // The request never left the console.
 bool WasNeverSent(const Failure& failure);
 
-// The seconds of a Retry-After field, if the response has one that is a number.
+// The seconds of a Retry-After field, if the response has one: a number, or a date that is compared
+// with the response's own. At most a day.
 std::optional<std::chrono::seconds> RetryAfter(const HttpResponse& response);
 
 // Sends requests again, after growing and jittered pauses, as far as that can do no harm.
@@ -42,7 +43,7 @@ public:
                         const AbortCheck& abort);
 
     // The pause before attempt number `attempt` (the first repeat is number 1), or what the service
-    // asked for. False: aborted.
+    // asked for, up to five minutes. False: aborted.
     bool Pause(const RetryPolicy& policy, int attempt,
                const std::optional<std::chrono::seconds>& retryAfter, const AbortCheck& abort);
 

@@ -78,8 +78,13 @@ Failure TranslateCurlError(CURLcode code, const CurlFacts& facts)
             meaning = row.code;
     }
     const std::string_view text = facts.text.empty() ? curl_easy_strerror(code) : facts.text;
-    if (code == CURLE_PEER_FAILED_VERIFICATION)
+    if (code == CURLE_PEER_FAILED_VERIFICATION) {
         meaning = CodeOfVerify(facts.verifyResult);
+        const bool isAboutTime = meaning == EErrorCode::eCertificateExpired ||
+                                 meaning == EErrorCode::eCertificateNotYetValid;
+        if (isAboutTime && facts.isClockWrong)
+            meaning = EErrorCode::eClockWrong;
+    }
     // A link that is cut during the handshake is no fault of the certificate.
     else if (code == CURLE_SSL_CONNECT_ERROR &&
              (Holds(text, "SSL_ERROR_SYSCALL") || Holds(text, "SSL_ERROR_ZERO_RETURN") ||

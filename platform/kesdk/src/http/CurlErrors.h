@@ -12,9 +12,10 @@ namespace kesdk::impl {
 // What libcurl says beside its code.
 struct CurlFacts
 {
-    long verifyResult = 0;   // the TLS library's word on the peer's certificate
-    long osError = 0;        // errno of a connection that could not be made
-    std::string_view text{}; // libcurl's own words, perhaps none
+    long verifyResult = 0;     // the TLS library's word on the peer's certificate
+    long osError = 0;          // errno of a connection that could not be made
+    std::string_view text{};   // libcurl's own words, perhaps none
+    bool isClockWrong = false; // the console's, so that no certificate looks valid to it
 };
 
 Failure TranslateCurlError(CURLcode code, const CurlFacts& facts);

@@ -16,11 +16,16 @@ constexpr std::size_t kMostCollectedBytes = std::size_t{64} * 1024 * 1024;
 
 } // namespace
 
-CurlTransfer::CurlTransfer(CURL* easy, const HttpRequest& request)
+CurlTransfer::CurlTransfer(CURL* easy, const HttpRequest& request, const ConsoleFacts& console,
+                           const OpenSockets& sockets)
     : m_easy(easy),
       m_request(request),
+      m_console(console),
+      m_sockets(sockets),
       m_begin(std::chrono::steady_clock::now()),
-      m_windowBegin(m_begin)
+      m_windowBegin(m_begin),
+      m_addressSeen(m_begin),
+      m_asleepAtBegin(console.asleep())
 {
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_errorText.data());
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &CurlTransfer::OnHeader);
@@ -76,12 +81,25 @@ std::int64_t CurlTransfer::MovedBytes() const
 {
     curl_off_t sent = 0;
     curl_easy_getinfo(m_easy, CURLINFO_SIZE_UPLOAD_T, &sent);
-    curl_socket_t socket = CURL_SOCKET_BAD;
+    const curl_socket_t socket = m_sockets.Of(m_easy);
     int heldBytes = 0;
-    if (curl_easy_getinfo(m_easy, CURLINFO_ACTIVESOCKET, &socket) != CURLE_OK ||
-        socket == CURL_SOCKET_BAD || ioctl(socket, SIOCOUTQ, &heldBytes) != 0)
+    if (socket == CURL_SOCKET_BAD || ioctl(socket, SIOCOUTQ, &heldBytes) != 0)
         heldBytes = 0;
     return static_cast<std::int64_t>(sent) - heldBytes + m_receivedBytes;
+}
+
+// A connection that nobody at the other end knows any more looks like one that is merely silent.
+Failure CurlTransfer::CheckConsole(Time now)
+{
+    if (m_console.asleep() - m_asleepAtBegin >= kLongSleep)
+        return Failure(EErrorCode::eDropped, "the console has slept");
+    if (now - m_addressSeen < m_console.askAddressEvery)
+        return {};
+    m_addressSeen = now;
+    const curl_socket_t socket = m_sockets.Of(m_easy);
+    if (socket != CURL_SOCKET_BAD && m_console.hasLostAddress(socket))
+        return Failure(EErrorCode::eDropped, "the console has another address");
+    return {};
 }
 
 Failure CurlTransfer::CheckLimits()
@@ -97,16 +115,16 @@ Failure CurlTransfer::CheckLimits()
     } else if (now - m_windowBegin >= limits.stallWindow) {
         return Failure(EErrorCode::eTimeout, "the transfer stalled");
     }
-    return {};
+    return CheckConsole(now);
 }
 
-HttpOutcome CurlTransfer::Finish(CURLcode code, const Failure& early)
+HttpOutcome CurlTransfer::Finish(CURLcode code, const Failure& early, bool isClockWrong)
 {
-    m_outcome.failure = early.IsSet() ? early : Translate(code);
+    m_outcome.failure = early.IsSet() ? early : Translate(code, isClockWrong);
     return std::move(m_outcome);
 }
 
-Failure CurlTransfer::Translate(CURLcode code) const
+Failure CurlTransfer::Translate(CURLcode code, bool isClockWrong) const
 {
     if (code == CURLE_OK)
         return {};
@@ -116,6 +134,7 @@ Failure CurlTransfer::Translate(CURLcode code) const
         return Failure(EErrorCode::eCannotWrite, "taking what was received failed");
     CurlFacts facts;
     facts.text = m_errorText.data();
+    facts.isClockWrong = isClockWrong;
     curl_easy_getinfo(m_easy, CURLINFO_SSL_VERIFYRESULT, &facts.verifyResult);
     curl_easy_getinfo(m_easy, CURLINFO_OS_ERRNO, &facts.osError);
     return TranslateCurlError(code, facts);

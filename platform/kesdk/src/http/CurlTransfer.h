@@ -2,7 +2,9 @@
 #pragma once
 
 #include "base/Clock.h"
+#include "http/ConsoleFacts.h"
 #include "http/HttpMessage.h"
+#include "http/OpenSockets.h"
 
 #include <curl/curl.h>
 
@@ -18,14 +20,15 @@ namespace kesdk::impl {
 class CurlTransfer
 {
 public:
-    CurlTransfer(CURL* easy, const HttpRequest& request);
+    CurlTransfer(CURL* easy, const HttpRequest& request, const ConsoleFacts& console,
+                 const OpenSockets& sockets);
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
 
     // The failure that the limits now make of it, if any.
     Failure CheckLimits();
     // Ends it with libcurl's verdict, or with `early` if that is set.
-    HttpOutcome Finish(CURLcode code, const Failure& early);
+    HttpOutcome Finish(CURLcode code, const Failure& early, bool isClockWrong);
 
 private:
     using Time = std::chrono::steady_clock::time_point;
@@ -37,9 +40,10 @@ private:
     void SetHeaders();
     void SetBody();
     std::int64_t MovedBytes() const;
+    Failure CheckConsole(Time now);
     std::size_t TakeHeaderLine(std::string_view line);
     std::size_t TakeBody(const char* bytes, std::size_t sizeBytes);
-    Failure Translate(CURLcode code) const;
+    Failure Translate(CURLcode code, bool isClockWrong) const;
 
     static std::size_t OnHeader(char* bytes, std::size_t size, std::size_t count, void* self);
     static std::size_t OnBody(char* bytes, std::size_t size, std::size_t count, void* self);
@@ -47,6 +51,8 @@ private:
 
     CURL* m_easy;
     const HttpRequest& m_request;
+    const ConsoleFacts& m_console;
+    const OpenSockets& m_sockets;
     std::unique_ptr<curl_slist, FreeList> m_headers;
     std::array<char, CURL_ERROR_SIZE> m_errorText{};
     HttpOutcome m_outcome;
@@ -56,6 +62,8 @@ private:
     bool m_sinkFailed = false;
     Time m_begin;
     Time m_windowBegin;
+    Time m_addressSeen;
+    std::chrono::milliseconds m_asleepAtBegin;
     std::int64_t m_windowBeginBytes = 0;
 };
 

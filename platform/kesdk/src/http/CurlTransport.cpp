@@ -2,6 +2,7 @@
 #include "http/CurlTransport.h"
 
 #include "http/CurlTransfer.h"
+#include "http/HttpDate.h"
 
 #include <openssl/ssl.h>
 
@@ -45,6 +46,12 @@ private:
     CURL* m_easy;
 };
 
+std::chrono::milliseconds Awake()
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::steady_clock::now().time_since_epoch());
+}
+
 struct RunEnd
 {
     CURLcode code = CURLE_OK;
@@ -72,8 +79,12 @@ RunEnd Run(CURLM* multi, CurlTransfer& transfer, const AbortCheck& abort)
 
 } // namespace
 
-CurlTransport::CurlTransport(std::string baseUrl, std::shared_ptr<const TrustStore> trust)
-    : m_baseUrl(std::move(baseUrl)), m_trust(std::move(trust))
+CurlTransport::CurlTransport(std::string baseUrl, std::shared_ptr<const TrustStore> trust,
+                             ConsoleFacts console)
+    : m_baseUrl(std::move(baseUrl)),
+      m_trust(std::move(trust)),
+      m_console(std::move(console)),
+      m_asleepAtLast(m_console.asleep())
 {
     InitialiseCurlOnce();
     m_multi.reset(curl_multi_init());
@@ -89,13 +100,39 @@ HttpOutcome CurlTransport::Perform(const HttpRequest& request, const AbortCheck&
 {
     curl_easy_reset(m_easy.get()); // keeps the connection
     SetCommonOptions(request);
-    CurlTransfer transfer(m_easy.get(), request);
+    // What was left open before a sleep is dead: trying it would only cost time.
+    const std::chrono::milliseconds asleep = m_console.asleep();
+    if (asleep - std::exchange(m_asleepAtLast, asleep) >= kLongSleep)
+        curl_easy_setopt(m_easy.get(), CURLOPT_FRESH_CONNECT, 1L);
+    m_sockets.Serve(m_easy.get());
+    CurlTransfer transfer(m_easy.get(), request, m_console, m_sockets);
     RunEnd end;
     {
         const HandleInMulti inside(m_multi.get(), m_easy.get());
         end = Run(m_multi.get(), transfer, abort);
     }
-    return transfer.Finish(end.code, end.early);
+    HttpOutcome outcome = transfer.Finish(end.code, end.early, IsConsolesClockWrong());
+    TakeTime(outcome);
+    return outcome;
+}
+
+bool CurlTransport::IsConsolesClockWrong() const
+{
+    std::optional<std::int64_t> told;
+    if (m_told) {
+        const std::chrono::milliseconds passed =
+            Awake() - m_told->awake + m_console.asleep() - m_told->asleep;
+        told = m_told->seconds + std::chrono::duration_cast<std::chrono::seconds>(passed).count();
+    }
+    return IsClockWrong(m_console.wallTimeS(), told);
+}
+
+// Only what came from a peer that has proved who it is comes here.
+void CurlTransport::TakeTime(const HttpOutcome& outcome)
+{
+    const std::string* date = outcome.response.Header("Date");
+    if (const std::optional<std::int64_t> told = date ? ParseHttpDate(*date) : std::nullopt)
+        m_told = ToldTime{*told, Awake(), m_console.asleep()};
 }
 
 void CurlTransport::Wake()

@@ -1,12 +1,17 @@
 // The transport over libcurl.
 #pragma once
 
+#include "http/ConsoleFacts.h"
 #include "http/HttpTransport.h"
+#include "http/OpenSockets.h"
 #include "http/TrustStore.h"
 
 #include <curl/curl.h>
 
+#include <chrono>
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace kesdk::impl {
@@ -16,7 +21,8 @@ class CurlTransport : public HttpTransport
 {
 public:
     // `baseUrl` without a slash at its end.
-    CurlTransport(std::string baseUrl, std::shared_ptr<const TrustStore> trust);
+    CurlTransport(std::string baseUrl, std::shared_ptr<const TrustStore> trust,
+                  ConsoleFacts console = RealConsoleFacts());
     ~CurlTransport() override;
     CurlTransport(const CurlTransport&) = delete;
     CurlTransport& operator=(const CurlTransport&) = delete;
@@ -34,10 +40,24 @@ private:
         void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
     };
 
+    // The service's clock, as it was when an answer came.
+    struct ToldTime
+    {
+        std::int64_t seconds;
+        std::chrono::milliseconds awake;
+        std::chrono::milliseconds asleep;
+    };
+
     void SetCommonOptions(const HttpRequest& request);
+    bool IsConsolesClockWrong() const;
+    void TakeTime(const HttpOutcome& outcome);
 
     const std::string m_baseUrl;
     const std::shared_ptr<const TrustStore> m_trust;
+    const ConsoleFacts m_console;
+    std::optional<ToldTime> m_told;
+    std::chrono::milliseconds m_asleepAtLast;
+    OpenSockets m_sockets;
     std::unique_ptr<CURLM, FreeMulti> m_multi;
     std::unique_ptr<CURL, FreeEasy> m_easy;
 };

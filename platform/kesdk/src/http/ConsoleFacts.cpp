@@ -1,0 +1,83 @@
+// What the transport asks the console itself.
+#include "http/ConsoleFacts.h"
+
+#include "base/BuildTime.h"
+
+#include <sys/socket.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <netinet/in.h>
+
+namespace kesdk::impl {
+
+namespace {
+
+constexpr std::int64_t kDayS = 24 * 60 * 60;
+constexpr std::int64_t kLongestUseS =
+    15 * 365 * kDayS; // of a console whose software stays as it is
+
+// A failure is a time that this process cannot express.
+std::int64_t WallTimeS()
+{
+    timespec now{};
+    return ::clock_gettime(CLOCK_REALTIME, &now) == 0 ? static_cast<std::int64_t>(now.tv_sec) : -1;
+}
+
+std::chrono::milliseconds TimeOf(clockid_t clock)
+{
+    timespec now{};
+    ::clock_gettime(clock, &now);
+    return std::chrono::seconds(now.tv_sec) + std::chrono::duration_cast<std::chrono::milliseconds>(
+                                                  std::chrono::nanoseconds(now.tv_nsec));
+}
+
+std::chrono::milliseconds Asleep()
+{
+    return TimeOf(CLOCK_BOOTTIME) - TimeOf(CLOCK_MONOTONIC);
+}
+
+// The kernel lets nobody bind to an address that is not its own.
+bool HasLostAddress(int socket)
+{
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    if (::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        return false;
+    if (address.ss_family == AF_INET)
+        reinterpret_cast<sockaddr_in*>(&address)->sin_port = 0;
+    else if (address.ss_family == AF_INET6)
+        reinterpret_cast<sockaddr_in6*>(&address)->sin6_port = 0;
+    else
+        return false;
+    const int probe = ::socket(address.ss_family, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (probe < 0)
+        return false;
+    const bool isLost =
+        ::bind(probe, reinterpret_cast<sockaddr*>(&address), length) != 0 && errno == EADDRNOTAVAIL;
+    ::close(probe);
+    return isLost;
+}
+
+} // namespace
+
+ConsoleFacts RealConsoleFacts()
+{
+    ConsoleFacts facts;
+    facts.wallTimeS = &WallTimeS;
+    facts.asleep = &Asleep;
+    facts.hasLostAddress = &HasLostAddress;
+    return facts;
+}
+
+bool IsClockWrong(std::int64_t wallTimeS, const std::optional<std::int64_t>& toldTimeS)
+{
+    const std::int64_t built = BuildTimeS();
+    if (wallTimeS < built - kDayS || wallTimeS > built + kLongestUseS)
+        return true;
+    return toldTimeS && (wallTimeS < *toldTimeS - kDayS || wallTimeS > *toldTimeS + kDayS);
+}
+
+} // namespace kesdk::impl

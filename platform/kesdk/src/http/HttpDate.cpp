@@ -1,0 +1,104 @@
+// The dates of HTTP's fields.
+#include "http/HttpDate.h"
+
+#include <array>
+#include <charconv>
+
+namespace kesdk::impl {
+
+namespace {
+
+constexpr std::string_view kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
+
+struct Fields
+{
+    int year = -1;
+    int month = -1; // from 0
+    int day = -1;
+    int second = -1; // of the day
+};
+
+bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+int ToInt(std::string_view text)
+{
+    int value = -1;
+    const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
+    return parsed.ec == std::errc() && parsed.ptr == text.data() + text.size() ? value : -1;
+}
+
+// "08:49:37"
+int SecondOfDay(std::string_view text)
+{
+    if (text.size() != 8 || text[2] != ':' || text[5] != ':')
+        return -1;
+    const int hour = ToInt(text.substr(0, 2));
+    const int minute = ToInt(text.substr(3, 2));
+    const int second = ToInt(text.substr(6, 2));
+    const bool isTime = hour >= 0 && hour < 24 && minute >= 0 && minute < 60 && second >= 0 &&
+                        second <= 60; // a leap second
+    return isTime ? (hour * 60 + minute) * 60 + second : -1;
+}
+
+// In each form the day comes before the year.
+void TakeNumber(std::string_view word, Fields& fields)
+{
+    const int number = ToInt(word);
+    if (word.find(':') != std::string_view::npos) {
+        fields.second = SecondOfDay(word);
+    } else if (fields.day < 0) {
+        fields.day = number;
+    } else if (fields.year < 0) {
+        constexpr int kCentury = 2000; // nothing that is meant here is older
+        fields.year = word.size() == 2 ? kCentury + number : number;
+    }
+}
+
+void TakeWord(std::string_view word, Fields& fields)
+{
+    if (IsDigit(word.front())) {
+        TakeNumber(word, fields);
+    } else if (word.size() == 3) {
+        const std::size_t at = kMonths.find(word);
+        if (at != std::string_view::npos && at % 3 == 0)
+            fields.month = static_cast<int>(at / 3);
+    }
+}
+
+// Of the Gregorian calendar, since 1970-01-01.
+std::int64_t DaysOf(const Fields& fields)
+{
+    constexpr std::array<int, 12> kDaysBefore{0,   31,  59,  90,  120, 151,
+                                              181, 212, 243, 273, 304, 334};
+    const auto leapsUpTo = [](std::int64_t year) { return year / 4 - year / 100 + year / 400; };
+    const std::int64_t year = fields.year;
+    const bool isLeap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    return (year - 1970) * 365 + leapsUpTo(year - 1) - leapsUpTo(1969) +
+           kDaysBefore[static_cast<std::size_t>(fields.month)] +
+           (isLeap && fields.month > 1 ? 1 : 0) + fields.day - 1;
+}
+
+} // namespace
+
+std::optional<std::int64_t> ParseHttpDate(std::string_view text)
+{
+    constexpr std::string_view kBetween = " ,-";
+    constexpr std::int64_t kDayS = 24 * 60 * 60;
+    Fields fields;
+    while (!text.empty()) {
+        const std::size_t end = text.find_first_of(kBetween);
+        if (end != 0)
+            TakeWord(text.substr(0, end), fields);
+        text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
+    }
+    const bool isDate = fields.year >= 1970 && fields.year <= 9999 && fields.month >= 0 &&
+                        fields.day >= 1 && fields.day <= 31 && fields.second >= 0;
+    if (!isDate)
+        return std::nullopt;
+    return DaysOf(fields) * kDayS + fields.second;
+}
+
+} // namespace kesdk::impl

@@ -1,0 +1,43 @@
+// The transport and a TLS peer whose authority it knows.
+#pragma once
+
+#include "http/CurlTransport.h"
+#include "support/TempFolder.h"
+#include "support/TlsPeer.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace kesdk::impl {
+
+using test::TlsPeer;
+
+inline const char* const kHello =
+    "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nX-Name:  value \r\n\r\nhello";
+
+// Answers every request of a connection alike.
+inline TlsPeer::Script Always(const std::string& answer)
+{
+    return [answer](TlsPeer::Session& session) {
+        while (!session.ReadHead().empty())
+            session.Write(answer);
+    };
+}
+
+class CurlTransportTest : public testing::Test
+{
+protected:
+    std::shared_ptr<const TrustStore> Trust() const
+    {
+        return std::make_shared<const TrustStore>(folder.Write("ca.pem", authority.Pem()));
+    }
+    test::Identity GoodIdentity() const { return authority.Issue("IP:127.0.0.1", -1, 1); }
+
+    test::TempFolder folder;
+    test::TestAuthority authority;
+    HttpRequest request;
+};
+
+} // namespace kesdk::impl

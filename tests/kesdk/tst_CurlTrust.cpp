@@ -1,0 +1,114 @@
+// Whom the transport believes, and what it says of a peer that it does not.
+#include "support/CurlFixture.h"
+
+#include "base/BuildTime.h"
+
+namespace kesdk::impl {
+
+namespace {
+
+constexpr std::int64_t kYearS = std::int64_t{365} * 24 * 60 * 60;
+
+class CurlTrust : public CurlTransportTest
+{
+protected:
+    CurlTrust()
+    {
+        request.headers = {{"Authorization", "Bearer secret"}};
+        console.wallTimeS = [this] { return wallTimeS; };
+    }
+
+    EErrorCode CodeFrom(test::Identity identity, int mostVersion = TLS1_3_VERSION)
+    {
+        wasAsked = false;
+        const auto script = [this](TlsPeer::Session& session) {
+            wasAsked = !session.ReadHead().empty();
+            session.Write(kHello);
+        };
+        const TlsPeer peer(std::move(identity), script, mostVersion);
+        CurlTransport transport(peer.Url(), Trust(), console);
+        const Failure failure = transport.Perform(request, {}).failure;
+        lastDetail = failure.detail;
+        return failure.code;
+    }
+
+    test::Identity Expired() const { return authority.Issue("IP:127.0.0.1", -3, -1); }
+    test::Identity NotYetValid() const { return authority.Issue("IP:127.0.0.1", 1, 3); }
+
+    std::int64_t wallTimeS = BuildTimeS() + kYearS;
+    ConsoleFacts console = RealConsoleFacts();
+    std::atomic<bool> wasAsked{false};
+    std::string lastDetail;
+};
+
+} // namespace
+
+TEST_F(CurlTrust, BelievesOnlyKnownAuthorities)
+{
+    const test::TestAuthority stranger;
+    EXPECT_EQ(CodeFrom(GoodIdentity()), EErrorCode::eNone);
+    EXPECT_TRUE(wasAsked);
+    EXPECT_EQ(CodeFrom(stranger.Issue("IP:127.0.0.1", -1, 1)), EErrorCode::eUnknownAuthority);
+    EXPECT_FALSE(wasAsked) << "nothing may leave before the peer has proved who it is";
+}
+
+TEST_F(CurlTrust, BelievesCertificatesOnlyInTheirTime)
+{
+    EXPECT_EQ(CodeFrom(Expired()), EErrorCode::eCertificateExpired);
+    EXPECT_FALSE(wasAsked);
+    EXPECT_EQ(CodeFrom(NotYetValid()), EErrorCode::eCertificateNotYetValid);
+    EXPECT_FALSE(wasAsked);
+}
+
+TEST_F(CurlTrust, BelievesCertificatesOnlyForTheirHost)
+{
+    EXPECT_EQ(CodeFrom(authority.Issue("DNS:elsewhere.test", -1, 1)), EErrorCode::eWrongHostName)
+        << lastDetail;
+    EXPECT_FALSE(wasAsked);
+}
+
+TEST_F(CurlTrust, SpeaksNothingOlderThanTls12)
+{
+    EXPECT_EQ(CodeFrom(GoodIdentity(), TLS1_2_VERSION), EErrorCode::eNone);
+    EXPECT_EQ(CodeFrom(GoodIdentity(), TLS1_1_VERSION), EErrorCode::eTls);
+    EXPECT_FALSE(wasAsked);
+}
+
+TEST_F(CurlTrust, BlamesAClockThatShowsATimeBeforeTheBuild)
+{
+    wallTimeS = 3600; // 1970
+    EXPECT_EQ(CodeFrom(NotYetValid()), EErrorCode::eClockWrong);
+    EXPECT_FALSE(wasAsked) << "verification stays on";
+    wallTimeS = -1; // what cannot be said in 32 bits
+    EXPECT_EQ(CodeFrom(NotYetValid()), EErrorCode::eClockWrong);
+}
+
+TEST_F(CurlTrust, BlamesAClockThatIsFarAhead)
+{
+    wallTimeS = BuildTimeS() + 24 * kYearS;
+    EXPECT_EQ(CodeFrom(Expired()), EErrorCode::eClockWrong);
+    EXPECT_FALSE(wasAsked);
+    wallTimeS = BuildTimeS() + 10 * kYearS;
+    EXPECT_EQ(CodeFrom(Expired()), EErrorCode::eCertificateExpired) << "an old console";
+}
+
+TEST_F(CurlTrust, BlamesNoClockForOtherFaults)
+{
+    wallTimeS = 3600;
+    const test::TestAuthority stranger;
+    EXPECT_EQ(CodeFrom(GoodIdentity()), EErrorCode::eNone) << "nobody asked it";
+    EXPECT_EQ(CodeFrom(stranger.Issue("IP:127.0.0.1", -1, 1)), EErrorCode::eUnknownAuthority);
+    EXPECT_EQ(CodeFrom(authority.Issue("DNS:elsewhere.test", -1, 1)), EErrorCode::eWrongHostName);
+}
+
+TEST(ClockWrong, ComparesWithWhatTheServiceTold)
+{
+    constexpr std::int64_t kHourS = 3600;
+    const std::int64_t now = BuildTimeS() + kYearS;
+    EXPECT_FALSE(IsClockWrong(now, std::nullopt));
+    EXPECT_FALSE(IsClockWrong(now, now + 20 * kHourS));
+    EXPECT_TRUE(IsClockWrong(now, now + 30 * kHourS));
+    EXPECT_TRUE(IsClockWrong(now, now - 30 * kHourS));
+}
+
+} // namespace kesdk::impl
