@@ -60,7 +60,7 @@ TEST_F(CaptivePortal, EndsNoSession)
         AnswerPageTo("GET /v1/events", page);
     service.CloseStreams();
     ASSERT_TRUE(service.WaitForRequests("GET /v1/events", 2 + static_cast<int>(Pages().size())));
-    ASSERT_TRUE(listener.WaitForState(api::eLoginSuccessful));
+    ASSERT_TRUE(listener.WaitForStates(4));
     EXPECT_EQ(listener.States(), (std::vector<std::int32_t>{1, 3, 2, 3}))
         << "the link was back only with the stream";
 }
