@@ -111,7 +111,7 @@ class TourPartsTest(unittest.TestCase):
 
     def test_a_failed_step_is_told_of_and_counted(self):
         with contextlib.redirect_stdout(io.StringIO()) as output:
-            steps = Steps(self.folder / "steps.txt")
+            steps = Steps(self.folder)
             with steps.step("first"):
                 require(True, "never")
             with steps.step("second"):
@@ -126,7 +126,7 @@ class TourPartsTest(unittest.TestCase):
 
     def test_a_tour_of_nothing_has_failed(self):
         with contextlib.redirect_stdout(io.StringIO()):
-            self.assertEqual(Steps(self.folder / "steps.txt").close(), 1)
+            self.assertEqual(Steps(self.folder).close(), 1)
 
     def test_lines_of_the_console_are_read(self):
         line = Line.read('signal KelvoDownloadComplete {"errors":[{"file":"a b","text":"x\\ny"}],"project":"maps"}')

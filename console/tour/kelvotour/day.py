@@ -1,17 +1,13 @@
 """The day: what is done, and what must be true after it."""
 
-import shutil
 import stat
-from pathlib import Path
 
 from . import archives
 from .console import Console, quoted
-from .office import Ctl
-from .service import Service, more
-from .steps import Steps, require
+from .farm import OPERATOR, PASSWORDS, Farm
+from .service import more
+from .steps import Steps, fresh_folder, require
 
-FARM, OPERATOR, OFFICE = "Hill Farm", "olga", "office"
-PASSWORDS = {OPERATOR: "seven green fields", OFFICE: "papers on the desk"}
 PROJECTS = ("To Console", "From Console", "AB Lines", "Curves", "Pivots", "Optimal Lines", "Project Lines")
 LISTED_KINDS = ("maps", "ablines", "curves", "pivots", "optimal", "projectlines")
 
@@ -21,30 +17,15 @@ DOWNLOADS = {"maps": ("To Console", "from-service/prescriptions"), "curves": ("C
 UPLOADS = {"curves": ("Curves", "to-service/curves"), "reports": ("From Console", "to-service/job-reports")}
 
 
-MARKER = "steps.txt"
-
-
-def prepare(folder):
-    """Empties the folder of an earlier tour; FileExistsError for one that holds anything else."""
-    folder.mkdir(parents=True, exist_ok=True)
-    if any(folder.iterdir()) and not (folder / MARKER).is_file():
-        raise FileExistsError(f"{folder} is neither empty nor the folder of an earlier tour")
-    for name in ("service", "console", "work"):
-        shutil.rmtree(folder / name, ignore_errors=True)
-    for path in folder.glob("*.log*"):
-        path.unlink()
-
-
 class Day:
     """Everything lies below one folder: `service/`, `console/`, `work/`, and what was said in between."""
 
     def __init__(self, binaries, folder, data):
-        self.binaries, self.folder, self.data = binaries, Path(folder), data
-        prepare(self.folder)
-        self.work = self.folder / "work"
-        self.work.mkdir()
-        self.steps = Steps(self.folder / MARKER)
-        self.service = Service(binaries.service, self.folder / "service", self.folder / "service.log")
+        self.binaries, self.folder, self.data = binaries, folder, data
+        fresh_folder(folder)
+        self.steps = Steps(folder)
+        self.farm = Farm(binaries, folder)
+        self.work, self.service = self.farm.work, self.farm.service
         self.console = None
         self.office = None
         self.expected = {}
@@ -64,9 +45,6 @@ class Day:
             self.close()
         return self.steps.close()
 
-    def ctl(self, user):
-        return Ctl(self.binaries.kelvoctl, self.service, self.work / f"{user}.session", self.folder / "kelvoctl.log")
-
     def open(self):
         """Whether there is anything to play with."""
         step = self.steps.step
@@ -74,12 +52,7 @@ class Day:
             self.service.start()
             require(self.service.get("/healthz").strip() == "ok", "/healthz does not say ok")
         with step("the administrator makes a farm, an office user and an operator"):
-            admin = self.ctl("admin")
-            admin.run("login", "admin", "--password-file", self.service.admin_password_file)
-            admin.run("farm", "add", FARM)
-            admin.add_user(OFFICE, "office", FARM, PASSWORDS[OFFICE])
-            admin.add_user(OPERATOR, "operator", FARM, PASSWORDS[OPERATOR])
-            self.office = self.ctl(OFFICE).login(OFFICE, PASSWORDS[OFFICE])
+            self.office = self.farm.make()
         with step("the console starts with the plug-in"):
             credentials = self.work / "credentials"
             credentials.touch(stat.S_IRUSR | stat.S_IWUSR)

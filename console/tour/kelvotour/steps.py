@@ -1,7 +1,22 @@
 """The steps of a tour: each is tried, told of in one line, and counted."""
 
+import shutil
 import sys
 from contextlib import contextmanager
+
+
+MARKER = "steps.txt"
+
+
+def fresh_folder(folder):
+    """Empties the folder of an earlier tour; FileExistsError for one that holds anything else."""
+    folder.mkdir(parents=True, exist_ok=True)
+    if any(folder.iterdir()) and not (folder / MARKER).is_file():
+        raise FileExistsError(f"{folder} is neither empty nor the folder of an earlier tour")
+    for name in ("service", "console", "work", "pictures"):
+        shutil.rmtree(folder / name, ignore_errors=True)
+    for path in folder.glob("*.log*"):
+        path.unlink()
 
 
 class StepFailure(Exception):
@@ -14,10 +29,10 @@ def require(condition, reason):
 
 
 class Steps:
-    """Prints `ok  STEP` or `FAILED STEP: reason`, also into a file."""
+    """Prints `ok  STEP` or `FAILED STEP: reason`, also into a file of the folder."""
 
-    def __init__(self, path):
-        self._file = open(path, "w", encoding="utf-8")
+    def __init__(self, folder):
+        self._file = open(folder / MARKER, "w", encoding="utf-8")
         self.done = 0
         self.failed = 0
 

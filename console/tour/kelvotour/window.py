@@ -8,6 +8,7 @@ import time
 from pathlib import Path
 
 from .console import own_runtime_folder
+from .display import Display
 
 GUARD_SECONDS = 120  # only ends what hangs
 LOOK_SECONDS = 0.02  # between two looks
@@ -26,8 +27,11 @@ class Window:
         self._log_path = f"{transcript}.stderr"
         own = {name: value for name, value in os.environ.items()
                if name not in ("KELVO_API_HOST", "KESDK_CA_FILE", "KELVO_USER", "KELVO_PASSWORD")}
-        # Nobody's display, settings or keyboard.
-        own.update(QT_QPA_PLATFORM="offscreen", QT_IM_MODULE="none", XDG_CONFIG_HOME=str(Path(transcript).parent))
+        self._display = Display(size, f"{transcript}.display")
+        # Nobody's display, settings, scaling or keyboard.
+        own = {name: value for name, value in own.items() if not name.startswith("QT_")}
+        own.update(QT_QPA_PLATFORM="xcb", DISPLAY=self._display.name, QT_IM_MODULE="none",
+                   XDG_CONFIG_HOME=str(Path(transcript).parent))
         own.setdefault("XDG_RUNTIME_DIR", own_runtime_folder())
         own.update(environment or {})
         with open(self._log_path, "ab") as log:
@@ -52,7 +56,8 @@ class Window:
             raise WindowError(f"the console has ended or hangs; see {self._log_path}")
         answer = json.loads(line)
         if verb != "look":
-            self._transcript.write(f"{verb} {json.dumps(arguments)}: {line}")
+            shown = {name: value for name, value in arguments.items() if name != "text"}  # it may be a password
+            self._transcript.write(f"{verb} {json.dumps(shown)}: {line}")
         if not answer["ok"]:
             raise WindowError(f"{verb} {' '.join(map(str, arguments.values()))}: {answer['why']}")
         return answer
@@ -98,6 +103,7 @@ class Window:
         finally:
             self.process.stdin.close()
             self.process.stdout.close()
+            self._display.close()
             self._transcript.close()
         return status
 

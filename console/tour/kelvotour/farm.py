@@ -1,0 +1,32 @@
+"""A farm on a service of its own, with an operator and an office."""
+
+from .office import Ctl
+from .service import Service
+
+FARM, OPERATOR, OFFICE = "Hill Farm", "olga", "office"
+PASSWORDS = {OPERATOR: "seven green fields", OFFICE: "papers on the desk"}
+
+
+class Farm:
+    """Below one folder: `service/`, `work/` with the sessions, and logs."""
+
+    def __init__(self, binaries, folder):
+        self.binaries, self.folder = binaries, folder
+        self.work = folder / "work"
+        self.work.mkdir(parents=True, exist_ok=True)
+        self.service = Service(binaries.service, folder / "service", folder / "service.log")
+
+    def ctl(self, user):
+        return Ctl(self.binaries.kelvoctl, self.service, self.work / f"{user}.session", self.folder / "kelvoctl.log")
+
+    def make(self):
+        """The farm and its users on a running service; the office, logged in."""
+        admin = self.ctl("admin")
+        admin.run("login", "admin", "--password-file", self.service.admin_password_file)
+        admin.run("farm", "add", FARM)
+        admin.add_user(OFFICE, "office", FARM, PASSWORDS[OFFICE])
+        admin.add_user(OPERATOR, "operator", FARM, PASSWORDS[OPERATOR])
+        return self.office()
+
+    def office(self):
+        return self.ctl(OFFICE).login(OFFICE, PASSWORDS[OFFICE])

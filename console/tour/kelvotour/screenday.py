@@ -1,0 +1,288 @@
+"""The operator's day at the screens: what is touched, what must then be seen and be true, and a picture of it."""
+
+import signal
+from contextlib import contextmanager
+
+from . import archives
+from .farm import OPERATOR, PASSWORDS, Farm
+from .receiver import write_log
+from .steps import Steps, fresh_folder, require
+from .texts import Texts
+from .window import Window
+
+LOG_SECONDS = 3600  # of positions; longer than any tour
+REPORTS = {"2024-05-17 north field.zip": {"REPORT.XML": b"<Report hectares='12.5'/>\n"},
+           "2024-05-18 meadow.zip": {"REPORT.XML": b"<Report hectares='3.1'/>\n"}}
+CORRUPT = "m-corrupt.zip"
+
+
+class ScreenDay:
+    """Everything lies below one folder: `pictures/`, `service/`, `console/`, `work/`, and logs."""
+
+    def __init__(self, binaries, folder, data, *, size="1280x800", language=None, night=False):
+        self.folder, self.data, self.size = folder, data, size
+        self.language, self.night = language, night
+        fresh_folder(folder)
+        self.pictures = folder / "pictures"
+        self.pictures.mkdir()
+        self.console_data = folder / "console"
+        self.steps = Steps(folder)
+        self.farm = Farm(binaries, folder)
+        self.text = Texts(language)
+        self.window = None
+        self.office = None
+        self.sent = {}
+
+    def play(self):
+        """The exit status."""
+        try:
+            if self.open():
+                self.log_in()
+                self.receive()
+                self.download()
+                self.look_at_what_came()
+                self.upload()
+                self.delete()
+                self.lose_the_service()
+                self.settle()
+                self.evening()
+        finally:
+            self.close()
+        return self.steps.close()
+
+    @contextmanager
+    def shown(self, picture, name):
+        """A step that ends with a picture of the screen, also when it failed."""
+        with self.steps.step(name):
+            try:
+                yield
+            finally:
+                self.window.picture(self.pictures / f"{picture}.png")
+
+    def start_console(self):
+        log = write_log(self.farm.work / "drive.nmea", LOG_SECONDS)
+        self.window = Window(self.farm.binaries, self.farm.service.address, self.farm.service.ca, self.console_data,
+                             self.folder / "console.log", size=self.size, options=("--gps", f"nmea:{log}"))
+        return self.window.until(lambda screen: screen.can_press(self.text("Login")), "the login panel")
+
+    def open(self):
+        """Whether there is anything to play with."""
+        with self.steps.step("the service starts, with a farm, an office and an operator"):
+            self.farm.service.start()
+            self.office = self.farm.make()
+        if self.language:
+            self.choose_language()
+        with self.shown("01-start", "the console starts and waits for the operator to log in"):
+            self.start_console()
+            if self.night:
+                self.window.press(self.text("Night"))
+            self.window.until(lambda screen: any("RTK" in label for label in screen.labels()), "the position")
+        return self.steps.failed == 0
+
+    def choose_language(self):
+        """As the operator does it: on the settings page, and a new start."""
+        names = {"de": "Deutsch", "fr": "Français", "es": "Español", "pt_BR": "Português (Brasil)", "pl": "Polski"}
+        with self.steps.step(f"{names[self.language]} is chosen and kept"):
+            english, self.text = self.text, Texts()
+            self.start_console()
+            self.window.press("Settings")
+            self.window.choose("Language", names[self.language])
+            self.window.press("Save")
+            self.window.until(lambda screen: any("next start" in label for label in screen.labels()), "the reply")
+            require(self.window.close() == 0, "the console ended badly")
+            self.text = english
+
+    def log_in(self):
+        text, window = self.text, self.window
+        with self.shown("02-wrong-password", "a wrong password is refused with a word"):
+            window.do("type", row=text("USERNAME"), text=OPERATOR)
+            window.do("type", row=text("PASSWORD"), text="seven brown fields")
+            window.press(text("Login"))
+            window.until(lambda screen: screen.dialog(text("KELVO Login Error")), "the error")
+        with self.shown("03-credentials", "the error is acknowledged, the password typed anew"):
+            self.acknowledge()
+            window.do("type", row=text("PASSWORD"), text=PASSWORDS[OPERATOR])
+            screen = window.look()
+            require(screen.can_press(text("Login")), "Login cannot be pressed")
+            require(PASSWORDS[OPERATOR] not in str(screen.windows), "the password can be read")
+        with self.shown("04-first-login", "the first login makes the operator's inboxes and logs out"):
+            window.press(text("Login"))
+            window.until(lambda screen: self.is_set_up(screen) and screen.can_press(text("Login")), "the end of it")
+            require(len(self.office.inboxes(OPERATOR)) == 7, "not all inboxes are there")
+        with self.shown("05-logged-in", "the second login stands"):
+            self.acknowledge()
+            window.press(text("Login"))
+            window.until(lambda screen: screen.can_press(text("Logout")), "Logout")
+
+    def is_set_up(self, screen):
+        dialog = screen.dialog(self.text("Configure Kelvo Account"))
+        return dialog is not None and dialog["text"] == self.text("Configuration complete")
+
+    def acknowledge(self):
+        """Closes the one dialog that is open."""
+        screen = self.window.look()
+        require(len(screen.popups) == 1, f"{len(screen.popups)} dialogs are open")
+        self.window.press(screen.popups[0]["buttons"][0]["text"])
+        self.window.until(lambda screen: not screen.popups, "the dialog's end")
+
+    def receive(self):
+        """The office's archives are in the list without being asked for."""
+        data = self.data or archives.make_samples(self.farm.work / "archives")
+        self.sent = {path.name: path for path in archives.archives_in(data)}
+        with self.shown("06-files", f"the office sends {len(self.sent)} maps, and they are listed"):
+            for path in self.sent.values():
+                self.office.put(path, f"{OPERATOR}/To Console")
+            self.window.press(self.text("KELVO"))
+            self.window.until(lambda screen: set(screen.names()) == set(self.sent), "the names")
+            require(not self.window.look().can_press("Download"), "Download is on with nothing selected")
+
+    def download(self):
+        text, window = self.text, self.window
+        chosen = self.sound_ones()
+        with self.shown("07-selection", f"{len(chosen)} are selected"):
+            for name in chosen:
+                window.do("touch", name=name)
+            screen = window.look()
+            require(sorted(screen.selected()) == sorted(chosen), f"selected are {screen.selected()}")
+            require(screen.can_press("Download"), "Download is off")
+        with self.shown("08-downloading", "they are downloaded; the dialog shows that it goes on"), self.service_asleep():
+            window.press("Download")
+            window.until(lambda screen: screen.dialog(text("File Transfer")), "the dialog")
+        with self.shown("09-downloaded", "they are complete, and unpacked byte for byte"):
+            self.until_said("File Transfer", text("Download complete."))
+            for name in chosen:
+                problems = archives.compare(archives.expected_files(self.sent[name]),
+                                            self.console_data / "from-service/prescriptions")
+                require(not problems, "; ".join(problems))
+        self.acknowledge()
+        with self.shown("10-corrupt", "a corrupt archive is named and spoils nothing"):
+            self.office.put(archives.write_corrupt_zip(self.farm.work / CORRUPT), f"{OPERATOR}/To Console")
+            window.until(lambda screen: CORRUPT in screen.names(), "its name")
+            self.select_only(CORRUPT)
+            window.press("Download")
+            self.until_said("File Transfer", CORRUPT)
+        self.acknowledge()
+
+    def sound_ones(self):
+        """Two that do not get into each other's way."""
+        good = [name for name, path in self.sent.items() if archives.expected_files(path) is not None]
+        return good[:2]
+
+    @contextmanager
+    def service_asleep(self):
+        """Long enough for a picture of what goes on."""
+        self.farm.service.process.send_signal(signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            self.farm.service.process.send_signal(signal.SIGCONT)
+
+    def select_only(self, *names):
+        for name in self.window.look().selected():
+            if name not in names:
+                self.window.do("touch", name=name)
+        for name in names:
+            if name not in self.window.look().selected():
+                self.window.do("touch", name=name)
+
+    def until_said(self, title, words):
+        def is_said(screen):
+            dialog = screen.dialog(self.text(title))
+            return dialog is not None and words in dialog["text"]
+        return self.window.until(is_said, f"{words} in {title}")
+
+    def look_at_what_came(self):
+        text, window = self.text, self.window
+        with self.shown("11-locations", "the places where files can be are on offer"):
+            window.do("open", row=text("Browse"))
+            window.until(lambda screen: screen.can_press(text("Downloaded Files")), "the choices")
+        with self.shown("12-downloaded-files", "the downloaded maps are on the console"):
+            window.press(text("Downloaded Files"))
+            window.until(lambda screen: screen.names(), "the files")
+
+    def upload(self):
+        text, window = self.text, self.window
+        folder = self.console_data / "to-service/job-reports"
+        content = {name: archives.write_zip(folder / name, files).read_bytes() for name, files in REPORTS.items()}
+        with self.shown("13-reports", "the job reports that wait for upload are listed"):
+            window.choose(text("Browse"), text("Files to Upload"))
+            window.choose(text("Category"), text("Job Reports"))
+            window.until(lambda screen: set(screen.names()) == set(REPORTS), "the reports")
+        with self.shown("14-uploaded", "they are uploaded: the service holds them, the local copies are gone"):
+            self.select_only(*REPORTS)
+            window.press("Upload")
+            self.until_said("File Transfer", text("Upload complete."))
+            held = self.office.files(OPERATOR, "From Console")
+            for name, sent in content.items():
+                copy = self.farm.work / "copy"
+                self.office.get(held[name]["id"], copy)
+                require(copy.read_bytes() == sent, f"the service's {name} differs")
+            left = list(folder.iterdir())
+            require(not left, f"still there: {[path.name for path in left]}")
+        self.acknowledge()
+
+    def delete(self):
+        text, window = self.text, self.window
+        with self.shown("15-delete", "before files are deleted there is a question"):
+            window.choose(text("Browse"), text("KELVO"))
+            window.choose(text("Category"), text("Prescription Maps"))
+            window.until(lambda screen: CORRUPT in screen.names(), "the list")
+            self.select_only(CORRUPT)
+            window.press("Delete")
+            window.until(lambda screen: screen.dialog(text("Delete Warning")), "the question")
+        with self.shown("16-deleted", "yes: the file is off the list and off the service, in its bin"):
+            question = window.look().dialog(text("Delete Warning"))
+            window.press(question["buttons"][0]["text"])
+            self.until_said("Delete", text("Delete complete."))
+            window.until(lambda screen: CORRUPT not in screen.names(), "the list without it")
+            require(CORRUPT not in self.office.files(OPERATOR, "To Console"), "the service still lists it")
+            require(CORRUPT in [file["name"] for file in self.office.bin()], "it is not in the bin")
+        self.acknowledge()
+
+    def lose_the_service(self):
+        text, window = self.text, self.window
+        with self.shown("17-no-service", "a service that cannot be reached is told of"):
+            window.press(text("Logout"))
+            window.until(lambda screen: screen.can_press(text("Login")), "Login")
+            self.farm.service.stop()
+            window.press(text("Login"))
+            window.until(lambda screen: screen.dialog(text("KELVO Login Error")), "the error")
+        with self.shown("18-banner", "and a banner stays until it can be"):
+            self.acknowledge()
+        with self.steps.step("when it is back, the login stands again"):
+            self.farm.service.start()
+            window.press(text("Login"))
+            window.until(lambda screen: screen.can_press(text("Logout")), "Logout")
+
+    def settle(self):
+        text, window = self.text, self.window
+        with self.shown("19-settings", "the settings are one touch away"):
+            window.press(text("Settings"))
+            window.until(lambda screen: screen.row(text("Language")) is not None, "the settings")
+        other = text("Day") if self.night else text("Night")
+        with self.shown("20-other-light", "the screen for the other light"):
+            window.press(other)
+            window.press(text("KELVO File Controller"))
+            window.choose(text("Browse"), text("KELVO"))
+            window.choose(text("Category"), text("Prescription Maps"))
+            window.until(lambda screen: screen.names(), "the names")
+
+    def evening(self):
+        with self.shown("21-evening", "log-out ends the session on the service as well"):
+            self.window.press(self.text("Home"))
+            self.window.press(self.text("Logout"))
+            self.window.until(lambda screen: screen.can_press(self.text("Login")), "Login")
+            require(self.farm.service.open_streams() == 0, "the event stream is still open")
+        with self.steps.step("the console ends and leaves the operator's password in no log"):
+            status = self.window.close()
+            require(status == 0, f"its exit status is {status}")
+            require(not self.window.stderr(), f"it warned: {self.window.stderr()}")
+            for path in [*self.folder.glob("*.log*"), *(self.console_data / "logs").iterdir()]:
+                require(PASSWORDS[OPERATOR].encode() not in path.read_bytes(), f"it stands in {path}")
+        with self.steps.step("the service stops when told to"):
+            self.farm.service.stop()
+
+    def close(self):
+        if self.window is not None and self.window.process.poll() is None:
+            self.window.close()
+        self.farm.service.close()
