@@ -22,6 +22,17 @@ void printAll(const char* kind, const std::vector<std::string>& lines)
     }
 }
 
+VerifyReport verifyOrRefuse(const std::filesystem::path& folder)
+{
+    try {
+        return verify(folder);
+    } catch (const StartRefused&) {
+        throw;
+    } catch (const std::exception& error) {
+        throw StartRefused(folder.string() + " cannot be checked: " + error.what());
+    }
+}
+
 int report(const char* done, const CopyReport& report)
 {
     printAll("damaged", report.damages);
@@ -38,7 +49,7 @@ int runVerify(const VerifyOptions& options)
     if (!std::filesystem::exists(options.dataFolder / databaseName)) {
         throw StartRefused("there is no database in " + options.dataFolder.string());
     }
-    const VerifyReport report = verify(options.dataFolder);
+    const VerifyReport report = verifyOrRefuse(options.dataFolder);
     printAll("damaged", report.damages);
     printAll("leftover", report.leftovers);
     if (report.serviceRuns) {

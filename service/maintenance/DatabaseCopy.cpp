@@ -1,6 +1,7 @@
 // A consistent copy of a data folder's database.
 #include "service/maintenance/DatabaseCopy.h"
 
+#include "service/DataFolder.h"
 #include "service/base/Random.h"
 #include "service/maintenance/FileCopies.h"
 #include "service/store/Schema.h"
@@ -139,10 +140,10 @@ void requireSchema(soci::session& sql, bool exactly)
     int version = 0;
     sql << "SELECT version FROM schema_version", soci::into(version);
     if (version > store::currentSchema()) {
-        throw std::runtime_error("the database has a newer schema than this version knows");
+        throw StartRefused("the database has a newer schema than this version knows");
     }
     if (exactly && version < store::currentSchema()) {
-        throw std::runtime_error("the database has an older schema: start the service once");
+        throw StartRefused("the database has an older schema: start the service once");
     }
 }
 

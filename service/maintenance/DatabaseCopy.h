@@ -30,7 +30,7 @@ void copyDatabase(const std::filesystem::path& dataFolder, const std::filesystem
 class DatabaseSnapshot
 {
 public:
-    /** Throws as copyDatabase(), and std::runtime_error for a schema that is not this program's. */
+    /** Throws as copyDatabase(), and StartRefused for a schema that is not this program's. */
     explicit DatabaseSnapshot(const std::filesystem::path& dataFolder);
     ~DatabaseSnapshot();
     DatabaseSnapshot(const DatabaseSnapshot&) = delete;
@@ -43,7 +43,7 @@ private:
     std::unique_ptr<soci::session> session_;
 };
 
-/** Throws std::runtime_error unless the database's schema is at most, or with `exactly` just, the
+/** Throws StartRefused unless the database's schema is at most, or with `exactly` just, the
  * one of this program. */
 void requireSchema(soci::session& sql, bool exactly);
 

@@ -7,6 +7,8 @@
 #include "service/maintenance/DatabaseCopy.h"
 #include "service/maintenance/StoreFiles.h"
 
+#include <soci/soci.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <set>
@@ -30,6 +32,17 @@ public:
 
     VerifyReport run()
     {
+        try {
+            look();
+        } catch (const soci::soci_error& error) {
+            damage(std::string("database: cannot be read: ") + error.what());
+        }
+        return std::move(report_);
+    }
+
+private:
+    void look()
+    {
         const DatabaseSnapshot snapshot(folder_);
         if (fs::exists(folder_ / unfinishedRestoreName)) {
             damage("a restore has not come to its end");
@@ -43,10 +56,8 @@ public:
         }
         findUnwanted(contents);
         checkUploads(openUploads(snapshot.sql()));
-        return std::move(report_);
     }
 
-private:
     void damage(std::string text) { report_.damages.push_back(std::move(text)); }
 
     void check(const WantedContent& content)

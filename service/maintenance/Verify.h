@@ -21,7 +21,8 @@ struct VerifyReport
 
 /**
  * Reads everything and writes nothing there. Beside a running service what looks wrong is looked at
- * twice, because it may just be going. Throws std::runtime_error when it cannot judge at all.
+ * twice, because it may just be going. Throws StartRefused for a schema that is not this program's,
+ * std::exception when it cannot judge at all.
  */
 VerifyReport verify(const std::filesystem::path& dataFolder);
 
