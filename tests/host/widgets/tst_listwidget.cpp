@@ -47,6 +47,12 @@ struct TNames
                           list.visualItemRect(list.item(row)).center());
     }
 
+    // In the list's pixels.
+    QRect RowOf(int row) const
+    {
+        return list.visualItemRect(list.item(row)).translated(list.viewport()->pos());
+    }
+
     TNameBand& Band() { return *list.findChild<TNameBand*>(); }
 
     TWindow window;
@@ -76,6 +82,10 @@ private Q_SLOTS:
     void elidesInTheMiddle();
     void showsTheFullName();
     void showsNoBandForShortNames();
+    void selectsWhatIsTouched();
+    void bandLeavesItsRowFree();
+    void aTouchTakesTheBandAway();
+    void bandGoesWithItsRow();
     void showsTheFullNameWithoutBlanks();
     void fullNameIsPlainText();
     void scrollsKinetically();
@@ -256,20 +266,72 @@ void tst_ListWidget::showsTheFullName()
     QCOMPARE(names.Band().Name(), longName);
     QVERIFY(names.Band().height() >= names.Band().heightForWidth(names.Band().width()));
     QVERIFY(names.list.rect().contains(names.Band().geometry()));
-    QVERIFY(!names.Band().geometry().intersects(names.list.viewport()->geometry()));
+    QVERIFY(!names.Band().geometry().intersects(names.RowOf(1)));
 }
 
 void tst_ListWidget::showsNoBandForShortNames()
 {
     TNames names({QStringLiteral("short"), longName});
     names.Click(1);
-    const int before = names.list.viewport()->height();
     names.Click(0);
     QVERIFY(!names.Band().isVisible());
-    QVERIFY(names.list.viewport()->height() > before);
     names.Click(1);
     names.list.clear();
     QVERIFY(!names.Band().isVisible());
+}
+
+// The row that was touched, however the name of the one before was shown.
+void tst_ListWidget::selectsWhatIsTouched()
+{
+    QStringList all = Numbered(20);
+    all[18] = longName;
+    TNames names(all);
+    names.list.scrollToBottom();
+    names.Click(18);
+    QVERIFY(names.Band().isVisible());
+    const int scrolled = names.list.verticalScrollBar()->value();
+    names.Click(17);
+    QCOMPARE(names.list.GetSelectedTextItems(), QStringList({all[17], longName}));
+    QCOMPARE(names.list.verticalScrollBar()->value(), scrolled);
+    names.Click(19);
+    QCOMPARE(names.list.GetSelectedTextItems(), QStringList({all[17], longName, all[19]}));
+}
+
+void tst_ListWidget::bandLeavesItsRowFree()
+{
+    TNames names({longName, QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), longName,
+                  QStringLiteral("d")});
+    for (const int row : {0, 4}) {
+        names.list.setCurrentRow(row);
+        QVERIFY(names.Band().isVisible());
+        QVERIFY(!names.Band().geometry().intersects(names.RowOf(row)));
+    }
+    names.list.scrollToBottom();
+    QVERIFY(!names.Band().geometry().intersects(names.RowOf(4)));
+    names.list.verticalScrollBar()->setValue(0);
+    QVERIFY(!names.Band().geometry().intersects(names.RowOf(4)));
+}
+
+void tst_ListWidget::aTouchTakesTheBandAway()
+{
+    TNames names(Numbered(3) + QStringList(longName));
+    names.Click(3);
+    QVERIFY(names.Band().isVisible());
+    const QStringList selected = names.list.GetSelectedTextItems();
+    QTest::mouseClick(&names.Band(), Qt::LeftButton);
+    QVERIFY(!names.Band().isVisible());
+    QCOMPARE(names.list.GetSelectedTextItems(), selected);
+}
+
+void tst_ListWidget::bandGoesWithItsRow()
+{
+    TNames names(QStringList(longName) + Numbered(20));
+    names.Click(0);
+    QVERIFY(names.Band().isVisible());
+    names.list.scrollToBottom();
+    QVERIFY(!names.Band().isVisible());
+    names.list.scrollToTop();
+    QVERIFY(names.Band().isVisible());
 }
 
 // Ink on the last line, and none at the right edge, where a name that is cut would have some.

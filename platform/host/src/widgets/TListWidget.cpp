@@ -9,6 +9,7 @@
 #include <QtCore/QPointer>
 #include <QtCore/QSet>
 #include <QtGui/QPainter>
+#include <QtWidgets/QScrollBar>
 #include <QtWidgets/QScroller>
 #include <QtWidgets/QStyledItemDelegate>
 
@@ -50,7 +51,7 @@ QRect TextPlace(const QRect& row, const QModelIndex& index)
 
 } // namespace
 
-// What the list is made of: the drawing of its rows, and the band below it with the full name.
+// What the list is made of: the drawing of its rows, and the band over them with the full name.
 class Q_DECL_HIDDEN TListWidget::TParts : public QStyledItemDelegate
 {
 public:
@@ -66,10 +67,12 @@ public:
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;
     void ShowFullName();
+    void PlaceBand();
 
 private:
     TListWidget& m_list;
     TNameBand m_band;
+    bool m_isElided = false; // the current name
 };
 
 void TListWidget::TParts::paint(QPainter* painter, const QStyleOptionViewItem& option,
@@ -116,21 +119,27 @@ void TListWidget::TParts::ShowFullName()
     const QModelIndex index = m_list.currentIndex();
     const QString name = index.data().toString();
     const int room = TextPlace(QRect(0, 0, m_list.viewport()->width(), 1), index).width();
-    const bool isElided =
+    m_isElided =
         index.isValid() && room > 0 && QFontMetrics(FontOf(index)).horizontalAdvance(name) > room;
-    const int frame = m_list.frameWidth();
-    const int width = m_list.viewport()->width(); // beside the scroll bar
-    int height = 0;
-    if (isElided) {
+    if (m_isElided) {
         m_band.SetName(name);
-        height = std::min(m_band.heightForWidth(width), m_list.height() * 2 / 3);
     }
-    m_list.setViewportMargins(0, 0, 0, height);
-    m_band.setGeometry(frame, m_list.height() - frame - height, width, height);
-    m_band.setVisible(isElided);
-    if (isElided && m_list.isVisible()) {
-        m_list.scrollTo(index); // the band may have come over it
+    PlaceBand();
+}
+
+// Over the rows, which must not move: between the parts of a touch, another one would come under
+// the finger. Where it leaves the row of the name free, if it can.
+void TListWidget::TParts::PlaceBand()
+{
+    const QRect view = m_list.viewport()->geometry(); // beside the scroll bar
+    const QRect row = m_list.visualRect(m_list.currentIndex()).translated(view.topLeft());
+    const int height = std::min(m_band.heightForWidth(view.width()), view.height() * 2 / 3);
+    QRect place(view.left(), view.bottom() + 1 - height, view.width(), height);
+    if (place.intersects(row) && row.top() - view.top() >= height) {
+        place.moveTop(view.top());
     }
+    m_band.setGeometry(place);
+    m_band.setVisible(m_isElided && row.intersects(view));
 }
 
 TListWidget::TListWidget(QWidget* parent) : QListWidget(parent)
@@ -147,6 +156,7 @@ TListWidget::TListWidget(QWidget* parent) : QListWidget(parent)
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     QScroller::grabGesture(viewport(), QScroller::LeftMouseButtonGesture);
     connect(this, &QListWidget::currentRowChanged, this, [this] { m_parts->ShowFullName(); });
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { m_parts->PlaceBand(); });
 }
 
 TListWidget::~TListWidget()

@@ -40,6 +40,11 @@ int TNameBand::heightForWidth(int width) const
     return static_cast<int>(std::ceil(copy->size().height()));
 }
 
+void TNameBand::mousePressEvent(QMouseEvent*)
+{
+    hide();
+}
+
 void TNameBand::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);

@@ -4,7 +4,8 @@
 #include <QtGui/QTextDocument>
 #include <QtWidgets/QWidget>
 
-// Breaks between words, or anywhere: names of files need not have blanks. Main thread.
+// Breaks between words, or anywhere: names of files need not have blanks. A touch takes it away
+// from what is below. Main thread.
 class TNameBand : public QWidget
 {
     Q_OBJECT
@@ -20,6 +21,7 @@ public:
     int heightForWidth(int width) const override;
 
 protected:
+    void mousePressEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
