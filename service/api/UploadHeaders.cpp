@@ -2,6 +2,7 @@
 #include "service/api/UploadHeaders.h"
 
 #include "service/api/Documents.h"
+#include "service/api/TusMetadata.h"
 #include "service/base/Encoding.h"
 #include "service/http/Problem.h"
 #include "service/store/Uploads.h"
@@ -101,23 +102,6 @@ void requireOffsetStream(const http::Request& request)
         throw Problem(EProblem::UnsupportedMediaType,
                       "The body must be application/offset+octet-stream.");
     }
-}
-
-std::optional<std::map<std::string, std::string>> parseMetadata(std::string_view header)
-{
-    std::map<std::string, std::string> values;
-    while (!trimmed(header).empty()) {
-        const std::size_t end = std::min(header.find(','), header.size());
-        const std::string_view pair = trimmed(header.substr(0, end));
-        const std::size_t space = std::min(pair.find(' '), pair.size());
-        const auto value = fromBase64(trimmed(pair.substr(space)));
-        if (pair.empty() || space == 0 || !value ||
-            !values.emplace(std::string(pair.substr(0, space)), *value).second) {
-            return std::nullopt;
-        }
-        header.remove_prefix(std::min(end + 1, header.size()));
-    }
-    return values;
 }
 
 } // namespace kelvo::api

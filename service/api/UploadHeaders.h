@@ -6,10 +6,7 @@
 #include "service/store/Records.h"
 
 #include <cstdint>
-#include <map>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace kelvo::api {
@@ -37,8 +34,5 @@ long long readOffset(const http::Request& request);
 
 /** unsupported-media-type unless the body, if there is one, is a part of a content. */
 void requireOffsetStream(const http::Request& request);
-
-/** Upload-Metadata: keys with base64 values; nothing if it is malformed. */
-std::optional<std::map<std::string, std::string>> parseMetadata(std::string_view header);
 
 } // namespace kelvo::api

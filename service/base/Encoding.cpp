@@ -103,11 +103,13 @@ std::string toBase64(std::string_view bytes)
 
 std::optional<std::string> fromBase64(std::string_view text)
 {
+    const std::size_t written = text.size();
     for (int padding = 0; padding < 2 && !text.empty() && text.back() == '='; ++padding) {
         text.remove_suffix(1);
     }
-    if (text.size() % 4 == 1) {
-        return std::nullopt;
+    const bool isPadded = text.size() != written;
+    if (text.size() % 4 == 1 || (isPadded && (written % 4 != 0))) {
+        return std::nullopt; // padding may be missing, not be too much or too little
     }
     std::string bytes;
     std::uint32_t group = 0;

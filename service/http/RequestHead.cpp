@@ -23,11 +23,15 @@ std::string_view RequestHead::header(std::string_view name) const
 struct HeadParser::Parser
 {
     beast_http::request_parser<beast_http::empty_body> beast;
+    std::size_t limitBytes = 0;
+    std::size_t usedBytes = 0;
 };
 
 HeadParser::HeadParser(std::size_t limitBytes) : parser_(std::make_unique<Parser>())
 {
-    parser_->beast.header_limit(static_cast<std::uint32_t>(limitBytes));
+    // Beast's own limit counts differently when a head comes in pieces; ours is exact.
+    parser_->beast.header_limit(static_cast<std::uint32_t>(2 * limitBytes));
+    parser_->limitBytes = limitBytes;
     parser_->beast.body_limit(boost::none); // bodies are limited where they are read
     parser_->beast.skip(true);              // and are not the parser's business
 }
@@ -39,6 +43,13 @@ EHeadState HeadParser::feed(std::string& bytes)
     boost::system::error_code error;
     const std::size_t used = parser_->beast.put(boost::asio::buffer(bytes), error);
     bytes.erase(0, used);
+    parser_->usedBytes += used;
+    const bool isDone = !error && parser_->beast.is_header_done();
+    const bool isOpen = error == beast_http::error::need_more || (!error && !isDone);
+    const std::size_t headBytes = parser_->usedBytes + (isOpen ? bytes.size() : 0);
+    if ((isDone || isOpen) && headBytes > parser_->limitBytes) {
+        return EHeadState::TooLarge;
+    }
     if (error == beast_http::error::need_more) {
         // A start line without a version makes Beast wait for one beyond the end of the head.
         const bool hasEnded = bytes.find("\r\n\r\n") != std::string::npos;
@@ -50,7 +61,7 @@ EHeadState HeadParser::feed(std::string& bytes)
     if (error) {
         return EHeadState::Malformed;
     }
-    return parser_->beast.is_header_done() ? EHeadState::Complete : EHeadState::Incomplete;
+    return isDone ? EHeadState::Complete : EHeadState::Incomplete;
 }
 
 RequestHead HeadParser::take()

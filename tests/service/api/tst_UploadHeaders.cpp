@@ -1,4 +1,5 @@
 // What an upload's headers say.
+#include "service/api/TusMetadata.h"
 #include "service/api/UploadHeaders.h"
 #include "service/base/Encoding.h"
 #include "service/http/Problem.h"
@@ -31,8 +32,8 @@ TEST(UploadMetadata, MayHaveKeysWithoutValueAndSpaces)
 
 TEST(UploadMetadata, IsRefusedWhenMalformed)
 {
-    for (const char* wrong :
-         {"name !!!", "name Zg== Zg==", "name Zg==,,x Zg==", "name Zg==,name Zg=="}) {
+    for (const char* wrong : {"name !!!", "name Zg== Zg==", "name Zg==,,x Zg==",
+                              "name Zg==,name Zg==", "na\tme Zg==", "name =="}) {
         EXPECT_FALSE(parseMetadata(wrong)) << wrong;
     }
 }

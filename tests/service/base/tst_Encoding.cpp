@@ -29,6 +29,9 @@ TEST(Base64, TakesMissingPaddingAndRefusesNonsense)
     EXPECT_EQ(fromBase64("Zg"), "f");
     EXPECT_EQ(fromBase64("Z"), std::nullopt);
     EXPECT_EQ(fromBase64("Zg=a"), std::nullopt);
+    EXPECT_EQ(fromBase64("Zg="), std::nullopt);
+    EXPECT_EQ(fromBase64("=="), std::nullopt);
+    EXPECT_EQ(fromBase64("Zm9v=="), std::nullopt);
     EXPECT_EQ(fromBase64("Zm9v Zm9v"), std::nullopt);
 }
 

@@ -91,5 +91,34 @@ TEST(RequestHead, MustBeHttp)
     }
 }
 
+TEST(RequestHead, HasAnExactBoundHoweverItComes)
+{
+    const std::string begin = "GET / HTTP/1.1\r\nX: ";
+    for (const std::size_t size : {99U, 100U, 101U, 102U, 110U}) {
+        const std::string head = begin + std::string(size - begin.size() - 4, 'x') + "\r\n\r\n";
+        ASSERT_EQ(head.size(), size);
+        const EHeadState expected = size <= 100 ? EHeadState::Complete : EHeadState::TooLarge;
+        for (const std::size_t piece : {1U, 7U, 1000U}) {
+            HeadParser parser(100);
+            std::string received;
+            EHeadState state = EHeadState::Incomplete;
+            for (std::size_t at = 0; at < size && state == EHeadState::Incomplete; at += piece) {
+                received += head.substr(at, piece);
+                state = parser.feed(received);
+            }
+            EXPECT_EQ(state, expected) << size << " bytes in pieces of " << piece;
+        }
+    }
+}
+
+TEST(RequestHead, CountsNoBodyAsItsOwn)
+{
+    HeadParser parser(100);
+    std::string received =
+        "POST / HTTP/1.1\r\nContent-Length: 1000\r\n\r\n" + std::string(1000, 'x');
+    EXPECT_EQ(parser.feed(received), EHeadState::Complete);
+    EXPECT_EQ(received.size(), 1000U);
+}
+
 } // namespace
 } // namespace kelvo::http
