@@ -52,6 +52,15 @@ void BringIntoView(QWidget& widget)
     }
 }
 
+// Where another entry's full name lies over it: that goes when it is touched.
+void UncoverName(TListWidget& list, const QPoint& place)
+{
+    QWidget* const hit = list.window()->childAt(list.viewport()->mapTo(list.window(), place));
+    if (hit != list.viewport() && list.isAncestorOf(hit)) {
+        QTest::mouseClick(hit, Qt::LeftButton);
+    }
+}
+
 // The last popup first: it is on top.
 QList<QWidget*> WindowsTopDown(const QWidget& window)
 {
@@ -123,7 +132,9 @@ void TouchName(const QWidget& window, const QString& name)
             continue;
         }
         list->scrollToItem(items.first());
-        Touch(*list->viewport(), list->visualItemRect(items.first()).center(), name);
+        const QPoint place = list->visualItemRect(items.first()).center();
+        UncoverName(*list, place);
+        Touch(*list->viewport(), place, name);
         return;
     }
     Refuse(QStringLiteral("%1 is in no list to be seen").arg(name));

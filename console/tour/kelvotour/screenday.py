@@ -242,6 +242,7 @@ class ScreenDay:
     def lose_the_service(self):
         text, window = self.text, self.window
         with self.shown("17-no-service", "a service that cannot be reached is told of"):
+            self.bring_panel_up()
             window.press(text("Logout"))
             window.until(lambda screen: screen.can_press(text("Login")), "Login")
             self.farm.service.stop()
@@ -253,6 +254,11 @@ class ScreenDay:
             self.farm.service.start()
             window.press(text("Login"))
             window.until(lambda screen: screen.can_press(text("Logout")), "Logout")
+
+    def bring_panel_up(self):
+        """The login panel has no room beside a page on a small display: it is at home then."""
+        if self.window.look().row(self.text("USERNAME")) is None:
+            self.window.press(self.text("Home"))
 
     def settle(self):
         text, window = self.text, self.window
@@ -269,7 +275,7 @@ class ScreenDay:
 
     def evening(self):
         with self.shown("21-evening", "log-out ends the session on the service as well"):
-            self.window.press(self.text("Home"))
+            self.bring_panel_up()
             self.window.press(self.text("Logout"))
             self.window.until(lambda screen: screen.can_press(self.text("Login")), "Login")
             require(self.farm.service.open_streams() == 0, "the event stream is still open")
