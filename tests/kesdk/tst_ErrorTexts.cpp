@@ -63,6 +63,9 @@ const TextCase kTextCases[] = {
     {EErrorCode::eTimeout, L"The service did not answer in time."},
     {EErrorCode::eUnknownAuthority, L"The service could not prove its identity."},
     {EErrorCode::eCertificateExpired, L"The service's certificate has expired."},
+    {EErrorCode::eNoProgress, L"No data got through for 5 minutes."},
+    {EErrorCode::eClockWrong, L"The console's date and time are wrong."},
+    {EErrorCode::eCaptivePortal, L"This network shows a page of its own instead of the service."},
     {EErrorCode::eWrongHostName, L"The server that answered is not the service."},
     {EErrorCode::eInvalidCredentials, L"The user name or the password is wrong."},
     {EErrorCode::eAccountDisabled, L"This account is disabled."},
@@ -178,6 +181,7 @@ TEST(ErrorTexts, EscapeTheirVariableParts)
 TEST(ErrorTexts, MarkWhatMayPassByItself)
 {
     EXPECT_EQ(Describe(Failure(EErrorCode::eDropped), {}).severity, 1);
+    EXPECT_EQ(Describe(Failure(EErrorCode::eNoProgress), {}).severity, 1);
     EXPECT_EQ(Describe(Failure(EErrorCode::eInvalidCredentials), {}).severity, 0);
 }
 

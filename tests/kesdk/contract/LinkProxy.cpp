@@ -98,6 +98,13 @@ void LinkProxy::SetFrozen(bool isFrozen)
     m_isFrozen = isFrozen;
 }
 
+void LinkProxy::CallAfter(std::int64_t bytes, std::function<void()> call)
+{
+    const std::lock_guard lock(m_mutex);
+    m_callAfterBytes = m_bytesToService + bytes;
+    m_call = std::move(call);
+}
+
 int LinkProxy::ConnectionCount() const
 {
     const std::lock_guard lock(m_mutex);
@@ -125,7 +132,7 @@ std::int64_t LinkProxy::BytesFromService() const
 void LinkProxy::Accept()
 {
     for (;;) {
-        const int client = ::accept(m_listener, nullptr, nullptr);
+        const int client = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
         if (client < 0)
             return;
         const int service = Connect();
@@ -191,11 +198,24 @@ bool LinkProxy::Pass(int from, int to, Link& link, std::int64_t& passed)
         part = std::min(part, link.mostBytes - passed);
     passed += part;
     const bool isSent = SendAll(to, bytes.data(), static_cast<std::size_t>(part));
+    Count(part, to == link.service);
     const std::lock_guard lock(m_mutex);
-    (to == link.service ? m_bytesToService : m_bytesFromService) += part;
     if (part < got)
         ++m_cuts;
     return isSent && part == got;
+}
+
+void LinkProxy::Count(std::int64_t bytes, bool isToService)
+{
+    std::function<void()> call;
+    {
+        const std::lock_guard lock(m_mutex);
+        (isToService ? m_bytesToService : m_bytesFromService) += bytes;
+        if (m_call && m_bytesToService >= m_callAfterBytes)
+            call.swap(m_call);
+    }
+    if (call)
+        call();
 }
 
 } // namespace kesdk::test

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <mutex>
 #include <thread>
@@ -27,6 +28,9 @@ public:
     // Nothing passes any more, but nothing is closed either: as when a mast is left behind.
     void SetFrozen(bool isFrozen);
 
+    // Called once, on the thread of a connection, when so many more bytes have gone to the service.
+    void CallAfter(std::int64_t bytes, std::function<void()> call);
+
     int ConnectionCount() const;
     int CutCount() const;
     std::int64_t BytesToService() const;
@@ -44,6 +48,7 @@ private:
     void Accept();
     void Forward(Link& link);
     bool Pass(int from, int to, Link& link, std::int64_t& passed);
+    void Count(std::int64_t bytes, bool isToService);
     int Connect() const;
 
     const int m_servicePort;
@@ -60,6 +65,8 @@ private:
     std::int64_t m_cutAfterBytes = 0;
     std::int64_t m_bytesToService = 0;
     std::int64_t m_bytesFromService = 0;
+    std::int64_t m_callAfterBytes = 0;
+    std::function<void()> m_call;
     std::thread m_thread;
 };
 

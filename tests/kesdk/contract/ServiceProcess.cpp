@@ -46,7 +46,12 @@ std::size_t Append(char* bytes, std::size_t size, std::size_t count, void* text)
 
 } // namespace
 
-ServiceProcess::ServiceProcess(const std::string& binary)
+ServiceProcess::ServiceProcess(const std::string& binary) : m_binary(binary)
+{
+    Start("127.0.0.1:0");
+}
+
+void ServiceProcess::Start(const std::string& listen)
 {
     std::array<int, 2> output{};
     if (::pipe2(output.data(), O_CLOEXEC) != 0)
@@ -55,17 +60,16 @@ ServiceProcess::ServiceProcess(const std::string& binary)
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
     const std::string log = m_folder.Path("service.log");
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, log.c_str(), O_WRONLY | O_CREAT,
-                                     0600);
-    std::vector<std::string> words = {
-        binary,     "serve",       "--data",          m_folder.Path("data"),
-        "--listen", "127.0.0.1:0", "--password-cost", "min"};
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, log.c_str(),
+                                     O_WRONLY | O_CREAT | O_APPEND, 0600);
+    std::vector<std::string> words = {m_binary,   "serve", "--data",          m_folder.Path("data"),
+                                      "--listen", listen,  "--password-cost", "min"};
     std::vector<char*> arguments;
     for (std::string& word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
     const int error =
-        ::posix_spawn(&m_pid, binary.c_str(), &actions, nullptr, arguments.data(), environ);
+        ::posix_spawn(&m_pid, m_binary.c_str(), &actions, nullptr, arguments.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     ::close(output[1]);
     const std::string line = error == 0 ? ReadLine(output[0]) : std::string();
@@ -97,6 +101,13 @@ void ServiceProcess::Freeze()
 void ServiceProcess::Thaw()
 {
     ::kill(m_pid, SIGCONT);
+}
+
+void ServiceProcess::KillAndStart()
+{
+    ::kill(m_pid, SIGKILL);
+    ::waitpid(m_pid, nullptr, 0);
+    Start(m_endpoint);
 }
 
 ApiSession::ApiSession(const ServiceProcess& service, const std::string& user,

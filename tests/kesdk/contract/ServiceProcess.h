@@ -28,8 +28,13 @@ public:
     // Frozen, it takes connections (the kernel does) and answers nothing.
     void Freeze();
     void Thaw();
+    // Ends it without a word, as a loss of power would, and starts it again at the same place.
+    void KillAndStart();
 
 private:
+    void Start(const std::string& listen);
+
+    const std::string m_binary;
     TempFolder m_folder;
     pid_t m_pid = 0;
     std::string m_endpoint;

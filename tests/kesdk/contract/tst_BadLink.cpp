@@ -9,6 +9,7 @@
 
 #include <stdlib.h>
 
+#include <atomic>
 #include <filesystem>
 #include <memory>
 
@@ -75,6 +76,14 @@ protected:
         return connection->Upload(folder.WidePath("job.zip").c_str(),
                                   {static_cast<std::uint64_t>(inbox)});
     }
+    std::string LastDetail() const
+    {
+        const auto errors = connection->GetLastErrors();
+        std::string detail;
+        for (const wchar_t c : errors.empty() ? std::wstring() : errors.front().text3)
+            detail += c < 0x80 ? static_cast<char>(c) : '?';
+        return detail;
+    }
     std::wstring FirstText() const
     {
         const auto errors = connection->GetLastErrors();
@@ -140,8 +149,11 @@ TEST_F(BadLink, ADownloadGoesOnInAConsoleThatWasRestarted)
         std::error_code none;
         return std::filesystem::file_size(part, none) > 1'000'000 && !none;
     });
+    link.CutAll();
+    link.CutNext(16, 1'200'000); // so that it is asked before all has come
     ASSERT_FALSE(connection->Download(file, folder.WidePath("map.zip").c_str()));
     ASSERT_GT(std::filesystem::file_size(part), 1'000'000u);
+    link.CutNext(0, 0);
     const std::int64_t before = link.BytesFromService();
     Connect();
     ASSERT_TRUE(connection->Download(file, folder.WidePath("map.zip").c_str()));
@@ -175,6 +187,24 @@ TEST_F(BadLink, ACutStreamComesBackWithoutAGap)
         EXPECT_TRUE(
             listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
     EXPECT_EQ(connection->GetResourceWithContent(inbox).content.size(), files.size());
+    EXPECT_TRUE(connection->IsLoggedIn());
+}
+
+TEST_F(BadLink, TransfersAndStreamOutliveACrashOfTheService)
+{
+    const std::int64_t inbox = MakeInbox();
+    std::atomic<bool> wasKilled{false};
+    link.CallAfter(1'500'000, [&] {
+        SharedService().KillAndStart();
+        wasKilled = true;
+    });
+    ASSERT_TRUE(Upload(inbox)) << LastDetail();
+    ASSERT_TRUE(wasKilled);
+    const auto listed = connection->GetResourceWithContent(inbox);
+    ASSERT_EQ(listed.content.size(), 1u);
+    EXPECT_EQ(farm.Content(listed.content.front().id), Content());
+    const std::int64_t file = farm.PutFile(inbox, L"map.zip", "x");
+    EXPECT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
     EXPECT_TRUE(connection->IsLoggedIn());
 }
 
