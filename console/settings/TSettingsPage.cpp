@@ -10,6 +10,7 @@
 #include <QtCore/QRegularExpression>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QVBoxLayout>
 
@@ -29,23 +30,25 @@ struct TTextRow
     const char* iconName;
     const char* name;
     const char* toolTip;
+    const char* whenEmpty;
     QString TStoredSettings::*value;
 };
 
 constexpr std::array<TTextRow, 4> textRows = {{
     {"link-up", QT_TRANSLATE_NOOP("console::TSettingsPage", "Service"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Host and port; empty for the usual one"),
-     &TStoredSettings::service},
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "The usual one"), &TStoredSettings::service},
     {"lock", QT_TRANSLATE_NOOP("console::TSettingsPage", "Service's certificate"),
      QT_TRANSLATE_NOOP("console::TSettingsPage",
                        "A file with the authority to trust besides the system's"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Only the system's"),
      &TStoredSettings::authorityFile},
     {"gps-fix", QT_TRANSLATE_NOOP("console::TSettingsPage", "Position source"),
      QT_TRANSLATE_NOOP("console::TSettingsPage",
                        "gpsd:HOST:PORT, serial:DEVICE@BAUD or nmea:FILE; empty for none"),
-     &TStoredSettings::positionSource},
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "None"), &TStoredSettings::positionSource},
     {"save", QT_TRANSLATE_NOOP("console::TSettingsPage", "Data folder"),
-     QT_TRANSLATE_NOOP("console::TSettingsPage", "Where everything that is received is kept"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Where everything that is received is kept"), "",
      &TStoredSettings::dataFolder},
 }};
 
@@ -130,6 +133,9 @@ void TSettingsPage::AddTextRows(QVBoxLayout& column)
         TPropertyWidget* const widget = MakeRow(row.iconName, tr(row.name));
         widget->SetToolTip(tr(row.toolTip));
         widget->SetPropertyType(TPropertyWidget::eText, nullptr);
+        if (auto* const edit = widget->findChild<QLineEdit*>()) {
+            edit->setPlaceholderText(tr(row.whenEmpty));
+        }
         m_rows.append(widget);
         column.addWidget(widget);
     }

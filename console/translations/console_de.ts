@@ -179,10 +179,6 @@
         <translation>Verbunden</translation>
     </message>
     <message>
-        <source>No connection</source>
-        <translation>Keine Verbindung</translation>
-    </message>
-    <message>
         <source>Connection lost</source>
         <translation>Verbindung verloren</translation>
     </message>
@@ -197,6 +193,10 @@
     <message>
         <source>Position lost %1 ago</source>
         <translation>Position seit %1 verloren</translation>
+    </message>
+    <message>
+        <source>Login failed</source>
+        <translation>Login fehlgeschlagen</translation>
     </message>
 </context>
 <context>
@@ -314,12 +314,12 @@
 <context>
     <name>console::TLinkBanner</name>
     <message>
-        <source>No connection to the service.</source>
-        <translation>Keine Verbindung zum Dienst.</translation>
-    </message>
-    <message>
         <source>The connection to the service has ended. Log in again to go on.</source>
         <translation>Die Verbindung zum Dienst ist beendet. Zum Fortfahren neu anmelden.</translation>
+    </message>
+    <message>
+        <source>The login has failed.</source>
+        <translation>Die Anmeldung ist fehlgeschlagen.</translation>
     </message>
 </context>
 <context>
@@ -429,6 +429,18 @@
     <message>
         <source>Language</source>
         <translation>Sprache</translation>
+    </message>
+    <message>
+        <source>The usual one</source>
+        <translation>Der übliche</translation>
+    </message>
+    <message>
+        <source>Only the system&apos;s</source>
+        <translation>Nur die des Systems</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Keine</translation>
     </message>
 </context>
 <context>

@@ -179,10 +179,6 @@
         <translation>Conectado</translation>
     </message>
     <message>
-        <source>No connection</source>
-        <translation>Sin conexión</translation>
-    </message>
-    <message>
         <source>Connection lost</source>
         <translation>Conexión perdida</translation>
     </message>
@@ -197,6 +193,10 @@
     <message>
         <source>Position lost %1 ago</source>
         <translation>Posición perdida hace %1</translation>
+    </message>
+    <message>
+        <source>Login failed</source>
+        <translation>Sesión fallida</translation>
     </message>
 </context>
 <context>
@@ -314,12 +314,12 @@
 <context>
     <name>console::TLinkBanner</name>
     <message>
-        <source>No connection to the service.</source>
-        <translation>Sin conexión con el servicio.</translation>
-    </message>
-    <message>
         <source>The connection to the service has ended. Log in again to go on.</source>
         <translation>La conexión con el servicio ha terminado. Inicie sesión de nuevo para continuar.</translation>
+    </message>
+    <message>
+        <source>The login has failed.</source>
+        <translation>El inicio de sesión ha fallado.</translation>
     </message>
 </context>
 <context>
@@ -429,6 +429,18 @@
     <message>
         <source>Language</source>
         <translation>Idioma</translation>
+    </message>
+    <message>
+        <source>The usual one</source>
+        <translation>El habitual</translation>
+    </message>
+    <message>
+        <source>Only the system&apos;s</source>
+        <translation>Solo los del sistema</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Ninguna</translation>
     </message>
 </context>
 <context>

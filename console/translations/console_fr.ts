@@ -21,7 +21,7 @@
     </message>
     <message>
         <source>%1 is no baud rate; there are %2.</source>
-        <translation>%1 n&apos;est pas un débit en bauds ; possibles : %2.</translation>
+        <translation>%1 n&apos;est pas un débit en bauds ; possibles&#xa0;: %2.</translation>
     </message>
     <message>
         <source>&quot;%1&quot; is none of gpsd[:HOST[:PORT]], nmea:FILE[@SPEED], serial:DEVICE[@BAUD].</source>
@@ -40,7 +40,7 @@
     </message>
     <message>
         <source>The plug-in %1 cannot be loaded: %2</source>
-        <translation>Impossible de charger le plug-in %1 : %2</translation>
+        <translation>Impossible de charger le plug-in %1&#xa0;: %2</translation>
     </message>
     <message>
         <source>The plug-in %1 lacks the entry point %2.</source>
@@ -67,7 +67,7 @@
     <name>QLibrary</name>
     <message>
         <source>Cannot load library %1: %2</source>
-        <translation>Impossible de charger la bibliothèque %1 : %2</translation>
+        <translation>Impossible de charger la bibliothèque %1&#xa0;: %2</translation>
     </message>
 </context>
 <context>
@@ -179,10 +179,6 @@
         <translation>Connecté</translation>
     </message>
     <message>
-        <source>No connection</source>
-        <translation>Pas de connexion</translation>
-    </message>
-    <message>
         <source>Connection lost</source>
         <translation>Connexion perdue</translation>
     </message>
@@ -198,6 +194,10 @@
         <source>Position lost %1 ago</source>
         <translation>Position perdue depuis %1</translation>
     </message>
+    <message>
+        <source>Login failed</source>
+        <translation>Échec de connexion</translation>
+    </message>
 </context>
 <context>
     <name>StoredSettings</name>
@@ -207,7 +207,7 @@
     </message>
     <message>
         <source>Position source: </source>
-        <translation>Source de position : </translation>
+        <translation>Source de position&#xa0;: </translation>
     </message>
     <message>
         <source>The data folder %1 cannot be written to.</source>
@@ -252,7 +252,7 @@
     <name>TProgressBar</name>
     <message>
         <source>%1 %</source>
-        <translation>%1 %</translation>
+        <translation>%1&#xa0;%</translation>
     </message>
 </context>
 <context>
@@ -314,12 +314,12 @@
 <context>
     <name>console::TLinkBanner</name>
     <message>
-        <source>No connection to the service.</source>
-        <translation>Pas de connexion au service.</translation>
-    </message>
-    <message>
         <source>The connection to the service has ended. Log in again to go on.</source>
         <translation>La connexion au service a pris fin. Reconnectez-vous pour continuer.</translation>
+    </message>
+    <message>
+        <source>The login has failed.</source>
+        <translation>La connexion a échoué.</translation>
     </message>
 </context>
 <context>
@@ -337,7 +337,7 @@
     </message>
     <message>
         <source>A screen of the plug-in could not be set up: %1</source>
-        <translation>Impossible de préparer un écran du plug-in : %1</translation>
+        <translation>Impossible de préparer un écran du plug-in&#xa0;: %1</translation>
     </message>
 </context>
 <context>
@@ -348,7 +348,7 @@
     </message>
     <message>
         <source>Host and port; empty for the usual one</source>
-        <translation>Hôte et port ; vide pour celui par défaut</translation>
+        <translation>Hôte et port&#xa0;; vide pour celui par défaut</translation>
     </message>
     <message>
         <source>Service&apos;s certificate</source>
@@ -364,7 +364,7 @@
     </message>
     <message>
         <source>gpsd:HOST:PORT, serial:DEVICE@BAUD or nmea:FILE; empty for none</source>
-        <translation>gpsd:HÔTE:PORT, serial:APPAREIL@BAUD ou nmea:FICHIER ; vide pour aucune</translation>
+        <translation>gpsd:HÔTE:PORT, serial:APPAREIL@BAUD ou nmea:FICHIER&#xa0;; vide pour aucune</translation>
     </message>
     <message>
         <source>Data folder</source>
@@ -392,11 +392,11 @@
     </message>
     <message>
         <source>Driver: no data exchange</source>
-        <translation>Conducteur : sans échange</translation>
+        <translation>Conducteur&#xa0;: sans échange</translation>
     </message>
     <message>
         <source>Operator: everything</source>
-        <translation>Opérateur : tout</translation>
+        <translation>Opérateur&#xa0;: tout</translation>
     </message>
     <message>
         <source>Screen</source>
@@ -430,6 +430,18 @@
         <source>Language</source>
         <translation>Langue</translation>
     </message>
+    <message>
+        <source>The usual one</source>
+        <translation>Le serveur habituel</translation>
+    </message>
+    <message>
+        <source>Only the system&apos;s</source>
+        <translation>Seulement ceux du système</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Aucune</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>
@@ -451,7 +463,7 @@
     </message>
     <message>
         <source>The plug-in does not take requests; is the service&apos;s address usable?</source>
-        <translation>Le plug-in n&apos;accepte pas de demandes ; l&apos;adresse du service est-elle correcte ?</translation>
+        <translation>Le plug-in n&apos;accepte pas de demandes&#xa0;; l&apos;adresse du service est-elle correcte&#xa0;?</translation>
     </message>
     <message>
         <source>Plug-in</source>

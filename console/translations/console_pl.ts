@@ -179,10 +179,6 @@
         <translation>Połączono</translation>
     </message>
     <message>
-        <source>No connection</source>
-        <translation>Brak połączenia</translation>
-    </message>
-    <message>
         <source>Connection lost</source>
         <translation>Utracono połączenie</translation>
     </message>
@@ -197,6 +193,10 @@
     <message>
         <source>Position lost %1 ago</source>
         <translation>Pozycja utracona %1 temu</translation>
+    </message>
+    <message>
+        <source>Login failed</source>
+        <translation>Błąd logowania</translation>
     </message>
 </context>
 <context>
@@ -314,12 +314,12 @@
 <context>
     <name>console::TLinkBanner</name>
     <message>
-        <source>No connection to the service.</source>
-        <translation>Brak połączenia z usługą.</translation>
-    </message>
-    <message>
         <source>The connection to the service has ended. Log in again to go on.</source>
         <translation>Połączenie z usługą zostało zakończone. Zaloguj się ponownie, aby kontynuować.</translation>
+    </message>
+    <message>
+        <source>The login has failed.</source>
+        <translation>Logowanie nie powiodło się.</translation>
     </message>
 </context>
 <context>
@@ -429,6 +429,18 @@
     <message>
         <source>Language</source>
         <translation>Język</translation>
+    </message>
+    <message>
+        <source>The usual one</source>
+        <translation>Zwykła</translation>
+    </message>
+    <message>
+        <source>Only the system&apos;s</source>
+        <translation>Tylko systemowe</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Brak</translation>
     </message>
 </context>
 <context>

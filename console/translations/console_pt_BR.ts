@@ -179,10 +179,6 @@
         <translation>Conectado</translation>
     </message>
     <message>
-        <source>No connection</source>
-        <translation>Sem conexão</translation>
-    </message>
-    <message>
         <source>Connection lost</source>
         <translation>Conexão perdida</translation>
     </message>
@@ -197,6 +193,10 @@
     <message>
         <source>Position lost %1 ago</source>
         <translation>Posição perdida há %1</translation>
+    </message>
+    <message>
+        <source>Login failed</source>
+        <translation>Falha no login</translation>
     </message>
 </context>
 <context>
@@ -314,12 +314,12 @@
 <context>
     <name>console::TLinkBanner</name>
     <message>
-        <source>No connection to the service.</source>
-        <translation>Sem conexão com o serviço.</translation>
-    </message>
-    <message>
         <source>The connection to the service has ended. Log in again to go on.</source>
         <translation>A conexão com o serviço terminou. Entre novamente para continuar.</translation>
+    </message>
+    <message>
+        <source>The login has failed.</source>
+        <translation>O login falhou.</translation>
     </message>
 </context>
 <context>
@@ -429,6 +429,18 @@
     <message>
         <source>Language</source>
         <translation>Idioma</translation>
+    </message>
+    <message>
+        <source>The usual one</source>
+        <translation>O habitual</translation>
+    </message>
+    <message>
+        <source>Only the system&apos;s</source>
+        <translation>Apenas os do sistema</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Nenhuma</translation>
     </message>
 </context>
 <context>

@@ -40,7 +40,7 @@ constexpr std::array<TRow, 6> linkRows = {{
     {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Logged out")},
     {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Connecting...")},
     {"link-up", QT_TRANSLATE_NOOP("StatusBar", "Connected")},
-    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "No connection")},
+    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Login failed")},
     {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Connection lost")},
 }};
 

@@ -3,6 +3,7 @@
 
 #include "hostimpl/Theme.h"
 
+#include <QtCore/QRegularExpression>
 #include <QtGui/QFontMetrics>
 #include <QtGui/QIcon>
 #include <QtGui/QPainter>
@@ -32,9 +33,11 @@ QPixmap Inked(const QIcon& icon, const QColor& ink, qreal ratio)
 QString Fitting(const QString& text, const QFont& font, int width)
 {
     const QFontMetrics metrics(font);
+    static const QRegularExpression lastWord(QStringLiteral("[ -][^ -]*$"));
     QString fitting = text;
-    while (metrics.horizontalAdvance(fitting) > width && fitting.contains(QLatin1Char(' '))) {
-        fitting.truncate(fitting.lastIndexOf(QLatin1Char(' ')));
+    for (int end;
+         metrics.horizontalAdvance(fitting) > width && (end = fitting.lastIndexOf(lastWord)) > 0;) {
+        fitting.truncate(end);
     }
     return metrics.elidedText(fitting, Qt::ElideRight, width);
 }

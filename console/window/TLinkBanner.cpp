@@ -38,7 +38,7 @@ void TLinkBanner::Show(ELinkState state, const QString& reason)
 {
     QString text;
     if (state == ELinkState::eFailed) {
-        text = tr("No connection to the service.");
+        text = tr("The login has failed.");
         if (!reason.isEmpty()) {
             text += QLatin1Char(' ') + reason;
         }

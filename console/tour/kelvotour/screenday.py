@@ -186,9 +186,10 @@ class ScreenDay:
                 self.window.do("touch", name=name)
 
     def until_said(self, title, words):
+        """When the operation has ended: then its dialog can be closed."""
         def is_said(screen):
             dialog = screen.dialog(self.text(title))
-            return dialog is not None and words in dialog["text"]
+            return dialog is not None and words in dialog["text"] and dialog["buttons"][0]["enabled"]
         return self.window.until(is_said, f"{words} in {title}")
 
     def look_at_what_came(self):

@@ -211,7 +211,7 @@ private Q_SLOTS:
         Hub()->OnLoginToKelvoFailed(QStringLiteral("There is no way to the service."));
         QVERIFY(m_session->Window()->Banner().isVisible());
         QVERIFY(m_session->Window()->Banner().Text().contains(QStringLiteral("no way")));
-        QCOMPARE(m_session->Window()->Status().LinkText(), QStringLiteral("No connection"));
+        QCOMPARE(m_session->Window()->Status().LinkText(), QStringLiteral("Login failed"));
         Hub()->OnLoggingIntoKelvo();
         Hub()->OnLoggedIntoKelvo();
         QVERIFY(!m_session->Window()->Banner().isVisible());
