@@ -6,12 +6,18 @@
 #include "service/maintenance/Restore.h"
 #include "service/maintenance/Verify.h"
 #include "service/store/Events.h"
+#include "service/store/Files.h"
 #include "tests/service/support/KeptFiles.h"
 
 #include <gmock/gmock.h>
 #include <soci/soci.h>
 
+#include <algorithm>
 #include <functional>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace kelvo::maintenance {
 namespace {
@@ -44,6 +50,14 @@ protected:
 
     CopyReport back() { return backUp(folder.path(), backup()); }
     CopyReport bring(bool force = false) { return restore(backup(), restored(), force); }
+
+    fs::path makePipe(const std::string& sha256) const
+    {
+        const fs::path path = contents.contentPath(sha256);
+        fs::create_directories(path.parent_path());
+        EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0);
+        return path;
+    }
 
     fs::path backup() const { return elsewhere.path() / "backup"; }
     fs::path restored() const { return elsewhere.path() / "data"; }
@@ -103,6 +117,44 @@ TEST_F(BackingUp, WorksBesideARunningService)
     back();
     bring();
     EXPECT_TRUE(verify(restored()).isClean());
+}
+
+TEST_F(BackingUp, IsNotTornByWhatComesAndGoesMeanwhile)
+{
+    const DataFolder running(folder.path());
+    std::vector<std::string> texts{"one that comes", "one that comes and goes"};
+    std::sort(texts.begin(), texts.end(), [](const auto& left, const auto& right) {
+        return sha256Hex(left) < sha256Hex(right); // the order in which they are copied
+    });
+    // Pipes in the place of contents hold the backup up where it reads them: opening one for
+    // writing waits for that.
+    const fs::path firstPipe = makePipe(std::string(64, '0'));
+    std::vector<std::string> damages{"not made"};
+    std::thread making([&] { damages = back().damages; });
+    FileDescriptor first = openFile(firstPipe, O_WRONLY);
+    // It has its list of contents and no database yet.
+    keep("comes.zip", texts[0]);
+    const store::File goes = keep("goes.zip", texts[1]);
+    contents.remove(sha256Hex(texts[0]));
+    const fs::path secondPipe = makePipe(sha256Hex(texts[0]));
+    first.reset();
+    FileDescriptor second = openFile(secondPipe, O_WRONLY);
+    // It has the database, with both of them.
+    database.writeNow([&](store::Transaction& t) {
+        store::moveToBin(t, user.farmId(), goes.id, "olga", 0);
+        store::emptyBin(t, 1);
+    });
+    contents.remove(sha256Hex(texts[1]));
+    writeAll(second.get(), texts[0].data(), texts[0].size());
+    second.reset();
+    making.join();
+    EXPECT_THAT(damages, IsEmpty());
+    EXPECT_THAT(bring().damages, IsEmpty());
+    const VerifyReport report = verify(restored());
+    EXPECT_THAT(report.damages, IsEmpty());
+    EXPECT_THAT(report.leftovers, IsEmpty());
+    EXPECT_EQ(number("SELECT COUNT(*) FROM files WHERE name = 'comes.zip'"), 1);
+    EXPECT_EQ(number("SELECT COUNT(*) FROM files WHERE name = 'goes.zip'"), 0);
 }
 
 TEST_F(BackingUp, TellsOfDamageAndKeepsTheRest)
