@@ -73,4 +73,11 @@ TEST(EventParser, RefusesAnEventWithoutEnd)
     EXPECT_FALSE(isGood);
 }
 
+TEST(EventParser, TakesNoIdThatCouldEndAFieldOfARequest)
+{
+    EXPECT_EQ(
+        Parse({std::string("id: 7\ndata: a\n\nid: 8\x01\ndata: b\n\nid: 9\0\ndata: c\n\n", 47)}),
+        (Events{"7||a", "7||b", "7||c"}));
+}
+
 } // namespace kesdk::impl

@@ -1,6 +1,7 @@
 // Server-sent events out of a stream of bytes.
 #include "account/EventParser.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace kesdk::impl {
@@ -9,6 +10,12 @@ namespace {
 
 constexpr std::size_t kMostBytes = std::size_t{1024} * 1024;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+// An id comes back in a field of a request's head.
+bool IsFieldText(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
+}
 
 } // namespace
 
@@ -66,7 +73,7 @@ void EventParser::TakeField(std::string_view field, std::string_view value)
         if (std::exchange(m_hasData, true))
             m_data += '\n';
         m_data += value;
-    } else if (field == "id" && value.find('\0') == std::string_view::npos) {
+    } else if (field == "id" && IsFieldText(value)) {
         m_lastId = value;
     }
 }

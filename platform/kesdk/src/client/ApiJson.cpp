@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <limits>
 #include <stdexcept>
 #include <utility>
@@ -15,11 +16,19 @@ namespace {
 
 using nlohmann::json;
 
+// A number such as 1e35 must not even be converted.
+std::int64_t ToInteger(const json& value)
+{
+    if (!value.is_number_integer())
+        throw std::out_of_range("integer");
+    return value.get<std::int64_t>();
+}
+
 // The console keeps ids in 32 bits, so one that does not fit is no id.
 std::int64_t ToId(const json& value)
 {
-    const auto id = value.get<std::int64_t>();
-    if (!value.is_number_integer() || id < 1 || id > std::numeric_limits<std::int32_t>::max())
+    const std::int64_t id = ToInteger(value);
+    if (id < 1 || id > std::numeric_limits<std::int32_t>::max())
         throw std::out_of_range("id");
     return id;
 }
@@ -29,15 +38,26 @@ std::string ToString(const json& value)
     return value.get<std::string>();
 }
 
+// For what goes back to the service in a field of a request's head, which it must not end.
+std::string ToFieldText(const json& value)
+{
+    std::string text = ToString(value);
+    const bool isPrintable =
+        std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
+    if (!isPrintable)
+        throw std::out_of_range("field");
+    return text;
+}
+
 FileRecord ToFile(const json& value)
 {
     FileRecord file;
     file.id = ToId(value.at("id"));
     file.containerId = ToId(value.at("container"));
     file.name = ToWide(ToString(value.at("name")));
-    file.sizeBytes = value.at("size").get<std::int64_t>();
+    file.sizeBytes = ToInteger(value.at("size"));
     file.sha256Hex = ToString(value.at("sha256"));
-    file.etag = ToString(value.at("etag"));
+    file.etag = ToFieldText(value.at("etag"));
     if (file.sizeBytes < 0)
         throw std::out_of_range("size");
     return file;
@@ -171,7 +191,7 @@ void FillEvent(AccountEvent& event, const json& data)
 std::optional<LoginRecord> ParseLogin(std::string_view text)
 {
     return Parsed(text, [](const json& value) {
-        return LoginRecord{ToString(value.at("token")), ToUser(value.at("user"))};
+        return LoginRecord{ToFieldText(value.at("token")), ToUser(value.at("user"))};
     });
 }
 
@@ -180,7 +200,7 @@ std::optional<AccountRecord> ParseAccount(std::string_view text)
     return Parsed(text, [](const json& value) {
         AccountRecord account;
         account.user = ToUser(value.at("user"));
-        account.cursor = ToString(value.at("cursor"));
+        account.cursor = ToFieldText(value.at("cursor"));
         for (const json& project : value.at("projects"))
             account.projects.push_back(ToProject(project, project.at("resources")));
         return account;
