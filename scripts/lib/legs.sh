@@ -29,7 +29,7 @@ leg_check() {
 leg_unit() {
     configure check
     build check
-    tests check --label-exclude '^(e2e|wire|slow)$'
+    tests check --label-exclude '^(e2e|wire|crash|slow)$'
 }
 
 leg_e2e() {
@@ -59,6 +59,15 @@ leg_tsan() {
     local qt
     qt=$(scripts/tsan-qt)
     sanitised tsan -DCMAKE_PREFIX_PATH="$qt"
+}
+
+# The run's folder is kept when a round was not sound.
+leg_crash() {
+    configure check
+    build check kelvo-service kelvoctl kelvo-console kelvo
+    mkdir -p build/crash
+    /usr/bin/python3 -B tests/crash/crash --build build/check --rounds "${KELVO_CRASH_ROUNDS:-100}" |
+        tee build/crash/tests.log
 }
 
 leg_format() {
@@ -106,7 +115,7 @@ run_legs() {
             "leg_$1"' leg "$leg"; then
             status=1
         fi
-        closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ files ' "build/$preset/tests.log" ||
+        closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ (files|rounds) ' "build/$preset/tests.log" ||
             echo 'did not get to its end')
         summary+=("$leg: $closing")
     done

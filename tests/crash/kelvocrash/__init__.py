@@ -1,0 +1,1 @@
+"""Processes that are killed at any moment, and what must hold afterwards."""

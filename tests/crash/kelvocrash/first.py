@@ -1,0 +1,53 @@
+"""A round on the service's first start: it is killed while it makes its keys, its database and its administrator."""
+
+import random
+
+from kelvotour.service import ServiceError
+
+from . import checks
+from .round import Finding, require
+from .trigger import Trigger
+from .wire import Wire
+
+MOST_KILLS, MOST_STEPS = 3, 60
+
+
+class FirstStart:
+    """Looks like a Round."""
+
+    def __init__(self, seed, world):
+        self.world = world
+        self.kills, self.failures, self.remarks = [], [], []
+        self._chance = random.Random(seed)
+
+    def play(self):
+        world = self.world
+        for _ in range(self._chance.randint(1, MOST_KILLS)):
+            self._start_and_kill(self._chance.randint(1, MOST_STEPS))
+        try:
+            world.start_service()
+        except ServiceError as error:
+            raise Finding(f"after a killed first start: {error}") from None
+        password = world.service.admin_password_file.read_text(encoding="utf-8").strip()
+        admin = Wire(world.service)
+        admin.login("admin", password)
+        admin.add_farm("Hill Farm")
+        world.stop_service()
+        require(checks.service_folder(world.service) + checks.database(world.service.data / "kelvo.sqlite"))
+
+    def _start_and_kill(self, steps):
+        world = self.world
+        trigger = world.trigger = Trigger(steps, 0, self._kill)
+        try:
+            world.start_service()
+        except ServiceError as error:
+            if not trigger.was_reached:
+                raise Finding(f"a start failed: {error}") from None
+        finally:
+            trigger.finish()
+            world.trigger = None
+        world.reap_service()
+
+    def _kill(self):
+        self.kills.append(("service", "first start", self.world.trigger.last))
+        self.world.kill_service(waits=True)

@@ -1,0 +1,139 @@
+"""What a round does, all of it from its seed: the same seed gives the same files, commands and kills.
+
+Not the same moments: which step of which process comes first is up to the machine.
+"""
+
+import io
+import math
+import random
+import zipfile
+from dataclasses import dataclass, field
+
+from kelvotour.archives import digests
+from kelvotour.console import quoted
+
+MOST_GENERATIONS = 3
+MOST_STEPS = 120
+MOST_FILE_BYTES = 1_500_000
+VICTIMS = ("console", "console", "service", "service", "both")
+# Mostly at once: then it dies within what was seen.
+DELAYS_S = (0, 0, 0, 0.0005, 0.003, 0.02)
+# kind of data: project on the service, folder that files are sent from
+UPLOADS = {"curves": ("Curves", "to-service/curves"), "reports": ("From Console", "to-service/job-reports")}
+ARCHIVE_KIND, ARCHIVE_PROJECT, UNPACK_FOLDER = "maps", "To Console", "from-service/prescriptions"
+# The archives and what is in the folder before share these, so that files are replaced and folders merged.
+SHARED_NAMES = ("TASKDATA.XML", "grids/a.bin", "grids/b.bin", "grids/deep/c.bin")
+
+
+@dataclass(frozen=True)
+class Kill:
+    """`steps` observable steps after the command `command` (the generation's start: -1) began, and `delay_s` later."""
+    victim: str
+    command: int
+    steps: int
+    delay_s: float
+
+
+@dataclass(frozen=True)
+class Command:
+    verb: str
+    kind: str = ""
+    names: tuple = ()
+
+    @property
+    def text(self):
+        return " ".join(part for part in (self.verb, self.kind, quoted(self.names)) if part)
+
+
+@dataclass(frozen=True)
+class Generation:
+    commands: tuple
+    kill: Kill
+
+
+@dataclass
+class Plan:
+    seed: int
+    has_inboxes: bool = True
+    has_state_folder: bool = True
+    before: dict = field(default_factory=dict)  # {path: bytes} in the folder that is unpacked into
+    archives: dict = field(default_factory=dict)  # {name: {path: bytes}}
+    doomed: tuple = ()  # the archives that are deleted on the service
+    uploads: dict = field(default_factory=dict)  # {(kind, name): bytes}
+    generations: tuple = ()
+
+
+def make(seed, is_reference=False):
+    """With `is_reference` nobody is killed."""
+    chance = random.Random(seed)
+    plan = Plan(seed, chance.random() < 0.85, chance.random() < 0.5)
+    plan.before = {name: _content(chance, "before", name) for name in chance.sample(SHARED_NAMES, chance.randint(0, 3))}
+    plan.before["own/notes.txt"] = b"the operator's\n"
+    if plan.has_inboxes:
+        plan.archives = {f"field-{number}.zip": _archive(chance, number) for number in range(chance.randint(1, 4))}
+        plan.doomed = tuple(name for name in plan.archives if chance.random() < 0.4)
+    for number in range(chance.randint(1, 4)):
+        kind = chance.choice(tuple(UPLOADS))
+        plan.uploads[(kind, f"line {number}.crv")] = chance.randbytes(_size(chance))
+    plan.generations = tuple(_generation(chance, plan) for _ in range(chance.randint(1, MOST_GENERATIONS)))
+    if is_reference:
+        plan.has_state_folder = True
+        plan.generations = ()
+    return plan
+
+
+def zipped(files):
+    """An archive's bytes, always the same for the same files."""
+    stream = io.BytesIO()
+    with zipfile.ZipFile(stream, "w", zipfile.ZIP_STORED) as archive:
+        for name, content in files.items():
+            archive.writestr(zipfile.ZipInfo(name), content)
+    return stream.getvalue()
+
+
+def image_of(files):
+    """{path: digest, folder: None} as a folder with these files has it."""
+    image = dict(digests(files))
+    for name in files:
+        while "/" in name:
+            name = name.rsplit("/", 1)[0]
+            image[name] = None
+    return image
+
+
+def _size(chance):
+    """Any magnitude is as likely as any other."""
+    return int(math.exp(chance.uniform(0, math.log(MOST_FILE_BYTES)))) - 1
+
+
+def _content(chance, *words):
+    return f"{' '.join(map(str, words))} {chance.random()}\n".encode()
+
+
+def _archive(chance, number):
+    files = {name: _content(chance, number, name) for name in chance.sample(SHARED_NAMES, chance.randint(1, 4))}
+    for count in range(chance.randint(0, 12)):
+        files[f"field-{number}/part-{count}.bin"] = _content(chance, number, count)
+    files[f"GRD{number:05}.BIN"] = chance.randbytes(_size(chance))
+    return files
+
+
+def _generation(chance, plan):
+    commands = []
+    for kind in UPLOADS:
+        names = tuple(name for of, name in plan.uploads if of == kind)
+        if names:
+            commands.append(Command("upload", kind, names))
+    if plan.archives:
+        wanted = tuple(name for name in plan.archives if chance.random() < 0.7)
+        if wanted:
+            commands.append(Command("download", ARCHIVE_KIND, wanted))
+    if plan.doomed:
+        commands.append(Command("delete", ARCHIVE_KIND, plan.doomed))
+    chance.shuffle(commands)
+    if chance.random() < 0.2:
+        commands.insert(chance.randint(0, len(commands)), Command("logout"))
+    commands.insert(0, Command("login"))
+    steps = int(math.exp(chance.uniform(0, math.log(MOST_STEPS))))
+    kill = Kill(chance.choice(VICTIMS), chance.randint(-1, len(commands) - 1), steps, chance.choice(DELAYS_S))
+    return Generation(tuple(commands), kill)

@@ -1,0 +1,49 @@
+"""The moment at which something is killed."""
+
+import threading
+import time
+
+
+class Trigger:
+    """Counts the observable steps of all processes; at a given one, and a delay later, it acts, on its own thread.
+
+    Thread: step() on any. What it was armed for happens once, at the latest at finish().
+    """
+
+    def __init__(self, steps, delay_s, act):
+        self.seen = 0
+        self.last = "nothing"  # what was seen last before the act
+        self.was_reached = False
+        self.failure = None
+        self._steps, self._delay_s, self._act = steps, delay_s, act
+        self._lock = threading.Lock()  # guards seen, last and was_reached
+        self._go = threading.Event()
+        self._thread = threading.Thread(target=self._run, daemon=True)
+        self._thread.start()
+
+    def step(self, what):
+        with self._lock:
+            if self.was_reached:
+                return
+            self.seen += 1
+            self.last = what
+            if self.seen < self._steps:
+                return
+            self.was_reached = True
+        self._go.set()
+
+    def finish(self):
+        """Acts if the moment has not come, and waits until the act is done."""
+        self._go.set()
+        self._thread.join()
+        if self.failure:
+            raise self.failure
+
+    def _run(self):
+        self._go.wait()
+        if self.was_reached and self._delay_s:
+            time.sleep(self._delay_s)
+        try:
+            self._act()
+        except Exception as failure:  # finish() tells it to whom it concerns
+            self.failure = failure

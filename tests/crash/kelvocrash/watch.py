@@ -1,0 +1,75 @@
+"""What happens in folders, as it happens: inotify, which the standard library has no name for."""
+
+import ctypes
+import os
+import select
+import struct
+import threading
+from pathlib import Path
+
+MODIFY, CLOSE_WRITE, MOVED_FROM, MOVED_TO, CREATE, DELETE = 0x2, 0x8, 0x40, 0x80, 0x100, 0x200
+IS_FOLDER = 0x40000000
+WORDS = {MODIFY: "written", CLOSE_WRITE: "closed", MOVED_FROM: "moved from", MOVED_TO: "moved to", CREATE: "created",
+         DELETE: "removed"}
+MASK = MODIFY | CLOSE_WRITE | MOVED_FROM | MOVED_TO | CREATE | DELETE
+HEAD = struct.Struct("iIII")
+LIBC = ctypes.CDLL(None, use_errno=True)
+
+
+class Watch:
+    """Calls `see` with a text such as `incoming/a.zip.part created` for everything below some folders.
+
+    Also for what is in folders that are made meanwhile, as soon as these are noticed.
+    """
+
+    def __init__(self, top, see):
+        self._top, self._see = Path(top), see
+        self._folders = {}  # watch descriptor: folder
+        self._file = LIBC.inotify_init1(os.O_CLOEXEC)
+        if self._file < 0:
+            raise OSError(ctypes.get_errno(), "inotify_init1")
+        self._end_read, self._end_write = os.pipe()
+        self._add(self._top)
+        self._thread = threading.Thread(target=self._run, daemon=True)
+        self._thread.start()
+
+    def close(self):
+        os.write(self._end_write, b"x")
+        self._thread.join()
+        for file in (self._file, self._end_read, self._end_write):
+            os.close(file)
+
+    def _add(self, folder):
+        number = LIBC.inotify_add_watch(self._file, os.fsencode(folder), MASK)
+        if number < 0:
+            return  # gone again
+        self._folders[number] = folder
+        try:
+            with os.scandir(folder) as entries:
+                below = [entry.path for entry in entries if entry.is_dir(follow_symlinks=False)]
+        except OSError:
+            return
+        for path in below:
+            self._add(Path(path))
+
+    def _run(self):
+        while True:
+            if self._end_read in select.select((self._file, self._end_read), (), ())[0]:
+                return
+            data = os.read(self._file, 65536)
+            while data:
+                number, mask, _, length = HEAD.unpack_from(data)
+                name = data[HEAD.size:HEAD.size + length].rstrip(b"\0").decode(errors="replace")
+                data = data[HEAD.size + length:]
+                self._take(number, mask, name)
+
+    def _take(self, number, mask, name):
+        word = next((text for bit, text in WORDS.items() if mask & bit), None)
+        folder = self._folders.get(number)
+        if word is None or folder is None:
+            return
+        path = folder / name
+        self._see(f"{path.relative_to(self._top)} {word}")
+        if mask & IS_FOLDER and mask & (CREATE | MOVED_TO):
+            self._add(path)
+

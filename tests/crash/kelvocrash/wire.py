@@ -1,0 +1,72 @@
+"""The office at the service's API."""
+
+import base64
+import hashlib
+import http.client
+import json
+import ssl
+
+BASE = "/kelvo-api/v1"
+GUARD_SECONDS = 60  # only ends what hangs
+
+
+class WireError(Exception):
+    """The service said something else than it should."""
+
+
+class Wire:
+    """One connection a request. `token` is that of the user who asks."""
+
+    def __init__(self, service, token=None):
+        self._service, self.token = service, token
+        self._tls = ssl.create_default_context(cafile=str(service.ca))
+
+    def login(self, user, password):
+        self.token = self._json("POST", "/sessions", {"user": user, "password": password})["token"]
+        return self.token
+
+    def projects(self):
+        """{project: [inbox]}"""
+        return {project["name"]: project["resources"] for project in self._json("GET", "/account")["projects"]}
+
+    def bin(self):
+        return self._json("GET", "/bin")["files"]
+
+    def make_inbox(self, project):
+        self._json("POST", f"/projects/{project.replace(' ', '%20')}/user-inbox")
+
+    def add_farm(self, name):
+        self._json("POST", "/farms", {"name": name})
+
+    def put(self, name, content, inbox_id):
+        """Sends a file in one request; its id."""
+        metadata = ",".join(f"{key} {base64.b64encode(text.encode()).decode()}"
+                            for key, text in (("name", name), ("targets", str(inbox_id))))
+        reply = self._ask("POST", "/uploads", content, {
+            "Tus-Resumable": "1.0.0", "Upload-Length": str(len(content)), "Upload-Metadata": metadata,
+            "Content-Type": "application/offset+octet-stream"})
+        return json.loads(reply)["files"][0]["id"]
+
+    def digest(self, file_id):
+        """SHA-256 of what the service delivers."""
+        return hashlib.sha256(self._ask("GET", f"/resources/{file_id}/content")).hexdigest()
+
+    def _json(self, method, path, body=None):
+        data = None if body is None else json.dumps(body).encode()
+        return json.loads(self._ask(method, path, data, {"Content-Type": "application/json"} if data else {}))
+
+    def _ask(self, method, path, body=None, headers=None):
+        host, port = self._service.address.rsplit(":", 1)
+        connection = http.client.HTTPSConnection(host, int(port), timeout=GUARD_SECONDS, context=self._tls)
+        headers = dict(headers or {})
+        if self.token:
+            headers["Authorization"] = "Bearer " + self.token
+        try:
+            connection.request(method, BASE + path, body, headers)
+            reply = connection.getresponse()
+            content = reply.read()
+        finally:
+            connection.close()
+        if reply.status >= 300:
+            raise WireError(f"{method} {path}: {reply.status} {content[:200]!r}")
+        return content

@@ -1,0 +1,139 @@
+"""The processes of a round, below one folder: `service/`, `console/`, `state/` and logs."""
+
+import shutil
+import time
+
+from kelvotour.console import Console, ConsoleError
+from kelvotour.day import PROJECTS
+from kelvotour.farm import OFFICE, OPERATOR, PASSWORDS, Farm
+from kelvotour.service import Service, ServiceError
+
+from .watch import Watch
+from .wire import Wire
+
+SERVICE_OPTIONS = ("--password-cost", "min")
+COMMAND_SECONDS = 60  # only ends what hangs
+LOOK_SECONDS = 0.0005
+START_SECONDS = 5
+
+
+class Templates:
+    """A service's folder with a farm, made once and copied for each round, since a farm takes longer than a round."""
+
+    def __init__(self, binaries, folder):
+        self.bare, self.with_inboxes = folder / "bare", folder / "with-inboxes"
+        farm = Farm(binaries, folder / "farm")
+        farm.service.options = SERVICE_OPTIONS
+        try:
+            farm.service.start()
+            farm.make()
+            self.office_token = Wire(farm.service).login(OFFICE, PASSWORDS[OFFICE])
+            farm.service.stop()
+            shutil.copytree(farm.service.data, self.bare)
+            farm.service.start()
+            operator = Wire(farm.service)
+            operator.login(OPERATOR, PASSWORDS[OPERATOR])
+            for project in PROJECTS:
+                operator.make_inbox(project)
+            farm.service.stop()
+            shutil.copytree(farm.service.data, self.with_inboxes)
+        finally:
+            farm.service.close()
+
+
+class World:
+    """One service and one console at a time. What is seen below the folder goes to the trigger of the moment."""
+
+    def __init__(self, binaries, folder, service_template, office_token, has_state_folder):
+        self.binaries, self.folder = binaries, folder
+        folder.mkdir(parents=True)
+        if service_template:
+            shutil.copytree(service_template, folder / "service")
+        self.service = Service(binaries.service, folder / "service", folder / "service.log", SERVICE_OPTIONS)
+        self.state = folder / "state"
+        self.data = folder / "console"
+        self.data.mkdir()
+        self.console = None
+        self.trigger = None
+        self.office_token = office_token
+        self._prefix = ("env", f"KESDK_STATE_FOLDER={self.state}") if has_state_folder else ()
+        self._watch = Watch(folder, self._see)
+        self._consoles = 0
+        self._said = []  # what the consoles that ended said on stderr
+
+    def _see(self, what):
+        if self.trigger:
+            self.trigger.step(what)
+
+    @property
+    def office(self):
+        return Wire(self.service, self.office_token)
+
+    def start_service(self):
+        self.service.start()
+
+    def start_console(self):
+        """Ready for commands: what the console repairs at its start is repaired."""
+        self._consoles += 1
+        self.console = Console(self.binaries, self.service.address, self.service.ca, self.data,
+                               self.folder / f"console-{self._consoles}.log", OPERATOR, PASSWORDS[OPERATOR],
+                               timeout=COMMAND_SECONDS, prefix=self._prefix)
+        self.console.run("status")
+
+    def kill_console(self, waits=False):
+        """With `waits` also one that is being started: its files are seen a moment before its process is known."""
+        if waits:
+            wait_until(lambda: self.is_console_running)
+        if self.is_console_running:
+            self.console.process.kill()
+            self.console.process.wait()
+
+    def kill_service(self, waits=False):
+        """The process only; reap_service() does the rest. `waits` as with the console."""
+        if waits:
+            wait_until(lambda: self.service.is_running)
+        if self.service.is_running:
+            self.service.process.kill()
+            self.service.process.wait()
+
+    @property
+    def is_console_running(self):
+        return self.console is not None and self.console.process.poll() is None
+
+    def reap_console(self):
+        """Puts away a console that was killed or is to end."""
+        if self.console is not None:
+            if not self.console.process.stdout.closed:
+                self.console.kill()
+            self._said.append(self.console.stderr())
+            self.console = None
+
+    def close_console(self):
+        """Ends it well; what all consoles of this world said on stderr."""
+        status = self.console.close()
+        self.reap_console()
+        if status not in (0, 1):
+            raise ConsoleError(f"the console ended with {status}")
+        return "".join(self._said)
+
+    def reap_service(self):
+        if self.service.process and not self.service.process.stdout.closed:
+            self.service.kill()
+
+    def stop_service(self):
+        if not self.service.is_running:
+            raise ServiceError("it ended by itself")
+        self.service.stop()
+
+    def close(self):
+        self.trigger = None
+        self.reap_console()
+        self.reap_service()
+        self._watch.close()
+
+
+def wait_until(is_so):
+    """Or until it is of no use to wait any longer."""
+    end = time.monotonic() + START_SECONDS
+    while not is_so() and time.monotonic() < end:
+        time.sleep(LOOK_SECONDS)
