@@ -66,7 +66,7 @@ RULES = (
     Rule("platform/host/impl", [HOST_CONTRACT], ["QtCore", "QtGui", "QtWidgets"]),
     Rule("platform/host", [HOST_CONTRACT, "platform/host/impl"],
          ["QtCore", "QtGui", "QtWidgets", "QtQuick", "QtQuickWidgets", "QtQml"],
-         ["archive", "zlib"]),
+         ["archive", "sodium", "zlib"]),
     Rule("platform/kesdk/include"),
     # The SDK's layers: arrows go downwards only.
     Rule("platform/kesdk/src/base", [], [], ["openssl", "json", "zlib"]),

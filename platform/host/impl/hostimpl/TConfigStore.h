@@ -7,7 +7,11 @@
 #include <QtCore/QMap>
 #include <QtCore/QMutex>
 
+#include <memory>
+
 namespace hostimpl {
+
+class TSealedItems;
 
 // Items that the host keeps for itself.
 enum EHostItem : int {
@@ -17,12 +21,15 @@ enum EHostItem : int {
     eDeniedControlsItem = 104, // list of int: controls that the operator may not use
 };
 
-// A JSON file, readable for its owner only, because it holds credentials. Each change of a
-// persistent item is on the disk before SetItem() returns.
+// A JSON file, readable for its owner only. Credentials are sealed in it, by the key in a file of
+// its own beside it ("console.json.key"); which items those are is a table, SealedItems.h. Each
+// change of a persistent item is on the disk before SetItem() returns.
 //
 // From any thread; reading never waits for the disk. Errors: an item that cannot be written stays
 // valid in memory, is warned of, and is written with the next item. A file that cannot be
-// understood is kept under another name and the store starts empty.
+// understood is kept under another name and the store starts empty. A sealed item that does not
+// open reads as not set; one that cannot be sealed stays in memory and is not written in any other
+// form.
 class CONSOLEHOST_EXPORT TConfigStore final : public ConfigManager
 {
 public:
@@ -45,13 +52,16 @@ public:
 
 private:
     QString Load(const QString& path);
-    void WriteThrough();
+    QString PutAside(const QString& path, const QString& errorText);
+    QString OpenSealed(const QString& path, const QMap<int, QByteArray>& sealed);
+    QString WriteThrough();
 
-    // Taken before m_mutex. Guards m_path, m_persisted and m_isUnsaved, and is held while the file
-    // is written.
+    // Taken before m_mutex. Guards m_path, m_persisted, m_sealed and m_isUnsaved, and is held while
+    // the file is written.
     QMutex m_fileMutex;
     QString m_path;
-    QMap<int, QVariant> m_persisted;
+    QMap<int, QVariant> m_persisted; // those that are sealed in the file, too
+    std::unique_ptr<TSealedItems> m_sealed;
     bool m_isUnsaved = false;
 
     mutable QMutex m_mutex; // guards m_items and m_userLog

@@ -1,10 +1,15 @@
 // Reads and writes the file that configuration items are kept in.
 //
 // { "version": 1, "items": { "24289": { "type": "QString", "value": "..." }, ... } }
-// A value is text where that brings the same value back, else Qt's own stream in base 64.
+// A value is text where that brings the same value back, else Qt's own stream in base 64. What is
+// sealed is base 64 as well, beside an empty text:
+//   "24290": { "type": "QString", "value": "", "sealed": "..." }
+// A console that knows nothing of sealed items reads an empty one then, and not a file that is
+// invalid as a whole.
 #include "framework/ConfigFile.h"
 
 #include "files/Posix.h"
+#include "framework/BlankedCopies.h"
 
 #include <QtCore/QDataStream>
 #include <QtCore/QFile>
@@ -32,6 +37,7 @@ const QLatin1String itemsKey("items");
 const QLatin1String typeKey("type");
 const QLatin1String valueKey("value");
 const QLatin1String streamKey("stream");
+const QLatin1String sealedKey("sealed");
 
 QVariant FromText(const QString& typeName, const QString& text)
 {
@@ -74,7 +80,28 @@ QVariant FromJson(const QJsonObject& object)
                : FromText(object.value(typeKey).toString(), object.value(valueKey).toString());
 }
 
-bool Parse(const QByteArray& bytes, QMap<int, QVariant>& items, QString& errorText)
+QJsonObject SealedToJson(const QByteArray& sealed)
+{
+    return {{typeKey, QStringLiteral("QString")},
+            {valueKey, QString()},
+            {sealedKey, QString::fromLatin1(sealed.toBase64())}};
+}
+
+// False if an entry is neither sealed nor a value. What is wrong with a sealed one shows when it is
+// opened.
+bool TakeEntry(int key, const QJsonObject& entry, hostimpl::TConfigItems& items)
+{
+    if (entry.contains(sealedKey)) {
+        items.sealed.insert(key,
+                            QByteArray::fromBase64(entry.value(sealedKey).toString().toLatin1()));
+        return true;
+    }
+    const QVariant value = FromJson(entry);
+    items.values.insert(key, value);
+    return value.isValid();
+}
+
+bool Parse(const QByteArray& bytes, hostimpl::TConfigItems& items, QString& errorText)
 {
     QJsonParseError error;
     const QJsonObject root = QJsonDocument::fromJson(bytes, &error).object();
@@ -90,12 +117,10 @@ bool Parse(const QByteArray& bytes, QMap<int, QVariant>& items, QString& errorTe
     for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
         bool isNumber = false;
         const int key = entry.key().toInt(&isNumber);
-        const QVariant value = FromJson(entry.value().toObject());
-        if (!isNumber || !value.isValid()) {
+        if (!isNumber || !TakeEntry(key, entry.value().toObject(), items)) {
             errorText = QStringLiteral("item %1 has no valid value").arg(entry.key());
             return false;
         }
-        items.insert(key, value);
     }
     return true;
 }
@@ -113,7 +138,7 @@ bool EnsurePrivateFile(const QString& path)
 
 namespace hostimpl {
 
-EConfigRead ReadConfigFile(const QString& path, QMap<int, QVariant>& items, QString& errorText)
+EConfigRead ReadConfigFile(const QString& path, TConfigItems& items, QString& errorText)
 {
     QFile file(path);
     if (!file.exists()) {
@@ -138,7 +163,7 @@ EConfigRead ReadConfigFile(const QString& path, QMap<int, QVariant>& items, QStr
     if (bytes.isEmpty()) {
         return EConfigRead::eMissing;
     }
-    QMap<int, QVariant> read;
+    TConfigItems read;
     if (!Parse(bytes, read, errorText)) {
         return EConfigRead::eInvalid;
     }
@@ -146,11 +171,14 @@ EConfigRead ReadConfigFile(const QString& path, QMap<int, QVariant>& items, QStr
     return EConfigRead::eRead;
 }
 
-bool WriteConfigFile(const QString& path, const QMap<int, QVariant>& items, QString& errorText)
+bool WriteConfigFile(const QString& path, const TConfigItems& items, QString& errorText)
 {
     QJsonObject entries;
-    for (auto item = items.begin(); item != items.end(); ++item) {
+    for (auto item = items.values.begin(); item != items.values.end(); ++item) {
         entries.insert(QString::number(item.key()), ToJson(item.value()));
+    }
+    for (auto item = items.sealed.begin(); item != items.sealed.end(); ++item) {
+        entries.insert(QString::number(item.key()), SealedToJson(item.value()));
     }
     const QByteArray bytes =
         QJsonDocument(QJsonObject{{versionKey, fileVersion}, {itemsKey, entries}}).toJson();
@@ -180,6 +208,9 @@ bool IsSameItem(const QVariant& one, const QVariant& other)
 
 QString PutConfigFileAside(const QString& path)
 {
+    if (!BlankSealedItems(path)) {
+        return {};
+    }
     for (int number = 1; number <= filesPutAside; ++number) {
         const QString other = path + QStringLiteral(".invalid-%1").arg(number);
         if (number == filesPutAside) {

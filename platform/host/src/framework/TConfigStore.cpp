@@ -1,13 +1,26 @@
 // The configuration manager: items kept in one file.
 #include "hostimpl/TConfigStore.h"
 
+#include "framework/BlankedCopies.h"
 #include "framework/ConfigFile.h"
 #include "framework/HostLog.h"
+#include "framework/SealedItems.h"
+#include "framework/TSealedItems.h"
+
+#include <QtCore/QStringList>
+
+#include <algorithm>
+#include <iterator>
 
 namespace {
 
 constexpr int consoleLog = 0;          // the only log that there is
 constexpr int defaultUserLogLevel = 8; // entries of this level and below are wanted
+
+QString KeyPath(const QString& path)
+{
+    return path + QStringLiteral(".key");
+}
 
 // Stands in until there is a log file.
 class TMessageLog final : public UserLogAccessor
@@ -30,7 +43,9 @@ ConfigManager::~ConfigManager() = default;
 
 namespace hostimpl {
 
-TConfigStore::TConfigStore() : m_userLog(std::make_shared<TMessageLog>()) {}
+TConfigStore::TConfigStore()
+    : m_sealed(std::make_unique<TSealedItems>()), m_userLog(std::make_shared<TMessageLog>())
+{}
 
 TConfigStore::~TConfigStore() = default;
 
@@ -46,7 +61,7 @@ QString TConfigStore::Open(const QString& path)
     m_path = path;
     m_isUnsaved = false;
     m_persisted.clear();
-    QString problem = Load(path);
+    const QString problem = Load(path);
     if (!problem.isEmpty()) {
         qCWarning(lcHost, "%s", qUtf8Printable(problem));
     }
@@ -61,19 +76,28 @@ QString TConfigStore::Open(const QString& path)
 // A file that cannot be read, as opposed to one that cannot be understood, is not ours to replace.
 QString TConfigStore::Load(const QString& path)
 {
+    TConfigItems items;
     QString errorText;
-    switch (ReadConfigFile(path, m_persisted, errorText)) {
-    case EConfigRead::eRead:
-    case EConfigRead::eMissing:
-        return {};
-    case EConfigRead::eUnreadable:
+    const EConfigRead result = ReadConfigFile(path, items, errorText);
+    if (result == EConfigRead::eUnreadable) {
         m_path.clear();
+        *m_sealed = {};
         return QStringLiteral("The configuration %1 cannot be read (%2). Changes of it will not "
                               "outlast this run.")
             .arg(path, errorText);
-    case EConfigRead::eInvalid:
-        break;
     }
+    QStringList problems;
+    if (result == EConfigRead::eInvalid) {
+        problems << PutAside(path, errorText);
+    }
+    m_persisted = items.values;
+    problems << OpenSealed(path, items.sealed) << BlankCopies(path);
+    problems.removeAll(QString());
+    return problems.join(QLatin1Char(' '));
+}
+
+QString TConfigStore::PutAside(const QString& path, const QString& errorText)
+{
     const QString aside = PutConfigFileAside(path);
     if (aside.isEmpty()) {
         m_path.clear();
@@ -84,6 +108,25 @@ QString TConfigStore::Load(const QString& path)
     return QStringLiteral("The configuration %1 is not valid (%2). It is kept as %3, and the "
                           "console starts without it.")
         .arg(path, errorText, aside);
+}
+
+// Seals at once what a console has left in plain that did not seal. As long as that fails for want
+// of a key, the file stays as it is.
+QString TConfigStore::OpenSealed(const QString& path, const QMap<int, QByteArray>& sealed)
+{
+    const QMap<int, QVariant> plain = m_persisted;
+    const QString problem = m_sealed->Open(KeyPath(path), sealed, m_persisted);
+    const bool hasOld = std::any_of(std::begin(sealedItems), std::end(sealedItems),
+                                    [&plain](int item) { return plain.contains(item); });
+    if (!hasOld) {
+        return problem;
+    }
+    QString sealProblem = m_sealed->Seal(m_persisted);
+    if (sealProblem.isEmpty()) {
+        sealProblem = WriteThrough();
+    }
+    m_isUnsaved = m_isUnsaved || !sealProblem.isEmpty();
+    return problem.isEmpty() ? sealProblem : problem + QLatin1Char(' ') + sealProblem;
 }
 
 void TConfigStore::SetUserLogAccessor(const UserLogAccessorPtr& accessor)
@@ -120,20 +163,35 @@ void TConfigStore::SetItem(int itemKey, const QVariant& value, bool persist)
     } else {
         m_persisted.remove(itemKey);
     }
-    WriteThrough();
+    m_sealed->Forget(itemKey);
+    const QString problem = WriteThrough();
+    if (!problem.isEmpty()) {
+        qCWarning(lcHost, "%s", qUtf8Printable(problem));
+    }
 }
 
-void TConfigStore::WriteThrough()
+// What cannot be sealed is left out, and the others are written.
+QString TConfigStore::WriteThrough()
 {
     if (m_path.isEmpty()) {
-        return;
+        return {};
+    }
+    QStringList problems(m_sealed->Seal(m_persisted));
+    TConfigItems items{m_persisted, m_sealed->Sealed()};
+    for (const int item : sealedItems) {
+        items.values.remove(item);
+    }
+    for (auto item = items.sealed.begin(); item != items.sealed.end(); ++item) {
+        items.values.remove(item.key());
     }
     QString errorText;
-    m_isUnsaved = !WriteConfigFile(m_path, m_persisted, errorText);
-    if (m_isUnsaved) {
-        qCWarning(lcHost, "The configuration %s cannot be written: %s", qUtf8Printable(m_path),
-                  qUtf8Printable(errorText));
+    if (!WriteConfigFile(m_path, items, errorText)) {
+        problems
+            << QStringLiteral("The configuration %1 cannot be written: %2").arg(m_path, errorText);
     }
+    problems.removeAll(QString());
+    m_isUnsaved = !problems.isEmpty();
+    return problems.join(QLatin1Char(' '));
 }
 
 bool TConfigStore::IsUserLogEnabled(int, int target, int, int level) const

@@ -1,0 +1,114 @@
+// How one configuration item is sealed.
+#include "framework/SealedItems.h"
+
+#include <QtCore/QDataStream>
+
+#include <cstring>
+#include <utility>
+
+#include <sodium.h>
+
+namespace {
+
+constexpr QDataStream::Version streamVersion = QDataStream::Qt_5_15;
+constexpr int nonceBytes = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
+constexpr int tagBytes = crypto_aead_xchacha20poly1305_ietf_ABYTES;
+// Lengths are rounded up to this, so that a short password does not show.
+constexpr int blockBytes = 128;
+constexpr unsigned char padding = 0x80;
+
+static_assert(hostimpl::TSecretKey::sizeBytes == crypto_aead_xchacha20poly1305_ietf_KEYBYTES);
+
+unsigned char* Octets(QByteArray& bytes)
+{
+    return reinterpret_cast<unsigned char*>(bytes.data());
+}
+
+const unsigned char* Octets(const QByteArray& bytes)
+{
+    return reinterpret_cast<const unsigned char*>(bytes.constData());
+}
+
+unsigned long long Size(const QByteArray& bytes)
+{
+    return static_cast<unsigned long long>(bytes.size());
+}
+
+void Wipe(QByteArray& bytes)
+{
+    sodium_memzero(bytes.data(), static_cast<std::size_t>(bytes.size()));
+}
+
+// Two items' sealed values cannot be exchanged in the file.
+QByteArray Context(int itemKey)
+{
+    return "console configuration item " + QByteArray::number(itemKey);
+}
+
+void Pad(QByteArray& bytes)
+{
+    const int length = bytes.size();
+    const int padded = (length / blockBytes + 1) * blockBytes;
+    QByteArray result(padded, '\0');
+    std::memcpy(result.data(), bytes.constData(), static_cast<std::size_t>(length));
+    result[length] = static_cast<char>(padding);
+    Wipe(bytes);
+    bytes.swap(result);
+}
+
+QByteArray ToPlain(const QVariant& value)
+{
+    QByteArray plain;
+    QDataStream stream(&plain, QIODevice::WriteOnly);
+    stream.setVersion(streamVersion);
+    stream << value;
+    return plain;
+}
+
+// The stream itself knows where it ends, so that the padding need not be taken off.
+QVariant FromPlain(const QByteArray& plain)
+{
+    QDataStream stream(plain);
+    stream.setVersion(streamVersion);
+    QVariant value;
+    stream >> value;
+    return stream.status() == QDataStream::Ok ? value : QVariant();
+}
+
+} // namespace
+
+namespace hostimpl {
+
+QByteArray SealItem(const TSecretKey& key, int itemKey, const QVariant& value)
+{
+    QByteArray plain = ToPlain(value);
+    Pad(plain);
+    const QByteArray context = Context(itemKey);
+    QByteArray sealed(nonceBytes + plain.size() + tagBytes, '\0');
+    unsigned char* const nonce = Octets(sealed);
+    randombytes_buf(nonce, nonceBytes);
+    crypto_aead_xchacha20poly1305_ietf_encrypt(
+        nonce + nonceBytes, nullptr, Octets(std::as_const(plain)), Size(plain), Octets(context),
+        Size(context), nullptr, nonce, key.Bytes());
+    Wipe(plain);
+    return sealed;
+}
+
+QVariant UnsealItem(const TSecretKey& key, int itemKey, const QByteArray& sealed)
+{
+    if (sealed.size() < nonceBytes + tagBytes) {
+        return {};
+    }
+    const QByteArray context = Context(itemKey);
+    const unsigned char* const nonce = Octets(sealed);
+    QByteArray plain(sealed.size() - nonceBytes - tagBytes, '\0');
+    const bool isOurs =
+        crypto_aead_xchacha20poly1305_ietf_decrypt(
+            Octets(plain), nullptr, nullptr, nonce + nonceBytes, Size(sealed) - nonceBytes,
+            Octets(context), Size(context), nonce, key.Bytes()) == 0;
+    const QVariant value = isOurs ? FromPlain(plain) : QVariant();
+    Wipe(plain);
+    return value;
+}
+
+} // namespace hostimpl

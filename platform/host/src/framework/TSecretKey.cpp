@@ -1,0 +1,133 @@
+// The key that sealed configuration items are under, in a file of its own.
+#include "framework/TSecretKey.h"
+
+#include "files/Posix.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sodium.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr mode_t ownersOnly = 0600;
+constexpr mode_t othersBits = 077;
+
+bool IsSodiumReady()
+{
+    static const bool isReady = sodium_init() >= 0;
+    return isReady;
+}
+
+// Up to `size` bytes; less only at the file's end. -1 with errno set.
+ssize_t ReadAll(int descriptor, unsigned char* bytes, std::size_t size)
+{
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t count = ::read(descriptor, bytes + done, size - done);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return -1;
+        }
+        if (count == 0) {
+            break;
+        }
+        done += static_cast<std::size_t>(count);
+    }
+    return static_cast<ssize_t>(done);
+}
+
+QString Unusable(const QString& path, const QString& reason)
+{
+    return QStringLiteral("The key %1 cannot be used: %2.").arg(path, reason);
+}
+
+} // namespace
+
+namespace hostimpl {
+
+TSecretKey::~TSecretKey()
+{
+    sodium_memzero(m_bytes.data(), m_bytes.size());
+}
+
+EKeyFile TSecretKey::Load(const QString& path, QString& remark)
+{
+    remark.clear();
+    if (!IsSodiumReady()) {
+        remark = Unusable(path, QStringLiteral("there is no cryptography"));
+        return EKeyFile::eUnusable;
+    }
+    // Neither waits for the other end of a pipe nor follows a link out of the folder.
+    const TDescriptor file(::open(QFile::encodeName(path).constData(),
+                                  O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (!file.IsValid()) {
+        const int error = errno;
+        remark = error == ENOENT ? QStringLiteral("There is no key %1.").arg(path)
+                                 : Unusable(path, SystemError(error));
+        return error == ENOENT ? EKeyFile::eMissing : EKeyFile::eUnusable;
+    }
+    struct stat status = {};
+    if (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        remark = Unusable(path, QStringLiteral("it is no regular file"));
+        return EKeyFile::eUnusable;
+    }
+    if ((status.st_mode & othersBits) != 0) {
+        if (::fchmod(file.Get(), ownersOnly) != 0 || ::fstat(file.Get(), &status) != 0 ||
+            (status.st_mode & othersBits) != 0) {
+            remark = Unusable(path, QStringLiteral("it is open to others than its owner"));
+            return EKeyFile::eUnusable;
+        }
+        remark = QStringLiteral("The key %1 was open to others than its owner. It is private now.")
+                     .arg(path);
+    }
+    unsigned char oneMore = 0;
+    const ssize_t count = ReadAll(file.Get(), m_bytes.data(), m_bytes.size());
+    const ssize_t rest = count < 0 ? -1 : ReadAll(file.Get(), &oneMore, 1);
+    if (rest < 0) {
+        remark = Unusable(path, SystemError(errno));
+        return EKeyFile::eUnusable;
+    }
+    if (static_cast<std::size_t>(count) != sizeBytes || rest != 0) {
+        remark = Unusable(path, QStringLiteral("its length is wrong"));
+        return EKeyFile::eInvalid;
+    }
+    return EKeyFile::eLoaded;
+}
+
+bool TSecretKey::Create(const QString& path, QString& errorText)
+{
+    if (!IsSodiumReady()) {
+        errorText = QStringLiteral("there is no cryptography");
+        return false;
+    }
+    randombytes_buf(m_bytes.data(), m_bytes.size());
+    const QByteArray name = QFile::encodeName(path);
+    const QByteArray newName = name + ".new";
+    ::unlink(newName.constData()); // what a run left that was killed
+    TDescriptor file(
+        ::open(newName.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownersOnly));
+    bool isMade = file.IsValid() && ::fchmod(file.Get(), ownersOnly) == 0 &&
+                  WriteAll(file.Get(), m_bytes.data(), m_bytes.size()) &&
+                  ::fsync(file.Get()) == 0 && file.Close() &&
+                  ::link(newName.constData(), name.constData()) == 0;
+    const int error = errno;
+    ::unlink(newName.constData());
+    if (!isMade && error == EEXIST) {
+        return Load(path, errorText) == EKeyFile::eLoaded;
+    }
+    isMade = isMade && SyncFolder(QFileInfo(path).absolutePath());
+    if (!isMade) {
+        errorText = SystemError(error);
+    }
+    return isMade;
+}
+
+} // namespace hostimpl

@@ -1,0 +1,278 @@
+// The key's file: what a bad one does, and what the operator keeps then.
+#include "framework/TSecretKey.h"
+
+#include "host/TFileSizeLimit.h"
+#include "host/TSealedFixture.h"
+#include "support/TestMain.h"
+
+#include <QtCore/QDir>
+
+#include <functional>
+
+#include <sys/stat.h>
+
+using hostimpl::EKeyFile;
+using hostimpl::TConfigStore;
+using hostimpl::TSecretKey;
+using kelvo::test::passwordItem;
+using kelvo::test::ReadFile;
+using kelvo::test::TExpectedMessage;
+using kelvo::test::TFileSizeLimit;
+using kelvo::test::TSealedFixture;
+using kelvo::test::userItem;
+using kelvo::test::WriteFile;
+
+using TSpoil = std::function<bool(const TSealedFixture&)>;
+Q_DECLARE_METATYPE(TSpoil)
+
+namespace {
+
+bool ReplaceSealed(const TSealedFixture& f, const QString& other)
+{
+    QByteArray bytes = ReadFile(f.Path());
+    const QByteArray sealed = f.SealedText().toUtf8();
+    return !sealed.isEmpty() && WriteFile(f.Path(), bytes.replace(sealed, other.toUtf8()));
+}
+
+bool MakeKeyUnusable(const TSealedFixture& f)
+{
+    return QFile::remove(f.KeyPath()) && QDir().mkdir(f.KeyPath());
+}
+
+} // namespace
+
+class tst_SecretKey : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void isMadeOnce();
+    void isPrivateWhateverTheMask();
+    void replacesWhatAKilledRunLeft();
+    void isWholeOrNotThere();
+    void readsAsEmptyWhenItDoesNotOpen_data();
+    void readsAsEmptyWhenItDoesNotOpen();
+    void isTightenedAndUsed();
+    void opensAgainWhenTheKeyComesBack();
+    void isOfNoUseOnAnotherConsole();
+    void neverFallsBackToPlain();
+    void staysInMemoryWhenTheDiskIsFull();
+};
+
+void tst_SecretKey::isMadeOnce()
+{
+    const TSealedFixture f;
+    QString text;
+    TSecretKey first;
+    QCOMPARE(first.Load(f.KeyPath(), text), EKeyFile::eMissing);
+    QVERIFY2(first.Create(f.KeyPath(), text), qUtf8Printable(text));
+    const QByteArray bytes = ReadFile(f.KeyPath());
+    QCOMPARE(bytes, QByteArray(reinterpret_cast<const char*>(first.Bytes()), 32));
+    TSecretKey second;
+    QVERIFY2(second.Create(f.KeyPath(), text), qUtf8Printable(text));
+    QCOMPARE(ReadFile(f.KeyPath()), bytes);
+    QCOMPARE(bytes, QByteArray(reinterpret_cast<const char*>(second.Bytes()), 32));
+    TSecretKey other;
+    QVERIFY(other.Create(f.KeyPath() + QStringLiteral("2"), text));
+    QVERIFY(ReadFile(f.KeyPath() + QStringLiteral("2")) != bytes);
+}
+
+void tst_SecretKey::isPrivateWhateverTheMask()
+{
+    for (const mode_t mask : {mode_t(0), mode_t(0777)}) {
+        const TSealedFixture f;
+        const mode_t former = ::umask(mask);
+        TSecretKey key;
+        QString text;
+        const bool isMade = key.Create(f.KeyPath(), text);
+        ::umask(former);
+        QVERIFY2(isMade, qUtf8Printable(text));
+        QCOMPARE(TSealedFixture::ModeOf(f.KeyPath()), 0600u);
+    }
+}
+
+void tst_SecretKey::replacesWhatAKilledRunLeft()
+{
+    const TSealedFixture f;
+    QVERIFY(WriteFile(f.KeyPath() + QStringLiteral(".new"), "half a k"));
+    QVERIFY(f.Configure());
+    QCOMPARE(kelvo::test::ImageOf(f.folder.path()).size(), 2);
+    QCOMPARE(ReadFile(f.KeyPath()).size(), 32);
+}
+
+void tst_SecretKey::isWholeOrNotThere()
+{
+    const TSealedFixture f;
+    TSecretKey key;
+    QString text;
+    {
+        const TFileSizeLimit limit(16);
+        QVERIFY(limit.IsSet());
+        QVERIFY(!key.Create(f.KeyPath(), text));
+    }
+    QVERIFY(!text.isEmpty());
+    QVERIFY(kelvo::test::ImageOf(f.folder.path()).isEmpty());
+}
+
+void tst_SecretKey::readsAsEmptyWhenItDoesNotOpen_data()
+{
+    QTest::addColumn<TSpoil>("spoil");
+    QTest::addColumn<QString>("reason");
+    QTest::addColumn<bool>("canTypeAgain");
+    const auto row = [](const char* name, const char* reason, bool canTypeAgain, TSpoil spoil) {
+        QTest::newRow(name) << spoil << QString::fromLatin1(reason) << canTypeAgain;
+    };
+    row("key missing", "There is no key", true,
+        [](const TSealedFixture& f) { return QFile::remove(f.KeyPath()); });
+    row("key empty", "length is wrong", true,
+        [](const TSealedFixture& f) { return WriteFile(f.KeyPath(), QByteArray()); });
+    row("key short", "length is wrong", true,
+        [](const TSealedFixture& f) { return WriteFile(f.KeyPath(), QByteArray(31, 'k')); });
+    row("key long", "length is wrong", true,
+        [](const TSealedFixture& f) { return WriteFile(f.KeyPath(), QByteArray(33, 'k')); });
+    row("key of another console", "does not open", true,
+        [](const TSealedFixture& f) { return WriteFile(f.KeyPath(), QByteArray(32, 'k')); });
+    row("key unreadable", "no regular file", false, MakeKeyUnusable);
+    row("key a link", "cannot be used", false, [](const TSealedFixture& f) {
+        return QFile::rename(f.KeyPath(), f.KeyPath() + QStringLiteral("2")) &&
+               QFile::link(f.KeyPath() + QStringLiteral("2"), f.KeyPath());
+    });
+    row("key a pipe", "no regular file", false, [](const TSealedFixture& f) {
+        return QFile::remove(f.KeyPath()) &&
+               ::mkfifo(QFile::encodeName(f.KeyPath()).constData(), 0600) == 0;
+    });
+    row("value torn", "does not open", true,
+        [](const TSealedFixture& f) { return ReplaceSealed(f, f.SealedText().left(60)); });
+    row("value empty", "does not open", true,
+        [](const TSealedFixture& f) { return ReplaceSealed(f, QString()); });
+    row("value no base 64", "does not open", true,
+        [](const TSealedFixture& f) { return ReplaceSealed(f, QStringLiteral("?*")); });
+    row("value of another console", "does not open", true, [](const TSealedFixture& f) {
+        const TSealedFixture other;
+        return other.Configure() && ReplaceSealed(f, other.SealedText());
+    });
+}
+
+void tst_SecretKey::readsAsEmptyWhenItDoesNotOpen()
+{
+    QFETCH(TSpoil, spoil);
+    QFETCH(QString, reason);
+    QFETCH(bool, canTypeAgain);
+    const TSealedFixture f;
+    QVERIFY(f.Configure());
+    QVERIFY(spoil(f));
+    TConfigStore store;
+    {
+        const TExpectedMessage expected(reason);
+        const QString problem = store.Open(f.Path());
+        QVERIFY2(problem.contains(QStringLiteral("24290")), qUtf8Printable(problem));
+        QVERIFY(!problem.contains(kelvo::test::Password()));
+    }
+    QCOMPARE(store.GetItem(passwordItem).toString(), QString());
+    QCOMPARE(store.GetItem(userItem), QVariant(QStringLiteral("olga")));
+    QCOMPARE(store.GetItem(7), QVariant(42));
+    if (canTypeAgain) {
+        store.SetItem(passwordItem, QStringLiteral("typed again"), true);
+        TConfigStore again;
+        QCOMPARE(again.Open(f.Path()), QString());
+        QCOMPARE(again.GetItem(passwordItem), QVariant(QStringLiteral("typed again")));
+        QCOMPARE(again.GetItem(userItem), QVariant(QStringLiteral("olga")));
+        QCOMPARE(TSealedFixture::ModeOf(f.KeyPath()), 0600u);
+    }
+}
+
+void tst_SecretKey::isTightenedAndUsed()
+{
+    const TSealedFixture f;
+    QVERIFY(f.Configure());
+    QCOMPARE(::chmod(QFile::encodeName(f.KeyPath()).constData(), 0644), 0);
+    TConfigStore store;
+    {
+        const TExpectedMessage expected(QStringLiteral("was open to others"));
+        QVERIFY(store.Open(f.Path()).contains(f.KeyPath()));
+    }
+    QCOMPARE(TSealedFixture::ModeOf(f.KeyPath()), 0600u);
+    QCOMPARE(store.GetItem(passwordItem).toString(), kelvo::test::Password());
+    TConfigStore again;
+    QCOMPARE(again.Open(f.Path()), QString());
+}
+
+void tst_SecretKey::opensAgainWhenTheKeyComesBack()
+{
+    const TSealedFixture f;
+    QVERIFY(f.Configure());
+    const QString away = f.KeyPath() + QStringLiteral("-away");
+    QVERIFY(QFile::rename(f.KeyPath(), away));
+    {
+        const TExpectedMessage expected(QStringLiteral("There is no key"));
+        TConfigStore store;
+        QVERIFY(!store.Open(f.Path()).isEmpty());
+        store.SetItem(7, 43, true);
+        QVERIFY(!QFile::exists(f.KeyPath()));
+    }
+    QVERIFY(QFile::rename(away, f.KeyPath()));
+    TConfigStore store;
+    QCOMPARE(store.Open(f.Path()), QString());
+    QCOMPARE(store.GetItem(passwordItem).toString(), kelvo::test::Password());
+    QCOMPARE(store.GetItem(7), QVariant(43));
+}
+
+void tst_SecretKey::isOfNoUseOnAnotherConsole()
+{
+    const TSealedFixture f;
+    QVERIFY(f.Configure());
+    for (const bool hasOwnKey : {false, true}) {
+        const TSealedFixture other;
+        QVERIFY(!hasOwnKey || other.Configure());
+        QFile::remove(other.Path());
+        QVERIFY(QFile::copy(f.Path(), other.Path()));
+        const TExpectedMessage expected(QStringLiteral("does not open"));
+        TConfigStore store;
+        QVERIFY(!store.Open(other.Path()).isEmpty());
+        QVERIFY(!store.GetItem(passwordItem).isValid());
+        QCOMPARE(store.GetItem(userItem), QVariant(QStringLiteral("olga")));
+    }
+}
+
+void tst_SecretKey::neverFallsBackToPlain()
+{
+    const TSealedFixture f;
+    QVERIFY(QDir().mkdir(f.KeyPath()));
+    TConfigStore store;
+    QCOMPARE(store.Open(f.Path()), QString());
+    const TExpectedMessage expected(QStringLiteral("do not outlast this run"));
+    store.SetItem(passwordItem, kelvo::test::Password(), true);
+    QCOMPARE(store.GetItem(passwordItem).toString(), kelvo::test::Password());
+    store.SetItem(userItem, QStringLiteral("olga"), true);
+    QVERIFY(ReadFile(f.Path()).contains("olga"));
+    QCOMPARE(f.Telltales(), QStringList());
+    QVERIFY(QDir().rmdir(f.KeyPath()));
+    store.SetItem(7, 42, true); // now it can
+    TConfigStore again;
+    QCOMPARE(again.Open(f.Path()), QString());
+    QCOMPARE(again.GetItem(passwordItem).toString(), kelvo::test::Password());
+}
+
+void tst_SecretKey::staysInMemoryWhenTheDiskIsFull()
+{
+    for (const rlim_t room : {rlim_t(0), rlim_t(40)}) { // for nothing; for the key alone
+        const TSealedFixture f;
+        TConfigStore store;
+        QCOMPARE(store.Open(f.Path()), QString());
+        {
+            const TExpectedMessage expected(QStringLiteral("cannot be written"));
+            const TFileSizeLimit limit(room);
+            QVERIFY(limit.IsSet());
+            store.SetItem(passwordItem, kelvo::test::Password(), true);
+        }
+        QCOMPARE(store.GetItem(passwordItem).toString(), kelvo::test::Password());
+        QCOMPARE(f.Telltales(), QStringList());
+        store.SetItem(passwordItem, kelvo::test::Password(), true);
+        TConfigStore again;
+        QCOMPARE(again.Open(f.Path()), QString());
+        QCOMPARE(again.GetItem(passwordItem).toString(), kelvo::test::Password());
+    }
+}
+
+KELVO_TEST_MAIN(tst_SecretKey)
+#include "tst_secretkey.moc"
