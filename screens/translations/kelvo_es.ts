@@ -170,7 +170,7 @@
     <name>TKelvoFullView</name>
     <message>
         <source>KELVO File Controller</source>
-        <translation>Gestor de archivos KELVO</translation>
+        <translation>KELVO: gestión de archivos</translation>
     </message>
 </context>
 <context>

@@ -170,7 +170,7 @@
     <name>TKelvoFullView</name>
     <message>
         <source>KELVO File Controller</source>
-        <translation>Gestionnaire de fichiers KELVO</translation>
+        <translation>KELVO : gestion des fichiers</translation>
     </message>
 </context>
 <context>

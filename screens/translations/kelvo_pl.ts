@@ -170,7 +170,7 @@
     <name>TKelvoFullView</name>
     <message>
         <source>KELVO File Controller</source>
-        <translation>Menedżer plików KELVO</translation>
+        <translation>KELVO: menedżer plików</translation>
     </message>
 </context>
 <context>

@@ -170,7 +170,7 @@
     <name>TKelvoFullView</name>
     <message>
         <source>KELVO File Controller</source>
-        <translation>Gerenciador de arquivos KELVO</translation>
+        <translation>KELVO: gestão de arquivos</translation>
     </message>
 </context>
 <context>

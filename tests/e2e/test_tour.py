@@ -1,7 +1,10 @@
-"""The tour as a whole, as scripts/run starts it."""
+"""The tour as a whole, as scripts/run starts it: by commands and at the screens."""
 
+import json
 import os
+import re
 import shutil
+import struct
 import subprocess
 import sys
 import tempfile
@@ -11,6 +14,10 @@ from pathlib import Path
 from kelvoe2e import awkward
 
 TOUR = Path(os.environ["KELVO_TOUR"]) / "tour"
+DRIVER = Path(os.environ["KELVO_BUILD"]) / "bin/kelvo-console-driver"
+GUIDE = TOUR.parents[2] / "docs/pictures"
+# Of a PNG file with the display's width and height.
+PICTURE_BEGIN = b"\x89PNG\r\n\x1a\n" + struct.pack(">I4sII", 13, b"IHDR", 1280, 800)
 
 
 class TourTest(unittest.TestCase):
@@ -23,7 +30,7 @@ class TourTest(unittest.TestCase):
                               capture_output=True, stdin=subprocess.DEVNULL, timeout=500, check=False)
 
     def test_every_step_of_the_day_comes_out_right(self):
-        result = self.run_tour("--out", self.folder)
+        result = self.run_tour("--out", self.folder, "--headless")
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
         lines = result.stdout.splitlines()
         self.assertGreater(len(lines), 25)
@@ -31,6 +38,29 @@ class TourTest(unittest.TestCase):
         self.assertEqual(lines[-1], f"{len(lines) - 1} steps ok, 0 failed")
         for name in ("console.log", "kelvoctl.log", "service.log", "steps.txt"):
             self.assertGreater((self.folder / name).stat().st_size, 0, name)
+
+    @unittest.skipUnless(DRIVER.is_file(), "this build has no window")
+    def test_every_step_at_the_screens_comes_out_right_and_the_guide_shows_it(self):
+        result = self.run_tour("--out", self.folder)
+        self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+        pictures = self.folder / "pictures"
+        for path in pictures.glob("*.png"):
+            self.assertEqual(path.read_bytes()[:24], PICTURE_BEGIN, path.name)
+        self.assertEqual((pictures / "screens.json").read_text(), (GUIDE / "screens.json").read_text(),
+                         f"The guide's pictures are older than the screens: copy those of a tour to {GUIDE.name}.")
+        self.assertEqual({path.name for path in pictures.iterdir()}, {path.name for path in GUIDE.iterdir()})
+
+    @unittest.skipUnless(DRIVER.is_file(), "this build has no window")
+    def test_the_smallest_display_by_night_in_another_language(self):
+        result = self.run_tour("--out", self.folder, "--size", "800x480", "--language", "de", "--night")
+        self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+        screens = json.loads((self.folder / "pictures/screens.json").read_text())
+        self.assertIn("Anmelden", [button["text"] for button in screens["01-start"][0]["buttons"]])
+
+    def test_the_guide_shows_each_picture_once(self):
+        guide = (GUIDE.parent / "operator.md").read_text()
+        shown = re.findall(r"\(pictures/([^)]+)\)", guide)
+        self.assertEqual(sorted(shown), sorted(path.name for path in GUIDE.glob("*.png")))
 
     def test_a_folder_with_other_things_in_it_is_left_alone(self):
         (self.folder / "service").mkdir()
@@ -45,7 +75,7 @@ class TourTest(unittest.TestCase):
         awkward.write_all(data)
         (data / "bad.zip").write_bytes(b"PK\3\4 no more than that")
         (data / "empty.zip").write_bytes(b"PK\5\6" + bytes(18))
-        result = self.run_tour("--out", self.folder / "out", "--data", data)
+        result = self.run_tour("--out", self.folder / "out", "--data", data, "--headless")
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
         lines = result.stdout.splitlines()
         for name in ("bad.zip", *awkward.REFUSED):

@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr int smallestFile = 0; // "quality" of a PNG file, which is exact whatever it is
+
 QString Text(const QJsonObject& command, const char* key)
 {
     const QJsonValue value = command.value(QLatin1String(key));
@@ -76,7 +78,7 @@ QJsonObject TDriver::Do(const QJsonObject& command)
     } else if (verb == QLatin1String("touch")) {
         TouchName(window, Text(command, "name"));
     } else if (verb == QLatin1String("picture")) {
-        if (!Picture(window).save(Text(command, "file"), "PNG")) {
+        if (!Picture(window).save(Text(command, "file"), "PNG", smallestFile)) {
             throw std::runtime_error("the picture could not be saved");
         }
     } else if (verb == QLatin1String("resize")) {

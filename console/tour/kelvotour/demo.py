@@ -8,15 +8,13 @@ from pathlib import Path
 from . import archives
 from .badlink import BadLink
 from .console import Console
-from .office import Ctl
-from .service import Service
+from .farm import OFFICE, OPERATOR, PASSWORDS, Farm
 
-FARM, OPERATOR, OFFICE = "Hill Farm", "olga", "office"
-PASSWORDS = {OPERATOR: "seven green fields", OFFICE: "papers on the desk"}
 INBOXES = ("To Console", "Curves")
+# The screens show only archives.
 OWN_FILES = {
-    "to-service/job-reports/2024-05-17 report.xml": "<Report hectares='12.5'/>\n",
-    "to-service/curves/river bank.crv": "curve 1\n" * 500,
+    "to-service/job-reports/2024-05-17 report.zip": {"REPORT.XML": b"<Report hectares='12.5'/>\n"},
+    "to-service/curves/river bank.zip": {"river bank.crv": b"curve 1\n" * 500},
 }
 
 
@@ -29,9 +27,8 @@ class Demo:
     def __init__(self, binaries, folder, data, badlink=None):
         self.binaries, self.folder, self.data = binaries, Path(folder), data
         self.console_data = self.folder / "console"
-        self.work = self.folder / "work"
-        self.work.mkdir(parents=True, exist_ok=True)
-        self.service = Service(binaries.service, self.folder / "service", self.folder / "service.log")
+        self.farm = Farm(binaries, self.folder)
+        self.work, self.service = self.farm.work, self.farm.service
         self.badlink, self.link = badlink, None
 
     def run(self):
@@ -40,9 +37,9 @@ class Demo:
         try:
             self.service.start()
             if is_new:
-                self._make_farm()
+                office = self.farm.make()
                 self._first_login()
-                self._fill_inboxes()
+                self._fill_inboxes(office)
                 self._write_own_files()
             if self.badlink is not None:
                 self.link = BadLink(self.badlink, self.service.address, self.folder / "badlink.log").start()
@@ -55,16 +52,6 @@ class Demo:
                 self.link.close()
             self.service.close()
 
-    def _ctl(self, user):
-        return Ctl(self.binaries.kelvoctl, self.service, self.work / f"{user}.session", self.folder / "kelvoctl.log")
-
-    def _make_farm(self):
-        admin = self._ctl("admin")
-        admin.run("login", "admin", "--password-file", self.service.admin_password_file)
-        admin.run("farm", "add", FARM)
-        admin.add_user(OFFICE, "office", FARM, PASSWORDS[OFFICE])
-        admin.add_user(OPERATOR, "operator", FARM, PASSWORDS[OPERATOR])
-
     def _first_login(self):
         """It makes the operator's inboxes, which the office cannot send to before."""
         credentials = self.work / "credentials"
@@ -76,14 +63,13 @@ class Demo:
         console.run("logout")
         console.close()
 
-    def _fill_inboxes(self):
-        office = self._ctl(OFFICE).login(OFFICE, PASSWORDS[OFFICE])
+    def _fill_inboxes(self, office):
         for path in archives.archives_in(self.data or archives.make_samples(self.work / "archives")):
             office.put(path, *(f"{OPERATOR}/{project}" for project in INBOXES))
 
     def _write_own_files(self):
-        for name, text in OWN_FILES.items():
-            (self.console_data / name).write_text(text, encoding="utf-8")
+        for name, files in OWN_FILES.items():
+            archives.write_zip(self.console_data / name, files)
 
     def _tell(self):
         link = [] if self.link is None else [f"The console's link is {self.badlink}; its log is {self.link.log}"]

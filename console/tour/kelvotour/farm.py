@@ -26,7 +26,4 @@ class Farm:
         admin.run("farm", "add", FARM)
         admin.add_user(OFFICE, "office", FARM, PASSWORDS[OFFICE])
         admin.add_user(OPERATOR, "operator", FARM, PASSWORDS[OPERATOR])
-        return self.office()
-
-    def office(self):
         return self.ctl(OFFICE).login(OFFICE, PASSWORDS[OFFICE])

@@ -1,5 +1,6 @@
 """The operator's day at the screens: what is touched, what must then be seen and be true, and a picture of it."""
 
+import json
 import signal
 from contextlib import contextmanager
 
@@ -32,6 +33,7 @@ class ScreenDay:
         self.window = None
         self.office = None
         self.sent = {}
+        self.screens = {}  # what the pictures show, in words
 
     def play(self):
         """The exit status."""
@@ -48,6 +50,8 @@ class ScreenDay:
                 self.evening()
         finally:
             self.close()
+            words = json.dumps(self.screens, ensure_ascii=False, indent=1)
+            (self.pictures / "screens.json").write_text(words + "\n", encoding="utf-8")
         return self.steps.close()
 
     @contextmanager
@@ -58,6 +62,7 @@ class ScreenDay:
                 yield
             finally:
                 self.window.picture(self.pictures / f"{picture}.png")
+                self.screens[picture] = self.window.look().lasting()
 
     def start_console(self):
         log = write_log(self.farm.work / "drive.nmea", LOG_SECONDS)
@@ -147,7 +152,7 @@ class ScreenDay:
             require(screen.can_press("Download"), "Download is off")
         with self.shown("08-downloading", "they are downloaded; the dialog shows that it goes on"), self.service_asleep():
             window.press("Download")
-            window.until(lambda screen: screen.dialog(text("File Transfer")), "the dialog")
+            window.until(lambda screen: chosen[0] in screen.dialog(text("File Transfer"))["text"], "its name")
         with self.shown("09-downloaded", "they are complete, and unpacked byte for byte"):
             self.until_said("File Transfer", text("Download complete."))
             for name in chosen:
@@ -283,7 +288,7 @@ class ScreenDay:
         with self.steps.step("the console ends and leaves the operator's password in no log"):
             status = self.window.close()
             require(status == 0, f"its exit status is {status}")
-            require(not self.window.stderr(), f"it warned: {self.window.stderr()}")
+            require(not self.window.warnings(), f"it warned: {self.window.warnings()}")
             for path in [*self.folder.glob("*.log*"), *(self.console_data / "logs").iterdir()]:
                 require(PASSWORDS[OPERATOR].encode() not in path.read_bytes(), f"it stands in {path}")
         with self.steps.step("the service stops when told to"):

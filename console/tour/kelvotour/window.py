@@ -2,6 +2,7 @@
 
 import json
 import os
+import re
 import subprocess
 import threading
 import time
@@ -12,6 +13,7 @@ from .display import Display
 
 GUARD_SECONDS = 120  # only ends what hangs
 LOOK_SECONDS = 0.02  # between two looks
+VOLATILE = re.compile(r"^\d\d:\d\d$|\d°")
 
 
 class WindowError(Exception):
@@ -107,8 +109,11 @@ class Window:
             self._transcript.close()
         return status
 
-    def stderr(self):
-        return Path(self._log_path).read_text(encoding="utf-8", errors="replace")
+    def warnings(self):
+        """What it wrote to the standard error, but for the display's: it has no window manager, and says so when the
+        focus goes to a dialog that is not drawn yet."""
+        lines = Path(self._log_path).read_text(encoding="utf-8", errors="replace").splitlines()
+        return [line for line in lines if not line.startswith("qt.qpa.xcb: QXcbConnection: XCB error")]
 
 
 class Screen:
@@ -118,6 +123,16 @@ class Screen:
         self.windows = windows
         self.console = windows[0]
         self.popups = windows[1:]
+
+    def lasting(self):
+        """What is the same each time: without clock, position and folders."""
+        windows = json.loads(json.dumps(self.windows))
+        for window in windows:
+            window["labels"] = [label for label in window["labels"] if not VOLATILE.search(label)]
+            for row in window["rows"]:
+                if row["value"].startswith("/"):
+                    row["value"] = "/"
+        return windows
 
     def names(self):
         return [name["text"] for name in self.console["names"]]
