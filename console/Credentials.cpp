@@ -5,6 +5,9 @@
 
 #include <QtCore/QFile>
 
+#include <cstdlib>
+#include <cstring>
+
 #include <sys/stat.h>
 
 namespace {
@@ -23,6 +26,17 @@ QString Line(QFile& file)
         line.chop(1);
     }
     return QString::fromUtf8(line);
+}
+
+// The text that the process was started with stays where /proc shows it, unless it is overwritten.
+QString TakeVariable(const char* name)
+{
+    const QString value = qEnvironmentVariable(name);
+    if (char* const text = std::getenv(name)) {
+        ::explicit_bzero(text, std::strlen(text));
+    }
+    qunsetenv(name);
+    return value;
 }
 
 } // namespace
@@ -56,10 +70,8 @@ bool ReadCredentialsFile(const QString& path, TCredentials& credentials, QString
 
 bool TakeCredentialsFromEnvironment(TCredentials& credentials)
 {
-    credentials.user = qEnvironmentVariable("KELVO_USER");
-    credentials.password = qEnvironmentVariable("KELVO_PASSWORD");
-    qunsetenv("KELVO_USER");
-    qunsetenv("KELVO_PASSWORD");
+    credentials.user = TakeVariable("KELVO_USER");
+    credentials.password = TakeVariable("KELVO_PASSWORD");
     return !credentials.user.isEmpty() && !credentials.password.isEmpty();
 }
 

@@ -15,8 +15,8 @@ struct TCredentials
 // for others or incomplete; `errorText` says so and never holds what the file does.
 bool ReadCredentialsFile(const QString& path, TCredentials& credentials, QString& errorText);
 
-// Takes KELVO_USER and KELVO_PASSWORD out of the environment, so that no child inherits them. False
-// if one is missing.
+// Takes KELVO_USER and KELVO_PASSWORD out of the environment, so that no child inherits them and
+// /proc/PID/environ does not show them. False if one is missing.
 bool TakeCredentialsFromEnvironment(TCredentials& credentials);
 
 // Gives them to the configuration manager, where the plug-in looks for them, for as long as this

@@ -10,7 +10,20 @@
 #include <cstdio>
 #include <memory>
 
+#include <sys/resource.h>
+
 namespace {
+
+// The operator's password is in the memory that a core file shows. The hard limit stays, so that
+// `prlimit --core=unlimited --pid` brings the files back for an examination.
+void LeaveNoCoreFile()
+{
+    rlimit limit = {};
+    if (::getrlimit(RLIMIT_CORE, &limit) == 0) {
+        limit.rlim_cur = 0;
+        ::setrlimit(RLIMIT_CORE, &limit);
+    }
+}
 
 int Refuse(const QString& text)
 {
@@ -75,6 +88,7 @@ int Run(const QStringList& arguments, bool canOpenWindow)
 
 int main(int argc, char* argv[])
 {
+    LeaveNoCoreFile();
     std::signal(SIGPIPE, SIG_IGN); // a reader that went away must not end the plug-in
     // Qt would take some of our options for its own.
     QStringList arguments;

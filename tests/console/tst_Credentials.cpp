@@ -7,6 +7,8 @@
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
+#include <cstdlib>
+
 using console::TCredentials;
 
 class TCredentialsTest : public kelvo::test::TTestCase
@@ -97,6 +99,16 @@ private Q_SLOTS:
         QVERIFY(!qEnvironmentVariableIsSet("KELVO_USER"));
         QVERIFY(!qEnvironmentVariableIsSet("KELVO_PASSWORD"));
         QVERIFY(!console::TakeCredentialsFromEnvironment(credentials));
+    }
+
+    void overwritesTheEnvironments()
+    {
+        char variable[] = "KELVO_PASSWORD=secret"; // stays ours, as the one of the start does
+        QCOMPARE(::putenv(variable), 0);
+        TCredentials credentials;
+        console::TakeCredentialsFromEnvironment(credentials);
+        QCOMPARE(credentials.password, QStringLiteral("secret"));
+        QCOMPARE(QByteArray(variable + sizeof "KELVO_PASSWORD", 6), QByteArray(6, '\0'));
     }
 
     void configuresWithoutStoring()

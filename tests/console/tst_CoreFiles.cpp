@@ -1,0 +1,54 @@
+// The console, which holds a password, leaves no core file.
+#include "support/TestMain.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QTemporaryDir>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+class tst_CoreFiles : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void areForbiddenForTheConsole();
+};
+
+// The console is caught where it waits for its script.
+void tst_CoreFiles::areForbiddenForTheConsole()
+{
+    rlimit limit = {};
+    QCOMPARE(::getrlimit(RLIMIT_CORE, &limit), 0);
+    if (limit.rlim_max == 0) {
+        QSKIP("Core files are forbidden for everybody here.");
+    }
+    limit.rlim_cur = limit.rlim_max;
+    QCOMPARE(::setrlimit(RLIMIT_CORE, &limit), 0);
+    const QTemporaryDir folder;
+    const QString script = folder.filePath(QStringLiteral("script"));
+    QCOMPARE(::mkfifo(QFile::encodeName(script).constData(), 0600), 0);
+    QProcess console;
+    console.start(QStringLiteral(KELVO_CONSOLE),
+                  {QStringLiteral("--headless"), QStringLiteral("--script"), script,
+                   QStringLiteral("--data"), folder.path()});
+    QVERIFY(console.waitForStarted());
+    const int writer = ::open(QFile::encodeName(script).constData(), O_WRONLY | O_CLOEXEC);
+    QVERIFY(writer >= 0);
+    rlimit limitOfConsole = {1, 0};
+    const int result =
+        ::prlimit(static_cast<pid_t>(console.processId()), RLIMIT_CORE, nullptr, &limitOfConsole);
+    QCOMPARE(::write(writer, "no command\n", 11), ssize_t(11)); // refused, so that the console ends
+    ::close(writer);
+    QVERIFY(console.waitForFinished());
+    QVERIFY2(console.readAllStandardError().contains(":1:"), "it did not come to the script");
+    QCOMPARE(result, 0);
+    QCOMPARE(limitOfConsole.rlim_cur, rlim_t(0));
+    QCOMPARE(limitOfConsole.rlim_max, limit.rlim_max);
+}
+
+KELVO_TEST_MAIN(tst_CoreFiles)
+#include "tst_CoreFiles.moc"
