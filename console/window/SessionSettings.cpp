@@ -22,11 +22,11 @@ namespace console {
 
 void TWindowSession::OpenSettings()
 {
-    if (m_window->CurrentPage() == m_settingsPage.get()) {
-        return;
+    if (m_window->CurrentPage() != m_settingsPage.get()) { // else what was typed there would go
+        m_settingsPage->Show(m_stored);
+        m_window->AddPage(m_settingsPage.get(), tr("Settings"));
     }
-    m_settingsPage->Show(m_stored);
-    m_window->AddPage(m_settingsPage.get(), tr("Settings"));
+    // Also again: a second touch has released the launcher's button.
     m_window->ShowPage(m_settingsPage.get());
 }
 
