@@ -6,6 +6,7 @@
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
+#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QStandardPaths>
@@ -165,6 +166,11 @@ void ExportToEnvironment(const TConsoleSettings& settings)
     }
     if (!settings.authorityFile.isEmpty()) {
         qputenv("KESDK_CA_FILE", settings.authorityFile.toLocal8Bit());
+    }
+    // Where the SDK remembers what a console that was switched off had begun to send.
+    if (!settings.dataFolder.isEmpty() && qEnvironmentVariableIsEmpty("KESDK_STATE_FOLDER")) {
+        qputenv("KESDK_STATE_FOLDER",
+                QFile::encodeName(settings.dataFolder + QStringLiteral("/state/kesdk")));
     }
 }
 

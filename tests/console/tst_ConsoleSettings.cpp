@@ -119,10 +119,13 @@ private Q_SLOTS:
         QVERIFY(authority.open());
         TConsoleSettings settings;
         QCOMPARE(Read({QStringLiteral("--service"), QStringLiteral("farm.example:1"),
-                       QStringLiteral("--ca"), authority.fileName()},
+                       QStringLiteral("--ca"), authority.fileName(), QStringLiteral("--data"),
+                       QStringLiteral("/tractor/data")},
                       settings),
                  QString());
+        qunsetenv("KESDK_STATE_FOLDER");
         console::ExportToEnvironment(settings);
+        QCOMPARE(qgetenv("KESDK_STATE_FOLDER"), QByteArray("/tractor/data/state/kesdk"));
         QCOMPARE(qgetenv("KELVO_API_HOST"), QByteArray("farm.example:1"));
         QCOMPARE(qgetenv("KESDK_CA_FILE"), authority.fileName().toLocal8Bit());
     }
@@ -131,9 +134,11 @@ private Q_SLOTS:
     {
         qputenv("KELVO_API_HOST", "other.example");
         qputenv("KESDK_CA_FILE", "other.pem");
+        qputenv("KESDK_STATE_FOLDER", "other");
         console::ExportToEnvironment(TConsoleSettings());
         QCOMPARE(qgetenv("KELVO_API_HOST"), QByteArray("other.example"));
         QCOMPARE(qgetenv("KESDK_CA_FILE"), QByteArray("other.pem"));
+        QCOMPARE(qgetenv("KESDK_STATE_FOLDER"), QByteArray("other"));
     }
 };
 
