@@ -159,6 +159,9 @@ void requireUsable(const fs::path& from, const fs::path& to)
     if (fs::exists(from / unfinishedRestoreName)) {
         throw StartRefused("a restore of " + from.string() + " has not come to its end");
     }
+    if (isWithin(to, from) || isWithin(from, to)) {
+        throw StartRefused("the backup and the data folder must not lie in each other");
+    }
     if (fs::exists(to) && (!fs::is_directory(to) || !fs::is_empty(to))) {
         throw StartRefused(to.string() + " is there already and not an empty folder");
     }

@@ -4,6 +4,7 @@
 #include "service/base/Digest.h"
 #include "service/base/Files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <memory>
 
@@ -67,6 +68,14 @@ void copyTree(const fs::path& from, const fs::path& to)
     } else if (fs::exists(from)) {
         copyFile(from, to);
     }
+}
+
+bool isWithin(const fs::path& path, const fs::path& folder)
+{
+    const fs::path inner = fs::weakly_canonical(path);
+    const fs::path outer = fs::weakly_canonical(folder);
+    return std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first ==
+           outer.end();
 }
 
 void syncFolders(const fs::path& folder)

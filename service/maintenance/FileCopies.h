@@ -23,6 +23,9 @@ CopiedFile copyFile(const std::filesystem::path& from, const std::filesystem::pa
 /** A file or a folder with all that is in it, if it is there. */
 void copyTree(const std::filesystem::path& from, const std::filesystem::path& to);
 
+/** Whether `path` is `folder` or lies in it, links followed as far as they lead to something. */
+bool isWithin(const std::filesystem::path& path, const std::filesystem::path& folder);
+
 /** The names in a folder and in all folders below it. */
 void syncFolders(const std::filesystem::path& folder);
 

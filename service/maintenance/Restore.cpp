@@ -140,6 +140,9 @@ CopyReport copyAll(const fs::path& from, const fs::path& to)
 CopyReport restore(const fs::path& from, const fs::path& dataFolder, bool force)
 {
     requireBackup(from);
+    if (isWithin(from, dataFolder) || isWithin(dataFolder, from)) {
+        throw StartRefused("the backup and the data folder must not lie in each other");
+    }
     requireSchema(*store::makeSqlite((from / databaseName).string())->connect(), false);
     const DataFolder folder(dataFolder); // keeps services out
     const auto present = toReplace(folder.path());

@@ -177,6 +177,19 @@ TEST_F(BackingUp, GoesOnlyWhereNothingIs)
                 HasSubstr("no database"));
 }
 
+TEST_F(BackingUp, NeverLiesInWhatItIsABackupOf)
+{
+    EXPECT_THAT(refusal([this] { backUp(folder.path(), folder.path() / "backup" / "one"); }),
+                HasSubstr("in each other"));
+    back();
+    for (const fs::path& target : {backup(), backup() / "data", elsewhere.path()}) {
+        EXPECT_THAT(refusal([&] { restore(backup(), target, true); }), HasSubstr("in each other"));
+    }
+    EXPECT_THAT(names(), ElementsAre("backup"));
+    bring();
+    EXPECT_TRUE(verify(restored()).isClean());
+}
+
 TEST_F(BackingUp, LeavesNothingWhenItFails)
 {
     fs::remove(pathOf("a field"));
