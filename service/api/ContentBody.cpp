@@ -8,7 +8,7 @@
 
 #include <cerrno>
 
-#include <unistd.h>
+#include <fcntl.h>
 
 namespace kelvo::api {
 
@@ -70,9 +70,12 @@ Async<ECondition> check(Context& context, const store::File& file, const Stored&
         condition = isRight ? ECondition::Right : ECondition::Damaged;
     };
     // Its own descriptor of the same file: the other one may go to the reply.
-    content::CheckedSource source(FileDescriptor(::dup(stored.file.get())),
-                                  static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
-                                  context.filePool, told);
+    FileDescriptor own(::fcntl(stored.file.get(), F_DUPFD_CLOEXEC, 0));
+    if (own.get() < 0) {
+        throw std::system_error(errno, std::generic_category(), "dup");
+    }
+    content::CheckedSource source(std::move(own), static_cast<std::uint64_t>(file.sizeBytes),
+                                  file.sha256, context.filePool, told);
     const auto buffer = std::make_unique<char[]>(checkStepBytes);
     while (condition == ECondition::Unknown) {
         co_await source.read(asio::buffer(buffer.get(), checkStepBytes));
