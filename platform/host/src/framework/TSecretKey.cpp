@@ -118,12 +118,15 @@ bool TSecretKey::Create(const QString& path, QString& errorText)
                   WriteAll(file.Get(), m_bytes.data(), m_bytes.size()) &&
                   ::fsync(file.Get()) == 0 && file.Close() &&
                   ::link(newName.constData(), name.constData()) == 0;
-    const int error = errno;
+    int error = errno;
     ::unlink(newName.constData());
     if (!isMade && error == EEXIST) {
         return Load(path, errorText) == EKeyFile::eLoaded;
     }
-    isMade = isMade && SyncFolder(QFileInfo(path).absolutePath());
+    if (isMade) {
+        isMade = SyncFolder(QFileInfo(path).absolutePath());
+        error = errno;
+    }
     if (!isMade) {
         errorText = SystemError(error);
     }
