@@ -57,11 +57,11 @@ class Window:
         if not line:
             raise WindowError(f"the console has ended or hangs; see {self._log_path}")
         answer = json.loads(line)
+        shown = {name: value for name, value in arguments.items() if name != "text"}  # it may be a password
         if verb != "look":
-            shown = {name: value for name, value in arguments.items() if name != "text"}  # it may be a password
             self._transcript.write(f"{verb} {json.dumps(shown)}: {line}")
         if not answer["ok"]:
-            raise WindowError(f"{verb} {' '.join(map(str, arguments.values()))}: {answer['why']}")
+            raise WindowError(f"{verb} {' '.join(map(str, shown.values()))}: {answer['why']}")
         return answer
 
     def look(self):
