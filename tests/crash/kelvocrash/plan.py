@@ -14,6 +14,7 @@ from kelvotour.console import quoted
 
 MOST_GENERATIONS = 3
 MOST_STEPS = 120
+MANY_FILES = 300
 MOST_FILE_BYTES = 1_500_000
 VICTIMS = ("console", "console", "service", "service", "both")
 # Mostly at once: then it dies within what was seen.
@@ -21,17 +22,34 @@ DELAYS_S = (0, 0, 0, 0.0005, 0.003, 0.02)
 # kind of data: project on the service, folder that files are sent from
 UPLOADS = {"curves": ("Curves", "to-service/curves"), "reports": ("From Console", "to-service/job-reports")}
 ARCHIVE_KIND, ARCHIVE_PROJECT, UNPACK_FOLDER = "maps", "To Console", "from-service/prescriptions"
+# Where a system call more or less matters, by command: (what is seen, the most times that it is seen before the kill).
+# Half of the kills are aimed at one of these, the others come after any number of steps.
+COMMITTED = (r"service/kelvo\.sqlite-journal removed", 4)
+LANDMARKS = {
+    "start": ((r"\.console-unpacking/.* (moved|removed)", 8), (r"service/(kelvo|endpoints)", 8)),
+    "login": (COMMITTED,),
+    "logout": (COMMITTED,),
+    "upload": (COMMITTED, (r"service/uploads/.* written", 4), (r"service/content/.*(created|moved to)", 2),
+               (r"console/to-service/.* removed", 3), (r"state/.* (moved to|created|removed)", 6)),
+    "download": ((r"console/incoming/.*\.part (created|written|moved from)", 6),
+                 (r"\.console-unpacking/new/.* created", 8), (r"\.console-unpacking/journal", 3),
+                 (r"prescriptions/(?!\.).* moved to", 200), (r"prescriptions/(?!\.).* moved to", 10),
+                 (r"console/incoming/.*\.zip removed", 3)),
+    "delete": (COMMITTED,),
+}
 # The archives and what is in the folder before share these, so that files are replaced and folders merged.
 SHARED_NAMES = ("TASKDATA.XML", "grids/a.bin", "grids/b.bin", "grids/deep/c.bin")
 
 
 @dataclass(frozen=True)
 class Kill:
-    """`steps` observable steps after the command `command` (the generation's start: -1) began, and `delay_s` later."""
+    """`steps` observable steps that are like `landmark` after the command `command` (the generation's start: -1) began,
+    and `delay_s` later."""
     victim: str
     command: int
     steps: int
     delay_s: float
+    landmark: str = ""
 
 
 @dataclass(frozen=True)
@@ -114,6 +132,9 @@ def _archive(chance, number):
     files = {name: _content(chance, number, name) for name in chance.sample(SHARED_NAMES, chance.randint(1, 4))}
     for count in range(chance.randint(0, 12)):
         files[f"field-{number}/part-{count}.bin"] = _content(chance, number, count)
+    # Each of these is a move of its own, because their folder is there already.
+    for count in range(MANY_FILES if chance.random() < 0.3 else 0):
+        files[f"own/part-{count}.bin"] = _content(chance, number, count)
     files[f"GRD{number:05}.BIN"] = chance.randbytes(_size(chance))
     return files
 
@@ -134,6 +155,18 @@ def _generation(chance, plan):
     if chance.random() < 0.2:
         commands.insert(chance.randint(0, len(commands)), Command("logout"))
     commands.insert(0, Command("login"))
-    steps = int(math.exp(chance.uniform(0, math.log(MOST_STEPS))))
-    kill = Kill(chance.choice(VICTIMS), chance.randint(-1, len(commands) - 1), steps, chance.choice(DELAYS_S))
-    return Generation(tuple(commands), kill)
+    return Generation(tuple(commands), _kill(chance, commands))
+
+
+def _kill(chance, commands):
+    command = chance.randint(-1, len(commands) - 1)
+    victim = chance.choice(VICTIMS)
+    if chance.random() < 0.5:
+        landmark, most = chance.choice(LANDMARKS["start" if command < 0 else commands[command].verb])
+        return Kill(victim, command, _count(chance, most), 0, landmark)
+    return Kill(victim, command, _count(chance, MOST_STEPS), chance.choice(DELAYS_S))
+
+
+def _count(chance, most):
+    """From 1 on; any magnitude is as likely as any other."""
+    return int(math.exp(chance.uniform(0, math.log(most + 1))))

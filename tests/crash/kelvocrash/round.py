@@ -74,7 +74,7 @@ class Round:
             self.world.reap_console()
 
     def _arm(self, kill):
-        self.world.trigger = Trigger(kill.steps, kill.delay_s, lambda: self._kill(kill.victim))
+        self.world.trigger = Trigger(kill.steps, kill.delay_s, lambda: self._kill(kill.victim), kill.landmark)
         return self.world.trigger
 
     def _kill(self, victim):
@@ -98,7 +98,8 @@ class Round:
             world.service.stop()
         if world.is_console_running and kill.victim != "service":
             world.close_console()
-        trigger = world.trigger = Trigger(kill.steps, kill.delay_s, lambda: self._kill_at_start(kill.victim))
+        trigger = world.trigger = Trigger(kill.steps, kill.delay_s, lambda: self._kill_at_start(kill.victim),
+                                          kill.landmark)
         try:
             if not world.service.is_running:
                 world.start_service()

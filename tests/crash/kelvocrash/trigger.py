@@ -1,27 +1,32 @@
 """The moment at which something is killed."""
 
+import re
 import threading
 import time
 
 
 class Trigger:
-    """Counts the observable steps of all processes; at a given one, and a delay later, it acts, on its own thread.
+    """Counts the observable steps of all processes that are like `landmark`; at a given one, and a delay later, it
+    acts, on its own thread.
 
     Thread: step() on any. What it was armed for happens once, at the latest at finish().
     """
 
-    def __init__(self, steps, delay_s, act):
+    def __init__(self, steps, delay_s, act, landmark=""):
         self.seen = 0
         self.last = "nothing"  # what was seen last before the act
         self.was_reached = False
         self.failure = None
         self._steps, self._delay_s, self._act = steps, delay_s, act
+        self._landmark = re.compile(landmark)
         self._lock = threading.Lock()  # guards seen, last and was_reached
         self._go = threading.Event()
         self._thread = threading.Thread(target=self._run, daemon=True)
         self._thread.start()
 
     def step(self, what):
+        if not self._landmark.search(what):
+            return
         with self._lock:
             if self.was_reached:
                 return
