@@ -1,0 +1,224 @@
+// Any bytes as an archive that is unpacked: whatever it names, nothing changes outside the folder,
+// a refusal leaves the folder as it was, and no half-done work stays. In the bytes archiveRoot
+// stands for the folder that everything lies in, so that an archive can name it absolutely.
+#include "hostimpl/Unpacking.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using TImage = std::map<std::string, std::string>; // path below a folder; kind and content
+
+constexpr std::string_view archiveRoot = "/dev/shm/ku-XXXXXX";
+constexpr std::string_view diskRoot = "/tmp/kunzip-XXXXXX"; // where there is no /dev/shm
+static_assert(archiveRoot.size() == diskRoot.size(), "one takes the place of the other");
+
+// Small, so that the fuzzer reaches them and neither memory nor time is at risk.
+hostimpl::TUnpackLimits SmallLimits()
+{
+    hostimpl::TUnpackLimits limits;
+    limits.entries = 20;
+    limits.totalBytes = 64 * 1024;
+    limits.ratio = 20;
+    limits.ratioFloorBytes = 4 * 1024;
+    limits.nameBytes = 40;
+    limits.pathBytes = 80;
+    limits.depth = 6;
+    return limits;
+}
+
+void Demand(bool holds, const char* what)
+{
+    if (!holds) {
+        std::fprintf(stderr, "violated: %s\n", what);
+        std::abort();
+    }
+}
+
+std::string ReadFile(const fs::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+void WriteFile(const fs::path& path, std::string_view bytes)
+{
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    Demand(file.flush().good(), "the fuzzer's own files can be written");
+}
+
+std::string KindAndContent(const fs::directory_entry& entry)
+{
+    switch (entry.symlink_status().type()) {
+    case fs::file_type::directory:
+        return "folder";
+    case fs::file_type::regular:
+        return "file " + ReadFile(entry.path());
+    case fs::file_type::symlink:
+        return "link " + fs::read_symlink(entry.path()).string();
+    default:
+        return "other";
+    }
+}
+
+// All that is below a folder, but for what is below `leftOut`.
+TImage ImageOf(const fs::path& folder, const fs::path& leftOut = {})
+{
+    TImage image;
+    for (auto entry = fs::recursive_directory_iterator(folder);
+         entry != fs::recursive_directory_iterator(); ++entry) {
+        image[entry->path().lexically_relative(folder).string()] = KindAndContent(*entry);
+        if (entry->path() == leftOut) {
+            entry.disable_recursion_pending();
+        }
+    }
+    return image;
+}
+
+// The folders of all runs: the archive, what must not change, and, some folders down, where it is
+// unpacked. That has a file, a folder, and a link that leads out.
+class TPlayground
+{
+public:
+    TPlayground()
+    {
+        std::string root(fs::is_directory("/dev/shm") ? archiveRoot : diskRoot);
+        Demand(::mkdtemp(root.data()) != nullptr, "a temporary folder can be created");
+        m_root = root;
+        m_destination = m_root / "outer" / "inner" / "here";
+        fs::create_directories(m_root / "elsewhere");
+        WriteFile(m_root / "elsewhere" / "kept", "elsewhere");
+        fs::create_directories(m_destination);
+        WriteFile(m_root / "outer" / "kept", "outer");
+        WriteFile(Archive(), {});
+        fs::current_path(m_root / "elsewhere");
+        Fill();
+        m_filled = ImageOf(m_destination);
+        m_outside = ImageOf(m_root, m_destination);
+    }
+    ~TPlayground()
+    {
+        std::error_code ignored;
+        fs::current_path("/", ignored);
+        fs::remove_all(m_root, ignored);
+    }
+    TPlayground(const TPlayground&) = delete;
+    TPlayground& operator=(const TPlayground&) = delete;
+
+    void PutArchive(std::string bytes)
+    {
+        for (std::size_t at = bytes.find(archiveRoot); at != std::string::npos;
+             at = bytes.find(archiveRoot, at + 1)) {
+            bytes.replace(at, archiveRoot.size(), m_root.string());
+        }
+        WriteFile(Archive(), bytes);
+        m_outside[Archive().filename().string()] = "file " + bytes;
+    }
+
+    bool Unpack() const
+    {
+        QString errorText;
+        const bool isUnpacked = hostimpl::Unzip(QString::fromStdString(Archive().string()),
+                                                QString::fromStdString(m_destination.string()),
+                                                SmallLimits(), errorText);
+        Demand(isUnpacked == errorText.isEmpty(), "a refusal, and nothing else, has its reason");
+        Demand(ImageOf(m_root, m_destination) == m_outside, "nothing changes outside the folder");
+        return isUnpacked;
+    }
+
+    TImage Image() const { return ImageOf(m_destination); }
+    const TImage& Filled() const { return m_filled; }
+
+    void Restore(const TImage& image)
+    {
+        if (image != m_filled) {
+            for (const auto& entry : fs::directory_iterator(m_destination)) {
+                fs::remove_all(entry.path());
+            }
+            Fill();
+        }
+    }
+
+private:
+    fs::path Archive() const { return m_root / "archive.zip"; }
+
+    void Fill() const
+    {
+        WriteFile(m_destination / "file", "former");
+        fs::create_directory(m_destination / "folder");
+        WriteFile(m_destination / "folder" / "file", "former, below");
+        fs::create_symlink("../../../elsewhere", m_destination / "link");
+    }
+
+    fs::path m_root;
+    fs::path m_destination;
+    TImage m_filled;
+    TImage m_outside;
+};
+
+bool HasControlCharacter(const std::string& text)
+{
+    for (const char character : text) {
+        const auto code = static_cast<unsigned char>(character);
+        if (code < 0x20 || code == 0x7f) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void DemandSound(const TImage& unpacked, const TImage& former)
+{
+    const hostimpl::TUnpackLimits limits = SmallLimits();
+    std::int64_t files = 0;
+    std::int64_t bytes = 0;
+    for (const auto& [path, what] : unpacked) {
+        const auto known = former.find(path);
+        if (known != former.end() && known->second == what) {
+            continue;
+        }
+        const bool isFile = what.compare(0, 5, "file ") == 0;
+        Demand(isFile || what == "folder", "only files and folders are unpacked");
+        Demand(!HasControlCharacter(path), "names are printable");
+        Demand(static_cast<std::int64_t>(path.size()) <= limits.pathBytes, "paths are bounded");
+        files += isFile ? 1 : 0;
+        bytes += isFile ? static_cast<std::int64_t>(what.size()) - 5 : 0;
+    }
+    Demand(files <= limits.entries && bytes <= limits.totalBytes, "the limits hold");
+    for (const auto& [path, what] : former) {
+        Demand(unpacked.count(path) > 0, "nothing that was there goes");
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static TPlayground playground;
+    playground.PutArchive({reinterpret_cast<const char*>(data), size});
+    const bool isUnpacked = playground.Unpack();
+    const TImage image = playground.Image();
+    if (isUnpacked) {
+        DemandSound(image, playground.Filled());
+        Demand(playground.Unpack(), "what could be unpacked can be again, over itself");
+        Demand(playground.Image() == image, "the second time changes nothing");
+    } else {
+        Demand(image == playground.Filled(), "a refusal leaves the folder as it was");
+    }
+    playground.Restore(image);
+    return 0;
+}
