@@ -1,16 +1,27 @@
 // Error texts, wide strings and the millisecond clock.
 #include "worker/SdkBoundary.h"
 
+#include <QtCore/QUrl>
+#include <QtCore/QVariant>
 #include <QtGui/QTextDocument>
 
 #include <chrono>
 
 namespace {
 
+// Loads nothing: otherwise a style sheet that the markup names would be read from the disk, also
+// one that never ends, as a device or a pipe.
+class TTextOnlyDocument : public QTextDocument
+{
+public:
+    QVariant loadResource(int, const QUrl&) override { return QVariant(); }
+};
+
+// A zero that is written as an entity is no character of the text either.
 QString PlainText(QTextDocument& document, const std::wstring& html)
 {
     document.setHtml(QString::fromWCharArray(html.c_str()));
-    return document.toPlainText();
+    return document.toPlainText().remove(QChar(QChar::Null));
 }
 
 } // namespace
@@ -21,7 +32,7 @@ QString GetLastErrorMsg(const xal_list<kesdk::api::CErrorMsg>& errors)
         return QString();
     }
     const kesdk::api::CErrorMsg& newest = errors.front();
-    QTextDocument document;
+    TTextOnlyDocument document;
     const QString first = PlainText(document, newest.text1);
     QString second = PlainText(document, newest.text2);
     QString third = PlainText(document, newest.text3);

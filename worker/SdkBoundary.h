@@ -7,7 +7,8 @@
 #include <QtCore/QString>
 
 // The operator's text for the newest record of `errors`, HTML reduced to plain text: what happened
-// and, on a second line, what to do. Null for an empty list, never empty otherwise.
+// and, on a second line, what to do. Null for an empty list, never empty otherwise. Holds no zero
+// characters; files that the markup names are not read.
 QString GetLastErrorMsg(const xal_list<kesdk::api::CErrorMsg>& errors);
 
 // Copies `text` into `buffer` of `bufferSize` characters, cut to fit, always with a terminator.

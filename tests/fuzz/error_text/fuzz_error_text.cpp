@@ -1,0 +1,146 @@
+// The operator's text on any record of the SDK: it is never empty, holds no NUL, says the same each
+// time, and loads nothing that the markup names. The first byte is the kind of input: the rest, cut
+// into three texts at each 0xff, is UTF-8 ('0'), or the texts are of any 32-bit characters ('1').
+#include "worker/SdkBoundary.h"
+
+#include <QtGui/QGuiApplication>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using TErrors = xal_list<kesdk::api::CErrorMsg>;
+
+constexpr std::size_t longestInput = 4096;
+
+void Demand(bool holds, const char* what)
+{
+    if (!holds) {
+        std::fprintf(stderr, "violated: %s\n", what);
+        std::abort();
+    }
+}
+
+// The working directory, with a file in it that markup of the corpus names. Sees whether it is
+// read.
+class TWatchedFolder
+{
+public:
+    TWatchedFolder()
+    {
+        std::string root = (fs::temp_directory_path() / "error_text-XXXXXX").string();
+        Demand(::mkdtemp(root.data()) != nullptr, "a temporary folder can be created");
+        m_root = root;
+        std::ofstream(m_root / "a.css") << "p { white-space: pre }";
+        fs::current_path(m_root);
+        m_watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+        Demand(::inotify_add_watch(m_watch, root.c_str(), IN_OPEN) >= 0, "it can be watched");
+    }
+    ~TWatchedFolder()
+    {
+        ::close(m_watch);
+        std::error_code ignored;
+        fs::current_path("/", ignored);
+        fs::remove_all(m_root, ignored);
+    }
+    TWatchedFolder(const TWatchedFolder&) = delete;
+    TWatchedFolder& operator=(const TWatchedFolder&) = delete;
+
+    bool WasRead() const
+    {
+        std::array<char, 4096> events;
+        return ::read(m_watch, events.data(), events.size()) > 0;
+    }
+
+private:
+    fs::path m_root;
+    int m_watch = -1;
+};
+
+// Markup is read with fonts at hand, which Qt has only with an application. Never deleted: fonts
+// are still in use when the program ends.
+void NeedApplication()
+{
+    static int count = 1;
+    static char name[] = "fuzz_error_text";
+    static std::array<char*, 2> arguments = {name, nullptr};
+    static const QGuiApplication* const application = [] {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        return new QGuiApplication(count, arguments.data());
+    }();
+    Demand(application != nullptr, "there is an application");
+}
+
+std::wstring TakeText(std::string_view& bytes, bool isUtf8)
+{
+    const std::size_t end = bytes.find('\xff');
+    const std::string_view text = bytes.substr(0, end);
+    bytes = end == std::string_view::npos ? std::string_view() : bytes.substr(end + 1);
+    if (isUtf8) {
+        return QString::fromUtf8(text.data(), static_cast<int>(text.size())).toStdWString();
+    }
+    std::wstring characters(text.size() / sizeof(wchar_t), L'\0');
+    if (!characters.empty()) {
+        std::memcpy(characters.data(), text.data(), characters.size() * sizeof(wchar_t));
+    }
+    return characters;
+}
+
+void CheckCopy(const QString& text, int bufferSize)
+{
+    std::vector<wchar_t> buffer(static_cast<std::size_t>(bufferSize), L'x');
+    const int written = QStringToTCHAR(text, buffer.data(), bufferSize);
+    Demand(written >= 0 && written < bufferSize, "a copy fits");
+    Demand(buffer[static_cast<std::size_t>(written)] == L'\0', "a copy has its end");
+    Demand(written <= text.size(), "a copy is no longer than the text");
+}
+
+} // namespace
+
+// What the font library keeps until the program ends is not ours.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions()
+{
+    return "leak:libfontconfig";
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    NeedApplication();
+    static const TWatchedFolder folder;
+    if (size == 0 || size > longestInput) {
+        return 0;
+    }
+    std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
+    const bool isUtf8 = (data[0] & 1U) == 0;
+    kesdk::api::CErrorMsg record;
+    record.text1 = TakeText(bytes, isUtf8);
+    record.text2 = TakeText(bytes, isUtf8);
+    record.text3 = TakeText(bytes, isUtf8);
+    TErrors errors;
+    Demand(GetLastErrorMsg(errors).isNull(), "no record, no text");
+    errors.push_back(record);
+    const QString text = GetLastErrorMsg(errors);
+    Demand(!text.isEmpty(), "a record has its text");
+    Demand(!text.contains(QChar(0)), "a text holds no NUL");
+    Demand(text == GetLastErrorMsg(errors), "a record says the same each time");
+    Demand(!folder.WasRead(), "markup reads no files");
+    for (const int bufferSize : {1, 2, 7, text.size(), text.size() + 1}) {
+        CheckCopy(text, bufferSize);
+    }
+    return 0;
+}
