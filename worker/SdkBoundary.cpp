@@ -9,8 +9,8 @@
 
 namespace {
 
-// Loads nothing: otherwise a style sheet that the markup names would be read from the disk, also
-// one that never ends, as a device or a pipe.
+// Loads nothing: otherwise a style sheet that the markup names would be read from the disk. A pipe
+// in its place holds the caller up for ever, a device takes gigabytes of memory.
 class TTextOnlyDocument : public QTextDocument
 {
 public:
