@@ -119,6 +119,20 @@ TEST_F(DownloadResume, APartThatTheDiskLostIsFetchedAnew)
     ExpectWhole(0);
 }
 
+TEST_F(DownloadResume, AJournalWhosePartWasNotMadeYetIsNoHindrance)
+{
+    BeginAndStop();
+    std::filesystem::remove(folder.Path("here.zip.part"));
+    ExpectWhole(0);
+}
+
+TEST_F(DownloadResume, APartThatCannotBeMadeLeavesNoJournal)
+{
+    std::filesystem::create_directory(folder.Path("here.zip.part"));
+    EXPECT_EQ(Fetch().code, EErrorCode::eCannotWrite);
+    EXPECT_EQ(folder.EntryCount(), 1u);
+}
+
 TEST_F(DownloadResume, ATornJournalIsWorthNothing)
 {
     BeginAndStop();

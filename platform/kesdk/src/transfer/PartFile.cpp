@@ -129,18 +129,19 @@ Failure PartFile::Create(const PartOrigin& origin)
 {
     // A link under that name must not lead elsewhere: what an earlier run left goes first.
     Remove();
+    // Before there is a part: a large one that nobody knows would hold its space for ever.
+    m_hasJournal = !origin.account.empty() && origin.sizeBytes >= kWorthKeepingBytes &&
+                   WritePartJournal(m_paths.journal, origin);
     m_file = FileHandle(
         ::open(m_paths.part.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
     if (!m_file.IsOpen()) {
         const int error = errno;
+        if (m_hasJournal)
+            RemoveJournal(m_paths.journal);
         m_paths = {};
         return FailureOf("create", error);
     }
-    if (Failure failure = Claim(origin.sizeBytes); failure.IsSet())
-        return failure;
-    m_hasJournal = !origin.account.empty() && origin.sizeBytes >= kWorthKeepingBytes &&
-                   WritePartJournal(m_paths.journal, origin);
-    return {};
+    return Claim(origin.sizeBytes);
 }
 
 Failure PartFile::Claim(std::int64_t sizeBytes)
