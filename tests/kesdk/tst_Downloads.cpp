@@ -118,6 +118,24 @@ TEST_F(DownloadsTest, GivesUpWhenNothingGotThroughForFiveMinutes)
     EXPECT_LT(time->Now() - begin, std::chrono::minutes(5) + std::chrono::seconds(8));
 }
 
+TEST_F(DownloadsTest, GivesTheNextOneLittleTimeOnADeadLink)
+{
+    const FileRecord file = Record();
+    service.SetOnline(false);
+    ExpectNothing(Fetch(file), EErrorCode::eNoProgress);
+    Clock::Time begin = time->Now();
+    for (int i = 0; i < 20; ++i)
+        ExpectNothing(Fetch(file), EErrorCode::eNoProgress);
+    EXPECT_LT(time->Now() - begin, std::chrono::minutes(20));
+
+    service.SetOnline(true);
+    EXPECT_FALSE(Fetch(file).IsSet());
+    service.SetOnline(false);
+    begin = time->Now();
+    EXPECT_EQ(Fetch(file).code, EErrorCode::eNoProgress);
+    EXPECT_GE(time->Now() - begin, std::chrono::minutes(5)) << "all of it again";
+}
+
 TEST_F(DownloadsTest, GivesUpWhatOnlyComesAgainAndAgain)
 {
     const FileRecord file = Record();

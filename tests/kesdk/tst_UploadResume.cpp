@@ -54,6 +54,18 @@ TEST_F(UploadResume, GivesUpWhenNothingGotThroughForFiveMinutes)
     EXPECT_LT(lasted, std::chrono::minutes(5) + std::chrono::seconds(8)) << "one pause more";
 }
 
+TEST_F(UploadResume, GivesTheNextOneLittleTimeOnADeadLink)
+{
+    service.SetOnline(false);
+    ExpectFailure(Send(), EErrorCode::eNoProgress);
+    const Clock::Time begin = time->Now();
+    for (int i = 0; i < 20; ++i)
+        ExpectFailure(Send(), EErrorCode::eNoProgress);
+    EXPECT_LT(time->Now() - begin, std::chrono::minutes(20));
+    service.SetOnline(true);
+    EXPECT_TRUE(Send());
+}
+
 TEST_F(UploadResume, GoesOnForHoursAsLongAsSomethingGetsThrough)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 3));

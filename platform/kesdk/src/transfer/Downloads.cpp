@@ -94,8 +94,10 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
     PartFile part;
     const PartOrigin origin{call.account, file.id, file.etag, file.sizeBytes, file.sha256Hex};
     Failure failure = part.Open(localPath, origin, call.abort);
-    if (!failure.IsSet())
+    if (!failure.IsSet()) {
         failure = FetchWhole(call, file, part);
+        m_wasInVain = failure.Is(EErrorCode::eNoProgress);
+    }
     if (failure.IsSet()) {
         if (MayGoOnLater(failure))
             part.Keep();
@@ -126,7 +128,7 @@ Failure Downloads::FetchContent(const ApiCall& call, const FileRecord& file, Par
 {
     ApiCall once = call;
     once.policy.attempts = 1; // repeating is done here, where the offset is known
-    Progress progress{Patience(m_api.Http().Now()), part.SizeBytes()};
+    Progress progress{Patience(m_api.Http().Now(), m_wasInVain), part.SizeBytes()};
     int fruitless = 0;
     while (part.SizeBytes() < file.sizeBytes || file.sizeBytes == 0) {
         const std::int64_t before = progress.mostBytes;

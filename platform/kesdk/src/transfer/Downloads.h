@@ -26,6 +26,7 @@ private:
     Failure FetchContent(const ApiCall& call, const FileRecord& file, PartFile& part);
 
     ApiClient& m_api;
+    bool m_wasInVain = false; // the last one, for the link's sake
 };
 
 } // namespace kesdk::impl

@@ -19,13 +19,18 @@ inline constexpr RetryPolicy kTransferPolicy{1, std::chrono::milliseconds(500),
 // Answers in a row that bring a transfer no further. A link does not give those.
 inline constexpr int kMostFruitlessAnswers = 6;
 
-// A transfer goes on for as long as bytes arrive, and is given up when none did for so long.
+// A transfer goes on for as long as bytes arrive, and is given up when none did for so long. After
+// one that was, the next has little time to bring the first byte: a selection of many files would
+// wait for hours on a dead link otherwise.
 class Patience
 {
 public:
     static constexpr std::chrono::minutes kLongest{5};
+    static constexpr std::chrono::seconds kAfterOneInVain{30};
 
-    explicit Patience(Clock::Time now) : m_progress(now) {}
+    Patience(Clock::Time now, bool wasOneInVain)
+        : m_progress(wasOneInVain ? now - kLongest + kAfterOneInVain : now)
+    {}
 
     void SeeProgress(Clock::Time at)
     {

@@ -41,7 +41,7 @@ std::vector<FileRecord> RecordsOf(const NewUpload& upload, const UploadRecord& r
 Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::string& localPath,
                                               const std::vector<std::int64_t>& targetInboxIds)
 {
-    Job job(m_api.Http().Now());
+    Job job(Patience(m_api.Http().Now(), m_wasInVain));
     job.call = call;
     job.call.policy.attempts = 1; // repeating is done here, where the offsets are known
     job.upload.targetInboxIds = targetInboxIds;
@@ -49,6 +49,7 @@ Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::st
         return failure;
     for (;;) {
         const Result<UploadRecord> result = RunToEnd(job);
+        m_wasInVain = result.failure.Is(EErrorCode::eNoProgress);
         if (!result) {
             if (!MayGoOnLater(result.failure))
                 m_journal.Forget(job.origin);

@@ -64,7 +64,7 @@ private:
         bool hasSent = false; // content, in this call and under this key
         bool isOld = false;   // begun before this call
 
-        explicit Job(Clock::Time now) : patience(now) {}
+        explicit Job(const Patience& full) : patience(full) {}
     };
 
     static bool IsSending(EStep step) { return step == EStep::eBegin || step == EStep::eContinue; }
@@ -82,6 +82,7 @@ private:
     ApiClient& m_api;
     UploadKeys m_keys;
     UploadJournal m_journal;
+    bool m_wasInVain = false; // the last one, for the link's sake
 };
 
 } // namespace kesdk::impl
