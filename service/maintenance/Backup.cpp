@@ -56,7 +56,7 @@ public:
     }
 
 private:
-    /** False if it is not there. */
+    /** False if it is not there. One that the disk cannot read is no reason to have no backup. */
     bool copyContent(const std::string& sha256)
     {
         const fs::path target = contentPath(to_, sha256);
@@ -64,11 +64,12 @@ private:
         try {
             copied_.insert_or_assign(sha256, copyFile(contentPath(from_, sha256), target));
             return true;
-        } catch (const std::system_error& error) {
-            if (error.code() != std::errc::no_such_file_or_directory) {
-                throw;
+        } catch (const CannotRead& error) {
+            if (error.code() == std::errc::no_such_file_or_directory) {
+                return false;
             }
-            return false;
+            unreadable_.insert_or_assign(sha256, error.what());
+            return true;
         }
     }
 
@@ -118,10 +119,7 @@ private:
         for (const OpenUpload& upload : uploads_) {
             try {
                 copyFile(from_ / "uploads" / upload.id, to_ / "uploads" / upload.id);
-            } catch (const std::system_error& error) {
-                if (error.code() != std::errc::no_such_file_or_directory) {
-                    throw;
-                }
+            } catch (const CannotRead&) { // nor can the service go on with it
             }
         }
     }
@@ -132,7 +130,10 @@ private:
         for (const WantedContent& content : wanted_) {
             const auto copied = copied_.find(content.sha256);
             const std::string name = "content " + content.sha256 + " (" + content.firstFile + ") ";
-            if (copied == copied_.end()) {
+            const auto unreadable = unreadable_.find(content.sha256);
+            if (unreadable != unreadable_.end()) {
+                report.damages.push_back(name + "cannot be read: " + unreadable->second);
+            } else if (copied == copied_.end()) {
                 report.damages.push_back(name + "is missing");
             } else if (copied->second.sha256 != content.sha256) {
                 report.damages.push_back(name + "is not what was uploaded");
@@ -147,6 +148,7 @@ private:
     const fs::path& from_;
     const fs::path& to_;
     std::map<std::string, CopiedFile> copied_;
+    std::map<std::string, std::string> unreadable_; // why, by digest
     std::vector<WantedContent> wanted_;
     std::vector<OpenUpload> uploads_;
 };

@@ -20,15 +20,20 @@ namespace {
 
 constexpr std::size_t chunkBytes = 1024 * 1024;
 
+[[noreturn]] void throwCannotRead(const char* what)
+{
+    throw CannotRead(errno, std::generic_category(), what);
+}
+
 } // namespace
 
 CopiedFile copyFile(const fs::path& from, const fs::path& to)
 {
-    const FileDescriptor source = openFile(from, O_RDONLY | O_NOFOLLOW);
+    const FileDescriptor source(::open(from.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     struct stat status
     {};
-    if (::fstat(source.get(), &status) != 0) {
-        throwErrno("fstat");
+    if (source.get() < 0 || ::fstat(source.get(), &status) != 0) {
+        throwCannotRead("open");
     }
     const FileDescriptor target =
         openFile(to, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, status.st_mode & 0777);
@@ -38,7 +43,10 @@ CopiedFile copyFile(const fs::path& from, const fs::path& to)
     for (;;) {
         const ssize_t got = ::read(source.get(), buffer.get(), chunkBytes);
         if (got < 0 && errno != EINTR) {
-            throwErrno("read");
+            const int error = errno;
+            ::unlink(to.c_str());
+            errno = error;
+            throwCannotRead("read");
         }
         if (got == 0) {
             break;

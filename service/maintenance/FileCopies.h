@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <system_error>
 
 namespace kelvo::maintenance {
 
@@ -13,10 +14,17 @@ struct CopiedFile
     std::uint64_t sizeBytes = 0;
 };
 
+/** The source of a copy cannot be read, or is not there; nothing stands at the target. */
+class CannotRead : public std::system_error
+{
+public:
+    using std::system_error::system_error;
+};
+
 /**
  * Copies a regular file that may grow or be removed meanwhile: what is there when it gets there is
  * copied. The copy has the source's mode and is on the disk, its name is not: sync its folder.
- * Throws std::system_error, also when `to` exists.
+ * Throws CannotRead; for the target std::system_error, also when `to` exists.
  */
 CopiedFile copyFile(const std::filesystem::path& from, const std::filesystem::path& to);
 

@@ -99,7 +99,13 @@ void copyContents(const fs::path& from, const fs::path& to, CopyReport& report)
         }
         const fs::path target = contentPath(to, sha256);
         fs::create_directory(target.parent_path());
-        const CopiedFile copied = copyFile(file, target);
+        CopiedFile copied;
+        try {
+            copied = copyFile(file, target);
+        } catch (const CannotRead& error) { // what is good comes back all the same
+            report.damages.push_back("content " + sha256 + " cannot be read: " + error.what());
+            continue;
+        }
         if (copied.sha256 != sha256) {
             report.damages.push_back("content " + sha256 + " is damaged in the backup");
         }

@@ -4,6 +4,7 @@
 #include "service/DataFolder.h"
 #include "service/Service.h"
 #include "service/maintenance/Restore.h"
+#include "service/maintenance/StoreFiles.h"
 #include "service/maintenance/Verify.h"
 #include "service/store/Events.h"
 #include "service/store/Files.h"
@@ -190,12 +191,31 @@ TEST_F(BackingUp, NeverLiesInWhatItIsABackupOf)
     EXPECT_TRUE(verify(restored()).isClean());
 }
 
-TEST_F(BackingUp, LeavesNothingWhenItFails)
+TEST_F(BackingUp, TellsWhatCannotBeReadAndKeepsTheRest)
 {
     fs::remove(pathOf("a field"));
     fs::create_directory(pathOf("a field")); // can be opened, cannot be read
-    EXPECT_THROW(back(), std::system_error);
-    EXPECT_THAT(names(), IsEmpty());
+    const CopyReport made = back();
+    EXPECT_THAT(made.damages, ElementsAre(HasSubstr("cannot be read")));
+    EXPECT_EQ(made.contents, 1U);
+    EXPECT_THAT(bring().damages, ElementsAre(HasSubstr("missing in the backup")));
+}
+
+TEST_F(BackingUp, RestoresWhatCanBeRead)
+{
+    back();
+    const fs::path content = contentPath(backup(), pathOf("a field").filename());
+    fs::remove(content);
+    fs::create_symlink("/dev/null", content);
+    EXPECT_THAT(bring().damages, testing::Contains(HasSubstr("cannot be read")));
+    EXPECT_EQ(number("SELECT COUNT(*) FROM files"), 3);
+}
+
+TEST_F(BackingUp, LeavesNothingWhenItFails)
+{
+    replaceFile(elsewhere.path() / "file", "", 0600);
+    EXPECT_ANY_THROW(backUp(folder.path(), elsewhere.path() / "file" / "backup"));
+    EXPECT_THAT(names(), ElementsAre("file"));
 }
 
 TEST_F(BackingUp, RestoresOnlyACompleteBackup)
@@ -233,17 +253,16 @@ TEST_F(BackingUp, RestoresNotUnderARunningService)
 TEST_F(BackingUp, MarksARestoreThatDidNotEnd)
 {
     back();
-    const fs::path content = contents.contentPath(sha256Hex("a field"));
-    const fs::path inBackup = backup() / fs::relative(content, folder.path());
-    fs::remove(inBackup);
-    fs::create_directory(inBackup);
+    const fs::path key = backup() / "tls" / "ca.key";
+    const fs::path aside = elsewhere.path() / "ca.key";
+    fs::rename(key, aside);
+    fs::create_symlink(aside, key); // a copy follows no link
     EXPECT_THROW(bring(), std::system_error);
     ServeOptions options;
     options.dataFolder = restored();
     options.listen = "127.0.0.1:0";
     EXPECT_THAT(refusal([&options] { runService(options); }), HasSubstr("restore"));
-    fs::remove(inBackup);
-    fs::copy(content, inBackup);
+    fs::rename(aside, key);
     EXPECT_THAT(refusal([this] { bring(); }), HasSubstr("not empty"));
     bring(true);
     EXPECT_TRUE(verify(restored()).isClean());
