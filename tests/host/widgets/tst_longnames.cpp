@@ -1,0 +1,155 @@
+// Names that are too long for their row: drawn with a gap, shown in full while one is at them.
+#include "TNames.h"
+#include "hostimpl/Theme.h"
+#include "support/WidgetTestMain.h"
+
+#include <QtWidgets/QScrollBar>
+
+namespace {
+
+const QString longName =
+    QStringLiteral("A field with a name that nobody could ever show whole in one row of a list, "
+                   "for it goes on and on and on.zip");
+
+} // namespace
+
+class tst_LongNames : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
+    void elidesInTheMiddle();
+    void showsTheFullName();
+    void showsNoBandForShortNames();
+    void selectsWhatIsTouched();
+    void bandLeavesItsRowFree();
+    void aTouchTakesTheBandAway();
+    void bandGoesWithItsRow();
+    void showsTheFullNameWithoutBlanks();
+    void fullNameIsPlainText();
+};
+
+void tst_LongNames::elidesInTheMiddle()
+{
+    const QString other = QString(longName).replace(QStringLiteral(".zip"), QStringLiteral(".txt"));
+    TNames names({longName, other});
+    const QImage image = names.list.viewport()->grab().toImage();
+    const QRect first = names.list.visualItemRect(names.list.item(0));
+    const QRect second = names.list.visualItemRect(names.list.item(1));
+    const int half = first.width() / 2;
+    const QSize size(half, first.height() - 2);
+    QCOMPARE(image.copy(QRect(first.topLeft(), size)), image.copy(QRect(second.topLeft(), size)));
+    const QPoint right(half, 0);
+    QVERIFY(image.copy(QRect(first.topLeft() + right, size)) !=
+            image.copy(QRect(second.topLeft() + right, size)));
+}
+
+void tst_LongNames::showsTheFullName()
+{
+    TNames names({QStringLiteral("short"), longName});
+    QVERIFY(names.list.item(1)->toolTip().contains(longName));
+    QVERIFY(!names.Band().isVisible());
+    names.Click(1);
+    QVERIFY(names.Band().isVisible());
+    QCOMPARE(names.Band().Name(), longName);
+    QVERIFY(names.Band().height() >= names.Band().heightForWidth(names.Band().width()));
+    QVERIFY(names.list.rect().contains(names.Band().geometry()));
+    QVERIFY(!names.Band().geometry().intersects(names.RowOf(1)));
+}
+
+void tst_LongNames::showsNoBandForShortNames()
+{
+    TNames names({QStringLiteral("short"), longName});
+    names.Click(1);
+    names.Click(0);
+    QVERIFY(!names.Band().isVisible());
+    names.Click(1);
+    names.list.clear();
+    QVERIFY(!names.Band().isVisible());
+}
+
+// The row that was touched, however the name of the one before was shown.
+void tst_LongNames::selectsWhatIsTouched()
+{
+    QStringList all = Numbered(20);
+    all[18] = longName;
+    TNames names(all);
+    names.list.scrollToBottom();
+    names.Click(18);
+    QVERIFY(names.Band().isVisible());
+    const int scrolled = names.list.verticalScrollBar()->value();
+    names.Click(17);
+    QCOMPARE(names.list.GetSelectedTextItems(), QStringList({all[17], longName}));
+    QCOMPARE(names.list.verticalScrollBar()->value(), scrolled);
+    names.Click(19);
+    QCOMPARE(names.list.GetSelectedTextItems(), QStringList({all[17], longName, all[19]}));
+}
+
+void tst_LongNames::bandLeavesItsRowFree()
+{
+    TNames names({longName, QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), longName,
+                  QStringLiteral("d")});
+    for (const int row : {0, 4}) {
+        names.list.setCurrentRow(row);
+        QVERIFY(names.Band().isVisible());
+        QVERIFY(!names.Band().geometry().intersects(names.RowOf(row)));
+    }
+    names.list.scrollToBottom();
+    QVERIFY(!names.Band().geometry().intersects(names.RowOf(4)));
+    names.list.verticalScrollBar()->setValue(0);
+    QVERIFY(!names.Band().geometry().intersects(names.RowOf(4)));
+}
+
+void tst_LongNames::aTouchTakesTheBandAway()
+{
+    TNames names(Numbered(3) + QStringList(longName));
+    names.Click(3);
+    QVERIFY(names.Band().isVisible());
+    const QStringList selected = names.list.GetSelectedTextItems();
+    QTest::mouseClick(&names.Band(), Qt::LeftButton);
+    QVERIFY(!names.Band().isVisible());
+    QCOMPARE(names.list.GetSelectedTextItems(), selected);
+}
+
+void tst_LongNames::bandGoesWithItsRow()
+{
+    TNames names(QStringList(longName) + Numbered(20));
+    names.Click(0);
+    QVERIFY(names.Band().isVisible());
+    names.list.scrollToBottom();
+    QVERIFY(!names.Band().isVisible());
+    names.list.scrollToTop();
+    QVERIFY(names.Band().isVisible());
+}
+
+// Ink on the last line, and none at the right edge, where a name that is cut would have some.
+void tst_LongNames::showsTheFullNameWithoutBlanks()
+{
+    TNames names({QString(180, QLatin1Char('m')) + QStringLiteral(".zip")});
+    names.Click(0);
+    const QImage image = names.Band().grab().toImage();
+    const QColor ground = hostimpl::ThemeColour(hostimpl::EColour::eWindow);
+    const auto hasInk = [&](const QRect& area) {
+        for (int y = area.top(); y <= area.bottom(); ++y) {
+            for (int x = area.left(); x <= area.right(); ++x) {
+                if (image.pixelColor(x, y) != ground) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    };
+    QVERIFY(names.Band().height() >= names.Band().heightForWidth(names.Band().width()));
+    QVERIFY(hasInk(QRect(0, image.height() - 20, image.width(), 20)));
+    QVERIFY(!hasInk(QRect(image.width() - 10, 0, 10, image.height())));
+}
+
+void tst_LongNames::fullNameIsPlainText()
+{
+    TNames names({QStringLiteral("<b>bold</b>")});
+    QCOMPARE(names.list.item(0)->toolTip(), QStringLiteral("<span>&lt;b&gt;bold&lt;/b&gt;</span>"));
+}
+
+KELVO_WIDGET_TEST_MAIN(tst_LongNames)
+#include "tst_longnames.moc"
