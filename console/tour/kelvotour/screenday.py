@@ -150,7 +150,7 @@ class ScreenDay:
             screen = window.look()
             require(sorted(screen.selected()) == sorted(chosen), f"selected are {screen.selected()}")
             require(screen.can_press("Download"), "Download is off")
-        with self.shown("08-downloading", "they are downloaded; the dialog shows that it goes on"), self.service_asleep():
+        with self.service_asleep(), self.shown("08-downloading", "they are downloaded; the dialog shows that it goes on"):
             window.press("Download")
             window.until(lambda screen: chosen[0] in screen.dialog(text("File Transfer"))["text"], "its name")
         with self.shown("09-downloaded", "they are complete, and unpacked byte for byte"):
