@@ -194,7 +194,8 @@ class ScreenDay:
         """When the operation has ended: then its dialog can be closed."""
         def is_said(screen):
             dialog = screen.dialog(self.text(title))
-            return dialog is not None and words in dialog["text"] and dialog["buttons"][0]["enabled"]
+            is_busy = screen.button(self.text("Processing, please wait")) is not None
+            return dialog is not None and words in dialog["text"] and dialog["buttons"][0]["enabled"] and not is_busy
         return self.window.until(is_said, f"{words} in {title}")
 
     def look_at_what_came(self):
