@@ -16,6 +16,26 @@ endif()
 add_compile_definitions(_FILE_OFFSET_BITS=64)
 add_link_options(-Wl,-z,defs)
 
+# The same commit gives the same bytes in whatever folder it is built: no path of the build's machine
+# is left in them, and what asks for the time is told the commit's.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+if(NOT KELVO_SANITIZE AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+    file(RELATIVE_PATH kelvo_tree "${CMAKE_BINARY_DIR}" "${CMAKE_SOURCE_DIR}")
+    cmake_path(APPEND kelvo_tree "") # ends in a slash; what ccache calls the tree
+    foreach(prefix "${CMAKE_SOURCE_DIR}/" "${kelvo_tree}" "${CMAKE_BINARY_DIR}/")
+        add_compile_options("-ffile-prefix-map=${prefix}=")
+    endforeach()
+    add_compile_options("-ffile-prefix-map=${CMAKE_BINARY_DIR}=.")
+endif()
+if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
+    execute_process(COMMAND git log -1 --format=%ct
+        WORKING_DIRECTORY "${CMAKE_SOURCE_DIR}"
+        OUTPUT_VARIABLE kelvo_commit_time OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+    if(kelvo_commit_time)
+        set(ENV{SOURCE_DATE_EPOCH} "${kelvo_commit_time}")
+    endif()
+endif()
+
 find_program(KELVO_CCACHE ccache)
 if(KELVO_CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER "${KELVO_CCACHE}")
