@@ -1,10 +1,8 @@
 // The real libkelvo.so, started and ended many times in one process, with a service within reach.
-// Run by test_rounds.py, which has the service and tells in the environment where it is:
-// KELVO_API_HOST, KESDK_CA_FILE, KELVO_USER, KELVO_PASSWORD.
+// Run by test_rounds.py, which has the service.
 #include "support/GuiTestMain.h"
-#include "tests/plugin/TLoadedPlugin.h"
+#include "tests/e2e/TRounds.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QMetaMethod>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QtTest>
@@ -18,44 +16,20 @@ class tst_PluginRounds : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void initTestCase();
-    void aHundredTimesWithASessionBetween();
-    void aHundredTimesWithFinaliseDuringTheLogin();
+    void aLeakInEachRoundIsFound();
+    void manyTimesWithASessionBetween();
+    void manyTimesWithFinaliseDuringTheLogin();
 
 private:
-    bool LogIn();
-
-    TLoadedPlugin m_plugin;
+    TRounds m_rounds;
 };
 
 namespace {
 
-constexpr int ROUNDS = 100;
-// By then everything is there that a process makes once.
-constexpr int SETTLED_ROUNDS = 10;
+constexpr int ROUNDS_TO_FIND_A_LEAK = 50;
+constexpr int LEAKED_BYTES = 200;
 // The request, its success and the six lists.
 constexpr int SIGNALS_OF_A_LOGIN = 8;
-
-// What the process holds that a start could have left behind.
-class TBelongings
-{
-public:
-    // To be asked repeatedly: the system lists a thread a moment longer than its join lasts.
-    bool IsWithin(const TBelongings& other) const
-    {
-        return threads <= other.threads && files <= other.files;
-    }
-
-private:
-    static int Count(const QString& folder)
-    {
-        return QDir(folder)
-            .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
-            .size();
-    }
-
-    int threads = Count(QStringLiteral("/proc/self/task"));
-    int files = Count(QStringLiteral("/proc/self/fd"));
-};
 
 // Counts the hub's signals, whichever they are.
 class TSignalCounter
@@ -85,53 +59,49 @@ private:
 
 void tst_PluginRounds::initTestCase()
 {
-    QVERIFY2(qEnvironmentVariableIsSet("KELVO_API_HOST"), "to be run by test_rounds.py");
-    m_plugin.ConfigureOperator(qEnvironmentVariable("KELVO_USER"),
-                               qEnvironmentVariable("KELVO_PASSWORD"));
-    QVERIFY2(m_plugin.Load(), qPrintable(m_plugin.ErrorString()));
+    const QString problem = m_rounds.Load();
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
 }
 
-bool tst_PluginRounds::LogIn()
+// The other tests would be worth nothing if this were not so.
+void tst_PluginRounds::aLeakInEachRoundIsFound()
 {
-    TKelvoInterface* const hub = m_plugin.Hub();
-    hub->OnLoginToKelvoRequested();
-    return QTest::qWaitFor([hub] { return hub->IsKelvoLoggedIn(); }, TLoadedPlugin::HANG_GUARD_MS);
+    std::vector<std::unique_ptr<char[]>> leaked(ROUNDS_TO_FIND_A_LEAK);
+    const QString problem = m_rounds.Run(ROUNDS_TO_FIND_A_LEAK, [&leaked](int round) {
+        leaked[static_cast<std::size_t>(round)] = std::make_unique<char[]>(LEAKED_BYTES);
+        return true;
+    });
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    qInfo("%s", qPrintable(m_rounds.Record().ToText()));
+    QVERIFY(!m_rounds.Growth().isEmpty());
+    QVERIFY(m_rounds.Record().HeapBytesARound() >= LEAKED_BYTES - TRounds::HEAP_BYTES_A_ROUND);
 }
 
-void tst_PluginRounds::aHundredTimesWithASessionBetween()
+void tst_PluginRounds::manyTimesWithASessionBetween()
 {
-    TBelongings settled;
-    for (int round = 0; round < ROUNDS; ++round) {
-        QVERIFY(m_plugin.InitialiseAndWait());
-        QVERIFY2(LogIn(), qPrintable(QStringLiteral("round %1").arg(round)));
-        m_plugin.Finalise();
-        QVERIFY(m_plugin.Hub() == nullptr);
-        if (round == SETTLED_ROUNDS)
-            settled = TBelongings();
-    }
-    QTRY_VERIFY(TBelongings().IsWithin(settled));
+    const QString problem =
+        m_rounds.Run(TRounds::Count(), [this](int) { return m_rounds.LogIn(); });
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    qInfo("%s", qPrintable(m_rounds.Record().ToText()));
+    const QString growth = m_rounds.Growth();
+    QVERIFY2(growth.isEmpty(), qPrintable(growth));
 }
 
 // The end comes one signal of the hub later in each round, from the request to the last list.
-void tst_PluginRounds::aHundredTimesWithFinaliseDuringTheLogin()
+void tst_PluginRounds::manyTimesWithFinaliseDuringTheLogin()
 {
-    TBelongings settled;
-    for (int round = 0; round < ROUNDS; ++round) {
-        QVERIFY(m_plugin.InitialiseAndWait());
-        {
-            const TSignalCounter counter(*m_plugin.Hub());
-            m_plugin.Hub()->OnLoginToKelvoRequested();
-            QVERIFY2(
-                QTest::qWaitFor([&] { return counter.Count() >= round % SIGNALS_OF_A_LOGIN + 1; },
-                                TLoadedPlugin::HANG_GUARD_MS),
-                qPrintable(QStringLiteral("round %1").arg(round)));
-        }
-        m_plugin.Finalise();
-        QVERIFY(m_plugin.Hub() == nullptr);
-        if (round == SETTLED_ROUNDS)
-            settled = TBelongings();
-    }
-    QTRY_VERIFY(TBelongings().IsWithin(settled));
+    const QString problem = m_rounds.Run(TRounds::Count(), [this](int round) {
+        TKelvoInterface* const hub = m_rounds.Plugin().Hub();
+        const TSignalCounter counter(*hub);
+        hub->OnLoginToKelvoRequested();
+        const int signalsToCome = round % SIGNALS_OF_A_LOGIN + 1;
+        return QTest::qWaitFor([&] { return counter.Count() >= signalsToCome; },
+                               TLoadedPlugin::HANG_GUARD_MS);
+    });
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    qInfo("%s", qPrintable(m_rounds.Record().ToText()));
+    const QString growth = m_rounds.Growth();
+    QVERIFY2(growth.isEmpty(), qPrintable(growth));
 }
 
 KELVO_GUI_TEST_MAIN(tst_PluginRounds)

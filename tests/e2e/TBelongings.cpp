@@ -1,0 +1,77 @@
+// Counts what the process holds: threads, descriptors, memory.
+#include "tests/e2e/TBelongings.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+
+#include <algorithm>
+#include <vector>
+
+#include <malloc.h>
+#include <unistd.h>
+
+// A sanitizer's allocator takes the place of the C library's, which then counts nothing.
+extern "C" __attribute__((weak)) std::size_t __sanitizer_get_current_allocated_bytes();
+
+namespace {
+
+int Count(const QString& folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
+}
+
+qint64 HeapBytes()
+{
+    if (&__sanitizer_get_current_allocated_bytes != nullptr)
+        return static_cast<qint64>(__sanitizer_get_current_allocated_bytes());
+    const struct mallinfo2 info = ::mallinfo2(); // all arenas
+    return static_cast<qint64>(info.uordblks + info.hblkhd);
+}
+
+qint64 ResidentBytes()
+{
+    QFile file(QStringLiteral("/proc/self/statm"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    return file.readAll().split(' ').value(1).toLongLong() * ::sysconf(_SC_PAGESIZE);
+}
+
+} // namespace
+
+TBelongings TBelongings::Now()
+{
+    return {Count(QStringLiteral("/proc/self/task")), Count(QStringLiteral("/proc/self/fd")),
+            HeapBytes(), ResidentBytes()};
+}
+
+double TRoundRecord::HeapBytesARound() const
+{
+    const auto median = [this](int begin, int end) {
+        std::vector<qint64> values;
+        for (int i = begin; i < end; ++i)
+            values.push_back(m_rounds[i].heapBytes);
+        const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+        std::nth_element(values.begin(), middle, values.end());
+        return *middle;
+    };
+    const int rounds = m_rounds.size();
+    const int settled = rounds / 10;
+    const int part = (rounds - settled) / 3;
+    const qint64 growth = median(rounds - part, rounds) - median(settled, settled + part);
+    return static_cast<double>(growth) / (rounds - settled - part);
+}
+
+QString TRoundRecord::ToText() const
+{
+    const auto one = [](const char* when, const TBelongings& belongings) {
+        return QStringLiteral("%1: heap %2 bytes, resident %3 KiB, %4 threads, %5 descriptors; ")
+            .arg(QLatin1String(when))
+            .arg(belongings.heapBytes)
+            .arg(belongings.residentBytes / 1024)
+            .arg(belongings.threads)
+            .arg(belongings.files);
+    };
+    return QStringLiteral("%1 rounds; ").arg(m_rounds.size()) + one("first", m_rounds.first()) +
+           one("settled", Settled()) + one("last", m_rounds.last()) +
+           QStringLiteral("growth of the heap: %1 bytes a round").arg(HeapBytesARound(), 0, 'f', 1);
+}
