@@ -1,0 +1,84 @@
+# The packages, for CPack. What they need of the distribution's libraries is found when they are made
+# (Relations.cmake); here stands what the binaries do not tell.
+
+# kelvo_package(NAME SUMMARY TEXT [DEPENDS ...] [RECOMMENDS ...] [SUGGESTS ...] [SCRIPTS ...])
+function(kelvo_package name summary text)
+    cmake_parse_arguments(PARSE_ARGV 3 arg "" "" "DEPENDS;RECOMMENDS;SUGGESTS;SCRIPTS")
+    install(FILES "${CMAKE_CURRENT_SOURCE_DIR}/copyright" DESTINATION share/doc/${name} COMPONENT ${name})
+    string(TOUPPER "${name}" upper)
+    set(variable "CPACK_DEBIAN_${upper}")
+    set(${variable}_PACKAGE_NAME "${name}" PARENT_SCOPE)
+    set(${variable}_DESCRIPTION "${summary}\n${text}" PARENT_SCOPE)
+    foreach(relation IN ITEMS DEPENDS RECOMMENDS SUGGESTS)
+        list(JOIN arg_${relation} ", " packages)
+        set(${variable}_PACKAGE_${relation} "${packages}" PARENT_SCOPE)
+    endforeach()
+    list(TRANSFORM arg_SCRIPTS PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/${name}/")
+    set(${variable}_PACKAGE_CONTROL_EXTRA "${arg_SCRIPTS}" PARENT_SCOPE)
+    set(CPACK_COMPONENTS_ALL "${CPACK_COMPONENTS_ALL};${name}" PARENT_SCOPE)
+endfunction()
+
+set(CPACK_COMPONENTS_ALL "")
+if(TARGET kesdk)
+    kelvo_package(libkesdk "client library of the KELVO farm-data service"
+        "Keeps a console's connection to the service over links that are slow and drop: what it\nreports as sent, the service holds; what it reports as fetched is whole."
+        RECOMMENDS ca-certificates)
+endif()
+if(TARGET consolehost)
+    kelvo_package(libconsolehost "host framework of KELVO guidance consoles"
+        "Windows, widgets, settings and unpacking, as a console offers them to its plug-ins.")
+endif()
+if(TARGET kelvo)
+    kelvo_package(kelvo-plugin "KELVO plug-in for guidance consoles"
+        "Exchanges prescription maps, guidance lines and job reports between the console in a\ntractor cab and a farm-data service.")
+endif()
+if(TARGET kelvo-console)
+    kelvo_package(kelvo-console "guidance console for the desk, with or without a window"
+        "Loads the KELVO plug-in, gives it positions and shows its screens, or takes commands\nwithout any."
+        RECOMMENDS kelvo-plugin fonts-dejavu-core SUGGESTS kelvo-keyboard gpsd)
+endif()
+if(TARGET kelvo_keyboard)
+    kelvo_package(kelvo-keyboard "on-screen keyboard of the KELVO console"
+        "Shows Qt Virtual Keyboard, which is under the GPL 3, in the console's window."
+        DEPENDS qtvirtualkeyboard-plugin qml-module-qtquick-virtualkeyboard qml-module-qtquick2
+            qml-module-qtquick-window2 qml-module-qtquick-layouts qml-module-qt-labs-folderlistmodel
+        RECOMMENDS kelvo-console)
+endif()
+if(TARGET kelvo-service)
+    kelvo_package(kelvo-service "KELVO farm-data service"
+        "Keeps the files that guidance consoles and farm offices exchange. With kelvoctl, its\ncommand line."
+        DEPENDS adduser SCRIPTS postinst prerm postrm conffiles)
+endif()
+
+# As Debian calls what the compiler makes; no tool of Debian's is asked, because that knows its own
+# machine only.
+set(architecture_x86_64-linux-gnu amd64)
+set(architecture_aarch64-linux-gnu arm64)
+set(architecture_arm-linux-gnueabihf armhf)
+execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -dumpmachine
+    OUTPUT_VARIABLE machine OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_VENDOR KELVO)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each has its own
+set(CPACK_PACKAGE_CONTACT "KELVO developers <developers@kelvo.invalid>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_INSTALL_PREFIX /usr)
+set(CPACK_SET_DESTDIR ON) # for what lies in /etc
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_GROUPING IGNORE)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE "${architecture_${machine}}")
+set(CPACK_DEBIAN_PACKAGE_SECTION misc)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_COMPRESSION_TYPE zstd) # a minute less than xz: most of it is debug symbols
+set(CPACK_DEBIAN_DEBUGINFO_PACKAGE ON)
+set(CPACK_OBJCOPY_EXECUTABLE "${CMAKE_OBJCOPY}")
+set(CPACK_READELF_EXECUTABLE "${CMAKE_READELF}")
+set(CPACK_PROJECT_CONFIG_FILE "${CMAKE_CURRENT_SOURCE_DIR}/Relations.cmake")
+set(CPACK_KELVO_TREE "${PROJECT_SOURCE_DIR}")
+set(CPACK_KELVO_BINARIES "${CMAKE_CURRENT_BINARY_DIR}/binaries.txt")
+set(CPACK_VERBATIM_VARIABLES ON)
+include(CPack)
