@@ -20,11 +20,11 @@ BodyReader::BodyReader(Transport& transport, const Limits& limits, const Request
                        std::string& early)
     : transport_(transport),
       limits_(limits),
+      patience_(limits.bodyStall, limits.bodyProgressBytes),
       early_(early),
       lengthBytes_(head.contentLength.value_or(0)),
       remainingBytes_(lengthBytes_),
       awaitsContinue_(head.expectsContinue && lengthBytes_ > 0 && early.empty()),
-      patience_(limits.bodyStall),
       mayStillRead_(lengthBytes_)
 {}
 
@@ -49,7 +49,8 @@ Async<IoResult> BodyReader::readSome(asio::mutable_buffer buffer)
     const IoResult result = co_await readFromPeer(asio::buffer(buffer.data(), wanted));
     transport_.neverExpire(); // the handler may take its time
     count(result.bytes);
-    spend(std::chrono::ceil<std::chrono::milliseconds>(Steady::now() - start), result.bytes);
+    patience_.spend(std::chrono::ceil<std::chrono::milliseconds>(Steady::now() - start),
+                    result.bytes);
     co_return result;
 }
 
@@ -58,30 +59,14 @@ Async<IoResult> BodyReader::readFromPeer(asio::mutable_buffer buffer)
     if (awaitsContinue_) {
         awaitsContinue_ = false;
         static constexpr std::string_view goAhead = "HTTP/1.1 100 Continue\r\n\r\n";
-        transport_.expireAfter(patience_);
+        transport_.expireAfter(patience_.left());
         const auto failed = co_await transport_.write(asio::buffer(goAhead));
         if (failed) {
             co_return IoResult{0, failed};
         }
     }
-    transport_.expireAfter(patience_);
+    transport_.expireAfter(patience_.left());
     co_return co_await transport_.readSome(buffer);
-}
-
-void BodyReader::spend(std::chrono::milliseconds waited, std::size_t bytes)
-{
-    sinceRenewedBytes_ += bytes;
-    patience_ -= std::min(waited, patience_);
-    if (sinceRenewedBytes_ >= limits_.bodyProgressBytes && !hurried_) {
-        sinceRenewedBytes_ = 0;
-        patience_ = limits_.bodyStall;
-    }
-}
-
-void BodyReader::hurry(std::chrono::milliseconds total)
-{
-    hurried_ = true;
-    patience_ = total;
 }
 
 Async<IoResult> BodyReader::fill(asio::mutable_buffer buffer)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/http/Limits.h"
+#include "service/http/Patience.h"
 #include "service/http/RequestHead.h"
 #include "service/http/Transport.h"
 
@@ -38,7 +39,7 @@ public:
     Async<std::string> readAll(std::size_t limitBytes);
 
     /** From now on what is still to come must come within this time, however much it is. */
-    void hurry(std::chrono::milliseconds total);
+    void hurry(std::chrono::milliseconds total) { patience_.end(total); }
 
     /**
      * Ends the reading, present and future, with an error: somebody else takes over. What has
@@ -51,17 +52,14 @@ public:
 private:
     Async<IoResult> readFromPeer(asio::mutable_buffer buffer);
     void count(std::size_t bytes);
-    void spend(std::chrono::milliseconds waited, std::size_t bytes);
 
     Transport& transport_;
     const Limits& limits_;
+    Patience patience_;
     std::string& early_;
     std::uint64_t lengthBytes_;
     std::uint64_t remainingBytes_;
     bool awaitsContinue_;
-    std::chrono::milliseconds patience_;  // what is left of it, until enough has come
-    std::uint64_t sinceRenewedBytes_ = 0; // what has come since it was full
-    bool hurried_ = false;                // it is not renewed any more
     std::uint64_t
         mayStillRead_; // a peer that sends and sends must not keep an abandoned reader busy
 };

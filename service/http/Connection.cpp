@@ -93,7 +93,7 @@ Async<void> Connection::refuseHead(EProblem kind)
     peerMayBeSending_ = true;
 }
 
-Async<bool> Connection::answer(Request& request, Response& response)
+bool Connection::mayStayOpen(const Request& request, const Response& response)
 {
     const std::uint64_t unread = request.body.remainingBytes();
     if (unread == 0 && !stopping_) {
@@ -102,9 +102,14 @@ Async<bool> Connection::answer(Request& request, Response& response)
     // A body that nobody read and that is not small costs the connection.
     const bool drop = unread > limits_.drainBytes ||
                       (unread > 0 && (request.body.awaitsContinue() || !transport_->waits()));
-    const bool keepAlive =
-        request.head.keepAlive && !response.closeAfter && !response.stream && !stopping_ && !drop;
-    peerMayBeSending_ = unread > 0 && !keepAlive;
+    return request.head.keepAlive && !response.closeAfter && !response.stream && !stopping_ &&
+           !drop;
+}
+
+Async<bool> Connection::answer(Request& request, Response& response)
+{
+    const bool keepAlive = mayStayOpen(request, response);
+    peerMayBeSending_ = request.body.remainingBytes() > 0 && !keepAlive;
     const bool bodiless = request.head.method == "HEAD" || hasNoBody(response.status);
     std::string text = headText(response, keepAlive);
     if (!bodiless && !response.source) {
@@ -118,13 +123,7 @@ Async<bool> Connection::answer(Request& request, Response& response)
         co_return false;
     }
     if (response.stream && !bodiless) {
-        received_ = std::string(); // an open stream keeps no buffer
-        state_ = EState::Streaming;
-        if (stopping_) {
-            co_return false;
-        }
-        co_await response.stream(*transport_);
-        state_ = EState::Busy;
+        co_await stream(response);
         co_return false;
     }
     if (response.source && !bodiless) {
@@ -139,6 +138,16 @@ Async<bool> Connection::answer(Request& request, Response& response)
         co_return false;
     }
     co_return co_await dropRest(request.body);
+}
+
+Async<void> Connection::stream(Response& response)
+{
+    received_ = std::string(); // an open stream keeps no buffer
+    state_ = EState::Streaming;
+    if (!stopping_) {
+        co_await response.stream(*transport_);
+        state_ = EState::Busy;
+    }
 }
 
 std::chrono::milliseconds Connection::sendStall() const

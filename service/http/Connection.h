@@ -73,6 +73,8 @@ private:
     Async<void> refuseHead(EProblem kind);
     Async<Response> handle(Request& request, bool refuse);
     Async<bool> answer(Request& request, Response& response);
+    bool mayStayOpen(const Request& request, const Response& response);
+    Async<void> stream(Response& response);
     Async<bool> sendBody(BodySource& source);
     std::chrono::milliseconds sendStall() const;
     Async<bool> dropRest(BodyReader& body);

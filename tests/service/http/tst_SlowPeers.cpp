@@ -150,14 +150,6 @@ TEST_F(SlowPeers, HaveALimitedTimeForASmallBodyHoweverSteadilyItComes)
     EXPECT_THAT(application.statuses, testing::ElementsAre(408U));
 }
 
-TEST_F(SlowPeers, AreServedAsLongAsEnoughComes)
-{
-    limits.bodyProgressBytes = 1; // each byte of the hundred gives another two seconds
-    limits.bodyStall = 2s;
-    drip("POST / HTTP/1.1\r\nConnection: close\r\nContent-Length: 100\r\n\r\n");
-    EXPECT_THAT(application.statuses, testing::ElementsAre(204U));
-}
-
 TEST_F(SlowPeers, MustTakeTheirReply)
 {
     limits.bodyStall = 30ms;

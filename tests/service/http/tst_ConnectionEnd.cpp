@@ -1,0 +1,76 @@
+// How a connection ends when the service stops, or the peer keeps it waiting.
+#include "tests/service/support/ConnectionFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace kelvo::http {
+namespace {
+
+using test::ConnectionConduct;
+
+/** Its greeting needs something from the peer first, as that of TLS does. */
+class GreetingTransport final : public Transport
+{
+public:
+    using Transport::Transport;
+    Async<boost::system::error_code> handshake() override { return waitReadable(); }
+};
+
+TEST_F(ConnectionConduct, EndsAtOnceWhenIdleAndTheServiceStops)
+{
+    test::TcpPair pair(loop.io());
+    Connection connection(std::move(pair.server), application, limits);
+    bool served = false;
+    loop.start(serve(connection, false, served));
+    loop.run(test::sendText(*pair.client, "GET / HTTP/1.1\r\n\r\n"));
+    loop.run(test::readUntil(*pair.client, "<>"));
+    connection.stop();
+    loop.runUntil([&served] { return served; });
+    EXPECT_EQ(loop.run(test::readAll(*pair.client)), "");
+}
+
+TEST_F(ConnectionConduct, EndsAtOnceWhileItGreetsAndTheServiceStops)
+{
+    using asio::ip::tcp;
+    tcp::acceptor acceptor(loop.io(), tcp::endpoint(asio::ip::address_v4::loopback(), 0));
+    tcp::socket peer(loop.io());
+    peer.connect(acceptor.local_endpoint());
+    Connection connection(std::make_unique<GreetingTransport>(acceptor.accept()), application,
+                          limits);
+    limits.headTime = std::chrono::hours(1);
+    bool served = false;
+    loop.start(serve(connection, false, served));
+    loop.io().poll();
+    connection.stop();
+    loop.runUntil([&served] { return served; });
+}
+
+TEST_F(ConnectionConduct, WaitsLittleForAReplyThatNobodyTakesWhenTheServiceStops)
+{
+    limits.stopStall = std::chrono::milliseconds(1);
+    limits.bodyStall = std::chrono::hours(1);
+    test::TcpPair pair(loop.io());
+    Connection connection(std::move(pair.server), application, limits);
+    bool served = false;
+    loop.start(serve(connection, false, served));
+    loop.run(test::sendText(*pair.client, "GET /large HTTP/1.1\r\n\r\n"));
+    loop.run(test::readUntil(*pair.client, "\r\n\r\n"));
+    connection.stop();
+    loop.runUntil([&served] { return served; });
+    EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
+}
+
+TEST_F(ConnectionConduct, EndsWhenAPeerIsTooSlowWithItsHead)
+{
+    limits.headTime = std::chrono::milliseconds(20);
+    test::TcpPair pair(loop.io());
+    Connection connection(std::move(pair.server), application, limits);
+    bool served = false;
+    loop.start(serve(connection, false, served));
+    loop.run(test::sendText(*pair.client, "GET / HT"));
+    EXPECT_EQ(loop.run(test::readAll(*pair.client)), "");
+    loop.runUntil([&served] { return served; });
+}
+
+} // namespace
+} // namespace kelvo::http

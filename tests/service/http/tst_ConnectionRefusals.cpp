@@ -1,0 +1,75 @@
+// What a connection does not serve, and what it says when something fails.
+#include "tests/service/support/ConnectionFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace kelvo::http {
+namespace {
+
+using test::ConnectionConduct;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+TEST_F(ConnectionConduct, RefusesAHeadThatIsTooLarge)
+{
+    const std::string reply = talk("GET / HTTP/1.1\r\nX: " + std::string(20000, 'x') + "\r\n\r\n");
+    EXPECT_THAT(reply, StartsWith("HTTP/1.1 431 "));
+    EXPECT_THAT(reply, HasSubstr("urn:kelvo:problem:headers-too-large"));
+    EXPECT_EQ(application.handled, 0);
+}
+
+TEST_F(ConnectionConduct, RefusesWhatIsNotHttp)
+{
+    EXPECT_THAT(talk("\x16\x03\x01 hello\r\n\r\n"), StartsWith("HTTP/1.1 400 "));
+}
+
+TEST_F(ConnectionConduct, RefusesChunkedBodiesAndCloses)
+{
+    const std::string reply = talk("POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n"
+                                   "2\r\nab\r\n0\r\n\r\n");
+    EXPECT_THAT(reply, StartsWith("HTTP/1.1 411 "));
+    EXPECT_THAT(reply, HasSubstr("Connection: close"));
+    EXPECT_EQ(countReplies(reply), 1);
+}
+
+TEST_F(ConnectionConduct, ClosesRatherThanReadALargeBodyThatNobodyWants)
+{
+    limits.drainBytes = 4;
+    const std::string reply = talk("POST /ignore HTTP/1.1\r\nContent-Length: 5\r\n\r\n12345"
+                                   "POST / HTTP/1.1\r\nContent-Length: 2\r\n\r\nab");
+    EXPECT_EQ(countReplies(reply), 1);
+    EXPECT_THAT(reply, HasSubstr("Connection: close"));
+}
+
+TEST_F(ConnectionConduct, AnswersNothingToAPeerThatLeavesInTheMiddle)
+{
+    EXPECT_EQ(talk("POST / HTTP/1.1\r\nContent-Length: 10\r\n\r\nabc"), "");
+    EXPECT_THAT(application.statuses, testing::ElementsAre(499U));
+}
+
+TEST_F(ConnectionConduct, KeepsDetailsOfItsFailuresToItself)
+{
+    const std::string reply = talk("GET /fail HTTP/1.1\r\n\r\n");
+    EXPECT_THAT(reply, StartsWith("HTTP/1.1 500 "));
+    EXPECT_THAT(reply, Not(HasSubstr("secret")));
+}
+
+TEST_F(ConnectionConduct, CountsAReplyThatItCannotFinish)
+{
+    talk("GET /torn HTTP/1.1\r\n\r\nGET / HTTP/1.1\r\n\r\n");
+    EXPECT_EQ(application.handled,
+              1); // the peer would take the next reply for the rest of this one
+    EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
+}
+
+TEST_F(ConnectionConduct, TellsPeersThatItIsFull)
+{
+    const std::string reply = talk("GET / HTTP/1.1\r\n\r\n", true);
+    EXPECT_THAT(reply, StartsWith("HTTP/1.1 503 "));
+    EXPECT_THAT(reply, HasSubstr("Retry-After: "));
+    EXPECT_EQ(application.handled, 0);
+}
+
+} // namespace
+} // namespace kelvo::http

@@ -1,0 +1,126 @@
+// A connection before an application that echoes, and all it says to a peer.
+#pragma once
+
+#include "service/http/Connection.h"
+#include "tests/service/support/RunAwaitable.h"
+#include "tests/service/support/TcpPair.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace kelvo::test {
+
+/** Fails in the middle. */
+class TornSource final : public http::BodySource
+{
+public:
+    std::uint64_t sizeBytes() const override { return 4; }
+
+    Async<std::size_t> read(asio::mutable_buffer buffer) override
+    {
+        if (begun_) {
+            throw std::runtime_error("the disk is gone");
+        }
+        begun_ = true;
+        co_return asio::buffer_copy(buffer, asio::buffer("ab", 2));
+    }
+
+private:
+    bool begun_ = false;
+};
+
+/** Answers with the body it got, if it reads it, and remembers what came. */
+class EchoApplication final : public http::Application
+{
+public:
+    Async<http::Response> handle(http::Request& request) override
+    {
+        ++handled;
+        if (request.head.path == "/ignore") {
+            co_return http::Response::noContent();
+        }
+        if (request.head.path == "/large") {
+            co_return http::Response::text(std::string(64 * 1024 * 1024, 'x'), "text/plain");
+        }
+        if (request.head.path == "/fail") {
+            throw std::runtime_error("secret detail");
+        }
+        if (request.head.path == "/torn") {
+            http::Response response;
+            response.source = std::make_shared<TornSource>();
+            co_return response;
+        }
+        if (request.head.path.starts_with("/taken-over")) {
+            request.body.abandon();
+        }
+        if (request.head.path == "/taken-over-early") {
+            co_return http::Response::noContent();
+        }
+        const std::string body = co_await request.body.readAll(1024 * 1024);
+        co_return http::Response::text("<" + body + ">", "text/plain");
+    }
+
+    void requestBegun() override { ++open; }
+
+    void requestDone(const http::RequestSummary& summary) override
+    {
+        --open;
+        statuses.push_back(summary.status);
+        received += summary.receivedBytes;
+    }
+
+    int handled = 0;
+    int open = 0;
+    std::uint64_t received = 0;
+    std::vector<unsigned> statuses;
+};
+
+class ConnectionConduct : public testing::Test
+{
+protected:
+    /** All that the connection says to a peer that sends this and then no more. */
+    std::string talk(const std::string& text, bool refuse = false)
+    {
+        TcpPair pair(loop.io());
+        http::Connection connection(std::move(pair.server), application, limits);
+        bool served = false;
+        loop.start(serve(connection, refuse, served));
+        loop.start(say(*pair.client, text));
+        const std::string reply = loop.run(readAll(*pair.client));
+        loop.runUntil([&served] { return served; });
+        EXPECT_EQ(application.open, 0);
+        return reply;
+    }
+
+    static Async<void> serve(http::Connection& connection, bool refuse, bool& served)
+    {
+        co_await connection.run(refuse);
+        served = true;
+    }
+
+    static Async<void> say(http::Transport& client, std::string text)
+    {
+        co_await client.write(asio::buffer(text));
+        co_await client.shutdownSend();
+    }
+
+    static int countReplies(const std::string& text)
+    {
+        int count = 0;
+        for (auto at = text.find("HTTP/1.1 "); at != std::string::npos;
+             at = text.find("HTTP/1.1 ", at + 1)) {
+            ++count;
+        }
+        return count;
+    }
+
+    Loop loop;
+    EchoApplication application;
+    http::Limits limits;
+};
+
+} // namespace kelvo::test
