@@ -47,6 +47,9 @@ Async<http::Response> ApiApplication::handle(http::Request& request)
         co_return co_await router_.find(request)(request);
     } catch (const store::StorageFull&) {
         throw Problem(EProblem::InsufficientStorage, "The service's storage is full.");
+    } catch (const store::StoreBusy&) {
+        throw Problem(EProblem::Busy, "The service's database is busy; nothing was changed.",
+                      {{"Retry-After", "5"}});
     } catch (const store::NameTaken&) {
         throw Problem(EProblem::Conflict, "The name is taken.");
     } catch (const store::TooManyReported&) {

@@ -16,6 +16,10 @@ namespace {
 /** So many changes share a commit at most; it bounds how long the first of them waits. */
 constexpr std::size_t largestBatch = 128;
 
+/** So often a commit is tried against somebody else's lock, each time for as long as the dialect
+ * waits. Readers wait meanwhile. */
+constexpr int commitAttempts = 3;
+
 } // namespace
 
 Database::Database(std::unique_ptr<Dialect> dialect, unsigned readers)
@@ -121,7 +125,7 @@ void Database::runBatch(const std::vector<Job*>& batch)
     bool committed = false;
     bool inDoubt = false;
     try {
-        *writer_ << dialect_->beginWrite();
+        begin();
         for (Job* job : batch) {
             runJob(*job);
         }
@@ -191,9 +195,34 @@ void Database::runJob(Job& job)
     *writer_ << "RELEASE SAVEPOINT change";
 }
 
+void Database::begin()
+{
+    try {
+        *writer_ << dialect_->beginWrite();
+    } catch (const std::exception& error) {
+        dialect_->translate(error);
+        throw;
+    }
+}
+
+/** One that is refused as busy has changed nothing and leaves the transaction open. */
 void Database::commit()
 {
     const CommitPass pass(gate_);
+    for (int attempt = 1;; ++attempt) {
+        try {
+            tryCommit();
+            return;
+        } catch (const StoreBusy&) {
+            if (attempt == commitAttempts) {
+                throw;
+            }
+        }
+    }
+}
+
+void Database::tryCommit()
+{
     try {
         *writer_ << "COMMIT";
     } catch (const std::exception& error) {

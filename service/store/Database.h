@@ -33,7 +33,8 @@ struct Transaction
  * threads, all writing ones on one. The ...Now forms block the caller and are for start-up,
  * clean-up and tests. Errors: the functions' own exceptions, those of Errors.h, std::runtime_error
  * for a failing database. A function that throws leaves no trace; only CommitInDoubt leaves it
- * open whether it does. What `write` returned is durable. Retry: safe, nothing is half done.
+ * open whether it does. Who meets somebody else's lock waits, for seconds, before StoreBusy. What
+ * `write` returned is durable. Retry: safe, nothing is half done.
  */
 class Database
 {
@@ -86,7 +87,12 @@ public:
     std::invoke_result_t<F&, soci::session&> readNow(F&& query)
     {
         const Reader reader(*this);
-        return query(reader.sql());
+        try {
+            return query(reader.sql());
+        } catch (const std::exception& error) {
+            dialect_->translate(error);
+            throw;
+        }
     }
 
     template <class F>
@@ -137,7 +143,9 @@ private:
     void abandon(const std::vector<Job*>& batch);
     void tellOf(const std::vector<Job*>& batch, bool inDoubt);
     void runJob(Job& job);
+    void begin();
     void commit();
+    void tryCommit();
 
     std::unique_ptr<Dialect> dialect_;
     CommitListener commitListener_;

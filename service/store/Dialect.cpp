@@ -26,9 +26,10 @@ public:
 
     std::unique_ptr<soci::session> connect() const override
     {
-        // The timeout matters only when somebody else, such as a backup, has the file open.
+        // The timeout matters only when somebody else, such as a backup, has the file open. A
+        // commit is tried more than once (Database.cpp).
         auto session = std::make_unique<soci::session>(*soci::factory_sqlite3(),
-                                                       connectString_ + " timeout=10");
+                                                       connectString_ + " timeout=4");
         // A commit is the journal's removal. FULL leaves that to the file system's leisure, and a
         // power failure could bring the journal back, which undoes the commit; EXTRA waits for it.
         static constexpr const char* settings[] = {
@@ -49,8 +50,13 @@ public:
     void translate(const std::exception& error) const override
     {
         const auto* failure = dynamic_cast<const soci::sqlite3_soci_error*>(&error);
-        if (failure != nullptr && failure->result() == SQLITE_FULL) {
+        // The low byte: the rest only says more exactly what it was.
+        const int code = failure != nullptr ? failure->result() & 0xff : SQLITE_OK;
+        if (code == SQLITE_FULL) {
             throw StorageFull();
+        }
+        if (code == SQLITE_BUSY) {
+            throw StoreBusy();
         }
         const std::string text = error.what();
         if (text.find("UNIQUE constraint failed") != std::string::npos) {

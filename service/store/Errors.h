@@ -43,6 +43,16 @@ public:
 };
 
 /**
+ * Somebody else, such as a backup, has kept the database for longer than is waited for. Nothing was
+ * changed; later attempts may succeed.
+ */
+class StoreBusy : public std::runtime_error
+{
+public:
+    StoreBusy() : std::runtime_error("the database is kept by somebody else") {}
+};
+
+/**
  * The database failed while it committed: the changes may stand or not. Whoever has to know looks
  * again; what the changes refer to must be left in place.
  */

@@ -1,0 +1,122 @@
+// A database that somebody else keeps: what cannot be done is said so, and leaves no doubt.
+#include "service/store/Errors.h"
+#include "service/store/Farms.h"
+#include "tests/service/support/OtherProgram.h"
+#include "tests/service/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <memory>
+#include <set>
+
+namespace kelvo::test {
+namespace {
+
+/** Tells of each commit before it is tried. */
+class WatchedDialect final : public store::Dialect
+{
+public:
+    using Watch = std::function<void()>;
+
+    WatchedDialect(std::unique_ptr<store::Dialect> real, std::shared_ptr<Watch> beforeCommit)
+        : real_(std::move(real)), beforeCommit_(std::move(beforeCommit))
+    {}
+
+    std::unique_ptr<soci::session> connect() const override
+    {
+        auto session = real_->connect();
+        session->set_query_transformation([watch = beforeCommit_](const std::string& query) {
+            if (query == "COMMIT" && *watch) {
+                (*watch)();
+            }
+            return query;
+        });
+        return session;
+    }
+
+    const char* beginRead() const override { return real_->beginRead(); }
+    const char* beginWrite() const override { return real_->beginWrite(); }
+    void translate(const std::exception& error) const override { real_->translate(error); }
+
+private:
+    std::unique_ptr<store::Dialect> real_;
+    std::shared_ptr<Watch> beforeCommit_;
+};
+
+/** Not of the contract: other kinds of database have no lock on the whole. */
+class BusySqlite : public testing::Test
+{
+protected:
+    BusySqlite() { makeImpatient(database); }
+
+    void addFarm()
+    {
+        database.writeNow([](store::Transaction& t) { store::addFarm(t, "Hill Farm"); });
+    }
+
+    std::size_t farms()
+    {
+        return database.readNow([](soci::session& sql) { return store::allFarms(sql).size(); });
+    }
+
+    std::filesystem::path file() const { return folder.path() / "store.sqlite"; }
+
+    TemporaryFolder folder;
+    std::shared_ptr<WatchedDialect::Watch> beforeCommit = std::make_shared<WatchedDialect::Watch>();
+    store::Database database{
+        std::make_unique<WatchedDialect>(store::makeSqlite(file().string()), beforeCommit)};
+    OtherProgram other{file()};
+};
+
+TEST_F(BusySqlite, ChangesNothingWhenItCannotCommit)
+{
+    bool doubted = false;
+    database.onDoubt([&doubted](const std::set<store::Id>&) { doubted = true; });
+    other.read();
+    EXPECT_THROW(addFarm(), store::StoreBusy);
+    EXPECT_FALSE(doubted);
+    other.letGo();
+    EXPECT_EQ(farms(), 0U);
+    addFarm();
+    EXPECT_EQ(farms(), 1U);
+}
+
+TEST_F(BusySqlite, TriesToCommitAgain)
+{
+    other.read();
+    int commits = 0;
+    *beforeCommit = [&] {
+        ++commits;
+        if (commits == 2) {
+            other.letGo();
+        }
+    };
+    addFarm();
+    EXPECT_EQ(commits, 2);
+    *beforeCommit = nullptr;
+    EXPECT_EQ(farms(), 1U);
+}
+
+TEST_F(BusySqlite, TriesToCommitNotForEver)
+{
+    other.read();
+    int commits = 0;
+    *beforeCommit = [&commits] { ++commits; };
+    EXPECT_THROW(addFarm(), store::StoreBusy);
+    EXPECT_EQ(commits, 3);
+    *beforeCommit = nullptr;
+}
+
+TEST_F(BusySqlite, SaysSoToWhoeverWantsToReadOrBegin)
+{
+    other.keep();
+    EXPECT_THROW(farms(), store::StoreBusy);
+    EXPECT_THROW(addFarm(), store::StoreBusy);
+    other.letGo();
+    addFarm();
+    EXPECT_EQ(farms(), 1U);
+}
+
+} // namespace
+} // namespace kelvo::test
