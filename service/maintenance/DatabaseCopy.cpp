@@ -43,11 +43,9 @@ Handle openRaw(const fs::path& file, int flags)
 }
 
 /** In one step: a copy in several would begin anew with every commit of the service. */
-void copyPages(const fs::path& from, const fs::path& to)
+void copyPages(sqlite3& source, sqlite3& target)
 {
-    const Handle source = openRaw(from, SQLITE_OPEN_READONLY);
-    const Handle target = openRaw(to, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-    sqlite3_backup* backup = sqlite3_backup_init(target.get(), "main", source.get(), "main");
+    sqlite3_backup* backup = sqlite3_backup_init(&target, "main", &source, "main");
     if (backup == nullptr) {
         throw std::runtime_error("the database cannot be copied");
     }
@@ -57,6 +55,19 @@ void copyPages(const fs::path& from, const fs::path& to)
         throw std::runtime_error(std::string("the database cannot be copied: ") +
                                  sqlite3_errstr(copied != SQLITE_DONE ? copied : finished));
     }
+}
+
+/**
+ * The service's commits wait while its database is read, so that is done into a temporary file,
+ * which is SQLite's own and has no name that could be left behind. Only then comes the target,
+ * which may be slow, and is synced.
+ */
+void copyInUse(const fs::path& from, const fs::path& to)
+{
+    constexpr int writing = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+    const Handle staged = openRaw("", writing);
+    copyPages(*openRaw(from, SQLITE_OPEN_READONLY), *staged);
+    copyPages(*staged, *openRaw(to, writing));
 }
 
 /** The folder's lock, shared, so that no service begins meanwhile. Empty: one runs. */
@@ -107,7 +118,7 @@ void copyDatabase(const fs::path& dataFolder, const fs::path& to)
             }
         }
     } else {
-        copyPages(from, to);
+        copyInUse(from, to);
     }
     syncFolder(to.parent_path());
 }

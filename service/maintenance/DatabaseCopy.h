@@ -20,9 +20,10 @@ bool isInUse(const std::filesystem::path& dataFolder);
 
 /**
  * Copies one state of the database to a new file, synced. Beside a running service this is done
- * page by page under the database's own lock, which delays commits as long as it takes. Otherwise
- * file by file, and a transaction that a crash left unfinished is undone in the copy; the original
- * is only read. Throws std::runtime_error, std::system_error.
+ * page by page by way of a temporary file (in $TMPDIR, or /var/tmp); commits wait only while that
+ * one is written, whatever the target's disk takes. Otherwise file by file, and a transaction that
+ * a crash left unfinished is undone in the copy; the original is only read. Throws
+ * std::runtime_error, std::system_error.
  */
 void copyDatabase(const std::filesystem::path& dataFolder, const std::filesystem::path& to);
 
