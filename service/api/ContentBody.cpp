@@ -7,6 +7,7 @@
 #include "service/http/Problem.h"
 
 #include <cerrno>
+#include <optional>
 
 #include <fcntl.h>
 
@@ -28,17 +29,30 @@ struct Stored
     content::FileStamp stamp;
 };
 
-void reportDamage(Context& context, const store::File& file, store::Id farm)
+void report(Context& context, ECondition condition, const store::File& file, store::Id farm)
 {
     context.integrity.countDamaged();
-    logError("content-damaged",
+    logError(condition == ECondition::Damaged ? "content-damaged" : "content-unreadable",
              "file " + std::to_string(file.id) + " of farm " + std::to_string(farm));
 }
 
-[[noreturn]] void refuseDamaged(Context& context, const store::File& file, store::Id farm)
+[[noreturn]] void refuse(Context& context, ECondition condition, const store::File& file,
+                         store::Id farm)
 {
-    reportDamage(context, file, farm);
-    throw Problem(EProblem::Internal, "The file is damaged in the service's storage.");
+    report(context, condition, file, farm);
+    throw Problem(EProblem::Internal, condition == ECondition::Damaged
+                                          ? "The file is damaged in the service's storage."
+                                          : "The file cannot be read in the service's storage.");
+}
+
+/** A disk that could not read this time may do so the next: only what was digested is remembered.
+ */
+void remember(Context& context, const store::File& file, const content::FileStamp& stamp,
+              ECondition condition)
+{
+    if (condition != ECondition::Unknown) {
+        context.integrity.put(file.sha256, stamp, condition, context.clock.nowMs());
+    }
 }
 
 /** Without a file when it is not there. */
@@ -57,18 +71,18 @@ Stored openStored(Context& context, const store::File& file)
     }
 }
 
-/** Reads the whole through, a step at a time, so that others get their turn on the pool. */
+/** Reads the whole through, a step at a time, so that others get their turn on the pool. Unknown:
+ * it cannot be read. */
 Async<ECondition> check(Context& context, const store::File& file, const Stored& stored)
 {
+    const auto turn = co_await context.integrity.turn(file.sha256);
     const auto known =
         context.integrity.conditionOf(file.sha256, stored.stamp, context.clock.nowMs());
     if (known != ECondition::Unknown) {
         co_return known;
     }
-    ECondition condition = ECondition::Unknown;
-    const auto told = [&condition](bool isRight) {
-        condition = isRight ? ECondition::Right : ECondition::Damaged;
-    };
+    std::optional<ECondition> found;
+    const auto told = [&found](ECondition condition) { found = condition; };
     // Its own descriptor of the same file: the other one may go to the reply.
     FileDescriptor own(::fcntl(stored.file.get(), F_DUPFD_CLOEXEC, 0));
     if (own.get() < 0) {
@@ -77,20 +91,22 @@ Async<ECondition> check(Context& context, const store::File& file, const Stored&
     content::CheckedSource source(std::move(own), static_cast<std::uint64_t>(file.sizeBytes),
                                   file.sha256, context.filePool, told);
     const auto buffer = std::make_unique<char[]>(checkStepBytes);
-    while (condition == ECondition::Unknown) {
+    while (!found) {
         co_await source.read(asio::buffer(buffer.get(), checkStepBytes));
     }
-    context.integrity.put(file.sha256, stored.stamp, condition, context.clock.nowMs());
-    co_return condition;
+    remember(context, file, stored.stamp, *found);
+    co_return *found;
 }
 
-Async<std::string> readSmall(Context& context, const store::File& file, Stored stored)
+/** What it is found to be; Right: `bytes` is all of it. */
+Async<ECondition> readSmall(Context& context, const store::File& file, Stored stored,
+                            std::string& bytes)
 {
-    bool isRight = false;
-    content::CheckedSource source(std::move(stored.file),
-                                  static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
-                                  context.filePool, [&isRight](bool found) { isRight = found; });
-    std::string bytes(static_cast<std::size_t>(file.sizeBytes), '\0');
+    ECondition found = file.sizeBytes == 0 ? ECondition::Right : ECondition::Unknown;
+    content::CheckedSource source(
+        std::move(stored.file), static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
+        context.filePool, [&found](ECondition condition) { found = condition; });
+    bytes.resize(static_cast<std::size_t>(file.sizeBytes));
     for (std::size_t at = 0; at < bytes.size();) {
         const std::size_t got =
             co_await source.read(asio::buffer(bytes.data() + at, bytes.size() - at));
@@ -99,20 +115,16 @@ Async<std::string> readSmall(Context& context, const store::File& file, Stored s
         }
         at += got;
     }
-    if (!isRight) {
-        bytes.clear();
-    }
-    co_return bytes;
+    co_return found;
 }
 
 std::shared_ptr<http::BodySource> checkedSource(Context& context, const store::File& file,
                                                 store::Id farm, Stored stored)
 {
-    const auto told = [&context, file, farm, stamp = stored.stamp](bool isRight) {
-        context.integrity.put(file.sha256, stamp, isRight ? ECondition::Right : ECondition::Damaged,
-                              context.clock.nowMs());
-        if (!isRight) {
-            reportDamage(context, file, farm);
+    const auto told = [&context, file, farm, stamp = stored.stamp](ECondition condition) {
+        remember(context, file, stamp, condition);
+        if (condition != ECondition::Right) {
+            report(context, condition, file, farm);
         }
     };
     return std::make_shared<content::CheckedSource>(std::move(stored.file),
@@ -131,13 +143,14 @@ Async<void> addContent(Context& context, const store::File& file, store::Id farm
     if (!stored.file || stored.stamp.sizeBytes != file.sizeBytes ||
         context.integrity.conditionOf(file.sha256, stored.stamp, context.clock.nowMs()) ==
             ECondition::Damaged) {
-        refuseDamaged(context, file, farm);
+        refuse(context, ECondition::Damaged, file, farm);
     }
     const bool whole = range.offset == 0 && range.length == size;
     if (!bodiless && size <= smallBytes) {
-        const std::string bytes = co_await readSmall(context, file, std::move(stored));
-        if (bytes.size() != size) {
-            refuseDamaged(context, file, farm);
+        std::string bytes;
+        const ECondition found = co_await readSmall(context, file, std::move(stored), bytes);
+        if (found != ECondition::Right) {
+            refuse(context, found, file, farm);
         }
         response.body = bytes.substr(static_cast<std::size_t>(range.offset),
                                      static_cast<std::size_t>(range.length));
@@ -150,7 +163,7 @@ Async<void> addContent(Context& context, const store::File& file, store::Id farm
     if (!bodiless) {
         const ECondition condition = co_await check(context, file, stored);
         if (condition != ECondition::Right) {
-            refuseDamaged(context, file, farm);
+            refuse(context, condition, file, farm);
         }
     }
     response.source = std::make_shared<content::ContentSource>(std::move(stored.file), range.offset,

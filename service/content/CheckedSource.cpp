@@ -8,7 +8,7 @@
 namespace kelvo::content {
 
 CheckedSource::CheckedSource(FileDescriptor file, std::uint64_t sizeBytes, std::string sha256,
-                             WorkPool& pool, std::function<void(bool)> told)
+                             WorkPool& pool, std::function<void(ECondition)> told)
     : file_(std::move(file)),
       sizeBytes_(sizeBytes),
       sha256_(std::move(sha256)),
@@ -29,7 +29,7 @@ std::size_t CheckedSource::readNow(asio::mutable_buffer buffer)
         got = ::pread(file_.get(), buffer.data(), buffer.size(), static_cast<off_t>(offset_));
     } while (got < 0 && errno == EINTR);
     if (got <= 0) { // shorter than it was, or the disk cannot read it
-        told_(false);
+        told_(ECondition::Unknown);
         return 0;
     }
     const auto bytes = static_cast<std::size_t>(got);
@@ -37,7 +37,7 @@ std::size_t CheckedSource::readNow(asio::mutable_buffer buffer)
     offset_ += bytes;
     if (offset_ == sizeBytes_) {
         const bool isRight = digest_.finishHex() == sha256_;
-        told_(isRight);
+        told_(isRight ? ECondition::Right : ECondition::Damaged);
         return isRight ? bytes : 0;
     }
     return bytes;

@@ -1,4 +1,5 @@
-// Keeps a content from being removed while a reference to it is on its way into the database.
+// A lock a content: against its removal while a reference to it is on its way into the database,
+// and for whoever else must be the only one.
 #pragma once
 
 #include "service/base/Async.h"

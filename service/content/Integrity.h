@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/base/Files.h"
+#include "service/content/DigestLocks.h"
 
 #include <sys/types.h>
 
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <ctime>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -49,7 +51,14 @@ public:
     void put(const std::string& sha256, const FileStamp& stamp, ECondition condition,
              std::int64_t nowMs);
 
-    /** A reply was refused or cut because its content is damaged or missing. */
+    /** To be held by who reads a content through, so that a peer that asks again and again, on a
+     * link that cuts, waits for the first reading instead of causing more. */
+    Async<std::unique_ptr<DigestLocks::Guard>> turn(const std::string& sha256)
+    {
+        return turns_.lock(sha256);
+    }
+
+    /** A reply was refused or cut because its content is damaged, missing or unreadable. */
     void countDamaged() { ++damagedReads_; }
     std::uint64_t damagedReads() const { return damagedReads_; }
 
@@ -63,6 +72,7 @@ private:
 
     static constexpr std::size_t capacity = 4096;
 
+    DigestLocks turns_;
     mutable std::mutex mutex_; // guards findings_
     std::map<std::string, Finding> findings_;
     std::atomic<std::uint64_t> damagedReads_{0};

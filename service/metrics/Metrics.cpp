@@ -44,7 +44,7 @@ std::string Metrics::text() const
     text += describe("kelvo_event_streams_open", "gauge", "Event streams open now.");
     text += "kelvo_event_streams_open " + std::to_string(openStreams_ ? openStreams_() : 0) + "\n";
     text += describe("kelvo_contents_damaged_total", "counter",
-                     "Replies refused or cut because the stored content is damaged or missing.");
+                     "Replies refused or cut: the content is damaged, missing or unreadable.");
     text += "kelvo_contents_damaged_total " + std::to_string(damagedReads_ ? damagedReads_() : 0) +
             "\n";
     const std::lock_guard lock(mutex_);

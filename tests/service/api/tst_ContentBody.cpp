@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <future>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -50,15 +52,17 @@ protected:
     {
         http::Response response;
         loop.run(addContent(context, file, 1, range, bodiless, response));
-        if (!response.source) {
-            return response.body;
-        }
-        announced = response.source->sizeBytes();
+        return response.source ? readAll(*response.source, bodiless) : response.body;
+    }
+
+    std::string readAll(http::BodySource& source, bool bodiless = false)
+    {
+        announced = source.sizeBytes();
         std::string all;
         std::string buffer(256 * 1024, '\0');
         while (!bodiless && all.size() < announced) {
             const auto wanted = std::min(buffer.size(), announced - all.size());
-            const auto got = loop.run(response.source->read(asio::buffer(buffer.data(), wanted)));
+            const auto got = loop.run(source.read(asio::buffer(buffer.data(), wanted)));
             if (got == 0) {
                 break;
             }
@@ -140,6 +144,35 @@ TEST_F(ContentBodies, ReadTheWholeForAPartAgainAfterAnHour)
     EXPECT_EQ(known(), content::ECondition::Right);
 }
 
+TEST_F(ContentBodies, OfAPartWaitForWhoeverReadsTheWholeAlready)
+{
+    const store::File file = keep(large);
+    flip(file); // whoever reads it himself finds it damaged
+    const auto stamp =
+        content::stampOf(openFile(contents.contentPath(file.sha256), O_RDONLY).get());
+    std::promise<void> letGo;
+    filePool.post([&letGo] { letGo.get_future().wait(); }); // the other thread takes all in turn
+    auto turn = loop.run(integrity.turn(file.sha256));
+    std::string outcome;
+    const auto ask = [&]() -> Async<void> {
+        http::Response response;
+        try {
+            co_await addContent(context, file, 1, {ERange::Part, 0, 3}, false, response);
+            outcome = "served";
+        } catch (const http::Problem&) {
+            outcome = "refused";
+        }
+    };
+    loop.start(ask());
+    loop.io().poll();
+    loop.run(filePool.run([] {})); // the file has been opened
+    integrity.put(file.sha256, stamp, content::ECondition::Right, clock.nowMs());
+    turn.reset();
+    letGo.set_value();
+    loop.runUntil([&outcome] { return !outcome.empty(); });
+    EXPECT_EQ(outcome, "served");
+}
+
 TEST_F(ContentBodies, OfAMissingOrCutFileAreRefused)
 {
     for (const std::string& text : {small, large}) {
@@ -150,6 +183,36 @@ TEST_F(ContentBodies, OfAMissingOrCutFileAreRefused)
         std::filesystem::remove(path);
         refused(file, {ERange::Whole, 0, text.size()});
     }
+}
+
+TEST_F(ContentBodies, ThatCannotBeReadAreRefusedAsThat)
+{
+    store::File file = keep(small);
+    const auto path = contents.contentPath(file.sha256);
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path); // can be opened, cannot be read
+    file.sizeBytes = content::stampOf(openFile(path, O_RDONLY).get()).sizeBytes;
+    try {
+        whole(file);
+        ADD_FAILURE() << "it was not refused";
+    } catch (const http::Problem& problem) {
+        EXPECT_STREQ(problem.what(), "The file cannot be read in the service's storage.");
+    }
+    EXPECT_EQ(integrity.damagedReads(), 1U);
+}
+
+TEST_F(ContentBodies, ThatCouldNotBeReadToTheirEndAreNotTakenForDamaged)
+{
+    const store::File file = keep(large);
+    const auto path = contents.contentPath(file.sha256);
+    const auto stamp = content::stampOf(openFile(path, O_RDONLY).get());
+    http::Response response;
+    loop.run(addContent(context, file, 1, {ERange::Whole, 0, large.size()}, false, response));
+    std::filesystem::resize_file(path, large.size() - 1);
+    EXPECT_LT(readAll(*response.source).size(), large.size());
+    EXPECT_EQ(integrity.damagedReads(), 1U);
+    EXPECT_EQ(integrity.conditionOf(file.sha256, stamp, clock.nowMs()),
+              content::ECondition::Unknown);
 }
 
 TEST_F(ContentBodies, AreGoodAgainOnceTheFileIs)

@@ -57,7 +57,7 @@ protected:
         const auto path = folder.path() / "content";
         replaceFile(path, stored, 0600);
         CheckedSource source(openFile(path, O_RDONLY), meant.size(), sha256Hex(meant), pool,
-                             [this](bool isRight) { told.push_back(isRight); });
+                             [this](ECondition found) { told.push_back(found); });
         std::string all;
         char buffer[4];
         while (all.size() < meant.size()) {
@@ -73,13 +73,13 @@ protected:
     test::TemporaryFolder folder;
     test::Loop loop;
     WorkPool pool{1};
-    std::vector<bool> told;
+    std::vector<ECondition> told;
 };
 
 TEST_F(CheckedReading, HandsOutWhatIsRight)
 {
     EXPECT_EQ(read("0123456789", "0123456789"), "0123456789");
-    EXPECT_THAT(told, testing::ElementsAre(true));
+    EXPECT_THAT(told, testing::ElementsAre(ECondition::Right));
 }
 
 TEST_F(CheckedReading, KeepsTheEndBackOfWhatIsWrong)
@@ -87,13 +87,24 @@ TEST_F(CheckedReading, KeepsTheEndBackOfWhatIsWrong)
     EXPECT_EQ(read("0X23456789", "0123456789"), "0X234567");
     EXPECT_EQ(read("012345678X", "0123456789"), "01234567");
     EXPECT_EQ(read("X", "0"), "");
-    EXPECT_THAT(told, testing::ElementsAre(false, false, false));
+    EXPECT_THAT(
+        told, testing::ElementsAre(ECondition::Damaged, ECondition::Damaged, ECondition::Damaged));
 }
 
 TEST_F(CheckedReading, MissesNothingThatIsTooShort)
 {
     EXPECT_EQ(read("01234", "0123456789"), "01234");
-    EXPECT_THAT(told, testing::ElementsAre(false));
+    EXPECT_THAT(told, testing::ElementsAre(ECondition::Unknown));
+}
+
+TEST_F(CheckedReading, TakesAReadErrorForNoDamage)
+{
+    // A folder can be opened for reading and not be read.
+    CheckedSource source(openFile(folder.path(), O_RDONLY), 10, sha256Hex("0123456789"), pool,
+                         [this](ECondition found) { told.push_back(found); });
+    char buffer[4];
+    EXPECT_EQ(loop.run(source.read(asio::buffer(buffer))), 0U);
+    EXPECT_THAT(told, testing::ElementsAre(ECondition::Unknown));
 }
 
 TEST_F(CheckedReading, DigestsAWholeFile)
