@@ -5,6 +5,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cctype>
+
 namespace kelvo {
 
 namespace {
@@ -33,6 +36,20 @@ std::string readCost(const std::string& text, ServeOptions& options)
     }
     options.passwordCost = *cost;
     return {};
+}
+
+/** An option whose text is understood by `read`, which says what is wrong with it. */
+void addReadOption(CLI::App& serve, ServeOptions& options, const std::string& name,
+                   std::string (*read)(const std::string&, ServeOptions&), const char* meaning)
+{
+    serve.add_option_function<std::string>(
+        name,
+        [&options, name, read](const std::string& text) {
+            if (const auto wrong = read(text, options); !wrong.empty()) {
+                throw CLI::ValidationError(name, wrong);
+            }
+        },
+        meaning);
 }
 
 /** How long a peer may take. */
@@ -89,9 +106,27 @@ void addOptions(CLI::App& serve, ServeOptions& options)
         ->check(CLI::Range(1, 1000000))
         ->capture_default_str();
     addTimeLimits(serve, options);
+    addReadOption(serve, options, "--password-cost", readCost,
+                  "Work a password hash takes: min, interactive or moderate");
+    addReadOption(serve, options, "--event-retention", readRetention,
+                  "Events kept a farm: a number, or hours such as 72h");
     serve.add_option("--log-level", options.logLevel, "debug, info, warning or error")
         ->check(CLI::IsMember({"debug", "info", "warning", "error"}))
         ->capture_default_str();
+}
+
+/** Each option's variable: --max-upload may stand in KELVO_SERVICE_MAX_UPLOAD. */
+void addVariables(CLI::App& serve)
+{
+    for (CLI::Option* option : serve.get_options()) {
+        std::string name = "KELVO_SERVICE_" + option->get_single_name();
+        std::transform(name.begin(), name.end(), name.begin(), [](unsigned char letter) {
+            return letter == '-' ? '_' : static_cast<char>(std::toupper(letter));
+        });
+        if (option->get_single_name() != "help") {
+            option->envname(name);
+        }
+    }
 }
 
 CLI::App* addVerify(CLI::App& app, VerifyOptions& options)
@@ -140,25 +175,14 @@ CommandLine parseCommandLine(int argc, char** argv)
     app.name("kelvo-service");
     app.set_version_flag("--version", KELVO_SERVICE_VERSION);
     app.require_subcommand(1);
+    app.allow_config_extras(CLI::config_extras_mode::error); // a misspelt line is not passed over
+    app.set_config("--config", "",
+                   "Options' values by command, in sections such as [serve]; what stands on the "
+                   "command line comes before it, what is in the environment after it");
     CLI::App* serve = app.add_subcommand("serve", "Run the service until SIGTERM or SIGINT");
     ServeOptions options;
     addOptions(*serve, options);
-    serve->add_option_function<std::string>(
-        "--password-cost",
-        [&options](const std::string& text) {
-            if (const auto wrong = readCost(text, options); !wrong.empty()) {
-                throw CLI::ValidationError("--password-cost", wrong);
-            }
-        },
-        "Work a password hash takes: min, interactive or moderate");
-    serve->add_option_function<std::string>(
-        "--event-retention",
-        [&options](const std::string& text) {
-            if (const auto wrong = readRetention(text, options); !wrong.empty()) {
-                throw CLI::ValidationError("--event-retention", wrong);
-            }
-        },
-        "Events kept a farm: a number, or hours such as 72h");
+    addVariables(*serve);
     CommandLine result;
     VerifyOptions verify;
     BackupOptions backup;

@@ -105,58 +105,80 @@ private:
     sigset_t signals_{};
 };
 
+/** What the requests work on; each part rests only on those above it. */
+struct Backend
+{
+    Backend(const ServeOptions& options, const DataFolder& folder)
+        : database(openDatabase(folder)),
+          contents(folder.path()),
+          accounts(*database, clock,
+                   {options.passwordCost, options.loginAttempts,
+                    std::chrono::hours(options.sessionHours)})
+    {
+        database->onCommit(
+            [this](const std::vector<store::Event>& events) { hub.publish(events); });
+        database->onDoubt([this](const std::set<store::Id>& farms) { hub.reread(farms); });
+        makeFirstAdmin(*database, accounts.passwords(), clock, folder.path());
+        context.settings.maxUploadBytes = options.maxUploadBytes;
+        context.settings.eventsKept = options.eventsKept;
+    }
+
+    const SystemClock clock;
+    const std::unique_ptr<store::Database> database;
+    content::ContentStore contents;
+    content::DigestCache digests;
+    content::DigestLocks digestLocks;
+    content::ActiveUploads activeUploads;
+    content::Integrity integrity;
+    events::EventHub hub;
+    accounts::Accounts accounts;
+    WorkPool filePool{fileThreads};
+    api::Context context{*database, contents, digests,  digestLocks, activeUploads, integrity, hub,
+                         accounts,  clock,    filePool, {}};
+};
+
+http::Limits limitsOf(const ServeOptions& options)
+{
+    http::Limits limits;
+    limits.connections = options.connections;
+    limits.headTime = std::chrono::seconds(options.headSeconds);
+    limits.idleTime = std::chrono::seconds(options.idleSeconds);
+    limits.bodyStall = std::chrono::seconds(options.stallSeconds);
+    return limits;
+}
+
+void announce(DataFolder& folder, const std::string& api, const std::string& monitor)
+{
+    folder.announce(api, monitor);
+    std::printf("kelvo-service: listening on https://%s, metrics on http://%s\n", api.c_str(),
+                monitor.c_str());
+    std::fflush(stdout);
+}
+
 } // namespace
 
 void runService(const ServeOptions& options)
 {
     const StopSignals stopSignals;
     DataFolder folder(options.dataFolder);
-    const SystemClock clock;
-    const auto database = openDatabase(folder);
-    content::ContentStore contents(folder.path());
-    content::DigestCache digests;
-    content::DigestLocks digestLocks;
-    content::ActiveUploads activeUploads;
-    content::Integrity integrity;
-    events::EventHub hub;
-    database->onCommit([&hub](const std::vector<store::Event>& events) { hub.publish(events); });
-    database->onDoubt([&hub](const std::set<store::Id>& farms) { hub.reread(farms); });
-    accounts::Accounts accounts(
-        *database, clock,
-        {options.passwordCost, options.loginAttempts, std::chrono::hours(options.sessionHours)});
-    makeFirstAdmin(*database, accounts.passwords(), clock, folder.path());
-    WorkPool filePool(fileThreads);
-    api::Context context{*database, contents, digests,  digestLocks, activeUploads, integrity, hub,
-                         accounts,  clock,    filePool, {}};
-    context.settings.maxUploadBytes = options.maxUploadBytes;
-    context.settings.eventsKept = options.eventsKept;
-
+    Backend backend(options, folder);
     metrics::Metrics metrics;
-    metrics.setOpenStreams([&hub] { return hub.openStreams(); });
-    metrics.setDamagedReads([&integrity] { return integrity.damagedReads(); });
-    api::ApiApplication api(context, metrics);
-    metrics::MonitorApplication monitor(metrics, [&database] { return isReady(*database); });
+    metrics.setOpenStreams([&backend] { return backend.hub.openStreams(); });
+    metrics.setDamagedReads([&backend] { return backend.integrity.damagedReads(); });
+    api::ApiApplication api(backend.context, metrics);
+    metrics::MonitorApplication monitor(metrics, [&backend] { return isReady(*backend.database); });
 
     const auto tlsContext = tls::makeServerContext(certificateFiles(options, folder));
     IoThreads threads;
-    http::Limits limits;
-    limits.connections = options.connections;
-    limits.headTime = std::chrono::seconds(options.headSeconds);
-    limits.idleTime = std::chrono::seconds(options.idleSeconds);
-    limits.bodyStall = std::chrono::seconds(options.stallSeconds);
-    const auto apiListener = listen(threads, options.listen, tlsContext.get(), api, limits);
+    const auto apiListener =
+        listen(threads, options.listen, tlsContext.get(), api, limitsOf(options));
     const auto monitorListener = listen(threads, options.metricsListen, nullptr, monitor, {});
-    const Janitor janitor(context, {options.eventHours});
+    const Janitor janitor(backend.context, {options.eventHours});
     apiListener->start();
     monitorListener->start();
     threads.start();
 
-    const std::string apiAddress = apiListener->address().text();
-    const std::string monitorAddress = monitorListener->address().text();
-    folder.announce(apiAddress, monitorAddress);
-    std::printf("kelvo-service: listening on https://%s, metrics on http://%s\n",
-                apiAddress.c_str(), monitorAddress.c_str());
-    std::fflush(stdout);
+    announce(folder, apiListener->address().text(), monitorListener->address().text());
     logInfo("started");
     stopSignals.wait();
     logInfo("stopping");
