@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
+#include <unistd.h>
+
 namespace kelvo {
 namespace {
 
@@ -79,6 +83,91 @@ TEST(ServeCommand, RefusesWhatMakesNoSense)
         EXPECT_FALSE(result.serve);
         EXPECT_EQ(result.exitCode, 2);
     }
+}
+
+/** A file that lies in no folder of anybody's and goes away by itself. */
+class TConfigFile
+{
+public:
+    explicit TConfigFile(const std::string& text)
+    {
+        const int file = mkstemp(m_path.data());
+        EXPECT_EQ(write(file, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+        close(file);
+    }
+    ~TConfigFile() { unlink(m_path.c_str()); }
+    TConfigFile(const TConfigFile&) = delete;
+    TConfigFile& operator=(const TConfigFile&) = delete;
+
+    const std::string& path() const { return m_path; }
+
+private:
+    std::string m_path = testing::TempDir() + "kelvo-config-XXXXXX";
+};
+
+/** In the environment as long as it lives. */
+class TVariable
+{
+public:
+    TVariable(const char* name, const char* value) : m_name(name) { setenv(name, value, 1); }
+    ~TVariable() { unsetenv(m_name); }
+    TVariable(const TVariable&) = delete;
+    TVariable& operator=(const TVariable&) = delete;
+
+private:
+    const char* m_name;
+};
+
+TEST(ServeCommand, TakesItsOptionsFromAFile)
+{
+    const TConfigFile file("# the farm's\n[serve]\ndata = \"/d\"\nlisten = \"h:1\"\n"
+                           "name = [\"a\", \"b\"]\nevent-retention = \"72h\"\nmax-upload = 10\n");
+    const auto options = parse({"--config", file.path(), "serve"}).serve;
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->dataFolder, "/d");
+    EXPECT_EQ(options->listen, "h:1");
+    EXPECT_EQ(options->names, (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(options->eventHours, 72);
+    EXPECT_EQ(options->maxUploadBytes, 10);
+}
+
+TEST(ServeCommand, TakesItsOptionsFromTheEnvironment)
+{
+    const TVariable data("KELVO_SERVICE_DATA", "/d");
+    const TVariable listen("KELVO_SERVICE_LISTEN", "h:1");
+    const TVariable upload("KELVO_SERVICE_MAX_UPLOAD", "10");
+    const auto options = parse({"serve"}).serve;
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->dataFolder, "/d");
+    EXPECT_EQ(options->listen, "h:1");
+    EXPECT_EQ(options->maxUploadBytes, 10);
+}
+
+TEST(ServeCommand, PrefersTheCommandLineToTheFileToTheEnvironment)
+{
+    const TConfigFile file("[serve]\ndata = \"file\"\nlisten = \"file:1\"\n");
+    const TVariable data("KELVO_SERVICE_DATA", "environment");
+    const TVariable listen("KELVO_SERVICE_LISTEN", "environment:1");
+    const TVariable upload("KELVO_SERVICE_MAX_UPLOAD", "10");
+    const auto options = parse({"--config", file.path(), "serve", "--data", "line"}).serve;
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->dataFolder, "line");
+    EXPECT_EQ(options->listen, "file:1");
+    EXPECT_EQ(options->maxUploadBytes, 10);
+}
+
+TEST(ServeCommand, RefusesAFileThatItCannotFollow)
+{
+    for (const char* line : {"lissten = \"h:2\"", "max-upload = 0", "max-upload = \"much\"",
+                             "cert = \"c\"", "event-retention = \"soon\""}) {
+        const TConfigFile file(std::string("[serve]\ndata = \"d\"\nlisten = \"h:1\"\n") + line);
+        const CommandLine result = parse({"--config", file.path(), "serve"});
+        EXPECT_FALSE(result.serve) << line;
+        EXPECT_EQ(result.exitCode, 2) << line;
+    }
+    EXPECT_EQ(
+        parse({"--config", "/nowhere/at/all", "serve", "--data", "d", "--listen", "h:1"}).exitCode,
+        2);
 }
 
 TEST(ServeCommand, HelpIsNoFailure)
