@@ -128,6 +128,19 @@ TEST_F(ConnectionOperations, ADeleteWhoseAnswerWasLostIsDone)
     EXPECT_TRUE(service.FileIds(inbox).empty());
 }
 
+TEST_F(ConnectionOperations, ADeleteThatIsGoneOnTheSecondTryIsDone)
+{
+    for (const int status : {404, 410, 412}) {
+        ASSERT_TRUE(Upload("a.zip", "abc"));
+        Fault fault = Drop("DELETE /v1/resources/");
+        fault.kind = Fault::EKind::eDropAfter;
+        service.FailNext(fault);
+        service.FailNext(Answer("DELETE /v1/resources/", Problem(status, "")));
+        EXPECT_TRUE(connection->Delete(ListedFiles().at(0))) << status;
+        EXPECT_TRUE(ListedFiles().empty()) << status;
+    }
+}
+
 TEST_F(ConnectionOperations, DownloadsWhatItListed)
 {
     const std::int64_t file = service.AddFile(inbox, "a.zip", "abc");

@@ -101,6 +101,41 @@ TEST_F(CurlLink, ADeadConnectionIsReplaced)
     EXPECT_EQ(peer.ConnectionCount(), 3);
 }
 
+// libcurl sends a request once more by itself when a connection that it kept dies under it.
+TEST_F(CurlLink, SaysThatARequestWasSentTwice)
+{
+    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
+        session.ReadHead();
+        session.Write(kHello);
+        session.ReadHead(); // and goes without an answer
+    });
+    CurlTransport transport(peer.Url(), Trust());
+    EXPECT_FALSE(transport.Perform(request, {}).mayHaveRunBefore);
+    request.method = "DELETE";
+    const HttpOutcome outcome = transport.Perform(request, {});
+    EXPECT_EQ(outcome.response.status, 200) << outcome.failure.detail;
+    EXPECT_EQ(peer.ConnectionCount(), 2);
+    EXPECT_TRUE(outcome.mayHaveRunBefore);
+}
+
+TEST_F(CurlLink, ARequestWhoseConnectionDiedDidLeaveTheConsole)
+{
+    TlsPeer* self = nullptr;
+    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
+        session.ReadHead();
+        session.Write(kHello);
+        session.ReadHead();
+        self->StopListening();
+    });
+    self = &peer;
+    CurlTransport transport(peer.Url(), Trust());
+    EXPECT_EQ(transport.Perform(request, {}).response.status, 200);
+    request.method = "DELETE";
+    const Failure failure = transport.Perform(request, {}).failure;
+    EXPECT_EQ(failure.code, EErrorCode::eDropped) << failure.detail;
+    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eRefused);
+}
+
 TEST_F(CurlLink, AConnectionDoesNotOutliveASleepOfTheConsole)
 {
     std::atomic<std::int64_t> asleepS{0};

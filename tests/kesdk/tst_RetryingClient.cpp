@@ -157,6 +157,24 @@ TEST_F(RetryingClientTest, SaysWhenAnEarlierTryMayHaveArrived)
     EXPECT_FALSE(Perform().mayHaveRunBefore);
     outcomes = {Drop(EErrorCode::eDropped), Good(404)};
     EXPECT_TRUE(Perform().mayHaveRunBefore);
+    outcomes = {Good(503), Good(404)};
+    EXPECT_FALSE(Perform().mayHaveRunBefore) << "the service itself has refused it";
+    for (const int status : {502, 504}) {
+        outcomes = {Good(status), Good(404)};
+        EXPECT_TRUE(Perform().mayHaveRunBefore) << "what is before the service does not know";
+    }
+}
+
+TEST_F(RetryingClientTest, PassesOnThatTheTransportHasTriedTwice)
+{
+    HttpOutcome twice = Good(404);
+    twice.mayHaveRunBefore = true;
+    outcomes = {twice};
+    EXPECT_TRUE(Perform().mayHaveRunBefore);
+    HttpOutcome busy = Good(503);
+    busy.mayHaveRunBefore = true;
+    outcomes = {busy, Good(404)};
+    EXPECT_TRUE(Perform().mayHaveRunBefore);
 }
 
 TEST_F(RetryingClientTest, HonoursADateByTheClockOfWhoeverSaysIt)

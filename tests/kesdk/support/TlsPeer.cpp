@@ -80,11 +80,16 @@ TlsPeer::TlsPeer(Identity identity, Script script, int mostVersion)
 
 TlsPeer::~TlsPeer()
 {
-    ::shutdown(m_listener, SHUT_RDWR); // ends the accept
+    StopListening();
     m_thread.join();
     ::close(m_listener);
     for (std::thread& connection : m_connectionThreads)
         connection.join();
+}
+
+void TlsPeer::StopListening()
+{
+    ::shutdown(m_listener, SHUT_RDWR); // ends the accept
 }
 
 void TlsPeer::Run()

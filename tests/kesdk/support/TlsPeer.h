@@ -43,6 +43,8 @@ public:
 
     std::string Url() const { return "https://127.0.0.1:" + std::to_string(m_port); }
     int ConnectionCount() const { return m_connections; }
+    // From now on nobody answers; connections that stand go on.
+    void StopListening();
 
 private:
     struct FreeContext

@@ -139,8 +139,10 @@ Failure ApiClient::DeleteFile(const ApiCall& call, std::int64_t fileId, const st
     if (!etag.empty())
         request.headers.push_back({"If-Match", etag});
     const HttpOutcome outcome = Perform(call, std::move(request));
+    const Failure failure = FailureOf(outcome);
+    const bool isGone = failure.Is(EErrorCode::eNotFound) || failure.Is(EErrorCode::eFileGone);
     // The try whose answer was lost did it: an id that is gone never comes back by itself.
-    if (outcome.mayHaveRunBefore && FailureOf(outcome).Is(EErrorCode::eNotFound))
+    if (outcome.mayHaveRunBefore && isGone)
         return {};
     return ReadEmptyReply(outcome);
 }

@@ -24,6 +24,9 @@ constexpr milliseconds kLongestPause = std::chrono::minutes(5);
 
 constexpr int kPassingStatus[] = {429, 502, 503, 504};
 
+// Said by something before the service, which may have done it all the same.
+constexpr int kAnswerLostStatus[] = {502, 504};
+
 constexpr EErrorCode kNeverSent[] = {
     EErrorCode::eUnknownHost,
     EErrorCode::eRefused,
@@ -53,6 +56,13 @@ bool IsWorthRepeating(const HttpOutcome& outcome)
 {
     return outcome.failure.IsSet() ? MayPass(outcome.failure)
                                    : Holds(kPassingStatus, outcome.response.status);
+}
+
+// Whether this try may have reached the service and no answer of its came back.
+bool MayHaveRun(const HttpOutcome& outcome)
+{
+    return outcome.failure.IsSet() ? !WasNeverSent(outcome.failure)
+                                   : Holds(kAnswerLostStatus, outcome.response.status);
 }
 
 milliseconds LimitTo(milliseconds limit, milliseconds rest)
@@ -117,10 +127,11 @@ HttpOutcome RetryingClient::Perform(const HttpRequest& request, const RetryPolic
             limited.limits.connect = std::min(request.limits.connect, left);
         }
         HttpOutcome outcome = m_transport.Perform(limited, abort);
+        mayHaveRun = mayHaveRun || outcome.mayHaveRunBefore;
         outcome.mayHaveRunBefore = mayHaveRun;
         if (attempt >= policy.attempts || !IsRepeatable(request) || !IsWorthRepeating(outcome))
             return outcome;
-        mayHaveRun = mayHaveRun || (outcome.failure.IsSet() && !WasNeverSent(outcome.failure));
+        mayHaveRun = mayHaveRun || MayHaveRun(outcome);
         const milliseconds delay = Delay(policy, attempt, RetryAfter(outcome.response));
         if (policy.total.count() > 0 && delay >= rest())
             return outcome;

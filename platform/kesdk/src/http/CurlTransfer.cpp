@@ -7,6 +7,9 @@
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace kesdk::impl {
 
 namespace {
@@ -28,6 +31,8 @@ CurlTransfer::CurlTransfer(CURL* easy, const HttpRequest& request, const Console
       m_asleepAtBegin(console.asleep())
 {
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_errorText.data());
+    curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, &CurlTransfer::OnRequest);
+    curl_easy_setopt(easy, CURLOPT_PREREQDATA, this);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &CurlTransfer::OnHeader);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &CurlTransfer::OnBody);
@@ -121,6 +126,7 @@ Failure CurlTransfer::CheckLimits()
 HttpOutcome CurlTransfer::Finish(CURLcode code, const Failure& early, bool isClockWrong)
 {
     m_outcome.failure = early.IsSet() ? early : Translate(code, isClockWrong);
+    m_outcome.mayHaveRunBefore = m_tries > 1;
     return std::move(m_outcome);
 }
 
@@ -137,7 +143,23 @@ Failure CurlTransfer::Translate(CURLcode code, bool isClockWrong) const
     facts.isClockWrong = isClockWrong;
     curl_easy_getinfo(m_easy, CURLINFO_SSL_VERIFYRESULT, &facts.verifyResult);
     curl_easy_getinfo(m_easy, CURLINFO_OS_ERRNO, &facts.osError);
-    return TranslateCurlError(code, facts);
+    return AfterTheFirstTry(TranslateCurlError(code, facts));
+}
+
+// When a connection that was kept dies under a request, libcurl makes another one for it. If that
+// fails, its verdict speaks of the new connection only, as if nothing had ever left the console.
+Failure CurlTransfer::AfterTheFirstTry(Failure failure) const
+{
+    constexpr EErrorCode kOfNoConnection[] = {EErrorCode::eUnknownHost, EErrorCode::eRefused,
+                                              EErrorCode::eUnreachable,
+                                              EErrorCode::eConnectTimeout};
+    const bool hasNone = std::find(std::begin(kOfNoConnection), std::end(kOfNoConnection),
+                                   failure.code) != std::end(kOfNoConnection);
+    if (m_tries > 0 && hasNone) {
+        failure.code = EErrorCode::eDropped;
+        failure.detail = "the connection died under the request; then " + failure.detail;
+    }
+    return failure;
 }
 
 std::size_t CurlTransfer::TakeHeaderLine(std::string_view line)
@@ -171,6 +193,12 @@ std::size_t CurlTransfer::TakeBody(const char* bytes, std::size_t sizeBytes)
         return 0;
     m_outcome.response.body.append(bytes, sizeBytes);
     return sizeBytes;
+}
+
+int CurlTransfer::OnRequest(void* self, char*, char*, int, int)
+{
+    ++static_cast<CurlTransfer*>(self)->m_tries;
+    return CURL_PREREQFUNC_OK;
 }
 
 std::size_t CurlTransfer::OnHeader(char* bytes, std::size_t size, std::size_t count, void* self)

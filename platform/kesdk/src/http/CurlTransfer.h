@@ -44,7 +44,9 @@ private:
     std::size_t TakeHeaderLine(std::string_view line);
     std::size_t TakeBody(const char* bytes, std::size_t sizeBytes);
     Failure Translate(CURLcode code, bool isClockWrong) const;
+    Failure AfterTheFirstTry(Failure failure) const;
 
+    static int OnRequest(void* self, char* peer, char* local, int peerPort, int localPort);
     static std::size_t OnHeader(char* bytes, std::size_t size, std::size_t count, void* self);
     static std::size_t OnBody(char* bytes, std::size_t size, std::size_t count, void* self);
     static std::size_t OnRead(char* buffer, std::size_t size, std::size_t count, void* self);
@@ -57,6 +59,7 @@ private:
     std::array<char, CURL_ERROR_SIZE> m_errorText{};
     HttpOutcome m_outcome;
     std::int64_t m_receivedBytes = 0;
+    int m_tries = 0; // that had a connection to send the request on
     bool m_isBodyForSink = false;
     bool m_sourceFailed = false;
     bool m_sinkFailed = false;

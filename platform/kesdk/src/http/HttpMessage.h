@@ -78,7 +78,8 @@ struct HttpOutcome
 {
     HttpResponse response;
     Failure failure;
-    // An earlier try may have reached the service though its answer did not come back.
+    // An earlier try may have reached the service though its answer did not come back. Not only the
+    // layers above try again: libcurl does so by itself when a connection that was kept dies.
     bool mayHaveRunBefore = false;
 };
 
