@@ -1,4 +1,4 @@
-// The service in memory: its farm, its faults and what goes where.
+// The service in memory: its farm and what goes where.
 #include "support/FakeService.h"
 
 #include "base/Sha256.h"
@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <limits>
 
 namespace kesdk::test {
 
@@ -180,65 +179,6 @@ std::vector<std::int64_t> FakeService::FileIds(std::int64_t inboxId) const
             ids.push_back(id);
     }
     return ids;
-}
-
-std::optional<Fault> FakeService::TakeFault(const std::string& line)
-{
-    const auto found = std::find_if(m_faults.begin(), m_faults.end(), [&](const Fault& fault) {
-        return StartsWith(line, fault.line);
-    });
-    if (found == m_faults.end())
-        return std::nullopt;
-    Fault fault = std::move(*found);
-    m_faults.erase(found);
-    return fault;
-}
-
-FakeService::Outcome FakeService::Handle(const Request& request, const impl::AbortCheck& abort)
-{
-    if (impl::IsAborted(abort))
-        return Drop(impl::EErrorCode::eAborted);
-    SentRequest sent{request, {}};
-    std::optional<Fault> fault;
-    if (onRequest)
-        onRequest(sent.Line());
-    {
-        const std::lock_guard lock(m_mutex);
-        if (!m_isOnline)
-            return Drop(impl::EErrorCode::eRefused);
-        fault = TakeFault(sent.Line());
-    }
-    if (fault && !fault->until.empty() && !WaitForRequests(fault->until, 1))
-        return Drop(impl::EErrorCode::eTimeout);
-    const Fault::EKind kind = fault ? fault->kind : Fault::EKind::eAnswer;
-    if (fault && kind == Fault::EKind::eDropBefore) {
-        const std::lock_guard lock(m_mutex);
-        m_requests.push_back(sent);
-        m_changed.notify_all();
-        return Drop(fault->dropCode);
-    }
-    constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
-    bool sourceFailed = false;
-    sent.content =
-        ReadBody(request, kind == Fault::EKind::eCutRequest ? fault->bytes : kAll, sourceFailed);
-    const bool isWhole = !sourceFailed && kind != Fault::EKind::eCutRequest;
-    HttpResponse response;
-    {
-        const std::lock_guard lock(m_mutex);
-        m_requests.push_back(sent);
-        m_changed.notify_all();
-        if (fault && kind == Fault::EKind::eAnswer)
-            response = fault->answer;
-        else if (sent.Line() != "GET /v1/events")
-            response = Answer(sent, isWhole);
-    }
-    if (response.status == 0)
-        return Stream(request, sent, abort);
-    if (sourceFailed)
-        return Drop(impl::EErrorCode::eFileUnreadable);
-    if (!isWhole || kind == Fault::EKind::eDropAfter)
-        return Drop(fault->dropCode);
-    return Respond(request, response, kind == Fault::EKind::eCutResponse ? fault->bytes : kAll);
 }
 
 HttpResponse FakeService::Answer(const SentRequest& sent, bool isWhole)

@@ -109,6 +109,8 @@ private:
     using Request = impl::HttpRequest;
 
     Outcome Handle(const Request& request, const impl::AbortCheck& abort);
+    Outcome CarryOut(SentRequest& sent, const std::optional<Fault>& fault);
+    void Note(const SentRequest& sent);
     std::optional<Fault> TakeFault(const std::string& line);
     impl::HttpResponse Answer(const SentRequest& sent, bool isWhole);
     impl::HttpResponse Login(const SentRequest& sent);
