@@ -1,57 +1,13 @@
 // Downloads that a later call or a restarted console goes on with, and those that it must not.
-#include "support/TransferFixture.h"
-#include "transfer/Downloads.h"
+#include "support/ResumeFixture.h"
 
 namespace kesdk::impl {
 
 namespace {
 
 using test::Fault;
-
-std::string LargeContent()
-{
-    std::string content(100'000, '\0');
-    for (std::size_t i = 0; i < content.size(); ++i)
-        content[i] = static_cast<char>(i * 31 + i / 253);
-    return content;
-}
-
-constexpr std::size_t kCutAt = 70'000;
-
-class DownloadResume : public test::TransferFixture
-{
-protected:
-    DownloadResume() { call.account = "https://service.test\n7"; }
-
-    Failure Fetch() { return downloads.Fetch(call, file, folder.Path("here.zip")); }
-    // Leaves the first 70,000 bytes.
-    void BeginAndStop()
-    {
-        service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, kCutAt));
-        StopBehind("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
-        EXPECT_EQ(Fetch().code, EErrorCode::eAborted);
-        call.abort = nullptr;
-        ASSERT_EQ(folder.Read("here.zip.part"), content.substr(0, kCutAt));
-        EXPECT_FALSE(folder.Has("here.zip"));
-    }
-    // Whole, nothing beside it, and fetched from there.
-    void ExpectWhole(std::size_t fromByte)
-    {
-        const Failure failure = Fetch();
-        EXPECT_EQ(failure.code, EErrorCode::eNone) << failure.detail;
-        EXPECT_TRUE(folder.Read("here.zip") == content);
-        EXPECT_EQ(folder.EntryCount(), 1u);
-        const test::SentRequest last = service.Requests().back();
-        const std::string range = "bytes=" + std::to_string(fromByte) + "-";
-        EXPECT_EQ(last.Header("Range"), fromByte > 0 ? range : "");
-        EXPECT_EQ(last.Header("If-Range"), fromByte > 0 ? file.etag : "");
-    }
-
-    const std::string content = LargeContent();
-    const std::int64_t id = service.AddFile(inbox, "line.zip", content);
-    FileRecord file = *api.GetResource(call, id).value.file;
-    Downloads downloads{api};
-};
+using test::kCutAt;
+using DownloadResume = test::ResumeFixture;
 
 } // namespace
 
@@ -183,21 +139,6 @@ TEST_F(DownloadResume, SaysWhatIsLeftToWhom)
     const std::string journal = folder.Read("here.zip.part.journal");
     EXPECT_NE(journal.find(file.sha256Hex), std::string::npos);
     EXPECT_EQ(journal.find(call.token), std::string::npos);
-}
-
-TEST_F(DownloadResume, RemovesPartsThatNobodyWentOnWith)
-{
-    BeginAndStop();
-    const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(7 * 24 + 1);
-    std::filesystem::last_write_time(folder.Path("here.zip.part.journal"), old);
-    folder.Write("mine.part", "not the library's");
-    folder.Write("mine.part.journal", "nor this");
-    std::filesystem::last_write_time(folder.Path("mine.part.journal"), old);
-    EXPECT_FALSE(downloads.Fetch(call, file, folder.Path("other.zip")).IsSet());
-    EXPECT_TRUE(folder.Has("other.zip"));
-    EXPECT_FALSE(folder.Has("here.zip.part"));
-    EXPECT_FALSE(folder.Has("here.zip.part.journal"));
-    EXPECT_TRUE(folder.Has("mine.part"));
 }
 
 TEST_F(DownloadResume, ASmallFileIsNotWorthAJournal)

@@ -2,6 +2,7 @@
 #include "transfer/Downloads.h"
 
 #include "client/Problems.h"
+#include "transfer/Paths.h"
 #include "transfer/TransferPolicy.h"
 
 #include <string_view>
@@ -91,6 +92,7 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
 {
     if (!IsUsableServiceName(file.name))
         return Failure(EErrorCode::eUnusableServiceName, "the service's name for the file");
+    SweepOnce(localPath);
     PartFile part;
     const PartOrigin origin{call.account, file.id, file.etag, file.sizeBytes, file.sha256Hex};
     Failure failure = part.Open(localPath, origin, call.abort);
@@ -104,6 +106,13 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
         return failure;
     }
     return part.Commit();
+}
+
+void Downloads::SweepOnce(const std::string& localPath)
+{
+    const std::string folder = FolderOf(localPath);
+    if (m_sweptFolders.insert(folder).second)
+        RemoveStaleParts(folder);
 }
 
 Failure Downloads::FetchWhole(const ApiCall& call, const FileRecord& file, PartFile& part)

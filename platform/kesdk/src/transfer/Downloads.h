@@ -4,13 +4,15 @@
 #include "client/ApiClient.h"
 #include "transfer/PartFile.h"
 
+#include <set>
 #include <string>
 
 namespace kesdk::impl {
 
 // One download at a time; resumed behind the last byte that arrived when the link drops. A large
 // one that was given up for the link's sake, or for the console's end, is gone on with by a later
-// call, also after a restart.
+// call, also after a restart. What nobody goes on with is removed by the first download into its
+// folder, when it is old enough.
 // Errors: as Failure; then nothing new stands under the path. Retry: safe.
 class Downloads
 {
@@ -25,7 +27,10 @@ private:
     Failure FetchWhole(const ApiCall& call, const FileRecord& file, PartFile& part);
     Failure FetchContent(const ApiCall& call, const FileRecord& file, PartFile& part);
 
+    void SweepOnce(const std::string& localPath);
+
     ApiClient& m_api;
+    std::set<std::string> m_sweptFolders;
     bool m_wasInVain = false; // the last one, for the link's sake
 };
 

@@ -3,16 +3,16 @@
 
 #include "base/Sha256.h"
 #include "transfer/FileHandle.h"
+#include "transfer/Paths.h"
+#include "transfer/StaleFiles.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
-#include <filesystem>
-#include <string_view>
 
 namespace kesdk::impl {
 
@@ -22,7 +22,6 @@ constexpr std::string_view kFirstLine = "kesdk journal 1\n";
 constexpr std::size_t kDigestBytes = 64; // in hexadecimal
 constexpr std::size_t kMostBytes = std::size_t{64} * 1024;
 constexpr const char* kNewSuffix = ".new";
-constexpr std::chrono::hours kLongestAge{7 * 24};
 
 std::string DigestOf(std::string_view text)
 {
@@ -77,11 +76,17 @@ std::optional<std::string> TextOf(std::string_view bytes)
     return std::string(text);
 }
 
+// A loss of power may leave the beginning of a journal, nothing of it, or zeros in its place.
+bool IsBeginOfJournal(std::string_view bytes)
+{
+    const std::size_t known = std::min(bytes.size(), kFirstLine.size());
+    return bytes.substr(0, known) == kFirstLine.substr(0, known) ||
+           std::all_of(bytes.begin(), bytes.end(), [](char byte) { return byte == '\0'; });
+}
+
 bool SyncFolderOf(const std::string& path)
 {
-    const std::string folder = std::filesystem::path(path).parent_path().string();
-    const FileHandle handle(
-        ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileHandle handle(::open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return handle.IsOpen() && (::fsync(handle.Get()) == 0 || errno != EIO);
 }
 
@@ -119,27 +124,18 @@ void RemoveJournal(const std::string& path)
     ::unlink(path.c_str());
 }
 
-std::vector<std::string> StaleJournals(const std::string& folder, const std::string& suffix)
+bool WasToBeJournal(const std::string& path)
 {
-    namespace fs = std::filesystem;
-    const auto isNamedSo = [](const std::string& name, const std::string& end) {
-        return name.size() > end.size() &&
-               name.compare(name.size() - end.size(), end.size(), end) == 0;
-    };
-    const auto oldest = fs::file_time_type::clock::now() - kLongestAge;
-    std::vector<std::string> stale;
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
-        if (!isNamedSo(name, suffix) && !isNamedSo(name, suffix + kNewSuffix))
-            continue;
-        std::error_code unknown;
-        const auto written = fs::last_write_time(entry->path(), unknown);
-        if (!unknown && written < oldest)
-            stale.push_back(entry->path().string());
-    }
-    return stale;
+    const std::optional<std::string> bytes = ReadAll(path);
+    return bytes && IsBeginOfJournal(*bytes);
+}
+
+std::vector<std::string> StaleJournals(const std::string& folder, std::string_view suffix)
+{
+    return StaleFiles(folder, [suffix](std::string_view name) {
+        const std::string_view whole = Without(name, kNewSuffix);
+        return !Without(whole.empty() ? name : whole, suffix).empty();
+    });
 }
 
 } // namespace kesdk::impl

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kesdk::impl {
@@ -18,8 +19,11 @@ std::optional<std::string> ReadJournal(const std::string& path);
 
 void RemoveJournal(const std::string& path);
 
-// The paths of the journals in the folder, and of what became none, whose names end so and which
-// are older than the service keeps an upload that nobody goes on with.
-std::vector<std::string> StaleJournals(const std::string& folder, const std::string& suffix);
+// Whether that is a journal, or what a loss of power may have left of one.
+bool WasToBeJournal(const std::string& path);
+
+// The paths of the journals in the folder, and of what was to become one, by the end of their
+// names, which nobody has written to for long.
+std::vector<std::string> StaleJournals(const std::string& folder, std::string_view suffix);
 
 } // namespace kesdk::impl

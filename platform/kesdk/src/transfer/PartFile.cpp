@@ -2,6 +2,7 @@
 #include "transfer/PartFile.h"
 
 #include "transfer/JournalFile.h"
+#include "transfer/Paths.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -28,12 +29,6 @@ Failure FailureOf(const char* what, int error)
     const bool isFull = error == ENOSPC || error == EDQUOT || error == EFBIG;
     return Failure(isFull ? EErrorCode::eDiskFull : EErrorCode::eCannotWrite,
                    std::string(what) + ": " + std::strerror(error));
-}
-
-std::string FolderOf(const std::string& path)
-{
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
 std::size_t LongestName(const std::string& folder)
@@ -74,7 +69,6 @@ Failure PartFile::Open(const std::string& finalPath, const PartOrigin& origin,
     m_finalPath = finalPath;
     m_paths = PartPathsOf(folder == "." ? "" : folder, name, longest);
     m_buffer.reserve(kBufferBytes);
-    RemoveStaleParts(folder);
     if (Resume(origin, abort))
         return Claim(origin.sizeBytes);
     return m_isLeft ? Failure(EErrorCode::eAborted) : Create(origin);
@@ -85,6 +79,7 @@ void PartFile::Remove()
     if (m_paths.part.empty())
         return;
     ::unlink(m_paths.part.c_str());
+    ::unlink(m_paths.loosePart.c_str());
     RemoveJournal(m_paths.journal);
 }
 
@@ -119,6 +114,7 @@ bool PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
         return false;
     }
     m_hasJournal = true;
+    m_path = m_paths.part;
     m_file = std::move(file);
     m_sizeBytes = m_flushedBytes = hashed;
     m_isResumed = hashed > 0;
@@ -129,11 +125,12 @@ Failure PartFile::Create(const PartOrigin& origin)
 {
     // A link under that name must not lead elsewhere: what an earlier run left goes first.
     Remove();
-    // Before there is a part: a large one that nobody knows would hold its space for ever.
+    // Before there is a part: one that nobody knows would hold its space for ever.
     m_hasJournal = !origin.account.empty() && origin.sizeBytes >= kWorthKeepingBytes &&
                    WritePartJournal(m_paths.journal, origin);
+    m_path = m_hasJournal ? m_paths.part : m_paths.loosePart;
     m_file = FileHandle(
-        ::open(m_paths.part.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
+        ::open(m_path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
     if (!m_file.IsOpen()) {
         const int error = errno;
         if (m_hasJournal)
@@ -199,7 +196,7 @@ Failure PartFile::Commit()
     if (::fsync(m_file.Get()) != 0)
         return FailureOf("sync", errno);
     m_file.Close();
-    if (::rename(m_paths.part.c_str(), m_finalPath.c_str()) != 0)
+    if (::rename(m_path.c_str(), m_finalPath.c_str()) != 0)
         return FailureOf("rename", errno);
     m_isLeft = true;
     if (m_hasJournal)

@@ -16,7 +16,7 @@ namespace kesdk::impl {
 
 // Grows beside its final name and takes that name only when it is whole and on the disk. What is
 // neither committed nor kept is removed with the object. A journal beside a large one lets another
-// process go on with it.
+// process go on with it; one without bears a name by which it is known for what it is.
 class PartFile
 {
 public:
@@ -56,6 +56,7 @@ private:
 
     std::string m_finalPath;
     PartPaths m_paths;
+    std::string m_path; // the part's own
     FileHandle m_file;
     std::vector<char> m_buffer;
     Sha256 m_hash;

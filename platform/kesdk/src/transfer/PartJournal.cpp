@@ -1,7 +1,10 @@
 // What the part of a download is a part of, for the time after a restart.
 #include "transfer/PartJournal.h"
 
+#include "base/Sha256.h"
 #include "transfer/JournalFile.h"
+#include "transfer/Paths.h"
+#include "transfer/StaleFiles.h"
 
 #include <nlohmann/json.hpp>
 
@@ -15,7 +18,9 @@ namespace {
 
 constexpr std::string_view kPartSuffix = ".part";
 constexpr std::string_view kJournalSuffix = ".part.journal";
-constexpr std::size_t kLongestSuffixBytes = 17; // of the journal's while it is written
+constexpr std::size_t kLooseDigestBytes = 16; // in hexadecimal
+// Longer than the journal's while it is written.
+constexpr std::size_t kLongestSuffixBytes = 1 + kLooseDigestBytes + kPartSuffix.size();
 
 std::string TextOf(const PartOrigin& origin)
 {
@@ -25,6 +30,25 @@ std::string TextOf(const PartOrigin& origin)
                                      {"size", origin.sizeBytes},
                                      {"sha256", origin.sha256Hex}};
     return document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+// What stands between the final name and the suffix of a part without a journal.
+std::string LooseDigestOf(std::string_view name)
+{
+    constexpr std::string_view kMeant = "kesdk part\n";
+    Sha256 hash;
+    hash.Update(kMeant.data(), kMeant.size());
+    hash.Update(name.data(), name.size());
+    return '.' + ToHex(hash.Finish()).substr(0, kLooseDigestBytes);
+}
+
+bool IsLoosePart(std::string_view fileName)
+{
+    const std::string_view start = Without(fileName, kPartSuffix);
+    if (start.size() <= 1 + kLooseDigestBytes)
+        return false;
+    const std::size_t nameBytes = start.size() - 1 - kLooseDigestBytes;
+    return start.substr(nameBytes) == LooseDigestOf(start.substr(0, nameBytes));
 }
 
 } // namespace
@@ -38,7 +62,8 @@ PartPaths PartPathsOf(const std::string& folder, std::string name, std::size_t l
         name.resize(end);
     }
     const std::string start = folder + name;
-    return {start + std::string(kPartSuffix), start + std::string(kJournalSuffix)};
+    return {start + std::string(kPartSuffix), start + std::string(kJournalSuffix),
+            start + LooseDigestOf(name) + std::string(kPartSuffix)};
 }
 
 bool WritePartJournal(const std::string& path, const PartOrigin& origin)
@@ -53,12 +78,15 @@ bool IsPartOf(const std::string& path, const PartOrigin& origin)
 
 void RemoveStaleParts(const std::string& folder)
 {
-    for (const std::string& path : StaleJournals(folder, std::string(kJournalSuffix))) {
-        // Only beside a journal of ours is a part ours.
-        if (ReadJournal(path)) {
-            const std::size_t length = path.size() - kJournalSuffix.size() + kPartSuffix.size();
-            ::unlink(path.substr(0, length).c_str());
-        }
+    for (const std::string& path : StaleFiles(folder, &IsLoosePart))
+        ::unlink(path.c_str());
+    for (const std::string& path : StaleJournals(folder, kJournalSuffix)) {
+        if (!WasToBeJournal(path))
+            continue;
+        // Only beside a journal that is whole, which each part of such a name had, is it ours.
+        if (const std::string_view start = Without(path, kJournalSuffix);
+            !start.empty() && ReadJournal(path))
+            ::unlink((std::string(start) + std::string(kPartSuffix)).c_str());
         RemoveJournal(path);
     }
 }

@@ -1,6 +1,7 @@
 // What the part of a download is a part of, for the time after a restart.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -21,8 +22,10 @@ struct PartOrigin
 // of them would not fit.
 struct PartPaths
 {
-    std::string part;
-    std::string journal;
+    std::string part;    // of one with a journal
+    std::string journal; // beside it
+    // Of a part without one: it says by itself that it is ours, with a digest of the final name.
+    std::string loosePart;
 };
 PartPaths PartPathsOf(const std::string& folder, std::string name, std::size_t longestName);
 
@@ -30,7 +33,8 @@ PartPaths PartPathsOf(const std::string& folder, std::string name, std::size_t l
 bool WritePartJournal(const std::string& path, const PartOrigin& origin);
 // Whether the part beside the journal is one of just this. A journal that is torn is removed.
 bool IsPartOf(const std::string& path, const PartOrigin& origin);
-// Parts in the folder that nobody has gone on with for long, and their journals.
+// Parts in the folder that nobody has gone on with for long, and their journals. Nothing else,
+// whatever it is called.
 void RemoveStaleParts(const std::string& folder);
 
 } // namespace kesdk::impl
