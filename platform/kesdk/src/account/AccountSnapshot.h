@@ -50,6 +50,8 @@ public:
     ProjectResources(std::int64_t projectId) const;
     std::optional<api::EnterpriseResourceWithContent> Resource(std::int64_t resourceId) const;
     std::optional<FileRecord> File(std::int64_t fileId) const;
+    // Of the user's own.
+    bool HasOwnInbox(const std::wstring& projectName) const;
     api::CurrentUser User() const;
     std::string Cursor() const;
 

@@ -75,6 +75,19 @@ std::optional<FileRecord> AccountSnapshot::File(std::int64_t fileId) const
     return m_state.inboxes.at(found->second).files.at(fileId);
 }
 
+bool AccountSnapshot::HasOwnInbox(const std::wstring& projectName) const
+{
+    const std::lock_guard lock(m_mutex);
+    for (const Project& project : m_state.projects) {
+        for (const std::int64_t id : project.inboxIds) {
+            if (project.name == projectName &&
+                m_state.inboxes.at(id).ownerUserId == m_state.user.id)
+                return true;
+        }
+    }
+    return false;
+}
+
 api::CurrentUser AccountSnapshot::User() const
 {
     const std::lock_guard lock(m_mutex);

@@ -144,6 +144,7 @@ bool Connection::End(const Operation& operation, const Failure& failure)
         m_devicePatience.Restore();
         if (m_state.IsLinkLost())
             m_session.Nudge();
+        SendOwedEnvironment(operation);
     }
     return !failure.IsSet() || Refuse(failure, operation.subject);
 }

@@ -96,6 +96,8 @@ private:
     Failure NoteIfGone(std::int64_t fileId, Failure failure);
     // False, and an error noted, when the link is not worth another try yet.
     bool LimitPatience(Operation& operation);
+    // Sends the environment that the link did not carry when it was reported.
+    void SendOwedEnvironment(const Operation& operation);
     bool SendDevice(const Operation& operation, const api::Environment::MeasDeviceReport& report,
                     bool sharing);
 
@@ -113,6 +115,12 @@ private:
     const std::string m_service;
     AbortCheck m_abort;
     ReportPatience m_devicePatience;
+    struct OwedEnvironment
+    {
+        std::int32_t sessionId;
+        api::Environment environment;
+    };
+    std::optional<OwedEnvironment> m_owedEnvironment;
     xal_list<api::CErrorMsg> m_errors;
     std::mutex m_loginErrorsMutex; // guards m_loginErrors
     xal_list<api::CErrorMsg> m_loginErrors;

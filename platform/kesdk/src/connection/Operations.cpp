@@ -98,6 +98,8 @@ bool Connection::CreateUserInbox(const std::wstring& projectName)
     const std::optional<Operation> operation = Begin(EKind::eChange, projectName);
     if (!operation)
         return false;
+    if (m_snapshot.HasOwnInbox(projectName))
+        return true; // inboxes are never removed
     const Result<InboxRecord> inbox =
         m_requestLine.Api().CreateUserInbox(operation->call, projectName);
     if (inbox)
@@ -156,8 +158,32 @@ bool Connection::Delete(std::int64_t resourceId)
 bool Connection::SendEnvironment(const api::Environment& environment)
 {
     const std::optional<Operation> operation = Begin(EKind::eSmall);
-    return operation &&
-           End(*operation, m_requestLine.Api().PutEnvironment(operation->call, environment));
+    if (!operation)
+        return false;
+    m_owedEnvironment.reset();
+    const Failure failure = m_requestLine.Api().PutEnvironment(operation->call, environment);
+    if (!MayPass(failure))
+        return End(*operation, failure);
+    // Callers take a report that failed for a reason to do nothing with the session; the link is
+    // none, as all that they ask next is known without it.
+    m_owedEnvironment = OwedEnvironment{operation->sessionId, environment};
+    return true;
+}
+
+// The service was reached just now, so this costs little; a failure that may pass leaves it owed.
+void Connection::SendOwedEnvironment(const Operation& operation)
+{
+    if (!m_owedEnvironment || IsAborted(m_abort))
+        return;
+    const std::optional<OwedEnvironment> owed = std::exchange(m_owedEnvironment, std::nullopt);
+    if (owed->sessionId != operation.sessionId)
+        return;
+    ApiCall call;
+    call.token = operation.call.token;
+    call.abort = m_abort;
+    call.policy = kShortPolicy;
+    if (MayPass(m_requestLine.Api().PutEnvironment(call, owed->environment)))
+        m_owedEnvironment = owed;
 }
 
 bool Connection::MeasDeviceConnected(const api::Environment::MeasDeviceReport& report, bool sharing)

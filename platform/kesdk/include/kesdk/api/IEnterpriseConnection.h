@@ -71,7 +71,7 @@ public:
     virtual CurrentUser GetCurrentUser() = 0;
 
     // Creates the user's inbox in the project of that name. True when it exists afterwards; safe to
-    // repeat.
+    // repeat. Asks nobody when the snapshot has it.
     virtual bool CreateUserInbox(const std::wstring& projectName) = 0;
 
     // Sends a file into every target, all or none. True means kept: the service has committed bytes
@@ -85,6 +85,8 @@ public:
     // Moves a file to the farm's bin.
     virtual bool Delete(std::int64_t resourceId) = 0;
 
+    // True also when the service cannot be reached or is busy: the latest report is then kept and
+    // sent behind the next operation of this session that gets through.
     virtual bool SendEnvironment(const Environment& environment) = 0;
     // `sharing` is true for a connected device, false for a disconnected one.
     virtual bool MeasDeviceConnected(const Environment::MeasDeviceReport& report, bool sharing) = 0;

@@ -1,0 +1,133 @@
+// What holds while the service cannot be reached and there is a snapshot from before.
+#include "support/ConnectionFixture.h"
+
+#include <nlohmann/json.hpp>
+
+namespace kesdk::test {
+
+namespace {
+
+constexpr const char* kReport = "PUT /v1/environment";
+
+class OutOfReach : public ConnectionFixture
+{
+protected:
+    OutOfReach()
+    {
+        LetSleepsBlock(); // a lost stream stays lost until something gets through
+        LogIn();
+    }
+
+    void LoseTheLink()
+    {
+        service.SetOnline(false);
+        ASSERT_TRUE(listener.WaitForState(api::eReconnecting));
+    }
+    static api::Environment At(std::int64_t timeStampMs)
+    {
+        api::Environment environment;
+        environment.timeStampMs = timeStampMs;
+        return environment;
+    }
+    // Of the reports that the service has.
+    std::vector<std::int64_t> ReportTimes() const
+    {
+        std::vector<std::int64_t> times;
+        for (const SentRequest& sent : service.Requests()) {
+            if (sent.Line() == kReport)
+                times.push_back(nlohmann::json::parse(sent.content)["timestamp_ms"]);
+        }
+        return times;
+    }
+};
+
+} // namespace
+
+TEST_F(OutOfReach, EveryGetterAnswersFromTheSnapshot)
+{
+    const std::int64_t file = service.AddFile(inbox, "a.zip", "abc");
+    ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
+    LoseTheLink();
+    const auto projects = connection->GetProjects();
+    ASSERT_EQ(projects.size(), 7u);
+    for (const api::EnterpriseProject& project : projects) {
+        EXPECT_EQ(connection->GetProjectResources(project.id).size(),
+                  project.name == L"To Console" ? 1u : 0u);
+        EXPECT_TRUE(connection->GetLastErrors().empty());
+        EXPECT_EQ(connection->GetResourceWithContent(project.id).name, project.name);
+    }
+    EXPECT_EQ(connection->GetCurrentUser().id, user);
+    EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{file}));
+    EXPECT_EQ(connection->GetResourceWithContent(file).name, L"a.zip");
+    EXPECT_TRUE(connection->GetLastErrors().empty());
+    EXPECT_TRUE(connection->IsLoggedIn());
+}
+
+TEST_F(OutOfReach, AnInboxThatTheSnapshotHasIsThere)
+{
+    LoseTheLink();
+    EXPECT_TRUE(connection->CreateUserInbox(L"To Console"));
+    EXPECT_TRUE(connection->GetLastErrors().empty());
+    EXPECT_FALSE(connection->CreateUserInbox(L"Curves")) << "this one the service has to make";
+    EXPECT_EQ(FirstText(), L"The service does not answer.");
+}
+
+TEST_F(OutOfReach, AnothersInboxIsNotTheUsersOwn)
+{
+    service.AddInbox(service.AddUser("petra", "secret secret"), "Curves");
+    EXPECT_TRUE(connection->CreateUserInbox(L"Curves"));
+    EXPECT_EQ(service.Count("POST /v1/projects/Curves"), 1);
+}
+
+// Without it nothing is listed after a login, although all that is listed is known.
+TEST_F(OutOfReach, AReportOfTheEnvironmentIsTakenAndSentLater)
+{
+    LoseTheLink();
+    EXPECT_TRUE(connection->SendEnvironment(At(1)));
+    EXPECT_TRUE(connection->SendEnvironment(At(2)));
+    EXPECT_TRUE(connection->GetLastErrors().empty());
+    EXPECT_FALSE(connection->CreateUserInbox(L"Curves"));
+    EXPECT_TRUE(ReportTimes().empty());
+    service.SetOnline(true);
+    EXPECT_TRUE(Upload("a.zip", "x"));
+    EXPECT_EQ(ReportTimes(), (std::vector<std::int64_t>{2})) << "the latest one";
+    EXPECT_TRUE(Upload("b.zip", "x"));
+    EXPECT_EQ(ReportTimes().size(), 1u);
+}
+
+TEST_F(OutOfReach, AReportStaysOwedUntilItGotThrough)
+{
+    LoseTheLink();
+    EXPECT_TRUE(connection->SendEnvironment(At(1)));
+    service.SetOnline(true);
+    service.FailNext(Drop(kReport));
+    EXPECT_TRUE(Upload("a.zip", "x"));
+    EXPECT_EQ(service.Count(kReport), 1) << "nobody waits for another try";
+    EXPECT_TRUE(Upload("b.zip", "x"));
+    EXPECT_EQ(service.Count(kReport), 2);
+    EXPECT_TRUE(Upload("c.zip", "x"));
+    EXPECT_EQ(service.Count(kReport), 2);
+}
+
+TEST_F(OutOfReach, AReportIsNotTakenIntoAnotherSession)
+{
+    LoseTheLink();
+    EXPECT_TRUE(connection->SendEnvironment(At(1)));
+    service.SetOnline(true);
+    ASSERT_TRUE(connection->Logout());
+    ASSERT_TRUE(listener.WaitForState(api::eNotLoggedIn));
+    LogIn();
+    ASSERT_TRUE(listener.WaitForStates(6));
+    EXPECT_TRUE(Upload("a.zip", "x"));
+    EXPECT_TRUE(ReportTimes().empty());
+}
+
+TEST_F(OutOfReach, AReportThatTheServiceRefusesHasFailed)
+{
+    service.FailNext(Answer(kReport, Problem(422, "unprocessable")));
+    EXPECT_FALSE(connection->SendEnvironment(At(1)));
+    EXPECT_TRUE(Upload("a.zip", "x"));
+    EXPECT_EQ(service.Count(kReport), 1);
+}
+
+} // namespace kesdk::test
