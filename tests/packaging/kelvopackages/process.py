@@ -1,0 +1,44 @@
+"""The service as a process, until it says where it listens."""
+
+import os
+import signal
+import subprocess
+import threading
+
+GUARD_SECONDS = 300  # only ends what hangs
+UNPRIVILEGED = 65534
+
+
+def ended(command, **options):
+    """Runs it to its end, whatever that is. Both outputs as text."""
+    return subprocess.run([str(word) for word in command], capture_output=True, text=True, check=False,
+                          timeout=GUARD_SECONDS, **options)
+
+
+class Listening:
+    """A running service; `address` is its API's. Leaving the context stops it."""
+
+    def __init__(self, command, log, **options):
+        with open(log, "ab") as errors:
+            self.process = subprocess.Popen([str(word) for word in command], stdin=subprocess.DEVNULL,
+                                            stdout=subprocess.PIPE, stderr=errors, text=True,
+                                            start_new_session=True, **options)
+        guard = threading.Timer(GUARD_SECONDS, self.process.kill)
+        guard.start()
+        line = self.process.stdout.readline()
+        guard.cancel()
+        if " listening on https://" not in line:
+            self.process.kill()
+            self.process.wait()
+            with open(log, encoding="utf-8") as errors:
+                raise AssertionError(f"it said {line!r} instead of its addresses: {errors.read()}")
+        self.address = line.split("https://")[1].split(",")[0]
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        # The whole group: a tracer may stand before the service itself.
+        os.killpg(self.process.pid, signal.SIGTERM)
+        self.status = self.process.wait(GUARD_SECONDS)
+        self.process.stdout.close()

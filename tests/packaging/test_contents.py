@@ -1,0 +1,58 @@
+"""What each package installs, against the lists in contents/."""
+
+import os
+import unittest
+from pathlib import Path
+
+from kelvopackages.package import debug_packages, packages
+
+LISTS = Path(__file__).parent / "contents"
+
+
+def line(member):
+    kind = {b"5": "d", b"2": "l"}.get(member.type, "-")
+    target = f" -> {member.linkname}" if member.issym() else ""
+    return f"{kind} {member.mode:04o} {member.name.removeprefix('.')}{target}"
+
+
+class ContentsTest(unittest.TestCase):
+    maxDiff = None
+
+    def test_the_packages_are_those_of_the_lists(self):
+        not_built = os.environ.get("KELVO_PACKAGES_MISSING", "").split()
+        self.assertEqual(sorted(packages()), sorted({path.stem for path in LISTS.glob("*.txt")} - set(not_built)))
+
+    def test_each_installs_what_its_list_says(self):
+        for name, package in packages().items():
+            with self.subTest(name):
+                found = sorted(line(member) for member in package.members() if not member.isdir())
+                wanted = sorted((LISTS / f"{name}.txt").read_text(encoding="utf-8").splitlines())
+                self.assertEqual(found, wanted)
+
+    def test_everything_is_roots_and_of_one_time(self):
+        for package in [*packages().values(), *debug_packages().values()]:
+            with self.subTest(package.name):
+                members = package.members()
+                self.assertEqual({(member.uid, member.gid) for member in members}, {(0, 0)})
+                self.assertEqual(len({member.mtime for member in members}), 1)
+                self.assertEqual({member.mode for member in members if member.isdir()}, {0o755})
+
+    def test_no_file_is_in_two_packages(self):
+        owners = {}
+        for package in packages().values():
+            for member in package.members():
+                if not member.isdir():
+                    self.assertNotIn(member.name, owners, package.name)
+                    owners[member.name] = package.name
+
+    def test_each_tells_what_it_is(self):
+        for name, package in packages().items():
+            with self.subTest(name):
+                summary, *text = package.fields["Description"].split("\n")
+                self.assertTrue(text)
+                self.assertLessEqual(len(summary), 80)
+                self.assertEqual(package.fields["Version"], next(iter(packages().values())).fields["Version"])
+
+
+if __name__ == "__main__":
+    unittest.main()
