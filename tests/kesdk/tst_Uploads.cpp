@@ -1,6 +1,11 @@
 // Uploads of files that will not hold still, and what the service says to them.
 #include "support/UploadFixture.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <iterator>
+
 namespace kesdk::impl {
 
 namespace {
@@ -20,6 +25,33 @@ TEST_F(UploadsTest, SendsAnEmptyFile)
 {
     folder.Write("report.txt", "");
     ExpectKept(Send(), "");
+}
+
+// As a console writes them whose clock is wrong; a time of 32 bits ends in 2038.
+TEST_F(UploadsTest, SendsAFileOfAnyDate)
+{
+    static_assert(sizeof(off_t) == 8, "files may be larger than 2 GiB");
+    constexpr std::int64_t kDatesS[] = {0, 4'102'444'800, 7'258'118'400}; // 1970, 2100, 2200
+    for (const std::int64_t dateS : kDatesS) {
+        timespec times[2] = {};
+        times[0].tv_sec = times[1].tv_sec = static_cast<time_t>(dateS);
+        ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+        const auto sent = Send();
+        EXPECT_TRUE(sent) << dateS << ": " << sent.failure.detail;
+    }
+    EXPECT_EQ(service.FileIds(inbox).size(), std::size(kDatesS));
+}
+
+// Only its ends hold anything, so it costs neither space nor time to make.
+TEST_F(UploadsTest, KnowsTheSizeOfAFileAboveFourGiB)
+{
+    constexpr std::int64_t kSizeBytes = std::int64_t{5} << 30;
+    std::filesystem::resize_file(path, static_cast<std::uintmax_t>(kSizeBytes));
+    UploadFile file;
+    ASSERT_FALSE(file.Open(path).IsSet());
+    EXPECT_EQ(file.SizeBytes(), kSizeBytes);
+    call.abort = [] { return true; };
+    EXPECT_TRUE(Send().failure.Is(EErrorCode::eAborted)) << "not because it could not be read";
 }
 
 TEST_F(UploadsTest, GoesToEveryTarget)
