@@ -1,7 +1,6 @@
 // The worker's download: fetch archives into the temporary folder, then unpack what is there.
 #include "core/KelvoHelperFunctions.h"
 #include "core/TKelvoInterface.h"
-#include "host/ConfigManager.h"
 #include "host/TFileSystemHelper.h"
 #include "host/TSystemSettings.h"
 #include "host/TSystemSettingsProxy.h"
@@ -10,6 +9,7 @@
 #include "worker/ReferenceIndex.h"
 #include "worker/SdkBoundary.h"
 #include "worker/TKelvoThreadObject.h"
+#include "worker/WorkerLog.h"
 
 #include <QtCore/QDir>
 
@@ -105,20 +105,10 @@ bool TKelvoThreadObject::ManageKelvoDownloads(EKelvoProjects project,
                                       downloadFolder.absolutePath(), reason)) {
             errorList.append({archive, tr("Failed to unzip file")});
             allUnpacked = false;
-            LogUnzipFailure(reason);
+            WriteWorkerLog(QStringLiteral("ManageKelvoDownloads: ") + reason);
         }
         // A broken archive is not tried again.
         temporaryFolder.remove(archive);
     }
     return allUnpacked;
-}
-
-void TKelvoThreadObject::LogUnzipFailure(const QString& reason) const
-{
-    ConfigManager& configuration = ConfigManager::Instance();
-    if (configuration.IsUserLogEnabled(16, 0, 1, 8)) {
-        configuration.GetUserLogAccessor()->Write(
-            0, 1, 8, QStringLiteral("0"),
-            QStringLiteral("TKelvoThreadObject::ManageKelvoDownloads: ") + reason);
-    }
 }

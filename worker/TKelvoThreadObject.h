@@ -134,7 +134,6 @@ private:
                         const QString& notListedText, TResource& found, TErrors& errors);
     void DownloadOne(EKelvoProjects project, const TResource& file, const QString& name,
                      const QString& folder, TErrors& errors);
-    void LogUnzipFailure(const QString& reason) const;
 
     QString m_apiBaseUrl; // what the current SDK connection was created with
     QTimer* m_locationTimer = nullptr;

@@ -5,8 +5,10 @@
 #include "worker/SdkBoundary.h"
 #include "worker/ServiceProjects.h"
 #include "worker/TKelvoThreadObject.h"
+#include "worker/WorkerLog.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QFile>
 
 #include <vector>
 
@@ -57,7 +59,7 @@ std::optional<qint64> TKelvoThreadObject::FindOrCreateUserFolder(EKelvoProjects 
 void TKelvoThreadObject::UploadOne(EKelvoProjects project, qint64 folderId, const QString& name,
                                    TErrors& errors)
 {
-    QDir folder(KelvoHelperFunctions::GetLocalKelvoUploadFolderPathForProject(project));
+    const QDir folder(KelvoHelperFunctions::GetLocalKelvoUploadFolderPathForProject(project));
     const QString path = folder.absoluteFilePath(name);
     std::vector<wchar_t> widePath(static_cast<std::size_t>(path.length()) + 1);
     QStringToTCHAR(path, widePath.data(), static_cast<int>(widePath.size()));
@@ -65,7 +67,13 @@ void TKelvoThreadObject::UploadOne(EKelvoProjects project, qint64 folderId, cons
     Q_EMIT KelvoUploadingFile(project, name);
     if (m_connection->Upload(widePath.data(), {static_cast<quint64>(folderId)})) {
         // True means kept: the service has committed the same bytes.
-        folder.remove(name);
+        QFile file(path);
+        if (!file.remove()) {
+            // Sent files leave no record; the operator sees that it is still there.
+            WriteWorkerLog(
+                QStringLiteral("OnUploadToKelvo: %1 was sent, but cannot be removed here: %2")
+                    .arg(name, file.errorString()));
+        }
     } else {
         AppendSdkError(name, errors);
     }
