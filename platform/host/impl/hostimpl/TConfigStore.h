@@ -26,10 +26,10 @@ enum EHostItem : int {
 // change of a persistent item is on the disk before SetItem() returns.
 //
 // From any thread; reading never waits for the disk. Errors: an item that cannot be written stays
-// valid in memory, is warned of, and is written with the next item. A file that cannot be
-// understood is kept under another name and the store starts empty. A sealed item that does not
-// open reads as not set; one that cannot be sealed stays in memory and is not written in any other
-// form.
+// valid in memory, is warned of, and is written with the next item; the user log is told once until
+// writing succeeds. A file that cannot be understood is kept under another name and the store
+// starts empty. A sealed item that does not open reads as not set; one that cannot be sealed stays
+// in memory and is not written in any other form.
 class CONSOLEHOST_EXPORT TConfigStore final : public ConfigManager
 {
 public:

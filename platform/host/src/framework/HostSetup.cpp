@@ -1,6 +1,7 @@
 // Makes the framework ready in one call.
 #include "hostimpl/HostSetup.h"
 
+#include "framework/DealerLog.h"
 #include "framework/HostLog.h"
 #include "hostimpl/Folders.h"
 #include "hostimpl/TConfigStore.h"
@@ -8,24 +9,6 @@
 #include "hostimpl/Unpacking.h"
 
 #include <QtCore/QDir>
-
-namespace {
-
-constexpr int hostSource = 0;
-constexpr int consoleLog = 0;
-constexpr int hostCategory = 1;
-constexpr int problemLevel = 1;
-
-void TellDealer(const QString& problem)
-{
-    ConfigManager& config = ConfigManager::Instance();
-    if (config.IsUserLogEnabled(hostSource, consoleLog, hostCategory, problemLevel)) {
-        config.GetUserLogAccessor()->Write(consoleLog, hostCategory, problemLevel,
-                                           QStringLiteral("0"), problem);
-    }
-}
-
-} // namespace
 
 bool hostimpl::SetUpHost(const QString& dataFolder, QString& errorText)
 {
@@ -46,14 +29,14 @@ bool hostimpl::SetUpHost(const QString& dataFolder, QString& errorText)
         std::make_shared<TUserLogFile>(logFolder + QStringLiteral("/user.log")));
     const QString problem = config.Open(DataFolder() + QStringLiteral("/console.json"));
     if (!problem.isEmpty()) {
-        TellDealer(problem);
+        TellDealer(config, problem);
     }
     const QStringList folders = DownloadFolders();
     for (const QString& folder : folders) {
         QString text;
         if (!RecoverUnpacking(folder, text)) {
             qCWarning(lcHost, "%s", qUtf8Printable(text));
-            TellDealer(text);
+            TellDealer(config, text);
         }
     }
     return true;

@@ -3,6 +3,7 @@
 
 #include "framework/BlankedCopies.h"
 #include "framework/ConfigFile.h"
+#include "framework/DealerLog.h"
 #include "framework/HostLog.h"
 #include "framework/SealedItems.h"
 #include "framework/TSealedItems.h"
@@ -164,9 +165,13 @@ void TConfigStore::SetItem(int itemKey, const QVariant& value, bool persist)
         m_persisted.remove(itemKey);
     }
     m_sealed->Forget(itemKey);
+    const bool wasToldBefore = m_isUnsaved;
     const QString problem = WriteThrough();
     if (!problem.isEmpty()) {
         qCWarning(lcHost, "%s", qUtf8Printable(problem));
+        if (!wasToldBefore) {
+            TellDealer(*this, problem);
+        }
     }
 }
 
