@@ -26,7 +26,7 @@ private:
 
 namespace {
 
-constexpr int ROUNDS_TO_FIND_A_LEAK = 50;
+constexpr int ROUNDS_TO_FIND_A_LEAK = 100;
 constexpr int LEAKED_BYTES = 200;
 // The request, its success and the six lists.
 constexpr int SIGNALS_OF_A_LOGIN = 8;
