@@ -3,7 +3,6 @@
 import hashlib
 import itertools
 import os
-import re
 import sqlite3
 import subprocess
 from pathlib import Path
@@ -110,25 +109,16 @@ def image(folder):
     return found
 
 
-def left_on_console(data, state, deleted):
-    """(findings, remarks): when all is transferred, nothing of the transfers is left.
-
-    But a part of an archive that nobody can fetch any more, because it was deleted on the service after the kill:
-    with a journal it is kept for a week and then removed. Without one it is kept for ever, which is worth a remark.
-    """
-    findings, remarks = [], []
+def left_on_console(data, state):
+    """When all is transferred, nothing of the transfers is left."""
+    findings = []
     for path in sorted(data.rglob("*")):
         relative = path.relative_to(data)
-        if path.is_dir() or str(relative) in OWN_FILES or relative.is_relative_to(plans.UNPACK_FOLDER):
-            continue
-        name = re.match(r"incoming/(.*)\.part(\.journal(\.new)?)?$", str(relative))
-        if not name or name[1] not in deleted:
+        if not (path.is_dir() or str(relative) in OWN_FILES or relative.is_relative_to(plans.UNPACK_FOLDER)):
             findings.append(f"the console keeps {relative}")
-        elif relative.suffix == ".part" and not path.with_name(path.name + ".journal").exists():
-            remarks.append("a part without a journal, of an archive that is gone, is kept for ever")
     if state.exists():
         findings += [f"the console keeps state/{path.name}" for path in state.rglob("*") if path.is_file()]
-    return findings, remarks
+    return findings
 
 
 def delivered(plan, projects, wire):

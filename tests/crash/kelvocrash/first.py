@@ -17,7 +17,7 @@ class FirstStart:
 
     def __init__(self, seed, world):
         self.world = world
-        self.kills, self.failures, self.remarks = [], [], []
+        self.kills, self.failures = [], []
         self._chance = random.Random(seed)
 
     def play(self):
@@ -49,5 +49,6 @@ class FirstStart:
         world.reap_service()
 
     def _kill(self):
-        self.kills.append(("service", "first start", self.world.trigger.last))
-        self.world.kill_service(waits=True)
+        last = self.world.trigger.last
+        if self.world.kill_service(waits=True):
+            self.kills.append(("service", "first start", last))

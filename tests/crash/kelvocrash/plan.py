@@ -80,6 +80,11 @@ class Plan:
     uploads: dict = field(default_factory=dict)  # {(kind, name): bytes}
     generations: tuple = ()
 
+    @property
+    def wanted(self):
+        """The archives that are fetched in the end."""
+        return set(self.archives) - set(self.doomed)
+
 
 def make(seed, is_reference=False):
     """With `is_reference` nobody is killed."""

@@ -16,12 +16,11 @@ class Finding(Exception):
 
 
 class Round:
-    """`kills`: (victim, what was under way, what was seen last) each. `failures`: (command, what the console said).
-    `remarks`: what is no finding, but to be told."""
+    """`kills`: (victim, what was under way, what was seen last) each. `failures`: (command, what the console said)."""
 
     def __init__(self, plan, world):
         self.plan, self.world = plan, world
-        self.kills, self.failures, self.remarks = [], [], []
+        self.kills, self.failures = [], []
         self._known = Known()
         self._held = set()  # the archives in the inbox when the generation began
         self._doing = "nothing"
@@ -58,7 +57,7 @@ class Round:
             for number, command in enumerate(generation.commands):
                 if number == kill.command:
                     trigger = self._arm(kill)
-                self._run(command)
+                self._run(command, trigger)
         except ConsoleError as error:
             if trigger is None or not trigger.was_reached or kill.victim == "service":
                 raise Finding(f"the console ended by itself: {error}") from None
@@ -79,14 +78,13 @@ class Round:
 
     def _kill(self, victim):
         """On the trigger's thread. A service that dies under a console that lives comes back."""
-        world = self.world
-        self.kills.append((victim, self._doing, world.trigger.last))
-        if victim != "service":
-            world.kill_console()
-        if victim == "console":
-            return
-        self._has_excuse = True
-        world.kill_service()
+        world, kill = self.world, (victim, self._doing, self.world.trigger.last)
+        has_killed = victim != "service" and world.kill_console()
+        if victim != "console":
+            self._has_excuse = True
+            has_killed = world.kill_service() or has_killed
+        if has_killed:
+            self.kills.append(kill)
         if victim == "service":
             world.reap_service()
             world.start_service()
@@ -117,12 +115,15 @@ class Round:
             world.reap_service()
 
     def _kill_at_start(self, victim):
-        self.kills.append((victim, self._doing, self.world.trigger.last))
+        kill = (victim, self._doing, self.world.trigger.last)
+        has_killed = False
         if victim != "console":
             self._has_excuse = True
-            self.world.kill_service(waits=victim == "service")
+            has_killed = self.world.kill_service(waits=victim == "service")
         if victim != "service":
-            self.world.kill_console(waits=victim == "console")
+            has_killed = self.world.kill_console(waits=victim == "console") or has_killed
+        if has_killed:
+            self.kills.append(kill)
 
     def _start(self):
         world = self.world
@@ -140,14 +141,18 @@ class Round:
 
     # The commands.
 
-    def _run(self, command):
-        """For those of the names for which there is something left to do."""
+    def _run(self, command, trigger):
+        """For those of the names for which there is something left to do. Without a session there is nothing that an
+        operator could do, so a login that met a killed service is repeated once that is back."""
         names = self._names(command)
         if command.names and not names:
             return
         if command.verb != "logout" and not self._is_logged_in():
             self._give("login")
-        if command.verb != "login":
+            if not self._is_logged_in() and trigger is not None:
+                trigger.wait_if_reached()
+                self._give("login")
+        if command.verb != "login" and (command.verb == "logout" or self._is_logged_in()):
             self._give(command.verb, command.kind, names)
 
     def _give(self, verb, kind="", names=()):
@@ -190,6 +195,9 @@ class Round:
         """What is not done yet is done, without a kill. Then all is in its place and nothing is left over."""
         self._start()
         self._check()
+        if self.world.age_parts(self.plan.wanted & self._held):
+            self.world.close_console()  # only a console's first download looks for such
+            self._start()
         if self._is_logged_in():
             self._must("logout")
         self._must("login")
@@ -201,8 +209,7 @@ class Round:
         self._check()
         world, plan = self.world, self.plan
         projects = world.office.projects()
-        left, self.remarks = checks.left_on_console(world.data, world.state, set(plan.archives) - self._held)
-        require(checks.delivered(plan, projects, world.office) + left)
+        require(checks.delivered(plan, projects, world.office) + checks.left_on_console(world.data, world.state))
         self._must("logout")
         said = world.close_console()
         require([f"a console warned: {said.strip()}"] if said.strip() else [])
@@ -225,7 +232,7 @@ class Round:
 
     def _do_the_rest(self):
         plan, data = self.plan, self.world.data
-        for verb, wanted in (("delete", set(plan.doomed)), ("download", set(plan.archives) - set(plan.doomed))):
+        for verb, wanted in (("delete", set(plan.doomed)), ("download", plan.wanted)):
             names = tuple(sorted(wanted & self._held))
             if names:
                 self._must(verb, plans.ARCHIVE_KIND, names)

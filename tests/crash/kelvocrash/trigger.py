@@ -37,6 +37,11 @@ class Trigger:
             self.was_reached = True
         self._go.set()
 
+    def wait_if_reached(self):
+        """Until the act is done, if its moment has come."""
+        if self.was_reached:
+            self._thread.join()
+
     def finish(self):
         """Acts if the moment has not come, and waits until the act is done."""
         self._go.set()

@@ -1,5 +1,7 @@
 """The processes of a round, below one folder: `service/`, `console/`, `state/` and logs."""
 
+import os
+import re
 import shutil
 import time
 
@@ -12,9 +14,12 @@ from .watch import Watch
 from .wire import Wire
 
 SERVICE_OPTIONS = ("--password-cost", "min")
-COMMAND_SECONDS = 60  # only ends what hangs
+# These only end what hangs; a loaded machine may take long.
+COMMAND_SECONDS = 240
+START_SECONDS = 120
 LOOK_SECONDS = 0.0005
-START_SECONDS = 5
+PART = re.compile(r"(.+?)(\.[0-9a-f]{16})?\.part(\.journal(\.new)?)?$")  # [1]: of which archive
+OLD_SECONDS = 8 * 24 * 3600  # older than the parts of downloads get
 
 
 class Templates:
@@ -81,24 +86,29 @@ class World:
         self.console.run("status")
 
     def kill_console(self, waits=False):
-        """With `waits` also one that is being started: its files are seen a moment before its process is known."""
+        """With `waits` also one that is being started: its files are seen a moment before its process is known.
+        Whether there was one."""
         if waits:
             wait_until(lambda: self.is_console_running)
-        if self.is_console_running:
-            self.console.process.kill()
-            self.console.process.wait()
+        return self.is_console_running and killed(self.console.process)
 
     def kill_service(self, waits=False):
-        """The process only; reap_service() does the rest. `waits` as with the console."""
+        """The process only; reap_service() does the rest. `waits` and the answer as with the console."""
         if waits:
             wait_until(lambda: self.service.is_running)
-        if self.service.is_running:
-            self.service.process.kill()
-            self.service.process.wait()
+        return self.service.is_running and killed(self.service.process)
 
     @property
     def is_console_running(self):
         return self.console is not None and self.console.process.poll() is None
+
+    def age_parts(self, wanted):
+        """Lets the parts of all but these archives look as old as those that are removed; whether there are any."""
+        parts = [path for path in (self.data / "incoming").glob("*") if is_part_of_others(path, wanted)]
+        for path in parts:
+            then = path.stat().st_mtime - OLD_SECONDS
+            os.utime(path, (then, then))
+        return bool(parts)
 
     def reap_console(self):
         """Puts away a console that was killed or is to end."""
@@ -130,6 +140,17 @@ class World:
         self.reap_console()
         self.reap_service()
         self._watch.close()
+
+
+def killed(process):
+    """Whether it was the kill that ended it."""
+    process.kill()
+    return process.wait() < 0
+
+
+def is_part_of_others(path, wanted):
+    part = PART.fullmatch(path.name)
+    return part is not None and part[1] not in wanted
 
 
 def wait_until(is_so):
