@@ -23,7 +23,20 @@ leg_day() {
 leg_check() {
     configure check
     build check
-    tests check
+    tests check --exclude-regex '^packaging\.|_1000$'
+}
+
+leg_rounds() {
+    configure check
+    build check
+    tests check --tests-regex '_1000$'
+}
+
+# A second build in another folder has to give the same bytes.
+leg_packages() {
+    configure check
+    build check
+    tests check --label-regex '^packaging$'
 }
 
 leg_unit() {
@@ -104,7 +117,7 @@ run_legs() {
     for leg in "$@"; do
         echo "== $leg"
         case $leg in
-        day | unit | e2e) preset=check ;;
+        day | unit | e2e | rounds | packages) preset=check ;;
         *) preset=$leg ;;
         esac
         rm -f "build/$preset/tests.log"
