@@ -88,8 +88,21 @@ Async<void> awaitOperation(StartOperation start)
     const asio::any_io_executor executor = co_await asio::this_coro::executor;
     auto initiate = [&start, executor](auto handler) {
         // A std::function must be copyable and a coroutine's handler is not: share it.
-        auto shared = std::make_shared<decltype(handler)>(std::move(handler));
-        start([shared, executor] { asio::post(executor, [shared] { std::move (*shared)(); }); });
+        struct Resumption
+        {
+            decltype(handler) resume;
+            std::mutex posting;
+        };
+        auto shared = std::make_shared<Resumption>(std::move(handler));
+        start([shared, executor] {
+            const std::lock_guard posting(shared->posting);
+            asio::post(executor, [shared] {
+                // Whoever goes on may take the executor down, and post() uses it to its last line.
+                shared->posting.lock();
+                shared->posting.unlock();
+                std::move(shared->resume)();
+            });
+        });
     };
     co_await asio::async_initiate<const asio::use_awaitable_t<>&, void()>(initiate,
                                                                           asio::use_awaitable);

@@ -60,7 +60,9 @@ private:
     std::vector<std::thread> threads_;
 };
 
-/** Starts an operation that calls the function it is given once, from any thread, when it is done.
+/**
+ * Starts an operation that calls the function it is given once, from any thread, when it is done. That
+ * thread may outlive the executor of whoever waits: it is done with it before the waiter goes on.
  */
 using StartOperation = std::function<void(std::function<void()> done)>;
 
