@@ -61,8 +61,9 @@ private:
 };
 
 /**
- * Starts an operation that calls the function it is given once, from any thread, when it is done. That
- * thread may outlive the executor of whoever waits: it is done with it before the waiter goes on.
+ * Starts an operation that calls the function it is given once, from any thread, when it is done.
+ * That thread may outlive the executor of whoever waits: it is done with it before the waiter goes
+ * on.
  */
 using StartOperation = std::function<void(std::function<void()> done)>;
 
