@@ -1,0 +1,84 @@
+"""A unit of systemd, and a part of its fence put around a process without systemd: the system calls and the
+families of sockets, refused by the kernel as they would be there."""
+
+import configparser
+import ctypes
+import re
+import struct
+import subprocess
+
+from kelvopackages.package import output
+
+# As linux/prctl.h, linux/bpf_common.h and linux/seccomp.h have them.
+PR_SET_NO_NEW_PRIVS, PR_SET_SECCOMP, SECCOMP_MODE_FILTER = 38, 22, 2
+LOAD, EQUAL, RETURN = 0x20, 0x15, 0x06  # a word of the call's description; jump on a constant; end
+NUMBER, FIRST_ARGUMENT = 0, 16  # where they are in the description, on little-endian machines
+ALLOW, REFUSE = 0x7FFF0000, 0x00050000
+EPERM, EAFNOSUPPORT = 1, 97
+
+
+def calls_of(names):
+    """The system calls of a list as SystemCallFilter takes it."""
+    found = set()
+    for name in names:
+        if not name.startswith("@"):
+            found.add(name)
+            continue
+        lines = output("systemd-analyze", "syscall-filter", name).splitlines()[1:]
+        found |= calls_of(line.strip() for line in lines if line.strip() and not line.strip().startswith("#"))
+    return found
+
+
+def numbers():
+    """This machine's number of every system call, as its headers have them."""
+    text = subprocess.run(["cc", "-E", "-dM", "-include", "sys/syscall.h", "-"], input="", check=True,
+                          capture_output=True, text=True).stdout
+    return {name: int(number) for name, number in re.findall(r"^#define __NR_(\w+) (\d+)$", text, re.MULTILINE)}
+
+
+class Unit:
+    def __init__(self, path):
+        self.path = path
+        text = path.read_text(encoding="utf-8")
+        parser = configparser.RawConfigParser(strict=False, interpolation=None)
+        parser.optionxform = str
+        parser.read_string(text)
+        self.settings = parser["Service"]
+        lists = re.findall(r"^SystemCallFilter=(~?)(.*)$", text, re.MULTILINE)
+        self.calls = calls_of(name for sign, names in lists if not sign for name in names.split())
+        self.calls -= calls_of(name for sign, names in lists if sign for name in names.split())
+        self.families = set(self.settings["RestrictAddressFamilies"].split())
+
+    def fence(self):
+        """What a process calls before it becomes the service; no way leads back. Made beforehand, because little
+        may be done between fork and exec."""
+        table = numbers()
+        families = [number for name, number in {"AF_UNIX": 1, "AF_INET": 2, "AF_INET6": 10, "AF_NETLINK": 16}.items()
+                    if name in self.families]
+        program = _filter({table[name] for name in self.calls if name in table}, table["socket"], families)
+        buffer = ctypes.create_string_buffer(program, len(program))
+        described = ctypes.create_string_buffer(
+            struct.pack("H6xP", len(program) // 8, ctypes.addressof(buffer)))
+        library = ctypes.CDLL(None, use_errno=True)
+
+        def enter(_kept=buffer):
+            where = ctypes.addressof(described)
+            for words in ((PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), (PR_SET_SECCOMP, SECCOMP_MODE_FILTER, where, 0, 0)):
+                if library.prctl(*(ctypes.c_ulong(word) for word in words)) != 0:
+                    raise OSError(ctypes.get_errno(), "prctl")
+
+        return enter
+
+
+def _filter(allowed, socket, families):
+    """The kernel's program for the calls that are allowed, and for `socket` the families."""
+    def step(code, value, jump_if_equal=0, jump_if_not=0):
+        return struct.pack("HBBI", code, jump_if_equal, jump_if_not, value)
+
+    steps = [step(LOAD, NUMBER)]
+    for number in sorted(allowed - {socket}):
+        steps += [step(EQUAL, number, 0, 1), step(RETURN, ALLOW)]
+    steps += [step(EQUAL, socket, 1, 0), step(RETURN, REFUSE | EPERM), step(LOAD, FIRST_ARGUMENT)]
+    for family in families:
+        steps += [step(EQUAL, family, 0, 1), step(RETURN, ALLOW)]
+    return b"".join([*steps, step(RETURN, REFUSE | EAFNOSUPPORT)])
