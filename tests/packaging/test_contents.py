@@ -1,10 +1,13 @@
 """What each package installs, against the lists in contents/."""
 
+import hashlib
 import os
+import tarfile
+import tempfile
 import unittest
 from pathlib import Path
 
-from kelvopackages.package import debug_packages, packages
+from kelvopackages.package import FOLDER, debug_packages, packages
 
 LISTS = Path(__file__).parent / "contents"
 
@@ -44,6 +47,35 @@ class ContentsTest(unittest.TestCase):
                 if not member.isdir():
                     self.assertNotIn(member.name, owners, package.name)
                     owners[member.name] = package.name
+
+    def test_each_file_is_the_one_that_its_package_names(self):
+        """What `dpkg --verify` goes by."""
+        for package in [*packages().values(), *debug_packages().values()]:
+            with self.subTest(package.name), tempfile.TemporaryDirectory() as folder:
+                root = package.extract(Path(folder) / "x")
+                self.assertEqual(package.digests(), {
+                    member.name.removeprefix("./"): hashlib.md5((root / member.name).read_bytes()).hexdigest()
+                    for member in package.members() if member.isreg()})
+
+    def test_the_archive_holds_what_the_packages_do(self):
+        path, = FOLDER.glob("*.tar.xz")
+        fields = next(iter(packages().values())).fields
+        folder = f"kelvo-{fields['Version']}-{fields['Architecture']}"
+        self.assertEqual(path.name, f"{folder}.tar.xz")
+        with tarfile.open(path) as archive:
+            members = [member for member in archive if not member.isdir()]
+        self.assertEqual({(member.uid, member.gid) for member in members}, {(0, 0)})
+        self.assertEqual(len({member.mtime for member in members}), 1)
+        for member in members:
+            member.name = member.name.removeprefix(folder)
+        self.assertEqual(sorted(line(member) for member in members),
+                         sorted(line(member) for package in packages().values() for member in package.members()
+                                if not member.isdir()))
+
+    def test_the_digests_are_those_of_the_files(self):
+        digests = dict(reversed(row.split("  ")) for row in (FOLDER / "SHA256SUMS").read_text("ascii").splitlines())
+        self.assertEqual(digests, {path.name: hashlib.sha256(path.read_bytes()).hexdigest()
+                                   for path in FOLDER.iterdir() if path.name != "SHA256SUMS"})
 
     def test_each_tells_what_it_is(self):
         for name, package in packages().items():

@@ -36,6 +36,11 @@ class Package:
             with tarfile.open(fileobj=process.stdout, mode="r|") as archive:
                 return list(archive)
 
+    def digests(self):
+        """Its own list: MD5 of every file, by the path below the system's root."""
+        text = output("dpkg-deb", "--info", self.path, "md5sums")
+        return dict(reversed(row.split("  ")) for row in text.splitlines())
+
     def extract(self, folder):
         """Its files below the folder, and its scripts in DEBIAN there."""
         output("dpkg-deb", "--raw-extract", self.path, folder)
