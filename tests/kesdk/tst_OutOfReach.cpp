@@ -109,6 +109,39 @@ TEST_F(OutOfReach, AReportStaysOwedUntilItGotThrough)
     EXPECT_EQ(service.Count(kReport), 2);
 }
 
+// Behind the check the file may be removed by whoever sent it: what was written to it meanwhile
+// would be gone for good.
+TEST_F(OutOfReach, AFileThatChangesWhileAnOwedReportIsSentWasNotKept)
+{
+    LoseTheLink();
+    EXPECT_TRUE(connection->SendEnvironment(At(1)));
+    service.SetOnline(true);
+    service.onRequest = [this](const std::string& line) {
+        if (line == kReport)
+            folder.Write("a.zip", "the new report");
+    };
+    EXPECT_FALSE(Upload("a.zip", "old"));
+    EXPECT_EQ(FirstText(), L"a.zip changed while it was being sent.");
+    EXPECT_EQ(ReportTimes().size(), 1u);
+    EXPECT_TRUE(service.FileIds(inbox).empty());
+    EXPECT_EQ(folder.Read("a.zip"), "the new report");
+}
+
+TEST_F(OutOfReach, NothingIsSentBehindTheCheckOfAFile)
+{
+    LoseTheLink();
+    EXPECT_TRUE(connection->SendEnvironment(At(1)));
+    service.SetOnline(true);
+    service.FailNext(Drop(kReport)); // so it is owed still
+    service.onRequest = [this, reports = 0](const std::string& line) mutable {
+        if (line == kReport && ++reports > 1)
+            folder.Write("a.zip", "the new report");
+    };
+    EXPECT_TRUE(Upload("a.zip", "old"));
+    EXPECT_EQ(folder.Read("a.zip"), "old");
+    EXPECT_EQ(service.Count(kReport), 1);
+}
+
 TEST_F(OutOfReach, AReportIsNotTakenIntoAnotherSession)
 {
     LoseTheLink();

@@ -137,6 +137,14 @@ std::string Connection::Account() const
 
 bool Connection::End(const Operation& operation, const Failure& failure)
 {
+    const bool isGood = Conclude(operation, failure);
+    if (isGood)
+        SendOwedEnvironment(operation);
+    return isGood;
+}
+
+bool Connection::Conclude(const Operation& operation, const Failure& failure)
+{
     if (failure.Is(EErrorCode::eSessionEnded))
         EndSession(operation.sessionId);
     // Only what asked the service comes here, so the service was reached.
@@ -144,7 +152,6 @@ bool Connection::End(const Operation& operation, const Failure& failure)
         m_devicePatience.Restore();
         if (m_state.IsLinkLost())
             m_session.Nudge();
-        SendOwedEnvironment(operation);
     }
     return !failure.IsSet() || Refuse(failure, operation.subject);
 }

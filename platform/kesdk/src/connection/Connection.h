@@ -84,8 +84,9 @@ private:
     enum class EKind { eSmall, eChange, eTransfer };
 
     std::optional<Operation> Begin(EKind kind, std::wstring subject = {});
-    // Both say whether it went well.
+    // These say whether it went well. End then also sends what is owed to the service.
     bool End(const Operation& operation, const Failure& failure);
+    bool Conclude(const Operation& operation, const Failure& failure);
     bool Refuse(const Failure& failure, const std::wstring& subject);
     void Publish(const ResourceChanges& changes);
     std::string Account() const;

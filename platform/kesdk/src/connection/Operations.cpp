@@ -118,10 +118,11 @@ bool Connection::Upload(const wchar_t* localPath, const TargetIds& targetInboxId
     const std::uint64_t generation = m_snapshot.Generation();
     const Result<std::vector<FileRecord>> files =
         m_uploads.Send(operation->call, ToUtf8(path),
-                       std::vector<std::int64_t>(targetInboxIds.begin(), targetInboxIds.end()));
+                       std::vector<std::int64_t>(targetInboxIds.begin(), targetInboxIds.end()),
+                       [&] { SendOwedEnvironment(*operation); });
     if (files)
         Publish(m_snapshot.ApplyOwnUpload(files.value, generation));
-    return End(*operation, AsFolderGone(files.failure));
+    return Conclude(*operation, AsFolderGone(files.failure));
 }
 
 bool Connection::Download(std::int64_t resourceId, const wchar_t* localPath)

@@ -39,7 +39,8 @@ std::vector<FileRecord> RecordsOf(const NewUpload& upload, const UploadRecord& r
 } // namespace
 
 Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::string& localPath,
-                                              const std::vector<std::int64_t>& targetInboxIds)
+                                              const std::vector<std::int64_t>& targetInboxIds,
+                                              const std::function<void()>& onReached)
 {
     Job job(Patience(m_api.Http().Now(), m_wasInVain));
     job.call = call;
@@ -55,6 +56,8 @@ Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::st
                 m_journal.Forget(job.origin);
             return result.failure;
         }
+        if (onReached)
+            onReached();
         Sha256::Digest digest{};
         const Failure failure = Verify(job, result.value, digest);
         if (!failure.IsSet()) {

@@ -7,6 +7,7 @@
 #include "transfer/UploadJournal.h"
 #include "transfer/UploadKeys.h"
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,9 +37,12 @@ public:
         : m_api(api), m_journal(std::move(journalFolder))
     {}
 
-    // The files that the upload made, in the order of the targets.
+    // The files that the upload made, in the order of the targets. The last thing it does is to see
+    // that the file is still what was sent, because callers remove it next. `onReached` runs before
+    // that, when the service has just answered: what else is due to it is sent there, not behind.
     Result<std::vector<FileRecord>> Send(const ApiCall& call, const std::string& localPath,
-                                         const std::vector<std::int64_t>& targetInboxIds);
+                                         const std::vector<std::int64_t>& targetInboxIds,
+                                         const std::function<void()>& onReached = {});
 
 private:
     enum class EStep {
