@@ -35,6 +35,54 @@ TEST_F(DownloadResume, GoesOnAfterTheLinkWasGivenUp)
     ExpectWhole(kCutAt);
 }
 
+// The console came into a network that is not the right one, or its clock was set: not one byte of
+// what is there is worth less for it.
+TEST_F(DownloadResume, GoesOnAfterWhateverWasWrongOnTheWay)
+{
+    for (const EErrorCode code :
+         {EErrorCode::eDropped, EErrorCode::eUnknownAuthority, EErrorCode::eCertificateExpired,
+          EErrorCode::eCertificateNotYetValid, EErrorCode::eWrongHostName, EErrorCode::eTls,
+          EErrorCode::eClockWrong, EErrorCode::eBadReply, EErrorCode::eInternal}) {
+        SCOPED_TRACE(static_cast<int>(code));
+        BeginAndStop();
+        service.FailNext(Drop("GET /v1/resources/", code));
+        StopBehind("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
+        EXPECT_TRUE(Fetch().IsSet());
+        call.abort = nullptr;
+        ExpectWhole(kCutAt);
+        std::filesystem::remove(folder.Path("here.zip"));
+    }
+}
+
+TEST_F(DownloadResume, GoesOnAfterWhateverTheServiceSaidOfItself)
+{
+    for (const HttpResponse& answer :
+         {test::Problem(507, "insufficient-storage"), test::Problem(500, "internal"),
+          test::Problem(401, "unauthenticated"), test::Problem(400, "malformed-request"),
+          test::Reply(302)}) {
+        SCOPED_TRACE(answer.status);
+        BeginAndStop();
+        service.FailNext(Answer("GET /v1/resources/", answer));
+        EXPECT_TRUE(Fetch().IsSet());
+        ExpectWhole(kCutAt);
+        std::filesystem::remove(folder.Path("here.zip"));
+    }
+}
+
+TEST_F(DownloadResume, KeepsNothingThatTheServiceDoesNotGive)
+{
+    for (const HttpResponse& answer :
+         {test::Problem(404, "not-found"), test::Problem(403, "forbidden"),
+          test::Problem(412, "precondition-failed"), test::Problem(416, "range-not-satisfiable"),
+          test::Reply(206, "x", {{"Content-Range", "bytes 1-1/9"}})}) {
+        SCOPED_TRACE(answer.status);
+        BeginAndStop();
+        service.FailNext(Answer("GET /v1/resources/", answer));
+        EXPECT_TRUE(Fetch().IsSet());
+        EXPECT_EQ(folder.EntryCount(), 0u);
+    }
+}
+
 TEST_F(DownloadResume, TakesTheNameOfAPartThatIsWhole)
 {
     BeginAndStop();

@@ -150,6 +150,55 @@ TEST_F(UploadJournalTest, AFileThatChangesOnTheWayIsNotSent)
     EXPECT_EQ(JournalCount(), 0u);
 }
 
+// The console came into a network that is not the right one, or its clock was set.
+TEST_F(UploadJournalTest, GoesOnAfterWhateverWasWrongOnTheWay)
+{
+    for (const EErrorCode code :
+         {EErrorCode::eUnknownAuthority, EErrorCode::eCertificateExpired,
+          EErrorCode::eCertificateNotYetValid, EErrorCode::eWrongHostName, EErrorCode::eTls,
+          EErrorCode::eClockWrong, EErrorCode::eBadReply, EErrorCode::eInternal}) {
+        SCOPED_TRACE(static_cast<int>(code));
+        service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+        service.FailNext(Drop("PATCH", code));
+        EXPECT_EQ(SendAsNewProcess().failure.code, code);
+        EXPECT_EQ(JournalCount(), 1u);
+        ExpectKept(SendAsNewProcess(), kContent);
+        EXPECT_EQ(LastContent(), kContent.substr(20));
+        EXPECT_EQ(JournalCount(), 0u);
+        service.RemoveFile(service.FileIds(inbox).at(0));
+    }
+}
+
+// A change of the mode, or another number of the medium, makes another key than the lost answer's.
+TEST_F(UploadJournalTest, IsNotStoredTwiceWhenTheOutcomeIsUnknown)
+{
+    service.FailNext(Drop("POST /v1/uploads", true));
+    service.FailNext(Drop("POST /v1/uploads", EErrorCode::eWrongHostName)); // the question
+    EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eWrongHostName);
+    std::filesystem::permissions(path, std::filesystem::perms::owner_read);
+    ExpectKept(SendAsNewProcess(), kContent);
+}
+
+TEST_F(UploadJournalTest, ARefusalAfterALostAnswerDoesNotTellTheOutcome)
+{
+    service.FailNext(Drop("POST /v1/uploads", true));
+    service.FailNext(Answer("POST /v1/uploads", test::Problem(403, "forbidden")));
+    EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eForbidden);
+    std::filesystem::permissions(path, std::filesystem::perms::owner_read);
+    ExpectKept(SendAsNewProcess(), kContent);
+}
+
+TEST_F(UploadJournalTest, KeepsNothingOfWhatTheServiceRefusedAtOnce)
+{
+    for (const HttpResponse& answer :
+         {test::Problem(404, "not-found"), test::Problem(403, "forbidden"),
+          test::Problem(413, "content-too-large"), test::Problem(422, "unprocessable")}) {
+        service.FailNext(Answer("POST /v1/uploads", answer));
+        EXPECT_EQ(SendAsNewProcess().failure.httpStatus, answer.status);
+        EXPECT_EQ(JournalCount(), 0u) << answer.status;
+    }
+}
+
 TEST_F(UploadJournalTest, AResultThatWasRemovedSinceIsStoredAnew)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));

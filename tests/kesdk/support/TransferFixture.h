@@ -25,6 +25,12 @@ protected:
         fault.kind = isCarriedOut ? Fault::EKind::eDropAfter : Fault::EKind::eDropBefore;
         return fault;
     }
+    static Fault Drop(const std::string& line, impl::EErrorCode code)
+    {
+        Fault fault = Drop(line);
+        fault.dropCode = code;
+        return fault;
+    }
     static Fault Cut(const std::string& line, Fault::EKind kind, std::size_t bytes)
     {
         Fault fault;

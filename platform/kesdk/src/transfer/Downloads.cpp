@@ -101,7 +101,7 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
         m_wasInVain = failure.Is(EErrorCode::eNoProgress);
     }
     if (failure.IsSet()) {
-        if (MayGoOnLater(failure))
+        if (!IsWorthlessAfter(failure))
             part.Keep();
         return failure;
     }

@@ -25,8 +25,9 @@ public:
     PartFile(const PartFile&) = delete;
     PartFile& operator=(const PartFile&) = delete;
 
-    // Goes on with what an earlier run left of the same, or begins anew. Claims the space, so that
-    // a full disk shows before anything is fetched.
+    // Goes on with what an earlier run left of the same, or begins anew: whatever else bears the
+    // part's names is removed. Claims the space, so that a full disk shows before anything is
+    // fetched; then what an earlier run left goes as well, as the space is needed.
     Failure Open(const std::string& finalPath, const PartOrigin& origin, const AbortCheck& abort);
 
     bool Write(const char* bytes, std::size_t sizeBytes);

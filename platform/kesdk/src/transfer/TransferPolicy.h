@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
@@ -70,12 +71,28 @@ private:
     std::optional<Clock::Time> m_perhaps;
 };
 
-// Whether a later call may go on with what this one has done.
-inline bool MayGoOnLater(const Failure& failure)
+// Whether a part is worth nothing to a later call: the service has another file or none, or what
+// came is not it, or the console has no room for it. Whatever else went wrong, a network that is
+// not the right one or a service in trouble, costs not one byte of it.
+inline bool IsWorthlessAfter(const Failure& failure)
 {
-    return MayPass(failure) || failure.Is(EErrorCode::eNoProgress) ||
-           failure.Is(EErrorCode::eAborted) || failure.Is(EErrorCode::eSessionEnded) ||
-           failure.Is(EErrorCode::eCaptivePortal) || failure.Is(EErrorCode::eServiceError);
+    constexpr EErrorCode kEnds[] = {
+        EErrorCode::eFileGone,         EErrorCode::eNotFound,
+        EErrorCode::eForbidden,        EErrorCode::eRangeRefused,
+        EErrorCode::eDamaged,          EErrorCode::eDiskFull,
+        EErrorCode::eCannotWrite,      EErrorCode::eInvalidArgument,
+        EErrorCode::eUnusableFileName, EErrorCode::eUnusableServiceName};
+    return std::find(std::begin(kEnds), std::end(kEnds), failure.code) != std::end(kEnds);
+}
+
+// Whether the service has said that it takes no such upload. That is its outcome as long as nothing
+// of it may have got there.
+inline bool IsRefusal(const Failure& failure)
+{
+    constexpr EErrorCode kRefusals[] = {EErrorCode::eNotFound, EErrorCode::eForbidden,
+                                        EErrorCode::eTooLarge, EErrorCode::eRefusedByService};
+    return std::find(std::begin(kRefusals), std::end(kRefusals), failure.code) !=
+           std::end(kRefusals);
 }
 
 } // namespace kesdk::impl

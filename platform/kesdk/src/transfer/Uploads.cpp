@@ -52,7 +52,7 @@ Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::st
         const Result<UploadRecord> result = RunToEnd(job);
         m_wasInVain = result.failure.Is(EErrorCode::eNoProgress);
         if (!result) {
-            if (!MayGoOnLater(result.failure))
+            if (IsOver(job, result.failure))
                 m_journal.Forget(job.origin);
             return result.failure;
         }
@@ -73,6 +73,14 @@ Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::st
             return failure;
         UseNewKey(job);
     }
+}
+
+// Whether the journal has served. As long as the outcome is unknown it has not: its key finds again
+// what the service may hold.
+bool Uploads::IsOver(const Job& job, const Failure& failure)
+{
+    const bool mayHaveBegun = job.hasSent || job.isOld || !job.location.empty();
+    return failure.Is(EErrorCode::eFileChanged) || (IsRefusal(failure) && !mayHaveBegun);
 }
 
 Failure Uploads::Open(Job& job, const std::string& localPath)

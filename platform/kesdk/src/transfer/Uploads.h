@@ -73,6 +73,8 @@ private:
 
     static bool IsSending(EStep step) { return step == EStep::eBegin || step == EStep::eContinue; }
 
+    static bool IsOver(const Job& job, const Failure& failure);
+
     Failure Open(Job& job, const std::string& localPath);
     Result<UploadRecord> RunToEnd(Job& job);
     Result<UploadRecord> Take(Job& job);
