@@ -9,9 +9,9 @@ TLoadedPlugin::~TLoadedPlugin()
         m_finalise();
 }
 
-bool TLoadedPlugin::Load()
+bool TLoadedPlugin::Load(const QString& file)
 {
-    m_library.setFileName(QStringLiteral(KELVO_LIBRARY_FILE));
+    m_library.setFileName(file.isEmpty() ? QStringLiteral(KELVO_LIBRARY_FILE) : file);
     m_library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
     if (!m_library.load())
         return false;
@@ -30,6 +30,11 @@ bool TLoadedPlugin::InitialiseAndWait()
 {
     const int before = gps.ReadyListeners();
     Initialise();
+    return WaitForListeners(before);
+}
+
+bool TLoadedPlugin::WaitForListeners(int before)
+{
     return QTest::qWaitFor([this, before] { return gps.ReadyListeners() > before; }, HANG_GUARD_MS);
 }
 

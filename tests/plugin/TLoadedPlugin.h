@@ -24,14 +24,17 @@ public:
 
     ~TLoadedPlugin();
 
-    // False if the library or one of its entry points is missing; ErrorString() tells why.
-    bool Load();
+    // False if the library or one of its entry points is missing; ErrorString() tells why. Without
+    // a file it is the library of this build.
+    bool Load(const QString& file = {});
     QString ErrorString() const { return m_library.errorString(); }
 
     void Initialise();
     // Initialises and waits until the worker listens to the hub: a request that comes before is
     // heard by nobody.
     bool InitialiseAndWait();
+    // After the first Initialise().
+    bool WaitForWorker() { return WaitForListeners(0); }
     void Finalise() { m_finalise(); }
     TKelvoInterface* Hub() const { return m_getInterface(); }
 
@@ -55,6 +58,8 @@ private:
                                  const TAppUserLevels*, const TAppFeatures*);
     using TFinalise = void (*)();
     using TGetInterface = TKelvoInterface* (*)();
+
+    bool WaitForListeners(int before);
 
     QLibrary m_library;
     TInitialise m_initialise = nullptr;

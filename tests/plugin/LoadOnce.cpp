@@ -1,0 +1,50 @@
+// Loads a plug-in as the host does, starts it and ends it again, for test_load.py.
+//
+//   load_once LIBRARY
+//
+// Marks in the trace of its system calls, as files that are not there, where loading begins and
+// where Initialise has returned; says "initialised" then too. Waits for the worker if there is one.
+#include "support/TestProcess.h"
+#include "tests/plugin/TLoadedPlugin.h"
+
+#include <QtCore/QFile>
+#include <QtGui/QGuiApplication>
+
+#include <cstdio>
+
+#include <unistd.h>
+
+namespace {
+
+void Mark(const char* what)
+{
+    static_cast<void>(::access(what, F_OK));
+}
+
+bool LoadAndStart(const QString& file)
+{
+    TLoadedPlugin plugin;
+    Mark("mark: loading begins");
+    if (!plugin.Load(file)) {
+        std::fprintf(stderr, "%s\n", qUtf8Printable(plugin.ErrorString()));
+        return false;
+    }
+    plugin.Initialise();
+    Mark("mark: Initialise has returned");
+    std::puts("initialised");
+    std::fflush(stdout);
+    return plugin.Hub() == nullptr || plugin.WaitForWorker();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    kelvo::test::PrepareProcess();
+    const QGuiApplication application(argc, argv);
+    if (argc != 2) {
+        std::fputs("usage: load_once LIBRARY\n", stderr);
+        return 2;
+    }
+    return kelvo::test::FinishProcess(LoadAndStart(QFile::decodeName(argv[1])) ? 0 : 1);
+}
