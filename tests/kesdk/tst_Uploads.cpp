@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <iterator>
 
 namespace kesdk::impl {
@@ -11,6 +12,7 @@ namespace kesdk::impl {
 namespace {
 
 using test::Fault;
+using test::SentRequest;
 
 } // namespace
 
@@ -98,6 +100,63 @@ TEST_F(UploadsTest, DeletesACopyThatIsNotWhatWasSent)
     ExpectFailure(Send(), EErrorCode::eFileChanged);
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1);
     ExpectKept(Send(), kContent); // the next one is a new upload
+}
+
+TEST_F(UploadsTest, DeletesAWrongCopyLaterWhenTheLinkDoesNotCarryItNow)
+{
+    service.CorruptNextCommit();
+    for (int i = 0; i < 3; ++i)
+        service.FailNext(Drop("DELETE /v1/resources/"));
+    EXPECT_EQ(Send().failure.code, EErrorCode::eFileChanged);
+    ASSERT_EQ(service.FileIds(inbox).size(), 1u);
+    ExpectKept(Send(), kContent);
+    EXPECT_EQ(service.Count("DELETE /v1/resources/"), 4);
+}
+
+TEST_F(UploadsTest, AConsoleThatWasRestartedDeletesAWrongCopy)
+{
+    const test::TempFolder state;
+    const auto sendAs = [&](const char* account) {
+        Uploads process{api, state.Path("own")};
+        call.account = account;
+        return process.Send(call, path, {inbox});
+    };
+    service.CorruptNextCommit();
+    for (int i = 0; i < 3; ++i)
+        service.FailNext(Drop("DELETE /v1/resources/"));
+    EXPECT_EQ(sendAs("https://service.test\n7").failure.code, EErrorCode::eFileChanged);
+    const Ids wrong = service.FileIds(inbox);
+    ASSERT_EQ(wrong.size(), 1u);
+    folder.Write("report.txt", "rewritten since");
+    EXPECT_TRUE(sendAs("https://service.test\n8")) << "an id is another file to another account";
+    EXPECT_EQ(service.FileIds(inbox).front(), wrong.front());
+    EXPECT_TRUE(sendAs("https://service.test\n7"));
+    const Ids left = service.FileIds(inbox);
+    EXPECT_EQ(std::count(left.begin(), left.end(), wrong[0]), 0);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(state.Path("own")), {}), 0);
+}
+
+TEST_F(UploadsTest, DeletesAWrongCopyAlsoWhenTheConsoleEnds)
+{
+    service.CorruptNextCommit();
+    StopBehind("POST /v1/uploads", 1);
+    ExpectFailure(Send(), EErrorCode::eFileChanged);
+    EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1);
+}
+
+TEST_F(UploadsTest, DoesNotHoldUpAConsoleThatEndsForAWrongCopy)
+{
+    service.CorruptNextCommit();
+    StopBehind("POST /v1/uploads", 1);
+    for (int i = 0; i < 3; ++i)
+        service.FailNext(Drop("DELETE /v1/resources/"));
+    const Clock::Time begin = time->Now();
+    EXPECT_EQ(Send().failure.code, EErrorCode::eFileChanged);
+    EXPECT_LE(time->Now() - begin, std::chrono::seconds(2));
+    const SentRequest last = service.Requests().back();
+    EXPECT_EQ(last.request.method, "DELETE");
+    EXPECT_LE(last.request.limits.total, std::chrono::seconds(2));
+    EXPECT_GT(last.request.limits.total, std::chrono::seconds(0));
 }
 
 TEST_F(UploadsTest, LeavesAloneWhatAnEarlierUploadLeftUnderTheSameKey)

@@ -43,12 +43,20 @@ bool PutAll(int file, std::string_view bytes)
     return true;
 }
 
-std::optional<std::string> ReadAll(const std::string& path)
+struct Content
+{
+    std::optional<std::string> bytes;
+    bool isUnknown = false; // it may be good, but cannot be read now
+};
+
+Content ReadAll(const std::string& path)
 {
     const FileHandle file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat status = {};
-    if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return std::nullopt;
+    if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0)
+        return {std::nullopt, errno != ELOOP};
+    if (!S_ISREG(status.st_mode))
+        return {};
     std::string bytes;
     std::array<char, 4096> piece{};
     while (bytes.size() <= kMostBytes) {
@@ -56,12 +64,12 @@ std::optional<std::string> ReadAll(const std::string& path)
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
-            return std::nullopt;
+            return {std::nullopt, true};
         if (got == 0)
-            return bytes;
+            return {bytes, false};
         bytes.append(piece.data(), static_cast<std::size_t>(got));
     }
-    return std::nullopt;
+    return {};
 }
 
 std::optional<std::string> TextOf(std::string_view bytes)
@@ -112,9 +120,9 @@ bool WriteJournal(const std::string& path, const std::string& text)
 
 std::optional<std::string> ReadJournal(const std::string& path)
 {
-    const std::optional<std::string> bytes = ReadAll(path);
-    std::optional<std::string> text = bytes ? TextOf(*bytes) : std::nullopt;
-    if (!text)
+    const Content content = ReadAll(path);
+    std::optional<std::string> text = content.bytes ? TextOf(*content.bytes) : std::nullopt;
+    if (!text && !content.isUnknown)
         RemoveJournal(path);
     return text;
 }
@@ -126,8 +134,14 @@ void RemoveJournal(const std::string& path)
 
 bool WasToBeJournal(const std::string& path)
 {
-    const std::optional<std::string> bytes = ReadAll(path);
-    return bytes && IsBeginOfJournal(*bytes);
+    const Content content = ReadAll(path);
+    return content.bytes && IsBeginOfJournal(*content.bytes);
+}
+
+std::vector<std::string> JournalsIn(const std::string& folder, std::string_view suffix)
+{
+    return FilesIn(folder,
+                   [suffix](std::string_view name) { return !Without(name, suffix).empty(); });
 }
 
 std::vector<std::string> StaleJournals(const std::string& folder, std::string_view suffix)

@@ -14,13 +14,17 @@ namespace kesdk::impl {
 // On the disk when it returns true. False: what stood there before still stands, or nothing does.
 bool WriteJournal(const std::string& path, const std::string& text);
 
-// What was written. What is torn, or was never a journal, is removed.
+// What was written. What is torn, or was never a journal, is removed; what cannot be read now
+// stays.
 std::optional<std::string> ReadJournal(const std::string& path);
 
 void RemoveJournal(const std::string& path);
 
 // Whether that is a journal, or what a loss of power may have left of one.
 bool WasToBeJournal(const std::string& path);
+
+// The paths of the journals in the folder, by the end of their names.
+std::vector<std::string> JournalsIn(const std::string& folder, std::string_view suffix);
 
 // The paths of the journals in the folder, and of what was to become one, by the end of their
 // names, which nobody has written to for long.

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <time.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 
@@ -23,24 +24,38 @@ struct CloseFolder
 
 } // namespace
 
-std::vector<std::string> StaleFiles(const std::string& folder,
-                                    const std::function<bool(std::string_view)>& isMeant)
+std::vector<std::string> FilesIn(const std::string& folder,
+                                 const std::function<bool(std::string_view)>& isMeant)
 {
-    std::vector<std::string> stale;
-    timespec now{};
+    std::vector<std::string> files;
     const std::unique_ptr<DIR, CloseFolder> opened(::opendir(folder.c_str()));
-    if (!opened || ::clock_gettime(CLOCK_REALTIME, &now) != 0)
-        return stale;
+    if (!opened)
+        return files;
     const std::string start = folder.back() == '/' ? folder : folder + '/';
     while (const dirent* entry = ::readdir(opened.get())) {
         struct stat status = {};
         if (isMeant(entry->d_name) &&
             ::fstatat(::dirfd(opened.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-            S_ISREG(status.st_mode) &&
-            static_cast<std::int64_t>(now.tv_sec) - status.st_mtim.tv_sec > kLongestAgeS)
-            stale.push_back(start + entry->d_name);
+            S_ISREG(status.st_mode))
+            files.push_back(start + entry->d_name);
     }
-    return stale;
+    return files;
+}
+
+std::vector<std::string> StaleFiles(const std::string& folder,
+                                    const std::function<bool(std::string_view)>& isMeant)
+{
+    timespec now{};
+    if (::clock_gettime(CLOCK_REALTIME, &now) != 0)
+        return {};
+    std::vector<std::string> files = FilesIn(folder, isMeant);
+    const auto isYoung = [now](const std::string& path) {
+        struct stat status = {};
+        return ::lstat(path.c_str(), &status) != 0 ||
+               static_cast<std::int64_t>(now.tv_sec) - status.st_mtim.tv_sec <= kLongestAgeS;
+    };
+    files.erase(std::remove_if(files.begin(), files.end(), isYoung), files.end());
+    return files;
 }
 
 } // namespace kesdk::impl

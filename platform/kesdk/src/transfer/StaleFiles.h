@@ -8,7 +8,12 @@
 
 namespace kesdk::impl {
 
-// The paths of the regular files in the folder itself whose names are meant and which are older
+// The paths of the regular files in the folder itself whose names are meant. None when it cannot be
+// read.
+std::vector<std::string> FilesIn(const std::string& folder,
+                                 const std::function<bool(std::string_view)>& isMeant);
+
+// Those of them which are older
 // than the service keeps an upload that nobody goes on with: a week. None when the folder cannot be
 // read.
 std::vector<std::string> StaleFiles(const std::string& folder,

@@ -56,6 +56,8 @@ Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::st
                 m_journal.Forget(job.origin);
             return result.failure;
         }
+        if (!IsAborted(job.call.abort))
+            m_discards.Settle(m_api, job.call);
         if (onReached)
             onReached();
         Sha256::Digest digest{};
@@ -251,10 +253,8 @@ Failure Uploads::Verify(Job& job, const UploadRecord& result, Sha256::Digest& di
                                                         "is in the file now");
     }
     if (failure.Is(EErrorCode::eFileChanged) && IsOwn(job, result)) {
-        ApiCall call = job.call;
-        call.policy = RetryPolicy();
-        for (const std::int64_t id : result.fileIds)
-            static_cast<void>(m_api.DeleteFile(call, id, {}));
+        m_discards.Owe(job.call.account, result.fileIds);
+        m_discards.Settle(m_api, job.call);
         m_keys.Spent(job.identity);
         m_journal.Forget(job.origin);
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "client/ApiClient.h"
+#include "transfer/Discards.h"
 #include "transfer/TransferPolicy.h"
 #include "transfer/UploadFile.h"
 #include "transfer/UploadJournal.h"
@@ -28,13 +29,16 @@ namespace kesdk::impl {
 // That an upload is complete is believed only of an answer to its key: the service gives none for
 // files that were removed since, and stores them anew.
 //
+// What was committed and is not what the file holds is deleted there; if the link does not carry
+// that now, with a later upload, also after a restart.
+//
 // Errors: as Failure; the file stays as it is. Retry: safe, an upload that the service has already
 // committed is found again by its key.
 class Uploads
 {
 public:
     explicit Uploads(ApiClient& api, std::string journalFolder = {})
-        : m_api(api), m_journal(std::move(journalFolder))
+        : m_api(api), m_journal(journalFolder), m_discards(std::move(journalFolder))
     {}
 
     // The files that the upload made, in the order of the targets. The last thing it does is to see
@@ -88,6 +92,7 @@ private:
     ApiClient& m_api;
     UploadKeys m_keys;
     UploadJournal m_journal;
+    Discards m_discards;
     bool m_wasInVain = false; // the last one, for the link's sake
 };
 
