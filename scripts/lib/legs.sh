@@ -74,6 +74,19 @@ leg_tsan() {
     sanitised tsan -DCMAKE_PREFIX_PATH="$qt"
 }
 
+# tests/arm-excluded.txt tells which tests cannot run in an emulator, and why.
+leg_arm() {
+    local sysroot excluded
+    sysroot=$(scripts/armhf-sysroot)
+    excluded=$(sed -n 's/^\([^# ]\+\) .*/\1/p' tests/arm-excluded.txt | paste -sd '|')
+    configure check
+    build check kelvo-service kelvoctl
+    configure arm -DKELVO_SYSROOT="$sysroot" \
+        -DKELVO_SERVICE_BINARY="$PWD/build/check/bin/kelvo-service"
+    build arm
+    tests arm --label-exclude '^(slow|wire|crash|packaging)$' --exclude-regex "^($excluded)$"
+}
+
 # The run's folder is kept when a round was not sound.
 leg_crash() {
     configure check
