@@ -1,7 +1,6 @@
 // What killed downloads have left behind, and what only looks so.
 #include "support/ResumeFixture.h"
 
-#include <chrono>
 #include <set>
 
 namespace kesdk::impl {
@@ -14,11 +13,9 @@ class StaleParts : public test::ResumeFixture
 {
 protected:
     // As if it had been written last a little more than a week ago, or a little less.
-    void MakeOld(const std::string& name, std::chrono::hours less = std::chrono::hours(-1)) const
+    void MakeOld(const std::string& name, std::int64_t lessS = -test::kHourS) const
     {
-        std::filesystem::last_write_time(folder.Path(name),
-                                         std::filesystem::file_time_type::clock::now() -
-                                             std::chrono::hours(7 * 24) + less);
+        folder.Date(name, test::NextMonthS() - test::kWeekS + lessS);
     }
     // Leaves the part of a small file that a killed process would; gives its name.
     std::string LeaveSmallPart(const std::string& name)
@@ -46,10 +43,16 @@ protected:
             names.insert(entry.path().filename().string());
         return names;
     }
-    // By a console that was started anew.
-    void FetchAnother()
+    void ExpectPartIsGoneOnWith()
     {
-        Downloads others{api};
+        std::filesystem::remove(folder.Path("other.zip"));
+        ExpectWhole(test::kCutAt);
+        std::filesystem::remove(folder.Path("here.zip"));
+    }
+    // By a console that was started anew, a month later or at another time.
+    void FetchAnother(const WallClock& wallTimeS = &test::NextMonthS)
+    {
+        Downloads others{api, wallTimeS};
         EXPECT_FALSE(others.Fetch(call, file, folder.Path("other.zip")).IsSet());
         EXPECT_TRUE(folder.Has("other.zip"));
     }
@@ -60,17 +63,69 @@ protected:
 TEST_F(StaleParts, GoWithTheirJournals)
 {
     BeginAndStop();
+    MakeOld("here.zip.part");
     MakeOld("here.zip.part.journal");
     FetchAnother();
     EXPECT_EQ(folder.EntryCount(), 1u);
 }
 
+TEST_F(StaleParts, OfADownloadThatGrewThisWeekStay)
+{
+    BeginAndStop();
+    MakeOld("here.zip.part", test::kHourS);
+    MakeOld("here.zip.part.journal");
+    FetchAnother();
+    EXPECT_EQ(folder.EntryCount(), 3u);
+    ExpectPartIsGoneOnWith();
+}
+
+TEST_F(StaleParts, ThatSomebodyTriesToGoOnWithAreYoungAgain)
+{
+    BeginAndStop();
+    folder.Date("here.zip.part", static_cast<std::int64_t>(::time(nullptr)) - test::kHourS);
+    const auto before = std::filesystem::last_write_time(folder.Path("here.zip.part"));
+    service.FailNext(Drop("GET /v1/resources/", EErrorCode::eWrongHostName));
+    EXPECT_EQ(Fetch().code, EErrorCode::eWrongHostName);
+    EXPECT_GT(std::filesystem::last_write_time(folder.Path("here.zip.part")), before);
+}
+
+// No receiver had told the console the time.
+TEST_F(StaleParts, OfAnUnknownDateBeginTheirWeekWhenTheyAreSeen)
+{
+    for (const std::int64_t writtenS : {std::int64_t{3600}, std::int64_t{2'524'608'000}}) { // 2050
+        SCOPED_TRACE(writtenS);
+        BeginAndStop();
+        const std::string small = LeaveSmallPart("small.zip");
+        for (const std::string& name : {small, std::string("here.zip.part.journal")})
+            folder.Date(name, writtenS);
+        folder.Date("here.zip.part", writtenS);
+        FetchAnother();
+        EXPECT_TRUE(folder.Has(small));
+        EXPECT_TRUE(folder.Has("here.zip.part"));
+        FetchAnother();
+        EXPECT_FALSE(folder.Has(small)) << "that was a month ago by then";
+        EXPECT_EQ(folder.EntryCount(), 1u);
+        std::filesystem::remove(folder.Path("other.zip"));
+    }
+}
+
+TEST_F(StaleParts, StayWhileTheClockIsWrong)
+{
+    for (const std::int64_t nowS : {std::int64_t{3600}, std::int64_t{4'102'444'800}}) { // 2100
+        BeginAndStop();
+        FetchAnother([nowS] { return nowS; });
+        EXPECT_EQ(folder.EntryCount(), 3u);
+        ExpectPartIsGoneOnWith();
+    }
+}
+
 TEST_F(StaleParts, StayForAWeek)
 {
     BeginAndStop();
-    MakeOld("here.zip.part.journal", std::chrono::hours(1));
+    MakeOld("here.zip.part", test::kHourS);
+    MakeOld("here.zip.part.journal", test::kHourS);
     const std::string small = LeaveSmallPart("small.zip");
-    MakeOld(small, std::chrono::hours(1));
+    MakeOld(small, test::kHourS);
     FetchAnother();
     EXPECT_EQ(folder.EntryCount(), 4u);
 }
@@ -134,14 +189,15 @@ TEST_F(StaleParts, AreNotKeptByAJournalThatALossOfPowerTore)
 
 TEST_F(StaleParts, AreLookedForOnceInEachFolder)
 {
-    EXPECT_FALSE(Fetch().IsSet());
+    Downloads once{api, &test::NextMonthS};
+    EXPECT_FALSE(once.Fetch(call, file, folder.Path("here.zip")).IsSet());
     const std::string left = LeaveSmallPart("small.zip");
     MakeOld(left);
-    EXPECT_FALSE(Fetch().IsSet());
+    EXPECT_FALSE(once.Fetch(call, file, folder.Path("here.zip")).IsSet());
     EXPECT_TRUE(folder.Has(left)) << "this one was swept already";
     const test::TempFolder elsewhere;
     std::filesystem::rename(folder.Path(left), elsewhere.Path(left));
-    EXPECT_FALSE(downloads.Fetch(call, file, elsewhere.Path("here.zip")).IsSet());
+    EXPECT_FALSE(once.Fetch(call, file, elsewhere.Path("here.zip")).IsSet());
     EXPECT_FALSE(elsewhere.Has(left));
 }
 

@@ -17,7 +17,7 @@ protected:
 
     Result<std::vector<FileRecord>> SendAsNewProcess()
     {
-        Uploads process{api, state.Path("own")};
+        Uploads process{api, state.Path("own"), wallTimeS};
         return process.Send(call, path, {inbox});
     }
     // Ends with 30 bytes on the service and the upload's address known.
@@ -53,6 +53,7 @@ protected:
     std::string LastContent() const { return service.Requests().back().content; }
 
     test::TempFolder state;
+    WallClock wallTimeS = RealConsoleFacts().wallTimeS;
 
 private:
     std::size_t m_requestsBefore = 0;
@@ -254,13 +255,12 @@ TEST_F(UploadJournalTest, AJournalThatWasAlteredIsNotBelieved)
 TEST_F(UploadJournalTest, RemovesWhatIsOlderThanTheServiceKeepsUploads)
 {
     BeginAndStop();
-    const auto now = std::filesystem::file_time_type::clock::now();
-    const auto journal = Journal();
     const auto leftover = state.Write("own/leftover.upload.new", "torn by a crash");
-    std::filesystem::last_write_time(journal, now - std::chrono::hours(7 * 24 + 1));
-    std::filesystem::last_write_time(leftover, now - std::chrono::hours(7 * 24 + 1));
     const auto foreign = state.Write("own/readme", "not ours");
-    std::filesystem::last_write_time(foreign, now - std::chrono::hours(7 * 24 + 1));
+    for (const std::string& name :
+         {Journal().filename().string(), std::string("leftover.upload.new"), std::string("readme")})
+        state.Date("own/" + name, test::NextMonthS() - test::kWeekS - test::kHourS);
+    wallTimeS = &test::NextMonthS;
     call.abort = [] { return true; };
     SendAsNewProcess();
     EXPECT_TRUE(std::filesystem::exists(foreign));
@@ -268,6 +268,18 @@ TEST_F(UploadJournalTest, RemovesWhatIsOlderThanTheServiceKeepsUploads)
     call.abort = nullptr;
     ExpectKept(SendAsNewProcess(), kContent);
     EXPECT_EQ(service.Count("HEAD"), 0);
+}
+
+// The service keeps an upload for a week since its last part.
+TEST_F(UploadJournalTest, IsAsYoungAsTheLastPartThatArrived)
+{
+    BeginAndStop();
+    state.Date("own/" + Journal().filename().string(), wallTimeS() - test::kHourS);
+    const auto before = std::filesystem::last_write_time(Journal());
+    service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 10));
+    StopBehind("PATCH", 2);
+    EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
+    EXPECT_GT(std::filesystem::last_write_time(Journal()), before);
 }
 
 TEST_F(UploadJournalTest, AFolderThatCannotBeWrittenCostsNoUpload)

@@ -1,6 +1,10 @@
 // A folder that goes with the test.
 #pragma once
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -46,6 +50,14 @@ public:
         return std::string(std::istreambuf_iterator<char>(stream), {});
     }
     bool Has(const std::string& name) const { return std::filesystem::exists(Path(name)); }
+    // As if that had been written last then, in seconds since 1970.
+    void Date(const std::string& name, std::int64_t writtenS) const
+    {
+        timespec times[2] = {};
+        times[0].tv_sec = times[1].tv_sec = static_cast<time_t>(writtenS);
+        if (::utimensat(AT_FDCWD, Path(name).c_str(), times, AT_SYMLINK_NOFOLLOW) != 0)
+            throw std::runtime_error("cannot be dated: " + name);
+    }
     std::size_t EntryCount() const
     {
         return static_cast<std::size_t>(

@@ -8,10 +8,21 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <ctime>
 #include <memory>
 #include <string>
 
 namespace kesdk::test {
+
+// A month after this test runs: what is dated a little before then is not older than the library.
+inline std::int64_t NextMonthS()
+{
+    constexpr std::int64_t kMonthS = std::int64_t{30} * 24 * 60 * 60;
+    return static_cast<std::int64_t>(::time(nullptr)) + kMonthS;
+}
+inline constexpr std::int64_t kHourS = 60 * 60;
+inline constexpr std::int64_t kWeekS = 7 * 24 * kHourS;
 
 class TransferFixture : public testing::Test
 {

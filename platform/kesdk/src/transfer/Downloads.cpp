@@ -5,6 +5,7 @@
 #include "transfer/Paths.h"
 #include "transfer/TransferPolicy.h"
 
+#include <optional>
 #include <string_view>
 
 namespace kesdk::impl {
@@ -111,8 +112,11 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
 void Downloads::SweepOnce(const std::string& localPath)
 {
     const std::string folder = FolderOf(localPath);
+    const std::int64_t nowS = m_wallTimeS();
+    if (IsClockWrong(nowS, std::nullopt))
+        return; // another time
     if (m_sweptFolders.insert(folder).second)
-        RemoveStaleParts(folder);
+        RemoveStaleParts(folder, nowS);
 }
 
 Failure Downloads::FetchWhole(const ApiCall& call, const FileRecord& file, PartFile& part)

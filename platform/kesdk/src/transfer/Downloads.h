@@ -2,10 +2,13 @@
 #pragma once
 
 #include "client/ApiClient.h"
+#include "http/ConsoleFacts.h"
 #include "transfer/PartFile.h"
+#include "transfer/StaleFiles.h"
 
 #include <set>
 #include <string>
+#include <utility>
 
 namespace kesdk::impl {
 
@@ -17,7 +20,9 @@ namespace kesdk::impl {
 class Downloads
 {
 public:
-    explicit Downloads(ApiClient& api) : m_api(api) {}
+    explicit Downloads(ApiClient& api, WallClock wallTimeS = RealConsoleFacts().wallTimeS)
+        : m_api(api), m_wallTimeS(std::move(wallTimeS))
+    {}
 
     // The whole file, verified and synced, stands under the path when nothing failed. The file's
     // name on the service never becomes part of a path.
@@ -30,6 +35,7 @@ private:
     void SweepOnce(const std::string& localPath);
 
     ApiClient& m_api;
+    WallClock m_wallTimeS;
     std::set<std::string> m_sweptFolders;
     bool m_wasInVain = false; // the last one, for the link's sake
 };

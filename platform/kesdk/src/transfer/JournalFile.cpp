@@ -144,12 +144,22 @@ std::vector<std::string> JournalsIn(const std::string& folder, std::string_view 
                    [suffix](std::string_view name) { return !Without(name, suffix).empty(); });
 }
 
-std::vector<std::string> StaleJournals(const std::string& folder, std::string_view suffix)
+bool IsJournalName(std::string_view name, std::string_view suffix)
 {
-    return StaleFiles(folder, [suffix](std::string_view name) {
-        const std::string_view whole = Without(name, kNewSuffix);
-        return !Without(whole.empty() ? name : whole, suffix).empty();
-    });
+    const std::string_view whole = Without(name, kNewSuffix);
+    return !Without(whole.empty() ? name : whole, suffix).empty();
+}
+
+std::vector<std::string> StaleJournals(const std::string& folder, std::string_view suffix,
+                                       std::int64_t nowS)
+{
+    const auto isMeant = [&](std::string_view name) { return IsJournalName(name, suffix); };
+    return StaleFiles(folder, isMeant, nowS);
+}
+
+void RenewJournal(const std::string& path)
+{
+    ::utimensat(AT_FDCWD, path.c_str(), nullptr, AT_SYMLINK_NOFOLLOW);
 }
 
 } // namespace kesdk::impl

@@ -1,6 +1,7 @@
 // Small files that tell a restarted console what it was about to do.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,6 +29,13 @@ std::vector<std::string> JournalsIn(const std::string& folder, std::string_view 
 
 // The paths of the journals in the folder, and of what was to become one, by the end of their
 // names, which nobody has written to for long.
-std::vector<std::string> StaleJournals(const std::string& folder, std::string_view suffix);
+std::vector<std::string> StaleJournals(const std::string& folder, std::string_view suffix,
+                                       std::int64_t nowS);
+
+// Whether the name is one of those.
+bool IsJournalName(std::string_view name, std::string_view suffix);
+
+// Says that somebody goes on with what the journal is about.
+void RenewJournal(const std::string& path);
 
 } // namespace kesdk::impl

@@ -118,6 +118,7 @@ bool PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
     m_file = std::move(file);
     m_sizeBytes = m_flushedBytes = hashed;
     m_isResumed = hashed > 0;
+    ::futimens(m_file.Get(), nullptr); // it is wanted still, even if not one byte comes now
     return true;
 }
 
@@ -185,10 +186,10 @@ void PartFile::Keep()
 {
     if (!m_hasJournal || !m_file.IsOpen() || m_failure.IsSet() || !Flush())
         return;
-    // What was claimed and is not filled goes back to the disk.
-    m_isLeft = m_sizeBytes > 0 &&
-               ::ftruncate(m_file.Get(), static_cast<off_t>(m_flushedBytes)) == 0 &&
-               ::fsync(m_file.Get()) == 0;
+    // What was claimed and is not filled goes back to the disk. Nobody waits for a slow one: what
+    // it loses with the power, the digest finds.
+    m_isLeft =
+        m_sizeBytes > 0 && ::ftruncate(m_file.Get(), static_cast<off_t>(m_flushedBytes)) == 0;
 }
 
 Failure PartFile::Commit()

@@ -76,17 +76,23 @@ bool IsPartOf(const std::string& path, const PartOrigin& origin)
     return !origin.account.empty() && ReadJournal(path) == TextOf(origin);
 }
 
-void RemoveStaleParts(const std::string& folder)
+void RemoveStaleParts(const std::string& folder, std::int64_t nowS)
 {
-    for (const std::string& path : StaleFiles(folder, &IsLoosePart))
+    for (const std::string& path : StaleFiles(folder, &IsLoosePart, nowS))
         ::unlink(path.c_str());
-    for (const std::string& path : StaleJournals(folder, kJournalSuffix)) {
-        if (!WasToBeJournal(path))
-            continue;
+    const std::string start = folder.back() == '/' ? folder : folder + '/';
+    const auto isOurs = [&](std::string_view name) {
+        return IsJournalName(name, kJournalSuffix) && WasToBeJournal(start + std::string(name));
+    };
+    for (const std::string& path : StaleFiles(folder, isOurs, nowS)) {
         // Only beside a journal that is whole, which each part of such a name had, is it ours.
-        if (const std::string_view start = Without(path, kJournalSuffix);
-            !start.empty() && ReadJournal(path))
-            ::unlink((std::string(start) + std::string(kPartSuffix)).c_str());
+        const std::string_view name = Without(path, kJournalSuffix);
+        if (!name.empty() && ReadJournal(path)) {
+            const std::string part = std::string(name) + std::string(kPartSuffix);
+            if (::access(part.c_str(), F_OK) == 0 && !IsStale(part, nowS))
+                continue;
+            ::unlink(part.c_str());
+        }
         RemoveJournal(path);
     }
 }

@@ -33,8 +33,8 @@ PartPaths PartPathsOf(const std::string& folder, std::string name, std::size_t l
 bool WritePartJournal(const std::string& path, const PartOrigin& origin);
 // Whether the part beside the journal is one of just this. A journal that is torn is removed.
 bool IsPartOf(const std::string& path, const PartOrigin& origin);
-// Parts in the folder that nobody has gone on with for long, and their journals. Nothing else,
-// whatever it is called.
-void RemoveStaleParts(const std::string& folder);
+// Parts in the folder that nobody has gone on with for long, and their journals; the younger of
+// both counts. Nothing else, whatever it is called.
+void RemoveStaleParts(const std::string& folder, std::int64_t nowS);
 
 } // namespace kesdk::impl

@@ -1,13 +1,14 @@
 // Files that nobody has written to for long.
 #include "transfer/StaleFiles.h"
 
+#include "base/BuildTime.h"
+#include "http/ConsoleFacts.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <time.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <memory>
 
 namespace kesdk::impl {
@@ -15,7 +16,8 @@ namespace kesdk::impl {
 namespace {
 
 // Not with std::filesystem: its library may have been built for times of 32 bits.
-constexpr std::int64_t kLongestAgeS = 7 * 24 * 60 * 60;
+constexpr std::int64_t kDayS = 24 * 60 * 60;
+constexpr std::int64_t kLongestAgeS = 7 * kDayS;
 
 struct CloseFolder
 {
@@ -42,18 +44,29 @@ std::vector<std::string> FilesIn(const std::string& folder,
     return files;
 }
 
-std::vector<std::string> StaleFiles(const std::string& folder,
-                                    const std::function<bool(std::string_view)>& isMeant)
+bool IsStale(const std::string& path, std::int64_t nowS)
 {
-    timespec now{};
-    if (::clock_gettime(CLOCK_REALTIME, &now) != 0)
+    struct stat status = {};
+    if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+        return false;
+    const std::int64_t writtenS = status.st_mtim.tv_sec;
+    // Before this library was built nothing was written, and nothing is tomorrow.
+    if (writtenS < BuildTimeS() - kDayS || writtenS > nowS + kDayS) {
+        const timespec now[2] = {{0, UTIME_NOW}, {0, UTIME_NOW}};
+        ::utimensat(AT_FDCWD, path.c_str(), now, AT_SYMLINK_NOFOLLOW);
+        return false;
+    }
+    return nowS - writtenS > kLongestAgeS;
+}
+
+std::vector<std::string> StaleFiles(const std::string& folder,
+                                    const std::function<bool(std::string_view)>& isMeant,
+                                    std::int64_t nowS)
+{
+    if (IsClockWrong(nowS, std::nullopt))
         return {};
     std::vector<std::string> files = FilesIn(folder, isMeant);
-    const auto isYoung = [now](const std::string& path) {
-        struct stat status = {};
-        return ::lstat(path.c_str(), &status) != 0 ||
-               static_cast<std::int64_t>(now.tv_sec) - status.st_mtim.tv_sec <= kLongestAgeS;
-    };
+    const auto isYoung = [nowS](const std::string& path) { return !IsStale(path, nowS); };
     files.erase(std::remove_if(files.begin(), files.end(), isYoung), files.end());
     return files;
 }

@@ -1,6 +1,7 @@
 // Files that nobody has written to for long.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -8,15 +9,21 @@
 
 namespace kesdk::impl {
 
-// The paths of the regular files in the folder itself whose names are meant. None when it cannot be
-// read.
+// The console's clock, in seconds since 1970, however wrong it is. Injected, so that tests need not
+// wait for a week.
+using WallClock = std::function<std::int64_t()>;
+
+// The regular files in the folder itself whose names are meant. None when it cannot be read.
 std::vector<std::string> FilesIn(const std::string& folder,
                                  const std::function<bool(std::string_view)>& isMeant);
 
-// Those of them which are older
-// than the service keeps an upload that nobody goes on with: a week. None when the folder cannot be
-// read.
+// Whether that is a regular file that was written longer ago than the service keeps an upload that
+// nobody goes on with: a week. What was written by a clock that was wrong begins its week now.
+bool IsStale(const std::string& path, std::int64_t nowS);
+
+// Those of them that are stale. None while the clock is wrong: nobody knows what is old then.
 std::vector<std::string> StaleFiles(const std::string& folder,
-                                    const std::function<bool(std::string_view)>& isMeant);
+                                    const std::function<bool(std::string_view)>& isMeant,
+                                    std::int64_t nowS);
 
 } // namespace kesdk::impl

@@ -41,14 +41,16 @@ std::string TextOf(const json& document, const char* name)
 
 } // namespace
 
-UploadJournal::UploadJournal(std::string folder) : m_folder(std::move(folder)) {}
+UploadJournal::UploadJournal(std::string folder, WallClock wallTimeS)
+    : m_folder(std::move(folder)), m_wallTimeS(std::move(wallTimeS))
+{}
 
 std::optional<BegunUpload> UploadJournal::Find(const UploadOrigin& origin)
 {
     if (!IsKept(origin))
         return std::nullopt;
     if (!std::exchange(m_isSwept, true)) {
-        for (const std::string& path : StaleJournals(m_folder, kSuffix))
+        for (const std::string& path : StaleJournals(m_folder, kSuffix, m_wallTimeS()))
             RemoveJournal(path);
     }
     const std::optional<std::string> text = ReadJournal(PathOf(origin));
@@ -77,6 +79,12 @@ void UploadJournal::Keep(const UploadOrigin& origin, const BegunUpload& upload)
     // An older one, of an upload that is no more, must not outlive this.
     if (!WriteJournal(PathOf(origin), Dump(document)))
         Forget(origin);
+}
+
+void UploadJournal::Renew(const UploadOrigin& origin)
+{
+    if (IsKept(origin))
+        RenewJournal(PathOf(origin));
 }
 
 void UploadJournal::Forget(const UploadOrigin& origin)

@@ -1,6 +1,8 @@
 // Which uploads a console has begun, for the time after a restart.
 #pragma once
 
+#include "transfer/StaleFiles.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -35,11 +37,13 @@ class UploadJournal
 {
 public:
     // Without a folder nothing is kept.
-    explicit UploadJournal(std::string folder);
+    UploadJournal(std::string folder, WallClock wallTimeS);
 
     // What was begun of just this. What was begun of an earlier state of the file is removed.
     std::optional<BegunUpload> Find(const UploadOrigin& origin);
     void Keep(const UploadOrigin& origin, const BegunUpload& upload);
+    // The service keeps it longer too, because more of it has arrived.
+    void Renew(const UploadOrigin& origin);
     void Forget(const UploadOrigin& origin);
 
 private:
@@ -47,6 +51,7 @@ private:
     std::string PathOf(const UploadOrigin& origin) const;
 
     const std::string m_folder;
+    const WallClock m_wallTimeS;
     bool m_isSwept = false;
 };
 

@@ -172,6 +172,7 @@ void Uploads::Advance(Job& job, const UploadRecord& stand)
     job.mostOffsetBytes = std::max(job.mostOffsetBytes, stand.offsetBytes);
     // Being told where it stands is not yet progress, but no lost attempt either.
     if (hasGrown) {
+        m_journal.Renew(job.origin);
         job.fruitless = 0;
         job.fruitlessAnswers = 0;
         job.patience.SeeProgress(m_api.Http().Now());

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "client/ApiClient.h"
+#include "http/ConsoleFacts.h"
 #include "transfer/Discards.h"
 #include "transfer/TransferPolicy.h"
 #include "transfer/UploadFile.h"
@@ -37,8 +38,11 @@ namespace kesdk::impl {
 class Uploads
 {
 public:
-    explicit Uploads(ApiClient& api, std::string journalFolder = {})
-        : m_api(api), m_journal(journalFolder), m_discards(std::move(journalFolder))
+    explicit Uploads(ApiClient& api, std::string journalFolder = {},
+                     WallClock wallTimeS = RealConsoleFacts().wallTimeS)
+        : m_api(api),
+          m_journal(journalFolder, std::move(wallTimeS)),
+          m_discards(std::move(journalFolder))
     {}
 
     // The files that the upload made, in the order of the targets. The last thing it does is to see
