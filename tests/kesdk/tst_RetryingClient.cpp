@@ -187,6 +187,18 @@ TEST_F(RetryingClientTest, HonoursADateByTheClockOfWhoeverSaysIt)
     EXPECT_EQ(time->Sleeps(), (Sleeps{9s, 1000ms, 1500ms})) << "or else its own pauses";
 }
 
+TEST_F(RetryingClientTest, KnowsDatesBehindTheEndOf32Bits)
+{
+    const auto wait = [this](const char* now, const char* then) {
+        return RetryAfter(Good(503, {{"Date", now}, {"Retry-After", then}}).response);
+    };
+    EXPECT_EQ(wait("Tue, 19 Jan 2038 03:14:07 GMT", "Tue, 19 Jan 2038 03:14:10 GMT"), 3s);
+    EXPECT_EQ(wait("Fri, 01 Jan 2100 10:00:00 GMT", "Fri, 01 Jan 2100 10:00:09 GMT"), 9s);
+    EXPECT_EQ(wait("Tue, 19 Jan 2038 03:14:10 GMT", "Tue, 19 Jan 2038 03:14:07 GMT"), 0s);
+    // Both come to the same in 32 bits.
+    EXPECT_EQ(wait("Thu, 01 Jan 1970 00:00:00 GMT", "Sun, 07 Feb 2106 06:28:16 GMT"), 24h);
+}
+
 TEST_F(RetryingClientTest, WaitsForNobodyForever)
 {
     for (const char* wanted : {"86400", "99999999999999999999", "Fri, 01 Jan 2100 10:00:00 GMT"}) {

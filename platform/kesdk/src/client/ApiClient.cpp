@@ -52,6 +52,22 @@ Failure ReadEmptyReply(const HttpOutcome& outcome)
     return failure.IsSet() || isGood ? failure : BadReply(outcome.response);
 }
 
+std::int64_t IdOf(const ResourceRecord& record)
+{
+    if (record.project)
+        return record.project->id;
+    return record.inbox ? record.inbox->id : record.file->id;
+}
+
+// What came instead of what was asked for would be taken for it.
+template <class T>
+Result<T> OnlyIf(bool isAskedFor, Result<T> reply)
+{
+    if (!reply || isAskedFor)
+        return reply;
+    return Failure(EErrorCode::eBadReply, "the reply is about something else");
+}
+
 std::string Resource(std::int64_t id)
 {
     return "/resources/" + std::to_string(id);
@@ -91,13 +107,18 @@ Result<AccountRecord> ApiClient::GetAccount(const ApiCall& call)
 Result<ProjectRecord> ApiClient::GetProjectResources(const ApiCall& call, std::int64_t projectId)
 {
     const std::string target = "/projects/" + std::to_string(projectId) + "/resources";
-    return ReadReply<ProjectRecord>(Perform(call, Request("GET", target)), &ParseProjectResources);
+    auto reply =
+        ReadReply<ProjectRecord>(Perform(call, Request("GET", target)), &ParseProjectResources);
+    const bool isIt = reply.value.id == projectId;
+    return OnlyIf(isIt, std::move(reply));
 }
 
 Result<ResourceRecord> ApiClient::GetResource(const ApiCall& call, std::int64_t resourceId)
 {
-    return ReadReply<ResourceRecord>(Perform(call, Request("GET", Resource(resourceId))),
-                                     &ParseResource);
+    auto reply = ReadReply<ResourceRecord>(Perform(call, Request("GET", Resource(resourceId))),
+                                           &ParseResource);
+    const bool isIt = reply && IdOf(reply.value) == resourceId;
+    return OnlyIf(isIt, std::move(reply));
 }
 
 Result<InboxRecord> ApiClient::CreateUserInbox(const ApiCall& call, const std::wstring& projectName)

@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -24,11 +23,10 @@ std::int64_t ToInteger(const json& value)
     return value.get<std::int64_t>();
 }
 
-// The console keeps ids in 32 bits, so one that does not fit is no id.
 std::int64_t ToId(const json& value)
 {
     const std::int64_t id = ToInteger(value);
-    if (id < 1 || id > std::numeric_limits<std::int32_t>::max())
+    if (!IsId(id))
         throw std::out_of_range("id");
     return id;
 }

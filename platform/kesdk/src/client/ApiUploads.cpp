@@ -5,6 +5,7 @@
 #include "client/ApiJson.h"
 #include "client/Problems.h"
 
+#include <algorithm>
 #include <charconv>
 #include <string_view>
 #include <utility>
@@ -88,6 +89,8 @@ Result<UploadRecord> ReadUpload(const HttpOutcome& outcome)
     upload.isComplete = true;
     upload.isRepeated = response.Header("Kelvo-Repeated") != nullptr;
     upload.fileIds = SplitIds(*ids);
+    if (!std::all_of(upload.fileIds.begin(), upload.fileIds.end(), &IsId))
+        return BadReply(response, "ids that are none");
     upload.reprDigest = *digest;
     // A 204 has no body; the snapshot then learns of the files from the event stream.
     if (auto files = ParseUploadedFiles(response.body))

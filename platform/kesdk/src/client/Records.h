@@ -2,11 +2,18 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace kesdk::impl {
+
+// The console keeps ids in 32 bits: one that does not fit would be taken for another's there.
+constexpr bool IsId(std::int64_t number)
+{
+    return number >= 1 && number <= std::numeric_limits<std::int32_t>::max();
+}
 
 struct UserRecord
 {

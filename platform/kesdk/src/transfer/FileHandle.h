@@ -1,11 +1,14 @@
 // An open file descriptor that closes itself.
 #pragma once
 
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <utility>
 
 namespace kesdk::impl {
+
+static_assert(sizeof(off_t) == 8, "files may be larger than 2 GiB, also on the 32-bit console");
 
 class FileHandle
 {

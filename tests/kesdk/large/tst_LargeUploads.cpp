@@ -1,0 +1,113 @@
+// Uploads that go on behind 2 and 4 GiB.
+#include "large/LargeFixture.h"
+#include "transfer/Uploads.h"
+
+namespace kesdk::impl {
+
+namespace {
+
+using test::SentRequest;
+
+constexpr std::int64_t kFile = 7;
+
+class LargeUploads : public test::LargeFixture
+{
+protected:
+    using Answer = std::function<HttpOutcome(const SentRequest&)>;
+
+    Result<std::vector<FileRecord>> Send()
+    {
+        Uploads process{api, state.Path("own")};
+        return process.Send(call, path, {10});
+    }
+
+    // The whole is offered, and nothing of it is taken before the link drops.
+    Answer TakesNothing() const
+    {
+        return [this](const SentRequest& sent) {
+            EXPECT_EQ(sent.Header("Upload-Length"), std::to_string(sizeBytes));
+            EXPECT_EQ(sent.request.source->LengthBytes(), sizeBytes);
+            return test::Drop();
+        };
+    }
+    // As if so much behind the hole had arrived.
+    Answer Stands(std::int64_t behindHole, int status) const
+    {
+        return [this, behindHole, status](const SentRequest& sent) {
+            EXPECT_EQ(sent.request.source, nullptr);
+            HttpOutcome outcome;
+            outcome.response = test::Reply(status, {},
+                                           {{"Location", "/kelvo-api/v1/uploads/u1"},
+                                            {"Upload-Offset", std::to_string(hole + behindHole)}});
+            return outcome;
+        };
+    }
+    // Offered must be what stands behind `from`; so much of it is taken.
+    Answer Takes(std::size_t from, std::size_t bytes) const
+    {
+        return [this, from, bytes](const SentRequest& sent) {
+            const std::int64_t offset = hole + static_cast<std::int64_t>(from);
+            EXPECT_EQ(sent.Header("Upload-Offset"), std::to_string(offset));
+            EXPECT_EQ(sent.request.source->LengthBytes(), sizeBytes - offset);
+            bool failed = false;
+            EXPECT_EQ(test::ReadBody(sent.request, bytes, failed), text.substr(from, bytes));
+            EXPECT_FALSE(failed);
+            if (from + bytes < text.size())
+                return test::Drop();
+            HttpOutcome outcome;
+            outcome.response = test::Reply(204, {},
+                                           {{"Upload-Offset", std::to_string(sizeBytes)},
+                                            {"Kelvo-File-Ids", std::to_string(kFile)},
+                                            {"Repr-Digest", ToReprDigest(digest)}});
+            return outcome;
+        };
+    }
+    void ExpectKept(const Result<std::vector<FileRecord>>& sent)
+    {
+        ASSERT_TRUE(sent) << sent.failure.detail;
+        ASSERT_EQ(sent.value.size(), 1u);
+        EXPECT_EQ(sent.value[0].id, kFile);
+        EXPECT_EQ(sent.value[0].sizeBytes, sizeBytes);
+        EXPECT_EQ(sent.value[0].sha256Hex, ToHex(digest));
+        EXPECT_EQ(lines.size(), answers.size());
+    }
+
+    test::TempFolder state;
+    const std::string path = WriteLarge("report.zip", text);
+};
+
+} // namespace
+
+TEST_P(LargeUploads, SendOnlyWhatLacks)
+{
+    answers = {TakesNothing(), Stands(10, 201), Takes(10, 20), Stands(30, 200),
+               Takes(30, text.size() - 30)};
+    ExpectKept(Send());
+    EXPECT_EQ(lines[3], "HEAD /v1/uploads/u1");
+}
+
+TEST_P(LargeUploads, AreGoneOnWithByARestartedConsole)
+{
+    answers = {TakesNothing(), Stands(10, 201), Takes(10, 20)};
+    StopBehind(3);
+    EXPECT_EQ(Send().failure.code, EErrorCode::eAborted);
+    call.abort = nullptr;
+    answers.insert(answers.end(), {Stands(30, 200), Takes(30, text.size() - 30)});
+    ExpectKept(Send());
+    EXPECT_EQ(lines[3], "HEAD /v1/uploads/u1") << "the journal knew its size";
+}
+
+TEST_P(LargeUploads, GoNowhereBehindTheirEnd)
+{
+    for (const std::int64_t beyond :
+         {std::int64_t{1}, std::int64_t{1} << 31, std::int64_t{1} << 32, std::int64_t{1} << 40}) {
+        lines.clear();
+        answers = {TakesNothing(), Stands(static_cast<std::int64_t>(text.size()) + beyond, 201)};
+        EXPECT_EQ(Send().failure.code, EErrorCode::eBadReply) << beyond;
+        EXPECT_EQ(lines.size(), 2u) << beyond;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Holes, LargeUploads, testing::ValuesIn(test::kHoles));
+
+} // namespace kesdk::impl
