@@ -63,7 +63,7 @@ const TextCase kTextCases[] = {
     {EErrorCode::eTimeout, L"The service did not answer in time."},
     {EErrorCode::eUnknownAuthority, L"The service could not prove its identity."},
     {EErrorCode::eCertificateExpired, L"The service's certificate has expired."},
-    {EErrorCode::eNoProgress, L"No data got through for 5 minutes."},
+    {EErrorCode::eNoProgress, L"No data got through for a while."},
     {EErrorCode::eClockWrong, L"The console's date and time are wrong."},
     {EErrorCode::eCaptivePortal, L"This network shows a page of its own instead of the service."},
     {EErrorCode::eWrongHostName, L"The server that answered is not the service."},

@@ -1,6 +1,8 @@
 // Uploads over a link that drops at each step.
 #include "support/UploadFixture.h"
 
+#include <utility>
+
 namespace kesdk::impl {
 
 namespace {
@@ -64,6 +66,41 @@ TEST_F(UploadResume, GivesTheNextOneLittleTimeOnADeadLink)
     EXPECT_LT(time->Now() - begin, std::chrono::minutes(20));
     service.SetOnline(true);
     EXPECT_TRUE(Send());
+}
+
+// Reading 4 GB again takes a console longer than its patience with the link is.
+TEST_F(UploadResume, DigestingWhatWasSentBeforeCostsNoPatience)
+{
+    const test::TempFolder state;
+    call.account = "https://service.test\n7";
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 10));
+    StopBehind("PATCH", 1);
+    EXPECT_EQ(Uploads(api, state.Path()).Send(call, path, {inbox}).failure.code,
+              EErrorCode::eAborted);
+    bool isNext = false;
+    service.onRequest = [&](const std::string& line) { isNext = line.rfind("HEAD", 0) == 0; };
+    call.abort = [&] { // the digest asks between its pieces
+        if (std::exchange(isNext, false))
+            time->Advance(std::chrono::minutes(6));
+        return false;
+    };
+    service.FailNext(Drop("PATCH"));
+    ExpectKept(Uploads(api, state.Path()).Send(call, path, {inbox}), kContent);
+    EXPECT_EQ(service.Count("PATCH"), 3);
+}
+
+TEST_F(UploadResume, ADeadLinkOfLongAgoDoesNotCount)
+{
+    service.SetOnline(false);
+    ExpectFailure(Send(), EErrorCode::eNoProgress);
+    time->Advance(std::chrono::hours(1));
+    const Clock::Time begin = time->Now();
+    const auto sent = Send();
+    ExpectFailure(sent, EErrorCode::eNoProgress);
+    EXPECT_GE(time->Now() - begin, std::chrono::minutes(5));
+    EXPECT_NE(sent.failure.detail.find("no byte for 300 s"), std::string::npos);
+    EXPECT_NE(Send().failure.detail.find("no byte for 30 s"), std::string::npos);
 }
 
 TEST_F(UploadResume, GoesOnForHoursAsLongAsSomethingGetsThrough)

@@ -40,17 +40,19 @@ constexpr TextRow kTexts[] = {
     {EErrorCode::eDropped, L"The connection to the service was lost.",
      L"The mobile signal may be weak. Try again where it is better."},
     {EErrorCode::eUnknownAuthority, L"The service could not prove its identity.",
-     L"Do not use this network for it. Ask your dealer to check the console's certificates."},
+     L"Log in to this network first if it wants that, or use another one. If it stays so, ask your "
+     L"dealer to check the console's certificates."},
     {EErrorCode::eCertificateExpired, L"The service's certificate has expired.",
      L"Check the console's date and time. If they are right, ask your dealer."},
     {EErrorCode::eCertificateNotYetValid, L"The service's certificate is not valid yet.",
      L"Check the console's date and time."},
     {EErrorCode::eWrongHostName, L"The server that answered is not the service.",
-     L"Do not use this network for it. Try another one, or ask your dealer."},
+     L"Log in to this network first if it wants that, or use another one. If it stays so, ask your "
+     L"dealer."},
     {EErrorCode::eTls, L"No secure connection to the service could be made.",
      L"Try again later. If it stays so, ask your dealer."},
 
-    {EErrorCode::eNoProgress, L"No data got through for 5 minutes.",
+    {EErrorCode::eNoProgress, L"No data got through for a while.",
      L"The mobile signal may be weak. Try again where it is better."},
     {EErrorCode::eClockWrong, L"The console's date and time are wrong.",
      L"Set the console's date and time, then try again."},

@@ -99,7 +99,7 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
     Failure failure = part.Open(localPath, origin, call.abort);
     if (!failure.IsSet()) {
         failure = FetchWhole(call, file, part);
-        m_wasInVain = failure.Is(EErrorCode::eNoProgress);
+        m_inVain.See(failure, m_api.Http().Now());
     }
     if (failure.IsSet()) {
         if (!IsWorthlessAfter(failure))
@@ -141,7 +141,8 @@ Failure Downloads::FetchContent(const ApiCall& call, const FileRecord& file, Par
 {
     ApiCall once = call;
     once.policy.attempts = 1; // repeating is done here, where the offset is known
-    Progress progress{Patience(m_api.Http().Now(), m_wasInVain), part.SizeBytes()};
+    const Clock::Time now = m_api.Http().Now();
+    Progress progress{Patience(now, m_inVain.Counts(now)), part.SizeBytes()};
     int fruitless = 0;
     while (part.SizeBytes() < file.sizeBytes || file.sizeBytes == 0) {
         const std::int64_t before = progress.mostBytes;

@@ -5,6 +5,7 @@
 #include "http/ConsoleFacts.h"
 #include "transfer/PartFile.h"
 #include "transfer/StaleFiles.h"
+#include "transfer/TransferPolicy.h"
 
 #include <set>
 #include <string>
@@ -37,7 +38,7 @@ private:
     ApiClient& m_api;
     WallClock m_wallTimeS;
     std::set<std::string> m_sweptFolders;
-    bool m_wasInVain = false; // the last one, for the link's sake
+    LastInVain m_inVain;
 };
 
 } // namespace kesdk::impl

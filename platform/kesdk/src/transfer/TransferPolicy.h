@@ -26,24 +26,32 @@ inline constexpr int kMostFruitlessAnswers = 6;
 class Patience
 {
 public:
-    static constexpr std::chrono::minutes kLongest{5};
+    static constexpr std::chrono::seconds kLongest{5 * 60};
     static constexpr std::chrono::seconds kAfterOneInVain{30};
 
     Patience(Clock::Time now, bool wasOneInVain)
-        : m_progress(wasOneInVain ? now - kLongest + kAfterOneInVain : now)
+        : m_progress(now), m_limit(wasOneInVain ? kAfterOneInVain : kLongest)
     {}
 
     void SeeProgress(Clock::Time at)
     {
         m_progress = std::max(m_progress, at);
+        m_limit = kLongest;
         m_perhaps.reset();
+    }
+    // So long the console itself was busy: the link had nothing to carry.
+    void Extend(Clock::Time::duration by)
+    {
+        m_progress += by;
+        if (m_perhaps)
+            *m_perhaps += by;
     }
     // Bytes left until then, but nobody has said yet whether they arrived.
     void SeePossibleProgress(Clock::Time at) { m_perhaps = at; }
     // Now it was said: they did not. Whether that had been possible.
     bool SeeNoProgress() { return std::exchange(m_perhaps, std::nullopt).has_value(); }
 
-    bool IsOver(Clock::Time now) const { return now - Since() >= kLongest; }
+    bool IsOver(Clock::Time now) const { return now - Since() >= Limit(); }
     // The failure to end with instead of trying again after this one; not set while it shall be
     // tried. Whoever asks for a longer pause than is left ends it at once, with its own words.
     Failure Judge(const Failure& failure, Clock::Time now) const
@@ -53,22 +61,43 @@ public:
         if (IsOver(now))
             return NoProgress(failure);
         const bool waitsTooLong =
-            failure.retryAfter && now + *failure.retryAfter - Since() >= kLongest;
+            failure.retryAfter && now + *failure.retryAfter - Since() >= Limit();
         return waitsTooLong ? failure : Failure();
     }
 
 private:
     Clock::Time Since() const { return m_perhaps.value_or(m_progress); }
-    static Failure NoProgress(const Failure& last)
+    std::chrono::seconds Limit() const { return m_perhaps ? kLongest : m_limit; }
+    Failure NoProgress(const Failure& last) const
     {
         return Failure(EErrorCode::eNoProgress,
-                       "no byte for " + std::to_string(kLongest.count()) +
-                           " minutes; at last: " + last.detail,
+                       "no byte for " + std::to_string(Limit().count()) +
+                           " s; at last: " + last.detail,
                        last.httpStatus);
     }
 
     Clock::Time m_progress;
+    std::chrono::seconds m_limit;
     std::optional<Clock::Time> m_perhaps;
+};
+
+// Whether the last transfer of a kind was given up for the link's sake, so shortly ago that the
+// link is likely to be as it was.
+class LastInVain
+{
+public:
+    void See(const Failure& failure, Clock::Time now)
+    {
+        m_at = failure.Is(EErrorCode::eNoProgress) ? std::optional(now) : std::nullopt;
+    }
+    bool Counts(Clock::Time now) const
+    {
+        constexpr std::chrono::minutes kCounts{2};
+        return m_at && now - *m_at < kCounts;
+    }
+
+private:
+    std::optional<Clock::Time> m_at;
 };
 
 // Whether a part is worth nothing to a later call: the service has another file or none, or what

@@ -42,7 +42,8 @@ Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::st
                                               const std::vector<std::int64_t>& targetInboxIds,
                                               const std::function<void()>& onReached)
 {
-    Job job(Patience(m_api.Http().Now(), m_wasInVain));
+    const Clock::Time now = m_api.Http().Now();
+    Job job(Patience(now, m_inVain.Counts(now)));
     job.call = call;
     job.call.policy.attempts = 1; // repeating is done here, where the offsets are known
     job.upload.targetInboxIds = targetInboxIds;
@@ -50,7 +51,7 @@ Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::st
         return failure;
     for (;;) {
         const Result<UploadRecord> result = RunToEnd(job);
-        m_wasInVain = result.failure.Is(EErrorCode::eNoProgress);
+        m_inVain.See(result.failure, m_api.Http().Now());
         if (!result) {
             if (IsOver(job, result.failure))
                 m_journal.Forget(job.origin);
@@ -74,6 +75,7 @@ Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::st
         if (!isAnothers || !job.file.IsUnchanged())
             return failure;
         UseNewKey(job);
+        job.patience.SeeProgress(m_api.Http().Now()); // it answered; the digest took the time
     }
 }
 
@@ -139,8 +141,10 @@ Result<UploadRecord> Uploads::Take(Job& job)
     } else {
         const bool begins = job.step == EStep::eBegin;
         const std::int64_t offset = begins ? 0 : job.offsetBytes;
+        const Clock::Time beforeDigest = m_api.Http().Now();
         if (const Failure failure = job.file.StartAt(offset, job.call.abort); failure.IsSet())
             return failure;
+        job.patience.Extend(m_api.Http().Now() - beforeDigest);
         if (begins)
             m_journal.Keep(job.origin, {job.upload.idempotencyKey, {}});
         m_keys.Begun(job.identity);
@@ -165,6 +169,7 @@ void Uploads::Advance(Job& job, const UploadRecord& stand)
 {
     if (!stand.location.empty() && stand.location != job.location) {
         job.location = stand.location;
+        job.mostOffsetBytes = 0; // another upload: what the one before had does not count
         m_journal.Keep(job.origin, {job.upload.idempotencyKey, job.location});
     }
     job.offsetBytes = stand.offsetBytes;

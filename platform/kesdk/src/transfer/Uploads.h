@@ -97,7 +97,7 @@ private:
     UploadKeys m_keys;
     UploadJournal m_journal;
     Discards m_discards;
-    bool m_wasInVain = false; // the last one, for the link's sake
+    LastInVain m_inVain;
 };
 
 } // namespace kesdk::impl
