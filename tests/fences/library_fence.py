@@ -2,12 +2,19 @@
 """Checks what a built library shows to the outside and what it needs from there.
 
 usage: library_fence.py exports LIBRARY MAP
+       library_fence.py imports LIBRARY LIST FROM...
+       library_fence.py owned LIBRARY LIST NAMESPACE...
+       library_fence.py documented MAP PAGE HEADER...
        library_fence.py needed LIBRARY NAME...
        library_fence.py closed LIBRARY
        library_fence.py constructors LIBRARY SOURCE...
        library_fence.py apart ARCHIVE LIBRARY
 
 exports       defines exactly the names of the version script MAP
+imports       takes from each library FROM exactly the names that LIST has below its file name
+owned         shows no function or object of its own but of the classes that LIST, a description of
+              the interface, has a block for, and of the further NAMESPACEs
+documented    the table in PAGE has exactly the names of MAP, each as one of the HEADERs declares it
 needed        names no shared library beyond those that begin with a NAME
 closed        nothing that it uses stays undefined once it is loaded
 constructors  runs code at load for no source file beyond those named
@@ -26,11 +33,17 @@ def run(*command):
     return subprocess.run(command, capture_output=True, text=True, check=True).stdout
 
 
+def read(path):
+    with open(path, encoding="utf-8") as file:
+        return file.read()
+
+
 def names_of_map(text):
-    """What stands between "global:" and "local:"."""
+    """What stands between "global:" and "local:"; C++ names are those in quotes."""
     text = re.sub(r"/\*.*?\*/", "", text, flags=re.DOTALL)
     listed = re.search(r"global:(.*?)local:", text, re.DOTALL)[1]
-    return {name.strip() for name in listed.split(";") if name.strip()}
+    return set(re.findall(r'"([^"]+)"\s*;', listed)) or {
+        name.strip() for name in listed.split(";") if name.strip()}
 
 
 def symbols(text):
@@ -39,12 +52,79 @@ def symbols(text):
             if len(line.split()) >= 2 and not line.endswith(":")}
 
 
+def defined(library):
+    return symbols(run(NM, "-D", "--defined-only", library))
+
+
+def readable(names, *options):
+    """What the listing of a library that has the names calls them in C++."""
+    plain = run(NM, "-p", *options).splitlines()
+    demangled = run(NM, "-p", "-C", *options).splitlines()
+    found = set()
+    for one, other in zip(plain, demangled):
+        if symbols(one) & names:
+            found.add(re.sub(r"^\s*([0-9a-f]+ )? *\w ", "", other).split("@")[0])
+    return found
+
+
 def exports(library, map_file):
-    with open(map_file, encoding="utf-8") as file:
-        wanted = names_of_map(file.read())
-    found = symbols(run(NM, "-D", "--defined-only", library))
+    wanted = names_of_map(read(map_file))
+    found = defined(library)
+    if any("(" in name for name in wanted):
+        found = readable(found, "-D", "--defined-only", library)
     return ([f"not exported: {name}" for name in sorted(wanted - found)]
             + [f"exported and not listed: {name}" for name in sorted(found - wanted)])
+
+
+def names_of_list(text, library):
+    """The lines of a list below the line "LIBRARY:", up to an empty one."""
+    block = re.search(rf"^{re.escape(library)}:\n(.+?)(?:\n\n|\Z)", text, re.DOTALL | re.MULTILINE)
+    return {line for line in block[1].splitlines() if line} if block else set()
+
+
+def imports(library, list_file, *providers):
+    used = symbols(run(NM, "-D", "--undefined-only", library))
+    offences = []
+    for provider in providers:
+        name = os.path.basename(provider)
+        wanted = names_of_list(read(list_file), name)
+        found = readable(used & defined(provider), "-D", "--undefined-only", library)
+        offences += [f"{name}: taken and not listed: {one}" for one in sorted(found - wanted)]
+        offences += [f"{name}: listed and not taken: {one}" for one in sorted(wanted - found)]
+        if not wanted:
+            offences.append(f"{name}: no names in the list")
+    return offences
+
+
+def owner_of(name):
+    """The class or namespace, and all around it, of a C++ name."""
+    name = re.sub(r"^(?:.* for |.*thunk to )", "", name).split("(")[0]
+    parts = name.split("::")
+    return {"::".join(parts[:count]) for count in range(1, len(parts) + 1)}
+
+
+def owned(library, list_file, *namespaces):
+    classes = set(re.findall(r"^(\S.*) \S+\.h$", read(list_file), re.MULTILINE))
+    # Templates and inline functions are everybody's; they come out as weak.
+    strong = [line.split(" ", 2) for line in
+              run(NM, "-DC", "--defined-only", library).splitlines()]
+    names = {line[2].split("@")[0] for line in strong if line[1] in "TDBR"}
+    return [f"shown, but in no header of the interface: {name}" for name in sorted(names)
+            if not owner_of(name) & (classes | set(namespaces))] or (
+                [] if names else [f"{library} shows nothing: not read correctly"])
+
+
+def documented(map_file, page, *headers):
+    wanted = names_of_map(read(map_file))
+    declared = " ".join(re.sub(r"\b\w+_EXPORT |\bextern (?:\"C\" )?", "", read(header))
+                        for header in headers)
+    declared = re.sub(r"\s+", " ", re.sub(r"//[^\n]*", "", declared))
+    rows = re.findall(r"^\| `(\w+)` \| `([^`]+)` \|", read(page), re.MULTILINE)
+    found = {name for name, _ in rows}
+    return ([f"not in the table: {name}" for name in sorted(wanted - found)]
+            + [f"in the table, but not exported: {name}" for name in sorted(found - wanted)]
+            + [f"{name} is not declared as in the table: {signature}" for name, signature in rows
+               if f" {signature};" not in declared or not re.search(rf"\b{name}\b", signature)])
 
 
 def needed(library, *allowed):
@@ -80,15 +160,16 @@ def constructors(library, *allowed):
 
 def apart(archive, library):
     used = symbols(run(NM, "--undefined-only", archive))
-    defined = symbols(run(NM, "-D", "--defined-only", library))
-    if not used or not defined:
+    theirs = defined(library)
+    if not used or not theirs:
         return ["nothing to compare"]
     # Templates and inline functions are everybody's.
     own = symbols(run(NM, "--defined-only", archive))
-    return [f"uses {name}" for name in sorted((used & defined) - own)]
+    return [f"uses {name}" for name in sorted((used & theirs) - own)]
 
 
-CHECKS = {"exports": exports, "needed": needed, "closed": closed, "constructors": constructors,
+CHECKS = {"exports": exports, "imports": imports, "owned": owned, "documented": documented,
+          "needed": needed, "closed": closed, "constructors": constructors,
           "apart": apart}
 
 

@@ -8,9 +8,10 @@ import sys
 import tempfile
 import unittest
 
-import class_fence
+import describer
 import headers_alone
 import include_fence
+import interface_fence
 import library_fence
 
 
@@ -153,9 +154,69 @@ class LibraryFence(TreeCase):
         self.assertEqual(library_fence.exports(fewer, map_file),
                          ["not exported: f", "not exported: g"])
 
+    def test_exports_of_cpp_names(self):
+        map_file = self.write("lib.map", '{ global: extern "C++" { "n::f(int)"; }; local: *; };')
+        export = '__attribute__((visibility("default")))'
+        library = self.built_library("namespace n { %s void f(int) {} }" % export)
+        self.assertEqual(library_fence.exports(library, map_file), [])
+        library = self.built_library("namespace n { %s void f(long) {} }" % export)
+        self.assertEqual(library_fence.exports(library, map_file),
+                         ["not exported: n::f(int)", "exported and not listed: n::f(long)"])
+
+    def test_imports(self):
+        export = '__attribute__((visibility("default")))'
+        base = self.built_library(f"struct {export} S {{ void f(int); void g(); }};"
+                                  "void S::f(int) {} void S::g() {}", "-Wl,-soname,base.so")
+        provider = os.path.join(self.tree, "base.so")
+        os.rename(base, provider)
+        user = self.built_library(f"struct S {{ void f(int); void g(); }};\n"
+                                  f"{export} void u(S& s) {{ s.f(1); }}", provider)
+        listed = self.write("list.txt", "# all\n\nbase.so:\nS::f(int)\n\nother.so:\nS::g()\n")
+        self.assertEqual(library_fence.imports(user, listed, provider), [])
+        self.write("list.txt", "base.so:\nS::g()\n")
+        self.assertEqual(library_fence.imports(user, listed, provider),
+                         ["base.so: taken and not listed: S::f(int)",
+                          "base.so: listed and not taken: S::g()"])
+        self.write("list.txt", "other.so:\nS::f(int)\n")
+        self.assertIn("base.so: no names in the list",
+                      library_fence.imports(user, listed, provider))
+
+    def test_owned(self):
+        export = '__attribute__((visibility("default")))'
+        library = self.built_library(
+            f"struct {export} S {{ virtual void f(); struct {export} T {{ void g(); }}; }};"
+            f"void S::f() {{}} void S::T::g() {{}} namespace n {{ {export} int v = 1; }}")
+        listed = self.write("list.txt", "S a/b.h\nsize 4\n")
+        self.assertEqual(library_fence.owned(library, listed, "n"), [])
+        self.assertEqual(library_fence.owned(library, listed),
+                         ["shown, but in no header of the interface: n::v"])
+        self.write("list.txt", "T a/b.h\nsize 4\n")
+        self.assertIn("shown, but in no header of the interface: S::f()",
+                      library_fence.owned(library, listed, "n"))
+
+    def test_documented(self):
+        self.write("lib.map", "{ global: f; v; local: *; };")
+        self.write("a.h", 'extern "C" {\nX_EXPORT void f(int a, // first\n    int b);\n'
+                          "X_EXPORT extern const int v;\n}\n")
+        row = "| `{}` | `{}` | any time |\n"
+        paths = [os.path.join(self.tree, name) for name in ("lib.map", "page.md", "a.h")]
+        f, v = ("f", "void f(int a, int b)"), ("v", "const int v")
+        for rows, offences in (
+                ((f, v), []),
+                ((f,), ["not in the table: v"]),
+                ((f, v, ("g", "const int v")),
+                 ["in the table, but not exported: g",
+                  "g is not declared as in the table: const int v"]),
+                ((("f", "void f(int a)"), v),
+                 ["f is not declared as in the table: void f(int a)"])):
+            with self.subTest(rows):
+                self.write("page.md", "".join(row.format(*one) for one in rows))
+                self.assertEqual(library_fence.documented(*paths), offences)
+
     def test_needed(self):
-        library = self.built_library("#include <cmath>\ndouble f(double x) { return std::tgamma(x); }",
-                               "-Wl,--no-as-needed", "-lm")
+        library = self.built_library(
+            "#include <cmath>\ndouble f(double x) { return std::tgamma(x); }",
+            "-Wl,--no-as-needed", "-lm")
         self.assertIn("needs libm.so.6", library_fence.needed(library, "libc.", "libstdc++"))
         self.assertEqual(library_fence.needed(library, "lib", "ld-linux"), [])
 
@@ -181,41 +242,165 @@ class LibraryFence(TreeCase):
             self.assertEqual(library_fence.apart(archive, library), offences)
 
 
-class ClassFence(TreeCase):
+class InterfaceFence(TreeCase):
+    """What the fence says of a header that changes."""
+
     HEADER = """
-    struct A { virtual ~A(); virtual void one(); virtual void two(); int m_a = 1; };
-    class B : public A // a comment; { }
+    namespace n { enum E : short { eFirst = 1, eLast = -7 }; using F = E*; }
+    #define SHOWN __attribute__((visibility("default")))
+    struct SHOWN A { virtual ~A(); virtual void one(); virtual int two(char) const; int m_a; };
+    struct C { virtual void four(); virtual ~C(); };
+    class SHOWN B : public A, public C
     {
-        void two() override; virtual void three(); bool m_x = false; int m_list[3]; int* m_y{};
+    public:
+        void four() override; virtual void three(long* const&); void five(); static n::F s_count;
+    private:
+        void hidden(); bool m_x[3]; double m_y;
     };
-    struct C { virtual ~C(); virtual void four(); };
-    struct D : A, C { void four() override; virtual void five(); };
     """
+    SOURCE = "void B::five() {} n::F B::s_count; void B::three(long* const&) {}"
+    LISTED = """
+B a.h
+size 24/40
+base 0 A
+base 8/16 C
+member 12/24 m_x: bool[3]
+member 16/32 m_y: double
+slot 4 four()
+exported slot 5 three(long int* const&)
+exported static s_count: n::F
+exported operation five()
 
-    def slots(self, name):
-        header = self.write("classes.h", self.HEADER)
-        return class_fence.slots_of(class_fence.dump_of([header], "g++", []), name)
+C a.h
+size 4/8
+slot 0 four()
+slot 1 ~C()
 
-    def test_slots(self):
-        self.assertEqual(self.slots("A"), ["A::~A", "A::~A", "A::one", "A::two"])
-        self.assertEqual(self.slots("B"), ["B::~B", "B::~B", "A::one", "B::two", "B::three"])
-        self.assertEqual(self.slots("D"),
-                         ["D::~D", "D::~D", "A::one", "A::two", "D::four", "D::five"])
-        self.assertIsNone(self.slots("E"))
+n::E a.h
+size 2
+value 1 eFirst
+value -7 eLast
 
-    def test_members(self):
-        self.assertEqual(class_fence.members_of(self.HEADER, "B"), ["m_x", "m_list", "m_y"])
-        self.assertIsNone(class_fence.members_of(self.HEADER, "E"))
+n::F a.h
+alias n::E*
 
-    def test_difference(self):
-        self.assertEqual(class_fence.difference("A", ["x", "y"], ["x", "y"]), [])
-        self.assertTrue(class_fence.difference("A", ["x", "y"], ["y", "x"]))
-        self.assertTrue(class_fence.difference("A", ["x"], ["x", "y"]))
-        self.assertTrue(class_fence.difference("A", ["x"], None))
+A a.h
+size 8/16
+member 4/8 m_a: int
+slot 0 ~A()
+slot 2 one()
+slot 3 two(char) const -> int
+"""
 
-    def test_blocks(self):
-        self.assertEqual(class_fence.blocks_of("# c\n\nA a.h\nx\n# c\ny\n\n\nB b.h\n"),
-                         [("A", "a.h", ["x", "y"]), ("B", "b.h", [])])
+    def described(self, header, source=SOURCE, whole=True):
+        path = self.write("a.h", header)
+        library = os.path.join(self.tree, "lib.so")
+        code = self.write("a.cpp", f'#include "a.h"\n{source}')
+        subprocess.run(["c++", "-shared", "-fPIC", "-o", library, code], check=True)
+        return describer.describe(
+            describer.compiled([path], "g++", []), self.tree, [("a.h", whole)],
+            library_fence.defined(library))
+
+    def offences(self, old="", new="", **more):
+        self.assertIn(old, self.HEADER)
+        return interface_fence.compare(interface_fence.blocks_of(self.LISTED, 1),
+                                       self.described(self.HEADER.replace(old, new), **more))
+
+    def test_agrees_with_its_list(self):
+        self.assertEqual(self.offences(), [])
+
+    def test_names_a_slot_that_was_added(self):
+        self.assertEqual(
+            self.offences("virtual void one();", "virtual void one(); virtual void more();")[0],
+            "A: added: slot 3 more()")
+
+    def test_names_a_slot_that_was_removed(self):
+        self.assertEqual(self.offences("virtual int two(char) const;"),
+                         ["A: removed: slot 3 two(char) const -> int",
+                          "B: moved: four() has slot 3, expected slot 4",
+                          "B: moved: three(long int* const&) has exported slot 4, "
+                          "expected exported slot 5"])
+
+    def test_names_slots_that_moved(self):
+        self.assertEqual(self.offences("virtual void one(); virtual int two(char) const;",
+                                       "virtual int two(char) const; virtual void one();"),
+                         ["A: moved: one() has slot 3, expected slot 2",
+                          "A: moved: two(char) const -> int has slot 2, expected slot 3"])
+
+    def test_sees_a_destructor_move(self):
+        self.assertEqual(self.offences("virtual void four(); virtual ~C();",
+                                       "virtual ~C(); virtual void four();"),
+                         ["C: moved: four() has slot 2, expected slot 0",
+                          "C: moved: ~C() has slot 0, expected slot 1"])
+
+    def test_names_a_changed_signature(self):
+        self.assertEqual(self.offences("two(char)", "two(short)"),
+                         ["A: added: slot 3 two(short int) const -> int",
+                          "A: removed: slot 3 two(char) const -> int"])
+        self.assertEqual(self.offences("virtual int two", "virtual long two"),
+                         ["A: added: slot 3 two(char) const -> long int",
+                          "A: removed: slot 3 two(char) const -> int"])
+
+    def test_names_members_and_bases_that_moved(self):
+        self.assertEqual(self.offences("bool m_x[3]; double m_y;", "double m_y; bool m_x[3];"),
+                         ["B: moved: m_x: bool[3] has member 32, expected member 24",
+                          "B: moved: m_y: double has member 24, expected member 32"])
+        self.assertIn("B: moved: C has base 0, expected base 16",
+                      self.offences("public A, public C", "public C, public A"))
+        self.assertIn("A: changed: it has size 24, expected size 16",
+                      self.offences("int m_a;", "int m_a; long m_b;"))
+
+    def test_names_operations(self):
+        self.assertEqual(self.offences("void five();", "void five(); void six();"),
+                         ["B: added: operation six()"])
+        self.assertEqual(self.offences("void hidden();", "void hidden(); void also();"), [])
+        self.assertEqual(
+            self.offences(source="void B::five() {} n::F B::s_count;"),
+            ["B: changed: three(long int* const&) has slot 5, expected exported slot 5"])
+
+    def test_leaves_out_operations_where_only_tables_count(self):
+        blocks = self.described(self.HEADER, whole=False)
+        self.assertNotIn("exported operation five()", blocks["B a.h"])
+        self.assertNotIn("n::F a.h", blocks)
+        self.assertIn("slot 4 four()", blocks["B a.h"])
+
+    def test_names_operations_in_another_order(self):
+        self.assertEqual(interface_fence.differences("A", ["operation a()", "operation b()"],
+                                                     ["operation b()", "operation a()"]),
+                         ["A: another place in the order: operation b()"])
+
+    def test_names_classes_and_values(self):
+        self.assertEqual(self.offences("struct C {", "struct N {}; struct C {"),
+                         ["added: N a.h"])
+        self.assertEqual(interface_fence.compare({"A a.h": ["size 1"]}, {}), ["removed: A a.h"])
+        self.assertEqual(self.offences("using F = E*;", "using F = E**;"),
+                         ["n::F: added: alias n::E**", "n::F: removed: alias n::E*"])
+        self.assertEqual(self.offences("eFirst = 1", "eFirst"),
+                         ["n::E: moved: eFirst has value 0, expected value 1"])
+        self.assertEqual(self.offences("E : short", "E : int"),
+                         ["n::E: changed: it has size 4, expected size 2"])
+
+    def test_joins_two_processors(self):
+        listed = interface_fence.blocks_of(self.LISTED)
+        one, other = (interface_fence.blocks_of(self.LISTED, column) for column in (0, 1))
+        self.assertEqual(interface_fence.join(one, other), listed)
+        self.assertIn("size 24", one["B a.h"])
+        one["n::F a.h"] = ["alias n::G*"]
+        joined = interface_fence.join(one, other)
+        self.assertEqual(joined["n::F a.h"], ["alias n::G* | n::E*"])
+        text = interface_fence.text_of(joined)
+        self.assertEqual([interface_fence.blocks_of(text, column) for column in (0, 1)],
+                         [one, other])
+
+    def test_does_not_join_what_is_on_one_processor_only(self):
+        one, other = (interface_fence.blocks_of(self.LISTED, column) for column in (0, 1))
+        one["A a.h"].append("slot 4 three()")
+        del other["C a.h"]
+        with self.assertRaisesRegex(ValueError, "five.*exported operation"):
+            interface_fence.join({"B a.h": ["operation five()"]},
+                                 {"B a.h": ["exported operation five()"]})
+        with self.assertRaisesRegex(ValueError, r"C a\.h\n.*: A a\.h: three\(\)"):
+            interface_fence.join(one, other)
 
 
 if __name__ == "__main__":
