@@ -23,6 +23,16 @@ configure() {
     fi
 }
 
+# configure_arm [CMAKE-ARGUMENT...]: what was found in another root is forgotten with it.
+configure_arm() {
+    local sysroot
+    sysroot=$(scripts/armhf-sysroot)
+    if ! grep -s -q -x "KELVO_SYSROOT:[A-Z]*=$sysroot" build/arm/CMakeCache.txt; then
+        rm -rf build/arm
+    fi
+    configure arm -DKELVO_SYSROOT="$sysroot" "$@"
+}
+
 # build PRESET [TARGET...]
 build() {
     local preset=$1
