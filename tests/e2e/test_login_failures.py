@@ -2,9 +2,11 @@
 
 import re
 import socket
+import subprocess
 import unittest
 
 from kelvoe2e.case import PASSWORD, FarmCase
+from kelvoe2e.needs import needs
 
 
 def without_numbers(text):
@@ -26,26 +28,47 @@ class LoginFailuresTest(FarmCase):
         self.assertFalse(flags["loggedIn"] or flags["loginInProgress"])
         return texts[0]
 
+    def assert_says(self, console, words):
+        self.assertEqual(self.failed_text(console).partition("\n")[0], words)
+
+    def wait_to_upload(self, console):
+        report = console.data / "to-service/curves/one.crv"
+        report.parent.mkdir(parents=True, exist_ok=True)
+        report.write_bytes(b"curve")
+        return report
+
     def assert_goes_on(self, console):
         self.assert_ok(console.run("list maps"))
         self.assertEqual(console.close(), 1)
 
     def test_unknown_host(self):
         console = self.console(address="name.invalid:443")
-        self.failed_text(console)
-        self.failed_text(console)
+        self.assert_says(console, "The service was not found on the internet.")
+        self.assert_says(console, "The service was not found on the internet.")
+        self.assert_goes_on(console)
+
+    def test_no_route(self):
+        alone = ("unshare", "--map-root-user", "--net")  # where not even the loopback interface is up
+        works = subprocess.run([*alone, "true"], stderr=subprocess.DEVNULL, check=False).returncode == 0
+        needs(self, works, "leave for a network namespace")
+        console = self.console(address="192.0.2.1:443", prefix=alone)
+        self.assert_says(console, "There is no way to the service.")
         self.assert_goes_on(console)
 
     def test_refused_port(self):
         with socket.create_server(("127.0.0.1", 0)) as taken:
             port = taken.getsockname()[1]
         console = self.console(address=f"127.0.0.1:{port}")
-        self.failed_text(console)
+        report = self.wait_to_upload(console)
+        self.assert_says(console, "The service does not answer.")
+        self.assertFalse(console.run("upload curves one.crv").ok)
+        self.assertEqual(report.read_bytes(), b"curve")
         self.assert_goes_on(console)
 
     def test_unknown_authority(self):
         console = self.console(ca="/etc/hostname")  # readable, and no certificate
         text = self.failed_text(console)
+        self.assertEqual(text.partition("\n")[0], "The service could not prove its identity.")
         self.assertNotIn("password", text.lower())
         self.assert_goes_on(console)
 

@@ -2,10 +2,14 @@
 
 import unittest
 
-from kelvoe2e.case import PASSWORD, FarmCase
+from kelvoe2e.case import FarmCase
+
+NEW_PASSWORD = "eight brown fields"
 
 
 class LostSessionTest(FarmCase):
+    service_options = ("--password-cost", "min", "--login-attempts", "3")
+
     def test_a_disabled_account_is_logged_out(self):
         console = self.logged_in()
         mark = console.mark()
@@ -13,12 +17,38 @@ class LostSessionTest(FarmCase):
         console.wait_for_signal("KelvoLoggedOut", mark)
         self.assertFalse(console.run("status").value("status")["loggedIn"])
 
-    def test_a_new_password_ends_the_session_and_the_console_can_log_in_again(self):
+    def test_a_new_password_ends_the_session_and_locks_nobody_out(self):
         console = self.logged_in()
-        mark = console.mark()
-        self.admin.run("user", "passwd", self.operator, KELVOCTL_NEW_PASSWORD=PASSWORD)
+        before, mark = self.logins(), console.mark()
+        self.admin.run("user", "passwd", self.operator, KELVOCTL_NEW_PASSWORD=NEW_PASSWORD)
         console.wait_for_signal("KelvoLoggedOut", mark)
-        self.assert_ok(console.run("login"))
+        self.assert_ok(console.run("list maps"))
+        self.assertEqual(self.logins(), before, "the console asked again by itself")
+        self.assertEqual(self.refusal(console), "The user name or the password is wrong.")
+        self.assertEqual(self.logins(), before + 1)
+        # One more would lock the account, if the console had tried oftener than it was told to.
+        self.assertEqual(self.refusal(console), "The user name or the password is wrong.")
+        self.assert_ok(self.console(password=NEW_PASSWORD).run("login"))
+
+    def test_a_login_to_a_disabled_account_says_so_and_is_tried_once(self):
+        console = self.logged_in()
+        before, mark = self.logins(), console.mark()
+        self.admin.disable_user(self.operator)
+        console.wait_for_signal("KelvoLoggedOut", mark)
+        self.assertEqual(self.refusal(console), "This account is disabled.")
+        self.assertEqual(self.logins(), before + 1)
+
+    def logins(self):
+        """How often anybody asked for a session so far."""
+        return self.service.requests().get(("POST", "/sessions"), 0)
+
+    def refusal(self, console):
+        """The first line of what the operator is told."""
+        result = console.run("login")
+        self.assertFalse(result.ok)
+        text, = (line.arguments["text"] for line in result.signals("KelvoLoginFailed"))
+        self.assert_two_lines(text)
+        return text.partition("\n")[0]
 
     def test_operations_without_a_session_leave_records_and_files(self):
         console = self.logged_in()
