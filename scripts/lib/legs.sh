@@ -74,6 +74,19 @@ leg_tsan() {
     sanitised tsan -DCMAKE_PREFIX_PATH="$qt"
 }
 
+# Its own tests, and those over HTTP; the wire's run what was built with the sanitizer.
+leg_asan-service() {
+    configure asan-service
+    build asan-service
+    tests asan-service
+}
+
+leg_tsan-service() {
+    configure tsan-service
+    build tsan-service
+    tests tsan-service
+}
+
 # tests/arm-excluded.txt tells which tests cannot run in an emulator, and why.
 leg_arm() {
     local excluded
