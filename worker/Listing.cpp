@@ -46,6 +46,7 @@ void TKelvoThreadObject::RefreshToConsoleFileList(EKelvoProjects project, bool u
         taken.insert(entry.id);
         listing.fileIds.append(NarrowToConsoleLong(entry.id));
         listing.fileNames.append(QString::fromStdWString(entry.name));
+        listing.fileNames.last().squeeze(); // Qt has reserved four times as much
     }
     Q_EMIT NewKelvoProjectFilesList(project, listing);
 }
