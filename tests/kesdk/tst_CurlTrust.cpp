@@ -3,11 +3,46 @@
 
 #include "base/BuildTime.h"
 
+#include <openssl/x509_vfy.h>
+
+#include <cstdlib>
+
 namespace kesdk::impl {
 
 namespace {
 
 constexpr std::int64_t kYearS = std::int64_t{365} * 24 * 60 * 60;
+
+// What a trust store that is made meanwhile takes for the system's authorities.
+class SystemsFile
+{
+public:
+    explicit SystemsFile(const std::string& path)
+    {
+        if (const char* const former = std::getenv(kName))
+            m_former = former;
+        setenv(kName, path.c_str(), 1);
+    }
+    ~SystemsFile()
+    {
+        if (m_former)
+            setenv(kName, m_former->c_str(), 1);
+        else
+            unsetenv(kName);
+    }
+    SystemsFile(const SystemsFile&) = delete;
+    SystemsFile& operator=(const SystemsFile&) = delete;
+
+private:
+    static constexpr const char* kName = "SSL_CERT_FILE";
+    std::optional<std::string> m_former;
+};
+
+// How many certificates are in memory.
+int Held(const TrustStore& trust)
+{
+    return sk_X509_OBJECT_num(X509_STORE_get0_objects(trust.Get()));
+}
 
 class CurlTrust : public CurlTransportTest
 {
@@ -20,13 +55,18 @@ protected:
 
     EErrorCode CodeFrom(test::Identity identity, int mostVersion = TLS1_3_VERSION)
     {
+        return CodeFrom(std::move(identity), Trust(), mostVersion);
+    }
+    EErrorCode CodeFrom(test::Identity identity, std::shared_ptr<const TrustStore> trust,
+                        int mostVersion = TLS1_3_VERSION)
+    {
         wasAsked = false;
         const auto script = [this](TlsPeer::Session& session) {
             wasAsked = !session.ReadHead().empty();
             session.Write(kHello);
         };
         const TlsPeer peer(std::move(identity), script, mostVersion);
-        CurlTransport transport(peer.Url(), Trust(), console);
+        CurlTransport transport(peer.Url(), std::move(trust), console);
         const Failure failure = transport.Perform(request, {}).failure;
         lastDetail = failure.detail;
         return failure.code;
@@ -50,6 +90,41 @@ TEST_F(CurlTrust, BelievesOnlyKnownAuthorities)
     EXPECT_TRUE(wasAsked);
     EXPECT_EQ(CodeFrom(stranger.Issue("IP:127.0.0.1", -1, 1)), EErrorCode::eUnknownAuthority);
     EXPECT_FALSE(wasAsked) << "nothing may leave before the peer has proved who it is";
+}
+
+TEST_F(CurlTrust, ReadsTheSystemsAuthoritiesWhenSomebodyNeedsThem)
+{
+    const test::TestAuthority systems;
+    const SystemsFile file(folder.Write("system.pem", systems.Pem()));
+    const auto trust = Trust();
+    EXPECT_EQ(CodeFrom(GoodIdentity(), trust), EErrorCode::eNone);
+    EXPECT_EQ(Held(*trust), 1);
+    EXPECT_EQ(CodeFrom(systems.Issue("IP:127.0.0.1", -1, 1), trust), EErrorCode::eNone);
+    EXPECT_EQ(Held(*trust), 2);
+    EXPECT_EQ(CodeFrom(GoodIdentity(), trust), EErrorCode::eNone);
+}
+
+TEST_F(CurlTrust, KnowsAStrangerByTheSystemsAuthoritiesToo)
+{
+    const test::TestAuthority systems;
+    const SystemsFile file(folder.Write("system.pem", systems.Pem()));
+    const auto trust = Trust();
+    const test::TestAuthority stranger;
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(CodeFrom(stranger.Issue("IP:127.0.0.1", -1, 1), trust),
+                  EErrorCode::eUnknownAuthority);
+    EXPECT_EQ(Held(*trust), 2);
+    EXPECT_EQ(CodeFrom(systems.Issue("IP:127.0.0.1", -1, 1), trust), EErrorCode::eNone);
+}
+
+TEST_F(CurlTrust, DoesWithoutAFileOfTheSystem)
+{
+    const SystemsFile file("/does/not/exist");
+    const auto trust = Trust();
+    const test::TestAuthority stranger;
+    EXPECT_EQ(CodeFrom(stranger.Issue("IP:127.0.0.1", -1, 1), trust),
+              EErrorCode::eUnknownAuthority);
+    EXPECT_EQ(CodeFrom(GoodIdentity(), trust), EErrorCode::eNone) << lastDetail;
 }
 
 TEST_F(CurlTrust, BelievesCertificatesOnlyInTheirTime)

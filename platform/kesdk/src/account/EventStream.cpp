@@ -43,6 +43,8 @@ public:
         return m_parser.Feed(bytes, sizeBytes) && !m_hasSessionEnded && !m_mustStartOver;
     }
 
+    bool IsForMuch() const override { return false; }
+
     bool HasSessionEnded() const { return m_hasSessionEnded; }
     bool MustStartOver() const { return m_mustStartOver; }
 

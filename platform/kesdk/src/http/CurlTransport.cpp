@@ -15,7 +15,9 @@ namespace {
 
 // Between two looks at the abort check and the limits while nothing moves.
 constexpr int kLookEveryMs = 200;
-constexpr long kBufferBytes = 512L * 1024;
+// For a file's content, and for all else, of which the event stream holds its own for hours.
+constexpr long kLargeBufferBytes = 512L * 1024;
+constexpr long kSmallBufferBytes = 16L * 1024;
 
 void InitialiseCurlOnce()
 {
@@ -152,8 +154,10 @@ void CurlTransport::SetCommonOptions(const HttpRequest& request)
     curl_easy_setopt(easy, CURLOPT_TCP_KEEPALIVE, 1L);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
                      static_cast<long>(request.limits.connect.count()));
-    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kBufferBytes);
-    curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, kBufferBytes);
+    const bool isDownload = request.sink && request.sink->IsForMuch();
+    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, isDownload ? kLargeBufferBytes : kSmallBufferBytes);
+    curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE,
+                     request.source ? kLargeBufferBytes : kSmallBufferBytes);
     if (request.acceptsGzip)
         curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip");
 

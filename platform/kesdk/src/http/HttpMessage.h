@@ -48,6 +48,8 @@ public:
     virtual bool Accept(const HttpResponse& head) = 0;
     // False ends the transfer.
     virtual bool Write(const char* bytes, std::size_t sizeBytes) = 0;
+    // Whether so much comes that a large buffer is worth its memory for as long.
+    virtual bool IsForMuch() const { return true; }
 };
 
 // A transfer that moves fewer than `stallBytes` in a `stallWindow` has stalled.
