@@ -3,6 +3,7 @@
 
 #include <QtCore/QtEndian>
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -49,7 +50,7 @@ struct TSizes
     quint32 crc;
     quint32 unpackedBytes;
     quint32 packedBytes;
-    QByteArray extra; // of the zip64 form
+    QByteArray large; // what of the zip64 form stands in its extra field
 };
 
 TSizes SizesOf(const TZipEntry& entry)
@@ -57,21 +58,31 @@ TSizes SizesOf(const TZipEntry& entry)
     TSizes sizes;
     sizes.packed = entry.isDeflated ? kelvo::test::Deflated(entry.content) : entry.content;
     sizes.crc = entry.crc.value_or(Crc32(entry.content));
-    sizes.unpackedBytes = entry.unpackedBytes.value_or(static_cast<quint32>(entry.content.size()));
+    const quint64 unpackedBytes =
+        entry.unpackedBytes.value_or(static_cast<quint64>(entry.content.size()));
+    sizes.unpackedBytes = static_cast<quint32>(unpackedBytes);
     sizes.packedBytes = static_cast<quint32>(sizes.packed.size());
     if (entry.isZip64) {
-        Put<quint16>(sizes.extra, zip64Extra);
-        Put<quint16>(sizes.extra, 16);
-        Put<quint64>(sizes.extra, sizes.unpackedBytes);
-        Put<quint64>(sizes.extra, sizes.packedBytes);
+        Put<quint64>(sizes.large, unpackedBytes);
+        Put<quint64>(sizes.large, sizes.packedBytes);
         sizes.unpackedBytes = sizes.packedBytes = largest32;
     }
     return sizes;
 }
 
+QByteArray ExtraField(const QByteArray& large)
+{
+    QByteArray bytes;
+    if (!large.isEmpty()) {
+        Put<quint16>(bytes, zip64Extra);
+        Put<quint16>(bytes, static_cast<quint16>(large.size()));
+    }
+    return bytes + large;
+}
+
 // What stands in both headers of an entry.
 void PutCommon(QByteArray& bytes, const TZipEntry& entry, const TSizes& sizes,
-               const QByteArray& name)
+               const QByteArray& name, const QByteArray& extra)
 {
     Put<quint16>(bytes, 45); // version needed
     Put<quint16>(bytes, entry.flags);
@@ -81,30 +92,35 @@ void PutCommon(QByteArray& bytes, const TZipEntry& entry, const TSizes& sizes,
     Put<quint32>(bytes, sizes.packedBytes);
     Put<quint32>(bytes, sizes.unpackedBytes);
     Put<quint16>(bytes, static_cast<quint16>(name.size()));
-    Put<quint16>(bytes, static_cast<quint16>(sizes.extra.size()));
+    Put<quint16>(bytes, static_cast<quint16>(extra.size()));
 }
 
 QByteArray LocalEntry(const TZipEntry& entry)
 {
     const TSizes sizes = SizesOf(entry);
     const QByteArray name = entry.localName.value_or(entry.name);
+    const QByteArray extra = ExtraField(sizes.large);
     QByteArray bytes("PK\3\4");
-    PutCommon(bytes, entry, sizes, name);
-    return bytes + name + sizes.extra + sizes.packed;
+    PutCommon(bytes, entry, sizes, name, extra);
+    return bytes + name + extra + sizes.packed;
 }
 
-QByteArray DirectoryEntry(const TZipEntry& entry, quint32 offset)
+QByteArray DirectoryEntry(const TZipEntry& entry, quint64 offset)
 {
-    const TSizes sizes = SizesOf(entry);
+    TSizes sizes = SizesOf(entry);
+    if (offset >= largest32) {
+        Put<quint64>(sizes.large, offset);
+    }
+    const QByteArray extra = ExtraField(sizes.large);
     QByteArray bytes("PK\1\2");
     Put<quint16>(bytes, madeByUnix);
-    PutCommon(bytes, entry, sizes, entry.name);
+    PutCommon(bytes, entry, sizes, entry.name, extra);
     Put<quint16>(bytes, 0); // comment
     Put<quint16>(bytes, 0); // disk
     Put<quint16>(bytes, 0); // internal attributes
     Put<quint32>(bytes, entry.mode << 16);
-    Put<quint32>(bytes, offset);
-    return bytes + entry.name + sizes.extra;
+    Put<quint32>(bytes, static_cast<quint32>(std::min<quint64>(offset, largest32)));
+    return bytes + entry.name + extra;
 }
 
 QByteArray Zip64End(quint64 entries, quint64 directoryBytes, quint64 directoryOffset)
@@ -152,15 +168,15 @@ TZipBuilder& TZipBuilder::AddFolder(const QByteArray& name)
     return Add(entry);
 }
 
-QByteArray TZipBuilder::Build(bool isZip64) const
+QByteArray TZipBuilder::Build(bool isZip64, quint64 bytesBefore) const
 {
     QByteArray bytes;
     QByteArray directory;
     for (const TZipEntry& entry : m_entries) {
-        directory += DirectoryEntry(entry, static_cast<quint32>(bytes.size()));
+        directory += DirectoryEntry(entry, bytesBefore + static_cast<quint64>(bytes.size()));
         bytes += LocalEntry(entry);
     }
-    const auto offset = static_cast<quint32>(bytes.size());
+    const quint64 offset = bytesBefore + static_cast<quint64>(bytes.size());
     const auto size = static_cast<quint32>(directory.size());
     bytes += directory;
     if (isZip64) {
@@ -173,7 +189,7 @@ QByteArray TZipBuilder::Build(bool isZip64) const
     Put<quint16>(bytes, count);
     Put<quint16>(bytes, count);
     Put<quint32>(bytes, isZip64 ? largest32 : size);
-    Put<quint32>(bytes, isZip64 ? largest32 : offset);
+    Put<quint32>(bytes, isZip64 ? largest32 : static_cast<quint32>(offset));
     Put<quint16>(bytes, 0);
     return bytes;
 }

@@ -29,7 +29,7 @@ struct TZipEntry
     quint32 mode = regularMode;
     quint16 flags = utf8Flag;
     std::optional<quint32> crc = {};           // a wrong one
-    std::optional<quint32> unpackedBytes = {}; // a wrong one
+    std::optional<quint64> unpackedBytes = {}; // a wrong one; above 32 bits only with isZip64
     std::optional<QByteArray> localName = {};  // another one than in the directory
 };
 
@@ -39,8 +39,9 @@ public:
     TZipBuilder& Add(const TZipEntry& entry);
     TZipBuilder& AddFile(const QByteArray& name, const QByteArray& content);
     TZipBuilder& AddFolder(const QByteArray& name);
-    // The archive; with `isZip64` its directory has the larger form.
-    QByteArray Build(bool isZip64 = false) const;
+    // The archive; with `isZip64` its directory has the larger form. It is to stand behind so many
+    // bytes of something else; a large number of them wants the larger form.
+    QByteArray Build(bool isZip64 = false, quint64 bytesBefore = 0) const;
 
 private:
     QVector<TZipEntry> m_entries;

@@ -25,11 +25,11 @@ enum class EFound : std::uint8_t { eNothing, eFolder, eOther, eError };
 // Links are not followed.
 EFound Find(int folder, const QByteArray& path)
 {
-    struct stat status = {};
-    if (::fstatat(folder, path.constData(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    const std::optional<TFileStatus> status = StatusAt(folder, path.constData());
+    if (!status) {
         return errno == ENOENT ? EFound::eNothing : EFound::eError;
     }
-    return S_ISDIR(status.st_mode) ? EFound::eFolder : EFound::eOther;
+    return S_ISDIR(status->mode) ? EFound::eFolder : EFound::eOther;
 }
 
 TDescriptor OpenFolder(int parent, const QByteArray& path)

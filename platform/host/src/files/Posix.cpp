@@ -6,7 +6,21 @@
 #include <cerrno>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+namespace {
+
+std::optional<hostimpl::TFileStatus> Status(int folder, const char* path, int flags)
+{
+    struct statx found = {};
+    if (::statx(folder, path, flags, STATX_TYPE | STATX_MODE | STATX_SIZE, &found) != 0) {
+        return std::nullopt;
+    }
+    return hostimpl::TFileStatus{found.stx_mode, static_cast<std::int64_t>(found.stx_size)};
+}
+
+} // namespace
 
 namespace hostimpl {
 
@@ -19,6 +33,21 @@ bool TDescriptor::Close()
 {
     const int descriptor = std::exchange(m_descriptor, -1);
     return descriptor < 0 || ::close(descriptor) == 0;
+}
+
+std::optional<TFileStatus> StatusOf(int descriptor)
+{
+    return Status(descriptor, "", AT_EMPTY_PATH);
+}
+
+std::optional<TFileStatus> StatusOf(const char* path)
+{
+    return Status(AT_FDCWD, path, 0);
+}
+
+std::optional<TFileStatus> StatusAt(int folder, const char* path)
+{
+    return Status(folder, path, AT_SYMLINK_NOFOLLOW);
 }
 
 bool WriteAll(int descriptor, const void* bytes, std::size_t size)

@@ -4,9 +4,15 @@
 #include <QtCore/QString>
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <utility>
 
+#include <sys/types.h>
+
 namespace hostimpl {
+
+static_assert(sizeof(off_t) == 8, "files may be larger than 2 GiB, also on the 32-bit console");
 
 // Owns an open file.
 class TDescriptor
@@ -33,6 +39,20 @@ public:
 private:
     int m_descriptor = -1;
 };
+
+// What there is to know of a file without its dates: with them, where times have 32 bits, the
+// system refuses to tell of one that is dated after 2038.
+struct TFileStatus
+{
+    mode_t mode; // kind and permissions
+    std::int64_t sizeBytes;
+};
+
+// Of an open file, of what a path names (links are followed), or of what it names in a folder (a
+// link counts as what it is). Nothing with errno set.
+std::optional<TFileStatus> StatusOf(int descriptor);
+std::optional<TFileStatus> StatusOf(const char* path);
+std::optional<TFileStatus> StatusAt(int folder, const char* path);
 
 // All bytes, however many calls it takes. False with errno set.
 bool WriteAll(int descriptor, const void* bytes, std::size_t size);

@@ -59,29 +59,83 @@ bool TArchiveReader::Open(QString& errorText)
     const TUtf8Locale locale;
     m_file = TDescriptor(
         ::open(QFile::encodeName(m_path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status = {};
-    if (!m_file.IsValid() || ::fstat(m_file.Get(), &status) != 0) {
+    const std::optional<TFileStatus> status =
+        m_file.IsValid() ? StatusOf(m_file.Get()) : std::nullopt;
+    if (!status) {
         errorText =
             QStringLiteral("The archive %1 cannot be opened: %2.").arg(m_path, SystemError(errno));
         return false;
     }
-    if (!S_ISREG(status.st_mode)) {
+    if (!S_ISREG(status->mode)) {
         errorText = QStringLiteral("The archive %1 is not a file.").arg(m_path);
         return false;
     }
-    m_archiveBytes = status.st_size;
+    m_archiveBytes = status->sizeBytes;
     m_isEmpty = IsEmptyArchive();
     if (m_isEmpty) {
         return true;
     }
-    m_archive.reset(archive_read_new());
-    if (m_archive == nullptr ||
-        archive_read_support_format_zip_seekable(m_archive.get()) != ARCHIVE_OK ||
-        archive_read_open_fd(m_archive.get(), m_file.Get(), readBlockBytes) != ARCHIVE_OK) {
+    if (!OpenInLibrary()) {
         errorText = Damaged();
         return false;
     }
     return true;
+}
+
+// Not with libarchive's reader of open files: it asks for their dates, too, and fails with those
+// that do not fit into a time of 32 bits.
+bool TArchiveReader::OpenInLibrary()
+{
+    m_block.resize(readBlockBytes);
+    m_archive.reset(archive_read_new());
+    archive* const library = m_archive.get();
+    return library != nullptr && archive_read_support_format_zip_seekable(library) == ARCHIVE_OK &&
+           archive_read_set_read_callback(library, &OnRead) == ARCHIVE_OK &&
+           archive_read_set_skip_callback(library, &OnSkip) == ARCHIVE_OK &&
+           archive_read_set_seek_callback(library, &OnSeek) == ARCHIVE_OK &&
+           archive_read_set_callback_data(library, this) == ARCHIVE_OK &&
+           archive_read_open1(library) == ARCHIVE_OK;
+}
+
+ssize_t TArchiveReader::OnRead(archive* library, void* self, const void** block)
+{
+    auto& reader = *static_cast<TArchiveReader*>(self);
+    *block = reader.m_block.data();
+    ssize_t count = -1;
+    do {
+        count = ::pread(reader.m_file.Get(), reader.m_block.data(), reader.m_block.size(),
+                        reader.m_position);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0) {
+        archive_set_error(library, errno, "it cannot be read: %s", std::strerror(errno));
+        return count;
+    }
+    reader.m_position += count;
+    return count;
+}
+
+std::int64_t TArchiveReader::OnSkip(archive*, void* self, std::int64_t bytes)
+{
+    auto& reader = *static_cast<TArchiveReader*>(self);
+    const std::int64_t rest = reader.m_archiveBytes - reader.m_position;
+    const std::int64_t skipped =
+        std::clamp<std::int64_t>(bytes, 0, std::max<std::int64_t>(rest, 0));
+    reader.m_position += skipped;
+    return skipped;
+}
+
+// Offsets come from the archive: any number may be asked for.
+std::int64_t TArchiveReader::OnSeek(archive*, void* self, std::int64_t offset, int whence)
+{
+    auto& reader = *static_cast<TArchiveReader*>(self);
+    const std::int64_t base = whence == SEEK_SET   ? 0
+                              : whence == SEEK_CUR ? reader.m_position
+                                                   : reader.m_archiveBytes;
+    std::int64_t position = 0;
+    if (__builtin_add_overflow(base, offset, &position) || position < 0) {
+        return ARCHIVE_FATAL;
+    }
+    return reader.m_position = position;
 }
 
 // libarchive does not know an archive without entries, of which there is only the end record.

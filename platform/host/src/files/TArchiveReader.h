@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 struct archive;
 struct archive_entry;
@@ -39,13 +40,21 @@ public:
 
 private:
     bool IsEmptyArchive() const;
+    bool OpenInLibrary();
     QString TypeRefusal(archive_entry* entry) const;
     bool IsWithinLimits(std::int64_t moreBytes, QString& errorText) const;
     QString Damaged() const;
 
+    // libarchive's calls; `self` is the reader.
+    static ssize_t OnRead(archive* library, void* self, const void** block);
+    static std::int64_t OnSkip(archive* library, void* self, std::int64_t bytes);
+    static std::int64_t OnSeek(archive* library, void* self, std::int64_t offset, int whence);
+
     const QString m_path;
     const TUnpackLimits m_limits;
     TDescriptor m_file;
+    std::vector<char> m_block; // that libarchive reads in
+    std::int64_t m_position = 0;
     std::unique_ptr<archive, int (*)(archive*)> m_archive;
     QByteArray m_entryName;
     bool m_isEmpty = false;

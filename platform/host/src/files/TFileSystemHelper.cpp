@@ -1,12 +1,16 @@
 // File operations that the host offers to all components.
 #include "host/TFileSystemHelper.h"
 
+#include "files/Posix.h"
 #include "hostimpl/Unpacking.h"
 
 #include <QtCore/QFile>
 
+#include <cerrno>
 #include <filesystem>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -20,9 +24,13 @@ bool DeleteContent(const fs::path& folder, bool recursive)
     std::error_code error;
     fs::directory_iterator entry(folder, error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        const bool isFolder = entry->symlink_status(error).type() == fs::file_type::directory;
-        if (isFolder && !recursive) {
-            isAllGone = false;
+        // Where times have 32 bits, std::filesystem takes a folder that is dated after 2038 for
+        // none.
+        const std::optional<hostimpl::TFileStatus> status =
+            hostimpl::StatusAt(AT_FDCWD, entry->path().c_str());
+        if (!status || (S_ISDIR(status->mode) && !recursive)) {
+            const bool hasGone = !status && errno == ENOENT;
+            isAllGone = isAllGone && hasGone;
             continue;
         }
         std::error_code deleteError;
@@ -53,14 +61,15 @@ bool TFileSystemHelper::DeleteDirGeneric(const QString& path, bool recursive,
         return false;
     }
     std::error_code error;
-    const fs::file_type type = fs::symlink_status(folder, error).type();
-    if (type == fs::file_type::not_found) {
-        return true;
+    const std::optional<hostimpl::TFileStatus> status =
+        hostimpl::StatusAt(AT_FDCWD, folder.c_str());
+    if (!status) {
+        return errno == ENOENT || errno == ENOTDIR;
     }
-    if (type == fs::file_type::symlink) {
+    if (S_ISLNK(status->mode)) {
         return deleteFolderItself && fs::remove(folder, error);
     }
-    if (type != fs::file_type::directory) {
+    if (!S_ISDIR(status->mode)) {
         return false;
     }
     const bool isContentGone = DeleteContent(folder, recursive);

@@ -26,9 +26,9 @@ hostimpl::TDescriptor OpenFolder(int parent, const char* name)
 
 bool IsFolder(int parent, const QByteArray& path)
 {
-    struct stat status = {};
-    return ::fstatat(parent, path.constData(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-           S_ISDIR(status.st_mode);
+    const std::optional<hostimpl::TFileStatus> status =
+        hostimpl::StatusAt(parent, path.constData());
+    return status && S_ISDIR(status->mode);
 }
 
 QString Clash(const QByteArray& path)

@@ -74,14 +74,14 @@ EKeyFile TSecretKey::Load(const QString& path, QString& remark)
                                  : Unusable(path, SystemError(error));
         return error == ENOENT ? EKeyFile::eMissing : EKeyFile::eUnusable;
     }
-    struct stat status = {};
-    if (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    std::optional<TFileStatus> status = StatusOf(file.Get());
+    if (!status || !S_ISREG(status->mode)) {
         remark = Unusable(path, QStringLiteral("it is no regular file"));
         return EKeyFile::eUnusable;
     }
-    if ((status.st_mode & othersBits) != 0) {
-        if (::fchmod(file.Get(), ownersOnly) != 0 || ::fstat(file.Get(), &status) != 0 ||
-            (status.st_mode & othersBits) != 0) {
+    if ((status->mode & othersBits) != 0) {
+        if (::fchmod(file.Get(), ownersOnly) != 0 || !(status = StatusOf(file.Get())) ||
+            (status->mode & othersBits) != 0) {
             remark = Unusable(path, QStringLiteral("it is open to others than its owner"));
             return EKeyFile::eUnusable;
         }

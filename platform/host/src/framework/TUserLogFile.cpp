@@ -10,7 +10,6 @@
 #include <cerrno>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -54,15 +53,15 @@ QString Escaped(const QString& text)
 // All of it or nothing, as far as the file shows.
 bool Append(int descriptor, const QByteArray& line)
 {
-    struct stat before = {};
-    if (::fstat(descriptor, &before) != 0) {
+    const std::optional<hostimpl::TFileStatus> before = hostimpl::StatusOf(descriptor);
+    if (!before) {
         return false;
     }
     if (hostimpl::WriteAll(descriptor, line.constData(), static_cast<std::size_t>(line.size()))) {
         return true;
     }
     const int error = errno;
-    if (::ftruncate(descriptor, before.st_size) != 0) {
+    if (::ftruncate(descriptor, before->sizeBytes) != 0) {
         qCWarning(lcHost, "A line of the user log is cut short.");
     }
     errno = error;
@@ -91,10 +90,10 @@ void TUserLogFile::Write(int target, int category, int level, const QString& cod
         Escaped(code).toUtf8() + ' ' + Escaped(cut).toUtf8() + '\n';
 
     const QMutexLocker lock(&m_mutex);
-    struct stat status = {};
     const QByteArray path = QFile::encodeName(m_path);
-    if (::stat(path.constData(), &status) == 0 && status.st_size > 0 &&
-        status.st_size + line.size() > m_limits.fileSizeBytes) {
+    const std::optional<TFileStatus> status = StatusOf(path.constData());
+    if (status && status->sizeBytes > 0 &&
+        status->sizeBytes + line.size() > m_limits.fileSizeBytes) {
         Rotate();
     }
     const TDescriptor file(

@@ -1,0 +1,190 @@
+// Files that are dated after 2038, as a console writes them whose clock is wrong, and as they come
+// on a stick: where times have 32 bits, the system does not even tell what such a file is.
+#include "host/FileDates.h"
+#include "host/TUnzipFixture.h"
+
+#include "framework/TSecretKey.h"
+#include "host/TFileSystemHelper.h"
+#include "hostimpl/Clock.h"
+#include "hostimpl/TUserLogFile.h"
+#include "support/TestMain.h"
+
+#include <QtCore/QDateTime>
+
+#include <algorithm>
+
+using namespace kelvo::test;
+
+namespace {
+
+// Of all that is below the folder, and its own.
+bool DateAll(const QString& folder)
+{
+    const QStringList below = ImageOf(folder).keys();
+    return std::all_of(below.begin(), below.end(),
+                       [&](const QString& path) {
+                           return SetFileDate(folder + QLatin1Char('/') + path, farFutureS);
+                       }) &&
+           SetFileDate(folder, farFutureS);
+}
+
+} // namespace
+
+class tst_FarFuture : public TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void unpacksAnArchive();
+    void unpacksOverFilesAndFolders();
+    void refusesAFileInAFoldersPlace();
+    void undoesWhatAKilledRunLeft();
+    void deletesAFolder();
+    void leavesAFolderThatIsNotToBeEmptied();
+    void takesTheKey();
+    void goesOnWithTheUserLog();
+    void rotatesTheUserLog();
+    void writesTheYearIntoTheUserLog();
+};
+
+void tst_FarFuture::unpacksAnArchive()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("a.txt", "new")));
+    QVERIFY(SetFileDate(fixture.Archive(), farFutureS));
+    QCOMPARE(FileDate(fixture.Archive()), farFutureS);
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("a.txt"), "file:new"}}));
+}
+
+void tst_FarFuture::unpacksOverFilesAndFolders()
+{
+    TUnzipFixture fixture;
+    const TFolderImage before = {{QStringLiteral("a.txt"), "file:former"},
+                                 {QStringLiteral("map"), "folder"},
+                                 {QStringLiteral("map/b.txt"), "file:former"},
+                                 {QStringLiteral("map/kept.txt"), "file:kept"}};
+    QVERIFY(fixture.SetContent(before));
+    QVERIFY(DateAll(fixture.Destination()));
+    QVERIFY(fixture.SetArchive(
+        TZipBuilder().AddFile("a.txt", "new").AddFolder("map").AddFile("map/b.txt", "new")));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    TFolderImage after = before;
+    after[QStringLiteral("a.txt")] = after[QStringLiteral("map/b.txt")] = "file:new";
+    QCOMPARE(fixture.Content(), after);
+    QCOMPARE(FileDate(fixture.Destination() + QStringLiteral("/map/kept.txt")), farFutureS);
+}
+
+void tst_FarFuture::refusesAFileInAFoldersPlace()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent({{QStringLiteral("map"), "file:former"}}));
+    QVERIFY(DateAll(fixture.Destination()));
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("map/b.txt", "new")));
+    QVERIFY(!fixture.Unzip());
+    QVERIFY2(fixture.ErrorText().contains(QStringLiteral("a file is there")),
+             qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("map"), "file:former"}}));
+}
+
+void tst_FarFuture::undoesWhatAKilledRunLeft()
+{
+    TUnzipFixture fixture;
+    const QString staging = QStringLiteral(".console-unpacking");
+    QVERIFY(fixture.SetContent(
+        {{QStringLiteral("a.txt"), "file:new"},
+         {QStringLiteral("added.txt"), "file:new"},
+         {staging, "folder"},
+         {staging + QStringLiteral("/new"), "folder"},
+         {staging + QStringLiteral("/old"), "folder"},
+         {staging + QStringLiteral("/old/0"), "file:former"},
+         {staging + QStringLiteral("/journal"), "file:replace a.txt\nadd added.txt\nend\n"}}));
+    QVERIFY(DateAll(fixture.Destination()));
+    QString errorText;
+    QVERIFY2(hostimpl::RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("a.txt"), "file:former"}}));
+}
+
+void tst_FarFuture::deletesAFolder()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent({{QStringLiteral("a"), "folder"},
+                                {QStringLiteral("a/b"), "folder"},
+                                {QStringLiteral("a/b/c.txt"), "file:c"},
+                                {QStringLiteral("a/d.txt"), "file:d"},
+                                {QStringLiteral("e.txt"), "file:e"}}));
+    QVERIFY(DateAll(fixture.Destination()));
+    const QString folder = fixture.Destination() + QStringLiteral("/a");
+    QVERIFY(TFileSystemHelper::DeleteDirGeneric(folder, true, true));
+    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("e.txt"), "file:e"}}));
+    QVERIFY(TFileSystemHelper::DeleteDirGeneric(fixture.Destination(), false, false));
+    QVERIFY(fixture.Content().isEmpty());
+}
+
+void tst_FarFuture::leavesAFolderThatIsNotToBeEmptied()
+{
+    TUnzipFixture fixture;
+    TFolderImage content = {{QStringLiteral("a"), "folder"},
+                            {QStringLiteral("a/b.txt"), "file:b"},
+                            {QStringLiteral("c.txt"), "file:c"},
+                            {QStringLiteral("d"), "folder"}};
+    QVERIFY(fixture.SetContent(content));
+    QVERIFY(DateAll(fixture.Destination()));
+    QVERIFY(!TFileSystemHelper::DeleteDirGeneric(fixture.Destination(), false, false));
+    content.remove(QStringLiteral("c.txt"));
+    QCOMPARE(fixture.Content(), content);
+}
+
+// Another one in its place could not open what it has sealed: the operator's password were gone.
+void tst_FarFuture::takesTheKey()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("key"));
+    QString remark;
+    QVERIFY2(hostimpl::TSecretKey().Create(path, remark), qPrintable(remark));
+    QVERIFY(SetFileDate(path, farFutureS));
+    QCOMPARE(hostimpl::TSecretKey().Load(path, remark), hostimpl::EKeyFile::eLoaded);
+    QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther));
+    QVERIFY(SetFileDate(path, farFutureS));
+    QCOMPARE(hostimpl::TSecretKey().Load(path, remark), hostimpl::EKeyFile::eLoaded);
+    QVERIFY2(remark.contains(QStringLiteral("It is private now.")), qPrintable(remark));
+}
+
+void tst_FarFuture::goesOnWithTheUserLog()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("user.log"));
+    hostimpl::TUserLogFile log(path);
+    log.Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("first"));
+    QVERIFY(SetFileDate(path, farFutureS));
+    log.Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("second"));
+    QVERIFY(ReadFile(path).endsWith(" second\n"));
+    QCOMPARE(ReadFile(path).count('\n'), 2);
+}
+
+void tst_FarFuture::rotatesTheUserLog()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("user.log"));
+    hostimpl::TUserLogLimits limits;
+    limits.fileSizeBytes = 10;
+    hostimpl::TUserLogFile log(path, limits);
+    log.Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("first"));
+    QVERIFY(SetFileDate(path, farFutureS));
+    log.Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("second"));
+    QVERIFY(ReadFile(path + QStringLiteral(".1")).endsWith(" first\n"));
+    QCOMPARE(ReadFile(path).count('\n'), 1);
+}
+
+void tst_FarFuture::writesTheYearIntoTheUserLog()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("user.log"));
+    hostimpl::SetClock([] { return QDateTime::fromSecsSinceEpoch(farFutureS, Qt::UTC); });
+    hostimpl::TUserLogFile(path).Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("x"));
+    hostimpl::SetClock({});
+    QVERIFY2(ReadFile(path).startsWith("2100-01-01T00:00:00.000Z "), ReadFile(path).constData());
+}
+
+KELVO_TEST_MAIN(tst_FarFuture)
+#include "tst_farfuture.moc"
