@@ -18,6 +18,8 @@ namespace {
 // Not with std::filesystem: its library may have been built for times of 32 bits.
 constexpr std::int64_t kDayS = 24 * 60 * 60;
 constexpr std::int64_t kLongestAgeS = 7 * kDayS;
+// What the library before this one wrote is hardly older. Clocks that nobody has set show years.
+constexpr std::int64_t kLongestBeforeBuildS = 100 * kDayS;
 
 struct CloseFolder
 {
@@ -50,8 +52,7 @@ bool IsStale(const std::string& path, std::int64_t nowS)
     if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return false;
     const std::int64_t writtenS = status.st_mtim.tv_sec;
-    // Before this library was built nothing was written, and nothing is tomorrow.
-    if (writtenS < BuildTimeS() - kDayS || writtenS > nowS + kDayS) {
+    if (writtenS < BuildTimeS() - kLongestBeforeBuildS || writtenS > nowS + kDayS) {
         const timespec now[2] = {{0, UTIME_NOW}, {0, UTIME_NOW}};
         ::utimensat(AT_FDCWD, path.c_str(), now, AT_SYMLINK_NOFOLLOW);
         return false;
