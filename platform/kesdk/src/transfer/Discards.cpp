@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 namespace kesdk::impl {
@@ -80,7 +81,9 @@ void Discards::ReadOnce()
         return;
     for (const std::string& path : JournalsIn(m_folder, kSuffix)) {
         const std::optional<std::string> text = ReadJournal(path);
-        const json document = json::parse(text.value_or(std::string()), nullptr, false);
+        // A view, as everywhere: for a string the parser would be compiled once more.
+        const json document =
+            json::parse(std::string_view(text.value_or(std::string())), nullptr, false);
         if (!document.is_object() || !document.contains("account") || !document.contains("file") ||
             !document["account"].is_string() || !document["file"].is_number_integer())
             continue;

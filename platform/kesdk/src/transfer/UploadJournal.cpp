@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <string_view>
 #include <utility>
 
 namespace kesdk::impl {
@@ -56,7 +57,8 @@ std::optional<BegunUpload> UploadJournal::Find(const UploadOrigin& origin)
     const std::optional<std::string> text = ReadJournal(PathOf(origin));
     if (!text)
         return std::nullopt;
-    const json document = json::parse(*text, nullptr, false);
+    // A view, as everywhere: for a string the parser would be compiled once more.
+    const json document = json::parse(std::string_view(*text), nullptr, false);
     if (document.is_object() && document.contains("origin") &&
         Dump(document["origin"]) == Dump(ToJson(origin))) {
         BegunUpload upload{TextOf(document, "key"), TextOf(document, "location")};
