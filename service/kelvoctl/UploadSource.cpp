@@ -13,6 +13,16 @@
 
 namespace kelvoctl {
 
+namespace {
+
+/** As much of `bytes`, which may be more than this machine can address, as has room. */
+std::size_t atMost(std::size_t room, std::uint64_t bytes)
+{
+    return static_cast<std::size_t>(std::min<std::uint64_t>(room, bytes));
+}
+
+} // namespace
+
 UploadSource::UploadSource(std::filesystem::path path)
     : m_path(std::move(path)), m_file(openFile(m_path, O_RDONLY))
 {
@@ -38,7 +48,7 @@ void UploadSource::startAt(std::uint64_t offset)
     }
     std::vector<char> buffer(1U << 20);
     while (m_position < offset) {
-        read(buffer.data(), std::min<std::uint64_t>(buffer.size(), offset - m_position));
+        read(buffer.data(), atMost(buffer.size(), offset - m_position));
     }
 }
 
@@ -50,7 +60,7 @@ std::string UploadSource::digest()
 
 std::size_t UploadSource::read(char* buffer, std::size_t capacity)
 {
-    const std::size_t wanted = std::min<std::uint64_t>(capacity, m_sizeBytes - m_position);
+    const std::size_t wanted = atMost(capacity, m_sizeBytes - m_position);
     if (wanted == 0) {
         return 0;
     }

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <ctime>
 #include <stdexcept>
 
 namespace kelvo::tls {
@@ -55,7 +54,7 @@ Certificate blankCertificate(EVP_PKEY& key, const char* commonName, std::chrono:
     X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -3600);
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(validFor).count();
     X509_time_adj_ex(X509_getm_notAfter(certificate.get()), static_cast<int>(seconds / 86400),
-                     seconds % 86400, nullptr);
+                     static_cast<long>(seconds % 86400), nullptr);
     X509_NAME* subject = X509_get_subject_name(certificate.get());
     X509_NAME_add_entry_by_txt(subject, "O", MBSTRING_UTF8,
                                reinterpret_cast<const unsigned char*>("Kelvo"), -1, -1, 0);
@@ -156,9 +155,11 @@ Key keyFromPem(std::string_view pem)
 
 bool isValidFor(const X509& certificate, std::chrono::hours from_now)
 {
-    std::time_t then =
-        std::time(nullptr) + std::chrono::duration_cast<std::chrono::seconds>(from_now).count();
-    return X509_cmp_time(X509_get0_notAfter(&certificate), &then) > 0;
+    // Not by time_t, which has 32 bits on some machines.
+    int days = 0;
+    int seconds = 0;
+    return ASN1_TIME_diff(&days, &seconds, nullptr, X509_get0_notAfter(&certificate)) == 1 &&
+           days * std::chrono::hours(24) + std::chrono::seconds(seconds) > from_now;
 }
 
 bool covers(X509& certificate, const std::vector<std::string>& names, X509& authority)
