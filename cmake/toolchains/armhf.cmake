@@ -7,14 +7,16 @@ set(triplet arm-linux-gnueabihf)
 set(CMAKE_C_COMPILER ${triplet}-gcc)
 set(CMAKE_CXX_COMPILER ${triplet}-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE ${triplet})
-# Notes that compilers before GCC 7 passed some arguments in another way; none such is used.
-set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KELVO_SYSROOT)
 if(NOT IS_DIRECTORY "${KELVO_SYSROOT}")
     message(FATAL_ERROR "KELVO_SYSROOT is no folder: scripts/armhf-sysroot makes one and prints it.")
 endif()
 set(CMAKE_SYSROOT "${KELVO_SYSROOT}")
+# Debug symbols name the headers where a console has them, not in this machine's sysroot. No notes that
+# compilers before GCC 7 passed some arguments in another way; none such is used.
+set(CMAKE_C_FLAGS_INIT "-ffile-prefix-map=${KELVO_SYSROOT}=")
+set(CMAKE_CXX_FLAGS_INIT "-Wno-psabi -ffile-prefix-map=${KELVO_SYSROOT}=")
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
