@@ -1,8 +1,8 @@
 // The console, which holds a password, leaves no core file.
+#include "support/TStartedProgram.h"
 #include "support/TestMain.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
 
 #include <fcntl.h>
@@ -31,20 +31,17 @@ void tst_CoreFiles::areForbiddenForTheConsole()
     const QTemporaryDir folder;
     const QString script = folder.filePath(QStringLiteral("script"));
     QCOMPARE(::mkfifo(QFile::encodeName(script).constData(), 0600), 0);
-    QProcess console;
-    console.start(QStringLiteral(KELVO_CONSOLE),
-                  {QStringLiteral("--headless"), QStringLiteral("--script"), script,
-                   QStringLiteral("--data"), folder.path()});
-    QVERIFY(console.waitForStarted());
+    kelvo::test::TStartedProgram console(QStringLiteral(KELVO_CONSOLE),
+                                         {QStringLiteral("--headless"), QStringLiteral("--script"),
+                                          script, QStringLiteral("--data"), folder.path()});
+    QVERIFY(console.IsStarted());
     const int writer = ::open(QFile::encodeName(script).constData(), O_WRONLY | O_CLOEXEC);
     QVERIFY(writer >= 0);
     rlimit limitOfConsole = {1, 0};
-    const int result =
-        ::prlimit(static_cast<pid_t>(console.processId()), RLIMIT_CORE, nullptr, &limitOfConsole);
+    const int result = ::prlimit(console.Pid(), RLIMIT_CORE, nullptr, &limitOfConsole);
     QCOMPARE(::write(writer, "no command\n", 11), ssize_t(11)); // refused, so that the console ends
     ::close(writer);
-    QVERIFY(console.waitForFinished());
-    QVERIFY2(console.readAllStandardError().contains(":1:"), "it did not come to the script");
+    QVERIFY2(console.ReadOutput().contains(":1:"), "it did not come to the script");
     QCOMPARE(result, 0);
     QCOMPARE(limitOfConsole.rlim_cur, rlim_t(0));
     QCOMPARE(limitOfConsole.rlim_max, limit.rlim_max);

@@ -13,11 +13,11 @@
 #include "hostimpl/Unpacking.h"
 #include "hostimpl/WindowManager.h"
 #include "support/Needs.h"
+#include "support/TStartedProgram.h"
 #include "support/TTempDataFolder.h"
 #include "support/TestMain.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QProcess>
 #include <QtCore/QRegularExpression>
 
 namespace {
@@ -80,10 +80,11 @@ void tst_ConsoleHost::interfacesAreTheSameOnBothSides()
 // standard library's, which every library has.
 void tst_ConsoleHost::showsNothingElse()
 {
-    QProcess nm;
-    nm.start(QStringLiteral("nm"), {QStringLiteral("-DC"), QStringLiteral("--defined-only"),
-                                    QStringLiteral(CONSOLEHOST_LIBRARY)});
-    KELVO_NEEDS(nm.waitForFinished() && nm.exitCode() == 0, "the program nm");
+    kelvo::test::TStartedProgram nm(QStringLiteral(CONSOLEHOST_NM),
+                                    {QStringLiteral("-DC"), QStringLiteral("--defined-only"),
+                                     QStringLiteral(CONSOLEHOST_LIBRARY)});
+    const QList<QByteArray> lines = nm.ReadOutput().split('\n');
+    KELVO_NEEDS(nm.ExitCode() == 0, "the program nm");
     const QRegularExpression weak(QStringLiteral("^[0-9a-f]* *[VWuvw] "));
     const QRegularExpression expected(QStringLiteral(
         "^[0-9a-f]* *[A-Z] (non-virtual thunk to |vtable for |typeinfo for |typeinfo name for )?"
@@ -97,7 +98,6 @@ void tst_ConsoleHost::showsNothingElse()
         ")T(LockingWidget|Window|PropertyWidget|"
         "Property|ListWidget|PushButton|PopupWindow|MessageDialog|ProgressDialog)\\b|"
         "__asan|__odr_asan)"));
-    const QList<QByteArray> lines = nm.readAllStandardOutput().split('\n');
     QVERIFY(lines.size() > 50);
     for (const QByteArray& line : lines) {
         const QString symbol = QString::fromUtf8(line);

@@ -3,9 +3,9 @@
 
 #include "host/TFileSystemHelper.h"
 #include "support/Needs.h"
+#include "support/TStartedProgram.h"
 #include "support/TestMain.h"
 
-#include <QtCore/QProcess>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QThread>
 
@@ -253,10 +253,9 @@ void tst_Unzip::readsWhatZipWrites()
     const QString source = fixture.Root() + QStringLiteral("/source");
     QVERIFY(QDir().mkdir(source));
     QVERIFY(CreateFromImage(source, content));
-    QProcess process;
-    process.setWorkingDirectory(source);
-    process.start(zip, {QStringLiteral("-qr"), fixture.Archive(), QStringLiteral(".")});
-    QVERIFY(process.waitForFinished());
+    TStartedProgram process(zip, {QStringLiteral("-qr"), fixture.Archive(), QStringLiteral(".")},
+                            source);
+    QCOMPARE(process.ExitCode(), 0);
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
     QVERIFY(fixture.Content() == content);
 }
