@@ -17,6 +17,9 @@ namespace kelvo {
 
 namespace {
 
+/** Together with its end less than a pipe takes at once. */
+constexpr std::size_t longestLineBytes = 4000;
+
 /** Writes to stderr what it takes without waiting, so that a reader that stalls cannot stall us. */
 class StderrSink final : public spdlog::sinks::base_sink<std::mutex>
 {
@@ -24,7 +27,7 @@ class StderrSink final : public spdlog::sinks::base_sink<std::mutex>
     {
         std::string line(message.payload.data(), message.payload.size());
         line += '\n';
-        // A pipe that polls writable takes up to 4096 bytes at once; our lines are shorter.
+        // A pipe that polls writable takes up to 4096 bytes at once; textOf() sees to that.
         pollfd stderrState{STDERR_FILENO, POLLOUT, 0};
         if (::poll(&stderrState, 1, 0) == 1 && (stderrState.revents & POLLOUT) != 0) {
             [[maybe_unused]] const auto written = ::write(STDERR_FILENO, line.data(), line.size());
@@ -33,6 +36,33 @@ class StderrSink final : public spdlog::sinks::base_sink<std::mutex>
 
     void flush_() override {}
 };
+
+std::string dump(const nlohmann::ordered_json& line)
+{
+    return line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+/** One line, still an object when it has to be cut: its longest text is, until it fits. */
+std::string textOf(nlohmann::ordered_json line)
+{
+    std::string text = dump(line);
+    while (text.size() > longestLineBytes) {
+        line["cut"] = true;
+        std::string* longest = nullptr;
+        for (auto& value : line) {
+            auto* const candidate = value.get_ptr<std::string*>();
+            if (candidate != nullptr && (!longest || candidate->size() > longest->size())) {
+                longest = candidate;
+            }
+        }
+        if (longest == nullptr || longest->empty()) {
+            break; // numbers alone are not that long
+        }
+        longest->resize(longest->size() / 2);
+        text = dump(line);
+    }
+    return text;
+}
 
 void write(spdlog::level::level_enum level, nlohmann::ordered_json fields)
 {
@@ -43,7 +73,7 @@ void write(spdlog::level::level_enum level, nlohmann::ordered_json fields)
     line["time"] = rfc3339(SystemClock().nowMs());
     line["level"] = spdlog::level::to_string_view(level).data();
     line.update(fields);
-    const std::string text = line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    const std::string text = textOf(std::move(line));
     spdlog::default_logger_raw()->log(level, spdlog::string_view_t(text.data(), text.size()));
 }
 

@@ -23,7 +23,8 @@ struct RequestLogEntry
 
 /**
  * `level`: debug, info, warning or error. Thread safe once called.
- * A line that stderr does not take at once is dropped: the log never holds up the service.
+ * A line that stderr does not take at once is dropped, and a long one is cut (`"cut":true`): the
+ * log never holds up the service.
  */
 void startLog(std::string_view level);
 
