@@ -5,12 +5,14 @@ import signal
 import subprocess
 import threading
 
-GUARD_SECONDS = 300  # only ends what hangs
+GUARD_SECONDS = 1500  # only ends what hangs
 UNPRIVILEGED = 65534
 
 
 def ended(command, **options):
-    """Runs it to its end, whatever that is. Both outputs as text."""
+    """Runs it to its end, whatever that is. Both outputs as text. Nothing reads what is the caller's to read."""
+    if "input" not in options:
+        options["stdin"] = subprocess.DEVNULL
     return subprocess.run([str(word) for word in command], capture_output=True, text=True, check=False,
                           timeout=GUARD_SECONDS, **options)
 

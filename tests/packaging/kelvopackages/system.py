@@ -1,0 +1,50 @@
+"""A Debian system that has nothing but itself: a folder that is changed into, without systemd and without a
+network. Wants root. One of another architecture runs in the emulator."""
+
+import shutil
+from pathlib import Path
+
+from kelvopackages.package import TREE, output
+from kelvopackages.process import ended
+
+# Mounts that go away with the process.
+ENTER = ["unshare", "--mount", "sh", "-c",
+         'for f in proc dev; do mount --rbind "/$f" "$0/$f"; done && exec chroot "$@"']
+
+
+class System:
+    def __init__(self, folder, packages):
+        """In an empty folder; `packages` are those that will be installed, by name. What they depend on can be."""
+        self.packages = packages
+        self.root = Path(folder)
+        architecture = {package.fields["Architecture"] for package in packages.values()}.pop()
+        self.is_emulated = architecture != output("dpkg", "--print-architecture").strip()
+        needed = sorted({name for package in packages.values() for name in package.relations()} - set(packages))
+        archive = output(TREE / "scripts/clean-root", "--arch", architecture, *needed).strip()
+        output("tar", "-C", self.root, "-xf", archive)
+        (self.root / "packages").mkdir()
+        for package in packages.values():
+            shutil.copy(package.path, self.root / "packages")
+
+    def entering(self, *command, user=None):
+        """The words that run a command inside."""
+        emulated = [TREE / "scripts/with-qemu-arm"] if self.is_emulated else []
+        as_user = [f"--userspec={user}:{user}"] if user else []
+        return [*emulated, *ENTER, self.root, *as_user, self.root, *command]
+
+    def run(self, *command, user=None, **options):
+        return ended(self.entering(*command, user=user), **options)
+
+    def apt(self, *words):
+        result = self.run("apt-get", "--yes", "--no-install-recommends", *words,
+                          env={"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "DEBIAN_FRONTEND": "noninteractive",
+                               "LC_ALL": "C.UTF-8"})
+        if result.returncode != 0:
+            raise AssertionError(result.stdout[-2000:] + result.stderr[-2000:])
+        return result.stdout + result.stderr
+
+    def install(self, *names, options=()):
+        return self.apt("install", *options, *(f"/packages/{self.packages[name].path.name}" for name in names))
+
+    def is_installed(self, name):
+        return "ok installed" in self.run("dpkg-query", "-W", "-f", "${Status}", name).stdout
