@@ -9,6 +9,8 @@ from kelvopackages.package import BUILD, READELF, TREE, Binary, binaries, debug_
 
 # Which of them look for our own libraries, and where. Nobody else looks anywhere.
 RUNPATHS = {"libkelvo.so": "$ORIGIN", "kelvo-console": "$ORIGIN/../lib"}
+# A path that is none of the distribution's, as the compiler writes them between zeros.
+ELSEWHERE = re.compile(rb"\0(/(?!usr/)[\w.+/~-]{8,}/[\w.+-]+)\0")
 # The plug-in has to carry the names that the host resolves; the others what the loader wants.
 NO_SYMBOLS = {".symtab", ".strtab", ".debug_info", ".debug_line", ".debug_str"}
 
@@ -67,7 +69,10 @@ class BinariesTest(unittest.TestCase):
             with self.subTest(name), tempfile.TemporaryDirectory() as folder:
                 for path in binaries(package.extract(Path(folder) / "x")):
                     self.assertLessEqual({".debug_info", ".debug_line"}, set(Binary(path).sections))
-                    self.assertEqual(self.told_by(path.read_bytes()), [])
+                    content = path.read_bytes()
+                    self.assertEqual(self.told_by(content), [])
+                    # Nor where somebody else built who shares the compiler's cache.
+                    self.assertEqual(set(ELSEWHERE.findall(content)), set())
 
     def told_by(self, content):
         return [str(folder) for folder in {TREE, BUILD} if str(folder).encode() + b"/" in content]
@@ -87,6 +92,10 @@ class BinariesTest(unittest.TestCase):
             with self.subTest(path.name):
                 self.assertTrue(path.stat().st_mode & 0o111)
                 output("shellcheck", "--shell=sh", path)
+
+    def test_so_are_those_that_make_them(self):
+        output("shellcheck", "--external-sources", f"--source-path={TREE}",
+               *(TREE / "scripts" / name for name in ("package", "clean-root")))
 
 
 if __name__ == "__main__":
