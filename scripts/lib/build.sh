@@ -42,3 +42,13 @@ build() {
     fi
     cmake --build --preset "$preset" "$@"
 }
+
+# build_shipped PRESET: what is installed, and no tests.
+build_shipped() {
+    local targets=(kelvo kesdk consolehost kelvo-console kelvo-service kelvoctl
+        console_translations kelvo_translations)
+    if cmake --build --preset "$1" --target help | grep -q '^kelvo_keyboard:'; then
+        targets+=(kelvo_keyboard)
+    fi
+    build "$1" "${targets[@]}"
+}
