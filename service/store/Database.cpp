@@ -23,9 +23,14 @@ constexpr int commitAttempts = 3;
 } // namespace
 
 Database::Database(std::unique_ptr<Dialect> dialect, unsigned readers)
-    : dialect_(std::move(dialect)), writer_(dialect_->connect()), readers_(readers)
+    : dialect_(std::move(dialect)), readers_(readers)
 {
-    migrate(*writer_, *dialect_);
+    try {
+        writer_ = dialect_->connect();
+        migrate(*writer_, *dialect_);
+    } catch (const std::exception& error) {
+        rethrow(error);
+    }
     writerThread_ = std::thread([this] { writeLoop(); });
 }
 
@@ -65,6 +70,20 @@ Database::Reader::~Reader()
         // The connection is dropped; the next reader makes a new one.
         logWarning("read-connection-lost", error.what());
     }
+}
+
+/**
+ * For a handler: throws what it caught as one of the store's own errors, or as it came. An error of
+ * the database itself tells what failed and not with which values: those are names, nonces and
+ * password hashes, and the text ends in the log.
+ */
+void Database::rethrow(const std::exception& error) const
+{
+    dialect_->translate(error);
+    if (const auto* failure = dynamic_cast<const soci::soci_error*>(&error)) {
+        throw std::runtime_error(failure->get_error_message());
+    }
+    throw;
 }
 
 Async<void> Database::writeErased(Job& job)
@@ -184,9 +203,8 @@ void Database::runJob(Job& job)
         job.run(transaction);
         job.events = std::move(transaction.events);
     } catch (const std::exception& error) {
-        job.error = std::current_exception();
         try {
-            dialect_->translate(error);
+            rethrow(error);
         } catch (...) {
             job.error = std::current_exception();
         }
@@ -200,8 +218,7 @@ void Database::begin()
     try {
         *writer_ << dialect_->beginWrite();
     } catch (const std::exception& error) {
-        dialect_->translate(error);
-        throw;
+        rethrow(error);
     }
 }
 

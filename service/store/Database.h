@@ -32,9 +32,10 @@ struct Transaction
  * Thread: read and write may be awaited on any I/O thread; their functions run on the store's own
  * threads, all writing ones on one. The ...Now forms block the caller and are for start-up,
  * clean-up and tests. Errors: the functions' own exceptions, those of Errors.h, std::runtime_error
- * for a failing database. A function that throws leaves no trace; only CommitInDoubt leaves it
- * open whether it does. Who meets somebody else's lock waits, for seconds, before StoreBusy. What
- * `write` returned is durable. Retry: safe, nothing is half done.
+ * for a failing database, with neither statement nor values in its text. A function that throws
+ * leaves no trace; only CommitInDoubt leaves it open whether it does. Who meets somebody else's
+ * lock waits, for seconds, before StoreBusy. What `write` returned is durable. Retry: safe, nothing
+ * is half done.
  */
 class Database
 {
@@ -42,7 +43,7 @@ public:
     using CommitListener = std::function<void(const std::vector<Event>& events)>;
     using DoubtListener = std::function<void(const std::set<Id>& farms)>;
 
-    /** Brings the schema up to date. Throws SchemaTooNew. */
+    /** Brings the schema up to date. Throws SchemaTooNew, StoreBusy. */
     explicit Database(std::unique_ptr<Dialect> dialect, unsigned readers = 2);
     ~Database();
     Database(const Database&) = delete;
@@ -86,12 +87,11 @@ public:
     template <class F>
     std::invoke_result_t<F&, soci::session&> readNow(F&& query)
     {
-        const Reader reader(*this);
         try {
+            const Reader reader(*this);
             return query(reader.sql());
         } catch (const std::exception& error) {
-            dialect_->translate(error);
-            throw;
+            rethrow(error);
         }
     }
 
@@ -135,6 +135,7 @@ private:
         std::unique_ptr<soci::session> session_;
     };
 
+    [[noreturn]] void rethrow(const std::exception& error) const;
     Async<void> writeErased(Job& job);
     void runNow(std::function<void(Transaction&)> change);
     void enqueue(Job& job);

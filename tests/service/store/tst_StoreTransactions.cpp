@@ -46,6 +46,34 @@ TEST_P(StoreContract, LeavesNoTraceOfAChangeThatThrows)
     EXPECT_EQ(addFarm("Hill Farm").id, 1);
 }
 
+TEST_P(StoreContract, TellsOfAFailureNoneOfTheValues)
+{
+    addFarm("Hill Farm");
+    const std::string secret = "a secret hash";
+    const long long nobody = 99;
+    const auto insert = [&](soci::session& sql) {
+        sql << "INSERT INTO sessions (token_hash, user_id, created_ms, expires_ms)"
+               " VALUES (:hash, :user, 0, 0)",
+            soci::use(secret), soci::use(nobody);
+        return 0;
+    };
+    const auto textOf = [](const std::function<void()>& work) -> std::string {
+        try {
+            work();
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+        return "no failure";
+    };
+    for (const std::string& text :
+         {textOf([&] { write([&](Transaction& t) { return insert(t.sql); }); }),
+          textOf([&] { read(insert); })}) {
+        EXPECT_THAT(text, testing::HasSubstr("constraint"));
+        EXPECT_THAT(text, testing::Not(testing::HasSubstr(secret)));
+        EXPECT_THAT(text, testing::Not(testing::HasSubstr("INSERT")));
+    }
+}
+
 TEST_P(StoreContract, HarmsNoOtherChangeOfTheSameBatch)
 {
     // A first change holds the writer until the others are queued, so that they share a commit.
