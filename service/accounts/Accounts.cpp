@@ -20,6 +20,9 @@ namespace {
 /** Two hashes at a time bound the memory at twice what one takes. */
 constexpr unsigned hashThreads = 2;
 
+constexpr const char* wrongCredentials = "The user name or the password is wrong.";
+constexpr const char* disabledAccount = "This account has been disabled.";
+
 std::string bearerToken(const http::Request& request)
 {
     static constexpr std::string_view scheme = "Bearer ";
@@ -29,6 +32,19 @@ std::string bearerToken(const http::Request& request)
         throw Problem(EProblem::Unauthenticated, "A session's token is needed.");
     }
     return std::string(trimmed(value.substr(scheme.size())));
+}
+
+/** The hash took its time. A password that was replaced meanwhile, or an account that was disabled,
+ * has lost its sessions, and must not get one after that. */
+void requireUnchanged(soci::session& sql, const store::Credentials& known)
+{
+    const auto now = store::credentialsOf(sql, known.user.name);
+    if (!now || now->user.id != known.user.id || now->passwordHash != known.passwordHash) {
+        throw Problem(EProblem::InvalidCredentials, wrongCredentials);
+    }
+    if (now->user.disabled) {
+        throw Problem(EProblem::AccountDisabled, disabledAccount);
+    }
 }
 
 } // namespace
@@ -65,18 +81,19 @@ Async<Login> Accounts::login(std::string user, std::string password, std::string
     const bool right = co_await pool_.run(check);
     if (!right) {
         throttle_.failed(user, address);
-        throw Problem(EProblem::InvalidCredentials, "The user name or the password is wrong.");
+        throw Problem(EProblem::InvalidCredentials, wrongCredentials);
     }
     throttle_.succeeded(user, address);
     if (known->user.disabled) {
-        throw Problem(EProblem::AccountDisabled, "This account has been disabled.");
+        throw Problem(EProblem::AccountDisabled, disabledAccount);
     }
     const long long now = clock_.nowMs();
     Login login;
     login.token = randomHex(32);
     login.session = {sha256Hex(login.token), known->user,
                      now + std::chrono::milliseconds(settings_.sessionLife).count()};
-    auto add = [&login, now](store::Transaction& transaction) {
+    auto add = [&login, &known, now](store::Transaction& transaction) {
+        requireUnchanged(transaction.sql, *known);
         store::addSession(transaction, login.session.tokenHash, login.session.user.id, now,
                           login.session.expiresMs);
     };

@@ -15,6 +15,9 @@ constexpr std::int64_t firstBlockMs = 30 * 1000;
 constexpr std::int64_t longestBlockMs = 15 * 60 * 1000;
 constexpr std::int64_t forgetAfterMs = 60 * 60 * 1000;
 constexpr int addressFactor = 10;
+constexpr int userFactor = 20;
+constexpr int mostAttempts = 1000000;
+constexpr std::size_t longestNameBytes = 256; // 64 characters of up to four
 constexpr std::size_t capacity = 10000;
 constexpr std::size_t networkBytes = 8;
 
@@ -34,22 +37,30 @@ std::string networkOf(const std::string& address)
     return ip::address_v6(bytes).to_string();
 }
 
+/** No address has a space in it. */
+std::string pairOf(const std::string& user, const std::string& network)
+{
+    return network + " " + user;
+}
+
 } // namespace
 
 LoginThrottle::LoginThrottle(const Clock& clock, int attempts)
-    : clock_(clock), attempts_(std::max(1, attempts))
+    : clock_(clock), attempts_(std::clamp(attempts, 1, mostAttempts))
 {}
 
 std::chrono::seconds LoginThrottle::waitFor(const std::string& user, const std::string& address)
 {
     const std::lock_guard lock(mutex_);
-    const std::int64_t now = clock_.nowMs();
-    std::int64_t until = now;
-    if (const auto found = byUser_.find(user); found != byUser_.end()) {
-        until = std::max(until, found->second.blockedUntilMs);
+    const std::int64_t now = clock_.steadyMs();
+    const std::string network = networkOf(address);
+    const auto pair = byPair_.find(pairOf(user, network));
+    std::int64_t until = std::max(now, blockedUntil(byAddress_, network));
+    if (pair != byPair_.end()) {
+        until = std::max(until, pair->second.blockedUntilMs);
     }
-    if (const auto found = byAddress_.find(networkOf(address)); found != byAddress_.end()) {
-        until = std::max(until, found->second.blockedUntilMs);
+    if (pair == byPair_.end() || !pair->second.isKnown) {
+        until = std::max(until, blockedUntil(byUser_, user));
     }
     return std::chrono::seconds((until - now + 999) / 1000);
 }
@@ -57,41 +68,63 @@ std::chrono::seconds LoginThrottle::waitFor(const std::string& user, const std::
 void LoginThrottle::failed(const std::string& user, const std::string& address)
 {
     const std::lock_guard lock(mutex_);
-    count(byUser_, user, attempts_);
-    count(byAddress_, networkOf(address), attempts_ * addressFactor);
+    const std::string network = networkOf(address);
+    count(byAddress_, network, {attempts_ * addressFactor, firstBlockMs, longestBlockMs});
+    if (user.size() <= longestNameBytes) {
+        count(byPair_, pairOf(user, network), {attempts_, firstBlockMs, longestBlockMs});
+        count(byUser_, user, {attempts_ * userFactor, firstBlockMs, firstBlockMs});
+    }
 }
 
 void LoginThrottle::succeeded(const std::string& user, const std::string& address)
 {
     const std::lock_guard lock(mutex_);
-    const int slips = recentFailures(byUser_, user);
-    byUser_.erase(user);
-    if (const auto found = byAddress_.find(networkOf(address)); found != byAddress_.end()) {
-        found->second.failures = std::max(0, found->second.failures - slips);
-    }
+    const std::string network = networkOf(address);
+    Record& pair = recordOf(byPair_, pairOf(user, network));
+    const int slips = pair.failures;
+    pair.failures = 0;
+    pair.blockedUntilMs = 0;
+    pair.isKnown = true;
+    forgive(byAddress_, network, slips);
+    forgive(byUser_, user, slips);
 }
 
-int LoginThrottle::recentFailures(const Records& records, const std::string& who) const
+std::int64_t LoginThrottle::blockedUntil(const Records& records, const std::string& who) const
 {
     const auto found = records.find(who);
-    const bool counts =
-        found != records.end() && clock_.nowMs() - found->second.lastMs <= forgetAfterMs;
-    return counts ? found->second.failures : 0;
+    return found == records.end() ? 0 : found->second.blockedUntilMs;
 }
 
-void LoginThrottle::count(Records& records, const std::string& who, int attempts)
+/** Made if need be; failures of long ago do not count any more. */
+LoginThrottle::Record& LoginThrottle::recordOf(Records& records, const std::string& who)
 {
-    const std::int64_t now = clock_.nowMs();
-    makeRoom(records, now);
+    const std::int64_t now = clock_.steadyMs();
+    if (!records.contains(who)) {
+        makeRoom(records, now);
+    }
     Record& record = records[who];
     if (now - record.lastMs > forgetAfterMs) {
-        record = Record{};
+        record.failures = 0;
     }
     record.lastMs = now;
+    return record;
+}
+
+void LoginThrottle::count(Records& records, const std::string& who, const Rule& rule)
+{
+    Record& record = recordOf(records, who);
     ++record.failures;
-    if (record.failures >= attempts) {
-        const int doublings = std::min(record.failures - attempts, 10);
-        record.blockedUntilMs = now + std::min(firstBlockMs << doublings, longestBlockMs);
+    if (record.failures >= rule.attempts) {
+        const int doublings = std::min(record.failures - rule.attempts, 10);
+        record.blockedUntilMs =
+            record.lastMs + std::min(rule.firstBlockMs << doublings, rule.longestBlockMs);
+    }
+}
+
+void LoginThrottle::forgive(Records& records, const std::string& who, int slips)
+{
+    if (const auto found = records.find(who); found != records.end()) {
+        found->second.failures = std::max(0, found->second.failures - slips);
     }
 }
 

@@ -11,12 +11,18 @@
 namespace kelvo::accounts {
 
 /**
- * Counts failed logins a user name and an address; successes are never held up by their number.
- * After `attempts` failures a name has to wait, twice as long with each further failure; an address
- * has more attempts, because a whole farm may share one. Of IPv6 the network (/64) is the address:
- * who has one of its addresses has them all.
+ * Counts failed logins in three ways; successes are never held up by their number.
  *
- * Thread safe. Bounded: the oldest entries are forgotten beyond `capacity`.
+ * - A name from an address: after `attempts` failures it has to wait, twice as long with each
+ * further one. Somebody else's guesses from elsewhere do not keep the name's owner out.
+ * - An address: the same after ten times as many, because a whole farm may share one. Of IPv6 the
+ *   network (/64) is the address: who has one of its addresses has them all.
+ * - A name, from wherever: after twenty times as many a short wait that does not grow, for those
+ * who guess from many addresses. Addresses that the name has logged in from are not held up by it.
+ *
+ * Time is the clock's steady one, so that setting the machine's clock ends no wait and prolongs
+ * none. Thread safe. Bounded: the oldest entries are forgotten beyond `capacity`, and a name that
+ * is longer than names can be is nobody's and not counted.
  */
 class LoginThrottle
 {
@@ -28,27 +34,40 @@ public:
 
     void failed(const std::string& user, const std::string& address);
 
-    /** Forgets the failures of the name, and that many of the address: they were slips. */
+    /** Forgets the name's failures from this address, of the address and of the name as many: they
+     * were slips. */
     void succeeded(const std::string& user, const std::string& address);
 
 private:
     struct Record
     {
         int failures = 0;
+        bool isKnown = false; // it has succeeded since
         std::int64_t lastMs = 0;
         std::int64_t blockedUntilMs = 0;
     };
     using Records = std::map<std::string, Record>;
 
-    int recentFailures(const Records& records, const std::string& who) const;
-    void count(Records& records, const std::string& who, int attempts);
+    /** After how many failures, and how long at first and at most. */
+    struct Rule
+    {
+        int attempts = 0;
+        std::int64_t firstBlockMs = 0;
+        std::int64_t longestBlockMs = 0;
+    };
+
+    std::int64_t blockedUntil(const Records& records, const std::string& who) const;
+    Record& recordOf(Records& records, const std::string& who);
+    void count(Records& records, const std::string& who, const Rule& rule);
+    static void forgive(Records& records, const std::string& who, int slips);
     static void makeRoom(Records& records, std::int64_t nowMs);
 
     const Clock& clock_;
     int attempts_;
     std::mutex mutex_; // guards the records
-    Records byUser_;
+    Records byPair_;   // user and address
     Records byAddress_;
+    Records byUser_;
 };
 
 } // namespace kelvo::accounts

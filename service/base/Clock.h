@@ -12,8 +12,11 @@ class Clock
 public:
     virtual ~Clock() = default;
 
-    /** Milliseconds since 1970-01-01 UTC. */
+    /** Milliseconds since 1970-01-01 UTC. Jumps when somebody sets the clock. */
     virtual std::int64_t nowMs() const = 0;
+
+    /** Milliseconds since some moment; never jumps. */
+    virtual std::int64_t steadyMs() const = 0;
 };
 
 /** The machine's own clock. */
@@ -24,6 +27,12 @@ public:
     {
         using namespace std::chrono;
         return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+    }
+
+    std::int64_t steadyMs() const override
+    {
+        using namespace std::chrono;
+        return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
     }
 };
 

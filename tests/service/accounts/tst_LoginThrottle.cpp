@@ -29,12 +29,65 @@ TEST_F(Throttle, LetsAUserMistypeAFewTimes)
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
 }
 
-TEST_F(Throttle, MakesAUserWaitWhereverTheyComeFrom)
+TEST_F(Throttle, MakesAUserWaitWhereTheyFailed)
 {
     fail(3, "olga", "10.0.0.1");
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
-    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.2"), 30s);
     EXPECT_EQ(throttle.waitFor("oscar", "10.0.0.1"), 0s);
+}
+
+TEST_F(Throttle, LetsAStrangerNotLockAUserOutElsewhere)
+{
+    fail(20, "olga", "10.0.0.1");
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 900s);
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.2"), 0s);
+}
+
+TEST_F(Throttle, MakesThoseWaitWhoGuessFromManyAddressesButNotForLong)
+{
+    throttle.succeeded("olga", "10.9.9.9");
+    for (int i = 0; i < 59; ++i) {
+        throttle.failed("olga", "10.0.0." + std::to_string(i));
+    }
+    EXPECT_EQ(throttle.waitFor("olga", "10.1.1.1"), 0s);
+    for (int i = 0; i < 50; ++i) {
+        throttle.failed("olga", "10.0.1." + std::to_string(i));
+        EXPECT_EQ(throttle.waitFor("olga", "10.1.1.1"), 30s);
+    }
+    EXPECT_EQ(throttle.waitFor("olga", "10.9.9.9"), 0s) << "where olga has been before";
+    EXPECT_EQ(throttle.waitFor("oscar", "10.1.1.1"), 0s);
+    clock.advance(30s);
+    EXPECT_EQ(throttle.waitFor("olga", "10.1.1.1"), 0s);
+}
+
+TEST_F(Throttle, DoesNotLookAtTheTimeOfDay)
+{
+    fail(3, "olga", "10.0.0.1");
+    clock.set(-24h * 365);
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
+    clock.set(24h * 3650);
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
+    clock.advance(30s);
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
+}
+
+TEST_F(Throttle, CountsNamesThatCannotBeForTheirAddressOnly)
+{
+    const std::string name(64 * 1024, 'x');
+    fail(29, name, "10.0.0.1");
+    EXPECT_EQ(throttle.waitFor(name, "10.0.0.1"), 0s);
+    fail(1, name, "10.0.0.1");
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
+}
+
+TEST_F(Throttle, TakesSlipsFromElsewhereNotOffAnAddress)
+{
+    for (int i = 0; i < 30; ++i) {
+        throttle.failed("user" + std::to_string(i), "10.0.0.1");
+        throttle.failed("mallory", "10.0.1." + std::to_string(i)); // from elsewhere
+        throttle.succeeded("mallory", "10.0.0.1");
+    }
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
 }
 
 TEST_F(Throttle, EndsTheWaitWhenItsTimeIsOver)
@@ -122,7 +175,7 @@ TEST_F(Throttle, StillHoldsWhoFailedLastAfterManyOthers)
         clock.advance(1ms);
         throttle.failed("user" + std::to_string(i), "10.0.0." + std::to_string(i));
     }
-    fail(3, "olga", "10.0.0.1");
+    fail(3, "olga", "10.9.9.9");
     EXPECT_GT(throttle.waitFor("olga", "10.9.9.9"), 0s);
 }
 
