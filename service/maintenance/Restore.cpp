@@ -2,10 +2,9 @@
 #include "service/maintenance/Restore.h"
 
 #include "service/DataFolder.h"
-#include "service/base/Clock.h"
-#include "service/base/Time.h"
 #include "service/maintenance/DatabaseCopy.h"
 #include "service/maintenance/FileCopies.h"
+#include "service/maintenance/FolderSwap.h"
 #include "service/maintenance/StoreFiles.h"
 #include "service/store/Records.h"
 #include "service/store/Schema.h"
@@ -13,8 +12,7 @@
 #include <nlohmann/json.hpp>
 #include <soci/soci.h>
 
-#include <algorithm>
-#include <set>
+#include <system_error>
 
 namespace kelvo::maintenance {
 
@@ -25,50 +23,23 @@ namespace {
 /** More than a farm makes between two backups, little of what there is. */
 constexpr long long idGap = 1000000;
 constexpr long long counterGap = 1000;
-constexpr const char* replacedPrefix = "replaced-";
 
 void requireBackup(const fs::path& from)
 {
     try {
         const auto manifest = nlohmann::json::parse(readFile(from / manifestName));
-        if (manifest.at("format") == manifestFormat) {
-            return;
+        if (manifest.at("format") != manifestFormat) {
+            throw StartRefused("the backup in " + from.string() + " is of another kind");
         }
+    } catch (const StartRefused&) {
+        throw;
     } catch (const std::exception&) {
         throw StartRefused(from.string() + " is not a complete backup");
     }
-    throw StartRefused("the backup in " + from.string() + " is of another kind");
-}
-
-/** What may stay where it is: the lock, what earlier restores put aside, what file systems make. */
-bool stays(const std::string& name)
-{
-    static const std::set<std::string> kept{"lock", "lost+found", unfinishedRestoreName};
-    return kept.contains(name) || name.starts_with(replacedPrefix);
-}
-
-std::vector<fs::path> toReplace(const fs::path& folder)
-{
-    std::vector<fs::path> found;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-        if (!stays(entry.path().filename())) {
-            found.push_back(entry.path());
-        }
+    if (!fs::exists(from / databaseName)) { // to open it would make one
+        throw StartRefused(from.string() + " is not a complete backup: it has no database");
     }
-    return found;
-}
-
-void putAside(const fs::path& folder, const std::vector<fs::path>& entries)
-{
-    std::string time = rfc3339(SystemClock().nowMs());
-    std::erase_if(time, [](char c) { return c == ':' || c == '-' || c == '.'; });
-    const fs::path aside = folder / (replacedPrefix + time);
-    fs::create_directory(aside);
-    fs::permissions(aside, fs::perms::owner_all);
-    for (const fs::path& entry : entries) {
-        fs::rename(entry, aside / entry.filename());
-    }
-    syncFolder(aside);
+    requireSchema(*store::makeSqlite((from / databaseName).string())->connect(), false);
 }
 
 /** Event cursors from after the backup are too old from now on, so their owners start afresh; ids
@@ -131,7 +102,7 @@ CopyReport copyAll(const fs::path& from, const fs::path& to)
     copyContents(from, to, report);
     for (const auto& entry : fs::directory_iterator(from)) {
         const std::string name = entry.path().filename();
-        if (name != "content" && name != manifestName && name != databaseName) {
+        if (name != "content" && name != manifestName && name != databaseName && !stays(name)) {
             copyTree(entry.path(), to / name);
         }
     }
@@ -149,26 +120,24 @@ CopyReport restore(const fs::path& from, const fs::path& dataFolder, bool force)
     if (isWithin(from, dataFolder) || isWithin(dataFolder, from)) {
         throw StartRefused("the backup and the data folder must not lie in each other");
     }
-    requireSchema(*store::makeSqlite((from / databaseName).string())->connect(), false);
     const DataFolder folder(dataFolder); // keeps services out
-    const auto present = toReplace(folder.path());
-    if (!present.empty() && !force) {
+    if (!replaceable(folder.path()).empty() && !force) {
         throw StartRefused("the data folder " + folder.path().string() + " is not empty");
     }
-    replaceFile(folder.path() / unfinishedRestoreName, "", 0600);
-    if (!present.empty()) {
-        putAside(folder.path(), present);
+    const Owner owner(folder.path());
+    owner.take(folder.path() / "lock");
+    const fs::path part = makePart(folder.path());
+    try {
+        CopyReport report = copyAll(from, part);
+        owner.takeAll(part);
+        syncFolders(part);
+        swapIn(part, folder.path(), owner);
+        return report;
+    } catch (...) {
+        std::error_code ignored;
+        fs::remove_all(part, ignored);
+        throw;
     }
-    CopyReport report = copyAll(from, folder.path());
-    for (const auto& entry : fs::directory_iterator(folder.path())) {
-        if (entry.is_directory() && !stays(entry.path().filename())) {
-            syncFolders(entry.path());
-        }
-    }
-    syncFolder(folder.path());
-    fs::remove(folder.path() / unfinishedRestoreName);
-    syncFolder(folder.path());
-    return report;
 }
 
 } // namespace kelvo::maintenance

@@ -1,0 +1,82 @@
+// A data folder that is backed up and brought back.
+#pragma once
+
+#include "service/DataFolder.h"
+#include "service/maintenance/Backup.h"
+#include "service/maintenance/Restore.h"
+#include "tests/service/support/KeptFiles.h"
+
+#include <gtest/gtest.h>
+#include <soci/soci.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <sys/stat.h>
+
+namespace kelvo::maintenance {
+
+/** Why it is refused. */
+inline std::string refusal(const std::function<void()>& work)
+{
+    try {
+        work();
+    } catch (const StartRefused& refused) {
+        return refused.what();
+    }
+    return "not refused";
+}
+
+/** A data folder, and where a backup of it and what comes back of that would be. */
+class BackupFixture : public test::KeptFiles
+{
+protected:
+    BackupFixture()
+    {
+        replaceFile(folder.path() / "ca.pem", "authority", 0644);
+        std::filesystem::create_directory(folder.path() / "tls");
+        replaceFile(folder.path() / "tls" / "ca.key", "key", 0600);
+    }
+
+    CopyReport back() { return backUp(folder.path(), backup()); }
+    CopyReport bring(bool force = false) { return restore(backup(), restored(), force); }
+
+    std::filesystem::path makePipe(const std::string& sha256) const
+    {
+        const std::filesystem::path path = contents.contentPath(sha256);
+        std::filesystem::create_directories(path.parent_path());
+        EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0);
+        return path;
+    }
+
+    std::filesystem::path backup() const { return elsewhere.path() / "backup"; }
+    std::filesystem::path restored() const { return elsewhere.path() / "data"; }
+
+    /** A value of the restored database. */
+    long long number(const std::string& query) const
+    {
+        const auto sql = store::makeSqlite((restored() / "kelvo.sqlite").string())->connect();
+        long long value = -1;
+        *sql << query, soci::into(value);
+        return value;
+    }
+
+    static std::vector<std::string> namesIn(const std::filesystem::path& folder)
+    {
+        std::vector<std::string> found;
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            found.push_back(entry.path().filename());
+        }
+        std::sort(found.begin(), found.end());
+        return found;
+    }
+
+    std::vector<std::string> names() const { return namesIn(elsewhere.path()); }
+
+    test::TemporaryFolder elsewhere;
+};
+
+} // namespace kelvo::maintenance

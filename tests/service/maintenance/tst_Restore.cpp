@@ -1,0 +1,164 @@
+// What comes back of backups, and what is there when it does not.
+#include "service/maintenance/Restore.h"
+
+#include "service/DataFolder.h"
+#include "service/Service.h"
+#include "service/maintenance/StoreFiles.h"
+#include "service/maintenance/Verify.h"
+#include "service/store/Events.h"
+#include "tests/service/maintenance/BackupFixture.h"
+
+#include <gmock/gmock.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kelvo::maintenance {
+namespace {
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class Restoring : public BackupFixture
+{};
+
+TEST_F(Restoring, BringsBackWhatCanBeRead)
+{
+    back();
+    const fs::path content = contentPath(backup(), pathOf("a field").filename());
+    fs::remove(content);
+    fs::create_symlink("/dev/null", content);
+    EXPECT_THAT(bring().damages, testing::Contains(HasSubstr("cannot be read")));
+    EXPECT_EQ(number("SELECT COUNT(*) FROM files"), 3);
+}
+
+TEST_F(Restoring, NeedsACompleteBackup)
+{
+    back();
+    fs::remove(backup() / manifestName);
+    EXPECT_THAT(refusal([this] { bring(); }), HasSubstr("not a complete backup"));
+    EXPECT_FALSE(fs::exists(restored()));
+}
+
+TEST_F(Restoring, GoesOverNothingUnlessForced)
+{
+    back();
+    bring();
+    EXPECT_THAT(refusal([this] { bring(); }), HasSubstr("not empty"));
+    replaceFile(restored() / "mine", "precious", 0600);
+    bring(true);
+    EXPECT_TRUE(verify(restored()).isClean());
+    EXPECT_FALSE(fs::exists(restored() / "mine"));
+    int kept = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(restored())) {
+        kept += entry.path().filename() == "mine" ? 1 : 0;
+    }
+    EXPECT_EQ(kept, 1) << "put aside";
+}
+
+TEST_F(Restoring, DoesNotGoUnderARunningService)
+{
+    back();
+    bring();
+    const DataFolder running(restored());
+    EXPECT_THAT(refusal([this] { bring(true); }), HasSubstr("another instance"));
+}
+
+TEST_F(Restoring, LeavesTheFolderAsItWasWhenItFails)
+{
+    back();
+    bring();
+    const fs::path key = backup() / "tls" / "ca.key";
+    const fs::path aside = elsewhere.path() / "ca.key";
+    fs::rename(key, aside);
+    fs::create_symlink(aside, key); // a copy follows no link
+    replaceFile(restored() / "mine", "precious", 0600);
+    const auto before = namesIn(restored());
+    EXPECT_THROW(bring(true), std::system_error);
+    EXPECT_EQ(namesIn(restored()), before);
+    EXPECT_TRUE(verify(restored()).isClean());
+    fs::rename(aside, key);
+    bring(true);
+    EXPECT_TRUE(verify(restored()).isClean());
+}
+
+TEST_F(Restoring, LeavesNothingInANewFolderWhenItFails)
+{
+    back();
+    fs::create_symlink(backup() / "ca.pem", backup() / "tls" / "link"); // a copy follows none
+    EXPECT_THROW(bring(), std::system_error);
+    EXPECT_THAT(namesIn(restored()), ElementsAre("lock"));
+}
+
+TEST_F(Restoring, NeedsNoForceOverWhatAKilledOneLeft)
+{
+    back();
+    fs::create_directories(restored() / "restore.part-0123" / "content");
+    bring();
+    EXPECT_TRUE(verify(restored()).isClean());
+    EXPECT_THAT(namesIn(restored()), testing::Not(testing::Contains("restore.part-0123")));
+}
+
+TEST_F(Restoring, LetsNoServiceStartInTheMiddleOfIt)
+{
+    back();
+    bring();
+    replaceFile(restored() / unfinishedRestoreName, "", 0600); // it was cut while it moved things
+    ServeOptions options;
+    options.dataFolder = restored();
+    options.listen = "127.0.0.1:0";
+    EXPECT_THAT(refusal([&options] { runService(options); }), HasSubstr("restore"));
+    EXPECT_THAT(refusal([this] { bring(); }), HasSubstr("not empty"));
+    bring(true);
+    EXPECT_TRUE(verify(restored()).isClean());
+    EXPECT_FALSE(fs::exists(restored() / unfinishedRestoreName));
+}
+
+TEST_F(Restoring, GivesWhatRootBringsBackToTheFoldersOwner)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give files away";
+    }
+    back();
+    constexpr uid_t owner = 4321;
+    fs::create_directory(restored());
+    ASSERT_EQ(::chown(restored().c_str(), owner, owner), 0);
+    bring();
+    bring(true);
+    int seen = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(restored())) {
+        struct stat status
+        {};
+        ASSERT_EQ(::lstat(entry.path().c_str(), &status), 0);
+        EXPECT_EQ(status.st_uid, owner) << entry.path();
+        EXPECT_EQ(status.st_gid, owner) << entry.path();
+        ++seen;
+    }
+    EXPECT_GT(seen, 10);
+}
+
+TEST_F(Restoring, TakesNothingFromAFolderWithoutADatabase)
+{
+    back();
+    fs::remove(backup() / "kelvo.sqlite");
+    EXPECT_THAT(refusal([this] { bring(); }), HasSubstr("not a complete backup"));
+    EXPECT_FALSE(fs::exists(backup() / "kelvo.sqlite")) << "to look is not to make one";
+}
+
+TEST_F(Restoring, GivesIdsAndCursorsFromAfterItToNothingElse)
+{
+    back();
+    const store::File later = keep("later.zip", "made after the backup");
+    const auto bounds = database.readNow(
+        [this](soci::session& sql) { return store::eventBounds(sql, user.farmId()); });
+    bring();
+    EXPECT_GT(number("SELECT last_resource FROM farms"), later.id);
+    EXPECT_GT(number("SELECT pruned_event FROM farms"), bounds.newest);
+    EXPECT_EQ(number("SELECT last_event - pruned_event FROM farms"), 0);
+    EXPECT_EQ(number("SELECT COUNT(*) FROM events"), 0);
+}
+
+} // namespace
+} // namespace kelvo::maintenance
