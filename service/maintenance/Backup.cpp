@@ -7,6 +7,7 @@
 #include "service/base/Time.h"
 #include "service/maintenance/DatabaseCopy.h"
 #include "service/maintenance/FileCopies.h"
+#include "service/maintenance/FolderSwap.h"
 #include "service/maintenance/StoreFiles.h"
 #include "service/store/Schema.h"
 
@@ -164,7 +165,7 @@ void requireUsable(const fs::path& from, const fs::path& to)
     if (isWithin(to, from) || isWithin(from, to)) {
         throw StartRefused("the backup and the data folder must not lie in each other");
     }
-    if (fs::exists(to) && (!fs::is_directory(to) || !fs::is_empty(to))) {
+    if (fs::exists(to) && (!fs::is_directory(to) || !replaceable(to).empty())) {
         throw StartRefused(to.string() + " is there already and not an empty folder");
     }
 }
@@ -179,23 +180,57 @@ void writeManifest(const fs::path& folder, const CopyReport& report)
     replaceFile(folder / manifestName, manifest.dump() + "\n", 0600);
 }
 
+/** Where the copy is made: on the disk where it shall be, so within a folder that is there already,
+ * for that may be where a disk is mounted. */
+fs::path makeStage(const fs::path& target)
+{
+    const std::string suffix = "part-" + randomHex(4);
+    fs::path stage = target;
+    if (fs::exists(target)) {
+        stage /= suffix;
+    } else {
+        fs::create_directories(target.parent_path());
+        stage += "." + suffix;
+    }
+    fs::create_directory(stage);
+    return stage;
+}
+
+/** Into a folder that is there. The manifest comes last: without it it is no backup. */
+void moveUp(const fs::path& stage, const fs::path& target)
+{
+    std::error_code ignored; // a disk of another kind has no such thing
+    fs::permissions(target, fs::perms::owner_all, ignored);
+    for (const fs::path& entry : replaceable(stage)) {
+        if (entry.filename() != manifestName) {
+            fs::rename(entry, target / entry.filename());
+        }
+    }
+    syncFolder(target);
+    fs::rename(stage / manifestName, target / manifestName);
+    fs::remove(stage, ignored);
+    syncFolder(target);
+}
+
 } // namespace
 
 CopyReport backUp(const fs::path& dataFolder, const fs::path& to)
 {
     const fs::path target = fs::absolute(to / "").parent_path(); // without a slash at its end
     requireUsable(dataFolder, target);
-    fs::create_directories(target.parent_path());
-    fs::path stage = target;
-    stage += ".part-" + randomHex(4);
-    fs::create_directory(stage);
+    const bool isThere = fs::exists(target);
+    const fs::path stage = makeStage(target);
     try {
         fs::permissions(stage, fs::perms::owner_all);
         const CopyReport report = Copying(dataFolder, stage).run();
         writeManifest(stage, report);
         syncFolders(stage);
-        fs::rename(stage, target); // over an empty folder, too
-        syncFolder(target.parent_path());
+        if (isThere) {
+            moveUp(stage, target);
+        } else {
+            fs::rename(stage, target);
+            syncFolder(target.parent_path());
+        }
         return report;
     } catch (...) {
         std::error_code ignored;

@@ -91,6 +91,18 @@ fs::path journalOf(fs::path database)
     return database += "-journal";
 }
 
+/** By its journal; a first look does it. */
+void undoUnfinished(const fs::path& database)
+{
+    const Handle copy = openRaw(database, SQLITE_OPEN_READWRITE);
+    const int read =
+        sqlite3_exec(copy.get(), "SELECT COUNT(*) FROM sqlite_master", nullptr, nullptr, nullptr);
+    if (read != SQLITE_OK) {
+        throw std::runtime_error(std::string("the database cannot be read: ") +
+                                 sqlite3_errstr(read));
+    }
+}
+
 } // namespace
 
 bool isInUse(const fs::path& dataFolder)
@@ -108,14 +120,8 @@ void copyDatabase(const fs::path& dataFolder, const fs::path& to)
         copyFile(from, to);
         if (fs::exists(journalOf(from))) {
             copyFile(journalOf(from), journalOf(to));
-            // The first look undoes what was not finished.
-            const Handle copy = openRaw(to, SQLITE_OPEN_READWRITE);
-            const int read = sqlite3_exec(copy.get(), "SELECT COUNT(*) FROM sqlite_master", nullptr,
-                                          nullptr, nullptr);
-            if (read != SQLITE_OK) {
-                throw std::runtime_error(std::string("the database cannot be read: ") +
-                                         sqlite3_errstr(read));
-            }
+            undoUnfinished(to);
+            fs::remove(journalOf(to)); // one in which nothing stood is still there
         }
     } else {
         copyInUse(from, to);
@@ -124,27 +130,26 @@ void copyDatabase(const fs::path& dataFolder, const fs::path& to)
 }
 
 DatabaseSnapshot::DatabaseSnapshot(const fs::path& dataFolder)
-    : folder_(fs::temp_directory_path() / ("kelvo-snapshot-" + randomHex(8)))
 {
-    fs::create_directory(folder_);
+    const fs::path folder = fs::temp_directory_path() / ("kelvo-snapshot-" + randomHex(8));
+    fs::create_directory(folder);
     try {
-        fs::permissions(folder_, fs::perms::owner_all);
-        copyDatabase(dataFolder, folder_ / databaseName);
-        session_ = store::makeSqlite((folder_ / databaseName).string())->connect();
+        fs::permissions(folder, fs::perms::owner_all);
+        copyDatabase(dataFolder, folder / databaseName);
+        session_ = store::makeSqlite((folder / databaseName).string())->connect();
         requireSchema(*session_, true);
     } catch (...) {
         std::error_code ignored;
-        fs::remove_all(folder_, ignored);
+        fs::remove_all(folder, ignored);
         throw;
     }
+    // Open is all that it has to be; whoever is interrupted leaves no hashes of passwords lying
+    // about.
+    std::error_code ignored;
+    fs::remove_all(folder, ignored);
 }
 
-DatabaseSnapshot::~DatabaseSnapshot()
-{
-    session_.reset();
-    std::error_code ignored;
-    fs::remove_all(folder_, ignored);
-}
+DatabaseSnapshot::~DatabaseSnapshot() = default;
 
 void requireSchema(soci::session& sql, bool exactly)
 {

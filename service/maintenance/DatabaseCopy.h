@@ -27,7 +27,7 @@ bool isInUse(const std::filesystem::path& dataFolder);
  */
 void copyDatabase(const std::filesystem::path& dataFolder, const std::filesystem::path& to);
 
-/** A copy in a temporary folder, open for reading, that goes with this object. */
+/** A copy, open for reading, that goes with this object and has no name once it is open. */
 class DatabaseSnapshot
 {
 public:
@@ -40,7 +40,6 @@ public:
     soci::session& sql() const { return *session_; }
 
 private:
-    std::filesystem::path folder_;
     std::unique_ptr<soci::session> session_;
 };
 

@@ -1,20 +1,15 @@
-// Backups and what comes back of them.
+// Backups: what is in them, and beside what they can be made.
 #include "service/maintenance/Backup.h"
 
 #include "service/DataFolder.h"
-#include "service/Service.h"
-#include "service/maintenance/Restore.h"
 #include "service/maintenance/StoreFiles.h"
 #include "service/maintenance/Verify.h"
-#include "service/store/Events.h"
 #include "service/store/Files.h"
-#include "tests/service/support/KeptFiles.h"
+#include "tests/service/maintenance/BackupFixture.h"
 
 #include <gmock/gmock.h>
-#include <soci/soci.h>
 
 #include <algorithm>
-#include <functional>
 #include <thread>
 
 #include <fcntl.h>
@@ -29,60 +24,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-std::string refusal(const std::function<void()>& work)
-{
-    try {
-        work();
-    } catch (const StartRefused& refused) {
-        return refused.what();
-    }
-    return "not refused";
-}
-
-class BackingUp : public test::KeptFiles
-{
-protected:
-    BackingUp()
-    {
-        replaceFile(folder.path() / "ca.pem", "authority", 0644);
-        fs::create_directory(folder.path() / "tls");
-        replaceFile(folder.path() / "tls" / "ca.key", "key", 0600);
-    }
-
-    CopyReport back() { return backUp(folder.path(), backup()); }
-    CopyReport bring(bool force = false) { return restore(backup(), restored(), force); }
-
-    fs::path makePipe(const std::string& sha256) const
-    {
-        const fs::path path = contents.contentPath(sha256);
-        fs::create_directories(path.parent_path());
-        EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0);
-        return path;
-    }
-
-    fs::path backup() const { return elsewhere.path() / "backup"; }
-    fs::path restored() const { return elsewhere.path() / "data"; }
-
-    /** A value of the restored database. */
-    long long number(const std::string& query) const
-    {
-        const auto sql = store::makeSqlite((restored() / "kelvo.sqlite").string())->connect();
-        long long value = -1;
-        *sql << query, soci::into(value);
-        return value;
-    }
-
-    std::vector<std::string> names() const
-    {
-        std::vector<std::string> found;
-        for (const auto& entry : fs::directory_iterator(elsewhere.path())) {
-            found.push_back(entry.path().filename());
-        }
-        return found;
-    }
-
-    test::TemporaryFolder elsewhere;
-};
+class BackingUp : public BackupFixture
+{};
 
 TEST_F(BackingUp, AndBringingBackGivesTheSameFolder)
 {
@@ -201,16 +144,6 @@ TEST_F(BackingUp, TellsWhatCannotBeReadAndKeepsTheRest)
     EXPECT_THAT(bring().damages, ElementsAre(HasSubstr("missing in the backup")));
 }
 
-TEST_F(BackingUp, RestoresWhatCanBeRead)
-{
-    back();
-    const fs::path content = contentPath(backup(), pathOf("a field").filename());
-    fs::remove(content);
-    fs::create_symlink("/dev/null", content);
-    EXPECT_THAT(bring().damages, testing::Contains(HasSubstr("cannot be read")));
-    EXPECT_EQ(number("SELECT COUNT(*) FROM files"), 3);
-}
-
 TEST_F(BackingUp, LeavesNothingWhenItFails)
 {
     replaceFile(elsewhere.path() / "file", "", 0600);
@@ -218,67 +151,40 @@ TEST_F(BackingUp, LeavesNothingWhenItFails)
     EXPECT_THAT(names(), ElementsAre("file"));
 }
 
-TEST_F(BackingUp, RestoresOnlyACompleteBackup)
+TEST_F(BackingUp, FillsAnEmptyFolderThatIsThereWithoutReplacingIt)
 {
-    back();
-    fs::remove(backup() / manifestName);
-    EXPECT_THAT(refusal([this] { bring(); }), HasSubstr("not a complete backup"));
-    EXPECT_FALSE(fs::exists(restored()));
-}
-
-TEST_F(BackingUp, RestoresOverNothingUnlessForced)
-{
-    back();
+    fs::create_directory(backup()); // a disk that is mounted there cannot be renamed over
+    fs::create_directory(backup() / "lost+found");
+    const auto inode = [this] {
+        struct stat status
+        {};
+        EXPECT_EQ(::stat(backup().c_str(), &status), 0);
+        return status.st_ino;
+    };
+    const auto before = inode();
+    const fs::path pipe = makePipe(std::string(64, '0')); // holds it up where it reads that
+    std::thread making([this] { back(); });
+    FileDescriptor writer = openFile(pipe, O_WRONLY);
+    EXPECT_THAT(names(), ElementsAre("backup")) << "the work goes on where the room is";
+    writer.reset();
+    making.join();
+    EXPECT_EQ(inode(), before);
+    EXPECT_THAT(names(), ElementsAre("backup"));
     bring();
-    EXPECT_THAT(refusal([this] { bring(); }), HasSubstr("not empty"));
-    replaceFile(restored() / "mine", "precious", 0600);
-    bring(true);
     EXPECT_TRUE(verify(restored()).isClean());
-    EXPECT_FALSE(fs::exists(restored() / "mine"));
-    int kept = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(restored())) {
-        kept += entry.path().filename() == "mine" ? 1 : 0;
-    }
-    EXPECT_EQ(kept, 1) << "put aside";
+    EXPECT_THAT(refusal([this] { back(); }), HasSubstr("is there already"));
 }
 
-TEST_F(BackingUp, RestoresNotUnderARunningService)
+TEST_F(BackingUp, TakesADatabaseWithAnEmptyJournalAlsoWhenAContentIsMissing)
 {
-    back();
-    bring();
-    const DataFolder running(restored());
-    EXPECT_THAT(refusal([this] { bring(true); }), HasSubstr("another instance"));
-}
-
-TEST_F(BackingUp, MarksARestoreThatDidNotEnd)
-{
-    back();
-    const fs::path key = backup() / "tls" / "ca.key";
-    const fs::path aside = elsewhere.path() / "ca.key";
-    fs::rename(key, aside);
-    fs::create_symlink(aside, key); // a copy follows no link
-    EXPECT_THROW(bring(), std::system_error);
-    ServeOptions options;
-    options.dataFolder = restored();
-    options.listen = "127.0.0.1:0";
-    EXPECT_THAT(refusal([&options] { runService(options); }), HasSubstr("restore"));
-    fs::rename(aside, key);
-    EXPECT_THAT(refusal([this] { bring(); }), HasSubstr("not empty"));
-    bring(true);
-    EXPECT_TRUE(verify(restored()).isClean());
-}
-
-TEST_F(BackingUp, GivesIdsAndCursorsFromAfterItToNothingElse)
-{
-    back();
-    const store::File later = keep("later.zip", "made after the backup");
-    const auto bounds = database.readNow(
-        [this](soci::session& sql) { return store::eventBounds(sql, user.farmId()); });
-    bring();
-    EXPECT_GT(number("SELECT last_resource FROM farms"), later.id);
-    EXPECT_GT(number("SELECT pruned_event FROM farms"), bounds.newest);
-    EXPECT_EQ(number("SELECT last_event - pruned_event FROM farms"), 0);
-    EXPECT_EQ(number("SELECT COUNT(*) FROM events"), 0);
+    contents.remove(sha256Hex("in the bin"));
+    const fs::path journal = folder.path() / "kelvo.sqlite-journal";
+    fs::remove(journal);
+    replaceFile(journal, "", 0600); // as a crash at its beginning leaves it
+    EXPECT_THAT(back().damages, ElementsAre(HasSubstr("is missing")));
+    EXPECT_FALSE(fs::exists(backup() / "kelvo.sqlite-journal"));
+    EXPECT_THAT(bring().damages, ElementsAre(HasSubstr("is missing")));
+    EXPECT_FALSE(fs::exists(restored() / "kelvo.sqlite-journal"));
 }
 
 } // namespace
