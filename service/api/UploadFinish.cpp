@@ -4,6 +4,7 @@
 #include "service/api/EventWriting.h"
 #include "service/api/UploadSteps.h"
 #include "service/base/Digest.h"
+#include "service/base/Log.h"
 #include "service/http/Problem.h"
 #include "service/store/Errors.h"
 #include "service/store/Files.h"
@@ -134,8 +135,14 @@ Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
         };
         co_await context.filePool.run(giveBack);
     } else if (!failure && !sealed.moved) {
-        // An equal content was there already.
-        auto remove = [&context, &upload] { context.contents.removeUpload(upload.id); };
+        // An equal content was there already. The files stand, whatever becomes of this.
+        auto remove = [&context, &upload] {
+            try {
+                context.contents.removeUpload(upload.id);
+            } catch (const std::exception& error) {
+                logWarning("upload-not-removed", error.what());
+            }
+        };
         co_await context.filePool.run(remove);
     }
     if (failure) {

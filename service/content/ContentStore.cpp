@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -17,14 +18,42 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* linkSuffix = ".new";
+constexpr mode_t usedMode = 0600;
+constexpr mode_t unusedMode = 0400;
+
+std::optional<struct stat> statusOf(const fs::path& file)
+{
+    struct stat status
+    {};
+    if (::stat(file.c_str(), &status) == 0) {
+        return status;
+    }
+    if (errno != ENOENT) {
+        throwErrno("stat");
+    }
+    return std::nullopt;
+}
+
+std::int64_t inMs(const timespec& time)
+{
+    return static_cast<std::int64_t>(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
+}
 
 void makeFolder(const fs::path& folder)
 {
-    if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+    const bool isNew = ::mkdir(folder.c_str(), 0700) == 0;
+    if (!isNew && errno != EEXIST) {
         throwErrno("mkdir");
     }
-    // Also when it was there: whoever made it may not have come to this yet, or have failed to.
-    syncFolder(folder.parent_path());
+    try {
+        // Also when it was there: whoever made it may not have come to this yet.
+        syncFolder(folder.parent_path());
+    } catch (const std::system_error&) {
+        if (isNew) {
+            ::rmdir(folder.c_str()); // a second sync would succeed without having done anything
+        }
+        throw;
+    }
 }
 
 void removeIfThere(const fs::path& file)
@@ -85,20 +114,31 @@ FileDescriptor ContentStore::openUpload(const std::string& id) const
 
 std::uint64_t ContentStore::uploadSize(const std::string& id) const
 {
-    struct stat status
-    {};
-    if (::stat((uploads_ / id).c_str(), &status) != 0) {
-        if (errno == ENOENT) {
-            return 0;
-        }
-        throwErrno("stat");
-    }
-    return static_cast<std::uint64_t>(status.st_size);
+    const auto status = statusOf(uploads_ / id);
+    return status ? static_cast<std::uint64_t>(status->st_size) : 0;
+}
+
+std::optional<std::int64_t> ContentStore::uploadChangedMs(const std::string& id) const
+{
+    const auto status = statusOf(uploads_ / id);
+    return status ? std::optional(inMs(status->st_ctim)) : std::nullopt;
 }
 
 void ContentStore::removeUpload(const std::string& id) const
 {
     removeIfThere(uploads_ / id);
+}
+
+void ContentStore::disownUpload(const std::string& id) const noexcept
+{
+    try {
+        // Empty first: that holds even if the name comes back after a power failure.
+        [[maybe_unused]] const int emptied = ::truncate((uploads_ / id).c_str(), 0);
+        removeUpload(id);
+        syncFolder(uploads_);
+    } catch (const std::exception&) {
+        // The disk takes no changes any more, so nothing can be acknowledged either.
+    }
 }
 
 bool ContentStore::adopt(const std::string& id, const std::string& sha256) const
@@ -112,7 +152,12 @@ bool ContentStore::adopt(const std::string& id, const std::string& sha256) const
     if (::rename((uploads_ / id).c_str(), target.c_str()) != 0) {
         throwErrno("rename");
     }
-    syncFolder(target.parent_path());
+    try {
+        syncFolder(target.parent_path());
+    } catch (const std::system_error&) {
+        ::unlink(target.c_str()); // its name may not be on the disk, and nobody would look again
+        throw;
+    }
     return true;
 }
 
@@ -153,6 +198,26 @@ FileDescriptor ContentStore::open(const std::string& sha256) const
 void ContentStore::remove(const std::string& sha256) const
 {
     removeIfThere(contentPath(sha256));
+}
+
+std::optional<ContentStore::Trace> ContentStore::traceOf(const std::string& sha256) const
+{
+    const auto status = statusOf(contentPath(sha256));
+    if (!status) {
+        return std::nullopt;
+    }
+    Trace trace{inMs(status->st_mtim), std::nullopt};
+    if ((status->st_mode & S_IWUSR) == 0) {
+        trace.unusedSinceMs = inMs(status->st_ctim);
+    }
+    return trace;
+}
+
+void ContentStore::markUnused(const std::string& sha256, bool isUnused) const
+{
+    if (::chmod(contentPath(sha256).c_str(), isUnused ? unusedMode : usedMode) != 0) {
+        throwErrno("chmod");
+    }
 }
 
 std::vector<std::string> ContentStore::uploadIds() const

@@ -35,7 +35,7 @@ std::optional<DigestCache::Entry> DigestCache::take(const std::string& id)
 }
 
 UploadWriter::UploadWriter(const ContentStore& store, DigestCache& cache, const std::string& id)
-    : cache_(cache), id_(id), file_(store.openUpload(id))
+    : store_(store), cache_(cache), id_(id), file_(store.openUpload(id))
 {
     const off_t end = ::lseek(file_.get(), 0, SEEK_END);
     if (end < 0) {
@@ -87,6 +87,11 @@ void UploadWriter::append(const void* data, std::size_t sizeBytes)
 void UploadWriter::sync()
 {
     if (::fdatasync(file_.get()) != 0) {
+        // The kernel says this once. It takes what it could not write for written from then on, and
+        // hands it out of its memory as if it were: a second attempt would succeed, and lie.
+        const int why = errno;
+        store_.disownUpload(id_);
+        errno = why;
         throwErrno("fdatasync");
     }
 }

@@ -40,7 +40,8 @@ private:
 /**
  * One upload being received.
  * Thread: one at a time; everything blocks, so call it on a pool.
- * Errors: std::system_error, with ENOSPC when the disk is full; what was written before stays.
+ * Errors: std::system_error, with ENOSPC when the disk is full; what was written before stays, but
+ * for a failed sync().
  */
 class UploadWriter
 {
@@ -52,7 +53,10 @@ public:
 
     void append(const void* data, std::size_t sizeBytes);
 
-    /** Waits until everything written is on the disk. */
+    /**
+     * Waits until everything written is on the disk. When it fails the upload begins anew: its file
+     * is gone, and the writer may only be dropped.
+     */
     void sync();
 
     /** Puts the digest aside for the next part. */
@@ -64,6 +68,7 @@ public:
 private:
     void digestExisting();
 
+    const ContentStore& store_;
     DigestCache& cache_;
     std::string id_;
     FileDescriptor file_;

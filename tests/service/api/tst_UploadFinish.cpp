@@ -5,6 +5,7 @@
 #include "service/store/Errors.h"
 #include "service/store/Uploads.h"
 #include "tests/service/support/ApiFixture.h"
+#include "tests/service/support/FailingSync.h"
 #include "tests/service/support/TcpPair.h"
 
 #include <gmock/gmock.h>
@@ -141,6 +142,36 @@ TEST_F(Finishing, LeavesTheContentWhenNobodyKnowsWhetherItWasCommitted)
     EXPECT_TRUE(loop.run(finishUpload(context, upload, writer)).upload.finished);
     EXPECT_EQ(files().size(), 1U);
     EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
+}
+
+TEST_F(Finishing, BeginsAnewWhenTheDiskDidNotTakeTheBytes)
+{
+    const store::Upload upload = received("a.zip", "abc", {inbox.id});
+    test::failNextSyncs(1);
+    EXPECT_THROW(finish(upload), std::system_error);
+    EXPECT_TRUE(files().empty());
+    EXPECT_THAT(contents.digests(), testing::IsEmpty());
+    EXPECT_EQ(contents.uploadSize(upload.id), 0U) << "bytes that are in memory only do not count";
+
+    content::UploadWriter writer(contents, digests, upload.id);
+    writer.append("abc", 3);
+    EXPECT_TRUE(loop.run(finishUpload(context, upload, writer)).upload.finished);
+    EXPECT_EQ(files().size(), 1U);
+}
+
+TEST_F(Finishing, IsNotUndoneByAnUploadThatCannotBeCleanedUp)
+{
+    finish(received("a.zip", "abc", {inbox.id}));
+    const store::Upload upload = received("b.zip", "abc", {inbox.id});
+    content::UploadWriter writer(contents, digests, upload.id);
+    database.onCommit([this, &upload](const std::vector<store::Event>&) {
+        // What cannot be unlinked stands where the upload was.
+        const auto file = folder.path() / "uploads" / upload.id;
+        std::filesystem::remove(file);
+        std::filesystem::create_directory(file);
+    });
+    EXPECT_TRUE(loop.run(finishUpload(context, upload, writer)).upload.finished);
+    EXPECT_EQ(files().size(), 2U);
 }
 
 TEST_F(Finishing, DoesNotTakeAnotherFilesContentAwayWhenItFails)

@@ -3,6 +3,7 @@
 #include "service/content/ContentStore.h"
 #include "service/content/DigestLocks.h"
 #include "service/content/UploadWriter.h"
+#include "tests/service/support/FailingSync.h"
 #include "tests/service/support/RunAwaitable.h"
 #include "tests/service/support/TemporaryFolder.h"
 
@@ -89,6 +90,43 @@ TEST_F(Contents, GoBackToTheirUploadIntact)
     store.giveBack("u1", digest);
     EXPECT_THAT(store.digests(), testing::IsEmpty());
     EXPECT_EQ(store.uploadSize("u1"), 3U);
+}
+
+TEST_F(Contents, WhoseNameTheDiskDidNotTakeAreNotThere)
+{
+    const std::string digest = receive("u1", "abc");
+    std::filesystem::create_directory(store.contentPath(digest).parent_path());
+    const ContentStore opened(
+        folder.path()); // knows that folder, so that the next sync is the name's
+    test::failNextSyncs(1);
+    EXPECT_THROW(opened.adopt("u1", digest), std::system_error);
+    EXPECT_THAT(opened.digests(), testing::IsEmpty());
+    EXPECT_EQ(opened.uploadSize("u1"), 0U);
+    receive("u1", "abc");
+    EXPECT_TRUE(opened.adopt("u1", digest));
+    EXPECT_EQ(textOf(digest), "abc");
+}
+
+TEST_F(Contents, WhoseFolderTheDiskDidNotTakeTryAgainFromTheBeginning)
+{
+    const std::string digest = receive("u1", "abc");
+    test::failNextSyncs(1);
+    EXPECT_THROW(store.adopt("u1", digest), std::system_error);
+    EXPECT_FALSE(std::filesystem::exists(store.contentPath(digest).parent_path()));
+    EXPECT_EQ(store.uploadSize("u1"), 3U) << "the upload itself is on the disk";
+    EXPECT_TRUE(store.adopt("u1", digest));
+    EXPECT_EQ(textOf(digest), "abc");
+}
+
+TEST_F(Contents, ThatWereThereStayWhenTheDiskDoesNotTakeTheNewOnes)
+{
+    const std::string digest = receive("u1", "abc");
+    store.adopt("u1", digest);
+    receive("u2", "abc");
+    test::failNextSyncs(1);
+    EXPECT_THROW(store.adopt("u2", digest), std::system_error);
+    EXPECT_EQ(textOf(digest), "abc");
+    EXPECT_FALSE(store.adopt("u2", digest));
 }
 
 TEST_F(Contents, MayBeRemovedTwice)

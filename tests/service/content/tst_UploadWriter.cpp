@@ -1,6 +1,7 @@
 // Writing an upload in parts.
 #include "service/base/Digest.h"
 #include "service/content/UploadWriter.h"
+#include "tests/service/support/FailingSync.h"
 #include "tests/service/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -82,6 +83,28 @@ TEST_F(Writing, KeepsWhatFittedOnAFullDisk)
     EXPECT_EQ(again.offset(), 5U);
     again.append("fghi", 4);
     EXPECT_EQ(again.finish(), sha256Hex("abcdefghi"));
+}
+
+TEST_F(Writing, BelievesNothingOfAnUploadThatTheDiskDidNotTake)
+{
+    {
+        UploadWriter first = open();
+        first.append("abc", 3);
+        first.sync();
+        first.suspend();
+    }
+    {
+        UploadWriter second = open();
+        second.append("def", 3);
+        test::failNextSyncs(1);
+        EXPECT_THROW(second.sync(), std::system_error);
+    }
+    EXPECT_EQ(store.uploadSize("u1"), 0U);
+    UploadWriter again = open();
+    EXPECT_EQ(again.offset(), 0U);
+    again.append("xyz", 3);
+    again.sync();
+    EXPECT_EQ(again.finish(), sha256Hex("xyz"));
 }
 
 TEST(RememberedDigests, AreBoundedInNumber)
