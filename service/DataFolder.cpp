@@ -3,7 +3,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <system_error>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -13,7 +15,14 @@ namespace kelvo {
 
 namespace fs = std::filesystem;
 
-DataFolder::DataFolder(fs::path path) : path_(std::move(path))
+namespace {
+
+constexpr std::chrono::milliseconds waitStep{100};
+constexpr int waits = 100;
+
+} // namespace
+
+DataFolder::DataFolder(fs::path path, const Wait& wait) : path_(std::move(path))
 {
     std::error_code error;
     const bool isNew = fs::create_directories(path_, error);
@@ -31,8 +40,28 @@ DataFolder::DataFolder(fs::path path) : path_(std::move(path))
         throw StartRefused("the data folder " + path_.string() +
                            " is not writable: " + failure.code().message());
     }
-    if (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
-        throw StartRefused("another instance runs on the data folder " + path_.string());
+    lock(wait);
+}
+
+DataFolder::Wait DataFolder::waitAWhile()
+{
+    return [left = waits]() mutable {
+        std::this_thread::sleep_for(waitStep);
+        return left-- > 0;
+    };
+}
+
+void DataFolder::lock(const Wait& wait)
+{
+    while (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
+        // Who only reads shares the lock.
+        if (::flock(lock_.get(), LOCK_SH | LOCK_NB) != 0) {
+            throw StartRefused("another instance runs on the data folder " + path_.string());
+        }
+        ::flock(lock_.get(), LOCK_UN);
+        if (!wait()) {
+            throw StartRefused("a backup or a check reads the data folder " + path_.string());
+        }
     }
 }
 

@@ -4,6 +4,7 @@
 #include "service/base/Files.h"
 
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <string>
 
@@ -23,7 +24,15 @@ public:
 class DataFolder
 {
 public:
-    explicit DataFolder(std::filesystem::path path);
+    /** Whether to go on waiting for whoever has the lock for a short time. Called again and again,
+     * and blocks in between. */
+    using Wait = std::function<bool()>;
+
+    /** A backup or a check that reads the folder at this moment is waited for, ten seconds unless
+     * said otherwise; another service or a restore is not. */
+    explicit DataFolder(std::filesystem::path path, const Wait& wait = waitAWhile());
+
+    static Wait waitAWhile();
 
     const std::filesystem::path& path() const { return path_; }
 
@@ -35,6 +44,8 @@ public:
     DataFolder& operator=(const DataFolder&) = delete;
 
 private:
+    void lock(const Wait& wait);
+
     std::filesystem::path path_;
     FileDescriptor lock_;
     bool announced_ = false;

@@ -14,7 +14,8 @@ int currentSchema();
 
 /**
  * Brings an older database to this schema, the program's own unless said, in one transaction.
- * Throws SchemaTooNew for one that is newer than the program's.
+ * Writes nothing to one that is up to date. Throws SchemaTooNew for one that is newer than the
+ * program's.
  */
 void migrate(soci::session& sql, const Dialect& dialect, int target = currentSchema());
 

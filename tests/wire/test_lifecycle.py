@@ -1,5 +1,7 @@
 """Starting, stopping and starting again: nothing that was acknowledged is lost, and refusals say why."""
 
+import configparser
+import fcntl
 import json
 import os
 import resource
@@ -18,6 +20,7 @@ from kelvowire.http import Client, begin_upload, digest_header, raw_socket
 from kelvowire.service import GUARD_SECONDS, Service, command, run_refused
 
 CONTENT = bytes(range(256)) * 4000
+UNIT = os.path.join(os.path.dirname(__file__), "..", "..", "packaging", "kelvo-service", "kelvo-service.service")
 
 
 class LifecycleTest(unittest.TestCase):
@@ -131,6 +134,30 @@ class Refusing(LifecycleTest):
         self.assertEqual(endpoints["pid"], self.service.process.pid)
         self.service.stop()
 
+    def let_go_when_waited_for(self, lock):
+        guard = time.monotonic() + GUARD_SECONDS
+        while "waits-for-a-backup" not in self.service.log() and time.monotonic() < guard:
+            pass
+        fcntl.flock(lock, fcntl.LOCK_UN)
+
+    def test_not_for_a_backup_that_reads_at_that_moment(self):
+        self.service.start()
+        self.service.stop()
+        with open(self.service.path("lock"), "rb") as lock:
+            fcntl.flock(lock, fcntl.LOCK_SH)
+            release = threading.Thread(target=self.let_go_when_waited_for, args=(lock,))
+            release.start()
+            self.service.start()
+            release.join()
+        self.assertIn("waits-for-a-backup", self.service.log())
+        self.service.stop()
+        reader = sqlite3.connect(self.service.path("kelvo.sqlite"), isolation_level=None)
+        reader.execute("BEGIN")
+        reader.execute("SELECT * FROM farms").fetchall()
+        self.service.start()
+        reader.close()
+        self.service.stop()
+
     def test_a_database_of_a_newer_schema(self):
         self.service.start()
         self.service.stop()
@@ -157,6 +184,16 @@ class Refusing(LifecycleTest):
                                         timeout=GUARD_SECONDS, check=False)
                 self.assertNotEqual(result.returncode, 0)
                 self.assertTrue(result.stderr.strip() or result.stdout.strip())
+
+
+class Unit(unittest.TestCase):
+    def test_systemd_starts_it_again_whatever_it_refused_for(self):
+        unit = configparser.ConfigParser(strict=False, interpolation=None)
+        with open(UNIT, encoding="utf-8") as file:
+            unit.read_file(file)
+        self.assertEqual(unit["Service"]["Restart"], "on-failure")
+        self.assertNotIn("RestartPreventExitStatus", unit["Service"])
+        self.assertEqual(unit["Unit"]["StartLimitIntervalSec"], "0")
 
 
 class StartingAgain(LifecycleTest):

@@ -2,8 +2,11 @@
 #include "service/DataFolder.h"
 #include "tests/service/support/TemporaryFolder.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+
+#include <fcntl.h>
+#include <sys/file.h>
 
 namespace kelvo {
 namespace {
@@ -16,6 +19,37 @@ TEST(DataFolderLock, KeepsASecondInstanceOut)
         EXPECT_THROW(DataFolder(parent.path() / "data"), StartRefused);
     }
     EXPECT_NO_THROW(DataFolder(parent.path() / "data"));
+}
+
+TEST(DataFolderLock, WaitsForWhoeverOnlyReads)
+{
+    const test::TemporaryFolder parent;
+    FileDescriptor reader = openFile(parent.path() / "lock", O_RDWR | O_CREAT);
+    ASSERT_EQ(::flock(reader.get(), LOCK_SH), 0);
+    int waited = 0;
+    const DataFolder folder(parent.path(), [&] {
+        ++waited;
+        if (waited == 3) {
+            reader.reset();
+        }
+        return true;
+    });
+    EXPECT_EQ(waited, 3);
+}
+
+TEST(DataFolderLock, WaitsForThemNotForEver)
+{
+    const test::TemporaryFolder parent;
+    const FileDescriptor reader = openFile(parent.path() / "lock", O_RDWR | O_CREAT);
+    ASSERT_EQ(::flock(reader.get(), LOCK_SH), 0);
+    int waited = 0;
+    try {
+        const DataFolder folder(parent.path(), [&waited] { return ++waited < 3; });
+        FAIL() << "it has the lock";
+    } catch (const StartRefused& refused) {
+        EXPECT_THAT(refused.what(), testing::HasSubstr("backup"));
+    }
+    EXPECT_EQ(waited, 3);
 }
 
 TEST(DataFolderLock, RefusesAFolderThatCannotBe)

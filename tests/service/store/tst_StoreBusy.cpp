@@ -1,10 +1,12 @@
 // A database that somebody else keeps: what cannot be done is said so, and leaves no doubt.
 #include "service/store/Errors.h"
 #include "service/store/Farms.h"
+#include "service/store/Schema.h"
 #include "tests/service/support/OtherProgram.h"
 #include "tests/service/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
+#include <soci/soci.h>
 
 #include <functional>
 #include <memory>
@@ -13,7 +15,7 @@
 namespace kelvo::test {
 namespace {
 
-/** Tells of each commit before it is tried. */
+/** Tells of each commit before it is tried, and waits for nobody. */
 class WatchedDialect final : public store::Dialect
 {
 public:
@@ -26,6 +28,7 @@ public:
     std::unique_ptr<soci::session> connect() const override
     {
         auto session = real_->connect();
+        *session << "PRAGMA busy_timeout = 0";
         session->set_query_transformation([watch = beforeCommit_](const std::string& query) {
             if (query == "COMMIT" && *watch) {
                 (*watch)();
@@ -58,6 +61,13 @@ protected:
     std::size_t farms()
     {
         return database.readNow([](soci::session& sql) { return store::allFarms(sql).size(); });
+    }
+
+    /** A second service, which is as impatient. */
+    void open(const std::filesystem::path& path)
+    {
+        const store::Database opened(
+            std::make_unique<WatchedDialect>(store::makeSqlite(path.string()), beforeCommit));
     }
 
     std::filesystem::path file() const { return folder.path() / "store.sqlite"; }
@@ -106,6 +116,24 @@ TEST_F(BusySqlite, TriesToCommitNotForEver)
     EXPECT_THROW(addFarm(), store::StoreBusy);
     EXPECT_EQ(commits, 3);
     *beforeCommit = nullptr;
+}
+
+TEST_F(BusySqlite, OpensBesideAReaderWhenItsSchemaIsUpToDate)
+{
+    other.read();
+    EXPECT_NO_THROW(open(file()));
+}
+
+TEST_F(BusySqlite, SaysSoWhenItCannotBringItsSchemaUpToDate)
+{
+    const std::filesystem::path old = folder.path() / "old.sqlite";
+    const auto dialect = store::makeSqlite(old.string());
+    store::migrate(*dialect->connect(), *dialect, 1);
+    OtherProgram reader(old);
+    reader.read();
+    EXPECT_THROW(open(old), store::StoreBusy);
+    reader.letGo();
+    EXPECT_NO_THROW(open(old));
 }
 
 TEST_F(BusySqlite, SaysSoToWhoeverWantsToReadOrBegin)
