@@ -106,6 +106,13 @@ void addOptions(CLI::App& serve, ServeOptions& options)
         ->check(CLI::Range(1, 1000000))
         ->capture_default_str();
     addTimeLimits(serve, options);
+    serve
+        .add_option(
+            "--keep-unknown-days", options.unknownDays,
+            "Days that files stay which the database does not know, as after a crash or when"
+            " it is the wrong one")
+        ->check(CLI::Range(0, 3650))
+        ->capture_default_str();
     addReadOption(serve, options, "--password-cost", readCost,
                   "Work a password hash takes: min, interactive or moderate");
     addReadOption(serve, options, "--event-retention", readRetention,

@@ -25,6 +25,7 @@ struct ServeOptions
     int sessionHours = 720;
     long long eventsKept = 100000; // a farm; 0: as many as come
     int eventHours = 0;            // 0: however old
+    int unknownDays = 7;           // so long files stay that the database does not know
     unsigned connections = 2000;
     int headSeconds = 15;
     int idleSeconds = 75;

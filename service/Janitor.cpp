@@ -7,9 +7,10 @@
 #include "service/store/Reports.h"
 #include "service/store/Sessions.h"
 #include "service/store/Uploads.h"
+#include "service/store/Users.h"
 
 #include <exception>
-#include <functional>
+#include <vector>
 
 namespace kelvo {
 
@@ -19,21 +20,39 @@ constexpr long long hourMs = 3600 * 1000;
 constexpr long long binLifeMs = 30 * 24 * hourMs;
 constexpr long long positionLifeMs = 30 * 24 * hourMs;
 
-void cleanDatabase(api::Context& context, int eventHours)
+/** The digests of contents that files have just stopped to refer to. */
+std::vector<std::string> cleanDatabase(api::Context& context, int eventHours)
 {
     const long long now = context.clock.nowMs();
-    context.database.writeNow([now, eventHours](store::Transaction& transaction) {
+    return context.database.writeNow([now, eventHours](store::Transaction& transaction) {
         store::removeExpiredSessions(transaction, now);
-        store::emptyBin(transaction, now - binLifeMs);
         store::prunePositions(transaction, now - positionLifeMs);
         store::forgetOldResults(transaction, now);
         if (eventHours > 0) {
             store::pruneEventsBefore(transaction, now - eventHours * hourMs);
         }
+        return store::emptyBin(transaction, now - binLifeMs);
     });
 }
 
-void removeExpiredUploads(api::Context& context)
+bool isUsed(api::Context& context, const std::string& digest)
+{
+    return context.database.readNow(
+        [&digest](soci::session& sql) { return store::contentIsUsed(sql, digest); });
+}
+
+void removeContents(api::Context& context, const std::vector<std::string>& letGo)
+{
+    for (const std::string& digest : letGo) {
+        // Somebody who is about to refer to it holds its lock until the reference is committed.
+        const auto lock = context.digestLocks.tryLock(digest);
+        if (lock && !isUsed(context, digest)) {
+            context.contents.remove(digest);
+        }
+    }
+}
+
+void removeExpiredUploads(api::Context& context, const Janitor::Stops& stops)
 {
     const long long now = context.clock.nowMs();
     const auto expired = context.database.readNow(
@@ -50,32 +69,70 @@ void removeExpiredUploads(api::Context& context)
         if (removed) {
             context.contents.removeUpload(id);
         }
-    }
-}
-
-/** Files without a row: a crash came between the database and the folder. */
-void removeOrphanedUploads(api::Context& context)
-{
-    for (const std::string& id : context.contents.uploadIds()) {
-        const bool known = context.database.readNow([&id](soci::session& sql) {
-            const auto upload = store::uploadById(sql, id);
-            return upload && !upload->finished;
-        });
-        if (!known) {
-            context.contents.removeUpload(id);
+        if (stops()) {
+            return;
         }
     }
 }
 
-void removeUnusedContents(api::Context& context)
+/** A crash came between the database and the folder. Of a finished upload nothing but a second name
+ * of its content is left. One without a row may be another database's, until it would have expired
+ * in that as well. */
+void removeOrphanedUploads(api::Context& context, long long keptForMs, const Janitor::Stops& stops)
 {
+    const long long now = context.clock.nowMs();
+    for (const std::string& id : context.contents.uploadIds()) {
+        const auto upload = context.database.readNow(
+            [&id](soci::session& sql) { return store::uploadById(sql, id); });
+        const auto changedMs = context.contents.uploadChangedMs(id);
+        const bool isOld = changedMs && now - *changedMs >= keptForMs;
+        if (upload ? upload->finished : isOld) {
+            context.contents.removeUpload(id);
+        }
+        if (stops()) {
+            return;
+        }
+    }
+}
+
+/** What is known of the database that contents may belong to. */
+struct Ownership
+{
+    long long bornMs = 0; // when the database was made
+    long long keptForMs = 0;
+};
+
+void treatUnknownContent(api::Context& context, const std::string& digest,
+                         const Ownership& ownership)
+{
+    const auto lock = context.digestLocks.tryLock(digest);
+    auto trace = lock ? context.contents.traceOf(digest) : std::nullopt;
+    if (!trace) {
+        return;
+    }
+    const bool used = isUsed(context, digest);
+    if (used == trace->unusedSinceMs.has_value()) {
+        context.contents.markUnused(digest, !used); // its time begins, or never was
+        trace = context.contents.traceOf(digest);
+    }
+    if (used || !trace || !trace->unusedSinceMs) {
+        return;
+    }
+    const long long now = context.clock.nowMs();
+    // A birth that is still to come is of a clock that was wrong, and says nothing.
+    const bool isOlderThanDatabase = trace->writtenMs < ownership.bornMs && ownership.bornMs <= now;
+    if (!isOlderThanDatabase && now - *trace->unusedSinceMs >= ownership.keptForMs) {
+        context.contents.remove(digest);
+    }
+}
+
+void removeUnknownContents(api::Context& context, long long keptForMs, const Janitor::Stops& stops)
+{
+    const Ownership ownership{context.database.readNow(store::firstCreatedMs), keptForMs};
     for (const std::string& digest : context.contents.digests()) {
-        // Somebody who is about to refer to it holds its lock until the reference is committed.
-        const auto lock = context.digestLocks.tryLock(digest);
-        if (lock && !context.database.readNow([&digest](soci::session& sql) {
-                return store::contentIsUsed(sql, digest);
-            })) {
-            context.contents.remove(digest);
+        treatUnknownContent(context, digest, ownership);
+        if (stops()) {
+            return;
         }
     }
 }
@@ -107,12 +164,22 @@ Janitor::~Janitor()
     thread_.join();
 }
 
-void Janitor::cleanUp(api::Context& context, const Settings& settings)
+void Janitor::cleanUp(api::Context& context, const Settings& settings, const Stops& stops)
 {
-    attempt("clean-up-database-failed", [&] { cleanDatabase(context, settings.eventHours); });
-    attempt("clean-up-uploads-failed", [&] { removeExpiredUploads(context); });
-    attempt("clean-up-orphans-failed", [&] { removeOrphanedUploads(context); });
-    attempt("clean-up-contents-failed", [&] { removeUnusedContents(context); });
+    const long long keptForMs = std::chrono::milliseconds(settings.unknownFor).count();
+    std::vector<std::string> letGo;
+    attempt("clean-up-database-failed",
+            [&] { letGo = cleanDatabase(context, settings.eventHours); });
+    attempt("clean-up-uploads-failed", [&] { removeExpiredUploads(context, stops); });
+    attempt("clean-up-orphans-failed", [&] { removeOrphanedUploads(context, keptForMs, stops); });
+    attempt("clean-up-bin-failed", [&] { removeContents(context, letGo); });
+    attempt("clean-up-contents-failed", [&] { removeUnknownContents(context, keptForMs, stops); });
+}
+
+bool Janitor::stops()
+{
+    const std::lock_guard lock(mutex_);
+    return stopping_;
 }
 
 void Janitor::loop()
@@ -120,7 +187,7 @@ void Janitor::loop()
     std::unique_lock lock(mutex_);
     while (!stopping_) {
         lock.unlock();
-        cleanUp(context_, settings_);
+        cleanUp(context_, settings_, [this] { return stops(); });
         lock.lock();
         changed_.wait_for(lock, settings_.interval, [this] { return stopping_; });
     }

@@ -4,22 +4,27 @@
 #include "service/api/Context.h"
 
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <thread>
 
 namespace kelvo {
 
 /**
- * Expired uploads and sessions, the bin after 30 days, old events and positions, contents that no
- * file refers to. Runs once when made and then every so often. Thread: its own. Ownership: the
- * context outlives it.
+ * Expired uploads and sessions, the bin after 30 days with the contents that only it referred to,
+ * old events and positions. What the database does not know, as after a crash, goes only when it
+ * has been unknown for some days, and a content that is older than the database never: the database
+ * may be the wrong one, and whoever puts the right one back needs its files.
+ *
+ * Runs once when made and then every so often. Thread: its own. Ownership: the context outlives it.
  */
 class Janitor
 {
 public:
     struct Settings
     {
-        int eventHours = 0; // 0: events do not grow old
+        int eventHours = 0;              // 0: events do not grow old
+        std::chrono::days unknownFor{7}; // so long what the database does not know is left alone
         std::chrono::minutes interval{10};
     };
 
@@ -28,11 +33,16 @@ public:
     Janitor(const Janitor&) = delete;
     Janitor& operator=(const Janitor&) = delete;
 
-    /** One round, on the caller's thread. Blocks. A step that fails is logged; the others go on. */
-    static void cleanUp(api::Context& context, const Settings& settings);
+    using Stops = std::function<bool()>;
+
+    /** One round, on the caller's thread. Blocks, until `stops` says so. A step that fails is
+     * logged; the others go on. */
+    static void cleanUp(
+        api::Context& context, const Settings& settings, const Stops& stops = [] { return false; });
 
 private:
     void loop();
+    bool stops();
 
     api::Context& context_;
     Settings settings_;

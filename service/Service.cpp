@@ -14,6 +14,7 @@
 #include "service/store/Farms.h"
 #include "service/tls/ServerContext.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 
@@ -25,6 +26,7 @@ using namespace std::chrono_literals;
 
 constexpr auto transferGrace = 5s; // what running transfers get when the service stops
 constexpr unsigned fileThreads = 4;
+constexpr int openAttempts = 5; // each as long as the database waits, which is seconds
 
 tls::CertificateFiles certificateFiles(const ServeOptions& options, const DataFolder& folder)
 {
@@ -40,15 +42,65 @@ tls::CertificateFiles certificateFiles(const ServeOptions& options, const DataFo
     return tls::ensureCertificates(folder.path(), names);
 }
 
+bool holdsFiles(const std::filesystem::path& folder)
+{
+    std::error_code none;
+    const std::filesystem::recursive_directory_iterator entries(folder, none);
+    return std::any_of(begin(entries), end(entries),
+                       [](const auto& entry) { return entry.is_regular_file(); });
+}
+
+/** To make a new database here would be to disown the files, and once it has made them its own
+ * nobody could tell that they ever were. */
+void refuseFilesWithoutDatabase(const DataFolder& folder)
+{
+    const auto database = folder.path() / "kelvo.sqlite";
+    std::error_code none;
+    const bool isThere = std::filesystem::file_size(database, none) > 0 && !none;
+    if (!isThere &&
+        (holdsFiles(folder.path() / "content") || holdsFiles(folder.path() / "uploads"))) {
+        throw StartRefused("the data folder " + folder.path().string() +
+                           " holds files in content or uploads, but kelvo.sqlite is missing or"
+                           " empty: put it back, or restore a backup with --force");
+    }
+}
+
+DataFolder::Wait tellAndWait()
+{
+    return [wait = DataFolder::waitAWhile(), isTold = false]() mutable {
+        if (!isTold) {
+            logInfo("waits-for-a-backup-or-check");
+        }
+        isTold = true;
+        return wait();
+    };
+}
+
+/** A backup that was begun beside the service before reads on, and may stop an older schema from
+ * being brought up to date. */
+std::unique_ptr<store::Database> openPatiently(const std::string& file)
+{
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return std::make_unique<store::Database>(store::makeSqlite(file));
+        } catch (const store::StoreBusy&) {
+            if (attempt == openAttempts) {
+                throw;
+            }
+            logWarning("database-busy");
+        }
+    }
+}
+
 std::unique_ptr<store::Database> openDatabase(const DataFolder& folder)
 {
     if (std::filesystem::exists(folder.path() / unfinishedRestoreName)) {
         throw StartRefused("a restore of the data folder " + folder.path().string() +
                            " has not come to its end: restore again with --force");
     }
+    refuseFilesWithoutDatabase(folder);
     try {
-        return std::make_unique<store::Database>(
-            store::makeSqlite((folder.path() / "kelvo.sqlite").string()));
+        return openPatiently((folder.path() / "kelvo.sqlite").string());
     } catch (const store::SchemaTooNew&) {
         throw StartRefused("the database in " + folder.path().string() +
                            " has a newer schema than this version knows");
@@ -160,7 +212,7 @@ void announce(DataFolder& folder, const std::string& api, const std::string& mon
 void runService(const ServeOptions& options)
 {
     const StopSignals stopSignals;
-    DataFolder folder(options.dataFolder);
+    DataFolder folder(options.dataFolder, tellAndWait());
     Backend backend(options, folder);
     metrics::Metrics metrics;
     metrics.setOpenStreams([&backend] { return backend.hub.openStreams(); });
@@ -173,7 +225,8 @@ void runService(const ServeOptions& options)
     const auto apiListener =
         listen(threads, options.listen, tlsContext.get(), api, limitsOf(options));
     const auto monitorListener = listen(threads, options.metricsListen, nullptr, monitor, {});
-    const Janitor janitor(backend.context, {options.eventHours});
+    const Janitor janitor(backend.context,
+                          {options.eventHours, std::chrono::days(options.unknownDays)});
     apiListener->start();
     monitorListener->start();
     threads.start();

@@ -132,9 +132,21 @@ std::optional<File> restoreFromBin(Transaction& transaction, Id farm, Id file)
     return fileById(transaction.sql, farm, file);
 }
 
-void emptyBin(Transaction& transaction, long long deletedBeforeMs)
+std::vector<std::string> emptyBin(Transaction& transaction, long long deletedBeforeMs)
 {
+    std::vector<std::string> digests;
+    {
+        std::string digest;
+        soci::statement query = (transaction.sql.prepare << "SELECT DISTINCT sha256 FROM files"
+                                                            " WHERE deleted_ms < :before",
+                                 into(digest), use(deletedBeforeMs));
+        query.execute();
+        while (query.fetch()) {
+            digests.push_back(digest);
+        }
+    }
     transaction.sql << "DELETE FROM files WHERE deleted_ms < :before", use(deletedBeforeMs);
+    return digests;
 }
 
 bool contentIsUsed(soci::session& sql, const std::string& sha256)

@@ -31,8 +31,9 @@ std::vector<BinnedFile> binOf(soci::session& sql, Id farm);
 /** Nothing if it is not in the farm's bin. */
 std::optional<File> restoreFromBin(Transaction& transaction, Id farm, Id file);
 
-/** Forgets what was binned before that time; the ids stay used. */
-void emptyBin(Transaction& transaction, long long deletedBeforeMs);
+/** Forgets what was binned before that time; the ids stay used. The digests of what went, each
+ * once; other files may have the same. */
+std::vector<std::string> emptyBin(Transaction& transaction, long long deletedBeforeMs);
 
 /** Whether any file, in an inbox or in the bin, has this content. */
 bool contentIsUsed(soci::session& sql, const std::string& sha256);

@@ -138,6 +138,13 @@ void setPassword(Transaction& transaction, Id user, const std::string& passwordH
         use(user);
 }
 
+long long firstCreatedMs(soci::session& sql)
+{
+    long long first = 0;
+    sql << "SELECT COALESCE(MIN(created_ms), 0) FROM users", into(first);
+    return first;
+}
+
 long long countEnabledAdmins(soci::session& sql)
 {
     long long count = 0;

@@ -37,6 +37,9 @@ std::vector<User> allUsers(soci::session& sql, const std::optional<std::string>&
 void setDisabled(Transaction& transaction, Id user, bool disabled);
 void setPassword(Transaction& transaction, Id user, const std::string& passwordHash);
 
+/** When the first one was made, which is when the database was. 0: there are none. */
+long long firstCreatedMs(soci::session& sql);
+
 /** Admins that can log in. */
 long long countEnabledAdmins(soci::session& sql);
 

@@ -1,6 +1,7 @@
 """An operator's commands on a real data folder: verify, backup and restore, with a service at work beside them."""
 
 import os
+import shutil
 import subprocess
 import threading
 import unittest
@@ -8,7 +9,7 @@ import unittest
 from kelvowire.events import EventStream
 from kelvowire.farm import log_in, make_inbox, settle
 from kelvowire.http import Client, sha256_hex
-from kelvowire.service import BINARY, GUARD_SECONDS, Service
+from kelvowire.service import BINARY, GUARD_SECONDS, Service, run_refused
 
 
 def run(*arguments):
@@ -189,6 +190,61 @@ class BroughtBack(MaintenanceTest):
         olga = Client(self.service, self.olga.token)
         self.addCleanup(olga.close)
         self.assertEqual(olga.get(f"/resources/{file}/content").body, content)
+        self.service.stop()
+
+
+class WithoutItsDatabase(MaintenanceTest):
+    def files(self):
+        return sorted(name for part in ("content", "uploads") for _, _, names in os.walk(self.service.path(part))
+                      for name in names)
+
+    def test_it_does_not_start_over_the_farms_files(self):
+        file = self.olga.put("kept.zip", [self.inbox], b"kept")[0]["id"]
+        self.olga.create("open.zip", [self.inbox], 6, b"abc")
+        self.service.stop()
+        before = self.files()
+        self.assertEqual(len(before), 2)
+        database, aside = self.service.path("kelvo.sqlite"), self.service.path("aside")
+        os.rename(database, aside)
+        for missing in (True, False):
+            if not missing:
+                with open(database, "wb"):  # Nothing in it is no better than none.
+                    pass
+            code, out, err = run_refused(self.service.folder)
+            self.assertEqual((code, out), (2, ""))
+            self.assertIn("kelvo.sqlite is missing", err)
+            self.assertEqual(self.files(), before)
+        os.rename(aside, database)
+        self.assertIn("0 damaged, 0 leftovers", self.succeed("verify", "--data", self.service.folder))
+        self.service.start()
+        olga = Client(self.service, self.olga.token)
+        self.addCleanup(olga.close)
+        self.assertEqual(olga.get(f"/resources/{file}/content").body, b"kept")
+        self.service.stop()
+
+    def test_what_an_older_one_does_not_know_stays_for_now(self):
+        self.service.stop()
+        older = self.service.path("older")
+        shutil.copyfile(self.service.path("kelvo.sqlite"), older)
+        self.service.start()
+        olga = Client(self.service, self.olga.token)
+        self.addCleanup(olga.close)
+        file = olga.put("kept.zip", [self.inbox], b"kept")[0]["id"]
+        olga.create("open.zip", [self.inbox], 6, b"abc")
+        self.service.stop()
+        before = self.files()
+        newer = self.service.path("newer")
+        os.rename(self.service.path("kelvo.sqlite"), newer)
+        os.rename(older, self.service.path("kelvo.sqlite"))
+        # A first look at the files comes with the start, and stopping waits for the step that it is at.
+        self.service.start()
+        self.service.stop()
+        self.assertEqual(self.files(), before)
+        os.rename(newer, self.service.path("kelvo.sqlite"))
+        self.service.start()
+        olga = Client(self.service, self.olga.token)
+        self.addCleanup(olga.close)
+        self.assertEqual(olga.get(f"/resources/{file}/content").body, b"kept")
         self.service.stop()
 
 

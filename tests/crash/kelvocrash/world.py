@@ -13,7 +13,8 @@ from kelvotour.service import Service, ServiceError
 from .watch import Watch
 from .wire import Wire
 
-SERVICE_OPTIONS = ("--password-cost", "min")
+# What a kill leaves goes at the next start, so that anything else that stays is found.
+SERVICE_OPTIONS = ("--password-cost", "min", "--keep-unknown-days", "0")
 # These only end what hangs; a loaded machine may take long.
 COMMAND_SECONDS = 240
 START_SECONDS = 120

@@ -33,6 +33,7 @@ TEST(ServeCommand, HasItsDefaults)
     EXPECT_EQ(options->headSeconds, 15);
     EXPECT_EQ(options->idleSeconds, 75);
     EXPECT_EQ(options->stallSeconds, 60);
+    EXPECT_EQ(options->unknownDays, 7);
 }
 
 TEST(ServeCommand, TakesTheLimitsOfSlowPeers)
@@ -52,11 +53,12 @@ TEST(ServeCommand, TakesTheLimitsOfSlowPeers)
 
 TEST(ServeCommand, TakesItsOptions)
 {
-    const auto options =
-        parse({"serve", "--data", "d", "--listen", "h:1", "--name", "a", "--name", "b",
-               "--password-cost", "min", "--event-retention", "72h", "--max-upload", "10"})
-            .serve;
+    const auto options = parse({"serve", "--data", "d", "--listen", "h:1", "--name", "a", "--name",
+                                "b", "--password-cost", "min", "--event-retention", "72h",
+                                "--max-upload", "10", "--keep-unknown-days", "0"})
+                             .serve;
     ASSERT_TRUE(options);
+    EXPECT_EQ(options->unknownDays, 0);
     EXPECT_EQ(options->names, (std::vector<std::string>{"a", "b"}));
     EXPECT_EQ(options->passwordCost, accounts::EPasswordCost::Minimal);
     EXPECT_EQ(options->eventHours, 72);

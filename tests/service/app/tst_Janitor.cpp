@@ -18,7 +18,26 @@ using namespace std::chrono_literals;
 class CleaningUp : public test::ApiFixture
 {
 protected:
+    CleaningUp()
+    {
+        // Files have the system's time, and what is done with them goes by their age.
+        clock.advance(std::chrono::milliseconds(SystemClock().nowMs() - clock.nowMs()));
+    }
+
     void cleanUp(int eventHours = 0) { Janitor::cleanUp(context, {eventHours}); }
+
+    /** A content that no file refers to. */
+    void leaveContent(const std::string& text)
+    {
+        contents.adopt(begin(text).id, sha256Hex(text)); // and then the power failed
+    }
+
+    void setDatabaseBirth(long long ms)
+    {
+        database.writeNow([ms](store::Transaction& t) {
+            t.sql << "UPDATE users SET created_ms = :ms", soci::use(ms);
+        });
+    }
 
     store::Upload begin(const std::string& text)
     {
@@ -107,20 +126,98 @@ TEST_F(CleaningUp, LeavesAnUploadThatARequestWorksOn)
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
 }
 
-TEST_F(CleaningUp, RemovesWhatACrashLeftBehind)
+TEST_F(CleaningUp, RemovesWhatACrashLeftBehindOnceItHasBeenThereForAWeek)
 {
-    const store::Upload open = begin("abc");
-    contents.adopt(open.id, sha256Hex("abc")); // and then the power failed
+    leaveContent("abc");
     replaceFile(folder.path() / "uploads" / "0123456789abcdef", "stray", 0600);
+    for (int day = 0; day <= 6; ++day) {
+        cleanUp();
+        EXPECT_THAT(contents.digests(), testing::SizeIs(1)) << "day " << day;
+        EXPECT_THAT(contents.uploadIds(), testing::SizeIs(1)) << "day " << day;
+        clock.advance(24h);
+    }
+    clock.advance(24h);
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
 }
 
+TEST_F(CleaningUp, RemovesItAtOnceWhenToldTo)
+{
+    leaveContent("abc");
+    replaceFile(folder.path() / "uploads" / "0123456789abcdef", "stray", 0600);
+    clock.advance(1h); // whatever the file system's clock is behind
+    Janitor::cleanUp(context, {0, std::chrono::days(0)});
+    EXPECT_THAT(contents.digests(), testing::IsEmpty());
+    EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
+}
+
+TEST_F(CleaningUp, RemovesWhatIsLeftOfAFinishedUploadAtOnce)
+{
+    const store::Upload begun = begin("abc");
+    content::UploadWriter writer(contents, digests, begun.id);
+    loop.run(api::finishUpload(context, begun, writer));
+    replaceFile(folder.path() / "uploads" / begun.id, "abc", 0600); // a crash came before its end
+    cleanUp();
+    EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
+    EXPECT_THAT(contents.digests(), testing::SizeIs(1));
+}
+
+TEST_F(CleaningUp, BeginsTheWeekOfAContentWhenItIsFoundUnused)
+{
+    leaveContent("abc");
+    clock.advance(24h * 100); // an old one, as those beside a database from long ago are
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::SizeIs(1));
+}
+
+TEST_F(CleaningUp, BeginsTheWeekAnewWhenAContentWasInUseMeanwhile)
+{
+    upload("abc");
+    contents.markUnused(sha256Hex("abc"), true); // under another database
+    clock.advance(24h * 8);
+    cleanUp();
+    const auto trace = contents.traceOf(sha256Hex("abc"));
+    ASSERT_TRUE(trace);
+    EXPECT_FALSE(trace->unusedSinceMs);
+}
+
+TEST_F(CleaningUp, LeavesContentsThatAreOlderThanTheDatabase)
+{
+    leaveContent("abc");
+    setDatabaseBirth(clock.nowMs() + 60 * 1000);
+    clock.advance(1h);
+    for (int week = 0; week < 3; ++week) {
+        cleanUp();
+        clock.advance(24h * 8);
+    }
+    EXPECT_THAT(contents.digests(), testing::SizeIs(1));
+}
+
+TEST_F(CleaningUp, DoesNotBelieveInADatabaseFromTheFuture)
+{
+    leaveContent("abc");
+    setDatabaseBirth(clock.nowMs() + 1000LL * 24 * 3600 * 1000);
+    cleanUp();
+    clock.advance(24h * 8);
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::IsEmpty());
+}
+
+TEST_F(CleaningUp, StopsInTheMiddleOfARound)
+{
+    const store::Upload first = begin("one");
+    const store::Upload second = begin("two");
+    clock.advance(24h * 8);
+    Janitor::cleanUp(context, {0}, [] { return true; });
+    EXPECT_THAT(contents.uploadIds(), testing::SizeIs(1)) << first.id << ", " << second.id;
+}
+
 TEST_F(CleaningUp, MakesRoomAlsoWhenTheDatabaseTakesNothing)
 {
-    const store::Upload open = begin("abc");
-    contents.adopt(open.id, sha256Hex("abc"));
+    leaveContent("abc");
+    cleanUp();
+    clock.advance(24h * 8);
     database.writeNow([](store::Transaction& t) {
         t.sql << "CREATE TRIGGER full BEFORE DELETE ON sessions BEGIN SELECT RAISE(ABORT, 'full');"
                  " END";
@@ -139,8 +236,9 @@ TEST_F(CleaningUp, MakesRoomAlsoWhenTheDatabaseTakesNothing)
 
 TEST_F(CleaningUp, LeavesAContentThatSomebodyIsAboutToUse)
 {
-    const store::Upload open = begin("abc");
-    contents.adopt(open.id, sha256Hex("abc"));
+    leaveContent("abc");
+    cleanUp();
+    clock.advance(24h * 8);
     const auto lock = digestLocks.tryLock(sha256Hex("abc"));
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::SizeIs(1));

@@ -150,9 +150,12 @@ TEST_P(StoreContract, KnowsWhetherAContentIsUsed)
     EXPECT_FALSE(isUsed("bb"));
     write([&](Transaction& t) { store::moveToBin(t, farm, file.id, "olga", now); });
     EXPECT_TRUE(isUsed("aa")) << "the bin needs it";
-    write([](Transaction& t) { store::emptyBin(t, now); });
+    const auto emptyBin = [this](long long before) {
+        return write([before](Transaction& t) { return store::emptyBin(t, before); });
+    };
+    EXPECT_THAT(emptyBin(now), testing::IsEmpty());
     EXPECT_TRUE(isUsed("aa")) << "not before its time";
-    write([](Transaction& t) { store::emptyBin(t, now + 1); });
+    EXPECT_THAT(emptyBin(now + 1), testing::ElementsAre("aa"));
     EXPECT_FALSE(isUsed("aa"));
 }
 
