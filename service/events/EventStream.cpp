@@ -178,7 +178,7 @@ Async<bool> EventStream::send(http::Transport& transport, const std::string& tex
     if (text.empty()) {
         co_return true;
     }
-    transport.expireAfter(settings_.writeLimit);
+    transport.expectProgress(settings_.writeLimit, settings_.writeProgressBytes);
     const auto error = co_await transport.write(asio::buffer(text));
     transport.neverExpire();
     lastSent_ = Steady::now();

@@ -7,6 +7,7 @@
 #include "service/store/Database.h"
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -15,7 +16,8 @@ namespace kelvo::events {
 struct StreamSettings
 {
     std::chrono::seconds heartbeat{60};
-    std::chrono::seconds writeLimit{30}; // a peer that takes nothing for so long is dropped
+    std::chrono::seconds writeLimit{30}; // a peer that takes next to nothing for so long is dropped
+    std::uint64_t writeProgressBytes = 1024; // what is more than next to nothing
 };
 
 /**

@@ -44,9 +44,7 @@ std::string headText(const Response& response, bool keepAlive)
 Connection::Connection(std::unique_ptr<Transport> transport, Application& application,
                        const Limits& limits)
     : transport_(std::move(transport)), application_(application), limits_(limits)
-{
-    transport_->setStallLimit(limits_.bodyStall);
-}
+{}
 
 Async<std::optional<RequestHead>> Connection::readHead()
 {
@@ -86,7 +84,7 @@ Async<void> Connection::refuseHead(EProblem kind)
     application_.requestBegun();
     RequestSummary summary{"other", "unmatched", response.status, received_.size()};
     const std::string text = headText(response, false) + response.body;
-    transport_->expireAfter(limits_.headTime);
+    transport_->expectProgress(limits_.headTime, limits_.bodyProgressBytes);
     co_await transport_->write(asio::buffer(text));
     summary.sentBytes = text.size();
     application_.requestDone(summary);
@@ -116,8 +114,7 @@ Async<bool> Connection::answer(Request& request, Response& response)
         text += response.body;
     }
     state_ = EState::Sending;
-    transport_->setStallLimit(sendStall());
-    transport_->expireAfter(sendStall());
+    expectProgress();
     const auto failed = co_await transport_->write(asio::buffer(text));
     if (failed) {
         co_return false;
@@ -150,9 +147,10 @@ Async<void> Connection::stream(Response& response)
     }
 }
 
-std::chrono::milliseconds Connection::sendStall() const
+void Connection::expectProgress()
 {
-    return stopping_ ? limits_.stopStall : limits_.bodyStall;
+    transport_->expectProgress(stopping_ ? limits_.stopStall : limits_.bodyStall,
+                               limits_.bodyProgressBytes);
 }
 
 Async<bool> Connection::sendBody(BodySource& source)
@@ -164,7 +162,6 @@ Async<bool> Connection::sendBody(BodySource& source)
         if (got == 0) {
             co_return false;
         }
-        transport_->expireAfter(sendStall());
         const auto failed = co_await transport_->write(asio::buffer(buffer.get(), got));
         if (failed) {
             co_return false;

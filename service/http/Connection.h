@@ -76,7 +76,7 @@ private:
     bool mayStayOpen(const Request& request, const Response& response);
     Async<void> stream(Response& response);
     Async<bool> sendBody(BodySource& source);
-    std::chrono::milliseconds sendStall() const;
+    void expectProgress();
     Async<bool> dropRest(BodyReader& body);
     Async<void> linger();
 

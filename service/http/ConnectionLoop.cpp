@@ -102,8 +102,7 @@ void Connection::stop()
 {
     stopping_ = true;
     if (state_ == EState::Sending) {
-        transport_->setStallLimit(sendStall());
-        transport_->expireAfter(sendStall());
+        expectProgress();
     } else if (state_ != EState::Busy) {
         transport_->stopWaiting();
     }

@@ -19,8 +19,8 @@ struct Limits
     std::chrono::milliseconds idleTime = 75s;
     /** So long a body or a reply may stand still. */
     std::chrono::milliseconds bodyStall = 60s;
-    /** Less of a body than this within bodyStall counts as standing still: a byte a minute must not
-     * hold a connection, the slowest link of a field should. */
+    /** Less of a body or of a reply than this within bodyStall counts as standing still: a byte a
+     * minute must not hold a connection, the slowest link of a field should. */
     std::uint64_t bodyProgressBytes = 1024;
     /** For a small body as a whole, whatever comes of it meanwhile. */
     std::chrono::milliseconds jsonTime = 60s;

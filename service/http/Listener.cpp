@@ -33,6 +33,23 @@ struct Listener::Lane
     std::unordered_set<Connection*> connections;
 };
 
+/** Holds a connection in its lane's list. */
+class Listener::Listing
+{
+public:
+    Listing(Lane& lane, Connection& connection) : lane_(lane), connection_(connection)
+    {
+        lane_.connections.insert(&connection_);
+    }
+    ~Listing() { lane_.connections.erase(&connection_); }
+    Listing(const Listing&) = delete;
+    Listing& operator=(const Listing&) = delete;
+
+private:
+    Lane& lane_;
+    Connection& connection_;
+};
+
 HostPort HostPort::parse(const std::string& text)
 {
     const std::size_t colon = text.rfind(':');
@@ -109,16 +126,16 @@ Async<void> Listener::serve(Lane& lane, tcp::socket socket)
 {
     const std::size_t others = open_.fetch_add(1);
     if (others < limits_.connections + politeRefusals && !stopping_) {
-        auto transport = tls_ != nullptr ? std::make_unique<TlsTransport>(std::move(socket), tls_)
-                                         : std::make_unique<Transport>(std::move(socket));
-        Connection connection(std::move(transport), application_, limits_);
-        lane.connections.insert(&connection);
-        try {
+        try { // short of memory, making the parts fails too
+            auto transport = tls_ != nullptr
+                                 ? std::make_unique<TlsTransport>(std::move(socket), tls_)
+                                 : std::make_unique<Transport>(std::move(socket));
+            Connection connection(std::move(transport), application_, limits_);
+            const Listing listing(lane, connection);
             co_await connection.run(others >= limits_.connections);
         } catch (const std::exception& error) {
             logError("connection-failed", error.what());
         }
-        lane.connections.erase(&connection);
     }
     open_.fetch_sub(1);
 }

@@ -55,6 +55,7 @@ public:
 
 private:
     struct Lane;
+    class Listing;
 
     Async<void> accept();
     Async<void> serve(Lane& lane, asio::ip::tcp::socket socket);

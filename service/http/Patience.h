@@ -1,4 +1,4 @@
-// How long a peer may still take with what it sends.
+// How long a peer may still take with what it sends, or with what it is sent.
 #pragma once
 
 #include <algorithm>
@@ -26,7 +26,15 @@ public:
     {
         cameBytes_ += bytes;
         left_ -= std::min(waited, left_);
-        if (cameBytes_ >= progressBytes_ && isRenewed_) {
+        if (cameBytes_ >= progressBytes_) {
+            renew();
+        }
+    }
+
+    /** Whole again, as after progress: the wait was not the peer's. */
+    void renew()
+    {
+        if (isRenewed_) {
             cameBytes_ = 0;
             left_ = whole_;
         }

@@ -1,6 +1,7 @@
 // TLS directly on the socket's descriptor.
 #include "service/http/TlsTransport.h"
 
+#include <openssl/bio.h>
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 
@@ -116,6 +117,11 @@ Async<error_code> TlsTransport::write(asio::const_buffer buffer)
         }
     }
     co_return error_code();
+}
+
+std::uint64_t TlsTransport::wireBytes() const
+{
+    return ssl_ ? BIO_number_written(SSL_get_wbio(ssl_.get())) : 0;
 }
 
 Async<void> TlsTransport::shutdownSend()

@@ -27,6 +27,9 @@ public:
     Async<boost::system::error_code> write(asio::const_buffer buffer) override;
     Async<void> shutdownSend() override;
 
+protected:
+    std::uint64_t wireBytes() const override;
+
 private:
     struct Free
     {

@@ -5,6 +5,8 @@
 
 #include <cerrno>
 
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 namespace kelvo::http {
@@ -44,6 +46,9 @@ struct Transport::Deadline : std::enable_shared_from_this<Transport::Deadline>
             }
             if (Steady::now() < self->at) {
                 self->arm();
+                return;
+            }
+            if (self->transport->goesOn()) {
                 return;
             }
             self->transport->expired_ = true;
@@ -139,18 +144,49 @@ void Transport::abort()
 
 void Transport::expireAfter(std::chrono::milliseconds limit)
 {
+    patience_.reset();
+    deadline_->moveTo(Steady::now() + limit);
+}
+
+void Transport::expectProgress(std::chrono::milliseconds limit, std::uint64_t bytes)
+{
+    patience_.emplace(limit, bytes);
+    takenBytes_ = wireBytes() - queuedBytes();
     deadline_->moveTo(Steady::now() + limit);
 }
 
 void Transport::neverExpire()
 {
+    patience_.reset();
     deadline_->moveTo(Steady::time_point::max());
 }
 
-void Transport::countSent(std::size_t bytes)
+/** Written, but not acknowledged by the peer's side. */
+std::uint64_t Transport::queuedBytes()
 {
-    sentBytes_ += bytes;
-    expireAfter(stallLimit_);
+    int queued = 0;
+    const bool isKnown = ::ioctl(socket_.native_handle(), SIOCOUTQ, &queued) == 0;
+    return isKnown ? static_cast<std::uint64_t>(queued) : 0;
+}
+
+/** For a deadline that has come: whether there is another. */
+bool Transport::goesOn()
+{
+    if (!patience_) {
+        return false;
+    }
+    const std::uint64_t queued = queuedBytes();
+    const std::uint64_t taken = wireBytes() - queued;
+    patience_->spend(patience_->left(), taken - takenBytes_);
+    takenBytes_ = taken;
+    if (queued == 0) { // it cannot take more than there is
+        patience_->renew();
+    }
+    if (patience_->left() == std::chrono::milliseconds(0)) {
+        return false;
+    }
+    deadline_->moveTo(Steady::now() + patience_->left());
+    return true;
 }
 
 std::string Transport::peerAddress() const

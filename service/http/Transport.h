@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/base/Async.h"
+#include "service/http/Patience.h"
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -10,6 +11,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace kelvo::http {
@@ -38,7 +40,7 @@ public:
     /** At least one byte unless there is an error; as much as is there without waiting. */
     virtual Async<IoResult> readSome(asio::mutable_buffer buffer);
 
-    /** All of it or an error. Each progress extends the deadline by `stallLimit`. */
+    /** All of it or an error. */
     virtual Async<boost::system::error_code> write(asio::const_buffer buffer);
 
     /** Says goodbye and ends the sending side; the peer may still be sending. */
@@ -58,10 +60,13 @@ public:
 
     /** Operations fail once this much time has passed. */
     void expireAfter(std::chrono::milliseconds limit);
+    /** The same, but the time begins anew whenever it is over and the peer has taken so many bytes
+     * in it, or everything there was. What its side acknowledges counts, not what ours still holds.
+     */
+    void expectProgress(std::chrono::milliseconds limit, std::uint64_t bytes);
     void neverExpire();
     bool expired() const { return expired_; }
 
-    void setStallLimit(std::chrono::milliseconds limit) { stallLimit_ = limit; }
     std::uint64_t sentBytes() const { return sentBytes_; }
     std::string peerAddress() const;
     asio::any_io_executor executor() { return socket_.get_executor(); }
@@ -69,16 +74,21 @@ public:
 protected:
     Async<boost::system::error_code> waitReadable();
     Async<boost::system::error_code> waitWritable();
-    /** Counts and extends the deadline. */
-    void countSent(std::size_t bytes);
+    void countSent(std::size_t bytes) { sentBytes_ += bytes; }
+    /** What has been written to the socket in all. */
+    virtual std::uint64_t wireBytes() const { return sentBytes_; }
 
     asio::ip::tcp::socket socket_;
 
 private:
     struct Deadline;
 
+    std::uint64_t queuedBytes();
+    bool goesOn();
+
     std::shared_ptr<Deadline> deadline_;
-    std::chrono::milliseconds stallLimit_{60000};
+    std::optional<Patience> patience_; // while progress is expected
+    std::uint64_t takenBytes_ = 0;     // by the peer, when it was looked at last
     std::uint64_t sentBytes_ = 0;
     bool expired_ = false;
     bool waits_ = true; // whether reading waits for more

@@ -38,6 +38,19 @@ TEST(Patience, CountsWhatCameSinceItWasWhole)
     EXPECT_EQ(patience.left(), 50s);
 }
 
+TEST(Patience, IsRenewedForWaitsThatWereNotThePeers)
+{
+    Patience patience(60s, 1024);
+    patience.spend(60s, 1);
+    EXPECT_EQ(patience.left(), 0s);
+    patience.renew();
+    EXPECT_EQ(patience.left(), 60s);
+    patience.end(30s);
+    patience.spend(10s, 0);
+    patience.renew();
+    EXPECT_EQ(patience.left(), 20s);
+}
+
 TEST(Patience, ThatHasAnEndIsNotRenewed)
 {
     Patience patience(60s, 1024);

@@ -9,12 +9,15 @@
 
 #include <gmock/gmock.h>
 
+#include <memory>
 #include <vector>
 
 namespace kelvo::http {
 namespace {
 
 using namespace std::chrono_literals;
+
+constexpr std::size_t largeReplyBytes = 64 * 1024 * 1024;
 
 /** Takes bodies whole below /json and piece by piece elsewhere; its replies to GET are large. */
 class PatientApplication final : public Application
@@ -23,7 +26,7 @@ public:
     Async<Response> handle(Request& request) override
     {
         if (request.head.method == "GET") {
-            co_return Response::text(std::string(64 * 1024 * 1024, 'x'), "text/plain");
+            co_return Response::text(std::string(largeReplyBytes, 'x'), "text/plain");
         }
         if (request.head.path == "/json") {
             co_await request.body.readAll(1024 * 1024);
@@ -157,6 +160,27 @@ TEST_F(SlowPeers, MustTakeTheirReply)
         co_await test::sendText(client, "GET / HTTP/1.1\r\n\r\n");
     });
     EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
+}
+
+TEST_F(SlowPeers, MustTakeEnoughOfTheirReplyHoweverSteadilyTheyDo)
+{
+    limits.bodyStall = 30ms;
+    limits.bodyProgressBytes = 1024 * 1024 * 1024; // more than there is
+    std::size_t taken = 0;
+    serve([&taken](Transport& client) -> Async<void> {
+        co_await test::sendText(client, "GET / HTTP/1.1\r\n\r\n");
+        const auto piece = std::make_unique<char[]>(largeReplyBytes / 1000);
+        asio::steady_timer timer(client.executor());
+        for (IoResult got; !got.error;) {
+            got = co_await client.readSome(asio::buffer(piece.get(), largeReplyBytes / 1000));
+            taken += got.bytes;
+            timer.expires_after(1ms); // which the service waits for again and again
+            boost::system::error_code ignored;
+            co_await timer.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+        }
+    });
+    EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
+    EXPECT_LT(taken, largeReplyBytes);
 }
 
 TEST_F(SlowPeers, MustTakeMoreOfTheirReplyThanAByteNowAndThen)
