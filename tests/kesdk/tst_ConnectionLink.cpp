@@ -64,6 +64,45 @@ TEST_F(ConnectionLink, AStreamMayMissOneCommentButNotTwo)
     EXPECT_LT(limits.stallWindow, std::chrono::seconds(120));
     EXPECT_EQ(limits.stallBytes, 1);
     EXPECT_EQ(limits.total.count(), 0);
+    EXPECT_EQ(limits.head, std::chrono::seconds(30)) << "but to open it takes no two minutes";
+}
+
+TEST_F(ConnectionLink, ALoginDoesNotWaitForAServiceThatAsksForTooMuch)
+{
+    impl::HttpResponse busy = Problem(503, "busy");
+    busy.headers.push_back({"Retry-After", "300"});
+    for (const char* line : {"GET /v1/account", "GET /v1/events"}) {
+        service.FailNext(Answer(line, busy));
+        const std::size_t before = listener.States().size();
+        const impl::Clock::Time begin = time->Now();
+        ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+        ASSERT_TRUE(listener.WaitForStates(before + 2));
+        EXPECT_EQ(listener.States().back(), api::eLoginFailed) << line;
+        const auto errors = connection->GetLastLoginErrors();
+        ASSERT_FALSE(errors.empty());
+        EXPECT_EQ(errors.front().text2, L"Try again in 5 minutes.") << line;
+        EXPECT_LT(time->Now() - begin, std::chrono::seconds(60)) << line;
+    }
+}
+
+TEST_F(ConnectionLink, ALoginTriesNothingAgainAfterAMinute)
+{
+    std::string slow;
+    service.onRequest = [&](const std::string& line) {
+        if (line == slow)
+            time->Advance(std::chrono::seconds(40)); // until the transport gives it up
+    };
+    for (const char* line : {"GET /v1/account", "GET /v1/events"}) {
+        slow = line;
+        const int requests = service.Count(line);
+        service.FailNext(Drop(line));
+        service.FailNext(Drop(line));
+        const std::size_t before = listener.States().size();
+        ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+        ASSERT_TRUE(listener.WaitForStates(before + 2));
+        EXPECT_EQ(listener.States().back(), api::eLoginFailed) << line;
+        EXPECT_EQ(service.Count(line) - requests, 2) << line;
+    }
 }
 
 TEST_F(ConnectionLink, FetchesTheSnapshotAnewWhenItCannotResume)

@@ -15,6 +15,8 @@ namespace {
 
 // A comment comes every 60 s: one may be late, and the second is not waited for.
 constexpr std::chrono::seconds kLongestSilence{118};
+// The first comes at once: a link that does not carry it is dead, and whoever logs in waits for it.
+constexpr std::chrono::seconds kLongestOpening{30};
 
 bool IsEventStream(const HttpResponse& head)
 {
@@ -84,6 +86,7 @@ StreamOutcome EventStream::Run(const ApiCall& call, const std::string& cursor,
 {
     ApiCall streamCall = call;
     streamCall.limits.total = std::chrono::milliseconds(0);
+    streamCall.limits.head = kLongestOpening;
     streamCall.limits.stallWindow = kLongestSilence;
     streamCall.limits.stallBytes = 1;
     EventSink sink(handlers);

@@ -18,6 +18,11 @@ constexpr RetryPolicy kStreamPolicy{3, milliseconds(1'000), milliseconds(30'000)
 // A stream that stood for so long was a good one: its loss is a new one.
 constexpr seconds kLastingStream{10};
 constexpr seconds kEndOnServiceLimit{2};
+// The operator waits for a login and cannot end it: so long after the service has taken the
+// password nothing is tried again, and the snapshot, however slowly it comes, is there or has
+// failed.
+constexpr seconds kLoginLimit{60};
+constexpr seconds kSnapshotLimit{120};
 
 void Forget(std::wstring& secret)
 {
@@ -46,6 +51,9 @@ void SessionThread::Start(Login login)
 {
     {
         const std::lock_guard lock(m_mutex);
+        // The one that never began leaves its duty to this one.
+        if (m_next && login.replacedToken.empty())
+            login.replacedToken = std::move(m_next->replacedToken);
         m_next = std::move(login);
     }
     m_hasNext.notify_all();
@@ -86,6 +94,7 @@ void SessionThread::RunLogin(Login login)
     Progress progress;
     progress.id = login.id;
     Failure failure = LogIn(login, progress);
+    progress.begin = m_parts.api.Http().Now();
     if (!failure.IsSet())
         failure = FetchAccount(progress);
     if (!failure.IsSet())
@@ -115,10 +124,27 @@ Failure SessionThread::LogIn(Login& login, Progress& progress)
     return reply.failure;
 }
 
+Result<AccountRecord> SessionThread::AskAccount(const Progress& progress)
+{
+    ApiCall call = CallFor(progress);
+    if (progress.isEstablished)
+        return m_parts.api.GetAccount(call);
+    const RetryPolicy policy = call.policy;
+    call.policy.attempts = 1;
+    call.limits.total = kSnapshotLimit;
+    for (int attempt = 1;; ++attempt) {
+        Result<AccountRecord> account = m_parts.api.GetAccount(call);
+        const Failure& failure = account.failure;
+        if (!MayPass(failure) || attempt >= policy.attempts || !HasTimeFor(progress, failure) ||
+            !m_parts.api.Http().Pause(policy, attempt, failure.retryAfter, call.abort))
+            return account;
+    }
+}
+
 // A later snapshot is compared with the one before it: the listeners learn what they missed.
 Failure SessionThread::FetchAccount(const Progress& progress)
 {
-    Result<AccountRecord> account = m_parts.api.GetAccount(CallFor(progress));
+    Result<AccountRecord> account = AskAccount(progress);
     if (!account || HasEnded(progress.id))
         return account.failure;
     const ResourceChanges changes = m_parts.snapshot.Replace(std::move(account.value));
@@ -177,7 +203,9 @@ Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome
     m_isNudged = false; // before anybody can see that the link is lost
     if (!isTooOld || failure.IsSet())
         m_parts.state.LinkLost(progress.id);
-    if (!progress.isEstablished && progress.attempts >= kStreamPolicy.attempts)
+    const bool isTheLast =
+        progress.attempts >= kStreamPolicy.attempts || !HasTimeFor(progress, failure);
+    if (!progress.isEstablished && isTheLast)
         return failure.IsSet() ? failure : Failure(EErrorCode::eDropped, "the stream ends at once");
     const AbortCheck isOver = [this, id = progress.id] { return HasEnded(id) || m_isNudged; };
     m_parts.api.Http().Pause(kStreamPolicy, progress.attempts, failure.retryAfter, isOver);
@@ -195,6 +223,13 @@ void SessionThread::EndOnService(const std::string& token)
     call.policy.attempts = 1;
     call.policy.total = kEndOnServiceLimit;
     static_cast<void>(m_parts.api.LogOut(call));
+}
+
+// Whether a login may try once more after that, with the pause that the service asks for.
+bool SessionThread::HasTimeFor(const Progress& progress, const Failure& failure) const
+{
+    const seconds pause = failure.retryAfter.value_or(seconds(0));
+    return m_parts.api.Http().Now() + pause < progress.begin + kLoginLimit;
 }
 
 bool SessionThread::HasEnded(std::int32_t id) const

@@ -59,6 +59,7 @@ private:
     struct Progress
     {
         std::int32_t id = 0;
+        Clock::Time begin; // of all that follows the service's yes
         std::string token;
         bool isEstablished = false;
         int attempts = 0; // at the stream, in a row, that did not last
@@ -67,11 +68,13 @@ private:
     void Run();
     void RunLogin(Login login);
     Failure LogIn(Login& login, Progress& progress);
+    Result<AccountRecord> AskAccount(const Progress& progress);
     Failure FetchAccount(const Progress& progress);
     Failure Follow(Progress& progress);
     StreamOutcome ReadStream(Progress& progress);
     Failure PrepareNextStream(Progress& progress, const StreamOutcome& outcome);
     void EndOnService(const std::string& token);
+    bool HasTimeFor(const Progress& progress, const Failure& failure) const;
     bool HasEnded(std::int32_t id) const;
     ApiCall CallFor(const Progress& progress) const;
 

@@ -113,6 +113,9 @@ Failure CurlTransfer::CheckLimits()
     const Time now = std::chrono::steady_clock::now();
     if (limits.total.count() > 0 && now - m_begin >= limits.total)
         return Failure(EErrorCode::eTimeout, "no whole answer in time");
+    const bool hasBegun = m_outcome.response.status >= 200;
+    if (limits.head.count() > 0 && !hasBegun && now - m_begin >= limits.head)
+        return Failure(EErrorCode::eTimeout, "no answer in time");
     const std::int64_t moved = MovedBytes();
     if (moved < m_windowBeginBytes || moved - m_windowBeginBytes >= limits.stallBytes) {
         m_windowBegin = now;

@@ -57,6 +57,7 @@ struct HttpLimits
 {
     std::chrono::milliseconds connect{10'000};
     std::chrono::milliseconds total{0}; // 0 = as long as bytes move
+    std::chrono::milliseconds head{0};  // until the answer begins; 0 = as the others say
     std::chrono::milliseconds stallWindow{30'000};
     std::int64_t stallBytes = 30;
 };
