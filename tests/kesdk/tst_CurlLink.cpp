@@ -1,8 +1,11 @@
 // Connections that drop, stall and die unnoticed, and when the transport gives them up.
 #include "support/CurlFixture.h"
 
+#include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <future>
+#include <mutex>
 
 namespace kesdk::impl {
 
@@ -11,6 +14,54 @@ namespace {
 using namespace std::chrono_literals;
 
 using CurlLink = CurlTransportTest;
+
+// Fits into what the kernel holds for a connection, at once.
+constexpr std::int64_t kHeldBytes = 768 * 1024;
+
+class Zeros : public BodySource
+{
+public:
+    explicit Zeros(std::int64_t sizeBytes) : m_sizeBytes(sizeBytes) {}
+    std::int64_t LengthBytes() const override { return m_sizeBytes; }
+    std::ptrdiff_t Read(char* buffer, std::size_t sizeBytes) override
+    {
+        const auto given = static_cast<std::size_t>(
+            std::min(m_sizeBytes - m_givenBytes, static_cast<std::int64_t>(sizeBytes)));
+        std::fill_n(buffer, given, '\0');
+        m_givenBytes += static_cast<std::int64_t>(given);
+        return static_cast<std::ptrdiff_t>(given);
+    }
+    bool IsGiven() const { return m_givenBytes == m_sizeBytes; }
+
+private:
+    const std::int64_t m_sizeBytes;
+    std::int64_t m_givenBytes = 0;
+};
+
+// Hands out leave to go on, once for each that was given.
+class Leave
+{
+public:
+    void Give()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            ++m_count;
+        }
+        m_given.notify_all();
+    }
+    void Take()
+    {
+        std::unique_lock lock(m_mutex);
+        m_given.wait(lock, [this] { return m_count > 0; });
+        --m_count;
+    }
+
+private:
+    std::mutex m_mutex; // guards m_count
+    std::condition_variable m_given;
+    int m_count = 0;
+};
 
 } // namespace
 
@@ -21,11 +72,33 @@ TEST_F(CurlLink, SaysThatTheLinkDroppedBeforeTheAnswer)
     EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eDropped);
 }
 
+// What a network that wants a login says on the service's port.
+TEST_F(CurlLink, TellsAPageInsteadOfAnyTls)
+{
+    const TlsPeer peer("HTTP/1.1 302 Found\r\nLocation: http://login.test/\r\n\r\n");
+    CurlTransport transport(peer.Url(), Trust());
+    const Failure failure = transport.Perform(request, {}).failure;
+    EXPECT_EQ(failure.code, EErrorCode::eCaptivePortal) << failure.detail;
+}
+
 TEST_F(CurlLink, GivesUpWhenNothingMoves)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.WaitForEnd(); });
     CurlTransport transport(peer.Url(), Trust());
     request.limits.stallWindow = 100ms;
+    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
+}
+
+// As an event stream's is, which is silent for long once it stands.
+TEST_F(CurlLink, GivesUpWhenTheAnswerDoesNotBegin)
+{
+    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
+        session.ReadHead();
+        session.WaitForEnd();
+    });
+    CurlTransport transport(peer.Url(), Trust());
+    request.limits.head = 100ms;
+    request.limits.stallWindow = std::chrono::hours(1);
     EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
 }
 
@@ -44,6 +117,54 @@ TEST_F(CurlLink, GivesUpWhenTooLittleMoves)
     request.limits.stallBytes = 100'000;
     EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
     isOver.set_value();
+}
+
+// All of the body is with the kernel at once. What it still holds has not arrived, but as long as
+// it gets less the link works.
+TEST_F(CurlLink, WaitsForWhatTheKernelHoldsAsLongAsItGetsLess)
+{
+    constexpr std::size_t kPieceBytes = 96 * 1024;
+    Leave leave;
+    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
+        session.ReadHead();
+        for (std::int64_t read = 0; read < kHeldBytes; read += kPieceBytes) {
+            leave.Take();
+            session.Read(kPieceBytes);
+        }
+        session.Write(kHello);
+    });
+    CurlTransport transport(peer.Url(), Trust());
+    Zeros zeros(kHeldBytes);
+    request.method = "PATCH";
+    request.source = &zeros;
+    request.limits.stallWindow = 1s; // some of its looks, and less than all pieces take
+    request.limits.stallBytes = 1;
+    const AbortCheck look = [&] {
+        if (zeros.IsGiven())
+            leave.Give();
+        return false;
+    };
+    const HttpOutcome outcome = transport.Perform(request, look);
+    EXPECT_EQ(outcome.response.status, 200) << outcome.failure.detail;
+    for (std::int64_t read = 0; read < kHeldBytes; read += kPieceBytes)
+        leave.Give(); // for a peer that was given up
+}
+
+TEST_F(CurlLink, GivesUpWhatTheKernelHoldsAndNobodyTakes)
+{
+    Leave isOver;
+    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
+        session.ReadHead();
+        isOver.Take();
+    });
+    CurlTransport transport(peer.Url(), Trust());
+    Zeros zeros(kHeldBytes);
+    request.method = "PATCH";
+    request.source = &zeros;
+    request.limits.stallWindow = 300ms;
+    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
+    EXPECT_TRUE(zeros.IsGiven()) << "the kernel has taken it for sent";
+    isOver.Give();
 }
 
 TEST_F(CurlLink, GivesUpWhenTheTimeIsOver)

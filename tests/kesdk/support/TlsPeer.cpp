@@ -65,7 +65,16 @@ TlsPeer::TlsPeer(Identity identity, Script script, int mostVersion)
     SSL_CTX_set_max_proto_version(m_context.get(), mostVersion);
     if (mostVersion < TLS1_2_VERSION)
         SSL_CTX_set_cipher_list(m_context.get(), "ALL:@SECLEVEL=0");
+    Listen();
+}
 
+TlsPeer::TlsPeer(std::string plainAnswer) : m_plainAnswer(std::move(plainAnswer))
+{
+    Listen();
+}
+
+void TlsPeer::Listen()
+{
     m_listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -108,6 +117,10 @@ void TlsPeer::Run()
 
 void TlsPeer::Serve(int descriptor)
 {
+    if (!m_plainAnswer.empty()) {
+        AnswerPlainly(descriptor);
+        return;
+    }
     SSL* ssl = SSL_new(m_context.get());
     SSL_set_fd(ssl, descriptor);
     if (SSL_accept(ssl) == 1) {
@@ -115,6 +128,16 @@ void TlsPeer::Serve(int descriptor)
         m_script(session);
     }
     SSL_free(ssl);
+}
+
+void TlsPeer::AnswerPlainly(int descriptor) const
+{
+    std::array<char, 4096> bytes{};
+    if (::recv(descriptor, bytes.data(), bytes.size(), 0) <= 0)
+        return;
+    ::send(descriptor, m_plainAnswer.data(), m_plainAnswer.size(), MSG_NOSIGNAL);
+    while (::recv(descriptor, bytes.data(), bytes.size(), 0) > 0) {
+    }
 }
 
 } // namespace kesdk::test

@@ -37,6 +37,8 @@ public:
     using Script = std::function<void(Session&)>;
 
     TlsPeer(Identity identity, Script script, int mostVersion = TLS1_3_VERSION);
+    // Speaks no TLS at all: answers whatever comes first with these bytes.
+    explicit TlsPeer(std::string plainAnswer);
     ~TlsPeer();
     TlsPeer(const TlsPeer&) = delete;
     TlsPeer& operator=(const TlsPeer&) = delete;
@@ -52,11 +54,14 @@ private:
         void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
     };
 
+    void Listen();
     void Run();
     void Serve(int descriptor);
+    void AnswerPlainly(int descriptor) const;
 
     Identity m_identity;
     Script m_script;
+    const std::string m_plainAnswer;
     std::unique_ptr<SSL_CTX, FreeContext> m_context;
     int m_listener = -1;
     int m_port = 0;

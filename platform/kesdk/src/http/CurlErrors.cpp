@@ -3,7 +3,9 @@
 
 #include <openssl/x509_vfy.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <string_view>
 
 namespace kesdk::impl {
@@ -63,6 +65,12 @@ EErrorCode CodeOfVerify(long verifyResult)
     return isHostName ? EErrorCode::eWrongHostName : EErrorCode::eTls;
 }
 
+// What OpenSSL says of an answer that is no TLS. On the service's port only a network speaks so
+// that shows a page of its own to whoever has not logged in to it: it cannot have the right
+// certificate.
+constexpr std::string_view kNoTls[] = {"wrong version number", "packet length too long",
+                                       "http request"};
+
 bool Holds(std::string_view text, std::string_view part)
 {
     return text.find(part) != std::string_view::npos;
@@ -90,6 +98,10 @@ Failure TranslateCurlError(CURLcode code, const CurlFacts& facts)
              (Holds(text, "SSL_ERROR_SYSCALL") || Holds(text, "SSL_ERROR_ZERO_RETURN") ||
               Holds(text, "Connection reset")))
         meaning = EErrorCode::eDropped;
+    else if (code == CURLE_SSL_CONNECT_ERROR &&
+             std::any_of(std::begin(kNoTls), std::end(kNoTls),
+                         [text](std::string_view words) { return Holds(text, words); }))
+        meaning = EErrorCode::eCaptivePortal;
     else if (code == CURLE_COULDNT_CONNECT && facts.osError != ECONNREFUSED)
         meaning = EErrorCode::eUnreachable;
     return Failure(meaning, "curl " + std::to_string(code) + ": " + std::string(text));
