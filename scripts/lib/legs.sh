@@ -32,7 +32,8 @@ leg_rounds() {
     tests check --tests-regex '_1000$'
 }
 
-# The packages' tests need no other test's program. A second build in another folder has to give the same bytes.
+# The packages' tests need no other test's program. A second build in another folder has to give the
+# same bytes.
 leg_packages() {
     configure check
     build_shipped check
