@@ -166,6 +166,7 @@ TEST_F(StaleParts, GoOnlyWhenTheyAreOurs)
         folder.Write(name, "not the library's");
         MakeOld(name);
     }
+    MakeOld(left, test::kHourS);
     const test::TempFolder elsewhere;
     elsewhere.Write("target", "");
     std::filesystem::create_symlink(elsewhere.Path("target"), folder.Path("link.part.journal"));

@@ -84,15 +84,18 @@ void RemoveStaleParts(const std::string& folder, std::int64_t nowS)
     const auto isOurs = [&](std::string_view name) {
         return IsJournalName(name, kJournalSuffix) && WasToBeJournal(start + std::string(name));
     };
-    for (const std::string& path : StaleFiles(folder, isOurs, nowS)) {
+    for (const std::string& path : FilesIn(folder, isOurs)) {
+        const std::string name(Without(path, kJournalSuffix));
+        const std::string part = name.empty() ? name : name + std::string(kPartSuffix);
+        const bool isOld = IsStale(path, nowS);
+        // Looked at in any case: so the week of both begins, if their dates are impossible.
+        const bool hasYoungPart =
+            !part.empty() && ::access(part.c_str(), F_OK) == 0 && !IsStale(part, nowS);
+        if (!isOld || hasYoungPart)
+            continue;
         // Only beside a journal that is whole, which each part of such a name had, is it ours.
-        const std::string_view name = Without(path, kJournalSuffix);
-        if (!name.empty() && ReadJournal(path)) {
-            const std::string part = std::string(name) + std::string(kPartSuffix);
-            if (::access(part.c_str(), F_OK) == 0 && !IsStale(part, nowS))
-                continue;
+        if (!part.empty() && ReadJournal(path))
             ::unlink(part.c_str());
-        }
         RemoveJournal(path);
     }
 }

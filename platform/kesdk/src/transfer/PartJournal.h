@@ -34,7 +34,7 @@ bool WritePartJournal(const std::string& path, const PartOrigin& origin);
 // Whether the part beside the journal is one of just this. A journal that is torn is removed.
 bool IsPartOf(const std::string& path, const PartOrigin& origin);
 // Parts in the folder that nobody has gone on with for long, and their journals; the younger of
-// both counts. Nothing else, whatever it is called.
+// both counts. Nothing else, whatever it is called. The clock must be right.
 void RemoveStaleParts(const std::string& folder, std::int64_t nowS);
 
 } // namespace kesdk::impl
