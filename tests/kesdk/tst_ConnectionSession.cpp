@@ -1,6 +1,9 @@
 // Login, logout and loss of the session.
 #include "support/ConnectionFixture.h"
 
+#include <future>
+#include <utility>
+
 namespace kesdk::test {
 
 namespace {
@@ -131,6 +134,27 @@ TEST_F(ConnectionSession, ALoginReplacesTheSessionThatStands)
     ASSERT_TRUE(listener.WaitForStates(4));
     EXPECT_EQ(listener.States(), (States{1, 3, 1, 3}));
     EXPECT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
+    ASSERT_TRUE(service.WaitForStreams(1));
+}
+
+TEST_F(ConnectionSession, ASessionIsEndedAlsoWhenTheLoginThatReplacedItNeverBegan)
+{
+    LogIn();
+    std::promise<void> isHeld;
+    std::promise<void> goesOn;
+    service.onRequest = [&, isFirst = true](const std::string& line) mutable {
+        if (line == "GET /v1/events" && std::exchange(isFirst, false)) {
+            isHeld.set_value();
+            goesOn.get_future().wait();
+        }
+    };
+    service.CloseStreams();
+    isHeld.get_future().wait(); // the session's thread begins nothing new
+    EXPECT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+    EXPECT_TRUE(connection->Logout());
+    EXPECT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+    goesOn.set_value();
+    EXPECT_TRUE(service.WaitForRequests("DELETE /v1/sessions/current", 1));
     ASSERT_TRUE(service.WaitForStreams(1));
 }
 
