@@ -6,6 +6,7 @@
 #include "support/TestMain.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 using namespace kelvo::test;
@@ -86,6 +87,7 @@ private Q_SLOTS:
     void keepsWhatWasCompleted();
     void recoversTwice();
     void recoversBeforeTheNextArchive();
+    void doesNotWaitForeverForSomebodyElse();
     void keepsWhatCameInBetween();
     void acceptsAMissingFolder();
 };
@@ -198,6 +200,24 @@ void tst_UnzipRecovery::keepsWhatWasCompleted()
     QCOMPARE(fixture.Content().value(QStringLiteral("same")), QByteArray("file:new"));
     QCOMPARE(fixture.Content().value(QStringLiteral("new/x")), QByteArray("file:new"));
     QVERIFY(!fixture.Content().contains(QStringLiteral(".console-unpacking")));
+}
+
+void tst_UnzipRecovery::doesNotWaitForeverForSomebodyElse()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent(contentBefore));
+    QVERIFY(THalfDone(fixture.Destination()).Stage());
+    QString errorText;
+    {
+        const TDescriptor others(::open(QFile::encodeName(fixture.Destination()).constData(),
+                                        O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        QCOMPARE(::flock(others.Get(), LOCK_EX), 0);
+        QVERIFY(!RecoverUnpacking(fixture.Destination(), errorText));
+        QVERIFY(!errorText.isEmpty());
+        QVERIFY(fixture.Content() != contentBefore);
+    }
+    QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+    QCOMPARE(fixture.Content(), contentBefore);
 }
 
 // Killed while it was being undone.

@@ -29,7 +29,8 @@ CONSOLEHOST_EXPORT bool Unzip(const QString& archive, const QString& destination
 
 // Undoes what an Unzip into `destinationFolder` left that was killed: replaced files come back,
 // what was added goes. Nothing happens if there is nothing to undo, or if the folder is missing.
-// False if it failed; it may be tried again. From any thread; blocking.
+// False if it failed, or if somebody else has been unpacking there for a second; it may be tried
+// again, and the next Unzip does. From any thread; blocking.
 CONSOLEHOST_EXPORT bool RecoverUnpacking(const QString& destinationFolder, QString& errorText);
 
 } // namespace hostimpl

@@ -16,6 +16,7 @@
 #include "framework/HostLog.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QThread>
 
 #include <cerrno>
 
@@ -26,15 +27,27 @@ namespace {
 
 using namespace hostimpl;
 
+constexpr unsigned long LOOK_EVERY_MS = 50;
+
+// How often it is looked whether others have let go of the folder.
+enum class EPatience : int { eAsLongAsItTakes = -1, eOneSecond = 20 };
+
 // Opens a folder and keeps others, also of other processes, from unpacking into it. The system ends
-// the lock with the descriptor, however the process ends.
-TDescriptor LockFolder(const QString& path)
+// the lock with the descriptor, however the process ends. Not valid, and errno says why, when it
+// cannot be had.
+TDescriptor LockFolder(const QString& path, EPatience patience)
 {
     TDescriptor folder(
         ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    while (folder.IsValid() && ::flock(folder.Get(), LOCK_EX) != 0) {
-        if (errno != EINTR) {
+    const bool waits = patience == EPatience::eAsLongAsItTakes;
+    int looksLeft = static_cast<int>(patience);
+    while (folder.IsValid() && ::flock(folder.Get(), waits ? LOCK_EX : LOCK_EX | LOCK_NB) != 0) {
+        const int error = errno;
+        if (error == EWOULDBLOCK && looksLeft-- > 0) {
+            QThread::msleep(LOOK_EVERY_MS);
+        } else if (error != EINTR) {
             folder = TDescriptor();
+            errno = error;
         }
     }
     return folder;
@@ -124,7 +137,7 @@ bool MoveIntoPlace(const TStagingFolder& staging, int destination, bool& isUndon
 bool hostimpl::RecoverUnpacking(const QString& destinationFolder, QString& errorText)
 {
     errorText.clear();
-    const TDescriptor destination = LockFolder(destinationFolder);
+    const TDescriptor destination = LockFolder(destinationFolder, EPatience::eOneSecond);
     if (!destination.IsValid()) {
         if (errno == ENOENT) {
             return true;
@@ -144,7 +157,7 @@ bool hostimpl::Unzip(const QString& archive, const QString& destinationFolder,
     if (!reader.Open(errorText)) {
         return false;
     }
-    const TDescriptor destination = LockFolder(destinationFolder);
+    const TDescriptor destination = LockFolder(destinationFolder, EPatience::eAsLongAsItTakes);
     if (!destination.IsValid()) {
         errorText = QStringLiteral("The folder %1 cannot be opened: %2.")
                         .arg(destinationFolder, SystemError(errno));
