@@ -123,21 +123,22 @@ TEST_F(CurlLink, GivesUpWhenTooLittleMoves)
 // it gets less the link works.
 TEST_F(CurlLink, WaitsForWhatTheKernelHoldsAsLongAsItGetsLess)
 {
-    constexpr std::size_t kPieceBytes = 96 * 1024;
+    constexpr std::size_t kPieceBytes = 128 * 1024;
+    constexpr std::int64_t kBodyBytes = 12 * kPieceBytes;
     Leave leave;
     TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
         session.ReadHead();
-        for (std::int64_t read = 0; read < kHeldBytes; read += kPieceBytes) {
+        for (std::int64_t read = 0; read < kBodyBytes; read += kPieceBytes) {
             leave.Take();
             session.Read(kPieceBytes);
         }
         session.Write(kHello);
     });
     CurlTransport transport(peer.Url(), Trust());
-    Zeros zeros(kHeldBytes);
+    Zeros zeros(kBodyBytes);
     request.method = "PATCH";
     request.source = &zeros;
-    request.limits.stallWindow = 1s; // some of its looks, and less than all pieces take
+    request.limits.stallWindow = 1200ms; // some looks, and half of what all pieces take
     request.limits.stallBytes = 1;
     const AbortCheck look = [&] {
         if (zeros.IsGiven())
@@ -146,7 +147,7 @@ TEST_F(CurlLink, WaitsForWhatTheKernelHoldsAsLongAsItGetsLess)
     };
     const HttpOutcome outcome = transport.Perform(request, look);
     EXPECT_EQ(outcome.response.status, 200) << outcome.failure.detail;
-    for (std::int64_t read = 0; read < kHeldBytes; read += kPieceBytes)
+    for (std::int64_t read = 0; read < kBodyBytes; read += kPieceBytes)
         leave.Give(); // for a peer that was given up
 }
 
