@@ -136,7 +136,6 @@ constexpr std::array migrations{
 
 int readVersion(soci::session& sql)
 {
-    // Does nothing, and so has nothing to commit, where it is there.
     sql << "CREATE TABLE IF NOT EXISTS schema_version (version INTEGER NOT NULL)";
     int version = 0;
     sql << "SELECT version FROM schema_version", soci::into(version);
@@ -168,9 +167,11 @@ void migrate(soci::session& sql, const Dialect& dialect, int target)
             }
         }
         const int now = std::max(found, target);
-        if (now != found) { // or a reader, such as a backup, would be in the way for nothing
-            sql << "UPDATE schema_version SET version = :v", soci::use(now);
+        if (now == found) {
+            sql << "ROLLBACK"; // to commit even nothing a reader, such as a backup, is in the way
+            return;
         }
+        sql << "UPDATE schema_version SET version = :v", soci::use(now);
         sql << "COMMIT";
     } catch (...) {
         sql << "ROLLBACK";
