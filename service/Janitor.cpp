@@ -106,22 +106,20 @@ void treatUnknownContent(api::Context& context, const std::string& digest,
                          const Ownership& ownership)
 {
     const auto lock = context.digestLocks.tryLock(digest);
-    auto trace = lock ? context.contents.traceOf(digest) : std::nullopt;
+    const auto trace = lock ? context.contents.traceOf(digest) : std::nullopt;
     if (!trace) {
         return;
     }
     const bool used = isUsed(context, digest);
-    if (used == trace->unusedSinceMs.has_value()) {
-        context.contents.markUnused(digest, !used); // its time begins, or never was
-        trace = context.contents.traceOf(digest);
-    }
-    if (used || !trace || !trace->unusedSinceMs) {
-        return;
+    const bool isMarked = trace->unusedSinceMs.has_value();
+    if (used == isMarked) {
+        context.contents.markUnused(digest, !used); // its time begins now, or never was
     }
     const long long now = context.clock.nowMs();
+    const long long unusedForMs = isMarked ? now - *trace->unusedSinceMs : 0;
     // A birth that is still to come is of a clock that was wrong, and says nothing.
     const bool isOlderThanDatabase = trace->writtenMs < ownership.bornMs && ownership.bornMs <= now;
-    if (!isOlderThanDatabase && now - *trace->unusedSinceMs >= ownership.keptForMs) {
+    if (!used && !isOlderThanDatabase && unusedForMs >= ownership.keptForMs) {
         context.contents.remove(digest);
     }
 }
