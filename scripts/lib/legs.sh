@@ -99,6 +99,13 @@ leg_arm() {
     tests arm --label-exclude '^slow$' --exclude-regex "^($excluded)$"
 }
 
+# The same for the console's packages, which are installed and run in an emulator.
+leg_packages-arm() {
+    configure_arm
+    build_shipped arm
+    tests arm --label-regex '^packaging$'
+}
+
 # The run's folder is kept when a round was not sound.
 leg_crash() {
     configure check
@@ -143,6 +150,7 @@ run_legs() {
         echo "== $leg"
         case $leg in
         day | unit | e2e | rounds | packages) preset=check ;;
+        packages-arm) preset=arm ;;
         *) preset=$leg ;;
         esac
         rm -f "build/$preset/tests.log"
