@@ -8,8 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include <sys/stat.h>
-
 namespace {
 
 enum ECredentialItem : int {
@@ -18,6 +16,10 @@ enum ECredentialItem : int {
 };
 
 constexpr qint64 maxFileBytes = 4096;
+
+const QFile::Permissions othersPermissions = QFile::ReadGroup | QFile::WriteGroup |
+                                             QFile::ExeGroup | QFile::ReadOther |
+                                             QFile::WriteOther | QFile::ExeOther;
 
 QString Line(QFile& file)
 {
@@ -46,12 +48,11 @@ namespace console {
 bool ReadCredentialsFile(const QString& path, TCredentials& credentials, QString& errorText)
 {
     QFile file(path);
-    struct stat status = {};
-    if (!file.open(QIODevice::ReadOnly) || ::fstat(file.handle(), &status) != 0) {
+    if (!file.open(QIODevice::ReadOnly)) {
         errorText = QStringLiteral("The credentials file %1 cannot be read.").arg(path);
         return false;
     }
-    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    if ((file.permissions() & othersPermissions) != 0) {
         errorText = QStringLiteral("The credentials file %1 is open to others than its owner; "
                                    "`chmod 600` makes it private.")
                         .arg(path);
