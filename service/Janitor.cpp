@@ -124,17 +124,6 @@ void treatUnknownContent(api::Context& context, const std::string& digest,
     }
 }
 
-void removeUnknownContents(api::Context& context, long long keptForMs, const Janitor::Stops& stops)
-{
-    const Ownership ownership{context.database.readNow(store::firstCreatedMs), keptForMs};
-    for (const std::string& digest : context.contents.digests()) {
-        treatUnknownContent(context, digest, ownership);
-        if (stops()) {
-            return;
-        }
-    }
-}
-
 /** A step that fails, as one that writes does on a full disk, must not keep the others from making
  * room. */
 void attempt(const char* what, const std::function<void()>& step)
@@ -143,6 +132,18 @@ void attempt(const char* what, const std::function<void()>& step)
         step();
     } catch (const std::exception& error) {
         logError(what, error.what());
+    }
+}
+
+void removeUnknownContents(api::Context& context, long long keptForMs, const Janitor::Stops& stops)
+{
+    const Ownership ownership{context.database.readNow(store::firstCreatedMs), keptForMs};
+    for (const std::string& digest : context.contents.digests()) {
+        attempt("clean-up-content-failed",
+                [&] { treatUnknownContent(context, digest, ownership); });
+        if (stops()) {
+            return;
+        }
     }
 }
 

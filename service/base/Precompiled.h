@@ -1,5 +1,6 @@
-// Heavy headers that nearly every file of the service needs, compiled once. Included by name, never by a path
-// of the machine: that would get into the debug symbols of whoever shares the compiler cache.
+// Heavy headers that nearly every file of the service needs, compiled once. Included by name, never
+// by a path of the machine: that would get into the debug symbols of whoever shares the compiler
+// cache.
 #pragma once
 
 #include <boost/asio/awaitable.hpp>

@@ -132,8 +132,11 @@ void ContentStore::removeUpload(const std::string& id) const
 void ContentStore::disownUpload(const std::string& id) const noexcept
 {
     try {
-        // Empty first: that holds even if the name comes back after a power failure.
-        [[maybe_unused]] const int emptied = ::truncate((uploads_ / id).c_str(), 0);
+        const auto status = statusOf(uploads_ / id);
+        if (status && status->st_nlink == 1) { // or it is a content that has been adopted
+            // Empty first: that holds even if the name comes back after a power failure.
+            [[maybe_unused]] const int emptied = ::truncate((uploads_ / id).c_str(), 0);
+        }
         removeUpload(id);
         syncFolder(uploads_);
     } catch (const std::exception&) {

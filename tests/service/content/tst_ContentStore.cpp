@@ -70,6 +70,17 @@ TEST_F(Contents, AreMadeGoodByAnEqualOneThatComes)
     EXPECT_THAT(store.digests(), testing::ElementsAre(digest));
 }
 
+TEST_F(Contents, StayWhenAnUploadThatTheyCameFromIsDisowned)
+{
+    const std::string digest = receive("u1", "abc");
+    store.adopt("u1", digest);
+    receive("u2", "abc");
+    EXPECT_FALSE(store.adopt("u2", digest)); // the content is a name of u2's file now
+    store.disownUpload("u2");                // a commit failed, and then a sync
+    EXPECT_EQ(store.uploadSize("u2"), 0U);
+    EXPECT_EQ(textOf(digest), "abc");
+}
+
 TEST_F(Contents, LoseWhatAKilledProcessLeftBesideThem)
 {
     const std::string digest = receive("u1", "abc");
