@@ -222,6 +222,40 @@ TEST_F(UploadsTest, DeletesTheCopyWhenAnotherFileTookTheName)
     ExpectFailure(Send(), EErrorCode::eFileChanged);
 }
 
+// Whoever removed it did so while it was on its way: the copy may be the last one.
+TEST_F(UploadsTest, KeepsTheCopyOfAFileThatIsGoneSince)
+{
+    const auto remove = [this] { std::filesystem::remove(path); };
+    ExpectKept(uploads.Send(call, path, {inbox}, remove), kContent);
+    EXPECT_EQ(service.Count("DELETE"), 0);
+}
+
+TEST_F(UploadsTest, KeepsTheCopyOfAFileThatWasRenamedSince)
+{
+    const auto rename = [this] { std::filesystem::rename(path, folder.Path("renamed")); };
+    ExpectKept(uploads.Send(call, path, {inbox}, rename), kContent);
+}
+
+TEST_F(UploadsTest, DeletesAWrongCopyOfAFileThatIsGoneSince)
+{
+    service.CorruptNextCommit();
+    const auto remove = [this] { std::filesystem::remove(path); };
+    ExpectFailure(uploads.Send(call, path, {inbox}, remove), EErrorCode::eFileChanged);
+    EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1);
+}
+
+// It is not what the file held in the end, but all that is left of it.
+TEST_F(UploadsTest, KeepsTheCopyOfAFileThatWasRewrittenAndThenRemoved)
+{
+    const auto sent = uploads.Send(call, path, {inbox}, [this] {
+        folder.Write("report.txt", "rewritten");
+        std::filesystem::remove(path);
+    });
+    EXPECT_EQ(sent.failure.code, EErrorCode::eFileChanged);
+    ASSERT_EQ(service.FileIds(inbox).size(), 1u);
+    EXPECT_EQ(service.Content(service.FileIds(inbox)[0]), kContent);
+}
+
 TEST_F(UploadsTest, NoticesAFileThatShrinks)
 {
     call.abort = [this, asked = 0]() mutable {

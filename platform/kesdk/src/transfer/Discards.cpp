@@ -2,7 +2,9 @@
 #include "transfer/Discards.h"
 
 #include "base/Sha256.h"
+#include "http/ConsoleFacts.h"
 #include "transfer/JournalFile.h"
+#include "transfer/Paths.h"
 
 #include <nlohmann/json.hpp>
 
@@ -21,6 +23,7 @@ using nlohmann::json;
 constexpr const char* kSuffix = ".discard";
 constexpr std::chrono::seconds kLimit{15};
 constexpr std::chrono::seconds kLimitWhenEnding{2};
+constexpr std::int64_t kLongestOwedS = 30 * kDayS; // as long as the bin keeps what was deleted
 
 std::string JournalPath(const std::string& folder, const std::string& account, std::int64_t fileId)
 {
@@ -31,7 +34,7 @@ std::string JournalPath(const std::string& folder, const std::string& account, s
 }
 
 // Whether the service has said what becomes of it: whatever else it was, the file may still be
-// there.
+// there. One that holds something else by now is gone (412).
 bool IsSettled(const Failure& failure)
 {
     return !failure.IsSet() || failure.Is(EErrorCode::eNotFound) ||
@@ -40,13 +43,14 @@ bool IsSettled(const Failure& failure)
 
 } // namespace
 
-void Discards::Owe(const std::string& account, const std::vector<std::int64_t>& fileIds)
+void Discards::Owe(const std::string& account, const std::vector<std::int64_t>& fileIds,
+                   const std::string& etag)
 {
     ReadOnce();
     for (const std::int64_t id : fileIds) {
-        Copy copy{account, id, {}};
+        Copy copy{account, id, etag, {}};
         if (!m_folder.empty() && !account.empty()) {
-            const json document = {{"account", account}, {"file", id}};
+            const json document = {{"account", account}, {"file", id}, {"etag", etag}};
             const std::string path = JournalPath(m_folder, account, id);
             if (WriteJournal(path, document.dump(-1, ' ', false, json::error_handler_t::replace)))
                 copy.journal = path;
@@ -55,19 +59,42 @@ void Discards::Owe(const std::string& account, const std::vector<std::int64_t>& 
     }
 }
 
+bool Discards::Owes(const std::string& account, const std::vector<std::int64_t>& fileIds)
+{
+    ReadOnce();
+    return std::any_of(m_owed.begin(), m_owed.end(), [&](const Copy& copy) {
+        return copy.account == account &&
+               std::find(fileIds.begin(), fileIds.end(), copy.fileId) != fileIds.end();
+    });
+}
+
 void Discards::Settle(ApiClient& api, const ApiCall& call)
 {
     ReadOnce();
+    Clock::Time end = api.Http().Now() + kLimit;
+    bool isEnding = false;
     ApiCall own = call;
-    own.abort = nullptr;
     own.policy = RetryPolicy();
-    const Clock::Time end = api.Http().Now() + (IsAborted(call.abort) ? kLimitWhenEnding : kLimit);
+    own.abort = [&] {
+        const Clock::Time now = api.Http().Now();
+        if (!isEnding && IsAborted(call.abort)) {
+            isEnding = true;
+            end = std::min<Clock::Time>(end, now + kLimitWhenEnding);
+        }
+        return now >= end;
+    };
     const auto settle = [&](const Copy& copy) {
-        own.policy.total =
-            std::chrono::duration_cast<std::chrono::milliseconds>(end - api.Http().Now());
-        if (copy.account != call.account || own.policy.total.count() <= 0 ||
-            !IsSettled(api.DeleteFile(own, copy.fileId, {})))
+        if (copy.account != call.account)
             return false;
+        if (!IsTooOld(copy)) {
+            if (own.abort())
+                return false;
+            own.policy.total =
+                std::chrono::duration_cast<std::chrono::milliseconds>(end - api.Http().Now());
+            if (own.policy.total.count() <= 0 ||
+                !IsSettled(api.DeleteFile(own, copy.fileId, copy.etag)))
+                return false;
+        }
         if (!copy.journal.empty())
             RemoveJournal(copy.journal);
         return true;
@@ -79,6 +106,7 @@ void Discards::ReadOnce()
 {
     if (std::exchange(m_isRead, true) || m_folder.empty())
         return;
+    Sweep();
     for (const std::string& path : JournalsIn(m_folder, kSuffix)) {
         const std::optional<std::string> text = ReadJournal(path);
         // A view, as everywhere: for a string the parser would be compiled once more.
@@ -87,8 +115,28 @@ void Discards::ReadOnce()
         if (!document.is_object() || !document.contains("account") || !document.contains("file") ||
             !document["account"].is_string() || !document["file"].is_number_integer())
             continue;
-        m_owed.push_back({document["account"], document["file"], path});
+        const bool hasEtag = document.contains("etag") && document["etag"].is_string();
+        m_owed.push_back({document["account"], document["file"],
+                          hasEtag ? document["etag"].get<std::string>() : std::string(), path});
     }
+}
+
+// What was to become a journal has its week, as everywhere.
+void Discards::Sweep() const
+{
+    const std::int64_t nowS = m_wallTimeS();
+    for (const std::string& path : StaleJournals(m_folder, kSuffix, nowS)) {
+        const bool isWhole = !Without(path, kSuffix).empty();
+        if (!isWhole || IsStale(path, nowS, kLongestOwedS))
+            RemoveJournal(path);
+    }
+}
+
+bool Discards::IsTooOld(const Copy& copy) const
+{
+    const std::int64_t nowS = m_wallTimeS();
+    return !copy.journal.empty() && !IsClockWrong(nowS, std::nullopt) &&
+           IsStale(copy.journal, nowS, kLongestOwedS);
 }
 
 } // namespace kesdk::impl

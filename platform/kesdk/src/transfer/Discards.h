@@ -2,6 +2,7 @@
 #pragma once
 
 #include "client/ApiClient.h"
+#include "transfer/StaleFiles.h"
 
 #include <cstdint>
 #include <string>
@@ -14,16 +15,25 @@ namespace kesdk::impl {
 // wrong, so they are remembered until the service has let go of them: with a folder, also after a
 // restart, each in a journal of its own.
 //
+// Each is deleted only as long as it holds what it held then, and none is owed for longer than the
+// service would keep it in its bin.
+//
 // Thread: the caller's, one at a time. Errors: none; what cannot be deleted now stays owed.
 class Discards
 {
 public:
     // Without a folder they are remembered for as long as the object lives.
-    explicit Discards(std::string folder) : m_folder(std::move(folder)) {}
+    Discards(std::string folder, WallClock wallTimeS)
+        : m_folder(std::move(folder)), m_wallTimeS(std::move(wallTimeS))
+    {}
 
-    void Owe(const std::string& account, const std::vector<std::int64_t>& fileIds);
-    // Tries to delete what the call's account owes. Takes 15 s at most, or 2 s once the call shall
-    // end: then too, because the console may not come here again for long.
+    // Files of one content, which their etag says; without one they are deleted whatever they hold.
+    void Owe(const std::string& account, const std::vector<std::int64_t>& fileIds,
+             const std::string& etag);
+    // Whether one of these files is to be deleted.
+    bool Owes(const std::string& account, const std::vector<std::int64_t>& fileIds);
+    // Tries to delete what the call's account owes. Takes 15 s at most, and 2 s from when the call
+    // was to end: then too, because the console may not come here again for long.
     void Settle(ApiClient& api, const ApiCall& call);
 
 private:
@@ -31,12 +41,16 @@ private:
     {
         std::string account; // and service
         std::int64_t fileId = 0;
+        std::string etag;
         std::string journal; // its path, if it has one
     };
 
     void ReadOnce();
+    void Sweep() const;
+    bool IsTooOld(const Copy& copy) const;
 
     const std::string m_folder;
+    const WallClock m_wallTimeS;
     std::vector<Copy> m_owed;
     bool m_isRead = false;
 };

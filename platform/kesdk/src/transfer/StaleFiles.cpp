@@ -15,9 +15,6 @@ namespace kesdk::impl {
 
 namespace {
 
-// Not with std::filesystem: its library may have been built for times of 32 bits.
-constexpr std::int64_t kDayS = 24 * 60 * 60;
-constexpr std::int64_t kLongestAgeS = 7 * kDayS;
 // What the library before this one wrote is hardly older. Clocks that nobody has set show years.
 constexpr std::int64_t kLongestBeforeBuildS = 100 * kDayS;
 
@@ -46,7 +43,8 @@ std::vector<std::string> FilesIn(const std::string& folder,
     return files;
 }
 
-bool IsStale(const std::string& path, std::int64_t nowS)
+// Not with std::filesystem: its library may have been built for times of 32 bits.
+bool IsStale(const std::string& path, std::int64_t nowS, std::int64_t longestAgeS)
 {
     struct stat status = {};
     if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
@@ -57,7 +55,7 @@ bool IsStale(const std::string& path, std::int64_t nowS)
         ::utimensat(AT_FDCWD, path.c_str(), now, AT_SYMLINK_NOFOLLOW);
         return false;
     }
-    return nowS - writtenS > kLongestAgeS;
+    return nowS - writtenS > longestAgeS;
 }
 
 std::vector<std::string> StaleFiles(const std::string& folder,

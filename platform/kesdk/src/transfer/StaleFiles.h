@@ -13,13 +13,17 @@ namespace kesdk::impl {
 // wait for a week.
 using WallClock = std::function<std::int64_t()>;
 
+inline constexpr std::int64_t kDayS = 24 * 60 * 60;
+// As long as the service keeps an upload that nobody goes on with.
+inline constexpr std::int64_t kLongestAgeS = 7 * kDayS;
+
 // The regular files in the folder itself whose names are meant. None when it cannot be read.
 std::vector<std::string> FilesIn(const std::string& folder,
                                  const std::function<bool(std::string_view)>& isMeant);
 
-// Whether that is a regular file that was written longer ago than the service keeps an upload that
-// nobody goes on with: a week. What was written by a clock that was wrong begins its week now.
-bool IsStale(const std::string& path, std::int64_t nowS);
+// Whether that is a regular file that was written longer ago than that. The age of what was written
+// by a clock that was wrong begins now.
+bool IsStale(const std::string& path, std::int64_t nowS, std::int64_t longestAgeS = kLongestAgeS);
 
 // Those of them that are stale. None while the clock is wrong: nobody knows what is old then.
 std::vector<std::string> StaleFiles(const std::string& folder,

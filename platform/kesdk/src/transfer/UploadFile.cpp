@@ -26,11 +26,15 @@ bool IsSameTime(const timespec& left, const timespec& right)
     return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
 }
 
-bool IsSame(const struct stat& left, const struct stat& right)
+bool IsSameContent(const struct stat& left, const struct stat& right)
 {
     return left.st_dev == right.st_dev && left.st_ino == right.st_ino &&
-           left.st_size == right.st_size && IsSameTime(left.st_mtim, right.st_mtim) &&
-           IsSameTime(left.st_ctim, right.st_ctim);
+           left.st_size == right.st_size && IsSameTime(left.st_mtim, right.st_mtim);
+}
+
+bool IsSame(const struct stat& left, const struct stat& right)
+{
+    return IsSameContent(left, right) && IsSameTime(left.st_ctim, right.st_ctim);
 }
 
 ssize_t ReadAt(int file, char* buffer, std::size_t sizeBytes, std::int64_t offset)
@@ -124,6 +128,18 @@ bool UploadFile::IsUnchanged() const
     struct stat named = {};
     return ::fstat(m_file.Get(), &open) == 0 && ::stat(m_path.c_str(), &named) == 0 &&
            IsSame(open, m_opened) && IsSame(named, m_opened);
+}
+
+bool UploadFile::IsRemoved() const
+{
+    struct stat named = {};
+    return ::stat(m_path.c_str(), &named) != 0 && errno == ENOENT;
+}
+
+bool UploadFile::IsContentUnchanged() const
+{
+    struct stat open = {};
+    return ::fstat(m_file.Get(), &open) == 0 && IsSameContent(open, m_opened);
 }
 
 Failure UploadFile::HashUpTo(std::int64_t offsetBytes, const AbortCheck& abort)

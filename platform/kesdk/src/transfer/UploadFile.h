@@ -43,6 +43,10 @@ public:
 
     // Whether path and open file are still what they were when it was opened.
     bool IsUnchanged() const;
+    // Whether there is nothing under the path any more.
+    bool IsRemoved() const;
+    // Whether nobody has written to the open file, wherever it is now.
+    bool IsContentUnchanged() const;
 
 private:
     Failure HashUpTo(std::int64_t offsetBytes, const AbortCheck& abort);

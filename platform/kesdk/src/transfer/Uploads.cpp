@@ -4,6 +4,7 @@
 #include "base/Text.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace kesdk::impl {
@@ -36,6 +37,13 @@ std::vector<FileRecord> RecordsOf(const NewUpload& upload, const UploadRecord& r
     return files;
 }
 
+// Of the files that an upload made, which all hold the same; empty if nobody told.
+std::string EtagOf(const UploadRecord& result)
+{
+    const std::optional<Sha256::Digest> digest = FromReprDigest(result.reprDigest);
+    return digest ? '"' + ToHex(*digest) + '"' : std::string();
+}
+
 } // namespace
 
 Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::string& localPath,
@@ -57,8 +65,17 @@ Result<std::vector<FileRecord>> Uploads::Send(const ApiCall& call, const std::st
                 m_journal.Forget(job.origin);
             return result.failure;
         }
+        const bool isOwed = m_discards.Owes(job.call.account, result.value.fileIds);
         if (!IsAborted(job.call.abort))
             m_discards.Settle(m_api, job.call);
+        // A copy that is to go, however right it is: nobody may take it for what was sent.
+        if (isOwed) {
+            if (++job.fruitlessAnswers >= kMostFruitlessAnswers)
+                return Failure(EErrorCode::eBadReply, "the upload's result is to be deleted");
+            UseNewKey(job);
+            job.patience.SeeProgress(m_api.Http().Now());
+            continue;
+        }
         if (onReached)
             onReached();
         Sha256::Digest digest{};
@@ -247,22 +264,29 @@ bool Uploads::IsOwn(Job& job, const UploadRecord& result)
 }
 
 // What was committed must be what was read, and what was read must still be what is there: the
-// caller may remove the file next.
+// caller may remove the file next. Or nothing is there any more: then it has been kept in time.
 Failure Uploads::Verify(Job& job, const UploadRecord& result, Sha256::Digest& digest)
 {
     const Result<Sha256::Digest> computed = job.file.Digest(job.call.abort);
     Failure failure = computed.failure;
+    bool isLastCopy = false;
     if (computed) {
         digest = computed.value;
-        if (result.reprDigest != ToReprDigest(digest) || !job.file.IsUnchanged())
+        const bool isCommitted = result.reprDigest == ToReprDigest(digest);
+        const bool isUnchanged = job.file.IsUnchanged();
+        isLastCopy = isCommitted && !isUnchanged && job.file.IsRemoved();
+        if (!isCommitted || !(isUnchanged || (isLastCopy && job.file.IsContentUnchanged())))
             failure = Failure(EErrorCode::eFileChanged, "what the service committed is not what "
                                                         "is in the file now");
     }
     if (failure.Is(EErrorCode::eFileChanged) && IsOwn(job, result)) {
-        m_discards.Owe(job.call.account, result.fileIds);
-        m_discards.Settle(m_api, job.call);
+        // The network comes last: should the power go in the middle of it, nothing may lead a
+        // restarted console to a copy that is still to be deleted.
+        if (!isLastCopy)
+            m_discards.Owe(job.call.account, result.fileIds, EtagOf(result));
         m_keys.Spent(job.identity);
         m_journal.Forget(job.origin);
+        m_discards.Settle(m_api, job.call);
     }
     return failure;
 }

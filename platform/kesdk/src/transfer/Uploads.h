@@ -31,7 +31,8 @@ namespace kesdk::impl {
 // files that were removed since, and stores them anew.
 //
 // What was committed and is not what the file holds is deleted there; if the link does not carry
-// that now, with a later upload, also after a restart.
+// that now, with a later upload, also after a restart. Until then it is nobody's result. What was
+// committed and was all of a file that is gone since stays there: it may be the last copy.
 //
 // Errors: as Failure; the file stays as it is. Retry: safe, an upload that the service has already
 // committed is found again by its key.
@@ -41,8 +42,8 @@ public:
     explicit Uploads(ApiClient& api, std::string journalFolder = {},
                      WallClock wallTimeS = RealConsoleFacts().wallTimeS)
         : m_api(api),
-          m_journal(journalFolder, std::move(wallTimeS)),
-          m_discards(std::move(journalFolder))
+          m_journal(journalFolder, wallTimeS),
+          m_discards(std::move(journalFolder), std::move(wallTimeS))
     {}
 
     // The files that the upload made, in the order of the targets. The last thing it does is to see
