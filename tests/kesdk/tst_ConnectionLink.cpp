@@ -105,6 +105,24 @@ TEST_F(ConnectionLink, ALoginTriesNothingAgainAfterAMinute)
     }
 }
 
+TEST_F(ConnectionLink, ALoginWaitsForASnapshotThatTrickles)
+{
+    service.onRequest = [&](const std::string& line) {
+        if (line == "GET /v1/account")
+            time->Advance(std::chrono::seconds(590));
+    };
+    LogIn();
+    EXPECT_EQ(listener.States(), (States{1, 3}));
+    impl::HttpLimits limits;
+    for (const SentRequest& sent : service.Requests()) {
+        if (sent.Line() == "GET /v1/account")
+            limits = sent.request.limits;
+    }
+    EXPECT_EQ(limits.total, std::chrono::seconds(600));
+    EXPECT_EQ(limits.head, std::chrono::seconds(30)) << "but it begins soon";
+    EXPECT_EQ(limits.stallWindow, std::chrono::seconds(30)) << "and goes on";
+}
+
 TEST_F(ConnectionLink, FetchesTheSnapshotAnewWhenItCannotResume)
 {
     LogIn();

@@ -19,10 +19,12 @@ constexpr RetryPolicy kStreamPolicy{3, milliseconds(1'000), milliseconds(30'000)
 constexpr seconds kLastingStream{10};
 constexpr seconds kEndOnServiceLimit{2};
 // The operator waits for a login and cannot end it: so long after the service has taken the
-// password nothing is tried again, and the snapshot, however slowly it comes, is there or has
-// failed.
+// password nothing is tried again.
 constexpr seconds kLoginLimit{60};
-constexpr seconds kSnapshotLimit{120};
+// A snapshot may trickle for long, because without one nobody gets in; but it has to begin soon,
+// and where nothing moves the transport's stall window ends it.
+constexpr seconds kSnapshotLimit{600};
+constexpr seconds kSnapshotHeadLimit{30};
 
 void Forget(std::wstring& secret)
 {
@@ -132,6 +134,7 @@ Result<AccountRecord> SessionThread::AskAccount(const Progress& progress)
     const RetryPolicy policy = call.policy;
     call.policy.attempts = 1;
     call.limits.total = kSnapshotLimit;
+    call.limits.head = kSnapshotHeadLimit;
     for (int attempt = 1;; ++attempt) {
         Result<AccountRecord> account = m_parts.api.GetAccount(call);
         const Failure& failure = account.failure;
