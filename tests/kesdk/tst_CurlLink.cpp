@@ -17,6 +17,8 @@ using CurlLink = CurlTransportTest;
 
 // Fits into what the kernel holds for a connection, at once.
 constexpr std::int64_t kHeldBytes = 768 * 1024;
+// What the peer's side of it takes without being asked, whatever the system's defaults are.
+constexpr int kPeerBufferBytes = 64 * 1024;
 
 class Zeros : public BodySource
 {
@@ -37,6 +39,13 @@ private:
     const std::int64_t m_sizeBytes;
     std::int64_t m_givenBytes = 0;
 };
+
+// Has the handshake, which may take long, over before a short window begins: the peer's answer to
+// a first request on the same connection.
+int Connect(CurlTransport& transport)
+{
+    return transport.Perform(HttpRequest(), {}).response.status;
+}
 
 // Hands out leave to go on, once for each that was given.
 class Leave
@@ -126,15 +135,19 @@ TEST_F(CurlLink, WaitsForWhatTheKernelHoldsAsLongAsItGetsLess)
     constexpr std::size_t kPieceBytes = 128 * 1024;
     constexpr std::int64_t kBodyBytes = 12 * kPieceBytes;
     Leave leave;
-    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
+    const auto takeByPieces = [&](TlsPeer::Session& session) {
+        session.ReadHead();
+        session.Write(kHello);
         session.ReadHead();
         for (std::int64_t read = 0; read < kBodyBytes; read += kPieceBytes) {
             leave.Take();
             session.Read(kPieceBytes);
         }
         session.Write(kHello);
-    });
+    };
+    TlsPeer peer(GoodIdentity(), takeByPieces, TLS1_3_VERSION, kPeerBufferBytes);
     CurlTransport transport(peer.Url(), Trust());
+    ASSERT_EQ(Connect(transport), 200);
     Zeros zeros(kBodyBytes);
     request.method = "PATCH";
     request.source = &zeros;
@@ -154,17 +167,23 @@ TEST_F(CurlLink, WaitsForWhatTheKernelHoldsAsLongAsItGetsLess)
 TEST_F(CurlLink, GivesUpWhatTheKernelHoldsAndNobodyTakes)
 {
     Leave isOver;
-    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
+    const auto takeNothing = [&](TlsPeer::Session& session) {
+        session.ReadHead();
+        session.Write(kHello);
         session.ReadHead();
         isOver.Take();
-    });
+    };
+    TlsPeer peer(GoodIdentity(), takeNothing, TLS1_3_VERSION, kPeerBufferBytes);
     CurlTransport transport(peer.Url(), Trust());
+    const int connected = Connect(transport);
     Zeros zeros(kHeldBytes);
     request.method = "PATCH";
     request.source = &zeros;
     request.limits.stallWindow = 300ms;
     EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
     EXPECT_TRUE(zeros.IsGiven()) << "the kernel has taken it for sent";
+    EXPECT_EQ(connected, 200);
+    EXPECT_EQ(peer.ConnectionCount(), 1) << "the window held no handshake";
     isOver.Give();
 }
 

@@ -54,9 +54,10 @@ void TlsPeer::Session::WaitForEnd()
     }
 }
 
-TlsPeer::TlsPeer(Identity identity, Script script, int mostVersion)
+TlsPeer::TlsPeer(Identity identity, Script script, int mostVersion, int receiveBufferBytes)
     : m_identity(std::move(identity)),
       m_script(std::move(script)),
+      m_receiveBufferBytes(receiveBufferBytes),
       m_context(SSL_CTX_new(TLS_server_method()))
 {
     std::signal(SIGPIPE, SIG_IGN);
@@ -76,6 +77,10 @@ TlsPeer::TlsPeer(std::string plainAnswer) : m_plainAnswer(std::move(plainAnswer)
 void TlsPeer::Listen()
 {
     m_listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    // Before it listens: a connection takes it over, and the system leaves it as it is.
+    if (m_receiveBufferBytes > 0)
+        ::setsockopt(m_listener, SOL_SOCKET, SO_RCVBUF, &m_receiveBufferBytes,
+                     sizeof m_receiveBufferBytes);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);

@@ -36,7 +36,9 @@ public:
     };
     using Script = std::function<void(Session&)>;
 
-    TlsPeer(Identity identity, Script script, int mostVersion = TLS1_3_VERSION);
+    // A receive buffer of 0 bytes is one of the system's choice.
+    TlsPeer(Identity identity, Script script, int mostVersion = TLS1_3_VERSION,
+            int receiveBufferBytes = 0);
     // Speaks no TLS at all: answers whatever comes first with these bytes.
     explicit TlsPeer(std::string plainAnswer);
     ~TlsPeer();
@@ -62,6 +64,7 @@ private:
     Identity m_identity;
     Script m_script;
     const std::string m_plainAnswer;
+    const int m_receiveBufferBytes = 0;
     std::unique_ptr<SSL_CTX, FreeContext> m_context;
     int m_listener = -1;
     int m_port = 0;
