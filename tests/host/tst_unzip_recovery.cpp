@@ -5,6 +5,8 @@
 #include "files/TStagingFolder.h"
 #include "support/TestMain.h"
 
+#include <QtCore/QElapsedTimer>
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -88,6 +90,7 @@ private Q_SLOTS:
     void recoversTwice();
     void recoversBeforeTheNextArchive();
     void doesNotWaitForeverForSomebodyElse();
+    void waitsForAllFoldersTogether();
     void keepsWhatCameInBetween();
     void acceptsAMissingFolder();
 };
@@ -218,6 +221,33 @@ void tst_UnzipRecovery::doesNotWaitForeverForSomebodyElse()
     }
     QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
     QCOMPARE(fixture.Content(), contentBefore);
+}
+
+// The main thread waits for them: each on its own would take it a minute here.
+void tst_UnzipRecovery::waitsForAllFoldersTogether()
+{
+    constexpr int TIMES = 60;
+    constexpr qint64 HANG_GUARD_MS = 30000;
+    TUnzipFixture held;
+    TUnzipFixture free;
+    QVERIFY(free.SetContent(contentBefore));
+    QVERIFY(THalfDone(free.Destination()).Stage());
+    QVERIFY(held.SetContent(contentBefore));
+    const TDescriptor others(::open(QFile::encodeName(held.Destination()).constData(),
+                                    O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    QCOMPARE(::flock(others.Get(), LOCK_EX), 0);
+    QStringList folders;
+    for (int i = 0; i < TIMES; ++i) {
+        folders << held.Destination();
+    }
+    folders << free.Destination();
+    QElapsedTimer taken;
+    taken.start();
+    const QStringList problems = RecoverUnpacking(folders);
+    QVERIFY(taken.elapsed() < HANG_GUARD_MS);
+    QCOMPARE(problems.size(), TIMES);
+    QVERIFY(problems.constFirst().contains(held.Destination()));
+    QCOMPARE(free.Content(), contentBefore);
 }
 
 // Killed while it was being undone.

@@ -4,6 +4,7 @@
 #include "host/HostExport.h"
 
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 #include <cstdint>
 
@@ -32,5 +33,9 @@ CONSOLEHOST_EXPORT bool Unzip(const QString& archive, const QString& destination
 // False if it failed, or if somebody else has been unpacking there for a second; it may be tried
 // again, and the next Unzip does. From any thread; blocking.
 CONSOLEHOST_EXPORT bool RecoverUnpacking(const QString& destinationFolder, QString& errorText);
+
+// The same for several folders, one after the other; what went wrong with which. All together wait
+// for others for a second at most.
+CONSOLEHOST_EXPORT QStringList RecoverUnpacking(const QStringList& destinationFolders);
 
 } // namespace hostimpl

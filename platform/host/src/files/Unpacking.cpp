@@ -15,9 +15,11 @@
 #include "files/TStagingFolder.h"
 #include "framework/HostLog.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QFile>
 #include <QtCore/QThread>
 
+#include <algorithm>
 #include <cerrno>
 
 #include <fcntl.h>
@@ -28,23 +30,22 @@ namespace {
 using namespace hostimpl;
 
 constexpr unsigned long LOOK_EVERY_MS = 50;
-
-// How often it is looked whether others have let go of the folder.
-enum class EPatience : int { eAsLongAsItTakes = -1, eOneSecond = 20 };
+constexpr qint64 RECOVERY_WAITS_MS = 1000;
 
 // Opens a folder and keeps others, also of other processes, from unpacking into it. The system ends
 // the lock with the descriptor, however the process ends. Not valid, and errno says why, when it
-// cannot be had.
-TDescriptor LockFolder(const QString& path, EPatience patience)
+// cannot be had before the deadline.
+TDescriptor LockFolder(const QString& path, const QDeadlineTimer& deadline)
 {
     TDescriptor folder(
         ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    const bool waits = patience == EPatience::eAsLongAsItTakes;
-    int looksLeft = static_cast<int>(patience);
+    const bool waits = deadline.isForever();
     while (folder.IsValid() && ::flock(folder.Get(), waits ? LOCK_EX : LOCK_EX | LOCK_NB) != 0) {
         const int error = errno;
-        if (error == EWOULDBLOCK && looksLeft-- > 0) {
-            QThread::msleep(LOOK_EVERY_MS);
+        if (error == EWOULDBLOCK && !deadline.hasExpired()) {
+            // Not past the deadline, but at least once more at it.
+            const qint64 left = std::max<qint64>(deadline.remainingTime(), 0);
+            QThread::msleep(std::min(LOOK_EVERY_MS, static_cast<unsigned long>(left)));
         } else if (error != EINTR) {
             folder = TDescriptor();
             errno = error;
@@ -132,12 +133,10 @@ bool MoveIntoPlace(const TStagingFolder& staging, int destination, bool& isUndon
     return isPlaced;
 }
 
-} // namespace
-
-bool hostimpl::RecoverUnpacking(const QString& destinationFolder, QString& errorText)
+bool Recover(const QString& destinationFolder, const QDeadlineTimer& deadline, QString& errorText)
 {
     errorText.clear();
-    const TDescriptor destination = LockFolder(destinationFolder, EPatience::eOneSecond);
+    const TDescriptor destination = LockFolder(destinationFolder, deadline);
     if (!destination.IsValid()) {
         if (errno == ENOENT) {
             return true;
@@ -149,6 +148,26 @@ bool hostimpl::RecoverUnpacking(const QString& destinationFolder, QString& error
     return UndoLeftover(destinationFolder, destination.Get(), errorText);
 }
 
+} // namespace
+
+QStringList hostimpl::RecoverUnpacking(const QStringList& destinationFolders)
+{
+    const QDeadlineTimer deadline(RECOVERY_WAITS_MS);
+    QStringList errorTexts;
+    for (const QString& folder : destinationFolders) {
+        QString errorText;
+        if (!Recover(folder, deadline, errorText)) {
+            errorTexts << errorText;
+        }
+    }
+    return errorTexts;
+}
+
+bool hostimpl::RecoverUnpacking(const QString& destinationFolder, QString& errorText)
+{
+    return Recover(destinationFolder, QDeadlineTimer(RECOVERY_WAITS_MS), errorText);
+}
+
 bool hostimpl::Unzip(const QString& archive, const QString& destinationFolder,
                      const TUnpackLimits& limits, QString& errorText)
 {
@@ -157,7 +176,8 @@ bool hostimpl::Unzip(const QString& archive, const QString& destinationFolder,
     if (!reader.Open(errorText)) {
         return false;
     }
-    const TDescriptor destination = LockFolder(destinationFolder, EPatience::eAsLongAsItTakes);
+    const TDescriptor destination =
+        LockFolder(destinationFolder, QDeadlineTimer(QDeadlineTimer::Forever));
     if (!destination.IsValid()) {
         errorText = QStringLiteral("The folder %1 cannot be opened: %2.")
                         .arg(destinationFolder, SystemError(errno));

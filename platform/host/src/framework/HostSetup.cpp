@@ -31,13 +31,10 @@ bool hostimpl::SetUpHost(const QString& dataFolder, QString& errorText)
     if (!problem.isEmpty()) {
         TellDealer(config, problem);
     }
-    const QStringList folders = DownloadFolders();
-    for (const QString& folder : folders) {
-        QString text;
-        if (!RecoverUnpacking(folder, text)) {
-            qCWarning(lcHost, "%s", qUtf8Printable(text));
-            TellDealer(config, text);
-        }
+    const QStringList problems = RecoverUnpacking(DownloadFolders());
+    for (const QString& text : problems) {
+        qCWarning(lcHost, "%s", qUtf8Printable(text));
+        TellDealer(config, text);
     }
     return true;
 }
