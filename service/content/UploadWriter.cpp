@@ -12,7 +12,7 @@ namespace kelvo::content {
 
 namespace {
 
-constexpr std::size_t readChunkBytes = 256 * 1024;
+constexpr std::size_t catchUpChunkBytes = 256 * 1024;
 /** Asking the kernel to write in such steps leaves little to wait for at the end. */
 constexpr std::uint64_t flushStepBytes = 8 * 1024 * 1024;
 
@@ -56,9 +56,9 @@ void UploadWriter::digestExisting()
     if (::lseek(file_.get(), 0, SEEK_SET) < 0) {
         throwErrno("lseek");
     }
-    const auto buffer = std::make_unique<char[]>(readChunkBytes);
+    const auto buffer = std::make_unique<char[]>(catchUpChunkBytes);
     for (;;) {
-        const ssize_t got = ::read(file_.get(), buffer.get(), readChunkBytes);
+        const ssize_t got = ::read(file_.get(), buffer.get(), catchUpChunkBytes);
         if (got == 0) {
             return; // the file position is at its end now, where append() continues
         }

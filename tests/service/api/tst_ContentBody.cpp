@@ -61,7 +61,8 @@ protected:
         std::string all;
         std::string buffer(256 * 1024, '\0');
         while (!bodiless && all.size() < announced) {
-            const auto wanted = std::min(buffer.size(), announced - all.size());
+            const auto wanted = static_cast<std::size_t>(
+                std::min<std::uint64_t>(buffer.size(), announced - all.size()));
             const auto got = loop.run(source.read(asio::buffer(buffer.data(), wanted)));
             if (got == 0) {
                 break;
@@ -88,7 +89,7 @@ protected:
         EXPECT_EQ(integrity.damagedReads(), before + 1);
     }
 
-    std::size_t announced = 0;
+    std::uint64_t announced = 0;
 };
 
 TEST_F(ContentBodies, AreWhatWasStored)
