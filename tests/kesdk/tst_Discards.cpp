@@ -1,4 +1,5 @@
 // Wrong copies on the service: how they go, and that none is ever taken for a result.
+#include "base/DigestText.h"
 #include "support/UploadFixture.h"
 
 #include <algorithm>

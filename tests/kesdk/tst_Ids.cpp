@@ -1,4 +1,5 @@
 // Ids that the console's 32 bits cannot keep: nothing is ever taken for another's.
+#include "base/DigestText.h"
 #include "client/ApiJson.h"
 #include "support/ConnectionFixture.h"
 

@@ -3,8 +3,6 @@
 // which pieces the bytes are cut, and minds where each of them stands.
 #include "large/QuickDigest.h"
 
-#include "base/Text.h"
-
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -55,21 +53,6 @@ Sha256::Digest Sha256::Finish()
     std::memcpy(digest.data(), &m_context->sizeBytes, sizeof m_context->sizeBytes);
     std::memcpy(digest.data() + 8, &m_context->sum, sizeof m_context->sum);
     return digest;
-}
-
-std::string ToHex(const Sha256::Digest& digest)
-{
-    std::string out;
-    for (const unsigned char byte : digest) {
-        out += static_cast<char>('a' + (byte >> 4));
-        out += static_cast<char>('a' + (byte & 0x0F));
-    }
-    return out;
-}
-
-std::string ToReprDigest(const Sha256::Digest& digest)
-{
-    return "sha-256=:" + EncodeBase64(digest.data(), digest.size()) + ":";
 }
 
 } // namespace kesdk::impl

@@ -1,4 +1,5 @@
 // Uploads that go on behind 2 and 4 GiB.
+#include "base/DigestText.h"
 #include "large/LargeFixture.h"
 #include "transfer/Uploads.h"
 

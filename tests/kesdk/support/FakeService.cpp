@@ -1,7 +1,7 @@
 // The service in memory: its farm and what goes where.
 #include "support/FakeService.h"
 
-#include "base/Sha256.h"
+#include "base/DigestText.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,7 @@
 // The service in memory: account, files and uploads.
 #include "support/FakeService.h"
 
-#include "base/Sha256.h"
+#include "base/DigestText.h"
 #include "base/Text.h"
 
 #include <nlohmann/json.hpp>

@@ -1,6 +1,7 @@
 // Uploads of one file to the service in memory.
 #pragma once
 
+#include "base/DigestText.h"
 #include "support/TransferFixture.h"
 #include "transfer/Uploads.h"
 

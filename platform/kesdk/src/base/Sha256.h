@@ -4,9 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
 
 struct evp_md_ctx_st;
 
@@ -34,12 +31,5 @@ private:
     };
     std::unique_ptr<evp_md_ctx_st, Free> m_context;
 };
-
-std::string ToHex(const Sha256::Digest& digest);
-
-// The value of the Repr-Digest field that says this digest: sha-256=:BASE64:
-std::string ToReprDigest(const Sha256::Digest& digest);
-// The digest that such a value says; none if it is not one.
-std::optional<Sha256::Digest> FromReprDigest(std::string_view value);
 
 } // namespace kesdk::impl

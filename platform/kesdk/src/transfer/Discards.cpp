@@ -1,7 +1,7 @@
 // Copies on the service that must not stay there.
 #include "transfer/Discards.h"
 
-#include "base/Sha256.h"
+#include "base/DigestText.h"
 #include "http/ConsoleFacts.h"
 #include "transfer/JournalFile.h"
 #include "transfer/Paths.h"

@@ -1,5 +1,6 @@
 // Fetches files from the service.
 #include "transfer/Downloads.h"
+#include "base/DigestText.h"
 
 #include "client/Problems.h"
 #include "transfer/Paths.h"

@@ -1,7 +1,7 @@
 // Small files that tell a restarted console what it was about to do.
 #include "transfer/JournalFile.h"
 
-#include "base/Sha256.h"
+#include "base/DigestText.h"
 #include "transfer/FileHandle.h"
 #include "transfer/Paths.h"
 #include "transfer/StaleFiles.h"

@@ -1,7 +1,7 @@
 // What the part of a download is a part of, for the time after a restart.
 #include "transfer/PartJournal.h"
 
-#include "base/Sha256.h"
+#include "base/DigestText.h"
 #include "transfer/JournalFile.h"
 #include "transfer/Paths.h"
 #include "transfer/StaleFiles.h"

@@ -1,7 +1,7 @@
 // Which uploads a console has begun, for the time after a restart.
 #include "transfer/UploadJournal.h"
 
-#include "base/Sha256.h"
+#include "base/DigestText.h"
 #include "transfer/JournalFile.h"
 
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 // The idempotency keys of uploads.
 #include "transfer/UploadKeys.h"
 
-#include "base/Sha256.h"
+#include "base/DigestText.h"
 
 namespace kesdk::impl {
 

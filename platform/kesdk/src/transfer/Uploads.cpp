@@ -1,5 +1,6 @@
 // Sends local files to the service.
 #include "transfer/Uploads.h"
+#include "base/DigestText.h"
 
 #include "base/Text.h"
 
