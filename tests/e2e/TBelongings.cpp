@@ -46,19 +46,14 @@ TBelongings TBelongings::Now()
 
 double TRoundRecord::HeapBytesARound() const
 {
-    const auto median = [this](int begin, int end) {
-        std::vector<qint64> values;
-        for (int i = begin; i < end; ++i)
-            values.push_back(m_rounds[i].heapBytes);
-        const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-        std::nth_element(values.begin(), middle, values.end());
-        return *middle;
-    };
     const int rounds = m_rounds.size();
-    const int settled = rounds / 10;
-    const int part = (rounds - settled) / 3;
-    const qint64 growth = median(rounds - part, rounds) - median(settled, settled + part);
-    return static_cast<double>(growth) / (rounds - settled - part);
+    const int stretch = rounds / 10;
+    std::vector<qint64> added;
+    for (int i = stretch; i + stretch < rounds; ++i)
+        added.push_back(m_rounds[i + stretch].heapBytes - m_rounds[i].heapBytes);
+    const auto middle = added.begin() + static_cast<std::ptrdiff_t>(added.size() / 2);
+    std::nth_element(added.begin(), middle, added.end());
+    return static_cast<double>(*middle) / stretch;
 }
 
 QString TRoundRecord::ToText() const
