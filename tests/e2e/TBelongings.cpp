@@ -47,9 +47,9 @@ TBelongings TBelongings::Now()
 double TRoundRecord::HeapBytesARound() const
 {
     const int rounds = m_rounds.size();
-    const int stretch = rounds / 10;
+    const int stretch = rounds / 4;
     std::vector<qint64> added;
-    for (int i = stretch; i + stretch < rounds; ++i)
+    for (int i = rounds / 10; i + stretch < rounds; ++i)
         added.push_back(m_rounds[i + stretch].heapBytes - m_rounds[i].heapBytes);
     const auto middle = added.begin() + static_cast<std::ptrdiff_t>(added.size() / 2);
     std::nth_element(added.begin(), middle, added.end());

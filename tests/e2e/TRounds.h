@@ -14,7 +14,7 @@ class TRounds
 {
 public:
     // What is forgiven: less than any object of ours takes that could be forgotten.
-    static constexpr double HEAP_BYTES_A_ROUND = 50;
+    static constexpr double HEAP_BYTES_A_ROUND = 80;
 
     // Each returns what went wrong; empty if nothing did.
     QString Load();
