@@ -30,7 +30,8 @@ public:
     const TBelongings& Settled() const { return m_rounds[m_rounds.size() / 10]; }
     const TBelongings& Last() const { return m_rounds.last(); }
     // Allocated bytes that each round adds: the median of what every stretch of a quarter of the
-    // rounds added, after the settling. What was made once, at whatever time, is in fewer than half.
+    // rounds added, after the settling. What was made once, at whatever time, is in fewer than
+    // half.
     double HeapBytesARound() const;
     // Figures for people.
     QString ToText() const;
