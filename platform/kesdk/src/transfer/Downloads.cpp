@@ -1,7 +1,7 @@
 // Fetches files from the service.
 #include "transfer/Downloads.h"
-#include "base/DigestText.h"
 
+#include "base/DigestText.h"
 #include "client/Problems.h"
 #include "transfer/Paths.h"
 #include "transfer/TransferPolicy.h"

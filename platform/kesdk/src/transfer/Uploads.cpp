@@ -1,7 +1,7 @@
 // Sends local files to the service.
 #include "transfer/Uploads.h"
-#include "base/DigestText.h"
 
+#include "base/DigestText.h"
 #include "base/Text.h"
 
 #include <algorithm>
