@@ -8,15 +8,18 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 import tempfile
 import threading
 import unittest
 from pathlib import Path
 
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
+
+from tracing import BEGUN_CALL, tracing_works
+
 GUARD_SECONDS = 240  # only ends what hangs
 BEGIN, END = "mark: loading begins", "mark: Initialise has returned"
-# "1234 openat(AT_FDCWD</tmp>, "/etc/hosts", O_RDONLY) = 3</etc/hosts>"; how a call ends may come in a line of its own.
-LINE = re.compile(r"^(?P<thread>\d+) +(?P<call>\w+)\((?P<rest>.*)$")
 NETWORK = {"socket", "socketpair", "connect", "bind", "listen", "accept", "accept4", "getsockname", "getpeername",
            "sendto", "sendmsg", "sendmmsg", "recvfrom", "recvmsg", "recvmmsg", "setsockopt", "getsockopt", "shutdown"}
 DATA = {"read", "pread64", "readv", "preadv", "write", "pwrite64", "writev", "pwritev"}
@@ -32,18 +35,10 @@ ALLOWED = {
 }
 
 
-def tracing_works():
-    strace = shutil.which("strace")
-    if not strace:
-        return False
-    result = subprocess.run([strace, "-f", "-o", os.devnull, "true"], capture_output=True, timeout=GUARD_SECONDS, check=False)
-    return result.returncode == 0
-
-
 def calls_of(trace):
     """(thread, call, arguments) of each call in the order in which they begin."""
     with open(trace, encoding="utf-8", errors="replace") as file:
-        matches = (LINE.match(line.rstrip("\n")) for line in file)
+        matches = (BEGUN_CALL.match(line.rstrip("\n")) for line in file)
         return [(match["thread"], match["call"], match["rest"]) for match in matches if match]
 
 

@@ -7,10 +7,14 @@ at any point must find. Without strace, or where tracing is forbidden, the test 
 import json
 import os
 import re
-import shutil
 import signal
-import subprocess
+import sys
 import unittest
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
+
+from tracing import BEGUN_CALL, tracing_works
 
 from kelvowire.farm import log_in, make_inbox, settle
 from kelvowire.http import sha256_hex
@@ -18,18 +22,8 @@ from kelvowire.needs import needs
 from kelvowire.service import GUARD_SECONDS, Service
 
 CALLS = "fsync,fdatasync,sync_file_range,rename,renameat,renameat2,link,linkat,unlink,unlinkat,write,sendto,sendmsg"
-# "1234 fdatasync(7</data/uploads/ab>) = 0"; with threads a call may come in two lines, and counts when it is done.
-LINE = re.compile(r"^(?P<thread>\d+) +(?P<call>\w+)\((?P<rest>.*)$")
 RESUMED = re.compile(r"^(?P<thread>\d+) +<\.\.\. (?P<call>\w+) resumed>(?P<rest>.*)$")
 UNFINISHED = " <unfinished ...>"
-
-
-def tracing_works():
-    strace = shutil.which("strace")
-    if not strace:
-        return False
-    result = subprocess.run([strace, "-f", "-o", os.devnull, "true"], capture_output=True, timeout=GUARD_SECONDS, check=False)
-    return result.returncode == 0
 
 
 class TracedService(Service):
@@ -55,7 +49,7 @@ class TracedService(Service):
                 if resumed := RESUMED.match(line):
                     text = begun.pop(resumed["thread"], "") + resumed["rest"]
                     call = resumed["call"]
-                elif whole := LINE.match(line):
+                elif whole := BEGUN_CALL.match(line):
                     call, text = whole["call"], whole["rest"]
                     if text.endswith(UNFINISHED):
                         begun[whole["thread"]] = text[:-len(UNFINISHED)]

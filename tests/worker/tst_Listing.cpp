@@ -1,11 +1,11 @@
 // What an inbox's listing holds.
 #include "support/GuiTestMain.h"
+#include "tests/worker/Listings.h"
 #include "tests/worker/TProjectsOnly.h"
 
 #include <QtTest/QtTest>
 
 using fakes::FakeOperation;
-using kesdk::api::EnterpriseResource;
 
 class tst_Listing : public kelvo::test::TTestCase
 {
@@ -32,30 +32,6 @@ private Q_SLOTS:
     void aFailedQueryIsAnEmptyListing();
     void startsFromScratchEachTime();
 };
-
-namespace {
-
-constexpr std::int64_t TWO_31 = 1LL << 31;
-constexpr std::int64_t TWO_32 = 1LL << 32;
-
-EnterpriseResource Entry(std::int64_t id, const wchar_t* name, std::int32_t kind = 4)
-{
-    EnterpriseResource entry;
-    entry.id = id;
-    entry.kind = kind;
-    entry.name = name;
-    return entry;
-}
-
-KelvoFileInfoList LastListing(const fakes::SignalLog& log)
-{
-    return log.Of(QStringLiteral("NewKelvoProjectFilesList"))
-        .last()
-        .arguments.at(1)
-        .value<KelvoFileInfoList>();
-}
-
-} // namespace
 
 void tst_Listing::theSuffixRule_data()
 {

@@ -2,6 +2,7 @@
 // them is never another's.
 #include "support/GuiTestMain.h"
 #include "tests/host/FileDates.h"
+#include "tests/worker/Listings.h"
 #include "tests/worker/TDownload.h"
 #include "tests/worker/TEmptyFarm.h"
 #include "tests/worker/TProjectsOnly.h"
@@ -9,7 +10,6 @@
 #include <QtTest/QtTest>
 
 using fakes::FakeOperation;
-using kesdk::api::EnterpriseResource;
 
 class tst_WideIds : public kelvo::test::TTestCase
 {
@@ -25,36 +25,12 @@ private Q_SLOTS:
     void archivesOfTheFarFutureAreUnpacked();
 };
 
-namespace {
-
-constexpr std::int64_t TWO_31 = 1LL << 31;
-constexpr std::int64_t TWO_32 = 1LL << 32;
-
-EnterpriseResource FileEntry(std::int64_t id, const wchar_t* name)
-{
-    EnterpriseResource entry;
-    entry.id = id;
-    entry.kind = kesdk::api::eFileResource;
-    entry.name = name;
-    return entry;
-}
-
-KelvoFileInfoList LastListing(const fakes::SignalLog& log)
-{
-    return log.Of(QStringLiteral("NewKelvoProjectFilesList"))
-        .last()
-        .arguments.at(1)
-        .value<KelvoFileInfoList>();
-}
-
-} // namespace
-
 // In the listing both files bear the same number.
 void tst_WideIds::whatLooksLikeAnotherFileIsNeitherFetchedNorDeleted()
 {
     TDownload f;
     const std::int64_t other = f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
-    f.Farm().AddRawEntry(f.Inbox(ePivots), FileEntry(TWO_32 + other, L"b.zip"));
+    f.Farm().AddRawEntry(f.Inbox(ePivots), Entry(TWO_32 + other, L"b.zip"));
     f.Start();
     f.worker->RefreshToConsoleFileList(ePivots, false, 0);
     const KelvoFileInfoList listed = LastListing(f.workerLog);
@@ -76,7 +52,7 @@ void tst_WideIds::whatLooksLikeAnotherFileIsNeitherFetchedNorDeleted()
 void tst_WideIds::whatLooksLikeAnInboxIsNoFile()
 {
     TDownload f;
-    f.Farm().AddRawEntry(f.Inbox(ePivots), FileEntry(TWO_32 + f.Inbox(eCurves), L"b.zip"));
+    f.Farm().AddRawEntry(f.Inbox(ePivots), Entry(TWO_32 + f.Inbox(eCurves), L"b.zip"));
     f.Start();
     f.worker->RefreshToConsoleFileList(ePivots, false, 0);
     const KelvoFileInfoList listed = LastListing(f.workerLog);

@@ -2,6 +2,7 @@
 #include "service/store/Errors.h"
 #include "service/store/Farms.h"
 #include "service/store/Schema.h"
+#include "tests/service/support/DialectAround.h"
 #include "tests/service/support/OtherProgram.h"
 #include "tests/service/support/TemporaryFolder.h"
 
@@ -16,18 +17,18 @@ namespace kelvo::test {
 namespace {
 
 /** Tells of each commit before it is tried, and waits for nobody. */
-class WatchedDialect final : public store::Dialect
+class WatchedDialect final : public DialectAround
 {
 public:
     using Watch = std::function<void()>;
 
     WatchedDialect(std::unique_ptr<store::Dialect> real, std::shared_ptr<Watch> beforeCommit)
-        : real_(std::move(real)), beforeCommit_(std::move(beforeCommit))
+        : DialectAround(std::move(real)), beforeCommit_(std::move(beforeCommit))
     {}
 
     std::unique_ptr<soci::session> connect() const override
     {
-        auto session = real_->connect();
+        auto session = connectReally();
         *session << "PRAGMA busy_timeout = 0";
         session->set_query_transformation([watch = beforeCommit_](const std::string& query) {
             if (query == "COMMIT" && *watch) {
@@ -38,12 +39,7 @@ public:
         return session;
     }
 
-    const char* beginRead() const override { return real_->beginRead(); }
-    const char* beginWrite() const override { return real_->beginWrite(); }
-    void translate(const std::exception& error) const override { real_->translate(error); }
-
 private:
-    std::unique_ptr<store::Dialect> real_;
     std::shared_ptr<Watch> beforeCommit_;
 };
 

@@ -1,7 +1,7 @@
 // A database whose commits can be told to fail after they are done.
 #pragma once
 
-#include "service/store/Dialect.h"
+#include "tests/service/support/DialectAround.h"
 
 #include <soci/soci.h>
 
@@ -18,16 +18,16 @@ struct Doubt
     std::atomic<bool> strikes{false}; // the next COMMIT stands, but is reported as failed
 };
 
-class DoubtfulDialect final : public store::Dialect
+class DoubtfulDialect final : public DialectAround
 {
 public:
     DoubtfulDialect(std::unique_ptr<store::Dialect> real, std::shared_ptr<Doubt> doubt)
-        : real_(std::move(real)), doubt_(std::move(doubt))
+        : DialectAround(std::move(real)), doubt_(std::move(doubt))
     {}
 
     std::unique_ptr<soci::session> connect() const override
     {
-        auto session = real_->connect();
+        auto session = connectReally();
         session->set_query_transformation(
             [doubt = doubt_, raw = session.get()](const std::string& query) {
                 if (query == "COMMIT" && doubt->strikes.exchange(false)) {
@@ -38,12 +38,7 @@ public:
         return session;
     }
 
-    const char* beginRead() const override { return real_->beginRead(); }
-    const char* beginWrite() const override { return real_->beginWrite(); }
-    void translate(const std::exception& error) const override { real_->translate(error); }
-
 private:
-    std::unique_ptr<store::Dialect> real_;
     std::shared_ptr<Doubt> doubt_;
 };
 
