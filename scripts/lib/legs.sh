@@ -14,22 +14,23 @@ tests() {
     ctest --preset "$preset" "$@" | tee "build/$preset/tests.log"
 }
 
+# built_and_tested PRESET [CTEST-ARGUMENT...]: all of it built, those tests run
+built_and_tested() {
+    configure "$1"
+    build "$1"
+    tests "$@"
+}
+
 leg_day() {
-    configure check
-    build check
-    tests check --label-exclude '^slow$'
+    built_and_tested check --label-exclude '^slow$'
 }
 
 leg_check() {
-    configure check
-    build check
-    tests check --exclude-regex '^packaging\.|_1000$'
+    built_and_tested check --exclude-regex '^packaging\.|_1000$'
 }
 
 leg_rounds() {
-    configure check
-    build check
-    tests check --tests-regex '_1000$'
+    built_and_tested check --tests-regex '_1000$'
 }
 
 # The packages' tests need no other test's program. A second build in another folder has to give the
@@ -41,15 +42,11 @@ leg_packages() {
 }
 
 leg_unit() {
-    configure check
-    build check
-    tests check --label-exclude '^(e2e|wire|crash|slow)$'
+    built_and_tested check --label-exclude '^(e2e|wire|crash|slow)$'
 }
 
 leg_e2e() {
-    configure check
-    build check
-    tests check --label-regex '^e2e$'
+    built_and_tested check --label-regex '^e2e$'
 }
 
 # The sanitizers' legs try what runs on the console, on the service as it is shipped.
@@ -77,15 +74,11 @@ leg_tsan() {
 
 # Its own tests, and those over HTTP; the wire's run what was built with the sanitizer.
 leg_asan-service() {
-    configure asan-service
-    build asan-service
-    tests asan-service
+    built_and_tested asan-service
 }
 
 leg_tsan-service() {
-    configure tsan-service
-    build tsan-service
-    tests tsan-service
+    built_and_tested tsan-service
 }
 
 # tests/arm-excluded.txt tells which tests cannot run in an emulator, and why.
