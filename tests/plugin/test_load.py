@@ -16,7 +16,7 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 
-from tracing import BEGUN_CALL, tracing_works
+from tracing import BEGUN_CALL, needs_tracing
 
 GUARD_SECONDS = 240  # only ends what hangs
 BEGIN, END = "mark: loading begins", "mark: Initialise has returned"
@@ -89,10 +89,7 @@ class Load(unittest.TestCase):
         return process
 
     def trace(self, library):
-        if not tracing_works():
-            if os.environ.get("CI"):
-                self.fail("missing in CI: strace, and leave to trace")
-            self.skipTest("missing: strace, and leave to trace")
+        needs_tracing(self)
         trace = self.folder / "trace"
         process = self.start("strace", "-f", "-yy", "-s", "256", "-e", "trace=%file,%desc,%network", "-e", "signal=none",
                              "-o", str(trace), os.environ["KELVO_LOAD_ONCE"], library)

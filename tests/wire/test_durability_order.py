@@ -6,24 +6,16 @@ at any point must find. Without strace, or where tracing is forbidden, the test 
 
 import json
 import os
-import re
 import signal
-import sys
 import unittest
-from pathlib import Path
-
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
-
-from tracing import BEGUN_CALL, tracing_works
 
 from kelvowire.farm import log_in, make_inbox, settle
 from kelvowire.http import sha256_hex
-from kelvowire.needs import needs
 from kelvowire.service import GUARD_SECONDS, Service
+from tracing import RENAME, SYNC, UNLINK, finished_calls, needs_tracing, position
 
 CALLS = "fsync,fdatasync,sync_file_range,rename,renameat,renameat2,link,linkat,unlink,unlinkat,write,sendto,sendmsg"
-RESUMED = re.compile(r"^(?P<thread>\d+) +<\.\.\. (?P<call>\w+) resumed>(?P<rest>.*)$")
-UNFINISHED = " <unfinished ...>"
+SEND = ("write", "sendto", "sendmsg")
 
 
 class TracedService(Service):
@@ -41,45 +33,12 @@ class TracedService(Service):
             os.kill(json.loads(self.text("endpoints.json"))["pid"], number)
 
     def calls(self):
-        """(call, arguments) in the order in which they ended; failed ones left out."""
-        begun, done = {}, []
-        with open(self.trace_path(), encoding="utf-8", errors="replace") as trace:
-            for line in trace:
-                line = line.rstrip("\n")
-                if resumed := RESUMED.match(line):
-                    text = begun.pop(resumed["thread"], "") + resumed["rest"]
-                    call = resumed["call"]
-                elif whole := BEGUN_CALL.match(line):
-                    call, text = whole["call"], whole["rest"]
-                    if text.endswith(UNFINISHED):
-                        begun[whole["thread"]] = text[:-len(UNFINISHED)]
-                        continue
-                else:
-                    continue
-                if not re.search(r"= -1 E", text):
-                    done.append((call, text))
-        return done
-
-
-def position(calls, description, after, names, *needles):
-    """The first call after the given place with one of these names and all the needles in its arguments."""
-    for index in range(after + 1, len(calls)):
-        call, text = calls[index]
-        if call in names and all(needle in text for needle in needles):
-            return index
-    tail = "\n".join(f"{call}({text}" for call, text in calls[max(0, after):after + 40])
-    raise AssertionError(f"no {description} after call {after}:\n{tail}")
-
-
-SYNC = ("fsync", "fdatasync")
-RENAME = ("rename", "renameat", "renameat2")
-UNLINK = ("unlink", "unlinkat")
-SEND = ("write", "sendto", "sendmsg")
+        return finished_calls(self.trace_path())
 
 
 class DurabilityOrder(unittest.TestCase):
     def setUp(self):
-        needs(self, tracing_works(), "strace, and leave to trace")
+        needs_tracing(self)
         self.service = TracedService()
         self.addCleanup(self.service.remove)
         self.service.start()

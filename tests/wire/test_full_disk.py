@@ -12,8 +12,8 @@ import unittest
 
 from kelvowire.farm import PASSWORD, log_in, make_inbox, settle
 from kelvowire.http import Client, digest_header, metrics
-from kelvowire.needs import needs
 from kelvowire.service import GUARD_SECONDS, Service
+from needs import needs
 
 SIZE = 24 * 1024 * 1024
 NAMESPACE = ["unshare", "--user", "--map-root-user", "--mount", "--"]

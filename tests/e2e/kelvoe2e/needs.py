@@ -1,21 +1,14 @@
-"""What a test needs of the machine. A person's may lack it, CI's may not: there a missing thing is a failure."""
+"""What the tests of the whole need of the machine."""
 
 import os
 import subprocess
 import tempfile
 
+from needs import needs
+
 # Before a program: root, too, may then only write where the mode of a folder lets its owner.
 BOUND_BY_MODES = ("setpriv", "--bounding-set", "-dac_override") if os.geteuid() == 0 else ()
 NAMESPACE = ("unshare", "--map-root-user", "--mount")
-
-
-def needs(case, is_there, what):
-    """Skips the test, or fails it in CI, if what it needs is not there."""
-    if is_there:
-        return
-    if os.environ.get("CI"):
-        case.fail(f"missing in CI: {what}")
-    case.skipTest(what)
 
 
 def needs_modes(case):

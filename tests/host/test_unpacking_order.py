@@ -1,0 +1,85 @@
+"""What an unpacking waits for, as the kernel sees it: files on disk, journal on disk, names on disk, then the end.
+
+Only then is the archive removed. The unpacking runs under strace; its calls are held against the order that a power
+failure at any point must find. Without strace, or where tracing is forbidden, the test is skipped; on CI it then fails.
+"""
+
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+import zipfile
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
+
+from tracing import RENAME, SYNC, UNLINK, finished_calls, needs_tracing, position  # noqa: E402
+
+GUARD_SECONDS = 60  # only ends what hangs
+CALLS = "fsync,fdatasync,syncfs,openat,write,close,rename,renameat,renameat2,link,linkat,unlink,unlinkat,exit_group"
+STAGING = ".console-unpacking"
+
+
+class UnpackingOrder(unittest.TestCase):
+    def setUp(self):
+        needs_tracing(self)
+        self.folder = Path(tempfile.mkdtemp(prefix="kelvo-unpacking-"))
+        self.addCleanup(shutil.rmtree, self.folder)
+        self.destination = self.folder / "fields"
+        self.destination.mkdir()
+
+    def calls_of(self, content):
+        """Unpacks an archive of these names and texts."""
+        archive, trace = self.folder / "fields.zip", self.folder / "trace"
+        with zipfile.ZipFile(archive, "w") as file:
+            for name, text in content.items():
+                file.writestr(name, text)
+        subprocess.run(["strace", "-f", "-yy", "-e", f"trace={CALLS}", "-e", "signal=none", "-o", str(trace),
+                        os.environ["KELVO_UNPACK_ONCE"], str(archive), str(self.destination)],
+                       check=True, timeout=GUARD_SECONDS)
+        for name, text in content.items():
+            self.assertEqual((self.destination / name).read_text(), text)
+        return finished_calls(trace)
+
+    def check_moved(self, calls, begin, moved, synced_after):
+        """Journal, moves, their folders, the journal's end: in this order, and none of them before `begin`."""
+        staging = f"/{STAGING}>"
+        journal = position(calls, "sync of the journal", begin, SYNC, f"/{STAGING}/journal>")
+        noted = position(calls, "sync of the journal's folder", journal, SYNC, staging)
+        first = position(calls, "move", -1, RENAME, f"/{STAGING}/new")
+        self.assertGreater(first, noted, "something was moved before the journal told of it")
+        last = max(position(calls, f"move of {name}", noted, RENAME, f'"{name}"') for name in moved)
+        named = synced_after(last)
+        undone = position(calls, "removal of the journal", -1, UNLINK, staging, '"journal"')
+        self.assertGreater(undone, named, "the journal went before the names were on the disk")
+        gone = position(calls, "sync of the journal's folder", undone, SYNC, staging)
+        position(calls, "the end", gone, ("exit_group",))
+
+    def test_files_then_journal_then_names_then_the_end(self):
+        (self.destination / "same").write_text("former")
+        calls = self.calls_of({"lines/a": "new", "same": "new"})
+        synced = []
+        for name in ("lines/a", "same"):
+            written = position(calls, f"write to {name}", -1, ("write",), f"/{STAGING}/new/{name}>")
+            synced.append(position(calls, f"sync of {name}", written, SYNC, f"/{STAGING}/new/{name}>"))
+        for folder in (f"/{STAGING}/new/lines>", f"/{STAGING}/new>", "/fields>"):
+            synced.append(position(calls, f"sync of {folder}", max(synced[:2]), SYNC, folder))
+        self.check_moved(calls, max(synced), ("lines", "same"),
+                         lambda last: position(calls, "sync of the names", last, SYNC, "/fields>"))
+
+    def test_many_files_are_synced_together_and_no_later(self):
+        content = {f"field-{number}/line": "new" for number in range(10)}
+        for name in content:
+            (self.destination / name).parent.mkdir()
+            (self.destination / name).write_text("former")
+        calls = self.calls_of(content)
+        written = max(position(calls, f"write to {name}", -1, ("write",), f"/{STAGING}/new/{name}>") for name in content)
+        synced = position(calls, "sync of all files", written, ("syncfs",))
+        self.check_moved(calls, synced, content,
+                         lambda last: position(calls, "sync of the names", last, ("syncfs",)))
+
+
+if __name__ == "__main__":
+    unittest.main()
