@@ -47,7 +47,8 @@ build() {
 build_shipped() {
     local targets=(kelvo kesdk consolehost kelvo-console kelvo-service kelvoctl
         console_translations kelvo_translations)
-    if cmake --build --preset "$1" --target help | grep -q '^kelvo_keyboard:'; then
+    # To the end: a reader that leaves early fails the pipe.
+    if cmake --build --preset "$1" --target help | grep '^kelvo_keyboard:' >/dev/null; then
         targets+=(kelvo_keyboard)
     fi
     build "$1" "${targets[@]}"

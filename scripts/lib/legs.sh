@@ -138,9 +138,10 @@ leg_lint() {
 # run_legs NAME...: all of them, also after one that failed; fails if one did. Ends with each one's
 # closing line.
 run_legs() {
-    local leg preset closing status=0 summary=()
+    local leg preset closing begin status=0 summary=()
     for leg in "$@"; do
         echo "== $leg"
+        begin=$SECONDS
         case $leg in
         day | unit | e2e | rounds | packages) preset=check ;;
         packages-arm) preset=arm ;;
@@ -154,6 +155,7 @@ run_legs() {
             "leg_$1"' leg "$leg"; then
             status=1
         fi
+        echo "== $leg took $((SECONDS - begin)) s"
         closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ (files|rounds) ' "build/$preset/tests.log" ||
             echo 'did not get to its end')
         summary+=("$leg: $closing")
