@@ -1,8 +1,11 @@
 """Sessions that the service ends."""
 
+import random
 import unittest
 
 from kelvoe2e.case import FarmCase
+from kelvoe2e.link import Link
+from kelvotour import archives
 
 NEW_PASSWORD = "eight brown fields"
 
@@ -66,6 +69,38 @@ class LostSessionTest(FarmCase):
         self.assertEqual(curve.read_bytes(), b"curve")
         self.assertEqual(self.held("To Console"), ["a.zip"])
         self.assertEqual(self.held("Curves"), [])
+
+    def lose_session_in_the_middle(self, console, link, command, side):
+        """Nothing moves any more when the session goes, and nothing does until the command has ended."""
+        link.hold(side, 50_000)
+        mark = console.mark()
+        self.assert_ok(console.run(command + " &"))
+        link.wait_until_held()
+        self.admin.disable_user(self.operator)
+        result = console.finish(command.split()[0], mark)
+        link.release()
+        self.assertFalse(result.ok)
+        return result
+
+    def test_an_upload_ends_with_its_session(self):
+        link = Link(self.service.address)
+        self.addCleanup(link.close)
+        console = self.logged_in(address=link.address)
+        curve, content = console.data / "to-service/curves/one.crv", random.Random(5).randbytes(200_000)
+        curve.write_bytes(content)
+        self.lose_session_in_the_middle(console, link, "upload curves one.crv", "up")
+        self.assertEqual(curve.read_bytes(), content)
+        self.assertEqual(self.held("Curves"), [])
+
+    def test_a_download_ends_with_its_session(self):
+        link = Link(self.service.address)
+        self.addCleanup(link.close)
+        console = self.logged_in(address=link.address)
+        archive = archives.write_zip(self.folder / "a.zip", {"a.bin": random.Random(6).randbytes(200_000)})
+        self.put(console, {"a.zip": archive.read_bytes()})
+        self.lose_session_in_the_middle(console, link, "download maps a.zip", "down")
+        self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {})
+        self.assertEqual(self.held("To Console"), ["a.zip"])
 
     def test_logging_out_ends_the_session_on_the_service(self):
         console = self.logged_in()

@@ -218,6 +218,7 @@ HttpResponse FakeService::Login(const SentRequest& sent)
         if (user.name == credentials["user"] && user.password == credentials["password"]) {
             const std::string token = "token-" + std::to_string(m_tokens.size() + 1);
             m_tokens[token] = id;
+            m_endReason.clear();
             return Reply(201, json{{"token", token},
                                    {"user", {{"id", id}, {"name", user.name}}},
                                    {"expires_at", "2030-01-01T00:00:00Z"}}

@@ -120,7 +120,9 @@ std::optional<Connection::Operation> Connection::Begin(EKind kind, std::wstring 
     Operation operation{session.id, {}, std::move(subject)};
     operation.call.token = session.token;
     operation.call.account = Account();
-    operation.call.abort = m_abort;
+    operation.call.abort = [this, id = session.id, abort = m_abort] {
+        return m_state.Current().id != id || IsAborted(abort);
+    };
     if (kind != EKind::eTransfer) {
         operation.call.policy = kind == EKind::eSmall ? kSmallPolicy : kChangePolicy;
         operation.call.limits.total = kTryLimit;
@@ -143,10 +145,12 @@ bool Connection::End(const Operation& operation, const Failure& failure)
     return isGood;
 }
 
-bool Connection::Conclude(const Operation& operation, const Failure& failure)
+bool Connection::Conclude(const Operation& operation, Failure failure)
 {
     if (failure.Is(EErrorCode::eSessionEnded))
         EndSession(operation.sessionId);
+    else if (failure.Is(EErrorCode::eAborted) && !IsAborted(m_abort))
+        failure.code = EErrorCode::eSessionEnded; // the event stream told of it first
     // Only what asked the service comes here, so the service was reached.
     if (!failure.IsSet()) {
         m_devicePatience.Restore();

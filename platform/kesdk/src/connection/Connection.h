@@ -86,7 +86,7 @@ private:
     std::optional<Operation> Begin(EKind kind, std::wstring subject = {});
     // These say whether it went well. End then also sends what is owed to the service.
     bool End(const Operation& operation, const Failure& failure);
-    bool Conclude(const Operation& operation, const Failure& failure);
+    bool Conclude(const Operation& operation, Failure failure);
     bool Refuse(const Failure& failure, const std::wstring& subject);
     void Publish(const ResourceChanges& changes);
     std::string Account() const;

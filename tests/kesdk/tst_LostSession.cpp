@@ -1,0 +1,61 @@
+// Transfers whose session ends on the way.
+#include "support/ConnectionFixture.h"
+
+#include <utility>
+
+namespace kesdk::test {
+
+namespace {
+
+// Whatever the transfer waits for: here it is about to try again after a drop.
+class LostInATransfer : public ConnectionFixture
+{
+protected:
+    // The first request that begins so is dropped, after the service has ended the session.
+    void LoseSessionAt(const std::string& line)
+    {
+        LogIn();
+        service.onRequest = [this, line, isFirst = true](const std::string& begun) mutable {
+            if (begun.compare(0, line.size(), line) != 0 || !std::exchange(isFirst, false))
+                return;
+            service.EndSessions("revoked");
+            EXPECT_TRUE(listener.WaitForState(api::eNotLoggedIn));
+        };
+        service.FailNext(Drop(line));
+    }
+
+    void LogInAgain()
+    {
+        ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+        ASSERT_TRUE(listener.WaitForStates(5)); // twice on the way, twice there, lost once
+    }
+};
+
+} // namespace
+
+TEST_F(LostInATransfer, AnUploadEndsWithItsSession)
+{
+    LoseSessionAt("POST /v1/uploads");
+    EXPECT_FALSE(Upload("a.zip", "x"));
+    EXPECT_EQ(FirstText(), L"Your session has ended.");
+    EXPECT_EQ(service.Count("POST /v1/uploads"), 1) << "asked again without a session";
+    EXPECT_TRUE(service.FileIds(inbox).empty());
+    LogInAgain();
+    EXPECT_TRUE(Upload("a.zip", "x"));
+    EXPECT_EQ(service.FileIds(inbox).size(), 1u);
+}
+
+TEST_F(LostInATransfer, ADownloadEndsWithItsSession)
+{
+    const std::int64_t file = service.AddFile(inbox, "a.zip", "abc");
+    const std::string line = "GET /v1/resources/" + std::to_string(file) + "/content";
+    LoseSessionAt(line);
+    const std::wstring path = folder.WidePath("a.zip");
+    EXPECT_FALSE(connection->Download(file, path.c_str()));
+    EXPECT_EQ(FirstText(), L"Your session has ended.");
+    EXPECT_EQ(service.Count(line), 1) << "asked again without a session";
+    LogInAgain();
+    EXPECT_TRUE(connection->Download(file, path.c_str()));
+}
+
+} // namespace kesdk::test
