@@ -6,6 +6,7 @@
 #include "service/IoThreads.h"
 #include "service/Janitor.h"
 #include "service/api/ApiApplication.h"
+#include "service/base/FileStatus.h"
 #include "service/base/Log.h"
 #include "service/http/Listener.h"
 #include "service/metrics/Metrics.h"
@@ -55,8 +56,8 @@ bool holdsFiles(const std::filesystem::path& folder)
 void refuseFilesWithoutDatabase(const DataFolder& folder)
 {
     const auto database = folder.path() / "kelvo.sqlite";
-    std::error_code none;
-    const bool isThere = std::filesystem::file_size(database, none) > 0 && !none;
+    const auto status = statusOf(database);
+    const bool isThere = status && status->sizeBytes > 0;
     if (!isThere &&
         (holdsFiles(folder.path() / "content") || holdsFiles(folder.path() / "uploads"))) {
         throw StartRefused("the data folder " + folder.path().string() +

@@ -1,54 +1,101 @@
-// Times as text.
+// Times as text. By the calendar of <chrono>: the C library's has a time_t of 32 bits on some
+// machines, for which time ends in 2038.
 #include "service/base/Time.h"
 
 #include "service/base/Encoding.h"
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdio>
-#include <ctime>
 
 namespace kelvo {
 
 namespace {
 
-std::tm utc(std::int64_t epochMs)
+using std::chrono::milliseconds;
+
+struct CalendarTime
 {
-    const std::time_t seconds = static_cast<std::time_t>(epochMs / 1000);
-    std::tm parts{};
-    gmtime_r(&seconds, &parts);
-    return parts;
+    std::chrono::sys_days day;
+    std::chrono::year_month_day date;
+    std::chrono::hh_mm_ss<milliseconds> time;
+};
+
+CalendarTime utc(std::int64_t epochMs)
+{
+    const std::chrono::sys_time<milliseconds> moment{milliseconds(epochMs)};
+    const auto day = std::chrono::floor<std::chrono::days>(moment);
+    return {day, day, std::chrono::hh_mm_ss<milliseconds>(moment - day)};
+}
+
+int number(std::chrono::month month)
+{
+    return static_cast<int>(static_cast<unsigned>(month));
+}
+
+int number(std::chrono::day day)
+{
+    return static_cast<int>(static_cast<unsigned>(day));
+}
+
+/** "YYYY-MM-DDThh:mm:ss", and of each a digit is a digit; whether there is such a day is not asked.
+ */
+bool looksLikeTime(std::string_view text)
+{
+    constexpr std::string_view form = "0000-00-00T00:00:00";
+    return text.size() == form.size() &&
+           std::equal(text.begin(), text.end(), form.begin(), [](char given, char wanted) {
+               return wanted == '0' ? given >= '0' && given <= '9' : given == wanted;
+           });
+}
+
+/** Of a text that looks like a time. Nothing if there is none such. */
+std::optional<std::int64_t> secondsOf(std::string_view text)
+{
+    const auto field = [text](std::size_t at, std::size_t digits) {
+        return static_cast<int>(*parseNumber(text.substr(at, digits)));
+    };
+    const std::chrono::year_month_day date{std::chrono::year(field(0, 4)),
+                                           std::chrono::month(static_cast<unsigned>(field(5, 2))),
+                                           std::chrono::day(static_cast<unsigned>(field(8, 2)))};
+    const int hour = field(11, 2);
+    const int minute = field(14, 2);
+    const int second = field(17, 2);
+    if (!date.ok() || hour > 23 || minute > 59 || second > 59) {
+        return std::nullopt;
+    }
+    const std::int64_t days = std::chrono::sys_days(date).time_since_epoch().count();
+    return ((days * 24 + hour) * 60 + minute) * 60 + second;
 }
 
 } // namespace
 
 std::string rfc3339(std::int64_t epochMs)
 {
-    const std::tm parts = utc(epochMs);
-    std::array<char, 40> text{};
-    const std::size_t used = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-    std::array<char, 8> fraction{};
-    std::snprintf(fraction.data(), fraction.size(), ".%03dZ", static_cast<int>(epochMs % 1000));
-    return std::string(text.data(), used) + fraction.data();
+    const CalendarTime moment = utc(epochMs);
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ",
+                  static_cast<int>(moment.date.year()), number(moment.date.month()),
+                  number(moment.date.day()), static_cast<int>(moment.time.hours().count()),
+                  static_cast<int>(moment.time.minutes().count()),
+                  static_cast<int>(moment.time.seconds().count()),
+                  static_cast<int>(moment.time.subseconds().count()));
+    return text.data();
 }
 
 std::optional<std::int64_t> parseRfc3339(std::string_view text)
 {
     constexpr std::size_t secondsEnd = 19;
-    if (text.size() <= secondsEnd || text.back() != 'Z') {
+    if (text.size() <= secondsEnd || text.back() != 'Z' ||
+        !looksLikeTime(text.substr(0, secondsEnd))) {
         return std::nullopt;
     }
-    const std::string whole(text.substr(0, secondsEnd));
-    std::tm parts{};
-    const char* end = ::strptime(whole.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);
-    if (end == nullptr || *end != '\0') {
+    const std::optional<std::int64_t> seconds = secondsOf(text);
+    if (!seconds || *seconds < 0) {
         return std::nullopt;
     }
-    const std::int64_t epochMs = static_cast<std::int64_t>(::timegm(&parts)) * 1000;
-    // Only what would be written so is a time: no blanks, no 30th of February.
-    if (epochMs < 0 || rfc3339(epochMs).substr(0, secondsEnd) != whole) {
-        return std::nullopt;
-    }
+    const std::int64_t epochMs = *seconds * 1000;
     const std::string_view fraction = text.substr(secondsEnd, text.size() - secondsEnd - 1);
     if (fraction.empty()) {
         return epochMs;
@@ -68,11 +115,14 @@ std::string httpDate(std::int64_t epochMs)
     static constexpr const char* days[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
     static constexpr const char* months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                              "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-    const std::tm parts = utc(epochMs);
+    const CalendarTime moment = utc(epochMs);
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), "%s, %02d %s %04d %02d:%02d:%02d GMT",
-                  days[parts.tm_wday], parts.tm_mday, months[parts.tm_mon], parts.tm_year + 1900,
-                  parts.tm_hour, parts.tm_min, parts.tm_sec);
+                  days[std::chrono::weekday(moment.day).c_encoding()], number(moment.date.day()),
+                  months[number(moment.date.month()) - 1], static_cast<int>(moment.date.year()),
+                  static_cast<int>(moment.time.hours().count()),
+                  static_cast<int>(moment.time.minutes().count()),
+                  static_cast<int>(moment.time.seconds().count()));
     return text.data();
 }
 

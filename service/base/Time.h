@@ -1,4 +1,5 @@
-// Times as text: RFC 3339 for JSON, the HTTP form for headers.
+// Times as text: RFC 3339 for JSON, the HTTP form for headers. Right from 1970 until
+// the end of the year 9999.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,7 @@
 // The folders that hold uploads under way and finished contents.
 #include "service/content/ContentStore.h"
 
+#include "service/base/FileStatus.h"
 #include "service/content/Integrity.h"
 
 #include <cerrno>
@@ -21,23 +22,7 @@ constexpr const char* linkSuffix = ".new";
 constexpr mode_t usedMode = 0600;
 constexpr mode_t unusedMode = 0400;
 
-std::optional<struct stat> statusOf(const fs::path& file)
-{
-    struct stat status
-    {};
-    if (::stat(file.c_str(), &status) == 0) {
-        return status;
-    }
-    if (errno != ENOENT) {
-        throwErrno("stat");
-    }
-    return std::nullopt;
-}
-
-std::int64_t inMs(const timespec& time)
-{
-    return static_cast<std::int64_t>(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
-}
+constexpr std::int64_t nsPerMs = 1000000;
 
 void makeFolder(const fs::path& folder)
 {
@@ -115,13 +100,13 @@ FileDescriptor ContentStore::openUpload(const std::string& id) const
 std::uint64_t ContentStore::uploadSize(const std::string& id) const
 {
     const auto status = statusOf(uploads_ / id);
-    return status ? static_cast<std::uint64_t>(status->st_size) : 0;
+    return status ? static_cast<std::uint64_t>(status->sizeBytes) : 0;
 }
 
 std::optional<std::int64_t> ContentStore::uploadChangedMs(const std::string& id) const
 {
     const auto status = statusOf(uploads_ / id);
-    return status ? std::optional(inMs(status->st_ctim)) : std::nullopt;
+    return status ? std::optional(status->changedNs / nsPerMs) : std::nullopt;
 }
 
 void ContentStore::removeUpload(const std::string& id) const
@@ -133,7 +118,7 @@ void ContentStore::disownUpload(const std::string& id) const noexcept
 {
     try {
         const auto status = statusOf(uploads_ / id);
-        if (status && status->st_nlink == 1) { // or it is a content that has been adopted
+        if (status && status->links == 1) { // or it is a content that has been adopted
             // Empty first: that holds even if the name comes back after a power failure.
             [[maybe_unused]] const int emptied = ::truncate((uploads_ / id).c_str(), 0);
         }
@@ -209,9 +194,9 @@ std::optional<ContentStore::Trace> ContentStore::traceOf(const std::string& sha2
     if (!status) {
         return std::nullopt;
     }
-    Trace trace{inMs(status->st_mtim), std::nullopt};
-    if ((status->st_mode & S_IWUSR) == 0) {
-        trace.unusedSinceMs = inMs(status->st_ctim);
+    Trace trace{status->modifiedNs / nsPerMs, std::nullopt};
+    if ((status->mode & S_IWUSR) == 0) {
+        trace.unusedSinceMs = status->changedNs / nsPerMs;
     }
     return trace;
 }

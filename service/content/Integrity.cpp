@@ -2,11 +2,11 @@
 #include "service/content/Integrity.h"
 
 #include "service/base/Digest.h"
+#include "service/base/FileStatus.h"
 
 #include <cerrno>
 #include <memory>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace kelvo::content {
@@ -16,22 +16,12 @@ namespace {
 constexpr std::int64_t rightForMs = 3600 * 1000;
 constexpr std::size_t readChunkBytes = 256 * 1024;
 
-std::int64_t inNs(const timespec& time)
-{
-    return static_cast<std::int64_t>(time.tv_sec) * 1000000000 + time.tv_nsec;
-}
-
 } // namespace
 
 FileStamp stampOf(int fd)
 {
-    struct stat status
-    {};
-    if (::fstat(fd, &status) != 0) {
-        throwErrno("fstat");
-    }
-    return {status.st_dev, status.st_ino, status.st_size, inNs(status.st_mtim),
-            inNs(status.st_ctim)};
+    const FileStatus status = statusOf(fd);
+    return {status.device, status.node, status.sizeBytes, status.modifiedNs, status.changedNs};
 }
 
 std::string digestOf(int fd)

@@ -4,11 +4,8 @@
 #include "service/base/Files.h"
 #include "service/content/DigestLocks.h"
 
-#include <sys/types.h>
-
 #include <atomic>
 #include <cstdint>
-#include <ctime>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -22,9 +19,9 @@ enum class ECondition : std::uint8_t { Unknown, Right, Damaged };
  * changes that; a disk that forgets a bit does not. */
 struct FileStamp
 {
-    dev_t device = 0;
-    ino_t node = 0;
-    off_t sizeBytes = 0;
+    std::uint64_t device = 0;
+    std::uint64_t node = 0;
+    std::int64_t sizeBytes = 0;
     std::int64_t modifiedNs = 0;
     std::int64_t changedNs = 0;
 

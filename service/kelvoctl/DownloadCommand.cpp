@@ -7,6 +7,7 @@
 #include "service/kelvoctl/Sha256.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <iostream>
 #include <limits>
@@ -28,8 +29,9 @@ struct GetOptions
 std::filesystem::path destination(const GetOptions& options, const std::string& name)
 {
     std::filesystem::path path = options.output;
-    const bool named = !path.empty() && !std::filesystem::is_directory(path);
-    if (named) {
+    const std::optional<FileStatus> there = statusOf(path);
+    const bool isFolder = there && S_ISDIR(there->mode);
+    if (!path.empty() && !isFolder) {
         return path;
     }
     if (!isSafeFileName(name)) {

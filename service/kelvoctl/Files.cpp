@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -17,6 +18,15 @@ namespace {
 [[noreturn]] void failWithErrno(const std::string& what, const std::filesystem::path& path)
 {
     throw UsageError(what + " " + path.string() + ": " + std::strerror(errno));
+}
+
+std::optional<FileStatus> status(int folder, const char* path, int flags)
+{
+    struct statx found = {};
+    if (::statx(folder, path, flags, STATX_TYPE | STATX_MODE | STATX_SIZE, &found) != 0) {
+        return std::nullopt;
+    }
+    return FileStatus{found.stx_mode, found.stx_size};
 }
 
 std::filesystem::path folderOf(const std::filesystem::path& path)
@@ -48,6 +58,16 @@ Descriptor openFile(const std::filesystem::path& path, int flags, mode_t mode)
         failWithErrno("Cannot open", path);
     }
     return file;
+}
+
+std::optional<FileStatus> statusOf(const Descriptor& file)
+{
+    return status(file.get(), "", AT_EMPTY_PATH);
+}
+
+std::optional<FileStatus> statusOf(const std::filesystem::path& path)
+{
+    return status(AT_FDCWD, path.c_str(), 0);
 }
 
 void writeAll(const Descriptor& file, std::string_view bytes, const std::filesystem::path& path)

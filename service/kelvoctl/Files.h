@@ -3,7 +3,9 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -27,6 +29,18 @@ private:
 
 // Opens or throws UsageError, which names the file and the system's reason.
 Descriptor openFile(const std::filesystem::path& path, int flags, mode_t mode = 0);
+
+// Of any file, also of one that is dated after 2038: of that stat() tells nothing where a time has
+// 32 bits.
+struct FileStatus
+{
+    mode_t mode = 0; // with the kind of file
+    std::uint64_t sizeBytes = 0;
+};
+
+// Nothing when it cannot be told.
+std::optional<FileStatus> statusOf(const Descriptor& file);
+std::optional<FileStatus> statusOf(const std::filesystem::path& path);
 
 // Writes all or throws UsageError.
 void writeAll(const Descriptor& file, std::string_view bytes, const std::filesystem::path& path);

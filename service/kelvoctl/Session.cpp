@@ -18,11 +18,11 @@ using nlohmann::json;
 
 std::optional<Session> Session::load(const std::filesystem::path& file)
 {
-    struct stat state = {};
-    if (::stat(file.c_str(), &state) != 0) {
+    const std::optional<FileStatus> status = statusOf(file);
+    if (!status) {
         return std::nullopt;
     }
-    if ((state.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    if ((status->mode & (S_IRWXG | S_IRWXO)) != 0) {
         throw UsageError(file.string() + " is open to others; log in again after removing it.");
     }
     std::ifstream stream(file, std::ios::binary);

@@ -26,11 +26,11 @@ std::size_t atMost(std::size_t room, std::uint64_t bytes)
 UploadSource::UploadSource(std::filesystem::path path)
     : m_path(std::move(path)), m_file(openFile(m_path, O_RDONLY))
 {
-    struct stat state = {};
-    if (::fstat(m_file.get(), &state) != 0 || !S_ISREG(state.st_mode)) {
+    const std::optional<FileStatus> status = statusOf(m_file);
+    if (!status || !S_ISREG(status->mode)) {
         throw UsageError(m_path.string() + " is not a file.");
     }
-    m_sizeBytes = static_cast<std::uint64_t>(state.st_size);
+    m_sizeBytes = status->sizeBytes;
 }
 
 void UploadSource::startAt(std::uint64_t offset)

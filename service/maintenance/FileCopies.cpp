@@ -2,11 +2,13 @@
 #include "service/maintenance/FileCopies.h"
 
 #include "service/base/Digest.h"
+#include "service/base/FileStatus.h"
 #include "service/base/Files.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -30,13 +32,11 @@ constexpr std::size_t chunkBytes = 1024 * 1024;
 CopiedFile copyFile(const fs::path& from, const fs::path& to)
 {
     const FileDescriptor source(::open(from.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    struct stat status
-    {};
-    if (source.get() < 0 || ::fstat(source.get(), &status) != 0) {
+    if (source.get() < 0) {
         throwCannotRead("open");
     }
     const FileDescriptor target =
-        openFile(to, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, status.st_mode & 0777);
+        openFile(to, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, statusOf(source.get()).mode & 0777);
     const auto buffer = std::make_unique<char[]>(chunkBytes);
     CopiedFile copied;
     Sha256 digest;
@@ -67,13 +67,14 @@ CopiedFile copyFile(const fs::path& from, const fs::path& to)
 
 void copyTree(const fs::path& from, const fs::path& to)
 {
-    if (fs::is_directory(from)) {
+    const std::optional<FileStatus> status = statusOf(from);
+    if (status && S_ISDIR(status->mode)) {
         fs::create_directory(to);
-        fs::permissions(to, fs::status(from).permissions());
+        fs::permissions(to, static_cast<fs::perms>(status->mode & 07777));
         for (const auto& entry : fs::directory_iterator(from)) {
             copyTree(entry.path(), to / entry.path().filename());
         }
-    } else if (fs::exists(from)) {
+    } else if (status) {
         copyFile(from, to);
     }
 }

@@ -1,9 +1,12 @@
 // Whose a folder is.
 #include "service/maintenance/Owner.h"
 
+#include "service/base/FileStatus.h"
 #include "service/base/Files.h"
 
-#include <sys/stat.h>
+#include <cerrno>
+#include <system_error>
+
 #include <unistd.h>
 
 namespace kelvo::maintenance {
@@ -12,13 +15,12 @@ namespace fs = std::filesystem;
 
 Owner::Owner(const fs::path& folder)
 {
-    struct stat status
-    {};
-    if (::stat(folder.c_str(), &status) != 0) {
-        throwErrno("stat");
+    const std::optional<FileStatus> status = statusOf(folder);
+    if (!status) {
+        throw std::system_error(ENOENT, std::generic_category(), "statx");
     }
-    user_ = status.st_uid;
-    group_ = status.st_gid;
+    user_ = status->user;
+    group_ = status->group;
     isGiven_ = ::geteuid() == 0 && user_ != 0;
 }
 

@@ -2,6 +2,7 @@
 #include "service/maintenance/Verify.h"
 
 #include "service/DataFolder.h"
+#include "service/base/FileStatus.h"
 #include "service/content/Integrity.h"
 #include "service/maintenance/DatabaseChecks.h"
 #include "service/maintenance/DatabaseCopy.h"
@@ -108,9 +109,9 @@ private:
         std::set<std::string> open;
         for (const OpenUpload& upload : uploads) {
             open.insert(upload.id);
-            std::error_code missing; // then nothing has come yet, or a crash took it back
-            const auto size = fs::file_size(folder_ / "uploads" / upload.id, missing);
-            if (!missing && size > static_cast<std::uint64_t>(upload.lengthBytes)) {
+            const auto status = statusOf(folder_ / "uploads" / upload.id);
+            // Without a file nothing has come yet, or a crash took it back.
+            if (status && status->sizeBytes > upload.lengthBytes) {
                 damage("upload " + upload.id + ": is longer than it was announced");
             }
         }

@@ -4,6 +4,7 @@
 #include "service/kelvoctl/Context.h"
 #include "service/kelvoctl/Failures.h"
 #include "tests/kelvoctl/TemporaryFolder.h"
+#include "tests/service/support/FileDates.h"
 
 #include <gtest/gtest.h>
 
@@ -33,6 +34,13 @@ TEST_F(SessionFile, ComesBackAsItWasSaved)
     EXPECT_EQ(loaded->ca, session.ca);
     EXPECT_EQ(loaded->user, session.user);
     EXPECT_EQ(loaded->token, session.token);
+}
+
+TEST_F(SessionFile, ComesBackAlsoWhenItIsDatedWhenTimesOf32BitsAreOver)
+{
+    session.save(file);
+    ASSERT_TRUE(kelvo::test::setFileDate(file, kelvo::test::farFutureS));
+    EXPECT_TRUE(Session::load(file));
 }
 
 TEST_F(SessionFile, IsPrivateAlsoWhenItReplacesOneThatWasNot)

@@ -3,6 +3,7 @@
 
 #include "service/kelvoctl/Failures.h"
 #include "tests/kelvoctl/TemporaryFolder.h"
+#include "tests/service/support/FileDates.h"
 
 #include <gtest/gtest.h>
 
@@ -39,6 +40,16 @@ std::string digestOf(const std::string& content)
 }
 
 } // namespace
+
+TEST(UploadSource, TakesAFileThatIsDatedWhenTimesOf32BitsAreOver)
+{
+    const TemporaryFolder folder;
+    const auto file = folder.write("a", "hello");
+    ASSERT_TRUE(kelvo::test::setFileDate(file, kelvo::test::farFutureS));
+    UploadSource source(file);
+    EXPECT_EQ(source.sizeBytes(), 5U);
+    EXPECT_EQ(readAll(source), "hello");
+}
 
 TEST(UploadSource, SendsTheWholeFileAndDigestsIt)
 {

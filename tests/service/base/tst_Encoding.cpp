@@ -1,6 +1,5 @@
 // Hexadecimal, base64, percent encoding, UTF-8 and numbers.
 #include "service/base/Encoding.h"
-#include "service/base/Time.h"
 
 #include <gtest/gtest.h>
 
@@ -70,27 +69,6 @@ TEST(Ids, FitIn32BitsAndAreNotZero)
     EXPECT_EQ(parseId("2147483647"), 2147483647);
     EXPECT_EQ(parseId("2147483648"), std::nullopt);
     EXPECT_EQ(parseId("0"), std::nullopt);
-}
-
-TEST(Times, AreWrittenForJsonAndForHeaders)
-{
-    EXPECT_EQ(rfc3339(1700000000007), "2023-11-14T22:13:20.007Z");
-    EXPECT_EQ(httpDate(1700000000007), "Tue, 14 Nov 2023 22:13:20 GMT");
-}
-
-TEST(Times, AreReadAsTheyAreWritten)
-{
-    EXPECT_EQ(parseRfc3339("2023-11-14T22:13:20.007Z"), 1700000000007);
-    EXPECT_EQ(parseRfc3339("2023-11-14T22:13:20Z"), 1700000000000);
-    EXPECT_EQ(parseRfc3339("2023-11-14T22:13:20.5Z"), 1700000000500);
-    EXPECT_EQ(parseRfc3339("2023-11-14T22:13:20.123456789123Z"), 1700000000123);
-    for (const char* wrong :
-         {"", "Z", "2023-11-14", "2023-11-14T22:13:20", "2023-11-14 22:13:20Z",
-          "2023-11-14T22:13:20+01:00", "2023-02-30T00:00:00Z", "2023-11-14T22:13:20.Z",
-          "2023-11-14T22:13:20.-1Z", "2023-11-14T22:13:20,5Z", " 2023-1-14T22:13:20Z",
-          "2023-11-14T22:13:2 Z", "1950-01-01T00:00:00Z", "99999-01-01T00:00:00Z"}) {
-        EXPECT_EQ(parseRfc3339(wrong), std::nullopt) << wrong;
-    }
 }
 
 } // namespace

@@ -2,8 +2,10 @@
 #include "service/base/Digest.h"
 #include "service/content/ContentStore.h"
 #include "service/content/DigestLocks.h"
+#include "service/content/Integrity.h"
 #include "service/content/UploadWriter.h"
 #include "tests/service/support/FailingSync.h"
+#include "tests/service/support/FileDates.h"
 #include "tests/service/support/RunAwaitable.h"
 #include "tests/service/support/TemporaryFolder.h"
 
@@ -53,6 +55,19 @@ TEST_F(Contents, AreKeptOnce)
     EXPECT_FALSE(store.adopt("u2", digest));
     EXPECT_THAT(store.uploadIds(), testing::ElementsAre("u2")) << "until its files are committed";
     EXPECT_THAT(store.digests(), testing::ElementsAre(digest));
+}
+
+TEST_F(Contents, MayBeDatedWhenTimesOf32BitsAreOver)
+{
+    const std::string digest = receive("u1", "abc");
+    ASSERT_TRUE(test::setFileDate(folder.path() / "uploads" / "u1", test::farFutureS));
+    EXPECT_EQ(store.uploadSize("u1"), 3U);
+    EXPECT_TRUE(store.uploadChangedMs("u1"));
+    EXPECT_TRUE(store.adopt("u1", digest));
+    const auto trace = store.traceOf(digest);
+    ASSERT_TRUE(trace);
+    EXPECT_EQ(trace->writtenMs, test::farFutureS * 1000);
+    EXPECT_NO_THROW(stampOf(store.open(digest).get()));
 }
 
 TEST_F(Contents, AreMadeGoodByAnEqualOneThatComes)

@@ -6,6 +6,7 @@
 #include "service/maintenance/Verify.h"
 #include "service/store/Files.h"
 #include "tests/service/maintenance/BackupFixture.h"
+#include "tests/service/support/FileDates.h"
 
 #include <gmock/gmock.h>
 
@@ -43,6 +44,18 @@ TEST_F(BackingUp, AndBringingBackGivesTheSameFolder)
     EXPECT_EQ(fs::status(restored() / "tls" / "ca.key").permissions(),
               fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(number("SELECT COUNT(*) FROM files"), 3);
+}
+
+TEST_F(BackingUp, TakesWhatIsDatedWhenTimesOf32BitsAreOver)
+{
+    for (const auto& entry : fs::recursive_directory_iterator(folder.path())) {
+        ASSERT_TRUE(test::setFileDate(entry.path(), test::farFutureS)) << entry.path();
+    }
+    EXPECT_THAT(back().damages, IsEmpty());
+    EXPECT_THAT(bring().damages, IsEmpty());
+    EXPECT_THAT(verify(restored()).damages, IsEmpty());
+    EXPECT_EQ(readFile(restored() / "uploads" / open.id), "hello");
+    EXPECT_EQ(readFile(restored() / "tls" / "ca.key"), "key");
 }
 
 TEST_F(BackingUp, LeavesOutWhatNoFileRefersTo)

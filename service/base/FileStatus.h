@@ -1,0 +1,35 @@
+// What the system tells of a file.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+
+#include <sys/types.h>
+
+namespace kelvo {
+
+/**
+ * Sizes and times have 64 bits on every machine. stat() has a time_t of 32 bits on some, and
+ * refuses there to tell anything of a file that is dated after 2038; so does the C++ library.
+ */
+struct FileStatus
+{
+    mode_t mode = 0; // with the kind of file
+    uid_t user = 0;
+    gid_t group = 0;
+    std::uint32_t links = 0;
+    std::int64_t sizeBytes = 0;
+    std::uint64_t device = 0;
+    std::uint64_t node = 0;
+    std::int64_t modifiedNs = 0; // since 1970-01-01 UTC, until 2262
+    std::int64_t changedNs = 0;
+};
+
+/** Links are followed; nothing if there is no such file. Throws std::system_error. */
+std::optional<FileStatus> statusOf(const std::filesystem::path& file);
+
+/** Throws std::system_error. */
+FileStatus statusOf(int fd);
+
+} // namespace kelvo

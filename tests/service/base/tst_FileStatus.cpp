@@ -1,0 +1,80 @@
+// What is told of files, also of those that are dated where a time_t of 32 bits has come to its
+// end.
+#include "service/base/FileStatus.h"
+#include "service/base/Files.h"
+#include "tests/service/support/FileDates.h"
+#include "tests/service/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kelvo {
+namespace {
+
+constexpr std::int64_t nsPerS = 1000000000;
+
+class StatusOfAFile : public testing::Test
+{
+protected:
+    StatusOfAFile() { replaceFile(file, "hello", 0640); }
+
+    test::TemporaryFolder folder;
+    const std::filesystem::path file = folder.path() / "file";
+};
+
+TEST_F(StatusOfAFile, TellsKindModeSizeAndOwner)
+{
+    const auto status = statusOf(file);
+    ASSERT_TRUE(status);
+    EXPECT_TRUE(S_ISREG(status->mode));
+    EXPECT_EQ(status->mode & 07777, 0640U);
+    EXPECT_EQ(status->sizeBytes, 5);
+    EXPECT_EQ(status->links, 1U);
+    EXPECT_EQ(status->user, ::geteuid());
+    EXPECT_TRUE(S_ISDIR(statusOf(folder.path())->mode));
+}
+
+TEST_F(StatusOfAFile, TellsSizesOfMoreThan32Bits)
+{
+    constexpr std::int64_t bytes = 5368709120; // a hole, of 5 GiB
+    std::filesystem::resize_file(file, static_cast<std::uintmax_t>(bytes));
+    EXPECT_EQ(statusOf(file)->sizeBytes, bytes);
+}
+
+TEST_F(StatusOfAFile, TellsDatesOfMoreThan32Bits)
+{
+    for (const std::int64_t seconds : {std::int64_t{2147483647}, std::int64_t{2147483648},
+                                       test::farFutureS, std::int64_t{4294967296}}) {
+        ASSERT_TRUE(test::setFileDate(file, seconds));
+        const auto status = statusOf(file);
+        ASSERT_TRUE(status) << seconds;
+        EXPECT_EQ(status->modifiedNs, seconds * nsPerS);
+        EXPECT_EQ(status->sizeBytes, 5);
+    }
+}
+
+TEST_F(StatusOfAFile, IsTheSameByItsDescriptor)
+{
+    ASSERT_TRUE(test::setFileDate(file, test::farFutureS));
+    const FileStatus status = statusOf(openFile(file, O_RDONLY).get());
+    EXPECT_EQ(status.modifiedNs, test::farFutureS * nsPerS);
+    EXPECT_EQ(status.node, statusOf(file)->node);
+    EXPECT_EQ(status.device, statusOf(file)->device);
+}
+
+TEST_F(StatusOfAFile, IsNothingWhenThereIsNone)
+{
+    EXPECT_EQ(statusOf(folder.path() / "none").has_value(), false);
+}
+
+TEST_F(StatusOfAFile, IsAnErrorWhenItCannotBeTold)
+{
+    EXPECT_THROW(statusOf(file / "below"), std::system_error);
+    EXPECT_THROW(statusOf(-1), std::system_error);
+}
+
+} // namespace
+} // namespace kelvo
