@@ -60,8 +60,6 @@ private Q_SLOTS:
     void acceptsTheZip64Form();
     void takesAPipesContentAsAFile();
     void givesItsOwnModes();
-    void readsNames_data();
-    void readsNames();
     void readsWhatZipWrites();
     void unpacksTheSameTwice();
     void takesTurnsWithAnotherThread();
@@ -189,56 +187,6 @@ void tst_Unzip::givesItsOwnModes()
     QVERIFY2(isUnpacked, qPrintable(fixture.ErrorText()));
     QCOMPARE(ModeOf(fixture.Destination() + QStringLiteral("/dir")), 0755u);
     QCOMPARE(ModeOf(fixture.Destination() + QStringLiteral("/dir/program")), 0644u);
-}
-
-void tst_Unzip::readsNames_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<quint16>("flags");
-    QTest::addColumn<QString>("path");
-    const auto row = [](const char* title, const QByteArray& name, quint16 flags,
-                        const QString& path) { QTest::newRow(title) << name << flags << path; };
-    row("UTF-8, marked",
-        "S\xc3\xbc"
-        "d.txt",
-        utf8Flag, QStringLiteral(u"S\u00fcd.txt"));
-    row("UTF-8, not marked",
-        "S\xc3\xbc"
-        "d.txt",
-        0, QStringLiteral(u"S\u00fcd.txt"));
-    row("code page 850",
-        "S\x81"
-        "d.txt",
-        0, QStringLiteral(u"S\u00fcd.txt"));
-    row("not Latin", "\xe5\x9c\x83\xe5\x9c\xb0", utf8Flag, QStringLiteral(u"\u5703\u5730"));
-    row("beyond the basic plane", "\xf0\x9f\x9a\x9c", utf8Flag, QStringLiteral(u"\U0001f69c"));
-    row("backslashes", "a\\b.txt", utf8Flag, QStringLiteral("a/b.txt"));
-    row("mixed separators", "a\\b/c.txt", utf8Flag, QStringLiteral("a/b/c.txt"));
-    row("dot in front", "./a.txt", utf8Flag, QStringLiteral("a.txt"));
-    row("dots and empty parts", "a/.//b.txt", utf8Flag, QStringLiteral("a/b.txt"));
-    row("three dots", "...", utf8Flag, QStringLiteral("..."));
-    row("spaces", " a b ", utf8Flag, QStringLiteral(" a b "));
-    row("hidden", ".a", utf8Flag, QStringLiteral(".a"));
-    row("a NUL ends it", QByteArray("a.txt\0/../../b", 14), utf8Flag, QStringLiteral("a.txt"));
-}
-
-void tst_Unzip::readsNames()
-{
-    QFETCH(QByteArray, name);
-    QFETCH(quint16, flags);
-    QFETCH(QString, path);
-    TUnzipFixture fixture;
-    TZipEntry entry;
-    entry.name = name;
-    entry.content = "content";
-    entry.flags = flags;
-    QVERIFY(fixture.SetArchive(TZipBuilder().Add(entry)));
-    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    TFolderImage content = fixture.Content();
-    QCOMPARE(content.take(path), QByteArray("file:content"));
-    for (const QByteArray& rest : qAsConst(content)) {
-        QCOMPARE(rest, QByteArray("folder"));
-    }
 }
 
 void tst_Unzip::readsWhatZipWrites()

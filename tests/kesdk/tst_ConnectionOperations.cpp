@@ -3,6 +3,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include <string>
+#include <utility>
+#include <vector>
+
 namespace kesdk::test {
 
 namespace {
@@ -149,6 +153,29 @@ TEST_F(ConnectionOperations, DownloadsWhatItListed)
     ASSERT_TRUE(connection->Download(file, folder.WidePath("got.zip").c_str()));
     EXPECT_EQ(folder.Read("got.zip"), "abc");
     EXPECT_EQ(service.Count(""), before + 1);
+}
+
+TEST_F(ConnectionOperations, KeepsAlikeNamesApart)
+{
+    constexpr std::pair<const char*, const wchar_t*> kNames[] = {
+        {"A.zip", L"A.zip"},
+        {"a.zip", L"a.zip"},
+        {"\xC3\xA4.zip", L"\u00E4.zip"}, // composed
+        {"a\xCC\x88.zip", L"a\u0308.zip"},
+    };
+    std::vector<std::int64_t> files;
+    for (const auto& [name, wide] : kNames) {
+        files.push_back(service.AddFile(inbox, name, std::string("the content of ") + name));
+        ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(files.back())));
+    }
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const std::wstring listed = connection->GetResourceWithContent(files[i]).name;
+        EXPECT_EQ(listed, kNames[i].second);
+        EXPECT_TRUE(connection->Download(files[i], (folder.WidePath("") + listed).c_str()));
+    }
+    EXPECT_EQ(folder.EntryCount(), files.size());
+    for (const auto& [name, wide] : kNames)
+        EXPECT_EQ(folder.Read(name), std::string("the content of ") + name);
 }
 
 TEST_F(ConnectionOperations, ListsAHostileNameButDoesNotFetchIt)
