@@ -95,16 +95,6 @@ void PutCommon(QByteArray& bytes, const TZipEntry& entry, const TSizes& sizes,
     Put<quint16>(bytes, static_cast<quint16>(extra.size()));
 }
 
-QByteArray LocalEntry(const TZipEntry& entry)
-{
-    const TSizes sizes = SizesOf(entry);
-    const QByteArray name = entry.localName.value_or(entry.name);
-    const QByteArray extra = ExtraField(sizes.large);
-    QByteArray bytes("PK\3\4");
-    PutCommon(bytes, entry, sizes, name, extra);
-    return bytes + name + extra + sizes.packed;
-}
-
 QByteArray DirectoryEntry(const TZipEntry& entry, quint64 offset)
 {
     TSizes sizes = SizesOf(entry);
@@ -173,8 +163,9 @@ QByteArray TZipBuilder::Build(bool isZip64, quint64 bytesBefore) const
     QByteArray bytes;
     QByteArray directory;
     for (const TZipEntry& entry : m_entries) {
-        directory += DirectoryEntry(entry, bytesBefore + static_cast<quint64>(bytes.size()));
-        bytes += LocalEntry(entry);
+        const quint64 here = bytesBefore + static_cast<quint64>(bytes.size());
+        directory += DirectoryEntry(entry, entry.localOffset.value_or(here));
+        bytes += entry.localOffset ? QByteArray() : LocalEntry(entry);
     }
     const quint64 offset = bytesBefore + static_cast<quint64>(bytes.size());
     const auto size = static_cast<quint32>(directory.size());
@@ -192,6 +183,16 @@ QByteArray TZipBuilder::Build(bool isZip64, quint64 bytesBefore) const
     Put<quint32>(bytes, isZip64 ? largest32 : static_cast<quint32>(offset));
     Put<quint16>(bytes, 0);
     return bytes;
+}
+
+QByteArray LocalEntry(const TZipEntry& entry)
+{
+    const TSizes sizes = SizesOf(entry);
+    const QByteArray name = entry.localName.value_or(entry.name);
+    const QByteArray extra = ExtraField(sizes.large);
+    QByteArray bytes("PK\3\4");
+    PutCommon(bytes, entry, sizes, name, extra);
+    return bytes + name + extra + sizes.packed;
 }
 
 QByteArray Deflated(const QByteArray& content)

@@ -31,6 +31,8 @@ struct TZipEntry
     std::optional<quint32> crc = {};           // a wrong one
     std::optional<quint64> unpackedBytes = {}; // a wrong one; above 32 bits only with isZip64
     std::optional<QByteArray> localName = {};  // another one than in the directory
+    // Where its local entry stands already: in another's, or as another's. Else it gets its own.
+    std::optional<quint64> localOffset = {};
 };
 
 class TZipBuilder
@@ -46,6 +48,9 @@ public:
 private:
     QVector<TZipEntry> m_entries;
 };
+
+// What stands before the directory for an entry: its header, its name, its packed content.
+QByteArray LocalEntry(const TZipEntry& entry);
 
 // What deflate makes of it, without any header.
 QByteArray Deflated(const QByteArray& content);

@@ -1,0 +1,157 @@
+// Unzip: archives that would become far more than they are.
+#include "host/TUnzipFixture.h"
+
+#include "support/TestMain.h"
+
+using namespace kelvo::test;
+
+namespace {
+
+TZipEntry Entry(const QByteArray& name, const QByteArray& content)
+{
+    TZipEntry entry;
+    entry.name = name;
+    entry.content = content;
+    return entry;
+}
+
+TZipEntry Deflated(const QByteArray& name, const QByteArray& content)
+{
+    TZipEntry entry = Entry(name, content);
+    entry.isDeflated = true;
+    return entry;
+}
+
+// So many stored files, each the content of the one before, and the last with so many bytes.
+TZipBuilder FilesInEachOther(int files, int lastBytes)
+{
+    QVector<TZipEntry> entries;
+    QByteArray content(lastBytes, 'x');
+    for (int file = files - 1; file >= 0; --file) {
+        entries.prepend(Entry("f" + QByteArray::number(file), content));
+        content = LocalEntry(entries.first());
+    }
+    TZipBuilder builder;
+    for (TZipEntry& entry : entries) {
+        if (entry.name != "f0") {
+            entry.localOffset = static_cast<quint64>(content.size() - LocalEntry(entry).size());
+        }
+        builder.Add(entry);
+    }
+    return builder;
+}
+
+} // namespace
+
+class tst_UnzipBombs : public TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void keepsToTheLimits_data();
+    void keepsToTheLimits();
+    void refusesWhatExpandsTooMuch();
+    void refusesFilesInEachOther();
+    void unpacksOneContentOfManyNamesOnce();
+    void keepsAnArchiveInAnArchiveAsAFile();
+};
+
+void tst_UnzipBombs::keepsToTheLimits_data()
+{
+    QTest::addColumn<int>("files");
+    QTest::addColumn<int>("bytesEach");
+    QTest::addColumn<bool>("isRefused");
+    QTest::newRow("at both limits") << 10 << 100 << false;
+    QTest::newRow("one entry more") << 11 << 1 << true;
+    QTest::newRow("one byte more each") << 10 << 101 << true;
+}
+
+void tst_UnzipBombs::keepsToTheLimits()
+{
+    QFETCH(int, files);
+    QFETCH(int, bytesEach);
+    QFETCH(bool, isRefused);
+    hostimpl::TUnpackLimits limits;
+    limits.entries = 10;
+    limits.totalBytes = 1000;
+    TUnzipFixture fixture;
+    TZipBuilder builder;
+    for (int file = 0; file < files; ++file) {
+        builder.AddFile("f" + QByteArray::number(file), QByteArray(bytesEach, 'x'));
+    }
+    QVERIFY(fixture.SetArchive(builder));
+    QCOMPARE(fixture.Unzip(limits), !isRefused);
+    QCOMPARE(fixture.ErrorText().isEmpty(), !isRefused);
+    QCOMPARE(fixture.Content().size(), isRefused ? 0 : files);
+}
+
+// Also when the archive lies about the size.
+void tst_UnzipBombs::refusesWhatExpandsTooMuch()
+{
+    const QByteArray zeros(20 * 1024 * 1024, '\0');
+    TZipEntry honest = Deflated("zeros", zeros);
+    TZipEntry lying = honest;
+    lying.unpackedBytes = 1000;
+    for (const TZipEntry& entry : {honest, lying}) {
+        TUnzipFixture fixture;
+        QVERIFY(fixture.SetArchive(TZipBuilder().Add(entry)));
+        const TFolderImage before = fixture.Everything();
+        QVERIFY(!fixture.Unzip());
+        QVERIFY2(fixture.ErrorText().contains(QStringLiteral("refused")),
+                 qPrintable(fixture.ErrorText()));
+        QVERIFY(fixture.Everything() == before);
+    }
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetArchive(TZipBuilder().Add(Deflated("zeros", zeros.left(9 * 1024 * 1024)))));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+}
+
+// Each byte of the archive is unpacked once for every file that it lies in.
+void tst_UnzipBombs::refusesFilesInEachOther()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetArchive(FilesInEachOther(3, 1000)));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content().size(), 3);
+    QCOMPARE(fixture.Content().value(QStringLiteral("f2")), "file:" + QByteArray(1000, 'x'));
+
+    QVERIFY(fixture.SetArchive(FilesInEachOther(400, 65536)));
+    const TFolderImage before = fixture.Everything();
+    QVERIFY(!fixture.Unzip());
+    QVERIFY2(fixture.ErrorText().contains(QStringLiteral("unpacked it is larger than")),
+             qPrintable(fixture.ErrorText()));
+    QVERIFY(fixture.Everything() == before);
+}
+
+void tst_UnzipBombs::unpacksOneContentOfManyNamesOnce()
+{
+    const TZipEntry file = Deflated("first", QByteArray(64 * 1024, '\0'));
+    TZipBuilder builder;
+    builder.Add(file);
+    for (int alias = 0; alias < 1000; ++alias) {
+        TZipEntry entry = file;
+        entry.name = "alias" + QByteArray::number(alias);
+        entry.localOffset = 0;
+        builder.Add(entry);
+    }
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetArchive(builder));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content().size(), 1);
+    QCOMPARE(fixture.Content().first(), "file:" + file.content);
+}
+
+void tst_UnzipBombs::keepsAnArchiveInAnArchiveAsAFile()
+{
+    QByteArray archive = TZipBuilder().AddFile("../evil", "content").Build();
+    for (int level = 0; level < 20; ++level) {
+        archive = TZipBuilder().AddFile("inner.zip", archive).Build();
+    }
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("outer.zip", archive)));
+    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("outer.zip"), "file:" + archive}}));
+}
+
+KELVO_TEST_MAIN(tst_UnzipBombs)
+#include "tst_unzip_bombs.moc"
