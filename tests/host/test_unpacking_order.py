@@ -44,12 +44,15 @@ class UnpackingOrder(unittest.TestCase):
         return finished_calls(trace)
 
     def check_moved(self, calls, begin, moved, synced_after):
-        """Journal, moves, their folders, the journal's end: in this order, and none of them before `begin`."""
+        """Journal, what is replaced, moves, their folders, the journal's end: in this order, from `begin` on."""
         staging = f"/{STAGING}>"
         journal = position(calls, "sync of the journal", begin, SYNC, f"/{STAGING}/journal>")
         noted = position(calls, "sync of the journal's folder", journal, SYNC, staging)
+        aside = position(calls, "link to what is replaced", -1, ("linkat",), f"/{STAGING}/old>")
+        self.assertGreater(aside, noted, "something was set aside before the journal told of it")
+        kept = position(calls, "sync of what is replaced", aside, SYNC, f"/{STAGING}/old>")
         first = position(calls, "move", -1, RENAME, f"/{STAGING}/new")
-        self.assertGreater(first, noted, "something was moved before the journal told of it")
+        self.assertGreater(first, kept, "something was moved before what it replaces was on the disk")
         last = max(position(calls, f"move of {name}", noted, RENAME, f'"{name}"') for name in moved)
         named = synced_after(last)
         undone = position(calls, "removal of the journal", -1, UNLINK, staging, '"journal"')

@@ -91,15 +91,41 @@ bool Add(const TStagingFolder& staging, int destination, const QByteArray& path)
 }
 
 // The name always shows one of the two files, where the file system has links; where it has none
-// (FAT), the name is free for a moment.
-bool Replace(const TStagingFolder& staging, int destination, const QByteArray& path,
-             const QByteArray& number)
+// (FAT), the name is free for a while.
+bool SetAside(const TStagingFolder& staging, int destination, const QByteArray& path,
+              const QByteArray& number)
 {
-    if (::linkat(destination, path.constData(), staging.Replaced(), number.constData(), 0) != 0 &&
-        ::renameat(destination, path.constData(), staging.Replaced(), number.constData()) != 0) {
+    return ::linkat(destination, path.constData(), staging.Replaced(), number.constData(), 0) ==
+               0 ||
+           ::renameat(destination, path.constData(), staging.Replaced(), number.constData()) == 0;
+}
+
+bool Replace(const TStagingFolder& staging, int destination, const QByteArray& path)
+{
+    return ::renameat(staging.Staged(), path.constData(), destination, path.constData()) == 0;
+}
+
+// All that is replaced, on the disk: without it nothing could be undone after a power failure.
+bool SetReplacedAside(const TStagingFolder& staging, int destination, const TPlacementSteps& steps,
+                      QString& errorText)
+{
+    bool isAny = false;
+    for (int number = 0; number < steps.size(); ++number) {
+        const TPlacementStep& step = steps[number];
+        if (step.kind != EPlacement::eReplace) {
+            continue;
+        }
+        isAny = true;
+        if (!SetAside(staging, destination, step.path, QByteArray::number(number))) {
+            errorText = NotPlaced(step.path, errno);
+            return false;
+        }
+    }
+    if (isAny && !SyncFolder(staging.Replaced())) {
+        errorText = QStringLiteral("The archive cannot be unpacked: %1.").arg(SystemError(errno));
         return false;
     }
-    return ::renameat(staging.Staged(), path.constData(), destination, path.constData()) == 0;
+    return true;
 }
 
 bool UndoAdd(const TStagingFolder& staging, int destination, const QByteArray& path)
@@ -178,11 +204,13 @@ bool PlanPlacement(int stagedFolder, int destination, TPlacementSteps& steps, QS
 bool Place(const TStagingFolder& staging, int destination, const TPlacementSteps& steps,
            QString& errorText)
 {
-    for (int number = 0; number < steps.size(); ++number) {
-        const TPlacementStep& step = steps[number];
-        const bool isDone = step.kind == EPlacement::eAdd ? Add(staging, destination, step.path)
-                                                          : Replace(staging, destination, step.path,
-                                                                    QByteArray::number(number));
+    if (!SetReplacedAside(staging, destination, steps, errorText)) {
+        return false;
+    }
+    for (const TPlacementStep& step : steps) {
+        const bool isDone = step.kind == EPlacement::eAdd
+                                ? Add(staging, destination, step.path)
+                                : Replace(staging, destination, step.path);
         if (!isDone) {
             errorText = NotPlaced(step.path, errno);
             return false;
