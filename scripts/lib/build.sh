@@ -23,14 +23,20 @@ configure() {
     fi
 }
 
-# configure_arm [CMAKE-ARGUMENT...]: what was found in another root is forgotten with it.
+# configure_arm [CMAKE-ARGUMENT...]: all of it. What was found in another root is forgotten with it.
 configure_arm() {
     local sysroot
-    sysroot=$(scripts/armhf-sysroot)
+    if ! sysroot=$(scripts/armhf-sysroot); then
+        if ((EUID != 0)); then
+            echo "Unpacking another architecture's packages wants root, or the package uidmap and a range of" >&2
+            echo "user ids for $(id -un) in /etc/subuid; once scripts/armhf-sysroot has ended well, neither." >&2
+        fi
+        return 1
+    fi
     if ! grep -s -q -x "KELVO_SYSROOT:[A-Z]*=$sysroot" build/arm/CMakeCache.txt; then
         rm -rf build/arm
     fi
-    configure arm -DKELVO_SYSROOT="$sysroot" "$@"
+    configure arm -DKELVO_SYSROOT="$sysroot" -DKELVO_SERVICE=ON "$@"
 }
 
 # build PRESET [TARGET...]

@@ -1,0 +1,48 @@
+#!/usr/bin/env python3
+"""Whether a list of excluded tests tells the truth: left_out.py LIST BUILD CROSS-BUILD
+
+Fails, and names them, when rows of the list fit no test of BUILD, and when tests of BUILD are not in CROSS-BUILD and
+no row says why. Tests that are found by asking a test program are left out of the comparison: BUILD may not have
+built it. Both folders have to be configured."""
+
+import json
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+
+def rows(text):
+    """The regular expressions: first words of the lines that have a reason."""
+    return [line.split()[0] for line in text.splitlines() if not line.startswith("#") and len(line.split()) > 1]
+
+
+def tests(folder):
+    listed = json.loads(subprocess.run(["ctest", "--test-dir", folder, "--show-only=json-v1"], check=True,
+                                       capture_output=True, text=True).stdout)
+    # Only what a CMakeLists.txt adds by name has a place in one.
+    return {test["name"] for test in listed["tests"] if "backtrace" in test}
+
+
+def problems(excluded, here, there):
+    def fits(row, name):
+        return re.fullmatch(row, name) is not None
+
+    return [*(f"no test fits {row}" for row in excluded if not any(fits(row, name) for name in here)),
+            *(f"{name} is left out without a reason" for name in sorted(here - there)
+              if not any(fits(row, name) for row in excluded))]
+
+
+def main():
+    path, build, cross_build = sys.argv[1:]
+    here, there = tests(build), tests(cross_build)
+    if not here or not there:
+        raise SystemExit(f"{build} or {cross_build} has no tests")
+    found = problems(rows(Path(path).read_text(encoding="utf-8")), here, there)
+    for problem in found:
+        print(f"{path}: {problem}", file=sys.stderr)
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
