@@ -77,7 +77,8 @@ class InstalledTest(unittest.TestCase):
         self.assert_programs_run()
         self.assertEqual(self.data.stat().st_mode & 0o777, 0o700)
         self.assertNotEqual(self.data.stat().st_uid, 0)
-        (self.root / "etc/default/kelvo-service").write_text(f"KELVO_SERVICE_NAME={NAME}\n", encoding="utf-8")
+        variables = self.root / "etc/default/kelvo-service"
+        variables.write_text(f"KELVO_SERVICE_NAME={NAME}\n", encoding="utf-8")
         with self.service("log.1") as service:
             self.ctl(service, "login", "admin", "--password-file", f"/{DATA}/admin.password")
             self.ctl(service, "farm", "add", "Hill Farm")
@@ -101,6 +102,7 @@ class InstalledTest(unittest.TestCase):
                 self.assertEqual(digests(self.data), farm)
                 self.assertFalse((self.root / "usr/bin/kelvo-service").exists())
                 self.assertEqual(config.exists(), words[0] == "remove")
+                self.assertEqual(variables.exists(), words[0] == "remove")
         self.assertFalse((self.root / "etc/kelvo-service").exists())
         self.system.apt("purge", *(name for name in self.packages if name != "kelvo-service"))
         for path in ("usr/lib/kelvo", "usr/share/kelvo", "usr/bin/kelvo-console"):
