@@ -40,9 +40,10 @@ TEST_F(DownloadResume, GoesOnAfterTheLinkWasGivenUp)
 TEST_F(DownloadResume, GoesOnAfterWhateverWasWrongOnTheWay)
 {
     for (const EErrorCode code :
-         {EErrorCode::eDropped, EErrorCode::eUnknownAuthority, EErrorCode::eCertificateExpired,
-          EErrorCode::eCertificateNotYetValid, EErrorCode::eWrongHostName, EErrorCode::eTls,
-          EErrorCode::eClockWrong, EErrorCode::eBadReply, EErrorCode::eInternal}) {
+         {EErrorCode::eDropped, EErrorCode::eTimeout, EErrorCode::eUnknownAuthority,
+          EErrorCode::eCertificateExpired, EErrorCode::eCertificateNotYetValid,
+          EErrorCode::eWrongHostName, EErrorCode::eTls, EErrorCode::eClockWrong,
+          EErrorCode::eBadReply, EErrorCode::eInternal}) {
         SCOPED_TRACE(static_cast<int>(code));
         BeginAndStop();
         service.FailNext(Drop("GET /v1/resources/", code));
@@ -178,6 +179,24 @@ TEST_F(DownloadResume, KeepsNothingOfAFileThatIsGone)
     service.RemoveFile(id);
     EXPECT_EQ(Fetch().code, EErrorCode::eFileGone);
     EXPECT_EQ(folder.EntryCount(), 0u);
+}
+
+// As on a disk on which it had no room: the call goes on behind what it has, but leaves nothing.
+TEST_F(DownloadResume, AJournalThatCannotBeWrittenCostsNoDownload)
+{
+    std::filesystem::create_directory(folder.Path("here.zip.part.journal"));
+    service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, kCutAt));
+    StopBehind("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
+    EXPECT_EQ(Fetch().code, EErrorCode::eAborted);
+    EXPECT_EQ(folder.EntryCount(), 1u) << "nobody would know what the part is of";
+    call.abort = nullptr;
+
+    service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, kCutAt));
+    const Failure failure = Fetch();
+    EXPECT_EQ(failure.code, EErrorCode::eNone) << failure.detail;
+    EXPECT_TRUE(folder.Read("here.zip") == content);
+    EXPECT_EQ(service.Requests().back().Header("Range"), "bytes=" + std::to_string(kCutAt) + "-");
+    EXPECT_EQ(folder.EntryCount(), 2u) << "the file, and what is in the journal's place";
 }
 
 TEST_F(DownloadResume, SaysWhatIsLeftToWhom)

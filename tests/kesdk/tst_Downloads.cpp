@@ -88,6 +88,41 @@ TEST_F(DownloadsTest, ResumesAgainAndAgainAsLongAsItAdvances)
     ExpectWhole(Fetch(file));
 }
 
+TEST_F(DownloadsTest, GoesOnWhereNothingMovedForTooLong)
+{
+    const FileRecord file = Record();
+    service.FailNext(Stall("GET /v1/resources/", Fault::EKind::eCutResponse, 10));
+    service.FailNext(Stall("GET /v1/resources/", Fault::EKind::eCutResponse, 0));
+    service.FailNext(Stall("GET /v1/resources/", Fault::EKind::eCutResponse, 20));
+    ExpectWhole(Fetch(file));
+    EXPECT_EQ(service.Requests().back().Header("Range"), "bytes=30-");
+    ExpectContentLimits("GET /v1/resources/" + std::to_string(file.id) + "/content");
+}
+
+TEST_F(DownloadsTest, WaitsForABusyServiceAsLongAsItAsks)
+{
+    const FileRecord file = Record();
+    const std::string content = "GET /v1/resources/" + std::to_string(file.id) + "/content";
+    service.FailNext(Answer(content, Busy(503, "11")));
+    service.FailNext(Cut(content, Fault::EKind::eCutResponse, 10));
+    service.FailNext(Answer(content, Busy(429, "Thu, 01 Jan 2026 10:00:22 GMT")));
+    ExpectWhole(Fetch(file));
+    ASSERT_EQ(time->Sleeps().size(), 3u);
+    EXPECT_EQ(time->Sleeps()[0], std::chrono::seconds(11));
+    EXPECT_EQ(time->Sleeps()[2], std::chrono::seconds(22));
+    EXPECT_EQ(service.Requests().back().Header("Range"), "bytes=10-");
+}
+
+TEST_F(DownloadsTest, DoesNotWaitForAServiceThatAsksForTooMuch)
+{
+    const FileRecord file = Record();
+    service.FailNext(Answer("GET /v1/resources/", Busy(503, "301")));
+    const Failure failure = Fetch(file);
+    ExpectNothing(failure, EErrorCode::eServiceBusy);
+    EXPECT_EQ(failure.retryAfter, std::chrono::seconds(301)) << "for the operator";
+    EXPECT_TRUE(time->Sleeps().empty());
+}
+
 TEST_F(DownloadsTest, BeginsAnewWhenTheServiceDoesNotResume)
 {
     const FileRecord file = Record();

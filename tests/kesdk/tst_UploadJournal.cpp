@@ -170,6 +170,19 @@ TEST_F(UploadJournalTest, GoesOnAfterWhateverWasWrongOnTheWay)
     }
 }
 
+TEST_F(UploadJournalTest, GoesOnAfterARestartWhereNothingMovedForTooLong)
+{
+    service.FailNext(Stall("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    service.FailNext(Stall("PATCH", Fault::EKind::eCutRequest, 10));
+    StopBehind("PATCH", 1);
+    EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
+    EXPECT_EQ(JournalCount(), 1u);
+    call.abort = nullptr;
+    ExpectKept(SendAsNewProcess(), kContent);
+    EXPECT_EQ(LastContent(), kContent.substr(30));
+    EXPECT_EQ(JournalCount(), 0u);
+}
+
 // A change of the mode, or another number of the medium, makes another key than the lost answer's.
 TEST_F(UploadJournalTest, IsNotStoredTwiceWhenTheOutcomeIsUnknown)
 {

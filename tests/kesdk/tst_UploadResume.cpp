@@ -36,6 +36,17 @@ TEST_F(UploadResume, ResumesAgainAndAgainAsLongAsItAdvances)
     ExpectKept(Send(), kContent);
 }
 
+TEST_F(UploadResume, GoesOnWhereNothingMovedForTooLong)
+{
+    service.FailNext(Stall("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    service.FailNext(Drop("POST /v1/uploads", EErrorCode::eTimeout)); // the question
+    service.FailNext(Stall("PATCH", Fault::EKind::eCutRequest, 10));
+    service.FailNext(Drop("HEAD", EErrorCode::eTimeout));
+    ExpectKept(Send(), kContent);
+    EXPECT_EQ(service.Requests().back().content, kContent.substr(30));
+    ExpectContentLimits("PATCH");
+}
+
 TEST_F(UploadResume, SurvivesALostAnswerToEachOfItsRequests)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 10));

@@ -21,6 +21,7 @@ TEST_F(UploadsTest, IsOneRequest)
     ExpectKept(Send(), kContent);
     EXPECT_EQ(service.Count("POST /v1/uploads"), 1);
     EXPECT_EQ(service.Count("PATCH"), 0);
+    ExpectContentLimits("POST /v1/uploads");
 }
 
 TEST_F(UploadsTest, SendsAnEmptyFile)

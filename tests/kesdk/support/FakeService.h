@@ -30,6 +30,7 @@ struct Fault
     EKind kind = EKind::eDropBefore;
     std::size_t bytes = 0;
     impl::HttpResponse answer;
+    // What the transport says of a drop or a cut: eTimeout when nothing moved for too long.
     impl::EErrorCode dropCode = impl::EErrorCode::eDropped;
     std::string until; // not before a request whose line begins so has come
 };

@@ -72,7 +72,8 @@ FakeService::Outcome FakeService::CarryOut(SentRequest& sent, const std::optiona
         return Drop(impl::EErrorCode::eFileUnreadable);
     if (isCut || (fault && fault->kind == Fault::EKind::eDropAfter))
         return Drop(fault->dropCode);
-    return Respond(sent.request, response, bytesOf(Fault::EKind::eCutResponse));
+    return Respond(sent.request, response, bytesOf(Fault::EKind::eCutResponse),
+                   fault ? fault->dropCode : impl::EErrorCode::eDropped);
 }
 
 void FakeService::Note(const SentRequest& sent)

@@ -36,7 +36,7 @@ std::string ReadBody(const impl::HttpRequest& request, std::size_t mostBytes, bo
 }
 
 impl::HttpOutcome Respond(const impl::HttpRequest& request, impl::HttpResponse response,
-                          std::size_t mostBytes)
+                          std::size_t mostBytes, impl::EErrorCode cutCode)
 {
     impl::HttpOutcome outcome;
     const std::string body = std::move(response.body);
@@ -56,7 +56,7 @@ impl::HttpOutcome Respond(const impl::HttpRequest& request, impl::HttpResponse r
         outcome.response.body = arrived;
     }
     if (isCut)
-        outcome.failure = impl::Failure(impl::EErrorCode::eDropped, "cut");
+        outcome.failure = impl::Failure(cutCode, "cut");
     return outcome;
 }
 

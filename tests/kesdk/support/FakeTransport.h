@@ -55,7 +55,8 @@ std::string ReadBody(const impl::HttpRequest& request, std::size_t mostBytes, bo
 
 // Gives the response to the sink, or keeps its body, cut off behind `mostBytes` of it.
 impl::HttpOutcome Respond(const impl::HttpRequest& request, impl::HttpResponse response,
-                          std::size_t mostBytes = static_cast<std::size_t>(-1));
+                          std::size_t mostBytes = static_cast<std::size_t>(-1),
+                          impl::EErrorCode cutCode = impl::EErrorCode::eDropped);
 
 impl::HttpOutcome Drop(impl::EErrorCode code = impl::EErrorCode::eDropped);
 impl::HttpResponse Problem(int status, const std::string& name, const std::string& detail = {});

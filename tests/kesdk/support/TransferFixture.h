@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <ctime>
 #include <memory>
@@ -50,6 +51,13 @@ protected:
         fault.bytes = bytes;
         return fault;
     }
+    // So many bytes get through, and then nothing moves.
+    static Fault Stall(const std::string& line, Fault::EKind kind, std::size_t bytes)
+    {
+        Fault fault = Cut(line, kind, bytes);
+        fault.dropCode = impl::EErrorCode::eTimeout;
+        return fault;
+    }
     static Fault Answer(const std::string& line, impl::HttpResponse answer)
     {
         Fault fault;
@@ -57,6 +65,29 @@ protected:
         fault.kind = Fault::EKind::eAnswer;
         fault.answer = std::move(answer);
         return fault;
+    }
+
+    // Content may take as long as it likes, if only it moves: 30 bytes in 30 s.
+    void ExpectContentLimits(const std::string& line) const
+    {
+        int count = 0;
+        for (const SentRequest& sent : service.Requests()) {
+            if (sent.Line().rfind(line, 0) != 0)
+                continue;
+            ++count;
+            const impl::HttpLimits& limits = sent.request.limits;
+            EXPECT_EQ(limits.stallWindow, std::chrono::seconds(30)) << sent.Line();
+            EXPECT_EQ(limits.stallBytes, 30) << sent.Line();
+            EXPECT_EQ(limits.total.count(), 0) << sent.Line();
+        }
+        EXPECT_GT(count, 0) << line;
+    }
+    static impl::HttpResponse Busy(int status, const std::string& retryAfter)
+    {
+        impl::HttpResponse busy = Problem(status, "busy");
+        busy.headers.push_back({"Date", "Thu, 01 Jan 2026 10:00:00 GMT"});
+        busy.headers.push_back({"Retry-After", retryAfter});
+        return busy;
     }
 
     // The console ends once so many requests of the kind have come.
