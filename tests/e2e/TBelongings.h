@@ -26,6 +26,7 @@ public:
 
     void Note(const TBelongings& belongings) { m_rounds.append(belongings); }
 
+    int Count() const { return m_rounds.size(); }
     // What the process had when everything was there that it makes once. At least ten rounds.
     const TBelongings& Settled() const { return m_rounds[m_rounds.size() / 10]; }
     const TBelongings& Last() const { return m_rounds.last(); }

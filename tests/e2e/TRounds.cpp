@@ -57,7 +57,13 @@ QString TRounds::Run(int count, const std::function<bool(int)>& round)
 
 QString TRounds::Growth(double forgivenBytesARound) const
 {
-    const bool hasGrown = m_record.Last().files > m_record.Settled().files ||
-                          m_record.HeapBytesARound() > HEAP_BYTES_A_ROUND + forgivenBytesARound;
-    return hasGrown ? m_record.ToText() : QString();
+    return GrowthOf(m_record, forgivenBytesARound);
+}
+
+QString TRounds::GrowthOf(const TRoundRecord& record, double forgivenBytesARound)
+{
+    const double forgiven = FORGIVEN_BYTES / record.Count() + forgivenBytesARound;
+    const bool hasGrown =
+        record.Last().files > record.Settled().files || record.HeapBytesARound() > forgiven;
+    return hasGrown ? record.ToText() : QString();
 }

@@ -7,6 +7,7 @@
 #include <QtTest/QSignalSpy>
 #include <QtTest/QtTest>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -17,6 +18,7 @@ class tst_PluginRounds : public kelvo::test::TTestCase
 private Q_SLOTS:
     void initTestCase();
     void aLeakInEachRoundIsFound();
+    void aLeakInFewOfManyRoundsIsFound();
     void manyTimesWithASessionBetween();
     void manyTimesWithFinaliseDuringTheLogin();
 
@@ -28,6 +30,8 @@ namespace {
 
 constexpr int ROUNDS_TO_FIND_A_LEAK = 100;
 constexpr int LEAKED_BYTES = 200;
+constexpr int MANY_ROUNDS = 1000;
+constexpr int SMALL_LEAKED_BYTES = 100;
 // The request, its success and the six lists.
 constexpr int SIGNALS_OF_A_LOGIN = 8;
 
@@ -55,6 +59,19 @@ private:
     std::vector<std::unique_ptr<QSignalSpy>> m_spies;
 };
 
+// What would be noted if the heap had so many bytes more after each round.
+TRoundRecord RecordOf(int rounds, const std::function<int(int)>& moreBytes)
+{
+    TRoundRecord record(rounds);
+    TBelongings belongings = TBelongings::Now();
+    const qint64 heapBytes = belongings.heapBytes;
+    for (int round = 0; round < rounds; ++round) {
+        belongings.heapBytes = heapBytes + moreBytes(round);
+        record.Note(belongings);
+    }
+    return record;
+}
+
 } // namespace
 
 void tst_PluginRounds::initTestCase()
@@ -74,7 +91,25 @@ void tst_PluginRounds::aLeakInEachRoundIsFound()
     QVERIFY2(problem.isEmpty(), qPrintable(problem));
     qInfo("%s", qPrintable(m_rounds.Record().ToText()));
     QVERIFY(!m_rounds.Growth().isEmpty());
-    QVERIFY(m_rounds.Record().HeapBytesARound() >= LEAKED_BYTES - TRounds::HEAP_BYTES_A_ROUND);
+    QVERIFY(m_rounds.Record().HeapBytesARound() >=
+            LEAKED_BYTES - TRounds::FORGIVEN_BYTES / ROUNDS_TO_FIND_A_LEAK);
+}
+
+// At one of the eight moments at which a round may end, a small object is forgotten. By figures
+// that are made up, because so many rounds take long.
+void tst_PluginRounds::aLeakInFewOfManyRoundsIsFound()
+{
+    const QString leak = TRounds::GrowthOf(
+        RecordOf(MANY_ROUNDS,
+                 [](int round) { return round / SIGNALS_OF_A_LOGIN * SMALL_LEAKED_BYTES; }),
+        0);
+    QVERIFY(!leak.isEmpty());
+    const QString lateCache = TRounds::GrowthOf(
+        RecordOf(MANY_ROUNDS, [](int round) { return round < MANY_ROUNDS / 2 ? 0 : 50'000; }), 0);
+    QVERIFY2(lateCache.isEmpty(), qPrintable(lateCache));
+    const QString noise =
+        TRounds::GrowthOf(RecordOf(MANY_ROUNDS, [](int round) { return round * 7919 % 4096; }), 0);
+    QVERIFY2(noise.isEmpty(), qPrintable(noise));
 }
 
 void tst_PluginRounds::manyTimesWithASessionBetween()
