@@ -4,9 +4,10 @@
 #include "support/Needs.h"
 #include "support/TestMain.h"
 
-#include <cerrno>
 #include <csignal>
 
+#include <fcntl.h>
+#include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -22,7 +23,6 @@ public:
     TSmallDisk(const QString& path, const char* options) : m_path(QFile::encodeName(path))
     {
         m_isMounted = ::mount("tmpfs", m_path.constData(), "tmpfs", 0, options) == 0;
-        m_isForbidden = !m_isMounted && (errno == EPERM || errno == EACCES);
     }
     ~TSmallDisk()
     {
@@ -34,18 +34,34 @@ public:
     TSmallDisk& operator=(const TSmallDisk&) = delete;
 
     bool IsMounted() const { return m_isMounted; }
-    bool IsForbidden() const { return m_isForbidden; }
 
 private:
     const QByteArray m_path;
     bool m_isMounted = false;
-    bool m_isForbidden = false;
 };
 
-// In CI as well: a container often lets not even root mount, and there is no other way to a small
-// disk. The failures as such are then seen by the limit below, and by tst_unzip_faults, which has
-// each system call fail.
-constexpr char forbidden[] = "only root may mount a file system, and not in every container";
+bool WriteOnce(const char* path, const QByteArray& text)
+{
+    const int file = ::open(path, O_WRONLY | O_CLOEXEC);
+    const bool isWritten = file >= 0 && ::write(file, text.constData(), size_t(text.size())) > 0;
+    return file >= 0 && ::close(file) == 0 && isWritten;
+}
+
+// What is mounted from here on nobody else sees. Not even root may mount in every container, but
+// there as elsewhere somebody may who is root in a namespace of their own: only for a process
+// without threads. Where that is forbidden as well, mounting fails.
+void EnterOwnNamespace()
+{
+    if (::unshare(CLONE_NEWNS) != 0) {
+        const QByteArray user = "0 " + QByteArray::number(::geteuid()) + " 1";
+        const QByteArray group = "0 " + QByteArray::number(::getegid()) + " 1";
+        if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0 || !WriteOnce("/proc/self/uid_map", user) ||
+            !WriteOnce("/proc/self/setgroups", "deny") || !WriteOnce("/proc/self/gid_map", group)) {
+            return;
+        }
+    }
+    ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+}
 
 // No file of this process can become larger, as long as it lives.
 class TFileSizeLimit
@@ -101,9 +117,6 @@ void tst_UnzipDiskFull::leavesNothingOnAFullDisk()
     QFETCH(int, bytesEach);
     TUnzipFixture fixture;
     const TSmallDisk disk(fixture.Destination(), options.constData());
-    if (disk.IsForbidden()) {
-        QSKIP(forbidden);
-    }
     KELVO_NEEDS(disk.IsMounted(), "a file system in memory");
     QVERIFY(fixture.SetContent(
         {{QStringLiteral("f0"), "file:former"}, {QStringLiteral("kept"), "file:kept"}}));
@@ -143,14 +156,16 @@ void tst_UnzipDiskFull::failsInAReadOnlyFolder()
     TUnzipFixture fixture;
     QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("a", "new")));
     const TSmallDisk disk(fixture.Destination(), "ro,size=64k");
-    if (disk.IsForbidden()) {
-        QSKIP(forbidden);
-    }
     KELVO_NEEDS(disk.IsMounted(), "a file system in memory");
     QVERIFY(!fixture.Unzip());
     QVERIFY(!fixture.ErrorText().isEmpty());
     QVERIFY(fixture.Content().isEmpty());
 }
 
-KELVO_TEST_MAIN(tst_UnzipDiskFull)
+int main(int argc, char** argv)
+{
+    EnterOwnNamespace();
+    return kelvo::test::RunTests<QCoreApplication, tst_UnzipDiskFull>(argc, argv);
+}
+
 #include "tst_unzip_diskfull.moc"
