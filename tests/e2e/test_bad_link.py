@@ -61,6 +61,25 @@ class BadLinkTest(FarmCase):
         # No connection carries more than 400 kB of the two million bytes.
         self.assertGreaterEqual(done.count("cut"), 2 * SIZE // 400_000 - 1)
 
+    def test_files_come_and_go_over_a_weak_cell(self):
+        link = BadLink("rural", self.service.address, self.folder / "badlink.log").start()
+        self.addCleanup(link.close)
+        console = self.logged_in(address=link.address)
+        self.content = self.content[:SIZE // 20]
+        self.put(console, {"small.zip": archives.write_zip(self.folder / "a", {"small.bin": self.content}).read_bytes()})
+        self.assert_ok(console.run("download maps small.zip"))
+        self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {"small.bin": self.content})
+        file = console.data / "to-service/curves/large.crv"
+        file.write_bytes(self.content)
+        self.assert_ok(console.run("upload curves large.crv"))
+        self.assertFalse(file.exists())
+        self.assert_service_holds_it_once()
+        self.assertEqual(console.close(), 0)
+        link.close()
+        closed = [event for event in map(json.loads, link.log.read_text().splitlines()) if event["did"] == "closed"]
+        for direction in ("up", "down"):
+            self.assertGreater(sum(event[direction] for event in closed), SIZE // 20, "it went another way")
+
     def assert_service_holds_it_once(self):
         entries = self.office.inboxes(self.operator)["Curves"]["entries"]
         self.assertEqual([entry["name"] for entry in entries], ["large.crv"])
