@@ -19,32 +19,32 @@ function(kelvo_package name summary text)
 endfunction()
 
 set(CPACK_COMPONENTS_ALL "")
-if(TARGET kesdk)
+if(libkesdk IN_LIST packaged)
     kelvo_package(libkesdk "client library of the KELVO farm-data service"
         "Keeps a console's connection to the service over links that are slow and drop: what it\nreports as sent, the service holds; what it reports as fetched is whole."
         RECOMMENDS ca-certificates)
 endif()
-if(TARGET consolehost)
+if(libconsolehost IN_LIST packaged)
     kelvo_package(libconsolehost "host framework of KELVO guidance consoles"
         "Windows, widgets, settings and unpacking, as a console offers them to its plug-ins.")
 endif()
-if(TARGET kelvo)
+if(kelvo-plugin IN_LIST packaged)
     kelvo_package(kelvo-plugin "KELVO plug-in for guidance consoles"
         "Exchanges prescription maps, guidance lines and job reports between the console in a\ntractor cab and a farm-data service.")
 endif()
-if(TARGET kelvo-console)
+if(kelvo-console IN_LIST packaged)
     kelvo_package(kelvo-console "guidance console for the desk, with or without a window"
         "Loads the KELVO plug-in, gives it positions and shows its screens, or takes commands\nwithout any."
         RECOMMENDS kelvo-plugin fonts-dejavu-core SUGGESTS kelvo-keyboard gpsd)
 endif()
-if(TARGET kelvo_keyboard)
+if(kelvo-keyboard IN_LIST packaged)
     kelvo_package(kelvo-keyboard "on-screen keyboard of the KELVO console"
         "Shows Qt Virtual Keyboard, which is under the GPL 3, in the console's window."
         DEPENDS qtvirtualkeyboard-plugin qml-module-qtquick-virtualkeyboard qml-module-qtquick2
             qml-module-qtquick-window2 qml-module-qtquick-layouts qml-module-qt-labs-folderlistmodel
         RECOMMENDS kelvo-console)
 endif()
-if(TARGET kelvo-service)
+if(kelvo-service IN_LIST packaged)
     kelvo_package(kelvo-service "KELVO farm-data service"
         "Keeps the files that guidance consoles and farm offices exchange. With kelvoctl, its\ncommand line."
         DEPENDS adduser SCRIPTS postinst prerm postrm conffiles)
