@@ -37,6 +37,12 @@ if(kelvo-console IN_LIST packaged)
         "Loads the KELVO plug-in, gives it positions and shows its screens, or takes commands\nwithout any."
         RECOMMENDS kelvo-plugin fonts-dejavu-core SUGGESTS kelvo-keyboard gpsd)
 endif()
+if(kelvo-console IN_LIST packaged)
+    kelvo_package(kelvo-badlink "bad rural link at a desk"
+        "A proxy between a client and a service, which delays, slows, stalls, cuts, resets and\nloses connections as a weak cell does, by scenarios."
+        DEPENDS "python3 (>= 3.11)")
+    set(CPACK_DEBIAN_KELVO-BADLINK_PACKAGE_ARCHITECTURE all)
+endif()
 if(kelvo-keyboard IN_LIST packaged)
     kelvo_package(kelvo-keyboard "on-screen keyboard of the KELVO console"
         "Shows Qt Virtual Keyboard, which is under the GPL 3, in the console's window."

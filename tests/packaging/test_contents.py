@@ -7,7 +7,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from kelvopackages.package import FOLDER, debug_packages, packages
+from kelvopackages.package import FOLDER, architecture, debug_packages, packages
 
 LISTS = Path(__file__).parent / "contents"
 
@@ -59,8 +59,8 @@ class ContentsTest(unittest.TestCase):
 
     def test_the_archive_holds_what_the_packages_do(self):
         path, = FOLDER.glob("*.tar.xz")
-        fields = next(iter(packages().values())).fields
-        folder = f"kelvo-{fields['Version']}-{fields['Architecture']}"
+        version = next(iter(packages().values())).fields["Version"]
+        folder = f"kelvo-{version}-{architecture()}"
         self.assertEqual(path.name, f"{folder}.tar.xz")
         with tarfile.open(path) as archive:
             members = [member for member in archive if not member.isdir()]

@@ -37,6 +37,7 @@ class InstalledTest(unittest.TestCase):
         cls.root = cls.folder / "root"
         cls.root.mkdir()
         cls.data = cls.root / DATA
+        cls.variables = cls.root / "etc/default/kelvo-service"
         cls.system = System(cls.root, cls.packages)
         with open(cls.root / "etc/hosts", "a", encoding="utf-8") as hosts:
             hosts.write(f"127.0.0.1 {NAME}\n")
@@ -44,8 +45,8 @@ class InstalledTest(unittest.TestCase):
     def service(self, log):
         """As the unit starts it, but for the ports, which are the whole machine's."""
         unit = Unit(self.root / "usr/lib/systemd/system/kelvo-service.service").settings
-        variables = self.root / unit["EnvironmentFile"].removeprefix("-/")
-        environment = dict(line.split("=", 1) for line in variables.read_text(encoding="utf-8").splitlines())
+        self.assertEqual(self.root / unit["EnvironmentFile"].removeprefix("-/"), self.variables)
+        environment = dict(line.split("=", 1) for line in self.variables.read_text(encoding="utf-8").splitlines())
         command = [*unit["ExecStart"].split(), "--listen", "127.0.0.1:0", "--metrics-listen", "127.0.0.1:0"]
         return Listening(self.system.entering(*command, user=unit["User"]), self.folder / log,
                          env=dict(os.environ, **environment))
@@ -58,6 +59,10 @@ class InstalledTest(unittest.TestCase):
         return self.shown("/usr/bin/kelvo-console", "--headless", "--service", self.address(service),
                           "--ca", f"/{DATA}/ca.pem", "--data", "/root/console", "--script", "-", input=commands,
                           env={"HOME": "/root", "LC_ALL": "C.UTF-8", "KELVO_USER": "olga", "KELVO_PASSWORD": PASSWORD})
+
+    def tell_the_name(self):
+        """As the administrator does, by the service's environment."""
+        self.variables.write_text(f"KELVO_SERVICE_NAME={NAME}\n", encoding="utf-8")
 
     @staticmethod
     def address(service):
@@ -77,8 +82,7 @@ class InstalledTest(unittest.TestCase):
         self.assert_programs_run()
         self.assertEqual(self.data.stat().st_mode & 0o777, 0o700)
         self.assertNotEqual(self.data.stat().st_uid, 0)
-        variables = self.root / "etc/default/kelvo-service"
-        variables.write_text(f"KELVO_SERVICE_NAME={NAME}\n", encoding="utf-8")
+        self.tell_the_name()
         with self.service("log.1") as service:
             self.ctl(service, "login", "admin", "--password-file", f"/{DATA}/admin.password")
             self.ctl(service, "farm", "add", "Hill Farm")
@@ -102,15 +106,16 @@ class InstalledTest(unittest.TestCase):
                 self.assertEqual(digests(self.data), farm)
                 self.assertFalse((self.root / "usr/bin/kelvo-service").exists())
                 self.assertEqual(config.exists(), words[0] == "remove")
-                self.assertEqual(variables.exists(), words[0] == "remove")
+                self.assertEqual(self.variables.exists(), words[0] == "remove")
         self.assertFalse((self.root / "etc/kelvo-service").exists())
         self.system.apt("purge", *(name for name in self.packages if name != "kelvo-service"))
-        for path in ("usr/lib/kelvo", "usr/share/kelvo", "usr/bin/kelvo-console"):
+        for path in ("usr/lib/kelvo", "usr/share/kelvo", "usr/share/kelvo-badlink", "usr/bin/kelvo-console"):
             self.assertFalse(os.path.lexists(self.root / path), path)
         self.assert_archive_runs()
 
         # Who comes back finds the farm as it was.
         self.system.install("kelvo-service", "kelvo-plugin", "kelvo-console", "libkesdk", "libconsolehost")
+        self.tell_the_name()
         with self.service("log.2") as service:
             self.assertIn("ok list", self.console(service, "login\nlist maps\nlogout\n"))
         self.assertEqual(service.status, 0)
@@ -119,6 +124,8 @@ class InstalledTest(unittest.TestCase):
         for program in ("kelvo-console", "kelvo-service"):
             self.assertRegex(self.shown(f"/usr/bin/{program}", "--version"), r"\d+\.\d+\.\d+")
         self.assertIn("--script", self.shown("/usr/bin/kelvo-console", "--headless", "--help"))
+        self.assertIn("usage: kelvo-badlink ", self.shown("/usr/bin/kelvo-badlink", "--help"))
+        self.shown("/usr/bin/kelvo-badlink", "--check", "rural")
         self.assertTrue((self.root / "usr/lib/kelvo/share/kelvo/translations/kelvo_de.qm").is_file())
         # The console finds it beside itself and asks it for a function; Qt would say what it lacks.
         if "kelvo-keyboard" in self.packages:
@@ -132,7 +139,7 @@ class InstalledTest(unittest.TestCase):
         archive, = FOLDER.glob("*.tar.xz")
         output("tar", "-C", self.root / "opt", "-xf", archive)
         folder = f"/opt/{archive.name.removesuffix('.tar.xz')}"
-        for program in ("kelvo-console", "kelvo-service", "kelvoctl"):
+        for program in ("kelvo-badlink", "kelvo-console", "kelvo-service", "kelvoctl"):
             self.shown(f"{folder}/usr/bin/{program}", "--help")
         # It loads the plug-in that lies beside it before it takes a command.
         shown = self.shown(f"{folder}/usr/bin/kelvo-console", "--headless", "--data", "/root/other", "--script", "-",

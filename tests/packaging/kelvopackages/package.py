@@ -52,6 +52,12 @@ def packages():
     return {package.name: package for package in map(Package, sorted(FOLDER.glob("*.deb")))}
 
 
+def architecture():
+    """The one for which there are programs; some packages are for all."""
+    one, = {package.fields["Architecture"] for package in packages().values()} - {"all"}
+    return one
+
+
 def debug_packages():
     return {package.name: package for package in map(Package, sorted(FOLDER.glob("*.ddeb")))}
 

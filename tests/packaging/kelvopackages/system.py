@@ -4,7 +4,7 @@ network. Wants root. One of another architecture runs in the emulator."""
 import shutil
 from pathlib import Path
 
-from kelvopackages.package import TREE, output
+from kelvopackages.package import TREE, architecture, output
 from kelvopackages.process import ended
 
 # Mounts that go away with the process.
@@ -17,10 +17,10 @@ class System:
         """In an empty folder; `packages` are those that will be installed, by name. What they depend on can be."""
         self.packages = packages
         self.root = Path(folder)
-        architecture = {package.fields["Architecture"] for package in packages.values()}.pop()
-        self.is_emulated = architecture != output("dpkg", "--print-architecture").strip()
+        built_for = architecture()
+        self.is_emulated = built_for != output("dpkg", "--print-architecture").strip()
         needed = sorted({name for package in packages.values() for name in package.relations()} - set(packages))
-        archive = output(TREE / "scripts/clean-root", "--arch", architecture, *needed).strip()
+        archive = output(TREE / "scripts/clean-root", "--arch", built_for, *needed).strip()
         output("tar", "-C", self.root, "-xf", archive)
         (self.root / "packages").mkdir()
         for package in packages.values():

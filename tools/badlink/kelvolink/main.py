@@ -15,7 +15,7 @@ from .proxy import Proxy
 
 WRONG, USAGE = 1, 2
 EPILOG = """\
-A scenario is the name of a shipped one or a file; docs/badlink.md has its keys. The same scenario and seed do the
+A scenario is the name of a shipped one or a file; badlink.md has its keys. The same scenario and seed do the
 same to the same connections, counted in the order in which they arrive. SIGTERM or Ctrl-C ends it and resets what
 is open. Exit status: 0, 1 if something is wrong, 2 if the command line is.
 """
@@ -30,7 +30,7 @@ def _endpoint(value):
 
 def _parser():
     parser = argparse.ArgumentParser(
-        prog="badlink", description="A TCP proxy that plays a bad rural cellular link.", epilog=EPILOG,
+        description="A TCP proxy that plays a bad rural cellular link.", epilog=EPILOG,
         formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--listen", type=_endpoint, default=("127.0.0.1", 0), metavar="HOST:PORT",
                         help="where clients connect to; port 0 takes a free one (default: 127.0.0.1:0)")
