@@ -1,4 +1,4 @@
-"""The demo as scripts/run starts it: what its window is told of the farm, over a good link and over a bad one.
+"""scripts/run and the demo that it starts: what the window is told of the farm, over a good link and over a bad one.
 
 In the window's place stands a program that asks the service it was given for one page and notes what it saw."""
 
@@ -77,6 +77,54 @@ class DemoTest(unittest.TestCase):
         self.assertNotIn(result.returncode, (0, 5))
         self.assertIn("nonesuch", result.stderr)
         self.assertFalse(self.note.exists())
+
+
+class RunTest(unittest.TestCase):
+    """scripts/run as it is, in a tree where building does nothing and the demo tells how it was started."""
+
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp(prefix="kelvo-run-"))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        for name in ("scripts/lib", "console/tour"):
+            (self.folder / name).mkdir(parents=True)
+        for name in ("scripts/run", "tools"):
+            (self.folder / name).symlink_to(TOUR.parents[1] / name)
+        (self.folder / "scripts/lib/packages.sh").write_text("install_missing() { :; }\n")
+        (self.folder / "scripts/lib/build.sh").write_text("configure() { :; }\nbuild() { :; }\n")
+        for name in ("demo", "tour"):
+            program = self.folder / "console/tour" / name
+            program.write_text(f'#!/bin/sh\nprintf "%s\\n" {name} "$@"\n')
+            program.chmod(0o755)
+
+    def run_script(self, *options, display=":99"):
+        environment = {name: value for name, value in os.environ.items() if name not in ("DISPLAY", "WAYLAND_DISPLAY")}
+        environment.update(TMPDIR=str(self.folder), **{"DISPLAY": display} if display else {})
+        return subprocess.run([self.folder / "scripts/run", *options], cwd=self.folder, env=environment, text=True,
+                              capture_output=True, stdin=subprocess.DEVNULL, timeout=GUARD_SECONDS, check=False)
+
+    def test_the_scenario_goes_to_the_demo(self):
+        own = self.folder / "mine.toml"
+        shutil.copy(self.folder / "tools/badlink/scenarios/tunnel.toml", own)
+        for given, handed in (("half-open", "half-open"), ("mine.toml", str(own))):
+            result = self.run_script("--badlink", given)
+            self.assertEqual(result.returncode, 0, result.stderr)
+            started = result.stdout.splitlines()
+            self.assertEqual(started[0], "demo")
+            self.assertEqual(started[started.index("--badlink") + 1], handed)
+
+    def test_without_a_scenario_the_demo_gets_none(self):
+        started = self.run_script().stdout.splitlines()
+        self.assertEqual(started[0], "demo")
+        self.assertNotIn("--badlink", started)
+
+    def test_what_no_bad_link_can_be_for_is_refused(self):
+        for options, display in ((("--badlink", "nonesuch"), ":99"), (("--badlink", "rural"), None),
+                                 (("--badlink", "rural", "--tour", "out"), ":99"), (("--badlink",), ":99")):
+            with self.subTest(options=options, display=display):
+                result = self.run_script(*options, display=display)
+                self.assertNotEqual(result.returncode, 0)
+                self.assertEqual(result.stdout, "", "something was started")
+                self.assertIn(options[-1] if "nonesuch" in options else "--badlink", result.stderr)
 
 
 if __name__ == "__main__":
