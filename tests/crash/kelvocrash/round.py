@@ -24,7 +24,8 @@ class Round:
         self._known = Known()
         self._held = set()  # the archives in the inbox when the generation began
         self._doing = "nothing"
-        self._has_excuse = False  # for a command that fails: the service died under this console
+        # A command that fails has an excuse: the service died, and none that began after it came back has succeeded.
+        self._deaths, self._outlived, self._is_service_back = 0, 0, True
 
     def play(self):
         self._set_up()
@@ -81,13 +82,15 @@ class Round:
         world, kill = self.world, (victim, self._doing, self.world.trigger.last)
         has_killed = victim != "service" and world.kill_console()
         if victim != "console":
-            self._has_excuse = True
+            self._is_service_back = False
+            self._deaths += 1  # behind the line above: a command that begins between them outlives nothing
             has_killed = world.kill_service() or has_killed
         if has_killed:
             self.kills.append(kill)
         if victim == "service":
             world.reap_service()
             world.start_service()
+            self._is_service_back = True
 
     def _start_and_kill(self, kill):
         world = self.world
@@ -118,7 +121,8 @@ class Round:
         kill = (victim, self._doing, self.world.trigger.last)
         has_killed = False
         if victim != "console":
-            self._has_excuse = True
+            self._is_service_back = False
+            self._deaths += 1
             has_killed = self.world.kill_service(waits=victim == "service")
         if victim != "service":
             has_killed = self.world.kill_console(waits=victim == "console") or has_killed
@@ -132,9 +136,10 @@ class Round:
             if not world.service.is_running:
                 world.reap_service()
                 world.start_service()
+            self._is_service_back = True
             if not world.is_console_running:
                 world.reap_console()
-                self._has_excuse = False
+                self._outlived = self._deaths
                 world.start_console()
         except (ConsoleError, ServiceError) as error:
             raise Finding(f"after a kill: {error}") from None
@@ -157,15 +162,19 @@ class Round:
 
     def _give(self, verb, kind="", names=()):
         known, self._doing = self._known, verb
+        deaths = self._deaths
+        outlived = deaths if self._is_service_back else 0
         if verb == "delete":
             known.asked_to_delete.update(names)
         elif verb == "download":
             known.asked_to_unpack.update(names)
         result = self.world.console.run(plans.Command(verb, kind, names).text)
         if not result.ok:
-            require([] if self._has_excuse else [f"{verb} failed for no reason: {result.reason}"])
+            require([] if self._deaths > self._outlived else [f"{verb} failed for no reason: {result.reason}"])
             self.failures.append((verb, result.reason))
-        elif verb == "upload":
+            return
+        self._outlived = max(self._outlived, outlived)
+        if verb == "upload":
             known.sent.update((kind, name) for name in names)
         elif verb == "delete":
             known.deleted.update(names)
@@ -244,7 +253,7 @@ class Round:
             self._known.sent.update((of, name) for of, name in plan.uploads if of == kind)
 
     def _must(self, verb, kind="", names=()):
-        self._has_excuse = False
+        self._outlived = self._deaths
         self._give(verb, kind, names)
 
 
