@@ -52,9 +52,9 @@ build() {
 # build_shipped PRESET: what is installed, and no tests.
 build_shipped() {
     local targets=(kelvo kesdk consolehost kelvo-console kelvo-service kelvoctl
-        console_translations kelvo_translations)
-    # To the end: a reader that leaves early fails the pipe.
-    if cmake --build --preset "$1" --target help | grep '^kelvo_keyboard:' >/dev/null; then
+        console_translations kelvo_translations) known
+    known=$(cmake --build --preset "$1" --target help)
+    if [[ $known == *$'\n'kelvo_keyboard:* ]]; then
         targets+=(kelvo_keyboard)
     fi
     build "$1" "${targets[@]}"
