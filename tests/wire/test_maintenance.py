@@ -11,6 +11,7 @@ from kelvowire.farm import log_in, make_inbox, settle
 from kelvowire.http import Client, sha256_hex
 from kelvowire.service import BINARY, GUARD_SECONDS, Service, run_refused
 
+MOST_CONTENTS = 60  # of each client
 LONG_GUARD_SECONDS = 240  # under a sanitizer, on a busy machine, a backup takes more than a minute
 
 
@@ -60,7 +61,9 @@ class Load:
             count = 0
             while not self._stop.is_set():
                 count += 1
-                content = b"%d-%d " % (number, count) * (1 + count % 7 * 3000)
+                # Not ever more contents: where all is slow, a backup would never catch up with its load.
+                kind = count % MOST_CONTENTS
+                content = b"%d-%d " % (number, kind) * (1 + kind % 7 * 3000)
                 file = client.put(f"{number}-{count}.zip", [inbox], content)[0]["id"]
                 if count % 3 == 0:
                     client.delete(f"/resources/{file}")
