@@ -204,6 +204,11 @@ TEST_F(ConnectionOperations, TheAbortCheckEndsACall)
     EXPECT_EQ(FirstText(), L"The operation was stopped before it was done.");
     EXPECT_FALSE(connection->SendEnvironment({}));
     EXPECT_EQ(connection->GetProjects().size(), 7u) << "needs no waiting";
+    bool isAsked = false;
+    connection->SetAbortCheck([&] { return !std::exchange(isAsked, true); });
+    EXPECT_FALSE(Upload("a.zip", "x"));
+    EXPECT_EQ(FirstText(), L"The operation was stopped before it was done.")
+        << "is no lost session";
     connection->SetAbortCheck({});
     EXPECT_TRUE(Upload("a.zip", "x"));
 }

@@ -149,7 +149,7 @@ bool Connection::Conclude(const Operation& operation, Failure failure)
 {
     if (failure.Is(EErrorCode::eSessionEnded))
         EndSession(operation.sessionId);
-    else if (failure.Is(EErrorCode::eAborted) && !IsAborted(m_abort))
+    else if (failure.Is(EErrorCode::eAborted) && m_state.Current().id != operation.sessionId)
         failure.code = EErrorCode::eSessionEnded; // the event stream told of it first
     // Only what asked the service comes here, so the service was reached.
     if (!failure.IsSet()) {
