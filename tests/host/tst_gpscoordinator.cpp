@@ -1,17 +1,50 @@
 // The coordinator: fixes stay whole, and GPSLost tells of changes only, in their order.
 #include "hostimpl/TFedGPSCoordinator.h"
 
+#include "support/HangGuard.h"
 #include "support/TestMain.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QThread>
+#include <QtCore/QVector>
 #include <QtTest/QSignalSpy>
 
 #include <atomic>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <memory>
 
 using hostimpl::TFedGPSCoordinator;
+
+namespace {
+
+// Runs a call on a thread of its own. The destructor waits for a call that has not returned yet.
+class TOtherThread
+{
+public:
+    TOtherThread() = default;
+    ~TOtherThread()
+    {
+        if (m_thread) {
+            m_thread->wait();
+        }
+    }
+    Q_DISABLE_COPY_MOVE(TOtherThread)
+
+    // False if the call has not returned when the hang guard expires.
+    bool Returns(const std::function<void()>& call)
+    {
+        m_thread.reset(QThread::create(call));
+        m_thread->start();
+        return m_thread->wait(QDeadlineTimer(kelvo::test::HANG_GUARD_MS));
+    }
+
+private:
+    std::unique_ptr<QThread> m_thread;
+};
+
+} // namespace
 
 class tst_GPSCoordinator : public kelvo::test::TTestCase
 {
@@ -27,6 +60,8 @@ private Q_SLOTS:
     void anyTimeOfDayIsTaken();
     void whatIsRefusedChangesNothing();
     void mayBeAskedFromItsOwnSignal();
+    void anotherThreadReadsThePositionDuringTheSignal();
+    void anotherThreadLosesTheFixDuringTheSignal();
     void fixesStayWholeUnderTwoThreads();
     void signalsComeInTheOrderOfChanges();
 };
@@ -157,6 +192,53 @@ void tst_GPSCoordinator::mayBeAskedFromItsOwnSignal()
     QCOMPARE(calls, 2);
 }
 
+void tst_GPSCoordinator::anotherThreadReadsThePositionDuringTheSignal()
+{
+    TFedGPSCoordinator coordinator;
+    bool hasReturned = false;
+    bool hasFix = false;
+    TGPSFix fix;
+    TOtherThread otherThread;
+    connect(
+        &coordinator, &TGPSCoordinator::GPSLost, &coordinator,
+        [&] {
+            hasReturned = otherThread.Returns([&] {
+                hasFix = coordinator.HasFix();
+                fix = coordinator.GetCurrentFix();
+            });
+        },
+        Qt::DirectConnection);
+    QVERIFY(coordinator.Feed({50.0, 8.0, 120000.0}));
+    QVERIFY(hasReturned);
+    QVERIFY(hasFix);
+    QCOMPARE(fix.latitudeDegrees, 50.0);
+    QCOMPARE(fix.utcTime, 120000.0);
+}
+
+void tst_GPSCoordinator::anotherThreadLosesTheFixDuringTheSignal()
+{
+    TFedGPSCoordinator coordinator;
+    QVector<bool> begun;
+    QVector<bool> ended;
+    bool hasReturned = false;
+    TOtherThread otherThread;
+    connect(
+        &coordinator, &TGPSCoordinator::GPSLost, &coordinator,
+        [&](bool isLost) {
+            begun.append(isLost);
+            if (!isLost) {
+                hasReturned = otherThread.Returns([&] { coordinator.Lose(); });
+            }
+            ended.append(isLost);
+        },
+        Qt::DirectConnection);
+    QVERIFY(coordinator.Feed({50.0, 8.0, 120000.0}));
+    QVERIFY(hasReturned);
+    QVERIFY(!coordinator.HasFix());
+    QCOMPARE(begun, (QVector<bool>{false, true}));
+    QCOMPARE(ended, begun);
+}
+
 void tst_GPSCoordinator::fixesStayWholeUnderTwoThreads()
 {
     constexpr int fixes = 20000;
@@ -181,7 +263,8 @@ void tst_GPSCoordinator::fixesStayWholeUnderTwoThreads()
     QCOMPARE(coordinator.GetCurrentFix().utcTime, 1.0);
 }
 
-// Whatever two threads do: the last signal says what is the case.
+// While two threads use the coordinator, the signals alternate, do not overlap, and the last signal
+// tells the last state.
 void tst_GPSCoordinator::signalsComeInTheOrderOfChanges()
 {
     constexpr int rounds = 5000;
@@ -201,16 +284,14 @@ void tst_GPSCoordinator::signalsComeInTheOrderOfChanges()
             --running;
         },
         Qt::DirectConnection);
-    std::atomic<bool> isDone{false};
     const std::unique_ptr<QThread> source(QThread::create([&] {
         for (int round = 0; round < rounds; ++round) {
             coordinator.Feed({1.0, 1.0, 1.0});
             coordinator.Lose();
         }
-        isDone = true;
     }));
     source->start();
-    while (!isDone) {
+    for (int round = 0; round < rounds; ++round) {
         coordinator.AnnounceFix();
     }
     QVERIFY(source->wait());

@@ -3,12 +3,16 @@
 
 #include "host/TGPSCoordinator.h"
 
+#include <QtCore/QVector>
+
 #include <atomic>
 
 namespace hostimpl {
 
 // Feed(), Lose() and AnnounceFix() may be called from any thread, also from a slot that is directly
-// connected to GPSLost. The signal comes in the order in which the fix changed, whoever changed it.
+// connected to GPSLost. GPSLost is emitted without a lock, in the order of the changes, by one
+// thread at a time. If another thread is emitting GPSLost, the three functions return at once and
+// that thread emits the new signal too. A slot may therefore find a newer state in HasFix().
 class CONSOLEHOST_EXPORT TFedGPSCoordinator : public TGPSCoordinator
 {
     Q_OBJECT
@@ -41,10 +45,12 @@ protected:
 
 private:
     void NoteReadyListener();
+    void EmitPendingSignals();
 
-    // Held while the signal is emitted: two sources' signals cannot overtake each other.
-    mutable QRecursiveMutex m_stateMutex; // guards m_hasFix
+    mutable QMutex m_stateMutex; // guards m_hasFix, m_pendingSignals and m_isEmitting
     bool m_hasFix = false;
+    QVector<bool> m_pendingSignals; // the arguments of the signals that are still to be emitted
+    bool m_isEmitting = false;      // a thread is emitting the signals from m_pendingSignals
     std::atomic<int> m_readyListeners{0};
 };
 

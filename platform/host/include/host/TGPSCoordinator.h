@@ -28,7 +28,8 @@ public:
     TGPSFix GetCurrentFix() const;
 
 Q_SIGNALS:
-    // Emitted on the source's thread, when a usable position is lost (true) or regained (false).
+    // Emitted when a usable position is lost (true) or regained (false): by any thread, without a
+    // lock, in the order of the changes.
     void GPSLost(bool isLost);
 
 protected:

@@ -28,30 +28,62 @@ bool TFedGPSCoordinator::Feed(const TGPSFix& fix)
     if (!IsPlausible(fix)) {
         return false;
     }
-    const QMutexLocker lock(&m_stateMutex);
-    SetCurrentFix(fix);
-    if (!m_hasFix) {
+    {
+        const QMutexLocker lock(&m_stateMutex);
+        SetCurrentFix(fix);
+        if (m_hasFix) {
+            return true;
+        }
         m_hasFix = true;
-        Q_EMIT GPSLost(false);
+        m_pendingSignals.append(false);
     }
+    EmitPendingSignals();
     return true;
 }
 
 void TFedGPSCoordinator::Lose()
 {
-    const QMutexLocker lock(&m_stateMutex);
-    if (m_hasFix) {
+    {
+        const QMutexLocker lock(&m_stateMutex);
+        if (!m_hasFix) {
+            return;
+        }
         m_hasFix = false;
-        Q_EMIT GPSLost(true);
+        m_pendingSignals.append(true);
     }
+    EmitPendingSignals();
 }
 
 void TFedGPSCoordinator::AnnounceFix()
 {
-    const QMutexLocker lock(&m_stateMutex);
-    if (m_hasFix) {
-        Q_EMIT GPSLost(false);
+    {
+        const QMutexLocker lock(&m_stateMutex);
+        // With a fix, the last pending signal already announces the fix.
+        if (!m_hasFix || !m_pendingSignals.isEmpty()) {
+            return;
+        }
+        m_pendingSignals.append(false);
     }
+    EmitPendingSignals();
+}
+
+// Emits without the lock: a directly connected slot may wait for a thread that uses the
+// coordinator. The order of the changes is kept because a change and its place in the queue are
+// made under one lock, and because only one thread at a time takes signals from the queue.
+void TFedGPSCoordinator::EmitPendingSignals()
+{
+    QMutexLocker lock(&m_stateMutex);
+    if (m_isEmitting) {
+        return; // the emitting thread takes the new signal from the queue
+    }
+    m_isEmitting = true;
+    while (!m_pendingSignals.isEmpty()) {
+        const bool isLost = m_pendingSignals.takeFirst();
+        lock.unlock();
+        Q_EMIT GPSLost(isLost);
+        lock.relock();
+    }
+    m_isEmitting = false;
 }
 
 bool TFedGPSCoordinator::HasFix() const
