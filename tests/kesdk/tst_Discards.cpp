@@ -1,4 +1,4 @@
-// Wrong copies on the service: how they go, and that none is ever taken for a result.
+// Pending deletions of wrong copies on the service. No upload takes such a copy for its result.
 #include "base/DigestText.h"
 #include "support/UploadFixture.h"
 
@@ -27,7 +27,7 @@ protected:
         hash.Update(content.data(), content.size());
         return '"' + ToHex(hash.Finish()) + '"';
     }
-    // Each is what a restarted console has.
+    // Reads the journals from the disk, as a restarted console does.
     Discards NewDiscards() const { return Discards(state.Path("own"), wallTimeS); }
     Result<std::vector<FileRecord>> SendAsNewProcess()
     {
@@ -46,8 +46,8 @@ protected:
         const auto journal = std::filesystem::directory_iterator(state.Path("own"))->path();
         state.Date("own/" + journal.filename().string(), writtenS);
     }
-    // The service has all of it, but its answer was lost: the file there, to which the journal
-    // leads.
+    // The service stores the file, but its answer is lost. Returns the id of the stored file.
+    // The upload's journal is still on the disk.
     std::int64_t CommitWithoutAnswer()
     {
         service.FailNext(Drop("POST /v1/uploads", true));
@@ -57,8 +57,8 @@ protected:
         EXPECT_EQ(Journals(".upload"), 1u);
         return service.FileIds(inbox).at(0);
     }
-    // How long it takes where nobody ever answers, if the call shall end after `ending`.
-    Clock::Time::duration SettleInSilence(Clock::Time::duration ending, int& requests)
+    // How long the deletions take on a link without answers. After `ending` the call is to end.
+    Clock::Time::duration SettleWithoutAnswers(Clock::Time::duration ending, int& requests)
     {
         const Clock::Time begin = time->Now();
         test::FakeTransport silent([&](const HttpRequest& request, const AbortCheck& abort) {
@@ -74,7 +74,7 @@ protected:
         Discards discards = NewDiscards();
         discards.Owe(call.account, {501, 502}, EtagOf("x"));
         discards.Settle(silentApi, call);
-        EXPECT_EQ(Journals(".discard"), 2u) << "they are owed still";
+        EXPECT_EQ(Journals(".discard"), 2u) << "both deletions are still pending";
         return time->Now() - begin;
     }
 
@@ -84,42 +84,43 @@ protected:
 
 } // namespace
 
-TEST_F(DiscardsTest, ACopyThatIsToGoIsNotAResult)
+TEST_F(DiscardsTest, IgnoresAResultThatIsQueuedForDeletion)
 {
-    const std::int64_t owed = CommitWithoutAnswer();
-    NewDiscards().Owe(call.account, {owed}, EtagOf(kContent));
+    const std::int64_t queuedCopy = CommitWithoutAnswer();
+    NewDiscards().Owe(call.account, {queuedCopy}, EtagOf(kContent));
     const auto sent = SendAsNewProcess();
-    ExpectKept(sent, kContent);
-    EXPECT_NE(sent.value.at(0).id, owed);
+    ExpectStored(sent, kContent);
+    EXPECT_NE(sent.value.at(0).id, queuedCopy);
     EXPECT_EQ(Journals(".discard"), 0u);
     EXPECT_EQ(Journals(".upload"), 0u);
 }
 
-TEST_F(DiscardsTest, ACopyThatIsToGoIsNotAResultAlsoWhenItCannotGoNow)
+TEST_F(DiscardsTest, IgnoresAResultWhoseDeletionFails)
 {
-    const std::int64_t owed = CommitWithoutAnswer();
-    NewDiscards().Owe(call.account, {owed}, EtagOf(kContent));
+    const std::int64_t queuedCopy = CommitWithoutAnswer();
+    NewDiscards().Owe(call.account, {queuedCopy}, EtagOf(kContent));
     for (int i = 0; i < 3; ++i)
         service.FailNext(Drop("DELETE /v1/resources/"));
     const auto sent = SendAsNewProcess();
     ASSERT_TRUE(sent) << sent.failure.detail;
-    EXPECT_NE(sent.value.at(0).id, owed);
+    EXPECT_NE(sent.value.at(0).id, queuedCopy);
     EXPECT_EQ(service.Content(sent.value[0].id), kContent);
-    EXPECT_EQ(service.FileIds(inbox), Ids{sent.value[0].id}) << "it went behind the second answer";
+    EXPECT_EQ(service.FileIds(inbox), Ids{sent.value[0].id})
+        << "the wrong copy is deleted after the second answer";
 }
 
-// The key is computed, so it needs no journal to lead there.
-TEST_F(DiscardsTest, ACopyThatIsToGoIsNotAResultAlsoOfItsKeyAlone)
+// The key is computed from the file, so the service finds the first upload without a journal.
+TEST_F(DiscardsTest, IgnoresAResultThatIsQueuedForDeletionWithoutAJournal)
 {
-    const std::int64_t owed = CommitWithoutAnswer();
+    const std::int64_t queuedCopy = CommitWithoutAnswer();
     std::filesystem::remove(std::filesystem::directory_iterator(state.Path("own"))->path());
-    NewDiscards().Owe(call.account, {owed}, EtagOf(kContent));
+    NewDiscards().Owe(call.account, {queuedCopy}, EtagOf(kContent));
     const auto sent = SendAsNewProcess();
-    ExpectKept(sent, kContent);
-    EXPECT_NE(sent.value.at(0).id, owed);
+    ExpectStored(sent, kContent);
+    EXPECT_NE(sent.value.at(0).id, queuedCopy);
 }
 
-TEST_F(DiscardsTest, AServiceThatGivesNothingElseIsGivenUp)
+TEST_F(DiscardsTest, GivesUpWhenTheServiceOnlyRepeatsAResultThatIsQueuedForDeletion)
 {
     const std::int64_t earlier = service.AddFile(inbox, "report.txt", kContent);
     for (int i = 0; i < 50; ++i) {
@@ -131,7 +132,7 @@ TEST_F(DiscardsTest, AServiceThatGivesNothingElseIsGivenUp)
     EXPECT_LE(service.Count("POST /v1/uploads"), 6);
 }
 
-TEST_F(DiscardsTest, NothingLeadsToACopyOnceItIsBeingDeleted)
+TEST_F(DiscardsTest, RemovesTheUploadJournalBeforeItDeletesTheCopy)
 {
     int discards = 0;
     service.onRequest = [&](const std::string& line) {
@@ -146,27 +147,27 @@ TEST_F(DiscardsTest, NothingLeadsToACopyOnceItIsBeingDeleted)
     EXPECT_EQ(discards, 1);
 }
 
-TEST_F(DiscardsTest, TakesFifteenSecondsAtMost)
+TEST_F(DiscardsTest, GivesUpAfterFifteenSeconds)
 {
     int requests = 0;
-    EXPECT_EQ(SettleInSilence(1h, requests), 15s);
+    EXPECT_EQ(SettleWithoutAnswers(1h, requests), 15s);
     EXPECT_EQ(requests, 1);
 }
 
-TEST_F(DiscardsTest, TakesTwoSecondsFromWhenTheCallShallEnd)
+TEST_F(DiscardsTest, GivesUpTwoSecondsAfterTheCallIsAborted)
 {
     int requests = 0;
-    EXPECT_EQ(SettleInSilence(3s, requests), 5s);
+    EXPECT_EQ(SettleWithoutAnswers(3s, requests), 5s);
     EXPECT_EQ(requests, 1);
 }
 
-TEST_F(DiscardsTest, TakesNoLongerThanElseWhenTheCallShallEndLate)
+TEST_F(DiscardsTest, GivesUpAfterFifteenSecondsAlsoWhenTheCallIsAbortedLate)
 {
     int requests = 0;
-    EXPECT_EQ(SettleInSilence(14s, requests), 15s);
+    EXPECT_EQ(SettleWithoutAnswers(14s, requests), 15s);
 }
 
-TEST_F(DiscardsTest, DeletesOnlyWhatItKnows)
+TEST_F(DiscardsTest, DeletesOnlyIfTheCopyHasTheKnownDigest)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
     NewDiscards().Owe(call.account, {file}, EtagOf("a copy"));
@@ -177,7 +178,7 @@ TEST_F(DiscardsTest, DeletesOnlyWhatItKnows)
     EXPECT_EQ(Journals(".discard"), 0u);
 }
 
-TEST_F(DiscardsTest, AnUploadTellsWhatItsWrongCopyHolds)
+TEST_F(DiscardsTest, DeletesAWrongCopyByTheDigestOfTheCopy)
 {
     service.CorruptNextCommit();
     ExpectFailure(SendAsNewProcess(), EErrorCode::eFileChanged);
@@ -186,7 +187,7 @@ TEST_F(DiscardsTest, AnUploadTellsWhatItsWrongCopyHolds)
     EXPECT_EQ(service.Requests().back().Header("If-Match"), EtagOf(corrupt));
 }
 
-TEST_F(DiscardsTest, WhatHoldsSomethingElseByNowOrIsGoneIsSettled)
+TEST_F(DiscardsTest, EndsTheDeletionWhenTheCopyHasChangedOrIsGone)
 {
     const std::int64_t other = service.AddFile(inbox, "report.txt", "something else");
     const std::int64_t gone = service.AddFile(inbox, "gone.txt", "a copy");
@@ -198,7 +199,7 @@ TEST_F(DiscardsTest, WhatHoldsSomethingElseByNowOrIsGoneIsSettled)
     EXPECT_EQ(Journals(".discard"), 0u);
 }
 
-TEST_F(DiscardsTest, NothingIsOwedForLongerThanTheBinKeepsIt)
+TEST_F(DiscardsTest, ForgetsADeletionAfterThirtyDays)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
     NewDiscards().Owe(call.account, {file}, EtagOf("a copy"));
@@ -212,7 +213,7 @@ TEST_F(DiscardsTest, NothingIsOwedForLongerThanTheBinKeepsIt)
     EXPECT_EQ(service.FileIds(inbox), Ids{file});
 }
 
-TEST_F(DiscardsTest, NothingIsOwedForLongerThanThatInOneRunEither)
+TEST_F(DiscardsTest, ForgetsADeletionAfterThirtyDaysInOneRun)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
     const std::int64_t nowS = test::NextMonthS();
@@ -225,7 +226,7 @@ TEST_F(DiscardsTest, NothingIsOwedForLongerThanThatInOneRunEither)
     EXPECT_EQ(Journals(".discard"), 0u);
 }
 
-TEST_F(DiscardsTest, WhatIsYoungerIsOwed)
+TEST_F(DiscardsTest, DeletesACopyWithinThirtyDays)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
     NewDiscards().Owe(call.account, {file}, EtagOf("a copy"));
@@ -236,7 +237,7 @@ TEST_F(DiscardsTest, WhatIsYoungerIsOwed)
     EXPECT_TRUE(service.FileIds(inbox).empty());
 }
 
-TEST_F(DiscardsTest, NothingIsTooOldWhileTheClockIsWrong)
+TEST_F(DiscardsTest, KeepsADeletionWhileTheClockIsWrong)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
     NewDiscards().Owe(call.account, {file}, EtagOf("a copy"));
@@ -244,7 +245,7 @@ TEST_F(DiscardsTest, NothingIsTooOldWhileTheClockIsWrong)
     EXPECT_TRUE(NewDiscards().Owes(call.account, {file}));
 }
 
-TEST_F(DiscardsTest, SweepsWhatNeverBecameAJournal)
+TEST_F(DiscardsTest, RemovesOldTemporaryFilesOfJournals)
 {
     const std::int64_t nowS = test::NextMonthS();
     wallTimeS = [nowS] { return nowS; };
@@ -259,7 +260,7 @@ TEST_F(DiscardsTest, SweepsWhatNeverBecameAJournal)
     EXPECT_TRUE(state.Has("own/readme"));
 }
 
-TEST_F(DiscardsTest, ReadsTheDigestThatTheServiceSays)
+TEST_F(DiscardsTest, ReadsTheDigestOfTheServicesAnswer)
 {
     Sha256 hash;
     hash.Update("abc", 3);

@@ -1,4 +1,4 @@
-// Downloads that a later call or a restarted console goes on with, and those that it must not.
+// Which downloads a later call or a restarted console resumes, and which it must not resume.
 #include "support/ResumeFixture.h"
 
 namespace kesdk::impl {
@@ -11,20 +11,20 @@ using DownloadResume = test::ResumeFixture;
 
 } // namespace
 
-TEST_F(DownloadResume, GoesOnBehindWhatIsThere)
+TEST_F(DownloadResume, ResumesAtTheEndOfThePart)
 {
     BeginAndStop();
-    ExpectWhole(kCutAt);
+    ExpectSaved(kCutAt);
 }
 
-TEST_F(DownloadResume, GoesOnWithWhatAKilledProcessLeft)
+TEST_F(DownloadResume, ResumesFromThePartOfAKilledProcess)
 {
     BeginAndStop();
     std::filesystem::resize_file(folder.Path("here.zip.part"), 50'000);
-    ExpectWhole(50'000);
+    ExpectSaved(50'000);
 }
 
-TEST_F(DownloadResume, GoesOnAfterTheLinkWasGivenUp)
+TEST_F(DownloadResume, ResumesAfterADeadLink)
 {
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, kCutAt));
     for (int i = 0; i < 50; ++i)
@@ -32,12 +32,11 @@ TEST_F(DownloadResume, GoesOnAfterTheLinkWasGivenUp)
     EXPECT_EQ(Fetch().code, EErrorCode::eNoProgress);
     while (service.Count("GET /v1/resources/") < 52) // the rest of the faults
         api.GetResource(call, id);
-    ExpectWhole(kCutAt);
+    ExpectSaved(kCutAt);
 }
 
-// The console came into a network that is not the right one, or its clock was set: not one byte of
-// what is there is worth less for it.
-TEST_F(DownloadResume, GoesOnAfterWhateverWasWrongOnTheWay)
+// As when the console joins a wrong network, or its clock is set. The part stays whole.
+TEST_F(DownloadResume, ResumesAfterAnyErrorOnTheWay)
 {
     for (const EErrorCode code :
          {EErrorCode::eDropped, EErrorCode::eTimeout, EErrorCode::eUnknownAuthority,
@@ -50,12 +49,12 @@ TEST_F(DownloadResume, GoesOnAfterWhateverWasWrongOnTheWay)
         StopBehind("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
         EXPECT_TRUE(Fetch().IsSet());
         call.abort = nullptr;
-        ExpectWhole(kCutAt);
+        ExpectSaved(kCutAt);
         std::filesystem::remove(folder.Path("here.zip"));
     }
 }
 
-TEST_F(DownloadResume, GoesOnAfterWhateverTheServiceSaidOfItself)
+TEST_F(DownloadResume, ResumesAfterAnErrorOfTheService)
 {
     for (const HttpResponse& answer :
          {test::Problem(507, "insufficient-storage"), test::Problem(500, "internal"),
@@ -65,12 +64,12 @@ TEST_F(DownloadResume, GoesOnAfterWhateverTheServiceSaidOfItself)
         BeginAndStop();
         service.FailNext(Answer("GET /v1/resources/", answer));
         EXPECT_TRUE(Fetch().IsSet());
-        ExpectWhole(kCutAt);
+        ExpectSaved(kCutAt);
         std::filesystem::remove(folder.Path("here.zip"));
     }
 }
 
-TEST_F(DownloadResume, KeepsNothingThatTheServiceDoesNotGive)
+TEST_F(DownloadResume, RemovesThePartOfAFileThatTheServiceRefuses)
 {
     for (const HttpResponse& answer :
          {test::Problem(404, "not-found"), test::Problem(403, "forbidden"),
@@ -84,7 +83,7 @@ TEST_F(DownloadResume, KeepsNothingThatTheServiceDoesNotGive)
     }
 }
 
-TEST_F(DownloadResume, TakesTheNameOfAPartThatIsWhole)
+TEST_F(DownloadResume, RenamesAWholePartWithoutARequest)
 {
     BeginAndStop();
     folder.Write("here.zip.part", content);
@@ -95,7 +94,7 @@ TEST_F(DownloadResume, TakesTheNameOfAPartThatIsWhole)
     EXPECT_EQ(service.Requests().size(), before);
 }
 
-TEST_F(DownloadResume, APartOfAnotherVersionIsNotGoneOnWith)
+TEST_F(DownloadResume, IgnoresAPartOfAnotherVersion)
 {
     BeginAndStop();
     service.RemoveFile(id);
@@ -106,44 +105,44 @@ TEST_F(DownloadResume, APartOfAnotherVersionIsNotGoneOnWith)
     EXPECT_EQ(service.Requests().back().Header("Range"), "");
 }
 
-TEST_F(DownloadResume, AnotherAccountsPartIsNotGoneOnWith)
+TEST_F(DownloadResume, IgnoresAPartOfAnotherAccount)
 {
     for (const char* other : {"https://service.test\n8", "https://other.test\n7", ""}) {
         call.account = "https://service.test\n7";
         BeginAndStop();
         call.account = other;
-        ExpectWhole(0);
+        ExpectSaved(0);
         std::filesystem::remove(folder.Path("here.zip"));
     }
 }
 
-TEST_F(DownloadResume, APartThatTheDiskLostIsFetchedAnew)
+TEST_F(DownloadResume, IgnoresAPartWhoseDigestIsWrong)
 {
     BeginAndStop();
-    folder.Write("here.zip.part", std::string(kCutAt, '\0')); // as after a loss of power
-    ExpectWhole(0);
+    folder.Write("here.zip.part", std::string(kCutAt, '\0')); // as after a power cut
+    ExpectSaved(0);
 }
 
-TEST_F(DownloadResume, AJournalWhosePartWasNotMadeYetIsNoHindrance)
+TEST_F(DownloadResume, IgnoresAJournalWithoutAPart)
 {
     BeginAndStop();
     std::filesystem::remove(folder.Path("here.zip.part"));
-    ExpectWhole(0);
+    ExpectSaved(0);
 }
 
-TEST_F(DownloadResume, APartThatCannotBeMadeLeavesNoJournal)
+TEST_F(DownloadResume, LeavesNoJournalWhenThePartCannotBeCreated)
 {
     std::filesystem::create_directory(folder.Path("here.zip.part"));
     EXPECT_EQ(Fetch().code, EErrorCode::eCannotWrite);
     EXPECT_EQ(folder.EntryCount(), 1u);
 }
 
-TEST_F(DownloadResume, ATornJournalIsWorthNothing)
+TEST_F(DownloadResume, IgnoresATornJournal)
 {
     BeginAndStop();
     const std::string journal = folder.Path("here.zip.part.journal");
     std::filesystem::resize_file(journal, std::filesystem::file_size(journal) - 1);
-    ExpectWhole(0);
+    ExpectSaved(0);
 }
 
 TEST_F(DownloadResume, FollowsNoLinkUnderThePartsName)
@@ -152,7 +151,7 @@ TEST_F(DownloadResume, FollowsNoLinkUnderThePartsName)
     const test::TempFolder elsewhere;
     std::filesystem::rename(folder.Path("here.zip.part"), elsewhere.Path("target"));
     std::filesystem::create_symlink(elsewhere.Path("target"), folder.Path("here.zip.part"));
-    ExpectWhole(0);
+    ExpectSaved(0);
     EXPECT_EQ(elsewhere.Read("target").size(), kCutAt);
 }
 
@@ -164,16 +163,16 @@ TEST_F(DownloadResume, BeginsAnewWhenTheServiceDoesNotResume)
     EXPECT_TRUE(folder.Read("here.zip") == content);
 }
 
-TEST_F(DownloadResume, AnAbortWhileThePartIsReadLeavesIt)
+TEST_F(DownloadResume, KeepsThePartWhenReadingItIsAborted)
 {
     BeginAndStop();
     call.abort = [] { return true; };
     EXPECT_EQ(Fetch().code, EErrorCode::eAborted);
     call.abort = nullptr;
-    ExpectWhole(kCutAt);
+    ExpectSaved(kCutAt);
 }
 
-TEST_F(DownloadResume, KeepsNothingOfAFileThatIsGone)
+TEST_F(DownloadResume, RemovesThePartOfAFileThatIsGone)
 {
     BeginAndStop();
     service.RemoveFile(id);
@@ -181,14 +180,14 @@ TEST_F(DownloadResume, KeepsNothingOfAFileThatIsGone)
     EXPECT_EQ(folder.EntryCount(), 0u);
 }
 
-// As on a disk on which it had no room: the call goes on behind what it has, but leaves nothing.
-TEST_F(DownloadResume, AJournalThatCannotBeWrittenCostsNoDownload)
+// As on a full disk. The call resumes after a drop, but an aborted call leaves no part.
+TEST_F(DownloadResume, DownloadsWithoutAJournalThatCannotBeWritten)
 {
     std::filesystem::create_directory(folder.Path("here.zip.part.journal"));
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, kCutAt));
     StopBehind("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
     EXPECT_EQ(Fetch().code, EErrorCode::eAborted);
-    EXPECT_EQ(folder.EntryCount(), 1u) << "nobody would know what the part is of";
+    EXPECT_EQ(folder.EntryCount(), 1u) << "no journal would say which file the part is of";
     call.abort = nullptr;
 
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, kCutAt));
@@ -196,10 +195,10 @@ TEST_F(DownloadResume, AJournalThatCannotBeWrittenCostsNoDownload)
     EXPECT_EQ(failure.code, EErrorCode::eNone) << failure.detail;
     EXPECT_TRUE(folder.Read("here.zip") == content);
     EXPECT_EQ(service.Requests().back().Header("Range"), "bytes=" + std::to_string(kCutAt) + "-");
-    EXPECT_EQ(folder.EntryCount(), 2u) << "the file, and what is in the journal's place";
+    EXPECT_EQ(folder.EntryCount(), 2u) << "the file, and the folder that has the journal's name";
 }
 
-TEST_F(DownloadResume, SaysWhatIsLeftToWhom)
+TEST_F(DownloadResume, TheJournalHoldsTheDigestAndNoToken)
 {
     BeginAndStop();
     EXPECT_EQ(folder.EntryCount(), 2u);
@@ -208,7 +207,7 @@ TEST_F(DownloadResume, SaysWhatIsLeftToWhom)
     EXPECT_EQ(journal.find(call.token), std::string::npos);
 }
 
-TEST_F(DownloadResume, ASmallFileIsNotWorthAJournal)
+TEST_F(DownloadResume, KeepsNoJournalOfASmallFile)
 {
     file = *api.GetResource(call, service.AddFile(inbox, "small.zip", "small")).value.file;
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 2));

@@ -1,4 +1,4 @@
-// Downloads over a link that drops, from a service that errs, onto a disk that may be full.
+// Downloads over a link that drops, from a service that answers wrongly, onto a disk that is full.
 #include "support/TransferFixture.h"
 #include "transfer/Downloads.h"
 
@@ -26,13 +26,13 @@ protected:
     {
         return downloads.Fetch(call, file, folder.Path("here.zip"));
     }
-    void ExpectWhole(const Failure& failure)
+    void ExpectSaved(const Failure& failure)
     {
         EXPECT_EQ(failure.code, EErrorCode::eNone) << failure.detail;
         EXPECT_EQ(folder.Read("here.zip"), kContent);
-        EXPECT_EQ(folder.EntryCount(), 1u) << "nothing beside it";
+        EXPECT_EQ(folder.EntryCount(), 1u) << "no other file";
     }
-    void ExpectNothing(const Failure& failure, EErrorCode code)
+    void ExpectFailure(const Failure& failure, EErrorCode code)
     {
         EXPECT_EQ(failure.code, code) << failure.detail;
         EXPECT_EQ(folder.EntryCount(), 0u);
@@ -43,10 +43,10 @@ protected:
 
 } // namespace
 
-TEST_F(DownloadsTest, IsOneRequest)
+TEST_F(DownloadsTest, SendsOneRequest)
 {
     const FileRecord file = Record();
-    ExpectWhole(Fetch(file));
+    ExpectSaved(Fetch(file));
     EXPECT_EQ(service.Count("GET /v1/resources/" + std::to_string(file.id) + "/content"), 1);
     EXPECT_EQ(service.Requests().back().Header("If-Match"), file.etag);
     EXPECT_EQ(service.Requests().back().Header("Range"), "");
@@ -61,64 +61,65 @@ TEST_F(DownloadsTest, FetchesAnEmptyFile)
     EXPECT_EQ(folder.Read("here.zip"), "");
 }
 
-TEST_F(DownloadsTest, ReplacesWhatIsThere)
+TEST_F(DownloadsTest, ReplacesAnEarlierFileAndPart)
 {
     folder.Write("here.zip", "old");
-    folder.Write("here.zip.part", "left by a crash, and longer than what is fetched: " + kContent);
-    ExpectWhole(Fetch(Record()));
+    folder.Write("here.zip.part",
+                 "left by a crash, and longer than the file to fetch: " + kContent);
+    ExpectSaved(Fetch(Record()));
 }
 
-TEST_F(DownloadsTest, ResumesWhereverItWasCut)
+TEST_F(DownloadsTest, ResumesAtEveryOffset)
 {
     const FileRecord file = Record();
     for (std::size_t at = 0; at < kContent.size(); ++at) {
         service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, at));
-        ExpectWhole(Fetch(file));
+        ExpectSaved(Fetch(file));
         const std::string range = at == 0 ? "" : "bytes=" + std::to_string(at) + "-";
         EXPECT_EQ(service.Requests().back().Header("Range"), range);
         EXPECT_EQ(service.Requests().back().Header("If-Range"), at == 0 ? "" : file.etag);
     }
 }
 
-TEST_F(DownloadsTest, ResumesAgainAndAgainAsLongAsItAdvances)
+TEST_F(DownloadsTest, ResumesAnyNumberOfTimesAsLongAsBytesArrive)
 {
     const FileRecord file = Record();
     for (int i = 0; i < 15; ++i)
         service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 3));
-    ExpectWhole(Fetch(file));
+    ExpectSaved(Fetch(file));
 }
 
-TEST_F(DownloadsTest, GoesOnWhereNothingMovedForTooLong)
+TEST_F(DownloadsTest, ResumesAfterAStallTimeout)
 {
     const FileRecord file = Record();
     service.FailNext(Stall("GET /v1/resources/", Fault::EKind::eCutResponse, 10));
     service.FailNext(Stall("GET /v1/resources/", Fault::EKind::eCutResponse, 0));
     service.FailNext(Stall("GET /v1/resources/", Fault::EKind::eCutResponse, 20));
-    ExpectWhole(Fetch(file));
+    ExpectSaved(Fetch(file));
     EXPECT_EQ(service.Requests().back().Header("Range"), "bytes=30-");
     ExpectContentLimits("GET /v1/resources/" + std::to_string(file.id) + "/content");
 }
 
-TEST_F(DownloadsTest, WaitsForABusyServiceAsLongAsItAsks)
+TEST_F(DownloadsTest, WaitsAsLongAsRetryAfterSays)
 {
     const FileRecord file = Record();
     const std::string content = "GET /v1/resources/" + std::to_string(file.id) + "/content";
     service.FailNext(Answer(content, Busy(503, "11")));
     service.FailNext(Cut(content, Fault::EKind::eCutResponse, 10));
     service.FailNext(Answer(content, Busy(429, "Thu, 01 Jan 2026 10:00:22 GMT")));
-    ExpectWhole(Fetch(file));
+    ExpectSaved(Fetch(file));
     ASSERT_EQ(time->Sleeps().size(), 3u);
     EXPECT_EQ(time->Sleeps()[0], std::chrono::seconds(11));
     EXPECT_EQ(time->Sleeps()[2], std::chrono::seconds(22));
     EXPECT_EQ(service.Requests().back().Header("Range"), "bytes=10-");
 }
 
-TEST_F(DownloadsTest, DoesNotWaitForAServiceThatAsksForTooMuch)
+TEST_F(DownloadsTest, DoesNotWaitWhenRetryAfterIsTooLong)
 {
     const FileRecord file = Record();
     service.FailNext(Answer("GET /v1/resources/", Busy(503, "301")));
     const Failure failure = Fetch(file);
-    ExpectNothing(failure, EErrorCode::eServiceBusy);
+    ExpectFailure(failure, EErrorCode::eServiceBusy);
     EXPECT_EQ(failure.retryAfter, std::chrono::seconds(301)) << "for the operator";
     EXPECT_TRUE(time->Sleeps().empty());
 }
@@ -128,39 +129,39 @@ TEST_F(DownloadsTest, BeginsAnewWhenTheServiceDoesNotResume)
     const FileRecord file = Record();
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 10));
     service.FailNext(Answer("GET /v1/resources/", test::Reply(200, kContent)));
-    ExpectWhole(Fetch(file));
+    ExpectSaved(Fetch(file));
 }
 
-TEST_F(DownloadsTest, RefusesAnotherRangeThanItAskedFor)
+TEST_F(DownloadsTest, RefusesAWrongRange)
 {
     const FileRecord file = Record();
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 10));
     service.FailNext(
         Answer("GET /v1/resources/",
                test::Reply(206, kContent.substr(12), {{"Content-Range", "bytes 12-57/58"}})));
-    ExpectNothing(Fetch(file), EErrorCode::eDamaged);
+    ExpectFailure(Fetch(file), EErrorCode::eDamaged);
 }
 
-TEST_F(DownloadsTest, GivesUpWhenNothingGotThroughForFiveMinutes)
+TEST_F(DownloadsTest, GivesUpAfterFiveMinutesWithoutAByte)
 {
     const FileRecord file = Record();
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 10));
     for (int i = 0; i < 50; ++i)
         service.FailNext(Drop("GET /v1/resources/"));
     const Clock::Time begin = time->Now();
-    ExpectNothing(Fetch(file), EErrorCode::eNoProgress);
+    ExpectFailure(Fetch(file), EErrorCode::eNoProgress);
     EXPECT_GE(time->Now() - begin, std::chrono::minutes(5));
     EXPECT_LT(time->Now() - begin, std::chrono::minutes(5) + std::chrono::seconds(8));
 }
 
-TEST_F(DownloadsTest, GivesTheNextOneLittleTimeOnADeadLink)
+TEST_F(DownloadsTest, GivesTheNextFileThirtySecondsOnADeadLink)
 {
     const FileRecord file = Record();
     service.SetOnline(false);
-    ExpectNothing(Fetch(file), EErrorCode::eNoProgress);
+    ExpectFailure(Fetch(file), EErrorCode::eNoProgress);
     Clock::Time begin = time->Now();
     for (int i = 0; i < 20; ++i)
-        ExpectNothing(Fetch(file), EErrorCode::eNoProgress);
+        ExpectFailure(Fetch(file), EErrorCode::eNoProgress);
     EXPECT_LT(time->Now() - begin, std::chrono::minutes(20));
 
     service.SetOnline(true);
@@ -168,34 +169,34 @@ TEST_F(DownloadsTest, GivesTheNextOneLittleTimeOnADeadLink)
     service.SetOnline(false);
     begin = time->Now();
     EXPECT_EQ(Fetch(file).code, EErrorCode::eNoProgress);
-    EXPECT_GE(time->Now() - begin, std::chrono::minutes(5)) << "all of it again";
+    EXPECT_GE(time->Now() - begin, std::chrono::minutes(5)) << "the full deadline again";
 }
 
-TEST_F(DownloadsTest, GivesUpWhatOnlyComesAgainAndAgain)
+TEST_F(DownloadsTest, GivesUpWhenTheServiceOnlyRepeatsTheSameBytes)
 {
     const FileRecord file = Record();
     const std::string half = kContent.substr(0, 20);
     service.onRequest = [&](const std::string&) {
         service.FailNext(Answer("GET /v1/resources/", test::Reply(200, half)));
     };
-    ExpectNothing(Fetch(file), EErrorCode::eNoProgress);
+    ExpectFailure(Fetch(file), EErrorCode::eNoProgress);
 }
 
-TEST_F(DownloadsTest, KeepsNothingThatIsDamaged)
+TEST_F(DownloadsTest, RefusesADamagedFile)
 {
     const FileRecord file = Record();
     service.Corrupt(file.id);
-    ExpectNothing(Fetch(file), EErrorCode::eDamaged);
+    ExpectFailure(Fetch(file), EErrorCode::eDamaged);
 }
 
-TEST_F(DownloadsTest, KeepsNothingThatIsTooLong)
+TEST_F(DownloadsTest, RefusesAFileThatIsTooLong)
 {
     const FileRecord file = Record();
     service.FailNext(Answer("GET /v1/resources/", test::Reply(200, kContent + "and more")));
-    ExpectNothing(Fetch(file), EErrorCode::eDamaged);
+    ExpectFailure(Fetch(file), EErrorCode::eDamaged);
 }
 
-TEST_F(DownloadsTest, DoesNotTouchWhatIsThereWhenItFails)
+TEST_F(DownloadsTest, KeepsAnEarlierFileWhenItFails)
 {
     folder.Write("here.zip", "old");
     const FileRecord file = Record();
@@ -205,18 +206,18 @@ TEST_F(DownloadsTest, DoesNotTouchWhatIsThereWhenItFails)
     EXPECT_EQ(folder.EntryCount(), 1u);
 }
 
-TEST_F(DownloadsTest, SaysThatTheFileIsGone)
+TEST_F(DownloadsTest, ReportsThatTheFileIsGone)
 {
     const FileRecord file = Record();
     service.RemoveFile(file.id);
-    ExpectNothing(Fetch(file), EErrorCode::eFileGone);
+    ExpectFailure(Fetch(file), EErrorCode::eFileGone);
 }
 
-TEST_F(DownloadsTest, SaysThatTheFileIsGoneWhenItIsAnother)
+TEST_F(DownloadsTest, ReportsThatTheFileIsGoneWhenItsEtagChanged)
 {
     FileRecord file = Record();
     file.etag = "\"another\"";
-    ExpectNothing(Fetch(file), EErrorCode::eFileGone);
+    ExpectFailure(Fetch(file), EErrorCode::eFileGone);
 }
 
 TEST_F(DownloadsTest, RefusesNamesThatCouldLeaveTheFolder)
@@ -227,16 +228,17 @@ TEST_F(DownloadsTest, RefusesNamesThatCouldLeaveTheFolder)
          {std::wstring(), std::wstring(L"."), std::wstring(L".."), std::wstring(L"../a.zip"),
           std::wstring(L"/etc/passwd"), std::wstring(L"a\0.zip", 6)}) {
         file.name = name;
-        ExpectNothing(Fetch(file), EErrorCode::eUnusableServiceName);
+        ExpectFailure(Fetch(file), EErrorCode::eUnusableServiceName);
     }
-    EXPECT_EQ(service.Count(""), before) << "nothing was asked for";
+    EXPECT_EQ(service.Count(""), before) << "no request was sent";
 }
 
-TEST_F(DownloadsTest, SavesUnderTheLongestName)
+TEST_F(DownloadsTest, SavesUnderANameOfTheLargestLength)
 {
     const FileRecord file = Record();
     std::string name;
-    while (name.size() + 2 <= 255) // two bytes a character, so that a cut may fall into one
+    while (name.size() + 2 <=
+           255) // two bytes a character, so a cut name may end inside a character
         name += "\xC3\xA4";
     EXPECT_FALSE(downloads.Fetch(call, file, folder.Path(name)).IsSet());
     EXPECT_EQ(folder.Read(name), kContent);
@@ -257,25 +259,25 @@ TEST_F(DownloadsTest, RefusesPathsThatCannotBeWritten)
     EXPECT_EQ(folder.EntryCount(), 1u);
 }
 
-TEST_F(DownloadsTest, LeavesNothingOnADiskThatIsFull)
+TEST_F(DownloadsTest, LeavesNothingOnAFullDisk)
 {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);
     const FileRecord file = Record();
     const rlimit tiny{8, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &tiny); // the nearest to a full disk that needs no disk
+    setrlimit(RLIMIT_FSIZE, &tiny); // a limit of the file size stands in for a full disk
     const Failure failure = Fetch(file);
     setrlimit(RLIMIT_FSIZE, &before);
-    ExpectNothing(failure, EErrorCode::eDiskFull);
+    ExpectFailure(failure, EErrorCode::eDiskFull);
 }
 
-TEST_F(DownloadsTest, AbortLeavesNothing)
+TEST_F(DownloadsTest, LeavesNothingWhenAborted)
 {
     const FileRecord file = Record();
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 10));
     call.abort = [asked = 0]() mutable { return ++asked > 1; };
-    ExpectNothing(Fetch(file), EErrorCode::eAborted);
+    ExpectFailure(Fetch(file), EErrorCode::eAborted);
 }
 
 } // namespace kesdk::impl

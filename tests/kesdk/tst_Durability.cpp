@@ -1,4 +1,4 @@
-// What is on the disk before anybody is told that it is: the calls to the kernel, in their order.
+// The order of the calls that sync and rename files.
 #include "support/ResumeFixture.h"
 #include "support/UploadFixture.h"
 
@@ -15,7 +15,7 @@
 
 namespace {
 
-// What the library asked of the kernel while a test watches; on that test's thread only.
+// The calls of a test's own thread while a CallRecorder lives; otherwise null.
 thread_local std::vector<std::string>* tCalls = nullptr;
 
 std::string NameOf(const std::string& path)
@@ -23,7 +23,7 @@ std::string NameOf(const std::string& path)
     return std::filesystem::path(path).filename().string();
 }
 
-void Note(const std::string& call)
+void Record(const std::string& call)
 {
     if (tCalls)
         tCalls->push_back(call);
@@ -31,18 +31,18 @@ void Note(const std::string& call)
 
 } // namespace
 
-// These take the place of the C library's in this program.
+// These functions replace the C library's in this program.
 extern "C" int fsync(int file)
 {
     std::error_code none;
     const std::string link = "/proc/self/fd/" + std::to_string(file);
-    Note("sync " + NameOf(std::filesystem::read_symlink(link, none).string()));
+    Record("sync " + NameOf(std::filesystem::read_symlink(link, none).string()));
     return static_cast<int>(::syscall(SYS_fsync, file));
 }
 
 extern "C" int rename(const char* from, const char* to) noexcept
 {
-    Note("rename " + NameOf(from) + " to " + NameOf(to));
+    Record("rename " + NameOf(from) + " to " + NameOf(to));
     return static_cast<int>(::syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
 }
 
@@ -52,14 +52,14 @@ namespace {
 
 using Calls = std::vector<std::string>;
 
-// The calls that are made while it lives.
-class Watch
+// Records the calls that this thread makes while the recorder lives.
+class CallRecorder
 {
 public:
-    Watch() { tCalls = &m_calls; }
-    ~Watch() { tCalls = nullptr; }
-    Watch(const Watch&) = delete;
-    Watch& operator=(const Watch&) = delete;
+    CallRecorder() { tCalls = &m_calls; }
+    ~CallRecorder() { tCalls = nullptr; }
+    CallRecorder(const CallRecorder&) = delete;
+    CallRecorder& operator=(const CallRecorder&) = delete;
 
     const Calls& Seen() const { return m_calls; }
 
@@ -78,46 +78,46 @@ protected:
 
 } // namespace
 
-TEST_F(DownloadDurability, AFileIsOnTheDiskBeforeItsNameAndBothBeforeTheCallReturns)
+TEST_F(DownloadDurability, SyncsTheFileBeforeItsNameAndBothBeforeTheCallReturns)
 {
     const std::string own = NameOf(folder.Path());
-    const Watch watch;
+    const CallRecorder recorder;
     EXPECT_FALSE(Fetch().IsSet());
-    EXPECT_EQ(watch.Seen(),
+    EXPECT_EQ(recorder.Seen(),
               (Calls{"sync here.zip.part.journal.new",
                      "rename here.zip.part.journal.new to here.zip.part.journal", "sync " + own,
                      "sync here.zip.part", "rename here.zip.part to here.zip", "sync " + own}));
 }
 
-TEST_F(DownloadDurability, ASmallFileToo)
+TEST_F(DownloadDurability, SyncsASmallFileBeforeItsNameAndBothBeforeTheCallReturns)
 {
     file = *api.GetResource(call, service.AddFile(inbox, "here.zip", "small")).value.file;
-    const Watch watch;
+    const CallRecorder recorder;
     EXPECT_FALSE(Fetch().IsSet());
-    ASSERT_EQ(watch.Seen().size(), 3u);
-    const std::string part = watch.Seen()[0].substr(std::string("sync ").size());
-    EXPECT_EQ(watch.Seen()[1], "rename " + part + " to here.zip");
-    EXPECT_EQ(watch.Seen()[2], "sync " + NameOf(folder.Path()));
+    ASSERT_EQ(recorder.Seen().size(), 3u);
+    const std::string part = recorder.Seen()[0].substr(std::string("sync ").size());
+    EXPECT_EQ(recorder.Seen()[1], "rename " + part + " to here.zip");
+    EXPECT_EQ(recorder.Seen()[2], "sync " + NameOf(folder.Path()));
 }
 
-TEST_F(UploadDurability, TheKeyIsOnTheDiskBeforeAnythingIsSentUnderIt)
+TEST_F(UploadDurability, SyncsTheKeyBeforeTheFirstRequest)
 {
-    const Watch watch;
+    const CallRecorder recorder;
     std::size_t synced = 0;
     service.onRequest = [&](const std::string& line) {
         if (line == "POST /v1/uploads")
-            synced = watch.Seen().size();
+            synced = recorder.Seen().size();
     };
     Uploads process{api, state.Path("own")};
-    ExpectKept(process.Send(call, path, {inbox}), kContent);
+    ExpectStored(process.Send(call, path, {inbox}), kContent);
     ASSERT_EQ(synced, 3u);
-    EXPECT_EQ(watch.Seen()[0].substr(0, 5), "sync ");
-    EXPECT_EQ(watch.Seen()[1].substr(0, 7), "rename ");
-    EXPECT_EQ(watch.Seen()[2], "sync own");
+    EXPECT_EQ(recorder.Seen()[0].substr(0, 5), "sync ");
+    EXPECT_EQ(recorder.Seen()[1].substr(0, 7), "rename ");
+    EXPECT_EQ(recorder.Seen()[2], "sync own");
 }
 
-// The nearest to a full disk that needs no disk.
-TEST_F(UploadDurability, AJournalThatDoesNotFitCostsNoUploadAndLeavesNothing)
+// A limit of the file size stands in for a full disk.
+TEST_F(UploadDurability, UploadsWithoutAJournalOnAFullDisk)
 {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
@@ -127,7 +127,7 @@ TEST_F(UploadDurability, AJournalThatDoesNotFitCostsNoUploadAndLeavesNothing)
     Uploads process{api, state.Path("own")};
     const auto sent = process.Send(call, path, {inbox});
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
-    ExpectKept(sent, kContent);
+    ExpectStored(sent, kContent);
     EXPECT_TRUE(std::filesystem::is_directory(state.Path("own")));
     EXPECT_TRUE(std::filesystem::is_empty(state.Path("own")));
 }

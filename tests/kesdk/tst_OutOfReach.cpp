@@ -1,4 +1,4 @@
-// What holds while the service cannot be reached and there is a snapshot from before.
+// Calls while the service cannot be reached and an earlier snapshot is known.
 #include "support/ConnectionFixture.h"
 
 #include <nlohmann/json.hpp>
@@ -14,7 +14,7 @@ class OutOfReach : public ConnectionFixture
 protected:
     OutOfReach()
     {
-        LetSleepsBlock(); // a lost stream stays lost until something gets through
+        LetSleepsBlock(); // a lost stream stays lost until a request succeeds
         LogIn();
     }
 
@@ -29,7 +29,7 @@ protected:
         environment.timeStampMs = timeStampMs;
         return environment;
     }
-    // Of the reports that the service has.
+    // The times of the reports that the service has received.
     std::vector<std::int64_t> ReportTimes() const
     {
         std::vector<std::int64_t> times;
@@ -43,7 +43,7 @@ protected:
 
 } // namespace
 
-TEST_F(OutOfReach, EveryGetterAnswersFromTheSnapshot)
+TEST_F(OutOfReach, AnswersEveryGetterFromTheSnapshot)
 {
     const std::int64_t file = service.AddFile(inbox, "a.zip", "abc");
     ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
@@ -63,24 +63,25 @@ TEST_F(OutOfReach, EveryGetterAnswersFromTheSnapshot)
     EXPECT_TRUE(connection->IsLoggedIn());
 }
 
-TEST_F(OutOfReach, AnInboxThatTheSnapshotHasIsThere)
+TEST_F(OutOfReach, CreatingAKnownInboxSucceedsWithoutARequest)
 {
     LoseTheLink();
     EXPECT_TRUE(connection->CreateUserInbox(L"To Console"));
     EXPECT_TRUE(connection->GetLastErrors().empty());
-    EXPECT_FALSE(connection->CreateUserInbox(L"Curves")) << "this one the service has to make";
+    EXPECT_FALSE(connection->CreateUserInbox(L"Curves"))
+        << "only the service can create this inbox";
     EXPECT_EQ(FirstText(), L"The service does not answer.");
 }
 
-TEST_F(OutOfReach, AnothersInboxIsNotTheUsersOwn)
+TEST_F(OutOfReach, CreatesTheUsersInboxBesideAnotherUsers)
 {
     service.AddInbox(service.AddUser("petra", "secret secret"), "Curves");
     EXPECT_TRUE(connection->CreateUserInbox(L"Curves"));
     EXPECT_EQ(service.Count("POST /v1/projects/Curves"), 1);
 }
 
-// Without it nothing is listed after a login, although all that is listed is known.
-TEST_F(OutOfReach, AReportOfTheEnvironmentIsTakenAndSentLater)
+// The caller lists nothing until the report after a login has succeeded.
+TEST_F(OutOfReach, SendsTheLatestEnvironmentReportWhenTheLinkIsBack)
 {
     LoseTheLink();
     EXPECT_TRUE(connection->SendEnvironment(At(1)));
@@ -90,28 +91,27 @@ TEST_F(OutOfReach, AReportOfTheEnvironmentIsTakenAndSentLater)
     EXPECT_TRUE(ReportTimes().empty());
     service.SetOnline(true);
     EXPECT_TRUE(Upload("a.zip", "x"));
-    EXPECT_EQ(ReportTimes(), (std::vector<std::int64_t>{2})) << "the latest one";
+    EXPECT_EQ(ReportTimes(), (std::vector<std::int64_t>{2})) << "only the latest report";
     EXPECT_TRUE(Upload("b.zip", "x"));
     EXPECT_EQ(ReportTimes().size(), 1u);
 }
 
-TEST_F(OutOfReach, AReportStaysOwedUntilItGotThrough)
+TEST_F(OutOfReach, KeepsAReportUntilItIsSent)
 {
     LoseTheLink();
     EXPECT_TRUE(connection->SendEnvironment(At(1)));
     service.SetOnline(true);
     service.FailNext(Drop(kReport));
     EXPECT_TRUE(Upload("a.zip", "x"));
-    EXPECT_EQ(service.Count(kReport), 1) << "nobody waits for another try";
+    EXPECT_EQ(service.Count(kReport), 1) << "an upload tries the report once";
     EXPECT_TRUE(Upload("b.zip", "x"));
     EXPECT_EQ(service.Count(kReport), 2);
     EXPECT_TRUE(Upload("c.zip", "x"));
     EXPECT_EQ(service.Count(kReport), 2);
 }
 
-// Behind the check the file may be removed by whoever sent it: what was written to it meanwhile
-// would be gone for good.
-TEST_F(OutOfReach, AFileThatChangesWhileAnOwedReportIsSentWasNotKept)
+// The caller removes the file after the check. A later change of the file would be lost.
+TEST_F(OutOfReach, FailsWhenTheFileChangesWhileAReportIsSent)
 {
     LoseTheLink();
     EXPECT_TRUE(connection->SendEnvironment(At(1)));
@@ -127,12 +127,12 @@ TEST_F(OutOfReach, AFileThatChangesWhileAnOwedReportIsSentWasNotKept)
     EXPECT_EQ(folder.Read("a.zip"), "the new report");
 }
 
-TEST_F(OutOfReach, NothingIsSentBehindTheCheckOfAFile)
+TEST_F(OutOfReach, SendsNothingAfterTheLastCheckOfTheFile)
 {
     LoseTheLink();
     EXPECT_TRUE(connection->SendEnvironment(At(1)));
     service.SetOnline(true);
-    service.FailNext(Drop(kReport)); // so it is owed still
+    service.FailNext(Drop(kReport)); // the report stays pending
     service.onRequest = [this, reports = 0](const std::string& line) mutable {
         if (line == kReport && ++reports > 1)
             folder.Write("a.zip", "the new report");
@@ -142,7 +142,7 @@ TEST_F(OutOfReach, NothingIsSentBehindTheCheckOfAFile)
     EXPECT_EQ(service.Count(kReport), 1);
 }
 
-TEST_F(OutOfReach, AReportIsNotTakenIntoAnotherSession)
+TEST_F(OutOfReach, DropsAReportWhenTheSessionEnds)
 {
     LoseTheLink();
     EXPECT_TRUE(connection->SendEnvironment(At(1)));
@@ -155,7 +155,7 @@ TEST_F(OutOfReach, AReportIsNotTakenIntoAnotherSession)
     EXPECT_TRUE(ReportTimes().empty());
 }
 
-TEST_F(OutOfReach, AReportThatTheServiceRefusesHasFailed)
+TEST_F(OutOfReach, DropsAReportThatTheServiceRefuses)
 {
     service.FailNext(Answer(kReport, Problem(422, "unprocessable")));
     EXPECT_FALSE(connection->SendEnvironment(At(1)));

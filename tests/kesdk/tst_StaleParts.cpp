@@ -1,4 +1,4 @@
-// What killed downloads have left behind, and what only looks so.
+// Parts that killed downloads left behind, and other files with such names.
 #include "support/ResumeFixture.h"
 
 #include <set>
@@ -12,12 +12,12 @@ using test::Fault;
 class StaleParts : public test::ResumeFixture
 {
 protected:
-    // As if it had been written last a little more than a week ago, or a little less.
+    // Dates the file one hour more than a week ago, or `lessS` less than a week ago.
     void MakeOld(const std::string& name, std::int64_t lessS = -test::kHourS) const
     {
         folder.Date(name, test::NextMonthS() - test::kWeekS + lessS);
     }
-    // Leaves the part of a small file that a killed process would; gives its name.
+    // Leaves the part of a small file, as a killed process does, and returns the part's name.
     std::string LeaveSmallPart(const std::string& name)
     {
         const FileRecord small =
@@ -43,13 +43,13 @@ protected:
             names.insert(entry.path().filename().string());
         return names;
     }
-    void ExpectPartIsGoneOnWith()
+    void ExpectPartIsResumed()
     {
         std::filesystem::remove(folder.Path("other.zip"));
-        ExpectWhole(test::kCutAt);
+        ExpectSaved(test::kCutAt);
         std::filesystem::remove(folder.Path("here.zip"));
     }
-    // By a console that was started anew, a month later or at another time.
+    // Fetches another file as a restarted console does, a month later or at `wallTimeS`.
     void FetchAnother(const WallClock& wallTimeS = &test::NextMonthS)
     {
         Downloads others{api, wallTimeS};
@@ -60,7 +60,7 @@ protected:
 
 } // namespace
 
-TEST_F(StaleParts, GoWithTheirJournals)
+TEST_F(StaleParts, AreRemovedWithTheirJournals)
 {
     BeginAndStop();
     MakeOld("here.zip.part");
@@ -69,17 +69,17 @@ TEST_F(StaleParts, GoWithTheirJournals)
     EXPECT_EQ(folder.EntryCount(), 1u);
 }
 
-TEST_F(StaleParts, OfADownloadThatGrewThisWeekStay)
+TEST_F(StaleParts, StayWhenTheyGrewThisWeek)
 {
     BeginAndStop();
     MakeOld("here.zip.part", test::kHourS);
     MakeOld("here.zip.part.journal");
     FetchAnother();
     EXPECT_EQ(folder.EntryCount(), 3u);
-    ExpectPartIsGoneOnWith();
+    ExpectPartIsResumed();
 }
 
-TEST_F(StaleParts, ThatSomebodyTriesToGoOnWithAreYoungAgain)
+TEST_F(StaleParts, GetTheCurrentDateWhenADownloadResumes)
 {
     BeginAndStop();
     folder.Date("here.zip.part", static_cast<std::int64_t>(::time(nullptr)) - test::kHourS);
@@ -89,8 +89,8 @@ TEST_F(StaleParts, ThatSomebodyTriesToGoOnWithAreYoungAgain)
     EXPECT_GT(std::filesystem::last_write_time(folder.Path("here.zip.part")), before);
 }
 
-// No receiver had told the console the time.
-TEST_F(StaleParts, OfAnUnknownDateBeginTheirWeekWhenTheyAreSeen)
+// The console did not know the time when it wrote the part.
+TEST_F(StaleParts, OfAnImpossibleDateStayForAWeekAfterTheyAreSeen)
 {
     for (const std::int64_t writtenS : {std::int64_t{3600}, std::int64_t{2'524'608'000}}) { // 2050
         SCOPED_TRACE(writtenS);
@@ -103,7 +103,8 @@ TEST_F(StaleParts, OfAnUnknownDateBeginTheirWeekWhenTheyAreSeen)
         EXPECT_TRUE(folder.Has(small));
         EXPECT_TRUE(folder.Has("here.zip.part"));
         FetchAnother();
-        EXPECT_FALSE(folder.Has(small)) << "that was a month ago by then";
+        EXPECT_FALSE(folder.Has(small))
+            << "the first sweep gave it a date, which is a month ago now";
         EXPECT_EQ(folder.EntryCount(), 1u);
         std::filesystem::remove(folder.Path("other.zip"));
     }
@@ -115,7 +116,7 @@ TEST_F(StaleParts, StayWhileTheClockIsWrong)
         BeginAndStop();
         FetchAnother([nowS] { return nowS; });
         EXPECT_EQ(folder.EntryCount(), 3u);
-        ExpectPartIsGoneOnWith();
+        ExpectPartIsResumed();
     }
 }
 
@@ -130,7 +131,7 @@ TEST_F(StaleParts, StayForAWeek)
     EXPECT_EQ(folder.EntryCount(), 4u);
 }
 
-TEST_F(StaleParts, OfSmallFilesGoWithoutAJournal)
+TEST_F(StaleParts, OfSmallFilesAreRemovedWithoutAJournal)
 {
     for (const std::string& name :
          {std::string("small.zip"), std::string(255, 'x'), std::string("a.part")}) {
@@ -144,7 +145,7 @@ TEST_F(StaleParts, OfSmallFilesGoWithoutAJournal)
     }
 }
 
-TEST_F(StaleParts, OfAnInterruptedSmallFileDoNotHinderTheNext)
+TEST_F(StaleParts, OfASmallFileDoNotHinderTheNextDownload)
 {
     const std::string left = LeaveSmallPart("small.zip");
     file = *api.GetResource(call, service.AddFile(inbox, "small.zip", "small")).value.file;
@@ -153,7 +154,7 @@ TEST_F(StaleParts, OfAnInterruptedSmallFileDoNotHinderTheNext)
     EXPECT_EQ(folder.EntryCount(), 1u);
 }
 
-TEST_F(StaleParts, GoOnlyWhenTheyAreOurs)
+TEST_F(StaleParts, AreRemovedOnlyWhenTheLibraryWroteThem)
 {
     const std::string left = LeaveSmallPart("small.zip");
     const std::string of = "small.zip";
@@ -174,10 +175,10 @@ TEST_F(StaleParts, GoOnlyWhenTheyAreOurs)
     for (const std::string& name : names)
         EXPECT_EQ(folder.Read(name), "not the library's") << name;
     EXPECT_TRUE(folder.Has("link.part.journal"));
-    EXPECT_TRUE(folder.Has(left)) << "too young";
+    EXPECT_TRUE(folder.Has(left)) << "less than a week old";
 }
 
-TEST_F(StaleParts, AreNotKeptByAJournalThatALossOfPowerTore)
+TEST_F(StaleParts, AreRemovedWithATornJournal)
 {
     folder.Write("begun.part.journal", "kesdk jou");
     folder.Write("empty.part.journal", "");
@@ -188,14 +189,14 @@ TEST_F(StaleParts, AreNotKeptByAJournalThatALossOfPowerTore)
     EXPECT_EQ(folder.EntryCount(), 1u);
 }
 
-TEST_F(StaleParts, AreLookedForOnceInEachFolder)
+TEST_F(StaleParts, AreSearchedOnceInEachFolder)
 {
     Downloads once{api, &test::NextMonthS};
     EXPECT_FALSE(once.Fetch(call, file, folder.Path("here.zip")).IsSet());
     const std::string left = LeaveSmallPart("small.zip");
     MakeOld(left);
     EXPECT_FALSE(once.Fetch(call, file, folder.Path("here.zip")).IsSet());
-    EXPECT_TRUE(folder.Has(left)) << "this one was swept already";
+    EXPECT_TRUE(folder.Has(left)) << "this folder was searched before";
     const test::TempFolder elsewhere;
     std::filesystem::rename(folder.Path(left), elsewhere.Path(left));
     EXPECT_FALSE(once.Fetch(call, file, elsewhere.Path("here.zip")).IsSet());

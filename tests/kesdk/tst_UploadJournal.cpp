@@ -1,4 +1,4 @@
-// Uploads that a restarted console goes on with, and those that it must not go on with.
+// Which uploads a restarted console resumes from its journal, and which it must not resume.
 #include "support/UploadFixture.h"
 
 #include <algorithm>
@@ -20,7 +20,7 @@ protected:
         Uploads process{api, state.Path("own"), wallTimeS};
         return process.Send(call, path, {inbox});
     }
-    // Ends with 30 bytes on the service and the upload's address known.
+    // Leaves 30 bytes on the service. The journal holds the upload's address.
     void BeginAndStop()
     {
         service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
@@ -41,7 +41,7 @@ protected:
     {
         return std::filesystem::directory_iterator(state.Path("own"))->path();
     }
-    // What was sent since the console stopped.
+    // The request lines since BeginAndStop.
     Lines SentSince() const
     {
         Lines lines;
@@ -61,31 +61,31 @@ private:
 
 } // namespace
 
-TEST_F(UploadJournalTest, GoesOnBehindWhatTheServiceHas)
+TEST_F(UploadJournalTest, ResumesAtTheServicesOffset)
 {
     BeginAndStop();
-    ExpectKept(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(SentSince(), (Lines{"HEAD /v1/uploads/u1", "PATCH /v1/uploads/u1"}));
     EXPECT_EQ(LastContent(), kContent.substr(30));
-    EXPECT_EQ(JournalCount(), 0u) << "it has served";
+    EXPECT_EQ(JournalCount(), 0u) << "a journal that is no longer needed is removed";
 }
 
-TEST_F(UploadJournalTest, GoesOnByItsKeyWhenNoAnswerToldTheAddress)
+TEST_F(UploadJournalTest, ResumesByItsKeyWhenNoAnswerGaveTheAddress)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     StopBehind("POST /v1/uploads", 1);
     EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
-    ExpectKept(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(LastContent(), kContent.substr(20));
     const auto requests = service.Requests();
     const auto key = [&](std::size_t fromEnd) {
         return requests[requests.size() - fromEnd].Header("Idempotency-Key");
     };
-    EXPECT_EQ(key(2), key(3)) << "asked under the key that it was begun with";
+    EXPECT_EQ(key(2), key(3)) << "the resumed upload sends the key of the first request";
 }
 
-TEST_F(UploadJournalTest, HoldsNoSecretAndIsNobodyElses)
+TEST_F(UploadJournalTest, HoldsNoTokenAndOnlyItsOwnerMayReadIt)
 {
     BeginAndStop();
     std::ifstream stream(Journal());
@@ -96,7 +96,7 @@ TEST_F(UploadJournalTest, HoldsNoSecretAndIsNobodyElses)
               std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
 }
 
-TEST_F(UploadJournalTest, AnotherAccountOrServiceDoesNotGoOnWithIt)
+TEST_F(UploadJournalTest, IgnoresTheJournalOfAnotherAccountOrService)
 {
     BeginAndStop();
     for (const char* other : {"https://service.test\n8", "https://other.test\n7", ""}) {
@@ -109,38 +109,38 @@ TEST_F(UploadJournalTest, AnotherAccountOrServiceDoesNotGoOnWithIt)
     EXPECT_EQ(service.Count("HEAD"), 0);
 }
 
-TEST_F(UploadJournalTest, AFileThatWasWrittenSinceIsSentFromItsStart)
+TEST_F(UploadJournalTest, SendsAChangedFileFromItsStart)
 {
     BeginAndStop();
     const std::string longer = kContent + " and more";
     folder.Write("report.txt", longer);
-    ExpectKept(SendAsNewProcess(), longer);
+    ExpectStored(SendAsNewProcess(), longer);
     EXPECT_EQ(SentSince(), Lines{"POST /v1/uploads"});
     EXPECT_EQ(JournalCount(), 0u);
 }
 
-TEST_F(UploadJournalTest, AFileOfAnotherTimeIsSentFromItsStart)
+TEST_F(UploadJournalTest, SendsAFileWithAnotherDateFromItsStart)
 {
     BeginAndStop();
     const auto written = std::filesystem::last_write_time(path);
     std::filesystem::last_write_time(path, written + std::chrono::nanoseconds(1000));
-    ExpectKept(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(SentSince(), Lines{"POST /v1/uploads"});
 }
 
-TEST_F(UploadJournalTest, AFileThatOnlyLooksTheSameIsNoticedAndSentAnew)
+TEST_F(UploadJournalTest, SendsAFileWithTheSameDateAndOtherContentFromItsStart)
 {
     BeginAndStop();
     const auto written = std::filesystem::last_write_time(path);
     const std::string other(kContent.size(), 'x');
     folder.Write("report.txt", other);
     std::filesystem::last_write_time(path, written);
-    ExpectKept(SendAsNewProcess(), other);
-    EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1) << "the mixture of both";
+    ExpectStored(SendAsNewProcess(), other);
+    EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1) << "the copy that mixed both contents";
     EXPECT_EQ(JournalCount(), 0u);
 }
 
-TEST_F(UploadJournalTest, AFileThatChangesOnTheWayIsNotSent)
+TEST_F(UploadJournalTest, FailsWhenTheFileChangesWhileItIsSent)
 {
     BeginAndStop();
     service.onRequest = [this](const std::string& line) {
@@ -151,8 +151,8 @@ TEST_F(UploadJournalTest, AFileThatChangesOnTheWayIsNotSent)
     EXPECT_EQ(JournalCount(), 0u);
 }
 
-// The console came into a network that is not the right one, or its clock was set.
-TEST_F(UploadJournalTest, GoesOnAfterWhateverWasWrongOnTheWay)
+// As when the console joins a wrong network, or its clock is set.
+TEST_F(UploadJournalTest, ResumesAfterAnyErrorOnTheWay)
 {
     for (const EErrorCode code :
          {EErrorCode::eUnknownAuthority, EErrorCode::eCertificateExpired,
@@ -163,14 +163,14 @@ TEST_F(UploadJournalTest, GoesOnAfterWhateverWasWrongOnTheWay)
         service.FailNext(Drop("PATCH", code));
         EXPECT_EQ(SendAsNewProcess().failure.code, code);
         EXPECT_EQ(JournalCount(), 1u);
-        ExpectKept(SendAsNewProcess(), kContent);
+        ExpectStored(SendAsNewProcess(), kContent);
         EXPECT_EQ(LastContent(), kContent.substr(20));
         EXPECT_EQ(JournalCount(), 0u);
         service.RemoveFile(service.FileIds(inbox).at(0));
     }
 }
 
-TEST_F(UploadJournalTest, GoesOnAfterARestartWhereNothingMovedForTooLong)
+TEST_F(UploadJournalTest, ResumesAfterAStallTimeoutAndARestart)
 {
     service.FailNext(Stall("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Stall("PATCH", Fault::EKind::eCutRequest, 10));
@@ -178,31 +178,31 @@ TEST_F(UploadJournalTest, GoesOnAfterARestartWhereNothingMovedForTooLong)
     EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
     EXPECT_EQ(JournalCount(), 1u);
     call.abort = nullptr;
-    ExpectKept(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(LastContent(), kContent.substr(30));
     EXPECT_EQ(JournalCount(), 0u);
 }
 
-// A change of the mode, or another number of the medium, makes another key than the lost answer's.
-TEST_F(UploadJournalTest, IsNotStoredTwiceWhenTheOutcomeIsUnknown)
+// The new permissions give the file another computed key. Only the journal holds the first key.
+TEST_F(UploadJournalTest, StoresTheFileOnceWhenTheOutcomeIsUnknown)
 {
     service.FailNext(Drop("POST /v1/uploads", true));
-    service.FailNext(Drop("POST /v1/uploads", EErrorCode::eWrongHostName)); // the question
+    service.FailNext(Drop("POST /v1/uploads", EErrorCode::eWrongHostName)); // asks for the offset
     EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eWrongHostName);
     std::filesystem::permissions(path, std::filesystem::perms::owner_read);
-    ExpectKept(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
 }
 
-TEST_F(UploadJournalTest, ARefusalAfterALostAnswerDoesNotTellTheOutcome)
+TEST_F(UploadJournalTest, KeepsTheKeyWhenARefusalFollowsALostAnswer)
 {
     service.FailNext(Drop("POST /v1/uploads", true));
     service.FailNext(Answer("POST /v1/uploads", test::Problem(403, "forbidden")));
     EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eForbidden);
     std::filesystem::permissions(path, std::filesystem::perms::owner_read);
-    ExpectKept(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
 }
 
-TEST_F(UploadJournalTest, KeepsNothingOfWhatTheServiceRefusedAtOnce)
+TEST_F(UploadJournalTest, KeepsNoJournalOfAnUploadThatTheServiceRefused)
 {
     for (const HttpResponse& answer :
          {test::Problem(404, "not-found"), test::Problem(403, "forbidden"),
@@ -213,7 +213,7 @@ TEST_F(UploadJournalTest, KeepsNothingOfWhatTheServiceRefusedAtOnce)
     }
 }
 
-TEST_F(UploadJournalTest, AResultThatWasRemovedSinceIsStoredAnew)
+TEST_F(UploadJournalTest, StoresTheFileAnewWhenItsResultWasRemoved)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Drop("PATCH", true));
@@ -222,38 +222,38 @@ TEST_F(UploadJournalTest, AResultThatWasRemovedSinceIsStoredAnew)
     call.abort = nullptr;
     ASSERT_EQ(service.FileIds(inbox).size(), 1u) << "it was committed";
     service.RemoveFile(service.FileIds(inbox)[0]);
-    ExpectKept(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
 }
 
-TEST_F(UploadJournalTest, AResultThatIsStillThereIsFound)
+TEST_F(UploadJournalTest, FindsTheResultOfALostAnswer)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Drop("PATCH", true));
     StopBehind("PATCH", 1);
     EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
-    ExpectKept(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(service.Count("PATCH"), 1) << "nothing was sent again";
 }
 
-TEST_F(UploadJournalTest, BeginsAnewWhenTheServiceHasForgottenIt)
+TEST_F(UploadJournalTest, BeginsAnewWhenTheServiceHasNoSuchUpload)
 {
     BeginAndStop();
     service.ForgetUploads();
-    ExpectKept(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(JournalCount(), 0u);
 }
 
-TEST_F(UploadJournalTest, ATornJournalIsRemoved)
+TEST_F(UploadJournalTest, RemovesATornJournal)
 {
     BeginAndStop();
     std::filesystem::resize_file(Journal(), std::filesystem::file_size(Journal()) / 2);
-    ExpectKept(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(service.Count("HEAD"), 0);
     EXPECT_EQ(JournalCount(), 0u);
 }
 
-TEST_F(UploadJournalTest, AJournalThatWasAlteredIsNotBelieved)
+TEST_F(UploadJournalTest, IgnoresAnAlteredJournal)
 {
     BeginAndStop();
     {
@@ -261,11 +261,11 @@ TEST_F(UploadJournalTest, AJournalThatWasAlteredIsNotBelieved)
         file.seekp(static_cast<std::streamoff>(std::filesystem::file_size(Journal()) / 2));
         file.put('\0');
     }
-    ExpectKept(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(service.Count("HEAD"), 0);
 }
 
-TEST_F(UploadJournalTest, RemovesWhatIsOlderThanTheServiceKeepsUploads)
+TEST_F(UploadJournalTest, RemovesJournalsThatAreOlderThanAWeek)
 {
     BeginAndStop();
     const auto leftover = state.Write("own/leftover.upload.new", "torn by a crash");
@@ -279,12 +279,12 @@ TEST_F(UploadJournalTest, RemovesWhatIsOlderThanTheServiceKeepsUploads)
     EXPECT_TRUE(std::filesystem::exists(foreign));
     EXPECT_FALSE(std::filesystem::exists(leftover));
     call.abort = nullptr;
-    ExpectKept(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(service.Count("HEAD"), 0);
 }
 
-// The service keeps an upload for a week since its last part.
-TEST_F(UploadJournalTest, IsAsYoungAsTheLastPartThatArrived)
+// The service keeps an upload until one week after its last chunk.
+TEST_F(UploadJournalTest, TakesTheDateOfTheLastChunkThatArrived)
 {
     BeginAndStop();
     state.Date("own/" + Journal().filename().string(), wallTimeS() - test::kHourS);
@@ -295,11 +295,11 @@ TEST_F(UploadJournalTest, IsAsYoungAsTheLastPartThatArrived)
     EXPECT_GT(std::filesystem::last_write_time(Journal()), before);
 }
 
-TEST_F(UploadJournalTest, AFolderThatCannotBeWrittenCostsNoUpload)
+TEST_F(UploadJournalTest, UploadsWithoutAJournalWhereTheFolderCannotBeWritten)
 {
     state.Write("file", "");
     Uploads process{api, state.Path("file/own")};
-    ExpectKept(process.Send(call, path, {inbox}), kContent);
+    ExpectStored(process.Send(call, path, {inbox}), kContent);
 }
 
 } // namespace kesdk::impl

@@ -13,7 +13,7 @@ using UploadResume = UploadsTest;
 
 } // namespace
 
-TEST_F(UploadResume, ResumesWhereverTheFirstRequestWasCut)
+TEST_F(UploadResume, ResumesAtEveryOffset)
 {
     for (std::size_t at = 0; at <= kContent.size(); ++at) {
         const std::string content = kContent + std::to_string(at);
@@ -22,27 +22,28 @@ TEST_F(UploadResume, ResumesWhereverTheFirstRequestWasCut)
         const auto sent = uploads.Send(call, file, {inbox});
         ASSERT_EQ(sent.failure.code, EErrorCode::eNone) << at << sent.failure.detail;
         EXPECT_EQ(service.Content(sent.value.at(0).id), content) << at;
-        EXPECT_EQ(service.Requests().back().content, content.substr(at)) << "only what lacked";
+        EXPECT_EQ(service.Requests().back().content, content.substr(at))
+            << "only the missing bytes";
         EXPECT_EQ(sent.value[0].sizeBytes, static_cast<std::int64_t>(content.size()));
     }
     EXPECT_EQ(service.FileIds(inbox).size(), kContent.size() + 1);
 }
 
-TEST_F(UploadResume, ResumesAgainAndAgainAsLongAsItAdvances)
+TEST_F(UploadResume, ResumesAnyNumberOfTimesAsLongAsBytesArrive)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 3));
-    for (int i = 0; i < 15; ++i) // more often than it is tried without progress
+    for (int i = 0; i < 15; ++i) // more drops than are allowed without progress
         service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 3));
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
 }
 
-TEST_F(UploadResume, GoesOnWhereNothingMovedForTooLong)
+TEST_F(UploadResume, ResumesAfterAStallTimeout)
 {
     service.FailNext(Stall("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
-    service.FailNext(Drop("POST /v1/uploads", EErrorCode::eTimeout)); // the question
+    service.FailNext(Drop("POST /v1/uploads", EErrorCode::eTimeout)); // asks for the offset
     service.FailNext(Stall("PATCH", Fault::EKind::eCutRequest, 10));
     service.FailNext(Drop("HEAD", EErrorCode::eTimeout));
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
     EXPECT_EQ(service.Requests().back().content, kContent.substr(30));
     ExpectContentLimits("PATCH");
 }
@@ -50,12 +51,12 @@ TEST_F(UploadResume, GoesOnWhereNothingMovedForTooLong)
 TEST_F(UploadResume, SurvivesALostAnswerToEachOfItsRequests)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 10));
-    service.FailNext(Drop("POST /v1/uploads", true)); // the question
+    service.FailNext(Drop("POST /v1/uploads", true)); // asks for the offset
     service.FailNext(Drop("PATCH", true));            // the rest
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
 }
 
-TEST_F(UploadResume, GivesUpWhenNothingGotThroughForFiveMinutes)
+TEST_F(UploadResume, GivesUpAfterFiveMinutesWithoutAByte)
 {
     service.SetOnline(false);
     const Clock::Time begin = time->Now();
@@ -64,10 +65,11 @@ TEST_F(UploadResume, GivesUpWhenNothingGotThroughForFiveMinutes)
     EXPECT_NE(sent.failure.detail.find("the link"), std::string::npos) << sent.failure.detail;
     const auto lasted = time->Now() - begin;
     EXPECT_GE(lasted, std::chrono::minutes(5));
-    EXPECT_LT(lasted, std::chrono::minutes(5) + std::chrono::seconds(8)) << "one pause more";
+    EXPECT_LT(lasted, std::chrono::minutes(5) + std::chrono::seconds(8))
+        << "at most one more pause";
 }
 
-TEST_F(UploadResume, GivesTheNextOneLittleTimeOnADeadLink)
+TEST_F(UploadResume, GivesTheNextFileThirtySecondsOnADeadLink)
 {
     service.SetOnline(false);
     ExpectFailure(Send(), EErrorCode::eNoProgress);
@@ -79,8 +81,8 @@ TEST_F(UploadResume, GivesTheNextOneLittleTimeOnADeadLink)
     EXPECT_TRUE(Send());
 }
 
-// Reading 4 GB again takes a console longer than its patience with the link is.
-TEST_F(UploadResume, DigestingWhatWasSentBeforeCostsNoPatience)
+// A console needs more than five minutes to read 4 GB again.
+TEST_F(UploadResume, DoesNotCountTheTimeOfReadingTheSentPartAgain)
 {
     const test::TempFolder state;
     call.account = "https://service.test\n7";
@@ -91,17 +93,17 @@ TEST_F(UploadResume, DigestingWhatWasSentBeforeCostsNoPatience)
               EErrorCode::eAborted);
     bool isNext = false;
     service.onRequest = [&](const std::string& line) { isNext = line.rfind("HEAD", 0) == 0; };
-    call.abort = [&] { // the digest asks between its pieces
+    call.abort = [&] { // polled between two blocks of the digest
         if (std::exchange(isNext, false))
             time->Advance(std::chrono::minutes(6));
         return false;
     };
     service.FailNext(Drop("PATCH"));
-    ExpectKept(Uploads(api, state.Path()).Send(call, path, {inbox}), kContent);
+    ExpectStored(Uploads(api, state.Path()).Send(call, path, {inbox}), kContent);
     EXPECT_EQ(service.Count("PATCH"), 3);
 }
 
-TEST_F(UploadResume, ADeadLinkOfLongAgoDoesNotCount)
+TEST_F(UploadResume, GivesFiveMinutesAgainAnHourAfterADeadLink)
 {
     service.SetOnline(false);
     ExpectFailure(Send(), EErrorCode::eNoProgress);
@@ -114,7 +116,7 @@ TEST_F(UploadResume, ADeadLinkOfLongAgoDoesNotCount)
     EXPECT_NE(Send().failure.detail.find("no byte for 30 s"), std::string::npos);
 }
 
-TEST_F(UploadResume, GoesOnForHoursAsLongAsSomethingGetsThrough)
+TEST_F(UploadResume, LastsAnyTimeAsLongAsBytesArrive)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 3));
     service.onRequest = [this](const std::string& line) {
@@ -125,11 +127,11 @@ TEST_F(UploadResume, GoesOnForHoursAsLongAsSomethingGetsThrough)
             service.FailNext(Drop("HEAD"));
     };
     const Clock::Time begin = time->Now();
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
     EXPECT_GT(time->Now() - begin, std::chrono::minutes(30));
 }
 
-TEST_F(UploadResume, AsksBeforeItGivesUpWhatMovedForLong)
+TEST_F(UploadResume, AsksForTheOffsetAfterALongRequestThatDropped)
 {
     service.onRequest = [this](const std::string& line) {
         if (line == "POST /v1/uploads" || line.rfind("PATCH", 0) == 0)
@@ -137,10 +139,10 @@ TEST_F(UploadResume, AsksBeforeItGivesUpWhatMovedForLong)
     };
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 3));
     service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 3));
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
 }
 
-TEST_F(UploadResume, GivesUpWhatMovesForLongAndNeverArrives)
+TEST_F(UploadResume, GivesUpWhenLongRequestsStoreNothing)
 {
     service.onRequest = [this](const std::string& line) {
         if (line == "POST /v1/uploads" || line.rfind("PATCH", 0) == 0)
@@ -153,42 +155,43 @@ TEST_F(UploadResume, GivesUpWhatMovesForLongAndNeverArrives)
     EXPECT_EQ(service.Count("PATCH"), 6);
 }
 
-TEST_F(UploadResume, LooksWhereItStandsWithoutItsName)
+TEST_F(UploadResume, AsksForTheOffsetWithoutTheKey)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 10));
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
     EXPECT_EQ(service.Count("HEAD /v1/uploads/"), 1);
     EXPECT_EQ(service.Requests().back().content, kContent.substr(30));
 }
 
-TEST_F(UploadResume, ALaterCallFindsTheResultOfAnEarlierOne)
+TEST_F(UploadResume, FindsTheResultOfAnEarlierCall)
 {
     service.FailNext(Drop("POST /v1/uploads", true));
     StopBehind("POST /v1/uploads", 1);
-    EXPECT_EQ(Send().failure.code, EErrorCode::eAborted) << "it is there, but we cannot know";
+    EXPECT_EQ(Send().failure.code, EErrorCode::eAborted)
+        << "the file is stored, but no answer said so";
     call.abort = nullptr;
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
 }
 
-TEST_F(UploadResume, AConsoleThatWasRestartedFindsTheResultOfTheOneBefore)
+TEST_F(UploadResume, FindsTheResultAfterARestart)
 {
     service.FailNext(Drop("POST /v1/uploads", true));
     StopBehind("POST /v1/uploads", 1);
     EXPECT_EQ(Send().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
     Uploads restarted{api};
-    ExpectKept(restarted.Send(call, path, {inbox}), kContent);
+    ExpectStored(restarted.Send(call, path, {inbox}), kContent);
 }
 
-TEST_F(UploadResume, AConsoleThatWasRestartedGoesOnWhereTheOneBeforeWas)
+TEST_F(UploadResume, ResumesAfterARestart)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     StopBehind("POST /v1/uploads", 1);
     EXPECT_EQ(Send().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
     Uploads restarted{api};
-    ExpectKept(restarted.Send(call, path, {inbox}), kContent);
+    ExpectStored(restarted.Send(call, path, {inbox}), kContent);
     EXPECT_EQ(service.Requests().back().content, kContent.substr(20));
 }
 
@@ -196,34 +199,34 @@ TEST_F(UploadResume, BeginsAnewWhenTheUploadExpired)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Answer("PATCH", test::Problem(404, "not-found")));
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
 }
 
-TEST_F(UploadResume, AsksAgainWhenTheOffsetIsAnother)
+TEST_F(UploadResume, AsksForTheOffsetAgainAfterAMismatch)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Answer("PATCH", test::Problem(409, "upload-offset-mismatch")));
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
 }
 
-TEST_F(UploadResume, AConsoleThatWasRestartedMakesNoSecondFileOfTheSame)
+TEST_F(UploadResume, StoresNoSecondFileAfterARestart)
 {
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
     Uploads restarted{api};
-    ExpectKept(restarted.Send(call, path, {inbox}), kContent);
+    ExpectStored(restarted.Send(call, path, {inbox}), kContent);
 }
 
-TEST_F(UploadResume, WaitsForABusyServiceAsLongAsItAsks)
+TEST_F(UploadResume, WaitsAsLongAsRetryAfterSays)
 {
     HttpResponse busy = test::Problem(503, "busy");
     busy.headers.push_back({"Retry-After", "11"});
     service.FailNext(Answer("POST", busy));
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
     ASSERT_EQ(time->Sleeps().size(), 1u);
     EXPECT_EQ(time->Sleeps()[0], std::chrono::seconds(11));
 }
 
-TEST_F(UploadResume, DoesNotWaitForAServiceThatAsksForTooMuch)
+TEST_F(UploadResume, DoesNotWaitWhenRetryAfterIsTooLong)
 {
     HttpResponse busy = test::Problem(503, "busy");
     busy.headers.push_back({"Retry-After", "301"});

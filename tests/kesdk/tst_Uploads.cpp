@@ -1,4 +1,4 @@
-// Uploads of files that will not hold still, and what the service says to them.
+// Uploads of files that change while they are sent, and the service's answers to uploads.
 #include "support/UploadFixture.h"
 
 #include <fcntl.h>
@@ -16,9 +16,9 @@ using test::SentRequest;
 
 } // namespace
 
-TEST_F(UploadsTest, IsOneRequest)
+TEST_F(UploadsTest, SendsOneRequest)
 {
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
     EXPECT_EQ(service.Count("POST /v1/uploads"), 1);
     EXPECT_EQ(service.Count("PATCH"), 0);
     ExpectContentLimits("POST /v1/uploads");
@@ -27,10 +27,10 @@ TEST_F(UploadsTest, IsOneRequest)
 TEST_F(UploadsTest, SendsAnEmptyFile)
 {
     folder.Write("report.txt", "");
-    ExpectKept(Send(), "");
+    ExpectStored(Send(), "");
 }
 
-// As a console writes them whose clock is wrong; a time of 32 bits ends in 2038.
+// A console with a wrong clock writes such dates. A time of 32 bits ends in 2038.
 TEST_F(UploadsTest, SendsAFileOfAnyDate)
 {
     static_assert(sizeof(off_t) == 8, "files may be larger than 2 GiB");
@@ -45,8 +45,8 @@ TEST_F(UploadsTest, SendsAFileOfAnyDate)
     EXPECT_EQ(service.FileIds(inbox).size(), std::size(kDatesS));
 }
 
-// Only its ends hold anything, so it costs neither space nor time to make.
-TEST_F(UploadsTest, KnowsTheSizeOfAFileAboveFourGiB)
+// The file is sparse, so it takes neither space nor time.
+TEST_F(UploadsTest, ReadsTheSizeOfAFileAboveFourGiB)
 {
     constexpr std::int64_t kSizeBytes = std::int64_t{5} << 30;
     std::filesystem::resize_file(path, static_cast<std::uintmax_t>(kSizeBytes));
@@ -54,10 +54,10 @@ TEST_F(UploadsTest, KnowsTheSizeOfAFileAboveFourGiB)
     ASSERT_FALSE(file.Open(path).IsSet());
     EXPECT_EQ(file.SizeBytes(), kSizeBytes);
     call.abort = [] { return true; };
-    EXPECT_TRUE(Send().failure.Is(EErrorCode::eAborted)) << "not because it could not be read";
+    EXPECT_TRUE(Send().failure.Is(EErrorCode::eAborted)) << "the file is readable";
 }
 
-TEST_F(UploadsTest, GoesToEveryTarget)
+TEST_F(UploadsTest, StoresTheFileInEveryTarget)
 {
     const std::int64_t second = service.AddInbox(user, "Curves");
     const auto sent = uploads.Send(call, path, {inbox, second});
@@ -66,55 +66,55 @@ TEST_F(UploadsTest, GoesToEveryTarget)
     EXPECT_EQ(service.Content(service.FileIds(second).at(0)), kContent);
 }
 
-TEST_F(UploadsTest, IsNotDisturbedByAConnectionThatFailedBeforeAnythingLeft)
+TEST_F(UploadsTest, SendsTheWholeFileAgainWhenNoConnectionWasMade)
 {
     Fault fault = Drop("POST /v1/uploads");
     fault.dropCode = EErrorCode::eRefused;
     service.FailNext(fault);
-    ExpectKept(Send(), kContent);
-    EXPECT_EQ(service.Requests().back().content, kContent) << "all of it in one request again";
+    ExpectStored(Send(), kContent);
+    EXPECT_EQ(service.Requests().back().content, kContent) << "the whole file in one request";
 }
 
-TEST_F(UploadsTest, AsksWhereItStandsWhenTheRequestWasLost)
+TEST_F(UploadsTest, AsksForTheOffsetWhenTheRequestWasLost)
 {
     service.FailNext(Drop("POST /v1/uploads"));
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
 }
 
 TEST_F(UploadsTest, FindsItsResultWhenTheAnswerWasLost)
 {
     service.FailNext(Drop("POST /v1/uploads", true));
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
     EXPECT_EQ(service.Count("PATCH"), 0);
 }
 
-TEST_F(UploadsTest, TheSameFileSentTwiceIsTwoFiles)
+TEST_F(UploadsTest, StoresTwoFilesWhenTheSameFileIsSentTwice)
 {
     EXPECT_TRUE(Send());
     EXPECT_TRUE(Send());
     EXPECT_EQ(service.FileIds(inbox).size(), 2u);
 }
 
-TEST_F(UploadsTest, DeletesACopyThatIsNotWhatWasSent)
+TEST_F(UploadsTest, DeletesACopyWithAnotherDigest)
 {
     service.CorruptNextCommit();
     ExpectFailure(Send(), EErrorCode::eFileChanged);
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1);
-    ExpectKept(Send(), kContent); // the next one is a new upload
+    ExpectStored(Send(), kContent); // the next call begins a new upload
 }
 
-TEST_F(UploadsTest, DeletesAWrongCopyLaterWhenTheLinkDoesNotCarryItNow)
+TEST_F(UploadsTest, DeletesAWrongCopyWithTheNextUploadWhenTheLinkDrops)
 {
     service.CorruptNextCommit();
     for (int i = 0; i < 3; ++i)
         service.FailNext(Drop("DELETE /v1/resources/"));
     EXPECT_EQ(Send().failure.code, EErrorCode::eFileChanged);
     ASSERT_EQ(service.FileIds(inbox).size(), 1u);
-    ExpectKept(Send(), kContent);
+    ExpectStored(Send(), kContent);
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 4);
 }
 
-TEST_F(UploadsTest, AConsoleThatWasRestartedDeletesAWrongCopy)
+TEST_F(UploadsTest, DeletesAWrongCopyAfterARestart)
 {
     const test::TempFolder state;
     const auto sendAs = [&](const char* account) {
@@ -129,7 +129,8 @@ TEST_F(UploadsTest, AConsoleThatWasRestartedDeletesAWrongCopy)
     const Ids wrong = service.FileIds(inbox);
     ASSERT_EQ(wrong.size(), 1u);
     folder.Write("report.txt", "rewritten since");
-    EXPECT_TRUE(sendAs("https://service.test\n8")) << "an id is another file to another account";
+    EXPECT_TRUE(sendAs("https://service.test\n8"))
+        << "in another account the id means another file";
     EXPECT_EQ(service.FileIds(inbox).front(), wrong.front());
     EXPECT_TRUE(sendAs("https://service.test\n7"));
     const Ids left = service.FileIds(inbox);
@@ -137,7 +138,7 @@ TEST_F(UploadsTest, AConsoleThatWasRestartedDeletesAWrongCopy)
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(state.Path("own")), {}), 0);
 }
 
-TEST_F(UploadsTest, DeletesAWrongCopyAlsoWhenTheConsoleEnds)
+TEST_F(UploadsTest, DeletesAWrongCopyAlsoWhenTheCallIsAborted)
 {
     service.CorruptNextCommit();
     StopBehind("POST /v1/uploads", 1);
@@ -145,7 +146,7 @@ TEST_F(UploadsTest, DeletesAWrongCopyAlsoWhenTheConsoleEnds)
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1);
 }
 
-TEST_F(UploadsTest, DoesNotHoldUpAConsoleThatEndsForAWrongCopy)
+TEST_F(UploadsTest, GivesUpTheDeletionTwoSecondsAfterTheCallIsAborted)
 {
     service.CorruptNextCommit();
     StopBehind("POST /v1/uploads", 1);
@@ -160,7 +161,7 @@ TEST_F(UploadsTest, DoesNotHoldUpAConsoleThatEndsForAWrongCopy)
     EXPECT_GT(last.request.limits.total, std::chrono::seconds(0));
 }
 
-TEST_F(UploadsTest, LeavesAloneWhatAnEarlierUploadLeftUnderTheSameKey)
+TEST_F(UploadsTest, KeepsTheFileOfAnEarlierUploadWithTheSameKey)
 {
     const std::int64_t earlier = service.AddFile(inbox, "report.txt", "what it once held");
     service.FailNext(Answer("POST /v1/uploads", EarlierResult(earlier)));
@@ -173,7 +174,7 @@ TEST_F(UploadsTest, LeavesAloneWhatAnEarlierUploadLeftUnderTheSameKey)
     EXPECT_EQ(service.Count("DELETE"), 0);
 }
 
-TEST_F(UploadsTest, LeavesItAloneAlsoWhenTheAnswerThatToldOfItWasLost)
+TEST_F(UploadsTest, KeepsTheFileOfAnEarlierUploadWhenTheFirstAnswerWasLost)
 {
     const std::int64_t earlier = service.AddFile(inbox, "report.txt", "what it once held");
     service.FailNext(Drop("POST /v1/uploads"));
@@ -185,7 +186,7 @@ TEST_F(UploadsTest, LeavesItAloneAlsoWhenTheAnswerThatToldOfItWasLost)
     EXPECT_EQ(service.Count("DELETE"), 0);
 }
 
-TEST_F(UploadsTest, LeavesItAloneAlsoWhenTheFileChangesMeanwhile)
+TEST_F(UploadsTest, KeepsTheFileOfAnEarlierUploadWhenTheLocalFileChanges)
 {
     const std::int64_t earlier = service.AddFile(inbox, "report.txt", kContent);
     HttpResponse answer = EarlierResult(earlier);
@@ -199,7 +200,7 @@ TEST_F(UploadsTest, LeavesItAloneAlsoWhenTheFileChangesMeanwhile)
     EXPECT_EQ(service.Count("DELETE"), 0);
 }
 
-TEST_F(UploadsTest, DeletesTheCopyOfAFileThatChangedMeanwhile)
+TEST_F(UploadsTest, DeletesTheCopyOfAFileThatChangedWhileItWasSent)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     call.abort = [this, asked = 0]() mutable {
@@ -223,21 +224,21 @@ TEST_F(UploadsTest, DeletesTheCopyWhenAnotherFileTookTheName)
     ExpectFailure(Send(), EErrorCode::eFileChanged);
 }
 
-// Whoever removed it did so while it was on its way: the copy may be the last one.
-TEST_F(UploadsTest, KeepsTheCopyOfAFileThatIsGoneSince)
+// The local file was removed while it was sent, so the copy may be the only one left.
+TEST_F(UploadsTest, KeepsTheCopyOfAFileThatWasRemovedWhileItWasSent)
 {
     const auto remove = [this] { std::filesystem::remove(path); };
-    ExpectKept(uploads.Send(call, path, {inbox}, remove), kContent);
+    ExpectStored(uploads.Send(call, path, {inbox}, remove), kContent);
     EXPECT_EQ(service.Count("DELETE"), 0);
 }
 
-TEST_F(UploadsTest, KeepsTheCopyOfAFileThatWasRenamedSince)
+TEST_F(UploadsTest, KeepsTheCopyOfAFileThatWasRenamedWhileItWasSent)
 {
     const auto rename = [this] { std::filesystem::rename(path, folder.Path("renamed")); };
-    ExpectKept(uploads.Send(call, path, {inbox}, rename), kContent);
+    ExpectStored(uploads.Send(call, path, {inbox}, rename), kContent);
 }
 
-TEST_F(UploadsTest, DeletesAWrongCopyOfAFileThatIsGoneSince)
+TEST_F(UploadsTest, DeletesAWrongCopyOfAFileThatWasRemovedWhileItWasSent)
 {
     service.CorruptNextCommit();
     const auto remove = [this] { std::filesystem::remove(path); };
@@ -245,7 +246,7 @@ TEST_F(UploadsTest, DeletesAWrongCopyOfAFileThatIsGoneSince)
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1);
 }
 
-// It is not what the file held in the end, but all that is left of it.
+// The copy holds the content before the rewrite. It is the only content left.
 TEST_F(UploadsTest, KeepsTheCopyOfAFileThatWasRewrittenAndThenRemoved)
 {
     const auto sent = uploads.Send(call, path, {inbox}, [this] {
@@ -267,7 +268,7 @@ TEST_F(UploadsTest, NoticesAFileThatShrinks)
     ExpectFailure(Send(), EErrorCode::eFileChanged);
 }
 
-TEST_F(UploadsTest, SaysWhatIsWrongWithTheFile)
+TEST_F(UploadsTest, ReportsAMissingFileAndAFolder)
 {
     EXPECT_EQ(uploads.Send(call, folder.Path("none"), {inbox}).failure.code,
               EErrorCode::eFileMissing);
@@ -275,7 +276,7 @@ TEST_F(UploadsTest, SaysWhatIsWrongWithTheFile)
     EXPECT_EQ(service.Count("POST /v1/uploads"), 0);
 }
 
-TEST_F(UploadsTest, PassesOnWhatTheServiceSays)
+TEST_F(UploadsTest, ReportsTheServicesError)
 {
     const std::pair<test::Fault, EErrorCode> cases[] = {
         {Answer("POST", test::Problem(507, "insufficient-storage")), EErrorCode::eServiceFull},
@@ -292,7 +293,7 @@ TEST_F(UploadsTest, PassesOnWhatTheServiceSays)
     }
 }
 
-TEST_F(UploadsTest, AbortEndsItAtOnce)
+TEST_F(UploadsTest, EndsWhenAborted)
 {
     call.abort = [] { return true; };
     ExpectFailure(Send(), EErrorCode::eAborted);

@@ -63,7 +63,7 @@ protected:
             return outcome;
         };
     }
-    void ExpectKept(const Result<std::vector<FileRecord>>& sent)
+    void ExpectStored(const Result<std::vector<FileRecord>>& sent)
     {
         ASSERT_TRUE(sent) << sent.failure.detail;
         ASSERT_EQ(sent.value.size(), 1u);
@@ -83,7 +83,7 @@ TEST_P(LargeUploads, SendOnlyWhatLacks)
 {
     answers = {TakesNothing(), Stands(10, 201), Takes(10, 20), Stands(30, 200),
                Takes(30, text.size() - 30)};
-    ExpectKept(Send());
+    ExpectStored(Send());
     EXPECT_EQ(lines[3], "HEAD /v1/uploads/u1");
 }
 
@@ -94,7 +94,7 @@ TEST_P(LargeUploads, AreGoneOnWithByARestartedConsole)
     EXPECT_EQ(Send().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
     answers.insert(answers.end(), {Stands(30, 200), Takes(30, text.size() - 30)});
-    ExpectKept(Send());
+    ExpectStored(Send());
     EXPECT_EQ(lines[3], "HEAD /v1/uploads/u1") << "the journal knew its size";
 }
 

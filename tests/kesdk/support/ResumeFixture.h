@@ -22,7 +22,7 @@ protected:
     ResumeFixture() { call.account = "https://service.test\n7"; }
 
     impl::Failure Fetch() { return downloads.Fetch(call, file, folder.Path("here.zip")); }
-    // Leaves the first 70,000 bytes.
+    // Leaves a part with the first 70,000 bytes.
     void BeginAndStop()
     {
         service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, kCutAt));
@@ -32,8 +32,8 @@ protected:
         ASSERT_EQ(folder.Read("here.zip.part"), content.substr(0, kCutAt));
         EXPECT_FALSE(folder.Has("here.zip"));
     }
-    // Whole, nothing beside it, and fetched from there.
-    void ExpectWhole(std::size_t fromByte)
+    // The download succeeds, its request asks for the bytes from `fromByte`, no other file is left.
+    void ExpectSaved(std::size_t fromByte)
     {
         const impl::Failure failure = Fetch();
         EXPECT_EQ(failure.code, impl::EErrorCode::eNone) << failure.detail;

@@ -20,8 +20,8 @@ protected:
 
     Result<std::vector<FileRecord>> Send() { return uploads.Send(call, path, {inbox}); }
 
-    // The upload went well, and the service holds exactly one right copy.
-    void ExpectKept(const Result<std::vector<FileRecord>>& sent, const std::string& content)
+    // The upload succeeded, and the service holds exactly one copy, with the right content.
+    void ExpectStored(const Result<std::vector<FileRecord>>& sent, const std::string& content)
     {
         EXPECT_EQ(sent.failure.code, EErrorCode::eNone) << sent.failure.detail;
         const Ids files = service.FileIds(inbox);
@@ -41,7 +41,7 @@ protected:
         EXPECT_TRUE(service.FileIds(inbox).empty());
     }
 
-    // What the service says to a key whose upload has long come to its end.
+    // The service's answer to the key of an upload that ended long ago.
     HttpResponse EarlierResult(std::int64_t file) const
     {
         const std::string content = service.Content(file);
