@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int longestDisplayName = 80;
+constexpr int LONGEST_DISPLAY_NAME = 80;
 
 bool IsUtf8(const QByteArray& text)
 {
@@ -82,7 +82,7 @@ TArchiveName CheckArchiveName(const QByteArray& name, const TUnpackLimits& limit
             return refuse("is too long");
         }
     }
-    if (!parts.isEmpty() && parts.first() == stagingName) {
+    if (!parts.isEmpty() && parts.first() == STAGING_NAME) {
         return refuse("is reserved");
     }
     const QByteArray joined = parts.join('/');
@@ -98,7 +98,8 @@ QString DisplayName(const QByteArray& name)
     std::replace_if(
         text.begin(), text.end(), [](QChar character) { return !character.isPrint(); },
         QChar(QChar::ReplacementCharacter));
-    return text.size() > longestDisplayName ? text.left(longestDisplayName) + QChar(0x2026) : text;
+    return text.size() > LONGEST_DISPLAY_NAME ? text.left(LONGEST_DISPLAY_NAME) + QChar(0x2026)
+                                              : text;
 }
 
 } // namespace hostimpl

@@ -240,7 +240,7 @@ bool SyncPlacement(int destination, const TPlacementSteps& steps)
     for (const TPlacementStep& step : steps) {
         folders.insert(step.path.left(std::max(step.path.lastIndexOf('/'), 0)));
     }
-    if (folders.size() > mostSyncedOneByOne) {
+    if (folders.size() > MOST_SYNCED_ONE_BY_ONE) {
         return ::syncfs(destination) == 0;
     }
     return std::all_of(folders.begin(), folders.end(), [destination](const QByteArray& path) {

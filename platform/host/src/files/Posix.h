@@ -63,7 +63,7 @@ bool SyncFolder(const QString& path);
 bool SyncFolder(int descriptor);
 
 // Of more files and folders than this it is quicker to sync the whole file system once.
-constexpr int mostSyncedOneByOne = 4;
+constexpr int MOST_SYNCED_ONE_BY_ONE = 4;
 
 // What errno says, in words for an error text.
 QString SystemError(int error);

@@ -20,8 +20,8 @@
 
 namespace {
 
-constexpr std::int64_t bytesPerMegabyte = std::int64_t{1024} * 1024;
-constexpr std::size_t readBlockBytes = std::size_t{128} * 1024;
+constexpr std::int64_t BYTES_PER_MEGABYTE = std::int64_t{1024} * 1024;
+constexpr std::size_t READ_BLOCK_BYTES = std::size_t{128} * 1024;
 
 // libarchive converts names to the thread's locale, which on a console may be "C" and then cannot
 // hold them: as long as this lives the thread's names are UTF-8.
@@ -86,7 +86,7 @@ bool TArchiveReader::Open(QString& errorText)
 // that do not fit into a time of 32 bits.
 bool TArchiveReader::OpenInLibrary()
 {
-    m_block.resize(readBlockBytes);
+    m_block.resize(READ_BLOCK_BYTES);
     m_archive.reset(archive_read_new());
     archive* const library = m_archive.get();
     return library != nullptr && archive_read_support_format_zip_seekable(library) == ARCHIVE_OK &&
@@ -141,12 +141,13 @@ std::int64_t TArchiveReader::OnSeek(archive*, void* self, std::int64_t offset, i
 // libarchive does not know an archive without entries, of which there is only the end record.
 bool TArchiveReader::IsEmptyArchive() const
 {
-    constexpr std::size_t endRecordBytes = 22;
-    constexpr std::size_t bytesBeforeComment = 20;
-    static const char emptyEnd[bytesBeforeComment + 1] = "PK\5\6\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0";
-    char bytes[endRecordBytes] = {};
-    return ::pread(m_file.Get(), bytes, sizeof bytes, 0) == endRecordBytes &&
-           std::memcmp(bytes, emptyEnd, bytesBeforeComment) == 0;
+    constexpr std::size_t END_RECORD_BYTES = 22;
+    constexpr std::size_t BYTES_BEFORE_COMMENT = 20;
+    static const char EMPTY_END[BYTES_BEFORE_COMMENT + 1] =
+        "PK\5\6\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0";
+    char bytes[END_RECORD_BYTES] = {};
+    return ::pread(m_file.Get(), bytes, sizeof bytes, 0) == END_RECORD_BYTES &&
+           std::memcmp(bytes, EMPTY_END, BYTES_BEFORE_COMMENT) == 0;
 }
 
 ENextEntry TArchiveReader::Next(TArchiveEntry& entry, QString& errorText)
@@ -242,7 +243,7 @@ bool TArchiveReader::IsWithinLimits(std::int64_t moreBytes, QString& errorText) 
     }
     errorText = QStringLiteral("The archive is refused: unpacked it is larger than %1 MB, which "
                                "is the most for an archive of its size.")
-                    .arg(allowed / bytesPerMegabyte);
+                    .arg(allowed / BYTES_PER_MEGABYTE);
     return false;
 }
 

@@ -12,10 +12,10 @@
 
 namespace {
 
-constexpr char journalName[] = "journal";
-const char* const addWord = "add ";
-const char* const replaceWord = "replace ";
-const char* const endWord = "end";
+constexpr char JOURNAL_NAME[] = "journal";
+const char* const ADD_WORD = "add ";
+const char* const REPLACE_WORD = "replace ";
+const char* const END_WORD = "end";
 
 } // namespace
 
@@ -26,11 +26,11 @@ bool TPlacementJournal::Write(const TPlacementSteps& steps) const
     QByteArray text;
     for (const TPlacementStep& step : steps) {
         // Names with line breaks never get here.
-        text += (step.kind == EPlacement::eAdd ? addWord : replaceWord) + step.path + '\n';
+        text += (step.kind == EPlacement::eAdd ? ADD_WORD : REPLACE_WORD) + step.path + '\n';
     }
-    text += endWord;
+    text += END_WORD;
     text += '\n';
-    TDescriptor file(::openat(m_folder, journalName,
+    TDescriptor file(::openat(m_folder, JOURNAL_NAME,
                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     return file.IsValid() &&
            WriteAll(file.Get(), text.constData(), static_cast<std::size_t>(text.size())) &&
@@ -40,19 +40,19 @@ bool TPlacementJournal::Write(const TPlacementSteps& steps) const
 bool TPlacementJournal::Read(TPlacementSteps& steps) const
 {
     const TDescriptor descriptor(
-        ::openat(m_folder, journalName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+        ::openat(m_folder, JOURNAL_NAME, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     QFile file;
     if (!descriptor.IsValid() || !file.open(descriptor.Get(), QIODevice::ReadOnly)) {
         return false;
     }
     QList<QByteArray> lines = file.readAll().split('\n');
-    if (lines.size() < 2 || !lines.takeLast().isEmpty() || lines.takeLast() != endWord) {
+    if (lines.size() < 2 || !lines.takeLast().isEmpty() || lines.takeLast() != END_WORD) {
         return false;
     }
     steps.clear();
     for (const QByteArray& line : qAsConst(lines)) {
-        const bool isAdd = line.startsWith(addWord);
-        if (!isAdd && !line.startsWith(replaceWord)) {
+        const bool isAdd = line.startsWith(ADD_WORD);
+        if (!isAdd && !line.startsWith(REPLACE_WORD)) {
             return false;
         }
         steps.append(
@@ -63,7 +63,7 @@ bool TPlacementJournal::Read(TPlacementSteps& steps) const
 
 bool TPlacementJournal::Remove() const
 {
-    return (::unlinkat(m_folder, journalName, 0) == 0 || errno == ENOENT) && SyncFolder(m_folder);
+    return (::unlinkat(m_folder, JOURNAL_NAME, 0) == 0 || errno == ENOENT) && SyncFolder(m_folder);
 }
 
 } // namespace hostimpl

@@ -14,9 +14,9 @@
 
 namespace {
 
-constexpr mode_t privateFolderMode = 0700;
-constexpr mode_t folderMode = 0755;
-constexpr mode_t fileMode = 0644;
+constexpr mode_t PRIVATE_FOLDER_MODE = 0700;
+constexpr mode_t FOLDER_MODE = 0755;
+constexpr mode_t FILE_MODE = 0644;
 
 hostimpl::TDescriptor OpenFolder(int parent, const char* name)
 {
@@ -56,10 +56,10 @@ namespace hostimpl {
 
 bool TStagingFolder::Create(QString& errorText)
 {
-    if (::mkdirat(m_destination, stagingName, privateFolderMode) != 0 ||
-        !(m_folder = OpenFolder(m_destination, stagingName)).IsValid() ||
-        ::mkdirat(m_folder.Get(), stagedName, folderMode) != 0 ||
-        ::mkdirat(m_folder.Get(), replacedName, privateFolderMode) != 0 || !OpenParts()) {
+    if (::mkdirat(m_destination, STAGING_NAME, PRIVATE_FOLDER_MODE) != 0 ||
+        !(m_folder = OpenFolder(m_destination, STAGING_NAME)).IsValid() ||
+        ::mkdirat(m_folder.Get(), STAGED_NAME, FOLDER_MODE) != 0 ||
+        ::mkdirat(m_folder.Get(), REPLACED_NAME, PRIVATE_FOLDER_MODE) != 0 || !OpenParts()) {
         errorText = QStringLiteral("The archive cannot be unpacked: %1.").arg(SystemError(errno));
         return false;
     }
@@ -68,14 +68,14 @@ bool TStagingFolder::Create(QString& errorText)
 
 bool TStagingFolder::OpenLeftover()
 {
-    m_folder = OpenFolder(m_destination, stagingName);
+    m_folder = OpenFolder(m_destination, STAGING_NAME);
     return m_folder.IsValid() && OpenParts();
 }
 
 bool TStagingFolder::OpenParts()
 {
-    m_staged = OpenFolder(m_folder.Get(), stagedName);
-    m_replaced = OpenFolder(m_folder.Get(), replacedName);
+    m_staged = OpenFolder(m_folder.Get(), STAGED_NAME);
+    m_replaced = OpenFolder(m_folder.Get(), REPLACED_NAME);
     return m_staged.IsValid() && m_replaced.IsValid();
 }
 
@@ -87,7 +87,7 @@ bool TStagingFolder::AddFolder(const QByteArray& path, QString& errorText)
     if (!AddFolder(path.left(std::max(path.lastIndexOf('/'), 0)), errorText)) {
         return false;
     }
-    if (::mkdirat(m_staged.Get(), path.constData(), folderMode) != 0 &&
+    if (::mkdirat(m_staged.Get(), path.constData(), FOLDER_MODE) != 0 &&
         !(errno == EEXIST && IsFolder(m_staged.Get(), path))) {
         errorText = errno == EEXIST ? Clash(path) : NotCreated(path, errno);
         return false;
@@ -102,9 +102,9 @@ TDescriptor TStagingFolder::AddFile(const QByteArray& path, QString& errorText)
         return {};
     }
     TDescriptor file(::openat(m_staged.Get(), path.constData(),
-                              O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, fileMode));
+                              O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE));
     if (file.IsValid()) {
-        if (++m_fileCount <= mostSyncedOneByOne) {
+        if (++m_fileCount <= MOST_SYNCED_ONE_BY_ONE) {
             m_files.append(path);
         }
         return file;
@@ -122,7 +122,7 @@ TDescriptor TStagingFolder::AddFile(const QByteArray& path, QString& errorText)
 
 bool TStagingFolder::Sync(QString& errorText) const
 {
-    const bool isSynced = m_fileCount + m_folders.size() > mostSyncedOneByOne
+    const bool isSynced = m_fileCount + m_folders.size() > MOST_SYNCED_ONE_BY_ONE
                               ? ::syncfs(m_folder.Get()) == 0
                               : SyncEach();
     if (!isSynced) {
@@ -150,7 +150,7 @@ bool RemoveStaging(const QString& destinationFolder)
 {
     std::error_code error;
     const std::filesystem::path folder(QFile::encodeName(destinationFolder).toStdString());
-    std::filesystem::remove_all(folder / stagingName, error);
+    std::filesystem::remove_all(folder / STAGING_NAME, error);
     return !error;
 }
 

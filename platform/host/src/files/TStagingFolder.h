@@ -9,9 +9,9 @@
 
 namespace hostimpl {
 
-constexpr char stagingName[] = ".console-unpacking";
-constexpr char stagedName[] = "new";   // below it what was unpacked
-constexpr char replacedName[] = "old"; // below it the files that were replaced, by number
+constexpr char STAGING_NAME[] = ".console-unpacking";
+constexpr char STAGED_NAME[] = "new";   // below it what was unpacked
+constexpr char REPLACED_NAME[] = "old"; // below it the files that were replaced, by number
 
 // Lies inside the destination, so that what was unpacked can be renamed into place. Everything in
 // it was created by this class with names that were checked, hence it holds no links. One thread,
@@ -32,7 +32,7 @@ public:
     // Makes what was added durable.
     bool Sync(QString& errorText) const;
 
-    // The staging folder, and in it the folders of stagedName and replacedName.
+    // The staging folder, and in it the folders of STAGED_NAME and REPLACED_NAME.
     int Descriptor() const { return m_folder.Get(); }
     int Staged() const { return m_staged.Get(); }
     int Replaced() const { return m_replaced.Get(); }

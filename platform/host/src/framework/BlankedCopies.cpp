@@ -19,7 +19,7 @@
 namespace {
 
 // Nothing that the host has written is larger.
-constexpr qint64 largestFileBytes = Q_INT64_C(16) * 1024 * 1024;
+constexpr qint64 LARGEST_FILE_BYTES = Q_INT64_C(16) * 1024 * 1024;
 
 using TRange = std::pair<int, int>; // first byte and the one after the last
 
@@ -102,9 +102,9 @@ bool BlankSealedItems(const QString& path)
         errno = EACCES;
         return false;
     }
-    const QByteArray text = file.read(largestFileBytes);
+    const QByteArray text = file.read(LARGEST_FILE_BYTES);
     std::vector<TRange> ranges;
-    for (const int item : sealedItems) {
+    for (const int item : SEALED_ITEMS) {
         const std::vector<TRange> more = ValuesOf(text, item);
         ranges.insert(ranges.end(), more.begin(), more.end());
     }

@@ -27,17 +27,17 @@
 
 namespace {
 
-constexpr int fileVersion = 1;
-constexpr QDataStream::Version streamVersion = QDataStream::Qt_5_15;
-constexpr qint64 largestFileBytes = Q_INT64_C(16) * 1024 * 1024;
-constexpr int filesPutAside = 9;
+constexpr int FILE_VERSION = 1;
+constexpr QDataStream::Version STREAM_VERSION = QDataStream::Qt_5_15;
+constexpr qint64 LARGEST_FILE_BYTES = Q_INT64_C(16) * 1024 * 1024;
+constexpr int MOST_FILES_PUT_ASIDE = 9;
 
-const QLatin1String versionKey("version");
-const QLatin1String itemsKey("items");
-const QLatin1String typeKey("type");
-const QLatin1String valueKey("value");
-const QLatin1String streamKey("stream");
-const QLatin1String sealedKey("sealed");
+const QLatin1String VERSION_KEY("version");
+const QLatin1String ITEMS_KEY("items");
+const QLatin1String TYPE_KEY("type");
+const QLatin1String VALUE_KEY("value");
+const QLatin1String STREAM_KEY("stream");
+const QLatin1String SEALED_KEY("sealed");
 
 QVariant FromText(const QString& typeName, const QString& text)
 {
@@ -52,7 +52,7 @@ QVariant FromText(const QString& typeName, const QString& text)
 QVariant FromStream(const QString& base64)
 {
     QDataStream stream(QByteArray::fromBase64(base64.toLatin1()));
-    stream.setVersion(streamVersion);
+    stream.setVersion(STREAM_VERSION);
     QVariant value;
     stream >> value;
     return stream.status() == QDataStream::Ok ? value : QVariant();
@@ -64,36 +64,36 @@ QJsonObject ToJson(const QVariant& value)
     const QString text = value.toString();
     const QVariant back = FromText(typeName, text);
     if (back.userType() == value.userType() && back == value) {
-        return {{typeKey, typeName}, {valueKey, text}};
+        return {{TYPE_KEY, typeName}, {VALUE_KEY, text}};
     }
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream.setVersion(streamVersion);
+    stream.setVersion(STREAM_VERSION);
     stream << value;
-    return {{typeKey, typeName}, {streamKey, QString::fromLatin1(bytes.toBase64())}};
+    return {{TYPE_KEY, typeName}, {STREAM_KEY, QString::fromLatin1(bytes.toBase64())}};
 }
 
 QVariant FromJson(const QJsonObject& object)
 {
-    return object.contains(streamKey)
-               ? FromStream(object.value(streamKey).toString())
-               : FromText(object.value(typeKey).toString(), object.value(valueKey).toString());
+    return object.contains(STREAM_KEY)
+               ? FromStream(object.value(STREAM_KEY).toString())
+               : FromText(object.value(TYPE_KEY).toString(), object.value(VALUE_KEY).toString());
 }
 
 QJsonObject SealedToJson(const QByteArray& sealed)
 {
-    return {{typeKey, QStringLiteral("QString")},
-            {valueKey, QString()},
-            {sealedKey, QString::fromLatin1(sealed.toBase64())}};
+    return {{TYPE_KEY, QStringLiteral("QString")},
+            {VALUE_KEY, QString()},
+            {SEALED_KEY, QString::fromLatin1(sealed.toBase64())}};
 }
 
 // False if an entry is neither sealed nor a value. What is wrong with a sealed one shows when it is
 // opened.
 bool TakeEntry(int key, const QJsonObject& entry, hostimpl::TConfigItems& items)
 {
-    if (entry.contains(sealedKey)) {
+    if (entry.contains(SEALED_KEY)) {
         items.sealed.insert(key,
-                            QByteArray::fromBase64(entry.value(sealedKey).toString().toLatin1()));
+                            QByteArray::fromBase64(entry.value(SEALED_KEY).toString().toLatin1()));
         return true;
     }
     const QVariant value = FromJson(entry);
@@ -109,11 +109,11 @@ bool Parse(const QByteArray& bytes, hostimpl::TConfigItems& items, QString& erro
         errorText = error.errorString();
         return false;
     }
-    if (root.value(versionKey).toInt() != fileVersion || !root.value(itemsKey).isObject()) {
+    if (root.value(VERSION_KEY).toInt() != FILE_VERSION || !root.value(ITEMS_KEY).isObject()) {
         errorText = QStringLiteral("unknown format");
         return false;
     }
-    const QJsonObject entries = root.value(itemsKey).toObject();
+    const QJsonObject entries = root.value(ITEMS_KEY).toObject();
     for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
         bool isNumber = false;
         const int key = entry.key().toInt(&isNumber);
@@ -148,7 +148,7 @@ EConfigRead ReadConfigFile(const QString& path, TConfigItems& items, QString& er
         errorText = file.errorString();
         return EConfigRead::eUnreadable;
     }
-    if (file.size() > largestFileBytes) {
+    if (file.size() > LARGEST_FILE_BYTES) {
         errorText = QStringLiteral("it is too large");
         return EConfigRead::eInvalid;
     }
@@ -181,7 +181,7 @@ bool WriteConfigFile(const QString& path, const TConfigItems& items, QString& er
         entries.insert(QString::number(item.key()), SealedToJson(item.value()));
     }
     const QByteArray bytes =
-        QJsonDocument(QJsonObject{{versionKey, fileVersion}, {itemsKey, entries}}).toJson();
+        QJsonDocument(QJsonObject{{VERSION_KEY, FILE_VERSION}, {ITEMS_KEY, entries}}).toJson();
     if (!EnsurePrivateFile(path)) {
         errorText = SystemError(errno);
         return false;
@@ -211,9 +211,9 @@ QString PutConfigFileAside(const QString& path)
     if (!BlankSealedItems(path)) {
         return {};
     }
-    for (int number = 1; number <= filesPutAside; ++number) {
+    for (int number = 1; number <= MOST_FILES_PUT_ASIDE; ++number) {
         const QString other = path + QStringLiteral(".invalid-%1").arg(number);
-        if (number == filesPutAside) {
+        if (number == MOST_FILES_PUT_ASIDE) {
             QFile::remove(other);
         }
         if (!QFile::exists(other)) {

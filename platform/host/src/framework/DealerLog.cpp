@@ -3,17 +3,17 @@
 
 namespace {
 
-constexpr int hostSource = 0;
-constexpr int consoleLog = 0;
-constexpr int hostCategory = 1;
-constexpr int problemLevel = 1;
+constexpr int HOST_SOURCE = 0;
+constexpr int CONSOLE_LOG = 0;
+constexpr int HOST_CATEGORY = 1;
+constexpr int PROBLEM_LEVEL = 1;
 
 } // namespace
 
 void hostimpl::TellDealer(ConfigManager& config, const QString& problem)
 {
-    if (config.IsUserLogEnabled(hostSource, consoleLog, hostCategory, problemLevel)) {
-        config.GetUserLogAccessor()->Write(consoleLog, hostCategory, problemLevel,
+    if (config.IsUserLogEnabled(HOST_SOURCE, CONSOLE_LOG, HOST_CATEGORY, PROBLEM_LEVEL)) {
+        config.GetUserLogAccessor()->Write(CONSOLE_LOG, HOST_CATEGORY, PROBLEM_LEVEL,
                                            QStringLiteral("0"), problem);
     }
 }

@@ -10,14 +10,14 @@
 
 namespace {
 
-constexpr QDataStream::Version streamVersion = QDataStream::Qt_5_15;
-constexpr int nonceBytes = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
-constexpr int tagBytes = crypto_aead_xchacha20poly1305_ietf_ABYTES;
+constexpr QDataStream::Version STREAM_VERSION = QDataStream::Qt_5_15;
+constexpr int NONCE_BYTES = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
+constexpr int TAG_BYTES = crypto_aead_xchacha20poly1305_ietf_ABYTES;
 // Lengths are rounded up to this, so that a short password does not show.
-constexpr int blockBytes = 128;
-constexpr unsigned char padding = 0x80;
+constexpr int BLOCK_BYTES = 128;
+constexpr unsigned char PADDING_MARK = 0x80;
 
-static_assert(hostimpl::TSecretKey::sizeBytes == crypto_aead_xchacha20poly1305_ietf_KEYBYTES);
+static_assert(hostimpl::TSecretKey::SIZE_BYTES == crypto_aead_xchacha20poly1305_ietf_KEYBYTES);
 
 unsigned char* Octets(QByteArray& bytes)
 {
@@ -48,10 +48,10 @@ QByteArray Context(int itemKey)
 void Pad(QByteArray& bytes)
 {
     const int length = bytes.size();
-    const int padded = (length / blockBytes + 1) * blockBytes;
+    const int padded = (length / BLOCK_BYTES + 1) * BLOCK_BYTES;
     QByteArray result(padded, '\0');
     std::memcpy(result.data(), bytes.constData(), static_cast<std::size_t>(length));
-    result[length] = static_cast<char>(padding);
+    result[length] = static_cast<char>(PADDING_MARK);
     Wipe(bytes);
     bytes.swap(result);
 }
@@ -60,7 +60,7 @@ QByteArray ToPlain(const QVariant& value)
 {
     QByteArray plain;
     QDataStream stream(&plain, QIODevice::WriteOnly);
-    stream.setVersion(streamVersion);
+    stream.setVersion(STREAM_VERSION);
     stream << value;
     return plain;
 }
@@ -69,7 +69,7 @@ QByteArray ToPlain(const QVariant& value)
 QVariant FromPlain(const QByteArray& plain)
 {
     QDataStream stream(plain);
-    stream.setVersion(streamVersion);
+    stream.setVersion(STREAM_VERSION);
     QVariant value;
     stream >> value;
     return stream.status() == QDataStream::Ok ? value : QVariant();
@@ -84,11 +84,11 @@ QByteArray SealItem(const TSecretKey& key, int itemKey, const QVariant& value)
     QByteArray plain = ToPlain(value);
     Pad(plain);
     const QByteArray context = Context(itemKey);
-    QByteArray sealed(nonceBytes + plain.size() + tagBytes, '\0');
+    QByteArray sealed(NONCE_BYTES + plain.size() + TAG_BYTES, '\0');
     unsigned char* const nonce = Octets(sealed);
-    randombytes_buf(nonce, nonceBytes);
+    randombytes_buf(nonce, NONCE_BYTES);
     crypto_aead_xchacha20poly1305_ietf_encrypt(
-        nonce + nonceBytes, nullptr, Octets(std::as_const(plain)), Size(plain), Octets(context),
+        nonce + NONCE_BYTES, nullptr, Octets(std::as_const(plain)), Size(plain), Octets(context),
         Size(context), nullptr, nonce, key.Bytes());
     Wipe(plain);
     return sealed;
@@ -96,15 +96,15 @@ QByteArray SealItem(const TSecretKey& key, int itemKey, const QVariant& value)
 
 QVariant UnsealItem(const TSecretKey& key, int itemKey, const QByteArray& sealed)
 {
-    if (sealed.size() < nonceBytes + tagBytes) {
+    if (sealed.size() < NONCE_BYTES + TAG_BYTES) {
         return {};
     }
     const QByteArray context = Context(itemKey);
     const unsigned char* const nonce = Octets(sealed);
-    QByteArray plain(sealed.size() - nonceBytes - tagBytes, '\0');
+    QByteArray plain(sealed.size() - NONCE_BYTES - TAG_BYTES, '\0');
     const bool isOurs =
         crypto_aead_xchacha20poly1305_ietf_decrypt(
-            Octets(plain), nullptr, nullptr, nonce + nonceBytes, Size(sealed) - nonceBytes,
+            Octets(plain), nullptr, nullptr, nonce + NONCE_BYTES, Size(sealed) - NONCE_BYTES,
             Octets(context), Size(context), nonce, key.Bytes()) == 0;
     const QVariant value = isOurs ? FromPlain(plain) : QVariant();
     Wipe(plain);

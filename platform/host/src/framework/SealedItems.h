@@ -9,13 +9,13 @@
 namespace hostimpl {
 
 // The items that the configuration's file must not tell.
-constexpr int sealedItems[] = {
+constexpr int SEALED_ITEMS[] = {
     24290, // the operator's password
 };
 
 constexpr bool IsSealedItem(int itemKey)
 {
-    for (const int item : sealedItems) {
+    for (const int item : SEALED_ITEMS) {
         if (item == itemKey) {
             return true;
         }

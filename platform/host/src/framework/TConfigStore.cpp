@@ -15,8 +15,8 @@
 
 namespace {
 
-constexpr int consoleLog = 0;          // the only log that there is
-constexpr int defaultUserLogLevel = 8; // entries of this level and below are wanted
+constexpr int CONSOLE_LOG = 0;            // the only log that there is
+constexpr int DEFAULT_USER_LOG_LEVEL = 8; // entries of this level and below are wanted
 
 QString KeyPath(const QString& path)
 {
@@ -117,7 +117,7 @@ QString TConfigStore::OpenSealed(const QString& path, const QMap<int, QByteArray
 {
     const QMap<int, QVariant> plain = m_persisted;
     const QString problem = m_sealed->Open(KeyPath(path), sealed, m_persisted);
-    const bool hasOld = std::any_of(std::begin(sealedItems), std::end(sealedItems),
+    const bool hasOld = std::any_of(std::begin(SEALED_ITEMS), std::end(SEALED_ITEMS),
                                     [&plain](int item) { return plain.contains(item); });
     if (!hasOld) {
         return problem;
@@ -183,7 +183,7 @@ QString TConfigStore::WriteThrough()
     }
     QStringList problems(m_sealed->Seal(m_persisted));
     TConfigItems items{m_persisted, m_sealed->Sealed()};
-    for (const int item : sealedItems) {
+    for (const int item : SEALED_ITEMS) {
         items.values.remove(item);
     }
     for (auto item = items.sealed.begin(); item != items.sealed.end(); ++item) {
@@ -202,8 +202,8 @@ QString TConfigStore::WriteThrough()
 bool TConfigStore::IsUserLogEnabled(int, int target, int, int level) const
 {
     const QVariant wanted = GetItem(eUserLogLevelItem);
-    return target == consoleLog &&
-           level <= (wanted.isValid() ? wanted.toInt() : defaultUserLogLevel);
+    return target == CONSOLE_LOG &&
+           level <= (wanted.isValid() ? wanted.toInt() : DEFAULT_USER_LOG_LEVEL);
 }
 
 UserLogAccessorPtr TConfigStore::GetUserLogAccessor()

@@ -10,7 +10,7 @@ namespace {
 
 bool HasUnsealed(const QMap<int, QVariant>& items, const QMap<int, QByteArray>& sealed)
 {
-    for (const int item : hostimpl::sealedItems) {
+    for (const int item : hostimpl::SEALED_ITEMS) {
         if (items.contains(item) && !sealed.contains(item)) {
             return true;
         }
@@ -74,7 +74,7 @@ QString TSealedItems::Seal(const QMap<int, QVariant>& items)
     if (!hasKey) {
         return remark + QStringLiteral(" The items that it is to seal do not outlast this run.");
     }
-    for (const int item : sealedItems) {
+    for (const int item : SEALED_ITEMS) {
         if (items.contains(item) && !m_sealed.contains(item)) {
             m_sealed.insert(item, SealItem(key, item, items.value(item)));
         }

@@ -15,8 +15,8 @@
 
 namespace {
 
-constexpr mode_t ownersOnly = 0600;
-constexpr mode_t othersBits = 077;
+constexpr mode_t OWNER_ONLY_MODE = 0600;
+constexpr mode_t OTHERS_BITS = 077;
 
 bool IsSodiumReady()
 {
@@ -79,9 +79,9 @@ EKeyFile TSecretKey::Load(const QString& path, QString& remark)
         remark = Unusable(path, QStringLiteral("it is no regular file"));
         return EKeyFile::eUnusable;
     }
-    if ((status->mode & othersBits) != 0) {
-        if (::fchmod(file.Get(), ownersOnly) != 0 || !(status = StatusOf(file.Get())) ||
-            (status->mode & othersBits) != 0) {
+    if ((status->mode & OTHERS_BITS) != 0) {
+        if (::fchmod(file.Get(), OWNER_ONLY_MODE) != 0 || !(status = StatusOf(file.Get())) ||
+            (status->mode & OTHERS_BITS) != 0) {
             remark = Unusable(path, QStringLiteral("it is open to others than its owner"));
             return EKeyFile::eUnusable;
         }
@@ -95,7 +95,7 @@ EKeyFile TSecretKey::Load(const QString& path, QString& remark)
         remark = Unusable(path, SystemError(errno));
         return EKeyFile::eUnusable;
     }
-    if (static_cast<std::size_t>(count) != sizeBytes || rest != 0) {
+    if (static_cast<std::size_t>(count) != SIZE_BYTES || rest != 0) {
         remark = Unusable(path, QStringLiteral("its length is wrong"));
         return EKeyFile::eInvalid;
     }
@@ -113,8 +113,8 @@ bool TSecretKey::Create(const QString& path, QString& errorText)
     const QByteArray newName = name + ".new";
     ::unlink(newName.constData()); // what a run left that was killed
     TDescriptor file(
-        ::open(newName.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownersOnly));
-    bool isMade = file.IsValid() && ::fchmod(file.Get(), ownersOnly) == 0 &&
+        ::open(newName.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, OWNER_ONLY_MODE));
+    bool isMade = file.IsValid() && ::fchmod(file.Get(), OWNER_ONLY_MODE) == 0 &&
                   WriteAll(file.Get(), m_bytes.data(), m_bytes.size()) &&
                   ::fsync(file.Get()) == 0 && file.Close() &&
                   ::link(newName.constData(), name.constData()) == 0;

@@ -22,7 +22,7 @@ enum class EKeyFile : std::uint8_t {
 class TSecretKey final
 {
 public:
-    static constexpr std::size_t sizeBytes = 32;
+    static constexpr std::size_t SIZE_BYTES = 32;
 
     TSecretKey() = default;
     ~TSecretKey();
@@ -40,7 +40,7 @@ public:
     const unsigned char* Bytes() const { return m_bytes.data(); }
 
 private:
-    std::array<unsigned char, sizeBytes> m_bytes = {};
+    std::array<unsigned char, SIZE_BYTES> m_bytes = {};
 };
 
 } // namespace hostimpl

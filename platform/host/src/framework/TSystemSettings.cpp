@@ -11,17 +11,17 @@
 
 namespace {
 
-constexpr int suffixLength = 4;
+constexpr int SUFFIX_LENGTH = 4;
 
 // As QStringLiteral lays a string out, which cannot be used here: it is no constant expression.
 struct TStaticText
 {
     QStringData header;
-    char16_t text[suffixLength + 1];
+    char16_t text[SUFFIX_LENGTH + 1];
 };
 
-const TStaticText zipSuffix = {{Q_STATIC_STRING_DATA_HEADER_INITIALIZER(suffixLength)}, u".zip"};
-const TStaticText zip2Suffix = {{Q_STATIC_STRING_DATA_HEADER_INITIALIZER(suffixLength)}, u".ZIP"};
+const TStaticText ZIP_SUFFIX = {{Q_STATIC_STRING_DATA_HEADER_INITIALIZER(SUFFIX_LENGTH)}, u".zip"};
+const TStaticText ZIP2_SUFFIX = {{Q_STATIC_STRING_DATA_HEADER_INITIALIZER(SUFFIX_LENGTH)}, u".ZIP"};
 
 // Nobody writes to it: its reference count marks it as static.
 constexpr QStringDataPtr Shared(const TStaticText& text)
@@ -31,5 +31,5 @@ constexpr QStringDataPtr Shared(const TStaticText& text)
 
 } // namespace
 
-CONSTANT_INITIALISED const QString TSystemSettings::ZIPExtension{Shared(zipSuffix)};
-CONSTANT_INITIALISED const QString TSystemSettings::ZIP2Extension{Shared(zip2Suffix)};
+CONSTANT_INITIALISED const QString TSystemSettings::ZIPExtension{Shared(ZIP_SUFFIX)};
+CONSTANT_INITIALISED const QString TSystemSettings::ZIP2Extension{Shared(ZIP2_SUFFIX)};
