@@ -1,4 +1,4 @@
-// The snapshot, patched from two sides.
+// The snapshot, changed by events of the stream and by the answers to own calls.
 #include "account/AccountSnapshot.h"
 
 #include <gtest/gtest.h>
@@ -131,7 +131,7 @@ TEST_F(AccountSnapshotTest, AppliesEvents)
     EXPECT_EQ(snapshot.Cursor(), "5");
 }
 
-TEST_F(AccountSnapshotTest, AppliesAChangeOnceWhoeverTellsFirst)
+TEST_F(AccountSnapshotTest, AppliesAChangeOnceWhetherTheEventOrTheAnswerComesFirst)
 {
     ExpectInboxChange(Uploaded(60), 60);
     EXPECT_TRUE(Added(60).empty());
@@ -144,7 +144,7 @@ TEST_F(AccountSnapshotTest, AppliesAChangeOnceWhoeverTellsFirst)
     EXPECT_EQ(Files(), (Ids{50, 51}));
 }
 
-TEST_F(AccountSnapshotTest, DoesNotReviveAFileThatAnOwnDeleteTookBeforeItsEventCame)
+TEST_F(AccountSnapshotTest, IgnoresALateEventOfAFileThatThisConsoleDeleted)
 {
     Uploaded(60);
     snapshot.ApplyOwnDelete(60);
@@ -154,7 +154,7 @@ TEST_F(AccountSnapshotTest, DoesNotReviveAFileThatAnOwnDeleteTookBeforeItsEventC
     ExpectInboxChange(Added(60), 60); // restored from the bin
 }
 
-TEST_F(AccountSnapshotTest, DoesNotReviveAFileThatWasRemovedBeforeTheReplyCame)
+TEST_F(AccountSnapshotTest, IgnoresALateAnswerAboutAFileThatAnEventRemoved)
 {
     Added(60);
     Removed(60);
@@ -162,7 +162,7 @@ TEST_F(AccountSnapshotTest, DoesNotReviveAFileThatWasRemovedBeforeTheReplyCame)
     EXPECT_EQ(Files(), (Ids{50, 51}));
 }
 
-TEST_F(AccountSnapshotTest, TrustsANewerSnapshotMoreThanAReply)
+TEST_F(AccountSnapshotTest, IgnoresAnAnswerThatIsOlderThanTheSnapshot)
 {
     const std::uint64_t generation = snapshot.Generation();
     snapshot.Replace(Account({File(50), File(51)}));
@@ -170,7 +170,7 @@ TEST_F(AccountSnapshotTest, TrustsANewerSnapshotMoreThanAReply)
     EXPECT_EQ(Files(), (Ids{50, 51}));
 }
 
-TEST_F(AccountSnapshotTest, NamesEveryContainerThatDiffers)
+TEST_F(AccountSnapshotTest, ReportsEveryContainerThatDiffers)
 {
     AccountRecord next = Account({File(50), File(52)});
     next.projects[1].inboxes = {{12, 2, L"olga", 7, {File(70, 12)}}};
@@ -184,7 +184,7 @@ TEST_F(AccountSnapshotTest, NamesEveryContainerThatDiffers)
     EXPECT_EQ(changes[2].resourceId, 0);
 }
 
-TEST_F(AccountSnapshotTest, SaysNothingWhenNothingDiffers)
+TEST_F(AccountSnapshotTest, ReportsNothingWhenNothingDiffers)
 {
     EXPECT_TRUE(snapshot.Replace(Account({File(50), File(51)})).empty());
 }
@@ -210,7 +210,7 @@ TEST_F(AccountSnapshotTest, IgnoresAFileOfAnInboxItDoesNotKnow)
     EXPECT_EQ(snapshot.Cursor(), "6");
 }
 
-TEST_F(AccountSnapshotTest, AnEventOfNoConcernMovesTheCursor)
+TEST_F(AccountSnapshotTest, MovesTheCursorOnAnEventWithoutAChange)
 {
     AccountEvent event;
     event.id = "9";
@@ -218,28 +218,28 @@ TEST_F(AccountSnapshotTest, AnEventOfNoConcernMovesTheCursor)
     EXPECT_EQ(snapshot.Cursor(), "9");
 }
 
-TEST_F(AccountSnapshotTest, EventsThatComeTwiceSayNothingAgain)
+TEST_F(AccountSnapshotTest, IgnoresEventsThatComeTwice)
 {
     const AccountEvent added = Event(EAccountEvent::eFileAdded, File(60), "4");
     const AccountEvent removed = Event(EAccountEvent::eFileRemoved, File(60), "5");
     EXPECT_EQ(snapshot.ApplyEvent(added).size(), 1u);
     EXPECT_EQ(snapshot.ApplyEvent(added).size(), 0u);
     EXPECT_EQ(snapshot.ApplyEvent(removed).size(), 1u);
-    EXPECT_EQ(snapshot.ApplyEvent(added).size(), 0u) << "it does not come back";
+    EXPECT_EQ(snapshot.ApplyEvent(added).size(), 0u) << "the removed file stays removed";
     EXPECT_EQ(snapshot.ApplyEvent(removed).size(), 0u);
     EXPECT_EQ(Files(), (Ids{50, 51}));
     EXPECT_EQ(snapshot.Cursor(), "5");
 }
 
-TEST_F(AccountSnapshotTest, EventsOfBeforeTheSnapshotSayNothing)
+TEST_F(AccountSnapshotTest, IgnoresEventsThatAreOlderThanTheSnapshot)
 {
     EXPECT_TRUE(snapshot.ApplyEvent(Event(EAccountEvent::eFileRemoved, File(50), "2")).empty());
     EXPECT_TRUE(snapshot.ApplyEvent(Event(EAccountEvent::eFileAdded, File(60), "3")).empty());
     EXPECT_EQ(Files(), (Ids{50, 51}));
-    EXPECT_EQ(snapshot.Cursor(), "3") << "it never goes back";
+    EXPECT_EQ(snapshot.Cursor(), "3") << "the cursor never moves back";
 }
 
-TEST_F(AccountSnapshotTest, EventsInAnotherOrderEndInTheSameState)
+TEST_F(AccountSnapshotTest, EndsInTheSameStateForEventsInAnyOrder)
 {
     const std::vector<AccountEvent> events{Event(EAccountEvent::eFileAdded, File(60), "4"),
                                            Event(EAccountEvent::eFileAdded, File(61), "5"),

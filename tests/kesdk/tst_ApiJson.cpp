@@ -1,4 +1,4 @@
-// Documents that are almost what the service describes.
+// Documents with one wrong value.
 #include "client/ApiJson.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ TEST(ApiJson, ReadsAFile)
     EXPECT_TRUE(IsRead(File("55", "1", "x")));
 }
 
-TEST(ApiJson, TakesNoNumberThatIsNone)
+TEST(ApiJson, RefusesWrongIdsAndSizes)
 {
     for (const char* id : {"1e35", "55.0", "0", "-1", "2147483648", "18446744073709551615", "null"})
         EXPECT_FALSE(IsRead(File(id, "1", "x"))) << id;
@@ -33,7 +33,7 @@ TEST(ApiJson, TakesNoNumberThatIsNone)
         EXPECT_FALSE(IsRead(File("55", size, "x"))) << size;
 }
 
-TEST(ApiJson, TakesNothingThatCouldEndAFieldOfARequest)
+TEST(ApiJson, RefusesControlCharactersInTokenCursorAndEtag)
 {
     EXPECT_FALSE(IsRead(File("55", "1", R"(x\r\nAuthorization: y)")));
     EXPECT_FALSE(ParseAccount(R"({"user":{"id":7,"name":"o"},"cursor":"3\n","projects":[]})"));

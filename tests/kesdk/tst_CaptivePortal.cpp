@@ -1,4 +1,5 @@
-// A network that answers with a page of its own: it is told so, and nothing of it is believed.
+// A network whose login page answers instead of the service: the error says so, and no such answer
+// counts as the service's.
 #include "support/ConnectionFixture.h"
 
 namespace kesdk::test {
@@ -10,7 +11,7 @@ const wchar_t* const kText = L"This network shows a page of its own instead of t
 class CaptivePortal : public ConnectionFixture
 {
 protected:
-    // However it is said.
+    // The answers that such networks give.
     static std::vector<impl::HttpResponse> Pages()
     {
         const std::vector<impl::HttpHeader> html{{"Content-Type", "text/html; charset=utf-8"}};
@@ -33,7 +34,7 @@ protected:
 
 } // namespace
 
-TEST_F(CaptivePortal, IsToldToWhoeverLogsIn)
+TEST_F(CaptivePortal, IsReportedByALogin)
 {
     for (const impl::HttpResponse& page : Pages()) {
         AnswerPageTo("POST /v1/sessions", page);
@@ -42,7 +43,7 @@ TEST_F(CaptivePortal, IsToldToWhoeverLogsIn)
     }
 }
 
-TEST_F(CaptivePortal, IsNoSnapshotAndNoStream)
+TEST_F(CaptivePortal, FailsALoginAtTheSnapshotAndAtTheStream)
 {
     AnswerPageTo("GET /v1/account", Pages().front());
     FailLogin();
@@ -53,7 +54,7 @@ TEST_F(CaptivePortal, IsNoSnapshotAndNoStream)
     EXPECT_EQ(connection->GetLastLoginErrors().front().text1, kText);
 }
 
-TEST_F(CaptivePortal, EndsNoSession)
+TEST_F(CaptivePortal, DoesNotEndTheSession)
 {
     LogIn();
     for (const impl::HttpResponse& page : Pages())
@@ -62,10 +63,10 @@ TEST_F(CaptivePortal, EndsNoSession)
     ASSERT_TRUE(service.WaitForRequests("GET /v1/events", 2 + static_cast<int>(Pages().size())));
     ASSERT_TRUE(listener.WaitForStates(4));
     EXPECT_EQ(listener.States(), (std::vector<std::int32_t>{1, 3, 2, 3}))
-        << "the link was back only with the stream";
+        << "the state changes back only when the stream is open";
 }
 
-TEST_F(CaptivePortal, TakesNothingForDone)
+TEST_F(CaptivePortal, FailsDeletesAndReports)
 {
     LogIn();
     const std::int64_t file = service.AddFile(inbox, "a.zip", "content");
@@ -82,11 +83,11 @@ TEST_F(CaptivePortal, TakesNothingForDone)
         EXPECT_EQ(FirstText(), kText) << page.status;
     }
     EXPECT_TRUE(connection->IsLoggedIn());
-    EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{file})) << "still listed";
+    EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{file})) << "the file is still listed";
     EXPECT_EQ(service.FileIds(inbox), (std::vector<std::int64_t>{file}));
 }
 
-TEST_F(CaptivePortal, IsNoFileAndKeepsNone)
+TEST_F(CaptivePortal, FailsTransfersAndStoresNothing)
 {
     LogIn();
     const std::int64_t file = service.AddFile(inbox, "a.zip", "content");
@@ -107,7 +108,7 @@ TEST_F(CaptivePortal, IsNoFileAndKeepsNone)
     EXPECT_TRUE(folder.Has("b.zip"));
 }
 
-TEST_F(CaptivePortal, IsNotSeenInTheErrorsOfAProxy)
+TEST_F(CaptivePortal, IsNotReportedForTheErrorOfAProxy)
 {
     const std::vector<impl::HttpHeader> html{{"Content-Type", "text/html"}};
     LogIn();

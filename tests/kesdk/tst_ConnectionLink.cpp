@@ -1,4 +1,4 @@
-// Loss of the link, and what the event stream brings when it is back.
+// Loss of the link, and what the event stream sends when the link is back.
 #include "support/ConnectionFixture.h"
 
 namespace kesdk::test {
@@ -11,7 +11,7 @@ using ConnectionLink = ConnectionFixture;
 
 } // namespace
 
-TEST_F(ConnectionLink, RetriesSnapshotAndStreamWhileItLogsIn)
+TEST_F(ConnectionLink, RetriesSnapshotAndStreamInALogin)
 {
     service.FailNext(Drop("GET /v1/account"));
     service.FailNext(Drop("GET /v1/events"));
@@ -30,7 +30,7 @@ TEST_F(ConnectionLink, ReconnectsWhenTheStreamEnds)
     EXPECT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
 }
 
-TEST_F(ConnectionLink, MissesNothingWhileTheLinkIsLost)
+TEST_F(ConnectionLink, ReportsAChangeFromTheTimeWithoutALink)
 {
     LogIn();
     service.SetOnline(false);
@@ -44,7 +44,7 @@ TEST_F(ConnectionLink, MissesNothingWhileTheLinkIsLost)
     EXPECT_EQ(service.Count("GET /v1/account"), 1) << "the stream was resumed";
 }
 
-TEST_F(ConnectionLink, TriesTheStreamAtOnceWhenAnotherRequestGotThrough)
+TEST_F(ConnectionLink, ReconnectsTheStreamAtOnceWhenAnotherRequestSucceeds)
 {
     LetSleepsBlock();
     LogIn();
@@ -55,7 +55,7 @@ TEST_F(ConnectionLink, TriesTheStreamAtOnceWhenAnotherRequestGotThrough)
     EXPECT_TRUE(listener.WaitForState(api::eLoginSuccessful));
 }
 
-TEST_F(ConnectionLink, AStreamMayMissOneCommentButNotTwo)
+TEST_F(ConnectionLink, DropsAStreamThatMissesTwoHeartbeats)
 {
     LogIn();
     const impl::HttpLimits limits = service.Requests().back().request.limits;
@@ -64,10 +64,10 @@ TEST_F(ConnectionLink, AStreamMayMissOneCommentButNotTwo)
     EXPECT_LT(limits.stallWindow, std::chrono::seconds(120));
     EXPECT_EQ(limits.stallBytes, 1);
     EXPECT_EQ(limits.total.count(), 0);
-    EXPECT_EQ(limits.head, std::chrono::seconds(30)) << "but to open it takes no two minutes";
+    EXPECT_EQ(limits.head, std::chrono::seconds(30)) << "the answer's head has a shorter deadline";
 }
 
-TEST_F(ConnectionLink, ALoginDoesNotWaitForAServiceThatAsksForTooMuch)
+TEST_F(ConnectionLink, ALoginDoesNotWaitWhenRetryAfterIsTooLong)
 {
     impl::HttpResponse busy = Problem(503, "busy");
     busy.headers.push_back({"Retry-After", "300"});
@@ -85,12 +85,12 @@ TEST_F(ConnectionLink, ALoginDoesNotWaitForAServiceThatAsksForTooMuch)
     }
 }
 
-TEST_F(ConnectionLink, ALoginTriesNothingAgainAfterAMinute)
+TEST_F(ConnectionLink, ALoginRetriesNothingAfterAMinute)
 {
     std::string slow;
     service.onRequest = [&](const std::string& line) {
         if (line == slow)
-            time->Advance(std::chrono::seconds(40)); // until the transport gives it up
+            time->Advance(std::chrono::seconds(40)); // until the transport's timeout
     };
     for (const char* line : {"GET /v1/account", "GET /v1/events"}) {
         slow = line;
@@ -105,7 +105,7 @@ TEST_F(ConnectionLink, ALoginTriesNothingAgainAfterAMinute)
     }
 }
 
-TEST_F(ConnectionLink, ALoginWaitsForASnapshotThatTrickles)
+TEST_F(ConnectionLink, ALoginWaitsForASlowSnapshot)
 {
     service.onRequest = [&](const std::string& line) {
         if (line == "GET /v1/account")
@@ -119,11 +119,11 @@ TEST_F(ConnectionLink, ALoginWaitsForASnapshotThatTrickles)
             limits = sent.request.limits;
     }
     EXPECT_EQ(limits.total, std::chrono::seconds(600));
-    EXPECT_EQ(limits.head, std::chrono::seconds(30)) << "but it begins soon";
-    EXPECT_EQ(limits.stallWindow, std::chrono::seconds(30)) << "and goes on";
+    EXPECT_EQ(limits.head, std::chrono::seconds(30)) << "deadline of the first byte";
+    EXPECT_EQ(limits.stallWindow, std::chrono::seconds(30)) << "stall timeout";
 }
 
-TEST_F(ConnectionLink, FetchesTheSnapshotAnewWhenItCannotResume)
+TEST_F(ConnectionLink, FetchesANewSnapshotWhenTheCursorIsTooOld)
 {
     LogIn();
     const std::int64_t lost = service.AddFileSilently(inbox, "lost.zip", "x");
@@ -131,12 +131,12 @@ TEST_F(ConnectionLink, FetchesTheSnapshotAnewWhenItCannotResume)
     service.CloseStreams();
     ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), 0));
     EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{lost}));
-    EXPECT_EQ(listener.Changes().size(), 1u) << "only what differs";
+    EXPECT_EQ(listener.Changes().size(), 1u) << "only the container that differs";
     const std::int64_t next = service.AddFile(inbox, "next.zip", "x");
     EXPECT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(next)));
 }
 
-TEST_F(ConnectionLink, FetchesTheSnapshotAnewAfterAnEventItCannotRead)
+TEST_F(ConnectionLink, FetchesANewSnapshotAfterAnUnreadableEvent)
 {
     LogIn();
     const std::int64_t lost = service.AddFileSilently(inbox, "lost.zip", "x");
@@ -145,7 +145,7 @@ TEST_F(ConnectionLink, FetchesTheSnapshotAnewAfterAnEventItCannotRead)
     EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{lost}));
 }
 
-TEST_F(ConnectionLink, IgnoresEventsOfNoConcern)
+TEST_F(ConnectionLink, IgnoresUnknownEvents)
 {
     LogIn();
     service.SendOnStreams("event: console-moved\ndata: nonsense\n\n");

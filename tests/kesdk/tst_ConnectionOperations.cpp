@@ -1,4 +1,4 @@
-// What can be asked of a session, and what the listeners hear of it.
+// The calls of a session, and what they report to listeners.
 #include "support/ConnectionFixture.h"
 
 #include <nlohmann/json.hpp>
@@ -42,10 +42,10 @@ TEST_F(ConnectionOperations, AnswersFromTheSnapshot)
     EXPECT_EQ(connection->GetResourceWithContent(file).sizeBytes, 3);
     EXPECT_EQ(connection->GetResourceWithContent(file).kind, 4);
     EXPECT_EQ(connection->GetResourceWithContent(projects[0].id).kind, 1);
-    EXPECT_EQ(service.Count(""), before) << "not one request";
+    EXPECT_EQ(service.Count(""), before) << "no request was sent";
 }
 
-TEST_F(ConnectionOperations, AsksForWhatTheSnapshotDoesNotHave)
+TEST_F(ConnectionOperations, AsksTheServiceForAFileThatTheSnapshotDoesNotHave)
 {
     const std::int64_t file = service.AddFileSilently(inbox, "a.zip", "abc");
     const auto found = connection->GetResourceWithContent(file);
@@ -58,7 +58,7 @@ TEST_F(ConnectionOperations, AsksForWhatTheSnapshotDoesNotHave)
     EXPECT_FALSE(connection->GetLastErrors().empty());
 }
 
-TEST_F(ConnectionOperations, ClearsTheErrorsOfTheCallBefore)
+TEST_F(ConnectionOperations, ClearsTheErrorsOfTheLastCall)
 {
     EXPECT_EQ(connection->GetResourceWithContent(999).id, 0);
     EXPECT_FALSE(connection->GetLastErrors().empty());
@@ -77,12 +77,12 @@ TEST_F(ConnectionOperations, CreatesAnInboxOnce)
         connection->GetProjectResources(static_cast<std::int64_t>(change.containerId));
     ASSERT_EQ(resources.size(), 1u);
     EXPECT_EQ(resources.front().id, change.resourceId);
-    EXPECT_TRUE(connection->CreateUserInbox(L"Optimal Lines")) << "it exists afterwards";
+    EXPECT_TRUE(connection->CreateUserInbox(L"Optimal Lines")) << "the inbox exists already";
     EXPECT_FALSE(connection->CreateUserInbox(L"No such project"));
     EXPECT_EQ(FirstText(), L"The folder on the service does not exist.");
 }
 
-TEST_F(ConnectionOperations, AnUploadShowsAtOnceAndIsToldOnce)
+TEST_F(ConnectionOperations, ListsAnUploadAtOnceAndReportsItOnce)
 {
     ASSERT_TRUE(Upload("a.zip", "abc"));
     const Ids files = service.FileIds(inbox);
@@ -90,10 +90,11 @@ TEST_F(ConnectionOperations, AnUploadShowsAtOnceAndIsToldOnce)
     ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(files.at(0))));
     const std::int64_t later = service.AddFile(inbox, "b.zip", "x");
     ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(later)));
-    EXPECT_EQ(listener.Changes().size(), 2u) << "one for each file, although there was an event";
+    EXPECT_EQ(listener.Changes().size(), 2u)
+        << "one change for each file, although an event came too";
 }
 
-TEST_F(ConnectionOperations, ADeleteShowsAtOnceAndIsToldOnce)
+TEST_F(ConnectionOperations, UnlistsADeletedFileAtOnceAndReportsItOnce)
 {
     ASSERT_TRUE(Upload("a.zip", "abc"));
     const std::int64_t file = ListedFiles().at(0);
@@ -106,7 +107,7 @@ TEST_F(ConnectionOperations, ADeleteShowsAtOnceAndIsToldOnce)
     EXPECT_EQ(ListedFiles(), (Ids{later}));
 }
 
-TEST_F(ConnectionOperations, ALostRaceSaysThatTheFileIsGone)
+TEST_F(ConnectionOperations, ReportsThatAFileIsGone)
 {
     const std::int64_t file = service.AddFile(inbox, "a.zip", "abc");
     ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(file)));
@@ -122,7 +123,7 @@ TEST_F(ConnectionOperations, ALostRaceSaysThatTheFileIsGone)
     EXPECT_EQ(FirstText(), L"File no longer exists.");
 }
 
-TEST_F(ConnectionOperations, ADeleteWhoseAnswerWasLostIsDone)
+TEST_F(ConnectionOperations, ADeleteSucceedsWhenItsAnswerWasLost)
 {
     ASSERT_TRUE(Upload("a.zip", "abc"));
     Fault fault = Drop("DELETE /v1/resources/");
@@ -132,7 +133,7 @@ TEST_F(ConnectionOperations, ADeleteWhoseAnswerWasLostIsDone)
     EXPECT_TRUE(service.FileIds(inbox).empty());
 }
 
-TEST_F(ConnectionOperations, ADeleteThatIsGoneOnTheSecondTryIsDone)
+TEST_F(ConnectionOperations, ADeleteSucceedsWhenTheRetryFindsTheFileGone)
 {
     for (const int status : {404, 410, 412}) {
         ASSERT_TRUE(Upload("a.zip", "abc"));
@@ -145,7 +146,7 @@ TEST_F(ConnectionOperations, ADeleteThatIsGoneOnTheSecondTryIsDone)
     }
 }
 
-TEST_F(ConnectionOperations, DownloadsWhatItListed)
+TEST_F(ConnectionOperations, DownloadsAListedFileWithOneRequest)
 {
     const std::int64_t file = service.AddFile(inbox, "a.zip", "abc");
     ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(file)));
@@ -155,7 +156,7 @@ TEST_F(ConnectionOperations, DownloadsWhatItListed)
     EXPECT_EQ(service.Count(""), before + 1);
 }
 
-TEST_F(ConnectionOperations, KeepsAlikeNamesApart)
+TEST_F(ConnectionOperations, KeepsSimilarNamesApart)
 {
     constexpr std::pair<const char*, const wchar_t*> kNames[] = {
         {"A.zip", L"A.zip"},
@@ -178,7 +179,7 @@ TEST_F(ConnectionOperations, KeepsAlikeNamesApart)
         EXPECT_EQ(folder.Read(name), std::string("the content of ") + name);
 }
 
-TEST_F(ConnectionOperations, ListsAHostileNameButDoesNotFetchIt)
+TEST_F(ConnectionOperations, ListsAHostileNameButDoesNotDownloadIt)
 {
     const std::int64_t file = service.AddFile(inbox, "../a<b>.zip", "abc");
     ASSERT_TRUE(listener.WaitForChange(InboxId(), static_cast<long>(file)));
@@ -188,7 +189,7 @@ TEST_F(ConnectionOperations, ListsAHostileNameButDoesNotFetchIt)
     EXPECT_EQ(folder.EntryCount(), 0u);
 }
 
-TEST_F(ConnectionOperations, RefusesArgumentsThatMakeNoSense)
+TEST_F(ConnectionOperations, RefusesMissingPathsAndTargets)
 {
     EXPECT_FALSE(connection->Upload(folder.WidePath("a").c_str(), {}));
     EXPECT_FALSE(connection->GetLastErrors().empty());
@@ -203,12 +204,12 @@ TEST_F(ConnectionOperations, TheAbortCheckEndsACall)
     EXPECT_FALSE(Upload("a.zip", "x"));
     EXPECT_EQ(FirstText(), L"The operation was stopped before it was done.");
     EXPECT_FALSE(connection->SendEnvironment({}));
-    EXPECT_EQ(connection->GetProjects().size(), 7u) << "needs no waiting";
+    EXPECT_EQ(connection->GetProjects().size(), 7u) << "answered without a request";
     bool isAsked = false;
     connection->SetAbortCheck([&] { return !std::exchange(isAsked, true); });
     EXPECT_FALSE(Upload("a.zip", "x"));
     EXPECT_EQ(FirstText(), L"The operation was stopped before it was done.")
-        << "is no lost session";
+        << "the session is not lost";
     connection->SetAbortCheck({});
     EXPECT_TRUE(Upload("a.zip", "x"));
 }
@@ -253,7 +254,7 @@ TEST_F(ConnectionOperations, ReportsDevices)
     EXPECT_EQ(body["flag"], false);
 }
 
-TEST_F(ConnectionOperations, TakesADeviceOffAlsoWhenAllEnds)
+TEST_F(ConnectionOperations, SendsADisconnectedDeviceAlsoWhenAborted)
 {
     connection->SetAbortCheck([] { return true; });
     EXPECT_NE(connection->MeasDeviceDisconnected({}, false), 0);
@@ -264,11 +265,11 @@ TEST_F(ConnectionOperations, TakesADeviceOffAlsoWhenAllEnds)
 
     service.FailNext(Drop("PUT /v1/devices"));
     EXPECT_EQ(connection->MeasDeviceDisconnected({}, false), 0);
-    EXPECT_EQ(service.Count("PUT /v1/devices"), 2) << "nobody waits for another try";
+    EXPECT_EQ(service.Count("PUT /v1/devices"), 2) << "no retry";
     EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
 }
 
-TEST_F(ConnectionOperations, SendsAPositionBesideTheCalls)
+TEST_F(ConnectionOperations, SendsAPosition)
 {
     ASSERT_TRUE(connection->ReportPosition({1'700'000'000, 52.25, -5.5}));
     ASSERT_TRUE(service.WaitForRequests("POST /v1/positions", 1));
@@ -286,7 +287,7 @@ TEST_F(ConnectionOperations, APositionDoesNotWaitForATransfer)
 {
     Fault fault = Drop("POST /v1/uploads");
     fault.kind = Fault::EKind::eDropAfter;
-    fault.until = "POST /v1/positions"; // the upload hangs until the position has come
+    fault.until = "POST /v1/positions"; // the upload hangs until the position arrives
     service.FailNext(fault);
     folder.Write("a.zip", "x");
     int asked = 0;

@@ -33,7 +33,7 @@ TEST_F(ConnectionSession, AsksForACompressedSnapshot)
         EXPECT_EQ(sent.request.acceptsGzip, sent.Line() == "GET /v1/account");
 }
 
-TEST_F(ConnectionSession, TellsNobodyThePassword)
+TEST_F(ConnectionSession, SendsThePasswordOnlyInTheLogin)
 {
     LogIn();
     for (const SentRequest& sent : service.Requests()) {
@@ -53,12 +53,12 @@ TEST_F(ConnectionSession, FailsWithAWrongPassword)
     ASSERT_EQ(errors.size(), 1u);
     EXPECT_EQ(errors.front().text1, L"The user name or the password is wrong.");
     EXPECT_TRUE(connection->GetLastErrors().empty());
-    EXPECT_EQ(service.Count(""), 1) << "a guess is made once";
+    EXPECT_EQ(service.Count(""), 1) << "a wrong password is not retried";
     LogIn();
     EXPECT_TRUE(connection->GetLastLoginErrors().empty());
 }
 
-TEST_F(ConnectionSession, SaysHowLongALoginIsLocked)
+TEST_F(ConnectionSession, ReportsHowLongALoginIsLocked)
 {
     impl::HttpResponse locked = Problem(429, "login-throttled");
     locked.headers.push_back({"Retry-After", "90"});
@@ -77,7 +77,7 @@ TEST_F(ConnectionSession, FailsWithoutALink)
     EXPECT_EQ(connection->GetLastLoginErrors().front().text1, L"The service does not answer.");
 }
 
-TEST_F(ConnectionSession, FailsAndEndsTheTokenWhenThereIsNoStream)
+TEST_F(ConnectionSession, FailsAndEndsItsTokenWithoutAStream)
 {
     for (int i = 0; i < 3; ++i)
         service.FailNext(Drop("GET /v1/events"));
@@ -88,7 +88,7 @@ TEST_F(ConnectionSession, FailsAndEndsTheTokenWhenThereIsNoStream)
     EXPECT_FALSE(connection->IsLoggedIn());
 }
 
-TEST_F(ConnectionSession, FailsWhenTheServiceTalksNonsense)
+TEST_F(ConnectionSession, FailsWhenTheAnswerIsUnreadable)
 {
     service.FailNext(Answer("POST /v1/sessions", Reply(201, "<html>")));
     ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
@@ -97,7 +97,7 @@ TEST_F(ConnectionSession, FailsWhenTheServiceTalksNonsense)
               static_cast<std::int32_t>(impl::EErrorCode::eBadReply));
 }
 
-TEST_F(ConnectionSession, LogoutEndsTheSessionEverywhere)
+TEST_F(ConnectionSession, LogoutEndsTheSessionAndItsStream)
 {
     LogIn();
     EXPECT_TRUE(connection->Logout());
@@ -127,7 +127,7 @@ TEST_F(ConnectionSession, LogoutIgnoresTheAbortCheck)
     EXPECT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
 }
 
-TEST_F(ConnectionSession, ALoginReplacesTheSessionThatStands)
+TEST_F(ConnectionSession, ALoginReplacesAnOpenSession)
 {
     LogIn();
     ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
@@ -137,23 +137,23 @@ TEST_F(ConnectionSession, ALoginReplacesTheSessionThatStands)
     ASSERT_TRUE(service.WaitForStreams(1));
 }
 
-TEST_F(ConnectionSession, ASessionIsEndedAlsoWhenTheLoginThatReplacedItNeverBegan)
+TEST_F(ConnectionSession, EndsTheReplacedSessionAlsoWhenItsLoginWasReplacedToo)
 {
     LogIn();
     std::promise<void> isHeld;
-    std::promise<void> goesOn;
+    std::promise<void> mayContinue;
     service.onRequest = [&, isFirst = true](const std::string& line) mutable {
         if (line == "GET /v1/events" && std::exchange(isFirst, false)) {
             isHeld.set_value();
-            goesOn.get_future().wait();
+            mayContinue.get_future().wait();
         }
     };
     service.CloseStreams();
-    isHeld.get_future().wait(); // the session's thread begins nothing new
+    isHeld.get_future().wait(); // the session's thread is blocked
     EXPECT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
     EXPECT_TRUE(connection->Logout());
     EXPECT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
-    goesOn.set_value();
+    mayContinue.set_value();
     EXPECT_TRUE(service.WaitForRequests("DELETE /v1/sessions/current", 1));
     ASSERT_TRUE(service.WaitForStreams(1));
 }
@@ -167,7 +167,7 @@ TEST_F(ConnectionSession, AFailedLoginLeavesNoSession)
     EXPECT_TRUE(connection->GetProjects().empty());
 }
 
-TEST_F(ConnectionSession, ReportsASessionThatTheServiceEndedOnce)
+TEST_F(ConnectionSession, ReportsOnceThatTheServiceEndedTheSession)
 {
     LogIn();
     service.EndSessions("revoked");
@@ -190,7 +190,7 @@ TEST_F(ConnectionSession, ARefusedTokenEndsTheSession)
     ASSERT_TRUE(service.WaitForStreams(0));
 }
 
-TEST_F(ConnectionSession, ATokenThatExpiredMeanwhileEndsTheSession)
+TEST_F(ConnectionSession, ATokenThatExpiredWithoutALinkEndsTheSession)
 {
     LogIn();
     service.RevokeTokens();
@@ -208,7 +208,7 @@ TEST_F(ConnectionSession, ARefusedPositionEndsTheSession)
     EXPECT_FALSE(connection->ReportPosition({1, 52.0, 5.0}));
 }
 
-TEST_F(ConnectionSession, DestructionEndsTheStreamWithoutAWord)
+TEST_F(ConnectionSession, DestructionEndsTheStreamWithoutANotification)
 {
     LogIn();
     connection.reset(); // with the listener still subscribed
@@ -223,7 +223,7 @@ TEST_F(ConnectionSession, DestructionEndsTheSessionOnTheService)
     EXPECT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
 }
 
-TEST_F(ConnectionSession, DestructionEndsNoSessionASecondTime)
+TEST_F(ConnectionSession, DestructionDoesNotEndASessionTwice)
 {
     LogIn();
     ASSERT_TRUE(connection->Logout());
@@ -231,14 +231,14 @@ TEST_F(ConnectionSession, DestructionEndsNoSessionASecondTime)
     EXPECT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
 }
 
-TEST_F(ConnectionSession, ALoginThatIsCutShortLeavesNoSessionOnTheService)
+TEST_F(ConnectionSession, DestructionEndsTheSessionOfAnUnfinishedLogin)
 {
     LetSleepsBlock();
     service.FailNext(Drop("GET /v1/account"));
     ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
     ASSERT_TRUE(service.WaitForRequests("GET /v1/account", 1));
-    ASSERT_TRUE(listener.WaitForState(api::eLoginInProgress)); // else the end may come before it
-    connection.reset(); // with a token, and waiting to ask for the account again
+    ASSERT_TRUE(listener.WaitForState(api::eLoginInProgress)); // else the destructor may come first
+    connection.reset(); // the login has a token and waits to retry the account
     ASSERT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
     const SentRequest last = service.Requests().back();
     EXPECT_EQ(last.Line(), "DELETE /v1/sessions/current");
@@ -248,7 +248,7 @@ TEST_F(ConnectionSession, ALoginThatIsCutShortLeavesNoSessionOnTheService)
     EXPECT_EQ(listener.States(), (States{1}));
 }
 
-TEST_F(ConnectionSession, ALoginThatIsCutShortTriesToEndItsSessionOnlyOnce)
+TEST_F(ConnectionSession, DestructionTriesOnceToEndTheSessionOfAnUnfinishedLogin)
 {
     LetSleepsBlock();
     service.FailNext(Drop("GET /v1/account"));
@@ -259,13 +259,13 @@ TEST_F(ConnectionSession, ALoginThatIsCutShortTriesToEndItsSessionOnlyOnce)
     EXPECT_EQ(service.Count("DELETE /v1/sessions/current"), 1);
 }
 
-TEST_F(ConnectionSession, IsCalledOnItsOwnThread)
+TEST_F(ConnectionSession, CallsListenersOnAnotherThread)
 {
     LogIn();
     EXPECT_NE(listener.Thread(), std::this_thread::get_id());
 }
 
-TEST_F(ConnectionSession, FailsEverythingAtOnceWithoutASession)
+TEST_F(ConnectionSession, FailsEveryCallAtOnceWithoutASession)
 {
     EXPECT_TRUE(connection->GetProjects().empty());
     EXPECT_EQ(FirstText(), L"You are not logged in.");

@@ -1,14 +1,14 @@
-// The transport and bodies above 4 GiB: what is said of them, and what is made of what was said.
+// Bodies above 4 GiB: the length that the transport sends, and the length that it reads.
 #include "support/CurlFixture.h"
 
 namespace kesdk::impl {
 
 namespace {
 
-// What is left of it in 32 bits is 5.
+// Cut to 32 bits, this length is 5.
 constexpr std::int64_t kLargeBytes = (std::int64_t{1} << 32) + 5;
 
-// Says that it has so many bytes, and breaks off behind the first.
+// Claims `kLargeBytes` and fails after the first byte.
 class LargeSource : public BodySource
 {
 public:
@@ -42,7 +42,7 @@ using CurlLarge = CurlTransportTest;
 
 } // namespace
 
-TEST_F(CurlLarge, SaysTheWholeLengthOfABody)
+TEST_F(CurlLarge, SendsTheFullLengthOfABody)
 {
     std::string head;
     {
@@ -59,8 +59,9 @@ TEST_F(CurlLarge, SaysTheWholeLengthOfABody)
     EXPECT_NE(head.find("\r\nContent-Length: 4294967301\r\n"), std::string::npos) << head;
 }
 
-// Five bytes are all of it only where its length is cut to 32 bits.
-TEST_F(CurlLarge, IsNotContentWithWhatIsLeftOfALength)
+// Cut to 32 bits, each length is 5 or less. A wrong reader would take five bytes for the whole
+// body.
+TEST_F(CurlLarge, TreatsABodyShorterThanItsLengthAsDropped)
 {
     for (const char* length : {"4294967301", "2147483653", "9223372036854775807"}) {
         TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {

@@ -1,4 +1,4 @@
-// Connections that drop, stall and die unnoticed, and when the transport gives them up.
+// Connections that drop, stall or die without a sign, and when the transport gives them up.
 #include "support/CurlFixture.h"
 
 #include <algorithm>
@@ -15,9 +15,9 @@ using namespace std::chrono_literals;
 
 using CurlLink = CurlTransportTest;
 
-// Fits into what the kernel holds for a connection, at once.
+// Small enough for the kernel's send and receive buffers together.
 constexpr std::int64_t kHeldBytes = 768 * 1024;
-// What the peer's side of it takes without being asked, whatever the system's defaults are.
+// The peer's receive buffer, independent of the system's defaults.
 constexpr int kPeerBufferBytes = 64 * 1024;
 
 class Zeros : public BodySource
@@ -40,49 +40,49 @@ private:
     std::int64_t m_givenBytes = 0;
 };
 
-// Has the handshake, which may take long, over before a short window begins: the peer's answer to
-// a first request on the same connection.
+// Sends a first request, so that a slow handshake does not fall into a short stall window. Returns
+// the status of the answer.
 int Connect(CurlTransport& transport)
 {
     return transport.Perform(HttpRequest(), {}).response.status;
 }
 
-// Hands out leave to go on, once for each that was given.
-class Leave
+// A counting semaphore.
+class Semaphore
 {
 public:
-    void Give()
+    void Release()
     {
         {
             const std::lock_guard lock(m_mutex);
             ++m_count;
         }
-        m_given.notify_all();
+        m_released.notify_all();
     }
-    void Take()
+    void Acquire()
     {
         std::unique_lock lock(m_mutex);
-        m_given.wait(lock, [this] { return m_count > 0; });
+        m_released.wait(lock, [this] { return m_count > 0; });
         --m_count;
     }
 
 private:
     std::mutex m_mutex; // guards m_count
-    std::condition_variable m_given;
+    std::condition_variable m_released;
     int m_count = 0;
 };
 
 } // namespace
 
-TEST_F(CurlLink, SaysThatTheLinkDroppedBeforeTheAnswer)
+TEST_F(CurlLink, ReportsADropBeforeTheAnswer)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.ReadHead(); });
     CurlTransport transport(peer.Url(), Trust());
     EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eDropped);
 }
 
-// What a network that wants a login says on the service's port.
-TEST_F(CurlLink, TellsAPageInsteadOfAnyTls)
+// A network with a login page answers so on the service's port.
+TEST_F(CurlLink, ReportsAPageInsteadOfTls)
 {
     const TlsPeer peer("HTTP/1.1 302 Found\r\nLocation: http://login.test/\r\n\r\n");
     CurlTransport transport(peer.Url(), Trust());
@@ -98,7 +98,7 @@ TEST_F(CurlLink, GivesUpWhenNothingMoves)
     EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
 }
 
-// As an event stream's is, which is silent for long once it stands.
+// As for an event stream, whose stall window is long.
 TEST_F(CurlLink, GivesUpWhenTheAnswerDoesNotBegin)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
@@ -111,7 +111,7 @@ TEST_F(CurlLink, GivesUpWhenTheAnswerDoesNotBegin)
     EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
 }
 
-TEST_F(CurlLink, GivesUpWhenTooLittleMoves)
+TEST_F(CurlLink, GivesUpBelowTheLeastRate)
 {
     std::promise<void> isOver;
     std::future<void> over = isOver.get_future();
@@ -128,19 +128,19 @@ TEST_F(CurlLink, GivesUpWhenTooLittleMoves)
     isOver.set_value();
 }
 
-// All of the body is with the kernel at once. What it still holds has not arrived, but as long as
-// it gets less the link works.
-TEST_F(CurlLink, WaitsForWhatTheKernelHoldsAsLongAsItGetsLess)
+// The kernel takes the whole body at once. While the kernel's unsent bytes get fewer, the link
+// works.
+TEST_F(CurlLink, WaitsWhileTheKernelsUnsentBytesGetFewer)
 {
     constexpr std::size_t kPieceBytes = 128 * 1024;
     constexpr std::int64_t kBodyBytes = 12 * kPieceBytes;
-    Leave leave;
+    Semaphore semaphore;
     const auto takeByPieces = [&](TlsPeer::Session& session) {
         session.ReadHead();
         session.Write(kHello);
         session.ReadHead();
         for (std::int64_t read = 0; read < kBodyBytes; read += kPieceBytes) {
-            leave.Take();
+            semaphore.Acquire();
             session.Read(kPieceBytes);
         }
         session.Write(kHello);
@@ -151,27 +151,27 @@ TEST_F(CurlLink, WaitsForWhatTheKernelHoldsAsLongAsItGetsLess)
     Zeros zeros(kBodyBytes);
     request.method = "PATCH";
     request.source = &zeros;
-    request.limits.stallWindow = 1200ms; // some looks, and half of what all pieces take
+    request.limits.stallWindow = 1200ms; // several polls, and half the time of all pieces
     request.limits.stallBytes = 1;
-    const AbortCheck look = [&] {
+    const AbortCheck poll = [&] {
         if (zeros.IsGiven())
-            leave.Give();
+            semaphore.Release();
         return false;
     };
-    const HttpOutcome outcome = transport.Perform(request, look);
+    const HttpOutcome outcome = transport.Perform(request, poll);
     EXPECT_EQ(outcome.response.status, 200) << outcome.failure.detail;
     for (std::int64_t read = 0; read < kBodyBytes; read += kPieceBytes)
-        leave.Give(); // for a peer that was given up
+        semaphore.Release(); // ends the peer if the transport gave up early
 }
 
-TEST_F(CurlLink, GivesUpWhatTheKernelHoldsAndNobodyTakes)
+TEST_F(CurlLink, GivesUpWhenTheKernelsUnsentBytesStay)
 {
-    Leave isOver;
+    Semaphore isOver;
     const auto takeNothing = [&](TlsPeer::Session& session) {
         session.ReadHead();
         session.Write(kHello);
         session.ReadHead();
-        isOver.Take();
+        isOver.Acquire();
     };
     TlsPeer peer(GoodIdentity(), takeNothing, TLS1_3_VERSION, kPeerBufferBytes);
     CurlTransport transport(peer.Url(), Trust());
@@ -181,13 +181,13 @@ TEST_F(CurlLink, GivesUpWhatTheKernelHoldsAndNobodyTakes)
     request.source = &zeros;
     request.limits.stallWindow = 300ms;
     EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
-    EXPECT_TRUE(zeros.IsGiven()) << "the kernel has taken it for sent";
+    EXPECT_TRUE(zeros.IsGiven()) << "the kernel has taken the whole body";
     EXPECT_EQ(connected, 200);
-    EXPECT_EQ(peer.ConnectionCount(), 1) << "the window held no handshake";
-    isOver.Give();
+    EXPECT_EQ(peer.ConnectionCount(), 1) << "no handshake in the stall window";
+    isOver.Release();
 }
 
-TEST_F(CurlLink, GivesUpWhenTheTimeIsOver)
+TEST_F(CurlLink, GivesUpAtTheDeadline)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.WaitForEnd(); });
     CurlTransport transport(peer.Url(), Trust());
@@ -195,7 +195,7 @@ TEST_F(CurlLink, GivesUpWhenTheTimeIsOver)
     EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
 }
 
-TEST_F(CurlLink, AsksTheAbortCheckWhileItWaits)
+TEST_F(CurlLink, PollsTheAbortCheckOnTheCallersThread)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.WaitForEnd(); });
     CurlTransport transport(peer.Url(), Trust());
@@ -210,7 +210,7 @@ TEST_F(CurlLink, AsksTheAbortCheckWhileItWaits)
     EXPECT_EQ(asked, self);
 }
 
-TEST_F(CurlLink, WakesUpToAskTheAbortCheck)
+TEST_F(CurlLink, WakeMakesItPollTheAbortCheck)
 {
     std::atomic<bool> isAborted{false};
     std::promise<void> isConnected;
@@ -230,11 +230,11 @@ TEST_F(CurlLink, WakesUpToAskTheAbortCheck)
     waker.join();
 }
 
-TEST_F(CurlLink, ADeadConnectionIsReplaced)
+TEST_F(CurlLink, ReplacesADeadConnection)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
         session.ReadHead();
-        session.Write(kHello); // and goes, without having said so
+        session.Write(kHello); // then closes the connection
     });
     CurlTransport transport(peer.Url(), Trust());
     for (int i = 0; i < 3; ++i)
@@ -243,12 +243,12 @@ TEST_F(CurlLink, ADeadConnectionIsReplaced)
 }
 
 // libcurl sends a request once more by itself when a connection that it kept dies under it.
-TEST_F(CurlLink, SaysThatARequestWasSentTwice)
+TEST_F(CurlLink, ReportsThatARequestMayHaveArrivedTwice)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
         session.ReadHead();
         session.Write(kHello);
-        session.ReadHead(); // and goes without an answer
+        session.ReadHead(); // then closes without an answer
     });
     CurlTransport transport(peer.Url(), Trust());
     EXPECT_FALSE(transport.Perform(request, {}).mayHaveRunBefore);
@@ -259,7 +259,7 @@ TEST_F(CurlLink, SaysThatARequestWasSentTwice)
     EXPECT_TRUE(outcome.mayHaveRunBefore);
 }
 
-TEST_F(CurlLink, ARequestWhoseConnectionDiedDidLeaveTheConsole)
+TEST_F(CurlLink, ReportsADropWhenAKeptConnectionDiesAndNoNewOneOpens)
 {
     TlsPeer* self = nullptr;
     TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
@@ -277,7 +277,7 @@ TEST_F(CurlLink, ARequestWhoseConnectionDiedDidLeaveTheConsole)
     EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eRefused);
 }
 
-TEST_F(CurlLink, AConnectionDoesNotOutliveASleepOfTheConsole)
+TEST_F(CurlLink, AConnectionEndsWhenTheConsoleSleeps)
 {
     std::atomic<std::int64_t> asleepS{0};
     ConsoleFacts console = RealConsoleFacts();
@@ -300,7 +300,7 @@ TEST_F(CurlLink, AConnectionDoesNotOutliveASleepOfTheConsole)
     EXPECT_EQ(peer.ConnectionCount(), 3);
 }
 
-TEST_F(CurlLink, AConnectionDoesNotOutliveTheConsolesAddress)
+TEST_F(CurlLink, AConnectionEndsWhenTheConsoleLosesItsAddress)
 {
     ConsoleFacts console = RealConsoleFacts();
     console.askAddressEvery = 0ms;

@@ -1,4 +1,4 @@
-// The transport against a real TLS peer: what it sends, and what it makes of answers.
+// The transport against a real TLS peer: the requests that it sends, and the answers that it reads.
 #include "support/CurlFixture.h"
 
 namespace kesdk::impl {
@@ -56,7 +56,7 @@ TEST_F(CurlTransportTest, ReusesItsConnection)
     EXPECT_EQ(peer.ConnectionCount(), 1);
 }
 
-TEST_F(CurlTransportTest, SaysThatNobodyAnswers)
+TEST_F(CurlTransportTest, ReportsARefusedConnection)
 {
     std::string url;
     {
@@ -67,7 +67,7 @@ TEST_F(CurlTransportTest, SaysThatNobodyAnswers)
     EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eRefused);
 }
 
-TEST_F(CurlTransportTest, SendsABodyWithoutAskingFirst)
+TEST_F(CurlTransportTest, SendsABodyWithoutExpectContinue)
 {
     std::string head;
     std::string body;
@@ -105,7 +105,7 @@ TEST_F(CurlTransportTest, SendsAnEmptyPostWithItsLength)
     EXPECT_EQ(head.find("Content-Type"), std::string::npos) << head;
 }
 
-TEST_F(CurlTransportTest, GivesTheBodyToTheSinkThatTakesIt)
+TEST_F(CurlTransportTest, GivesTheBodyToASinkThatAcceptsIt)
 {
     TlsPeer peer(GoodIdentity(), Always(kHello));
     CurlTransport transport(peer.Url(), Trust());
@@ -115,7 +115,7 @@ TEST_F(CurlTransportTest, GivesTheBodyToTheSinkThatTakesIt)
     EXPECT_EQ(sink.text, "hello");
 }
 
-TEST_F(CurlTransportTest, KeepsTheBodyThatTheSinkDoesNotTake)
+TEST_F(CurlTransportTest, KeepsTheBodyInTheAnswerWhenTheSinkRefusesIt)
 {
     TlsPeer peer(GoodIdentity(), Always("HTTP/1.1 404 Not Found\r\nContent-Length: 4\r\n\r\ngone"));
     CurlTransport transport(peer.Url(), Trust());
@@ -127,7 +127,7 @@ TEST_F(CurlTransportTest, KeepsTheBodyThatTheSinkDoesNotTake)
     EXPECT_EQ(sink.text, "");
 }
 
-TEST_F(CurlTransportTest, SkipsInterimAnswers)
+TEST_F(CurlTransportTest, SkipsInformationalAnswers)
 {
     TlsPeer peer(GoodIdentity(),
                  Always(std::string("HTTP/1.1 103 Early Hints\r\nX: y\r\n\r\n") + kHello));
@@ -145,7 +145,7 @@ TEST_F(CurlTransportTest, FollowsNoRedirect)
     EXPECT_EQ(transport.Perform(request, {}).response.status, 302);
 }
 
-TEST_F(CurlTransportTest, SaysThatTheLinkDroppedAndKeepsWhatArrived)
+TEST_F(CurlTransportTest, ReportsADropAndKeepsTheBytesThatArrived)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
         session.ReadHead();
@@ -158,7 +158,7 @@ TEST_F(CurlTransportTest, SaysThatTheLinkDroppedAndKeepsWhatArrived)
     EXPECT_EQ(sink.text, "hello");
 }
 
-TEST_F(CurlTransportTest, ReadsAnAnswerThatComesBeforeTheBodyIsSent)
+TEST_F(CurlTransportTest, ReadsAnAnswerThatComesBeforeTheWholeBodyIsSent)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
         session.ReadHead();

@@ -1,4 +1,4 @@
-// Whom the transport believes, and what it says of a peer that it does not.
+// Which certificates the transport accepts, and its error for the others.
 #include "support/CurlFixture.h"
 
 #include "base/BuildTime.h"
@@ -13,33 +13,33 @@ namespace {
 
 constexpr std::int64_t kYearS = std::int64_t{365} * 24 * 60 * 60;
 
-// What a trust store that is made meanwhile takes for the system's authorities.
-class SystemsFile
+// Sets the file of the system's authorities for trust stores that are made while this object lives.
+class SystemAuthorities
 {
 public:
-    explicit SystemsFile(const std::string& path)
+    explicit SystemAuthorities(const std::string& path)
     {
         if (const char* const former = std::getenv(kName))
             m_former = former;
         setenv(kName, path.c_str(), 1);
     }
-    ~SystemsFile()
+    ~SystemAuthorities()
     {
         if (m_former)
             setenv(kName, m_former->c_str(), 1);
         else
             unsetenv(kName);
     }
-    SystemsFile(const SystemsFile&) = delete;
-    SystemsFile& operator=(const SystemsFile&) = delete;
+    SystemAuthorities(const SystemAuthorities&) = delete;
+    SystemAuthorities& operator=(const SystemAuthorities&) = delete;
 
 private:
     static constexpr const char* kName = "SSL_CERT_FILE";
     std::optional<std::string> m_former;
 };
 
-// How many certificates are in memory.
-int Held(const TrustStore& trust)
+// The number of certificates in memory.
+int CertificateCount(const TrustStore& trust)
 {
     return sk_X509_OBJECT_num(X509_STORE_get0_objects(trust.Get()));
 }
@@ -83,43 +83,43 @@ protected:
 
 } // namespace
 
-TEST_F(CurlTrust, BelievesOnlyKnownAuthorities)
+TEST_F(CurlTrust, AcceptsOnlyKnownAuthorities)
 {
     const test::TestAuthority stranger;
     EXPECT_EQ(CodeFrom(GoodIdentity()), EErrorCode::eNone);
     EXPECT_TRUE(wasAsked);
     EXPECT_EQ(CodeFrom(stranger.Issue("IP:127.0.0.1", -1, 1)), EErrorCode::eUnknownAuthority);
-    EXPECT_FALSE(wasAsked) << "nothing may leave before the peer has proved who it is";
+    EXPECT_FALSE(wasAsked) << "no request before the certificate is verified";
 }
 
-TEST_F(CurlTrust, ReadsTheSystemsAuthoritiesWhenSomebodyNeedsThem)
+TEST_F(CurlTrust, ReadsTheSystemsAuthoritiesWhenItsOwnDoNotMatch)
 {
     const test::TestAuthority systems;
-    const SystemsFile file(folder.Write("system.pem", systems.Pem()));
+    const SystemAuthorities file(folder.Write("system.pem", systems.Pem()));
     const auto trust = Trust();
     EXPECT_EQ(CodeFrom(GoodIdentity(), trust), EErrorCode::eNone);
-    EXPECT_EQ(Held(*trust), 1);
+    EXPECT_EQ(CertificateCount(*trust), 1);
     EXPECT_EQ(CodeFrom(systems.Issue("IP:127.0.0.1", -1, 1), trust), EErrorCode::eNone);
-    EXPECT_EQ(Held(*trust), 2);
+    EXPECT_EQ(CertificateCount(*trust), 2);
     EXPECT_EQ(CodeFrom(GoodIdentity(), trust), EErrorCode::eNone);
 }
 
-TEST_F(CurlTrust, KnowsAStrangerByTheSystemsAuthoritiesToo)
+TEST_F(CurlTrust, RefusesAnAuthorityThatTheSystemDoesNotKnow)
 {
     const test::TestAuthority systems;
-    const SystemsFile file(folder.Write("system.pem", systems.Pem()));
+    const SystemAuthorities file(folder.Write("system.pem", systems.Pem()));
     const auto trust = Trust();
     const test::TestAuthority stranger;
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(CodeFrom(stranger.Issue("IP:127.0.0.1", -1, 1), trust),
                   EErrorCode::eUnknownAuthority);
-    EXPECT_EQ(Held(*trust), 2);
+    EXPECT_EQ(CertificateCount(*trust), 2);
     EXPECT_EQ(CodeFrom(systems.Issue("IP:127.0.0.1", -1, 1), trust), EErrorCode::eNone);
 }
 
-TEST_F(CurlTrust, DoesWithoutAFileOfTheSystem)
+TEST_F(CurlTrust, WorksWithoutTheSystemsAuthorities)
 {
-    const SystemsFile file("/does/not/exist");
+    const SystemAuthorities file("/does/not/exist");
     const auto trust = Trust();
     const test::TestAuthority stranger;
     EXPECT_EQ(CodeFrom(stranger.Issue("IP:127.0.0.1", -1, 1), trust),
@@ -127,7 +127,7 @@ TEST_F(CurlTrust, DoesWithoutAFileOfTheSystem)
     EXPECT_EQ(CodeFrom(GoodIdentity(), trust), EErrorCode::eNone) << lastDetail;
 }
 
-TEST_F(CurlTrust, BelievesCertificatesOnlyInTheirTime)
+TEST_F(CurlTrust, RefusesCertificatesOutsideTheirDates)
 {
     EXPECT_EQ(CodeFrom(Expired()), EErrorCode::eCertificateExpired);
     EXPECT_FALSE(wasAsked);
@@ -135,30 +135,30 @@ TEST_F(CurlTrust, BelievesCertificatesOnlyInTheirTime)
     EXPECT_FALSE(wasAsked);
 }
 
-TEST_F(CurlTrust, BelievesCertificatesOnlyForTheirHost)
+TEST_F(CurlTrust, RefusesACertificateOfAnotherHost)
 {
     EXPECT_EQ(CodeFrom(authority.Issue("DNS:elsewhere.test", -1, 1)), EErrorCode::eWrongHostName)
         << lastDetail;
     EXPECT_FALSE(wasAsked);
 }
 
-TEST_F(CurlTrust, SpeaksNothingOlderThanTls12)
+TEST_F(CurlTrust, RefusesTlsBelow12)
 {
     EXPECT_EQ(CodeFrom(GoodIdentity(), TLS1_2_VERSION), EErrorCode::eNone);
     EXPECT_EQ(CodeFrom(GoodIdentity(), TLS1_1_VERSION), EErrorCode::eTls);
     EXPECT_FALSE(wasAsked);
 }
 
-TEST_F(CurlTrust, BlamesAClockThatShowsATimeBeforeTheBuild)
+TEST_F(CurlTrust, ReportsAClockBeforeTheBuildTime)
 {
     wallTimeS = 3600; // 1970
     EXPECT_EQ(CodeFrom(NotYetValid()), EErrorCode::eClockWrong);
     EXPECT_FALSE(wasAsked) << "verification stays on";
-    wallTimeS = -1; // what cannot be said in 32 bits
+    wallTimeS = -1; // a time that 32 bits cannot hold
     EXPECT_EQ(CodeFrom(NotYetValid()), EErrorCode::eClockWrong);
 }
 
-TEST_F(CurlTrust, BlamesAClockThatIsFarAhead)
+TEST_F(CurlTrust, ReportsAClockFarAhead)
 {
     wallTimeS = BuildTimeS() + 24 * kYearS;
     EXPECT_EQ(CodeFrom(Expired()), EErrorCode::eClockWrong);
@@ -167,16 +167,17 @@ TEST_F(CurlTrust, BlamesAClockThatIsFarAhead)
     EXPECT_EQ(CodeFrom(Expired()), EErrorCode::eCertificateExpired) << "an old console";
 }
 
-TEST_F(CurlTrust, BlamesNoClockForOtherFaults)
+TEST_F(CurlTrust, ReportsNoClockForOtherErrors)
 {
     wallTimeS = 3600;
     const test::TestAuthority stranger;
-    EXPECT_EQ(CodeFrom(GoodIdentity()), EErrorCode::eNone) << "nobody asked it";
+    EXPECT_EQ(CodeFrom(GoodIdentity()), EErrorCode::eNone)
+        << "the clock is only read after an error";
     EXPECT_EQ(CodeFrom(stranger.Issue("IP:127.0.0.1", -1, 1)), EErrorCode::eUnknownAuthority);
     EXPECT_EQ(CodeFrom(authority.Issue("DNS:elsewhere.test", -1, 1)), EErrorCode::eWrongHostName);
 }
 
-TEST(ClockWrong, ComparesWithWhatTheServiceTold)
+TEST(ClockWrong, ComparesWithTheServicesTime)
 {
     constexpr std::int64_t kHourS = 3600;
     const std::int64_t now = BuildTimeS() + kYearS;

@@ -1,4 +1,4 @@
-// Reports on devices while the link is down: they must not hold their caller up.
+// Device reports while the link is lost: they must not delay the caller.
 #include "support/ConnectionFixture.h"
 
 #include <atomic>
@@ -15,15 +15,15 @@ using std::chrono::seconds;
 
 constexpr const char* kReport = "PUT /v1/devices";
 
-// Sleeps until it is let go, or its check says that it is over.
+// Sleeps until Release, or until the abort check is true.
 class ReleasableSleeper : public BlockingSleeper
 {
 public:
     bool Sleep(std::chrono::milliseconds duration, const impl::AbortCheck& abort) override
     {
-        const bool goesOn = BlockingSleeper::Sleep(
+        const bool isReleased = BlockingSleeper::Sleep(
             duration, [&] { return m_isReleased || impl::IsAborted(abort); });
-        return goesOn || !impl::IsAborted(abort);
+        return isReleased || !impl::IsAborted(abort);
     }
     void Release()
     {
@@ -43,7 +43,7 @@ protected:
         impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};
         lines.requests.transport = NewSilentTransport();
         auto sleeper = std::make_unique<ReleasableSleeper>(); // a lost stream stays lost
-        letStreamReturn = [sleeper = sleeper.get()] { sleeper->Release(); };
+        releaseStream = [sleeper = sleeper.get()] { sleeper->Release(); };
         lines.session.sleeper = std::move(sleeper);
         connection->Unsubscribe(&listener);
         connection = std::make_unique<impl::Connection>(std::move(lines));
@@ -51,7 +51,7 @@ protected:
         LogIn();
     }
 
-    // While `isSilent` nothing answers, and each try takes all the time that it has.
+    // While `isSilent`, no answer comes and each attempt runs to its deadline.
     std::unique_ptr<impl::HttpTransport> NewSilentTransport()
     {
         std::shared_ptr<impl::HttpTransport> real = service.NewTransport();
@@ -59,7 +59,7 @@ protected:
             [this, real](const impl::HttpRequest& request, const impl::AbortCheck& abort) {
                 if (!isSilent)
                     return real->Perform(request, abort);
-                ++triesInVain;
+                ++failedAttempts;
                 time->Advance(request.limits.total);
                 return test::Drop(impl::EErrorCode::eTimeout);
             });
@@ -72,7 +72,7 @@ protected:
         service.SetOnline(true);
     }
 
-    milliseconds TimeOf(int changes)
+    milliseconds DurationOf(int changes)
     {
         const impl::Clock::Time begin = time->Now();
         for (int i = 0; i < changes; ++i) {
@@ -83,69 +83,69 @@ protected:
         return std::chrono::duration_cast<milliseconds>(time->Now() - begin);
     }
 
-    std::function<void()> letStreamReturn;
+    std::function<void()> releaseStream;
     bool isSilent = false;
-    int triesInVain = 0;
+    int failedAttempts = 0;
 };
 
 } // namespace
 
-TEST_F(DeviceReports, GetOneShortTryWhileTheLinkIsLost)
+TEST_F(DeviceReports, GetOneShortAttemptWhileTheLinkIsLost)
 {
     LoseTheStream();
     isSilent = true;
     const impl::Clock::Time begin = time->Now();
     EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
-    EXPECT_EQ(triesInVain, 1);
+    EXPECT_EQ(failedAttempts, 1);
     EXPECT_LE(time->Now() - begin, seconds(2));
 }
 
-TEST_F(DeviceReports, OfAFlickeringFixLeaveTheCallerItsTimeWhileTheLinkIsLost)
+TEST_F(DeviceReports, OfAFlickeringFixTakeTwoSecondsAMinuteWhileTheLinkIsLost)
 {
     LoseTheStream();
     isSilent = true;
-    EXPECT_LE(TimeOf(50), seconds(2));
+    EXPECT_LE(DurationOf(50), seconds(2));
     for (int minute = 0; minute < 10; ++minute) {
         time->Advance(seconds(60));
-        EXPECT_LE(TimeOf(50), seconds(2));
+        EXPECT_LE(DurationOf(50), seconds(2));
     }
-    EXPECT_EQ(triesInVain, 11) << "but each time it is tried once";
+    EXPECT_EQ(failedAttempts, 11) << "one attempt in each minute";
 }
 
-TEST_F(DeviceReports, OfAFlickeringFixLeaveItAlsoWhereNobodyHasNoticedTheLoss)
+TEST_F(DeviceReports, OfAFlickeringFixTakeLittleTimeBeforeTheLossIsNoticed)
 {
     isSilent = true;
-    EXPECT_LE(TimeOf(50), seconds(15));
+    EXPECT_LE(DurationOf(50), seconds(15));
     time->Advance(seconds(60));
-    EXPECT_LE(TimeOf(50), seconds(2));
+    EXPECT_LE(DurationOf(50), seconds(2));
     EXPECT_EQ(listener.States(), (std::vector<std::int32_t>{1, 3}));
 }
 
-TEST_F(DeviceReports, AreSentAtOnceWhenAnythingGotThroughMeanwhile)
+TEST_F(DeviceReports, AreSentAtOnceAfterAnotherRequestSucceeded)
 {
     isSilent = true;
     EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
     isSilent = false;
-    EXPECT_FALSE(connection->MeasDeviceConnected({}, true)) << "too soon";
+    EXPECT_FALSE(connection->MeasDeviceConnected({}, true)) << "still in the pause";
     EXPECT_TRUE(connection->SendEnvironment({}));
     EXPECT_TRUE(connection->MeasDeviceConnected({}, true));
     EXPECT_EQ(service.Count(kReport), 1);
     service.FailNext(Drop(kReport));
-    EXPECT_NE(connection->MeasDeviceDisconnected({}, false), 0) << "as patient as before";
+    EXPECT_NE(connection->MeasDeviceDisconnected({}, false), 0) << "the drop is retried";
 }
 
-TEST_F(DeviceReports, AreSentAtOnceWhenTheStreamStandsAgain)
+TEST_F(DeviceReports, AreSentAtOnceWhenTheStreamIsOpenAgain)
 {
     LoseTheStream();
     isSilent = true;
     EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
     isSilent = false;
-    letStreamReturn();
+    releaseStream();
     ASSERT_TRUE(listener.WaitForState(api::eLoginSuccessful));
     EXPECT_TRUE(connection->MeasDeviceConnected({}, true));
 }
 
-TEST_F(DeviceReports, AreTriedAgainAfterAWhile)
+TEST_F(DeviceReports, AreSentAgainAfterTenSeconds)
 {
     isSilent = true;
     EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
@@ -154,7 +154,7 @@ TEST_F(DeviceReports, AreTriedAgainAfterAWhile)
     EXPECT_TRUE(connection->MeasDeviceConnected({}, true));
 }
 
-TEST_F(DeviceReports, AreNotHeldBackByAFailureThatTookNoTime)
+TEST_F(DeviceReports, AreSentAtOnceAfterAFailureThatTookNoTime)
 {
     LoseTheStream();
     for (int i = 1; i <= 3; ++i) {
@@ -165,7 +165,7 @@ TEST_F(DeviceReports, AreNotHeldBackByAFailureThatTookNoTime)
     EXPECT_TRUE(connection->MeasDeviceConnected({}, true));
 }
 
-TEST_F(DeviceReports, ThatADeviceIsOffIsTriedInAnyCaseWhenAllEnds)
+TEST_F(DeviceReports, OfADisconnectedDeviceAreSentAlsoWhenAborted)
 {
     isSilent = true;
     EXPECT_FALSE(connection->MeasDeviceConnected({}, true));

@@ -1,4 +1,4 @@
-// What the operator reads for each thing that can go wrong.
+// The operator's text for each error.
 #include "client/Problems.h"
 #include "connection/ErrorTexts.h"
 #include "http/CurlErrors.h"
@@ -24,7 +24,7 @@ struct ProblemCase
     EErrorCode code;
 };
 
-// As the wire protocol lists them.
+// The problems of the wire protocol.
 const ProblemCase kProblemCases[] = {
     {"malformed-request", 400, EErrorCode::eRefusedByService},
     {"invalid-credentials", 401, EErrorCode::eInvalidCredentials},
@@ -114,7 +114,7 @@ const CurlCase kCurlCases[] = {
 
 } // namespace
 
-TEST(Problems, AreToldApartByNameAndStatus)
+TEST(Problems, AreReadFromNameAndStatus)
 {
     for (const ProblemCase& each : kProblemCases) {
         const Failure failure = FailureOf(Problem(each.status, each.name, "because"));
@@ -124,7 +124,7 @@ TEST(Problems, AreToldApartByNameAndStatus)
     }
 }
 
-TEST(Problems, OfSomethingInBetweenHaveOnlyAStatus)
+TEST(Problems, OfAProxyAreReadFromTheStatus)
 {
     EXPECT_EQ(FailureOf(Reply(502, "<html>bad gateway</html>")).code, EErrorCode::eServiceBusy);
     EXPECT_EQ(FailureOf(Reply(401, "")).code, EErrorCode::eSessionEnded);
@@ -178,7 +178,7 @@ TEST(ErrorTexts, EscapeTheirVariableParts)
     EXPECT_EQ(message.text3, L"&lt;detail&gt;");
 }
 
-TEST(ErrorTexts, MarkWhatMayPassByItself)
+TEST(ErrorTexts, MarkErrorsThatMayPassByThemselves)
 {
     EXPECT_EQ(Describe(Failure(EErrorCode::eDropped), {}).severity, 1);
     EXPECT_EQ(Describe(Failure(EErrorCode::eNoProgress), {}).severity, 1);

@@ -1,4 +1,4 @@
-// The event stream's format, torn anywhere.
+// The event stream's format, also cut at any byte.
 #include "account/EventParser.h"
 
 #include <gtest/gtest.h>
@@ -44,7 +44,7 @@ TEST(EventParser, ReadsEventsCommentsAndAllLineEnds)
     EXPECT_EQ(Parse({kStream}), kExpected);
 }
 
-TEST(EventParser, ReadsTheSameWhereverTheStreamIsTorn)
+TEST(EventParser, ReadsTheSameWhenTheStreamIsCutAtAnyByte)
 {
     for (std::size_t at = 0; at <= kStream.size(); ++at)
         EXPECT_EQ(Parse({kStream.substr(0, at), kStream.substr(at)}), kExpected) << at;
@@ -73,7 +73,7 @@ TEST(EventParser, RefusesAnEventWithoutEnd)
     EXPECT_FALSE(isGood);
 }
 
-TEST(EventParser, TakesNoIdThatCouldEndAFieldOfARequest)
+TEST(EventParser, IgnoresAnIdWithControlCharacters)
 {
     EXPECT_EQ(
         Parse({std::string("id: 7\ndata: a\n\nid: 8\x01\ndata: b\n\nid: 9\0\ndata: c\n\n", 47)}),

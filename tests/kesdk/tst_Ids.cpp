@@ -1,4 +1,4 @@
-// Ids that the console's 32 bits cannot keep: nothing is ever taken for another's.
+// Ids that do not fit into the console's 32 bits: no such id is taken for another.
 #include "base/DigestText.h"
 #include "client/ApiJson.h"
 #include "support/ConnectionFixture.h"
@@ -11,8 +11,7 @@ namespace {
 
 constexpr std::int64_t kTwo32 = std::int64_t{1} << 32;
 
-// As they stand in a document. Some of them become 5 or 1 when they are cut to 32 bits or read as
-// something that they are not.
+// As a document has them. Cut to 32 bits, or read as another type, some of them become 5 or 1.
 constexpr const char* kNoIds[] = {
     "0",          "-1",    "-5",   "2147483648", "4294967295",           "4294967296",
     "4294967301", "5e0",   "1e3",  "5.0",        "9223372036854775808",  "18446744073709551615",
@@ -25,7 +24,7 @@ constexpr const char* kInbox =
     R"({"id":@0,"kind":"user-inbox","name":"o","project":@1,"owner":{"id":@2,"name":"o"},
         "entries":[]})";
 
-// The document with `id` in the place of `number`, and good ids in the others.
+// Returns the document with `id` in place `number` and valid ids in the other places.
 std::string With(std::string document, int number, const std::string& id)
 {
     for (int place = 0; place < 3; ++place) {
@@ -36,7 +35,7 @@ std::string With(std::string document, int number, const std::string& id)
     return document;
 }
 
-// Each reader of a document with ids, and in how many places it has them.
+// A reader of a document, and the number of ids in the document.
 struct Reader
 {
     const char* name;
@@ -83,7 +82,7 @@ const std::vector<Reader>& Readers()
 class Ids : public test::ConnectionFixture
 {
 protected:
-    // Once cut to 32 bits, this would be the file's.
+    // Cut to 32 bits, this id is the file's.
     std::int64_t Disguised() const { return kTwo32 + file; }
     bool HasAsked(const std::string& line) const { return service.Count(line) > 0; }
 
@@ -104,7 +103,7 @@ TEST(IdsOfDocuments, AreReadUpToTheLargestOf31Bits)
     }
 }
 
-TEST(IdsOfDocuments, AreNothingElseAnywhere)
+TEST(IdsOfDocuments, AreRefusedIfTheyAreNoIdsOf31Bits)
 {
     for (const Reader& reader : Readers()) {
         for (int place = 0; place < reader.places; ++place) {
@@ -115,7 +114,7 @@ TEST(IdsOfDocuments, AreNothingElseAnywhere)
     }
 }
 
-TEST_F(Ids, AnAccountWithOneThatIsNoneIsAFailedLogin)
+TEST_F(Ids, ALoginFailsWhenTheAccountHasAWrongId)
 {
     std::size_t states = 0;
     for (const char* id : {"2147483648", "-1", "\"7\""}) {
@@ -134,7 +133,7 @@ TEST_F(Ids, AnAccountWithOneThatIsNoneIsAFailedLogin)
     LogIn();
 }
 
-TEST_F(Ids, AnEventWithOneThatIsNoneRemovesNothing)
+TEST_F(Ids, AnEventWithAWrongIdRemovesNothing)
 {
     LogIn();
     ASSERT_EQ(ListedFiles(), (std::vector<std::int64_t>{file}));
@@ -143,7 +142,8 @@ TEST_F(Ids, AnEventWithOneThatIsNoneRemovesNothing)
 data: {"container":{"id":)" +
                           std::to_string(inbox) + R"(,"kind":"user-inbox"},"entry":)" +
                           With(With(kFile, 0, std::to_string(Disguised())), 1, "7") + "\n\n");
-    ASSERT_TRUE(service.WaitForRequests("GET /v1/account", snapshots + 1)) << "it starts over";
+    ASSERT_TRUE(service.WaitForRequests("GET /v1/account", snapshots + 1))
+        << "it fetches a new snapshot";
     EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{file}));
     const std::int64_t later = service.AddFile(inbox, "b.zip", "b");
     ASSERT_TRUE(
@@ -151,7 +151,7 @@ data: {"container":{"id":)" +
     EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{file, later}));
 }
 
-TEST_F(Ids, TheLargestComesToListenersAndBackAsItIs)
+TEST_F(Ids, TheLargestIdReachesListenersUnchanged)
 {
     AccountSnapshot snapshot;
     constexpr std::int64_t kLargest = std::numeric_limits<std::int32_t>::max();
@@ -169,7 +169,7 @@ TEST_F(Ids, TheLargestComesToListenersAndBackAsItIs)
     EXPECT_EQ(snapshot.Resource(kLargest)->content.front().id, kLargest - 1);
 }
 
-TEST_F(Ids, OnlyTheFileThatIsMeantIsFetched)
+TEST_F(Ids, FetchesOnlyTheFileOfTheExactId)
 {
     LogIn();
     for (const std::int64_t id :
@@ -188,7 +188,7 @@ TEST_F(Ids, OnlyTheFileThatIsMeantIsFetched)
     EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{file}));
 }
 
-TEST_F(Ids, AnAnswerAboutAnotherFileIsNotTakenForIt)
+TEST_F(Ids, RefusesAnAnswerAboutAnotherFile)
 {
     LogIn();
     const std::int64_t asked = service.AddFileSilently(inbox, "b.zip", "other");
@@ -206,7 +206,7 @@ TEST_F(Ids, AnAnswerAboutAnotherFileIsNotTakenForIt)
     EXPECT_EQ(folder.Read("b.zip"), "other");
 }
 
-TEST_F(Ids, AnAnswerAboutAnotherProjectIsNotTakenForIt)
+TEST_F(Ids, RefusesAnAnswerAboutAnotherProject)
 {
     LogIn();
     const std::string line = "GET /v1/projects/777/resources";
@@ -218,7 +218,7 @@ TEST_F(Ids, AnAnswerAboutAnotherProjectIsNotTakenForIt)
               static_cast<std::int32_t>(EErrorCode::eBadReply));
 }
 
-TEST_F(Ids, AnUploadGoesOnlyWhereItIsMeantTo)
+TEST_F(Ids, UploadsOnlyToTheExactTarget)
 {
     LogIn();
     folder.Write("c.zip", "c");
@@ -232,9 +232,8 @@ TEST_F(Ids, AnUploadGoesOnlyWhereItIsMeantTo)
     EXPECT_TRUE(folder.Has("c.zip"));
 }
 
-// The service has made a file, but what it calls it is no id: that cannot be listed, let alone be
-// asked for.
-TEST_F(Ids, AnUploadWhoseResultHasOneThatIsNoneIsNoSuccess)
+// The service has created a file, but its answer holds no valid id. The file cannot be listed.
+TEST_F(Ids, AnUploadFailsWhenItsResultHasAWrongId)
 {
     LogIn();
     folder.Write("c.zip", "c");
@@ -258,7 +257,7 @@ TEST_F(Ids, AnUploadWhoseResultHasOneThatIsNoneIsNoSuccess)
         EXPECT_EQ(connection->GetLastErrors().front().code,
                   static_cast<std::int32_t>(EErrorCode::eBadReply))
             << id;
-        EXPECT_EQ(service.Count("DELETE"), deletions) << "nobody's file is removed for it";
+        EXPECT_EQ(service.Count("DELETE"), deletions) << "no file is deleted";
         EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{file})) << id;
     }
     EXPECT_TRUE(

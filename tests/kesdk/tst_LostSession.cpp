@@ -1,4 +1,4 @@
-// Transfers whose session ends on the way.
+// Transfers whose session ends while they run.
 #include "support/ConnectionFixture.h"
 
 #include <utility>
@@ -7,7 +7,7 @@ namespace kesdk::test {
 
 namespace {
 
-// Whatever the transfer waits for: here it is about to try again after a drop.
+// The session ends when the transfer is about to retry after a drop.
 class LostInATransfer : public ConnectionFixture
 {
 protected:
@@ -33,7 +33,7 @@ protected:
 
 } // namespace
 
-TEST_F(LostInATransfer, AnUploadEndsWithItsSession)
+TEST_F(LostInATransfer, AnUploadEndsWhenItsSessionEnds)
 {
     LoseSessionAt("POST /v1/uploads");
     EXPECT_FALSE(Upload("a.zip", "x"));
@@ -45,7 +45,7 @@ TEST_F(LostInATransfer, AnUploadEndsWithItsSession)
     EXPECT_EQ(service.FileIds(inbox).size(), 1u);
 }
 
-TEST_F(LostInATransfer, ADownloadEndsWithItsSession)
+TEST_F(LostInATransfer, ADownloadEndsWhenItsSessionEnds)
 {
     const std::int64_t file = service.AddFile(inbox, "a.zip", "abc");
     const std::string line = "GET /v1/resources/" + std::to_string(file) + "/content";

@@ -1,4 +1,4 @@
-// Who is called, when, and when no more.
+// Which listeners are called, when, on which thread, and when no longer.
 #include "connection/NotificationDispatcher.h"
 #include "support/RecordingListener.h"
 
@@ -22,7 +22,7 @@ api::ConnectionState State(std::int32_t state)
     return {1, state};
 }
 
-// Runs a function in its call.
+// Runs a function when it is called.
 class CallingListener : public api::IServerConnectionNotification
 {
 public:
@@ -55,7 +55,7 @@ TEST(NotificationDispatcher, DeliversInOrderOnItsOwnThread)
     dispatcher.Unsubscribe(&listener);
 }
 
-TEST(NotificationDispatcher, DeliversOnlyWhatTheListenerWants)
+TEST(NotificationDispatcher, DeliversOnlyTheEventsThatTheListenerWants)
 {
     NotificationDispatcher dispatcher;
     PickyListener picky;
@@ -111,7 +111,7 @@ TEST(NotificationDispatcher, UnsubscribeWaitsForTheRunningCall)
     });
     dispatcher.Subscribe(listener.get());
     dispatcher.Post(State(1));
-    dispatcher.Post(State(2)); // must not be delivered any more
+    dispatcher.Post(State(2)); // must not be delivered
     isInside.get_future().wait();
     std::thread opener([&] { mayGo.set_value(); });
     dispatcher.Unsubscribe(listener.get());
@@ -142,7 +142,7 @@ TEST(NotificationDispatcher, UnsubscribeFromInsideACallDoesNotDeadlock)
     EXPECT_EQ(calls, 1);
 }
 
-TEST(NotificationDispatcher, AListenerMayWithdrawAnother)
+TEST(NotificationDispatcher, AListenerMayUnsubscribeAnother)
 {
     NotificationDispatcher dispatcher;
     RecordingListener victim;

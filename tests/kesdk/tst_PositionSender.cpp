@@ -1,4 +1,4 @@
-// The mailbox of positions, on a link that hangs and breaks.
+// The position sender, on a link that hangs and drops.
 #include "connection/PositionSender.h"
 
 #include "support/ConnectionFixture.h"
@@ -16,7 +16,7 @@ namespace {
 
 using Times = std::vector<std::int32_t>;
 
-// Keeps every request until the test says how it ends. Thread safety: safe.
+// Holds every request until Release gives its outcome. Thread safety: safe.
 class HangingLink
 {
 public:
@@ -33,7 +33,7 @@ public:
         return transport;
     }
 
-    // The next request that hangs, or that comes first, ends so.
+    // Ends the request that hangs, or else the next request, with this outcome.
     void Release(impl::HttpOutcome outcome)
     {
         const std::lock_guard lock(m_mutex);
@@ -48,7 +48,7 @@ public:
         return m_changed.wait_for(lock, kHangGuard, [&] { return m_times.size() >= count; });
     }
 
-    // What the requests so far gave as the time of their position.
+    // The times of the positions in all requests so far.
     Times Sent() const
     {
         const std::lock_guard lock(m_mutex);
@@ -97,7 +97,7 @@ class PositionSender : public testing::Test
 protected:
     void Put(std::int32_t at) { sender.Put({at, 1.0, 1.0}, 1, "token"); }
 
-    // Puts one and waits until it hangs.
+    // Puts a position and waits until its request hangs.
     void PutAndHang(std::int32_t at)
     {
         const std::size_t before = link.Sent().size();
@@ -114,7 +114,7 @@ protected:
 
 } // namespace
 
-TEST_F(PositionSender, SendsOnlyTheLastOfThoseThatCameWhileOneHung)
+TEST_F(PositionSender, SendsOnlyTheLatestPositionAfterARequestThatHung)
 {
     PutAndHang(1);
     Put(2);
@@ -126,7 +126,7 @@ TEST_F(PositionSender, SendsOnlyTheLastOfThoseThatCameWhileOneHung)
     EXPECT_EQ(link.Sent(), (Times{1, 3, 4}));
 }
 
-TEST_F(PositionSender, SendsOneThatTheLinkLostOnceMore)
+TEST_F(PositionSender, RetriesADroppedPositionOnce)
 {
     PutAndHang(1);
     link.Release(Drop(impl::EErrorCode::eDropped));
@@ -136,7 +136,7 @@ TEST_F(PositionSender, SendsOneThatTheLinkLostOnceMore)
     EXPECT_EQ(link.Sent(), (Times{1, 1, 2}));
 }
 
-TEST_F(PositionSender, PilesNothingUpOnADeadLink)
+TEST_F(PositionSender, KeepsNoQueueOnADeadLink)
 {
     for (std::int32_t i = 1; i <= 20; ++i) {
         PutAndHang(i);
@@ -148,13 +148,13 @@ TEST_F(PositionSender, PilesNothingUpOnADeadLink)
     link.Release(Done());
     PutAndHang(22);
     const Times sent = link.Sent();
-    ASSERT_EQ(sent.size(), 42u) << "each twice, and none of them any more once the link is back";
+    ASSERT_EQ(sent.size(), 42u) << "two attempts for each position, and none when the link is back";
     EXPECT_EQ(sent[39], 20);
     EXPECT_EQ(sent[40], 21);
     EXPECT_EQ(sent[41], 22);
 }
 
-TEST_F(PositionSender, LetsALostOneGiveWayToANewerOne)
+TEST_F(PositionSender, SendsANewerPositionInsteadOfARetry)
 {
     PutAndHang(1);
     Put(2);
@@ -165,7 +165,7 @@ TEST_F(PositionSender, LetsALostOneGiveWayToANewerOne)
     EXPECT_EQ(link.Sent(), (Times{1, 2, 3}));
 }
 
-TEST_F(PositionSender, DoesNotAskAgainWhereTheServiceHasAnswered)
+TEST_F(PositionSender, DoesNotRetryAfterAnAnswer)
 {
     PutAndHang(1);
     link.Release(Refused(422, "unprocessable"));
@@ -175,16 +175,16 @@ TEST_F(PositionSender, DoesNotAskAgainWhereTheServiceHasAnswered)
     EXPECT_EQ(link.Sent(), (Times{1, 2, 3}));
 }
 
-TEST_F(PositionSender, SendsNothingOfASessionThatHasEnded)
+TEST_F(PositionSender, DropsThePositionsOfAnEndedSession)
 {
     PutAndHang(1);
     Put(2);
-    sender.Clear(); // ends the one, and forgets the other
+    sender.Clear(); // aborts the first, drops the second
     PutAndHang(3);
     EXPECT_EQ(link.Sent(), (Times{1, 3}));
 }
 
-TEST_F(ConnectionFixture, APositionThatHangsHoldsUpNoTransfer)
+TEST_F(ConnectionFixture, APositionThatHangsDelaysNoTransfer)
 {
     HangingLink link;
     impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};
@@ -197,7 +197,7 @@ TEST_F(ConnectionFixture, APositionThatHangsHoldsUpNoTransfer)
     ASSERT_TRUE(link.WaitForRequests(1));
     EXPECT_TRUE(Upload("a.zip", "abc"));
     EXPECT_TRUE(connection->ReportPosition({2, 2.0, 2.0}));
-    EXPECT_EQ(link.Sent(), (Times{1})) << "it hangs as before";
+    EXPECT_EQ(link.Sent(), (Times{1})) << "the first position still hangs";
     link.Release(Done());
     ASSERT_TRUE(link.WaitForRequests(2));
     EXPECT_EQ(link.Sent(), (Times{1, 2}));

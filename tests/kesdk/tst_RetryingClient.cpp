@@ -1,4 +1,4 @@
-// What is repeated, how often, and after which pauses.
+// Which requests are retried, how often, and after which pauses.
 #include "client/RetryingClient.h"
 #include "support/FakeTime.h"
 #include "support/FakeTransport.h"
@@ -48,14 +48,14 @@ protected:
 
 } // namespace
 
-TEST_F(RetryingClientTest, RepeatsADroppedGetWithGrowingPauses)
+TEST_F(RetryingClientTest, RetriesADroppedGetWithGrowingPauses)
 {
     outcomes = {Drop(), Drop(), Drop(), Good(200)};
     EXPECT_EQ(Perform().response.status, 200);
     EXPECT_EQ(time->Sleeps(), (Sleeps{500ms, 1000ms, 1500ms}));
 }
 
-TEST_F(RetryingClientTest, LeavesHalfOfAPauseToChance)
+TEST_F(RetryingClientTest, TakesHalfOfThePauseAtRandom)
 {
     test::FixedJitter least{0.0};
     RetryingClient other(transport, clock, sleeper, least);
@@ -71,14 +71,14 @@ TEST_F(RetryingClientTest, GivesUpAfterTheLastAttempt)
     EXPECT_EQ(sent.size(), 4u);
 }
 
-TEST_F(RetryingClientTest, HonoursRetryAfter)
+TEST_F(RetryingClientTest, WaitsAsLongAsRetryAfterSays)
 {
     outcomes = {Good(503, {{"Retry-After", "7"}}), Good(429, {{"retry-after", "2"}}), Good(200)};
     EXPECT_EQ(Perform().response.status, 200);
     EXPECT_EQ(time->Sleeps(), (Sleeps{7s, 2s}));
 }
 
-TEST_F(RetryingClientTest, DoesNotRepeatWhatWillNotPass)
+TEST_F(RetryingClientTest, DoesNotRetryPermanentErrors)
 {
     for (const int status : {400, 401, 403, 404, 409, 412, 500, 507}) {
         outcomes = {Good(status)};
@@ -89,7 +89,7 @@ TEST_F(RetryingClientTest, DoesNotRepeatWhatWillNotPass)
     EXPECT_TRUE(time->Sleeps().empty());
 }
 
-TEST_F(RetryingClientTest, DoesNotRepeatAPostThatIsNotKeyed)
+TEST_F(RetryingClientTest, DoesNotRetryAPostWithoutAKey)
 {
     get.method = "POST";
     outcomes = {Drop()};
@@ -97,7 +97,7 @@ TEST_F(RetryingClientTest, DoesNotRepeatAPostThatIsNotKeyed)
     EXPECT_EQ(sent.size(), 1u);
 }
 
-TEST_F(RetryingClientTest, RepeatsAPostThatIsKeyedOrMarked)
+TEST_F(RetryingClientTest, RetriesAPostWithAKeyOrMarkedAsRepeatable)
 {
     get.method = "POST";
     get.headers = {{"Idempotency-Key", "k"}};
@@ -109,7 +109,7 @@ TEST_F(RetryingClientTest, RepeatsAPostThatIsKeyedOrMarked)
     EXPECT_EQ(Perform().response.status, 201);
 }
 
-TEST_F(RetryingClientTest, RepeatsPutAndDelete)
+TEST_F(RetryingClientTest, RetriesPutDeleteAndHead)
 {
     for (const char* method : {"PUT", "DELETE", "HEAD"}) {
         get.method = method;
@@ -118,7 +118,7 @@ TEST_F(RetryingClientTest, RepeatsPutAndDelete)
     }
 }
 
-TEST_F(RetryingClientTest, StopsBeforeTheTimeIsOver)
+TEST_F(RetryingClientTest, StopsBeforeTheDeadline)
 {
     policy.total = 2s;
     lasts = 600ms;
@@ -127,11 +127,11 @@ TEST_F(RetryingClientTest, StopsBeforeTheTimeIsOver)
     EXPECT_EQ(time->Sleeps(), (Sleeps{500ms}));
     ASSERT_EQ(sent.size(), 2u);
     EXPECT_EQ(sent[0].limits.total, 2s);
-    EXPECT_EQ(sent[1].limits.total, 900ms) << "what is left of the time";
+    EXPECT_EQ(sent[1].limits.total, 900ms) << "the time left";
     EXPECT_EQ(sent[1].limits.connect, 900ms);
 }
 
-TEST_F(RetryingClientTest, KeepsAShorterLimitOfOneTry)
+TEST_F(RetryingClientTest, KeepsAShorterDeadlineOfOneAttempt)
 {
     policy.total = 20s;
     get.limits.total = 9s;
@@ -150,7 +150,7 @@ TEST_F(RetryingClientTest, AbortEndsThePause)
     EXPECT_TRUE(Perform().failure.Is(EErrorCode::eAborted));
 }
 
-TEST_F(RetryingClientTest, SaysWhenAnEarlierTryMayHaveArrived)
+TEST_F(RetryingClientTest, ReportsThatAnEarlierAttemptMayHaveArrived)
 {
     get.method = "DELETE";
     outcomes = {Drop(EErrorCode::eRefused), Good(404)};
@@ -158,14 +158,15 @@ TEST_F(RetryingClientTest, SaysWhenAnEarlierTryMayHaveArrived)
     outcomes = {Drop(EErrorCode::eDropped), Good(404)};
     EXPECT_TRUE(Perform().mayHaveRunBefore);
     outcomes = {Good(503), Good(404)};
-    EXPECT_FALSE(Perform().mayHaveRunBefore) << "the service itself has refused it";
+    EXPECT_FALSE(Perform().mayHaveRunBefore) << "the service has refused the first attempt";
     for (const int status : {502, 504}) {
         outcomes = {Good(status), Good(404)};
-        EXPECT_TRUE(Perform().mayHaveRunBefore) << "what is before the service does not know";
+        EXPECT_TRUE(Perform().mayHaveRunBefore)
+            << "a proxy does not know whether the service ran it";
     }
 }
 
-TEST_F(RetryingClientTest, PassesOnThatTheTransportHasTriedTwice)
+TEST_F(RetryingClientTest, ReportsThatTheTransportSentTheRequestTwice)
 {
     HttpOutcome twice = Good(404);
     twice.mayHaveRunBefore = true;
@@ -177,17 +178,18 @@ TEST_F(RetryingClientTest, PassesOnThatTheTransportHasTriedTwice)
     EXPECT_TRUE(Perform().mayHaveRunBefore);
 }
 
-TEST_F(RetryingClientTest, HonoursADateByTheClockOfWhoeverSaysIt)
+TEST_F(RetryingClientTest, ReadsARetryDateByTheServicesClock)
 {
     const HttpHeader now{"Date", "Thu, 01 Jan 2026 10:00:00 GMT"};
     outcomes = {Good(503, {now, {"Retry-After", "Thu, 01 Jan 2026 10:00:09 GMT"}}),
                 Good(503, {now, {"Retry-After", "Thu, 01 Jan 2026 09:00:00 GMT"}}),
                 Good(503, {{"Retry-After", "Thu, 01 Jan 2026 10:00:09 GMT"}}), Good(200)};
     EXPECT_EQ(Perform().response.status, 200);
-    EXPECT_EQ(time->Sleeps(), (Sleeps{9s, 1000ms, 1500ms})) << "or else its own pauses";
+    EXPECT_EQ(time->Sleeps(), (Sleeps{9s, 1000ms, 1500ms}))
+        << "without a usable date, its own pauses";
 }
 
-TEST_F(RetryingClientTest, KnowsDatesBehindTheEndOf32Bits)
+TEST_F(RetryingClientTest, ReadsRetryDatesBeyond32Bits)
 {
     const auto wait = [this](const char* now, const char* then) {
         return RetryAfter(Good(503, {{"Date", now}, {"Retry-After", then}}).response);
@@ -195,11 +197,11 @@ TEST_F(RetryingClientTest, KnowsDatesBehindTheEndOf32Bits)
     EXPECT_EQ(wait("Tue, 19 Jan 2038 03:14:07 GMT", "Tue, 19 Jan 2038 03:14:10 GMT"), 3s);
     EXPECT_EQ(wait("Fri, 01 Jan 2100 10:00:00 GMT", "Fri, 01 Jan 2100 10:00:09 GMT"), 9s);
     EXPECT_EQ(wait("Tue, 19 Jan 2038 03:14:10 GMT", "Tue, 19 Jan 2038 03:14:07 GMT"), 0s);
-    // Both come to the same in 32 bits.
+    // Both dates are equal in 32 bits.
     EXPECT_EQ(wait("Thu, 01 Jan 1970 00:00:00 GMT", "Sun, 07 Feb 2106 06:28:16 GMT"), 24h);
 }
 
-TEST_F(RetryingClientTest, WaitsForNobodyForever)
+TEST_F(RetryingClientTest, WaitsForFiveMinutesAtMost)
 {
     for (const char* wanted : {"86400", "99999999999999999999", "Fri, 01 Jan 2100 10:00:00 GMT"}) {
         const HttpHeader now{"Date", "Thu, 01 Jan 2026 10:00:00 GMT"};
@@ -210,7 +212,7 @@ TEST_F(RetryingClientTest, WaitsForNobodyForever)
     }
 }
 
-TEST_F(RetryingClientTest, MakesNothingOfNonsense)
+TEST_F(RetryingClientTest, IgnoresAnUnreadableRetryAfter)
 {
     for (const char* wanted : {"", "-5", "5x", "soon", "99999999999999999999x"})
         EXPECT_EQ(RetryAfter(Good(503, {{"Retry-After", wanted}}).response), std::nullopt);

@@ -5,20 +5,20 @@
 
 namespace kesdk::impl {
 
-TEST(Text, GoesToUtf8AndBack)
+TEST(Text, ConvertsToUtf8AndBack)
 {
     const std::wstring text = L"Fält 7 – 東 \U0001F33E";
     EXPECT_EQ(ToUtf8(text), "F\xC3\xA4lt 7 \xE2\x80\x93 \xE6\x9D\xB1 \xF0\x9F\x8C\xBE");
     EXPECT_EQ(ToWide(ToUtf8(text)), text);
 }
 
-TEST(Text, ReplacesWhatIsNoCodePoint)
+TEST(Text, ReplacesInvalidCodePoints)
 {
     EXPECT_EQ(ToUtf8(std::wstring(1, static_cast<wchar_t>(0xD800))), "\xEF\xBF\xBD");
     EXPECT_EQ(ToUtf8(std::wstring(1, static_cast<wchar_t>(0x110000))), "\xEF\xBF\xBD");
 }
 
-TEST(Text, ReplacesWhatIsNotUtf8)
+TEST(Text, ReplacesInvalidUtf8)
 {
     EXPECT_EQ(ToWide("a\xFF"
                      "b"),
@@ -43,7 +43,7 @@ TEST(Text, EncodesBase64)
     EXPECT_EQ(EncodeBase64("foobar"), "Zm9vYmFy");
 }
 
-TEST(Text, EncodesASegmentOfAPath)
+TEST(Text, EncodesAPathSegment)
 {
     EXPECT_EQ(EncodePathSegment("To Console/ä"), "To%20Console%2F%C3%A4");
     EXPECT_EQ(EncodePathSegment("AZaz09-._~"), "AZaz09-._~");
