@@ -4,7 +4,7 @@
 #include "service/base/Files.h"
 #include "service/base/Log.h"
 #include "service/base/Random.h"
-#include "service/store/Users.h"
+#include "service/store/UserTable.h"
 
 namespace kelvo {
 

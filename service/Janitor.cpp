@@ -2,14 +2,15 @@
 #include "service/Janitor.h"
 
 #include "service/base/Log.h"
-#include "service/store/Events.h"
-#include "service/store/Files.h"
-#include "service/store/Reports.h"
-#include "service/store/Sessions.h"
-#include "service/store/Uploads.h"
-#include "service/store/Users.h"
+#include "service/store/EventTable.h"
+#include "service/store/FileTable.h"
+#include "service/store/ReportTable.h"
+#include "service/store/SessionTable.h"
+#include "service/store/UploadTable.h"
+#include "service/store/UserTable.h"
 
 #include <exception>
+#include <utility>
 #include <vector>
 
 namespace kelvo {
@@ -21,10 +22,10 @@ constexpr long long binLifeMs = 30 * 24 * hourMs;
 constexpr long long positionLifeMs = 30 * 24 * hourMs;
 
 /** The digests of contents that files have just stopped to refer to. */
-std::vector<std::string> cleanDatabase(api::Context& context, int eventHours)
+std::vector<std::string> cleanDatabase(const Janitor::Parts& parts, int eventHours)
 {
-    const long long now = context.clock.nowMs();
-    return context.database.writeNow([now, eventHours](store::Transaction& transaction) {
+    const long long now = parts.clock.nowMs();
+    return parts.database.writeNow([now, eventHours](store::Transaction& transaction) {
         store::removeExpiredSessions(transaction, now);
         store::prunePositions(transaction, now - positionLifeMs);
         store::forgetOldResults(transaction, now);
@@ -35,39 +36,39 @@ std::vector<std::string> cleanDatabase(api::Context& context, int eventHours)
     });
 }
 
-bool isUsed(api::Context& context, const std::string& digest)
+bool isUsed(const Janitor::Parts& parts, const std::string& digest)
 {
-    return context.database.readNow(
+    return parts.database.readNow(
         [&digest](soci::session& sql) { return store::contentIsUsed(sql, digest); });
 }
 
-void removeContents(api::Context& context, const std::vector<std::string>& letGo)
+void removeContents(const Janitor::Parts& parts, const std::vector<std::string>& letGo)
 {
     for (const std::string& digest : letGo) {
         // Somebody who is about to refer to it holds its lock until the reference is committed.
-        const auto lock = context.digestLocks.tryLock(digest);
-        if (lock && !isUsed(context, digest)) {
-            context.contents.remove(digest);
+        const auto lock = parts.digestLocks.tryLock(digest);
+        if (lock && !isUsed(parts, digest)) {
+            parts.contents.remove(digest);
         }
     }
 }
 
-void removeExpiredUploads(api::Context& context, const Janitor::Stops& stops)
+void removeExpiredUploads(const Janitor::Parts& parts, const Janitor::Stops& stops)
 {
-    const long long now = context.clock.nowMs();
-    const auto expired = context.database.readNow(
+    const long long now = parts.clock.nowMs();
+    const auto expired = parts.database.readNow(
         [now](soci::session& sql) { return store::expiredUploads(sql, now); });
     for (const std::string& id : expired) {
         // A request that works on it gives it more time when it ends. One that comes now does so
         // first, in a transaction, and then either finds no row or is seen by the condition.
-        if (context.activeUploads.isHeld(id)) {
+        if (parts.uploadIsHeld(id)) {
             continue;
         }
-        const bool removed = context.database.writeNow([&id, now](store::Transaction& transaction) {
+        const bool removed = parts.database.writeNow([&id, now](store::Transaction& transaction) {
             return store::removeExpiredUpload(transaction, id, now);
         });
         if (removed) {
-            context.contents.removeUpload(id);
+            parts.contents.removeUpload(id);
         }
         if (stops()) {
             return;
@@ -78,16 +79,17 @@ void removeExpiredUploads(api::Context& context, const Janitor::Stops& stops)
 /** A crash came between the database and the folder. Of a finished upload nothing but a second name
  * of its content is left. One without a row may be another database's, until it would have expired
  * in that as well. */
-void removeOrphanedUploads(api::Context& context, long long keptForMs, const Janitor::Stops& stops)
+void removeOrphanedUploads(const Janitor::Parts& parts, long long keptForMs,
+                           const Janitor::Stops& stops)
 {
-    const long long now = context.clock.nowMs();
-    for (const std::string& id : context.contents.uploadIds()) {
-        const auto upload = context.database.readNow(
+    const long long now = parts.clock.nowMs();
+    for (const std::string& id : parts.contents.uploadIds()) {
+        const auto upload = parts.database.readNow(
             [&id](soci::session& sql) { return store::uploadById(sql, id); });
-        const auto changedMs = context.contents.uploadChangedMs(id);
+        const auto changedMs = parts.contents.uploadChangedMs(id);
         const bool isOld = changedMs && now - *changedMs >= keptForMs;
         if (upload ? upload->finished : isOld) {
-            context.contents.removeUpload(id);
+            parts.contents.removeUpload(id);
         }
         if (stops()) {
             return;
@@ -102,25 +104,25 @@ struct Ownership
     long long keptForMs = 0;
 };
 
-void treatUnknownContent(api::Context& context, const std::string& digest,
+void treatUnknownContent(const Janitor::Parts& parts, const std::string& digest,
                          const Ownership& ownership)
 {
-    const auto lock = context.digestLocks.tryLock(digest);
-    const auto trace = lock ? context.contents.traceOf(digest) : std::nullopt;
+    const auto lock = parts.digestLocks.tryLock(digest);
+    const auto trace = lock ? parts.contents.traceOf(digest) : std::nullopt;
     if (!trace) {
         return;
     }
-    const bool used = isUsed(context, digest);
+    const bool used = isUsed(parts, digest);
     const bool isMarked = trace->unusedSinceMs.has_value();
     if (used == isMarked) {
-        context.contents.markUnused(digest, !used); // its time begins now, or never was
+        parts.contents.markUnused(digest, !used); // its time begins now, or never was
     }
-    const long long now = context.clock.nowMs();
+    const long long now = parts.clock.nowMs();
     const long long unusedForMs = isMarked ? now - *trace->unusedSinceMs : 0;
     // A birth that is still to come is of a clock that was wrong, and says nothing.
     const bool isOlderThanDatabase = trace->writtenMs < ownership.bornMs && ownership.bornMs <= now;
     if (!used && !isOlderThanDatabase && unusedForMs >= ownership.keptForMs) {
-        context.contents.remove(digest);
+        parts.contents.remove(digest);
     }
 }
 
@@ -135,12 +137,12 @@ void attempt(const char* what, const std::function<void()>& step)
     }
 }
 
-void removeUnknownContents(api::Context& context, long long keptForMs, const Janitor::Stops& stops)
+void removeUnknownContents(const Janitor::Parts& parts, long long keptForMs,
+                           const Janitor::Stops& stops)
 {
-    const Ownership ownership{context.database.readNow(store::firstCreatedMs), keptForMs};
-    for (const std::string& digest : context.contents.digests()) {
-        attempt("clean-up-content-failed",
-                [&] { treatUnknownContent(context, digest, ownership); });
+    const Ownership ownership{parts.database.readNow(store::firstCreatedMs), keptForMs};
+    for (const std::string& digest : parts.contents.digests()) {
+        attempt("clean-up-content-failed", [&] { treatUnknownContent(parts, digest, ownership); });
         if (stops()) {
             return;
         }
@@ -149,8 +151,8 @@ void removeUnknownContents(api::Context& context, long long keptForMs, const Jan
 
 } // namespace
 
-Janitor::Janitor(api::Context& context, const Settings& settings)
-    : context_(context), settings_(settings), thread_([this] { loop(); })
+Janitor::Janitor(Parts parts, const Settings& settings)
+    : parts_(std::move(parts)), settings_(settings), thread_([this] { loop(); })
 {}
 
 Janitor::~Janitor()
@@ -163,16 +165,15 @@ Janitor::~Janitor()
     thread_.join();
 }
 
-void Janitor::cleanUp(api::Context& context, const Settings& settings, const Stops& stops)
+void Janitor::cleanUp(const Parts& parts, const Settings& settings, const Stops& stops)
 {
     const long long keptForMs = std::chrono::milliseconds(settings.unknownFor).count();
     std::vector<std::string> letGo;
-    attempt("clean-up-database-failed",
-            [&] { letGo = cleanDatabase(context, settings.eventHours); });
-    attempt("clean-up-uploads-failed", [&] { removeExpiredUploads(context, stops); });
-    attempt("clean-up-orphans-failed", [&] { removeOrphanedUploads(context, keptForMs, stops); });
-    attempt("clean-up-bin-failed", [&] { removeContents(context, letGo); });
-    attempt("clean-up-contents-failed", [&] { removeUnknownContents(context, keptForMs, stops); });
+    attempt("clean-up-database-failed", [&] { letGo = cleanDatabase(parts, settings.eventHours); });
+    attempt("clean-up-uploads-failed", [&] { removeExpiredUploads(parts, stops); });
+    attempt("clean-up-orphans-failed", [&] { removeOrphanedUploads(parts, keptForMs, stops); });
+    attempt("clean-up-bin-failed", [&] { removeContents(parts, letGo); });
+    attempt("clean-up-contents-failed", [&] { removeUnknownContents(parts, keptForMs, stops); });
 }
 
 bool Janitor::stops()
@@ -186,7 +187,7 @@ void Janitor::loop()
     std::unique_lock lock(mutex_);
     while (!stopping_) {
         lock.unlock();
-        cleanUp(context_, settings_, [this] { return stops(); });
+        cleanUp(parts_, settings_, [this] { return stops(); });
         lock.lock();
         changed_.wait_for(lock, settings_.interval, [this] { return stopping_; });
     }

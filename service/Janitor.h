@@ -1,11 +1,15 @@
 // Throws away what nobody can ask for any more.
 #pragma once
 
-#include "service/api/Context.h"
+#include "service/base/Clock.h"
+#include "service/content/ContentStore.h"
+#include "service/content/DigestLocks.h"
+#include "service/store/Database.h"
 
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <string>
 #include <thread>
 
 namespace kelvo {
@@ -16,7 +20,8 @@ namespace kelvo {
  * has been unknown for some days, and a content that is older than the database never: the database
  * may be the wrong one, and whoever puts the right one back needs its files.
  *
- * Runs once when made and then every so often. Thread: its own. Ownership: the context outlives it.
+ * Runs once when made and then every so often. Thread: its own. Ownership: what it works on
+ * outlives it.
  */
 class Janitor
 {
@@ -28,7 +33,17 @@ public:
         std::chrono::minutes interval{10};
     };
 
-    Janitor(api::Context& context, const Settings& settings);
+    /** What it cleans, and what it asks. */
+    struct Parts
+    {
+        store::Database& database;
+        content::ContentStore& contents;
+        content::DigestLocks& digestLocks;
+        const Clock& clock;
+        std::function<bool(const std::string& id)> uploadIsHeld; // by a request, at this moment
+    };
+
+    Janitor(Parts parts, const Settings& settings);
     ~Janitor();
     Janitor(const Janitor&) = delete;
     Janitor& operator=(const Janitor&) = delete;
@@ -38,13 +53,13 @@ public:
     /** One round, on the caller's thread. Blocks, until `stops` says so. A step that fails is
      * logged; the others go on. */
     static void cleanUp(
-        api::Context& context, const Settings& settings, const Stops& stops = [] { return false; });
+        const Parts& parts, const Settings& settings, const Stops& stops = [] { return false; });
 
 private:
     void loop();
     bool stops();
 
-    api::Context& context_;
+    Parts parts_;
     Settings settings_;
     std::mutex mutex_; // guards stopping_
     std::condition_variable changed_;

@@ -12,7 +12,7 @@
 #include "service/metrics/Metrics.h"
 #include "service/metrics/MonitorApplication.h"
 #include "service/store/Errors.h"
-#include "service/store/Farms.h"
+#include "service/store/FarmTable.h"
 #include "service/tls/ServerContext.h"
 
 #include <algorithm>
@@ -176,12 +176,18 @@ struct Backend
         context.settings.eventsKept = options.eventsKept;
     }
 
+    Janitor::Parts janitorParts()
+    {
+        return {*database, contents, digestLocks, clock,
+                [this](const std::string& id) { return activeUploads.isHeld(id); }};
+    }
+
     const SystemClock clock;
     const std::unique_ptr<store::Database> database;
     content::ContentStore contents;
     content::DigestCache digests;
     content::DigestLocks digestLocks;
-    content::ActiveUploads activeUploads;
+    api::ActiveUploads activeUploads;
     content::Integrity integrity;
     events::EventHub hub;
     accounts::Accounts accounts;
@@ -226,7 +232,7 @@ void runService(const ServeOptions& options)
     const auto apiListener =
         listen(threads, options.listen, tlsContext.get(), api, limitsOf(options));
     const auto monitorListener = listen(threads, options.metricsListen, nullptr, monitor, {});
-    const Janitor janitor(backend.context,
+    const Janitor janitor(backend.janitorParts(),
                           {options.eventHours, std::chrono::days(options.unknownDays)});
     apiListener->start();
     monitorListener->start();

@@ -3,7 +3,7 @@
 #include "service/DataFolder.h"
 #include "service/Service.h"
 #include "service/base/Log.h"
-#include "service/maintenance/Commands.h"
+#include "service/maintenance/MaintenanceCommands.h"
 
 #include <csignal>
 #include <cstdio>

@@ -5,8 +5,8 @@
 #include "service/base/Encoding.h"
 #include "service/base/Random.h"
 #include "service/http/Problem.h"
-#include "service/store/Sessions.h"
-#include "service/store/Users.h"
+#include "service/store/SessionTable.h"
+#include "service/store/UserTable.h"
 
 #include <boost/beast/core/string.hpp>
 

@@ -1,9 +1,9 @@
 // The bytes of a stored file for a reply.
 #include "service/api/ContentBody.h"
 
+#include "service/api/CheckedSource.h"
+#include "service/api/ContentSource.h"
 #include "service/base/Log.h"
-#include "service/content/CheckedSource.h"
-#include "service/content/ContentSource.h"
 #include "service/http/Problem.h"
 
 #include <cerrno>
@@ -88,8 +88,8 @@ Async<ECondition> check(Context& context, const store::File& file, const Stored&
     if (own.get() < 0) {
         throw std::system_error(errno, std::generic_category(), "dup");
     }
-    content::CheckedSource source(std::move(own), static_cast<std::uint64_t>(file.sizeBytes),
-                                  file.sha256, context.filePool, told);
+    CheckedSource source(std::move(own), static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
+                         context.filePool, told);
     const auto buffer = std::make_unique<char[]>(checkStepBytes);
     while (!found) {
         co_await source.read(asio::buffer(buffer.get(), checkStepBytes));
@@ -103,9 +103,9 @@ Async<ECondition> readSmall(Context& context, const store::File& file, Stored st
                             std::string& bytes)
 {
     ECondition found = file.sizeBytes == 0 ? ECondition::Right : ECondition::Unknown;
-    content::CheckedSource source(
-        std::move(stored.file), static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
-        context.filePool, [&found](ECondition condition) { found = condition; });
+    CheckedSource source(std::move(stored.file), static_cast<std::uint64_t>(file.sizeBytes),
+                         file.sha256, context.filePool,
+                         [&found](ECondition condition) { found = condition; });
     bytes.resize(static_cast<std::size_t>(file.sizeBytes));
     for (std::size_t at = 0; at < bytes.size();) {
         const std::size_t got =
@@ -127,9 +127,9 @@ std::shared_ptr<http::BodySource> checkedSource(Context& context, const store::F
             report(context, condition, file, farm);
         }
     };
-    return std::make_shared<content::CheckedSource>(std::move(stored.file),
-                                                    static_cast<std::uint64_t>(file.sizeBytes),
-                                                    file.sha256, context.filePool, told);
+    return std::make_shared<CheckedSource>(std::move(stored.file),
+                                           static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
+                                           context.filePool, told);
 }
 
 } // namespace
@@ -166,8 +166,8 @@ Async<void> addContent(Context& context, const store::File& file, store::Id farm
             refuse(context, condition, file, farm);
         }
     }
-    response.source = std::make_shared<content::ContentSource>(std::move(stored.file), range.offset,
-                                                               range.length, context.filePool);
+    response.source = std::make_shared<ContentSource>(std::move(stored.file), range.offset,
+                                                      range.length, context.filePool);
 }
 
 } // namespace kelvo::api

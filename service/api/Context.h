@@ -2,9 +2,9 @@
 #pragma once
 
 #include "service/accounts/Accounts.h"
+#include "service/api/ActiveUploads.h"
 #include "service/base/Clock.h"
 #include "service/base/WorkPool.h"
-#include "service/content/ActiveUploads.h"
 #include "service/content/ContentStore.h"
 #include "service/content/DigestLocks.h"
 #include "service/content/Integrity.h"
@@ -38,7 +38,7 @@ struct Context
     content::ContentStore& contents;
     content::DigestCache& digests;
     content::DigestLocks& digestLocks;
-    content::ActiveUploads& activeUploads;
+    ActiveUploads& activeUploads;
     content::Integrity& integrity;
     events::EventHub& hub;
     accounts::Accounts& accounts;

@@ -2,8 +2,8 @@
 #include "service/api/EventWriting.h"
 
 #include "service/api/Documents.h"
-#include "service/store/Consoles.h"
-#include "service/store/Events.h"
+#include "service/store/ConsoleTable.h"
+#include "service/store/EventTable.h"
 
 namespace kelvo::api {
 

@@ -3,7 +3,7 @@
 
 #include "service/store/Database.h"
 #include "service/store/Records.h"
-#include "service/store/Reports.h"
+#include "service/store/ReportTable.h"
 
 namespace kelvo::api {
 

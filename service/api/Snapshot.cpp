@@ -2,10 +2,10 @@
 #include "service/api/Snapshot.h"
 
 #include "service/api/Access.h"
-#include "service/store/Events.h"
-#include "service/store/Farms.h"
-#include "service/store/Files.h"
-#include "service/store/Inboxes.h"
+#include "service/store/EventTable.h"
+#include "service/store/FarmTable.h"
+#include "service/store/FileTable.h"
+#include "service/store/InboxTable.h"
 
 namespace kelvo::api {
 

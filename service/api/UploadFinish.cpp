@@ -7,10 +7,10 @@
 #include "service/base/Log.h"
 #include "service/http/Problem.h"
 #include "service/store/Errors.h"
-#include "service/store/Files.h"
-#include "service/store/Inboxes.h"
-#include "service/store/Uploads.h"
-#include "service/store/Users.h"
+#include "service/store/FileTable.h"
+#include "service/store/InboxTable.h"
+#include "service/store/UploadTable.h"
+#include "service/store/UserTable.h"
 
 namespace kelvo::api {
 

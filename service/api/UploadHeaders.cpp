@@ -5,7 +5,7 @@
 #include "service/api/TusMetadata.h"
 #include "service/base/Encoding.h"
 #include "service/http/Problem.h"
-#include "service/store/Uploads.h"
+#include "service/store/UploadTable.h"
 
 #include <algorithm>
 #include <limits>

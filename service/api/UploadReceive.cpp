@@ -1,8 +1,8 @@
 // How a request's bytes become part of an upload.
+#include "service/api/ReceiveBody.h"
 #include "service/api/UploadSteps.h"
-#include "service/content/Receive.h"
 #include "service/http/Problem.h"
-#include "service/store/Uploads.h"
+#include "service/store/UploadTable.h"
 
 namespace kelvo::api {
 
@@ -110,7 +110,7 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
         writer.suspend();
         throw Problem(EProblem::ContentTooLarge, "The body is longer than what is missing.");
     }
-    const bool whole = co_await content::receiveBody(request.body, writer, context.filePool);
+    const bool whole = co_await receiveBody(request.body, writer, context.filePool);
     const auto reached = static_cast<long long>(writer.offset());
     if (reached == upload.lengthBytes) {
         FinishedUpload finished = co_await finishUpload(context, upload, writer);

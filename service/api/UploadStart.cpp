@@ -3,9 +3,9 @@
 #include "service/api/UploadSteps.h"
 #include "service/base/Random.h"
 #include "service/http/Problem.h"
-#include "service/store/Files.h"
-#include "service/store/Inboxes.h"
-#include "service/store/Uploads.h"
+#include "service/store/FileTable.h"
+#include "service/store/InboxTable.h"
+#include "service/store/UploadTable.h"
 
 #include <algorithm>
 

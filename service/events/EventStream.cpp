@@ -2,8 +2,8 @@
 #include "service/events/EventStream.h"
 
 #include "service/events/Visibility.h"
-#include "service/store/Events.h"
-#include "service/store/Sessions.h"
+#include "service/store/EventTable.h"
+#include "service/store/SessionTable.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>

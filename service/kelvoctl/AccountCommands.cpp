@@ -2,7 +2,7 @@
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Encoding.h"
 #include "service/kelvoctl/Failures.h"
-#include "service/kelvoctl/Passwords.h"
+#include "service/kelvoctl/PasswordPrompt.h"
 
 #include <iostream>
 
@@ -32,7 +32,7 @@ std::string describe(const json& user)
                      (user.at("disabled").get<bool>() ? ", disabled" : "") + ")");
 }
 
-void login(Context& context, const UserOptions& options)
+void login(CommandContext& context, const UserOptions& options)
 {
     const std::unique_ptr<ApiClient> client = context.anonymousClient();
     const std::string password = readPassword(options.passwordFile, "KELVOCTL_PASSWORD",
@@ -47,7 +47,7 @@ void login(Context& context, const UserOptions& options)
 }
 
 // The local session goes also when the service no longer knows it.
-void logout(Context& context)
+void logout(CommandContext& context)
 {
     ApiClient& client = context.client();
     Request request;
@@ -60,13 +60,13 @@ void logout(Context& context)
     context.forget();
 }
 
-void addFarm(Context& context, const std::string& name)
+void addFarm(CommandContext& context, const std::string& name)
 {
     const json farm = context.client().call("POST", "/farms", json{{"name", name}});
     context.print(farm, "Made the farm " + printable(farm.at("name").get<std::string>()) + ".");
 }
 
-void listFarms(Context& context)
+void listFarms(CommandContext& context)
 {
     const json farms = context.client().call("GET", "/farms").at("farms");
     if (context.json) {
@@ -84,7 +84,7 @@ std::string newPassword(const UserOptions& options)
                         "New password of " + options.name + ": ");
 }
 
-void addUser(Context& context, const UserOptions& options)
+void addUser(CommandContext& context, const UserOptions& options)
 {
     if (options.farm.empty() != (options.role == "admin")) {
         throw UsageError("An operator or office user needs --farm, an admin has none.");
@@ -99,13 +99,13 @@ void addUser(Context& context, const UserOptions& options)
     context.print(user, "Made the user " + describe(user) + ".");
 }
 
-json usersOf(Context& context, const std::string& farm)
+json usersOf(CommandContext& context, const std::string& farm)
 {
     const std::string query = farm.empty() ? "" : "?farm=" + percentEncoded(farm);
     return context.client().call("GET", "/users" + query).at("users");
 }
 
-void listUsers(Context& context, const std::string& farm)
+void listUsers(CommandContext& context, const std::string& farm)
 {
     const json users = usersOf(context, farm);
     if (context.json) {
@@ -117,7 +117,7 @@ void listUsers(Context& context, const std::string& farm)
     }
 }
 
-void changeUser(Context& context, const std::string& name, const json& change)
+void changeUser(CommandContext& context, const std::string& name, const json& change)
 {
     for (const json& user : usersOf(context, "")) {
         if (user.at("name") == name) {
@@ -130,7 +130,8 @@ void changeUser(Context& context, const std::string& name, const json& change)
     throw Refused(0, "Not found", "There is no user " + printable(name) + ".");
 }
 
-void addFarmCommands(CLI::App& line, Context& context, const std::shared_ptr<UserOptions>& options)
+void addFarmCommands(CLI::App& line, CommandContext& context,
+                     const std::shared_ptr<UserOptions>& options)
 {
     CLI::App* farm = line.add_subcommand("farm", "Farms (administrator)")->fallthrough();
     farm->require_subcommand(1);
@@ -151,7 +152,8 @@ void addNewPasswordOption(CLI::App& command, const std::shared_ptr<UserOptions>&
         ->type_name("FILE");
 }
 
-void addUserChanges(CLI::App& user, Context& context, const std::shared_ptr<UserOptions>& options)
+void addUserChanges(CLI::App& user, CommandContext& context,
+                    const std::shared_ptr<UserOptions>& options)
 {
     struct Change
     {
@@ -180,7 +182,8 @@ void addUserChanges(CLI::App& user, Context& context, const std::shared_ptr<User
     });
 }
 
-void addUserCommands(CLI::App& line, Context& context, const std::shared_ptr<UserOptions>& options)
+void addUserCommands(CLI::App& line, CommandContext& context,
+                     const std::shared_ptr<UserOptions>& options)
 {
     CLI::App* user = line.add_subcommand("user", "Users (administrator)")->fallthrough();
     user->require_subcommand(1);
@@ -204,7 +207,7 @@ void addUserCommands(CLI::App& line, Context& context, const std::shared_ptr<Use
 
 } // namespace
 
-void addAccountCommands(CLI::App& line, Context& context)
+void addAccountCommands(CLI::App& line, CommandContext& context)
 {
     const auto options = std::make_shared<UserOptions>();
     CLI::App* in = line.add_subcommand("login", "Log in and remember the session")->fallthrough();

@@ -10,7 +10,7 @@ namespace {
 
 using nlohmann::json;
 
-void listBin(Context& context)
+void listBin(CommandContext& context)
 {
     const json files = context.client().call("GET", "/bin").at("files");
     if (context.json) {
@@ -25,7 +25,7 @@ void listBin(Context& context)
     }
 }
 
-void restore(Context& context, int id)
+void restore(CommandContext& context, int id)
 {
     const json file = context.client().call("POST", "/bin/" + std::to_string(id) + "/restore");
     context.print(file, "Restored " + printable(file.at("name").get<std::string>()) + ".");
@@ -40,7 +40,7 @@ void addId(CLI::App& command, const std::shared_ptr<int>& id)
 
 } // namespace
 
-void addBinCommands(CLI::App& line, Context& context)
+void addBinCommands(CLI::App& line, CommandContext& context)
 {
     const auto id = std::make_shared<int>(0);
     CLI::App* rm = line.add_subcommand("rm", "Remove a file into the farm's bin")->fallthrough();

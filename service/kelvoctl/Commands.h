@@ -1,19 +1,19 @@
 // The command groups. Each adds its commands to the line; a command that is chosen sets
-// Context::action.
+// CommandContext::action.
 #pragma once
 
-#include "service/kelvoctl/Context.h"
+#include "service/kelvoctl/CommandContext.h"
 
 #include <CLI/CLI.hpp>
 
 namespace kelvoctl {
 
-void addAccountCommands(CLI::App& line, Context& context); // login, logout, farm, user
-void addListCommand(CLI::App& line, Context& context);     // ls
-void addUploadCommand(CLI::App& line, Context& context);   // put
-void addDownloadCommand(CLI::App& line, Context& context); // get
-void addBinCommands(CLI::App& line, Context& context);     // rm, bin
-void addConsoleCommands(CLI::App& line, Context& context); // consoles, track
-void addWatchCommand(CLI::App& line, Context& context);    // watch
+void addAccountCommands(CLI::App& line, CommandContext& context); // login, logout, farm, user
+void addListCommand(CLI::App& line, CommandContext& context);     // ls
+void addUploadCommand(CLI::App& line, CommandContext& context);   // put
+void addDownloadCommand(CLI::App& line, CommandContext& context); // get
+void addBinCommands(CLI::App& line, CommandContext& context);     // rm, bin
+void addConsoleCommands(CLI::App& line, CommandContext& context); // consoles, track
+void addWatchCommand(CLI::App& line, CommandContext& context);    // watch
 
 } // namespace kelvoctl

@@ -55,12 +55,12 @@ void printConsole(const json& console)
     }
 }
 
-json consoles(Context& context)
+json consoles(CommandContext& context)
 {
     return context.client().call("GET", "/consoles").at("consoles");
 }
 
-void listConsoles(Context& context)
+void listConsoles(CommandContext& context)
 {
     const json all = consoles(context);
     if (context.json) {
@@ -73,7 +73,7 @@ void listConsoles(Context& context)
 }
 
 // An id as it is; otherwise what a console calls itself, if only one does.
-std::string consoleId(Context& context, const std::string& wanted)
+std::string consoleId(CommandContext& context, const std::string& wanted)
 {
     if (wanted.find_first_not_of("0123456789") == std::string::npos) {
         return wanted;
@@ -104,7 +104,7 @@ std::string timeParameter(const char* name, const std::string& time)
     return std::string("&") + name + "=" + percentEncoded(isDay ? time + "T00:00:00Z" : time);
 }
 
-void printPoint(Context& context, const json& position)
+void printPoint(CommandContext& context, const json& position)
 {
     if (context.json) {
         std::cout << oneLine(position) << "\n";
@@ -113,7 +113,7 @@ void printPoint(Context& context, const json& position)
     }
 }
 
-void track(Context& context, const TrackOptions& options)
+void track(CommandContext& context, const TrackOptions& options)
 {
     const std::string path = "/consoles/" + consoleId(context, options.console) +
                              "/track?limit=" + std::to_string(std::min(options.count, kPage)) +
@@ -135,7 +135,7 @@ void track(Context& context, const TrackOptions& options)
 
 } // namespace
 
-void addConsoleCommands(CLI::App& line, Context& context)
+void addConsoleCommands(CLI::App& line, CommandContext& context)
 {
     CLI::App* list = line.add_subcommand("consoles", "The farm's consoles (office)")->fallthrough();
     list->callback([&context] { context.action = [&context] { listConsoles(context); }; });

@@ -50,7 +50,7 @@ std::filesystem::path destination(const GetOptions& options, const std::string& 
 class Download
 {
 public:
-    Download(Context& context, const json& file, const std::filesystem::path& target)
+    Download(CommandContext& context, const json& file, const std::filesystem::path& target)
         : m_client(context.client()),
           m_file(file),
           m_sizeBytes(file.at("size").get<std::uint64_t>()),
@@ -131,7 +131,7 @@ private:
     Sha256 m_sha256;
 };
 
-void get(Context& context, const GetOptions& options)
+void get(CommandContext& context, const GetOptions& options)
 {
     const json file = context.client().call("GET", "/resources/" + std::to_string(options.id));
     if (file.at("kind") != "file") {
@@ -146,7 +146,7 @@ void get(Context& context, const GetOptions& options)
 
 } // namespace
 
-void addDownloadCommand(CLI::App& line, Context& context)
+void addDownloadCommand(CLI::App& line, CommandContext& context)
 {
     const auto options = std::make_shared<GetOptions>();
     CLI::App* command = line.add_subcommand("get", "Fetch a file")->fallthrough();

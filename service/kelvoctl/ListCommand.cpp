@@ -51,7 +51,7 @@ json chosen(const json& projects, const ListOptions& options)
     return result;
 }
 
-void list(Context& context, const ListOptions& options)
+void list(CommandContext& context, const ListOptions& options)
 {
     const json projects = chosen(context.client().call("GET", "/account").at("projects"), options);
     if (context.json) {
@@ -67,7 +67,7 @@ void list(Context& context, const ListOptions& options)
 
 } // namespace
 
-void addListCommand(CLI::App& line, Context& context)
+void addListCommand(CLI::App& line, CommandContext& context)
 {
     const auto options = std::make_shared<ListOptions>();
     CLI::App* ls = line.add_subcommand("ls", "Inboxes and their files")->fallthrough();

@@ -37,7 +37,7 @@ std::string nonce()
 }
 
 // The id of OWNER/PROJECT in the account; the own inbox is made when it is not there.
-int inboxId(Context& context, const json& account, const std::string& target)
+int inboxId(CommandContext& context, const json& account, const std::string& target)
 {
     const std::size_t slash = target.rfind('/'); // Project names have none.
     const std::string owner = target.substr(0, slash);
@@ -64,7 +64,8 @@ int inboxId(Context& context, const json& account, const std::string& target)
 class Upload
 {
 public:
-    Upload(Context& context, const std::string& path, const std::string& name, std::string targets)
+    Upload(CommandContext& context, const std::string& path, const std::string& name,
+           std::string targets)
         : m_client(context.client()),
           m_path(path),
           m_source(path),
@@ -213,7 +214,7 @@ private:
     Backoff m_backoff{kAttempts};
 };
 
-void putOne(Context& context, const std::string& path, const std::string& name,
+void putOne(CommandContext& context, const std::string& path, const std::string& name,
             const std::string& targets)
 {
     json result = Upload(context, path, name, targets).run();
@@ -230,7 +231,7 @@ void putOne(Context& context, const std::string& path, const std::string& name,
     }
 }
 
-void put(Context& context, const PutOptions& options)
+void put(CommandContext& context, const PutOptions& options)
 {
     if (!options.name.empty() && options.files.size() != 1) {
         throw UsageError("--name goes with one file only.");
@@ -257,7 +258,7 @@ void put(Context& context, const PutOptions& options)
 
 } // namespace
 
-void addUploadCommand(CLI::App& line, Context& context)
+void addUploadCommand(CLI::App& line, CommandContext& context)
 {
     const auto options = std::make_shared<PutOptions>();
     CLI::App* command = line.add_subcommand("put", "Send files into inboxes")->fallthrough();

@@ -45,7 +45,7 @@ std::string summary(const std::string& name, const json& data)
 class Watch
 {
 public:
-    Watch(Context& context, const WatchOptions& options)
+    Watch(CommandContext& context, const WatchOptions& options)
         : m_context(context),
           m_options(options),
           m_parser([this](const Event& event) { take(event); })
@@ -126,7 +126,7 @@ private:
         ++m_seen;
     }
 
-    Context& m_context;
+    CommandContext& m_context;
     WatchOptions m_options;
     EventParser m_parser;
     std::string m_last;
@@ -136,7 +136,7 @@ private:
 
 } // namespace
 
-void addWatchCommand(CLI::App& line, Context& context)
+void addWatchCommand(CLI::App& line, CommandContext& context)
 {
     const auto options = std::make_shared<WatchOptions>();
     CLI::App* watch = line.add_subcommand("watch", "Print events as they happen")->fallthrough();

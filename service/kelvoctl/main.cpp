@@ -1,5 +1,5 @@
 // kelvoctl: the command line of the farm-data service.
-#include "service/kelvoctl/CommandLine.h"
+#include "service/kelvoctl/Run.h"
 
 int main(int argc, char** argv)
 {

@@ -1,7 +1,7 @@
 // Logging in while the account is being changed.
 #include "service/accounts/Accounts.h"
 #include "service/http/Problem.h"
-#include "service/store/Sessions.h"
+#include "service/store/SessionTable.h"
 #include "tests/service/support/ApiFixture.h"
 
 #include <gmock/gmock.h>

@@ -3,7 +3,7 @@
 #include "service/base/Digest.h"
 #include "service/http/Problem.h"
 #include "service/store/Errors.h"
-#include "service/store/Uploads.h"
+#include "service/store/UploadTable.h"
 #include "tests/service/support/ApiFixture.h"
 #include "tests/service/support/FailingSync.h"
 #include "tests/service/support/TcpPair.h"

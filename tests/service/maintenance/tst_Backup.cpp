@@ -4,7 +4,7 @@
 #include "service/DataFolder.h"
 #include "service/maintenance/StoreFiles.h"
 #include "service/maintenance/Verify.h"
-#include "service/store/Files.h"
+#include "service/store/FileTable.h"
 #include "tests/service/maintenance/BackupFixture.h"
 #include "tests/service/support/FileDates.h"
 

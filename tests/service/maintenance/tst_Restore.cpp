@@ -5,7 +5,7 @@
 #include "service/Service.h"
 #include "service/maintenance/StoreFiles.h"
 #include "service/maintenance/Verify.h"
-#include "service/store/Events.h"
+#include "service/store/EventTable.h"
 #include "tests/service/maintenance/BackupFixture.h"
 
 #include <gmock/gmock.h>

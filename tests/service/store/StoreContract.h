@@ -2,8 +2,8 @@
 #pragma once
 
 #include "service/store/Database.h"
-#include "service/store/Farms.h"
-#include "service/store/Users.h"
+#include "service/store/FarmTable.h"
+#include "service/store/UserTable.h"
 #include "tests/service/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

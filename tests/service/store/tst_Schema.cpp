@@ -1,7 +1,7 @@
 // The schema's version.
-#include "service/store/Consoles.h"
+#include "service/store/ConsoleTable.h"
 #include "service/store/Errors.h"
-#include "service/store/Events.h"
+#include "service/store/EventTable.h"
 #include "service/store/Schema.h"
 #include "tests/service/store/StoreContract.h"
 

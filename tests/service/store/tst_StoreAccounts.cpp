@@ -1,6 +1,6 @@
 // Farms, users and sessions.
 #include "service/store/Errors.h"
-#include "service/store/Sessions.h"
+#include "service/store/SessionTable.h"
 #include "tests/service/store/StoreContract.h"
 
 #include <gmock/gmock.h>

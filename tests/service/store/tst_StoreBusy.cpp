@@ -1,6 +1,6 @@
 // A database that somebody else keeps: what cannot be done is said so, and leaves no doubt.
 #include "service/store/Errors.h"
-#include "service/store/Farms.h"
+#include "service/store/FarmTable.h"
 #include "service/store/Schema.h"
 #include "tests/service/support/DialectAround.h"
 #include "tests/service/support/OtherProgram.h"

@@ -1,7 +1,7 @@
 // Which console a report is of, and what is kept of it.
-#include "service/store/Consoles.h"
+#include "service/store/ConsoleTable.h"
 #include "service/store/Errors.h"
-#include "service/store/Sessions.h"
+#include "service/store/SessionTable.h"
 #include "tests/service/store/StoreContract.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 // Each farm's log of events.
-#include "service/store/Events.h"
+#include "service/store/EventTable.h"
 #include "tests/service/store/StoreContract.h"
 
 #include <gmock/gmock.h>

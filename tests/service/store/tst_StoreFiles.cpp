@@ -1,7 +1,7 @@
 // Inboxes, files and the bin; reports of consoles.
 #include "service/store/Errors.h"
-#include "service/store/Files.h"
-#include "service/store/Inboxes.h"
+#include "service/store/FileTable.h"
+#include "service/store/InboxTable.h"
 #include "tests/service/store/StoreContract.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 // Transactions: all or nothing, durable, in order, many at a time.
 #include "service/store/Errors.h"
-#include "service/store/Events.h"
+#include "service/store/EventTable.h"
 #include "tests/service/store/StoreContract.h"
 #include "tests/service/support/RunAwaitable.h"
 

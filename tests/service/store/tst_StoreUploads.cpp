@@ -1,8 +1,8 @@
 // Uploads under way and finished ones' results.
 #include "service/store/Errors.h"
-#include "service/store/Files.h"
-#include "service/store/Inboxes.h"
-#include "service/store/Uploads.h"
+#include "service/store/FileTable.h"
+#include "service/store/InboxTable.h"
+#include "service/store/UploadTable.h"
 #include "tests/service/store/StoreContract.h"
 
 #include <gmock/gmock.h>

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "service/api/Context.h"
-#include "service/store/Farms.h"
-#include "service/store/Files.h"
-#include "service/store/Inboxes.h"
-#include "service/store/Users.h"
+#include "service/store/FarmTable.h"
+#include "service/store/FileTable.h"
+#include "service/store/InboxTable.h"
+#include "service/store/UserTable.h"
 #include "tests/service/support/ManualClock.h"
 #include "tests/service/support/RunAwaitable.h"
 #include "tests/service/support/TemporaryFolder.h"
@@ -43,7 +43,7 @@ protected:
     content::ContentStore contents{folder.path()};
     content::DigestCache digests;
     content::DigestLocks digestLocks;
-    content::ActiveUploads activeUploads;
+    api::ActiveUploads activeUploads;
     content::Integrity integrity;
     events::EventHub hub;
     accounts::Accounts accounts{

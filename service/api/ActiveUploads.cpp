@@ -1,0 +1,78 @@
+// Makes sure that one request at a time works on an upload.
+#include "service/api/ActiveUploads.h"
+
+#include "service/base/WorkPool.h"
+
+#include <boost/asio/post.hpp>
+
+namespace kelvo::api {
+
+ActiveUploads::Hold::Hold(ActiveUploads& owner, std::string id, http::BodyReader& body)
+    : owner_(owner), id_(std::move(id)), body_(body), executor_(body.executor())
+{}
+
+ActiveUploads::Hold::~Hold()
+{
+    owner_.release(id_);
+}
+
+Async<std::shared_ptr<ActiveUploads::Hold>> ActiveUploads::take(std::string id,
+                                                                http::BodyReader& body)
+{
+    for (;;) {
+        {
+            // A Hold that did not get in must not release what another one holds.
+            const std::lock_guard lock(mutex_);
+            if (!entries_.contains(id)) {
+                auto hold = std::make_shared<Hold>(*this, id, body);
+                entries_[id] = Entry{hold, body.executor(), {}};
+                co_return hold;
+            }
+        }
+        StartOperation start = [this, &id](std::function<void()> done) {
+            waitForRelease(id, std::move(done));
+        };
+        co_await awaitOperation(std::move(start));
+    }
+}
+
+bool ActiveUploads::isHeld(const std::string& id) const
+{
+    const std::lock_guard lock(mutex_);
+    return entries_.contains(id);
+}
+
+void ActiveUploads::waitForRelease(const std::string& id, std::function<void()> done)
+{
+    {
+        const std::lock_guard lock(mutex_);
+        const auto found = entries_.find(id);
+        if (found != entries_.end()) {
+            found->second.waiters.push_back(std::move(done));
+            // On the holder's own thread, where it cannot end meanwhile.
+            asio::post(found->second.executor, [holder = found->second.holder] {
+                if (const auto alive = holder.lock()) {
+                    alive->body_.abandon();
+                }
+            });
+            return;
+        }
+    }
+    done();
+}
+
+void ActiveUploads::release(const std::string& id)
+{
+    std::vector<std::function<void()>> waiters;
+    {
+        const std::lock_guard lock(mutex_);
+        const auto found = entries_.find(id);
+        waiters = std::move(found->second.waiters);
+        entries_.erase(found);
+    }
+    for (const auto& wake : waiters) {
+        wake();
+    }
+}
+
+} // namespace kelvo::api

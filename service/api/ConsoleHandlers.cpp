@@ -1,0 +1,198 @@
+// GET /consoles and /consoles/{id}/track: what the office sees of the farm's consoles.
+#include "service/api/Access.h"
+#include "service/api/Context.h"
+#include "service/api/Documents.h"
+#include "service/base/Encoding.h"
+#include "service/base/Time.h"
+#include "service/http/Problem.h"
+#include "service/http/Router.h"
+#include "service/store/ConsoleTable.h"
+
+#include <array>
+
+namespace kelvo::api {
+
+namespace {
+
+using http::EProblem;
+using http::Problem;
+using http::Request;
+using http::Response;
+
+constexpr int usualPage = 100;
+constexpr int largestPage = 1000;
+
+/** The members that a report has by the written API; it may have come with any others. */
+struct Members
+{
+    std::span<const char* const> texts;
+    std::span<const char* const> numbers;
+};
+constexpr std::array consoleTexts{"console_string", "host_string", "hardware_address",
+                                  "text4",          "kind",        "text6"};
+constexpr std::array consoleNumbers{"number1", "number2", "number3", "number4", "number5"};
+constexpr std::array deviceTexts{
+    "hardware_address", "text2", "console_string", "text4", "kind", "text6", "text7"};
+constexpr std::array deviceNumbers{"number8"};
+constexpr Members consoleMembers{consoleTexts, consoleNumbers};
+constexpr Members deviceMembers{deviceTexts, deviceNumbers};
+
+Json pick(const nlohmann::json& document, const Members& members)
+{
+    Json picked = Json::object();
+    for (const char* name : members.texts) {
+        if (const auto found = document.find(name); found != document.end() && found->is_string()) {
+            picked[name] = found->get<std::string>();
+        }
+    }
+    for (const char* name : members.numbers) {
+        const auto found = document.find(name);
+        if (found != document.end() && found->is_number_integer()) {
+            picked[name] = found->get<long long>();
+        }
+    }
+    return picked;
+}
+
+Json environmentOf(const store::Console& console)
+{
+    if (console.environment.empty()) {
+        return Json();
+    }
+    const auto report = nlohmann::json::parse(console.environment);
+    return {{"timestamp_ms", report.at("timestamp_ms").get<long long>()},
+            {"console", pick(report.at("console"), consoleMembers)},
+            {"controller", pick(report.at("controller"), deviceMembers)},
+            {"received_at", rfc3339(console.environmentMs)}};
+}
+
+Json toJson(const store::Device& device)
+{
+    const auto report = nlohmann::json::parse(device.document);
+    return {{"timestamp_ms", report.at("timestamp_ms").get<long long>()},
+            {"state", report.at("state").get<int>()},
+            {"flag", report.at("flag").get<bool>()},
+            {"device", pick(report.at("device"), deviceMembers)},
+            {"received_at", rfc3339(device.receivedMs)}};
+}
+
+Json toJson(const store::Position& position)
+{
+    return {{"time_s", position.timeS},
+            {"latitude", position.latitudeDeg},
+            {"longitude", position.longitudeDeg},
+            {"received_at", rfc3339(position.receivedMs)}};
+}
+
+Json toJson(const store::Console& console)
+{
+    Json environment = environmentOf(console);
+    Json devices = Json::array();
+    for (const store::Device& device : console.devices) {
+        devices.push_back(toJson(device));
+    }
+    const std::string name =
+        environment.is_null() ? "" : environment["console"].value("console_string", "");
+    return {{"id", console.id},
+            {"console_string", name},
+            {"hardware_address", console.hardwareAddress},
+            {"operator", {{"id", console.operatorId}, {"name", console.operatorName}}},
+            {"environment", std::move(environment)},
+            {"devices", std::move(devices)},
+            {"position", console.position ? toJson(*console.position) : Json()}};
+}
+
+Json toJson(const store::TrackPoint& point)
+{
+    Json document = toJson(point.position);
+    document["operator"] = {{"id", point.operatorId}, {"name", point.operatorName}};
+    return document;
+}
+
+Async<Response> getConsoles(Context& context, Request& request)
+{
+    const store::User user = co_await requireOffice(context, request);
+    auto query = [&user](soci::session& sql) {
+        Json list = Json::array();
+        for (const store::Console& console : store::consolesOf(sql, user.farmId())) {
+            list.push_back(toJson(console));
+        }
+        return Response::json({{"consoles", std::move(list)}});
+    };
+    co_return co_await context.database.read(query);
+}
+
+std::optional<long long> queryTime(const Request& request, const char* name)
+{
+    const auto text = request.queryValue(name);
+    if (!text) {
+        return std::nullopt;
+    }
+    const auto time = parseRfc3339(*text);
+    if (!time) {
+        throw Problem(EProblem::MalformedRequest,
+                      std::string("\"") + name + "\" must be a time such as 2026-05-01T06:12:30Z.");
+    }
+    return time;
+}
+
+std::optional<long long> queryNumber(const Request& request, const char* name, long long most)
+{
+    const auto text = request.queryValue(name);
+    if (!text) {
+        return std::nullopt;
+    }
+    const auto number = parseNumber(*text);
+    if (!number || *number == 0 || *number > static_cast<std::uint64_t>(most)) {
+        throw Problem(EProblem::MalformedRequest, std::string("\"") + name +
+                                                      "\" must be a number from 1 to " +
+                                                      std::to_string(most) + ".");
+    }
+    return static_cast<long long>(*number);
+}
+
+Response page(std::vector<store::TrackPoint> points, std::size_t most)
+{
+    const bool hasMore = points.size() > most;
+    if (hasMore) {
+        points.resize(most);
+    }
+    Json list = Json::array();
+    for (const store::TrackPoint& point : points) {
+        list.push_back(toJson(point));
+    }
+    const Json next = hasMore ? Json(std::to_string(points.back().number)) : Json();
+    return Response::json({{"positions", std::move(list)}, {"next", next}});
+}
+
+Async<Response> getTrack(Context& context, Request& request)
+{
+    const store::User user = co_await requireOffice(context, request);
+    const store::Id console = request.id();
+    store::TrackPart part;
+    part.fromMs = queryTime(request, "from");
+    part.beforeMs = queryTime(request, "to");
+    part.belowNumber = queryNumber(request, "cursor", std::numeric_limits<store::Id>::max());
+    const auto most =
+        static_cast<int>(queryNumber(request, "limit", largestPage).value_or(usualPage));
+    part.most = most + 1; // one more tells whether there is more
+    auto query = [&user, console, &part](soci::session& sql) {
+        if (!store::hasConsole(sql, user.farmId(), console)) {
+            throw Problem(EProblem::NotFound, "There is no console with this id.");
+        }
+        return store::trackOf(sql, console, part);
+    };
+    auto points = co_await context.database.read(query);
+    co_return page(std::move(points), static_cast<std::size_t>(most));
+}
+
+} // namespace
+
+void addConsoleRoutes(http::Router& router, Context& context)
+{
+    router.add("GET", "/consoles", [&context](Request& r) { return getConsoles(context, r); });
+    router.add("GET", "/consoles/{id}/track",
+               [&context](Request& r) { return getTrack(context, r); });
+}
+
+} // namespace kelvo::api

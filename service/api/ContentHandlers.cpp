@@ -1,0 +1,89 @@
+// GET /resources/{id}/content: a file's bytes, whole or in part.
+#include "service/api/Access.h"
+#include "service/api/ContentBody.h"
+#include "service/api/Context.h"
+#include "service/api/Documents.h"
+#include "service/base/Digest.h"
+#include "service/http/Problem.h"
+#include "service/http/Ranges.h"
+#include "service/http/Router.h"
+#include "service/store/FileTable.h"
+#include "service/store/InboxTable.h"
+
+namespace kelvo::api {
+
+namespace {
+
+using http::EProblem;
+using http::Problem;
+using http::Request;
+using http::Response;
+
+Async<store::File> findFile(Context& context, const store::User& user, store::Id id)
+{
+    auto query = [&user, id](soci::session& sql) {
+        const auto file = store::fileById(sql, user.farmId(), id);
+        const auto inbox = file ? store::inboxById(sql, user.farmId(), file->inbox) : std::nullopt;
+        if (!inbox || !mayUse(user, *inbox)) {
+            throw Problem(EProblem::NotFound, "There is no file with this id.");
+        }
+        return *file;
+    };
+    co_return co_await context.database.read(query);
+}
+
+http::RangeChoice rangeFor(const Request& request, const store::File& file)
+{
+    const auto size = static_cast<std::uint64_t>(file.sizeBytes);
+    const std::string_view condition = request.header("If-Range");
+    if (!condition.empty() && condition != etagOf(file)) {
+        return {http::ERange::Whole, 0, size}; // the peer has another content: start anew
+    }
+    return http::chooseRange(request.header("Range"), size);
+}
+
+void refuseUnlessWanted(const Request& request, const store::File& file)
+{
+    const std::string_view wanted = request.header("If-Match");
+    if (!wanted.empty() && !http::tagListMatches(wanted, etagOf(file), false)) {
+        throw Problem(EProblem::PreconditionFailed, "The file is not the one you mean.");
+    }
+}
+
+Async<Response> getContent(Context& context, Request& request)
+{
+    const store::User user = co_await requireFarmUser(context, request);
+    const store::File file = co_await findFile(context, user, request.id());
+    refuseUnlessWanted(request, file);
+    const std::string total = std::to_string(file.sizeBytes);
+    const http::RangeChoice range = rangeFor(request, file);
+    if (range.kind == http::ERange::Unsatisfiable) {
+        throw Problem(EProblem::RangeNotSatisfiable, "The file is shorter than that.",
+                      {{"Content-Range", "bytes */" + total}});
+    }
+    Response response;
+    response.headers = {{"Content-Type", "application/octet-stream"},
+                        {"ETag", etagOf(file)},
+                        {"Repr-Digest", reprDigest(file.sha256)},
+                        {"Accept-Ranges", "bytes"},
+                        {"Cache-Control", "private, no-cache"}};
+    if (range.kind == http::ERange::Part) {
+        response.status = 206;
+        response.with("Content-Range", "bytes " + std::to_string(range.offset) + "-" +
+                                           std::to_string(range.offset + range.length - 1) + "/" +
+                                           total);
+    }
+    co_await addContent(context, file, user.farmId(), range, request.head.method == "HEAD",
+                        response);
+    co_return response;
+}
+
+} // namespace
+
+void addContentRoutes(http::Router& router, Context& context)
+{
+    router.add("GET", "/resources/{id}/content",
+               [&context](Request& r) { return getContent(context, r); });
+}
+
+} // namespace kelvo::api

@@ -1,0 +1,26 @@
+// A content, or a part of it, as the body of a reply.
+#include "service/api/ContentSource.h"
+
+#include <unistd.h>
+
+namespace kelvo::api {
+
+ContentSource::ContentSource(FileDescriptor file, std::uint64_t offset, std::uint64_t sizeBytes,
+                             WorkPool& pool)
+    : file_(std::move(file)), offset_(offset), sizeBytes_(sizeBytes), pool_(pool)
+{}
+
+Async<std::size_t> ContentSource::read(asio::mutable_buffer buffer)
+{
+    std::function<ssize_t()> work = [this, buffer] {
+        return ::pread(file_.get(), buffer.data(), buffer.size(), static_cast<off_t>(offset_));
+    };
+    const ssize_t got = co_await pool_.run(std::move(work));
+    if (got <= 0) {
+        co_return 0;
+    }
+    offset_ += static_cast<std::uint64_t>(got);
+    co_return static_cast<std::size_t>(got);
+}
+
+} // namespace kelvo::api

@@ -1,0 +1,27 @@
+// A content, or a part of it, as the body of a reply.
+#pragma once
+
+#include "service/base/Files.h"
+#include "service/base/WorkPool.h"
+#include "service/http/Response.h"
+
+namespace kelvo::api {
+
+/** Reads on the pool. The pool outlives it. */
+class ContentSource final : public http::BodySource
+{
+public:
+    ContentSource(FileDescriptor file, std::uint64_t offset, std::uint64_t sizeBytes,
+                  WorkPool& pool);
+
+    std::uint64_t sizeBytes() const override { return sizeBytes_; }
+    Async<std::size_t> read(asio::mutable_buffer buffer) override;
+
+private:
+    FileDescriptor file_;
+    std::uint64_t offset_;
+    std::uint64_t sizeBytes_;
+    WorkPool& pool_;
+};
+
+} // namespace kelvo::api

@@ -1,0 +1,164 @@
+// What consoles report: their environment, connected devices, positions.
+#include "service/api/Access.h"
+#include "service/api/Context.h"
+#include "service/api/Documents.h"
+#include "service/api/EventWriting.h"
+#include "service/http/Problem.h"
+#include "service/http/Router.h"
+#include "service/store/ConsoleTable.h"
+#include "service/store/ReportTable.h"
+
+#include <cmath>
+
+namespace kelvo::api {
+
+namespace {
+
+using http::EProblem;
+using http::Problem;
+using http::Request;
+using http::Response;
+
+constexpr long long dayMs = 24LL * 3600 * 1000;
+constexpr std::size_t longestAddressBytes = 255;
+
+const nlohmann::json& requireObject(const nlohmann::json& document, const char* member)
+{
+    const auto found = document.find(member);
+    if (found == document.end() || !found->is_object()) {
+        throw Problem(EProblem::MalformedRequest,
+                      std::string("The member \"") + member + "\" must be an object.");
+    }
+    return *found;
+}
+
+long long requireInteger(const nlohmann::json& document, const char* member)
+{
+    const auto found = document.find(member);
+    if (found == document.end() || !found->is_number_integer()) {
+        throw Problem(EProblem::MalformedRequest,
+                      std::string("The member \"") + member + "\" must be an integer.");
+    }
+    return found->get<long long>();
+}
+
+void requireBoolean(const nlohmann::json& document, const char* member)
+{
+    const auto found = document.find(member);
+    if (found == document.end() || !found->is_boolean()) {
+        throw Problem(EProblem::MalformedRequest,
+                      std::string("The member \"") + member + "\" must be true or false.");
+    }
+}
+
+double requireDegrees(const nlohmann::json& document, const char* member, double limit)
+{
+    const auto found = document.find(member);
+    if (found == document.end() || !found->is_number()) {
+        throw Problem(EProblem::MalformedRequest,
+                      std::string("The member \"") + member + "\" must be a number.");
+    }
+    const double value = found->get<double>();
+    if (!std::isfinite(value) || std::abs(value) > limit) {
+        throw Problem(EProblem::Unprocessable,
+                      std::string("The member \"") + member + "\" is out of range.");
+    }
+    return value;
+}
+
+/** Consoles' clocks are not always right, so a day ahead is still taken. */
+void refuseFarFuture(const Context& context, long long timeMs)
+{
+    if (timeMs < 0 || timeMs > context.clock.nowMs() + dayMs) {
+        throw Problem(EProblem::Unprocessable, "The time is more than a day ahead.");
+    }
+}
+
+std::string hardwareAddress(const nlohmann::json& document)
+{
+    if (!document.contains("hardware_address")) {
+        return {};
+    }
+    std::string address = requireString(document, "hardware_address");
+    if (address.size() > longestAddressBytes || address.find('\0') != std::string::npos) {
+        throw Problem(EProblem::Unprocessable, "A hardware address has at most 255 bytes.");
+    }
+    return address;
+}
+
+Async<Response> putEnvironment(Context& context, Request& request)
+{
+    const store::Session session = co_await requireOperator(context, request);
+    const nlohmann::json body = co_await request.json();
+    refuseFarFuture(context, requireInteger(body, "timestamp_ms"));
+    const std::string address = hardwareAddress(requireObject(body, "console"));
+    requireObject(body, "controller");
+    const std::string document = body.dump();
+    auto change = [&](store::Transaction& transaction) {
+        const store::Id console = store::reportingConsole(transaction, session, address);
+        store::setEnvironment(transaction, session, console, document, context.clock.nowMs());
+    };
+    co_await context.database.write(change);
+    co_return Response::noContent();
+}
+
+Async<Response> putDevice(Context& context, Request& request)
+{
+    const store::Session session = co_await requireOperator(context, request);
+    const nlohmann::json body = co_await request.json();
+    refuseFarFuture(context, requireInteger(body, "timestamp_ms"));
+    const long long state = requireInteger(body, "state");
+    if (state != 0 && state != 1) {
+        throw Problem(EProblem::Unprocessable, "The member \"state\" must be 0 or 1.");
+    }
+    requireBoolean(body, "flag");
+    const std::string address = hardwareAddress(requireObject(body, "device"));
+    const std::string document = body.dump();
+    auto change = [&](store::Transaction& transaction) {
+        // The address is the device's; it says nothing of the console.
+        const store::Id console = store::reportingConsole(transaction, session, {});
+        store::setDevice(transaction, console, address, document, context.clock.nowMs());
+    };
+    co_await context.database.write(change);
+    co_return Response::noContent();
+}
+
+long long timeInSeconds(const Context& context, const nlohmann::json& body)
+{
+    const long long seconds = requireInteger(body, "time_s");
+    // Before it is multiplied, for it may be any number.
+    if (seconds > context.clock.nowMs() / 1000 + dayMs / 1000 || seconds < 0) {
+        throw Problem(EProblem::Unprocessable, "The time is more than a day ahead.");
+    }
+    return seconds;
+}
+
+Async<Response> addPosition(Context& context, Request& request)
+{
+    const store::Session session = co_await requireOperator(context, request);
+    const nlohmann::json body = co_await request.json();
+    const std::string address = hardwareAddress(body);
+    const store::Position position{timeInSeconds(context, body),
+                                   requireDegrees(body, "latitude", 90),
+                                   requireDegrees(body, "longitude", 180), context.clock.nowMs()};
+    const EventFrame frame{session.user.farmId(), position.receivedMs, context.settings.eventsKept};
+    auto change = [&](store::Transaction& transaction) {
+        const store::Id console = store::reportingConsole(transaction, session, address);
+        store::addPosition(transaction, console, session.user.id, position);
+        addConsoleMoved(transaction, frame, console, session.user, position);
+    };
+    co_await context.database.write(change);
+    co_return Response::noContent();
+}
+
+} // namespace
+
+void addReportRoutes(http::Router& router, Context& context)
+{
+    router.add("PUT", "/environment",
+               [&context](Request& r) { return putEnvironment(context, r); });
+    router.add("PUT", "/devices", [&context](Request& r) { return putDevice(context, r); });
+    router.add("POST", "/positions", [&context](Request& r) { return addPosition(context, r); });
+}
+
+} // namespace kelvo::api

@@ -1,0 +1,153 @@
+// Projects, inboxes and files as records: looking at them, making an inbox, deleting a file.
+#include "service/api/Access.h"
+#include "service/api/Context.h"
+#include "service/api/Documents.h"
+#include "service/api/EventWriting.h"
+#include "service/api/Snapshot.h"
+#include "service/http/Problem.h"
+#include "service/http/Ranges.h"
+#include "service/http/Router.h"
+#include "service/store/FarmTable.h"
+#include "service/store/FileTable.h"
+#include "service/store/InboxTable.h"
+
+namespace kelvo::api {
+
+namespace {
+
+using http::EProblem;
+using http::Problem;
+using http::Request;
+using http::Response;
+
+[[noreturn]] void throwNotFound()
+{
+    throw Problem(EProblem::NotFound, "There is nothing with this id.");
+}
+
+Async<Response> getProjectResources(Context& context, Request& request)
+{
+    const store::User user = co_await requireFarmUser(context, request);
+    const store::Id id = request.id();
+    auto query = [&user, id](soci::session& sql) {
+        const auto project = store::projectById(sql, user.farmId(), id);
+        if (!project) {
+            throwNotFound();
+        }
+        return Response::json(
+            {{"project", toJson(*project)}, {"resources", Snapshot(sql, user).inboxesOf(id)}});
+    };
+    co_return co_await context.database.read(query);
+}
+
+Response describeInbox(soci::session& sql, const store::User& user, const store::Inbox& inbox)
+{
+    return Response::json(mayUse(user, inbox)
+                              ? toJson(inbox, store::filesOf(sql, user.farmId(), inbox.id))
+                              : toJson(inbox, std::nullopt));
+}
+
+Response describeProject(soci::session& sql, const store::User& user, const store::Project& project)
+{
+    Json document = toJson(project);
+    document["resources"] = Json::array();
+    for (const store::Inbox& inbox : store::inboxesOf(sql, user.farmId())) {
+        if (inbox.project == project.id) {
+            document["resources"].push_back(toJson(inbox, std::nullopt));
+        }
+    }
+    return Response::json(document);
+}
+
+Response describeResource(soci::session& sql, const store::User& user, store::Id id)
+{
+    if (const auto project = store::projectById(sql, user.farmId(), id)) {
+        return describeProject(sql, user, *project);
+    }
+    if (const auto inbox = store::inboxById(sql, user.farmId(), id)) {
+        return describeInbox(sql, user, *inbox);
+    }
+    const auto file = store::fileById(sql, user.farmId(), id);
+    const auto inbox = file ? store::inboxById(sql, user.farmId(), file->inbox) : std::nullopt;
+    if (!inbox || !mayUse(user, *inbox)) {
+        throwNotFound();
+    }
+    return Response::json(toJson(*file)).with("ETag", etagOf(*file));
+}
+
+Async<Response> getResource(Context& context, Request& request)
+{
+    const store::User user = co_await requireFarmUser(context, request);
+    const store::Id id = request.id();
+    auto query = [&user, id](soci::session& sql) { return describeResource(sql, user, id); };
+    co_return co_await context.database.read(query);
+}
+
+Async<Response> makeInbox(Context& context, Request& request)
+{
+    const store::User user = co_await requireFarmUser(context, request);
+    const std::string& name = request.parameter("name");
+    auto change = [&context, &user, &name](store::Transaction& transaction) {
+        const auto project = store::projectByName(transaction.sql, user.farmId(), name);
+        if (!project) {
+            throw Problem(EProblem::NotFound, "There is no project of this name.");
+        }
+        const long long now = context.clock.nowMs();
+        const auto made = store::ensureInbox(transaction, user, project->id, now);
+        if (made.isNew) {
+            addInboxAdded(transaction, {user.farmId(), now, context.settings.eventsKept},
+                          made.inbox);
+        }
+        const auto entries = store::filesOf(transaction.sql, user.farmId(), made.inbox.id);
+        return Response::json(toJson(made.inbox, entries), made.isNew ? 201 : 200);
+    };
+    co_return co_await context.database.write(change);
+}
+
+void removeResource(Context& context, store::Transaction& transaction, const store::User& user,
+                    store::Id id, const std::string& ifMatch)
+{
+    soci::session& sql = transaction.sql;
+    if (store::projectById(sql, user.farmId(), id) || store::inboxById(sql, user.farmId(), id)) {
+        throw Problem(EProblem::Forbidden, "Only files can be deleted.");
+    }
+    const auto file = store::fileById(sql, user.farmId(), id);
+    const auto inbox = file ? store::inboxById(sql, user.farmId(), file->inbox) : std::nullopt;
+    if (!inbox || !mayUse(user, *inbox)) {
+        throwNotFound();
+    }
+    if (!ifMatch.empty() && !http::tagListMatches(ifMatch, etagOf(*file), false)) {
+        throw Problem(EProblem::PreconditionFailed, "The file is not the one you mean.");
+    }
+    const long long now = context.clock.nowMs();
+    store::moveToBin(transaction, user.farmId(), id, user.name, now);
+    addFileRemoved(transaction, {user.farmId(), now, context.settings.eventsKept}, *inbox, *file);
+}
+
+Async<Response> deleteResource(Context& context, Request& request)
+{
+    const store::User user = co_await requireFarmUser(context, request);
+    const store::Id id = request.id();
+    const std::string ifMatch(request.header("If-Match"));
+    auto change = [&context, &user, id, &ifMatch](store::Transaction& transaction) {
+        removeResource(context, transaction, user, id, ifMatch);
+    };
+    co_await context.database.write(change);
+    co_return Response::noContent();
+}
+
+} // namespace
+
+void addResourceRoutes(http::Router& router, Context& context)
+{
+    router.add("GET", "/projects/{id}/resources",
+               [&context](Request& r) { return getProjectResources(context, r); });
+    router.add("POST", "/projects/{name}/user-inbox",
+               [&context](Request& r) { return makeInbox(context, r); });
+    router.add("GET", "/resources/{id}",
+               [&context](Request& r) { return getResource(context, r); });
+    router.add("DELETE", "/resources/{id}",
+               [&context](Request& r) { return deleteResource(context, r); });
+}
+
+} // namespace kelvo::api

@@ -1,0 +1,90 @@
+// The command line as a whole: reads it, runs the command, turns failures into messages and exit
+// codes.
+#include "service/kelvoctl/Run.h"
+
+#include "service/kelvoctl/Commands.h"
+#include "service/kelvoctl/Failures.h"
+
+#include <curl/curl.h>
+
+#include <iostream>
+
+namespace kelvoctl {
+namespace {
+
+constexpr const char* kFooter = R"(
+Passwords never stand on the command line: they come from a file, from KELVOCTL_PASSWORD (the own one)
+or KELVOCTL_NEW_PASSWORD (one that is set), or from the terminal.
+
+Exit codes: 0 done; 1 the service refused; 2 the command will not do; 3 the service cannot be reached or
+what it sent cannot be verified.)";
+
+void addGlobalOptions(CLI::App& line, CommandContext& context)
+{
+    line.add_option("--server", context.server, "The service; login remembers it")
+        ->check([](const std::string& text) {
+            return text.find_first_of("/@?# ") == std::string::npos ? "" : "is no HOST:PORT";
+        })
+        ->type_name("HOST:PORT");
+    line.add_option("--ca", context.ca,
+                    "Certificate of the service's authority; login remembers it. Without it the "
+                    "system's authorities are trusted")
+        ->check(CLI::ExistingFile)
+        ->type_name("FILE");
+    line.add_option("--session", context.sessionFile,
+                    "Where the session is kept (default: ~/.config/kelvoctl/session.json)")
+        ->type_name("FILE");
+    line.add_flag("--json", context.json, "Print results as JSON, one value a line");
+}
+
+int runCommand(int argc, char** argv)
+{
+    CommandContext context;
+    CLI::App line{"Talks to a KELVO farm-data service.", "kelvoctl"};
+    line.footer(kFooter);
+    line.require_subcommand(1);
+    line.fallthrough();
+    line.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return std::string("kelvoctl: ") + error.what() + "\nRun with --help for more.\n";
+    });
+    addGlobalOptions(line, context);
+    addAccountCommands(line, context);
+    addListCommand(line, context);
+    addUploadCommand(line, context);
+    addDownloadCommand(line, context);
+    addBinCommands(line, context);
+    addConsoleCommands(line, context);
+    addWatchCommand(line, context);
+    try {
+        line.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        const bool asked = line.exit(error) == 0; // Prints the help or what is wrong.
+        return static_cast<int>(asked ? ExitCode::Ok : ExitCode::Usage);
+    }
+    context.action();
+    return static_cast<int>(ExitCode::Ok);
+}
+
+} // namespace
+
+int run(int argc, char** argv)
+{
+    curl_global_init(CURL_GLOBAL_DEFAULT);
+    int code = 0;
+    try {
+        code = runCommand(argc, argv);
+    } catch (const Failure& failure) {
+        std::cerr << "kelvoctl: " << failure.what() << std::endl;
+        code = static_cast<int>(failure.code());
+    } catch (const nlohmann::json::exception&) {
+        std::cerr << "kelvoctl: The service answered something unexpected." << std::endl;
+        code = static_cast<int>(ExitCode::Unreachable);
+    } catch (const std::exception& error) {
+        std::cerr << "kelvoctl: " << error.what() << std::endl;
+        code = static_cast<int>(ExitCode::Usage);
+    }
+    curl_global_cleanup();
+    return code;
+}
+
+} // namespace kelvoctl

@@ -1,0 +1,179 @@
+// A farm's consoles: which one a report is of, and what is known of each.
+#include "service/store/ConsoleTable.h"
+
+#include "service/store/Errors.h"
+
+#include <soci/soci.h>
+
+#include <limits>
+#include <map>
+
+namespace kelvo::store {
+
+using soci::into;
+using soci::use;
+
+namespace {
+
+constexpr std::string_view addressPrefix = "address:";
+constexpr std::string_view userPrefix = "user:";
+
+Id consoleOfSession(soci::session& sql, const std::string& tokenHash)
+{
+    Id console = 0;
+    sql << "SELECT COALESCE(console_id, 0) FROM sessions WHERE token_hash = :hash", into(console),
+        use(tokenHash);
+    return console;
+}
+
+Id addConsole(Transaction& transaction, const User& user, const std::string& identity)
+{
+    soci::session& sql = transaction.sql;
+    const Id farm = user.farmId();
+    long long known = 0;
+    sql << "SELECT COUNT(*) FROM consoles WHERE farm_id = :farm", into(known), use(farm);
+    if (known >= mostConsolesOfAFarm) {
+        throw TooManyReported();
+    }
+    Id id = 0;
+    sql << "UPDATE counters SET value = value + 1 WHERE name = 'consoles'";
+    sql << "SELECT value FROM counters WHERE name = 'consoles'", into(id);
+    if (id > largestId) {
+        throw OutOfIds();
+    }
+    sql << "INSERT INTO consoles (id, farm_id, identity, user_id, environment, environment_ms,"
+           " last_number, last_event) VALUES (:id, :farm, :identity, :user, '', 0, 0, 0)",
+        use(id), use(farm), use(identity), use(user.id);
+    return id;
+}
+
+Id findOrAddConsole(Transaction& transaction, const User& user, const std::string& identity)
+{
+    Id id = 0;
+    const Id farm = user.farmId();
+    transaction.sql << "SELECT id FROM consoles WHERE farm_id = :farm AND identity = :identity",
+        into(id), use(farm), use(identity);
+    return transaction.sql.got_data() ? id : addConsole(transaction, user, identity);
+}
+
+std::map<Id, std::vector<Device>> devicesOf(soci::session& sql, Id farm)
+{
+    std::map<Id, std::vector<Device>> devices;
+    Id console = 0;
+    Device device;
+    soci::statement query =
+        (sql.prepare << "SELECT d.console_id, d.document, d.received_ms FROM console_devices d"
+                        " JOIN consoles c ON c.id = d.console_id WHERE c.farm_id = :farm"
+                        " ORDER BY d.console_id, d.hardware_address",
+         into(console), into(device.document), into(device.receivedMs), use(farm));
+    query.execute();
+    while (query.fetch()) {
+        devices[console].push_back(device);
+    }
+    return devices;
+}
+
+} // namespace
+
+Id reportingConsole(Transaction& transaction, const Session& session,
+                    const std::string& hardwareAddress)
+{
+    soci::session& sql = transaction.sql;
+    const User& user = session.user;
+    const Id before = consoleOfSession(sql, session.tokenHash);
+    Id console = before;
+    if (!hardwareAddress.empty()) {
+        console = findOrAddConsole(transaction, user, std::string(addressPrefix) + hardwareAddress);
+    } else if (before == 0) {
+        console =
+            findOrAddConsole(transaction, user, std::string(userPrefix) + std::to_string(user.id));
+    }
+    if (console != before) {
+        sql << "UPDATE sessions SET console_id = :console WHERE token_hash = :hash", use(console),
+            use(session.tokenHash);
+    }
+    sql << "UPDATE consoles SET user_id = :user WHERE id = :id AND user_id <> :same", use(user.id),
+        use(console), use(user.id);
+    return console;
+}
+
+std::vector<Console> consolesOf(soci::session& sql, Id farm)
+{
+    auto devices = devicesOf(sql, farm);
+    std::vector<Console> consoles;
+    Console row;
+    std::string identity;
+    Position position;
+    Id number = 0;
+    soci::statement query =
+        (sql.prepare << "SELECT c.id, c.identity, c.user_id, u.name, c.environment,"
+                        " c.environment_ms, COALESCE(t.number, 0), COALESCE(t.time_s, 0),"
+                        " COALESCE(t.latitude, 0), COALESCE(t.longitude, 0),"
+                        " COALESCE(t.received_ms, 0)"
+                        " FROM consoles c JOIN users u ON u.id = c.user_id"
+                        " LEFT JOIN track t ON t.console_id = c.id AND t.number = c.last_number"
+                        " WHERE c.farm_id = :farm ORDER BY c.id",
+         into(row.id), into(identity), into(row.operatorId), into(row.operatorName),
+         into(row.environment), into(row.environmentMs), into(number), into(position.timeS),
+         into(position.latitudeDeg), into(position.longitudeDeg), into(position.receivedMs),
+         use(farm));
+    query.execute();
+    while (query.fetch()) {
+        Console& console = consoles.emplace_back(row);
+        if (identity.starts_with(addressPrefix)) {
+            console.hardwareAddress = identity.substr(addressPrefix.size());
+        }
+        console.devices = std::move(devices[console.id]);
+        if (number > 0) {
+            console.position = position;
+        }
+    }
+    return consoles;
+}
+
+bool hasConsole(soci::session& sql, Id farm, Id console)
+{
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM consoles WHERE farm_id = :farm AND id = :id", into(count),
+        use(farm), use(console);
+    return count > 0;
+}
+
+std::vector<TrackPoint> trackOf(soci::session& sql, Id console, const TrackPart& part)
+{
+    constexpr long long never = std::numeric_limits<long long>::max();
+    const long long from = part.fromMs.value_or(0);
+    const long long before = part.beforeMs.value_or(never);
+    const Id below = part.belowNumber.value_or(never);
+    std::vector<TrackPoint> points;
+    TrackPoint row;
+    soci::statement query =
+        (sql.prepare << "SELECT t.number, t.time_s, t.latitude, t.longitude, t.received_ms,"
+                        " t.user_id, u.name FROM track t JOIN users u ON u.id = t.user_id"
+                        " WHERE t.console_id = :console AND t.number < :below"
+                        " AND t.received_ms >= :from AND t.received_ms < :before"
+                        " ORDER BY t.number DESC LIMIT :most",
+         into(row.number), into(row.position.timeS), into(row.position.latitudeDeg),
+         into(row.position.longitudeDeg), into(row.position.receivedMs), into(row.operatorId),
+         into(row.operatorName), use(console), use(below), use(from), use(before), use(part.most));
+    query.execute();
+    while (query.fetch()) {
+        points.push_back(row);
+    }
+    return points;
+}
+
+Id lastMoveOf(soci::session& sql, Id console)
+{
+    Id event = 0;
+    sql << "SELECT last_event FROM consoles WHERE id = :id", into(event), use(console);
+    return event;
+}
+
+void setLastMove(Transaction& transaction, Id console, Id event)
+{
+    transaction.sql << "UPDATE consoles SET last_event = :event WHERE id = :id", use(event),
+        use(console);
+}
+
+} // namespace kelvo::store

@@ -1,0 +1,100 @@
+// Farms and their seven projects.
+#include "service/store/FarmTable.h"
+
+#include "service/store/Errors.h"
+
+#include <soci/soci.h>
+
+namespace kelvo::store {
+
+using soci::into;
+using soci::use;
+
+Farm addFarm(Transaction& transaction, const std::string& name)
+{
+    soci::session& sql = transaction.sql;
+    Farm farm{0, name};
+    sql << "UPDATE counters SET value = value + 1 WHERE name = 'farms'";
+    sql << "SELECT value FROM counters WHERE name = 'farms'", into(farm.id);
+    sql << "INSERT INTO farms (id, name, last_resource, last_event, pruned_event)"
+           " VALUES (:id, :name, 0, 0, 0)",
+        use(farm.id), use(farm.name);
+    for (const char* projectName : projectNames) {
+        const Id id = nextResourceId(transaction, farm.id);
+        const std::string project = projectName;
+        sql << "INSERT INTO projects (farm_id, id, name) VALUES (:farm, :id, :name)", use(farm.id),
+            use(id), use(project);
+    }
+    return farm;
+}
+
+std::vector<Farm> allFarms(soci::session& sql)
+{
+    Farm farm;
+    std::vector<Farm> farms;
+    soci::statement query =
+        (sql.prepare << "SELECT id, name FROM farms ORDER BY id", into(farm.id), into(farm.name));
+    query.execute();
+    while (query.fetch()) {
+        farms.push_back(farm);
+    }
+    return farms;
+}
+
+std::optional<Farm> farmByName(soci::session& sql, const std::string& name)
+{
+    Farm farm{0, name};
+    sql << "SELECT id FROM farms WHERE name = :name", into(farm.id), use(name);
+    return sql.got_data() ? std::optional(farm) : std::nullopt;
+}
+
+std::vector<Project> projectsOf(soci::session& sql, Id farm)
+{
+    Project project;
+    std::vector<Project> projects;
+    soci::statement query =
+        (sql.prepare << "SELECT id, name FROM projects WHERE farm_id = :farm ORDER BY id",
+         into(project.id), into(project.name), use(farm));
+    query.execute();
+    while (query.fetch()) {
+        projects.push_back(project);
+    }
+    return projects;
+}
+
+std::optional<Project> projectById(soci::session& sql, Id farm, Id project)
+{
+    Project found{project, {}};
+    sql << "SELECT name FROM projects WHERE farm_id = :farm AND id = :id", into(found.name),
+        use(farm), use(project);
+    return sql.got_data() ? std::optional(found) : std::nullopt;
+}
+
+std::optional<Project> projectByName(soci::session& sql, Id farm, const std::string& name)
+{
+    Project found{0, name};
+    sql << "SELECT id FROM projects WHERE farm_id = :farm AND name = :name", into(found.id),
+        use(farm), use(name);
+    return sql.got_data() ? std::optional(found) : std::nullopt;
+}
+
+bool canRead(soci::session& sql)
+{
+    long long farms = -1;
+    sql << "SELECT COUNT(*) FROM farms", into(farms);
+    return farms >= 0;
+}
+
+Id nextResourceId(Transaction& transaction, Id farm)
+{
+    Id id = 0;
+    transaction.sql << "UPDATE farms SET last_resource = last_resource + 1 WHERE id = :farm",
+        use(farm);
+    transaction.sql << "SELECT last_resource FROM farms WHERE id = :farm", into(id), use(farm);
+    if (id > largestId) {
+        throw OutOfIds();
+    }
+    return id;
+}
+
+} // namespace kelvo::store

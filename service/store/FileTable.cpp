@@ -1,0 +1,159 @@
+// The files in inboxes and in the bin.
+#include "service/store/FileTable.h"
+
+#include "service/store/FarmTable.h"
+
+#include <soci/soci.h>
+
+namespace kelvo::store {
+
+using soci::into;
+using soci::use;
+
+namespace {
+
+constexpr const char* selectFiles =
+    "SELECT f.id, f.inbox_id, f.name, f.size_bytes, f.sha256, f.created_ms,"
+    " COALESCE(f.deleted_ms, 0), COALESCE(f.deleted_by, '') FROM files f";
+
+auto intoFile(soci::details::prepare_temp_type query, BinnedFile& row)
+{
+    return query, into(row.file.id), into(row.file.inbox), into(row.file.name),
+           into(row.file.sizeBytes), into(row.file.sha256), into(row.file.createdMs),
+           into(row.deletedMs), into(row.deletedBy);
+}
+
+std::vector<File> fetchFiles(soci::statement& query, const BinnedFile& row)
+{
+    std::vector<File> files;
+    query.execute();
+    while (query.fetch()) {
+        files.push_back(row.file);
+    }
+    return files;
+}
+
+} // namespace
+
+File addFile(Transaction& transaction, Id farm, const File& file)
+{
+    File added = file;
+    added.id = nextResourceId(transaction, farm);
+    transaction.sql << "INSERT INTO files (farm_id, id, inbox_id, name, size_bytes, sha256,"
+                       " created_ms) VALUES (:farm, :id, :inbox, :name, :size, :sha, :created)",
+        use(farm), use(added.id), use(added.inbox), use(added.name), use(added.sizeBytes),
+        use(added.sha256), use(added.createdMs);
+    return added;
+}
+
+std::optional<File> fileById(soci::session& sql, Id farm, Id file)
+{
+    BinnedFile row;
+    soci::statement query =
+        (intoFile(sql.prepare << selectFiles
+                              << " WHERE f.farm_id = :farm AND f.id = :id AND f.deleted_ms IS NULL",
+                  row),
+         use(farm), use(file));
+    return query.execute(true) ? std::optional(row.file) : std::nullopt;
+}
+
+std::vector<File> filesOf(soci::session& sql, Id farm, std::optional<Id> inbox)
+{
+    BinnedFile row;
+    const Id only = inbox.value_or(0);
+    const std::string condition =
+        inbox ? " WHERE f.farm_id = :farm AND f.inbox_id = :inbox AND f.deleted_ms IS NULL"
+              : " WHERE f.farm_id = :farm AND f.inbox_id > :inbox AND f.deleted_ms IS NULL";
+    soci::statement query =
+        (intoFile(sql.prepare << selectFiles << condition << " ORDER BY f.id", row), use(farm),
+         use(only));
+    return fetchFiles(query, row);
+}
+
+std::vector<File> filesOfOwner(soci::session& sql, Id farm, Id owner)
+{
+    BinnedFile row;
+    soci::statement query =
+        (intoFile(sql.prepare << selectFiles
+                              << " JOIN inboxes i ON i.farm_id = f.farm_id AND i.id = f.inbox_id"
+                                 " WHERE f.farm_id = :farm AND i.owner_id = :owner"
+                                 " AND f.deleted_ms IS NULL ORDER BY f.id",
+                  row),
+         use(farm), use(owner));
+    return fetchFiles(query, row);
+}
+
+bool nameIsInInbox(soci::session& sql, Id farm, Id inbox, const std::string& name)
+{
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM files WHERE farm_id = :farm AND inbox_id = :inbox"
+           " AND name = :name AND deleted_ms IS NULL",
+        into(count), use(farm), use(inbox), use(name);
+    return count > 0;
+}
+
+void moveToBin(Transaction& transaction, Id farm, Id file, const std::string& deletedBy,
+               long long nowMs)
+{
+    transaction.sql << "UPDATE files SET deleted_ms = :now, deleted_by = :who"
+                       " WHERE farm_id = :farm AND id = :id",
+        use(nowMs), use(deletedBy), use(farm), use(file);
+}
+
+std::vector<BinnedFile> binOf(soci::session& sql, Id farm)
+{
+    BinnedFile row;
+    std::vector<BinnedFile> files;
+    soci::statement query =
+        (intoFile(sql.prepare << selectFiles
+                              << " WHERE f.farm_id = :farm AND f.deleted_ms IS NOT NULL"
+                                 " ORDER BY f.deleted_ms DESC, f.id",
+                  row),
+         use(farm));
+    query.execute();
+    while (query.fetch()) {
+        files.push_back(row);
+    }
+    return files;
+}
+
+std::optional<File> restoreFromBin(Transaction& transaction, Id farm, Id file)
+{
+    Id found = 0;
+    transaction.sql << "SELECT id FROM files WHERE farm_id = :farm AND id = :id"
+                       " AND deleted_ms IS NOT NULL",
+        into(found), use(farm), use(file);
+    if (!transaction.sql.got_data()) {
+        return std::nullopt;
+    }
+    transaction.sql << "UPDATE files SET deleted_ms = NULL, deleted_by = NULL"
+                       " WHERE farm_id = :farm AND id = :id",
+        use(farm), use(file);
+    return fileById(transaction.sql, farm, file);
+}
+
+std::vector<std::string> emptyBin(Transaction& transaction, long long deletedBeforeMs)
+{
+    std::vector<std::string> digests;
+    {
+        std::string digest;
+        soci::statement query = (transaction.sql.prepare << "SELECT DISTINCT sha256 FROM files"
+                                                            " WHERE deleted_ms < :before",
+                                 into(digest), use(deletedBeforeMs));
+        query.execute();
+        while (query.fetch()) {
+            digests.push_back(digest);
+        }
+    }
+    transaction.sql << "DELETE FROM files WHERE deleted_ms < :before", use(deletedBeforeMs);
+    return digests;
+}
+
+bool contentIsUsed(soci::session& sql, const std::string& sha256)
+{
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM files WHERE sha256 = :sha", into(count), use(sha256);
+    return count > 0;
+}
+
+} // namespace kelvo::store

@@ -1,0 +1,71 @@
+// The user inboxes of a farm's projects.
+#include "service/store/InboxTable.h"
+
+#include "service/store/FarmTable.h"
+
+#include <soci/soci.h>
+
+namespace kelvo::store {
+
+using soci::into;
+using soci::use;
+
+namespace {
+
+constexpr const char* selectInboxes = "SELECT i.id, i.project_id, i.owner_id, u.name FROM inboxes i"
+                                      " JOIN users u ON u.id = i.owner_id WHERE i.farm_id = :farm";
+
+auto intoInbox(soci::details::prepare_temp_type query, Inbox& inbox)
+{
+    return query, into(inbox.id), into(inbox.project), into(inbox.ownerId), into(inbox.ownerName);
+}
+
+/** An inbox bears its owner's name. */
+Inbox named(Inbox inbox)
+{
+    inbox.name = inbox.ownerName;
+    return inbox;
+}
+
+} // namespace
+
+AddedInbox ensureInbox(Transaction& transaction, const User& user, Id project, long long nowMs)
+{
+    soci::session& sql = transaction.sql;
+    const Id farm = user.farmId();
+    Inbox inbox{0, project, user.name, user.id, user.name};
+    sql << "SELECT id FROM inboxes WHERE farm_id = :farm AND project_id = :project"
+           " AND owner_id = :owner",
+        into(inbox.id), use(farm), use(project), use(user.id);
+    if (sql.got_data()) {
+        return {inbox, false};
+    }
+    inbox.id = nextResourceId(transaction, farm);
+    sql << "INSERT INTO inboxes (farm_id, id, project_id, owner_id, created_ms)"
+           " VALUES (:farm, :id, :project, :owner, :created)",
+        use(farm), use(inbox.id), use(project), use(user.id), use(nowMs);
+    return {inbox, true};
+}
+
+std::optional<Inbox> inboxById(soci::session& sql, Id farm, Id inbox)
+{
+    Inbox found;
+    soci::statement query = (intoInbox(sql.prepare << selectInboxes << " AND i.id = :id", found),
+                             use(farm), use(inbox));
+    return query.execute(true) ? std::optional(named(found)) : std::nullopt;
+}
+
+std::vector<Inbox> inboxesOf(soci::session& sql, Id farm)
+{
+    Inbox inbox;
+    std::vector<Inbox> inboxes;
+    soci::statement query =
+        (intoInbox(sql.prepare << selectInboxes << " ORDER BY i.id", inbox), use(farm));
+    query.execute();
+    while (query.fetch()) {
+        inboxes.push_back(named(inbox));
+    }
+    return inboxes;
+}
+
+} // namespace kelvo::store

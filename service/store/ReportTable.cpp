@@ -1,0 +1,81 @@
+// What consoles report of themselves.
+#include "service/store/ReportTable.h"
+
+#include "service/store/Errors.h"
+
+#include <soci/soci.h>
+
+namespace kelvo::store {
+
+using soci::into;
+using soci::use;
+
+void setEnvironment(Transaction& transaction, const Session& session, Id console,
+                    const std::string& document, long long nowMs)
+{
+    transaction.sql << "UPDATE consoles SET environment = :document, environment_ms = :received"
+                       " WHERE id = :id",
+        use(document), use(nowMs), use(console);
+    transaction.sql << "UPDATE sessions SET environment = :document, environment_ms = :received"
+                       " WHERE token_hash = :hash",
+        use(document), use(nowMs), use(session.tokenHash);
+}
+
+namespace {
+
+bool hasDevice(soci::session& sql, Id console, const std::string& hardwareAddress)
+{
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM console_devices WHERE console_id = :console"
+           " AND hardware_address = :address",
+        into(count), use(console), use(hardwareAddress);
+    return count > 0;
+}
+
+long long countDevicesOfFarm(soci::session& sql, Id console)
+{
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM console_devices d JOIN consoles c ON c.id = d.console_id"
+           " WHERE c.farm_id = (SELECT o.farm_id FROM consoles o WHERE o.id = :console)",
+        into(count), use(console);
+    return count;
+}
+
+} // namespace
+
+void setDevice(Transaction& transaction, Id console, const std::string& hardwareAddress,
+               const std::string& document, long long nowMs)
+{
+    if (!hasDevice(transaction.sql, console, hardwareAddress) &&
+        countDevicesOfFarm(transaction.sql, console) >= mostDevicesOfAFarm) {
+        throw TooManyReported();
+    }
+    transaction.sql
+        << "INSERT INTO console_devices (console_id, hardware_address, document, received_ms)"
+           " VALUES (:console, :address, :document, :received)"
+           " ON CONFLICT (console_id, hardware_address) DO UPDATE"
+           " SET document = excluded.document, received_ms = excluded.received_ms",
+        use(console), use(hardwareAddress), use(document), use(nowMs);
+}
+
+void addPosition(Transaction& transaction, Id console, Id user, const Position& position)
+{
+    soci::session& sql = transaction.sql;
+    Id number = 0;
+    sql << "UPDATE consoles SET last_number = last_number + 1 WHERE id = :id", use(console);
+    sql << "SELECT last_number FROM consoles WHERE id = :id", into(number), use(console);
+    sql << "INSERT INTO track (console_id, number, user_id, time_s, latitude, longitude,"
+           " received_ms)"
+           " VALUES (:console, :number, :user, :time, :latitude, :longitude, :received)",
+        use(console), use(number), use(user), use(position.timeS), use(position.latitudeDeg),
+        use(position.longitudeDeg), use(position.receivedMs);
+}
+
+void prunePositions(Transaction& transaction, long long receivedBeforeMs)
+{
+    transaction.sql << "DELETE FROM track WHERE received_ms < :before AND number <"
+                       " (SELECT c.last_number FROM consoles c WHERE c.id = track.console_id)",
+        use(receivedBeforeMs);
+}
+
+} // namespace kelvo::store

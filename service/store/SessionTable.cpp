@@ -1,0 +1,57 @@
+// Who is logged in.
+#include "service/store/SessionTable.h"
+
+#include <soci/soci.h>
+
+namespace kelvo::store {
+
+using soci::into;
+using soci::use;
+
+void addSession(Transaction& transaction, const std::string& tokenHash, Id user, long long nowMs,
+                long long expiresMs)
+{
+    transaction.sql << "INSERT INTO sessions (token_hash, user_id, created_ms, expires_ms)"
+                       " VALUES (:hash, :user, :created, :expires)",
+        use(tokenHash), use(user), use(nowMs), use(expiresMs);
+}
+
+std::optional<Session> findSession(soci::session& sql, const std::string& tokenHash,
+                                   long long nowMs)
+{
+    Session session;
+    session.tokenHash = tokenHash;
+    Farm farm;
+    std::string role;
+    sql << "SELECT s.expires_ms, u.id, u.name, u.role, COALESCE(f.id, 0), COALESCE(f.name, '')"
+           " FROM sessions s JOIN users u ON u.id = s.user_id"
+           " LEFT JOIN farms f ON f.id = u.farm_id"
+           " WHERE s.token_hash = :hash AND s.expires_ms > :now AND u.disabled = 0",
+        into(session.expiresMs), into(session.user.id), into(session.user.name), into(role),
+        into(farm.id), into(farm.name), use(tokenHash), use(nowMs);
+    if (!sql.got_data()) {
+        return std::nullopt;
+    }
+    session.user.role = roleFromText(role).value_or(ERole::Operator);
+    if (farm.id != 0) {
+        session.user.farm = farm;
+    }
+    return session;
+}
+
+void removeSession(Transaction& transaction, const std::string& tokenHash)
+{
+    transaction.sql << "DELETE FROM sessions WHERE token_hash = :hash", use(tokenHash);
+}
+
+void removeSessionsOf(Transaction& transaction, Id user)
+{
+    transaction.sql << "DELETE FROM sessions WHERE user_id = :user", use(user);
+}
+
+void removeExpiredSessions(Transaction& transaction, long long nowMs)
+{
+    transaction.sql << "DELETE FROM sessions WHERE expires_ms <= :now", use(nowMs);
+}
+
+} // namespace kelvo::store

@@ -1,0 +1,222 @@
+// Uploads under way, and the results of finished ones.
+#include "service/store/UploadTable.h"
+
+#include "service/base/Encoding.h"
+#include "service/store/FileTable.h"
+
+#include <soci/soci.h>
+
+#include <algorithm>
+
+namespace kelvo::store {
+
+using soci::into;
+using soci::use;
+
+namespace {
+
+constexpr char warningSeparator = '\n';
+
+constexpr const char* selectUploads =
+    "SELECT id, farm_id, user_id, COALESCE(idempotency_key, ''), name, targets, length_bytes,"
+    " created_ms, expires_ms, finished, sha256, files, warnings FROM uploads";
+
+/** What one row of selectUploads is read into. */
+struct UploadRow
+{
+    Upload upload;
+    std::string targets;
+    std::string files;
+    std::string warnings;
+    int finished = 0;
+
+    Upload take() const;
+};
+
+std::vector<std::string> splitWarnings(const std::string& text)
+{
+    std::vector<std::string> warnings;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find(warningSeparator, start), text.size());
+        warnings.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return warnings;
+}
+
+std::string joinWarnings(const std::vector<std::string>& warnings)
+{
+    std::string text;
+    for (const std::string& warning : warnings) {
+        text += warning + warningSeparator;
+    }
+    return text;
+}
+
+Upload UploadRow::take() const
+{
+    Upload result = upload;
+    result.targets = splitIds(targets).value_or(std::vector<Id>());
+    result.files = splitIds(files).value_or(std::vector<Id>());
+    result.warnings = splitWarnings(warnings);
+    result.finished = finished != 0;
+    return result;
+}
+
+auto intoUpload(soci::details::prepare_temp_type query, UploadRow& row)
+{
+    return query, into(row.upload.id), into(row.upload.farm), into(row.upload.user),
+           into(row.upload.key), into(row.upload.name), into(row.targets),
+           into(row.upload.lengthBytes), into(row.upload.createdMs), into(row.upload.expiresMs),
+           into(row.finished), into(row.upload.sha256), into(row.files), into(row.warnings);
+}
+
+bool changesARow(soci::statement& change)
+{
+    change.execute(true);
+    return change.get_affected_rows() > 0;
+}
+
+bool anyFileLeft(soci::session& sql, const Upload& upload)
+{
+    return std::any_of(upload.files.begin(), upload.files.end(), [&sql, &upload](Id file) {
+        return fileById(sql, upload.farm, file).has_value();
+    });
+}
+
+} // namespace
+
+std::string joinIds(const std::vector<Id>& ids)
+{
+    std::string text;
+    for (const Id id : ids) {
+        text += (text.empty() ? "" : ",") + std::to_string(id);
+    }
+    return text;
+}
+
+std::optional<std::vector<Id>> splitIds(const std::string& text)
+{
+    std::vector<Id> ids;
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t end = std::min(text.find(',', start), text.size());
+        const auto id = parseId(trimmed(std::string_view(text).substr(start, end - start)));
+        if (!id) {
+            return std::nullopt;
+        }
+        ids.push_back(*id);
+        start = end + 1;
+    }
+    return ids;
+}
+
+void addUpload(Transaction& transaction, const Upload& upload)
+{
+    const std::string targets = joinIds(upload.targets);
+    soci::indicator hasKey = upload.key.empty() ? soci::i_null : soci::i_ok;
+    transaction.sql << "INSERT INTO uploads (id, farm_id, user_id, idempotency_key, name, targets,"
+                       " length_bytes, created_ms, expires_ms, finished, sha256, files, warnings)"
+                       " VALUES (:id, :farm, :user, :key, :name, :targets, :length, :created,"
+                       " :expires, 0, '', '', '')",
+        use(upload.id), use(upload.farm), use(upload.user), use(upload.key, hasKey),
+        use(upload.name), use(targets), use(upload.lengthBytes), use(upload.createdMs),
+        use(upload.expiresMs);
+}
+
+std::optional<Upload> uploadById(soci::session& sql, const std::string& id)
+{
+    UploadRow row;
+    soci::statement query =
+        (intoUpload(sql.prepare << selectUploads << " WHERE id = :id", row), use(id));
+    return query.execute(true) ? std::optional(row.take()) : std::nullopt;
+}
+
+std::optional<Upload> uploadByKey(soci::session& sql, Id user, const std::string& key)
+{
+    UploadRow row;
+    soci::statement query =
+        (intoUpload(sql.prepare << selectUploads
+                                << " WHERE user_id = :user AND idempotency_key = :key",
+                    row),
+         use(user), use(key));
+    return query.execute(true) ? std::optional(row.take()) : std::nullopt;
+}
+
+void finishUpload(Transaction& transaction, const Upload& upload)
+{
+    const std::string files = joinIds(upload.files);
+    const std::string warnings = joinWarnings(upload.warnings);
+    transaction.sql << "UPDATE uploads SET finished = 1, sha256 = :sha, files = :files,"
+                       " warnings = :warnings WHERE id = :id",
+        use(upload.sha256), use(files), use(warnings), use(upload.id);
+}
+
+void forgetKey(Transaction& transaction, const std::string& id)
+{
+    transaction.sql << "UPDATE uploads SET idempotency_key = NULL WHERE id = :id", use(id);
+}
+
+bool extendUpload(Transaction& transaction, const std::string& id, long long nowMs,
+                  long long expiresMs)
+{
+    soci::statement change =
+        (transaction.sql.prepare << "UPDATE uploads SET expires_ms = :expires"
+                                    " WHERE id = :id AND finished = 0 AND expires_ms > :now",
+         use(expiresMs), use(id), use(nowMs));
+    return changesARow(change);
+}
+
+bool removeUnfinishedUpload(Transaction& transaction, const std::string& id)
+{
+    soci::statement change =
+        (transaction.sql.prepare << "DELETE FROM uploads WHERE id = :id AND finished = 0", use(id));
+    return changesARow(change);
+}
+
+std::vector<std::string> expiredUploads(soci::session& sql, long long nowMs)
+{
+    std::string id;
+    std::vector<std::string> ids;
+    soci::statement query =
+        (sql.prepare << "SELECT id FROM uploads WHERE finished = 0 AND expires_ms <= :now",
+         into(id), use(nowMs));
+    query.execute();
+    while (query.fetch()) {
+        ids.push_back(id);
+    }
+    return ids;
+}
+
+bool removeExpiredUpload(Transaction& transaction, const std::string& id, long long nowMs)
+{
+    soci::statement change =
+        (transaction.sql.prepare
+             << "DELETE FROM uploads WHERE id = :id AND finished = 0 AND expires_ms <= :now",
+         use(id), use(nowMs));
+    return changesARow(change);
+}
+
+void forgetOldResults(Transaction& transaction, long long nowMs)
+{
+    UploadRow row;
+    std::vector<std::string> useless;
+    {
+        soci::statement query =
+            (intoUpload(transaction.sql.prepare << selectUploads
+                                                << " WHERE finished = 1 AND expires_ms <= :now",
+                        row),
+             use(nowMs));
+        query.execute();
+        while (query.fetch()) {
+            const Upload upload = row.take();
+            if (upload.key.empty() || !anyFileLeft(transaction.sql, upload)) {
+                useless.push_back(upload.id);
+            }
+        }
+    }
+    for (const std::string& id : useless) {
+        transaction.sql << "DELETE FROM uploads WHERE id = :id", use(id);
+    }
+}
+
+} // namespace kelvo::store

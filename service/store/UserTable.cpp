@@ -1,0 +1,155 @@
+// User accounts.
+#include "service/store/UserTable.h"
+
+#include "service/store/Errors.h"
+
+#include <soci/soci.h>
+
+#include <array>
+
+namespace kelvo::store {
+
+using soci::into;
+using soci::use;
+
+namespace {
+
+struct RoleName
+{
+    ERole role;
+    const char* text;
+};
+constexpr std::array roleNames{
+    RoleName{ERole::Operator, "operator"},
+    RoleName{ERole::Office, "office"},
+    RoleName{ERole::Admin, "admin"},
+};
+
+constexpr const char* selectUsers =
+    "SELECT u.id, COALESCE(f.id, 0), COALESCE(f.name, ''), u.name, u.role, u.disabled,"
+    " u.password_hash FROM users u LEFT JOIN farms f ON f.id = u.farm_id";
+
+/** What one row of selectUsers is read into. */
+struct UserRow
+{
+    Credentials credentials;
+    Farm farm;
+    std::string role;
+    int disabled = 0;
+
+    Credentials take() const
+    {
+        Credentials result = credentials;
+        result.user.role = roleFromText(role).value_or(ERole::Operator);
+        result.user.disabled = disabled != 0;
+        if (farm.id != 0) {
+            result.user.farm = farm;
+        }
+        return result;
+    }
+};
+
+auto intoRow(soci::details::prepare_temp_type query, UserRow& row)
+{
+    return query, into(row.credentials.user.id), into(row.farm.id), into(row.farm.name),
+           into(row.credentials.user.name), into(row.role), into(row.disabled),
+           into(row.credentials.passwordHash);
+}
+
+} // namespace
+
+std::string toText(ERole role)
+{
+    return roleNames[static_cast<std::size_t>(role)].text;
+}
+
+std::optional<ERole> roleFromText(const std::string& text)
+{
+    for (const RoleName& row : roleNames) {
+        if (text == row.text) {
+            return row.role;
+        }
+    }
+    return std::nullopt;
+}
+
+User addUser(Transaction& transaction, const NewUser& user)
+{
+    soci::session& sql = transaction.sql;
+    User added{0, user.farm, user.name, user.role, false};
+    sql << "UPDATE counters SET value = value + 1 WHERE name = 'users'";
+    sql << "SELECT value FROM counters WHERE name = 'users'", into(added.id);
+    if (added.id > largestId) {
+        throw OutOfIds();
+    }
+    const Id farm = added.farmId();
+    soci::indicator hasFarm = user.farm ? soci::i_ok : soci::i_null;
+    const std::string role = toText(user.role);
+    sql << "INSERT INTO users (id, farm_id, name, role, password_hash, disabled, created_ms)"
+           " VALUES (:id, :farm, :name, :role, :hash, 0, :created)",
+        use(added.id), use(farm, hasFarm), use(user.name), use(role), use(user.passwordHash),
+        use(user.createdMs);
+    return added;
+}
+
+std::optional<User> userById(soci::session& sql, Id user)
+{
+    UserRow row;
+    soci::statement query =
+        (intoRow(sql.prepare << selectUsers << " WHERE u.id = :id", row), use(user));
+    return query.execute(true) ? std::optional(row.take().user) : std::nullopt;
+}
+
+std::optional<Credentials> credentialsOf(soci::session& sql, const std::string& name)
+{
+    UserRow row;
+    soci::statement query =
+        (intoRow(sql.prepare << selectUsers << " WHERE u.name = :name", row), use(name));
+    return query.execute(true) ? std::optional(row.take()) : std::nullopt;
+}
+
+std::vector<User> allUsers(soci::session& sql, const std::optional<std::string>& farmName)
+{
+    UserRow row;
+    std::vector<User> users;
+    const std::string farm = farmName.value_or(std::string());
+    const int all = farmName ? 0 : 1;
+    soci::statement query =
+        (intoRow(sql.prepare << selectUsers << " WHERE f.name = :farm OR :all = 1 ORDER BY u.id",
+                 row),
+         use(farm), use(all));
+    query.execute();
+    while (query.fetch()) {
+        users.push_back(row.take().user);
+    }
+    return users;
+}
+
+void setDisabled(Transaction& transaction, Id user, bool disabled)
+{
+    const int value = disabled ? 1 : 0;
+    transaction.sql << "UPDATE users SET disabled = :disabled WHERE id = :id", use(value),
+        use(user);
+}
+
+void setPassword(Transaction& transaction, Id user, const std::string& passwordHash)
+{
+    transaction.sql << "UPDATE users SET password_hash = :hash WHERE id = :id", use(passwordHash),
+        use(user);
+}
+
+long long firstCreatedMs(soci::session& sql)
+{
+    long long first = 0;
+    sql << "SELECT COALESCE(MIN(created_ms), 0) FROM users", into(first);
+    return first;
+}
+
+long long countEnabledAdmins(soci::session& sql)
+{
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM users WHERE role = 'admin' AND disabled = 0", into(count);
+    return count;
+}
+
+} // namespace kelvo::store

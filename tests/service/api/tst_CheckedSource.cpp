@@ -1,0 +1,74 @@
+// The source of a reply that must not hand out a damaged content as a right one.
+#include "service/api/CheckedSource.h"
+#include "tests/service/support/RunAwaitable.h"
+#include "tests/service/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+
+namespace kelvo::api {
+namespace {
+
+class CheckedReading : public testing::Test
+{
+protected:
+    /** All that the source hands out of this content, four bytes at a time. */
+    std::string read(const std::string& stored, const std::string& meant)
+    {
+        const auto path = folder.path() / "content";
+        replaceFile(path, stored, 0600);
+        CheckedSource source(openFile(path, O_RDONLY), meant.size(), sha256Hex(meant), pool,
+                             [this](content::ECondition found) { told.push_back(found); });
+        std::string all;
+        char buffer[4];
+        while (all.size() < meant.size()) {
+            const std::size_t got = loop.run(source.read(asio::buffer(buffer)));
+            if (got == 0) {
+                break;
+            }
+            all.append(buffer, got);
+        }
+        return all;
+    }
+
+    test::TemporaryFolder folder;
+    test::Loop loop;
+    WorkPool pool{1};
+    std::vector<content::ECondition> told;
+};
+
+TEST_F(CheckedReading, HandsOutWhatIsRight)
+{
+    EXPECT_EQ(read("0123456789", "0123456789"), "0123456789");
+    EXPECT_THAT(told, testing::ElementsAre(content::ECondition::Right));
+}
+
+TEST_F(CheckedReading, KeepsTheEndBackOfWhatIsWrong)
+{
+    EXPECT_EQ(read("0X23456789", "0123456789"), "0X234567");
+    EXPECT_EQ(read("012345678X", "0123456789"), "01234567");
+    EXPECT_EQ(read("X", "0"), "");
+    EXPECT_THAT(told,
+                testing::ElementsAre(content::ECondition::Damaged, content::ECondition::Damaged,
+                                     content::ECondition::Damaged));
+}
+
+TEST_F(CheckedReading, MissesNothingThatIsTooShort)
+{
+    EXPECT_EQ(read("01234", "0123456789"), "01234");
+    EXPECT_THAT(told, testing::ElementsAre(content::ECondition::Unknown));
+}
+
+TEST_F(CheckedReading, TakesAReadErrorForNoDamage)
+{
+    // A folder can be opened for reading and not be read.
+    CheckedSource source(openFile(folder.path(), O_RDONLY), 10, sha256Hex("0123456789"), pool,
+                         [this](content::ECondition found) { told.push_back(found); });
+    char buffer[4];
+    EXPECT_EQ(loop.run(source.read(asio::buffer(buffer))), 0U);
+    EXPECT_THAT(told, testing::ElementsAre(content::ECondition::Unknown));
+}
+
+} // namespace
+} // namespace kelvo::api

@@ -1,0 +1,94 @@
+// A body's way from the connection to the disk.
+#include "service/api/ReceiveBody.h"
+#include "service/base/Digest.h"
+#include "tests/service/support/RunAwaitable.h"
+#include "tests/service/support/TcpPair.h"
+#include "tests/service/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+#include <sys/resource.h>
+
+namespace kelvo::api {
+namespace {
+
+class Receiving : public testing::Test
+{
+protected:
+    /** Receives a body of this announced length from a peer that sends `text` and hangs up. */
+    bool receive(const std::string& text, std::uint64_t announced)
+    {
+        test::TcpPair pair(loop.io());
+        http::RequestHead head;
+        head.contentLength = announced;
+        std::string early;
+        http::BodyReader body(*pair.server, limits, head, early);
+        loop.start(say(*pair.client, text));
+        return loop.run(receiveBody(body, writer, pool));
+    }
+
+    static Async<void> say(http::Transport& client, std::string text)
+    {
+        co_await client.write(asio::buffer(text));
+        co_await client.shutdownSend();
+    }
+
+    /** Several times what the buffers hold, and nowhere the same. */
+    static std::string largeText()
+    {
+        std::string text;
+        for (int i = 0; text.size() < 1500000; ++i) {
+            text += std::to_string(i) + ",";
+        }
+        return text;
+    }
+
+    test::Loop loop;
+    test::TemporaryFolder folder;
+    content::ContentStore store{folder.path()};
+    content::DigestCache digests;
+    http::Limits limits;
+    WorkPool pool{2};
+    content::UploadWriter writer{store, digests, "u1"};
+};
+
+TEST_F(Receiving, WritesTheWholeBodyInOrder)
+{
+    const std::string text = largeText();
+    EXPECT_TRUE(receive(text, text.size()));
+    EXPECT_EQ(writer.finish(), sha256Hex(text));
+    EXPECT_EQ(readFile(folder.path() / "uploads" / "u1"), text);
+}
+
+TEST_F(Receiving, TakesAnEmptyBody)
+{
+    EXPECT_TRUE(receive("", 0));
+    EXPECT_EQ(writer.offset(), 0U);
+}
+
+TEST_F(Receiving, KeepsAllThatArrivedOfABodyThatWasCutOff)
+{
+    const std::string text = largeText();
+    EXPECT_FALSE(receive(text, text.size() * 2));
+    EXPECT_EQ(writer.offset(), text.size());
+    EXPECT_EQ(readFile(folder.path() / "uploads" / "u1"), text);
+}
+
+TEST_F(Receiving, PassesOnThatTheDiskIsFull)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    rlimit limited = before;
+    limited.rlim_cur = 600000;
+    setrlimit(RLIMIT_FSIZE, &limited);
+    const std::string text = largeText();
+    EXPECT_THROW(receive(text, text.size()), std::system_error);
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(readFile(folder.path() / "uploads" / "u1"), text.substr(0, 600000));
+}
+
+} // namespace
+} // namespace kelvo::api

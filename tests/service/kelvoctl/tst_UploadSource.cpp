@@ -1,0 +1,98 @@
+// A file as the body of requests: every byte once, the digest of all of it whatever the jumps.
+#include "service/kelvoctl/UploadSource.h"
+
+#include "service/kelvoctl/Failures.h"
+#include "tests/service/kelvoctl/TemporaryFolder.h"
+#include "tests/service/support/FileDates.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+using namespace kelvoctl;
+
+namespace {
+
+std::string pattern(std::size_t size)
+{
+    std::string text;
+    for (std::size_t i = 0; i < size; ++i) {
+        text += static_cast<char>(i * 131 % 251);
+    }
+    return text;
+}
+
+std::string readAll(UploadSource& source)
+{
+    std::string all;
+    std::array<char, 1000> buffer{};
+    while (const std::size_t count = source.read(buffer.data(), buffer.size())) {
+        all.append(buffer.data(), count);
+    }
+    return all;
+}
+
+std::string digestOf(const std::string& content)
+{
+    Sha256 sha256;
+    sha256.add(content);
+    return sha256.digest();
+}
+
+} // namespace
+
+TEST(UploadSource, TakesAFileThatIsDatedWhenTimesOf32BitsAreOver)
+{
+    const TemporaryFolder folder;
+    const auto file = folder.write("a", "hello");
+    ASSERT_TRUE(kelvo::test::setFileDate(file, kelvo::test::farFutureS));
+    UploadSource source(file);
+    EXPECT_EQ(source.sizeBytes(), 5U);
+    EXPECT_EQ(readAll(source), "hello");
+}
+
+TEST(UploadSource, SendsTheWholeFileAndDigestsIt)
+{
+    const TemporaryFolder folder;
+    const std::string content = pattern(12345);
+    UploadSource source(folder.write("a", content));
+    EXPECT_EQ(source.sizeBytes(), content.size());
+    EXPECT_EQ(readAll(source), content);
+    EXPECT_EQ(source.digest(), digestOf(content));
+}
+
+TEST(UploadSource, DigestsTheWholeFileAfterJumpsBothWays)
+{
+    const TemporaryFolder folder;
+    const std::string content = pattern(9000);
+    for (const std::size_t offset :
+         {std::size_t{0}, std::size_t{1}, std::size_t{5000}, content.size()}) {
+        UploadSource source(folder.write("a", content));
+        std::array<char, 3000> sent{};
+        source.read(sent.data(), sent.size());
+        source.startAt(offset);
+        EXPECT_EQ(source.sizeBytes(), content.size() - offset);
+        EXPECT_EQ(readAll(source), content.substr(offset));
+        EXPECT_EQ(source.digest(), digestOf(content)) << offset;
+    }
+}
+
+TEST(UploadSource, IgnoresWhatIsAppendedAndRefusesWhatIsCutOff)
+{
+    const TemporaryFolder folder;
+    const std::string content = pattern(4000);
+    const auto path = folder.write("a", content);
+    UploadSource source(path);
+    folder.write("a", content + "more");
+    EXPECT_EQ(readAll(source), content);
+    std::filesystem::resize_file(path, 100);
+    source.startAt(0);
+    EXPECT_THROW(readAll(source), UsageError);
+}
+
+TEST(UploadSource, TakesOnlyFilesThatAreThere)
+{
+    const TemporaryFolder folder;
+    EXPECT_THROW(UploadSource{folder.path()}, UsageError);
+    EXPECT_THROW(UploadSource(folder.path() / "none"), UsageError);
+}

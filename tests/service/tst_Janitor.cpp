@@ -1,0 +1,265 @@
+// What is thrown away, and what is not.
+#include "service/Janitor.h"
+#include "service/api/UploadSteps.h"
+#include "service/base/Digest.h"
+#include "service/store/EventTable.h"
+#include "service/store/UploadTable.h"
+#include "tests/service/support/ApiFixture.h"
+#include "tests/service/support/TcpPair.h"
+
+#include <gmock/gmock.h>
+#include <soci/soci.h>
+
+namespace kelvo {
+namespace {
+
+using namespace std::chrono_literals;
+
+class CleaningUp : public test::ApiFixture
+{
+protected:
+    CleaningUp()
+    {
+        // Files have the system's time, and what is done with them goes by their age.
+        clock.advance(std::chrono::milliseconds(SystemClock().nowMs() - clock.nowMs()));
+    }
+
+    void cleanUp(int eventHours = 0) { Janitor::cleanUp(parts, {eventHours}); }
+
+    /** A content that no file refers to. */
+    void leaveContent(const std::string& text)
+    {
+        contents.adopt(begin(text).id, sha256Hex(text)); // and then the power failed
+    }
+
+    void setDatabaseBirth(long long ms)
+    {
+        database.writeNow([ms](store::Transaction& t) {
+            t.sql << "UPDATE users SET created_ms = :ms", soci::use(ms);
+        });
+    }
+
+    store::Upload begin(const std::string& text)
+    {
+        api::UploadWish wish;
+        wish.name = "a.zip";
+        wish.targets = {inbox.id};
+        wish.lengthBytes = static_cast<long long>(text.size());
+        const store::Upload upload =
+            loop.run(api::beginUpload(context, user, wish, api::newUploadId())).upload;
+        content::UploadWriter writer(contents, digests, upload.id);
+        writer.append(text.data(), text.size());
+        return upload;
+    }
+
+    store::File upload(const std::string& text)
+    {
+        const store::Upload begun = begin(text);
+        content::UploadWriter writer(contents, digests, begun.id);
+        loop.run(api::finishUpload(context, begun, writer));
+        return files().back();
+    }
+
+    void remove(store::Id file)
+    {
+        database.writeNow([this, file](store::Transaction& t) {
+            store::moveToBin(t, user.farmId(), file, "olga", clock.nowMs());
+        });
+    }
+
+    const Janitor::Parts parts{database, contents, digestLocks, clock,
+                               [this](const std::string& id) { return activeUploads.isHeld(id); }};
+};
+
+TEST_F(CleaningUp, LeavesWhatIsInUse)
+{
+    upload("abc");
+    const store::Upload open = begin("half");
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
+    EXPECT_THAT(contents.uploadIds(), testing::ElementsAre(open.id));
+    EXPECT_EQ(files().size(), 1U);
+}
+
+TEST_F(CleaningUp, EmptiesTheBinAfterThirtyDaysAndThenItsContents)
+{
+    const store::File file = upload("abc");
+    remove(file.id);
+    clock.advance(24h * 30);
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::SizeIs(1)) << "thirty days are not over yet";
+    clock.advance(1ms);
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::IsEmpty());
+}
+
+TEST_F(CleaningUp, KeepsAContentThatAnotherFileShares)
+{
+    remove(upload("abc").id);
+    upload("abc");
+    clock.advance(24h * 31);
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
+}
+
+TEST_F(CleaningUp, RemovesUploadsThatNobodyContinued)
+{
+    const store::Upload open = begin("half");
+    clock.advance(24h * 7);
+    cleanUp();
+    EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
+    EXPECT_FALSE(
+        database.readNow([&open](soci::session& sql) { return store::uploadById(sql, open.id); }));
+}
+
+TEST_F(CleaningUp, LeavesAnUploadThatARequestWorksOn)
+{
+    const store::Upload open = begin("half");
+    test::TcpPair pair(loop.io());
+    const http::Limits limits;
+    const http::RequestHead head;
+    std::string early;
+    http::BodyReader body(*pair.server, limits, head, early);
+    auto hold = loop.run(activeUploads.take(open.id, body));
+    clock.advance(24h * 8);
+    cleanUp();
+    EXPECT_THAT(contents.uploadIds(), testing::ElementsAre(open.id));
+    hold.reset();
+    cleanUp();
+    EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
+}
+
+TEST_F(CleaningUp, RemovesWhatACrashLeftBehindOnceItHasBeenThereForAWeek)
+{
+    leaveContent("abc");
+    replaceFile(folder.path() / "uploads" / "0123456789abcdef", "stray", 0600);
+    for (int day = 0; day <= 6; ++day) {
+        cleanUp();
+        EXPECT_THAT(contents.digests(), testing::SizeIs(1)) << "day " << day;
+        EXPECT_THAT(contents.uploadIds(), testing::SizeIs(1)) << "day " << day;
+        clock.advance(24h);
+    }
+    clock.advance(24h);
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::IsEmpty());
+    EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
+}
+
+TEST_F(CleaningUp, RemovesItAtOnceWhenToldTo)
+{
+    leaveContent("abc");
+    replaceFile(folder.path() / "uploads" / "0123456789abcdef", "stray", 0600);
+    clock.advance(1h); // whatever the file system's clock is behind
+    Janitor::cleanUp(parts, {0, std::chrono::days(0)});
+    EXPECT_THAT(contents.digests(), testing::IsEmpty());
+    EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
+}
+
+TEST_F(CleaningUp, RemovesWhatIsLeftOfAFinishedUploadAtOnce)
+{
+    const store::Upload begun = begin("abc");
+    content::UploadWriter writer(contents, digests, begun.id);
+    loop.run(api::finishUpload(context, begun, writer));
+    replaceFile(folder.path() / "uploads" / begun.id, "abc", 0600); // a crash came before its end
+    cleanUp();
+    EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
+    EXPECT_THAT(contents.digests(), testing::SizeIs(1));
+}
+
+TEST_F(CleaningUp, BeginsTheWeekOfAContentWhenItIsFoundUnused)
+{
+    leaveContent("abc");
+    clock.advance(24h * 100); // an old one, as those beside a database from long ago are
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::SizeIs(1));
+}
+
+TEST_F(CleaningUp, BeginsTheWeekAnewWhenAContentWasInUseMeanwhile)
+{
+    upload("abc");
+    contents.markUnused(sha256Hex("abc"), true); // under another database
+    clock.advance(24h * 8);
+    cleanUp();
+    const auto trace = contents.traceOf(sha256Hex("abc"));
+    ASSERT_TRUE(trace);
+    EXPECT_FALSE(trace->unusedSinceMs);
+}
+
+TEST_F(CleaningUp, LeavesContentsThatAreOlderThanTheDatabase)
+{
+    leaveContent("abc");
+    setDatabaseBirth(clock.nowMs() + 60 * 1000);
+    clock.advance(1h);
+    for (int week = 0; week < 3; ++week) {
+        cleanUp();
+        clock.advance(24h * 8);
+    }
+    EXPECT_THAT(contents.digests(), testing::SizeIs(1));
+}
+
+TEST_F(CleaningUp, DoesNotBelieveInADatabaseFromTheFuture)
+{
+    leaveContent("abc");
+    setDatabaseBirth(clock.nowMs() + 1000LL * 24 * 3600 * 1000);
+    cleanUp();
+    clock.advance(24h * 8);
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::IsEmpty());
+}
+
+TEST_F(CleaningUp, StopsInTheMiddleOfARound)
+{
+    const store::Upload first = begin("one");
+    const store::Upload second = begin("two");
+    clock.advance(24h * 8);
+    Janitor::cleanUp(parts, {0}, [] { return true; });
+    EXPECT_THAT(contents.uploadIds(), testing::SizeIs(1)) << first.id << ", " << second.id;
+}
+
+TEST_F(CleaningUp, MakesRoomAlsoWhenTheDatabaseTakesNothing)
+{
+    leaveContent("abc");
+    cleanUp();
+    clock.advance(24h * 8);
+    database.writeNow([](store::Transaction& t) {
+        t.sql << "CREATE TRIGGER full BEFORE DELETE ON sessions BEGIN SELECT RAISE(ABORT, 'full');"
+                 " END";
+        t.sql << "INSERT INTO sessions (token_hash, user_id, created_ms, expires_ms)"
+                 " SELECT 'old', MIN(id), 0, 1 FROM users";
+    });
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::IsEmpty());
+    const auto kept = database.readNow([](soci::session& sql) {
+        int count = 0;
+        sql << "SELECT COUNT(*) FROM sessions", soci::into(count);
+        return count;
+    });
+    EXPECT_EQ(kept, 1) << "the step that fails is the one that is meant to";
+}
+
+TEST_F(CleaningUp, LeavesAContentThatSomebodyIsAboutToUse)
+{
+    leaveContent("abc");
+    cleanUp();
+    clock.advance(24h * 8);
+    const auto lock = digestLocks.tryLock(sha256Hex("abc"));
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::SizeIs(1));
+}
+
+TEST_F(CleaningUp, DropsEventsThatAreTooOld)
+{
+    upload("abc");
+    const auto pruned = [this] {
+        return database.readNow(
+            [this](soci::session& sql) { return store::eventBounds(sql, user.farmId()).pruned; });
+    };
+    clock.advance(2h);
+    cleanUp(3);
+    EXPECT_EQ(pruned(), 0);
+    cleanUp(1);
+    EXPECT_EQ(pruned(), 1);
+}
+
+} // namespace
+} // namespace kelvo
