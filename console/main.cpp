@@ -1,6 +1,8 @@
 // The console's program.
-#include "console/ConsoleSettings.h"
 #include "console/headless/HeadlessSession.h"
+#include "console/headless/HelpText.h"
+#include "console/session/ConsoleSettings.h"
+#include "console/session/ExitStatus.h"
 #include "console/window/WindowRun.h"
 
 #include <QtCore/QCommandLineParser>
@@ -57,6 +59,7 @@ int Run(const QStringList& arguments, bool canOpenWindow)
 {
     QCommandLineParser parser;
     console::DescribeOptions(parser);
+    parser.setApplicationDescription(console::HelpText());
     if (!parser.parse(arguments)) {
         return Refuse(parser.errorText());
     }

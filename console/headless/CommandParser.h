@@ -1,7 +1,7 @@
 // The console's commands, as they are written.
 #pragma once
 
-#include "console/headless/HubEvent.h"
+#include "console/session/HubEvent.h"
 #include "core/KelvoRecords.h"
 
 #include <QtCore/QList>

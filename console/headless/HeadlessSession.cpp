@@ -1,23 +1,18 @@
 // A run of the console without screens, from the plug-in's start to its end.
 #include "console/headless/HeadlessSession.h"
 
-#include "console/Credentials.h"
-#include "console/PluginHost.h"
 #include "console/headless/CommandParser.h"
 #include "console/headless/PositionPrinter.h"
-#include "console/headless/TFixAnnouncer.h"
 #include "console/headless/THeadlessRunner.h"
-#include "console/headless/THubListener.h"
-#include "console/headless/TLineSource.h"
 #include "console/headless/TPositionOutput.h"
-#include "console/headless/TStopSignals.h"
-#include "console/headless/WorkerReadiness.h"
-#include "console/position/TPositionThread.h"
-#include "console/position/TSystemSourceTime.h"
-#include "hostimpl/HostSetup.h"
-#include "hostimpl/TFeatures.h"
-#include "hostimpl/TFedGPSCoordinator.h"
-#include "hostimpl/TUserLevels.h"
+#include "console/position/GpsSetting.h"
+#include "console/session/ConsoleSettings.h"
+#include "console/session/ExitStatus.h"
+#include "console/session/SessionSetup.h"
+#include "console/session/TLineSource.h"
+#include "console/session/TPluginSession.h"
+#include "console/session/TStopSignals.h"
+#include "console/session/WorkerReadiness.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
@@ -37,12 +32,6 @@ void Print(const QByteArray& line)
     std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout);
     std::fputc('\n', stdout);
     std::fflush(stdout);
-}
-
-int Complain(const QString& text, int exitStatus)
-{
-    std::fprintf(stderr, "kelvo-console: %s\n", qUtf8Printable(text));
-    return exitStatus;
 }
 
 // The lines of a script file, nothing for the standard input. False if one of them is faulty: then
@@ -69,27 +58,29 @@ bool ReadScript(const QString& path, std::optional<QStringList>& lines, QString&
     return true;
 }
 
-// Runs the commands until they end or a signal stops them. The plug-in runs all the while.
-int RunScript(TKelvoInterface& hub, hostimpl::TFedGPSCoordinator& coordinator,
-              const console::TPositionMonitor& position, const std::optional<QStringList>& script,
-              int timeoutSeconds)
+// Runs the commands until they end or a signal stops them.
+int RunUntilStopped()
 {
-    console::THeadlessRunner runner(
-        hub,
-        {Print, [](int exitStatus) { QCoreApplication::exit(exitStatus); },
-         [&position] { return console::PositionLine(position.State()); }},
-        timeoutSeconds * 1000);
-    const console::TFixAnnouncer announcer(coordinator);
-    console::THubListener listener([&](const console::THubEvent& event) {
-        announcer.OnHubEvent(event);
-        runner.OnHubEvent(event);
-    });
-    QString errorText;
-    if (!listener.Attach(hub, errorText)) {
-        return Complain(errorText, console::eExitPlugin);
-    }
     console::TStopSignals stopSignals(
         [](int number) { QCoreApplication::exit(console::eExitSignal + number); });
+    return QCoreApplication::exec();
+}
+
+int RunScript(console::TPluginSession& session, const std::optional<QStringList>& script,
+              const console::TConsoleSettings& settings)
+{
+    const console::TPositionOutput output(session.Position(), settings.shownPositions, Print);
+    console::THeadlessRunner runner(
+        *session.Hub(),
+        {Print, [](int exitStatus) { QCoreApplication::exit(exitStatus); },
+         [&session] { return console::PositionLine(session.Position().State()); }},
+        settings.timeoutSeconds * 1000);
+    QString errorText;
+    if (!session.Listen([&runner](const console::THubEvent& event) { runner.OnHubEvent(event); },
+                        errorText)) {
+        return console::Complain(errorText, console::eExitPlugin);
+    }
+    session.StartSource(settings.gps);
 
     std::unique_ptr<console::TLineSource> input;
     if (script) {
@@ -102,7 +93,9 @@ int RunScript(TKelvoInterface& hub, hostimpl::TFedGPSCoordinator& coordinator,
             STDIN_FILENO, [&runner](const QString& line) { runner.AddLine(line); },
             [&runner] { runner.AddEnd(); });
     }
-    return QCoreApplication::exec();
+    const int exitStatus = RunUntilStopped();
+    session.Stop(); // while the runner and the output exist
+    return exitStatus;
 }
 
 } // namespace
@@ -116,34 +109,21 @@ int RunHeadless(const TConsoleSettings& settings)
     if (!ReadScript(settings.scriptFile, script, errorText)) {
         return Complain(errorText, eExitUsage);
     }
-    if (!hostimpl::SetUpHost(settings.dataFolder, errorText)) {
-        return Complain(errorText, eExitFailed);
-    }
-    if (!SetUpCredentials(settings.credentialsFile, errorText)) {
-        return Complain(errorText, eExitUsage);
+    if (const int exitStatus = SetUpSession(settings)) {
+        return exitStatus;
     }
     ExportToEnvironment(settings);
 
-    hostimpl::TFedGPSCoordinator coordinator;
-    const hostimpl::TFeatures features(ConfigManager::Instance());
-    const hostimpl::TUserLevels userLevels(ConfigManager::Instance());
-    TPluginHost plugin; // stopped before what it was given ends
-    const TPluginContext context{nullptr, &coordinator, QCoreApplication::applicationName(),
-                                 &userLevels, &features};
-    if (!plugin.Load(settings.pluginPath, errorText) || !plugin.Start(context, errorText)) {
+    TPluginSession session;
+    if (!session.Start(settings.pluginPath, nullptr, errorText)) {
         return Complain(errorText, eExitPlugin);
     }
-    if (!WaitForWorker(coordinator, workerTimeoutMs)) {
+    if (!WaitForWorker(session.Coordinator(), workerTimeoutMs)) {
         return Complain(QStringLiteral("The plug-in does not take requests; is the service's "
                                        "address usable?"),
                         eExitPlugin);
     }
-    TSystemSourceTime time;
-    TPositionMonitor position(coordinator, time);
-    const TPositionOutput output(position, settings.shownPositions, Print);
-    TPositionThread source(settings.gps, position, time); // ends first
-    source.start(QThread::InheritPriority);
-    return RunScript(*plugin.Hub(), coordinator, position, script, settings.timeoutSeconds);
+    return RunScript(session, script, settings);
 }
 
 } // namespace console

@@ -1,8 +1,8 @@
 // The lines that the headless console prints about the position.
 #pragma once
 
-#include "console/ConsoleSettings.h"
 #include "console/position/PositionState.h"
+#include "console/session/ConsoleSettings.h"
 
 #include <QtCore/QByteArray>
 

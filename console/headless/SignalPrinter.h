@@ -1,7 +1,7 @@
 // The lines that the headless console prints about the hub.
 #pragma once
 
-#include "console/headless/HubEvent.h"
+#include "console/session/HubEvent.h"
 
 #include <QtCore/QByteArray>
 

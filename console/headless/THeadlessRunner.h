@@ -2,8 +2,8 @@
 #pragma once
 
 #include "console/headless/CommandParser.h"
-#include "console/headless/HubEvent.h"
 #include "console/headless/TOperation.h"
+#include "console/session/HubEvent.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QQueue>

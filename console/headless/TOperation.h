@@ -2,7 +2,7 @@
 #pragma once
 
 #include "console/headless/CommandParser.h"
-#include "console/headless/HubEvent.h"
+#include "console/session/HubEvent.h"
 
 #include <QtCore/QSet>
 #include <QtCore/QString>

@@ -1,8 +1,8 @@
 // What the operator sets up at the console, as it is kept from one run to the next.
 #include "console/settings/StoredSettings.h"
 
-#include "console/ConsoleSettings.h"
 #include "console/position/GpsSetting.h"
+#include "console/session/ConsoleSettings.h"
 #include "host/ConfigManager.h"
 #include "hostimpl/Folders.h"
 #include "hostimpl/TUserLevels.h"

@@ -47,7 +47,7 @@ void TWindowSession::SaveSettings(const TStoredSettings& settings)
             !ParseGpsSetting(settings.positionSource, gps, errorText)) {
             gps = {};
         }
-        StartSource(gps);
+        m_plugin.StartSource(gps);
     }
     m_settingsPage->Show(m_stored);
     m_settingsPage->SetMessage(IsForNextStart(former, settings)

@@ -1,7 +1,7 @@
 // What is known of the link to the service.
 #pragma once
 
-#include "console/headless/HubEvent.h"
+#include "console/session/HubEvent.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QString>

@@ -1,19 +1,16 @@
 // The window and the plug-in in it: start, what comes from the plug-in, end.
 #include "console/window/TWindowSession.h"
 
-#include "console/headless/THubListener.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/window/OnScreenKeyboard.h"
 #include "console/window/THomePage.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TLinkBanner.h"
 #include "console/window/TStatusBar.h"
-#include "host/ConfigManager.h"
 #include "host/TMessageDialog.h"
 #include "hostimpl/PopupHost.h"
 #include "hostimpl/WindowManager.h"
 
-#include <QtCore/QCoreApplication>
 #include <QtGui/QPixmap>
 #include <QtGui/QScreen>
 
@@ -27,10 +24,7 @@ constexpr int positionTickMs = 250;
 namespace console {
 
 TWindowSession::TWindowSession(const TConsoleSettings& settings, const TStoredSettings& stored)
-    : m_settings(settings),
-      m_stored(stored),
-      m_features(ConfigManager::Instance()),
-      m_userLevels(ConfigManager::Instance())
+    : m_settings(settings), m_stored(stored)
 {}
 
 TWindowSession::~TWindowSession()
@@ -54,7 +48,7 @@ void TWindowSession::Begin()
     m_window->resize(m_window->size().boundedTo(m_window->screen()->availableSize()));
     m_window->show();
     StartPlugin();
-    StartSource(m_settings.gps);
+    m_plugin.StartSource(m_settings.gps);
 }
 
 void TWindowSession::ConnectWindow()
@@ -76,34 +70,25 @@ void TWindowSession::ConnectWindow()
     connect(&m_link, &TLinkMonitor::Changed, this, &TWindowSession::ShowLink);
     // Looked at and not told: a source may bring more fixes than there is time to draw.
     connect(&m_positionTick, &QTimer::timeout, m_window.get(),
-            [this] { m_window->Status().ShowPosition(m_position.State()); });
+            [this] { m_window->Status().ShowPosition(m_plugin.Position().State()); });
     m_positionTick.start(positionTickMs);
 }
 
 void TWindowSession::StartPlugin()
 {
-    const TPluginContext context{m_window.get(), &m_coordinator,
-                                 QCoreApplication::applicationName(), &m_userLevels, &m_features};
     QString errorText;
-    if (!m_plugin.Load(m_settings.pluginPath, errorText) || !m_plugin.Start(context, errorText)) {
-        Tell(errorText);
-        return;
-    }
-    m_listener =
-        std::make_unique<THubListener>([this](const THubEvent& event) { OnHubEvent(event); });
-    if (!m_listener->Attach(*m_plugin.Hub(), errorText)) {
-        m_listener.reset();
-        m_plugin.Stop();
+    if (!m_plugin.Start(m_settings.pluginPath, m_window.get(), errorText) ||
+        !m_plugin.Listen([this](const THubEvent& event) { m_link.OnHubEvent(event); }, errorText)) {
         Tell(errorText);
         return;
     }
     // A request that the operator makes before the plug-in's worker listens goes nowhere: until
     // then there are no screens to make it with.
-    if (m_coordinator.ReadyListeners() > 0) {
+    if (m_plugin.Coordinator().ReadyListeners() > 0) {
         CreateScreens();
         return;
     }
-    connect(&m_coordinator, &hostimpl::TFedGPSCoordinator::ListenerReady, this,
+    connect(&m_plugin.Coordinator(), &hostimpl::TFedGPSCoordinator::ListenerReady, this,
             &TWindowSession::CreateScreens);
     m_workerGuard.setSingleShot(true);
     connect(&m_workerGuard, &QTimer::timeout, this, [this] {
@@ -114,7 +99,8 @@ void TWindowSession::StartPlugin()
 
 void TWindowSession::CreateScreens()
 {
-    disconnect(&m_coordinator, &hostimpl::TFedGPSCoordinator::ListenerReady, this, nullptr);
+    disconnect(&m_plugin.Coordinator(), &hostimpl::TFedGPSCoordinator::ListenerReady, this,
+               nullptr);
     m_workerGuard.stop();
     if (m_isEnding) {
         return;
@@ -124,19 +110,6 @@ void TWindowSession::CreateScreens()
     if (!m_plugin.CreateScreens(errorText)) {
         Tell(errorText);
     }
-}
-
-void TWindowSession::StartSource(const TGpsSetting& setting)
-{
-    m_source.reset(); // the monitor takes one at a time
-    m_source = std::make_unique<TPositionThread>(setting, m_position, m_time);
-    m_source->start(QThread::InheritPriority);
-}
-
-void TWindowSession::OnHubEvent(const THubEvent& event)
-{
-    m_announcer.OnHubEvent(event);
-    m_link.OnHubEvent(event);
 }
 
 void TWindowSession::ShowLink()
@@ -165,8 +138,6 @@ void TWindowSession::End()
     m_isEnding = true;
     Keep();
     m_workerGuard.stop();
-    m_source.reset();
-    m_listener.reset(); // the hub ends with the plug-in
     m_plugin.Stop();
     const QList<ZRA::OrvaleID> forgotten = m_surfaces.Applications();
     for (const ZRA::OrvaleID& application : forgotten) {

@@ -1,21 +1,13 @@
 // The window and the plug-in in it, from start to end.
 #pragma once
 
-#include "console/ConsoleSettings.h"
-#include "console/PluginHost.h"
-#include "console/headless/HubEvent.h"
-#include "console/headless/TFixAnnouncer.h"
-#include "console/position/TPositionMonitor.h"
-#include "console/position/TPositionThread.h"
-#include "console/position/TSystemSourceTime.h"
+#include "console/session/ConsoleSettings.h"
+#include "console/session/TPluginSession.h"
 #include "console/settings/StoredSettings.h"
 #include "console/window/TLinkMonitor.h"
 #include "console/window/TMainWindow.h"
 #include "console/window/TPluginScreens.h"
-#include "hostimpl/TFeatures.h"
-#include "hostimpl/TFedGPSCoordinator.h"
 #include "hostimpl/TSurfaceRegister.h"
-#include "hostimpl/TUserLevels.h"
 #include "hostimpl/TWheelInput.h"
 
 #include <QtCore/QTimer>
@@ -26,7 +18,6 @@ class TMessageDialog;
 
 namespace console {
 
-class THubListener;
 class TSettingsPage;
 
 // Thread: main, with a QApplication. Errors: a plug-in that is missing, lacks an entry point or
@@ -64,8 +55,6 @@ private:
     void ConnectWindow();
     void StartPlugin();
     void CreateScreens();
-    void StartSource(const TGpsSetting& setting);
-    void OnHubEvent(const THubEvent& event);
     void ShowLink();
     void OpenSettings();
     void SaveSettings(const TStoredSettings& settings);
@@ -75,12 +64,6 @@ private:
 
     const TConsoleSettings m_settings;
     TStoredSettings m_stored;
-    hostimpl::TFedGPSCoordinator m_coordinator;
-    const hostimpl::TFeatures m_features;
-    const hostimpl::TUserLevels m_userLevels;
-    const TFixAnnouncer m_announcer{m_coordinator};
-    TSystemSourceTime m_time;
-    TPositionMonitor m_position{m_coordinator, m_time};
     TLinkMonitor m_link;
     hostimpl::TWheelInput m_wheel;
     std::unique_ptr<TMainWindow> m_window;
@@ -88,9 +71,7 @@ private:
     hostimpl::TSurfaceRegister m_surfaces;
     std::unique_ptr<TPluginScreens> m_screens;
     std::unique_ptr<TMessageDialog> m_dialog;
-    TPluginHost m_plugin;
-    std::unique_ptr<THubListener> m_listener;
-    std::unique_ptr<TPositionThread> m_source;
+    TPluginSession m_plugin;
     QTimer m_workerGuard;
     QTimer m_positionTick;
     bool m_isEnding = false;

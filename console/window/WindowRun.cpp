@@ -1,27 +1,18 @@
 // A run of the console with its window, from the plug-in's start to its end.
 #include "console/window/WindowRun.h"
 
-#include "console/Credentials.h"
-#include "console/headless/HeadlessSession.h"
-#include "console/headless/TStopSignals.h"
+#include "console/session/ExitStatus.h"
+#include "console/session/SessionSetup.h"
+#include "console/session/TStopSignals.h"
 #include "console/settings/Languages.h"
 #include "console/settings/StoredSettings.h"
 #include "console/window/OnScreenKeyboard.h"
 #include "console/window/TWindowSession.h"
 #include "host/ConfigManager.h"
-#include "hostimpl/HostSetup.h"
 
 #include <QtWidgets/QApplication>
 
-#include <cstdio>
-
 namespace {
-
-int Complain(const QString& text, int exitStatus)
-{
-    std::fprintf(stderr, "kelvo-console: %s\n", qUtf8Printable(text));
-    return exitStatus;
-}
 
 // What the command line leaves open is as the operator has set it up.
 void FillIn(console::TConsoleSettings& settings, const console::TStoredSettings& stored)
@@ -35,7 +26,7 @@ void FillIn(console::TConsoleSettings& settings, const console::TStoredSettings&
     QString errorText; // a log that has gone since is no reason not to start
     if (!settings.isGpsGiven && !stored.positionSource.isEmpty() &&
         !console::ParseGpsSetting(stored.positionSource, settings.gps, errorText)) {
-        Complain(errorText, 0);
+        console::Complain(errorText, console::eExitSuccess);
         settings.gps = {};
     }
 }
@@ -61,12 +52,8 @@ int RunWindow(const TConsoleSettings& given, const std::function<void(TWindowSes
     if (!settings.isDataFolderGiven) {
         settings.dataFolder = StoredDataFolder(settings.dataFolder);
     }
-    QString errorText;
-    if (!hostimpl::SetUpHost(settings.dataFolder, errorText)) {
-        return Complain(errorText, eExitFailed);
-    }
-    if (!SetUpCredentials(settings.credentialsFile, errorText)) {
-        return Complain(errorText, eExitUsage);
+    if (const int exitStatus = SetUpSession(settings)) {
+        return exitStatus;
     }
     const TStoredSettings stored = ReadStoredSettings(ConfigManager::Instance());
     FillIn(settings, stored);

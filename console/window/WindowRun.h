@@ -1,7 +1,7 @@
 // A run of the console with its window, from the plug-in's start to its end.
 #pragma once
 
-#include "console/ConsoleSettings.h"
+#include "console/session/ConsoleSettings.h"
 
 #include <QtCore/QCoreApplication>
 

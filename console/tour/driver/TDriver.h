@@ -1,7 +1,7 @@
 // Works the console's window by commands from the standard input.
 #pragma once
 
-#include "console/headless/TLineSource.h"
+#include "console/session/TLineSource.h"
 #include "console/tour/driver/THeartbeat.h"
 
 #include <QtCore/QJsonObject>

@@ -1,5 +1,5 @@
 // The console with its window, worked by commands from outside.
-#include "console/ConsoleSettings.h"
+#include "console/session/ConsoleSettings.h"
 #include "console/tour/driver/TDriver.h"
 #include "console/window/WindowRun.h"
 

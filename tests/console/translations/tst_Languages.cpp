@@ -1,5 +1,5 @@
 // The languages that the console offers and speaks, with the catalogues that are built.
-#include "console/PluginHost.h"
+#include "console/session/PluginHost.h"
 #include "console/settings/StoredSettings.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/translations/TInLanguage.h"

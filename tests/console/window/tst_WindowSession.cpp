@@ -1,4 +1,5 @@
 // The console with its window, from start to end, with plug-ins of several kinds.
+#include "console/fixtures/ScreensPlugin.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/window/Geometry.h"
 #include "console/window/THomePage.h"
@@ -9,7 +10,6 @@
 #include "console/window/TStatusBar.h"
 #include "console/window/TWindowSession.h"
 #include "core/TKelvoInterface.h"
-#include "fixtures/ScreensPlugin.h"
 #include "host/ConfigManager.h"
 #include "host/TMessageDialog.h"
 #include "host/TPropertyWidget.h"

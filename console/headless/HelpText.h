@@ -1,0 +1,10 @@
+// The text of --help above the options: commands, output and exit statuses.
+#pragma once
+
+#include <QtCore/QString>
+
+namespace console {
+
+QString HelpText();
+
+} // namespace console

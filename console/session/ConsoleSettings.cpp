@@ -1,0 +1,154 @@
+// What the command line says the console is to do.
+#include "console/session/ConsoleSettings.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QStandardPaths>
+
+namespace {
+
+constexpr int maxTimeoutSeconds = 24 * 60 * 60;
+
+QString DefaultPluginPath()
+{
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() +
+                           QStringLiteral("/../lib/libkelvo.so"));
+}
+
+QString DefaultDataFolder()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+           QStringLiteral("/kelvo-console");
+}
+
+bool ReadShownPositions(const QString& text, console::EShownPositions& shown)
+{
+    if (text == QLatin1String("changes")) {
+        shown = console::EShownPositions::eChanges;
+        return true;
+    }
+    shown = console::EShownPositions::eFixes;
+    return text == QLatin1String("fixes");
+}
+
+} // namespace
+
+namespace console {
+
+void DescribeOptions(QCommandLineParser& parser)
+{
+    const auto add = [&parser](const char* name, const char* value, const QString& text) {
+        parser.addOption(
+            {QString::fromLatin1(name), text, QString::fromLatin1(value)}); // empty: no value
+    };
+    parser.addOption(
+        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this.")});
+    parser.addVersionOption();
+    add("headless", "", QStringLiteral("Run without screens."));
+    add("plugin", "PATH", QStringLiteral("The plug-in, default ../lib/libkelvo.so."));
+    add("service", "HOST[:PORT]", QStringLiteral("The service, instead of the plug-in's own."));
+    add("ca", "FILE", QStringLiteral("Certificates to trust besides the system's."));
+    add("data", "DIR",
+        QStringLiteral("Where the console keeps its data, default %1.")
+            .arg(QDir::toNativeSeparators(DefaultDataFolder())));
+    add("credentials", "FILE",
+        QStringLiteral("First line user name, second line password; only its owner may read it."));
+    add("gps", "SOURCE",
+        QStringLiteral("Where positions come from: gpsd[:HOST[:PORT]], default localhost:2947; "
+                       "nmea:FILE[@SPEED], a log of NMEA sentences, played SPEED times as fast as "
+                       "it was received, default 1; serial:DEVICE[@BAUD], a receiver, default "
+                       "%1 baud, which is the standard's: many receivers want 9600 or 115200. "
+                       "Without this there is no position.")
+            .arg(TGpsSetting().baud));
+    add("show-position", "WHEN",
+        QStringLiteral("Print a `position` line by itself: \"changes\" when the fix or the source "
+                       "is lost or returns, \"fixes\" at each fix besides."));
+    add("script", "FILE", QStringLiteral("Where the commands come from, default - (stdin)."));
+    add("timeout", "SECONDS",
+        QStringLiteral("How long a command may take, default %1; then it has failed.")
+            .arg(TConsoleSettings().timeoutSeconds));
+}
+
+bool ReadSettings(const QCommandLineParser& parser, TConsoleSettings& settings, QString& errorText)
+{
+    const auto value = [&parser](const char* name, const QString& otherwise) {
+        const QString option = QString::fromLatin1(name);
+        return parser.isSet(option) ? parser.value(option) : otherwise;
+    };
+    settings.isHeadless = parser.isSet(QStringLiteral("headless"));
+    settings.pluginPath = QFileInfo(value("plugin", DefaultPluginPath())).absoluteFilePath();
+    settings.service = value("service", QString());
+    settings.authorityFile = value("ca", QString());
+    settings.dataFolder =
+        QDir::cleanPath(QFileInfo(value("data", DefaultDataFolder())).absoluteFilePath());
+    settings.isDataFolderGiven = parser.isSet(QStringLiteral("data"));
+    settings.isGpsGiven = parser.isSet(QStringLiteral("gps"));
+    settings.credentialsFile = value("credentials", QString());
+    settings.scriptFile = value("script", QStringLiteral("-"));
+
+    if (parser.isSet(QStringLiteral("gps")) &&
+        !ParseGpsSetting(value("gps", QString()), settings.gps, errorText)) {
+        return false;
+    }
+    if (parser.isSet(QStringLiteral("show-position")) &&
+        !ReadShownPositions(value("show-position", QString()), settings.shownPositions)) {
+        errorText = QStringLiteral("--show-position wants \"changes\" or \"fixes\".");
+        return false;
+    }
+
+    bool isNumber = true;
+    settings.timeoutSeconds =
+        value("timeout", QString::number(settings.timeoutSeconds)).toInt(&isNumber);
+    if (!isNumber || settings.timeoutSeconds < 1 || settings.timeoutSeconds > maxTimeoutSeconds) {
+        errorText = QStringLiteral("--timeout wants a number of seconds from 1 to %1.")
+                        .arg(maxTimeoutSeconds);
+        return false;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        errorText = QStringLiteral("Unexpected argument \"%1\".")
+                        .arg(parser.positionalArguments().constFirst());
+        return false;
+    }
+    if (parser.isSet(QStringLiteral("service")) && !IsServiceAddress(settings.service)) {
+        errorText = QStringLiteral("--service wants HOST or HOST:PORT.");
+        return false;
+    }
+    if (parser.isSet(QStringLiteral("ca"))) {
+        const QFileInfo file(settings.authorityFile);
+        if (!file.isFile() || !file.isReadable()) {
+            errorText =
+                QStringLiteral("The file %1 (--ca) cannot be read.").arg(settings.authorityFile);
+            return false;
+        }
+        settings.authorityFile = file.absoluteFilePath();
+    }
+    return true;
+}
+
+bool IsServiceAddress(const QString& text)
+{
+    static const QRegularExpression form(
+        QStringLiteral("^([A-Za-z0-9._-]+|\\[[0-9A-Fa-f:.]+\\])(:[0-9]{1,5})?$"));
+    return form.match(text).hasMatch();
+}
+
+void ExportToEnvironment(const TConsoleSettings& settings)
+{
+    if (!settings.service.isEmpty()) {
+        qputenv("KELVO_API_HOST", settings.service.toLatin1());
+    }
+    if (!settings.authorityFile.isEmpty()) {
+        qputenv("KESDK_CA_FILE", settings.authorityFile.toLocal8Bit());
+    }
+    // Where the SDK remembers what a console that was switched off had begun to send.
+    if (!settings.dataFolder.isEmpty() && qEnvironmentVariableIsEmpty("KESDK_STATE_FOLDER")) {
+        qputenv("KESDK_STATE_FOLDER",
+                QFile::encodeName(settings.dataFolder + QStringLiteral("/state/kesdk")));
+    }
+}
+
+} // namespace console

@@ -1,0 +1,13 @@
+#include "console/session/ExitStatus.h"
+
+#include <cstdio>
+
+namespace console {
+
+int Complain(const QString& text, int exitStatus)
+{
+    std::fprintf(stderr, "kelvo-console: %s\n", qUtf8Printable(text));
+    return exitStatus;
+}
+
+} // namespace console

@@ -1,0 +1,12 @@
+// Prepares the process before the plug-in is loaded.
+#pragma once
+
+namespace console {
+
+struct TConsoleSettings;
+
+// Sets up the host framework in the data folder and configures the operator's credentials. Returns
+// eExitSuccess; on a failure it prints the reason and returns the exit status of the process.
+int SetUpSession(const TConsoleSettings& settings);
+
+} // namespace console

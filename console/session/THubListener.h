@@ -1,0 +1,49 @@
+// Turns the hub's signals into values.
+#pragma once
+
+#include "console/session/HubEvent.h"
+
+#include <QtCore/QMap>
+#include <QtCore/QObject>
+
+#include <functional>
+
+class TKelvoInterface;
+
+namespace console {
+
+// Connects to every signal of the hub, by their strings: the hub's meta-object is the plug-in's.
+//
+// Thread: the hub's, main. The handler is called from within the hub's emission.
+class THubListener : public QObject
+{
+    Q_OBJECT
+
+public:
+    using THandler = std::function<void(const THubEvent&)>;
+
+    explicit THubListener(THandler handler);
+
+    // False if the hub lacks one of the signals; `errorText` says which. Once a life.
+    bool Attach(TKelvoInterface& hub, QString& errorText);
+
+private Q_SLOTS:
+    // One a signature.
+    void OnPlain();
+    void OnMessage(QString message);
+    void OnProgress(int progress);
+    void OnFile(int project, QString fileName);
+    void OnFileNames(int project, QStringList fileNames);
+    void OnFileNamesAndFiles(int project, QStringList fileNames, KelvoFileInfoList files);
+    void OnFiles(int project, KelvoFileInfoList files);
+    void OnErrors(KelvoFileTransferErrorDetailsList errors);
+    void OnProjectErrors(int project, KelvoFileTransferErrorDetailsList errors);
+
+private:
+    THubEvent Event() const;
+
+    THandler m_handler;
+    QMap<int, EHubSignal> m_signals; // by the hub's signal index
+};
+
+} // namespace console
