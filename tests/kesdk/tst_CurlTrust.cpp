@@ -1,4 +1,4 @@
-// Which certificates the transport accepts, and its error for the others.
+// The certificates that the transport accepts, and its errors for other certificates.
 #include "support/CurlFixture.h"
 
 #include "base/BuildTime.h"

@@ -51,7 +51,7 @@ protected:
     std::int64_t CommitWithoutAnswer()
     {
         service.FailNext(Drop("POST /v1/uploads", true));
-        StopBehind("POST /v1/uploads", 1);
+        AbortAfter("POST /v1/uploads", 1);
         EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
         call.abort = nullptr;
         EXPECT_EQ(Journals(".upload"), 1u);

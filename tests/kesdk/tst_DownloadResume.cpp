@@ -1,4 +1,4 @@
-// Which downloads a later call or a restarted console resumes, and which it must not resume.
+// Downloads that a later call or a restarted console resumes, and parts that it must not resume.
 #include "support/ResumeFixture.h"
 
 namespace kesdk::impl {
@@ -46,7 +46,7 @@ TEST_F(DownloadResume, ResumesAfterAnyErrorOnTheWay)
         SCOPED_TRACE(static_cast<int>(code));
         BeginAndStop();
         service.FailNext(Drop("GET /v1/resources/", code));
-        StopBehind("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
+        AbortAfter("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
         EXPECT_TRUE(Fetch().IsSet());
         call.abort = nullptr;
         ExpectSaved(kCutAt);
@@ -185,7 +185,7 @@ TEST_F(DownloadResume, DownloadsWithoutAJournalThatCannotBeWritten)
 {
     std::filesystem::create_directory(folder.Path("here.zip.part.journal"));
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, kCutAt));
-    StopBehind("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
+    AbortAfter("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
     EXPECT_EQ(Fetch().code, EErrorCode::eAborted);
     EXPECT_EQ(folder.EntryCount(), 1u) << "no journal would say which file the part is of";
     call.abort = nullptr;
@@ -211,7 +211,7 @@ TEST_F(DownloadResume, KeepsNoJournalOfASmallFile)
 {
     file = *api.GetResource(call, service.AddFile(inbox, "small.zip", "small")).value.file;
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 2));
-    StopBehind("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
+    AbortAfter("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
     EXPECT_EQ(Fetch().code, EErrorCode::eAborted);
     EXPECT_EQ(folder.EntryCount(), 0u);
 }

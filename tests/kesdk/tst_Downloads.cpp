@@ -266,7 +266,7 @@ TEST_F(DownloadsTest, LeavesNothingOnAFullDisk)
     getrlimit(RLIMIT_FSIZE, &before);
     const FileRecord file = Record();
     const rlimit tiny{8, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &tiny); // a limit of the file size stands in for a full disk
+    setrlimit(RLIMIT_FSIZE, &tiny); // a limit of the file size replaces a full disk
     const Failure failure = Fetch(file);
     setrlimit(RLIMIT_FSIZE, &before);
     ExpectFailure(failure, EErrorCode::eDiskFull);

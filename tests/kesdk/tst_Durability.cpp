@@ -116,7 +116,7 @@ TEST_F(UploadDurability, SyncsTheKeyBeforeTheFirstRequest)
     EXPECT_EQ(recorder.Seen()[2], "sync own");
 }
 
-// A limit of the file size stands in for a full disk.
+// A limit of the file size replaces a full disk.
 TEST_F(UploadDurability, UploadsWithoutAJournalOnAFullDisk)
 {
     std::signal(SIGXFSZ, SIG_IGN);

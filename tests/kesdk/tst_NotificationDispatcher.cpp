@@ -1,4 +1,4 @@
-// Which listeners are called, when, on which thread, and when no longer.
+// Delivery to listeners: order, thread, subscription and its end.
 #include "connection/NotificationDispatcher.h"
 #include "support/RecordingListener.h"
 

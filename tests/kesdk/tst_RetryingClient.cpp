@@ -1,4 +1,4 @@
-// Which requests are retried, how often, and after which pauses.
+// Retries: the requests that are retried, the number of attempts, and the pauses.
 #include "client/RetryingClient.h"
 #include "support/FakeTime.h"
 #include "support/FakeTransport.h"

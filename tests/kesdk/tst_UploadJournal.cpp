@@ -1,4 +1,4 @@
-// Which uploads a restarted console resumes from its journal, and which it must not resume.
+// Uploads that a restarted console resumes from its journal, and uploads that it must not resume.
 #include "support/UploadFixture.h"
 
 #include <algorithm>
@@ -25,7 +25,7 @@ protected:
     {
         service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
         service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 10));
-        StopBehind("PATCH", 1);
+        AbortAfter("PATCH", 1);
         EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
         call.abort = nullptr;
         EXPECT_EQ(JournalCount(), 1u);
@@ -73,7 +73,7 @@ TEST_F(UploadJournalTest, ResumesAtTheServicesOffset)
 TEST_F(UploadJournalTest, ResumesByItsKeyWhenNoAnswerGaveTheAddress)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
-    StopBehind("POST /v1/uploads", 1);
+    AbortAfter("POST /v1/uploads", 1);
     EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
     ExpectStored(SendAsNewProcess(), kContent);
@@ -101,7 +101,7 @@ TEST_F(UploadJournalTest, IgnoresTheJournalOfAnotherAccountOrService)
     BeginAndStop();
     for (const char* other : {"https://service.test\n8", "https://other.test\n7", ""}) {
         call.account = other;
-        StopBehind("", static_cast<int>(service.Requests().size()) + 1);
+        AbortAfter("", static_cast<int>(service.Requests().size()) + 1);
         SendAsNewProcess();
     }
     const Lines sent = SentSince();
@@ -174,7 +174,7 @@ TEST_F(UploadJournalTest, ResumesAfterAStallTimeoutAndARestart)
 {
     service.FailNext(Stall("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Stall("PATCH", Fault::EKind::eCutRequest, 10));
-    StopBehind("PATCH", 1);
+    AbortAfter("PATCH", 1);
     EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
     EXPECT_EQ(JournalCount(), 1u);
     call.abort = nullptr;
@@ -217,7 +217,7 @@ TEST_F(UploadJournalTest, StoresTheFileAnewWhenItsResultWasRemoved)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Drop("PATCH", true));
-    StopBehind("PATCH", 1);
+    AbortAfter("PATCH", 1);
     EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
     ASSERT_EQ(service.FileIds(inbox).size(), 1u) << "it was committed";
@@ -229,7 +229,7 @@ TEST_F(UploadJournalTest, FindsTheResultOfALostAnswer)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Drop("PATCH", true));
-    StopBehind("PATCH", 1);
+    AbortAfter("PATCH", 1);
     EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
     ExpectStored(SendAsNewProcess(), kContent);
@@ -290,7 +290,7 @@ TEST_F(UploadJournalTest, TakesTheDateOfTheLastChunkThatArrived)
     state.Date("own/" + Journal().filename().string(), wallTimeS() - test::kHourS);
     const auto before = std::filesystem::last_write_time(Journal());
     service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 10));
-    StopBehind("PATCH", 2);
+    AbortAfter("PATCH", 2);
     EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
     EXPECT_GT(std::filesystem::last_write_time(Journal()), before);
 }

@@ -88,7 +88,7 @@ TEST_F(UploadResume, DoesNotCountTheTimeOfReadingTheSentPartAgain)
     call.account = "https://service.test\n7";
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 10));
-    StopBehind("PATCH", 1);
+    AbortAfter("PATCH", 1);
     EXPECT_EQ(Uploads(api, state.Path()).Send(call, path, {inbox}).failure.code,
               EErrorCode::eAborted);
     bool isNext = false;
@@ -167,7 +167,7 @@ TEST_F(UploadResume, AsksForTheOffsetWithoutTheKey)
 TEST_F(UploadResume, FindsTheResultOfAnEarlierCall)
 {
     service.FailNext(Drop("POST /v1/uploads", true));
-    StopBehind("POST /v1/uploads", 1);
+    AbortAfter("POST /v1/uploads", 1);
     EXPECT_EQ(Send().failure.code, EErrorCode::eAborted)
         << "the file is stored, but no answer said so";
     call.abort = nullptr;
@@ -177,7 +177,7 @@ TEST_F(UploadResume, FindsTheResultOfAnEarlierCall)
 TEST_F(UploadResume, FindsTheResultAfterARestart)
 {
     service.FailNext(Drop("POST /v1/uploads", true));
-    StopBehind("POST /v1/uploads", 1);
+    AbortAfter("POST /v1/uploads", 1);
     EXPECT_EQ(Send().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
     Uploads restarted{api};
@@ -187,7 +187,7 @@ TEST_F(UploadResume, FindsTheResultAfterARestart)
 TEST_F(UploadResume, ResumesAfterARestart)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
-    StopBehind("POST /v1/uploads", 1);
+    AbortAfter("POST /v1/uploads", 1);
     EXPECT_EQ(Send().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
     Uploads restarted{api};

@@ -141,7 +141,7 @@ TEST_F(UploadsTest, DeletesAWrongCopyAfterARestart)
 TEST_F(UploadsTest, DeletesAWrongCopyAlsoWhenTheCallIsAborted)
 {
     service.CorruptNextCommit();
-    StopBehind("POST /v1/uploads", 1);
+    AbortAfter("POST /v1/uploads", 1);
     ExpectFailure(Send(), EErrorCode::eFileChanged);
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1);
 }
@@ -149,7 +149,7 @@ TEST_F(UploadsTest, DeletesAWrongCopyAlsoWhenTheCallIsAborted)
 TEST_F(UploadsTest, GivesUpTheDeletionTwoSecondsAfterTheCallIsAborted)
 {
     service.CorruptNextCommit();
-    StopBehind("POST /v1/uploads", 1);
+    AbortAfter("POST /v1/uploads", 1);
     for (int i = 0; i < 3; ++i)
         service.FailNext(Drop("DELETE /v1/resources/"));
     const Clock::Time begin = time->Now();

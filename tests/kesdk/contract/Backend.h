@@ -1,4 +1,4 @@
-// What the contract suite needs beside the connection: a farm at the far end, and hands in it.
+// The service side of the contract suite: a farm, and other people's changes in it.
 #pragma once
 
 #include "kesdk/api/IEnterpriseConnection.h"
@@ -9,7 +9,7 @@
 
 namespace kesdk::test {
 
-// A farm with the seven projects and one operator, who has no inbox yet. Fresh for each test.
+// A farm with the seven projects and one operator, who has no inbox yet. Each test gets a new farm.
 class Backend
 {
 public:
@@ -19,19 +19,19 @@ public:
     virtual ~Backend() = default;
 
     virtual std::unique_ptr<api::IEnterpriseConnection> MakeConnection() = 0;
-    // The operator's name, which a backend that keeps its users over several tests makes unique.
+    // The operator's name. A backend that keeps its users for several tests makes the name unique.
     virtual std::wstring UserName() const { return kUser; }
 
-    // By somebody else. The file's id; 0 when it went wrong.
+    // Stores a file for another user. Returns the file's id, or 0 on an error.
     virtual std::int64_t PutFile(std::int64_t inboxId, const std::wstring& name,
                                  const std::string& content) = 0;
     virtual void RemoveFile(std::int64_t fileId) = 0;
-    // Of a file on the service.
+    // The content of a file on the service.
     virtual std::string Content(std::int64_t fileId) = 0;
 
-    // The operator's session ends without the console's doing.
+    // The service ends the operator's session.
     virtual void EndSession() = 0;
-    // A login that is begun from now on stays in flight until it is released.
+    // A login that begins after HoldLogins stays in progress until ReleaseLogins.
     virtual void HoldLogins() = 0;
     virtual void ReleaseLogins() = 0;
 };

@@ -1,4 +1,4 @@
-// The contract's promises about projects, inboxes and files.
+// The contract suite: projects, inboxes and files.
 #include "contract/ContractFixture.h"
 
 namespace kesdk::test {
@@ -10,7 +10,7 @@ constexpr const wchar_t* kGone = L"File no longer exists.";
 
 } // namespace
 
-TEST_P(Contract, TheSevenProjectsComeInOrder)
+TEST_P(Contract, ListsTheSevenProjectsInOrder)
 {
     LogIn();
     const std::wstring expected[] = {L"To Console", L"From Console",  L"AB Lines",     L"Curves",
@@ -24,7 +24,7 @@ TEST_P(Contract, TheSevenProjectsComeInOrder)
     }
 }
 
-TEST_P(Contract, AnInboxIsCreatedOnceAndReported)
+TEST_P(Contract, CreatesAnInboxOnceAndReportsIt)
 {
     LogIn();
     const std::int64_t project = ProjectId(L"Optimal Lines");
@@ -41,7 +41,7 @@ TEST_P(Contract, AnInboxIsCreatedOnceAndReported)
     EXPECT_FALSE(FirstText().empty());
 }
 
-TEST_P(Contract, AnUploadIsKeptListedAndReported)
+TEST_P(Contract, StoresListsAndReportsAnUpload)
 {
     LogIn();
     const std::int64_t inbox = MakeInbox(L"From Console");
@@ -55,7 +55,7 @@ TEST_P(Contract, AnUploadIsKeptListedAndReported)
     EXPECT_EQ(folder.Read("job.zip"), "what was done") << "the local file stays";
 }
 
-TEST_P(Contract, AnEmptyFileIsAFile)
+TEST_P(Contract, UploadsAndDownloadsAnEmptyFile)
 {
     LogIn();
     const std::int64_t inbox = MakeInbox(L"From Console");
@@ -67,7 +67,7 @@ TEST_P(Contract, AnEmptyFileIsAFile)
     EXPECT_EQ(folder.Read("back.zip"), "");
 }
 
-TEST_P(Contract, AnUploadGoesToEveryTarget)
+TEST_P(Contract, StoresAnUploadInEveryTarget)
 {
     LogIn();
     const std::int64_t first = MakeInbox(L"Curves");
@@ -79,7 +79,7 @@ TEST_P(Contract, AnUploadGoesToEveryTarget)
     EXPECT_EQ(backend->Content(Files(second)[0]), "a curve");
 }
 
-TEST_P(Contract, AnUploadGoesToAllTargetsOrNone)
+TEST_P(Contract, StoresAnUploadInAllTargetsOrNone)
 {
     LogIn();
     const std::int64_t inbox = MakeInbox(L"Curves");
@@ -90,7 +90,7 @@ TEST_P(Contract, AnUploadGoesToAllTargetsOrNone)
     EXPECT_FALSE(FirstText().empty());
 }
 
-TEST_P(Contract, AFileThatIsNotThereIsNotUploaded)
+TEST_P(Contract, DoesNotUploadAMissingFile)
 {
     LogIn();
     const std::int64_t inbox = MakeInbox(L"Curves");
@@ -100,7 +100,7 @@ TEST_P(Contract, AFileThatIsNotThereIsNotUploaded)
     EXPECT_TRUE(Files(inbox).empty());
 }
 
-TEST_P(Contract, TheSameNameTwiceIsTwoFilesInTheServicesOrder)
+TEST_P(Contract, ListsFilesOfTheSameNameInTheServicesOrder)
 {
     LogIn();
     const std::int64_t inbox = MakeInbox(L"Curves");
@@ -114,7 +114,7 @@ TEST_P(Contract, TheSameNameTwiceIsTwoFilesInTheServicesOrder)
     EXPECT_EQ(backend->Content(files[2]), "second");
 }
 
-TEST_P(Contract, AFileOfAnotherAppearsAndGoes)
+TEST_P(Contract, ReportsAnotherUsersFileWhenItIsAddedAndRemoved)
 {
     LogIn();
     const std::int64_t inbox = MakeInbox(L"To Console");
@@ -137,7 +137,7 @@ TEST_P(Contract, AFileOfAnotherAppearsAndGoes)
     EXPECT_EQ(connection->GetResourceWithContent(file).id, 0);
 }
 
-TEST_P(Contract, AResourceIsFoundByItsIdWhateverItIs)
+TEST_P(Contract, FindsFilesAndProjectsByTheirId)
 {
     LogIn();
     const std::int64_t inbox = MakeInbox(L"To Console");
@@ -158,7 +158,7 @@ TEST_P(Contract, AResourceIsFoundByItsIdWhateverItIs)
     EXPECT_FALSE(FirstText().empty());
 }
 
-TEST_P(Contract, ADownloadIsWholeAndReplacesWhatIsThere)
+TEST_P(Contract, DownloadsAWholeFileAndReplacesAnEarlierOne)
 {
     LogIn();
     const std::int64_t inbox = MakeInbox(L"To Console");
@@ -170,10 +170,10 @@ TEST_P(Contract, ADownloadIsWholeAndReplacesWhatIsThere)
     folder.Write("map.zip", "old");
     ASSERT_TRUE(connection->Download(file, folder.WidePath("map.zip").c_str()));
     EXPECT_EQ(folder.Read("map.zip"), content);
-    EXPECT_EQ(folder.EntryCount(), 1u) << "nothing beside it";
+    EXPECT_EQ(folder.EntryCount(), 1u) << "no other file";
 }
 
-TEST_P(Contract, ADownloadThatFailsLeavesNothing)
+TEST_P(Contract, LeavesNothingWhenADownloadFails)
 {
     LogIn();
     const std::int64_t inbox = MakeInbox(L"To Console");
@@ -187,7 +187,7 @@ TEST_P(Contract, ADownloadThatFailsLeavesNothing)
     EXPECT_EQ(folder.EntryCount(), 0u);
 }
 
-TEST_P(Contract, ADeleteIsDoneAndReported)
+TEST_P(Contract, DeletesAFileAndReportsIt)
 {
     LogIn();
     const std::int64_t inbox = MakeInbox(L"To Console");
@@ -202,13 +202,13 @@ TEST_P(Contract, ADeleteIsDoneAndReported)
     EXPECT_EQ(FirstText(), kGone);
 }
 
-TEST_P(Contract, ADeleteThatLostTheRaceSaysSo)
+TEST_P(Contract, ReportsThatTheFileToDeleteIsGone)
 {
     LogIn();
     const std::int64_t inbox = MakeInbox(L"To Console");
     const std::int64_t file = backend->PutFile(inbox, L"map.zip", "a map");
     ASSERT_TRUE(WaitForChange(inbox, file));
-    backend->RemoveFile(file); // the event of it may or may not have arrived
+    backend->RemoveFile(file); // its event may or may not have arrived
     EXPECT_FALSE(connection->Delete(file));
     EXPECT_EQ(FirstText(), kGone);
 }

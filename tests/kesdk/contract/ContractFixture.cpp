@@ -1,4 +1,3 @@
-// The contract suite's fixture: a connection to a backend, and a listener on it.
 #include "contract/ContractFixture.h"
 
 namespace kesdk::test {

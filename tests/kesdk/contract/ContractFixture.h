@@ -20,13 +20,13 @@ protected:
     ~Contract() override;
 
     void LogIn();
-    // Also makes sure that the user has an inbox in the project, and gives its id.
+    // Creates the user's inbox in the project if it is missing. Returns its id.
     std::int64_t MakeInbox(const std::wstring& project);
     std::int64_t ProjectId(const std::wstring& name);
     bool Upload(const std::string& name, const std::string& content,
                 const std::vector<std::int64_t>& inboxIds);
     std::vector<std::int64_t> Files(std::int64_t inboxId);
-    // What the operator would be told first about the last call.
+    // The operator's text of the last call's first error.
     std::wstring FirstText();
     bool WaitForChange(std::int64_t containerId, std::int64_t resourceId) const;
 

@@ -1,4 +1,4 @@
-// The contract's promises about sessions, errors and listeners.
+// The contract suite: sessions, errors and listeners.
 #include "contract/ContractFixture.h"
 
 namespace kesdk::test {
@@ -11,7 +11,7 @@ using States = std::vector<std::int32_t>;
 
 } // namespace
 
-TEST_P(Contract, WithoutASessionEverythingFailsAtOnce)
+TEST_P(Contract, FailsEveryCallAtOnceWithoutASession)
 {
     EXPECT_FALSE(connection->IsLoggedIn());
     EXPECT_TRUE(connection->GetProjects().empty());
@@ -32,7 +32,7 @@ TEST_P(Contract, WithoutASessionEverythingFailsAtOnce)
     EXPECT_FALSE(folder.Has("b.zip"));
 }
 
-TEST_P(Contract, ALoginIsReportedAsOneAndThree)
+TEST_P(Contract, ReportsALoginAsStates1And3)
 {
     LogIn();
     EXPECT_EQ(listener.States(), (States{1, 3}));
@@ -42,7 +42,7 @@ TEST_P(Contract, ALoginIsReportedAsOneAndThree)
     EXPECT_TRUE(connection->GetLastLoginErrors().empty());
 }
 
-TEST_P(Contract, AFailedLoginIsReportedAsOneAndFour)
+TEST_P(Contract, ReportsAFailedLoginAsStates1And4)
 {
     ASSERT_TRUE(connection->Login(backend->UserName(), L"wrong password", nullptr, 0));
     ASSERT_TRUE(listener.WaitForState(api::eLoginFailed));
@@ -50,7 +50,7 @@ TEST_P(Contract, AFailedLoginIsReportedAsOneAndFour)
     EXPECT_FALSE(connection->IsLoggedIn());
     ASSERT_FALSE(connection->GetLastLoginErrors().empty());
     EXPECT_FALSE(connection->GetLastLoginErrors().front().text1.empty());
-    EXPECT_TRUE(connection->GetLastErrors().empty()) << "a login's errors are kept apart";
+    EXPECT_TRUE(connection->GetLastErrors().empty()) << "a login has its own errors";
 }
 
 TEST_P(Contract, ANewLoginClearsTheErrorsOfTheLast)
@@ -61,7 +61,7 @@ TEST_P(Contract, ANewLoginClearsTheErrorsOfTheLast)
     EXPECT_TRUE(connection->GetLastLoginErrors().empty());
 }
 
-TEST_P(Contract, ASecondLoginInFlightIsIgnored)
+TEST_P(Contract, IgnoresASecondLoginWhileOneIsInProgress)
 {
     backend->HoldLogins();
     ASSERT_TRUE(connection->Login(backend->UserName(), Backend::kPassword, nullptr, 0));
@@ -72,7 +72,7 @@ TEST_P(Contract, ASecondLoginInFlightIsIgnored)
     EXPECT_EQ(listener.States(), (States{1, 3}));
 }
 
-TEST_P(Contract, ALogoutIsReportedAsZero)
+TEST_P(Contract, ReportsALogoutAsState0)
 {
     LogIn();
     EXPECT_TRUE(connection->Logout());
@@ -84,7 +84,7 @@ TEST_P(Contract, ALogoutIsReportedAsZero)
     EXPECT_TRUE(connection->GetProjects().empty());
 }
 
-TEST_P(Contract, OneCanLogInAgain)
+TEST_P(Contract, LogsInAgainAfterALogout)
 {
     LogIn();
     ASSERT_TRUE(connection->Logout());
@@ -94,7 +94,7 @@ TEST_P(Contract, OneCanLogInAgain)
     EXPECT_EQ(connection->GetProjects().size(), 7u);
 }
 
-TEST_P(Contract, ASessionThatIsLostIsReportedAsZeroOnce)
+TEST_P(Contract, ReportsALostSessionOnceAsState0)
 {
     LogIn();
     backend->EndSession();
@@ -105,7 +105,7 @@ TEST_P(Contract, ASessionThatIsLostIsReportedAsZeroOnce)
     EXPECT_EQ(listener.States(), (States{1, 3, 0}));
 }
 
-TEST_P(Contract, EachCallClearsTheErrorsOfTheOneBefore)
+TEST_P(Contract, EachCallClearsTheErrorsOfTheLastCall)
 {
     LogIn();
     EXPECT_FALSE(connection->Delete(987'654));
@@ -114,7 +114,7 @@ TEST_P(Contract, EachCallClearsTheErrorsOfTheOneBefore)
     EXPECT_TRUE(connection->GetLastErrors().empty());
 }
 
-TEST_P(Contract, ListenersAreCalledOnOneThreadThatIsNotTheCallers)
+TEST_P(Contract, CallsListenersOnOneThreadThatIsNotTheCallers)
 {
     LogIn();
     const std::thread::id first = listener.Thread();
@@ -125,7 +125,7 @@ TEST_P(Contract, ListenersAreCalledOnOneThreadThatIsNotTheCallers)
     EXPECT_EQ(listener.Thread(), first);
 }
 
-TEST_P(Contract, AListenerThatWasWithdrawnIsNotCalled)
+TEST_P(Contract, DoesNotCallAnUnsubscribedListener)
 {
     RecordingListener other;
     connection->Subscribe(&other);
@@ -137,7 +137,7 @@ TEST_P(Contract, AListenerThatWasWithdrawnIsNotCalled)
     EXPECT_EQ(other.States(), (States{1, 3}));
 }
 
-TEST_P(Contract, AListenerMayWithdrawItselfInACall)
+TEST_P(Contract, AListenerMayUnsubscribeItselfInACall)
 {
     class Once : public api::IServerConnectionNotification
     {
@@ -160,7 +160,7 @@ TEST_P(Contract, AListenerMayWithdrawItselfInACall)
     EXPECT_EQ(once.calls, 1);
 }
 
-TEST_P(Contract, NothingIsCalledAfterTheDestructor)
+TEST_P(Contract, CallsNoListenerAfterTheDestructor)
 {
     LogIn();
     connection.reset(); // with the listener still subscribed
@@ -179,7 +179,7 @@ TEST_P(Contract, TheAbortCheckFailsATransferButNotALogout)
     ASSERT_TRUE(listener.WaitForState(api::eNotLoggedIn));
 }
 
-TEST_P(Contract, ReportsAreTaken)
+TEST_P(Contract, SendsReports)
 {
     LogIn();
     api::Environment environment;

@@ -1,4 +1,3 @@
-// A bad link between the SDK and a real service: bytes pass through until the test says otherwise.
 #include "contract/LinkProxy.h"
 
 #include <arpa/inet.h>
@@ -15,7 +14,7 @@ namespace kesdk::test {
 
 namespace {
 
-constexpr int kLookEveryMs = 10;
+constexpr int kPollMs = 10;
 
 sockaddr_in Loopback(int port)
 {
@@ -32,7 +31,7 @@ void SendAtOnce(int socket)
     ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
-// What is on its way is lost.
+// Resets the connection, so the peer loses the bytes on the way.
 void Cut(int socket)
 {
     const linger abrupt{1, 0};
@@ -167,24 +166,24 @@ void LinkProxy::Forward(Link& link)
         generation = m_cutGeneration;
     }
     std::int64_t passed = 0;
-    for (bool goesOn = true; goesOn;) {
+    for (bool isOpen = true; isOpen;) {
         bool isFrozen = false;
         {
             const std::lock_guard lock(m_mutex);
-            goesOn = !m_isStopping && generation == m_cutGeneration;
+            isOpen = !m_isStopping && generation == m_cutGeneration;
             isFrozen = m_isFrozen;
         }
         std::array<pollfd, 2> ends{{{link.client, POLLIN, 0}, {link.service, POLLIN, 0}}};
         const nfds_t watched = isFrozen ? 0 : ends.size();
-        if (!goesOn || ::poll(ends.data(), watched, kLookEveryMs) <= 0 || isFrozen)
+        if (!isOpen || ::poll(ends.data(), watched, kPollMs) <= 0 || isFrozen)
             continue;
         if (ends[0].revents != 0)
-            goesOn = Pass(link.client, link.service, link, passed);
-        if (goesOn && ends[1].revents != 0)
-            goesOn = Pass(link.service, link.client, link, passed);
+            isOpen = Pass(link.client, link.service, link, passed);
+        if (isOpen && ends[1].revents != 0)
+            isOpen = Pass(link.service, link.client, link, passed);
     }
     Cut(link.client);
-    ::close(link.service); // what has passed arrives
+    ::close(link.service); // closed in order, so the bytes that passed arrive
 }
 
 bool LinkProxy::Pass(int from, int to, Link& link, std::int64_t& passed)

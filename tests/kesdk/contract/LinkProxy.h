@@ -1,4 +1,4 @@
-// A bad link between the SDK and a real service: bytes pass through until the test says otherwise.
+// A bad link between the SDK and a real service: a proxy that cuts or freezes connections.
 #pragma once
 
 #include <cstdint>
@@ -9,26 +9,27 @@
 
 namespace kesdk::test {
 
-// Forwards TCP on the loopback interface, one thread a connection.
+// Forwards TCP on the loopback interface, with one thread for each connection.
 // Thread safety: safe.
 class LinkProxy
 {
 public:
     explicit LinkProxy(int servicePort);
-    // Cuts what is left.
+    // Cuts the open connections.
     ~LinkProxy();
     LinkProxy(const LinkProxy&) = delete;
     LinkProxy& operator=(const LinkProxy&) = delete;
 
     int Port() const { return m_port; }
 
-    // The next connections are each cut, without a word, after so many bytes in either direction.
+    // Resets each of the next connections after `afterBytes`, counted in both directions together.
     void CutNext(int connections, std::int64_t afterBytes);
     void CutAll();
-    // Nothing passes any more, but nothing is closed either: as when a mast is left behind.
+    // A frozen link passes no byte and closes no connection, as when the console leaves a radio
+    // cell.
     void SetFrozen(bool isFrozen);
 
-    // Called once, on the thread of a connection, when so many more bytes have gone to the service.
+    // Calls `call` once, on a connection's thread, when `bytes` more have gone to the service.
     void CallAfter(std::int64_t bytes, std::function<void()> call);
 
     int ConnectionCount() const;

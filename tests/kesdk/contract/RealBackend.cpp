@@ -1,4 +1,4 @@
-// The contract suite on the real library and a real service, with a farm of its own for each test.
+// The contract suite on the real library and a real service, with a new farm for each test.
 #include "contract/ContractFixture.h"
 #include "contract/RealFarm.h"
 

@@ -1,4 +1,3 @@
-// A farm on the real service: its operator's account, and the hands of its office.
 #include "contract/RealFarm.h"
 
 #include "base/Text.h"

@@ -1,4 +1,4 @@
-// A farm on the real service: its operator's account, and the hands of its office.
+// A farm on the real service, with an operator and with an office that changes files.
 #pragma once
 
 #include "contract/ServiceProcess.h"
@@ -13,7 +13,7 @@ namespace kesdk::test {
 // The service that the tests of one program share.
 ServiceProcess& SharedService();
 
-// Errors: throws std::runtime_error when the service does not do what is asked.
+// Errors: throws std::runtime_error when the service's answer is not the expected one.
 class RealFarm
 {
 public:
@@ -26,7 +26,7 @@ public:
                          const std::string& content) const;
     void RemoveFile(std::int64_t fileId) const;
     std::string Content(std::int64_t fileId) const;
-    // With a new password, which the service answers by ending the user's sessions.
+    // Changes the password, so that the service ends the user's sessions.
     void EndSessions() const;
 
 private:

@@ -1,4 +1,3 @@
-// A kelvo-service process of the test's own, and a client of its API beside the SDK.
 #include "contract/ServiceProcess.h"
 
 #include <curl/curl.h>

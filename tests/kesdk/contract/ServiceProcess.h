@@ -1,4 +1,4 @@
-// A kelvo-service process of the test's own, and a client of its API beside the SDK.
+// A kelvo-service process for a test, and a client of its API that does not use the SDK.
 #pragma once
 
 #include "support/TempFolder.h"
@@ -14,7 +14,7 @@ namespace kesdk::test {
 class ServiceProcess
 {
 public:
-    // Returns when it listens; throws when it does not.
+    // Returns when the service listens. Throws when it does not start.
     explicit ServiceProcess(const std::string& binary);
     ~ServiceProcess();
     ServiceProcess(const ServiceProcess&) = delete;
@@ -25,10 +25,10 @@ public:
     std::string AuthorityFile() const { return m_folder.Path("data/ca.pem"); }
     std::string AdminPassword() const;
 
-    // Frozen, it takes connections (the kernel does) and answers nothing.
+    // While the service is frozen, the kernel accepts connections and no request is answered.
     void Freeze();
     void Thaw();
-    // Ends it without a word, as a loss of power would, and starts it again at the same place.
+    // Kills the process, as a power cut would, and starts it again with the same port and data.
     void KillAndStart();
 
 private:
@@ -46,7 +46,7 @@ struct ApiReply
     std::string body;
 };
 
-// Plain requests, each over a connection of its own.
+// Sends requests of a logged-in user, each over its own connection.
 class ApiSession
 {
 public:

@@ -1,4 +1,4 @@
-// The real library and a real service over a link that is cut, frozen and gone.
+// The real library and a real service over a link that is cut or frozen.
 #include "contract/LinkProxy.h"
 #include "contract/RealFarm.h"
 #include "kesdk/api/IEnterpriseConnection.h"
@@ -43,7 +43,7 @@ protected:
         ::unsetenv("KESDK_STATE_FOLDER");
     }
 
-    // As a console does when it has started.
+    // Makes a new connection and logs in, as a console does when it starts.
     void Connect()
     {
         const std::string url = "https://127.0.0.1:" + std::to_string(link.Port()) + "/kelvo-api";
@@ -55,10 +55,11 @@ protected:
         connection->Subscribe(&listener);
         const std::size_t before = listener.States().size();
         EXPECT_TRUE(connection->Login(farm.UserName(), RealFarm::kPassword, nullptr, 0));
-        EXPECT_TRUE(listener.WaitForStates(before + 2)); // in progress, and its end
+        EXPECT_TRUE(listener.WaitForStates(before + 2)); // login in progress, then its end
         EXPECT_EQ(listener.States().back(), api::eLoginSuccessful);
     }
-    // The user's inbox in "From Console". Afterwards the requests have a new connection to make.
+    // Creates the user's inbox in "From Console". Cuts all connections, so the next request opens
+    // one.
     std::int64_t MakeInbox()
     {
         EXPECT_TRUE(connection->CreateUserInbox(L"From Console"));
@@ -90,9 +91,9 @@ protected:
         return errors.empty() ? std::wstring() : errors.front().text1;
     }
 
-    // Of an upload that goes on: of what each connection carried that was cut, some is lost on its
-    // way through the kernel. Sent from the start each time, all of it would be, a megabyte a cut.
-    std::int64_t MostBytesOnTheWay() const
+    // The limit for an upload that resumes. Each cut loses the bytes in the kernel's buffers, less
+    // than 800,000. An upload that begins anew would lose a megabyte or more at each cut.
+    std::int64_t MostBytesOfAResumedUpload() const
     {
         constexpr std::int64_t kMostLostACut = 800'000;
         return static_cast<std::int64_t>(kSizeBytes) + link.CutCount() * kMostLostACut;
@@ -116,25 +117,25 @@ TEST_F(BadLink, UsesOneConnectionForRequestsAndOneForTheStream)
     EXPECT_EQ(link.ConnectionCount(), 2);
 }
 
-TEST_F(BadLink, AnUploadGoesOnBehindTheLastByteThatArrived)
+TEST_F(BadLink, ResumesAnUploadAtTheLastByteThatArrived)
 {
     const std::int64_t inbox = MakeInbox();
-    link.CutNext(16, 1'200'000); // enough for the stream too, however often it reconnects
+    link.CutNext(16, 1'200'000); // enough for the stream's reconnections too
     const std::int64_t before = link.BytesToService();
     ASSERT_TRUE(Upload(inbox));
     const auto listed = connection->GetResourceWithContent(inbox);
     ASSERT_EQ(listed.content.size(), 1u);
     EXPECT_EQ(farm.Content(listed.content.front().id), Content());
     EXPECT_GE(link.CutCount(), 2);
-    EXPECT_LT(link.BytesToService() - before, MostBytesOnTheWay());
+    EXPECT_LT(link.BytesToService() - before, MostBytesOfAResumedUpload());
 }
 
-TEST_F(BadLink, AnUploadGoesOnInAConsoleThatWasRestarted)
+TEST_F(BadLink, ResumesAnUploadAfterARestart)
 {
     const std::int64_t inbox = MakeInbox();
     const std::int64_t before = link.BytesToService();
     connection->SetAbortCheck([&] { return link.BytesToService() - before > 1'500'000; });
-    link.CutNext(16, 1'000'000); // so that the upload's address is known
+    link.CutNext(16, 1'000'000); // after the cut the SDK asks for the upload's address
     ASSERT_FALSE(Upload(inbox));
     Connect();
     ASSERT_TRUE(connection->Upload(folder.WidePath("job.zip").c_str(),
@@ -142,11 +143,11 @@ TEST_F(BadLink, AnUploadGoesOnInAConsoleThatWasRestarted)
     const auto listed = connection->GetResourceWithContent(inbox);
     ASSERT_EQ(listed.content.size(), 1u);
     EXPECT_EQ(farm.Content(listed.content.front().id), Content());
-    EXPECT_LT(link.BytesToService() - before, MostBytesOnTheWay());
+    EXPECT_LT(link.BytesToService() - before, MostBytesOfAResumedUpload());
     EXPECT_TRUE(std::filesystem::is_empty(state.Path("sdk")));
 }
 
-TEST_F(BadLink, ADownloadGoesOnInAConsoleThatWasRestarted)
+TEST_F(BadLink, ResumesADownloadAfterARestart)
 {
     const std::int64_t inbox = MakeInbox();
     const std::int64_t file = farm.PutFile(inbox, L"map.zip", Content());
@@ -157,7 +158,7 @@ TEST_F(BadLink, ADownloadGoesOnInAConsoleThatWasRestarted)
         return std::filesystem::file_size(part, none) > 1'000'000 && !none;
     });
     link.CutAll();
-    link.CutNext(16, 1'200'000); // so that it is asked before all has come
+    link.CutNext(16, 1'200'000); // the cut makes it poll the abort check in time
     ASSERT_FALSE(connection->Download(file, folder.WidePath("map.zip").c_str()));
     ASSERT_GT(std::filesystem::file_size(part), 1'000'000u);
     link.CutNext(0, 0);
@@ -169,7 +170,7 @@ TEST_F(BadLink, ADownloadGoesOnInAConsoleThatWasRestarted)
     EXPECT_LT(link.BytesFromService() - before, static_cast<std::int64_t>(kSizeBytes) - 800'000);
 }
 
-TEST_F(BadLink, ADownloadGoesOnBehindTheLastByteThatArrived)
+TEST_F(BadLink, ResumesADownloadAtTheLastByteThatArrived)
 {
     const std::int64_t inbox = MakeInbox();
     const std::int64_t file = farm.PutFile(inbox, L"map.zip", Content());
@@ -182,7 +183,7 @@ TEST_F(BadLink, ADownloadGoesOnBehindTheLastByteThatArrived)
     EXPECT_GE(link.CutCount(), 2);
 }
 
-TEST_F(BadLink, ACutStreamComesBackWithoutAGap)
+TEST_F(BadLink, ReportsEveryChangeAfterTheStreamWasCut)
 {
     const std::int64_t inbox = MakeInbox();
     std::vector<std::int64_t> files;
@@ -197,7 +198,7 @@ TEST_F(BadLink, ACutStreamComesBackWithoutAGap)
     EXPECT_TRUE(connection->IsLoggedIn());
 }
 
-TEST_F(BadLink, TransfersAndStreamOutliveACrashOfTheService)
+TEST_F(BadLink, ResumesTransfersAndStreamAfterACrashOfTheService)
 {
     const std::int64_t inbox = MakeInbox();
     std::atomic<bool> wasKilled{false};
@@ -233,7 +234,7 @@ TEST_F(BadLink, GettersAnswerOnAFrozenLink)
     EXPECT_EQ(connection->GetResourceWithContent(inbox).id, inbox);
 }
 
-TEST_F(BadLink, ALogoutSucceedsOnAFrozenLink)
+TEST_F(BadLink, LogoutSucceedsOnAFrozenLink)
 {
     link.SetFrozen(true);
     EXPECT_TRUE(connection->Logout());
@@ -241,14 +242,14 @@ TEST_F(BadLink, ALogoutSucceedsOnAFrozenLink)
     EXPECT_TRUE(listener.WaitForState(api::eNotLoggedIn));
 }
 
-TEST_F(BadLink, DestructionEndsEverythingOnAFrozenLink)
+TEST_F(BadLink, DestructionReturnsOnAFrozenLink)
 {
     link.SetFrozen(true);
     EXPECT_TRUE(connection->ReportPosition({1, 1.0, 1.0}));
     connection.reset();
 }
 
-TEST_F(BadLink, DestructionEndsALoginOnAFrozenLink)
+TEST_F(BadLink, DestructionEndsAnUnfinishedLoginOnAFrozenLink)
 {
     EXPECT_TRUE(connection->Logout());
     link.CutAll();

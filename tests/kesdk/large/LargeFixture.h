@@ -1,4 +1,4 @@
-// An API client whose requests a test answers itself, and files that are holes but for their ends.
+// An API client whose requests a test answers, and sparse files: a hole and a text after it.
 #pragma once
 
 #include "client/ApiClient.h"
@@ -23,8 +23,7 @@
 
 namespace kesdk::test {
 
-// Behind the hole of each size; offsets in it are negative, or small, where they are cut to 32
-// bits.
+// Sizes of holes. Cut to 32 bits, an offset after such a hole is negative or small.
 inline constexpr std::int64_t kHoles[] = {std::int64_t{1} << 31, std::int64_t{1} << 32};
 
 class LargeFixture : public testing::TestWithParam<std::int64_t>
@@ -37,43 +36,44 @@ protected:
         SetDiskSpace(std::int64_t{1} << 40);
     }
 
-    // Makes a file of the hole and the text.
-    std::string WriteLarge(const std::string& name, const std::string& behind) const
+    // Writes a file of the hole and then `content`.
+    std::string WriteLarge(const std::string& name, const std::string& content) const
     {
         const std::string path = folder.Write(name, {});
         EXPECT_EQ(::truncate(path.c_str(), hole), 0);
         const impl::FileHandle file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
-        EXPECT_EQ(::write(file.Get(), behind.data(), behind.size()),
-                  static_cast<ssize_t>(behind.size()));
+        EXPECT_EQ(::write(file.Get(), content.data(), content.size()),
+                  static_cast<ssize_t>(content.size()));
         return path;
     }
-    // What stands behind the hole.
-    std::string ReadBehindHole(const std::string& name) const
+    // The text after the hole.
+    std::string ReadAfterHole(const std::string& name) const
     {
         const impl::FileHandle file(::open(folder.Path(name).c_str(), O_RDONLY | O_CLOEXEC));
-        std::string behind(1000, '\0');
-        const ssize_t got = ::pread(file.Get(), behind.data(), behind.size(), hole);
-        return behind.substr(0, static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+        std::string content(1000, '\0');
+        const ssize_t got = ::pread(file.Get(), content.data(), content.size(), hole);
+        return content.substr(0, static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
     }
     std::int64_t SizeOf(const std::string& name) const
     {
         struct stat status = {};
         return ::stat(folder.Path(name).c_str(), &status) == 0 ? status.st_size : -1;
     }
-    // The console ends once so many requests were made.
-    void StopBehind(std::size_t requests)
+    // Aborts the call after `requests` requests.
+    void AbortAfter(std::size_t requests)
     {
         call.abort = [this, requests] { return lines.size() >= requests; };
     }
 
     const std::int64_t hole = GetParam();
-    const std::string text = "What stands behind the hole and is all that is ever sent or fetched.";
+    const std::string text =
+        "The text after the hole, the only bytes that the tests send or fetch.";
     const std::int64_t sizeBytes = hole + static_cast<std::int64_t>(text.size());
     const impl::Sha256::Digest digest = DigestOf(hole, text);
 
     TempFolder folder;
-    std::vector<std::string> lines; // of all requests
-    // Answers the requests, one each.
+    std::vector<std::string> lines; // all requests
+    // One answer for each request.
     std::vector<std::function<impl::HttpOutcome(const SentRequest&)>> answers;
     std::shared_ptr<FakeTime> time = std::make_shared<FakeTime>();
     FakeTransport transport{[this](const impl::HttpRequest& request, const impl::AbortCheck&) {

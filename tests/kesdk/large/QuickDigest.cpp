@@ -1,6 +1,5 @@
-// In place of SHA-256, for this program: passes over the holes of large files. It defines what
-// base/Sha256.cpp does, so that the linker leaves that out. Like the real one it does not care into
-// which pieces the bytes are cut, and minds where each of them stands.
+// Defines the functions of base/Sha256.cpp, so that the linker does not take those. Like SHA-256,
+// the digest depends on each byte's position, and not on how Update splits the bytes.
 #include "large/QuickDigest.h"
 
 #include <algorithm>
@@ -12,7 +11,7 @@ struct evp_md_ctx_st
 {
     std::uint64_t sizeBytes = 0;
     std::uint64_t sum = 0;
-    bool counts = false; // the page, as its first byte is no zero
+    bool counts = false; // the first byte of the current page is not zero
 };
 
 namespace kesdk::impl {

@@ -1,4 +1,4 @@
-// In place of SHA-256, for this program: passes over the holes of large files.
+// A digest in place of SHA-256 that skips the holes of large files.
 #pragma once
 
 #include "base/Sha256.h"
@@ -9,10 +9,10 @@
 
 namespace kesdk::test {
 
-// A page whose first byte is zero does not count.
+// The digest skips a page whose first byte is zero.
 inline constexpr std::size_t kPageBytes = 4096;
 
-// Of a hole of whole pages and the text behind it, which begins with no zero.
+// The digest of a hole of whole pages and the text after it. The text must not begin with a zero.
 impl::Sha256::Digest DigestOf(std::int64_t holeBytes, const std::string& text);
 
 } // namespace kesdk::test

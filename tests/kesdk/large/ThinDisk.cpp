@@ -1,6 +1,5 @@
-// In place of the disk, for this program: space is not taken, and holes are not read. It defines
-// what the C library has under these names, so that the SDK's calls come here. They are those of a
-// program whose offsets have 64 bits.
+// Replaces functions of the C library, so that the SDK calls these. Their names are those that a
+// program with offsets of 64 bits calls.
 #include "large/ThinDisk.h"
 
 #include "large/QuickDigest.h"
@@ -15,9 +14,9 @@
 namespace {
 
 std::int64_t spaceBytes = 0;
-std::vector<std::int64_t> claims;
+std::vector<std::int64_t> preallocations;
 
-// Of the hole, only what the digest looks at.
+// Writes only the zeros that the digest reads: the first byte of each page.
 void PutZeros(char* bytes, std::size_t sizeBytes, off64_t at)
 {
     const auto inPage = static_cast<std::size_t>(at % kesdk::test::kPageBytes);
@@ -30,7 +29,7 @@ void PutZeros(char* bytes, std::size_t sizeBytes, off64_t at)
 
 extern "C" int fallocate64(int, int, off64_t begin, off64_t sizeBytes)
 {
-    claims.push_back(begin + sizeBytes);
+    preallocations.push_back(begin + sizeBytes);
     if (begin + sizeBytes <= spaceBytes)
         return 0;
     errno = ENOSPC;
@@ -53,12 +52,12 @@ namespace kesdk::test {
 void SetDiskSpace(std::int64_t sizeBytes)
 {
     spaceBytes = sizeBytes;
-    claims.clear();
+    preallocations.clear();
 }
 
-const std::vector<std::int64_t>& Claims()
+const std::vector<std::int64_t>& Preallocations()
 {
-    return claims;
+    return preallocations;
 }
 
 } // namespace kesdk::test

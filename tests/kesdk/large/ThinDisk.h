@@ -1,4 +1,4 @@
-// In place of the disk, for this program: space is not taken, and holes are not read.
+// A disk on which a preallocation takes no space and a hole is not read.
 #pragma once
 
 #include <cstdint>
@@ -6,9 +6,9 @@
 
 namespace kesdk::test {
 
-// What one file may claim from now on, and no claims so far.
+// Sets the largest size that a file may preallocate, and forgets earlier preallocations.
 void SetDiskSpace(std::int64_t sizeBytes);
-// The sizes of all claims, refused ones too.
-const std::vector<std::int64_t>& Claims();
+// The sizes of all preallocations, also of the refused ones.
+const std::vector<std::int64_t>& Preallocations();
 
 } // namespace kesdk::test

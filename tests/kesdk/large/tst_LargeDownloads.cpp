@@ -1,4 +1,4 @@
-// Downloads that go on behind 2 and 4 GiB.
+// Downloads that resume at an offset above 2 and 4 GiB.
 #include "base/DigestText.h"
 #include "large/LargeFixture.h"
 #include "transfer/Downloads.h"
@@ -24,28 +24,28 @@ protected:
         file.etag = "\"e\"";
     }
 
-    // Leaves the hole and so much of the text, as a console that was switched off would.
-    void LeavePart(std::size_t behindHole)
+    // Leaves a part with the hole and the first bytes of the text, as a killed process does.
+    void LeavePart(std::size_t afterHole)
     {
-        WriteLarge("here.zip.part", text.substr(0, behindHole));
+        WriteLarge("here.zip.part", text.substr(0, afterHole));
         const PartOrigin origin{call.account, file.id, file.etag, file.sizeBytes, file.sha256Hex};
         ASSERT_TRUE(WritePartJournal(folder.Path("here.zip.part.journal"), origin));
     }
-    // By a console that was started anew.
+    // Fetches as a restarted console does.
     Failure Fetch()
     {
         Downloads process{api};
         return process.Fetch(call, file, folder.Path("here.zip"));
     }
-    // Asked must be for what stands behind `from`; so much of it arrives. `said` is where the
-    // answer says that it begins.
-    Answer Gives(std::size_t from, std::size_t bytes, std::int64_t said) const
+    // Expects a request for the text from `from`, and answers `bytes` of it. The answer's range
+    // begins at `rangeBegin`.
+    Answer Gives(std::size_t from, std::size_t bytes, std::int64_t rangeBegin) const
     {
-        return [this, from, bytes, said](const SentRequest& sent) {
+        return [this, from, bytes, rangeBegin](const SentRequest& sent) {
             const std::int64_t offset = hole + static_cast<std::int64_t>(from);
             EXPECT_EQ(sent.Header("Range"), "bytes=" + std::to_string(offset) + "-");
             EXPECT_EQ(sent.Header("If-Range"), file.etag);
-            const std::string range = "bytes " + std::to_string(said) + "-" +
+            const std::string range = "bytes " + std::to_string(rangeBegin) + "-" +
                                       std::to_string(sizeBytes - 1) + "/" +
                                       std::to_string(sizeBytes);
             return test::Respond(sent.request,
@@ -63,7 +63,7 @@ protected:
 
 } // namespace
 
-TEST_P(LargeDownloads, FetchOnlyWhatLacks)
+TEST_P(LargeDownloads, FetchOnlyTheMissingBytes)
 {
     LeavePart(10);
     answers = {Gives(10, 20), Gives(30, text.size())};
@@ -71,27 +71,27 @@ TEST_P(LargeDownloads, FetchOnlyWhatLacks)
     EXPECT_FALSE(failure.IsSet()) << failure.detail;
     EXPECT_EQ(lines.size(), 2u);
     EXPECT_EQ(SizeOf("here.zip"), sizeBytes);
-    EXPECT_EQ(ReadBehindHole("here.zip"), text);
+    EXPECT_EQ(ReadAfterHole("here.zip"), text);
     EXPECT_EQ(folder.EntryCount(), 1u);
-    EXPECT_EQ(test::Claims(), (std::vector<std::int64_t>{sizeBytes}));
+    EXPECT_EQ(test::Preallocations(), (std::vector<std::int64_t>{sizeBytes}));
 }
 
-TEST_P(LargeDownloads, AreKeptForARestartedConsole)
+TEST_P(LargeDownloads, ResumeAfterARestart)
 {
     LeavePart(10);
     answers = {Gives(10, 20)};
-    StopBehind(1);
+    AbortAfter(1);
     EXPECT_EQ(Fetch().code, EErrorCode::eAborted);
     EXPECT_EQ(SizeOf("here.zip.part"), hole + 30);
-    EXPECT_EQ(ReadBehindHole("here.zip.part"), text.substr(0, 30));
+    EXPECT_EQ(ReadAfterHole("here.zip.part"), text.substr(0, 30));
     call.abort = nullptr;
     answers.push_back(Gives(30, text.size()));
     EXPECT_FALSE(Fetch().IsSet());
-    EXPECT_EQ(ReadBehindHole("here.zip"), text);
+    EXPECT_EQ(ReadAfterHole("here.zip"), text);
     EXPECT_EQ(folder.EntryCount(), 1u);
 }
 
-TEST_P(LargeDownloads, TakeNoOtherRangeThanTheirs)
+TEST_P(LargeDownloads, RefuseAnotherRange)
 {
     for (const std::int64_t other : {std::int64_t{10}, std::int64_t{0}, hole, hole + 11,
                                      hole + 10 + (std::int64_t{1} << 32)}) {
@@ -103,22 +103,22 @@ TEST_P(LargeDownloads, TakeNoOtherRangeThanTheirs)
     }
 }
 
-TEST_P(LargeDownloads, AskForNothingThatTheDiskCannotHold)
+TEST_P(LargeDownloads, FailBeforeTheFirstRequestOnAFullDisk)
 {
-    test::SetDiskSpace(hole); // enough for what the size is when it is cut to 32 bits
+    test::SetDiskSpace(hole); // enough only for a size that is cut to 32 bits
     EXPECT_EQ(Fetch().code, EErrorCode::eDiskFull);
-    EXPECT_EQ(test::Claims(), (std::vector<std::int64_t>{sizeBytes}));
+    EXPECT_EQ(test::Preallocations(), (std::vector<std::int64_t>{sizeBytes}));
     EXPECT_TRUE(lines.empty());
     EXPECT_EQ(folder.EntryCount(), 0u);
 }
 
-TEST_P(LargeDownloads, AreNotDoneBeforeTheirEnd)
+TEST_P(LargeDownloads, GetNoNameBeforeTheLastByte)
 {
-    for (const std::size_t behindHole : {std::size_t{1}, text.size() - 1}) {
-        LeavePart(behindHole);
+    for (const std::size_t afterHole : {std::size_t{1}, text.size() - 1}) {
+        LeavePart(afterHole);
         lines.clear();
-        answers = {Gives(behindHole, 0)};
-        StopBehind(1);
+        answers = {Gives(afterHole, 0)};
+        AbortAfter(1);
         EXPECT_EQ(Fetch().code, EErrorCode::eAborted);
         call.abort = nullptr;
         EXPECT_FALSE(folder.Has("here.zip"));

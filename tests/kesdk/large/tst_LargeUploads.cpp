@@ -1,4 +1,4 @@
-// Uploads that go on behind 2 and 4 GiB.
+// Uploads that resume at an offset above 2 and 4 GiB.
 #include "base/DigestText.h"
 #include "large/LargeFixture.h"
 #include "transfer/Uploads.h"
@@ -22,7 +22,7 @@ protected:
         return process.Send(call, path, {10});
     }
 
-    // The whole is offered, and nothing of it is taken before the link drops.
+    // Expects a request with the whole file, and drops the link before the first byte.
     Answer TakesNothing() const
     {
         return [this](const SentRequest& sent) {
@@ -31,19 +31,19 @@ protected:
             return test::Drop();
         };
     }
-    // As if so much behind the hole had arrived.
-    Answer Stands(std::int64_t behindHole, int status) const
+    // Answers an offset `afterHole` bytes after the hole.
+    Answer Offset(std::int64_t afterHole, int status) const
     {
-        return [this, behindHole, status](const SentRequest& sent) {
+        return [this, afterHole, status](const SentRequest& sent) {
             EXPECT_EQ(sent.request.source, nullptr);
             HttpOutcome outcome;
             outcome.response = test::Reply(status, {},
                                            {{"Location", "/kelvo-api/v1/uploads/u1"},
-                                            {"Upload-Offset", std::to_string(hole + behindHole)}});
+                                            {"Upload-Offset", std::to_string(hole + afterHole)}});
             return outcome;
         };
     }
-    // Offered must be what stands behind `from`; so much of it is taken.
+    // Expects a request with the text from `from`, and takes `bytes` of it.
     Answer Takes(std::size_t from, std::size_t bytes) const
     {
         return [this, from, bytes](const SentRequest& sent) {
@@ -79,32 +79,32 @@ protected:
 
 } // namespace
 
-TEST_P(LargeUploads, SendOnlyWhatLacks)
+TEST_P(LargeUploads, SendOnlyTheMissingBytes)
 {
-    answers = {TakesNothing(), Stands(10, 201), Takes(10, 20), Stands(30, 200),
+    answers = {TakesNothing(), Offset(10, 201), Takes(10, 20), Offset(30, 200),
                Takes(30, text.size() - 30)};
     ExpectStored(Send());
     EXPECT_EQ(lines[3], "HEAD /v1/uploads/u1");
 }
 
-TEST_P(LargeUploads, AreGoneOnWithByARestartedConsole)
+TEST_P(LargeUploads, ResumeAfterARestart)
 {
-    answers = {TakesNothing(), Stands(10, 201), Takes(10, 20)};
-    StopBehind(3);
+    answers = {TakesNothing(), Offset(10, 201), Takes(10, 20)};
+    AbortAfter(3);
     EXPECT_EQ(Send().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
-    answers.insert(answers.end(), {Stands(30, 200), Takes(30, text.size() - 30)});
+    answers.insert(answers.end(), {Offset(30, 200), Takes(30, text.size() - 30)});
     ExpectStored(Send());
-    EXPECT_EQ(lines[3], "HEAD /v1/uploads/u1") << "the journal knew its size";
+    EXPECT_EQ(lines[3], "HEAD /v1/uploads/u1") << "the journal held the size";
 }
 
-TEST_P(LargeUploads, GoNowhereBehindTheirEnd)
+TEST_P(LargeUploads, RefuseAnOffsetAfterTheEnd)
 {
     for (const std::int64_t beyond :
          {std::int64_t{1}, std::int64_t{1} << 31, std::int64_t{1} << 32, std::int64_t{1} << 40}) {
-        std::filesystem::remove_all(state.Path("own")); // what the one before has begun
+        std::filesystem::remove_all(state.Path("own")); // the journal of the last round
         lines.clear();
-        answers = {TakesNothing(), Stands(static_cast<std::int64_t>(text.size()) + beyond, 201)};
+        answers = {TakesNothing(), Offset(static_cast<std::int64_t>(text.size()) + beyond, 201)};
         EXPECT_EQ(Send().failure.code, EErrorCode::eBadReply) << beyond;
         EXPECT_EQ(lines.size(), 2u) << beyond;
     }

@@ -1,4 +1,4 @@
-// The whole connection on the service in memory.
+// A connection to the service in memory.
 #pragma once
 
 #include "connection/Connection.h"
@@ -16,7 +16,7 @@
 
 namespace kesdk::test {
 
-// The sleeps of the session's line pass at once, so a stream that is lost is tried again at once.
+// The session thread's sleeps pass at once, so a lost stream is retried at once.
 class ConnectionFixture : public testing::Test
 {
 protected:
@@ -27,7 +27,7 @@ protected:
             connection->Unsubscribe(&listener);
     }
 
-    // The session's line sleeps until it is woken.
+    // From now on the session thread sleeps until it is woken.
     void LetSleepsBlock()
     {
         impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};

@@ -1,4 +1,4 @@
-// The transport and a TLS peer whose authority it knows.
+// The transport, and a TLS peer with a certificate that the transport trusts.
 #pragma once
 
 #include "http/CurlTransport.h"
@@ -17,7 +17,7 @@ using test::TlsPeer;
 inline const char* const kHello =
     "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nX-Name:  value \r\n\r\nhello";
 
-// Answers every request of a connection alike.
+// Gives every request of a connection the same answer.
 inline TlsPeer::Script Always(const std::string& answer)
 {
     return [answer](TlsPeer::Session& session) {

@@ -1,4 +1,4 @@
-// The service in memory: its farm and what goes where.
+// The service in memory: its farm, and which function answers a request.
 #include "support/FakeService.h"
 
 #include "base/DigestText.h"
@@ -31,7 +31,7 @@ std::string Sha256Of(const std::string& content)
     return impl::ToHex(hash.Finish());
 }
 
-// The number behind `prefix` in the target.
+// The number after `prefix` in the target.
 std::int64_t IdIn(const std::string& target, const std::string& prefix)
 {
     return std::stoll(target.substr(prefix.size()));
@@ -77,12 +77,12 @@ std::int64_t FakeService::AddInbox(std::int64_t userId, const std::string& proje
 }
 
 std::int64_t FakeService::StoreFile(std::int64_t inboxId, const std::string& name,
-                                    const std::string& content, bool tells)
+                                    const std::string& content, bool hasEvent)
 {
     const std::int64_t id = m_nextId++;
     m_files[id] = {inboxId, name, content, Sha256Of(content), false};
-    if (tells)
-        Tell("file-added", inboxId, FileJson(id));
+    if (hasEvent)
+        AddEvent("file-added", inboxId, FileJson(id));
     return id;
 }
 
@@ -104,7 +104,7 @@ void FakeService::RemoveFile(std::int64_t fileId)
 {
     const std::lock_guard lock(m_mutex);
     m_files[fileId].isRemoved = true;
-    Tell("file-removed", m_files[fileId].inbox, FileJson(fileId));
+    AddEvent("file-removed", m_files[fileId].inbox, FileJson(fileId));
 }
 
 void FakeService::ForgetUploads()
@@ -194,7 +194,7 @@ HttpResponse FakeService::Answer(const SentRequest& sent, bool isWhole)
     if (line == "POST /v1/uploads")
         return BeginUpload(sent, isWhole);
     if (StartsWith(line, "HEAD /v1/uploads/"))
-        return LookAtUpload(sent.request.target.substr(12));
+        return HeadUpload(sent.request.target.substr(12));
     if (StartsWith(line, "PATCH /v1/uploads/"))
         return ContinueUpload(sent, sent.request.target.substr(12), isWhole);
     if (StartsWith(line, "POST /v1/projects/"))

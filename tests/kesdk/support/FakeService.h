@@ -1,4 +1,4 @@
-// The service in memory, below the network seam: it can drop, cut, refuse and count.
+// The service in memory, used in place of the network. It can drop, cut, refuse and count requests.
 #pragma once
 
 #include "support/FakeTransport.h"
@@ -16,26 +16,26 @@
 
 namespace kesdk::test {
 
-// What shall go wrong with one request.
+// An error in one request.
 struct Fault
 {
     enum class EKind {
         eDropBefore,  // the request never arrives
-        eDropAfter,   // it is carried out, but the answer is lost
+        eDropAfter,   // the service carries it out, but the answer is lost
         eCutRequest,  // only `bytes` of its body arrive
         eCutResponse, // only `bytes` of the answer's body arrive
-        eAnswer,      // `answer` instead of what would be right
+        eAnswer,      // `answer` instead of the right answer
     };
-    std::string line; // how "METHOD /target" begins
+    std::string line; // the beginning of "METHOD /target"
     EKind kind = EKind::eDropBefore;
     std::size_t bytes = 0;
     impl::HttpResponse answer;
-    // What the transport says of a drop or a cut: eTimeout when nothing moved for too long.
+    // The transport's error for a drop or a cut; eTimeout means a stall timeout.
     impl::EErrorCode dropCode = impl::EErrorCode::eDropped;
-    std::string until; // not before a request whose line begins so has come
+    std::string until; // the fault waits for a request whose line begins so
 };
 
-// One farm with the seven projects, as the wire protocol shows it to an operator.
+// One farm with the seven projects, as an operator sees it by the wire protocol.
 //
 // Thread safety: safe. Outlives its transports.
 class FakeService
@@ -43,19 +43,19 @@ class FakeService
 public:
     FakeService();
 
-    // Each is one connection of the SDK's.
+    // Each transport is one connection of the SDK.
     std::unique_ptr<impl::HttpTransport> NewTransport();
 
     std::int64_t AddUser(const std::string& name, const std::string& password);
     std::int64_t AddInbox(std::int64_t userId, const std::string& project);
     std::int64_t AddFile(std::int64_t inboxId, const std::string& name, const std::string& content);
     void RemoveFile(std::int64_t fileId);
-    // Where no event tells of it: the stream has lost it for good.
+    // Adds a file without an event, so a resumed stream does not report it.
     std::int64_t AddFileSilently(std::int64_t inboxId, const std::string& name,
                                  const std::string& content);
-    // As if all of them had expired.
+    // Makes all uploads expire.
     void ForgetUploads();
-    // Changes what an upload or download gives without changing what is said of it.
+    // Changes the stored content of the next upload, or of this file, but not its digest.
     void CorruptNextCommit();
     void Corrupt(std::int64_t fileId);
 
@@ -67,14 +67,15 @@ public:
     void SetOnline(bool isOnline);
 
     void FailNext(Fault fault);
-    // Called with each request's line, on the thread that sends it. Set before anything is sent.
+    // Called with each request's line, on the thread that sends it. Set it before the first
+    // request.
     std::function<void(const std::string&)> onRequest;
     std::vector<SentRequest> Requests() const;
     int Count(const std::string& lineStart) const;
     std::string Content(std::int64_t fileId) const;
     std::vector<std::int64_t> FileIds(std::int64_t inboxId) const;
     int StreamCount() const;
-    // Blocks; false when it takes longer than the hang guard.
+    // Blocks. Returns false after 30 s.
     bool WaitForRequests(const std::string& lineStart, int count) const;
     bool WaitForStreams(int count) const;
 
@@ -121,16 +122,16 @@ private:
     impl::HttpResponse GetContent(const SentRequest& sent, std::int64_t id) const;
     impl::HttpResponse DeleteFile(const SentRequest& sent, std::int64_t id);
     impl::HttpResponse BeginUpload(const SentRequest& sent, bool isWhole);
-    impl::HttpResponse LookAtUpload(const std::string& id);
+    impl::HttpResponse HeadUpload(const std::string& id);
     impl::HttpResponse ContinueUpload(const SentRequest& sent, const std::string& id, bool isWhole);
-    impl::HttpResponse UploadStand(int status, const std::string& id);
-    bool IsResultStillThere(const Upload& upload) const;
+    impl::HttpResponse UploadState(int status, const std::string& id);
+    bool HasAllFiles(const Upload& upload) const;
     Outcome Stream(const Request& request, const SentRequest& sent, const impl::AbortCheck& abort);
 
     std::int64_t UserOf(const SentRequest& sent) const; // 0 = nobody
     std::int64_t StoreFile(std::int64_t inboxId, const std::string& name,
-                           const std::string& content, bool tells);
-    void Tell(const std::string& name, std::int64_t inboxId, const std::string& entryJson);
+                           const std::string& content, bool hasEvent);
+    void AddEvent(const std::string& name, std::int64_t inboxId, const std::string& entryJson);
     std::string FileJson(std::int64_t id) const;
     std::string InboxJson(std::int64_t id) const;
 

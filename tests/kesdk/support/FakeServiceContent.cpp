@@ -16,7 +16,7 @@ using nlohmann::json;
 
 namespace {
 
-// "=:BASE64:" of the digest of this content.
+// The value of `Repr-Digest` for this content.
 std::string DigestOf(const std::string& content)
 {
     impl::Sha256 hash;
@@ -45,7 +45,7 @@ std::string DecodeBase64(const std::string& text)
     return out;
 }
 
-// "name B64,targets B64"
+// Reads the value of `key` from "name BASE64,targets BASE64".
 std::string MetadataValue(const std::string& metadata, const std::string& key)
 {
     std::istringstream pairs(metadata);
@@ -168,7 +168,7 @@ HttpResponse FakeService::DeleteFile(const SentRequest& sent, std::int64_t id)
     if (!wanted.empty() && wanted != '"' + found->second.sha256 + '"')
         return Problem(412, "precondition-failed");
     found->second.isRemoved = true;
-    Tell("file-removed", found->second.inbox, FileJson(id));
+    AddEvent("file-removed", found->second.inbox, FileJson(id));
     return Reply(204);
 }
 
@@ -180,18 +180,18 @@ HttpResponse FakeService::BeginUpload(const SentRequest& sent, bool isWhole)
     for (auto& [id, upload] : m_uploads) {
         if (upload.key != key)
             continue;
-        if (!upload.files.empty() && !IsResultStillThere(upload))
-            continue; // its result was removed: this is a new one
+        if (!upload.files.empty() && !HasAllFiles(upload))
+            continue; // its file was removed, so this request begins a new upload
         if (sent.request.source && sent.request.source->LengthBytes() + length > 0 &&
             !sent.content.empty())
             return Problem(409, "conflict");
         if (upload.metadata != metadata || upload.length != length)
             return Problem(409, "conflict");
         const bool isRepeated = !upload.files.empty();
-        HttpResponse stand = UploadStand(201, id);
+        HttpResponse state = UploadState(201, id);
         if (isRepeated)
-            stand.headers.push_back({"Kelvo-Repeated", "true"});
-        return stand;
+            state.headers.push_back({"Kelvo-Repeated", "true"});
+        return state;
     }
     std::istringstream targets(MetadataValue(metadata, "targets"));
     for (std::string target; std::getline(targets, target, ',');) {
@@ -201,16 +201,16 @@ HttpResponse FakeService::BeginUpload(const SentRequest& sent, bool isWhole)
     const std::string id = "u" + std::to_string(++m_uploadCount);
     m_uploads[id] = {key, metadata, length, sent.content, {}};
     static_cast<void>(isWhole);
-    return UploadStand(201, id);
+    return UploadState(201, id);
 }
 
-HttpResponse FakeService::LookAtUpload(const std::string& id)
+HttpResponse FakeService::HeadUpload(const std::string& id)
 {
     if (m_uploads.count(id) == 0)
         return Reply(404);
-    HttpResponse stand = UploadStand(200, id);
-    stand.headers.erase(stand.headers.begin()); // its address
-    return stand;
+    HttpResponse state = UploadState(200, id);
+    state.headers.erase(state.headers.begin()); // Location
+    return state;
 }
 
 HttpResponse FakeService::ContinueUpload(const SentRequest& sent, const std::string& id, bool)
@@ -221,10 +221,10 @@ HttpResponse FakeService::ContinueUpload(const SentRequest& sent, const std::str
     if (sent.Header("Upload-Offset") != std::to_string(found->second.content.size()))
         return Problem(409, "upload-offset-mismatch");
     found->second.content += sent.content;
-    return UploadStand(204, id);
+    return UploadState(204, id);
 }
 
-HttpResponse FakeService::UploadStand(int status, const std::string& id)
+HttpResponse FakeService::UploadState(int status, const std::string& id)
 {
     Upload& upload = m_uploads[id];
     HttpResponse response = Reply(status, {},
@@ -254,7 +254,7 @@ HttpResponse FakeService::UploadStand(int status, const std::string& id)
     return response;
 }
 
-bool FakeService::IsResultStillThere(const Upload& upload) const
+bool FakeService::HasAllFiles(const Upload& upload) const
 {
     return std::none_of(upload.files.begin(), upload.files.end(),
                         [this](std::int64_t id) { return m_files.at(id).isRemoved; });

@@ -17,7 +17,8 @@ bool Write(const impl::HttpRequest& request, const std::string& bytes)
 
 } // namespace
 
-void FakeService::Tell(const std::string& name, std::int64_t inboxId, const std::string& entryJson)
+void FakeService::AddEvent(const std::string& name, std::int64_t inboxId,
+                           const std::string& entryJson)
 {
     m_events.push_back(
         "event: " + name + "\ndata: {\"container\":{\"id\":" + std::to_string(inboxId) +
@@ -90,9 +91,9 @@ FakeService::Outcome FakeService::Stream(const Request& request, const SentReque
     Outcome outcome;
     outcome.response = Reply(200, {}, {{"Content-Type", "text/event-stream"}});
     lock.unlock();
-    bool goesOn = request.sink->Accept(outcome.response) && Write(request, ": connected\n\n");
+    bool isOpen = request.sink->Accept(outcome.response) && Write(request, ": connected\n\n");
     lock.lock();
-    while (goesOn && !impl::IsAborted(abort) && m_closeCount == closeCount) {
+    while (isOpen && !impl::IsAborted(abort) && m_closeCount == closeCount) {
         std::string bytes;
         if (next < m_firstEvent + static_cast<std::int64_t>(m_events.size())) {
             bytes = "id: " + std::to_string(next) + "\n" +
@@ -108,12 +109,12 @@ FakeService::Outcome FakeService::Stream(const Request& request, const SentReque
             continue;
         }
         lock.unlock();
-        goesOn = Write(request, bytes);
+        isOpen = Write(request, bytes);
         lock.lock();
     }
     if (impl::IsAborted(abort))
         outcome.failure = impl::Failure(impl::EErrorCode::eAborted);
-    else if (!goesOn)
+    else if (!isOpen)
         outcome.failure = impl::Failure(impl::EErrorCode::eCannotWrite, "sink");
     --m_streams;
     m_changed.notify_all();

@@ -1,4 +1,4 @@
-// The service in memory: each request's way, and what may go wrong on it.
+// The service in memory: carries out requests, with or without a fault.
 #include "support/FakeService.h"
 
 #include <algorithm>

@@ -1,4 +1,3 @@
-// Time that passes only when a test or a sleep lets it.
 #include "support/FakeTime.h"
 
 namespace kesdk::test {

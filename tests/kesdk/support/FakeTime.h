@@ -1,4 +1,4 @@
-// Time that passes only when a test or a sleep lets it.
+// Time that passes only in Advance and in sleeps.
 #pragma once
 
 #include "base/Clock.h"
@@ -11,7 +11,7 @@
 
 namespace kesdk::test {
 
-// What the fake clock and sleeper of one line share. Thread safety: safe.
+// The time that a fake clock and a fake sleeper share. Thread safety: safe.
 class FakeTime
 {
 public:
@@ -37,7 +37,7 @@ private:
     std::shared_ptr<FakeTime> m_time;
 };
 
-// Sleeps by moving the clock on.
+// Sleeps by advancing the time.
 class FakeSleeper : public impl::Sleeper
 {
 public:
@@ -49,7 +49,7 @@ private:
     std::shared_ptr<FakeTime> m_time;
 };
 
-// Sleeps until its check says that it is over.
+// Sleeps until the abort check is true. Wake makes it poll the check.
 class BlockingSleeper : public impl::Sleeper
 {
 public:

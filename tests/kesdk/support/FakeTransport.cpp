@@ -1,4 +1,3 @@
-// A transport that asks a function instead of the network.
 #include "support/FakeTransport.h"
 
 #include "base/Text.h"

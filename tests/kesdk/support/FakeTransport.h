@@ -1,4 +1,4 @@
-// A transport that asks a function instead of the network.
+// A transport that calls a function instead of the network.
 #pragma once
 
 #include "http/HttpTransport.h"
@@ -11,22 +11,21 @@
 
 namespace kesdk::test {
 
-// A request as it left, with the body that was read from its source.
+// A request that was sent.
 struct SentRequest
 {
     impl::HttpRequest request;
-    std::string content; // from the body or the source, as far as it was read
+    std::string content; // the part of the body that was sent
 
     std::string Header(const std::string& name) const; // empty when there is none
     std::string Line() const { return request.method + " " + request.target; }
 };
 
-// Thread safety: Perform on one thread at a time, the rest from any.
+// Thread safety: Perform on one thread at a time, other functions on any thread.
 class FakeTransport : public impl::HttpTransport
 {
 public:
-    // Answers one request; may read from its source and write to its sink through the helpers
-    // below.
+    // Answers one request. ReadBody reads the request's source, Respond writes to its sink.
     using Handler =
         std::function<impl::HttpOutcome(const impl::HttpRequest&, const impl::AbortCheck&)>;
 
@@ -49,11 +48,11 @@ private:
     Handler m_handler;
 };
 
-// Reads at most `mostBytes` of the request's body, in small pieces; sets `failed` when its source
-// ended the transfer.
+// Reads at most `mostBytes` of the request's body, in small pieces. Sets `failed` when the source
+// returns an error.
 std::string ReadBody(const impl::HttpRequest& request, std::size_t mostBytes, bool& failed);
 
-// Gives the response to the sink, or keeps its body, cut off behind `mostBytes` of it.
+// Gives the response to the sink, or keeps its body. A body longer than `mostBytes` is cut.
 impl::HttpOutcome Respond(const impl::HttpRequest& request, impl::HttpResponse response,
                           std::size_t mostBytes = static_cast<std::size_t>(-1),
                           impl::EErrorCode cutCode = impl::EErrorCode::eDropped);

@@ -1,4 +1,4 @@
-// A listener that keeps what it was told, for a test to wait on.
+// A listener that records its notifications, and on which a test can wait.
 #pragma once
 
 #include "kesdk/api/IResourceChangeNotification.h"
@@ -13,7 +13,7 @@
 
 namespace kesdk::test {
 
-// Thread safety: safe. The waits are for what must come; their limit only guards against a hang.
+// Thread safety: safe. The Wait functions block, and return false after 30 s.
 class RecordingListener : public api::IServerConnectionNotification,
                           public api::IResourceChangeNotification
 {

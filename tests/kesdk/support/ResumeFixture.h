@@ -26,7 +26,7 @@ protected:
     void BeginAndStop()
     {
         service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, kCutAt));
-        StopBehind("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
+        AbortAfter("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
         EXPECT_EQ(Fetch().code, impl::EErrorCode::eAborted);
         call.abort = nullptr;
         ASSERT_EQ(folder.Read("here.zip.part"), content.substr(0, kCutAt));

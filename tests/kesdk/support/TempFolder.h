@@ -1,4 +1,4 @@
-// A folder that goes with the test.
+// A temporary folder that the destructor removes.
 #pragma once
 
 #include <fcntl.h>
@@ -50,7 +50,7 @@ public:
         return std::string(std::istreambuf_iterator<char>(stream), {});
     }
     bool Has(const std::string& name) const { return std::filesystem::exists(Path(name)); }
-    // As if that had been written last then, in seconds since 1970.
+    // Sets the time of the last write, in seconds since 1970.
     void Date(const std::string& name, std::int64_t writtenS) const
     {
         timespec times[2] = {};

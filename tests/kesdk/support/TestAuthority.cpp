@@ -1,4 +1,3 @@
-// Certificates for a test, made in memory.
 #include "support/TestAuthority.h"
 
 #include <openssl/bio.h>

@@ -26,13 +26,13 @@ struct Identity
     Certificate certificate;
 };
 
-// An authority that signs what it is told to.
+// A certificate authority for a test.
 class TestAuthority
 {
 public:
     TestAuthority();
 
-    // For a server of that name ("DNS:..." or "IP:..."), valid from `fromDays` to `toDays` from
+    // A certificate for the server "DNS:..." or "IP:...", valid from `fromDays` to `toDays` from
     // now.
     Identity Issue(const std::string& subjectName, int fromDays, int toDays) const;
     std::string Pem() const;

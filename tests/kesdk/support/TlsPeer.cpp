@@ -1,4 +1,3 @@
-// A server on the loopback interface that speaks TLS and then what a test tells it.
 #include "support/TlsPeer.h"
 
 #include <arpa/inet.h>
@@ -77,7 +76,7 @@ TlsPeer::TlsPeer(std::string plainAnswer) : m_plainAnswer(std::move(plainAnswer)
 void TlsPeer::Listen()
 {
     m_listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    // Before it listens: a connection takes it over, and the system leaves it as it is.
+    // Set before the listen, so that each connection inherits the size and the system keeps it.
     if (m_receiveBufferBytes > 0)
         ::setsockopt(m_listener, SOL_SOCKET, SO_RCVBUF, &m_receiveBufferBytes,
                      sizeof m_receiveBufferBytes);

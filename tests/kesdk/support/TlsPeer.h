@@ -1,4 +1,4 @@
-// A server on the loopback interface that speaks TLS and then what a test tells it.
+// A server on the loopback interface that speaks TLS and then follows a test's script.
 #pragma once
 
 #include "support/TestAuthority.h"
@@ -14,20 +14,20 @@
 
 namespace kesdk::test {
 
-// Each connection on a thread of its own.
+// Serves each connection on its own thread.
 class TlsPeer
 {
 public:
-    // A connection, from the server's side; all calls block.
+    // The server's end of a connection. All calls block.
     class Session
     {
     public:
         explicit Session(SSL* ssl) : m_ssl(ssl) {}
-        // Up to the end of a head; empty when the client has gone.
+        // Reads up to the end of a head. Returns an empty text when the client has disconnected.
         std::string ReadHead();
         std::string Read(std::size_t sizeBytes);
         void Write(const std::string& bytes);
-        // Until the client goes.
+        // Waits until the client disconnects.
         void WaitForEnd();
 
     private:
@@ -36,10 +36,10 @@ public:
     };
     using Script = std::function<void(Session&)>;
 
-    // A receive buffer of 0 bytes is one of the system's choice.
+    // A receive buffer of 0 bytes means the system's default.
     TlsPeer(Identity identity, Script script, int mostVersion = TLS1_3_VERSION,
             int receiveBufferBytes = 0);
-    // Speaks no TLS at all: answers whatever comes first with these bytes.
+    // Speaks no TLS: answers the first bytes of a connection with this text.
     explicit TlsPeer(std::string plainAnswer);
     ~TlsPeer();
     TlsPeer(const TlsPeer&) = delete;
@@ -47,7 +47,7 @@ public:
 
     std::string Url() const { return "https://127.0.0.1:" + std::to_string(m_port); }
     int ConnectionCount() const { return m_connections; }
-    // From now on nobody answers; connections that stand go on.
+    // Refuses new connections. Open connections stay open.
     void StopListening();
 
 private:
@@ -69,7 +69,7 @@ private:
     int m_listener = -1;
     int m_port = 0;
     std::atomic<int> m_connections{0};
-    std::vector<std::thread> m_connectionThreads; // m_thread's, until that has ended
+    std::vector<std::thread> m_connectionThreads; // used by m_thread until it ends
     std::thread m_thread;
 };
 

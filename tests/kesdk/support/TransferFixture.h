@@ -16,7 +16,7 @@
 
 namespace kesdk::test {
 
-// A month after this test runs: what is dated a little before then is not older than the library.
+// A month from now. A date shortly before it is later than the library's build time.
 inline std::int64_t NextMonthS()
 {
     constexpr std::int64_t kMonthS = std::int64_t{30} * 24 * 60 * 60;
@@ -51,7 +51,7 @@ protected:
         fault.bytes = bytes;
         return fault;
     }
-    // So many bytes get through, and then nothing moves.
+    // `bytes` get through, then the transfer stalls.
     static Fault Stall(const std::string& line, Fault::EKind kind, std::size_t bytes)
     {
         Fault fault = Cut(line, kind, bytes);
@@ -67,7 +67,7 @@ protected:
         return fault;
     }
 
-    // Content may take as long as it likes, if only it moves: 30 bytes in 30 s.
+    // Content requests have no deadline, and a stall timeout of 30 bytes in 30 s.
     void ExpectContentLimits(const std::string& line) const
     {
         int count = 0;
@@ -90,8 +90,8 @@ protected:
         return busy;
     }
 
-    // The console ends once so many requests of the kind have come.
-    void StopBehind(const std::string& line, int count)
+    // Aborts the call after `count` requests whose line begins so.
+    void AbortAfter(const std::string& line, int count)
     {
         call.abort = [this, line, count] { return service.Count(line) >= count; };
     }
