@@ -12,6 +12,7 @@
 #include "hostimpl/TConfigStore.h"
 #include "hostimpl/TFeatures.h"
 #include "hostimpl/TFedGPSCoordinator.h"
+#include "hostimpl/TStartWatch.h"
 #include "hostimpl/TUserLevels.h"
 
 #include <QtCore/QDir>
@@ -122,9 +123,12 @@ public:
     {
         using TInitialise = void (*)(QWidget*, const TGPSCoordinator*, const QString&,
                                      const TAppUserLevels*, const TAppFeatures*);
-        Resolve<TInitialise>("Initialise")(nullptr, &host.gps, QStringLiteral("Host 1.0"),
-                                           &host.levels, &host.features);
-        WaitUntil("the worker does not listen", [&] { return host.gps.ReadyListeners() > 0; });
+        hostimpl::TStartWatch watch;
+        watch.Run([&] {
+            Resolve<TInitialise>("Initialise")(nullptr, &host.gps, QStringLiteral("Host 1.0"),
+                                               &host.levels, &host.features);
+        });
+        WaitUntil("the worker is not ready", [&] { return watch.AreAllInitialised(); });
     }
     void Finalise() { Resolve<void (*)()>("Finalise")(); }
     TKelvoInterface& Hub() { return *Resolve<TKelvoInterface* (*)()>("GetKelvoInterface")(); }

@@ -12,6 +12,7 @@
 #include "hostimpl/TConfigStore.h"
 #include "hostimpl/TFeatures.h"
 #include "hostimpl/TFedGPSCoordinator.h"
+#include "hostimpl/TStartWatch.h"
 #include "worker/TKelvoThreadObject.h"
 
 #include <QtCore/QEventLoop>
@@ -49,8 +50,9 @@ public:
         QString errorText;
         m_isReady = hostimpl::SetDataFolder(m_folder.path()) && hostimpl::CreateFolders(errorText);
         KelvoInterface = new TKelvoInterface; // the worker's to delete
-        m_worker.start(QThread::LowestPriority);
-        m_isReady = m_isReady && WaitFor(&m_gps, &hostimpl::TFedGPSCoordinator::ListenerReady, 1);
+        hostimpl::TStartWatch watch;
+        watch.Run([this] { m_worker.start(QThread::LowestPriority); });
+        m_isReady = m_isReady && WaitFor(&watch, &hostimpl::TStartWatch::AllInitialised, 1);
     }
     ~TSharing()
     {

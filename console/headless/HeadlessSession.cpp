@@ -12,9 +12,9 @@
 #include "console/session/TLineSource.h"
 #include "console/session/TPluginSession.h"
 #include "console/session/TStopSignals.h"
-#include "console/session/WorkerReadiness.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QEventLoop>
 #include <QtCore/QFile>
 
 #include <cstdio>
@@ -24,8 +24,6 @@
 #include <unistd.h>
 
 namespace {
-
-constexpr int workerTimeoutMs = 10000;
 
 void Print(const QByteArray& line)
 {
@@ -56,6 +54,17 @@ bool ReadScript(const QString& path, std::optional<QStringList>& lines, QString&
         }
     }
     return true;
+}
+
+// Blocks until the worker of a session that has just been started is ready. False if it fails.
+bool WaitForWorker(const console::TPluginSession& session)
+{
+    QEventLoop loop;
+    QObject::connect(&session, &console::TPluginSession::WorkerReady, &loop,
+                     [&loop] { loop.exit(1); });
+    QObject::connect(&session, &console::TPluginSession::WorkerFailed, &loop,
+                     [&loop] { loop.exit(0); });
+    return loop.exec() == 1;
 }
 
 // Runs the commands until they end or a signal stops them.
@@ -118,7 +127,7 @@ int RunHeadless(const TConsoleSettings& settings)
     if (!session.Start(settings.pluginPath, nullptr, errorText)) {
         return Complain(errorText, eExitPlugin);
     }
-    if (!WaitForWorker(session.Coordinator(), workerTimeoutMs)) {
+    if (!WaitForWorker(session)) {
         return Complain(QStringLiteral("The plug-in does not take requests; is the service's "
                                        "address usable?"),
                         eExitPlugin);

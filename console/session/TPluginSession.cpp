@@ -1,17 +1,40 @@
 #include "console/session/TPluginSession.h"
 
 #include "console/position/TPositionThread.h"
+#include "core/TKelvoInterface.h"
 #include "host/ConfigManager.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QMetaMethod>
 
 #include <utility>
 
+namespace {
+
+// Opens QObject::isSignalConnected() for the hub, whose own class is the plug-in's.
+struct THubAccess : QObject
+{
+    static bool HasReceiver(const QObject& hub, const char* signature)
+    {
+        constexpr auto isSignalConnected = &THubAccess::isSignalConnected;
+        const QMetaObject& metaObject = *hub.metaObject();
+        return (hub.*isSignalConnected)(metaObject.method(metaObject.indexOfSignal(signature)));
+    }
+};
+
+} // namespace
+
 namespace console {
 
-TPluginSession::TPluginSession()
+TPluginSession::TPluginSession(int workerTimeoutMs)
     : m_features(ConfigManager::Instance()), m_userLevels(ConfigManager::Instance())
-{}
+{
+    m_workerTimeout.setSingleShot(true);
+    m_workerTimeout.setInterval(workerTimeoutMs);
+    connect(&m_workerTimeout, &QTimer::timeout, this, &TPluginSession::WorkerFailed);
+    connect(&m_workerStart, &hostimpl::TStartWatch::AllInitialised, this,
+            &TPluginSession::OnWorkerInitialised);
+}
 
 TPluginSession::~TPluginSession()
 {
@@ -22,7 +45,31 @@ bool TPluginSession::Start(const QString& pluginPath, QWidget* parentWidget, QSt
 {
     const TPluginContext context{parentWidget, &m_coordinator, QCoreApplication::applicationName(),
                                  &m_userLevels, &m_features};
-    return m_plugin.Load(pluginPath, errorText) && m_plugin.Start(context, errorText);
+    if (!m_plugin.Load(pluginPath, errorText)) {
+        return false;
+    }
+    bool isStarted = false;
+    m_workerStart.Run([&] { isStarted = m_plugin.Start(context, errorText); });
+    if (isStarted) {
+        m_workerTimeout.start();
+    }
+    return isStarted;
+}
+
+// A worker whose SDK could not be set up (a useless service address, no memory) is initialised too,
+// but it never connects to the hub. Only now is it safe to ask the hub: no thread connects to it
+// any more, and the console itself listens later.
+void TPluginSession::OnWorkerInitialised()
+{
+    if (Hub() == nullptr) {
+        return; // it did not start, or Stop() was quicker
+    }
+    m_workerTimeout.stop();
+    if (THubAccess::HasReceiver(*Hub(), "KelvoLoginRequested()")) {
+        Q_EMIT WorkerReady();
+    } else {
+        Q_EMIT WorkerFailed();
+    }
 }
 
 bool TPluginSession::Listen(THubListener::THandler handler, QString& errorText)
@@ -33,7 +80,8 @@ bool TPluginSession::Listen(THubListener::THandler handler, QString& errorText)
             handler(event);
         });
     if (!m_listener->Attach(*m_plugin.Hub(), errorText)) {
-        Stop();
+        m_listener.reset();
+        m_plugin.Stop();
         return false;
     }
     return true;
@@ -53,6 +101,7 @@ void TPluginSession::StartSource(const TGpsSetting& setting)
 
 void TPluginSession::Stop()
 {
+    m_workerTimeout.stop();
     m_source.reset();
     m_listener.reset(); // the hub ends with the plug-in
     m_plugin.Stop();

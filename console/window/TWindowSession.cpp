@@ -16,7 +16,6 @@
 
 namespace {
 
-constexpr int workerTimeoutMs = 10000;
 constexpr int positionTickMs = 250;
 
 } // namespace
@@ -74,39 +73,30 @@ void TWindowSession::ConnectWindow()
     m_positionTick.start(positionTickMs);
 }
 
+// A request before WorkerReady() is lost: until then there are no screens to make a request with.
 void TWindowSession::StartPlugin()
 {
-    QString errorText;
-    if (!m_plugin.Start(m_settings.pluginPath, m_window.get(), errorText) ||
-        !m_plugin.Listen([this](const THubEvent& event) { m_link.OnHubEvent(event); }, errorText)) {
-        Tell(errorText);
-        return;
-    }
-    // A request that the operator makes before the plug-in's worker listens goes nowhere: until
-    // then there are no screens to make it with.
-    if (m_plugin.Coordinator().ReadyListeners() > 0) {
-        CreateScreens();
-        return;
-    }
-    connect(&m_plugin.Coordinator(), &hostimpl::TFedGPSCoordinator::ListenerReady, this,
-            &TWindowSession::CreateScreens);
-    m_workerGuard.setSingleShot(true);
-    connect(&m_workerGuard, &QTimer::timeout, this, [this] {
+    connect(&m_plugin, &TPluginSession::WorkerReady, this, &TWindowSession::CreateScreens);
+    connect(&m_plugin, &TPluginSession::WorkerFailed, this, [this] {
         Tell(tr("The plug-in does not take requests; is the service's address usable?"));
     });
-    m_workerGuard.start(workerTimeoutMs);
+    QString errorText;
+    if (!m_plugin.Start(m_settings.pluginPath, m_window.get(), errorText)) {
+        Tell(errorText);
+    }
 }
 
 void TWindowSession::CreateScreens()
 {
-    disconnect(&m_plugin.Coordinator(), &hostimpl::TFedGPSCoordinator::ListenerReady, this,
-               nullptr);
-    m_workerGuard.stop();
     if (m_isEnding) {
         return;
     }
-    m_link.SetAvailable(true);
     QString errorText;
+    if (!m_plugin.Listen([this](const THubEvent& event) { m_link.OnHubEvent(event); }, errorText)) {
+        Tell(errorText);
+        return;
+    }
+    m_link.SetAvailable(true);
     if (!m_plugin.CreateScreens(errorText)) {
         Tell(errorText);
     }
@@ -137,7 +127,6 @@ void TWindowSession::End()
     }
     m_isEnding = true;
     Keep();
-    m_workerGuard.stop();
     m_plugin.Stop();
     const QList<ZRA::OrvaleID> forgotten = m_surfaces.Applications();
     for (const ZRA::OrvaleID& application : forgotten) {

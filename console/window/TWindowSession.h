@@ -23,7 +23,7 @@ class TSettingsPage;
 // Thread: main, with a QApplication. Errors: a plug-in that is missing, lacks an entry point or
 // throws is told of in a dialog, and the console goes on without it.
 //
-//   made → Begin → window shown, plug-in started → its worker listens → its screens are built
+//   made → Begin → window shown, plug-in started → its worker is ready → its screens are built
 //        → WantEnd → EndWanted → End: settings kept, source stopped, plug-in finalised, surfaces
 //          and window gone
 class TWindowSession : public QObject
@@ -72,7 +72,6 @@ private:
     std::unique_ptr<TPluginScreens> m_screens;
     std::unique_ptr<TMessageDialog> m_dialog;
     TPluginSession m_plugin;
-    QTimer m_workerGuard;
     QTimer m_positionTick;
     bool m_isEnding = false;
 };

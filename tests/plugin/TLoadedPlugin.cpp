@@ -23,19 +23,19 @@ bool TLoadedPlugin::Load(const QString& file)
 
 void TLoadedPlugin::Initialise()
 {
-    m_initialise(nullptr, &gps, QStringLiteral("Host 1.0"), &levels, &features);
+    m_watch.Run(
+        [this] { m_initialise(nullptr, &gps, QStringLiteral("Host 1.0"), &levels, &features); });
 }
 
 bool TLoadedPlugin::InitialiseAndWait()
 {
-    const int before = gps.ReadyListeners();
     Initialise();
-    return WaitForListeners(before);
+    return WaitForWorker();
 }
 
-bool TLoadedPlugin::WaitForListeners(int before)
+bool TLoadedPlugin::WaitForWorker()
 {
-    return QTest::qWaitFor([this, before] { return gps.ReadyListeners() > before; }, HANG_GUARD_MS);
+    return QTest::qWaitFor([this] { return m_watch.AreAllInitialised(); }, HANG_GUARD_MS);
 }
 
 void TLoadedPlugin::ConfigureOperator(const QString& name, const QString& password)

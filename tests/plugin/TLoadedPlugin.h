@@ -9,6 +9,7 @@
 #include "hostimpl/TConfigStore.h"
 #include "hostimpl/TFeatures.h"
 #include "hostimpl/TFedGPSCoordinator.h"
+#include "hostimpl/TStartWatch.h"
 #include "hostimpl/TUserLevels.h"
 
 #include <QtCore/QLibrary>
@@ -34,7 +35,7 @@ public:
     // heard by nobody.
     bool InitialiseAndWait();
     // After the first Initialise().
-    bool WaitForWorker() { return WaitForListeners(0); }
+    bool WaitForWorker();
     void Finalise() { m_finalise(); }
     TKelvoInterface* Hub() const { return m_getInterface(); }
 
@@ -59,8 +60,7 @@ private:
     using TFinalise = void (*)();
     using TGetInterface = TKelvoInterface* (*)();
 
-    bool WaitForListeners(int before);
-
+    hostimpl::TStartWatch m_watch;
     QLibrary m_library;
     TInitialise m_initialise = nullptr;
     TFinalise m_finalise = nullptr;

@@ -8,6 +8,7 @@
 #include "hostimpl/TConfigStore.h"
 #include "hostimpl/TFeatures.h"
 #include "hostimpl/TFedGPSCoordinator.h"
+#include "hostimpl/TStartWatch.h"
 #include "hostimpl/TUserLevels.h"
 #include "plugin/EntryPoints.h"
 
@@ -39,9 +40,9 @@ public:
     // heard by nobody.
     bool InitialiseAndWait()
     {
-        const int before = gps.ReadyListeners();
-        Initialise();
-        return WaitUntil([this, before] { return gps.ReadyListeners() > before; });
+        hostimpl::TStartWatch watch;
+        watch.Run([this] { Initialise(); });
+        return WaitUntil([&watch] { return watch.AreAllInitialised(); });
     }
     // Runs the event loop meanwhile. False when the hang guard of 30 s has passed.
     template <typename TCondition>

@@ -5,8 +5,6 @@
 
 #include <QtCore/QVector>
 
-#include <atomic>
-
 namespace hostimpl {
 
 // Feed(), Lose() and AnnounceFix() may be called from any thread, also from a slot that is directly
@@ -30,19 +28,6 @@ public:
     void AnnounceFix();
     bool HasFix() const;
 
-    // How many listeners on threads of their own have come up so far: they have connected GPSLost,
-    // and their event loop runs. A component connects it as it starts, so this tells when the
-    // component has made all its connections. Grows while the coordinator's thread handles events;
-    // to be read from any thread.
-    int ReadyListeners() const { return m_readyListeners; }
-
-Q_SIGNALS:
-    // Emitted on the coordinator's thread, each time that ReadyListeners() grows.
-    void ListenerReady();
-
-protected:
-    void connectNotify(const QMetaMethod& signal) override;
-
 private:
     void NoteReadyListener();
     void EmitPendingSignals();
@@ -51,7 +36,6 @@ private:
     bool m_hasFix = false;
     QVector<bool> m_pendingSignals; // the arguments of the signals that are still to be emitted
     bool m_isEmitting = false;      // a thread is emitting the signals from m_pendingSignals
-    std::atomic<int> m_readyListeners{0};
 };
 
 } // namespace hostimpl

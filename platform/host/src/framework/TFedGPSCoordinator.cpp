@@ -1,9 +1,6 @@
 // The GPS coordinator as a position source feeds it.
 #include "hostimpl/TFedGPSCoordinator.h"
 
-#include <QtCore/QMetaMethod>
-#include <QtCore/QThread>
-
 #include <cmath>
 
 namespace {
@@ -90,37 +87,6 @@ bool TFedGPSCoordinator::HasFix() const
 {
     const QMutexLocker lock(&m_stateMutex);
     return m_hasFix;
-}
-
-// Called on the thread that connects. What is posted to an object there runs with its event loop.
-void TFedGPSCoordinator::connectNotify(const QMetaMethod& signal)
-{
-    if (signal != QMetaMethod::fromSignal(&TGPSCoordinator::GPSLost) ||
-        QThread::currentThread() == thread()) {
-        return;
-    }
-    auto* const probe = new QObject;
-    // Also when the thread ends before its loop runs.
-    connect(QThread::currentThread(), &QThread::finished, probe, &QObject::deleteLater);
-    QMetaObject::invokeMethod(
-        probe,
-        [this, probe] {
-            NoteReadyListener();
-            probe->deleteLater();
-        },
-        Qt::QueuedConnection);
-}
-
-// Told on the coordinator's own thread: whoever waits there may connect while a listener comes up.
-void TFedGPSCoordinator::NoteReadyListener()
-{
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            ++m_readyListeners;
-            Q_EMIT ListenerReady();
-        },
-        Qt::QueuedConnection);
 }
 
 } // namespace hostimpl

@@ -2,6 +2,7 @@
 #include "host/TThreadedObject.h"
 
 #include "framework/HostLog.h"
+#include "framework/TWatchedStarts.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
@@ -79,6 +80,7 @@ private:
     TThreadedObject& m_object;
     TGate* m_gate; // child of m_object
     QThread* m_home = nullptr;
+    std::shared_ptr<hostimpl::TWatchedStarts> m_watchedStarts; // null if no watch saw the start
     QSemaphore m_isUp;
     QSemaphore m_isHandedOver; // m_object is on this thread, and m_home is set
     std::atomic<bool> m_isStopRequested{false};
@@ -110,6 +112,10 @@ void TThreadedObject::TRunner::Start(Priority priority)
         quit();
     }
     m_isUp.acquire();
+    m_watchedStarts = hostimpl::TWatchedStarts::OfThisThread();
+    if (m_watchedStarts) {
+        m_watchedStarts->Add();
+    }
     m_gate->Open();
     m_object.moveToThread(this);
     m_isHandedOver.release();
@@ -143,6 +149,9 @@ void TThreadedObject::TRunner::run()
     m_isHandedOver.acquire();
     m_object.Initialize();
     m_isInitialised = true;
+    if (m_watchedStarts) {
+        m_watchedStarts->Remove();
+    }
     exec(); // returns at once if Stop() was first
     m_isInitialised = false;
     m_object.Finalize();
