@@ -1,8 +1,8 @@
-# Programs of a cross build, for scripts that start them as they start those of any other build: a
-# folder `run` in the build folder, laid out like the build folder itself, with a small script in place
-# of each program, which runs it in the emulator. Beside them lie the programs of KELVO_SERVICE_BINARY.
+# Makes the programs of a cross build start like those of any other build. The folder `run` in the build
+# folder has the same layout as the build folder. In place of each program it has a small script that runs
+# the program in the emulator. It also holds the programs of KELVO_SERVICE_BINARY.
 
-# kelvo_program_path(VARIABLE TARGET): sets VARIABLE to what a script starts TARGET by.
+# kelvo_program_path(VARIABLE TARGET): sets VARIABLE to the path by which a script starts TARGET.
 function(kelvo_program_path variable target)
     if(CMAKE_CROSSCOMPILING_EMULATOR)
         set(${variable} "${CMAKE_BINARY_DIR}/run/bin/${target}" PARENT_SCOPE)
@@ -11,7 +11,7 @@ function(kelvo_program_path variable target)
     endif()
 endfunction()
 
-# kelvo_emulated_programs(TARGET...): makes the folder; nothing where there is no emulator.
+# kelvo_emulated_programs(TARGET...): makes the folder `run`; without an emulator, does nothing.
 function(kelvo_emulated_programs)
     if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
         return()

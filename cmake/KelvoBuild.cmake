@@ -1,7 +1,7 @@
-# Settings that hold for every target: language level, tools, sanitizers and the warnings target.
+# Settings of every target: language level, tools, sanitizers and the warnings target.
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
-set(CMAKE_CXX_STANDARD 17) # The service sets 20 for its coroutines.
+set(CMAKE_CXX_STANDARD 17) # The service needs 20 for its coroutines.
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
@@ -12,16 +12,16 @@ if(NOT CMAKE_BUILD_TYPE)
     set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
 endif()
 
-# Files above 2 GiB on the 32-bit console; its time_t stays 32 bits, as the host's libraries have it.
+# File offsets have 64 bits also on the 32-bit console. time_t keeps 32 bits, as in the host's libraries.
 add_compile_definitions(_FILE_OFFSET_BITS=64)
 add_link_options(-Wl,-z,defs)
 
-# The same commit gives the same bytes in whatever folder it is built: no path of the build's machine
-# is left in them, and what asks for the time is told the commit's.
+# The same commit gives the same bytes in any build folder: they contain no path of the build machine, and
+# the build time is the time of the commit.
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 if(NOT KELVO_SANITIZE AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
     file(RELATIVE_PATH kelvo_tree "${CMAKE_BINARY_DIR}" "${CMAKE_SOURCE_DIR}")
-    cmake_path(APPEND kelvo_tree "") # ends in a slash; what ccache calls the tree
+    cmake_path(APPEND kelvo_tree "") # the path that ccache uses for the tree; ends in a slash
     foreach(prefix "${CMAKE_SOURCE_DIR}/" "${kelvo_tree}" "${CMAKE_BINARY_DIR}/")
         add_compile_options("-ffile-prefix-map=${prefix}=")
     endforeach()
@@ -61,7 +61,7 @@ add_library(kelvo::warnings ALIAS kelvo_warnings)
 target_compile_options(kelvo_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 
-# What all our Qt code is held to.
+# Rules for all our Qt code.
 add_library(kelvo_qt_rules INTERFACE)
 add_library(kelvo::qt_rules ALIAS kelvo_qt_rules)
 target_compile_definitions(kelvo_qt_rules INTERFACE

@@ -1,5 +1,5 @@
-# The packages, for CPack. What they need of the distribution's libraries is found when they are made
-# (Relations.cmake); here stands what the binaries do not tell.
+# The packages, for CPack. Relations.cmake finds the libraries that the binaries need. This file has the
+# dependencies that the binaries do not show.
 
 # kelvo_package(NAME SUMMARY TEXT [DEPENDS ...] [RECOMMENDS ...] [SUGGESTS ...] [SCRIPTS ...])
 function(kelvo_package name summary text)
@@ -21,43 +21,42 @@ endfunction()
 set(CPACK_COMPONENTS_ALL "")
 if(libkesdk IN_LIST packaged)
     kelvo_package(libkesdk "client library of the KELVO farm-data service"
-        "Keeps a console's connection to the service over links that are slow and drop: what it\nreports as sent, the service holds; what it reports as fetched is whole."
+        "Transfers files between a console and the service over slow links that drop. A file that\nit reports as sent is stored; a file that it reports as received is complete."
         RECOMMENDS ca-certificates)
 endif()
 if(libconsolehost IN_LIST packaged)
     kelvo_package(libconsolehost "host framework of KELVO guidance consoles"
-        "Windows, widgets, settings and unpacking, as a console offers them to its plug-ins.")
+        "Windows, widgets, settings and unpacking for the plug-ins of a console.")
 endif()
 if(kelvo-plugin IN_LIST packaged)
     kelvo_package(kelvo-plugin "KELVO plug-in for guidance consoles"
         "Exchanges prescription maps, guidance lines and job reports between the console in a\ntractor cab and a farm-data service.")
 endif()
 if(kelvo-console IN_LIST packaged)
-    kelvo_package(kelvo-console "guidance console for the desk, with or without a window"
-        "Loads the KELVO plug-in, gives it positions and shows its screens, or takes commands\nwithout any."
+    kelvo_package(kelvo-console "guidance console for a PC, with or without a window"
+        "Loads the KELVO plug-in, gives it positions and shows its screens. Without a window, it\ntakes commands."
         RECOMMENDS kelvo-plugin fonts-dejavu-core SUGGESTS kelvo-keyboard gpsd)
 endif()
 if(kelvo-console IN_LIST packaged)
-    kelvo_package(kelvo-badlink "bad rural link at a desk"
-        "A proxy between a client and a service, which delays, slows, stalls, cuts, resets and\nloses connections as a weak cell does, by scenarios."
+    kelvo_package(kelvo-badlink "simulated bad rural link"
+        "A proxy between a client and a service. It delays, slows, stalls, cuts, resets and drops\nconnections, as a weak cell does. Scenarios describe the faults."
         DEPENDS "python3 (>= 3.11)")
     set(CPACK_DEBIAN_KELVO-BADLINK_PACKAGE_ARCHITECTURE all)
 endif()
 if(kelvo-keyboard IN_LIST packaged)
     kelvo_package(kelvo-keyboard "on-screen keyboard of the KELVO console"
-        "Shows Qt Virtual Keyboard, which is under the GPL 3, in the console's window."
+        "Shows Qt Virtual Keyboard in the console's window. Qt Virtual Keyboard has the licence\nGPL 3."
         DEPENDS qtvirtualkeyboard-plugin qml-module-qtquick-virtualkeyboard qml-module-qtquick2
             qml-module-qtquick-window2 qml-module-qtquick-layouts qml-module-qt-labs-folderlistmodel
         RECOMMENDS kelvo-console)
 endif()
 if(kelvo-service IN_LIST packaged)
     kelvo_package(kelvo-service "KELVO farm-data service"
-        "Keeps the files that guidance consoles and farm offices exchange. With kelvoctl, its\ncommand line."
+        "Stores the files that guidance consoles and farm offices exchange. Includes its command\nline kelvoctl."
         DEPENDS adduser SCRIPTS postinst prerm postrm conffiles)
 endif()
 
-# As Debian calls what the compiler makes; no tool of Debian's is asked, because that knows its own
-# machine only.
+# Debian's name for the compiler's target. Debian's own tools know only the building machine.
 set(architecture_x86_64-linux-gnu amd64)
 set(architecture_aarch64-linux-gnu arm64)
 set(architecture_arm-linux-gnueabihf armhf)
@@ -66,11 +65,11 @@ execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -dumpmachine
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VENDOR KELVO)
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each has its own
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
 set(CPACK_PACKAGE_CONTACT "KELVO developers <developers@kelvo.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_INSTALL_PREFIX /usr)
-set(CPACK_SET_DESTDIR ON) # for what lies in /etc
+set(CPACK_SET_DESTDIR ON) # for the files in /etc
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -79,7 +78,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE "${architecture_${machine}}")
 set(CPACK_DEBIAN_PACKAGE_SECTION misc)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_DEBIAN_COMPRESSION_TYPE zstd) # a minute less than xz: most of it is debug symbols
+set(CPACK_DEBIAN_COMPRESSION_TYPE zstd) # a minute faster than xz, because most of the data is debug symbols
 set(CPACK_DEBIAN_DEBUGINFO_PACKAGE ON)
 set(CPACK_OBJCOPY_EXECUTABLE "${CMAKE_OBJCOPY}")
 set(CPACK_READELF_EXECUTABLE "${CMAKE_READELF}")

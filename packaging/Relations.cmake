@@ -1,9 +1,9 @@
-# Run by cpack before it makes packages: their version, and which packages they depend on. Read from
-# the binaries by a table, not by dpkg-shlibdeps, which looks into the building machine's own
-# database of packages and finds nothing there for another architecture.
+# cpack runs this file before it makes packages. It sets their version and their dependencies. It reads
+# the needed libraries from the binaries and looks them up in libraries.txt. dpkg-shlibdeps cannot do
+# this for another architecture, because it uses the package database of the building machine.
 cmake_policy(VERSION 3.25)
 
-# In the order of commits; one with changes that are not committed says so.
+# Versions sort in the order of commits. A tree with uncommitted changes ends in +changed.
 if(NOT DEFINED CPACK_DEBIAN_PACKAGE_VERSION)
     function(kelvo_git variable)
         execute_process(COMMAND git ${ARGN} WORKING_DIRECTORY "${CPACK_KELVO_TREE}"
@@ -27,13 +27,13 @@ if(NOT DEFINED CPACK_DEBIAN_PACKAGE_VERSION)
     endif()
 endif()
 
-# package_LIBRARY: how Debian says that it is needed.
+# package_LIBRARY: the dependency, as Debian writes it.
 file(STRINGS "${CMAKE_CURRENT_LIST_DIR}/libraries.txt" rows REGEX "^[^#]")
 foreach(row IN LISTS rows)
     if(NOT row MATCHES "^([^ ]+) +([^ ]+) +([^ ]+)$")
         message(FATAL_ERROR "libraries.txt: cannot read \"${row}\"")
     elseif(CMAKE_MATCH_3 STREQUAL "=" AND NOT CMAKE_MATCH_2 IN_LIST CPACK_COMPONENTS_ALL)
-        set("package_${CMAKE_MATCH_1}" "") # the console brings its own
+        set("package_${CMAKE_MATCH_1}" "") # the console provides this library
     elseif(CMAKE_MATCH_3 STREQUAL "=")
         set("package_${CMAKE_MATCH_1}" "${CMAKE_MATCH_2} (= ${CPACK_DEBIAN_PACKAGE_VERSION})")
     elseif(CMAKE_MATCH_3 STREQUAL "-")
@@ -56,12 +56,12 @@ foreach(row IN LISTS rows)
         OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
     string(REGEX MATCHALL "\\(NEEDED\\)[^\n]*" entries "${dynamic}")
     if(NOT entries)
-        message(FATAL_ERROR "${binary} names no library at all: not read correctly")
+        message(FATAL_ERROR "${binary} needs no library at all: readelf's output was not understood")
     endif()
     foreach(entry IN LISTS entries)
         string(REGEX REPLACE ".*\\[(.*)\\].*" "\\1" library "${entry}")
         if(NOT DEFINED "package_${library}")
-            message(FATAL_ERROR "${binary} needs ${library}, which libraries.txt does not know")
+            message(FATAL_ERROR "${binary} needs ${library}, which is not in libraries.txt")
         endif()
         if(package_${library})
             list(APPEND "depends_${component}" "${package_${library}}")
