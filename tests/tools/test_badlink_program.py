@@ -1,4 +1,4 @@
-"""badlink as a program: what it prints, logs and leaves."""
+"""badlink as a program: output, log and exit status."""
 
 import json
 import signal
@@ -11,7 +11,7 @@ from pathlib import Path
 
 from kelvotools import TOOL
 
-GUARD_SECONDS = 120  # only ends what hangs
+GUARD_SECONDS = 120  # ends a program that hangs
 BADLINK = [sys.executable, TOOL / "badlink"]
 
 
@@ -35,18 +35,18 @@ class UsageTest(unittest.TestCase):
         self.assertEqual([line.split()[0] for line in result.stdout.splitlines()],
                          sorted(path.stem for path in (TOOL / "scenarios").iterdir()))
 
-    def test_a_check_tells_right_from_wrong(self):
+    def test_check_prints_the_errors_of_a_scenario(self):
         for name in ("rural", TOOL / "scenarios/tunnel.toml"):
             result = badlink("--check", name)
             self.assertEqual((result.returncode, result.stderr), (0, ""))
-            self.assertIn("nothing wrong", result.stdout)
+            self.assertIn("no errors", result.stdout)
         self.file.write_text("[[rule]]\ndo = 'cut'\nafter = 3\n\n[[outage]]\n")
         result = badlink("--check", self.file)
         self.assertEqual((result.returncode, result.stdout), (1, ""))
         self.assertEqual([line.split(": ")[1] for line in result.stderr.splitlines()],
                          [f"{self.file}:3", f"{self.file}:5"])
 
-    def test_a_wrong_command_line_is_told_from_a_wrong_scenario(self):
+    def test_the_exit_status_differs_for_a_wrong_command_line_and_a_wrong_scenario(self):
         for arguments, status in (
                 ((), 2), (("--to", "127.0.0.1:1"), 2), (("--scenario", "rural"), 2),
                 (("--to", "127.0.0.1", "--scenario", "rural"), 2),
@@ -60,7 +60,7 @@ class UsageTest(unittest.TestCase):
                 self.assertTrue(result.stderr)
                 self.assertNotIn("Traceback", result.stderr)
 
-    def test_a_port_that_is_taken_is_an_error(self):
+    def test_a_port_in_use_is_an_error(self):
         with socket.create_server(("127.0.0.1", 0)) as taken:
             result = badlink("--listen", "127.0.0.1:%d" % taken.getsockname()[1], "--to", "127.0.0.1:1",
                              "--scenario", "perfect")
@@ -91,7 +91,7 @@ class RunTest(unittest.TestCase):
         name, port = address.rsplit(":", 1)
         return name.strip("[]"), int(port)
 
-    def test_a_signal_ends_it_and_resets_what_is_open(self):
+    def test_a_signal_ends_it_and_resets_the_open_connections(self):
         for number in (signal.SIGTERM, signal.SIGINT):
             with self.subTest(number):
                 address = self.start()

@@ -1,4 +1,4 @@
-"""Scenario files: what is read, what is wrong and on which line, and what the seed makes of it."""
+"""Scenario files: values, errors with their lines, and random choices."""
 
 import random
 import re
@@ -7,7 +7,7 @@ import unittest
 from kelvotools import TOOL
 from kelvotools.case import LinkCase
 
-from kelvolink import deeds, scenario as scenarios
+from kelvolink import actions, scenario as scenarios
 from kelvolink.pace import Delay
 from kelvolink.scenario import Outage, Rule, ScenarioError
 from kelvolink.values import Span
@@ -28,7 +28,7 @@ do = "corrupt"
 after_bytes = [0, 1000]
 """
 
-# What is written, the line that is wrong, a part of what is said of it.
+# (the text of a scenario, the line of its error, a part of the error's text)
 WRONG = (
     ("[[rule]]\ndo = 'cut'\nafter_byte = 3\n", 3, "after_byte: no such key; after_bytes?"),
     ("sort = 1\n", 1, "sort: no such key"),
@@ -36,16 +36,16 @@ WRONG = (
     ("[rule]\ndo = 'cut'\n", 1, "rule: must be written as [[rule]]"),
     ("description = 3\n", 1, "description: must be a text, not 3"),
     ("\nbuffer_bytes = 0\n", 2, "buffer_bytes: must be a whole number from 1"),
-    ("[[rule]]\nnth = 3\n", 1, "do: is missing; it is one of delay,"),
+    ("[[rule]]\nnth = 3\n", 1, "do: is missing; must be one of delay,"),
     ("[[rule]]\ndo = 'cutt'\n", 2, "do: must be one of delay,"),
-    ("[[rule]]\ndo = 'delay'\n", 1, "seconds: is missing, delay wants it"),
-    ("[[rule]]\ndo = 'refuse'\n", 1, "seconds: is missing, refuse wants it"),
-    ("[[rule]]\ndo = 'truncate'\n", 1, "direction: is missing, truncate wants it"),
+    ("[[rule]]\ndo = 'delay'\n", 1, "seconds: is missing, delay requires it"),
+    ("[[rule]]\ndo = 'refuse'\n", 1, "seconds: is missing, refuse requires it"),
+    ("[[rule]]\ndo = 'truncate'\n", 1, "direction: is missing, truncate requires it"),
     ("[[rule]]\ndo = 'truncate'\ndirection = 'both'\n", 3, "direction: truncate closes one direction"),
     ("[[rule]]\ndo = 'cut'\ndirection = 'left'\n", 3, "direction: must be one of up, down, both, not 'left'"),
-    ("[[rule]]\ndo = 'cut'\nbytes_per_second = 3\n", 3, "bytes_per_second: means nothing for cut"),
-    ("[[rule]]\ndo = 'delay'\nseconds = 1\nafter_bytes = 3\n", 4, "after_bytes: means nothing for delay"),
-    ("[[rule]]\ndo = 'cut'\nafter_bytes = 1\nafter_seconds = 1\n", 4, "after_bytes and after_seconds exclude"),
+    ("[[rule]]\ndo = 'cut'\nbytes_per_second = 3\n", 3, "bytes_per_second: has no effect on cut"),
+    ("[[rule]]\ndo = 'delay'\nseconds = 1\nafter_bytes = 3\n", 4, "after_bytes: has no effect on delay"),
+    ("[[rule]]\ndo = 'cut'\nafter_bytes = 1\nafter_seconds = 1\n", 4, "after_seconds: must not be used together"),
     ("[[rule]]\ndo = 'cut'\nafter_bytes = 1.5\n", 3, "after_bytes: must be a number of bytes from 0"),
     ("[[rule]]\ndo = 'cut'\nafter_bytes = [2, 1]\n", 3, "or [lowest, highest] of them, not [2, 1]"),
     ("[[rule]]\ndo = 'cut'\nafter_bytes = [1, 2, 3]\n", 3, "after_bytes"),
@@ -60,14 +60,14 @@ WRONG = (
     ("[[rule]]\ndo = 'cut'\nevery = 1.0\n", 3, "every: must be a whole number from 1"),
     ("[[rule]]\ndo = 'cut'\nfrom_seconds = 5\nuntil_seconds = 5\n", 4, "until_seconds: must be later"),
     ("[[rule]]\ndo = 'corrupt'\nafter_bytes = 1\nbit = 8\n", 4, "bit: must be one of 0, 1,"),
-    ("[[rule]]\ndo = 'corrupt'\n", 1, "after_bytes: is missing, corrupt wants it"),
-    ("[[rule]]\ndo = 'corrupt'\nafter_bytes = 0\nrepeat = true\n", 4, "repeat: wants after_bytes or after_seconds"),
-    ("[[rule]]\ndo = 'stall'\nafter_bytes = 1\nrepeat = true\n", 4, "repeat: wants seconds"),
-    ("[[rule]]\ndo = 'cut'\nrepeat = true\n", 3, "repeat: means nothing for cut"),
+    ("[[rule]]\ndo = 'corrupt'\n", 1, "after_bytes: is missing, corrupt requires it"),
+    ("[[rule]]\ndo = 'corrupt'\nafter_bytes = 0\nrepeat = true\n", 4, "repeat: requires after_bytes or after_seconds"),
+    ("[[rule]]\ndo = 'stall'\nafter_bytes = 1\nrepeat = true\n", 4, "repeat: requires seconds"),
+    ("[[rule]]\ndo = 'cut'\nrepeat = true\n", 3, "repeat: has no effect on cut"),
     ("[[rule]]\ndo = 'delay'\nseconds = 0.1\njitter_seconds = 0.2\n", 4, "jitter_seconds: must not exceed seconds"),
     ("[[outage]]\nnew = 'refuse'\n", 1, "last_seconds: is missing"),
     ("[[outage]]\nlast_seconds = 1\nnew = 'reset'\n", 3, "new: must be one of refuse, stall"),
-    ("[[outage]]\nlast_seconds = 0\npause_seconds = 0\n", 3, "pause_seconds: an outage that comes again must take"),
+    ("[[outage]]\nlast_seconds = 0\npause_seconds = 0\n", 3, "pause_seconds: must be above 0"),
 )
 
 
@@ -77,24 +77,24 @@ class ReadingTest(unittest.TestCase):
             scenarios.parse(text, file="f.toml")
         return caught.exception.problems
 
-    def test_each_thing_that_is_wrong_is_told_with_its_line(self):
+    def test_each_error_has_its_line(self):
         for text, line, part in WRONG:
             with self.subTest(text):
                 problem, = self.problems(text)
                 self.assertTrue(problem.startswith(f"f.toml:{line}: "), problem)
                 self.assertIn(part, problem)
 
-    def test_all_problems_come_at_once_in_the_order_of_lines(self):
+    def test_all_errors_come_at_once_in_the_order_of_lines(self):
         text = ('description = """\n[[rule]]\ndo = 1\n"""\n\n[[rule]] # one\ndo = "cut"\nnth = [\n  1,\n  0,\n]\n'
                 '[[outage]]\nlast_seconds = 1\n[[rule]]\n"do" = "cat"\n[[outage]]\nlast_seconds = -1\n')
         lines = [problem.split(":")[1] for problem in self.problems(text)]
         self.assertEqual(lines, ["8", "15", "17"])
 
-    def test_what_is_no_toml_is_told_with_its_line(self):
+    def test_an_error_of_the_toml_syntax_has_its_line(self):
         problem, = self.problems("a = 1\nb = = 2\n")
         self.assertIn("line 2", problem)
 
-    def test_a_file_that_is_not_there_or_no_text_is_a_problem(self):
+    def test_a_missing_or_binary_file_is_an_error(self):
         for path in ("/nowhere/x.toml", "/bin/true", "/"):
             with self.subTest(path), self.assertRaises(ScenarioError):
                 scenarios.read(path)
@@ -108,7 +108,7 @@ class ReadingTest(unittest.TestCase):
         self.assertEqual((found.rules[0].direction, found.outages[0].new, found.outages[0].open),
                          ("both", "refuse", "stall"))
 
-    def test_every_shipped_scenario_is_right_and_says_what_it_is(self):
+    def test_every_shipped_scenario_is_valid_and_has_a_description(self):
         names = [path.stem for path in scenarios.shipped()]
         self.assertEqual(names, ["cutting", "half-open", "perfect", "rural", "tunnel"])
         for name in names:
@@ -117,16 +117,16 @@ class ReadingTest(unittest.TestCase):
                 self.assertTrue(found.description)
                 self.assertEqual(bool(found.rules or found.outages), name != "perfect")
 
-    def test_the_manual_has_every_key_and_its_example_is_right(self):
+    def test_the_manual_has_every_key_and_a_valid_example(self):
         manual = (TOOL.parents[1] / "docs/badlink.md").read_text(encoding="utf-8")
         for key in (*scenarios.RULE_KEYS, *scenarios.OUTAGE_KEYS, *scenarios.TOP_KEYS):
             self.assertIn(f"`{key}`", manual)
-        for value in (*scenarios.DEEDS, *scenarios.NEW, *scenarios.OPEN):
+        for value in (*scenarios.ACTIONS, *scenarios.NEW, *scenarios.OPEN):
             self.assertIn(f'`"{value}"`', manual)
         examples = re.findall(r"```toml\n(.*?)```", manual, re.DOTALL)
         self.assertEqual([len(scenarios.parse(example).rules) for example in examples], [3])
 
-    def test_a_file_comes_before_a_shipped_scenario_of_that_name(self):
+    def test_a_file_comes_before_a_shipped_scenario_of_the_same_name(self):
         self.assertEqual(scenarios.find(__file__), scenarios.Path(__file__))
         self.assertEqual(scenarios.find("./rural"), scenarios.Path("./rural"))
         self.assertEqual(scenarios.find("rural").name, "rural.toml")
@@ -134,7 +134,7 @@ class ReadingTest(unittest.TestCase):
 
 class ChoiceTest(unittest.TestCase):
     def numbers(self, rule, among=range(1, 13), seed=1, opened=0.0):
-        return [number for number in among if list(deeds.chosen([rule], seed, number, opened))]
+        return [number for number in among if list(actions.chosen([rule], seed, number, opened))]
 
     def test_by_number(self):
         self.assertEqual(self.numbers(Rule(0, "cut")), list(range(1, 13)))
@@ -148,7 +148,7 @@ class ChoiceTest(unittest.TestCase):
             with self.subTest(opened):
                 self.assertEqual(self.numbers(rule, [1], opened=opened), [1] * is_chosen)
 
-    def test_by_chance(self):
+    def test_by_probability(self):
         some = self.numbers(Rule(0, "cut", probability=0.25), range(1, 4001))
         self.assertTrue(850 < len(some) < 1150, len(some))
         self.assertEqual(self.numbers(Rule(0, "cut", probability=0.25), range(1, 4001)), some)
@@ -156,13 +156,13 @@ class ChoiceTest(unittest.TestCase):
         self.assertEqual(self.numbers(Rule(0, "cut", probability=0.0)), [])
         self.assertEqual(self.numbers(Rule(0, "cut", probability=1.0)), list(range(1, 13)))
 
-    def test_spans_are_drawn_from_end_to_end(self):
+    def test_random_numbers_cover_the_whole_range(self):
         rng = random.Random(3)
         self.assertEqual({Span(1, 4).draw(rng) for _ in range(200)}, {1, 2, 3, 4})
         drawn = [Span(0.5, 1).draw(rng) for _ in range(200)]
         self.assertTrue(0.5 <= min(drawn) < 0.55 and 0.95 < max(drawn) <= 1)
 
-    def test_jitter_is_around_the_delay_and_the_seeds_own(self):
+    def test_jitter_is_around_the_delay_and_depends_on_the_seed(self):
         delays = [Delay(0.2, 0.05, seed) for seed in ("a", "a", "b")]
         draws = [[delay.draw() for _ in range(100)] for delay in delays]
         self.assertEqual(draws[0], draws[1])
@@ -171,9 +171,9 @@ class ChoiceTest(unittest.TestCase):
 
 
 class SeedTest(LinkCase):
-    async def deeds_of(self, seed):
-        """What is planned for eight connections, and what happens to them in 2000 bytes."""
-        self.clock.go_to(0)
+    async def actions_of(self, seed):
+        """The plans of eight connections, and the actions on them in 2000 bytes."""
+        self.clock.advance_to(0)
         self.journal.events.clear()
         self.play(CHANCES, seed)
         for number in range(1, 9):
@@ -181,22 +181,22 @@ class SeedTest(LinkCase):
             await self.until(lambda: len(self.proxy.connections) == 1)
             connection, = self.proxy.connections
             await client.send(bytes(2000))
-            await self.until(lambda: connection.is_ending or connection.trips.passed(("up",)) == 2000)
+            await self.until(lambda: connection.is_ending or connection.triggers.passed(("up",)) == 2000)
             await client.abort()
             await service.abort()
-            await self.until_done("closed", number)
+            await self.until_logged("closed", number)
         await self.proxy.close()
         return [event for event in self.journal.events if event["did"] in ("opened", "corrupt", "cut")]
 
     async def test_the_same_seed_does_the_same_and_another_seed_does_not(self):
-        first = await self.deeds_of(5)
+        first = await self.actions_of(5)
         self.assertEqual(len([event for event in first if event["did"] == "opened"]), 8)
-        self.assertEqual(await self.deeds_of(5), first)
-        self.assertNotEqual(await self.deeds_of(6), first)
+        self.assertEqual(await self.actions_of(5), first)
+        self.assertNotEqual(await self.actions_of(6), first)
 
 
 class TimesTest(LinkCase):
-    async def test_a_rule_does_no_more_than_it_may(self):
+    async def test_a_rule_acts_no_more_than_times(self):
         self.play("[[rule]]\ndo = 'reset'\nafter_bytes = 1\ntimes = 2\n")
         for number in range(1, 5):
             client, service = await self.connect()

@@ -1,4 +1,4 @@
-"""Help for the tests of tools: finds them, stops the clock, plays client and service."""
+"""Helpers for the tests of tools: the path of badlink, a fake clock, a client and a service."""
 
 import sys
 from pathlib import Path

@@ -1,4 +1,4 @@
-"""A proxy on a stopped clock between a client and a service, all on the loop of the test."""
+"""A proxy with a fake clock between a client and a service, all on the test's loop."""
 
 import asyncio
 import contextlib
@@ -12,18 +12,18 @@ from kelvolink.proxy import Proxy
 
 from .clock import FakeClock
 
-GUARD_SECONDS = 120  # only ends what hangs
-MUCH = 4_000_000  # more bytes than all buffers on the way can hold
+GUARD_SECONDS = 120  # ends a test that hangs
+MUCH = 4_000_000  # more than all buffers together hold
 
 
 def rule(do, **keys):
-    """A scenario of one rule; the values as TOML wants them."""
+    """The text of a scenario with one rule."""
     lines = [f"{key} = {str(value).lower() if isinstance(value, bool) else repr(value)}" for key, value in keys.items()]
     return "\n".join(["[[rule]]", f"do = '{do}'", *lines, ""])
 
 
-class Notes:
-    """A journal that the test can look at."""
+class RecordingJournal:
+    """A journal that keeps the events for the test."""
 
     def __init__(self, clock):
         self._clock = clock
@@ -49,12 +49,12 @@ class Peer:
     async def receive(self, size):
         return await self._reader.readexactly(size)
 
-    async def rest(self):
-        """All until the end, which is one: a reset raises ConnectionResetError."""
+    async def read_to_end(self):
+        """Reads until the end. A reset raises ConnectionResetError."""
         return await self._reader.read()
 
     async def reset(self):
-        """Until the reset. All that comes before it, above all a proper end, raises."""
+        """Waits for a reset. Raises AssertionError on bytes or on a normal end."""
         try:
             data = await self._reader.read(1)
         except ConnectionResetError:
@@ -82,7 +82,7 @@ class LinkCase(unittest.IsolatedAsyncioTestCase):
         faulthandler.dump_traceback_later(GUARD_SECONDS, exit=True)
         self.addCleanup(faulthandler.cancel_dump_traceback_later)
         self.clock = FakeClock()
-        self.journal = Notes(self.clock)
+        self.journal = RecordingJournal(self.clock)
         self._accepted = asyncio.Queue()
         self._peers = []
         self._server = await asyncio.start_server(self._accept, "127.0.0.1", 0)
@@ -104,19 +104,19 @@ class LinkCase(unittest.IsolatedAsyncioTestCase):
         self.address = (host, int(port))
 
     async def connect(self):
-        """The client, and the service's end of the same connection."""
-        client = await self.knock()
+        """Connects a client. Returns the client's and the service's end of the connection."""
+        client = await self.connect_client()
         return client, await self._accepted.get()
 
-    async def knock(self):
+    async def connect_client(self):
         return self._peer(*await asyncio.open_connection(*self.address))
 
     async def until(self, is_so):
         while not is_so():
             await asyncio.sleep(0)
 
-    async def until_done(self, did, times=1):
-        """What the proxy wrote into its journal at last."""
+    async def until_logged(self, did, times=1):
+        """Waits until the proxy has logged `did`. Returns the last such event."""
         await self.until(lambda: len(self.journal.of(did)) >= times)
         return self.journal.of(did)[-1]
 

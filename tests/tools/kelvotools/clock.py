@@ -1,4 +1,4 @@
-"""A clock that stands still until the test moves it."""
+"""A fake clock. Its time changes only when the test advances it."""
 
 import asyncio
 
@@ -21,22 +21,22 @@ class FakeClock:
         finally:
             self._sleepers.pop(sleeper, None)
 
-    def go_to(self, moment):
+    def advance_to(self, moment):
         self._now = moment
         for sleeper, due in list(self._sleepers.items()):
             if due <= moment and not sleeper.done():
                 sleeper.set_result(None)
 
-    async def asked(self, moment):
-        """Until somebody sleeps until then."""
+    async def until_waited_for(self, moment):
+        """Waits until a task sleeps until `moment`."""
         while not any(abs(due - moment) < 1e-6 for due in self._sleepers.values()):
             await asyncio.sleep(0)
 
     async def run(self):
-        """From one moment that somebody waits for to the next, until it is cancelled."""
+        """Advances the time to each moment that a task waits for, until `run` is cancelled."""
         while True:
             moments = [due for sleeper, due in self._sleepers.items() if not sleeper.done()]
             finite = [due for due in moments if due != float("inf")]
             if finite:
-                self.go_to(min(finite))
+                self.advance_to(min(finite))
             await asyncio.sleep(0)

@@ -1,7 +1,8 @@
-"""A TCP proxy that plays a bad rural cellular link.
+"""A TCP proxy that simulates a bad rural cellular link.
 
-scenario: what a file asks for     deeds: what that means for one connection
-line, pace: bytes on their way     channel: one direction     connection: both
-proxy: all connections             outages: the whole link    door: where clients knock
-clock, journal: seams to the time and to the log
+scenario: reads a scenario file    actions: the actions of the rules on one connection
+buffer: bytes on the way           pace: delay and bandwidth
+channel: one direction             connection: both directions
+proxy: all connections             outages: outages of the whole link
+listener: accepts clients          clock, journal: time and log, replaced in tests
 """

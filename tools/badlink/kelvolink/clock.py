@@ -1,11 +1,11 @@
-"""The only place that knows what time it is; tests put a clock of their own here."""
+"""The clock of all other modules. Tests replace it with a fake clock."""
 
 import asyncio
 import time
 
 
 class Clock:
-    """Seconds since it was made."""
+    """Counts seconds since it was created."""
 
     def __init__(self):
         self._start = time.monotonic()
@@ -14,6 +14,6 @@ class Clock:
         return time.monotonic() - self._start
 
     async def sleep_until(self, moment):
-        """Returns at once if that is past; never, if it is infinite."""
+        """Returns at once if the moment is past. Never returns if the moment is infinite."""
         while (left := moment - self.now()) > 0:
             await asyncio.sleep(min(left, 3600))

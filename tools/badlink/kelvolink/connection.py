@@ -1,27 +1,27 @@
-"""A connection of a client to the service, from its first moment to its last."""
+"""A client's connection to the service, from accept to close."""
 
 import asyncio
 import math
 import socket
 import struct
 
-from . import deeds, sockets
+from . import actions, sockets
 from .channel import Channel
 from .pace import Delay, Limiter, Pace
 from .values import DIRECTIONS
 
-FAREWELL_SECONDS = 2  # how long a cut connection is read, so that the cut is a FIN and no RST
+DRAIN_SECONDS = 2  # a cut connection is read for this time, so that the client gets a FIN and not an RST
 
 
 class Connection:
-    """Lives on the loop's thread, as long as `run`; owns both sockets.
+    """Lives on the loop's thread until `run` returns. Owns both sockets.
 
-    The proxy gives it what it shares with others: scenario, seed, rules, clock, journal.
+    Takes the scenario, the seed, the rules, the clock and the journal from the proxy.
     """
 
     def __init__(self, number, client, proxy):
         self.number, self.clock = number, proxy.clock
-        self.trips = deeds.Trips()
+        self.triggers = actions.Triggers()
         self._client, self._service = client, None
         self._proxy = proxy
         self._opened = proxy.clock.now()
@@ -39,11 +39,11 @@ class Connection:
             how = await self._ending
             await self._end_tasks()
             if how == "cut":
-                await self._say_farewell()
+                await self._drain_sockets()
         finally:
             await self._end_tasks()
             self._close(is_gentle=how in ("done", "cut"))
-            self._log("closed", how=how, up=self.trips.passed(("up",)), down=self.trips.passed(("down",)))
+            self._log("closed", how=how, up=self.triggers.passed(("up",)), down=self.triggers.passed(("down",)))
 
     @property
     def is_ending(self):
@@ -51,55 +51,55 @@ class Connection:
 
     @property
     def held_bytes(self):
-        """What is on its way, by direction."""
-        return {name: channel.line.size for name, channel in self._channels.items()}
+        """The bytes in the buffer of each direction."""
+        return {name: channel.buffer.size for name, channel in self._channels.items()}
 
-    def look(self):
-        """Ends the connection when there is nothing left to wait for."""
-        if all(channel.is_over for channel in self._channels.values()):
+    def end_if_done(self):
+        """Ends the connection when no more bytes can pass in either direction."""
+        if all(channel.is_done for channel in self._channels.values()):
             self._end("done")
 
     def reset(self):
         self._end("reset")
 
-    def add(self, deed):
-        """From now on; its bytes and seconds count from now."""
-        if deed.bytes_left is not None:
-            self.trips.add(deed)
-        elif deed.after_seconds > 0:
-            self._spawn(self._perform_in_time(deed))
+    def add(self, action):
+        """Adds an action. Its bytes and seconds count from now."""
+        if action.bytes_left is not None:
+            self.triggers.add(action)
+        elif action.after_seconds > 0:
+            self._spawn(self._perform_at_times(action))
         else:
-            self.perform(deed)
+            self.perform(action)
 
-    def abandon(self):
-        """For one that was ended before it began to run."""
+    def close_client(self):
+        """Closes the client's socket of a connection that ended before `run` began."""
         self._client.close()
 
     def release(self):
         for channel in self._channels.values():
             channel.release()
 
-    def perform(self, deed, ahead=None):
-        """`ahead`: the bytes before which it happens."""
-        rule = deed.rule
+    def perform(self, action, ahead=None):
+        """Performs the action before the bytes `ahead` pass."""
+        rule = action.rule
         if not self.is_ending and self._proxy.allows(rule):
-            seconds = deed.seconds if rule.seconds else None
-            self._log(rule.do, direction=rule.direction, byte=self.trips.passed(rule.directions), seconds=seconds,
-                      bit=deed.bit if rule.do == "corrupt" else None)
+            seconds = action.seconds if rule.seconds else None
+            self._log(rule.do, direction=rule.direction, byte=self.triggers.passed(rule.directions), seconds=seconds,
+                      bit=action.bit if rule.do == "corrupt" else None)
             if rule.do == "corrupt":
-                ahead[0] ^= 1 << deed.bit
+                ahead[0] ^= 1 << action.bit
             else:
-                self._suffer(rule.do, rule.directions, deed.seconds)
-        if rule.repeat and deed.bytes_left is not None:
-            deed.draw()
+                self._apply(rule.do, rule.directions, action.seconds)
+        if rule.repeat and action.bytes_left is not None:
+            action.draw()
 
-    def strike(self, what, seconds):
-        """What an outage does to both directions."""
-        self._log(what, direction="both", byte=self.trips.passed(DIRECTIONS),
+    def apply_outage(self, what, seconds):
+        """Applies an outage's `what` to both directions."""
+        self._log(what, direction="both", byte=self.triggers.passed(DIRECTIONS),
                   seconds=round(seconds, 6) if math.isfinite(seconds) else None)
-        self._suffer(what, DIRECTIONS, seconds)
+        self._apply(what, DIRECTIONS, seconds)
 
-    def _suffer(self, what, directions, seconds):
+    def _apply(self, what, directions, seconds):
         channels = [self._channels[direction] for direction in directions if direction in self._channels]
         until = self.clock.now() + seconds
         if what in ("cut", "reset"):
@@ -107,7 +107,7 @@ class Connection:
         elif what == "stall":
             for channel in channels:
                 channel.stall(until)
-            self._spawn(self._lift(channels, until))
+            self._spawn(self._end_stalls(channels, until))
         elif what == "half-open":
             for channel in channels:
                 channel.drop()
@@ -117,7 +117,7 @@ class Connection:
                 channel.truncate()
         elif what == "refuse":
             self._proxy.refuse_until(until)
-        self.look()
+        self.end_if_done()
 
     async def _reach_service(self):
         try:
@@ -128,17 +128,17 @@ class Connection:
             return False
 
     def _begin(self):
-        rules = list(deeds.chosen(self._proxy.rules, self._proxy.seed, self.number, self._opened))
-        happenings = deeds.Deed.all_of(rules)
-        self._log("opened", plan=[deed.plan() for deed in happenings])
+        rules = list(actions.chosen(self._proxy.rules, self._proxy.seed, self.number, self._opened))
+        planned = actions.Action.all_of(rules)
+        self._log("opened", plan=[action.plan() for action in planned])
         for name, source, sink in (("up", self._client, self._service), ("down", self._service, self._client)):
             pace = self._pace(name, [(rule, rng) for rule, rng in rules if name in rule.directions])
             self._channels[name] = Channel(name, source, sink, self._proxy.scenario.buffer_bytes, pace, self)
         for channel in self._channels.values():
             channel.start(self._spawn)
-        for deed in happenings:
-            self.add(deed)
-        self._proxy.greet(self)
+        for action in planned:
+            self.add(action)
+        self._proxy.connection_opened(self)
 
     def _pace(self, direction, rules):
         delays, limiters = [], []
@@ -151,22 +151,22 @@ class Connection:
                                 else Limiter(rule.bytes_per_second))
         return Pace(self.clock, delays, limiters)
 
-    async def _perform_in_time(self, deed):
+    async def _perform_at_times(self, action):
         moment = self.clock.now()
         while True:
-            moment += deed.after_seconds
+            moment += action.after_seconds
             await self.clock.sleep_until(moment)
-            self.perform(deed)
-            if not deed.rule.repeat:
+            self.perform(action)
+            if not action.rule.repeat:
                 return
-            moment += deed.seconds
-            deed.draw()
+            moment += action.seconds
+            action.draw()
 
-    async def _lift(self, channels, moment):
+    async def _end_stalls(self, channels, moment):
         await self.clock.sleep_until(moment)
-        lifted = [channel.name for channel in channels if channel.lift()]
-        if lifted:
-            self._log("resume", direction="both" if len(lifted) == 2 else lifted[0])
+        resumed = [channel.name for channel in channels if channel.end_stall_if_due()]
+        if resumed:
+            self._log("resume", direction="both" if len(resumed) == 2 else resumed[0])
 
     async def _reset_at(self, moment):
         await self.clock.sleep_until(moment)
@@ -193,14 +193,14 @@ class Connection:
             task.cancel()
         await asyncio.gather(*tasks, return_exceptions=True)
 
-    async def _say_farewell(self):
+    async def _drain_sockets(self):
         for each in (self._client, self._service):
             try:
                 each.shutdown(socket.SHUT_WR)
             except OSError:
-                pass  # it has gone by itself
+                pass  # the socket is closed already
         drains = asyncio.gather(*(sockets.drain(each) for each in (self._client, self._service)))
-        limit = asyncio.create_task(self.clock.sleep_until(self.clock.now() + FAREWELL_SECONDS))
+        limit = asyncio.create_task(self.clock.sleep_until(self.clock.now() + DRAIN_SECONDS))
         try:
             await asyncio.wait((drains, limit), return_when=asyncio.FIRST_COMPLETED)
         finally:

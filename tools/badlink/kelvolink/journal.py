@@ -1,16 +1,17 @@
-"""What was done to which connection, as JSON lines."""
+"""The log: each action on a connection as a JSON line."""
 
 import json
 
 
 class Journal:
-    """Without a file it takes everything and keeps nothing."""
+    """Without a file, the journal drops all events."""
 
     def __init__(self, clock, file=None):
         self._clock, self._file = clock, file
 
     def write(self, did, **what):
-        """`what` is JSON; None is left out. One line is one write: a log of a killed proxy ends with a whole line."""
+        """Writes an event. Values of None are left out. Each line is one write, so the log of a killed proxy ends
+        with a whole line."""
         if self._file is None:
             return
         event = {"at": round(self._clock.now(), 6), "did": did}

@@ -13,11 +13,11 @@ from .clock import Clock
 from .journal import Journal
 from .proxy import Proxy
 
-WRONG, USAGE = 1, 2
+ERROR, USAGE_ERROR = 1, 2
 EPILOG = """\
-A scenario is the name of a shipped one or a file; badlink.md has its keys. The same scenario and seed do the
-same to the same connections, counted in the order in which they arrive. SIGTERM or Ctrl-C ends it and resets what
-is open. Exit status: 0, 1 if something is wrong, 2 if the command line is.
+SCENARIO is the name of a shipped scenario or a file; badlink.md explains its keys. With the same scenario and seed,
+the third connection has the same plan in every run. SIGTERM or Ctrl-C ends the proxy and resets the open connections.
+Exit status: 0, 1 after an error, 2 after an error in the command line.
 """
 
 
@@ -30,16 +30,17 @@ def _endpoint(value):
 
 def _parser():
     parser = argparse.ArgumentParser(
-        description="A TCP proxy that plays a bad rural cellular link.", epilog=EPILOG,
+        description="A TCP proxy that simulates a bad rural cellular link.", epilog=EPILOG,
         formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--listen", type=_endpoint, default=("127.0.0.1", 0), metavar="HOST:PORT",
-                        help="where clients connect to; port 0 takes a free one (default: 127.0.0.1:0)")
-    parser.add_argument("--to", type=_endpoint, metavar="HOST:PORT", help="the service")
-    parser.add_argument("--scenario", metavar="SCENARIO", help="what the link does")
-    parser.add_argument("--seed", type=int, default=1, metavar="N", help="for all that is left to chance (default: 1)")
-    parser.add_argument("--log", metavar="FILE", help="what was done to which connection, as JSON lines; overwritten")
-    parser.add_argument("--check", metavar="SCENARIO", help="say what is wrong with a scenario, and end")
-    parser.add_argument("--list", action="store_true", help="list the shipped scenarios, and end")
+                        help="the address for clients; port 0 takes a free port (default: 127.0.0.1:0)")
+    parser.add_argument("--to", type=_endpoint, metavar="HOST:PORT", help="the address of the service")
+    parser.add_argument("--scenario", metavar="SCENARIO", help="the faults of the link")
+    parser.add_argument("--seed", type=int, default=1, metavar="N", help="the seed of all random choices (default: 1)")
+    parser.add_argument("--log", metavar="FILE",
+                        help="write each action on a connection as a JSON line; overwrites the file")
+    parser.add_argument("--check", metavar="SCENARIO", help="print the errors of a scenario, and exit")
+    parser.add_argument("--list", action="store_true", help="list the shipped scenarios, and exit")
     return parser
 
 
@@ -52,7 +53,7 @@ def main(arguments=None):
         if options.check is not None:
             return _check(options.check)
         if options.to is None or options.scenario is None:
-            parser.error("--to and --scenario are wanted")
+            parser.error("--to and --scenario are required")
         scenario = scenarios.read(scenarios.find(options.scenario))
         with contextlib.ExitStack() as stack:
             log = stack.enter_context(open(options.log, "w", encoding="utf-8")) if options.log else None
@@ -66,7 +67,7 @@ def main(arguments=None):
 def _fail(*problems):
     for problem in problems:
         print(f"badlink: {problem}", file=sys.stderr)
-    return WRONG
+    return ERROR
 
 
 def _list():
@@ -78,26 +79,26 @@ def _list():
 def _check(name):
     path = scenarios.find(name)
     found = scenarios.read(path)
-    print(f"{path}: {len(found.rules)} rules and {len(found.outages)} outages, nothing wrong")
+    print(f"{path}: {len(found.rules)} rules and {len(found.outages)} outages, no errors")
     return 0
 
 
 async def _play(scenario, options, log):
     clock = Clock()
     proxy = Proxy(scenario, options.seed, options.to, clock, Journal(clock, log))
-    told_to_end = asyncio.Event()
+    is_signalled = asyncio.Event()
     for number in (signal.SIGTERM, signal.SIGINT):
-        asyncio.get_running_loop().add_signal_handler(number, told_to_end.set)
+        asyncio.get_running_loop().add_signal_handler(number, is_signalled.set)
     try:
         address = proxy.open(*options.listen)
         print(f"badlink: listening on {address}, to {sockets.named(options.to)}, "
               f"scenario {scenario.name}, seed {options.seed}", flush=True)
-        waits = asyncio.create_task(told_to_end.wait())
+        waits = asyncio.create_task(is_signalled.wait())
         await asyncio.wait((waits, proxy.failure), return_when=asyncio.FIRST_COMPLETED)
         waits.cancel()
     finally:
         await proxy.close()
     if proxy.failure.done():
         traceback.print_exception(proxy.failure.result())
-        return WRONG
+        return ERROR
     return 0

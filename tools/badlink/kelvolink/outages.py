@@ -1,11 +1,11 @@
-"""The times when there is no link at all."""
+"""Outages of the whole link."""
 
 import math
 import random
 
 
 async def play(outage, proxy):
-    """All of them, until the last one or until it is cancelled."""
+    """Runs the outage, or all its repetitions until the task is cancelled."""
     rng = random.Random(f"{proxy.seed}/outage/{outage.number}")
     begin = outage.start_seconds.draw(rng)
     while True:
@@ -20,20 +20,20 @@ async def play(outage, proxy):
 async def _play_one(outage, proxy, end):
     proxy.journal.write("outage", outage=outage.number + 1, until=round(end, 6), open=outage.open, new=outage.new)
     for connection in list(proxy.connections):
-        _strike(outage.open, connection, end)
+        _apply_to(outage.open, connection, end)
     if outage.new == "refuse":
         proxy.refuse_until(end)
-    # A connection may have knocked before and be ready only now.
-    forget = proxy.on_greeting(lambda connection: _strike("stall", connection, end))
+    # A connection that was accepted before the outage may open only now.
+    stop_observing = proxy.on_opened(lambda connection: _apply_to("stall", connection, end))
     try:
         await proxy.clock.sleep_until(end)
     finally:
-        forget()
+        stop_observing()
     proxy.journal.write("outage-over", outage=outage.number + 1)
 
 
-def _strike(what, connection, end):
+def _apply_to(what, connection, end):
     if what == "leave":
         return
     seconds = math.inf if what == "half-open" else end - connection.clock.now()
-    connection.strike(what, seconds)
+    connection.apply_outage(what, seconds)

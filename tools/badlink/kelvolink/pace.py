@@ -1,21 +1,21 @@
-"""How late and how fast bytes arrive."""
+"""Delay and bandwidth."""
 
 import random
 
 CHUNK = 16 * 1024
-PIECES_A_SECOND = 20  # a slow line trickles, it does not come in heaps
+PIECES_A_SECOND = 20  # on a slow link bytes arrive in small pieces
 
 
 class Limiter:
-    """A number of bytes a second, of one connection or of all that share it."""
+    """Limits the bytes a second of one connection, or of all connections that share the limiter."""
 
     def __init__(self, bytes_per_second):
         self._rate = bytes_per_second
-        self._free = 0.0  # when all that was asked for so far is through
+        self._free = 0.0  # the moment at which all reserved bytes have passed
         self.piece = int(max(1, min(CHUNK, bytes_per_second / PIECES_A_SECOND)))
 
     def reserve(self, size, now):
-        """When the last of `size` bytes is through that are sent behind all others."""
+        """Reserves `size` bytes after all earlier ones. Returns the moment at which the last byte has passed."""
         self._free = max(self._free, now) + size / self._rate
         return self._free
 
@@ -30,18 +30,18 @@ class Delay:
 
 
 class Pace:
-    """Of one direction of one connection. Delays add up, the narrowest limit counts, the order stays."""
+    """The pace of one direction of a connection. Delays add up, the smallest bandwidth counts, the order stays."""
 
     def __init__(self, clock, delays, limiters):
         self._clock, self._delays, self._limiters = clock, delays, limiters
         self.piece = min((limiter.piece for limiter in limiters), default=CHUNK)
 
     def due(self):
-        """When something arrives that is sent now, unless it has to wait for what was sent before."""
+        """The moment at which bytes sent now arrive. Earlier bytes may delay them further."""
         return self._clock.now() + sum(delay.draw() for delay in self._delays)
 
-    async def pay(self, size):
-        """Until `size` bytes are through."""
+    async def throttle(self, size):
+        """Waits until `size` bytes have passed all limiters."""
         if self._limiters:
             now = self._clock.now()
             await self._clock.sleep_until(max(limiter.reserve(size, now) for limiter in self._limiters))

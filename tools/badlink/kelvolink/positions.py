@@ -1,4 +1,4 @@
-"""On which line of a TOML file a key stands, which the standard reader does not tell."""
+"""The line number of a key in a TOML file, which the standard reader does not give."""
 
 import re
 
@@ -9,14 +9,15 @@ LONG_TEXT = re.compile(r'"""|\'\'\'')
 
 
 class Positions:
-    """Good for tables at the top, which is all that scenarios have. Of the rest it knows the line of the key above."""
+    """Knows the lines of tables at the top level, the only ones in scenarios. For a nested key it has the line of the
+    key above."""
 
     def __init__(self, text):
         self._lines = {}
         self._read(text)
 
     def line(self, table=None, number=None, key=None):
-        """Of a key in the `number`th (from 0) `[[table]]`, or of what is around it if the key is not there."""
+        """The line of a key in the `number`th (from 0) `[[table]]`. Without such a key, the line of its table."""
         for place in ((table, number, key), (table, number, None), (table, None, None), (None, None, table)):
             if place in self._lines:
                 return self._lines[place]

@@ -1,16 +1,16 @@
-"""All connections of one door to one service, under one scenario."""
+"""All connections of one listener to one service, with one scenario."""
 
 import asyncio
 import collections
 
-from . import deeds, outages
+from . import actions, outages
 from .connection import Connection
-from .door import Door
+from .listener import Listener
 from .pace import Limiter
 
 
 class Proxy:
-    """Lives on the thread of the loop it is opened on. `close` ends all it has started."""
+    """Lives on the thread of the loop on which it was opened. `close` ends all its tasks."""
 
     def __init__(self, scenario, seed, target, clock, journal):
         self.scenario, self.seed, self.target = scenario, seed, target
@@ -22,36 +22,36 @@ class Proxy:
         self._limiters = {}  # (rule's number, direction)
         self._tasks = {}  # task: its connection, or None
         self._refused_until = 0.0
-        self._greetings = []
-        self.failure = asyncio.get_running_loop().create_future()  # set when something goes wrong in here
-        self._door = Door(clock, scenario.buffer_bytes, self._arrived,
+        self._observers = []
+        self.failure = asyncio.get_running_loop().create_future()  # set on an error in the proxy itself
+        self._listener = Listener(clock, scenario.buffer_bytes, self._arrived,
                           lambda reason: journal.write("overloaded", reason=reason))
 
     def open(self, host, port):
-        """The address that it listens on; OSError if that is not to be had."""
-        self._door.open(host, port)
+        """Returns the address that the proxy listens on. Raises OSError if the address is not free."""
+        self._listener.open(host, port)
         for outage in self.scenario.outages:
             self._start(outages.play(outage, self))
-        return self._door.address
+        return self._listener.address
 
     async def close(self):
-        """Resets what is open."""
-        self._door.close()
+        """Resets the open connections."""
+        self._listener.close()
         tasks = list(self._tasks)
         for task in tasks:
             task.cancel()
         await asyncio.gather(*tasks, return_exceptions=True)
 
     def add_rule(self, rule):
-        """For connections to come, and for those that are open as if they had just been opened."""
+        """Adds a rule for later connections. An open connection counts as opened now."""
         self.rules.append(rule)
         for connection in list(self.connections):
-            chosen = deeds.chosen([rule], self.seed, connection.number, self.clock.now())
-            for deed in deeds.Deed.all_of(chosen):
-                connection.add(deed)
+            chosen = actions.chosen([rule], self.seed, connection.number, self.clock.now())
+            for action in actions.Action.all_of(chosen):
+                connection.add(action)
 
     def remove_rule(self, rule):
-        """It does nothing more; what it has done already stays."""
+        """Removes a rule. A stall or another effect of the rule stays."""
         self.rules.remove(rule)
 
     def release(self):
@@ -60,22 +60,22 @@ class Proxy:
             connection.release()
 
     def refuse_until(self, moment):
-        """Clients that connect before that are refused."""
+        """Refuses clients that connect before `moment`."""
         if moment > self._refused_until:
             self._refused_until = moment
-            self._door.shut()
-            self._start(self._admit_at(moment))
+            self._listener.refuse()
+            self._start(self._listen_again_at(moment))
 
-    # For connections.
+    # Called by connections.
 
-    def greet(self, connection):
-        """A connection that can be worked on."""
+    def connection_opened(self, connection):
+        """Registers a connection that has reached the service."""
         self.connections.add(connection)
-        for greeting in list(self._greetings):
-            greeting(connection)
+        for observer in list(self._observers):
+            observer(connection)
 
     def allows(self, rule):
-        """Whether a rule may do once more what it does; counts it."""
+        """Whether a rule may act again. Counts its actions."""
         if rule not in self.rules:
             return False
         if rule.times is not None and self._performed[rule.number] >= rule.times:
@@ -89,12 +89,12 @@ class Proxy:
             self._limiters[key] = Limiter(rule.bytes_per_second)
         return self._limiters[key]
 
-    # For outages.
+    # Called by outages.
 
-    def on_greeting(self, greeting):
-        """Called with each connection from now on; the result ends that."""
-        self._greetings.append(greeting)
-        return lambda: self._greetings.remove(greeting)
+    def on_opened(self, observer):
+        """Calls `observer` with each new connection. Returns a function that ends these calls."""
+        self._observers.append(observer)
+        return lambda: self._observers.remove(observer)
 
     def _arrived(self, client):
         self._count += 1
@@ -110,11 +110,11 @@ class Proxy:
         connection = self._tasks.pop(task)
         if connection is not None:
             self.connections.discard(connection)
-            connection.abandon()
+            connection.close_client()
         if not task.cancelled() and task.exception() is not None and not self.failure.done():
             self.failure.set_result(task.exception())
 
-    async def _admit_at(self, moment):
+    async def _listen_again_at(self, moment):
         await self.clock.sleep_until(moment)
         if moment == self._refused_until:
-            self._door.listen()
+            self._listener.listen()

@@ -1,4 +1,4 @@
-"""Scenario files: rules for connections and outages of the whole link, read and judged."""
+"""Scenario files: reads the rules for connections and the outages of the whole link, and reports errors."""
 
 import difflib
 import math
@@ -15,9 +15,9 @@ SHIPPED = Path(__file__).resolve().parent.parent / "scenarios"
 NEW = ("refuse", "stall")
 OPEN = ("stall", "half-open", "reset", "cut", "leave")
 
-# What a rule may do: keys that it must have, keys that it may have beside those of every rule.
+# For each action: the required keys, and the allowed keys beside EVERY_RULE.
 TRIGGER = frozenset({"after_bytes", "after_seconds", "times"})
-DEEDS = {
+ACTIONS = {
     "delay": (frozenset({"seconds"}), frozenset({"jitter_seconds"})),
     "bandwidth": (frozenset({"bytes_per_second"}), frozenset({"shared"})),
     "cut": (frozenset(), TRIGGER),
@@ -28,11 +28,11 @@ DEEDS = {
     "refuse": (frozenset({"seconds"}), TRIGGER),
     "corrupt": (frozenset({"after_bytes"}), frozenset({"bit", "repeat", "times"})),
 }
-SHAPES = ("delay", "bandwidth")  # these last as long as the connection, the others happen
+SHAPES = ("delay", "bandwidth")  # they last as long as the connection
 
 EVERY_RULE = frozenset({"do", "direction", "nth", "every", "probability", "from_seconds", "until_seconds"})
 RULE_KEYS = {
-    "do": one_of(*DEEDS),
+    "do": one_of(*ACTIONS),
     "direction": one_of(*DIRECTIONS, "both"),
     "nth": numbers,
     "every": natural,
@@ -58,12 +58,12 @@ OUTAGE_KEYS = {
 }
 TOP_KEYS = {"description": text, "buffer_bytes": natural}
 TABLES = ("rule", "outage")
-CONTRADICTION = "after_bytes and after_seconds exclude each other"
+CONTRADICTION = "must not be used together with after_bytes"
 
 
 @dataclass(frozen=True)
 class Rule:
-    """Which connections, and what happens to them. `number` counts from 0; None means that the file does not say."""
+    """A rule for connections. `number` counts from 0. None means that the file does not have the key."""
     number: int
     do: str
     direction: str = "both"
@@ -89,7 +89,7 @@ class Rule:
 
 @dataclass(frozen=True)
 class Outage:
-    """The whole link is gone, once or again and again."""
+    """An outage of the whole link, once or repeated."""
     number: int
     last_seconds: Span
     start_seconds: Span = Span(0, 0)
@@ -108,7 +108,7 @@ class Scenario:
 
 
 class ScenarioError(Exception):
-    """A scenario that cannot be played; `problems` says each thing that is wrong, with its line."""
+    """Errors in a scenario; `problems` has one text for each error, with its line."""
 
     def __init__(self, problems):
         super().__init__("\n".join(problems))
@@ -116,7 +116,7 @@ class ScenarioError(Exception):
 
 
 def find(name):
-    """A file, or a shipped scenario by its name."""
+    """The path of a file, or of a shipped scenario with this name."""
     path = Path(name)
     shipped = SHIPPED / f"{name}.toml"
     if not path.is_file() and path.name == str(name) and shipped.is_file():
@@ -132,14 +132,14 @@ def read(path):
     try:
         source = Path(path).read_text(encoding="utf-8")
     except FileNotFoundError:
-        raise ScenarioError([f"{path}: neither a file nor a shipped scenario; --list names these"]) from None
+        raise ScenarioError([f"{path}: neither a file nor a shipped scenario (see --list)"]) from None
     except (OSError, UnicodeDecodeError) as failure:
         raise ScenarioError([f"{path}: {getattr(failure, 'strerror', None) or failure}"]) from None
     return parse(source, Path(path).stem, str(path))
 
 
 def parse(source, name="scenario", file="scenario"):
-    """All problems at once, so that nobody has to repair a file one run at a time."""
+    """Reads a scenario. Raises ScenarioError with all errors at once."""
     try:
         document = tomllib.loads(source)
     except tomllib.TOMLDecodeError as failure:
@@ -172,7 +172,7 @@ class _Reader:
         return list(enumerate(tables))
 
     def _values(self, table, keys, *place):
-        """The values as their keys want them; what is wrong is noted and left out."""
+        """The values that their keys accept. A wrong value is reported and left out."""
         values = {}
         for key, value in table.items():
             where = place + (key,) if place else (None, None, key)
@@ -190,13 +190,13 @@ class _Reader:
         values = self._values(table, RULE_KEYS, "rule", number)
         if "do" not in values:
             if "do" not in table:
-                self._problem(f"do: is missing; it is one of {', '.join(DEEDS)}", "rule", number)
+                self._problem(f"do: is missing; must be one of {', '.join(ACTIONS)}", "rule", number)
             return None
-        must, may = DEEDS[values["do"]]
+        must, may = ACTIONS[values["do"]]
         for key in sorted(must - table.keys()):
-            self._problem(f"{key}: is missing, {values['do']} wants it", "rule", number)
+            self._problem(f"{key}: is missing, {values['do']} requires it", "rule", number)
         for key in sorted(values.keys() - must - may - EVERY_RULE):
-            self._problem(f"{key}: means nothing for {values['do']}", "rule", number, key)
+            self._problem(f"{key}: has no effect on {values['do']}", "rule", number, key)
         for key, what in _contradictions(values, must | may):
             self._problem(f"{key}: {what}", "rule", number, key)
         return None if self._problems else Rule(number, **values)
@@ -204,15 +204,15 @@ class _Reader:
     def _outage(self, number, table):
         values = self._values(table, OUTAGE_KEYS, "outage", number)
         if "last_seconds" not in table:
-            self._problem("last_seconds: is missing, an outage wants it", "outage", number)
+            self._problem("last_seconds: is missing, an outage requires it", "outage", number)
         elif "last_seconds" in values and "pause_seconds" in values \
                 and values["last_seconds"].low + values["pause_seconds"].low <= 0:
-            self._problem("pause_seconds: an outage that comes again must take time", "outage", number, "pause_seconds")
+            self._problem("pause_seconds: must be above 0 if last_seconds is 0", "outage", number, "pause_seconds")
         return None if self._problems else Outage(number, **values)
 
 
 def _contradictions(values, meant):
-    """(key, what is wrong) of values that are right one by one."""
+    """Yields (key, error) for values that are valid alone but not together."""
     if "after_bytes" in values and "after_seconds" in values:
         yield "after_seconds", CONTRADICTION
     if values.get("until_seconds", math.inf) <= values.get("from_seconds", 0):
@@ -224,6 +224,6 @@ def _contradictions(values, meant):
     if values.get("repeat") and "repeat" in meant:
         trigger = values.get("after_bytes") or values.get("after_seconds")
         if trigger is None or trigger.low <= 0:
-            yield "repeat", "wants after_bytes or after_seconds above 0"
+            yield "repeat", "requires after_bytes or after_seconds above 0"
         if values["do"] == "stall" and "seconds" not in values:
-            yield "repeat", "wants seconds: a stall for ever comes once"
+            yield "repeat", "requires seconds, because a stall without seconds never ends"

@@ -1,14 +1,14 @@
-"""Sockets as the proxy wants them: never blocking, never delaying, with small buffers in the kernel."""
+"""Sockets of the proxy: non-blocking, without Nagle's delay, with small kernel buffers."""
 
 import asyncio
 import socket
 
-# The kernel's own buffers would take megabytes of a stalled transfer, and the stall would go unnoticed.
+# The kernel's default buffers would take megabytes of a stalled transfer and hide the stall.
 KERNEL_BYTES = 64 * 1024
 
 
 def endpoint(text):
-    """(host, port) of HOST:PORT or [HOST]:PORT; ValueError says what is wrong."""
+    """Returns (host, port) of HOST:PORT or [HOST]:PORT. Raises ValueError with a text for the user."""
     host, colon, port = text.rpartition(":")
     host = host.removeprefix("[").removesuffix("]")
     if not colon or not host or not port.isascii() or not port.isdigit() or int(port) > 65535:
@@ -17,7 +17,7 @@ def endpoint(text):
 
 
 def named(address):
-    """The other way round, of what a socket says."""
+    """Returns HOST:PORT or [HOST]:PORT of a socket's address."""
     host, port = address[:2]
     return f"[{host}]:{port}" if ":" in host else f"{host}:{port}"
 
@@ -34,7 +34,7 @@ def tune(connection):
 
 
 async def connect(target, buffer_bytes):
-    """To the first of the host's addresses that takes it; OSError if none does."""
+    """Connects to the first of the host's addresses that accepts. Raises OSError if none accepts."""
     loop = asyncio.get_running_loop()
     failure = OSError(f"{target[0]} has no address")
     for family, kind, protocol, _, address in await loop.getaddrinfo(*target, type=socket.SOCK_STREAM):
@@ -54,7 +54,7 @@ async def connect(target, buffer_bytes):
 
 
 async def drain(connection):
-    """Reads and forgets until the other side has ended."""
+    """Reads and drops bytes until the other side closes."""
     loop = asyncio.get_running_loop()
     try:
         while await loop.sock_recv(connection, 65536):

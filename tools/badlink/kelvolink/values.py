@@ -1,6 +1,6 @@
-"""What the keys of a scenario may have for values.
+"""The values that the keys of a scenario accept.
 
-Each reader returns the value, or says in a ValueError what it wants.
+Each reader returns the value, or raises a ValueError whose text says what it accepts.
 """
 
 import math
@@ -11,7 +11,7 @@ DIRECTIONS = ("up", "down")  # to the service, to the client
 
 @dataclass(frozen=True)
 class Span:
-    """A number, or anything between two; whole ones stay whole."""
+    """A range of numbers. Two whole ends give whole numbers."""
     low: float
     high: float
 
@@ -25,7 +25,7 @@ class Span:
 
 def one_of(*choices):
     def read(value):
-        # By type as well, because True is 1 and 1.0 is 1.
+        # Compares the type too, because True == 1 and 1.0 == 1.
         if not any(type(value) is type(choice) and value == choice for choice in choices):
             raise ValueError("must be one of " + ", ".join(map(str, choices)))
         return value
@@ -80,10 +80,10 @@ def natural(value):
 
 
 def numbers(value):
-    """One or several connections by number."""
+    """One connection number, or a list of them."""
     found = value if isinstance(value, list) else [value]
     if not found or not all(is_whole(number) and number >= 1 for number in found):
-        raise ValueError("must be a whole number from 1, or a list of such")
+        raise ValueError("must be a whole number from 1, or a list of them")
     return tuple(found)
 
 

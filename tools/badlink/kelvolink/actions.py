@@ -1,4 +1,7 @@
-"""What a scenario's rules mean for one connection: drawn from the seed and the connection's number, nothing else."""
+"""The actions of a scenario's rules on one connection.
+
+The random numbers depend only on the seed, the connection's number and the rule's number.
+"""
 
 import math
 import random
@@ -7,14 +10,14 @@ from .scenario import SHAPES
 
 
 def chosen(rules, seed, number, opened):
-    """(rule, its random numbers) of those that concern the connection with that number, opened at that second."""
+    """Yields (rule, its random numbers) for each rule that applies to connection `number`, opened at that second."""
     for rule in rules:
         rng = random.Random(f"{seed}/{number}/{rule.number}")
-        if _concerns(rule, number, opened, rng):
+        if _applies(rule, number, opened, rng):
             yield rule, rng
 
 
-def _concerns(rule, number, opened, rng):
+def _applies(rule, number, opened, rng):
     if rule.nth is not None and number not in rule.nth:
         return False
     if rule.every is not None and number % rule.every != 0:
@@ -24,8 +27,8 @@ def _concerns(rule, number, opened, rng):
     return rule.probability is None or rng.random() < rule.probability
 
 
-class Deed:
-    """Something that happens to a connection once, or again and again if the rule repeats."""
+class Action:
+    """An action on a connection. It happens once, or several times if the rule repeats."""
 
     def __init__(self, rule, rng):
         self.rule, self._rng = rule, rng
@@ -36,7 +39,7 @@ class Deed:
         return [cls(rule, rng) for rule, rng in chosen_rules if rule.do not in SHAPES]
 
     def draw(self):
-        """When it happens next, from now on, and how."""
+        """Draws the time and the details of the next occurrence. The time counts from now."""
         rule = self.rule
         self.bytes_left = rule.after_bytes.draw(self._rng) if rule.after_bytes else None
         self.after_seconds = rule.after_seconds.draw(self._rng) if rule.after_seconds else 0
@@ -44,7 +47,7 @@ class Deed:
         self.bit = rule.bit if rule.bit is not None else self._rng.randrange(8)
 
     def plan(self):
-        """For the log."""
+        """The action as the log has it."""
         plan = {"do": self.rule.do, "direction": self.rule.direction}
         if self.bytes_left is not None:
             plan["byte"] = self.bytes_left
@@ -57,29 +60,30 @@ class Deed:
         return plan
 
 
-class Trips:
-    """Counts the bytes of a connection, so that a deed happens right before the byte behind its last one."""
+class Triggers:
+    """Counts the bytes of a connection. An action after n bytes happens before byte n + 1 passes."""
 
     def __init__(self):
-        self._deeds = []
+        self._actions = []
         self._passed = {"up": 0, "down": 0}
 
-    def add(self, deed):
-        self._deeds.append(deed)
+    def add(self, action):
+        self._actions.append(action)
 
     def passed(self, directions):
         return sum(self._passed[direction] for direction in directions)
 
     def next(self, direction, size):
-        """(how many of the next `size` bytes may pass, None), which are counted; or (0, what happens before)."""
-        watching = [deed for deed in self._deeds if direction in deed.rule.directions]
-        for deed in watching:
-            if deed.bytes_left == 0:
-                if not deed.rule.repeat:
-                    self._deeds.remove(deed)
-                return 0, deed
-            size = min(size, deed.bytes_left)
-        for deed in watching:
-            deed.bytes_left -= size
+        """Returns (number of bytes that may pass, None), and counts these bytes. Or returns (0, action) when an
+        action has to happen first."""
+        watching = [action for action in self._actions if direction in action.rule.directions]
+        for action in watching:
+            if action.bytes_left == 0:
+                if not action.rule.repeat:
+                    self._actions.remove(action)
+                return 0, action
+            size = min(size, action.bytes_left)
+        for action in watching:
+            action.bytes_left -= size
         self._passed[direction] += size
         return size, None

@@ -1,4 +1,4 @@
-"""Where clients knock. While it is shut they are refused, and the port stays ours."""
+"""Accepts clients. While the listener refuses clients, it keeps the port."""
 
 import asyncio
 import socket
@@ -6,19 +6,19 @@ import socket
 from . import sockets
 
 BACKLOG = 128
-AT_A_TIME = 64
-REST_SECONDS = 1  # before the next try when descriptors have run out
+ACCEPTS_AT_ONCE = 64
+PAUSE_SECONDS = 1  # before the next attempt when no descriptor is free
 
 
-class Door:
-    """Lives on the loop's thread. `arrived` is called with each client's socket and then owns it."""
+class Listener:
+    """Lives on the loop's thread. Calls `arrived` with each client's socket, which `arrived` then owns."""
 
-    def __init__(self, clock, buffer_bytes, arrived, complain):
+    def __init__(self, clock, buffer_bytes, arrived, report):
         self._clock, self._buffer_bytes = clock, buffer_bytes
-        self._arrived, self._complain = arrived, complain
+        self._arrived, self._report = arrived, report
         self._socket = None
         self._address = None
-        self._rest = None
+        self._pause_task = None
         self._listens = False
 
     @property
@@ -26,7 +26,7 @@ class Door:
         return sockets.named(self._address)
 
     def open(self, host, port):
-        """OSError if the address is not to be had."""
+        """Raises OSError if the address is not free."""
         self._family, _, _, _, self._address = socket.getaddrinfo(
             host, port, type=socket.SOCK_STREAM, flags=socket.AI_PASSIVE)[0]
         self._bind()
@@ -34,7 +34,7 @@ class Door:
         self.listen()
 
     def listen(self):
-        """OSError if the port was lost while the door was shut."""
+        """Raises OSError if another process has taken the port since `refuse`."""
         if not self._listens:
             if self._socket is None:
                 self._bind()
@@ -42,14 +42,14 @@ class Door:
             self._socket.listen(BACKLOG)
             self._watch()
 
-    def shut(self):
-        """Closes the listening socket; another one, which does not listen, keeps the port."""
+    def refuse(self):
+        """Closes the listening socket. A second socket keeps the port and does not listen."""
         if self._listens:
             self._close()
             try:
                 self._bind()
-            except OSError as failure:  # somebody was quicker; perhaps it is free again when it is time to listen
-                self._complain(str(failure))
+            except OSError as failure:  # another process has the port; `listen` tries again
+                self._report(str(failure))
 
     def close(self):
         if self._socket is not None:
@@ -59,7 +59,7 @@ class Door:
         made = socket.socket(self._family, socket.SOCK_STREAM)
         try:
             made.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-            sockets.prepare(made, self._buffer_bytes)  # what is accepted inherits it
+            sockets.prepare(made, self._buffer_bytes)  # accepted sockets inherit the buffer sizes
             made.bind(self._address)
         except OSError:
             made.close()
@@ -68,9 +68,9 @@ class Door:
 
     def _close(self):
         self._listens = False
-        if self._rest is not None:
-            self._rest.cancel()
-            self._rest = None
+        if self._pause_task is not None:
+            self._pause_task.cancel()
+            self._pause_task = None
         asyncio.get_running_loop().remove_reader(self._socket)
         self._socket.close()
         self._socket = None
@@ -79,7 +79,7 @@ class Door:
         asyncio.get_running_loop().add_reader(self._socket, self._accept)
 
     def _accept(self):
-        for _ in range(AT_A_TIME):
+        for _ in range(ACCEPTS_AT_ONCE):
             try:
                 client, _ = self._socket.accept()
             except (BlockingIOError, ConnectionAbortedError):
@@ -94,12 +94,12 @@ class Door:
                 return
 
     def _pause(self, failure):
-        """Without it, a client that cannot be accepted would keep the loop busy."""
-        self._complain(str(failure))
+        """Stops accepting for a second. Otherwise a client that cannot be accepted would keep the loop busy."""
+        self._report(str(failure))
         asyncio.get_running_loop().remove_reader(self._socket)
-        self._rest = asyncio.create_task(self._watch_again())
+        self._pause_task = asyncio.create_task(self._watch_again())
 
     async def _watch_again(self):
-        await self._clock.sleep_until(self._clock.now() + REST_SECONDS)
-        self._rest = None
+        await self._clock.sleep_until(self._clock.now() + PAUSE_SECONDS)
+        self._pause_task = None
         self._watch()

@@ -1,4 +1,4 @@
-"""What a bad link does to connections, seen from both of their ends."""
+"""Each action of a rule, as the client and the service see it."""
 
 import asyncio
 import unittest
@@ -7,7 +7,7 @@ from kelvotools.case import MUCH, LinkCase, rule
 
 
 class EndTest(LinkCase):
-    async def test_a_cut_ends_both_sides_properly_at_its_byte(self):
+    async def test_a_cut_ends_both_sides_normally_at_its_byte(self):
         for direction in ("up", "down", "both"):
             with self.subTest(direction):
                 self.journal.events.clear()
@@ -18,31 +18,31 @@ class EndTest(LinkCase):
                 self.assertEqual(await taker.receive(30_000), b"x" * 30_000)
                 self.assertEqual(self.journal.of("cut"), [])
                 await sender.send(b"y" * 10)
-                self.assertEqual(await taker.rest(), b"")
-                self.assertEqual(await sender.rest(), b"")
+                self.assertEqual(await taker.read_to_end(), b"")
+                self.assertEqual(await sender.read_to_end(), b"")
                 self.assertEqual(self.journal.of("cut")[0]["byte"], 30_000)
                 await self.proxy.close()
 
-    async def test_a_cut_is_read_for_a_while_and_closed(self):
+    async def test_a_cut_connection_is_read_for_two_seconds_and_closed(self):
         self.play(rule("cut"))
         client, _ = await self.connect()
-        self.assertEqual(await client.rest(), b"")
-        await self.clock.asked(2)
+        self.assertEqual(await client.read_to_end(), b"")
+        await self.clock.until_waited_for(2)
         self.assertEqual(self.journal.of("closed"), [])
-        self.clock.go_to(2)
-        self.assertEqual((await self.until_done("closed"))["how"], "cut")
+        self.clock.advance_to(2)
+        self.assertEqual((await self.until_logged("closed"))["how"], "cut")
 
-    async def test_a_truncated_direction_ends_and_the_rest_is_swallowed(self):
+    async def test_a_truncated_direction_ends_and_drops_later_bytes(self):
         self.play(rule("truncate", direction="up", after_bytes=1000))
         client, service = await self.connect()
         await client.send(bytes(MUCH))
-        self.assertEqual(await service.rest(), bytes(1000))
+        self.assertEqual(await service.read_to_end(), bytes(1000))
         await service.send(b"too short")
         service.end()
-        self.assertEqual(await client.rest(), b"too short")
+        self.assertEqual(await client.read_to_end(), b"too short")
         self.assertEqual(self.journal.of("closed"), [])  # the client may still send
         client.end()
-        self.assertEqual((await self.until_done("closed"))["how"], "done")
+        self.assertEqual((await self.until_logged("closed"))["how"], "done")
 
     async def test_a_reset_resets_both_sides(self):
         self.play(rule("reset", direction="up", after_bytes=3))
@@ -53,16 +53,16 @@ class EndTest(LinkCase):
         await client.reset()
         await service.reset()
 
-    async def test_a_reset_comes_in_its_time(self):
+    async def test_a_reset_comes_after_its_seconds(self):
         self.play(rule("reset", after_seconds=30))
         client, service = await self.connect()
-        await self.clock.asked(30)
+        await self.clock.until_waited_for(30)
         self.assertEqual(self.journal.of("reset"), [])
-        self.clock.go_to(30)
+        self.clock.advance_to(30)
         await client.reset()
         await service.reset()
 
-    async def test_a_half_open_connection_takes_all_and_says_nothing(self):
+    async def test_a_half_open_connection_drops_all_bytes_and_passes_no_end(self):
         self.play(rule("half-open", after_bytes=3))
         client, service = await self.connect()
         await client.send(b"abc")
@@ -71,28 +71,28 @@ class EndTest(LinkCase):
         await service.send(bytes(MUCH))
         connection, = self.proxy.connections
         self.assertEqual(connection.held_bytes, {"up": 0, "down": 0})
-        client.end()  # the service must not hear of it
+        client.end()  # the service must not get this end
         self.assertEqual(len(self.journal.of("half-open")), 1)
         self.assertEqual(self.journal.of("closed"), [])
         await self.proxy.close()
-        await service.reset()  # the first thing it hears
+        await service.reset()  # the first signal that the service gets
 
-    async def test_a_half_open_connection_goes_when_both_sides_have_given_up(self):
+    async def test_a_half_open_connection_closes_when_both_sides_have_closed(self):
         self.play(rule("half-open"))
         client, service = await self.connect()
         await client.close()
         await service.close()
-        await self.until_done("closed")
+        await self.until_logged("closed")
 
-    async def test_a_half_open_connection_may_end_in_time(self):
+    async def test_a_half_open_connection_with_seconds_is_reset(self):
         self.play(rule("half-open", seconds=60))
         client, service = await self.connect()
-        await self.clock.asked(60)
-        self.clock.go_to(60)
+        await self.clock.until_waited_for(60)
+        self.clock.advance_to(60)
         await client.reset()
         await service.reset()
 
-    async def test_one_direction_alone_can_be_half_open(self):
+    async def test_one_direction_can_be_half_open(self):
         self.play(rule("half-open", direction="down"))
         client, service = await self.connect()
         await client.send(b"question")
@@ -103,20 +103,20 @@ class EndTest(LinkCase):
 
 
 class StallTest(LinkCase):
-    async def test_a_stall_holds_bytes_back_and_lets_them_go(self):
+    async def test_a_stall_holds_bytes_back_and_passes_them_later(self):
         self.play(rule("stall", after_bytes=4, seconds=20, direction="up"))
         client, service = await self.connect()
         await client.send(b"beforeafter")
         self.assertEqual(await service.receive(4), b"befo")
-        await self.clock.asked(20)
+        await self.clock.until_waited_for(20)
         connection, = self.proxy.connections
         self.assertEqual(connection.held_bytes["up"], 7)
-        self.clock.go_to(20)
+        self.clock.advance_to(20)
         self.assertEqual(await service.receive(7), b"reafter")
         self.assertEqual([(event["did"], event["at"]) for event in self.journal.events],
                          [("opened", 0), ("stall", 0), ("resume", 20)])
 
-    async def test_a_stall_comes_again(self):
+    async def test_a_stall_repeats_after_its_bytes(self):
         self.play(rule("stall", after_bytes=4, seconds=20, repeat=True))
         client, service = await self.connect()
         await client.send(bytes(12))
@@ -124,18 +124,18 @@ class StallTest(LinkCase):
             await service.receive(12)
         self.assertEqual([(event["at"], event["byte"]) for event in self.journal.of("stall")], [(0, 4), (20, 8)])
 
-    async def test_a_stall_in_time_comes_again(self):
+    async def test_a_stall_repeats_after_its_seconds(self):
         self.play(rule("stall", after_seconds=100, seconds=20, repeat=True))
         await self.connect()
         for begin in (100, 220, 340):
-            await self.clock.asked(begin)
-            self.clock.go_to(begin)
-            await self.clock.asked(begin + 20)
-            self.clock.go_to(begin + 20)
-        await self.until_done("resume", 3)
+            await self.clock.until_waited_for(begin)
+            self.clock.advance_to(begin)
+            await self.clock.until_waited_for(begin + 20)
+            self.clock.advance_to(begin + 20)
+        await self.until_logged("resume", 3)
         self.assertEqual([event["at"] for event in self.journal.of("stall")], [100, 220, 340])
 
-    async def test_a_stall_for_ever_ends_with_both_sides(self):
+    async def test_a_connection_that_stalls_for_ever_ends_with_both_sides(self):
         self.play(rule("stall"))
         client, service = await self.connect()
         await client.send(b"never")
@@ -143,36 +143,36 @@ class StallTest(LinkCase):
         await self.until(lambda: [each.held_bytes["up"] for each in self.proxy.connections] == [5])
         self.assertEqual(self.journal.of("closed"), [])
         await service.close()
-        await self.until_done("closed")
+        await self.until_logged("closed")
 
 
 class RefusalTest(LinkCase):
-    async def test_clients_are_refused_for_a_time_and_then_welcome_on_the_same_port(self):
+    async def test_clients_are_refused_for_a_time_and_then_accepted_on_the_same_port(self):
         self.play(rule("refuse", nth=1, after_bytes=1, seconds=15))
         client, service = await self.connect()
         await client.send(b"xy")
-        await self.clock.asked(15)
+        await self.clock.until_waited_for(15)
         with self.assertRaises(ConnectionRefusedError):
-            await self.knock()
-        self.assertEqual(await service.receive(2), b"xy")  # what is open is not concerned
-        self.clock.go_to(15)
-        await self.until_welcome()
+            await self.connect_client()
+        self.assertEqual(await service.receive(2), b"xy")  # open connections continue
+        self.clock.advance_to(15)
+        await self.expect_connection()
 
     async def test_the_longest_refusal_counts(self):
         self.play(rule("refuse", nth=1, seconds=15) + rule("refuse", nth=1, seconds=40, after_seconds=5))
         await self.connect()
-        await self.clock.asked(5)
-        self.clock.go_to(5)
-        await self.clock.asked(45)
-        self.clock.go_to(15)
+        await self.clock.until_waited_for(5)
+        self.clock.advance_to(5)
+        await self.clock.until_waited_for(45)
+        self.clock.advance_to(15)
         await asyncio.sleep(0)
         with self.assertRaises(ConnectionRefusedError):
-            await self.knock()
-        self.clock.go_to(45)
-        await self.until_welcome()
+            await self.connect_client()
+        self.clock.advance_to(45)
+        await self.expect_connection()
 
-    async def until_welcome(self):
-        await asyncio.sleep(0)  # whoever slept is awake now
+    async def expect_connection(self):
+        await asyncio.sleep(0)  # lets the tasks run that slept
         client, service = await self.connect()
         await client.send(b"again")
         self.assertEqual(await service.receive(5), b"again")
@@ -190,61 +190,61 @@ class CorruptionTest(LinkCase):
         self.assertEqual(await service.receive(30_000), b"a" * 30_000)
         self.assertEqual(self.journal.of("corrupt")[0]["byte"], 20_000)
 
-    async def test_all_at_once(self):
-        """Late, slow, with a wrong byte, stalled, and cut in the end."""
+    async def test_all_actions_together(self):
+        """A delayed, slow connection gets a wrong byte, stalls, and is cut."""
         self.play(rule("delay", seconds=1) + rule("bandwidth", bytes_per_second=100)
                   + rule("corrupt", after_bytes=10, bit=0) + rule("stall", after_bytes=20, seconds=10)
                   + rule("cut", after_bytes=30))
         client, service = await self.connect()
         await client.send(bytes(40))
         async with self.running_clock():
-            self.assertEqual(await service.rest(), bytes(10) + b"\x01" + bytes(19))
+            self.assertEqual(await service.read_to_end(), bytes(10) + b"\x01" + bytes(19))
         self.assertEqual([(event["did"], event.get("byte")) for event in self.journal.events][1:5],
                          [("corrupt", 10), ("stall", 20), ("resume", None), ("cut", 30)])
         self.assertGreaterEqual(self.journal.of("cut")[0]["at"], 11.2)
 
 
 class OutageTest(LinkCase):
-    async def test_what_is_open_stalls_and_what_is_new_is_refused(self):
+    async def test_open_connections_stall_and_new_ones_are_refused(self):
         self.play("[[outage]]\nstart_seconds = 30\nlast_seconds = 10\npause_seconds = 60\n")
         client, service = await self.connect()
         for begin in (30, 100):
-            await self.clock.asked(begin)
-            self.clock.go_to(begin)
-            await self.until_done("stall", 1 if begin == 30 else 2)
+            await self.clock.until_waited_for(begin)
+            self.clock.advance_to(begin)
+            await self.until_logged("stall", 1 if begin == 30 else 2)
             with self.assertRaises(ConnectionRefusedError):
-                await self.knock()
+                await self.connect_client()
             await client.send(b"x")
             await self.until(lambda: [each.held_bytes["up"] for each in self.proxy.connections] == [1])
-            self.clock.go_to(begin + 10)
+            self.clock.advance_to(begin + 10)
             self.assertEqual(await service.receive(1), b"x")
-            await self.until_done("resume", 1 if begin == 30 else 2)
+            await self.until_logged("resume", 1 if begin == 30 else 2)
         await self.connect()
 
     async def test_new_connections_can_stall_instead(self):
         self.play("[[outage]]\nlast_seconds = 10\nnew = 'stall'\n")
-        await self.clock.asked(10)
+        await self.clock.until_waited_for(10)
         client, service = await self.connect()
         await client.send(b"x")
         await self.until(lambda: [each.held_bytes["up"] for each in self.proxy.connections] == [1])
-        self.clock.go_to(10)
+        self.clock.advance_to(10)
         self.assertEqual(await service.receive(1), b"x")
 
-    async def test_open_connections_can_die(self):
+    async def test_open_connections_can_be_reset_cut_half_open_or_left(self):
         for what in ("reset", "cut", "half-open", "leave"):
             with self.subTest(what):
-                self.clock.go_to(0)
+                self.clock.advance_to(0)
                 self.play(f"[[outage]]\nstart_seconds = 5\nlast_seconds = 10\nopen = '{what}'\n")
                 client, service = await self.connect()
                 await self.until(lambda: len(self.proxy.connections) == 1)
-                await self.clock.asked(5)
-                self.clock.go_to(5)
-                await self.clock.asked(15)
+                await self.clock.until_waited_for(5)
+                self.clock.advance_to(5)
+                await self.clock.until_waited_for(15)
                 if what == "reset":
                     await client.reset()
                     await service.reset()
                 elif what == "cut":
-                    self.assertEqual((await client.rest(), await service.rest()), (b"", b""))
+                    self.assertEqual((await client.read_to_end(), await service.read_to_end()), (b"", b""))
                 else:
                     await client.send(bytes(MUCH) if what == "half-open" else b"x")
                     if what == "leave":

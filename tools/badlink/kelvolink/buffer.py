@@ -1,14 +1,14 @@
-"""The bytes on their way in one direction: what the air and the modems' queues hold."""
+"""The bytes on the way in one direction, as a modem's queue and the air hold them."""
 
 import asyncio
 import collections
 
-END = object()  # no more bytes: the source has said so
-LOST = object()  # no more bytes: the source has reset the connection
+ENDED = object()  # the source has closed its direction
+RESET = object()  # the source has reset the connection
 
 
-class Line:
-    """First in, first out, never more than `capacity` bytes: who sends faster has to wait."""
+class Buffer:
+    """A queue of at most `capacity` bytes. A faster sender has to wait."""
 
     def __init__(self, capacity):
         self.capacity = capacity
@@ -17,30 +17,30 @@ class Line:
         self._has_room, self._has_items = asyncio.Event(), asyncio.Event()
 
     async def room(self):
-        """How many bytes may be put, at least one."""
+        """Waits until there is room. Returns the free bytes, at least one."""
         while self.size >= self.capacity:
             self._has_room.clear()
             await self._has_room.wait()
         return self.capacity - self.size
 
     def put(self, due, item):
-        """A bytearray, END or LOST, that arrives at that moment. The last two take no room."""
+        """Adds a bytearray, ENDED or RESET, which arrives at the moment `due`. ENDED and RESET take no room."""
         self._items.append((due, item))
         self._has_items.set()
         if isinstance(item, bytearray):
             self.size += len(item)
 
     async def get(self):
-        """(due, item). Its bytes take room until they are `gone`."""
+        """Waits for an item. Returns (due, item). Its bytes take room until `free` is called."""
         while not self._items:
             self._has_items.clear()
             await self._has_items.wait()
         return self._items.popleft()
 
-    def gone(self, size):
+    def free(self, size):
         self.size -= size
         self._has_room.set()
 
     def clear(self):
         self._items.clear()
-        self.gone(self.size)
+        self.free(self.size)
