@@ -1,4 +1,4 @@
-"""What the benchmarks share: a service, a console and the peers' requests, as real processes."""
+"""Shared by the benchmarks: a service, a console and the peers' requests, as real processes."""
 
 import argparse
 import base64
@@ -24,7 +24,7 @@ def arguments(description):
 
 
 class Memory:
-    """The resident set of a process: its peak since reset(), above what it was then."""
+    """The growth of a process's resident set: its peak since reset(), minus its size at reset()."""
 
     def __init__(self, pid):
         self.pid = pid
@@ -45,7 +45,7 @@ class Memory:
 
 
 class Service:
-    """A service with a farm, an office user and an operator who has all inboxes."""
+    """A service with a farm, an office user, and an operator with all inboxes."""
 
     def __init__(self, build, folder):
         self.data = folder / "service"
@@ -108,7 +108,7 @@ class Service:
 
 
 class Console:
-    """The headless console, logged in, driven by its standard input."""
+    """The headless console, logged in, controlled by its standard input."""
 
     def __init__(self, build, folder, service):
         self.data = folder / "console"
@@ -124,11 +124,11 @@ class Console:
 
     @property
     def curves_folder(self):
-        """Where curves to be uploaded lie."""
+        """The folder of the curves to upload."""
         return self.data / "to-service/curves"
 
     def command(self, line):
-        """Runs one command and returns the lines that it caused, the result last."""
+        """Runs one command. Returns its output lines; the last line is the result."""
         self.process.stdin.write(line + "\n")
         self.process.stdin.flush()
         lines = []
@@ -147,7 +147,7 @@ class Console:
 
 
 class Bench:
-    """Scratch folder, service and console for the time of a `with`."""
+    """A scratch folder, a service and a console inside a `with`."""
 
     def __init__(self, options):
         self.options = options
@@ -174,7 +174,8 @@ def timed(function, *args):
 
 
 def in_turn(number, *contestants):
-    """What each answers, in the given order. Who goes first changes by round: it may find the disk quieter."""
+    """Calls each function and returns the results in the given order. The first to run changes with each round, because
+    the disk may be quieter for it."""
     first = number % len(contestants)
     order = [*range(first, len(contestants)), *range(first)]
     answers = {which: contestants[which]() for which in order}

@@ -1,10 +1,11 @@
-// How long the file controller takes to list many names anew with some of them selected, beside
-// Qt's own list doing as much: clear, add, select again; once as it comes, measuring each entry,
-// and once told that all are of one size. Each stands in a window that nobody sees.
+// Measures how long the file controller takes to list many names again with some of them selected.
+// Compares with Qt's own list, which clears, adds and selects: once with the default, which
+// measures each entry, and once with uniform item sizes. Each list is in a window on an invisible
+// display.
 //
 //   kelvo_bench_file_list [--names N] [--selected N] [--rounds N]
 //
-// Prints milliseconds: of the call alone, and until the window has drawn what came of it.
+// Prints milliseconds: of the call alone, and until the window has drawn the list.
 #include "core/TKelvoInterface.h"
 #include "host/TListWidget.h"
 #include "hostimpl/Folders.h"
@@ -36,7 +37,7 @@ struct TTime
     double drawnMs;
 };
 
-// One contestant: a window with a list in it that can be filled anew.
+// One contestant: a window with a list that can be filled again.
 class TContestant
 {
 public:
@@ -50,7 +51,7 @@ public:
         timer.start();
         FillAnew();
         const auto callNs = timer.nsecsElapsed();
-        QCoreApplication::processEvents(); // which lays out and draws
+        QCoreApplication::processEvents(); // lays out and draws
         const auto drawnNs = timer.nsecsElapsed();
         return {static_cast<double>(callNs) / nsPerMs, static_cast<double>(drawnNs) / nsPerMs};
     }
@@ -75,7 +76,7 @@ public:
         if (!hostimpl::SetDataFolder(m_folder.path()) || !hostimpl::CreateFolders(errorText)) {
             throw std::runtime_error(errorText.toStdString());
         }
-        KelvoInterface->OnLoggedIntoKelvo(); // so that the service's maps are what is listed
+        KelvoInterface->OnLoggedIntoKelvo(); // so that the list shows the service's maps
         m_controller.Setup();
         m_controller.resize(windowSize);
         Show();
@@ -141,7 +142,7 @@ QStringList NamesOf(int count)
     return names;
 }
 
-// Not side by side, which a list could keep as one range.
+// Not neighbours, which a list could store as one range.
 void Select(QListWidget& list, int count)
 {
     const int step = list.count() / count;
@@ -162,7 +163,7 @@ double Worst(const std::vector<double>& values)
     return *std::max_element(values.begin(), values.end());
 }
 
-// What the first contestant took, and the others with the ratio to each.
+// Prints the time of each contestant, and the ratio of the first to each other one.
 void Print(const char* what, const std::array<std::vector<double>, 3>& times)
 {
     constexpr const char* names[] = {"file controller", "plain QListWidget", "with uniform sizes"};
@@ -202,7 +203,7 @@ void Run(int names, int selected, int rounds)
     std::array<std::vector<double>, 3> drawn;
     for (int round = 0; round < rounds; ++round) {
         for (std::size_t turn = 0; turn < contestants.size(); ++turn) {
-            // Who goes first changes.
+            // The first contestant changes with each round.
             const std::size_t which = (static_cast<std::size_t>(round) + turn) % contestants.size();
             const TTime time = contestants.at(which)->Measure();
             called.at(which).push_back(time.callMs);

@@ -1,12 +1,13 @@
-// What the plug-in takes of the heap, for bench/footprint: the library as the host loads it, with
-// the SDK below it and the screens above, looked at step by step.
+// Measures the plug-in's heap for bench/footprint, step by step. Loads the library as the host
+// does, with the SDK and the screens.
 //
 //   kelvo_bench_heap LIBRARY FILES
 //
 // Logs in and waits until FILES files are listed. The service, its authority and the credentials
 // are in the environment: KELVO_API_HOST, KESDK_CA_FILE, KELVO_USER, KELVO_PASSWORD. Prints a line
-// a step: its name, bytes in use, bytes that the allocator has got from the system, threads.
-// GLIBC_TUNABLES should turn the caches of threads off: what lies in them counts as in use.
+// for each step: its name, the bytes in use, the bytes that the allocator has from the system, and
+// the number of threads. GLIBC_TUNABLES should turn off the threads' caches, because the allocator
+// counts cached memory as in use.
 #include "core/TKelvoInterface.h"
 #include "hostimpl/Folders.h"
 #include "hostimpl/TConfigStore.h"
@@ -40,7 +41,7 @@
 
 namespace {
 
-constexpr int GUARD_MS = 300000; // only ends what hangs; emulated TLS is slow
+constexpr int GUARD_MS = 300000; // ends a run that hangs; emulated TLS is slow
 constexpr int LOOK_MS = 250;
 constexpr int STILL_LOOKS = 8;
 
@@ -71,7 +72,7 @@ struct TUse
     }
 };
 
-// Other threads may still be at work: a step counts when a while has brought no change.
+// Other threads may still work: a step counts when the figures have not changed for a while.
 void Tell(const char* step)
 {
     TUse use = TUse::Now();
@@ -157,7 +158,8 @@ void LogIn(TKelvoInterface& hub, int files)
 }
 
 #ifdef KELVO_HAS_SCREENS
-// The console's window. It has been drawn: what Qt keeps for that is not the screens'.
+// The console's window. It is drawn before the screens, so that the memory that Qt allocates for
+// drawing does not count as the screens'.
 class TWindowOfHost : public QListWidget
 {
 public:

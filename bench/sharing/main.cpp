@@ -1,9 +1,9 @@
-// The plug-in's worker with a position to share, driven through standard input, for
-// bench/idle_hour. The service, its authority and the credentials are in the environment:
+// The plug-in's worker with a position to share, for bench/idle_hour. Standard input controls it.
+// The service, its authority and the credentials are in the environment:
 // KELVO_API_HOST, KESDK_CA_FILE, KELVO_USER, KELVO_PASSWORD.
 //
 //   login           logs in and starts sharing; answers when the hub has the lists
-//   minute HHMMSS   a new fix, and what the worker does when its timer has run out
+//   minute HHMMSS   sets a new fix and runs the worker's timer slot
 //   quit            ends the worker
 //
 // Each command is answered with "ok" or "failed".
@@ -26,7 +26,7 @@ namespace {
 constexpr int GUARD_MS = 60000;
 constexpr int LISTS = 6;
 
-// False if `signal` has not come `times` times before the guard's time.
+// False if `signal` was not emitted `times` times before the guard's timeout.
 template <typename TSender, typename TSignal>
 bool WaitFor(TSender* sender, TSignal signal, int times)
 {
@@ -49,7 +49,7 @@ public:
         store.SetItem(24290, qEnvironmentVariable("KELVO_PASSWORD"), false);
         QString errorText;
         m_isReady = hostimpl::SetDataFolder(m_folder.path()) && hostimpl::CreateFolders(errorText);
-        KelvoInterface = new TKelvoInterface; // the worker's to delete
+        KelvoInterface = new TKelvoInterface; // the worker deletes it
         hostimpl::TStartWatch watch;
         watch.Run([this] { m_worker.start(QThread::LowestPriority); });
         m_isReady = m_isReady && WaitFor(&watch, &hostimpl::TStartWatch::AllInitialised, 1);
