@@ -1,4 +1,3 @@
-// What is in a folder, for comparing a whole tree at once.
 #include "host/FolderImage.h"
 
 #include <QtCore/QDir>

@@ -1,4 +1,3 @@
-// Unzip in a process of its own, one system call at a time.
 #include "host/TTracedUnzip.h"
 
 #include <csignal>

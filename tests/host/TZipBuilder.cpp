@@ -1,4 +1,3 @@
-// Writes ZIP archives byte by byte, also such as no program would write.
 #include "host/TZipBuilder.h"
 
 #include <QtCore/QtEndian>

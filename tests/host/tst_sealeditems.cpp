@@ -270,7 +270,7 @@ void tst_SealedItems::sealsAnOldFileOnceThereIsRoom()
     QVERIFY(WriteFile(f.Path(), TSealedFixture::PlainFile()));
     TConfigStore store;
     {
-        const TExpectedMessage expected(QStringLiteral("cannot be made"));
+        const TExpectedMessage expected(QStringLiteral("cannot be created"));
         const TFileSizeLimit limit(16);
         QVERIFY(limit.IsSet());
         QVERIFY(!store.Open(f.Path()).isEmpty());

@@ -130,7 +130,7 @@ void tst_SecretKey::readsAsEmptyWhenItDoesNotOpen_data()
         [](const TSealedFixture& f) { return WriteFile(f.KeyPath(), QByteArray(31, 'k')); });
     row("key long", "length is wrong", true,
         [](const TSealedFixture& f) { return WriteFile(f.KeyPath(), QByteArray(33, 'k')); });
-    row("key of another console", "does not open", true,
+    row("key of another console", "cannot be decrypted", true,
         [](const TSealedFixture& f) { return WriteFile(f.KeyPath(), QByteArray(32, 'k')); });
     row("key unreadable", "no regular file", false, MakeKeyUnusable);
     row("key a link", "cannot be used", false, [](const TSealedFixture& f) {
@@ -141,13 +141,13 @@ void tst_SecretKey::readsAsEmptyWhenItDoesNotOpen_data()
         return QFile::remove(f.KeyPath()) &&
                ::mkfifo(QFile::encodeName(f.KeyPath()).constData(), 0600) == 0;
     });
-    row("value torn", "does not open", true,
+    row("value torn", "cannot be decrypted", true,
         [](const TSealedFixture& f) { return ReplaceSealed(f, f.SealedText().left(60)); });
-    row("value empty", "does not open", true,
+    row("value empty", "cannot be decrypted", true,
         [](const TSealedFixture& f) { return ReplaceSealed(f, QString()); });
-    row("value no base 64", "does not open", true,
+    row("value no base 64", "cannot be decrypted", true,
         [](const TSealedFixture& f) { return ReplaceSealed(f, QStringLiteral("?*")); });
-    row("value of another console", "does not open", true, [](const TSealedFixture& f) {
+    row("value of another console", "cannot be decrypted", true, [](const TSealedFixture& f) {
         const TSealedFixture other;
         return other.Configure() && ReplaceSealed(f, other.SealedText());
     });
@@ -188,7 +188,7 @@ void tst_SecretKey::isTightenedAndUsed()
     QCOMPARE(::chmod(QFile::encodeName(f.KeyPath()).constData(), 0644), 0);
     TConfigStore store;
     {
-        const TExpectedMessage expected(QStringLiteral("was open to others"));
+        const TExpectedMessage expected(QStringLiteral("Other users could read"));
         QVERIFY(store.Open(f.Path()).contains(f.KeyPath()));
     }
     QCOMPARE(TSealedFixture::ModeOf(f.KeyPath()), 0600u);
@@ -226,7 +226,7 @@ void tst_SecretKey::isOfNoUseOnAnotherConsole()
         QVERIFY(!hasOwnKey || other.Configure());
         QFile::remove(other.Path());
         QVERIFY(QFile::copy(f.Path(), other.Path()));
-        const TExpectedMessage expected(QStringLiteral("does not open"));
+        const TExpectedMessage expected(QStringLiteral("cannot be decrypted"));
         TConfigStore store;
         QVERIFY(!store.Open(other.Path()).isEmpty());
         QVERIFY(!store.GetItem(passwordItem).isValid());
@@ -240,7 +240,7 @@ void tst_SecretKey::neverFallsBackToPlain()
     QVERIFY(QDir().mkdir(f.KeyPath()));
     TConfigStore store;
     QCOMPARE(store.Open(f.Path()), QString());
-    const TExpectedMessage expected(QStringLiteral("do not outlast this run"));
+    const TExpectedMessage expected(QStringLiteral("will be lost when the console ends"));
     store.SetItem(passwordItem, kelvo::test::Password(), true);
     QCOMPARE(store.GetItem(passwordItem).toString(), kelvo::test::Password());
     store.SetItem(userItem, QStringLiteral("olga"), true);

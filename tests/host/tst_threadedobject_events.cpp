@@ -142,7 +142,7 @@ void tst_ThreadedObjectEvents::takesInObjects()
 
 void tst_ThreadedObjectEvents::takesInNothingAfterItsEnd()
 {
-    const kelvo::test::TExpectedMessage expected(QStringLiteral("nothing can be moved"));
+    const kelvo::test::TExpectedMessage expected(QStringLiteral("cannot be moved"));
     TThreadRecorder object;
     object.start(QThread::InheritPriority);
     object.Stop();

@@ -11,8 +11,8 @@ namespace hostimpl {
 
 using TClock = std::function<QDateTime()>;
 
-// From now on TLocalTime asks `clock`, from whichever thread it is asked itself; an empty function
-// brings the system's clock back. From any thread.
+// TLocalTime calls `clock` from now on, on the thread that asks TLocalTime. An empty function
+// restores the system's clock. From any thread.
 CONSOLEHOST_EXPORT void SetClock(TClock clock);
 
 } // namespace hostimpl

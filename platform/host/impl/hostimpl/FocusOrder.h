@@ -9,14 +9,15 @@ class QWidget;
 
 namespace hostimpl {
 
-// The widgets in `area` that can be worked with now, in the order of the tab key.
+// The widgets in `area` that can take the focus now, in the order of the tab key.
 CONSOLEHOST_EXPORT QVector<QWidget*> FocusOrder(const QWidget& area);
 
-// Moves the focus by `steps` among them. Without `wraps`, a step beyond either end is not taken:
-// the answer is false then. The focus comes to the first or the last one if it is elsewhere.
+// Moves the focus by `steps` widgets in this order. Returns false if the focus did not move;
+// without `wraps` the focus does not move beyond either end. A focus outside of the order moves to
+// the first widget, or with negative `steps` to the last.
 CONSOLEHOST_EXPORT bool MoveFocus(const QWidget& area, int steps, bool wraps);
 
-// Whether `widget` stands in something that is locked against changes.
+// True if `widget` or a widget around it is locked against changes.
 CONSOLEHOST_EXPORT bool IsLockedAround(const QWidget& widget);
 
 } // namespace hostimpl

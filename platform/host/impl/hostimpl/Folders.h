@@ -8,19 +8,19 @@
 
 namespace hostimpl {
 
-// Puts all folders of TSystemSettingsProxy below `dataFolder`, an absolute path, and creates that
-// one folder, readable for its owner only. False if it cannot be created; the setting is changed
-// all the same. From any thread.
+// Puts all folders of TSystemSettingsProxy below `dataFolder`, an absolute path. Creates only
+// `dataFolder` itself, readable for its owner only. If `dataFolder` cannot be created, the setting
+// is changed nevertheless and false is returned. From any thread.
 CONSOLEHOST_EXPORT bool SetDataFolder(const QString& dataFolder);
 
 // Without a trailing separator. From any thread.
 CONSOLEHOST_EXPORT QString DataFolder();
 
-// Creates the folders that TSystemSettingsProxy names, where they are missing. False if one cannot
-// be; `errorText` names it. Blocking.
+// Creates the missing folders of TSystemSettingsProxy. If a folder cannot be created, false is
+// returned and `errorText` names the folder. Blocking.
 CONSOLEHOST_EXPORT bool CreateFolders(QString& errorText);
 
-// The folders that archives are unpacked into.
+// The folders into which archives are unpacked.
 CONSOLEHOST_EXPORT QStringList DownloadFolders();
 
 } // namespace hostimpl

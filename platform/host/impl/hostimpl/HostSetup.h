@@ -1,4 +1,4 @@
-// Makes the framework ready in one call.
+// Prepares the framework in one call.
 #pragma once
 
 #include "host/HostExport.h"
@@ -7,10 +7,10 @@
 
 namespace hostimpl {
 
-// Puts the console's data below `dataFolder`: creates its folders, opens the configuration
-// ("console.json") and the user log ("logs/user.log"), and finishes what a run that was killed left
-// half unpacked. Call it once, on the main thread, before any plug-in is loaded. False if the
-// console cannot work there; `errorText` says why.
+// Puts the console's data below `dataFolder`: creates the folders, opens the configuration
+// ("console.json") and the user log ("logs/user.log"), and finishes or undoes an unpacking that an
+// earlier run did not complete. Call it once, on the main thread, before any plug-in is loaded. If
+// the console cannot use `dataFolder`, false is returned and `errorText` tells the reason.
 CONSOLEHOST_EXPORT bool SetUpHost(const QString& dataFolder, QString& errorText);
 
 } // namespace hostimpl

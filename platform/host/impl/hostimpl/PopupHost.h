@@ -1,4 +1,4 @@
-// Says which window popups come up over.
+// Sets the window over which popups are shown.
 #pragma once
 
 #include "host/HostExport.h"
@@ -7,8 +7,8 @@ class QWidget;
 
 namespace hostimpl {
 
-// Popups without a parent are centred over `window` from now on, and so are those whose parent's
-// window is not shown; null for none. Not owned; may be destroyed. Main thread.
+// A popup without a parent is centred over `window` from now on. The same holds for a popup whose
+// parent's window is not shown. Null for no window. Not owned; may be destroyed. Main thread.
 CONSOLEHOST_EXPORT void SetPopupHost(QWidget* window);
 CONSOLEHOST_EXPORT QWidget* PopupHost();
 

@@ -1,4 +1,4 @@
-// The configuration manager: items kept in one file.
+// The configuration manager that stores its items in one file.
 #pragma once
 
 #include "host/ConfigManager.h"
@@ -13,35 +13,36 @@ namespace hostimpl {
 
 class TSealedItems;
 
-// Items that the host keeps for itself.
+// The host framework's own items.
 enum EHostItem : int {
-    eUserLogLevelItem = 101,   // int: entries up to this level are wanted
+    eUserLogLevelItem = 101,   // int: the user log takes entries up to this level
     eEthernetNameItem = 102,   // string: the wired network interface
-    eConsoleStringItem = 103,  // string: what the console calls itself
+    eConsoleStringItem = 103,  // string: the console's name
     eDeniedControlsItem = 104, // list of int: controls that the operator may not use
 };
 
-// A JSON file, readable for its owner only. Credentials are sealed in it, by the key in a file of
-// its own beside it ("console.json.key"); which items those are is a table, SealedItems.h. Each
-// change of a persistent item is on the disk before SetItem() returns.
+// A JSON file, readable for its owner only. Credentials are sealed, that is encrypted, with a key
+// in a second file ("console.json.key"). SealedItems.h lists the sealed items. Each change of a
+// persistent item is on the disk before SetItem() returns.
 //
-// From any thread; reading never waits for the disk. Errors: an item that cannot be written stays
-// valid in memory, is warned of, and is written with the next item; the user log is told once until
-// writing succeeds. A file that cannot be understood is kept under another name and the store
-// starts empty. A sealed item that does not open reads as not set; one that cannot be sealed stays
-// in memory and is not written in any other form.
+// From any thread; reading never waits for the disk.
+//
+// Errors: an item that cannot be written stays valid in memory, causes a warning, and is written
+// with the next item. The user log gets one entry until writing succeeds again. An invalid file is
+// kept under another name, and the store starts empty. A sealed item that cannot be decrypted reads
+// as not set. An item that cannot be sealed stays in memory and is not written in any other form.
 class CONSOLEHOST_EXPORT TConfigStore final : public ConfigManager
 {
 public:
-    // Keeps its items in memory until Open() was called.
+    // Before Open() the items are only in memory.
     TConfigStore();
     ~TConfigStore() override;
 
     // The store behind ConfigManager::Instance().
     static TConfigStore& Process();
 
-    // Forgets all items and reads those of `path`, which need not exist; its folder must. Returns
-    // what went wrong, or an empty text. The store is usable in either case.
+    // Forgets all items and reads the items of the file `path`. The file may be missing, its folder
+    // may not. Returns the problems, or an empty text. The store is usable in either case.
     QString Open(const QString& path);
     void SetUserLogAccessor(const UserLogAccessorPtr& accessor);
 
@@ -60,7 +61,7 @@ private:
     // the file is written.
     QMutex m_fileMutex;
     QString m_path;
-    QMap<int, QVariant> m_persisted; // those that are sealed in the file, too
+    QMap<int, QVariant> m_persisted; // with the items that are sealed in the file
     std::unique_ptr<TSealedItems> m_sealed;
     bool m_isUnsaved = false;
 

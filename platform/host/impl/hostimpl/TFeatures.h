@@ -1,4 +1,4 @@
-// The console's features, as the configuration had them when it started.
+// The console's features according to the configuration at its start.
 #pragma once
 
 #include "host/ConfigManager.h"
@@ -36,7 +36,7 @@ private:
     const TCharacteristics m_characteristics;
 };
 
-// The first wired interface that the system has, "eth0" if it has none.
+// The system's first wired interface, or "eth0" if there is none.
 CONSOLEHOST_EXPORT QString FindEthernetName();
 
 } // namespace hostimpl

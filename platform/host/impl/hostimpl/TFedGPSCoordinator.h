@@ -1,4 +1,4 @@
-// The GPS coordinator as a position source feeds it.
+// The GPS coordinator with the functions that a position source calls.
 #pragma once
 
 #include "host/TGPSCoordinator.h"
@@ -19,17 +19,17 @@ public:
     explicit TFedGPSCoordinator(QObject* parent = nullptr);
     ~TFedGPSCoordinator() override;
 
-    // A usable position. Emits GPSLost(false) if there was none before. What is no place on Earth
-    // or no time of day is ignored and false is returned.
+    // A usable position. Emits GPSLost(false) if there was none before. A fix that is no place on
+    // Earth or no time of day is ignored, and false is returned.
     bool Feed(const TGPSFix& fix);
-    // No usable position any more. Emits GPSLost(true) if there was one; the fix stays readable.
+    // No usable position any more. Emits GPSLost(true) if there was one. The last fix stays
+    // readable.
     void Lose();
     // Emits GPSLost(false) once more if there is a usable position.
     void AnnounceFix();
     bool HasFix() const;
 
 private:
-    void NoteReadyListener();
     void EmitPendingSignals();
 
     mutable QMutex m_stateMutex; // guards m_hasFix, m_pendingSignals and m_isEmitting

@@ -1,4 +1,4 @@
-// The window manager's register of surfaces, without any notion of where they are shown.
+// The window manager's register of surfaces. The register does not know where they are shown.
 #pragma once
 
 #include "host/AppWindowSurface.h"
@@ -9,9 +9,9 @@
 
 namespace hostimpl {
 
-// Owns what it is handed. A window manager listens to its signals, which come directly: in
-// SurfacesAboutToGo the surfaces are still whole. Main thread. An application that registers once
-// more adds mini views; its full view and its further surface replace the former ones.
+// Owns the registered surfaces. A window manager connects to the signals directly: during
+// SurfacesAboutToGo the surfaces still exist. If an application registers again, its mini views are
+// added, and its full view and its further surface replace the former ones. Main thread.
 class CONSOLEHOST_EXPORT TSurfaceRegister : public QObject, public TWindowManagerApi
 {
     Q_OBJECT
@@ -26,7 +26,7 @@ public:
                            ZRA::AppWindowSurface* fullView,
                            ZRA::AppWindowSurface* further) override;
     void RemoveWindowSurfaces(const ZRA::OrvaleID& application) override;
-    // Also of an application that has not registered yet.
+    // The application may register later.
     void SetSurfaceToolTip(const ZRA::OrvaleID& application, const QString& toolTip) override;
 
     // In the order of their registration.
@@ -48,7 +48,7 @@ private:
         ZRA::OrvaleID id;
         QString toolTip;
         bool hasSurfaces = false;
-        // A parent widget may destroy a surface before its time.
+        // A parent widget may destroy a surface early.
         QList<QPointer<ZRA::AppWindowSurface>> miniViews;
         QPointer<ZRA::AppWindowSurface> fullView;
         QPointer<ZRA::AppWindowSurface> further;

@@ -1,4 +1,4 @@
-// What the operator may use, as the configuration has it.
+// The controls that the operator may use according to the configuration.
 #pragma once
 
 #include "host/ConfigManager.h"
@@ -6,7 +6,7 @@
 
 namespace hostimpl {
 
-// Everything is accessible that was not denied. Main thread. `settings` must outlive it.
+// A control is accessible unless it was denied. Main thread. `settings` must outlive the object.
 class CONSOLEHOST_EXPORT TUserLevels final : public TAppUserLevels
 {
 public:

@@ -1,4 +1,4 @@
-// The user log as a file that is kept from growing.
+// The user log as files of limited size.
 #pragma once
 
 #include "host/UserLogAccessor.h"
@@ -11,18 +11,18 @@ namespace hostimpl {
 
 struct TUserLogLimits
 {
-    std::int64_t fileSizeBytes =
-        std::int64_t{1024} * 1024; // a file that would grow beyond it is put aside
-    int files = 4;                 // with the one being written
-    int messageChars = 4096;       // the rest of a longer message is cut off
+    std::int64_t fileSizeBytes = std::int64_t{1024} * 1024; // a full file is renamed to FILE.1
+    int files = 4;                                          // including the current file
+    int messageChars = 4096; // the rest of a longer message is cut off
 };
 
-// One line an entry: UTC time, target, category, level, code, message. What would break a line is
-// written as an escape sequence. Files are readable for their owner only; FILE is the newest, then
-// come FILE.1, FILE.2 and so on.
+// An entry is one line: UTC time, target, category, level, code, message. Control characters are
+// written as escape sequences. Files are readable for their owner only. FILE is the newest file,
+// FILE.1 is older, FILE.2 is older still, and so on.
 //
-// From any thread; blocking, but not on the disk's cache. Errors: what cannot be written is dropped
-// and said once in the application's log; a line is never written in part.
+// From any thread. Blocking, but without a sync of the disk. Errors: an entry that cannot be
+// written is dropped, and the application's log gets one warning until writing succeeds again. A
+// line is never written in part.
 class CONSOLEHOST_EXPORT TUserLogFile final : public UserLogAccessor
 {
 public:

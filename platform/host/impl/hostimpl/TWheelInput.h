@@ -1,4 +1,4 @@
-// Turns keys into the steps of the wheel and the presses of its button.
+// Turns keys into wheel steps and button presses.
 #pragma once
 
 #include "host/HostExport.h"
@@ -10,10 +10,13 @@ class QWidget;
 
 namespace hostimpl {
 
-// Listens to the whole application while it lives. Down and Up are a step of the wheel forth and
-// back, Return, Enter and Select press the button, Escape and Back go back; the button held down
-// goes back too, so that a wheel with one button is enough. What no widget uses moves the focus on
-// in the window, round and round. Main thread; may be made after the application object only.
+// Filters the key events of the whole application.
+// - Down and Up are a wheel step forward and backward.
+// - Return, Enter and Select press the button.
+// - Escape, Back and a long press of the button go back. Therefore a wheel with one button is
+//   enough.
+// If no widget uses a wheel step, the step moves the focus in the window; the last widget is
+// followed by the first. Main thread. The application object must exist before this object.
 class CONSOLEHOST_EXPORT TWheelInput : public QObject
 {
     Q_OBJECT
@@ -22,7 +25,7 @@ public:
     explicit TWheelInput(QObject* parent = nullptr);
     ~TWheelInput() override;
 
-    // For sources other than the keyboard. Each answers whether somebody used it.
+    // For sources other than the keyboard. The functions return true if a widget used the input.
     bool Turn(int steps);
     bool Press();
     bool Back();
@@ -34,7 +37,7 @@ private:
     bool OnKeyReleased(const QKeyEvent& event);
 
     int m_heldKey = 0;          // the button's key while it is down
-    bool m_hasGoneBack = false; // by holding it
+    bool m_hasGoneBack = false; // by a long press of the button
 };
 
 } // namespace hostimpl

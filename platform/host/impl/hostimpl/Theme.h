@@ -1,4 +1,4 @@
-// How the console looks: colours by day and by night, fonts, sizes, backgrounds of buttons.
+// The console's look: colours by day and by night, fonts, sizes, backgrounds of buttons.
 #pragma once
 
 #include "host/HostExport.h"
@@ -17,58 +17,60 @@ namespace hostimpl {
 
 enum class ETheme : int { eDay = 0, eNight = 1 };
 
-// A text is drawn only on the grounds that stand beside it; there its contrast is 7:1 at least.
+// Backgrounds and foregrounds. The comment of a text colour names its backgrounds. On these
+// backgrounds the contrast is 7:1 at least; the text is drawn on no others.
 enum class EColour : int {
-    eWindow = 0,         // ground of a screen
-    ePanel,              // ground of rows, lists and dialogs
-    eText,               // on window and panel
-    eMutedText,          // names of values; on window and panel
-    eOffText,            // what is not offered now; on window, panel and off
-    eOff,                // ground of what is not offered now
+    eWindow = 0,         // background of a screen
+    ePanel,              // background of rows, lists and dialogs
+    eText,               // on eWindow and ePanel
+    eMutedText,          // names of values; on eWindow and ePanel
+    eOffText,            // text of a disabled widget; on eWindow, ePanel and eOff
+    eOff,                // background of a disabled widget
     eBorder,             // around panels and fields
-    eButton,             // ground of a button
-    eButtonText,         // on button
-    eButtonSelected,     // ground of a button that is pressed or has the focus
-    eButtonSelectedText, // on button selected
-    eSelected,           // ground of an entry that is selected, filled part of a bar
-    eSelectedText,       // on selected
-    eFocus,              // ring around what has the focus
-    eAlert,              // something is wrong; on window and panel
-    eGood,               // something works; on window and panel
+    eButton,             // background of a button
+    eButtonText,         // on eButton
+    eButtonSelected,     // background of a button that is pressed or has the focus
+    eButtonSelectedText, // on eButtonSelected
+    eSelected,           // background of a selected entry, filled part of a bar
+    eSelectedText,       // on eSelected
+    eFocus,              // ring around the widget that has the focus
+    eAlert,              // an error; on eWindow and ePanel
+    eGood,               // a success; on eWindow and ePanel
 };
 constexpr int COLOUR_COUNT = static_cast<int>(EColour::eGood) + 1;
 
 enum class EFont : int { eCaption = 0, eBody, eTitle };
 
-// What a gloved finger hits, pixels.
+// The smallest size of a touch target, in pixels. A finger in a glove can hit a target of this
+// size.
 constexpr int TOUCH_SIZE = 73;
-// The thickness of the ring around what has the focus, pixels.
+// The thickness of the focus ring, in pixels.
 constexpr int FOCUS_RING = 4;
 
-// Everything of the console is drawn with it from now on, what is shown already too. Needs the
-// application object. Main thread, as all that follows.
+// The whole console is drawn with `theme` from now on; visible widgets are drawn again. Needs the
+// application object. Main thread; so are the functions below.
 CONSOLEHOST_EXPORT void SetTheme(ETheme theme);
-// By day until another one is set.
+// ETheme::eDay until SetTheme() is called.
 CONSOLEHOST_EXPORT ETheme CurrentTheme();
 
 CONSOLEHOST_EXPORT QColor ThemeColour(EColour colour);
 CONSOLEHOST_EXPORT QColor ThemeColour(EColour colour, ETheme theme);
 CONSOLEHOST_EXPORT QFont ThemeFont(EFont font);
-// The same typeface at another size, which is made readable if it is not.
+// The same typeface in another size. A size that is too small to read is enlarged.
 CONSOLEHOST_EXPORT QFont ThemeFont(int sizePixels);
 
-// A picture of the console by its name, in the colours of the theme at the time it is drawn. An
-// unknown name gives a neutral one, an empty one none.
+// The console's icon of this name. The icon takes the colours of the theme at each drawing. An
+// unknown name gives a neutral icon, an empty name a null icon.
 CONSOLEHOST_EXPORT QIcon ThemeIcon(const QString& name);
 CONSOLEHOST_EXPORT QStringList ThemeIconNames();
 
-// Grounds of buttons by name: "NewStandardButton", "NewStandardButtonSelected",
-// "NewDisabledButton"; any other name is drawn as the first.
+// Draws a button's background by its name: "NewStandardButton", "NewStandardButtonSelected" or
+// "NewDisabledButton". An unknown name is drawn as "NewStandardButton".
 CONSOLEHOST_EXPORT void DrawBackground(QPainter& painter, const QRect& place, const QString& name);
 CONSOLEHOST_EXPORT QColor BackgroundTextColour(const QString& name);
-// The ring goes inside of `place`.
+// The ring lies inside of `place`.
 CONSOLEHOST_EXPORT void DrawFocusRing(QPainter& painter, const QRect& place);
-// The ground of a row or a dialog.
+// Draws the background of a row or a dialog.
 CONSOLEHOST_EXPORT void DrawPanel(QPainter& painter, const QRect& place);
 
 } // namespace hostimpl

@@ -1,4 +1,4 @@
-// What stands behind TFileSystemHelper::Unzip.
+// The implementation of TFileSystemHelper::Unzip, with limits and recovery.
 #pragma once
 
 #include "host/HostExport.h"
@@ -10,32 +10,33 @@
 
 namespace hostimpl {
 
-// What an archive may not go beyond. The defaults are the console's; tests choose smaller ones.
+// The limits of an archive. The defaults are the console's; tests set smaller limits.
 struct TUnpackLimits
 {
     std::int64_t entries = 100000;
     std::int64_t totalBytes = 4LL * 1024 * 1024 * 1024;
-    // Unpacked may be at most `ratio` times the archive's own size, once there is more than
-    // `ratioFloorBytes` of it: a small file of zeros is no attack.
+    // Above `ratioFloorBytes`, the unpacked content may be at most `ratio` times the archive's own
+    // size. Below, any ratio is allowed: a small file of zeros is no attack.
     std::int64_t ratio = 200;
     std::int64_t ratioFloorBytes = 10LL * 1024 * 1024;
     std::int64_t nameBytes = 255;  // a file's or a folder's own name, in UTF-8
     std::int64_t pathBytes = 1024; // the whole path inside the archive, in UTF-8
-    std::int64_t depth = 64;       // folders in each other
+    std::int64_t depth = 64;       // nested folders
 };
 
-// TFileSystemHelper::Unzip with limits of one's own.
+// TFileSystemHelper::Unzip with other limits.
 CONSOLEHOST_EXPORT bool Unzip(const QString& archive, const QString& destinationFolder,
                               const TUnpackLimits& limits, QString& errorText);
 
-// Undoes what an Unzip into `destinationFolder` left that was killed: replaced files come back,
-// what was added goes. Nothing happens if there is nothing to undo, or if the folder is missing.
-// False if it failed, or if somebody else has been unpacking there for a second; it may be tried
-// again, and the next Unzip does. From any thread; blocking.
+// Undoes an Unzip into `destinationFolder` that did not complete because its process was killed:
+// replaced files are restored, and added files are deleted. Does nothing if there is nothing to
+// undo or if the folder is missing. Returns false if undoing failed, or if another process held the
+// folder's lock for a second. A retry is safe; the next Unzip retries too. From any thread;
+// blocking.
 CONSOLEHOST_EXPORT bool RecoverUnpacking(const QString& destinationFolder, QString& errorText);
 
-// The same for several folders, one after the other; what went wrong with which. All together wait
-// for others for a second at most.
+// The same for several folders, one after the other. Returns an error text for each folder that
+// failed. The wait for other processes is a second at most for all folders together.
 CONSOLEHOST_EXPORT QStringList RecoverUnpacking(const QStringList& destinationFolders);
 
 } // namespace hostimpl

@@ -8,8 +8,8 @@
 
 namespace ZRA {
 
-// Main thread. Owned by the window manager once it was handed over. Slot order is part of the
-// contract: the surface's own follow those of QWidget.
+// Main thread. The window manager owns the surface from the moment it is handed over. The order of
+// the virtual functions is part of the contract: the surface's own follow those of QWidget.
 class CONSOLEHOST_EXPORT AppWindowSurface : public QWidget
 {
     Q_OBJECT
@@ -18,13 +18,13 @@ public:
     explicit AppWindowSurface(QWidget* parent = nullptr);
     ~AppWindowSurface() override;
 
-    // The window manager calls it once, before it first shows the surface. An override calls the
-    // base's first.
+    // The window manager calls Setup() once, before it first shows the surface. An override first
+    // calls the base class's Setup().
     virtual void Setup();
-    // Whether the operator who is signed in may use the surface.
+    // True if the signed-in operator may use the surface.
     virtual bool IsAvailable() const;
 
-    // `iconName` is that of an icon of the host's theme, without a path.
+    // `iconName` names an icon of the host's theme, without a path.
     void SetSurfaceIcon(const QString& iconName);
     const QString& SurfaceIcon() const { return m_icon; }
 
@@ -34,7 +34,7 @@ public:
     bool IsStateShown() const { return m_isStateShown; }
     bool IsHelpShown() const { return m_isHelpShown; }
 
-    // Whether Setup() has run.
+    // True once Setup() has run.
     bool IsSetUp() const { return m_isSetUp; }
 
 Q_SIGNALS:

@@ -6,7 +6,8 @@
 
 #include <QtCore/QVariant>
 
-// One a process. From any thread. Written through to disk atomically.
+// One object in each process. From any thread. A persistent change is written to the disk
+// atomically before SetItem() returns.
 class CONSOLEHOST_EXPORT ConfigManager
 {
 public:
@@ -14,12 +15,12 @@ public:
 
     virtual ~ConfigManager();
 
-    // The item's value; an invalid QVariant when it was never set.
+    // The item's value, or an invalid QVariant if the item was never set.
     virtual QVariant GetItem(int itemKey) const = 0;
     // With `persist` the value outlives the process.
     virtual void SetItem(int itemKey, const QVariant& value, bool persist) = 0;
 
-    // Whether entries of this kind are wanted in the user log.
+    // True if the user log takes entries of this kind.
     virtual bool IsUserLogEnabled(int source, int target, int category, int level) const = 0;
     // Never null.
     virtual UserLogAccessorPtr GetUserLogAccessor() = 0;

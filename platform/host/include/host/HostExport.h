@@ -1,6 +1,6 @@
-// Marks what the host framework's library offers to the plug-in and the console.
+// Marks the classes and functions that the host framework's library exports.
 #pragma once
 
-// The same on both sides: a class that one library exports must have visible type information in
-// every library that uses it.
+// The library and its users expand the macro in the same way: the type information of an exported
+// class must be visible in every library that uses the class.
 #define CONSOLEHOST_EXPORT __attribute__((visibility("default")))

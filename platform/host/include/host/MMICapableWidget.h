@@ -1,4 +1,4 @@
-// A widget that can be worked with a rotary wheel and one button, without touching it.
+// A widget that the operator can use with a rotary wheel and one button, without touching it.
 #pragma once
 
 #include "host/HostExport.h"
@@ -7,15 +7,16 @@ class QWidget;
 
 namespace ZRA {
 
-// The window manager turns the wheel's steps and the button into these calls, on the widget that
-// has the focus or, where that is none, on the ones around it. Main thread. Each answers whether
-// the step was used; if not, it goes on to the widget around.
+// The window manager turns the wheel's steps and the button into these calls. The first call goes
+// to the widget that has the focus. A function returns true if the widget used the input. If it
+// returns false, or if the widget is no MMICapableWidget, the parent widget is called next. Main
+// thread.
 class CONSOLEHOST_EXPORT MMICapableWidget
 {
 public:
     virtual ~MMICapableWidget();
 
-    // `steps` of the wheel, clockwise is positive: on to the next part, or the value's next one.
+    // `steps` of the wheel; clockwise is positive and leads to the next part or the next value.
     virtual bool OnWheelTurned(int steps);
     virtual bool OnWheelPressed();
     virtual bool OnBackPressed();

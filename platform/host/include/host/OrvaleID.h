@@ -1,4 +1,4 @@
-// Identifies an application towards the window manager.
+// The id under which an application registers with the window manager.
 #pragma once
 
 #include <QtCore/QUuid>

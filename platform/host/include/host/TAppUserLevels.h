@@ -1,4 +1,4 @@
-// What the operator who is signed in at the console may use.
+// The controls that the signed-in operator may use.
 #pragma once
 
 #include "host/HostExport.h"
@@ -9,7 +9,7 @@
 class CONSOLEHOST_EXPORT TAppUserLevels
 {
 public:
-    // The numbers are the console's; only those that plug-ins ask for have names.
+    // The numbers are the console's. Only controls that plug-ins ask for have names.
     enum EControl : std::int32_t {
         eKelvoControl = 168,
     };

@@ -1,4 +1,4 @@
-// What sets one model of console apart from another.
+// The properties in which models of consoles differ.
 #pragma once
 
 #include "host/HostExport.h"
@@ -13,6 +13,6 @@ public:
 
     // Name of the wired network interface, such as "eth0".
     virtual QString GetEthernetName() const = 0;
-    // What the console calls itself towards a service.
+    // The name that the console sends to a service.
     virtual QString GetConsoleString() const = 0;
 };

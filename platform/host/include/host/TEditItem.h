@@ -1,4 +1,4 @@
-// What a property widget edits: a number within limits, or one of several choices.
+// The value that a property widget edits: a number within limits, or one of several choices.
 #pragma once
 
 #include "host/HostExport.h"
@@ -6,7 +6,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-// A list that answers its default for what was never set, and grows when something is set.
+// A list that returns its default for an index that was never set. Set() enlarges the list.
 template <typename T>
 class TEditContainer
 {
@@ -40,7 +40,7 @@ public:
     using TEditContainer::TEditContainer;
 };
 
-// Whether a choice is offered; one that was never set is.
+// Tells for each choice if it is offered. The default is true.
 class CONSOLEHOST_EXPORT TEditContainerBool : public TEditContainer<bool>
 {
 public:
@@ -56,6 +56,6 @@ struct TEditItem
     double maximum = 0.0;
     double step = 1.0;
     TEditContainerQString options;     // labels of the choices, by value
-    TEditContainerBool optionsEnabled; // which of them are offered
-    bool doesWrap = false;             // a step beyond the last choice leads to the first
+    TEditContainerBool optionsEnabled; // which choices are offered
+    bool doesWrap = false;             // a step beyond the last choice leads to the first choice
 };

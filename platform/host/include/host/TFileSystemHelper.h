@@ -11,13 +11,15 @@ class CONSOLEHOST_EXPORT TFileSystemHelper
 public:
     TFileSystemHelper() = delete;
 
-    // Unpacks `archive` into the existing folder `destinationFolder`: folders merge, a file of the
-    // same name is replaced whole. All or nothing: on false nothing in the folder has changed, and
-    // `errorText` says why. Refused are entries that are absolute, contain "..", are links or
-    // devices, encrypted archives, and archives beyond the limits on entries, size and ratio.
+    // Unpacks `archive` into the existing folder `destinationFolder`. Folders are merged. A file of
+    // the same name is replaced as a whole. If Unzip() returns false, nothing in the folder has
+    // changed and `errorText` tells the reason. Unzip() refuses encrypted archives, archives beyond
+    // the limits on entries, size and ratio, and entries that are absolute, contain "..", or are
+    // links or devices.
     static bool Unzip(const QString& archive, const QString& destinationFolder, QString& errorText);
 
-    // Deletes a folder: its content, also below subfolders if `recursive`, and the folder itself if
-    // `deleteFolderItself`. Links are deleted, never followed. False when something is left.
+    // Deletes the files of a folder, with `recursive` also its subfolders, and with
+    // `deleteFolderItself` the folder itself. Links are deleted, never followed. Returns false if
+    // something could not be deleted.
     static bool DeleteDirGeneric(const QString& path, bool recursive, bool deleteFolderItself);
 };

@@ -1,4 +1,4 @@
-// Where the vehicle is, as the console's receiver last said.
+// The vehicle's last known position.
 #pragma once
 
 #include "host/HostExport.h"
@@ -14,8 +14,8 @@ struct TGPSFix
     double utcTime = 0.0; // time of day as hhmmss.ss, as receivers report it
 };
 
-// Lives on the main thread; its fix is set by a source on a thread of that source's own and read
-// from any thread.
+// Lives on the main thread. A position source sets the fix on its own thread. Any thread may read
+// the fix.
 class CONSOLEHOST_EXPORT TGPSCoordinator : public QObject
 {
     Q_OBJECT
@@ -24,7 +24,7 @@ public:
     explicit TGPSCoordinator(QObject* parent = nullptr);
     ~TGPSCoordinator() override;
 
-    // The three values of one and the same fix. Stays the last one known when the fix is lost.
+    // The three values belong to the same fix. After the fix is lost, the last fix is returned.
     TGPSFix GetCurrentFix() const;
 
 Q_SIGNALS:

@@ -1,10 +1,11 @@
-// Base of everything that the host starts and stops in phases.
+// Base of the objects that the host starts and stops in phases.
 #pragma once
 
 #include "host/HostExport.h"
 
 // A component of the console. The host calls the phases on the main thread, in the order in which
-// they are declared; each is called at most once a life. Slot order is part of the contract.
+// they are declared, and each phase at most once. The order of the virtual functions is part of the
+// contract.
 class CONSOLEHOST_EXPORT TGen2Component
 {
 public:

@@ -15,8 +15,8 @@ public:
 
     void InitialiseSettings() override;
 
-    // Builds the plug-in's screens and registers them with the window manager. The host calls it
-    // on the main thread, once Initialise() has run.
+    // Builds the plug-in's screens and registers them with the window manager. The host calls
+    // CreateScreens() on the main thread after Initialise().
     virtual void CreateScreens();
 
 protected:

@@ -1,4 +1,4 @@
-// A list of names of which the operator selects some.
+// A list of names. The operator selects some of the names.
 #pragma once
 
 #include "host/HostExport.h"
@@ -10,8 +10,8 @@
 
 #include <memory>
 
-// Scrolls kinetically; a name that is too long is elided in the middle and can be read in full.
-// Main thread.
+// The list scrolls kinetically. A name that is too long is elided in the middle. If the current
+// entry's name is elided, a band over the list shows the whole name. Main thread.
 class CONSOLEHOST_EXPORT TListWidget : public QListWidget, public ZRA::MMICapableWidget
 {
     Q_OBJECT
@@ -20,15 +20,17 @@ public:
     explicit TListWidget(QWidget* parent = nullptr);
     ~TListWidget() override;
 
-    // Appends an entry. `textSize` in pixels is the least that is drawn; `value` is kept with it.
+    // Appends an entry. `textSize` is the least text size in pixels. `value` is stored with the
+    // entry.
     void AddString(const QString& text, int textSize, int value, const QIcon& icon);
     // In the order of the list.
     QStringList GetSelectedTextItems() const;
-    // Selects every entry with one of the texts, beside what is selected already.
+    // Selects every entry that has one of the texts. Entries that are selected already stay
+    // selected.
     void SelectItems(const QStringList& texts);
 
-    // The button takes the list in hand: the wheel goes through the entries then, the button
-    // selects, and a step beyond either end, or Back, lets it go again.
+    // The first press of the button starts the use by wheel: the wheel moves through the entries
+    // and the button selects. A step beyond either end, or Back, ends the use by wheel.
     bool OnWheelTurned(int steps) override;
     bool OnWheelPressed() override;
     bool OnBackPressed() override;

@@ -1,4 +1,4 @@
-// A message to the operator, with the buttons to answer it.
+// A message to the operator with the buttons for the answer.
 #pragma once
 
 #include "host/HostExport.h"
@@ -11,17 +11,17 @@
 
 class TPushButton;
 
-// Its content is built when it is first needed. A button closes the dialog after its signal, but
-// the Cancel button of a running operation, whose end the operator waits for. Who shows the dialog
-// again from its signal keeps it open. Main thread.
+// The dialog builds its content on first use. A button emits its signal and then closes the dialog.
+// The Cancel button of a running operation does not close the dialog: the operator waits for the
+// operation's end. A slot that shows the dialog again keeps the dialog open. Main thread.
 class CONSOLEHOST_EXPORT TMessageDialog : public TPopupWindow
 {
     Q_OBJECT
 
 public:
     enum EMessageDialogType : int {
-        eAcknowledge = 0, // button 0 closes it
-        eOperation = 2,   // button 0 closes it, button 1 cancels; shows that work is going on
+        eAcknowledge = 0, // button 0 closes the dialog
+        eOperation = 2,   // button 0 closes the dialog, button 1 cancels; shows a busy indicator
         eQuestion = 4,    // button 0 is yes, button 1 is no
     };
     enum EMessageDialogButton : int {
@@ -29,23 +29,23 @@ public:
         eButton1 = 1,
     };
 
-    // `isFullScreen`: it covers the whole screen. `pixmap` stands beside the message unless it is
-    // null.
+    // With `isFullScreen` the dialog covers the whole screen. A `pixmap` that is not null is drawn
+    // beside the message.
     TMessageDialog(QWidget* parent, const QString& title, const QString& message,
                    EMessageDialogType type, bool isFullScreen, const QPixmap& pixmap);
     ~TMessageDialog() override;
 
-    // The title and the message may be changed at any time. Simple HTML is drawn as such.
+    // The message may be changed at any time. Simple HTML is rendered.
     void SetMessage(const QString& message);
     QString Message() const;
     QString Title() const;
     EMessageDialogType Type() const;
 
-    // Builds the content if that has not been done yet.
+    // Builds the content if it is not built yet.
     void SetupIfRequired();
     // Null for a button that the type does not have, and before the content is built.
     TPushButton* GetMessageDialogButton(EMessageDialogButton button) const;
-    // Builds the content if needed. Nothing happens for a button that the type does not have.
+    // Builds the content if needed. Does nothing for a button that the type does not have.
     void EnableButton(EMessageDialogButton button, bool isEnabled);
 
     bool OnBackPressed() override;

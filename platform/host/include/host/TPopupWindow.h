@@ -1,4 +1,4 @@
-// A window that comes up over the screens until it is answered.
+// A window that is shown over the screens until the operator answers it.
 #pragma once
 
 #include "host/HostExport.h"
@@ -9,7 +9,7 @@
 #include <QtCore/QString>
 #include <QtWidgets/QWidget>
 
-// A window of its own: it stays its parent's child and can be a member of it. Main thread.
+// A top-level window that stays its parent's child and can be a member of its parent. Main thread.
 class CONSOLEHOST_EXPORT TPopupWindow : public QWidget, public ZRA::MMICapableWidget
 {
     Q_OBJECT
@@ -18,8 +18,8 @@ public:
     explicit TPopupWindow(QWidget* parent = nullptr);
     ~TPopupWindow() override;
 
-    // Shows the window over all others; one that is shown already comes to the front and stays as
-    // it is. `isModal`: nothing else can be worked with meanwhile. Returns at once.
+    // Shows the window over all others and returns at once. With `isModal` the operator can use
+    // nothing else until the window closes. If the window is shown already, it is only raised.
     void ShowWindow(bool isModal);
     void CloseWindow();
 
@@ -29,19 +29,19 @@ public:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 Q_SIGNALS:
-    // It was shown and is no more.
+    // The window was shown and is hidden now.
     void Closed();
 
 protected:
-    // The size it takes over a window, or a screen, of the size given.
+    // The size of this window over a window or a screen of the size `available`.
     virtual QSize SizeWithin(const QSize& available) const;
-    // Again at its place, after its content has changed.
+    // Computes size and position again, after the content has changed.
     void Place();
-    // How often it was asked to show itself so far.
+    // How often ShowWindow() was called so far.
     int ShowCount() const { return m_showCount; }
 
     void showEvent(QShowEvent* event) override;
-    // Asked to close from outside, it does what Back does.
+    // A close from outside (window system, QWidget::close()) does the same as Back.
     void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
@@ -49,6 +49,6 @@ protected:
 private:
     QWidget* Host() const;
 
-    QPointer<QWidget> m_host; // what it is placed over while it is shown
+    QPointer<QWidget> m_host; // the window that this one is placed over while it is shown
     int m_showCount = 0;
 };

@@ -1,4 +1,4 @@
-// How far something is that the operator waits for.
+// Shows the progress of an operation that the operator waits for.
 #pragma once
 
 #include "host/HostExport.h"
@@ -8,7 +8,8 @@
 
 #include <memory>
 
-// The operator can close it at any time; that cancels nothing. Main thread.
+// The operator can close the dialog at any time. Closing does not cancel the operation. Main
+// thread.
 class CONSOLEHOST_EXPORT TProgressDialog : public TPopupWindow
 {
     Q_OBJECT
@@ -18,19 +19,19 @@ public:
         ePercentage = 0,
     };
 
-    // `isClosable`: with a button that closes it.
+    // With `isClosable` the dialog has a button that closes it.
     TProgressDialog(QWidget* parent, const QString& title, EProgressDialogType type,
                     bool isClosable);
     ~TProgressDialog() override;
 
-    // Both: `isShown` false hides the text.
+    // If `isShown` is false, the text is hidden.
     void SetMessage(const QString& message, bool isShown);
     void SetBottomMessage(const QString& message, bool isShown);
     QString Message() const;
     QString BottomMessage() const;
     QString Title() const;
 
-    // Percent, cut to 0 to 100.
+    // A percentage. Values beyond 0 to 100 are set to the nearer limit.
     void SetProgress(int percent);
     int Progress() const;
 

@@ -1,4 +1,4 @@
-// A row that shows a named value which the operator cannot change.
+// A row that shows a name and a value. The operator cannot change the value.
 #pragma once
 
 #include "host/HostExport.h"
@@ -20,7 +20,7 @@ public:
     void SetPropertyName(const QString& name);
     void SetValue(const QString& value);
     QString GetValue() const;
-    // Of name and value together, pixels.
+    // The height of name and value together, in pixels.
     void SetCombinedHeight(int height);
 
 private:

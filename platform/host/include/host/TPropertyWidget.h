@@ -1,4 +1,4 @@
-// A row that shows a named value and lets the operator change it.
+// A row that shows a name and a value. The operator can change the value.
 #pragma once
 
 #include "host/HostExport.h"
@@ -10,9 +10,9 @@
 
 #include <memory>
 
-// The height of a row that a gloved finger hits, pixels.
+// The height of a row, in pixels. A finger in a glove can hit a row of this height.
 constexpr int PROPERTY_WIDGET_HEIGHT = 73;
-// The width of the column on the right that the system's toolbar takes, pixels.
+// The width of the system toolbar's column at the right edge, in pixels.
 constexpr int SYSTEM_TOOLBAR_BUTTON_WIDTH = 80;
 
 // Main thread.
@@ -26,35 +26,37 @@ public:
         eChoice = 1,
     };
 
-    // `index` tells rows of a list apart; -1 for a row by itself.
+    // `index` is the row's number in a list, -1 for a single row.
     explicit TPropertyWidget(QWidget* parent = nullptr, int index = -1);
     ~TPropertyWidget() override;
 
     void SetPropertyIcon(const QString& iconName);
     void SetPropertyName(const QString& name);
     void SetToolTip(const QString& toolTip);
-    // What is edited, an EPropertyType; a choice needs an item, of which a copy is kept.
+    // `type` is an EPropertyType. eChoice needs an item; the widget keeps a copy of the item.
     void SetPropertyType(int type, const TEditItem* item);
-    // Shows the item afresh: labels, choices on offer, value. Emits nothing.
+    // Shows the item's labels, offered choices and value. Emits nothing.
     void SetProperties(const TEditItem& item);
 
     double GetNumericalValue() const;
-    // Emits ValueChanged() if the value is another one.
+    // Emits ValueChanged() if the value differs from the old one.
     void SetNumericalValue(double value);
     QString GetTextValue() const;
-    // As SetNumericalValue().
+    // Emits ValueChanged() if the text differs from the old one.
     void SetTextValue(const QString& text);
-    // The text is hidden then, with a way to look at it.
+    // With `isAllowed` the text is hidden, and the operator can reveal it.
     void setAllowHideText(bool isAllowed);
 
-    // The button takes the row in hand and lets it go again: the wheel steps through the choices
-    // on offer meanwhile, or the keyboard writes the text. A touch opens the list of choices.
+    // A press of the button starts the editing, the next press ends it. During the editing the
+    // wheel steps through the offered choices, or the keyboard writes the text. A touch opens the
+    // list of choices.
     bool OnWheelTurned(int steps) override;
     bool OnWheelPressed() override;
     bool OnBackPressed() override;
 
 Q_SIGNALS:
-    // The operator, or a call, has set another value; of a text, with each character typed.
+    // The operator or a call has set another value. While a text is typed, emitted at each
+    // character.
     void ValueChanged();
 
 protected:

@@ -9,17 +9,17 @@
 #include <QtCore/QString>
 #include <QtWidgets/QAbstractButton>
 
-// Backgrounds are named as in the host's theme: "NewStandardButton", "NewStandardButtonSelected"
-// while it is pressed or has the focus, "NewDisabledButton". Main thread.
+// Backgrounds have the names of the host's theme: "NewStandardButton", "NewDisabledButton", and
+// "NewStandardButtonSelected" for a button that is pressed or has the focus. Main thread.
 class CONSOLEHOST_EXPORT TPushButton : public QAbstractButton, public ZRA::MMICapableWidget
 {
     Q_OBJECT
 
 public:
-    // A button at a place of its own. `style` 0 is the standard one.
+    // A single button. `style` 0 is the standard style.
     TPushButton(QWidget* parent, const QString& caption, const QSize& size, const QPoint& position,
                 int style, const QString& toolTip);
-    // One of several, told apart by `id`.
+    // A button of a group. `id` tells the group's buttons apart.
     TPushButton(QWidget* parent, const QString& caption, const QString& background,
                 const QString& selectedBackground, int id, const QString& toolTip);
     ~TPushButton() override;
@@ -29,7 +29,7 @@ public:
     void SetDisabledBackground(const QString& name);
     const QString& DisabledBackground() const { return m_disabledBackground; }
 
-    // `untranslated` names the button whatever the operator's language is.
+    // `untranslated` names the button in every language.
     void SetCaption(const QString& translated, const QString& untranslated);
     const QString& UntranslatedCaption() const { return m_untranslatedCaption; }
     void SetToolTip(const QString& toolTip);
@@ -39,11 +39,11 @@ public:
     QSize sizeHint() const override;
 
 Q_SIGNALS:
-    // With the button's id, after clicked().
+    // Emitted after clicked(), with the button's id.
     void Clicked(int id);
 
 protected:
-    // Locked, it can neither be hit nor pressed by a key.
+    // A locked button can neither be hit nor be pressed by a key.
     bool hitButton(const QPoint& position) const override;
     void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;

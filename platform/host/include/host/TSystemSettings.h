@@ -10,7 +10,7 @@ class CONSOLEHOST_EXPORT TSystemSettings
 public:
     TSystemSettings() = delete;
 
-    // Suffixes of the archives that the console can unpack, with their dot.
+    // Suffixes of the archives that the console can unpack, with the dot.
     static const QString ZIPExtension;
     static const QString ZIP2Extension;
 };

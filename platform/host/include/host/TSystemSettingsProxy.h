@@ -1,12 +1,12 @@
-// The console's folders, as its settings have them at the moment.
+// The console's folders according to its current settings.
 #pragma once
 
 #include "host/HostExport.h"
 
 #include <QtCore/QString>
 
-// A short-lived view of the settings. From any thread. No getter touches the disk, and the folders
-// need not exist.
+// A short-lived view of the settings. From any thread. The getters do not access the disk, and the
+// folders need not exist.
 class CONSOLEHOST_EXPORT TSystemSettingsProxy
 {
 public:

@@ -1,4 +1,4 @@
-// Base of an object that runs on a thread of its own.
+// Base of an object that has its own thread.
 #pragma once
 
 #include "host/HostExport.h"
@@ -9,36 +9,38 @@
 
 #include <memory>
 
-// An object with a thread, which its slots run on.
+// An object whose slots run on its own thread.
 //
-// Life: constructed on the owner's thread → start() moves it to its own thread, where Initialize()
-// runs first → slots run in the thread's event loop → Stop() ends the loop → Finalize() runs last,
-// then the object goes back to the thread that called start() and its thread ends → wait() returns.
-// A Stop() that comes before the event loop runs still lets Initialize() and Finalize() run.
+// Life: constructed on the owner's thread → start() moves the object to its own thread, where
+// Initialize() runs first → slots run in the thread's event loop → Stop() ends the loop →
+// Finalize() runs last, then the object moves back to the thread that called start(), and its own
+// thread ends → wait() returns. If Stop() is called before the event loop runs, Initialize() and
+// Finalize() still run.
 //
-// Ownership: owned by whoever constructed it; delete it on the owner's thread, after wait().
-// Slot order is part of the contract.
+// Ownership: the creator owns the object and deletes it on the owner's thread, after wait().
+// The order of the virtual functions is part of the contract.
 class CONSOLEHOST_EXPORT TThreadedObject : public QObject
 {
     Q_OBJECT
 
 public:
     explicit TThreadedObject(const QString& threadName);
-    // Stops and joins a thread that still runs; by then Finalize() of a derived class is gone, so
-    // rely on Stop() and wait() instead.
+    // Stops and joins a thread that still runs. At this time a derived class's Finalize() cannot be
+    // called any more; therefore call Stop() and wait() first.
     ~TThreadedObject() override;
 
-    // Starts the thread and returns; Initialize() runs later. Once a life.
+    // Starts the thread and returns; Initialize() runs later. Call it once only.
     virtual void start(QThread::Priority priority);
-    // Requests the thread's interruption and the end of its event loop; returns at once. From any
-    // thread.
+    // Requests the thread's interruption and the end of its event loop, and returns at once. From
+    // any thread.
     virtual void Stop();
-    // Blocks until the thread has ended, at once if it never started. Not on the object's thread.
+    // Blocks until the thread has ended. Returns at once if the thread never started. Not to be
+    // called on the object's thread.
     virtual void wait();
     virtual bool isRunning();
-    // Whether Initialize() has returned and Finalize() has not begun. From any thread.
+    // True from the return of Initialize() until the start of Finalize(). From any thread.
     virtual bool IsInitialised();
-    // Moves a parentless object of the calling thread to this object's thread.
+    // Moves an object from the calling thread to this object's thread. The object has no parent.
     virtual void MoveToThisThread(QObject* object);
 
 protected:

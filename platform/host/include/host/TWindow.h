@@ -1,4 +1,4 @@
-// A part of a screen with a title and a content of its own.
+// A part of a screen, with a title and a content.
 #pragma once
 
 #include "host/HostExport.h"
@@ -8,8 +8,8 @@
 #include <QtCore/QString>
 #include <QtWidgets/QWidget>
 
-// Installs no layout: that is the derived window's. Main thread. Slot order is part of the
-// contract: the window's own follow those of its bases.
+// Installs no layout; the derived class installs one. Main thread. The order of the virtual
+// functions is part of the contract: the window's own follow those of its bases.
 class CONSOLEHOST_EXPORT TWindow : public QWidget,
                                    public ZRA::MMICapableWidget,
                                    public TLockingWidget
@@ -20,12 +20,13 @@ public:
     explicit TWindow(QWidget* parent = nullptr);
     ~TWindow() override;
 
-    // Called once, before the window is first shown. An override calls the base's first.
+    // Called once, before the window is first shown. An override first calls the base class's
+    // Setup().
     virtual void Setup();
     virtual void SetTitle(const QString& title);
     const QString& Title() const { return m_title; }
 
-    // What the derived window's widgets are made children of.
+    // The parent for the derived class's widgets.
     QWidget* ContentWidget() { return this; }
 
     bool OnWheelTurned(int steps) override;

@@ -1,4 +1,4 @@
-// The window manager, as applications see it.
+// The window manager's interface for applications.
 #pragma once
 
 #include "host/HostExport.h"
@@ -19,12 +19,12 @@ public:
 
     virtual ~TWindowManagerApi();
 
-    // Takes over the surfaces; `fullView` and `further` may be null.
+    // Takes ownership of the surfaces. `fullView` and `further` may be null.
     virtual void AddWindowSurfaces(const ZRA::OrvaleID& application,
                                    const QList<ZRA::AppWindowSurface*>& miniViews,
                                    ZRA::AppWindowSurface* fullView,
                                    ZRA::AppWindowSurface* further) = 0;
-    // Destroys the application's surfaces before it returns; nothing happens if it has none.
+    // Destroys the application's surfaces before it returns. Does nothing if there are none.
     virtual void RemoveWindowSurfaces(const ZRA::OrvaleID& application) = 0;
     virtual void SetSurfaceToolTip(const ZRA::OrvaleID& application, const QString& toolTip) = 0;
 };

@@ -1,4 +1,4 @@
-// The user log: what the console tells its operator's dealer.
+// The user log: the console's messages to the operator's dealer.
 #pragma once
 
 #include "host/HostExport.h"
@@ -13,8 +13,8 @@ class CONSOLEHOST_EXPORT UserLogAccessor
 public:
     virtual ~UserLogAccessor();
 
-    // `target` 0 is the console's own log; `category` and `level` as in
-    // ConfigManager::IsUserLogEnabled; `code` is a number the support desk looks up, "0" for none.
+    // `target` 0 is the console's own log. `category` and `level` are those of
+    // ConfigManager::IsUserLogEnabled(). `code` is a number for the support desk, "0" for none.
     virtual void Write(int target, int category, int level, const QString& code,
                        const QString& message) = 0;
 };

@@ -1,4 +1,3 @@
-// Decides under which path an archive's entry is unpacked, or that it is not.
 #include "files/ArchiveName.h"
 
 #include "files/TStagingFolder.h"

@@ -1,4 +1,3 @@
-// Moves what was unpacked to its place, all of it or nothing.
 #include "files/Placement.h"
 
 #include "files/ArchiveName.h"

@@ -1,4 +1,3 @@
-// Small helpers over the system's file calls, for what Qt's file classes cannot do.
 #include "files/Posix.h"
 
 #include <QtCore/QFile>

@@ -1,4 +1,3 @@
-// Reads a ZIP archive that nobody vouches for.
 #include "files/TArchiveReader.h"
 
 #include "files/ArchiveName.h"

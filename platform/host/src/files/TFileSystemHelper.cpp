@@ -1,4 +1,3 @@
-// File operations that the host offers to all components.
 #include "host/TFileSystemHelper.h"
 
 #include "files/Posix.h"

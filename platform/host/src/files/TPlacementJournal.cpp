@@ -1,4 +1,3 @@
-// Notes on the disk what is about to be moved, so that a run that is killed can be undone.
 #include "files/TPlacementJournal.h"
 
 #include "files/Posix.h"

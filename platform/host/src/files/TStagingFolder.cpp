@@ -1,4 +1,3 @@
-// The hidden folder that an archive is unpacked in before it comes to its place.
 #include "files/TStagingFolder.h"
 
 #include "files/ArchiveName.h"

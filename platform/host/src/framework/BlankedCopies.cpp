@@ -1,4 +1,3 @@
-// Keeps passwords out of the copies of the configuration's file that the host leaves beside it.
 #include "framework/BlankedCopies.h"
 
 #include "files/Posix.h"
@@ -18,10 +17,10 @@
 
 namespace {
 
-// Nothing that the host has written is larger.
+// The host writes no larger files.
 constexpr qint64 LARGEST_FILE_BYTES = Q_INT64_C(16) * 1024 * 1024;
 
-using TRange = std::pair<int, int>; // first byte and the one after the last
+using TRange = std::pair<int, int>; // offset of the first byte, offset behind the last byte
 
 bool IsSpace(char character)
 {
@@ -36,7 +35,7 @@ int AfterSpaces(const QByteArray& text, int at)
     return at;
 }
 
-// Where a JSON value ends that begins at `at`; the end of the text if it is torn.
+// The end of the JSON value that begins at `at`, or the end of the text if the value is cut off.
 int EndOfValue(const QByteArray& text, int at)
 {
     int depth = 0;
@@ -78,7 +77,7 @@ std::vector<TRange> ValuesOf(const QByteArray& text, int itemKey)
     return ranges;
 }
 
-// A number and spaces: a file that was valid stays so.
+// Writes a number and spaces, so that a valid file stays valid.
 bool Blank(int descriptor, const TRange& range)
 {
     QByteArray blanks(range.second - range.first, ' ');
@@ -126,8 +125,8 @@ bool BlankSealedItems(const QString& path)
 QString BlankCopies(const QString& path)
 {
     const QFileInfo info(path);
-    // The second kind is what QSaveFile calls its files. A name in small letters alone is rather
-    // one that a person chose ("backup").
+    // The second alternative matches the temporary files of QSaveFile: six letters. A suffix of
+    // small letters only is left out because a person may have chosen it ("backup").
     const QRegularExpression ours(
         QStringLiteral("^%1\\.(invalid-[1-9]|(?=[a-z]*[A-Z])[A-Za-z]{6})$")
             .arg(QRegularExpression::escape(info.fileName())));

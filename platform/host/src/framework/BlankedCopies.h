@@ -1,16 +1,16 @@
-// Keeps passwords out of the copies of the configuration's file that the host leaves beside it.
+// Removes passwords from old copies of the configuration file.
 #pragma once
 
 #include <QtCore/QString>
 
 namespace hostimpl {
 
-// Overwrites, in place, what a file that may be torn says of the items that are to be sealed. All
-// else stays byte for byte. False with errno set.
+// Overwrites the values of the items of SEALED_ITEMS in the file, in place. The file may be cut off
+// or invalid. All other bytes stay as they are. On failure returns false with errno set.
 bool BlankSealedItems(const QString& path);
 
-// The same for what earlier runs left of the configuration at `path`: files put aside, and those
-// that a run was writing when it was killed. Returns what went wrong, or an empty text.
+// The same for the old copies of the configuration `path`: invalid files that were put aside, and
+// temporary files of a run that was killed. Returns the problems, or an empty text.
 QString BlankCopies(const QString& path);
 
 } // namespace hostimpl

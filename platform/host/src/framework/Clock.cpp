@@ -1,4 +1,4 @@
-// The console's clock: the system's, unless another was set.
+// The console's clock: the system's clock unless SetClock() has replaced it.
 #include "hostimpl/Clock.h"
 
 #include "host/TLocalTime.h"
@@ -15,7 +15,7 @@ struct TClockHolder
 
 TClockHolder& Holder()
 {
-    static TClockHolder& holder = *new TClockHolder; // outlives every thread that asks for the time
+    static TClockHolder& holder = *new TClockHolder; // outlives every thread that reads the clock
     return holder;
 }
 

@@ -1,11 +1,11 @@
-// Reads and writes the file that configuration items are kept in.
-//
+// The file's format:
 // { "version": 1, "items": { "24289": { "type": "QString", "value": "..." }, ... } }
-// A value is text where that brings the same value back, else Qt's own stream in base 64. What is
-// sealed is base 64 as well, beside an empty text:
+// A value is written as text if the text gives the same value back. Otherwise it is written as
+// "stream", a QDataStream in base 64. A sealed item has an empty text and "sealed", also in base
+// 64:
 //   "24290": { "type": "QString", "value": "", "sealed": "..." }
-// A console that knows nothing of sealed items reads an empty one then, and not a file that is
-// invalid as a whole.
+// An older console that does not know "sealed" therefore reads an empty value instead of rejecting
+// the whole file.
 #include "framework/ConfigFile.h"
 
 #include "files/Posix.h"
@@ -87,8 +87,8 @@ QJsonObject SealedToJson(const QByteArray& sealed)
             {SEALED_KEY, QString::fromLatin1(sealed.toBase64())}};
 }
 
-// False if an entry is neither sealed nor a value. What is wrong with a sealed one shows when it is
-// opened.
+// False if an entry is neither sealed nor a valid value. A sealed entry is checked later, when it
+// is decrypted.
 bool TakeEntry(int key, const QJsonObject& entry, hostimpl::TConfigItems& items)
 {
     if (entry.contains(SEALED_KEY)) {
@@ -125,8 +125,8 @@ bool Parse(const QByteArray& bytes, hostimpl::TConfigItems& items, QString& erro
     return true;
 }
 
-// QSaveFile opens its temporary file with the mode of the file that it will replace, and only if
-// there is one with a mode of its owner's alone from the start.
+// QSaveFile gives its temporary file the mode of the file that it replaces. Therefore that file
+// must exist, with mode 0600, before QSaveFile opens.
 bool EnsurePrivateFile(const QString& path)
 {
     const hostimpl::TDescriptor file(
@@ -152,14 +152,14 @@ EConfigRead ReadConfigFile(const QString& path, TConfigItems& items, QString& er
         errorText = QStringLiteral("it is too large");
         return EConfigRead::eInvalid;
     }
-    // One that was copied here by hand may be readable for everybody.
+    // A file that was copied here by hand may be readable for everybody.
     file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
     const QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError) {
         errorText = file.errorString();
         return EConfigRead::eUnreadable;
     }
-    // Empty is what a run leaves that was killed before its first item was written.
+    // A run that was killed before it wrote its first item leaves an empty file.
     if (bytes.isEmpty()) {
         return EConfigRead::eMissing;
     }
@@ -187,8 +187,8 @@ bool WriteConfigFile(const QString& path, const TConfigItems& items, QString& er
         return false;
     }
     QSaveFile file(path);
-    // commit() by itself notices neither that what was buffered could not be written nor that it
-    // did not reach the disk, and would replace the good file.
+    // commit() alone does not notice a failed write of its buffer or a failed sync, and replaces
+    // the good file. Therefore flush() and fsync() come first.
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() ||
         ::fsync(file.handle()) != 0 || !file.commit()) {
         errorText = file.error() == QFileDevice::NoError ? SystemError(errno) : file.errorString();

@@ -1,4 +1,4 @@
-// Reads and writes the file that configuration items are kept in.
+// Reads and writes the configuration file.
 #pragma once
 
 #include <QtCore/QByteArray>
@@ -10,7 +10,7 @@
 
 namespace hostimpl {
 
-// What the file holds: each item in either way.
+// The file's items. An item is in one of the two maps.
 struct TConfigItems
 {
     QMap<int, QVariant> values;
@@ -19,18 +19,18 @@ struct TConfigItems
 
 enum class EConfigRead : std::uint8_t { eRead, eMissing, eUnreadable, eInvalid };
 
-// Items of the file at `path`; `items` is untouched unless the file was read.
+// Reads the items of the file `path`. Changes `items` only if the result is eRead.
 EConfigRead ReadConfigFile(const QString& path, TConfigItems& items, QString& errorText);
 
-// Replaces the file at once, on the disk when it returns. At no moment anyone but its owner can
-// read it.
+// Replaces the file atomically. The new file is on the disk when the function returns. The file is
+// readable for its owner only, at every moment.
 bool WriteConfigFile(const QString& path, const TConfigItems& items, QString& errorText);
 
-// Whether the file would hold the same for both.
+// True if the file has the same content for both values.
 bool IsSameItem(const QVariant& one, const QVariant& other);
 
-// Renames a file that cannot be understood, without what it says of items that are to be sealed;
-// returns its new name, or an empty text.
+// Overwrites the values of SEALED_ITEMS in an invalid file, then renames the file. Returns the new
+// name, or an empty text on failure.
 QString PutConfigFileAside(const QString& path);
 
 } // namespace hostimpl

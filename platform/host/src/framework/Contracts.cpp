@@ -1,5 +1,5 @@
-// Key functions of the contract's interfaces: their type information lives here, once for the
-// console and all plug-ins.
+// The destructors of the contract's interfaces. They are defined here so that the interfaces' type
+// information exists once, for the console and all plug-ins.
 #include "host/TAppFeatures.h"
 #include "host/TAppUserLevels.h"
 #include "host/TConsoleCharacteristics.h"

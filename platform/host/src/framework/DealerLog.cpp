@@ -1,4 +1,3 @@
-// Tells the user log, which the dealer reads, of a problem of the host framework.
 #include "framework/DealerLog.h"
 
 namespace {
@@ -10,7 +9,7 @@ constexpr int PROBLEM_LEVEL = 1;
 
 } // namespace
 
-void hostimpl::TellDealer(ConfigManager& config, const QString& problem)
+void hostimpl::ReportToDealer(ConfigManager& config, const QString& problem)
 {
     if (config.IsUserLogEnabled(HOST_SOURCE, CONSOLE_LOG, HOST_CATEGORY, PROBLEM_LEVEL)) {
         config.GetUserLogAccessor()->Write(CONSOLE_LOG, HOST_CATEGORY, PROBLEM_LEVEL,

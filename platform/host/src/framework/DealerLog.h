@@ -1,4 +1,4 @@
-// Tells the user log, which the dealer reads, of a problem of the host framework.
+// Writes problems of the host framework to the user log, which the dealer reads.
 #pragma once
 
 #include "host/ConfigManager.h"
@@ -7,7 +7,7 @@
 
 namespace hostimpl {
 
-// If such entries are wanted. From any thread.
-void TellDealer(ConfigManager& config, const QString& problem);
+// Writes nothing if the user log does not take such entries. From any thread.
+void ReportToDealer(ConfigManager& config, const QString& problem);
 
 } // namespace hostimpl

@@ -1,4 +1,4 @@
-// Where each of the console's folders is, relative to the data folder.
+// The paths of the console's folders, relative to the data folder.
 #pragma once
 
 #include <array>
@@ -32,9 +32,9 @@ struct TFolderRow
     const char* path; // Latin 1
 };
 
-// A row a folder, in the order of EFolder. The temporary folder is directly below the data folder,
-// because its parent has to exist, and its path ends in a separator, because users of it append
-// file names to it.
+// One row for each folder, in the order of EFolder. The temporary folder's path has one level, so
+// that its parent, the data folder, exists. Its path ends in a separator because callers append
+// file names.
 constexpr std::array<TFolderRow, 13> folderTable = {{
     {EFolder::eDownloadToConsole, EFolderUse::eDownload, "from-service/prescriptions"},
     {EFolder::eDownloadABLines, EFolderUse::eDownload, "from-service/ab-lines"},

@@ -1,4 +1,4 @@
-// The data folder and what is below it.
+// The data folder and the folders below it.
 #include "hostimpl/Folders.h"
 
 #include "framework/FolderTable.h"
@@ -20,7 +20,7 @@ struct TDataFolder
 
 TDataFolder& Setting()
 {
-    static TDataFolder& setting = *new TDataFolder; // outlives every thread that asks for a folder
+    static TDataFolder& setting = *new TDataFolder; // outlives every thread that uses a folder
     return setting;
 }
 
@@ -29,7 +29,7 @@ QString Absolute(const hostimpl::TFolderRow& row)
     return hostimpl::DataFolder() + QLatin1Char('/') + QLatin1String(row.path);
 }
 
-// Readable for its owner only from the moment it is there.
+// The folder is created with mode 0700, so that it is never readable for others.
 bool CreatePrivateFolder(const QString& path)
 {
     const QFileInfo info(path);

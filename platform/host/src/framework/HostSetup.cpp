@@ -1,4 +1,3 @@
-// Makes the framework ready in one call.
 #include "hostimpl/HostSetup.h"
 
 #include "framework/DealerLog.h"
@@ -29,12 +28,12 @@ bool hostimpl::SetUpHost(const QString& dataFolder, QString& errorText)
         std::make_shared<TUserLogFile>(logFolder + QStringLiteral("/user.log")));
     const QString problem = config.Open(DataFolder() + QStringLiteral("/console.json"));
     if (!problem.isEmpty()) {
-        TellDealer(config, problem);
+        ReportToDealer(config, problem);
     }
     const QStringList problems = RecoverUnpacking(DownloadFolders());
     for (const QString& text : problems) {
         qCWarning(lcHost, "%s", qUtf8Printable(text));
-        TellDealer(config, text);
+        ReportToDealer(config, text);
     }
     return true;
 }

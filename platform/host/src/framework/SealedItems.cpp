@@ -1,4 +1,3 @@
-// How one configuration item is sealed.
 #include "framework/SealedItems.h"
 
 #include <QtCore/QDataStream>
@@ -13,7 +12,7 @@ namespace {
 constexpr QDataStream::Version STREAM_VERSION = QDataStream::Qt_5_15;
 constexpr int NONCE_BYTES = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
 constexpr int TAG_BYTES = crypto_aead_xchacha20poly1305_ietf_ABYTES;
-// Lengths are rounded up to this, so that a short password does not show.
+// Lengths are rounded up to a multiple, so that the file does not show the password's length.
 constexpr int BLOCK_BYTES = 128;
 constexpr unsigned char PADDING_MARK = 0x80;
 
@@ -39,7 +38,8 @@ void Wipe(QByteArray& bytes)
     sodium_memzero(bytes.data(), static_cast<std::size_t>(bytes.size()));
 }
 
-// Two items' sealed values cannot be exchanged in the file.
+// The item's number is authenticated too, so that the sealed values of two items cannot be swapped
+// in the file.
 QByteArray Context(int itemKey)
 {
     return "console configuration item " + QByteArray::number(itemKey);
@@ -65,7 +65,7 @@ QByteArray ToPlain(const QVariant& value)
     return plain;
 }
 
-// The stream itself knows where it ends, so that the padding need not be taken off.
+// QDataStream stops at the value's end; therefore the padding need not be removed.
 QVariant FromPlain(const QByteArray& plain)
 {
     QDataStream stream(plain);

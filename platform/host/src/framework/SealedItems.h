@@ -1,4 +1,4 @@
-// Which configuration items are kept sealed, and how one is sealed.
+// The table of sealed configuration items, and the sealing (encryption) of an item.
 #pragma once
 
 #include "framework/TSecretKey.h"
@@ -8,7 +8,7 @@
 
 namespace hostimpl {
 
-// The items that the configuration's file must not tell.
+// The items that the configuration file holds only in sealed form.
 constexpr int SEALED_ITEMS[] = {
     24290, // the operator's password
 };
@@ -23,11 +23,12 @@ constexpr bool IsSealedItem(int itemKey)
     return false;
 }
 
-// nonce | XChaCha20-Poly1305 of the value's padded stream, bound to the item's key. Each time
-// another, for the nonce is random.
+// Returns nonce | XChaCha20-Poly1305 of the value's padded stream, authenticated together with
+// `itemKey`. The nonce is random; therefore each call returns a different result.
 QByteArray SealItem(const TSecretKey& key, int itemKey, const QVariant& value);
 
-// What was sealed; invalid if it is torn, another item's or sealed under another key.
+// Returns the value. The value is invalid if `sealed` is damaged, belongs to another item, or was
+// sealed with another key.
 QVariant UnsealItem(const TSecretKey& key, int itemKey, const QByteArray& sealed);
 
 } // namespace hostimpl

@@ -1,4 +1,3 @@
-// The configuration manager: items kept in one file.
 #include "hostimpl/TConfigStore.h"
 
 #include "framework/BlankedCopies.h"
@@ -15,15 +14,15 @@
 
 namespace {
 
-constexpr int CONSOLE_LOG = 0;            // the only log that there is
-constexpr int DEFAULT_USER_LOG_LEVEL = 8; // entries of this level and below are wanted
+constexpr int CONSOLE_LOG = 0;            // the only log
+constexpr int DEFAULT_USER_LOG_LEVEL = 8; // the user log takes entries of this level and below
 
 QString KeyPath(const QString& path)
 {
     return path + QStringLiteral(".key");
 }
 
-// Stands in until there is a log file.
+// Used until a log file is set.
 class TMessageLog final : public UserLogAccessor
 {
 public:
@@ -74,7 +73,7 @@ QString TConfigStore::Open(const QString& path)
     return problem;
 }
 
-// A file that cannot be read, as opposed to one that cannot be understood, is not ours to replace.
+// An unreadable file is never replaced. An invalid file is put aside and replaced.
 QString TConfigStore::Load(const QString& path)
 {
     TConfigItems items;
@@ -83,8 +82,8 @@ QString TConfigStore::Load(const QString& path)
     if (result == EConfigRead::eUnreadable) {
         m_path.clear();
         *m_sealed = {};
-        return QStringLiteral("The configuration %1 cannot be read (%2). Changes of it will not "
-                              "outlast this run.")
+        return QStringLiteral("The configuration %1 cannot be read (%2). Changes will be lost when "
+                              "the console ends.")
             .arg(path, errorText);
     }
     QStringList problems;
@@ -102,17 +101,17 @@ QString TConfigStore::PutAside(const QString& path, const QString& errorText)
     const QString aside = PutConfigFileAside(path);
     if (aside.isEmpty()) {
         m_path.clear();
-        return QStringLiteral("The configuration %1 is not valid (%2) and cannot be put aside. "
-                              "Changes of it will not outlast this run.")
+        return QStringLiteral("The configuration %1 is not valid (%2) and cannot be renamed. "
+                              "Changes will be lost when the console ends.")
             .arg(path, errorText);
     }
-    return QStringLiteral("The configuration %1 is not valid (%2). It is kept as %3, and the "
-                          "console starts without it.")
+    return QStringLiteral("The configuration %1 is not valid (%2). The file was renamed to %3, and "
+                          "the console starts with an empty configuration.")
         .arg(path, errorText, aside);
 }
 
-// Seals at once what a console has left in plain that did not seal. As long as that fails for want
-// of a key, the file stays as it is.
+// An older console without sealing has written the items as plain text. They are sealed at once. If
+// there is no key, the file stays as it is.
 QString TConfigStore::OpenSealed(const QString& path, const QMap<int, QByteArray>& sealed)
 {
     const QMap<int, QVariant> plain = m_persisted;
@@ -165,17 +164,17 @@ void TConfigStore::SetItem(int itemKey, const QVariant& value, bool persist)
         m_persisted.remove(itemKey);
     }
     m_sealed->Forget(itemKey);
-    const bool wasToldBefore = m_isUnsaved;
+    const bool wasReportedBefore = m_isUnsaved;
     const QString problem = WriteThrough();
     if (!problem.isEmpty()) {
         qCWarning(lcHost, "%s", qUtf8Printable(problem));
-        if (!wasToldBefore) {
-            TellDealer(*this, problem);
+        if (!wasReportedBefore) {
+            ReportToDealer(*this, problem);
         }
     }
 }
 
-// What cannot be sealed is left out, and the others are written.
+// An item that cannot be sealed is left out; the other items are written.
 QString TConfigStore::WriteThrough()
 {
     if (m_path.isEmpty()) {

@@ -1,4 +1,3 @@
-// The console's features, as the configuration had them when it started.
 #include "hostimpl/TFeatures.h"
 
 #include "hostimpl/TConfigStore.h"
@@ -30,7 +29,7 @@ TFeatures::TFeatures(const ConfigManager& settings)
 
 TFeatures::~TFeatures() = default;
 
-// An interface that belongs to a device and knows nothing of radio.
+// A wired interface has the entry "device" and no entry "wireless".
 QString FindEthernetName()
 {
     const QDir interfaces(QStringLiteral("/sys/class/net"));

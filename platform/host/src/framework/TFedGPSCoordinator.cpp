@@ -1,4 +1,3 @@
-// The GPS coordinator as a position source feeds it.
 #include "hostimpl/TFedGPSCoordinator.h"
 
 #include <cmath>

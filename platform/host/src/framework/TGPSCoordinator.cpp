@@ -1,4 +1,3 @@
-// Keeps the values of a fix together.
 #include "host/TGPSCoordinator.h"
 
 TGPSCoordinator::TGPSCoordinator(QObject* parent) : QObject(parent) {}

@@ -1,4 +1,4 @@
-// The phases of a component; a component overrides those it has something to do in.
+// The phases of a component do nothing by default.
 #include "host/TGen2Component.h"
 
 TGen2Component::~TGen2Component() = default;

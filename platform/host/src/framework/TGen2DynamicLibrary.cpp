@@ -1,4 +1,3 @@
-// The root object of a library that the host loads.
 #include "host/TGen2DynamicLibrary.h"
 
 TGen2DynamicLibrary::TGen2DynamicLibrary(QWidget* parentWidget) : m_parentWidget(parentWidget) {}

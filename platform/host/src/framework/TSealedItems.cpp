@@ -1,4 +1,3 @@
-// The sealed part of the configuration's file.
 #include "framework/TSealedItems.h"
 
 #include "framework/SealedItems.h"
@@ -42,8 +41,8 @@ QString TSealedItems::Open(const QString& keyPath, const QMap<int, QByteArray>& 
         if (value.isValid()) {
             items.insert(entry.key(), value);
         } else {
-            problems << QStringLiteral("The sealed item %1 of the configuration does not open. It "
-                                       "counts as empty until it is entered again.")
+            problems << QStringLiteral("The sealed item %1 of the configuration cannot be "
+                                       "decrypted. The item is empty until it is entered again.")
                             .arg(entry.key());
         }
     }
@@ -65,14 +64,14 @@ QString TSealedItems::Seal(const QMap<int, QVariant>& items)
         }
         QString errorText;
         hasKey = key.Create(m_keyPath, errorText);
-        remark = QStringLiteral("The key %1 cannot be made: %2.").arg(m_keyPath, errorText);
-        // The others were sealed under a key that is gone.
+        remark = QStringLiteral("The key %1 cannot be created: %2.").arg(m_keyPath, errorText);
+        // The other items were sealed with the old key, which is lost.
         for (auto item = items.begin(); hasKey && item != items.end(); ++item) {
             Forget(item.key());
         }
     }
     if (!hasKey) {
-        return remark + QStringLiteral(" The items that it is to seal do not outlast this run.");
+        return remark + QStringLiteral(" The sealed items will be lost when the console ends.");
     }
     for (const int item : SEALED_ITEMS) {
         if (items.contains(item) && !m_sealed.contains(item)) {

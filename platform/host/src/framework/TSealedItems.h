@@ -1,4 +1,4 @@
-// The sealed part of the configuration's file.
+// The sealed items of the configuration file.
 #pragma once
 
 #include <QtCore/QByteArray>
@@ -8,23 +8,23 @@
 
 namespace hostimpl {
 
-// Keeps what the file holds of sealed items, and seals those that changed. What does not open is
-// kept as it is until its item is changed, because its key may come back.
+// Stores the sealed form of items and seals items that changed. A sealed form that cannot be
+// decrypted is kept until its item changes, because a restored key file can decrypt it later.
 //
 // From one thread at a time. Errors: texts name items by number and never hold a value.
 class TSealedItems final
 {
 public:
-    // Takes over what a file holds and puts the values that open into `items`. Returns what went
-    // wrong, or an empty text.
+    // Stores a file's sealed items and puts their decrypted values into `items`. Returns the
+    // problems, or an empty text.
     QString Open(const QString& keyPath, const QMap<int, QByteArray>& sealed,
                  QMap<int, QVariant>& items);
 
-    // What was sealed of an item is not its value any more.
+    // Drops an item's sealed form, because the item has a new value.
     void Forget(int itemKey) { m_sealed.remove(itemKey); }
 
-    // Seals those of `items` that have to be and are not, with a new key if there is none. Returns
-    // what went wrong, or an empty text; a later call tries again.
+    // Seals each item of SEALED_ITEMS that has no sealed form yet. Creates the key if it is
+    // missing. Returns the problem, or an empty text. A later call retries.
     QString Seal(const QMap<int, QVariant>& items);
 
     const QMap<int, QByteArray>& Sealed() const { return m_sealed; }

@@ -1,4 +1,3 @@
-// The key that sealed configuration items are under, in a file of its own.
 #include "framework/TSecretKey.h"
 
 #include "files/Posix.h"
@@ -24,7 +23,7 @@ bool IsSodiumReady()
     return isReady;
 }
 
-// Up to `size` bytes; less only at the file's end. -1 with errno set.
+// Reads up to `size` bytes, fewer only at the file's end. On failure returns -1 with errno set.
 ssize_t ReadAll(int descriptor, unsigned char* bytes, std::size_t size)
 {
     std::size_t done = 0;
@@ -62,10 +61,10 @@ EKeyFile TSecretKey::Load(const QString& path, QString& remark)
 {
     remark.clear();
     if (!IsSodiumReady()) {
-        remark = Unusable(path, QStringLiteral("there is no cryptography"));
+        remark = Unusable(path, QStringLiteral("the cryptography library does not start"));
         return EKeyFile::eUnusable;
     }
-    // Neither waits for the other end of a pipe nor follows a link out of the folder.
+    // The flags prevent waiting for a pipe's other end and following a link out of the folder.
     const TDescriptor file(::open(QFile::encodeName(path).constData(),
                                   O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     if (!file.IsValid()) {
@@ -82,10 +81,10 @@ EKeyFile TSecretKey::Load(const QString& path, QString& remark)
     if ((status->mode & OTHERS_BITS) != 0) {
         if (::fchmod(file.Get(), OWNER_ONLY_MODE) != 0 || !(status = StatusOf(file.Get())) ||
             (status->mode & OTHERS_BITS) != 0) {
-            remark = Unusable(path, QStringLiteral("it is open to others than its owner"));
+            remark = Unusable(path, QStringLiteral("other users can read or write it"));
             return EKeyFile::eUnusable;
         }
-        remark = QStringLiteral("The key %1 was open to others than its owner. It is private now.")
+        remark = QStringLiteral("Other users could read or write the key %1. It is private now.")
                      .arg(path);
     }
     unsigned char oneMore = 0;
@@ -105,13 +104,13 @@ EKeyFile TSecretKey::Load(const QString& path, QString& remark)
 bool TSecretKey::Create(const QString& path, QString& errorText)
 {
     if (!IsSodiumReady()) {
-        errorText = QStringLiteral("there is no cryptography");
+        errorText = QStringLiteral("the cryptography library does not start");
         return false;
     }
     randombytes_buf(m_bytes.data(), m_bytes.size());
     const QByteArray name = QFile::encodeName(path);
     const QByteArray newName = name + ".new";
-    ::unlink(newName.constData()); // what a run left that was killed
+    ::unlink(newName.constData()); // a run that was killed may have left it
     TDescriptor file(
         ::open(newName.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, OWNER_ONLY_MODE));
     bool isMade = file.IsValid() && ::fchmod(file.Get(), OWNER_ONLY_MODE) == 0 &&

@@ -1,4 +1,4 @@
-// The key that sealed configuration items are under, in a file of its own.
+// The key of the sealed configuration items, and its file.
 #pragma once
 
 #include <QtCore/QString>
@@ -12,13 +12,13 @@ namespace hostimpl {
 enum class EKeyFile : std::uint8_t {
     eLoaded,
     eMissing,
-    eInvalid,  // not a key: to be replaced
-    eUnusable, // may well be a key, but cannot be read or kept from others: left alone
+    eInvalid,  // not a key; will be replaced
+    eUnusable, // perhaps a key, but unreadable or open to other users; will not be replaced
 };
 
-// 32 random bytes, wiped when the object ends. One is read for each sealing and not kept longer.
+// 32 random bytes. The destructor wipes them. The key is read for each sealing and not kept longer.
 //
-// From one thread at a time. Errors: texts say which file and why, never what is in it.
+// From one thread at a time. Errors: texts name the file and the reason, never the file's content.
 class TSecretKey final
 {
 public:
@@ -29,12 +29,12 @@ public:
     TSecretKey(const TSecretKey&) = delete;
     TSecretKey& operator=(const TSecretKey&) = delete;
 
-    // Reads a file that is its owner's only. One that is open to others is made private and read
-    // all the same; `remark` says so then, or why there is no key.
+    // Reads the key file. If the file is open to other users, its mode is set to 0600 first.
+    // `remark` tells about this change, or why there is no key.
     EKeyFile Load(const QString& path, QString& remark);
 
-    // Makes a key and its file, which is on the disk, whole, before it has its name. Never replaces
-    // a file; if there is one by now, it is read.
+    // Creates a key and its file. The file is written and synced under another name and then gets
+    // its own name. Never replaces a file; if the file exists by now, it is read.
     bool Create(const QString& path, QString& errorText);
 
     const unsigned char* Bytes() const { return m_bytes.data(); }

@@ -1,8 +1,8 @@
-// Settings that never change. They are constant-initialised, so that constructors of other
-// libraries' statics already see them.
+// The settings are constant-initialised, so that constructors of static objects in other libraries
+// can already read them.
 #include "host/TSystemSettings.h"
 
-// A keyword only from C++20 on.
+// constinit is a keyword only from C++20 on.
 #ifdef __clang__
 #define CONSTANT_INITIALISED [[clang::require_constant_initialization]]
 #else
@@ -13,7 +13,7 @@ namespace {
 
 constexpr int SUFFIX_LENGTH = 4;
 
-// As QStringLiteral lays a string out, which cannot be used here: it is no constant expression.
+// The memory layout of a QStringLiteral. QStringLiteral itself is no constant expression.
 struct TStaticText
 {
     QStringData header;
@@ -23,7 +23,7 @@ struct TStaticText
 const TStaticText ZIP_SUFFIX = {{Q_STATIC_STRING_DATA_HEADER_INITIALIZER(SUFFIX_LENGTH)}, u".zip"};
 const TStaticText ZIP2_SUFFIX = {{Q_STATIC_STRING_DATA_HEADER_INITIALIZER(SUFFIX_LENGTH)}, u".ZIP"};
 
-// Nobody writes to it: its reference count marks it as static.
+// The const_cast is safe: the reference count marks the string as static, so Qt never writes to it.
 constexpr QStringDataPtr Shared(const TStaticText& text)
 {
     return {const_cast<QStringData*>(&text.header)};

@@ -1,4 +1,4 @@
-// The console's folders, looked up at the moment they are asked for.
+// Each getter reads the current data folder.
 #include "host/TSystemSettingsProxy.h"
 
 #include "framework/FolderTable.h"
@@ -19,7 +19,7 @@ QString Path(EFolder folder)
 
 TSystemSettingsProxy::TSystemSettingsProxy() = default;
 
-// Not defaulted: the contract has it as a function of its own.
+// Not defaulted, because the contract has the destructor as an exported function.
 TSystemSettingsProxy::~TSystemSettingsProxy() {}
 
 QString TSystemSettingsProxy::GetKelvoDownloadToConsoleFolderPath() const

@@ -1,4 +1,4 @@
-// An object with a thread of its own: how it gets there and how it comes back.
+// Moves an object to its own thread and back.
 #include "host/TThreadedObject.h"
 
 #include "framework/HostLog.h"
@@ -12,13 +12,13 @@
 
 namespace {
 
-// Sees every event of the threaded object before the object does. As a child of the object it is
-// always on the object's thread, which an event filter has to be.
+// Filters the events of the threaded object. An event filter must live on the object's thread;
+// as a child of the object the gate always does.
 //
-// - A queued call that was still waiting when Finalize() ran would be delivered on the owner's
-//   thread, to an object that is already closed down: it is dropped.
-// - A deferred delete must not delete the object on its own thread, which could not be joined from
-//   there: it ends the thread and is repeated on the owner's.
+// - A queued call that is still waiting after Finalize() would run on the owner's thread, on an
+//   object that is already closed. The gate drops such a call.
+// - A deferred delete must not delete the object on its own thread, because a thread cannot join
+//   itself. The gate stops the thread instead, and the delete is repeated on the owner's thread.
 class TGate final : public QObject
 {
 public:
@@ -29,8 +29,8 @@ public:
 
     void Open() { m_isOnOwnThread = true; }
     void Close() { m_isClosed = true; }
-    // Returns whether the object was to be deleted while it was on its own thread.
-    bool GoHome()
+    // Returns true if a deferred delete arrived while the object was on its own thread.
+    bool LeaveOwnThread()
     {
         m_isOnOwnThread = false;
         return m_isDeleteWanted;
@@ -52,7 +52,7 @@ protected:
 
 private:
     TThreadedObject* m_object;
-    // Only the thread that the object is on touches these.
+    // Only the object's current thread uses these members.
     bool m_isOnOwnThread = false;
     bool m_isClosed = false;
     bool m_isDeleteWanted = false;
@@ -79,39 +79,41 @@ private:
 
     TThreadedObject& m_object;
     TGate* m_gate; // child of m_object
-    QThread* m_home = nullptr;
+    QThread* m_ownerThread = nullptr;
     std::shared_ptr<hostimpl::TWatchedStarts> m_watchedStarts; // null if no watch saw the start
-    QSemaphore m_isUp;
-    QSemaphore m_isHandedOver; // m_object is on this thread, and m_home is set
+    QSemaphore m_hasStarted;
+    QSemaphore m_isHandedOver; // m_object is on this thread, and m_ownerThread is set
     std::atomic<bool> m_isStopRequested{false};
     std::atomic<bool> m_isInitialised{false};
     std::atomic<bool> m_isFinalized{false};
 };
 
-// The object is handed over only when the thread is there: from one that could not be started
-// nobody could bring it back, and Qt wakes the thread with an event dispatcher that it must have by
-// then.
+// The object is handed over only after the thread has started, for two reasons. If the thread
+// cannot be started, the object could not be moved back. And moveToThread() wakes the thread
+// through its event dispatcher, which exists only after the start.
 void TThreadedObject::TRunner::Start(Priority priority)
 {
-    if (m_home != nullptr) {
+    if (m_ownerThread != nullptr) {
         qCWarning(lcHost, "The thread %s was started twice.", qUtf8Printable(objectName()));
         return;
     }
     if (m_object.thread() != QThread::currentThread() || m_object.parent() != nullptr) {
-        qCWarning(lcHost, "The thread %s must be started by its object's thread, without a parent.",
+        qCWarning(lcHost,
+                  "The thread %s was not started: its object has a parent, or lives on "
+                  "another thread than the caller's.",
                   qUtf8Printable(objectName()));
         return;
     }
-    m_home = QThread::currentThread();
+    m_ownerThread = QThread::currentThread();
     start(priority);
     if (!isRunning()) {
-        return; // Qt has said why
+        return; // Qt has logged the reason
     }
     if (m_isStopRequested) {
         requestInterruption();
         quit();
     }
-    m_isUp.acquire();
+    m_hasStarted.acquire();
     m_watchedStarts = hostimpl::TWatchedStarts::OfThisThread();
     if (m_watchedStarts) {
         m_watchedStarts->Add();
@@ -121,7 +123,7 @@ void TThreadedObject::TRunner::Start(Priority priority)
     m_isHandedOver.release();
 }
 
-// Remembered, because QThread forgets what is requested before it runs.
+// m_isStopRequested is needed because QThread forgets a request that comes before it runs.
 void TThreadedObject::TRunner::Stop()
 {
     m_isStopRequested = true;
@@ -145,14 +147,14 @@ void TThreadedObject::TRunner::JoinFromDestructor()
 
 void TThreadedObject::TRunner::run()
 {
-    m_isUp.release();
+    m_hasStarted.release();
     m_isHandedOver.acquire();
     m_object.Initialize();
     m_isInitialised = true;
     if (m_watchedStarts) {
         m_watchedStarts->Remove();
     }
-    exec(); // returns at once if Stop() was first
+    exec(); // returns at once if Stop() was called before
     m_isInitialised = false;
     m_object.Finalize();
     HandBack();
@@ -162,15 +164,16 @@ void TThreadedObject::TRunner::HandBack()
 {
     m_gate->Close();
     QCoreApplication::removePostedEvents(&m_object, QEvent::MetaCall);
-    // What Finalize() left to be deleted later is deleted here, where it lived.
+    // Objects for which Finalize() called deleteLater() are deleted here, on their own thread.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    const bool isDeleteWanted = m_gate->GoHome();
+    const bool isDeleteWanted = m_gate->LeaveOwnThread();
     m_isFinalized = true;
     TThreadedObject* const object = &m_object;
     if (isDeleteWanted) {
-        object->deleteLater(); // goes with the object; from there on it may be gone at any time
+        object->deleteLater(); // the event moves with the object; after the move the object may be
+                               // deleted at any time
     }
-    object->moveToThread(m_home);
+    object->moveToThread(m_ownerThread);
 }
 
 TThreadedObject::TThreadedObject(const QString& threadName)
@@ -212,7 +215,7 @@ bool TThreadedObject::IsInitialised()
 void TThreadedObject::MoveToThisThread(QObject* object)
 {
     if (m_runner->HasEnded()) {
-        qCWarning(lcHost, "The thread %s has ended: nothing can be moved to it.",
+        qCWarning(lcHost, "The thread %s has ended: objects cannot be moved to it.",
                   qUtf8Printable(m_runner->objectName()));
         return;
     }

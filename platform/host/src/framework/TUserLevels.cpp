@@ -1,4 +1,3 @@
-// What the operator may use, as the configuration has it.
 #include "hostimpl/TUserLevels.h"
 
 #include "hostimpl/TConfigStore.h"

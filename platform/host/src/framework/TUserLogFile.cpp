@@ -1,4 +1,3 @@
-// The user log as a file that is kept from growing.
 #include "hostimpl/TUserLogFile.h"
 
 #include "files/Posix.h"
@@ -50,7 +49,7 @@ QString Escaped(const QString& text)
     return result;
 }
 
-// All of it or nothing, as far as the file shows.
+// Appends the whole line. On failure the file is cut back to its former size.
 bool Append(int descriptor, const QByteArray& line)
 {
     const std::optional<hostimpl::TFileStatus> before = hostimpl::StatusOf(descriptor);
@@ -62,7 +61,7 @@ bool Append(int descriptor, const QByteArray& line)
     }
     const int error = errno;
     if (::ftruncate(descriptor, before->sizeBytes) != 0) {
-        qCWarning(lcHost, "A line of the user log is cut short.");
+        qCWarning(lcHost, "A line of the user log is incomplete.");
     }
     errno = error;
     return false;
@@ -119,7 +118,7 @@ void TUserLogFile::Rotate()
     }
 }
 
-// Once until it works again: a full disk must not fill the other log as well.
+// Warns once until writing succeeds again, so that a full disk does not fill the application's log.
 void TUserLogFile::ReportFailure()
 {
     if (!m_isFailing) {

@@ -1,11 +1,11 @@
-// Access to the window manager, and what applications reach where there is none.
+// Access to the window manager, and a substitute if there is none.
 #include "hostimpl/WindowManager.h"
 
 #include "framework/HostLog.h"
 
 namespace {
 
-// A console without a display has no window manager: what is registered stays its creator's.
+// Used on a console without a display. The surfaces stay their creator's.
 class TNoWindowManager final : public TWindowManagerApi
 {
 public:

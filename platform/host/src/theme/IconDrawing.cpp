@@ -1,4 +1,3 @@
-// Draws pictures that are written as short texts.
 #include "theme/IconDrawing.h"
 
 #include <QtCore/QStringList>

@@ -43,7 +43,7 @@ constexpr bool IsInOrder()
     }
     return true;
 }
-static_assert(IsInOrder(), "a colour is found by its number");
+static_assert(IsInOrder(), "a colour's number is its index in COLOURS");
 
 } // namespace
 

@@ -1,4 +1,3 @@
-// How what Qt draws itself looks on the console: scroll bars and cursors that can be seen.
 #include "theme/TThemeStyle.h"
 
 #include "hostimpl/Theme.h"
@@ -31,7 +30,7 @@ int TThemeStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
     return QProxyStyle::pixelMetric(metric, option, widget);
 }
 
-// Without the arrows at the ends: nobody hits them with a finger.
+// Scroll bars have no arrows at the ends, because a finger cannot hit them.
 QRect TThemeStyle::subControlRect(ComplexControl control, const QStyleOptionComplex* option,
                                   SubControl part, const QWidget* widget) const
 {

@@ -1,4 +1,4 @@
-// How what Qt draws itself looks on the console: scroll bars and cursors that can be seen.
+// The style of the parts that Qt draws: wide scroll bars and wide text cursors.
 #pragma once
 
 #include <QtWidgets/QProxyStyle>

@@ -1,4 +1,4 @@
-// Puts a theme in force: palette, font and style of the application.
+// Applies a theme: palette, font and style of the application.
 #include "hostimpl/Theme.h"
 
 #include "theme/TThemeStyle.h"
@@ -60,7 +60,7 @@ QPalette PaletteOf(ETheme theme)
 
 } // namespace
 
-// Widgets that draw themselves ask for colours while they draw; the rest goes by the palette.
+// The console's own widgets read the theme's colours at each drawing. Qt's widgets use the palette.
 void SetTheme(ETheme theme)
 {
     currentTheme = theme;

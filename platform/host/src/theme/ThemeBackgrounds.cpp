@@ -1,4 +1,4 @@
-// Draws the grounds of buttons, rows and dialogs.
+// Draws the backgrounds of buttons, rows and dialogs.
 #include "hostimpl/Theme.h"
 
 #include <QtGui/QPainter>
@@ -18,7 +18,7 @@ struct TBackground
     Qt::PenStyle borderStyle;
 };
 
-// The first one stands in for names that are not there.
+// The first row is used for unknown names.
 constexpr TBackground BACKGROUNDS[] = {
     {"NewStandardButton", EColour::eButton, EColour::eButtonText, EColour::eBorder, Qt::SolidLine},
     {"NewStandardButtonSelected", EColour::eButtonSelected, EColour::eButtonSelectedText,

@@ -1,4 +1,4 @@
-// The pictures of the console, by name.
+// The console's icons.
 #include "hostimpl/Theme.h"
 
 #include "theme/IconDrawing.h"
@@ -21,10 +21,10 @@ struct TDrawing
     const char* areas;
 };
 
-// The first one stands in for names that are not there.
+// The first row is used for unknown names.
 constexpr TDrawing DRAWINGS[] = {
     {"", "M 4 4 L 20 4 L 20 20 L 4 20 Z", "O 12 12 3"},
-    // A cloud with files going up and coming down.
+    // A cloud with an arrow up and an arrow down.
     {"NavKelvo",
      "M 6 14 C 2 14 2 8 6 8 C 7 3 15 3 16 8 C 22 7 23 14 18 14 M 9 21 L 9 12 M 6 15 L 9 12 L 12 15 "
      "M 15 12 L 15 21 M 12 18 L 15 21 L 18 18",
@@ -83,7 +83,7 @@ const TDrawing& FindDrawing(const QString& name)
     return DRAWINGS[0];
 }
 
-// Looks up its colour when it draws: an icon that a widget keeps follows the theme.
+// Reads its colour at each drawing, so that an icon that a widget stores follows the theme.
 class TThemeIconEngine : public QIconEngine
 {
 public:

@@ -1,4 +1,3 @@
-// The order in which the wheel visits the widgets of a screen.
 #include "hostimpl/FocusOrder.h"
 
 #include "host/TLockingWidget.h"
@@ -17,7 +16,7 @@ bool CanBeVisited(const QWidget& widget, const QWidget& area)
            (widget.focusPolicy() & Qt::TabFocus) != 0;
 }
 
-// Where the focus is in the order: on one of its widgets, or on a part of one.
+// The index of the widget that has the focus, or whose descendant has it; -1 if there is none.
 int PlaceOfFocus(const QVector<QWidget*>& order, const QWidget& area)
 {
     for (QWidget* widget = area.window()->focusWidget(); widget != nullptr && widget != &area;

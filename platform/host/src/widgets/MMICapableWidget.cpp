@@ -1,4 +1,3 @@
-// A widget that can be worked with a rotary wheel and one button, without touching it.
 #include "host/MMICapableWidget.h"
 
 namespace ZRA {

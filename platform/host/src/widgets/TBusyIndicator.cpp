@@ -1,4 +1,3 @@
-// Shows by its motion that work is going on.
 #include "widgets/TBusyIndicator.h"
 
 #include "hostimpl/Theme.h"

@@ -1,10 +1,10 @@
-// Shows by its motion that work is going on.
+// Rotating dots for an operation that is running.
 #pragma once
 
 #include <QtCore/QBasicTimer>
 #include <QtWidgets/QWidget>
 
-// Moves only while it is running and can be seen. Main thread.
+// The dots rotate only while the indicator is running and visible. Main thread.
 class TBusyIndicator : public QWidget
 {
     Q_OBJECT
@@ -13,7 +13,7 @@ public:
     explicit TBusyIndicator(QWidget* parent = nullptr);
     ~TBusyIndicator() override;
 
-    // Stopped, it is not drawn but keeps its place.
+    // A stopped indicator is not drawn but keeps its space.
     void SetRunning(bool isRunning);
     bool IsRunning() const { return m_isRunning; }
     bool IsMoving() const { return m_timer.isActive(); }

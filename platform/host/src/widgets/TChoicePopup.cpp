@@ -1,4 +1,3 @@
-// The list of the choices of a property, to touch one.
 #include "widgets/TChoicePopup.h"
 
 #include "host/TPushButton.h"

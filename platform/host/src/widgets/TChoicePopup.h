@@ -1,4 +1,4 @@
-// The list of the choices of a property, to touch one.
+// The list of a property's choices. The operator touches a choice.
 #pragma once
 
 #include "host/TEditItem.h"
@@ -9,7 +9,7 @@
 class QScrollArea;
 class TPushButton;
 
-// Destroys itself when it is closed; what it is made for may destroy it before. Main thread.
+// Deletes itself when it is closed. Its parent may delete it earlier. Main thread.
 class TChoicePopup : public TPopupWindow
 {
     Q_OBJECT
@@ -18,14 +18,14 @@ public:
     TChoicePopup(QWidget* parent, const QString& title, const TEditItem& item);
     ~TChoicePopup() override;
 
-    // Shows anew which choices are offered.
+    // Updates which choices are offered.
     void ShowOffered(const TEditItem& item);
     QVector<TPushButton*> Choices() const { return m_choices; }
 
     bool OnWheelTurned(int steps) override;
 
 Q_SIGNALS:
-    // Then it closes.
+    // The popup closes after the signal.
     void Chosen(double value);
 
 protected:

@@ -1,4 +1,3 @@
-// A list of names of which the operator selects some.
 #include "host/TListWidget.h"
 
 #include "hostimpl/FocusOrder.h"
@@ -21,7 +20,7 @@ constexpr int TEXT_SIZE_ROLE = Qt::UserRole + 1;
 constexpr int PADDING = 12;
 constexpr int MARK_SIZE = 34;
 
-// Makes its tool tip when it is asked for: most of ten thousand entries never are.
+// Builds its tool tip on demand: most of ten thousand entries never show a tool tip.
 class TEntry : public QListWidgetItem
 {
 public:
@@ -41,7 +40,7 @@ QFont FontOf(const QModelIndex& index)
     return hostimpl::ThemeFont(index.data(TEXT_SIZE_ROLE).toInt());
 }
 
-// Where an entry's text stands in its row.
+// The place of an entry's text in its row.
 QRect TextPlace(const QRect& row, const QModelIndex& index)
 {
     const bool hasIcon = !index.data(Qt::DecorationRole).value<QIcon>().isNull();
@@ -51,13 +50,13 @@ QRect TextPlace(const QRect& row, const QModelIndex& index)
 
 } // namespace
 
-// What the list is made of: the drawing of its rows, and the band over them with the full name.
+// Draws the rows, and owns the band that shows the full name over the rows.
 class Q_DECL_HIDDEN TListWidget::TParts : public QStyledItemDelegate
 {
 public:
     explicit TParts(TListWidget& list) : m_list(list), m_band(&list) { m_band.hide(); }
 
-    bool isInHand = false;
+    bool isWheelActive = false; // the wheel moves through the entries
 
     QSize sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const override
     {
@@ -107,13 +106,13 @@ void TListWidget::TParts::paint(QPainter* painter, const QStyleOptionViewItem& o
     painter->drawText(
         place, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
         painter->fontMetrics().elidedText(index.data().toString(), Qt::ElideMiddle, place.width()));
-    if (isInHand && index == m_list.currentIndex()) {
+    if (isWheelActive && index == m_list.currentIndex()) {
         hostimpl::DrawFocusRing(*painter, row);
     }
     painter->restore();
 }
 
-// The band is there only while there is something that the row does not show.
+// The band is shown only if the current name is elided.
 void TListWidget::TParts::ShowFullName()
 {
     const QModelIndex index = m_list.currentIndex();
@@ -127,11 +126,11 @@ void TListWidget::TParts::ShowFullName()
     PlaceBand();
 }
 
-// Over the rows, which must not move: between the parts of a touch, another one would come under
-// the finger. Where it leaves the row of the name free, if it can.
+// The band lies over the rows. The rows must not move: during a touch another row would come under
+// the finger. If possible, the band leaves the current row free.
 void TListWidget::TParts::PlaceBand()
 {
-    const QRect view = m_list.viewport()->geometry(); // beside the scroll bar
+    const QRect view = m_list.viewport()->geometry(); // without the scroll bar
     const QRect row = m_list.visualRect(m_list.currentIndex()).translated(view.topLeft());
     const int height = std::min(m_band.heightForWidth(view.width()), view.height() * 2 / 3);
     QRect place(view.left(), view.bottom() + 1 - height, view.width(), height);
@@ -144,7 +143,7 @@ void TListWidget::TParts::PlaceBand()
 
 TListWidget::TListWidget(QWidget* parent) : QListWidget(parent)
 {
-    m_parts = std::make_unique<TParts>(*this); // with events, which ask for it
+    m_parts = std::make_unique<TParts>(*this); // sends events to the list while m_parts is null
     setItemDelegate(m_parts.get());
     setFrameStyle(QFrame::Box | QFrame::Plain);
     setLineWidth(hostimpl::FOCUS_RING);
@@ -161,7 +160,7 @@ TListWidget::TListWidget(QWidget* parent) : QListWidget(parent)
 
 TListWidget::~TListWidget()
 {
-    // The base ends with signals and events of its own, when the parts are gone.
+    // QListWidget's destructor emits signals and sends events when m_parts is gone already.
     setItemDelegate(nullptr);
     disconnect(this, nullptr, this, nullptr);
 }
@@ -194,7 +193,7 @@ QStringList TListWidget::GetSelectedTextItems() const
     return texts;
 }
 
-// One selection of all of them: whoever listens hears of it once.
+// All entries are selected in one call, so that the selection signal is emitted once.
 void TListWidget::SelectItems(const QStringList& texts)
 {
     if (texts.isEmpty()) {
@@ -218,7 +217,7 @@ void TListWidget::SelectItems(const QStringList& texts)
 
 bool TListWidget::OnWheelTurned(int steps)
 {
-    if (!m_parts->isInHand) {
+    if (!m_parts->isWheelActive) {
         return false;
     }
     const int row = currentRow() + steps;
@@ -235,8 +234,8 @@ bool TListWidget::OnWheelPressed()
     if (count() == 0) {
         return true;
     }
-    if (!m_parts->isInHand) {
-        m_parts->isInHand = true;
+    if (!m_parts->isWheelActive) {
+        m_parts->isWheelActive = true;
         setCurrentRow(std::max(currentRow(), 0), QItemSelectionModel::NoUpdate);
         scrollToItem(currentItem());
     } else if (currentItem() != nullptr && !hostimpl::IsLockedAround(*this)) {
@@ -249,16 +248,16 @@ bool TListWidget::OnWheelPressed()
 
 bool TListWidget::OnBackPressed()
 {
-    const bool wasInHand = m_parts->isInHand;
-    m_parts->isInHand = false;
+    const bool wasWheelActive = m_parts->isWheelActive;
+    m_parts->isWheelActive = false;
     viewport()->update();
     update();
-    return wasInHand;
+    return wasWheelActive;
 }
 
 bool TListWidget::event(QEvent* event)
 {
-    const QPointer<TListWidget> self(this); // with some events the widget ends
+    const QPointer<TListWidget> self(this); // handling an event may delete the list
     const bool isTaken = QListWidget::event(event);
     if (self.isNull() || m_parts == nullptr) {
         return isTaken;
@@ -269,7 +268,7 @@ bool TListWidget::event(QEvent* event)
         QPainter painter(this);
         painter.fillRect(rect(), hostimpl::ThemeColour(hostimpl::EColour::eWindow));
         hostimpl::DrawPanel(painter, rect());
-        if (hasFocus() && !m_parts->isInHand) {
+        if (hasFocus() && !m_parts->isWheelActive) {
             hostimpl::DrawFocusRing(painter, rect());
         }
     }

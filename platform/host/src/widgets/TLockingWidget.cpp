@@ -1,4 +1,3 @@
-// A widget that can be locked against changes while its content stays readable.
 #include "host/TLockingWidget.h"
 
 TLockingWidget::~TLockingWidget() = default;

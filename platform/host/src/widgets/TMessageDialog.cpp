@@ -1,4 +1,3 @@
-// A message to the operator, with the buttons to answer it.
 #include "host/TMessageDialog.h"
 
 #include "host/TPushButton.h"
@@ -44,7 +43,7 @@ constexpr TButtonRow BUTTONS[] = {
 
 } // namespace
 
-// What the dialog shows, and the widgets that show it once they are built.
+// The dialog's data, and its widgets after Build().
 class Q_DECL_HIDDEN TMessageDialog::TContent
 {
 public:
@@ -129,8 +128,8 @@ void TMessageDialog::TContent::BuildButtons(QVBoxLayout& column)
     column.addLayout(row);
 }
 
-// An answer is given once: the second press of a double one comes when the dialog has gone. Who is
-// told the answer may destroy the dialog, or show it with another message.
+// An answer is emitted once: the second press of a double press finds the dialog hidden. A slot may
+// delete the dialog, or show the dialog again with another message.
 void TMessageDialog::TContent::Answer(const TButtonRow& row)
 {
     if (!m_dialog.isVisible()) {
@@ -214,14 +213,14 @@ void TMessageDialog::EnableButton(EMessageDialogButton button, bool isEnabled)
     if (TPushButton* const found = GetMessageDialogButton(button)) {
         found->setEnabled(isEnabled);
         m_content->UpdateBusy();
-        // The last one that had the focus lost it when it was disabled.
+        // If the focused button was disabled, no enabled widget has the focus.
         if (isEnabled && (focusWidget() == nullptr || !focusWidget()->isEnabled())) {
             found->setFocus();
         }
     }
 }
 
-// As the button that changes nothing: of an operation that is its closing one.
+// Back presses the button that changes nothing: No for a question, otherwise button 0.
 bool TMessageDialog::OnBackPressed()
 {
     const bool isQuestion = m_content->type == eQuestion;
@@ -241,7 +240,7 @@ QSize TMessageDialog::SizeWithin(const QSize& available) const
     return {width, std::min(m_content->Height(width), available.height())};
 }
 
-// A question begins with the answer that changes nothing.
+// The focus starts on the button that changes nothing: No for a question, otherwise button 0.
 void TMessageDialog::setVisible(bool isVisible)
 {
     if (isVisible && !this->isVisible()) {

@@ -1,4 +1,3 @@
-// The text of a message: wrapped, scrolling when it is long, drawn as rich text where it is such.
 #include "widgets/TMessageText.h"
 
 #include "hostimpl/Theme.h"
@@ -29,7 +28,7 @@ bool IsAllowed(const QString& tag)
 
 } // namespace
 
-// Entities stay as they are in a rich message: whoever wrote its tags escaped the rest.
+// Entities of a rich message stay as they are, because the author of the tags has escaped the text.
 QString SafeRichText(const QString& message, bool& isRich)
 {
     static const QRegularExpression tags(
@@ -63,7 +62,7 @@ TMessageText::TMessageText(QWidget* parent) : QTextEdit(parent)
     document()->setDocumentMargin(0.0);
     setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setMinimumHeight(1); // a dialog is as high as its text, not more
+    setMinimumHeight(1); // so that a dialog is only as high as its text
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     QScroller::grabGesture(viewport(), QScroller::LeftMouseButtonGesture);
     UpdateFocusPolicy();
@@ -98,7 +97,7 @@ bool TMessageText::OnWheelTurned(int steps)
     return bar->value() != before;
 }
 
-// Nothing is loaded from anywhere.
+// Resources such as pictures are never loaded.
 QVariant TMessageText::loadResource(int, const QUrl&)
 {
     return {};
@@ -119,7 +118,7 @@ void TMessageText::resizeEvent(QResizeEvent* event)
     UpdateFocusPolicy();
 }
 
-// The wheel stops here only if there is something to scroll.
+// The text takes the focus only if it can be scrolled.
 void TMessageText::UpdateFocusPolicy()
 {
     const bool isLong = document()->size().height() > viewport()->height();

@@ -1,13 +1,13 @@
-// The text of a message: wrapped, scrolling when it is long, drawn as rich text where it is such.
+// The text of a message, plain or rich. It is wrapped, and scrolls if it is long.
 #pragma once
 
 #include "host/MMICapableWidget.h"
 
 #include <QtWidgets/QTextEdit>
 
-// What a message may hold besides text: line breaks, paragraphs, lists, and marks of emphasis.
-// Anything else that looks like a tag is shown as it is written, attributes are left out: neither
-// links nor pictures. `isRich` tells whether there was anything but text. The result is HTML.
+// Returns the message as safe HTML. Allowed are line breaks, paragraphs, headings, lists and
+// emphasis. Any other tag is shown as text, and attributes are removed; links and pictures are
+// therefore impossible. `isRich` becomes true if the message has an allowed tag.
 QString SafeRichText(const QString& message, bool& isRich);
 
 // Main thread.
@@ -20,10 +20,10 @@ public:
     ~TMessageText() override;
 
     void SetMessage(const QString& message);
-    // What the text takes in pixels when it is `width` wide.
+    // The text's height at the width `width`, in pixels.
     int HeightFor(int width) const;
 
-    // Scrolls; a step beyond either end is not used.
+    // Scrolls. Returns false for a step beyond either end.
     bool OnWheelTurned(int steps) override;
 
     QVariant loadResource(int type, const QUrl& name) override;

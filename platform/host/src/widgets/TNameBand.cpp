@@ -1,4 +1,3 @@
-// Shows a name in full, on as many lines as it takes.
 #include "widgets/TNameBand.h"
 
 #include "hostimpl/Theme.h"

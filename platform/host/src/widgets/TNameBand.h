@@ -1,11 +1,11 @@
-// Shows a name in full, on as many lines as it takes.
+// Shows a whole name, on as many lines as needed.
 #pragma once
 
 #include <QtGui/QTextDocument>
 #include <QtWidgets/QWidget>
 
-// Breaks between words, or anywhere: names of files need not have blanks. A touch takes it away
-// from what is below. Main thread.
+// Lines break between words, or anywhere if a name has no blanks. A touch hides the band, so that
+// the operator reaches the rows below. Main thread.
 class TNameBand : public QWidget
 {
     Q_OBJECT
@@ -17,7 +17,7 @@ public:
     void SetName(const QString& name);
     QString Name() const { return m_text.toPlainText(); }
 
-    // Pixels.
+    // In pixels.
     int heightForWidth(int width) const override;
 
 protected:

@@ -1,4 +1,3 @@
-// A window that comes up over the screens until it is answered.
 #include "host/TPopupWindow.h"
 
 #include "hostimpl/FocusOrder.h"
@@ -18,7 +17,7 @@ namespace hostimpl {
 
 namespace {
 
-// A function's own, so that it is made after the first widget and needs no order of constructors.
+// A static object of the function, so that no order of static constructors is needed.
 QPointer<QWidget>& HostWindow()
 {
     static QPointer<QWidget> window;
@@ -48,7 +47,7 @@ void TPopupWindow::ShowWindow(bool isModal)
 {
     ++m_showCount;
     if (!isVisible()) {
-        // Nobody types while a window asks for an answer.
+        // The on-screen keyboard is not needed while a window asks for an answer.
         QGuiApplication::inputMethod()->hide();
         setWindowModality(isModal ? Qt::ApplicationModal : Qt::NonModal);
         m_host = Host();
@@ -107,7 +106,7 @@ QWidget* TPopupWindow::Host() const
     QWidget* const candidates[] = {parent == nullptr ? nullptr : parent->window(),
                                    hostimpl::PopupHost(), QApplication::activeWindow()};
     for (QWidget* const candidate : candidates) {
-        // Two popups over each other would follow each other for ever.
+        // A popup is no candidate: two popups would place themselves over each other in a loop.
         if (candidate != nullptr && candidate->isVisible() &&
             qobject_cast<const TPopupWindow*>(candidate) == nullptr) {
             return candidate;

@@ -1,4 +1,3 @@
-// A bar that shows how far something is.
 #include "widgets/TProgressBar.h"
 
 #include "hostimpl/Theme.h"
@@ -38,6 +37,6 @@ void TProgressBar::paintEvent(QPaintEvent*)
     painter.setPen(QPen(ThemeColour(EColour::eBorder), 2.0));
     painter.drawRect(rect().adjusted(1, 1, -1, -1));
     painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
-    painter.setPen(ThemeColour(EColour::eText)); // readable on either ground
+    painter.setPen(ThemeColour(EColour::eText)); // readable on both backgrounds
     painter.drawText(rect(), Qt::AlignCenter, tr("%1 %").arg(m_percent));
 }

@@ -1,4 +1,4 @@
-// A bar that shows how far something is.
+// A bar that shows a percentage.
 #pragma once
 
 #include <QtWidgets/QWidget>

@@ -1,4 +1,3 @@
-// How far something is that the operator waits for.
 #include "host/TProgressDialog.h"
 
 #include "host/TPushButton.h"
@@ -70,7 +69,7 @@ TProgressDialog::TProgressDialog(QWidget* parent, const QString& title, EProgres
                                  bool isClosable)
     : TPopupWindow(parent), m_content(std::make_unique<TContent>(*this, title, isClosable))
 {
-    Q_UNUSED(type); // there is only the one
+    Q_UNUSED(type); // there is only one type
 }
 
 TProgressDialog::~TProgressDialog() = default;

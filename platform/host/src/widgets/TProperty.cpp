@@ -1,4 +1,3 @@
-// A row that shows a named value which the operator cannot change.
 #include "host/TProperty.h"
 
 #include "hostimpl/Theme.h"

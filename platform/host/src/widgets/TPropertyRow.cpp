@@ -1,4 +1,3 @@
-// What a property row is made of.
 #include "widgets/TPropertyRow.h"
 
 #include "host/TPushButton.h"
@@ -28,7 +27,8 @@ TPropertyWidget::TRow::TRow(TPropertyWidget& widget)
     m_edit->setFrame(false);
     m_edit->setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     m_edit->setTextMargins(0, 0, 0, 0);
-    // The wheel passes the row by; its button, or a touch, begins to write.
+    // The wheel's focus order skips the text field. A press of the button, or a touch, starts the
+    // editing.
     m_edit->setFocusPolicy(Qt::ClickFocus);
     m_edit->setInputMethodHints(TEXT_HINTS);
     ShowColours();
@@ -48,8 +48,8 @@ void TPropertyWidget::TRow::SetType(int type)
     Arrange();
 }
 
-// A list of choices that is open stays so: another part of the console may have changed what is
-// offered while the operator reads it.
+// An open list of choices stays open: another part of the console may change the offered choices
+// while the operator reads the list.
 void TPropertyWidget::TRow::ShowItem(const TEditItem& item)
 {
     m_item = item;
@@ -133,7 +133,7 @@ double TPropertyWidget::TRow::NextOffered(double from, int direction) const
 
 bool TPropertyWidget::TRow::Step(int steps)
 {
-    if (m_type != eChoice || !m_isInHand) {
+    if (m_type != eChoice || !m_isEditing) {
         return false;
     }
     double value = m_item.value;
@@ -144,27 +144,27 @@ bool TPropertyWidget::TRow::Step(int steps)
     return true;
 }
 
-void TPropertyWidget::TRow::TakeInHand()
+void TPropertyWidget::TRow::StartEditing()
 {
     if (hostimpl::IsLockedAround(m_widget) || !m_widget.isEnabled()) {
         return;
     }
-    m_isInHand = true;
+    m_isEditing = true;
     if (m_type == eText) {
         m_edit->setFocus(Qt::OtherFocusReason);
     }
     m_widget.update();
 }
 
-bool TPropertyWidget::TRow::LetGo()
+bool TPropertyWidget::TRow::StopEditing()
 {
-    const bool wasInHand = m_isInHand;
-    m_isInHand = false;
+    const bool wasEditing = m_isEditing;
+    m_isEditing = false;
     if (m_edit->hasFocus()) {
         m_widget.setFocus(Qt::OtherFocusReason);
     }
     m_widget.update();
-    return wasInHand;
+    return wasEditing;
 }
 
 void TPropertyWidget::TRow::OpenChoices()
@@ -202,13 +202,13 @@ void TPropertyWidget::TRow::OnEvent(QEvent& event)
         break;
     case QEvent::MouseButtonRelease:
         if (m_isTouched && m_widget.rect().contains(static_cast<QMouseEvent&>(event).pos())) {
-            m_type == eChoice ? OpenChoices() : TakeInHand();
+            m_type == eChoice ? OpenChoices() : StartEditing();
         }
         m_isTouched = false;
         break;
     case QEvent::FocusOut:
         if (!m_edit->hasFocus()) {
-            m_isInHand = false;
+            m_isEditing = false;
         }
         m_widget.update();
         break;
@@ -221,13 +221,13 @@ void TPropertyWidget::TRow::OnEvent(QEvent& event)
     }
 }
 
-// Whoever has a keyboard may write at once.
+// A printable key of a keyboard starts the editing.
 void TPropertyWidget::TRow::OnKey(QEvent& event)
 {
     const QString text = static_cast<QKeyEvent&>(event).text();
     if (m_type == eText && !text.isEmpty() && text.at(0).isPrint()) {
-        TakeInHand();
-        if (m_isInHand) {
+        StartEditing();
+        if (m_isEditing) {
             QCoreApplication::sendEvent(m_edit, &event);
         }
     }
@@ -236,16 +236,17 @@ void TPropertyWidget::TRow::OnKey(QEvent& event)
 bool TPropertyWidget::TRow::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::FocusIn) {
-        m_isInHand = true;
+        m_isEditing = true;
         m_widget.update();
     } else if (event->type() == QEvent::FocusOut) {
-        m_isInHand = false;
+        m_isEditing = false;
         m_widget.update();
     }
     return QObject::eventFilter(watched, event);
 }
 
-// Its own, so that it can be read even where the application's palette is not the theme's.
+// The text field gets its own palette, so that it is readable even if the application's palette is
+// not the theme's.
 void TPropertyWidget::TRow::ShowColours()
 {
     QPalette palette = m_edit->palette();
@@ -261,21 +262,21 @@ void TPropertyWidget::TRow::ShowLock()
     const bool isLocked = hostimpl::IsLockedAround(m_widget);
     m_edit->setReadOnly(isLocked);
     if (isLocked) {
-        Leave();
+        StopEditingAndClose();
     }
 }
 
-// What cannot be worked any more is not left half worked.
+// The editing ends when the row is disabled or hidden.
 void TPropertyWidget::TRow::CloseIfOff()
 {
     if (!m_widget.isEnabled() || !m_widget.isVisible()) {
-        Leave();
+        StopEditingAndClose();
     }
 }
 
-void TPropertyWidget::TRow::Leave()
+void TPropertyWidget::TRow::StopEditingAndClose()
 {
-    LetGo();
+    StopEditing();
     if (!m_popup.isNull()) {
         m_popup->CloseWindow();
     }

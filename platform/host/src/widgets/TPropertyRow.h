@@ -1,4 +1,4 @@
-// What a property row is made of.
+// The implementation of TPropertyWidget: value, text field, list of choices, drawing.
 #pragma once
 
 #include "host/TPropertyWidget.h"
@@ -11,7 +11,7 @@ class QPainter;
 class TChoicePopup;
 class TPushButton;
 
-// Owned by its row. Main thread.
+// Owned by its TPropertyWidget. Main thread.
 class Q_DECL_HIDDEN TPropertyWidget::TRow : public QObject
 {
 public:
@@ -24,15 +24,16 @@ public:
 
     double Number() const;
     QString Text() const;
-    // Both: whether it is another one now.
+    // True if the value has changed.
     bool SetNumber(double value);
     bool SetText(const QString& text);
 
-    // Of the wheel, while the row is in hand.
+    // Handles wheel steps. Returns false if no choice is being edited.
     bool Step(int steps);
-    bool IsInHand() const { return m_isInHand; }
-    void TakeInHand();
-    bool LetGo();
+    bool IsEditing() const { return m_isEditing; }
+    void StartEditing();
+    // Returns true if the row was being edited.
+    bool StopEditing();
     void OpenChoices();
 
     void OnEvent(QEvent& event);
@@ -48,13 +49,13 @@ private:
     void ShowColours();
     void ShowLock();
     void CloseIfOff();
-    void Leave();
+    void StopEditingAndClose();
     void ShowHidden(bool isHidden);
     void DrawValue(QPainter& painter, const QRect& place) const;
-    // The next value on offer in a direction, or the present one if there is none.
+    // The next offered value in a direction, or `from` if there is none.
     double NextOffered(double from, int direction) const;
 
-    // Pixels.
+    // In pixels.
     static constexpr int PADDING = 12;
     static constexpr int ICON_SIZE = 40;
     static constexpr int NAME_HEIGHT = 28;
@@ -62,7 +63,7 @@ private:
     TPropertyWidget& m_widget;
     TEditItem m_item;
     int m_type = eText;
-    bool m_isInHand = false;
+    bool m_isEditing = false;
     bool m_isTouched = false;
     QLineEdit* m_edit;
     TPushButton* m_eye;

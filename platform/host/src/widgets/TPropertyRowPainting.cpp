@@ -1,4 +1,4 @@
-// How a property row is drawn.
+// The drawing of a property row.
 #include "widgets/TPropertyRow.h"
 
 #include "hostimpl/FocusOrder.h"
@@ -33,7 +33,7 @@ void TPropertyWidget::TRow::OnPaint()
     if (m_type == eChoice) {
         DrawValue(painter, place);
     }
-    if (m_widget.hasFocus() || m_isInHand) {
+    if (m_widget.hasFocus() || m_isEditing) {
         hostimpl::DrawFocusRing(painter, m_widget.rect());
     }
 }
@@ -44,15 +44,15 @@ void TPropertyWidget::TRow::DrawValue(QPainter& painter, const QRect& place) con
     const QRect arrows(place.right() - ICON_SIZE, place.center().y() - ICON_SIZE / 2, ICON_SIZE,
                        ICON_SIZE);
     QRect value = place.adjusted(0, NAME_HEIGHT - 4, -ICON_SIZE - PADDING, 0);
-    if (m_isInHand) {
+    if (m_isEditing) {
         painter.fillRect(value.adjusted(-4, 0, 0, 0), ThemeColour(EColour::eSelected));
     }
     hostimpl::ThemeIcon(QStringLiteral("choose"))
         .paint(&painter, arrows, Qt::AlignCenter, isOff ? QIcon::Disabled : QIcon::Normal);
     painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
-    painter.setPen(ThemeColour(isOff        ? EColour::eOffText
-                               : m_isInHand ? EColour::eSelectedText
-                                            : EColour::eText));
+    painter.setPen(ThemeColour(isOff         ? EColour::eOffText
+                               : m_isEditing ? EColour::eSelectedText
+                                             : EColour::eText));
     painter.drawText(value, Qt::AlignLeft | Qt::AlignVCenter,
                      painter.fontMetrics().elidedText(Text(), Qt::ElideMiddle, value.width()));
 }

@@ -1,4 +1,3 @@
-// A row that shows a named value and lets the operator change it.
 #include "host/TPropertyWidget.h"
 
 #include "widgets/TPropertyRow.h"
@@ -6,11 +5,11 @@
 #include <QtCore/QEvent>
 #include <QtCore/QPointer>
 
-// The row's parts are children: the events about them come while the row is not there yet.
+// TRow's constructor creates child widgets. Their events arrive while m_row is still null.
 TPropertyWidget::TPropertyWidget(QWidget* parent, int index) : QWidget(parent)
 {
     m_row = std::make_unique<TRow>(*this);
-    Q_UNUSED(index); // the same to all rows that are there so far
+    Q_UNUSED(index); // no row uses it yet
     setFocusPolicy(Qt::StrongFocus);
     setMinimumHeight(PROPERTY_WIDGET_HEIGHT);
     m_row->SetType(eText);
@@ -85,20 +84,20 @@ bool TPropertyWidget::OnWheelTurned(int steps)
 
 bool TPropertyWidget::OnWheelPressed()
 {
-    if (m_row->IsInHand()) {
-        m_row->LetGo();
+    if (m_row->IsEditing()) {
+        m_row->StopEditing();
     } else {
-        m_row->TakeInHand();
+        m_row->StartEditing();
     }
     return true;
 }
 
 bool TPropertyWidget::OnBackPressed()
 {
-    return m_row->LetGo();
+    return m_row->StopEditing();
 }
 
-// With some events the widget ends.
+// Handling an event may delete the widget.
 bool TPropertyWidget::event(QEvent* event)
 {
     const QPointer<TPropertyWidget> self(this);

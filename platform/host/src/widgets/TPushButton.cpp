@@ -1,4 +1,3 @@
-// A button of the console.
 #include "host/TPushButton.h"
 
 #include "hostimpl/FocusOrder.h"
@@ -14,7 +13,7 @@ namespace {
 constexpr int PADDING = 12;
 constexpr int LEAST_WIDTH = 100;
 
-// A drawing of one colour in another one.
+// The icon drawn in `colour`.
 QPixmap Tinted(const QIcon& icon, int size, const QColor& colour)
 {
     QPixmap result = icon.pixmap(size, size);
@@ -24,7 +23,8 @@ QPixmap Tinted(const QIcon& icon, int size, const QColor& colour)
     return result;
 }
 
-// In at most two lines, smaller if need be, elided at last.
+// The caption is wrapped. If it does not fit, the smaller font is used; if that does not fit
+// either, the caption is elided.
 void DrawCaption(QPainter& painter, const QRect& place, const QString& caption)
 {
     constexpr int FLAGS = Qt::AlignCenter | Qt::TextWordWrap;
@@ -46,7 +46,7 @@ TPushButton::TPushButton(QWidget* parent, const QString& caption, const QSize& s
                          const QPoint& position, int style, const QString& toolTip)
     : QAbstractButton(parent), m_size(size)
 {
-    Q_UNUSED(style); // there is only the standard one
+    Q_UNUSED(style); // there is only the standard style
     m_background = QStringLiteral("NewStandardButton");
     m_selectedBackground = QStringLiteral("NewStandardButtonSelected");
     setText(caption);

@@ -1,4 +1,3 @@
-// Turns keys into the steps of the wheel and the presses of its button.
 #include "hostimpl/TWheelInput.h"
 
 #include "host/MMICapableWidget.h"
@@ -15,7 +14,7 @@ namespace hostimpl {
 
 namespace {
 
-enum class EKeyUse : int { eNone = 0, eForth, eBack, ePress, eLeave };
+enum class EKeyUse : int { eNone = 0, eStepForward, eStepBackward, ePress, eBack };
 
 struct TKeyRow
 {
@@ -24,10 +23,10 @@ struct TKeyRow
 };
 
 constexpr TKeyRow KEYS[] = {
-    {Qt::Key_Down, EKeyUse::eForth},   {Qt::Key_Up, EKeyUse::eBack},
-    {Qt::Key_Return, EKeyUse::ePress}, {Qt::Key_Enter, EKeyUse::ePress},
-    {Qt::Key_Select, EKeyUse::ePress}, {Qt::Key_Escape, EKeyUse::eLeave},
-    {Qt::Key_Back, EKeyUse::eLeave},
+    {Qt::Key_Down, EKeyUse::eStepForward}, {Qt::Key_Up, EKeyUse::eStepBackward},
+    {Qt::Key_Return, EKeyUse::ePress},     {Qt::Key_Enter, EKeyUse::ePress},
+    {Qt::Key_Select, EKeyUse::ePress},     {Qt::Key_Escape, EKeyUse::eBack},
+    {Qt::Key_Back, EKeyUse::eBack},
 };
 
 EKeyUse UseOf(const QKeyEvent& event)
@@ -55,7 +54,8 @@ QWidget* CurrentWidget()
     return window->focusWidget() != nullptr ? window->focusWidget() : window;
 }
 
-// From the widget with the focus outwards, until one uses the step.
+// Calls `step` for the widget with the focus and then for its parents, until a widget uses the
+// step.
 bool Offer(const std::function<bool(ZRA::MMICapableWidget&)>& step)
 {
     for (QWidget* widget = CurrentWidget(); widget != nullptr;
@@ -68,7 +68,7 @@ bool Offer(const std::function<bool(ZRA::MMICapableWidget&)>& step)
     return false;
 }
 
-// A list of Qt's own, as that of a combo box, knows these keys itself.
+// Qt's own lists, such as a combo box's list, handle these keys themselves.
 bool IsForeignList()
 {
     QWidget* const popup = QApplication::activePopupWidget();
@@ -112,7 +112,8 @@ bool TWheelInput::Back()
     return Offer([](ZRA::MMICapableWidget& widget) { return widget.OnBackPressed(); });
 }
 
-// A key that its widget ignores comes again for each widget around; it is looked at once.
+// Qt sends a key that a widget ignores to the parent widgets too. Only the event of the focused
+// widget is handled.
 bool TWheelInput::eventFilter(QObject* watched, QEvent* event)
 {
     const bool isPress = event->type() == QEvent::KeyPress;
@@ -127,11 +128,11 @@ bool TWheelInput::eventFilter(QObject* watched, QEvent* event)
 bool TWheelInput::OnKeyPressed(const QKeyEvent& event)
 {
     switch (UseOf(event)) {
-    case EKeyUse::eForth:
+    case EKeyUse::eStepForward:
         return Turn(1);
-    case EKeyUse::eBack:
+    case EKeyUse::eStepBackward:
         return Turn(-1);
-    case EKeyUse::eLeave:
+    case EKeyUse::eBack:
         return Back();
     case EKeyUse::ePress:
         if (!event.isAutoRepeat()) {

@@ -1,4 +1,3 @@
-// A part of a screen with a title and a content of its own.
 #include "host/TWindow.h"
 
 #include "hostimpl/FocusOrder.h"
@@ -28,7 +27,7 @@ bool TWindow::OnWheelPressed()
     return false;
 }
 
-// The widgets inside look up whether they are locked; they are only told to look again.
+// The widgets inside ask IsLockedAround() when they get a ReadOnlyChange event.
 void TWindow::SetLocked(bool isLocked)
 {
     if (isLocked == IsLocked()) {

@@ -1,4 +1,3 @@
-// A screen, or a part of one, that an application hands to the window manager.
 #include "host/AppWindowSurface.h"
 
 namespace ZRA {

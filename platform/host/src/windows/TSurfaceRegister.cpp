@@ -1,4 +1,3 @@
-// The window manager's register of surfaces, without any notion of where they are shown.
 #include "hostimpl/TSurfaceRegister.h"
 
 #include <algorithm>
@@ -35,10 +34,10 @@ void TSurfaceRegister::AddWindowSurfaces(const OrvaleID& application,
     Q_EMIT SurfacesAdded(application);
 }
 
-// The entry leaves the register first: a surface's destructor that comes back here finds nothing.
+// The entry is removed first: if a surface's destructor calls the register, it finds no entry.
 void TSurfaceRegister::RemoveWindowSurfaces(const OrvaleID& application)
 {
-    const OrvaleID id = application; // the argument may be part of the entry
+    const OrvaleID id = application; // the argument may be a reference into the entry
     const auto found = std::find_if(m_applications.begin(), m_applications.end(),
                                     [&id](const TApplication& entry) { return entry.id == id; });
     if (found == m_applications.end()) {
