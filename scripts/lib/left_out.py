@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Whether a list of excluded tests tells the truth: left_out.py LIST BUILD CROSS-BUILD
+"""Checks a list of excluded tests: left_out.py LIST BUILD CROSS-BUILD
 
-Fails, and names them, when rows of the list fit no test of BUILD, and when tests of BUILD are not in CROSS-BUILD and
-no row says why. Tests that are found by asking a test program are left out of the comparison: BUILD may not have
-built it. Both folders have to be configured."""
+Fails and prints a line for each row of LIST that matches no test of BUILD, and for each test of BUILD that is missing
+in CROSS-BUILD without a row. The check ignores tests that CMake gets from a test program, because BUILD may not have
+built the program. Both folders must be configured."""
 
 import json
 import re
@@ -13,24 +13,24 @@ from pathlib import Path
 
 
 def rows(text):
-    """The regular expressions: first words of the lines that have a reason."""
+    """The regular expressions: the first words of the lines with a reason."""
     return [line.split()[0] for line in text.splitlines() if not line.startswith("#") and len(line.split()) > 1]
 
 
 def tests(folder):
     listed = json.loads(subprocess.run(["ctest", "--test-dir", folder, "--show-only=json-v1"], check=True,
                                        capture_output=True, text=True).stdout)
-    # Only what a CMakeLists.txt adds by name has a place in one.
+    # Only tests that a CMakeLists.txt adds by name have a backtrace.
     return {test["name"] for test in listed["tests"] if "backtrace" in test}
 
 
 def problems(excluded, here, there):
-    def fits(row, name):
+    def matches(row, name):
         return re.fullmatch(row, name) is not None
 
-    return [*(f"no test fits {row}" for row in excluded if not any(fits(row, name) for name in here)),
+    return [*(f"no test matches {row}" for row in excluded if not any(matches(row, name) for name in here)),
             *(f"{name} is left out without a reason" for name in sorted(here - there)
-              if not any(fits(row, name) for row in excluded))]
+              if not any(matches(row, name) for row in excluded))]
 
 
 def main():
