@@ -1,7 +1,7 @@
 // login, logout, and what the administrator does with farms and users.
 #include "service/kelvoctl/Commands.h"
-#include "service/kelvoctl/Encoding.h"
 #include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/Names.h"
 #include "service/kelvoctl/PasswordPrompt.h"
 
 #include <iostream>

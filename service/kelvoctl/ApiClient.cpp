@@ -1,8 +1,8 @@
 // Requests to the service: one connection, verified TLS, problem documents turned into failures.
 #include "service/kelvoctl/ApiClient.h"
 
-#include "service/kelvoctl/Encoding.h"
 #include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/Names.h"
 
 #include <algorithm>
 #include <array>

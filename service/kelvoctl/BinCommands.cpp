@@ -1,6 +1,6 @@
 // rm and bin: removing files and getting them back.
 #include "service/kelvoctl/Commands.h"
-#include "service/kelvoctl/Encoding.h"
+#include "service/kelvoctl/Names.h"
 
 #include <iostream>
 #include <limits>

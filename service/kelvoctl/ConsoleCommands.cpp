@@ -1,7 +1,7 @@
 // consoles and track: the farm's consoles and where they were.
 #include "service/kelvoctl/Commands.h"
-#include "service/kelvoctl/Encoding.h"
 #include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/Names.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,10 +1,10 @@
 // get: fetches a file whole and verified, or leaves nothing under its name.
+#include "service/base/Digest.h"
 #include "service/kelvoctl/Backoff.h"
 #include "service/kelvoctl/Commands.h"
-#include "service/kelvoctl/Encoding.h"
 #include "service/kelvoctl/Failures.h"
-#include "service/kelvoctl/Files.h"
-#include "service/kelvoctl/Sha256.h"
+#include "service/kelvoctl/LocalFiles.h"
+#include "service/kelvoctl/Names.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -29,7 +29,7 @@ struct GetOptions
 std::filesystem::path destination(const GetOptions& options, const std::string& name)
 {
     std::filesystem::path path = options.output;
-    const std::optional<FileStatus> there = statusOf(path);
+    const std::optional<kelvo::FileStatus> there = localFileStatus(path);
     const bool isFolder = there && S_ISDIR(there->mode);
     if (!path.empty() && !isFolder) {
         return path;
@@ -56,7 +56,7 @@ public:
           m_sizeBytes(file.at("size").get<std::uint64_t>()),
           m_target(target),
           m_part(target.string() + ".part"),
-          m_output(openFile(m_part, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, 0666))
+          m_output(openLocalFile(m_part, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, 0666))
     {}
 
     void run()
@@ -66,10 +66,10 @@ public:
             while (m_received < m_sizeBytes) {
                 fetch(backoff);
             }
-            if (hexDigest(m_sha256.digest()) != m_file.at("sha256").get<std::string>()) {
+            if (m_sha256.finishHex() != m_file.at("sha256").get<std::string>()) {
                 throw Unreachable("What arrived is not what the service promised.", false);
             }
-            commitFile(m_output, m_part, m_target);
+            commitLocalFile(m_output, m_part, m_target);
         } catch (...) {
             std::error_code ignored;
             std::filesystem::remove(m_part, ignored);
@@ -117,8 +117,8 @@ private:
         if (m_received > m_sizeBytes) {
             throw Unreachable("The service sent more than it promised.", false);
         }
-        m_sha256.add(bytes);
-        writeAll(m_output, bytes, m_part);
+        m_sha256.add(bytes.data(), bytes.size());
+        writeLocalFile(m_output, bytes, m_part);
     }
 
     ApiClient& m_client;
@@ -126,9 +126,9 @@ private:
     std::uint64_t m_sizeBytes;
     std::filesystem::path m_target;
     std::filesystem::path m_part;
-    Descriptor m_output;
+    kelvo::FileDescriptor m_output;
     std::uint64_t m_received = 0;
-    Sha256 m_sha256;
+    kelvo::Sha256 m_sha256;
 };
 
 void get(CommandContext& context, const GetOptions& options)

@@ -1,7 +1,7 @@
 // ls: what the caller may see of the farm's inboxes.
 #include "service/kelvoctl/Commands.h"
-#include "service/kelvoctl/Encoding.h"
 #include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/Names.h"
 
 #include <iostream>
 

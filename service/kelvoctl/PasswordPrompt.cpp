@@ -2,7 +2,7 @@
 #include "service/kelvoctl/PasswordPrompt.h"
 
 #include "service/kelvoctl/Failures.h"
-#include "service/kelvoctl/Files.h"
+#include "service/kelvoctl/LocalFiles.h"
 
 #include <fcntl.h>
 #include <termios.h>
@@ -58,13 +58,13 @@ private:
 
 std::string fromTerminal(const char* variable, const std::string& prompt)
 {
-    const Descriptor terminal(::open("/dev/tty", O_RDWR | O_CLOEXEC));
-    if (!terminal.valid()) {
+    const kelvo::FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_CLOEXEC));
+    if (!terminal) {
         throw UsageError(
             "There is no terminal to ask for a password: give a password file or set " +
             std::string(variable) + ".");
     }
-    writeAll(terminal, prompt, "/dev/tty");
+    writeLocalFile(terminal, prompt, "/dev/tty");
     std::string line;
     {
         const NoEcho silence(terminal.get());
@@ -73,7 +73,7 @@ std::string fromTerminal(const char* variable, const std::string& prompt)
             line += character;
         }
     }
-    writeAll(terminal, "\n", "/dev/tty");
+    writeLocalFile(terminal, "\n", "/dev/tty");
     return line;
 }
 

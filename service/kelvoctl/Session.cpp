@@ -2,7 +2,7 @@
 #include "service/kelvoctl/Session.h"
 
 #include "service/kelvoctl/Failures.h"
-#include "service/kelvoctl/Files.h"
+#include "service/kelvoctl/LocalFiles.h"
 
 #include <fcntl.h>
 #include <nlohmann/json.hpp>
@@ -18,7 +18,7 @@ using nlohmann::json;
 
 std::optional<Session> Session::load(const std::filesystem::path& file)
 {
-    const std::optional<FileStatus> status = statusOf(file);
+    const std::optional<kelvo::FileStatus> status = localFileStatus(file);
     if (!status) {
         return std::nullopt;
     }

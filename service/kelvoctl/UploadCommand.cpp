@@ -1,8 +1,10 @@
 // put: sends files into inboxes, and goes on where a cut connection stopped it.
+#include "service/base/Digest.h"
+#include "service/base/Encoding.h"
 #include "service/kelvoctl/Backoff.h"
 #include "service/kelvoctl/Commands.h"
-#include "service/kelvoctl/Encoding.h"
 #include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/Names.h"
 #include "service/kelvoctl/UploadSource.h"
 
 #include <iostream>
@@ -69,7 +71,8 @@ public:
         : m_client(context.client()),
           m_path(path),
           m_source(path),
-          m_metadata("Upload-Metadata: name " + base64(name) + ",targets " + base64(targets)),
+          m_metadata("Upload-Metadata: name " + kelvo::toBase64(name) + ",targets " +
+                     kelvo::toBase64(targets)),
           m_key("Idempotency-Key: " + nonce())
     {}
 
@@ -163,23 +166,21 @@ private:
             m_location = location;
         }
         const std::string text = response.header("upload-offset");
-        if (!m_location.starts_with("/kelvo-api/v1/uploads/") || text.empty() || text.size() > 18 ||
-            text.find_first_not_of("0123456789") != std::string::npos) {
+        const std::optional<std::uint64_t> offset = kelvo::parseNumber(text);
+        if (!m_location.starts_with("/kelvo-api/v1/uploads/") || !offset) {
             throw Unreachable("The service did not say where to go on.", false);
         }
-        const std::uint64_t offset = std::stoull(text);
-        if (offset > m_offset) {
+        if (*offset > m_offset) {
             m_backoff.progressed();
         }
-        m_offset = offset;
+        m_offset = *offset;
         m_offsetKnown = true;
     }
 
     // A difference means that the file changed while it was read: the copy is nobody's file.
     void verify(const Response& response)
     {
-        const std::string sent = m_source.digest();
-        if (response.header("repr-digest") == digestHeader(sent)) {
+        if (response.header("repr-digest") == kelvo::reprDigest(m_source.digest())) {
             return;
         }
         std::string ids = response.header("kelvo-file-ids") + ",";

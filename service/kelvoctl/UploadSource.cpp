@@ -2,6 +2,7 @@
 #include "service/kelvoctl/UploadSource.h"
 
 #include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/LocalFiles.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -24,13 +25,13 @@ std::size_t atMost(std::size_t room, std::uint64_t bytes)
 } // namespace
 
 UploadSource::UploadSource(std::filesystem::path path)
-    : m_path(std::move(path)), m_file(openFile(m_path, O_RDONLY))
+    : m_path(std::move(path)), m_file(openLocalFile(m_path, O_RDONLY))
 {
-    const std::optional<FileStatus> status = statusOf(m_file);
-    if (!status || !S_ISREG(status->mode)) {
+    const kelvo::FileStatus status = kelvo::statusOf(m_file.get());
+    if (!S_ISREG(status.mode)) {
         throw UsageError(m_path.string() + " is not a file.");
     }
-    m_sizeBytes = status->sizeBytes;
+    m_sizeBytes = static_cast<std::uint64_t>(status.sizeBytes);
 }
 
 void UploadSource::startAt(std::uint64_t offset)
@@ -44,7 +45,7 @@ void UploadSource::startAt(std::uint64_t offset)
     }
     if (m_position > offset) {
         m_position = 0;
-        m_sha256 = Sha256();
+        m_sha256 = kelvo::Sha256();
     }
     std::vector<char> buffer(1U << 20);
     while (m_position < offset) {
@@ -55,7 +56,7 @@ void UploadSource::startAt(std::uint64_t offset)
 std::string UploadSource::digest()
 {
     startAt(m_sizeBytes);
-    return m_sha256.digest();
+    return m_sha256.finishHex();
 }
 
 std::size_t UploadSource::read(char* buffer, std::size_t capacity)
@@ -71,7 +72,7 @@ std::size_t UploadSource::read(char* buffer, std::size_t capacity)
     if (got <= 0) {
         throw UsageError(m_path.string() + " cannot be read to its end; was it changed?");
     }
-    m_sha256.add({buffer, static_cast<std::size_t>(got)});
+    m_sha256.add(buffer, static_cast<std::size_t>(got));
     m_position += static_cast<std::uint64_t>(got);
     return static_cast<std::size_t>(got);
 }

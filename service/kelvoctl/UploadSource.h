@@ -1,9 +1,9 @@
 // A local file as the content of requests, digested in the same pass that sends it.
 #pragma once
 
+#include "service/base/Digest.h"
+#include "service/base/Files.h"
 #include "service/kelvoctl/ApiClient.h"
-#include "service/kelvoctl/Files.h"
-#include "service/kelvoctl/Sha256.h"
 
 #include <filesystem>
 
@@ -19,7 +19,8 @@ public:
 
     std::uint64_t fileSizeBytes() const { return m_sizeBytes; }
     void startAt(std::uint64_t offset);
-    // Digest of the whole file as it was sent; call it once, after everything was read.
+    // Digest in hexadecimal of the whole file as it was sent; call it once, after everything was
+    // read.
     std::string digest();
 
     std::uint64_t sizeBytes() const override { return m_sizeBytes - m_start; }
@@ -27,11 +28,11 @@ public:
 
 private:
     std::filesystem::path m_path;
-    Descriptor m_file;
+    kelvo::FileDescriptor m_file;
     std::uint64_t m_sizeBytes = 0;
     std::uint64_t m_start = 0;
     std::uint64_t m_position = 0;
-    Sha256 m_sha256;
+    kelvo::Sha256 m_sha256;
 };
 
 } // namespace kelvoctl

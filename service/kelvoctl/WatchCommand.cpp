@@ -1,9 +1,9 @@
 // watch: one line for each event, across cuts of the connection, without a gap or a repetition.
 #include "service/kelvoctl/Backoff.h"
 #include "service/kelvoctl/Commands.h"
-#include "service/kelvoctl/Encoding.h"
 #include "service/kelvoctl/EventParser.h"
 #include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/Names.h"
 
 #include <iostream>
 #include <limits>

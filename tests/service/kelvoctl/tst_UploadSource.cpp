@@ -1,6 +1,7 @@
 // A file as the body of requests: every byte once, the digest of all of it whatever the jumps.
 #include "service/kelvoctl/UploadSource.h"
 
+#include "service/base/Digest.h"
 #include "service/kelvoctl/Failures.h"
 #include "tests/service/kelvoctl/TemporaryFolder.h"
 #include "tests/service/support/FileDates.h"
@@ -34,9 +35,7 @@ std::string readAll(UploadSource& source)
 
 std::string digestOf(const std::string& content)
 {
-    Sha256 sha256;
-    sha256.add(content);
-    return sha256.digest();
+    return kelvo::sha256Hex(content);
 }
 
 } // namespace

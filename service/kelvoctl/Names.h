@@ -1,4 +1,4 @@
-// Small encodings: percent, base64, what may be a file name here, and what may go to a terminal.
+// Names of files and inboxes on their way into a URL, a local path or a terminal.
 #pragma once
 
 #include <string>
@@ -8,8 +8,6 @@ namespace kelvoctl {
 
 // Everything but unreserved characters becomes %XX, so that a name is one path segment.
 std::string percentEncoded(std::string_view text);
-
-std::string base64(std::string_view bytes);
 
 // False for names that would be a path or hide something: "", ".", "..", and any with '/' or a
 // control character. Such a name never reaches the file system.

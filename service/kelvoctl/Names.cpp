@@ -1,13 +1,10 @@
-// Small encodings: percent, base64, what may be a file name here, and what may go to a terminal.
-#include "service/kelvoctl/Encoding.h"
+#include "service/kelvoctl/Names.h"
 
 #include <algorithm>
 
 namespace kelvoctl {
 namespace {
 
-constexpr std::string_view kBase64 =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::string_view kHex = "0123456789ABCDEF";
 
 // Locale-free on purpose: bytes above 0x7F belong to UTF-8 and are none of these.
@@ -33,22 +30,6 @@ std::string percentEncoded(std::string_view text)
             out += character;
         } else {
             out += {'%', kHex[byte >> 4], kHex[byte & 15]};
-        }
-    }
-    return out;
-}
-
-std::string base64(std::string_view bytes)
-{
-    std::string out;
-    for (std::size_t at = 0; at < bytes.size(); at += 3) {
-        const std::size_t count = std::min<std::size_t>(3, bytes.size() - at);
-        unsigned group = 0;
-        for (std::size_t i = 0; i < 3; ++i) {
-            group = (group << 8) | (i < count ? static_cast<unsigned char>(bytes[at + i]) : 0U);
-        }
-        for (std::size_t i = 0; i < 4; ++i) {
-            out += i <= count ? kBase64[(group >> (18 - 6 * i)) & 63] : '=';
         }
     }
     return out;

@@ -1,0 +1,34 @@
+// Files of the person at the terminal. An error names the file and the system's reason.
+#pragma once
+
+#include "service/base/FileStatus.h"
+#include "service/base/Files.h"
+
+#include <filesystem>
+#include <optional>
+#include <string_view>
+
+#include <sys/types.h>
+
+namespace kelvoctl {
+
+// All functions throw UsageError.
+
+kelvo::FileDescriptor openLocalFile(const std::filesystem::path& path, int flags, mode_t mode = 0);
+
+// Nothing if there is no such file.
+std::optional<kelvo::FileStatus> localFileStatus(const std::filesystem::path& path);
+
+// Writes all bytes. `path` is for the error's text only.
+void writeLocalFile(const kelvo::FileDescriptor& file, std::string_view bytes,
+                    const std::filesystem::path& path);
+
+// Renames `temporary`, which `file` has written, to `target`: fsync, rename, fsync of the folder.
+// A crash leaves the old file or the new one.
+void commitLocalFile(const kelvo::FileDescriptor& file, const std::filesystem::path& temporary,
+                     const std::filesystem::path& target);
+
+// Replaces a private file (mode 0600) as a whole. Makes a missing folder with mode 0700.
+void replacePrivateFile(const std::filesystem::path& target, std::string_view content);
+
+} // namespace kelvoctl
