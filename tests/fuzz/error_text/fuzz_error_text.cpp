@@ -1,6 +1,7 @@
 // The operator's text on any record of the SDK: it is never empty, holds no NUL, says the same each
 // time, and loads nothing that the markup names. The first byte is the kind of input: the rest, cut
 // into three texts at each 0xff, is UTF-8 ('0'), or the texts are of any 32-bit characters ('1').
+#include "fuzz/WorkingFolder.h"
 #include "worker/SdkBoundary.h"
 
 #include <QtGui/QGuiApplication>
@@ -36,8 +37,7 @@ void Demand(bool holds, const char* what)
     }
 }
 
-// The working directory, with a file in it that markup of the corpus names. Sees whether it is
-// read.
+// A folder with a file that markup of the corpus names. Sees whether the file is read.
 class TWatchedFolder
 {
 public:
@@ -47,7 +47,6 @@ public:
         Demand(::mkdtemp(root.data()) != nullptr, "a temporary folder can be created");
         m_root = root;
         std::ofstream(m_root / "a.css") << "p { white-space: pre }";
-        fs::current_path(m_root);
         m_watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
         Demand(::inotify_add_watch(m_watch, root.c_str(), IN_OPEN) >= 0, "it can be watched");
     }
@@ -55,11 +54,12 @@ public:
     {
         ::close(m_watch);
         std::error_code ignored;
-        fs::current_path("/", ignored);
         fs::remove_all(m_root, ignored);
     }
     TWatchedFolder(const TWatchedFolder&) = delete;
     TWatchedFolder& operator=(const TWatchedFolder&) = delete;
+
+    const fs::path& Path() const { return m_root; }
 
     bool WasRead() const
     {
@@ -122,6 +122,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     NeedApplication();
     static const TWatchedFolder folder;
+    const TWorkingFolder inside(folder.Path());
     if (size == 0 || size > longestInput) {
         return 0;
     }

@@ -1,6 +1,7 @@
 // Any bytes as an archive that is unpacked: whatever it names, nothing changes outside the folder,
 // a refusal leaves the folder as it was, and no half-done work stays. In the bytes archiveRoot
 // stands for the folder that everything lies in, so that an archive can name it absolutely.
+#include "fuzz/WorkingFolder.h"
 #include "hostimpl/Unpacking.h"
 
 #include <cstddef>
@@ -105,7 +106,6 @@ public:
         fs::create_directories(m_destination);
         WriteFile(m_root / "outer" / "kept", "outer");
         WriteFile(Archive(), {});
-        fs::current_path(m_root / "elsewhere");
         Fill();
         m_filled = ImageOf(m_destination);
         m_outside = ImageOf(m_root, m_destination);
@@ -113,7 +113,6 @@ public:
     ~TPlayground()
     {
         std::error_code ignored;
-        fs::current_path("/", ignored);
         fs::remove_all(m_root, ignored);
     }
     TPlayground(const TPlayground&) = delete;
@@ -131,6 +130,7 @@ public:
 
     bool Unpack() const
     {
+        const TWorkingFolder inside(m_root / "elsewhere");
         QString errorText;
         const bool isUnpacked = hostimpl::Unzip(QString::fromStdString(Archive().string()),
                                                 QString::fromStdString(m_destination.string()),
