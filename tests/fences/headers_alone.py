@@ -1,17 +1,20 @@
 #!/usr/bin/env python3
-"""Compiles every header by itself, with the flags of a source file that is built near it.
+"""Checks that every header compiles by itself.
 
 usage: headers_alone.py TREE BUILD FOLDER...
-FOLDERs are relative to the tree; those that are missing or not built are left out, and named.
-A header with a section for another platform's compiler is compiled as it is here.
+FOLDERs are relative to the tree; a folder that is missing or not built is named and left out.
+A header that its own source file includes first is checked by the build, if that source file is compiled by
+itself. Every other header is compiled here, with the flags of a source file near it and through ccache
+if it is installed. A header with a section for another platform's compiler is compiled for this platform.
 """
 import concurrent.futures
 import json
 import os
+import re
 import shlex
+import shutil
 import subprocess
 import sys
-import tempfile
 
 DROPPED = {"-c"}
 DROPPED_WITH_ARGUMENT = {"-o", "-MF", "-MT", "-MQ"}
@@ -28,8 +31,6 @@ def flags_of(command, source):
         elif (word not in DROPPED and not word.startswith(DROPPED_BEGINNINGS)
               and os.path.realpath(word) != os.path.realpath(source)):
             kept.append(word)
-    if kept and os.path.basename(kept[0]) == "ccache":
-        kept = kept[1:]  # it does not cache what makes no object file
     return kept
 
 
@@ -54,16 +55,31 @@ def headers_below(tree, folder):
                 yield os.path.realpath(os.path.join(where, name))
 
 
-def compile_alone(header, entry):
-    """None, or what the compiler said."""
-    with tempfile.TemporaryDirectory() as folder:
-        stub = os.path.join(folder, "alone.cpp")
-        with open(stub, "w", encoding="utf-8") as file:
-            # Twice: it must also be guarded.
-            file.write(f'#include "{header}"\n#include "{header}"\n')
-        command = [*flags_of(entry["command"], entry["file"]), "-fsyntax-only", stub]
-        result = subprocess.run(command, cwd=entry["directory"], capture_output=True, text=True,
-                                check=False)
+def is_checked_by_build(header, commands):
+    """Whether the header has a guard and is the first include of a source file that is compiled without a
+    precompiled header."""
+    source = os.path.splitext(header)[0] + ".cpp"
+    if source not in commands or " -include " in commands[source]["command"]:
+        return False
+    with open(header, encoding="utf-8") as file:
+        if "#pragma once\n" not in file.read():
+            return False
+    with open(source, encoding="utf-8") as file:
+        first = re.search(r'^#include "([^"]+)"', file.read(), re.MULTILINE)
+    return first is not None and header.endswith("/" + first[1])
+
+
+def compile_alone(header, tree, folder, entry):
+    """None, or the compiler's errors. The stub's text is the same in every clone, so that ccache finds its result."""
+    stub = os.path.join(folder, os.path.relpath(header, tree) + ".cpp")
+    os.makedirs(os.path.dirname(stub), exist_ok=True)
+    with open(stub, "w", encoding="utf-8") as file:
+        # Twice, because a header also needs its guard.
+        file.write(f'#include "{os.path.relpath(header, os.path.dirname(stub))}"\n' * 2)
+    ccache = shutil.which("ccache")
+    command = [*([ccache] if ccache else []), *flags_of(entry["command"], entry["file"]),
+               "-O0", "-c", stub, "-o", stub + ".o"]
+    result = subprocess.run(command, cwd=entry["directory"], capture_output=True, text=True, check=False)
     return None if result.returncode == 0 else result.stderr
 
 
@@ -72,26 +88,30 @@ def main(arguments):
         print(__doc__, file=sys.stderr)
         return 2
     tree, build, folders = os.path.realpath(arguments[1]), arguments[2], arguments[3:]
-    commands = load_commands(build)
-    jobs = []
+    commands, stubs = load_commands(build), os.path.abspath(os.path.join(build, "headers_alone"))
+    jobs, checked_by_build = [], 0
     for folder in folders:
         root = os.path.join(tree, folder.split("/")[0])
         near = [s for s in commands if s.startswith(root + os.sep)]
         if not near or not os.path.isdir(os.path.join(tree, folder)):
             print(f"{folder}: not built, left out")
             continue
-        jobs += [(header, commands[nearest_source(header, near)])
-                 for header in headers_below(tree, folder)]
-    if not jobs:
+        for header in headers_below(tree, folder):
+            if is_checked_by_build(header, commands):
+                checked_by_build += 1
+            else:
+                jobs.append((header, commands[nearest_source(header, near)]))
+    if not jobs and not checked_by_build:
         print("no headers found", file=sys.stderr)
         return 2
     failures = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for (header, _), said in zip(jobs, pool.map(lambda job: compile_alone(*job), jobs)):
+        results = pool.map(lambda job: compile_alone(job[0], tree, stubs, job[1]), jobs)
+        for (header, _), said in zip(jobs, results):
             if said:
                 failures += 1
                 print(f"{os.path.relpath(header, tree)} does not compile alone:\n{said}")
-    print(f"{len(jobs)} headers, {failures} that do not compile alone")
+    print(f"{len(jobs)} headers compiled, {checked_by_build} more by the build; {failures} do not compile alone")
     return 1 if failures else 0
 
 

@@ -115,11 +115,13 @@ class IncludeFence(TreeCase):
 
 
 class HeadersAlone(TreeCase):
-    def run_on(self, header):
+    BROKEN = "#pragma once\nstd::string f();\n"
+
+    def run_on(self, header, source_text="", flags=""):
         self.write("core/a.h", header)
-        source = self.write("core/a.cpp", "")
+        source = self.write("core/a.cpp", source_text)
         self.write("build/compile_commands.json", '[{"file": "%s", "directory": "%s", '
-                   '"command": "c++ -std=c++17 -o a.o -c %s"}]' % (source, self.tree, source))
+                   '"command": "c++ -std=c++17 %s -o a.o -c %s"}]' % (source, self.tree, flags, source))
         with contextlib.redirect_stdout(io.StringIO()):
             return headers_alone.main(["", self.tree, os.path.join(self.tree, "build"), "core"])
 
@@ -127,10 +129,18 @@ class HeadersAlone(TreeCase):
         self.assertEqual(self.run_on("#pragma once\n#include <string>\nstd::string f();\n"), 0)
 
     def test_a_header_that_lacks_an_include_fails(self):
-        self.assertEqual(self.run_on("#pragma once\nstd::string f();\n"), 1)
+        self.assertEqual(self.run_on(self.BROKEN), 1)
 
     def test_a_header_without_a_guard_fails(self):
-        self.assertEqual(self.run_on("struct S {};\n"), 1)
+        self.assertEqual(self.run_on("struct S {};\n", '#include "core/a.h"\n'), 1)
+
+    def test_leaves_a_header_to_the_build_if_its_source_includes_it_first(self):
+        self.assertEqual(self.run_on(self.BROKEN, '// Text.\n#include "core/a.h"\n#include <string>\n'), 0)
+        self.assertEqual(self.run_on(self.BROKEN, '#include <string>\n#include "core/a.h"\n'), 1)
+
+    def test_compiles_a_header_whose_source_has_a_precompiled_header(self):
+        self.write("pch.h", "#include <vector>\n")
+        self.assertEqual(self.run_on(self.BROKEN, '#include "core/a.h"\n', f"-include {self.tree}/pch.h"), 1)
 
 
 class LibraryFence(TreeCase):
