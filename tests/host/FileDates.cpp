@@ -1,5 +1,5 @@
-// Dates of files, also those that a time of 32 bits does not reach: this file alone is compiled
-// with times of 64 bits everywhere, and none of them leaves it as such.
+// Only this file is compiled with a 64-bit time_t, also on a 32-bit console. Therefore its
+// interface uses qint64 and no time_t.
 #include "host/FileDates.h"
 
 #include <QtCore/QFile>

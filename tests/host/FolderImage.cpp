@@ -12,7 +12,7 @@ const QByteArray filePrefix("file:");
 const QByteArray linkPrefix("link:");
 const QByteArray folderText("folder");
 
-// By Qt, which is not in want of a date that fits into 32 bits.
+// Uses Qt, which does not fail for a file that is dated after 2038.
 QByteArray Describe(const QString& path)
 {
     const QFileInfo info(path);

@@ -1,4 +1,4 @@
-// What is in a folder, for comparing a whole tree at once.
+// The content of a folder as a map, so that a test compares a whole tree at once.
 #pragma once
 
 #include <QtCore/QByteArray>
@@ -7,13 +7,13 @@
 
 namespace kelvo::test {
 
-// Path below the folder to what is there: "file:CONTENT", "folder", "link:TARGET" or "other".
+// Maps a path below the folder to "file:CONTENT", "folder", "link:TARGET" or "other".
 using TFolderImage = QMap<QString, QByteArray>;
 
-// Everything below `folder`, hidden names too; links are not followed.
+// The image of everything below `folder`, with hidden names. Links are not followed.
 TFolderImage ImageOf(const QString& folder);
 
-// Creates what an image says; the folder has to be there.
+// Creates the files and folders of an image. The folder must exist.
 bool CreateFromImage(const QString& folder, const TFolderImage& image);
 
 bool WriteFile(const QString& path, const QByteArray& content);

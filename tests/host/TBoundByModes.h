@@ -1,12 +1,11 @@
-// For tests of folders that may not be written to, which root may all the same.
+// Lets tests of read-only folders run as root.
 #pragma once
 
 #include <linux/capability.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-// As long as it lives, the calling thread is let by a file's mode what its owner is let, even
-// root's.
+// During the object's lifetime the calling thread may do only what file modes allow, even as root.
 class TBoundByModes
 {
 public:

@@ -1,4 +1,4 @@
-// A disk that has no room: files cannot grow beyond a size.
+// Simulates a full disk: files cannot grow beyond a size.
 #pragma once
 
 #include <csignal>
@@ -7,7 +7,7 @@
 
 namespace kelvo::test {
 
-// As long as it lives, for all of this process. Main thread.
+// Limits the whole process during the object's lifetime. Main thread.
 class TFileSizeLimit
 {
 public:

@@ -1,4 +1,4 @@
-// A folder for a configuration with a password in it, and a look for that password.
+// A folder for a configuration with a password, and a search for the password.
 #pragma once
 
 #include "host/FolderImage.h"
@@ -20,11 +20,11 @@ inline QString Password()
     return QStringLiteral("Marker-7f3k-Quill");
 }
 
-// Whether the password stands in `bytes`, in any form that the host knows how to write.
-inline bool TellsPassword(const QByteArray& bytes)
+// True if `bytes` contain the password in any encoding that the host writes.
+inline bool ContainsPassword(const QByteArray& bytes)
 {
     const QByteArray text = Password().toUtf8();
-    QByteArray wide; // as in Qt's streams
+    QByteArray wide; // the encoding of QDataStream
     for (const char character : text) {
         wide += '\0';
         wide += character;
@@ -33,7 +33,8 @@ inline bool TellsPassword(const QByteArray& bytes)
         if (bytes.contains(form) || bytes.toLower().contains(form.toHex())) {
             return true;
         }
-        for (int offset = 0; offset < 3; ++offset) { // base 64 by how much stands before it
+        // The base 64 text depends on the number of bytes before the password.
+        for (int offset = 0; offset < 3; ++offset) {
             const QByteArray part = form.mid(offset, (form.size() - offset) / 3 * 3);
             if (bytes.contains(part.toBase64())) {
                 return true;
@@ -50,7 +51,7 @@ struct TSealedFixture
     QString Path() const { return folder.filePath(QStringLiteral("console.json")); }
     QString KeyPath() const { return folder.filePath(QStringLiteral("console.json.key")); }
 
-    // What a console wrote that did not seal.
+    // The file of an older console without sealing.
     static QByteArray PlainFile()
     {
         return "{\"version\":1,\"items\":{"
@@ -61,7 +62,7 @@ struct TSealedFixture
                "\"7\":{\"type\":\"int\",\"value\":\"42\"}}}";
     }
 
-    // Writes the file as a run does.
+    // Writes the file as the host does.
     bool Configure() const
     {
         hostimpl::TConfigStore store;
@@ -89,13 +90,13 @@ struct TSealedFixture
         return Entry(passwordItem).value(QLatin1String("sealed")).toString();
     }
 
-    // Names of the files in the folder that hold the password, and of all their parts.
-    QStringList Telltales() const
+    // The names of the files in the folder that contain the password.
+    QStringList FilesWithPassword() const
     {
         QStringList names;
         const TFolderImage image = ImageOf(folder.path());
         for (auto file = image.begin(); file != image.end(); ++file) {
-            if (TellsPassword(file.value())) {
+            if (ContainsPassword(file.value())) {
                 names << file.key();
             }
         }

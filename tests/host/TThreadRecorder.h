@@ -1,4 +1,4 @@
-// A threaded object that notes what happens to it.
+// A threaded object that records its calls and their threads.
 #pragma once
 
 #include "host/TThreadedObject.h"
@@ -10,7 +10,7 @@
 
 namespace kelvo::test {
 
-// The notes are read after wait().
+// The records are read after wait().
 class TThreadRecorder : public TThreadedObject
 {
 public:

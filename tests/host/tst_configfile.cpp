@@ -1,4 +1,4 @@
-// The configuration's file: who can read it, when it is complete, and what a bad one does.
+// The configuration file: its mode, its atomic replacement, and invalid files.
 #include "hostimpl/TConfigStore.h"
 
 #include "host/FolderImage.h"
@@ -43,17 +43,17 @@ private Q_SLOTS:
     void cleanup();
 
     void isReadableForItsOwnerOnly();
-    void tightensTheModeOfAFileThatIsThere();
-    void isNeverReadableForOthersWhileItIsWritten();
-    void isCompleteWhenItIsReadMeanwhile();
+    void makesAnExistingFilePrivate();
+    void isNeverReadableForOthersDuringAWrite();
+    void isCompleteForAReaderDuringAWrite();
     void leavesNoOtherFiles();
-    void keepsABadFileAside_data();
-    void keepsABadFileAside();
-    void keepsSeveralBadFiles();
+    void renamesAnInvalidFile_data();
+    void renamesAnInvalidFile();
+    void keepsSeveralInvalidFiles();
     void acceptsAnEmptyFile();
-    void doesNotReplaceWhatItCannotRead();
-    void writesLaterWhatItCouldNotWrite();
-    void doesNotWriteWhatHasNotChanged();
+    void doesNotReplaceAnUnreadableFile();
+    void writesAFailedItemWithTheNextItem();
+    void doesNotWriteAnUnchangedItem();
 
 private:
     QString Path() const { return m_folder->filePath(QStringLiteral("console.json")); }
@@ -86,7 +86,7 @@ void tst_ConfigFile::isReadableForItsOwnerOnly()
     QCOMPARE(ModeOf(Path()), 0600u);
 }
 
-void tst_ConfigFile::tightensTheModeOfAFileThatIsThere()
+void tst_ConfigFile::makesAnExistingFilePrivate()
 {
     {
         TConfigStore store;
@@ -99,8 +99,8 @@ void tst_ConfigFile::tightensTheModeOfAFileThatIsThere()
     QCOMPARE(ModeOf(Path()), 0600u);
 }
 
-// Any file that another thread ever sees in the folder is its owner's only.
-void tst_ConfigFile::isNeverReadableForOthersWhileItIsWritten()
+// Another thread checks the mode of each file that it sees in the folder.
+void tst_ConfigFile::isNeverReadableForOthersDuringAWrite()
 {
     const mode_t formerMask = ::umask(0);
     std::atomic<bool> isDone{false};
@@ -128,7 +128,7 @@ void tst_ConfigFile::isNeverReadableForOthersWhileItIsWritten()
     QCOMPARE(modesSeen & 077u, 0u);
 }
 
-void tst_ConfigFile::isCompleteWhenItIsReadMeanwhile()
+void tst_ConfigFile::isCompleteForAReaderDuringAWrite()
 {
     TConfigStore store;
     QVERIFY(store.Open(Path()).isEmpty());
@@ -160,7 +160,7 @@ void tst_ConfigFile::leavesNoOtherFiles()
              QStringList(QStringLiteral("console.json")));
 }
 
-void tst_ConfigFile::keepsABadFileAside_data()
+void tst_ConfigFile::renamesAnInvalidFile_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::newRow("no JSON") << QByteArray("user=joe");
@@ -179,7 +179,7 @@ void tst_ConfigFile::keepsABadFileAside_data()
     QTest::newRow("zeros") << QByteArray(100, '\0');
 }
 
-void tst_ConfigFile::keepsABadFileAside()
+void tst_ConfigFile::renamesAnInvalidFile()
 {
     QFETCH(QByteArray, bytes);
     QVERIFY(WriteFile(Path(), bytes));
@@ -200,7 +200,7 @@ void tst_ConfigFile::keepsABadFileAside()
     QCOMPARE(again.GetItem(1).toInt(), 1);
 }
 
-void tst_ConfigFile::keepsSeveralBadFiles()
+void tst_ConfigFile::keepsSeveralInvalidFiles()
 {
     const TExpectedMessage expected(QStringLiteral("is not valid"));
     for (int file = 1; file <= 12; ++file) {
@@ -221,8 +221,8 @@ void tst_ConfigFile::acceptsAnEmptyFile()
     QVERIFY(QFile::exists(Path()));
 }
 
-// Such as a folder of that name, or a disk that does not answer.
-void tst_ConfigFile::doesNotReplaceWhatItCannotRead()
+// A folder of the file's name stands for any file that cannot be read.
+void tst_ConfigFile::doesNotReplaceAnUnreadableFile()
 {
     QVERIFY(QDir().mkdir(Path()));
     TConfigStore store;
@@ -235,7 +235,7 @@ void tst_ConfigFile::doesNotReplaceWhatItCannotRead()
     QVERIFY(QFileInfo(Path()).isDir());
 }
 
-void tst_ConfigFile::writesLaterWhatItCouldNotWrite()
+void tst_ConfigFile::writesAFailedItemWithTheNextItem()
 {
     TConfigStore store;
     QVERIFY(store.Open(Path()).isEmpty());
@@ -253,14 +253,14 @@ void tst_ConfigFile::writesLaterWhatItCouldNotWrite()
     }
     QCOMPARE(store.GetItem(2).toString().size(), 1000);
     QVERIFY(ReadFile(Path()).contains("first"));
-    store.SetItem(1, QStringLiteral("first"), true); // no change, but the other is still to write
+    store.SetItem(1, QStringLiteral("first"), true); // unchanged, but item 2 is not written yet
     TConfigStore again;
     QVERIFY(again.Open(Path()).isEmpty());
     QCOMPARE(again.GetItem(2).toString().size(), 1000);
     QCOMPARE(kelvo::test::ImageOf(m_folder->path()).size(), 1);
 }
 
-void tst_ConfigFile::doesNotWriteWhatHasNotChanged()
+void tst_ConfigFile::doesNotWriteAnUnchangedItem()
 {
     TConfigStore store;
     QVERIFY(store.Open(Path()).isEmpty());
@@ -268,7 +268,7 @@ void tst_ConfigFile::doesNotWriteWhatHasNotChanged()
     QVERIFY(QFile::remove(Path()));
     store.SetItem(1, 50.0, true);
     QVERIFY(!QFile::exists(Path()));
-    store.SetItem(1, 50.00000000000001, true); // the smallest difference counts
+    store.SetItem(1, 50.00000000000001, true); // the smallest possible change
     QVERIFY(QFile::exists(Path()));
     store.SetItem(1, QStringLiteral("50"), true);
     QVERIFY(ReadFile(Path()).contains("QString"));

@@ -1,4 +1,4 @@
-// The configuration: what outlives the process, and in which form.
+// The configuration store: items in memory and after a restart, and the user log's level.
 #include "hostimpl/TConfigStore.h"
 
 #include "host/FolderImage.h"
@@ -30,18 +30,18 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void itemsOutliveTheProcess();
+    void keepsPersistentItemsAfterARestart();
     void keepsTypesAndValues_data();
     void keepsTypesAndValues();
-    void unknownItemIsInvalid();
-    void forgetsWhatIsNotPersistent();
-    void persistentValueOutlivesATemporaryOne();
+    void returnsInvalidForAnUnknownItem();
+    void forgetsTemporaryItemsAfterARestart();
+    void restoresThePersistentValueAfterATemporaryValue();
     void removesItems();
-    void worksWithoutAFile();
-    void isSafeUnderThreads();
-    void userLogGoesByLevel();
+    void keepsItemsInMemoryWithoutAFile();
+    void storesItemsOfSeveralThreads();
+    void enablesTheUserLogByLevel();
     void alwaysHasAUserLog();
-    void oneStoreAProcess();
+    void hasOneStoreInAProcess();
 
 private:
     QString Path() const { return m_folder->filePath(QStringLiteral("console.json")); }
@@ -61,14 +61,14 @@ void tst_ConfigStore::cleanup()
     TTestCase::cleanup();
 }
 
-void tst_ConfigStore::itemsOutliveTheProcess()
+void tst_ConfigStore::keepsPersistentItemsAfterARestart()
 {
     {
         TConfigStore store;
         QVERIFY(store.Open(Path()).isEmpty());
         store.SetItem(userItem, QStringLiteral(u"J\u00f6rg"), true);
         QCOMPARE(store.GetItem(userItem).toString(), QStringLiteral(u"J\u00f6rg"));
-        QVERIFY(ReadFile(Path()).contains("J\xc3\xb6rg")); // through to the disk
+        QVERIFY(ReadFile(Path()).contains("J\xc3\xb6rg")); // written at once
     }
     TConfigStore store;
     QVERIFY(store.Open(Path()).isEmpty());
@@ -109,7 +109,7 @@ void tst_ConfigStore::keepsTypesAndValues()
     QCOMPARE(store.GetItem(2), QVariant(2));
 }
 
-void tst_ConfigStore::unknownItemIsInvalid()
+void tst_ConfigStore::returnsInvalidForAnUnknownItem()
 {
     TConfigStore store;
     QVERIFY(!store.GetItem(userItem).isValid());
@@ -118,7 +118,7 @@ void tst_ConfigStore::unknownItemIsInvalid()
     QVERIFY(!QFile::exists(Path()));
 }
 
-void tst_ConfigStore::forgetsWhatIsNotPersistent()
+void tst_ConfigStore::forgetsTemporaryItemsAfterARestart()
 {
     {
         TConfigStore store;
@@ -133,7 +133,7 @@ void tst_ConfigStore::forgetsWhatIsNotPersistent()
     QVERIFY(!store.GetItem(userItem).isValid());
 }
 
-void tst_ConfigStore::persistentValueOutlivesATemporaryOne()
+void tst_ConfigStore::restoresThePersistentValueAfterATemporaryValue()
 {
     {
         TConfigStore store;
@@ -158,14 +158,14 @@ void tst_ConfigStore::removesItems()
     QVERIFY(!ReadFile(Path()).contains("24289"));
 }
 
-void tst_ConfigStore::worksWithoutAFile()
+void tst_ConfigStore::keepsItemsInMemoryWithoutAFile()
 {
     TConfigStore store;
     store.SetItem(1, 1, true);
     QCOMPARE(store.GetItem(1).toInt(), 1);
 }
 
-void tst_ConfigStore::isSafeUnderThreads()
+void tst_ConfigStore::storesItemsOfSeveralThreads()
 {
     constexpr int threads = 4;
     constexpr int changes = 25;
@@ -193,7 +193,7 @@ void tst_ConfigStore::isSafeUnderThreads()
     }
 }
 
-void tst_ConfigStore::userLogGoesByLevel()
+void tst_ConfigStore::enablesTheUserLogByLevel()
 {
     TConfigStore store;
     QVERIFY(store.IsUserLogEnabled(16, 0, 1, 8));
@@ -212,7 +212,7 @@ void tst_ConfigStore::alwaysHasAUserLog()
     QVERIFY(store.GetUserLogAccessor() != nullptr);
 }
 
-void tst_ConfigStore::oneStoreAProcess()
+void tst_ConfigStore::hasOneStoreInAProcess()
 {
     QCOMPARE(&ConfigManager::Instance(), static_cast<ConfigManager*>(&TConfigStore::Process()));
 }

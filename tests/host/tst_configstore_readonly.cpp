@@ -1,4 +1,4 @@
-// The configuration in a folder that may not be written to.
+// The configuration store in a read-only folder.
 #include "hostimpl/TConfigStore.h"
 
 #include "host/FolderImage.h"
@@ -38,10 +38,10 @@ class tst_ConfigStoreReadOnly : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void whatCannotBeWrittenIsToldOnceAndWrittenLater();
+    void reportsAFailedWriteOnceAndWritesLater();
 };
 
-void tst_ConfigStoreReadOnly::whatCannotBeWrittenIsToldOnceAndWrittenLater()
+void tst_ConfigStoreReadOnly::reportsAFailedWriteOnceAndWritesLater()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("console.json"));
@@ -70,7 +70,7 @@ void tst_ConfigStoreReadOnly::whatCannotBeWrittenIsToldOnceAndWrittenLater()
     QCOMPARE(log->messages.size(), 1);
     QVERIFY(log->messages.first().contains(path));
 
-    // The next item takes those along that were not written.
+    // The next write includes the items that were not written before.
     store.SetItem(secondItem, QStringLiteral("other"), true);
     TConfigStore next;
     QCOMPARE(next.Open(path), QString());

@@ -1,4 +1,4 @@
-// The shared library as the console links it: everything that its headers promise is in it.
+// The shared library as a console links it: the library exports all that its headers declare.
 #include "host/TFileSystemHelper.h"
 #include "host/TSystemSettings.h"
 #include "host/TSystemSettingsProxy.h"
@@ -22,7 +22,8 @@
 
 namespace {
 
-// Seen when this program's statics are made: before any of the library's constructors had to run.
+// This static object may be initialised before the library's static objects. Therefore the
+// library's constant needs no constructor.
 const QString suffixAtStart = TSystemSettings::ZIPExtension;
 
 } // namespace
@@ -32,18 +33,18 @@ class tst_ConsoleHost : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void constantsAreThereEarly();
-    void everythingCanBeCalled();
-    void interfacesAreTheSameOnBothSides();
-    void showsNothingElse();
+    void initialisesConstantsBeforeStaticConstructors();
+    void exportsAllDeclaredFunctions();
+    void sharesTypeInformationWithItsUsers();
+    void exportsNoOtherSymbols();
 };
 
-void tst_ConsoleHost::constantsAreThereEarly()
+void tst_ConsoleHost::initialisesConstantsBeforeStaticConstructors()
 {
     QCOMPARE(suffixAtStart, QStringLiteral(".zip"));
 }
 
-void tst_ConsoleHost::everythingCanBeCalled()
+void tst_ConsoleHost::exportsAllDeclaredFunctions()
 {
     const kelvo::test::TTempDataFolder data;
     QString errorText;
@@ -67,8 +68,8 @@ void tst_ConsoleHost::everythingCanBeCalled()
     QVERIFY(!QFile::exists(folder));
 }
 
-// A cast across the library's border works only if both see the same type information.
-void tst_ConsoleHost::interfacesAreTheSameOnBothSides()
+// A dynamic_cast works only if the library and its user see the same type information.
+void tst_ConsoleHost::sharesTypeInformationWithItsUsers()
 {
     QVERIFY(dynamic_cast<hostimpl::TConfigStore*>(&ConfigManager::Instance()) != nullptr);
     const QObject* const coordinator = new hostimpl::TFedGPSCoordinator;
@@ -76,9 +77,9 @@ void tst_ConsoleHost::interfacesAreTheSameOnBothSides()
     delete coordinator;
 }
 
-// Besides what is marked, only weak symbols: inline functions and templates of Qt's and the
-// standard library's, which every library has.
-void tst_ConsoleHost::showsNothingElse()
+// The library exports its marked classes and weak symbols only. The weak symbols are inline
+// functions and templates of Qt and the standard library; every library has them.
+void tst_ConsoleHost::exportsNoOtherSymbols()
 {
     kelvo::test::TStartedProgram nm(QStringLiteral(CONSOLEHOST_NM),
                                     {QStringLiteral("-DC"), QStringLiteral("--defined-only"),

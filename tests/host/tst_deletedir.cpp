@@ -1,4 +1,4 @@
-// DeleteDirGeneric: what goes, what stays, and what it says of it.
+// DeleteDirGeneric: the deleted files, the remaining files, and the result.
 #include "host/FolderImage.h"
 
 #include "host/TFileSystemHelper.h"
@@ -19,8 +19,8 @@ private Q_SLOTS:
     void neverFollowsLinks();
     void deletesALinkInsteadOfItsTarget();
     void deletesHiddenAndReadOnly();
-    void acceptsWhatIsNotThere();
-    void refusesWhatCannotBeMeant();
+    void acceptsAMissingFolder();
+    void refusesAnEmptyPathAndAFile();
 };
 
 void tst_DeleteDir::deletes_data()
@@ -98,14 +98,14 @@ void tst_DeleteDir::deletesHiddenAndReadOnly()
     QVERIFY(ImageOf(root.path()).isEmpty());
 }
 
-void tst_DeleteDir::acceptsWhatIsNotThere()
+void tst_DeleteDir::acceptsAMissingFolder()
 {
     const QTemporaryDir root;
     QVERIFY(
         TFileSystemHelper::DeleteDirGeneric(root.filePath(QStringLiteral("missing")), true, true));
 }
 
-void tst_DeleteDir::refusesWhatCannotBeMeant()
+void tst_DeleteDir::refusesAnEmptyPathAndAFile()
 {
     const QTemporaryDir root;
     const QString file = root.filePath(QStringLiteral("x"));

@@ -1,5 +1,5 @@
-// Files that are dated after 2038, as a console writes them whose clock is wrong, and as they come
-// on a stick: where times have 32 bits, the system does not even tell what such a file is.
+// Files with a date after 2038: a console with a wrong clock writes them, and USB sticks bring
+// them. With 32-bit times, stat() fails for such a file.
 #include "host/FileDates.h"
 #include "host/TUnzipFixture.h"
 
@@ -17,7 +17,7 @@ using namespace kelvo::test;
 
 namespace {
 
-// Of all that is below the folder, and its own.
+// Sets the date of the folder and of everything below it.
 bool DateAll(const QString& folder)
 {
     const QStringList below = ImageOf(folder).keys();
@@ -37,12 +37,12 @@ class tst_FarFuture : public TTestCase
 private Q_SLOTS:
     void unpacksAnArchive();
     void unpacksOverFilesAndFolders();
-    void refusesAFileInAFoldersPlace();
-    void undoesWhatAKilledRunLeft();
+    void refusesAFileInPlaceOfAFolder();
+    void undoesAnInterruptedUnpacking();
     void deletesAFolder();
-    void leavesAFolderThatIsNotToBeEmptied();
-    void takesTheKey();
-    void goesOnWithTheUserLog();
+    void keepsSubfoldersWithoutRecursion();
+    void readsTheKeyFile();
+    void appendsToTheUserLog();
     void rotatesTheUserLog();
     void writesTheYearIntoTheUserLog();
 };
@@ -75,7 +75,7 @@ void tst_FarFuture::unpacksOverFilesAndFolders()
     QCOMPARE(FileDate(fixture.Destination() + QStringLiteral("/map/kept.txt")), farFutureS);
 }
 
-void tst_FarFuture::refusesAFileInAFoldersPlace()
+void tst_FarFuture::refusesAFileInPlaceOfAFolder()
 {
     TUnzipFixture fixture;
     QVERIFY(fixture.SetContent({{QStringLiteral("map"), "file:former"}}));
@@ -87,7 +87,7 @@ void tst_FarFuture::refusesAFileInAFoldersPlace()
     QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("map"), "file:former"}}));
 }
 
-void tst_FarFuture::undoesWhatAKilledRunLeft()
+void tst_FarFuture::undoesAnInterruptedUnpacking()
 {
     TUnzipFixture fixture;
     const QString staging = QStringLiteral(".console-unpacking");
@@ -121,7 +121,7 @@ void tst_FarFuture::deletesAFolder()
     QVERIFY(fixture.Content().isEmpty());
 }
 
-void tst_FarFuture::leavesAFolderThatIsNotToBeEmptied()
+void tst_FarFuture::keepsSubfoldersWithoutRecursion()
 {
     TUnzipFixture fixture;
     TFolderImage content = {{QStringLiteral("a"), "folder"},
@@ -135,8 +135,8 @@ void tst_FarFuture::leavesAFolderThatIsNotToBeEmptied()
     QCOMPARE(fixture.Content(), content);
 }
 
-// Another one in its place could not open what it has sealed: the operator's password were gone.
-void tst_FarFuture::takesTheKey()
+// If the key were not read, a new key would replace it, and the operator's password would be lost.
+void tst_FarFuture::readsTheKeyFile()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("key"));
@@ -150,7 +150,7 @@ void tst_FarFuture::takesTheKey()
     QVERIFY2(remark.contains(QStringLiteral("It is private now.")), qPrintable(remark));
 }
 
-void tst_FarFuture::goesOnWithTheUserLog()
+void tst_FarFuture::appendsToTheUserLog()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("user.log"));

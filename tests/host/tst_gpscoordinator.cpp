@@ -1,4 +1,4 @@
-// The coordinator: fixes stay whole, and GPSLost tells of changes only, in their order.
+// The GPS coordinator: consistent fixes, and GPSLost for each change, in the order of the changes.
 #include "hostimpl/TFedGPSCoordinator.h"
 
 #include "support/HangGuard.h"
@@ -52,18 +52,18 @@ class tst_GPSCoordinator : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void startsWithoutFix();
-    void tellsOfChangesOnly();
-    void announcesAPresentFixOnly();
+    void emitsGpsLostOnlyForChanges();
+    void announcesOnlyAPresentFix();
     void keepsTheLastFixWhenLost();
-    void ignoresPlacesThatAreNoneOnEarth_data();
-    void ignoresPlacesThatAreNoneOnEarth();
-    void anyTimeOfDayIsTaken();
-    void whatIsRefusedChangesNothing();
-    void mayBeAskedFromItsOwnSignal();
+    void ignoresInvalidFixes_data();
+    void ignoresInvalidFixes();
+    void acceptsAnyTimeOfDay();
+    void aRefusedFixChangesNothing();
+    void aSlotMayReadAndChangeTheState();
     void anotherThreadReadsThePositionDuringTheSignal();
     void anotherThreadLosesTheFixDuringTheSignal();
-    void fixesStayWholeUnderTwoThreads();
-    void signalsComeInTheOrderOfChanges();
+    void readsWholeFixesDuringWrites();
+    void emitsSignalsInTheOrderOfTheChanges();
 };
 
 void tst_GPSCoordinator::startsWithoutFix()
@@ -76,7 +76,7 @@ void tst_GPSCoordinator::startsWithoutFix()
     QCOMPARE(lost.count(), 0);
 }
 
-void tst_GPSCoordinator::tellsOfChangesOnly()
+void tst_GPSCoordinator::emitsGpsLostOnlyForChanges()
 {
     TFedGPSCoordinator coordinator;
     const QSignalSpy lost(&coordinator, &TGPSCoordinator::GPSLost);
@@ -93,7 +93,7 @@ void tst_GPSCoordinator::tellsOfChangesOnly()
     QCOMPARE(lost.at(2).at(0).toBool(), false);
 }
 
-void tst_GPSCoordinator::announcesAPresentFixOnly()
+void tst_GPSCoordinator::announcesOnlyAPresentFix()
 {
     TFedGPSCoordinator coordinator;
     const QSignalSpy lost(&coordinator, &TGPSCoordinator::GPSLost);
@@ -117,7 +117,7 @@ void tst_GPSCoordinator::keepsTheLastFixWhenLost()
     QCOMPARE(fix.utcTime, 235959.5);
 }
 
-void tst_GPSCoordinator::ignoresPlacesThatAreNoneOnEarth_data()
+void tst_GPSCoordinator::ignoresInvalidFixes_data()
 {
     QTest::addColumn<double>("latitude");
     QTest::addColumn<double>("longitude");
@@ -133,13 +133,13 @@ void tst_GPSCoordinator::ignoresPlacesThatAreNoneOnEarth_data()
     QTest::newRow("before midnight") << 0.0 << 0.0 << -1.0;
     QTest::newRow("just before midnight") << 0.0 << 0.0 << -0.01;
     QTest::newRow("the day's end") << 0.0 << 0.0 << 240000.0;
-    QTest::newRow("behind the day's end") << 0.0 << 0.0 << 999999.0;
+    QTest::newRow("after the day's end") << 0.0 << 0.0 << 999999.0;
     QTest::newRow("more than an int") << 0.0 << 0.0 << 1e10;
-    QTest::newRow("never") << 0.0 << 0.0 << infinite;
-    QTest::newRow("always") << 0.0 << 0.0 << -infinite;
+    QTest::newRow("infinite time") << 0.0 << 0.0 << infinite;
+    QTest::newRow("negative infinite time") << 0.0 << 0.0 << -infinite;
 }
 
-void tst_GPSCoordinator::ignoresPlacesThatAreNoneOnEarth()
+void tst_GPSCoordinator::ignoresInvalidFixes()
 {
     QFETCH(double, latitude);
     QFETCH(double, longitude);
@@ -152,7 +152,7 @@ void tst_GPSCoordinator::ignoresPlacesThatAreNoneOnEarth()
     QCOMPARE(coordinator.GetCurrentFix().latitudeDegrees, 0.0);
 }
 
-void tst_GPSCoordinator::anyTimeOfDayIsTaken()
+void tst_GPSCoordinator::acceptsAnyTimeOfDay()
 {
     TFedGPSCoordinator coordinator;
     for (const double time : {0.0, 0.01, 123456.78, 235959.99, std::nextafter(240000.0, 0.0)}) {
@@ -161,7 +161,7 @@ void tst_GPSCoordinator::anyTimeOfDayIsTaken()
     }
 }
 
-void tst_GPSCoordinator::whatIsRefusedChangesNothing()
+void tst_GPSCoordinator::aRefusedFixChangesNothing()
 {
     TFedGPSCoordinator coordinator;
     const QSignalSpy lost(&coordinator, &TGPSCoordinator::GPSLost);
@@ -176,7 +176,7 @@ void tst_GPSCoordinator::whatIsRefusedChangesNothing()
     QCOMPARE(lost.count(), 2);
 }
 
-void tst_GPSCoordinator::mayBeAskedFromItsOwnSignal()
+void tst_GPSCoordinator::aSlotMayReadAndChangeTheState()
 {
     TFedGPSCoordinator coordinator;
     int calls = 0;
@@ -239,7 +239,7 @@ void tst_GPSCoordinator::anotherThreadLosesTheFixDuringTheSignal()
     QCOMPARE(ended, begun);
 }
 
-void tst_GPSCoordinator::fixesStayWholeUnderTwoThreads()
+void tst_GPSCoordinator::readsWholeFixesDuringWrites()
 {
     constexpr int fixes = 20000;
     TFedGPSCoordinator coordinator;
@@ -265,7 +265,7 @@ void tst_GPSCoordinator::fixesStayWholeUnderTwoThreads()
 
 // While two threads use the coordinator, the signals alternate, do not overlap, and the last signal
 // tells the last state.
-void tst_GPSCoordinator::signalsComeInTheOrderOfChanges()
+void tst_GPSCoordinator::emitsSignalsInTheOrderOfTheChanges()
 {
     constexpr int rounds = 5000;
     TFedGPSCoordinator coordinator;

@@ -1,4 +1,4 @@
-// The operator's password in the configuration's file: sealed, and brought there from older files.
+// The operator's password in the configuration file: sealing, and the upgrade of older plain files.
 #include "framework/SealedItems.h"
 #include "host/TFileSizeLimit.h"
 #include "host/TSealedFixture.h"
@@ -22,44 +22,44 @@ class tst_SealedItems : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void findsThePasswordWhereItIs();
-    void isNotReadableInTheFile();
-    void outlivesTheProcess_data();
-    void outlivesTheProcess();
-    void isSealedAnewEachTime();
-    void hidesItsLength();
-    void opensAsItsOwnItemOnly();
-    void needsNoKeyForOtherItems();
-    void isForgottenWhenItIsRemoved();
-    void staysOutOfTheFileIfItIsNotToPersist();
-    void isEmptyForAConsoleThatDoesNotSeal();
+    void theSearchFindsThePasswordInEachEncoding();
+    void hidesThePasswordInTheFile();
+    void keepsThePasswordAfterARestart_data();
+    void keepsThePasswordAfterARestart();
+    void usesANewNonceForEachSealing();
+    void hidesThePasswordsLength();
+    void rejectsTheSealedFormOfAnotherItem();
+    void createsNoKeyForOtherItems();
+    void removesTheSealedFormWithTheItem();
+    void keepsATemporaryPasswordOutOfTheFile();
+    void readsAsEmptyOnAConsoleWithoutSealing();
     void sealsAnOldPlainValue();
-    void leavesNoPlainCopyOfAnOldFile_data();
-    void leavesNoPlainCopyOfAnOldFile();
-    void keepsCopiesOtherwise();
-    void leavesAnOldFileAloneWithoutAKey();
-    void sealsAnOldFileOnceThereIsRoom();
+    void removesThePasswordFromOldCopies_data();
+    void removesThePasswordFromOldCopies();
+    void keepsTheRestOfOldCopies();
+    void doesNotChangeAnOldFileWithoutAKey();
+    void sealsAnOldFileWhenTheDiskHasRoomAgain();
 };
 
-// Else nothing that looks for it would mean anything.
-void tst_SealedItems::findsThePasswordWhereItIs()
+// The other tests rely on this search.
+void tst_SealedItems::theSearchFindsThePasswordInEachEncoding()
 {
-    QVERIFY(kelvo::test::TellsPassword(TSealedFixture::PlainFile()));
+    QVERIFY(kelvo::test::ContainsPassword(TSealedFixture::PlainFile()));
     QByteArray stream;
     QDataStream writer(&stream, QIODevice::WriteOnly);
     writer << QVariant(kelvo::test::Password());
-    QVERIFY(kelvo::test::TellsPassword(stream));
-    QVERIFY(kelvo::test::TellsPassword(stream.toBase64()));
-    QVERIFY(kelvo::test::TellsPassword(kelvo::test::Password().toUtf8().toBase64()));
-    QVERIFY(kelvo::test::TellsPassword("x" + kelvo::test::Password().toUtf8().toHex()));
-    QVERIFY(!kelvo::test::TellsPassword("Marker"));
+    QVERIFY(kelvo::test::ContainsPassword(stream));
+    QVERIFY(kelvo::test::ContainsPassword(stream.toBase64()));
+    QVERIFY(kelvo::test::ContainsPassword(kelvo::test::Password().toUtf8().toBase64()));
+    QVERIFY(kelvo::test::ContainsPassword("x" + kelvo::test::Password().toUtf8().toHex()));
+    QVERIFY(!kelvo::test::ContainsPassword("Marker"));
 }
 
-void tst_SealedItems::isNotReadableInTheFile()
+void tst_SealedItems::hidesThePasswordInTheFile()
 {
     const TSealedFixture f;
     QVERIFY(f.Configure());
-    QCOMPARE(f.Telltales(), QStringList());
+    QCOMPARE(f.FilesWithPassword(), QStringList());
     QVERIFY(ReadFile(f.Path()).contains("olga"));
     QVERIFY(!f.SealedText().isEmpty());
     QCOMPARE(TSealedFixture::ModeOf(f.KeyPath()), 0600u);
@@ -67,7 +67,7 @@ void tst_SealedItems::isNotReadableInTheFile()
     QCOMPARE(kelvo::test::ImageOf(f.folder.path()).size(), 2);
 }
 
-void tst_SealedItems::outlivesTheProcess_data()
+void tst_SealedItems::keepsThePasswordAfterARestart_data()
 {
     QTest::addColumn<QVariant>("value");
     QTest::newRow("text") << QVariant(QStringLiteral(u"p\u00e4ss \"w\" \\ \u20ac"));
@@ -77,7 +77,7 @@ void tst_SealedItems::outlivesTheProcess_data()
     QTest::newRow("number") << QVariant(5);
 }
 
-void tst_SealedItems::outlivesTheProcess()
+void tst_SealedItems::keepsThePasswordAfterARestart()
 {
     QFETCH(QVariant, value);
     const TSealedFixture f;
@@ -93,7 +93,7 @@ void tst_SealedItems::outlivesTheProcess()
     QCOMPARE(store.GetItem(passwordItem).userType(), value.userType());
 }
 
-void tst_SealedItems::isSealedAnewEachTime()
+void tst_SealedItems::usesANewNonceForEachSealing()
 {
     const TSealedFixture f;
     QVERIFY(f.Configure());
@@ -109,14 +109,14 @@ void tst_SealedItems::isSealedAnewEachTime()
     QCOMPARE(ReadFile(f.KeyPath()), key);
 }
 
-void tst_SealedItems::hidesItsLength()
+void tst_SealedItems::hidesThePasswordsLength()
 {
     TSecretKey key;
     QCOMPARE(hostimpl::SealItem(key, 1, QStringLiteral("a")).size(),
              hostimpl::SealItem(key, 1, QStringLiteral("abcdefghijklmnop")).size());
 }
 
-void tst_SealedItems::opensAsItsOwnItemOnly()
+void tst_SealedItems::rejectsTheSealedFormOfAnotherItem()
 {
     TSecretKey key;
     const QByteArray sealed = hostimpl::SealItem(key, 1, QStringLiteral("a"));
@@ -132,7 +132,7 @@ void tst_SealedItems::opensAsItsOwnItemOnly()
     }
 }
 
-void tst_SealedItems::needsNoKeyForOtherItems()
+void tst_SealedItems::createsNoKeyForOtherItems()
 {
     const TSealedFixture f;
     TConfigStore store;
@@ -141,7 +141,7 @@ void tst_SealedItems::needsNoKeyForOtherItems()
     QVERIFY(!QFile::exists(f.KeyPath()));
 }
 
-void tst_SealedItems::isForgottenWhenItIsRemoved()
+void tst_SealedItems::removesTheSealedFormWithTheItem()
 {
     const TSealedFixture f;
     QVERIFY(f.Configure());
@@ -151,7 +151,7 @@ void tst_SealedItems::isForgottenWhenItIsRemoved()
     QVERIFY(!ReadFile(f.Path()).contains("24290"));
 }
 
-void tst_SealedItems::staysOutOfTheFileIfItIsNotToPersist()
+void tst_SealedItems::keepsATemporaryPasswordOutOfTheFile()
 {
     const TSealedFixture f;
     TConfigStore store;
@@ -162,8 +162,8 @@ void tst_SealedItems::staysOutOfTheFileIfItIsNotToPersist()
     QVERIFY(!ReadFile(f.Path()).contains("24290"));
 }
 
-// It looks at "type" and "value" alone, and takes an entry without them for a broken file.
-void tst_SealedItems::isEmptyForAConsoleThatDoesNotSeal()
+// An older console reads "type" and "value" only, and rejects a file if one of them is missing.
+void tst_SealedItems::readsAsEmptyOnAConsoleWithoutSealing()
 {
     const TSealedFixture f;
     QVERIFY(f.Configure());
@@ -178,12 +178,12 @@ void tst_SealedItems::sealsAnOldPlainValue()
 {
     const TSealedFixture f;
     QVERIFY(WriteFile(f.Path(), TSealedFixture::PlainFile()));
-    QCOMPARE(f.Telltales(), QStringList(QStringLiteral("console.json")));
+    QCOMPARE(f.FilesWithPassword(), QStringList(QStringLiteral("console.json")));
     {
         TConfigStore store;
         QCOMPARE(store.Open(f.Path()), QString());
         QCOMPARE(store.GetItem(passwordItem).toString(), kelvo::test::Password());
-        QCOMPARE(f.Telltales(), QStringList());
+        QCOMPARE(f.FilesWithPassword(), QStringList());
     }
     TConfigStore store;
     QCOMPARE(store.Open(f.Path()), QString());
@@ -193,32 +193,33 @@ void tst_SealedItems::sealsAnOldPlainValue()
     QCOMPARE(kelvo::test::ImageOf(f.folder.path()).size(), 2);
 }
 
-void tst_SealedItems::leavesNoPlainCopyOfAnOldFile_data()
+void tst_SealedItems::removesThePasswordFromOldCopies_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("bytes");
     const QByteArray whole = TSealedFixture::PlainFile();
-    const QByteArray torn = whole.left(whole.indexOf("Quill") + 5);
+    const QByteArray cutOff = whole.left(whole.indexOf("Quill") + 5);
     const QByteArray bare = "{\"version\":1,\"items\":{\"24290\" : \"\\\"" +
                             kelvo::test::Password().toUtf8() + "\", \"7\":{}}}";
-    QTest::newRow("bad file, torn") << QStringLiteral("console.json") << torn;
-    QTest::newRow("bad file, another version")
+    QTest::newRow("invalid file, cut off") << QStringLiteral("console.json") << cutOff;
+    QTest::newRow("invalid file, another version")
         << QStringLiteral("console.json")
         << QByteArray(whole).replace("\"version\":1", "\"version\":2");
-    QTest::newRow("bad file, another form") << QStringLiteral("console.json") << bare;
-    QTest::newRow("put aside earlier") << QStringLiteral("console.json.invalid-3") << whole;
-    QTest::newRow("put aside earlier, torn") << QStringLiteral("console.json.invalid-9") << torn;
-    QTest::newRow("being written earlier") << QStringLiteral("console.json.aQxWbz") << whole;
+    QTest::newRow("invalid file, another form") << QStringLiteral("console.json") << bare;
+    QTest::newRow("earlier invalid file") << QStringLiteral("console.json.invalid-3") << whole;
+    QTest::newRow("earlier invalid file, cut off")
+        << QStringLiteral("console.json.invalid-9") << cutOff;
+    QTest::newRow("temporary file") << QStringLiteral("console.json.aQxWbz") << whole;
 }
 
-void tst_SealedItems::leavesNoPlainCopyOfAnOldFile()
+void tst_SealedItems::removesThePasswordFromOldCopies()
 {
     QFETCH(QString, name);
     QFETCH(QByteArray, bytes);
     const TSealedFixture f;
     const bool isConfiguration = name == QLatin1String("console.json");
     QVERIFY(WriteFile(f.folder.filePath(name), bytes));
-    QVERIFY(!f.Telltales().isEmpty());
+    QVERIFY(!f.FilesWithPassword().isEmpty());
     TConfigStore store;
     if (isConfiguration) {
         const TExpectedMessage expected(QStringLiteral("is not valid"));
@@ -226,11 +227,11 @@ void tst_SealedItems::leavesNoPlainCopyOfAnOldFile()
     } else {
         QCOMPARE(store.Open(f.Path()), QString());
     }
-    QCOMPARE(f.Telltales(), QStringList());
+    QCOMPARE(f.FilesWithPassword(), QStringList());
     QCOMPARE(kelvo::test::ImageOf(f.folder.path()).size(), 1);
 }
 
-void tst_SealedItems::keepsCopiesOtherwise()
+void tst_SealedItems::keepsTheRestOfOldCopies()
 {
     const TSealedFixture f;
     const QString aside = f.folder.filePath(QStringLiteral("console.json.invalid-1"));
@@ -245,10 +246,10 @@ void tst_SealedItems::keepsCopiesOtherwise()
              QJsonValue(QStringLiteral("olga")));
     QVERIFY(items.contains(QLatin1String("7")));
     QCOMPARE(ReadFile(aside).size(), TSealedFixture::PlainFile().size());
-    QCOMPARE(ReadFile(foreign), TSealedFixture::PlainFile()); // somebody's own
+    QCOMPARE(ReadFile(foreign), TSealedFixture::PlainFile()); // not written by the host
 }
 
-void tst_SealedItems::leavesAnOldFileAloneWithoutAKey()
+void tst_SealedItems::doesNotChangeAnOldFileWithoutAKey()
 {
     const TSealedFixture f;
     QVERIFY(QDir().mkdir(f.KeyPath()));
@@ -259,12 +260,12 @@ void tst_SealedItems::leavesAnOldFileAloneWithoutAKey()
     QVERIFY2(problem.contains(f.KeyPath()), qUtf8Printable(problem));
     QCOMPARE(store.GetItem(passwordItem).toString(), kelvo::test::Password());
     QCOMPARE(ReadFile(f.Path()), TSealedFixture::PlainFile());
-    store.SetItem(7, 43, true); // what is written from now on does not tell it
-    QCOMPARE(f.Telltales(), QStringList());
+    store.SetItem(7, 43, true); // this write leaves the password out
+    QCOMPARE(f.FilesWithPassword(), QStringList());
     QCOMPARE(store.GetItem(passwordItem).toString(), kelvo::test::Password());
 }
 
-void tst_SealedItems::sealsAnOldFileOnceThereIsRoom()
+void tst_SealedItems::sealsAnOldFileWhenTheDiskHasRoomAgain()
 {
     const TSealedFixture f;
     QVERIFY(WriteFile(f.Path(), TSealedFixture::PlainFile()));
@@ -276,9 +277,9 @@ void tst_SealedItems::sealsAnOldFileOnceThereIsRoom()
         QVERIFY(!store.Open(f.Path()).isEmpty());
     }
     QCOMPARE(ReadFile(f.Path()), TSealedFixture::PlainFile());
-    QCOMPARE(kelvo::test::ImageOf(f.folder.path()).size(), 1); // no part of a key
+    QCOMPARE(kelvo::test::ImageOf(f.folder.path()).size(), 1); // no partial key file
     store.SetItem(7, 42, true);
-    QCOMPARE(f.Telltales(), QStringList());
+    QCOMPARE(f.FilesWithPassword(), QStringList());
     TConfigStore again;
     QCOMPARE(again.Open(f.Path()), QString());
     QCOMPARE(again.GetItem(passwordItem).toString(), kelvo::test::Password());

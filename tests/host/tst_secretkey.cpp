@@ -1,4 +1,4 @@
-// The key's file: what a bad one does, and what the operator keeps then.
+// The key file: its creation, invalid keys, and what the operator loses by them.
 #include "framework/TSecretKey.h"
 
 #include "host/TFileSizeLimit.h"
@@ -22,8 +22,8 @@ using kelvo::test::TSealedFixture;
 using kelvo::test::userItem;
 using kelvo::test::WriteFile;
 
-using TSpoil = std::function<bool(const TSealedFixture&)>;
-Q_DECLARE_METATYPE(TSpoil)
+using TDamage = std::function<bool(const TSealedFixture&)>;
+Q_DECLARE_METATYPE(TDamage)
 
 namespace {
 
@@ -46,20 +46,20 @@ class tst_SecretKey : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void isMadeOnce();
-    void isPrivateWhateverTheMask();
-    void replacesWhatAKilledRunLeft();
-    void isWholeOrNotThere();
-    void readsAsEmptyWhenItDoesNotOpen_data();
-    void readsAsEmptyWhenItDoesNotOpen();
-    void isTightenedAndUsed();
-    void opensAgainWhenTheKeyComesBack();
-    void isOfNoUseOnAnotherConsole();
-    void neverFallsBackToPlain();
-    void staysInMemoryWhenTheDiskIsFull();
+    void createsTheKeyOnce();
+    void createsAPrivateFileWithAnyUmask();
+    void replacesTheTemporaryFileOfAKilledRun();
+    void createsNoPartialKey();
+    void readsAsEmptyIfDecryptionFails_data();
+    void readsAsEmptyIfDecryptionFails();
+    void makesAnOpenKeyFilePrivateAndUsesIt();
+    void decryptsAgainWithTheRestoredKey();
+    void cannotDecryptTheFileOfAnotherConsole();
+    void neverWritesThePasswordAsPlainText();
+    void keepsThePasswordInMemoryWhenTheDiskIsFull();
 };
 
-void tst_SecretKey::isMadeOnce()
+void tst_SecretKey::createsTheKeyOnce()
 {
     const TSealedFixture f;
     QString text;
@@ -77,7 +77,7 @@ void tst_SecretKey::isMadeOnce()
     QVERIFY(ReadFile(f.KeyPath() + QStringLiteral("2")) != bytes);
 }
 
-void tst_SecretKey::isPrivateWhateverTheMask()
+void tst_SecretKey::createsAPrivateFileWithAnyUmask()
 {
     for (const mode_t mask : {mode_t(0), mode_t(0777)}) {
         const TSealedFixture f;
@@ -91,7 +91,7 @@ void tst_SecretKey::isPrivateWhateverTheMask()
     }
 }
 
-void tst_SecretKey::replacesWhatAKilledRunLeft()
+void tst_SecretKey::replacesTheTemporaryFileOfAKilledRun()
 {
     const TSealedFixture f;
     QVERIFY(WriteFile(f.KeyPath() + QStringLiteral(".new"), "half a k"));
@@ -100,7 +100,7 @@ void tst_SecretKey::replacesWhatAKilledRunLeft()
     QCOMPARE(ReadFile(f.KeyPath()).size(), 32);
 }
 
-void tst_SecretKey::isWholeOrNotThere()
+void tst_SecretKey::createsNoPartialKey()
 {
     const TSealedFixture f;
     TSecretKey key;
@@ -114,13 +114,13 @@ void tst_SecretKey::isWholeOrNotThere()
     QVERIFY(kelvo::test::ImageOf(f.folder.path()).isEmpty());
 }
 
-void tst_SecretKey::readsAsEmptyWhenItDoesNotOpen_data()
+void tst_SecretKey::readsAsEmptyIfDecryptionFails_data()
 {
-    QTest::addColumn<TSpoil>("spoil");
+    QTest::addColumn<TDamage>("damage");
     QTest::addColumn<QString>("reason");
     QTest::addColumn<bool>("canTypeAgain");
-    const auto row = [](const char* name, const char* reason, bool canTypeAgain, TSpoil spoil) {
-        QTest::newRow(name) << spoil << QString::fromLatin1(reason) << canTypeAgain;
+    const auto row = [](const char* name, const char* reason, bool canTypeAgain, TDamage damage) {
+        QTest::newRow(name) << damage << QString::fromLatin1(reason) << canTypeAgain;
     };
     row("key missing", "There is no key", true,
         [](const TSealedFixture& f) { return QFile::remove(f.KeyPath()); });
@@ -141,7 +141,7 @@ void tst_SecretKey::readsAsEmptyWhenItDoesNotOpen_data()
         return QFile::remove(f.KeyPath()) &&
                ::mkfifo(QFile::encodeName(f.KeyPath()).constData(), 0600) == 0;
     });
-    row("value torn", "cannot be decrypted", true,
+    row("value cut off", "cannot be decrypted", true,
         [](const TSealedFixture& f) { return ReplaceSealed(f, f.SealedText().left(60)); });
     row("value empty", "cannot be decrypted", true,
         [](const TSealedFixture& f) { return ReplaceSealed(f, QString()); });
@@ -153,14 +153,14 @@ void tst_SecretKey::readsAsEmptyWhenItDoesNotOpen_data()
     });
 }
 
-void tst_SecretKey::readsAsEmptyWhenItDoesNotOpen()
+void tst_SecretKey::readsAsEmptyIfDecryptionFails()
 {
-    QFETCH(TSpoil, spoil);
+    QFETCH(TDamage, damage);
     QFETCH(QString, reason);
     QFETCH(bool, canTypeAgain);
     const TSealedFixture f;
     QVERIFY(f.Configure());
-    QVERIFY(spoil(f));
+    QVERIFY(damage(f));
     TConfigStore store;
     {
         const TExpectedMessage expected(reason);
@@ -181,7 +181,7 @@ void tst_SecretKey::readsAsEmptyWhenItDoesNotOpen()
     }
 }
 
-void tst_SecretKey::isTightenedAndUsed()
+void tst_SecretKey::makesAnOpenKeyFilePrivateAndUsesIt()
 {
     const TSealedFixture f;
     QVERIFY(f.Configure());
@@ -197,7 +197,7 @@ void tst_SecretKey::isTightenedAndUsed()
     QCOMPARE(again.Open(f.Path()), QString());
 }
 
-void tst_SecretKey::opensAgainWhenTheKeyComesBack()
+void tst_SecretKey::decryptsAgainWithTheRestoredKey()
 {
     const TSealedFixture f;
     QVERIFY(f.Configure());
@@ -217,7 +217,7 @@ void tst_SecretKey::opensAgainWhenTheKeyComesBack()
     QCOMPARE(store.GetItem(7), QVariant(43));
 }
 
-void tst_SecretKey::isOfNoUseOnAnotherConsole()
+void tst_SecretKey::cannotDecryptTheFileOfAnotherConsole()
 {
     const TSealedFixture f;
     QVERIFY(f.Configure());
@@ -234,7 +234,7 @@ void tst_SecretKey::isOfNoUseOnAnotherConsole()
     }
 }
 
-void tst_SecretKey::neverFallsBackToPlain()
+void tst_SecretKey::neverWritesThePasswordAsPlainText()
 {
     const TSealedFixture f;
     QVERIFY(QDir().mkdir(f.KeyPath()));
@@ -245,17 +245,17 @@ void tst_SecretKey::neverFallsBackToPlain()
     QCOMPARE(store.GetItem(passwordItem).toString(), kelvo::test::Password());
     store.SetItem(userItem, QStringLiteral("olga"), true);
     QVERIFY(ReadFile(f.Path()).contains("olga"));
-    QCOMPARE(f.Telltales(), QStringList());
+    QCOMPARE(f.FilesWithPassword(), QStringList());
     QVERIFY(QDir().rmdir(f.KeyPath()));
-    store.SetItem(7, 42, true); // now it can
+    store.SetItem(7, 42, true); // the key can be created now
     TConfigStore again;
     QCOMPARE(again.Open(f.Path()), QString());
     QCOMPARE(again.GetItem(passwordItem).toString(), kelvo::test::Password());
 }
 
-void tst_SecretKey::staysInMemoryWhenTheDiskIsFull()
+void tst_SecretKey::keepsThePasswordInMemoryWhenTheDiskIsFull()
 {
-    for (const rlim_t room : {rlim_t(0), rlim_t(40)}) { // for nothing; for the key alone
+    for (const rlim_t room : {rlim_t(0), rlim_t(40)}) { // no file; only the key file
         const TSealedFixture f;
         TConfigStore store;
         QCOMPARE(store.Open(f.Path()), QString());
@@ -266,7 +266,7 @@ void tst_SecretKey::staysInMemoryWhenTheDiskIsFull()
             store.SetItem(passwordItem, kelvo::test::Password(), true);
         }
         QCOMPARE(store.GetItem(passwordItem).toString(), kelvo::test::Password());
-        QCOMPARE(f.Telltales(), QStringList());
+        QCOMPARE(f.FilesWithPassword(), QStringList());
         store.SetItem(passwordItem, kelvo::test::Password(), true);
         TConfigStore again;
         QCOMPARE(again.Open(f.Path()), QString());

@@ -1,4 +1,4 @@
-// The password shows nowhere in what the host writes: not in its files, messages or errors.
+// The host writes the password into no file, message or error text.
 #include "host/ConfigManager.h"
 #include "host/TFileSizeLimit.h"
 #include "host/TSealedFixture.h"
@@ -9,16 +9,16 @@
 #include <QtCore/QMutex>
 
 using hostimpl::TConfigStore;
+using kelvo::test::ContainsPassword;
 using kelvo::test::passwordItem;
 using kelvo::test::ReadFile;
-using kelvo::test::TellsPassword;
 using kelvo::test::TFileSizeLimit;
 using kelvo::test::TSealedFixture;
 using kelvo::test::WriteFile;
 
 namespace {
 
-// All messages of this process, as long as it lives; expected ones and others alike.
+// Records all messages of this process during its lifetime.
 class TMessages
 {
 public:
@@ -53,34 +53,34 @@ class tst_SecretLeaks : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void nothingTellsThePassword_data();
-    void nothingTellsThePassword();
+    void writesThePasswordNowhere_data();
+    void writesThePasswordNowhere();
 };
 
-void tst_SecretLeaks::nothingTellsThePassword_data()
+void tst_SecretLeaks::writesThePasswordNowhere_data()
 {
     QTest::addColumn<QByteArray>("oldFile");
     QTest::addColumn<QByteArray>("oldKey");
     QTest::addColumn<bool>("isKeyAFolder");
-    QTest::addColumn<int>("room"); // for a file at the start, -1 for all
+    QTest::addColumn<int>("room"); // bytes that a file may have at first, -1 for any
     QTest::addColumn<QByteArray>("log");
     const QByteArray plain = TSealedFixture::PlainFile();
-    const QByteArray torn = plain.left(plain.indexOf("Quill") + 5);
+    const QByteArray cutOff = plain.left(plain.indexOf("Quill") + 5);
     const QByteArray bad = QByteArray(plain).replace("\"QString\"", "\"TNone\"");
     const auto row = [](const char* name, const QByteArray& oldFile, const QByteArray& oldKey,
                         bool isKeyAFolder, int room, const char* log) {
         QTest::newRow(name) << oldFile << oldKey << isKeyAFolder << room << QByteArray(log);
     };
-    row("nothing there", {}, {}, false, -1, "");
+    row("no file", {}, {}, false, -1, "");
     row("plain", plain, {}, false, -1, "");
-    row("plain, bad key", plain, "short", false, -1, "");
-    row("plain and torn", torn, {}, false, -1, "is not valid");
-    row("plain and bad", bad, {}, false, -1, "is not valid");
+    row("plain, invalid key", plain, "short", false, -1, "");
+    row("plain, cut off", cutOff, {}, false, -1, "is not valid");
+    row("plain, invalid", bad, {}, false, -1, "is not valid");
     row("no room for a file", {}, {}, false, 0, "cannot be written");
     row("no key", {}, {}, true, -1, "no regular file");
 }
 
-void tst_SecretLeaks::nothingTellsThePassword()
+void tst_SecretLeaks::writesThePasswordNowhere()
 {
     QFETCH(QByteArray, oldFile);
     QFETCH(QByteArray, oldKey);
@@ -105,14 +105,14 @@ void tst_SecretLeaks::nothingTellsThePassword()
         config.SetItem(passwordItem, kelvo::test::Password(), true);
         config.SetItem(7, 43, true);
         QCOMPARE(config.GetItem(passwordItem).toString(), kelvo::test::Password());
-        QVERIFY(hostimpl::SetUpHost(f.folder.path(), errorText)); // as the next run
+        QVERIFY(hostimpl::SetUpHost(f.folder.path(), errorText)); // as after a restart
         messages = TMessages::All();
     }
     QVERIFY2(messages.contains(log), messages.constData());
-    QVERIFY2(!TellsPassword(messages), messages.constData());
-    QVERIFY(!TellsPassword(errorText.toUtf8()));
-    QCOMPARE(f.Telltales(), QStringList());
-    QVERIFY(ReadFile(f.Path()).contains("43")); // there was something to look through
+    QVERIFY2(!ContainsPassword(messages), messages.constData());
+    QVERIFY(!ContainsPassword(errorText.toUtf8()));
+    QCOMPARE(f.FilesWithPassword(), QStringList());
+    QVERIFY(ReadFile(f.Path()).contains("43")); // the file was written
     QCOMPARE(ConfigManager::Instance().GetItem(passwordItem).isValid(), !isKeyAFolder);
 }
 

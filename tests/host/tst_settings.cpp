@@ -1,4 +1,4 @@
-// Settings: suffixes, folders, clock, features, user levels, and setting all of it up.
+// Settings: suffixes, folders, clock, features, user levels, and SetUpHost().
 #include "host/FolderImage.h"
 #include "host/TLocalTime.h"
 #include "host/TSystemSettings.h"
@@ -58,25 +58,25 @@ class tst_Settings : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void suffixesAreThoseOfTheConsole();
-    void foldersDifferAndExist();
-    void foldersFollowTheDataFolder();
-    void temporaryFolderTakesNames();
-    void gettersTouchNoDisk();
-    void foldersAreSafeUnderThreads();
-    void dataFolderIsItsOwnersOnly();
-    void dataFolderThatCannotBeIsReported();
-    void clockCanBeReplaced();
-    void featuresComeFromTheConfiguration();
-    void featuresHaveDefaults();
-    void levelsDenyWhatTheConfigurationSays();
-    void setUpMakesTheHostReady();
-    void setUpTellsOfABadConfiguration();
-    void setUpRepairsWhatWasHalfUnpacked();
-    void setUpFailsWhereItCannotWork();
+    void hasTheArchiveSuffixes();
+    void hasThirteenDifferentFolders();
+    void putsAllFoldersBelowTheDataFolder();
+    void endsTheTemporaryFolderInASeparator();
+    void gettersCreateNoFolder();
+    void readsFoldersWhileAnotherThreadSetsThem();
+    void createsAPrivateDataFolder();
+    void reportsADataFolderThatCannotBeCreated();
+    void replacesTheClock();
+    void readsFeaturesFromTheConfiguration();
+    void hasDefaultFeatures();
+    void deniesControlsOfTheConfiguration();
+    void setsUpTheHost();
+    void reportsAnInvalidConfigurationAtSetUp();
+    void repairsAnInterruptedUnpackingAtSetUp();
+    void setUpFailsInAnUnusableFolder();
 };
 
-void tst_Settings::suffixesAreThoseOfTheConsole()
+void tst_Settings::hasTheArchiveSuffixes()
 {
     QCOMPARE(TSystemSettings::ZIPExtension, QStringLiteral(".zip"));
     QCOMPARE(TSystemSettings::ZIP2Extension, QStringLiteral(".ZIP"));
@@ -86,7 +86,7 @@ void tst_Settings::suffixesAreThoseOfTheConsole()
     QCOMPARE(TSystemSettings::ZIPExtension, QStringLiteral(".zip"));
 }
 
-void tst_Settings::foldersDifferAndExist()
+void tst_Settings::hasThirteenDifferentFolders()
 {
     const TTempDataFolder data;
     QVERIFY(data.IsValid());
@@ -107,7 +107,7 @@ void tst_Settings::foldersDifferAndExist()
     }
 }
 
-void tst_Settings::foldersFollowTheDataFolder()
+void tst_Settings::putsAllFoldersBelowTheDataFolder()
 {
     const TSystemSettingsProxy settings;
     const QString before = settings.GetKelvoDownloadCurvesFolderPath();
@@ -121,7 +121,7 @@ void tst_Settings::foldersFollowTheDataFolder()
     QCOMPARE(settings.GetKelvoDownloadCurvesFolderPath(), before);
 }
 
-void tst_Settings::temporaryFolderTakesNames()
+void tst_Settings::endsTheTemporaryFolderInASeparator()
 {
     const QTemporaryDir root;
     const TTempDataFolder restores;
@@ -134,7 +134,7 @@ void tst_Settings::temporaryFolderTakesNames()
     QCOMPARE(hostimpl::DataFolder(), root.path() + QStringLiteral("/data"));
 }
 
-void tst_Settings::gettersTouchNoDisk()
+void tst_Settings::gettersCreateNoFolder()
 {
     const TTempDataFolder data;
     QVERIFY(QDir(data.Path()).removeRecursively());
@@ -142,7 +142,7 @@ void tst_Settings::gettersTouchNoDisk()
     QVERIFY(!QFile::exists(data.Path()));
 }
 
-void tst_Settings::foldersAreSafeUnderThreads()
+void tst_Settings::readsFoldersWhileAnotherThreadSetsThem()
 {
     const TTempDataFolder data;
     const QString one = data.Path(QStringLiteral("one"));
@@ -166,7 +166,7 @@ void tst_Settings::foldersAreSafeUnderThreads()
     QCOMPARE(wrong.load(), 0);
 }
 
-void tst_Settings::dataFolderIsItsOwnersOnly()
+void tst_Settings::createsAPrivateDataFolder()
 {
     const TTempDataFolder restores;
     const mode_t formerMask = ::umask(0);
@@ -176,7 +176,7 @@ void tst_Settings::dataFolderIsItsOwnersOnly()
     QCOMPARE(ModeOf(restores.Path(QStringLiteral("new/data"))), 0700u);
 }
 
-void tst_Settings::dataFolderThatCannotBeIsReported()
+void tst_Settings::reportsADataFolderThatCannotBeCreated()
 {
     const TTempDataFolder restores;
     const QString file = restores.Path(QStringLiteral("file"));
@@ -187,7 +187,7 @@ void tst_Settings::dataFolderThatCannotBeIsReported()
     QVERIFY(errorText.contains(file));
 }
 
-void tst_Settings::clockCanBeReplaced()
+void tst_Settings::replacesTheClock()
 {
     const QDateTime harvest(QDate(2031, 8, 1), QTime(5, 30));
     hostimpl::SetClock([harvest] { return harvest; });
@@ -201,7 +201,7 @@ void tst_Settings::clockCanBeReplaced()
     QCOMPARE(now.timeSpec(), Qt::LocalTime);
 }
 
-void tst_Settings::featuresComeFromTheConfiguration()
+void tst_Settings::readsFeaturesFromTheConfiguration()
 {
     hostimpl::TConfigStore store;
     store.SetItem(hostimpl::eEthernetNameItem, QStringLiteral("lan7"), false);
@@ -211,7 +211,7 @@ void tst_Settings::featuresComeFromTheConfiguration()
     QCOMPARE(features.GetConsoleCharacteristics().GetConsoleString(), QStringLiteral("CAB"));
 }
 
-void tst_Settings::featuresHaveDefaults()
+void tst_Settings::hasDefaultFeatures()
 {
     const hostimpl::TConfigStore store;
     const hostimpl::TFeatures features(store);
@@ -221,7 +221,7 @@ void tst_Settings::featuresHaveDefaults()
     QCOMPARE(characteristics.GetConsoleString(), QStringLiteral("DESKTOP"));
 }
 
-void tst_Settings::levelsDenyWhatTheConfigurationSays()
+void tst_Settings::deniesControlsOfTheConfiguration()
 {
     hostimpl::TConfigStore store;
     hostimpl::TUserLevels levels(store);
@@ -234,7 +234,7 @@ void tst_Settings::levelsDenyWhatTheConfigurationSays()
     QVERIFY(levels.IsControlAccessible(TAppUserLevels::eKelvoControl));
 }
 
-void tst_Settings::setUpMakesTheHostReady()
+void tst_Settings::setsUpTheHost()
 {
     const TTempDataFolder data;
     QString errorText;
@@ -246,7 +246,7 @@ void tst_Settings::setUpMakesTheHostReady()
     QVERIFY(kelvo::test::ReadFile(data.Path(QStringLiteral("logs/user.log"))).contains("said"));
 }
 
-void tst_Settings::setUpTellsOfABadConfiguration()
+void tst_Settings::reportsAnInvalidConfigurationAtSetUp()
 {
     const TTempDataFolder data;
     QVERIFY(kelvo::test::WriteFile(data.Path(QStringLiteral("console.json")), "bad"));
@@ -257,7 +257,7 @@ void tst_Settings::setUpTellsOfABadConfiguration()
         kelvo::test::ReadFile(data.Path(QStringLiteral("logs/user.log"))).contains("is not valid"));
 }
 
-void tst_Settings::setUpRepairsWhatWasHalfUnpacked()
+void tst_Settings::repairsAnInterruptedUnpackingAtSetUp()
 {
     const TTempDataFolder data;
     const QString folder = TSystemSettingsProxy().GetKelvoDownloadPivotsFolderPath();
@@ -272,7 +272,7 @@ void tst_Settings::setUpRepairsWhatWasHalfUnpacked()
              (kelvo::test::TFolderImage{{QStringLiteral("pivot"), "file:former"}}));
 }
 
-void tst_Settings::setUpFailsWhereItCannotWork()
+void tst_Settings::setUpFailsInAnUnusableFolder()
 {
     const TTempDataFolder data;
     QVERIFY(kelvo::test::WriteFile(data.Path(QStringLiteral("file")), "x"));

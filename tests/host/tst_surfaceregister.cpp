@@ -1,4 +1,4 @@
-// The register of surfaces: who owns them and when they go.
+// The register of surfaces: ownership, removal, signals.
 #include "hostimpl/TSurfaceRegister.h"
 
 #include "support/WidgetTestMain.h"
@@ -24,21 +24,21 @@ class tst_SurfaceRegister : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void keepsWhatItIsHanded();
-    void acceptsNulls();
-    void removingDestroysAtOnce();
+    void keepsRegisteredSurfaces();
+    void acceptsNullSurfaces();
+    void removingDestroysTheSurfacesAtOnce();
     void removesOneApplicationOnly();
-    void removingTheUnknownDoesNothing();
-    void addsAndReplacesOnRepeat();
-    void survivesASurfaceThatGoesByItself();
-    void survivesASurfaceThatRemovesItsApplication();
-    void destroysAllWithItself();
+    void removingAnUnknownApplicationDoesNothing();
+    void addsMiniViewsAndReplacesFullViewsOnRepeat();
+    void forgetsSurfacesThatTheirParentDeletes();
+    void aSurfaceMayRemoveItsApplicationInItsDestructor();
+    void destructorDestroysAllSurfaces();
     void showsToolTips();
-    void tellsInOrder();
+    void emitsSignalsInOrder();
     void surfacesKeepIconAndTitle();
 };
 
-void tst_SurfaceRegister::keepsWhatItIsHanded()
+void tst_SurfaceRegister::keepsRegisteredSurfaces()
 {
     TSurfaceRegister surfaces;
     auto* const first = new AppWindowSurface;
@@ -54,7 +54,7 @@ void tst_SurfaceRegister::keepsWhatItIsHanded()
     QVERIFY(surfaces.FullView(otherApplication) == nullptr);
 }
 
-void tst_SurfaceRegister::acceptsNulls()
+void tst_SurfaceRegister::acceptsNullSurfaces()
 {
     TSurfaceRegister surfaces;
     surfaces.AddWindowSurfaces(application, {nullptr}, nullptr, nullptr);
@@ -65,7 +65,7 @@ void tst_SurfaceRegister::acceptsNulls()
     QVERIFY(surfaces.Applications().isEmpty());
 }
 
-void tst_SurfaceRegister::removingDestroysAtOnce()
+void tst_SurfaceRegister::removingDestroysTheSurfacesAtOnce()
 {
     TSurfaceRegister surfaces;
     const QPointer<AppWindowSurface> mini = new AppWindowSurface;
@@ -95,7 +95,7 @@ void tst_SurfaceRegister::removesOneApplicationOnly()
     QCOMPARE(surfaces.Applications(), QList<OrvaleID>({otherApplication}));
 }
 
-void tst_SurfaceRegister::removingTheUnknownDoesNothing()
+void tst_SurfaceRegister::removingAnUnknownApplicationDoesNothing()
 {
     TSurfaceRegister surfaces;
     int gone = 0;
@@ -106,7 +106,7 @@ void tst_SurfaceRegister::removingTheUnknownDoesNothing()
     QCOMPARE(gone, 0);
 }
 
-void tst_SurfaceRegister::addsAndReplacesOnRepeat()
+void tst_SurfaceRegister::addsMiniViewsAndReplacesFullViewsOnRepeat()
 {
     TSurfaceRegister surfaces;
     auto* const mini = new AppWindowSurface;
@@ -124,7 +124,7 @@ void tst_SurfaceRegister::addsAndReplacesOnRepeat()
     QCOMPARE(surfaces.FullView(application), newFull);
 }
 
-void tst_SurfaceRegister::survivesASurfaceThatGoesByItself()
+void tst_SurfaceRegister::forgetsSurfacesThatTheirParentDeletes()
 {
     TSurfaceRegister surfaces;
     auto parent = std::make_unique<QWidget>();
@@ -138,7 +138,7 @@ void tst_SurfaceRegister::survivesASurfaceThatGoesByItself()
     surfaces.RemoveWindowSurfaces(application);
 }
 
-void tst_SurfaceRegister::survivesASurfaceThatRemovesItsApplication()
+void tst_SurfaceRegister::aSurfaceMayRemoveItsApplicationInItsDestructor()
 {
     TSurfaceRegister surfaces;
     const QPointer<AppWindowSurface> mini = new AppWindowSurface;
@@ -151,7 +151,7 @@ void tst_SurfaceRegister::survivesASurfaceThatRemovesItsApplication()
     QVERIFY(full.isNull());
 }
 
-void tst_SurfaceRegister::destroysAllWithItself()
+void tst_SurfaceRegister::destructorDestroysAllSurfaces()
 {
     const QPointer<AppWindowSurface> mini = new AppWindowSurface;
     const QPointer<AppWindowSurface> other = new AppWindowSurface;
@@ -182,23 +182,23 @@ void tst_SurfaceRegister::showsToolTips()
     QVERIFY(surfaces.ToolTip(application).isEmpty());
 }
 
-void tst_SurfaceRegister::tellsInOrder()
+void tst_SurfaceRegister::emitsSignalsInOrder()
 {
     TSurfaceRegister surfaces;
-    QStringList told;
+    QStringList emitted;
     connect(&surfaces, &TSurfaceRegister::SurfacesAdded, this, [&](const OrvaleID& id) {
-        told.append(QStringLiteral("added %1").arg(surfaces.MiniViews(id).size()));
+        emitted.append(QStringLiteral("added %1").arg(surfaces.MiniViews(id).size()));
     });
     connect(&surfaces, &TSurfaceRegister::SurfacesAboutToGo, this, [&](const OrvaleID& id) {
-        told.append(QStringLiteral("about to go %1").arg(surfaces.MiniViews(id).size()));
+        emitted.append(QStringLiteral("about to go %1").arg(surfaces.MiniViews(id).size()));
     });
     connect(&surfaces, &TSurfaceRegister::SurfacesGone, this, [&](const OrvaleID& id) {
-        told.append(QStringLiteral("gone %1").arg(surfaces.MiniViews(id).size()));
+        emitted.append(QStringLiteral("gone %1").arg(surfaces.MiniViews(id).size()));
     });
     surfaces.AddWindowSurfaces(application, {new AppWindowSurface}, nullptr, nullptr);
     surfaces.RemoveWindowSurfaces(surfaces.Applications().first());
-    QCOMPARE(told, QStringList({QStringLiteral("added 1"), QStringLiteral("about to go 1"),
-                                QStringLiteral("gone 0")}));
+    QCOMPARE(emitted, QStringList({QStringLiteral("added 1"), QStringLiteral("about to go 1"),
+                                   QStringLiteral("gone 0")}));
 }
 
 void tst_SurfaceRegister::surfacesKeepIconAndTitle()

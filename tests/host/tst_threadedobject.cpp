@@ -1,4 +1,5 @@
-// TThreadedObject: what runs where and in which order, whenever it is stopped.
+// TThreadedObject: the order of Initialize(), slots and Finalize(), their thread, and Stop() at any
+// time.
 #include "host/TThreadRecorder.h"
 
 #include "support/TestMain.h"
@@ -17,17 +18,17 @@ class tst_ThreadedObject : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void runsInitializeAndFinalizeOnItsThread();
-    void comesBackToItsOwner();
-    void isInitialisedBetweenTheTwo();
+    void movesBackToItsOwnersThread();
+    void isInitialisedBetweenInitializeAndFinalize();
     void stopRequestsInterruption();
-    void stopMayComeBeforeTheLoop();
-    void stopMayComeFromInitialize();
-    void stopMayComeBeforeStart();
-    void stopRacesWithStart();
-    void stopMayComeTwice();
+    void stopBeforeTheEventLoopEndsTheThread();
+    void stopInInitializeEndsTheThread();
+    void stopBeforeStartEndsTheThread();
+    void stopDuringStartEndsTheThread();
+    void secondStopDoesNothing();
     void waitWithoutStartReturnsAtOnce();
     void waitReturnsAfterFinalize();
-    void mayBeDestroyedWithoutStart();
+    void destructorWorksWithoutStart();
     void startsOnce();
     void startsFromItsOwnThreadOnly();
 };
@@ -44,7 +45,7 @@ void tst_ThreadedObject::runsInitializeAndFinalizeOnItsThread()
     QCOMPARE(object.threadName, QStringLiteral("Recorder"));
 }
 
-void tst_ThreadedObject::comesBackToItsOwner()
+void tst_ThreadedObject::movesBackToItsOwnersThread()
 {
     TThreadRecorder object;
     object.inInitialize = [&object] { new QObject(&object); };
@@ -59,7 +60,7 @@ void tst_ThreadedObject::comesBackToItsOwner()
     QVERIFY(!object.isRunning());
 }
 
-void tst_ThreadedObject::isInitialisedBetweenTheTwo()
+void tst_ThreadedObject::isInitialisedBetweenInitializeAndFinalize()
 {
     TThreadRecorder object;
     QVERIFY(!object.IsInitialised());
@@ -86,7 +87,7 @@ void tst_ThreadedObject::stopRequestsInterruption()
     };
     object.start(QThread::InheritPriority);
     object.isInitialized.acquire();
-    // A long operation that asks, as the worker's transfers do.
+    // A long operation that checks for the interruption, as the worker's transfers do.
     QMetaObject::invokeMethod(
         &object,
         [] {
@@ -101,7 +102,7 @@ void tst_ThreadedObject::stopRequestsInterruption()
     QVERIFY(object.wasInterruptedInFinalize);
 }
 
-void tst_ThreadedObject::stopMayComeBeforeTheLoop()
+void tst_ThreadedObject::stopBeforeTheEventLoopEndsTheThread()
 {
     TThreadRecorder object;
     QSemaphore isStopped;
@@ -114,7 +115,7 @@ void tst_ThreadedObject::stopMayComeBeforeTheLoop()
     QVERIFY(object.wasInterruptedInFinalize);
 }
 
-void tst_ThreadedObject::stopMayComeFromInitialize()
+void tst_ThreadedObject::stopInInitializeEndsTheThread()
 {
     TThreadRecorder object;
     object.inInitialize = [&object] { object.Stop(); };
@@ -123,7 +124,7 @@ void tst_ThreadedObject::stopMayComeFromInitialize()
     QCOMPARE(object.steps, wholeLife);
 }
 
-void tst_ThreadedObject::stopMayComeBeforeStart()
+void tst_ThreadedObject::stopBeforeStartEndsTheThread()
 {
     TThreadRecorder object;
     object.Stop();
@@ -133,7 +134,7 @@ void tst_ThreadedObject::stopMayComeBeforeStart()
     QVERIFY(object.wasInterruptedInFinalize);
 }
 
-void tst_ThreadedObject::stopRacesWithStart()
+void tst_ThreadedObject::stopDuringStartEndsTheThread()
 {
     constexpr int rounds = 200;
     for (int round = 0; round < rounds; ++round) {
@@ -154,7 +155,7 @@ void tst_ThreadedObject::stopRacesWithStart()
     }
 }
 
-void tst_ThreadedObject::stopMayComeTwice()
+void tst_ThreadedObject::secondStopDoesNothing()
 {
     TThreadRecorder object;
     object.start(QThread::InheritPriority);
@@ -192,7 +193,7 @@ void tst_ThreadedObject::waitReturnsAfterFinalize()
     QVERIFY(releaser->wait());
 }
 
-void tst_ThreadedObject::mayBeDestroyedWithoutStart()
+void tst_ThreadedObject::destructorWorksWithoutStart()
 {
     QPointer<TThreadRecorder> object = new TThreadRecorder;
     delete object.data();

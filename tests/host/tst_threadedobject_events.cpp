@@ -1,4 +1,4 @@
-// TThreadedObject: what becomes of events, timers and deferred deletes.
+// TThreadedObject: events, timers and deferred deletes at the end of the thread.
 #include "host/TThreadRecorder.h"
 
 #include "support/TestMain.h"
@@ -18,18 +18,18 @@ class tst_ThreadedObjectEvents : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void dropsQueuedCallsThatAreLeft();
+    void dropsQueuedCallsAfterFinalize();
     void releasesABlockedCaller();
     void runsDeferredDeletesBeforeItEnds();
     void deletesItselfOnItsOwnersThread();
-    void takesInObjects();
-    void takesInNothingAfterItsEnd();
+    void movesObjectsToItsThread();
+    void movesNoObjectsAfterItsEnd();
     void runsTimers();
     void runsSlotsOnItsThread();
 };
 
-// A call that came too late would otherwise run on the owner's thread.
-void tst_ThreadedObjectEvents::dropsQueuedCallsThatAreLeft()
+// Without the drop, a late call would run on the owner's thread.
+void tst_ThreadedObjectEvents::dropsQueuedCallsAfterFinalize()
 {
     TThreadRecorder object;
     object.inInitialize = [&object] {
@@ -57,7 +57,7 @@ void tst_ThreadedObjectEvents::releasesABlockedCaller()
     object.start(QThread::InheritPriority);
     QThread* const own = object.thread();
     const std::unique_ptr<QThread> caller(QThread::create([&] {
-        // Whether it is still queued or comes too late: the caller goes on.
+        // The call may be queued in time or come too late; the caller is released in both cases.
         if (object.thread() == own) {
             isPosted.release();
             QMetaObject::invokeMethod(&object, &TThreadRecorder::Work,
@@ -119,7 +119,7 @@ void tst_ThreadedObjectEvents::deletesItselfOnItsOwnersThread()
     QCOMPARE(steps, wholeLife);
 }
 
-void tst_ThreadedObjectEvents::takesInObjects()
+void tst_ThreadedObjectEvents::movesObjectsToItsThread()
 {
     TThreadRecorder object;
     QObject early;
@@ -140,7 +140,7 @@ void tst_ThreadedObjectEvents::takesInObjects()
     QVERIFY(watched.isNull());
 }
 
-void tst_ThreadedObjectEvents::takesInNothingAfterItsEnd()
+void tst_ThreadedObjectEvents::movesNoObjectsAfterItsEnd()
 {
     const kelvo::test::TExpectedMessage expected(QStringLiteral("cannot be moved"));
     TThreadRecorder object;

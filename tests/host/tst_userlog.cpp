@@ -1,4 +1,4 @@
-// The user log: one line an entry, bounded files, and no harm from a full disk.
+// The user log: one line for each entry, limited file sizes, a full disk.
 #include "hostimpl/TUserLogFile.h"
 
 #include "host/FolderImage.h"
@@ -30,15 +30,15 @@ private Q_SLOTS:
     void cleanup();
     void cleanupTestCase();
 
-    void writesOneLineAnEntry();
-    void showsWhatWouldBreakALine_data();
-    void showsWhatWouldBreakALine();
+    void writesEachEntryAsOneLine();
+    void escapesControlCharacters_data();
+    void escapesControlCharacters();
     void cutsLongMessages();
     void isReadableForItsOwnerOnly();
-    void continuesAnEarlierRun();
-    void rotatesAtItsSize();
-    void keepsNoMoreFilesThanItMay();
-    void mayHaveOneFileOnly();
+    void appendsToTheFileOfAnEarlierRun();
+    void rotatesAtTheSizeLimit();
+    void keepsAtMostTheAllowedFiles();
+    void supportsASingleFile();
     void writesAnEntryThatIsLargerThanAFile();
     void survivesAFullDisk();
     void survivesAMissingFolder();
@@ -73,7 +73,7 @@ void tst_UserLog::cleanup()
     TTestCase::cleanup();
 }
 
-void tst_UserLog::writesOneLineAnEntry()
+void tst_UserLog::writesEachEntryAsOneLine()
 {
     TUserLogFile log(Path());
     log.Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("first"));
@@ -82,10 +82,10 @@ void tst_UserLog::writesOneLineAnEntry()
                                           "2023-11-14T22:13:20.123Z 0 2 3 E17 second \xc3\xbc\n"));
 }
 
-void tst_UserLog::showsWhatWouldBreakALine_data()
+void tst_UserLog::escapesControlCharacters_data()
 {
     QTest::addColumn<QString>("message");
-    QTest::addColumn<QByteArray>("shown");
+    QTest::addColumn<QByteArray>("escaped");
     QTest::newRow("line feed") << QStringLiteral("a\nb") << QByteArray("a\\nb");
     QTest::newRow("carriage return") << QStringLiteral("a\r\nb") << QByteArray("a\\r\\nb");
     QTest::newRow("tab") << QStringLiteral("a\tb") << QByteArray("a\\tb");
@@ -96,17 +96,17 @@ void tst_UserLog::showsWhatWouldBreakALine_data()
     QTest::newRow("next line") << QString(QChar(0x85)) << QByteArray("\\u0085");
 }
 
-void tst_UserLog::showsWhatWouldBreakALine()
+void tst_UserLog::escapesControlCharacters()
 {
     QFETCH(QString, message);
-    QFETCH(QByteArray, shown);
+    QFETCH(QByteArray, escaped);
     TUserLogFile log(Path());
     log.Write(0, 1, 8, QStringLiteral("0"), message);
     log.Write(0, 1, 8, message, QStringLiteral("code"));
     const QList<QByteArray> lines = Lines();
     QCOMPARE(lines.size(), 3);
-    QVERIFY(lines[0].endsWith(" 0 1 8 0 " + shown));
-    QVERIFY(lines[1].endsWith(" 0 1 8 " + shown + " code"));
+    QVERIFY(lines[0].endsWith(" 0 1 8 0 " + escaped));
+    QVERIFY(lines[1].endsWith(" 0 1 8 " + escaped + " code"));
 }
 
 void tst_UserLog::cutsLongMessages()
@@ -130,15 +130,15 @@ void tst_UserLog::isReadableForItsOwnerOnly()
     QCOMPARE(status.st_mode & 07777u, 0600u);
 }
 
-void tst_UserLog::continuesAnEarlierRun()
+void tst_UserLog::appendsToTheFileOfAnEarlierRun()
 {
     TUserLogFile(Path()).Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("x"));
     TUserLogFile(Path()).Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("y"));
     QCOMPARE(Lines().size(), 3);
 }
 
-// A line has 42 bytes here.
-void tst_UserLog::rotatesAtItsSize()
+// Each line has 42 bytes.
+void tst_UserLog::rotatesAtTheSizeLimit()
 {
     TUserLogLimits limits;
     limits.fileSizeBytes = 2 * 42;
@@ -153,7 +153,7 @@ void tst_UserLog::rotatesAtItsSize()
     QCOMPARE(ReadFile(Path() + QStringLiteral(".2")), prefix + "0\n" + prefix + "1\n");
 }
 
-void tst_UserLog::keepsNoMoreFilesThanItMay()
+void tst_UserLog::keepsAtMostTheAllowedFiles()
 {
     TUserLogLimits limits;
     limits.fileSizeBytes = 1000;
@@ -171,7 +171,7 @@ void tst_UserLog::keepsNoMoreFilesThanItMay()
     QVERIFY(ReadFile(Path()).endsWith(" 499\n"));
 }
 
-void tst_UserLog::mayHaveOneFileOnly()
+void tst_UserLog::supportsASingleFile()
 {
     TUserLogLimits limits;
     limits.fileSizeBytes = 50;
@@ -192,7 +192,7 @@ void tst_UserLog::writesAnEntryThatIsLargerThanAFile()
     QVERIFY(ReadFile(Path()).endsWith(" x\n"));
 }
 
-// No part of a line stays, the complaint comes once, and it goes on when there is room again.
+// No partial line stays, one warning is logged, and later entries are written when there is room.
 void tst_UserLog::survivesAFullDisk()
 {
     TUserLogFile log(Path());

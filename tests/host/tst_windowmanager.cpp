@@ -1,4 +1,4 @@
-// Access to the window manager, and components: what there is when nobody provides anything.
+// Access to the window manager with and without a registered manager, and a component's phases.
 #include "hostimpl/WindowManager.h"
 
 #include "host/TGen2DynamicLibrary.h"
@@ -40,15 +40,15 @@ class tst_WindowManager : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void withoutManagerNothingHappens();
-    void withoutManagerSurfacesAreWarnedOf();
-    void registeredManagerIsReached();
-    void destroyedManagerIsNotReached();
-    void identifiersCompareByValue();
-    void phasesMayBeLeftOut();
+    void doesNothingWithoutAManager();
+    void warnsOfSurfacesWithoutAManager();
+    void callsTheRegisteredManager();
+    void doesNotCallADestroyedManager();
+    void comparesIdsByValue();
+    void phasesDoNothingByDefault();
 };
 
-void tst_WindowManager::withoutManagerNothingHappens()
+void tst_WindowManager::doesNothingWithoutAManager()
 {
     TWindowManagerApi& manager = TWindowManagerApi::Instance();
     manager.AddWindowSurfaces(application, {}, nullptr, nullptr);
@@ -57,7 +57,7 @@ void tst_WindowManager::withoutManagerNothingHappens()
     QCOMPARE(&TWindowManagerApi::Instance(), &manager);
 }
 
-void tst_WindowManager::withoutManagerSurfacesAreWarnedOf()
+void tst_WindowManager::warnsOfSurfacesWithoutAManager()
 {
     const kelvo::test::TExpectedMessage expected(application.Uuid().toString());
     int notASurface = 0;
@@ -68,7 +68,7 @@ void tst_WindowManager::withoutManagerSurfacesAreWarnedOf()
     QCOMPARE(expected.Count(), 3);
 }
 
-void tst_WindowManager::registeredManagerIsReached()
+void tst_WindowManager::callsTheRegisteredManager()
 {
     TWindowManagerApi* const none = &TWindowManagerApi::Instance();
     TCountingManager manager;
@@ -83,7 +83,7 @@ void tst_WindowManager::registeredManagerIsReached()
     QCOMPARE(&TWindowManagerApi::Instance(), none);
 }
 
-void tst_WindowManager::destroyedManagerIsNotReached()
+void tst_WindowManager::doesNotCallADestroyedManager()
 {
     TWindowManagerApi* const none = &TWindowManagerApi::Instance();
     auto manager = std::make_unique<TCountingManager>();
@@ -95,13 +95,13 @@ void tst_WindowManager::destroyedManagerIsNotReached()
     QCOMPARE(&TWindowManagerApi::Instance(), none);
 }
 
-void tst_WindowManager::identifiersCompareByValue()
+void tst_WindowManager::comparesIdsByValue()
 {
     QVERIFY(application == ZRA::OrvaleID(application.Uuid()));
     QVERIFY(application != ZRA::OrvaleID(QUuid::createUuid()));
 }
 
-void tst_WindowManager::phasesMayBeLeftOut()
+void tst_WindowManager::phasesDoNothingByDefault()
 {
     TComponent component;
     TGen2Component& base = component;

@@ -1,6 +1,6 @@
-// Draws every widget and dialog of the console by day and by night, to be looked at.
+// Draws every widget and dialog of the console by day and by night, for a check by eye.
 //
-// usage: widget_gallery FOLDER
+// Usage: widget_gallery FOLDER
 #include "host/TListWidget.h"
 #include "host/TMessageDialog.h"
 #include "host/TProgressDialog.h"
@@ -92,7 +92,7 @@ void AddFormTo(QVBoxLayout& column, QWidget& parent)
     column.addStretch(1);
 }
 
-// A screen of the kind that the console shows.
+// A screen similar to the console's screens.
 QWidget* NewScreen()
 {
     auto* const screen = new TWindow;

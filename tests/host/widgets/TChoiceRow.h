@@ -1,4 +1,4 @@
-// A property row with choices, in a window that is shown.
+// A property row with choices, in a visible window.
 #pragma once
 
 #include "host/TPropertyWidget.h"

@@ -1,4 +1,4 @@
-// A message dialog that is shown, and what it told.
+// A visible message dialog that records its signals.
 #pragma once
 
 #include "host/TMessageDialog.h"
@@ -8,21 +8,21 @@
 
 #include <QtTest/QtTest>
 
-// A dialog whose signals are noted in their order, closing among them.
+// `signalNames` holds the emitted signals in their order, with "closed" for Closed().
 struct TDialog
 {
     explicit TDialog(TMessageDialog::EMessageDialogType type, bool isFullScreen = false)
         : dialog(nullptr, QStringLiteral("Title"), QStringLiteral("Message"), type, isFullScreen,
                  QPixmap())
     {
-        const auto note = [this](const char* what) {
-            return [this, what] { told.append(QString::fromLatin1(what)); };
+        const auto record = [this](const char* name) {
+            return [this, name] { signalNames.append(QString::fromLatin1(name)); };
         };
-        QObject::connect(&dialog, &TMessageDialog::Ok, &dialog, note("ok"));
-        QObject::connect(&dialog, &TMessageDialog::Yes, &dialog, note("yes"));
-        QObject::connect(&dialog, &TMessageDialog::No, &dialog, note("no"));
-        QObject::connect(&dialog, &TMessageDialog::Cancel, &dialog, note("cancel"));
-        QObject::connect(&dialog, &TPopupWindow::Closed, &dialog, note("closed"));
+        QObject::connect(&dialog, &TMessageDialog::Ok, &dialog, record("ok"));
+        QObject::connect(&dialog, &TMessageDialog::Yes, &dialog, record("yes"));
+        QObject::connect(&dialog, &TMessageDialog::No, &dialog, record("no"));
+        QObject::connect(&dialog, &TMessageDialog::Cancel, &dialog, record("cancel"));
+        QObject::connect(&dialog, &TPopupWindow::Closed, &dialog, record("closed"));
         dialog.ShowWindow(true);
     }
 
@@ -36,5 +36,5 @@ struct TDialog
     TMessageText& Text() { return *dialog.findChild<TMessageText*>(); }
 
     TMessageDialog dialog;
-    QStringList told;
+    QStringList signalNames;
 };

@@ -1,4 +1,4 @@
-// A list of names of the kind that the screens show.
+// A list of names in a visible window.
 #pragma once
 
 #include "host/TListWidget.h"
@@ -17,7 +17,7 @@ inline QStringList Numbered(int count)
     return names;
 }
 
-// A list of the kind that the screens show.
+// The list has the same settings as the lists of the screens.
 struct TNames
 {
     explicit TNames(const QStringList& names)
@@ -38,7 +38,7 @@ struct TNames
                           list.visualItemRect(list.item(row)).center());
     }
 
-    // In the list's pixels.
+    // In the list's coordinates.
     QRect RowOf(int row) const
     {
         return list.visualItemRect(list.item(row)).translated(list.viewport()->pos());

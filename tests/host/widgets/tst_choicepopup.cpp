@@ -1,4 +1,4 @@
-// The choices of a property row: opened by a touch, worked by the wheel, gone with their row.
+// The list of a property row's choices: touch, wheel, and the row's end.
 #include "TChoiceRow.h"
 #include "host/TPushButton.h"
 #include "hostimpl/Theme.h"
@@ -10,19 +10,19 @@ class tst_ChoicePopup : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
-    void touchOpensTheChoices();
-    void touchChooses();
-    void choicesNotOfferedCannotBeChosen();
-    void choicesAreWorkedByWheel();
-    void choicesFollowWhatIsOffered();
-    void secondTouchOpensNothing();
-    void rowMayGoWithItsChoicesOpen();
-    void chosenRowMayGoAtOnce();
-    void choicesCloseWithTheirRow();
+    void aTouchOpensTheChoices();
+    void aTouchSelectsAChoice();
+    void choicesNotOfferedCannotBeSelected();
+    void theWheelSelectsAChoice();
+    void anOpenListUpdatesTheOfferedChoices();
+    void aSecondTouchOpensNothing();
+    void theRowMayBeDeletedWhileItsChoicesAreOpen();
+    void theRowMayBeDeletedBySelectingAChoice();
+    void disablingOrHidingTheRowClosesTheChoices();
     void longListsFitTheScreen();
 };
 
-void tst_ChoicePopup::touchOpensTheChoices()
+void tst_ChoicePopup::aTouchOpensTheChoices()
 {
     TEditItem item = Places();
     item.value = 2.0;
@@ -42,14 +42,14 @@ void tst_ChoicePopup::touchOpensTheChoices()
     QCOMPARE(place.changes.count(), 0);
 }
 
-void tst_ChoicePopup::touchChooses()
+void tst_ChoicePopup::aTouchSelectsAChoice()
 {
     TChoiceRow place(Places());
     QTest::mouseClick(&place.row, Qt::LeftButton);
     const QPointer<TChoicePopup> popup = place.Popup();
     TPushButton* const choice = popup->Choices().at(3);
     choice->click();
-    choice->click(); // the second press of a double one
+    choice->click(); // the second press of a double press
     QCOMPARE(place.row.GetNumericalValue(), 3.0);
     QCOMPARE(place.changes.count(), 1);
     QVERIFY(!popup->isVisible());
@@ -57,7 +57,7 @@ void tst_ChoicePopup::touchChooses()
     QVERIFY(popup.isNull());
 }
 
-void tst_ChoicePopup::choicesNotOfferedCannotBeChosen()
+void tst_ChoicePopup::choicesNotOfferedCannotBeSelected()
 {
     TEditItem item = Places();
     item.optionsEnabled.Set(1, false);
@@ -74,7 +74,7 @@ void tst_ChoicePopup::choicesNotOfferedCannotBeChosen()
     QVERIFY(off->grab().toImage().pixelColor(corner) != on->grab().toImage().pixelColor(corner));
 }
 
-void tst_ChoicePopup::choicesAreWorkedByWheel()
+void tst_ChoicePopup::theWheelSelectsAChoice()
 {
     TEditItem item = Places();
     item.optionsEnabled.Set(1, false);
@@ -87,7 +87,7 @@ void tst_ChoicePopup::choicesAreWorkedByWheel()
     QCOMPARE(place.row.GetNumericalValue(), 2.0);
 }
 
-void tst_ChoicePopup::choicesFollowWhatIsOffered()
+void tst_ChoicePopup::anOpenListUpdatesTheOfferedChoices()
 {
     TChoiceRow place(Places());
     QTest::mouseClick(&place.row, Qt::LeftButton);
@@ -100,7 +100,7 @@ void tst_ChoicePopup::choicesFollowWhatIsOffered()
     QVERIFY(place.Popup()->Choices().at(2)->isEnabled());
 }
 
-void tst_ChoicePopup::secondTouchOpensNothing()
+void tst_ChoicePopup::aSecondTouchOpensNothing()
 {
     TChoiceRow place(Places());
     QTest::mouseClick(&place.row, Qt::LeftButton);
@@ -108,7 +108,7 @@ void tst_ChoicePopup::secondTouchOpensNothing()
     QCOMPARE(place.row.findChildren<TChoicePopup*>().size(), 1);
 }
 
-void tst_ChoicePopup::rowMayGoWithItsChoicesOpen()
+void tst_ChoicePopup::theRowMayBeDeletedWhileItsChoicesAreOpen()
 {
     TWindow window;
     auto* const row = new TPropertyWidget(&window);
@@ -122,7 +122,7 @@ void tst_ChoicePopup::rowMayGoWithItsChoicesOpen()
     QVERIFY(popup.isNull());
 }
 
-void tst_ChoicePopup::chosenRowMayGoAtOnce()
+void tst_ChoicePopup::theRowMayBeDeletedBySelectingAChoice()
 {
     TWindow window;
     const QPointer<TPropertyWidget> row = new TPropertyWidget(&window);
@@ -136,7 +136,7 @@ void tst_ChoicePopup::chosenRowMayGoAtOnce()
     QVERIFY(row.isNull());
 }
 
-void tst_ChoicePopup::choicesCloseWithTheirRow()
+void tst_ChoicePopup::disablingOrHidingTheRowClosesTheChoices()
 {
     TChoiceRow place(Places());
     QTest::mouseClick(&place.row, Qt::LeftButton);

@@ -1,4 +1,4 @@
-// The list of names: selecting, keeping a selection by name, many names, the wheel.
+// The list of names: selection by touch, by name and by wheel, and many names.
 #include "TNames.h"
 #include "hostimpl/Theme.h"
 #include "support/WidgetTestMain.h"
@@ -13,30 +13,30 @@ class tst_ListWidget : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
-    void addsInOrder();
+    void keepsTheOrderOfTheNames();
     void rowsAreLargeEnough();
-    void drawsTextOfTheSizeAsked();
-    void clickToggles();
-    void tellsSelectedInTheListsOrder();
-    void selectsByNameBesideWhatIsSelected();
-    void selectsAllOfOneName();
-    void selectingTellsOnce();
-    void selectingNothingNewTellsNothing();
-    void manyNamesTellLittle();
+    void drawsTextInTheGivenSize();
+    void aClickTogglesTheSelection();
+    void returnsSelectedNamesInTheListsOrder();
+    void selectsByNameAndKeepsTheSelection();
+    void selectsAllEntriesOfOneName();
+    void selectingEmitsOneSignal();
+    void selectingSelectedNamesEmitsNothing();
+    void manyNamesEmitFewSignals();
     void clearsAndFillsAgain();
     void scrollsKinetically();
-    void dragScrollsAndSelectsNothing();
-    void wheelPassesByUntilPressed();
-    void wheelSelects();
-    void wheelLeavesAtTheEnds();
-    void wheelPassesAnEmptyList();
-    void losingTheFocusLetsGo();
-    void lockedCannotBeChanged();
-    void worksWithOneSelection();
-    void mayGoByAnEvent();
+    void aDragScrollsAndSelectsNothing();
+    void theWheelSkipsTheEntriesUntilThePress();
+    void theWheelSelectsEntries();
+    void theWheelLeavesTheListAtBothEnds();
+    void theWheelSkipsAnEmptyList();
+    void losingTheFocusEndsTheUseByWheel();
+    void aLockedListCannotBeChanged();
+    void worksWithSingleSelection();
+    void aDeferredDeleteDeletesTheList();
 };
 
-void tst_ListWidget::addsInOrder()
+void tst_ListWidget::keepsTheOrderOfTheNames()
 {
     TNames names(Numbered(3));
     names.list.AddString(QStringLiteral("with"), 30, 7,
@@ -55,7 +55,7 @@ void tst_ListWidget::rowsAreLargeEnough()
     QVERIFY(names.list.visualItemRect(names.list.item(0)).height() >= hostimpl::TOUCH_SIZE);
 }
 
-void tst_ListWidget::drawsTextOfTheSizeAsked()
+void tst_ListWidget::drawsTextInTheGivenSize()
 {
     const auto darkRows = [](int textSize) {
         TListWidget list;
@@ -76,10 +76,10 @@ void tst_ListWidget::drawsTextOfTheSizeAsked()
     };
     QVERIFY(darkRows(30) >= 20);
     QVERIFY(darkRows(48) > darkRows(30));
-    QCOMPARE(darkRows(5), darkRows(20)); // the least that can be read
+    QCOMPARE(darkRows(5), darkRows(20)); // 20 is the least readable size
 }
 
-void tst_ListWidget::clickToggles()
+void tst_ListWidget::aClickTogglesTheSelection()
 {
     TNames names(Numbered(4));
     names.Click(1);
@@ -91,7 +91,7 @@ void tst_ListWidget::clickToggles()
     QCOMPARE(names.changes.count(), 3);
 }
 
-void tst_ListWidget::tellsSelectedInTheListsOrder()
+void tst_ListWidget::returnsSelectedNamesInTheListsOrder()
 {
     TNames names(Numbered(5));
     names.Click(3);
@@ -102,7 +102,7 @@ void tst_ListWidget::tellsSelectedInTheListsOrder()
                  {QStringLiteral("name 0"), QStringLiteral("name 2"), QStringLiteral("name 3")}));
 }
 
-void tst_ListWidget::selectsByNameBesideWhatIsSelected()
+void tst_ListWidget::selectsByNameAndKeepsTheSelection()
 {
     TNames names(Numbered(5));
     names.Click(0);
@@ -111,7 +111,7 @@ void tst_ListWidget::selectsByNameBesideWhatIsSelected()
              QStringList({QStringLiteral("name 0"), QStringLiteral("name 4")}));
 }
 
-void tst_ListWidget::selectsAllOfOneName()
+void tst_ListWidget::selectsAllEntriesOfOneName()
 {
     TNames names({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("a")});
     names.list.SelectItems({QStringLiteral("a")});
@@ -119,7 +119,7 @@ void tst_ListWidget::selectsAllOfOneName()
              QStringList({QStringLiteral("a"), QStringLiteral("a")}));
 }
 
-void tst_ListWidget::selectingTellsOnce()
+void tst_ListWidget::selectingEmitsOneSignal()
 {
     TNames names(Numbered(100));
     QStringList wanted;
@@ -131,7 +131,7 @@ void tst_ListWidget::selectingTellsOnce()
     QCOMPARE(names.list.GetSelectedTextItems(), wanted);
 }
 
-void tst_ListWidget::selectingNothingNewTellsNothing()
+void tst_ListWidget::selectingSelectedNamesEmitsNothing()
 {
     TNames names(Numbered(3));
     names.list.SelectItems({});
@@ -142,8 +142,8 @@ void tst_ListWidget::selectingNothingNewTellsNothing()
     QCOMPARE(names.changes.count(), 1);
 }
 
-// Nothing is laid out, measured or drawn for each of ten thousand names.
-void tst_ListWidget::manyNamesTellLittle()
+// Ten thousand names cause no layout, no data change, and one selection signal.
+void tst_ListWidget::manyNamesEmitFewSignals()
 {
     TNames names({});
     const QSignalSpy dataChanges(names.list.model(), &QAbstractItemModel::dataChanged);
@@ -184,8 +184,8 @@ void tst_ListWidget::scrollsKinetically()
     QCOMPARE(names.list.verticalScrollMode(), QAbstractItemView::ScrollPerPixel);
 }
 
-// By way of the native window, which knows what button is down while the mouse moves.
-void tst_ListWidget::dragScrollsAndSelectsNothing()
+// The events go through the native window because it knows the pressed button during a move.
+void tst_ListWidget::aDragScrollsAndSelectsNothing()
 {
     TNames names(Numbered(50));
     QWindow* const window = names.window.windowHandle();
@@ -200,7 +200,7 @@ void tst_ListWidget::dragScrollsAndSelectsNothing()
     QScroller::scroller(names.list.viewport())->stop();
 }
 
-void tst_ListWidget::wheelPassesByUntilPressed()
+void tst_ListWidget::theWheelSkipsTheEntriesUntilThePress()
 {
     TNames names(Numbered(5));
     QVERIFY(!names.list.OnWheelTurned(1));
@@ -212,7 +212,7 @@ void tst_ListWidget::wheelPassesByUntilPressed()
     QCOMPARE(names.changes.count(), 0);
 }
 
-void tst_ListWidget::wheelSelects()
+void tst_ListWidget::theWheelSelectsEntries()
 {
     TNames names(Numbered(30));
     names.list.OnWheelPressed();
@@ -230,25 +230,25 @@ void tst_ListWidget::wheelSelects()
     QCOMPARE(names.list.GetSelectedTextItems(), QStringList(QStringLiteral("name 20")));
 }
 
-void tst_ListWidget::wheelLeavesAtTheEnds()
+void tst_ListWidget::theWheelLeavesTheListAtBothEnds()
 {
     TNames names(Numbered(2));
     names.list.OnWheelPressed();
     QVERIFY(!names.list.OnWheelTurned(-1));
-    QVERIFY(!names.list.OnWheelTurned(1)); // not in hand any more
+    QVERIFY(!names.list.OnWheelTurned(1)); // the use by wheel has ended
     names.list.OnWheelPressed();
     QVERIFY(names.list.OnWheelTurned(1));
     QVERIFY(!names.list.OnWheelTurned(1));
 }
 
-void tst_ListWidget::wheelPassesAnEmptyList()
+void tst_ListWidget::theWheelSkipsAnEmptyList()
 {
     TNames names({});
     QVERIFY(names.list.OnWheelPressed());
     QVERIFY(!names.list.OnWheelTurned(1));
 }
 
-void tst_ListWidget::losingTheFocusLetsGo()
+void tst_ListWidget::losingTheFocusEndsTheUseByWheel()
 {
     TNames names(Numbered(5));
     QVERIFY(QTest::qWaitForWindowActive(&names.window));
@@ -258,7 +258,7 @@ void tst_ListWidget::losingTheFocusLetsGo()
     QVERIFY(!names.list.OnWheelTurned(1));
 }
 
-void tst_ListWidget::lockedCannotBeChanged()
+void tst_ListWidget::aLockedListCannotBeChanged()
 {
     TNames names(Numbered(3));
     names.Click(0);
@@ -273,7 +273,7 @@ void tst_ListWidget::lockedCannotBeChanged()
     QCOMPARE(names.list.GetSelectedTextItems().size(), 2);
 }
 
-void tst_ListWidget::worksWithOneSelection()
+void tst_ListWidget::worksWithSingleSelection()
 {
     TNames names(Numbered(4));
     names.list.setSelectionMode(QAbstractItemView::SingleSelection);
@@ -282,7 +282,7 @@ void tst_ListWidget::worksWithOneSelection()
     QCOMPARE(names.list.GetSelectedTextItems(), QStringList(QStringLiteral("name 2")));
 }
 
-void tst_ListWidget::mayGoByAnEvent()
+void tst_ListWidget::aDeferredDeleteDeletesTheList()
 {
     const QPointer<TListWidget> list = new TListWidget;
     list->AddString(QStringLiteral("a"), 30, 0, QIcon());

@@ -1,4 +1,4 @@
-// Names that are too long for their row: drawn with a gap, shown in full while one is at them.
+// Names that are too long for their row: elided in the row, whole in the band.
 #include "TNames.h"
 #include "hostimpl/Theme.h"
 #include "support/WidgetTestMain.h"
@@ -8,8 +8,8 @@
 namespace {
 
 const QString longName =
-    QStringLiteral("A field with a name that nobody could ever show whole in one row of a list, "
-                   "for it goes on and on and on.zip");
+    QStringLiteral("A field with a name of more than one hundred characters, so that one row of "
+                   "a list cannot show the name.zip");
 
 } // namespace
 
@@ -22,10 +22,10 @@ private Q_SLOTS:
     void elidesInTheMiddle();
     void showsTheFullName();
     void showsNoBandForShortNames();
-    void selectsWhatIsTouched();
-    void bandLeavesItsRowFree();
-    void aTouchTakesTheBandAway();
-    void bandGoesWithItsRow();
+    void selectsTheTouchedRow();
+    void theBandDoesNotCoverItsRow();
+    void aTouchHidesTheBand();
+    void theBandHidesWhenItsRowScrollsAway();
     void showsTheFullNameWithoutBlanks();
     void fullNameIsPlainText();
 };
@@ -69,8 +69,8 @@ void tst_LongNames::showsNoBandForShortNames()
     QVERIFY(!names.Band().isVisible());
 }
 
-// The row that was touched, however the name of the one before was shown.
-void tst_LongNames::selectsWhatIsTouched()
+// The band of a row never moves or covers the row that is touched next.
+void tst_LongNames::selectsTheTouchedRow()
 {
     QStringList all = Numbered(20);
     all[18] = longName;
@@ -86,7 +86,7 @@ void tst_LongNames::selectsWhatIsTouched()
     QCOMPARE(names.list.GetSelectedTextItems(), QStringList({all[17], longName, all[19]}));
 }
 
-void tst_LongNames::bandLeavesItsRowFree()
+void tst_LongNames::theBandDoesNotCoverItsRow()
 {
     TNames names({longName, QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), longName,
                   QStringLiteral("d")});
@@ -101,7 +101,7 @@ void tst_LongNames::bandLeavesItsRowFree()
     QVERIFY(!names.Band().geometry().intersects(names.RowOf(4)));
 }
 
-void tst_LongNames::aTouchTakesTheBandAway()
+void tst_LongNames::aTouchHidesTheBand()
 {
     TNames names(Numbered(3) + QStringList(longName));
     names.Click(3);
@@ -112,7 +112,7 @@ void tst_LongNames::aTouchTakesTheBandAway()
     QCOMPARE(names.list.GetSelectedTextItems(), selected);
 }
 
-void tst_LongNames::bandGoesWithItsRow()
+void tst_LongNames::theBandHidesWhenItsRowScrollsAway()
 {
     TNames names(QStringList(longName) + Numbered(20));
     names.Click(0);
@@ -123,7 +123,7 @@ void tst_LongNames::bandGoesWithItsRow()
     QVERIFY(names.Band().isVisible());
 }
 
-// Ink on the last line, and none at the right edge, where a name that is cut would have some.
+// The last line has ink. The right edge has none; a name that is cut off would have ink there.
 void tst_LongNames::showsTheFullNameWithoutBlanks()
 {
     TNames names({QString(180, QLatin1Char('m')) + QStringLiteral(".zip")});

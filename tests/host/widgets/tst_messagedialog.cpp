@@ -1,4 +1,4 @@
-// Message dialogs: their buttons' rules, what shows that work goes on, what their signals may do.
+// Message dialogs: the rules of their buttons, the busy indicator, and what slots may do.
 #include "TDialog.h"
 #include "host/TWindow.h"
 #include "hostimpl/Theme.h"
@@ -25,26 +25,26 @@ private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
     void hasTheButtonsOfItsType_data();
     void hasTheButtonsOfItsType();
-    void answers_data();
-    void answers();
-    void doublePressAnswersOnce();
-    void cancelLeavesItOpen();
-    void touchesTheButtons();
+    void emitsTheAnswerAndCloses_data();
+    void emitsTheAnswerAndCloses();
+    void aDoublePressAnswersOnce();
+    void cancelKeepsTheDialogOpen();
+    void aTouchPressesTheButton();
     void disabledButtonsDoNothing();
-    void backIsTheHarmlessAnswer_data();
-    void backIsTheHarmlessAnswer();
-    void backCannotLeaveARunningOperation();
-    void questionBeginsWithNo();
-    void whatIsEnabledCanBePressed();
-    void isBuiltWhenNeeded();
-    void showsThatWorkGoesOn();
-    void busyRestsWhileHidden();
-    void messageMayChangeAtAnyTime();
-    void messageChangesNothingElse();
-    void comesToTheFrontOnly();
-    void staysOpenIfShownFromItsSignal();
-    void mayGoFromItsSignal();
-    void oneDialogMayOpenAnother();
+    void backGivesTheHarmlessAnswer_data();
+    void backGivesTheHarmlessAnswer();
+    void backDoesNotCloseARunningOperation();
+    void aQuestionStartsWithTheFocusOnNo();
+    void anEnabledButtonTakesTheFocus();
+    void buildsItsContentOnFirstUse();
+    void showsTheBusyIndicatorDuringAnOperation();
+    void theBusyIndicatorStopsWhileHidden();
+    void theMessageMayChangeAtAnyTime();
+    void aNewMessageChangesNothingElse();
+    void showingAgainOnlyRaisesTheDialog();
+    void staysOpenIfASlotShowsItAgain();
+    void aSlotMayDeleteTheDialog();
+    void aDialogMayOpenAnother();
 };
 
 void tst_MessageDialog::hasTheButtonsOfItsType_data()
@@ -78,50 +78,50 @@ void tst_MessageDialog::hasTheButtonsOfItsType()
                 static_cast<TMessageDialog::EMessageDialogButton>(-1)) == nullptr);
 }
 
-void tst_MessageDialog::answers_data()
+void tst_MessageDialog::emitsTheAnswerAndCloses_data()
 {
     QTest::addColumn<int>("type");
     QTest::addColumn<int>("button");
-    QTest::addColumn<QStringList>("told");
+    QTest::addColumn<QStringList>("expected");
     QTest::newRow("ok") << 0 << 0 << Words("ok closed");
     QTest::newRow("close") << 2 << 0 << Words("ok closed");
     QTest::newRow("yes") << 4 << 0 << Words("yes closed");
     QTest::newRow("no") << 4 << 1 << Words("no closed");
 }
 
-void tst_MessageDialog::answers()
+void tst_MessageDialog::emitsTheAnswerAndCloses()
 {
     QFETCH(int, type);
     QFETCH(int, button);
-    QFETCH(QStringList, told);
+    QFETCH(QStringList, expected);
     TDialog dialog(static_cast<TMessageDialog::EMessageDialogType>(type));
     dialog.Button(button).OnWheelPressed();
-    QCOMPARE(dialog.told, told);
+    QCOMPARE(dialog.signalNames, expected);
     QVERIFY(!dialog.dialog.isVisible());
 }
 
-void tst_MessageDialog::doublePressAnswersOnce()
+void tst_MessageDialog::aDoublePressAnswersOnce()
 {
     TDialog dialog(TMessageDialog::eQuestion);
     dialog.Button(0).click();
     dialog.Button(0).click();
     dialog.Button(1).click();
-    QCOMPARE(dialog.told, Words("yes closed"));
+    QCOMPARE(dialog.signalNames, Words("yes closed"));
 }
 
-void tst_MessageDialog::cancelLeavesItOpen()
+void tst_MessageDialog::cancelKeepsTheDialogOpen()
 {
     TDialog dialog(TMessageDialog::eOperation);
     dialog.Button(1).click();
-    QCOMPARE(dialog.told, Words("cancel"));
+    QCOMPARE(dialog.signalNames, Words("cancel"));
     QVERIFY(dialog.dialog.isVisible());
 }
 
-void tst_MessageDialog::touchesTheButtons()
+void tst_MessageDialog::aTouchPressesTheButton()
 {
     TDialog dialog(TMessageDialog::eQuestion);
     QTest::mouseClick(&dialog.Button(0), Qt::LeftButton);
-    QCOMPARE(dialog.told, Words("yes closed"));
+    QCOMPARE(dialog.signalNames, Words("yes closed"));
 }
 
 void tst_MessageDialog::disabledButtonsDoNothing()
@@ -134,45 +134,45 @@ void tst_MessageDialog::disabledButtonsDoNothing()
         dialog.Button(button).OnWheelPressed();
         dialog.Button(button).click();
     }
-    QVERIFY(dialog.told.isEmpty());
+    QVERIFY(dialog.signalNames.isEmpty());
     QVERIFY(dialog.dialog.isVisible());
 }
 
-void tst_MessageDialog::backIsTheHarmlessAnswer_data()
+void tst_MessageDialog::backGivesTheHarmlessAnswer_data()
 {
     QTest::addColumn<int>("type");
-    QTest::addColumn<QStringList>("told");
+    QTest::addColumn<QStringList>("expected");
     QTest::newRow("acknowledge") << 0 << Words("ok closed");
     QTest::newRow("operation") << 2 << Words("ok closed");
     QTest::newRow("question") << 4 << Words("no closed");
 }
 
-void tst_MessageDialog::backIsTheHarmlessAnswer()
+void tst_MessageDialog::backGivesTheHarmlessAnswer()
 {
     QFETCH(int, type);
-    QFETCH(QStringList, told);
+    QFETCH(QStringList, expected);
     TDialog byBack(static_cast<TMessageDialog::EMessageDialogType>(type));
     QVERIFY(byBack.dialog.OnBackPressed());
-    QCOMPARE(byBack.told, told);
+    QCOMPARE(byBack.signalNames, expected);
     TDialog byKey(static_cast<TMessageDialog::EMessageDialogType>(type));
     QTest::keyClick(&byKey.dialog, Qt::Key_Escape);
-    QCOMPARE(byKey.told, told);
+    QCOMPARE(byKey.signalNames, expected);
     TDialog byClosing(static_cast<TMessageDialog::EMessageDialogType>(type));
     byClosing.dialog.close();
-    QCOMPARE(byClosing.told, told);
+    QCOMPARE(byClosing.signalNames, expected);
 }
 
-void tst_MessageDialog::backCannotLeaveARunningOperation()
+void tst_MessageDialog::backDoesNotCloseARunningOperation()
 {
     TDialog dialog(TMessageDialog::eOperation);
     dialog.dialog.EnableButton(TMessageDialog::eButton0, false);
     QVERIFY(dialog.dialog.OnBackPressed());
     dialog.dialog.close();
     QVERIFY(dialog.dialog.isVisible());
-    QVERIFY(dialog.told.isEmpty());
+    QVERIFY(dialog.signalNames.isEmpty());
 }
 
-void tst_MessageDialog::questionBeginsWithNo()
+void tst_MessageDialog::aQuestionStartsWithTheFocusOnNo()
 {
     TDialog dialog(TMessageDialog::eQuestion);
     QCOMPARE(dialog.dialog.focusWidget(), &dialog.Button(1));
@@ -183,8 +183,8 @@ void tst_MessageDialog::questionBeginsWithNo()
     QCOMPARE(dialog.dialog.focusWidget(), &dialog.Button(1));
 }
 
-// As an operation goes: running, cancelling, finished.
-void tst_MessageDialog::whatIsEnabledCanBePressed()
+// The steps of an operation: running, cancelling, finished.
+void tst_MessageDialog::anEnabledButtonTakesTheFocus()
 {
     TDialog dialog(TMessageDialog::eOperation);
     QVERIFY(QTest::qWaitForWindowActive(&dialog.dialog));
@@ -196,7 +196,7 @@ void tst_MessageDialog::whatIsEnabledCanBePressed()
     QCOMPARE(dialog.dialog.focusWidget(), &dialog.Button(0));
 }
 
-void tst_MessageDialog::isBuiltWhenNeeded()
+void tst_MessageDialog::buildsItsContentOnFirstUse()
 {
     TMessageDialog dialog(nullptr, QStringLiteral("Title"), QStringLiteral("Message"),
                           TMessageDialog::eOperation, false, QPixmap());
@@ -214,7 +214,7 @@ void tst_MessageDialog::isBuiltWhenNeeded()
     QVERIFY(!dialog.isVisible());
 }
 
-void tst_MessageDialog::showsThatWorkGoesOn()
+void tst_MessageDialog::showsTheBusyIndicatorDuringAnOperation()
 {
     TDialog dialog(TMessageDialog::eOperation);
     QVERIFY(!dialog.Busy()->IsRunning());
@@ -230,7 +230,7 @@ void tst_MessageDialog::showsThatWorkGoesOn()
     QVERIFY(!dialog.Busy()->IsMoving());
 }
 
-void tst_MessageDialog::busyRestsWhileHidden()
+void tst_MessageDialog::theBusyIndicatorStopsWhileHidden()
 {
     TDialog dialog(TMessageDialog::eOperation);
     dialog.dialog.EnableButton(TMessageDialog::eButton0, false);
@@ -240,7 +240,7 @@ void tst_MessageDialog::busyRestsWhileHidden()
     QVERIFY(dialog.Busy()->IsMoving());
 }
 
-void tst_MessageDialog::messageMayChangeAtAnyTime()
+void tst_MessageDialog::theMessageMayChangeAtAnyTime()
 {
     TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eAcknowledge, false,
                           QPixmap());
@@ -252,7 +252,7 @@ void tst_MessageDialog::messageMayChangeAtAnyTime()
     QCOMPARE(dialog.Message(), QStringLiteral("while"));
 }
 
-void tst_MessageDialog::messageChangesNothingElse()
+void tst_MessageDialog::aNewMessageChangesNothingElse()
 {
     TDialog dialog(TMessageDialog::eOperation);
     dialog.dialog.EnableButton(TMessageDialog::eButton0, false);
@@ -263,7 +263,7 @@ void tst_MessageDialog::messageChangesNothingElse()
     QVERIFY(dialog.Button(1).isEnabled());
 }
 
-void tst_MessageDialog::comesToTheFrontOnly()
+void tst_MessageDialog::showingAgainOnlyRaisesTheDialog()
 {
     TDialog dialog(TMessageDialog::eQuestion);
     dialog.Button(0).setFocus();
@@ -272,10 +272,10 @@ void tst_MessageDialog::comesToTheFrontOnly()
     QVERIFY(dialog.dialog.isModal());
     QCOMPARE(dialog.dialog.geometry(), place);
     QCOMPARE(dialog.dialog.focusWidget(), &dialog.Button(0));
-    QVERIFY(dialog.told.isEmpty());
+    QVERIFY(dialog.signalNames.isEmpty());
 }
 
-void tst_MessageDialog::staysOpenIfShownFromItsSignal()
+void tst_MessageDialog::staysOpenIfASlotShowsItAgain()
 {
     TDialog dialog(TMessageDialog::eAcknowledge);
     int times = 0;
@@ -291,7 +291,7 @@ void tst_MessageDialog::staysOpenIfShownFromItsSignal()
     QVERIFY(!dialog.dialog.isVisible());
 }
 
-void tst_MessageDialog::mayGoFromItsSignal()
+void tst_MessageDialog::aSlotMayDeleteTheDialog()
 {
     auto* const dialog = new TMessageDialog(nullptr, QString(), QString(),
                                             TMessageDialog::eAcknowledge, false, QPixmap());
@@ -302,7 +302,7 @@ void tst_MessageDialog::mayGoFromItsSignal()
     QVERIFY(watched.isNull());
 }
 
-void tst_MessageDialog::oneDialogMayOpenAnother()
+void tst_MessageDialog::aDialogMayOpenAnother()
 {
     TDialog question(TMessageDialog::eQuestion);
     TMessageDialog progress(nullptr, QString(), QString(), TMessageDialog::eOperation, false,

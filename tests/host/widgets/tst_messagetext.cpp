@@ -1,4 +1,4 @@
-// What a message dialog shows: long messages, simple mark-up and nothing else, a picture beside.
+// The content of a message dialog: long messages, allowed tags, a picture.
 #include "TDialog.h"
 #include "host/TWindow.h"
 #include "hostimpl/Theme.h"
@@ -25,14 +25,14 @@ class tst_MessageText : public kelvo::test::TTestCase
 private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
     void longMessagesScroll();
-    void longMessagesAreReadByWheel();
+    void theWheelScrollsLongMessages();
     void growsWithItsMessage();
-    void coversTheScreenIfAsked();
+    void coversTheScreenIfFullScreen();
     void drawsSimpleRichText();
-    void keepsOutWhatIsNotSimple_data();
-    void keepsOutWhatIsNotSimple();
-    void loadsNothing();
-    void pictureStandsBeside();
+    void showsOtherTagsAsText_data();
+    void showsOtherTagsAsText();
+    void loadsNoResources();
+    void drawsThePictureBesideTheText();
 };
 
 void tst_MessageText::longMessagesScroll()
@@ -52,7 +52,7 @@ void tst_MessageText::longMessagesScroll()
     QVERIFY(!text.geometry().intersects(button->geometry()));
 }
 
-void tst_MessageText::longMessagesAreReadByWheel()
+void tst_MessageText::theWheelScrollsLongMessages()
 {
     TDialog dialog(TMessageDialog::eAcknowledge);
     QCOMPARE(dialog.Text().focusPolicy(), Qt::NoFocus);
@@ -80,7 +80,7 @@ void tst_MessageText::growsWithItsMessage()
     QCOMPARE(dialog.Text().verticalScrollBar()->maximum(), 0);
 }
 
-void tst_MessageText::coversTheScreenIfAsked()
+void tst_MessageText::coversTheScreenIfFullScreen()
 {
     TWindow window;
     window.setGeometry(50, 60, 700, 500);
@@ -101,7 +101,7 @@ void tst_MessageText::drawsSimpleRichText()
     QCOMPARE(dialog.Text().toPlainText(), QStringLiteral("a < b & c > d\n<file>.zip"));
 }
 
-void tst_MessageText::keepsOutWhatIsNotSimple_data()
+void tst_MessageText::showsOtherTagsAsText_data()
 {
     QTest::addColumn<QString>("message");
     QTest::addColumn<QString>("html");
@@ -117,7 +117,7 @@ void tst_MessageText::keepsOutWhatIsNotSimple_data()
     row("lines", "<i>x</i>\n\ny", "<i>x</i><br><br>y");
 }
 
-void tst_MessageText::keepsOutWhatIsNotSimple()
+void tst_MessageText::showsOtherTagsAsText()
 {
     QFETCH(QString, message);
     QFETCH(QString, html);
@@ -126,14 +126,14 @@ void tst_MessageText::keepsOutWhatIsNotSimple()
     QVERIFY(isRich);
 }
 
-void tst_MessageText::loadsNothing()
+void tst_MessageText::loadsNoResources()
 {
     TDialog dialog(TMessageDialog::eAcknowledge);
     QVERIFY(!dialog.Text().loadResource(QTextDocument::ImageResource, QUrl()).isValid());
     QCOMPARE(dialog.Text().textInteractionFlags(), Qt::NoTextInteraction);
 }
 
-void tst_MessageText::pictureStandsBeside()
+void tst_MessageText::drawsThePictureBesideTheText()
 {
     QPixmap picture(120, 90);
     picture.fill(Qt::red);

@@ -1,4 +1,4 @@
-// Windows that come up over the screens: where, how long, and who may go first; progress dialogs.
+// Popup windows: place, modality, order of deletion. Progress dialogs.
 #include "host/TMessageDialog.h"
 #include "host/TProgressDialog.h"
 #include "host/TPushButton.h"
@@ -15,7 +15,7 @@
 
 namespace {
 
-// A screen's part that has dialogs as members, whose parent is the part's own parent.
+// A part of a screen with dialogs as members. The dialogs' parent is the part's parent.
 class TPart : public TWindow
 {
 public:
@@ -37,7 +37,7 @@ private:
     TProgressDialog m_progress;
 };
 
-// A part that is itself the parent of its members.
+// A part that is the parent of its dialog.
 class TOwnParent : public TWindow
 {
 public:
@@ -73,26 +73,26 @@ private Q_SLOTS:
         TTestCase::cleanup();
     }
     void showsAndClosesOnce();
-    void isModalIfAsked();
-    void isAWindowOfItsOwn();
-    void comesUpOverItsParentsWindow();
-    void comesUpOverTheHostOfPopups();
-    void passesOverAHiddenParent();
-    void survivesTheHostOfPopups();
-    void popupsDoNotFollowEachOther();
+    void isModalOnRequest();
+    void isATopLevelWindow();
+    void isPlacedOverItsParentsWindow();
+    void isPlacedOverThePopupHost();
+    void isPlacedOverThePopupHostIfItsParentIsHidden();
+    void thePopupHostMayBeDeleted();
+    void aPopupDoesNotFollowAnotherPopup();
     void followsTheWindowBelow();
     void staysWithinTheWindowBelow();
-    void parentMayGoFirst();
-    void memberMayGoFirst();
-    void parentMayGoWhileTheyAreShown();
-    void membersMayBeTheirOwnersChildren();
-    void wheelGoesRound();
-    void progressIsShown();
-    void progressIsCut();
-    void progressTextsCanBeHidden();
-    void progressIsClosedByTheOperator();
-    void progressWithoutButtonStays();
-    void progressTextsWrap();
+    void theParentMayBeDeletedFirst();
+    void theMemberMayBeDeletedFirst();
+    void theParentMayBeDeletedWhilePopupsAreShown();
+    void aPartMayBeTheParentOfItsDialog();
+    void theWheelWrapsAround();
+    void showsTheProgress();
+    void keepsTheProgressBetween0And100();
+    void hidesProgressTexts();
+    void theOperatorClosesTheProgress();
+    void progressWithoutAButtonStaysOpen();
+    void wrapsProgressTexts();
 };
 
 void tst_Popups::showsAndClosesOnce()
@@ -113,7 +113,7 @@ void tst_Popups::showsAndClosesOnce()
     QCOMPARE(closed.count(), 2);
 }
 
-void tst_Popups::isModalIfAsked()
+void tst_Popups::isModalOnRequest()
 {
     TPopupWindow popup;
     popup.ShowWindow(true);
@@ -124,7 +124,7 @@ void tst_Popups::isModalIfAsked()
     QVERIFY(QApplication::activeModalWidget() == nullptr);
 }
 
-void tst_Popups::isAWindowOfItsOwn()
+void tst_Popups::isATopLevelWindow()
 {
     TWindow window;
     window.setEnabled(false);
@@ -137,7 +137,7 @@ void tst_Popups::isAWindowOfItsOwn()
     QVERIFY(!popup.testAttribute(Qt::WA_DeleteOnClose));
 }
 
-void tst_Popups::comesUpOverItsParentsWindow()
+void tst_Popups::isPlacedOverItsParentsWindow()
 {
     const auto window = NewWindow(QRect(30, 40, 700, 500));
     const auto other = NewWindow(QRect(0, 0, 300, 300));
@@ -149,7 +149,7 @@ void tst_Popups::comesUpOverItsParentsWindow()
     QCOMPARE(dialog.geometry().center(), window->geometry().center());
 }
 
-void tst_Popups::comesUpOverTheHostOfPopups()
+void tst_Popups::isPlacedOverThePopupHost()
 {
     const auto window = NewWindow(QRect(30, 40, 700, 500));
     hostimpl::SetPopupHost(window.get());
@@ -160,7 +160,7 @@ void tst_Popups::comesUpOverTheHostOfPopups()
     QCOMPARE(dialog.geometry().center(), window->geometry().center());
 }
 
-void tst_Popups::passesOverAHiddenParent()
+void tst_Popups::isPlacedOverThePopupHostIfItsParentIsHidden()
 {
     const auto window = NewWindow(QRect(30, 40, 700, 500));
     hostimpl::SetPopupHost(window.get());
@@ -172,7 +172,7 @@ void tst_Popups::passesOverAHiddenParent()
     QCOMPARE(dialog.geometry().center(), window->geometry().center());
 }
 
-void tst_Popups::survivesTheHostOfPopups()
+void tst_Popups::thePopupHostMayBeDeleted()
 {
     auto window = NewWindow(QRect(30, 40, 700, 500));
     hostimpl::SetPopupHost(window.get());
@@ -185,8 +185,8 @@ void tst_Popups::survivesTheHostOfPopups()
     QVERIFY(popup.isVisible());
 }
 
-// The second finds the first as the active window.
-void tst_Popups::popupsDoNotFollowEachOther()
+// The first popup is the active window when the second popup is shown.
+void tst_Popups::aPopupDoesNotFollowAnotherPopup()
 {
     TMessageDialog first(nullptr, QString(), QString(), TMessageDialog::eAcknowledge, false,
                          QPixmap());
@@ -223,7 +223,7 @@ void tst_Popups::staysWithinTheWindowBelow()
     QVERIFY(window->geometry().contains(dialog.geometry()));
 }
 
-void tst_Popups::parentMayGoFirst()
+void tst_Popups::theParentMayBeDeletedFirst()
 {
     auto parent = std::make_unique<QWidget>();
     const QPointer<TPart> part = new TPart(parent.get());
@@ -232,7 +232,7 @@ void tst_Popups::parentMayGoFirst()
     QVERIFY(part.isNull());
 }
 
-void tst_Popups::memberMayGoFirst()
+void tst_Popups::theMemberMayBeDeletedFirst()
 {
     QWidget parent;
     auto* const part = new TPart(&parent);
@@ -242,7 +242,7 @@ void tst_Popups::memberMayGoFirst()
     QVERIFY(QApplication::activeModalWidget() == nullptr);
 }
 
-void tst_Popups::parentMayGoWhileTheyAreShown()
+void tst_Popups::theParentMayBeDeletedWhilePopupsAreShown()
 {
     auto window = NewWindow(QRect(0, 0, 800, 480));
     auto* const part = new TPart(window.get());
@@ -252,7 +252,7 @@ void tst_Popups::parentMayGoWhileTheyAreShown()
     QVERIFY(QApplication::activeModalWidget() == nullptr);
 }
 
-void tst_Popups::membersMayBeTheirOwnersChildren()
+void tst_Popups::aPartMayBeTheParentOfItsDialog()
 {
     auto owner = std::make_unique<TOwnParent>();
     owner->show();
@@ -260,7 +260,7 @@ void tst_Popups::membersMayBeTheirOwnersChildren()
     QVERIFY(QApplication::activeModalWidget() == nullptr);
 }
 
-void tst_Popups::wheelGoesRound()
+void tst_Popups::theWheelWrapsAround()
 {
     TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eQuestion, false,
                           QPixmap());
@@ -272,7 +272,7 @@ void tst_Popups::wheelGoesRound()
     QCOMPARE(dialog.focusWidget(), first);
 }
 
-void tst_Popups::progressIsShown()
+void tst_Popups::showsTheProgress()
 {
     TProgressDialog dialog(nullptr, QStringLiteral("Title"), TProgressDialog::ePercentage, true);
     dialog.SetMessage(QStringLiteral("above"), true);
@@ -297,7 +297,7 @@ void tst_Popups::progressIsShown()
     QVERIFY(std::abs(filled() - bar.width()) <= 6);
 }
 
-void tst_Popups::progressIsCut()
+void tst_Popups::keepsTheProgressBetween0And100()
 {
     TProgressDialog dialog(nullptr, QString(), TProgressDialog::ePercentage, true);
     QCOMPARE(dialog.Progress(), 0);
@@ -307,7 +307,7 @@ void tst_Popups::progressIsCut()
     QCOMPARE(dialog.Progress(), 0);
 }
 
-void tst_Popups::progressTextsCanBeHidden()
+void tst_Popups::hidesProgressTexts()
 {
     TProgressDialog dialog(nullptr, QString(), TProgressDialog::ePercentage, true);
     dialog.SetMessage(QStringLiteral("above"), false);
@@ -323,7 +323,7 @@ void tst_Popups::progressTextsCanBeHidden()
     QCOMPARE(dialog.Message(), QStringLiteral("above"));
 }
 
-void tst_Popups::progressIsClosedByTheOperator()
+void tst_Popups::theOperatorClosesTheProgress()
 {
     TProgressDialog dialog(nullptr, QString(), TProgressDialog::ePercentage, true);
     dialog.ShowWindow(false);
@@ -339,7 +339,7 @@ void tst_Popups::progressIsClosedByTheOperator()
     QVERIFY(!dialog.isVisible());
 }
 
-void tst_Popups::progressWithoutButtonStays()
+void tst_Popups::progressWithoutAButtonStaysOpen()
 {
     TProgressDialog dialog(nullptr, QString(), TProgressDialog::ePercentage, false);
     dialog.ShowWindow(true);
@@ -350,7 +350,7 @@ void tst_Popups::progressWithoutButtonStays()
     QVERIFY(!dialog.isVisible());
 }
 
-void tst_Popups::progressTextsWrap()
+void tst_Popups::wrapsProgressTexts()
 {
     TProgressDialog dialog(nullptr, QString(), TProgressDialog::ePercentage, true);
     dialog.SetBottomMessage(QStringLiteral("many words and more of them ").repeated(8), true);
@@ -361,7 +361,7 @@ void tst_Popups::progressTextsWrap()
             QVERIFY(label->height() >= label->heightForWidth(label->width()));
         }
     }
-    // A longer text while it is shown.
+    // A longer text during the display.
     const int before = dialog.height();
     dialog.SetMessage(QStringLiteral("many words and more of them ").repeated(8), true);
     QVERIFY(dialog.height() > before);

@@ -1,4 +1,4 @@
-// A property row: what it holds, when it says that its value has changed, how it is worked.
+// A property row: its value, its ValueChanged() signal, and its use by touch, wheel and keyboard.
 #include "TChoiceRow.h"
 #include "host/TPushButton.h"
 #include "hostimpl/Theme.h"
@@ -26,27 +26,27 @@ class tst_PropertyWidget : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
-    void numbersTellOnlyChanges();
-    void numbersStayWithinLimits();
-    void showingAnItemTellsNothing();
+    void emitsOnlyForAChangedNumber();
+    void keepsNumbersWithinTheLimits();
+    void showingAnItemEmitsNothing();
     void keepsACopyOfTheItem();
-    void textsTellOnlyChanges();
-    void tellsEachCharacterTyped();
-    void hidesTextAndShowsIt();
-    void offersNoEyeWithoutHiding();
-    void wheelPassesWhatIsNotInHand();
-    void wheelStepsOverWhatIsNotOffered();
-    void wheelStopsAtTheEnds();
-    void wheelWrapsIfItMay();
-    void wheelStaysWhereNothingIsOffered();
-    void buttonBeginsAndEndsWriting();
-    void lettersBeginWriting();
-    void disabledCannotBeChanged();
-    void disabledTextCanBeRead();
-    void lockedCannotBeChanged();
+    void emitsOnlyForAChangedText();
+    void emitsForEachTypedCharacter();
+    void hidesAndRevealsTheText();
+    void hasNoRevealButtonWithoutHiding();
+    void theWheelSkipsARowThatIsNotEdited();
+    void theWheelSkipsChoicesNotOffered();
+    void theWheelStopsAtBothEnds();
+    void theWheelWrapsIfAllowed();
+    void theWheelKeepsTheValueIfNothingIsOffered();
+    void theButtonStartsAndEndsTheEditing();
+    void aLetterKeyStartsTheEditing();
+    void aDisabledRowCannotBeChanged();
+    void aDisabledTextIsReadable();
+    void aLockedRowCannotBeChanged();
 };
 
-void tst_PropertyWidget::numbersTellOnlyChanges()
+void tst_PropertyWidget::emitsOnlyForAChangedNumber()
 {
     TChoiceRow place(Places());
     place.row.SetNumericalValue(0.0);
@@ -59,7 +59,7 @@ void tst_PropertyWidget::numbersTellOnlyChanges()
     QCOMPARE(place.changes.count(), 1);
 }
 
-void tst_PropertyWidget::numbersStayWithinLimits()
+void tst_PropertyWidget::keepsNumbersWithinTheLimits()
 {
     TChoiceRow place(Places());
     place.row.SetNumericalValue(9.0);
@@ -69,7 +69,7 @@ void tst_PropertyWidget::numbersStayWithinLimits()
     QCOMPARE(place.changes.count(), 2);
 }
 
-void tst_PropertyWidget::showingAnItemTellsNothing()
+void tst_PropertyWidget::showingAnItemEmitsNothing()
 {
     TChoiceRow place(Places());
     TEditItem item = Places();
@@ -91,7 +91,7 @@ void tst_PropertyWidget::keepsACopyOfTheItem()
     QCOMPARE(place.row.GetTextValue(), QStringLiteral("One"));
 }
 
-void tst_PropertyWidget::textsTellOnlyChanges()
+void tst_PropertyWidget::emitsOnlyForAChangedText()
 {
     TPropertyWidget row;
     row.SetPropertyType(TPropertyWidget::eText, nullptr);
@@ -105,7 +105,7 @@ void tst_PropertyWidget::textsTellOnlyChanges()
     QCOMPARE(row.GetNumericalValue(), 12.5);
 }
 
-void tst_PropertyWidget::tellsEachCharacterTyped()
+void tst_PropertyWidget::emitsForEachTypedCharacter()
 {
     TPropertyWidget row;
     row.show();
@@ -117,7 +117,7 @@ void tst_PropertyWidget::tellsEachCharacterTyped()
     QCOMPARE(values, QStringList({QStringLiteral("a"), QStringLiteral("ab"), QStringLiteral("a")}));
 }
 
-void tst_PropertyWidget::hidesTextAndShowsIt()
+void tst_PropertyWidget::hidesAndRevealsTheText()
 {
     TPropertyWidget row;
     row.setAllowHideText(true);
@@ -137,7 +137,7 @@ void tst_PropertyWidget::hidesTextAndShowsIt()
     QCOMPARE(row.GetTextValue(), QStringLiteral("secret"));
 }
 
-void tst_PropertyWidget::offersNoEyeWithoutHiding()
+void tst_PropertyWidget::hasNoRevealButtonWithoutHiding()
 {
     TPropertyWidget row;
     row.show();
@@ -150,7 +150,7 @@ void tst_PropertyWidget::offersNoEyeWithoutHiding()
     QCOMPARE(EditOf(row).echoMode(), QLineEdit::Normal);
 }
 
-void tst_PropertyWidget::wheelPassesWhatIsNotInHand()
+void tst_PropertyWidget::theWheelSkipsARowThatIsNotEdited()
 {
     TChoiceRow place(Places());
     QVERIFY(!place.row.OnWheelTurned(1));
@@ -164,7 +164,7 @@ void tst_PropertyWidget::wheelPassesWhatIsNotInHand()
     QCOMPARE(place.changes.count(), 1);
 }
 
-void tst_PropertyWidget::wheelStepsOverWhatIsNotOffered()
+void tst_PropertyWidget::theWheelSkipsChoicesNotOffered()
 {
     TEditItem item = Places();
     item.optionsEnabled.Set(1, false);
@@ -178,7 +178,7 @@ void tst_PropertyWidget::wheelStepsOverWhatIsNotOffered()
     QCOMPARE(place.changes.count(), 2);
 }
 
-void tst_PropertyWidget::wheelStopsAtTheEnds()
+void tst_PropertyWidget::theWheelStopsAtBothEnds()
 {
     TChoiceRow place(Places(false));
     place.row.OnWheelPressed();
@@ -189,7 +189,7 @@ void tst_PropertyWidget::wheelStopsAtTheEnds()
     QCOMPARE(place.changes.count(), 1);
 }
 
-void tst_PropertyWidget::wheelWrapsIfItMay()
+void tst_PropertyWidget::theWheelWrapsIfAllowed()
 {
     TEditItem item = Places(true);
     item.optionsEnabled.Set(0, false);
@@ -202,7 +202,7 @@ void tst_PropertyWidget::wheelWrapsIfItMay()
     QCOMPARE(place.row.GetNumericalValue(), 3.0);
 }
 
-void tst_PropertyWidget::wheelStaysWhereNothingIsOffered()
+void tst_PropertyWidget::theWheelKeepsTheValueIfNothingIsOffered()
 {
     TEditItem item = Places(true);
     for (int value = 0; value <= 3; ++value) {
@@ -215,7 +215,7 @@ void tst_PropertyWidget::wheelStaysWhereNothingIsOffered()
     QCOMPARE(place.changes.count(), 0);
 }
 
-void tst_PropertyWidget::buttonBeginsAndEndsWriting()
+void tst_PropertyWidget::theButtonStartsAndEndsTheEditing()
 {
     TWindow window;
     TPropertyWidget row(&window);
@@ -232,7 +232,7 @@ void tst_PropertyWidget::buttonBeginsAndEndsWriting()
     QVERIFY(row.hasFocus());
 }
 
-void tst_PropertyWidget::lettersBeginWriting()
+void tst_PropertyWidget::aLetterKeyStartsTheEditing()
 {
     TWindow window;
     TPropertyWidget row(&window);
@@ -244,7 +244,7 @@ void tst_PropertyWidget::lettersBeginWriting()
     QVERIFY(EditOf(row).hasFocus());
 }
 
-void tst_PropertyWidget::disabledCannotBeChanged()
+void tst_PropertyWidget::aDisabledRowCannotBeChanged()
 {
     TChoiceRow place(Places());
     place.row.setEnabled(false);
@@ -255,7 +255,7 @@ void tst_PropertyWidget::disabledCannotBeChanged()
     QCOMPARE(place.changes.count(), 0);
 }
 
-void tst_PropertyWidget::disabledTextCanBeRead()
+void tst_PropertyWidget::aDisabledTextIsReadable()
 {
     TPropertyWidget row;
     row.show();
@@ -267,12 +267,12 @@ void tst_PropertyWidget::disabledTextCanBeRead()
     for (const auto theme : {hostimpl::ETheme::eNight, hostimpl::ETheme::eDay}) {
         hostimpl::SetTheme(theme);
         QCOMPARE(drawn(), hostimpl::ThemeColour(hostimpl::EColour::eOffText, theme));
-        QApplication::setPalette(QPalette(Qt::gray)); // by somebody else
+        QApplication::setPalette(QPalette(Qt::gray)); // a palette that is not the theme's
         QCOMPARE(drawn(), hostimpl::ThemeColour(hostimpl::EColour::eOffText, theme));
     }
 }
 
-void tst_PropertyWidget::lockedCannotBeChanged()
+void tst_PropertyWidget::aLockedRowCannotBeChanged()
 {
     TChoiceRow place(Places());
     TPropertyWidget text(&place.window);

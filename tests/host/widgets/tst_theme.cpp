@@ -1,4 +1,4 @@
-// The theme: what can be read, by day and by night, and that it changes while the console runs.
+// The theme: contrasts by day and by night, and the change of the theme at run time.
 #include "hostimpl/Theme.h"
 
 #include "host/TPushButton.h"
@@ -97,20 +97,20 @@ class tst_Theme : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void init() { hostimpl::SetTheme(ETheme::eDay); }
-    void contrastIsKnown();
-    void canBeRead_data();
-    void canBeRead();
+    void computesKnownContrasts();
+    void textsHaveEnoughContrast_data();
+    void textsHaveEnoughContrast();
     void textsAreLargeEnough();
-    void widgetsOfQtFollow();
-    void whatIsShownFollows();
+    void qtsWidgetsFollowTheTheme();
+    void visibleWidgetsFollowTheTheme();
     void iconsDiffer();
     void unknownIconIsNeutral();
     void iconsFollowTheTheme();
-    void drawingsEndAtWhatCannotBeRead();
-    void groundsGoByName();
+    void drawingsEndAtAnInvalidWord();
+    void drawsBackgroundsByName();
 };
 
-void tst_Theme::contrastIsKnown()
+void tst_Theme::computesKnownContrasts()
 {
     QCOMPARE(qRound(Contrast(Qt::white, Qt::black)), 21);
     QCOMPARE(qRound(Contrast(Qt::red, Qt::red)), 1);
@@ -118,7 +118,7 @@ void tst_Theme::contrastIsKnown()
     QVERIFY(Contrast(QColor(0x78, 0x78, 0x78), Qt::white) < 4.5);
 }
 
-void tst_Theme::canBeRead_data()
+void tst_Theme::textsHaveEnoughContrast_data()
 {
     QTest::addColumn<int>("theme");
     QTest::addColumn<int>("front");
@@ -133,7 +133,7 @@ void tst_Theme::canBeRead_data()
     }
 }
 
-void tst_Theme::canBeRead()
+void tst_Theme::textsHaveEnoughContrast()
 {
     QFETCH(int, theme);
     QFETCH(int, front);
@@ -158,7 +158,7 @@ void tst_Theme::textsAreLargeEnough()
              QStringLiteral("DejaVu Sans"));
 }
 
-void tst_Theme::widgetsOfQtFollow()
+void tst_Theme::qtsWidgetsFollowTheTheme()
 {
     QLineEdit edit;
     QLabel label;
@@ -175,7 +175,7 @@ void tst_Theme::widgetsOfQtFollow()
     }
 }
 
-void tst_Theme::whatIsShownFollows()
+void tst_Theme::visibleWidgetsFollowTheTheme()
 {
     TPushButton button(nullptr, QString(), QStringLiteral("NewStandardButton"),
                        QStringLiteral("NewStandardButtonSelected"), 0, QString());
@@ -233,7 +233,7 @@ void tst_Theme::iconsFollowTheTheme()
     QVERIFY(has(EColour::eText));
 }
 
-void tst_Theme::drawingsEndAtWhatCannotBeRead()
+void tst_Theme::drawingsEndAtAnInvalidWord()
 {
     const QString line = QStringLiteral("M 1 2 L 3 4");
     QCOMPARE(hostimpl::ParseDrawing(line).elementCount(), 2);
@@ -245,7 +245,7 @@ void tst_Theme::drawingsEndAtWhatCannotBeRead()
     QVERIFY(hostimpl::ParseDrawing(QString()).isEmpty());
 }
 
-void tst_Theme::groundsGoByName()
+void tst_Theme::drawsBackgroundsByName()
 {
     const QImage standard = DrawnGround(QStringLiteral("NewStandardButton"));
     const QImage selected = DrawnGround(QStringLiteral("NewStandardButtonSelected"));

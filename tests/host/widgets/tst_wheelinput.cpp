@@ -1,4 +1,4 @@
-// A whole screen worked with a wheel and one button, by keys.
+// A whole screen that is used with the keys of the wheel and its button.
 #include "hostimpl/TWheelInput.h"
 
 #include "host/TListWidget.h"
@@ -23,7 +23,7 @@ TPushButton* NewButton(QWidget* parent, int id)
                            QStringLiteral("NewStandardButtonSelected"), id, QString());
 }
 
-// A screen with one widget of each kind, in a window with one more beside it.
+// A screen with one widget of each kind, and a check box beside the screen.
 struct TScreen
 {
     TScreen()
@@ -85,29 +85,29 @@ class tst_WheelInput : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
-    void visitsAllInOrderAndRound();
+    void visitsAllWidgetsInOrderAndWrapsAround();
     void visitsBackwards();
-    void passesOverWhatCannotBeWorked();
+    void skipsDisabledWidgets();
     void writesText();
     void stepsThroughChoices();
     void selectsInTheList();
     void pressesButtons();
     void pressesButtonsOfQt();
-    void holdingGoesBack();
-    void holdingGoesBackOnce();
+    void aLongPressGoesBack();
+    void aLongPressGoesBackOnce();
     void aStrayReleaseDoesNothing();
     void escapeGoesBack();
     void answersDialogs();
-    void leavesOtherKeysAlone();
-    void leavesListsOfQtAlone();
-    void endsWithItsObject();
+    void doesNotHandleOtherKeys();
+    void doesNotHandleKeysOfQtsLists();
+    void handlesNoKeysAfterItsDestructor();
     void worksWithoutKeys();
-    void reachesTheEye();
-    void focusOrderIsTheTabKeys();
+    void reachesTheRevealButton();
+    void focusOrderIsTheTabOrder();
     void moveFocusStopsAtTheEnds();
 };
 
-void tst_WheelInput::visitsAllInOrderAndRound()
+void tst_WheelInput::visitsAllWidgetsInOrderAndWrapsAround()
 {
     TScreen it;
     for (QWidget* const next :
@@ -127,7 +127,7 @@ void tst_WheelInput::visitsBackwards()
     }
 }
 
-void tst_WheelInput::passesOverWhatCannotBeWorked()
+void tst_WheelInput::skipsDisabledWidgets()
 {
     TScreen it;
     it.choice->setEnabled(false);
@@ -146,7 +146,7 @@ void tst_WheelInput::writesText()
     QCOMPARE(it.text->GetTextValue(), QStringLiteral("abc"));
     QCOMPARE(it.window.focusWidget(), it.text);
     it.Key(Qt::Key_Return);
-    it.Key(Qt::Key_Down); // straight from writing to the next
+    it.Key(Qt::Key_Down); // ends the editing and moves to the next widget
     QCOMPARE(it.window.focusWidget(), it.choice);
 }
 
@@ -184,7 +184,7 @@ void tst_WheelInput::pressesButtons()
     it.button->setFocus();
     it.Key(Qt::Key_Enter);
     for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
-        QKeyEvent event(type, Qt::Key_Select, Qt::NoModifier); // none that QtTest could type
+        QKeyEvent event(type, Qt::Key_Select, Qt::NoModifier); // QtTest cannot type this key
         QCoreApplication::sendEvent(it.button, &event);
     }
     QCOMPARE(it.clicks.count(), 2);
@@ -199,7 +199,7 @@ void tst_WheelInput::pressesButtonsOfQt()
     QVERIFY(it.beside->isChecked());
 }
 
-void tst_WheelInput::holdingGoesBack()
+void tst_WheelInput::aLongPressGoesBack()
 {
     TScreen it;
     it.choice->setFocus();
@@ -210,12 +210,12 @@ void tst_WheelInput::holdingGoesBack()
     QCoreApplication::sendEvent(it.choice, &press);
     QCoreApplication::sendEvent(it.choice, &repeat);
     QCoreApplication::sendEvent(it.choice, &release);
-    it.Key(Qt::Key_Down); // the row was let go of
+    it.Key(Qt::Key_Down); // the row is not edited any more
     QCOMPARE(it.window.focusWidget(), it.list);
     QCOMPARE(it.choice->GetNumericalValue(), 0.0);
 }
 
-void tst_WheelInput::holdingGoesBackOnce()
+void tst_WheelInput::aLongPressGoesBackOnce()
 {
     TScreen it;
     TMessageDialog first(nullptr, QString(), QString(), TMessageDialog::eAcknowledge, false,
@@ -233,7 +233,7 @@ void tst_WheelInput::holdingGoesBackOnce()
     QVERIFY(first.isVisible());
 }
 
-// Of a press that another window took.
+// The press went to another window.
 void tst_WheelInput::aStrayReleaseDoesNothing()
 {
     TScreen it;
@@ -271,7 +271,7 @@ void tst_WheelInput::answersDialogs()
     QCOMPARE(it.window.focusWidget(), it.text);
 }
 
-void tst_WheelInput::leavesOtherKeysAlone()
+void tst_WheelInput::doesNotHandleOtherKeys()
 {
     TScreen it;
     it.Key(Qt::Key_Return);
@@ -281,7 +281,7 @@ void tst_WheelInput::leavesOtherKeysAlone()
     QCOMPARE(it.text->GetTextValue(), QStringLiteral("axb"));
 }
 
-void tst_WheelInput::leavesListsOfQtAlone()
+void tst_WheelInput::doesNotHandleKeysOfQtsLists()
 {
     QListWidget list;
     list.addItems({QStringLiteral("a"), QStringLiteral("b")});
@@ -293,7 +293,7 @@ void tst_WheelInput::leavesListsOfQtAlone()
     QCOMPARE(list.currentRow(), 1);
 }
 
-void tst_WheelInput::endsWithItsObject()
+void tst_WheelInput::handlesNoKeysAfterItsDestructor()
 {
     TScreen it;
     {
@@ -315,7 +315,7 @@ void tst_WheelInput::worksWithoutKeys()
     QCOMPARE(it.window.focusWidget(), it.text);
 }
 
-void tst_WheelInput::reachesTheEye()
+void tst_WheelInput::reachesTheRevealButton()
 {
     TScreen it;
     it.text->setAllowHideText(true);
@@ -328,7 +328,7 @@ void tst_WheelInput::reachesTheEye()
     QCOMPARE(it.window.focusWidget(), it.choice);
 }
 
-void tst_WheelInput::focusOrderIsTheTabKeys()
+void tst_WheelInput::focusOrderIsTheTabOrder()
 {
     TScreen it;
     QCOMPARE(hostimpl::FocusOrder(*it.screen),

@@ -1,4 +1,4 @@
-// Buttons, rows that are only read, windows, locking, and what property rows edit.
+// Buttons, TProperty, windows, locking, and TEditContainer.
 #include "host/TEditItem.h"
 #include "host/TProperty.h"
 #include "host/TPushButton.h"
@@ -22,7 +22,7 @@ TPushButton* NewButton(QWidget* parent, int id = 4)
                            QStringLiteral("Tool tip"));
 }
 
-// The ground of a button, where there is neither text nor a ring.
+// The background colour of a button, at a point without text or focus ring.
 QColor Ground(TPushButton& button)
 {
     return button.grab().toImage().pixelColor(8, button.height() / 2);
@@ -39,28 +39,28 @@ class tst_Widgets : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
-    void buttonAtItsPlace();
-    void buttonTellsItsId();
+    void theButtonHasItsPlaceAndSize();
+    void theButtonEmitsItsId();
     void buttonIsLargeEnough();
     void buttonShowsItsState();
-    void buttonTakesOtherGrounds();
+    void theButtonTakesOtherBackgrounds();
     void buttonKeepsBothCaptions();
     void buttonWrapsALongCaption();
     void buttonDrawsItsIcon();
     void disabledButtonCannotBePressed();
     void lockedButtonCannotBePressed();
-    void lockingLeavesEnabledStatesAlone();
-    void lockingIsLookedUpAround();
+    void lockingKeepsTheEnabledStates();
+    void aLockedWindowLocksItsChildren();
     void propertyShowsItsValue();
     void propertyValueIsPlainText();
     void windowKeepsItsTitle();
     void windowInstallsNoLayout();
     void focusRingIsDrawn();
-    void containersAnswerTheirDefault();
+    void containersReturnTheirDefault();
     void containersGrow();
 };
 
-void tst_Widgets::buttonAtItsPlace()
+void tst_Widgets::theButtonHasItsPlaceAndSize()
 {
     QWidget parent;
     TPushButton button(&parent, QStringLiteral("x"), QSize(220, 73), QPoint(5, 6), 0,
@@ -72,19 +72,20 @@ void tst_Widgets::buttonAtItsPlace()
     QVERIFY(button.toolTip().isEmpty());
 }
 
-void tst_Widgets::buttonTellsItsId()
+void tst_Widgets::theButtonEmitsItsId()
 {
     QWidget parent;
     TPushButton* const button = NewButton(&parent, 7);
-    QStringList told;
-    connect(button, &TPushButton::Clicked, this, [&](int id) { told.append(QString::number(id)); });
+    QStringList emitted;
+    connect(button, &TPushButton::Clicked, this,
+            [&](int id) { emitted.append(QString::number(id)); });
     connect(button, &QAbstractButton::clicked, this,
-            [&] { told.append(QStringLiteral("clicked")); });
+            [&] { emitted.append(QStringLiteral("clicked")); });
     parent.show();
     QTest::mouseClick(button, Qt::LeftButton);
     QVERIFY(button->OnWheelPressed());
-    QCOMPARE(told.size(), 4);
-    QCOMPARE(told.count(QStringLiteral("7")), 2);
+    QCOMPARE(emitted.size(), 4);
+    QCOMPARE(emitted.count(QStringLiteral("7")), 2);
     QCOMPARE(button->Id(), 7);
 }
 
@@ -115,7 +116,7 @@ void tst_Widgets::buttonShowsItsState()
     QCOMPARE(Ground(*button), ThemeColour(EColour::eOff));
 }
 
-void tst_Widgets::buttonTakesOtherGrounds()
+void tst_Widgets::theButtonTakesOtherBackgrounds()
 {
     QWidget parent;
     TPushButton* const button = NewButton(&parent);
@@ -168,7 +169,7 @@ void tst_Widgets::buttonDrawsItsIcon()
     button->setIcon(hostimpl::ThemeIcon(QStringLiteral("home")));
     const QImage after = button->grab().toImage();
     QVERIFY(before != after);
-    // In the colour of the caption, which is not that of text on a panel.
+    // The icon has the colour of the caption, not the colour of text on a panel.
     bool hasPanelText = false;
     for (int y = 8; y < after.height() - 8; ++y) {
         for (int x = 8; x < after.width() - 8; ++x) {
@@ -207,7 +208,7 @@ void tst_Widgets::lockedButtonCannotBePressed()
     QCOMPARE(clicks.count(), 1);
 }
 
-void tst_Widgets::lockingLeavesEnabledStatesAlone()
+void tst_Widgets::lockingKeepsTheEnabledStates()
 {
     TWindow window;
     TPushButton* const on = NewButton(&window);
@@ -221,7 +222,7 @@ void tst_Widgets::lockingLeavesEnabledStatesAlone()
     QVERIFY(!off->isEnabled());
 }
 
-void tst_Widgets::lockingIsLookedUpAround()
+void tst_Widgets::aLockedWindowLocksItsChildren()
 {
     TLockable outer;
     QWidget between(&outer);
@@ -293,7 +294,7 @@ void tst_Widgets::focusRingIsDrawn()
     }
 }
 
-void tst_Widgets::containersAnswerTheirDefault()
+void tst_Widgets::containersReturnTheirDefault()
 {
     const TEditContainerBool flags;
     QVERIFY(flags.At(0));
