@@ -6,7 +6,7 @@ from pathlib import Path
 from types import SimpleNamespace
 
 HERE = Path(__file__).resolve().parent
-sys.path[:0] = [str(HERE), str(HERE.parents[1] / "console/tour")]
+sys.path[:0] = [str(HERE), str(HERE.parent / "support"), str(HERE.parents[1] / "console/tour")]
 
 from kelvocrash.round import Finding, Round  # noqa: E402
 

@@ -8,6 +8,7 @@ import zipfile
 from kelvoe2e.case import FarmCase
 from kelvoe2e.needs import needs
 from kelvotour import archives
+from rawzip import LINK, Entry, archive_of
 
 BOMB_BYTES = 400 * 1024 * 1024
 
@@ -34,28 +35,20 @@ class HostileArchivesTest(FarmCase):
         self.assertGreater(len(reasons[0].strip()), 10)
         print(f"\n{name}: {reasons[0]}")
 
-    def zip_of(self, *entries):
-        path = self.folder / "hostile"
-        with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
-            for entry, content in entries:
-                archive.writestr(entry, content)
-        return path.read_bytes()
-
     def test_a_way_up(self):
-        self.assert_refused("m-up.zip", self.zip_of(("in.txt", "x"), ("../../../escaped.txt", "x")))
+        self.assert_refused("m-up.zip", archive_of(Entry(b"in.txt"), Entry(b"../../../escaped.txt")))
         self.assertFalse((self.folder / "escaped.txt").exists())
 
     def test_an_absolute_path(self):
         target = self.folder / "absolute.txt"
-        self.assert_refused("m-absolute.zip", self.zip_of((str(target), "x")))
+        self.assert_refused("m-absolute.zip", archive_of(Entry(str(target).encode())))
         self.assertFalse(target.exists())
 
     def test_a_way_through_a_link(self):
         outside = self.folder / "outside"
         outside.mkdir()
-        link = zipfile.ZipInfo("link")
-        link.create_system, link.external_attr = 3, 0o120777 << 16
-        self.assert_refused("m-link.zip", self.zip_of((link, str(outside)), ("link/planted.txt", "x")))
+        link = Entry(b"link", attributes=LINK, content=str(outside).encode())
+        self.assert_refused("m-link.zip", archive_of(link, Entry(b"link/planted.txt")))
         self.assertEqual(list(outside.iterdir()), [])
 
     def test_an_encrypted_archive(self):

@@ -22,6 +22,7 @@ from kelvotour.binaries import Binaries  # noqa: E402
 from kelvotour.console import Line, Result, quoted  # noqa: E402
 from kelvotour.day import Day  # noqa: E402
 from kelvotour.steps import Steps, require  # noqa: E402
+from rawzip import LINK, Entry, archive_of  # noqa: E402
 
 
 class TourPartsTest(unittest.TestCase):
@@ -42,10 +43,8 @@ class TourPartsTest(unittest.TestCase):
             with self.subTest(name):
                 path = archives.write_zip(self.folder / "b.zip", {"good.txt": b"x", name: b"x"})
                 self.assertIsNone(archives.expected_files(path))
-        link = zipfile.ZipInfo("link")
-        link.create_system, link.external_attr = 3, 0o120777 << 16
-        with zipfile.ZipFile(self.folder / "c.zip", "w") as archive:
-            archive.writestr(link, "/etc/passwd")
+        link = Entry(b"link", attributes=LINK, content=b"/etc/passwd")
+        (self.folder / "c.zip").write_bytes(archive_of(link))
         self.assertIsNone(archives.expected_files(self.folder / "c.zip"))
 
     def test_awkward_archives_are_judged_as_the_console_does(self):

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "host/FolderImage.h"
-#include "host/TZipBuilder.h"
 #include "hostimpl/Unpacking.h"
+#include "support/TZipBuilder.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>

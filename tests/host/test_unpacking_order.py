@@ -10,11 +10,11 @@ import subprocess
 import sys
 import tempfile
 import unittest
-import zipfile
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 
+from rawzip import archive_of_files  # noqa: E402
 from tracing import RENAME, SYNC, UNLINK, finished_calls, needs_tracing, position  # noqa: E402
 
 GUARD_SECONDS = 60  # only ends what hangs
@@ -33,9 +33,7 @@ class UnpackingOrder(unittest.TestCase):
     def calls_of(self, content):
         """Unpacks an archive of these names and texts."""
         archive, trace = self.folder / "fields.zip", self.folder / "trace"
-        with zipfile.ZipFile(archive, "w") as file:
-            for name, text in content.items():
-                file.writestr(name, text)
+        archive.write_bytes(archive_of_files({name: text.encode() for name, text in content.items()}))
         subprocess.run(["strace", "-f", "-yy", "-e", f"trace={CALLS}", "-e", "signal=none", "-o", str(trace),
                         os.environ["KELVO_UNPACK_ONCE"], str(archive), str(self.destination)],
                        check=True, timeout=GUARD_SECONDS)

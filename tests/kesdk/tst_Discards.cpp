@@ -78,7 +78,7 @@ protected:
         return time->Now() - begin;
     }
 
-    test::TempFolder state;
+    kelvo::test::TempFolder state;
     WallClock wallTimeS = RealConsoleFacts().wallTimeS;
 };
 

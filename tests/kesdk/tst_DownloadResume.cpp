@@ -148,7 +148,7 @@ TEST_F(DownloadResume, IgnoresATornJournal)
 TEST_F(DownloadResume, FollowsNoLinkUnderThePartsName)
 {
     BeginAndStop();
-    const test::TempFolder elsewhere;
+    const kelvo::test::TempFolder elsewhere;
     std::filesystem::rename(folder.Path("here.zip.part"), elsewhere.Path("target"));
     std::filesystem::create_symlink(elsewhere.Path("target"), folder.Path("here.zip.part"));
     ExpectSaved(0);

@@ -73,7 +73,7 @@ class UploadDurability : public UploadsTest
 {
 protected:
     UploadDurability() { call.account = "https://service.test\n7"; }
-    test::TempFolder state;
+    kelvo::test::TempFolder state;
 };
 
 } // namespace

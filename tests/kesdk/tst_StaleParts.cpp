@@ -168,7 +168,7 @@ TEST_F(StaleParts, AreRemovedOnlyWhenTheLibraryWroteThem)
         MakeOld(name);
     }
     MakeOld(left, test::kHourS);
-    const test::TempFolder elsewhere;
+    const kelvo::test::TempFolder elsewhere;
     elsewhere.Write("target", "");
     std::filesystem::create_symlink(elsewhere.Path("target"), folder.Path("link.part.journal"));
     FetchAnother();
@@ -197,7 +197,7 @@ TEST_F(StaleParts, AreSearchedOnceInEachFolder)
     MakeOld(left);
     EXPECT_FALSE(once.Fetch(call, file, folder.Path("here.zip")).IsSet());
     EXPECT_TRUE(folder.Has(left)) << "this folder was searched before";
-    const test::TempFolder elsewhere;
+    const kelvo::test::TempFolder elsewhere;
     std::filesystem::rename(folder.Path(left), elsewhere.Path(left));
     EXPECT_FALSE(once.Fetch(call, file, elsewhere.Path("here.zip")).IsSet());
     EXPECT_FALSE(elsewhere.Has(left));

@@ -52,7 +52,7 @@ protected:
     }
     std::string LastContent() const { return service.Requests().back().content; }
 
-    test::TempFolder state;
+    kelvo::test::TempFolder state;
     WallClock wallTimeS = RealConsoleFacts().wallTimeS;
 
 private:

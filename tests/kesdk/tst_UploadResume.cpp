@@ -84,7 +84,7 @@ TEST_F(UploadResume, GivesTheNextFileThirtySecondsOnADeadLink)
 // A console needs more than five minutes to read 4 GB again.
 TEST_F(UploadResume, DoesNotCountTheTimeOfReadingTheSentPartAgain)
 {
-    const test::TempFolder state;
+    const kelvo::test::TempFolder state;
     call.account = "https://service.test\n7";
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 10));

@@ -116,7 +116,7 @@ TEST_F(UploadsTest, DeletesAWrongCopyWithTheNextUploadWhenTheLinkDrops)
 
 TEST_F(UploadsTest, DeletesAWrongCopyAfterARestart)
 {
-    const test::TempFolder state;
+    const kelvo::test::TempFolder state;
     const auto sendAs = [&](const char* account) {
         Uploads process{api, state.Path("own")};
         call.account = account;

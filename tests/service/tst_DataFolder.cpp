@@ -1,6 +1,6 @@
 // The folder of one running service.
 #include "service/DataFolder.h"
-#include "tests/service/support/TemporaryFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -13,21 +13,21 @@ namespace {
 
 TEST(DataFolderLock, KeepsASecondInstanceOut)
 {
-    const test::TemporaryFolder parent;
+    const test::TempFolder parent;
     {
-        const DataFolder first(parent.path() / "data");
-        EXPECT_THROW(DataFolder(parent.path() / "data"), StartRefused);
+        const DataFolder first(parent.Path() / "data");
+        EXPECT_THROW(DataFolder(parent.Path() / "data"), StartRefused);
     }
-    EXPECT_NO_THROW(DataFolder(parent.path() / "data"));
+    EXPECT_NO_THROW(DataFolder(parent.Path() / "data"));
 }
 
 TEST(DataFolderLock, WaitsForWhoeverOnlyReads)
 {
-    const test::TemporaryFolder parent;
-    FileDescriptor reader = openFile(parent.path() / "lock", O_RDWR | O_CREAT);
+    const test::TempFolder parent;
+    FileDescriptor reader = openFile(parent.Path() / "lock", O_RDWR | O_CREAT);
     ASSERT_EQ(::flock(reader.get(), LOCK_SH), 0);
     int waited = 0;
-    const DataFolder folder(parent.path(), [&] {
+    const DataFolder folder(parent.Path(), [&] {
         ++waited;
         if (waited == 3) {
             reader.reset();
@@ -39,12 +39,12 @@ TEST(DataFolderLock, WaitsForWhoeverOnlyReads)
 
 TEST(DataFolderLock, WaitsForThemNotForEver)
 {
-    const test::TemporaryFolder parent;
-    const FileDescriptor reader = openFile(parent.path() / "lock", O_RDWR | O_CREAT);
+    const test::TempFolder parent;
+    const FileDescriptor reader = openFile(parent.Path() / "lock", O_RDWR | O_CREAT);
     ASSERT_EQ(::flock(reader.get(), LOCK_SH), 0);
     int waited = 0;
     try {
-        const DataFolder folder(parent.path(), [&waited] { return ++waited < 3; });
+        const DataFolder folder(parent.Path(), [&waited] { return ++waited < 3; });
         FAIL() << "it has the lock";
     } catch (const StartRefused& refused) {
         EXPECT_THAT(refused.what(), testing::HasSubstr("backup"));
@@ -54,18 +54,18 @@ TEST(DataFolderLock, WaitsForThemNotForEver)
 
 TEST(DataFolderLock, RefusesAFolderThatCannotBe)
 {
-    const test::TemporaryFolder parent;
-    replaceFile(parent.path() / "file", "x", 0600);
-    EXPECT_THROW(DataFolder(parent.path() / "file" / "data"), StartRefused);
-    EXPECT_THROW(DataFolder(parent.path() / "file"), StartRefused);
+    const test::TempFolder parent;
+    replaceFile(parent.Path() / "file", "x", 0600);
+    EXPECT_THROW(DataFolder(parent.Path() / "file" / "data"), StartRefused);
+    EXPECT_THROW(DataFolder(parent.Path() / "file"), StartRefused);
 }
 
 TEST(DataFolderEndpoints, StandThereWhileTheServiceRuns)
 {
-    const test::TemporaryFolder parent;
-    const auto file = parent.path() / "data" / "endpoints.json";
+    const test::TempFolder parent;
+    const auto file = parent.Path() / "data" / "endpoints.json";
     {
-        DataFolder folder(parent.path() / "data");
+        DataFolder folder(parent.Path() / "data");
         folder.announce("localhost:1", "127.0.0.1:2");
         const auto document = nlohmann::json::parse(readFile(file));
         EXPECT_EQ(document.at("api"), "localhost:1");

@@ -21,7 +21,7 @@ protected:
     CleaningUp()
     {
         // Files have the system's time, and what is done with them goes by their age.
-        clock.advance(std::chrono::milliseconds(SystemClock().nowMs() - clock.nowMs()));
+        clock.Advance(std::chrono::milliseconds(SystemClock().nowMs() - clock.nowMs()));
     }
 
     void cleanUp(int eventHours = 0) { Janitor::cleanUp(parts, {eventHours}); }
@@ -85,10 +85,10 @@ TEST_F(CleaningUp, EmptiesTheBinAfterThirtyDaysAndThenItsContents)
 {
     const store::File file = upload("abc");
     remove(file.id);
-    clock.advance(24h * 30);
+    clock.Advance(24h * 30);
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::SizeIs(1)) << "thirty days are not over yet";
-    clock.advance(1ms);
+    clock.Advance(1ms);
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
 }
@@ -97,7 +97,7 @@ TEST_F(CleaningUp, KeepsAContentThatAnotherFileShares)
 {
     remove(upload("abc").id);
     upload("abc");
-    clock.advance(24h * 31);
+    clock.Advance(24h * 31);
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
 }
@@ -105,7 +105,7 @@ TEST_F(CleaningUp, KeepsAContentThatAnotherFileShares)
 TEST_F(CleaningUp, RemovesUploadsThatNobodyContinued)
 {
     const store::Upload open = begin("half");
-    clock.advance(24h * 7);
+    clock.Advance(24h * 7);
     cleanUp();
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
     EXPECT_FALSE(
@@ -121,7 +121,7 @@ TEST_F(CleaningUp, LeavesAnUploadThatARequestWorksOn)
     std::string early;
     http::BodyReader body(*pair.server, limits, head, early);
     auto hold = loop.run(activeUploads.take(open.id, body));
-    clock.advance(24h * 8);
+    clock.Advance(24h * 8);
     cleanUp();
     EXPECT_THAT(contents.uploadIds(), testing::ElementsAre(open.id));
     hold.reset();
@@ -132,14 +132,14 @@ TEST_F(CleaningUp, LeavesAnUploadThatARequestWorksOn)
 TEST_F(CleaningUp, RemovesWhatACrashLeftBehindOnceItHasBeenThereForAWeek)
 {
     leaveContent("abc");
-    replaceFile(folder.path() / "uploads" / "0123456789abcdef", "stray", 0600);
+    replaceFile(folder.Path() / "uploads" / "0123456789abcdef", "stray", 0600);
     for (int day = 0; day <= 6; ++day) {
         cleanUp();
         EXPECT_THAT(contents.digests(), testing::SizeIs(1)) << "day " << day;
         EXPECT_THAT(contents.uploadIds(), testing::SizeIs(1)) << "day " << day;
-        clock.advance(24h);
+        clock.Advance(24h);
     }
-    clock.advance(24h);
+    clock.Advance(24h);
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
@@ -148,8 +148,8 @@ TEST_F(CleaningUp, RemovesWhatACrashLeftBehindOnceItHasBeenThereForAWeek)
 TEST_F(CleaningUp, RemovesItAtOnceWhenToldTo)
 {
     leaveContent("abc");
-    replaceFile(folder.path() / "uploads" / "0123456789abcdef", "stray", 0600);
-    clock.advance(1h); // whatever the file system's clock is behind
+    replaceFile(folder.Path() / "uploads" / "0123456789abcdef", "stray", 0600);
+    clock.Advance(1h); // whatever the file system's clock is behind
     Janitor::cleanUp(parts, {0, std::chrono::days(0)});
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
@@ -160,7 +160,7 @@ TEST_F(CleaningUp, RemovesWhatIsLeftOfAFinishedUploadAtOnce)
     const store::Upload begun = begin("abc");
     content::UploadWriter writer(contents, digests, begun.id);
     loop.run(api::finishUpload(context, begun, writer));
-    replaceFile(folder.path() / "uploads" / begun.id, "abc", 0600); // a crash came before its end
+    replaceFile(folder.Path() / "uploads" / begun.id, "abc", 0600); // a crash came before its end
     cleanUp();
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
     EXPECT_THAT(contents.digests(), testing::SizeIs(1));
@@ -169,7 +169,7 @@ TEST_F(CleaningUp, RemovesWhatIsLeftOfAFinishedUploadAtOnce)
 TEST_F(CleaningUp, BeginsTheWeekOfAContentWhenItIsFoundUnused)
 {
     leaveContent("abc");
-    clock.advance(24h * 100); // an old one, as those beside a database from long ago are
+    clock.Advance(24h * 100); // an old one, as those beside a database from long ago are
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::SizeIs(1));
 }
@@ -178,7 +178,7 @@ TEST_F(CleaningUp, BeginsTheWeekAnewWhenAContentWasInUseMeanwhile)
 {
     upload("abc");
     contents.markUnused(sha256Hex("abc"), true); // under another database
-    clock.advance(24h * 8);
+    clock.Advance(24h * 8);
     cleanUp();
     const auto trace = contents.traceOf(sha256Hex("abc"));
     ASSERT_TRUE(trace);
@@ -189,10 +189,10 @@ TEST_F(CleaningUp, LeavesContentsThatAreOlderThanTheDatabase)
 {
     leaveContent("abc");
     setDatabaseBirth(clock.nowMs() + 60 * 1000);
-    clock.advance(1h);
+    clock.Advance(1h);
     for (int week = 0; week < 3; ++week) {
         cleanUp();
-        clock.advance(24h * 8);
+        clock.Advance(24h * 8);
     }
     EXPECT_THAT(contents.digests(), testing::SizeIs(1));
 }
@@ -202,7 +202,7 @@ TEST_F(CleaningUp, DoesNotBelieveInADatabaseFromTheFuture)
     leaveContent("abc");
     setDatabaseBirth(clock.nowMs() + 1000LL * 24 * 3600 * 1000);
     cleanUp();
-    clock.advance(24h * 8);
+    clock.Advance(24h * 8);
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
 }
@@ -211,7 +211,7 @@ TEST_F(CleaningUp, StopsInTheMiddleOfARound)
 {
     const store::Upload first = begin("one");
     const store::Upload second = begin("two");
-    clock.advance(24h * 8);
+    clock.Advance(24h * 8);
     Janitor::cleanUp(parts, {0}, [] { return true; });
     EXPECT_THAT(contents.uploadIds(), testing::SizeIs(1)) << first.id << ", " << second.id;
 }
@@ -220,7 +220,7 @@ TEST_F(CleaningUp, MakesRoomAlsoWhenTheDatabaseTakesNothing)
 {
     leaveContent("abc");
     cleanUp();
-    clock.advance(24h * 8);
+    clock.Advance(24h * 8);
     database.writeNow([](store::Transaction& t) {
         t.sql << "CREATE TRIGGER full BEFORE DELETE ON sessions BEGIN SELECT RAISE(ABORT, 'full');"
                  " END";
@@ -241,7 +241,7 @@ TEST_F(CleaningUp, LeavesAContentThatSomebodyIsAboutToUse)
 {
     leaveContent("abc");
     cleanUp();
-    clock.advance(24h * 8);
+    clock.Advance(24h * 8);
     const auto lock = digestLocks.tryLock(sha256Hex("abc"));
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::SizeIs(1));
@@ -254,7 +254,7 @@ TEST_F(CleaningUp, DropsEventsThatAreTooOld)
         return database.readNow(
             [this](soci::session& sql) { return store::eventBounds(sql, user.farmId()).pruned; });
     };
-    clock.advance(2h);
+    clock.Advance(2h);
     cleanUp(3);
     EXPECT_EQ(pruned(), 0);
     cleanUp(1);

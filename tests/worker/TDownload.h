@@ -1,7 +1,7 @@
 // What the tests of downloads and deletions share.
 #pragma once
 
-#include "tests/fakes/ZipArchive.h"
+#include "support/TZipBuilder.h"
 #include "tests/worker/TWorkerFixture.h"
 
 #include <QtCore/QDir>
@@ -14,8 +14,9 @@ public:
     std::int64_t AddArchive(EKelvoProjects project, const QString& name, const std::string& inner,
                             const std::string& content = "content")
     {
-        return Farm().AddFile(Inbox(project), name.toStdWString(),
-                              fakes::ZipOf({{inner, content}}));
+        const QByteArray archive = kelvo::test::ZipOf(QByteArray::fromStdString(inner),
+                                                      QByteArray::fromStdString(content));
+        return Farm().AddFile(Inbox(project), name.toStdWString(), archive.toStdString());
     }
     void Download(int project, const QStringList& names, const KelvoFileInfoList& reference)
     {

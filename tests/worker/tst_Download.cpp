@@ -130,9 +130,8 @@ void tst_Download::aCancelBeforeTheFirstFileFetchesNothingButUnpacksWhatIsThere(
     TDownload f;
     f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
     f.Start();
-    const std::string archive = fakes::ZipOf({{"left.txt", "from an earlier run"}});
     TWorkerFixture::WriteFile(TWorkerFixture::TempFolder() + QStringLiteral("left.zip"),
-                              QByteArray::fromStdString(archive));
+                              kelvo::test::ZipOf("left.txt", "from an earlier run"));
     f.hub->OnCancelCurrentOperationRequested();
     f.Download(ePivots, List("a.zip|missing.zip"), f.Reference(ePivots));
     QCOMPARE(f.workerLog.Texts(), OneText("KelvoDownloadComplete(4,[])"));

@@ -24,15 +24,14 @@ private Q_SLOTS:
 
 namespace {
 
-void Put(const QString& name, const std::string& bytes)
+void Put(const QString& name, const QByteArray& bytes)
 {
-    TWorkerFixture::WriteFile(TWorkerFixture::TempFolder() + name,
-                              QByteArray::fromStdString(bytes));
+    TWorkerFixture::WriteFile(TWorkerFixture::TempFolder() + name, bytes);
 }
 
-void PutArchive(const QString& name, const std::string& inner, const std::string& content = "x")
+void PutArchive(const QString& name, const QByteArray& inner, const QByteArray& content = "x")
 {
-    Put(name, fakes::ZipOf({{inner, content}}));
+    Put(name, kelvo::test::ZipOf(inner, content));
 }
 
 } // namespace
@@ -113,8 +112,8 @@ void tst_Unpacking::aCorruptArchiveIsReportedAndRemovedAndTheOthersUnpacked()
     TDownload f;
     f.Start();
     PutArchive(QStringLiteral("a.zip"), "a.txt");
-    std::string truncated = fakes::ZipOf({{"b.txt", std::string(1000, 'b')}});
-    truncated.resize(truncated.size() / 2);
+    QByteArray truncated = kelvo::test::ZipOf("b.txt", QByteArray(1000, 'b'));
+    truncated.truncate(truncated.size() / 2);
     Put(QStringLiteral("b.zip"), truncated);
     PutArchive(QStringLiteral("c.zip"), "c.txt");
     KelvoFileTransferErrorDetailsList errors;
@@ -140,8 +139,7 @@ void tst_Unpacking::linksAndFoldersAreLeftAlone()
     TDownload f;
     f.Start();
     const QString elsewhere = f.folder.Path(QStringLiteral("elsewhere.zip"));
-    TWorkerFixture::WriteFile(elsewhere,
-                              QByteArray::fromStdString(fakes::ZipOf({{"linked.txt", "x"}})));
+    TWorkerFixture::WriteFile(elsewhere, kelvo::test::ZipOf("linked.txt", "x"));
     QVERIFY(QFile::link(elsewhere, TWorkerFixture::TempFolder() + QStringLiteral("link.zip")));
     QVERIFY(QDir(TWorkerFixture::TempFolder()).mkdir(QStringLiteral("folder.zip")));
     KelvoFileTransferErrorDetailsList errors;

@@ -122,7 +122,7 @@ void tst_WideIds::archivesOfTheFarFutureAreUnpacked()
     TDownload f;
     f.Start();
     const QString archive = TWorkerFixture::TempFolder() + QStringLiteral("a.zip");
-    TWorkerFixture::WriteFile(archive, QByteArray::fromStdString(fakes::ZipOf({{"a.txt", "new"}})));
+    TWorkerFixture::WriteFile(archive, kelvo::test::ZipOf("a.txt", "new"));
     QVERIFY(QDir().mkpath(TWorkerFixture::DownloadFolder(ePivots)));
     const QString inside = TWorkerFixture::DownloadFolder(ePivots) + QStringLiteral("a.txt");
     TWorkerFixture::WriteFile(inside, "former");

@@ -1,4 +1,3 @@
-// A clock that stands until a test moves it.
 #include "console/position/TFakeTime.h"
 
 #include <algorithm>
@@ -22,7 +21,7 @@ public:
     TTimer(const TTimer&) = delete;
     TTimer& operator=(const TTimer&) = delete;
 
-    void Start(std::int64_t delayMs) override { m_dueMs = m_time.m_nowMs + delayMs; }
+    void Start(std::int64_t delayMs) override { m_dueMs = m_time.NowMs() + delayMs; }
     void Stop() override { m_dueMs.reset(); }
     std::optional<std::int64_t> DueMs() const { return m_dueMs; }
     void Fire()
@@ -53,14 +52,19 @@ TFakeTime::TTimer* TFakeTime::Next() const
     return next;
 }
 
+void TFakeTime::AdvanceTo(std::int64_t timeMs)
+{
+    m_time.Advance(std::chrono::milliseconds(std::max<std::int64_t>(timeMs - NowMs(), 0)));
+}
+
 void TFakeTime::Advance(std::int64_t ms)
 {
-    const std::int64_t untilMs = m_nowMs + ms;
+    const std::int64_t untilMs = NowMs() + ms;
     for (TTimer* next = Next(); next != nullptr && *next->DueMs() <= untilMs; next = Next()) {
-        m_nowMs = std::max(m_nowMs, *next->DueMs());
+        AdvanceTo(*next->DueMs());
         next->Fire();
     }
-    m_nowMs = untilMs;
+    AdvanceTo(untilMs);
 }
 
 bool TFakeTime::AdvanceToNext()
@@ -69,7 +73,7 @@ bool TFakeTime::AdvanceToNext()
     if (next == nullptr) {
         return false;
     }
-    m_nowMs = std::max(m_nowMs, *next->DueMs());
+    AdvanceTo(*next->DueMs());
     next->Fire();
     return true;
 }
@@ -77,7 +81,7 @@ bool TFakeTime::AdvanceToNext()
 std::int64_t TFakeTime::NextInMs() const
 {
     const TTimer* const next = Next();
-    return next == nullptr ? -1 : *next->DueMs() - m_nowMs;
+    return next == nullptr ? -1 : *next->DueMs() - NowMs();
 }
 
 } // namespace kelvo::test

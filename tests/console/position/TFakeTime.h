@@ -1,7 +1,8 @@
-// A clock that stands until a test moves it.
+// The position sources' time and timers, on time that only the test moves.
 #pragma once
 
 #include "console/position/SourceTime.h"
+#include "support/ManualTime.h"
 
 #include <cstdint>
 #include <functional>
@@ -15,7 +16,7 @@ namespace kelvo::test {
 class TFakeTime : public console::TSourceTime
 {
 public:
-    std::int64_t NowMs() const override { return m_nowMs; }
+    std::int64_t NowMs() const override { return m_time.Steady().count(); }
     std::unique_ptr<console::TSourceTimer> MakeTimer(std::function<void()> onTimeout) override;
 
     void Advance(std::int64_t ms);
@@ -29,7 +30,9 @@ private:
 
     TTimer* Next() const;
 
-    std::int64_t m_nowMs = 1000000; // not zero, which hides errors
+    void AdvanceTo(std::int64_t timeMs);
+
+    ManualTime m_time;
     std::vector<TTimer*> m_timers;
 };
 

@@ -3,10 +3,8 @@
 Not the same moments: which step of which process comes first is up to the machine.
 """
 
-import io
 import math
 import random
-import zipfile
 from dataclasses import dataclass, field
 
 from kelvotour.archives import digests
@@ -103,15 +101,6 @@ def make(seed, is_reference=False):
         plan.has_state_folder = True
         plan.generations = ()
     return plan
-
-
-def zipped(files):
-    """An archive's bytes, always the same for the same files."""
-    stream = io.BytesIO()
-    with zipfile.ZipFile(stream, "w", zipfile.ZIP_STORED) as archive:
-        for name, content in files.items():
-            archive.writestr(zipfile.ZipInfo(name), content)
-    return stream.getvalue()
 
 
 def image_of(files):

@@ -2,6 +2,7 @@
 
 from kelvotour.console import ConsoleError
 from kelvotour.service import ServiceError
+from rawzip import archive_of_files
 
 from . import checks, plan as plans
 from .checks import Known
@@ -43,7 +44,7 @@ class Round:
         if plan.archives:
             inbox = checks.inbox_of(world.office.projects(), plans.ARCHIVE_PROJECT)
             for name, files in plan.archives.items():
-                world.office.put(name, plans.zipped(files), inbox["id"])
+                world.office.put(name, archive_of_files(files), inbox["id"])
 
     # The generations.
 
@@ -235,7 +236,7 @@ class Round:
         mark = console.mark()
         plan.archives[LAST_ARCHIVE] = {"last.txt": b"last\n"}
         inbox = checks.inbox_of(self.world.office.projects(), plans.ARCHIVE_PROJECT)
-        self.world.office.put(LAST_ARCHIVE, plans.zipped(plan.archives[LAST_ARCHIVE]), inbox["id"])
+        self.world.office.put(LAST_ARCHIVE, archive_of_files(plan.archives[LAST_ARCHIVE]), inbox["id"])
         self._held.add(LAST_ARCHIVE)
         console.wait_for_list(plans.ARCHIVE_KIND, lambda names: LAST_ARCHIVE in names, mark)
 

@@ -1,6 +1,6 @@
 """Archives that two readers easily take differently, with what a console must make of them."""
 
-from .rawzip import (ENCRYPTED_FLAG, FOLDER, LINK, MS_DOS, MS_DOS_FOLDER, UTF8_FLAG, Entry, archive_of, unicode_path)
+from rawzip import (ENCRYPTED_FLAG, FOLDER, LINK, MS_DOS, MS_DOS_FOLDER, UTF8_FLAG, Entry, archive_of, unicode_path)
 
 ZEROS = bytes(11 * 1024 * 1024)
 

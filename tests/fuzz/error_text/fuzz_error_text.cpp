@@ -2,6 +2,7 @@
 // time, and loads nothing that the markup names. The first byte is the kind of input: the rest, cut
 // into three texts at each 0xff, is UTF-8 ('0'), or the texts are of any 32-bit characters ('1').
 #include "fuzz/WorkingFolder.h"
+#include "support/TempFolder.h"
 #include "worker/SdkBoundary.h"
 
 #include <QtGui/QGuiApplication>
@@ -13,7 +14,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,23 +43,16 @@ class TWatchedFolder
 public:
     TWatchedFolder()
     {
-        std::string root = (fs::temp_directory_path() / "error_text-XXXXXX").string();
-        Demand(::mkdtemp(root.data()) != nullptr, "a temporary folder can be created");
-        m_root = root;
-        std::ofstream(m_root / "a.css") << "p { white-space: pre }";
+        m_root.Write("a.css", "p { white-space: pre }");
         m_watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-        Demand(::inotify_add_watch(m_watch, root.c_str(), IN_OPEN) >= 0, "it can be watched");
+        Demand(::inotify_add_watch(m_watch, m_root.Path().c_str(), IN_OPEN) >= 0,
+               "it can be watched");
     }
-    ~TWatchedFolder()
-    {
-        ::close(m_watch);
-        std::error_code ignored;
-        fs::remove_all(m_root, ignored);
-    }
+    ~TWatchedFolder() { ::close(m_watch); }
     TWatchedFolder(const TWatchedFolder&) = delete;
     TWatchedFolder& operator=(const TWatchedFolder&) = delete;
 
-    const fs::path& Path() const { return m_root; }
+    const fs::path& Path() const { return m_root.Path(); }
 
     bool WasRead() const
     {
@@ -68,7 +61,7 @@ public:
     }
 
 private:
-    fs::path m_root;
+    const kelvo::test::TempFolder m_root;
     int m_watch = -1;
 };
 

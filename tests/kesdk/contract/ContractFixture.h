@@ -3,7 +3,7 @@
 
 #include "contract/Backend.h"
 #include "support/RecordingListener.h"
-#include "support/TempFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -31,7 +31,7 @@ protected:
     bool WaitForChange(std::int64_t containerId, std::int64_t resourceId) const;
 
     std::unique_ptr<Backend> backend = GetParam()();
-    TempFolder folder;
+    kelvo::test::TempFolder folder;
     RecordingListener listener;
     std::unique_ptr<api::IEnterpriseConnection> connection = backend->MakeConnection();
 };

@@ -1,7 +1,7 @@
 // A kelvo-service process for a test, and a client of its API that does not use the SDK.
 #pragma once
 
-#include "support/TempFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <cstdint>
 #include <string>
@@ -35,7 +35,7 @@ private:
     void Start(const std::string& listen);
 
     const std::string m_binary;
-    TempFolder m_folder;
+    kelvo::test::TempFolder m_folder;
     pid_t m_pid = 0;
     std::string m_endpoint;
 };

@@ -3,7 +3,7 @@
 #include "contract/RealFarm.h"
 #include "kesdk/api/IEnterpriseConnection.h"
 #include "support/RecordingListener.h"
-#include "support/TempFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -101,8 +101,8 @@ protected:
 
     RealFarm farm;
     LinkProxy link{SharedService().Port()};
-    TempFolder folder;
-    TempFolder state;
+    kelvo::test::TempFolder folder;
+    kelvo::test::TempFolder state;
     RecordingListener listener;
     std::unique_ptr<api::IEnterpriseConnection> connection;
 };

@@ -6,7 +6,7 @@
 #include "large/ThinDisk.h"
 #include "support/FakeTime.h"
 #include "support/FakeTransport.h"
-#include "support/TempFolder.h"
+#include "tests/support/TempFolder.h"
 #include "transfer/FileHandle.h"
 
 #include <fcntl.h>
@@ -71,7 +71,7 @@ protected:
     const std::int64_t sizeBytes = hole + static_cast<std::int64_t>(text.size());
     const impl::Sha256::Digest digest = DigestOf(hole, text);
 
-    TempFolder folder;
+    kelvo::test::TempFolder folder;
     std::vector<std::string> lines; // all requests
     // One answer for each request.
     std::vector<std::function<impl::HttpOutcome(const SentRequest&)>> answers;

@@ -73,7 +73,7 @@ protected:
         EXPECT_EQ(lines.size(), answers.size());
     }
 
-    test::TempFolder state;
+    kelvo::test::TempFolder state;
     const std::string path = WriteLarge("report.zip", text);
 };
 

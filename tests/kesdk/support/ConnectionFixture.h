@@ -5,7 +5,7 @@
 #include "support/FakeService.h"
 #include "support/FakeTime.h"
 #include "support/RecordingListener.h"
-#include "support/TempFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -89,7 +89,7 @@ protected:
     FakeService service;
     const std::int64_t user = service.AddUser("olga", "correct horse");
     const std::int64_t inbox = service.AddInbox(user, "To Console");
-    TempFolder folder;
+    kelvo::test::TempFolder folder;
     std::shared_ptr<FakeTime> time = std::make_shared<FakeTime>();
     RecordingListener listener;
     std::unique_ptr<impl::Connection> connection = std::make_unique<impl::Connection>(

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "http/CurlTransport.h"
-#include "support/TempFolder.h"
 #include "support/TlsPeer.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -35,7 +35,7 @@ protected:
     }
     test::Identity GoodIdentity() const { return authority.Issue("IP:127.0.0.1", -1, 1); }
 
-    test::TempFolder folder;
+    kelvo::test::TempFolder folder;
     test::TestAuthority authority;
     HttpRequest request;
 };

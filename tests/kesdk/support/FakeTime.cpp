@@ -2,23 +2,11 @@
 
 namespace kesdk::test {
 
-impl::Clock::Time FakeTime::Now() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_now;
-}
-
-void FakeTime::Advance(std::chrono::milliseconds duration)
-{
-    const std::lock_guard lock(m_mutex);
-    m_now += duration;
-}
-
 void FakeTime::Record(std::chrono::milliseconds duration)
 {
     const std::lock_guard lock(m_mutex);
     m_sleeps.push_back(duration);
-    m_now += duration;
+    Advance(duration);
 }
 
 std::vector<std::chrono::milliseconds> FakeTime::Sleeps() const

@@ -1,7 +1,8 @@
-// Time that passes only in Advance and in sleeps.
+// The SDK's clock, sleepers and jitter, on time that only a test or a sleep moves.
 #pragma once
 
 #include "base/Clock.h"
+#include "tests/support/ManualTime.h"
 
 #include <condition_variable>
 #include <functional>
@@ -11,19 +12,18 @@
 
 namespace kesdk::test {
 
-// The time that a fake clock and a fake sleeper share. Thread safety: safe.
-class FakeTime
+// The fake clock and the fake sleeper of a connection share one of these. Thread safety: safe.
+class FakeTime : public kelvo::test::ManualTime
 {
 public:
-    impl::Clock::Time Now() const;
-    void Advance(std::chrono::milliseconds duration);
+    impl::Clock::Time Now() const { return impl::Clock::Time(Steady()); }
+    // Records a sleep and advances the time by its duration.
     void Record(std::chrono::milliseconds duration);
     // The durations of all sleeps so far.
     std::vector<std::chrono::milliseconds> Sleeps() const;
 
 private:
-    mutable std::mutex m_mutex; // guards everything below
-    impl::Clock::Time m_now{std::chrono::hours(1)};
+    mutable std::mutex m_mutex; // guards m_sleeps
     std::vector<std::chrono::milliseconds> m_sleeps;
 };
 
@@ -37,7 +37,7 @@ private:
     std::shared_ptr<FakeTime> m_time;
 };
 
-// Sleeps by advancing the time.
+// Sleeps by advancing the fake time.
 class FakeSleeper : public impl::Sleeper
 {
 public:
@@ -49,7 +49,7 @@ private:
     std::shared_ptr<FakeTime> m_time;
 };
 
-// Sleeps until the abort check is true. Wake makes it poll the check.
+// Sleeps until the abort check returns true. Asks the check once per Wake().
 class BlockingSleeper : public impl::Sleeper
 {
 public:

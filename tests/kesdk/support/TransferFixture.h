@@ -4,7 +4,7 @@
 #include "client/ApiClient.h"
 #include "support/FakeService.h"
 #include "support/FakeTime.h"
-#include "support/TempFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -99,7 +99,7 @@ protected:
     FakeService service;
     const std::int64_t user = service.AddUser("olga", "correct horse");
     const std::int64_t inbox = service.AddInbox(user, "From Console");
-    TempFolder folder;
+    kelvo::test::TempFolder folder;
     std::shared_ptr<FakeTime> time = std::make_shared<FakeTime>();
     std::unique_ptr<impl::HttpTransport> transport = service.NewTransport();
     FakeClock clock{time};

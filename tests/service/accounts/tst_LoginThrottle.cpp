@@ -56,18 +56,18 @@ TEST_F(Throttle, MakesThoseWaitWhoGuessFromManyAddressesButNotForLong)
     }
     EXPECT_EQ(throttle.waitFor("olga", "10.9.9.9"), 0s) << "where olga has been before";
     EXPECT_EQ(throttle.waitFor("oscar", "10.1.1.1"), 0s);
-    clock.advance(30s);
+    clock.Advance(30s);
     EXPECT_EQ(throttle.waitFor("olga", "10.1.1.1"), 0s);
 }
 
 TEST_F(Throttle, DoesNotLookAtTheTimeOfDay)
 {
     fail(3, "olga", "10.0.0.1");
-    clock.set(-24h * 365);
+    clock.ShiftTimeOfDay(-24h * 365);
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
-    clock.set(24h * 3650);
+    clock.ShiftTimeOfDay(24h * 3650);
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
-    clock.advance(30s);
+    clock.Advance(30s);
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
 }
 
@@ -93,9 +93,9 @@ TEST_F(Throttle, TakesSlipsFromElsewhereNotOffAnAddress)
 TEST_F(Throttle, EndsTheWaitWhenItsTimeIsOver)
 {
     fail(3, "olga", "10.0.0.1");
-    clock.advance(29500ms);
+    clock.Advance(29500ms);
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 1s) << "never zero while there is to wait";
-    clock.advance(500ms);
+    clock.Advance(500ms);
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
 }
 
@@ -118,7 +118,7 @@ TEST_F(Throttle, ForgetsFailuresOnceTheUserIsIn)
 TEST_F(Throttle, ForgetsFailuresThatAreAnHourOld)
 {
     fail(2, "olga", "10.0.0.1");
-    clock.advance(61min);
+    clock.Advance(61min);
     fail(2, "olga", "10.0.0.1");
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
 }
@@ -172,7 +172,7 @@ TEST_F(Throttle, KnowsAnAddressInItsOtherSpelling)
 TEST_F(Throttle, StillHoldsWhoFailedLastAfterManyOthers)
 {
     for (int i = 0; i < 10500; ++i) {
-        clock.advance(1ms);
+        clock.Advance(1ms);
         throttle.failed("user" + std::to_string(i), "10.0.0." + std::to_string(i));
     }
     fail(3, "olga", "10.9.9.9");

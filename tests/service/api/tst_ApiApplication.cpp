@@ -48,7 +48,7 @@ protected:
     metrics::Metrics metrics;
     ApiApplication application{context, metrics};
     const http::Limits limits;
-    test::OtherProgram other{folder.path() / "kelvo.sqlite"};
+    test::OtherProgram other{folder.Path() / "kelvo.sqlite"};
 };
 
 const auto saysBusy = AllOf(StartsWith("HTTP/1.1 503 "), HasSubstr("\r\nRetry-After: 5\r\n"),

@@ -1,7 +1,7 @@
 // The source of a reply that must not hand out a damaged content as a right one.
 #include "service/api/CheckedSource.h"
 #include "tests/service/support/RunAwaitable.h"
-#include "tests/service/support/TemporaryFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -16,7 +16,7 @@ protected:
     /** All that the source hands out of this content, four bytes at a time. */
     std::string read(const std::string& stored, const std::string& meant)
     {
-        const auto path = folder.path() / "content";
+        const auto path = folder.Path() / "content";
         replaceFile(path, stored, 0600);
         CheckedSource source(openFile(path, O_RDONLY), meant.size(), sha256Hex(meant), pool,
                              [this](content::ECondition found) { told.push_back(found); });
@@ -32,7 +32,7 @@ protected:
         return all;
     }
 
-    test::TemporaryFolder folder;
+    test::TempFolder folder;
     test::Loop loop;
     WorkPool pool{1};
     std::vector<content::ECondition> told;
@@ -63,7 +63,7 @@ TEST_F(CheckedReading, MissesNothingThatIsTooShort)
 TEST_F(CheckedReading, TakesAReadErrorForNoDamage)
 {
     // A folder can be opened for reading and not be read.
-    CheckedSource source(openFile(folder.path(), O_RDONLY), 10, sha256Hex("0123456789"), pool,
+    CheckedSource source(openFile(folder.Path(), O_RDONLY), 10, sha256Hex("0123456789"), pool,
                          [this](content::ECondition found) { told.push_back(found); });
     char buffer[4];
     EXPECT_EQ(loop.run(source.read(asio::buffer(buffer))), 0U);

@@ -139,7 +139,7 @@ TEST_F(ContentBodies, ReadTheWholeForAPartAgainAfterAnHour)
         content::stampOf(openFile(contents.contentPath(file.sha256), O_RDONLY).get());
     const auto known = [&] { return integrity.conditionOf(file.sha256, stamp, clock.nowMs()); };
     EXPECT_EQ(known(), content::ECondition::Right);
-    clock.advance(std::chrono::hours(1));
+    clock.Advance(std::chrono::hours(1));
     EXPECT_EQ(known(), content::ECondition::Unknown);
     body(file, {ERange::Part, 0, 3});
     EXPECT_EQ(known(), content::ECondition::Right);

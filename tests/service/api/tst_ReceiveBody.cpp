@@ -3,7 +3,7 @@
 #include "service/base/Digest.h"
 #include "tests/service/support/RunAwaitable.h"
 #include "tests/service/support/TcpPair.h"
-#include "tests/service/support/TemporaryFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -46,8 +46,8 @@ protected:
     }
 
     test::Loop loop;
-    test::TemporaryFolder folder;
-    content::ContentStore store{folder.path()};
+    test::TempFolder folder;
+    content::ContentStore store{folder.Path()};
     content::DigestCache digests;
     http::Limits limits;
     WorkPool pool{2};
@@ -59,7 +59,7 @@ TEST_F(Receiving, WritesTheWholeBodyInOrder)
     const std::string text = largeText();
     EXPECT_TRUE(receive(text, text.size()));
     EXPECT_EQ(writer.finish(), sha256Hex(text));
-    EXPECT_EQ(readFile(folder.path() / "uploads" / "u1"), text);
+    EXPECT_EQ(readFile(folder.Path() / "uploads" / "u1"), text);
 }
 
 TEST_F(Receiving, TakesAnEmptyBody)
@@ -73,7 +73,7 @@ TEST_F(Receiving, KeepsAllThatArrivedOfABodyThatWasCutOff)
     const std::string text = largeText();
     EXPECT_FALSE(receive(text, text.size() * 2));
     EXPECT_EQ(writer.offset(), text.size());
-    EXPECT_EQ(readFile(folder.path() / "uploads" / "u1"), text);
+    EXPECT_EQ(readFile(folder.Path() / "uploads" / "u1"), text);
 }
 
 TEST_F(Receiving, PassesOnThatTheDiskIsFull)
@@ -87,7 +87,7 @@ TEST_F(Receiving, PassesOnThatTheDiskIsFull)
     const std::string text = largeText();
     EXPECT_THROW(receive(text, text.size()), std::system_error);
     setrlimit(RLIMIT_FSIZE, &before);
-    EXPECT_EQ(readFile(folder.path() / "uploads" / "u1"), text.substr(0, 600000));
+    EXPECT_EQ(readFile(folder.Path() / "uploads" / "u1"), text.substr(0, 600000));
 }
 
 } // namespace

@@ -166,7 +166,7 @@ TEST_F(Finishing, IsNotUndoneByAnUploadThatCannotBeCleanedUp)
     content::UploadWriter writer(contents, digests, upload.id);
     database.onCommit([this, &upload](const std::vector<store::Event>&) {
         // What cannot be unlinked stands where the upload was.
-        const auto file = folder.path() / "uploads" / upload.id;
+        const auto file = folder.Path() / "uploads" / upload.id;
         std::filesystem::remove(file);
         std::filesystem::create_directory(file);
     });
@@ -280,7 +280,7 @@ TEST_F(Beginning, AgainAfterTheResultWasRemovedStartsAnew)
 TEST_F(Beginning, AgainAfterTheUploadExpiredStartsAnew)
 {
     const api::Beginning first = begin("nonce");
-    clock.advance(std::chrono::hours(24 * 7));
+    clock.Advance(std::chrono::hours(24 * 7));
     EXPECT_FALSE(begin("nonce").isRepeat);
     EXPECT_THROW(loop.run(findUpload(context, user, first.upload.id)), http::Problem);
 }

@@ -3,7 +3,7 @@
 #include "service/base/FileStatus.h"
 #include "service/base/Files.h"
 #include "tests/service/support/FileDates.h"
-#include "tests/service/support/TemporaryFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -21,8 +21,8 @@ class StatusOfAFile : public testing::Test
 protected:
     StatusOfAFile() { replaceFile(file, "hello", 0640); }
 
-    test::TemporaryFolder folder;
-    const std::filesystem::path file = folder.path() / "file";
+    test::TempFolder folder;
+    const std::filesystem::path file = folder.Path() / "file";
 };
 
 TEST_F(StatusOfAFile, TellsKindModeSizeAndOwner)
@@ -34,7 +34,7 @@ TEST_F(StatusOfAFile, TellsKindModeSizeAndOwner)
     EXPECT_EQ(status->sizeBytes, 5);
     EXPECT_EQ(status->links, 1U);
     EXPECT_EQ(status->user, ::geteuid());
-    EXPECT_TRUE(S_ISDIR(statusOf(folder.path())->mode));
+    EXPECT_TRUE(S_ISDIR(statusOf(folder.Path())->mode));
 }
 
 TEST_F(StatusOfAFile, TellsSizesOfMoreThan32Bits)
@@ -67,7 +67,7 @@ TEST_F(StatusOfAFile, IsTheSameByItsDescriptor)
 
 TEST_F(StatusOfAFile, IsNothingWhenThereIsNone)
 {
-    EXPECT_EQ(statusOf(folder.path() / "none").has_value(), false);
+    EXPECT_EQ(statusOf(folder.Path() / "none").has_value(), false);
 }
 
 TEST_F(StatusOfAFile, IsAnErrorWhenItCannotBeTold)

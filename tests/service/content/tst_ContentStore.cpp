@@ -7,7 +7,7 @@
 #include "tests/service/support/FailingSync.h"
 #include "tests/service/support/FileDates.h"
 #include "tests/service/support/RunAwaitable.h"
-#include "tests/service/support/TemporaryFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -28,11 +28,11 @@ protected:
 
     std::string textOf(const std::string& sha256)
     {
-        return readFile(folder.path() / "content" / sha256.substr(0, 2) / sha256);
+        return readFile(folder.Path() / "content" / sha256.substr(0, 2) / sha256);
     }
 
-    test::TemporaryFolder folder;
-    ContentStore store{folder.path()};
+    test::TempFolder folder;
+    ContentStore store{folder.Path()};
     DigestCache digests;
 };
 
@@ -60,7 +60,7 @@ TEST_F(Contents, AreKeptOnce)
 TEST_F(Contents, MayBeDatedWhenTimesOf32BitsAreOver)
 {
     const std::string digest = receive("u1", "abc");
-    ASSERT_TRUE(test::setFileDate(folder.path() / "uploads" / "u1", test::farFutureS));
+    ASSERT_TRUE(test::setFileDate(folder.Path() / "uploads" / "u1", test::farFutureS));
     EXPECT_EQ(store.uploadSize("u1"), 3U);
     EXPECT_TRUE(store.uploadChangedMs("u1"));
     EXPECT_TRUE(store.adopt("u1", digest));
@@ -104,7 +104,7 @@ TEST_F(Contents, LoseWhatAKilledProcessLeftBesideThem)
     replaceFile(left, "abc", 0600);
     EXPECT_THAT(store.digests(), testing::ElementsAre(digest));
     EXPECT_TRUE(std::filesystem::exists(left)) << "somebody may be at work on it";
-    const ContentStore again(folder.path());
+    const ContentStore again(folder.Path());
     EXPECT_FALSE(std::filesystem::exists(left));
     EXPECT_EQ(textOf(digest), "abc");
 }
@@ -123,7 +123,7 @@ TEST_F(Contents, WhoseNameTheDiskDidNotTakeAreNotThere)
     const std::string digest = receive("u1", "abc");
     std::filesystem::create_directory(store.contentPath(digest).parent_path());
     const ContentStore opened(
-        folder.path()); // knows that folder, so that the next sync is the name's
+        folder.Path()); // knows that folder, so that the next sync is the name's
     test::failNextSyncs(1);
     EXPECT_THROW(opened.adopt("u1", digest), std::system_error);
     EXPECT_THAT(opened.digests(), testing::IsEmpty());

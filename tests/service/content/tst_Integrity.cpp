@@ -1,7 +1,7 @@
 // What is remembered of contents, and how a wrong one is kept from passing for a right one.
 #include "service/base/Digest.h"
 #include "service/content/Integrity.h"
-#include "tests/service/support/TemporaryFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -49,9 +49,9 @@ TEST(ContentIntegrity, NeedsBoundedMemory)
 
 TEST(ContentIntegrity, DigestsAWholeFile)
 {
-    const test::TemporaryFolder folder;
-    replaceFile(folder.path() / "large", std::string(1000000, 'x'), 0600);
-    const FileDescriptor file = openFile(folder.path() / "large", O_RDONLY);
+    const test::TempFolder folder;
+    replaceFile(folder.Path() / "large", std::string(1000000, 'x'), 0600);
+    const FileDescriptor file = openFile(folder.Path() / "large", O_RDONLY);
     EXPECT_EQ(digestOf(file.get()), sha256Hex(std::string(1000000, 'x')));
     EXPECT_EQ(stampOf(file.get()).sizeBytes, 1000000);
 }

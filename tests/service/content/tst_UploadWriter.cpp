@@ -2,7 +2,7 @@
 #include "service/base/Digest.h"
 #include "service/content/UploadWriter.h"
 #include "tests/service/support/FailingSync.h"
-#include "tests/service/support/TemporaryFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -19,8 +19,8 @@ class Writing : public testing::Test
 protected:
     UploadWriter open() { return UploadWriter(store, digests, "u1"); }
 
-    test::TemporaryFolder folder;
-    ContentStore store{folder.path()};
+    test::TempFolder folder;
+    ContentStore store{folder.Path()};
     DigestCache digests;
 };
 
@@ -36,7 +36,7 @@ TEST_F(Writing, ContinuesWhereThePartBeforeEnded)
     EXPECT_EQ(second.offset(), 2U);
     second.append("c", 1);
     EXPECT_EQ(second.finish(), sha256Hex("abc"));
-    EXPECT_EQ(readFile(folder.path() / "uploads" / "u1"), "abc");
+    EXPECT_EQ(readFile(folder.Path() / "uploads" / "u1"), "abc");
 }
 
 TEST_F(Writing, DigestsWhatIsThereWhenNothingIsRemembered)
@@ -59,7 +59,7 @@ TEST_F(Writing, TrustsTheFileMoreThanItsMemory)
         first.append("abcdef", 6);
         first.suspend();
     }
-    std::filesystem::resize_file(folder.path() / "uploads" / "u1", 3);
+    std::filesystem::resize_file(folder.Path() / "uploads" / "u1", 3);
     UploadWriter second = open();
     EXPECT_EQ(second.offset(), 3U);
     EXPECT_EQ(second.finish(), sha256Hex("abc"));

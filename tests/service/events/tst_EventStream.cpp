@@ -9,7 +9,7 @@
 #include "tests/service/support/ManualClock.h"
 #include "tests/service/support/RunAwaitable.h"
 #include "tests/service/support/TcpPair.h"
-#include "tests/service/support/TemporaryFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gmock/gmock.h>
 #include <soci/soci.h>
@@ -81,13 +81,13 @@ protected:
         return text;
     }
 
-    test::TemporaryFolder folder;
+    test::TempFolder folder;
     test::ManualClock clock;
     test::Loop loop;
     EventHub hub;
     std::shared_ptr<test::Doubt> doubt = std::make_shared<test::Doubt>();
     store::Database database{std::make_unique<test::DoubtfulDialect>(
-        store::makeSqlite((folder.path() / "store.sqlite").string()), doubt)};
+        store::makeSqlite((folder.Path() / "store.sqlite").string()), doubt)};
     test::TcpPair pair{loop.io()};
     store::Session session;
     std::shared_ptr<Subscription> subscription;

@@ -3,8 +3,8 @@
 
 #include "service/kelvoctl/CommandContext.h"
 #include "service/kelvoctl/Failures.h"
-#include "tests/service/kelvoctl/TemporaryFolder.h"
 #include "tests/service/support/FileDates.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -18,8 +18,8 @@ class SessionFile : public testing::Test
 protected:
     perms mode() const { return std::filesystem::status(file).permissions(); }
 
-    TemporaryFolder folder;
-    const std::filesystem::path file = folder.path() / "new" / "folder" / "session.json";
+    kelvo::test::TempFolder folder;
+    const std::filesystem::path file = folder.Path() / "new" / "folder" / "session.json";
     const Session session{"localhost:8443", "/ca.pem", "olga", "secret"};
 };
 
@@ -72,9 +72,9 @@ TEST_F(SessionFile, IsRefusedWhenItIsSomethingElse)
 {
     session.save(file);
     for (const char* content : {"", "{", "[]", "{\"server\":\"x\"}", "{\"server\":1}"}) {
-        folder.write("other", content);
-        std::filesystem::permissions(folder.path() / "other", perms(0600));
-        EXPECT_THROW(Session::load(folder.path() / "other"), UsageError) << content;
+        folder.Write("other", content);
+        std::filesystem::permissions(folder.Path() / "other", perms(0600));
+        EXPECT_THROW(Session::load(folder.Path() / "other"), UsageError) << content;
     }
 }
 

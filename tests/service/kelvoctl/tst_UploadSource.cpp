@@ -3,8 +3,8 @@
 
 #include "service/base/Digest.h"
 #include "service/kelvoctl/Failures.h"
-#include "tests/service/kelvoctl/TemporaryFolder.h"
 #include "tests/service/support/FileDates.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -42,8 +42,8 @@ std::string digestOf(const std::string& content)
 
 TEST(UploadSource, TakesAFileThatIsDatedWhenTimesOf32BitsAreOver)
 {
-    const TemporaryFolder folder;
-    const auto file = folder.write("a", "hello");
+    const kelvo::test::TempFolder folder;
+    const auto file = folder.Write("a", "hello");
     ASSERT_TRUE(kelvo::test::setFileDate(file, kelvo::test::farFutureS));
     UploadSource source(file);
     EXPECT_EQ(source.sizeBytes(), 5U);
@@ -52,9 +52,9 @@ TEST(UploadSource, TakesAFileThatIsDatedWhenTimesOf32BitsAreOver)
 
 TEST(UploadSource, SendsTheWholeFileAndDigestsIt)
 {
-    const TemporaryFolder folder;
+    const kelvo::test::TempFolder folder;
     const std::string content = pattern(12345);
-    UploadSource source(folder.write("a", content));
+    UploadSource source(folder.Write("a", content));
     EXPECT_EQ(source.sizeBytes(), content.size());
     EXPECT_EQ(readAll(source), content);
     EXPECT_EQ(source.digest(), digestOf(content));
@@ -62,11 +62,11 @@ TEST(UploadSource, SendsTheWholeFileAndDigestsIt)
 
 TEST(UploadSource, DigestsTheWholeFileAfterJumpsBothWays)
 {
-    const TemporaryFolder folder;
+    const kelvo::test::TempFolder folder;
     const std::string content = pattern(9000);
     for (const std::size_t offset :
          {std::size_t{0}, std::size_t{1}, std::size_t{5000}, content.size()}) {
-        UploadSource source(folder.write("a", content));
+        UploadSource source(folder.Write("a", content));
         std::array<char, 3000> sent{};
         source.read(sent.data(), sent.size());
         source.startAt(offset);
@@ -78,11 +78,11 @@ TEST(UploadSource, DigestsTheWholeFileAfterJumpsBothWays)
 
 TEST(UploadSource, IgnoresWhatIsAppendedAndRefusesWhatIsCutOff)
 {
-    const TemporaryFolder folder;
+    const kelvo::test::TempFolder folder;
     const std::string content = pattern(4000);
-    const auto path = folder.write("a", content);
+    const auto path = folder.Write("a", content);
     UploadSource source(path);
-    folder.write("a", content + "more");
+    folder.Write("a", content + "more");
     EXPECT_EQ(readAll(source), content);
     std::filesystem::resize_file(path, 100);
     source.startAt(0);
@@ -91,7 +91,7 @@ TEST(UploadSource, IgnoresWhatIsAppendedAndRefusesWhatIsCutOff)
 
 TEST(UploadSource, TakesOnlyFilesThatAreThere)
 {
-    const TemporaryFolder folder;
-    EXPECT_THROW(UploadSource{folder.path()}, UsageError);
-    EXPECT_THROW(UploadSource(folder.path() / "none"), UsageError);
+    const kelvo::test::TempFolder folder;
+    EXPECT_THROW(UploadSource{folder.Path()}, UsageError);
+    EXPECT_THROW(UploadSource(folder.Path() / "none"), UsageError);
 }

@@ -36,12 +36,12 @@ class BackupFixture : public test::KeptFiles
 protected:
     BackupFixture()
     {
-        replaceFile(folder.path() / "ca.pem", "authority", 0644);
-        std::filesystem::create_directory(folder.path() / "tls");
-        replaceFile(folder.path() / "tls" / "ca.key", "key", 0600);
+        replaceFile(folder.Path() / "ca.pem", "authority", 0644);
+        std::filesystem::create_directory(folder.Path() / "tls");
+        replaceFile(folder.Path() / "tls" / "ca.key", "key", 0600);
     }
 
-    CopyReport back() { return backUp(folder.path(), backup()); }
+    CopyReport back() { return backUp(folder.Path(), backup()); }
     CopyReport bring(bool force = false) { return restore(backup(), restored(), force); }
 
     std::filesystem::path makePipe(const std::string& sha256) const
@@ -52,8 +52,8 @@ protected:
         return path;
     }
 
-    std::filesystem::path backup() const { return elsewhere.path() / "backup"; }
-    std::filesystem::path restored() const { return elsewhere.path() / "data"; }
+    std::filesystem::path backup() const { return elsewhere.Path() / "backup"; }
+    std::filesystem::path restored() const { return elsewhere.Path() / "data"; }
 
     /** A value of the restored database. */
     long long number(const std::string& query) const
@@ -74,9 +74,9 @@ protected:
         return found;
     }
 
-    std::vector<std::string> names() const { return namesIn(elsewhere.path()); }
+    std::vector<std::string> names() const { return namesIn(elsewhere.Path()); }
 
-    test::TemporaryFolder elsewhere;
+    test::TempFolder elsewhere;
 };
 
 } // namespace kelvo::maintenance

@@ -48,7 +48,7 @@ TEST_F(BackingUp, AndBringingBackGivesTheSameFolder)
 
 TEST_F(BackingUp, TakesWhatIsDatedWhenTimesOf32BitsAreOver)
 {
-    for (const auto& entry : fs::recursive_directory_iterator(folder.path())) {
+    for (const auto& entry : fs::recursive_directory_iterator(folder.Path())) {
         ASSERT_TRUE(test::setFileDate(entry.path(), test::farFutureS)) << entry.path();
     }
     EXPECT_THAT(back().damages, IsEmpty());
@@ -70,7 +70,7 @@ TEST_F(BackingUp, LeavesOutWhatNoFileRefersTo)
 
 TEST_F(BackingUp, WorksBesideARunningService)
 {
-    const DataFolder running(folder.path());
+    const DataFolder running(folder.Path());
     back();
     bring();
     EXPECT_TRUE(verify(restored()).isClean());
@@ -78,7 +78,7 @@ TEST_F(BackingUp, WorksBesideARunningService)
 
 TEST_F(BackingUp, IsNotTornByWhatComesAndGoesMeanwhile)
 {
-    const DataFolder running(folder.path());
+    const DataFolder running(folder.Path());
     std::vector<std::string> texts{"one that comes", "one that comes and goes"};
     std::sort(texts.begin(), texts.end(), [](const auto& left, const auto& right) {
         return sha256Hex(left) < sha256Hex(right); // the order in which they are copied
@@ -130,16 +130,16 @@ TEST_F(BackingUp, GoesOnlyWhereNothingIs)
     fs::create_directory(backup());
     back();
     EXPECT_THAT(refusal([this] { back(); }), HasSubstr("is there already"));
-    EXPECT_THAT(refusal([this] { backUp(elsewhere.path() / "nothing", restored()); }),
+    EXPECT_THAT(refusal([this] { backUp(elsewhere.Path() / "nothing", restored()); }),
                 HasSubstr("no database"));
 }
 
 TEST_F(BackingUp, NeverLiesInWhatItIsABackupOf)
 {
-    EXPECT_THAT(refusal([this] { backUp(folder.path(), folder.path() / "backup" / "one"); }),
+    EXPECT_THAT(refusal([this] { backUp(folder.Path(), folder.Path() / "backup" / "one"); }),
                 HasSubstr("in each other"));
     back();
-    for (const fs::path& target : {backup(), backup() / "data", elsewhere.path()}) {
+    for (const fs::path& target : {backup(), backup() / "data", elsewhere.Path()}) {
         EXPECT_THAT(refusal([&] { restore(backup(), target, true); }), HasSubstr("in each other"));
     }
     EXPECT_THAT(names(), ElementsAre("backup"));
@@ -159,8 +159,8 @@ TEST_F(BackingUp, TellsWhatCannotBeReadAndKeepsTheRest)
 
 TEST_F(BackingUp, LeavesNothingWhenItFails)
 {
-    replaceFile(elsewhere.path() / "file", "", 0600);
-    EXPECT_ANY_THROW(backUp(folder.path(), elsewhere.path() / "file" / "backup"));
+    replaceFile(elsewhere.Path() / "file", "", 0600);
+    EXPECT_ANY_THROW(backUp(folder.Path(), elsewhere.Path() / "file" / "backup"));
     EXPECT_THAT(names(), ElementsAre("file"));
 }
 
@@ -191,7 +191,7 @@ TEST_F(BackingUp, FillsAnEmptyFolderThatIsThereWithoutReplacingIt)
 TEST_F(BackingUp, TakesADatabaseWithAnEmptyJournalAlsoWhenAContentIsMissing)
 {
     contents.remove(sha256Hex("in the bin"));
-    const fs::path journal = folder.path() / "kelvo.sqlite-journal";
+    const fs::path journal = folder.Path() / "kelvo.sqlite-journal";
     fs::remove(journal);
     replaceFile(journal, "", 0600); // as a crash at its beginning leaves it
     EXPECT_THAT(back().damages, ElementsAre(HasSubstr("is missing")));

@@ -51,20 +51,20 @@ private:
 class DatabaseCopying : public test::KeptFiles
 {
 protected:
-    std::filesystem::path target() const { return elsewhere.path() / "copy.sqlite"; }
+    std::filesystem::path target() const { return elsewhere.Path() / "copy.sqlite"; }
 
-    test::TemporaryFolder elsewhere;
+    test::TempFolder elsewhere;
 };
 
 TEST_F(DatabaseCopying, LetsTheServiceCommitHoweverLongTheTargetTakes)
 {
-    const DataFolder running(folder.path());
+    const DataFolder running(folder.Path());
     test::makeImpatient(database);
-    copyDatabase(folder.path(), target()); // so that there is something to keep
+    copyDatabase(folder.Path(), target()); // so that there is something to keep
     test::OtherProgram slow(target());
     slow.keep();
     LockWatch watch;
-    std::thread copying([this] { copyDatabase(folder.path(), target()); });
+    std::thread copying([this] { copyDatabase(folder.Path(), target()); });
     watch.untilSomebodyWaits();
     EXPECT_NO_THROW(keep("meanwhile.zip", "committed meanwhile"));
     slow.letGo();
@@ -74,9 +74,9 @@ TEST_F(DatabaseCopying, LetsTheServiceCommitHoweverLongTheTargetTakes)
 
 TEST_F(DatabaseCopying, LeavesTheCopyAndNothingElse)
 {
-    const DataFolder running(folder.path());
-    copyDatabase(folder.path(), target());
-    for (const auto& entry : std::filesystem::directory_iterator(elsewhere.path())) {
+    const DataFolder running(folder.Path());
+    copyDatabase(folder.Path(), target());
+    for (const auto& entry : std::filesystem::directory_iterator(elsewhere.Path())) {
         EXPECT_EQ(entry.path(), target());
     }
     long long rows = 0;

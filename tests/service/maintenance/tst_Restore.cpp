@@ -71,7 +71,7 @@ TEST_F(Restoring, LeavesTheFolderAsItWasWhenItFails)
     back();
     bring();
     const fs::path key = backup() / "tls" / "ca.key";
-    const fs::path aside = elsewhere.path() / "ca.key";
+    const fs::path aside = elsewhere.Path() / "ca.key";
     fs::rename(key, aside);
     fs::create_symlink(aside, key); // a copy follows no link
     replaceFile(restored() / "mine", "precious", 0600);

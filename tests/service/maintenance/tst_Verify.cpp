@@ -17,7 +17,7 @@ using testing::IsEmpty;
 class Verifying : public test::KeptFiles
 {
 protected:
-    VerifyReport look() { return verify(folder.path()); }
+    VerifyReport look() { return verify(folder.Path()); }
 
     void change(const std::string& statement)
     {
@@ -55,7 +55,7 @@ TEST_F(Verifying, FindsThatAContentIsMissingAlsoInTheBin)
 
 TEST_F(Verifying, FindsAnUploadThatIsLongerThanAnnounced)
 {
-    replaceFile(folder.path() / "uploads" / open.id, "hello and more", 0600);
+    replaceFile(folder.Path() / "uploads" / open.id, "hello and more", 0600);
     EXPECT_THAT(look().damages, ElementsAre(HasSubstr("longer than it was announced")));
 }
 
@@ -64,7 +64,7 @@ TEST_F(Verifying, FindsWhatACrashLeftAndDoesNotCallItDamage)
     const store::Upload crashed = begin("c.zip", 3);
     content::UploadWriter(contents, digests, crashed.id).append("abc", 3);
     contents.adopt(crashed.id, sha256Hex("abc"));
-    replaceFile(folder.path() / "uploads" / "0123", "stray", 0600);
+    replaceFile(folder.Path() / "uploads" / "0123", "stray", 0600);
     const VerifyReport report = look();
     EXPECT_THAT(report.damages, IsEmpty());
     EXPECT_THAT(report.leftovers,
@@ -73,8 +73,8 @@ TEST_F(Verifying, FindsWhatACrashLeftAndDoesNotCallItDamage)
 
 TEST_F(Verifying, DoesNotJudgeLeftoversBesideARunningService)
 {
-    replaceFile(folder.path() / "uploads" / "0123", "stray", 0600);
-    const DataFolder running(folder.path());
+    replaceFile(folder.Path() / "uploads" / "0123", "stray", 0600);
+    const DataFolder running(folder.Path());
     VerifyReport report = look();
     EXPECT_TRUE(report.serviceRuns);
     EXPECT_THAT(report.leftovers, IsEmpty());
@@ -88,7 +88,7 @@ TEST_F(Verifying, ChangesNothing)
 {
     const auto state = [this] {
         std::map<std::string, std::string> files;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.path())) {
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.Path())) {
             if (entry.is_regular_file()) {
                 files[entry.path()] = readFile(entry.path());
             }
@@ -103,7 +103,7 @@ TEST_F(Verifying, ChangesNothing)
 TEST_F(Verifying, UndoesAnUnfinishedTransactionOnlyInItsCopy)
 {
     // What a crash leaves: pages that were written before their commit, and the journal to undo it.
-    test::TemporaryFolder crashed;
+    test::TempFolder crashed;
     const auto writeAndCopy = [&](store::Transaction& t) {
         t.sql << "PRAGMA cache_size = 1";
         t.sql << "UPDATE farms SET last_resource = 1";
@@ -111,15 +111,15 @@ TEST_F(Verifying, UndoesAnUnfinishedTransactionOnlyInItsCopy)
             t.sql << "INSERT INTO counters (name, value) VALUES (HEX(RANDOMBLOB(400)), 0)";
         }
         using Options = std::filesystem::copy_options;
-        std::filesystem::copy(folder.path(), crashed.path(),
+        std::filesystem::copy(folder.Path(), crashed.Path(),
                               Options::recursive | Options::overwrite_existing);
         throw std::runtime_error("the power fails");
     };
     EXPECT_THROW(database.writeNow(writeAndCopy), std::runtime_error);
-    const auto journal = crashed.path() / "kelvo.sqlite-journal";
+    const auto journal = crashed.Path() / "kelvo.sqlite-journal";
     ASSERT_GT(std::filesystem::file_size(journal), 0U);
-    ASSERT_NE(readFile(crashed.path() / "kelvo.sqlite"), readFile(folder.path() / "kelvo.sqlite"));
-    EXPECT_THAT(verify(crashed.path()).damages, IsEmpty());
+    ASSERT_NE(readFile(crashed.Path() / "kelvo.sqlite"), readFile(folder.Path() / "kelvo.sqlite"));
+    EXPECT_THAT(verify(crashed.Path()).damages, IsEmpty());
     EXPECT_GT(std::filesystem::file_size(journal), 0U) << "the original is as it was";
 }
 
@@ -135,7 +135,7 @@ class BrokenRows : public Verifying, public testing::WithParamInterface<Broken>
 TEST_P(BrokenRows, AreFound)
 {
     // Foreign keys are off, as for whoever edits a database by hand.
-    const std::string file = (folder.path() / "kelvo.sqlite").string();
+    const std::string file = (folder.Path() / "kelvo.sqlite").string();
     const auto session = store::makeSqlite(file)->connect();
     *session << "PRAGMA foreign_keys = OFF";
     *session << GetParam().statement;

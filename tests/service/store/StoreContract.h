@@ -4,7 +4,7 @@
 #include "service/store/Database.h"
 #include "service/store/FarmTable.h"
 #include "service/store/UserTable.h"
-#include "tests/service/support/TemporaryFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -40,7 +40,7 @@ protected:
     void reopen()
     {
         database.reset();
-        database = std::make_unique<store::Database>(GetParam().connect(folder.path()));
+        database = std::make_unique<store::Database>(GetParam().connect(folder.Path()));
     }
 
     store::Farm addFarm(const std::string& name)
@@ -70,7 +70,7 @@ protected:
 
     static constexpr long long now = 1700000000000;
 
-    TemporaryFolder folder;
+    TempFolder folder;
     std::unique_ptr<store::Database> database;
 };
 

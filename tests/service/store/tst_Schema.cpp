@@ -34,7 +34,7 @@ TEST_P(StoreContract, RefusesADatabaseOfANewerSchemaAndLeavesItAlone)
         t.sql << "UPDATE schema_version SET version = :v", soci::use(newer);
     });
     EXPECT_THROW(reopen(), store::SchemaTooNew);
-    const auto session = GetParam().connect(folder.path())->connect();
+    const auto session = GetParam().connect(folder.Path())->connect();
     int version = 0;
     *session << "SELECT version FROM schema_version", soci::into(version);
     EXPECT_EQ(version, newer);
@@ -42,8 +42,8 @@ TEST_P(StoreContract, RefusesADatabaseOfANewerSchemaAndLeavesItAlone)
 
 TEST_P(StoreContract, BringsWhatTheFirstSchemaKnewOfConsolesAlong)
 {
-    const TemporaryFolder old;
-    const auto dialect = GetParam().connect(old.path());
+    const TempFolder old;
+    const auto dialect = GetParam().connect(old.Path());
     {
         const auto session = dialect->connect();
         store::migrate(*session, *dialect, 1);
@@ -65,7 +65,7 @@ TEST_P(StoreContract, BringsWhatTheFirstSchemaKnewOfConsolesAlong)
             *session << statement;
         }
     }
-    store::Database migrated(GetParam().connect(old.path()));
+    store::Database migrated(GetParam().connect(old.Path()));
     const auto consoles =
         migrated.readNow([](soci::session& sql) { return store::consolesOf(sql, 1); });
     ASSERT_EQ(consoles.size(), 2U);

@@ -4,7 +4,7 @@
 #include "service/store/Schema.h"
 #include "tests/service/support/DialectAround.h"
 #include "tests/service/support/OtherProgram.h"
-#include "tests/service/support/TemporaryFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gmock/gmock.h>
 #include <soci/soci.h>
@@ -66,9 +66,9 @@ protected:
             std::make_unique<WatchedDialect>(store::makeSqlite(path.string()), beforeCommit));
     }
 
-    std::filesystem::path file() const { return folder.path() / "store.sqlite"; }
+    std::filesystem::path file() const { return folder.Path() / "store.sqlite"; }
 
-    TemporaryFolder folder;
+    TempFolder folder;
     std::shared_ptr<WatchedDialect::Watch> beforeCommit = std::make_shared<WatchedDialect::Watch>();
     store::Database database{
         std::make_unique<WatchedDialect>(store::makeSqlite(file().string()), beforeCommit)};
@@ -122,7 +122,7 @@ TEST_F(BusySqlite, OpensBesideAReaderWhenItsSchemaIsUpToDate)
 
 TEST_F(BusySqlite, SaysSoWhenItCannotBringItsSchemaUpToDate)
 {
-    const std::filesystem::path old = folder.path() / "old.sqlite";
+    const std::filesystem::path old = folder.Path() / "old.sqlite";
     const auto dialect = store::makeSqlite(old.string());
     store::migrate(*dialect->connect(), *dialect, 1);
     OtherProgram reader(old);

@@ -208,8 +208,8 @@ TEST_P(StoreContract, ReadsOneStateWhateverIsCommittedMeanwhile)
 /** Not of the contract: every kind of database runs out of room in its own way. */
 TEST(Sqlite, SaysWhenItsDiskIsFullAndGoesOnWhenThereIsRoomAgain)
 {
-    const TemporaryFolder folder;
-    store::Database database(store::makeSqlite((folder.path() / "store.sqlite").string()));
+    const TempFolder folder;
+    store::Database database(store::makeSqlite((folder.Path() / "store.sqlite").string()));
     const auto allow = [&database](int pages) {
         database.writeNow([pages](Transaction& t) {
             int limit = 0;

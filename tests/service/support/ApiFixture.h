@@ -8,7 +8,7 @@
 #include "service/store/UserTable.h"
 #include "tests/service/support/ManualClock.h"
 #include "tests/service/support/RunAwaitable.h"
-#include "tests/service/support/TemporaryFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -36,11 +36,11 @@ protected:
             [this](soci::session& sql) { return store::filesOf(sql, user.farmId()); });
     }
 
-    TemporaryFolder folder;
+    TempFolder folder;
     ManualClock clock;
     Loop loop;
-    store::Database database{store::makeSqlite((folder.path() / "kelvo.sqlite").string())};
-    content::ContentStore contents{folder.path()};
+    store::Database database{store::makeSqlite((folder.Path() / "kelvo.sqlite").string())};
+    content::ContentStore contents{folder.Path()};
     content::DigestCache digests;
     content::DigestLocks digestLocks;
     api::ActiveUploads activeUploads;

@@ -1,32 +1,16 @@
-// A clock that moves only when told to.
+// The service's clock on time that only the test moves.
 #pragma once
 
 #include "service/base/Clock.h"
-
-#include <atomic>
-#include <chrono>
+#include "tests/support/ManualTime.h"
 
 namespace kelvo::test {
 
-class ManualClock final : public Clock
+class ManualClock final : public Clock, public ManualTime
 {
 public:
-    std::int64_t nowMs() const override { return nowMs_; }
-
-    std::int64_t steadyMs() const override { return steadyMs_; }
-
-    void advance(std::chrono::milliseconds by)
-    {
-        nowMs_ += by.count();
-        steadyMs_ += by.count();
-    }
-
-    /** Somebody sets the time of day. */
-    void set(std::chrono::milliseconds by) { nowMs_ += by.count(); }
-
-private:
-    std::atomic<std::int64_t> nowMs_{1700000000000};
-    std::atomic<std::int64_t> steadyMs_{5000}; // the machine has not run for long
+    std::int64_t nowMs() const override { return TimeOfDay().count(); }
+    std::int64_t steadyMs() const override { return Steady().count(); }
 };
 
 } // namespace kelvo::test

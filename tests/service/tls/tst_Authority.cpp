@@ -3,7 +3,7 @@
 #include "service/tls/Authority.h"
 #include "service/tls/Certificates.h"
 #include "service/tls/ServerContext.h"
-#include "tests/service/support/TemporaryFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -15,11 +15,11 @@ using namespace std::chrono_literals;
 class OwnAuthority : public testing::Test
 {
 protected:
-    CertificateFiles ensure() { return ensureCertificates(folder.path(), names); }
+    CertificateFiles ensure() { return ensureCertificates(folder.Path(), names); }
 
-    Certificate authority() { return certificateFromPem(readFile(folder.path() / "ca.pem")); }
+    Certificate authority() { return certificateFromPem(readFile(folder.Path() / "ca.pem")); }
 
-    test::TemporaryFolder folder;
+    test::TempFolder folder;
     std::vector<std::string> names = [] {
         return std::vector<std::string>{"localhost", "127.0.0.1", "::1"};
     }();
@@ -41,7 +41,7 @@ TEST_F(OwnAuthority, SignsACertificateForAllNames)
 TEST_F(OwnAuthority, KeepsItsKeysToItself)
 {
     const CertificateFiles files = ensure();
-    for (const auto& key : {files.key, folder.path() / "tls" / "ca.key"}) {
+    for (const auto& key : {files.key, folder.Path() / "tls" / "ca.key"}) {
         EXPECT_EQ(std::filesystem::status(key).permissions(),
                   std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     }
@@ -51,19 +51,19 @@ TEST_F(OwnAuthority, ChangesNothingThatIsStillGood)
 {
     const CertificateFiles files = ensure();
     const std::string before = readFile(files.certificate);
-    const std::string ca = readFile(folder.path() / "ca.pem");
+    const std::string ca = readFile(folder.Path() / "ca.pem");
     ensure();
     EXPECT_EQ(readFile(files.certificate), before);
-    EXPECT_EQ(readFile(folder.path() / "ca.pem"), ca);
+    EXPECT_EQ(readFile(folder.Path() / "ca.pem"), ca);
 }
 
 TEST_F(OwnAuthority, MakesANewCertificateForANewNameUnderTheSameAuthority)
 {
     const CertificateFiles files = ensure();
-    const std::string ca = readFile(folder.path() / "ca.pem");
+    const std::string ca = readFile(folder.Path() / "ca.pem");
     names.emplace_back("farm.example.org");
     ensure();
-    EXPECT_EQ(readFile(folder.path() / "ca.pem"), ca);
+    EXPECT_EQ(readFile(folder.Path() / "ca.pem"), ca);
     const Certificate server = certificateFromPem(readFile(files.certificate));
     EXPECT_TRUE(covers(*server, names, *authority()));
 }
@@ -71,7 +71,7 @@ TEST_F(OwnAuthority, MakesANewCertificateForANewNameUnderTheSameAuthority)
 TEST_F(OwnAuthority, RenewsACertificateThatEndsSoon)
 {
     const CertificateFiles files = ensure();
-    const Key caKey = keyFromPem(readFile(folder.path() / "tls" / "ca.key"));
+    const Key caKey = keyFromPem(readFile(folder.Path() / "tls" / "ca.key"));
     const Key key = keyFromPem(readFile(files.key));
     const Certificate old = makeServerCertificate(*key, names, *authority(), *caKey, 24h * 29);
     replaceFile(files.certificate, toPem(*old), 0644);

@@ -1,28 +1,32 @@
-// A temporary folder that the destructor removes.
+// A temporary folder that is removed with everything in it when the object is destroyed.
 #pragma once
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include <stdlib.h>
 
-namespace kesdk::test {
+namespace kelvo::test {
 
+// Errors: the constructor throws if the folder cannot be created.
 class TempFolder
 {
 public:
-    TempFolder()
+    TempFolder() : TempFolder(std::filesystem::temp_directory_path()) {}
+    explicit TempFolder(const std::filesystem::path& parent)
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kesdk-XXXXXX").string();
-        if (!::mkdtemp(pattern.data()))
-            throw std::runtime_error("no temporary folder");
+        std::string pattern = (parent / "kelvo-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) == nullptr)
+            throw std::runtime_error("cannot create a temporary folder in " + parent.string());
         m_path = pattern;
     }
     ~TempFolder()
@@ -33,13 +37,12 @@ public:
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
 
-    std::string Path(const std::string& name = {}) const
-    {
-        return name.empty() ? m_path.string() : (m_path / name).string();
-    }
+    const std::filesystem::path& Path() const { return m_path; }
+    std::string Path(const std::string& name) const { return (m_path / name).string(); }
     std::wstring WidePath(const std::string& name) const { return (m_path / name).wstring(); }
 
-    std::string Write(const std::string& name, const std::string& content) const
+    // Returns the path of the file.
+    std::string Write(const std::string& name, std::string_view content) const
     {
         std::ofstream(Path(name), std::ios::binary) << content;
         return Path(name);
@@ -50,13 +53,13 @@ public:
         return std::string(std::istreambuf_iterator<char>(stream), {});
     }
     bool Has(const std::string& name) const { return std::filesystem::exists(Path(name)); }
-    // Sets the time of the last write, in seconds since 1970.
+    // Sets the time of the last write, in seconds since 1970. Does not follow links.
     void Date(const std::string& name, std::int64_t writtenS) const
     {
         timespec times[2] = {};
         times[0].tv_sec = times[1].tv_sec = static_cast<time_t>(writtenS);
         if (::utimensat(AT_FDCWD, Path(name).c_str(), times, AT_SYMLINK_NOFOLLOW) != 0)
-            throw std::runtime_error("cannot be dated: " + name);
+            throw std::runtime_error("cannot set the date of " + name);
     }
     std::size_t EntryCount() const
     {
@@ -68,4 +71,4 @@ private:
     std::filesystem::path m_path;
 };
 
-} // namespace kesdk::test
+} // namespace kelvo::test

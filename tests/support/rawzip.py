@@ -1,4 +1,4 @@
-"""ZIP archives byte by byte, such as other systems write them and such as nobody would."""
+"""Writes ZIP archives byte by byte: those of other systems, and broken ones."""
 
 import struct
 import zlib
@@ -23,13 +23,13 @@ class Entry:
 
 
 def unicode_path(name, unicode_name):
-    """The field in which Info-ZIP keeps the Unicode name beside one in a code page."""
+    """The extra field that holds the Unicode name of an entry whose own name is in a code page."""
     text = unicode_name.encode()
     return struct.pack("<HHBL", 0x7075, len(text) + 5, 1, zlib.crc32(name)) + text
 
 
 def archive_of(*entries):
-    """The archive's bytes."""
+    """The bytes of an archive with these entries."""
     body, directory = b"", b""
     for entry in entries:
         data = deflate(entry.content) if entry.deflated else entry.content
@@ -40,6 +40,11 @@ def archive_of(*entries):
         body += struct.pack("<4sH", b"PK\3\4", 20) + common + entry.name + entry.extra + data
     end = struct.pack("<4sHHHHLLH", b"PK\5\6", 0, 0, len(entries), len(entries), len(directory), len(body), 0)
     return body + directory + end
+
+
+def archive_of_files(files):
+    """The bytes of an archive with these files, {name: bytes}. The same files give the same bytes."""
+    return archive_of(*(Entry(name.encode(), content) for name, content in files.items()))
 
 
 def deflate(content):

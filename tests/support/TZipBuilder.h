@@ -49,6 +49,9 @@ private:
     QVector<TZipEntry> m_entries;
 };
 
+// An archive with one file.
+QByteArray ZipOf(const QByteArray& name, const QByteArray& content);
+
 // What stands before the directory for an entry: its header, its name, its packed content.
 QByteArray LocalEntry(const TZipEntry& entry);
 

@@ -1,4 +1,4 @@
-#include "host/TZipBuilder.h"
+#include "support/TZipBuilder.h"
 
 #include <QtCore/QtEndian>
 
@@ -182,6 +182,11 @@ QByteArray TZipBuilder::Build(bool isZip64, quint64 bytesBefore) const
     Put<quint32>(bytes, isZip64 ? largest32 : static_cast<quint32>(offset));
     Put<quint16>(bytes, 0);
     return bytes;
+}
+
+QByteArray ZipOf(const QByteArray& name, const QByteArray& content)
+{
+    return TZipBuilder().AddFile(name, content).Build();
 }
 
 QByteArray LocalEntry(const TZipEntry& entry)
