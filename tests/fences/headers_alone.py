@@ -65,7 +65,7 @@ def is_checked_by_build(header, commands):
         if "#pragma once\n" not in file.read():
             return False
     with open(source, encoding="utf-8") as file:
-        first = re.search(r'^#include "([^"]+)"', file.read(), re.MULTILINE)
+        first = re.search(r'^#include [<"]([^>"]+)[>"]', file.read(), re.MULTILINE)
     return first is not None and header.endswith("/" + first[1])
 
 
