@@ -1,24 +1,131 @@
-// Moves a request's body into an upload.
 #include "service/api/ReceiveBody.h"
 
+#include "service/base/Wakeup.h"
+
 #include <boost/asio/experimental/awaitable_operators.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/this_coro.hpp>
 
 #include <algorithm>
-#include <array>
 #include <memory>
 
 namespace kelvo::api {
 
 namespace {
 
-constexpr std::uint64_t bufferBytes = 256 * 1024;
+constexpr std::uint64_t ringBytes = 512 * 1024;
+/** A read takes a part of the ring only, so that the next read has room while the pool writes. */
+constexpr std::size_t pieceBytes = 128 * 1024;
 
-Async<void> append(content::UploadWriter& writer, WorkPool& pool, const char* data,
-                   std::size_t sizeBytes)
+/** Bytes between the connection and the disk, in the order in which they came. */
+class Ring
 {
-    std::function<void()> work = [&writer, data, sizeBytes] { writer.append(data, sizeBytes); };
-    co_await pool.run(std::move(work));
-}
+public:
+    explicit Ring(std::size_t capacity)
+        : capacity_(capacity), bytes_(std::make_unique_for_overwrite<char[]>(capacity))
+    {}
+
+    bool isEmpty() const { return added_ == taken_; }
+    bool isFull() const { return added_ - taken_ == capacity_; }
+
+    /** Where the next bytes go. */
+    asio::mutable_buffer room()
+    {
+        const auto at = static_cast<std::size_t>(added_ % capacity_);
+        const auto left = capacity_ - static_cast<std::size_t>(added_ - taken_);
+        return asio::buffer(bytes_.get() + at, std::min({left, capacity_ - at, pieceBytes}));
+    }
+    void add(std::size_t sizeBytes) { added_ += sizeBytes; }
+
+    /** The oldest bytes; fewer than all when they continue at the ring's begin. */
+    asio::const_buffer oldest() const
+    {
+        const auto at = static_cast<std::size_t>(taken_ % capacity_);
+        const auto held = static_cast<std::size_t>(added_ - taken_);
+        return asio::buffer(bytes_.get() + at, std::min(held, capacity_ - at));
+    }
+    void take(std::size_t sizeBytes) { taken_ += sizeBytes; }
+
+private:
+    std::size_t capacity_;
+    std::unique_ptr<char[]> bytes_;
+    std::uint64_t added_ = 0; // in all
+    std::uint64_t taken_ = 0;
+};
+
+/** A coroutine that reads and a coroutine that writes, both on the connection's thread. */
+class Receiving
+{
+public:
+    Receiving(http::BodyReader& body, content::UploadWriter& writer, WorkPool& pool)
+        : body_(body),
+          writer_(writer),
+          pool_(pool),
+          ring_(static_cast<std::size_t>(std::min(ringBytes, body.remainingBytes()))),
+          arrival_(body.executor()),
+          room_(body.executor())
+    {}
+
+    /** False when the peer left or stalled. Ends early when writing fails. */
+    Async<bool> read()
+    {
+        http::IoResult got;
+        while (body_.remainingBytes() > 0 && !got.error && !failed_) {
+            if (ring_.isFull()) {
+                co_await room_.sleepUntil(never);
+                continue;
+            }
+            got = co_await body_.readSome(ring_.room());
+            ring_.add(got.bytes);
+            arrival_.wake();
+            if (isIdle_ && !got.error) {
+                // Lets the writing begin; a fast peer would not let this coroutine pause.
+                co_await asio::post(body_.executor(), asio::use_awaitable);
+            }
+        }
+        ended_ = true;
+        arrival_.wake();
+        co_return !got.error;
+    }
+
+    Async<void> write()
+    {
+        while (!ended_ || !ring_.isEmpty()) {
+            if (ring_.isEmpty()) {
+                isIdle_ = true;
+                co_await arrival_.sleepUntil(never);
+                isIdle_ = false;
+                continue;
+            }
+            const asio::const_buffer piece = ring_.oldest();
+            std::function<void()> work = [this, piece] {
+                writer_.append(piece.data(), piece.size());
+            };
+            try {
+                co_await pool_.run(std::move(work));
+            } catch (...) {
+                failed_ = true;
+                room_.wake();
+                throw;
+            }
+            ring_.take(piece.size());
+            room_.wake();
+        }
+    }
+
+private:
+    static constexpr auto never = std::chrono::steady_clock::time_point::max();
+
+    http::BodyReader& body_;
+    content::UploadWriter& writer_;
+    WorkPool& pool_;
+    Ring ring_;
+    Wakeup arrival_; // write() sleeps on it
+    Wakeup room_;    // read() sleeps on it
+    bool isIdle_ = false;
+    bool ended_ = false;
+    bool failed_ = false;
+};
 
 } // namespace
 
@@ -26,19 +133,11 @@ Async<bool> receiveBody(http::BodyReader& body, content::UploadWriter& writer, W
 {
     using namespace asio::experimental::awaitable_operators;
 
-    const auto size = static_cast<std::size_t>(std::min(bufferBytes, body.remainingBytes()));
-    std::array buffers{std::make_unique<char[]>(size), std::unique_ptr<char[]>()};
-    http::IoResult got = co_await body.fill(asio::buffer(buffers[0].get(), size));
-    while (!got.error && body.remainingBytes() > 0) {
-        if (!buffers[1]) {
-            buffers[1] = std::make_unique<char[]>(size);
-        }
-        got = co_await (body.fill(asio::buffer(buffers[1].get(), size)) &&
-                        append(writer, pool, buffers[0].get(), got.bytes));
-        std::swap(buffers[0], buffers[1]);
+    if (body.remainingBytes() == 0) {
+        co_return true;
     }
-    co_await append(writer, pool, buffers[0].get(), got.bytes);
-    co_return !got.error;
+    Receiving receiving(body, writer, pool);
+    co_return co_await (receiving.read() && receiving.write());
 }
 
 } // namespace kelvo::api

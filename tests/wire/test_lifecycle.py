@@ -281,6 +281,34 @@ class StartingAgain(LifecycleTest):
         self.assertEqual(done.headers["Repr-Digest"], digest_header(CONTENT))
         service.stop()
 
+    def test_an_upload_arrives_though_each_of_its_attempts_is_killed(self):
+        service = self.start_settled()
+        olga = self.client(service)
+        content = CONTENT[:200_000]
+        location = olga.create("slow.zip", [make_inbox(olga)], len(content)).headers["Location"]
+        part = service.path("uploads", location.rsplit("/", 1)[1])
+        offset = 0
+        while len(content) - offset > 50_000:
+            # 50 kB come, less than any buffer holds, and then the service is killed.
+            attempt = begin_upload(service, olga.token, "PATCH", location, len(content) - offset,
+                                   {"Upload-Offset": str(offset)}, content[offset:offset + 50_000])
+            self.await_size(part, offset + 50_000)
+            service.kill()
+            attempt.close()
+            service.start()
+            olga = self.back(service, olga)
+            offset = olga.offset(location)
+            self.assertEqual(os.path.getsize(part), offset)
+        done = olga.patch(location, offset, content[offset:])
+        self.assertEqual(done.headers["Repr-Digest"], digest_header(content))
+        service.stop()
+
+    def await_size(self, file, wanted):
+        guard = time.monotonic() + GUARD_SECONDS
+        while not os.path.exists(file) or os.path.getsize(file) < wanted:
+            if time.monotonic() > guard:
+                raise AssertionError(f"the upload has {os.path.getsize(file)} bytes on the disk instead of {wanted}")
+
 
 class Full(LifecycleTest):
     """What is refused for want of room, and that it goes on when there is room again."""

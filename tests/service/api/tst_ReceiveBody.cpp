@@ -76,6 +76,29 @@ TEST_F(Receiving, KeepsAllThatArrivedOfABodyThatWasCutOff)
     EXPECT_EQ(readFile(folder.Path() / "uploads" / "u1"), text);
 }
 
+TEST_F(Receiving, WritesWhatHasComeWhileThePeerPauses)
+{
+    test::TcpPair pair(loop.io());
+    http::RequestHead head;
+    head.contentLength = 1000000;
+    std::string early;
+    http::BodyReader body(*pair.server, limits, head, early);
+    bool ended = false;
+    const auto receiving = [&]() -> Async<void> {
+        co_await receiveBody(body, writer, pool);
+        ended = true;
+    };
+    loop.start(receiving());
+    const std::filesystem::path file = folder.Path() / "uploads" / "u1";
+    for (const std::size_t sizeBytes : {1000U, 2000U, 3000U}) {
+        loop.start(test::sendText(*pair.client, std::string(1000, 'x')));
+        loop.runUntil([&] { return std::filesystem::file_size(file) == sizeBytes; });
+    }
+    EXPECT_FALSE(ended);
+    pair.client->abort();
+    loop.runUntil([&ended] { return ended; });
+}
+
 TEST_F(Receiving, PassesOnThatTheDiskIsFull)
 {
     std::signal(SIGXFSZ, SIG_IGN);
