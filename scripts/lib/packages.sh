@@ -1,14 +1,14 @@
 # shellcheck shell=bash
 # Installs the packages that are missing. To be sourced.
 
-# The names in scripts/packages.txt, one a line.
+# wanted_packages PURPOSE...: the names in the lists scripts/packages/PURPOSE.txt, one a line.
 wanted_packages() {
-    sed 's/#.*//' "$1" | tr -s '[:space:]' '\n' | sed '/^$/d' | sort -u
+    (cd scripts/packages && sed 's/#.*//' "${@/%/.txt}") | tr -s '[:space:]' '\n' | sed '/^$/d' | sort -u
 }
 
 # Those of them that are not installed.
 missing_packages() {
-    comm -23 <(wanted_packages "$1") \
+    comm -23 <(wanted_packages "$@") \
         <(dpkg-query -W -f '${Package} ${db:Status-Status}\n' | sed -n 's/ installed$//p' | sort -u)
 }
 
@@ -27,14 +27,15 @@ may_remove() {
     [[ "$answer" == [yY]* ]]
 }
 
-# install_missing LIST ASSUME_YES: nothing happens, and no network is needed, if nothing is missing.
+# install_missing ASSUME_YES PURPOSE...: needs no network if nothing is missing. From the top of the tree.
 install_missing() {
-    local missing removed
+    local yes=$1 missing removed
+    shift
     if ! command -v dpkg-query >/dev/null; then
-        echo "This is no Debian system: the packages in $1 are up to you." >&2
+        echo "This is no Debian system: the packages in scripts/packages are up to you." >&2
         return 0
     fi
-    mapfile -t missing < <(missing_packages "$1")
+    mapfile -t missing < <(missing_packages "$@")
     if ((${#missing[@]} == 0)); then
         return 0
     fi
@@ -47,7 +48,7 @@ install_missing() {
     echo "Installing ${missing[*]}" >&2
     apt-get -q update >&2
     removed=$("${install[@]}" --simulate --quiet | sed -n 's/^Remv \([^ ]*\).*/  \1/p')
-    if [[ -n "$removed" ]] && ! may_remove "$removed" "$2"; then
+    if [[ -n "$removed" ]] && ! may_remove "$removed" "$yes"; then
         return 1
     fi
     DEBIAN_FRONTEND=noninteractive "${install[@]}" --yes --quiet >&2
