@@ -36,7 +36,7 @@ configure_arm() {
     if ! grep -s -q -x "KELVO_SYSROOT:[A-Z]*=$sysroot" build/arm/CMakeCache.txt; then
         rm -rf build/arm
     fi
-    configure arm -DKELVO_SYSROOT="$sysroot" -DKELVO_SERVICE=ON "$@"
+    configure arm -DKELVO_SYSROOT="$sysroot" "$@"
 }
 
 # build PRESET [TARGET...]

@@ -1,46 +1,63 @@
 #!/usr/bin/env python3
-"""Checks a list of excluded tests: left_out.py LIST BUILD CROSS-BUILD
+"""Tells which tests a leg leaves out: left_out.py LIST LEG BUILD LEG-BUILD
 
-Fails and prints a line for each row of LIST that matches no test of BUILD, and for each test of BUILD that is missing
-in CROSS-BUILD without a row. The check ignores tests that CMake gets from a test program, because BUILD may not have
-built the program. Both folders must be configured."""
+LIST is tests/excluded.txt. Prints a regular expression for ctest's --exclude-regex. Fails and prints a line for each
+row of the leg that matches no test of BUILD, and for each test of BUILD that is missing in LEG-BUILD without a row.
+The check ignores tests that CMake gets from a test program, because BUILD may not have built the program. Both
+folders must be configured."""
 
 import json
+import os
 import re
 import subprocess
 import sys
 from pathlib import Path
 
 
-def rows(text):
-    """The regular expressions: the first words of the lines with a reason."""
-    return [line.split()[0] for line in text.splitlines() if not line.startswith("#") and len(line.split()) > 1]
+def rows(text, leg):
+    """The leg's regular expressions."""
+    words = [line.split(maxsplit=2) for line in text.splitlines() if not line.startswith("#")]
+    return [row[1] for row in words if len(row) == 3 and leg in row[0].split(",")]
 
 
-def tests(folder):
-    listed = json.loads(subprocess.run(["ctest", "--test-dir", folder, "--show-only=json-v1"], check=True,
+def folder_of(test, graph, top):
+    """The folder of the CMakeLists.txt that adds the test, also through a function of another folder."""
+    node = graph["nodes"][test["backtrace"]]
+    while "parent" in node:
+        node = graph["nodes"][node["parent"]]
+    return os.path.relpath(os.path.dirname(graph["files"][node["file"]]), top)
+
+
+def tests(build, top):
+    """FOLDER/NAME of each test that a CMakeLists.txt adds by name: only these have a backtrace."""
+    listed = json.loads(subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"], check=True,
                                        capture_output=True, text=True).stdout)
-    # Only tests that a CMakeLists.txt adds by name have a backtrace.
-    return {test["name"] for test in listed["tests"] if "backtrace" in test}
+    return {f"{folder_of(test, listed['backtraceGraph'], top)}/{test['name']}"
+            for test in listed["tests"] if "backtrace" in test}
+
+
+def matches(row, name):
+    return re.fullmatch(row, name) is not None
 
 
 def problems(excluded, here, there):
-    def matches(row, name):
-        return re.fullmatch(row, name) is not None
-
     return [*(f"no test matches {row}" for row in excluded if not any(matches(row, name) for name in here)),
             *(f"{name} is left out without a reason" for name in sorted(here - there)
               if not any(matches(row, name) for row in excluded))]
 
 
 def main():
-    path, build, cross_build = sys.argv[1:]
-    here, there = tests(build), tests(cross_build)
+    path, leg, build, leg_build = sys.argv[1:]
+    top = Path(path).resolve().parent.parent
+    here, there = tests(build, top), tests(leg_build, top)
     if not here or not there:
-        raise SystemExit(f"{build} or {cross_build} has no tests")
-    found = problems(rows(Path(path).read_text(encoding="utf-8")), here, there)
+        raise SystemExit(f"{build} or {leg_build} has no tests")
+    excluded = rows(Path(path).read_text(encoding="utf-8"), leg)
+    found = problems(excluded, here, there)
     for problem in found:
-        print(f"{path}: {problem}", file=sys.stderr)
+        print(f"{path}: {leg}: {problem}", file=sys.stderr)
+    names = sorted({os.path.basename(name) for name in there if any(matches(row, name) for row in excluded)})
+    print("^(" + "|".join(re.escape(name) for name in names) + ")$")
     return 1 if found else 0
 
 

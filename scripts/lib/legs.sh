@@ -49,30 +49,42 @@ leg_e2e() {
     built_and_tested check --label-regex '^e2e$'
 }
 
-# The sanitizers' legs try what runs on the console, on the service as it is shipped.
+# part_tested LEG: the leg's tests but those that tests/excluded.txt names. The folder build/LEG must be configured.
+part_tested() {
+    local excluded
+    excluded=$(scripts/lib/left_out.py tests/excluded.txt "$1" build/check "build/$1")
+    build "$1"
+    tests "$1" --exclude-regex "$excluded"
+}
+
+# shipped_service: builds the service that the console's code is tested against.
+shipped_service() {
+    configure check
+    build check kelvo-service kelvoctl
+}
+
+# sanitised PRESET [CMAKE-ARGUMENT...]: the console's code under a sanitizer, against the service as it is shipped
 sanitised() {
     local preset=$1
     shift
-    configure check
-    build check kelvo-service kelvoctl
+    shipped_service
     configure "$preset" -DKELVO_SERVICE=OFF \
         -DKELVO_SERVICE_BINARY="$PWD/build/check/bin/kelvo-service" "$@"
-    build "$preset"
-    tests "$preset" --label-exclude '^slow$'
+    part_tested "$preset"
 }
 
 leg_asan() {
     sanitised asan
 }
 
-# The distribution's Qt is not instrumented: races in and around it would be missed or imagined.
+# The distribution's QtCore is not instrumented: the sanitizer would miss races, and report some that are none.
 leg_tsan() {
     local qt
     qt=$(scripts/tsan-qt)
     sanitised tsan -DCMAKE_PREFIX_PATH="$qt"
 }
 
-# Its own tests, and those over HTTP; the wire's run what was built with the sanitizer.
+# The service's own tests and the tests over HTTP, which run the service of the same build.
 leg_asan-service() {
     built_and_tested asan-service
 }
@@ -81,27 +93,50 @@ leg_tsan-service() {
     built_and_tested tsan-service
 }
 
-# tests/arm-excluded.txt tells which tests are left out there, and why; no label does. Its packages are
-# made and looked at, too.
 leg_arm() {
-    local excluded
-    excluded=$(sed -n 's/^\([^# ]\+\) .*/\1/p' tests/arm-excluded.txt | paste -sd '|')
-    configure check
-    build check kelvo-service kelvoctl
-    configure_arm -DKELVO_SERVICE_BINARY="$PWD/build/check/bin/kelvo-service"
-    scripts/lib/left_out.py tests/arm-excluded.txt build/check build/arm
-    build arm
-    tests arm --exclude-regex "^($excluded)$"
+    shipped_service
+    configure_arm -DKELVO_SERVICE=OFF -DKELVO_SERVICE_BINARY="$PWD/build/check/bin/kelvo-service"
+    part_tested arm
 }
 
-# The same for the console's packages, which are installed and run in an emulator: takes Linux 6.7.
+# The service's unit tests on ARM; the others start programs by their names.
+leg_arm-service() {
+    configure_arm -DKELVO_SERVICE=ON -DKELVO_SERVICE_BINARY=
+    build arm
+    tests arm --tests-regex '^(service|kelvoctl)'
+}
+
+# Tries each fuzzer on a copy of its corpus, and stops at the first finding.
+leg_fuzz() {
+    local fuzzer name dictionary corpus
+    configure fuzz
+    build fuzz
+    rm -rf build/fuzz/runs
+    for fuzzer in build/fuzz/bin/fuzz_*; do
+        name=${fuzzer#*/fuzz_}
+        dictionary=tests/fuzz/$name/$name.dict
+        corpus=build/fuzz/runs/$name
+        mkdir -p "$corpus"
+        cp "tests/fuzz/$name/corpus/"* "$corpus"
+        if [[ -f $dictionary ]]; then set -- "-dict=$dictionary"; else set --; fi
+        if ! "$fuzzer" "$@" "-max_total_time=${KELVO_FUZZ_SECONDS:-60}" -print_final_stats=1 \
+            "-artifact_prefix=build/fuzz/runs/$name-" "$corpus" >"build/fuzz/runs/$name.log" 2>&1; then
+            tail -n 40 "build/fuzz/runs/$name.log" >&2
+            return 1
+        fi
+        echo "fuzz_$name: $(sed -n 's/^Done \([0-9]* runs\).*/\1/p' "build/fuzz/runs/$name.log")"
+    done
+    echo "$(find build/fuzz/runs -name '*.log' | wc -l) fuzzers found nothing" | tee build/fuzz/tests.log
+}
+
+# The packages for ARM, which are installed and run in an emulator. Needs Linux 6.7.
 leg_packages-arm() {
-    configure_arm
+    configure_arm -DKELVO_SERVICE=ON -DKELVO_SERVICE_BINARY=
     build_shipped arm
     tests arm --label-regex '^packaging$'
 }
 
-# The run's folder is kept when a round was not sound.
+# Keeps the run's folder if a round was not sound.
 leg_crash() {
     configure check
     build check kelvo-service kelvoctl kelvo-console kelvo
@@ -146,7 +181,7 @@ run_legs() {
         begin=$SECONDS
         case $leg in
         day | unit | e2e | rounds | packages) preset=check ;;
-        packages-arm) preset=arm ;;
+        packages-arm | arm-service) preset=arm ;;
         *) preset=$leg ;;
         esac
         rm -f "build/$preset/tests.log"
@@ -158,7 +193,7 @@ run_legs() {
             status=1
         fi
         echo "== $leg took $((SECONDS - begin)) s"
-        closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ (files|rounds) ' "build/$preset/tests.log" ||
+        closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ (files|rounds|fuzzers) ' "build/$preset/tests.log" ||
             echo 'did not get to its end')
         summary+=("$leg: $closing")
     done
