@@ -1,4 +1,3 @@
-// Many rounds of the plug-in's life in one process, and whether they leave anything behind.
 #include "tests/e2e/TRounds.h"
 
 #include <QtTest/QtTest>
@@ -38,32 +37,32 @@ bool TRounds::LogIn()
 QString TRounds::Run(int count, const std::function<bool(int)>& round)
 {
     m_record = TRoundRecord(count);
-    const int threads = TBelongings::Now().threads;
+    const int threads = TProcessUsage::Now().threads;
     for (int number = 0; number < count; ++number) {
         const bool isDone = m_plugin.InitialiseAndWait() && round(number);
         m_plugin.Finalise();
         if (!isDone || m_plugin.Hub() != nullptr)
             return QStringLiteral("round %1").arg(number);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        m_plugin.windowManager.calls.clear(); // a list that would grow
-        // A thread is there a moment longer than its join lasts, and with it some memory.
-        const auto areThreadsGone = [threads] { return TBelongings::Now().threads <= threads; };
+        m_plugin.windowManager.calls.clear(); // otherwise the list grows in each round
+        // A thread and its memory exist for a moment after the join.
+        const auto areThreadsGone = [threads] { return TProcessUsage::Now().threads <= threads; };
         if (!QTest::qWaitFor(areThreadsGone, TLoadedPlugin::HANG_GUARD_MS))
             return QStringLiteral("round %1 left a thread").arg(number);
-        m_record.Note(TBelongings::Now());
+        m_record.Record(TProcessUsage::Now());
     }
     return {};
 }
 
-QString TRounds::Growth(double forgivenBytesARound) const
+QString TRounds::Growth(double allowedBytesARound) const
 {
-    return GrowthOf(m_record, forgivenBytesARound);
+    return GrowthOf(m_record, allowedBytesARound);
 }
 
-QString TRounds::GrowthOf(const TRoundRecord& record, double forgivenBytesARound)
+QString TRounds::GrowthOf(const TRoundRecord& record, double allowedBytesARound)
 {
-    const double forgiven = FORGIVEN_BYTES / record.Count() + forgivenBytesARound;
+    const double allowed = ALLOWED_BYTES / record.Count() + allowedBytesARound;
     const bool hasGrown =
-        record.Last().files > record.Settled().files || record.HeapBytesARound() > forgiven;
+        record.Last().files > record.Settled().files || record.HeapBytesARound() > allowed;
     return hasGrown ? record.ToText() : QString();
 }

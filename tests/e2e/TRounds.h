@@ -1,32 +1,33 @@
-// Many rounds of the plug-in's life in one process, and whether they leave anything behind.
+// Initialises and finalises the plug-in many times in one process, and finds leaks.
 #pragma once
 
-#include "tests/e2e/TBelongings.h"
+#include "tests/e2e/TProcessUsage.h"
 #include "tests/plugin/TLoadedPlugin.h"
 
 #include <functional>
 
-// Main thread. A service is within reach; the environment tells where (KELVO_API_HOST,
-// KESDK_CA_FILE) and who logs in (KELVO_USER, KELVO_PASSWORD). KELVO_ROUND_COUNT is the number of
-// rounds. The C library's allocator must be told to keep no caches of threads (GLIBC_TUNABLES):
-// what lies in them counts as allocated.
+// Thread: main. Needs a running service. The environment gives its address (KELVO_API_HOST,
+// KESDK_CA_FILE), the login (KELVO_USER, KELVO_PASSWORD) and the number of rounds
+// (KELVO_ROUND_COUNT). GLIBC_TUNABLES must turn off the thread caches of the C library's allocator,
+// because freed memory in these caches counts as allocated.
 class TRounds
 {
 public:
-    // What is forgiven in all, for what settles late: with 100 rounds a small object in each of
-    // them, with 1,000 not even one in every eighth.
-    static constexpr double FORGIVEN_BYTES = 8000;
+    // The allowed growth of all rounds together, for late one-time allocations. In 100 rounds this
+    // hides a leak of 80 bytes in each round, in 1,000 rounds a leak of 8 bytes in each round.
+    static constexpr double ALLOWED_BYTES = 8000;
 
-    // Each returns what went wrong; empty if nothing did.
+    // Load and Run return an error text, or an empty text on success.
     QString Load();
-    // `round` finds the plug-in initialised and its worker listening; Finalise comes after it.
-    // False from it ends the run.
+    // Each round calls Initialise, waits for the worker, calls `round`, then Finalise. A `round`
+    // that returns false ends the run.
     QString Run(int count, const std::function<bool(int)>& round);
-    // Of the last run. What libraries that are not ours lose in each round may be forgiven.
-    QString Growth(double forgivenBytesARound = 0) const;
-    static QString GrowthOf(const TRoundRecord& record, double forgivenBytesARound);
+    // The figures of the last run if it has grown, else an empty text. `allowedBytesARound` is the
+    // known leak of third-party libraries.
+    QString Growth(double allowedBytesARound = 0) const;
+    static QString GrowthOf(const TRoundRecord& record, double allowedBytesARound);
 
-    // 100 if nobody said otherwise. Fewer than 50 tell nothing of growth.
+    // KELVO_ROUND_COUNT, or 100. At least 50: fewer rounds show no growth.
     static int Count();
     bool LogIn();
     TLoadedPlugin& Plugin() { return m_plugin; }

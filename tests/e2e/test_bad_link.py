@@ -1,4 +1,4 @@
-"""Connections that break in the middle of a transfer."""
+"""Connections that are cut in the middle of a transfer."""
 
 import json
 import random
@@ -19,7 +19,7 @@ class BadLinkTest(FarmCase):
         self.addCleanup(self.link.close)
         self.content = random.Random(5).randbytes(SIZE)
 
-    def test_a_download_goes_on_where_it_was_cut(self):
+    def test_a_download_resumes_where_it_was_cut(self):
         console = self.logged_in(address=self.link.address)
         self.put(console, {"large.zip": archives.write_zip(self.folder / "a", {"large.bin": self.content}).read_bytes()})
         self.link.cut("down", SIZE // 2)
@@ -27,7 +27,7 @@ class BadLinkTest(FarmCase):
         self.assertEqual(self.link.cuts, 1)
         self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {"large.bin": self.content})
 
-    def test_an_upload_goes_on_where_it_was_cut(self):
+    def test_an_upload_resumes_where_it_was_cut(self):
         console = self.logged_in(address=self.link.address)
         file = console.data / "to-service/curves/large.crv"
         file.write_bytes(self.content)
@@ -35,7 +35,7 @@ class BadLinkTest(FarmCase):
         self.assert_ok(console.run("upload curves large.crv"))
         self.assertEqual(self.link.cuts, 1)
         self.assertFalse(file.exists())
-        self.assert_service_holds_it_once()
+        self.assert_stored_once()
 
     def test_an_upload_whose_answer_is_lost_is_stored_once(self):
         console = self.logged_in(address=self.link.address)
@@ -43,9 +43,9 @@ class BadLinkTest(FarmCase):
         self.link.cut("down", 0)
         self.assert_ok(console.run("upload curves large.crv"))
         self.assertEqual(self.link.cuts, 1)
-        self.assert_service_holds_it_once()
+        self.assert_stored_once()
 
-    def test_files_come_and_go_where_every_connection_is_cut(self):
+    def test_transfers_succeed_when_every_connection_is_cut(self):
         link = BadLink("cutting", self.service.address, self.folder / "badlink.log").start()
         self.addCleanup(link.close)
         console = self.logged_in(address=link.address)
@@ -56,12 +56,12 @@ class BadLinkTest(FarmCase):
         file.write_bytes(self.content)
         self.assert_ok(console.run("upload curves large.crv"))
         self.assertFalse(file.exists())
-        self.assert_service_holds_it_once()
+        self.assert_stored_once()
         done = [json.loads(line)["did"] for line in link.log.read_text().splitlines()]
         # No connection carries more than 400 kB of the two million bytes.
         self.assertGreaterEqual(done.count("cut"), 2 * SIZE // 400_000 - 1)
 
-    def test_files_come_and_go_over_a_weak_cell(self):
+    def test_transfers_succeed_over_a_weak_cell(self):
         link = BadLink("rural", self.service.address, self.folder / "badlink.log").start()
         self.addCleanup(link.close)
         console = self.logged_in(address=link.address)
@@ -73,21 +73,21 @@ class BadLinkTest(FarmCase):
         file.write_bytes(self.content)
         self.assert_ok(console.run("upload curves large.crv"))
         self.assertFalse(file.exists())
-        self.assert_service_holds_it_once()
+        self.assert_stored_once()
         self.assertEqual(console.close(), 0)
         link.close()
         closed = [event for event in map(json.loads, link.log.read_text().splitlines()) if event["did"] == "closed"]
         for direction in ("up", "down"):
-            self.assertGreater(sum(event[direction] for event in closed), SIZE // 20, "it went another way")
+            self.assertGreater(sum(event[direction] for event in closed), SIZE // 20, "the files did not pass the link")
 
-    def assert_service_holds_it_once(self):
+    def assert_stored_once(self):
         entries = self.office.inboxes(self.operator)["Curves"]["entries"]
         self.assertEqual([entry["name"] for entry in entries], ["large.crv"])
         copy = self.folder / "copy"
         self.office.get(entries[0]["id"], copy)
         self.assertEqual(copy.read_bytes(), self.content)
 
-    def test_lists_come_again_after_the_stream_was_cut(self):
+    def test_lists_are_updated_after_the_stream_was_cut(self):
         console = self.logged_in(address=self.link.address)
         self.link.cut("down", 0)  # the next event cuts the stream that brings it
         self.put(console, {"a.zip": b"x"})

@@ -1,4 +1,4 @@
-"""A cancel takes effect before the next file, and what was done until then stays done."""
+"""A cancel takes effect before the next file. Finished files stay finished."""
 
 import random
 import unittest
@@ -17,7 +17,7 @@ class CancelTest(FarmCase):
         self.addCleanup(self.link.close)
 
     def cancel_in_the_first_file(self, console, command, side):
-        """The link stops in the middle of the first file until the cancel has been taken."""
+        """Holds the link in the middle of the first file until the console has accepted the cancel."""
         self.link.hold(side, 50_000)
         mark = console.mark()
         self.assert_ok(console.run(command + " &"))
@@ -46,9 +46,9 @@ class CancelTest(FarmCase):
         result = self.cancel_in_the_first_file(console, "upload curves 1.zip 2.zip 3.zip", "up")
         self.assert_ok(result)
         self.assertEqual(sorted(path.name for path in folder.iterdir()), ["2.zip", "3.zip"])
-        self.assertEqual(self.held("Curves"), ["1.zip"])
+        self.assertEqual(self.files_at_service("Curves"), ["1.zip"])
         self.assert_ok(console.run("upload curves 2.zip 3.zip"))
-        self.assertEqual(self.held("Curves"), list(NAMES))
+        self.assertEqual(self.files_at_service("Curves"), list(NAMES))
 
 
 if __name__ == "__main__":

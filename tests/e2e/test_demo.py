@@ -1,6 +1,6 @@
-"""scripts/run and the demo that it starts: what the window is told of the farm, over a good link and over a bad one.
+"""scripts/run and the demo that it starts, over a good link and over a bad link.
 
-In the window's place stands a program that asks the service it was given for one page and notes what it saw."""
+A program replaces the window. It sends one request to the service and writes its options to a file."""
 
 import json
 import os
@@ -14,19 +14,19 @@ from pathlib import Path
 
 TOUR = Path(os.environ["KELVO_TOUR"])
 BUILD = Path(os.environ["KELVO_BUILD"])
-GUARD_SECONDS = 300  # only ends what hangs
+GUARD_SECONDS = 300  # ends a program that hangs
 STAND_IN = """#!{python}
 import json, os, ssl, sys, urllib.error, urllib.request
 if "--headless" in sys.argv:
     os.execv({console!r}, [{console!r}, *sys.argv[1:]])
-told = dict(zip(sys.argv[1::2], sys.argv[2::2]))
+window_options = dict(zip(sys.argv[1::2], sys.argv[2::2]))
 try:
-    urllib.request.urlopen("https://" + told["--service"] + "/kelvo-api/v1/account", timeout=60,
-                           context=ssl.create_default_context(cafile=told["--ca"]))
+    urllib.request.urlopen("https://" + window_options["--service"] + "/kelvo-api/v1/account", timeout=60,
+                           context=ssl.create_default_context(cafile=window_options["--ca"]))
 except urllib.error.HTTPError as refusal:
-    told["status"] = refusal.code
+    window_options["status"] = refusal.code
 with open({note!r}, "w") as note:
-    json.dump(told, note)
+    json.dump(window_options, note)
 sys.exit(5)
 """
 
@@ -35,7 +35,7 @@ class DemoTest(unittest.TestCase):
     def setUp(self):
         self.folder = Path(tempfile.mkdtemp(prefix="kelvo-demo-"))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-        self.note = self.folder / "told.json"
+        self.note = self.folder / "options.json"
         self.out = self.folder / "out"
         (self.folder / "bin").mkdir()
         for name in ("bin/kelvo-service", "bin/kelvoctl", "lib"):
@@ -46,31 +46,31 @@ class DemoTest(unittest.TestCase):
         window.chmod(0o755)
 
     def run_demo(self, *options):
-        """(where the service listens, what the window was told, what the demo said)"""
+        """Returns (the service's address, the window's options, the demo's output)."""
         result = subprocess.run([sys.executable, TOUR / "demo", "--build", self.folder, "--out", self.out, *options],
                                 text=True, capture_output=True, stdin=subprocess.DEVNULL, timeout=GUARD_SECONDS,
                                 check=False)
-        self.assertEqual(result.returncode, 5, result.stdout + result.stderr)  # the window's own
-        told = json.loads(self.note.read_text())
-        self.assertEqual(told["status"], 401, "it was not the service that answered")
-        return re.search(r"listens on https://(\S+),", result.stdout)[1], told, result.stdout
+        self.assertEqual(result.returncode, 5, result.stdout + result.stderr)  # the exit status of the window
+        window_options = json.loads(self.note.read_text())
+        self.assertEqual(window_options["status"], 401, "the answer was not the service's")
+        return re.search(r"listens on https://(\S+),", result.stdout)[1], window_options, result.stdout
 
-    def test_without_a_bad_link_the_window_speaks_to_the_service(self):
-        service, told, _ = self.run_demo()
-        self.assertEqual(told["--service"], service)
+    def test_without_a_bad_link_the_window_connects_to_the_service(self):
+        service, window_options, _ = self.run_demo()
+        self.assertEqual(window_options["--service"], service)
         self.assertFalse((self.out / "badlink.log").exists())
 
-    def test_a_bad_link_stands_between_window_and_service(self):
-        service, told, said = self.run_demo("--badlink", "cutting")
-        self.assertNotEqual(told["--service"], service)
+    def test_a_bad_link_is_between_window_and_service(self):
+        service, window_options, said = self.run_demo("--badlink", "cutting")
+        self.assertNotEqual(window_options["--service"], service)
         log = self.out / "badlink.log"
         self.assertIn(f"The console's link is cutting; its log is {log}", said)
         events = [json.loads(line) for line in log.read_text().splitlines()]
         opened = [event for event in events if event["did"] == "opened"]
-        self.assertEqual(len(opened), 1, "only the window's connection goes over it")
-        self.assertTrue(opened[0]["plan"], "a link that would do nothing")
+        self.assertEqual(len(opened), 1, "only the window's connection uses the bad link")
+        self.assertTrue(opened[0]["plan"], "the scenario has no action")
 
-    def test_a_scenario_that_there_is_not_opens_no_window(self):
+    def test_an_unknown_scenario_opens_no_window(self):
         result = subprocess.run([sys.executable, TOUR / "demo", "--build", self.folder, "--out", self.out,
                                  "--badlink", "nonesuch"], text=True, capture_output=True, stdin=subprocess.DEVNULL,
                                 timeout=GUARD_SECONDS, check=False)
@@ -80,7 +80,7 @@ class DemoTest(unittest.TestCase):
 
 
 class RunTest(unittest.TestCase):
-    """scripts/run as it is, in a tree where building does nothing and the demo tells how it was started."""
+    """The real scripts/run, in a tree where the build does nothing and the demo prints its options."""
 
     def setUp(self):
         self.folder = Path(tempfile.mkdtemp(prefix="kelvo-run-"))
@@ -117,7 +117,7 @@ class RunTest(unittest.TestCase):
         self.assertEqual(started[0], "demo")
         self.assertNotIn("--badlink", started)
 
-    def test_what_no_bad_link_can_be_for_is_refused(self):
+    def test_wrong_uses_of_badlink_are_refused(self):
         for options, display in ((("--badlink", "nonesuch"), ":99"), (("--badlink", "rural"), None),
                                  (("--badlink", "rural", "--tour", "out"), ":99"), (("--badlink",), ":99")):
             with self.subTest(options=options, display=display):

@@ -1,8 +1,7 @@
-"""What a console removes, and what it waits for before, as the kernel sees it.
+"""The order in which the console syncs, sends and removes files, as strace shows it.
 
-An archive goes when what was in it is on the disk, a file that was sent when the service has answered behind its last
-byte. The whole console runs under strace. Without strace, or where tracing is forbidden, the tests are skipped; on CI
-they then fail.
+The console removes an archive after its content is on the disk. It removes a sent file after the service has answered
+its last byte. Without strace, or where tracing is forbidden, the tests are skipped; on CI they then fail.
 """
 
 import os
@@ -42,7 +41,7 @@ class Durability(FarmCase):
     def removal(self, calls, path):
         return position(calls, f"removal of {path.name}", -1, UNLINK, f'"{os.path.realpath(path)}"')
 
-    def test_an_archive_goes_when_its_files_and_their_names_are_on_the_disk(self):
+    def test_an_archive_is_removed_after_its_files_and_names_are_synced(self):
         console = self.traced()
         maps = console.data / "from-service/prescriptions"
         (maps / "same.txt").write_bytes(b"former")
@@ -58,9 +57,9 @@ class Durability(FarmCase):
         named = position(calls, "sync of the names", moved, SYNC, f"<{os.path.realpath(maps)}>")
         undone = position(calls, "removal of the journal", named, UNLINK, f"/{STAGING}>", '"journal"')
         last = position(calls, "sync of the journal's folder", undone, SYNC, f"/{STAGING}>")
-        self.assertGreater(removed, last, "the archive went before its files were on the disk")
+        self.assertGreater(removed, last, "the archive was removed before its files were on the disk")
 
-    def test_a_sent_file_goes_when_the_service_has_answered_behind_its_last_byte(self):
+    def test_a_sent_file_is_removed_after_the_services_answer_to_its_last_byte(self):
         console = self.traced()
         file = console.data / "to-service/curves/large.crv"
         file.write_bytes(random.Random(8).randbytes(SIZE))
@@ -68,17 +67,19 @@ class Durability(FarmCase):
         self.assertFalse(file.exists())
         calls = self.calls_of(console)
         removed = self.removal(calls, file)
-        sent, heard = {}, {}  # of each connection: its bytes up to the removal, the place of the last; the place heard last
+        # For each connection, up to the removal: (bytes sent, index of the last send), and the index of the last receive.
+        sent, received = {}, {}
         for index, (call, text) in enumerate(calls[:removed]):
             socket = SOCKET.match(text)
             if socket and int(socket[2]) > 0:
                 if call in SEND:
                     sent[socket[1]] = (sent.get(socket[1], (0,))[0] + int(socket[2]), index)
                 else:
-                    heard[socket[1]] = index
+                    received[socket[1]] = index
         carrying = [socket for socket, (size, _) in sent.items() if size > SIZE]
-        self.assertEqual(len(carrying), 1, f"the file went before it was sent: {sent}")
-        self.assertGreater(heard.get(carrying[0], -1), sent[carrying[0]][1], "the file went before the service answered")
+        self.assertEqual(len(carrying), 1, f"the file was removed before it was sent: {sent}")
+        self.assertGreater(received.get(carrying[0], -1), sent[carrying[0]][1],
+                           "the file was removed before the service answered")
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-"""What the office is told of a console and its receiver, from the login to the console's end."""
+"""The office's view of a console and its receiver, from the login to the console's end."""
 
 import json
 import signal
@@ -8,7 +8,7 @@ from kelvotour.service import more
 
 ETHERNET_NAME_ITEM, CONSOLE_STRING_ITEM = 102, 103
 CONSOLE = "Cab seven of nine"
-REPORTED_CONSOLE = CONSOLE[:9]  # the room that there is
+REPORTED_CONSOLE = CONSOLE[:9]  # the report has nine characters
 LOOPBACK_ADDRESS = "00:00:00:00:00:00"
 CONNECTED, DISCONNECTED = 1, 0
 ONE_LOGOUT = {("DELETE", "/sessions/current"): 1}
@@ -17,7 +17,7 @@ ONE_LOGOUT = {("DELETE", "/sessions/current"): 1}
 class EquipmentTest(SharingCase):
     def setUp(self):
         super().setUp()
-        # The one interface that every machine has.
+        # Every machine has the loopback interface.
         items = {ETHERNET_NAME_ITEM: "lo", CONSOLE_STRING_ITEM: CONSOLE}
         data = self.folder / "console"
         data.mkdir()
@@ -26,7 +26,7 @@ class EquipmentTest(SharingCase):
             "items": {str(item): {"type": "QString", "value": value} for item, value in items.items()}}))
 
     def reported(self):
-        """What the office sees of the console, which is the farm's only one."""
+        """The farm's only console, as the office sees it."""
         reported, = self.call("GET", "/consoles", token=self.office_token)["consoles"]
         return reported
 
@@ -34,8 +34,8 @@ class EquipmentTest(SharingCase):
         receiver, = self.reported()["devices"]
         return receiver["state"]
 
-    def shared(self, latitude):
-        """A console that is logged in and has shared its place."""
+    def sharing_console(self, latitude):
+        """A logged-in console that has reported its position."""
         console = self.start(shown="fixes")
         self.receiver.move(latitude)
         self.wait_for_change(console, "gained")
@@ -47,8 +47,8 @@ class EquipmentTest(SharingCase):
         counts = more(self.service.requests(), before)
         return {key: count for key, count in counts.items() if key == ("DELETE", "/sessions/current")}
 
-    def test_what_a_login_reports(self):
-        self.shared(21)
+    def test_a_login_reports_console_controller_and_receiver(self):
+        self.sharing_console(21)
         reported = self.reported()
         self.assertEqual(reported["console_string"], REPORTED_CONSOLE)
         self.assertEqual(reported["hardware_address"], LOOPBACK_ADDRESS)
@@ -68,12 +68,12 @@ class EquipmentTest(SharingCase):
         self.assertEqual(receiver["device"]["hardware_address"], LOOPBACK_ADDRESS)
 
     def test_a_receiver_that_loses_its_fix_is_disconnected(self):
-        console = self.shared(22)
+        console = self.sharing_console(22)
         self.assertEqual(self.receiver_state(), CONNECTED)
-        # A place that nobody has reported yet: the last known one, which follows the device.
+        # A position that is not reported yet. The console reports it after the device's loss.
         mark = console.mark()
         self.receiver.move(32)
-        console.wait_for(lambda line: line.position and line.position.get("latitude") == 32, mark, "the new place")
+        console.wait_for(lambda line: line.position and line.position.get("latitude") == 32, mark, "the new position")
         self.receiver.move(None)
         self.wait_for_move(32)
         self.assertEqual(self.receiver_state(), DISCONNECTED)
@@ -82,7 +82,7 @@ class EquipmentTest(SharingCase):
         self.assertEqual(self.receiver_state(), CONNECTED)
 
     def test_a_logout_disconnects_the_receiver(self):
-        console = self.shared(24)
+        console = self.sharing_console(24)
         before = self.service.requests()
         self.assert_ok(console.run("logout"))
         self.assertEqual(self.receiver_state(), DISCONNECTED)
@@ -90,7 +90,7 @@ class EquipmentTest(SharingCase):
         self.assertEqual(self.sessions_ended(before), ONE_LOGOUT)
 
     def test_a_stop_signal_disconnects_the_receiver_and_ends_the_session_once(self):
-        console = self.shared(25)
+        console = self.sharing_console(25)
         self.assertEqual(self.receiver_state(), CONNECTED)
         before = self.service.requests()
         self.assertEqual(console.stop(signal.SIGTERM), 128 + signal.SIGTERM)
@@ -99,8 +99,8 @@ class EquipmentTest(SharingCase):
         self.assertEqual(self.service.open_streams(), 1)  # the office's
         self.assertEqual(json.loads(self.office.run("consoles")), [self.reported()])
 
-    def test_the_scripts_end_disconnects_the_receiver_and_ends_the_session_once(self):
-        console = self.shared(26)
+    def test_the_end_of_the_script_disconnects_the_receiver_and_ends_the_session_once(self):
+        console = self.sharing_console(26)
         before = self.service.requests()
         self.assertEqual(console.close(), 0)
         self.assertEqual(self.receiver_state(), DISCONNECTED)

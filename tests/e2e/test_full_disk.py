@@ -1,4 +1,4 @@
-"""Folders without room or without leave to write: a record for the operator, and nothing half done."""
+"""Folders without space: the operator gets a record, and no half file stays."""
 
 import random
 import stat
@@ -13,19 +13,19 @@ INCOMING, MAPS = "incoming", "from-service/prescriptions"
 
 
 def in_shell(script, *arguments):
-    """A prefix that has a shell do something before it becomes the console."""
+    """A prefix: a shell runs the script and then replaces itself with the console."""
     return ["sh", "-c", f'{script}; exec "$@"', *map(str, arguments)]
 
 
-class NoRoom:
-    """What must be true however the room ends. `logged_in_with_little_room(folder)` says how."""
+class NoSpace:
+    """Tests for any kind of missing space. `logged_in_with_little_space(folder)` makes the space small."""
 
     def inside(self, console, folder):
-        """A folder as the console sees it. Every program of its prefix has replaced itself by the next."""
+        """A folder in the console's mount namespace. Each program of the prefix replaces itself with the next one."""
         return console.data.__class__(f"/proc/{console.process.pid}/root") / str(console.data / folder).lstrip("/")
 
-    def test_no_room_for_the_archive(self):
-        console = self.logged_in_with_little_room(INCOMING)
+    def test_no_space_for_the_archive(self):
+        console = self.logged_in_with_little_space(INCOMING)
         large = archives.write_zip(self.folder / "large.zip", {"large.bin": random.Random(2).randbytes(3 * LIMIT_BYTES)})
         self.put(console, {"large.zip": large.read_bytes()})
         result = console.run("download maps large.zip")
@@ -35,8 +35,8 @@ class NoRoom:
         self.assertEqual(list(self.inside(console, INCOMING).iterdir()), [])
         self.assertEqual(archives.content_of(console.data / MAPS), {})
 
-    def test_no_room_for_its_content(self):
-        console = self.logged_in_with_little_room(MAPS)
+    def test_no_space_for_its_content(self):
+        console = self.logged_in_with_little_space(MAPS)
         small = archives.write_zip(self.folder / "small.zip", {"small.txt": b"rates"})
         large = archives.write_zip(self.folder / "large.zip", {"large.bin": b"0123456789abcdef" * (LIMIT_BYTES // 5)})
         self.assertLess(large.stat().st_size, LIMIT_BYTES // 2)
@@ -48,14 +48,14 @@ class NoRoom:
                       (console.data / "logs/user.log").read_text(encoding="utf-8"))
 
 
-class FullDiskTest(NoRoom, FarmCase):
-    """A disk of its own that becomes full."""
+class FullDiskTest(NoSpace, FarmCase):
+    """A small file system that becomes full."""
 
     def setUp(self):
-        needs(self, can_mount(), "a file system in a namespace of one's own")
+        needs(self, can_mount(), "a file system in a private namespace")
         super().setUp()
 
-    def logged_in_with_little_room(self, folder):
+    def logged_in_with_little_space(self, folder):
         data = self.folder / "console"
         (data / folder).mkdir(parents=True)
         data.chmod(stat.S_IRWXU)
@@ -63,21 +63,21 @@ class FullDiskTest(NoRoom, FarmCase):
         return self.logged_in(prefix=[*NAMESPACE, *in_shell(mount, data / folder)])
 
 
-class LimitedFilesTest(NoRoom, FarmCase):
-    """No file can grow beyond a limit: writing fails as on a full disk, and everybody may have it so."""
+class LimitedFilesTest(NoSpace, FarmCase):
+    """A limit of the file size: writing fails as on a full disk, on every machine."""
 
-    def logged_in_with_little_room(self, folder):
+    def logged_in_with_little_space(self, folder):
         return self.logged_in(prefix=in_shell(f"trap '' XFSZ; ulimit -f {LIMIT_BYTES // 512}", "sh"))
 
 
 class MissingFileTest(FarmCase):
-    def test_a_file_that_is_not_there_leaves_a_record(self):
+    def test_a_missing_file_leaves_a_record(self):
         console = self.logged_in()
         (console.data / "to-service/curves/there.crv").write_bytes(b"curve")
         result = console.run("upload curves missing.crv there.crv")
         self.assertEqual([record["file"] for record in result.errors], ["missing.crv"])
         self.assert_two_lines(result.errors[0]["text"])
-        self.assertEqual(self.held("Curves"), ["there.crv"])
+        self.assertEqual(self.files_at_service("Curves"), ["there.crv"])
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-"""Archives that want out of their folder, into all of memory or onto all of the disk."""
+"""Archives that try to leave their folder, or to fill the memory or the disk."""
 
 import shutil
 import subprocess
@@ -15,7 +15,7 @@ BOMB_BYTES = 400 * 1024 * 1024
 
 class HostileArchivesTest(FarmCase):
     def assert_refused(self, name, content):
-        """Between two sound archives in one request, only the hostile one fails, and it leaves nothing anywhere."""
+        """Downloads the hostile archive between two valid ones. Only the hostile one fails, and it leaves no file."""
         console = self.logged_in()
         good = {f"{place}.zip": archives.write_zip(self.folder / "good", {f"{place}.txt": place.encode()}).read_bytes()
                 for place in ("before", "zz-after")}
@@ -35,7 +35,7 @@ class HostileArchivesTest(FarmCase):
         self.assertGreater(len(reasons[0].strip()), 10)
         print(f"\n{name}: {reasons[0]}")
 
-    def test_a_way_up(self):
+    def test_a_path_with_dots(self):
         self.assert_refused("m-up.zip", archive_of(Entry(b"in.txt"), Entry(b"../../../escaped.txt")))
         self.assertFalse((self.folder / "escaped.txt").exists())
 
@@ -44,7 +44,7 @@ class HostileArchivesTest(FarmCase):
         self.assert_refused("m-absolute.zip", archive_of(Entry(str(target).encode())))
         self.assertFalse(target.exists())
 
-    def test_a_way_through_a_link(self):
+    def test_a_path_through_a_link(self):
         outside = self.folder / "outside"
         outside.mkdir()
         link = Entry(b"link", attributes=LINK, content=str(outside).encode())
@@ -52,7 +52,7 @@ class HostileArchivesTest(FarmCase):
         self.assertEqual(list(outside.iterdir()), [])
 
     def test_an_encrypted_archive(self):
-        needs(self, shutil.which("zip"), "zip, to encrypt with")
+        needs(self, shutil.which("zip"), "zip, which encrypts the archive")
         (self.folder / "secret.txt").write_text("x")
         subprocess.run(["zip", "-q", "-P", "key", "m-secret.zip", "secret.txt"], cwd=self.folder, check=True)
         self.assert_refused("m-secret.zip", (self.folder / "m-secret.zip").read_bytes())

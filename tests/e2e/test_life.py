@@ -1,4 +1,4 @@
-"""Starting and ending the console, in all the ways there are."""
+"""All ways to start and end the console."""
 
 import os
 import random
@@ -53,14 +53,14 @@ class LifeTest(FarmCase):
         self.assertFalse((console.data / "incoming/large.zip").exists())
         self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {})
 
-    def test_a_plugin_that_is_not_one(self):
+    def test_a_missing_or_wrong_plugin(self):
         for plugin in ("/nowhere/libkelvo.so", BINARIES.console):
             with self.subTest(plugin):
                 result = self.headless(plugin=plugin)
                 self.assertEqual(result.returncode, 3)
                 self.assertIn(str(plugin), result.stderr)
 
-    def test_a_faulty_script_file_is_not_begun(self):
+    def test_a_faulty_script_file_does_not_start(self):
         script = self.folder / "script"
         script.write_text("status\nlist everything\n")
         result = self.headless("--script", script)
@@ -85,7 +85,7 @@ class LifeTest(FarmCase):
         credentials.chmod(0o600)
         self.assertEqual(self.headless("--credentials", credentials, text="login\n").returncode, 0)
 
-    def test_a_data_folder_that_cannot_be(self):
+    def test_an_impossible_data_folder(self):
         result = self.headless("--data", "/proc/kelvo")
         self.assertEqual(result.returncode, 1)
         self.assertIn("/proc/kelvo", result.stderr)

@@ -1,4 +1,4 @@
-"""Logins that cannot work: the operator learns what happened and what to do, and the console goes on."""
+"""Logins that fail: the error text says what happened and what to do, and the console still works."""
 
 import re
 import socket
@@ -10,7 +10,7 @@ from kelvoe2e.needs import needs
 
 
 def without_numbers(text):
-    """The seconds that are left depend on how fast the machine is."""
+    """Replaces all numbers, because the seconds left depend on the machine's speed."""
     return re.sub(r"[0-9]+", "N", text)
 
 
@@ -31,13 +31,13 @@ class LoginFailuresTest(FarmCase):
     def assert_says(self, console, words):
         self.assertEqual(self.failed_text(console).partition("\n")[0], words)
 
-    def wait_to_upload(self, console):
+    def add_report(self, console):
         report = console.data / "to-service/curves/one.crv"
         report.parent.mkdir(parents=True, exist_ok=True)
         report.write_bytes(b"curve")
         return report
 
-    def assert_goes_on(self, console):
+    def assert_still_works(self, console):
         self.assert_ok(console.run("list maps"))
         self.assertEqual(console.close(), 1)
 
@@ -45,38 +45,38 @@ class LoginFailuresTest(FarmCase):
         console = self.console(address="name.invalid:443")
         self.assert_says(console, "The service was not found on the internet.")
         self.assert_says(console, "The service was not found on the internet.")
-        self.assert_goes_on(console)
+        self.assert_still_works(console)
 
     def test_no_route(self):
-        alone = ("unshare", "--map-root-user", "--net")  # where not even the loopback interface is up
-        works = subprocess.run([*alone, "true"], stderr=subprocess.DEVNULL, check=False).returncode == 0
-        needs(self, works, "leave for a network namespace")
-        console = self.console(address="192.0.2.1:443", prefix=alone)
+        without_network = ("unshare", "--map-root-user", "--net")  # a namespace without any interface that is up
+        works = subprocess.run([*without_network, "true"], stderr=subprocess.DEVNULL, check=False).returncode == 0
+        needs(self, works, "the right to create a network namespace")
+        console = self.console(address="192.0.2.1:443", prefix=without_network)
         self.assert_says(console, "There is no way to the service.")
-        self.assert_goes_on(console)
+        self.assert_still_works(console)
 
     def test_refused_port(self):
         with socket.create_server(("127.0.0.1", 0)) as taken:
             port = taken.getsockname()[1]
         console = self.console(address=f"127.0.0.1:{port}")
-        report = self.wait_to_upload(console)
+        report = self.add_report(console)
         self.assert_says(console, "The service does not answer.")
         self.assertFalse(console.run("upload curves one.crv").ok)
         self.assertEqual(report.read_bytes(), b"curve")
-        self.assert_goes_on(console)
+        self.assert_still_works(console)
 
     def test_unknown_authority(self):
         console = self.console(ca="/etc/hostname")  # readable, and no certificate
         text = self.failed_text(console)
         self.assertEqual(text.partition("\n")[0], "The service could not prove its identity.")
         self.assertNotIn("password", text.lower())
-        self.assert_goes_on(console)
+        self.assert_still_works(console)
 
     def test_wrong_password_and_then_the_right_one(self):
         console = self.console(password="wrong, quite wrong")
         text = self.failed_text(console)
         self.assertNotIn("wrong, quite wrong", text)
-        self.assert_goes_on(console)
+        self.assert_still_works(console)
         self.assert_ok(self.console().run("login"))
 
     def test_locked_out_account(self):
@@ -85,7 +85,7 @@ class LoginFailuresTest(FarmCase):
         self.assertEqual(len(refused), 1)
         locked = self.failed_text(console)
         self.assertNotIn(locked, refused)
-        self.assert_goes_on(console)
+        self.assert_still_works(console)
         right = self.console()
         self.assertEqual(without_numbers(self.failed_text(right)), without_numbers(locked))
 
@@ -93,7 +93,7 @@ class LoginFailuresTest(FarmCase):
         self.admin.disable_user(self.operator)
         console = self.console()
         disabled = self.failed_text(console)
-        self.assert_goes_on(console)
+        self.assert_still_works(console)
         wrong = self.console(password="wrong, quite wrong")
         self.assertNotEqual(self.failed_text(wrong), disabled)
 

@@ -20,20 +20,20 @@ class LostSessionTest(FarmCase):
         console.wait_for_signal("KelvoLoggedOut", mark)
         self.assertFalse(console.run("status").value("status")["loggedIn"])
 
-    def test_a_new_password_ends_the_session_and_locks_nobody_out(self):
+    def test_a_new_password_ends_the_session_and_does_not_lock_the_account(self):
         console = self.logged_in()
         before, mark = self.logins(), console.mark()
         self.admin.run("user", "passwd", self.operator, KELVOCTL_NEW_PASSWORD=NEW_PASSWORD)
         console.wait_for_signal("KelvoLoggedOut", mark)
         self.assert_ok(console.run("list maps"))
-        self.assertEqual(self.logins(), before, "the console asked again by itself")
+        self.assertEqual(self.logins(), before, "the console logged in without a command")
         self.assertEqual(self.refusal(console), "The user name or the password is wrong.")
         self.assertEqual(self.logins(), before + 1)
-        # One more would lock the account, if the console had tried oftener than it was told to.
+        # This login would be locked out if the console had tried more often than commanded.
         self.assertEqual(self.refusal(console), "The user name or the password is wrong.")
         self.assert_ok(self.console(password=NEW_PASSWORD).run("login"))
 
-    def test_a_login_to_a_disabled_account_says_so_and_is_tried_once(self):
+    def test_a_login_to_a_disabled_account_fails_and_is_not_retried(self):
         console = self.logged_in()
         before, mark = self.logins(), console.mark()
         self.admin.disable_user(self.operator)
@@ -42,11 +42,11 @@ class LostSessionTest(FarmCase):
         self.assertEqual(self.logins(), before + 1)
 
     def logins(self):
-        """How often anybody asked for a session so far."""
+        """The number of login requests so far."""
         return self.service.requests().get(("POST", "/sessions"), 0)
 
     def refusal(self, console):
-        """The first line of what the operator is told."""
+        """Logs in, which must fail. Returns the first line of the error text."""
         result = console.run("login")
         self.assertFalse(result.ok)
         text, = (line.arguments["text"] for line in result.signals("KelvoLoginFailed"))
@@ -67,11 +67,11 @@ class LostSessionTest(FarmCase):
                 self.assertFalse(result.ok)
                 self.assertEqual(len(result.errors), 1)
         self.assertEqual(curve.read_bytes(), b"curve")
-        self.assertEqual(self.held("To Console"), ["a.zip"])
-        self.assertEqual(self.held("Curves"), [])
+        self.assertEqual(self.files_at_service("To Console"), ["a.zip"])
+        self.assertEqual(self.files_at_service("Curves"), [])
 
     def lose_session_in_the_middle(self, console, link, command, side):
-        """Nothing moves any more when the session goes, and nothing does until the command has ended."""
+        """Holds the link, ends the session, and releases the link after the command has ended."""
         link.hold(side, 50_000)
         mark = console.mark()
         self.assert_ok(console.run(command + " &"))
@@ -82,7 +82,7 @@ class LostSessionTest(FarmCase):
         self.assertFalse(result.ok)
         return result
 
-    def test_an_upload_ends_with_its_session(self):
+    def test_an_upload_ends_when_its_session_ends(self):
         link = Link(self.service.address)
         self.addCleanup(link.close)
         console = self.logged_in(address=link.address)
@@ -90,9 +90,9 @@ class LostSessionTest(FarmCase):
         curve.write_bytes(content)
         self.lose_session_in_the_middle(console, link, "upload curves one.crv", "up")
         self.assertEqual(curve.read_bytes(), content)
-        self.assertEqual(self.held("Curves"), [])
+        self.assertEqual(self.files_at_service("Curves"), [])
 
-    def test_a_download_ends_with_its_session(self):
+    def test_a_download_ends_when_its_session_ends(self):
         link = Link(self.service.address)
         self.addCleanup(link.close)
         console = self.logged_in(address=link.address)
@@ -100,7 +100,7 @@ class LostSessionTest(FarmCase):
         self.put(console, {"a.zip": archive.read_bytes()})
         self.lose_session_in_the_middle(console, link, "download maps a.zip", "down")
         self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {})
-        self.assertEqual(self.held("To Console"), ["a.zip"])
+        self.assertEqual(self.files_at_service("To Console"), ["a.zip"])
 
     def test_logging_out_ends_the_session_on_the_service(self):
         console = self.logged_in()

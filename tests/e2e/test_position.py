@@ -1,4 +1,4 @@
-"""Positions in the console: logs that are played, a gpsd that reads them, and what --gps refuses. Without a service."""
+"""Positions in the console: logs, gpsd, and wrong values of --gps. Without a service."""
 
 import os
 import shutil
@@ -20,7 +20,7 @@ from kelvotour.console import Console, own_runtime_folder  # noqa: E402
 BINARIES = Binaries(*(Path(os.environ[name]) for name in ("KELVO_SERVICE", "KELVOCTL", "KELVO_CONSOLE", "KELVO_PLUGIN")))
 NOWHERE = "127.0.0.1:1"
 ALLOWED_DEGREES = 1e-7
-LEAD_SECONDS = 10  # for gpsd to come up, the console to come back to it, and gpsd to know the receiver
+LEAD_SECONDS = 10  # until gpsd runs, the console has reconnected, and gpsd has recognised the receiver
 
 
 def real_logs(case):
@@ -51,16 +51,16 @@ class PositionCase(unittest.TestCase):
         return [line.position for line in console.lines if line.position]
 
     def assert_is_log(self, console, log, positions, changes):
-        """What the console printed is what the log says."""
-        told = self.positions(console)
-        fixes = [line for line in told if line.get("change") in ("gained", "fix")]
+        """Checks that the console printed the positions and changes of the log."""
+        printed = self.positions(console)
+        fixes = [line for line in printed if line.get("change") in ("gained", "fix")]
         self.assertEqual(len(fixes), len(positions), log)
         for fix, (latitude, longitude, time) in zip(fixes, positions):
             self.assertAlmostEqual(fix["latitude"], float(latitude), delta=ALLOWED_DEGREES)
             self.assertAlmostEqual(fix["longitude"], float(longitude), delta=ALLOWED_DEGREES)
             self.assertAlmostEqual(float(fix["time"]), float(time), delta=0.006)
-        self.assertEqual([line["change"] for line in told if line.get("change") in ("gained", "lost")], changes)
-        last = told[-1]
+        self.assertEqual([line["change"] for line in printed if line.get("change") in ("gained", "lost")], changes)
+        last = printed[-1]
         self.assertEqual((last["gained"], last["lost"]), (changes.count("gained"), changes.count("lost")))
         self.assertEqual(last["faulty"], 0)
 
@@ -76,12 +76,12 @@ class LogTest(PositionCase):
         self.assert_is_log(console, log, positions, changes)
         return console
 
-    def test_an_own_log(self):
+    def test_a_made_log(self):
         console = self.play(self.log)
-        told = self.positions(console)
-        self.assertEqual([line["reason"] for line in told if line.get("change") == "lost"],
+        printed = self.positions(console)
+        self.assertEqual([line["reason"] for line in printed if line.get("change") == "lost"],
                          ["void", "silent", "source ended"])
-        last = told[-1]
+        last = printed[-1]
         self.assertEqual((last["state"], last["source"], last["quality"]), ("lost", "ended", "RTK fixed"))
         self.assertGreaterEqual(last["ageMs"], 0)
 
@@ -97,17 +97,18 @@ class LogTest(PositionCase):
 
 
 class GpsdTest(PositionCase):
-    """A gpsd that takes a log for a receiver.
+    """A gpsd that reads a log as if it were a receiver.
 
-    gpsfake begins before the console is there, so that it gets the log behind a lead without positions. Of the log
-    itself nothing may be missed."""
+    gpsfake starts before the console is connected. So the log begins with lines without positions, and the console
+    must not miss any position."""
 
     def setUp(self):
         super().setUp()
         needs(self, shutil.which("gpsfake") and Path("/usr/sbin/gpsd").exists(), "gpsfake and gpsd")
 
     def fake(self, log, line_seconds):
-        # Bound until the test's end, so that nobody else is given the port. gpsd may share it, as nobody listens.
+        # Bound until the test's end, so that no other process gets the port. gpsd can bind it too, because this socket
+        # does not listen.
         holder = socket.socket()
         self.addCleanup(holder.close)
         holder.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
@@ -123,18 +124,18 @@ class GpsdTest(PositionCase):
     @staticmethod
     def end(process):
         if process.poll() is None:
-            os.killpg(process.pid, signal.SIGKILL)  # a session of its own: gpsfake and its gpsd
+            os.killpg(process.pid, signal.SIGKILL)  # kills gpsfake and its gpsd, which have their own session
         process.wait()
 
     def start(self, log, line_seconds):
-        led = self.folder / f"led-{log.name}"
-        led.write_bytes(nmea.sentence("GPGSV,1,1,00").encode() * int(LEAD_SECONDS / line_seconds) + log.read_bytes())
-        port = self.fake(led, line_seconds)
+        padded = self.folder / f"padded-{log.name}"
+        padded.write_bytes(nmea.sentence("GPGSV,1,1,00").encode() * int(LEAD_SECONDS / line_seconds) + log.read_bytes())
+        port = self.fake(padded, line_seconds)
         return self.console(f"gpsd:127.0.0.1:{port}", log.stem)
 
     def read(self, consoles):
         for log, console in consoles.items():
-            # gpsfake takes the same time for each line, so there are no holes.
+            # gpsfake takes the same time for each line, so there are no gaps.
             changes, positions = nmea.read(log, silence=None)
             losses = changes.count("lost")
             console.wait_for(lambda line, losses=losses: line.position and line.position["lost"] == losses, 0, "the log's end")
@@ -142,7 +143,7 @@ class GpsdTest(PositionCase):
             self.assertEqual(console.close(), 0)
             self.assert_is_log(console, log, positions, changes)
 
-    def test_an_own_log(self):
+    def test_a_made_log(self):
         log = self.folder / "field.log"
         nmea.write_log(log, is_lost=False)
         self.read({log: self.start(log, 0.05)})
@@ -158,7 +159,7 @@ class UsageTest(PositionCase):
                                "--data", self.folder / "console", *options], input="position\n", text=True,
                               capture_output=True, timeout=120, env=environment, check=False)
 
-    def test_what_gps_refuses(self):
+    def test_wrong_values_of_gps_are_refused(self):
         for gps, part in (("satellite", "none of"), ("gpsd:a:b", "HOST"), (f"nmea:{self.folder}/none", "cannot be read"),
                           (f"nmea:{self.log}@0", "speed"), ("serial:", "DEVICE"), ("serial:/dev/x@7", "baud")):
             with self.subTest(gps):

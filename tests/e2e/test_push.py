@@ -1,4 +1,4 @@
-"""Lists arrive without being asked for."""
+"""The service's events update the console's lists."""
 
 import base64
 import http.client
@@ -13,7 +13,7 @@ ROUNDS = 8
 
 
 class Uploader:
-    """The office on a connection that stands, so that nothing but the upload is measured."""
+    """The office on an open connection, so that only the upload is measured."""
 
     def __init__(self, case, inbox):
         self._token = case.call("POST", "/sessions", {"user": OFFICE, "password": PASSWORD})["token"]
@@ -52,7 +52,7 @@ class PushTest(FarmCase):
             office.upload(f"{i}.zip")
             line = console.wait_for_list("ablines", lambda names, i=i: f"{i}.zip" in names, mark)
             delays.append(line.at - begin)
-        print(f"\nfrom the begin of the office's upload to the list: median {statistics.median(delays) * 1000:.1f} ms, "
+        print(f"\nfrom the start of the office's upload to the list: median {statistics.median(delays) * 1000:.1f} ms, "
               f"worst {max(delays) * 1000:.1f} ms")
         self.assertEqual(more(self.service.requests(), before), {("POST", "/uploads"): ROUNDS})
 
@@ -63,7 +63,7 @@ class PushTest(FarmCase):
         self.office.remove(self.office.files(self.operator, "To Console")["a.zip"]["id"])
         console.wait_for_list("maps", lambda names: not names, mark)
 
-    def test_what_is_no_archive_is_not_listed(self):
+    def test_only_archives_are_listed(self):
         console = self.logged_in()
         path = self.folder / "put"
         path.write_bytes(b"x")
@@ -72,7 +72,7 @@ class PushTest(FarmCase):
         self.put(console, {"b.ZIP": b"x"})
         self.assertEqual([file["name"] for file in console.run("list maps").value("list")["files"]], ["b.ZIP"])
 
-    def test_only_the_inbox_that_changed_is_listed_anew(self):
+    def test_only_the_changed_inbox_is_listed_again(self):
         console = self.logged_in()
         mark = console.mark()
         self.put(console, {"a.zip": b"x"}, "Pivots", "pivots")

@@ -1,4 +1,4 @@
-"""Folders that the console may read and not write: nothing is lost, and the operator or the log is told."""
+"""Folders that the console can read but not write: no file is lost, and a record or the log names the error."""
 
 import os
 import random
@@ -31,7 +31,7 @@ class ReadOnlyCase(FarmCase):
         (self.data / folder).chmod(stat.S_IRWXU)
 
     def bound(self, **options):
-        """A console that modes hold for, with an operator who is logged in."""
+        """A logged-in console that cannot write to read-only folders, even as root."""
         return self.logged_in(prefix=BOUND_BY_MODES, data=self.data, **options)
 
     def log(self):
@@ -43,7 +43,7 @@ class ReadOnlyCase(FarmCase):
 
 
 class DownloadTest(ReadOnlyCase):
-    def test_where_archives_come_in(self):
+    def test_a_read_only_folder_for_archives(self):
         self.forbid(INCOMING)
         console = self.bound()
         self.put_archive(console, "rates.zip", {"rates.txt": b"rates"})
@@ -53,12 +53,12 @@ class DownloadTest(ReadOnlyCase):
         self.assert_two_lines(result.errors[0]["text"])
         self.assertEqual(os.listdir(self.data / INCOMING), [])
         self.assertEqual(archives.content_of(self.data / MAPS), {})
-        self.assertEqual(self.held("To Console"), ["rates.zip"])
+        self.assertEqual(self.files_at_service("To Console"), ["rates.zip"])
         self.allow(INCOMING)
         self.assert_ok(console.run("download maps rates.zip"))
         self.assertEqual(archives.content_of(self.data / MAPS), {"rates.txt": b"rates"})
 
-    def test_where_archives_are_unpacked(self):
+    def test_a_read_only_folder_for_unpacked_files(self):
         (self.data / MAPS).mkdir(parents=True)
         (self.data / MAPS / "rates.txt").write_bytes(b"old rates")
         self.forbid(MAPS)
@@ -69,12 +69,12 @@ class DownloadTest(ReadOnlyCase):
         self.assertIn("TKelvoThreadObject::ManageKelvoDownloads: ", self.log())
         self.assertIn("Permission denied", self.log())
         self.assertEqual(archives.content_of(self.data / MAPS), {"rates.txt": b"old rates"})
-        self.assertEqual(self.held("To Console"), ["rates.zip"])
+        self.assertEqual(self.files_at_service("To Console"), ["rates.zip"])
         self.allow(MAPS)
         self.assert_ok(console.run("download maps rates.zip"))
         self.assertEqual(archives.content_of(self.data / MAPS), {"rates.txt": b"new rates"})
 
-    def test_an_archive_that_cannot_be_removed_is_unpacked_all_the_same(self):
+    def test_an_archive_that_cannot_be_removed_is_unpacked(self):
         (self.data / INCOMING).mkdir()
         archives.write_zip(self.data / INCOMING / "left.zip", {"left.txt": b"from an earlier run"})
         self.forbid(INCOMING)
@@ -88,31 +88,31 @@ class DownloadTest(ReadOnlyCase):
 
 
 class UploadTest(ReadOnlyCase):
-    def test_a_report_that_was_sent_and_cannot_be_removed(self):
+    def test_a_sent_report_that_cannot_be_removed_is_stored_once(self):
         (self.data / REPORTS).mkdir(parents=True)
         (self.data / REPORTS / "job.pdf").write_bytes(b"report")
         self.forbid(REPORTS)
         console = self.bound()
         before = self.service.requests()
-        # It was sent, so there is no record of a failure; only the log can tell.
+        # The report was sent, so there is no record of a failure. Only the log has the error.
         result = console.run("upload reports job.pdf")
         self.assert_ok(result)
         self.assertEqual(result.errors, [])
-        self.assertEqual(self.held("From Console"), ["job.pdf"])
+        self.assertEqual(self.files_at_service("From Console"), ["job.pdf"])
         self.assertEqual((self.data / REPORTS / "job.pdf").read_bytes(), b"report")
         self.assertIn("job.pdf was sent, but cannot be removed here: Permission denied", self.log())
         self.assertEqual(console.close(), 0)
-        # Nothing goes by itself.
+        # The console does not send the report again without a command.
         self.assertEqual(more(self.service.requests(), before)["POST", "/uploads"], 1)
-        # Nor does a console that was started again make a second one of it, however often it is told to send it.
+        # A restarted console creates no second file, however often it uploads the report.
         for _ in range(2):
             console = self.bound()
             self.assert_ok(console.run("upload reports job.pdf"))
             self.assertEqual(console.close(), 0)
-        self.assertEqual(self.held("From Console"), ["job.pdf"])
+        self.assertEqual(self.files_at_service("From Console"), ["job.pdf"])
         self.assertTrue((self.data / REPORTS / "job.pdf").is_file())
 
-    def test_where_the_sdk_remembers_what_it_began(self):
+    def test_a_read_only_folder_for_the_sdks_journals(self):
         link = Link(self.service.address)
         self.addCleanup(link.close)
         self.forbid(STATE)
@@ -122,13 +122,13 @@ class UploadTest(ReadOnlyCase):
         link.cut("up", 200_000)
         self.assert_ok(console.run("upload reports job.pdf"))
         self.assertEqual(link.cuts, 1)
-        self.assertEqual(self.held("From Console"), ["job.pdf"])
+        self.assertEqual(self.files_at_service("From Console"), ["job.pdf"])
         self.assertEqual(os.listdir(self.data / REPORTS), [])
         self.assertEqual(os.listdir(self.data / STATE), [])
 
 
 class DataFolderTest(ReadOnlyCase):
-    def test_one_that_is_read_only_but_for_the_folders_in_it(self):
+    def test_a_read_only_data_folder_with_writable_subfolders(self):
         console = self.bound()
         self.assertEqual(console.close(), 0)
         self.forbid(".")
@@ -138,9 +138,9 @@ class DataFolderTest(ReadOnlyCase):
         self.assertEqual(archives.content_of(self.data / MAPS), {"rates.txt": b"rates"})
         (self.data / REPORTS / "job.pdf").write_bytes(b"report")
         self.assert_ok(console.run("upload reports job.pdf"))
-        self.assertEqual(self.held("From Console"), ["job.pdf"])
+        self.assertEqual(self.files_at_service("From Console"), ["job.pdf"])
 
-    def test_a_new_one_that_cannot_be_filled_is_told(self):
+    def test_a_new_read_only_data_folder_is_an_error(self):
         self.forbid(".")
         console = self.console(prefix=BOUND_BY_MODES, data=self.data)
         self.assertEqual(console.close(), 1)

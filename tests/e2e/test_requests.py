@@ -1,29 +1,31 @@
-"""How many requests an operator's actions cost: each is a round trip over a slow link."""
+"""The number of requests of an operator's actions. Each request is a round trip over a slow link."""
 
 import unittest
 
 from kelvoe2e.case import FarmCase
 from kelvotour.service import more
 
-# What the console reports about itself, which nothing waits for.
+# The console's reports about itself. No action waits for them.
 REPORTS = {("PUT", "/environment"), ("PUT", "/devices"), ("POST", "/positions")}
 STREAM = ("GET", "/events")
 
 
 class RequestsTest(FarmCase):
     def requests_until_logout(self, console, before):
-        """Requests are counted when they are answered, and those of a connection in order: with the log-out
-        counted, all before it are."""
+        """Logs out and returns the requests since `before`.
+
+        The service counts a request when it answers, in the order of the connection. So when the logout is counted,
+        all requests before it are counted."""
         self.assert_ok(console.run("logout"))
         for _ in range(1000):
             made = more(self.service.requests(), before)
             if made.get(("DELETE", "/sessions/current")):
                 del made[("DELETE", "/sessions/current")]
                 return made
-        self.fail(f"the log-out was not counted: {made}")
+        self.fail(f"the logout was not counted: {made}")
 
     def requests_of(self, action):
-        """What `action(console)` costs beyond the login and log-out around it."""
+        """The requests of `action(console)`, without the login and the logout around it."""
         self.make_inboxes()
         costs = []
         for what in (lambda console: None, action):

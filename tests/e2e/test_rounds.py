@@ -1,4 +1,4 @@
-"""The plug-in started and ended many times in one process, with the service within reach."""
+"""The plug-in, initialised and finalised many times in one process with a running service."""
 
 import os
 import subprocess
@@ -8,13 +8,13 @@ from kelvoe2e.case import PASSWORD, FarmCase
 from kelvotour.service import more
 
 ROUNDS = max(int(os.environ.get("KELVO_ROUND_COUNT", 100)), 50)
-GUARD_SECONDS = 550 * max(ROUNDS // 100, 1)  # only ends what hangs
+GUARD_SECONDS = 550 * max(ROUNDS // 100, 1)  # ends a program that hangs
 
 
 class Rounds:
-    """`program` names the variable that tells the program."""
+    """`program` is the environment variable with the program's path."""
 
-    def test_no_round_leaves_anything_behind(self):
+    def test_no_round_leaks(self):
         self.make_inboxes()
         runtime = self.folder / "runtime"
         runtime.mkdir(mode=0o700)
@@ -27,7 +27,7 @@ class Rounds:
             # Freed memory in a thread's cache counts as allocated.
             "GLIBC_TUNABLES": "glibc.malloc.tcache_count=0",
             "QTEST_FUNCTION_TIMEOUT": str(GUARD_SECONDS * 1000),
-            # Each start reads the system's authorities, which takes a sanitizer's allocator a second.
+            # Each start reads the system's authorities. With a sanitizer this takes a second.
             "SSL_CERT_FILE": os.devnull,
             "XDG_RUNTIME_DIR": str(runtime),
         }
@@ -39,7 +39,7 @@ class Rounds:
         self.assertEqual(self.service.open_streams(), 0)
         requests = more(self.service.requests(), before)
         print(requests)
-        # Each session is ended, but those whose token the console was never told.
+        # The console ends each session, except a session whose token it never received.
         self.assertGreaterEqual(requests["DELETE", "/sessions/current"], ROUNDS)
         self.assertLessEqual(requests["DELETE", "/sessions/current"], requests["POST", "/sessions"])
 

@@ -1,4 +1,4 @@
-"""What the operator sees and presses: login, lists, questions, and buttons pressed twice."""
+"""The real window: login, lists, questions, and buttons pressed twice."""
 
 import signal
 import unittest
@@ -12,11 +12,11 @@ LOGINS, LOGOUTS = ("POST", "/sessions"), ("DELETE", "/sessions/current")
 
 
 class LoginTest(ScreensCase):
-    def test_the_first_login_sets_up_and_the_second_stands(self):
+    def test_the_first_login_creates_the_inboxes_and_the_second_login_stays(self):
         window = self.open_window()
         self.give_credentials(window)
         window.press("Login")
-        self.until_said(window, SET_UP, "Configuration complete")
+        self.until_text(window, SET_UP, "Configuration complete")
         screen = window.until(lambda screen: screen.can_press("Login"), "Login")
         self.assertEqual(screen.dialog(SET_UP)["progress"], 100)
         self.assertEqual(len(self.office.inboxes(self.operator)), 7)
@@ -29,21 +29,21 @@ class LoginTest(ScreensCase):
         self.assertFalse(screen.row("USERNAME")["enabled"])
         self.assertEqual(window.close(), 0)
 
-    def test_a_session_that_the_service_ends_is_told(self):
-        window = self.at_the_files()
+    def test_a_session_that_the_service_ended_is_shown(self):
+        window = self.open_file_controller()
         self.send_archives("a.zip")
-        self.wait_to_upload("report.zip")
+        self.add_reports("report.zip")
         self.select(window, "a.zip")
         self.assertTrue(window.look().can_press("Download"))
         self.admin.disable_user(self.operator)
-        screen = window.until(lambda screen: LOST in screen.labels(), "the sign of it")
+        screen = window.until(lambda screen: LOST in screen.labels(), "the text about the lost session")
         screen = window.until(lambda screen: screen.can_press("Login"), "Login")
         self.assertEqual(screen.row("Browse")["value"], "Files to Upload")
         self.assertIsNone(screen.button("Download"))
         self.select(window, "report.zip")
         screen = window.look()
         self.assertFalse(screen.can_press("Upload"))
-        self.assertTrue(screen.can_press("Delete"))  # which needs no session
+        self.assertTrue(screen.can_press("Delete"))  # a local deletion needs no session
         self.assert_refused(window, "Upload is off", "press", button="Upload")
         window.do("open", row="Browse")
         self.assertFalse(self.choice(window, "KELVO")["enabled"])
@@ -52,20 +52,20 @@ class LoginTest(ScreensCase):
         screen = window.until(lambda screen: screen.dialog("KELVO Login Error"), "the error")
         self.assertNotEqual(screen.dialog("KELVO Login Error")["text"], "")
         window.press(screen.dialog("KELVO Login Error")["buttons"][0]["text"])
-        self.assertEqual(set(self.waiting()), {"report.zip"})
+        self.assertEqual(set(self.reports_left()), {"report.zip"})
         self.assertEqual(window.close(), 0)
 
     @staticmethod
     def choice(window, text):
-        """A button of the list of choices, not of the launcher behind it."""
+        """A button of the list of choices, not of the launcher under it."""
         popup, = window.look().popups
         return next(button for button in popup["buttons"] if button["text"] == text)
 
-    def test_the_selectors_can_be_worked_while_a_login_runs(self):
+    def test_the_selectors_work_while_a_login_runs(self):
         self.make_inboxes()
         self.send({"map.zip": b"x"})
         self.send({"curve.zip": b"x"}, "Curves")
-        self.wait_to_upload("report.zip")
+        self.add_reports("report.zip")
         window = self.open_window()
         self.give_credentials(window)
         self.service.process.send_signal(signal.SIGSTOP)
@@ -91,7 +91,7 @@ class LoginTest(ScreensCase):
 
 class ListTest(ScreensCase):
     def test_a_push_changes_the_list_and_keeps_the_selection(self):
-        window = self.at_the_files()
+        window = self.open_file_controller()
         self.send({name: b"x" for name in ("a.zip", "b.zip", "c.zip")})
         self.select(window, "a.zip", "c.zip")
         self.send({"unseen.zip": b"x"}, "Curves")
@@ -109,7 +109,7 @@ class ListTest(ScreensCase):
         self.assertFalse(screen.can_press("Download") or screen.can_press("Delete"))
 
     def test_delete_asks_first_and_no_deletes_nothing(self):
-        window = self.at_the_files()
+        window = self.open_file_controller()
         self.send({"a.zip": b"x", "b.zip": b"x"})
         self.select(window, "a.zip")
         before = self.service.requests()
@@ -117,23 +117,23 @@ class ListTest(ScreensCase):
         self.assertNotIn(DELETIONS, more(self.service.requests(), before))
         screen = window.look()
         self.assertEqual((sorted(screen.names()), screen.selected()), (["a.zip", "b.zip"], ["a.zip"]))
-        self.assertEqual(self.held("To Console"), ["a.zip", "b.zip"])
+        self.assertEqual(self.files_at_service("To Console"), ["a.zip", "b.zip"])
         self.ask_to_delete(window, "Yes")
         self.finish(window, "Delete", "Delete complete.")
         window.until(lambda screen: screen.names() == ["b.zip"], "the list without it")
-        self.assertEqual(self.held("To Console"), ["b.zip"])
+        self.assertEqual(self.files_at_service("To Console"), ["b.zip"])
 
     def test_delete_asks_for_local_files_too(self):
-        window = self.at_the_files()
-        self.wait_to_upload("a.zip", "b.zip")
+        window = self.open_file_controller()
+        self.add_reports("a.zip", "b.zip")
         self.show_files_to_upload(window, ["a.zip", "b.zip"])
         self.select(window, "a.zip")
         before = self.service.requests()
         self.ask_to_delete(window, "No")
-        self.assertEqual(set(self.waiting()), {"a.zip", "b.zip"})
+        self.assertEqual(set(self.reports_left()), {"a.zip", "b.zip"})
         self.ask_to_delete(window, "Yes")
         window.until(lambda screen: screen.names() == ["b.zip"], "the list without it")
-        self.assertEqual(set(self.waiting()), {"b.zip"})
+        self.assertEqual(set(self.reports_left()), {"b.zip"})
         self.assertEqual(more(self.service.requests(), before), {})
 
     def ask_to_delete(self, window, answer):
@@ -145,16 +145,16 @@ class ListTest(ScreensCase):
 
 
 class TwiceTest(ScreensCase):
-    """A second touch before the first has shown anything does what one does."""
+    """Two touches at once have the effect of one touch."""
 
     def test_login_and_logout(self):
         self.make_inboxes()
         window = self.open_window()
         self.give_credentials(window)
         before = self.service.requests()
-        self.twice(window, "press", button="Login")
+        self.do_twice(window, "press", button="Login")
         window.until(lambda screen: screen.can_press("Logout"), "Logout")
-        self.twice(window, "press", button="Logout")
+        self.do_twice(window, "press", button="Logout")
         window.until(lambda screen: screen.can_press("Login"), "Login")
         self.assertEqual(self.service.open_streams(), 0)
         asked = more(self.service.requests(), before)
@@ -162,64 +162,64 @@ class TwiceTest(ScreensCase):
         self.assertEqual(window.look().popups, [])
 
     def test_the_launcher(self):
-        window = self.at_the_files()
-        self.twice(window, "press", button="Night")  # it says the other light by then
+        window = self.open_file_controller()
+        self.do_twice(window, "press", button="Night")  # after the first touch the button is "Day"
         self.assertTrue(window.look().can_press("Day"))
         for page in ("Settings", "Home", "KELVO File Controller"):
-            self.assertIsNone(self.twice(window, "press", button=page))
+            self.assertIsNone(self.do_twice(window, "press", button=page))
             self.assertTrue(window.look().button(page)["checked"], page)
         self.assertEqual(window.look().popups, [])
 
     def test_download(self):
-        window = self.at_the_files()
+        window = self.open_file_controller()
         content = self.send_archives("1.zip", "2.zip")
         self.select(window, *content)
         before = self.service.requests()
-        self.assertIsNotNone(self.twice(window, "press", button="Download"))
-        self.until_said(window, "File Transfer", "Download complete.")
-        self.assertIsNotNone(self.twice(window, "press", button="Close"))
+        self.assertIsNotNone(self.do_twice(window, "press", button="Download"))
+        self.until_text(window, "File Transfer", "Download complete.")
+        self.assertIsNotNone(self.do_twice(window, "press", button="Close"))
         window.until(lambda screen: not screen.popups, "the dialog's end")
         self.assertEqual(more(self.service.requests(), before), {("GET", "/resources/{id}/content"): 2})
         self.assertEqual(self.unpacked(), {path: data for files in content.values() for path, data in files.items()})
 
     def test_upload(self):
-        window = self.at_the_files()
-        content = self.wait_to_upload("report.zip")
+        window = self.open_file_controller()
+        content = self.add_reports("report.zip")
         self.show_files_to_upload(window, content)
         self.select(window, "report.zip")
-        self.assertIsNotNone(self.twice(window, "press", button="Upload"))
+        self.assertIsNotNone(self.do_twice(window, "press", button="Upload"))
         self.finish(window, "File Transfer", "Upload complete.")
         self.assertEqual(self.content_at_the_service("From Console"), content)
-        self.assertEqual(self.waiting(), {})
+        self.assertEqual(self.reports_left(), {})
 
     def test_delete_and_its_answers(self):
-        window = self.at_the_files()
+        window = self.open_file_controller()
         self.send({"a.zip": b"x", "b.zip": b"x"})
         self.select(window, "a.zip")
         before = self.service.requests()
-        self.assertIsNotNone(self.twice(window, "press", button="Delete"))
-        self.assertIsNotNone(self.twice(window, "press", button="No"))
+        self.assertIsNotNone(self.do_twice(window, "press", button="Delete"))
+        self.assertIsNotNone(self.do_twice(window, "press", button="No"))
         window.press("Delete")
-        self.assertIsNotNone(self.twice(window, "press", button="Yes"))
+        self.assertIsNotNone(self.do_twice(window, "press", button="Yes"))
         self.finish(window, "Delete", "Delete complete.")
-        self.assertEqual(self.held("To Console"), ["b.zip"])
+        self.assertEqual(self.files_at_service("To Console"), ["b.zip"])
         self.assertEqual(more(self.service.requests(), before)[DELETIONS], 1)
 
     def test_cancel(self):
         link = self.link()
-        window = self.at_the_files(link)
+        window = self.open_file_controller(link)
         content = self.send_archives("1.zip", "2.zip")
         self.select(window, *content)
         link.hold("down", 50_000)
         window.press("Download")
         link.wait_until_held()
-        self.twice(window, "press", button="Cancel")
-        screen = self.until_said(window, "File Transfer", "Cancelling file operation ...")
+        self.do_twice(window, "press", button="Cancel")
+        screen = self.until_text(window, "File Transfer", "Cancelling file operation ...")
         self.assertFalse(screen.can_press("Cancel") or screen.can_press("Close"))
         link.release()
         self.finish(window, "File Transfer", "Download complete.")
         self.assertEqual(len(self.unpacked()), 1)
-        self.assertTrue(window.look().can_press("Download"))  # the cancel is over
+        self.assertTrue(window.look().can_press("Download"))  # the cancel has ended
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-"""Transfers at the screens: cancelled, kept from the operator's other touches, and ended by closing the window."""
+"""Transfers in the real window: cancel, other touches while a transfer runs, and closing the window."""
 
 import unittest
 
@@ -13,64 +13,64 @@ class TransferTest(ScreensCase):
         self.transfer_link = self.link()
 
     def in_the_middle_of_a_download(self, *names):
-        """The window, with the first of the files half on its way; and the files."""
-        window = self.at_the_files(self.transfer_link)
+        """Returns the window with a download held in its first file, the files' content, and the first file's name."""
+        window = self.open_file_controller(self.transfer_link)
         content = self.send_archives(*names)
         self.select(window, *content)
         self.transfer_link.hold("down", MIDDLE_BYTES)
         window.press("Download")
         self.transfer_link.wait_until_held()
         first = next(name for name in window.look().names() if name in content)
-        self.until_said(window, TRANSFER, f"Downloading {first}")
+        self.until_text(window, TRANSFER, f"Downloading {first}")
         return window, content, first
 
     def in_the_middle_of_an_upload(self, *names):
-        window = self.at_the_files(self.transfer_link)
-        content = self.wait_to_upload(*names)
+        window = self.open_file_controller(self.transfer_link)
+        content = self.add_reports(*names)
         self.show_files_to_upload(window, content)
         self.select(window, *content)
         self.transfer_link.hold("up", MIDDLE_BYTES)
         window.press("Upload")
         self.transfer_link.wait_until_held()
         first = sorted(content)[0]
-        self.until_said(window, TRANSFER, f"Uploading {first}")
+        self.until_text(window, TRANSFER, f"Uploading {first}")
         return window, content, first
 
-    def test_a_download_of_two_that_is_cancelled_in_the_first(self):
+    def test_a_download_cancelled_in_the_first_of_two_files(self):
         window, content, first = self.in_the_middle_of_a_download("1.zip", "2.zip")
         window.press("Cancel")
-        screen = self.until_said(window, TRANSFER, "Cancelling file operation ...")
+        screen = self.until_text(window, TRANSFER, "Cancelling file operation ...")
         self.assertFalse(screen.can_press("Cancel") or screen.can_press("Close"))
         self.assertEqual(self.unpacked(), {})
         self.transfer_link.release()
         self.finish(window, TRANSFER, "Download complete.")
         self.assertEqual(self.unpacked(), content[first])
-        self.assertEqual(self.held("To Console"), ["1.zip", "2.zip"])
+        self.assertEqual(self.files_at_service("To Console"), ["1.zip", "2.zip"])
         other, = set(content) - {first}
         self.select(window, other)
         window.press("Download")
         self.finish(window, TRANSFER, "Download complete.")
         self.assertEqual(self.unpacked(), {**content[first], **content[other]})
 
-    def test_an_upload_of_two_that_is_cancelled_in_the_first(self):
+    def test_an_upload_cancelled_in_the_first_of_two_files(self):
         window, content, first = self.in_the_middle_of_an_upload("1.zip", "2.zip")
         window.press("Cancel")
-        self.until_said(window, TRANSFER, "Cancelling file operation ...")
+        self.until_text(window, TRANSFER, "Cancelling file operation ...")
         self.transfer_link.release()
         self.finish(window, TRANSFER, "Upload complete.")
         kept = {name: data for name, data in content.items() if name != first}
-        self.assertEqual(self.waiting(), kept)
+        self.assertEqual(self.reports_left(), kept)
         self.assertEqual(self.content_at_the_service("From Console"), {first: content[first]})
         self.assertEqual(window.look().names(), list(kept))
 
-    def test_an_upload_removes_the_local_file_only_when_it_is_held(self):
+    def test_an_upload_removes_the_local_file_only_after_it_is_stored(self):
         window, content, _ = self.in_the_middle_of_an_upload("report.zip")
-        self.assertEqual(self.waiting(), content)
-        self.assertEqual(self.held("From Console"), [])
+        self.assertEqual(self.reports_left(), content)
+        self.assertEqual(self.files_at_service("From Console"), [])
         self.transfer_link.release()
         self.finish(window, TRANSFER, "Upload complete.")
         self.assertEqual(self.content_at_the_service("From Console"), content)
-        self.assertEqual(self.waiting(), {})
+        self.assertEqual(self.reports_left(), {})
         self.assertEqual(window.look().names(), [])
 
     def test_nothing_else_can_be_touched_while_a_transfer_runs(self):
@@ -85,7 +85,7 @@ class TransferTest(ScreensCase):
         self.assertEqual((screen.row("Category")["value"], screen.row("Browse")["value"]),
                          ("Prescription Maps", "KELVO"))
         self.assertFalse(screen.can_press("Download") or screen.can_press("Delete"))
-        self.send({"3.zip": b"x"})  # the list behind the dialog may wait, but not lose it
+        self.send({"3.zip": b"x"})  # the list under the dialog may show it later, but must show it
         self.transfer_link.release()
         self.finish(window, TRANSFER, "Download complete.")
         self.assertEqual(set(self.unpacked()), {path for files in content.values() for path in files})
@@ -99,7 +99,7 @@ class TransferTest(ScreensCase):
         self.assertEqual(window.close(), 0)
         self.assertEqual(self.unpacked(), {})
         self.assertFalse((self.data / "incoming/large.zip").exists())
-        self.assertEqual(self.held("To Console"), ["large.zip"])
+        self.assertEqual(self.files_at_service("To Console"), ["large.zip"])
         self.transfer_link.release()
         window = self.logged_in_again()
         self.select(window, "large.zip")
@@ -111,8 +111,8 @@ class TransferTest(ScreensCase):
     def test_closing_the_window_in_an_upload_loses_nothing(self):
         window, content, _ = self.in_the_middle_of_an_upload("report.zip")
         self.assertEqual(window.close(), 0)
-        self.assertEqual(self.waiting(), content)
-        self.assertEqual(self.held("From Console"), [])
+        self.assertEqual(self.reports_left(), content)
+        self.assertEqual(self.files_at_service("From Console"), [])
         self.transfer_link.release()
         window = self.logged_in_again()
         self.show_files_to_upload(window, content)
@@ -120,11 +120,11 @@ class TransferTest(ScreensCase):
         window.press("Upload")
         self.finish(window, TRANSFER, "Upload complete.")
         self.assertEqual(self.content_at_the_service("From Console"), content)
-        self.assertEqual(self.waiting(), {})
+        self.assertEqual(self.reports_left(), {})
         self.assertEqual(window.close(), 0)
 
     def logged_in_again(self):
-        """A new start of the console, which has kept the credentials."""
+        """Starts the console again and logs in with the stored credentials."""
         window = self.open_window()
         window.press("Login")
         window.until(lambda screen: screen.can_press("Logout"), "Logout")

@@ -1,4 +1,4 @@
-"""The service goes away and comes back while a console is logged in."""
+"""The service stops and starts again while a console is logged in."""
 
 import signal
 import unittest
@@ -15,27 +15,27 @@ class ServiceRestartTest(FarmCase):
     def archive(self, name):
         return archives.write_zip(self.folder / name, {name + ".txt": name.encode()}).read_bytes()
 
-    def test_the_session_and_the_push_outlive_a_restart(self):
+    def test_session_and_event_stream_survive_a_restart(self):
         console = self.logged_in()
         self.service.stop()
         self.service.start()
         (console.data / "to-service/curves/one.crv").write_bytes(b"curve")
         self.assert_ok(console.run("upload curves one.crv"))
-        self.assertEqual(self.held("Curves"), ["one.crv"])
+        self.assertEqual(self.files_at_service("Curves"), ["one.crv"])
         self.put(console, {"a.zip": self.archive("a.zip")})
         self.assert_ok(console.run("download maps a.zip"))
         self.assertFalse([line for line in console.lines if line.name == "KelvoLoggedOut"])
 
-    def test_what_was_acknowledged_outlives_a_crash(self):
+    def test_an_acknowledged_upload_survives_a_crash(self):
         console = self.logged_in()
         (console.data / "to-service/curves/one.crv").write_bytes(b"curve")
         self.assert_ok(console.run("upload curves one.crv"))
         self.service.kill()
         self.service.start()
-        self.assertEqual(self.held("Curves"), ["one.crv"])
+        self.assertEqual(self.files_at_service("Curves"), ["one.crv"])
         self.put(console, {"a.zip": self.archive("a.zip")})
 
-    def test_what_changed_while_the_link_was_down_is_listed(self):
+    def test_a_file_added_while_the_link_was_down_is_listed(self):
         console = self.logged_in()
         self.service.stop()
         mark = console.mark()
@@ -44,7 +44,7 @@ class ServiceRestartTest(FarmCase):
         self.office.put(self.folder / "put", f"{self.operator}/Pivots", name="late.zip")
         console.wait_for_list("pivots", lambda names: "late.zip" in names, mark)
 
-    def test_a_console_without_service_stops_when_told(self):
+    def test_a_stop_signal_ends_a_console_without_a_service(self):
         console = self.logged_in()
         self.service.stop()
         self.assertEqual(console.stop(signal.SIGTERM), 128 + signal.SIGTERM)

@@ -1,4 +1,4 @@
-"""From the receiver in the cab to the office: where the console is, whichever comes first, the login or the fix."""
+"""The console's position reaches the office, whether the login or the fix comes first."""
 
 from kelvoe2e.sharing import SharingCase
 

@@ -1,4 +1,4 @@
-"""The tour as a whole, as scripts/run starts it: by commands and at the screens."""
+"""The whole tour, as scripts/run starts it: by commands and with the real window."""
 
 import json
 import os
@@ -16,7 +16,7 @@ from kelvoe2e import awkward
 TOUR = Path(os.environ["KELVO_TOUR"]) / "tour"
 DRIVER = Path(os.environ["KELVO_BUILD"]) / "bin/kelvo-console-driver"
 GUIDE = TOUR.parents[2] / "docs/pictures"
-# Of a PNG file with the display's width and height.
+# The beginning of a PNG file with the display's width and height.
 PICTURE_BEGIN = b"\x89PNG\r\n\x1a\n" + struct.pack(">I4sII", 13, b"IHDR", 1280, 800)
 
 
@@ -29,7 +29,7 @@ class TourTest(unittest.TestCase):
         return subprocess.run([sys.executable, TOUR, "--build", os.environ["KELVO_BUILD"], *options], text=True,
                               capture_output=True, stdin=subprocess.DEVNULL, timeout=500, check=False)
 
-    def test_every_step_of_the_day_comes_out_right(self):
+    def test_every_step_of_the_day_succeeds(self):
         result = self.run_tour("--out", self.folder, "--headless")
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
         lines = result.stdout.splitlines()
@@ -40,7 +40,7 @@ class TourTest(unittest.TestCase):
             self.assertGreater((self.folder / name).stat().st_size, 0, name)
 
     @unittest.skipUnless(DRIVER.is_file(), "this build has no window")
-    def test_every_step_at_the_screens_comes_out_right_and_the_guide_shows_it(self):
+    def test_every_step_in_the_window_succeeds_and_the_guide_has_its_pictures(self):
         result = self.run_tour("--out", self.folder)
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
         pictures = self.folder / "pictures"
@@ -62,14 +62,14 @@ class TourTest(unittest.TestCase):
         shown = re.findall(r"\(pictures/([^)]+)\)", guide)
         self.assertEqual(sorted(shown), sorted(path.name for path in GUIDE.glob("*.png")))
 
-    def test_a_folder_with_other_things_in_it_is_left_alone(self):
+    def test_a_folder_with_other_files_is_not_touched(self):
         (self.folder / "service").mkdir()
         result = self.run_tour("--out", self.folder)
         self.assertEqual(result.returncode, 2)
         self.assertIn("neither empty nor", result.stderr)
         self.assertTrue((self.folder / "service").is_dir())
 
-    def test_archives_of_the_given_folder_come_out_as_expected_good_and_bad(self):
+    def test_valid_and_bad_archives_of_a_given_folder(self):
         data = self.folder / "data"
         data.mkdir()
         awkward.write_all(data)
@@ -80,7 +80,7 @@ class TourTest(unittest.TestCase):
         lines = result.stdout.splitlines()
         for name in ("bad.zip", *awkward.REFUSED):
             self.assertEqual(lines.count(f"ok  {name} cannot be unpacked and leaves nothing"), 2, name)
-        for name, (_, paths) in awkward.SOUND.items():
+        for name, (_, paths) in awkward.ACCEPTED.items():
             self.assertIn(f"ok  {name} downloaded as maps: {len(paths)} files, byte for byte", lines)
 
     def test_a_folder_without_archives_is_refused(self):

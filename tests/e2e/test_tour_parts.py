@@ -1,4 +1,4 @@
-"""The tour's judgement: what it takes for a sound archive, for a right folder and for a step gone wrong."""
+"""The tour's checks of archives, folders and steps."""
 
 import contextlib
 import io
@@ -30,14 +30,14 @@ class TourPartsTest(unittest.TestCase):
         self.folder = Path(tempfile.mkdtemp(prefix="kelvo-parts-"))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
 
-    def test_every_made_archive_is_sound_and_several_share_a_name(self):
+    def test_every_made_archive_is_valid_and_several_have_a_file_of_the_same_name(self):
         archives.make_samples(self.folder)
         expected = [archives.expected_files(path) for path in archives.archives_in(self.folder)]
         self.assertEqual(len(expected), 6)
         self.assertNotIn(None, expected)
         self.assertGreaterEqual(sum("TASKDATA.XML" in files for files in expected), 3)
 
-    def test_bad_archives_are_told_from_sound_ones(self):
+    def test_bad_archives_are_recognised(self):
         self.assertIsNone(archives.expected_files(archives.write_corrupt_zip(self.folder / "a.zip")))
         for name in ("../up.txt", "/absolute.txt", "a/../../b.txt"):
             with self.subTest(name):
@@ -47,9 +47,9 @@ class TourPartsTest(unittest.TestCase):
         (self.folder / "c.zip").write_bytes(archive_of(link))
         self.assertIsNone(archives.expected_files(self.folder / "c.zip"))
 
-    def test_awkward_archives_are_judged_as_the_console_does(self):
+    def test_awkward_archives_are_read_as_the_console_reads_them(self):
         awkward.write_all(self.folder)
-        for name, (_, paths) in awkward.SOUND.items():
+        for name, (_, paths) in awkward.ACCEPTED.items():
             with self.subTest(name):
                 expected = archives.expected_files(self.folder / name)
                 self.assertIsNotNone(expected)
@@ -58,29 +58,29 @@ class TourPartsTest(unittest.TestCase):
             with self.subTest(name):
                 self.assertIsNone(archives.expected_files(self.folder / name))
 
-    def test_a_bomb_is_not_unpacked_to_be_judged(self):
+    def test_a_bomb_is_recognised_without_unpacking_it(self):
         awkward.write_all(self.folder)
         with unittest.mock.patch.object(zipfile.ZipFile, "open", side_effect=AssertionError):
             self.assertIsNone(archives.expected_files(self.folder / "bomb.zip"))
 
-    def test_files_and_folders_in_each_others_way_have_no_place(self):
+    def test_a_file_and_a_folder_of_the_same_name_conflict(self):
         (self.folder / "folder").mkdir()
         (self.folder / "file").write_bytes(b"1")
         for names, has_place in ((["new", "file", "folder/new"], True), (["folder"], False), (["file/new"], False)):
             with self.subTest(names):
                 self.assertEqual(archives.have_place(dict.fromkeys(names), self.folder), has_place)
 
-    def test_each_bad_archive_must_be_told_of_in_the_log(self):
+    def test_the_log_must_have_one_line_for_each_bad_archive(self):
         day = Day(Binaries(*[Path("none")] * 4), self.folder / "out", None)
         data = self.folder / "out/console"
         (data / "from-service").mkdir(parents=True)
         (data / "incoming").mkdir()
         (data / "logs").mkdir()
-        times_told = iter((1, 0, 2))
+        line_counts = iter((1, 0, 2))
 
         def run(command):
             with open(data / "logs/user.log", "a", encoding="utf-8") as log:
-                log.write("TKelvoThreadObject::ManageKelvoDownloads: damaged\n" * next(times_told))
+                log.write("TKelvoThreadObject::ManageKelvoDownloads: damaged\n" * next(line_counts))
             record = {"file": command.split("'")[1], "text": "Failed to unzip file"}
             return Result(False, "", [Line(0, "", "KelvoDownloadComplete", {"errors": [record]})])
 
@@ -95,20 +95,20 @@ class TourPartsTest(unittest.TestCase):
             "FAILED twice.zip cannot be unpacked and leaves nothing: the user log says 2 times why, not once",
             "1 steps ok, 2 failed"])
 
-    def test_an_encrypted_archive_is_no_sound_one(self):
-        needs(self, shutil.which("zip"), "zip, to encrypt with")
+    def test_an_encrypted_archive_is_bad(self):
+        needs(self, shutil.which("zip"), "zip, which encrypts the archive")
         (self.folder / "secret.txt").write_text("x")
         subprocess.run(["zip", "-q", "-P", "key", "d.zip", "secret.txt"], cwd=self.folder, check=True)
         self.assertIsNone(archives.expected_files(self.folder / "d.zip"))
 
-    def test_comparing_sees_missing_and_differing_files(self):
+    def test_comparing_finds_missing_and_differing_files(self):
         (self.folder / "same").write_bytes(b"1")
         (self.folder / "other").write_bytes(b"1")
         expected = archives.digests({"same": b"1", "other": b"2", "missing": b"3"})
         problems = archives.compare(expected, self.folder)
         self.assertEqual(problems, ["other differs from the archive's", "missing is missing"])
 
-    def test_a_failed_step_is_told_of_and_counted(self):
+    def test_a_failed_step_is_printed_and_counted(self):
         with contextlib.redirect_stdout(io.StringIO()) as output:
             steps = Steps(self.folder)
             with steps.step("first"):
@@ -123,11 +123,11 @@ class TourPartsTest(unittest.TestCase):
                          ["ok  first", "FAILED second: two lines", "FAILED third: KeyError: 'x'",
                           "1 steps ok, 2 failed"])
 
-    def test_a_tour_of_nothing_has_failed(self):
+    def test_a_tour_without_steps_fails(self):
         with contextlib.redirect_stdout(io.StringIO()):
             self.assertEqual(Steps(self.folder).close(), 1)
 
-    def test_lines_of_the_console_are_read(self):
+    def test_reads_the_console_lines(self):
         line = Line.read('signal KelvoDownloadComplete {"errors":[{"file":"a b","text":"x\\ny"}],"project":"maps"}')
         self.assertEqual((line.name, line.arguments["project"]), ("KelvoDownloadComplete", "maps"))
         result = Result(False, "", [line, Line.read('list {"files":[],"project":"maps"}')])

@@ -1,5 +1,5 @@
-// The real libkelvo.so with its screens, started and ended many times in one process, with a
-// service within reach. Run by test_rounds.py, which has the service.
+// The real libkelvo.so with its screens, initialised and finalised many times in one process with a
+// running service. test_rounds.py starts the service and runs this program.
 #include "support/WidgetTestMain.h"
 #include "tests/e2e/TRounds.h"
 
@@ -12,12 +12,13 @@ namespace {
 
 // Qt 5 never deletes the recognizer that QScroller::grabGesture() makes, an object of two pointers.
 // Three of the screens' lists can be scrolled.
-constexpr double QT_LOSES_BYTES = 3 * 4 * sizeof(void*);
-// They lie strewn over the heap, and what is too small between them to be used counts as allocated:
-// some 8 bytes a round, while the number of blocks grows by these three and by nothing else.
+constexpr double QT_LEAK_BYTES = 3 * 4 * sizeof(void*);
+// The leaked objects fragment the heap. Gaps that are too small for use count as allocated, about
+// 8 bytes a round.
 constexpr double GAP_BYTES = 16;
 
-// Shows the surfaces as they are added, and destroys them on removal, as the contract wants.
+// Shows the surfaces when they are added, and destroys them when they are removed, as the contract
+// requires.
 class TShowingManager final : public TWindowManagerApi
 {
 public:
@@ -52,11 +53,11 @@ class tst_ScreenRounds : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void initTestCase();
-    void manyTimesWithScreensAndASession();
+    void leaksNothingWithScreensAndASession();
 
 private:
     TRounds m_rounds;
-    TShowingManager m_manager; // takes the place of the plug-in's usual one
+    TShowingManager m_manager; // replaces the plug-in's usual window manager
 };
 
 void tst_ScreenRounds::initTestCase()
@@ -65,7 +66,7 @@ void tst_ScreenRounds::initTestCase()
     QVERIFY2(problem.isEmpty(), qPrintable(problem));
 }
 
-void tst_ScreenRounds::manyTimesWithScreensAndASession()
+void tst_ScreenRounds::leaksNothingWithScreensAndASession()
 {
     const QString problem = m_rounds.Run(TRounds::Count(), [this](int) {
         m_rounds.Plugin().Data<TGen2DynamicLibrary>("dll")->CreateScreens();
@@ -73,7 +74,7 @@ void tst_ScreenRounds::manyTimesWithScreensAndASession()
     });
     QVERIFY2(problem.isEmpty(), qPrintable(problem));
     qInfo("%s", qPrintable(m_rounds.Record().ToText()));
-    const QString growth = m_rounds.Growth(QT_LOSES_BYTES + GAP_BYTES);
+    const QString growth = m_rounds.Growth(QT_LEAK_BYTES + GAP_BYTES);
     QVERIFY2(growth.isEmpty(), qPrintable(growth));
 }
 

@@ -1,7 +1,7 @@
-"""What the tests of the whole share: a service with a farm, consoles on it, a link that misbehaves on command."""
+"""Helpers of the end-to-end tests: a service with a farm, consoles, and a link that a test can hold and cut."""
 
 import sys
 from pathlib import Path
 
-# What the tests of all programs share: needs.
+# tests/support has the helpers of all test programs.
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "support"))

@@ -1,11 +1,11 @@
-"""Archives that two readers easily take differently, with what a console must make of them."""
+"""Archives that two readers may read differently, with the result that the console must give."""
 
 from rawzip import (ENCRYPTED_FLAG, FOLDER, LINK, MS_DOS, MS_DOS_FOLDER, UTF8_FLAG, Entry, archive_of, unicode_path)
 
 ZEROS = bytes(11 * 1024 * 1024)
 
-# archive: its entries, and the paths of the files that are to stand in the folder
-SOUND = {
+# archive: (its entries, the paths of the files that it must unpack)
+ACCEPTED = {
     "unicode-unsaid.zip": ([Entry("a/Schläge.xml".encode())], ["a/Schläge.xml"]),
     "unicode-said.zip": ([Entry("b/Düngung.xml".encode(), flags=UTF8_FLAG)], ["b/Düngung.xml"]),
     "decomposed.zip": ([Entry("c/Scha\u0308ge.xml".encode(), flags=UTF8_FLAG)], ["c/Sch\u00e4ge.xml"]),
@@ -19,7 +19,7 @@ SOUND = {
     "many-zeros.zip": ([Entry(b"zeros.bin", content=ZEROS[:10 * 1024 * 1024], deflated=True)], ["zeros.bin"]),
 }
 
-# archive: its entries, of which one is reason to refuse it all
+# archive: its entries; one of them makes the console refuse the whole archive
 REFUSED = {
     "file-twice.zip": [Entry(b"r.xml"), Entry(b"./r.xml")],
     "file-and-folder.zip": [Entry(b"s"), Entry(b"s/t.xml")],
@@ -40,8 +40,8 @@ REFUSED = {
 
 
 def write_all(folder):
-    """Both kinds, as files."""
-    for name, (entries, _) in SOUND.items():
+    """Writes all archives into the folder."""
+    for name, (entries, _) in ACCEPTED.items():
         (folder / name).write_bytes(archive_of(*entries))
     for name, entries in REFUSED.items():
         (folder / name).write_bytes(archive_of(*entries))

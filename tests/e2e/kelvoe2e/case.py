@@ -1,4 +1,4 @@
-"""A test on a service of its own class, with operators that have all inboxes."""
+"""The base class of tests with a service and consoles."""
 
 import json
 import os
@@ -26,7 +26,7 @@ without_proxies()
 
 
 class FarmCase(unittest.TestCase):
-    """One service a class; each test has a folder and an operator of its own."""
+    """Starts one service for each class. Each test has its own folder and its own operator."""
 
     service_options = ("--password-cost", "min")
     maxDiff = None
@@ -58,14 +58,14 @@ class FarmCase(unittest.TestCase):
         self.addCleanup(self.end_consoles)
 
     def end_consoles(self):
-        """Kills those that still run. None may have warned of anything, least of all Qt."""
+        """Kills the consoles that still run. No console may have printed a warning, for instance of Qt."""
         for console in self.consoles:
             if console.process.poll() is None:
                 console.kill()
         self.assertEqual([console.stderr() for console in self.consoles], [""] * len(self.consoles))
 
     def make_inboxes(self):
-        """So that a login lists instead of setting up."""
+        """Creates the operator's inboxes, so that a login does not create them."""
         token = self.call("POST", "/sessions", {"user": self.operator, "password": PASSWORD})["token"]
         for project in PROJECTS:
             self.call("POST", f"/projects/{urllib.parse.quote(project)}/user-inbox", token=token)
@@ -84,7 +84,7 @@ class FarmCase(unittest.TestCase):
         return json.loads(text) if text else None
 
     def console(self, address=None, ca=None, password=PASSWORD, data=None, **options):
-        """A console that runs, at the latest until the test's end."""
+        """Starts a console that ends with the test at the latest."""
         console = Console(BINARIES, address or self.service.address, ca or self.service.ca,
                           data or self.folder / "console", self.folder / f"console-{len(self.consoles)}.log",
                           self.operator, password, **options)
@@ -92,14 +92,14 @@ class FarmCase(unittest.TestCase):
         return console
 
     def logged_in(self, **options):
-        """A console with an operator who has all inboxes."""
+        """A logged-in console whose operator has all inboxes."""
         self.make_inboxes()
         console = self.console(**options)
         self.assert_ok(console.run("login"))
         return console
 
     def put(self, console, content, project="To Console", kind="maps"):
-        """The office sends {name: bytes}; returns when the console lists them all."""
+        """The office uploads {name: bytes}. Returns when the console lists all of them."""
         mark = console.mark()
         for name, data in content.items():
             path = self.folder / "put"
@@ -107,7 +107,7 @@ class FarmCase(unittest.TestCase):
             self.office.put(path, f"{self.operator}/{project}", name=name)
         console.wait_for_list(kind, set(content).issubset, mark)
 
-    def held(self, project):
+    def files_at_service(self, project):
         """The names of the operator's files on the service."""
         return sorted(self.office.files(self.operator, project))
 
@@ -115,6 +115,6 @@ class FarmCase(unittest.TestCase):
         self.assertTrue(result.ok, result.reason)
 
     def assert_two_lines(self, text):
-        """What happened, and what to do about it."""
+        """The first line says what happened, the second line what to do."""
         first, _, second = text.partition("\n")
         self.assertTrue(first.strip() and second.strip(), f"not two lines: {text!r}")

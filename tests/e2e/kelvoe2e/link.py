@@ -1,4 +1,4 @@
-"""A link between console and service that is held, cut or gone when the test says so."""
+"""A link between console and service that a test can hold and cut."""
 
 import asyncio
 import sys
@@ -13,21 +13,21 @@ from kelvolink.proxy import Proxy  # noqa: E402
 from kelvolink.scenario import Rule, Scenario  # noqa: E402
 from kelvolink.values import Span  # noqa: E402
 
-GUARD_SECONDS = 60  # only ends what hangs
+GUARD_SECONDS = 60  # ends a test that hangs
 
 
 class Link:
-    """Forwards connections to a service; the proxy lives on a thread of its own.
+    """Forwards connections to a service. The proxy runs on its own thread.
 
-    `hold(side, n)`: from now on, what comes from the given side stops after n more bytes of a connection, until
-    `release`. `cut(side, n)`: once, a connection that has carried n bytes from the given side from now on is reset.
-    Holding counts bytes a connection, so the quiet event stream is never held by a few hundred bytes.
+    `hold(side, n)`: each connection stops after n more bytes in this direction, until `release`.
+    `cut(side, n)`: resets one connection after n more bytes in this direction.
+    The bytes count for each connection, so a few hundred bytes never hold the quiet event stream.
     """
 
     def __init__(self, target):
-        self._done = []  # what the proxy wrote; guarded by the next
-        self._lock = threading.Condition()
-        self._rules = {}  # (what it does, side): the rule in force
+        self._done = []  # the actions that the proxy logged
+        self._lock = threading.Condition()  # guards _done
+        self._rules = {}  # (action, side): the current rule
         self._count = 0
         self._loop = asyncio.new_event_loop()
         self._thread = threading.Thread(target=self._loop.run_forever, daemon=True)
@@ -38,10 +38,10 @@ class Link:
         self._call(self._set_rule, "stall", side, after)
 
     def wait_until_held(self):
-        """Until a connection has come to its limit."""
+        """Waits until a connection is held."""
         with self._lock:
             if not self._lock.wait_for(lambda: "stall" in self._done, GUARD_SECONDS):
-                raise AssertionError("nothing came as far as the hold")
+                raise AssertionError("no connection has carried enough bytes to be held")
 
     def release(self):
         self._call(self._release)
@@ -63,7 +63,7 @@ class Link:
             raise self._proxy.failure.result()
 
     def write(self, did, **_):
-        """As the proxy's journal, on its thread."""
+        """The proxy's journal. Called on the proxy's thread."""
         with self._lock:
             self._done.append(did)
             self._lock.notify_all()

@@ -1,4 +1,4 @@
-"""What a log of NMEA sentences says, read by other means than the console's."""
+"""Reads a log of NMEA sentences without the console's code."""
 
 import re
 from decimal import Decimal
@@ -22,22 +22,22 @@ def seconds(hhmmss):
 
 
 def read(path, silence=SILENCE_SECONDS):
-    """The changes ("gained", "lost"), the log's end included, and the (latitude, longitude, hhmmss) in between.
+    """Returns (changes, positions): "gained" or "lost", also at the log's end, and each (latitude, longitude, hhmmss).
 
-    There is a fix while the last RMC says A and the last GGA a quality; a hole of `silence` seconds loses it."""
+    A fix needs A in the last RMC and a quality in the last GGA. A gap of `silence` seconds loses the fix."""
     changes, positions = [], []
-    voices = {}
-    last = None  # when the last fix was; None without one
+    is_valid = {}
+    last = None  # the time of the last fix; None without a fix
     for line in path.read_text("ascii").splitlines():
         match = SENTENCE.match(line)
         if not match:
             continue
         kind, time, fields = match[1], match[2], match[3].split(",")
-        voices[kind] = fields[4] != "0" if kind == "GGA" else fields[0] == "A"
+        is_valid[kind] = fields[4] != "0" if kind == "GGA" else fields[0] == "A"
         if last is not None and silence and seconds(time) - last >= silence:
             changes.append("lost")
             last = None
-        if not all(voices.values()):
+        if not all(is_valid.values()):
             if last is not None:
                 changes.append("lost")
             last = None
@@ -51,7 +51,7 @@ def read(path, silence=SILENCE_SECONDS):
 
 
 def write_log(path, is_lost=True):
-    """A drive that begins without a fix and ends with RTK. In between it loses the fix and falls silent."""
+    """Writes a drive that begins without a fix and ends with RTK. It loses the fix once and is silent once."""
     lines = ["# A drive\r\n"]
     for second in (*range(10, 20), *range(28 if is_lost else 20, 50)):
         time, place = f"0930{second}.50", f"50{second}.1234567,N,008{second}.7654321,W"

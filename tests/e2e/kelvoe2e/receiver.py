@@ -1,4 +1,4 @@
-"""A GPS receiver at a serial line of its own."""
+"""A GPS receiver on a pseudo-terminal."""
 
 import os
 import pty
@@ -10,14 +10,14 @@ PERIOD_SECONDS = 0.2  # between epochs
 
 
 class Receiver:
-    """Tells its place, or that it has none, until it is closed."""
+    """Writes its position, or that it has no fix, until it is closed."""
 
     def __init__(self):
         self._master, slave = pty.openpty()
         self.device = os.ttyname(slave)
-        self._slave = slave  # kept open, so that nothing is lost while the console is not there yet
-        os.set_blocking(self._master, False)  # a receiver does not wait for who listens
-        self._news = threading.Condition()  # guards _latitude and what follows
+        self._slave = slave  # kept open, so that no byte is lost before the console opens it
+        os.set_blocking(self._master, False)  # a receiver does not wait for its reader
+        self._changed = threading.Condition()  # guards _latitude and what follows
         self._latitude = None
         self._has_moved = False
         self._has_ended = False
@@ -25,17 +25,17 @@ class Receiver:
         self._thread.start()
 
     def move(self, latitude):
-        """To whole degrees north, or where there is no fix: None. Told at once, then every PERIOD_SECONDS."""
-        with self._news:
+        """Sets the latitude in whole degrees, or None for no fix. Writes it at once and every PERIOD_SECONDS."""
+        with self._changed:
             self._latitude = latitude
             self._has_moved = True
-            self._news.notify_all()
+            self._changed.notify_all()
 
     def _run(self):
         second = 0
         while True:
-            with self._news:
-                self._news.wait_for(lambda: self._has_moved or self._has_ended, PERIOD_SECONDS)
+            with self._changed:
+                self._changed.wait_for(lambda: self._has_moved or self._has_ended, PERIOD_SECONDS)
                 if self._has_ended:
                     return
                 self._has_moved = False
@@ -49,9 +49,9 @@ class Receiver:
             second += 1
 
     def close(self):
-        with self._news:
+        with self._changed:
             self._has_ended = True
-            self._news.notify_all()
+            self._changed.notify_all()
         self._thread.join()
         os.close(self._slave)
         os.close(self._master)

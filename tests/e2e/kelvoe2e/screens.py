@@ -1,4 +1,4 @@
-"""A test at the console's real window, with what an operator does and reads there."""
+"""The base class of tests with the console's real window: what an operator presses and reads."""
 
 import dataclasses
 import json
@@ -13,9 +13,9 @@ from kelvoe2e.needs import needs
 from kelvotour import archives
 from kelvotour.window import Window, WindowError
 
-WORKABLE = dataclasses.replace(BINARIES, driver=Path(os.environ["KELVO_DRIVER"]))
+BINARIES_WITH_DRIVER = dataclasses.replace(BINARIES, driver=Path(os.environ["KELVO_DRIVER"]))
 NOISE_BYTES = 200_000
-MIDDLE_BYTES = 50_000  # of NOISE_BYTES on the link
+MIDDLE_BYTES = 50_000  # a part of NOISE_BYTES, to hold a transfer in its middle
 
 
 def noise(seed):
@@ -34,7 +34,7 @@ class ScreensCase(FarmCase):
             if window.process.poll() is None:
                 window.close()
         super().end_consoles()
-        # None may have warned of anything.
+        # No window may have printed a warning.
         self.assertEqual([window.warnings() for window in self.windows], [[]] * len(self.windows))
 
     def link(self):
@@ -43,8 +43,8 @@ class ScreensCase(FarmCase):
         return link
 
     def open_window(self, link=None):
-        """A console with its window, with nobody logged in."""
-        window = Window(WORKABLE, link.address if link else self.service.address, self.service.ca, self.data,
+        """Opens a console's window at the login panel."""
+        window = Window(BINARIES_WITH_DRIVER, link.address if link else self.service.address, self.service.ca, self.data,
                         self.folder / f"window-{len(self.windows)}.log")
         self.windows.append(window)
         window.until(lambda screen: screen.can_press("Login"), "the login panel")
@@ -54,8 +54,8 @@ class ScreensCase(FarmCase):
         window.do("type", row="USERNAME", text=self.operator)
         window.do("type", row="PASSWORD", text=PASSWORD)
 
-    def at_the_files(self, link=None):
-        """A window with the file controller before an operator who is logged in."""
+    def open_file_controller(self, link=None):
+        """Opens a window, logs in and shows the file controller."""
         self.make_inboxes()
         window = self.open_window(link)
         self.give_credentials(window)
@@ -65,21 +65,21 @@ class ScreensCase(FarmCase):
         return window
 
     def send(self, content, project="To Console"):
-        """The office puts {name: bytes} into an inbox of the operator's."""
+        """The office uploads {name: bytes} to an inbox of the operator."""
         for name, data in content.items():
             path = self.folder / "put"
             path.write_bytes(data)
             self.office.put(path, f"{self.operator}/{project}", name=name)
 
     def send_archives(self, *names):
-        """{name: what unpacking it must yield}, {path: bytes}, each too large for one piece of the link."""
+        """The office uploads archives. Returns {name: {path: bytes}}, the files that each archive must unpack."""
         content = {name: {f"{name}.bin": noise(name)} for name in names}
         self.send({name: archives.write_zip(self.folder / "zip", files).read_bytes()
                    for name, files in content.items()})
         return content
 
-    def wait_to_upload(self, *names):
-        """{name: bytes} of job reports in the folder that is uploaded from."""
+    def add_reports(self, *names):
+        """Writes job reports into the folder for uploads. Returns {name: bytes}."""
         folder = self.data / "to-service/job-reports"
         folder.mkdir(parents=True, exist_ok=True)
         content = {name: noise(name) for name in names}
@@ -87,7 +87,7 @@ class ScreensCase(FarmCase):
             (folder / name).write_bytes(data)
         return content
 
-    def waiting(self):
+    def reports_left(self):
         return archives.content_of(self.data / "to-service/job-reports")
 
     def unpacked(self):
@@ -98,7 +98,7 @@ class ScreensCase(FarmCase):
         self.until_listed(window, names)
 
     def select(self, window, *names):
-        """These and no others, of those that are listed or come."""
+        """Waits until these files are listed, then selects them and no others."""
         self.until_listed(window, names)
         screen = window.look()
         for name in set(screen.selected()) ^ set(names):
@@ -108,28 +108,28 @@ class ScreensCase(FarmCase):
     def until_listed(self, window, names):
         return window.until(lambda screen: set(names) <= set(screen.names()), f"{names} in the list")
 
-    def until_said(self, window, title, words):
-        def is_said(screen):
+    def until_text(self, window, title, words):
+        def is_shown(screen):
             dialog = screen.dialog(title)
             return dialog is not None and dialog["text"] == words
-        return window.until(is_said, f"{words} in {title}")
+        return window.until(is_shown, f"{words} in {title}")
 
     def finish(self, window, title, words):
-        """The operation's end: it is told, and its dialog goes when it is closed."""
-        screen = self.until_said(window, title, words)
+        """Waits until the dialog shows the end of the operation, then closes it."""
+        screen = self.until_text(window, title, words)
         self.assertTrue(screen.can_press("Close"))
         self.assertFalse(screen.can_press("Cancel"))
         window.press("Close")
         window.until(lambda screen: not screen.popups, "the dialog's end")
 
     def assert_refused(self, window, words, verb, **arguments):
-        """The screen does not let the operator do this now."""
+        """Checks that the screen refuses this action with these words."""
         with self.assertRaises(WindowError) as refusal:
             window.do(verb, **arguments)
         self.assertIn(words, str(refusal.exception))
 
-    def twice(self, window, verb, **arguments):
-        """Both touches before anything can come of the first; what the second one was told, None if it was taken."""
+    def do_twice(self, window, verb, **arguments):
+        """Sends the same touch twice at once. Returns the refusal of the second touch, or None if it was accepted."""
         command = json.dumps({"do": verb, **arguments}) + "\n"
         window.process.stdin.write(command * 2)
         window.process.stdin.flush()
@@ -138,7 +138,7 @@ class ScreensCase(FarmCase):
         return second.get("why")
 
     def content_at_the_service(self, project):
-        """{name: bytes} of the operator's inbox; a name that is there twice fails the test."""
+        """Returns {name: bytes} of the operator's inbox. Fails if two files have the same name."""
         entries = self.office.inboxes(self.operator)[project]["entries"]
         content = {}
         for entry in entries:

@@ -1,4 +1,4 @@
-"""A test of a console with a receiver, and the office's ear on the service."""
+"""The base class of tests with a receiver, in which the office reads the service's events."""
 
 import json
 import urllib.request
@@ -12,7 +12,7 @@ GUARD_SECONDS = 300
 class SharingCase(FarmCase):
     def setUp(self):
         self.receiver = Receiver()
-        self.addCleanup(self.receiver.close)  # after the consoles, which would tell of it
+        self.addCleanup(self.receiver.close)  # closed after the consoles, which would report the loss
         super().setUp()
         self.office_token = self.call("POST", "/sessions", {"user": OFFICE, "password": PASSWORD})["token"]
         request = urllib.request.Request(f"https://{self.service.address}/kelvo-api/v1/events",
@@ -28,7 +28,7 @@ class SharingCase(FarmCase):
         console.wait_for(lambda line: line.position and line.position.get("change") == change, mark, change)
 
     def wait_for_move(self, latitude):
-        """Until the office hears that the operator of this test is there."""
+        """Waits until the office gets an event with this position of the test's operator."""
         name = None
         for raw in self.events:
             field, _, value = raw.decode().rstrip("\r\n").partition(": ")

@@ -1,5 +1,4 @@
-// Counts what the process holds: threads, descriptors, memory.
-#include "tests/e2e/TBelongings.h"
+#include "tests/e2e/TProcessUsage.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -10,7 +9,7 @@
 #include <malloc.h>
 #include <unistd.h>
 
-// A sanitizer's allocator takes the place of the C library's, which then counts nothing.
+// A sanitizer's allocator replaces the C library's allocator, whose count is 0 then.
 extern "C" __attribute__((weak)) std::size_t __sanitizer_get_current_allocated_bytes();
 
 namespace {
@@ -38,7 +37,7 @@ qint64 ResidentBytes()
 
 } // namespace
 
-TBelongings TBelongings::Now()
+TProcessUsage TProcessUsage::Now()
 {
     return {Count(QStringLiteral("/proc/self/task")), Count(QStringLiteral("/proc/self/fd")),
             HeapBytes(), ResidentBytes()};
@@ -58,13 +57,13 @@ double TRoundRecord::HeapBytesARound() const
 
 QString TRoundRecord::ToText() const
 {
-    const auto one = [](const char* when, const TBelongings& belongings) {
+    const auto one = [](const char* when, const TProcessUsage& usage) {
         return QStringLiteral("%1: heap %2 bytes, resident %3 KiB, %4 threads, %5 descriptors; ")
             .arg(QLatin1String(when))
-            .arg(belongings.heapBytes)
-            .arg(belongings.residentBytes / 1024)
-            .arg(belongings.threads)
-            .arg(belongings.files);
+            .arg(usage.heapBytes)
+            .arg(usage.residentBytes / 1024)
+            .arg(usage.threads)
+            .arg(usage.files);
     };
     return QStringLiteral("%1 rounds; ").arg(m_rounds.size()) + one("first", m_rounds.first()) +
            one("settled", Settled()) + one("last", m_rounds.last()) +
