@@ -1,1 +1,1 @@
-"""Processes that are killed at any moment, and what must hold afterwards."""
+"""A harness that kills console and service at random moments and checks all files afterwards."""

@@ -1,4 +1,4 @@
-"""What must hold after a kill and a new start. Each check gives its findings as texts; none if all is well."""
+"""The checks after a kill and a new start. Each check returns its findings as texts, or an empty list."""
 
 import hashlib
 import itertools
@@ -11,12 +11,12 @@ from kelvotour.farm import OPERATOR
 
 from . import plan as plans
 
-# What lies in the console's folder besides the exchange folders.
+# The files in the console's folder beside the exchange folders.
 OWN_FILES = {"console.json", "logs/user.log"}
 
 
-class Known:
-    """What the console has said for sure: what it called done is done and stays so."""
+class Acknowledged:
+    """The names in successful commands (sent, unpacked, deleted), and in all download and delete commands."""
 
     def __init__(self):
         self.sent, self.unpacked, self.deleted = set(), set(), set()
@@ -39,8 +39,8 @@ def inboxes(projects):
             if len([inbox for inbox in found if inbox["name"] == OPERATOR]) > 1]
 
 
-def uploads(plan, known, projects, data):
-    """Each is whole on at least one side, and on the service at most once."""
+def uploads(plan, acknowledged, projects, data):
+    """Each file is whole on the console or on the service, and on the service at most once."""
     findings = []
     for (kind, name), content in plan.uploads.items():
         project, folder = plans.UPLOADS[kind]
@@ -55,38 +55,38 @@ def uploads(plan, known, projects, data):
             findings.append(f"the local {name} has changed")
         if not copies and not path.exists():
             findings.append(f"{name} is lost")
-        if (kind, name) in known.sent and (path.exists() or not copies):
-            findings.append(f"{name} was called sent, but {'is not on the service' if not copies else 'is still here'}")
+        if (kind, name) in acknowledged.sent and (path.exists() or not copies):
+            findings.append(f"{name} was acknowledged as sent, but {'is not on the service' if not copies else 'is still here'}")
     return findings
 
 
-def deletions(plan, known, projects, binned):
-    """Each archive is either in its inbox or, if that was asked for, in the bin."""
+def deletions(plan, acknowledged, projects, bin_files):
+    """Each archive is in its inbox, or in the bin if its deletion was commanded."""
     findings = []
-    held = [entry["name"] for entry in entries_of(projects, plans.ARCHIVE_PROJECT)]
-    thrown = [entry["name"] for entry in binned]
+    listed = [entry["name"] for entry in entries_of(projects, plans.ARCHIVE_PROJECT)]
+    in_bin = [entry["name"] for entry in bin_files]
     for name in plan.archives:
-        here, there = held.count(name), thrown.count(name)
+        here, there = listed.count(name), in_bin.count(name)
         if here + there != 1:
             findings.append(f"{name} is {here} times in the inbox and {there} times in the bin")
-        if name in thrown and name not in known.asked_to_delete:
-            findings.append(f"{name} was thrown away by nobody")
-        if name in held and name in known.deleted:
-            findings.append(f"{name} was called deleted and is there")
+        if name in in_bin and name not in acknowledged.asked_to_delete:
+            findings.append(f"{name} is in the bin without a delete command")
+        if name in listed and name in acknowledged.deleted:
+            findings.append(f"{name} was acknowledged as deleted and is in the inbox")
     return findings
 
 
-def unpacked(plan, known, data):
-    """The folder is what it was and, one after the other, some whole archives that were asked for."""
+def unpacked(plan, acknowledged, data):
+    """The folder holds its first files and whole archives, unpacked one after the other. Each archive was commanded."""
     folder = data / plans.UNPACK_FOLDER
     found = image(folder)
-    for count in range(len(known.unpacked), len(known.asked_to_unpack) + 1):
-        for order in itertools.permutations(sorted(known.asked_to_unpack), count):
-            if known.unpacked.issubset(order) and found == expected_image(plan, order):
+    for count in range(len(acknowledged.unpacked), len(acknowledged.asked_to_unpack) + 1):
+        for order in itertools.permutations(sorted(acknowledged.asked_to_unpack), count):
+            if acknowledged.unpacked.issubset(order) and found == expected_image(plan, order):
                 return []
-    whole = expected_image(plan, sorted(known.unpacked))
+    whole = expected_image(plan, sorted(acknowledged.unpacked))
     differing = sorted(path for path in {*found, *whole} if found.get(path, 0) != whole.get(path, 0))
-    return [f"{plans.UNPACK_FOLDER} is no sequence of whole archives; against {sorted(known.unpacked)} differ "
+    return [f"{plans.UNPACK_FOLDER} is not the result of unpacking whole archives; different from {sorted(acknowledged.unpacked)}: "
             f"{differing[:6]}"]
 
 
@@ -98,7 +98,7 @@ def expected_image(plan, order):
 
 
 def image(folder):
-    """{path: digest, folder: None}, hidden ones included."""
+    """{path: digest, folder: None} of a folder, also for hidden files."""
     found = {}
     for top, folders, files in os.walk(folder):
         for name in folders:
@@ -110,7 +110,7 @@ def image(folder):
 
 
 def left_on_console(data, state):
-    """When all is transferred, nothing of the transfers is left."""
+    """After all transfers, the console keeps no file of them."""
     findings = []
     for path in sorted(data.rglob("*")):
         relative = path.relative_to(data)
@@ -122,17 +122,17 @@ def left_on_console(data, state):
 
 
 def delivered(plan, projects, wire):
-    """The service delivers just what was sent."""
+    """The service delivers the bytes that were sent."""
     findings = []
     for (kind, name), content in plan.uploads.items():
         for entry in entries_of(projects, plans.UPLOADS[kind][0]):
             if entry["name"] == name and wire.digest(entry["id"]) != hashlib.sha256(content).hexdigest():
-                findings.append(f"the service delivers another {name}")
+                findings.append(f"the service delivers another content of {name}")
     return findings
 
 
 def service_folder(service):
-    """By the service's own means, and by SQLite's; the service must not run."""
+    """Checks the service's data with `kelvo-service verify`. The service must not run."""
     result = subprocess.run([service.binary, "verify", "--data", service.data], capture_output=True, text=True,
                             stdin=subprocess.DEVNULL, timeout=120, check=False)
     findings = [f"verify: {line}" for line in result.stdout.splitlines() if line.startswith(("damaged:", "leftover:"))]
@@ -143,7 +143,7 @@ def service_folder(service):
 
 
 def database(path):
-    """SQLite's own opinion of a database that nobody has open."""
+    """Checks a database with SQLite. No process may have it open."""
     with sqlite3.connect(f"file:{path}?mode=ro", uri=True) as connection:
         rows = [row[0] for row in connection.execute("PRAGMA integrity_check")]
         rows += [f"row {row} breaks a reference" for row in connection.execute("PRAGMA foreign_key_check")]

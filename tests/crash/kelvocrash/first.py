@@ -1,4 +1,4 @@
-"""A round on the service's first start: it is killed while it makes its keys, its database and its administrator."""
+"""A round on the service's first start: kills the service while it creates keys, database and administrator."""
 
 import random
 
@@ -13,7 +13,7 @@ MOST_KILLS, MOST_STEPS = 3, 60
 
 
 class FirstStart:
-    """Looks like a Round."""
+    """Has the interface of Round."""
 
     def __init__(self, seed, world):
         self.world = world

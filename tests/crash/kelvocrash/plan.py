@@ -1,6 +1,6 @@
-"""What a round does, all of it from its seed: the same seed gives the same files, commands and kills.
+"""The plan of a round. The same seed gives the same files, commands and kills.
 
-Not the same moments: which step of which process comes first is up to the machine.
+The moments of the kills may differ, because the order of the processes' steps depends on the machine.
 """
 
 import math
@@ -15,13 +15,13 @@ MOST_STEPS = 120
 MANY_FILES = 300
 MOST_FILE_BYTES = 1_500_000
 VICTIMS = ("console", "console", "service", "service", "both")
-# Mostly at once: then it dies within what was seen.
+# Half of the kills have no delay, so that the process dies within the observed system call.
 DELAYS_S = (0, 0, 0, 0.0005, 0.003, 0.02)
-# kind of data: project on the service, folder that files are sent from
+# kind of data: (project on the service, folder with the files to upload)
 UPLOADS = {"curves": ("Curves", "to-service/curves"), "reports": ("From Console", "to-service/job-reports")}
 ARCHIVE_KIND, ARCHIVE_PROJECT, UNPACK_FOLDER = "maps", "To Console", "from-service/prescriptions"
-# Where a system call more or less matters, by command: (what is seen, the most times that it is seen before the kill).
-# Half of the kills are aimed at one of these, the others come after any number of steps.
+# The critical steps of each command: (pattern of the step, the most matching steps before the kill).
+# Half of the kills count such steps, the others count all steps.
 COMMITTED = (r"service/kelvo\.sqlite-journal removed", 4)
 LANDMARKS = {
     "start": ((r"\.console-unpacking/.* (moved|removed)", 8), (r"service/(kelvo|endpoints)", 8)),
@@ -35,14 +35,14 @@ LANDMARKS = {
                  (r"console/incoming/.*\.zip removed", 3)),
     "delete": (COMMITTED,),
 }
-# The archives and what is in the folder before share these, so that files are replaced and folders merged.
+# The archives and the folder's first files share these names, so that files are replaced and folders merged.
 SHARED_NAMES = ("TASKDATA.XML", "grids/a.bin", "grids/b.bin", "grids/deep/c.bin")
 
 
 @dataclass(frozen=True)
 class Kill:
-    """`steps` observable steps that are like `landmark` after the command `command` (the generation's start: -1) began,
-    and `delay_s` later."""
+    """The kill happens `steps` matching steps and `delay_s` after the start of the command with the number `command`.
+    -1 is the start of the processes. A step matches if `landmark`, a regular expression, finds it."""
     victim: str
     command: int
     steps: int
@@ -72,27 +72,27 @@ class Plan:
     seed: int
     has_inboxes: bool = True
     has_state_folder: bool = True
-    before: dict = field(default_factory=dict)  # {path: bytes} in the folder that is unpacked into
+    before: dict = field(default_factory=dict)  # {path: bytes} in the folder for unpacked files, before the round
     archives: dict = field(default_factory=dict)  # {name: {path: bytes}}
-    doomed: tuple = ()  # the archives that are deleted on the service
+    to_delete: tuple = ()  # the archives to delete on the service
     uploads: dict = field(default_factory=dict)  # {(kind, name): bytes}
     generations: tuple = ()
 
     @property
-    def wanted(self):
-        """The archives that are fetched in the end."""
-        return set(self.archives) - set(self.doomed)
+    def to_download(self):
+        """The archives to download in the end."""
+        return set(self.archives) - set(self.to_delete)
 
 
 def make(seed, is_reference=False):
-    """With `is_reference` nobody is killed."""
+    """Makes the plan of a seed. A reference round has no kill."""
     chance = random.Random(seed)
     plan = Plan(seed, chance.random() < 0.85, chance.random() < 0.5)
     plan.before = {name: _content(chance, "before", name) for name in chance.sample(SHARED_NAMES, chance.randint(0, 3))}
     plan.before["own/notes.txt"] = b"the operator's\n"
     if plan.has_inboxes:
         plan.archives = {f"field-{number}.zip": _archive(chance, number) for number in range(chance.randint(1, 4))}
-        plan.doomed = tuple(name for name in plan.archives if chance.random() < 0.4)
+        plan.to_delete = tuple(name for name in plan.archives if chance.random() < 0.4)
     for number in range(chance.randint(1, 4)):
         kind = chance.choice(tuple(UPLOADS))
         plan.uploads[(kind, f"line {number}.crv")] = chance.randbytes(_size(chance))
@@ -104,7 +104,7 @@ def make(seed, is_reference=False):
 
 
 def image_of(files):
-    """{path: digest, folder: None} as a folder with these files has it."""
+    """{path: digest, folder: None} of a folder with these files."""
     image = dict(digests(files))
     for name in files:
         while "/" in name:
@@ -114,7 +114,7 @@ def image_of(files):
 
 
 def _size(chance):
-    """Any magnitude is as likely as any other."""
+    """A random size. All orders of magnitude are equally likely."""
     return int(math.exp(chance.uniform(0, math.log(MOST_FILE_BYTES)))) - 1
 
 
@@ -126,7 +126,7 @@ def _archive(chance, number):
     files = {name: _content(chance, number, name) for name in chance.sample(SHARED_NAMES, chance.randint(1, 4))}
     for count in range(chance.randint(0, 12)):
         files[f"field-{number}/part-{count}.bin"] = _content(chance, number, count)
-    # Each of these is a move of its own, because their folder is there already.
+    # The console moves each of these files one by one, because their folder exists already.
     for count in range(MANY_FILES if chance.random() < 0.3 else 0):
         files[f"own/part-{count}.bin"] = _content(chance, number, count)
     files[f"GRD{number:05}.BIN"] = chance.randbytes(_size(chance))
@@ -143,8 +143,8 @@ def _generation(chance, plan):
         wanted = tuple(name for name in plan.archives if chance.random() < 0.7)
         if wanted:
             commands.append(Command("download", ARCHIVE_KIND, wanted))
-    if plan.doomed:
-        commands.append(Command("delete", ARCHIVE_KIND, plan.doomed))
+    if plan.to_delete:
+        commands.append(Command("delete", ARCHIVE_KIND, plan.to_delete))
     chance.shuffle(commands)
     if chance.random() < 0.2:
         commands.insert(chance.randint(0, len(commands)), Command("logout"))
@@ -162,5 +162,5 @@ def _kill(chance, commands):
 
 
 def _count(chance, most):
-    """From 1 on; any magnitude is as likely as any other."""
+    """A random number from 1. All orders of magnitude are equally likely."""
     return int(math.exp(chance.uniform(0, math.log(most + 1))))

@@ -1,32 +1,33 @@
-"""One round: a plan is played, processes are killed, and everything is looked at."""
+"""One round: plays a plan, kills processes and checks all files."""
 
 from kelvotour.console import ConsoleError
 from kelvotour.service import ServiceError
 from rawzip import archive_of_files
 
 from . import checks, plan as plans
-from .checks import Known
+from .checks import Acknowledged
 from .trigger import Trigger
 
 LAST_ARCHIVE = "last.zip"
-START = -1  # the place of a kill while the processes start
+START = -1  # the command number of a kill while the processes start
 
 
 class Finding(Exception):
-    """Something does not hold."""
+    """A check has failed."""
 
 
 class Round:
-    """`kills`: (victim, what was under way, what was seen last) each. `failures`: (command, what the console said)."""
+    """`kills`: a list of (victim, running command, last observed step). `failures`: a list of (command, reason)."""
 
     def __init__(self, plan, world):
         self.plan, self.world = plan, world
         self.kills, self.failures = [], []
-        self._known = Known()
-        self._held = set()  # the archives in the inbox when the generation began
-        self._doing = "nothing"
-        # A command that fails has an excuse: the service died, and none that began after it came back has succeeded.
-        self._deaths, self._outlived, self._is_service_back = 0, 0, True
+        self._acknowledged = Acknowledged()
+        self._listed = set()  # the archives in the inbox at the start of the generation
+        self._running = "nothing"
+        # A command may fail if the service was killed and no later command has succeeded since its restart.
+        # `_excused_kills` counts the kills that no longer excuse a failure.
+        self._service_kills, self._excused_kills, self._is_service_back = 0, 0, True
 
     def play(self):
         self._set_up()
@@ -62,15 +63,15 @@ class Round:
                 self._run(command, trigger)
         except ConsoleError as error:
             if trigger is None or not trigger.was_reached or kill.victim == "service":
-                raise Finding(f"the console ended by itself: {error}") from None
+                raise Finding(f"the console ended without a kill: {error}") from None
         finally:
             if trigger is not None:
                 if not trigger.was_reached:
-                    self._doing = "nothing"
+                    self._running = "nothing"
                 trigger.finish()
                 self.world.trigger = None
         if self.world.is_console_running:
-            self._doing = "nothing"
+            self._running = "nothing"
         else:
             self.world.reap_console()
 
@@ -79,12 +80,12 @@ class Round:
         return self.world.trigger
 
     def _kill(self, victim):
-        """On the trigger's thread. A service that dies under a console that lives comes back."""
-        world, kill = self.world, (victim, self._doing, self.world.trigger.last)
+        """Called on the trigger's thread. If only the service is killed, starts it again."""
+        world, kill = self.world, (victim, self._running, self.world.trigger.last)
         has_killed = victim != "service" and world.kill_console()
         if victim != "console":
             self._is_service_back = False
-            self._deaths += 1  # behind the line above: a command that begins between them outlives nothing
+            self._service_kills += 1  # after the line above, so that a command that begins between both lines excuses no kill
             has_killed = world.kill_service() or has_killed
         if has_killed:
             self.kills.append(kill)
@@ -95,7 +96,7 @@ class Round:
 
     def _start_and_kill(self, kill):
         world = self.world
-        self._doing = "start"
+        self._running = "start"
         if world.service.is_running and kill.victim != "console":
             world.service.stop()
         if world.is_console_running and kill.victim != "service":
@@ -119,11 +120,11 @@ class Round:
             world.reap_service()
 
     def _kill_at_start(self, victim):
-        kill = (victim, self._doing, self.world.trigger.last)
+        kill = (victim, self._running, self.world.trigger.last)
         has_killed = False
         if victim != "console":
             self._is_service_back = False
-            self._deaths += 1
+            self._service_kills += 1
             has_killed = self.world.kill_service(waits=victim == "service")
         if victim != "service":
             has_killed = self.world.kill_console(waits=victim == "console") or has_killed
@@ -132,7 +133,7 @@ class Round:
 
     def _start(self):
         world = self.world
-        self._doing = "start"
+        self._running = "start"
         try:
             if not world.service.is_running:
                 world.reap_service()
@@ -140,7 +141,7 @@ class Round:
             self._is_service_back = True
             if not world.is_console_running:
                 world.reap_console()
-                self._outlived = self._deaths
+                self._excused_kills = self._service_kills
                 world.start_console()
         except (ConsoleError, ServiceError) as error:
             raise Finding(f"after a kill: {error}") from None
@@ -148,65 +149,64 @@ class Round:
     # The commands.
 
     def _run(self, command, trigger):
-        """For those of the names for which there is something left to do. Without a session there is nothing that an
-        operator could do, so a login that met a killed service is repeated once that is back."""
+        """Runs a command for the names that are not done yet. All commands need a session, so a login that failed because
+        of a killed service is repeated after the service's restart."""
         names = self._names(command)
         if command.names and not names:
             return
         if command.verb != "logout" and not self._is_logged_in():
-            self._give("login")
+            self._command("login")
             if not self._is_logged_in() and trigger is not None:
                 trigger.wait_if_reached()
-                self._give("login")
+                self._command("login")
         if command.verb != "login" and (command.verb == "logout" or self._is_logged_in()):
-            self._give(command.verb, command.kind, names)
+            self._command(command.verb, command.kind, names)
 
-    def _give(self, verb, kind="", names=()):
-        known, self._doing = self._known, verb
-        deaths = self._deaths
-        outlived = deaths if self._is_service_back else 0
+    def _command(self, verb, kind="", names=()):
+        acknowledged, self._running = self._acknowledged, verb
+        kills_before = self._service_kills if self._is_service_back else 0
         if verb == "delete":
-            known.asked_to_delete.update(names)
+            acknowledged.asked_to_delete.update(names)
         elif verb == "download":
-            known.asked_to_unpack.update(names)
+            acknowledged.asked_to_unpack.update(names)
         result = self.world.console.run(plans.Command(verb, kind, names).text)
         if not result.ok:
-            require([] if self._deaths > self._outlived else [f"{verb} failed for no reason: {result.reason}"])
+            require([] if self._service_kills > self._excused_kills else [f"{verb} failed without a kill of the service: {result.reason}"])
             self.failures.append((verb, result.reason))
             return
-        self._outlived = max(self._outlived, outlived)
+        self._excused_kills = max(self._excused_kills, kills_before)
         if verb == "upload":
-            known.sent.update((kind, name) for name in names)
+            acknowledged.sent.update((kind, name) for name in names)
         elif verb == "delete":
-            known.deleted.update(names)
+            acknowledged.deleted.update(names)
         elif verb == "download":
-            known.unpacked.update(names)
+            acknowledged.unpacked.update(names)
 
     def _names(self, command):
         if command.verb == "upload":
             folder = self.world.data / plans.UPLOADS[command.kind][1]
             return tuple(name for name in command.names if (folder / name).exists())
-        return tuple(name for name in command.names if name in self._held - self._known.deleted)
+        return tuple(name for name in command.names if name in self._listed - self._acknowledged.deleted)
 
     def _is_logged_in(self):
         return self.world.console.run("status").value("status")["loggedIn"]
 
-    # What must hold.
+    # The checks.
 
     def _check(self):
-        world, plan, known = self.world, self.plan, self._known
+        world, plan, acknowledged = self.world, self.plan, self._acknowledged
         projects = world.office.projects()
-        self._held = {entry["name"] for entry in checks.entries_of(projects, plans.ARCHIVE_PROJECT)}
-        require(checks.inboxes(projects) + checks.uploads(plan, known, projects, world.data)
-                + checks.deletions(plan, known, projects, world.office.bin())
-                + checks.unpacked(plan, known, world.data))
+        self._listed = {entry["name"] for entry in checks.entries_of(projects, plans.ARCHIVE_PROJECT)}
+        require(checks.inboxes(projects) + checks.uploads(plan, acknowledged, projects, world.data)
+                + checks.deletions(plan, acknowledged, projects, world.office.bin())
+                + checks.unpacked(plan, acknowledged, world.data))
 
     def _finish(self):
-        """What is not done yet is done, without a kill. Then all is in its place and nothing is left over."""
+        """Runs the remaining commands without a kill. Then all files must be in their places, and no others."""
         self._start()
         self._check()
-        if self.world.age_parts(self.plan.wanted & self._held):
-            self.world.close_console()  # only a console's first download looks for such
+        if self.world.age_parts(self.plan.to_download & self._listed):
+            self.world.close_console()  # a console removes old parts only at its first download
             self._start()
         if self._is_logged_in():
             self._must("logout")
@@ -221,8 +221,8 @@ class Round:
         projects = world.office.projects()
         require(checks.delivered(plan, projects, world.office) + checks.left_on_console(world.data, world.state))
         self._must("logout")
-        said = world.close_console()
-        require([f"a console warned: {said.strip()}"] if said.strip() else [])
+        warnings = world.close_console().strip()
+        require([f"a console printed: {warnings}"] if warnings else [])
         world.stop_service()
         require(checks.service_folder(world.service) + checks.database(world.service.data / "kelvo.sqlite"))
 
@@ -231,31 +231,31 @@ class Round:
         return all(checks.inbox_of(projects, project) for project in projects)
 
     def _receive_one_more(self):
-        """Archives that were fetched and not unpacked are with the next download, so there is to be one."""
+        """Adds an archive, because the console unpacks earlier archives only with the next download."""
         plan, console = self.plan, self.world.console
         mark = console.mark()
         plan.archives[LAST_ARCHIVE] = {"last.txt": b"last\n"}
         inbox = checks.inbox_of(self.world.office.projects(), plans.ARCHIVE_PROJECT)
         self.world.office.put(LAST_ARCHIVE, archive_of_files(plan.archives[LAST_ARCHIVE]), inbox["id"])
-        self._held.add(LAST_ARCHIVE)
+        self._listed.add(LAST_ARCHIVE)
         console.wait_for_list(plans.ARCHIVE_KIND, lambda names: LAST_ARCHIVE in names, mark)
 
     def _do_the_rest(self):
         plan, data = self.plan, self.world.data
-        for verb, wanted in (("delete", set(plan.doomed)), ("download", plan.wanted)):
-            names = tuple(sorted(wanted & self._held))
+        for verb, to_download in (("delete", set(plan.to_delete)), ("download", plan.to_download)):
+            names = tuple(sorted(to_download & self._listed))
             if names:
                 self._must(verb, plans.ARCHIVE_KIND, names)
         for kind, (_, folder) in plans.UPLOADS.items():
             names = tuple(name for of, name in plan.uploads if of == kind and (data / folder / name).exists())
             if names:
                 self._must("upload", kind, names)
-            # Of the others the service was found to have them.
-            self._known.sent.update((of, name) for of, name in plan.uploads if of == kind)
+            # _check has found the other files on the service.
+            self._acknowledged.sent.update((of, name) for of, name in plan.uploads if of == kind)
 
     def _must(self, verb, kind="", names=()):
-        self._outlived = self._deaths
-        self._give(verb, kind, names)
+        self._excused_kills = self._service_kills
+        self._command(verb, kind, names)
 
 
 def require(findings):

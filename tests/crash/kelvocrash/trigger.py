@@ -1,4 +1,4 @@
-"""The moment at which something is killed."""
+"""The moment of a kill."""
 
 import re
 import threading
@@ -6,15 +6,15 @@ import time
 
 
 class Trigger:
-    """Counts the observable steps of all processes that are like `landmark`; at a given one, and a delay later, it
-    acts, on its own thread.
+    """Counts the observed steps that match `landmark`, a regular expression. After `steps` of them and a delay, calls
+    `act` once on its own thread. finish() calls `act` if the moment has not come.
 
-    Thread: step() on any. What it was armed for happens once, at the latest at finish().
+    Thread: step() on any thread.
     """
 
     def __init__(self, steps, delay_s, act, landmark=""):
         self.seen = 0
-        self.last = "nothing"  # what was seen last before the act
+        self.last = "nothing"  # the last matching step before the act
         self.was_reached = False
         self.failure = None
         self._steps, self._delay_s, self._act = steps, delay_s, act
@@ -38,7 +38,7 @@ class Trigger:
         self._go.set()
 
     def wait_if_reached(self):
-        """Until the act is done, if its moment has come."""
+        """Waits for the end of the act if its moment has come."""
         if self.was_reached:
             self._thread.join()
 
@@ -55,5 +55,5 @@ class Trigger:
             time.sleep(self._delay_s)
         try:
             self._act()
-        except Exception as failure:  # finish() tells it to whom it concerns
+        except Exception as failure:  # finish() raises it
             self.failure = failure

@@ -1,4 +1,4 @@
-"""What happens in folders, as it happens: inotify, which the standard library has no name for."""
+"""Observes changes of files with inotify, which the standard library does not offer."""
 
 import ctypes
 import errno
@@ -19,10 +19,10 @@ LIBC = ctypes.CDLL(None, use_errno=True)
 
 
 class Watch:
-    """Calls `see` with a text such as `incoming/a.zip.part created` for everything below some folders.
+    """Calls `see` with a text such as `incoming/a.zip.part created` for each change below a folder.
 
-    Also for what is in folders that are made meanwhile, as soon as these are noticed. If it cannot see everything,
-    close() raises OSError: what nobody sees nobody kills in.
+    A new folder is observed as soon as its creation is noticed. close() raises OSError if changes were missed, because
+    no kill can happen at a missed change.
     """
 
     def __init__(self, top, see):
@@ -82,7 +82,7 @@ class Watch:
 
     def _take(self, number, mask, name):
         if mask & OVERFLOW:
-            raise OSError(errno.EOVERFLOW, "inotify: more happened than was kept")
+            raise OSError(errno.EOVERFLOW, "inotify: the event queue overflowed")
         word = next((text for bit, text in WORDS.items() if mask & bit), None)
         folder = self._folders.get(number)
         if word is None or folder is None:

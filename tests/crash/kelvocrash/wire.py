@@ -1,4 +1,4 @@
-"""The office at the service's API."""
+"""A client of the service's API for the office."""
 
 import base64
 import hashlib
@@ -7,15 +7,15 @@ import json
 import ssl
 
 BASE = "/kelvo-api/v1"
-GUARD_SECONDS = 60  # only ends what hangs
+GUARD_SECONDS = 60  # ends a request that hangs
 
 
 class WireError(Exception):
-    """The service said something else than it should."""
+    """The service answered an unexpected status."""
 
 
 class Wire:
-    """One connection a request. `token` is that of the user who asks."""
+    """Opens a new connection for each request. `token` is the user's session."""
 
     def __init__(self, service, token=None):
         self._service, self.token = service, token
@@ -39,7 +39,7 @@ class Wire:
         self._json("POST", "/farms", {"name": name})
 
     def put(self, name, content, inbox_id):
-        """Sends a file in one request; its id."""
+        """Uploads a file in one request. Returns its id."""
         metadata = ",".join(f"{key} {base64.b64encode(text.encode()).decode()}"
                             for key, text in (("name", name), ("targets", str(inbox_id))))
         reply = self._ask("POST", "/uploads", content, {
@@ -48,7 +48,7 @@ class Wire:
         return json.loads(reply)["files"][0]["id"]
 
     def digest(self, file_id):
-        """SHA-256 of what the service delivers."""
+        """The SHA-256 of the content that the service delivers."""
         return hashlib.sha256(self._ask("GET", f"/resources/{file_id}/content")).hexdigest()
 
     def _json(self, method, path, body=None):

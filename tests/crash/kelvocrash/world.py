@@ -1,4 +1,4 @@
-"""The processes of a round, below one folder: `service/`, `console/`, `state/` and logs."""
+"""The processes of a round and their folder with `service/`, `console/`, `state/` and logs."""
 
 import os
 import re
@@ -13,18 +13,18 @@ from kelvotour.service import Service, ServiceError
 from .watch import Watch
 from .wire import Wire
 
-# What a kill leaves goes at the next start, so that anything else that stays is found.
+# With 0 days, the service removes the leftovers of a kill at its next start. Any other leftover is a finding.
 SERVICE_OPTIONS = ("--password-cost", "min", "--keep-unknown-days", "0")
-# These only end what hangs; a loaded machine may take long.
+# Guards against a hang. They are long because of loaded machines.
 COMMAND_SECONDS = 240
 START_SECONDS = 120
-LOOK_SECONDS = 0.0005
-PART = re.compile(r"(.+?)(\.[0-9a-f]{16})?\.part(\.journal(\.new)?)?$")  # [1]: of which archive
-OLD_SECONDS = 8 * 24 * 3600  # older than the parts of downloads get
+POLL_SECONDS = 0.0005
+PART = re.compile(r"(.+?)(\.[0-9a-f]{16})?\.part(\.journal(\.new)?)?$")  # group 1: the archive's name
+OLD_SECONDS = 8 * 24 * 3600  # the console removes parts after seven days
 
 
 class Templates:
-    """A service's folder with a farm, made once and copied for each round, since a farm takes longer than a round."""
+    """A service's folder with a farm. Each round gets a copy, because making a farm takes longer than a round."""
 
     def __init__(self, binaries, folder):
         self.bare, self.with_inboxes = folder / "bare", folder / "with-inboxes"
@@ -48,7 +48,7 @@ class Templates:
 
 
 class World:
-    """One service and one console at a time. What is seen below the folder goes to the trigger of the moment."""
+    """One service and one console at a time. Changes of files below the folder go to the current trigger."""
 
     def __init__(self, binaries, folder, service_template, office_token, has_state_folder):
         self.binaries, self.folder = binaries, folder
@@ -65,7 +65,7 @@ class World:
         self._prefix = ("env", f"KESDK_STATE_FOLDER={self.state}") if has_state_folder else ()
         self._watch = Watch(folder, self._see)
         self._consoles = 0
-        self._said = []  # what the consoles that ended said on stderr
+        self._stderr = []  # the standard error of the consoles that have ended
 
     def _see(self, what):
         if self.trigger:
@@ -79,7 +79,7 @@ class World:
         self.service.start()
 
     def start_console(self):
-        """Ready for commands: what the console repairs at its start is repaired."""
+        """Starts a console. Returns when it answers a command, so its repairs of the start are done."""
         self._consoles += 1
         self.console = Console(self.binaries, self.service.address, self.service.ca, self.data,
                                self.folder / f"console-{self._consoles}.log", OPERATOR, PASSWORDS[OPERATOR],
@@ -87,14 +87,16 @@ class World:
         self.console.run("status")
 
     def kill_console(self, waits=False):
-        """With `waits` also one that is being started: its files are seen a moment before its process is known.
-        Whether there was one."""
+        """Kills the console. Returns whether a console was running.
+
+        With `waits`, waits for the process of a console that is being started. Its files are observed a moment before
+        its process is known."""
         if waits:
             wait_until(lambda: self.is_console_running)
         return self.is_console_running and killed(self.console.process)
 
     def kill_service(self, waits=False):
-        """The process only; reap_service() does the rest. `waits` and the answer as with the console."""
+        """Kills the service's process, as kill_console does. Call reap_service() afterwards."""
         if waits:
             wait_until(lambda: self.service.is_running)
         return self.service.is_running and killed(self.service.process)
@@ -104,7 +106,7 @@ class World:
         return self.console is not None and self.console.process.poll() is None
 
     def age_parts(self, wanted):
-        """Lets the parts of all but these archives look as old as those that are removed; whether there are any."""
+        """Dates the parts of all other archives so old that the console removes them. Returns whether there are any."""
         parts = [path for path in (self.data / "incoming").glob("*") if is_part_of_others(path, wanted)]
         for path in parts:
             then = path.stat().st_mtime - OLD_SECONDS
@@ -112,20 +114,20 @@ class World:
         return bool(parts)
 
     def reap_console(self):
-        """Puts away a console that was killed or is to end."""
+        """Collects the exit status and standard error of a killed console, or ends a running one."""
         if self.console is not None:
             if not self.console.process.stdout.closed:
                 self.console.kill()
-            self._said.append(self.console.stderr())
+            self._stderr.append(self.console.stderr())
             self.console = None
 
     def close_console(self):
-        """Ends it well; what all consoles of this world said on stderr."""
+        """Ends the console normally. Returns the standard error of all consoles of the round."""
         status = self.console.close()
         self.reap_console()
         if status not in (0, 1):
             raise ConsoleError(f"the console ended with {status}")
-        return "".join(self._said)
+        return "".join(self._stderr)
 
     def reap_service(self):
         if self.service.process and not self.service.process.stdout.closed:
@@ -133,7 +135,7 @@ class World:
 
     def stop_service(self):
         if not self.service.is_running:
-            raise ServiceError("it ended by itself")
+            raise ServiceError("the service ended without a kill")
         self.service.stop()
 
     def close(self):
@@ -144,7 +146,7 @@ class World:
 
 
 def killed(process):
-    """Whether it was the kill that ended it."""
+    """Kills a process. Returns whether the kill ended it."""
     process.kill()
     return process.wait() < 0
 
@@ -155,7 +157,7 @@ def is_part_of_others(path, wanted):
 
 
 def wait_until(is_so):
-    """Or until it is of no use to wait any longer."""
+    """Waits until the condition is true, at most START_SECONDS."""
     end = time.monotonic() + START_SECONDS
     while not is_so() and time.monotonic() < end:
-        time.sleep(LOOK_SECONDS)
+        time.sleep(POLL_SECONDS)

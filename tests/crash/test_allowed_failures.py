@@ -1,4 +1,4 @@
-"""Which failed commands a round forgives: those around a kill of the service, and none behind it."""
+"""A round allows failed commands around a kill of the service, and no later ones."""
 
 import sys
 import unittest
@@ -12,7 +12,7 @@ from kelvocrash.round import Finding, Round  # noqa: E402
 
 
 class FakeWorld:
-    """The processes do what they are told. `on_command`: what happens while the next command runs."""
+    """Fake processes. `on_command` is called while the next command runs."""
 
     def __init__(self):
         self.trigger = SimpleNamespace(last="nothing")
@@ -36,47 +36,47 @@ class FakeWorld:
             self.on_restart()
 
 
-class Excuses(unittest.TestCase):
+class AllowedFailures(unittest.TestCase):
     def setUp(self):
         self.world = FakeWorld()
         self.round = Round(None, self.world)
 
-    def give(self, is_ok, during=None):
+    def run_command(self, is_ok, during=None):
         self.world.is_ok, self.world.on_command = is_ok, during
-        self.round._give("login")
+        self.round._command("login")
 
     def kill(self):
         self.round._kill("service")
 
-    def assert_no_excuse(self):
+    def assert_failure_is_a_finding(self):
         with self.assertRaises(Finding):
-            self.give(False)
+            self.run_command(False)
 
-    def test_nothing_fails_without_a_kill(self):
-        self.assert_no_excuse()
-        self.give(True)
-        self.assert_no_excuse()
+    def test_a_failure_without_a_kill_is_a_finding(self):
+        self.assert_failure_is_a_finding()
+        self.run_command(True)
+        self.assert_failure_is_a_finding()
 
-    def test_what_fails_around_a_kill_is_noted_until_something_succeeds(self):
-        self.give(False, during=self.kill)
-        self.give(False)
+    def test_failures_around_a_kill_are_allowed_until_a_command_succeeds(self):
+        self.run_command(False, during=self.kill)
+        self.run_command(False)
         self.assertEqual(self.round.failures, [("login", "the link is lost")] * 2)
-        self.give(True)
-        self.assert_no_excuse()
+        self.run_command(True)
+        self.assert_failure_is_a_finding()
 
-    def test_a_success_that_began_before_the_service_was_back_ends_nothing(self):
-        self.give(True, during=self.kill)
-        self.give(False)
-        self.world.on_restart = lambda: self.give(True)  # out of a cache, perhaps
+    def test_a_success_that_began_before_the_restart_does_not_end_the_allowance(self):
+        self.run_command(True, during=self.kill)
+        self.run_command(False)
+        self.world.on_restart = lambda: self.run_command(True)  # for instance from a cache
         self.kill()
-        self.give(False)
+        self.run_command(False)
 
-    def test_each_kill_is_an_excuse_of_its_own(self):
+    def test_each_kill_allows_failures_again(self):
         self.kill()
-        self.give(True)
-        self.give(False, during=self.kill)
-        self.give(True)
-        self.assert_no_excuse()
+        self.run_command(True)
+        self.run_command(False, during=self.kill)
+        self.run_command(True)
+        self.assert_failure_is_a_finding()
 
 
 if __name__ == "__main__":
