@@ -1,16 +1,16 @@
-"""Reads what a compiler says about types in the debug information (DWARF 4) of an object file.
+"""Reads types from the debug information (DWARF 4) of an object file.
 
-The text that readelf prints is read, so that a cross build's object needs nothing else.
+Reads the output of readelf, so that an object of a cross build needs no other tool.
 """
 import os
 import re
 import subprocess
 
-READELF = os.environ.get("READELF", "readelf")  # a cross build's own
+READELF = os.environ.get("READELF", "readelf")  # set in a cross build
 
 ENTRY = re.compile(r"^ <(\w+)><(\w+)>: Abbrev Number: \d+ \(DW_TAG_(\w+)\)")
 ATTRIBUTE = re.compile(r"^    <\w+>   DW_AT_(\w+)\s*: ?(.*)$")
-INDIRECT = re.compile(r"^\(.*?offset: \w+\): ")  # what stands before a name that is kept elsewhere
+INDIRECT = re.compile(r"^\(.*?offset: \w+\): ")  # the prefix of a name in the string table
 REFERENCE = re.compile(r"^<0x(\w+)>")
 BLOCK = re.compile(r"\(DW_OP_constu: (\d+)\)")
 FOLDER = re.compile(r"^  (\d+)\t(.*)$")
@@ -18,7 +18,7 @@ FILE = re.compile(r"^  (\d+)\t(\d+)\t\d+\t\d+\t(.*)$")
 SUFFIXES = {"pointer_type": "*", "reference_type": "&", "rvalue_reference_type": "&&",
             "const_type": " const", "volatile_type": " volatile"}
 
-# What is known by their names alone, without what they are templates of.
+# Aliases of templates, described by their names without the arguments.
 ALIAS_TEMPLATES = ("xal_list",)
 
 
@@ -38,7 +38,7 @@ class Entry:
         return INDIRECT.sub("", self.attributes.get(name, ""))
 
     def number(self, name):
-        """None where there is none, or one that is only known when the program runs."""
+        """The attribute as a number. None if it is missing or known only at run time."""
         value = self.attributes.get(name, "")
         block = BLOCK.search(value)
         digits = block[1] if block else value.split("\t")[0].strip()
@@ -65,11 +65,11 @@ class DebugInfo:
         return self._files.get(entry.number("decl_file"), "")
 
     def full_name(self, entry):
-        # Namespaces that only tell versions of the standard library apart are nobody's concern.
+        # Leaves out namespaces for versions of the standard library.
         return "::".join(name for name in self._names(entry) if name not in ("__cxx11", "_V2"))
 
     def linkage_name(self, entry):
-        """The symbol of a static member, which is not written down."""
+        """The symbol of a static member, which the debug information does not have."""
         return f"_ZN{''.join(f'{len(name)}{name}' for name in self._names(entry))}E"
 
     @staticmethod
@@ -86,7 +86,7 @@ class DebugInfo:
         return self._entries[reference[1]] if reference else None
 
     def type_of(self, entry):
-        """The type an entry refers to, "void" where it refers to none."""
+        """The name of an entry's type, or "void" without a type."""
         target = self.entry_of_type(entry)
         if target is None:
             return "void"

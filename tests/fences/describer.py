@@ -1,4 +1,4 @@
-"""Describes the binary interface that headers declare, as a compiler makes it."""
+"""Describes the binary interface of headers, as a compiler lays it out."""
 import glob
 import os
 import re
@@ -7,8 +7,8 @@ import tempfile
 
 from debug_info import ALIAS_TEMPLATES, DebugInfo
 
-# The headers of the interface, from the root of the tree, and whether operations that are not
-# virtual belong to it: the host calls objects of the plug-in's classes through their tables only.
+# The headers of the interface, relative to the tree, and whether non-virtual operations belong to it.
+# The host calls the plug-in's objects only through their virtual tables.
 HEADERS = (
     ("platform/host/include/host/*.h", True),
     ("platform/kesdk/include/kesdk/api/*.h", True),
@@ -20,7 +20,7 @@ HEADERS = (
     ("worker/TKelvoThreadObject.h", False),
     ("worker/TKESDKNotificationMgr.h", False),
 )
-# What Qt's macros declare in a class for the generated code alone.
+# Members that Qt's macros declare only for generated code.
 GENERATED = ("tr", "trUtf8", "qt_static_metacall", "QPrivateSignal", "qt_check_for_QGADGET_macro")
 DESCRIBED = ("class_type", "structure_type", "enumeration_type", "typedef")
 STRUCTOR = re.compile(r"C4(?=E)|D4(?=Ev)")
@@ -38,7 +38,7 @@ def headers_of(tree):
 
 
 def compiled(paths, compiler, flags):
-    """What the compiler says about the types of the headers."""
+    """The debug information of the headers' types."""
     with tempfile.TemporaryDirectory() as folder:
         source = os.path.join(folder, "interface.cpp")
         built = os.path.join(folder, "interface.o")
@@ -50,7 +50,7 @@ def compiled(paths, compiler, flags):
 
 
 class Describer:
-    """Writes down the classes of one object file."""
+    """Describes the classes of one object file."""
 
     def __init__(self, info, exported):
         self._info = info
@@ -108,7 +108,7 @@ class Describer:
 
     def _export(self, entry):
         name = entry.text("linkage_name") or self._info.linkage_name(entry)
-        # Those of constructors and destructors stand for several functions.
+        # A constructor or destructor has one name here, but several symbols.
         name = STRUCTOR.sub(lambda match: match[0][0] + "1", name)
         return "exported " if name in self._exported else ""
 
@@ -118,8 +118,8 @@ class Describer:
         return self._destructor_slot(entry)
 
     def _destructor_slot(self, entry):
-        """The first of the destructor's two slots, which nothing tells: the gap that they leave in
-        the table of the class that first has one."""
+        """The first of the destructor's two slots. The debug information does not have it: it is the
+        gap in the table of the first class with a virtual destructor."""
         below = self._first_base(entry)
         if below is not None and self._has_destructor(below):
             return self._destructor_slot(below)
@@ -130,7 +130,7 @@ class Describer:
         return number
 
     def _first_base(self, entry):
-        """The base whose table is the beginning of the class's own."""
+        """The base whose virtual table is at the beginning of the class's table."""
         for base in entry.of("inheritance"):
             if "virtuality" not in base and base.number("data_member_location") == 0:
                 return self._info.entry_of_type(base)
@@ -157,14 +157,14 @@ class Describer:
             constant = " const"
         result = self._info.type_of(operation)
         text = f"{operation.text('name')}({', '.join(types)}){constant}"
-        # On some processors, constructors and destructors return their object.
+        # On some processors, a constructor or destructor returns its object.
         if result == "void" or STRUCTOR.search(operation.text("linkage_name")):
             return text
         return f"{text} -> {result}"
 
 
 def describe(info, tree, headers, exported):
-    """{first line: further lines} of everything that the headers declare."""
+    """{first line: further lines} for each declaration of the headers."""
     describer = Describer(info, exported)
     whole_of = dict(headers)
     blocks = {}

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks that every header compiles by itself.
+"""Checks that every header compiles alone.
 
 usage: headers_alone.py TREE BUILD FOLDER...
 FOLDERs are relative to the tree; a folder that is missing or not built is named and left out.
@@ -22,7 +22,7 @@ DROPPED_BEGINNINGS = ("-MD", "-MMD", "-fsanitize", "-fno-sanitize", "-g", "-O", 
 
 
 def flags_of(command, source):
-    """The compiler and its flags, without input, output and what only matters to code."""
+    """The compiler and its flags, without input, output and flags of the code generation."""
     kept = []
     words = iter(shlex.split(command))
     for word in words:
@@ -40,7 +40,7 @@ def load_commands(build):
 
 
 def nearest_source(header, sources):
-    """The built source with the longest path in common with the header, of the same name first."""
+    """The source of the same name, or else the source with the longest common path."""
     stem = os.path.splitext(header)[0]
     if stem + ".cpp" in sources:
         return stem + ".cpp"
@@ -107,10 +107,10 @@ def main(arguments):
     failures = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         results = pool.map(lambda job: compile_alone(job[0], tree, stubs, job[1]), jobs)
-        for (header, _), said in zip(jobs, results):
-            if said:
+        for (header, _), errors in zip(jobs, results):
+            if errors:
                 failures += 1
-                print(f"{os.path.relpath(header, tree)} does not compile alone:\n{said}")
+                print(f"{os.path.relpath(header, tree)} does not compile alone:\n{errors}")
     print(f"{len(jobs)} headers compiled, {checked_by_build} more by the build; {failures} do not compile alone")
     return 1 if failures else 0
 

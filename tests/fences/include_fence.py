@@ -2,7 +2,7 @@
 """Checks every #include of the tree against include_rules.py.
 
 usage: include_fence.py TREE
-Prints one line an offence; exits with 1 if there is any.
+Prints one line for each violation. Exits with 1 if there is a violation.
 """
 import os
 import re
@@ -19,7 +19,7 @@ QT_MODULE = re.compile(r"^(Qt[A-Z][A-Za-z]*)/")
 
 
 def source_files(tree):
-    """Paths relative to the tree of all C++ files that some rule speaks of."""
+    """The paths of all C++ files in the rules' folders, relative to the tree."""
     for folder in sorted({rule.folder.split("/")[0] for rule in include_rules.RULES}):
         for where, _, names in os.walk(os.path.join(tree, folder)):
             for name in sorted(names):
@@ -28,7 +28,7 @@ def source_files(tree):
 
 
 def includes(tree, path):
-    """(quote, text) of each include, those in comments left out."""
+    """(quote, text) of each include, without includes in comments."""
     with open(os.path.join(tree, path), encoding="utf-8") as file:
         text = COMMENT.sub("", file.read())
     return INCLUDE.findall(text)
@@ -46,7 +46,7 @@ def rule_of(path):
 
 
 def resolve(tree, path, text):
-    """The project's file that a quoted include means, or None."""
+    """The project's file of a quoted include, or None."""
     for root in (os.path.dirname(path), *include_rules.INCLUDE_ROOTS):
         candidate = os.path.normpath(os.path.join(root, text))
         if os.path.isfile(os.path.join(tree, candidate)):
@@ -61,7 +61,7 @@ def library_of(text):
     return None
 
 
-def quoted_offence(tree, path, rule, text):
+def quoted_violation(tree, path, rule, text):
     if ".." in text.split("/"):
         return "path with '..'"
     if GENERATED.search(text):
@@ -74,7 +74,7 @@ def quoted_offence(tree, path, rule, text):
     return f"{rule.folder} may not include {os.path.dirname(target) or target}"
 
 
-def system_offence(rule, text):
+def system_violation(rule, text):
     if QT_WITHOUT_MODULE.match(text):
         return "Qt header without its module"
     module = QT_MODULE.match(text)
@@ -87,7 +87,7 @@ def system_offence(rule, text):
 
 
 def widget_path(tree, path, seen):
-    """The chain of project headers by which a file reaches Qt Widgets, or None."""
+    """The chain of project headers from a file to Qt Widgets, or None."""
     for quote, text in includes(tree, path):
         if quote == "<" and text.startswith("QtWidgets/"):
             return [path, f"<{text}>"]
@@ -100,17 +100,17 @@ def widget_path(tree, path, seen):
     return None
 
 
-def offences(tree):
+def violations(tree):
     for path in source_files(tree):
         rule = rule_of(path)
         if rule is None:
-            yield f"{path}: no rule speaks of this folder"
+            yield f"{path}: no rule for this folder"
             continue
         for quote, text in includes(tree, path):
-            offence = (quoted_offence(tree, path, rule, text) if quote == '"'
-                       else system_offence(rule, text))
-            if offence:
-                yield f"{path}: {quote}{text}: {offence}"
+            violation = (quoted_violation(tree, path, rule, text) if quote == '"'
+                       else system_violation(rule, text))
+            if violation:
+                yield f"{path}: {quote}{text}: {violation}"
         chain = widget_path(tree, path, {path}) if rule.no_widgets else None
         if chain:
             yield f"{path}: reaches Qt Widgets: {' -> '.join(chain)}"
@@ -121,12 +121,12 @@ def main(arguments):
         print(__doc__, file=sys.stderr)
         return 2
     tree = arguments[1]
-    found = list(offences(tree))
+    found = list(violations(tree))
     count = len(list(source_files(tree)))
     if count == 0:
         print("no source files found", file=sys.stderr)
         return 2
-    print("\n".join([*found, f"{count} files, {len(found)} offences"]))
+    print("\n".join([*found, f"{count} files, {len(found)} violations"]))
     return 1 if found else 0
 
 

@@ -1,6 +1,6 @@
-"""Who may include whom, as data. Read by include_fence.py."""
+"""The include rules of each folder. include_fence.py checks them."""
 
-# Roots that quoted paths may start from, tried in this order after the including file's own folder.
+# The roots of quoted paths, tried in this order after the including file's own folder.
 INCLUDE_ROOTS = (
     "",
     "platform/host/include",
@@ -11,8 +11,7 @@ INCLUDE_ROOTS = (
     "tests",
 )
 
-# Third-party libraries, by how their headers begin. What matches none is the C or C++ library's
-# or the system's.
+# The beginnings of third-party headers. Other headers belong to the C or C++ library or the system.
 LIBRARIES = {
     "boost": ("boost/",),
     "curl": ("curl/",),
@@ -34,12 +33,12 @@ CONSOLE_VIEW_OF_THE_PLUGIN = ("core/TKelvoInterface.h", "core/KelvoRecords.h")
 
 
 class Rule:
-    """What the files below one folder may include.
+    """The includes that the files below one folder may have.
 
     folders    folders (or single files) of the project, besides its own
     qt         Qt modules
     libraries  names of LIBRARIES
-    no_widgets whether Qt Widgets may not be reached through project headers either
+    no_widgets whether project headers must not include Qt Widgets either
     """
 
     def __init__(self, folder, folders=(), qt=(), libraries=(), no_widgets=False):
@@ -53,7 +52,7 @@ class Rule:
 HOST_CONTRACT = "platform/host/include"
 SDK_CONTRACT = "platform/kesdk/include"
 
-# The first rule whose folder holds a file is the file's.
+# The first rule whose folder contains a file applies to the file.
 RULES = (
     Rule("core", [HOST_CONTRACT], ["QtCore"], no_widgets=True),
     Rule("worker", ["core", "net", SDK_CONTRACT, HOST_CONTRACT],
@@ -68,7 +67,7 @@ RULES = (
          ["QtCore", "QtGui", "QtWidgets", "QtQuick", "QtQuickWidgets", "QtQml"],
          ["archive", "sodium", "zlib"]),
     Rule("platform/kesdk/include"),
-    # The SDK's layers: arrows go downwards only.
+    # The SDK's layers: each layer may include only lower layers.
     Rule("platform/kesdk/src/base", [], [], ["openssl", "json", "zlib"]),
     Rule("platform/kesdk/src/http", ["platform/kesdk/src/base"], [], ["curl", "openssl", "zlib"]),
     Rule("platform/kesdk/src/client",
@@ -86,7 +85,7 @@ RULES = (
     Rule("console/session",
          ["console/position", HOST_CONTRACT, "platform/host/impl", *CONSOLE_VIEW_OF_THE_PLUGIN],
          ["QtCore"]),
-    # The window and the headless console do not know each other.
+    # The window and the headless console do not include each other.
     Rule("console/headless",
          ["console/session", "console/position", HOST_CONTRACT, "platform/host/impl",
           *CONSOLE_VIEW_OF_THE_PLUGIN], ["QtCore"]),
@@ -118,5 +117,5 @@ RULES = (
           "postgresql", "zlib"]),
 )
 
-# Folders of the tree that the rules do not speak of.
+# Folders without rules.
 FREE = ("tests", "bench", "docs", "scripts", "cmake", ".ci")

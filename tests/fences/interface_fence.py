@@ -1,28 +1,27 @@
 #!/usr/bin/env python3
-"""Compares the binary interface that the libraries share with a checked-in description of it.
+"""Compares the binary interface of the libraries with its checked-in description.
 
 usage: interface_fence.py check LIST TREE LIBRARY COMPILER FLAG...
        interface_fence.py describe TREE LIBRARY COMPILER FLAG...
        interface_fence.py join NARROW WIDE
 
-check     the classes of the headers in TREE, as COMPILER lays them out, are those of LIST
-describe  prints the description for the processor that COMPILER makes code for
+check     checks that COMPILER lays out the classes of the headers in TREE as LIST has them
+describe  prints the description for COMPILER's target processor
 join      prints the LIST of two descriptions, of a 32-bit and a 64-bit processor
 
-A description has a block for each class, apart by empty lines. Its first line is the class and its
-header, each further line one of
+A description has a block for each class, separated by empty lines. The first line has the class and
+its header. Each further line is one of
 
   size BYTES
   base OFFSET CLASS             or: virtual base CLASS
-  member OFFSET NAME: TYPE      of an object, private ones too
-  slot NUMBER OPERATION         of the class's first table; one it inherits unchanged is its base's
-  operation OPERATION           that is not virtual; or: static OPERATION, static NAME: TYPE
+  member OFFSET NAME: TYPE      a data member, also a private one
+  slot NUMBER OPERATION         in the class's first virtual table, without unchanged slots of its base
+  operation OPERATION           a non-virtual operation; or: static OPERATION, static NAME: TYPE
   value NUMBER NAME             of an enumeration
-  alias TYPE                    what a type's further name stands for
+  alias TYPE                    the type of an alias
 
-with "exported" before it if LIBRARY exports it. In LIST, what the two processors have apart is
-written NARROW/WIDE if it is a number and "NARROW | WIDE" if it is an alias; all else is the same on
-both. Lines with # are comments.
+A line begins with "exported" if LIBRARY exports the symbol. If the two processors differ, LIST has
+NARROW/WIDE for a number and "NARROW | WIDE" for an alias. Lines that begin with # are comments.
 """
 import difflib
 import os
@@ -41,7 +40,7 @@ def text_of(blocks):
 
 
 def blocks_of(text, column=None):
-    """The blocks of a description or, with the column of numbers to read, of a list."""
+    """The blocks of a description. With a column, the blocks of a list for one processor."""
     blocks = {}
     for block in re.split(r"\n\s*\n", text):
         lines = [line.strip() for line in block.splitlines()
@@ -54,7 +53,7 @@ def blocks_of(text, column=None):
 
 
 def line_of(line, column):
-    """What a line of a list says of the processor that the column is for."""
+    """The line of a list for the processor of the column."""
     if line.startswith("alias "):
         types = line[len("alias "):].split(" | ")
         return f"alias {types[min(column, len(types) - 1)]}"
@@ -63,40 +62,40 @@ def line_of(line, column):
 
 
 def parts_of(line):
-    """What something is ("f()" of "slot 7 f()") and where it is ("slot 7")."""
+    """Splits a line: ("f()", "slot 7") of "slot 7 f()"."""
     where, what = LINE.match(line).groups()
     return what or "", where
 
 
 def differences(name, expected, found):
-    """What sets the lines of a class apart from those that are expected, in words."""
+    """The differences of a class's lines from the expected lines, as texts."""
     want = dict(parts_of(line) for line in expected)
     have = dict(parts_of(line) for line in found)
-    offences = [f"{name}: added: {where} {what}" for what, where in have.items()
+    violations = [f"{name}: added: {where} {what}" for what, where in have.items()
                 if what not in want]
-    offences += [f"{name}: removed: {where} {what}" for what, where in want.items()
+    violations += [f"{name}: removed: {where} {what}" for what, where in want.items()
                  if what not in have]
     for what, where in want.items():
         if have.get(what, where) != where:
             kind = "moved" if re.findall(r"\d+", where) != re.findall(r"\d+", have[what]) \
                 and what else "changed"
-            offences.append(f"{name}: {kind}: {what or 'it'} has {have[what]}, expected {where}")
-    if not offences and expected != found:
+            violations.append(f"{name}: {kind}: {what or 'it'} has {have[what]}, expected {where}")
+    if not violations and expected != found:
         matcher = difflib.SequenceMatcher(None, expected, found, autojunk=False)
-        offences = [f"{name}: another place in the order: {line}"
+        violations = [f"{name}: another place in the order: {line}"
                     for operation, start, end, _, _ in matcher.get_opcodes()
                     if operation != "equal" for line in expected[start:end]]
-    return offences
+    return violations
 
 
 def compare(expected, found):
-    offences = [f"added: {first}" for first in found if first not in expected]
-    offences += [f"removed: {first}" for first in expected if first not in found]
+    violations = [f"added: {first}" for first in found if first not in expected]
+    violations += [f"removed: {first}" for first in expected if first not in found]
     for first in expected:
         if first in found:
-            offences += differences(first.rsplit(" ", 1)[0], expected[first], found[first])
-    # What came or went is why other things moved, in derived classes too.
-    return sorted(offences, key=lambda offence: ": moved: " in offence)
+            violations += differences(first.rsplit(" ", 1)[0], expected[first], found[first])
+    # Additions and removals come first, because they cause the moves.
+    return sorted(violations, key=lambda violation: ": moved: " in violation)
 
 
 def join(narrow, wide):
@@ -143,9 +142,9 @@ def main(arguments):
     mode = arguments[1] if len(arguments) > 3 else ""
     if mode == "check" and len(arguments) > 5:
         found, column = described(*arguments[3:])
-        offences = compare(blocks_of(library_fence.read(arguments[2]), column), found)
-        print("\n".join([*offences, f"{len(found)} classes, {len(offences)} offences"]))
-        return 1 if offences or not found else 0
+        violations = compare(blocks_of(library_fence.read(arguments[2]), column), found)
+        print("\n".join([*violations, f"{len(found)} classes, {len(violations)} violations"]))
+        return 1 if violations or not found else 0
     if mode == "describe" and len(arguments) > 4:
         print(text_of(described(*arguments[2:])[0]), end="")
         return 0

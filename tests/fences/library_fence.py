@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks what a built library shows to the outside and what it needs from there.
+"""Checks the exports, imports and dependencies of a built library.
 
 usage: library_fence.py exports LIBRARY MAP
        library_fence.py imports LIBRARY LIST FROM...
@@ -10,22 +10,22 @@ usage: library_fence.py exports LIBRARY MAP
        library_fence.py constructors LIBRARY SOURCE...
        library_fence.py apart ARCHIVE LIBRARY
 
-exports       defines exactly the names of the version script MAP
-imports       takes from each library FROM exactly the names that LIST has below its file name
-owned         shows no function or object of its own but of the classes that LIST, a description of
-              the interface, has a block for, and of the further NAMESPACEs
+exports       LIBRARY exports exactly the names of the version script MAP
+imports       LIBRARY imports from each library FROM exactly the names that LIST has for its file name
+owned         LIBRARY exports only functions and objects of the classes in LIST, a description of the
+              interface, and of the NAMESPACEs
 documented    the table in PAGE has exactly the names of MAP, each as one of the HEADERs declares it
-needed        names no shared library beyond those that begin with a NAME
-closed        nothing that it uses stays undefined once it is loaded
-constructors  runs code at load for no source file beyond those named
-apart         ARCHIVE uses nothing that the shared LIBRARY defines
+needed        LIBRARY needs only shared libraries whose names begin with a NAME
+closed        LIBRARY has no undefined symbol after loading
+constructors  only the named SOURCEs run code when LIBRARY is loaded
+apart         ARCHIVE uses no symbol that the shared LIBRARY defines
 """
 import os
 import re
 import subprocess
 import sys
 
-NM = os.environ.get("NM", "nm")  # a cross build's own
+NM = os.environ.get("NM", "nm")  # set in a cross build
 READELF = os.environ.get("READELF", "readelf")
 
 
@@ -39,7 +39,7 @@ def read(path):
 
 
 def names_of_map(text):
-    """What stands between "global:" and "local:"; C++ names are those in quotes."""
+    """The names between "global:" and "local:". C++ names are in quotes."""
     text = re.sub(r"/\*.*?\*/", "", text, flags=re.DOTALL)
     listed = re.search(r"global:(.*?)local:", text, re.DOTALL)[1]
     return set(re.findall(r'"([^"]+)"\s*;', listed)) or {
@@ -57,7 +57,7 @@ def defined(library):
 
 
 def readable(names, *options):
-    """What the listing of a library that has the names calls them in C++."""
+    """The demangled C++ names in nm's list of a library."""
     plain = run(NM, "-p", *options).splitlines()
     demangled = run(NM, "-p", "-C", *options).splitlines()
     found = set()
@@ -84,20 +84,20 @@ def names_of_list(text, library):
 
 def imports(library, list_file, *providers):
     used = symbols(run(NM, "-D", "--undefined-only", library))
-    offences = []
+    violations = []
     for provider in providers:
         name = os.path.basename(provider)
         wanted = names_of_list(read(list_file), name)
         found = readable(used & defined(provider), "-D", "--undefined-only", library)
-        offences += [f"{name}: taken and not listed: {one}" for one in sorted(found - wanted)]
-        offences += [f"{name}: listed and not taken: {one}" for one in sorted(wanted - found)]
+        violations += [f"{name}: imported and not listed: {one}" for one in sorted(found - wanted)]
+        violations += [f"{name}: listed and not imported: {one}" for one in sorted(wanted - found)]
         if not wanted:
-            offences.append(f"{name}: no names in the list")
-    return offences
+            violations.append(f"{name}: no names in the list")
+    return violations
 
 
 def owner_of(name):
-    """The class or namespace, and all around it, of a C++ name."""
+    """The class or namespace of a C++ name, and all enclosing ones."""
     name = re.sub(r"^(?:.* for |.*thunk to )", "", name).split("(")[0]
     parts = name.split("::")
     return {"::".join(parts[:count]) for count in range(1, len(parts) + 1)}
@@ -105,13 +105,13 @@ def owner_of(name):
 
 def owned(library, list_file, *namespaces):
     classes = set(re.findall(r"^(\S.*) \S+\.h$", read(list_file), re.MULTILINE))
-    # Templates and inline functions are everybody's; they come out as weak.
+    # Templates and inline functions belong to no library. Their symbols are weak.
     strong = [line.split(" ", 2) for line in
               run(NM, "-DC", "--defined-only", library).splitlines()]
     names = {line[2].split("@")[0] for line in strong if line[1] in "TDBR"}
-    return [f"shown, but in no header of the interface: {name}" for name in sorted(names)
+    return [f"exported, but in no header of the interface: {name}" for name in sorted(names)
             if not owner_of(name) & (classes | set(namespaces))] or (
-                [] if names else [f"{library} shows nothing: not read correctly"])
+                [] if names else [f"{library} exports nothing: not read correctly"])
 
 
 def documented(map_file, page, *headers):
@@ -130,7 +130,7 @@ def documented(map_file, page, *headers):
 def needed(library, *allowed):
     names = re.findall(r"\(NEEDED\).*\[(.*)\]", run(READELF, "-d", library))
     if not names:
-        return [f"{library} names no library at all: not read correctly"]
+        return [f"{library} needs no library: not read correctly"]
     return [f"needs {name}" for name in names if not name.startswith(allowed)]
 
 
@@ -144,7 +144,7 @@ def closed(library):
 
 
 def initialised_sources(text):
-    """The source files in the output of nm that run code when they are loaded."""
+    """The source files in the output of nm that run code at load."""
     found = set()
     for name in symbols(text):
         match = re.match(r"_GLOBAL__sub_[ID]_(.+?)(\.cold)?$", name)
@@ -163,7 +163,7 @@ def apart(archive, library):
     theirs = defined(library)
     if not used or not theirs:
         return ["nothing to compare"]
-    # Templates and inline functions are everybody's.
+    # Templates and inline functions belong to no library.
     own = symbols(run(NM, "--defined-only", archive))
     return [f"uses {name}" for name in sorted((used & theirs) - own)]
 
@@ -177,9 +177,9 @@ def main(arguments):
     if len(arguments) < 3 or arguments[1] not in CHECKS:
         print(__doc__, file=sys.stderr)
         return 2
-    offences = CHECKS[arguments[1]](*arguments[2:])
-    print("\n".join([*offences, f"{arguments[1]}: {len(offences)} offences"]))
-    return 1 if offences else 0
+    violations = CHECKS[arguments[1]](*arguments[2:])
+    print("\n".join([*violations, f"{arguments[1]}: {len(violations)} violations"]))
+    return 1 if violations else 0
 
 
 if __name__ == "__main__":

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The fences' own tests: each must see what it is there for."""
+"""Tests of the fences: each fence must find its violations."""
 import contextlib
 import io
 import os
@@ -16,7 +16,7 @@ import library_fence
 
 
 class TreeCase(unittest.TestCase):
-    """A small tree in a folder of its own."""
+    """A small tree in a temporary folder."""
 
     def setUp(self):
         self._folder = tempfile.TemporaryDirectory()
@@ -32,12 +32,12 @@ class TreeCase(unittest.TestCase):
 
 
 class IncludeFence(TreeCase):
-    def offences(self):
-        return list(include_fence.offences(self.tree))
+    def violations(self):
+        return list(include_fence.violations(self.tree))
 
     def check(self, path, line, refused):
         self.write(path, line + "\n")
-        found = self.offences()
+        found = self.violations()
         self.assertEqual(bool(found), refused, found)
         if refused:
             self.assertTrue(found[0].startswith(path))
@@ -53,7 +53,7 @@ class IncludeFence(TreeCase):
             self.write(path, "")
         self.write("platform/host/include/host/Window.h", "#include <QtWidgets/QWidget>\n")
 
-    def test_allows_what_the_table_has(self):
+    def test_allows_includes_of_the_rules(self):
         for path, line in (("worker/a.cpp", '#include "core/KelvoRecords.h"'),
                            ("worker/b.cpp", '#include "kesdk/api/A.h"'),
                            ("worker/c.cpp", "#include <boost/x.hpp>"),
@@ -69,7 +69,7 @@ class IncludeFence(TreeCase):
             with self.subTest(path):
                 self.check(path, line, refused=False)
 
-    def test_refuses_what_the_table_has_not(self):
+    def test_refuses_other_includes(self):
         for path, line in (("core/a.cpp", '#include "worker/Worker.h"'),
                            ("core/b.cpp", "#include <QtGui/QFont>"),
                            ("worker/a.cpp", '#include "screens/Screen.h"'),
@@ -100,12 +100,12 @@ class IncludeFence(TreeCase):
                 self.check(path, '#include "host/Window.h"', refused=True)
                 os.remove(os.path.join(self.tree, path))
 
-    def test_refuses_paths_that_lead_nowhere_or_up(self):
+    def test_refuses_missing_files_and_paths_with_dots(self):
         self.check("core/a.cpp", '#include "core/Missing.h"', refused=True)
         self.check("core/a.cpp", '#include "../core/KelvoRecords.h"', refused=True)
         self.check("core/a.cpp", "#include <QString>", refused=True)
 
-    def test_does_not_read_comments(self):
+    def test_ignores_comments(self):
         self.check("core/a.cpp", '// #include "worker/Worker.h"', refused=False)
         self.check("core/a.cpp", '/*\n#include "worker/Worker.h"\n*/', refused=False)
 
@@ -185,8 +185,8 @@ class LibraryFence(TreeCase):
         self.assertEqual(library_fence.imports(user, listed, provider), [])
         self.write("list.txt", "base.so:\nS::g()\n")
         self.assertEqual(library_fence.imports(user, listed, provider),
-                         ["base.so: taken and not listed: S::f(int)",
-                          "base.so: listed and not taken: S::g()"])
+                         ["base.so: imported and not listed: S::f(int)",
+                          "base.so: listed and not imported: S::g()"])
         self.write("list.txt", "other.so:\nS::f(int)\n")
         self.assertIn("base.so: no names in the list",
                       library_fence.imports(user, listed, provider))
@@ -199,9 +199,9 @@ class LibraryFence(TreeCase):
         listed = self.write("list.txt", "S a/b.h\nsize 4\n")
         self.assertEqual(library_fence.owned(library, listed, "n"), [])
         self.assertEqual(library_fence.owned(library, listed),
-                         ["shown, but in no header of the interface: n::v"])
+                         ["exported, but in no header of the interface: n::v"])
         self.write("list.txt", "T a/b.h\nsize 4\n")
-        self.assertIn("shown, but in no header of the interface: S::f()",
+        self.assertIn("exported, but in no header of the interface: S::f()",
                       library_fence.owned(library, listed, "n"))
 
     def test_documented(self):
@@ -211,7 +211,7 @@ class LibraryFence(TreeCase):
         row = "| `{}` | `{}` | any time |\n"
         paths = [os.path.join(self.tree, name) for name in ("lib.map", "page.md", "a.h")]
         f, v = ("f", "void f(int a, int b)"), ("v", "const int v")
-        for rows, offences in (
+        for rows, violations in (
                 ((f, v), []),
                 ((f,), ["not in the table: v"]),
                 ((f, v, ("g", "const int v")),
@@ -221,7 +221,7 @@ class LibraryFence(TreeCase):
                  ["f is not declared as in the table: void f(int a)"])):
             with self.subTest(rows):
                 self.write("page.md", "".join(row.format(*one) for one in rows))
-                self.assertEqual(library_fence.documented(*paths), offences)
+                self.assertEqual(library_fence.documented(*paths), violations)
 
     def test_needed(self):
         library = self.built_library(
@@ -245,15 +245,15 @@ class LibraryFence(TreeCase):
 
     def test_apart(self):
         library = self.built_library('__attribute__((visibility("default"))) void g() {}')
-        for body, offences in (("g();", ["uses _Z1gv"]), ("", [])):
+        for body, violations in (("g();", ["uses _Z1gv"]), ("", [])):
             code = self.write("user.cpp", "void g(); void h(); void f() { %s h(); }" % body)
             archive = os.path.join(self.tree, "user.a")
             subprocess.run(["c++", "-c", code, "-o", archive], check=True)
-            self.assertEqual(library_fence.apart(archive, library), offences)
+            self.assertEqual(library_fence.apart(archive, library), violations)
 
 
 class InterfaceFence(TreeCase):
-    """What the fence says of a header that changes."""
+    """The violations after a header has changed."""
 
     HEADER = """
     namespace n { enum E : short { eFirst = 1, eLast = -7 }; using F = E*; }
@@ -311,86 +311,86 @@ slot 3 two(char) const -> int
             describer.compiled([path], "g++", []), self.tree, [("a.h", whole)],
             library_fence.defined(library))
 
-    def offences(self, old="", new="", **more):
+    def violations(self, old="", new="", **more):
         self.assertIn(old, self.HEADER)
         return interface_fence.compare(interface_fence.blocks_of(self.LISTED, 1),
                                        self.described(self.HEADER.replace(old, new), **more))
 
-    def test_agrees_with_its_list(self):
-        self.assertEqual(self.offences(), [])
+    def test_finds_no_violation_in_the_listed_header(self):
+        self.assertEqual(self.violations(), [])
 
-    def test_names_a_slot_that_was_added(self):
+    def test_finds_an_added_slot(self):
         self.assertEqual(
-            self.offences("virtual void one();", "virtual void one(); virtual void more();")[0],
+            self.violations("virtual void one();", "virtual void one(); virtual void more();")[0],
             "A: added: slot 3 more()")
 
-    def test_names_a_slot_that_was_removed(self):
-        self.assertEqual(self.offences("virtual int two(char) const;"),
+    def test_finds_a_removed_slot(self):
+        self.assertEqual(self.violations("virtual int two(char) const;"),
                          ["A: removed: slot 3 two(char) const -> int",
                           "B: moved: four() has slot 3, expected slot 4",
                           "B: moved: three(long int* const&) has exported slot 4, "
                           "expected exported slot 5"])
 
-    def test_names_slots_that_moved(self):
-        self.assertEqual(self.offences("virtual void one(); virtual int two(char) const;",
+    def test_finds_moved_slots(self):
+        self.assertEqual(self.violations("virtual void one(); virtual int two(char) const;",
                                        "virtual int two(char) const; virtual void one();"),
                          ["A: moved: one() has slot 3, expected slot 2",
                           "A: moved: two(char) const -> int has slot 2, expected slot 3"])
 
-    def test_sees_a_destructor_move(self):
-        self.assertEqual(self.offences("virtual void four(); virtual ~C();",
+    def test_finds_a_moved_destructor(self):
+        self.assertEqual(self.violations("virtual void four(); virtual ~C();",
                                        "virtual ~C(); virtual void four();"),
                          ["C: moved: four() has slot 2, expected slot 0",
                           "C: moved: ~C() has slot 0, expected slot 1"])
 
-    def test_names_a_changed_signature(self):
-        self.assertEqual(self.offences("two(char)", "two(short)"),
+    def test_finds_a_changed_signature(self):
+        self.assertEqual(self.violations("two(char)", "two(short)"),
                          ["A: added: slot 3 two(short int) const -> int",
                           "A: removed: slot 3 two(char) const -> int"])
-        self.assertEqual(self.offences("virtual int two", "virtual long two"),
+        self.assertEqual(self.violations("virtual int two", "virtual long two"),
                          ["A: added: slot 3 two(char) const -> long int",
                           "A: removed: slot 3 two(char) const -> int"])
 
-    def test_names_members_and_bases_that_moved(self):
-        self.assertEqual(self.offences("bool m_x[3]; double m_y;", "double m_y; bool m_x[3];"),
+    def test_finds_moved_members_and_bases(self):
+        self.assertEqual(self.violations("bool m_x[3]; double m_y;", "double m_y; bool m_x[3];"),
                          ["B: moved: m_x: bool[3] has member 32, expected member 24",
                           "B: moved: m_y: double has member 24, expected member 32"])
         self.assertIn("B: moved: C has base 0, expected base 16",
-                      self.offences("public A, public C", "public C, public A"))
+                      self.violations("public A, public C", "public C, public A"))
         self.assertIn("A: changed: it has size 24, expected size 16",
-                      self.offences("int m_a;", "int m_a; long m_b;"))
+                      self.violations("int m_a;", "int m_a; long m_b;"))
 
-    def test_names_operations(self):
-        self.assertEqual(self.offences("void five();", "void five(); void six();"),
+    def test_finds_changed_operations(self):
+        self.assertEqual(self.violations("void five();", "void five(); void six();"),
                          ["B: added: operation six()"])
-        self.assertEqual(self.offences("void hidden();", "void hidden(); void also();"), [])
+        self.assertEqual(self.violations("void hidden();", "void hidden(); void also();"), [])
         self.assertEqual(
-            self.offences(source="void B::five() {} n::F B::s_count;"),
+            self.violations(source="void B::five() {} n::F B::s_count;"),
             ["B: changed: three(long int* const&) has slot 5, expected exported slot 5"])
 
-    def test_leaves_out_operations_where_only_tables_count(self):
+    def test_leaves_out_operations_of_classes_with_tables_only(self):
         blocks = self.described(self.HEADER, whole=False)
         self.assertNotIn("exported operation five()", blocks["B a.h"])
         self.assertNotIn("n::F a.h", blocks)
         self.assertIn("slot 4 four()", blocks["B a.h"])
 
-    def test_names_operations_in_another_order(self):
+    def test_finds_operations_in_another_order(self):
         self.assertEqual(interface_fence.differences("A", ["operation a()", "operation b()"],
                                                      ["operation b()", "operation a()"]),
                          ["A: another place in the order: operation b()"])
 
-    def test_names_classes_and_values(self):
-        self.assertEqual(self.offences("struct C {", "struct N {}; struct C {"),
+    def test_finds_changed_classes_and_values(self):
+        self.assertEqual(self.violations("struct C {", "struct N {}; struct C {"),
                          ["added: N a.h"])
         self.assertEqual(interface_fence.compare({"A a.h": ["size 1"]}, {}), ["removed: A a.h"])
-        self.assertEqual(self.offences("using F = E*;", "using F = E**;"),
+        self.assertEqual(self.violations("using F = E*;", "using F = E**;"),
                          ["n::F: added: alias n::E**", "n::F: removed: alias n::E*"])
-        self.assertEqual(self.offences("eFirst = 1", "eFirst"),
+        self.assertEqual(self.violations("eFirst = 1", "eFirst"),
                          ["n::E: moved: eFirst has value 0, expected value 1"])
-        self.assertEqual(self.offences("E : short", "E : int"),
+        self.assertEqual(self.violations("E : short", "E : int"),
                          ["n::E: changed: it has size 4, expected size 2"])
 
-    def test_joins_two_processors(self):
+    def test_joins_the_descriptions_of_two_processors(self):
         listed = interface_fence.blocks_of(self.LISTED)
         one, other = (interface_fence.blocks_of(self.LISTED, column) for column in (0, 1))
         self.assertEqual(interface_fence.join(one, other), listed)
@@ -402,7 +402,7 @@ slot 3 two(char) const -> int
         self.assertEqual([interface_fence.blocks_of(text, column) for column in (0, 1)],
                          [one, other])
 
-    def test_does_not_join_what_is_on_one_processor_only(self):
+    def test_does_not_join_classes_of_one_processor_only(self):
         one, other = (interface_fence.blocks_of(self.LISTED, column) for column in (0, 1))
         one["A a.h"].append("slot 4 three()")
         del other["C a.h"]

@@ -1,5 +1,5 @@
-// Stands in for the fuzzer: gives a target every file of the folders that are named, as they are,
-// cut off at each length, and with each byte damaged.
+// Replaces the fuzzer: runs a target on every file of the given folders, whole, cut at each length,
+// and with each byte damaged.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>

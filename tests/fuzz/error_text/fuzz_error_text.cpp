@@ -1,6 +1,6 @@
-// The operator's text on any record of the SDK: it is never empty, holds no NUL, says the same each
-// time, and loads nothing that the markup names. The first byte is the kind of input: the rest, cut
-// into three texts at each 0xff, is UTF-8 ('0'), or the texts are of any 32-bit characters ('1').
+// The operator's text of any error record of the SDK. The text is never empty, holds no NUL, is the
+// same each time, and loads no file that the markup names. The first byte is '0' for UTF-8 and '1'
+// for any 32-bit characters. The rest is three texts, separated by 0xff.
 #include "fuzz/WorkingFolder.h"
 #include "support/TempFolder.h"
 #include "worker/SdkBoundary.h"
@@ -37,7 +37,7 @@ void Demand(bool holds, const char* what)
     }
 }
 
-// A folder with a file that markup of the corpus names. Sees whether the file is read.
+// A folder with a file that markup of the corpus names. Knows whether the file was read.
 class TWatchedFolder
 {
 public:
@@ -46,7 +46,7 @@ public:
         m_root.Write("a.css", "p { white-space: pre }");
         m_watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
         Demand(::inotify_add_watch(m_watch, m_root.Path().c_str(), IN_OPEN) >= 0,
-               "it can be watched");
+               "the folder can be watched");
     }
     ~TWatchedFolder() { ::close(m_watch); }
     TWatchedFolder(const TWatchedFolder&) = delete;
@@ -65,8 +65,8 @@ private:
     int m_watch = -1;
 };
 
-// Markup is read with fonts at hand, which Qt has only with an application. Never deleted: fonts
-// are still in use when the program ends.
+// Qt needs an application for the fonts of the markup. The application is never deleted, because
+// fonts are in use until the program ends.
 void NeedApplication()
 {
     static int count = 1;
@@ -99,13 +99,13 @@ void CheckCopy(const QString& text, int bufferSize)
     std::vector<wchar_t> buffer(static_cast<std::size_t>(bufferSize), L'x');
     const int written = QStringToTCHAR(text, buffer.data(), bufferSize);
     Demand(written >= 0 && written < bufferSize, "a copy fits");
-    Demand(buffer[static_cast<std::size_t>(written)] == L'\0', "a copy has its end");
+    Demand(buffer[static_cast<std::size_t>(written)] == L'\0', "a copy ends with a NUL");
     Demand(written <= text.size(), "a copy is no longer than the text");
 }
 
 } // namespace
 
-// What the font library keeps until the program ends is not ours.
+// The font library keeps its memory until the program ends.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions()
 {
     return "leak:libfontconfig";
@@ -126,12 +126,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     record.text2 = TakeText(bytes, isUtf8);
     record.text3 = TakeText(bytes, isUtf8);
     TErrors errors;
-    Demand(GetLastErrorMsg(errors).isNull(), "no record, no text");
+    Demand(GetLastErrorMsg(errors).isNull(), "no record has no text");
     errors.push_back(record);
     const QString text = GetLastErrorMsg(errors);
     Demand(!text.isEmpty(), "a record has its text");
     Demand(!text.contains(QChar(0)), "a text holds no NUL");
-    Demand(text == GetLastErrorMsg(errors), "a record says the same each time");
+    Demand(text == GetLastErrorMsg(errors), "a record gives the same text each time");
     Demand(!folder.WasRead(), "markup reads no files");
     for (const int bufferSize : {1, 2, 7, text.size(), text.size() + 1}) {
         CheckCopy(text, bufferSize);

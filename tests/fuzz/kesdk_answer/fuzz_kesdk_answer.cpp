@@ -1,5 +1,5 @@
-// The heads of answers on any bytes: what they make an upload, a failure and a pause out of. The
-// input is an answer: its status, a line each for its fields, an empty line, its body.
+// The readers of an answer's head: upload state, failure and retry pause. The input is an answer:
+// its status, one line for each field, an empty line, its body.
 #include "base/SystemClock.h"
 #include "client/ApiClient.h"
 #include "client/Problems.h"
@@ -76,7 +76,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Demand(failure.IsSet() || answer.status < 400, "an error is a failure");
     const auto pause = RetryAfter(answer);
     Demand(!pause || (pause->count() >= 0 && *pause <= std::chrono::hours(24)),
-           "a pause has bounds");
+           "a pause is at most 24 hours");
 
     OneAnswer transport(answer);
     SystemClock clock;
@@ -92,10 +92,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::string& location = upload.value.location;
         Demand(location.empty() || (location.compare(0, 12, "/v1/uploads/") == 0 &&
                                     location.find('/', 12) == std::string::npos),
-               "an address is one of uploads");
+               "an address is the address of an upload");
     }
     Demand(!api.LogOut(call).IsSet() ==
                (answer.IsSuccess() && answer.body.empty() && !failure.IsSet()),
-           "only a bare answer is a success");
+           "only a successful answer without a body is a success");
     return 0;
 }

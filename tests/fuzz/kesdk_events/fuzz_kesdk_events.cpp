@@ -1,5 +1,5 @@
-// The SDK's event stream on any bytes: it neither crashes nor depends on how they are cut into
-// pieces, and the account stays one that can be asked. The first byte is the size of the pieces.
+// The SDK's event stream on any bytes. The reader does not crash, the size of the pieces makes no
+// difference, and the snapshot still answers. The first byte is the size of the pieces.
 #include "account/AccountSnapshot.h"
 #include "account/EventParser.h"
 #include "client/ApiJson.h"
@@ -60,13 +60,13 @@ void Apply(const Events& events)
         const AccountEvent event = ParseEvent(name, id, data);
         snapshot.ApplyEvent(event);
         Demand(snapshot.ApplyEvent(event).empty() || id.empty() || !std::isdigit(id.front()),
-               "an event that comes twice says nothing");
+               "an event that comes twice reports no change");
     }
     const std::string cursor = snapshot.Cursor();
     Demand(std::all_of(cursor.begin(), cursor.end(), [](char c) { return c >= ' ' && c <= '~'; }),
            "the cursor is printable");
     Demand(snapshot.Projects().size() == 1, "the projects stay");
-    Demand(snapshot.ProjectResources(1).has_value(), "their inboxes can be asked for");
+    Demand(snapshot.ProjectResources(1).has_value(), "the inboxes of a project are known");
 }
 
 } // namespace
@@ -77,7 +77,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
     const Events whole = Read(text, std::max<std::size_t>(text.size(), 1));
-    Demand(Read(text, std::size_t{data[0] % 16u} + 1) == whole, "pieces make no difference");
+    Demand(Read(text, std::size_t{data[0] % 16u} + 1) == whole,
+           "the size of the pieces makes no difference");
     Apply(whole);
     return 0;
 }

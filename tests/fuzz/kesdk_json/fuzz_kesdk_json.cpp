@@ -1,5 +1,5 @@
-// The SDK's readers of the service's documents on any bytes: they neither crash nor let anything
-// through that the rest relies on not to be there. The first byte chooses the reader.
+// The SDK's readers of the service's documents on any bytes. They do not crash, and they accept
+// only valid ids, sizes and header fields. The first byte chooses the reader.
 #include "client/ApiJson.h"
 
 #include <algorithm>
@@ -22,7 +22,7 @@ void Demand(bool holds, const char* what)
     }
 }
 
-// What goes out again in the head of a request cannot end its line.
+// A text that the SDK sends in a request's head must not end its line.
 void DemandField(std::string_view text)
 {
     Demand(std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; }),
@@ -72,7 +72,8 @@ void Read(unsigned reader, std::string_view text)
             Check(*project);
     } else if (reader == 3) {
         if (const auto resource = ParseResource(text))
-            Demand(resource->project || resource->inbox || resource->file, "it is something");
+            Demand(resource->project || resource->inbox || resource->file,
+                   "a resource is a project, an inbox or a file");
     } else if (reader == 4) {
         if (const auto files = ParseUploadedFiles(text))
             std::for_each(files->begin(), files->end(),

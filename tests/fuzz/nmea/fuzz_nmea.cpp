@@ -1,8 +1,8 @@
-// The NMEA reader on any bytes: it neither crashes nor depends on how they are cut into pieces, and
-// every position that it tells stands in the input, in a sentence with a right checksum.
+// The NMEA reader on any bytes. The reader does not crash, and the size of the pieces makes no
+// difference. Every position that it reports is in a sentence of the input with a right checksum.
 //
-// The first byte says how: bit 0, whether the checksums are put right first, so that damage gets
-// behind them; the others, the size of the pieces.
+// Bit 0 of the first byte: correct the checksums first, so that damaged sentences pass the
+// checksum. The other bits are the size of the pieces.
 #include "console/position/nmea/TFixJudge.h"
 #include "console/position/nmea/TNmeaReader.h"
 
@@ -54,7 +54,7 @@ std::string WithRightChecksums(std::string text)
     return text;
 }
 
-// Degrees of a field such as "4807.038", by other means than the reader's.
+// The degrees of a field such as "4807.038", computed without the reader's code.
 double Degrees(const std::string& field, const std::string& hemisphere)
 {
     const double value = std::strtod(field.c_str(), nullptr);
@@ -64,8 +64,8 @@ double Degrees(const std::string& field, const std::string& hemisphere)
 
 using TPlace = std::tuple<double, double>;
 
-// The places in all sentences with a right checksum, wherever they begin, in any field that may be
-// the latitude.
+// The positions in all sentences with a right checksum. A sentence may begin at any '$', and any
+// field may be the latitude.
 std::vector<TPlace> PlacesIn(const std::string& text)
 {
     std::vector<TPlace> places;
@@ -101,14 +101,14 @@ void CheckFix(const TReceivedFix& fix, const std::vector<TPlace>& places)
 {
     Demand(std::abs(fix.latitudeDegrees) <= 90.0 && std::abs(fix.longitudeDegrees) <= 180.0,
            "a position is on Earth");
-    Demand(fix.utcTime >= 0.0 && fix.utcTime < 235961.0, "a time is of a day");
+    Demand(fix.utcTime >= 0.0 && fix.utcTime < 235961.0, "a time is within a day");
     Demand(fix.quality != EFixQuality::eNone, "a fix has a quality");
     Demand(std::any_of(places.begin(), places.end(),
                        [&](const TPlace& place) {
                            return std::abs(std::get<0>(place) - fix.latitudeDegrees) < 1e-9 &&
                                   std::abs(std::get<1>(place) - fix.longitudeDegrees) < 1e-9;
                        }),
-           "a position stands in the input");
+           "a position is in the input");
 }
 
 std::vector<TReceivedFix> Read(std::string_view text, std::size_t pieceBytes)
@@ -152,7 +152,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::vector<TReceivedFix> fixes = Read(text, text.size());
     const std::vector<TReceivedFix> inPieces = Read(text, mode / 2 + 1);
     Demand(std::equal(fixes.begin(), fixes.end(), inPieces.begin(), inPieces.end(), AreSame),
-           "pieces make no difference");
+           "the size of the pieces makes no difference");
     const std::vector<TPlace> places = PlacesIn(text);
     for (const TReceivedFix& fix : fixes) {
         CheckFix(fix, places);

@@ -1,6 +1,5 @@
-// The service's reader of request heads on any bytes: it neither crashes nor depends on how they
-// are cut into pieces, keeps its bound, and takes nothing for a head that has another end than it
-// says.
+// The service's reader of request heads on any bytes. The reader does not crash, the size of the
+// pieces makes no difference, its memory is bounded, and a complete head ends with an empty line.
 //
 // The first byte is the size of the pieces.
 #include "service/http/Ranges.h"
@@ -33,8 +32,8 @@ void Demand(bool holds, const char* what)
 struct Outcome
 {
     EHeadState state = EHeadState::Incomplete;
-    std::string head;     // what was understood, as text
-    std::string leftOver; // what belongs to the body
+    std::string head;     // the head that was read, as text
+    std::string leftOver; // the bytes of the body
 };
 
 std::string AsText(const RequestHead& head)
@@ -63,7 +62,7 @@ Outcome Read(std::string_view bytes, std::size_t pieceBytes)
         received += bytes.substr(0, taken);
         bytes.remove_prefix(taken);
         outcome.state = parser.feed(received);
-        Demand(received.size() <= 2 * limitBytes + pieceBytes, "what is held is bounded");
+        Demand(received.size() <= 2 * limitBytes + pieceBytes, "the memory is bounded");
     }
     if (outcome.state == EHeadState::Complete) {
         outcome.head = AsText(parser.take());
@@ -81,7 +80,7 @@ void TryRange(std::string_view header)
                    "a part lies within the content");
         }
         if (range.kind == kelvo::http::ERange::Whole) {
-            Demand(range.offset == 0 && range.length == size, "the whole is the whole");
+            Demand(range.offset == 0 && range.length == size, "a whole range is the whole content");
         }
     }
 }
@@ -97,17 +96,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Outcome whole = Read(bytes, std::max<std::size_t>(bytes.size(), 1));
     const Outcome pieces = Read(bytes, data[0] % 64U + 1U);
     const bool fits = bytes.size() <= limitBytes;
-    Demand(!fits || whole.state != EHeadState::TooLarge, "what fits is not too large");
+    Demand(!fits || whole.state != EHeadState::TooLarge,
+           "a head within the limit is not too large");
     if (whole.state == EHeadState::Complete) {
-        Demand(pieces.state == EHeadState::Complete, "a head is a head in pieces, too");
-        Demand(pieces.head == whole.head, "and the same one");
-        Demand(pieces.leftOver == whole.leftOver, "with the same body");
+        Demand(pieces.state == EHeadState::Complete, "a complete head is complete in pieces too");
+        Demand(pieces.head == whole.head, "the head in pieces is the same");
+        Demand(pieces.leftOver == whole.leftOver, "the body in pieces is the same");
         Demand(bytes.substr(bytes.size() - whole.leftOver.size()) == whole.leftOver,
-               "nothing of the body is lost or made up");
+               "the body is unchanged");
         const std::string_view used = bytes.substr(0, bytes.size() - whole.leftOver.size());
-        Demand(used.ends_with("\r\n\r\n") && used.size() <= limitBytes, "a head has its end");
+        Demand(used.ends_with("\r\n\r\n") && used.size() <= limitBytes,
+               "a head ends with an empty line");
     } else {
-        Demand(pieces.state != EHeadState::Complete, "no head is none in pieces, either");
+        Demand(pieces.state != EHeadState::Complete,
+               "an incomplete head is incomplete in pieces too");
     }
     TryRange(bytes);
     return 0;

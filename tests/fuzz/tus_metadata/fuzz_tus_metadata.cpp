@@ -1,5 +1,5 @@
-// The reader of Upload-Metadata on any text: what it takes can be written again and reads the same;
-// base64, percent encoding, hexadecimal, numbers and times hold their own round trips.
+// The reader of Upload-Metadata on any text. Values that it accepts can be written and read again
+// without a change. The same holds for base64, percent encoding, hexadecimal, numbers and times.
 #include "service/api/TusMetadata.h"
 #include "service/base/Encoding.h"
 #include "service/base/Time.h"
@@ -32,34 +32,36 @@ void TryMetadata(std::string_view header)
         Demand(!key.empty() && key.find_first_of(" ,") == std::string::npos, "a key is a word");
         written += (written.empty() ? "" : ",") + key + ' ' + kelvo::toBase64(value);
     }
-    Demand(kelvo::api::parseMetadata(written) == values, "what was read reads the same again");
+    Demand(kelvo::api::parseMetadata(written) == values, "values read again are the same");
 }
 
 void TryEncodings(std::string_view text)
 {
-    Demand(kelvo::fromBase64(kelvo::toBase64(text)) == std::string(text), "base64 comes back");
+    Demand(kelvo::fromBase64(kelvo::toBase64(text)) == std::string(text),
+           "base64 decodes to its input");
     if (const auto bytes = kelvo::fromBase64(text)) {
-        Demand(kelvo::fromBase64(kelvo::toBase64(*bytes)) == bytes, "so does what was read");
-        Demand(bytes->size() <= text.size(), "and is shorter");
+        Demand(kelvo::fromBase64(kelvo::toBase64(*bytes)) == bytes,
+               "decoded base64 encodes and decodes to the same");
+        Demand(bytes->size() <= text.size(), "decoded base64 is not longer");
     }
     if (const auto bytes = kelvo::fromHex(text)) {
-        Demand(bytes->size() * 2 == text.size(), "two digits a byte");
+        Demand(bytes->size() * 2 == text.size(), "hexadecimal has two digits for each byte");
     }
     if (const auto decoded = kelvo::percentDecode(text)) {
-        Demand(decoded->size() <= text.size(), "decoding makes nothing longer");
+        Demand(decoded->size() <= text.size(), "percent decoding makes no text longer");
         Demand(text.find('%') != std::string_view::npos || *decoded == text,
-               "nor changes the rest");
+               "percent decoding changes no text without a percent sign");
     }
     if (const auto number = kelvo::parseNumber(text)) {
         const std::string digits = std::to_string(*number);
         Demand(text.ends_with(digits) && text.find_first_not_of('0') >= text.size() - digits.size(),
-               "a number is its digits");
+               "a number has the digits of the text");
     }
     if (const auto id = kelvo::parseId(text)) {
         Demand(*id >= 1 && *id <= 2147483647, "an id has 31 bits");
     }
     if (const auto time = kelvo::parseRfc3339(text)) {
-        Demand(kelvo::parseRfc3339(kelvo::rfc3339(*time)) == time, "a time comes back");
+        Demand(kelvo::parseRfc3339(kelvo::rfc3339(*time)) == time, "a time read again is the same");
     }
     kelvo::isUtf8(text);
 }

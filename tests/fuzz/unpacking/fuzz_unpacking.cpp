@@ -1,6 +1,6 @@
-// Any bytes as an archive that is unpacked: whatever it names, nothing changes outside the folder,
-// a refusal leaves the folder as it was, and no half-done work stays. In the bytes archiveRoot
-// stands for the folder that everything lies in, so that an archive can name it absolutely.
+// Unpacks any bytes as an archive. Nothing changes outside the folder, a refused archive leaves the
+// folder unchanged, and no temporary file stays. In the bytes, archiveRoot stands for the parent of
+// all folders, so that an archive can contain an absolute path.
 #include "fuzz/WorkingFolder.h"
 #include "hostimpl/Unpacking.h"
 
@@ -24,10 +24,10 @@ namespace {
 using TImage = std::map<std::string, std::string>; // path below a folder; kind and content
 
 constexpr std::string_view archiveRoot = "/dev/shm/ku-XXXXXX";
-constexpr std::string_view diskRoot = "/tmp/kunzip-XXXXXX"; // where there is no /dev/shm
-static_assert(archiveRoot.size() == diskRoot.size(), "one takes the place of the other");
+constexpr std::string_view diskRoot = "/tmp/kunzip-XXXXXX"; // if there is no /dev/shm
+static_assert(archiveRoot.size() == diskRoot.size(), "they replace each other");
 
-// Small, so that the fuzzer reaches them and neither memory nor time is at risk.
+// Small limits, so that the fuzzer reaches them quickly and with little memory.
 hostimpl::TUnpackLimits SmallLimits()
 {
     hostimpl::TUnpackLimits limits;
@@ -76,7 +76,7 @@ std::string KindAndContent(const fs::directory_entry& entry)
     }
 }
 
-// All that is below a folder, but for what is below `leftOut`.
+// The content of a folder, without the content of `leftOut`.
 TImage ImageOf(const fs::path& folder, const fs::path& leftOut = {})
 {
     TImage image;
@@ -90,8 +90,8 @@ TImage ImageOf(const fs::path& folder, const fs::path& leftOut = {})
     return image;
 }
 
-// The folders of all runs: the archive, what must not change, and, some folders down, where it is
-// unpacked. That has a file, a folder, and a link that leads out.
+// The folders of all runs: the archive, files that must not change, and the destination several
+// folders down. The destination has a file, a folder, and a link to a folder outside.
 class TPlayground
 {
 public:
@@ -135,7 +135,7 @@ public:
         const bool isUnpacked = hostimpl::Unzip(QString::fromStdString(Archive().string()),
                                                 QString::fromStdString(m_destination.string()),
                                                 SmallLimits(), errorText);
-        Demand(isUnpacked == errorText.isEmpty(), "a refusal, and nothing else, has its reason");
+        Demand(isUnpacked == errorText.isEmpty(), "a refusal has a reason, a success has none");
         Demand(ImageOf(m_root, m_destination) == m_outside, "nothing changes outside the folder");
         return isUnpacked;
     }
@@ -181,7 +181,7 @@ bool HasControlCharacter(const std::string& text)
     return false;
 }
 
-void DemandSound(const TImage& unpacked, const TImage& former)
+void DemandWithinLimits(const TImage& unpacked, const TImage& former)
 {
     const hostimpl::TUnpackLimits limits = SmallLimits();
     std::int64_t files = 0;
@@ -200,7 +200,7 @@ void DemandSound(const TImage& unpacked, const TImage& former)
     }
     Demand(files <= limits.entries && bytes <= limits.totalBytes, "the limits hold");
     for (const auto& [path, what] : former) {
-        Demand(unpacked.count(path) > 0, "nothing that was there goes");
+        Demand(unpacked.count(path) > 0, "no earlier file is removed");
     }
 }
 
@@ -213,9 +213,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool isUnpacked = playground.Unpack();
     const TImage image = playground.Image();
     if (isUnpacked) {
-        DemandSound(image, playground.Filled());
-        Demand(playground.Unpack(), "what could be unpacked can be again, over itself");
-        Demand(playground.Image() == image, "the second time changes nothing");
+        DemandWithinLimits(image, playground.Filled());
+        Demand(playground.Unpack(), "an unpacked archive can be unpacked again over its files");
+        Demand(playground.Image() == image, "unpacking again changes nothing");
     } else {
         Demand(image == playground.Filled(), "a refusal leaves the folder as it was");
     }
