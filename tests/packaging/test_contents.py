@@ -1,4 +1,4 @@
-"""What each package installs, against the lists in contents/."""
+"""Each package installs the files of its list in contents/."""
 
 import hashlib
 import os
@@ -21,18 +21,18 @@ def line(member):
 class ContentsTest(unittest.TestCase):
     maxDiff = None
 
-    def test_the_packages_are_those_of_the_lists(self):
+    def test_each_list_has_a_package_and_each_package_a_list(self):
         not_built = os.environ.get("KELVO_PACKAGES_MISSING", "").split()
         self.assertEqual(sorted(packages()), sorted({path.stem for path in LISTS.glob("*.txt")} - set(not_built)))
 
-    def test_each_installs_what_its_list_says(self):
+    def test_each_package_installs_the_files_of_its_list(self):
         for name, package in packages().items():
             with self.subTest(name):
                 found = sorted(line(member) for member in package.members() if not member.isdir())
                 wanted = sorted((LISTS / f"{name}.txt").read_text(encoding="utf-8").splitlines())
                 self.assertEqual(found, wanted)
 
-    def test_everything_is_roots_and_of_one_time(self):
+    def test_all_files_belong_to_root_and_have_the_same_time(self):
         for package in [*packages().values(), *debug_packages().values()]:
             with self.subTest(package.name):
                 members = package.members()
@@ -48,8 +48,8 @@ class ContentsTest(unittest.TestCase):
                     self.assertNotIn(member.name, owners, package.name)
                     owners[member.name] = package.name
 
-    def test_each_file_is_the_one_that_its_package_names(self):
-        """What `dpkg --verify` goes by."""
+    def test_each_package_has_the_correct_digests_of_its_files(self):
+        """`dpkg --verify` uses these digests."""
         for package in [*packages().values(), *debug_packages().values()]:
             with self.subTest(package.name), tempfile.TemporaryDirectory() as folder:
                 root = package.extract(Path(folder) / "x")
@@ -57,7 +57,7 @@ class ContentsTest(unittest.TestCase):
                     member.name.removeprefix("./"): hashlib.md5((root / member.name).read_bytes()).hexdigest()
                     for member in package.members() if member.isreg()})
 
-    def test_the_archive_holds_what_the_packages_do(self):
+    def test_the_archive_holds_the_files_of_all_packages(self):
         path, = FOLDER.glob("*.tar.xz")
         version = next(iter(packages().values())).fields["Version"]
         folder = f"kelvo-{version}-{architecture()}"
@@ -72,12 +72,12 @@ class ContentsTest(unittest.TestCase):
                          sorted(line(member) for package in packages().values() for member in package.members()
                                 if not member.isdir()))
 
-    def test_the_digests_are_those_of_the_files(self):
+    def test_sha256sums_has_the_digest_of_every_file(self):
         digests = dict(reversed(row.split("  ")) for row in (FOLDER / "SHA256SUMS").read_text("ascii").splitlines())
         self.assertEqual(digests, {path.name: hashlib.sha256(path.read_bytes()).hexdigest()
                                    for path in FOLDER.iterdir() if path.name != "SHA256SUMS"})
 
-    def test_each_tells_what_it_is(self):
+    def test_each_package_has_a_description_and_the_same_version(self):
         for name, package in packages().items():
             with self.subTest(name):
                 summary, *text = package.fields["Description"].split("\n")

@@ -1,7 +1,7 @@
-"""The packages in a system that has nothing else: apt installs them, the programs run, nothing of the farm's goes.
+"""apt installs the packages in a minimal system, the programs run, and removal keeps the farms' data.
 
-What apt takes is fetched already, with the packages that ours depend on and no others. Packages for ARM are
-installed and run in the emulator."""
+The minimal system already has the package files of the dependencies, and no others. Packages for ARM are installed
+and run in the emulator."""
 
 import hashlib
 import os
@@ -17,7 +17,7 @@ from kelvopackages.unit import Unit
 DATA = "var/lib/kelvo-service"
 NAME = "service.farm.example"
 PASSWORD = "an operator's password"
-# Which libraries a program gets. ldd would tell the emulator's own.
+# The loaders, to list the libraries of a program. ldd would list the emulator's libraries.
 LOADERS = {"amd64": "/lib64/ld-linux-x86-64.so.2", "armhf": "/lib/ld-linux-armhf.so.3"}
 
 
@@ -26,7 +26,7 @@ def digests(folder):
             for path in sorted(folder.rglob("*")) if path.is_file()}
 
 
-@unittest.skipUnless(os.geteuid() == 0 or os.environ.get("CI"), "only root changes into another system")
+@unittest.skipUnless(os.geteuid() == 0 or os.environ.get("CI"), "chroot needs root")
 class InstalledTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -43,7 +43,7 @@ class InstalledTest(unittest.TestCase):
             hosts.write(f"127.0.0.1 {NAME}\n")
 
     def service(self, log):
-        """As the unit starts it, but for the ports, which are the whole machine's."""
+        """Starts the service as the unit does, with free ports instead of the fixed ones."""
         unit = Unit(self.root / "usr/lib/systemd/system/kelvo-service.service").settings
         self.assertEqual(self.root / unit["EnvironmentFile"].removeprefix("-/"), self.variables)
         environment = dict(line.split("=", 1) for line in self.variables.read_text(encoding="utf-8").splitlines())
@@ -60,13 +60,13 @@ class InstalledTest(unittest.TestCase):
                           "--ca", f"/{DATA}/ca.pem", "--data", "/root/console", "--script", "-", input=commands,
                           env={"HOME": "/root", "LC_ALL": "C.UTF-8", "KELVO_USER": "olga", "KELVO_PASSWORD": PASSWORD})
 
-    def tell_the_name(self):
-        """As the administrator does, by the service's environment."""
+    def set_the_name(self):
+        """Sets the service's name in its environment file, as an administrator does."""
         self.variables.write_text(f"KELVO_SERVICE_NAME={NAME}\n", encoding="utf-8")
 
     @staticmethod
     def address(service):
-        """By the name that only the environment tells the service."""
+        """The service's address by its name. The service has the name only from its environment file."""
         return service.address.replace("127.0.0.1", NAME)
 
     def shown(self, *command, **options):
@@ -74,15 +74,15 @@ class InstalledTest(unittest.TestCase):
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
         return result.stdout
 
-    def test_a_life(self):
-        """In one piece, because each step stands on the one before."""
+    def test_install_update_remove_purge_and_install_again(self):
+        """One test, because each step needs the step before it."""
         self.system.install(*self.packages)
         for name in self.packages:
             self.assertTrue(self.system.is_installed(name), name)
         self.assert_programs_run()
         self.assertEqual(self.data.stat().st_mode & 0o777, 0o700)
         self.assertNotEqual(self.data.stat().st_uid, 0)
-        self.tell_the_name()
+        self.set_the_name()
         with self.service("log.1") as service:
             self.ctl(service, "login", "admin", "--password-file", f"/{DATA}/admin.password")
             self.ctl(service, "farm", "add", "Hill Farm")
@@ -94,7 +94,7 @@ class InstalledTest(unittest.TestCase):
         farm = digests(self.data)
         self.assertIn("kelvo.sqlite", farm)
 
-        # An update keeps what the administrator wrote.
+        # An update keeps the administrator's changes to the configuration.
         config = self.root / "etc/kelvo-service/kelvo-service.conf"
         config.write_text(config.read_text(encoding="utf-8") + '\nmax-upload = 1000000\n', encoding="utf-8")
         self.system.install("kelvo-service", options=["--reinstall"])
@@ -113,9 +113,9 @@ class InstalledTest(unittest.TestCase):
             self.assertFalse(os.path.lexists(self.root / path), path)
         self.assert_archive_runs()
 
-        # Who comes back finds the farm as it was.
+        # A later installation uses the data of the farm again.
         self.system.install("kelvo-service", "kelvo-plugin", "kelvo-console", "libkesdk", "libconsolehost")
-        self.tell_the_name()
+        self.set_the_name()
         with self.service("log.2") as service:
             self.assertIn("ok list", self.console(service, "login\nlist maps\nlogout\n"))
         self.assertEqual(service.status, 0)
@@ -127,7 +127,7 @@ class InstalledTest(unittest.TestCase):
         self.assertIn("usage: kelvo-badlink ", self.shown("/usr/bin/kelvo-badlink", "--help"))
         self.shown("/usr/bin/kelvo-badlink", "--check", "rural")
         self.assertTrue((self.root / "usr/lib/kelvo/share/kelvo/translations/kelvo_de.qm").is_file())
-        # The console finds it beside itself and asks it for a function; Qt would say what it lacks.
+        # All libraries of the keyboard are found, so the console can load it.
         if "kelvo-keyboard" in self.packages:
             loader = LOADERS[self.packages["kelvo-keyboard"].fields["Architecture"]]
             libraries = self.shown(loader, "--list", "/usr/lib/kelvo/lib/libkelvo-keyboard.so")
@@ -135,13 +135,13 @@ class InstalledTest(unittest.TestCase):
             self.assertNotIn("not found", libraries)
 
     def assert_archive_runs(self):
-        """Unpacked in a place of its own, where the distribution's libraries are and the packages are not."""
+        """Unpacks the archive into /opt and runs it there, without the packages."""
         archive, = FOLDER.glob("*.tar.xz")
         output("tar", "-C", self.root / "opt", "-xf", archive)
         folder = f"/opt/{archive.name.removesuffix('.tar.xz')}"
         for program in ("kelvo-badlink", "kelvo-console", "kelvo-service", "kelvoctl"):
             self.shown(f"{folder}/usr/bin/{program}", "--help")
-        # It loads the plug-in that lies beside it before it takes a command.
+        # The console of the archive loads the plug-in of the archive.
         shown = self.shown(f"{folder}/usr/bin/kelvo-console", "--headless", "--data", "/root/other", "--script", "-",
                            input="status\n", env={"HOME": "/root"})
         self.assertIn("ok status", shown)

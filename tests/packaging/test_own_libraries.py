@@ -1,7 +1,7 @@
-"""For a console that brings the host framework and the SDK: the plug-in is built against its libraries, as
-docs/integrating.md says, and is a package that asks for neither of ours. Their part is played by ours of this build.
+"""Builds the plug-in for a console with its own host framework and SDK, as docs/integrating.md describes. The package
+then does not depend on our libraries. In this test, the libraries of this build replace the console's.
 
-Looked at is the tree's commit, in a clone."""
+The test builds the tree's commit in a clone."""
 
 import os
 import subprocess
@@ -11,7 +11,7 @@ from pathlib import Path
 
 from kelvopackages.package import BUILD, TREE, Package, output
 
-# As the page has it for one of them.
+# The CMakeLists.txt from the page.
 IMPORTED = """
 add_library({name} SHARED IMPORTED GLOBAL)
 set_target_properties({name} PROPERTIES IMPORTED_LOCATION {path})
@@ -19,7 +19,7 @@ target_link_libraries({name} INTERFACE kelvo::{contract})
 add_library(kelvo::{name} ALIAS {name})
 """
 LIBRARIES = (("kesdk", "kesdk_api", "platform/kesdk/src"), ("consolehost", "host_api", "platform/host/src"))
-OFF = [f"-DKELVO_{piece}=OFF" for piece in ("CONSOLE", "SERVICE", "TESTS", "BENCH")]
+OFF = [f"-DKELVO_{part}=OFF" for part in ("CONSOLE", "SERVICE", "TESTS", "BENCH")]
 
 
 def run(folder, *command):
@@ -31,7 +31,7 @@ def run(folder, *command):
 
 
 class OwnLibrariesTest(unittest.TestCase):
-    def test_the_plug_in_alone_is_packaged(self):
+    def test_packages_only_the_plug_in(self):
         with tempfile.TemporaryDirectory() as folder:
             tree = Path(folder) / "tree"
             output("git", "clone", "--quiet", "--no-local", "--depth=1", TREE.as_uri(), tree)

@@ -1,4 +1,4 @@
-"""What the packages depend on, against what their binaries need."""
+"""The packages depend on the libraries that their binaries need."""
 
 import os
 import re
@@ -37,7 +37,7 @@ class RelationsTest(unittest.TestCase):
                 for library in binary.entries("NEEDED"):
                     yield name, binary, library
 
-    def test_each_library_comes_with_a_package_that_is_depended_on(self):
+    def test_each_package_depends_on_the_packages_of_its_libraries(self):
         rows = table()
         for name, binary, library in self.needed():
             with self.subTest(package=name, binary=binary.path.name, library=library):
@@ -47,7 +47,7 @@ class RelationsTest(unittest.TestCase):
                 if version not in "=-":
                     self.assertFalse(is_older(depends[package], version))
 
-    def test_our_own_libraries_are_of_the_same_build(self):
+    def test_our_packages_depend_on_the_same_version(self):
         seen = 0
         for name, package in self.packages.items():
             for other, version in package.relations().items():
@@ -56,7 +56,7 @@ class RelationsTest(unittest.TestCase):
                     self.assertEqual(version, package.fields["Version"], name)
         self.assertEqual(seen, 3)
 
-    def test_our_own_libraries_are_where_they_are_looked_for(self):
+    def test_our_libraries_are_in_the_search_path_of_the_binaries(self):
         installed = {member.name.removeprefix("."): name for name, package in self.packages.items()
                      for member in package.members()}
         for name, binary, library in self.needed():
@@ -66,8 +66,8 @@ class RelationsTest(unittest.TestCase):
                 self.assertIn(f"{folder}/{library}", installed)
                 self.assertIn(installed[f"{folder}/{library}"], self.packages[name].relations())
 
-    def test_what_is_python_comes_with_one_that_knows_its_language(self):
-        """3.11 brought `tomllib`, by which badlink reads its scenarios."""
+    def test_the_package_with_python_needs_python_3_11(self):
+        """badlink reads its scenarios with `tomllib`, which is new in 3.11."""
         seen = 0
         for name, package in self.packages.items():
             if any(member.name.endswith(".py") for member in package.members()):
@@ -75,8 +75,8 @@ class RelationsTest(unittest.TestCase):
                 self.assertFalse(is_older(package.relations()["python3"], "3.11"), name)
         self.assertEqual(seen, 1)
 
-    @unittest.skipIf(SYSROOT, "the machine's own database of packages does not know the target's")
-    def test_the_table_asks_for_no_less_than_debians_tool(self):
+    @unittest.skipIf(SYSROOT, "the machine's package database does not have the packages of the target")
+    def test_the_table_has_no_lower_version_than_dpkg_shlibdeps(self):
         for name, found in self.binaries.items():
             if not found:
                 continue
@@ -91,13 +91,13 @@ class RelationsTest(unittest.TestCase):
                 depends = self.packages[name].relations()
                 relations = re.search(r"^shlibs:Depends=(.*)$", text, re.MULTILINE)[1].split(", ")
                 for relation in relations:
-                    match = re.match(r"(\S+)(?: \(>= (\S+)\))?", relation)  # the first of alternatives
+                    match = re.match(r"(\S+)(?: \(>= (\S+)\))?", relation)  # the first alternative
                     self.assertIn(match[1], depends)
                     if match[2]:
                         self.assertFalse(is_older(depends[match[1]], match[2]), relation)
 
-    @unittest.skipUnless(SYSROOT, "only where there is a sysroot")
-    def test_the_sysroot_has_each_library_from_its_package(self):
+    @unittest.skipUnless(SYSROOT, "needs a sysroot")
+    def test_the_sysroot_has_each_library_of_the_table(self):
         rows = table()
         for name, _, library in self.needed():
             if rows[library][1] == "=":
@@ -106,9 +106,9 @@ class RelationsTest(unittest.TestCase):
                 self.assertTrue(list(Path(SYSROOT).glob(f"usr/lib/*/{library}"))
                                 + list(Path(SYSROOT).glob(f"lib/*/{library}")))
 
-    def test_the_table_has_no_row_that_nobody_needs(self):
+    def test_each_row_of_the_table_is_needed(self):
         if os.environ.get("KELVO_PACKAGES_MISSING"):
-            self.skipTest("not everything is built")
+            self.skipTest("some packages are not built")
         needed = {library for _, _, library in self.needed()}
         other_machines = {"ld-linux-armhf.so.3", "ld-linux-x86-64.so.2", "libatomic.so.1", "libm.so.6"}
         self.assertEqual(set(table()) - needed - other_machines, set())

@@ -1,14 +1,16 @@
-"""The same commit built in another folder, in another time zone, makes the same packages, byte by byte.
+"""The same commit, built in another folder and another time zone, gives the same packages, byte by byte.
 
-What it shows: that nothing of the folder, the time or the zone gets in where files are generated, linked, stripped and
-packed. Of the compiler it shows that for a part only: what was compiled before comes out of ccache, the same for both.
-So one file in SHARE, at least one, is compiled in both folders without the cache, by the commit's name others each
-time, and compared; that no source asks for the time is looked at in all of them. KELVO_SHARE=1 compiles all.
-Not shown, and not so: the same packages with ccache as without, because debug symbols then spell some folders
-otherwise (src/./files). Another machine or another compiler is not tried.
+The test shows that generating, linking, stripping and packing do not depend on folder, time and time zone. For
+compiling, it shows this only for a part of the files, because ccache returns most objects, the same for both builds. So
+the test compiles one of SHARE files, at least one, in both folders without the cache and compares the objects. The
+commit's name selects the files, so each commit selects others. KELVO_SHARE=1 compiles all files. A second test checks
+that no source uses the build time.
 
-Compared is with the packages of this build if nothing in the tree is changed, else with those of a third folder:
-a clone has what is committed and nothing else."""
+Packages with ccache and without ccache differ: the debug symbols write some folders in another way (src/./files). The
+test does not try another machine or another compiler.
+
+If the tree has no changes, the test compares with the packages of this build. Otherwise it compares two clones, because
+a clone has only the committed files."""
 
 import hashlib
 import json
@@ -40,7 +42,7 @@ def run(folder, *command):
 
 
 def clone_build(folder):
-    """Builds the tree's commit in the folder and gives where. The packages are in `out` there."""
+    """Builds the tree's commit in the folder. Returns the build folder. The packages are in the folder `out`."""
     output("git", "clone", "--quiet", "--no-local", "--depth=1", TREE.as_uri(), folder)
     run(folder, "scripts/package", "--out", "out", *(["--arch", "armhf"] if SYSROOT else []))
     return folder / "build" / ("arm" if SYSROOT else "check")
@@ -51,8 +53,8 @@ def share(files, commit):
         :max(1, len(files) // SHARE)]
 
 
-def compiled_anew(build, files):
-    """The object files' digests, from the compiler itself: its commands are listed without the cache."""
+def compiled_without_cache(build, files):
+    """Compiles the files and returns the digests of the objects. compile_commands.json does not contain ccache."""
     found = {}
     for entry in json.loads((build / "compile_commands.json").read_text(encoding="utf-8")):
         words = shlex.split(entry["command"])
@@ -67,7 +69,7 @@ def compiled_anew(build, files):
 
 
 class ReproducibleTest(unittest.TestCase):
-    def test_another_folder_makes_the_same(self):
+    def test_another_folder_gives_the_same_packages(self):
         is_changed = output("git", "-C", TREE, "status", "--porcelain", "--untracked-files=no")
         with tempfile.TemporaryDirectory() as folder:
             there = clone_build(Path(folder) / "a/place/farther/down")
@@ -79,11 +81,11 @@ class ReproducibleTest(unittest.TestCase):
             files = share([name for name in run(there, "ninja", "-t", "inputs", *SHIPPED).split()
                            if name.endswith(".o")], commit)
             self.assertTrue(files)
-            objects = compiled_anew(there, files)
+            objects = compiled_without_cache(there, files)
             self.assertEqual(sorted(objects), sorted(files))
-            self.assertEqual(compiled_anew(here, files), objects)
+            self.assertEqual(compiled_without_cache(here, files), objects)
 
-    def test_no_source_asks_for_the_time(self):
+    def test_no_source_uses_the_build_time(self):
         result = subprocess.run(["git", "-C", TREE, "grep", "-n", "-E", "__(DATE|TIME|TIMESTAMP)__", "--", "*.cpp",
                                  "*.h", "*.in"], check=False, capture_output=True, text=True)
         self.assertEqual((result.returncode, result.stdout), (1, ""))

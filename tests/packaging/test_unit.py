@@ -1,8 +1,8 @@
-"""What the unit forbids the service, against what the service does: there is no systemd here to try it.
+"""The service works within the restrictions of its systemd unit. The test does not need a running systemd.
 
-The service is started as its user would be, a farm is made, a file goes up and comes down: once with all its
-system calls looked at, and once behind the unit's own fence of calls and sockets, where what is forbidden fails.
-What is done all the same, and what systemd itself finds fault with, is named here with the reason."""
+The test starts the service as its user, makes a farm, and transfers a file in both directions: once with a trace of all
+system calls, and once with the unit's filter, which refuses forbidden calls and sockets. Two tables list the exceptions
+with their reasons: socket families that fail, and findings of `systemd-analyze security`."""
 
 import json
 import os
@@ -17,15 +17,15 @@ from kelvopackages.unit import Unit
 
 PASSWORD = "an operator's password"
 FAMILIES_THAT_FAIL = {
-    "AF_UNIX": "the C library asks for a cache of names first, and does without",
+    "AF_UNIX": "the C library first asks a name cache, and works without the cache",
 }
-# Settings that would close more, and why they are not set.
+# Restrictions that the unit does not set, and why.
 LEFT_OPEN = {
-    "RootDirectoryOrRootImage": "its libraries and the authorities are the machine's",
-    "RestrictAddressFamilies_AF_INET_INET6": "it is there for the network",
-    "PrivateNetwork": "it is there for the network",
-    "IPAddressDeny": "consoles come from wherever the mobile network puts them",
-    "DeviceAllow": "the clock, for reading: ProtectClock makes the entry",
+    "RootDirectoryOrRootImage": "the service uses the machine's libraries and certificate authorities",
+    "RestrictAddressFamilies_AF_INET_INET6": "the service needs the network",
+    "PrivateNetwork": "the service needs the network",
+    "IPAddressDeny": "consoles have any address of the mobile network",
+    "DeviceAllow": "ProtectClock adds this entry, to read the clock",
 }
 
 
@@ -44,7 +44,7 @@ class UnitTest(unittest.TestCase):
 
     @classmethod
     def command(cls, name):
-        """The service on a folder of its own, that folder, and who may work there."""
+        """The service's command line, its data folder, and the options that start it as its user."""
         data = cls.folder / name
         data.mkdir(0o700)
         options = {}
@@ -57,7 +57,7 @@ class UnitTest(unittest.TestCase):
 
     @classmethod
     def traced(cls):
-        """Every system call of a service that is worked with."""
+        """Every system call of the service during the work."""
         command, data, options = cls.command("traced")
         path = data / "trace"
         tracer = ["strace", "-f", "-I4", "-qq", "-s0", "-o", path]
@@ -67,7 +67,7 @@ class UnitTest(unittest.TestCase):
 
     @classmethod
     def work(cls, address, data):
-        """As the farm's people would: with the console and with kelvoctl, from where they were unpacked."""
+        """Uses the service with the unpacked console and kelvoctl, as a farm does."""
         environment = dict(os.environ, HOME=str(data.with_suffix(".home")), KELVOCTL_NEW_PASSWORD=PASSWORD,
                            KELVOCTL_PASSWORD=PASSWORD, KELVO_USER="olga", KELVO_PASSWORD=PASSWORD)
         to_service = ["--service", address, "--ca", data / "ca.pem"]
@@ -94,51 +94,51 @@ class UnitTest(unittest.TestCase):
         ctl("rm", number)
         assert (data.with_suffix(".again.zip")).read_bytes() == file.read_bytes()
 
-    def test_systemd_takes_it(self):
+    def test_systemd_accepts_the_unit(self):
         copy = self.folder / "kelvo-service.service"
         copy.write_text(self.unit.path.read_text(encoding="utf-8").replace("/usr/bin/", f"{self.root}/usr/bin/"),
                         encoding="utf-8")
         result = ended(["systemd-analyze", "verify", "--man=no", copy])
         self.assertEqual((result.returncode, result.stderr), (0, ""))
 
-    def test_it_leaves_nothing_open_without_a_reason(self):
+    def test_each_missing_restriction_has_a_reason(self):
         found = json.loads(output("systemd-analyze", "security", "--offline=true", "--json=short", self.unit.path))
         self.assertGreater(len(found), 50)
-        # A finding without a number does not apply.
+        # A finding without a number does not apply to this unit.
         self.assertEqual({row["json_field"] for row in found if not row["set"] and float(row["exposure"] or 0) > 0},
                          set(LEFT_OPEN))
 
-    def test_the_service_makes_no_call_that_is_forbidden(self):
+    def test_the_service_makes_no_forbidden_system_call(self):
         self.assertGreater(len(self.unit.calls), 100)
         made = {match[1] for line in self.trace if (match := re.match(r"\d+ +(\w+)\(", line))}
         self.assertIn("accept4" if "accept4" in made else "accept", made)
         self.assertEqual(made - self.unit.calls, set())
 
-    def test_it_opens_no_socket_of_another_family(self):
+    def test_the_service_opens_no_socket_of_a_forbidden_family(self):
         made = {match[1] for line in self.trace if (match := re.search(r"\bsocket\((AF_\w+)", line))}
         self.assertIn("AF_INET", made)
         self.assertEqual(made - self.unit.families, set(FAMILIES_THAT_FAIL))
 
-    def test_it_works_where_that_fails(self):
+    def test_the_service_works_with_the_filter(self):
         command, data, options = self.command("fenced")
         log = self.folder / "log.fenced"
-        with Listening(command, log, preexec_fn=self.unit.fence(), **options) as service:
+        with Listening(command, log, preexec_fn=self.unit.filter(), **options) as service:
             status = Path(f"/proc/{service.process.pid}/status").read_text(encoding="ascii")
             self.assertRegex(status, r"(?m)^Seccomp:\t2$")
             self.work(service.address, data)
         self.assertEqual(service.status, 0, log.read_text(encoding="utf-8"))
 
-    def test_the_fence_holds(self):
-        """Else the test before would show nothing."""
+    def test_the_filter_refuses_forbidden_calls(self):
+        """Without this, the test of the service with the filter would show nothing."""
         script = ("import os, socket\n"
                   "for do in (lambda: os.sched_setscheduler(0, os.SCHED_OTHER, os.sched_param(0)), os.sync,\n"
                   "           lambda: os.chroot('/'), lambda: socket.socket(socket.AF_NETLINK, socket.SOCK_RAW)):\n"
                   "    try: do(); print('done')\n"
                   "    except OSError as error: print(error.errno)\n")
-        result = ended(["/usr/bin/python3", "-c", script], preexec_fn=self.unit.fence())
+        result = ended(["/usr/bin/python3", "-c", script], preexec_fn=self.unit.filter())
         self.assertEqual(result.stdout.split(), ["1", "done", "1", "97"], result.stderr)
 
-    def test_it_makes_no_memory_executable(self):
+    def test_the_service_makes_no_memory_executable(self):
         self.assertEqual(self.unit.settings["MemoryDenyWriteExecute"], "yes")
         self.assertEqual([line for line in self.trace if re.search(r" (mprotect|pkey_mprotect)\(.*PROT_EXEC", line)
                           or re.search(r" mmap\(.*PROT_WRITE\|PROT_EXEC", line)], [])

@@ -1,1 +1,1 @@
-"""What the tests of the packages share."""
+"""Shared by the tests of the packages."""

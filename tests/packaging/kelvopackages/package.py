@@ -1,4 +1,4 @@
-"""A Debian package as a file: its fields, its members, what is in it."""
+"""A Debian package file: its fields and its members."""
 
 import os
 import re
@@ -24,7 +24,7 @@ class Package:
         self.name = self.fields["Package"]
 
     def relations(self, field="Depends"):
-        """Package name to the version from which on, or None."""
+        """{package name: lowest version or None}"""
         found = {}
         for relation in filter(None, self.fields.get(field, "").split(", ")):
             match = re.fullmatch(r"(\S+)(?: \((>=|=) (\S+)\))?", relation)
@@ -37,23 +37,23 @@ class Package:
                 return list(archive)
 
     def digests(self):
-        """Its own list: MD5 of every file, by the path below the system's root."""
+        """{path below the system's root: MD5}, from the package's own list."""
         text = output("dpkg-deb", "--info", self.path, "md5sums")
         return dict(reversed(row.split("  ")) for row in text.splitlines())
 
     def extract(self, folder):
-        """Its files below the folder, and its scripts in DEBIAN there."""
+        """Extracts the files into the folder, and the scripts into its folder DEBIAN."""
         output("dpkg-deb", "--raw-extract", self.path, folder)
         return Path(folder)
 
 
 def packages():
-    """All but those with debug symbols, by name."""
+    """{name: package}, without the packages of debug symbols."""
     return {package.name: package for package in map(Package, sorted(FOLDER.glob("*.deb")))}
 
 
 def architecture():
-    """The one for which there are programs; some packages are for all."""
+    """The architecture of the programs. Packages for all architectures do not count."""
     one, = {package.fields["Architecture"] for package in packages().values()} - {"all"}
     return one
 

@@ -1,16 +1,16 @@
-"""The service as a process, until it says where it listens."""
+"""The service as a process."""
 
 import os
 import signal
 import subprocess
 import threading
 
-GUARD_SECONDS = 1500  # only ends what hangs
+GUARD_SECONDS = 1500  # ends a program that hangs
 UNPRIVILEGED = 65534
 
 
 def ended(command, **options):
-    """Runs it to its end, whatever that is. Both outputs as text. Nothing reads what is the caller's to read."""
+    """Runs the command until it ends, with any exit status. Both outputs are text. Without `input`, stdin is empty."""
     if "input" not in options:
         options["stdin"] = subprocess.DEVNULL
     return subprocess.run([str(word) for word in command], capture_output=True, text=True, check=False,
@@ -18,7 +18,7 @@ def ended(command, **options):
 
 
 class Listening:
-    """A running service; `address` is its API's. Leaving the context stops it."""
+    """A running service. `address` is the address of its API. Leaving the context stops the service."""
 
     def __init__(self, command, log, **options):
         with open(log, "ab") as errors:
@@ -33,14 +33,14 @@ class Listening:
             self.process.kill()
             self.process.wait()
             with open(log, encoding="utf-8") as errors:
-                raise AssertionError(f"it said {line!r} instead of its addresses: {errors.read()}")
+                raise AssertionError(f"the first line is {line!r} instead of the addresses: {errors.read()}")
         self.address = line.split("https://")[1].split(",")[0]
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
-        # The whole group: a tracer may stand before the service itself.
+        # Signals the process group, because the first process may be a tracer.
         os.killpg(self.process.pid, signal.SIGTERM)
         self.status = self.process.wait(GUARD_SECONDS)
         self.process.stdout.close()

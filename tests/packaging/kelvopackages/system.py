@@ -1,5 +1,5 @@
-"""A Debian system that has nothing but itself: a folder that is changed into, without systemd and without a
-network. Wants root. One of another architecture runs in the emulator."""
+"""A minimal Debian system in a folder, entered by chroot, without systemd and without a network. Needs root. A system
+of another architecture runs in the emulator."""
 
 import shutil
 from pathlib import Path
@@ -7,14 +7,14 @@ from pathlib import Path
 from kelvopackages.package import TREE, architecture, output
 from kelvopackages.process import ended
 
-# Mounts that go away with the process.
+# The mounts end with the process.
 ENTER = ["unshare", "--mount", "sh", "-c",
          'for f in proc dev; do mount --rbind "/$f" "$0/$f"; done && exec chroot "$@"']
 
 
 class System:
     def __init__(self, folder, packages):
-        """In an empty folder; `packages` are those that will be installed, by name. What they depend on can be."""
+        """Unpacks the system into an empty folder. apt can then install `packages` and their dependencies."""
         self.packages = packages
         self.root = Path(folder)
         built_for = architecture()
@@ -27,7 +27,7 @@ class System:
             shutil.copy(package.path, self.root / "packages")
 
     def entering(self, *command, user=None):
-        """The words that run a command inside."""
+        """The command line that runs a command inside the system."""
         emulated = [TREE / "scripts/with-qemu-arm"] if self.is_emulated else []
         as_user = [f"--userspec={user}:{user}"] if user else []
         return [*emulated, *ENTER, self.root, *as_user, self.root, *command]

@@ -1,5 +1,5 @@
-"""A unit of systemd, and a part of its fence put around a process without systemd: the system calls and the
-families of sockets, refused by the kernel as they would be there."""
+"""A systemd unit. Applies a part of its restrictions to a process without systemd: the kernel refuses the same system
+calls and socket families."""
 
 import configparser
 import ctypes
@@ -9,16 +9,16 @@ import subprocess
 
 from kelvopackages.package import output
 
-# As linux/prctl.h, linux/bpf_common.h and linux/seccomp.h have them.
+# From linux/prctl.h, linux/bpf_common.h and linux/seccomp.h.
 PR_SET_NO_NEW_PRIVS, PR_SET_SECCOMP, SECCOMP_MODE_FILTER = 38, 22, 2
-LOAD, EQUAL, RETURN = 0x20, 0x15, 0x06  # a word of the call's description; jump on a constant; end
-NUMBER, FIRST_ARGUMENT = 0, 16  # where they are in the description, on little-endian machines
+LOAD, EQUAL, RETURN = 0x20, 0x15, 0x06  # load a word of seccomp_data; compare with a constant and jump; return
+NUMBER, FIRST_ARGUMENT = 0, 16  # offsets in seccomp_data on little-endian machines
 ALLOW, REFUSE = 0x7FFF0000, 0x00050000
 EPERM, EAFNOSUPPORT = 1, 97
 
 
 def calls_of(names):
-    """The system calls of a list as SystemCallFilter takes it."""
+    """The system calls of a list in the format of SystemCallFilter."""
     found = set()
     for name in names:
         if not name.startswith("@"):
@@ -30,7 +30,7 @@ def calls_of(names):
 
 
 def numbers():
-    """This machine's number of every system call, as its headers have them."""
+    """{name: number} of every system call, from this machine's headers."""
     text = subprocess.run(["cc", "-E", "-dM", "-include", "sys/syscall.h", "-"], input="", check=True,
                           capture_output=True, text=True).stdout
     return {name: int(number) for name, number in re.findall(r"^#define __NR_(\w+) (\d+)$", text, re.MULTILINE)}
@@ -49,9 +49,9 @@ class Unit:
         self.calls -= calls_of(name for sign, names in lists if sign for name in names.split())
         self.families = set(self.settings["RestrictAddressFamilies"].split())
 
-    def fence(self):
-        """What a process calls before it becomes the service; no way leads back. Made beforehand, because little
-        may be done between fork and exec."""
+    def filter(self):
+        """Returns a function that a process calls between fork and exec to restrict itself permanently. The filter is
+        made here, because few calls are safe between fork and exec."""
         table = numbers()
         families = [number for name, number in {"AF_UNIX": 1, "AF_INET": 2, "AF_INET6": 10, "AF_NETLINK": 16}.items()
                     if name in self.families]
@@ -71,7 +71,7 @@ class Unit:
 
 
 def _filter(allowed, socket, families):
-    """The kernel's program for the calls that are allowed, and for `socket` the families."""
+    """The kernel's filter program: allows these calls, and `socket` only for these families."""
     def step(code, value, jump_if_equal=0, jump_if_not=0):
         return struct.pack("HBBI", code, jump_if_equal, jump_if_not, value)
 
