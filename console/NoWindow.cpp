@@ -1,4 +1,4 @@
-// Stands in for the window in a build without Qt Widgets.
+// Replaces console/window in a build without Qt Widgets.
 #include "console/window/WindowRun.h"
 
 #include <QtGui/QGuiApplication>

@@ -16,8 +16,8 @@
 
 namespace {
 
-// The operator's password is in the memory that a core file shows. The hard limit stays, so that
-// `prlimit --core=unlimited --pid` brings the files back for an examination.
+// A core file would contain the operator's password. Only the soft limit is lowered:
+// `prlimit --core=unlimited --pid` allows core files again for an examination.
 void LeaveNoCoreFile()
 {
     rlimit limit = {};
@@ -33,7 +33,7 @@ int Refuse(const QString& text)
     return console::eExitUsage;
 }
 
-// A window that nobody sees would run for ever.
+// Without a display the operator could not close the window.
 bool HasDisplay()
 {
     const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
@@ -44,7 +44,8 @@ bool HasDisplay()
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
-// Which application object is made has to be known before there is one to read the options with.
+// The options choose the class of the application object, and QCommandLineParser needs that object.
+// So the few options that matter are read here.
 bool AsksForWindow(const QStringList& arguments)
 {
     for (const char* const other : {"--headless", "--help", "-h", "--version", "-v"}) {
@@ -78,11 +79,12 @@ int Run(const QStringList& arguments, bool canOpenWindow)
         return console::RunHeadless(settings);
     }
     if (!canOpenWindow) {
-        return Refuse(console::HasWindow()
-                          ? QStringLiteral("There is no display to open the window on; --headless "
-                                           "does without.")
-                          : QStringLiteral("This console was built without a window: start it with "
-                                           "--headless."));
+        return Refuse(
+            console::HasWindow()
+                ? QStringLiteral("There is no display for the window. Start the console with "
+                                 "--headless.")
+                : QStringLiteral("This console was built without a window. Start it with "
+                                 "--headless."));
     }
     return console::RunWindow(settings);
 }
@@ -92,8 +94,8 @@ int Run(const QStringList& arguments, bool canOpenWindow)
 int main(int argc, char* argv[])
 {
     LeaveNoCoreFile();
-    std::signal(SIGPIPE, SIG_IGN); // a reader that went away must not end the plug-in
-    // Qt would take some of our options for its own.
+    std::signal(SIGPIPE, SIG_IGN); // a closed pipe or socket must not end the console
+    // The application object gets no options: Qt would take some of them for its own.
     QStringList arguments;
     for (int i = 0; i < argc; ++i) {
         arguments << QString::fromLocal8Bit(argv[i]);

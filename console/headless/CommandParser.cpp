@@ -1,4 +1,3 @@
-// The console's commands, as they are written.
 #include "console/headless/CommandParser.h"
 
 #include <array>
@@ -22,11 +21,11 @@ struct TVerbRow
 
 const std::array<TVerbRow, 11> verbTable = {{
     {EVerb::eLogin, QLatin1String("login"), EArguments::eNothing, true, QLatin1String("login [&]"),
-     QLatin1String("log in; ends with all lists there, or the inboxes set up")},
+     QLatin1String("log in; ends when all lists have come or the inboxes are set up")},
     {EVerb::eLogout, QLatin1String("logout"), EArguments::eNothing, true,
      QLatin1String("logout [&]"), QLatin1String("log out")},
     {EVerb::eList, QLatin1String("list"), EArguments::eKind, false, QLatin1String("list KIND"),
-     QLatin1String("the files that the service last told of")},
+     QLatin1String("print the last list of files from the service")},
     {EVerb::eUpload, QLatin1String("upload"), EArguments::eKindAndNames, true,
      QLatin1String("upload KIND NAME... [&]"), QLatin1String("send files of the upload folder")},
     {EVerb::eDownload, QLatin1String("download"), EArguments::eKindAndNames, true,
@@ -34,20 +33,20 @@ const std::array<TVerbRow, 11> verbTable = {{
     {EVerb::eDelete, QLatin1String("delete"), EArguments::eKindAndNames, true,
      QLatin1String("delete KIND NAME... [&]"), QLatin1String("delete files on the service")},
     {EVerb::eCancel, QLatin1String("cancel"), EArguments::eNothing, false, QLatin1String("cancel"),
-     QLatin1String("cancel what runs, before its next file")},
+     QLatin1String("cancel the running operation before its next file")},
     {EVerb::eWait, QLatin1String("wait"), EArguments::eSignals, false,
      QLatin1String("wait [SIGNAL...]"),
      QLatin1String(
-         "until the command started with & has ended, or each signal has come since then")},
+         "wait for the end of the command started with &, or for each signal since its start")},
     {EVerb::eStatus, QLatin1String("status"), EArguments::eNothing, false, QLatin1String("status"),
-     QLatin1String("the hub's flags")},
+     QLatin1String("print the hub's flags")},
     {EVerb::ePosition, QLatin1String("position"), EArguments::eNothing, false,
-     QLatin1String("position"), QLatin1String("the last fix, its quality and its age")},
+     QLatin1String("position"), QLatin1String("print the last fix, its quality and its age")},
     {EVerb::eQuit, QLatin1String("quit"), EArguments::eNothing, false, QLatin1String("quit"),
-     QLatin1String("end the console, as the end of the script does")},
+     QLatin1String("end the console; the end of the script does the same")},
 }};
 
-// By the values of EKelvoProjects.
+// The index is the value of EKelvoProjects.
 const std::array<QLatin1String, KELVO_PROJECT_COUNT> kindNames = {{
     QLatin1String("maps"),
     QLatin1String("reports"),
@@ -58,11 +57,12 @@ const std::array<QLatin1String, KELVO_PROJECT_COUNT> kindNames = {{
     QLatin1String("projectlines"),
 }};
 
-// Reads a line word by word. A quoted part (single or double quotes, no escapes) is taken as it is.
+// Splits a line into words. Text in single or double quotes is taken unchanged; there are no
+// escapes.
 class TWords
 {
 public:
-    // False if a quote is left open.
+    // False if a quote is not closed.
     bool Split(const QString& line)
     {
         for (const QChar character : line) {
@@ -103,7 +103,7 @@ private:
         if (!m_isInWord) {
             return;
         }
-        if (endsInAmpersand) { // was not the last one
+        if (endsInAmpersand) { // this "&" was not the last word
             words << QStringLiteral("&");
         }
         endsInAmpersand = !m_isQuoted && m_word == QLatin1String("&");

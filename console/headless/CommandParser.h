@@ -1,4 +1,4 @@
-// The console's commands, as they are written.
+// Parses the commands of the headless console.
 #pragma once
 
 #include "console/session/HubEvent.h"
@@ -33,17 +33,17 @@ struct TCommand
     EKelvoProjects project = ePrescriptionMaps;
     QStringList fileNames;
     QList<EHubSignal> signalsToAwait;
-    bool isBackground = false; // do not wait for its end
+    bool isBackground = false; // ended with &: the next command does not wait
 };
 
-// The command in a line. False if there is something wrong with it; `errorText` says what.
+// Parses a line. If the line is faulty, it returns false and `errorText` holds the reason.
 bool ParseCommand(const QString& line, TCommand& command, QString& errorText);
 
 QString VerbName(EVerb verb);
-// What the kinds of data are called in commands and in output.
+// The name of a project in commands and in output, such as "maps".
 QString KindName(int project);
 QStringList KindNames();
-// A line a command.
+// The usage and the meaning of each command, one line for each.
 QString CommandHelp();
 
 } // namespace console

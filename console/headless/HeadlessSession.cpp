@@ -1,4 +1,3 @@
-// A run of the console without screens, from the plug-in's start to its end.
 #include "console/headless/HeadlessSession.h"
 
 #include "console/headless/CommandParser.h"
@@ -32,8 +31,8 @@ void Print(const QByteArray& line)
     std::fflush(stdout);
 }
 
-// The lines of a script file, nothing for the standard input. False if one of them is faulty: then
-// none is to be run.
+// Reads the lines of a script file; the standard input gives no lines here. If a line is faulty,
+// the result is false, and no line of the script must run.
 bool ReadScript(const QString& path, std::optional<QStringList>& lines, QString& errorText)
 {
     if (path == QLatin1String("-")) {
@@ -56,7 +55,8 @@ bool ReadScript(const QString& path, std::optional<QStringList>& lines, QString&
     return true;
 }
 
-// Blocks until the worker of a session that has just been started is ready. False if it fails.
+// Call it directly after TPluginSession::Start(). Blocks until the worker is ready; false if the
+// worker fails.
 bool WaitForWorker(const console::TPluginSession& session)
 {
     QEventLoop loop;
@@ -87,7 +87,7 @@ int RunScript(console::TPluginSession& session, const std::optional<QStringList>
     QString errorText;
     if (!session.Listen([&runner](const console::THubEvent& event) { runner.OnHubEvent(event); },
                         errorText)) {
-        return console::Complain(errorText, console::eExitPlugin);
+        return console::PrintError(errorText, console::eExitPlugin);
     }
     session.StartSource(settings.gps);
 
@@ -103,7 +103,7 @@ int RunScript(console::TPluginSession& session, const std::optional<QStringList>
             [&runner] { runner.AddEnd(); });
     }
     const int exitStatus = RunUntilStopped();
-    session.Stop(); // while the runner and the output exist
+    session.Stop(); // the runner and the output must still exist
     return exitStatus;
 }
 
@@ -116,7 +116,7 @@ int RunHeadless(const TConsoleSettings& settings)
     QString errorText;
     std::optional<QStringList> script;
     if (!ReadScript(settings.scriptFile, script, errorText)) {
-        return Complain(errorText, eExitUsage);
+        return PrintError(errorText, eExitUsage);
     }
     if (const int exitStatus = SetUpSession(settings)) {
         return exitStatus;
@@ -125,12 +125,12 @@ int RunHeadless(const TConsoleSettings& settings)
 
     TPluginSession session;
     if (!session.Start(settings.pluginPath, nullptr, errorText)) {
-        return Complain(errorText, eExitPlugin);
+        return PrintError(errorText, eExitPlugin);
     }
     if (!WaitForWorker(session)) {
-        return Complain(QStringLiteral("The plug-in does not take requests; is the service's "
-                                       "address usable?"),
-                        eExitPlugin);
+        return PrintError(QStringLiteral("The plug-in does not take requests; is the service's "
+                                         "address valid?"),
+                          eExitPlugin);
     }
     return RunScript(session, script, settings);
 }

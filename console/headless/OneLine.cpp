@@ -1,4 +1,3 @@
-// Keeps texts on one line of output.
 #include "console/headless/OneLine.h"
 
 namespace console {

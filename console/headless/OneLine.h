@@ -1,4 +1,4 @@
-// Keeps texts on one line of output.
+// Writes texts on one line of output.
 #pragma once
 
 #include "core/KelvoRecords.h"
@@ -7,7 +7,7 @@
 
 namespace console {
 
-// `text` with backslashes and everything that would break or colour a line written as an escape.
+// `text` with escapes for backslashes, line breaks and control characters.
 QString OneLine(const QString& text);
 
 // "2 errors: first.zip: why; second.zip: why"

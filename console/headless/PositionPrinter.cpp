@@ -1,4 +1,3 @@
-// The lines that the headless console prints about the position.
 #include "console/headless/PositionPrinter.h"
 
 #include <QtCore/QJsonDocument>
@@ -12,7 +11,7 @@ namespace {
 
 using console::TPositionState;
 
-// Each in the order of its enumeration.
+// Each array is in the order of its enumeration.
 const std::array<QLatin1String, 3> stateNames = {
     {QLatin1String("none"), QLatin1String("fix"), QLatin1String("lost")}};
 const std::array<QLatin1String, 4> sourceNames = {

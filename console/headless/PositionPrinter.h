@@ -8,12 +8,15 @@
 
 namespace console {
 
-// "position {...}": state ("none", "fix", "lost"), source ("off", "connecting", "running",
-// "ended"), gained and lost (how often), faulty (sentences); with or after a fix also latitude and
-// longitude (degrees), time (hhmmss.ss of the receiver), quality and ageMs; without one the reason
-// of the loss.
+// "position {...}" with these members:
+//   state           "none", "fix" or "lost"
+//   source          "off", "connecting", "running" or "ended"
+//   gained, lost    how often the fix was gained and lost
+//   faulty          number of faulty sentences
+// If there was a fix, also latitude and longitude (degrees), time (hhmmss.ss of the receiver),
+// quality and ageMs. If the fix is lost, also the reason.
 QByteArray PositionLine(const TPositionState& state);
-// The same, with what has changed: "fix", "gained", "lost", "source".
+// The same line with the member change: "fix", "gained", "lost" or "source".
 QByteArray PositionLine(const TPositionEvent& event);
 
 bool IsShown(const TPositionEvent& event, EShownPositions shown);

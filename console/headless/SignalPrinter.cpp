@@ -1,4 +1,3 @@
-// The lines that the headless console prints about the hub.
 #include "console/headless/SignalPrinter.h"
 
 #include "console/headless/CommandParser.h"

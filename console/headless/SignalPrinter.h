@@ -9,7 +9,7 @@ class TKelvoInterface;
 
 namespace console {
 
-// "signal NAME {ARGUMENTS}": the arguments as JSON, so that no text breaks the line.
+// "signal NAME {ARGUMENTS}". The arguments are JSON, so that no text breaks the line.
 QByteArray SignalLine(const THubEvent& event);
 
 // "list {"files":[{"id":..,"name":..}],"project":KIND}"

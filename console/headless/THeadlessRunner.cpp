@@ -1,4 +1,3 @@
-// Runs the commands of a script on the plug-in's hub.
 #include "console/headless/THeadlessRunner.h"
 
 #include "console/headless/SignalPrinter.h"
@@ -16,8 +15,8 @@ constexpr int exitUsage = 2;
 
 namespace console {
 
-THeadlessRunner::THeadlessRunner(TKelvoInterface& hub, TRunnerSeams seams, int timeoutMs)
-    : m_hub(hub), m_seams(std::move(seams))
+THeadlessRunner::THeadlessRunner(TKelvoInterface& hub, TRunnerCallbacks callbacks, int timeoutMs)
+    : m_hub(hub), m_callbacks(std::move(callbacks))
 {
     m_timeout.setSingleShot(true);
     m_timeout.setInterval(timeoutMs);
@@ -38,25 +37,25 @@ void THeadlessRunner::AddEnd()
 
 void THeadlessRunner::OnHubEvent(const THubEvent& event)
 {
-    m_seams.print(SignalLine(event));
+    m_callbacks.print(SignalLine(event));
     ++m_unseenSignals[static_cast<std::size_t>(event.signal)];
-    if (!IsEndOfForgotten(event) && m_operation) {
+    if (!IsEndOfTimedOut(event) && m_operation) {
         m_operation->Follow(event);
     }
-    // Not from within the hub's emission: further signals may belong to the same report.
+    // Not directly from the hub's signal: further signals may belong to the same report.
     if (!m_isProgressPosted) {
         m_isProgressPosted = true;
         QTimer::singleShot(0, this, &THeadlessRunner::OnProgress);
     }
 }
 
-// The worker does one thing after the other: the end of what it was told first comes first.
-bool THeadlessRunner::IsEndOfForgotten(const THubEvent& event)
+// The worker runs its operations in the order of the requests: the first request ends first.
+bool THeadlessRunner::IsEndOfTimedOut(const THubEvent& event)
 {
-    for (auto operation = m_forgotten.begin(); operation != m_forgotten.end(); ++operation) {
+    for (auto operation = m_timedOut.begin(); operation != m_timedOut.end(); ++operation) {
         operation->Follow(event);
         if (operation->HasEnded()) {
-            m_forgotten.erase(operation);
+            m_timedOut.erase(operation);
             return true;
         }
     }
@@ -107,7 +106,8 @@ void THeadlessRunner::Run(const TCommand& command)
         BeginOperation(command);
         break;
     case EVerb::eList:
-        m_seams.print(ListLine(command.project, m_hub.GetKelvoProjectFilesList(command.project)));
+        m_callbacks.print(
+            ListLine(command.project, m_hub.GetKelvoProjectFilesList(command.project)));
         Succeed(command.verb);
         break;
     case EVerb::eCancel:
@@ -118,11 +118,11 @@ void THeadlessRunner::Run(const TCommand& command)
         BeginWait(command);
         break;
     case EVerb::eStatus:
-        m_seams.print(StatusLine(m_hub));
+        m_callbacks.print(StatusLine(m_hub));
         Succeed(command.verb);
         break;
     case EVerb::ePosition:
-        m_seams.print(m_seams.positionLine());
+        m_callbacks.print(m_callbacks.positionLine());
         Succeed(command.verb);
         break;
     case EVerb::eQuit:
@@ -132,7 +132,7 @@ void THeadlessRunner::Run(const TCommand& command)
     }
 }
 
-// One at a time, as the screens have it: they are busy while the hub is.
+// One operation at a time, as on the screens.
 void THeadlessRunner::BeginOperation(const TCommand& command)
 {
     if (m_operation || m_hub.IsKelvoFileOperationInProgress()) {
@@ -142,7 +142,7 @@ void THeadlessRunner::BeginOperation(const TCommand& command)
     m_unseenSignals = {};
     m_operation.emplace(command, m_hub.IsKelvoLoggedIn());
     if (command.isBackground) {
-        m_seams.print("started " + VerbName(command.verb).toUtf8());
+        m_callbacks.print("started " + VerbName(command.verb).toUtf8());
     } else {
         WaitFor(EWaiting::eOperation);
     }
@@ -185,7 +185,7 @@ void THeadlessRunner::BeginWait(const TCommand& command)
     OnProgress();
 }
 
-// Each wait uses up the signals it was for, so that the next one waits for the next ones.
+// Each `wait` uses up its signals: the next `wait` waits for new signals.
 bool THeadlessRunner::HaveAwaitedSignalsCome()
 {
     auto unseen = m_unseenSignals;
@@ -227,7 +227,7 @@ void THeadlessRunner::OnProgress()
 
 void THeadlessRunner::OnTimeout()
 {
-    OnProgress(); // what has come by now came in time
+    OnProgress(); // signals that have come until now came in time
     if (m_waiting == EWaiting::eNot) {
         return;
     }
@@ -235,7 +235,7 @@ void THeadlessRunner::OnTimeout()
     if (m_waiting == EWaiting::eOperation) {
         Fail(m_operation->Verb(), after + QLatin1String(": ") + m_operation->Missing());
         if (m_operation->IsOnFiles()) {
-            m_forgotten.push_back(*m_operation);
+            m_timedOut.push_back(*m_operation);
         }
         m_operation.reset();
     } else {
@@ -257,23 +257,23 @@ void THeadlessRunner::WaitFor(EWaiting waiting)
 
 void THeadlessRunner::Succeed(EVerb verb)
 {
-    m_seams.print("ok " + VerbName(verb).toUtf8());
+    m_callbacks.print("ok " + VerbName(verb).toUtf8());
 }
 
 void THeadlessRunner::Fail(EVerb verb, const QString& reason)
 {
     m_exitStatus = std::max(m_exitStatus, exitFailed);
     const QString command = verb == EVerb::eNone ? QStringLiteral("line") : VerbName(verb);
-    m_seams.print("FAILED " + command.toUtf8() + ": " + reason.toUtf8());
+    m_callbacks.print("FAILED " + command.toUtf8() + ": " + reason.toUtf8());
 }
 
 void THeadlessRunner::Finish()
 {
     m_isFinished = true;
     if (m_operation) {
-        Fail(m_operation->Verb(), QStringLiteral("abandoned at the end of the script"));
+        Fail(m_operation->Verb(), QStringLiteral("not finished at the end of the script"));
     }
-    m_seams.finished(m_exitStatus);
+    m_callbacks.finished(m_exitStatus);
 }
 
 } // namespace console

@@ -18,19 +18,20 @@ class TKelvoInterface;
 
 namespace console {
 
-// What the runner asks of its surroundings.
-struct TRunnerSeams
+// The functions that the runner calls.
+struct TRunnerCallbacks
 {
     std::function<void(const QByteArray& line)> print;
     std::function<void(int exitStatus)> finished; // called once
-    std::function<QByteArray()> positionLine;     // what is to be printed about the position
+    std::function<QByteArray()> positionLine;     // the line of the command `position`
 };
 
-// Takes commands one after the other, waits as long as each wants, and prints a line for every
-// signal and for every command's result.
+// Runs the commands one after the other and waits for the end of each command. Prints a line for
+// each signal and for each command's result.
 //
-// Thread: main. Ownership: the hub is the plug-in's and must outlive the runner. Errors: a command
-// that fails is printed and makes the exit status 1, a faulty line 2; the next command still runs.
+// Thread: main. Ownership: the plug-in owns the hub, which must outlive the runner. Errors: the
+// runner prints a failed command and runs the next command. A failed command makes the exit status
+// 1, a faulty line makes it 2.
 //
 //                 ┌────────────── ended, timed out ──────────────┐
 //   idle → command → done at once → idle                         │
@@ -42,18 +43,18 @@ class THeadlessRunner : public QObject
     Q_OBJECT
 
 public:
-    THeadlessRunner(TKelvoInterface& hub, TRunnerSeams seams, int timeoutMs);
+    THeadlessRunner(TKelvoInterface& hub, TRunnerCallbacks callbacks, int timeoutMs);
 
-    // A command to be run when those before it are done.
+    // Adds a command. It runs when the commands before it are done.
     void AddLine(const QString& line);
-    // No further lines come: ends when all are done.
+    // No more lines follow: the runner finishes when all commands are done.
     void AddEnd();
     void OnHubEvent(const THubEvent& event);
 
 private:
     enum class EWaiting : std::uint8_t { eNot, eOperation, eForOperation, eForSignals };
 
-    bool IsEndOfForgotten(const THubEvent& event);
+    bool IsEndOfTimedOut(const THubEvent& event);
     void RunNextSoon();
     void RunNext();
     void Run(const TCommand& command);
@@ -69,13 +70,13 @@ private:
     void Finish();
 
     TKelvoInterface& m_hub;
-    TRunnerSeams m_seams;
+    TRunnerCallbacks m_callbacks;
     QTimer m_timeout;
     QQueue<QString> m_lines;
     std::optional<TOperation> m_operation;
-    // Timed out, while the worker goes on with them: their ends are still to come.
-    std::vector<TOperation> m_forgotten;
-    std::array<int, hubSignalCount> m_unseenSignals = {}; // emitted, and not yet waited for
+    // Operations that timed out and still run in the worker. The signals of their ends will come.
+    std::vector<TOperation> m_timedOut;
+    std::array<int, hubSignalCount> m_unseenSignals = {}; // signals that no `wait` has used
     QList<EHubSignal> m_awaitedSignals;
     EWaiting m_waiting = EWaiting::eNot;
     bool m_isProgressPosted = false;

@@ -1,4 +1,3 @@
-// Follows one of the plug-in's operations through the hub's signals.
 #include "console/headless/TOperation.h"
 
 #include "console/headless/OneLine.h"
@@ -10,7 +9,7 @@ namespace {
 using console::EHubSignal;
 using console::EVerb;
 
-// Job reports only go to the service; they are never listed.
+// The service lists no job reports: they are only uploaded.
 constexpr int listedProjectCount = KELVO_PROJECT_COUNT - 1;
 
 struct TCompletion
@@ -66,9 +65,9 @@ void TOperation::FollowLogin(const THubEvent& event)
             End(QString());
         }
     } else if (!m_isLoggedIn) {
-        return; // left over from an earlier session
+        return; // a signal of an earlier session
     } else if (event.signal == EHubSignal::eLoggedOut) {
-        End(QStringLiteral("the session ended at once"));
+        End(QStringLiteral("the session ended during the login"));
     } else if (event.signal == EHubSignal::eUserInboxSetupComplete) {
         End(event.errors.value_or(KelvoFileTransferErrorDetailsList()));
     } else if (event.signal == EHubSignal::eNewProjectFilesList) {

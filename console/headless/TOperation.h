@@ -1,4 +1,4 @@
-// Follows one of the plug-in's operations through the hub's signals.
+// Follows one operation of the plug-in by the hub's signals.
 #pragma once
 
 #include "console/headless/CommandParser.h"
@@ -9,7 +9,7 @@
 
 namespace console {
 
-// Knows from the signals when a login, a logout, a transfer or a deletion has ended, and how.
+// Finds the end of a login, logout, transfer or deletion in the signals, and its result.
 //
 //   login    → LoginFailed: failed
 //            → LoggedIn → a list of every kind but job reports: succeeded
@@ -20,19 +20,19 @@ namespace console {
 class TOperation
 {
 public:
-    // `wasLoggedIn`: a login is then complete as soon as the hub says so.
+    // `wasLoggedIn`: the hub was logged in at the request. A login then ends with LoggedIn.
     TOperation(const TCommand& command, bool wasLoggedIn);
 
     void Follow(const THubEvent& event);
 
     EVerb Verb() const { return m_verb; }
-    // A transfer or a deletion: each has an end of its own, however long it takes. (A login or
-    // logout that is asked for again is the same one.)
+    // Whether it is a transfer or a deletion. Each of these reports its own end, even after a
+    // timeout. A repeated login or logout shares the end of the first.
     bool IsOnFiles() const;
     bool HasEnded() const { return m_hasEnded; }
-    // Why it failed, on one line; empty if it has succeeded.
+    // The reason of the failure, on one line; empty after a success.
     QString Failure() const { return m_failure; }
-    // What it is still waiting for, on one line.
+    // The missing part of the end, on one line.
     QString Missing() const;
 
 private:

@@ -1,4 +1,3 @@
-// Prints what the position monitor tells.
 #include "console/headless/TPositionOutput.h"
 
 #include <utility>

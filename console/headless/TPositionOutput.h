@@ -1,4 +1,4 @@
-// Prints what the position monitor tells.
+// Prints the changes that the position monitor reports.
 #pragma once
 
 #include "console/headless/PositionPrinter.h"
@@ -12,19 +12,19 @@
 
 namespace console {
 
-// On its own thread, as a source must not wait for who reads our output. If nobody does, up to
-// maxPending lines wait; then fixes are dropped, and behind twice as many everything: later lines
-// hold the number of gains and losses.
+// Prints on its own thread, so that a source never waits for a slow reader of the output. At most
+// maxPending lines of fixes are queued; further fixes are dropped. At 2 * maxPending queued lines
+// every change is dropped. Later lines still hold the numbers of gains and losses.
 //
-// Thread: the one that makes it, which runs an event loop. Ownership: monitor and what `print`
-// needs must outlive it; the source must have ended before it does.
+// Thread: the thread that constructs it, which must run an event loop. Ownership: the monitor and
+// the objects that `print` uses must outlive it. The source must end before the destructor runs.
 class TPositionOutput : public QObject
 {
 public:
     using TPrint = std::function<void(const QByteArray& line)>;
 
     static constexpr int maxPending =
-        4096; // minutes of the quickest receivers, less than a megabyte
+        4096; // minutes of the fastest receivers, less than a megabyte
 
     TPositionOutput(const TPositionMonitor& monitor, EShownPositions shown, TPrint print);
 

@@ -1,4 +1,4 @@
-// The on-screen keyboard: Qt Virtual Keyboard's panel inside of a widget.
+// Puts the panel of Qt Virtual Keyboard into a widget.
 #include "console/keyboard/Keyboard.h"
 
 #include <QtCore/QByteArray>
@@ -23,7 +23,7 @@ Item {
 }
 )";
 
-// Its panel tells its height when it knows its width, which is when it is shown.
+// The panel knows its width, and so its height, only when it is shown.
 class TKeyboard : public QQuickWidget
 {
     Q_OBJECT
@@ -46,7 +46,7 @@ public Q_SLOTS:
 
 QWidget* MakeKeyboard(QWidget* parent)
 {
-    // Few things move on it, and a console need not have what OpenGL takes.
+    // The software renderer is fast enough here, and a console need not have OpenGL.
     QQuickWindow::setSceneGraphBackend(QSGRendererInterface::Software);
     auto keyboard = std::make_unique<TKeyboard>(parent);
     keyboard->setResizeMode(QQuickWidget::SizeRootObjectToView);
@@ -62,7 +62,7 @@ QWidget* MakeKeyboard(QWidget* parent)
     keyboard->hide();
     QObject::connect(QGuiApplication::inputMethod(), &QInputMethod::visibleChanged, keyboard.get(),
                      &TKeyboard::Arrange);
-    // The panel's signals are of QML's making.
+    // QML defines the panel's signals, so only their strings are known.
     QObject::connect(panel, SIGNAL(panelHeightChanged()), keyboard.get(), SLOT(Arrange()));
     return keyboard.release();
 }

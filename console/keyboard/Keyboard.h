@@ -1,12 +1,11 @@
-// What the on-screen keyboard's library exports.
+// The function of the on-screen keyboard's library.
 #pragma once
 
 class QWidget;
 
 extern "C" {
 
-// A keyboard that is as high as it wants to be at the width it is given, shows itself while a text
-// is edited, and is hidden otherwise; `parent` owns it. Null if the keyboard itself is not
-// installed. Main thread.
+// Creates the keyboard, which `parent` owns. Null if Qt Virtual Keyboard is not installed. The
+// keyboard computes its height from its width. It is visible while a text is edited. Main thread.
 __attribute__((visibility("default"))) QWidget* MakeKeyboard(QWidget* parent);
 }

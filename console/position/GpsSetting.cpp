@@ -1,4 +1,3 @@
-// Where positions come from, as `--gps` says it.
 #include "console/position/GpsSetting.h"
 
 #include "console/position/SerialPort.h"
@@ -9,7 +8,7 @@
 
 namespace {
 
-// The operator may have written the setting too.
+// The settings page shows these texts to the operator.
 struct TTexts
 {
     Q_DECLARE_TR_FUNCTIONS(GpsSetting)
@@ -41,7 +40,8 @@ bool ParseGpsd(const QString& address, console::TGpsSetting& setting, QString& e
     return true;
 }
 
-// A number behind the last "@", and what stands before it. An "@" without one belongs to the name.
+// Splits `text` at its last "@": sets `number` and returns the part before the "@". An "@" without
+// a number after it belongs to the name.
 QString TakeNumber(const QString& text, QString& number)
 {
     static const QRegularExpression form(QStringLiteral("^(.*)@(-?[0-9]+(?:\\.[0-9]+)?)$"),
@@ -87,7 +87,7 @@ bool ParseSerial(const QString& text, console::TGpsSetting& setting, QString& er
             errorText,
             TTexts::tr("%1 is no baud rate; there are %2.").arg(number, console::BaudRateNames()));
     }
-    setting.path = QFileInfo(device).absoluteFilePath(); // it may yet come to be
+    setting.path = QFileInfo(device).absoluteFilePath(); // the device may appear later
     return true;
 }
 
@@ -99,7 +99,7 @@ bool ParseGpsSetting(const QString& text, TGpsSetting& setting, QString& errorTe
 {
     setting = TGpsSetting();
     const int colon = text.indexOf(QLatin1Char(':'));
-    const QString kind = text.left(colon); // all of it without a colon
+    const QString kind = text.left(colon); // without a colon: the whole text
     const QString rest = colon < 0 ? QString() : text.mid(colon + 1);
     if (kind == QLatin1String("gpsd")) {
         return ParseGpsd(colon < 0 ? setting.host : rest, setting, errorText);

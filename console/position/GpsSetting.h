@@ -1,4 +1,4 @@
-// Where positions come from, as `--gps` says it.
+// The source of positions, as the option --gps gives it.
 #pragma once
 
 #include <QtCore/QString>
@@ -16,12 +16,12 @@ struct TGpsSetting
     std::uint16_t port = 2947;
     QString path; // of the log or the device; absolute
     double speed = 1.0;
-    // What NMEA 0183 says. Receivers that are faster are told by "@BAUD"; those on USB do not care.
+    // The rate of NMEA 0183. "@BAUD" sets another rate; receivers at USB ignore the rate.
     int baud = 4800;
 };
 
-// Reads "gpsd[:HOST[:PORT]]", "nmea:FILE[@SPEED]" or "serial:DEVICE[@BAUD]". False if it is none of
-// them or the log cannot be read; `errorText` says what is wrong.
+// Reads "gpsd[:HOST[:PORT]]", "nmea:FILE[@SPEED]" or "serial:DEVICE[@BAUD]". False if `text` has
+// another form or the log cannot be read; `errorText` holds the reason.
 bool ParseGpsSetting(const QString& text, TGpsSetting& setting, QString& errorText);
 
 } // namespace console

@@ -1,4 +1,3 @@
-// The log of the position sources.
 #include "console/position/PositionLog.h"
 
 Q_LOGGING_CATEGORY(lcPosition, "kelvo.position", QtInfoMsg)

@@ -1,4 +1,4 @@
-// What there is to show of the position.
+// The position as the console shows it.
 #pragma once
 
 #include "console/position/nmea/TFixJudge.h"
@@ -18,17 +18,17 @@ enum class EPositionState : std::uint8_t {
 
 enum class ESourceState : std::uint8_t {
     eOff,        // there is no source
-    eConnecting, // or waiting to try again, or for the first sentence
+    eConnecting, // also: before the next attempt, or before the first sentence
     eRunning,    // sentences come
-    eEnded,      // a log's end
+    eEnded,      // the end of a log
 };
 
 // Why there is no fix.
 enum class ELossReason : std::uint8_t {
     eNone,
-    eVoid,        // the receiver says so
-    eSilent,      // nothing that holds a fix came for too long
-    eSourceEnded, // the log's end, or the connection's
+    eVoid,        // the receiver reports that there is no fix
+    eSilent,      // no sentence confirmed the fix for TPositionFeed::silenceMs
+    eSourceEnded, // the log or the connection has ended
 };
 
 struct TPositionState
@@ -36,15 +36,15 @@ struct TPositionState
     EPositionState state = EPositionState::eNone;
     ESourceState source = ESourceState::eOff;
     ELossReason reason = ELossReason::eNone;
-    TReceivedFix fix;        // the last one; meaningless before the first
-    std::int64_t ageMs = -1; // since it was received; negative before the first
+    TReceivedFix fix;        // the last fix; no meaning before the first fix
+    std::int64_t ageMs = -1; // since the last fix was received; negative before the first fix
     std::uint64_t fixes = 0;
     int gained = 0; // changes to eFix, the first included
     int lost = 0;   // changes to eLost
     TNmeaCounts counts;
 };
 
-// What has just changed, and what is the case since.
+// A change and the state after the change.
 struct TPositionEvent
 {
     enum class EChange : std::uint8_t { eFix, eGained, eLost, eSource };

@@ -1,4 +1,3 @@
-// A serial port as the system has it.
 #include "console/position/SerialPort.h"
 
 #include <QtCore/QFile>
@@ -51,7 +50,7 @@ bool SetUp(int descriptor, speed_t speed)
     }
     ::cfmakeraw(&settings);
     settings.c_cflag &= ~static_cast<tcflag_t>(CSTOPB | CRTSCTS);
-    settings.c_cflag |= CLOCAL | CREAD; // a receiver has no modem lines
+    settings.c_cflag |= CLOCAL | CREAD; // receivers have no modem lines
     ::cfsetispeed(&settings, speed);
     ::cfsetospeed(&settings, speed);
     return ::tcsetattr(descriptor, TCSANOW, &settings) == 0;
@@ -93,7 +92,8 @@ int OpenSerialPort(const QString& path, int baud, QString& errorText)
         ::close(descriptor);
         return -1;
     }
-    ::ioctl(descriptor, TIOCEXCL); // only a courtesy: two readers would tear the sentences
+    ::ioctl(descriptor,
+            TIOCEXCL); // two readers would each get parts of the sentences; a failure does no harm
     ::tcflush(descriptor, TCIFLUSH);
     return descriptor;
 }

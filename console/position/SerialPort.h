@@ -1,4 +1,4 @@
-// A serial port as the system has it.
+// Opens serial ports.
 #pragma once
 
 #include <QtCore/QString>
@@ -6,12 +6,12 @@
 namespace console {
 
 bool IsBaudRate(int baud);
-// All of them, for messages.
+// All rates, for messages.
 QString BaudRateNames();
 
-// Opens a device for reading without blocking: 8 data bits, no parity, one stop bit, nothing
-// interpreted, for nobody else besides. What came before is dropped. Returns the descriptor, which
-// is the caller's; -1 if that fails, `errorText` says why.
+// Opens a device for reading without blocking: 8 data bits, no parity, one stop bit, raw bytes, for
+// this process only. Drops bytes that came earlier. Returns the descriptor, which the caller owns.
+// On a failure it returns -1 and `errorText` holds the reason.
 int OpenSerialPort(const QString& path, int baud, QString& errorText);
 
 } // namespace console

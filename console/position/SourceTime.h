@@ -1,5 +1,4 @@
-// Time as a position source sees it: injected, so that silences and speeds are tested without
-// waiting.
+// The clock and the timers of a position source. They are injected, so that tests need not wait.
 #pragma once
 
 #include <cstdint>
@@ -8,12 +7,12 @@
 
 namespace console {
 
-// Calls once, after a time. Thread: the one that made it, from its event loop.
+// Calls a function once after a delay. Thread: the thread that constructs it, from its event loop.
 class TSourceTimer
 {
 public:
     virtual ~TSourceTimer() = default;
-    // A running one begins anew.
+    // Restarts a running timer.
     virtual void Start(std::int64_t delayMs) = 0;
     virtual void Stop() = 0;
 };
@@ -22,7 +21,7 @@ class TSourceTime
 {
 public:
     virtual ~TSourceTime() = default;
-    // Of a clock that does not go back. From any thread.
+    // The time of a monotonic clock. From any thread.
     virtual std::int64_t NowMs() const = 0;
     virtual std::unique_ptr<TSourceTimer> MakeTimer(std::function<void()> onTimeout) = 0;
 };

@@ -1,4 +1,3 @@
-// Reads positions from a gpsd daemon.
 #include "console/position/TGpsdSource.h"
 
 #include <QtNetwork/QNetworkProxy>
@@ -11,11 +10,11 @@ TGpsdSource::TGpsdSource(const QString& host, std::uint16_t port, TPositionMonit
       m_host(host),
       m_port(port)
 {
-    m_socket.setProxy(QNetworkProxy::NoProxy); // the daemon is in the cab
+    m_socket.setProxy(QNetworkProxy::NoProxy); // the daemon runs in the cab
     QObject::connect(&m_socket, &QTcpSocket::connected, [this] { OnConnected(); });
     QObject::connect(&m_socket, &QTcpSocket::readyRead, [this] { OnReadable(); });
-    // Also when the daemon closes the connection. Queued, as a socket is not to be closed from
-    // within.
+    // The error signal comes also when the daemon closes the connection. The connection is queued:
+    // a slot of a socket must not close the socket.
     QObject::connect(
         &m_socket, &QTcpSocket::errorOccurred, &m_socket,
         [this] {

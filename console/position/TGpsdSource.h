@@ -10,8 +10,8 @@
 
 namespace console {
 
-// Asks gpsd for the sentences of its receivers as they come, and reads them as those of a receiver
-// of our own. A daemon with several receivers mixes them: give it one.
+// Asks gpsd for the NMEA sentences of its receivers. A daemon with several receivers mixes their
+// sentences, so the daemon must have one receiver only.
 class TGpsdSource : public TLiveSource
 {
 public:

@@ -1,4 +1,3 @@
-// What a gpsd connection and a serial receiver have in common: they come back.
 #include "console/position/TLiveSource.h"
 
 #include "console/position/PositionLog.h"
@@ -8,7 +7,7 @@
 
 namespace {
 
-// No jitter: there is one console at a receiver.
+// No jitter: a receiver has one console only.
 constexpr std::array<std::int64_t, 6> retryDelaysMs = {1000, 2000, 4000, 8000, 16000, 30000};
 
 } // namespace
@@ -22,7 +21,7 @@ TLiveSource::TLiveSource(const QString& name, TPositionMonitor& monitor, TSource
       m_time(time),
       m_retry(time.MakeTimer([this] { TryToOpen(); })),
       m_silence(time.MakeTimer([this] { OnSilence(); })),
-      m_idle(time.MakeTimer([this] { OnFailed(QStringLiteral("it tells no NMEA sentence")); }))
+      m_idle(time.MakeTimer([this] { OnFailed(QStringLiteral("no NMEA sentence comes")); }))
 {}
 
 void TLiveSource::Start()
@@ -62,7 +61,7 @@ void TLiveSource::OnSentences(std::int64_t nowMs)
         m_firstSentenceAtMs = nowMs;
     }
     if (m_failures > 0 && nowMs - *m_firstSentenceAtMs >= steadyMs) {
-        qCInfo(lcPosition, "%s: it is back.", qUtf8Printable(m_name));
+        qCInfo(lcPosition, "%s: NMEA sentences come again.", qUtf8Printable(m_name));
         m_failures = 0;
     }
     m_monitor.OnSource(ESourceState::eRunning);
@@ -85,7 +84,7 @@ void TLiveSource::OnFailed(const QString& reason)
     m_feed.End();
     m_firstSentenceAtMs.reset();
     if (m_failures == 0) {
-        qCWarning(lcPosition, "%s: %s. Trying again until it works.", qUtf8Printable(m_name),
+        qCWarning(lcPosition, "%s: %s. Retrying until it works.", qUtf8Printable(m_name),
                   qUtf8Printable(reason));
     }
     m_retry->Start(retryDelaysMs[std::min(m_failures, retryDelaysMs.size() - 1)]);

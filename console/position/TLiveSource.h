@@ -1,4 +1,4 @@
-// What a gpsd connection and a serial receiver have in common: they come back.
+// Base of the sources that reconnect: gpsd and serial receivers.
 #pragma once
 
 #include "console/position/SourceTime.h"
@@ -14,38 +14,38 @@
 
 namespace console {
 
-// Opens a connection, and again after it failed, ended, or brought no whole sentence for idleMs.
-// The wait in between grows from one second to 30 and is short again once sentences have come for
-// steadyMs: a receiver with a loose plug, which says a little each time, is an outage that lasts.
+// Opens a connection. If the connection fails, ends, or brings no whole sentence for idleMs, the
+// source opens it again. The backoff grows from 1 s to 30 s. Sentences for steadyMs end the outage
+// and reset the backoff; a receiver with a loose plug sends sentences for less time than that.
 //
 //   Start → opening → Opened → bytes, bytes, ... → Failed → waiting → opening → ...
 //                   → Failed → waiting → opening
 //
-// Errors: told on the console's log once an outage, and when it is over. Only sentences count: a
-// daemon without a receiver greets, and a line at a wrong speed brings bytes too.
+// Errors: each outage writes one line to the log, and its end another line. Only whole sentences
+// end an outage: a daemon without a receiver and a line at a wrong baud rate also bring bytes.
 class TLiveSource : public TPositionSource
 {
 public:
-    // A peer that went away without a word is found out by this, or one that talks nonsense.
+    // Detects a peer that has silently gone or that sends no NMEA.
     static constexpr std::int64_t idleMs = 30000;
-    // From a connection's first sentence to the one that ends the outage.
+    // Time from a connection's first sentence to the sentence that ends the outage.
     static constexpr std::int64_t steadyMs = 10000;
 
     void Start() final;
 
 protected:
-    // `name`: for messages. Monitor and time must outlive it.
+    // `name` is for log lines. The monitor and the time must outlive the source.
     TLiveSource(const QString& name, TPositionMonitor& monitor, TSourceTime& time);
 
-    // Ends in OnOpened() or OnFailed(), now or later.
+    // Calls OnOpened() or OnFailed(), now or later.
     virtual void Open() = 0;
-    // Nothing of the old connection comes any more when it returns. Also when none is open.
+    // Closes the connection, if one is open. After the return no call comes from it.
     virtual void Close() = 0;
 
     void OnOpened();
     void OnBytes(std::string_view bytes);
     void OnFailed(const QString& reason);
-    // For the destructors of derived classes: after Close().
+    // The destructors of derived classes call it after Close().
     void End();
 
 private:

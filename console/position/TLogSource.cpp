@@ -1,4 +1,3 @@
-// Plays a log of NMEA sentences at the pace in which they were received.
 #include "console/position/TLogSource.h"
 
 #include "console/position/PositionLog.h"
@@ -8,8 +7,8 @@
 
 namespace {
 
-constexpr qint64 maxLineBytes = 4096; // of what is longer, the rest counts as a line of its own
-constexpr int linesAtOnce = 256;      // then the event loop has its turn
+constexpr qint64 maxLineBytes = 4096; // the rest of a longer line counts as the next line
+constexpr int linesAtOnce = 256;      // then the event loop runs
 constexpr std::int64_t dayMs = std::int64_t{24} * 60 * 60 * 1000;
 
 std::string_view View(const QByteArray& bytes)
@@ -91,15 +90,15 @@ std::int64_t TLogSource::DueMs(const QByteArray& line)
         return m_lineDueMs;
     }
     const std::int64_t timeOfDayMs = sentence.time->sinceMidnightMs;
-    std::int64_t holeMs = (timeOfDayMs - m_lastTimeOfDayMs.value_or(timeOfDayMs) + dayMs) % dayMs;
+    std::int64_t gapMs = (timeOfDayMs - m_lastTimeOfDayMs.value_or(timeOfDayMs) + dayMs) % dayMs;
     m_lastTimeOfDayMs = timeOfDayMs;
-    if (holeMs > dayMs / 2) {
-        holeMs = 0; // back in time
+    if (gapMs > dayMs / 2) {
+        gapMs = 0; // the time went back
     }
-    return m_lineDueMs + std::min(holeMs, maxHoleMs);
+    return m_lineDueMs + std::min(gapMs, maxGapMs);
 }
 
-// Reckoned from the beginning, so that delays do not add up.
+// Computed from the start of the log, so that delays do not add up.
 void TLogSource::WakeAt(std::int64_t logMs)
 {
     m_wakeAtMs = logMs;

@@ -1,4 +1,4 @@
-// Plays a log of NMEA sentences at the pace in which they were received.
+// Plays a log of NMEA sentences at the rate at which they were received.
 #pragma once
 
 #include "console/position/SourceTime.h"
@@ -15,19 +15,19 @@
 
 namespace console {
 
-// The pace is that of the sentences' own times. What has no time (other kinds, comments, damaged
-// lines) comes with what stands before it. Times that go back are played on at once. The clock of
-// the feed is the log's: whatever the speed, a hole of the log that is longer than the feed's
-// silenceMs is a silence and loses the fix. Holes longer than maxHoleMs (recordings that were
-// joined) are played as maxHoleMs.
+// The times in the sentences give the rate. A line without a time (another kind, a comment, a
+// damaged line) is played with the line before it. If the time goes back, the next sentence is
+// played at once. The feed runs on the log's clock: a gap in the log that is longer than the feed's
+// silenceMs loses the fix at any speed. A gap longer than maxGapMs (joined recordings) is played as
+// maxGapMs.
 //
-// Errors: a log that can no longer be read is told on the console's log and has ended.
+// Errors: if the log cannot be read any more, the source writes a log line and ends.
 class TLogSource : public TPositionSource
 {
 public:
-    static constexpr std::int64_t maxHoleMs = 30000;
+    static constexpr std::int64_t maxGapMs = 30000;
 
-    // `speed`: 1 is real time. Monitor and time must outlive it.
+    // `speed`: 1 is real time. The monitor and the time must outlive the source.
     TLogSource(const QString& path, double speed, TPositionMonitor& monitor, TSourceTime& time);
     ~TLogSource() override;
 
@@ -47,10 +47,10 @@ private:
     TPositionFeed m_feed;
     TSourceTime& m_time;
     std::unique_ptr<TSourceTimer> m_timer;
-    std::int64_t m_startedAtMs = 0; // of the real clock
+    std::int64_t m_startedAtMs = 0; // on the real clock
     std::int64_t m_logMs = 0;       // since the log's first sentence
     std::int64_t m_wakeAtMs = 0;
-    QByteArray m_line; // the next one to play, and when
+    QByteArray m_line; // the next line to play
     std::int64_t m_lineDueMs = 0;
     std::optional<std::int64_t> m_lastTimeOfDayMs;
 };

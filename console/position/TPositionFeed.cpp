@@ -1,4 +1,3 @@
-// From a source's bytes to the position monitor.
 #include "console/position/TPositionFeed.h"
 
 namespace console {
@@ -9,7 +8,7 @@ TPositionFeed::TPositionFeed(TPositionMonitor& monitor)
 
 void TPositionFeed::Take(std::string_view bytes, std::int64_t nowMs)
 {
-    Tick(nowMs); // a timer may come late
+    Tick(nowMs); // the timer may be late
     m_nowMs = nowMs;
     m_reader.Take(bytes);
     m_monitor.OnCounts(m_reader.Counts());

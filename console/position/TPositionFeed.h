@@ -1,4 +1,4 @@
-// From a source's bytes to the position monitor.
+// Passes a source's bytes through the NMEA reader to the position monitor.
 #pragma once
 
 #include "console/position/TPositionMonitor.h"
@@ -11,29 +11,28 @@
 
 namespace console {
 
-// Reads the sentences, judges them and tells the monitor. A fix is lost when the sentences make it
-// void (see TFixJudge), when none has confirmed it for silenceMs, and with the end of the source.
-// Garbage and sentences of other kinds confirm nothing, so that a receiver which goes on talking
-// without telling a position is as silent as one that is unplugged.
+// Reads the sentences and reports each fix and each loss to the monitor. The fix is lost when the
+// sentences make it void (see TFixJudge), when no sentence has confirmed it for silenceMs, and when
+// the source ends. Only sentences with a position confirm the fix, so a receiver that sends other
+// bytes only is as silent as an unplugged receiver.
 //
-// Thread: the source's. Units: milliseconds of the source's clock, which a played log has its own
-// of.
+// Thread: the source's thread. Units: milliseconds of the source's clock; a log has its own clock.
 class TPositionFeed
 {
 public:
-    // Must be longer than the period of any receiver, or there are losses that are none.
+    // Longer than the period of any receiver: a shorter time would report false losses.
     static constexpr std::int64_t silenceMs = 5000;
 
     explicit TPositionFeed(TPositionMonitor& monitor);
 
     void Take(std::string_view bytes, std::int64_t nowMs);
-    // To be called at DeadlineMs(), at the latest.
+    // Call it at DeadlineMs() or earlier.
     void Tick(std::int64_t nowMs);
-    // When the fix will be lost if nothing comes; nothing without a fix.
+    // The time at which the fix is lost if no sentence confirms it; empty without a fix.
     std::optional<std::int64_t> DeadlineMs() const { return m_deadlineMs; }
-    // How many have come so far, of any kind.
+    // The number of whole sentences of any kind until now.
     std::uint64_t WholeSentences() const { return m_reader.Counts().Whole(); }
-    // What comes next is of another connection, if anything.
+    // The connection has ended. Later bytes belong to a new connection.
     void End();
 
 private:
@@ -43,7 +42,7 @@ private:
     TPositionMonitor& m_monitor;
     TNmeaReader m_reader;
     TFixJudge m_judge;
-    std::int64_t m_nowMs = 0; // while the reader reads
+    std::int64_t m_nowMs = 0; // valid while the reader runs
     std::optional<std::int64_t> m_deadlineMs;
 };
 

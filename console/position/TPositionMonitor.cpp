@@ -1,4 +1,3 @@
-// The console's one account of its position.
 #include "console/position/TPositionMonitor.h"
 
 #include "hostimpl/TFedGPSCoordinator.h"
@@ -30,7 +29,8 @@ TPositionState TPositionMonitor::StateNow() const
 void TPositionMonitor::OnFix(const TReceivedFix& fix)
 {
     if (!m_coordinator.Feed({fix.latitudeDegrees, fix.longitudeDegrees, fix.utcTime})) {
-        return; // the reader lets no such position pass; what cannot be used must not be shown
+        return; // the coordinator refused the fix, so it must not be shown; the reader prevents
+                // this
     }
     TPositionEvent event;
     {

@@ -1,4 +1,4 @@
-// The console's one account of its position.
+// Holds the console's position for the coordinator, the window and the output.
 #pragma once
 
 #include "console/position/PositionState.h"
@@ -13,12 +13,12 @@ class TFedGPSCoordinator;
 
 namespace console {
 
-// Between a source and those who show the position: hands fixes on to the coordinator, counts the
-// changes of state, and knows the age of the last fix.
+// Takes fixes from a source, passes them to the coordinator, counts the changes of state, and
+// computes the age of the last fix.
 //
-// Thread: lives on the main thread. State() is for any thread, the On... functions are for the
-// source's, one source at a time. Changed comes on the source's thread. Ownership: coordinator and
-// time are the caller's and must outlive it.
+// Thread: lives on the main thread. State() may be called from any thread. The On... functions are
+// called on the thread of the source, by one source at a time; Changed is emitted there. Ownership:
+// the caller owns the coordinator and the time, which must outlive the monitor.
 class TPositionMonitor : public QObject
 {
     Q_OBJECT
@@ -29,13 +29,13 @@ public:
     TPositionState State() const;
 
     void OnFix(const TReceivedFix& fix);
-    // Nothing happens if there is no fix.
+    // Does nothing if there is no fix.
     void OnNoFix(ELossReason reason);
     void OnSource(ESourceState source);
     void OnCounts(const TNmeaCounts& counts);
 
 Q_SIGNALS:
-    // A first or regained fix is told as eGained, one that follows as eFix.
+    // The first fix and a fix after a loss are eGained; a fix after a fix is eFix.
     void Changed(console::TPositionEvent event);
 
 private:
@@ -44,7 +44,7 @@ private:
     hostimpl::TFedGPSCoordinator& m_coordinator;
     const TSourceTime& m_time;
     mutable QMutex m_mutex; // guards what follows
-    TPositionState m_state; // but for the age
+    TPositionState m_state; // its age is not kept here
     std::int64_t m_fixAtMs = 0;
 };
 

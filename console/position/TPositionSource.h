@@ -1,15 +1,15 @@
-// What brings positions.
+// The interface of position sources.
 #pragma once
 
 namespace console {
 
-// Lives on the thread that makes it, which runs an event loop; the destructor closes what is open
-// and tells the monitor that the source has ended.
+// Lives on the thread that constructs it, which must run an event loop. The destructor closes the
+// connection and reports to the monitor that the source has ended.
 class TPositionSource
 {
 public:
     virtual ~TPositionSource() = default;
-    // Returns at once; what comes is brought from the event loop.
+    // Returns at once. Fixes come from the event loop.
     virtual void Start() = 0;
 };
 

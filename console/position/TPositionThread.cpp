@@ -1,4 +1,3 @@
-// The thread that positions come from.
 #include "console/position/TPositionThread.h"
 
 #include "console/position/TGpsdSource.h"

@@ -1,4 +1,4 @@
-// The thread that positions come from.
+// The thread of the position source.
 #pragma once
 
 #include "console/position/GpsSetting.h"
@@ -11,9 +11,10 @@
 
 namespace console {
 
-// Makes the source on the thread and ends it there.
+// Creates the source on the thread and deletes it there.
 //
-// Ownership: monitor and time are the caller's and must outlive it. The destructor stops and joins.
+// Ownership: the caller owns the monitor and the time, which must outlive the thread. The
+// destructor stops the thread and waits for its end.
 class TPositionThread : public TThreadedObject
 {
     Q_OBJECT
@@ -32,7 +33,7 @@ private:
     const TGpsSetting m_setting;
     TPositionMonitor& m_monitor;
     TSourceTime& m_time;
-    std::unique_ptr<TPositionSource> m_source; // of the thread
+    std::unique_ptr<TPositionSource> m_source; // lives on the thread
 };
 
 } // namespace console

@@ -1,4 +1,3 @@
-// Reads positions from a receiver at a serial port.
 #include "console/position/TSerialSource.h"
 
 #include "console/position/SerialPort.h"
@@ -39,7 +38,7 @@ void TSerialSource::Open()
 void TSerialSource::Close()
 {
     if (m_notifier) {
-        m_notifier->setEnabled(false); // not deleted: it may be the one that is calling
+        m_notifier->setEnabled(false); // not deleted: this call may come from the notifier
     }
     if (m_descriptor >= 0) {
         ::close(m_descriptor);

@@ -10,7 +10,7 @@
 
 namespace console {
 
-// The device may come and go, as those on USB do.
+// The device may disappear and return, as USB devices do.
 class TSerialSource : public TLiveSource
 {
 public:

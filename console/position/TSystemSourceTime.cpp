@@ -1,4 +1,3 @@
-// The system's steady clock and Qt's timers.
 #include "console/position/TSystemSourceTime.h"
 
 #include <QtCore/QTimer>

@@ -1,4 +1,3 @@
-// What the command line says the console is to do.
 #include "console/session/ConsoleSettings.h"
 
 #include <QtCore/QCommandLineParser>
@@ -46,30 +45,35 @@ void DescribeOptions(QCommandLineParser& parser)
             {QString::fromLatin1(name), text, QString::fromLatin1(value)}); // empty: no value
     };
     parser.addOption(
-        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this.")});
+        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this help.")});
     parser.addVersionOption();
     add("headless", "", QStringLiteral("Run without screens."));
-    add("plugin", "PATH", QStringLiteral("The plug-in, default ../lib/libkelvo.so."));
-    add("service", "HOST[:PORT]", QStringLiteral("The service, instead of the plug-in's own."));
-    add("ca", "FILE", QStringLiteral("Certificates to trust besides the system's."));
+    add("plugin", "PATH", QStringLiteral("The plug-in; default ../lib/libkelvo.so."));
+    add("service", "HOST[:PORT]",
+        QStringLiteral("The service to use instead of the plug-in's default."));
+    add("ca", "FILE", QStringLiteral("Certificates to trust in addition to the system's."));
     add("data", "DIR",
-        QStringLiteral("Where the console keeps its data, default %1.")
+        QStringLiteral("The folder for the console's data; default %1.")
             .arg(QDir::toNativeSeparators(DefaultDataFolder())));
     add("credentials", "FILE",
-        QStringLiteral("First line user name, second line password; only its owner may read it."));
+        QStringLiteral(
+            "A file with the user name on line 1 and the password on line 2. Only its owner may "
+            "have access to the file."));
     add("gps", "SOURCE",
-        QStringLiteral("Where positions come from: gpsd[:HOST[:PORT]], default localhost:2947; "
-                       "nmea:FILE[@SPEED], a log of NMEA sentences, played SPEED times as fast as "
-                       "it was received, default 1; serial:DEVICE[@BAUD], a receiver, default "
-                       "%1 baud, which is the standard's: many receivers want 9600 or 115200. "
-                       "Without this there is no position.")
+        QStringLiteral("The source of positions. gpsd[:HOST[:PORT]]: a gpsd daemon, default "
+                       "localhost:2947. nmea:FILE[@SPEED]: a log of NMEA sentences, played SPEED "
+                       "times as fast as it was received, default 1. serial:DEVICE[@BAUD]: a "
+                       "receiver at a serial port, default %1 baud, the rate of NMEA 0183; many "
+                       "receivers use 9600 or 115200. Without this option there is no position.")
             .arg(TGpsSetting().baud));
     add("show-position", "WHEN",
-        QStringLiteral("Print a `position` line by itself: \"changes\" when the fix or the source "
-                       "is lost or returns, \"fixes\" at each fix besides."));
-    add("script", "FILE", QStringLiteral("Where the commands come from, default - (stdin)."));
+        QStringLiteral("Print `position` lines without a command. \"changes\": when the fix or the "
+                       "source is lost or returns. \"fixes\": also at each fix."));
+    add("script", "FILE",
+        QStringLiteral("The file with the commands; default - (standard input)."));
     add("timeout", "SECONDS",
-        QStringLiteral("How long a command may take, default %1; then it has failed.")
+        QStringLiteral(
+            "The time limit of a command, default %1. A command that takes longer has failed.")
             .arg(TConsoleSettings().timeoutSeconds));
 }
 
@@ -96,7 +100,7 @@ bool ReadSettings(const QCommandLineParser& parser, TConsoleSettings& settings, 
     }
     if (parser.isSet(QStringLiteral("show-position")) &&
         !ReadShownPositions(value("show-position", QString()), settings.shownPositions)) {
-        errorText = QStringLiteral("--show-position wants \"changes\" or \"fixes\".");
+        errorText = QStringLiteral("--show-position takes \"changes\" or \"fixes\".");
         return false;
     }
 
@@ -104,7 +108,7 @@ bool ReadSettings(const QCommandLineParser& parser, TConsoleSettings& settings, 
     settings.timeoutSeconds =
         value("timeout", QString::number(settings.timeoutSeconds)).toInt(&isNumber);
     if (!isNumber || settings.timeoutSeconds < 1 || settings.timeoutSeconds > maxTimeoutSeconds) {
-        errorText = QStringLiteral("--timeout wants a number of seconds from 1 to %1.")
+        errorText = QStringLiteral("--timeout takes a number of seconds from 1 to %1.")
                         .arg(maxTimeoutSeconds);
         return false;
     }
@@ -114,7 +118,7 @@ bool ReadSettings(const QCommandLineParser& parser, TConsoleSettings& settings, 
         return false;
     }
     if (parser.isSet(QStringLiteral("service")) && !IsServiceAddress(settings.service)) {
-        errorText = QStringLiteral("--service wants HOST or HOST:PORT.");
+        errorText = QStringLiteral("--service takes HOST or HOST:PORT.");
         return false;
     }
     if (parser.isSet(QStringLiteral("ca"))) {
@@ -144,7 +148,7 @@ void ExportToEnvironment(const TConsoleSettings& settings)
     if (!settings.authorityFile.isEmpty()) {
         qputenv("KESDK_CA_FILE", settings.authorityFile.toLocal8Bit());
     }
-    // Where the SDK remembers what a console that was switched off had begun to send.
+    // The SDK's journal of unfinished uploads. With it an upload resumes after a restart.
     if (!settings.dataFolder.isEmpty() && qEnvironmentVariableIsEmpty("KESDK_STATE_FOLDER")) {
         qputenv("KESDK_STATE_FOLDER",
                 QFile::encodeName(settings.dataFolder + QStringLiteral("/state/kesdk")));

@@ -1,4 +1,4 @@
-// What the command line says the console is to do.
+// The console's settings, as the command line gives them.
 #pragma once
 
 #include "console/position/GpsSetting.h"
@@ -12,14 +12,14 @@ class QCommandLineParser;
 
 namespace console {
 
-// Which changes of the position the console prints by itself.
+// The changes of the position that the console prints without a command.
 enum class EShownPositions : std::uint8_t { eNone, eChanges, eFixes };
 
 struct TConsoleSettings
 {
     QString pluginPath;
-    QString service;         // host[:port]; empty for the plug-in's own
-    QString authorityFile;   // certificates to trust besides the system's; may be empty
+    QString service;         // host[:port]; empty: the plug-in's default
+    QString authorityFile;   // further trusted certificates; may be empty
     QString dataFolder;      // absolute
     QString credentialsFile; // may be empty
     QString scriptFile;      // "-" for the standard input
@@ -27,7 +27,7 @@ struct TConsoleSettings
     EShownPositions shownPositions = EShownPositions::eNone;
     int timeoutSeconds = 120;
     bool isHeadless = false;
-    // Whether the command line says so; otherwise the window goes by what the operator has set up.
+    // Whether the option is on the command line; if not, the window uses the operator's settings.
     bool isDataFolderGiven = false;
     bool isGpsGiven = false;
 };
@@ -35,14 +35,15 @@ struct TConsoleSettings
 // Gives `parser` the console's options.
 void DescribeOptions(QCommandLineParser& parser);
 
-// Reads the settings from a parsed command line. False if a value makes no sense; `errorText` says
-// which.
+// Reads the settings from a parsed command line. If a value is invalid, it returns false and
+// `errorText` names the value.
 bool ReadSettings(const QCommandLineParser& parser, TConsoleSettings& settings, QString& errorText);
 
-// Whether it is host, host:port or [IPv6]:port. What the host is called is the resolver's business.
+// Whether `text` has the form host, host:port or [IPv6]:port. Does not look up the host.
 bool IsServiceAddress(const QString& text);
 
-// Puts what the plug-in and its SDK read from the environment there. Before the plug-in is loaded.
+// Sets the environment variables that the plug-in and its SDK read. Call it before the plug-in is
+// loaded.
 void ExportToEnvironment(const TConsoleSettings& settings);
 
 } // namespace console

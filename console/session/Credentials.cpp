@@ -1,4 +1,3 @@
-// The operator's user name and password, on their way to the configuration.
 #include "console/session/Credentials.h"
 
 #include "host/ConfigManager.h"
@@ -30,7 +29,7 @@ QString Line(QFile& file)
     return QString::fromUtf8(line);
 }
 
-// The text that the process was started with stays where /proc shows it, unless it is overwritten.
+// unsetenv() leaves the text in the memory that /proc/PID/environ shows: it is overwritten here.
 QString TakeVariable(const char* name)
 {
     const QString value = qEnvironmentVariable(name);
@@ -53,16 +52,16 @@ bool ReadCredentialsFile(const QString& path, TCredentials& credentials, QString
         return false;
     }
     if ((file.permissions() & othersPermissions) != 0) {
-        errorText = QStringLiteral("The credentials file %1 is open to others than its owner; "
-                                   "`chmod 600` makes it private.")
+        errorText = QStringLiteral("Others than its owner have access to the credentials file "
+                                   "%1; make it private with `chmod 600`.")
                         .arg(path);
         return false;
     }
     credentials.user = Line(file);
     credentials.password = Line(file);
     if (credentials.user.isEmpty() || credentials.password.isEmpty()) {
-        errorText = QStringLiteral("The credentials file %1 wants the user name on its first line "
-                                   "and the password on its second.")
+        errorText = QStringLiteral("The credentials file %1 must hold the user name on its first "
+                                   "line and the password on its second line.")
                         .arg(path);
         return false;
     }

@@ -1,4 +1,4 @@
-// The operator's user name and password, on their way to the configuration.
+// Reads the operator's user name and password and puts them into the configuration.
 #pragma once
 
 #include <QtCore/QString>
@@ -11,20 +11,20 @@ struct TCredentials
     QString password;
 };
 
-// Reads the first two lines of a file that only its owner may read. False if the file is readable
-// for others or incomplete; `errorText` says so and never holds what the file does.
+// Reads the first two lines of a file. Returns false if others than the owner have access to the
+// file or a line is missing; `errorText` holds the reason, but never a text from the file.
 bool ReadCredentialsFile(const QString& path, TCredentials& credentials, QString& errorText);
 
-// Takes KELVO_USER and KELVO_PASSWORD out of the environment, so that no child inherits them and
-// /proc/PID/environ does not show them. False if one is missing.
+// Reads KELVO_USER and KELVO_PASSWORD and removes them from the environment: no child process
+// inherits them, and /proc/PID/environ does not show them. False if one of them is missing.
 bool TakeCredentialsFromEnvironment(TCredentials& credentials);
 
-// Gives them to the configuration manager, where the plug-in looks for them, for as long as this
-// process runs.
+// Sets the credentials in the configuration manager, where the plug-in reads them. They are not
+// written to the disk.
 void ConfigureCredentials(const TCredentials& credentials);
 
-// Configures those of `file`, if it is not empty, or else of the environment, if they are there.
-// False if the file is no good.
+// Configures the credentials of the file `file`. If `file` is empty, it configures the credentials
+// of the environment, if there are any. False if the file cannot be used.
 bool SetUpCredentials(const QString& file, QString& errorText);
 
 } // namespace console

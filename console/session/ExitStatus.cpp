@@ -4,7 +4,7 @@
 
 namespace console {
 
-int Complain(const QString& text, int exitStatus)
+int PrintError(const QString& text, int exitStatus)
 {
     std::fprintf(stderr, "kelvo-console: %s\n", qUtf8Printable(text));
     return exitStatus;

@@ -14,6 +14,6 @@ enum EExitStatus : int {
 };
 
 // Prints `text` to the standard error and returns `exitStatus`.
-int Complain(const QString& text, int exitStatus);
+int PrintError(const QString& text, int exitStatus);
 
 } // namespace console

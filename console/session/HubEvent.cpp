@@ -1,4 +1,3 @@
-// A signal of the hub as a value.
 #include "console/session/HubEvent.h"
 
 #include <array>

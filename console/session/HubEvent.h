@@ -12,7 +12,7 @@
 
 namespace console {
 
-// All signals of the hub, in its order.
+// All signals of the hub, in the order of their declaration.
 enum class EHubSignal : std::uint8_t {
     eLoginRequested,
     eCancelLoginRequested,
@@ -39,7 +39,7 @@ enum class EHubSignal : std::uint8_t {
 
 constexpr int hubSignalCount = 21;
 
-// What a signal carried; only the members that belong to its arguments are set.
+// The arguments of a signal. Members that do not belong to the signal are empty.
 struct THubEvent
 {
     EHubSignal signal = EHubSignal::eLoginRequested;
@@ -52,7 +52,7 @@ struct THubEvent
     std::optional<KelvoFileTransferErrorDetailsList> errors;
 };
 
-// As the hub declares it, such as "KelvoLoggedIn".
+// The name in the hub's declaration, such as "KelvoLoggedIn".
 QLatin1String SignalName(EHubSignal signal);
 std::optional<EHubSignal> SignalOfName(const QString& name);
 

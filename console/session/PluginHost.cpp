@@ -1,4 +1,3 @@
-// Loads the plug-in, starts it and stops it.
 #include "console/session/PluginHost.h"
 
 #include "host/TGen2DynamicLibrary.h"
@@ -11,13 +10,14 @@
 
 namespace {
 
-// The operator reads these where there is a window.
+// The window shows these texts to the operator.
 struct TTexts
 {
     Q_DECLARE_TR_FUNCTIONS(PluginHost)
 };
 
-// Runs a part of the plug-in. False if it throws; `errorText` then tells why after `what`.
+// Calls a function of the plug-in. If it throws, the result is false and `errorText` is `what` with
+// the reason.
 bool Run(const std::function<void()>& part, const QString& what, QString& errorText)
 {
     try {

@@ -13,7 +13,7 @@ class TKelvoInterface;
 
 namespace console {
 
-// What the plug-in gets from its host. All of it must outlive Stop().
+// The host's objects for the plug-in. All of them must outlive Stop().
 struct TPluginContext
 {
     QWidget* parentWidget = nullptr;
@@ -23,34 +23,35 @@ struct TPluginContext
     const TAppFeatures* features = nullptr;
 };
 
-// The plug-in as the console sees it: a library with three entry points and, if
-// it has screens, an exported root object.
+// A plug-in is a library with three entry points. A plug-in with screens also exports its root
+// object.
 //
-// Thread: main. Ownership: the library is never unloaded, since the meta-types that it registered
-// point into it.
+// Thread: main. The library is never unloaded, because the meta-types that it registered point into
+// the library.
 //
 //   not loaded → Load → loaded → Start → running → Stop → loaded
 class TPluginHost
 {
 public:
     TPluginHost() = default;
-    // Stops a plug-in that runs.
+    // Calls Stop().
     ~TPluginHost();
     TPluginHost(const TPluginHost&) = delete;
     TPluginHost& operator=(const TPluginHost&) = delete;
 
-    // False if there is no such library or it lacks an entry point; `errorText` says which.
+    // False if the library or one of its entry points is missing; `errorText` names it.
     bool Load(const QString& path, QString& errorText);
 
-    // Initialises the loaded plug-in. False if it throws or offers no hub. Returns before the
-    // plug-in's worker is ready.
+    // Initialises the loaded plug-in. Returns before the plug-in's worker is ready. False if the
+    // plug-in throws or has no hub.
     bool Start(const TPluginContext& context, QString& errorText);
 
-    // Has the running plug-in build its screens and register them with the window manager. False if
-    // it offers no root object or throws; the plug-in still runs then.
+    // Makes the running plug-in create its screens and register them with the window manager. False
+    // if the plug-in has no root object or throws; the plug-in continues to run.
     bool CreateScreens(QString& errorText);
 
-    // Finalises a running plug-in; blocks until its thread has ended. The hub is gone then.
+    // Finalises a running plug-in. Blocks until the plug-in's thread has ended and the hub is
+    // deleted.
     void Stop();
 
     // Null unless the plug-in runs.
@@ -66,7 +67,7 @@ private:
     TInitialise m_initialise = nullptr;
     TFinalise m_finalise = nullptr;
     TGetKelvoInterface m_getKelvoInterface = nullptr;
-    TGen2DynamicLibrary** m_root = nullptr; // the library's; null in one without screens
+    TGen2DynamicLibrary** m_root = nullptr; // in the library; null without screens
     bool m_isRunning = false;
 };
 

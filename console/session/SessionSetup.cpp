@@ -11,10 +11,10 @@ int SetUpSession(const TConsoleSettings& settings)
 {
     QString errorText;
     if (!hostimpl::SetUpHost(settings.dataFolder, errorText)) {
-        return Complain(errorText, eExitFailed);
+        return PrintError(errorText, eExitFailed);
     }
     if (!SetUpCredentials(settings.credentialsFile, errorText)) {
-        return Complain(errorText, eExitUsage);
+        return PrintError(errorText, eExitUsage);
     }
     return eExitSuccess;
 }

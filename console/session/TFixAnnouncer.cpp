@@ -1,4 +1,3 @@
-// Tells the plug-in of a present fix once more when it has logged in.
 #include "console/session/TFixAnnouncer.h"
 
 #include "hostimpl/TFedGPSCoordinator.h"

@@ -1,4 +1,4 @@
-// Tells the plug-in of a present fix once more when it has logged in.
+// Announces a present fix once more when the plug-in has logged in.
 #pragma once
 
 #include "console/session/HubEvent.h"
@@ -9,9 +9,9 @@ class TFedGPSCoordinator;
 
 namespace console {
 
-// The plug-in's worker begins to share its position with a login, or with a fix if it is logged in
-// by then. Both ask for the other, and the hub learns of the login by a queued call: a fix that
-// comes in between finds nobody logged in, and the next one that is told may be hours away.
+// The plug-in's worker starts location sharing at a login if there is a fix, and at a fix if the
+// hub is logged in. The hub becomes logged in by a queued call. If a fix comes between the login
+// and that call, the worker starts in neither place, and the next GPSLost(false) may be hours away.
 //
 // Thread: main. Ownership: the coordinator must outlive it.
 class TFixAnnouncer
@@ -19,7 +19,7 @@ class TFixAnnouncer
 public:
     explicit TFixAnnouncer(hostimpl::TFedGPSCoordinator& coordinator);
 
-    // From within the hub's emission, so that nothing comes in between again.
+    // Call it directly from the hub's signal: no other event may come in between.
     void OnHubEvent(const THubEvent& event) const;
 
 private:

@@ -1,4 +1,3 @@
-// Turns the hub's signals into values.
 #include "console/session/THubListener.h"
 
 #include "core/TKelvoInterface.h"
@@ -19,7 +18,7 @@ struct TConnection
     const char* slot;
 };
 
-// In the hub's order.
+// In the order of EHubSignal.
 const TConnection connectionTable[] = {
     {EHubSignal::eLoginRequested, "()", SLOT(OnPlain())},
     {EHubSignal::eCancelLoginRequested, "()", SLOT(OnPlain())},
@@ -63,7 +62,7 @@ bool THubListener::Attach(TKelvoInterface& hub, QString& errorText)
         const QByteArray signature =
             QByteArray(SignalName(row.signal).latin1()) + QByteArray(row.arguments);
         const int index = hub.metaObject()->indexOfSignal(signature.constData());
-        // What SIGNAL() makes of a signature.
+        // The same string as SIGNAL() makes.
         const QByteArray signal = QByteArray::number(QSIGNAL_CODE) + signature;
         if (index < 0 || !connect(&hub, signal.constData(), this, row.slot)) {
             errorText = QCoreApplication::translate("PluginHost", "The hub has no signal %1.")

@@ -1,4 +1,4 @@
-// Turns the hub's signals into values.
+// Turns the hub's signals into values of THubEvent.
 #pragma once
 
 #include "console/session/HubEvent.h"
@@ -12,9 +12,10 @@ class TKelvoInterface;
 
 namespace console {
 
-// Connects to every signal of the hub, by their strings: the hub's meta-object is the plug-in's.
+// Connects to every signal of the hub by its string, because the hub's meta-object is in the
+// plug-in.
 //
-// Thread: the hub's, main. The handler is called from within the hub's emission.
+// Thread: main, as the hub. The hub's signal calls the handler directly.
 class THubListener : public QObject
 {
     Q_OBJECT
@@ -24,11 +25,11 @@ public:
 
     explicit THubListener(THandler handler);
 
-    // False if the hub lacks one of the signals; `errorText` says which. Once a life.
+    // False if the hub lacks a signal; `errorText` names the signal. Call it once.
     bool Attach(TKelvoInterface& hub, QString& errorText);
 
 private Q_SLOTS:
-    // One a signature.
+    // One slot for each list of arguments.
     void OnPlain();
     void OnMessage(QString message);
     void OnProgress(int progress);

@@ -1,4 +1,3 @@
-// Reads lines from a file descriptor as they come.
 #include "console/session/TLineSource.h"
 
 #include <array>

@@ -1,4 +1,4 @@
-// Reads lines from a file descriptor as they come.
+// Reads lines from a file descriptor as they arrive.
 #pragma once
 
 #include <QtCore/QByteArray>
@@ -9,8 +9,8 @@
 
 namespace console {
 
-// Thread: main; never blocks it. Ownership: the descriptor stays the caller's. Errors: a read error
-// counts as the end. A last line without its end is a line.
+// Thread: main; never blocks. Ownership: the caller owns the descriptor. Errors: a read error
+// counts as the end. Text after the last line end is a line too.
 class TLineSource : public QObject
 {
     Q_OBJECT

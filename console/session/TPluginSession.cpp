@@ -11,7 +11,7 @@
 
 namespace {
 
-// Opens QObject::isSignalConnected() for the hub, whose own class is the plug-in's.
+// Gives access to the protected QObject::isSignalConnected().
 struct THubAccess : QObject
 {
     static bool HasReceiver(const QObject& hub, const char* signature)
@@ -56,13 +56,13 @@ bool TPluginSession::Start(const QString& pluginPath, QWidget* parentWidget, QSt
     return isStarted;
 }
 
-// A worker whose SDK could not be set up (a useless service address, no memory) is initialised too,
-// but it never connects to the hub. Only now is it safe to ask the hub: no thread connects to it
-// any more, and the console itself listens later.
+// If the SDK cannot be set up (an invalid service address, no memory), Initialize() of the worker
+// returns without a connection to the hub. The hub can be asked now: the worker makes no more
+// connections, and Listen() comes later.
 void TPluginSession::OnWorkerInitialised()
 {
     if (Hub() == nullptr) {
-        return; // it did not start, or Stop() was quicker
+        return; // Start() failed, or Stop() came first
     }
     m_workerTimeout.stop();
     if (THubAccess::HasReceiver(*Hub(), "KelvoLoginRequested()")) {
@@ -94,7 +94,7 @@ bool TPluginSession::CreateScreens(QString& errorText)
 
 void TPluginSession::StartSource(const TGpsSetting& setting)
 {
-    m_source.reset(); // the monitor takes one source at a time
+    m_source.reset(); // the monitor accepts one source at a time
     m_source = std::make_unique<TPositionThread>(setting, m_position, m_time);
     m_source->start(QThread::InheritPriority);
 }

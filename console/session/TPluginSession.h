@@ -23,10 +23,10 @@ namespace console {
 struct TGpsSetting;
 class TPositionThread;
 
-// The window and the headless console each run one.
+// The window and the headless console each have one.
 //
-//   made → Start → plug-in runs → WorkerReady → Listen, CreateScreens → Stop
-//                               → WorkerFailed
+//   constructed → Start → plug-in runs → WorkerReady → Listen, CreateScreens → Stop
+//                                      → WorkerFailed
 //
 // Thread: main, with an event loop. The host framework is set up before the session is made.
 class TPluginSession : public QObject

@@ -1,4 +1,3 @@
-// Turns SIGINT and SIGTERM into a call on the main thread.
 #include "console/session/TStopSignals.h"
 
 #include <cerrno>
@@ -10,13 +9,13 @@
 
 namespace {
 
-volatile std::sig_atomic_t handlerPipe = -1; // what the signal handler writes to
+volatile std::sig_atomic_t handlerPipe = -1; // the signal handler writes to this
 
 extern "C" void WriteSignalNumber(int signalNumber)
 {
     const int savedErrno = errno;
     const auto byte = static_cast<unsigned char>(signalNumber);
-    // Nothing can be done about a failure here: the pipe is empty and its reader lives.
+    // The write cannot fail: the pipe is empty and its reader exists.
     [[maybe_unused]] const ssize_t written = ::write(handlerPipe, &byte, 1);
     errno = savedErrno;
 }
@@ -25,7 +24,7 @@ int OpenPipe(int& writeEnd)
 {
     int ends[2] = {-1, -1};
     if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
-        qFatal("The console cannot make a pipe.");
+        qFatal("The console cannot create a pipe.");
     }
     writeEnd = ends[1];
     return ends[0];

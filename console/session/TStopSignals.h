@@ -8,7 +8,7 @@
 
 namespace console {
 
-// One a process. The first signal is reported; another one then ends the process at once.
+// One object in a process. The first signal is reported. A second signal ends the process at once.
 //
 // Thread: main.
 class TStopSignals : public QObject

@@ -1,4 +1,3 @@
-// The languages that the console speaks, where their translations are installed.
 #include "console/settings/Languages.h"
 
 #include <QtCore/QCoreApplication>
@@ -10,7 +9,7 @@
 
 namespace {
 
-// Of the console with its host, and of the plug-in.
+// One for the console and the host framework, one for the plug-in.
 constexpr std::array<const char*, 2> catalogues = {{"console", "kelvo"}};
 
 QString CatalogueFile(const char* catalogue, const QString& code)

@@ -1,4 +1,4 @@
-// The languages that the console speaks, where their translations are installed.
+// The languages of the console and their translations.
 #pragma once
 
 #include <QtCore/QString>
@@ -9,7 +9,7 @@ namespace console {
 
 struct TLanguage
 {
-    const char* code; // as Qt names a locale
+    const char* code; // the name of the locale in Qt
     const char* name; // in the language itself, UTF-8
 };
 
@@ -22,14 +22,14 @@ constexpr std::array<TLanguage, 6> languages = {{
     {"pl", "Polski"},
 }};
 
-// Row of the language with this code; that of English for an unknown one.
+// The row of the language with this code. An unknown code gives the row of English.
 int LanguageRow(const QString& code);
 
-// Whether there is anything to install for a language. Always for English.
+// Whether a translation file exists for the language. Always true for English.
 bool IsLanguageInstalled(const QString& code);
 
-// From now on texts are in this language as far as there are translations. Once, before the first
-// screen; the application object owns the translations.
+// Translates all later texts to this language, as far as there are translations. Call it once,
+// before the first screen. The application object owns the translations.
 void InstallLanguage(const QString& code);
 
 } // namespace console

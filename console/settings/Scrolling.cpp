@@ -1,4 +1,3 @@
-// Areas that scroll under a finger.
 #include "console/settings/Scrolling.h"
 
 #include <QtWidgets/QScrollArea>

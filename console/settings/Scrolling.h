@@ -1,4 +1,4 @@
-// Areas that scroll under a finger.
+// Areas that the operator scrolls with a finger.
 #pragma once
 
 class QScrollArea;
@@ -6,11 +6,11 @@ class QWidget;
 
 namespace console {
 
-// A frameless area around `content`, which it owns. It is as wide as the content wants to be at
-// least and scrolls upright, so that a low window cuts nothing off.
+// A frameless area that owns `content`. The area has at least the minimum width of the content and
+// scrolls vertically, so that a low window cuts nothing off.
 QScrollArea* MakeScrollArea(QWidget* content);
 
-// Scrolls all areas around `widget`, which may be null, so that it is in view.
+// Scrolls all areas around `widget` until the widget is visible. `widget` may be null.
 void ScrollTo(QWidget* widget);
 
 } // namespace console

@@ -1,4 +1,3 @@
-// What the operator sets up at the console, as it is kept from one run to the next.
 #include "console/settings/StoredSettings.h"
 
 #include "console/position/GpsSetting.h"
@@ -17,7 +16,7 @@ namespace {
 
 using console::TStoredSettings;
 
-// Keys of the configuration; their numbers are on consoles' disks.
+// Keys of the configuration. The numbers must stay: they are on the disks of consoles.
 enum EConsoleItem : int {
     eServiceItem = 201,
     eAuthorityFileItem = 202,
@@ -57,7 +56,7 @@ QString FolderFile()
            QStringLiteral("/kelvo-console.ini");
 }
 
-void Keep(ConfigManager& config, int item, const QVariant& value)
+void StoreIfChanged(ConfigManager& config, int item, const QVariant& value)
 {
     if (config.GetItem(item) != value) {
         config.SetItem(item, value, true);
@@ -69,7 +68,8 @@ struct TTexts
     Q_DECLARE_TR_FUNCTIONS(StoredSettings)
 };
 
-// It, or what it would be created in.
+// Whether the folder is writable. For a missing folder, whether the nearest existing folder above
+// it is.
 bool IsUsableFolder(const QString& path)
 {
     if (!QDir::isAbsolutePath(path)) {
@@ -104,17 +104,17 @@ TStoredSettings ReadStoredSettings(ConfigManager& config)
 bool WriteStoredSettings(ConfigManager& config, const TStoredSettings& settings)
 {
     for (const TTextRow& row : textRows) {
-        Keep(config, row.item, settings.*row.value);
+        StoreIfChanged(config, row.item, settings.*row.value);
     }
     for (const TFlagRow& row : flagRows) {
-        Keep(config, row.item, settings.*row.value);
+        StoreIfChanged(config, row.item, settings.*row.value);
     }
     hostimpl::TUserLevels levels(config);
     if (levels.IsControlAccessible(TAppUserLevels::eKelvoControl) !=
         settings.isDataExchangeAllowed) {
         levels.SetControlAccessible(TAppUserLevels::eKelvoControl, settings.isDataExchangeAllowed);
     }
-    // Nothing is written as long as the folder stays what it is.
+    // The file changes only if the folder changes.
     if (settings.dataFolder == StoredDataFolder(hostimpl::DataFolder())) {
         return true;
     }

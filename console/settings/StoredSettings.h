@@ -1,4 +1,4 @@
-// What the operator sets up at the console, as it is kept from one run to the next.
+// The settings that the operator changes on the console and that stay on the disk.
 #pragma once
 
 #include <QtCore/QString>
@@ -9,29 +9,30 @@ namespace console {
 
 struct TStoredSettings
 {
-    // From the next start on.
-    QString service;       // host[:port]; empty for the plug-in's own
-    QString authorityFile; // certificates to trust besides the system's; may be empty
+    // These take effect at the next start.
+    QString service;       // host[:port]; empty: the plug-in's default
+    QString authorityFile; // further trusted certificates; may be empty
     QString dataFolder;    // absolute
     QString language;      // such as "pt_BR"; empty for English
 
-    // At once.
-    QString positionSource; // as `--gps` takes it; empty for none
+    // These take effect at once.
+    QString positionSource; // in the form of --gps; empty: no source
     bool isDataExchangeAllowed = true;
     bool isNight = false;
     bool isFullScreen = false;
 };
 
-// The data folder, which holds the rest, is kept in a file of its own in the user's configuration
-// folder.
+// The data folder holds the other settings. The path of the data folder is in a separate file in
+// the user's configuration folder.
 TStoredSettings ReadStoredSettings(ConfigManager& config);
-// On the disk when it returns. False if the data folder could not be kept.
+// Returns when the settings are on the disk. False if the path of the data folder could not be
+// written.
 bool WriteStoredSettings(ConfigManager& config, const TStoredSettings& settings);
 
-// The data folder that was set up; `otherwise` if none was.
+// The stored path of the data folder, or `otherwise` if there is none.
 QString StoredDataFolder(const QString& otherwise);
 
-// False if a value makes no sense; `errorText` says which, for the operator.
+// False if a value is invalid; `errorText` names the value to the operator.
 bool CheckStoredSettings(const TStoredSettings& settings, QString& errorText);
 
 } // namespace console

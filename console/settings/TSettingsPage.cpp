@@ -1,4 +1,3 @@
-// The page on which the operator sets up the console.
 #include "console/settings/TSettingsPage.h"
 
 #include "console/settings/Languages.h"
@@ -22,7 +21,7 @@ using console::TStoredSettings;
 
 constexpr QSize buttonSize(170, PROPERTY_WIDGET_HEIGHT);
 constexpr int gap = 4;
-// Not seen; a path or a pattern may go on in the next line there.
+// An invisible character at which a path or a pattern may continue in the next line.
 constexpr QChar breakMark(0x200b);
 
 struct TTextRow
@@ -110,7 +109,7 @@ TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(new Q
     }
     auto* const bottom = new QHBoxLayout;
     bottom->setContentsMargins(4 * gap, gap, gap, gap);
-    // By itself, a text of several lines would make the page so high that all of it scrolls.
+    // Without its own area a long message would make the page so high that the whole page scrolls.
     QScrollArea* const message = MakeScrollArea(m_message);
     message->setFixedHeight(buttonSize.height());
     bottom->addWidget(message, 1);
@@ -202,7 +201,7 @@ void TSettingsPage::Save()
         SetMessage(errorText);
         return;
     }
-    Q_EMIT SaveWanted(settings);
+    Q_EMIT SaveRequested(settings);
 }
 
 void TSettingsPage::SetMessage(const QString& text)

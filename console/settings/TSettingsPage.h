@@ -1,4 +1,4 @@
-// The page on which the operator sets up the console.
+// The page on which the operator changes the console's settings.
 #pragma once
 
 #include "console/settings/StoredSettings.h"
@@ -13,7 +13,7 @@ class TPushButton;
 
 namespace console {
 
-// Nothing changes before the operator saves. Values that make no sense are refused with a text.
+// A setting changes only when the operator saves. The page refuses invalid values with a message.
 //
 // Thread: main.
 class TSettingsPage : public QWidget
@@ -24,24 +24,24 @@ public:
     explicit TSettingsPage(QWidget* parent = nullptr);
     ~TSettingsPage() override;
 
-    // Shows what is set up; forgets what was entered.
+    // Shows `settings` and drops the entered values.
     void Show(const TStoredSettings& settings);
-    // Only what is shown now, as far as it goes.
+    // The values on the page, valid or not.
     TStoredSettings Entered() const;
 
-    // What became of the last attempt to save, plain text.
+    // The result of the last attempt to save, plain text.
     void SetMessage(const QString& text);
     QString Message() const;
 
-    // By its place in the page, top down.
+    // By the place in the page, from the top.
     TPropertyWidget* Row(int row) const { return m_rows.at(row); }
     int RowCount() const { return m_rows.size(); }
     TPushButton* SaveButton() const { return m_save; }
     TPushButton* DiscardButton() const { return m_discard; }
 
 Q_SIGNALS:
-    // They make sense.
-    void SaveWanted(const console::TStoredSettings& settings);
+    // Emitted with valid settings only.
+    void SaveRequested(const console::TStoredSettings& settings);
 
 private:
     void AddTextRows(QVBoxLayout& column);

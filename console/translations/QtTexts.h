@@ -1,5 +1,5 @@
-// Qt's own texts that the operator may see: the menu of an entry field, and why a library does not
-// load. Nothing includes this; it makes lupdate find them.
+// Texts of Qt that the operator may see: the menu of an entry field, and why a library does not
+// load. No file includes this header; it lets lupdate find the texts.
 #pragma once
 
 #include <QtCore/QtGlobal>

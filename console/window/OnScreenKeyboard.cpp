@@ -1,4 +1,3 @@
-// The on-screen keyboard, where one is installed.
 #include "console/window/OnScreenKeyboard.h"
 
 #include <QtCore/QCoreApplication>
@@ -24,7 +23,8 @@ void PrepareKeyboard()
 {
     if (IsInstalled() && qEnvironmentVariableIsEmpty("QT_IM_MODULE")) {
         qputenv("QT_IM_MODULE", inputMethod);
-        // Or it opens a window of its own, which covers the screen where nothing composes windows.
+        // Without this variable the keyboard opens its own window. Without a compositor that window
+        // covers the screen.
         qputenv("QT_VIRTUALKEYBOARD_DESKTOP_DISABLE", "1");
     }
 }

@@ -1,15 +1,16 @@
-// The on-screen keyboard, where one is installed.
+// Finds and loads the on-screen keyboard.
 #pragma once
 
 class QWidget;
 
 namespace console {
 
-// Has Qt use it, if it is installed and no other input method is asked for. Before there is an
-// application object.
+// Selects the on-screen keyboard as Qt's input method, if it is installed and the environment names
+// no other input method. Call it before the application object is constructed.
 void PrepareKeyboard();
 
-// Null without one, which is nothing to tell of. `parent` owns it. See console/keyboard.
+// Loads the keyboard from console/keyboard; null if there is none, which is not an error. `parent`
+// owns the keyboard.
 QWidget* LoadKeyboard(QWidget* parent);
 
 } // namespace console

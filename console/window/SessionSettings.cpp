@@ -1,4 +1,4 @@
-// The window and the plug-in in it: what the operator sets up.
+// The part of TWindowSession for the operator's settings.
 #include "console/settings/TSettingsPage.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TWindowSession.h"
@@ -9,7 +9,7 @@ namespace {
 
 using console::TStoredSettings;
 
-// What is read at the start only.
+// Whether a setting has changed that the console reads only at its start.
 bool IsForNextStart(const TStoredSettings& former, const TStoredSettings& settings)
 {
     return former.service != settings.service || former.authorityFile != settings.authorityFile ||
@@ -22,11 +22,12 @@ namespace console {
 
 void TWindowSession::OpenSettings()
 {
-    if (m_window->CurrentPage() != m_settingsPage.get()) { // else what was typed there would go
+    if (m_window->CurrentPage() !=
+        m_settingsPage.get()) { // a shown page keeps the values that the operator has typed
         m_settingsPage->Show(m_stored);
         m_window->AddPage(m_settingsPage.get(), tr("Settings"));
     }
-    // Also again: a second touch has released the launcher's button.
+    // Also for the shown page: a second touch has released the launcher's button.
     m_window->ShowPage(m_settingsPage.get());
 }
 
@@ -63,10 +64,10 @@ void TWindowSession::Apply(const TStoredSettings& settings)
     if (m_window->isFullScreen() != settings.isFullScreen) {
         m_window->setWindowState(m_window->windowState() ^ Qt::WindowFullScreen);
     }
-    m_screens->Refresh(); // the user level may be another one
+    m_screens->Refresh(); // the user level may have changed
 }
 
-void TWindowSession::Keep()
+void TWindowSession::StoreSettings()
 {
     WriteStoredSettings(ConfigManager::Instance(), m_stored);
 }

@@ -1,4 +1,3 @@
-// How the status bar words what it shows.
 #include "console/window/StatusTexts.h"
 
 #include <QtCore/QCoreApplication>
@@ -17,7 +16,7 @@ struct TRow
     const char* text;
 };
 
-// Each in the order of its enumeration.
+// Each array is in the order of its enumeration.
 constexpr std::array<TRow, 4> sourceRows = {{
     {"gps-lost", QT_TRANSLATE_NOOP("StatusBar", "No position source")},
     {"gps-lost", QT_TRANSLATE_NOOP("StatusBar", "Waiting for a receiver")},
@@ -61,7 +60,7 @@ QString Degrees(double degrees, QLatin1Char positive, QLatin1Char negative)
            (degrees < 0 ? negative : positive);
 }
 
-// How long ago the last fix came.
+// The age of the last fix.
 QString Age(const TPositionState& state)
 {
     const qlonglong seconds = qMax<qlonglong>(state.ageMs, 0) / 1000;

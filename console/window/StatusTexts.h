@@ -1,4 +1,4 @@
-// How the status bar words what it shows.
+// The texts of the status bar.
 #pragma once
 
 #include "console/position/PositionState.h"
@@ -10,7 +10,7 @@ namespace console {
 
 struct TStatusWords
 {
-    QString iconName; // of the host's theme
+    QString iconName; // in the theme of the host framework
     QString text;
 };
 

@@ -1,4 +1,3 @@
-// What the main area shows while no page is open.
 #include "console/window/THomePage.h"
 
 #include "hostimpl/Theme.h"

@@ -1,4 +1,4 @@
-// What the main area shows while no page is open.
+// The main area while no page is open.
 #pragma once
 
 #include <QtWidgets/QWidget>
@@ -15,7 +15,7 @@ class THomePage : public QWidget
 public:
     explicit THomePage(QWidget* parent = nullptr);
 
-    // What the operator has to know, plain text; empty for the usual words.
+    // A message to the operator, plain text. An empty text shows the usual text.
     void SetNotice(const QString& text);
     QString Notice() const;
 

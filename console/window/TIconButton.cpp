@@ -1,4 +1,3 @@
-// A large button with an icon above its name.
 #include "console/window/TIconButton.h"
 
 #include "hostimpl/Theme.h"
@@ -16,7 +15,7 @@ constexpr int iconExtent = 44;
 constexpr int captionHeight = 26;
 constexpr int margin = hostimpl::FOCUS_RING;
 
-// The theme draws icons in the colour of text on a screen's ground, which a button's is not.
+// The theme draws icons in the colour for text on a screen. Text on a button has another colour.
 QPixmap Inked(const QIcon& icon, const QColor& ink, qreal ratio)
 {
     QPixmap pixmap(QSize(iconExtent, iconExtent) * ratio);
@@ -29,7 +28,7 @@ QPixmap Inked(const QIcon& icon, const QColor& ink, qreal ratio)
     return pixmap;
 }
 
-// As many whole words as fit; cut only if not even the first one does.
+// The text with as many whole words as fit. If the first word does not fit, it is cut.
 QString Fitting(const QString& text, const QFont& font, int width)
 {
     const QFontMetrics metrics(font);

@@ -9,7 +9,8 @@
 
 namespace console {
 
-// Its icon is one of the host's theme and follows it. Checked means: this is what is shown now.
+// The icon comes from the theme of the host framework and changes with the theme. A checked button
+// belongs to the shown page.
 //
 // Thread: main.
 class TIconButton : public QAbstractButton, public ZRA::MMICapableWidget

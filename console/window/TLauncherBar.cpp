@@ -1,4 +1,3 @@
-// The column of buttons that open what the console has.
 #include "console/window/TLauncherBar.h"
 
 #include "console/settings/Scrolling.h"
@@ -34,7 +33,8 @@ TLauncherBar::TLauncherBar(QWidget* parent)
     all->addWidget(m_settings);
 
     QScrollArea* const area = MakeScrollArea(buttons);
-    area->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // it would cover the buttons
+    area->setVerticalScrollBarPolicy(
+        Qt::ScrollBarAlwaysOff); // a scroll bar would cover the buttons
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     outer->addWidget(area);
@@ -68,7 +68,7 @@ void TLauncherBar::RemovePage(QWidget* page)
 {
     if (TIconButton* const button = m_pages.take(page)) {
         button->hide();
-        button->deleteLater(); // its own click may have led here
+        button->deleteLater(); // this call may come from the button's click
     }
 }
 

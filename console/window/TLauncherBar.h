@@ -1,4 +1,4 @@
-// The column of buttons that open what the console has.
+// The column of buttons that open the pages.
 #pragma once
 
 #include <QtCore/QHash>
@@ -11,8 +11,8 @@ namespace console {
 
 class TIconButton;
 
-// Home on top, then a button for each page that a plug-in brings, below them the console's own.
-// More than fits can be scrolled to.
+// Home is at the top, then a button for each page of a plug-in, then the console's own buttons. The
+// column scrolls if its buttons do not fit.
 //
 // Thread: main.
 class TLauncherBar : public QWidget
@@ -22,14 +22,14 @@ class TLauncherBar : public QWidget
 public:
     explicit TLauncherBar(QWidget* parent = nullptr);
 
-    // `page` is not owned; it is what OpenPage() tells.
+    // The bar does not own `page`. OpenPage() is emitted with it.
     void AddPage(QWidget* page, const QString& iconName, const QString& title,
                  const QString& toolTip);
-    // Nothing happens for one that is not there.
+    // Does nothing for an unknown page.
     void RemovePage(QWidget* page);
     void SetPageLooks(QWidget* page, const QString& iconName, const QString& title);
     void SetPageToolTip(QWidget* page, const QString& toolTip);
-    // Marks what is shown; null for home.
+    // Marks the button of the shown page; null marks home.
     void SetCurrentPage(QWidget* page);
     void SetNight(bool isNight);
 

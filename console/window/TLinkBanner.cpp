@@ -1,4 +1,3 @@
-// The sign that the service cannot be reached.
 #include "console/window/TLinkBanner.h"
 
 #include "hostimpl/Theme.h"
@@ -8,7 +7,7 @@
 
 namespace {
 
-// Black on amber reads by day and by night, whatever the theme is.
+// Black on amber is readable by day and by night, in each theme.
 const QColor signColour(0xff, 0xc1, 0x07);
 
 } // namespace

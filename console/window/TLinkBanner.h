@@ -1,4 +1,4 @@
-// The sign that the service cannot be reached.
+// The message that the link to the service has failed.
 #pragma once
 
 #include "console/window/TLinkMonitor.h"
@@ -9,7 +9,7 @@ class QLabel;
 
 namespace console {
 
-// Stands above everything else while there should be a link and is none; hidden otherwise.
+// Shown at the top of the window after a failed login or a lost session; otherwise hidden.
 //
 // Thread: main.
 class TLinkBanner : public QFrame

@@ -1,39 +1,38 @@
-// What is known of the link to the service.
 #include "console/window/TLinkMonitor.h"
 
 namespace console {
 
 void TLinkMonitor::SetAvailable(bool isAvailable)
 {
-    m_isEndAsked = false;
+    m_isEndRequested = false;
     Set(isAvailable ? ELinkState::eLoggedOut : ELinkState::eNone);
 }
 
 void TLinkMonitor::OnHubEvent(const THubEvent& event)
 {
-    // Signals of files say nothing about the link.
+    // Signals about files do not change the state of the link.
     if (event.signal == EHubSignal::eLoginRequested) {
-        m_isEndAsked = false;
+        m_isEndRequested = false;
     } else if (event.signal == EHubSignal::eLogoutRequested ||
                event.signal == EHubSignal::eCancelLoginRequested) {
-        m_isEndAsked = true;
+        m_isEndRequested = true;
     } else if (event.signal == EHubSignal::eLoginInProgress) {
         Set(ELinkState::eConnecting);
     } else if (event.signal == EHubSignal::eLoggedIn) {
-        m_isEndAsked = false;
+        m_isEndRequested = false;
         Set(ELinkState::eUp);
     } else if (event.signal == EHubSignal::eLoginFailed) {
-        Set(m_isEndAsked ? ELinkState::eLoggedOut : ELinkState::eFailed,
-            m_isEndAsked ? QString() : event.message.value_or(QString()));
-        m_isEndAsked = false;
+        Set(m_isEndRequested ? ELinkState::eLoggedOut : ELinkState::eFailed,
+            m_isEndRequested ? QString() : event.message.value_or(QString()));
+        m_isEndRequested = false;
     } else if (event.signal == EHubSignal::eLoggedOut) {
-        // Only what was up can be lost: after a failed login the sign of that stays.
-        if (m_state == ELinkState::eUp && !m_isEndAsked) {
+        // Only a session that was up can be lost. After a failed login the state stays "failed".
+        if (m_state == ELinkState::eUp && !m_isEndRequested) {
             Set(ELinkState::eLost);
-        } else if (m_state != ELinkState::eFailed || m_isEndAsked) {
+        } else if (m_state != ELinkState::eFailed || m_isEndRequested) {
             Set(ELinkState::eLoggedOut);
         }
-        m_isEndAsked = false;
+        m_isEndRequested = false;
     }
 }
 

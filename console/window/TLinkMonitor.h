@@ -1,4 +1,4 @@
-// What is known of the link to the service.
+// The state of the link to the service.
 #pragma once
 
 #include "console/session/HubEvent.h"
@@ -11,20 +11,20 @@
 namespace console {
 
 enum class ELinkState : std::uint8_t {
-    eNone,       // there is no plug-in that could have a link
-    eLoggedOut,  // nobody asked for a link, or it was ended as asked
-    eConnecting, // a login is going on
+    eNone,       // no plug-in runs
+    eLoggedOut,  // before a login, or after the operator's logout
+    eConnecting, // a login is running
     eUp,
     eFailed, // a login failed
-    eLost,   // the session ended without being asked to
+    eLost,   // the session ended without the operator's logout
 };
 
-// Follows the hub's signals; it asks nothing of the network.
+// Derives the state from the hub's signals; sends nothing to the network.
 //
 //   none → SetAvailable → logged out ⇄ connecting → up
-//                             ↑            ↓         ↓ ended unasked
+//                             ↑            ↓         ↓ session lost
 //                             │          failed    lost
-//                             └─ log-out asked for ──┘
+//                             └── operator's logout ─┘
 //
 // Thread: main.
 class TLinkMonitor : public QObject
@@ -33,10 +33,10 @@ class TLinkMonitor : public QObject
 
 public:
     ELinkState State() const { return m_state; }
-    // Why a login failed, as the plug-in says it; simple HTML. Empty otherwise.
+    // The plug-in's reason of a failed login, simple HTML; empty in other states.
     const QString& Reason() const { return m_reason; }
 
-    // A plug-in runs, or none does any more.
+    // Whether a plug-in runs.
     void SetAvailable(bool isAvailable);
     void OnHubEvent(const THubEvent& event);
 
@@ -48,7 +48,7 @@ private:
 
     ELinkState m_state = ELinkState::eNone;
     QString m_reason;
-    bool m_isEndAsked = false; // by the operator: a log-out, or the end of a login
+    bool m_isEndRequested = false; // the operator logged out or cancelled the login
 };
 
 } // namespace console

@@ -1,4 +1,3 @@
-// The console's one window: launcher, main area, mini views, status bar.
 #include "console/window/TMainWindow.h"
 
 #include "console/settings/Scrolling.h"
@@ -101,8 +100,8 @@ void TMainWindow::RemovePage(QWidget* content)
     }
 }
 
-// `content` may be half destroyed: only its address counts. It is still the page's child then, so
-// the page goes later.
+// `content` may be half destroyed: only its address is used. It is still a child of the page, so
+// the page is deleted later.
 void TMainWindow::Forget(QObject* content)
 {
     if (m_current == content) {
@@ -130,12 +129,12 @@ void TMainWindow::SetKeyboard(QWidget* keyboard)
     keyboard->installEventFilter(this);
 }
 
-// The keyboard takes room: what is typed into has to stay in view, and the status bar can wait.
+// The keyboard takes place: the focused entry must stay visible, and the status bar is hidden.
 bool TMainWindow::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::Show || event->type() == QEvent::Hide) {
         m_status->setVisible(event->type() == QEvent::Hide);
-        QTimer::singleShot(0, this, [this] { ScrollTo(focusWidget()); }); // when all is arranged
+        QTimer::singleShot(0, this, [this] { ScrollTo(focusWidget()); }); // after the layout
     }
     return QWidget::eventFilter(watched, event);
 }
@@ -151,7 +150,7 @@ void TMainWindow::ShowEnding()
     m_ending->setGeometry(rect());
     m_ending->show();
     m_ending->raise();
-    // What comes next may keep this thread for a moment.
+    // The next step may block this thread.
     repaint();
     m_ending->repaint();
 }
@@ -166,7 +165,7 @@ bool TMainWindow::OnBackPressed()
 void TMainWindow::closeEvent(QCloseEvent* event)
 {
     event->ignore();
-    Q_EMIT CloseWanted();
+    Q_EMIT CloseRequested();
 }
 
 void TMainWindow::resizeEvent(QResizeEvent* event)
@@ -184,7 +183,7 @@ void TMainWindow::keyPressEvent(QKeyEvent* event)
         setWindowState(windowState() ^ Qt::WindowFullScreen);
         Q_EMIT FullScreenChanged(isFullScreen());
     } else if (event->matches(QKeySequence::Quit)) {
-        Q_EMIT CloseWanted();
+        Q_EMIT CloseRequested();
     } else {
         QWidget::keyPressEvent(event);
     }

@@ -19,25 +19,27 @@ class TPage;
 class TStatusBar;
 
 //   ┌────────┬──────────────────────────────┐
-//   │        │ banner, when there is no link│
+//   │        │ banner, if the link failed   │
 //   │launcher├─────────────────────┬────────┤
 //   │        │ main area: home or  │ mini   │
 //   │        │ one page            │ views  │
 //   ├────────┴─────────────────────┴────────┤
 //   │ status bar                            │
 //   ├ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ─ ┤
-//   │ on-screen keyboard, while one is used │
+//   │ on-screen keyboard, while it is used  │
 //   └───────────────────────────────────────┘
 //
-// In a narrow window an open page has the mini views' room too; they are at home then.
+// In a narrow window an open page also takes the place of the mini views; then the mini views are
+// on the home page.
 //
-// Thread: main. Ownership: pages' contents are not its own: whoever added one removes it.
+// Thread: main. Ownership: the window does not own the contents of pages. The caller of AddPage()
+// calls RemovePage().
 class TMainWindow : public QWidget, public ZRA::MMICapableWidget
 {
     Q_OBJECT
 
 public:
-    static constexpr int wideEnough = 1100; // for a page and the mini views side by side, pixels
+    static constexpr int wideEnough = 1100; // pixels, for a page beside the mini views
 
     explicit TMainWindow(QWidget* parent = nullptr);
     ~TMainWindow() override;
@@ -50,27 +52,27 @@ public:
 
     void AddPage(QWidget* content, const QString& title);
     void SetPageTitle(QWidget* content, const QString& title);
-    // Goes home if the page is open. Gives the content back without a parent. Nothing happens for
-    // one that is not there.
+    // Removes the page; the content has no parent then. If the page is shown, home is shown. Does
+    // nothing for an unknown content.
     void RemovePage(QWidget* content);
     bool HasPage(QWidget* content) const { return m_pages.contains(content); }
     // Null means home.
     void ShowPage(QWidget* content);
     QWidget* CurrentPage() const { return m_current; }
 
-    // Goes below everything else while it is visible; becomes the window's. Once a life.
+    // Shows the keyboard at the bottom while it is visible. The window owns it. Call it once.
     void SetKeyboard(QWidget* keyboard);
 
-    // Covers everything with a word that the console is ending.
+    // Covers the window with a text that the console is ending.
     void ShowEnding();
 
-    // Home; the wheel and its button are the focused widget's.
+    // Goes home. The focused widget handles the wheel and its button.
     bool OnBackPressed() override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 Q_SIGNALS:
-    // The operator wants the console to end; the window stays until it is destroyed.
-    void CloseWanted();
+    // The operator closes the console. The window stays until it is destroyed.
+    void CloseRequested();
     void FullScreenChanged(bool isFullScreen);
 
 protected:

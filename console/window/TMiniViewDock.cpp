@@ -1,4 +1,3 @@
-// The column in which mini views stand one below the other.
 #include "console/window/TMiniViewDock.h"
 
 #include "console/settings/Scrolling.h"
@@ -54,8 +53,8 @@ void TMiniViewDock::Remove(QWidget* view)
     Forget(view);
 }
 
-// `view` may be half destroyed: only its address counts. It is still the place's child then, so the
-// place goes later.
+// `view` may be half destroyed: only its address is used. It is still a child of its place, so the
+// place is deleted later.
 void TMiniViewDock::Forget(QObject* view)
 {
     QWidget* const place = m_places.take(view);

@@ -1,4 +1,4 @@
-// The column in which mini views stand one below the other.
+// The column of mini views.
 #pragma once
 
 #include <QtCore/QHash>
@@ -8,8 +8,7 @@ class QVBoxLayout;
 
 namespace console {
 
-// Owns none of the views: it gives each a place of its own, where the view is at (0, 0) of its
-// parent, and lets go of it in Remove().
+// Puts each view at (0, 0) of its own parent widget. Does not own the views.
 //
 // Thread: main.
 class TMiniViewDock : public QWidget
@@ -20,18 +19,18 @@ public:
     static constexpr int dockWidth = 360;
 
     explicit TMiniViewDock(QWidget* parent = nullptr);
-    // Removes what is still there.
+    // Removes all views.
     ~TMiniViewDock() override;
 
-    // Shows the view below those that are there.
+    // Shows the view below the other views.
     void Add(QWidget* view);
-    // Hides the view and gives it back without a parent. Nothing happens for one that is not there.
+    // Hides the view; it has no parent then. Does nothing for an unknown view.
     void Remove(QWidget* view);
     bool Contains(QWidget* view) const { return m_places.contains(view); }
     bool IsEmpty() const { return m_places.isEmpty(); }
 
 Q_SIGNALS:
-    // A view has come or gone.
+    // A view was added or removed.
     void Changed();
 
 private:

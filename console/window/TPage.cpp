@@ -1,4 +1,3 @@
-// Something that fills the main area, below its title.
 #include "console/window/TPage.h"
 
 #include "console/settings/Scrolling.h"

@@ -1,4 +1,4 @@
-// Something that fills the main area, below its title.
+// A page of the main area: a title and its content.
 #pragma once
 
 #include <QtWidgets/QWidget>
@@ -8,7 +8,7 @@ class QScrollArea;
 
 namespace console {
 
-// Scrolls where the window is too low for its content.
+// Scrolls if the window is too low for the content.
 //
 // Thread: main. Ownership: the content is its child until Release().
 class TPage : public QWidget
@@ -19,7 +19,8 @@ public:
     TPage(QWidget* content, const QString& title, QWidget* parent = nullptr);
 
     void SetTitle(const QString& title);
-    // Gives the content back, hidden and without a parent. Null if that was destroyed or released.
+    // Hides the content and returns it without a parent. Null if the content was destroyed or
+    // released before.
     QWidget* Release();
 
 private:

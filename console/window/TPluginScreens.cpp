@@ -1,4 +1,3 @@
-// Puts into the window what plug-ins register.
 #include "console/window/TPluginScreens.h"
 
 #include "console/window/TLauncherBar.h"
@@ -14,8 +13,8 @@ using ZRA::OrvaleID;
 
 namespace {
 
-// A surface may get its title only when it is set up. The theme's icons of applications bear their
-// names: "NavKelvo".
+// Some surfaces have no title before their set-up. Until then the name of their icon gives the
+// caption: "NavKelvo" is "KELVO".
 QString Caption(const AppWindowSurface& surface)
 {
     const QString prefix = QStringLiteral("Nav");
@@ -69,7 +68,7 @@ void TPluginScreens::PlaceMiniView(AppWindowSurface* surface)
     }
 }
 
-// A page is set up when it is opened, which may be never.
+// The set-up of a page waits until the page is opened.
 void TPluginScreens::PlacePage(AppWindowSurface* surface, const QString& toolTip)
 {
     if (!surface->IsAvailable()) {
@@ -144,7 +143,7 @@ QList<AppWindowSurface*> TPluginScreens::Pages(const OrvaleID& application) cons
     return pages;
 }
 
-// Sets the surface up if that has not been done. False if that failed, now or before.
+// Sets up the surface once. False if the set-up fails or failed before.
 bool TPluginScreens::IsReady(AppWindowSurface* surface)
 {
     if (m_setUp.contains(surface)) {

@@ -1,4 +1,4 @@
-// Puts into the window what plug-ins register.
+// Puts the plug-ins' surfaces into the window.
 #pragma once
 
 #include "host/OrvaleID.h"
@@ -18,11 +18,12 @@ namespace console {
 
 class TMainWindow;
 
-// Mini views go to the dock, full views and further ones become pages with a launcher button. Only
-// what is available is there; each surface is set up once, right before it is first shown.
+// Mini views go to the dock. Full views and further surfaces become pages with a launcher button.
+// Only available surfaces are shown. Each surface is set up once, directly before it is first
+// shown.
 //
-// Thread: main. Ownership: register and window must outlive it. Errors: a surface that throws while
-// it is set up is not shown, and Failed() says so.
+// Thread: main. Ownership: the register and the window must outlive it. Errors: if a surface throws
+// during its set-up, it is not shown and Failed() is emitted.
 class TPluginScreens : public QObject
 {
     Q_OBJECT
@@ -30,9 +31,9 @@ class TPluginScreens : public QObject
 public:
     TPluginScreens(hostimpl::TSurfaceRegister& surfaces, TMainWindow& window);
 
-    // Asks all surfaces anew whether they are available.
+    // Asks all surfaces again whether they are available.
     void Refresh();
-    // Shows a page; nothing happens if it is not available.
+    // Shows a page; does nothing if the page is not available.
     void Open(QWidget* page);
 
 Q_SIGNALS:
@@ -50,8 +51,8 @@ private:
 
     hostimpl::TSurfaceRegister& m_register;
     TMainWindow& m_window;
-    QSet<QObject*> m_setUp;  // also those whose set-up failed
-    QSet<QObject*> m_broken; // those
+    QSet<QObject*> m_setUp;  // surfaces whose set-up was tried
+    QSet<QObject*> m_broken; // surfaces whose set-up failed
 };
 
 } // namespace console

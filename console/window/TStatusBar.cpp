@@ -1,4 +1,3 @@
-// The line at the bottom: position, link, time.
 #include "console/window/TStatusBar.h"
 
 #include "console/window/StatusTexts.h"
@@ -12,7 +11,7 @@
 namespace {
 
 constexpr int barHeight = 52;
-constexpr int tickMs = 1000; // a clock that is a second late is not late
+constexpr int tickMs = 1000; // an error of one second is acceptable
 
 } // namespace
 
@@ -26,7 +25,7 @@ TStatusBar::TStatusBar(QWidget* parent)
     setAutoFillBackground(true);
     const QFont textFont = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
     auto* const row = new QHBoxLayout(this);
-    row->setContentsMargins(12, 2, 12, 2); // two lines fit
+    row->setContentsMargins(12, 2, 12, 2); // the bar has place for two lines
     row->setSpacing(20);
     for (QWidget* const item : {static_cast<QWidget*>(m_position), static_cast<QWidget*>(m_link),
                                 static_cast<QWidget*>(m_clock)}) {

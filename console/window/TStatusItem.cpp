@@ -1,4 +1,3 @@
-// An icon and a text that say how something stands.
 #include "console/window/TStatusItem.h"
 
 #include "hostimpl/Theme.h"
@@ -13,7 +12,7 @@ constexpr int iconExtent = 36;
 constexpr int gap = 8;
 constexpr int leastTextWidth = 72;
 
-// What is too wide goes on in a second line, from the last gap between two parts that fits.
+// Splits a text that is too wide at the last gap between two parts that fits the first line.
 QStringList Lines(const QString& text, const QFontMetrics& metrics, int width)
 {
     QString first = text;

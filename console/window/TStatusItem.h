@@ -1,4 +1,4 @@
-// An icon and a text that say how something stands.
+// A state in the status bar: an icon and a text.
 #pragma once
 
 #include <QtCore/QString>
@@ -6,8 +6,9 @@
 
 namespace console {
 
-// A text that is too wide goes on in a second line where two blanks part it, and is cut with an
-// ellipsis if that is too narrow as well; the tool tip has all of it.
+// Two blanks separate the parts of a text. A text that is too wide continues in a second line, with
+// its last parts. If a line is still too wide, it is cut with an ellipsis; the tool tip has the
+// whole text.
 //
 // Thread: main.
 class TStatusItem : public QWidget

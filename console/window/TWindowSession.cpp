@@ -1,4 +1,3 @@
-// The window and the plug-in in it: start, what comes from the plug-in, end.
 #include "console/window/TWindowSession.h"
 
 #include "console/settings/TSettingsPage.h"
@@ -43,7 +42,7 @@ void TWindowSession::Begin()
         m_window->SetKeyboard(keyboard);
     }
     Apply(m_stored);
-    // A display may be smaller, with nobody there to fit windows in.
+    // Without a window manager nothing else fits the window to a small display.
     m_window->resize(m_window->size().boundedTo(m_window->screen()->availableSize()));
     m_window->show();
     StartPlugin();
@@ -53,21 +52,22 @@ void TWindowSession::Begin()
 void TWindowSession::ConnectWindow()
 {
     TLauncherBar& launcher = m_window->Launcher();
-    connect(m_window.get(), &TMainWindow::CloseWanted, this, &TWindowSession::WantEnd);
+    connect(m_window.get(), &TMainWindow::CloseRequested, this, &TWindowSession::RequestEnd);
     connect(m_window.get(), &TMainWindow::FullScreenChanged, this, [this](bool isFullScreen) {
         m_stored.isFullScreen = isFullScreen;
-        Keep();
+        StoreSettings();
     });
     connect(&launcher, &TLauncherBar::OpenSettings, this, &TWindowSession::OpenSettings);
     connect(&launcher, &TLauncherBar::ToggleLight, this, [this] {
         m_stored.isNight = !m_stored.isNight;
         Apply(m_stored);
-        Keep();
+        StoreSettings();
     });
-    connect(m_settingsPage.get(), &TSettingsPage::SaveWanted, this, &TWindowSession::SaveSettings);
-    connect(m_screens.get(), &TPluginScreens::Failed, this, &TWindowSession::Tell);
+    connect(m_settingsPage.get(), &TSettingsPage::SaveRequested, this,
+            &TWindowSession::SaveSettings);
+    connect(m_screens.get(), &TPluginScreens::Failed, this, &TWindowSession::ShowMessage);
     connect(&m_link, &TLinkMonitor::Changed, this, &TWindowSession::ShowLink);
-    // Looked at and not told: a source may bring more fixes than there is time to draw.
+    // Polled, because a source may bring more fixes than the window can draw.
     connect(&m_positionTick, &QTimer::timeout, m_window.get(),
             [this] { m_window->Status().ShowPosition(m_plugin.Position().State()); });
     m_positionTick.start(positionTickMs);
@@ -78,11 +78,11 @@ void TWindowSession::StartPlugin()
 {
     connect(&m_plugin, &TPluginSession::WorkerReady, this, &TWindowSession::CreateScreens);
     connect(&m_plugin, &TPluginSession::WorkerFailed, this, [this] {
-        Tell(tr("The plug-in does not take requests; is the service's address usable?"));
+        ShowMessage(tr("The plug-in does not take requests; is the service's address usable?"));
     });
     QString errorText;
     if (!m_plugin.Start(m_settings.pluginPath, m_window.get(), errorText)) {
-        Tell(errorText);
+        ShowMessage(errorText);
     }
 }
 
@@ -93,12 +93,12 @@ void TWindowSession::CreateScreens()
     }
     QString errorText;
     if (!m_plugin.Listen([this](const THubEvent& event) { m_link.OnHubEvent(event); }, errorText)) {
-        Tell(errorText);
+        ShowMessage(errorText);
         return;
     }
     m_link.SetAvailable(true);
     if (!m_plugin.CreateScreens(errorText)) {
-        Tell(errorText);
+        ShowMessage(errorText);
     }
 }
 
@@ -108,25 +108,25 @@ void TWindowSession::ShowLink()
     m_window->Banner().Show(m_link.State(), m_link.Reason());
 }
 
-void TWindowSession::WantEnd()
+void TWindowSession::RequestEnd()
 {
     if (m_isEnding || m_window == nullptr) {
         return;
     }
     m_isEnding = true;
     m_window->ShowEnding();
-    Q_EMIT EndWanted();
+    Q_EMIT EndRequested();
 }
 
-// The order matters: the plug-in must find the window manager, its surfaces and all it was given
-// when it is finalised, and the window outlives whatever may have been put into it.
+// The order matters. While the plug-in is finalised, the window manager, its surfaces and all
+// objects of TPluginContext must exist. The window is deleted after everything that it contains.
 void TWindowSession::End()
 {
     if (m_window == nullptr) {
         return;
     }
     m_isEnding = true;
-    Keep();
+    StoreSettings();
     m_plugin.Stop();
     const QList<ZRA::OrvaleID> forgotten = m_surfaces.Applications();
     for (const ZRA::OrvaleID& application : forgotten) {
@@ -141,7 +141,7 @@ void TWindowSession::End()
     m_window.reset();
 }
 
-void TWindowSession::Tell(const QString& text)
+void TWindowSession::ShowMessage(const QString& text)
 {
     m_window->Home().SetNotice(text);
     if (m_dialog == nullptr) {

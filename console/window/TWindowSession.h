@@ -20,36 +20,36 @@ namespace console {
 
 class TSettingsPage;
 
-// Thread: main, with a QApplication. Errors: a plug-in that is missing, lacks an entry point or
-// throws is told of in a dialog, and the console goes on without it.
+// Thread: main, with a QApplication. Errors: if a plug-in is missing, lacks an entry point or
+// throws, a dialog shows the reason and the console runs without the plug-in.
 //
-//   made → Begin → window shown, plug-in started → its worker is ready → its screens are built
-//        → WantEnd → EndWanted → End: settings kept, source stopped, plug-in finalised, surfaces
-//          and window gone
+//   constructed → Begin → window shown, plug-in started → WorkerReady → screens created
+//     → RequestEnd → EndRequested
+//     → End: settings stored, source stopped, plug-in finalised, surfaces and window deleted
 class TWindowSession : public QObject
 {
     Q_OBJECT
 
 public:
-    // `settings` with what the operator has set up filled in; the host is set up.
+    // `settings`: the command line, completed by the stored settings. The host framework is set up.
     TWindowSession(const TConsoleSettings& settings, const TStoredSettings& stored);
     ~TWindowSession() override;
 
     void Begin();
-    // Covers the window and asks whoever runs the event loop to end it.
-    void WantEnd();
-    // Blocks until the plug-in's thread has ended. Nothing happens the second time.
+    // Covers the window and emits EndRequested(). The owner of the event loop then calls End().
+    void RequestEnd();
+    // Blocks until the plug-in's thread has ended. Does nothing the second time.
     void End();
 
     // Null after End().
     TMainWindow* Window() const { return m_window.get(); }
     TSettingsPage* Settings() const { return m_settingsPage.get(); }
-    // What was told last; null if there was nothing to tell.
+    // The dialog with the last message; null if there was no message.
     TMessageDialog* Dialog() const { return m_dialog.get(); }
     const TLinkMonitor& Link() const { return m_link; }
 
 Q_SIGNALS:
-    void EndWanted();
+    void EndRequested();
 
 private:
     void ConnectWindow();
@@ -59,8 +59,8 @@ private:
     void OpenSettings();
     void SaveSettings(const TStoredSettings& settings);
     void Apply(const TStoredSettings& settings);
-    void Keep();
-    void Tell(const QString& text);
+    void StoreSettings();
+    void ShowMessage(const QString& text);
 
     const TConsoleSettings m_settings;
     TStoredSettings m_stored;

@@ -1,4 +1,3 @@
-// A run of the console with its window, from the plug-in's start to its end.
 #include "console/window/WindowRun.h"
 
 #include "console/session/ExitStatus.h"
@@ -14,7 +13,7 @@
 
 namespace {
 
-// What the command line leaves open is as the operator has set it up.
+// Completes the command line by the operator's stored settings.
 void FillIn(console::TConsoleSettings& settings, const console::TStoredSettings& stored)
 {
     if (settings.service.isEmpty()) {
@@ -23,10 +22,10 @@ void FillIn(console::TConsoleSettings& settings, const console::TStoredSettings&
     if (settings.authorityFile.isEmpty()) {
         settings.authorityFile = stored.authorityFile;
     }
-    QString errorText; // a log that has gone since is no reason not to start
+    QString errorText; // the console starts also if the stored log is missing
     if (!settings.isGpsGiven && !stored.positionSource.isEmpty() &&
         !console::ParseGpsSetting(stored.positionSource, settings.gps, errorText)) {
-        console::Complain(errorText, console::eExitSuccess);
+        console::PrintError(errorText, console::eExitSuccess);
         settings.gps = {};
     }
 }
@@ -61,9 +60,9 @@ int RunWindow(const TConsoleSettings& given, const std::function<void(TWindowSes
     InstallLanguage(stored.language);
 
     TWindowSession session(settings, stored);
-    QObject::connect(&session, &TWindowSession::EndWanted, QCoreApplication::instance(),
+    QObject::connect(&session, &TWindowSession::EndRequested, QCoreApplication::instance(),
                      &QCoreApplication::quit, Qt::QueuedConnection);
-    TStopSignals stopSignals([&session](int) { session.WantEnd(); });
+    TStopSignals stopSignals([&session](int) { session.RequestEnd(); });
     session.Begin();
     if (onBegun) {
         onBegun(session);

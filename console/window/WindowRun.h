@@ -1,4 +1,4 @@
-// A run of the console with its window, from the plug-in's start to its end.
+// Runs the console with its window, from the plug-in's start to its end.
 #pragma once
 
 #include "console/session/ConsoleSettings.h"
@@ -12,15 +12,15 @@ namespace console {
 
 class TWindowSession;
 
-// Whether this build has a window at all; without, the other two are not to be called.
+// Whether this build has a window. If not, do not call the other two functions.
 bool HasWindow();
 
-// The application object that a window needs. `argumentCount` must outlive it.
+// Creates the application object for a window. `argumentCount` must outlive it.
 std::unique_ptr<QCoreApplication> MakeWindowApplication(int& argumentCount, char** arguments);
 
-// Sets up the host, opens the window, starts the plug-in, and takes everything down again when the
-// operator closes the window. Returns the process's exit status. `onBegun`, if there is one, gets
-// the session when its window is shown.
+// Sets up the host, opens the window and starts the plug-in. When the operator closes the window,
+// it ends everything and returns the exit status of the process. `onBegun` may be empty; it is
+// called with the session when the window is shown.
 int RunWindow(const TConsoleSettings& settings,
               const std::function<void(TWindowSession&)>& onBegun = {});
 

@@ -1,4 +1,4 @@
-// The console, which holds a password, leaves no core file.
+// The console has a password in its memory and must leave no core file.
 #include "support/TStartedProgram.h"
 #include "support/TestMain.h"
 
@@ -15,16 +15,16 @@ class tst_CoreFiles : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void areForbiddenForTheConsole();
+    void consoleLeavesNoCoreFile();
 };
 
-// The console is caught where it waits for its script.
-void tst_CoreFiles::areForbiddenForTheConsole()
+// The test reads the limits of the console while the console waits for its script.
+void tst_CoreFiles::consoleLeavesNoCoreFile()
 {
     rlimit limit = {};
     QCOMPARE(::getrlimit(RLIMIT_CORE, &limit), 0);
     if (limit.rlim_max == 0) {
-        QSKIP("Core files are forbidden for everybody here.");
+        QSKIP("This machine allows no core files.");
     }
     limit.rlim_cur = limit.rlim_max;
     QCOMPARE(::setrlimit(RLIMIT_CORE, &limit), 0);
@@ -39,9 +39,10 @@ void tst_CoreFiles::areForbiddenForTheConsole()
     QVERIFY(writer >= 0);
     rlimit limitOfConsole = {1, 0};
     const int result = ::prlimit(console.Pid(), RLIMIT_CORE, nullptr, &limitOfConsole);
-    QCOMPARE(::write(writer, "no command\n", 11), ssize_t(11)); // refused, so that the console ends
+    QCOMPARE(::write(writer, "no command\n", 11),
+             ssize_t(11)); // a faulty line, so that the console ends
     ::close(writer);
-    QVERIFY2(console.ReadOutput().contains(":1:"), "it did not come to the script");
+    QVERIFY2(console.ReadOutput().contains(":1:"), "the console did not read the script");
     QCOMPARE(result, 0);
     QCOMPARE(limitOfConsole.rlim_cur, rlim_t(0));
     QCOMPARE(limitOfConsole.rlim_max, limit.rlim_max);

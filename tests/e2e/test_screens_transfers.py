@@ -77,10 +77,10 @@ class TransferTest(ScreensCase):
         window, content, _ = self.in_the_middle_of_a_download("1.zip", "2.zip")
         self.assert_refused(window, "Close is off", "press", button="Close")
         for row in ("Category", "Browse"):
-            self.assert_refused(window, "a dialog is to be answered", "open", row=row)
+            self.assert_refused(window, "a dialog must be answered", "open", row=row)
         for button in ("Home", "Settings"):
-            self.assert_refused(window, "a dialog is to be answered", "press", button=button)
-        self.assert_refused(window, "there is no Logout to be seen", "press", button="Logout")
+            self.assert_refused(window, "a dialog must be answered", "press", button=button)
+        self.assert_refused(window, "Logout is not on the screen", "press", button="Logout")
         screen = window.look()
         self.assertEqual((screen.row("Category")["value"], screen.row("Browse")["value"]),
                          ("Prescription Maps", "KELVO"))

@@ -68,7 +68,7 @@ class TourPartsTest(unittest.TestCase):
         (self.folder / "file").write_bytes(b"1")
         for names, has_place in ((["new", "file", "folder/new"], True), (["folder"], False), (["file/new"], False)):
             with self.subTest(names):
-                self.assertEqual(archives.have_place(dict.fromkeys(names), self.folder), has_place)
+                self.assertEqual(archives.fit_into(dict.fromkeys(names), self.folder), has_place)
 
     def test_the_log_must_have_one_line_for_each_bad_archive(self):
         day = Day(Binaries(*[Path("none")] * 4), self.folder / "out", None)
@@ -87,12 +87,12 @@ class TourPartsTest(unittest.TestCase):
         day.console = SimpleNamespace(data=data, run=run)
         with contextlib.redirect_stdout(io.StringIO()):
             for name in ("once.zip", "never.zip", "twice.zip"):
-                day._download_a_bad_one("maps", "from-service", Path(name))
+                day._download_a_refused_archive("maps", "from-service", Path(name))
             self.assertEqual(day.steps.close(), 1)
         self.assertEqual((self.folder / "out/steps.txt").read_text(encoding="utf-8").splitlines(), [
             "ok  once.zip cannot be unpacked and leaves nothing",
-            "FAILED never.zip cannot be unpacked and leaves nothing: the user log says 0 times why, not once",
-            "FAILED twice.zip cannot be unpacked and leaves nothing: the user log says 2 times why, not once",
+            "FAILED never.zip cannot be unpacked and leaves nothing: the user log holds 0 reasons, not one",
+            "FAILED twice.zip cannot be unpacked and leaves nothing: the user log holds 2 reasons, not one",
             "1 steps ok, 2 failed"])
 
     def test_an_encrypted_archive_is_bad(self):

@@ -1,4 +1,3 @@
-// The values in the fields of an NMEA sentence.
 #include "console/position/nmea/NmeaFields.h"
 
 #include <array>
@@ -10,12 +9,12 @@ using console::EFixQuality;
 
 constexpr std::size_t maxFractionDigits = 9;
 
-// Digits, perhaps a point, perhaps further digits.
+// Digits, then optionally a point and more digits.
 struct TNumber
 {
     std::int64_t whole = 0;
     double fraction = 0.0;
-    int fractionMs = 0; // the fraction's first three digits
+    int fractionMs = 0; // the first three digits of the fraction
 };
 
 std::optional<std::int64_t> ReadDigits(std::string_view text)
@@ -53,7 +52,7 @@ std::optional<TNumber> ReadNumber(std::string_view field, std::size_t wholeDigit
     double scale = 1.0;
     int weightMs = 100;
     for (const char digit : rest) {
-        scale *= 10.0; // exact up to the digits allowed
+        scale *= 10.0; // exact for the number of digits that is allowed
         number.fractionMs += (digit - '0') * weightMs;
         weightMs /= 10;
     }

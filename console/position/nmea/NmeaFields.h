@@ -7,7 +7,7 @@
 
 namespace console {
 
-// What a position rests on, as the receiver says. The values are those of a GGA sentence.
+// The quality of a fix, as the receiver reports it. The values are the values of a GGA sentence.
 enum class EFixQuality : std::uint8_t {
     eNone = 0,
     eAutonomous = 1,
@@ -23,12 +23,12 @@ enum class EFixQuality : std::uint8_t {
 // A time of day, UTC. The second may be 60, a leap second.
 struct TTimeOfDay
 {
-    double hhmmss = 0.0; // as receivers write it: 93015.25 is 09:30:15.25
+    double hhmmss = 0.0; // in the form of receivers: 93015.25 is 09:30:15.25
     std::int64_t sinceMidnightMs = 0;
 };
 
-// Nothing, if a field is not written exactly as the standard has it: a lenient reader would make a
-// wrong position of a damaged one.
+// All functions return nothing if the field differs from the standard's form: a lenient reader
+// would take a damaged field for a wrong position.
 
 // "hhmmss" with or without a fraction.
 std::optional<TTimeOfDay> ReadTimeOfDay(std::string_view field);
@@ -38,7 +38,7 @@ std::optional<double> ReadLatitude(std::string_view field, std::string_view hemi
 std::optional<double> ReadLongitude(std::string_view field, std::string_view hemisphere);
 // The quality of a GGA sentence.
 std::optional<EFixQuality> ReadQuality(std::string_view field);
-// A mode indicator, of one letter for each satellite system: the best of them counts.
+// A mode indicator with one letter for each satellite system: the best letter counts.
 std::optional<EFixQuality> ReadMode(std::string_view field);
 
 } // namespace console

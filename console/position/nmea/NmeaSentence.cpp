@@ -1,4 +1,3 @@
-// A sentence of NMEA 0183 that tells a position.
 #include "console/position/nmea/NmeaSentence.h"
 
 #include <array>
@@ -13,7 +12,7 @@ using console::TNmeaSentence;
 
 constexpr int absent = -1;
 
-// Where a kind of sentence has its fields; the address is field 0.
+// The places of the fields in a kind of sentence; the address is field 0.
 struct TLayout
 {
     std::string_view name;
@@ -22,7 +21,7 @@ struct TLayout
     int latitude; // hemisphere, longitude and hemisphere follow
     int status;   // "A" or "V"
     int quality;
-    int mode; // in younger receivers only, if there is a status
+    int mode; // in newer receivers only, if there is a status
 };
 
 constexpr std::array<TLayout, console::sentenceKindCount> layoutTable = {{
@@ -39,7 +38,7 @@ struct TFields
     std::array<std::string_view, maxFields> values;
     std::size_t count = 0;
 
-    // An absent field is an empty one.
+    // Returns an empty text for an absent field.
     std::string_view At(int index) const
     {
         const auto position = static_cast<std::size_t>(index);
@@ -75,7 +74,7 @@ std::optional<unsigned> HexDigit(char character)
     return std::nullopt;
 }
 
-// What stands between "$" and "*". The checksum covers just that.
+// Sets `body` to the text between "$" and "*", which the checksum covers.
 EReading TakeBody(std::string_view text, std::string_view& body)
 {
     const std::size_t star = text.find('*');
@@ -97,8 +96,8 @@ EReading TakeBody(std::string_view text, std::string_view& body)
     return sum == *high * 16 + *low ? EReading::eRead : EReading::eBadChecksum;
 }
 
-// Two letters of the talker (proprietary sentences begin with P and have an address of any length),
-// three of the kind.
+// The address has two letters for the talker and three letters for the kind. The address of a
+// proprietary sentence begins with P and has any length.
 const TLayout* FindLayout(std::string_view address)
 {
     if (address.size() != 5 || address.front() == 'P') {
@@ -112,7 +111,7 @@ const TLayout* FindLayout(std::string_view address)
     return nullptr;
 }
 
-// Whether the receiver vouches for the position; false if the sentence does not say so clearly.
+// Reads whether the receiver marks the position as valid. False if the fields are not clear.
 bool ReadValidity(const TLayout& layout, const TFields& fields, TNmeaSentence& sentence)
 {
     if (layout.quality != absent) {
@@ -155,7 +154,7 @@ EReading ReadSentence(std::string_view text, TNmeaSentence& sentence)
     }
     sentence.time = ReadTimeOfDay(fields.At(layout->time));
     if (!sentence.isValid) {
-        return EReading::eRead; // receivers leave the rest empty, or write what was
+        return EReading::eRead; // the other fields are empty or hold old values
     }
     const int first = layout->latitude;
     const auto latitude = ReadLatitude(fields.At(first), fields.At(first + 1));

@@ -1,4 +1,4 @@
-// A sentence of NMEA 0183 that tells a position.
+// Reads an NMEA 0183 sentence with a position.
 #pragma once
 
 #include "console/position/nmea/NmeaFields.h"
@@ -14,11 +14,11 @@ enum class ESentenceKind : std::uint8_t { eGga, eRmc, eGll, eGns };
 
 constexpr int sentenceKindCount = 4;
 
-// What a sentence says. Without a valid position only the kind is sure to be there.
+// The values of a sentence. Without a valid position only the kind is set for certain.
 struct TNmeaSentence
 {
     ESentenceKind kind = ESentenceKind::eGga;
-    bool isValid = false; // the receiver vouches for the position
+    bool isValid = false; // the receiver marks the position as valid
     std::optional<EFixQuality> quality;
     std::optional<TTimeOfDay> time; // always there with a valid position
     double latitudeDegrees = 0.0;
@@ -26,15 +26,15 @@ struct TNmeaSentence
 };
 
 enum class EReading : std::uint8_t {
-    eRead,       // the sentence tells of a position, or that there is none
-    eOtherKind,  // whole, but it tells of something else
-    eNoChecksum, // has none, or something stands behind it
+    eRead,       // the sentence holds a position or reports that there is none
+    eOtherKind,  // a whole sentence without a position
+    eNoChecksum, // the checksum is missing, or bytes follow it
     eBadChecksum,
-    eMalformed, // whole, but a field that matters makes no sense
+    eMalformed, // a whole sentence, but a required field is invalid
 };
 
-// Reads one sentence, from its "$" to the end of its line. Only after eRead is `sentence` usable.
-// A sentence without a checksum is not read: it may be torn.
+// Reads one sentence, from its "$" to the end of its line. `sentence` is valid only after eRead. A
+// sentence without a checksum is not read: its end may be missing.
 EReading ReadSentence(std::string_view text, TNmeaSentence& sentence);
 
 } // namespace console

@@ -1,4 +1,3 @@
-// Decides from a receiver's sentences whether there is a fix.
 #include "console/position/nmea/TFixJudge.h"
 
 #include <algorithm>
@@ -8,15 +7,16 @@ namespace console {
 
 bool TFixJudge::Judge(const TNmeaSentence& sentence, std::int64_t nowMs, TReceivedFix& fix)
 {
-    m_voices[static_cast<std::size_t>(sentence.kind)] = {
+    m_verdicts[static_cast<std::size_t>(sentence.kind)] = {
         true, sentence.isValid, sentence.quality.value_or(EFixQuality::eNone), nowMs};
-    const bool isFix = std::all_of(m_voices.begin(), m_voices.end(), [&](const TVoice& voice) {
-        return !Holds(voice, nowMs) || voice.isValid;
-    });
+    const bool isFix =
+        std::all_of(m_verdicts.begin(), m_verdicts.end(), [&](const TVerdict& verdict) {
+            return !Holds(verdict, nowMs) || verdict.isValid;
+        });
     if (isFix) {
         fix.latitudeDegrees = sentence.latitudeDegrees;
         fix.longitudeDegrees = sentence.longitudeDegrees;
-        fix.utcTime = sentence.time->hhmmss; // a valid sentence has it
+        fix.utcTime = sentence.time->hhmmss; // a valid sentence has a time
         fix.quality = Quality(nowMs, sentence);
     }
     return isFix;
@@ -24,28 +24,28 @@ bool TFixJudge::Judge(const TNmeaSentence& sentence, std::int64_t nowMs, TReceiv
 
 void TFixJudge::Restart()
 {
-    m_voices = {};
+    m_verdicts = {};
 }
 
-const TFixJudge::TVoice& TFixJudge::Voice(ESentenceKind kind) const
+const TFixJudge::TVerdict& TFixJudge::Verdict(ESentenceKind kind) const
 {
-    return m_voices[static_cast<std::size_t>(kind)];
+    return m_verdicts[static_cast<std::size_t>(kind)];
 }
 
-bool TFixJudge::Holds(const TVoice& voice, std::int64_t nowMs) const
+bool TFixJudge::Holds(const TVerdict& verdict, std::int64_t nowMs) const
 {
-    return voice.hasSpoken && nowMs - voice.atMs < rememberMs;
+    return verdict.isKnown && nowMs - verdict.atMs < rememberMs;
 }
 
 EFixQuality TFixJudge::Quality(std::int64_t nowMs, const TNmeaSentence& sentence) const
 {
     for (const ESentenceKind kind : {ESentenceKind::eGga, ESentenceKind::eGns}) {
-        if (Holds(Voice(kind), nowMs)) {
-            return Voice(kind).quality;
+        if (Holds(Verdict(kind), nowMs)) {
+            return Verdict(kind).quality;
         }
     }
     return sentence.quality.value_or(
-        EFixQuality::eAutonomous); // the standard's oldest: no mode yet
+        EFixQuality::eAutonomous); // sentences of old receivers have no mode
 }
 
 } // namespace console

@@ -8,7 +8,7 @@
 
 namespace console {
 
-// A position that the receiver vouches for. All values but the quality are of one sentence.
+// A valid position. All values but the quality come from one sentence.
 struct TReceivedFix
 {
     double latitudeDegrees = 0.0;
@@ -17,45 +17,47 @@ struct TReceivedFix
     EFixQuality quality = EFixQuality::eNone;
 };
 
-// A receiver tells one epoch in several sentences, in an order of its own. Each kind of sentence
-// has a voice, and what it said last holds for rememberMs:
+// A receiver reports each epoch in several sentences of different kinds, in any order. The judge
+// keeps the last verdict of each kind (valid or void) for rememberMs:
 //
-//   a sentence is void: RMC or GLL with status V or mode N, GGA with quality 0, GNS with only N's
-//   one voice says void  → the fix is void, at once
-//   all voices say valid → each valid sentence is a fix, the one that made it so included
+//   void sentence          RMC or GLL with status V or mode N, GGA with quality 0, GNS with only
+//   N's one verdict is void    → the fix is void, at once all verdicts are valid → each valid
+//   sentence is a fix, also the sentence that made them all valid
 //
-// So sentences that disagree make a void fix, which is the safe side, and the fix does not flicker
-// as they alternate: it comes back when the last of the dissenters agrees or has been silent for
-// rememberMs. GSA, GSV, VTG and others have no voice. Positions that are estimated, entered by hand
-// or simulated are fixes (the receiver vouches for them); their quality says what they are.
+// So if the sentences of a receiver disagree, the fix is void, which is the safe result. The fix
+// does not alternate with the sentences: it returns when the last void verdict turns valid or is
+// older than rememberMs. GSA, GSV, VTG and other kinds have no verdict. Estimated, manual and
+// simulated positions are fixes, because the receiver marks them as valid; their quality tells them
+// apart.
 //
-// The quality is what GGA or GNS said last, else the sentence's own mode: RMC knows fewer kinds.
+// The quality comes from the last GGA or GNS sentence. Without one it comes from the sentence's own
+// mode, because RMC has fewer qualities.
 //
-// Thread: that of its owner. Units: times are milliseconds of any clock that does not go back.
+// Thread: the owner's thread. Units: times are milliseconds of any monotonic clock.
 class TFixJudge
 {
 public:
     static constexpr std::int64_t rememberMs = 5000;
 
-    // Whether there is a fix, now that this sentence has come. `fix` is set if there is.
+    // Takes a sentence and returns whether there is a fix; if so, sets `fix`.
     bool Judge(const TNmeaSentence& sentence, std::int64_t nowMs, TReceivedFix& fix);
-    // Another receiver, or the same one anew: forgets all voices.
+    // Forgets all verdicts, for another receiver or a new connection.
     void Restart();
 
 private:
-    struct TVoice
+    struct TVerdict
     {
-        bool hasSpoken = false;
+        bool isKnown = false;
         bool isValid = false;
         EFixQuality quality = EFixQuality::eNone;
         std::int64_t atMs = 0;
     };
 
-    const TVoice& Voice(ESentenceKind kind) const;
-    bool Holds(const TVoice& voice, std::int64_t nowMs) const;
+    const TVerdict& Verdict(ESentenceKind kind) const;
+    bool Holds(const TVerdict& verdict, std::int64_t nowMs) const;
     EFixQuality Quality(std::int64_t nowMs, const TNmeaSentence& sentence) const;
 
-    std::array<TVoice, sentenceKindCount> m_voices;
+    std::array<TVerdict, sentenceKindCount> m_verdicts;
 };
 
 } // namespace console

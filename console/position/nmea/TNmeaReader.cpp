@@ -1,4 +1,3 @@
-// Finds the sentences of NMEA 0183 in a stream of bytes.
 #include "console/position/nmea/TNmeaReader.h"
 
 #include <utility>
@@ -19,7 +18,7 @@ void TNmeaReader::Take(std::string_view bytes)
 
 void TNmeaReader::Restart()
 {
-    EndSentence(); // its checksum tells whether it is whole
+    EndSentence(); // the checksum shows whether the sentence is whole
     m_place = EPlace::eLineBegin;
 }
 

@@ -11,16 +11,16 @@
 
 namespace console {
 
-// What has come so far, sentence by sentence. A sentence is in exactly one of these.
+// Numbers of sentences until now. Each sentence is counted in exactly one member.
 struct TNmeaCounts
 {
-    std::uint64_t positions = 0;  // sentences that tell of a position, or that there is none
+    std::uint64_t positions = 0;  // sentences with a position or with the report that there is none
     std::uint64_t others = 0;     // whole sentences of other kinds
-    std::uint64_t noChecksum = 0; // incomplete, or torn by the beginning of the next
+    std::uint64_t noChecksum = 0; // incomplete, or cut by the beginning of the next sentence
     std::uint64_t badChecksum = 0;
     std::uint64_t malformed = 0;
     std::uint64_t tooLong = 0;
-    std::uint64_t notText = 0; // holds bytes that are no printable ASCII
+    std::uint64_t notText = 0; // with bytes other than printable ASCII
 
     std::uint64_t Whole() const { return positions + others; }
     std::uint64_t Faulty() const
@@ -29,18 +29,18 @@ struct TNmeaCounts
     }
 };
 
-// Takes bytes as they come, in pieces of any size, and calls for every whole sentence that tells of
-// a position. Everything else is skipped and, from "$" on, counted: no input is an error.
+// Takes bytes in pieces of any size and calls a function for each whole sentence with a position.
+// All other bytes are skipped, and other sentences are counted: no input is an error.
 //
-// A sentence begins with "$", also in the midst of a line whose beginning was lost, and ends with
-// the line or where the next begins. Lines that begin with "#" (comments in logs) or "{" (what gpsd
-// says of itself) hold none.
+// A sentence begins with "$", also inside a line whose beginning is missing. It ends with the line
+// or at the next "$". A line that begins with "#" (a comment in a log) or "{" (a report of gpsd)
+// holds no sentence.
 //
-// Thread: that of its owner. Memory: never more than one sentence of maxSentenceBytes.
+// Thread: the owner's thread. Memory: at most one sentence of maxSentenceBytes.
 class TNmeaReader
 {
 public:
-    // The standard's 82 are too few for receivers that write more digits.
+    // The standard's 82 bytes are too few for receivers that write more digits.
     static constexpr std::size_t maxSentenceBytes = 160;
 
     using TOnSentence = std::function<void(const TNmeaSentence&)>;
@@ -48,17 +48,17 @@ public:
     explicit TNmeaReader(TOnSentence onSentence);
 
     void Take(std::string_view bytes);
-    // The stream has ended, or begins anew: the last sentence needs no line end, but one that is
-    // not whole is dropped.
+    // The stream has ended, or it starts again. The last sentence needs no line end; an incomplete
+    // sentence is dropped.
     void Restart();
     const TNmeaCounts& Counts() const { return m_counts; }
 
 private:
     enum class EPlace : std::uint8_t {
         eLineBegin,
-        eBetween,    // in a line, but in no sentence
+        eBetween,    // in a line, outside of a sentence
         eSentence,   // collecting
-        eSkip,       // in a sentence that is spoilt
+        eSkip,       // in a sentence that cannot be read
         eForeignLine // holds no sentences
     };
 
@@ -69,7 +69,7 @@ private:
 
     TOnSentence m_onSentence;
     TNmeaCounts m_counts;
-    std::string m_text; // of the sentence, from its "$"
+    std::string m_text; // the sentence from its "$"
     EPlace m_place = EPlace::eLineBegin;
 };
 

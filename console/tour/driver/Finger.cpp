@@ -1,4 +1,3 @@
-// Touches what is on the screen as an operator would.
 #include "console/tour/driver/Finger.h"
 
 #include "console/tour/driver/ScreenText.h"
@@ -27,7 +26,7 @@ void RequireInReach(const QWidget& widget, const QPoint& place, const QString& n
     }
     const QWidget* const modal = QApplication::activeModalWidget();
     if (modal != nullptr && modal != widget.window()) {
-        Refuse(QStringLiteral("a dialog is to be answered before %1").arg(name));
+        Refuse(QStringLiteral("a dialog must be answered before %1").arg(name));
     }
     const QWidget* const window = widget.window();
     const QWidget* const hit = window->childAt(widget.mapTo(window, place));
@@ -52,7 +51,7 @@ void BringIntoView(QWidget& widget)
     }
 }
 
-// Where another entry's full name lies over it: that goes when it is touched.
+// The full name of another entry may cover the place; a touch hides that name.
 void UncoverName(TListWidget& list, const QPoint& place)
 {
     QWidget* const hit = list.window()->childAt(list.viewport()->mapTo(list.window(), place));
@@ -61,7 +60,7 @@ void UncoverName(TListWidget& list, const QPoint& place)
     }
 }
 
-// The last popup first: it is on top.
+// The last popup comes first: it is on top.
 QList<QWidget*> WindowsTopDown(const QWidget& window)
 {
     QList<QWidget*> windows;
@@ -82,7 +81,7 @@ TWidget& Find(const QWidget& window, const QString& name, TNameOf nameOf)
             }
         }
     }
-    Refuse(QStringLiteral("there is no %1 to be seen").arg(name));
+    Refuse(QStringLiteral("%1 is not on the screen").arg(name));
 }
 
 TPropertyWidget& FindRow(const QWidget& window, const QString& name)
@@ -115,7 +114,7 @@ void TypeInto(const QWidget& window, const QString& rowName, const QString& text
     BringIntoView(row);
     auto* const edit = row.findChild<QLineEdit*>();
     if (edit == nullptr || !edit->isVisible()) {
-        Refuse(QStringLiteral("nothing can be typed into %1").arg(rowName));
+        Refuse(QStringLiteral("%1 takes no text").arg(rowName));
     }
     Touch(*edit, edit->rect().center(), rowName);
     QTest::keyClick(edit, Qt::Key_A, Qt::ControlModifier);

@@ -1,4 +1,4 @@
-// Touches what is on the screen as an operator would.
+// Touches the screen as an operator does.
 #pragma once
 
 #include <QtCore/QString>
@@ -7,15 +7,15 @@ class QWidget;
 
 namespace tour {
 
-// Each does it by real events at the middle of what is meant, and throws std::runtime_error if an
-// operator could not: it is not there, it is off, something covers it, or a dialog is to be
-// answered first. Thread: main.
+// Each function sends real events to the middle of the widget. It throws std::runtime_error if an
+// operator could not touch the widget: the widget is missing, disabled or covered, or a dialog
+// waits for an answer. Thread: main.
 
 void PressButton(const QWidget& window, const QString& name);
 void PressRow(const QWidget& window, const QString& name);
-// Replaces what stands in the row.
+// Replaces the text of the row.
 void TypeInto(const QWidget& window, const QString& rowName, const QString& text);
-// Scrolls there first.
+// Scrolls to the name first.
 void TouchName(const QWidget& window, const QString& name);
 
 } // namespace tour

@@ -1,4 +1,3 @@
-// A picture of the screen.
 #include "console/tour/driver/Picture.h"
 
 #include "console/tour/driver/ScreenText.h"

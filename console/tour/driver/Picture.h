@@ -1,4 +1,4 @@
-// A picture of the screen.
+// Draws the screen as a picture.
 #pragma once
 
 #include <QtGui/QImage>
@@ -7,8 +7,7 @@ class QWidget;
 
 namespace tour {
 
-// The console's window with the popups over it, one pixel of the picture each pixel of the screen.
-// Thread: main.
+// The console's window and the popups over it, pixel by pixel. Thread: main.
 QImage Picture(QWidget& window);
 
 } // namespace tour

@@ -1,4 +1,3 @@
-// What an operator reads on the screen, as values.
 #include "console/tour/driver/ScreenText.h"
 
 #include "host/TListWidget.h"
@@ -39,7 +38,7 @@ QJsonArray Buttons(const QWidget& window)
     return buttons;
 }
 
-// As it is drawn: a hidden text is dots.
+// The value as it is drawn: dots for a hidden text.
 QString ShownValue(const TPropertyWidget& row)
 {
     const auto* const edit = row.findChild<QLineEdit*>();
@@ -73,7 +72,7 @@ QJsonArray Names(const QWidget& window)
     return names;
 }
 
-// What stands there and cannot be worked with.
+// The visible texts that are not controls.
 QJsonArray Labels(const QWidget& window)
 {
     QJsonArray labels;

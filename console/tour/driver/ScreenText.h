@@ -1,4 +1,4 @@
-// What an operator reads on the screen, as values.
+// The texts on the screen as JSON.
 #pragma once
 
 #include <QtCore/QJsonObject>
@@ -7,18 +7,18 @@ class QWidget;
 
 namespace tour {
 
-// The windows that are open, the console's own first:
+// The open windows, the main window first:
 //   {"windows": [{"kind": "console" | "message" | "progress" | "choice", "title": .., "text": ..,
 //                 "progress": .., "buttons": [{"text", "enabled", "checked"}],
 //                 "rows": [{"name", "value", "enabled"}], "names": [{"text", "selected"}],
 //                 "labels": [..]}]}
-// Only what is visible. Thread: main.
+// Only visible parts. Thread: main.
 QJsonObject ScreenText(const QWidget& window);
 
-// What a button is called: its text, or its accessible name if it has none.
+// The name of a button: its text or, without a text, its accessible name.
 QString ButtonName(const QWidget& button);
 
-// Open popups, the one to be answered first last.
+// The open popups. The last popup must be answered first.
 QList<QWidget*> OpenPopups();
 
 } // namespace tour

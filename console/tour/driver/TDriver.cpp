@@ -1,4 +1,3 @@
-// Works the console's window by commands from the standard input.
 #include "console/tour/driver/TDriver.h"
 
 #include "console/tour/driver/Finger.h"
@@ -15,7 +14,7 @@
 
 namespace {
 
-constexpr int smallestFile = 0; // "quality" of a PNG file, which is exact whatever it is
+constexpr int smallestFile = 0; // the "quality" of a PNG file sets the compression only
 
 QString Text(const QJsonObject& command, const char* key)
 {
@@ -41,7 +40,7 @@ TDriver::TDriver(console::TWindowSession& session, const QSize& size)
     : m_session(session),
       m_source(
           STDIN_FILENO, [this](const QString& line) { OnLine(line); },
-          [this] { m_session.WantEnd(); })
+          [this] { m_session.RequestEnd(); })
 {
     m_session.Window()->resize(size);
 }
@@ -85,7 +84,7 @@ QJsonObject TDriver::Do(const QJsonObject& command)
         window.resize(command.value(QLatin1String("width")).toInt(),
                       command.value(QLatin1String("height")).toInt());
     } else if (verb == QLatin1String("quit")) {
-        m_session.WantEnd();
+        m_session.RequestEnd();
     } else {
         throw std::runtime_error("there is no such command");
     }

@@ -1,4 +1,4 @@
-// Works the console's window by commands from the standard input.
+// Operates the console's window by commands from the standard input.
 #pragma once
 
 #include "console/session/TLineSource.h"
@@ -13,24 +13,24 @@ class TWindowSession;
 
 namespace tour {
 
-// Each line is an object with "do" and what belongs to it; each is answered by one line, either
-// {"ok": true, ..} or {"ok": false, "why": ..}:
+// Each line is a JSON object with the command in "do" and the command's arguments. The answer is
+// one line, {"ok": true, ..} or {"ok": false, "why": ..}:
 //
-//   look                     what is to be seen, see ScreenText()
+//   look                     the texts on the screen, see ScreenText()
 //   press "button"           touch a button
 //   open "row"               touch a row
 //   type "row" "text"        replace a row's text
 //   touch "name"             touch a name in the list
 //   picture "file"           save a picture
 //   resize "width" "height"  pixels
-//   heartbeat                begin to measure; the second time, how it was
-//   quit                     what closing the window does
+//   heartbeat                starts a measurement; the second time, its result
+//   quit                     the same as closing the window
 //
-// The end of the input is a quit. Thread: main; never blocks it.
+// The end of the input is a quit. Thread: main; never blocks.
 class TDriver
 {
 public:
-    // `session` has begun and outlives it.
+    // `session` has begun and must outlive the driver.
     TDriver(console::TWindowSession& session, const QSize& size);
 
 private:

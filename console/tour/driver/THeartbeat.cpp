@@ -1,4 +1,3 @@
-// How evenly the main thread's event loop turns.
 #include "console/tour/driver/THeartbeat.h"
 
 #include <algorithm>
@@ -8,7 +7,7 @@ namespace {
 
 constexpr double nsPerMs = 1e6;
 
-// The gap below which a share of all lie; they are sorted.
+// The gap that a share of all gaps do not exceed. `gapsNs` is sorted.
 double GapMs(const std::vector<qint64>& gapsNs, double share)
 {
     if (gapsNs.empty()) {

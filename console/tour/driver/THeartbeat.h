@@ -1,4 +1,4 @@
-// How evenly the main thread's event loop turns.
+// Measures the delays of the main thread's event loop.
 #pragma once
 
 #include <QtCore/QElapsedTimer>
@@ -9,7 +9,7 @@
 
 namespace tour {
 
-// A timer of 5 ms, and how much time really lay between its beats. Thread: main.
+// Measures the times between the beats of a timer of 5 ms. Thread: main.
 class THeartbeat
 {
 public:

@@ -1,4 +1,4 @@
-// The console with its window, worked by commands from outside.
+// The console with its window, operated by commands from outside.
 #include "console/session/ConsoleSettings.h"
 #include "console/tour/driver/TDriver.h"
 #include "console/window/WindowRun.h"
@@ -22,7 +22,7 @@ int Refuse(const QString& text)
     return 2;
 }
 
-// Null for a text that is no size.
+// Null if `text` is not a size.
 QSize ParseSize(const QString& text)
 {
     static const QRegularExpression pattern(QStringLiteral("^([0-9]{1,5})x([0-9]{1,5})$"));
@@ -38,8 +38,9 @@ int Run(const QStringList& arguments)
     QCommandLineParser parser;
     console::DescribeOptions(parser);
     parser.setApplicationDescription(QStringLiteral(
-        "Opens the console's window and works it by commands from the standard input, a JSON "
-        "object a line: look, press, open, type, touch, picture, resize, heartbeat, quit."));
+        "Opens the console's window and operates it by commands from the standard input. Each line "
+        "is a JSON object. Commands: look, press, open, type, touch, picture, resize, heartbeat, "
+        "quit."));
     const QCommandLineOption sizeOption(QStringLiteral("size"),
                                         QStringLiteral("Size of the window, pixels."),
                                         QStringLiteral("WIDTHxHEIGHT"), QStringLiteral("1280x800"));
@@ -52,7 +53,7 @@ int Run(const QStringList& arguments)
     }
     const QSize size = ParseSize(parser.value(sizeOption));
     if (size.isNull()) {
-        return Refuse(QStringLiteral("%1 is no size").arg(parser.value(sizeOption)));
+        return Refuse(QStringLiteral("%1 is not a size").arg(parser.value(sizeOption)));
     }
     console::TConsoleSettings settings;
     QString errorText;
@@ -73,7 +74,7 @@ int main(int argc, char* argv[])
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
-    // Qt would take some of our options for its own.
+    // The application object gets no options: Qt would take some of them for its own.
     QStringList arguments;
     for (int i = 0; i < argc; ++i) {
         arguments << QString::fromLocal8Bit(argv[i]);

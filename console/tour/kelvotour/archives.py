@@ -1,4 +1,4 @@
-"""Archives to send, and what must stand in a folder when one was unpacked into it."""
+"""Archives to send, and the files that a console must unpack from them."""
 
 import hashlib
 import random
@@ -15,8 +15,8 @@ CHUNK_BYTES = 1024 * 1024
 
 
 def make_samples(folder):
-    """What farm software sends: archives that share file names, one with sub-folders, names beyond ASCII, one of
-    some MB, one without content worth the name."""
+    """Archives like those of farm software: with shared file names, with sub-folders, with names beyond ASCII, with
+    several MB, and with an empty file."""
     folder.mkdir(parents=True, exist_ok=True)
     noise = random.Random(1)
     samples = {
@@ -35,7 +35,7 @@ def make_samples(folder):
 
 
 def write_zip(path, files):
-    """A sound archive: {entry: bytes}."""
+    """Writes a sound archive of {entry: bytes}."""
     with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
         for entry, content in files.items():
             archive.writestr(entry, content)
@@ -43,7 +43,7 @@ def write_zip(path, files):
 
 
 def write_corrupt_zip(path):
-    """Looks like an archive; the stored bytes are not the ones that the checksum was made of."""
+    """Writes an archive whose checksum does not fit its bytes."""
     with zipfile.ZipFile(path, "w", zipfile.ZIP_STORED) as archive:
         archive.writestr("broken.bin", b"A" * 5000)
     content = bytearray(path.read_bytes())
@@ -53,12 +53,12 @@ def write_corrupt_zip(path):
 
 
 def archives_in(folder):
-    """The archives of a folder that a console can take, by name."""
+    """The archives in a folder that a console takes, sorted by name."""
     return sorted(path for path in Path(folder).iterdir() if path.is_file() and path.name.endswith(SUFFIXES))
 
 
 def expected_files(path):
-    """{relative path: digest} that unpacking must yield, or None if the archive is one to refuse."""
+    """{relative path: digest} of the unpacked files, or None if a console must refuse the archive."""
     try:
         with zipfile.ZipFile(path) as archive:
             entries = archive.infolist()
@@ -83,14 +83,14 @@ def digest_of(stream):
     return digest.hexdigest()
 
 
-def have_place(expected, folder):
-    """Whether no file of an archive would have to replace a folder, nor one of its folders a file."""
+def fit_into(expected, folder):
+    """Whether `folder` takes all files: no file would replace a folder, and no folder would replace a file."""
     return not any((folder / name).is_dir() or any((folder / parent).is_file() for parent in Path(name).parents)
                    for name in expected)
 
 
 def compare(expected, folder):
-    """What is wrong with the unpacked files of one archive, as texts; none if every byte is right."""
+    """The faults of the unpacked files of one archive, as texts; empty if every byte is right."""
     problems = []
     for name, digest in expected.items():
         path = folder / name
@@ -102,5 +102,5 @@ def compare(expected, folder):
 
 
 def content_of(folder):
-    """{relative path: bytes} of a folder and everything below it."""
+    """{relative path: bytes} of all files in a folder and its sub-folders."""
     return {str(path.relative_to(folder)): path.read_bytes() for path in folder.rglob("*") if path.is_file()}

@@ -1,4 +1,4 @@
-"""The bad link between console and service, as a process of its own."""
+"""The bad link between console and service, as a process."""
 
 import re
 import signal
@@ -7,17 +7,17 @@ import sys
 import threading
 from pathlib import Path
 
-GUARD_SECONDS = 60  # only ends what hangs
+GUARD_SECONDS = 60  # ends only a process that hangs
 PROGRAM = Path(__file__).resolve().parents[3] / "tools/badlink/badlink"
 READY = re.compile(r"^badlink: listening on (\S+), ")
 
 
 class BadLinkError(Exception):
-    """It did not start."""
+    """The bad link did not start."""
 
 
 class BadLink:
-    """Plays a scenario between start() and close(). What it did is in the log."""
+    """Plays a scenario between start() and close(), and writes a log."""
 
     def __init__(self, scenario, service_address, log):
         self.log = log

@@ -1,4 +1,4 @@
-"""Where the programs are."""
+"""The paths of the programs."""
 
 from dataclasses import dataclass
 from pathlib import Path
@@ -10,11 +10,11 @@ class Binaries:
     kelvoctl: Path
     console: Path
     plugin: Path
-    driver: Path = None  # works the window; not there in a build without one
+    driver: Path = None  # operates the window; missing in a build without a window
 
     @classmethod
     def of_build(cls, build):
-        """The programs of a build folder; FileNotFoundError names what is missing."""
+        """The programs of a build folder. A FileNotFoundError names a missing program."""
         build = Path(build).resolve()
         binaries = cls(build / "bin/kelvo-service", build / "bin/kelvoctl", build / "bin/kelvo-console",
                        build / "lib/libkelvo.so", build / "bin/kelvo-console-driver")

@@ -11,13 +11,13 @@ import time
 from dataclasses import dataclass, field
 from pathlib import Path
 
-GUARD_SECONDS = 300  # only ends what hangs; the console's own --timeout is shorter
+GUARD_SECONDS = 300  # ends only a console that hangs; its own --timeout is shorter
 COMMAND_SECONDS = 120
 RESULT = re.compile(r"^(ok|started|FAILED) (\w+)(?:: (.*))?$")
 
 
 class ConsoleError(Exception):
-    """The console ended, or something that was waited for did not come."""
+    """The console ended, or an expected line did not come."""
 
 
 @dataclass(frozen=True)
@@ -41,7 +41,7 @@ class Line:
 
 @dataclass(frozen=True)
 class Result:
-    """A command's end with the lines that came since it was sent."""
+    """The result of a command, and the lines since the command was sent."""
     ok: bool
     reason: str
     lines: list
@@ -64,7 +64,7 @@ class Result:
 
 
 class Console:
-    """One run of the console. Its lines also go, with the commands, to a transcript."""
+    """One run of the console. A transcript holds its lines and the commands."""
 
     def __init__(self, binaries, service_address, ca, data, transcript, user, password,
                  timeout=COMMAND_SECONDS, credentials_file=None, prefix=(), options=()):
@@ -105,7 +105,7 @@ class Console:
             self._news.notify_all()
 
     def mark(self):
-        """The place in the lines to look from."""
+        """The current place in the lines, for a later search."""
         with self._news:
             return len(self.lines)
 
@@ -119,7 +119,7 @@ class Console:
             raise ConsoleError(f"the console has ended; see {self._log.name}") from None
 
     def wait_for(self, wanted, mark, what):
-        """The first line since `mark` that `wanted` says yes to."""
+        """The first line since `mark` for which `wanted` is true."""
         deadline = time.monotonic() + GUARD_SECONDS
         position = mark
         with self._news:
@@ -135,7 +135,7 @@ class Console:
                     raise ConsoleError(f"{what} did not come in {GUARD_SECONDS} s")
 
     def wait_for_signal(self, name, mark, wanted=lambda arguments: True):
-        return self.wait_for(lambda line: line.name == name and wanted(line.arguments), mark, f"a fitting {name}")
+        return self.wait_for(lambda line: line.name == name and wanted(line.arguments), mark, f"the expected {name}")
 
     def wait_for_list(self, kind, wanted, mark):
         """The first list of a kind whose set of names `wanted` says yes to."""
@@ -145,7 +145,7 @@ class Console:
             and wanted({file["name"] for file in arguments["files"]}))
 
     def run(self, command):
-        """Sends a command and waits for its result, which for one with & is that it was started."""
+        """Sends a command and waits for its result. A command with & has the result "started"."""
         verb = command.split()[0]
         mark = self.mark()
         self.send(command)
@@ -166,7 +166,7 @@ class Console:
         return Result(match[1] != "FAILED", match[3] or "", lines)
 
     def close(self):
-        """Ends its script and returns the exit status."""
+        """Ends the script and returns the exit status."""
         if self.process.poll() is None:
             try:
                 self.process.stdin.close()
@@ -207,12 +207,12 @@ class Console:
 
 
 def own_runtime_folder():
-    """Where Qt finds no reason for a warning when nobody is logged in at this machine."""
+    """A runtime folder for Qt, which warns if there is none. A machine without a logged-in user has none."""
     folder = Path(tempfile.gettempdir()) / f"kelvo-runtime-{os.getuid()}"
     folder.mkdir(mode=0o700, exist_ok=True)
     return str(folder)
 
 
 def quoted(names):
-    """File names as a command takes them."""
+    """File names in the form of a command."""
     return " ".join(f"'{name}'" if "'" not in name else f'"{name}"' for name in names)

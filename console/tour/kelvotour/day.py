@@ -1,4 +1,4 @@
-"""The day: what is done, and what must be true after it."""
+"""The operator's day by commands: its steps, and the checks after each step."""
 
 import stat
 
@@ -18,7 +18,7 @@ UPLOADS = {"curves": ("Curves", "to-service/curves"), "reports": ("From Console"
 
 
 class Day:
-    """Everything lies below one folder: `service/`, `console/`, `work/`, and what was said in between."""
+    """All files are in one folder: `service/`, `console/`, `work/`, and the logs."""
 
     def __init__(self, binaries, folder, data):
         self.binaries, self.folder, self.data = binaries, folder, data
@@ -31,13 +31,13 @@ class Day:
         self.expected = {}
 
     def play(self):
-        """The exit status."""
+        """Plays the day and returns the exit status."""
         try:
             if self.open():
                 self.morning()
                 self.receive()
                 self.download()
-                self.download_with_a_corrupt_one()
+                self.download_a_corrupt_archive()
                 self.upload()
                 self.delete()
                 self.evening()
@@ -46,12 +46,12 @@ class Day:
         return self.steps.close()
 
     def open(self):
-        """Whether there is anything to play with."""
+        """Starts service and console. False if that fails: then there is nothing to play."""
         step = self.steps.step
         with step("the service starts and is healthy"):
             self.service.start()
-            require(self.service.get("/healthz").strip() == "ok", "/healthz does not say ok")
-        with step("the administrator makes a farm, an office user and an operator"):
+            require(self.service.get("/healthz").strip() == "ok", "/healthz does not answer ok")
+        with step("the administrator creates a farm, an office user and an operator"):
             self.office = self.farm.make()
         with step("the console starts with the plug-in"):
             credentials = self.work / "credentials"
@@ -74,20 +74,20 @@ class Day:
             require(progress == [0, 14, 28, 42, 57, 71, 85, 100], f"the progress was {progress}")
             made = self.office.inboxes(OPERATOR)
             require(tuple(made) == PROJECTS, f"the service has inboxes in {sorted(made)}")
-        with step("log-out after the set-up"):
+        with step("the operator logs out after the set-up"):
             result = console.run("logout")
             require(result.ok, result.reason)
-            require(not console.run("status").value("status")["loggedIn"], "the hub still says logged in")
+            require(not console.run("status").value("status")["loggedIn"], "the hub is still logged in")
         with step("the second login brings six empty lists"):
             result = console.run("login")
             require(result.ok, result.reason)
             lists = {line.arguments["project"]: line.arguments["files"]
                      for line in result.signals("NewKelvoProjectFilesList")}
-            require(tuple(lists) == LISTED_KINDS, f"lists came for {list(lists)}")
+            require(tuple(lists) == LISTED_KINDS, f"the lists are of {list(lists)}")
             require(not any(lists.values()), "a list is not empty")
 
     def receive(self):
-        """The office's archives reach the lists without being asked for."""
+        """The office's archives reach the lists without a request of the console."""
         data = self.data or archives.make_samples(self.work / "archives")
         self.expected = {path: archives.expected_files(path) for path in archives.archives_in(data)}
         names = {path.name for path in self.expected}
@@ -103,10 +103,10 @@ class Day:
             with self.steps.step(f"the list of {kind} comes by push, complete"):
                 line = self.console.wait_for_list(kind, lambda seen: seen == names, mark)
                 listed = {file["name"]: file["id"] for file in line.arguments["files"]}
-                require(listed == ids[kind], f"the ids are {listed}, the service's {ids[kind]}")
-        with self.steps.step("the console asked for none of it"):
+                require(listed == ids[kind], f"the ids are {listed}, but on the service {ids[kind]}")
+        with self.steps.step("the console made no request for these lists"):
             made = more(self.service.requests(), before)
-            # kelvoctl asks for the account once a file.
+            # kelvoctl requests the account once for each file.
             own = {route: count for route, count in made.items()
                    if route[0] == "GET" and not (route[1] == "/account" and count == len(names))}
             require(not own, f"there were requests: {own}")
@@ -114,54 +114,55 @@ class Day:
     def download(self):
         for kind, (_, folder) in DOWNLOADS.items():
             for path, expected in self.expected.items():
-                if expected is None or not archives.have_place(expected, self.console.data / folder):
-                    self._download_a_bad_one(kind, folder, path)
+                if expected is None or not archives.fit_into(expected, self.console.data / folder):
+                    self._download_a_refused_archive(kind, folder, path)
                     continue
                 with self.steps.step(f"{path.name} downloaded as {kind}: {len(expected)} files, byte for byte"):
                     result = self.console.run(f"download {kind} {quoted([path.name])}")
                     require(result.ok, result.reason)
                     problems = archives.compare(expected, self.console.data / folder)
                     require(not problems, "; ".join(problems))
-                    self._require_nothing_incoming()
+                    self._require_empty_temporary_folder()
 
-    def _download_a_bad_one(self, kind, folder, path):
+    def _download_a_refused_archive(self, kind, folder, path):
         with self.steps.step(f"{path.name} cannot be unpacked and leaves nothing"):
-            before, told = archives.content_of(self.console.data / folder), self._reasons_told()
+            before, reasons = archives.content_of(self.console.data / folder), self._unzip_reasons()
             result = self.console.run(f"download {kind} {quoted([path.name])}")
-            self._require_failed_to_unzip(result, path.name, told)
+            self._require_failed_to_unzip(result, path.name, reasons)
             require(archives.content_of(self.console.data / folder) == before, "the folder has changed")
-            self._require_nothing_incoming()
+            self._require_empty_temporary_folder()
 
-    def download_with_a_corrupt_one(self):
+    def download_a_corrupt_archive(self):
         folder = self.console.data / DOWNLOADS["maps"][1]
         good = {"a-good.zip": {"a-good.txt": b"before\n"}, "z-good.zip": {"z-good.txt": b"after\n"}}
         bad = "m-corrupt.zip"
-        with self.steps.step("a corrupt archive among sound ones spoils only itself"):
+        with self.steps.step("a corrupt archive fails, the sound archives of the same download do not"):
             mark = self.console.mark()
             for name, files in good.items():
                 self.office.put(archives.write_zip(self.work / name, files), f"{OPERATOR}/To Console")
             self.office.put(archives.write_corrupt_zip(self.work / bad), f"{OPERATOR}/To Console")
-            names, told = [*good, bad], self._reasons_told()
+            names, reasons = [*good, bad], self._unzip_reasons()
             self.console.wait_for_list("maps", set(names).issubset, mark)
             result = self.console.run(f"download maps {quoted(names)}")
-            self._require_failed_to_unzip(result, bad, told)
+            self._require_failed_to_unzip(result, bad, reasons)
             for files in good.values():
                 problems = archives.compare(archives.digests(files), folder)
                 require(not problems, "; ".join(problems))
             require(not (folder / "broken.bin").exists(), "a part of the corrupt archive was unpacked")
-            self._require_nothing_incoming()
+            self._require_empty_temporary_folder()
 
-    def _require_failed_to_unzip(self, result, name, told_before):
+    def _require_failed_to_unzip(self, result, name, reasons_before):
         require(result.errors == [{"file": name, "text": "Failed to unzip file"}], f"the records are {result.errors}")
-        told = self._reasons_told() - told_before
-        require(told == 1, f"the user log says {told} times why, not once")
+        reasons = self._unzip_reasons() - reasons_before
+        require(reasons == 1, f"the user log holds {reasons} reasons, not one")
 
-    def _reasons_told(self):
-        """How often the user log has said why an archive was not unpacked."""
+    def _unzip_reasons(self):
+        """The number of reasons in the user log why an archive was not unpacked."""
         log = self.console.data / "logs/user.log"
-        return log.read_text(encoding="utf-8").count("TKelvoThreadObject::ManageKelvoDownloads: ") if log.exists() else 0
+        text = log.read_text(encoding="utf-8") if log.exists() else ""
+        return text.count("TKelvoThreadObject::ManageKelvoDownloads: ")
 
-    def _require_nothing_incoming(self):
+    def _require_empty_temporary_folder(self):
         left = list((self.console.data / "incoming").iterdir())
         require(not left, f"the temporary folder still holds {[path.name for path in left]}")
 
@@ -170,13 +171,13 @@ class Day:
                    "reports": {"2024-05-17 report.xml": b"<Report hectares='12.5'/>\n"}}
         for kind, files in content.items():
             project, folder = UPLOADS[kind]
-            with self.steps.step(f"{len(files)} of {kind} uploaded: the service holds them, the local copies are gone"):
+            with self.steps.step(f"{len(files)} of {kind} uploaded: on the service, no longer on the console"):
                 for name, data in files.items():
                     (self.console.data / folder / name).write_bytes(data)
                 result = self.console.run(f"upload {kind} {quoted(files)}")
                 require(result.ok, result.reason)
                 left = list((self.console.data / folder).iterdir())
-                require(not left, f"still there: {[path.name for path in left]}")
+                require(not left, f"these local copies exist: {[path.name for path in left]}")
                 held = self.office.files(OPERATOR, project)
                 for name, data in files.items():
                     require(name in held, f"the service does not list {name}")
@@ -186,7 +187,7 @@ class Day:
 
     def delete(self):
         name = next(iter(self.expected)).name
-        with self.steps.step(f"{name} deleted: off the list and the service, in the bin"):
+        with self.steps.step(f"{name} deleted: no longer in the list and on the service, but in the bin"):
             file_id = self.office.files(OPERATOR, "Curves")[name]["id"]
             mark = self.console.mark()
             result = self.console.run(f"delete curves {quoted([name])}")
@@ -194,22 +195,22 @@ class Day:
             self.console.wait_for_list("curves", lambda seen: name not in seen, mark)
             require(name not in self.office.files(OPERATOR, "Curves"), "the service still lists it")
             require(file_id in [file["id"] for file in self.office.bin()], "it is not in the bin")
-            require(name in self.office.files(OPERATOR, "To Console"), "it is gone from the other inbox as well")
+            require(name in self.office.files(OPERATOR, "To Console"), "it is deleted in the other inbox too")
 
     def evening(self):
-        with self.steps.step("log-out ends the session on the service as well"):
+        with self.steps.step("the logout also ends the session on the service"):
             result = self.console.run("logout")
             require(result.ok, result.reason)
             require(self.service.open_streams() == 0, "the event stream is still open")
-        with self.steps.step("the console ends and leaves the operator's password nowhere"):
+        with self.steps.step("the console ends and leaves the operator's password in no file"):
             status = self.console.close()
-            # To the console, the archives that could not be unpacked are failures.
-            require(status == 1, f"its exit status is {status}")
-            require(not self.console.stderr(), f"it warned: {self.console.stderr()}")
+            # The archives that could not be unpacked are failures of commands.
+            require(status == 1, f"the console's exit status is {status}")
+            require(not self.console.stderr(), f"the console warned: {self.console.stderr()}")
             logs = [path for path in (self.folder / "console").rglob("*") if path.is_file()]
             for path in [*logs, *self.folder.glob("*.log*")]:
-                require(PASSWORDS[OPERATOR].encode() not in path.read_bytes(), f"it stands in {path}")
-        with self.steps.step("the service stops when told to"):
+                require(PASSWORDS[OPERATOR].encode() not in path.read_bytes(), f"the password is in {path}")
+        with self.steps.step("the service stops on SIGTERM"):
             self.service.stop()
 
     def close(self):

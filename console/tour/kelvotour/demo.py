@@ -1,4 +1,4 @@
-"""A demo farm on a service of its own, with the console's window on it."""
+"""A demo farm with its own service, and the console's window."""
 
 import os
 import stat
@@ -19,9 +19,9 @@ OWN_FILES = {
 
 
 class Demo:
-    """Everything lies below one folder. What was made there before is used again.
+    """All files are in one folder. A later demo uses the same farm again.
 
-    `badlink`: the scenario of the link that the window's console gets; None is a direct one.
+    `badlink`: the scenario of the link between window and service; None is a direct link.
     """
 
     def __init__(self, binaries, folder, data, badlink=None):
@@ -32,7 +32,7 @@ class Demo:
         self.badlink, self.link = badlink, None
 
     def run(self):
-        """Until the window is closed; the console's exit status."""
+        """Runs until the window is closed. Returns the console's exit status."""
         is_new = not self.service.admin_password_file.exists()
         try:
             self.service.start()
@@ -43,7 +43,7 @@ class Demo:
                 self._write_own_files()
             if self.badlink is not None:
                 self.link = BadLink(self.badlink, self.service.address, self.folder / "badlink.log").start()
-            self._tell()
+            self._print_addresses()
             status = self._open_window()
             self.service.stop()
             return status
@@ -53,7 +53,7 @@ class Demo:
             self.service.close()
 
     def _first_login(self):
-        """It makes the operator's inboxes, which the office cannot send to before."""
+        """The first login creates the operator's inboxes. The office cannot send files before that."""
         credentials = self.work / "credentials"
         credentials.touch(stat.S_IRUSR | stat.S_IWUSR)
         credentials.write_text(f"{OPERATOR}\n{PASSWORDS[OPERATOR]}\n", encoding="utf-8")
@@ -71,11 +71,11 @@ class Demo:
         for name, files in OWN_FILES.items():
             archives.write_zip(self.console_data / name, files)
 
-    def _tell(self):
+    def _print_addresses(self):
         link = [] if self.link is None else [f"The console's link is {self.badlink}; its log is {self.link.log}"]
-        print(f"The service listens on https://{self.service.address}, its authority is {self.service.ca}",
-              f"Operator, filled in already: {OPERATOR} / {PASSWORDS[OPERATOR]}",
-              f"Farm office, for kelvoctl:   {OFFICE} / {PASSWORDS[OFFICE]}",
+        print(f"The service listens on https://{self.service.address}, the file of its authority is {self.service.ca}",
+              f"Operator, already entered: {OPERATOR} / {PASSWORDS[OPERATOR]}",
+              f"Farm office, for kelvoctl: {OFFICE} / {PASSWORDS[OFFICE]}",
               *link,
               f"All files are in {self.folder}. Close the window to end.", sep="\n", flush=True)
 

@@ -1,4 +1,4 @@
-"""A display that nobody sees, for windows that shall behave as on a real one."""
+"""A virtual display, on which windows behave as on a real display."""
 
 import os
 import subprocess
@@ -7,7 +7,7 @@ COMMAND = "Xvfb"
 
 
 class Display:
-    """An X server of its own; `name` is what DISPLAY is to be."""
+    """A separate X server. `name` is the value for DISPLAY."""
 
     def __init__(self, size, log):
         readable, writable = os.pipe()
@@ -18,11 +18,11 @@ class Display:
                      "-noreset"], stdin=subprocess.DEVNULL, stdout=output, stderr=output, pass_fds=[writable])
         except FileNotFoundError:
             os.close(readable)
-            raise FileNotFoundError(f"{COMMAND} is missing: the package is xvfb") from None
+            raise FileNotFoundError(f"{COMMAND} is missing; install the package xvfb") from None
         finally:
             os.close(writable)
         with open(readable, encoding="ascii") as source:
-            number = source.readline().strip()  # empty if it ended instead
+            number = source.readline().strip()  # empty if the server has ended
         if not number:
             self.process.wait()
             raise OSError(f"{COMMAND} did not start; see {log}")

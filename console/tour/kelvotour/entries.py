@@ -1,7 +1,7 @@
-"""An archive's entries as a console takes them: under which path each is unpacked, and which it refuses.
+"""The entries of an archive: the path of each unpacked file, and the archives that a console must refuse.
 
-Written from the rules, not from the console's code, so that the two can be compared. It goes by the bytes of the
-names: what Python's zipfile makes of them is another reading.
+This module is written from the rules and not from the console's code, so that a test can compare the two. It reads
+the bytes of the names, because Python's zipfile decodes names by other rules.
 """
 
 import re
@@ -26,7 +26,7 @@ CONTROL = re.compile(r"[\0-\x1f\x7f]")
 
 
 def is_refused(entries, archive_bytes):
-    """Whether a console has to refuse all of an archive. Looks at what it says of itself, unpacks nothing."""
+    """Whether a console must refuse the whole archive. Reads the entries only and unpacks nothing."""
     allowed = min(MOST_BYTES, max(RATIO_FLOOR_BYTES, MOST_RATIO * archive_bytes))
     if len(entries) > MOST_ENTRIES or sum(entry.file_size for entry in entries) > allowed:
         return True
@@ -41,15 +41,15 @@ def paths_of(entries):
 
 
 def path_of(entry):
-    """Without the parts that mean nothing; empty for the destination itself."""
+    """The path without empty parts and "."; empty for the destination folder."""
     return "/".join(part for part in name_of(entry).split("/") if part not in ("", "."))
 
 
 def name_of(entry):
-    """The entry's name with '/' between its folders. One that says it is Unicode is composed."""
+    """The entry's name with '/' between its folders. A Unicode name is composed (NFC)."""
     name = entry.orig_filename.split("\0")[0]
     is_unicode = entry.flag_bits & UTF8_FLAG
-    # For the others zipfile takes the code page 437, which has a character for every byte.
+    # Without the flag zipfile decodes code page 437, which has a character for every byte.
     raw = name.encode("utf-8" if is_unicode else "cp437")
     field = unicode_path(entry, raw)
     if field or is_unicode:
@@ -60,7 +60,7 @@ def name_of(entry):
 
 
 def decoded(raw):
-    """What Windows writes without saying so, if it is not UTF-8."""
+    """The name in UTF-8 or, if that fails, in code page 850: Windows writes it without a mark."""
     try:
         return raw.decode()
     except UnicodeDecodeError:
@@ -68,7 +68,7 @@ def decoded(raw):
 
 
 def unicode_path(entry, raw):
-    """The name in the field for Unicode names, if there is one for the name `raw`; else None."""
+    """The name in the extra field for Unicode names, if it belongs to the name `raw`; otherwise None."""
     rest = entry.extra
     while len(rest) >= 4:
         field, size = struct.unpack("<HH", rest[:4])
@@ -81,7 +81,7 @@ def unicode_path(entry, raw):
 
 
 def mode_of(entry):
-    """The Unix mode that an entry says it has; 0 if it says nothing."""
+    """The Unix mode of the entry; 0 if the entry has none."""
     if entry.create_system == UNIX:
         return entry.external_attr >> 16
     if entry.create_system == MS_DOS:
@@ -95,12 +95,12 @@ def is_folder(entry):
 
 
 def is_special(entry):
-    """A link or a device. What an archiver read from a pipe is a file."""
+    """Whether the entry is a link or a device. A pipe is a file: the archiver stored the bytes of the pipe."""
     return stat.S_IFMT(mode_of(entry)) not in (0, stat.S_IFREG, stat.S_IFDIR, stat.S_IFIFO)
 
 
 def has_bad_name(name):
-    """Whether the name leads elsewhere, cannot be that of a file, or is too long."""
+    """Whether the name leaves the destination, is no valid file name, or is too long."""
     parts = [part for part in name.split("/") if part not in ("", ".")]
     return (not name or name.startswith("/") or bool(DRIVE.match(name)) or bool(CONTROL.search(name))
             or ".." in parts or parts[:1] == [RESERVED] or len(parts) > DEEPEST
@@ -109,7 +109,7 @@ def has_bad_name(name):
 
 
 def has_clash(entries):
-    """Whether a file is there twice, is also a folder, or has no name."""
+    """Whether two files have the same path, a file is also a folder, or a file has no name."""
     files = [path_of(entry) for entry in entries if not is_folder(entry)]
     folders = {path_of(entry) for entry in entries if is_folder(entry)}
     for path in [*files, *folders]:

@@ -1,4 +1,4 @@
-"""A farm on a service of its own, with an operator and an office."""
+"""A farm with its own service, an operator and an office."""
 
 from .office import Ctl
 from .service import Service
@@ -8,7 +8,7 @@ PASSWORDS = {OPERATOR: "seven green fields", OFFICE: "papers on the desk"}
 
 
 class Farm:
-    """Below one folder: `service/`, `work/` with the sessions, and logs."""
+    """All files are in one folder: `service/`, `work/` with the sessions, and logs."""
 
     def __init__(self, binaries, folder):
         self.binaries, self.folder = binaries, folder
@@ -20,7 +20,7 @@ class Farm:
         return Ctl(self.binaries.kelvoctl, self.service, self.work / f"{user}.session", self.folder / "kelvoctl.log")
 
     def make(self):
-        """The farm and its users on a running service; the office, logged in."""
+        """Creates the farm and its users on a running service. Returns the logged-in office."""
         admin = self.ctl("admin")
         admin.run("login", "admin", "--password-file", self.service.admin_password_file)
         admin.run("farm", "add", FARM)

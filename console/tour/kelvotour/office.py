@@ -1,24 +1,24 @@
-"""The administrator's and the office's hands: kelvoctl, one session a user."""
+"""kelvoctl for the administrator and the office, with one session for each user."""
 
 import json
 import os
 import subprocess
 
-GUARD_SECONDS = 300  # only ends what hangs
+GUARD_SECONDS = 300  # ends only a process that hangs
 
 
 class CtlError(Exception):
-    """kelvoctl said no."""
+    """kelvoctl failed."""
 
 
 class Ctl:
-    """kelvoctl as one user. What it prints goes to the log with its command line."""
+    """kelvoctl for one user. The log holds its command lines and its output."""
 
     def __init__(self, binary, service, session, log):
         self.binary, self.service, self.session, self.log_path = binary, service, session, log
 
     def run(self, *arguments, **environment):
-        """Its standard output."""
+        """Runs kelvoctl and returns its standard output."""
         command = [str(self.binary), "--server", self.service.address, "--ca", str(self.service.ca),
                    "--session", str(self.session), "--json", *map(str, arguments)]
         result = subprocess.run(command, capture_output=True, text=True, stdin=subprocess.DEVNULL,
@@ -40,17 +40,17 @@ class Ctl:
         self.run("user", "disable", name)
 
     def inboxes(self, owner):
-        """{project: inbox} of one user."""
+        """{project: inbox} of the user `owner`."""
         projects = json.loads(self.run("ls", "--owner", owner))
         return {project["name"]: inbox for project in projects for inbox in project["resources"]}
 
     def files(self, owner, project):
-        """{name: file}"""
+        """{name: file} of an inbox."""
         inbox = self.inboxes(owner).get(project, {})
         return {file["name"]: file for file in inbox.get("entries", [])}
 
     def put(self, path, *targets, name=None):
-        """Sends one file; its ids, in the order of the targets."""
+        """Sends a file. Returns its ids in the order of the targets."""
         options = [option for target in targets for option in ("--to", target)]
         if name is not None:
             options += ["--name", name]

@@ -1,14 +1,14 @@
-"""What a position receiver says while a tractor drives along a field."""
+"""NMEA sentences of a receiver while a tractor drives along a field."""
 
 import math
 from functools import reduce
 
 START = (52.1205, 11.6276)  # degrees north, degrees east
-NORTH_PER_SECOND = 0.000027  # degrees; three metres
+NORTH_PER_SECOND = 0.000027  # degrees, which are 3 m
 
 
 def write_log(path, seconds):
-    """Fixes of one second each, from noon on."""
+    """Writes one fix for each second, from noon on."""
     path.write_text("".join(_fix(second) for second in range(seconds)), encoding="ascii")
     return path
 

@@ -1,4 +1,4 @@
-"""The operator's day at the screens: what is touched, what must then be seen and be true, and a picture of it."""
+"""The operator's day at the screens: its steps, the checks after each step, and a picture of each step."""
 
 import json
 import signal
@@ -11,14 +11,14 @@ from .steps import Steps, fresh_folder, require
 from .texts import Texts
 from .window import Window
 
-LOG_SECONDS = 3600  # of positions; longer than any tour
+LOG_SECONDS = 3600  # positions for longer than any tour
 REPORTS = {"2024-05-17 north field.zip": {"REPORT.XML": b"<Report hectares='12.5'/>\n"},
            "2024-05-18 meadow.zip": {"REPORT.XML": b"<Report hectares='3.1'/>\n"}}
 CORRUPT = "m-corrupt.zip"
 
 
 class ScreenDay:
-    """Everything lies below one folder: `pictures/`, `service/`, `console/`, `work/`, and logs."""
+    """All files are in one folder: `pictures/`, `service/`, `console/`, `work/`, and logs."""
 
     def __init__(self, binaries, folder, data, *, size="1280x800", language=None, night=False):
         self.folder, self.data, self.size = folder, data, size
@@ -33,20 +33,20 @@ class ScreenDay:
         self.window = None
         self.office = None
         self.sent = {}
-        self.screens = {}  # what the pictures show, in words
+        self.screens = {}  # the texts in the pictures
 
     def play(self):
-        """The exit status."""
+        """Plays the day and returns the exit status."""
         try:
             if self.open():
                 self.log_in()
                 self.receive()
                 self.download()
-                self.look_at_what_came()
+                self.look_at_downloads()
                 self.upload()
                 self.delete()
                 self.lose_the_service()
-                self.settle()
+                self.change_settings()
                 self.evening()
         finally:
             self.close()
@@ -56,13 +56,13 @@ class ScreenDay:
 
     @contextmanager
     def shown(self, picture, name):
-        """A step that ends with a picture of the screen, also when it failed."""
+        """A step that ends with a picture of the screen, also if the step failed."""
         with self.steps.step(name):
             try:
                 yield
             finally:
                 self.window.picture(self.pictures / f"{picture}.png")
-                self.screens[picture] = self.window.look().lasting()
+                self.screens[picture] = self.window.look().stable_texts()
 
     def start_console(self):
         log = write_log(self.farm.work / "drive.nmea", LOG_SECONDS)
@@ -71,7 +71,7 @@ class ScreenDay:
         return self.window.until(lambda screen: screen.can_press(self.text("Login")), "the login panel")
 
     def open(self):
-        """Whether there is anything to play with."""
+        """Starts service and console. False if that fails: then there is nothing to play."""
         with self.steps.step("the service starts, with a farm, an office and an operator"):
             self.farm.service.start()
             self.office = self.farm.make()
@@ -85,36 +85,36 @@ class ScreenDay:
         return self.steps.failed == 0
 
     def choose_language(self):
-        """As the operator does it: on the settings page, and a new start."""
+        """Sets the language on the settings page, as an operator does. It takes effect at the next start."""
         names = {"de": "Deutsch", "fr": "Français", "es": "Español", "pt_BR": "Português (Brasil)", "pl": "Polski"}
-        with self.steps.step(f"{names[self.language]} is chosen and kept"):
+        with self.steps.step(f"{names[self.language]} is chosen and saved"):
             english, self.text = self.text, Texts()
             self.start_console()
             self.window.press("Settings")
             self.window.choose("Language", names[self.language])
             self.window.press("Save")
             self.window.until(lambda screen: any("next start" in label for label in screen.labels()), "the reply")
-            require(self.window.close() == 0, "the console ended badly")
+            require(self.window.close() == 0, "the console ended with an error")
             self.text = english
 
     def log_in(self):
         text, window = self.text, self.window
-        with self.shown("02-wrong-password", "a wrong password is refused with a word"):
+        with self.shown("02-wrong-password", "a wrong password is refused with a message"):
             window.do("type", row=text("USERNAME"), text=OPERATOR)
             window.do("type", row=text("PASSWORD"), text="seven brown fields")
             window.press(text("Login"))
             window.until(lambda screen: screen.dialog(text("KELVO Login Error")), "the error")
-        with self.shown("03-credentials", "the error is acknowledged, the password typed anew"):
+        with self.shown("03-credentials", "the error is acknowledged and the password typed again"):
             self.acknowledge()
             window.do("type", row=text("PASSWORD"), text=PASSWORDS[OPERATOR])
             screen = window.look()
             require(screen.can_press(text("Login")), "Login cannot be pressed")
             require(PASSWORDS[OPERATOR] not in str(screen.windows), "the password can be read")
-        with self.shown("04-first-login", "the first login makes the operator's inboxes and logs out"):
+        with self.shown("04-first-login", "the first login creates the operator's inboxes and logs out"):
             window.press(text("Login"))
-            window.until(lambda screen: self.is_set_up(screen) and screen.can_press(text("Login")), "the end of it")
-            require(len(self.office.inboxes(OPERATOR)) == 7, "not all inboxes are there")
-        with self.shown("05-logged-in", "the second login stands"):
+            window.until(lambda screen: self.is_set_up(screen) and screen.can_press(text("Login")), "the set-up's end")
+            require(len(self.office.inboxes(OPERATOR)) == 7, "inboxes are missing")
+        with self.shown("05-logged-in", "the second login succeeds"):
             self.acknowledge()
             window.press(text("Login"))
             window.until(lambda screen: screen.can_press(text("Logout")), "Logout")
@@ -124,14 +124,14 @@ class ScreenDay:
         return dialog is not None and dialog["text"] == self.text("Configuration complete")
 
     def acknowledge(self):
-        """Closes the one dialog that is open."""
+        """Closes the only open dialog."""
         screen = self.window.look()
         require(len(screen.popups) == 1, f"{len(screen.popups)} dialogs are open")
         self.window.press(screen.popups[0]["buttons"][0]["text"])
-        self.window.until(lambda screen: not screen.popups, "the dialog's end")
+        self.window.until(lambda screen: not screen.popups, "the end of the dialog")
 
     def receive(self):
-        """The office's archives are in the list without being asked for."""
+        """The office's archives reach the list without a request of the operator."""
         data = self.data or archives.make_samples(self.farm.work / "archives")
         self.sent = {path.name: path for path in archives.archives_in(data)}
         with self.shown("06-files", f"the office sends {len(self.sent)} maps, and they are listed"):
@@ -139,43 +139,43 @@ class ScreenDay:
                 self.office.put(path, f"{OPERATOR}/To Console")
             self.window.press(self.text("KELVO"))
             self.window.until(lambda screen: set(screen.names()) == set(self.sent), "the names")
-            require(not self.window.look().can_press("Download"), "Download is on with nothing selected")
+            require(not self.window.look().can_press("Download"), "Download is enabled without a selection")
 
     def download(self):
         text, window = self.text, self.window
-        chosen = self.sound_ones()
+        chosen = self.two_sound_archives()
         with self.shown("07-selection", f"{len(chosen)} are selected"):
             for name in chosen:
                 window.do("touch", name=name)
             screen = window.look()
-            require(sorted(screen.selected()) == sorted(chosen), f"selected are {screen.selected()}")
-            require(screen.can_press("Download"), "Download is off")
-        with self.service_asleep(), self.shown("08-downloading", "they are downloaded; the dialog shows that it goes on"):
+            require(sorted(screen.selected()) == sorted(chosen), f"the selection is {screen.selected()}")
+            require(screen.can_press("Download"), "Download is disabled")
+        with self.service_stopped(), self.shown("08-downloading", "they are downloaded; the dialog shows the progress"):
             window.press("Download")
             window.until(lambda screen: chosen[0] in screen.dialog(text("File Transfer"))["text"], "its name")
-        with self.shown("09-downloaded", "they are complete, and unpacked byte for byte"):
-            self.until_said("File Transfer", text("Download complete."))
+        with self.shown("09-downloaded", "they are complete and unpacked byte for byte"):
+            self.wait_for_dialog("File Transfer", text("Download complete."))
             for name in chosen:
                 problems = archives.compare(archives.expected_files(self.sent[name]),
                                             self.console_data / "from-service/prescriptions")
                 require(not problems, "; ".join(problems))
         self.acknowledge()
-        with self.shown("10-corrupt", "a corrupt archive is named and spoils nothing"):
+        with self.shown("10-corrupt", "a corrupt archive is named and does no harm"):
             self.office.put(archives.write_corrupt_zip(self.farm.work / CORRUPT), f"{OPERATOR}/To Console")
             window.until(lambda screen: CORRUPT in screen.names(), "its name")
             self.select_only(CORRUPT)
             window.press("Download")
-            self.until_said("File Transfer", CORRUPT)
+            self.wait_for_dialog("File Transfer", CORRUPT)
         self.acknowledge()
 
-    def sound_ones(self):
-        """Two that do not get into each other's way."""
+    def two_sound_archives(self):
+        """Two sound archives with different files."""
         good = [name for name, path in self.sent.items() if archives.expected_files(path) is not None]
         return good[:2]
 
     @contextmanager
-    def service_asleep(self):
-        """Long enough for a picture of what goes on."""
+    def service_stopped(self):
+        """Stops the service, so that a picture shows a running operation."""
         self.farm.service.process.send_signal(signal.SIGSTOP)
         try:
             yield
@@ -190,17 +190,17 @@ class ScreenDay:
             if name not in self.window.look().selected():
                 self.window.do("touch", name=name)
 
-    def until_said(self, title, words):
-        """When the operation has ended: then its dialog can be closed."""
-        def is_said(screen):
+    def wait_for_dialog(self, title, words):
+        """Waits until the operation has ended and its dialog can be closed."""
+        def is_shown(screen):
             dialog = screen.dialog(self.text(title))
             is_busy = screen.button(self.text("Processing, please wait")) is not None
             return dialog is not None and words in dialog["text"] and dialog["buttons"][0]["enabled"] and not is_busy
-        return self.window.until(is_said, f"{words} in {title}")
+        return self.window.until(is_shown, f"{words} in {title}")
 
-    def look_at_what_came(self):
+    def look_at_downloads(self):
         text, window = self.text, self.window
-        with self.shown("11-locations", "the places where files can be are on offer"):
+        with self.shown("11-locations", "the list shows the places of files"):
             window.do("open", row=text("Browse"))
             window.until(lambda screen: screen.can_press(text("Downloaded Files")), "the choices")
         with self.shown("12-downloaded-files", "the downloaded maps are on the console"):
@@ -211,36 +211,36 @@ class ScreenDay:
         text, window = self.text, self.window
         folder = self.console_data / "to-service/job-reports"
         content = {name: archives.write_zip(folder / name, files).read_bytes() for name, files in REPORTS.items()}
-        with self.shown("13-reports", "the job reports that wait for upload are listed"):
+        with self.shown("13-reports", "the list shows the job reports to upload"):
             window.choose(text("Browse"), text("Files to Upload"))
             window.choose(text("Category"), text("Job Reports"))
             window.until(lambda screen: set(screen.names()) == set(REPORTS), "the reports")
-        with self.shown("14-uploaded", "they are uploaded: the service holds them, the local copies are gone"):
+        with self.shown("14-uploaded", "they are uploaded: the service has them, the local copies are deleted"):
             self.select_only(*REPORTS)
             window.press("Upload")
-            self.until_said("File Transfer", text("Upload complete."))
+            self.wait_for_dialog("File Transfer", text("Upload complete."))
             held = self.office.files(OPERATOR, "From Console")
             for name, sent in content.items():
                 copy = self.farm.work / "copy"
                 self.office.get(held[name]["id"], copy)
                 require(copy.read_bytes() == sent, f"the service's {name} differs")
             left = list(folder.iterdir())
-            require(not left, f"still there: {[path.name for path in left]}")
+            require(not left, f"these local copies exist: {[path.name for path in left]}")
         self.acknowledge()
 
     def delete(self):
         text, window = self.text, self.window
-        with self.shown("15-delete", "before files are deleted there is a question"):
+        with self.shown("15-delete", "a question comes before files are deleted"):
             window.choose(text("Browse"), text("KELVO"))
             window.choose(text("Category"), text("Prescription Maps"))
             window.until(lambda screen: CORRUPT in screen.names(), "the list")
             self.select_only(CORRUPT)
             window.press("Delete")
             window.until(lambda screen: screen.dialog(text("Delete Warning")), "the question")
-        with self.shown("16-deleted", "yes: the file is off the list and off the service, in its bin"):
+        with self.shown("16-deleted", "after yes the file is no longer in the list and on the service, but in the bin"):
             question = window.look().dialog(text("Delete Warning"))
             window.press(question["buttons"][0]["text"])
-            self.until_said("Delete", text("Delete complete."))
+            self.wait_for_dialog("Delete", text("Delete complete."))
             window.until(lambda screen: CORRUPT not in screen.names(), "the list without it")
             require(CORRUPT not in self.office.files(OPERATOR, "To Console"), "the service still lists it")
             require(CORRUPT in [file["name"] for file in self.office.bin()], "it is not in the bin")
@@ -248,32 +248,32 @@ class ScreenDay:
 
     def lose_the_service(self):
         text, window = self.text, self.window
-        with self.shown("17-no-service", "a service that cannot be reached is told of"):
-            self.bring_panel_up()
+        with self.shown("17-no-service", "the login reports a service that cannot be reached"):
+            self.show_login_panel()
             window.press(text("Logout"))
             window.until(lambda screen: screen.can_press(text("Login")), "Login")
             self.farm.service.stop()
             window.press(text("Login"))
             window.until(lambda screen: screen.dialog(text("KELVO Login Error")), "the error")
-        with self.shown("18-banner", "and a banner stays until it can be"):
+        with self.shown("18-banner", "a banner shows the failure until the next login"):
             self.acknowledge()
-        with self.steps.step("when it is back, the login stands again"):
+        with self.steps.step("when the service is back, the login succeeds"):
             self.farm.service.start()
             window.press(text("Login"))
             window.until(lambda screen: screen.can_press(text("Logout")), "Logout")
 
-    def bring_panel_up(self):
-        """The login panel has no room beside a page on a small display: it is at home then."""
+    def show_login_panel(self):
+        """Goes home if the login panel is not visible: on a small display it has no place beside a page."""
         if self.window.look().row(self.text("USERNAME")) is None:
             self.window.press(self.text("Home"))
 
-    def settle(self):
+    def change_settings(self):
         text, window = self.text, self.window
-        with self.shown("19-settings", "the settings are one touch away"):
+        with self.shown("19-settings", "one touch opens the settings"):
             window.press(text("Settings"))
             window.until(lambda screen: screen.row(text("Language")) is not None, "the settings")
         other = text("Day") if self.night else text("Night")
-        with self.shown("20-other-light", "the screen for the other light"):
+        with self.shown("20-other-light", "the screen in the colours for day or night"):
             window.press(other)
             window.press(text("KELVO File Controller"))
             window.choose(text("Browse"), text("KELVO"))
@@ -281,18 +281,18 @@ class ScreenDay:
             window.until(lambda screen: screen.names(), "the names")
 
     def evening(self):
-        with self.shown("21-evening", "log-out ends the session on the service as well"):
-            self.bring_panel_up()
+        with self.shown("21-evening", "the logout also ends the session on the service"):
+            self.show_login_panel()
             self.window.press(self.text("Logout"))
             self.window.until(lambda screen: screen.can_press(self.text("Login")), "Login")
             require(self.farm.service.open_streams() == 0, "the event stream is still open")
         with self.steps.step("the console ends and leaves the operator's password in no log"):
             status = self.window.close()
-            require(status == 0, f"its exit status is {status}")
-            require(not self.window.warnings(), f"it warned: {self.window.warnings()}")
+            require(status == 0, f"the console's exit status is {status}")
+            require(not self.window.warnings(), f"the console warned: {self.window.warnings()}")
             for path in [*self.folder.glob("*.log*"), *(self.console_data / "logs").iterdir()]:
-                require(PASSWORDS[OPERATOR].encode() not in path.read_bytes(), f"it stands in {path}")
-        with self.steps.step("the service stops when told to"):
+                require(PASSWORDS[OPERATOR].encode() not in path.read_bytes(), f"the password is in {path}")
+        with self.steps.step("the service stops on SIGTERM"):
             self.farm.service.stop()
 
     def close(self):

@@ -1,4 +1,4 @@
-"""The service as a process of its own on a free port."""
+"""The service as a process on a free port."""
 
 import collections
 import json
@@ -11,18 +11,18 @@ import time
 import urllib.error
 import urllib.request
 
-GUARD_SECONDS = 60  # only ends what hangs
+GUARD_SECONDS = 60  # ends only a process that hangs
 READY = re.compile(r"^kelvo-service: listening on https://\S+, metrics on http://\S+\n$")
 SAMPLE = re.compile(r'^(\w+)(?:\{(.*)\})? (\S+)$')
 LABEL = re.compile(r'(\w+)="((?:[^"\\]|\\.)*)"')
 
 
 class ServiceError(Exception):
-    """The service did not start, stop or answer as it should."""
+    """The service did not start, stop or answer as expected."""
 
 
 class Service:
-    """One data folder and, between start() and stop(), a process on it. Started again, it takes the same port."""
+    """A data folder and, between start() and stop(), a process. A second start() takes the same port."""
 
     def __init__(self, binary, data, log, options=()):
         self.binary, self.data, self.log_path = binary, data, log
@@ -50,7 +50,7 @@ class Service:
         if not READY.match(line):
             self.process.kill()
             self.process.wait()
-            raise ServiceError(f"it said {line!r} instead of its addresses; see {self.log_path}")
+            raise ServiceError(f"the service printed {line!r} instead of its addresses; see {self.log_path}")
         endpoints = json.loads((self.data / "endpoints.json").read_text())
         if endpoints["pid"] != self.process.pid:
             raise ServiceError(f"endpoints.json names process {endpoints['pid']}, not {self.process.pid}")
@@ -63,13 +63,13 @@ class Service:
         return self.process is not None and self.process.poll() is None
 
     def stop(self):
-        """SIGTERM, which must end it well."""
+        """Sends SIGTERM. The service must end with the exit status 0."""
         self.process.send_signal(signal.SIGTERM)
         try:
             status = self.process.wait(GUARD_SECONDS)
         except subprocess.TimeoutExpired:
             self.kill()
-            raise ServiceError("it did not stop on SIGTERM") from None
+            raise ServiceError("the service did not stop on SIGTERM") from None
         self.process.stdout.close()
         if status != 0:
             raise ServiceError(f"exit status {status} after SIGTERM; see {self.log_path}")
@@ -80,12 +80,12 @@ class Service:
         self.process.stdout.close()
 
     def close(self):
-        """Ends what still runs."""
+        """Kills the process if it still runs."""
         if self.is_running:
             self.kill()
 
     def get(self, path):
-        """A page of the listener for health and metrics."""
+        """Gets a page from the listener for health and metrics."""
         try:
             with urllib.request.urlopen(f"http://{self.metrics_address}{path}", timeout=GUARD_SECONDS) as reply:
                 return reply.read().decode()
@@ -93,7 +93,7 @@ class Service:
             raise ServiceError(f"{path}: {failure}") from None
 
     def metrics(self):
-        """{name: {labels as a frozenset of pairs: value}} of one look."""
+        """The metrics as {name: {labels as a frozenset of pairs: value}}."""
         page = collections.defaultdict(dict)
         for line in self.get("/metrics").splitlines():
             match = SAMPLE.match(line)
@@ -102,9 +102,9 @@ class Service:
         return page
 
     def requests(self):
-        """{(method, route): number of requests so far}, when all but event streams are answered to the end.
+        """{(method, route): number of requests} after all open requests but event streams have ended.
 
-        A request is counted a moment after its reply has left.
+        The service counts a request shortly after it has sent the reply.
         """
         end = time.monotonic() + GUARD_SECONDS
         page = self.metrics()
@@ -128,11 +128,11 @@ def total(page, name):
 
 
 def more(after, before):
-    """What requests() counted between two calls."""
+    """The requests between two calls of requests()."""
     return {key: count - before.get(key, 0) for key, count in after.items() if count != before.get(key, 0)}
 
 
 def without_proxies():
-    """Loopback addresses are ours: no proxy of the environment is to be asked for them."""
+    """Removes the proxies from the environment: loopback addresses must not go through a proxy."""
     for name in ("http_proxy", "https_proxy", "all_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"):
         os.environ.pop(name, None)

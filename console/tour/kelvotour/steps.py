@@ -1,4 +1,4 @@
-"""The steps of a tour: each is tried, told of in one line, and counted."""
+"""The steps of a tour. Each step runs, prints one line and is counted."""
 
 import shutil
 import sys
@@ -9,7 +9,7 @@ MARKER = "steps.txt"
 
 
 def fresh_folder(folder):
-    """Empties the folder of an earlier tour; FileExistsError for one that holds anything else."""
+    """Empties the folder of an earlier tour. Raises FileExistsError if the folder holds other files."""
     folder.mkdir(parents=True, exist_ok=True)
     if any(folder.iterdir()) and not (folder / MARKER).is_file():
         raise FileExistsError(f"{folder} is neither empty nor the folder of an earlier tour")
@@ -20,7 +20,7 @@ def fresh_folder(folder):
 
 
 class StepFailure(Exception):
-    """Something came out otherwise than it must."""
+    """A check of a step failed."""
 
 
 def require(condition, reason):
@@ -29,7 +29,7 @@ def require(condition, reason):
 
 
 class Steps:
-    """Prints `ok  STEP` or `FAILED STEP: reason`, also into a file of the folder."""
+    """Prints `ok  STEP` or `FAILED STEP: reason`, and writes the same lines to a file of the folder."""
 
     def __init__(self, folder):
         self._file = open(folder / MARKER, "w", encoding="utf-8")
@@ -40,7 +40,7 @@ class Steps:
     def step(self, name):
         try:
             yield
-        except Exception as failure:  # whatever went wrong, the steps behind it are still worth trying
+        except Exception as failure:  # after any failure the next steps still run
             self.failed += 1
             kind = "" if isinstance(failure, StepFailure) else f"{type(failure).__name__}: "
             self._say(f"FAILED {name}: {kind}{' '.join(str(failure).split())}")
@@ -57,7 +57,7 @@ class Steps:
         self._file.flush()
 
     def close(self):
-        """The exit status."""
+        """Prints the totals and returns the exit status."""
         verdict = f"{self.done} steps ok, {self.failed} failed"
         self._say(verdict)
         self._file.close()

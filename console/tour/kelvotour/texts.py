@@ -1,4 +1,4 @@
-"""The texts on the screens in the operator's language, from the translations themselves."""
+"""The texts on the screens in the operator's language, read from the translations."""
 
 import xml.etree.ElementTree
 from pathlib import Path
@@ -8,7 +8,7 @@ FOLDERS = {"kelvo": TREE / "screens/translations", "console": TREE / "console/tr
 
 
 class Texts:
-    """Called with an English text, it gives the one to look for. `code` is None for English."""
+    """A call with an English text returns its translation. `code` is None for English."""
 
     def __init__(self, code=None):
         self._texts = {}

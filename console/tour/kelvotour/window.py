@@ -1,4 +1,4 @@
-"""The console's window, worked as an operator works it: looking, touching, typing."""
+"""The console's window, operated as an operator does: by looking, touching and typing."""
 
 import json
 import os
@@ -11,17 +11,17 @@ from pathlib import Path
 from .console import own_runtime_folder
 from .display import Display
 
-GUARD_SECONDS = 120  # only ends what hangs
+GUARD_SECONDS = 120  # ends only a process that hangs
 LOOK_SECONDS = 0.02  # between two looks
 VOLATILE = re.compile(r"^\d\d:\d\d$|\d°")
 
 
 class WindowError(Exception):
-    """The console did not do or show what it must."""
+    """The console did not show or do the expected."""
 
 
 class Window:
-    """One run of the console with its window, in a process of its own. Commands and answers go to a transcript."""
+    """One run of the console with its window, as a process. A transcript holds the commands and answers."""
 
     def __init__(self, binaries, service_address, ca, data, transcript, *, size="1280x800", options=(),
                  environment=None):
@@ -30,7 +30,7 @@ class Window:
         own = {name: value for name, value in os.environ.items()
                if name not in ("KELVO_API_HOST", "KESDK_CA_FILE", "KELVO_USER", "KELVO_PASSWORD")}
         self._display = Display(size, f"{transcript}.display")
-        # Nobody's display, settings, scaling or keyboard.
+        # The user's display, settings, scaling and keyboard have no effect.
         own = {name: value for name, value in own.items() if not name.startswith("QT_")}
         own.update(QT_QPA_PLATFORM="xcb", DISPLAY=self._display.name, QT_IM_MODULE="none",
                    XDG_CONFIG_HOME=str(Path(transcript).parent))
@@ -43,7 +43,7 @@ class Window:
                 stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=log, text=True, env=own)
 
     def do(self, verb, **arguments):
-        """The answer to one command."""
+        """Sends a command and returns the answer."""
         guard = threading.Timer(GUARD_SECONDS, self.process.kill)
         guard.start()
         try:
@@ -57,7 +57,7 @@ class Window:
         if not line:
             raise WindowError(f"the console has ended or hangs; see {self._log_path}")
         answer = json.loads(line)
-        shown = {name: value for name, value in arguments.items() if name != "text"}  # it may be a password
+        shown = {name: value for name, value in arguments.items() if name != "text"}  # a text may be a password
         if verb != "look":
             self._transcript.write(f"{verb} {json.dumps(shown)}: {line}")
         if not answer["ok"]:
@@ -68,7 +68,7 @@ class Window:
         return Screen(self.do("look")["windows"])
 
     def until(self, wanted, what):
-        """The first screen that `wanted` says yes to."""
+        """Waits for a screen for which `wanted` is true, and returns it."""
         end = time.monotonic() + GUARD_SECONDS
         while True:
             screen = self.look()
@@ -90,7 +90,7 @@ class Window:
         self.do("picture", file=str(path))
 
     def close(self):
-        """Ends it as closing the window does; the exit status."""
+        """Closes the window and returns the exit status."""
         if self.process.poll() is None:
             try:
                 self.do("quit")
@@ -110,22 +110,22 @@ class Window:
         return status
 
     def warnings(self):
-        """What it wrote to the standard error, but for the display's: it has no window manager, and says so when the
-        focus goes to a dialog that is not drawn yet."""
+        """The console's lines on the standard error. Left out are the errors of the display: it has no window manager,
+        which is an error when the focus goes to a dialog that is not drawn yet."""
         lines = Path(self._log_path).read_text(encoding="utf-8", errors="replace").splitlines()
         return [line for line in lines if not line.startswith("qt.qpa.xcb: QXcbConnection: XCB error")]
 
 
 class Screen:
-    """What was to be seen at one moment."""
+    """The texts on the screen at one moment."""
 
     def __init__(self, windows):
         self.windows = windows
         self.console = windows[0]
         self.popups = windows[1:]
 
-    def lasting(self):
-        """What is the same each time: without clock, position and folders."""
+    def stable_texts(self):
+        """The texts that are the same in each run: without clock, position and folders."""
         windows = json.loads(json.dumps(self.windows))
         for window in windows:
             window["labels"] = [label for label in window["labels"] if not VOLATILE.search(label)]
@@ -144,7 +144,7 @@ class Screen:
         return self.console["labels"]
 
     def button(self, text):
-        """Of any window, the one on top first; None if it is not to be seen."""
+        """The button in the topmost window that has it; None if no window shows it."""
         for window in reversed(self.windows):
             for button in window["buttons"]:
                 if button["text"] == text:

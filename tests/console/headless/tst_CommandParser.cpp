@@ -1,4 +1,4 @@
-// What the console's commands look like.
+// The command parser: valid and faulty lines.
 #include "console/headless/CommandParser.h"
 #include "support/TestMain.h"
 
@@ -11,7 +11,7 @@ class TCommandParserTest : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void takes_data()
+    void parsesValidLines_data()
     {
         QTest::addColumn<QString>("line");
         QTest::addColumn<int>("verb");
@@ -41,7 +41,7 @@ private Q_SLOTS:
         row("upload ablines x' 'y", EVerb::eUpload, 2, {QStringLiteral("x y")}, false);
     }
 
-    void takes()
+    void parsesValidLines()
     {
         QFETCH(QString, line);
         QFETCH(int, project);
@@ -58,7 +58,7 @@ private Q_SLOTS:
         QTEST(command.isBackground, "isBackground");
     }
 
-    void refuses_data()
+    void refusesFaultyLines_data()
     {
         QTest::addColumn<QString>("line");
         QTest::addColumn<QString>("error");
@@ -80,7 +80,7 @@ private Q_SLOTS:
         row("wait KelvoHome", "the hub has no signal \"KelvoHome\"");
     }
 
-    void refuses()
+    void refusesFaultyLines()
     {
         QFETCH(QString, line);
         TCommand command;
@@ -89,7 +89,7 @@ private Q_SLOTS:
         QTEST(error, "error");
     }
 
-    void waitsForSignalsByName()
+    void parsesTheSignalsOfAWait()
     {
         TCommand command;
         QString error;

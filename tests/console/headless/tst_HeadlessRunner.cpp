@@ -1,4 +1,4 @@
-// Scripts on a hub whose worker is the test.
+// The headless runner on a hub. The test takes the place of the worker.
 #include "console/headless/THeadlessRunner.h"
 #include "console/session/THubListener.h"
 #include "core/TKelvoInterface.h"
@@ -11,7 +11,7 @@ namespace {
 
 constexpr int longTimeoutMs = 600000;
 
-// A hub, a runner on it, and what they say.
+// A hub, a runner and the printed lines.
 struct TFixture
 {
     explicit TFixture(int timeoutMs = longTimeoutMs)
@@ -80,7 +80,7 @@ private Q_SLOTS:
                               QStringLiteral("ok logout")}));
     }
 
-    void printsTheResultBehindAllSignalsOfTheReport()
+    void printsTheResultAfterAllSignalsOfTheReport()
     {
         TFixture fixture;
         connect(&fixture.hub, &TKelvoInterface::KelvoUploadRequested,
@@ -93,7 +93,7 @@ private Q_SLOTS:
                               QStringLiteral("ok upload")}));
     }
 
-    void goesOnAfterAFailure()
+    void runsTheNextCommandAfterAFailure()
     {
         TFixture fixture;
         connect(&fixture.hub, &TKelvoInterface::KelvoDownloadRequested,
@@ -117,7 +117,7 @@ private Q_SLOTS:
                  QStringList({QStringLiteral("position {}"), QStringLiteral("ok position")}));
     }
 
-    void tellsUsageErrorsApart()
+    void endsWithStatus2AfterAFaultyLine()
     {
         TFixture fixture;
         fixture.runner.AddLine(QStringLiteral("upload curves"));
@@ -129,7 +129,7 @@ private Q_SLOTS:
                               QStringLiteral("FAILED line: a quote is not closed")}));
     }
 
-    void cancelsWhatRunsInTheBackground()
+    void cancelsAnOperationInTheBackground()
     {
         TFixture fixture;
         fixture.runner.AddLine(QStringLiteral("download maps a b &"));
@@ -151,7 +151,7 @@ private Q_SLOTS:
                               QStringLiteral("ok download"), QStringLiteral("ok wait")}));
     }
 
-    void countsASignalForOneWaitOnly()
+    void usesEachSignalForOneWaitOnly()
     {
         TFixture fixture;
         Q_EMIT fixture.hub.NewKelvoProjectFilesList(0, KelvoFileInfoList());
@@ -164,7 +164,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 0, kelvo::test::HANG_GUARD_MS);
     }
 
-    void refusesASecondOperation()
+    void refusesASecondOperationAtTheSameTime()
     {
         TFixture fixture;
         fixture.runner.AddLine(QStringLiteral("upload curves a &"));
@@ -174,7 +174,7 @@ private Q_SLOTS:
                  QStringLiteral("FAILED delete: another operation is running"));
     }
 
-    void doesNotWaitForEver()
+    void failsCommandsAfterTheTimeout()
     {
         TFixture fixture(1);
         fixture.runner.AddLine(QStringLiteral("login"));
@@ -187,17 +187,17 @@ private Q_SLOTS:
                          QStringLiteral("FAILED wait: timed out after 0 s")}));
     }
 
-    void takesNoLateEndForThatOfTheNextOperation()
+    void ignoresTheLateEndOfATimedOutUploadForTheNextUpload()
     {
         TFixture fixture(1);
         int requests = 0;
         connect(&fixture.hub, &TKelvoInterface::KelvoUploadRequested, [&] {
             if (++requests == 1) {
-                // The checks of a slow login end, and with them the hub's reason to refuse.
+                // The checks of a slow login end here: until then the hub refuses operations.
                 fixture.hub.OnPostLoginChecksComplete();
                 return;
             }
-            fixture.hub.OnKelvoUploadComplete(3, {}); // the first one's
+            fixture.hub.OnKelvoUploadComplete(3, {}); // the end of the first upload
             fixture.hub.OnKelvoUploadComplete(3, oneError);
         });
         fixture.runner.AddLine(QStringLiteral("upload curves a"));
@@ -210,7 +210,7 @@ private Q_SLOTS:
                          QStringLiteral("FAILED upload: 1 error: a.zip: first\\nsecond")}));
     }
 
-    void ignoresTheLateEndOfAnotherKind()
+    void ignoresTheLateEndOfATimedOutOperationOfAnotherKind()
     {
         TFixture fixture(1);
         connect(&fixture.hub, &TKelvoInterface::KelvoUploadRequested,
@@ -226,7 +226,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.Results().constLast(), QStringLiteral("ok delete"));
     }
 
-    void saysThatAnOperationWasAbandoned()
+    void reportsAnOperationThatRunsAtTheEndOfTheScript()
     {
         TFixture fixture;
         fixture.runner.AddLine(QStringLiteral("upload curves a &"));
@@ -234,7 +234,7 @@ private Q_SLOTS:
         fixture.runner.AddLine(QStringLiteral("status"));
         QTRY_COMPARE_WITH_TIMEOUT(fixture.exitStatus, 1, kelvo::test::HANG_GUARD_MS);
         QCOMPARE(fixture.Results().constLast(),
-                 QStringLiteral("FAILED upload: abandoned at the end of the script"));
+                 QStringLiteral("FAILED upload: not finished at the end of the script"));
     }
 };
 

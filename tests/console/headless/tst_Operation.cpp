@@ -1,4 +1,4 @@
-// When an operation has ended, and how.
+// TOperation: the end of an operation and its result.
 #include "console/headless/TOperation.h"
 #include "support/TestMain.h"
 
@@ -51,7 +51,7 @@ private Q_SLOTS:
     void loginEndsWithTheSixthList()
     {
         TOperation login = Operation(EVerb::eLogin);
-        login.Follow(List(0)); // of an earlier session
+        login.Follow(List(0)); // from an earlier session
         login.Follow(Event(EHubSignal::eLoggedIn));
         for (const int project : {0, 2, 3, 4, 5, 5}) {
             login.Follow(List(project));
@@ -63,7 +63,7 @@ private Q_SLOTS:
         QCOMPARE(login.Failure(), QString());
     }
 
-    void loginEndsWithTheInboxesSetUp()
+    void loginEndsWhenTheInboxesAreSetUp()
     {
         TOperation login = Operation(EVerb::eLogin);
         login.Follow(Event(EHubSignal::eLoggedIn));
@@ -74,7 +74,7 @@ private Q_SLOTS:
         QVERIFY(login.HasEnded() && login.Failure().isEmpty());
     }
 
-    void loginFailsWithTheInboxesNotSetUp()
+    void loginFailsIfTheInboxesAreNotSetUp()
     {
         TOperation login = Operation(EVerb::eLogin);
         login.Follow(Event(EHubSignal::eLoggedIn));
@@ -82,7 +82,7 @@ private Q_SLOTS:
         QCOMPARE(login.Failure(), QStringLiteral("1 error: a.zip: why"));
     }
 
-    void loginFailsAsToldOrWithATextOfItsOwn()
+    void loginFailsWithTheHubsReasonOrADefaultText()
     {
         THubEvent failed = Event(EHubSignal::eLoginFailed);
         failed.message = QStringLiteral("what\nto do");
@@ -99,21 +99,21 @@ private Q_SLOTS:
     void loginFailsWhenTheSessionEnds()
     {
         TOperation login = Operation(EVerb::eLogin);
-        login.Follow(Event(EHubSignal::eLoggedOut)); // of an earlier session
+        login.Follow(Event(EHubSignal::eLoggedOut)); // from an earlier session
         QVERIFY(!login.HasEnded());
         login.Follow(Event(EHubSignal::eLoggedIn));
         login.Follow(Event(EHubSignal::eLoggedOut));
         QVERIFY(login.HasEnded() && !login.Failure().isEmpty());
     }
 
-    void loginWhileLoggedInEndsAtOnce()
+    void loginWhileLoggedInEndsWithLoggedIn()
     {
         TOperation login = Operation(EVerb::eLogin, true);
         login.Follow(Event(EHubSignal::eLoggedIn));
         QVERIFY(login.HasEnded() && login.Failure().isEmpty());
     }
 
-    void othersEndWithTheirCompletion_data()
+    void otherOperationsEndWithTheirCompletion_data()
     {
         QTest::addColumn<int>("verb");
         QTest::addColumn<int>("signal");
@@ -126,7 +126,7 @@ private Q_SLOTS:
         row("delete", EVerb::eDelete, EHubSignal::eDeleteComplete);
     }
 
-    void othersEndWithTheirCompletion()
+    void otherOperationsEndWithTheirCompletion()
     {
         QFETCH(int, verb);
         QFETCH(int, signal);
@@ -138,7 +138,7 @@ private Q_SLOTS:
         }
         TOperation operation = Operation(static_cast<EVerb>(verb));
         operation.Follow(Errors(static_cast<EHubSignal>(signal), oneError));
-        operation.Follow(Errors(static_cast<EHubSignal>(signal), {})); // what ended stays so
+        operation.Follow(Errors(static_cast<EHubSignal>(signal), {})); // the result stays
         QCOMPARE(operation.Failure(), QStringLiteral("1 error: a.zip: why"));
     }
 };

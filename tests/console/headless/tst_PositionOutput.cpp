@@ -1,4 +1,4 @@
-// What is printed of the position, and what becomes of it when nobody reads.
+// The position output: printed lines, and dropped lines if no program reads them.
 #include "console/headless/TPositionOutput.h"
 #include "console/position/TMonitored.h"
 #include "support/TestMain.h"
@@ -12,7 +12,7 @@ using console::TPositionOutput;
 
 namespace {
 
-// An output whose lines are printed when Print() is called, not before.
+// An output that prints its lines only in Print().
 struct TFixture : kelvo::test::TMonitored
 {
     explicit TFixture(EShownPositions shown)
@@ -47,7 +47,7 @@ private Q_SLOTS:
         QVERIFY(fixture.lines.at(2).contains("\"change\":\"lost\""));
     }
 
-    void printsNothingThatWasNotAskedFor()
+    void printsOnlyRequestedChanges()
     {
         TFixture nothing(EShownPositions::eNone);
         TFixture changes(EShownPositions::eChanges);
@@ -60,7 +60,7 @@ private Q_SLOTS:
         QCOMPARE(changes.lines.size(), 1);
     }
 
-    void keepsSoManyFixesForAReaderWhoIsAway()
+    void dropsFixesWhenMaxPendingLinesAreQueued()
     {
         TFixture fixture(EShownPositions::eFixes);
         for (int i = 0; i < TPositionOutput::maxPending + 10; ++i) {
@@ -70,13 +70,13 @@ private Q_SLOTS:
         fixture.Print();
         QCOMPARE(fixture.lines.size(), TPositionOutput::maxPending + 1);
         QVERIFY(fixture.lines.constLast().contains("\"change\":\"lost\""));
-        fixture.Fix(); // he is back
+        fixture.Fix(); // the reader reads again
         fixture.Fix();
         fixture.Print();
         QCOMPARE(fixture.lines.size(), TPositionOutput::maxPending + 3);
     }
 
-    void boundsTheChangesToo()
+    void dropsAllChangesAtTwiceMaxPending()
     {
         TFixture fixture(EShownPositions::eChanges);
         for (int i = 0; i < TPositionOutput::maxPending + 10; ++i) {

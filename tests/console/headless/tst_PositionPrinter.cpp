@@ -1,4 +1,4 @@
-// The lines about the position.
+// The lines with positions.
 #include "console/headless/PositionPrinter.h"
 #include "support/TestMain.h"
 
@@ -32,7 +32,7 @@ class TPositionPrinterTest : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void printsThatThereIsNone()
+    void printsThatThereIsNoFix()
     {
         QCOMPARE(console::PositionLine(TPositionState()),
                  QByteArray("position {\"faulty\":0,\"gained\":0,\"lost\":0,\"source\":\"off\","
@@ -59,7 +59,7 @@ private Q_SLOTS:
         QVERIFY(line.contains("\"latitude\":41.57496590983"));
     }
 
-    void printsOnlyWhatWasAskedFor()
+    void choosesTheChangesToPrint()
     {
         for (const EChange change :
              {EChange::eFix, EChange::eGained, EChange::eLost, EChange::eSource}) {

@@ -1,4 +1,4 @@
-// The lines about signals, which programs read.
+// The lines with signals and lists. Programs read them.
 #include "console/headless/OneLine.h"
 #include "console/headless/SignalPrinter.h"
 #include "support/TestMain.h"

@@ -1,4 +1,3 @@
-// What a log of NMEA sentences says, read in the plainest way and by nothing that the console uses.
 #include "console/position/LogReading.h"
 
 #include <QtCore/QFile>
@@ -36,7 +35,7 @@ TLogReading ReadLog(const QString& path, double silenceSeconds)
         qFatal("no log %s", qUtf8Printable(path));
     }
     TLogReading reading;
-    bool isGgaValid = true; // until one says otherwise
+    bool isGgaValid = true; // until a GGA sentence is void
     bool isRmcValid = true;
     bool hasFix = false;
     double lastFixSeconds = 0;

@@ -1,4 +1,4 @@
-// What a log of NMEA sentences says, read in the plainest way and by nothing that the console uses.
+// A simple reader of NMEA logs, without code of the console, to compare the console's reader with.
 #pragma once
 
 #include <QtCore/QString>
@@ -17,11 +17,11 @@ struct TLogReading
 {
     QVector<TReadPosition> positions; // of valid GGA and RMC sentences while the fix is valid
     int gained = 0;
-    int lost = 0; // the end of the log included
+    int lost = 0; // with the loss at the end of the log
     int sentences = 0;
 };
 
-// `silenceSeconds`: a hole in the sentences' times of that length or more loses the fix.
+// `silenceSeconds`: a gap of that length or more between the times of sentences loses the fix.
 TLogReading ReadLog(const QString& path, double silenceSeconds);
 
 } // namespace kelvo::test

@@ -1,4 +1,3 @@
-// Sentences for tests, with their checksums.
 #include "console/position/Sentences.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// The position sources' time and timers, on time that only the test moves.
+// The clock and the timers of a position source. Only the test advances the time.
 #pragma once
 
 #include "console/position/SourceTime.h"
@@ -12,7 +12,7 @@
 
 namespace kelvo::test {
 
-// Timers fire from within Advance() and AdvanceToNext(), in the order of their times. One thread.
+// Advance() and AdvanceToNext() fire the timers, in the order of their times. One thread only.
 class TFakeTime : public console::TSourceTime
 {
 public:
@@ -20,9 +20,9 @@ public:
     std::unique_ptr<console::TSourceTimer> MakeTimer(std::function<void()> onTimeout) override;
 
     void Advance(std::int64_t ms);
-    // To when the next timer is due. False if none runs.
+    // Advances to the time of the next timer. False if no timer runs.
     bool AdvanceToNext();
-    // How long until then; negative if none runs.
+    // The time until the next timer; negative if no timer runs.
     std::int64_t NextInMs() const;
 
 private:

@@ -1,4 +1,4 @@
-// A coordinator, a monitor on it, and what both told.
+// A coordinator, a monitor, and their reports.
 #pragma once
 
 #include "console/position/TFakeTime.h"
@@ -11,7 +11,7 @@
 
 namespace kelvo::test {
 
-// For sources on the test's own thread.
+// For sources on the thread of the test.
 struct TMonitored
 {
     TMonitored()
@@ -22,7 +22,7 @@ struct TMonitored
                          [this](const console::TPositionEvent& event) { events.push_back(event); });
     }
 
-    // Every fix that was told, in order.
+    // Every reported fix, in order.
     QVector<console::TReceivedFix> Fixes() const
     {
         QVector<console::TReceivedFix> fixes;

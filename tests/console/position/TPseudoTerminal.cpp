@@ -1,4 +1,3 @@
-// A serial line with the test at its other end.
 #include "console/position/TPseudoTerminal.h"
 
 #include <array>

@@ -1,4 +1,4 @@
-// A serial line with the test at its other end.
+// A serial line. The test writes at its other end.
 #pragma once
 
 #include <QtCore/QByteArray>
@@ -14,10 +14,10 @@ public:
     TPseudoTerminal(const TPseudoTerminal&) = delete;
     TPseudoTerminal& operator=(const TPseudoTerminal&) = delete;
 
-    // What a receiver would be plugged into.
+    // The path of the serial port.
     QString Device() const { return m_device; }
     void Write(const QByteArray& bytes) const;
-    // Of the line, in baud as termios has it.
+    // The rate of the line, as a constant of termios.
     unsigned Speed() const;
     void Unplug();
 

@@ -1,4 +1,4 @@
-// What --gps may say.
+// The values of --gps.
 #include "console/position/GpsSetting.h"
 #include "support/TestMain.h"
 
@@ -15,7 +15,7 @@ class TGpsSettingTest : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void takesDaemons_data()
+    void parsesGpsdAddresses_data()
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("host");
@@ -27,7 +27,7 @@ private Q_SLOTS:
         QTest::newRow("IPv6") << QStringLiteral("gpsd:[::1]:99") << QStringLiteral("::1") << 99;
     }
 
-    void takesDaemons()
+    void parsesGpsdAddresses()
     {
         QFETCH(QString, text);
         TGpsSetting setting;
@@ -38,7 +38,7 @@ private Q_SLOTS:
         QTEST(int(setting.port), "port");
     }
 
-    void takesLogs()
+    void parsesLogsAndSpeeds()
     {
         const QTemporaryDir folder;
         for (const char* name : {"a.log", "b@home", "c:d"}) {
@@ -58,7 +58,7 @@ private Q_SLOTS:
         }
     }
 
-    void takesDevicesThatAreNotThereYet()
+    void parsesDevicesThatAreMissing()
     {
         TGpsSetting setting;
         QString error;
@@ -71,7 +71,7 @@ private Q_SLOTS:
         QCOMPARE(setting.baud, 115200);
     }
 
-    void refuses_data()
+    void refusesInvalidSettings_data()
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("part"); // of the message
@@ -103,7 +103,7 @@ private Q_SLOTS:
         row("serial:/dev/receiver@99999999999", "99999999999");
     }
 
-    void refuses()
+    void refusesInvalidSettings()
     {
         QFETCH(QString, text);
         QFETCH(QString, part);

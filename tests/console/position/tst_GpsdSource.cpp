@@ -1,4 +1,4 @@
-// Talking to a gpsd that the test plays.
+// The gpsd source. The test takes the place of gpsd.
 #include "console/position/Sentences.h"
 #include "console/position/TGpsdSource.h"
 #include "console/position/TMonitored.h"
@@ -56,7 +56,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.gpsLost, std::vector<bool>({false, true}));
     }
 
-    void comesBackToADaemonThatEnded()
+    void reconnectsToADaemonThatEnded()
     {
         const TExpectedMessage warning(QStringLiteral("gpsd at 127.0.0.1"));
         TFixture fixture;
@@ -76,7 +76,7 @@ private Q_SLOTS:
                                   HANG_GUARD_MS);
     }
 
-    void keepsTryingAPortThatRefuses()
+    void retriesAPortThatRefuses()
     {
         TExpectedMessage warning(QStringLiteral("gpsd at 127.0.0.1"));
         TFixture fixture;
@@ -94,9 +94,9 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(fixture.daemon.hasPendingConnections(), HANG_GUARD_MS);
     }
 
-    void leavesAConnectionThatSaysNothing()
+    void closesASilentConnection()
     {
-        const TExpectedMessage warning(QStringLiteral("it tells no NMEA sentence"));
+        const TExpectedMessage warning(QStringLiteral("no NMEA sentence comes"));
         TFixture fixture;
         fixture.source->Start();
         QTRY_VERIFY_WITH_TIMEOUT(fixture.daemon.hasPendingConnections(), HANG_GUARD_MS);
@@ -108,7 +108,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.time.NextInMs(), std::int64_t(1000));
     }
 
-    void endsInTheMidstOfAConnection()
+    void mayBeDestroyedDuringAConnection()
     {
         TFixture fixture;
         fixture.source->Start();

@@ -1,4 +1,4 @@
-// What brings a live receiver back, and how often it tells of it.
+// TLiveSource: when it reconnects and what it logs.
 #include "console/position/Sentences.h"
 #include "console/position/TLiveSource.h"
 #include "console/position/TMonitored.h"
@@ -10,7 +10,7 @@ using console::ESourceState;
 
 namespace {
 
-// A connection that the test opens, feeds and breaks.
+// A source whose connection the test opens, feeds and breaks.
 class TPlayedSource : public console::TLiveSource
 {
 public:
@@ -54,7 +54,7 @@ struct TFixture : TMonitored
             source.Say(Gga("093035", '1'));
         }
         time.Advance(console::TLiveSource::steadyMs / pieces);
-        const TExpectedMessage back(QStringLiteral("it is back"), QtInfoMsg);
+        const TExpectedMessage back(QStringLiteral("NMEA sentences come again"), QtInfoMsg);
         source.Say(Gga("093040", '1'));
     }
 
@@ -68,7 +68,7 @@ class TLiveSourceTest : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void triesAgainAtGrowingIntervals()
+    void retriesWithAGrowingBackoff()
     {
         TExpectedMessage warning(QStringLiteral("there is none"));
         TFixture fixture;
@@ -86,7 +86,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.monitor.State().source, ESourceState::eConnecting);
     }
 
-    void tellsWhenItIsBackAndWarnsOfTheNextOutage()
+    void logsTheEndOfAnOutageAndTheNextOutage()
     {
         TExpectedMessage warning(QStringLiteral("the wire is cut"));
         TFixture fixture;
@@ -105,7 +105,7 @@ private Q_SLOTS:
     }
 
     // A loose plug.
-    void isQuietAboutOneThatBreaksAfterEachSentence()
+    void logsOneOutageIfEachConnectionBreaksAfterASentence()
     {
         TExpectedMessage warning(QStringLiteral("the wire is cut"));
         TFixture fixture;
@@ -127,8 +127,8 @@ private Q_SLOTS:
         QCOMPARE(warning.Count(), 2);
     }
 
-    // A sentence before the outage says nothing about the connection after it.
-    void reckonsEachConnectionAnew()
+    // The time of a sentence before an outage does not count for the next connection.
+    void measuresEachConnectionSeparately()
     {
         const TExpectedMessage warning(QStringLiteral("the wire is cut"));
         TFixture fixture;
@@ -137,12 +137,13 @@ private Q_SLOTS:
         fixture.time.Advance(console::TLiveSource::steadyMs);
         fixture.source.Break();
         fixture.time.AdvanceToNext();
-        fixture.source.Say(Gga("093026", '1')); // "it is back" would be unexpected here
+        fixture.source.Say(
+            Gga("093026", '1')); // "NMEA sentences come again" would be unexpected here
         fixture.source.Break();
         QCOMPARE(fixture.time.NextInMs(), std::int64_t(2000));
     }
 
-    void keepsWaitingLongerForOneThatOpensAndSaysNothing()
+    void growsTheBackoffIfConnectionsOpenAndStaySilent()
     {
         TExpectedMessage warning(QStringLiteral("the wire is cut"));
         TFixture fixture;
@@ -154,7 +155,7 @@ private Q_SLOTS:
         QCOMPARE(warning.Count(), 1);
     }
 
-    void losesTheFixAfterFiveSeconds()
+    void losesTheFixAfterFiveSecondsOfSilence()
     {
         TFixture fixture;
         fixture.source.Start();
@@ -171,9 +172,9 @@ private Q_SLOTS:
         QCOMPARE(fixture.gpsLost, std::vector<bool>({false, true, false}));
     }
 
-    void opensAgainWhenNoSentenceComes()
+    void reconnectsWhenNoSentenceComes()
     {
-        const TExpectedMessage warning(QStringLiteral("it tells no NMEA sentence"));
+        const TExpectedMessage warning(QStringLiteral("no NMEA sentence comes"));
         TFixture fixture;
         fixture.source.Start();
         fixture.time.Advance(1000);
@@ -187,23 +188,23 @@ private Q_SLOTS:
         QCOMPARE(fixture.source.tries, 2);
     }
 
-    // A daemon without a receiver; a line at a wrong speed.
-    void warnsOnceOfOneThatTalksOfOtherThings()
+    // A daemon without a receiver, or a line at a wrong baud rate.
+    void warnsOnceOfAPeerThatSendsNoSentences()
     {
-        TExpectedMessage warning(QStringLiteral("it tells no NMEA sentence"));
+        TExpectedMessage warning(QStringLiteral("no NMEA sentence comes"));
         TFixture fixture;
         fixture.source.Start();
         for (int i = 0; i < 5; ++i) {
             fixture.source.Say("{\"class\":\"VERSION\"}\r\n\x80\xfe$GP\xff");
             QCOMPARE(fixture.monitor.State().source, ESourceState::eConnecting);
-            fixture.time.AdvanceToNext(); // gives up
+            fixture.time.AdvanceToNext(); // closes the connection
             fixture.time.AdvanceToNext(); // opens again
         }
         QCOMPARE(fixture.source.tries, 6);
         QCOMPARE(warning.Count(), 1);
     }
 
-    void joinsNoSentenceOfTwoConnections()
+    void doesNotJoinPartsOfTwoConnections()
     {
         const TExpectedMessage warning(QStringLiteral("the wire is cut"));
         TFixture fixture;

@@ -1,4 +1,4 @@
-// Playing a log: its pace, its holes and its end.
+// The log source: its rate, its gaps and its end.
 #include "console/position/Sentences.h"
 #include "console/position/TLogSource.h"
 #include "console/position/TMonitored.h"
@@ -28,7 +28,7 @@ struct TFixture : TMonitored
         time.Advance(0);
     }
 
-    // The times of the fixes so far.
+    // The times of the fixes until now.
     QVector<double> Times() const
     {
         QVector<double> times;
@@ -74,7 +74,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.gpsLost, std::vector<bool>({false, true}));
     }
 
-    void playsFaster()
+    void playsAtAHigherSpeed()
     {
         TFixture fixture(Gga("093015", '1') + Gga("093019", '1') + Gga("093023", '1'), 8.0);
         fixture.time.Advance(499);
@@ -94,7 +94,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.time.NextInMs(), std::int64_t(667 - 333));
     }
 
-    void takesAHoleForASilenceAtAnySpeed_data()
+    void losesTheFixInAGapAtAnySpeed_data()
     {
         QTest::addColumn<double>("speed");
         QTest::newRow("real time") << 1.0;
@@ -102,7 +102,7 @@ private Q_SLOTS:
         QTest::newRow("fastest") << 1000.0;
     }
 
-    void takesAHoleForASilenceAtAnySpeed()
+    void losesTheFixInAGapAtAnySpeed()
     {
         QFETCH(double, speed);
         TFixture fixture(Gga("093015", '1') + Gga("093019.9", '1') + Gga("093026", '1'), speed);
@@ -117,10 +117,10 @@ private Q_SLOTS:
         QVERIFY(wasSilent);
     }
 
-    void shortensLongHoles()
+    void shortensLongGaps()
     {
         TFixture fixture(Gga("093015", '1') + Gga("113015", '1'));
-        fixture.time.Advance(TLogSource::maxHoleMs - 1);
+        fixture.time.Advance(TLogSource::maxGapMs - 1);
         QCOMPARE(fixture.Times().size(), 1);
         fixture.time.Advance(1);
         QCOMPARE(fixture.Times().size(), 2);
@@ -135,7 +135,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.Times(), QVector<double>({235959, 1}));
     }
 
-    void goesOnAtOnceWhenTimeGoesBack()
+    void playsOnAtOnceWhenTheTimeGoesBack()
     {
         TFixture fixture(Gga("093015", '1') + Gga("093014", '1') + Gga("093015", '1'));
         QCOMPARE(fixture.Times(), QVector<double>({93015, 93014}));
@@ -143,7 +143,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.Times().size(), 3);
     }
 
-    void keepsNoPaceOfWhatIsDamaged()
+    void ignoresTheTimesOfDamagedSentences()
     {
         TFixture fixture(
             Gga("093015", '1') + QByteArray(Gga("103015", '1')).replace("5030", "5031") +
@@ -154,7 +154,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.monitor.State().counts.Faulty(), std::uint64_t(2));
     }
 
-    void givesTheEventLoopItsTurn()
+    void returnsToTheEventLoopWhilePlaying()
     {
         QTemporaryFile file;
         QVERIFY(file.open() && file.write(Gga("093015", '1').repeated(1000)) > 0 && file.flush());
@@ -179,7 +179,7 @@ private Q_SLOTS:
         QVERIFY(!monitored.time.AdvanceToNext());
     }
 
-    void losesTheFixWhenItIsStopped()
+    void losesTheFixWhenItIsDestroyed()
     {
         TFixture fixture(Gga("093015", '1') + Gga("093016", '1'));
         fixture.source.reset();

@@ -1,4 +1,4 @@
-// Sentences in a stream of bytes: what is read, what is ignored and as what it is counted.
+// The NMEA reader: which sentences it reads, and how it counts the others.
 #include "console/position/Sentences.h"
 #include "console/position/nmea/TNmeaReader.h"
 #include "support/TestMain.h"
@@ -65,7 +65,7 @@ private Q_SLOTS:
         QCOMPARE(sentence.quality ? static_cast<int>(*sentence.quality) : -1, quality);
     }
 
-    void readsThatThereIsNoFix_data()
+    void readsSentencesWithoutAFix_data()
     {
         QTest::addColumn<QByteArray>("body");
         for (const char* body :
@@ -77,7 +77,7 @@ private Q_SLOTS:
         }
     }
 
-    void readsThatThereIsNoFix()
+    void readsSentencesWithoutAFix()
     {
         QFETCH(QByteArray, body);
         TFixture fixture;
@@ -86,7 +86,7 @@ private Q_SLOTS:
         QVERIFY(!fixture.sentences.front().isValid);
     }
 
-    void ignoresWhatMakesNoSense_data()
+    void ignoresSentencesWithInvalidFields_data()
     {
         QTest::addColumn<QByteArray>("body");
         for (const char* body : {"GPGGA,093015,9030.0,N,00815.0,W,1,,,,,,,,",
@@ -115,7 +115,7 @@ private Q_SLOTS:
         }
     }
 
-    void ignoresWhatMakesNoSense()
+    void ignoresSentencesWithInvalidFields()
     {
         QFETCH(QByteArray, body);
         TFixture fixture;
@@ -133,7 +133,7 @@ private Q_SLOTS:
         QVERIFY(std::abs(fixture.sentences[0].longitudeDegrees + (180 - 1e-9 / 60)) < 1e-12);
     }
 
-    void countsWhatItIgnores_data()
+    void countsIgnoredSentences_data()
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QByteArray>("counted");
@@ -164,7 +164,7 @@ private Q_SLOTS:
         row("blank lines", end + "   " + end + '\n', "");
     }
 
-    void countsWhatItIgnores()
+    void countsIgnoredSentences()
     {
         QFETCH(QByteArray, bytes);
         QFETCH(QByteArray, counted);
@@ -182,7 +182,7 @@ private Q_SLOTS:
         QCOMPARE(counts.Faulty(), std::uint64_t(counted != "other" && !counted.isEmpty()));
     }
 
-    void takesOddSpacing()
+    void readsSentencesBetweenOtherBytes()
     {
         TFixture fixture;
         fixture.Take("\n\n  " + good.trimmed() + "   \r\r\n" + good.trimmed().toLower().toUpper() +
@@ -191,7 +191,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.reader.Counts().Faulty(), std::uint64_t(0));
     }
 
-    void needsNoWholePieces()
+    void readsSentencesInPiecesOfAnySize()
     {
         TFixture fixture;
         const QByteArray bytes = good + Rmc("093016", 'V') + good;
@@ -201,7 +201,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.sentences.size(), std::size_t(3));
     }
 
-    void joinsNoSentenceOverARestart()
+    void doesNotJoinPartsOverARestart()
     {
         TFixture fixture;
         fixture.Take(good.left(20));
@@ -223,8 +223,8 @@ private Q_SLOTS:
         QCOMPARE(fixture.reader.Counts().Faulty(), std::uint64_t(0));
     }
 
-    // However much of it is missing.
-    void dropsALastSentenceThatIsTorn()
+    // With each possible length.
+    void dropsAnIncompleteLastSentence()
     {
         const QByteArray whole = good.trimmed();
         for (int size = 1; size < whole.size(); ++size) {

@@ -1,4 +1,4 @@
-// When there is a fix: what the sentences say, what disagrees, and what falls silent.
+// The position feed: gaining, keeping and losing the fix.
 #include "console/position/Sentences.h"
 #include "console/position/TMonitored.h"
 #include "console/position/TPositionFeed.h"
@@ -19,7 +19,7 @@ struct TFixture : TMonitored
     {
         feed.Take({bytes.constData(), static_cast<std::size_t>(bytes.size())}, nowMs);
     }
-    // A second later.
+    // Takes bytes one second later.
     void TakeLater(const QByteArray& bytes)
     {
         nowMs += 1000;
@@ -40,7 +40,7 @@ class TPositionFeedTest : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void handsOnTheReceiversOwnTime()
+    void passesOnTheReceiversTime()
     {
         TFixture fixture;
         fixture.Take(Gga("093015.25", '1'));
@@ -51,7 +51,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.gpsLost, gained);
     }
 
-    void isLostWhenEitherKindSaysSo_data()
+    void losesTheFixWhenOneKindOfSentenceIsVoid_data()
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::newRow("RMC") << Rmc("093016", 'V');
@@ -59,7 +59,7 @@ private Q_SLOTS:
         QTest::newRow("GGA") << Gga("093016", '0');
     }
 
-    void isLostWhenEitherKindSaysSo()
+    void losesTheFixWhenOneKindOfSentenceIsVoid()
     {
         QFETCH(QByteArray, bytes);
         TFixture fixture;
@@ -73,7 +73,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.coordinator.GetCurrentFix().utcTime, 93015.0);
     }
 
-    void doesNotFlickerWhileTheyDisagree()
+    void keepsTheFixLostWhileSentencesDisagree()
     {
         TFixture fixture;
         fixture.Take(Gga("093015", '0') + Rmc("093015", 'V'));
@@ -87,7 +87,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.monitor.State().fixes, std::uint64_t(1));
     }
 
-    void comesBackWithTheLastToAgree()
+    void regainsTheFixWhenAllSentencesAgree()
     {
         TFixture fixture;
         fixture.Take(Rmc("093015", 'V') + Gga("093015", '0'));
@@ -97,7 +97,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.gpsLost, gained);
     }
 
-    void forgetsADissenterThatIsSilent()
+    void forgetsAVoidVerdictOfASilentKind()
     {
         TFixture fixture;
         fixture.Take(Rmc("093015", 'V'));
@@ -109,7 +109,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.gpsLost, gained);
     }
 
-    void isLostAfterFiveSecondsOfSilence()
+    void losesTheFixAfterFiveSecondsOfSilence()
     {
         TFixture fixture;
         fixture.Take(Gga("093015", '1'));
@@ -122,7 +122,7 @@ private Q_SLOTS:
         QVERIFY(!fixture.feed.DeadlineMs());
     }
 
-    void noticesASilenceEvenIfTheTimerIsLate()
+    void noticesSilenceEvenIfTheTimerIsLate()
     {
         TFixture fixture;
         fixture.Take(Gga("093015", '1'));
@@ -131,7 +131,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.gpsLost, std::vector<bool>({false, true, false}));
     }
 
-    void takesTalkThatHoldsNoFixForSilence()
+    void countsOtherSentencesAsSilence()
     {
         TFixture fixture;
         fixture.Take(Gga("093015", '1'));
@@ -143,7 +143,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.monitor.State().counts.others, std::uint64_t(5));
     }
 
-    void isLostAtTheEnd()
+    void losesTheFixAtTheEnd()
     {
         TFixture fixture;
         fixture.Take(Gga("093015", '1') + Gga("093016", '1').left(20));
@@ -154,18 +154,18 @@ private Q_SLOTS:
         QCOMPARE(fixture.monitor.State().lost, 1);
     }
 
-    void beginsAnewAfterTheEnd()
+    void forgetsOldVerdictsAfterTheEnd()
     {
         TFixture fixture;
         fixture.Take(Rmc("093015", 'V') + Gga("093015", '1').left(20));
         fixture.feed.End();
         fixture.Take(Gga("093015", '1').mid(20));
         QVERIFY(fixture.gpsLost.empty());
-        fixture.Take(Gga("093016", '1')); // the old RMC has no say
+        fixture.Take(Gga("093016", '1')); // the old verdict of RMC is forgotten
         QCOMPARE(fixture.gpsLost, gained);
     }
 
-    void takesTheQualityOfTheSentenceThatKnowsMost()
+    void takesTheQualityOfGgaBeforeRmc()
     {
         TFixture fixture;
         fixture.Take(Rmc("093015", 'A'));
@@ -190,7 +190,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.monitor.State().ageMs, std::int64_t(2000));
     }
 
-    void tellsEachFixAndEachChangeOnce()
+    void reportsEachFixAndEachChangeOnce()
     {
         using EChange = console::TPositionEvent::EChange;
         TFixture fixture;

@@ -1,4 +1,4 @@
-// Sources on the thread that is theirs: where they run, and how they end.
+// The position thread: where its source runs and how it ends.
 #include "console/position/Sentences.h"
 #include "console/position/TPositionThread.h"
 #include "console/position/TPseudoTerminal.h"
@@ -45,7 +45,7 @@ class TPositionThreadTest : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void feedsFromItsOwnThreadAndTellsOnTheMonitors()
+    void feedsTheCoordinatorFromItsOwnThread()
     {
         QTemporaryFile log;
         QVERIFY(log.open() && log.write(Gga("093015", '1') + Gga("093015.01", '1')) > 0);
@@ -74,14 +74,14 @@ private Q_SLOTS:
         QCOMPARE(fixture.monitor.State().lost, 1);
     }
 
-    void endsWithTheFixLost_data()
+    void losesTheFixWhenItEnds_data()
     {
         QTest::addColumn<bool>("isStopped");
         QTest::newRow("stopped") << true;
         QTest::newRow("only destroyed") << false;
     }
 
-    void endsWithTheFixLost()
+    void losesTheFixWhenItEnds()
     {
         QFETCH(bool, isStopped);
         const TPseudoTerminal line;
@@ -90,7 +90,7 @@ private Q_SLOTS:
             TPositionThread source(Setting(EGpsKind::eSerial, line.Device()), fixture.monitor,
                                    fixture.time);
             source.start(QThread::InheritPriority);
-            // Opening the port drops what came before.
+            // Opening the port drops earlier bytes.
             QTRY_VERIFY_WITH_TIMEOUT(source.IsInitialised(), HANG_GUARD_MS);
             line.Write(Gga("093015", '1'));
             QTRY_VERIFY_WITH_TIMEOUT(fixture.coordinator.HasFix(), HANG_GUARD_MS);
@@ -105,7 +105,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.monitor.State().source, ESourceState::eEnded);
     }
 
-    void endsBeforeItBegan_data()
+    void mayEndBeforeTheSourceStarts_data()
     {
         QTest::addColumn<int>("kind");
         QTest::newRow("none") << static_cast<int>(EGpsKind::eNone);
@@ -113,7 +113,7 @@ private Q_SLOTS:
         QTest::newRow("log") << static_cast<int>(EGpsKind::eLog);
     }
 
-    void endsBeforeItBegan()
+    void mayEndBeforeTheSourceStarts()
     {
         QFETCH(int, kind);
         QTemporaryFile log;
@@ -130,7 +130,7 @@ private Q_SLOTS:
         QVERIFY(!fixture.coordinator.HasFix());
     }
 
-    void needsNoStart()
+    void mayBeDestroyedWithoutStart()
     {
         TFixture fixture;
         const TPositionThread source(Setting(EGpsKind::eGpsd), fixture.monitor, fixture.time);

@@ -1,5 +1,5 @@
-// Logs of real receivers, from the folder "nmea" of KELVO_TEST_DATA: every position and every
-// change that they hold, and no other. Skipped where that variable is not set.
+// Plays logs of real receivers, from the folder "nmea" in KELVO_TEST_DATA. The console must report
+// every position and change in a log, and no other. Skipped if that variable is not set.
 #include "console/position/LogReading.h"
 #include "console/position/Sentences.h"
 #include "console/position/TLogSource.h"
@@ -56,8 +56,8 @@ class TRealLogsTest : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    // The reading that the others are compared with.
-    void theTestsOwnReadingIsRight()
+    // Tests the reader that the other tests compare with.
+    void readsASmallLogCorrectly()
     {
         QTemporaryFile log;
         QVERIFY(log.open());
@@ -75,7 +75,7 @@ private Q_SLOTS:
         QCOMPARE(reading.positions.at(1).hhmmss, 93017.0);
     }
 
-    void playsAnOwnLog()
+    void playsAGeneratedLog()
     {
         QTemporaryFile log;
         QVERIFY(log.open());

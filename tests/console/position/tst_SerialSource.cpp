@@ -1,4 +1,4 @@
-// A receiver at a serial line.
+// The serial source, with a pseudo terminal as the line.
 #include "console/position/Sentences.h"
 #include "console/position/SerialPort.h"
 #include "console/position/TMonitored.h"
@@ -21,7 +21,7 @@ class TSerialSourceTest : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void readsWhatTheReceiverSays()
+    void readsSentencesOfTheReceiver()
     {
         TMonitored monitored;
         const TPseudoTerminal line;
@@ -37,7 +37,7 @@ private Q_SLOTS:
         QCOMPARE(monitored.gpsLost, std::vector<bool>({false, true}));
     }
 
-    void interpretsNothing()
+    void readsRawBytes()
     {
         TMonitored monitored;
         const TPseudoTerminal line;
@@ -47,7 +47,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(monitored.monitor.State().fixes, std::uint64_t(1), HANG_GUARD_MS);
     }
 
-    void comesBackWhenTheReceiverIsPluggedInAgain()
+    void reconnectsWhenTheReceiverIsPluggedInAgain()
     {
         const TExpectedMessage warning(QStringLiteral("Receiver at"));
         const QTemporaryDir folder;
@@ -63,7 +63,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(monitored.gpsLost, std::vector<bool>({false, true}),
                                   HANG_GUARD_MS);
         QVERIFY(QFile::remove(device));
-        monitored.time.AdvanceToNext(); // in vain
+        monitored.time.AdvanceToNext(); // still unplugged
         const TPseudoTerminal second;
         QVERIFY(QFile::link(second.Device(), device));
         QCOMPARE(monitored.time.NextInMs(), std::int64_t(2000));
@@ -73,7 +73,7 @@ private Q_SLOTS:
                                   HANG_GUARD_MS);
     }
 
-    void keepsTryingWhatIsNoSerialPort_data()
+    void retriesADeviceThatIsNoSerialPort_data()
     {
         QTest::addColumn<QString>("device");
         QTest::newRow("not there") << QStringLiteral("/nowhere/receiver");
@@ -81,7 +81,7 @@ private Q_SLOTS:
         QTest::newRow("a folder") << QStringLiteral("/");
     }
 
-    void keepsTryingWhatIsNoSerialPort()
+    void retriesADeviceThatIsNoSerialPort()
     {
         QFETCH(QString, device);
         TExpectedMessage warning(QStringLiteral("Receiver at"));

@@ -1,4 +1,4 @@
-// The command line.
+// The console's options on the command line.
 #include "console/session/ConsoleSettings.h"
 #include "support/TestMain.h"
 
@@ -13,7 +13,7 @@ class TConsoleSettingsTest : public kelvo::test::TTestCase
     Q_OBJECT
 
 private:
-    // The error's text; empty for success.
+    // The text of the error; empty after a success.
     static QString Read(const QStringList& arguments, TConsoleSettings& settings)
     {
         QCommandLineParser parser;
@@ -50,7 +50,7 @@ private Q_SLOTS:
                  QDir::current().absoluteFilePath(QStringLiteral("libkelvo.so")));
     }
 
-    void takesServices_data()
+    void acceptsOnlyServiceAddresses_data()
     {
         QTest::addColumn<QString>("service");
         QTest::addColumn<bool>("isGood");
@@ -65,7 +65,7 @@ private Q_SLOTS:
         QTest::newRow("port only") << QStringLiteral(":8443") << false;
     }
 
-    void takesServices()
+    void acceptsOnlyServiceAddresses()
     {
         QFETCH(QString, service);
         QFETCH(bool, isGood);
@@ -73,7 +73,7 @@ private Q_SLOTS:
         QCOMPARE(Read({QStringLiteral("--service"), service}, settings).isEmpty(), isGood);
     }
 
-    void refuses_data()
+    void refusesInvalidOptions_data()
     {
         QTest::addColumn<QStringList>("arguments");
         const auto row = [](const QStringList& arguments) {
@@ -91,14 +91,14 @@ private Q_SLOTS:
         row({QStringLiteral("login")});
     }
 
-    void refuses()
+    void refusesInvalidOptions()
     {
         QFETCH(QStringList, arguments);
         TConsoleSettings settings;
         QVERIFY(!Read(arguments, settings).isEmpty());
     }
 
-    void takesASourceOfPositions()
+    void readsThePositionSource()
     {
         TConsoleSettings settings;
         QCOMPARE(Read({}, settings), QString());
@@ -113,7 +113,7 @@ private Q_SLOTS:
         QCOMPARE(settings.shownPositions, console::EShownPositions::eChanges);
     }
 
-    void exportsWhatThePluginReads()
+    void exportsTheVariablesOfThePlugin()
     {
         QTemporaryFile authority;
         QVERIFY(authority.open());

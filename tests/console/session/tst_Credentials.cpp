@@ -1,4 +1,4 @@
-// Where user name and password come from and go to.
+// The credentials: from a file, from the environment, into the configuration.
 #include "console/session/Credentials.h"
 #include "host/ConfigManager.h"
 #include "hostimpl/HostSetup.h"
@@ -51,7 +51,7 @@ private Q_SLOTS:
         QCOMPARE(credentials.password, QStringLiteral("right secret "));
     }
 
-    void refusesAFileThatOthersMayRead_data()
+    void refusesAFileThatOthersHaveAccessTo_data()
     {
         QTest::addColumn<int>("permission");
         QTest::newRow("group") << static_cast<int>(QFile::ReadGroup);
@@ -59,7 +59,7 @@ private Q_SLOTS:
         QTest::newRow("group may write") << static_cast<int>(QFile::WriteGroup);
     }
 
-    void refusesAFileThatOthersMayRead()
+    void refusesAFileThatOthersHaveAccessTo()
     {
         QFETCH(int, permission);
         TCredentials credentials;
@@ -67,7 +67,7 @@ private Q_SLOTS:
         const QString path =
             File("olga\nsecret\n", QFile::ReadOwner | QFile::Permission(permission));
         QVERIFY(!console::ReadCredentialsFile(path, credentials, error));
-        QVERIFY2(error.contains(QStringLiteral("open to others")), qUtf8Printable(error));
+        QVERIFY2(error.contains(QStringLiteral("Others than its owner")), qUtf8Printable(error));
         QVERIFY(credentials.password.isEmpty());
     }
 
@@ -88,7 +88,7 @@ private Q_SLOTS:
         QVERIFY(error.contains(QStringLiteral("/nowhere/credentials")));
     }
 
-    void takesTheEnvironmentsAway()
+    void removesTheVariablesFromTheEnvironment()
     {
         qputenv("KELVO_USER", "olga");
         qputenv("KELVO_PASSWORD", "secret");
@@ -101,9 +101,10 @@ private Q_SLOTS:
         QVERIFY(!console::TakeCredentialsFromEnvironment(credentials));
     }
 
-    void overwritesTheEnvironments()
+    void overwritesTheTextOfTheVariable()
     {
-        char variable[] = "KELVO_PASSWORD=secret"; // stays ours, as the one of the start does
+        char variable[] =
+            "KELVO_PASSWORD=secret"; // putenv() uses this memory, as the process's start does
         QCOMPARE(::putenv(variable), 0);
         TCredentials credentials;
         console::TakeCredentialsFromEnvironment(credentials);
@@ -119,7 +120,7 @@ private Q_SLOTS:
         console::ConfigureCredentials({QStringLiteral("olga"), QStringLiteral("topsecret")});
         QCOMPARE(ConfigManager::Instance().GetItem(24289).toString(), QStringLiteral("olga"));
         QCOMPARE(ConfigManager::Instance().GetItem(24290).toString(), QStringLiteral("topsecret"));
-        ConfigManager::Instance().SetItem(1, 1, true); // whatever makes the store write its file
+        ConfigManager::Instance().SetItem(1, 1, true); // makes the store write its file
         QFile file(data.filePath(QStringLiteral("console.json")));
         QVERIFY(file.open(QIODevice::ReadOnly));
         QVERIFY(!file.readAll().contains("topsecret"));

@@ -1,4 +1,4 @@
-// A present fix is told once more with the hub's login, at once.
+// The fix announcer announces a present fix again at the hub's login.
 #include "console/session/TFixAnnouncer.h"
 #include "console/session/THubListener.h"
 #include "core/TKelvoInterface.h"
@@ -33,7 +33,7 @@ class TFixAnnouncerTest : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void tellsOfAPresentFixFromWithinTheLogin()
+    void announcesAPresentFixAtTheLogin()
     {
         TFixture fixture;
         QVERIFY(fixture.coordinator.Feed({50.0, 8.0, 93015.0}));
@@ -48,8 +48,8 @@ private Q_SLOTS:
         QCOMPARE(lost.count(), 1);
     }
 
-    // A worker that asks the hub whether it is logged in, whenever it hears of a fix.
-    void letsTheFixMeetALoginThatIsComplete()
+    // As a worker, the test asks at each fix whether the hub is logged in.
+    void announcesTheFixWhenTheHubIsLoggedIn()
     {
         TFixture fixture;
         QVector<bool> wasLoggedIn;
@@ -60,7 +60,7 @@ private Q_SLOTS:
         QCOMPARE(wasLoggedIn, QVector<bool>({false, true}));
     }
 
-    void hasNothingToTellWithoutAFix()
+    void announcesNothingWithoutAFix()
     {
         TFixture fixture;
         QVERIFY(fixture.coordinator.Feed({50.0, 8.0, 93015.0}));

@@ -1,4 +1,4 @@
-// Every signal of the hub, with its arguments.
+// The hub listener receives every signal of the hub with its arguments.
 #include "console/session/THubListener.h"
 #include "core/TKelvoInterface.h"
 #include "support/TestMain.h"
@@ -19,7 +19,7 @@ private:
 private Q_SLOTS:
     void init() { m_events.clear(); }
 
-    void hearsEverySignalThatTheHubHas()
+    void receivesEverySignalOfTheHub()
     {
         console::THubListener listener([this](const THubEvent& event) { m_events << event; });
         QString error;
@@ -42,7 +42,7 @@ private Q_SLOTS:
         QCOMPARE(count, console::hubSignalCount);
     }
 
-    void passesTheArgumentsOn()
+    void passesOnTheArguments()
     {
         console::THubListener listener([this](const THubEvent& event) { m_events << event; });
         QString error;

@@ -1,4 +1,4 @@
-// Lines out of a pipe.
+// Reads lines from a pipe.
 #include "console/session/TLineSource.h"
 #include "support/HangGuard.h"
 #include "support/TestMain.h"

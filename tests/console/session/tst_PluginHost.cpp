@@ -1,4 +1,4 @@
-// Loading and starting plug-ins that are not as they should be.
+// Loads and starts faulty plug-ins.
 #include "console/session/PluginHost.h"
 #include "support/TestMain.h"
 
@@ -11,7 +11,7 @@ class TPluginHostTest : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void saysThatThePluginIsMissing()
+    void reportsAMissingPlugin()
     {
         TPluginHost host;
         QString error;
@@ -20,7 +20,7 @@ private Q_SLOTS:
         QVERIFY(host.Hub() == nullptr);
     }
 
-    void saysThatTheFileIsNoLibrary()
+    void reportsAFileThatIsNoLibrary()
     {
         const QTemporaryDir folder;
         QFile file(folder.filePath(QStringLiteral("libtext.so")));
@@ -33,7 +33,7 @@ private Q_SLOTS:
         QVERIFY2(error.contains(file.fileName()), qUtf8Printable(error));
     }
 
-    void namesTheMissingEntryPoint()
+    void reportsAMissingEntryPoint()
     {
         TPluginHost host;
         QString error;
@@ -42,7 +42,7 @@ private Q_SLOTS:
                  qUtf8Printable(error));
     }
 
-    void reportsAnExceptionOfTheStart()
+    void reportsAnExceptionAtTheStart()
     {
         TPluginHost host;
         QString error;
@@ -52,7 +52,7 @@ private Q_SLOTS:
         QVERIFY(host.Hub() == nullptr);
     }
 
-    void finalisesAPluginThatHasNoHub()
+    void finalisesAPluginWithoutAHub()
     {
         QLibrary library(QStringLiteral(HublessPlugin_PATH));
         const auto runs = reinterpret_cast<int (*)()>(library.resolve("Runs"));

@@ -1,4 +1,4 @@
-// The session: when its plug-in's worker is ready, what it passes on, how it ends.
+// The plug-in session: the readiness of the worker, the hub's signals, the end.
 #include "console/fixtures/WorkerPlugin.h"
 #include "console/session/TPluginSession.h"
 #include "core/TKelvoInterface.h"

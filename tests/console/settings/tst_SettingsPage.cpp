@@ -1,4 +1,4 @@
-// The page on which the operator sets up the console.
+// The settings page.
 #include "console/settings/TSettingsPage.h"
 #include "console/window/Geometry.h"
 #include "host/TPropertyWidget.h"
@@ -43,12 +43,12 @@ private:
         return settings;
     }
 
-    // What the page hands on when it is asked to save.
+    // The settings that the page emits after a touch on Save.
     static std::optional<TStoredSettings> Saved(TSettingsPage& page)
     {
         std::optional<TStoredSettings> saved;
         const auto connection =
-            connect(&page, &TSettingsPage::SaveWanted,
+            connect(&page, &TSettingsPage::SaveRequested,
                     [&saved](const TStoredSettings& settings) { saved = settings; });
         page.SaveButton()->click();
         disconnect(connection);
@@ -58,7 +58,7 @@ private:
 private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
 
-    void handsBackWhatItWasShown()
+    void savesTheShownSettingsUnchanged()
     {
         TSettingsPage page;
         page.Show(Sample());
@@ -72,7 +72,7 @@ private Q_SLOTS:
         QVERIFY(saved->isNight && saved->isDataExchangeAllowed && !saved->isFullScreen);
     }
 
-    void takesWhatIsEntered()
+    void savesTheEnteredValues()
     {
         TSettingsPage page;
         page.Show(Sample());
@@ -88,7 +88,7 @@ private Q_SLOTS:
         QVERIFY(!saved->isNight && !saved->isDataExchangeAllowed && saved->isFullScreen);
     }
 
-    void refusesWithAText_data()
+    void refusesAnInvalidValueWithAMessage_data()
     {
         QTest::addColumn<int>("row");
         QTest::addColumn<QString>("value");
@@ -98,7 +98,7 @@ private Q_SLOTS:
         QTest::newRow("folder") << int(eFolder) << QStringLiteral("here");
     }
 
-    void refusesWithAText()
+    void refusesAnInvalidValueWithAMessage()
     {
         QFETCH(int, row);
         QFETCH(QString, value);
@@ -107,11 +107,11 @@ private Q_SLOTS:
         page.Row(row)->SetTextValue(value);
         QVERIFY(!Saved(page).has_value());
         QVERIFY(!page.Message().isEmpty());
-        // What was entered stays to be mended.
+        // The entered value stays on the page.
         QCOMPARE(page.Row(row)->GetTextValue(), value);
     }
 
-    void discardsWhatIsEntered()
+    void discardsTheEnteredValues()
     {
         TSettingsPage page;
         page.Show(Sample());
@@ -122,7 +122,7 @@ private Q_SLOTS:
 
     void cutsNothingOff()
     {
-        // The room that the smallest window leaves.
+        // The place for a page in the smallest window.
         TSettingsPage page;
         page.Show(Sample());
         page.SetMessage(QStringLiteral("The service wants a host's name or address, and after a "

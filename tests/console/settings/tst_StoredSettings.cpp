@@ -1,4 +1,4 @@
-// What is kept of the settings, and which values are refused.
+// The stored settings: stored values and refused values.
 #include "console/settings/Languages.h"
 #include "console/settings/StoredSettings.h"
 #include "hostimpl/HostSetup.h"
@@ -29,7 +29,7 @@ private Q_SLOTS:
     void init() { ForgetTheDataFolder(); }
     void cleanupTestCase() { ForgetTheDataFolder(); }
 
-    void keepsEverything()
+    void storesAllSettings()
     {
         QString errorText;
         QVERIFY2(hostimpl::SetUpHost(m_folder.path(), errorText), qUtf8Printable(errorText));
@@ -44,7 +44,7 @@ private Q_SLOTS:
         settings.isFullScreen = true;
         QVERIFY(WriteStoredSettings(ConfigManager::Instance(), settings));
 
-        // As the next run finds it.
+        // As the next run reads them.
         hostimpl::TConfigStore store;
         QCOMPARE(store.Open(m_folder.filePath(QStringLiteral("console.json"))), QString());
         const TStoredSettings read = console::ReadStoredSettings(store);
@@ -73,7 +73,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("authorityFile");
         QTest::addColumn<QString>("positionSource");
         QTest::addColumn<QString>("dataFolder");
-        QTest::addColumn<QString>("problem"); // a part of the text; empty: accepted
+        QTest::addColumn<QString>("problem"); // a part of the error text; empty: no error
         const QString folder = m_folder.path();
         const QString none;
         QTest::newRow("defaults") << none << none << none << folder << none;
@@ -113,7 +113,7 @@ private Q_SLOTS:
         QVERIFY2(errorText.contains(problem), qUtf8Printable(errorText));
     }
 
-    void knowsItsLanguages()
+    void findsTheRowOfALanguage()
     {
         QCOMPARE(console::LanguageRow(QStringLiteral("pl")), 5);
         QCOMPARE(console::LanguageRow(QString()), 0);

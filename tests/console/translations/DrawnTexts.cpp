@@ -1,4 +1,3 @@
-// What a widget writes when it draws itself.
 #include "console/translations/DrawnTexts.h"
 
 #include <QtGui/QPaintEngine>
@@ -6,7 +5,7 @@
 
 namespace {
 
-// Draws nothing and notes the texts.
+// Records the texts and draws nothing.
 class TNotingEngine : public QPaintEngine
 {
 public:
@@ -49,7 +48,7 @@ protected:
         case PdmNumColors:
             return 0;
         default:
-            return 96; // dots an inch
+            return 96; // dots per inch
         }
     }
 

@@ -1,9 +1,9 @@
-// What a widget writes when it draws itself.
+// The texts that a widget draws.
 #pragma once
 
 #include <QtCore/QStringList>
 
 class QWidget;
 
-// The pieces of text as they are drawn, those of the widgets in it too: what is elided is so here.
+// The texts as the widget and its child widgets draw them: elided texts are elided here too.
 QStringList DrawnTexts(QWidget& widget);

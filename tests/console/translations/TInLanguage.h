@@ -1,4 +1,4 @@
-// A language of the console, for as long as this lives.
+// Sets a language of the console while the object exists.
 #pragma once
 
 #include "console/settings/Languages.h"

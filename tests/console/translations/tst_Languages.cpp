@@ -1,4 +1,4 @@
-// The languages that the console offers and speaks, with the catalogues that are built.
+// The languages of the console, with the translations of this build.
 #include "console/session/PluginHost.h"
 #include "console/settings/StoredSettings.h"
 #include "console/settings/TSettingsPage.h"
@@ -33,7 +33,7 @@ private:
 
     QTemporaryDir m_folder;
 
-    // A row for each language that has catalogues.
+    // A row for each language that has translations.
     static void AddLanguages()
     {
         QTest::addColumn<QString>("code");
@@ -58,7 +58,7 @@ private:
         return texts;
     }
 
-    // The choices of a list that is open, by caption.
+    // The choices of the open list, by caption.
     static QMap<QString, TPushButton*> OpenChoices()
     {
         QMap<QString, TPushButton*> choices;
@@ -93,20 +93,20 @@ private Q_SLOTS:
         }
         choices.value(QStringLiteral("Polski"))->click();
         QString saved;
-        connect(&page, &console::TSettingsPage::SaveWanted,
+        connect(&page, &console::TSettingsPage::SaveRequested,
                 [&saved](const console::TStoredSettings& wanted) { saved = wanted.language; });
         page.SaveButton()->click();
         QCOMPARE(saved, QStringLiteral("pl"));
     }
 
-    void offersNoLanguageWithoutACatalogue()
+    void hidesALanguageWithoutATranslation()
     {
         QVERIFY(console::IsLanguageInstalled(QString()));
         QVERIFY(console::IsLanguageInstalled(QStringLiteral("de")));
         QVERIFY(!console::IsLanguageInstalled(QStringLiteral("eo")));
     }
 
-    void speaks_data()
+    void translatesTheScreens_data()
     {
         QTest::addColumn<QString>("settings");
         QTest::addColumn<QString>("close");
@@ -135,7 +135,7 @@ private Q_SLOTS:
             "Źródło pozycji: \"stars\" to nie");
     }
 
-    void speaks()
+    void translatesTheScreens()
     {
         QFETCH(QString, settings);
         QFETCH(QString, close);
@@ -148,7 +148,7 @@ private Q_SLOTS:
         QCOMPARE(launcher.SettingsButton()->text(), settings);
         TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eOperation, false,
                               QPixmap());
-        dialog.EnableButton(TMessageDialog::eButton0, true); // which builds it
+        dialog.EnableButton(TMessageDialog::eButton0, true); // which builds the dialog
         QCOMPARE(dialog.GetMessageDialogButton(TMessageDialog::eButton0)->text(), close);
         QCOMPARE(console::LinkWords(console::ELinkState::eLost).text, lost);
 

@@ -1,4 +1,4 @@
-// The console's screens in each language: nothing is cut off on the smallest and the usual display.
+// The console's screens in each language: no text is cut off on the smallest and the usual display.
 #include "console/settings/Scrolling.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/translations/DrawnTexts.h"
@@ -38,10 +38,10 @@ private:
 
     QTemporaryDir m_folder;
 
-    // A line for each; nothing if all is there.
+    // A line for each cut text; empty if there is none.
     static QString Faults(QWidget& widget)
     {
-        // A layout that changes may make another one change.
+        // A change of one layout may change another layout.
         for (int pass = 0; pass < 10; ++pass) {
             QCoreApplication::processEvents();
         }
@@ -70,7 +70,7 @@ private:
         return faults.join(QLatin1Char('\n'));
     }
 
-    // Each with the longest texts of its kind.
+    // States with the longest texts.
     static QList<console::TPositionState> Positions()
     {
         QList<console::TPositionState> positions;
@@ -96,7 +96,7 @@ private:
         return positions;
     }
 
-    // Each with something else that makes no sense.
+    // Each of the settings has another invalid value.
     static QList<console::TStoredSettings> Refused(const console::TStoredSettings& good)
     {
         QList<console::TStoredSettings> refused{good, good, good, good};
@@ -136,9 +136,9 @@ private Q_SLOTS:
         hostimpl::SetTheme(hostimpl::ETheme::eDay);
     }
 
-    void tellsOfAFailureInFull_data() { AddLanguagesAndSizes(); }
+    void showsAFailureInFull_data() { AddLanguagesAndSizes(); }
 
-    void tellsOfAFailureInFull()
+    void showsAFailureInFull()
     {
         QFETCH(QString, code);
         QFETCH(QSize, size);
@@ -188,7 +188,7 @@ private Q_SLOTS:
 
     void showsTheChoicesInFull_data() { AddLanguages(); }
 
-    // On the smallest display; nobody clicks outside of the one that the tests have.
+    // On the smallest display only: clicks of the test must hit the display.
     void showsTheChoicesInFull()
     {
         QFETCH(QString, code);
@@ -207,9 +207,9 @@ private Q_SLOTS:
         }
     }
 
-    void coversEverythingWithAWord_data() { AddLanguagesAndSizes(); }
+    void showsTheEndingInFull_data() { AddLanguagesAndSizes(); }
 
-    void coversEverythingWithAWord()
+    void showsTheEndingInFull()
     {
         QFETCH(QString, code);
         QFETCH(QSize, size);

@@ -1,4 +1,3 @@
-// Looks for widgets that a window cuts off.
 #include "console/window/Geometry.h"
 
 #include <QtWidgets/QAbstractScrollArea>

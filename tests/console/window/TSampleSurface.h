@@ -1,4 +1,4 @@
-// A surface that counts what is done to it.
+// A surface that counts its calls.
 #pragma once
 
 #include "host/AppWindowSurface.h"

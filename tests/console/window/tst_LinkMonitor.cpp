@@ -1,4 +1,4 @@
-// What the hub's signals tell of the link.
+// The link monitor: the state of the link after the hub's signals.
 #include "console/window/TLinkMonitor.h"
 #include "support/TTestCase.h"
 #include "support/TestMain.h"
@@ -35,7 +35,7 @@ private:
     }
 
 private Q_SLOTS:
-    void knowsNoLinkWithoutAPlugin()
+    void hasNoLinkWithoutAPlugin()
     {
         console::TLinkMonitor monitor;
         QCOMPARE(monitor.State(), ELinkState::eNone);
@@ -54,40 +54,40 @@ private Q_SLOTS:
                  ELinkState::eUp);
     }
 
-    void tellsWhyALoginFailed()
+    void keepsTheReasonOfAFailedLogin()
     {
         console::TLinkMonitor monitor;
         monitor.SetAvailable(true);
         QCOMPARE(After(monitor, {EHubSignal::eLoginInProgress, EHubSignal::eLoginFailed}),
                  ELinkState::eFailed);
         QCOMPARE(monitor.Reason(), QStringLiteral("There is no way to the service."));
-        // It stays a failure when the log-out that follows is told.
+        // The state stays "failed" after the LoggedOut that follows.
         QCOMPARE(After(monitor, {EHubSignal::eLoggedOut}), ELinkState::eFailed);
         QCOMPARE(After(monitor, {EHubSignal::eLoginInProgress}), ELinkState::eConnecting);
         QVERIFY(monitor.Reason().isEmpty());
     }
 
-    void takesACancelledLoginForNoFailure()
+    void doesNotReportACancelledLoginAsFailed()
     {
         QCOMPARE(After({EHubSignal::eLoginInProgress, EHubSignal::eCancelLoginRequested,
                         EHubSignal::eLoginFailed}),
                  ELinkState::eLoggedOut);
     }
 
-    void tellsTheEndThatWasAskedForFromTheOneThatWasNot()
+    void distinguishesALogoutFromALostSession()
     {
         QCOMPARE(
             After({EHubSignal::eLoggedIn, EHubSignal::eLogoutRequested, EHubSignal::eLoggedOut}),
             ELinkState::eLoggedOut);
         QCOMPARE(After({EHubSignal::eLoggedIn, EHubSignal::eLoggedOut}), ELinkState::eLost);
-        // What was asked for a session ago does not count.
+        // A logout of an earlier session does not count.
         QCOMPARE(
             After({EHubSignal::eLoggedIn, EHubSignal::eLogoutRequested, EHubSignal::eLoggedOut,
                    EHubSignal::eLoginRequested, EHubSignal::eLoggedIn, EHubSignal::eLoggedOut}),
             ELinkState::eLost);
     }
 
-    void takesNoNoticeOfFiles()
+    void ignoresSignalsAboutFiles()
     {
         console::TLinkMonitor monitor;
         monitor.SetAvailable(true);

@@ -1,4 +1,4 @@
-// The window by itself: what stands where at which size, and how it is worked with.
+// The main window: its layout at each size, and its controls.
 #include "console/window/Geometry.h"
 #include "console/window/StatusTexts.h"
 #include "console/window/THomePage.h"
@@ -26,14 +26,14 @@ class TMainWindowTest : public kelvo::test::TTestCase
     Q_OBJECT
 
 private:
-    // As high and as wide as screens of the plug-in are.
+    // The sizes of the plug-in's screens.
     static constexpr QSize miniSize{300, 330};
     static constexpr QSize fullSize{600, 420};
 
 private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
 
-    void isOfTheDisplaysSize()
+    void startsInTheUsualSizeAndHasASmallestSize()
     {
         TMainWindow window;
         QCOMPARE(window.size(), QSize(1280, 800));
@@ -80,7 +80,7 @@ private Q_SLOTS:
         window.RemovePage(&full);
     }
 
-    void leavesToOthersWhatItDoesNotOwn()
+    void doesNotDestroyContentsItDoesNotOwn()
     {
         TSampleSurface mini;
         TSampleSurface full;
@@ -95,7 +95,7 @@ private Q_SLOTS:
         QVERIFY(!mini.isVisible() && !full.isVisible());
     }
 
-    void hasNoDockWithoutMiniViews()
+    void hidesTheDockWithoutMiniViews()
     {
         TMainWindow window;
         window.show();
@@ -107,7 +107,7 @@ private Q_SLOTS:
         QVERIFY(!window.Dock().isVisible());
     }
 
-    void givesEachMiniViewAPlaceOfItsOwn()
+    void givesEachMiniViewItsOwnPlace()
     {
         TMainWindow window;
         TSampleSurface upper(QStringLiteral("Upper"), miniSize);
@@ -121,7 +121,7 @@ private Q_SLOTS:
                 lower.mapTo(&window, QPoint()).y());
     }
 
-    void findsWhatIsCutOff()
+    void detectsACutOffWidget()
     {
         QWidget window;
         window.resize(100, 100);
@@ -131,7 +131,7 @@ private Q_SLOTS:
         QCOMPARE(CutOffWidgets(window).size(), 1);
     }
 
-    void hasButtonsForGloves()
+    void hasButtonsLargeEnoughForGloves()
     {
         TMainWindow window;
         window.show();
@@ -143,7 +143,7 @@ private Q_SLOTS:
         }
     }
 
-    void saysWhenThereIsNoLink()
+    void showsAFailedLinkInTheBanner()
     {
         TMainWindow window;
         window.show();
@@ -184,7 +184,7 @@ private Q_SLOTS:
         QCOMPARE(console::PositionWords(state).iconName, QStringLiteral("gps-lost"));
     }
 
-    void hasIconsForWhatItShows()
+    void hasAnIconForEachState()
     {
         const QStringList names = hostimpl::ThemeIconNames();
         for (int state = 0; state < 6; ++state) {
@@ -195,7 +195,7 @@ private Q_SLOTS:
         }
     }
 
-    void showsTheConsolesTime()
+    void showsTheLocalTime()
     {
         hostimpl::SetClock([] { return QDateTime({2026, 5, 4}, {13, 37}); });
         TMainWindow window;
@@ -203,17 +203,17 @@ private Q_SLOTS:
         QCOMPARE(window.Status().ClockText(), QStringLiteral("13:37"));
     }
 
-    void asksBeforeItCloses()
+    void requestsTheEndBeforeItCloses()
     {
         TMainWindow window;
         window.show();
-        QSignalSpy wanted(&window, &TMainWindow::CloseWanted);
+        QSignalSpy requested(&window, &TMainWindow::CloseRequested);
         QVERIFY(!window.close());
-        QCOMPARE(wanted.count(), 1);
+        QCOMPARE(requested.count(), 1);
         QVERIFY(window.isVisible());
     }
 
-    void isWorkedWithTheWheel()
+    void movesTheFocusWithTheWheel()
     {
         TMainWindow window;
         hostimpl::TWheelInput wheel;
@@ -230,7 +230,7 @@ private Q_SLOTS:
         QCOMPARE(opened.count(), 1);
     }
 
-    void goesHomeWithBack()
+    void goesHomeWithTheBackButton()
     {
         TMainWindow window;
         TSampleSurface full;

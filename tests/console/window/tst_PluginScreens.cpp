@@ -1,4 +1,4 @@
-// Where the surfaces that a plug-in registers come to stand.
+// The places of a plug-in's surfaces in the window.
 #include "console/window/TIconButton.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TMainWindow.h"
@@ -64,7 +64,7 @@ private Q_SLOTS:
         QCOMPARE(m_mini->setUps, 1);
     }
 
-    void setsAFullViewUpWhenItIsFirstOpened()
+    void setsUpAFullViewWhenItIsFirstOpened()
     {
         Add();
         QVERIFY(Button() != nullptr);
@@ -80,7 +80,7 @@ private Q_SLOTS:
         QCOMPARE(m_full->setUps, 1);
     }
 
-    void showsOnlyWhatIsAvailable()
+    void showsOnlyAvailableSurfaces()
     {
         m_mini->isAvailable = false;
         m_full->isAvailable = false;
@@ -93,7 +93,7 @@ private Q_SLOTS:
         QVERIFY(m_mini->isVisible() && Button() != nullptr);
     }
 
-    void takesAwayWhatIsNoLongerAvailable()
+    void removesASurfaceThatIsNoLongerAvailable()
     {
         Add();
         Button()->click();
@@ -109,7 +109,7 @@ private Q_SLOTS:
         QCOMPARE(m_full->setUps, 1);
     }
 
-    void refusesToOpenWhatHasBecomeUnavailable()
+    void doesNotOpenAPageThatIsNoLongerAvailable()
     {
         Add();
         m_full->isAvailable = false;
@@ -129,7 +129,7 @@ private Q_SLOTS:
         QCOMPARE(Button()->toolTip(), QStringLiteral("after"));
     }
 
-    void followsTitleAndIcon()
+    void showsANewTitleAndIcon()
     {
         Add();
         m_full->SetSurfaceTitle(QStringLiteral("Another"), false, false);
@@ -138,14 +138,14 @@ private Q_SLOTS:
         QCOMPARE(Button()->IconName(), QStringLiteral("save"));
     }
 
-    void namesAPageThatHasNoTitleYet()
+    void namesAPageWithoutATitleByItsIcon()
     {
         m_full->SetSurfaceTitle(QString(), false, false);
         Add();
         QCOMPARE(Button()->text(), QStringLiteral("KELVO"));
     }
 
-    void letsGoOfSurfacesThatAreRemovedWhileShown()
+    void releasesSurfacesThatAreRemovedWhileShown()
     {
         Add();
         Button()->click();
@@ -170,7 +170,7 @@ private Q_SLOTS:
         m_window->grab();
     }
 
-    void goesOnWithoutASurfaceThatThrows()
+    void hidesASurfaceThatThrowsAtItsSetUp()
     {
         QSignalSpy failed(m_screens.get(), &console::TPluginScreens::Failed);
         m_mini->throws = true;

@@ -48,16 +48,16 @@ private:
         Begin(QString::fromUtf8(plugin), console::ReadStoredSettings(ConfigManager::Instance()));
     }
 
-    // Until the fixture's screens are there.
+    // Waits until the fixture's screens are in the window.
     bool WaitForScreens()
     {
         return QTest::qWaitFor([this] { return !m_session->Window()->Dock().IsEmpty(); }, 60000);
     }
 
-    static QStringList& Account()
+    static QStringList& Log()
     {
         QLibrary library(QStringLiteral(ScreensPlugin_PATH));
-        return *reinterpret_cast<TScreensPluginAccount>(library.resolve("ScreensPluginAccount"))();
+        return *reinterpret_cast<TScreensPluginLog>(library.resolve("ScreensPluginLog"))();
     }
 
     static TKelvoInterface* Hub()
@@ -86,7 +86,7 @@ private Q_SLOTS:
 
     void init()
     {
-        Account().clear();
+        Log().clear();
         qunsetenv("SCREENS_PLUGIN_THROWS");
         qunsetenv("SCREENS_PLUGIN_FORGETS");
         console::TStoredSettings defaults;
@@ -100,7 +100,7 @@ private Q_SLOTS:
         TTestCase::cleanup();
     }
 
-    void tellsOfAPluginThatIsNoGood_data()
+    void showsWhyAPluginCannotRun_data()
     {
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("part");
@@ -114,7 +114,7 @@ private Q_SLOTS:
                                 << QStringLiteral("offers no hub");
     }
 
-    void tellsOfAPluginThatIsNoGood()
+    void showsWhyAPluginCannotRun()
     {
         QFETCH(QString, path);
         QFETCH(QString, part);
@@ -125,7 +125,7 @@ private Q_SLOTS:
                  qUtf8Printable(m_session->Dialog()->Message()));
         m_session->Dialog()->GetMessageDialogButton(TMessageDialog::eButton0)->click();
         QVERIFY(!m_session->Dialog()->isVisible());
-        // The console goes on: its notice stays, its settings open, it ends.
+        // The console continues: its message stays, its settings open, and it ends.
         QVERIFY(m_session->Window()->Home().Notice().contains(part));
         QCOMPARE(m_session->Window()->Status().LinkText(), QStringLiteral("No plug-in"));
         m_session->Window()->Launcher().SettingsButton()->click();
@@ -134,15 +134,14 @@ private Q_SLOTS:
         QVERIFY(m_session->Window() == nullptr);
     }
 
-    void tellsOfAPluginThatCannotBuildItsScreens()
+    void showsThatThePluginCannotCreateItsScreens()
     {
         qputenv("SCREENS_PLUGIN_THROWS", "1");
         Begin(ScreensPlugin_PATH);
         QVERIFY(QTest::qWaitFor([this] { return m_session->Dialog() != nullptr; }, 60000));
         QVERIFY(m_session->Dialog()->Message().contains(QStringLiteral("no canvas")));
         m_session->End();
-        QCOMPARE(Account(),
-                 QStringList({QStringLiteral("initialised"), QStringLiteral("finalised")}));
+        QCOMPARE(Log(), QStringList({QStringLiteral("initialised"), QStringLiteral("finalised")}));
     }
 
     void showsThePluginsScreens()
@@ -150,11 +149,11 @@ private Q_SLOTS:
         Begin(ScreensPlugin_PATH);
         QVERIFY(WaitForScreens());
         QVERIFY(m_session->Dialog() == nullptr);
-        QCOMPARE(Account(), QStringList({QStringLiteral("initialised"), QStringLiteral("screens"),
-                                         QStringLiteral("Mini set up")}));
+        QCOMPARE(Log(), QStringList({QStringLiteral("initialised"), QStringLiteral("screens"),
+                                     QStringLiteral("Mini set up")}));
         QVERIFY(FullViewButton() != nullptr);
         FullViewButton()->click();
-        QCOMPARE(Account().last(), QStringLiteral("Full set up"));
+        QCOMPARE(Log().last(), QStringLiteral("Full set up"));
         QVERIFY(m_session->Window()->CurrentPage() != nullptr);
     }
 
@@ -174,35 +173,35 @@ private Q_SLOTS:
         Begin(ScreensPlugin_PATH);
         QVERIFY(WaitForScreens());
         FullViewButton()->click();
-        Account().clear();
-        QSignalSpy endWanted(m_session.get(), &TWindowSession::EndWanted);
+        Log().clear();
+        QSignalSpy endRequested(m_session.get(), &TWindowSession::EndRequested);
         QSignalSpy windowGone(m_session->Window(), &QObject::destroyed);
         m_session->Window()->close();
         m_session->Window()->close();
-        QCOMPARE(endWanted.count(), 1);
-        QVERIFY(Account().isEmpty()); // the plug-in runs until whoever runs the event loop ends it
+        QCOMPARE(endRequested.count(), 1);
+        QVERIFY(Log().isEmpty()); // the plug-in runs until End()
         QObject::connect(m_session->Window(), &QObject::destroyed,
-                         [] { Account() << QStringLiteral("window gone"); });
+                         [] { Log() << QStringLiteral("window gone"); });
         m_session->End();
         const QString full = QStringLiteral("Full gone");
         const QString mini = QStringLiteral("Mini gone");
         const QString finalised = QStringLiteral("finalised");
         const QString window = QStringLiteral("window gone");
-        QCOMPARE(Account(), forgets ? QStringList({finalised, full, mini, window})
-                                    : QStringList({full, mini, finalised, window}));
+        QCOMPARE(Log(), forgets ? QStringList({finalised, full, mini, window})
+                                : QStringList({full, mini, finalised, window}));
         QCOMPARE(windowGone.count(), 1);
         QVERIFY(Hub() == nullptr);
     }
 
-    void endsBeforeTheScreensAreThere()
+    void mayEndBeforeTheScreensAreCreated()
     {
         Begin(ScreensPlugin_PATH);
         m_session->End();
-        QVERIFY(Account().contains(QStringLiteral("finalised")));
+        QVERIFY(Log().contains(QStringLiteral("finalised")));
         QVERIFY(m_session->Window() == nullptr);
     }
 
-    void showsAFailedLoginAndItsEnd()
+    void showsAFailedLoginUntilTheNextLogin()
     {
         Begin(ScreensPlugin_PATH);
         QVERIFY(WaitForScreens());
@@ -219,7 +218,7 @@ private Q_SLOTS:
         QVERIFY(m_session->Window()->Banner().isVisible());
     }
 
-    void keepsSettings()
+    void storesChangedSettings()
     {
         Begin(ScreensPlugin_PATH);
         QVERIFY(WaitForScreens());
@@ -239,7 +238,7 @@ private Q_SLOTS:
         QVERIFY(!console::ReadStoredSettings(ConfigManager::Instance()).isNight);
     }
 
-    void cutsNothingOffInItsSettings()
+    void cutsNothingOffOnTheSettingsPage()
     {
         Begin(ScreensPlugin_PATH);
         QVERIFY(WaitForScreens());
