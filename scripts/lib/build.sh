@@ -1,21 +1,21 @@
 # shellcheck shell=bash
-# Configures and builds presets. To be sourced, from the top of the tree.
+# Functions that configure and build presets. Source this file from the top of the tree.
 
-# Never more compilers than cores: the sanitizers' builds take memory.
+# At most one compiler for each core, because the sanitizers' builds need much memory.
 CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}
 export CMAKE_BUILD_PARALLEL_LEVEL
 
-# A clone in another folder finds in the cache what was compiled in this one.
+# A clone in another folder uses the same cache entries.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 
-# configure PRESET [CMAKE-ARGUMENT...]: with the caller's KELVO_TEST_DATA, if there is one
+# configure PRESET [CMAKE-ARGUMENT...]: passes on the caller's KELVO_TEST_DATA, if it is set
 configure() {
     local preset=$1
     shift
     if [[ -n ${KELVO_TEST_DATA:-} ]]; then
         set -- -DKELVO_TEST_DATA="$KELVO_TEST_DATA" "$@"
     fi
-    # What is said here interests only when it goes wrong.
+    # The output is shown only after an error.
     mkdir -p "build/$preset"
     if ! cmake --preset "$preset" "$@" >"build/$preset/configure.log" 2>&1; then
         cat "build/$preset/configure.log" >&2
@@ -23,13 +23,13 @@ configure() {
     fi
 }
 
-# configure_arm [CMAKE-ARGUMENT...]: all of it. What was found in another root is forgotten with it.
+# configure_arm [CMAKE-ARGUMENT...]: configures the preset arm. A build for another sysroot is removed first.
 configure_arm() {
     local sysroot
     if ! sysroot=$(scripts/armhf-sysroot); then
         if ((EUID != 0)); then
-            echo "Unpacking another architecture's packages wants root, or the package uidmap and a range of" >&2
-            echo "user ids for $(id -un) in /etc/subuid; once scripts/armhf-sysroot has ended well, neither." >&2
+            echo "To unpack packages of another architecture, scripts/armhf-sysroot needs root, or the package" >&2
+            echo "uidmap and a range of user ids for $(id -un) in /etc/subuid. It needs them only once." >&2
         fi
         return 1
     fi
@@ -49,7 +49,7 @@ build() {
     cmake --build --preset "$preset" "$@"
 }
 
-# build_shipped PRESET: what is installed, and no tests.
+# build_shipped PRESET: builds the installed programs and libraries, without the tests.
 build_shipped() {
     local targets=(kelvo kesdk consolehost kelvo-console kelvo-service kelvoctl
         console_translations kelvo_translations) known

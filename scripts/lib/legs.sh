@@ -1,10 +1,10 @@
 # shellcheck shell=bash
-# The legs of scripts/test. To be sourced after build.sh, from the top of the tree.
+# The legs of scripts/test. Source this file after build.sh, from the top of the tree.
 
 CTEST_PARALLEL_LEVEL=${CTEST_PARALLEL_LEVEL:-$(nproc)}
 export CTEST_PARALLEL_LEVEL
 
-# The tests may be run on their own, from any terminal: nothing of the caller's is to get in.
+# The tests must not depend on the caller's variables.
 unset KELVO_API_HOST KESDK_CA_FILE KELVO_USER KELVO_PASSWORD
 
 # tests PRESET [CTEST-ARGUMENT...]
@@ -14,7 +14,7 @@ tests() {
     ctest --preset "$preset" "$@" | tee "build/$preset/tests.log"
 }
 
-# built_and_tested PRESET [CTEST-ARGUMENT...]: all of it built, those tests run
+# built_and_tested PRESET [CTEST-ARGUMENT...]: builds all targets and runs the tests of the arguments
 built_and_tested() {
     configure "$1"
     build "$1"
@@ -33,8 +33,7 @@ leg_rounds() {
     built_and_tested check --tests-regex '_1000$'
 }
 
-# The packages' tests need no other test's program. A second build in another folder has to give the
-# same bytes.
+# The packages' tests need no other test program. A second build in another folder must give the same bytes.
 leg_packages() {
     configure check
     build_shipped check
@@ -155,7 +154,7 @@ leg_format() {
     echo "${#sources[@]} files are formatted" | tee build/format/tests.log
 }
 
-# clang-tidy needs to know how things are compiled, and what Qt's tools make; these look into libraries.
+# clang-tidy needs the compile commands and the files that Qt's tools generate.
 leg_lint() {
     local files="^$PWD/(console|core|net|plugin|screens|worker|platform/(host|kesdk)/src)/.*\.cpp$"
     leg_format
@@ -172,8 +171,8 @@ leg_lint() {
     echo "$(grep -c '^clang-tidy' build/lint/tidy.log) files have no findings" | tee build/lint/tests.log
 }
 
-# run_legs NAME...: all of them, also after one that failed; fails if one did. Ends with each one's
-# closing line.
+# run_legs NAME...: runs all legs, also after a failed leg, and then fails if a leg failed. The last lines are the
+# closing lines of the legs.
 run_legs() {
     local leg preset closing begin status=0 summary=()
     for leg in "$@"; do
@@ -185,7 +184,7 @@ run_legs() {
         *) preset=$leg ;;
         esac
         rm -f "build/$preset/tests.log"
-        # In a shell of its own, because a function that is asked how it ended does not stop at errors.
+        # In a new shell, because inside an `if` a function does not stop at errors.
         if ! bash -c 'set -euo pipefail
             source scripts/lib/build.sh
             source scripts/lib/legs.sh
@@ -194,7 +193,7 @@ run_legs() {
         fi
         echo "== $leg took $((SECONDS - begin)) s"
         closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ (files|rounds|fuzzers) ' "build/$preset/tests.log" ||
-            echo 'did not get to its end')
+            echo 'did not finish')
         summary+=("$leg: $closing")
     done
     echo

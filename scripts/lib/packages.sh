@@ -1,18 +1,18 @@
 # shellcheck shell=bash
-# Installs the packages that are missing. To be sourced.
+# Functions that install missing packages. Source this file.
 
-# wanted_packages PURPOSE...: the names in the lists scripts/packages/PURPOSE.txt, one a line.
+# wanted_packages PURPOSE...: prints the names in the lists scripts/packages/PURPOSE.txt, one on each line.
 wanted_packages() {
     (cd scripts/packages && sed 's/#.*//' "${@/%/.txt}") | tr -s '[:space:]' '\n' | sed '/^$/d' | sort -u
 }
 
-# Those of them that are not installed.
+# missing_packages PURPOSE...: prints the names that are not installed.
 missing_packages() {
     comm -23 <(wanted_packages "$@") \
         <(dpkg-query -W -f '${Package} ${db:Status-Status}\n' | sed -n 's/ installed$//p' | sort -u)
 }
 
-# Whether to go on although installed packages go away. Asks, unless it was answered before.
+# may_remove PACKAGES YES: whether installed packages may be removed. Asks, unless YES is "yes" or CI is set.
 may_remove() {
     local answer
     printf 'This removes or replaces installed packages:\n%s\n' "$1" >&2
@@ -20,10 +20,10 @@ may_remove() {
         return 0
     fi
     if [[ ! -t 0 ]]; then
-        echo "Say --yes to allow it." >&2
+        echo "To allow this, use --yes." >&2
         return 1
     fi
-    read -r -p "Go on? [y/N] " answer
+    read -r -p "Continue? [y/N] " answer
     [[ "$answer" == [yY]* ]]
 }
 
@@ -32,7 +32,7 @@ install_missing() {
     local yes=$1 missing removed
     shift
     if ! command -v dpkg-query >/dev/null; then
-        echo "This is no Debian system: the packages in scripts/packages are up to you." >&2
+        echo "This is not a Debian system. Install the packages in scripts/packages yourself." >&2
         return 0
     fi
     mapfile -t missing < <(missing_packages "$@")
@@ -40,7 +40,7 @@ install_missing() {
         return 0
     fi
     if ((EUID != 0)); then
-        echo "Packages are missing. As root:" >&2
+        echo "Packages are missing. Run as root:" >&2
         echo "  apt-get install --no-install-recommends ${missing[*]}" >&2
         return 1
     fi
