@@ -1,6 +1,6 @@
-// Unpacks any bytes as an archive. Nothing changes outside the folder, a refused archive leaves the
-// folder unchanged, and no temporary file stays. In the bytes, archiveRoot stands for the parent of
-// all folders, so that an archive can contain an absolute path.
+// Unpacks any bytes as an archive. The unpacking changes nothing outside the folder. A refused
+// archive leaves the folder unchanged. No temporary file stays. The text archiveRoot in the bytes
+// is replaced by the parent of all folders, so that an archive can contain an absolute path.
 #include "fuzz/WorkingFolder.h"
 #include "hostimpl/Unpacking.h"
 
