@@ -1,4 +1,4 @@
-#include "host/TTracedUnzip.h"
+#include "host/files/TTracedUnzip.h"
 
 #include <csignal>
 

@@ -1,7 +1,7 @@
 // Unzip in a process of its own, one system call at a time.
 #pragma once
 
-#include "host/TUnzipFixture.h"
+#include "host/files/TUnzipFixture.h"
 
 #include <optional>
 

@@ -1,5 +1,5 @@
 // Unzip: what it refuses, and that nothing has changed then, inside the destination or outside.
-#include "host/TUnzipFixture.h"
+#include "host/files/TUnzipFixture.h"
 
 #include "support/TestMain.h"
 

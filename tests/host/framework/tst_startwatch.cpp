@@ -1,7 +1,7 @@
 // TStartWatch: which objects it watches, and when it reports.
 #include "hostimpl/TStartWatch.h"
 
-#include "host/TThreadRecorder.h"
+#include "host/framework/TThreadRecorder.h"
 #include "support/HangGuard.h"
 #include "support/TestMain.h"
 

@@ -12,7 +12,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "support"))
 
 from rawzip import archive_of_files  # noqa: E402
 from tracing import RENAME, SYNC, UNLINK, finished_calls, needs_tracing, position  # noqa: E402

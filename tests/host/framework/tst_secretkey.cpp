@@ -2,7 +2,7 @@
 #include "framework/TSecretKey.h"
 
 #include "host/TFileSizeLimit.h"
-#include "host/TSealedFixture.h"
+#include "host/framework/TSealedFixture.h"
 #include "support/TestMain.h"
 
 #include <QtCore/QDir>

@@ -1,5 +1,5 @@
 // TThreadedObject: events, timers and deferred deletes at the end of the thread.
-#include "host/TThreadRecorder.h"
+#include "host/framework/TThreadRecorder.h"
 
 #include "support/TestMain.h"
 

@@ -1,5 +1,5 @@
 // Unzip: what it does about the states that a run can leave that was killed.
-#include "host/TUnzipFixture.h"
+#include "host/files/TUnzipFixture.h"
 
 #include "files/Placement.h"
 #include "files/TStagingFolder.h"

@@ -1,6 +1,6 @@
 // TThreadedObject: the order of Initialize(), slots and Finalize(), their thread, and Stop() at any
 // time.
-#include "host/TThreadRecorder.h"
+#include "host/framework/TThreadRecorder.h"
 
 #include "support/TestMain.h"
 

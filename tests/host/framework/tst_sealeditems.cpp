@@ -1,7 +1,7 @@
 // The operator's password in the configuration file: sealing, and the upgrade of older plain files.
 #include "framework/SealedItems.h"
 #include "host/TFileSizeLimit.h"
-#include "host/TSealedFixture.h"
+#include "host/framework/TSealedFixture.h"
 #include "support/TestMain.h"
 
 #include <QtCore/QDataStream>

@@ -1,15 +1,13 @@
 // Unzip: a disk that becomes full, and a destination that may not be written.
-#include "host/TUnzipFixture.h"
+#include "host/TFileSizeLimit.h"
+#include "host/files/TUnzipFixture.h"
 
 #include "support/Needs.h"
 #include "support/TestMain.h"
 
-#include <csignal>
-
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace kelvo::test;
@@ -62,30 +60,6 @@ void EnterOwnNamespace()
     }
     ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
 }
-
-// No file of this process can become larger, as long as it lives.
-class TFileSizeLimit
-{
-public:
-    explicit TFileSizeLimit(rlim_t bytes)
-    {
-        ::getrlimit(RLIMIT_FSIZE, &m_former);
-        m_formerHandler = std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit = {bytes, m_former.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~TFileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &m_former);
-        std::signal(SIGXFSZ, m_formerHandler);
-    }
-    TFileSizeLimit(const TFileSizeLimit&) = delete;
-    TFileSizeLimit& operator=(const TFileSizeLimit&) = delete;
-
-private:
-    rlimit m_former = {};
-    void (*m_formerHandler)(int) = nullptr;
-};
 
 } // namespace
 
@@ -144,6 +118,7 @@ void tst_UnzipDiskFull::leavesNothingWhenAFileMayNotGrow()
     const TFolderImage before = fixture.Content();
     {
         const TFileSizeLimit limit(100000);
+        QVERIFY(limit.IsSet());
         QVERIFY(!fixture.Unzip());
     }
     QVERIFY2(fixture.ErrorText().contains(QStringLiteral("\"large\" cannot be written")),

@@ -2,7 +2,7 @@
 #include "hostimpl/TConfigStore.h"
 
 #include "host/FolderImage.h"
-#include "host/TBoundByModes.h"
+#include "host/framework/TBoundByModes.h"
 #include "support/Needs.h"
 #include "support/TestMain.h"
 

@@ -1,7 +1,7 @@
 // The host writes the password into no file, message or error text.
 #include "host/ConfigManager.h"
 #include "host/TFileSizeLimit.h"
-#include "host/TSealedFixture.h"
+#include "host/framework/TSealedFixture.h"
 #include "hostimpl/HostSetup.h"
 #include "support/TestMain.h"
 

@@ -1,6 +1,6 @@
 // Unzip: killed before each system call that it makes, and with each of them failing.
-#include "host/TTracedUnzip.h"
-#include "host/TUnzipFixture.h"
+#include "host/files/TTracedUnzip.h"
+#include "host/files/TUnzipFixture.h"
 
 #include "support/Needs.h"
 #include "support/TestMain.h"

@@ -1,5 +1,5 @@
 // Unzip: archives that would become far more than they are.
-#include "host/TUnzipFixture.h"
+#include "host/files/TUnzipFixture.h"
 
 #include "support/TestMain.h"
 

@@ -1,5 +1,5 @@
 // Unzip: which path an entry's name becomes, and that names which look alike are not mixed up.
-#include "host/TUnzipFixture.h"
+#include "host/files/TUnzipFixture.h"
 
 #include "support/TestMain.h"
 

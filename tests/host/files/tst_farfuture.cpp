@@ -1,7 +1,7 @@
 // Files with a date after 2038: a console with a wrong clock writes them, and USB sticks bring
 // them. With 32-bit times, stat() fails for such a file.
 #include "host/FileDates.h"
-#include "host/TUnzipFixture.h"
+#include "host/files/TUnzipFixture.h"
 
 #include "framework/TSecretKey.h"
 #include "host/TFileSystemHelper.h"

@@ -1,5 +1,5 @@
 // Unzip: archives above 4 GiB, and entries that say that they are.
-#include "host/TUnzipFixture.h"
+#include "host/files/TUnzipFixture.h"
 
 #include "support/TestMain.h"
 

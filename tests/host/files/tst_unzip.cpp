@@ -1,5 +1,5 @@
 // Unzip: what a sound archive leaves in its destination.
-#include "host/TUnzipFixture.h"
+#include "host/files/TUnzipFixture.h"
 
 #include "host/TFileSystemHelper.h"
 #include "support/Needs.h"
