@@ -1,4 +1,3 @@
-// Logging in and out, and who a request comes from.
 #include "service/accounts/Accounts.h"
 
 #include "service/base/Digest.h"
@@ -17,7 +16,7 @@ using http::Problem;
 
 namespace {
 
-/** Two hashes at a time bound the memory at twice what one takes. */
+/** Two hashes at a time bound the memory to twice the memory of one. */
 constexpr unsigned hashThreads = 2;
 
 constexpr const char* wrongCredentials = "The user name or the password is wrong.";
@@ -29,13 +28,15 @@ std::string bearerToken(const http::Request& request)
     const std::string_view value = request.header("Authorization");
     if (value.size() <= scheme.size() ||
         !boost::beast::iequals(value.substr(0, scheme.size()), scheme)) {
-        throw Problem(EProblem::Unauthenticated, "A session's token is needed.");
+        throw Problem(EProblem::Unauthenticated, "The request needs a session token.");
     }
     return std::string(trimmed(value.substr(scheme.size())));
 }
 
-/** The hash took its time. A password that was replaced meanwhile, or an account that was disabled,
- * has lost its sessions, and must not get one after that. */
+/**
+ * Hashing takes time. Meanwhile the password may have been replaced or the account disabled. Both
+ * end the account's sessions, so the account must not get a new session.
+ */
 void requireUnchanged(soci::session& sql, const store::Credentials& known)
 {
     const auto now = store::credentialsOf(sql, known.user.name);
@@ -73,7 +74,7 @@ Async<Login> Accounts::login(std::string user, std::string password, std::string
     auto find = [&user](soci::session& sql) { return store::credentialsOf(sql, user); };
     const auto known = co_await database_.read(find);
     auto check = [this, &known, &password, &user, &address] {
-        // Again when its turn has come: many guesses may have been queued at once.
+        // Checked again after the wait in the queue: many guesses may have been queued at once.
         refuseIfThrottled(user, address);
         return passwords_.verify(password,
                                  known ? std::optional(known->passwordHash) : std::nullopt);

@@ -1,4 +1,4 @@
-// Logging in and out, and who a request comes from.
+// Logins, logouts and the authentication of requests.
 #pragma once
 
 #include "service/accounts/LoginThrottle.h"
@@ -14,13 +14,13 @@ namespace kelvo::accounts {
 
 struct Login
 {
-    std::string token; // kept nowhere: the store has its digest
+    std::string token; // not stored: the store holds its digest
     store::Session session;
 };
 
 /**
- * Thread: awaited on I/O threads; passwords are hashed on a pool of its own, so that few hashes run
- * at once. Errors: http::Problem.
+ * Thread: awaited on I/O threads. Passwords are hashed on a separate pool, which bounds how many
+ * hashes run at once. Errors: http::Problem.
  */
 class Accounts
 {
@@ -37,7 +37,7 @@ public:
     /** Throws invalid-credentials, account-disabled or login-throttled. */
     Async<Login> login(std::string user, std::string password, std::string address);
 
-    /** Who the request's bearer token belongs to. Throws unauthenticated. */
+    /** Finds the session of the request's bearer token. Throws unauthenticated. */
     Async<store::Session> authenticate(http::Request& request);
 
     Async<std::string> hashPassword(std::string password);

@@ -1,4 +1,3 @@
-// Slows down those who guess passwords.
 #include "service/accounts/LoginThrottle.h"
 
 #include <boost/asio/ip/address.hpp>
@@ -17,7 +16,7 @@ constexpr std::int64_t forgetAfterMs = 60 * 60 * 1000;
 constexpr int addressFactor = 10;
 constexpr int userFactor = 20;
 constexpr int mostAttempts = 1000000;
-constexpr std::size_t longestNameBytes = 256; // 64 characters of up to four
+constexpr std::size_t longestNameBytes = 256; // 64 characters of up to 4 bytes
 constexpr std::size_t capacity = 10000;
 constexpr std::size_t networkBytes = 8;
 
@@ -37,7 +36,7 @@ std::string networkOf(const std::string& address)
     return ip::address_v6(bytes).to_string();
 }
 
-/** No address has a space in it. */
+/** The space separates the two: no address contains a space. */
 std::string pairOf(const std::string& user, const std::string& network)
 {
     return network + " " + user;
@@ -81,12 +80,12 @@ void LoginThrottle::succeeded(const std::string& user, const std::string& addres
     const std::lock_guard lock(mutex_);
     const std::string network = networkOf(address);
     Record& pair = recordOf(byPair_, pairOf(user, network));
-    const int slips = pair.failures;
+    const int failures = pair.failures;
     pair.failures = 0;
     pair.blockedUntilMs = 0;
     pair.isKnown = true;
-    forgive(byAddress_, network, slips);
-    forgive(byUser_, user, slips);
+    forgive(byAddress_, network, failures);
+    forgive(byUser_, user, failures);
 }
 
 std::int64_t LoginThrottle::blockedUntil(const Records& records, const std::string& who) const
@@ -95,7 +94,7 @@ std::int64_t LoginThrottle::blockedUntil(const Records& records, const std::stri
     return found == records.end() ? 0 : found->second.blockedUntilMs;
 }
 
-/** Made if need be; failures of long ago do not count any more. */
+/** Makes a missing record. Clears failures that are older than an hour. */
 LoginThrottle::Record& LoginThrottle::recordOf(Records& records, const std::string& who)
 {
     const std::int64_t now = clock_.steadyMs();
@@ -121,10 +120,10 @@ void LoginThrottle::count(Records& records, const std::string& who, const Rule& 
     }
 }
 
-void LoginThrottle::forgive(Records& records, const std::string& who, int slips)
+void LoginThrottle::forgive(Records& records, const std::string& who, int failures)
 {
     if (const auto found = records.find(who); found != records.end()) {
-        found->second.failures = std::max(0, found->second.failures - slips);
+        found->second.failures = std::max(0, found->second.failures - failures);
     }
 }
 

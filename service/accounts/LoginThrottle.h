@@ -1,4 +1,4 @@
-// Slows down those who guess passwords.
+// Slows down password guessing.
 #pragma once
 
 #include "service/base/Clock.h"
@@ -11,44 +11,48 @@
 namespace kelvo::accounts {
 
 /**
- * Counts failed logins in three ways; successes are never held up by their number.
+ * Counts failed logins in three ways. Successful logins are not counted.
  *
- * - A name from an address: after `attempts` failures it has to wait, twice as long with each
- * further one. Somebody else's guesses from elsewhere do not keep the name's owner out.
- * - An address: the same after ten times as many, because a whole farm may share one. Of IPv6 the
- *   network (/64) is the address: who has one of its addresses has them all.
- * - A name, from wherever: after twenty times as many a short wait that does not grow, for those
- * who guess from many addresses. Addresses that the name has logged in from are not held up by it.
+ * - A name from an address: after `attempts` failures the next login has to wait. Each further
+ *   failure doubles the wait. Guesses from another address do not block the name's owner.
+ * - An address: the same after ten times as many failures, because a whole farm may share an
+ *   address. For IPv6 the network (/64) counts as the address, because its owner can use all
+ *   addresses in it.
+ * - A name from any address: after twenty times as many failures a short wait that does not grow.
+ *   It slows down guesses from many addresses. It does not apply to addresses from which the name
+ *   has logged in.
  *
- * Time is the clock's steady one, so that setting the machine's clock ends no wait and prolongs
- * none. Thread safe. Bounded: the oldest entries are forgotten beyond `capacity`, and a name that
- * is longer than names can be is nobody's and not counted.
+ * Time comes from the steady clock: setting the machine's clock changes no wait. Thread safe.
+ * Memory is bounded: beyond `capacity` the oldest entries are dropped. A name longer than any real
+ * name is not counted.
  */
 class LoginThrottle
 {
 public:
     LoginThrottle(const Clock& clock, int attempts);
 
-    /** Zero when a login may be tried, else how long to wait. Rounded up to seconds. */
+    /** Zero if a login may be tried, else the time to wait, rounded up to seconds. */
     std::chrono::seconds waitFor(const std::string& user, const std::string& address);
 
     void failed(const std::string& user, const std::string& address);
 
-    /** Forgets the name's failures from this address, of the address and of the name as many: they
-     * were slips. */
+    /**
+     * Clears the failures of the name from this address. The same number is subtracted from the
+     * failures of the address and of the name, because the user mistyped the password.
+     */
     void succeeded(const std::string& user, const std::string& address);
 
 private:
     struct Record
     {
         int failures = 0;
-        bool isKnown = false; // it has succeeded since
+        bool isKnown = false; // a login has succeeded
         std::int64_t lastMs = 0;
         std::int64_t blockedUntilMs = 0;
     };
     using Records = std::map<std::string, Record>;
 
-    /** After how many failures, and how long at first and at most. */
+    /** The failures before the first wait, and the first and the longest wait. */
     struct Rule
     {
         int attempts = 0;
@@ -59,7 +63,7 @@ private:
     std::int64_t blockedUntil(const Records& records, const std::string& who) const;
     Record& recordOf(Records& records, const std::string& who);
     void count(Records& records, const std::string& who, const Rule& rule);
-    static void forgive(Records& records, const std::string& who, int slips);
+    static void forgive(Records& records, const std::string& who, int failures);
     static void makeRoom(Records& records, std::int64_t nowMs);
 
     const Clock& clock_;

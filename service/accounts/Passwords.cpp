@@ -1,4 +1,3 @@
-// Password hashes, by libsodium.
 #include "service/accounts/Passwords.h"
 
 #include "service/base/Random.h"
@@ -47,7 +46,7 @@ Passwords::Passwords(EPasswordCost cost)
     if (sodium_init() < 0) {
         throw std::runtime_error("libsodium cannot be initialised");
     }
-    nobodysHash_ = hash(randomHex(16));
+    dummyHash_ = hash(randomHex(16));
 }
 
 std::string Passwords::hash(const std::string& password) const
@@ -62,7 +61,7 @@ std::string Passwords::hash(const std::string& password) const
 
 bool Passwords::verify(const std::string& password, const std::optional<std::string>& hash) const
 {
-    const std::string& against = hash ? *hash : nobodysHash_;
+    const std::string& against = hash ? *hash : dummyHash_;
     const bool matches =
         crypto_pwhash_str_verify(against.c_str(), password.data(), password.size()) == 0;
     return matches && hash.has_value();

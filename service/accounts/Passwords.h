@@ -1,4 +1,4 @@
-// Password hashes.
+// Password hashes, by libsodium.
 #pragma once
 
 #include <cstdint>
@@ -13,8 +13,8 @@ enum class EPasswordCost : std::uint8_t { Minimal, Interactive, Moderate };
 std::optional<EPasswordCost> passwordCostFromText(std::string_view text);
 
 /**
- * Argon2id. Takes up to 64 MiB (interactive) or 256 MiB (moderate) and that much time, so it
- * belongs on a pool of few threads. Thread safe. Errors: std::runtime_error when memory is short.
+ * Argon2id. A hash takes up to 64 MiB (interactive) or 256 MiB (moderate) and much time, so it
+ * belongs on a pool of few threads. Thread safe. Errors: std::runtime_error if memory is short.
  */
 class Passwords
 {
@@ -23,13 +23,13 @@ public:
 
     std::string hash(const std::string& password) const;
 
-    /** Without a hash, for an unknown user, it works as long and says no. */
+    /** Without a hash (an unknown user) the check takes the same time and returns false. */
     bool verify(const std::string& password, const std::optional<std::string>& hash) const;
 
 private:
     unsigned long long operations_;
     std::size_t memoryBytes_;
-    std::string nobodysHash_;
+    std::string dummyHash_;
 };
 
 } // namespace kelvo::accounts

@@ -15,7 +15,7 @@ Async<store::Session> requireFarmSession(Context& context, http::Request& reques
 {
     store::Session session = co_await context.accounts.authenticate(request);
     if (!session.user.farm) {
-        throw Problem(EProblem::NotFound, "There is no such resource.");
+        throw Problem(EProblem::NotFound, "This resource does not exist.");
     }
     co_return session;
 }

@@ -22,7 +22,7 @@ using http::Response;
 
 [[noreturn]] void throwNotFound()
 {
-    throw Problem(EProblem::NotFound, "There is nothing with this id.");
+    throw Problem(EProblem::NotFound, "No resource has this id.");
 }
 
 Async<Response> getProjectResources(Context& context, Request& request)

@@ -1,4 +1,4 @@
-// The time of day as the service's rules see it, behind an interface so that tests can move it.
+// The time of day, behind an interface so that tests can set it.
 #pragma once
 
 #include <chrono>
@@ -6,20 +6,20 @@
 
 namespace kelvo {
 
-/** Tells the time. Thread safe. */
+/** Thread safe. */
 class Clock
 {
 public:
     virtual ~Clock() = default;
 
-    /** Milliseconds since 1970-01-01 UTC. Jumps when somebody sets the clock. */
+    /** Milliseconds since 1970-01-01 UTC. Jumps if the machine's clock is set. */
     virtual std::int64_t nowMs() const = 0;
 
-    /** Milliseconds since some moment; never jumps. */
+    /** Milliseconds since an arbitrary moment; never jumps. */
     virtual std::int64_t steadyMs() const = 0;
 };
 
-/** The machine's own clock. */
+/** The machine's clock. */
 class SystemClock final : public Clock
 {
 public:

@@ -1,4 +1,3 @@
-// SHA-256 over OpenSSL's EVP interface.
 #include "service/base/Digest.h"
 
 #include "service/base/Encoding.h"

@@ -1,4 +1,3 @@
-// Hexadecimal, base64, percent encoding, UTF-8 checks and decimal numbers.
 #include "service/base/Encoding.h"
 
 #include <array>

@@ -1,4 +1,3 @@
-// What the system tells of a file, by the one call that has times of 64 bits on every machine.
 #include "service/base/FileStatus.h"
 
 #include "service/base/Files.h"
@@ -17,7 +16,7 @@ std::int64_t inNs(const statx_timestamp& time)
     return std::int64_t{time.tv_sec} * 1000000000 + time.tv_nsec;
 }
 
-FileStatus told(const struct statx& found)
+FileStatus toFileStatus(const struct statx& found)
 {
     FileStatus status;
     status.mode = found.stx_mode;
@@ -38,7 +37,7 @@ std::optional<FileStatus> statusOf(const std::filesystem::path& file)
 {
     struct statx found = {};
     if (::statx(AT_FDCWD, file.c_str(), 0, STATX_BASIC_STATS, &found) == 0) {
-        return told(found);
+        return toFileStatus(found);
     }
     if (errno != ENOENT) {
         throwErrno("statx");
@@ -52,7 +51,7 @@ FileStatus statusOf(int fd)
     if (::statx(fd, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &found) != 0) {
         throwErrno("statx");
     }
-    return told(found);
+    return toFileStatus(found);
 }
 
 } // namespace kelvo

@@ -1,4 +1,4 @@
-// What the system tells of a file.
+// Size, times and owner of a file.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@
 namespace kelvo {
 
 /**
- * Sizes and times have 64 bits on every machine. stat() has a time_t of 32 bits on some, and
- * refuses there to tell anything of a file that is dated after 2038; so does the C++ library.
+ * Sizes and times have 64 bits on every machine: statx() is used. On some machines stat() has a
+ * time_t of 32 bits and fails for a file dated after 2038; so does the C++ library.
  */
 struct FileStatus
 {
@@ -26,7 +26,7 @@ struct FileStatus
     std::int64_t changedNs = 0;
 };
 
-/** Links are followed; nothing if there is no such file. Throws std::system_error. */
+/** Follows links. Empty if the file does not exist. Throws std::system_error. */
 std::optional<FileStatus> statusOf(const std::filesystem::path& file);
 
 /** Throws std::system_error. */

@@ -1,4 +1,3 @@
-// Small durable file operations.
 #include "service/base/Files.h"
 
 #include <cerrno>
@@ -76,7 +75,8 @@ void replaceFile(const std::filesystem::path& path, std::string_view content, mo
     temporary += ".new";
     {
         const FileDescriptor file = openFile(temporary, O_WRONLY | O_CREAT | O_TRUNC, mode);
-        // An older temporary keeps its mode through open(), and secrets must never be readable.
+        // open() does not change the mode of an old temporary file, and secrets must never be
+        // readable.
         if (::fchmod(file.get(), mode) != 0) {
             throwErrno("fchmod");
         }

@@ -30,17 +30,17 @@ private:
     int fd_ = -1;
 };
 
-/** Errors: the functions below throw std::system_error with errno; the message names no path. */
+/** Errors: the functions below throw std::system_error with errno; its text names no path. */
 [[noreturn]] void throwErrno(const char* what);
 
 FileDescriptor openFile(const std::filesystem::path& path, int flags, mode_t mode = 0600);
 
-/** Writes all of it, whatever write() takes at a time. */
+/** Writes all bytes, in several calls of write() if needed. */
 void writeAll(int fd, const void* data, std::size_t sizeBytes);
 
 void syncFolder(const std::filesystem::path& folder);
 
-/** Replaces the file in one step and durably: readers see the old content or the new. */
+/** Replaces the file in one step, synced: a reader sees the old content or the new. */
 void replaceFile(const std::filesystem::path& path, std::string_view content, mode_t mode);
 
 std::string readFile(const std::filesystem::path& path);

@@ -17,17 +17,20 @@ namespace kelvo {
 
 namespace {
 
-/** Together with its end less than a pipe takes at once. */
+/** With its newline a line is shorter than 4096 bytes: a pipe takes it at once. */
 constexpr std::size_t longestLineBytes = 4000;
 
-/** Writes to stderr what it takes without waiting, so that a reader that stalls cannot stall us. */
+/**
+ * Drops a line that stderr does not take at once, so a reader that stalls cannot stall the service.
+ */
 class StderrSink final : public spdlog::sinks::base_sink<std::mutex>
 {
     void sink_it_(const spdlog::details::log_msg& message) override
     {
         std::string line(message.payload.data(), message.payload.size());
         line += '\n';
-        // A pipe that polls writable takes up to 4096 bytes at once; textOf() sees to that.
+        // A pipe that polls writable takes up to 4096 bytes at once; textOf() keeps lines below
+        // that.
         pollfd stderrState{STDERR_FILENO, POLLOUT, 0};
         if (::poll(&stderrState, 1, 0) == 1 && (stderrState.revents & POLLOUT) != 0) {
             [[maybe_unused]] const auto written = ::write(STDERR_FILENO, line.data(), line.size());
@@ -42,7 +45,9 @@ std::string dump(const nlohmann::ordered_json& line)
     return line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-/** One line, still an object when it has to be cut: its longest text is, until it fits. */
+/**
+ * Returns the line as text. Shortens the longest text until the line fits; it stays a JSON object.
+ */
 std::string textOf(nlohmann::ordered_json line)
 {
     std::string text = dump(line);
@@ -56,7 +61,7 @@ std::string textOf(nlohmann::ordered_json line)
             }
         }
         if (longest == nullptr || longest->empty()) {
-            break; // numbers alone are not that long
+            break; // numbers alone are shorter
         }
         longest->resize(longest->size() / 2);
         text = dump(line);

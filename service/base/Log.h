@@ -1,5 +1,4 @@
-// The structured log: one JSON object a line on stderr, made of fields that are known to be
-// harmless.
+// The structured log: one JSON object per line on stderr, with harmless fields only.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +7,7 @@
 
 namespace kelvo {
 
-/** One answered request. Only these fields exist, so that no secret can slip into the log. */
+/** One answered request. It has no other fields, so no secret can get into the log. */
 struct RequestLogEntry
 {
     std::string_view method;
@@ -22,16 +21,15 @@ struct RequestLogEntry
 };
 
 /**
- * `level`: debug, info, warning or error. Thread safe once called.
- * A line that stderr does not take at once is dropped, and a long one is cut (`"cut":true`): the
- * log never holds up the service.
+ * `level`: debug, info, warning or error. Thread safe after the call. The log never blocks the
+ * service: a line that stderr does not take at once is dropped, and a long line is cut
+ * (`"cut":true`).
  */
 void startLog(std::string_view level);
 
 void logRequest(const RequestLogEntry& entry);
 
-/** Something that happened to the service itself. `detail` must not hold names, paths or secrets.
- */
+/** An event of the service itself. `detail` must not hold names, paths or secrets. */
 void logInfo(std::string_view event, std::string_view detail = {});
 void logWarning(std::string_view event, std::string_view detail = {});
 void logError(std::string_view event, std::string_view detail = {});

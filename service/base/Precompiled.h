@@ -1,6 +1,6 @@
-// Heavy headers that nearly every file of the service needs, compiled once. Included by name, never
-// by a path of the machine: that would get into the debug symbols of whoever shares the compiler
-// cache.
+// Large headers that nearly every file of the service includes, compiled once. This header is
+// included by name, not by an absolute path: such a path would get into the debug symbols and into
+// a shared compiler cache.
 #pragma once
 
 #include <boost/asio/awaitable.hpp>

@@ -1,4 +1,3 @@
-// Names that nobody can guess.
 #include "service/base/Random.h"
 
 #include "service/base/Encoding.h"

@@ -1,4 +1,4 @@
-// Names that nobody can guess.
+// Random names that cannot be guessed.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-// Times as text. By the calendar of <chrono>: the C library's has a time_t of 32 bits on some
-// machines, for which time ends in 2038.
+// The calendar of <chrono> is used: on some machines the C library's time_t has 32 bits and ends in
+// 2038.
 #include "service/base/Time.h"
 
 #include "service/base/Encoding.h"
@@ -39,7 +39,8 @@ int number(std::chrono::day day)
     return static_cast<int>(static_cast<unsigned>(day));
 }
 
-/** "YYYY-MM-DDThh:mm:ss", and of each a digit is a digit; whether there is such a day is not asked.
+/**
+ * Whether the text has the form "YYYY-MM-DDThh:mm:ss" with digits. The date itself is not checked.
  */
 bool looksLikeTime(std::string_view text)
 {
@@ -50,7 +51,7 @@ bool looksLikeTime(std::string_view text)
            });
 }
 
-/** Of a text that looks like a time. Nothing if there is none such. */
+/** Expects a text that looksLikeTime(). Empty if the date or the time does not exist. */
 std::optional<std::int64_t> secondsOf(std::string_view text)
 {
     const auto field = [text](std::size_t at, std::size_t digits) {
@@ -111,7 +112,7 @@ std::optional<std::int64_t> parseRfc3339(std::string_view text)
 
 std::string httpDate(std::int64_t epochMs)
 {
-    // Not strftime's %a and %b: those follow the locale.
+    // strftime's %a and %b are not used: they follow the locale.
     static constexpr const char* days[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
     static constexpr const char* months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                              "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};

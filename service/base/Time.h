@@ -1,5 +1,5 @@
-// Times as text: RFC 3339 for JSON, the HTTP form for headers. Right from 1970 until
-// the end of the year 9999.
+// Times as text: RFC 3339 for JSON, the HTTP form for headers. Valid from 1970 to the end of the
+// year 9999.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace kelvo {
 /** "2024-05-01T10:20:30.123Z" */
 std::string rfc3339(std::int64_t epochMs);
 
-/** The same in UTC, with or without a fraction of the second; nothing for anything else. */
+/** The same form in UTC; the fraction is optional. Empty for any other text. */
 std::optional<std::int64_t> parseRfc3339(std::string_view text);
 
 /** "Wed, 01 May 2024 10:20:30 GMT" */

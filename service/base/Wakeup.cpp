@@ -1,4 +1,3 @@
-// A coroutine sleeps on it until somebody wakes it or a time has come.
 #include "service/base/Wakeup.h"
 
 #include <boost/asio/redirect_error.hpp>

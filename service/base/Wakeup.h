@@ -1,4 +1,4 @@
-// A coroutine sleeps on it until somebody wakes it or a time has come.
+// A coroutine sleeps here until it is woken or a time is reached.
 #pragma once
 
 #include "service/base/Async.h"
@@ -8,15 +8,17 @@
 namespace kelvo {
 
 /**
- * One sleeper, any number of wakers; a wake before the sleep is not lost.
- * Thread: all calls on the executor's one thread.
+ * One sleeper, any number of wakers. A wake before the sleep is not lost. Thread: all calls on the
+ * executor's one thread.
  */
 class Wakeup
 {
 public:
     explicit Wakeup(const asio::any_io_executor& executor) : timer_(executor) {}
 
-    /** Returns at the next wake(), at once if there was one since the last sleep, or at `until`. */
+    /**
+     * Returns at the next wake(), at `until`, or at once if wake() was called since the last sleep.
+     */
     Async<void> sleepUntil(std::chrono::steady_clock::time_point until);
 
     void wake();

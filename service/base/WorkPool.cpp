@@ -1,4 +1,3 @@
-// A few threads for work that blocks.
 #include "service/base/WorkPool.h"
 
 #include <boost/asio/async_result.hpp>
@@ -97,7 +96,8 @@ Async<void> awaitOperation(StartOperation start)
         start([shared, executor] {
             const std::lock_guard posting(shared->posting);
             asio::post(executor, [shared] {
-                // Whoever goes on may take the executor down, and post() uses it to its last line.
+                // The resumed coroutine may destroy the executor, which post() uses until it
+                // returns.
                 shared->posting.lock();
                 shared->posting.unlock();
                 std::move(shared->resume)();

@@ -15,9 +15,9 @@
 namespace kelvo {
 
 /**
- * Runs blocking work beside the I/O threads, first come first served.
- * Thread: post and run may be called from any thread; work runs on the pool's own threads.
- * Ownership: outlives every coroutine that awaits it; the destructor finishes what is queued.
+ * Runs blocking work beside the I/O threads, in the order of its arrival. Thread: post and run may
+ * be called from any thread; work runs on the pool's threads. Ownership: outlives every coroutine
+ * that awaits it; the destructor finishes the queued work.
  */
 class WorkPool
 {
@@ -29,8 +29,10 @@ public:
 
     void post(std::function<void()> work);
 
-    /** Runs `work` on the pool; the caller continues on its own executor with the result or
-     * exception. */
+    /**
+     * Runs `work` on the pool. The caller continues on its own executor with the result or the
+     * exception.
+     */
     template <class F>
     Async<std::invoke_result_t<F&>> run(F work)
     {
@@ -46,7 +48,7 @@ public:
         }
     }
 
-    /** Finishes what is queued and ends the threads. Later posts are dropped. */
+    /** Finishes the queued work and ends the threads. Later posts are dropped. */
     void stop();
 
 private:
@@ -61,13 +63,12 @@ private:
 };
 
 /**
- * Starts an operation that calls the function it is given once, from any thread, when it is done.
- * That thread may outlive the executor of whoever waits: it is done with it before the waiter goes
- * on.
+ * Starts an operation. The operation calls `done` once, from any thread. That thread may outlive
+ * the waiter's executor: `done` uses the executor only before the waiter continues.
  */
 using StartOperation = std::function<void(std::function<void()> done)>;
 
-/** Suspends the calling coroutine until the operation is done; continues on its own executor. */
+/** Suspends the calling coroutine until the operation is done; it continues on its own executor. */
 Async<void> awaitOperation(StartOperation start);
 
 } // namespace kelvo

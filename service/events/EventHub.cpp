@@ -1,4 +1,3 @@
-// Hands committed events to the open streams.
 #include "service/events/EventHub.h"
 
 #include <boost/asio/post.hpp>

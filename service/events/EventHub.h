@@ -1,4 +1,4 @@
-// Hands committed events to the open streams.
+// Passes committed events to the open streams.
 #pragma once
 
 #include "service/base/Wakeup.h"
@@ -15,30 +15,29 @@
 
 namespace kelvo::events {
 
-/**
- * What one stream is to send. Thread: the stream's own; the hub posts there.
- */
+/** The events that one stream has to send. Thread: the stream's own; the hub posts there. */
 class Subscription
 {
 public:
     Subscription(const asio::any_io_executor& executor, store::Session session);
 
-    /** Queues the event; with too many waiting it forgets them all, and the stream reads the log.
+    /**
+     * Queues the event. If the queue is full it is cleared, and the stream reads the log instead.
      */
     void push(std::shared_ptr<const store::Event> event);
     void end(std::string reason);
 
-    /** Has the stream read the log. */
+    /** Makes the stream read the log. */
     void overflow();
 
     const store::Session& session() const { return session_; }
     Wakeup& wakeup() { return wakeup_; }
     const asio::any_io_executor& executor() const { return executor_; }
 
-    /** Empty when there is none. */
+    /** Null if the queue is empty. */
     std::shared_ptr<const store::Event> pop();
 
-    /** Whether the log is to be read, since the last call. */
+    /** Whether the log has to be read; resets the flag. */
     bool takeOverflow() { return std::exchange(overflowed_, false); }
 
     const std::optional<std::string>& endReason() const { return endReason_; }
@@ -55,8 +54,8 @@ private:
 };
 
 /**
- * All subscriptions of this process. Thread safe; never blocks on a stream.
- * Ownership: streams own their subscriptions, the hub only knows of them.
+ * All subscriptions of this process. Thread safe; never waits for a stream. Ownership: streams own
+ * their subscriptions; the hub holds weak pointers.
  */
 class EventHub
 {
@@ -64,10 +63,12 @@ public:
     std::shared_ptr<Subscription> subscribe(const asio::any_io_executor& executor,
                                             const store::Session& session);
 
-    /** Called in the order of the events' ids. */
+    /** Call in the order of the events' ids. */
     void publish(const std::vector<store::Event>& events);
 
-    /** For these farms the log may hold what was never published: their streams read it. */
+    /**
+     * The logs of these farms may hold events that were not published; their streams read the logs.
+     */
     void reread(const std::set<store::Id>& farms);
 
     void endSession(const std::string& tokenHash, const std::string& reason);

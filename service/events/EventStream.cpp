@@ -1,4 +1,3 @@
-// One open event stream.
 #include "service/events/EventStream.h"
 
 #include "service/events/Visibility.h"
@@ -26,7 +25,7 @@ struct Page
 
 } // namespace
 
-/** Notices that the peer closes while the stream sleeps. */
+/** Notices when the peer closes while the stream sleeps. */
 struct EventStream::Watch
 {
     bool closed = false;
@@ -69,9 +68,9 @@ Async<void> EventStream::run(http::Transport& transport)
     try {
         co_await sendAll(transport, *watch);
     } catch (...) {
-        failure = std::current_exception(); // nothing may be awaited in here
+        failure = std::current_exception(); // await is not allowed in a catch block
     }
-    // The watcher uses the transport, so it has to end before this does, by whatever way.
+    // The watch uses the transport, so it has to end before this function does.
     co_await transport.shutdownSend();
     transport.expireAfter(std::chrono::seconds(2));
     while (!watch->finished) {
@@ -100,7 +99,7 @@ Async<void> EventStream::sendAll(http::Transport& transport, const Watch& watch)
         }
         co_await subscription_->wakeup().sleepUntil(nextWake());
         if (Steady::now() >= lastSent_ + settings_.heartbeat) {
-            open = co_await beat(transport);
+            open = co_await sendHeartbeat(transport);
         }
     }
 }
@@ -118,7 +117,7 @@ Async<bool> EventStream::sendFromLog(http::Transport& transport)
     };
     const Page page = co_await database_.read(query);
     if (!page.bounds.contains(cursor_)) {
-        co_return false; // the peer learns so when it comes back with its cursor
+        co_return false; // the peer gets cursor-too-old when it reconnects
     }
     behind_ = page.events.size() == pageSize;
     std::string text;
@@ -135,7 +134,7 @@ Async<bool> EventStream::sendQueued(http::Transport& transport)
         if (event->id == cursor_ + 1) {
             add(text, *event);
         } else if (event->id > cursor_) {
-            behind_ = true; // one before it has not come this way: the log has them all
+            behind_ = true; // an event before it is missing here: the log has all
             break;
         }
     }
@@ -157,9 +156,9 @@ Async<bool> EventStream::sendEnd(http::Transport& transport)
                             sessionEndedEvent(subscription_->endReason().value_or("expired")));
 }
 
-Async<bool> EventStream::beat(http::Transport& transport)
+Async<bool> EventStream::sendHeartbeat(http::Transport& transport)
 {
-    // Also the time to notice a session that another process ended.
+    // Each heartbeat also checks whether another process has ended the session.
     auto query = [this](soci::session& sql) {
         return store::findSession(sql, subscription_->session().tokenHash, clock_.nowMs())
             .has_value();
@@ -189,7 +188,7 @@ Steady::time_point EventStream::nextWake() const
 {
     const std::chrono::milliseconds sessionLeft(subscription_->session().expiresMs -
                                                 clock_.nowMs());
-    // A session that lives for years is looked at again at the next heartbeat anyway.
+    // Capped at an hour, so that a session of years does not overflow the timer.
     return std::min(lastSent_ + settings_.heartbeat,
                     Steady::now() +
                         std::min<std::chrono::milliseconds>(

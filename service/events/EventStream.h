@@ -16,16 +16,16 @@ namespace kelvo::events {
 struct StreamSettings
 {
     std::chrono::seconds heartbeat{60};
-    std::chrono::seconds writeLimit{30}; // a peer that takes next to nothing for so long is dropped
-    std::uint64_t writeProgressBytes = 1024; // what is more than next to nothing
+    std::chrono::seconds writeLimit{30};     // stall timeout: a slower peer is dropped
+    std::uint64_t writeProgressBytes = 1024; // bytes within writeLimit that count as progress
 };
 
 /**
- * Sends a user the events after a cursor, first from the log, then as they are committed: each
- * once, in order, without a gap. Ends when the peer leaves, the session ends or the log no longer
- * reaches back.
+ * Sends a user the events after a cursor: first from the log, then as they are committed. Each
+ * event is sent once, in order, without a gap. The stream ends if the peer leaves, the session ends
+ * or the log no longer holds the events after the cursor.
  *
- * Thread: the connection's. Ownership: lives within its connection; the rest outlives it.
+ * Thread: the connection's. Ownership: lives within its connection; the other objects outlive it.
  */
 class EventStream
 {
@@ -42,7 +42,7 @@ private:
     Async<bool> sendFromLog(http::Transport& transport);
     Async<bool> sendQueued(http::Transport& transport);
     Async<bool> sendEnd(http::Transport& transport);
-    Async<bool> beat(http::Transport& transport);
+    Async<bool> sendHeartbeat(http::Transport& transport);
     Async<bool> send(http::Transport& transport, const std::string& text);
     void add(std::string& text, const store::Event& event);
     std::chrono::steady_clock::time_point nextWake() const;
@@ -53,7 +53,7 @@ private:
     const Clock& clock_;
     StreamSettings settings_;
     std::chrono::steady_clock::time_point lastSent_;
-    bool behind_ = true; // the log may hold more than the queue
+    bool behind_ = true; // the log may hold more events than the queue
 };
 
 } // namespace kelvo::events

@@ -1,4 +1,3 @@
-// Who may hear of what.
 #include "service/events/Visibility.h"
 
 namespace kelvo::events {

@@ -1,4 +1,3 @@
-// The body of a request, read piece by piece.
 #include "service/http/BodyReader.h"
 
 #include "service/http/Problem.h"
@@ -20,7 +19,7 @@ BodyReader::BodyReader(Transport& transport, const Limits& limits, const Request
                        std::string& early)
     : transport_(transport),
       limits_(limits),
-      patience_(limits.bodyStall, limits.bodyProgressBytes),
+      stallTimeout_(limits.bodyStall, limits.bodyProgressBytes),
       early_(early),
       lengthBytes_(head.contentLength.value_or(0)),
       remainingBytes_(lengthBytes_),
@@ -47,10 +46,10 @@ Async<IoResult> BodyReader::readSome(asio::mutable_buffer buffer)
     }
     const auto start = Steady::now();
     const IoResult result = co_await readFromPeer(asio::buffer(buffer.data(), wanted));
-    transport_.neverExpire(); // the handler may take its time
+    transport_.neverExpire(); // the time of the handler does not count
     count(result.bytes);
-    patience_.spend(std::chrono::ceil<std::chrono::milliseconds>(Steady::now() - start),
-                    result.bytes);
+    stallTimeout_.count(std::chrono::ceil<std::chrono::milliseconds>(Steady::now() - start),
+                        result.bytes);
     co_return result;
 }
 
@@ -59,13 +58,13 @@ Async<IoResult> BodyReader::readFromPeer(asio::mutable_buffer buffer)
     if (awaitsContinue_) {
         awaitsContinue_ = false;
         static constexpr std::string_view goAhead = "HTTP/1.1 100 Continue\r\n\r\n";
-        transport_.expireAfter(patience_.left());
+        transport_.expireAfter(stallTimeout_.left());
         const auto failed = co_await transport_.write(asio::buffer(goAhead));
         if (failed) {
             co_return IoResult{0, failed};
         }
     }
-    transport_.expireAfter(patience_.left());
+    transport_.expireAfter(stallTimeout_.left());
     co_return co_await transport_.readSome(buffer);
 }
 
@@ -84,7 +83,7 @@ Async<IoResult> BodyReader::fill(asio::mutable_buffer buffer)
 void BodyReader::abandon()
 {
     if (remainingBytes_ == 0) {
-        return; // nothing to stop, and the connection may serve other requests yet
+        return; // nothing to stop; the connection may serve more requests
     }
     mayStillRead_ = std::min(mayStillRead_, readAfterAbandoned);
     transport_.stopWaiting();
@@ -99,9 +98,9 @@ void BodyReader::count(std::size_t bytes)
 Async<std::string> BodyReader::readAll(std::size_t limitBytes)
 {
     if (remainingBytes_ > limitBytes) {
-        throw Problem(EProblem::ContentTooLarge, "The body is larger than this request may have.");
+        throw Problem(EProblem::ContentTooLarge, "The body is too large for this request.");
     }
-    hurry(limits_.jsonTime);
+    setDeadline(limits_.jsonTime);
     std::string body(static_cast<std::size_t>(remainingBytes_), '\0');
     const IoResult result = co_await fill(asio::buffer(body));
     if (result.bytes != body.size()) {

@@ -1,9 +1,9 @@
-// The body of a request, read piece by piece by whoever handles it.
+// The body of a request, read piece by piece by the handler.
 #pragma once
 
 #include "service/http/Limits.h"
-#include "service/http/Patience.h"
 #include "service/http/RequestHead.h"
+#include "service/http/StallTimeout.h"
 #include "service/http/Transport.h"
 
 #include <string>
@@ -11,13 +11,14 @@
 namespace kelvo::http {
 
 /**
- * Reads what Content-Length announced: first what came with the head, then from the transport.
- * Thread: the connection's. Ownership: lives as long as its request.
+ * Reads as many bytes as Content-Length says: first the bytes received with the head, then bytes
+ * from the transport. Thread: the connection's. Ownership: lives as long as its request.
  */
 class BodyReader
 {
 public:
-    /** `early` holds what was received after the head; the bytes of the body are taken out of it.
+    /**
+     * `early` holds the bytes received after the head. The reader removes the body's bytes from it.
      */
     BodyReader(Transport& transport, const Limits& limits, const RequestHead& head,
                std::string& early);
@@ -25,25 +26,27 @@ public:
     std::uint64_t lengthBytes() const { return lengthBytes_; }
     std::uint64_t remainingBytes() const { return remainingBytes_; }
 
-    /** The peer waits for a go-ahead before it sends the body, and has not had it. */
+    /** Whether the peer waits for "100 Continue" before it sends the body, and has not got it. */
     bool awaitsContinue() const { return awaitsContinue_; }
 
-    /** At least one byte; none and no error at the end. Errors when the peer stalls, sends next to
-     * nothing or goes away. Only the waiting counts, not what the caller does between two reads. */
+    /**
+     * Reads at least one byte; no byte and no error at the end. Errors: the peer stalls, sends too
+     * slowly or leaves. Only the wait for the peer counts, not the caller's time between two reads.
+     */
     Async<IoResult> readSome(asio::mutable_buffer buffer);
 
     /** Reads until the buffer is full, the body ends or there is an error. */
     Async<IoResult> fill(asio::mutable_buffer buffer);
 
-    /** The whole body. Throws Problem (content-too-large) or PeerGone. */
+    /** Reads the whole body. Throws Problem (content-too-large) or PeerGone. */
     Async<std::string> readAll(std::size_t limitBytes);
 
-    /** From now on what is still to come must come within this time, however much it is. */
-    void hurry(std::chrono::milliseconds total) { patience_.end(total); }
+    /** The rest of the body must arrive within this time, however large it is. */
+    void setDeadline(std::chrono::milliseconds total) { stallTimeout_.endAfter(total); }
 
     /**
-     * Ends the reading, present and future, with an error: somebody else takes over. What has
-     * arrived is still read, but nothing is waited for.
+     * Ends the present read and later reads with an error, because another request takes over.
+     * Bytes that have arrived are still read, but no read waits.
      */
     void abandon();
 
@@ -55,13 +58,12 @@ private:
 
     Transport& transport_;
     const Limits& limits_;
-    Patience patience_;
+    StallTimeout stallTimeout_;
     std::string& early_;
     std::uint64_t lengthBytes_;
     std::uint64_t remainingBytes_;
     bool awaitsContinue_;
-    std::uint64_t
-        mayStillRead_; // a peer that sends and sends must not keep an abandoned reader busy
+    std::uint64_t mayStillRead_; // bounds the work for an abandoned body whose peer keeps sending
 };
 
 } // namespace kelvo::http

@@ -1,4 +1,4 @@
-// One client connection: how a request is read and its reply written.
+// How a connection reads a request and writes its reply.
 #include "service/http/Connection.h"
 
 #include "service/base/Clock.h"
@@ -95,9 +95,9 @@ bool Connection::mayStayOpen(const Request& request, const Response& response)
 {
     const std::uint64_t unread = request.body.remainingBytes();
     if (unread == 0 && !stopping_) {
-        transport_->waitAgain(); // somebody may have wanted to take over when all had come already
+        transport_->waitAgain(); // abandon() came after the whole body had arrived
     }
-    // A body that nobody read and that is not small costs the connection.
+    // A large unread body closes the connection.
     const bool drop = unread > limits_.drainBytes ||
                       (unread > 0 && (request.body.awaitsContinue() || !transport_->waits()));
     return request.head.keepAlive && !response.closeAfter && !response.stream && !stopping_ &&
@@ -126,7 +126,8 @@ Async<bool> Connection::answer(Request& request, Response& response)
     if (response.source && !bodiless) {
         const bool sent = co_await sendBody(*response.source);
         if (!sent) {
-            transport_->abort(); // the only way left to say that the content is incomplete
+            transport_
+                ->abort(); // a cut is the only way left to tell that the content is incomplete
             co_return false;
         }
     }
@@ -134,12 +135,12 @@ Async<bool> Connection::answer(Request& request, Response& response)
     if (!keepAlive) {
         co_return false;
     }
-    co_return co_await dropRest(request.body);
+    co_return co_await drainBody(request.body);
 }
 
 Async<void> Connection::stream(Response& response)
 {
-    received_ = std::string(); // an open stream keeps no buffer
+    received_ = std::string(); // an open stream needs no buffer
     state_ = EState::Streaming;
     if (!stopping_) {
         co_await response.stream(*transport_);
@@ -171,10 +172,10 @@ Async<bool> Connection::sendBody(BodySource& source)
     co_return true;
 }
 
-Async<bool> Connection::dropRest(BodyReader& body)
+Async<bool> Connection::drainBody(BodyReader& body)
 {
     std::array<char, 4096> scratch;
-    body.hurry(limits_.jsonTime);
+    body.setDeadline(limits_.jsonTime);
     while (body.remainingBytes() > 0) {
         const IoResult result = co_await body.readSome(asio::buffer(scratch));
         if (result.bytes == 0) {
@@ -186,7 +187,7 @@ Async<bool> Connection::dropRest(BodyReader& body)
 
 Async<void> Connection::linger()
 {
-    // Closing with unread data resets the connection, and the peer may lose our reply with it.
+    // Closing with unread data resets the connection. Then the peer may lose our reply.
     std::array<char, 4096> scratch;
     transport_->expireAfter(limits_.lingerTime);
     for (IoResult result; !result.error;) {

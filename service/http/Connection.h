@@ -1,4 +1,4 @@
-// One client connection: reads requests, has them handled, writes the replies.
+// One client connection: reads requests, calls the application, writes the replies.
 #pragma once
 
 #include "service/http/Limits.h"
@@ -13,7 +13,7 @@
 
 namespace kelvo::http {
 
-/** How a request came out, for log and metrics. */
+/** The outcome of a request, for log and metrics. */
 struct RequestSummary
 {
     std::string_view method;
@@ -26,26 +26,28 @@ struct RequestSummary
     long long user = 0;
 };
 
-/** What stands behind the HTTP layer. Called on any I/O thread. */
+/** The application behind the HTTP layer. Called on any I/O thread. */
 class Application
 {
 public:
     virtual ~Application() = default;
 
-    /** Throws Problem to refuse; PeerGone when the peer left. Other exceptions become "internal".
+    /**
+     * Throws Problem to refuse the request, PeerGone if the peer left. Other exceptions become
+     * "internal".
      */
     virtual Async<Response> handle(Request& request) = 0;
 
-    /** A request has come that requestDone() will tell the end of. */
+    /** A request has arrived; requestDone() reports its end. */
     virtual void requestBegun() = 0;
 
     virtual void requestDone(const RequestSummary& summary) = 0;
 };
 
 /**
- * Serves one peer until it leaves, breaks the rules or the service stops.
- * Thread: one I/O thread. Ownership: the lane that accepted it; `application` and `limits` outlive
- * it.
+ * Serves one peer until the peer leaves or breaks the protocol, or the service stops. Thread: one
+ * I/O thread. Ownership: the listener's coroutine that accepted it; `application` and `limits`
+ * outlive it.
  */
 class Connection
 {
@@ -57,12 +59,12 @@ public:
     Async<void> run(bool refuse);
 
     /**
-     * Ends at once when idle, streaming or still greeting, else after the reply that is being made,
-     * if the peer takes it.
+     * Ends at once if the connection is idle, streaming or in the TLS handshake. Otherwise ends
+     * after the current reply, as long as the peer reads it.
      */
     void stop();
 
-    /** Ends at once, whatever is going on. */
+    /** Ends at once in any state. */
     void abort() { transport_->abort(); }
 
 private:
@@ -77,16 +79,16 @@ private:
     Async<void> stream(Response& response);
     Async<bool> sendBody(BodySource& source);
     void expectProgress();
-    Async<bool> dropRest(BodyReader& body);
+    Async<bool> drainBody(BodyReader& body);
     Async<void> linger();
 
     std::unique_ptr<Transport> transport_;
     Application& application_;
     const Limits& limits_;
-    std::string received_; // what came in and is not used up yet
+    std::string received_; // received bytes that are not used yet
     EState state_ = EState::Idle;
     bool stopping_ = false;
-    bool peerMayBeSending_ = false; // a refused body is on its way: linger before closing
+    bool peerMayBeSending_ = false; // bytes of a refused body are on the way: linger before closing
 };
 
 } // namespace kelvo::http

@@ -1,4 +1,4 @@
-// One client connection: its life from handshake to close.
+// The life of a connection from handshake to close.
 #include "service/http/Connection.h"
 
 #include "service/base/Log.h"
@@ -26,7 +26,7 @@ Async<void> Connection::run(bool refuse)
     if (failed) {
         co_return;
     }
-    // Awaiting in the condition itself is what GCC 12 compiles to a trap.
+    // GCC 12 compiles an await inside the condition to a trap.
     for (bool more = true; more && !stopping_;) {
         more = co_await serveOne(refuse);
     }
@@ -58,9 +58,9 @@ Async<bool> Connection::serveOne(bool refuse)
         summary.status = response.status;
         more = co_await answer(request, response);
     } catch (const PeerGone&) {
-        // Never sent; tells in log and metrics that the peer was too slow, or left.
+        // This status is not sent. It tells in log and metrics that the peer was too slow or left.
         summary.status = transport_->expired() ? 408 : 499;
-    } catch (const std::exception& error) { // in the middle of a reply: too late to tell the peer
+    } catch (const std::exception& error) { // during a reply: too late to tell the peer
         logError("connection-failed", error.what());
         transport_->abort();
     }
@@ -82,12 +82,12 @@ Async<Response> Connection::handle(Request& request, bool refuse)
             throw Problem(EProblem::Busy, "Too many connections.", {{"Retry-After", "5"}});
         }
         if (request.head.transferEncoded) {
-            throw Problem(EProblem::LengthRequired, "Bodies must come with a Content-Length.");
+            throw Problem(EProblem::LengthRequired, "A body needs a Content-Length.");
         }
         co_return co_await application_.handle(request);
     } catch (const Problem& problem) {
         Response response = problem.toResponse();
-        // The length of a chunked body is unknown, so the next request cannot be found.
+        // The end of a chunked body is unknown here, so the next request cannot be found.
         response.closeAfter = refuse || request.head.transferEncoded;
         co_return response;
     } catch (const PeerGone&) {

@@ -1,4 +1,3 @@
-// Accepts connections on one address and spreads them over the I/O threads.
 #include "service/http/Listener.h"
 
 #include "service/base/Encoding.h"
@@ -19,34 +18,38 @@ using asio::ip::tcp;
 
 namespace {
 
-/** Beyond the limit so many more are told that the service is full; the rest is just closed. */
-constexpr std::size_t politeRefusals = 200;
+/**
+ * This many connections beyond the limit get a refusal; all further connections are
+ * closed.
+ */
+constexpr std::size_t maxRefusals = 200;
 
 } // namespace
 
-/** The connections of one I/O thread; touched only there. */
-struct Listener::Lane
+/** The connections of one I/O thread; used only on that thread. */
+struct Listener::IoThread
 {
-    explicit Lane(asio::io_context& context) : io(context) {}
+    explicit IoThread(asio::io_context& context) : io(context) {}
 
     asio::io_context& io;
     std::unordered_set<Connection*> connections;
 };
 
-/** Holds a connection in its lane's list. */
-class Listener::Listing
+/** Keeps a connection in the set of its thread. */
+class Listener::Registration
 {
 public:
-    Listing(Lane& lane, Connection& connection) : lane_(lane), connection_(connection)
+    Registration(IoThread& thread, Connection& connection)
+        : thread_(thread), connection_(connection)
     {
-        lane_.connections.insert(&connection_);
+        thread_.connections.insert(&connection_);
     }
-    ~Listing() { lane_.connections.erase(&connection_); }
-    Listing(const Listing&) = delete;
-    Listing& operator=(const Listing&) = delete;
+    ~Registration() { thread_.connections.erase(&connection_); }
+    Registration(const Registration&) = delete;
+    Registration& operator=(const Registration&) = delete;
 
 private:
-    Lane& lane_;
+    IoThread& thread_;
     Connection& connection_;
 };
 
@@ -83,7 +86,7 @@ Listener::Listener(const std::vector<asio::io_context*>& contexts, const HostPor
       acceptor_(*contexts.front())
 {
     for (asio::io_context* context : contexts) {
-        lanes_.push_back(std::make_unique<Lane>(*context));
+        threads_.push_back(std::make_unique<IoThread>(*context));
     }
     tcp::resolver resolver(*contexts.front());
     const auto found = resolver.resolve(address.host, address.port, tcp::resolver::passive);
@@ -99,39 +102,39 @@ Listener::~Listener() = default;
 
 void Listener::start()
 {
-    asio::co_spawn(lanes_.front()->io, accept(), asio::detached);
+    asio::co_spawn(threads_.front()->io, accept(), asio::detached);
 }
 
 Async<void> Listener::accept()
 {
-    for (std::size_t next = 0; !stopping_; next = (next + 1) % lanes_.size()) {
-        Lane& lane = *lanes_[next];
-        tcp::socket socket(lane.io);
+    for (std::size_t next = 0; !stopping_; next = (next + 1) % threads_.size()) {
+        IoThread& thread = *threads_[next];
+        tcp::socket socket(thread.io);
         boost::system::error_code error;
         co_await acceptor_.async_accept(socket, asio::redirect_error(asio::use_awaitable, error));
         if (stopping_) {
             break;
         }
         if (error) {
-            // Out of descriptors, most likely: let some connections end first.
-            asio::steady_timer pause(lanes_.front()->io, std::chrono::milliseconds(100));
+            // Probably the process has no free descriptors: wait until connections end.
+            asio::steady_timer pause(threads_.front()->io, std::chrono::milliseconds(100));
             co_await pause.async_wait(asio::redirect_error(asio::use_awaitable, error));
             continue;
         }
-        asio::co_spawn(lane.io, serve(lane, std::move(socket)), asio::detached);
+        asio::co_spawn(thread.io, serve(thread, std::move(socket)), asio::detached);
     }
 }
 
-Async<void> Listener::serve(Lane& lane, tcp::socket socket)
+Async<void> Listener::serve(IoThread& thread, tcp::socket socket)
 {
     const std::size_t others = open_.fetch_add(1);
-    if (others < limits_.connections + politeRefusals && !stopping_) {
-        try { // short of memory, making the parts fails too
+    if (others < limits_.connections + maxRefusals && !stopping_) {
+        try { // if memory is short, the constructors throw too
             auto transport = tls_ != nullptr
                                  ? std::make_unique<TlsTransport>(std::move(socket), tls_)
                                  : std::make_unique<Transport>(std::move(socket));
             Connection connection(std::move(transport), application_, limits_);
-            const Listing listing(lane, connection);
+            const Registration registration(thread, connection);
             co_await connection.run(others >= limits_.connections);
         } catch (const std::exception& error) {
             logError("connection-failed", error.what());
@@ -142,9 +145,9 @@ Async<void> Listener::serve(Lane& lane, tcp::socket socket)
 
 void Listener::forEachConnection(void (Connection::*action)())
 {
-    for (const auto& lane : lanes_) {
-        asio::post(lane->io, [lane = lane.get(), action] {
-            for (Connection* connection : lane->connections) {
+    for (const auto& thread : threads_) {
+        asio::post(thread->io, [thread = thread.get(), action] {
+            for (Connection* connection : thread->connections) {
                 (connection->*action)();
             }
         });
@@ -154,7 +157,7 @@ void Listener::forEachConnection(void (Connection::*action)())
 void Listener::stop()
 {
     stopping_ = true;
-    asio::post(lanes_.front()->io, [this] {
+    asio::post(threads_.front()->io, [this] {
         boost::system::error_code ignored;
         acceptor_.close(ignored);
     });

@@ -16,7 +16,7 @@ struct ssl_ctx_st;
 
 namespace kelvo::http {
 
-/** "host:port" or "[v6]:port" taken apart. Throws std::invalid_argument. */
+/** "host:port" or "[v6]:port", split. Throws std::invalid_argument. */
 struct HostPort
 {
     std::string host;
@@ -27,10 +27,9 @@ struct HostPort
 };
 
 /**
- * Thread: built and driven by the main thread; connections live each on one of the contexts'
- * threads, which each run exactly one context. Ownership: contexts, application and TLS context
- * outlive it. Errors: the constructor throws boost::system::system_error when the address cannot be
- * had.
+ * Thread: built and driven by the main thread. Each connection lives on the one thread of its
+ * context. Ownership: contexts, application and TLS context outlive it. Errors: the constructor
+ * throws boost::system::system_error if it cannot listen on the address.
  */
 class Listener
 {
@@ -40,32 +39,32 @@ public:
              ssl_ctx_st* tls, Application& application, const Limits& limits);
     ~Listener();
 
-    /** The address it really has, with the port that the system chose for port 0. */
+    /** The real address, with the port that the system chose for port 0. */
     HostPort address() const { return address_; }
 
     void start();
 
-    /** Accepts no more, lets replies in the making finish. Returns at once. */
+    /** Accepts no more connections. Replies in progress may finish. Returns at once. */
     void stop();
 
-    /** Cuts what is still there. */
+    /** Closes the remaining connections. */
     void abort();
 
     std::size_t openConnections() const { return open_.load(); }
 
 private:
-    struct Lane;
-    class Listing;
+    struct IoThread;
+    class Registration;
 
     Async<void> accept();
-    Async<void> serve(Lane& lane, asio::ip::tcp::socket socket);
+    Async<void> serve(IoThread& thread, asio::ip::tcp::socket socket);
     void forEachConnection(void (Connection::*action)());
 
     HostPort address_;
     ssl_ctx_st* tls_;
     Application& application_;
     Limits limits_;
-    std::vector<std::unique_ptr<Lane>> lanes_;
+    std::vector<std::unique_ptr<IoThread>> threads_;
     asio::ip::tcp::acceptor acceptor_;
     std::atomic<std::size_t> open_{0};
     std::atomic<bool> stopping_{false};

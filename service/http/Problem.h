@@ -1,4 +1,4 @@
-// What can go wrong with a request, as RFC 9457 problem documents.
+// The errors of the API, as RFC 9457 problem documents.
 #pragma once
 
 #include "service/http/Response.h"
@@ -9,7 +9,7 @@
 
 namespace kelvo::http {
 
-/** The problems of the API; each has its own name, status and title (Problem.cpp's table). */
+/** The problems of the API. Problem.cpp has the table of their names, statuses and titles. */
 enum class EProblem : std::uint8_t {
     MalformedRequest,
     InvalidCredentials,
@@ -36,8 +36,8 @@ enum class EProblem : std::uint8_t {
 };
 
 /**
- * Thrown by handlers to refuse a request; the connection answers with the document.
- * `detail` is one sentence for a person: no path, SQL or secret in it.
+ * Thrown by a handler to refuse a request; the connection sends the document. `detail` is one
+ * sentence for a person and holds no path, SQL or secret.
  */
 class Problem : public std::exception
 {
@@ -56,7 +56,7 @@ private:
     HeaderList headers_;
 };
 
-/** The peer went away while its request was being read; nothing can be answered. */
+/** The peer left while its request was read, so no reply can be sent. */
 class PeerGone : public std::exception
 {
 public:

@@ -1,4 +1,3 @@
-// Range requests for one byte range; lists of entity tags.
 #include "service/http/Ranges.h"
 
 #include "service/base/Encoding.h"

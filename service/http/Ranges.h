@@ -1,4 +1,4 @@
-// Range requests for one byte range.
+// Range headers with one byte range, and lists of entity tags.
 #pragma once
 
 #include <cstdint>
@@ -7,9 +7,9 @@
 namespace kelvo::http {
 
 enum class ERange : std::uint8_t {
-    Whole,         // no Range, or one that is to be ignored: other unit, several ranges, nonsense
+    Whole,         // no Range, or a Range to ignore: another unit, several ranges, nonsense
     Part,          // offset and length are set
-    Unsatisfiable, // well-formed but outside of the content
+    Unsatisfiable, // well-formed, but outside of the content
 };
 
 struct RangeChoice
@@ -19,7 +19,7 @@ struct RangeChoice
     std::uint64_t length = 0;
 };
 
-/** What of `sizeBytes` bytes a Range header asks for. */
+/** The part of `sizeBytes` bytes that a Range header asks for. */
 RangeChoice chooseRange(std::string_view header, std::uint64_t sizeBytes);
 
 /** Whether an If-Match or If-None-Match list names the tag. Weak tags match only if `weakly`. */

@@ -1,4 +1,3 @@
-// One request as its handler sees it.
 #include "service/http/Request.h"
 
 #include "service/base/Encoding.h"
@@ -21,7 +20,7 @@ long long Request::id() const
 {
     const auto id = parseId(parameter("id"));
     if (!id) {
-        throw Problem(EProblem::NotFound, "There is nothing with this id.");
+        throw Problem(EProblem::NotFound, "No resource has this id.");
     }
     return *id;
 }
@@ -48,7 +47,7 @@ Async<nlohmann::json> Request::json()
         throw Problem(EProblem::UnsupportedMediaType, "The body must be application/json.");
     }
     const std::string text = co_await body.readAll(limits.jsonBytes);
-    // Without the callback a deeply nested document would be built before it is refused.
+    // Without the callback a deeply nested document would be built before its refusal.
     bool tooDeep = false;
     const auto limitDepth = [&tooDeep](int depth, nlohmann::json::parse_event_t, nlohmann::json&) {
         tooDeep = tooDeep || depth > 16;

@@ -1,4 +1,4 @@
-// One request as its handler sees it.
+// One request, as its handler sees it.
 #pragma once
 
 #include "service/http/BodyReader.h"
@@ -34,13 +34,16 @@ struct Request
     /** A parameter of the route's template, decoded. */
     const std::string& parameter(std::string_view name) const;
 
-    /** The {id} of the route. Throws Problem (not-found) for what can be no id. */
+    /** The {id} of the route. Throws Problem (not-found) if the text cannot be an id. */
     long long id() const;
 
     /** A value of the query, decoded. */
     std::optional<std::string> queryValue(std::string_view name) const;
 
-    /** The body as a JSON object. Throws Problem: malformed, too large, wrong type; or PeerGone. */
+    /**
+     * Reads the body as a JSON object. Throws Problem (malformed, too large, wrong type) or
+     * PeerGone.
+     */
     Async<nlohmann::json> json();
 };
 

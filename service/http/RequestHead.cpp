@@ -1,4 +1,3 @@
-// A request's line and header fields, parsed by Beast.
 #include "service/http/RequestHead.h"
 
 #include <boost/asio/buffer.hpp>
@@ -29,11 +28,11 @@ struct HeadParser::Parser
 
 HeadParser::HeadParser(std::size_t limitBytes) : parser_(std::make_unique<Parser>())
 {
-    // Beast's own limit counts differently when a head comes in pieces; ours is exact.
+    // Beast's own limit is not exact if a head arrives in pieces, so usedBytes is counted here.
     parser_->beast.header_limit(static_cast<std::uint32_t>(2 * limitBytes));
     parser_->limitBytes = limitBytes;
-    parser_->beast.body_limit(boost::none); // bodies are limited where they are read
-    parser_->beast.skip(true);              // and are not the parser's business
+    parser_->beast.body_limit(boost::none); // the body's reader checks its limit
+    parser_->beast.skip(true);              // the parser must not wait for the body
 }
 
 HeadParser::~HeadParser() = default;
@@ -51,7 +50,7 @@ EHeadState HeadParser::feed(std::string& bytes)
         return EHeadState::TooLarge;
     }
     if (error == beast_http::error::need_more) {
-        // A start line without a version makes Beast wait for one beyond the end of the head.
+        // If a start line has no version, Beast searches for it beyond the end of the head.
         const bool hasEnded = bytes.find("\r\n\r\n") != std::string::npos;
         return hasEnded ? EHeadState::Malformed : EHeadState::Incomplete;
     }

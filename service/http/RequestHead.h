@@ -11,7 +11,7 @@
 
 namespace kelvo::http {
 
-/** What stands before a request's body. */
+/** The part of a request before its body. */
 struct RequestHead
 {
     std::string method;
@@ -19,7 +19,7 @@ struct RequestHead
     std::string query; // without the '?'
     boost::beast::http::fields fields;
     std::optional<std::uint64_t> contentLength;
-    bool transferEncoded = false; // chunked and the like, which this service does not take
+    bool transferEncoded = false; // for example chunked; this service takes no such body
     bool expectsContinue = false;
     bool keepAlive = true;
 
@@ -29,17 +29,17 @@ struct RequestHead
 
 enum class EHeadState : std::uint8_t { Incomplete, Complete, TooLarge, Malformed };
 
-/** Parses one head from bytes that come in pieces. */
+/** Parses one head from bytes that arrive in pieces. */
 class HeadParser
 {
 public:
     explicit HeadParser(std::size_t limitBytes);
     ~HeadParser();
 
-    /** Takes what it can use from the front of `bytes` and removes it from there. */
+    /** Parses bytes from the front of `bytes` and removes them. */
     EHeadState feed(std::string& bytes);
 
-    /** After Complete. */
+    /** Valid after Complete. */
     RequestHead take();
 
 private:

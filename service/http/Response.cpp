@@ -1,4 +1,3 @@
-// What a handler answers with.
 #include "service/http/Response.h"
 
 #include <boost/beast/http/status.hpp>

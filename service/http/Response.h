@@ -1,4 +1,4 @@
-// What a handler answers with: a small body, a file's bytes or an endless stream.
+// A handler's answer: a small body, a file's bytes or an endless stream.
 #pragma once
 
 #include "service/base/Async.h"
@@ -20,7 +20,7 @@ class Transport;
 
 using HeaderList = std::vector<std::pair<std::string, std::string>>;
 
-/** The bytes of a reply that is too large to hold in memory. */
+/** The bytes of a reply that is too large for the memory. */
 class BodySource
 {
 public:
@@ -28,18 +28,18 @@ public:
 
     virtual std::uint64_t sizeBytes() const = 0;
 
-    /** Fills the buffer with the next bytes; 0 when a read failed, which cuts the reply short. */
+    /** Fills the buffer with the next bytes. Returns 0 if a read failed: the reply is cut. */
     virtual Async<std::size_t> read(asio::mutable_buffer buffer) = 0;
 };
 
-/** Writes to the peer as long as it likes; the connection closes when it returns. */
+/** Writes to the peer until it returns; then the connection closes. */
 using StreamBody = std::function<Async<void>(Transport& transport)>;
 
-/** One reply. Exactly one of `source` and `stream` may be set; otherwise `body` is sent. */
+/** One reply. At most one of `source` and `stream` may be set; without both, `body` is sent. */
 struct Response
 {
     unsigned status = 200;
-    HeaderList headers; // without Content-Length and Connection, which the connection adds
+    HeaderList headers; // without Content-Length and Connection: the connection adds both
     std::string body;
     std::shared_ptr<BodySource> source;
     StreamBody stream;

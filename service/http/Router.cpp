@@ -1,4 +1,3 @@
-// Finds the handler of a request by method and path template.
 #include "service/http/Router.h"
 
 #include "service/base/Encoding.h"
@@ -86,7 +85,7 @@ const Handler& Router::find(Request& request) const
         below ? pathSegments(std::string_view(path).substr(basePath_.size())) : std::nullopt;
     const auto candidates = segments ? routesFor(*segments) : std::vector<const Route*>();
     if (candidates.empty()) {
-        throw Problem(EProblem::NotFound, "There is no such resource.");
+        throw Problem(EProblem::NotFound, "This resource does not exist.");
     }
     const bool isHead = request.head.method == "HEAD";
     std::string allowed;
@@ -104,7 +103,7 @@ const Handler& Router::find(Request& request) const
         allowed += (allowed.empty() ? "" : ", ") + route->method;
         allowed += route->method == "GET" ? ", HEAD" : "";
     }
-    throw Problem(EProblem::MethodNotAllowed, "This resource does not have that method.",
+    throw Problem(EProblem::MethodNotAllowed, "This resource does not allow the method.",
                   {{"Allow", allowed}});
 }
 

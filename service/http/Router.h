@@ -14,19 +14,18 @@ namespace kelvo::http {
 using Handler = std::function<Async<Response>(Request&)>;
 
 /**
- * A table of routes such as "/resources/{id}/content". A literal segment wins over a parameter.
- * HEAD is answered by the GET handler. Thread safe once filled.
+ * A table of routes such as "/resources/{id}/content". A literal segment takes precedence over a
+ * parameter. The GET handler also answers HEAD. Thread safe once filled.
  */
 class Router
 {
 public:
-    /** Every template is below `basePath`, which is not part of the template's name. */
+    /** Every template is below `basePath`; the template's name does not include it. */
     explicit Router(std::string basePath);
 
     void add(std::string method, std::string pathTemplate, Handler handler);
 
-    /** Fills in the request's route and parameters. Throws Problem: not-found or
-     * method-not-allowed. */
+    /** Sets the request's route and parameters. Throws Problem: not-found or method-not-allowed. */
     const Handler& find(Request& request) const;
 
 private:
@@ -44,8 +43,10 @@ private:
     std::vector<Route> routes_;
 };
 
-/** The decoded segments of a path; nothing for one that does not start with '/' or is badly
- * encoded. */
+/**
+ * Returns the decoded segments of a path. Empty if the path does not start with '/' or its encoding
+ * is wrong.
+ */
 std::optional<std::vector<std::string>> pathSegments(std::string_view path);
 
 } // namespace kelvo::http

@@ -1,4 +1,3 @@
-// TLS directly on the socket's descriptor.
 #include "service/http/TlsTransport.h"
 
 #include <openssl/bio.h>
@@ -69,7 +68,7 @@ Async<IoResult> TlsTransport::readSome(asio::mutable_buffer buffer)
 {
     IoResult result;
     for (;;) {
-        // SSL_read yields at most one record: take all that are there before handing them up.
+        // SSL_read returns at most one record: read all available records before returning.
         ERR_clear_error();
         errno = 0;
         std::size_t got = 0;
@@ -127,7 +126,7 @@ std::uint64_t TlsTransport::wireBytes() const
 Async<void> TlsTransport::shutdownSend()
 {
     if (ssl_ && !failed_ && socket_.is_open()) {
-        // One call sends our close_notify; the peer's is not waited for.
+        // One call sends our close_notify; it does not wait for the peer's.
         ERR_clear_error();
         SSL_shutdown(ssl_.get());
     }

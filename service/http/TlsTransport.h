@@ -1,4 +1,4 @@
-// TLS directly on the socket's descriptor.
+// TLS on the socket's descriptor.
 #pragma once
 
 #include "service/http/Transport.h"
@@ -11,14 +11,14 @@ struct ssl_ctx_st;
 namespace kelvo::http {
 
 /**
- * A thin TLS stream: OpenSSL reads and writes the descriptor itself and frees its buffers while a
- * connection is idle, so that thousands of open event streams cost little.
- * Thread: as Transport. One reader and one writer at a time.
+ * A thin TLS stream. OpenSSL reads and writes the descriptor itself and frees its buffers while a
+ * connection is idle, so thousands of open event streams need little memory. Thread: as Transport.
+ * One reader and one writer at a time.
  */
 class TlsTransport final : public Transport
 {
 public:
-    /** Takes part in the context's reference count. */
+    /** Increments the context's reference count. */
     TlsTransport(asio::ip::tcp::socket socket, ssl_ctx_st* context);
     ~TlsTransport() override;
 
@@ -36,8 +36,10 @@ private:
         void operator()(ssl_st* ssl) const;
     };
 
-    /** What to do after an OpenSSL call that did not succeed: waits and returns no error, or says
-     * why not. */
+    /**
+     * Called after an OpenSSL call without success. Waits for the socket and returns no error, or
+     * returns the error at once.
+     */
     Async<boost::system::error_code> waitFor(int sslError);
 
     std::unique_ptr<ssl_st, Free> ssl_;

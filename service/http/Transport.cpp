@@ -1,4 +1,4 @@
-// The plain TCP transport and the deadlines of all transports.
+// The plain TCP transport, and the deadlines of all transports.
 #include "service/http/Transport.h"
 
 #include <boost/asio/redirect_error.hpp>
@@ -15,8 +15,8 @@ using boost::system::error_code;
 using Steady = std::chrono::steady_clock;
 
 /**
- * One timer a connection that follows the deadline lazily: moving the deadline, which happens with
- * every chunk, is an assignment; the timer looks again when it fires.
+ * One timer per connection that follows the deadline lazily. Each chunk moves the deadline, which
+ * is only an assignment; the timer checks the deadline again when it fires.
  */
 struct Transport::Deadline : std::enable_shared_from_this<Transport::Deadline>
 {
@@ -48,7 +48,7 @@ struct Transport::Deadline : std::enable_shared_from_this<Transport::Deadline>
                 self->arm();
                 return;
             }
-            if (self->transport->goesOn()) {
+            if (self->transport->extendDeadline()) {
                 return;
             }
             self->transport->expired_ = true;
@@ -144,24 +144,24 @@ void Transport::abort()
 
 void Transport::expireAfter(std::chrono::milliseconds limit)
 {
-    patience_.reset();
+    stallTimeout_.reset();
     deadline_->moveTo(Steady::now() + limit);
 }
 
 void Transport::expectProgress(std::chrono::milliseconds limit, std::uint64_t bytes)
 {
-    patience_.emplace(limit, bytes);
+    stallTimeout_.emplace(limit, bytes);
     takenBytes_ = wireBytes() - queuedBytes();
     deadline_->moveTo(Steady::now() + limit);
 }
 
 void Transport::neverExpire()
 {
-    patience_.reset();
+    stallTimeout_.reset();
     deadline_->moveTo(Steady::time_point::max());
 }
 
-/** Written, but not acknowledged by the peer's side. */
+/** Bytes that were written and that the peer has not acknowledged. */
 std::uint64_t Transport::queuedBytes()
 {
     int queued = 0;
@@ -169,23 +169,23 @@ std::uint64_t Transport::queuedBytes()
     return isKnown ? static_cast<std::uint64_t>(queued) : 0;
 }
 
-/** For a deadline that has come: whether there is another. */
-bool Transport::goesOn()
+/** Called when the deadline is reached. Returns whether it set a later deadline. */
+bool Transport::extendDeadline()
 {
-    if (!patience_) {
+    if (!stallTimeout_) {
         return false;
     }
     const std::uint64_t queued = queuedBytes();
     const std::uint64_t taken = wireBytes() - queued;
-    patience_->spend(patience_->left(), taken - takenBytes_);
+    stallTimeout_->count(stallTimeout_->left(), taken - takenBytes_);
     takenBytes_ = taken;
-    if (queued == 0) { // it cannot take more than there is
-        patience_->renew();
+    if (queued == 0) { // the peer cannot read more than was written
+        stallTimeout_->restart();
     }
-    if (patience_->left() == std::chrono::milliseconds(0)) {
+    if (stallTimeout_->left() == std::chrono::milliseconds(0)) {
         return false;
     }
-    deadline_->moveTo(Steady::now() + patience_->left());
+    deadline_->moveTo(Steady::now() + stallTimeout_->left());
     return true;
 }
 

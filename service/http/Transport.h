@@ -1,8 +1,8 @@
-// A connected peer: bytes in, bytes out, deadlines. The seam between HTTP and sockets.
+// The connection to a peer: reads, writes, deadlines. The seam between HTTP and sockets.
 #pragma once
 
 #include "service/base/Async.h"
-#include "service/http/Patience.h"
+#include "service/http/StallTimeout.h"
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -19,13 +19,14 @@ namespace kelvo::http {
 struct IoResult
 {
     std::size_t bytes = 0;
-    boost::system::error_code error; // with bytes > 0 the bytes are good; end of stream is an error
+    boost::system::error_code
+        error; // with bytes > 0 the bytes are valid; the end of the stream is an error
 };
 
 /**
- * One peer over TCP; the base class is the plain one, TlsTransport encrypts.
- * Thread: all calls on the executor's one thread.
- * Errors: returned, never thrown. After expiry or abort() every operation fails.
+ * One peer over TCP. The base class does not encrypt; TlsTransport does. Thread: all calls on the
+ * executor's one thread. Errors: returned, never thrown. After the deadline or abort() every
+ * operation fails.
  */
 class Transport
 {
@@ -37,31 +38,34 @@ public:
 
     virtual Async<boost::system::error_code> handshake();
 
-    /** At least one byte unless there is an error; as much as is there without waiting. */
+    /**
+     * Reads at least one byte unless there is an error, then all bytes available without waiting.
+     */
     virtual Async<IoResult> readSome(asio::mutable_buffer buffer);
 
-    /** All of it or an error. */
+    /** Writes all bytes, or returns an error. */
     virtual Async<boost::system::error_code> write(asio::const_buffer buffer);
 
-    /** Says goodbye and ends the sending side; the peer may still be sending. */
+    /** Ends the sending side; the peer may still send. TLS sends its close_notify first. */
     virtual Async<void> shutdownSend();
 
     /**
-     * From now on reading yields what is there already and then fails. Operations under way fail;
-     * the connection stays open for a goodbye.
+     * Reads no longer wait: they return the bytes that are available, then fail. A read or write
+     * that waits fails. The connection stays open for a last reply.
      */
     void stopWaiting();
-    /** Waits again: what it was stopped for has come to its end without waiting. */
+    /** Reads wait again. Called if the read was finished before stopWaiting() had an effect. */
     void waitAgain() { waits_ = true; }
     bool waits() const { return waits_; }
 
     /** Closes at once; pending operations fail. */
     void abort();
 
-    /** Operations fail once this much time has passed. */
+    /** Operations fail after this time. */
     void expireAfter(std::chrono::milliseconds limit);
-    /** The same, but the time begins anew whenever it is over and the peer has taken so many bytes
-     * in it, or everything there was. What its side acknowledges counts, not what ours still holds.
+    /**
+     * As expireAfter(), but the time restarts each time it ends if the peer has acknowledged
+     * `bytes` meanwhile, or everything written. Bytes in our own send buffer do not count.
      */
     void expectProgress(std::chrono::milliseconds limit, std::uint64_t bytes);
     void neverExpire();
@@ -75,7 +79,7 @@ protected:
     Async<boost::system::error_code> waitReadable();
     Async<boost::system::error_code> waitWritable();
     void countSent(std::size_t bytes) { sentBytes_ += bytes; }
-    /** What has been written to the socket in all. */
+    /** All bytes written to the socket. */
     virtual std::uint64_t wireBytes() const { return sentBytes_; }
 
     asio::ip::tcp::socket socket_;
@@ -84,14 +88,14 @@ private:
     struct Deadline;
 
     std::uint64_t queuedBytes();
-    bool goesOn();
+    bool extendDeadline();
 
     std::shared_ptr<Deadline> deadline_;
-    std::optional<Patience> patience_; // while progress is expected
-    std::uint64_t takenBytes_ = 0;     // by the peer, when it was looked at last
+    std::optional<StallTimeout> stallTimeout_; // while progress is expected
+    std::uint64_t takenBytes_ = 0;             // bytes acknowledged by the peer at the last check
     std::uint64_t sentBytes_ = 0;
     bool expired_ = false;
-    bool waits_ = true; // whether reading waits for more
+    bool waits_ = true; // whether a read waits for more bytes
 };
 
 } // namespace kelvo::http

@@ -1,4 +1,3 @@
-// A consistent copy of a data folder.
 #include "service/maintenance/Backup.h"
 
 #include "service/DataFolder.h"
@@ -25,13 +24,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/** What is copied beside database, contents and uploads. */
+/** Names that are copied beside the database, the contents and the uploads. */
 constexpr const char* otherNames[] = {"ca.pem", "tls", "admin.password"};
 
 /**
- * The order keeps it whole while the service runs: contents first, then the database, then what the
- * database wants and was not there at first. A content leaves only after its last row has; if one
- * does so in between, a newer state of the database does not want it either.
+ * The order keeps the copy consistent while the service runs: first the contents, then the
+ * database, then the contents that the database refers to and that were not there at first. The
+ * service removes a content only after its last row. If a content is removed meanwhile, a newer
+ * copy of the database does not refer to it either.
  */
 class Copying
 {
@@ -57,7 +57,10 @@ public:
     }
 
 private:
-    /** False if it is not there. One that the disk cannot read is no reason to have no backup. */
+    /**
+     * False if the content does not exist. A content that the disk cannot read does not stop the
+     * backup.
+     */
     bool copyContent(const std::string& sha256)
     {
         const fs::path target = contentPath(to_, sha256);
@@ -85,7 +88,7 @@ private:
                 }
             }
             if (missingNow.empty() || missingNow == missing) {
-                return; // what is missing twice has not just been removed: it is lost
+                return; // missing twice: the content was not just removed, it is lost
             }
             missing = std::move(missingNow);
         }
@@ -114,13 +117,13 @@ private:
         }
     }
 
-    /** What there is of them; a client sends the rest. */
+    /** Copies the received part of each upload; a client sends the rest. */
     void copyUploads()
     {
         for (const OpenUpload& upload : uploads_) {
             try {
                 copyFile(from_ / "uploads" / upload.id, to_ / "uploads" / upload.id);
-            } catch (const CannotRead&) { // nor can the service go on with it
+            } catch (const CannotRead&) { // the service cannot resume this upload either
             }
         }
     }
@@ -137,7 +140,7 @@ private:
             } else if (copied == copied_.end()) {
                 report.damages.push_back(name + "is missing");
             } else if (copied->second.sha256 != content.sha256) {
-                report.damages.push_back(name + "is not what was uploaded");
+                report.damages.push_back(name + "differs from the uploaded bytes");
             } else {
                 ++report.contents;
                 report.bytes += copied->second.sizeBytes;
@@ -149,7 +152,7 @@ private:
     const fs::path& from_;
     const fs::path& to_;
     std::map<std::string, CopiedFile> copied_;
-    std::map<std::string, std::string> unreadable_; // why, by digest
+    std::map<std::string, std::string> unreadable_; // the error texts by digest
     std::vector<WantedContent> wanted_;
     std::vector<OpenUpload> uploads_;
 };
@@ -160,13 +163,13 @@ void requireUsable(const fs::path& from, const fs::path& to)
         throw StartRefused("there is no database in " + from.string());
     }
     if (fs::exists(from / unfinishedRestoreName)) {
-        throw StartRefused("a restore of " + from.string() + " has not come to its end");
+        throw StartRefused("a restore of " + from.string() + " is unfinished");
     }
     if (isWithin(to, from) || isWithin(from, to)) {
         throw StartRefused("the backup and the data folder must not lie in each other");
     }
     if (fs::exists(to) && (!fs::is_directory(to) || !replaceable(to).empty())) {
-        throw StartRefused(to.string() + " is there already and not an empty folder");
+        throw StartRefused(to.string() + " exists and is not an empty folder");
     }
 }
 
@@ -180,8 +183,10 @@ void writeManifest(const fs::path& folder, const CopyReport& report)
     replaceFile(folder / manifestName, manifest.dump() + "\n", 0600);
 }
 
-/** Where the copy is made: on the disk where it shall be, so within a folder that is there already,
- * for that may be where a disk is mounted. */
+/**
+ * Makes the folder of the copy on the target's disk. A disk may be mounted at an existing target,
+ * so the folder is made inside an existing target.
+ */
 fs::path makeStage(const fs::path& target)
 {
     const std::string suffix = "part-" + randomHex(4);
@@ -196,10 +201,13 @@ fs::path makeStage(const fs::path& target)
     return stage;
 }
 
-/** Into a folder that is there. The manifest comes last: without it it is no backup. */
+/**
+ * Moves the copy into an existing folder. The manifest comes last: without a manifest the folder is
+ * no backup.
+ */
 void moveUp(const fs::path& stage, const fs::path& target)
 {
-    std::error_code ignored; // a disk of another kind has no such thing
+    std::error_code ignored; // some file systems have no permissions
     fs::permissions(target, fs::perms::owner_all, ignored);
     for (const fs::path& entry : replaceable(stage)) {
         if (entry.filename() != manifestName) {
@@ -216,7 +224,7 @@ void moveUp(const fs::path& stage, const fs::path& target)
 
 CopyReport backUp(const fs::path& dataFolder, const fs::path& to)
 {
-    const fs::path target = fs::absolute(to / "").parent_path(); // without a slash at its end
+    const fs::path target = fs::absolute(to / "").parent_path(); // without a trailing slash
     requireUsable(dataFolder, target);
     const bool isThere = fs::exists(target);
     const fs::path stage = makeStage(target);

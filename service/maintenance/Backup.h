@@ -13,15 +13,15 @@ inline constexpr int manifestFormat = 1;
 
 struct CopyReport
 {
-    std::vector<std::string> damages; // contents that are missing or wrong at the source
+    std::vector<std::string> damages; // contents that are missing or damaged at the source
     std::uint64_t contents = 0;
     std::uint64_t bytes = 0;
 };
 
 /**
- * Copies the folder to one that is not there yet, or empty, while a service may run on it. It gets
- * its name only when it is complete and on the disk; until then it is TO.part-…, which a failure
- * removes. Throws StartRefused for what cannot be done, std::exception for what failed.
+ * Copies the data folder to a folder that is missing or empty. A service may run meanwhile. The
+ * copy is made as TO.part-… and gets its name when it is complete and on the disk; a failure
+ * removes the part. Throws StartRefused if the backup is not possible, std::exception if it failed.
  */
 CopyReport backUp(const std::filesystem::path& dataFolder, const std::filesystem::path& to);
 

@@ -1,4 +1,3 @@
-// What must hold between the rows of the database.
 #include "service/maintenance/DatabaseChecks.h"
 
 #include <soci/soci.h>
@@ -9,11 +8,11 @@ namespace {
 
 struct Rule
 {
-    const char* wrong; // what it means when the query finds something
-    const char* query; // one text a thing that is wrong
+    const char* wrong; // the text of a finding
+    const char* query; // selects a text for each row that breaks the rule
 };
 
-// The rows that name others are held by foreign keys, which are checked apart.
+// Foreign keys guard the references between rows; they are checked separately.
 constexpr Rule rules[] = {
     {"its counter of ids is behind",
      "SELECT 'farm ' || f.id FROM farms f WHERE f.last_resource < MAX("
@@ -40,7 +39,7 @@ constexpr Rule rules[] = {
      " (c.name = 'farms' AND c.value < (SELECT MAX(id) FROM farms))"
      " OR (c.name = 'users' AND c.value < (SELECT MAX(id) FROM users))"
      " OR (c.name = 'consoles' AND c.value < (SELECT MAX(id) FROM consoles))"},
-    {"a role without the farm it needs, or with one it cannot have",
+    {"a role without the farm it needs, or with a farm it cannot have",
      "SELECT 'user ' || id FROM users WHERE (role = 'admin') <> (farm_id IS NULL)"},
     {"belongs to a user of another farm",
      "SELECT 'inbox ' || i.id || ' of farm ' || i.farm_id FROM inboxes i"
@@ -48,7 +47,7 @@ constexpr Rule rules[] = {
     {"belongs to a user of another farm",
      "SELECT 'upload ' || p.id FROM uploads p JOIN users u ON u.id = p.user_id"
      " WHERE u.farm_id IS NOT p.farm_id"},
-    {"its digest or its size can be none",
+    {"its digest or its size is not valid",
      "SELECT 'file ' || id || ' of farm ' || farm_id FROM files WHERE LENGTH(sha256) <> 64"
      " OR sha256 GLOB '*[^0-9a-f]*' OR size_bytes < 0"},
     {"files of one content have different sizes",
@@ -56,7 +55,7 @@ constexpr Rule rules[] = {
      " HAVING MIN(size_bytes) <> MAX(size_bytes)"},
     {"is finished without a digest, or has one without being finished",
      "SELECT 'upload ' || id FROM uploads WHERE (finished = 1) <> (LENGTH(sha256) = 64)"},
-    {"a file that it made has another content",
+    {"a file made by it has another content",
      "SELECT 'upload ' || p.id FROM uploads p JOIN files f ON f.farm_id = p.farm_id"
      " AND ',' || p.files || ',' LIKE '%,' || f.id || ',%'"
      " WHERE p.finished = 1 AND (f.sha256 <> p.sha256 OR f.size_bytes <> p.length_bytes)"},
@@ -87,10 +86,10 @@ std::vector<std::string> checkDatabase(soci::session& sql)
         }
     });
     if (!wrong.empty()) {
-        return wrong; // what its rows say means little now
+        return wrong; // a damaged database makes the rules below meaningless
     }
     forEachText(sql,
-                "SELECT \"table\" || ' names a row of ' || \"parent\" || ' that is not there'"
+                "SELECT \"table\" || ' names a row of ' || \"parent\" || ' that does not exist'"
                 " FROM pragma_foreign_key_check",
                 [&](const auto& text) { wrong.push_back("database: " + text); });
     for (const Rule& rule : rules) {

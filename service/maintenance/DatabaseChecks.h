@@ -1,4 +1,4 @@
-// What must hold between the rows of the database.
+// The rules that hold between the rows of the database.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@ class session;
 
 namespace kelvo::maintenance {
 
-/** A line for each thing that is wrong; none when all is well. */
+/** Returns a line for each broken rule; empty if all is well. */
 std::vector<std::string> checkDatabase(soci::session& sql);
 
 } // namespace kelvo::maintenance

@@ -1,4 +1,3 @@
-// A consistent copy of a data folder's database.
 #include "service/maintenance/DatabaseCopy.h"
 
 #include "service/DataFolder.h"
@@ -21,7 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int patienceMs = 60 * 1000;
+constexpr int busyTimeoutMs = 60 * 1000;
 
 struct CloseDatabase
 {
@@ -38,11 +37,11 @@ Handle openRaw(const fs::path& file, int flags)
         throw std::runtime_error(std::string("the database cannot be opened: ") +
                                  sqlite3_errstr(result));
     }
-    sqlite3_busy_timeout(raw, patienceMs);
+    sqlite3_busy_timeout(raw, busyTimeoutMs);
     return handle;
 }
 
-/** In one step: a copy in several would begin anew with every commit of the service. */
+/** Copies in one step: a copy in several steps would restart at every commit of the service. */
 void copyPages(sqlite3& source, sqlite3& target)
 {
     sqlite3_backup* backup = sqlite3_backup_init(&target, "main", &source, "main");
@@ -58,9 +57,9 @@ void copyPages(sqlite3& source, sqlite3& target)
 }
 
 /**
- * The service's commits wait while its database is read, so that is done into a temporary file,
- * which is SQLite's own and has no name that could be left behind. Only then comes the target,
- * which may be slow, and is synced.
+ * The service's commits wait while its database is read. So the database is first read into a
+ * temporary file of SQLite without a name, which no crash can leave behind. The second step writes
+ * and syncs the target, which may be slow.
  */
 void copyInUse(const fs::path& from, const fs::path& to)
 {
@@ -70,7 +69,9 @@ void copyInUse(const fs::path& from, const fs::path& to)
     copyPages(*staged, *openRaw(to, writing));
 }
 
-/** The folder's lock, shared, so that no service begins meanwhile. Empty: one runs. */
+/**
+ * Takes a shared lock on the folder, so that no service starts meanwhile. Empty if a service runs.
+ */
 std::optional<FileDescriptor> lockShared(const fs::path& dataFolder)
 {
     FileDescriptor lock(::open((dataFolder / "lock").c_str(), O_RDONLY | O_CLOEXEC));
@@ -91,7 +92,7 @@ fs::path journalOf(fs::path database)
     return database += "-journal";
 }
 
-/** By its journal; a first look does it. */
+/** Rolls back the unfinished transaction from the journal. SQLite does so at the first read. */
 void undoUnfinished(const fs::path& database)
 {
     const Handle copy = openRaw(database, SQLITE_OPEN_READWRITE);
@@ -121,7 +122,7 @@ void copyDatabase(const fs::path& dataFolder, const fs::path& to)
         if (fs::exists(journalOf(from))) {
             copyFile(journalOf(from), journalOf(to));
             undoUnfinished(to);
-            fs::remove(journalOf(to)); // one in which nothing stood is still there
+            fs::remove(journalOf(to)); // an empty journal is still there
         }
     } else {
         copyInUse(from, to);
@@ -143,8 +144,8 @@ DatabaseSnapshot::DatabaseSnapshot(const fs::path& dataFolder)
         fs::remove_all(folder, ignored);
         throw;
     }
-    // Open is all that it has to be; whoever is interrupted leaves no hashes of passwords lying
-    // about.
+    // The open database needs no name. Without a name an interrupted program leaves no password
+    // hashes behind.
     std::error_code ignored;
     fs::remove_all(folder, ignored);
 }

@@ -1,4 +1,4 @@
-// A consistent copy of a data folder's database, whether a service runs on it or not.
+// A consistent copy of a data folder's database, with or without a running service.
 #pragma once
 
 #include "service/base/Files.h"
@@ -15,23 +15,30 @@ namespace kelvo::maintenance {
 
 inline constexpr const char* databaseName = "kelvo.sqlite";
 
-/** Whether a service runs on the folder at this moment. */
+/** Whether a service runs on the folder now. */
 bool isInUse(const std::filesystem::path& dataFolder);
 
 /**
- * Copies one state of the database to a new file, synced. Beside a running service this is done
- * page by page by way of a temporary file (in $TMPDIR, or /var/tmp); commits wait only while that
- * one is written, whatever the target's disk takes. Otherwise file by file, and a transaction that
- * a crash left unfinished is undone in the copy; the original is only read. Throws
- * std::runtime_error, std::system_error.
+ * Copies one state of the database to a new file and syncs it. Throws std::runtime_error,
+ * std::system_error.
+ *
+ * If a service runs, the pages are copied through a temporary file (in $TMPDIR, or /var/tmp).
+ * Commits wait only while the temporary file is written, however slow the target's disk is.
+ * Otherwise the files are copied, and a transaction that a crash left unfinished is rolled back in
+ * the copy; the original is only read.
  */
 void copyDatabase(const std::filesystem::path& dataFolder, const std::filesystem::path& to);
 
-/** A copy, open for reading, that goes with this object and has no name once it is open. */
+/**
+ * A copy that is open for reading. Its file has no name once it is open, and goes with this object.
+ */
 class DatabaseSnapshot
 {
 public:
-    /** Throws as copyDatabase(), and StartRefused for a schema that is not this program's. */
+    /**
+     * Throws as copyDatabase(). Throws StartRefused if the schema is not the schema of this
+     * program.
+     */
     explicit DatabaseSnapshot(const std::filesystem::path& dataFolder);
     ~DatabaseSnapshot();
     DatabaseSnapshot(const DatabaseSnapshot&) = delete;
@@ -43,8 +50,10 @@ private:
     std::unique_ptr<soci::session> session_;
 };
 
-/** Throws StartRefused unless the database's schema is at most, or with `exactly` just, the
- * one of this program. */
+/**
+ * Throws StartRefused if the database's schema is newer than this program's schema. With `exactly`,
+ * an older schema is refused too.
+ */
 void requireSchema(soci::session& sql, bool exactly);
 
 } // namespace kelvo::maintenance

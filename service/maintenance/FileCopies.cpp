@@ -1,4 +1,3 @@
-// Durable copies of files.
 #include "service/maintenance/FileCopies.h"
 
 #include "service/base/Digest.h"

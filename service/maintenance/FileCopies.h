@@ -10,11 +10,11 @@ namespace kelvo::maintenance {
 
 struct CopiedFile
 {
-    std::string sha256; // of what was copied, in hexadecimal
+    std::string sha256; // of the copied bytes, in hexadecimal
     std::uint64_t sizeBytes = 0;
 };
 
-/** The source of a copy cannot be read, or is not there; nothing stands at the target. */
+/** The source of a copy is missing or cannot be read. The target has been removed. */
 class CannotRead : public std::system_error
 {
 public:
@@ -22,19 +22,21 @@ public:
 };
 
 /**
- * Copies a regular file that may grow or be removed meanwhile: what is there when it gets there is
- * copied. The copy has the source's mode and is on the disk, its name is not: sync its folder.
- * Throws CannotRead; for the target std::system_error, also when `to` exists.
+ * Copies a regular file that may grow or be removed meanwhile: the copy ends where the read finds
+ * the end. The copy has the source's mode and is on the disk, but its name is not: sync its folder.
+ * Throws CannotRead; for the target std::system_error, also if `to` exists.
  */
 CopiedFile copyFile(const std::filesystem::path& from, const std::filesystem::path& to);
 
-/** A file or a folder with all that is in it, if it is there. */
+/** Copies a file, or a folder with its content. Does nothing if `from` does not exist. */
 void copyTree(const std::filesystem::path& from, const std::filesystem::path& to);
 
-/** Whether `path` is `folder` or lies in it, links followed as far as they lead to something. */
+/**
+ * Whether `path` is `folder` or is inside it. Links are followed as far as they lead to something.
+ */
 bool isWithin(const std::filesystem::path& path, const std::filesystem::path& folder);
 
-/** The names in a folder and in all folders below it. */
+/** Syncs the names in a folder and in all folders below it. */
 void syncFolders(const std::filesystem::path& folder);
 
 } // namespace kelvo::maintenance

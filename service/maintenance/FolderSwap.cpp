@@ -1,4 +1,3 @@
-// Puts a whole data folder's content into the place of another.
 #include "service/maintenance/FolderSwap.h"
 
 #include "service/DataFolder.h"
@@ -19,7 +18,7 @@ namespace {
 constexpr const char* replacedPrefix = "replaced-";
 constexpr const char* partPrefix = "restore.part-";
 
-/** Renames, undone in the end unless they are kept. */
+/** Renames that the destructor undoes unless keep() was called. */
 class Moves
 {
 public:
@@ -59,7 +58,7 @@ fs::path makeReplaced(const fs::path& folder)
     std::erase_if(time, [](char c) { return c == ':' || c == '-' || c == '.'; });
     fs::path aside = folder / (replacedPrefix + time);
     while (fs::exists(aside)) {
-        aside += "+"; // two in one second
+        aside += "+"; // two restores in one second
     }
     return makePrivate(aside);
 }
@@ -122,14 +121,14 @@ void swapIn(const fs::path& part, const fs::path& folder, const Owner& owner)
         replaceFile(mark, "", 0600);
         moveAll(part, folder, aside);
     } catch (...) {
-        fs::remove(aside, ignored); // empty again
+        fs::remove(aside, ignored); // empty again after the undo
         if (!wasMarked) {
             fs::remove(mark, ignored);
         }
         throw;
     }
     fs::remove(mark);
-    fs::remove(aside, ignored); // if nothing was there
+    fs::remove(aside, ignored); // if nothing was moved into it
     fs::remove_all(part, ignored);
     syncFolder(folder);
 }

@@ -1,4 +1,4 @@
-// Puts a whole data folder's content into the place of another.
+// Replaces the whole content of a data folder.
 #pragma once
 
 #include "service/maintenance/Owner.h"
@@ -9,21 +9,26 @@
 
 namespace kelvo::maintenance {
 
-/** Whether it is left where it is: the lock, what earlier restores put aside or left, what file
- * systems make. */
+/**
+ * Whether a restore leaves the entry in place: the lock, leftovers of earlier restores, entries of
+ * the file system.
+ */
 bool stays(const std::string& name);
 
-/** Everything in the folder that does not stay. */
+/** All entries in the folder that are not kept. */
 std::vector<std::filesystem::path> replaceable(const std::filesystem::path& folder);
 
-/** A new folder in the data folder, for what is to come into it. What restores that were killed
- * left of such goes. */
+/**
+ * Makes a new folder in the data folder for the new content. Removes such folders of killed
+ * restores.
+ */
 std::filesystem::path makePart(const std::filesystem::path& folder);
 
 /**
- * Moves what is there to replaced-TIME and the part's content into its place. Only renames, so it
- * takes neither room nor time. A failure leaves the folder as it was; a crash in between leaves a
- * mark, with which no service starts. Throws std::system_error.
+ * Moves the present content to replaced-TIME and the content of `part` into its place. Both are
+ * renames, so the swap needs neither room nor time. A failure leaves the folder as it was. A crash
+ * during the renames leaves a mark, and no service starts on a marked folder. Throws
+ * std::system_error.
  */
 void swapIn(const std::filesystem::path& part, const std::filesystem::path& folder,
             const Owner& owner);

@@ -1,4 +1,3 @@
-// The commands of an operator.
 #include "service/maintenance/MaintenanceCommands.h"
 
 #include "service/DataFolder.h"
@@ -53,7 +52,7 @@ int runVerify(const VerifyOptions& options)
     printAll("damaged", report.damages);
     printAll("leftover", report.leftovers);
     if (report.serviceRuns) {
-        std::printf("not judged: leftovers of crashes, because the service is running\n");
+        std::printf("not judged: leftovers of crashes, because the service runs\n");
     }
     std::printf("verified %llu contents, %llu bytes; %zu damaged, %zu leftovers\n",
                 static_cast<unsigned long long>(report.contents),

@@ -1,12 +1,14 @@
-// The commands of an operator, with what they print and their exit codes.
+// The operator's commands, their output and their exit codes.
 #pragma once
 
 #include "service/CommandLine.h"
 
 namespace kelvo::maintenance {
 
-/** 0: all is well. 1: something is damaged; a line on stdout for each. Throws StartRefused, and
- * std::exception for what failed. */
+/**
+ * Each returns 0 if all is well. It returns 1 if something is damaged, and prints a line for each
+ * damage on stdout. Throws StartRefused, and std::exception if it failed.
+ */
 int runVerify(const VerifyOptions& options);
 int runBackup(const BackupOptions& options);
 int runRestore(const RestoreOptions& options);

@@ -1,4 +1,3 @@
-// Whose a folder is.
 #include "service/maintenance/Owner.h"
 
 #include "service/base/FileStatus.h"
@@ -21,22 +20,22 @@ Owner::Owner(const fs::path& folder)
     }
     user_ = status->user;
     group_ = status->group;
-    isGiven_ = ::geteuid() == 0 && user_ != 0;
+    changesOwner_ = ::geteuid() == 0 && user_ != 0;
 }
 
-void Owner::take(const fs::path& path) const
+void Owner::applyTo(const fs::path& path) const
 {
-    if (isGiven_ && ::lchown(path.c_str(), user_, group_) != 0) {
+    if (changesOwner_ && ::lchown(path.c_str(), user_, group_) != 0) {
         throwErrno("chown");
     }
 }
 
-void Owner::takeAll(const fs::path& folder) const
+void Owner::applyToAll(const fs::path& folder) const
 {
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-        take(entry.path());
+        applyTo(entry.path());
     }
-    take(folder);
+    applyTo(folder);
 }
 
 } // namespace kelvo::maintenance

@@ -1,4 +1,4 @@
-// Whose a folder is.
+// The owner of a folder.
 #pragma once
 
 #include <filesystem>
@@ -8,23 +8,23 @@
 namespace kelvo::maintenance {
 
 /**
- * The owner of a folder, to whom things that root makes in it are given: the service runs as that
- * user. Does nothing for anybody but root. Errors: std::system_error.
+ * Gives files that root makes in a folder to the folder's owner, because the service runs as that
+ * user. Does nothing if the caller is not root. Errors: std::system_error.
  */
 class Owner
 {
 public:
     explicit Owner(const std::filesystem::path& folder);
 
-    void take(const std::filesystem::path& path) const;
+    void applyTo(const std::filesystem::path& path) const;
 
-    /** A folder with all that is in it. */
-    void takeAll(const std::filesystem::path& folder) const;
+    /** Applies to a folder and its whole content. */
+    void applyToAll(const std::filesystem::path& folder) const;
 
 private:
     uid_t user_ = 0;
     gid_t group_ = 0;
-    bool isGiven_ = false; // whether anything has to change hands
+    bool changesOwner_ = false; // whether files need another owner
 };
 
 } // namespace kelvo::maintenance

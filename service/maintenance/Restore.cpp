@@ -1,4 +1,3 @@
-// Brings a backup back.
 #include "service/maintenance/Restore.h"
 
 #include "service/DataFolder.h"
@@ -20,7 +19,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/** More than a farm makes between two backups, little of what there is. */
+/**
+ * The gap is larger than the ids that a farm uses between two backups, and small beside all ids.
+ */
 constexpr long long idGap = 1000000;
 constexpr long long counterGap = 1000;
 
@@ -36,14 +37,16 @@ void requireBackup(const fs::path& from)
     } catch (const std::exception&) {
         throw StartRefused(from.string() + " is not a complete backup");
     }
-    if (!fs::exists(from / databaseName)) { // to open it would make one
+    if (!fs::exists(from / databaseName)) { // opening a missing database would create it
         throw StartRefused(from.string() + " is not a complete backup: it has no database");
     }
     requireSchema(*store::makeSqlite((from / databaseName).string())->connect(), false);
 }
 
-/** Event cursors from after the backup are too old from now on, so their owners start afresh; ids
- * from after it are not given to anything else. */
+/**
+ * After the gap, event cursors from after the backup are too old, so their clients start again with
+ * a snapshot. Ids from after the backup are not used again.
+ */
 void leaveGap(const fs::path& database)
 {
     const auto dialect = store::makeSqlite(database.string());
@@ -73,7 +76,7 @@ void copyContents(const fs::path& from, const fs::path& to, CopyReport& report)
         CopiedFile copied;
         try {
             copied = copyFile(file, target);
-        } catch (const CannotRead& error) { // what is good comes back all the same
+        } catch (const CannotRead& error) { // the other contents are restored
             report.damages.push_back("content " + sha256 + " cannot be read: " + error.what());
             continue;
         }
@@ -120,16 +123,16 @@ CopyReport restore(const fs::path& from, const fs::path& dataFolder, bool force)
     if (isWithin(from, dataFolder) || isWithin(dataFolder, from)) {
         throw StartRefused("the backup and the data folder must not lie in each other");
     }
-    const DataFolder folder(dataFolder); // keeps services out
+    const DataFolder folder(dataFolder); // no service starts on a locked folder
     if (!replaceable(folder.path()).empty() && !force) {
         throw StartRefused("the data folder " + folder.path().string() + " is not empty");
     }
     const Owner owner(folder.path());
-    owner.take(folder.path() / "lock");
+    owner.applyTo(folder.path() / "lock");
     const fs::path part = makePart(folder.path());
     try {
         CopyReport report = copyAll(from, part);
-        owner.takeAll(part);
+        owner.applyToAll(part);
         syncFolders(part);
         swapIn(part, folder.path(), owner);
         return report;

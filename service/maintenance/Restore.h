@@ -1,4 +1,4 @@
-// Brings a backup back.
+// Restores a backup.
 #pragma once
 
 #include "service/maintenance/Backup.h"
@@ -8,14 +8,17 @@
 namespace kelvo::maintenance {
 
 /**
- * Copies a backup into a new folder within the data folder, each content checked on the way, and
- * puts that into its place when it is complete and on the disk. With `force` the data folder may
- * hold something: that is moved to replaced-TIME in it, and until then left as it is, so that a
- * restore that fails changes nothing. A crash while things are moved leaves a mark, with which no
- * service starts. What root restores belongs to whoever owns the data folder. Ids and event numbers
- * continue after a gap, so that what clients remember from after the backup cannot be taken for
- * something new. Throws StartRefused for what cannot be done (a running service, a folder that is
- * not empty, no backup), std::exception for what failed.
+ * Copies a backup into a new folder within the data folder and checks each content. When the copy
+ * is complete and on the disk, it replaces the content of the data folder.
+ *
+ * With `force` the data folder may hold something: its content is moved to replaced-TIME in it.
+ * Until then it is not changed, so a failed restore changes nothing. A crash during the moves
+ * leaves a mark, and no service starts on a marked folder. If root restores, the files get the
+ * owner of the data folder.
+ *
+ * Ids and event numbers continue after a gap, so that what clients remember from after the backup
+ * is not taken for something new. Throws StartRefused if the restore is not possible (a service
+ * runs, the folder is not empty, there is no backup), std::exception if it failed.
  */
 CopyReport restore(const std::filesystem::path& from, const std::filesystem::path& dataFolder,
                    bool force);

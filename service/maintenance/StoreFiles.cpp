@@ -1,4 +1,3 @@
-// Which files the database wants in a data folder.
 #include "service/maintenance/StoreFiles.h"
 
 #include <soci/soci.h>

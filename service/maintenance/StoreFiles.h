@@ -1,4 +1,4 @@
-// Which files the database wants in a data folder.
+// The files in a data folder that the database refers to.
 #pragma once
 
 #include <filesystem>
@@ -19,24 +19,24 @@ struct WantedContent
     std::string firstFile; // "file 55 of farm 1"
 };
 
-/** An upload that goes on. */
+/** An unfinished upload. */
 struct OpenUpload
 {
     std::string id;
     long long lengthBytes = 0;
 };
 
-/** In the order of their digests. */
+/** In the order of the digests. */
 std::vector<WantedContent> wantedContents(soci::session& sql);
 std::vector<OpenUpload> openUploads(soci::session& sql);
 
-/** Where a content lies below a data folder or a backup. */
+/** The place of a content below a data folder or a backup. */
 std::filesystem::path contentPath(const std::filesystem::path& folder, const std::string& sha256);
 
-/** Whether it is the digest of a content, and not some other file's name. */
+/** Whether the name is the digest of a content, and not the name of another file. */
 bool isDigest(const std::string& name);
 
-/** All files in the folders below content/, in order. None if there is no such folder. */
+/** All files in the folders below content/, in order. Empty if there is no such folder. */
 std::vector<std::filesystem::path> contentFiles(const std::filesystem::path& folder);
 
 } // namespace kelvo::maintenance

@@ -1,4 +1,3 @@
-// Checks a whole data folder.
 #include "service/maintenance/Verify.h"
 
 #include "service/DataFolder.h"
@@ -23,18 +22,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/** One look at a folder. */
+/** One pass over a folder. */
 class Inspection
 {
 public:
     Inspection(const fs::path& folder, std::set<std::string>& right)
-        : folder_(folder), right_(right)
+        : folder_(folder), verified_(right)
     {}
 
     VerifyReport run()
     {
         try {
-            look();
+            inspect();
         } catch (const soci::soci_error& error) {
             damage(std::string("database: cannot be read: ") + error.what());
         }
@@ -42,11 +41,11 @@ public:
     }
 
 private:
-    void look()
+    void inspect()
     {
         const DatabaseSnapshot snapshot(folder_);
         if (fs::exists(folder_ / unfinishedRestoreName)) {
-            damage("a restore has not come to its end");
+            damage("a restore is unfinished");
         }
         for (const std::string& wrong : checkDatabase(snapshot.sql())) {
             damage(wrong);
@@ -74,12 +73,12 @@ private:
                        std::to_string(content.sizeBytes));
                 return;
             }
-            if (!right_.contains(content.sha256)) {
+            if (!verified_.contains(content.sha256)) {
                 if (content::digestOf(file.get()) != content.sha256) {
-                    damage(name + "its bytes are not what was uploaded");
+                    damage(name + "its bytes differ from the uploaded bytes");
                     return;
                 }
-                right_.insert(content.sha256);
+                verified_.insert(content.sha256);
             }
             report_.bytes += static_cast<std::uint64_t>(size);
         } catch (const std::system_error& error) {
@@ -110,22 +109,23 @@ private:
         for (const OpenUpload& upload : uploads) {
             open.insert(upload.id);
             const auto status = statusOf(folder_ / "uploads" / upload.id);
-            // Without a file nothing has come yet, or a crash took it back.
+            // Without a file nothing was received yet, or a crash lost it.
             if (status && status->sizeBytes > upload.lengthBytes) {
-                damage("upload " + upload.id + ": is longer than it was announced");
+                damage("upload " + upload.id + ": is longer than its announced length");
             }
         }
         std::error_code missing;
         for (const auto& entry : fs::directory_iterator(folder_ / "uploads", missing)) {
             const std::string name = entry.path().filename();
             if (!open.contains(name)) {
-                report_.leftovers.push_back("uploads/" + name + ": no unfinished upload has it");
+                report_.leftovers.push_back("uploads/" + name +
+                                            ": no unfinished upload refers to it");
             }
         }
     }
 
     const fs::path& folder_;
-    std::set<std::string>& right_; // digests found right; contents never change
+    std::set<std::string>& verified_; // digests of checked contents; contents never change
     VerifyReport report_;
 };
 
@@ -138,7 +138,8 @@ VerifyReport verify(const fs::path& dataFolder)
     VerifyReport report = Inspection(dataFolder, right).run();
     runs = isInUse(dataFolder) || runs;
     if (runs && !report.damages.empty()) {
-        // What the service removed after the database was copied looks missing, once.
+        // A content that the service removed after the database was copied is missing in one pass
+        // only.
         VerifyReport again = Inspection(dataFolder, right).run();
         std::erase_if(again.damages, [&report](const std::string& damage) {
             return std::find(report.damages.begin(), report.damages.end(), damage) ==

@@ -1,4 +1,4 @@
-// Checks a whole data folder: database, contents, uploads, and each against the others.
+// Checks a whole data folder: the database, the contents, the uploads, and how they fit together.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +11,8 @@ namespace kelvo::maintenance {
 struct VerifyReport
 {
     std::vector<std::string> damages;   // something is lost or wrong
-    std::vector<std::string> leftovers; // of a crash; the service clears them away by itself
-    bool serviceRuns = false;           // then leftovers cannot be told from work in progress
+    std::vector<std::string> leftovers; // of a crash; the service removes them
+    bool serviceRuns = false;           // leftovers cannot be told from work in progress
     std::uint64_t contents = 0;
     std::uint64_t bytes = 0;
 
@@ -20,9 +20,9 @@ struct VerifyReport
 };
 
 /**
- * Reads everything and writes nothing there. Beside a running service what looks wrong is looked at
- * twice, because it may just be going. Throws StartRefused for a schema that is not this program's,
- * std::exception when it cannot judge at all.
+ * Reads everything and writes nothing there. Beside a running service a damage counts only if two
+ * passes find it, because the service may remove files between. Throws StartRefused if the schema
+ * is not the schema of this program, std::exception if the check is not possible.
  */
 VerifyReport verify(const std::filesystem::path& dataFolder);
 

@@ -1,4 +1,3 @@
-// Counters as Prometheus text.
 #include "service/metrics/Metrics.h"
 
 #include <algorithm>
@@ -8,7 +7,7 @@ namespace kelvo::metrics {
 
 namespace {
 
-/** Anything else a peer may think of becomes "other". */
+/** Any other method of a peer becomes "other". */
 constexpr std::array<std::string_view, 7> knownMethods{"GET",   "HEAD",   "POST",   "PUT",
                                                        "PATCH", "DELETE", "OPTIONS"};
 
@@ -43,13 +42,14 @@ std::string Metrics::text() const
     text += "kelvo_build_info{version=\"" KELVO_SERVICE_VERSION "\"} 1\n";
     text += describe("kelvo_event_streams_open", "gauge", "Event streams open now.");
     text += "kelvo_event_streams_open " + std::to_string(openStreams_ ? openStreams_() : 0) + "\n";
-    text += describe("kelvo_contents_damaged_total", "counter",
-                     "Replies refused or cut: the content is damaged, missing or unreadable.");
+    text +=
+        describe("kelvo_contents_damaged_total", "counter",
+                 "Replies refused or cut because the content is damaged, missing or unreadable.");
     text += "kelvo_contents_damaged_total " + std::to_string(damagedReads_ ? damagedReads_() : 0) +
             "\n";
     const std::lock_guard lock(mutex_);
     text += describe("kelvo_http_requests_open", "gauge",
-                     "Requests not answered to the end, event streams among them.");
+                     "Requests in progress, including event streams.");
     text += "kelvo_http_requests_open " + std::to_string(openRequests_) + "\n";
     text += describe("kelvo_http_requests_total", "counter", "Requests answered.");
     for (const auto& [labels, count] : requests_) {

@@ -16,11 +16,11 @@ namespace kelvo::metrics {
 class Metrics
 {
 public:
-    /** A request is open from begin() to count(), which puts down how it was answered. */
+    /** A request is open from begin() to count(). count() records how it was answered. */
     void begin();
     void count(const http::RequestSummary& summary);
 
-    /** Values that are asked for when somebody looks. Set before the first look. */
+    /** Values that are read when the metrics are read. Set both before text() is called. */
     void setOpenStreams(std::function<std::size_t()> gauge) { openStreams_ = std::move(gauge); }
 
     void setDamagedReads(std::function<std::uint64_t()> counter)

@@ -1,4 +1,3 @@
-// /healthz and /metrics.
 #include "service/metrics/MonitorApplication.h"
 
 namespace kelvo::metrics {

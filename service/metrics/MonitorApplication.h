@@ -1,4 +1,4 @@
-// /healthz and /metrics, for the listener that only the operators of the service reach.
+// /healthz and /metrics, for a listener that only the operators of the service can reach.
 #pragma once
 
 #include "service/http/Connection.h"
@@ -9,11 +9,11 @@
 
 namespace kelvo::metrics {
 
-/** Its own requests are neither counted nor logged. */
+/** Requests to /healthz and /metrics are neither counted nor logged. */
 class MonitorApplication final : public http::Application
 {
 public:
-    /** `ready` says whether the service can do its work; it may take its time. */
+    /** `ready` tells whether the service can work; it may take time. */
     MonitorApplication(const Metrics& metrics, std::function<Async<bool>()> ready);
 
     Async<http::Response> handle(http::Request& request) override;

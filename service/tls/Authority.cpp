@@ -1,4 +1,3 @@
-// The service's own certificate authority in its data folder.
 #include "service/tls/Authority.h"
 
 #include "service/base/Files.h"
@@ -13,7 +12,7 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 constexpr std::chrono::hours authorityLife = 24h * 3650;
-constexpr std::chrono::hours serverLife = 24h * 397; // what clients accept of a server at most
+constexpr std::chrono::hours serverLife = 24h * 397; // the longest life that clients accept
 constexpr std::chrono::hours renewBefore = 24h * 30;
 
 struct Authority
@@ -27,7 +26,8 @@ Authority makeNewAuthority(const fs::path& keyFile, const fs::path& certificateF
     Authority made;
     made.key = makeKey();
     made.certificate = makeAuthority(*made.key, authorityLife);
-    // The key first: a key without certificate is replaced at the next start, the reverse is not.
+    // The key is written first: the next start replaces a key without a certificate, but not a
+    // certificate without a key.
     replaceFile(keyFile, toPem(*made.key), 0600);
     replaceFile(certificateFile, toPem(*made.certificate), 0644);
     logInfo("authority-made");

@@ -9,14 +9,14 @@ namespace kelvo::tls {
 
 struct CertificateFiles
 {
-    std::filesystem::path certificate; // PEM, the server's first
+    std::filesystem::path certificate; // PEM; the server's certificate comes first
     std::filesystem::path key;         // PEM
 };
 
 /**
- * Makes sure that `dataFolder` has an authority (ca.pem for clients, its key in tls/ of mode 0600)
- * and a server certificate for `names`; renews the latter when it ends within 30 days or lacks a
- * name. Blocks. Errors: std::runtime_error or std::system_error.
+ * Makes sure that `dataFolder` holds an authority (ca.pem for clients, its key in tls/ with mode
+ * 0600) and a server certificate for `names`. Renews the server certificate if it ends within 30
+ * days or lacks a name. Blocks. Errors: std::runtime_error or std::system_error.
  */
 CertificateFiles ensureCertificates(const std::filesystem::path& dataFolder,
                                     const std::vector<std::string>& names);

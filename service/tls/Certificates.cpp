@@ -1,4 +1,3 @@
-// Keys and certificates as OpenSSL makes them.
 #include "service/tls/Certificates.h"
 
 #include <boost/asio/ip/address.hpp>
@@ -50,7 +49,7 @@ Certificate blankCertificate(EVP_PKEY& key, const char* commonName, std::chrono:
     const std::unique_ptr<BIGNUM, decltype(&BN_free)> number(
         BN_bin2bn(serial.data(), serial.size(), nullptr), &BN_free);
     BN_to_ASN1_INTEGER(number.get(), X509_get_serialNumber(certificate.get()));
-    // An hour back, for consoles whose clocks are behind.
+    // The certificate is valid from an hour ago, for consoles whose clocks are behind.
     X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -3600);
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(validFor).count();
     X509_time_adj_ex(X509_getm_notAfter(certificate.get()), static_cast<int>(seconds / 86400),
@@ -155,7 +154,7 @@ Key keyFromPem(std::string_view pem)
 
 bool isValidFor(const X509& certificate, std::chrono::hours from_now)
 {
-    // Not by time_t, which has 32 bits on some machines.
+    // time_t is not used: it has 32 bits on some machines.
     int days = 0;
     int seconds = 0;
     return ASN1_TIME_diff(&days, &seconds, nullptr, X509_get0_notAfter(&certificate)) == 1 &&

@@ -1,4 +1,4 @@
-// Keys and certificates as OpenSSL makes them.
+// Keys and certificates, made and read by OpenSSL.
 #pragma once
 
 #include <chrono>
@@ -24,15 +24,15 @@ struct FreeCertificate
 using Key = std::unique_ptr<EVP_PKEY, FreeKey>;
 using Certificate = std::unique_ptr<X509, FreeCertificate>;
 
-/** Errors: all functions throw std::runtime_error, which never tells anything of a key. */
+/** Errors: all functions throw std::runtime_error. Its text holds nothing of a key. */
 
-/** A new key on the curve P-256. */
+/** Makes a new key on the curve P-256. */
 Key makeKey();
 
-/** A self-signed authority that may sign server certificates only. */
+/** Makes a self-signed authority that may sign server certificates only. */
 Certificate makeAuthority(EVP_PKEY& key, std::chrono::hours validFor);
 
-/** A server certificate for the host names and addresses. */
+/** Makes a server certificate for the host names and addresses. */
 Certificate makeServerCertificate(EVP_PKEY& key, const std::vector<std::string>& names,
                                   X509& authority, EVP_PKEY& authorityKey,
                                   std::chrono::hours validFor);
@@ -42,10 +42,10 @@ std::string toPem(EVP_PKEY& key);
 Certificate certificateFromPem(std::string_view pem);
 Key keyFromPem(std::string_view pem);
 
-/** Whether it is still valid after that time from now. */
+/** Whether the certificate is still valid `from_now` later. */
 bool isValidFor(const X509& certificate, std::chrono::hours from_now);
 
-/** Whether it names all of these and was signed by the authority. */
+/** Whether the certificate covers all `names` and was signed by the authority. */
 bool covers(X509& certificate, const std::vector<std::string>& names, X509& authority);
 
 } // namespace kelvo::tls

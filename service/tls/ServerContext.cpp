@@ -1,4 +1,3 @@
-// The TLS settings of the API's listener.
 #include "service/tls/ServerContext.h"
 
 #include <openssl/ssl.h>
@@ -40,10 +39,10 @@ ServerContext makeServerContext(const CertificateFiles& files)
     SSL_CTX_set_options(raw, SSL_OP_NO_COMPRESSION | SSL_OP_NO_RENEGOTIATION |
                                  SSL_OP_CIPHER_SERVER_PREFERENCE | SSL_OP_PRIORITIZE_CHACHA |
                                  SSL_OP_IGNORE_UNEXPECTED_EOF);
-    // Idle connections give their buffers back; writes may go on with a moved buffer.
+    // Idle connections release their buffers. A repeated write may pass another buffer.
     SSL_CTX_set_mode(raw, SSL_MODE_RELEASE_BUFFERS | SSL_MODE_ENABLE_PARTIAL_WRITE |
                               SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
-    // Several records a system call.
+    // One system call reads several records.
     SSL_CTX_set_read_ahead(raw, 1);
     SSL_CTX_set_default_read_buffer_len(raw, 64 * 1024);
     SSL_CTX_set_session_id_context(raw, reinterpret_cast<const unsigned char*>("kelvo"), 5);
@@ -51,7 +50,7 @@ ServerContext makeServerContext(const CertificateFiles& files)
     if (SSL_CTX_use_certificate_chain_file(raw, files.certificate.c_str()) != 1 ||
         SSL_CTX_use_PrivateKey_file(raw, files.key.c_str(), SSL_FILETYPE_PEM) != 1 ||
         SSL_CTX_check_private_key(raw) != 1) {
-        throw std::runtime_error("the certificate and its key cannot be used together");
+        throw std::runtime_error("the certificate and its key do not match or cannot be read");
     }
     return context;
 }

@@ -15,7 +15,7 @@ struct FreeContext
 };
 using ServerContext = std::unique_ptr<ssl_ctx_st, FreeContext>;
 
-/** TLS 1.2 and newer. Throws std::runtime_error when certificate and key are not usable. */
+/** TLS 1.2 and newer. Throws std::runtime_error if the certificate and the key are not usable. */
 ServerContext makeServerContext(const CertificateFiles& files);
 
 } // namespace kelvo::tls
