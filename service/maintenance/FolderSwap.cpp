@@ -117,7 +117,7 @@ void swapIn(const fs::path& part, const fs::path& folder, const Owner& owner)
     const fs::path aside = makeReplaced(folder);
     std::error_code ignored;
     try {
-        owner.take(aside);
+        owner.applyTo(aside);
         replaceFile(mark, "", 0600);
         moveAll(part, folder, aside);
     } catch (...) {

@@ -1,4 +1,4 @@
-"""The snapshot, single containers and the making of inboxes."""
+"""The snapshot, single containers and new inboxes."""
 
 import gzip
 import json
@@ -35,7 +35,7 @@ class Account(WireTest):
         self.assertEqual(seen(anna), {hers: ["hers.zip"], his: ["his.zip"]})
         self.assertEqual(seen(otto), {})
 
-    def test_the_snapshot_is_the_sum_of_the_single_containers(self):
+    def test_the_snapshot_equals_the_single_containers(self):
         olga = self.user("olga")
         inbox = make_inbox(olga, "Pivots")
         olga.put("a.zip", [inbox], b"a")
@@ -57,14 +57,14 @@ class Account(WireTest):
         self.assertEqual((reply["kind"], reply["name"]), ("project", "Pivots"))
         self.assertIn(inbox, [box["id"] for box in reply["resources"]])
 
-    def test_a_files_record_carries_its_etag(self):
+    def test_a_files_record_has_its_etag(self):
         olga = self.user("olga")
         file = olga.put("etag.zip", [make_inbox(olga)], b"etag")[0]
         reply = olga.get(f"/resources/{file['id']}")
         self.assertEqual(reply.headers["ETag"], file["etag"])
         self.assertEqual(file["etag"], f'"{file["sha256"]}"')
 
-    def test_the_snapshot_comes_compressed_to_who_takes_that(self):
+    def test_the_snapshot_is_compressed_if_the_client_accepts_gzip(self):
         olga = self.user("olga")
         plain = olga.get("/account", headers={"Accept-Encoding": "identity"})
         self.assertIsNone(plain.headers["Content-Encoding"])
@@ -75,7 +75,7 @@ class Account(WireTest):
         refused = olga.get("/account", headers={"Accept-Encoding": "gzip;q=0"})
         self.assertIsNone(refused.headers["Content-Encoding"])
 
-    def test_an_unchanged_snapshot_is_304_and_a_changed_one_is_not(self):
+    def test_an_unchanged_snapshot_is_304_and_a_changed_snapshot_is_200(self):
         olga, piet = self.user("olga"), self.user("piet")
         inbox = make_inbox(olga)
         for encoding in ("identity", "gzip"):
@@ -91,7 +91,7 @@ class Account(WireTest):
             changed = olga.get("/account", 200, headers={**accept, "If-None-Match": tag}, check=False)
             self.assertNotEqual(changed.headers["ETag"], tag)
 
-    def test_the_cursor_belongs_to_the_snapshot(self):
+    def test_the_stream_continues_at_the_snapshots_cursor(self):
         olga = self.user("olga")
         inbox = make_inbox(olga)
         olga.put("before.zip", [inbox], b"x")
@@ -102,7 +102,7 @@ class Account(WireTest):
         self.assertEqual(event.data["entry"], after)
         self.assertEqual(olga.snapshot()["cursor"], event.id)
 
-    def test_ids_of_a_farm_are_one_space_and_never_used_again(self):
+    def test_ids_of_a_farm_are_unique_and_never_reused(self):
         olga, anna = self.user("olga"), self.user("anna")
         inbox = make_inbox(olga)
         used = set()
@@ -124,7 +124,7 @@ class Inboxes(WireTest):
         self.user("admin").post("/users", json={"farm": "Hill Farm", "name": name, "password": PASSWORD, "role": "operator"})
         return self.user(name)
 
-    def test_making_an_inbox_twice_answers_the_same(self):
+    def test_making_an_inbox_twice_returns_the_same_inbox(self):
         nora = self.new_user("nora")
         first = nora.post("/projects/AB%20Lines/user-inbox", 201)
         self.assertEqual(first.json()["owner"]["name"], "nora")
@@ -134,11 +134,11 @@ class Inboxes(WireTest):
         listed = nora.get(f"/projects/{first.json()['project']}/resources").json()["resources"]
         self.assertEqual([inbox for inbox in listed if inbox["owner"]["name"] == "nora"], [first.json()])
 
-    def test_each_user_and_each_project_has_its_own(self):
+    def test_each_user_has_an_inbox_for_each_project(self):
         ids = {make_inbox(self.user(name), project) for name in ("olga", "piet", "anna") for project in PROJECTS}
         self.assertEqual(len(ids), 21)
 
-    def test_a_body_is_not_needed_and_does_no_harm(self):
+    def test_a_body_is_ignored(self):
         otto = self.user("otto")
         otto.post("/projects/Curves/user-inbox", (200, 201), json={"owner": 1})
         self.assertEqual(otto.post("/projects/Curves/user-inbox", 200).json()["owner"]["name"], "otto")
@@ -150,7 +150,7 @@ class Inboxes(WireTest):
             with self.subTest(name=name[:20]):
                 olga.post(f"/projects/{name}/user-inbox", (400, 404))
 
-    def test_many_at_once_make_one(self):
+    def test_concurrent_requests_make_one_inbox(self):
         clients = [self.new_user("many")] + [self.user("many") for _ in range(7)]
         replies = []
         threads = [threading.Thread(target=lambda client=client: replies.append(
@@ -162,7 +162,7 @@ class Inboxes(WireTest):
         self.assertEqual(len({reply.json()["id"] for reply in replies}), 1)
         self.assertEqual(sorted(reply.status for reply in replies), [200] * 7 + [201])
 
-    def test_an_administrator_has_none(self):
+    def test_an_administrator_gets_no_inbox(self):
         self.refused(self.user("admin").post("/projects/Curves/user-inbox", 404), "not-found")
 
 

@@ -1,4 +1,4 @@
-"""The administrator's farms and users."""
+"""The farms and users of the administrator."""
 
 import unittest
 
@@ -45,7 +45,7 @@ class Accounts(WireTest):
         self.refused(self.make_user(409, name="otto"), "conflict")
         self.refused(self.make_user(409, name="admin"), "conflict")
 
-    def test_names_and_passwords_keep_their_bounds(self):
+    def test_names_and_passwords_have_limits(self):
         for change in ({"name": ""}, {"name": "n" * 65}, {"password": "1234567"}, {"password": ""}, {"role": "boss"},
                        {"role": "admin"}, {"farm": None}, {"name": None}, {"password": None}, {"role": None},
                        {"name": 5}, {"password": 12345678}, {"name": ["x"]}):
@@ -55,7 +55,7 @@ class Accounts(WireTest):
         self.make_user(name="n" * 64)
         self.make_user(name="short", password="12345678")
 
-    def test_odd_names_come_back_as_they_were(self):
+    def test_unusual_names_are_stored_unchanged(self):
         for name in ("J\u00fcrgen", "o'neil", "a b", "100%", "\u4e2d\u6587", "<b>"):
             with self.subTest(name=name):
                 self.make_user(name=name)
@@ -63,12 +63,12 @@ class Accounts(WireTest):
                 self.assertEqual(client.snapshot()["user"]["name"], name)
                 client.close()
 
-    def test_a_second_administrator_has_no_farm_either(self):
+    def test_a_second_administrator_has_no_farm(self):
         user = self.make_user(farm=None, name="root2", role="admin").json()
         self.assertIsNone(user["farm"])
         self.user("root2").get("/farms")
 
-    def test_a_change_must_say_something_that_can_be(self):
+    def test_a_change_with_a_wrong_value_is_refused(self):
         user = self.make_user(name="changed").json()
         path = f"/users/{user['id']}"
         for change in ({"disabled": "yes"}, {"disabled": 1}, {"password": "short"}, {"password": None}, {"disabled": None},
@@ -78,7 +78,7 @@ class Accounts(WireTest):
         self.user("changed")
         self.refused(self.admin.request("PATCH", "/users/2147483647", 404, json={"disabled": True}), "not-found")
 
-    def test_nobody_else_manages_accounts(self):
+    def test_only_administrators_manage_accounts(self):
         for name in ("olga", "anna"):
             client = self.user(name)
             with self.subTest(name):

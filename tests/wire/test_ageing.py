@@ -1,4 +1,6 @@
-"""What ends by itself: sessions, unfinished uploads, the bin, old events. Days pass in the database while it is stopped."""
+"""Expiry of sessions, unfinished uploads, the bin and old events. Days pass by changing the stopped service's
+database.
+"""
 
 import sqlite3
 import unittest
@@ -11,7 +13,7 @@ DAY_MS = 24 * 3600 * 1000
 
 
 def let_pass(service, days):
-    """Stops the service, moves every time in its database (columns named …_ms) into the past, starts it again."""
+    """Stops the service, moves all times in its database (columns named …_ms) into the past, and starts it again."""
     service.stop()
     moved = 0
     database = sqlite3.connect(service.path("kelvo.sqlite"))
@@ -22,7 +24,7 @@ def let_pass(service, days):
     database.commit()
     database.close()
     if not moved:
-        raise AssertionError("the database has no times that could be moved")
+        raise AssertionError("the database has no times to move")
     service.start()
 
 
@@ -39,7 +41,7 @@ class Ageing(unittest.TestCase):
         self.addCleanup(client.close)
         return client
 
-    def test_sessions_end_after_their_hours(self):
+    def test_sessions_expire(self):
         service = self.start("--session-hours", "48")
         token = self.client(service).token
         for days, status in ((1, 200), (1.1, 401)):
@@ -49,7 +51,7 @@ class Ageing(unittest.TestCase):
             client.close()
         service.stop()
 
-    def test_unfinished_uploads_end_after_seven_days(self):
+    def test_unfinished_uploads_expire_after_seven_days(self):
         service = self.start()
         olga = self.client(service)
         inbox = make_inbox(olga)
@@ -67,7 +69,7 @@ class Ageing(unittest.TestCase):
         self.assertEqual(len(olga.get(f"/resources/{inbox}").json()["entries"]), 1)
         service.stop()
 
-    def test_a_part_gives_an_upload_its_days_again(self):
+    def test_a_part_extends_the_expiry_of_an_upload(self):
         service = self.start()
         olga = self.client(service)
         inbox = make_inbox(olga)
@@ -84,7 +86,7 @@ class Ageing(unittest.TestCase):
         self.assertEqual(done.headers["Repr-Digest"], digest_header(b"abcdef"))
         service.stop()
 
-    def test_a_finished_uploads_key_is_known_as_long_as_its_file_is_there(self):
+    def test_the_key_of_a_finished_upload_is_known_while_its_file_exists(self):
         service = self.start()
         olga = self.client(service)
         inbox = make_inbox(olga)
@@ -113,10 +115,10 @@ class Ageing(unittest.TestCase):
         anna.post(f"/bin/{early}/restore", 404)
         anna.post(f"/bin/{late}/restore", 200)
         self.assertEqual(anna.get(f"/resources/{late}/content").body, b"late")
-        self.assertEqual(anna.get(f"/resources/{twin}/content").body, b"early")  # The same bytes, still somebody's.
+        self.assertEqual(anna.get(f"/resources/{twin}/content").body, b"early")  # The file with the same bytes still exists.
         service.stop()
 
-    def test_events_are_kept_for_their_hours(self):
+    def test_old_events_are_pruned(self):
         service = self.start("--event-retention", "72h")
         olga = self.client(service)
         inbox = make_inbox(olga)

@@ -1,4 +1,4 @@
-"""Removing files, the farm's bin, and getting them back."""
+"""Removing files, the farm's bin, and restoring files."""
 
 import datetime
 import unittest
@@ -21,7 +21,7 @@ class Bin(WireTest):
     def in_bin(self, client=None):
         return {file["id"]: file for file in (client or self.anna).get("/bin").json()["files"]}
 
-    def test_a_removed_file_is_gone_everywhere_but_in_the_bin(self):
+    def test_a_removed_file_is_only_in_the_bin(self):
         self.olga.delete(self.path)
         self.refused(self.olga.get(self.path, 404), "not-found")
         self.olga.get(self.path + "/content", 404)
@@ -33,7 +33,7 @@ class Bin(WireTest):
         self.assertEqual(entry["deleted_by"], "olga")
         self.assertEqual(moment(entry["expires_at"]) - moment(entry["deleted_at"]), datetime.timedelta(days=30))
 
-    def test_a_restored_file_is_what_it_was(self):
+    def test_a_restored_file_is_unchanged(self):
         self.olga.delete(self.path)
         self.assertEqual(self.anna.post(f"/bin/{self.file['id']}/restore", 200).json(), self.file)
         self.assertEqual(self.olga.get(self.path).json(), self.file)
@@ -52,7 +52,7 @@ class Bin(WireTest):
                     self.assertEqual(event.data["entry"], self.file)
                     self.assertEqual(event.data["container"]["id"], self.inbox)
 
-    def test_if_match_keeps_a_file_that_is_another(self):
+    def test_if_match_with_another_etag_keeps_the_file(self):
         reply = self.olga.delete(self.path, 412, headers={"If-Match": '"other"'})
         self.refused(reply, "precondition-failed")
         self.olga.get(self.path)
@@ -70,7 +70,7 @@ class Bin(WireTest):
                 self.refused(client.delete(f"/resources/{resource}", 403), "forbidden")
         self.olga.get(f"/resources/{self.inbox}")
 
-    def test_files_that_one_may_not_read_are_not_found(self):
+    def test_files_of_others_are_not_found(self):
         for name in ("piet", "otto", "oda", "admin"):
             self.refused(self.user(name).delete(self.path, 404), "not-found")
         self.olga.get(self.path)

@@ -1,4 +1,4 @@
-"""What consoles report: environment, devices, positions."""
+"""The reports of consoles: environment, devices, positions."""
 
 import json
 import time
@@ -25,7 +25,7 @@ class Reports(WireTest):
         method = "POST" if path == "/positions" else "PUT"
         return self.olga.request(method, path, expect, json=value)
 
-    def test_reports_of_a_console_are_kept_and_may_come_again(self):
+    def test_reports_are_accepted_and_may_be_repeated(self):
         for _ in range(2):
             self.send("/environment", self.environment, 204)
             for state, flag in ((1, True), (0, True), (1, False), (0, False)):
@@ -39,7 +39,7 @@ class Reports(WireTest):
         self.send("/devices", {**self.device, "device": {**DEVICE, "text9": "x"}}, 204)
         self.send("/positions", {**self.position, "altitude": 12.5}, 204)
 
-    def test_positions_lie_on_the_earth(self):
+    def test_positions_outside_the_earth_are_refused(self):
         for latitude, longitude in ((90, 180), (-90, -180), (0, 0), (89.9999999, -179.9999999)):
             self.send("/positions", {**self.position, "latitude": latitude, "longitude": longitude}, 204)
         for latitude, longitude in ((90.0001, 0), (-90.0001, 0), (0, 180.0001), (0, -180.0001), (1e300, 0), (0, 1e308)):
@@ -47,7 +47,7 @@ class Reports(WireTest):
                 reply = self.send("/positions", {**self.position, "latitude": latitude, "longitude": longitude}, 422)
                 self.refused(reply, "unprocessable")
 
-    def test_times_are_taken_up_to_a_day_ahead(self):
+    def test_times_up_to_a_day_ahead_are_accepted(self):
         for path, value, name, unit in (("/positions", self.position, "time_s", 1),
                                         ("/environment", self.environment, "timestamp_ms", 1000),
                                         ("/devices", self.device, "timestamp_ms", 1000)):
@@ -56,7 +56,7 @@ class Reports(WireTest):
         for ahead in (DAY + 600, DAY * 365 * 100):
             self.refused(self.send("/positions", {**self.position, "time_s": self.now + ahead}, 422), "unprocessable")
 
-    def test_values_of_a_wrong_kind_are_refused(self):
+    def test_values_of_a_wrong_type_are_refused(self):
         for path, value in (("/environment", self.environment), ("/devices", self.device), ("/positions", self.position)):
             for name in value:
                 for wrong in ({"x": 1}, [1], "text", None, 10 ** 400):
@@ -71,12 +71,12 @@ class Reports(WireTest):
         for state in (2, -1, 1.5):
             self.send("/devices", {**self.device, "state": state}, (400, 422))
 
-    def test_what_is_not_a_number_in_json_is_refused(self):
+    def test_numbers_that_json_does_not_know_are_refused(self):
         for text in ('{"time_s":1,"latitude":NaN,"longitude":0}', '{"time_s":1,"latitude":1e999,"longitude":0}',
                      '{"time_s":1,"latitude":Infinity,"longitude":0}'):
             self.olga.post("/positions", (400, 422), body=text.encode(), headers={"Content-Type": "application/json"})
 
-    def test_long_texts_do_no_harm(self):
+    def test_long_texts_are_accepted_or_refused(self):
         value = {**self.environment, "console": {**CONSOLE, "console_string": "\u00e9\u0000\U0001f69c" * 2000}}
         self.assertLess(len(json.dumps(value)), 65536)
         self.send("/environment", value, (204, 422))

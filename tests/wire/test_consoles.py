@@ -1,4 +1,4 @@
-"""What the office sees of consoles: their last reports, their tracks, and each move as an event."""
+"""Consoles as the office sees them: their last reports, their tracks, and each move as an event."""
 
 import time
 import unittest
@@ -34,7 +34,7 @@ class ConsoleTest(WireTest):
 
 
 class Consoles(ConsoleTest):
-    def test_a_console_is_shown_with_all_that_it_last_reported(self):
+    def test_a_console_is_listed_with_its_last_reports(self):
         self.environment(self.olga, console_string="old")
         self.environment(self.olga, console_string="Console 12", number5=4, secret="x")
         for state, address in ((1, ""), (1, "00:11"), (0, "00:11")):
@@ -51,7 +51,7 @@ class Consoles(ConsoleTest):
                          [(1, ""), (0, "00:11")])
         self.assertEqual((console["position"]["latitude"], console["position"]["longitude"]), (52.1234567, 5.25))
 
-    def test_of_two_sessions_at_one_console_the_last_one_tells_what_it_is(self):
+    def test_the_last_of_two_sessions_sets_the_consoles_environment(self):
         piet = self.user("piet")
         for client, name in ((self.olga, "first"), (piet, "second"), (self.olga, "third")):
             self.environment(client, "both", console_string=name)
@@ -59,7 +59,7 @@ class Consoles(ConsoleTest):
             self.assertEqual(console["environment"]["console"]["console_string"], name)
             self.assertEqual(console["operator"]["name"], "piet" if client is piet else "olga")
 
-    def test_a_console_has_one_track_whoever_drives_it(self):
+    def test_a_console_has_one_track_for_all_users(self):
         piet = self.user("piet")
         for client, latitude in ((self.olga, 1), (piet, 2), (self.olga, 3)):
             self.environment(client, "shared")
@@ -70,12 +70,12 @@ class Consoles(ConsoleTest):
                          [(3, "olga"), (2, "piet"), (1, "olga")])
         self.assertEqual(console["operator"]["name"], "olga")
 
-    def test_an_address_in_the_position_says_which_console_it_is(self):
+    def test_an_address_in_the_position_identifies_the_console(self):
         self.move(self.olga, 10, hardware_address="boxed")
         self.move(self.olga, 11)
         self.assertEqual(self.console("boxed")["position"]["latitude"], 11)
 
-    def test_a_console_without_an_address_is_known_by_its_user(self):
+    def test_a_console_without_an_address_is_identified_by_its_user(self):
         piet = self.user("piet")
         self.move(piet, 20)
         self.environment(piet, "")
@@ -83,9 +83,9 @@ class Consoles(ConsoleTest):
         self.assertEqual(self.console("")["position"]["latitude"], 20)
         self.assertEqual(self.console("")["environment"]["console"]["hardware_address"], "")
 
-    def test_the_track_comes_newest_first_in_pages_that_do_not_shift(self):
+    def test_the_track_has_stable_pages_with_the_newest_first(self):
         self.environment(self.olga, "paged")
-        for latitude in range(7):  # The later ones are older by the console's clock.
+        for latitude in range(7):  # Later positions are older by the console's clock.
             self.olga.post("/positions", 204, json={"time_s": self.now - latitude, "latitude": latitude, "longitude": 0})
         number = self.console("paged")["id"]
         first = self.track(number, "?limit=3").json()
@@ -100,14 +100,14 @@ class Consoles(ConsoleTest):
         whole = self.track(number).json()
         self.assertEqual((len(whole["positions"]), whole["next"]), (8, None))
 
-    def test_the_track_is_cut_by_times_of_receipt(self):
+    def test_the_track_is_filtered_by_time_of_receipt(self):
         self.environment(self.olga, "timed")
         number = None
         for latitude in range(3):
             self.move(self.olga, latitude)
             number = number or self.console("timed")["id"]
             while self.console("timed")["position"]["received_at"] == self.received_now():
-                pass  # So that no two are of one millisecond.
+                pass  # No two positions may have the same millisecond.
         times = [point["received_at"] for point in self.track(number).json()["positions"]]
         self.assertEqual(len(set(times)), 3)
 
@@ -123,7 +123,7 @@ class Consoles(ConsoleTest):
         now = time.time()
         return time.strftime("%Y-%m-%dT%H:%M:%S", time.gmtime(now)) + f".{int(now * 1000) % 1000:03d}Z"
 
-    def test_parameters_that_will_not_do_are_refused(self):
+    def test_wrong_parameters_are_refused(self):
         self.environment(self.olga)
         number = self.console(ADDRESS)["id"]
         for query in ("?limit=0", "?limit=1001", "?limit=x", "?limit=", "?cursor=x", "?cursor=0", "?cursor=-1", "?cursor=" + "9" * 30,
@@ -143,7 +143,7 @@ class Consoles(ConsoleTest):
         theirs, never = oda.get(f"/consoles/{number}/track", 404), oda.get("/consoles/2147483646/track", 404)
         self.assertEqual(theirs.body, never.body)
 
-    def test_an_address_of_any_length_or_with_a_nul_is_refused(self):
+    def test_a_too_long_address_or_one_with_a_nul_is_refused(self):
         for address in ("x" * 256, "a\0b"):
             body = {"time_s": self.now, "latitude": 1, "longitude": 1, "hardware_address": address}
             self.refused(self.olga.post("/positions", 422, json=body), "unprocessable")
@@ -151,7 +151,7 @@ class Consoles(ConsoleTest):
 
 
 class Moves(ConsoleTest):
-    def test_the_office_hears_of_a_move_once_it_can_be_read_and_nobody_else_does(self):
+    def test_only_the_office_gets_a_move_after_its_commit(self):
         inbox = make_inbox(self.olga)
         self.environment(self.olga)
         with EventStream(self.anna) as office, EventStream(self.olga) as driver, EventStream(self.user("oda")) as other:
@@ -167,7 +167,7 @@ class Moves(ConsoleTest):
             otto.put("theirs.zip", [make_inbox(otto)], b"x")
             self.assertEqual([other.next().name for _ in range(2)], ["inbox-added", "file-added"])
 
-    def test_who_resumes_hears_of_the_last_move_of_each_console(self):
+    def test_a_resumed_stream_has_the_last_move_of_each_console(self):
         inbox = make_inbox(self.olga)
         piet = self.user("piet")
         cursor = self.anna.snapshot()["cursor"]
@@ -183,7 +183,7 @@ class Moves(ConsoleTest):
             self.move(self.olga, 20, hardware_address="first")
             self.assertEqual(stream.expect("console-moved").data["latitude"], 20)
 
-    def test_a_stream_that_stands_gets_every_move(self):
+    def test_an_open_stream_gets_every_move(self):
         with EventStream(self.anna) as stream:
             for latitude in range(20):
                 self.move(self.olga, latitude)
@@ -193,7 +193,7 @@ class Moves(ConsoleTest):
 class MovesAndRetention(ConsoleTest):
     OPTIONS = ("--event-retention", "5")
 
-    def test_moves_drive_no_other_event_out_of_the_log(self):
+    def test_moves_do_not_prune_other_events(self):
         inbox = make_inbox(self.olga)
         cursor = self.olga.snapshot()["cursor"]
         self.olga.put("kept.zip", [inbox], b"kept")

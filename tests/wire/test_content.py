@@ -19,14 +19,14 @@ class Content(WireTest):
     def get(self, expect, **headers):
         return self.olga.get(self.path, expect, headers={name.replace("_", "-"): value for name, value in headers.items()})
 
-    def test_the_whole_content_says_what_it_is(self):
+    def test_the_whole_content_has_length_etag_and_digest(self):
         reply = self.get(200)
         self.assertEqual(reply.body, CONTENT)
         self.assertEqual(reply.headers["Content-Length"], str(SIZE))
         self.assertEqual((reply.headers["ETag"], reply.headers["Repr-Digest"]), (self.tag, digest_header(CONTENT)))
         self.assertIsNone(reply.headers["Content-Encoding"])
 
-    def test_one_range_is_cut_as_asked(self):
+    def test_one_range_is_answered_exactly(self):
         for asked, first, last in (("0-0", 0, 0), ("0-99", 0, 99), ("100-", 100, SIZE - 1), ("-1", SIZE - 1, SIZE - 1),
                                    ("-100", SIZE - 100, SIZE - 1), (f"{SIZE - 1}-", SIZE - 1, SIZE - 1),
                                    (f"5-{SIZE + 1000}", 5, SIZE - 1), (f"-{SIZE + 7}", 0, SIZE - 1),
@@ -47,7 +47,7 @@ class Content(WireTest):
                 self.refused(reply, "range-not-satisfiable")
                 self.assertEqual(reply.headers["Content-Range"], f"bytes */{SIZE}")
 
-    def test_what_is_no_single_range_of_bytes_is_as_if_absent(self):
+    def test_any_other_range_header_is_ignored_or_refused(self):
         for asked in ("bytes=", "bytes=a-b", "bytes=5-2", "bytes", "lines=1-2", "bytes=--5", "bytes=1-2-3", "", "bytes=-",
                       "bytes=-9-1", "bytes=0x1-0x5"):
             with self.subTest(asked=asked):
@@ -55,7 +55,7 @@ class Content(WireTest):
                 if reply.status == 200:
                     self.assertEqual(reply.body, CONTENT)
 
-    def test_several_ranges_are_answered_whole_or_not_at_all(self):
+    def test_several_ranges_get_the_whole_content_or_a_refusal(self):
         reply = self.get((200, 416), Range="bytes=0-1,5-6")
         if reply.status == 200:
             self.assertEqual(reply.body, CONTENT)
@@ -66,7 +66,7 @@ class Content(WireTest):
         self.assertEqual(self.olga.get(path, 416, headers={"Range": "bytes=0-"}).headers["Content-Range"], "bytes */0")
         self.assertEqual(self.olga.get(path).body, b"")
 
-    def test_if_range_holds_the_range_to_its_tag(self):
+    def test_if_range_with_another_tag_ignores_the_range(self):
         self.assertEqual(self.get(206, Range="bytes=10-19", If_Range=self.tag).body, CONTENT[10:20])
         for tag in ('"other"', f"W/{self.tag}", self.tag.strip('"'), "Sat, 01 Jan 2022 00:00:00 GMT"):
             with self.subTest(tag=tag):
@@ -88,7 +88,7 @@ class Content(WireTest):
             with self.subTest(headers=headers):
                 get = self.olga.get(self.path, (200, 206, 416, 412), headers=headers)
                 if headers.get("Range", "").startswith("bytes=5-"):
-                    head = self.olga.request("HEAD", self.path, (200, 206), headers=headers)  # Either is right.
+                    head = self.olga.request("HEAD", self.path, (200, 206), headers=headers)  # Both statuses are valid.
                 else:
                     head = self.olga.request("HEAD", self.path, status, headers=headers)
                 self.assertEqual(head.body, b"")
@@ -102,14 +102,14 @@ class Content(WireTest):
         for resource in (inbox, project):
             self.olga.get(f"/resources/{resource}/content", (403, 404))
 
-    def test_ids_that_are_none_are_not_found(self):
+    def test_malformed_ids_are_not_found(self):
         for text in ("0", "-1", "2147483648", "99999999999999999999", "1.0", "0x1", "abc", "%31", " 1", "1%00", "+1"):
             for suffix in ("", "/content"):
                 with self.subTest(text=text, suffix=suffix):
                     path = f"/resources/{text.replace(' ', '%20')}{suffix}"
                     self.olga.get(path, (200, 400, 404) if text == "%31" else (400, 404))
 
-    def test_office_reads_what_is_the_farms_and_other_operators_do_not(self):
+    def test_the_office_reads_the_file_and_other_users_do_not(self):
         self.assertEqual(self.user("anna").get(self.path).body, CONTENT)
         for name in ("piet", "otto", "oda", "admin"):
             self.refused(self.user(name).get(self.path, 404), "not-found")

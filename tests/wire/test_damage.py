@@ -1,4 +1,6 @@
-"""A disk that forgets: what is not what was uploaded is never delivered for good, is told, and can be made good."""
+"""Contents that the disk damaged: they are never delivered as intact, they are reported, and an equal upload repairs
+them.
+"""
 
 import http.client
 import os
@@ -31,7 +33,7 @@ class Damage(unittest.TestCase):
         return self.service.path("content", digest[:2], digest)
 
     def flip(self, content):
-        """One bit in the middle; the times of the file stay."""
+        """Flips one bit in the middle; the times of the file stay."""
         status = os.stat(self.path(content))
         with open(self.path(content), "r+b") as file:
             file.seek(len(content) // 2)
@@ -63,7 +65,7 @@ class Damage(unittest.TestCase):
         self.refused(file, Range="bytes=0-3")
         self.end(2)
 
-    def test_a_large_content_is_cut_before_its_end_and_refused_from_then_on(self):
+    def test_a_large_content_is_cut_before_its_end_and_then_refused(self):
         file = self.put(LARGE)
         self.flip(LARGE)
         with self.assertRaises(http.client.IncompleteRead) as cut:
@@ -81,7 +83,7 @@ class Damage(unittest.TestCase):
         self.refused(file, Range="bytes=0-3")
         self.end(1)
 
-    def test_a_content_that_is_gone_or_cut_is_refused(self):
+    def test_a_missing_or_shortened_content_is_refused(self):
         file = self.put(LARGE)
         os.truncate(self.path(LARGE), 1000)
         self.refused(file)
@@ -89,7 +91,7 @@ class Damage(unittest.TestCase):
         self.refused(file)
         self.end(2)
 
-    def test_the_same_content_once_more_makes_the_old_one_good(self):
+    def test_uploading_the_same_content_again_repairs_it(self):
         for content in (SMALL, LARGE):
             file = self.put(content)
             self.flip(content)

@@ -1,7 +1,8 @@
-"""What an acknowledgement waits for, as the kernel sees it: data on disk, name on disk, commit on disk, then the reply.
+"""The order of system calls before an acknowledgement: data synced, name synced, commit synced, then the reply.
 
-The service runs under strace; the last system calls before the reply are held against the order that a power failure
-at any point must find. Without strace, or where tracing is forbidden, the test is skipped; on CI it then fails.
+The service runs under strace. The last system calls before the reply are compared with the order that protects
+against a power failure at any point. Without strace, or where tracing is forbidden, the test is skipped; on CI it
+fails instead.
 """
 
 import json
@@ -19,13 +20,13 @@ SEND = ("write", "sendto", "sendmsg")
 
 
 class TracedService(Service):
-    """The service under strace. Signals go to the service itself, whose process id it announces."""
+    """The service under strace. Signals go to the service itself, whose process id is in endpoints.json."""
 
     def trace_path(self):
         return os.path.join(self.root, "trace")
 
     def wrap(self, arguments):
-        # A sanitizer cannot look for leaks in what is traced. The last setting counts.
+        # A sanitizer cannot check for leaks in a traced process. The last setting counts.
         sanitizer = ":".join(filter(None, (os.environ.get("ASAN_OPTIONS"), "detect_leaks=0")))
         return ["strace", "-f", "-yy", "-s", "96", "-e", "trace=" + CALLS, "-e", "signal=none", "-o", self.trace_path(),
                 "-E", "ASAN_OPTIONS=" + sanitizer, *arguments]
@@ -50,7 +51,7 @@ class DurabilityOrder(unittest.TestCase):
         self.inbox = make_inbox(self.olga)
 
     def check_acknowledged(self, calls, begin, digest):
-        """Calls from `begin` on acknowledge an upload of this digest; the place of the reply."""
+        """Checks that the calls after `begin` acknowledge an upload of this digest; returns the index of the reply."""
         data = position(calls, "sync of the data", begin, SYNC, "/uploads/")
         name = position(calls, "rename into place", data, RENAME, "/uploads/", digest)
         folder = position(calls, "sync of the content's folder", name, SYNC, f"/content/{digest[:2]}>")
@@ -77,9 +78,9 @@ class DurabilityOrder(unittest.TestCase):
         name = position(calls, "rename into place", before, RENAME, digest)
         data = max(index for index in range(name) if calls[index][0] in SYNC and "/uploads/" in calls[index][1])
         reply = self.check_acknowledged(calls, data - 1, digest)
-        self.assertEqual(self.replies_between(calls, before, reply), [], "something was said before it was true")
+        self.assertEqual(self.replies_between(calls, before, reply), [], "a reply was sent before the commit")
 
-    def test_a_content_that_was_there_is_synced_before_it_is_relied_on(self):
+    def test_an_existing_content_is_synced_before_the_commit(self):
         content = b"twice the same" * 1000
         self.olga.put("first.zip", [self.inbox], content)
         before = len(self.service.calls())
@@ -91,7 +92,7 @@ class DurabilityOrder(unittest.TestCase):
         reply = self.check_committed(calls, folder)
         self.assertEqual(self.replies_between(calls, before, reply), [])
 
-    def test_a_part_is_on_the_disk_before_its_offset_is_told(self):
+    def test_a_part_is_synced_before_its_offset_is_sent(self):
         location = self.olga.create("parts.zip", [self.inbox], 20).headers["Location"]
         before = len(self.service.calls())
         self.olga.patch(location, 0, b"0123456789")
@@ -101,7 +102,7 @@ class DurabilityOrder(unittest.TestCase):
         reply = position(calls, "reply", data, SEND, "TCP", "\\27\\3\\3")
         self.assertEqual(self.replies_between(calls, before, reply), [])
 
-    def test_a_removal_is_committed_before_it_is_told(self):
+    def test_a_removal_is_committed_before_the_reply(self):
         file = self.olga.put("gone.zip", [self.inbox], b"gone")[0]["id"]
         before = len(self.service.calls())
         self.olga.delete(f"/resources/{file}")

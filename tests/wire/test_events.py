@@ -1,4 +1,4 @@
-"""The event stream: who gets what, and resuming without a gap or a repetition."""
+"""The event stream: which events a user gets, and resuming without a gap or a repetition."""
 
 import threading
 import unittest
@@ -11,7 +11,7 @@ class Visibility(WireTest):
     def setUp(self):
         self.olga, self.piet, self.anna, self.oda = map(self.user, ("olga", "piet", "anna", "oda"))
 
-    def test_files_are_told_to_the_owner_and_the_office_only(self):
+    def test_file_events_go_to_the_owner_and_the_office_only(self):
         hers, his, theirs = make_inbox(self.olga), make_inbox(self.piet), make_inbox(self.oda)
         with EventStream(self.olga) as owner, EventStream(self.piet) as other, \
                 EventStream(self.anna) as office, EventStream(self.oda) as foreign:
@@ -31,7 +31,7 @@ class Visibility(WireTest):
             self.assertEqual(other.expect("file-removed").data["entry"], marker)
             self.assertEqual([office.expect("file-removed").data["entry"] for _ in range(2)], [file, marker])
 
-    def test_inboxes_are_told_to_the_whole_farm_with_entries_for_readers(self):
+    def test_inbox_events_go_to_the_whole_farm_with_entries_for_readers(self):
         with EventStream(self.olga) as owner, EventStream(self.piet) as other, \
                 EventStream(self.anna) as office, EventStream(self.oda) as foreign:
             inbox = make_inbox(self.olga, "Optimal Lines")
@@ -50,7 +50,7 @@ class Visibility(WireTest):
             self.olga.put("marker.zip", [inbox], b"m")
             stream.expect("file-added")
 
-    def test_several_targets_are_an_event_each(self):
+    def test_each_target_has_an_event(self):
         hers, his = make_inbox(self.olga), make_inbox(self.piet)
         with EventStream(self.olga) as owner, EventStream(self.piet) as other, EventStream(self.anna) as office:
             files = self.anna.put("both.zip", [hers, his], b"b")
@@ -58,7 +58,7 @@ class Visibility(WireTest):
             self.assertEqual(other.expect("file-added").data["entry"], files[1])
             self.assertEqual([office.expect("file-added").data["entry"] for _ in range(2)], files)
 
-    def test_positions_are_told_to_the_office_at_most(self):
+    def test_position_events_go_to_the_office_only(self):
         inbox = make_inbox(self.olga)
         with EventStream(self.anna) as office, EventStream(self.olga) as owner, EventStream(self.piet) as other:
             self.olga.post("/positions", 204, json={"time_s": 1777615950, "latitude": 51.5, "longitude": -5.25})
@@ -67,13 +67,13 @@ class Visibility(WireTest):
             owner.expect("file-added")
             other.expect("inbox-added")
             event = office.next()
-            if event.name == "console-moved":  # Reserved in the written API: a service need not send it yet.
+            if event.name == "console-moved":  # The written API reserves this event: a service may leave it out.
                 self.assertEqual((event.data["user"]["name"], event.data["time_s"], event.data["latitude"],
                                   event.data["longitude"]), ("olga", 1777615950, 51.5, -5.25))
                 event = office.next()
             self.assertEqual((event.name, event.data["entry"]["name"]), ("file-added", "marker.zip"))
 
-    def test_logging_out_ends_the_sessions_streams_and_no_others(self):
+    def test_logging_out_ends_the_streams_of_this_session_only(self):
         again = self.user("olga")
         inbox = make_inbox(self.olga)
         with EventStream(self.olga) as ended, EventStream(again) as stays:
@@ -92,7 +92,7 @@ class Resuming(WireTest):
     def put(self, count):
         return [self.olga.put(f"{n}.zip", [self.inbox], b"%d" % n)[0]["id"] for n in range(count)]
 
-    def test_everything_after_the_cursor_comes_and_nothing_else(self):
+    def test_a_stream_sends_exactly_the_events_after_the_cursor(self):
         cursor = self.olga.snapshot()["cursor"]
         files = self.put(5)
         for arguments in ({"cursor": cursor}, {"query": cursor}):
@@ -104,7 +104,7 @@ class Resuming(WireTest):
             new = self.put(1)
             self.assertEqual(stream.expect("file-added").data["entry"]["id"], new[0])
 
-    def test_the_header_goes_before_the_query(self):
+    def test_the_cursor_header_takes_precedence_over_the_query(self):
         first = self.olga.snapshot()["cursor"]
         self.put(2)
         second = self.olga.snapshot()["cursor"]
@@ -118,7 +118,7 @@ class Resuming(WireTest):
             new = self.put(1)
             self.assertEqual(stream.next().data["entry"]["id"], new[0])
 
-    def test_the_cursor_of_ones_own_snapshot_does_not_bring_what_others_may_see(self):
+    def test_a_cursor_does_not_show_events_of_others(self):
         anna = self.user("anna")
         cursor = self.olga.snapshot()["cursor"]
         his = make_inbox(self.user("piet"))
@@ -130,7 +130,7 @@ class Resuming(WireTest):
                 seen = stream.next()
             self.assertEqual(seen.data["entry"]["id"], new[0])
 
-    def test_a_reader_that_is_cut_again_and_again_misses_nothing_and_sees_nothing_twice(self):
+    def test_a_reader_with_many_cuts_gets_each_event_once(self):
         cursor = self.olga.snapshot()["cursor"]
         total, sent, seen = 60, [], []
         sender = self.user("anna")
@@ -149,7 +149,7 @@ class Resuming(WireTest):
         thread.join()
         self.assertEqual(seen, sent)
 
-    def test_snapshot_and_stream_fit_together_while_others_write(self):
+    def test_snapshot_and_stream_have_no_gap_while_others_write(self):
         sender = self.user("anna")
         sent, snapshots = [], []
         before = {entry["id"] for entry in self.entries(self.olga, self.inbox)}
@@ -176,7 +176,7 @@ class Resuming(WireTest):
                 path = "/events" if arguments else f"/events?cursor={future}"
                 self.refused(self.olga.get(path, 410, **arguments), "cursor-too-old")
 
-    def test_what_is_no_cursor_is_refused(self):
+    def test_a_malformed_cursor_is_refused(self):
         for text in ("x", "-1", "1.5", "1x", "9" * 40, "'", "%00"):
             with self.subTest(text=text):
                 self.olga.get(f"/events?cursor={text}", (400, 410))
@@ -199,7 +199,7 @@ class Resuming(WireTest):
 class Retention(WireTest):
     OPTIONS = ("--event-retention", "5")
 
-    def test_a_cursor_older_than_what_is_kept_is_refused(self):
+    def test_a_cursor_older_than_the_log_is_refused(self):
         olga = self.user("olga")
         inbox = make_inbox(olga)
         cursor = olga.snapshot()["cursor"]

@@ -1,7 +1,7 @@
-"""A full disk: every change is refused with 507, what there is can still be read, and with room again all goes on.
+"""A full disk: every change is refused with 507, reads still work, and changes work again when there is room.
 
-The data folder is a small file system in memory in a mount namespace of the service's own; where namespaces or mounts
-are forbidden the tests are skipped; on CI they then fail.
+The data folder is a small file system in memory, in a mount namespace of the service. Where namespaces or mounts are
+forbidden the tests are skipped; on CI they fail instead.
 """
 
 import errno
@@ -29,7 +29,7 @@ def mounts_work():
 
 
 class SmallDisk(Service):
-    """The service on a file system of its own, which only it sees and which ends with it."""
+    """The service on its own file system, which no other process sees and which ends with the service."""
 
     def wrap(self, arguments):
         os.makedirs(self.folder)
@@ -44,7 +44,7 @@ class SmallDisk(Service):
         return status.f_bavail * status.f_bsize
 
     def fill(self, leave=0):
-        """Takes what room there is but for so many bytes."""
+        """Fills the file system except for `leave` bytes."""
         with open(self.path("ballast"), "ab", buffering=0) as ballast:
             while self.room() > leave:
                 try:
@@ -60,7 +60,7 @@ class SmallDisk(Service):
 
 class FullDisk(unittest.TestCase):
     def setUp(self):
-        needs(self, mounts_work(), "unshare, and leave to mount in a namespace")
+        needs(self, mounts_work(), "unshare, and permission to mount in a namespace")
         self.service = SmallDisk()
         self.addCleanup(self.service.remove)
         self.service.start()
@@ -78,7 +78,7 @@ class FullDisk(unittest.TestCase):
         self.service.stop()
         self.service.check_log()
 
-    def test_a_content_in_one_request(self):
+    def test_refuses_an_upload_in_one_request(self):
         self.service.fill(leave=500_000)
         self.full(self.olga.create("big.zip", [self.inbox], len(CONTENT), CONTENT, key="big", expect=507))
         self.assertEqual(self.olga.get(f"/resources/{self.inbox}").json()["entries"], [])
@@ -91,7 +91,7 @@ class FullDisk(unittest.TestCase):
         self.assertEqual(self.olga.get(f"/resources/{done.headers['Kelvo-File-Ids']}/content").body, CONTENT)
         self.end()
 
-    def test_a_part_of_an_upload(self):
+    def test_refuses_a_part_of_an_upload(self):
         location = self.olga.create("parts.zip", [self.inbox], len(CONTENT), CONTENT[:1000]).headers["Location"]
         self.service.fill(leave=100_000)
         self.full(self.olga.patch(location, 1000, CONTENT[1000:], expect=507))
@@ -104,7 +104,7 @@ class FullDisk(unittest.TestCase):
         self.assertEqual(done.headers["Repr-Digest"], digest_header(CONTENT))
         self.end()
 
-    def test_the_database(self):
+    def test_refuses_changes_of_the_database(self):
         kept = self.olga.put("kept.zip", [self.inbox], CONTENT)[0]
         before = self.olga.snapshot()
         other = Client(self.service)
@@ -129,7 +129,7 @@ class FullDisk(unittest.TestCase):
         self.assertEqual([entry["name"] for entry in self.olga.get(f"/resources/{self.inbox}").json()["entries"]], ["new.zip"])
         self.end()
 
-    def test_the_commit_of_a_content_that_has_come_whole(self):
+    def test_refuses_the_commit_of_a_received_content(self):
         length = len(CONTENT)
         location = self.olga.create("last.zip", [self.inbox], length, CONTENT[:-1]).headers["Location"]
         self.service.fill()

@@ -1,4 +1,4 @@
-"""Idempotency-Key: a repeat never makes a second file, and never answers for another one."""
+"""Idempotency-Key: a repeat never makes a second file, and a key never returns the result of another request."""
 
 import threading
 import unittest
@@ -22,7 +22,7 @@ class IdempotencyKeys(WireTest):
     def count(self):
         return self.names(self.olga, self.inbox).count(self.name)
 
-    def test_a_repeat_of_an_unfinished_upload_says_where_it_stands(self):
+    def test_a_repeat_of_an_unfinished_upload_returns_its_offset(self):
         first = self.create(b"abc")
         second = self.create()
         self.assertEqual(second.headers["Location"], first.headers["Location"])
@@ -37,7 +37,7 @@ class IdempotencyKeys(WireTest):
         self.refused(self.create(b"abcdef", expect=409), "conflict")
         self.assertEqual(self.olga.offset(location), 3)
 
-    def test_a_repeat_of_a_finished_upload_answers_the_same_result(self):
+    def test_a_repeat_of_a_finished_upload_returns_the_same_result(self):
         first = self.create(b"abcdef")
         self.assertIsNone(first.headers["Kelvo-Repeated"])
         for body in (None, b"ABCDEF"):
@@ -48,7 +48,7 @@ class IdempotencyKeys(WireTest):
                 self.assertEqual(again.headers[header], first.headers[header])
         self.assertEqual(self.count(), 1)
 
-    def test_an_upload_finished_by_patch_is_repeated_the_same(self):
+    def test_a_repeat_of_an_upload_finished_by_patch_returns_the_same_result(self):
         location = self.create().headers["Location"]
         done = self.olga.patch(location, 0, b"abcdef")
         again = self.create()
@@ -62,7 +62,7 @@ class IdempotencyKeys(WireTest):
             self.assertEqual(again.json()["files"], first.json()["files"])
         self.assertEqual(self.count(), 1)
 
-    def test_an_empty_file_is_repeated_the_same(self):
+    def test_a_repeat_of_an_empty_file_returns_the_same_result(self):
         first = self.create(length=0)
         self.assertEqual(self.create(length=0).json()["files"], first.json()["files"])
         self.assertEqual(self.count(), 1)
@@ -80,34 +80,34 @@ class IdempotencyKeys(WireTest):
         self.assertEqual(self.create().headers["Kelvo-File-Ids"], done.headers["Kelvo-File-Ids"])
         self.assertEqual(self.count(), 1)
 
-    def test_after_the_result_was_removed_the_whole_body_may_come_again(self):
+    def test_after_the_result_was_removed_the_whole_body_can_be_sent_again(self):
         first = self.create(b"abcdef")
         self.olga.delete(f"/resources/{first.json()['files'][0]['id']}")
         again = self.create(b"abcdef")
         self.assertEqual(again.headers["Repr-Digest"], digest_header(b"abcdef"))
         self.assertEqual(self.count(), 1)
 
-    def test_after_one_of_two_results_was_removed_a_new_upload_starts(self):
+    def test_after_one_of_two_files_was_removed_a_new_upload_starts(self):
         both = [self.inbox, self.other]
         first = self.create(b"abcdef", targets=both)
         self.assertEqual(self.create(targets=both).json()["files"], first.json()["files"])
         self.olga.delete(f"/resources/{first.json()['files'][1]['id']}")
         self.assertEqual(self.create(targets=both).headers["Upload-Offset"], "0")
 
-    def test_a_restored_result_counts_again(self):
+    def test_a_repeat_returns_a_restored_result(self):
         first = self.create(b"abcdef")
         file = first.json()["files"][0]["id"]
         self.olga.delete(f"/resources/{file}")
         self.user("anna").post(f"/bin/{file}/restore", 200)
         self.assertEqual(self.create().headers["Kelvo-File-Ids"], str(file))
 
-    def test_after_an_upload_was_given_up_the_key_starts_a_new_one(self):
+    def test_after_a_deletion_the_key_starts_a_new_upload(self):
         first = self.create(b"abc")
         self.olga.tus("DELETE", first.headers["Location"], 204)
         again = self.create(b"abcdef")
         self.assertEqual(again.headers["Repr-Digest"], digest_header(b"abcdef"))
 
-    def test_the_same_key_for_something_else_is_a_conflict(self):
+    def test_the_same_key_for_another_upload_is_a_conflict(self):
         for finished, body in ((False, b"abc"), (True, b"abcdef")):
             key = f"{self.key}-{finished}"
             self.create(body, key=key)
@@ -124,7 +124,7 @@ class IdempotencyKeys(WireTest):
         self.assertNotEqual(second.headers["Kelvo-File-Ids"], first.headers["Kelvo-File-Ids"])
         self.assertEqual(second.headers["Repr-Digest"], digest_header(b"ABCDEF"))
 
-    def test_the_key_holds_across_sessions_of_its_user(self):
+    def test_the_key_works_in_other_sessions_of_its_user(self):
         first = self.create(b"abcdef")
         self.assertEqual(self.create(client=self.user("olga")).json()["files"], first.json()["files"])
 

@@ -1,4 +1,4 @@
-"""kelvoctl against the running service: every command, its exit codes, and its patience with a bad link."""
+"""kelvoctl against a running service: every command, its exit codes, and its retries on a bad link."""
 
 import hashlib
 import json
@@ -20,7 +20,7 @@ CONTENT = os.urandom(1_500_000)
 
 
 class Tool:
-    """The tool with a home of its own, where it finds its session and the local files."""
+    """The tool with its own home folder for its session and the local files."""
 
     def __init__(self, service, port=None):
         self.home = tempfile.mkdtemp(prefix="kelvoctl-", dir=service.root)
@@ -33,17 +33,17 @@ class Tool:
                 **{name: os.environ[name] for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS") if name in os.environ}}
 
     def run(self, *arguments, code=OK, env=None):
-        """(stdout, stderr); stdin and the terminal are not there, so nothing can wait for a person."""
+        """Returns (stdout, stderr). There is no stdin and no terminal, so the tool cannot wait for input."""
         result = subprocess.run([TOOL, *arguments], capture_output=True, text=True, timeout=GUARD_SECONDS, check=False,
                                 cwd=self.home, env=self.environment(env), stdin=subprocess.DEVNULL, start_new_session=True)
         if result.returncode != code:
             raise AssertionError(f"{arguments} -> {result.returncode} instead of {code}\n{result.stdout}{result.stderr}")
         if code != OK and not result.stderr.startswith("kelvoctl: "):
-            raise AssertionError(f"{arguments} -> {code} and says {result.stderr!r}")
+            raise AssertionError(f"{arguments} -> {code} and prints {result.stderr!r}")
         return result.stdout, result.stderr
 
     def json(self, *arguments):
-        """The one line of JSON that a command prints."""
+        """Returns the one line of JSON that a command prints."""
         return json.loads(self.run("--json", *arguments)[0])
 
     def start(self, *arguments):
@@ -75,7 +75,7 @@ class KelvoctlTest(WireTest):
 
 
     def start_watch(self, tool, *arguments):
-        """A running watch that stands; what hangs is killed."""
+        """Starts a watch and waits until it is connected. A watch that hangs is killed."""
         watch = tool.start(*arguments)
         guard = threading.Timer(GUARD_SECONDS, watch.kill)
         guard.start()
@@ -92,7 +92,7 @@ class KelvoctlTest(WireTest):
 
 
 class Commands(KelvoctlTest):
-    def test_the_administrators_round(self):
+    def test_the_administrator_manages_farms_and_users(self):
         admin = self.tool("admin")
         self.assertIn("New Farm", admin.run("farm", "add", "New Farm")[0])
         self.assertIn("New Farm", [farm["name"] for farm in admin.json("farm", "list")])
@@ -117,10 +117,10 @@ class Commands(KelvoctlTest):
         admin.run("user", "add", "x", "--role", "office", code=USAGE, env={"KELVOCTL_NEW_PASSWORD": "long enough"})
         admin.run("user", "add", "x", "--farm", "New Farm", "--role", "boss", code=USAGE)
 
-    def test_a_files_round(self):
+    def test_a_file_is_put_listed_fetched_removed_and_restored(self):
         olga, anna = self.tool("olga"), self.tool("anna")
         olga.write("field one.zip", CONTENT)
-        result = olga.json("put", "field one.zip", "--to", "olga/AB Lines")  # The own inbox is made on the way.
+        result = olga.json("put", "field one.zip", "--to", "olga/AB Lines")  # put makes the caller's own inbox.
         self.assertEqual((result["name"], len(result["ids"]), result["warnings"]), ("field one.zip", 1, []))
         number = result["ids"][0]
         project = olga.json("ls", "AB Lines", "--owner", "olga")[0]
@@ -155,10 +155,10 @@ class Commands(KelvoctlTest):
             self.assertEqual({file["name"] for file in files}, {name})
         out, err = anna.run("put", "a.zip", "--to", "olga/Pivots", "--name", "b.zip")
         self.assertIn("b.zip", out)
-        self.assertIn("b.zip", err)  # The warning that the name is there twice now.
+        self.assertIn("b.zip", err)  # The warning that the inbox now has two files of this name.
         self.assertEqual(self.names(olga, targets[0]), ["a.zip", "b.zip", "b.zip"])
 
-    def test_put_refuses_what_will_not_do_before_it_sends_anything(self):
+    def test_put_refuses_wrong_arguments_before_it_sends_anything(self):
         olga = self.tool("olga")
         olga.write("a.zip", b"a")
         before = self.user("olga").snapshot()["projects"]
@@ -178,7 +178,7 @@ class Commands(KelvoctlTest):
         olga.write("a.zip", b"a")
         self.assertRegex(olga.run("put", "a.zip", "--to", "piet/Curves", code=REFUSED)[1], r"^kelvoctl: .+: .+\n$")
 
-    def test_get_replaces_nothing_unless_told_to(self):
+    def test_get_replaces_a_file_only_with_the_option_o(self):
         olga = self.user("olga")
         number = str(olga.put("there.zip", [make_inbox(olga)], b"new")[0]["id"])
         tool = self.tool("olga")
@@ -194,12 +194,12 @@ class Commands(KelvoctlTest):
         tool.run("get", "0", code=USAGE)
         tool.run("get", number, "-o", "none/there.zip", code=USAGE)
 
-    def test_the_session_is_private_and_ends_with_the_log_out(self):
+    def test_the_session_file_is_private_and_removed_at_logout(self):
         tool = self.tool("olga")
         self.assertEqual(os.stat(tool.session).st_mode & 0o777, 0o600)
         with open(tool.session, encoding="utf-8") as file:
             token = json.load(file)["token"]
-        tool.run("--server", "localhost:1", "ls", code=USAGE)  # The token stays with who gave it.
+        tool.run("--server", "localhost:1", "ls", code=USAGE)  # The token is only sent to the server that issued it.
         tool.run("logout")
         self.assertFalse(os.path.exists(tool.session))
         tool.run("ls", code=USAGE)
@@ -210,7 +210,7 @@ class Commands(KelvoctlTest):
         tool.run("--session", other, "--server", tool.server, "--ca", tool.ca, "login", "olga", env={"KELVOCTL_PASSWORD": PASSWORD})
         self.assertTrue(tool.json("--session", other, "ls"))
 
-    def test_log_in_needs_a_password_from_somewhere_and_says_when_it_is_wrong(self):
+    def test_login_needs_a_password_and_reports_a_wrong_password(self):
         tool = self.tool()
         arguments = ("--server", tool.server, "--ca", tool.ca, "login", "olga")
         tool.run(*arguments, code=USAGE)
@@ -222,7 +222,7 @@ class Commands(KelvoctlTest):
         path = tool.write("password", PASSWORD.encode() + b"\r\n")
         self.assertIn("olga", tool.run(*arguments, "--password-file", path)[0])
 
-    def test_help_is_help_and_nonsense_is_not(self):
+    def test_help_succeeds_and_wrong_usage_fails(self):
         tool = self.tool()
         out = tool.run("--help")[0]
         for command in ("login", "farm", "user", "ls", "put", "get", "rm", "bin", "consoles", "track", "watch"):
@@ -231,16 +231,16 @@ class Commands(KelvoctlTest):
         for arguments in ([], ["nonsense"], ["put"], ["user"], ["rm"], ["rm", "x"], ["bin"], ["--nonsense"], ["watch", "--count", "x"]):
             tool.run(*arguments, code=USAGE)
 
-    def test_a_service_that_is_not_there_or_not_trusted_is_unreachable(self):
+    def test_a_missing_or_untrusted_service_is_unreachable(self):
         tool = self.tool()
         secret = {"KELVOCTL_PASSWORD": PASSWORD}
         tool.run("--server", "localhost:1", "login", "olga", code=UNREACHABLE, env=secret)
-        tool.run("--server", tool.server, "login", "olga", code=UNREACHABLE, env=secret)  # Not signed by the system's.
+        tool.run("--server", tool.server, "login", "olga", code=UNREACHABLE, env=secret)  # The system's authorities have not signed this certificate.
         tool.run("--server", f"127.0.0.2:{self.service.port}", "--ca", tool.ca, "login", "olga", code=UNREACHABLE, env=secret)
         tool.run("--server", f"{self.service.metrics_host}:{self.service.metrics_port}", "--ca", tool.ca, "login", "olga",
                  code=UNREACHABLE, env=secret)
 
-    def test_watch_prints_what_happens(self):
+    def test_watch_prints_events(self):
         olga = self.user("olga")
         inbox = make_inbox(olga)
         tool = self.tool("olga")
@@ -268,7 +268,7 @@ class Commands(KelvoctlTest):
         olga.request("PUT", "/environment", 204, json=day)
         olga.request("PUT", "/devices", 204, json={"timestamp_ms": 1000, "state": 0, "flag": True, "device": {"kind": "Boom"}})
         watch = self.start_watch(anna, "watch", "--count", "1")
-        for number in range(205):  # More than a page.
+        for number in range(205):  # More than one page.
             olga.post("/positions", 204, json={"time_s": 1000, "latitude": number / 16, "longitude": -0.5})
         self.assertRegex(watch.stdout.read(), "console-moved  console [0-9]+ of olga at 0.0 -0.5")
         console = anna.json("consoles")[0]
@@ -304,11 +304,11 @@ class Commands(KelvoctlTest):
 
 class BadLinks(KelvoctlTest):
     def through(self, *cuts):
-        proxy = CuttingProxy(self.service, [("", None), *cuts])  # The first connection is the log-in.
+        proxy = CuttingProxy(self.service, [("", None), *cuts])  # The first connection is the login.
         self.addCleanup(proxy.__exit__)
         return proxy, self.tool("olga", proxy.port)
 
-    def test_put_goes_on_after_cuts_and_makes_one_file(self):
+    def test_put_resumes_after_cuts_and_makes_one_file(self):
         olga = self.user("olga")
         inbox = make_inbox(olga)
         for number, cuts in enumerate(([("up", 400_000)], [("up", 300_000), ("up", 300_000), ("up", 10)], [("up", 3000)])):
@@ -321,20 +321,20 @@ class BadLinks(KelvoctlTest):
                 self.assertEqual(self.names(olga, inbox).count(name), 1)
                 self.assertGreater(proxy.connections, 1 + len(cuts))
 
-    def test_put_makes_one_file_when_only_the_answer_is_lost(self):
+    def test_put_makes_one_file_when_the_reply_is_lost(self):
         olga = self.user("olga")
         inbox = make_inbox(olga)
         measured, tool = self.through()
         tool.write("lost.zip", b"small")
         number = tool.json("put", "lost.zip", "--to", "olga/To Console")["ids"][0]
         olga.delete(f"/resources/{number}")
-        proxy, tool = self.through(("down", measured.passed_down[1] - 100))  # Within the upload's reply.
+        proxy, tool = self.through(("down", measured.passed_down[1] - 100))  # Within the reply to the upload.
         tool.write("lost.zip", b"small")
         number = tool.json("put", "lost.zip", "--to", "olga/To Console")["ids"][0]
         self.assertEqual([entry["id"] for entry in self.entries(olga, inbox) if entry["name"] == "lost.zip"], [number])
         self.assertGreaterEqual(proxy.connections, 3)
 
-    def test_get_goes_on_after_cuts(self):
+    def test_get_resumes_after_cuts(self):
         olga = self.user("olga")
         number = olga.put("cut-get.zip", [make_inbox(olga)], CONTENT)[0]["id"]
         proxy, tool = self.through(("down", 500_000), ("down", 400_000))
@@ -342,7 +342,7 @@ class BadLinks(KelvoctlTest):
         self.assertEqual(tool.read("cut-get.zip"), CONTENT)
         self.assertEqual(proxy.connections, 4)
 
-    def test_watch_goes_on_after_cuts_without_a_gap_or_a_repetition(self):
+    def test_watch_resumes_after_cuts_without_a_gap_or_a_repetition(self):
         olga = self.user("olga")
         inbox = make_inbox(olga)
         proxy, tool = self.through()
@@ -359,9 +359,9 @@ class BadLinks(KelvoctlTest):
 
 
 class HostileNames(unittest.TestCase):
-    """A service that lies about names; the honest one is made to by changing its database while it is stopped."""
+    """A service that sends dangerous names: the test changes the names in the database of the stopped service."""
 
-    def test_get_never_makes_a_path_of_a_name_from_the_service(self):
+    def test_get_never_uses_a_name_from_the_service_as_a_path(self):
         service = Service()
         self.addCleanup(service.remove)
         service.start()

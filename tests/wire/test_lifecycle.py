@@ -1,4 +1,4 @@
-"""Starting, stopping and starting again: nothing that was acknowledged is lost, and refusals say why."""
+"""Start, stop and restart: nothing acknowledged is lost, and each refusal has a reason."""
 
 import configparser
 import fcntl
@@ -24,7 +24,7 @@ UNIT = os.path.join(os.path.dirname(__file__), "..", "..", "packaging", "kelvo-s
 
 
 class LifecycleTest(unittest.TestCase):
-    """A service of its own for each test."""
+    """Each test has its own service."""
 
     def start(self, *options):
         service = Service(*options)
@@ -42,14 +42,14 @@ class LifecycleTest(unittest.TestCase):
         return client
 
     def back(self, service, client):
-        """The same session with the service that was started again."""
+        """The client's session with the restarted service."""
         again = Client(service, client.token)
         self.addCleanup(again.close)
         return again
 
 
 class Starting(LifecycleTest):
-    def test_says_where_it_listens_on_the_terminal_and_in_a_file(self):
+    def test_writes_its_addresses_to_stdout_and_to_a_file(self):
         service = self.start()
         endpoints = json.loads(service.text("endpoints.json"))
         self.assertEqual(endpoints["api"], f"{service.host}:{service.port}")
@@ -59,13 +59,13 @@ class Starting(LifecycleTest):
         service.stop()
         service.check_log()
 
-    def test_says_one_line_only(self):
+    def test_prints_one_line_only(self):
         service = self.start()
         service.signal()
         self.assertEqual(service.process.stdout.read(), "")
         self.assertEqual(service.wait(), 0)
 
-    def test_listens_where_it_was_told(self):
+    def test_listens_on_the_given_port(self):
         with socket.create_server(("127.0.0.1", 0)) as probe:
             port = probe.getsockname()[1]
         service = Service()
@@ -73,7 +73,7 @@ class Starting(LifecycleTest):
         service.start(listen=f"127.0.0.1:{port}")
         self.assertEqual(service.port, port)
         service.stop()
-        service.start(listen=f"127.0.0.1:{port}")  # At once again, though connections linger.
+        service.start(listen=f"127.0.0.1:{port}")  # At once again, although closed connections are still in TIME_WAIT.
         service.stop()
 
     def test_keeps_its_authority_and_its_administrator(self):
@@ -85,7 +85,7 @@ class Starting(LifecycleTest):
         log_in_admin(service).close()
         service.stop()
 
-    def test_uses_a_certificate_that_it_is_given(self):
+    def test_uses_a_given_certificate(self):
         service = Service()
         self.addCleanup(service.remove)
         key, certificate = (os.path.join(service.root, name) for name in ("own.key", "own.pem"))
@@ -109,9 +109,9 @@ class Refusing(LifecycleTest):
     def refused(self, folder, *words, **arguments):
         code, out, err = run_refused(folder, **arguments)
         self.assertEqual((code, out), (2, ""), err)
-        lines = [line for line in err.splitlines() if not line.startswith("{")]  # The others are the log's.
+        lines = [line for line in err.splitlines() if not line.startswith("{")]  # The other lines are the log.
         self.assertEqual(len(lines), 1, err)
-        self.assertTrue(any(word in lines[0].lower() for word in words), f"none of {words} in {err!r}")
+        self.assertTrue(any(word in lines[0].lower() for word in words), f"no word of {words} in {err!r}")
 
     def test_a_port_that_is_taken(self):
         with socket.create_server(("127.0.0.1", 0)) as taken:
@@ -134,18 +134,18 @@ class Refusing(LifecycleTest):
         self.assertEqual(endpoints["pid"], self.service.process.pid)
         self.service.stop()
 
-    def let_go_when_waited_for(self, lock):
+    def unlock_when_the_service_waits(self, lock):
         guard = time.monotonic() + GUARD_SECONDS
         while "waits-for-a-backup" not in self.service.log() and time.monotonic() < guard:
             pass
         fcntl.flock(lock, fcntl.LOCK_UN)
 
-    def test_not_for_a_backup_that_reads_at_that_moment(self):
+    def test_waits_for_a_backup_instead_of_refusing(self):
         self.service.start()
         self.service.stop()
         with open(self.service.path("lock"), "rb") as lock:
             fcntl.flock(lock, fcntl.LOCK_SH)
-            release = threading.Thread(target=self.let_go_when_waited_for, args=(lock,))
+            release = threading.Thread(target=self.unlock_when_the_service_waits, args=(lock,))
             release.start()
             self.service.start()
             release.join()
@@ -175,7 +175,7 @@ class Refusing(LifecycleTest):
         database.close()
         self.refused(self.service.folder, "schema", "newer", "version")
 
-    def test_a_command_line_that_will_not_do(self):
+    def test_a_wrong_command_line(self):
         for arguments in ([], ["serve"], ["serve", "--data", self.service.folder, "--listen", "nowhere"],
                           ["serve", "--data", self.service.folder, "--listen", "127.0.0.1:99999"], ["serve", "--bogus"],
                           ["nonsense"], ["serve", "--data", self.service.folder, "--listen", "127.0.0.1:0", "--password-cost", "x"]):
@@ -187,7 +187,7 @@ class Refusing(LifecycleTest):
 
 
 class Unit(unittest.TestCase):
-    def test_systemd_starts_it_again_whatever_it_refused_for(self):
+    def test_systemd_restarts_it_after_any_failure(self):
         unit = configparser.ConfigParser(strict=False, interpolation=None)
         with open(UNIT, encoding="utf-8") as file:
             unit.read_file(file)
@@ -230,7 +230,7 @@ class StartingAgain(LifecycleTest):
         self.assertEqual(olga.get(f"/resources/{removed['id']}/content").body, b"removed")
         service.stop()
 
-    def test_what_was_acknowledged_outlives_a_kill(self):
+    def test_acknowledged_uploads_survive_a_kill(self):
         service = self.start_settled()
         olga = self.client(service)
         inbox = make_inbox(olga)
@@ -246,7 +246,7 @@ class StartingAgain(LifecycleTest):
                         acknowledged.append((client.put(f"{round_number}-{n}.zip", [inbox], content)[0], content))
                         if n == 10:
                             enough.set()
-                except Exception:  # Whatever the kill looks like from here.
+                except Exception:  # Any error that the kill causes here.
                     enough.set()
             thread = threading.Thread(target=send)
             thread.start()
@@ -265,7 +265,7 @@ class StartingAgain(LifecycleTest):
         self.assertEqual(told, list(entries))
         service.stop()
 
-    def test_a_kill_during_an_upload_leaves_what_can_be_gone_on_from(self):
+    def test_an_upload_resumes_after_a_kill(self):
         service = self.start_settled()
         olga = self.client(service)
         inbox = make_inbox(olga)
@@ -311,12 +311,12 @@ class StartingAgain(LifecycleTest):
 
 
 class Full(LifecycleTest):
-    """What is refused for want of room, and that it goes on when there is room again."""
+    """Requests refused for lack of room or connections, and their success when there is room again."""
 
     def problem(self, reply, status, name):
         self.assertEqual((reply.status, reply.problem), (status, name), reply)
 
-    def test_a_full_disk_is_said_so_and_what_arrived_is_of_use_later(self):
+    def test_an_upload_resumes_after_a_full_disk(self):
         service = self.start_settled()
         olga = self.client(service)
         inbox = make_inbox(olga)
@@ -340,9 +340,9 @@ class Full(LifecycleTest):
         service.stop()
         service.check_log()
 
-    def test_more_connections_than_it_may_have_are_told_to_come_back(self):
+    def test_connections_above_the_limit_are_answered_busy(self):
         service = self.start_settled("--max-connections", "2")
-        taken = [raw_socket(service) for _ in range(2)]  # Through the handshake, so they are counted.
+        taken = [raw_socket(service) for _ in range(2)]  # After the handshake, so the service counts them.
         client = Client(service)
         reply = client.request("GET", "/account", 503)
         self.problem(reply, 503, "busy")
@@ -350,21 +350,21 @@ class Full(LifecycleTest):
         for connection in taken:
             connection.close()
         guard = time.monotonic() + GUARD_SECONDS
-        while (reply := client.request("GET", "/account", (401, 503))).status == 503:  # Until it noticed.
+        while (reply := client.request("GET", "/account", (401, 503))).status == 503:  # Until the service has noticed the close.
             self.assertLess(time.monotonic(), guard)
         client.close()
         service.stop()
 
 
 class Stopping(LifecycleTest):
-    def test_both_signals_stop_it_well(self):
+    def test_both_signals_stop_it_with_exit_code_0(self):
         for number in (signal.SIGTERM, signal.SIGINT):
             service = self.start()
             service.signal(number)
             self.assertEqual(service.wait(), 0)
             service.check_log()
 
-    def test_open_streams_and_idle_connections_do_not_hold_it(self):
+    def test_open_streams_and_idle_connections_do_not_delay_the_stop(self):
         service = self.start_settled()
         olga = self.client(service)
         olga.get("/account")
@@ -372,7 +372,7 @@ class Stopping(LifecycleTest):
             service.stop()
             self.assertIs(stream.next(), END)
 
-    def test_a_running_upload_stops_with_it_and_goes_on_after(self):
+    def test_a_running_upload_stops_and_resumes_after_the_restart(self):
         service = self.start_settled()
         olga = self.client(service)
         inbox = make_inbox(olga)
@@ -390,7 +390,7 @@ class Stopping(LifecycleTest):
         self.assertEqual(done.headers["Repr-Digest"], digest_header(CONTENT))
         service.stop()
 
-    def test_a_download_that_nobody_reads_does_not_hold_it(self):
+    def test_an_unread_download_does_not_delay_the_stop(self):
         service = self.start_settled()
         olga = self.client(service)
         file = olga.put("unread.zip", [make_inbox(olga)], CONTENT * 20)[0]["id"]

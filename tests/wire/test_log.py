@@ -1,4 +1,4 @@
-"""The log when things go wrong: one object a line, and in none of them what people sent, however the database fails."""
+"""The log during failures: one object per line, and no text that clients sent, however the database fails."""
 
 import sqlite3
 import unittest
@@ -7,7 +7,7 @@ from kelvowire.farm import PASSWORD, log_in, make_inbox, settle
 from kelvowire.http import Client, metadata
 from kelvowire.service import Service
 
-# What stands for a database that fails: what SQLite says then, on what is written with each request below.
+# Each trigger simulates a failing database: it raises SQLite's error for one of the requests below.
 TABLES = ("INSERT ON sessions", "INSERT ON users", "INSERT ON uploads", "INSERT ON console_devices")
 NAME, NONCE, FIELD, TEXT = "quite-a-secret-name", "quite-a-secret-nonce", "quite-a-secret-field.zip", "quite-a-secret-text"
 
@@ -28,7 +28,7 @@ class FailingDatabase(unittest.TestCase):
         database.commit()
         database.close()
 
-    def test_nothing_of_what_was_to_be_written_is_in_the_log(self):
+    def test_the_log_has_no_text_from_failed_writes(self):
         self.service.secrets.update((NAME, NONCE, FIELD, TEXT, "$argon2id$", "INSERT INTO", "executing"))
         device = {"hardware_address": "aa:bb", "text2": TEXT * 1000}
         report = {"timestamp_ms": 1, "state": 1, "flag": True, "device": device}

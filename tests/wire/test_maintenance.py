@@ -1,4 +1,4 @@
-"""An operator's commands on a real data folder: verify, backup and restore, with a service at work beside them."""
+"""The operator's commands on a real data folder: verify, backup and restore, beside a working service."""
 
 import os
 import shutil
@@ -11,7 +11,7 @@ from kelvowire.farm import log_in, make_inbox, settle
 from kelvowire.http import Client, sha256_hex
 from kelvowire.service import BINARY, GUARD_SECONDS, Service, run_refused
 
-MOST_CONTENTS = 60  # of each client
+MOST_CONTENTS = 60  # for each client
 LONG_GUARD_SECONDS = 240  # under a sanitizer, on a busy machine, a backup takes more than a minute
 
 
@@ -22,10 +22,10 @@ def run(*arguments):
 
 
 class Load:
-    """Clients that upload, remove and read for as long as the block lasts."""
+    """Clients that upload, remove and read until the block ends."""
 
     def __init__(self, service, inboxes):
-        self.kept = {}  # Id -> content of what was acknowledged and is not removed.
+        self.kept = {}  # Id -> content of each acknowledged file that was not removed.
         self.failures = []
         self._service = service
         self._stop = threading.Event()
@@ -46,10 +46,10 @@ class Load:
             thread.join()
 
     def wait(self, uploads):
-        """Until so many more have been acknowledged."""
+        """Waits until `uploads` more uploads have been acknowledged."""
         for _ in range(uploads):
             if not self._enough.acquire(timeout=GUARD_SECONDS):
-                raise AssertionError(f"the load stands still: {self.failures}")
+                raise AssertionError(f"the load has stalled: {self.failures}")
 
     def snapshot(self):
         with self._lock:
@@ -61,7 +61,7 @@ class Load:
             count = 0
             while not self._stop.is_set():
                 count += 1
-                # Not ever more contents: where all is slow, a backup would never catch up with its load.
+                # A bounded number of contents: on a slow machine a backup would never catch up with a growing load.
                 kind = count % MOST_CONTENTS
                 content = b"%d-%d " % (number, kind) * (1 + kind % 7 * 3000)
                 file = client.put(f"{number}-{count}.zip", [inbox], content)[0]["id"]
@@ -73,7 +73,7 @@ class Load:
                 if count % 5 == 0:
                     client.create(f"open-{number}-{count}.zip", [inbox], 1000, b"part")
                 self._enough.release()
-        except Exception as failure:  # Told by the test, which waits for progress.
+        except Exception as failure:  # The test reports it, because it waits for progress.
             self.failures.append(failure)
         finally:
             client.close()
@@ -106,7 +106,7 @@ class MaintenanceTest(unittest.TestCase):
         return out
 
     def restored(self, backup):
-        """A service, not started, on what comes back of the backup."""
+        """Restores the backup into a new data folder; returns its service, not started."""
         service = Service()
         self.addCleanup(service.remove)
         self.succeed("restore", "--from", backup, "--data", service.folder)
@@ -115,7 +115,7 @@ class MaintenanceTest(unittest.TestCase):
 
 
 class UnderLoad(MaintenanceTest):
-    def test_backups_are_consistent_and_hold_what_was_acknowledged_before(self):
+    def test_backups_are_consistent_and_hold_files_acknowledged_before(self):
         piet = self.client("piet")
         anna = self.client("anna")
         inboxes = [("olga", self.inbox), ("piet", make_inbox(piet)), ("anna", make_inbox(anna, "Curves"))]
@@ -141,8 +141,8 @@ class UnderLoad(MaintenanceTest):
         self.service.check_log()
 
 
-class BroughtBack(MaintenanceTest):
-    def test_sessions_uploads_and_the_authority_go_on(self):
+class Restored(MaintenanceTest):
+    def test_sessions_uploads_and_the_authority_still_work(self):
         file = self.olga.put("kept.zip", [self.inbox], b"kept")[0]["id"]
         location = self.olga.create("open.zip", [self.inbox], 6, b"abc").headers["Location"]
         old_cursor = self.olga.snapshot()["cursor"]
@@ -163,7 +163,7 @@ class BroughtBack(MaintenanceTest):
         self.assertGreater(new, later)
         service.stop()
 
-    def test_a_repeat_of_what_the_backup_does_not_know_is_stored_anew(self):
+    def test_a_repeat_of_an_upload_after_the_backup_is_stored_again(self):
         self.succeed("backup", "--data", self.service.folder, "--to", self.backup())
         self.olga.create("lost.zip", [self.inbox], 4, b"lost", key="nonce")
         service = self.restored(self.backup())
@@ -176,7 +176,7 @@ class BroughtBack(MaintenanceTest):
         self.assertEqual(olga.get(f"/resources/{file}/content").body, b"lost")
         service.stop()
 
-    def test_in_place_after_a_disaster(self):
+    def test_restores_in_place_after_damage(self):
         content = b"precious" * 1000
         file = self.olga.put("kept.zip", [self.inbox], content)[0]["id"]
         self.succeed("backup", "--data", self.service.folder, "--to", self.backup())
@@ -198,12 +198,12 @@ class BroughtBack(MaintenanceTest):
         self.service.stop()
 
 
-class WithoutItsDatabase(MaintenanceTest):
+class WrongDatabase(MaintenanceTest):
     def files(self):
         return sorted(name for part in ("content", "uploads") for _, _, names in os.walk(self.service.path(part))
                       for name in names)
 
-    def test_it_does_not_start_over_the_farms_files(self):
+    def test_the_service_does_not_start_without_its_database(self):
         file = self.olga.put("kept.zip", [self.inbox], b"kept")[0]["id"]
         self.olga.create("open.zip", [self.inbox], 6, b"abc")
         self.service.stop()
@@ -213,7 +213,7 @@ class WithoutItsDatabase(MaintenanceTest):
         os.rename(database, aside)
         for missing in (True, False):
             if not missing:
-                with open(database, "wb"):  # Nothing in it is no better than none.
+                with open(database, "wb"):  # An empty file counts as a missing database.
                     pass
             code, out, err = run_refused(self.service.folder)
             self.assertEqual((code, out), (2, ""))
@@ -227,7 +227,7 @@ class WithoutItsDatabase(MaintenanceTest):
         self.assertEqual(olga.get(f"/resources/{file}/content").body, b"kept")
         self.service.stop()
 
-    def test_what_an_older_one_does_not_know_stays_for_now(self):
+    def test_an_older_database_does_not_remove_newer_files(self):
         self.service.stop()
         older = self.service.path("older")
         shutil.copyfile(self.service.path("kelvo.sqlite"), older)
@@ -241,7 +241,7 @@ class WithoutItsDatabase(MaintenanceTest):
         newer = self.service.path("newer")
         os.rename(self.service.path("kelvo.sqlite"), newer)
         os.rename(older, self.service.path("kelvo.sqlite"))
-        # A first look at the files comes with the start, and stopping waits for the step that it is at.
+        # The start begins a clean-up, and the stop waits for its present step.
         self.service.start()
         self.service.stop()
         self.assertEqual(self.files(), before)
@@ -276,7 +276,7 @@ class Verifying(MaintenanceTest):
         self.assertEqual(code, 1)
         self.assertIn("damaged: content", out)
 
-    def test_an_upload_going_on_is_not_damage(self):
+    def test_an_unfinished_upload_is_not_damage(self):
         self.olga.create("open.zip", [self.inbox], 1000, b"part")
         self.succeed("verify", "--data", self.service.folder)
         self.service.kill()
@@ -284,12 +284,12 @@ class Verifying(MaintenanceTest):
 
 
 class Refusing(MaintenanceTest):
-    def test_what_cannot_be_done_says_why_in_one_line(self):
+    def test_a_refusal_has_one_line_with_the_reason(self):
         self.succeed("backup", "--data", self.service.folder, "--to", self.backup())
         nothing = self.backup("nothing")
         for arguments, word in ((("verify", "--data", nothing), "no database"),
                                 (("backup", "--data", nothing, "--to", self.backup("b")), "no database"),
-                                (("backup", "--data", self.service.folder, "--to", self.backup()), "there already"),
+                                (("backup", "--data", self.service.folder, "--to", self.backup()), "exists and is not"),
                                 (("restore", "--from", nothing, "--data", nothing), "not a complete backup"),
                                 (("restore", "--from", self.backup(), "--data", self.service.folder, "--force"), "another instance")):
             with self.subTest(arguments=arguments[0], word=word):
@@ -299,7 +299,7 @@ class Refusing(MaintenanceTest):
                 self.assertIn(word, err)
         self.olga.get("/account")
 
-    def test_help_for_each_names_its_options(self):
+    def test_the_help_of_each_command_names_its_options(self):
         for command, options in (("serve", ("--data", "--stall-timeout", "--max-connections")), ("verify", ("--data",)),
                                  ("backup", ("--data", "--to")), ("restore", ("--from", "--data", "--force"))):
             out = self.succeed(command, "--help")

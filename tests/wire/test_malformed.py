@@ -1,4 +1,4 @@
-"""What no well-behaved client sends: it is refused by the right name, and the service goes on."""
+"""Requests that no well-behaved client sends: each gets the right refusal, and the service stays up."""
 
 import http.client
 import json
@@ -28,7 +28,9 @@ class Malformed(WireTest):
         self.user("olga").get("/account")
 
     def send(self, text, body=b"", expect=None):
-        """A request as raw text, one reply: its status, or None when the service just closed."""
+        """Sends a request as raw text; returns the status of its one reply, or None if the service closed without a
+        reply.
+        """
         raw = text.encode() if isinstance(text, str) else text
         try:
             status, headers, content = exchange(self.service, raw + body)
@@ -49,7 +51,7 @@ class Malformed(WireTest):
         ending = ["Connection: close"] if close else []
         return "\r\n".join([start, "Host: localhost", token, *lines, *ending]) + "\r\n\r\n"
 
-    def test_what_is_not_json_or_no_object_is_malformed(self):
+    def test_a_body_that_is_not_a_json_object_is_malformed(self):
         for client, routes in ((self.olga, JSON_ROUTES), (self.admin, JSON_ROUTES_OF_ADMINS)):
             for method, path in routes:
                 for body in (b"{", b"{]", b"nonsense", b'{"a":1,}', b"\xff\xfe", b'{"user":"\xff"}', b"{}{}", b"\0",
@@ -63,11 +65,11 @@ class Malformed(WireTest):
                                        body=body, headers={"Content-Type": "application/json"})
         self.alive()
 
-    def test_members_of_a_wrong_kind_are_refused(self):
+    def test_members_of_a_wrong_type_are_refused(self):
         for user, password in ((1, "x"), ("olga", None), (["olga"], {}), (True, False), ({"$ne": ""}, {"$ne": ""})):
             self.olga.post("/sessions", (400, 401, 422), json={"user": user, "password": password})
 
-    def test_json_bodies_have_sixty_four_kibibytes(self):
+    def test_json_bodies_are_limited_to_64_kib(self):
         for size, expect in ((65536, (401, 422)), (65537, (413,)), (200_000, (413,)), (5_000_000, (413,))):
             frame = b'{"user":"olga","password":"' + b'"}'
             body = frame[:-2] + b"x" * (size - len(frame)) + b'"}'
@@ -79,7 +81,7 @@ class Malformed(WireTest):
                 self.olga.close()
         self.alive()
 
-    def test_an_announced_size_is_refused_before_it_comes(self):
+    def test_a_large_content_length_is_refused_before_the_body(self):
         for length in (65537, 10 ** 10, 2 ** 63 - 1):
             text = self.head(f"PUT {BASE}/environment HTTP/1.1", "Content-Type: application/json", f"Content-Length: {length}")
             self.assertEqual(self.send(text), 413)
@@ -92,7 +94,7 @@ class Malformed(WireTest):
         self.send(text, b"ffffffffffffffffffff\r\n", (400, 411, 413, None))
         self.alive()
 
-    def test_a_request_head_has_sixteen_kibibytes(self):
+    def test_a_request_head_is_limited_to_16_kib(self):
         start = f"GET {BASE}/account HTTP/1.1"
         self.send(self.head(start, "X-Padding: " + "x" * 14000), expect=(200,))
         for lines in (["X-Padding: " + "x" * 17000], [f"X-{n}: {'y' * 100}" for n in range(200)], ["X: " + "x" * 1_000_000],
@@ -113,7 +115,7 @@ class Malformed(WireTest):
                 self.assertIn(status, (None, 400, 404, 405, 501))
         self.alive()
 
-    def test_a_start_line_without_a_version_is_refused_before_the_peer_gives_up(self):
+    def test_a_start_line_without_a_version_is_refused_at_once(self):
         for start in ("GET / ", "GET /", "GET / HTTP", "GET", ""):
             with self.subTest(start=start):
                 self.send(start + "\r\n\r\n", expect=(400,))
@@ -131,7 +133,7 @@ class Malformed(WireTest):
                           (400, 411, 413, 422, 501, None))
         self.alive()
 
-    def test_requests_in_one_breath_are_answered_in_order(self):
+    def test_pipelined_requests_are_answered_in_order(self):
         inbox = make_inbox(self.olga)
         first = self.head(f"GET {BASE}/resources/{inbox} HTTP/1.1", close=False)
         last = self.head(f"GET {BASE}/account HTTP/1.1")
@@ -148,7 +150,7 @@ class Malformed(WireTest):
             text = connection.makefile("rb").read()
         self.assertRegex(text, rb"^HTTP/1\.[01] (200|400|426|505) ")
 
-    def test_a_client_that_waits_for_100_gets_it_or_the_answer(self):
+    def test_a_client_that_waits_for_100_gets_it_or_the_reply(self):
         body = b'{"time_s":1,"latitude":1,"longitude":1}'
         text = self.head(f"POST {BASE}/positions HTTP/1.1", "Content-Type: application/json", "Expect: 100-continue",
                          f"Content-Length: {len(body)}")
@@ -160,7 +162,7 @@ class Malformed(WireTest):
                 connection.sendall(body)
                 self.assertIn(b"HTTP/1.1 204", first + connection.makefile("rb").read())
 
-    def test_garbage_in_place_of_tls_does_no_harm(self):
+    def test_garbage_instead_of_tls_is_refused(self):
         source = random.Random(7)
         for garbage in (b"GET / HTTP/1.1\r\nHost: x\r\n\r\n", b"\0" * 100, source.randbytes(5000), b"\x16\x03\x01\xff\xff" + b"x" * 500,
                         b"\x16\x03\x01", b"", b"SSH-2.0-x\r\n"):
@@ -174,13 +176,13 @@ class Malformed(WireTest):
                 self.assertNotIn(b"200 OK", answer)
         self.alive()
 
-    def test_garbage_within_tls_does_no_harm(self):
+    def test_garbage_within_tls_is_refused(self):
         source = random.Random(8)
         for garbage in (source.randbytes(3000), b"\0" * 20000, b"\r\n" * 20000, b"PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n", b"\x80" * 17000):
             self.send(garbage + b"\r\n\r\n", expect=(400, 404, 405, 431, 505, None))
         self.alive()
 
-    def test_garbage_on_the_plain_listener_does_no_harm(self):
+    def test_garbage_on_the_plain_listener_is_refused(self):
         source = random.Random(9)
         for garbage in (source.randbytes(3000), b"\x16\x03\x01\x02\0\x01\0" + b"x" * 200, b"GET /" + b"m" * 100_000,
                         b"POST /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 9999999999\r\n\r\n", b"\r\n\r\n"):
@@ -193,7 +195,7 @@ class Malformed(WireTest):
                     pass
         self.alive()
 
-    def test_connections_that_say_nothing_do_not_hinder_others(self):
+    def test_silent_connections_do_not_block_others(self):
         silent = [raw_socket(self.service, tls=False) for _ in range(100)]
         half = [raw_socket(self.service) for _ in range(20)]
         for connection in half:
@@ -203,7 +205,7 @@ class Malformed(WireTest):
             connection.close()
         self.alive()
 
-    def test_tokens_and_bodies_full_of_odd_bytes_are_only_refused(self):
+    def test_tokens_of_random_bytes_are_refused(self):
         source = random.Random(10)
         for _ in range(50):
             junk = bytes(byte for byte in source.randbytes(60) if byte not in (0, 10, 13))
@@ -224,9 +226,9 @@ class Tls(WireTest):
             with self.assertRaises((ssl.SSLError, ConnectionError)) as failure:
                 context.wrap_socket(plain, server_hostname="localhost")
         if isinstance(failure.exception, ssl.SSLError):
-            self.assertIn("ALERT", failure.exception.reason or "")  # The service said no, not this side.
+            self.assertIn("ALERT", failure.exception.reason or "")  # The service refused, not this side.
 
-    def test_1_2_and_1_3_are_spoken(self):
+    def test_versions_1_2_and_1_3_are_accepted(self):
         for version, name in ((ssl.TLSVersion.TLSv1_2, "TLSv1.2"), (ssl.TLSVersion.TLSv1_3, "TLSv1.3")):
             context = self.service.tls()
             context.minimum_version = context.maximum_version = version
@@ -234,7 +236,7 @@ class Tls(WireTest):
                     context.wrap_socket(plain, server_hostname="localhost") as connection:
                 self.assertEqual(connection.version(), name)
 
-    def test_the_certificate_is_for_the_names_given(self):
+    def test_the_certificate_is_valid_for_the_given_names(self):
         for name in ("localhost", "farm.example", "127.0.0.1"):
             with socket.create_connection(("127.0.0.1", self.service.port), timeout=TIMEOUT) as plain, \
                     self.service.tls().wrap_socket(plain, server_hostname=name) as connection:
@@ -243,7 +245,7 @@ class Tls(WireTest):
             with self.assertRaises(ssl.SSLCertVerificationError):
                 self.service.tls().wrap_socket(plain, server_hostname="other.example")
 
-    def test_private_keys_are_private(self):
+    def test_private_keys_are_readable_by_their_owner_only(self):
         found = 0
         for folder, _, files in os.walk(self.service.folder):
             for name in files:

@@ -1,4 +1,4 @@
-"""The listener for the people who run the service."""
+"""The listener for the operators of the service."""
 
 import re
 import unittest
@@ -30,13 +30,13 @@ class Metrics(WireTest):
         return sum(value for (sample, _), value in self.samples().items() if sample == name)
 
     def await_value(self, read, wanted):
-        """A reply can be on its way before it is counted."""
+        """A request may be counted after its reply has arrived."""
         for _ in range(10000):
             if (value := read()) == wanted:
                 return
         self.fail(f"{value} instead of {wanted}")
 
-    def test_the_service_says_that_it_is_well(self):
+    def test_healthz_answers_ok(self):
         self.assertEqual(metrics(self.service, "/healthz"), (200, "ok"))
 
     def test_the_listener_serves_nothing_else(self):
@@ -57,7 +57,7 @@ class Metrics(WireTest):
         for status, count in ((200, 3), (206, 1), (416, 1), (412, 1)):
             self.await_value(lambda status=status: self.requests("GET", template, status) - before[status], count)
 
-    def test_routes_are_templates_and_unknown_ones_make_no_new_series(self):
+    def test_routes_are_templates_and_unknown_routes_make_no_new_series(self):
         olga = self.user("olga")
         for n in range(30):
             olga.get(f"/resources/{n + 1000000}", 404)
@@ -84,7 +84,7 @@ class Metrics(WireTest):
         sent, received = (self.total(f"kelvo_http_{way}_bytes_total") for way in ("request", "response"))
         file = olga.put("bytes.zip", [inbox], content)[0]["id"]
         olga.get(f"/resources/{file}/content")
-        olga.get("/account")  # Answered after the others were counted.
+        olga.get("/account")  # Its reply comes after the others were counted.
         self.assertGreaterEqual(self.total("kelvo_http_request_bytes_total"), sent + len(content))
         self.assertGreaterEqual(self.total("kelvo_http_response_bytes_total"), received + len(content))
 

@@ -1,4 +1,4 @@
-"""The written API is sound in itself: references, responses, parameters, names and examples. Needs no service."""
+"""The written API is consistent: references, responses, parameters, names and examples. Needs no service."""
 
 import copy
 import os
@@ -22,7 +22,7 @@ def references(node):
             yield from references(value)
 
 
-class TheWrittenApi(unittest.TestCase):
+class WrittenApi(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.contract = Contract(PATH)
@@ -34,12 +34,12 @@ class TheWrittenApi(unittest.TestCase):
                 if method in METHODS:
                     yield path, method, item, operation
 
-    def test_says_that_it_is_openapi_3_1(self):
+    def test_is_openapi_3_1(self):
         self.assertRegex(self.document["openapi"], r"^3\.1\.\d+$")
         for member in ("title", "version", "description"):
             self.assertTrue(self.document["info"][member])
 
-    def test_references_lead_somewhere(self):
+    def test_references_have_targets(self):
         found = set(references(self.document))
         self.assertGreater(len(found), 30)
         for reference in found:
@@ -51,7 +51,7 @@ class TheWrittenApi(unittest.TestCase):
             for name in self.document["components"][group]:
                 self.assertIn(f"#/components/{group}/{name}", used)
 
-    def test_path_items_hold_only_what_is_known(self):
+    def test_path_items_have_known_members_only(self):
         for path, item in self.document["paths"].items():
             self.assertTrue(path.startswith("/"))
             self.assertLessEqual(item.keys(), METHODS | {"parameters", "servers"}, path)
@@ -68,7 +68,7 @@ class TheWrittenApi(unittest.TestCase):
                 for status, response in operation["responses"].items():
                     self.assertRegex(str(status), r"^([1-5]\d\d|default)$")
                     self.assertTrue(self.contract.resolve(response)["description"])
-        self.assertEqual(len(names), len(set(names)), "an operationId occurs twice")
+        self.assertEqual(len(names), len(set(names)), "two operations have the same operationId")
 
     def test_operations_that_need_a_session_document_401_and_any_problem(self):
         for path, method, item, operation in self.every_operation():
@@ -79,7 +79,7 @@ class TheWrittenApi(unittest.TestCase):
                 if operation.get("security", self.document["security"]):
                     self.assertIn("401", operation["responses"])
 
-    def test_path_parameters_are_those_of_the_template(self):
+    def test_path_parameters_match_the_template(self):
         for path, method, item, operation in self.every_operation():
             parameters = [self.contract.resolve(parameter)
                           for parameter in item.get("parameters", []) + operation.get("parameters", [])]
@@ -89,7 +89,7 @@ class TheWrittenApi(unittest.TestCase):
                 self.assertTrue(parameter["schema"] and parameter["description"], parameter["name"])
                 self.assertTrue(parameter["in"] != "path" or parameter["required"])
 
-    def test_examples_are_of_their_schemas(self):
+    def test_examples_match_their_schemas(self):
         checked = 0
         for path, method, item, operation in self.every_operation():
             bodies = [operation.get("requestBody", {})]
@@ -104,13 +104,13 @@ class TheWrittenApi(unittest.TestCase):
                         checked += 1
         self.assertGreater(checked, 30)
 
-    def test_examples_of_headers_and_parameters_are_of_their_schemas(self):
+    def test_examples_of_headers_and_parameters_match_their_schemas(self):
         for group in ("headers", "parameters"):
             for name, node in self.document["components"][group].items():
                 if "example" in node:
                     self.contract.check(node["schema"], node["example"], name)
 
-    def test_problem_examples_say_the_status_they_stand_under(self):
+    def test_problem_examples_have_the_status_of_their_response(self):
         for path, method, _, operation in self.every_operation():
             for status, response in operation["responses"].items():
                 content = self.contract.resolve(response).get("content", {})
@@ -125,8 +125,8 @@ class TheWrittenApi(unittest.TestCase):
             self.assertEqual(self.contract.resolve(schema)["type"], "object")
 
 
-class TheJudge(unittest.TestCase):
-    """The checks above and the wire tests lean on it, so it must be able to say no."""
+class ContractChecks(unittest.TestCase):
+    """The tests above and the wire tests depend on Contract, so it must find violations."""
 
     @classmethod
     def setUpClass(cls):

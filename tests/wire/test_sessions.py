@@ -1,4 +1,4 @@
-"""Logging in and out, throttled guessing, and what ends a session."""
+"""Logging in and out, throttled guesses, and the end of sessions."""
 
 import datetime
 import os
@@ -18,14 +18,14 @@ class Sessions(WireTest):
         self.addCleanup(client.close)
         return client.post("/sessions", expect, json={"user": user, "password": password})
 
-    def test_log_in_answers_who_one_is(self):
+    def test_login_returns_the_user(self):
         session = self.try_login("olga", PASSWORD, 201).json()
         self.service.secrets.add(session["token"])
         self.assertEqual((session["user"]["name"], session["user"]["role"]), ("olga", "operator"))
         self.assertEqual(session["user"]["farm"]["name"], "Hill Farm")
         self.assertFalse(session["user"]["disabled"])
 
-    def test_sessions_last_as_long_as_was_set(self):
+    def test_sessions_expire_after_the_set_time(self):
         now = datetime.datetime.now(datetime.timezone.utc)
         session = self.try_login("olga", PASSWORD, 201).json()
         ends = datetime.datetime.fromisoformat(session["expires_at"].replace("Z", "+00:00"))
@@ -36,7 +36,7 @@ class Sessions(WireTest):
         mode = stat.S_IMODE(os.stat(self.service.path("admin.password")).st_mode)
         self.assertEqual(mode, 0o600)
 
-    def test_a_wrong_password_and_an_unknown_user_are_the_same_refusal(self):
+    def test_a_wrong_password_and_an_unknown_user_get_the_same_refusal(self):
         wrong = self.try_login("olga", "wrong password", 401)
         unknown = self.try_login("nobody", "wrong password", 401)
         self.refused(wrong, "invalid-credentials")
@@ -49,13 +49,13 @@ class Sessions(WireTest):
             with self.subTest(user=user, password=password[:40]):
                 self.try_login(user, password, (401, 422))
 
-    def test_tokens_are_long_and_never_alike(self):
+    def test_tokens_are_long_and_unique(self):
         tokens = {self.try_login("olga", PASSWORD, 201).json()["token"] for _ in range(5)}
         self.service.secrets |= tokens
         self.assertEqual(len(tokens), 5)
         self.assertGreaterEqual(min(map(len, tokens)), 22)  # 128 bits in base64
 
-    def test_a_token_ends_with_its_log_out_and_no_other(self):
+    def test_logging_out_ends_its_own_token_only(self):
         first, second = self.user("olga"), self.user("olga")
         first.delete("/sessions/current")
         refusal = first.get("/account", 401)
@@ -63,7 +63,7 @@ class Sessions(WireTest):
         first.delete("/sessions/current", 401)
         second.get("/account")
 
-    def test_what_is_no_token_is_unauthenticated(self):
+    def test_a_wrong_token_is_unauthenticated(self):
         good = self.user("olga").token
         client = Client(self.service)
         self.addCleanup(client.close)
@@ -79,7 +79,7 @@ class Sessions(WireTest):
         self.addCleanup(client.close)
         client.request("GET", "/account", 200, headers={"Authorization": f"bearer {token}"})
 
-    def test_secrets_do_not_lie_in_the_data_folder(self):
+    def test_secrets_are_not_stored_in_the_data_folder(self):
         client = self.user("piet")
         client.get("/account")
         for folder, _, files in os.walk(self.service.folder):
@@ -120,7 +120,7 @@ class Disabling(WireTest):
         client.get("/account", 401)
         self.user("piet").get("/account")
 
-    def test_a_new_password_ends_the_sessions_and_replaces_the_old_one(self):
+    def test_a_new_password_ends_the_sessions_and_replaces_the_old_password(self):
         client = self.user("otto")
         self.service.secrets.add("another good one")
         with EventStream(client) as stream:
@@ -152,7 +152,7 @@ class Throttling(WireTest):
 class ThrottlingByAddress(WireTest):
     OPTIONS = ("--login-attempts", "2")
 
-    def test_guessing_one_password_for_many_names_is_throttled_too(self):
+    def test_guessing_one_password_for_many_names_is_throttled(self):
         client = Client(self.service)
         self.addCleanup(client.close)
         statuses = [client.post("/sessions", (401, 429), json={"user": f"guess{n}", "password": "summer2026"}).status
@@ -160,10 +160,10 @@ class ThrottlingByAddress(WireTest):
         self.assertIn(429, statuses)
 
 
-class ThrottlingForgives(WireTest):
+class ThrottlingLimits(WireTest):
     OPTIONS = ("--login-attempts", "3")
 
-    def test_a_session_goes_on_while_its_account_is_throttled(self):
+    def test_a_session_works_while_its_account_is_throttled(self):
         before = self.user("olga")
         client = Client(self.service)
         self.addCleanup(client.close)
@@ -171,7 +171,7 @@ class ThrottlingForgives(WireTest):
             client.post("/sessions", (401, 429), json={"user": "olga", "password": f"wrong {n}"})
         before.get("/account")
 
-    def test_success_starts_the_count_anew(self):
+    def test_a_successful_login_resets_the_count(self):
         client = Client(self.service)
         self.addCleanup(client.close)
         for _ in range(3):

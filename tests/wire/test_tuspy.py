@@ -1,4 +1,4 @@
-"""Uploads with a tus client that is not ours."""
+"""Uploads with a tus client of other authors."""
 
 import hashlib
 import io
@@ -16,7 +16,7 @@ CONTENT = os.urandom(300_000)
 
 
 class CutFile(io.BytesIO):
-    """A file whose reading fails once, at an offset: the client's upload ends there."""
+    """A file whose read fails once, at an offset: the client's upload stops there."""
 
     def __init__(self, content, at):
         super().__init__(content)
@@ -29,11 +29,11 @@ class CutFile(io.BytesIO):
         return super().read(size)
 
 
-class AForeignTusClient(WireTest):
+class OtherTusClient(WireTest):
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
-        os.environ["REQUESTS_CA_BUNDLE"] = cls.service.ca  # tuspy trusts what requests is told to.
+        os.environ["REQUESTS_CA_BUNDLE"] = cls.service.ca  # tuspy uses requests, which trusts this authority.
         os.environ["NO_PROXY"] = "localhost"
 
     def setUp(self):
@@ -60,7 +60,7 @@ class AForeignTusClient(WireTest):
         self.uploader("piece.zip", CONTENT).upload()
         self.check_arrived("piece.zip", CONTENT)
 
-    def test_goes_on_after_it_was_cut(self):
+    def test_resumes_after_a_cut(self):
         first = self.uploader("cut.zip", CutFile(CONTENT, 140_000), chunk_size=70_000)
         with self.assertRaises(OSError):
             first.upload()
@@ -70,7 +70,7 @@ class AForeignTusClient(WireTest):
         second.upload()
         self.check_arrived("cut.zip", CONTENT)
 
-    def test_goes_on_from_an_upload_that_it_stopped_itself(self):
+    def test_resumes_an_upload_that_it_stopped_itself(self):
         first = self.uploader("stopped.zip", CONTENT, chunk_size=50_000)
         first.upload(stop_at=100_000)
         second = self.uploader("stopped.zip", CONTENT, url=first.url)
@@ -96,7 +96,7 @@ class AForeignTusClient(WireTest):
         for name, content in zip(names, contents):
             self.check_arrived(name, content)
 
-    def test_is_told_when_it_may_not(self):
+    def test_gets_the_status_of_a_refusal(self):
         with self.assertRaises(TusCommunicationError) as refusal:
             self.uploader("no.zip", CONTENT, token="nobody").upload()
         self.assertEqual(refusal.exception.status_code, 401)
@@ -106,7 +106,7 @@ class AForeignTusClient(WireTest):
             self.uploader("mine.zip", CONTENT, url=mine.url, token=self.user("piet").token)
         self.assertEqual(refusal.exception.status_code, 404)
 
-    def test_is_told_of_a_wrong_offset(self):
+    def test_gets_a_conflict_for_a_wrong_offset(self):
         uploader = self.uploader("wrong.zip", CONTENT, chunk_size=100_000)
         uploader.upload_chunk()
         uploader.offset = 50_000

@@ -19,7 +19,7 @@ class Uploads(WireTest):
     def content(self, file):
         return self.olga.get(f"/resources/{file}/content").body
 
-    def test_the_service_says_what_it_speaks_to_anybody(self):
+    def test_options_need_no_session(self):
         self.olga.token = None
         reply = self.olga.request("OPTIONS", "/uploads", 204)
         extensions = set(reply.headers["Tus-Extension"].replace(" ", "").split(","))
@@ -27,7 +27,7 @@ class Uploads(WireTest):
         self.assertIn("1.0.0", reply.headers["Tus-Version"])
         self.assertEqual(reply.headers["Tus-Max-Size"], "50000000")
 
-    def test_a_whole_file_goes_in_one_request(self):
+    def test_a_whole_file_is_sent_in_one_request(self):
         reply = self.olga.create("one.zip", [self.inbox], len(CONTENT), CONTENT)
         file = reply.json()["files"][0]
         self.assertEqual(reply.headers["Kelvo-File-Ids"], str(file["id"]))
@@ -38,7 +38,7 @@ class Uploads(WireTest):
         self.assertEqual(self.content(file["id"]), CONTENT)
         self.assertIn(file, self.entries(self.olga, self.inbox))
 
-    def test_a_file_goes_in_parts_and_is_not_seen_before_the_last(self):
+    def test_a_file_sent_in_parts_appears_after_the_last_part(self):
         created = self.olga.create("parts.zip", [self.inbox], len(CONTENT))
         location = created.headers["Location"]
         self.assertEqual((created.headers["Upload-Offset"], created.body), ("0", b""))
@@ -84,7 +84,7 @@ class Uploads(WireTest):
         self.olga.delete(f"/resources/{files[0]['id']}")
         self.assertEqual(self.content(files[1]["id"]), b"three")
 
-    def test_the_office_writes_to_every_inbox_and_an_operator_to_the_own_only(self):
+    def test_the_office_writes_to_every_inbox_and_an_operator_only_to_own_inboxes(self):
         file = self.anna.put("office.zip", [self.inbox], b"o")[0]
         self.assertEqual(self.content(file["id"]), b"o")
         reply = self.piet.create("x.zip", [self.inbox], 1, b"x", expect=403)
@@ -93,7 +93,7 @@ class Uploads(WireTest):
         self.piet.create("x.zip", [his, self.inbox], 1, b"x", expect=403)
         self.assertEqual(self.names(self.piet, his), [])
 
-    def test_a_target_must_be_an_inbox_that_one_may_know(self):
+    def test_a_target_must_be_a_visible_inbox(self):
         project = self.olga.get(f"/resources/{self.inbox}").json()["project"]
         file = self.olga.put("target.zip", [self.inbox], b"t")[0]["id"]
         for targets in ([project], [file], [2147483647], [self.inbox, 2147483647]):
@@ -110,13 +110,13 @@ class Uploads(WireTest):
         for targets in ("", f"{self.inbox},{self.inbox}"):
             self.refused(self.olga.create("x.zip", targets, 1, b"x", expect=422), "unprocessable")
 
-    def test_names_that_would_be_paths_or_hide_something_are_refused(self):
+    def test_names_with_paths_or_control_characters_are_refused(self):
         for name in ("", ".", "..", "a/b", "/", "../x", "a\0b", "a\nb", "a\x7fb", "a\x1bb", "\r", "x" * 256, "\u00e9" * 128,
                      b"\xff\xfe", b"a\xc0\xafb", b"\xed\xa0\x80", b"a\xc2"):
             with self.subTest(name=name):
                 self.refused(self.olga.create(name, [self.inbox], 1, b"x", expect=422), "unprocessable")
 
-    def test_ordinary_names_come_back_byte_for_byte(self):
+    def test_ordinary_names_are_stored_byte_for_byte(self):
         inbox = make_inbox(self.olga, "Project Lines")
         names = ["a b.zip", "...", ".hidden", "h\u00fcgel.zip", "\u4e2d\u6587", "back\\slash", "quote\"'", "%2F", "<b>", "x" * 255,
                  "\u00e9" * 127 + "x", "emoji\U0001f69c", "a,b", "a;b", " "]
@@ -124,7 +124,7 @@ class Uploads(WireTest):
             self.olga.put(name, [inbox], b"n")
         self.assertEqual(self.names(self.olga, inbox), names)
 
-    def test_a_name_used_twice_makes_two_files_and_a_warning_to_the_office(self):
+    def test_a_name_used_twice_makes_two_files_and_warns_the_office(self):
         inbox = make_inbox(self.olga, "Curves")
         first = self.anna.create("twice.zip", [inbox], 1, b"1").json()
         self.assertEqual(first["warnings"], [])
@@ -134,7 +134,7 @@ class Uploads(WireTest):
         self.assertEqual(self.content(second["files"][0]["id"]), b"2")
         self.assertEqual(self.names(self.olga, inbox).count("twice.zip"), 2)
 
-    def test_the_offset_must_be_where_the_service_is(self):
+    def test_a_wrong_offset_is_refused(self):
         location = self.olga.create("offset.zip", [self.inbox], 10, b"0123").headers["Location"]
         for offset in (0, 3, 5, 10, 11, 2 ** 53):
             with self.subTest(offset=offset):
@@ -146,7 +146,7 @@ class Uploads(WireTest):
         self.assertEqual(self.olga.offset(location), 4)
         self.olga.patch(location, 4, b"456789")
 
-    def test_more_than_was_announced_is_refused_and_nothing_of_it_kept(self):
+    def test_a_body_beyond_the_upload_length_is_refused(self):
         location = self.olga.create("more.zip", [self.inbox], 4, b"ab").headers["Location"]
         self.refused(self.olga.patch(location, 2, b"cde", expect=413), "content-too-large")
         self.assertNotIn("more.zip", self.names(self.olga, self.inbox))
@@ -154,11 +154,11 @@ class Uploads(WireTest):
         self.olga.create("more2.zip", [self.inbox], 2, b"abc", expect=413)
         self.assertNotIn("more2.zip", self.names(self.olga, self.inbox))
 
-    def test_more_than_the_service_takes_is_refused_at_once(self):
+    def test_a_length_above_the_maximum_is_refused_at_once(self):
         self.refused(self.olga.create("big.zip", [self.inbox], 50000001, expect=413), "content-too-large")
         self.olga.create("fits.zip", [self.inbox], 50000000)
 
-    def test_bodies_have_the_protocols_type(self):
+    def test_bodies_of_another_media_type_are_refused(self):
         location = self.olga.create("type.zip", [self.inbox], 4).headers["Location"]
         for media in ("application/json", "application/octet-stream", "text/plain", "application/offset+octet-streams"):
             reply = self.olga.tus("PATCH", location, 415, headers={"Upload-Offset": "0", "Content-Type": media}, body=b"abcd")
@@ -177,12 +177,12 @@ class Uploads(WireTest):
                     self.olga.request(method, path, 412, headers={**headers, "Tus-Resumable": version})
         self.assertEqual(self.olga.offset(location), 0)
 
-    def test_every_reply_carries_the_version(self):
+    def test_every_reply_has_the_protocols_version(self):
         for reply in (self.olga.create("a/b", [self.inbox], 1, expect=422), self.olga.tus("HEAD", "/uploads/none", 404),
                       self.olga.request("OPTIONS", "/uploads", 204)):
             self.assertEqual(reply.headers["Tus-Resumable"], "1.0.0", reply)
 
-    def test_creation_headers_must_make_sense(self):
+    def test_wrong_creation_headers_are_refused(self):
         good = {"Upload-Length": "1", "Upload-Metadata": metadata("bad.zip", [self.inbox])}
         name, targets = good["Upload-Metadata"].split(",")
         for change in ({"Upload-Length": None}, {"Upload-Length": "-1"}, {"Upload-Length": "x"}, {"Upload-Length": "1e3"},
@@ -201,21 +201,21 @@ class Uploads(WireTest):
         reply = self.olga.create("", [], 1, b"x", headers={"Upload-Metadata": f"filetype dGV4dA==,{both},is_confidential"})
         self.assertEqual(reply.json()["files"][0]["name"], "known.zip")
 
-    def test_an_upload_given_up_is_gone_with_what_arrived(self):
+    def test_a_deleted_upload_is_not_found(self):
         location = self.olga.create("given-up.zip", [self.inbox], 10, b"0123").headers["Location"]
         self.olga.tus("DELETE", location, 204)
         self.olga.tus("HEAD", location, (404, 410))
         self.olga.patch(location, 4, b"456789", expect=(404, 410))
         self.olga.tus("DELETE", location, (404, 410))
 
-    def test_a_finished_upload_cannot_be_given_up_any_more(self):
+    def test_a_finished_upload_cannot_be_deleted(self):
         reply = self.olga.create("finished.zip", [self.inbox], 1, b"f", key="finished")
         self.refused(self.olga.tus("DELETE", reply.headers["Location"], 409), "conflict")
         self.assertEqual(self.content(reply.json()["files"][0]["id"]), b"f")
         again = self.olga.create("finished.zip", [self.inbox], 1, key="finished")
         self.assertEqual(again.json()["files"], reply.json()["files"])
 
-    def test_nobody_else_touches_an_upload(self):
+    def test_other_users_cannot_use_an_upload(self):
         location = self.olga.create("mine.zip", [self.inbox], 4, b"ab").headers["Location"]
         for name in ("piet", "anna", "oda", "admin"):
             other = self.user(name)
@@ -225,7 +225,7 @@ class Uploads(WireTest):
                 other.tus("DELETE", location, 404)
         self.assertEqual(self.olga.offset(location), 2)
 
-    def test_what_arrived_before_a_cut_stays(self):
+    def test_bytes_received_before_a_cut_are_kept(self):
         location = self.olga.create("cut.zip", [self.inbox], len(CONTENT)).headers["Location"]
         cut(begin_upload(self.service, self.olga.token, "PATCH", location, len(CONTENT), {"Upload-Offset": "0"},
                          CONTENT[:5000]))
@@ -233,7 +233,7 @@ class Uploads(WireTest):
         done = self.olga.patch(location, 5000, CONTENT[5000:])
         self.assertEqual(self.content(int(done.headers["Kelvo-File-Ids"])), CONTENT)
 
-    def test_what_arrived_before_a_cut_stays_with_the_creation_too(self):
+    def test_bytes_received_with_the_creation_before_a_cut_are_kept(self):
         headers = {"Upload-Length": len(CONTENT), "Upload-Metadata": metadata("cut-creation.zip", [self.inbox]),
                    "Idempotency-Key": "cut-creation"}
         cut(begin_upload(self.service, self.olga.token, "POST", "/uploads", len(CONTENT), headers, CONTENT[:3000]))
@@ -244,7 +244,7 @@ class Uploads(WireTest):
         self.assertEqual(self.content(int(done.headers["Kelvo-File-Ids"])), CONTENT)
         self.assertEqual(self.names(self.olga, self.inbox).count("cut-creation.zip"), 1)
 
-    def test_a_connection_that_hangs_does_not_hold_the_upload(self):
+    def test_a_hanging_connection_does_not_block_the_upload(self):
         location = self.olga.create("hangs.zip", [self.inbox], len(CONTENT)).headers["Location"]
         with begin_upload(self.service, self.olga.token, "PATCH", location, len(CONTENT), {"Upload-Offset": "0"},
                           CONTENT[:5000]) as hanging:
@@ -254,21 +254,21 @@ class Uploads(WireTest):
                 try:
                     done = self.olga.patch(location, offset, CONTENT[offset:], expect=(204, 409))
                 except ConnectionError:
-                    self.olga.close()  # The other one came later than ours, and took over.
+                    self.olga.close()  # The hanging request arrived after ours and took over.
             try:
-                hanging.sendall(bytes(len(CONTENT) - 5000))  # Late bytes, which must not count any more.
+                hanging.sendall(bytes(len(CONTENT) - 5000))  # Late bytes, which must not count.
             except OSError:
                 pass
         self.assertEqual(done.headers["Repr-Digest"], digest_header(CONTENT))
         self.assertEqual(self.content(int(done.headers["Kelvo-File-Ids"])), CONTENT)
 
-    def test_a_large_file_arrives_whole(self):
+    def test_a_large_file_arrives_complete(self):
         large = CONTENT * 3000  # About 30 MB
         reply = self.olga.create("large.zip", [self.inbox], len(large), large)
         self.assertEqual(reply.headers["Repr-Digest"], digest_header(large))
         self.assertEqual(self.content(reply.json()["files"][0]["id"]), large)
 
-    def test_the_event_comes_with_the_acknowledgement(self):
+    def test_an_acknowledged_upload_has_its_event(self):
         with EventStream(self.olga) as stream:
             file = self.olga.put("event.zip", [self.inbox], b"e")[0]
             self.assertEqual(stream.expect("file-added").data["entry"], file)

@@ -1,4 +1,4 @@
-"""A walk over every route of the written API with each kind of caller that has no business there."""
+"""Calls every route of the written API as each kind of caller that has no right to it."""
 
 import unittest
 
@@ -27,7 +27,7 @@ class Walk(WireTest):
         self.olga, self.anna = self.user("olga"), self.user("anna")
         for client in (self.olga, self.anna, self.user("piet")):
             for project in ("To Console", "Curves", "Pivots"):
-                make_inbox(client, project)  # So that this farm's ids go beyond the other farm's.
+                make_inbox(client, project)  # Gives this farm more ids than the other farm has.
         self.inbox = make_inbox(self.olga)
         self.file = self.olga.put("walk.zip", [self.inbox], b"walk")[0]["id"]
         self.upload = self.olga.create("walk-on.zip", [self.inbox], 4, b"wa").headers["Location"].rsplit("/", 1)[1]
@@ -35,7 +35,7 @@ class Walk(WireTest):
         self.olga.delete(f"/resources/{removed}")
         self.ids = {"/resources/{id}": self.file, "/resources/{id}/content": self.file, "/bin/{id}/restore": removed,
                     "/users/{id}": self.olga.snapshot()["user"]["id"], "/uploads/{id}": self.upload,
-                    "/projects/{id}/resources": self.inbox}  # Each farm has projects of the same ids.
+                    "/projects/{id}/resources": self.inbox}  # Each farm has projects with the same ids.
         for template in OF_A_FARM:  # An id that the other farm has too would prove nothing.
             self.assertNotIn(self.ids[template], self.ids_of_the_other_farm())
         for client in (self.user("otto"), self.olga):
@@ -62,7 +62,7 @@ class Walk(WireTest):
                 headers.update({"Upload-Length": "0", "Upload-Metadata": metadata("walked.zip", [self.inbox])})
         return client.request(method, path, headers=headers, json=body, body=raw, **arguments)
 
-    def everything_is_as_it_was(self):
+    def check_nothing_has_changed(self):
         self.assertEqual(self.olga.offset("/uploads/" + self.upload), 2)
         self.assertEqual(self.olga.get(f"/resources/{self.file}/content").body, b"walk")
         self.assertNotIn("walked.zip", self.names(self.olga, self.inbox))
@@ -76,10 +76,10 @@ class Walk(WireTest):
             if operation.get("security") != []:
                 yield method, template
 
-    def test_the_walk_meets_every_route(self):
+    def test_the_walk_covers_every_route(self):
         self.assertEqual(len(list(self.secured())), 25)
 
-    def test_without_a_valid_token_everything_is_unauthenticated(self):
+    def test_every_route_needs_a_valid_token(self):
         client = self.user("olga")
         for token in (None, "nobody", client.token[::-1]):
             client.token = token
@@ -88,9 +88,9 @@ class Walk(WireTest):
                     reply = self.request(client, method, template, expect=401)
                     if method != "HEAD":
                         self.refused(reply, "unauthenticated")
-        self.everything_is_as_it_was()
+        self.check_nothing_has_changed()
 
-    def test_what_belongs_to_another_farm_is_exactly_as_if_it_never_was(self):
+    def test_resources_of_another_farm_look_like_missing_resources(self):
         for name in ("otto", "oda", "admin"):
             client = self.user(name)
             for method, template in self.secured():
@@ -103,21 +103,21 @@ class Walk(WireTest):
                     never = self.request(client, method, template, expect=allowed,
                                          identity="0123456789abcdef" if "/uploads/" in template else 2147483646)
                     self.assertEqual((there.status, there.body), (never.status, never.body))
-        self.everything_is_as_it_was()
+        self.check_nothing_has_changed()
 
     def test_another_farm_cannot_upload_here(self):
         for name in ("otto", "oda", "admin"):
             self.refused(self.request(self.user(name), "POST", "/uploads", expect=404), "not-found")
-        self.everything_is_as_it_was()
+        self.check_nothing_has_changed()
 
-    def test_the_administrator_finds_nothing_of_farms(self):
+    def test_the_administrator_finds_no_resources_of_farms(self):
         admin = self.user("admin")
         for method, template in self.secured():
             if template in FOR_ADMINS or template in ("/account", "/events", "/sessions/current"):
                 continue
             with self.subTest(method=method, template=template):
                 self.request(admin, method, template, expect=(403, 404))
-        self.everything_is_as_it_was()
+        self.check_nothing_has_changed()
 
     def test_another_operators_file_is_not_found_and_the_inbox_has_no_entries(self):
         piet = self.user("piet")
@@ -127,9 +127,9 @@ class Walk(WireTest):
             self.request(piet, method, "/resources/{id}/content", expect=404)
         self.assertNotIn("entries", piet.get(f"/resources/{self.inbox}").json())
         self.refused(self.request(piet, "POST", "/uploads", expect=403), "forbidden")
-        self.everything_is_as_it_was()
+        self.check_nothing_has_changed()
 
-    def test_methods_that_a_route_has_not_are_405_and_say_which_it_has(self):
+    def test_other_methods_of_a_route_are_405_with_the_allowed_methods(self):
         for template in CONTRACT.document["paths"]:
             allowed = CONTRACT.methods(template)
             if not allowed:
@@ -143,15 +143,15 @@ class Walk(WireTest):
                     self.assertTrue(allowed <= listed <= allowed | {"HEAD", "OPTIONS"}, listed)
                     if method != "HEAD":
                         self.refused(reply, "method-not-allowed")
-        self.everything_is_as_it_was()
+        self.check_nothing_has_changed()
 
     def test_head_on_a_readable_route_never_has_a_body(self):
         for template in CONTRACT.document["paths"]:
             if "GET" in CONTRACT.methods(template) and template != "/events":
                 self.request(self.olga, "HEAD", template, expect=(200, 403, 404, 405), check=False)
-        self.olga.get("/account")  # The same connection still is in step.
+        self.olga.get("/account")  # The connection still answers in step.
 
-    def test_routes_that_are_none_are_not_found(self):
+    def test_unknown_routes_are_not_found(self):
         for path in ("/", "", "/nothing", "/account/", "/account/x", "/sessions/other", "/projects", "/projects/",
                      "/projects/x/y", "/resources", "/resources/", f"/resources/{self.file}/", "//account", "/./account",
                      f"/resources/{self.file}/contents", "/uploads/", "/uploads/a/b", "/bin/1", "/bin/1/restores", "/users/1/x",

@@ -1,4 +1,4 @@
-// Logging in while the account is being changed.
+// Logins while the account is being changed.
 #include "service/accounts/Accounts.h"
 #include "service/http/Problem.h"
 #include "service/store/SessionTable.h"
@@ -14,8 +14,10 @@
 namespace kelvo::accounts {
 namespace {
 
-/** Does something, once, when another thread looks at the time: the one that checks a password has
- * the account's credentials by then, and no session is made yet. */
+/**
+ * Calls `onCheck` once, when another thread reads the time. That thread checks a password: it has
+ * read the account's credentials and has not made a session yet.
+ */
 class InterruptingClock final : public Clock
 {
 public:
@@ -35,10 +37,10 @@ private:
     std::thread::id maker_ = std::this_thread::get_id();
 };
 
-class LoggingIn : public test::ApiFixture
+class Login : public test::ApiFixture
 {
 protected:
-    LoggingIn() { setPassword("old password"); }
+    Login() { setPassword("old password"); }
 
     void setPassword(const std::string& password)
     {
@@ -57,7 +59,7 @@ protected:
         });
     }
 
-    /** Why not, if it is refused. */
+    /** Empty if the login succeeds, else the refusal. */
     std::optional<http::EProblem> logIn(const std::string& password)
     {
         try {
@@ -82,13 +84,13 @@ protected:
         database, interrupting, {EPasswordCost::Minimal, 5, std::chrono::hours(1)}};
 };
 
-TEST_F(LoggingIn, MakesASession)
+TEST_F(Login, MakesASession)
 {
     EXPECT_EQ(logIn("old password"), std::nullopt);
     EXPECT_EQ(sessions(), 1);
 }
 
-TEST_F(LoggingIn, WithAPasswordThatIsReplacedMeanwhileMakesNone)
+TEST_F(Login, MakesNoSessionIfThePasswordIsReplacedMeanwhile)
 {
     bool isReplaced = false;
     interrupting.onCheck = [&] {
@@ -101,7 +103,7 @@ TEST_F(LoggingIn, WithAPasswordThatIsReplacedMeanwhileMakesNone)
     EXPECT_EQ(logIn("new password"), std::nullopt);
 }
 
-TEST_F(LoggingIn, ToAnAccountThatIsDisabledMeanwhileMakesNone)
+TEST_F(Login, MakesNoSessionIfTheAccountIsDisabledMeanwhile)
 {
     interrupting.onCheck = [this] { setDisabled(true); };
     EXPECT_EQ(logIn("old password"), http::EProblem::AccountDisabled);

@@ -1,4 +1,4 @@
-// Who has to wait after failed logins, and how long.
+// The wait after failed logins: for a name, for an address, and its length.
 #include "service/accounts/LoginThrottle.h"
 #include "tests/service/support/ManualClock.h"
 
@@ -23,27 +23,27 @@ protected:
     LoginThrottle throttle{clock, 3};
 };
 
-TEST_F(Throttle, LetsAUserMistypeAFewTimes)
+TEST_F(Throttle, AllowsAFewFailedLogins)
 {
     fail(2, "olga", "10.0.0.1");
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
 }
 
-TEST_F(Throttle, MakesAUserWaitWhereTheyFailed)
+TEST_F(Throttle, BlocksTheNameFromTheAddressOfTheFailures)
 {
     fail(3, "olga", "10.0.0.1");
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
     EXPECT_EQ(throttle.waitFor("oscar", "10.0.0.1"), 0s);
 }
 
-TEST_F(Throttle, LetsAStrangerNotLockAUserOutElsewhere)
+TEST_F(Throttle, DoesNotBlockTheNameFromAnotherAddress)
 {
     fail(20, "olga", "10.0.0.1");
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 900s);
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.2"), 0s);
 }
 
-TEST_F(Throttle, MakesThoseWaitWhoGuessFromManyAddressesButNotForLong)
+TEST_F(Throttle, BlocksANameShortlyAfterFailuresFromManyAddresses)
 {
     throttle.succeeded("olga", "10.9.9.9");
     for (int i = 0; i < 59; ++i) {
@@ -54,13 +54,13 @@ TEST_F(Throttle, MakesThoseWaitWhoGuessFromManyAddressesButNotForLong)
         throttle.failed("olga", "10.0.1." + std::to_string(i));
         EXPECT_EQ(throttle.waitFor("olga", "10.1.1.1"), 30s);
     }
-    EXPECT_EQ(throttle.waitFor("olga", "10.9.9.9"), 0s) << "where olga has been before";
+    EXPECT_EQ(throttle.waitFor("olga", "10.9.9.9"), 0s) << "olga has logged in from there";
     EXPECT_EQ(throttle.waitFor("oscar", "10.1.1.1"), 0s);
     clock.Advance(30s);
     EXPECT_EQ(throttle.waitFor("olga", "10.1.1.1"), 0s);
 }
 
-TEST_F(Throttle, DoesNotLookAtTheTimeOfDay)
+TEST_F(Throttle, IgnoresChangesOfTheTimeOfDay)
 {
     fail(3, "olga", "10.0.0.1");
     clock.ShiftTimeOfDay(-24h * 365);
@@ -71,7 +71,7 @@ TEST_F(Throttle, DoesNotLookAtTheTimeOfDay)
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
 }
 
-TEST_F(Throttle, CountsNamesThatCannotBeForTheirAddressOnly)
+TEST_F(Throttle, CountsATooLongNameForItsAddressOnly)
 {
     const std::string name(64 * 1024, 'x');
     fail(29, name, "10.0.0.1");
@@ -80,21 +80,21 @@ TEST_F(Throttle, CountsNamesThatCannotBeForTheirAddressOnly)
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
 }
 
-TEST_F(Throttle, TakesSlipsFromElsewhereNotOffAnAddress)
+TEST_F(Throttle, DoesNotSubtractFailuresFromOtherAddresses)
 {
     for (int i = 0; i < 30; ++i) {
         throttle.failed("user" + std::to_string(i), "10.0.0.1");
-        throttle.failed("mallory", "10.0.1." + std::to_string(i)); // from elsewhere
+        throttle.failed("mallory", "10.0.1." + std::to_string(i)); // from another address
         throttle.succeeded("mallory", "10.0.0.1");
     }
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
 }
 
-TEST_F(Throttle, EndsTheWaitWhenItsTimeIsOver)
+TEST_F(Throttle, EndsTheWaitAfterItsTime)
 {
     fail(3, "olga", "10.0.0.1");
     clock.Advance(29500ms);
-    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 1s) << "never zero while there is to wait";
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 1s) << "not zero before the wait has ended";
     clock.Advance(500ms);
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
 }
@@ -107,7 +107,7 @@ TEST_F(Throttle, DoublesTheWaitUpToAQuarterOfAnHour)
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 900s);
 }
 
-TEST_F(Throttle, ForgetsFailuresOnceTheUserIsIn)
+TEST_F(Throttle, ClearsFailuresAfterASuccessfulLogin)
 {
     fail(2, "olga", "10.0.0.1");
     throttle.succeeded("olga", "10.0.0.1");
@@ -115,7 +115,7 @@ TEST_F(Throttle, ForgetsFailuresOnceTheUserIsIn)
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
 }
 
-TEST_F(Throttle, ForgetsFailuresThatAreAnHourOld)
+TEST_F(Throttle, ClearsFailuresAfterAnHour)
 {
     fail(2, "olga", "10.0.0.1");
     clock.Advance(61min);
@@ -123,7 +123,7 @@ TEST_F(Throttle, ForgetsFailuresThatAreAnHourOld)
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
 }
 
-TEST_F(Throttle, MakesAnAddressWaitThatTriesManyUsers)
+TEST_F(Throttle, BlocksAnAddressThatTriesManyNames)
 {
     for (int i = 0; i < 30; ++i) {
         throttle.failed("user" + std::to_string(i), "10.0.0.1");
@@ -132,7 +132,7 @@ TEST_F(Throttle, MakesAnAddressWaitThatTriesManyUsers)
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.2"), 0s);
 }
 
-TEST_F(Throttle, TakesNobodysSlipsForAnAddressesGuesses)
+TEST_F(Throttle, DoesNotBlockAnAddressWhoseUsersLogInAfterFailures)
 {
     for (int user = 0; user < 40; ++user) {
         const std::string name = "user" + std::to_string(user);
@@ -142,7 +142,7 @@ TEST_F(Throttle, TakesNobodysSlipsForAnAddressesGuesses)
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
 }
 
-TEST_F(Throttle, LetsAGuesserNotClearAnAddressWithAnAccountOfTheirOwn)
+TEST_F(Throttle, AddressStaysBlockedWhenAnotherNameLogsIn)
 {
     for (int i = 0; i < 30; ++i) {
         throttle.failed("user" + std::to_string(i), "10.0.0.1");
@@ -151,7 +151,7 @@ TEST_F(Throttle, LetsAGuesserNotClearAnAddressWithAnAccountOfTheirOwn)
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 30s);
 }
 
-TEST_F(Throttle, TakesANetworkOfTheNewAddressesForOne)
+TEST_F(Throttle, CountsAnIpv6NetworkAsOneAddress)
 {
     for (int i = 0; i < 30; ++i) {
         throttle.failed("user" + std::to_string(i), "2001:db8:0:1::" + std::to_string(i + 1));
@@ -160,7 +160,7 @@ TEST_F(Throttle, TakesANetworkOfTheNewAddressesForOne)
     EXPECT_EQ(throttle.waitFor("olga", "2001:db8:0:2::1"), 0s);
 }
 
-TEST_F(Throttle, KnowsAnAddressInItsOtherSpelling)
+TEST_F(Throttle, CountsAMappedIpv4AddressAsItsIpv4Address)
 {
     for (int i = 0; i < 30; ++i) {
         throttle.failed("user" + std::to_string(i), "::ffff:10.0.0.1");
@@ -169,7 +169,7 @@ TEST_F(Throttle, KnowsAnAddressInItsOtherSpelling)
     EXPECT_EQ(throttle.waitFor("olga", "::ffff:10.0.0.2"), 0s);
 }
 
-TEST_F(Throttle, StillHoldsWhoFailedLastAfterManyOthers)
+TEST_F(Throttle, KeepsTheLatestFailureWhenTheTableIsFull)
 {
     for (int i = 0; i < 10500; ++i) {
         clock.Advance(1ms);

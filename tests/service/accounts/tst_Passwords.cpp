@@ -1,4 +1,3 @@
-// Password hashes.
 #include "service/accounts/Passwords.h"
 
 #include <gtest/gtest.h>
@@ -6,7 +5,7 @@
 namespace kelvo::accounts {
 namespace {
 
-TEST(PasswordHashes, FitTheirPasswordOnly)
+TEST(PasswordHashes, MatchOnlyTheirPassword)
 {
     const Passwords passwords(EPasswordCost::Minimal);
     const std::string hash = passwords.hash("correct horse");
@@ -16,19 +15,19 @@ TEST(PasswordHashes, FitTheirPasswordOnly)
     EXPECT_EQ(hash.find("$argon2id$"), 0U);
 }
 
-TEST(PasswordHashes, AreSaltedEachAnew)
+TEST(PasswordHashes, HaveANewSaltEachTime)
 {
     const Passwords passwords(EPasswordCost::Minimal);
     EXPECT_NE(passwords.hash("same"), passwords.hash("same"));
 }
 
-TEST(PasswordHashes, OfNobodyFitNothing)
+TEST(PasswordHashes, MatchNothingForAnUnknownUser)
 {
     const Passwords passwords(EPasswordCost::Minimal);
     EXPECT_FALSE(passwords.verify("anything", std::nullopt));
 }
 
-TEST(PasswordHashes, MadeAtAnotherCostStillFit)
+TEST(PasswordHashes, OfAnotherCostStillMatch)
 {
     const std::string hash = Passwords(EPasswordCost::Interactive).hash("secret password");
     EXPECT_TRUE(Passwords(EPasswordCost::Minimal).verify("secret password", hash));

@@ -59,19 +59,19 @@ TEST_F(Refusing, SaysWhenToComeBackWhenTheDatabaseCannotCommit)
     database.writeNow([this](store::Transaction& t) {
         store::setPassword(t, user.id, accounts.passwords().hash("right words"));
     });
-    test::makeImpatient(database);
-    other.read();
+    test::disableBusyTimeout(database);
+    other.lockShared();
     EXPECT_THAT(logIn(), saysBusy);
-    other.letGo();
+    other.unlock();
     EXPECT_THAT(logIn(), StartsWith("HTTP/1.1 201 "));
 }
 
 TEST_F(Refusing, SaysWhenToComeBackWhenTheDatabaseCannotBeRead)
 {
-    test::makeImpatient(database);
-    other.keep();
+    test::disableBusyTimeout(database);
+    other.lockExclusive();
     EXPECT_THAT(askForAccount(), saysBusy);
-    other.letGo();
+    other.unlock();
     EXPECT_THAT(askForAccount(), StartsWith("HTTP/1.1 401 "));
 }
 

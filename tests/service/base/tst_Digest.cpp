@@ -1,4 +1,4 @@
-// SHA-256 and what is made of it.
+// SHA-256 and the Repr-Digest field made of it.
 #include "service/base/Digest.h"
 
 #include <gtest/gtest.h>

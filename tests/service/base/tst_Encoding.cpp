@@ -6,7 +6,7 @@
 namespace kelvo {
 namespace {
 
-TEST(Base64, KnowsTheStandardVectors)
+TEST(Base64, MatchesTheStandardVectors)
 {
     const std::pair<const char*, const char*> vectors[] = {
         {"", ""},
@@ -23,7 +23,7 @@ TEST(Base64, KnowsTheStandardVectors)
     }
 }
 
-TEST(Base64, TakesMissingPaddingAndRefusesNonsense)
+TEST(Base64, AcceptsMissingPaddingAndRefusesWrongText)
 {
     EXPECT_EQ(fromBase64("Zg"), "f");
     EXPECT_EQ(fromBase64("Z"), std::nullopt);
@@ -44,7 +44,7 @@ TEST(PercentDecoding, DecodesEscapesAndRefusesBrokenOnes)
     EXPECT_EQ(percentDecode("%41"), "A");
 }
 
-TEST(Utf8, TellsGoodFromBad)
+TEST(Utf8, RefusesMalformedSequences)
 {
     EXPECT_TRUE(isUtf8("field é 田 \xF0\x9F\x9A\x9C"));
     EXPECT_FALSE(isUtf8("\xC3"));             // cut off
@@ -55,7 +55,7 @@ TEST(Utf8, TellsGoodFromBad)
     EXPECT_FALSE(isUtf8("\xFF"));
 }
 
-TEST(Numbers, AreWholeAndUnsigned)
+TEST(Numbers, AreUnsignedIntegers)
 {
     EXPECT_EQ(parseNumber("18446744073709551615"), 18446744073709551615ULL);
     EXPECT_EQ(parseNumber("18446744073709551616"), std::nullopt);

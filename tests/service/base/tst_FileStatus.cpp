@@ -1,5 +1,4 @@
-// What is told of files, also of those that are dated where a time_t of 32 bits has come to its
-// end.
+// The status of files, including files with dates after 2038.
 #include "service/base/FileStatus.h"
 #include "service/base/Files.h"
 #include "tests/service/support/FileDates.h"
@@ -25,7 +24,7 @@ protected:
     const std::filesystem::path file = folder.Path() / "file";
 };
 
-TEST_F(StatusOfAFile, TellsKindModeSizeAndOwner)
+TEST_F(StatusOfAFile, HasKindModeSizeAndOwner)
 {
     const auto status = statusOf(file);
     ASSERT_TRUE(status);
@@ -37,14 +36,14 @@ TEST_F(StatusOfAFile, TellsKindModeSizeAndOwner)
     EXPECT_TRUE(S_ISDIR(statusOf(folder.Path())->mode));
 }
 
-TEST_F(StatusOfAFile, TellsSizesOfMoreThan32Bits)
+TEST_F(StatusOfAFile, HasSizesOfMoreThan32Bits)
 {
     constexpr std::int64_t bytes = 5368709120; // a hole, of 5 GiB
     std::filesystem::resize_file(file, static_cast<std::uintmax_t>(bytes));
     EXPECT_EQ(statusOf(file)->sizeBytes, bytes);
 }
 
-TEST_F(StatusOfAFile, TellsDatesOfMoreThan32Bits)
+TEST_F(StatusOfAFile, HasDatesOfMoreThan32Bits)
 {
     for (const std::int64_t seconds : {std::int64_t{2147483647}, std::int64_t{2147483648},
                                        test::farFutureS, std::int64_t{4294967296}}) {
@@ -65,12 +64,12 @@ TEST_F(StatusOfAFile, IsTheSameByItsDescriptor)
     EXPECT_EQ(status.device, statusOf(file)->device);
 }
 
-TEST_F(StatusOfAFile, IsNothingWhenThereIsNone)
+TEST_F(StatusOfAFile, IsEmptyForAMissingFile)
 {
     EXPECT_EQ(statusOf(folder.Path() / "none").has_value(), false);
 }
 
-TEST_F(StatusOfAFile, IsAnErrorWhenItCannotBeTold)
+TEST_F(StatusOfAFile, ThrowsIfTheFileCannotBeRead)
 {
     EXPECT_THROW(statusOf(file / "below"), std::system_error);
     EXPECT_THROW(statusOf(-1), std::system_error);

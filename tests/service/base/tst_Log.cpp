@@ -1,4 +1,4 @@
-// The log's lines, and a reader of them that does not read.
+// The log's lines, and a reader that does not read them.
 #include "service/base/Files.h"
 #include "service/base/Log.h"
 
@@ -14,7 +14,7 @@
 namespace kelvo {
 namespace {
 
-/** Has a pipe in the place of stderr. */
+/** Replaces stderr by a pipe. */
 class Logging : public testing::Test
 {
 protected:
@@ -28,12 +28,12 @@ protected:
         EXPECT_GE(::dup2(writer.get(), STDERR_FILENO), 0);
         startLog("info");
     }
-    ~Logging() override { putBack(); }
+    ~Logging() override { restoreStderr(); }
 
-    /** Everything that was logged. */
+    /** All text that was logged. */
     std::string logged()
     {
-        putBack(); // closes the last writing end
+        restoreStderr(); // closes the last writing end
         std::string all;
         std::array<char, 4096> part;
         for (ssize_t got = 0; (got = ::read(reader_.get(), part.data(), part.size())) > 0;) {
@@ -43,7 +43,7 @@ protected:
     }
 
 private:
-    void putBack()
+    void restoreStderr()
     {
         if (real_) {
             ::dup2(real_.get(), STDERR_FILENO);
@@ -55,7 +55,7 @@ private:
     FileDescriptor real_;
 };
 
-TEST_F(Logging, LeavesAShortLineAsItIs)
+TEST_F(Logging, DoesNotCutAShortLine)
 {
     logError("went-wrong", "a \"detail\"");
     const auto line = nlohmann::json::parse(logged());
@@ -65,9 +65,9 @@ TEST_F(Logging, LeavesAShortLineAsItIs)
     EXPECT_FALSE(line.contains("cut"));
 }
 
-TEST_F(Logging, CutsALineThatAPipeMayNotTakeAtOnce)
+TEST_F(Logging, CutsALineThatIsTooLongForAPipe)
 {
-    // Each byte takes six in the line.
+    // Each control byte takes six bytes in the line.
     for (const char filler : {'x', '\x01'}) {
         logError("went-wrong", "begins " + std::string(64 * 1024, filler));
     }
@@ -86,7 +86,7 @@ TEST_F(Logging, CutsALineThatAPipeMayNotTakeAtOnce)
     EXPECT_EQ(begin, text.size());
 }
 
-TEST_F(Logging, CutsWhateverIsLong)
+TEST_F(Logging, CutsALongRequestMethod)
 {
     const std::string method(16 * 1024, 'M');
     logRequest({method, "unmatched", 400, 0, 0, 0});
@@ -99,11 +99,11 @@ TEST_F(Logging, DoesNotWaitForAReaderThatStalls)
 {
     const std::string detail(64 * 1024, 'x');
     for (int line = 0; line < 100; ++line) {
-        logError("went-wrong", detail); // the pipe takes 64 KiB of them
+        logError("went-wrong", detail); // the pipe takes 64 KiB of it
     }
     const std::string text = logged();
     EXPECT_LE(text.size(), 64U * 1024);
-    EXPECT_EQ(text.back(), '\n') << "no line is torn";
+    EXPECT_EQ(text.back(), '\n') << "a line is cut";
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Times as text, also where a time_t of 32 bits has come to its end.
+// Times as text, including times after 2038.
 #include "service/base/Time.h"
 
 #include <gtest/gtest.h>
@@ -66,7 +66,7 @@ TEST(Times, AreRefusedInAnyOtherForm)
     }
 }
 
-TEST(Times, AreRefusedWhenTheyNeverCome)
+TEST(Times, AreRefusedIfTheyDoNotExist)
 {
     for (const char* wrong :
          {"2023-02-30T00:00:00Z", "2023-02-29T00:00:00Z", "2100-02-29T00:00:00Z",

@@ -1,11 +1,11 @@
-// What a peer on an event stream gets to read.
+// The text that a peer on an event stream receives.
 #include "service/events/EventStream.h"
 #include "service/store/Errors.h"
 #include "service/store/EventTable.h"
 #include "service/store/FarmTable.h"
 #include "service/store/SessionTable.h"
 #include "service/store/UserTable.h"
-#include "tests/service/support/DoubtfulDialect.h"
+#include "tests/service/support/FaultyCommitDialect.h"
 #include "tests/service/support/ManualClock.h"
 #include "tests/service/support/RunAwaitable.h"
 #include "tests/service/support/TcpPair.h"
@@ -66,7 +66,7 @@ protected:
         ended = true;
     }
 
-    /** What comes until this is in it. */
+    /** Reads until `end` has been received. */
     std::string readUntil(const std::string& end)
     {
         return loop.run(test::readUntil(*pair.client, end));
@@ -85,9 +85,9 @@ protected:
     test::ManualClock clock;
     test::Loop loop;
     EventHub hub;
-    std::shared_ptr<test::Doubt> doubt = std::make_shared<test::Doubt>();
-    store::Database database{std::make_unique<test::DoubtfulDialect>(
-        store::makeSqlite((folder.Path() / "store.sqlite").string()), doubt)};
+    std::shared_ptr<test::CommitFault> fault = std::make_shared<test::CommitFault>();
+    store::Database database{std::make_unique<test::FaultyCommitDialect>(
+        store::makeSqlite((folder.Path() / "store.sqlite").string()), fault)};
     test::TcpPair pair{loop.io()};
     store::Session session;
     std::shared_ptr<Subscription> subscription;
@@ -95,15 +95,15 @@ protected:
     bool ended = false;
 };
 
-TEST_F(Streaming, SaysAtOnceThatItStands)
+TEST_F(Streaming, SendsACommentAtOnce)
 {
     stream(0);
     EXPECT_EQ(readUntil("\n\n"), ": connected\n\n");
 }
 
-TEST_F(Streaming, CatchesUpFromTheLogAndGoesOnLive)
+TEST_F(Streaming, SendsTheLogAndThenLiveEvents)
 {
-    addEvents(450); // more than a page of the log, more than two
+    addEvents(450); // more than two pages of the log
     stream(3);
     EXPECT_EQ(readUntil("id: 450\nevent: thing\ndata: {}\n\n"),
               ": connected\n\n" + eventsText(4, 450));
@@ -111,39 +111,39 @@ TEST_F(Streaming, CatchesUpFromTheLogAndGoesOnLive)
     EXPECT_EQ(readUntil("id: 452\nevent: thing\ndata: {}\n\n"), eventsText(451, 452));
 }
 
-TEST_F(Streaming, NeitherRepeatsNorLosesWhatIsCommittedWhileItCatchesUp)
+TEST_F(Streaming, SendsEventsOnceThatAreCommittedWhileItReadsTheLog)
 {
     addEvents(10);
     stream(0);
-    addEvents(10); // in the queue, and by the time the log is read also there
+    addEvents(10); // in the queue, and in the log when it is read
     EXPECT_EQ(readUntil("id: 20\nevent: thing\ndata: {}\n\n"),
               ": connected\n\n" + eventsText(1, 20));
 }
 
-TEST_F(Streaming, FallsBackOnTheLogWhenTooMuchIsWaiting)
+TEST_F(Streaming, ReadsTheLogWhenItsQueueIsFull)
 {
     stream(0);
     readUntil("\n\n");
     for (int i = 0; i < 7; ++i) {
-        addEvents(100); // the loop does not run meanwhile, so nobody empties the queue
+        addEvents(100); // the loop does not run meanwhile, so the queue is not emptied
     }
     EXPECT_EQ(readUntil("id: 700\nevent: thing\ndata: {}\n\n"), eventsText(1, 700));
 }
 
-TEST_F(Streaming, HasNoGapWhereACommitStoodThatWasSaidToHaveFailed)
+TEST_F(Streaming, SendsEventsOfACommitThatWasReportedAsFailed)
 {
     addEvents(1);
     stream(0);
     readUntil("id: 1\nevent: thing\ndata: {}\n\n");
-    doubt->strikes = true;
+    fault->failNext = true;
     EXPECT_THROW(addEvents(3), store::CommitInDoubt);
     EXPECT_EQ(readUntil("id: 4\nevent: thing\ndata: {}\n\n"), eventsText(2, 4))
-        << "without waiting for another event";
+        << "before another event";
     addEvents(1);
     EXPECT_EQ(readUntil("id: 5\nevent: thing\ndata: {}\n\n"), eventsText(5, 5));
 }
 
-TEST_F(Streaming, SendsNothingOfACommitThatDidNotStand)
+TEST_F(Streaming, SendsNoEventOfAFailedCommit)
 {
     database.writeNow([](store::Transaction& t) {
         t.sql << "CREATE TABLE doom (farm_id BIGINT REFERENCES farms (id)"
@@ -154,7 +154,7 @@ TEST_F(Streaming, SendsNothingOfACommitThatDidNotStand)
     const auto fail = [this] {
         database.writeNow([this](store::Transaction& t) {
             store::addEvent(t, {session.user.farmId(), 0, "lost", session.user.id, "{}", "", 0});
-            t.sql << "INSERT INTO doom VALUES (-1)"; // what only COMMIT finds wrong
+            t.sql << "INSERT INTO doom VALUES (-1)"; // only COMMIT finds this error
         });
     };
     EXPECT_THROW(fail(), store::CommitInDoubt);
@@ -162,7 +162,7 @@ TEST_F(Streaming, SendsNothingOfACommitThatDidNotStand)
     EXPECT_EQ(readUntil("id: 2\nevent: thing\ndata: {}\n\n"), eventsText(1, 2));
 }
 
-TEST_F(Streaming, EndsWhenTheLogNoLongerReachesBack)
+TEST_F(Streaming, EndsIfTheLogWasPrunedBeyondTheCursor)
 {
     addEvents(10);
     database.writeNow(
@@ -171,7 +171,7 @@ TEST_F(Streaming, EndsWhenTheLogNoLongerReachesBack)
     EXPECT_EQ(loop.run(test::readAll(*pair.client)), ": connected\n\n");
 }
 
-TEST_F(Streaming, LeavesOutWhatIsForOthersButPassesIt)
+TEST_F(Streaming, SkipsEventsThatAreForOthers)
 {
     database.writeNow([this](store::Transaction& t) {
         store::addEvent(t, {session.user.farmId(), 0, "secret", 999, "{}", "", 0});
@@ -181,7 +181,7 @@ TEST_F(Streaming, LeavesOutWhatIsForOthersButPassesIt)
     EXPECT_EQ(readUntil("id: 2\nevent: thing\ndata: {}\n\n"), ": connected\n\n" + eventsText(2, 2));
 }
 
-TEST_F(Streaming, SaysWhyTheSessionEndedAndCloses)
+TEST_F(Streaming, SendsTheReasonWhenTheSessionEndsAndCloses)
 {
     stream(0);
     readUntil("\n\n");
@@ -199,7 +199,7 @@ TEST_F(Streaming, EndsAllStreamsOfAUser)
     EXPECT_THAT(loop.run(test::readAll(*pair.client)), testing::HasSubstr("\"disabled\""));
 }
 
-TEST_F(Streaming, EndsWithTheSessionsTime)
+TEST_F(Streaming, EndsWhenTheSessionExpires)
 {
     addEvents(1);
     session.expiresMs = clock.nowMs();
@@ -209,7 +209,7 @@ TEST_F(Streaming, EndsWithTheSessionsTime)
                   "event: session-ended\ndata: {\"reason\":\"expired\"}\n\n");
 }
 
-TEST_F(Streaming, LeavesNobodyOnTheTransportWhenTheLogCannotBeRead)
+TEST_F(Streaming, LeavesNoReaderOnTheTransportIfTheLogCannotBeRead)
 {
     database.writeNow([](store::Transaction& t) { t.sql << "DROP TABLE events"; });
     long readers = 0;
@@ -218,7 +218,7 @@ TEST_F(Streaming, LeavesNobodyOnTheTransportWhenTheLogCannotBeRead)
             EventStream stream(subscription, 0, database, clock, {});
             co_await stream.run(*pair.server);
         } catch (const std::exception&) {
-            readers = subscription.use_count() - 1; // the test's own is one
+            readers = subscription.use_count() - 1; // without the test's own reference
             ended = true;
         }
     };

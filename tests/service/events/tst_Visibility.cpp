@@ -1,4 +1,4 @@
-// Who hears of what.
+// The visibility of events.
 #include "service/events/Visibility.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ const store::Event ownFile{1, 5, "file-added", 7, "full", "", 0};
 const store::Event newInbox{1, 6, "inbox-added", 7, "full", "common", 0};
 const store::Event forOffice{1, 7, "console-moved", 0, "full", "", 0};
 
-TEST(Visibility, GivesTheOwnerAndTheOfficeEverything)
+TEST(Visibility, ShowsAllDataToTheOwnerAndTheOffice)
 {
     for (const store::Event& event : {ownFile, newInbox}) {
         EXPECT_EQ(dataFor(event, makeUser(7, store::ERole::Operator, 1)), "full");
@@ -29,20 +29,20 @@ TEST(Visibility, GivesTheOwnerAndTheOfficeEverything)
     }
 }
 
-TEST(Visibility, HidesFilesFromOtherOperatorsButNotInboxes)
+TEST(Visibility, HidesFilesButNotInboxesFromOtherOperators)
 {
     const store::User other = makeUser(8, store::ERole::Operator, 1);
     EXPECT_EQ(dataFor(ownFile, other), "");
     EXPECT_EQ(dataFor(newInbox, other), "common");
 }
 
-TEST(Visibility, KeepsWhatIsForTheOfficeFromOperators)
+TEST(Visibility, HidesEventsForTheOfficeFromOperators)
 {
     EXPECT_EQ(dataFor(forOffice, makeUser(9, store::ERole::Office, 1)), "full");
     EXPECT_EQ(dataFor(forOffice, makeUser(7, store::ERole::Operator, 1)), "");
 }
 
-TEST(Visibility, EndsAtTheFarm)
+TEST(Visibility, HidesEventsOfOtherFarms)
 {
     EXPECT_EQ(dataFor(ownFile, makeUser(7, store::ERole::Operator, 2)), "");
     EXPECT_EQ(dataFor(newInbox, makeUser(9, store::ERole::Office, 2)), "");

@@ -1,4 +1,4 @@
-// A connection's conduct towards well-behaved peers.
+// A connection and well-behaved peers.
 #include "tests/service/support/ConnectionFixture.h"
 
 #include <gmock/gmock.h>
@@ -6,12 +6,12 @@
 namespace kelvo::http {
 namespace {
 
-using test::ConnectionConduct;
+using test::HttpConnection;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-TEST_F(ConnectionConduct, AnswersAndStaysOpenForMore)
+TEST_F(HttpConnection, AnswersSeveralRequests)
 {
     const std::string reply = talk("POST / HTTP/1.1\r\nContent-Length: 2\r\n\r\nab"
                                    "POST / HTTP/1.1\r\nContent-Length: 2\r\n\r\ncd");
@@ -22,7 +22,7 @@ TEST_F(ConnectionConduct, AnswersAndStaysOpenForMore)
     EXPECT_EQ(application.received, 4U);
 }
 
-TEST_F(ConnectionConduct, StaysOpenWhenTakenOverWithAllThere)
+TEST_F(HttpConnection, StaysOpenWhenABodyIsAbandonedAfterItsLastByte)
 {
     test::TcpPair pair(loop.io());
     Connection connection(std::move(pair.server), application, limits);
@@ -36,13 +36,13 @@ TEST_F(ConnectionConduct, StaysOpenWhenTakenOverWithAllThere)
     loop.runUntil([&served] { return served; });
 }
 
-TEST_F(ConnectionConduct, SaysThatItClosesWhenTakenOverBeforeAllCame)
+TEST_F(HttpConnection, ClosesWhenABodyIsAbandonedBeforeItsLastByte)
 {
     EXPECT_THAT(talk("POST /taken-over-early HTTP/1.1\r\nContent-Length: 5\r\n\r\nab"),
                 HasSubstr("Connection: close"));
 }
 
-TEST_F(ConnectionConduct, ClosesWhenAskedTo)
+TEST_F(HttpConnection, ClosesWhenTheRequestSaysClose)
 {
     const std::string reply = talk("POST / HTTP/1.1\r\nConnection: close\r\n\r\n"
                                    "POST / HTTP/1.1\r\n\r\n");
@@ -50,19 +50,19 @@ TEST_F(ConnectionConduct, ClosesWhenAskedTo)
     EXPECT_THAT(reply, HasSubstr("Connection: close"));
 }
 
-TEST_F(ConnectionConduct, SendsNoBodyToHead)
+TEST_F(HttpConnection, SendsNoBodyForHead)
 {
     const std::string reply = talk("HEAD / HTTP/1.1\r\n\r\n");
     EXPECT_THAT(reply, HasSubstr("Content-Length: 2\r\n"));
     EXPECT_THAT(reply, testing::EndsWith("\r\n\r\n"));
 }
 
-TEST_F(ConnectionConduct, GivesNoContentNoLength)
+TEST_F(HttpConnection, SendsNoContentLengthWithoutContent)
 {
     EXPECT_THAT(talk("GET /ignore HTTP/1.1\r\n\r\n"), Not(HasSubstr("Content-Length")));
 }
 
-TEST_F(ConnectionConduct, TellsThePeerToGoOnOnlyWhenTheBodyIsWanted)
+TEST_F(HttpConnection, SendsContinueOnlyWhenTheBodyIsRead)
 {
     const std::string head = " HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 2\r\n\r\n";
     EXPECT_THAT(talk("POST /ignore" + head), StartsWith("HTTP/1.1 204 "));
@@ -79,7 +79,7 @@ TEST_F(ConnectionConduct, TellsThePeerToGoOnOnlyWhenTheBodyIsWanted)
     loop.runUntil([&served] { return served; });
 }
 
-TEST_F(ConnectionConduct, DropsASmallBodyThatNobodyRead)
+TEST_F(HttpConnection, DropsASmallUnreadBody)
 {
     const std::string reply = talk("POST /ignore HTTP/1.1\r\nContent-Length: 5\r\n\r\n12345"
                                    "POST / HTTP/1.1\r\nContent-Length: 2\r\n\r\nab");

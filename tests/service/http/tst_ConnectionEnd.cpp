@@ -1,4 +1,4 @@
-// How a connection ends when the service stops, or the peer keeps it waiting.
+// The end of a connection when the service stops or the peer is too slow.
 #include "tests/service/support/ConnectionFixture.h"
 
 #include <gmock/gmock.h>
@@ -6,17 +6,17 @@
 namespace kelvo::http {
 namespace {
 
-using test::ConnectionConduct;
+using test::HttpConnection;
 
-/** Its greeting needs something from the peer first, as that of TLS does. */
-class GreetingTransport final : public Transport
+/** Its handshake needs bytes from the peer, as the TLS handshake does. */
+class HandshakeTransport final : public Transport
 {
 public:
     using Transport::Transport;
     Async<boost::system::error_code> handshake() override { return waitReadable(); }
 };
 
-TEST_F(ConnectionConduct, EndsAtOnceWhenIdleAndTheServiceStops)
+TEST_F(HttpConnection, EndsAtOnceIfIdleWhenTheServiceStops)
 {
     test::TcpPair pair(loop.io());
     Connection connection(std::move(pair.server), application, limits);
@@ -29,13 +29,13 @@ TEST_F(ConnectionConduct, EndsAtOnceWhenIdleAndTheServiceStops)
     EXPECT_EQ(loop.run(test::readAll(*pair.client)), "");
 }
 
-TEST_F(ConnectionConduct, EndsAtOnceWhileItGreetsAndTheServiceStops)
+TEST_F(HttpConnection, EndsAtOnceDuringTheHandshakeWhenTheServiceStops)
 {
     using asio::ip::tcp;
     tcp::acceptor acceptor(loop.io(), tcp::endpoint(asio::ip::address_v4::loopback(), 0));
     tcp::socket peer(loop.io());
     peer.connect(acceptor.local_endpoint());
-    Connection connection(std::make_unique<GreetingTransport>(acceptor.accept()), application,
+    Connection connection(std::make_unique<HandshakeTransport>(acceptor.accept()), application,
                           limits);
     limits.headTime = std::chrono::hours(1);
     bool served = false;
@@ -45,7 +45,7 @@ TEST_F(ConnectionConduct, EndsAtOnceWhileItGreetsAndTheServiceStops)
     loop.runUntil([&served] { return served; });
 }
 
-TEST_F(ConnectionConduct, WaitsLittleForAReplyThatNobodyTakesWhenTheServiceStops)
+TEST_F(HttpConnection, CutsAReplyThatIsNotReadWhenTheServiceStops)
 {
     limits.stopStall = std::chrono::milliseconds(1);
     limits.bodyStall = std::chrono::hours(1);
@@ -60,7 +60,7 @@ TEST_F(ConnectionConduct, WaitsLittleForAReplyThatNobodyTakesWhenTheServiceStops
     EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
 }
 
-TEST_F(ConnectionConduct, EndsWhenAPeerIsTooSlowWithItsHead)
+TEST_F(HttpConnection, EndsWhenTheHeadIsTooSlow)
 {
     limits.headTime = std::chrono::milliseconds(20);
     test::TcpPair pair(loop.io());

@@ -1,4 +1,4 @@
-// What a connection does not serve, and what it says when something fails.
+// Requests that a connection refuses, and its replies after failures.
 #include "tests/service/support/ConnectionFixture.h"
 
 #include <gmock/gmock.h>
@@ -6,12 +6,12 @@
 namespace kelvo::http {
 namespace {
 
-using test::ConnectionConduct;
+using test::HttpConnection;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-TEST_F(ConnectionConduct, RefusesAHeadThatIsTooLarge)
+TEST_F(HttpConnection, RefusesAHeadThatIsTooLarge)
 {
     const std::string reply = talk("GET / HTTP/1.1\r\nX: " + std::string(20000, 'x') + "\r\n\r\n");
     EXPECT_THAT(reply, StartsWith("HTTP/1.1 431 "));
@@ -19,12 +19,12 @@ TEST_F(ConnectionConduct, RefusesAHeadThatIsTooLarge)
     EXPECT_EQ(application.handled, 0);
 }
 
-TEST_F(ConnectionConduct, RefusesWhatIsNotHttp)
+TEST_F(HttpConnection, RefusesARequestThatIsNotHttp)
 {
     EXPECT_THAT(talk("\x16\x03\x01 hello\r\n\r\n"), StartsWith("HTTP/1.1 400 "));
 }
 
-TEST_F(ConnectionConduct, RefusesChunkedBodiesAndCloses)
+TEST_F(HttpConnection, RefusesChunkedBodiesAndCloses)
 {
     const std::string reply = talk("POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n"
                                    "2\r\nab\r\n0\r\n\r\n");
@@ -33,7 +33,7 @@ TEST_F(ConnectionConduct, RefusesChunkedBodiesAndCloses)
     EXPECT_EQ(countReplies(reply), 1);
 }
 
-TEST_F(ConnectionConduct, ClosesRatherThanReadALargeBodyThatNobodyWants)
+TEST_F(HttpConnection, ClosesInsteadOfReadingALargeUnwantedBody)
 {
     limits.drainBytes = 4;
     const std::string reply = talk("POST /ignore HTTP/1.1\r\nContent-Length: 5\r\n\r\n12345"
@@ -42,28 +42,28 @@ TEST_F(ConnectionConduct, ClosesRatherThanReadALargeBodyThatNobodyWants)
     EXPECT_THAT(reply, HasSubstr("Connection: close"));
 }
 
-TEST_F(ConnectionConduct, AnswersNothingToAPeerThatLeavesInTheMiddle)
+TEST_F(HttpConnection, SendsNoReplyToAPeerThatLeavesDuringItsBody)
 {
     EXPECT_EQ(talk("POST / HTTP/1.1\r\nContent-Length: 10\r\n\r\nabc"), "");
     EXPECT_THAT(application.statuses, testing::ElementsAre(499U));
 }
 
-TEST_F(ConnectionConduct, KeepsDetailsOfItsFailuresToItself)
+TEST_F(HttpConnection, HidesTheDetailsOfItsFailures)
 {
     const std::string reply = talk("GET /fail HTTP/1.1\r\n\r\n");
     EXPECT_THAT(reply, StartsWith("HTTP/1.1 500 "));
     EXPECT_THAT(reply, Not(HasSubstr("secret")));
 }
 
-TEST_F(ConnectionConduct, CountsAReplyThatItCannotFinish)
+TEST_F(HttpConnection, ClosesAfterAReplyThatItCannotFinish)
 {
     talk("GET /torn HTTP/1.1\r\n\r\nGET / HTTP/1.1\r\n\r\n");
-    EXPECT_EQ(application.handled,
-              1); // the peer would take the next reply for the rest of this one
+    // The peer would take the next reply for the rest of this reply.
+    EXPECT_EQ(application.handled, 1);
     EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
 }
 
-TEST_F(ConnectionConduct, TellsPeersThatItIsFull)
+TEST_F(HttpConnection, AnswersBusyWhenTheServiceIsFull)
 {
     const std::string reply = talk("GET / HTTP/1.1\r\n\r\n", true);
     EXPECT_THAT(reply, StartsWith("HTTP/1.1 503 "));

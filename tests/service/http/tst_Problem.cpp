@@ -1,4 +1,3 @@
-// Problem documents.
 #include "service/http/Problem.h"
 
 #include <gmock/gmock.h>
@@ -10,7 +9,7 @@ namespace {
 using testing::Contains;
 using testing::Pair;
 
-TEST(ProblemDocument, SaysWhatTheProblemIs)
+TEST(ProblemDocument, HasTypeTitleStatusAndDetail)
 {
     const Response response =
         Problem(EProblem::CursorTooOld, "The events are not kept.").toResponse();
@@ -23,20 +22,20 @@ TEST(ProblemDocument, SaysWhatTheProblemIs)
     EXPECT_FALSE(document.at("title").get<std::string>().empty());
 }
 
-TEST(ProblemDocument, NamesTheWayToLogIn)
+TEST(ProblemDocument, NamesTheAuthenticationScheme)
 {
     EXPECT_THAT(Problem(EProblem::Unauthenticated).toResponse().headers,
                 Contains(Pair("WWW-Authenticate", "Bearer")));
 }
 
-TEST(ProblemDocument, CarriesTheHeadersOfItsCase)
+TEST(ProblemDocument, SendsItsHeaders)
 {
     const Problem problem(EProblem::LoginThrottled, "Wait.", {{"Retry-After", "30"}});
     EXPECT_EQ(problem.status(), 429U);
     EXPECT_THAT(problem.toResponse().headers, Contains(Pair("Retry-After", "30")));
 }
 
-TEST(ProblemDocument, StaysJsonWhateverTheDetail)
+TEST(ProblemDocument, StaysJsonIfTheDetailIsNotUtf8)
 {
     const Response response = Problem(EProblem::Internal, "broken \xFF text").toResponse();
     EXPECT_NO_THROW({

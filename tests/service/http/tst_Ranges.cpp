@@ -1,4 +1,4 @@
-// Which bytes a Range header asks for, and lists of entity tags.
+// The bytes that a Range header asks for, and lists of entity tags.
 #include "service/http/Ranges.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ struct Case
 class Range : public testing::TestWithParam<Case>
 {};
 
-TEST_P(Range, IsChosenAsAsked)
+TEST_P(Range, IsChosenFromTheHeader)
 {
     const Case& wanted = GetParam();
     const RangeChoice choice = chooseRange(wanted.header, wanted.size);
@@ -41,7 +41,7 @@ INSTANTIATE_TEST_SUITE_P(Headers, Range,
                                          Case{"bytes=-0", 100, ERange::Unsatisfiable, 0, 0},
                                          Case{"bytes=0-", 0, ERange::Unsatisfiable, 0, 0},
                                          Case{"bytes=-5", 0, ERange::Unsatisfiable, 0, 0},
-                                         // What is not one valid range of bytes is ignored.
+                                         // Any other text than one valid byte range is ignored.
                                          Case{"bytes=9-5", 100, ERange::Whole, 0, 100},
                                          Case{"bytes=a-b", 100, ERange::Whole, 0, 100},
                                          Case{"bytes=-", 100, ERange::Whole, 0, 100},

@@ -1,4 +1,4 @@
-// Heads that come in pieces, are too large or malformed.
+// Heads that arrive in pieces, are too large or malformed.
 #include "service/http/RequestHead.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@ RequestHead parse(std::string text)
     return parser.take();
 }
 
-TEST(RequestHead, IsTakenApart)
+TEST(RequestHead, HasMethodPathQueryAndFields)
 {
     const RequestHead head = parse("POST /a%20b?x=1&y HTTP/1.1\r\nHost: h\r\nContent-Length: 12\r\n"
                                    "Expect: 100-Continue\r\nX-Thing:  v \r\n\r\n");
@@ -30,7 +30,7 @@ TEST(RequestHead, IsTakenApart)
     EXPECT_FALSE(head.transferEncoded);
 }
 
-TEST(RequestHead, KnowsWhenTheConnectionIsToEnd)
+TEST(RequestHead, KnowsIfTheConnectionHasToClose)
 {
     EXPECT_FALSE(parse("GET / HTTP/1.1\r\nConnection: close\r\n\r\n").keepAlive);
     EXPECT_FALSE(parse("GET / HTTP/1.0\r\n\r\n").keepAlive);
@@ -41,7 +41,7 @@ TEST(RequestHead, KnowsChunkedBodies)
     EXPECT_TRUE(parse("POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n").transferEncoded);
 }
 
-TEST(RequestHead, ComesInPiecesAndLeavesTheBodyAlone)
+TEST(RequestHead, IsParsedFromPiecesAndLeavesTheBody)
 {
     const std::string text = "PUT /x HTTP/1.1\r\nHost: h\r\nContent-Length: 4\r\n\r\nbody";
     HeadParser parser(limit);
@@ -61,7 +61,7 @@ TEST(RequestHead, ComesInPiecesAndLeavesTheBodyAlone)
     EXPECT_EQ(all, "body");
 }
 
-TEST(RequestHead, MayNotBeLargerThanTheLimit)
+TEST(RequestHead, IsRefusedAboveTheLimit)
 {
     const std::string huge = "GET / HTTP/1.1\r\nX: " + std::string(limit, 'a') + "\r\n\r\n";
     HeadParser parser(limit);
@@ -78,7 +78,7 @@ TEST(RequestHead, MayNotBeLargerThanTheLimit)
     EXPECT_EQ(state, EHeadState::TooLarge);
 }
 
-TEST(RequestHead, MustBeHttp)
+TEST(RequestHead, IsRefusedIfItIsNotHttp)
 {
     for (const char* wrong :
          {"hello\r\n\r\n", "GET /\r\n\r\n", "GET / \r\n\r\n", "GET / HTTP\r\n\r\n", "GET\r\n\r\n",
@@ -91,7 +91,7 @@ TEST(RequestHead, MustBeHttp)
     }
 }
 
-TEST(RequestHead, HasAnExactBoundHoweverItComes)
+TEST(RequestHead, HasAnExactLimitForPiecesOfAnySize)
 {
     const std::string begin = "GET / HTTP/1.1\r\nX: ";
     for (const std::size_t size : {99U, 100U, 101U, 102U, 110U}) {
@@ -111,7 +111,7 @@ TEST(RequestHead, HasAnExactBoundHoweverItComes)
     }
 }
 
-TEST(RequestHead, CountsNoBodyAsItsOwn)
+TEST(RequestHead, DoesNotCountTheBodyForItsLimit)
 {
     HeadParser parser(100);
     std::string received =

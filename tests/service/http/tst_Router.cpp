@@ -1,4 +1,4 @@
-// Which handler a request finds.
+// The handler that a request finds.
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
 #include "tests/service/support/RunAwaitable.h"
@@ -46,7 +46,7 @@ protected:
         return Request{head, body, limits, "peer"};
     }
 
-    /** What the handler that is found says. */
+    /** The text of the handler that is found. */
     std::string found(const std::string& method, const std::string& path)
     {
         Request one = request(method, path);
@@ -80,7 +80,7 @@ TEST_F(Routing, FindsByMethodAndTemplate)
     EXPECT_EQ(found("GET", "/kelvo-api/v1/resources/7/content"), "GET /resources/{id}/content");
 }
 
-TEST_F(Routing, GivesParametersDecodedAndTheRouteByItsTemplate)
+TEST_F(Routing, DecodesParametersAndNamesTheTemplate)
 {
     Request one = request("POST", "/kelvo-api/v1/projects/From%20Console/user-inbox");
     router.find(one);
@@ -101,13 +101,13 @@ TEST_F(Routing, PrefersALiteralSegment)
     EXPECT_EQ(found("GET", "/kelvo-api/v1/sessions/other"), "GET /sessions/{id}");
 }
 
-TEST_F(Routing, AnswersHeadWithGetUnlessItHasItsOwn)
+TEST_F(Routing, AnswersHeadWithTheGetHandlerIfThereIsNoHeadHandler)
 {
     EXPECT_EQ(found("HEAD", "/kelvo-api/v1/resources/7"), "GET /resources/{id}");
     EXPECT_EQ(found("HEAD", "/kelvo-api/v1/uploads/7"), "HEAD /uploads/{id}");
 }
 
-TEST_F(Routing, KnowsNothingElse)
+TEST_F(Routing, FindsNoOtherPath)
 {
     for (const char* path :
          {"/", "", "/kelvo-api/v1", "/kelvo-api/v1/", "/resources/7", "/kelvo-api/v1/resources",
@@ -117,7 +117,7 @@ TEST_F(Routing, KnowsNothingElse)
     }
 }
 
-TEST_F(Routing, SaysWhichMethodsThereAre)
+TEST_F(Routing, NamesTheAllowedMethods)
 {
     Request one = request("PATCH", "/kelvo-api/v1/resources/7");
     try {
@@ -130,7 +130,7 @@ TEST_F(Routing, SaysWhichMethodsThereAre)
     EXPECT_EQ(one.route, "/resources/{id}"); // so that metrics name it
 }
 
-TEST_F(Routing, TakesOnlyIdsAsIds)
+TEST_F(Routing, RefusesIdsAbove31Bits)
 {
     Request one = request("GET", "/kelvo-api/v1/resources/2147483648");
     router.find(one);

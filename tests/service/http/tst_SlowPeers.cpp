@@ -1,4 +1,4 @@
-// Peers that take their time, or pretend to: each has a bound.
+// Slow peers: each limit ends them.
 #include "service/http/Connection.h"
 #include "service/http/Problem.h"
 #include "tests/service/support/RunAwaitable.h"
@@ -19,8 +19,8 @@ using namespace std::chrono_literals;
 
 constexpr std::size_t largeReplyBytes = 64 * 1024 * 1024;
 
-/** Takes bodies whole below /json and piece by piece elsewhere; its replies to GET are large. */
-class PatientApplication final : public Application
+/** Reads bodies whole at /json and piece by piece at other paths. Its replies to GET are large. */
+class ReadingApplication final : public Application
 {
 public:
     Async<Response> handle(Request& request) override
@@ -60,11 +60,13 @@ class SlowPeers : public testing::Test
 protected:
     SlowPeers()
     {
-        // Each test shortens the one limit that it is about.
+        // Each test lowers the one limit that it tests.
         limits.headTime = limits.idleTime = limits.bodyStall = limits.jsonTime = 1h;
     }
 
-    /** Serves a peer that says this, then a byte a millisecond, until the service has enough. */
+    /**
+     * Serves a peer that sends `text` and then a byte every millisecond, until the service closes.
+     */
     void drip(const std::string& text)
     {
         const auto peer = [](Transport& client, std::string begin) -> Async<void> {
@@ -102,25 +104,25 @@ protected:
     }
 
     test::Loop loop;
-    PatientApplication application;
+    ReadingApplication application;
     Limits limits;
 };
 
-TEST_F(SlowPeers, HaveALimitedTimeForAHeadHoweverSteadilyItComes)
+TEST_F(SlowPeers, HaveADeadlineForAHeadThatArrivesSteadily)
 {
     limits.headTime = 30ms;
     drip("GET / HTTP/1.1\r\nX-Slow: ");
     EXPECT_THAT(application.statuses, testing::IsEmpty());
 }
 
-TEST_F(SlowPeers, HaveALimitedTimeToBegin)
+TEST_F(SlowPeers, HaveADeadlineForTheFirstByte)
 {
     limits.idleTime = 30ms;
     serve([](Transport& client) -> Async<void> { co_await test::readAll(client); });
     EXPECT_THAT(application.statuses, testing::IsEmpty());
 }
 
-TEST_F(SlowPeers, MustNotLetABodyStandStill)
+TEST_F(SlowPeers, AreClosedWhenTheirBodyStalls)
 {
     limits.bodyStall = 30ms;
     serve([](Transport& client) -> Async<void> {
@@ -130,14 +132,14 @@ TEST_F(SlowPeers, MustNotLetABodyStandStill)
     EXPECT_THAT(application.statuses, testing::ElementsAre(408U));
 }
 
-TEST_F(SlowPeers, DoNotHoldAConnectionWithAByteNowAndThen)
+TEST_F(SlowPeers, AreClosedWhenTheirBodyComesAByteAtATime)
 {
     limits.bodyStall = 30ms;
     drip("POST / HTTP/1.1\r\nContent-Length: 1000000\r\n\r\n");
     EXPECT_THAT(application.statuses, testing::ElementsAre(408U));
 }
 
-TEST_F(SlowPeers, DoNotHoldAConnectionWithABodyThatIsOnlyDropped)
+TEST_F(SlowPeers, HaveADeadlineForABodyThatIsDropped)
 {
     limits.jsonTime = 30ms;
     limits.bodyProgressBytes = 1;
@@ -145,7 +147,7 @@ TEST_F(SlowPeers, DoNotHoldAConnectionWithABodyThatIsOnlyDropped)
     EXPECT_THAT(application.statuses, testing::ElementsAre(204U));
 }
 
-TEST_F(SlowPeers, HaveALimitedTimeForASmallBodyHoweverSteadilyItComes)
+TEST_F(SlowPeers, HaveADeadlineForASmallBodyThatArrivesSteadily)
 {
     limits.jsonTime = 30ms;
     limits.bodyProgressBytes = 1;
@@ -153,7 +155,7 @@ TEST_F(SlowPeers, HaveALimitedTimeForASmallBodyHoweverSteadilyItComes)
     EXPECT_THAT(application.statuses, testing::ElementsAre(408U));
 }
 
-TEST_F(SlowPeers, MustTakeTheirReply)
+TEST_F(SlowPeers, AreClosedWhenTheyDoNotReadTheReply)
 {
     limits.bodyStall = 30ms;
     serve([](Transport& client) -> Async<void> {
@@ -162,10 +164,10 @@ TEST_F(SlowPeers, MustTakeTheirReply)
     EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
 }
 
-TEST_F(SlowPeers, MustTakeEnoughOfTheirReplyHoweverSteadilyTheyDo)
+TEST_F(SlowPeers, AreClosedWhenTheyReadTheReplyTooSlowly)
 {
     limits.bodyStall = 30ms;
-    limits.bodyProgressBytes = 1024 * 1024 * 1024; // more than there is
+    limits.bodyProgressBytes = 1024 * 1024 * 1024; // more than the whole reply
     std::size_t taken = 0;
     serve([&taken](Transport& client) -> Async<void> {
         co_await test::sendText(client, "GET / HTTP/1.1\r\n\r\n");
@@ -174,7 +176,7 @@ TEST_F(SlowPeers, MustTakeEnoughOfTheirReplyHoweverSteadilyTheyDo)
         for (IoResult got; !got.error;) {
             got = co_await client.readSome(asio::buffer(piece.get(), largeReplyBytes / 1000));
             taken += got.bytes;
-            timer.expires_after(1ms); // which the service waits for again and again
+            timer.expires_after(1ms); // the service waits for the peer meanwhile
             boost::system::error_code ignored;
             co_await timer.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
         }
@@ -183,7 +185,7 @@ TEST_F(SlowPeers, MustTakeEnoughOfTheirReplyHoweverSteadilyTheyDo)
     EXPECT_LT(taken, largeReplyBytes);
 }
 
-TEST_F(SlowPeers, MustTakeMoreOfTheirReplyThanAByteNowAndThen)
+TEST_F(SlowPeers, AreClosedWhenTheyReadTheReplyAByteAtATime)
 {
     limits.bodyStall = 30ms;
     serve([](Transport& client) -> Async<void> {

@@ -1,4 +1,4 @@
-// The event stream, cut into pieces as a network cuts it.
+// The event stream, cut at every place.
 #include "service/kelvoctl/EventParser.h"
 
 #include <gtest/gtest.h>
@@ -43,7 +43,7 @@ TEST(EventParser, FindsTheSameEventsWhereverTheStreamIsCut)
     }
 }
 
-TEST(EventParser, TakesEveryKindOfLineEnd)
+TEST(EventParser, AcceptsEveryKindOfLineEnd)
 {
     for (const std::string end : {"\r\n", "\r"}) {
         std::string stream;
@@ -58,7 +58,7 @@ TEST(EventParser, TakesEveryKindOfLineEnd)
     }
 }
 
-TEST(EventParser, DropsWhatWasBegunWhenTheConnectionIsCut)
+TEST(EventParser, DropsAnUnfinishedEventWhenTheConnectionIsCut)
 {
     Collector collector;
     collector.parser.feed("id: 6\nevent: file-added\ndata: {\"half\":");

@@ -1,18 +1,18 @@
-// What goes into URLs and headers, and what may become a path or reach a terminal.
+// Texts for URLs and headers, and the names that may become a path or reach a terminal.
 #include "service/kelvoctl/Names.h"
 
 #include <gtest/gtest.h>
 
 using namespace kelvoctl;
 
-TEST(Names, PercentEncodesEverythingThatCouldEndASegment)
+TEST(Names, PercentEncodesReservedCharacters)
 {
     EXPECT_EQ(percentEncoded("To Console"), "To%20Console");
     EXPECT_EQ(percentEncoded("a/b?c#d%e"), "a%2Fb%3Fc%23d%25e");
     EXPECT_EQ(percentEncoded("\xC3\xA9-._~9Z"), "%C3%A9-._~9Z");
 }
 
-TEST(Names, RefusesNamesThatArePathsOrHideSomething)
+TEST(Names, RefusesNamesWithPathsOrControlCharacters)
 {
     using namespace std::string_view_literals;
     for (const std::string_view name :
@@ -21,7 +21,7 @@ TEST(Names, RefusesNamesThatArePathsOrHideSomething)
     }
 }
 
-TEST(Names, TakesOrdinaryNames)
+TEST(Names, AcceptsOrdinaryNames)
 {
     for (const char* name :
          {"field.zip", "...", ".hidden", "a b", "h\xC3\xBCgel.zip", "back\\slash"}) {

@@ -1,4 +1,4 @@
-// The remembered session: private, whole, and never used for another service.
+// The stored session: readable by its owner only, complete, and used for its own server only.
 #include "service/kelvoctl/Session.h"
 
 #include "service/kelvoctl/CommandContext.h"
@@ -25,7 +25,7 @@ protected:
 
 } // namespace
 
-TEST_F(SessionFile, ComesBackAsItWasSaved)
+TEST_F(SessionFile, IsLoadedAsItWasSaved)
 {
     session.save(file);
     const auto loaded = Session::load(file);
@@ -36,14 +36,14 @@ TEST_F(SessionFile, ComesBackAsItWasSaved)
     EXPECT_EQ(loaded->token, session.token);
 }
 
-TEST_F(SessionFile, ComesBackAlsoWhenItIsDatedWhenTimesOf32BitsAreOver)
+TEST_F(SessionFile, IsLoadedIfItsDateIsAfter2038)
 {
     session.save(file);
     ASSERT_TRUE(kelvo::test::setFileDate(file, kelvo::test::farFutureS));
     EXPECT_TRUE(Session::load(file));
 }
 
-TEST_F(SessionFile, IsPrivateAlsoWhenItReplacesOneThatWasNot)
+TEST_F(SessionFile, IsPrivateWhenItReplacesAReadableFile)
 {
     session.save(file);
     std::filesystem::permissions(file, perms(0644));
@@ -68,7 +68,7 @@ TEST_F(SessionFile, IsRefusedWhenOthersCanReadIt)
     EXPECT_THROW(Session::load(file), UsageError);
 }
 
-TEST_F(SessionFile, IsRefusedWhenItIsSomethingElse)
+TEST_F(SessionFile, IsRefusedIfItsContentIsNotASession)
 {
     session.save(file);
     for (const char* content : {"", "{", "[]", "{\"server\":\"x\"}", "{\"server\":1}"}) {
@@ -78,7 +78,7 @@ TEST_F(SessionFile, IsRefusedWhenItIsSomethingElse)
     }
 }
 
-TEST_F(SessionFile, ThatIsNotThereIsNoSession)
+TEST_F(SessionFile, GivesNoSessionIfItIsMissing)
 {
     EXPECT_FALSE(Session::load(file));
     CommandContext context;
@@ -86,7 +86,7 @@ TEST_F(SessionFile, ThatIsNotThereIsNoSession)
     EXPECT_THROW(context.session(), UsageError);
 }
 
-TEST_F(SessionFile, KeepsItsTokenFromAnotherServer)
+TEST_F(SessionFile, IsNotUsedForAnotherServer)
 {
     session.save(file);
     CommandContext context;

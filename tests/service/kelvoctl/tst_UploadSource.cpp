@@ -1,4 +1,4 @@
-// A file as the body of requests: every byte once, the digest of all of it whatever the jumps.
+// A file as the body of requests: sent once, with a digest of the whole file after any jump.
 #include "service/kelvoctl/UploadSource.h"
 
 #include "service/base/Digest.h"
@@ -40,7 +40,7 @@ std::string digestOf(const std::string& content)
 
 } // namespace
 
-TEST(UploadSource, TakesAFileThatIsDatedWhenTimesOf32BitsAreOver)
+TEST(UploadSource, ReadsAFileDatedAfter2038)
 {
     const kelvo::test::TempFolder folder;
     const auto file = folder.Write("a", "hello");
@@ -76,7 +76,7 @@ TEST(UploadSource, DigestsTheWholeFileAfterJumpsBothWays)
     }
 }
 
-TEST(UploadSource, IgnoresWhatIsAppendedAndRefusesWhatIsCutOff)
+TEST(UploadSource, IgnoresAppendedBytesAndRefusesAShortenedFile)
 {
     const kelvo::test::TempFolder folder;
     const std::string content = pattern(4000);
@@ -89,7 +89,7 @@ TEST(UploadSource, IgnoresWhatIsAppendedAndRefusesWhatIsCutOff)
     EXPECT_THROW(readAll(source), UsageError);
 }
 
-TEST(UploadSource, TakesOnlyFilesThatAreThere)
+TEST(UploadSource, RefusesFoldersAndMissingFiles)
 {
     const kelvo::test::TempFolder folder;
     EXPECT_THROW(UploadSource{folder.Path()}, UsageError);

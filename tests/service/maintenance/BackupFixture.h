@@ -1,10 +1,10 @@
-// A data folder that is backed up and brought back.
+// A data folder for tests of backup and restore.
 #pragma once
 
 #include "service/DataFolder.h"
 #include "service/maintenance/Backup.h"
 #include "service/maintenance/Restore.h"
-#include "tests/service/support/KeptFiles.h"
+#include "tests/service/support/StoredFiles.h"
 
 #include <gtest/gtest.h>
 #include <soci/soci.h>
@@ -19,7 +19,7 @@
 
 namespace kelvo::maintenance {
 
-/** Why it is refused. */
+/** The text of the refusal. */
 inline std::string refusal(const std::function<void()>& work)
 {
     try {
@@ -30,8 +30,8 @@ inline std::string refusal(const std::function<void()>& work)
     return "not refused";
 }
 
-/** A data folder, and where a backup of it and what comes back of that would be. */
-class BackupFixture : public test::KeptFiles
+/** A data folder, with paths for its backup and for the restored folder. */
+class BackupFixture : public test::StoredFiles
 {
 protected:
     BackupFixture()
@@ -41,8 +41,8 @@ protected:
         replaceFile(folder.Path() / "tls" / "ca.key", "key", 0600);
     }
 
-    CopyReport back() { return backUp(folder.Path(), backup()); }
-    CopyReport bring(bool force = false) { return restore(backup(), restored(), force); }
+    CopyReport makeBackup() { return backUp(folder.Path(), backup()); }
+    CopyReport restoreBackup(bool force = false) { return restore(backup(), restored(), force); }
 
     std::filesystem::path makePipe(const std::string& sha256) const
     {
@@ -55,7 +55,7 @@ protected:
     std::filesystem::path backup() const { return elsewhere.Path() / "backup"; }
     std::filesystem::path restored() const { return elsewhere.Path() / "data"; }
 
-    /** A value of the restored database. */
+    /** A number from the restored database. */
     long long number(const std::string& query) const
     {
         const auto sql = store::makeSqlite((restored() / "kelvo.sqlite").string())->connect();

@@ -1,4 +1,4 @@
-// Backups: what is in them, and beside what they can be made.
+// Backups: their content, and the states in which they can be made.
 #include "service/maintenance/Backup.h"
 
 #include "service/DataFolder.h"
@@ -28,13 +28,13 @@ using testing::IsEmpty;
 class BackingUp : public BackupFixture
 {};
 
-TEST_F(BackingUp, AndBringingBackGivesTheSameFolder)
+TEST_F(BackingUp, AndRestoringGivesTheSameFolder)
 {
-    const CopyReport made = back();
+    const CopyReport made = makeBackup();
     EXPECT_THAT(made.damages, IsEmpty());
     EXPECT_EQ(made.contents, 2U);
-    EXPECT_THAT(names(), ElementsAre("backup")) << "nothing unfinished lies about";
-    EXPECT_THAT(bring().damages, IsEmpty());
+    EXPECT_THAT(names(), ElementsAre("backup")) << "an unfinished backup is left";
+    EXPECT_THAT(restoreBackup().damages, IsEmpty());
     const VerifyReport report = verify(restored());
     EXPECT_THAT(report.damages, IsEmpty());
     EXPECT_THAT(report.leftovers, IsEmpty());
@@ -46,57 +46,57 @@ TEST_F(BackingUp, AndBringingBackGivesTheSameFolder)
     EXPECT_EQ(number("SELECT COUNT(*) FROM files"), 3);
 }
 
-TEST_F(BackingUp, TakesWhatIsDatedWhenTimesOf32BitsAreOver)
+TEST_F(BackingUp, CopiesFilesDatedAfter2038)
 {
     for (const auto& entry : fs::recursive_directory_iterator(folder.Path())) {
         ASSERT_TRUE(test::setFileDate(entry.path(), test::farFutureS)) << entry.path();
     }
-    EXPECT_THAT(back().damages, IsEmpty());
-    EXPECT_THAT(bring().damages, IsEmpty());
+    EXPECT_THAT(makeBackup().damages, IsEmpty());
+    EXPECT_THAT(restoreBackup().damages, IsEmpty());
     EXPECT_THAT(verify(restored()).damages, IsEmpty());
     EXPECT_EQ(readFile(restored() / "uploads" / open.id), "hello");
     EXPECT_EQ(readFile(restored() / "tls" / "ca.key"), "key");
 }
 
-TEST_F(BackingUp, LeavesOutWhatNoFileRefersTo)
+TEST_F(BackingUp, LeavesOutContentsWithoutAFile)
 {
     const store::Upload crashed = begin("c.zip", 3);
     content::UploadWriter(contents, digests, crashed.id).append("abc", 3);
     contents.adopt(crashed.id, sha256Hex("abc"));
-    back();
-    bring();
+    makeBackup();
+    restoreBackup();
     EXPECT_THAT(verify(restored()).leftovers, IsEmpty());
 }
 
 TEST_F(BackingUp, WorksBesideARunningService)
 {
     const DataFolder running(folder.Path());
-    back();
-    bring();
+    makeBackup();
+    restoreBackup();
     EXPECT_TRUE(verify(restored()).isClean());
 }
 
-TEST_F(BackingUp, IsNotTornByWhatComesAndGoesMeanwhile)
+TEST_F(BackingUp, IsConsistentWhenFilesAreAddedAndRemovedMeanwhile)
 {
     const DataFolder running(folder.Path());
-    std::vector<std::string> texts{"one that comes", "one that comes and goes"};
+    std::vector<std::string> texts{"added content", "added and removed content"};
     std::sort(texts.begin(), texts.end(), [](const auto& left, const auto& right) {
-        return sha256Hex(left) < sha256Hex(right); // the order in which they are copied
+        return sha256Hex(left) < sha256Hex(right); // the order in which contents are copied
     });
-    // Pipes in the place of contents hold the backup up where it reads them: opening one for
-    // writing waits for that.
+    // A pipe in place of a content blocks the backup when it reads the content. Opening the pipe
+    // for writing waits for that read.
     const fs::path firstPipe = makePipe(std::string(64, '0'));
     std::vector<std::string> damages{"not made"};
-    std::thread making([&] { damages = back().damages; });
+    std::thread making([&] { damages = makeBackup().damages; });
     FileDescriptor first = openFile(firstPipe, O_WRONLY);
-    // It has its list of contents and no database yet.
-    keep("comes.zip", texts[0]);
-    const store::File goes = keep("goes.zip", texts[1]);
+    // The backup has its list of contents and no database yet.
+    addFile("comes.zip", texts[0]);
+    const store::File goes = addFile("goes.zip", texts[1]);
     contents.remove(sha256Hex(texts[0]));
     const fs::path secondPipe = makePipe(sha256Hex(texts[0]));
     first.reset();
     FileDescriptor second = openFile(secondPipe, O_WRONLY);
-    // It has the database, with both of them.
+    // The backup has the database with both files.
     database.writeNow([&](store::Transaction& t) {
         store::moveToBin(t, user.farmId(), goes.id, "olga", 0);
         store::emptyBin(t, 1);
@@ -106,7 +106,7 @@ TEST_F(BackingUp, IsNotTornByWhatComesAndGoesMeanwhile)
     second.reset();
     making.join();
     EXPECT_THAT(damages, IsEmpty());
-    EXPECT_THAT(bring().damages, IsEmpty());
+    EXPECT_THAT(restoreBackup().damages, IsEmpty());
     const VerifyReport report = verify(restored());
     EXPECT_THAT(report.damages, IsEmpty());
     EXPECT_THAT(report.leftovers, IsEmpty());
@@ -114,47 +114,48 @@ TEST_F(BackingUp, IsNotTornByWhatComesAndGoesMeanwhile)
     EXPECT_EQ(number("SELECT COUNT(*) FROM files WHERE name = 'goes.zip'"), 0);
 }
 
-TEST_F(BackingUp, TellsOfDamageAndKeepsTheRest)
+TEST_F(BackingUp, ReportsDamageAndCopiesTheRest)
 {
     replaceFile(pathOf("a field"), "a fXeld", 0600);
     contents.remove(sha256Hex("in the bin"));
-    EXPECT_THAT(back().damages, testing::UnorderedElementsAre(HasSubstr("not what was uploaded"),
-                                                              HasSubstr("is missing")));
-    EXPECT_THAT(bring().damages, testing::UnorderedElementsAre(HasSubstr("damaged in the backup"),
-                                                               HasSubstr("missing in the backup")));
+    EXPECT_THAT(makeBackup().damages, testing::UnorderedElementsAre(HasSubstr("uploaded bytes"),
+                                                                    HasSubstr("is missing")));
+    EXPECT_THAT(restoreBackup().damages,
+                testing::UnorderedElementsAre(HasSubstr("damaged in the backup"),
+                                              HasSubstr("missing in the backup")));
     EXPECT_EQ(number("SELECT COUNT(*) FROM files"), 3);
 }
 
-TEST_F(BackingUp, GoesOnlyWhereNothingIs)
+TEST_F(BackingUp, RefusesAFolderThatIsNotEmpty)
 {
     fs::create_directory(backup());
-    back();
-    EXPECT_THAT(refusal([this] { back(); }), HasSubstr("is there already"));
+    makeBackup();
+    EXPECT_THAT(refusal([this] { makeBackup(); }), HasSubstr("exists and is not"));
     EXPECT_THAT(refusal([this] { backUp(elsewhere.Path() / "nothing", restored()); }),
                 HasSubstr("no database"));
 }
 
-TEST_F(BackingUp, NeverLiesInWhatItIsABackupOf)
+TEST_F(BackingUp, RefusesFoldersInsideEachOther)
 {
     EXPECT_THAT(refusal([this] { backUp(folder.Path(), folder.Path() / "backup" / "one"); }),
                 HasSubstr("in each other"));
-    back();
+    makeBackup();
     for (const fs::path& target : {backup(), backup() / "data", elsewhere.Path()}) {
         EXPECT_THAT(refusal([&] { restore(backup(), target, true); }), HasSubstr("in each other"));
     }
     EXPECT_THAT(names(), ElementsAre("backup"));
-    bring();
+    restoreBackup();
     EXPECT_TRUE(verify(restored()).isClean());
 }
 
-TEST_F(BackingUp, TellsWhatCannotBeReadAndKeepsTheRest)
+TEST_F(BackingUp, ReportsUnreadableContentsAndCopiesTheRest)
 {
     fs::remove(pathOf("a field"));
-    fs::create_directory(pathOf("a field")); // can be opened, cannot be read
-    const CopyReport made = back();
+    fs::create_directory(pathOf("a field")); // can be opened, but not read
+    const CopyReport made = makeBackup();
     EXPECT_THAT(made.damages, ElementsAre(HasSubstr("cannot be read")));
     EXPECT_EQ(made.contents, 1U);
-    EXPECT_THAT(bring().damages, ElementsAre(HasSubstr("missing in the backup")));
+    EXPECT_THAT(restoreBackup().damages, ElementsAre(HasSubstr("missing in the backup")));
 }
 
 TEST_F(BackingUp, LeavesNothingWhenItFails)
@@ -164,9 +165,9 @@ TEST_F(BackingUp, LeavesNothingWhenItFails)
     EXPECT_THAT(names(), ElementsAre("file"));
 }
 
-TEST_F(BackingUp, FillsAnEmptyFolderThatIsThereWithoutReplacingIt)
+TEST_F(BackingUp, FillsAnEmptyFolderWithoutReplacingIt)
 {
-    fs::create_directory(backup()); // a disk that is mounted there cannot be renamed over
+    fs::create_directory(backup()); // a mounted disk cannot be replaced by a rename
     fs::create_directory(backup() / "lost+found");
     const auto inode = [this] {
         struct stat status
@@ -175,28 +176,29 @@ TEST_F(BackingUp, FillsAnEmptyFolderThatIsThereWithoutReplacingIt)
         return status.st_ino;
     };
     const auto before = inode();
-    const fs::path pipe = makePipe(std::string(64, '0')); // holds it up where it reads that
-    std::thread making([this] { back(); });
+    const fs::path pipe =
+        makePipe(std::string(64, '0')); // blocks the backup when it reads this content
+    std::thread making([this] { makeBackup(); });
     FileDescriptor writer = openFile(pipe, O_WRONLY);
-    EXPECT_THAT(names(), ElementsAre("backup")) << "the work goes on where the room is";
+    EXPECT_THAT(names(), ElementsAre("backup")) << "the part is made on the target's disk";
     writer.reset();
     making.join();
     EXPECT_EQ(inode(), before);
     EXPECT_THAT(names(), ElementsAre("backup"));
-    bring();
+    restoreBackup();
     EXPECT_TRUE(verify(restored()).isClean());
-    EXPECT_THAT(refusal([this] { back(); }), HasSubstr("is there already"));
+    EXPECT_THAT(refusal([this] { makeBackup(); }), HasSubstr("exists and is not"));
 }
 
-TEST_F(BackingUp, TakesADatabaseWithAnEmptyJournalAlsoWhenAContentIsMissing)
+TEST_F(BackingUp, CopiesADatabaseWithAnEmptyJournalWhenAContentIsMissing)
 {
     contents.remove(sha256Hex("in the bin"));
     const fs::path journal = folder.Path() / "kelvo.sqlite-journal";
     fs::remove(journal);
-    replaceFile(journal, "", 0600); // as a crash at its beginning leaves it
-    EXPECT_THAT(back().damages, ElementsAre(HasSubstr("is missing")));
+    replaceFile(journal, "", 0600); // a crash at the start of a transaction leaves an empty journal
+    EXPECT_THAT(makeBackup().damages, ElementsAre(HasSubstr("is missing")));
     EXPECT_FALSE(fs::exists(backup() / "kelvo.sqlite-journal"));
-    EXPECT_THAT(bring().damages, ElementsAre(HasSubstr("is missing")));
+    EXPECT_THAT(restoreBackup().damages, ElementsAre(HasSubstr("is missing")));
     EXPECT_FALSE(fs::exists(restored() / "kelvo.sqlite-journal"));
 }
 

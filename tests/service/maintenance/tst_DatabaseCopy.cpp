@@ -1,9 +1,9 @@
-// How a database is copied beside the service that uses it.
+// Copying a database beside the service that uses it.
 #include "service/maintenance/DatabaseCopy.h"
 
 #include "service/DataFolder.h"
-#include "tests/service/support/KeptFiles.h"
 #include "tests/service/support/OtherProgram.h"
+#include "tests/service/support/StoredFiles.h"
 
 #include <gmock/gmock.h>
 #include <soci/soci.h>
@@ -15,7 +15,7 @@
 namespace kelvo::maintenance {
 namespace {
 
-/** Tells of the first time that SQLite waits for somebody's lock. One at a time. */
+/** Notices the first wait of SQLite for a lock. One watch at a time. */
 class LockWatch
 {
 public:
@@ -39,7 +39,7 @@ public:
     LockWatch(const LockWatch&) = delete;
     LockWatch& operator=(const LockWatch&) = delete;
 
-    void untilSomebodyWaits() { waits_.wait(); }
+    void untilSqliteWaits() { waits_.wait(); }
 
 private:
     static inline std::latch waits_{1};
@@ -48,7 +48,7 @@ private:
     sqlite3_vfs watched_;
 };
 
-class DatabaseCopying : public test::KeptFiles
+class DatabaseCopying : public test::StoredFiles
 {
 protected:
     std::filesystem::path target() const { return elsewhere.Path() / "copy.sqlite"; }
@@ -56,23 +56,23 @@ protected:
     test::TempFolder elsewhere;
 };
 
-TEST_F(DatabaseCopying, LetsTheServiceCommitHoweverLongTheTargetTakes)
+TEST_F(DatabaseCopying, LetsTheServiceCommitWhileTheTargetIsSlow)
 {
     const DataFolder running(folder.Path());
-    test::makeImpatient(database);
-    copyDatabase(folder.Path(), target()); // so that there is something to keep
+    test::disableBusyTimeout(database);
+    copyDatabase(folder.Path(), target()); // makes the target, so that another program can lock it
     test::OtherProgram slow(target());
-    slow.keep();
+    slow.lockExclusive();
     LockWatch watch;
     std::thread copying([this] { copyDatabase(folder.Path(), target()); });
-    watch.untilSomebodyWaits();
-    EXPECT_NO_THROW(keep("meanwhile.zip", "committed meanwhile"));
-    slow.letGo();
+    watch.untilSqliteWaits();
+    EXPECT_NO_THROW(addFile("meanwhile.zip", "committed meanwhile"));
+    slow.unlock();
     copying.join();
     EXPECT_EQ(files().size(), 3U);
 }
 
-TEST_F(DatabaseCopying, LeavesTheCopyAndNothingElse)
+TEST_F(DatabaseCopying, LeavesNothingBesideTheCopy)
 {
     const DataFolder running(folder.Path());
     copyDatabase(folder.Path(), target());

@@ -1,4 +1,4 @@
-// What comes back of backups, and what is there when it does not.
+// The restored data folder, and the folder after a failed restore.
 #include "service/maintenance/Restore.h"
 
 #include "service/DataFolder.h"
@@ -24,109 +24,110 @@ using testing::HasSubstr;
 class Restoring : public BackupFixture
 {};
 
-TEST_F(Restoring, BringsBackWhatCanBeRead)
+TEST_F(Restoring, RestoresReadableContents)
 {
-    back();
+    makeBackup();
     const fs::path content = contentPath(backup(), pathOf("a field").filename());
     fs::remove(content);
     fs::create_symlink("/dev/null", content);
-    EXPECT_THAT(bring().damages, testing::Contains(HasSubstr("cannot be read")));
+    EXPECT_THAT(restoreBackup().damages, testing::Contains(HasSubstr("cannot be read")));
     EXPECT_EQ(number("SELECT COUNT(*) FROM files"), 3);
 }
 
 TEST_F(Restoring, NeedsACompleteBackup)
 {
-    back();
+    makeBackup();
     fs::remove(backup() / manifestName);
-    EXPECT_THAT(refusal([this] { bring(); }), HasSubstr("not a complete backup"));
+    EXPECT_THAT(refusal([this] { restoreBackup(); }), HasSubstr("not a complete backup"));
     EXPECT_FALSE(fs::exists(restored()));
 }
 
-TEST_F(Restoring, GoesOverNothingUnlessForced)
+TEST_F(Restoring, RefusesAFolderThatIsNotEmptyUnlessForced)
 {
-    back();
-    bring();
-    EXPECT_THAT(refusal([this] { bring(); }), HasSubstr("not empty"));
+    makeBackup();
+    restoreBackup();
+    EXPECT_THAT(refusal([this] { restoreBackup(); }), HasSubstr("not empty"));
     replaceFile(restored() / "mine", "precious", 0600);
-    bring(true);
+    restoreBackup(true);
     EXPECT_TRUE(verify(restored()).isClean());
     EXPECT_FALSE(fs::exists(restored() / "mine"));
     int kept = 0;
     for (const auto& entry : fs::recursive_directory_iterator(restored())) {
         kept += entry.path().filename() == "mine" ? 1 : 0;
     }
-    EXPECT_EQ(kept, 1) << "put aside";
+    EXPECT_EQ(kept, 1) << "moved to a folder replaced-TIME";
 }
 
-TEST_F(Restoring, DoesNotGoUnderARunningService)
+TEST_F(Restoring, RefusesTheFolderOfARunningService)
 {
-    back();
-    bring();
+    makeBackup();
+    restoreBackup();
     const DataFolder running(restored());
-    EXPECT_THAT(refusal([this] { bring(true); }), HasSubstr("another instance"));
+    EXPECT_THAT(refusal([this] { restoreBackup(true); }), HasSubstr("another instance"));
 }
 
-TEST_F(Restoring, LeavesTheFolderAsItWasWhenItFails)
+TEST_F(Restoring, ChangesNothingWhenItFails)
 {
-    back();
-    bring();
+    makeBackup();
+    restoreBackup();
     const fs::path key = backup() / "tls" / "ca.key";
     const fs::path aside = elsewhere.Path() / "ca.key";
     fs::rename(key, aside);
     fs::create_symlink(aside, key); // a copy follows no link
     replaceFile(restored() / "mine", "precious", 0600);
     const auto before = namesIn(restored());
-    EXPECT_THROW(bring(true), std::system_error);
+    EXPECT_THROW(restoreBackup(true), std::system_error);
     EXPECT_EQ(namesIn(restored()), before);
     EXPECT_TRUE(verify(restored()).isClean());
     fs::rename(aside, key);
-    bring(true);
+    restoreBackup(true);
     EXPECT_TRUE(verify(restored()).isClean());
 }
 
 TEST_F(Restoring, LeavesNothingInANewFolderWhenItFails)
 {
-    back();
-    fs::create_symlink(backup() / "ca.pem", backup() / "tls" / "link"); // a copy follows none
-    EXPECT_THROW(bring(), std::system_error);
+    makeBackup();
+    fs::create_symlink(backup() / "ca.pem", backup() / "tls" / "link"); // a copy follows no link
+    EXPECT_THROW(restoreBackup(), std::system_error);
     EXPECT_THAT(namesIn(restored()), ElementsAre("lock"));
 }
 
-TEST_F(Restoring, NeedsNoForceOverWhatAKilledOneLeft)
+TEST_F(Restoring, NeedsNoForceAfterAKilledRestore)
 {
-    back();
+    makeBackup();
     fs::create_directories(restored() / "restore.part-0123" / "content");
-    bring();
+    restoreBackup();
     EXPECT_TRUE(verify(restored()).isClean());
     EXPECT_THAT(namesIn(restored()), testing::Not(testing::Contains("restore.part-0123")));
 }
 
-TEST_F(Restoring, LetsNoServiceStartInTheMiddleOfIt)
+TEST_F(Restoring, LetsNoServiceStartOnAnUnfinishedRestore)
 {
-    back();
-    bring();
-    replaceFile(restored() / unfinishedRestoreName, "", 0600); // it was cut while it moved things
+    makeBackup();
+    restoreBackup();
+    replaceFile(restored() / unfinishedRestoreName, "",
+                0600); // a crash during the moves leaves this mark
     ServeOptions options;
     options.dataFolder = restored();
     options.listen = "127.0.0.1:0";
     EXPECT_THAT(refusal([&options] { runService(options); }), HasSubstr("restore"));
-    EXPECT_THAT(refusal([this] { bring(); }), HasSubstr("not empty"));
-    bring(true);
+    EXPECT_THAT(refusal([this] { restoreBackup(); }), HasSubstr("not empty"));
+    restoreBackup(true);
     EXPECT_TRUE(verify(restored()).isClean());
     EXPECT_FALSE(fs::exists(restored() / unfinishedRestoreName));
 }
 
-TEST_F(Restoring, GivesWhatRootBringsBackToTheFoldersOwner)
+TEST_F(Restoring, GivesFilesRestoredByRootToTheFoldersOwner)
 {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can give files away";
     }
-    back();
+    makeBackup();
     constexpr uid_t owner = 4321;
     fs::create_directory(restored());
     ASSERT_EQ(::chown(restored().c_str(), owner, owner), 0);
-    bring();
-    bring(true);
+    restoreBackup();
+    restoreBackup(true);
     int seen = 0;
     for (const auto& entry : fs::recursive_directory_iterator(restored())) {
         struct stat status
@@ -139,21 +140,21 @@ TEST_F(Restoring, GivesWhatRootBringsBackToTheFoldersOwner)
     EXPECT_GT(seen, 10);
 }
 
-TEST_F(Restoring, TakesNothingFromAFolderWithoutADatabase)
+TEST_F(Restoring, RefusesABackupWithoutADatabase)
 {
-    back();
+    makeBackup();
     fs::remove(backup() / "kelvo.sqlite");
-    EXPECT_THAT(refusal([this] { bring(); }), HasSubstr("not a complete backup"));
-    EXPECT_FALSE(fs::exists(backup() / "kelvo.sqlite")) << "to look is not to make one";
+    EXPECT_THAT(refusal([this] { restoreBackup(); }), HasSubstr("not a complete backup"));
+    EXPECT_FALSE(fs::exists(backup() / "kelvo.sqlite")) << "the check made a database";
 }
 
-TEST_F(Restoring, GivesIdsAndCursorsFromAfterItToNothingElse)
+TEST_F(Restoring, DoesNotReuseIdsAndCursorsFromAfterTheBackup)
 {
-    back();
-    const store::File later = keep("later.zip", "made after the backup");
+    makeBackup();
+    const store::File later = addFile("later.zip", "made after the backup");
     const auto bounds = database.readNow(
         [this](soci::session& sql) { return store::eventBounds(sql, user.farmId()); });
-    bring();
+    restoreBackup();
     EXPECT_GT(number("SELECT last_resource FROM farms"), later.id);
     EXPECT_GT(number("SELECT pruned_event FROM farms"), bounds.newest);
     EXPECT_EQ(number("SELECT last_event - pruned_event FROM farms"), 0);

@@ -1,8 +1,8 @@
-// What verify finds, and what it does not take for damage.
+// The findings of verify.
 #include "service/maintenance/Verify.h"
 
 #include "service/DataFolder.h"
-#include "tests/service/support/KeptFiles.h"
+#include "tests/service/support/StoredFiles.h"
 
 #include <gmock/gmock.h>
 #include <soci/soci.h>
@@ -14,10 +14,10 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class Verifying : public test::KeptFiles
+class Verifying : public test::StoredFiles
 {
 protected:
-    VerifyReport look() { return verify(folder.Path()); }
+    VerifyReport verifyFolder() { return verify(folder.Path()); }
 
     void change(const std::string& statement)
     {
@@ -25,9 +25,9 @@ protected:
     }
 };
 
-TEST_F(Verifying, FindsNothingWrongWithAGoodFolder)
+TEST_F(Verifying, FindsNothingInAnIntactFolder)
 {
-    const VerifyReport report = look();
+    const VerifyReport report = verifyFolder();
     EXPECT_THAT(report.damages, IsEmpty());
     EXPECT_THAT(report.leftovers, IsEmpty());
     EXPECT_FALSE(report.serviceRuns);
@@ -35,52 +35,52 @@ TEST_F(Verifying, FindsNothingWrongWithAGoodFolder)
     EXPECT_EQ(report.bytes, 17U);
 }
 
-TEST_F(Verifying, FindsAContentThatIsNotItsDigest)
+TEST_F(Verifying, FindsAContentThatDoesNotMatchItsDigest)
 {
     replaceFile(pathOf("a field"), "a fXeld", 0600);
-    EXPECT_THAT(look().damages, ElementsAre(HasSubstr("not what was uploaded")));
+    EXPECT_THAT(verifyFolder().damages, ElementsAre(HasSubstr("uploaded bytes")));
 }
 
 TEST_F(Verifying, FindsAContentThatIsTooShort)
 {
     replaceFile(pathOf("a field"), "a fi", 0600);
-    EXPECT_THAT(look().damages, ElementsAre(HasSubstr("4 bytes instead of 7")));
+    EXPECT_THAT(verifyFolder().damages, ElementsAre(HasSubstr("4 bytes instead of 7")));
 }
 
-TEST_F(Verifying, FindsThatAContentIsMissingAlsoInTheBin)
+TEST_F(Verifying, FindsAMissingContentOfTheBin)
 {
     contents.remove(sha256Hex("in the bin"));
-    EXPECT_THAT(look().damages, ElementsAre(HasSubstr("is missing")));
+    EXPECT_THAT(verifyFolder().damages, ElementsAre(HasSubstr("is missing")));
 }
 
 TEST_F(Verifying, FindsAnUploadThatIsLongerThanAnnounced)
 {
     replaceFile(folder.Path() / "uploads" / open.id, "hello and more", 0600);
-    EXPECT_THAT(look().damages, ElementsAre(HasSubstr("longer than it was announced")));
+    EXPECT_THAT(verifyFolder().damages, ElementsAre(HasSubstr("longer than its announced length")));
 }
 
-TEST_F(Verifying, FindsWhatACrashLeftAndDoesNotCallItDamage)
+TEST_F(Verifying, ReportsLeftoversOfACrashButNotAsDamage)
 {
     const store::Upload crashed = begin("c.zip", 3);
     content::UploadWriter(contents, digests, crashed.id).append("abc", 3);
     contents.adopt(crashed.id, sha256Hex("abc"));
     replaceFile(folder.Path() / "uploads" / "0123", "stray", 0600);
-    const VerifyReport report = look();
+    const VerifyReport report = verifyFolder();
     EXPECT_THAT(report.damages, IsEmpty());
     EXPECT_THAT(report.leftovers,
                 testing::UnorderedElementsAre(HasSubstr(sha256Hex("abc")), HasSubstr("0123")));
 }
 
-TEST_F(Verifying, DoesNotJudgeLeftoversBesideARunningService)
+TEST_F(Verifying, ReportsNoLeftoversBesideARunningService)
 {
     replaceFile(folder.Path() / "uploads" / "0123", "stray", 0600);
     const DataFolder running(folder.Path());
-    VerifyReport report = look();
+    VerifyReport report = verifyFolder();
     EXPECT_TRUE(report.serviceRuns);
     EXPECT_THAT(report.leftovers, IsEmpty());
     EXPECT_THAT(report.damages, IsEmpty());
     contents.remove(sha256Hex("a field"));
-    report = look();
+    report = verifyFolder();
     EXPECT_THAT(report.damages, ElementsAre(HasSubstr("is missing")));
 }
 
@@ -96,13 +96,13 @@ TEST_F(Verifying, ChangesNothing)
         return files;
     };
     const auto before = state();
-    look();
+    verifyFolder();
     EXPECT_EQ(state(), before);
 }
 
-TEST_F(Verifying, UndoesAnUnfinishedTransactionOnlyInItsCopy)
+TEST_F(Verifying, RollsBackAnUnfinishedTransactionInItsCopyOnly)
 {
-    // What a crash leaves: pages that were written before their commit, and the journal to undo it.
+    // A crash leaves pages that were written before their commit, and the journal to undo them.
     test::TempFolder crashed;
     const auto writeAndCopy = [&](store::Transaction& t) {
         t.sql << "PRAGMA cache_size = 1";
@@ -120,7 +120,7 @@ TEST_F(Verifying, UndoesAnUnfinishedTransactionOnlyInItsCopy)
     ASSERT_GT(std::filesystem::file_size(journal), 0U);
     ASSERT_NE(readFile(crashed.Path() / "kelvo.sqlite"), readFile(folder.Path() / "kelvo.sqlite"));
     EXPECT_THAT(verify(crashed.Path()).damages, IsEmpty());
-    EXPECT_GT(std::filesystem::file_size(journal), 0U) << "the original is as it was";
+    EXPECT_GT(std::filesystem::file_size(journal), 0U) << "the original has changed";
 }
 
 struct Broken
@@ -134,12 +134,12 @@ class BrokenRows : public Verifying, public testing::WithParamInterface<Broken>
 
 TEST_P(BrokenRows, AreFound)
 {
-    // Foreign keys are off, as for whoever edits a database by hand.
+    // Foreign keys are off, as in a tool that edits a database by hand.
     const std::string file = (folder.Path() / "kelvo.sqlite").string();
     const auto session = store::makeSqlite(file)->connect();
     *session << "PRAGMA foreign_keys = OFF";
     *session << GetParam().statement;
-    EXPECT_THAT(look().damages, testing::Contains(HasSubstr(GetParam().expected)));
+    EXPECT_THAT(verifyFolder().damages, testing::Contains(HasSubstr(GetParam().expected)));
 }
 
 constexpr Broken brokens[] = {
@@ -153,7 +153,7 @@ constexpr Broken brokens[] = {
     {"UPDATE counters SET value = 0 WHERE name = 'users'", "users: the counter is behind"},
     {"UPDATE users SET farm_id = NULL", "a role without the farm"},
     {"UPDATE inboxes SET owner_id = 99", "names a row of users"},
-    {"UPDATE files SET sha256 = 'nonsense' WHERE deleted_ms IS NOT NULL", "can be none"},
+    {"UPDATE files SET sha256 = 'nonsense' WHERE deleted_ms IS NOT NULL", "is not valid"},
     {"UPDATE files SET size_bytes = 1 WHERE name = 'again.zip'", "different sizes"},
     {"UPDATE uploads SET sha256 = '' WHERE finished = 1", "is finished without a digest"},
     {"UPDATE uploads SET length_bytes = 1 WHERE name = 'field.zip'", "has another content"},

@@ -1,4 +1,4 @@
-// What every database behind the store has to do. Run on each kind that databaseKinds() lists.
+// The behaviour that every database of the store must have, tested on each kind of databaseKinds().
 #pragma once
 
 #include "service/store/Database.h"
@@ -15,15 +15,14 @@
 
 namespace kelvo::test {
 
-/** A kind of database; `open` may be called again on the same folder to come back to the same data.
- */
+/** A kind of database. `connect` may be called again on the same folder to reopen the same data. */
 struct DatabaseKind
 {
     const char* name;
     std::function<std::unique_ptr<store::Dialect>(const std::filesystem::path& folder)> connect;
 };
 
-/** So that test listings name the database instead of its bytes. */
+/** Makes test listings print the database's name instead of its bytes. */
 inline void PrintTo(const DatabaseKind& kind, std::ostream* out)
 {
     *out << kind.name;

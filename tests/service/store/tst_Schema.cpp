@@ -1,4 +1,4 @@
-// The schema's version.
+// The schema's version and its migration.
 #include "service/store/ConsoleTable.h"
 #include "service/store/Errors.h"
 #include "service/store/EventTable.h"
@@ -19,14 +19,14 @@ int versionIn(store::Database& database)
     });
 }
 
-TEST_P(StoreContract, IsOfTheNewestSchemaOnceOpened)
+TEST_P(StoreContract, HasTheNewestSchemaAfterOpening)
 {
     EXPECT_EQ(versionIn(*database), store::currentSchema());
     reopen();
     EXPECT_EQ(versionIn(*database), store::currentSchema());
 }
 
-TEST_P(StoreContract, RefusesADatabaseOfANewerSchemaAndLeavesItAlone)
+TEST_P(StoreContract, RefusesANewerSchemaAndDoesNotChangeIt)
 {
     const int newer = store::currentSchema() + 1;
     addFarm("Hill Farm");
@@ -40,7 +40,7 @@ TEST_P(StoreContract, RefusesADatabaseOfANewerSchemaAndLeavesItAlone)
     EXPECT_EQ(version, newer);
 }
 
-TEST_P(StoreContract, BringsWhatTheFirstSchemaKnewOfConsolesAlong)
+TEST_P(StoreContract, MigratesTheConsolesOfTheFirstSchema)
 {
     const TempFolder old;
     const auto dialect = GetParam().connect(old.Path());
@@ -82,7 +82,7 @@ TEST_P(StoreContract, BringsWhatTheFirstSchemaKnewOfConsolesAlong)
             soci::into(environment);
         return 0;
     });
-    EXPECT_EQ(environment, "") << "nobody knows any more which session told it";
+    EXPECT_EQ(environment, "") << "the first schema did not know the session";
 
     const store::Session session{"hash", {2, store::Farm{1, "Hill Farm"}, "olga"}, 100};
     migrated.writeNow([&](store::Transaction& t) {

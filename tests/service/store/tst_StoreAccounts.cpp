@@ -22,7 +22,7 @@ TEST_P(StoreContract, GivesEveryFarmItsSevenProjectsInOrder)
     }
 }
 
-TEST_P(StoreContract, NumbersEveryFarmOnItsOwn)
+TEST_P(StoreContract, NumbersTheResourcesOfEachFarmSeparately)
 {
     const store::Farm first = addFarm("Hill Farm");
     const store::Farm second = addFarm("Dale Farm");
@@ -35,7 +35,7 @@ TEST_P(StoreContract, NumbersEveryFarmOnItsOwn)
         [&second](soci::session& sql) { return store::projectByName(sql, second.id, "curves"); }));
 }
 
-TEST_P(StoreContract, RefusesAFarmsOrUsersNameTwice)
+TEST_P(StoreContract, RefusesATakenNameOfAFarmOrUser)
 {
     const store::Farm farm = addFarm("Hill Farm");
     EXPECT_THROW(addFarm("Hill Farm"), store::NameTaken);
@@ -79,7 +79,7 @@ TEST_P(StoreContract, ChangesUsers)
     EXPECT_EQ(found->passwordHash, "new hash");
 }
 
-TEST_P(StoreContract, CountsAdministratorsThatCanLogIn)
+TEST_P(StoreContract, CountsEnabledAdministrators)
 {
     const auto count = [this] {
         return read([](soci::session& sql) { return store::countEnabledAdmins(sql); });
@@ -122,7 +122,7 @@ TEST_P(StoreContract, FindsASessionUntilItExpires)
     EXPECT_FALSE(StoredSession(*database, "other").find(now));
 }
 
-TEST_P(StoreContract, EndsSessionsOneByOneOrAUsersAll)
+TEST_P(StoreContract, RemovesOneSessionOrAllSessionsOfAUser)
 {
     const store::User user = addUser(addFarm("Hill Farm"), "olga");
     const store::User other = addUser(std::nullopt, "admin", store::ERole::Admin);

@@ -1,4 +1,4 @@
-// A database that somebody else keeps: what cannot be done is said so, and leaves no doubt.
+// A database locked by another program: the store reports StoreBusy, and never a commit in doubt.
 #include "service/store/Errors.h"
 #include "service/store/FarmTable.h"
 #include "service/store/Schema.h"
@@ -16,7 +16,7 @@
 namespace kelvo::test {
 namespace {
 
-/** Tells of each commit before it is tried, and waits for nobody. */
+/** Calls `beforeCommit` before each commit. Does not wait for locks. */
 class WatchedDialect final : public DialectAround
 {
 public:
@@ -28,7 +28,7 @@ public:
 
     std::unique_ptr<soci::session> connect() const override
     {
-        auto session = connectReally();
+        auto session = connectInner();
         *session << "PRAGMA busy_timeout = 0";
         session->set_query_transformation([watch = beforeCommit_](const std::string& query) {
             if (query == "COMMIT" && *watch) {
@@ -43,11 +43,11 @@ private:
     std::shared_ptr<Watch> beforeCommit_;
 };
 
-/** Not of the contract: other kinds of database have no lock on the whole. */
+/** Not part of the contract: other kinds of database have no lock on the whole database. */
 class BusySqlite : public testing::Test
 {
 protected:
-    BusySqlite() { makeImpatient(database); }
+    BusySqlite() { disableBusyTimeout(database); }
 
     void addFarm()
     {
@@ -59,7 +59,7 @@ protected:
         return database.readNow([](soci::session& sql) { return store::allFarms(sql).size(); });
     }
 
-    /** A second service, which is as impatient. */
+    /** Opens a second service's database, which does not wait for locks either. */
     void open(const std::filesystem::path& path)
     {
         const store::Database opened(
@@ -77,25 +77,25 @@ protected:
 
 TEST_F(BusySqlite, ChangesNothingWhenItCannotCommit)
 {
-    bool doubted = false;
-    database.onDoubt([&doubted](const std::set<store::Id>&) { doubted = true; });
-    other.read();
+    bool isInDoubt = false;
+    database.onDoubt([&isInDoubt](const std::set<store::Id>&) { isInDoubt = true; });
+    other.lockShared();
     EXPECT_THROW(addFarm(), store::StoreBusy);
-    EXPECT_FALSE(doubted);
-    other.letGo();
+    EXPECT_FALSE(isInDoubt);
+    other.unlock();
     EXPECT_EQ(farms(), 0U);
     addFarm();
     EXPECT_EQ(farms(), 1U);
 }
 
-TEST_F(BusySqlite, TriesToCommitAgain)
+TEST_F(BusySqlite, RetriesTheCommit)
 {
-    other.read();
+    other.lockShared();
     int commits = 0;
     *beforeCommit = [&] {
         ++commits;
         if (commits == 2) {
-            other.letGo();
+            other.unlock();
         }
     };
     addFarm();
@@ -104,9 +104,9 @@ TEST_F(BusySqlite, TriesToCommitAgain)
     EXPECT_EQ(farms(), 1U);
 }
 
-TEST_F(BusySqlite, TriesToCommitNotForEver)
+TEST_F(BusySqlite, GivesUpCommittingAfterThreeAttempts)
 {
-    other.read();
+    other.lockShared();
     int commits = 0;
     *beforeCommit = [&commits] { ++commits; };
     EXPECT_THROW(addFarm(), store::StoreBusy);
@@ -114,30 +114,30 @@ TEST_F(BusySqlite, TriesToCommitNotForEver)
     *beforeCommit = nullptr;
 }
 
-TEST_F(BusySqlite, OpensBesideAReaderWhenItsSchemaIsUpToDate)
+TEST_F(BusySqlite, OpensBesideAReaderIfItsSchemaIsCurrent)
 {
-    other.read();
+    other.lockShared();
     EXPECT_NO_THROW(open(file()));
 }
 
-TEST_F(BusySqlite, SaysSoWhenItCannotBringItsSchemaUpToDate)
+TEST_F(BusySqlite, IsBusyIfItsSchemaCannotBeMigrated)
 {
     const std::filesystem::path old = folder.Path() / "old.sqlite";
     const auto dialect = store::makeSqlite(old.string());
     store::migrate(*dialect->connect(), *dialect, 1);
     OtherProgram reader(old);
-    reader.read();
+    reader.lockShared();
     EXPECT_THROW(open(old), store::StoreBusy);
-    reader.letGo();
+    reader.unlock();
     EXPECT_NO_THROW(open(old));
 }
 
-TEST_F(BusySqlite, SaysSoToWhoeverWantsToReadOrBegin)
+TEST_F(BusySqlite, IsBusyForReadsAndWritesBesideAnExclusiveLock)
 {
-    other.keep();
+    other.lockExclusive();
     EXPECT_THROW(farms(), store::StoreBusy);
     EXPECT_THROW(addFarm(), store::StoreBusy);
-    other.letGo();
+    other.unlock();
     addFarm();
     EXPECT_EQ(farms(), 1U);
 }

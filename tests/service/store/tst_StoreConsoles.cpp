@@ -1,4 +1,4 @@
-// Which console a report is of, and what is kept of it.
+// The console of a report, and the reports that are kept.
 #include "service/store/ConsoleTable.h"
 #include "service/store/Errors.h"
 #include "service/store/SessionTable.h"
@@ -72,7 +72,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Databases, StoreConsoles, testing::ValuesIn(databaseKinds()), nameOf);
 
-TEST_P(StoreConsoles, AreKnownByTheirAddressWhoeverDrivesThem)
+TEST_P(StoreConsoles, AreIdentifiedByTheirAddressForAnyUser)
 {
     const store::Id console = report(logIn(olga, "a"), "00:1b");
     EXPECT_EQ(report(logIn(piet, "b"), "00:1b"), console);
@@ -82,7 +82,7 @@ TEST_P(StoreConsoles, AreKnownByTheirAddressWhoeverDrivesThem)
     EXPECT_EQ(consoles()[0].operatorName, "piet");
 }
 
-TEST_P(StoreConsoles, WithoutAnAddressAreThoseOfTheirUsers)
+TEST_P(StoreConsoles, AreIdentifiedByTheirUserWithoutAnAddress)
 {
     const store::Id console = report(logIn(olga, "a"), "");
     EXPECT_EQ(report(logIn(olga, "b"), ""), console);
@@ -90,17 +90,18 @@ TEST_P(StoreConsoles, WithoutAnAddressAreThoseOfTheirUsers)
     EXPECT_EQ(consoles()[0].hardwareAddress, "");
 }
 
-TEST_P(StoreConsoles, AreWhatTheSessionLastSaid)
+TEST_P(StoreConsoles, KeepTheLastAddressOfASession)
 {
     const store::Session session = logIn(olga, "a");
     const store::Id unnamed = report(session, "");
     const store::Id console = report(session, "00:1b");
     EXPECT_NE(console, unnamed);
     EXPECT_EQ(report(session, ""), console);
-    EXPECT_EQ(report(logIn(olga, "b"), ""), unnamed) << "another session may be another console";
+    EXPECT_EQ(report(logIn(olga, "b"), ""), unnamed)
+        << "another session may come from another console";
 }
 
-TEST_P(StoreConsoles, WithTheSameAddressOnTwoFarmsAreTwo)
+TEST_P(StoreConsoles, AreTwoForOneAddressOnTwoFarms)
 {
     const store::Farm other = addFarm("Dale Farm");
     const store::Id console = report(logIn(olga, "a"), "00:1b");
@@ -114,7 +115,7 @@ TEST_P(StoreConsoles, WithTheSameAddressOnTwoFarmsAreTwo)
     EXPECT_EQ(consoles().size(), 1U);
 }
 
-TEST_P(StoreConsoles, KeepTheLastReportsOnly)
+TEST_P(StoreConsoles, KeepOnlyTheLastReports)
 {
     const store::Session session = logIn(olga, "a");
     const store::Id console = report(session, "00:1b");
@@ -152,7 +153,7 @@ TEST_P(StoreConsoles, KeepTheLastEnvironmentOfEachSession)
     EXPECT_EQ(environmentOf(logIn(olga, "c")), std::pair(std::string(), 0LL));
 }
 
-TEST_P(StoreConsoles, AreSoManyAFarmAndNoMore)
+TEST_P(StoreConsoles, AreLimitedForAFarm)
 {
     const store::Session session = logIn(olga, "a");
     write([&](Transaction& t) {
@@ -162,13 +163,13 @@ TEST_P(StoreConsoles, AreSoManyAFarmAndNoMore)
     });
     EXPECT_THROW(report(session, "one more"), store::TooManyReported);
     EXPECT_THROW(report(logIn(piet, "b"), ""), store::TooManyReported);
-    EXPECT_EQ(report(session, "0"), consoles()[0].id) << "those that are known go on";
+    EXPECT_EQ(report(session, "0"), consoles()[0].id) << "a known console is refused";
     EXPECT_EQ(consoles().size(), static_cast<std::size_t>(store::mostConsolesOfAFarm));
     const store::User otto = addUser(addFarm("Dale Farm"), "otto");
     EXPECT_GT(report(logIn(otto, "c"), "one more"), 0);
 }
 
-TEST_P(StoreConsoles, HaveSoManyDevicesAFarmAndNoMore)
+TEST_P(StoreConsoles, HaveALimitOfDevicesForAFarm)
 {
     const store::Id first = report(logIn(olga, "a"), "00:1b");
     const store::Id second = report(logIn(piet, "b"), "00:1c");
@@ -181,17 +182,19 @@ TEST_P(StoreConsoles, HaveSoManyDevicesAFarmAndNoMore)
         write([&](Transaction& t) { store::setDevice(t, console, address, "{}", now + 1); });
     };
     EXPECT_THROW(set(second, "one more"), store::TooManyReported);
-    EXPECT_THROW(set(second, "0"), store::TooManyReported) << "it is the other console's";
+    EXPECT_THROW(set(second, "0"), store::TooManyReported)
+        << "the device belongs to the other console";
     set(first, "0");
     EXPECT_EQ(consoles()[0].devices[0].receivedMs, now + 1);
     const store::User otto = addUser(addFarm("Dale Farm"), "otto");
     set(report(logIn(otto, "c"), ""), "one more");
 }
 
-TEST_P(StoreConsoles, HaveATrackInTheOrderOfReceiptWhosePagesDoNotShift)
+TEST_P(StoreConsoles, HaveATrackInTheOrderOfReceiptWithStablePages)
 {
     const store::Id console = report(logIn(olga, "a"), "");
-    addPositions(console, 5); // each older than the one before it by the console's clock
+    addPositions(console,
+                 5); // each position is older by the console's clock than the position before it
     ASSERT_TRUE(consoles()[0].position);
     EXPECT_EQ(consoles()[0].position->timeS, 495);
     EXPECT_EQ(consoles()[0].position->longitudeDeg, -0.1);
@@ -202,7 +205,7 @@ TEST_P(StoreConsoles, HaveATrackInTheOrderOfReceiptWhosePagesDoNotShift)
     EXPECT_THAT(track(console, {now + 2, now + 4, 3, 10}), ElementsAre(2));
 }
 
-TEST_P(StoreConsoles, KeepTheirNewestPositionForEver)
+TEST_P(StoreConsoles, KeepTheirNewestPositionWhenOldOnesArePruned)
 {
     const store::Id console = report(logIn(olga, "a"), "");
     const store::Id silent = report(logIn(piet, "b"), "");

@@ -29,7 +29,7 @@ std::vector<store::Id> idsAfter(store::Database& database, store::Id farm, store
     return ids;
 }
 
-TEST_P(StoreContract, NumbersEventsAFarmWithoutGaps)
+TEST_P(StoreContract, NumbersTheEventsOfEachFarmWithoutGaps)
 {
     const store::Farm farm = addFarm("Hill Farm");
     const store::Farm other = addFarm("Dale Farm");
@@ -40,7 +40,7 @@ TEST_P(StoreContract, NumbersEventsAFarmWithoutGaps)
     EXPECT_THAT(idsAfter(*database, other.id, 0), testing::ElementsAre(1));
 }
 
-TEST_P(StoreContract, ReturnsEventsAsTheyWere)
+TEST_P(StoreContract, ReturnsEventsAsTheyWereAdded)
 {
     const store::Farm farm = addFarm("Hill Farm");
     addEvents(*database, farm.id, 1, now);
@@ -63,17 +63,17 @@ TEST_P(StoreContract, PagesThroughTheLog)
     EXPECT_TRUE(idsAfter(*database, farm.id, 5, 2).empty());
 }
 
-TEST_P(StoreContract, KnowsWhichCursorsItCanContinueFrom)
+TEST_P(StoreContract, KnowsTheCursorsThatItCanContinueFrom)
 {
     const store::Farm farm = addFarm("Hill Farm");
     addEvents(*database, farm.id, 5, now);
     write([&farm](Transaction& t) { store::pruneEventsTo(t, farm.id, 3); });
     const auto bounds =
         read([&farm](soci::session& sql) { return store::eventBounds(sql, farm.id); });
-    EXPECT_FALSE(bounds.contains(2)) << "event 3 would be missed";
+    EXPECT_FALSE(bounds.contains(2)) << "event 3 is pruned";
     EXPECT_TRUE(bounds.contains(3));
     EXPECT_TRUE(bounds.contains(5));
-    EXPECT_FALSE(bounds.contains(6)) << "from the future";
+    EXPECT_FALSE(bounds.contains(6)) << "newer than the log";
     EXPECT_THAT(idsAfter(*database, farm.id, 3), testing::ElementsAre(4, 5));
 }
 
@@ -90,7 +90,7 @@ TEST_P(StoreContract, DropsOldEventsByTime)
     EXPECT_TRUE(bounds.contains(2));
 }
 
-TEST_P(StoreContract, CountsOnlyWhatIsThereWhenItDropsTheOldest)
+TEST_P(StoreContract, CountsOnlyExistingEventsWhenItPrunes)
 {
     const store::Farm farm = addFarm("Hill Farm");
     addEvents(*database, farm.id, 6, now);
@@ -117,7 +117,7 @@ TEST_P(StoreContract, CountsOnlyWhatIsThereWhenItDropsTheOldest)
     EXPECT_THAT(idsAfter(*database, farm.id, 0), testing::ElementsAre(7));
 }
 
-TEST_P(StoreContract, NumbersOnAfterTheLogWasEmptied)
+TEST_P(StoreContract, ContinuesTheNumbersAfterTheLogWasPruned)
 {
     const store::Farm farm = addFarm("Hill Farm");
     addEvents(*database, farm.id, 2, now);

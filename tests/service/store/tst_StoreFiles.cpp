@@ -1,4 +1,4 @@
-// Inboxes, files and the bin; reports of consoles.
+// Inboxes, files and the bin.
 #include "service/store/Errors.h"
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
@@ -56,7 +56,7 @@ TEST_P(StoreContract, MakesAnInboxOnce)
     EXPECT_TRUE(first.isNew);
     EXPECT_FALSE(second.isNew);
     EXPECT_EQ(first.inbox.id, second.inbox.id);
-    EXPECT_EQ(first.inbox.id, 8); // after the seven projects, in the same space of ids
+    EXPECT_EQ(first.inbox.id, 8); // after the seven projects, whose ids come from the same counter
     EXPECT_EQ(first.inbox.ownerName, "olga");
     EXPECT_EQ(first.inbox.project, 2);
 }
@@ -80,7 +80,7 @@ TEST_P(StoreContract, ListsFilesOfAnInboxAndOfAnOwner)
     const Place oscar = makePlace(*database, addUser(farm, "oscar"));
     addTo(*database, olga, "a", "aa");
     addTo(*database, oscar, "b", "bb");
-    addTo(*database, olga, "a", "cc"); // the same name again is another file
+    addTo(*database, olga, "a", "cc"); // a file with the same name is another file
     EXPECT_THAT(names(read([&](soci::session& sql) {
                     return store::filesOf(sql, farm.id, olga.inbox.id);
                 })),
@@ -93,7 +93,7 @@ TEST_P(StoreContract, ListsFilesOfAnInboxAndOfAnOwner)
                 testing::ElementsAre("a", "b", "a"));
 }
 
-TEST_P(StoreContract, BringsAFileBackFromTheBinUnderItsId)
+TEST_P(StoreContract, RestoresAFileFromTheBinWithItsId)
 {
     const Place place = makePlace(*database, addUser(addFarm("Hill Farm"), "olga"));
     const store::Id farm = place.user.farmId();
@@ -110,7 +110,7 @@ TEST_P(StoreContract, BringsAFileBackFromTheBinUnderItsId)
     const auto restored = write(restore);
     ASSERT_TRUE(restored);
     EXPECT_EQ(restored->id, file.id);
-    EXPECT_FALSE(write(restore)) << "it is not in the bin any more";
+    EXPECT_FALSE(write(restore)) << "the file is no longer in the bin";
     EXPECT_TRUE(read([&](soci::session& sql) { return store::fileById(sql, farm, file.id); }));
 }
 
@@ -127,7 +127,7 @@ TEST_P(StoreContract, NeverUsesAnIdTwice)
     EXPECT_EQ(addTo(*database, place, "b", "bb").id, file.id + 1);
 }
 
-TEST_P(StoreContract, StopsBeforeAnIdThatConsolesCannotHold)
+TEST_P(StoreContract, RefusesIdsAbove31Bits)
 {
     const Place place = makePlace(*database, addUser(addFarm("Hill Farm"), "olga"));
     const store::Id largest = store::largestId - 1;
@@ -138,7 +138,7 @@ TEST_P(StoreContract, StopsBeforeAnIdThatConsolesCannotHold)
     EXPECT_THROW(addTo(*database, place, "too many", "aa"), store::OutOfIds);
 }
 
-TEST_P(StoreContract, KnowsWhetherAContentIsUsed)
+TEST_P(StoreContract, KnowsIfAContentIsUsed)
 {
     const Place place = makePlace(*database, addUser(addFarm("Hill Farm"), "olga"));
     const store::Id farm = place.user.farmId();
@@ -149,17 +149,17 @@ TEST_P(StoreContract, KnowsWhetherAContentIsUsed)
     EXPECT_TRUE(isUsed("aa"));
     EXPECT_FALSE(isUsed("bb"));
     write([&](Transaction& t) { store::moveToBin(t, farm, file.id, "olga", now); });
-    EXPECT_TRUE(isUsed("aa")) << "the bin needs it";
+    EXPECT_TRUE(isUsed("aa")) << "the bin refers to the content";
     const auto emptyBin = [this](long long before) {
         return write([before](Transaction& t) { return store::emptyBin(t, before); });
     };
     EXPECT_THAT(emptyBin(now), testing::IsEmpty());
-    EXPECT_TRUE(isUsed("aa")) << "not before its time";
+    EXPECT_TRUE(isUsed("aa")) << "the bin was emptied too early";
     EXPECT_THAT(emptyBin(now + 1), testing::ElementsAre("aa"));
     EXPECT_FALSE(isUsed("aa"));
 }
 
-TEST_P(StoreContract, TakesAnyNameAsItIs)
+TEST_P(StoreContract, StoresAnyNameUnchanged)
 {
     const std::string name = "o'Hara \"x\"; DROP TABLE files; -- \xC3\xA9 :colon ?";
     const Place place = makePlace(*database, addUser(addFarm("Hill Farm"), "olga"));

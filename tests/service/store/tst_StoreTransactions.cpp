@@ -1,4 +1,4 @@
-// Transactions: all or nothing, durable, in order, many at a time.
+// Transactions: atomic, durable, ordered, concurrent.
 #include "service/store/Errors.h"
 #include "service/store/EventTable.h"
 #include "tests/service/store/StoreContract.h"
@@ -28,14 +28,14 @@ std::vector<std::string> farmNames(store::Database& database)
     });
 }
 
-TEST_P(StoreContract, KeepsWhatWasWrittenOverARestart)
+TEST_P(StoreContract, KeepsDataAcrossAReopen)
 {
     addFarm("Hill Farm");
     reopen();
     EXPECT_THAT(farmNames(*database), testing::ElementsAre("Hill Farm"));
 }
 
-TEST_P(StoreContract, LeavesNoTraceOfAChangeThatThrows)
+TEST_P(StoreContract, RollsBackAChangeThatThrows)
 {
     EXPECT_THROW(write([](Transaction& t) {
                      store::addFarm(t, "Lost Farm");
@@ -46,7 +46,7 @@ TEST_P(StoreContract, LeavesNoTraceOfAChangeThatThrows)
     EXPECT_EQ(addFarm("Hill Farm").id, 1);
 }
 
-TEST_P(StoreContract, TellsOfAFailureNoneOfTheValues)
+TEST_P(StoreContract, ReportsAFailureWithoutItsValues)
 {
     addFarm("Hill Farm");
     const std::string secret = "a secret hash";
@@ -74,9 +74,10 @@ TEST_P(StoreContract, TellsOfAFailureNoneOfTheValues)
     }
 }
 
-TEST_P(StoreContract, HarmsNoOtherChangeOfTheSameBatch)
+TEST_P(StoreContract, CommitsTheOtherChangesOfABatchWithAFailure)
 {
-    // A first change holds the writer until the others are queued, so that they share a commit.
+    // A first change holds the writer until the other changes are queued. So the others share a
+    // commit.
     std::promise<void> holdWriter;
     std::latch writerIsHeld(1);
     std::thread holder([&] {
@@ -116,7 +117,7 @@ TEST_P(StoreContract, HarmsNoOtherChangeOfTheSameBatch)
     EXPECT_THAT(farmNames(*database), testing::ElementsAre("One", "Three"));
 }
 
-TEST_P(StoreContract, LosesNothingWhenManyReadAndWriteAtOnce)
+TEST_P(StoreContract, KeepsAllChangesOfConcurrentReadersAndWriters)
 {
     constexpr int threads = 4;
     constexpr int changes = 50;
@@ -144,7 +145,7 @@ TEST_P(StoreContract, LosesNothingWhenManyReadAndWriteAtOnce)
     EXPECT_EQ(next, static_cast<store::Id>(store::projectNames.size()) + threads * changes + 1);
 }
 
-TEST_P(StoreContract, TellsOfEventsOnlyOnceTheyAreCommitted)
+TEST_P(StoreContract, PublishesEventsAfterTheirCommit)
 {
     const store::Farm farm = addFarm("Hill Farm");
     std::vector<store::Id> heard;
@@ -175,7 +176,7 @@ TEST_P(StoreContract, TellsOfEventsOnlyOnceTheyAreCommitted)
     EXPECT_THAT(readable, testing::ElementsAre(1, 2));
 }
 
-TEST_P(StoreContract, ReadsOneStateWhateverIsCommittedMeanwhile)
+TEST_P(StoreContract, ReadsOneStateDuringACommit)
 {
     addFarm("Hill Farm");
     std::promise<void> readOnce;
@@ -205,8 +206,8 @@ TEST_P(StoreContract, ReadsOneStateWhateverIsCommittedMeanwhile)
     EXPECT_EQ(farmNames(*database).size(), 2U);
 }
 
-/** Not of the contract: every kind of database runs out of room in its own way. */
-TEST(Sqlite, SaysWhenItsDiskIsFullAndGoesOnWhenThereIsRoomAgain)
+/** Not part of the contract: each kind of database reports a full disk in its own way. */
+TEST(Sqlite, ReportsAFullDiskAndWorksAgainWhenThereIsRoom)
 {
     const TempFolder folder;
     store::Database database(store::makeSqlite((folder.Path() / "store.sqlite").string()));
@@ -219,7 +220,7 @@ TEST(Sqlite, SaysWhenItsDiskIsFullAndGoesOnWhenThereIsRoomAgain)
     const auto addLongName = [&database] {
         database.writeNow([](Transaction& t) { store::addFarm(t, std::string(1000000, 'x')); });
     };
-    allow(1); // as few as it has
+    allow(1); // no page more than now
     EXPECT_THROW(addLongName(), store::StorageFull);
     EXPECT_TRUE(farmNames(database).empty());
     allow(1000000);

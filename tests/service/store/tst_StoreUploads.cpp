@@ -1,4 +1,4 @@
-// Uploads under way and finished ones' results.
+// Unfinished uploads, and the results of finished uploads.
 #include "service/store/Errors.h"
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
@@ -57,7 +57,7 @@ TEST_P(StoreContract, ReturnsUploadsAsTheyWereAdded)
     EXPECT_FALSE(found->finished);
 }
 
-TEST_P(StoreContract, KeepsKeysOfDifferentUsersApart)
+TEST_P(StoreContract, SeparatesTheKeysOfDifferentUsers)
 {
     const store::Farm farm = addFarm("Hill Farm");
     const store::User olga = addUser(farm, "olga");
@@ -68,7 +68,7 @@ TEST_P(StoreContract, KeepsKeysOfDifferentUsersApart)
     EXPECT_THROW(add(*database, makeUpload(olga, "u3", "nonce")), store::NameTaken);
 }
 
-TEST_P(StoreContract, TakesAnyNumberOfUploadsWithoutKey)
+TEST_P(StoreContract, AcceptsManyUploadsWithoutAKey)
 {
     const store::User user = addUser(addFarm("Hill Farm"), "olga");
     add(*database, makeUpload(user, "u1", ""));
@@ -77,7 +77,7 @@ TEST_P(StoreContract, TakesAnyNumberOfUploadsWithoutKey)
     EXPECT_TRUE(find(*database, "u2"));
 }
 
-TEST_P(StoreContract, RemembersTheResultAndForgetsTheKey)
+TEST_P(StoreContract, KeepsTheResultWhenTheKeyIsForgotten)
 {
     const store::User user = addUser(addFarm("Hill Farm"), "olga");
     Upload upload = makeUpload(user, "u1", "nonce");
@@ -98,7 +98,7 @@ TEST_P(StoreContract, RemembersTheResultAndForgetsTheKey)
     EXPECT_TRUE(find(*database, "u1"));
 }
 
-TEST_P(StoreContract, FindsUnfinishedUploadsThatHaveExpired)
+TEST_P(StoreContract, FindsExpiredUnfinishedUploads)
 {
     const store::User user = addUser(addFarm("Hill Farm"), "olga");
     Upload upload = makeUpload(user, "done", "");
@@ -112,7 +112,7 @@ TEST_P(StoreContract, FindsUnfinishedUploadsThatHaveExpired)
     EXPECT_THAT(expired(100), testing::ElementsAre("open"));
 }
 
-TEST_P(StoreContract, RemovesOnlyWhatIsStillUnfinishedAndStillExpired)
+TEST_P(StoreContract, RemovesOnlyExpiredUnfinishedUploads)
 {
     const store::User user = addUser(addFarm("Hill Farm"), "olga");
     Upload upload = makeUpload(user, "done", "nonce");
@@ -126,18 +126,18 @@ TEST_P(StoreContract, RemovesOnlyWhatIsStillUnfinishedAndStillExpired)
     };
     EXPECT_FALSE(removesExpired("open", 99));
     EXPECT_TRUE(extends("open", 99, 200));
-    EXPECT_FALSE(removesExpired("open", 150)) << "it got more time";
-    EXPECT_FALSE(extends("open", 200, 300)) << "too late";
+    EXPECT_FALSE(removesExpired("open", 150)) << "its expiry was extended";
+    EXPECT_FALSE(extends("open", 200, 300)) << "it has expired";
     EXPECT_TRUE(removesExpired("open", 200));
-    EXPECT_FALSE(removesExpired("open", 200)) << "it is gone";
+    EXPECT_FALSE(removesExpired("open", 200)) << "it was removed before";
 
     write([&upload](Transaction& t) { store::finishUpload(t, upload); });
     EXPECT_FALSE(removesExpired("done", 1000));
     EXPECT_FALSE(write([](Transaction& t) { return removeUnfinishedUpload(t, "done"); }));
-    EXPECT_TRUE(findByKey(*database, user.id, "nonce")) << "a repeat gets this result";
+    EXPECT_TRUE(findByKey(*database, user.id, "nonce")) << "a repeated request gets this result";
 }
 
-TEST_P(StoreContract, KeepsResultsAsLongAsARepeatCouldAskForThem)
+TEST_P(StoreContract, KeepsTheResultsOfKeyedUploadsWhileTheirFilesExist)
 {
     const store::User user = addUser(addFarm("Hill Farm"), "olga");
     const store::Id farm = user.farmId();

@@ -1,4 +1,4 @@
-// The API's parts put together on a folder of their own, without a listener.
+// The API's parts on a folder of their own, without a listener.
 #pragma once
 
 #include "service/api/Context.h"

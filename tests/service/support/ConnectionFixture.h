@@ -1,4 +1,4 @@
-// A connection before an application that echoes, and all it says to a peer.
+// A connection to an application that echoes, and the connection's replies.
 #pragma once
 
 #include "service/http/Connection.h"
@@ -14,8 +14,8 @@
 
 namespace kelvo::test {
 
-/** Fails in the middle. */
-class TornSource final : public http::BodySource
+/** Fails after two of four bytes. */
+class FailingSource final : public http::BodySource
 {
 public:
     std::uint64_t sizeBytes() const override { return 4; }
@@ -33,7 +33,7 @@ private:
     bool begun_ = false;
 };
 
-/** Answers with the body it got, if it reads it, and remembers what came. */
+/** Answers with the body it reads, and counts the requests. */
 class EchoApplication final : public http::Application
 {
 public:
@@ -51,7 +51,7 @@ public:
         }
         if (request.head.path == "/torn") {
             http::Response response;
-            response.source = std::make_shared<TornSource>();
+            response.source = std::make_shared<FailingSource>();
             co_return response;
         }
         if (request.head.path.starts_with("/taken-over")) {
@@ -79,10 +79,10 @@ public:
     std::vector<unsigned> statuses;
 };
 
-class ConnectionConduct : public testing::Test
+class HttpConnection : public testing::Test
 {
 protected:
-    /** All that the connection says to a peer that sends this and then no more. */
+    /** The whole reply to a peer that sends `text` and then ends its sending side. */
     std::string talk(const std::string& text, bool refuse = false)
     {
         TcpPair pair(loop.io());

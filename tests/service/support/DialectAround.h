@@ -1,4 +1,4 @@
-// A dialect that leaves everything but its connections to another.
+// A dialect that wraps another dialect and makes its connections.
 #pragma once
 
 #include "service/store/Dialect.h"
@@ -10,7 +10,7 @@
 
 namespace kelvo::test {
 
-/** Thread safe if the other and connect() are. */
+/** Thread safe if the wrapped dialect and connect() are. */
 class DialectAround : public store::Dialect
 {
 public:
@@ -21,7 +21,7 @@ public:
     void translate(const std::exception& error) const override { real_->translate(error); }
 
 protected:
-    std::unique_ptr<soci::session> connectReally() const { return real_->connect(); }
+    std::unique_ptr<soci::session> connectInner() const { return real_->connect(); }
 
 private:
     std::unique_ptr<store::Dialect> real_;

@@ -1,4 +1,4 @@
-// Takes the place of the C library's fsync and fdatasync.
+// Replaces the C library's fsync and fdatasync.
 #include "tests/service/support/FailingSync.h"
 
 #include <atomic>

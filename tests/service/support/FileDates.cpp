@@ -1,5 +1,4 @@
-// Dates of files: this file alone is compiled with times of 64 bits everywhere, and none of them
-// leaves it as such.
+// This file alone is compiled with times of 64 bits; its interface has no such time.
 #include "tests/service/support/FileDates.h"
 
 #include <fcntl.h>

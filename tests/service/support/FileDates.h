@@ -1,4 +1,4 @@
-// Dates of files, also those that a time of 32 bits does not reach.
+// Dates of files, including dates after 2038.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@ namespace kelvo::test {
 
 constexpr std::int64_t farFutureS = 4102444800; // 2100-01-01 00:00 UTC
 
-/** As if it had been written last at that time, in seconds since 1970; false if that cannot be. */
+/** Sets the file's last write to this time, in seconds since 1970. Returns false if that fails. */
 bool setFileDate(const std::filesystem::path& file, std::int64_t seconds);
 
 } // namespace kelvo::test

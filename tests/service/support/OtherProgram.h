@@ -1,4 +1,4 @@
-// Somebody else who has the service's database open.
+// Another program that has the service's database open.
 #pragma once
 
 #include "service/store/Database.h"
@@ -18,29 +18,29 @@ public:
         : sql_(store::makeSqlite(database.string())->connect())
     {}
 
-    /** Reads, so that nobody can commit until letGo(). */
-    void read()
+    /** Holds a read lock, so that no commit is possible until unlock(). */
+    void lockShared()
     {
         int rows = 0;
         *sql_ << "BEGIN";
         *sql_ << "SELECT COUNT(*) FROM farms", soci::into(rows);
     }
 
-    /** Keeps it for itself, so that nobody can read until letGo(). */
-    void keep() { *sql_ << "BEGIN EXCLUSIVE"; }
+    /** Holds an exclusive lock, so that no read is possible until unlock(). */
+    void lockExclusive() { *sql_ << "BEGIN EXCLUSIVE"; }
 
-    void letGo() { *sql_ << "ROLLBACK"; }
+    void unlock() { *sql_ << "ROLLBACK"; }
 
 private:
     std::unique_ptr<soci::session> sql_;
 };
 
-/** From now on this database waits for nobody. Not while others use it. */
-inline void makeImpatient(store::Database& database)
+/** From now on this database does not wait for locks. Not to be called while others use it. */
+inline void disableBusyTimeout(store::Database& database)
 {
-    static constexpr const char* impatience = "PRAGMA busy_timeout = 0";
-    database.writeNow([](store::Transaction& t) { t.sql << impatience; });
-    database.readNow([](soci::session& sql) { sql << impatience; });
+    static constexpr const char* pragma = "PRAGMA busy_timeout = 0";
+    database.writeNow([](store::Transaction& t) { t.sql << pragma; });
+    database.readNow([](soci::session& sql) { sql << pragma; });
 }
 
 } // namespace kelvo::test

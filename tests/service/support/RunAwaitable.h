@@ -1,4 +1,4 @@
-// Runs coroutines of the service to their end on the test's own thread.
+// Runs coroutines of the service on the test's thread.
 #pragma once
 
 #include "service/base/Async.h"
@@ -14,7 +14,7 @@
 
 namespace kelvo::test {
 
-/** Far more than anything here takes; only so that a test that hangs fails instead. */
+/** Longer than any test takes; a test that hangs fails after this time. */
 constexpr std::chrono::seconds hangGuard{60};
 
 /** An I/O thread of the service, driven by the test. */
@@ -24,14 +24,14 @@ public:
     asio::io_context& io() { return io_; }
     asio::any_io_executor executor() { return io_.get_executor(); }
 
-    /** Starts a coroutine without waiting for it; an exception of it is thrown by the next run. */
+    /** Starts a coroutine without waiting for it. The next run rethrows its exception. */
     void start(Async<void> work)
     {
         asio::co_spawn(io_, std::move(work),
                        [this](std::exception_ptr error) { failure_ = error ? error : failure_; });
     }
 
-    /** Its result, or its exception. */
+    /** Runs a coroutine to its end and returns its result or throws its exception. */
     template <class T>
     T run(Async<T> work)
     {
@@ -64,7 +64,7 @@ public:
         }
     }
 
-    /** Runs what is to run until the condition holds. */
+    /** Runs the loop until the condition holds. */
     template <class Condition>
     void runUntil(Condition condition)
     {

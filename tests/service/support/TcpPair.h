@@ -1,4 +1,4 @@
-// Two ends of a TCP connection within the test.
+// Both ends of a TCP connection within the test.
 #pragma once
 
 #include "service/http/Transport.h"
@@ -11,7 +11,7 @@
 
 namespace kelvo::test {
 
-/** `server` is what the service would have accepted; `client` is the peer. */
+/** `server` is the end that the service would have accepted; `client` is the peer. */
 struct TcpPair
 {
     explicit TcpPair(asio::io_context& io)
@@ -28,7 +28,7 @@ struct TcpPair
     std::unique_ptr<http::Transport> client;
 };
 
-/** Everything that comes until the other side ends the connection. */
+/** Reads until the other side ends the connection. */
 inline Async<std::string> readAll(http::Transport& transport)
 {
     std::string all;
@@ -40,7 +40,7 @@ inline Async<std::string> readAll(http::Transport& transport)
     co_return all;
 }
 
-/** What comes, until `end` is in it. */
+/** Reads until the text contains `end`. */
 inline Async<std::string> readUntil(http::Transport& transport, std::string end)
 {
     std::string all;

@@ -1,4 +1,4 @@
-// The certificates that a service makes for itself.
+// The certificates that a service makes itself.
 #include "service/base/Files.h"
 #include "service/tls/Authority.h"
 #include "service/tls/Certificates.h"
@@ -38,7 +38,7 @@ TEST_F(OwnAuthority, SignsACertificateForAllNames)
     EXPECT_TRUE(makeServerContext(files));
 }
 
-TEST_F(OwnAuthority, KeepsItsKeysToItself)
+TEST_F(OwnAuthority, MakesItsKeysReadableByTheOwnerOnly)
 {
     const CertificateFiles files = ensure();
     for (const auto& key : {files.key, folder.Path() / "tls" / "ca.key"}) {
@@ -47,7 +47,7 @@ TEST_F(OwnAuthority, KeepsItsKeysToItself)
     }
 }
 
-TEST_F(OwnAuthority, ChangesNothingThatIsStillGood)
+TEST_F(OwnAuthority, KeepsValidCertificates)
 {
     const CertificateFiles files = ensure();
     const std::string before = readFile(files.certificate);
@@ -79,7 +79,7 @@ TEST_F(OwnAuthority, RenewsACertificateThatEndsSoon)
     EXPECT_TRUE(isValidFor(*certificateFromPem(readFile(files.certificate)), 24h * 30));
 }
 
-TEST_F(OwnAuthority, RefusesAKeyThatDoesNotFit)
+TEST_F(OwnAuthority, RefusesAKeyThatDoesNotMatchTheCertificate)
 {
     CertificateFiles files = ensure();
     replaceFile(files.key, toPem(*makeKey()), 0600);

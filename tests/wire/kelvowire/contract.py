@@ -1,7 +1,8 @@
-"""The written API as a judge: finds the operation of a request and holds replies against what it documents.
+"""Checks replies against the written API: finds the operation of a request and compares the reply with its
+documentation.
 
-The schema language is the part of JSON Schema 2020-12 that openapi.yaml uses; a keyword that is not known here is an
-error, so the file cannot grow past its judge unnoticed.
+The schema language is the part of JSON Schema 2020-12 that openapi.yaml uses. An unknown keyword is an error, so
+openapi.yaml cannot use a keyword that is not checked here.
 """
 
 import json
@@ -15,7 +16,7 @@ TYPES = {"object": dict, "array": list, "string": str, "boolean": bool, "null": 
 
 
 class Violation(AssertionError):
-    """A reply, or the written API itself, is not what it must be."""
+    """A reply, or the written API itself, is wrong."""
 
 
 class Contract:
@@ -27,7 +28,7 @@ class Contract:
                         for template, item in self.document["paths"].items() if "servers" not in item]
 
     def resolve(self, node):
-        """Follows a $ref; its siblings (a description) add to what it names."""
+        """Follows a $ref. Siblings of the $ref (a description) are added to the target."""
         while isinstance(node, dict) and "$ref" in node:
             siblings = {key: value for key, value in node.items() if key != "$ref"}
             target = self.at(node["$ref"])
@@ -54,7 +55,7 @@ class Contract:
         return (exact or matches or [None])[0]
 
     def operations(self):
-        """(method, template, operation) of everything that is served on the TLS listener."""
+        """(method, template, operation) of every operation on the TLS listener."""
         for template, item in self.document["paths"].items():
             if "servers" in item:
                 continue
@@ -72,7 +73,7 @@ class Contract:
         where = f"{method} {target} -> {status}"
         if operation is None:
             if status not in (400, 401, 404, 405, 431):
-                raise Violation(f"{where}: not a documented operation, yet answered so")
+                raise Violation(f"{where}: not a documented operation")
             response = self.resolve({"$ref": "#/components/responses/AnyProblem"})
         else:
             response = self._response(operation, status, where)
@@ -103,9 +104,9 @@ class Contract:
         media = (headers.get("Content-Type") or "").split(";")[0].strip()
         if not content or not body:
             if body:
-                raise Violation(f"{where}: a body where none is documented: {body[:200]!r}")
+                raise Violation(f"{where}: an undocumented body: {body[:200]!r}")
             if status >= 400:
-                raise Violation(f"{where}: a refusal without a problem document")
+                raise Violation(f"{where}: an error without a problem document")
             return
         if media not in content:
             raise Violation(f"{where}: Content-Type {media!r}, documented are {sorted(content)}")
@@ -117,14 +118,14 @@ class Contract:
             raise Violation(f"{where}: the problem says status {value['status']}")
 
     def check(self, schema, value, where):
-        """Raises Violation unless the value is of the schema."""
+        """Raises Violation unless the value matches the schema."""
         schema = self.resolve(schema)
         for keyword, argument in schema.items():
             rule = getattr(self, "_rule_" + keyword, None)
             if rule:
                 rule(argument, value, where, schema)
             elif keyword not in ANNOTATIONS:
-                raise Violation(f"{where}: schema keyword {keyword!r} is not understood")
+                raise Violation(f"{where}: schema keyword {keyword!r} is not implemented")
 
     def _rule_type(self, name, value, where, _):
         if name in ("integer", "number"):
@@ -132,11 +133,11 @@ class Contract:
         else:
             good = isinstance(value, TYPES[name])
         if not good:
-            raise Violation(f"{where}: {value!r} is no {name}")
+            raise Violation(f"{where}: {value!r} is not of type {name}")
 
     def _rule_enum(self, allowed, value, where, _):
         if value not in allowed:
-            raise Violation(f"{where}: {value!r} is none of {allowed}")
+            raise Violation(f"{where}: {value!r} is not one of {allowed}")
 
     def _rule_const(self, wanted, value, where, _):
         if value != wanted:
@@ -192,4 +193,4 @@ class Contract:
             except Violation as failure:
                 failures.append(str(failure))
         if len(schemas) - len(failures) != 1:
-            raise Violation(f"{where}: of exactly one of {len(schemas)} kinds it is not: {failures}")
+            raise Violation(f"{where}: does not match exactly one of {len(schemas)} schemas: {failures}")

@@ -1,4 +1,4 @@
-"""A reader of GET /events on a connection of its own, checked against the written API."""
+"""Reads GET /events on its own connection and checks each event against the written API."""
 
 import collections
 import http.client
@@ -15,7 +15,7 @@ END = object()
 
 
 class EventStream:
-    """Opens at once and returns when the first comment came; events wait in a queue. Use as a context manager."""
+    """Connects at once and returns after the first comment; events wait in a queue. Use it as a context manager."""
 
     def __init__(self, client, cursor=None, query=None):
         service = client.service
@@ -60,7 +60,7 @@ class EventStream:
             for line in iter(self._response.readline, b""):
                 fields = self._line(line.decode().rstrip("\r\n"), fields)
         except (OSError, http.client.HTTPException, ValueError):
-            pass  # Cut, here or there.
+            pass  # Cut by this side or by the service.
         except AssertionError as failure:
             self._items.put(failure)
         self._items.put(END)
@@ -86,7 +86,7 @@ class EventStream:
         CONTRACT.check(schemas[fields["event"]], data, "event " + fields["event"])
         number = fields.get("id")
         if (number is None) != (fields["event"] == "session-ended"):
-            raise AssertionError(f"session-ended and only that has no id: {fields}")
+            raise AssertionError(f"only session-ended has no id: {fields}")
         if number is not None:
             if int(number) <= self.last_id:
                 raise AssertionError(f"event {number} after {self.last_id}")

@@ -1,4 +1,4 @@
-"""The fixture of most tests: a running service with two farms and their people."""
+"""The fixture of most tests: a running service with two farms and their users."""
 
 import unittest
 

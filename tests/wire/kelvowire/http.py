@@ -1,4 +1,4 @@
-"""An HTTP client that holds every reply against the written API."""
+"""An HTTP client that checks every reply against the written API."""
 
 import base64
 import hashlib
@@ -53,7 +53,7 @@ def metadata(name, targets):
 
 
 class Client:
-    """One keep-alive connection; no retries, so a connection that the service drops is seen."""
+    """One keep-alive connection without retries, so a test sees when the service closes it."""
 
     def __init__(self, service, token=None):
         self.service, self.token = service, token
@@ -77,7 +77,9 @@ class Client:
         return headers
 
     def request(self, method, path, expect=None, headers=None, body=None, json=None, check=True):
-        """Sends and checks; `expect` is a status or several. Paths are below the base path unless they begin with it."""
+        """Sends a request and checks the reply. `expect` is a status or several. A path without the base path gets
+        it.
+        """
         headers = self.headers(headers)
         if json is not None:
             body = jsonlib.dumps(json).encode()
@@ -87,7 +89,7 @@ class Client:
         try:
             connection.request(method, target, body=body, headers=headers)
         except (BrokenPipeError, ConnectionResetError, ssl.SSLError):
-            pass  # Refused while the body was on its way: the answer should be readable all the same.
+            pass  # Refused while the body was sent: the reply must be readable anyway.
         response = connection.getresponse()
         reply = Reply(method, target, response.status, response.headers, response.read())
         if response.will_close:
@@ -100,7 +102,7 @@ class Client:
         if expect is not None and reply.status not in (expect if isinstance(expect, (tuple, list, set)) else (expect,)):
             raise AssertionError(f"expected {expect}: {reply}")
         if reply.status >= 400 and LEAKS.search(reply.body.decode("utf-8", "replace")):
-            raise AssertionError(f"an inner detail in a problem: {reply}")
+            raise AssertionError(f"an internal detail in a problem: {reply}")
         if check:
             CONTRACT.check_reply(reply.method, reply.target, reply.status, reply.headers, reply.body)
 
@@ -126,7 +128,7 @@ class Client:
                                  "Idempotency-Key": key, **(headers or {})})
 
     def put(self, name, targets, content):
-        """A whole file in one request: the FILE records."""
+        """Uploads a whole file in one request and returns its FILE records."""
         return self.create(name, targets, len(content), content).json()["files"]
 
     def patch(self, location, offset, body, expect=204):
@@ -136,7 +138,7 @@ class Client:
         return int(self.tus("HEAD", location, 200).headers["Upload-Offset"])
 
     def await_offset(self, location, wanted, at_least=False):
-        """Asks until the service has got so far: bytes of a cut connection take a moment to arrive."""
+        """Polls until the service's offset is `wanted`: bytes of a cut connection take a moment to arrive."""
         guard = time.monotonic() + TIMEOUT
         while not ((got := self.offset(location)) == wanted or (at_least and got > wanted)):
             if got > wanted or time.monotonic() > guard:
@@ -153,7 +155,7 @@ def raw_socket(service, tls=True):
 
 
 def begin_upload(service, token, method, path, length, headers, part):
-    """A request whose body stops after `part`; the connection, left open, is the caller's."""
+    """Sends a request whose body stops after `part`. The caller closes the connection."""
     connection = raw_socket(service)
     lines = [f"{method} {path if path.startswith(BASE) else BASE + path} HTTP/1.1", f"Host: localhost:{service.port}",
              f"Authorization: Bearer {token}", "Tus-Resumable: 1.0.0", f"Content-Type: {OCTETS}",
@@ -163,9 +165,10 @@ def begin_upload(service, token, method, path, length, headers, part):
 
 
 def cut(connection):
-    """Ends a connection in the middle, without TLS's farewell, and waits until the service noticed.
+    """Cuts a connection without a TLS close_notify, and waits until the service closes it.
 
-    Closing at once would be a reset, which may overtake what was sent."""
+    A close at once would reset the connection, and the reset may overtake the bytes sent.
+    """
     connection.shutdown(socket.SHUT_WR)
     try:
         while connection.recv(4096):

@@ -1,11 +1,11 @@
-"""A TCP proxy that cuts connections: TLS passes through it untouched, so its clients see a bad link and nothing else."""
+"""A TCP proxy that cuts connections. TLS passes through unchanged, so a client sees only a bad link."""
 
 import socket
 import threading
 
 
 class CuttingProxy:
-    """The n-th connection is cut after the n-th entry of `cuts`: ("up" or "down", bytes); later ones live on."""
+    """Cuts connection n after `cuts[n]`: ("up" or "down", bytes). Later connections are not cut."""
 
     def __init__(self, service, cuts=()):
         self._service = service
@@ -13,7 +13,7 @@ class CuttingProxy:
         self._listener = socket.create_server(("127.0.0.1", 0))
         self.port = self._listener.getsockname()[1]
         self.connections = 0
-        self.passed_down = []  # Bytes from the service, by connection.
+        self.passed_down = []  # Bytes from the service, for each connection.
         self._open = []
         self._lock = threading.Lock()  # Guards connections, passed_down (its length) and _open.
         threading.Thread(target=self._accept, daemon=True).start()
@@ -26,7 +26,7 @@ class CuttingProxy:
         self.cut_all()
 
     def cut_all(self):
-        """Cuts what is connected now; new connections are taken again."""
+        """Cuts all present connections; new connections are accepted."""
         with self._lock:
             sockets, self._open = self._open, []
         for end in sockets:

@@ -1,4 +1,4 @@
-"""The service as a real process on free ports with a data folder of its own."""
+"""The service as a real process on free ports with its own data folder."""
 
 import json
 import os
@@ -11,7 +11,7 @@ import tempfile
 import threading
 
 BINARY = os.environ.get("KELVO_SERVICE", "")
-GUARD_SECONDS = 60  # Only ends what hangs; nothing waits for it.
+GUARD_SECONDS = 60  # Only ends a process that hangs; no test waits for it.
 READY = re.compile(r"^kelvo-service: listening on https://(\S+):(\d+), metrics on http://(\S+):(\d+)\n$")
 
 
@@ -20,14 +20,14 @@ def command(folder, *options, listen="127.0.0.1:0"):
 
 
 def run_refused(folder, *options, listen="127.0.0.1:0"):
-    """Starts a service that is expected to refuse: (exit code, stdout, stderr)."""
+    """Starts a service that should refuse to start: (exit code, stdout, stderr)."""
     result = subprocess.run(command(folder, *options, listen=listen), capture_output=True, text=True,
                             timeout=GUARD_SECONDS, check=False)
     return result.returncode, result.stdout, result.stderr
 
 
 class Service:
-    """One data folder and, between start() and stop(), a process on it."""
+    """One data folder, and a process on it between start() and stop()."""
 
     def __init__(self, *options):
         self.root = tempfile.mkdtemp(prefix="kelvo-wire-")
@@ -48,13 +48,13 @@ class Service:
         if not match:
             self.process.kill()
             self.process.wait()
-            raise AssertionError(f"the service said {line!r} instead of its addresses; log:\n{self.log()}")
+            raise AssertionError(f"the service printed {line!r} instead of its addresses; log:\n{self.log()}")
         self.host, self.metrics_host = match[1], match[3]
         self.port, self.metrics_port = int(match[2]), int(match[4])
         return self
 
     def wrap(self, arguments):
-        """The command line that runs this one: for those who look on."""
+        """Returns the command line that starts the service; a subclass may trace it."""
         return arguments
 
     def signal(self, number=signal.SIGTERM):
@@ -73,7 +73,7 @@ class Service:
         return code
 
     def stop(self):
-        """SIGTERM, which must end it well."""
+        """Sends SIGTERM; the exit code must be 0."""
         self.signal()
         code = self.wait()
         if code != 0:
@@ -98,11 +98,11 @@ class Service:
             return file.read()
 
     def check_log(self):
-        """Every line is one JSON object and no secret of the tests is in it."""
+        """Checks that every line is a JSON object and that no secret of the tests is in the log."""
         text = self.log()
         for line in text.splitlines():
             if not isinstance(json.loads(line), dict):
-                raise AssertionError(f"a log line that is no object: {line!r}")
+                raise AssertionError(f"a log line is not an object: {line!r}")
         for secret in self.secrets:
             if secret in text:
                 raise AssertionError(f"a secret is in the log: {secret!r}")

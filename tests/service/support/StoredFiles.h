@@ -1,4 +1,4 @@
-// A farm with files in inboxes and bin, and an upload that is not finished.
+// A farm with files in an inbox and in the bin, and an unfinished upload.
 #pragma once
 
 #include "service/api/UploadSteps.h"
@@ -7,14 +7,14 @@
 
 namespace kelvo::test {
 
-class KeptFiles : public ApiFixture
+class StoredFiles : public ApiFixture
 {
 protected:
-    KeptFiles()
+    StoredFiles()
     {
-        keep("field.zip", "a field");
-        keep("again.zip", "a field");
-        const store::File removed = keep("removed.zip", "in the bin");
+        addFile("field.zip", "a field");
+        addFile("again.zip", "a field");
+        const store::File removed = addFile("removed.zip", "in the bin");
         database.writeNow([&](store::Transaction& t) {
             store::moveToBin(t, user.farmId(), removed.id, "olga", clock.nowMs());
         });
@@ -32,7 +32,7 @@ protected:
         return loop.run(api::beginUpload(context, user, wish, api::newUploadId())).upload;
     }
 
-    store::File keep(const std::string& name, const std::string& text)
+    store::File addFile(const std::string& name, const std::string& text)
     {
         const store::Upload upload = begin(name, static_cast<long long>(text.size()));
         content::UploadWriter writer(contents, digests, upload.id);
