@@ -1,4 +1,3 @@
-// The command line of kelvo-service.
 #include "service/CommandLine.h"
 
 #include "service/base/Encoding.h"
@@ -14,7 +13,7 @@ namespace {
 
 constexpr int badUsage = 2;
 
-/** "1000" events or "72h" hours. Empty when it is right, else what is wrong. */
+/** Reads "1000" (events) or "72h" (hours). Returns an error text, empty on success. */
 std::string readRetention(const std::string& text, ServeOptions& options)
 {
     const bool hours = !text.empty() && text.back() == 'h';
@@ -38,7 +37,7 @@ std::string readCost(const std::string& text, ServeOptions& options)
     return {};
 }
 
-/** An option whose text is understood by `read`, which says what is wrong with it. */
+/** Adds an option whose text `read` parses. `read` returns an error text, empty on success. */
 void addReadOption(CLI::App& serve, ServeOptions& options, const std::string& name,
                    std::string (*read)(const std::string&, ServeOptions&), const char* meaning)
 {
@@ -52,7 +51,7 @@ void addReadOption(CLI::App& serve, ServeOptions& options, const std::string& na
         meaning);
 }
 
-/** How long a peer may take. */
+/** Adds the timeouts of slow peers. */
 void addTimeLimits(CLI::App& serve, ServeOptions& options)
 {
     struct Row
@@ -66,7 +65,7 @@ void addTimeLimits(CLI::App& serve, ServeOptions& options)
          "Seconds for a handshake, and for a request's head"},
         {"--idle-timeout", &ServeOptions::idleSeconds, "Seconds between two requests"},
         {"--stall-timeout", &ServeOptions::stallSeconds,
-         "Seconds in which a body or a reply may stand still"},
+         "Stall timeout of a body or a reply in seconds"},
     };
     for (const Row& row : rows) {
         serve.add_option(row.name, options.*row.value, row.meaning)
@@ -77,52 +76,55 @@ void addTimeLimits(CLI::App& serve, ServeOptions& options)
 
 void addOptions(CLI::App& serve, ServeOptions& options)
 {
-    serve.add_option("--data", options.dataFolder, "Folder for everything that is kept")
-        ->required();
-    serve.add_option("--listen", options.listen, "HOST:PORT of the API; port 0 takes a free one")
+    serve.add_option("--data", options.dataFolder, "Folder for all stored data")->required();
+    serve
+        .add_option("--listen", options.listen, "HOST:PORT of the API; port 0 selects a free port")
         ->required();
     serve
         .add_option("--metrics-listen", options.metricsListen,
                     "HOST:PORT of /healthz and /metrics (plain HTTP)")
         ->capture_default_str();
     auto* certificate = serve.add_option("--cert", options.certificate,
-                                         "Certificate chain (PEM) instead of our own");
-    auto* key = serve.add_option("--key", options.key, "Key of that certificate (PEM)");
+                                         "Certificate chain (PEM) instead of the service's own");
+    auto* key = serve.add_option("--key", options.key, "Key of this certificate (PEM)");
     certificate->needs(key);
     key->needs(certificate);
-    serve.add_option("--name", options.names, "Another host name for our own certificate");
+    serve.add_option("--name", options.names,
+                     "Another host name for the service's own certificate");
     serve.add_option("--max-upload", options.maxUploadBytes, "Largest file in bytes")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
     serve
         .add_option("--login-attempts", options.loginAttempts,
-                    "Failed logins of a user before they have to wait")
+                    "Failed logins of a user before the next login has to wait")
         ->check(CLI::Range(1, 1000000))
         ->capture_default_str();
-    serve.add_option("--session-hours", options.sessionHours, "How long a login lasts")
+    serve.add_option("--session-hours", options.sessionHours, "Hours until a login expires")
         ->check(CLI::Range(1, 24 * 3660))
         ->capture_default_str();
-    serve.add_option("--max-connections", options.connections, "More are told to come back later")
+    serve
+        .add_option("--max-connections", options.connections,
+                    "Largest number of connections; more are answered 'busy'")
         ->check(CLI::Range(1, 1000000))
         ->capture_default_str();
     addTimeLimits(serve, options);
     serve
-        .add_option(
-            "--keep-unknown-days", options.unknownDays,
-            "Days that files stay which the database does not know, as after a crash or when"
-            " it is the wrong one")
+        .add_option("--keep-unknown-days", options.unknownDays,
+                    "Days until files are removed that the database does not know, after a crash "
+                    "or beside a"
+                    " wrong database")
         ->check(CLI::Range(0, 3650))
         ->capture_default_str();
     addReadOption(serve, options, "--password-cost", readCost,
-                  "Work a password hash takes: min, interactive or moderate");
+                  "Cost of a password hash: min, interactive or moderate");
     addReadOption(serve, options, "--event-retention", readRetention,
-                  "Events kept a farm: a number, or hours such as 72h");
+                  "Events kept for each farm: a number, or hours such as 72h");
     serve.add_option("--log-level", options.logLevel, "debug, info, warning or error")
         ->check(CLI::IsMember({"debug", "info", "warning", "error"}))
         ->capture_default_str();
 }
 
-/** Each option's variable: --max-upload may stand in KELVO_SERVICE_MAX_UPLOAD. */
+/** Each option also has an environment variable: --max-upload is KELVO_SERVICE_MAX_UPLOAD. */
 void addVariables(CLI::App& serve)
 {
     for (CLI::Option* option : serve.get_options()) {
@@ -141,8 +143,8 @@ CLI::App* addVerify(CLI::App& app, VerifyOptions& options)
     CLI::App* verify = app.add_subcommand(
         "verify", "Check a whole data folder: the database, every content, every upload");
     verify->footer(
-        "Writes nothing, and may be used while the service runs. A line for each finding.\n"
-        "Exit code 0: nothing is damaged; 1: something is; 2: it could not be checked.");
+        "Writes nothing; the service may run meanwhile. Prints a line for each finding.\n"
+        "Exit code 0: nothing is damaged; 1: something is damaged; 2: the check was not possible.");
     verify->add_option("--data", options.dataFolder, "The service's data folder")->required();
     return verify;
 }
@@ -150,27 +152,28 @@ CLI::App* addVerify(CLI::App& app, VerifyOptions& options)
 CLI::App* addBackup(CLI::App& app, BackupOptions& options)
 {
     CLI::App* backup =
-        app.add_subcommand("backup", "Make a consistent copy, also while the service runs");
+        app.add_subcommand("backup", "Make a consistent copy; the service may run meanwhile");
     backup->footer(
-        "It holds keys, password hashes and contents: keep it as safe as the original.\n"
-        "Exit code 0: complete; 1: made, but something was damaged already, or it failed;\n"
-        "2: refused.");
+        "The copy holds keys, password hashes and contents: protect it like the original.\n"
+        "Exit code 0: complete; 1: complete, but something was damaged already, or the backup\n"
+        "failed; 2: refused.");
     backup->add_option("--data", options.dataFolder, "The service's data folder")->required();
-    backup->add_option("--to", options.to, "A folder that is not there yet, or empty")->required();
+    backup->add_option("--to", options.to, "A new or empty folder")->required();
     return backup;
 }
 
 CLI::App* addRestore(CLI::App& app, RestoreOptions& options)
 {
     CLI::App* restore =
-        app.add_subcommand("restore", "Bring a backup back while the service does not run");
-    restore->footer("Exit code 0: complete; 1: something was damaged in the backup, or it failed;\n"
-                    "2: refused.");
-    restore->add_option("--from", options.from, "A folder that backup made")->required();
+        app.add_subcommand("restore", "Restore a backup while the service does not run");
+    restore->footer(
+        "Exit code 0: complete; 1: something was damaged in the backup, or the restore\n"
+        "failed; 2: refused.");
+    restore->add_option("--from", options.from, "A folder made by the command backup")->required();
     restore->add_option("--data", options.dataFolder, "The service's data folder")->required();
     restore->add_flag(
         "--force", options.force,
-        "Also if the folder is not empty: what is there is moved to replaced-TIME in it");
+        "Restore into a folder that is not empty: its content is moved to replaced-TIME in it");
     return restore;
 }
 
@@ -178,14 +181,15 @@ CLI::App* addRestore(CLI::App& app, RestoreOptions& options)
 
 CommandLine parseCommandLine(int argc, char** argv)
 {
-    CLI::App app{"The farm-data service that guidance consoles and farm offices share."};
+    CLI::App app{"The farm-data service for guidance consoles and farm offices."};
     app.name("kelvo-service");
     app.set_version_flag("--version", KELVO_SERVICE_VERSION);
     app.require_subcommand(1);
-    app.allow_config_extras(CLI::config_extras_mode::error); // a misspelt line is not passed over
-    app.set_config("--config", "",
-                   "Options' values by command, in sections such as [serve]; what stands on the "
-                   "command line comes before it, what is in the environment after it");
+    app.allow_config_extras(CLI::config_extras_mode::error); // a misspelt line is an error
+    app.set_config(
+        "--config", "",
+        "File with the options of each command, in sections such as [serve]. The command "
+        "line takes precedence over the file, the file over the environment");
     CLI::App* serve = app.add_subcommand("serve", "Run the service until SIGTERM or SIGINT");
     ServeOptions options;
     addOptions(*serve, options);

@@ -10,22 +10,23 @@
 
 namespace kelvo {
 
-/** How the service is to run. */
+/** The options of the service. */
 struct ServeOptions
 {
     std::filesystem::path dataFolder;
     std::string listen;
     std::string metricsListen = "127.0.0.1:0";
-    std::filesystem::path certificate; // with key: a certificate of the user's; empty: our own
+    std::filesystem::path
+        certificate; // with `key`: the user's certificate; empty: the service's own
     std::filesystem::path key;
-    std::vector<std::string> names; // more names for our own certificate
+    std::vector<std::string> names; // more names for the service's own certificate
     long long maxUploadBytes = 8LL * 1024 * 1024 * 1024;
     accounts::EPasswordCost passwordCost = accounts::EPasswordCost::Interactive;
     int loginAttempts = 5;
     int sessionHours = 720;
-    long long eventsKept = 100000; // a farm; 0: as many as come
-    int eventHours = 0;            // 0: however old
-    int unknownDays = 7;           // so long files stay that the database does not know
+    long long eventsKept = 100000; // for each farm; 0: no limit
+    int eventHours = 0;            // 0: no limit
+    int unknownDays = 7;           // days until files are removed that the database does not know
     unsigned connections = 2000;
     int headSeconds = 15;
     int idleSeconds = 75;
@@ -51,7 +52,7 @@ struct RestoreOptions
     bool force = false;
 };
 
-/** One of them is there, or none: then only help or a complaint was printed. */
+/** At most one command is set. Without a command only help or an error was printed. */
 struct CommandLine
 {
     std::optional<ServeOptions> serve;
@@ -61,7 +62,7 @@ struct CommandLine
     int exitCode = 0;
 };
 
-/** Prints help and complaints itself. */
+/** Prints help and errors itself. */
 CommandLine parseCommandLine(int argc, char** argv);
 
 } // namespace kelvo

@@ -1,4 +1,3 @@
-// The folder that belongs to one running service.
 #include "service/DataFolder.h"
 
 #include <nlohmann/json.hpp>
@@ -27,7 +26,7 @@ DataFolder::DataFolder(fs::path path, const Wait& wait) : path_(std::move(path))
     std::error_code error;
     const bool isNew = fs::create_directories(path_, error);
     if (error) {
-        throw StartRefused("cannot make the data folder " + path_.string() + ": " +
+        throw StartRefused("cannot create the data folder " + path_.string() + ": " +
                            error.message());
     }
     path_ = fs::canonical(path_);
@@ -54,7 +53,7 @@ DataFolder::Wait DataFolder::waitAWhile()
 void DataFolder::lock(const Wait& wait)
 {
     while (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
-        // Who only reads shares the lock.
+        // Readers share the lock.
         if (::flock(lock_.get(), LOCK_SH | LOCK_NB) != 0) {
             throw StartRefused("another instance runs on the data folder " + path_.string());
         }

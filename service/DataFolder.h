@@ -1,4 +1,4 @@
-// The folder that belongs to one running service.
+// The data folder of one running service.
 #pragma once
 
 #include "service/base/Files.h"
@@ -10,33 +10,36 @@
 
 namespace kelvo {
 
-/** A file of this name in the folder: a restore began and has not come to its end. */
+/** A file of this name in the folder marks an unfinished restore. */
 inline constexpr const char* unfinishedRestoreName = "restore.unfinished";
 
-/** Why the service cannot start, in one line for a person. */
+/** The reason why the service cannot start, in one line for a person. */
 class StartRefused : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/** Made when it is not there, locked as long as this lives. Errors: StartRefused. */
+/** Created if missing, locked during this object's life. Errors: StartRefused. */
 class DataFolder
 {
 public:
-    /** Whether to go on waiting for whoever has the lock for a short time. Called again and again,
-     * and blocks in between. */
+    /**
+     * Whether to keep waiting for the lock. Called between two attempts; each call blocks a moment.
+     */
     using Wait = std::function<bool()>;
 
-    /** A backup or a check that reads the folder at this moment is waited for, ten seconds unless
-     * said otherwise; another service or a restore is not. */
+    /**
+     * Waits for a backup or a check that reads the folder now, by default for ten seconds. Does not
+     * wait for another service or a restore.
+     */
     explicit DataFolder(std::filesystem::path path, const Wait& wait = waitAWhile());
 
     static Wait waitAWhile();
 
     const std::filesystem::path& path() const { return path_; }
 
-    /** Tells others where the service listens; gone again when this dies. */
+    /** Writes the service's addresses to endpoints.json. The destructor removes the file. */
     void announce(const std::string& api, const std::string& metrics);
 
     ~DataFolder();

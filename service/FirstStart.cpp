@@ -1,4 +1,3 @@
-// The administrator that a new service comes with.
 #include "service/FirstStart.h"
 
 #include "service/base/Files.h"

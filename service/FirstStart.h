@@ -1,4 +1,4 @@
-// The administrator that a new service comes with.
+// The administrator of a new service.
 #pragma once
 
 #include "service/accounts/Passwords.h"
@@ -10,9 +10,9 @@
 namespace kelvo {
 
 /**
- * Makes the user "admin" when there are no users at all, and writes the password to admin.password
- * (0600) in the folder, before the database knows it, so that no crash leaves an administrator
- * nobody can log in as.
+ * Creates the user "admin" if there are no users, and writes the password to admin.password (mode
+ * 0600) in the folder. The file is written before the database, so a crash leaves no administrator
+ * with an unknown password.
  */
 void makeFirstAdmin(store::Database& database, const accounts::Passwords& passwords,
                     const Clock& clock, const std::filesystem::path& dataFolder);

@@ -1,4 +1,3 @@
-// The threads that serve connections.
 #include "service/IoThreads.h"
 
 #include <algorithm>
@@ -64,7 +63,7 @@ void IoThreads::drain(const std::vector<http::Listener*>& listeners,
         for (http::Listener* listener : listeners) {
             listener->abort();
         }
-        waitUntilClosed(listeners, grace); // for disk and database work that was under way
+        waitUntilClosed(listeners, grace); // for disk and database work in progress
     }
     stop();
 }

@@ -13,8 +13,10 @@
 
 namespace kelvo {
 
-/** One io_context a thread, so that what belongs to a connection needs no lock. Driven by the main
- * thread. */
+/**
+ * One io_context per thread, so the objects of a connection need no locks. Driven by the main
+ * thread.
+ */
 class IoThreads
 {
 public:
@@ -27,7 +29,10 @@ public:
 
     void start();
 
-    /** Stops the listeners, gives their connections so long to finish, then cuts them. Blocks. */
+    /**
+     * Stops the listeners and waits up to `grace` for their connections, then closes the
+     * connections. Blocks.
+     */
     void drain(const std::vector<http::Listener*>& listeners, std::chrono::milliseconds grace);
 
 private:

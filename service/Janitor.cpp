@@ -1,4 +1,3 @@
-// Throws away what nobody can ask for any more.
 #include "service/Janitor.h"
 
 #include "service/base/Log.h"
@@ -21,7 +20,7 @@ constexpr long long hourMs = 3600 * 1000;
 constexpr long long binLifeMs = 30 * 24 * hourMs;
 constexpr long long positionLifeMs = 30 * 24 * hourMs;
 
-/** The digests of contents that files have just stopped to refer to. */
+/** Returns the digests of contents that lost a reference. */
 std::vector<std::string> cleanDatabase(const Janitor::Parts& parts, int eventHours)
 {
     const long long now = parts.clock.nowMs();
@@ -42,10 +41,11 @@ bool isUsed(const Janitor::Parts& parts, const std::string& digest)
         [&digest](soci::session& sql) { return store::contentIsUsed(sql, digest); });
 }
 
-void removeContents(const Janitor::Parts& parts, const std::vector<std::string>& letGo)
+void removeContents(const Janitor::Parts& parts, const std::vector<std::string>& unreferenced)
 {
-    for (const std::string& digest : letGo) {
-        // Somebody who is about to refer to it holds its lock until the reference is committed.
+    for (const std::string& digest : unreferenced) {
+        // A request that adds a reference holds the content's lock until the reference is
+        // committed.
         const auto lock = parts.digestLocks.tryLock(digest);
         if (lock && !isUsed(parts, digest)) {
             parts.contents.remove(digest);
@@ -59,8 +59,9 @@ void removeExpiredUploads(const Janitor::Parts& parts, const Janitor::Stops& sto
     const auto expired = parts.database.readNow(
         [now](soci::session& sql) { return store::expiredUploads(sql, now); });
     for (const std::string& id : expired) {
-        // A request that works on it gives it more time when it ends. One that comes now does so
-        // first, in a transaction, and then either finds no row or is seen by the condition.
+        // A request that works on the upload extends its expiry when it ends. A request that comes
+        // now extends the expiry first, in a transaction. Then it finds no row, or the condition
+        // finds the new expiry.
         if (parts.uploadIsHeld(id)) {
             continue;
         }
@@ -76,9 +77,11 @@ void removeExpiredUploads(const Janitor::Parts& parts, const Janitor::Stops& sto
     }
 }
 
-/** A crash came between the database and the folder. Of a finished upload nothing but a second name
- * of its content is left. One without a row may be another database's, until it would have expired
- * in that as well. */
+/**
+ * A crash came between the database and the folder. The leftover of a finished upload is a second
+ * name of its content. An upload without a row may belong to another database, so it is kept until
+ * it would have expired there.
+ */
 void removeOrphanedUploads(const Janitor::Parts& parts, long long keptForMs,
                            const Janitor::Stops& stops)
 {
@@ -97,7 +100,7 @@ void removeOrphanedUploads(const Janitor::Parts& parts, long long keptForMs,
     }
 }
 
-/** What is known of the database that contents may belong to. */
+/** The database that contents may belong to. */
 struct Ownership
 {
     long long bornMs = 0; // when the database was made
@@ -115,19 +118,21 @@ void treatUnknownContent(const Janitor::Parts& parts, const std::string& digest,
     const bool used = isUsed(parts, digest);
     const bool isMarked = trace->unusedSinceMs.has_value();
     if (used == isMarked) {
-        parts.contents.markUnused(digest, !used); // its time begins now, or never was
+        parts.contents.markUnused(digest, !used); // starts or clears its time unused
     }
     const long long now = parts.clock.nowMs();
     const long long unusedForMs = isMarked ? now - *trace->unusedSinceMs : 0;
-    // A birth that is still to come is of a clock that was wrong, and says nothing.
+    // A birth in the future comes from a wrong clock and is ignored.
     const bool isOlderThanDatabase = trace->writtenMs < ownership.bornMs && ownership.bornMs <= now;
     if (!used && !isOlderThanDatabase && unusedForMs >= ownership.keptForMs) {
         parts.contents.remove(digest);
     }
 }
 
-/** A step that fails, as one that writes does on a full disk, must not keep the others from making
- * room. */
+/**
+ * Runs a step and logs its failure. A step that writes fails on a full disk; the other steps must
+ * still run, because they free room.
+ */
 void attempt(const char* what, const std::function<void()>& step)
 {
     try {
@@ -168,11 +173,12 @@ Janitor::~Janitor()
 void Janitor::cleanUp(const Parts& parts, const Settings& settings, const Stops& stops)
 {
     const long long keptForMs = std::chrono::milliseconds(settings.unknownFor).count();
-    std::vector<std::string> letGo;
-    attempt("clean-up-database-failed", [&] { letGo = cleanDatabase(parts, settings.eventHours); });
+    std::vector<std::string> unreferenced;
+    attempt("clean-up-database-failed",
+            [&] { unreferenced = cleanDatabase(parts, settings.eventHours); });
     attempt("clean-up-uploads-failed", [&] { removeExpiredUploads(parts, stops); });
     attempt("clean-up-orphans-failed", [&] { removeOrphanedUploads(parts, keptForMs, stops); });
-    attempt("clean-up-bin-failed", [&] { removeContents(parts, letGo); });
+    attempt("clean-up-bin-failed", [&] { removeContents(parts, unreferenced); });
     attempt("clean-up-contents-failed", [&] { removeUnknownContents(parts, keptForMs, stops); });
 }
 

@@ -1,4 +1,4 @@
-// Throws away what nobody can ask for any more.
+// Removes expired and unreferenced data.
 #pragma once
 
 #include "service/base/Clock.h"
@@ -15,21 +15,21 @@
 namespace kelvo {
 
 /**
- * Expired uploads and sessions, the bin after 30 days with the contents that only it referred to,
- * old events and positions. What the database does not know, as after a crash, goes only when it
- * has been unknown for some days, and a content that is older than the database never: the database
- * may be the wrong one, and whoever puts the right one back needs its files.
+ * Removes expired uploads and sessions, files that were in the bin for 30 days with their contents,
+ * old events and positions. Files that the database does not know, as after a crash, are removed
+ * after some days. A content older than the database is never removed: the database may be the
+ * wrong one, and the right database needs the files.
  *
- * Runs once when made and then every so often. Thread: its own. Ownership: what it works on
- * outlives it.
+ * Runs once at the start and then at an interval. Thread: its own. Ownership: the parts outlive
+ * it.
  */
 class Janitor
 {
 public:
     struct Settings
     {
-        int eventHours = 0;              // 0: events do not grow old
-        std::chrono::days unknownFor{7}; // so long what the database does not know is left alone
+        int eventHours = 0;              // 0: events do not expire
+        std::chrono::days unknownFor{7}; // files that the database does not know are kept this long
         std::chrono::minutes interval{10};
     };
 
@@ -50,8 +50,10 @@ public:
 
     using Stops = std::function<bool()>;
 
-    /** One round, on the caller's thread. Blocks, until `stops` says so. A step that fails is
-     * logged; the others go on. */
+    /**
+     * One round, on the caller's thread. Blocks; returns early if `stops` is true. A failed step is
+     * logged, and the other steps run.
+     */
     static void cleanUp(
         const Parts& parts, const Settings& settings, const Stops& stops = [] { return false; });
 

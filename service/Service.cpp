@@ -1,4 +1,3 @@
-// The whole service: builds its parts, runs them, takes them down.
 #include "service/Service.h"
 
 #include "service/DataFolder.h"
@@ -25,9 +24,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto transferGrace = 5s; // what running transfers get when the service stops
+constexpr auto transferGrace = 5s; // the time for running transfers when the service stops
 constexpr unsigned fileThreads = 4;
-constexpr int openAttempts = 5; // each as long as the database waits, which is seconds
+constexpr int openAttempts = 5; // each attempt waits some seconds for the database
 
 tls::CertificateFiles certificateFiles(const ServeOptions& options, const DataFolder& folder)
 {
@@ -51,8 +50,7 @@ bool holdsFiles(const std::filesystem::path& folder)
                        [](const auto& entry) { return entry.is_regular_file(); });
 }
 
-/** To make a new database here would be to disown the files, and once it has made them its own
- * nobody could tell that they ever were. */
+/** A new database would not know these files, and would later remove them. */
 void refuseFilesWithoutDatabase(const DataFolder& folder)
 {
     const auto database = folder.path() / "kelvo.sqlite";
@@ -62,24 +60,26 @@ void refuseFilesWithoutDatabase(const DataFolder& folder)
         (holdsFiles(folder.path() / "content") || holdsFiles(folder.path() / "uploads"))) {
         throw StartRefused("the data folder " + folder.path().string() +
                            " holds files in content or uploads, but kelvo.sqlite is missing or"
-                           " empty: put it back, or restore a backup with --force");
+                           " empty: put the database back, or restore a backup with --force");
     }
 }
 
-DataFolder::Wait tellAndWait()
+DataFolder::Wait logAndWait()
 {
-    return [wait = DataFolder::waitAWhile(), isTold = false]() mutable {
-        if (!isTold) {
+    return [wait = DataFolder::waitAWhile(), isLogged = false]() mutable {
+        if (!isLogged) {
             logInfo("waits-for-a-backup-or-check");
         }
-        isTold = true;
+        isLogged = true;
         return wait();
     };
 }
 
-/** A backup that was begun beside the service before reads on, and may stop an older schema from
- * being brought up to date. */
-std::unique_ptr<store::Database> openPatiently(const std::string& file)
+/**
+ * A backup that started beside the earlier service may still read. Its lock can delay the migration
+ * of an older schema.
+ */
+std::unique_ptr<store::Database> openWithRetries(const std::string& file)
 {
     for (int attempt = 1;; ++attempt) {
         try {
@@ -97,11 +97,11 @@ std::unique_ptr<store::Database> openDatabase(const DataFolder& folder)
 {
     if (std::filesystem::exists(folder.path() / unfinishedRestoreName)) {
         throw StartRefused("a restore of the data folder " + folder.path().string() +
-                           " has not come to its end: restore again with --force");
+                           " is unfinished: restore again with --force");
     }
     refuseFilesWithoutDatabase(folder);
     try {
-        return openPatiently((folder.path() / "kelvo.sqlite").string());
+        return openWithRetries((folder.path() / "kelvo.sqlite").string());
     } catch (const store::SchemaTooNew&) {
         throw StartRefused("the database in " + folder.path().string() +
                            " has a newer schema than this version knows");
@@ -134,8 +134,8 @@ Async<bool> isReady(store::Database& database)
 }
 
 /**
- * The signals that end the service. Blocked from the start, so that one that comes early, on
- * whatever thread, waits until the service can stop well.
+ * The signals that stop the service. They are blocked from the start on all threads: an early
+ * signal waits until the service can stop gracefully.
  */
 class StopSignals
 {
@@ -158,7 +158,7 @@ private:
     sigset_t signals_{};
 };
 
-/** What the requests work on; each part rests only on those above it. */
+/** The parts that requests use. Each part uses only the parts above it. */
 struct Backend
 {
     Backend(const ServeOptions& options, const DataFolder& folder)
@@ -219,7 +219,7 @@ void announce(DataFolder& folder, const std::string& api, const std::string& mon
 void runService(const ServeOptions& options)
 {
     const StopSignals stopSignals;
-    DataFolder folder(options.dataFolder, tellAndWait());
+    DataFolder folder(options.dataFolder, logAndWait());
     Backend backend(options, folder);
     metrics::Metrics metrics;
     metrics.setOpenStreams([&backend] { return backend.hub.openStreams(); });

@@ -1,4 +1,4 @@
-// The whole service: builds its parts, runs them, takes them down.
+// The whole service: builds its parts, runs them and stops them.
 #pragma once
 
 #include "service/CommandLine.h"
@@ -6,8 +6,8 @@
 namespace kelvo {
 
 /**
- * Runs until SIGTERM or SIGINT and then stops gracefully. Blocks; call it on the main thread.
- * Errors: StartRefused when it cannot start.
+ * Runs until SIGTERM or SIGINT, then stops gracefully. Blocks; call it on the main thread. Errors:
+ * StartRefused if it cannot start.
  */
 void runService(const ServeOptions& options);
 

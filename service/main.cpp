@@ -1,4 +1,4 @@
-// kelvo-service: the far end of the wire that consoles and farm offices share.
+// kelvo-service: the farm-data service for consoles and farm offices.
 #include "service/CommandLine.h"
 #include "service/DataFolder.h"
 #include "service/Service.h"
@@ -19,10 +19,12 @@ constexpr int failed = 1;
 
 void prepareProcess()
 {
-    // A peer that goes away is an error code, not a signal; a full disk quota likewise.
+    // A write to a closed connection or beyond a file size limit returns an error instead of a
+    // signal.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
-    // Buffers move between threads; an arena a thread would hold on to several sets of them.
+    // Buffers move between threads. With an arena per thread, several sets of them would stay
+    // allocated.
     mallopt(M_ARENA_MAX, 2);
     rlimit files{};
     if (getrlimit(RLIMIT_NOFILE, &files) == 0) {

@@ -1,4 +1,3 @@
-// Keeps readers out while a commit needs the database for itself.
 #include "service/store/CommitGate.h"
 
 namespace kelvo::store {

@@ -1,4 +1,4 @@
-// Keeps readers out while a commit needs the database for itself.
+// Blocks readers while a commit needs the database.
 #pragma once
 
 #include <condition_variable>
@@ -7,9 +7,9 @@
 namespace kelvo::store {
 
 /**
- * With a rollback journal a commit waits for all readers and readers are refused while it writes;
- * left to the database both poll and sleep. Here they wait for each other directly, and a waiting
- * commit goes first. Thread safe.
+ * With a rollback journal a commit waits for all readers, and readers are refused while it writes.
+ * Without this gate both would poll and sleep. Here they wait for each other, and a waiting commit
+ * takes precedence. Thread safe.
  */
 class CommitGate
 {

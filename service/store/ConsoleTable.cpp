@@ -1,4 +1,3 @@
-// A farm's consoles: which one a report is of, and what is known of each.
 #include "service/store/ConsoleTable.h"
 
 #include "service/store/Errors.h"
@@ -32,7 +31,7 @@ Id addConsole(Transaction& transaction, const User& user, const std::string& ide
     const Id farm = user.farmId();
     long long known = 0;
     sql << "SELECT COUNT(*) FROM consoles WHERE farm_id = :farm", into(known), use(farm);
-    if (known >= mostConsolesOfAFarm) {
+    if (known >= maxConsolesOfAFarm) {
         throw TooManyReported();
     }
     Id id = 0;

@@ -1,4 +1,4 @@
-// A farm's consoles: which one a report is of, and what is known of each.
+// A farm's consoles: the console of a report, and the data kept for each console.
 #pragma once
 
 #include "service/store/Database.h"
@@ -11,31 +11,34 @@
 
 namespace kelvo::store {
 
-/** Anybody can report any address, and the office reads them all at once. */
-inline constexpr long long mostConsolesOfAFarm = 1000;
+/**
+ * A limit is needed: any operator can report any address, and the office reads all consoles at
+ * once.
+ */
+inline constexpr long long maxConsolesOfAFarm = 1000;
 
 /**
- * The console that this session reports. One that tells its hardware address is known by that,
- * whoever drives it; from then on it is the session's. One that never told its address is known by
- * its user. It is made when it is new, and the session's user becomes its operator. Throws
- * TooManyReported for a new one.
+ * Returns the console that this session reports for. A hardware address identifies the console, for
+ * all its users; the session keeps this console. Without an address so far, the user identifies the
+ * console. Adds an unknown console; the session's user becomes its operator. Throws TooManyReported
+ * if a new console exceeds the limit.
  */
 Id reportingConsole(Transaction& transaction, const Session& session,
                     const std::string& hardwareAddress);
 
 struct Device
 {
-    std::string document; // the last report on it, JSON as received
+    std::string document; // the device's last report, JSON as received
     long long receivedMs = 0;
 };
 
 struct Console
 {
     Id id = 0;
-    std::string hardwareAddress; // empty when it is known by its user
-    Id operatorId = 0;           // who reported last
+    std::string hardwareAddress; // empty if the user identifies the console
+    Id operatorId = 0;           // the user of the last report
     std::string operatorName;
-    std::string environment; // JSON as received; empty: never reported
+    std::string environment; // JSON as received; empty: not reported
     long long environmentMs = 0;
     std::vector<Device> devices; // by hardware address
     std::optional<Position> position;
@@ -48,13 +51,13 @@ bool hasConsole(soci::session& sql, Id farm, Id console);
 
 struct TrackPoint
 {
-    Id number = 0; // counts a console's positions in the order of receipt
+    Id number = 0; // number of the position, in the order of receipt
     Position position;
     Id operatorId = 0;
     std::string operatorName;
 };
 
-/** Which part of a track. Times are those of receipt. */
+/** A part of a track. Times are times of receipt. */
 struct TrackPart
 {
     std::optional<long long> fromMs;
@@ -63,10 +66,10 @@ struct TrackPart
     int most = 0;
 };
 
-/** The last received first. */
+/** The position received last comes first. */
 std::vector<TrackPoint> trackOf(soci::session& sql, Id console, const TrackPart& part);
 
-/** The event that tells of the console's last move, 0 when there is none. */
+/** The id of the event of the console's last move, 0 if there is none. */
 Id lastMoveOf(soci::session& sql, Id console);
 void setLastMove(Transaction& transaction, Id console, Id event);
 

@@ -1,4 +1,3 @@
-// Transactions on the database: one writer, several readers, commits in groups.
 #include "service/store/Database.h"
 
 #include "service/base/Log.h"
@@ -13,11 +12,13 @@ namespace kelvo::store {
 
 namespace {
 
-/** So many changes share a commit at most; it bounds how long the first of them waits. */
+/** The largest number of changes in one commit. It limits the wait of the first change. */
 constexpr std::size_t largestBatch = 128;
 
-/** So often a commit is tried against somebody else's lock, each time for as long as the dialect
- * waits. Readers wait meanwhile. */
+/**
+ * Attempts to commit against another program's lock. Each attempt waits as long as the dialect.
+ * Readers wait meanwhile.
+ */
 constexpr int commitAttempts = 3;
 
 } // namespace
@@ -73,9 +74,9 @@ Database::Reader::~Reader()
 }
 
 /**
- * For a handler: throws what it caught as one of the store's own errors, or as it came. An error of
- * the database itself tells what failed and not with which values: those are names, nonces and
- * password hashes, and the text ends in the log.
+ * Called in a catch block: throws the exception as one of the store's errors, or unchanged. The
+ * text of a database error holds no values, because values are names, keys and password hashes and
+ * the text is logged.
  */
 void Database::rethrow(const std::exception& error) const
 {
@@ -152,32 +153,32 @@ void Database::runBatch(const std::vector<Job*>& batch)
         committed = true;
     } catch (const CommitInDoubt&) {
         inDoubt = true;
-        abandon(batch);
+        failBatch(batch);
     } catch (...) {
-        abandon(batch);
+        failBatch(batch);
     }
     if (committed || inDoubt) {
-        tellOf(batch, inDoubt);
+        notify(batch, inDoubt);
     }
     for (Job* job : batch) {
-        job->done(); // the job is its waiter's again, and may be gone after this
+        job->done(); // the waiter owns the job and may delete it after this
     }
 }
 
-/** For a handler: every change of the batch fails with the present exception. */
-void Database::abandon(const std::vector<Job*>& batch)
+/** Called in a catch block: every change of the batch fails with the present exception. */
+void Database::failBatch(const std::vector<Job*>& batch)
 {
     try {
         *writer_ << "ROLLBACK";
     } catch (const std::exception&) {
-        // The database may have rolled back by itself, or have committed after all.
+        // The database may have rolled back already, or may have committed.
     }
     for (Job* job : batch) {
         job->error = job->error ? job->error : std::current_exception();
     }
 }
 
-void Database::tellOf(const std::vector<Job*>& batch, bool inDoubt)
+void Database::notify(const std::vector<Job*>& batch, bool inDoubt)
 {
     std::vector<Event> events;
     std::set<Id> farms;
@@ -222,7 +223,7 @@ void Database::begin()
     }
 }
 
-/** One that is refused as busy has changed nothing and leaves the transaction open. */
+/** A commit that is refused as busy changes nothing and leaves the transaction open. */
 void Database::commit()
 {
     const CommitPass pass(gate_);

@@ -19,23 +19,25 @@
 
 namespace kelvo::store {
 
-/** What a writing transaction works on. */
+/** The objects of a writing transaction. */
 struct Transaction
 {
     soci::session& sql;
-    std::vector<Event> events; // appended by addEvent(); published once committed
+    std::vector<Event> events; // appended by addEvent(), published after the commit
 };
 
 /**
- * Owner of all database connections.
+ * Owns all database connections.
  *
- * Thread: read and write may be awaited on any I/O thread; their functions run on the store's own
- * threads, all writing ones on one. The ...Now forms block the caller and are for start-up,
- * clean-up and tests. Errors: the functions' own exceptions, those of Errors.h, std::runtime_error
- * for a failing database, with neither statement nor values in its text. A function that throws
- * leaves no trace; only CommitInDoubt leaves it open whether it does. Who meets somebody else's
- * lock waits, for seconds, before StoreBusy. What `write` returned is durable. Retry: safe, nothing
- * is half done.
+ * Thread: read and write may be awaited on any I/O thread. Their functions run on the store's
+ * threads, all writing functions on one thread. The ...Now forms block the caller; they are for
+ * start-up, clean-up and tests.
+ *
+ * Errors: the functions' exceptions, the errors of Errors.h, and std::runtime_error for a failing
+ * database, without statements and values in its text. If a function throws, its changes are rolled
+ * back; after CommitInDoubt the changes may be committed or not. If another program locks the
+ * database, a call waits some seconds and then throws StoreBusy. A returned `write` is durable.
+ * Retry: safe, no change is half done.
  */
 class Database
 {
@@ -43,18 +45,19 @@ public:
     using CommitListener = std::function<void(const std::vector<Event>& events)>;
     using DoubtListener = std::function<void(const std::set<Id>& farms)>;
 
-    /** Brings the schema up to date. Throws SchemaTooNew, StoreBusy. */
+    /** Migrates the schema. Throws SchemaTooNew, StoreBusy. */
     explicit Database(std::unique_ptr<Dialect> dialect, unsigned readers = 2);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    /** Called on the writer's thread after each commit that made events. Set before the first
-     * write. */
+    /** Called on the writer's thread after each commit with events. Set before the first write. */
     void onCommit(CommitListener listener) { commitListener_ = std::move(listener); }
 
-    /** Called there as well after a commit in doubt, with the farms whose logs may have grown: who
-     * has to know reads them. Set before the first write. */
+    /**
+     * Called on the writer's thread after a commit in doubt, with the farms whose logs may have new
+     * events. Set before the first write.
+     */
     void onDoubt(DoubtListener listener) { doubtListener_ = std::move(listener); }
 
     template <class F>
@@ -119,7 +122,7 @@ private:
         std::vector<Event> events;
     };
 
-    /** A read transaction on a connection of its own. */
+    /** A read transaction on its own connection. */
     class Reader
     {
     public:
@@ -141,8 +144,8 @@ private:
     void enqueue(Job& job);
     void writeLoop();
     void runBatch(const std::vector<Job*>& batch);
-    void abandon(const std::vector<Job*>& batch);
-    void tellOf(const std::vector<Job*>& batch, bool inDoubt);
+    void failBatch(const std::vector<Job*>& batch);
+    void notify(const std::vector<Job*>& batch, bool inDoubt);
     void runJob(Job& job);
     void begin();
     void commit();
@@ -158,7 +161,7 @@ private:
     std::condition_variable queueChanged_;
     std::vector<Job*> queue_;
     bool stopping_ = false;
-    std::unique_ptr<soci::session> writer_; // the writer thread's
+    std::unique_ptr<soci::session> writer_; // used by the writer thread
     WorkPool readers_;
     std::thread writerThread_;
 };

@@ -10,7 +10,7 @@ namespace kelvo::store {
 
 namespace {
 
-/** The connect string has no way to quote a quote. */
+/** The connect string cannot contain a quoted quote. */
 std::string quoted(const std::string& file)
 {
     if (file.find('"') != std::string::npos) {
@@ -26,12 +26,12 @@ public:
 
     std::unique_ptr<soci::session> connect() const override
     {
-        // The timeout matters only when somebody else, such as a backup, has the file open. A
-        // commit is tried more than once (Database.cpp).
+        // The timeout matters only if another program, such as a backup, uses the file.
+        // Database.cpp retries a commit.
         auto session = std::make_unique<soci::session>(*soci::factory_sqlite3(),
                                                        connectString_ + " timeout=4");
-        // A commit is the journal's removal. FULL leaves that to the file system's leisure, and a
-        // power failure could bring the journal back, which undoes the commit; EXTRA waits for it.
+        // A commit is the removal of the journal. FULL does not sync this removal: after a power
+        // failure the journal may be back and undo the commit. EXTRA syncs it.
         static constexpr const char* settings[] = {
             "PRAGMA journal_mode = DELETE", "PRAGMA synchronous = EXTRA",
             "PRAGMA foreign_keys = ON",     "PRAGMA cache_size = -1024",
@@ -50,7 +50,7 @@ public:
     void translate(const std::exception& error) const override
     {
         const auto* failure = dynamic_cast<const soci::sqlite3_soci_error*>(&error);
-        // The low byte: the rest only says more exactly what it was.
+        // The low byte is the error; the other bytes only add details.
         const int code = failure != nullptr ? failure->result() & 0xff : SQLITE_OK;
         if (code == SQLITE_FULL) {
             throw StorageFull();

@@ -1,4 +1,4 @@
-// Where the databases differ: connecting, transactions, error codes.
+// The differences between databases: connecting, transactions, error codes.
 #pragma once
 
 #include <memory>
@@ -21,16 +21,20 @@ public:
     /** Begins a transaction that reads one consistent state. */
     virtual const char* beginRead() const = 0;
 
-    /** Begins a transaction that may write; it must not fail later for having started as a reader.
+    /**
+     * Begins a transaction that may write. It takes the write lock at once, so it cannot fail later
+     * as an upgraded reader.
      */
     virtual const char* beginWrite() const = 0;
 
-    /** Throws the store's own error for what a statement or commit threw, if there is one; else
-     * returns. */
+    /**
+     * Throws the store's own error for an exception of a statement or a commit. Returns if there is
+     * none.
+     */
     virtual void translate(const std::exception& error) const = 0;
 };
 
-/** A database file, with a rollback journal and every commit synced. */
+/** A database file with a rollback journal; every commit is synced. */
 std::unique_ptr<Dialect> makeSqlite(const std::string& file);
 
 } // namespace kelvo::store

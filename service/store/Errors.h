@@ -1,4 +1,4 @@
-// What the store can refuse.
+// The errors of the store.
 #pragma once
 
 #include <stdexcept>
@@ -28,7 +28,7 @@ public:
     OutOfIds() : std::runtime_error("no ids are left") {}
 };
 
-/** A farm has as many consoles, or devices of them, as are kept. Nothing was changed. */
+/** A farm has the largest number of consoles or devices. Nothing was changed. */
 class TooManyReported : public std::runtime_error
 {
 public:
@@ -43,18 +43,18 @@ public:
 };
 
 /**
- * Somebody else, such as a backup, has kept the database for longer than is waited for. Nothing was
- * changed; later attempts may succeed.
+ * Another program, such as a backup, has locked the database for too long. Nothing was changed;
+ * later attempts may succeed.
  */
 class StoreBusy : public std::runtime_error
 {
 public:
-    StoreBusy() : std::runtime_error("the database is kept by somebody else") {}
+    StoreBusy() : std::runtime_error("another program locks the database") {}
 };
 
 /**
- * The database failed while it committed: the changes may stand or not. Whoever has to know looks
- * again; what the changes refer to must be left in place.
+ * The database failed during a commit: the changes may be committed or not. Everything that the
+ * changes refer to must be kept.
  */
 class CommitInDoubt : public std::runtime_error
 {

@@ -1,4 +1,3 @@
-// Each farm's log of events.
 #include "service/store/EventTable.h"
 
 #include "service/store/Errors.h"
@@ -13,8 +12,8 @@ using soci::use;
 
 namespace {
 
-/** Carries out a deletion of the farm's events. */
-void countRemoved(Transaction& transaction, Id farm, soci::statement& deletion)
+/** Deletes events of the farm and updates the farm's count. */
+void deleteAndCount(Transaction& transaction, Id farm, soci::statement& deletion)
 {
     deletion.execute(true);
     const long long removed = deletion.get_affected_rows();
@@ -27,8 +26,8 @@ void countRemoved(Transaction& transaction, Id farm, soci::statement& deletion)
 void addEvent(Transaction& transaction, Event event)
 {
     soci::session& sql = transaction.sql;
-    // Updating the farm's row first makes writers of one farm wait for each other, so that events
-    // become visible in the order of their ids.
+    // Updating the farm's row first serialises the writers of a farm. So events become visible in
+    // the order of their ids.
     sql << "UPDATE farms SET last_event = last_event + 1, kept_events = kept_events + 1"
            " WHERE id = :farm",
         use(event.farm);
@@ -70,7 +69,7 @@ void dropEvent(Transaction& transaction, Id farm, Id event)
     soci::statement change =
         (transaction.sql.prepare << "DELETE FROM events WHERE farm_id = :farm AND id = :id",
          use(farm), use(event));
-    countRemoved(transaction, farm, change);
+    deleteAndCount(transaction, farm, change);
 }
 
 void pruneEventsToCount(Transaction& transaction, Id farm, long long most)
@@ -94,7 +93,7 @@ void pruneEventsTo(Transaction& transaction, Id farm, Id upTo)
     soci::statement change =
         (transaction.sql.prepare << "DELETE FROM events WHERE farm_id = :farm AND id <= :upTo",
          use(farm), use(upTo));
-    countRemoved(transaction, farm, change);
+    deleteAndCount(transaction, farm, change);
     transaction.sql << "UPDATE farms SET pruned_event = :upTo WHERE id = :farm"
                        " AND pruned_event < :least",
         use(upTo), use(farm), use(upTo);

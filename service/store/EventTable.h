@@ -9,33 +9,33 @@
 
 namespace kelvo::store {
 
-/** Appends with the farm's next id; listeners get it when the transaction is committed. */
+/** Appends an event with the farm's next id. Listeners get it after the commit. */
 void addEvent(Transaction& transaction, Event event);
 
-/** What a cursor can be compared with. */
+/** The range of valid cursors. */
 struct EventBounds
 {
-    Id newest = 0; // the id of the newest event, 0 if there never was one
-    Id pruned = 0; // events up to here are no longer kept
+    Id newest = 0; // the id of the newest event, 0 without events
+    Id pruned = 0; // events up to this id have been pruned
 
     bool contains(Id cursor) const { return cursor >= pruned && cursor <= newest; }
 };
 
 EventBounds eventBounds(soci::session& sql, Id farm);
 
-/** The events after the cursor in order, at most `limit`. */
+/** The events after the cursor, in order, at most `limit`. */
 std::vector<Event> eventsAfter(soci::session& sql, Id farm, Id cursor, int limit);
 
-/** Drops one that a later one supersedes; cursors before it stay good. */
+/** Removes an event that a later event replaces; cursors before it stay valid. */
 void dropEvent(Transaction& transaction, Id farm, Id event);
 
-/** Drops the farm's oldest events if it has more than so many. */
+/** Removes the farm's oldest events above `most`. */
 void pruneEventsToCount(Transaction& transaction, Id farm, long long most);
 
-/** Drops the farm's events up to and including this one. */
+/** Removes the farm's events up to and including `upTo`. */
 void pruneEventsTo(Transaction& transaction, Id farm, Id upTo);
 
-/** Drops all farms' events from before that time. */
+/** Removes all farms' events that are older than this time. */
 void pruneEventsBefore(Transaction& transaction, long long createdBeforeMs);
 
 } // namespace kelvo::store

@@ -1,4 +1,3 @@
-// Farms and their seven projects.
 #include "service/store/FarmTable.h"
 
 #include "service/store/Errors.h"

@@ -15,7 +15,7 @@ namespace kelvo::store {
 inline constexpr std::array<const char*, 7> projectNames{
     "To Console", "From Console", "AB Lines", "Curves", "Pivots", "Optimal Lines", "Project Lines"};
 
-/** With its projects. Throws NameTaken. */
+/** Adds a farm with its projects. Throws NameTaken. */
 Farm addFarm(Transaction& transaction, const std::string& name);
 
 std::vector<Farm> allFarms(soci::session& sql);
@@ -25,10 +25,10 @@ std::vector<Project> projectsOf(soci::session& sql, Id farm);
 std::optional<Project> projectById(soci::session& sql, Id farm, Id project);
 std::optional<Project> projectByName(soci::session& sql, Id farm, const std::string& name);
 
-/** Whether the database answers at all. */
+/** Whether the database answers. */
 bool canRead(soci::session& sql);
 
-/** The farm's next id for a project, inbox or file. Throws OutOfIds. */
+/** Returns the farm's next id for a project, inbox or file. Throws OutOfIds. */
 Id nextResourceId(Transaction& transaction, Id farm);
 
 } // namespace kelvo::store

@@ -1,4 +1,3 @@
-// The files in inboxes and in the bin.
 #include "service/store/FileTable.h"
 
 #include "service/store/FarmTable.h"

@@ -10,16 +10,16 @@
 
 namespace kelvo::store {
 
-/** With a new id; `file.id` is not looked at. */
+/** Adds a file with a new id; `file.id` is ignored. */
 File addFile(Transaction& transaction, Id farm, const File& file);
 
-/** Files in the bin are found only by the functions that speak of it. */
+/** Only the functions of the bin find files in the bin. */
 std::optional<File> fileById(soci::session& sql, Id farm, Id file);
 
-/** All files of the farm or, with an inbox, that inbox's; in the order of their ids. */
+/** All files of the farm, or of one inbox, in the order of their ids. */
 std::vector<File> filesOf(soci::session& sql, Id farm, std::optional<Id> inbox = {});
 
-/** All files in one owner's inboxes. */
+/** All files in the inboxes of one owner. */
 std::vector<File> filesOfOwner(soci::session& sql, Id farm, Id owner);
 
 bool nameIsInInbox(soci::session& sql, Id farm, Id inbox, const std::string& name);
@@ -28,11 +28,13 @@ void moveToBin(Transaction& transaction, Id farm, Id file, const std::string& de
                long long nowMs);
 std::vector<BinnedFile> binOf(soci::session& sql, Id farm);
 
-/** Nothing if it is not in the farm's bin. */
+/** Empty if the file is not in the farm's bin. */
 std::optional<File> restoreFromBin(Transaction& transaction, Id farm, Id file);
 
-/** Forgets what was binned before that time; the ids stay used. The digests of what went, each
- * once; other files may have the same. */
+/**
+ * Deletes files that were moved to the bin before this time; their ids are not reused. Returns the
+ * digests of the deleted files, each once. Other files may have the same digests.
+ */
 std::vector<std::string> emptyBin(Transaction& transaction, long long deletedBeforeMs);
 
 /** Whether any file, in an inbox or in the bin, has this content. */

@@ -1,4 +1,3 @@
-// The user inboxes of a farm's projects.
 #include "service/store/InboxTable.h"
 
 #include "service/store/FarmTable.h"
@@ -20,7 +19,7 @@ auto intoInbox(soci::details::prepare_temp_type query, Inbox& inbox)
     return query, into(inbox.id), into(inbox.project), into(inbox.ownerId), into(inbox.ownerName);
 }
 
-/** An inbox bears its owner's name. */
+/** An inbox has its owner's name. */
 Inbox named(Inbox inbox)
 {
     inbox.name = inbox.ownerName;

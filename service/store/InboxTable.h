@@ -15,7 +15,7 @@ struct AddedInbox
     bool isNew = false;
 };
 
-/** The user's inbox in the project, made if there is none. */
+/** Returns the user's inbox in the project; adds it if it is missing. */
 AddedInbox ensureInbox(Transaction& transaction, const User& user, Id project, long long nowMs);
 
 std::optional<Inbox> inboxById(soci::session& sql, Id farm, Id inbox);

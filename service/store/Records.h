@@ -8,10 +8,10 @@
 
 namespace kelvo::store {
 
-/** Bound as it is: the database library knows long long on every platform, not int64_t. */
+/** Bound as long long: on some platforms the database library has no int64_t. */
 using Id = long long;
 
-constexpr Id largestId = 2147483647; // consoles keep ids in 32 bits
+constexpr Id largestId = 2147483647; // consoles store ids in 32 bits
 
 enum class ERole : std::uint8_t { Operator, Office, Admin };
 
@@ -35,7 +35,7 @@ struct User
     Id farmId() const { return farm ? farm->id : 0; }
 };
 
-/** A logged-in session with its user. Times are milliseconds since 1970 UTC here and below. */
+/** A session with its user. All times here are milliseconds since 1970 UTC. */
 struct Session
 {
     std::string tokenHash; // SHA-256 of the token, hexadecimal
@@ -94,15 +94,15 @@ struct Upload
 };
 
 /**
- * One entry of a farm's event log. The owner and the farm's office get `fullData`, the rest of the
- * farm gets `commonData`; an empty one is not for them.
+ * One event of a farm's log. The owner and the farm's office get `fullData`, other users of the
+ * farm get `commonData`. Empty data: the event is not sent.
  */
 struct Event
 {
     Id farm = 0;
     Id id = 0;
     std::string name;
-    Id owner = 0; // 0: nobody but the office gets fullData
+    Id owner = 0; // 0: only the office gets fullData
     std::string fullData;
     std::string commonData;
     long long createdMs = 0;

@@ -1,4 +1,3 @@
-// What consoles report of themselves.
 #include "service/store/ReportTable.h"
 
 #include "service/store/Errors.h"
@@ -47,7 +46,7 @@ void setDevice(Transaction& transaction, Id console, const std::string& hardware
                const std::string& document, long long nowMs)
 {
     if (!hasDevice(transaction.sql, console, hardwareAddress) &&
-        countDevicesOfFarm(transaction.sql, console) >= mostDevicesOfAFarm) {
+        countDevicesOfFarm(transaction.sql, console) >= maxDevicesOfAFarm) {
         throw TooManyReported();
     }
     transaction.sql

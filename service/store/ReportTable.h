@@ -1,4 +1,4 @@
-// What consoles report of themselves.
+// The reports of consoles.
 #pragma once
 
 #include "service/store/Database.h"
@@ -17,26 +17,28 @@ struct Position
 };
 
 /**
- * The newest report replaces the console's former one, and the session's. Documents are JSON as
- * received.
+ * Replaces the last environment of the console and of the session. Documents are JSON as received.
  */
 void setEnvironment(Transaction& transaction, const Session& session, Id console,
                     const std::string& document, long long nowMs);
 
-/** Of all its consoles; anybody can report any address, and the office reads them all at once. */
-inline constexpr long long mostDevicesOfAFarm = 1000;
+/**
+ * For all consoles of a farm. A limit is needed: any operator can report any address, and the
+ * office reads all devices at once.
+ */
+inline constexpr long long maxDevicesOfAFarm = 1000;
 
 /**
- * One a console and the device's hardware address, which may be empty. Throws TooManyReported for
- * a new one.
+ * A console has one report for each hardware address of a device, which may be empty. Throws
+ * TooManyReported if a new device exceeds the limit.
  */
 void setDevice(Transaction& transaction, Id console, const std::string& hardwareAddress,
                const std::string& document, long long nowMs);
 
-/** Becomes the newest of the console's track, whatever its time. */
+/** Adds the newest position of the console's track, whatever its time. */
 void addPosition(Transaction& transaction, Id console, Id user, const Position& position);
 
-/** Keeps each console's newest position whatever its age. */
+/** Removes old positions, except each console's newest position. */
 void prunePositions(Transaction& transaction, long long receivedBeforeMs);
 
 } // namespace kelvo::store

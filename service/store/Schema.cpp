@@ -1,4 +1,3 @@
-// The tables, and how an older database becomes a newer one.
 #include "service/store/Schema.h"
 
 #include "service/store/Dialect.h"
@@ -14,7 +13,7 @@ namespace kelvo::store {
 
 namespace {
 
-// Ids come from counters in `farms` and `counters`, so that none is ever used twice.
+// Ids come from counters in `farms` and `counters`, so no id is reused.
 constexpr const char* firstSchema[] = {
     "CREATE TABLE counters (name VARCHAR(32) PRIMARY KEY, value BIGINT NOT NULL)",
     "INSERT INTO counters (name, value) VALUES ('farms', 0)",
@@ -77,8 +76,8 @@ constexpr const char* firstSchema[] = {
     "CREATE INDEX positions_by_receipt ON positions (received_ms)",
 };
 
-// Reports belong to consoles instead of users; what there is goes to one console a user. The count
-// of a farm's kept events is a column, for superseded ones leave gaps between the ids.
+// Reports belong to consoles instead of users: the existing reports of a user go to one console.
+// The number of a farm's kept events is a column, because replaced events leave gaps between ids.
 constexpr const char* consoles[] = {
     "CREATE TABLE consoles (id BIGINT PRIMARY KEY, farm_id BIGINT NOT NULL REFERENCES farms (id),"
     " identity TEXT NOT NULL, user_id BIGINT NOT NULL REFERENCES users (id),"
@@ -121,13 +120,13 @@ constexpr const char* consoles[] = {
     " (SELECT COUNT(*) FROM events e WHERE e.farm_id = farms.id)",
 };
 
-// A console's last environment may be of another session than the one asked for.
+// A session keeps its own environment, because the console's may come from another session.
 constexpr const char* sessionEnvironments[] = {
     "ALTER TABLE sessions ADD COLUMN environment TEXT NOT NULL DEFAULT ''",
     "ALTER TABLE sessions ADD COLUMN environment_ms BIGINT NOT NULL DEFAULT 0",
 };
 
-/** Step N brings version N to N+1; steps are never changed once released, only added. */
+/** Step N migrates version N to N+1. A released step is never changed; new steps are added. */
 constexpr std::array migrations{
     std::span<const char* const>(firstSchema),
     std::span<const char* const>(consoles),
@@ -168,7 +167,8 @@ void migrate(soci::session& sql, const Dialect& dialect, int target)
         }
         const int now = std::max(found, target);
         if (now == found) {
-            sql << "ROLLBACK"; // to commit even nothing a reader, such as a backup, is in the way
+            sql << "ROLLBACK"; // even an empty commit would have to wait for a reader, such as a
+                               // backup
             return;
         }
         sql << "UPDATE schema_version SET version = :v", soci::use(now);

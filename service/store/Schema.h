@@ -1,4 +1,4 @@
-// The tables, and how an older database becomes a newer one.
+// The tables, and the migration of an older database.
 #pragma once
 
 namespace soci {
@@ -13,9 +13,9 @@ class Dialect;
 int currentSchema();
 
 /**
- * Brings an older database to this schema, the program's own unless said, in one transaction.
- * Writes nothing to one that is up to date. Throws SchemaTooNew for one that is newer than the
- * program's.
+ * Migrates an older database to the schema `target`, by default the program's, in one transaction.
+ * Does not write to a current database. Throws SchemaTooNew if the database is newer than the
+ * program's schema.
  */
 void migrate(soci::session& sql, const Dialect& dialect, int target = currentSchema());
 

@@ -1,4 +1,3 @@
-// Who is logged in.
 #include "service/store/SessionTable.h"
 
 #include <soci/soci.h>

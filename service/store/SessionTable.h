@@ -1,4 +1,4 @@
-// Who is logged in. Tokens are kept only as their digests.
+// The sessions of logged-in users. Only the digests of tokens are stored.
 #pragma once
 
 #include "service/store/Database.h"
@@ -12,7 +12,7 @@ namespace kelvo::store {
 void addSession(Transaction& transaction, const std::string& tokenHash, Id user, long long nowMs,
                 long long expiresMs);
 
-/** Nothing for an unknown or expired session. */
+/** Empty if the session is unknown or has expired. */
 std::optional<Session> findSession(soci::session& sql, const std::string& tokenHash,
                                    long long nowMs);
 

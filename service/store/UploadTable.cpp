@@ -1,4 +1,3 @@
-// Uploads under way, and the results of finished ones.
 #include "service/store/UploadTable.h"
 
 #include "service/base/Encoding.h"
@@ -21,7 +20,7 @@ constexpr const char* selectUploads =
     "SELECT id, farm_id, user_id, COALESCE(idempotency_key, ''), name, targets, length_bytes,"
     " created_ms, expires_ms, finished, sha256, files, warnings FROM uploads";
 
-/** What one row of selectUploads is read into. */
+/** Receives one row of selectUploads. */
 struct UploadRow
 {
     Upload upload;
@@ -77,7 +76,7 @@ bool changesARow(soci::statement& change)
     return change.get_affected_rows() > 0;
 }
 
-bool anyFileLeft(soci::session& sql, const Upload& upload)
+bool anyFileExists(soci::session& sql, const Upload& upload)
 {
     return std::any_of(upload.files.begin(), upload.files.end(), [&sql, &upload](Id file) {
         return fileById(sql, upload.farm, file).has_value();
@@ -199,7 +198,7 @@ bool removeExpiredUpload(Transaction& transaction, const std::string& id, long l
 void forgetOldResults(Transaction& transaction, long long nowMs)
 {
     UploadRow row;
-    std::vector<std::string> useless;
+    std::vector<std::string> obsolete;
     {
         soci::statement query =
             (intoUpload(transaction.sql.prepare << selectUploads
@@ -209,12 +208,12 @@ void forgetOldResults(Transaction& transaction, long long nowMs)
         query.execute();
         while (query.fetch()) {
             const Upload upload = row.take();
-            if (upload.key.empty() || !anyFileLeft(transaction.sql, upload)) {
-                useless.push_back(upload.id);
+            if (upload.key.empty() || !anyFileExists(transaction.sql, upload)) {
+                obsolete.push_back(upload.id);
             }
         }
     }
-    for (const std::string& id : useless) {
+    for (const std::string& id : obsolete) {
         transaction.sql << "DELETE FROM uploads WHERE id = :id", use(id);
     }
 }

@@ -1,4 +1,4 @@
-// Uploads under way, and the results of finished ones.
+// Unfinished uploads, and the results of finished uploads.
 #pragma once
 
 #include "service/store/Database.h"
@@ -10,36 +10,38 @@
 
 namespace kelvo::store {
 
-/** Throws NameTaken when the user has an upload with the same key. */
+/** Throws NameTaken if the user has an upload with the same key. */
 void addUpload(Transaction& transaction, const Upload& upload);
 
 std::optional<Upload> uploadById(soci::session& sql, const std::string& id);
 std::optional<Upload> uploadByKey(soci::session& sql, Id user, const std::string& key);
 
-/** Keeps the result, so that a repeat of the request gets the same answer. */
+/** Stores the result, so that a repeat of the request gets the same reply. */
 void finishUpload(Transaction& transaction, const Upload& upload);
 
-/** The upload can no longer be found by its key. */
+/** Removes the upload's key. */
 void forgetKey(Transaction& transaction, const std::string& id);
 
-/** Gives an unfinished upload more time. False if its time is over or it is unfinished no more. */
+/** Extends the expiry of an unfinished upload. False if the upload has expired or is finished. */
 bool extendUpload(Transaction& transaction, const std::string& id, long long nowMs,
                   long long expiresMs);
 
-/** False if it is finished or gone: a result is not given up. */
+/** False if the upload is finished or missing. */
 bool removeUnfinishedUpload(Transaction& transaction, const std::string& id);
 
-/** Unfinished uploads whose time is over. */
+/** Unfinished uploads that have expired. */
 std::vector<std::string> expiredUploads(soci::session& sql, long long nowMs);
 
-/** False if it was finished or got more time meanwhile. */
+/** False if the upload was finished or extended meanwhile. */
 bool removeExpiredUpload(Transaction& transaction, const std::string& id, long long nowMs);
 
-/** Forgets finished uploads from before `nowMs` that nobody can ask for: without key, or none of
- * their files left. */
+/**
+ * Removes finished uploads that expired before `nowMs` and that no repeat can ask for: they have no
+ * key, or none of their files is left.
+ */
 void forgetOldResults(Transaction& transaction, long long nowMs);
 
-/** "10,11" and back; nothing for anything but a list of ids. */
+/** "10,11" and back. Empty if the text is not a list of ids. */
 std::string joinIds(const std::vector<Id>& ids);
 std::optional<std::vector<Id>> splitIds(const std::string& text);
 

@@ -1,4 +1,3 @@
-// User accounts.
 #include "service/store/UserTable.h"
 
 #include "service/store/Errors.h"
@@ -29,7 +28,7 @@ constexpr const char* selectUsers =
     "SELECT u.id, COALESCE(f.id, 0), COALESCE(f.name, ''), u.name, u.role, u.disabled,"
     " u.password_hash FROM users u LEFT JOIN farms f ON f.id = u.farm_id";
 
-/** What one row of selectUsers is read into. */
+/** Receives one row of selectUsers. */
 struct UserRow
 {
     Credentials credentials;

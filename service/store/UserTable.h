@@ -25,22 +25,25 @@ struct Credentials
     std::string passwordHash;
 };
 
-/** Throws NameTaken; names are unique over all farms. */
+/** Throws NameTaken. User names are unique over all farms. */
 User addUser(Transaction& transaction, const NewUser& user);
 
 std::optional<User> userById(soci::session& sql, Id user);
 std::optional<Credentials> credentialsOf(soci::session& sql, const std::string& name);
 
-/** All users, or those of one farm. */
+/** All users, or the users of one farm. */
 std::vector<User> allUsers(soci::session& sql, const std::optional<std::string>& farmName);
 
 void setDisabled(Transaction& transaction, Id user, bool disabled);
 void setPassword(Transaction& transaction, Id user, const std::string& passwordHash);
 
-/** When the first one was made, which is when the database was. 0: there are none. */
+/**
+ * The creation time of the first user, which is the creation time of the database. 0: there are no
+ * users.
+ */
 long long firstCreatedMs(soci::session& sql);
 
-/** Admins that can log in. */
+/** Administrators that can log in. */
 long long countEnabledAdmins(soci::session& sql);
 
 } // namespace kelvo::store

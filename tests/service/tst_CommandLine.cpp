@@ -1,4 +1,3 @@
-// The command line.
 #include "service/CommandLine.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +19,7 @@ CommandLine parse(std::vector<std::string> words)
     return parseCommandLine(static_cast<int>(pointers.size()), pointers.data());
 }
 
-TEST(ServeCommand, HasItsDefaults)
+TEST(ServeCommand, HasDefaults)
 {
     const auto options = parse({"serve", "--data", "d", "--listen", "localhost:0"}).serve;
     ASSERT_TRUE(options);
@@ -36,7 +35,7 @@ TEST(ServeCommand, HasItsDefaults)
     EXPECT_EQ(options->unknownDays, 7);
 }
 
-TEST(ServeCommand, TakesTheLimitsOfSlowPeers)
+TEST(ServeCommand, ReadsTheTimeoutsOfSlowPeers)
 {
     const auto options =
         parse({"serve", "--data", "d", "--listen", "h:1", "--max-connections", "7",
@@ -51,7 +50,7 @@ TEST(ServeCommand, TakesTheLimitsOfSlowPeers)
               2);
 }
 
-TEST(ServeCommand, TakesItsOptions)
+TEST(ServeCommand, ReadsItsOptions)
 {
     const auto options = parse({"serve", "--data", "d", "--listen", "h:1", "--name", "a", "--name",
                                 "b", "--password-cost", "min", "--event-retention", "72h",
@@ -69,7 +68,7 @@ TEST(ServeCommand, TakesItsOptions)
               7);
 }
 
-TEST(ServeCommand, RefusesWhatMakesNoSense)
+TEST(ServeCommand, RefusesWrongOptions)
 {
     const std::vector<std::vector<std::string>> wrongs{
         {},
@@ -87,19 +86,19 @@ TEST(ServeCommand, RefusesWhatMakesNoSense)
     }
 }
 
-/** A file that lies in no folder of anybody's and goes away by itself. */
-class TConfigFile
+/** A temporary file that is removed with this object. */
+class ConfigFile
 {
 public:
-    explicit TConfigFile(const std::string& text)
+    explicit ConfigFile(const std::string& text)
     {
         const int file = mkstemp(m_path.data());
         EXPECT_EQ(write(file, text.data(), text.size()), static_cast<ssize_t>(text.size()));
         close(file);
     }
-    ~TConfigFile() { unlink(m_path.c_str()); }
-    TConfigFile(const TConfigFile&) = delete;
-    TConfigFile& operator=(const TConfigFile&) = delete;
+    ~ConfigFile() { unlink(m_path.c_str()); }
+    ConfigFile(const ConfigFile&) = delete;
+    ConfigFile& operator=(const ConfigFile&) = delete;
 
     const std::string& path() const { return m_path; }
 
@@ -107,23 +106,26 @@ private:
     std::string m_path = testing::TempDir() + "kelvo-config-XXXXXX";
 };
 
-/** In the environment as long as it lives. */
-class TVariable
+/** Sets an environment variable during its life. */
+class EnvironmentVariable
 {
 public:
-    TVariable(const char* name, const char* value) : m_name(name) { setenv(name, value, 1); }
-    ~TVariable() { unsetenv(m_name); }
-    TVariable(const TVariable&) = delete;
-    TVariable& operator=(const TVariable&) = delete;
+    EnvironmentVariable(const char* name, const char* value) : m_name(name)
+    {
+        setenv(name, value, 1);
+    }
+    ~EnvironmentVariable() { unsetenv(m_name); }
+    EnvironmentVariable(const EnvironmentVariable&) = delete;
+    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
 
 private:
     const char* m_name;
 };
 
-TEST(ServeCommand, TakesItsOptionsFromAFile)
+TEST(ServeCommand, ReadsItsOptionsFromAFile)
 {
-    const TConfigFile file("# the farm's\n[serve]\ndata = \"/d\"\nlisten = \"h:1\"\n"
-                           "name = [\"a\", \"b\"]\nevent-retention = \"72h\"\nmax-upload = 10\n");
+    const ConfigFile file("# the farm's\n[serve]\ndata = \"/d\"\nlisten = \"h:1\"\n"
+                          "name = [\"a\", \"b\"]\nevent-retention = \"72h\"\nmax-upload = 10\n");
     const auto options = parse({"--config", file.path(), "serve"}).serve;
     ASSERT_TRUE(options);
     EXPECT_EQ(options->dataFolder, "/d");
@@ -133,11 +135,11 @@ TEST(ServeCommand, TakesItsOptionsFromAFile)
     EXPECT_EQ(options->maxUploadBytes, 10);
 }
 
-TEST(ServeCommand, TakesItsOptionsFromTheEnvironment)
+TEST(ServeCommand, ReadsItsOptionsFromTheEnvironment)
 {
-    const TVariable data("KELVO_SERVICE_DATA", "/d");
-    const TVariable listen("KELVO_SERVICE_LISTEN", "h:1");
-    const TVariable upload("KELVO_SERVICE_MAX_UPLOAD", "10");
+    const EnvironmentVariable data("KELVO_SERVICE_DATA", "/d");
+    const EnvironmentVariable listen("KELVO_SERVICE_LISTEN", "h:1");
+    const EnvironmentVariable upload("KELVO_SERVICE_MAX_UPLOAD", "10");
     const auto options = parse({"serve"}).serve;
     ASSERT_TRUE(options);
     EXPECT_EQ(options->dataFolder, "/d");
@@ -145,12 +147,12 @@ TEST(ServeCommand, TakesItsOptionsFromTheEnvironment)
     EXPECT_EQ(options->maxUploadBytes, 10);
 }
 
-TEST(ServeCommand, PrefersTheCommandLineToTheFileToTheEnvironment)
+TEST(ServeCommand, PrefersTheCommandLineThenTheFileThenTheEnvironment)
 {
-    const TConfigFile file("[serve]\ndata = \"file\"\nlisten = \"file:1\"\n");
-    const TVariable data("KELVO_SERVICE_DATA", "environment");
-    const TVariable listen("KELVO_SERVICE_LISTEN", "environment:1");
-    const TVariable upload("KELVO_SERVICE_MAX_UPLOAD", "10");
+    const ConfigFile file("[serve]\ndata = \"file\"\nlisten = \"file:1\"\n");
+    const EnvironmentVariable data("KELVO_SERVICE_DATA", "environment");
+    const EnvironmentVariable listen("KELVO_SERVICE_LISTEN", "environment:1");
+    const EnvironmentVariable upload("KELVO_SERVICE_MAX_UPLOAD", "10");
     const auto options = parse({"--config", file.path(), "serve", "--data", "line"}).serve;
     ASSERT_TRUE(options);
     EXPECT_EQ(options->dataFolder, "line");
@@ -158,11 +160,11 @@ TEST(ServeCommand, PrefersTheCommandLineToTheFileToTheEnvironment)
     EXPECT_EQ(options->maxUploadBytes, 10);
 }
 
-TEST(ServeCommand, RefusesAFileThatItCannotFollow)
+TEST(ServeCommand, RefusesAFileWithWrongOptions)
 {
     for (const char* line : {"lissten = \"h:2\"", "max-upload = 0", "max-upload = \"much\"",
                              "cert = \"c\"", "event-retention = \"soon\""}) {
-        const TConfigFile file(std::string("[serve]\ndata = \"d\"\nlisten = \"h:1\"\n") + line);
+        const ConfigFile file(std::string("[serve]\ndata = \"d\"\nlisten = \"h:1\"\n") + line);
         const CommandLine result = parse({"--config", file.path(), "serve"});
         EXPECT_FALSE(result.serve) << line;
         EXPECT_EQ(result.exitCode, 2) << line;
@@ -172,7 +174,7 @@ TEST(ServeCommand, RefusesAFileThatItCannotFollow)
         2);
 }
 
-TEST(ServeCommand, HelpIsNoFailure)
+TEST(ServeCommand, HelpReturnsExitCode0)
 {
     EXPECT_EQ(parse({"--help"}).exitCode, 0);
     EXPECT_EQ(parse({"serve", "--help"}).exitCode, 0);

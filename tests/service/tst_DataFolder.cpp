@@ -1,4 +1,4 @@
-// The folder of one running service.
+// The data folder of one running service.
 #include "service/DataFolder.h"
 #include "tests/support/TempFolder.h"
 
@@ -11,7 +11,7 @@
 namespace kelvo {
 namespace {
 
-TEST(DataFolderLock, KeepsASecondInstanceOut)
+TEST(DataFolderLock, RefusesASecondInstance)
 {
     const test::TempFolder parent;
     {
@@ -21,7 +21,7 @@ TEST(DataFolderLock, KeepsASecondInstanceOut)
     EXPECT_NO_THROW(DataFolder(parent.Path() / "data"));
 }
 
-TEST(DataFolderLock, WaitsForWhoeverOnlyReads)
+TEST(DataFolderLock, WaitsForAReader)
 {
     const test::TempFolder parent;
     FileDescriptor reader = openFile(parent.Path() / "lock", O_RDWR | O_CREAT);
@@ -37,7 +37,7 @@ TEST(DataFolderLock, WaitsForWhoeverOnlyReads)
     EXPECT_EQ(waited, 3);
 }
 
-TEST(DataFolderLock, WaitsForThemNotForEver)
+TEST(DataFolderLock, GivesUpWaitingForAReader)
 {
     const test::TempFolder parent;
     const FileDescriptor reader = openFile(parent.Path() / "lock", O_RDWR | O_CREAT);
@@ -45,14 +45,14 @@ TEST(DataFolderLock, WaitsForThemNotForEver)
     int waited = 0;
     try {
         const DataFolder folder(parent.Path(), [&waited] { return ++waited < 3; });
-        FAIL() << "it has the lock";
+        FAIL() << "the lock was taken";
     } catch (const StartRefused& refused) {
         EXPECT_THAT(refused.what(), testing::HasSubstr("backup"));
     }
     EXPECT_EQ(waited, 3);
 }
 
-TEST(DataFolderLock, RefusesAFolderThatCannotBe)
+TEST(DataFolderLock, RefusesAPathThatCannotBeAFolder)
 {
     const test::TempFolder parent;
     replaceFile(parent.Path() / "file", "x", 0600);
@@ -60,7 +60,7 @@ TEST(DataFolderLock, RefusesAFolderThatCannotBe)
     EXPECT_THROW(DataFolder(parent.Path() / "file"), StartRefused);
 }
 
-TEST(DataFolderEndpoints, StandThereWhileTheServiceRuns)
+TEST(DataFolderEndpoints, AreWrittenWhileTheServiceRuns)
 {
     const test::TempFolder parent;
     const auto file = parent.Path() / "data" / "endpoints.json";

@@ -1,4 +1,4 @@
-// What is thrown away, and what is not.
+// The data that the janitor removes, and the data that it keeps.
 #include "service/Janitor.h"
 #include "service/api/UploadSteps.h"
 #include "service/base/Digest.h"
@@ -15,12 +15,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class CleaningUp : public test::ApiFixture
+class CleanUp : public test::ApiFixture
 {
 protected:
-    CleaningUp()
+    CleanUp()
     {
-        // Files have the system's time, and what is done with them goes by their age.
+        // Files have the system's time, and the janitor uses their age.
         clock.Advance(std::chrono::milliseconds(SystemClock().nowMs() - clock.nowMs()));
     }
 
@@ -29,7 +29,7 @@ protected:
     /** A content that no file refers to. */
     void leaveContent(const std::string& text)
     {
-        contents.adopt(begin(text).id, sha256Hex(text)); // and then the power failed
+        contents.adopt(begin(text).id, sha256Hex(text)); // the power fails before the commit
     }
 
     void setDatabaseBirth(long long ms)
@@ -71,7 +71,7 @@ protected:
                                [this](const std::string& id) { return activeUploads.isHeld(id); }};
 };
 
-TEST_F(CleaningUp, LeavesWhatIsInUse)
+TEST_F(CleanUp, KeepsDataInUse)
 {
     upload("abc");
     const store::Upload open = begin("half");
@@ -81,19 +81,19 @@ TEST_F(CleaningUp, LeavesWhatIsInUse)
     EXPECT_EQ(files().size(), 1U);
 }
 
-TEST_F(CleaningUp, EmptiesTheBinAfterThirtyDaysAndThenItsContents)
+TEST_F(CleanUp, EmptiesTheBinAfterThirtyDaysAndThenItsContents)
 {
     const store::File file = upload("abc");
     remove(file.id);
     clock.Advance(24h * 30);
     cleanUp();
-    EXPECT_THAT(contents.digests(), testing::SizeIs(1)) << "thirty days are not over yet";
+    EXPECT_THAT(contents.digests(), testing::SizeIs(1)) << "removed before thirty days";
     clock.Advance(1ms);
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
 }
 
-TEST_F(CleaningUp, KeepsAContentThatAnotherFileShares)
+TEST_F(CleanUp, KeepsAContentThatAnotherFileShares)
 {
     remove(upload("abc").id);
     upload("abc");
@@ -102,7 +102,7 @@ TEST_F(CleaningUp, KeepsAContentThatAnotherFileShares)
     EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
 }
 
-TEST_F(CleaningUp, RemovesUploadsThatNobodyContinued)
+TEST_F(CleanUp, RemovesExpiredUploads)
 {
     const store::Upload open = begin("half");
     clock.Advance(24h * 7);
@@ -112,7 +112,7 @@ TEST_F(CleaningUp, RemovesUploadsThatNobodyContinued)
         database.readNow([&open](soci::session& sql) { return store::uploadById(sql, open.id); }));
 }
 
-TEST_F(CleaningUp, LeavesAnUploadThatARequestWorksOn)
+TEST_F(CleanUp, KeepsAnUploadThatARequestWorksOn)
 {
     const store::Upload open = begin("half");
     test::TcpPair pair(loop.io());
@@ -129,7 +129,7 @@ TEST_F(CleaningUp, LeavesAnUploadThatARequestWorksOn)
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
 }
 
-TEST_F(CleaningUp, RemovesWhatACrashLeftBehindOnceItHasBeenThereForAWeek)
+TEST_F(CleanUp, RemovesLeftoversOfACrashAfterAWeek)
 {
     leaveContent("abc");
     replaceFile(folder.Path() / "uploads" / "0123456789abcdef", "stray", 0600);
@@ -145,39 +145,40 @@ TEST_F(CleaningUp, RemovesWhatACrashLeftBehindOnceItHasBeenThereForAWeek)
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
 }
 
-TEST_F(CleaningUp, RemovesItAtOnceWhenToldTo)
+TEST_F(CleanUp, RemovesLeftoversOfACrashAtOnceWithZeroDays)
 {
     leaveContent("abc");
     replaceFile(folder.Path() / "uploads" / "0123456789abcdef", "stray", 0600);
-    clock.Advance(1h); // whatever the file system's clock is behind
+    clock.Advance(1h); // the clock of the file system may lag
     Janitor::cleanUp(parts, {0, std::chrono::days(0)});
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
 }
 
-TEST_F(CleaningUp, RemovesWhatIsLeftOfAFinishedUploadAtOnce)
+TEST_F(CleanUp, RemovesTheLeftoverOfAFinishedUploadAtOnce)
 {
     const store::Upload begun = begin("abc");
     content::UploadWriter writer(contents, digests, begun.id);
     loop.run(api::finishUpload(context, begun, writer));
-    replaceFile(folder.Path() / "uploads" / begun.id, "abc", 0600); // a crash came before its end
+    replaceFile(folder.Path() / "uploads" / begun.id, "abc",
+                0600); // a crash before the upload's second name was removed
     cleanUp();
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
     EXPECT_THAT(contents.digests(), testing::SizeIs(1));
 }
 
-TEST_F(CleaningUp, BeginsTheWeekOfAContentWhenItIsFoundUnused)
+TEST_F(CleanUp, StartsTheWeekWhenAContentIsFoundUnused)
 {
     leaveContent("abc");
-    clock.Advance(24h * 100); // an old one, as those beside a database from long ago are
+    clock.Advance(24h * 100); // an old content, as beside a database from long ago
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::SizeIs(1));
 }
 
-TEST_F(CleaningUp, BeginsTheWeekAnewWhenAContentWasInUseMeanwhile)
+TEST_F(CleanUp, RestartsTheWeekWhenAContentWasUsedMeanwhile)
 {
     upload("abc");
-    contents.markUnused(sha256Hex("abc"), true); // under another database
+    contents.markUnused(sha256Hex("abc"), true); // another database did not know it
     clock.Advance(24h * 8);
     cleanUp();
     const auto trace = contents.traceOf(sha256Hex("abc"));
@@ -185,7 +186,7 @@ TEST_F(CleaningUp, BeginsTheWeekAnewWhenAContentWasInUseMeanwhile)
     EXPECT_FALSE(trace->unusedSinceMs);
 }
 
-TEST_F(CleaningUp, LeavesContentsThatAreOlderThanTheDatabase)
+TEST_F(CleanUp, KeepsContentsOlderThanTheDatabase)
 {
     leaveContent("abc");
     setDatabaseBirth(clock.nowMs() + 60 * 1000);
@@ -197,7 +198,7 @@ TEST_F(CleaningUp, LeavesContentsThatAreOlderThanTheDatabase)
     EXPECT_THAT(contents.digests(), testing::SizeIs(1));
 }
 
-TEST_F(CleaningUp, DoesNotBelieveInADatabaseFromTheFuture)
+TEST_F(CleanUp, IgnoresADatabaseBirthInTheFuture)
 {
     leaveContent("abc");
     setDatabaseBirth(clock.nowMs() + 1000LL * 24 * 3600 * 1000);
@@ -207,7 +208,7 @@ TEST_F(CleaningUp, DoesNotBelieveInADatabaseFromTheFuture)
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
 }
 
-TEST_F(CleaningUp, StopsInTheMiddleOfARound)
+TEST_F(CleanUp, StopsDuringARound)
 {
     const store::Upload first = begin("one");
     const store::Upload second = begin("two");
@@ -216,7 +217,7 @@ TEST_F(CleaningUp, StopsInTheMiddleOfARound)
     EXPECT_THAT(contents.uploadIds(), testing::SizeIs(1)) << first.id << ", " << second.id;
 }
 
-TEST_F(CleaningUp, MakesRoomAlsoWhenTheDatabaseTakesNothing)
+TEST_F(CleanUp, RemovesContentsWhenTheDatabaseStepFails)
 {
     leaveContent("abc");
     cleanUp();
@@ -234,10 +235,10 @@ TEST_F(CleaningUp, MakesRoomAlsoWhenTheDatabaseTakesNothing)
         sql << "SELECT COUNT(*) FROM sessions", soci::into(count);
         return count;
     });
-    EXPECT_EQ(kept, 1) << "the step that fails is the one that is meant to";
+    EXPECT_EQ(kept, 1) << "the trigger did not fail the database step";
 }
 
-TEST_F(CleaningUp, LeavesAContentThatSomebodyIsAboutToUse)
+TEST_F(CleanUp, KeepsALockedContent)
 {
     leaveContent("abc");
     cleanUp();
@@ -247,7 +248,7 @@ TEST_F(CleaningUp, LeavesAContentThatSomebodyIsAboutToUse)
     EXPECT_THAT(contents.digests(), testing::SizeIs(1));
 }
 
-TEST_F(CleaningUp, DropsEventsThatAreTooOld)
+TEST_F(CleanUp, RemovesOldEvents)
 {
     upload("abc");
     const auto pruned = [this] {

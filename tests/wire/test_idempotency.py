@@ -48,7 +48,7 @@ class IdempotencyKeys(WireTest):
                 self.assertEqual(again.headers[header], first.headers[header])
         self.assertEqual(self.count(), 1)
 
-    def test_a_repeat_of_an_upload_finished_by_patch_returns_the_same_result(self):
+    def test_a_repeat_after_a_patch_returns_the_same_result(self):
         location = self.create().headers["Location"]
         done = self.olga.patch(location, 0, b"abcdef")
         again = self.create()

@@ -157,14 +157,14 @@ TEST_P(StoreConsoles, AreLimitedForAFarm)
 {
     const store::Session session = logIn(olga, "a");
     write([&](Transaction& t) {
-        for (long long i = 0; i < store::mostConsolesOfAFarm; ++i) {
+        for (long long i = 0; i < store::maxConsolesOfAFarm; ++i) {
             store::reportingConsole(t, session, std::to_string(i));
         }
     });
     EXPECT_THROW(report(session, "one more"), store::TooManyReported);
     EXPECT_THROW(report(logIn(piet, "b"), ""), store::TooManyReported);
     EXPECT_EQ(report(session, "0"), consoles()[0].id) << "a known console is refused";
-    EXPECT_EQ(consoles().size(), static_cast<std::size_t>(store::mostConsolesOfAFarm));
+    EXPECT_EQ(consoles().size(), static_cast<std::size_t>(store::maxConsolesOfAFarm));
     const store::User otto = addUser(addFarm("Dale Farm"), "otto");
     EXPECT_GT(report(logIn(otto, "c"), "one more"), 0);
 }
@@ -174,7 +174,7 @@ TEST_P(StoreConsoles, HaveALimitOfDevicesForAFarm)
     const store::Id first = report(logIn(olga, "a"), "00:1b");
     const store::Id second = report(logIn(piet, "b"), "00:1c");
     write([&](Transaction& t) {
-        for (long long i = 0; i < store::mostDevicesOfAFarm; ++i) {
+        for (long long i = 0; i < store::maxDevicesOfAFarm; ++i) {
             store::setDevice(t, i % 2 == 0 ? first : second, std::to_string(i), "{}", now);
         }
     });
