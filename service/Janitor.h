@@ -33,14 +33,14 @@ public:
         std::chrono::minutes interval{10};
     };
 
-    /** What it cleans, and what it asks. */
+    /** The parts that the janitor uses. */
     struct Parts
     {
         store::Database& database;
         content::ContentStore& contents;
         content::DigestLocks& digestLocks;
         const Clock& clock;
-        std::function<bool(const std::string& id)> uploadIsHeld; // by a request, at this moment
+        std::function<bool(const std::string& id)> uploadIsHeld; // by a request, now
     };
 
     Janitor(Parts parts, const Settings& settings);
