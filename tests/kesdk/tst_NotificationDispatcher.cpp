@@ -33,7 +33,7 @@ private:
     std::function<void()> m_call;
 };
 
-// Wants only one of the two kinds that it implements.
+// Subscribes to one of the two kinds of events that it implements.
 class PickyListener : public RecordingListener
 {
 public:
@@ -87,7 +87,7 @@ TEST(NotificationDispatcher, DeliversNothingFromBeforeTheSubscription)
     dispatcher.Subscribe(&blocker);
     dispatcher.Post(State(1));
     isInside.get_future().wait();
-    dispatcher.Post(State(2)); // queued behind the blocked call
+    dispatcher.Post(State(2)); // queued after the blocked call
     RecordingListener late;
     dispatcher.Subscribe(&late);
     dispatcher.Post(State(3));

@@ -92,7 +92,7 @@ protected:
     }
 
     // The limit for an upload that resumes. Each cut loses the bytes in the kernel's buffers, less
-    // than 800,000. An upload that begins anew would lose a megabyte or more at each cut.
+    // than 800,000. An upload that starts again would lose a megabyte or more at each cut.
     std::int64_t MostBytesOfAResumedUpload() const
     {
         constexpr std::int64_t kMostLostACut = 800'000;

@@ -128,7 +128,7 @@ private:
     bool HasAllFiles(const Upload& upload) const;
     Outcome Stream(const Request& request, const SentRequest& sent, const impl::AbortCheck& abort);
 
-    std::int64_t UserOf(const SentRequest& sent) const; // 0 = nobody
+    std::int64_t UserOf(const SentRequest& sent) const; // 0 = unknown token
     std::int64_t StoreFile(std::int64_t inboxId, const std::string& name,
                            const std::string& content, bool hasEvent);
     void AddEvent(const std::string& name, std::int64_t inboxId, const std::string& entryJson);

@@ -81,7 +81,7 @@ std::string FakeService::InboxJson(std::int64_t id) const
             entries.push_back(json::parse(FileJson(fileId)));
     }
     const auto owner = m_users.find(inbox.owner);
-    const std::string name = owner == m_users.end() ? "somebody" : owner->second.name;
+    const std::string name = owner == m_users.end() ? "unknown user" : owner->second.name;
     return json{{"id", id},
                 {"kind", "user-inbox"},
                 {"name", name},
