@@ -192,7 +192,7 @@ run_legs() {
             status=1
         fi
         echo "== $leg took $((SECONDS - begin)) s"
-        closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ (files|rounds|fuzzers) ' "build/$preset/tests.log" ||
+        closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ (files|fuzzers|of [0-9]+ rounds) ' "build/$preset/tests.log" ||
             echo 'did not finish')
         summary+=("$leg: $closing")
     done
