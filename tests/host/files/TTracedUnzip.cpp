@@ -10,7 +10,7 @@
 
 namespace {
 
-// Exit codes that nothing else has.
+// Exit codes that no other end of the process has.
 constexpr int returnedTrue = 40;
 constexpr int returnedFalse = 41;
 
@@ -19,7 +19,7 @@ constexpr int returnedFalse = 41;
     if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
         ::_exit(1);
     }
-    ::dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO); // a sanitizer's last words
+    ::dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO); // hides a sanitizer's messages
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     ::raise(SIGSTOP);
     QString errorText;
@@ -34,7 +34,7 @@ void SkipCall(pid_t process)
 {
     user_regs_struct registers = {};
     ::ptrace(PTRACE_GETREGS, process, nullptr, &registers);
-    registers.orig_rax = ~0ULL; // no such call
+    registers.orig_rax = ~0ULL; // an invalid call number
     ::ptrace(PTRACE_SETREGS, process, nullptr, &registers);
 }
 
@@ -78,7 +78,7 @@ bool TTracedUnzip::CanFailCalls()
 
 bool TTracedUnzip::RunTo(int call)
 {
-    // It stops before and after each call.
+    // The process stops before and after each call.
     for (int stop = 0; m_isRunning && stop < 2 * call - 1; ++stop) {
         ::ptrace(PTRACE_SYSCALL, m_child, nullptr, nullptr);
         m_isRunning = WaitForStop();
@@ -105,7 +105,7 @@ std::optional<bool> TTracedUnzip::FailCallAndFinish(int error)
         ::ptrace(PTRACE_CONT, m_child, nullptr, nullptr);
         m_isRunning = WaitForStop();
     }
-    if (m_isRunning) { // at the signal of a crash, such as for want of memory
+    if (m_isRunning) { // stopped by the signal of a crash, such as a lack of memory
         Kill();
         return std::nullopt;
     }

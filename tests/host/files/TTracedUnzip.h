@@ -1,4 +1,4 @@
-// Unzip in a process of its own, one system call at a time.
+// Runs Unzip in a child process, one system call at a time.
 #pragma once
 
 #include "host/files/TUnzipFixture.h"
@@ -9,7 +9,8 @@
 
 namespace kelvo::test {
 
-// Starts with the process standing before its first call; ends with the process killed. One thread.
+// After the constructor the process is stopped before its first call. The destructor kills the
+// process. One thread.
 class TTracedUnzip
 {
 public:
@@ -18,17 +19,17 @@ public:
     TTracedUnzip(const TTracedUnzip&) = delete;
     TTracedUnzip& operator=(const TTracedUnzip&) = delete;
 
-    // Whether this system lets a process be traced at all.
+    // True if this system allows tracing.
     bool IsTraced() const { return m_isTraced; }
-    // Whether this system's registers are known, without which no call can be made to fail.
+    // True if this processor's registers are known. Only then a call can be made to fail.
     static bool CanFailCalls();
 
-    // Runs up to the system call of this number, from 1, which is not made yet. False if it ended
-    // before.
+    // Runs until just before the system call of this number, counted from 1. Returns false if the
+    // process ended before.
     bool RunTo(int call);
     void Kill();
-    // Makes the call fail that it stands at, with `error` in errno, and runs to the end. Whether
-    // Unzip() returned true; nothing if it did not return.
+    // Makes the current call fail with `error` in errno, and runs to the end. Returns the result of
+    // Unzip(), or no value if Unzip() did not return.
     std::optional<bool> FailCallAndFinish(int error);
 
 private:

@@ -1,4 +1,4 @@
-// An archive, a destination and a place outside of it.
+// An archive, a destination folder, and a folder around both for the check of outside changes.
 #pragma once
 
 #include "host/FolderImage.h"
@@ -30,7 +30,7 @@ public:
         return CreateFromImage(Destination(), image);
     }
     TFolderImage Content() const { return ImageOf(Destination()); }
-    // Archive and destination with all that is in it.
+    // The content of the folder with archive and destination.
     TFolderImage Everything() const { return ImageOf(Root()); }
 
     bool Unzip(const hostimpl::TUnpackLimits& limits = {})

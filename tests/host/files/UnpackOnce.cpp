@@ -1,4 +1,4 @@
-// Unpacks one archive, as the console does, for bench/unpacking.
+// Unpacks one archive like the console, for bench/unpacking and test_unpacking_order.py.
 //
 // Usage: unpack_once ARCHIVE FOLDER
 #include "host/TFileSystemHelper.h"

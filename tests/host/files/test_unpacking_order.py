@@ -1,7 +1,7 @@
-"""What an unpacking waits for, as the kernel sees it: files on disk, journal on disk, names on disk, then the end.
+"""The order of an unpacking's syncs: files, journal, moved names, then the end.
 
-Only then is the archive removed. The unpacking runs under strace; its calls are held against the order that a power
-failure at any point must find. Without strace, or where tracing is forbidden, the test is skipped; on CI it then fails.
+The console removes the archive only after the end. The unpacking runs under strace. Its calls must have the order that
+survives a power cut at any point. Without strace, or if tracing is forbidden, the test is skipped; on CI it then fails.
 """
 
 import os
@@ -17,7 +17,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "support"))
 from rawzip import archive_of_files  # noqa: E402
 from tracing import RENAME, SYNC, UNLINK, finished_calls, needs_tracing, position  # noqa: E402
 
-GUARD_SECONDS = 60  # only ends what hangs
+GUARD_SECONDS = 60  # ends a program that hangs
 CALLS = "fsync,fdatasync,syncfs,openat,write,close,rename,renameat,renameat2,link,linkat,unlink,unlinkat,exit_group"
 STAGING = ".console-unpacking"
 
@@ -31,7 +31,7 @@ class UnpackingOrder(unittest.TestCase):
         self.destination.mkdir()
 
     def calls_of(self, content):
-        """Unpacks an archive of these names and texts."""
+        """The system calls of unpacking an archive with these names and texts."""
         archive, trace = self.folder / "fields.zip", self.folder / "trace"
         archive.write_bytes(archive_of_files({name: text.encode() for name, text in content.items()}))
         subprocess.run(["strace", "-f", "-yy", "-e", f"trace={CALLS}", "-e", "signal=none", "-o", str(trace),
@@ -42,21 +42,21 @@ class UnpackingOrder(unittest.TestCase):
         return finished_calls(trace)
 
     def check_moved(self, calls, begin, moved, synced_after):
-        """Journal, what is replaced, moves, their folders, the journal's end: in this order, from `begin` on."""
+        """Checks the order from `begin` on: journal, replaced files, moves, folders, journal's removal."""
         staging = f"/{STAGING}>"
         journal = position(calls, "sync of the journal", begin, SYNC, f"/{STAGING}/journal>")
         noted = position(calls, "sync of the journal's folder", journal, SYNC, staging)
         aside = position(calls, "link to what is replaced", -1, ("linkat",), f"/{STAGING}/old>")
-        self.assertGreater(aside, noted, "something was set aside before the journal told of it")
+        self.assertGreater(aside, noted, "a replaced file was linked before the journal was on the disk")
         kept = position(calls, "sync of what is replaced", aside, SYNC, f"/{STAGING}/old>")
         first = position(calls, "move", -1, RENAME, f"/{STAGING}/new")
-        self.assertGreater(first, kept, "something was moved before what it replaces was on the disk")
+        self.assertGreater(first, kept, "a file was moved before the replaced files were on the disk")
         last = max(position(calls, f"move of {name}", noted, RENAME, f'"{name}"') for name in moved)
         named = synced_after(last)
         undone = position(calls, "removal of the journal", -1, UNLINK, staging, '"journal"')
-        self.assertGreater(undone, named, "the journal went before the names were on the disk")
-        gone = position(calls, "sync of the journal's folder", undone, SYNC, staging)
-        position(calls, "the end", gone, ("exit_group",))
+        self.assertGreater(undone, named, "the journal was removed before the moved names were on the disk")
+        removed = position(calls, "sync of the journal's folder", undone, SYNC, staging)
+        position(calls, "the end", removed, ("exit_group",))
 
     def test_files_then_journal_then_names_then_the_end(self):
         (self.destination / "same").write_text("former")

@@ -1,4 +1,4 @@
-// Unzip: what a sound archive leaves in its destination.
+// Unzip: the files of a valid archive in the destination.
 #include "host/files/TUnzipFixture.h"
 
 #include "host/TFileSystemHelper.h"
@@ -32,7 +32,7 @@ uint ModeOf(const QString& path)
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777u : 0;
 }
 
-// Not compressible, the same each time.
+// Bytes that cannot be compressed, the same at each call.
 QByteArray Noise(int size)
 {
     QByteArray bytes(size, '\0');
@@ -57,14 +57,14 @@ private Q_SLOTS:
     void movesIntoExistingEmptyFolders();
     void replacesALinkInsteadOfItsTarget();
     void acceptsAnEmptyArchive();
-    void acceptsTheZip64Form();
-    void takesAPipesContentAsAFile();
-    void givesItsOwnModes();
-    void readsWhatZipWrites();
+    void unpacksAZip64Archive();
+    void unpacksAPipeEntryAsAFile();
+    void setsFixedModes();
+    void unpacksArchivesOfTheProgramZip();
     void unpacksTheSameTwice();
-    void takesTurnsWithAnotherThread();
+    void twoThreadsUnpackOneAfterTheOther();
     void failsWithoutArchiveOrFolder();
-    void isReachedThroughTheContract();
+    void theContractsFunctionUnpacks();
 };
 
 void tst_Unzip::unpacksFilesAndFolders()
@@ -150,7 +150,7 @@ void tst_Unzip::acceptsAnEmptyArchive()
     QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("kept.txt"), "file:kept"}}));
 }
 
-void tst_Unzip::acceptsTheZip64Form()
+void tst_Unzip::unpacksAZip64Archive()
 {
     TUnzipFixture fixture;
     TZipEntry entry = DeflatedFile("a.txt", "zip64");
@@ -161,7 +161,7 @@ void tst_Unzip::acceptsTheZip64Form()
                                               {QStringLiteral("b.txt"), "file:32"}}));
 }
 
-void tst_Unzip::takesAPipesContentAsAFile()
+void tst_Unzip::unpacksAPipeEntryAsAFile()
 {
     TUnzipFixture fixture;
     TZipEntry entry = DeflatedFile("pipe", "content");
@@ -171,7 +171,7 @@ void tst_Unzip::takesAPipesContentAsAFile()
     QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("pipe"), "file:content"}}));
 }
 
-void tst_Unzip::givesItsOwnModes()
+void tst_Unzip::setsFixedModes()
 {
     TUnzipFixture fixture;
     TZipEntry file;
@@ -189,7 +189,7 @@ void tst_Unzip::givesItsOwnModes()
     QCOMPARE(ModeOf(fixture.Destination() + QStringLiteral("/dir/program")), 0644u);
 }
 
-void tst_Unzip::readsWhatZipWrites()
+void tst_Unzip::unpacksArchivesOfTheProgramZip()
 {
     const QString zip = QStandardPaths::findExecutable(QStringLiteral("zip"));
     KELVO_NEEDS(!zip.isEmpty(), "the program zip");
@@ -218,7 +218,7 @@ void tst_Unzip::unpacksTheSameTwice()
     QCOMPARE(fixture.Content(), first);
 }
 
-void tst_Unzip::takesTurnsWithAnotherThread()
+void tst_Unzip::twoThreadsUnpackOneAfterTheOther()
 {
     TUnzipFixture fixture;
     constexpr int rounds = 6;
@@ -259,7 +259,7 @@ void tst_Unzip::failsWithoutArchiveOrFolder()
     QVERIFY(fixture.Content().isEmpty());
 }
 
-void tst_Unzip::isReachedThroughTheContract()
+void tst_Unzip::theContractsFunctionUnpacks()
 {
     TUnzipFixture fixture;
     QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("a", "a")));

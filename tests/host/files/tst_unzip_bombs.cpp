@@ -1,4 +1,4 @@
-// Unzip: archives that would become far more than they are.
+// Unzip: archives that are far larger when unpacked.
 #include "host/files/TUnzipFixture.h"
 
 #include "support/TestMain.h"
@@ -22,7 +22,8 @@ TZipEntry Deflated(const QByteArray& name, const QByteArray& content)
     return entry;
 }
 
-// So many stored files, each the content of the one before, and the last with so many bytes.
+// Nested stored files: each file is the content of the file before, and the last has the given
+// bytes.
 TZipBuilder FilesInEachOther(int files, int lastBytes)
 {
     QVector<TZipEntry> entries;
@@ -50,8 +51,8 @@ class tst_UnzipBombs : public TTestCase
 private Q_SLOTS:
     void keepsToTheLimits_data();
     void keepsToTheLimits();
-    void refusesWhatExpandsTooMuch();
-    void refusesFilesInEachOther();
+    void refusesATooHighRatio();
+    void refusesOverlappingFiles();
     void unpacksOneContentOfManyNamesOnce();
     void keepsAnArchiveInAnArchiveAsAFile();
 };
@@ -85,8 +86,8 @@ void tst_UnzipBombs::keepsToTheLimits()
     QCOMPARE(fixture.Content().size(), isRefused ? 0 : files);
 }
 
-// Also when the archive lies about the size.
-void tst_UnzipBombs::refusesWhatExpandsTooMuch()
+// The archive may state a wrong size.
+void tst_UnzipBombs::refusesATooHighRatio()
 {
     const QByteArray zeros(20 * 1024 * 1024, '\0');
     TZipEntry honest = Deflated("zeros", zeros);
@@ -106,8 +107,8 @@ void tst_UnzipBombs::refusesWhatExpandsTooMuch()
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
 }
 
-// Each byte of the archive is unpacked once for every file that it lies in.
-void tst_UnzipBombs::refusesFilesInEachOther()
+// Each byte of the archive is unpacked once for each file that contains the byte.
+void tst_UnzipBombs::refusesOverlappingFiles()
 {
     TUnzipFixture fixture;
     QVERIFY(fixture.SetArchive(FilesInEachOther(3, 1000)));

@@ -1,4 +1,4 @@
-// Unzip: a disk that becomes full, and a destination that may not be written.
+// Unzip: a full disk, and a read-only destination.
 #include "host/TFileSizeLimit.h"
 #include "host/files/TUnzipFixture.h"
 
@@ -14,7 +14,7 @@ using namespace kelvo::test;
 
 namespace {
 
-// A file system of its own, in memory, with a size and a number of files that it cannot exceed.
+// A file system in memory with a limited size and a limited number of files.
 class TSmallDisk
 {
 public:
@@ -45,9 +45,9 @@ bool WriteOnce(const char* path, const QByteArray& text)
     return file >= 0 && ::close(file) == 0 && isWritten;
 }
 
-// What is mounted from here on nobody else sees. Not even root may mount in every container, but
-// there as elsewhere somebody may who is root in a namespace of their own: only for a process
-// without threads. Where that is forbidden as well, mounting fails.
+// Enters a new mount namespace, so that other processes do not see the mounts of this test. In some
+// containers root may not mount. Then a new user namespace makes this process root in that
+// namespace; this works only for a process without threads. If both are forbidden, mounting fails.
 void EnterOwnNamespace()
 {
     if (::unshare(CLONE_NEWNS) != 0) {
@@ -68,13 +68,13 @@ class tst_UnzipDiskFull : public TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void leavesNothingOnAFullDisk_data();
-    void leavesNothingOnAFullDisk();
-    void leavesNothingWhenAFileMayNotGrow();
+    void changesNothingOnAFullDisk_data();
+    void changesNothingOnAFullDisk();
+    void changesNothingIfAFileCannotGrow();
     void failsInAReadOnlyFolder();
 };
 
-void tst_UnzipDiskFull::leavesNothingOnAFullDisk_data()
+void tst_UnzipDiskFull::changesNothingOnAFullDisk_data()
 {
     QTest::addColumn<QByteArray>("options");
     QTest::addColumn<int>("files");
@@ -84,7 +84,7 @@ void tst_UnzipDiskFull::leavesNothingOnAFullDisk_data()
     QTest::newRow("no room for the journal") << QByteArray("size=64k") << 14 << 4096;
 }
 
-void tst_UnzipDiskFull::leavesNothingOnAFullDisk()
+void tst_UnzipDiskFull::changesNothingOnAFullDisk()
 {
     QFETCH(QByteArray, options);
     QFETCH(int, files);
@@ -109,7 +109,7 @@ void tst_UnzipDiskFull::leavesNothingOnAFullDisk()
     QCOMPARE(fixture.Content().value(QStringLiteral("f0")), QByteArray("file:new"));
 }
 
-void tst_UnzipDiskFull::leavesNothingWhenAFileMayNotGrow()
+void tst_UnzipDiskFull::changesNothingIfAFileCannotGrow()
 {
     TUnzipFixture fixture;
     QVERIFY(fixture.SetContent({{QStringLiteral("a"), "file:former"}}));

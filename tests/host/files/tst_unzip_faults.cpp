@@ -1,4 +1,4 @@
-// Unzip: killed before each system call that it makes, and with each of them failing.
+// Unzip: a kill before each system call, and a failure of each system call.
 #include "host/files/TTracedUnzip.h"
 #include "host/files/TUnzipFixture.h"
 
@@ -18,14 +18,14 @@ const TFolderImage contentBefore = {{QStringLiteral("a"), "folder"},
                                     {QStringLiteral("b"), "folder"},
                                     {QStringLiteral("same"), "file:former"}};
 
-// Where syncing costs nothing, if there is such a place.
+// A folder in memory if there is one, because a sync costs nothing there.
 QString QuickFolder()
 {
     const QString memory = QStringLiteral("/dev/shm");
     return QFileInfo(memory).isWritable() ? memory : QDir::tempPath();
 }
 
-// What the traced archive makes of contentBefore.
+// The content of the destination after the archive is unpacked over contentBefore.
 TFolderImage ContentAfter()
 {
     TFolderImage content = contentBefore;
@@ -44,7 +44,7 @@ TZipBuilder TracedArchive()
         .AddFile("same", "new");
 }
 
-// The destination as it was before the archive came.
+// Restores the destination's content before the archive.
 bool Reset(const TUnzipFixture& fixture)
 {
     return QDir(fixture.Destination()).removeRecursively() && QDir().mkdir(fixture.Destination()) &&
@@ -69,12 +69,13 @@ class tst_UnzipFaults : public TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void survivesAKillBeforeAnySystemCall();
-    void tellsTheTruthWhenAnySystemCallFails();
+    void isAllOrNothingAfterAKillBeforeAnySystemCall();
+    void returnsTheTrueResultIfAnySystemCallFails();
 };
 
-// Whichever call it was: afterwards there is all of the archive or nothing of it, and nothing else.
-void tst_UnzipFaults::survivesAKillBeforeAnySystemCall()
+// After a kill at any call, the destination has the whole archive or nothing of it, and no other
+// files.
+void tst_UnzipFaults::isAllOrNothingAfterAKillBeforeAnySystemCall()
 {
     TUnzipFixture fixture(QuickFolder());
     QVERIFY(fixture.SetArchive(TracedArchive()));
@@ -105,9 +106,10 @@ void tst_UnzipFaults::survivesAKillBeforeAnySystemCall()
     QVERIFY(completed > 0);
 }
 
-// What it returns is what there is: all of the archive, or nothing of it at once, or, where undoing
-// itself had failed, after the repair.
-void tst_UnzipFaults::tellsTheTruthWhenAnySystemCallFails()
+// If Unzip() returns true, the destination has the whole archive. If it returns false, the
+// destination has nothing of the archive, either at once or, if undoing failed too, after the
+// recovery.
+void tst_UnzipFaults::returnsTheTrueResultIfAnySystemCallFails()
 {
     KELVO_NEEDS(TTracedUnzip::CanFailCalls(), "a processor whose registers are known");
     TUnzipFixture fixture(QuickFolder());

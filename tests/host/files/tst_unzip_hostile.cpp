@@ -1,4 +1,4 @@
-// Unzip: what it refuses, and that nothing has changed then, inside the destination or outside.
+// Unzip: refused archives, which change nothing inside or outside of the destination.
 #include "host/files/TUnzipFixture.h"
 
 #include "support/TestMain.h"
@@ -35,11 +35,11 @@ private Q_SLOTS:
     void refusesEntry();
     void refusesArchive_data();
     void refusesArchive();
-    void refusesNameThatDiffersInThePlaces();
+    void refusesAnEntryWithTwoDifferentNames();
     void refusesClashWithTheDestination_data();
     void refusesClashWithTheDestination();
     void doesNotWriteThroughALinkInTheDestination();
-    void removesALinkInTheStagingFoldersPlace();
+    void removesALinkInPlaceOfTheStagingFolder();
 };
 
 void tst_UnzipHostile::refusesEntry_data()
@@ -175,8 +175,8 @@ void tst_UnzipHostile::refusesArchive()
     QVERIFY(!QFile::exists(QStringLiteral("/tmp/kelvo-evil")));
 }
 
-// Whichever of the two names were taken: neither may lead out.
-void tst_UnzipHostile::refusesNameThatDiffersInThePlaces()
+// The entry's two names differ. Neither name may lead out of the destination.
+void tst_UnzipHostile::refusesAnEntryWithTwoDifferentNames()
 {
     for (const bool isDirectoryHostile : {false, true}) {
         TUnzipFixture fixture;
@@ -230,7 +230,7 @@ void tst_UnzipHostile::doesNotWriteThroughALinkInTheDestination()
     }
 }
 
-void tst_UnzipHostile::removesALinkInTheStagingFoldersPlace()
+void tst_UnzipHostile::removesALinkInPlaceOfTheStagingFolder()
 {
     TUnzipFixture fixture;
     const QString outside = fixture.Root() + QStringLiteral("/outside");

@@ -1,4 +1,4 @@
-// Unzip: archives above 4 GiB, and entries that say that they are.
+// Unzip: archives above 4 GiB, and entries that state such a size.
 #include "host/files/TUnzipFixture.h"
 
 #include "support/TestMain.h"
@@ -23,7 +23,7 @@ TZipEntry Zip64(const QByteArray& name, const QByteArray& content)
     return entry;
 }
 
-// What is before the archive is a hole, so that the file costs neither space nor time.
+// The bytes before the archive are a hole in the file, so that the file needs no space and no time.
 bool WriteBehindHole(const QString& path, const QByteArray& bytes, quint64 holeBytes)
 {
     QFile file(path);
@@ -38,16 +38,16 @@ class tst_UnzipLarge : public TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void unpacksWhatStandsFarBehind_data();
-    void unpacksWhatStandsFarBehind();
-    void refusesWhatIsSmallOnlyIn32Bits_data();
-    void refusesWhatIsSmallOnlyIn32Bits();
-    void takesTheLimitsOfALargeArchiveAsTheyAre();
-    void takesWhatIsAsLargeAsItMayBe();
-    void refusesWhatIsLargerTogether();
+    void unpacksEntriesAtLargeOffsets_data();
+    void unpacksEntriesAtLargeOffsets();
+    void refusesSizesThatAreSmallOnlyIn32Bits_data();
+    void refusesSizesThatAreSmallOnlyIn32Bits();
+    void keepsTheTotalLimitForALargeArchive();
+    void findsAWrongSizeWithinTheLimitDuringTheUnpacking();
+    void refusesATotalSizeBeyondTheLimit();
 };
 
-void tst_UnzipLarge::unpacksWhatStandsFarBehind_data()
+void tst_UnzipLarge::unpacksEntriesAtLargeOffsets_data()
 {
     QTest::addColumn<quint64>("holeBytes");
     QTest::newRow("2^31") << two31;
@@ -56,7 +56,7 @@ void tst_UnzipLarge::unpacksWhatStandsFarBehind_data()
     QTest::newRow("5 GiB") << (quint64(5) << 30);
 }
 
-void tst_UnzipLarge::unpacksWhatStandsFarBehind()
+void tst_UnzipLarge::unpacksEntriesAtLargeOffsets()
 {
     QFETCH(quint64, holeBytes);
     TUnzipFixture fixture;
@@ -70,7 +70,7 @@ void tst_UnzipLarge::unpacksWhatStandsFarBehind()
                                               {QStringLiteral("map/a.txt"), "file:zip64"}}));
 }
 
-void tst_UnzipLarge::refusesWhatIsSmallOnlyIn32Bits_data()
+void tst_UnzipLarge::refusesSizesThatAreSmallOnlyIn32Bits_data()
 {
     QTest::addColumn<quint64>("saidBytes");
     QTest::addColumn<QString>("reason");
@@ -82,8 +82,8 @@ void tst_UnzipLarge::refusesWhatIsSmallOnlyIn32Bits_data()
     }
 }
 
-// Five bytes are what it has, and what is left of most of these sizes.
-void tst_UnzipLarge::refusesWhatIsSmallOnlyIn32Bits()
+// The entry has five bytes. Most of the stated sizes become 5 if they are cut to 32 bits.
+void tst_UnzipLarge::refusesSizesThatAreSmallOnlyIn32Bits()
 {
     QFETCH(quint64, saidBytes);
     QFETCH(QString, reason);
@@ -97,8 +97,8 @@ void tst_UnzipLarge::refusesWhatIsSmallOnlyIn32Bits()
     QCOMPARE(fixture.Everything(), before);
 }
 
-// By its own size this archive may become anything; what all archives may become is left.
-void tst_UnzipLarge::takesTheLimitsOfALargeArchiveAsTheyAre()
+// The ratio limit allows any size for this large archive; the total limit still holds.
+void tst_UnzipLarge::keepsTheTotalLimitForALargeArchive()
 {
     TZipEntry entry = Zip64("a.txt", "12345");
     for (const quint64 said : {two32 + 1, two32 + 5, quint64(5) << 30}) {
@@ -112,8 +112,8 @@ void tst_UnzipLarge::takesTheLimitsOfALargeArchiveAsTheyAre()
     }
 }
 
-// It is found to lie only when it is unpacked.
-void tst_UnzipLarge::takesWhatIsAsLargeAsItMayBe()
+// The stated size is within the limits. The wrong size is found during the unpacking.
+void tst_UnzipLarge::findsAWrongSizeWithinTheLimitDuringTheUnpacking()
 {
     TZipEntry entry = Zip64("a.txt", "12345");
     for (const quint64 said : {two31, two32 - 1, two32}) {
@@ -128,7 +128,7 @@ void tst_UnzipLarge::takesWhatIsAsLargeAsItMayBe()
     }
 }
 
-void tst_UnzipLarge::refusesWhatIsLargerTogether()
+void tst_UnzipLarge::refusesATotalSizeBeyondTheLimit()
 {
     hostimpl::TUnpackLimits limits;
     limits.totalBytes = static_cast<qint64>(two32) + 6;

@@ -1,4 +1,4 @@
-// Unzip: which path an entry's name becomes, and that names which look alike are not mixed up.
+// Unzip: the path of an entry's name, and similar names.
 #include "host/files/TUnzipFixture.h"
 
 #include "support/TestMain.h"
@@ -21,8 +21,8 @@ class tst_UnzipNames : public TTestCase
 private Q_SLOTS:
     void readsNames_data();
     void readsNames();
-    void keepsAlikeNamesApart_data();
-    void keepsAlikeNamesApart();
+    void keepsSimilarNamesApart_data();
+    void keepsSimilarNamesApart();
     void composesNames_data();
     void composesNames();
 };
@@ -77,7 +77,7 @@ void tst_UnzipNames::readsNames()
     }
 }
 
-void tst_UnzipNames::keepsAlikeNamesApart_data()
+void tst_UnzipNames::keepsSimilarNamesApart_data()
 {
     QTest::addColumn<QString>("first");
     QTest::addColumn<QString>("second");
@@ -90,8 +90,8 @@ void tst_UnzipNames::keepsAlikeNamesApart_data()
     row("compatible", QStringLiteral(u"\ufb01eld"), QStringLiteral("field"));
 }
 
-// On a file system that folds such names the second is refused as being there twice.
-void tst_UnzipNames::keepsAlikeNamesApart()
+// On a file system that treats such names as equal, the second name is refused as a duplicate.
+void tst_UnzipNames::keepsSimilarNamesApart()
 {
     QFETCH(QString, first);
     QFETCH(QString, second);
@@ -108,7 +108,7 @@ void tst_UnzipNames::keepsAlikeNamesApart()
         TFolderImage content = fixture.Content();
         QCOMPARE(content.take(first), QByteArray("file:first"));
         QCOMPARE(content.take(second), QByteArray("file:second, longer"));
-        QCOMPARE(content.values().count("folder"), content.size()); // nothing under a third name
+        QCOMPARE(content.values().count("folder"), content.size()); // no file under a third name
     }
 }
 
@@ -124,9 +124,10 @@ void tst_UnzipNames::composesNames_data()
     row("syllable", QStringLiteral(u"\uac00"), QStringLiteral(u"\u1100\u1161"));
 }
 
-// Names that are marked as UTF-8 become composed ones, so that an archive that was packed on a Mac
-// and one from elsewhere mean the same file: refused where they are in one archive, and a new
-// version of it where the other came before. What another program named otherwise stays beside it.
+// A name that is marked as UTF-8 is converted to composed characters. So an archive from a Mac and
+// an archive from another system name the same file. Both names in one archive are refused as
+// duplicates. In two archives, the later file replaces the earlier file. A file that another
+// program named in the other form is kept.
 void tst_UnzipNames::composesNames()
 {
     QFETCH(QString, composed);

@@ -1,4 +1,4 @@
-// Unzip: what it does about the states that a run can leave that was killed.
+// Unzip: the recovery from each state that a killed run can leave.
 #include "host/files/TUnzipFixture.h"
 
 #include "files/Placement.h"
@@ -22,7 +22,7 @@ const TFolderImage contentBefore = {{QStringLiteral("a"), "folder"},
                                     {QStringLiteral("b"), "folder"},
                                     {QStringLiteral("same"), "file:former"}};
 
-// Makes, by the classes that Unzip uses, the states that it goes through.
+// Creates the states of an unpacking with the classes that Unzip uses.
 class THalfDone
 {
 public:
@@ -45,7 +45,7 @@ public:
         QString errorText;
         return Place(m_staging, m_destination.Get(), m_steps.mid(0, steps), errorText);
     }
-    // As far as a replacement comes before the new file is in its place.
+    // The first half of a replacement: the new file is not in its place yet.
     bool KeepAside(int step, bool hasLinks)
     {
         const char* const path = m_steps[step].path.constData();
@@ -79,24 +79,24 @@ class tst_UnzipRecovery : public TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void hasFiveStepsHere();
+    void theFixtureHasFiveSteps();
     void recoversAfterEachStep();
     void recoversWithinAReplacement_data();
     void recoversWithinAReplacement();
-    void forgetsStagingWithoutJournal();
-    void forgetsStagingWithUnfinishedJournal_data();
-    void forgetsStagingWithUnfinishedJournal();
-    void keepsWhatWasCompleted();
+    void removesAStagingFolderWithoutAJournal();
+    void removesAStagingFolderWithAnIncompleteJournal_data();
+    void removesAStagingFolderWithAnIncompleteJournal();
+    void keepsACompleteUnpacking();
     void recoversTwice();
     void recoversBeforeTheNextArchive();
-    void doesNotWaitForeverForSomebodyElse();
-    void waitsForAllFoldersTogether();
-    void keepsWhatCameInBetween();
+    void doesNotWaitForeverForAnotherProcess();
+    void waitsASecondForAllFoldersTogether();
+    void keepsFilesOfOtherProgramsInTheDestination();
     void acceptsAMissingFolder();
 };
 
-// What the other tests rely on: three additions and two replacements.
-void tst_UnzipRecovery::hasFiveStepsHere()
+// The other tests rely on these three additions and two replacements.
+void tst_UnzipRecovery::theFixtureHasFiveSteps()
 {
     TUnzipFixture fixture;
     QVERIFY(fixture.SetContent(contentBefore));
@@ -157,7 +157,7 @@ void tst_UnzipRecovery::recoversWithinAReplacement()
     QCOMPARE(replacements, 2);
 }
 
-void tst_UnzipRecovery::forgetsStagingWithoutJournal()
+void tst_UnzipRecovery::removesAStagingFolderWithoutAJournal()
 {
     TUnzipFixture fixture;
     QVERIFY(fixture.SetContent(contentBefore));
@@ -167,7 +167,7 @@ void tst_UnzipRecovery::forgetsStagingWithoutJournal()
     QCOMPARE(fixture.Content(), contentBefore);
 }
 
-void tst_UnzipRecovery::forgetsStagingWithUnfinishedJournal_data()
+void tst_UnzipRecovery::removesAStagingFolderWithAnIncompleteJournal_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::newRow("empty") << QByteArray();
@@ -177,7 +177,7 @@ void tst_UnzipRecovery::forgetsStagingWithUnfinishedJournal_data()
     QTest::newRow("something else") << QByteArray("remove a/same\nend\n");
 }
 
-void tst_UnzipRecovery::forgetsStagingWithUnfinishedJournal()
+void tst_UnzipRecovery::removesAStagingFolderWithAnIncompleteJournal()
 {
     QFETCH(QByteArray, text);
     TUnzipFixture fixture;
@@ -189,7 +189,7 @@ void tst_UnzipRecovery::forgetsStagingWithUnfinishedJournal()
     QCOMPARE(fixture.Content(), contentBefore);
 }
 
-void tst_UnzipRecovery::keepsWhatWasCompleted()
+void tst_UnzipRecovery::keepsACompleteUnpacking()
 {
     TUnzipFixture fixture;
     QVERIFY(fixture.SetContent(contentBefore));
@@ -205,7 +205,7 @@ void tst_UnzipRecovery::keepsWhatWasCompleted()
     QVERIFY(!fixture.Content().contains(QStringLiteral(".console-unpacking")));
 }
 
-void tst_UnzipRecovery::doesNotWaitForeverForSomebodyElse()
+void tst_UnzipRecovery::doesNotWaitForeverForAnotherProcess()
 {
     TUnzipFixture fixture;
     QVERIFY(fixture.SetContent(contentBefore));
@@ -223,8 +223,8 @@ void tst_UnzipRecovery::doesNotWaitForeverForSomebodyElse()
     QCOMPARE(fixture.Content(), contentBefore);
 }
 
-// The main thread waits for them: each on its own would take it a minute here.
-void tst_UnzipRecovery::waitsForAllFoldersTogether()
+// The main thread waits for the recovery. One second for each folder would add up to a minute here.
+void tst_UnzipRecovery::waitsASecondForAllFoldersTogether()
 {
     constexpr int TIMES = 60;
     constexpr qint64 HANG_GUARD_MS = 30000;
@@ -250,7 +250,7 @@ void tst_UnzipRecovery::waitsForAllFoldersTogether()
     QCOMPARE(free.Content(), contentBefore);
 }
 
-// Killed while it was being undone.
+// The first recovery was killed too.
 void tst_UnzipRecovery::recoversTwice()
 {
     TUnzipFixture fixture;
@@ -288,8 +288,8 @@ void tst_UnzipRecovery::recoversBeforeTheNextArchive()
     QCOMPARE(fixture.Content(), expected);
 }
 
-// What somebody put where an addition was still to go is none of ours.
-void tst_UnzipRecovery::keepsWhatCameInBetween()
+// Another program has created a file in the place of an addition that was not executed yet.
+void tst_UnzipRecovery::keepsFilesOfOtherProgramsInTheDestination()
 {
     TUnzipFixture fixture;
     QVERIFY(fixture.SetContent(contentBefore));

@@ -221,7 +221,7 @@ void tst_ConfigFile::acceptsAnEmptyFile()
     QVERIFY(QFile::exists(Path()));
 }
 
-// A folder of the file's name stands for any file that cannot be read.
+// A folder of the file's name simulates a file that cannot be read.
 void tst_ConfigFile::doesNotReplaceAnUnreadableFile()
 {
     QVERIFY(QDir().mkdir(Path()));

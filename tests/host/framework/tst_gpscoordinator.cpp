@@ -19,7 +19,7 @@ using hostimpl::TFedGPSCoordinator;
 
 namespace {
 
-// Runs a call on a thread of its own. The destructor waits for a call that has not returned yet.
+// Runs a call on another thread. The destructor waits until the call has returned.
 class TOtherThread
 {
 public:

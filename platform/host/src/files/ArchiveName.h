@@ -1,4 +1,4 @@
-// Decides under which path an archive's entry is unpacked, or that it is not.
+// Computes the path of an archive's entry, or refuses the entry.
 #pragma once
 
 #include "hostimpl/Unpacking.h"
@@ -11,21 +11,22 @@ namespace hostimpl {
 struct TArchiveName
 {
     QByteArray path;   // UTF-8, parts separated by '/'; empty for the destination itself
-    QString errorText; // why the entry is refused; empty if it is not
+    QString errorText; // the reason of a refusal; empty for an accepted entry
 };
 
-// `name` is the entry's as the archive has it.
+// `name` is the entry's name in the archive.
 //
-// - '\' separates folders as '/' does: some Windows programs write it.
+// - '\' separates folders like '/', because some Windows programs write it.
 // - "." and empty parts are left out, as in "./a" or "a//b".
-// - Refused are: an empty name, absolute ones, those with a drive letter, "..", control characters,
-//   and what is longer or deeper than the limits.
-// - A name that is not UTF-8 is read as code page 850, which is what Windows writes in such
-//   archives. (A NUL ends the name before it gets here; what is left of it is held to the rules.)
-// - The name of the folder that archives are unpacked in first is refused.
+// - An empty name is refused, and so are absolute names, drive letters, "..", control characters,
+// and
+//   names beyond the limits on length and depth.
+// - A name that is not UTF-8 is read as code page 850, which Windows writes in such archives. (The
+//   reader ends a name at a NUL; the rules hold for the rest.)
+// - The name of the staging folder is refused.
 TArchiveName CheckArchiveName(const QByteArray& name, const TUnpackLimits& limits);
 
-// For messages: readable in any case, and short.
+// The name for messages: printable and at most 80 characters.
 QString DisplayName(const QByteArray& name);
 
 } // namespace hostimpl

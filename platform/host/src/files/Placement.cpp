@@ -71,7 +71,8 @@ QString NotPlaced(const QByteArray& path, int error)
         .arg(DisplayName(path), SystemError(error));
 }
 
-// Renames, unless something is there. Not every file system can tell the two in one step.
+// Renames if the target does not exist. Not every file system can do the check and the renaming in
+// one step.
 bool MoveToFreeName(int fromFolder, const QByteArray& from, int toFolder, const QByteArray& to)
 {
     if (::renameat2(fromFolder, from.constData(), toFolder, to.constData(), RENAME_NOREPLACE) ==
@@ -89,8 +90,8 @@ bool Add(const TStagingFolder& staging, int destination, const QByteArray& path)
     return MoveToFreeName(staging.Staged(), path, destination, path);
 }
 
-// The name always shows one of the two files, where the file system has links; where it has none
-// (FAT), the name is free for a while.
+// On a file system with hard links, the name always leads to the old or the new file. On a file
+// system without links (FAT), the name is missing for a moment.
 bool SetAside(const TStagingFolder& staging, int destination, const QByteArray& path,
               const QByteArray& number)
 {
@@ -104,7 +105,7 @@ bool Replace(const TStagingFolder& staging, int destination, const QByteArray& p
     return ::renameat(staging.Staged(), path.constData(), destination, path.constData()) == 0;
 }
 
-// All that is replaced, on the disk: without it nothing could be undone after a power failure.
+// Syncs the replaced files. Without the sync, a replacement could not be undone after a power cut.
 bool SetReplacedAside(const TStagingFolder& staging, int destination, const TPlacementSteps& steps,
                       QString& errorText)
 {
@@ -130,13 +131,14 @@ bool SetReplacedAside(const TStagingFolder& staging, int destination, const TPla
 bool UndoAdd(const TStagingFolder& staging, int destination, const QByteArray& path)
 {
     if (Find(staging.Staged(), path) != EFound::eNothing) {
-        return true; // was never moved
+        return true; // the entry was never moved
     }
     return ::renameat(destination, path.constData(), staging.Staged(), path.constData()) == 0 ||
            errno == ENOENT;
 }
 
-// If the file was linked but not yet replaced, the renaming changes nothing, as it should.
+// If the old file was linked but not yet replaced, rename() of two links of one file does nothing,
+// which is right.
 bool UndoReplace(const TStagingFolder& staging, int destination, const QByteArray& path,
                  const QByteArray& number)
 {

@@ -1,4 +1,4 @@
-// Moves what was unpacked to its place, all of it or nothing.
+// Moves the unpacked files from the staging folder into the destination.
 #pragma once
 
 #include "files/TPlacementJournal.h"
@@ -7,19 +7,19 @@ namespace hostimpl {
 
 class TStagingFolder;
 
-// Works out what has to be moved and changes nothing. False if a file is where a folder has to go,
-// or the other way round; `errorText` names it.
+// Computes the steps and changes nothing. Returns false if a file is in the place of a folder, or a
+// folder in the place of a file; `errorText` names the entry.
 bool PlanPlacement(int stagedFolder, int destination, TPlacementSteps& steps, QString& errorText);
 
-// Does all steps. False at the first that fails; the caller undoes.
+// Executes all steps. Returns false at the first step that fails; the caller then undoes the steps.
 bool Place(const TStagingFolder& staging, int destination, const TPlacementSteps& steps,
            QString& errorText);
 
-// Undoes whatever part of the steps was done, as far as the folders show it: after it the
-// destination is as it was before. May be repeated. False with errno set.
+// Undoes the executed steps, which the folders show, and restores the destination. A repeat is
+// safe. On failure returns false with errno set.
 bool UndoPlacement(const TStagingFolder& staging, int destination, const TPlacementSteps& steps);
 
-// Makes the folders durable that the steps changed. False with errno set.
+// Syncs the folders that the steps changed. On failure returns false with errno set.
 bool SyncPlacement(int destination, const TPlacementSteps& steps);
 
 } // namespace hostimpl

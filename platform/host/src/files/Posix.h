@@ -1,4 +1,4 @@
-// Small helpers over the system's file calls, for what Qt's file classes cannot do.
+// Small helpers for system calls on files that Qt's file classes do not offer.
 #pragma once
 
 #include <QtCore/QString>
@@ -40,32 +40,32 @@ private:
     int m_descriptor = -1;
 };
 
-// What there is to know of a file without its dates: with them, where times have 32 bits, the
-// system refuses to tell of one that is dated after 2038.
+// A file's properties without its dates. With 32-bit times, stat() fails for a file that is dated
+// after 2038; therefore the dates are not asked for.
 struct TFileStatus
 {
     mode_t mode; // kind and permissions
     std::int64_t sizeBytes;
 };
 
-// Of an open file, of what a path names (links are followed), or of what it names in a folder (a
-// link counts as what it is). Nothing with errno set.
+// The status of an open file, of a path (links are followed), or of an entry in a folder (links are
+// not followed). On failure returns no value and sets errno.
 std::optional<TFileStatus> StatusOf(int descriptor);
 std::optional<TFileStatus> StatusOf(const char* path);
 std::optional<TFileStatus> StatusAt(int folder, const char* path);
 
-// All bytes, however many calls it takes. False with errno set.
+// Writes all bytes, if necessary with several calls. On failure returns false with errno set.
 bool WriteAll(int descriptor, const void* bytes, std::size_t size);
 
-// Makes the entries of a folder durable. File systems that cannot do it count as done. False with
-// errno set.
+// Syncs the entries of a folder. Returns true on file systems that cannot sync a folder. On failure
+// returns false with errno set.
 bool SyncFolder(const QString& path);
 bool SyncFolder(int descriptor);
 
-// Of more files and folders than this it is quicker to sync the whole file system once.
+// For more files and folders than this, one sync of the whole file system is faster.
 constexpr int MOST_SYNCED_ONE_BY_ONE = 4;
 
-// What errno says, in words for an error text.
+// The meaning of an errno value, as part of an error text.
 QString SystemError(int error);
 
 } // namespace hostimpl

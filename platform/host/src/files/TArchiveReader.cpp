@@ -22,14 +22,14 @@ namespace {
 constexpr std::int64_t BYTES_PER_MEGABYTE = std::int64_t{1024} * 1024;
 constexpr std::size_t READ_BLOCK_BYTES = std::size_t{128} * 1024;
 
-// libarchive converts names to the thread's locale, which on a console may be "C" and then cannot
-// hold them: as long as this lives the thread's names are UTF-8.
+// libarchive converts names to the thread's locale. On a console this may be "C", which has no
+// characters beyond ASCII. During the object's lifetime the thread's locale is UTF-8.
 class TUtf8Locale
 {
 public:
     TUtf8Locale()
     {
-        // Never freed: the same for every call.
+        // Never freed, because every call uses it.
         static const locale_t utf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
         m_former = ::uselocale(utf8); // null changes nothing
     }
@@ -51,8 +51,8 @@ TArchiveReader::TArchiveReader(const QString& path, const TUnpackLimits& limits)
 
 TArchiveReader::~TArchiveReader() = default;
 
-// Only the reader that goes by the archive's directory: the one for streams would also take entries
-// that the directory does not list.
+// Uses only libarchive's reader that follows the archive's directory. The reader for streams also
+// accepts entries that the directory does not list.
 bool TArchiveReader::Open(QString& errorText)
 {
     const TUtf8Locale locale;
@@ -81,8 +81,8 @@ bool TArchiveReader::Open(QString& errorText)
     return true;
 }
 
-// Not with libarchive's reader of open files: it asks for their dates, too, and fails with those
-// that do not fit into a time of 32 bits.
+// libarchive's own reader of open files is not used, because it asks for the file's dates and fails
+// if a date does not fit into 32 bits.
 bool TArchiveReader::OpenInLibrary()
 {
     m_block.resize(READ_BLOCK_BYTES);
@@ -123,7 +123,7 @@ std::int64_t TArchiveReader::OnSkip(archive*, void* self, std::int64_t bytes)
     return skipped;
 }
 
-// Offsets come from the archive: any number may be asked for.
+// Offsets come from the archive, so that any number is possible.
 std::int64_t TArchiveReader::OnSeek(archive*, void* self, std::int64_t offset, int whence)
 {
     auto& reader = *static_cast<TArchiveReader*>(self);
@@ -137,7 +137,8 @@ std::int64_t TArchiveReader::OnSeek(archive*, void* self, std::int64_t offset, i
     return reader.m_position = position;
 }
 
-// libarchive does not know an archive without entries, of which there is only the end record.
+// libarchive does not accept an archive without entries. Such an archive consists of the end
+// record.
 bool TArchiveReader::IsEmptyArchive() const
 {
     constexpr std::size_t END_RECORD_BYTES = 22;
@@ -184,7 +185,7 @@ ENextEntry TArchiveReader::Next(TArchiveEntry& entry, QString& errorText)
     return ENextEntry::eEntry;
 }
 
-// What an archiver read from a pipe libarchive gives as a file, which it is.
+// libarchive reports an entry that an archiver read from a pipe as a file, which is right.
 QString TArchiveReader::TypeRefusal(archive_entry* entry) const
 {
     const char* reason = nullptr;
@@ -231,7 +232,8 @@ bool TArchiveReader::CopyContent(int descriptor, QString& errorText)
     }
 }
 
-// What an entry says of its size is checked before it is unpacked, what it really has while it is.
+// Called with an entry's stated size before the unpacking, and with the real size of each block
+// during the unpacking.
 bool TArchiveReader::IsWithinLimits(std::int64_t moreBytes, QString& errorText) const
 {
     const std::int64_t allowedByRatio =

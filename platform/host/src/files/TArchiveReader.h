@@ -1,4 +1,4 @@
-// Reads a ZIP archive that nobody vouches for.
+// Reads a ZIP archive from an untrusted source.
 #pragma once
 
 #include "hostimpl/Unpacking.h"
@@ -18,15 +18,15 @@ namespace hostimpl {
 
 struct TArchiveEntry
 {
-    QByteArray path; // as CheckArchiveName() lets it pass; empty for the destination itself
+    QByteArray path; // the result of CheckArchiveName(); empty for the destination itself
     bool isFolder = false;
 };
 
 enum class ENextEntry : std::uint8_t { eEntry, eEnd, eRefused };
 
-// Goes through the entries once, in the archive's order, and lets only files and folders with
-// harmless names pass. One thread. Errors: texts for the operator; after one the reader is of no
-// more use.
+// Returns the entries once, in the archive's order, and accepts only files and folders with
+// harmless names. One thread. Errors: texts for the operator. After an error the reader must not be
+// used again.
 class TArchiveReader
 {
 public:
@@ -35,7 +35,7 @@ public:
 
     bool Open(QString& errorText);
     ENextEntry Next(TArchiveEntry& entry, QString& errorText);
-    // Writes the content of the file that Next() came to.
+    // Writes the content of the current file, which Next() returned last.
     bool CopyContent(int descriptor, QString& errorText);
 
 private:
@@ -45,7 +45,7 @@ private:
     bool IsWithinLimits(std::int64_t moreBytes, QString& errorText) const;
     QString Damaged() const;
 
-    // libarchive's calls; `self` is the reader.
+    // Callbacks of libarchive; `self` is the reader.
     static ssize_t OnRead(archive* library, void* self, const void** block);
     static std::int64_t OnSkip(archive* library, void* self, std::int64_t bytes);
     static std::int64_t OnSeek(archive* library, void* self, std::int64_t offset, int whence);
@@ -53,7 +53,7 @@ private:
     const QString m_path;
     const TUnpackLimits m_limits;
     TDescriptor m_file;
-    std::vector<char> m_block; // that libarchive reads in
+    std::vector<char> m_block; // the buffer of OnRead()
     std::int64_t m_position = 0;
     std::unique_ptr<archive, int (*)(archive*)> m_archive;
     QByteArray m_entryName;

@@ -16,15 +16,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Goes on after an error, so that as little as possible is left.
+// Continues after an error, so that as much as possible is deleted.
 bool DeleteContent(const fs::path& folder, bool recursive)
 {
     bool isAllGone = true;
     std::error_code error;
     fs::directory_iterator entry(folder, error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        // Where times have 32 bits, std::filesystem takes a folder that is dated after 2038 for
-        // none.
+        // With 32-bit times, std::filesystem does not recognise a folder that is dated after 2038.
         const std::optional<hostimpl::TFileStatus> status =
             hostimpl::StatusAt(AT_FDCWD, entry->path().c_str());
         if (!status || (S_ISDIR(status->mode) && !recursive)) {
@@ -47,14 +46,14 @@ bool TFileSystemHelper::Unzip(const QString& archive, const QString& destination
     return hostimpl::Unzip(archive, destinationFolder, hostimpl::TUnpackLimits(), errorText);
 }
 
-// An empty path would mean the working directory, and "/" everything: neither can be meant.
+// An empty path (the working directory) and "/" are refused, because they can only be mistakes.
 bool TFileSystemHelper::DeleteDirGeneric(const QString& path, bool recursive,
                                          bool deleteFolderItself)
 {
     fs::path folder(QFile::encodeName(path).toStdString());
     folder = folder.lexically_normal();
     if (!folder.has_filename()) {
-        folder = folder.parent_path(); // without the separator at the end, which follows a link
+        folder = folder.parent_path(); // drops the separator at the end, which would follow a link
     }
     if (folder.empty() || folder == folder.root_path()) {
         return false;

@@ -24,7 +24,7 @@ bool TPlacementJournal::Write(const TPlacementSteps& steps) const
 {
     QByteArray text;
     for (const TPlacementStep& step : steps) {
-        // Names with line breaks never get here.
+        // CheckArchiveName() refuses names with line breaks.
         text += (step.kind == EPlacement::eAdd ? ADD_WORD : REPLACE_WORD) + step.path + '\n';
     }
     text += END_WORD;

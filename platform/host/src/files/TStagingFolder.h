@@ -1,4 +1,4 @@
-// The hidden folder that an archive is unpacked in before it comes to its place.
+// The hidden folder in which an archive is unpacked before its files are moved into place.
 #pragma once
 
 #include "files/Posix.h"
@@ -10,26 +10,26 @@
 namespace hostimpl {
 
 constexpr char STAGING_NAME[] = ".console-unpacking";
-constexpr char STAGED_NAME[] = "new";   // below it what was unpacked
-constexpr char REPLACED_NAME[] = "old"; // below it the files that were replaced, by number
+constexpr char STAGED_NAME[] = "new";   // the folder of the unpacked files
+constexpr char REPLACED_NAME[] = "old"; // the folder of the replaced files, which have numbers
 
-// Lies inside the destination, so that what was unpacked can be renamed into place. Everything in
-// it was created by this class with names that were checked, hence it holds no links. One thread,
-// under the destination's lock. Paths are relative, in UTF-8.
+// The folder lies inside the destination, so that the unpacked files can be renamed into place.
+// Only this class creates files in the folder, with checked names; therefore the folder holds no
+// links. One thread, under the destination's lock. Paths are relative, in UTF-8.
 class TStagingFolder
 {
 public:
-    // `destination` is an open folder; it must outlive this.
+    // `destination` is an open folder and must outlive this object.
     explicit TStagingFolder(int destination) : m_destination(destination) {}
 
     bool Create(QString& errorText);
-    // Opens the one that an earlier run left; false if there is none.
+    // Opens the staging folder of an earlier run. Returns false if there is none.
     bool OpenLeftover();
 
     bool AddFolder(const QByteArray& path, QString& errorText);
-    // Opens a new file for writing; its folder is created. Invalid on an error.
+    // Creates the file's folder and opens the new file for writing. Invalid on failure.
     TDescriptor AddFile(const QByteArray& path, QString& errorText);
-    // Makes what was added durable.
+    // Syncs the added files and folders.
     bool Sync(QString& errorText) const;
 
     // The staging folder, and in it the folders of STAGED_NAME and REPLACED_NAME.
@@ -46,12 +46,12 @@ private:
     TDescriptor m_staged;
     TDescriptor m_replaced;
     QSet<QByteArray> m_folders;
-    QVector<QByteArray> m_files; // no more than are synced one by one
+    QVector<QByteArray> m_files; // at most MOST_SYNCED_ONE_BY_ONE
     int m_fileCount = 0;
 };
 
-// Removes the staging folder, or whatever has its name, from a destination. False if something is
-// left.
+// Removes the staging folder, or any entry of its name, from a destination. Returns false if
+// something could not be removed.
 bool RemoveStaging(const QString& destinationFolder);
 
 } // namespace hostimpl

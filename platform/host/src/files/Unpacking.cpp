@@ -1,12 +1,12 @@
-// Unpacks an archive: reads it into a hidden folder of the destination, then moves it into place.
+// Unpacks an archive into a hidden folder of the destination, then moves the files into place.
 //
 //   read into staging ──► sync ──► write the journal ──► move ──► sync ──► remove the journal
 //        │ error                                          │ error            │
 //        ▼                                                ▼                  ▼
 //   remove staging                          undo by the journal        remove staging
 //
-// A run that is killed leaves its staging folder. With a journal the next one undoes the moves by
-// it; without, nothing had been moved, or everything had.
+// A killed run leaves its staging folder. If there is a journal, the next run undoes the moves with
+// it. If there is none, nothing was moved or everything was moved.
 #include "hostimpl/Unpacking.h"
 
 #include "files/Placement.h"
@@ -32,9 +32,9 @@ using namespace hostimpl;
 constexpr unsigned long LOOK_EVERY_MS = 50;
 constexpr qint64 RECOVERY_WAITS_MS = 1000;
 
-// Opens a folder and keeps others, also of other processes, from unpacking into it. The system ends
-// the lock with the descriptor, however the process ends. Not valid, and errno says why, when it
-// cannot be had before the deadline.
+// Opens and locks a folder, so that no other thread or process unpacks into it. The system releases
+// the lock when the descriptor is closed or the process ends. If the lock is not free before the
+// deadline, the descriptor is invalid and errno is set.
 TDescriptor LockFolder(const QString& path, const QDeadlineTimer& deadline)
 {
     TDescriptor folder(
@@ -43,7 +43,7 @@ TDescriptor LockFolder(const QString& path, const QDeadlineTimer& deadline)
     while (folder.IsValid() && ::flock(folder.Get(), waits ? LOCK_EX : LOCK_EX | LOCK_NB) != 0) {
         const int error = errno;
         if (error == EWOULDBLOCK && !deadline.hasExpired()) {
-            // Not past the deadline, but at least once more at it.
+            // The last attempt is at the deadline, not after it.
             const qint64 left = std::max<qint64>(deadline.remainingTime(), 0);
             QThread::msleep(std::min(LOOK_EVERY_MS, static_cast<unsigned long>(left)));
         } else if (error != EINTR) {
@@ -108,7 +108,7 @@ bool Extract(TArchiveReader& reader, TStagingFolder& staging, QString& errorText
     }
 }
 
-// On false nothing has changed, unless `isUndone` is false: then the journal has to stay.
+// On false nothing has changed, unless `isUndone` is false. Then the journal must stay.
 bool MoveIntoPlace(const TStagingFolder& staging, int destination, bool& isUndone,
                    QString& errorText)
 {
