@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <future>
 #include <mutex>
+#include <utility>
 
 namespace kesdk::impl {
 
@@ -242,7 +243,7 @@ TEST_F(CurlLink, ReplacesADeadConnection)
     EXPECT_EQ(peer.ConnectionCount(), 3);
 }
 
-// libcurl itself sends a request again when a kept connection dies.
+// libcurl sends a request once more by itself when a connection that it kept dies under it.
 TEST_F(CurlLink, ReportsThatARequestMayHaveArrivedTwice)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
@@ -311,6 +312,49 @@ TEST_F(CurlLink, AConnectionEndsWhenTheConsoleLosesItsAddress)
     const Failure failure = transport.Perform(request, {}).failure;
     EXPECT_EQ(failure.code, EErrorCode::eDropped) << failure.detail;
     EXPECT_EQ(asked, 1);
+}
+
+// The kept connection dies, and the connection that libcurl makes instead gets no TLS: from a link
+// that drops, or from the login page of a network.
+TEST_F(CurlLink, ReportsAKeptConnectionThatDiedAsDroppedWhenTheNextHandshakeFails)
+{
+    const std::string page = "HTTP/1.1 302 Found\r\nLocation: http://login.test/\r\n\r\n";
+    const std::pair<std::string, EErrorCode> cases[] = {{"", EErrorCode::eDropped},
+                                                        {page, EErrorCode::eCaptivePortal}};
+    for (const auto& [answer, later] : cases) {
+        TlsPeer* self = nullptr;
+        TlsPeer peer(GoodIdentity(), [&self, &text = answer](TlsPeer::Session& session) {
+            session.ReadHead();
+            session.Write(kHello);
+            session.ReadHead();
+            self->StopTls(text);
+        });
+        self = &peer;
+        CurlTransport transport(peer.Url(), Trust());
+        EXPECT_EQ(transport.Perform(request, {}).response.status, 200);
+        Zeros zeros(100); // libcurl notices the end when it sends these
+        HttpRequest upload;
+        upload.method = "POST";
+        upload.source = &zeros;
+        const Failure first = transport.Perform(upload, {}).failure;
+        EXPECT_TRUE(first.Is(EErrorCode::eDropped) || first.Is(later)) << first.detail;
+        const Failure second = transport.Perform(request, {}).failure;
+        EXPECT_EQ(second.code, later) << second.detail;
+    }
+}
+
+TEST_F(CurlLink, ReportsAnAnswerThatEndsInsideItsHeadAsDropped)
+{
+    const std::string head = "HTTP/1.1 201 Created\r\nContent-Length: 0\r\nX-Name: value\r\n\r\n";
+    for (std::size_t end = 0; end < head.size(); ++end) {
+        TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
+            session.ReadHead();
+            session.Write(head.substr(0, end));
+        });
+        CurlTransport transport(peer.Url(), Trust());
+        const Failure failure = transport.Perform(request, {}).failure;
+        EXPECT_EQ(failure.code, EErrorCode::eDropped) << end << ": " << failure.detail;
+    }
 }
 
 } // namespace kesdk::impl

@@ -53,6 +53,12 @@ void TlsPeer::Session::WaitForEnd()
     }
 }
 
+void TlsPeer::Session::Reset()
+{
+    const linger now{1, 0};
+    ::setsockopt(SSL_get_fd(m_ssl), SOL_SOCKET, SO_LINGER, &now, sizeof now);
+}
+
 TlsPeer::TlsPeer(Identity identity, Script script, int mostVersion, int receiveBufferBytes)
     : m_identity(std::move(identity)),
       m_script(std::move(script)),
@@ -68,7 +74,8 @@ TlsPeer::TlsPeer(Identity identity, Script script, int mostVersion, int receiveB
     Listen();
 }
 
-TlsPeer::TlsPeer(std::string plainAnswer) : m_plainAnswer(std::move(plainAnswer))
+TlsPeer::TlsPeer(std::string plainAnswer)
+    : m_plainAnswer(std::move(plainAnswer)), m_speaksTls(false)
 {
     Listen();
 }
@@ -105,6 +112,12 @@ void TlsPeer::StopListening()
     ::shutdown(m_listener, SHUT_RDWR); // ends the accept
 }
 
+void TlsPeer::StopTls(std::string plainAnswer)
+{
+    m_plainAnswer = std::move(plainAnswer);
+    m_speaksTls = false;
+}
+
 void TlsPeer::Run()
 {
     for (;;) {
@@ -121,7 +134,7 @@ void TlsPeer::Run()
 
 void TlsPeer::Serve(int descriptor)
 {
-    if (!m_plainAnswer.empty()) {
+    if (!m_speaksTls) {
         AnswerPlainly(descriptor);
         return;
     }
@@ -138,6 +151,8 @@ void TlsPeer::AnswerPlainly(int descriptor) const
 {
     std::array<char, 4096> bytes{};
     if (::recv(descriptor, bytes.data(), bytes.size(), 0) <= 0)
+        return;
+    if (m_plainAnswer.empty())
         return;
     ::send(descriptor, m_plainAnswer.data(), m_plainAnswer.size(), MSG_NOSIGNAL);
     while (::recv(descriptor, bytes.data(), bytes.size(), 0) > 0) {

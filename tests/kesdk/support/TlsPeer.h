@@ -29,6 +29,8 @@ public:
         void Write(const std::string& bytes);
         // Waits until the client disconnects.
         void WaitForEnd();
+        // The connection ends with a reset when the script ends.
+        void Reset();
 
     private:
         SSL* m_ssl;
@@ -49,6 +51,9 @@ public:
     int ConnectionCount() const { return m_connections; }
     // Refuses new connections. Open connections stay open.
     void StopListening();
+    // Answers the first bytes of new connections with this text, without TLS. If the text is empty,
+    // the connections end there.
+    void StopTls(std::string plainAnswer);
 
 private:
     struct FreeContext
@@ -63,11 +68,12 @@ private:
 
     Identity m_identity;
     Script m_script;
-    const std::string m_plainAnswer;
+    std::string m_plainAnswer; // written before m_speaksTls
     const int m_receiveBufferBytes = 0;
     std::unique_ptr<SSL_CTX, FreeContext> m_context;
     int m_listener = -1;
     int m_port = 0;
+    std::atomic<bool> m_speaksTls{true};
     std::atomic<int> m_connections{0};
     std::vector<std::thread> m_connectionThreads; // used by m_thread until it ends
     std::thread m_thread;

@@ -1,4 +1,3 @@
-// One request on its way through libcurl.
 #include "http/CurlTransfer.h"
 
 #include "base/Text.h"
@@ -8,7 +7,8 @@
 #include <sys/ioctl.h>
 
 #include <algorithm>
-#include <iterator>
+#include <string>
+#include <utility>
 
 namespace kesdk::impl {
 
@@ -26,6 +26,7 @@ CurlTransfer::CurlTransfer(CURL* easy, const HttpRequest& request, const Console
       m_console(console),
       m_sockets(sockets),
       m_begin(std::chrono::steady_clock::now()),
+      m_sent(m_begin),
       m_windowBegin(m_begin),
       m_addressSeen(m_begin),
       m_asleepAtBegin(console.asleep())
@@ -80,10 +81,18 @@ void CurlTransfer::SetBody()
     curl_easy_setopt(m_easy, CURLOPT_CUSTOMREQUEST, method.c_str());
 }
 
-// What the kernel still holds for a slow link has not moved: without looking there, the end of an
-// upload over such a link would look like a stall.
+// No connection is ready for the request: none was yet, or the kept one has died under it.
+bool CurlTransfer::IsConnecting() const
+{
+    return m_openedAtSend < 0 || m_openedAtSend != m_sockets.OpenedCount();
+}
+
+// Bytes that the kernel still holds have not moved: the end of an upload over a slow link would
+// look like a stall otherwise.
 std::int64_t CurlTransfer::MovedBytes() const
 {
+    if (IsConnecting())
+        return m_sockets.CarriedBytes();
     curl_off_t sent = 0;
     curl_easy_getinfo(m_easy, CURLINFO_SIZE_UPLOAD_T, &sent);
     const curl_socket_t socket = m_sockets.Of(m_easy);
@@ -113,14 +122,20 @@ Failure CurlTransfer::CheckLimits()
     const Time now = std::chrono::steady_clock::now();
     if (limits.total.count() > 0 && now - m_begin >= limits.total)
         return Failure(EErrorCode::eTimeout, "no whole answer in time");
+    const bool isConnecting = IsConnecting();
     const bool hasBegun = m_outcome.response.status >= 200;
-    if (limits.head.count() > 0 && !hasBegun && now - m_begin >= limits.head)
+    if (limits.head.count() > 0 && !isConnecting && !hasBegun && now - m_sent >= limits.head)
         return Failure(EErrorCode::eTimeout, "no answer in time");
     const std::int64_t moved = MovedBytes();
-    if (moved < m_windowBeginBytes || moved - m_windowBeginBytes >= limits.stallBytes) {
+    const std::int64_t least = isConnecting ? 1 : limits.stallBytes;
+    const bool isOther = isConnecting != std::exchange(m_wasConnecting, isConnecting);
+    if (isOther || moved < m_windowBeginBytes || moved - m_windowBeginBytes >= least) {
         m_windowBegin = now;
         m_windowBeginBytes = moved;
-    } else if (now - m_windowBegin >= limits.stallWindow) {
+    } else if (isConnecting && now - m_windowBegin >= limits.connect) {
+        return AfterConnectionDied(Failure(EErrorCode::eConnectTimeout, "no connection in time"),
+                                   CURLE_OPERATION_TIMEDOUT);
+    } else if (!isConnecting && now - m_windowBegin >= limits.stallWindow) {
         return Failure(EErrorCode::eTimeout, "the transfer stalled");
     }
     return CheckConsole(now);
@@ -129,38 +144,39 @@ Failure CurlTransfer::CheckLimits()
 HttpOutcome CurlTransfer::Finish(CURLcode code, const Failure& early, bool isClockWrong)
 {
     m_outcome.failure = early.IsSet() ? early : Translate(code, isClockWrong);
-    m_outcome.mayHaveRunBefore = m_tries > 1;
+    m_outcome.mayHaveRunBefore = m_sentCount > 1;
     return std::move(m_outcome);
 }
 
 Failure CurlTransfer::Translate(CURLcode code, bool isClockWrong) const
 {
-    if (code == CURLE_OK)
+    if (code == CURLE_OK && m_hasWholeHead)
         return {};
     if (m_sourceFailed)
-        return Failure(EErrorCode::eFileUnreadable, "reading what is sent failed");
+        return Failure(EErrorCode::eFileUnreadable, "the body could not be read");
     if (m_sinkFailed)
-        return Failure(EErrorCode::eCannotWrite, "taking what was received failed");
+        return Failure(EErrorCode::eCannotWrite, "the answer could not be stored");
+    if (code == CURLE_OK || (m_receivedBytes > 0 && !m_hasWholeHead))
+        return Failure(EErrorCode::eDropped, "the answer ended inside its head");
     CurlFacts facts;
     facts.text = m_errorText.data();
     facts.isClockWrong = isClockWrong;
     curl_easy_getinfo(m_easy, CURLINFO_SSL_VERIFYRESULT, &facts.verifyResult);
     curl_easy_getinfo(m_easy, CURLINFO_OS_ERRNO, &facts.osError);
-    return AfterTheFirstTry(TranslateCurlError(code, facts));
+    return AfterConnectionDied(TranslateCurlError(code, facts), code);
 }
 
-// When a connection that was kept dies under a request, libcurl makes another one for it. If that
-// fails, its verdict speaks of the new connection only, as if nothing had ever left the console.
-Failure CurlTransfer::AfterTheFirstTry(Failure failure) const
+// When a kept connection dies under a request, libcurl makes another one by itself. If that fails
+// too, the request may have left the console all the same, and libcurl's text is about the first
+// connection. The next attempt begins with a new connection and gets that connection's own error.
+Failure CurlTransfer::AfterConnectionDied(Failure failure, CURLcode code) const
 {
-    constexpr EErrorCode kOfNoConnection[] = {EErrorCode::eUnknownHost, EErrorCode::eRefused,
-                                              EErrorCode::eUnreachable,
-                                              EErrorCode::eConnectTimeout};
-    const bool hasNone = std::find(std::begin(kOfNoConnection), std::end(kOfNoConnection),
-                                   failure.code) != std::end(kOfNoConnection);
-    if (m_tries > 0 && hasNone) {
+    const bool isSure =
+        code == CURLE_PEER_FAILED_VERIFICATION || failure.Is(EErrorCode::eCaptivePortal);
+    if (m_sentCount > 0 && IsConnecting() && !isSure) {
         failure.code = EErrorCode::eDropped;
-        failure.detail = "the connection died under the request; then " + failure.detail;
+        failure.detail =
+            std::string("the connection died under the request; then: ") + curl_easy_strerror(code);
     }
     return failure;
 }
@@ -176,7 +192,8 @@ std::size_t CurlTransfer::TakeHeaderLine(std::string_view line)
         curl_easy_getinfo(m_easy, CURLINFO_RESPONSE_CODE, &status);
         response.status = static_cast<int>(status);
     } else if (text.empty()) {
-        if (response.status >= 200 && m_request.sink)
+        m_hasWholeHead = response.status >= 200;
+        if (m_hasWholeHead && m_request.sink)
             m_isBodyForSink = m_request.sink->Accept(response);
     } else if (const std::size_t colon = text.find(':'); colon != std::string_view::npos) {
         response.headers.push_back(
@@ -200,7 +217,10 @@ std::size_t CurlTransfer::TakeBody(const char* bytes, std::size_t sizeBytes)
 
 int CurlTransfer::OnRequest(void* self, char*, char*, int, int)
 {
-    ++static_cast<CurlTransfer*>(self)->m_tries;
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    ++transfer.m_sentCount;
+    transfer.m_openedAtSend = transfer.m_sockets.OpenedCount();
+    transfer.m_sent = std::chrono::steady_clock::now();
     return CURL_PREREQFUNC_OK;
 }
 

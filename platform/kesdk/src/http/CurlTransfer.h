@@ -44,7 +44,8 @@ private:
     std::size_t TakeHeaderLine(std::string_view line);
     std::size_t TakeBody(const char* bytes, std::size_t sizeBytes);
     Failure Translate(CURLcode code, bool isClockWrong) const;
-    Failure AfterTheFirstTry(Failure failure) const;
+    bool IsConnecting() const;
+    Failure AfterConnectionDied(Failure failure, CURLcode code) const;
 
     static int OnRequest(void* self, char* peer, char* local, int peerPort, int localPort);
     static std::size_t OnHeader(char* bytes, std::size_t size, std::size_t count, void* self);
@@ -59,11 +60,15 @@ private:
     std::array<char, CURL_ERROR_SIZE> m_errorText{};
     HttpOutcome m_outcome;
     std::int64_t m_receivedBytes = 0;
-    int m_tries = 0; // that had a connection to send the request on
+    int m_sentCount = 0;     // how often a connection was ready for the request
+    int m_openedAtSend = -1; // how many sockets had been opened then
+    bool m_hasWholeHead = false;
+    bool m_wasConnecting = true; // when the limits were checked last
     bool m_isBodyForSink = false;
     bool m_sourceFailed = false;
     bool m_sinkFailed = false;
     Time m_begin;
+    Time m_sent;
     Time m_windowBegin;
     Time m_addressSeen;
     std::chrono::milliseconds m_asleepAtBegin;

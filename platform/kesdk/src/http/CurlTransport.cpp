@@ -1,4 +1,3 @@
-// The transport over libcurl.
 #include "http/CurlTransport.h"
 
 #include "http/CurlTransfer.h"
@@ -18,6 +17,8 @@ constexpr int kLookEveryMs = 200;
 // For a file's content, and for all else, of which the event stream holds its own for hours.
 constexpr long kLargeBufferBytes = 512L * 1024;
 constexpr long kSmallBufferBytes = 16L * 1024;
+
+constexpr long kNeverMs = 24L * 60 * 60 * 1000;
 
 void InitialiseCurlOnce()
 {
@@ -153,8 +154,8 @@ void CurlTransport::SetCommonOptions(const HttpRequest& request)
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L); // an abort does not wait for a name server
     curl_easy_setopt(easy, CURLOPT_TCP_KEEPALIVE, 1L);
-    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
-                     static_cast<long>(request.limits.connect.count()));
+    // CurlTransfer watches the connecting: libcurl would also end a handshake that makes progress.
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, kNeverMs);
     const bool isDownload = request.sink && request.sink->IsForMuch();
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, isDownload ? kLargeBufferBytes : kSmallBufferBytes);
     curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE,

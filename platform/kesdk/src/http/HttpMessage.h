@@ -55,9 +55,9 @@ public:
 // A transfer that moves fewer than `stallBytes` in a `stallWindow` has stalled.
 struct HttpLimits
 {
-    std::chrono::milliseconds connect{10'000};
-    std::chrono::milliseconds total{0}; // 0 = as long as bytes move
-    std::chrono::milliseconds head{0};  // until the answer begins; 0 = as the others say
+    std::chrono::milliseconds connect{10'000}; // without a byte, until the handshake is done
+    std::chrono::milliseconds total{0};        // 0 = as long as bytes move
+    std::chrono::milliseconds head{0}; // from the request to the begin of the answer; 0 = no limit
     std::chrono::milliseconds stallWindow{30'000};
     std::int64_t stallBytes = 30;
 };

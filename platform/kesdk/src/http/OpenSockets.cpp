@@ -1,6 +1,6 @@
-// The sockets that a transport has open.
 #include "http/OpenSockets.h"
 
+#include <linux/tcp.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -35,7 +35,7 @@ void OpenSockets::Serve(CURL* easy)
     curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, this);
 }
 
-// Of several that were tried, the one that was taken is known by its port.
+// libcurl may open several sockets: the port tells which one it took.
 curl_socket_t OpenSockets::Of(CURL* easy) const
 {
     long port = 0;
@@ -48,12 +48,26 @@ curl_socket_t OpenSockets::Of(CURL* easy) const
     return CURL_SOCKET_BAD;
 }
 
+std::int64_t OpenSockets::CarriedBytes() const
+{
+    std::uint64_t bytes = 0;
+    for (const curl_socket_t socket : m_open) {
+        tcp_info info{};
+        socklen_t length = sizeof info;
+        if (::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &length) == 0)
+            bytes += info.tcpi_bytes_acked + info.tcpi_bytes_received;
+    }
+    return static_cast<std::int64_t>(bytes);
+}
+
 curl_socket_t OpenSockets::OnOpen(void* self, curlsocktype, curl_sockaddr* address)
 {
     const curl_socket_t socket =
         ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    auto& sockets = *static_cast<OpenSockets*>(self);
+    ++sockets.m_openedCount;
     if (socket != CURL_SOCKET_BAD)
-        static_cast<OpenSockets*>(self)->m_open.push_back(socket);
+        sockets.m_open.push_back(socket);
     return socket;
 }
 
