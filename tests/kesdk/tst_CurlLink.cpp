@@ -243,7 +243,7 @@ TEST_F(CurlLink, ReplacesADeadConnection)
     EXPECT_EQ(peer.ConnectionCount(), 3);
 }
 
-// libcurl sends a request once more by itself when a connection that it kept dies under it.
+// libcurl itself sends a request again when a kept connection dies.
 TEST_F(CurlLink, ReportsThatARequestMayHaveArrivedTwice)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {

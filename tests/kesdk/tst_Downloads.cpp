@@ -38,7 +38,7 @@ protected:
         EXPECT_EQ(folder.EntryCount(), 0u);
     }
 
-    Downloads downloads{api};
+    Downloads downloads{api, timing};
 };
 
 } // namespace

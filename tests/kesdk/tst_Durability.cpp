@@ -108,8 +108,8 @@ TEST_F(UploadDurability, SyncsTheKeyBeforeTheFirstRequest)
         if (line == "POST /v1/uploads")
             synced = recorder.Seen().size();
     };
-    Uploads process{api, state.Path("own")};
-    ExpectStored(process.Send(call, path, {inbox}), kContent);
+    Uploads process{api, timing, state.Path("own")};
+    ExpectStored(SendBy(process, path, {inbox}), kContent);
     ASSERT_EQ(synced, 3u);
     EXPECT_EQ(recorder.Seen()[0].substr(0, 5), "sync ");
     EXPECT_EQ(recorder.Seen()[1].substr(0, 7), "rename ");
@@ -124,8 +124,8 @@ TEST_F(UploadDurability, UploadsWithoutAJournalOnAFullDisk)
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
     const rlimit tiny{10, before.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tiny), 0);
-    Uploads process{api, state.Path("own")};
-    const auto sent = process.Send(call, path, {inbox});
+    Uploads process{api, timing, state.Path("own")};
+    const auto sent = SendBy(process, path, {inbox});
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
     ExpectStored(sent, kContent);
     EXPECT_TRUE(std::filesystem::is_directory(state.Path("own")));

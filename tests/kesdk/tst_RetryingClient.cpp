@@ -41,9 +41,10 @@ protected:
     test::FakeClock clock{time};
     test::FakeSleeper sleeper{time};
     test::FixedJitter jitter{1.0};
-    RetryingClient client{transport, clock, sleeper, jitter};
+    Timing timing{clock, sleeper, jitter};
+    RetryingClient client{transport, timing};
     HttpRequest get;
-    RetryPolicy policy{4, 500ms, 1500ms, 0ms};
+    CallPolicy policy{4, 0ms, {500ms, 1500ms}, {}};
 };
 
 } // namespace
@@ -58,7 +59,8 @@ TEST_F(RetryingClientTest, RetriesADroppedGetWithGrowingPauses)
 TEST_F(RetryingClientTest, TakesHalfOfThePauseAtRandom)
 {
     test::FixedJitter least{0.0};
-    RetryingClient other(transport, clock, sleeper, least);
+    Timing shortest(clock, sleeper, least);
+    RetryingClient other(transport, shortest);
     outcomes = {Drop(), Drop(), Good(200)};
     other.Perform(get, policy, {});
     EXPECT_EQ(time->Sleeps(), (Sleeps{250ms, 500ms}));
@@ -134,7 +136,7 @@ TEST_F(RetryingClientTest, StopsBeforeTheDeadline)
 TEST_F(RetryingClientTest, KeepsAShorterDeadlineOfOneAttempt)
 {
     policy.total = 20s;
-    get.limits.total = 9s;
+    policy.limits.total = 9s;
     outcomes = {Good(200)};
     Perform();
     EXPECT_EQ(sent[0].limits.total, 9s);

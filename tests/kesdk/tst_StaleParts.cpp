@@ -52,7 +52,7 @@ protected:
     // Fetches another file as a restarted console does, a month later or at `wallTimeS`.
     void FetchAnother(const WallClock& wallTimeS = &test::NextMonthS)
     {
-        Downloads others{api, wallTimeS};
+        Downloads others{api, timing, wallTimeS};
         EXPECT_FALSE(others.Fetch(call, file, folder.Path("other.zip")).IsSet());
         EXPECT_TRUE(folder.Has("other.zip"));
     }
@@ -191,7 +191,7 @@ TEST_F(StaleParts, AreRemovedWithATornJournal)
 
 TEST_F(StaleParts, AreSearchedOnceInEachFolder)
 {
-    Downloads once{api, &test::NextMonthS};
+    Downloads once{api, timing, &test::NextMonthS};
     EXPECT_FALSE(once.Fetch(call, file, folder.Path("here.zip")).IsSet());
     const std::string left = LeaveSmallPart("small.zip");
     MakeOld(left);

@@ -1,5 +1,6 @@
 // Uploads that a restarted console resumes from its journal, and uploads that it must not resume.
 #include "support/UploadFixture.h"
+#include "transfer/JournalFile.h"
 
 #include <algorithm>
 
@@ -17,10 +18,10 @@ protected:
 
     Result<std::vector<FileRecord>> SendAsNewProcess()
     {
-        Uploads process{api, state.Path("own"), wallTimeS};
-        return process.Send(call, path, {inbox});
+        Uploads process{api, timing, state.Path("own"), wallTimeS};
+        return SendBy(process, path, {inbox});
     }
-    // Leaves 30 bytes on the service. The journal holds the upload's address.
+    // Leaves 30 bytes on the service.
     void BeginAndStop()
     {
         service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
@@ -36,6 +37,13 @@ protected:
         std::error_code none;
         return static_cast<std::size_t>(
             std::distance(std::filesystem::directory_iterator(state.Path("own"), none), {}));
+    }
+    // A console removes a sent file. The journal is removed when the console starts again.
+    std::size_t JournalCountAfterRemoval()
+    {
+        std::filesystem::remove(path);
+        const Uploads process{api, timing, state.Path("own"), wallTimeS};
+        return JournalCount();
     }
     std::filesystem::path Journal() const
     {
@@ -65,9 +73,10 @@ TEST_F(UploadJournalTest, ResumesAtTheServicesOffset)
 {
     BeginAndStop();
     ExpectStored(SendAsNewProcess(), kContent);
-    EXPECT_EQ(SentSince(), (Lines{"HEAD /v1/uploads/u1", "PATCH /v1/uploads/u1"}));
+    EXPECT_EQ(SentSince(), (Lines{"POST /v1/uploads", "PATCH /v1/uploads/u1"}));
     EXPECT_EQ(LastContent(), kContent.substr(30));
-    EXPECT_EQ(JournalCount(), 0u) << "a journal that is no longer needed is removed";
+    EXPECT_EQ(JournalCount(), 1u) << "the file is still there";
+    EXPECT_EQ(JournalCountAfterRemoval(), 0u);
 }
 
 TEST_F(UploadJournalTest, ResumesByItsKeyWhenNoAnswerGaveTheAddress)
@@ -116,7 +125,7 @@ TEST_F(UploadJournalTest, SendsAChangedFileFromItsStart)
     folder.Write("report.txt", longer);
     ExpectStored(SendAsNewProcess(), longer);
     EXPECT_EQ(SentSince(), Lines{"POST /v1/uploads"});
-    EXPECT_EQ(JournalCount(), 0u);
+    EXPECT_EQ(JournalCountAfterRemoval(), 0u);
 }
 
 TEST_F(UploadJournalTest, SendsAFileWithAnotherDateFromItsStart)
@@ -137,7 +146,7 @@ TEST_F(UploadJournalTest, SendsAFileWithTheSameDateAndOtherContentFromItsStart)
     std::filesystem::last_write_time(path, written);
     ExpectStored(SendAsNewProcess(), other);
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1) << "the copy that mixed both contents";
-    EXPECT_EQ(JournalCount(), 0u);
+    EXPECT_EQ(JournalCountAfterRemoval(), 0u);
 }
 
 TEST_F(UploadJournalTest, FailsWhenTheFileChangesWhileItIsSent)
@@ -165,7 +174,8 @@ TEST_F(UploadJournalTest, ResumesAfterAnyErrorOnTheWay)
         EXPECT_EQ(JournalCount(), 1u);
         ExpectStored(SendAsNewProcess(), kContent);
         EXPECT_EQ(LastContent(), kContent.substr(20));
-        EXPECT_EQ(JournalCount(), 0u);
+        EXPECT_EQ(JournalCountAfterRemoval(), 0u);
+        folder.Write("report.txt", kContent);
         service.RemoveFile(service.FileIds(inbox).at(0));
     }
 }
@@ -180,7 +190,7 @@ TEST_F(UploadJournalTest, ResumesAfterAStallTimeoutAndARestart)
     call.abort = nullptr;
     ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(LastContent(), kContent.substr(30));
-    EXPECT_EQ(JournalCount(), 0u);
+    EXPECT_EQ(JournalCountAfterRemoval(), 0u);
 }
 
 // The new permissions give the file another computed key. Only the journal holds the first key.
@@ -241,7 +251,7 @@ TEST_F(UploadJournalTest, BeginsAnewWhenTheServiceHasNoSuchUpload)
     BeginAndStop();
     service.ForgetUploads();
     ExpectStored(SendAsNewProcess(), kContent);
-    EXPECT_EQ(JournalCount(), 0u);
+    EXPECT_EQ(JournalCountAfterRemoval(), 0u);
 }
 
 TEST_F(UploadJournalTest, RemovesATornJournal)
@@ -250,7 +260,7 @@ TEST_F(UploadJournalTest, RemovesATornJournal)
     std::filesystem::resize_file(Journal(), std::filesystem::file_size(Journal()) / 2);
     ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(service.Count("HEAD"), 0);
-    EXPECT_EQ(JournalCount(), 0u);
+    EXPECT_EQ(JournalCountAfterRemoval(), 0u);
 }
 
 TEST_F(UploadJournalTest, IgnoresAnAlteredJournal)
@@ -298,8 +308,117 @@ TEST_F(UploadJournalTest, TakesTheDateOfTheLastChunkThatArrived)
 TEST_F(UploadJournalTest, UploadsWithoutAJournalWhereTheFolderCannotBeWritten)
 {
     state.Write("file", "");
-    Uploads process{api, state.Path("file/own")};
-    ExpectStored(process.Send(call, path, {inbox}), kContent);
+    Uploads process{api, timing, state.Path("file/own")};
+    ExpectStored(SendBy(process, path, {inbox}), kContent);
+}
+
+// A kill between the answer and the removal of the local file.
+TEST_F(UploadJournalTest, StoresNoSecondFileWhenTheConsoleIsKilledBeforeItRemovesTheFile)
+{
+    ExpectStored(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
+    EXPECT_EQ(service.Count("PATCH"), 0);
+}
+
+TEST_F(UploadJournalTest, SendsAFileAgainInTheSameProcess)
+{
+    Uploads process{api, timing, state.Path("own")};
+    EXPECT_TRUE(SendBy(process, path, {inbox}));
+    EXPECT_TRUE(SendBy(process, path, {inbox}));
+    EXPECT_EQ(service.FileIds(inbox).size(), 2u);
+    EXPECT_EQ(JournalCount(), 1u);
+}
+
+TEST_F(UploadJournalTest, RemovesTheJournalWithTheNextUploadOnceTheFileIsGone)
+{
+    Uploads process{api, timing, state.Path("own")};
+    EXPECT_TRUE(SendBy(process, path, {inbox}));
+    std::filesystem::remove(path);
+    const std::string other = folder.Write("other.txt", "other");
+    EXPECT_TRUE(SendBy(process, other, {inbox}));
+    EXPECT_EQ(JournalCount(), 1u) << "of the other file";
+}
+
+// As a memory stick that is not plugged in.
+TEST_F(UploadJournalTest, KeepsTheJournalOfAFileWhoseFolderIsGone)
+{
+    BeginAndStop();
+    const std::filesystem::path away = state.Path("away");
+    std::filesystem::rename(folder.Path(), away);
+    {
+        const Uploads process{api, timing, state.Path("own")};
+    }
+    std::filesystem::rename(away, folder.Path());
+    ExpectStored(SendAsNewProcess(), kContent);
+    EXPECT_EQ(LastContent(), kContent.substr(30));
+}
+
+TEST_F(UploadJournalTest, ResumesFromAJournalBesideTheFile)
+{
+    state.Write("file", "");
+    const auto send = [this] {
+        Uploads process{api, timing, state.Path("file/own")};
+        return SendBy(process, path, {inbox});
+    };
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    AbortAfter("POST /v1/uploads", 1);
+    EXPECT_EQ(send().failure.code, EErrorCode::eAborted);
+    EXPECT_EQ(folder.EntryCount(), 2u) << "the file and its journal";
+    call.abort = nullptr;
+    ExpectStored(send(), kContent);
+    EXPECT_EQ(LastContent(), kContent.substr(20));
+    Uploads process{api, timing, state.Path("file/own")};
+    EXPECT_TRUE(SendBy(process, path, {inbox}));
+    EXPECT_EQ(service.FileIds(inbox).size(), 1u) << "the journal is of an earlier process";
+    std::filesystem::remove(path);
+    EXPECT_EQ(SendBy(process, path, {inbox}).failure.code, EErrorCode::eFileMissing);
+    const std::string other = folder.Write("other.txt", "other");
+    EXPECT_TRUE(SendBy(process, other, {inbox}));
+    EXPECT_EQ(folder.EntryCount(), 2u) << "the other file and its journal";
+}
+
+TEST_F(UploadJournalTest, RemovesStaleJournalsBesideTheFileAndNothingElse)
+{
+    const std::string digest(64, 'a');
+    const std::string mine = "." + digest + ".upload.new";
+    const std::string others[] = {"mine.upload", ".mine.upload", digest + ".upload",
+                                  "." + digest + ".uploads", "." + digest + ".upload"};
+    for (const std::string& name : others)
+        folder.Write(name, "the operator's");
+    folder.Write(mine, "kesdk jou");
+    const std::int64_t nowS = test::NextMonthS();
+    for (const std::string& name : others)
+        folder.Date(name, nowS - test::kWeekS - test::kHourS);
+    folder.Date(mine, nowS - test::kWeekS - test::kHourS);
+    wallTimeS = [nowS] { return nowS; };
+    ExpectStored(SendAsNewProcess(), kContent);
+    for (const std::string& name : others)
+        EXPECT_TRUE(folder.Has(name)) << name;
+    EXPECT_FALSE(folder.Has(mine));
+}
+
+// An earlier version of the library computed the key from the file, and kept the address.
+TEST_F(UploadJournalTest, UsesTheJournalOfAnEarlierVersion)
+{
+    BeginAndStop();
+    const std::string place = Journal();
+    std::string text = *ReadJournal(place);
+    text.insert(text.size() - 1, R"(,"location":"/v1/uploads/u1")");
+    ASSERT_TRUE(WriteJournal(place, text));
+    ExpectStored(SendAsNewProcess(), kContent);
+    EXPECT_EQ(LastContent(), kContent.substr(30));
+    EXPECT_EQ(JournalCountAfterRemoval(), 0u);
+}
+
+TEST_F(UploadJournalTest, SendsEachFileUnderAKeyOfItsOwn)
+{
+    const std::string other = folder.Write("other.txt", kContent);
+    EXPECT_TRUE(Send());
+    EXPECT_TRUE(SendBy(uploads, other, {inbox}));
+    const auto requests = service.Requests();
+    const std::string key = requests.back().Header("Idempotency-Key");
+    EXPECT_EQ(key.size(), 64u);
+    EXPECT_NE(key, requests[requests.size() - 2].Header("Idempotency-Key"));
 }
 
 } // namespace kesdk::impl

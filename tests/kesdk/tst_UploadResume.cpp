@@ -19,7 +19,7 @@ TEST_F(UploadResume, ResumesAtEveryOffset)
         const std::string content = kContent + std::to_string(at);
         const std::string file = folder.Write("cut" + std::to_string(at), content);
         service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, at));
-        const auto sent = uploads.Send(call, file, {inbox});
+        const auto sent = SendBy(uploads, file, {inbox});
         ASSERT_EQ(sent.failure.code, EErrorCode::eNone) << at << sent.failure.detail;
         EXPECT_EQ(service.Content(sent.value.at(0).id), content) << at;
         EXPECT_EQ(service.Requests().back().content, content.substr(at))
@@ -42,9 +42,13 @@ TEST_F(UploadResume, ResumesAfterAStallTimeout)
     service.FailNext(Stall("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Drop("POST /v1/uploads", EErrorCode::eTimeout)); // asks for the offset
     service.FailNext(Stall("PATCH", Fault::EKind::eCutRequest, 10));
-    service.FailNext(Drop("HEAD", EErrorCode::eTimeout));
+    service.onRequest = [this](const std::string& line) {
+        if (line.rfind("PATCH", 0) == 0 && service.Count("PATCH") == 0)
+            service.FailNext(Drop("POST /v1/uploads", EErrorCode::eTimeout));
+    };
     ExpectStored(Send(), kContent);
     EXPECT_EQ(service.Requests().back().content, kContent.substr(30));
+    EXPECT_EQ(service.Count("POST /v1/uploads"), 5);
     ExpectContentLimits("PATCH");
 }
 
@@ -89,17 +93,20 @@ TEST_F(UploadResume, DoesNotCountTheTimeOfReadingTheSentPartAgain)
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 10));
     AbortAfter("PATCH", 1);
-    EXPECT_EQ(Uploads(api, state.Path()).Send(call, path, {inbox}).failure.code,
-              EErrorCode::eAborted);
+    {
+        Uploads process{api, timing, state.Path("own")};
+        EXPECT_EQ(SendBy(process, path, {inbox}).failure.code, EErrorCode::eAborted);
+    }
+    Uploads process{api, timing, state.Path("own")};
     bool isNext = false;
-    service.onRequest = [&](const std::string& line) { isNext = line.rfind("HEAD", 0) == 0; };
+    service.onRequest = [&](const std::string& line) { isNext = line == "POST /v1/uploads"; };
     call.abort = [&] { // polled between two blocks of the digest
         if (std::exchange(isNext, false))
             time->Advance(std::chrono::minutes(6));
         return false;
     };
     service.FailNext(Drop("PATCH"));
-    ExpectStored(Uploads(api, state.Path()).Send(call, path, {inbox}), kContent);
+    ExpectStored(SendBy(process, path, {inbox}), kContent);
     EXPECT_EQ(service.Count("PATCH"), 3);
 }
 
@@ -124,7 +131,7 @@ TEST_F(UploadResume, LastsAnyTimeAsLongAsBytesArrive)
             return;
         service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 3));
         for (int lost = 0; lost < 34; ++lost) // about four minutes
-            service.FailNext(Drop("HEAD"));
+            service.FailNext(Drop("POST /v1/uploads"));
     };
     const Clock::Time begin = time->Now();
     ExpectStored(Send(), kContent);
@@ -155,12 +162,13 @@ TEST_F(UploadResume, GivesUpWhenLongRequestsStoreNothing)
     EXPECT_EQ(service.Count("PATCH"), 6);
 }
 
-TEST_F(UploadResume, AsksForTheOffsetWithoutTheKey)
+TEST_F(UploadResume, AsksForTheOffsetByTheKey)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 10));
     ExpectStored(Send(), kContent);
-    EXPECT_EQ(service.Count("HEAD /v1/uploads/"), 1);
+    EXPECT_EQ(service.Count("POST /v1/uploads"), 3);
+    EXPECT_EQ(service.Count("HEAD"), 0);
     EXPECT_EQ(service.Requests().back().content, kContent.substr(30));
 }
 
@@ -180,8 +188,8 @@ TEST_F(UploadResume, FindsTheResultAfterARestart)
     AbortAfter("POST /v1/uploads", 1);
     EXPECT_EQ(Send().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
-    Uploads restarted{api};
-    ExpectStored(restarted.Send(call, path, {inbox}), kContent);
+    Uploads restarted{api, timing};
+    ExpectStored(SendBy(restarted, path, {inbox}), kContent);
 }
 
 TEST_F(UploadResume, ResumesAfterARestart)
@@ -190,8 +198,8 @@ TEST_F(UploadResume, ResumesAfterARestart)
     AbortAfter("POST /v1/uploads", 1);
     EXPECT_EQ(Send().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
-    Uploads restarted{api};
-    ExpectStored(restarted.Send(call, path, {inbox}), kContent);
+    Uploads restarted{api, timing};
+    ExpectStored(SendBy(restarted, path, {inbox}), kContent);
     EXPECT_EQ(service.Requests().back().content, kContent.substr(20));
 }
 
@@ -212,8 +220,8 @@ TEST_F(UploadResume, AsksForTheOffsetAgainAfterAMismatch)
 TEST_F(UploadResume, StoresNoSecondFileAfterARestart)
 {
     ExpectStored(Send(), kContent);
-    Uploads restarted{api};
-    ExpectStored(restarted.Send(call, path, {inbox}), kContent);
+    Uploads restarted{api, timing};
+    ExpectStored(SendBy(restarted, path, {inbox}), kContent);
 }
 
 TEST_F(UploadResume, WaitsAsLongAsRetryAfterSays)

@@ -1,6 +1,8 @@
 // Uploads of files that change while they are sent, and the service's answers to uploads.
 #include "support/UploadFixture.h"
 
+#include <nlohmann/json.hpp>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -13,6 +15,34 @@ namespace {
 
 using test::Fault;
 using test::SentRequest;
+
+// The service's answer to the last request of an upload.
+HttpResponse AnswerTo(const std::string& name, const std::vector<std::int64_t>& ids,
+                      const std::string& content, std::int64_t container,
+                      std::int64_t moreBytes = 0)
+{
+    Sha256 hash;
+    hash.Update(content.data(), content.size());
+    const Sha256::Digest digest = hash.Finish();
+    nlohmann::json files = nlohmann::json::array();
+    std::string list;
+    for (const std::int64_t id : ids) {
+        list += (list.empty() ? "" : ",") + std::to_string(id);
+        files.push_back({{"id", id},
+                         {"kind", "file"},
+                         {"name", name},
+                         {"container", container},
+                         {"size", static_cast<std::int64_t>(content.size()) + moreBytes},
+                         {"sha256", ToHex(digest)},
+                         {"created_at", "2026-01-01T00:00:00Z"},
+                         {"etag", '"' + ToHex(digest) + '"'}});
+    }
+    return test::Reply(201, nlohmann::json{{"files", files}}.dump(),
+                       {{"Location", "/kelvo-api/v1/uploads/earlier"},
+                        {"Upload-Offset", std::to_string(content.size())},
+                        {"Kelvo-File-Ids", list},
+                        {"Repr-Digest", ToReprDigest(digest)}});
+}
 
 } // namespace
 
@@ -60,7 +90,7 @@ TEST_F(UploadsTest, ReadsTheSizeOfAFileAboveFourGiB)
 TEST_F(UploadsTest, StoresTheFileInEveryTarget)
 {
     const std::int64_t second = service.AddInbox(user, "Curves");
-    const auto sent = uploads.Send(call, path, {inbox, second});
+    const auto sent = SendBy(uploads, path, {inbox, second});
     ASSERT_EQ(sent.value.size(), 2u);
     EXPECT_EQ(sent.value[1].containerId, second);
     EXPECT_EQ(service.Content(service.FileIds(second).at(0)), kContent);
@@ -118,9 +148,9 @@ TEST_F(UploadsTest, DeletesAWrongCopyAfterARestart)
 {
     const kelvo::test::TempFolder state;
     const auto sendAs = [&](const char* account) {
-        Uploads process{api, state.Path("own")};
+        Uploads process{api, timing, state.Path("own")};
         call.account = account;
-        return process.Send(call, path, {inbox});
+        return SendBy(process, path, {inbox});
     };
     service.CorruptNextCommit();
     for (int i = 0; i < 3; ++i)
@@ -135,7 +165,8 @@ TEST_F(UploadsTest, DeletesAWrongCopyAfterARestart)
     EXPECT_TRUE(sendAs("https://service.test\n7"));
     const Ids left = service.FileIds(inbox);
     EXPECT_EQ(std::count(left.begin(), left.end(), wrong[0]), 0);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(state.Path("own")), {}), 0);
+    for (const auto& entry : std::filesystem::directory_iterator(state.Path("own")))
+        EXPECT_NE(entry.path().extension(), ".discard");
 }
 
 TEST_F(UploadsTest, DeletesAWrongCopyAlsoWhenTheCallIsAborted)
@@ -200,6 +231,75 @@ TEST_F(UploadsTest, KeepsTheFileOfAnEarlierUploadWhenTheLocalFileChanges)
     EXPECT_EQ(service.Count("DELETE"), 0);
 }
 
+// A broken middlebox repeats the answer to an earlier upload.
+TEST_F(UploadsTest, IgnoresTheAnswerToAnotherUpload)
+{
+    const std::string gone = folder.Write("gone.txt", "the only copy, " + kContent);
+    ASSERT_TRUE(SendBy(uploads, gone, {inbox}));
+    std::filesystem::remove(gone);
+    const std::int64_t earlier = service.FileIds(inbox).front();
+    for (const char* line : {"POST /v1/uploads", "PATCH /v1/uploads"}) {
+        for (const std::int64_t id : {earlier, earlier + 100}) { // known to this process, or not
+            service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+            service.FailNext(
+                Answer("PATCH", AnswerTo("gone.txt", {id}, service.Content(earlier), inbox)));
+            if (line[1] == 'O')
+                service.FailNext(
+                    Answer(line, AnswerTo("gone.txt", {id}, service.Content(earlier), inbox)));
+            const auto sent = Send();
+            ASSERT_TRUE(sent) << sent.failure.detail;
+            ASSERT_EQ(service.FileIds(inbox).size(), 2u);
+            EXPECT_EQ(service.Content(sent.value.at(0).id), kContent);
+            service.RemoveFile(sent.value[0].id);
+        }
+    }
+    EXPECT_EQ(service.FileIds(inbox), Ids{earlier});
+    EXPECT_EQ(service.Count("DELETE"), 0);
+}
+
+// All of the answer is right, but the file's name, or size, or place.
+TEST_F(UploadsTest, IgnoresAnAnswerWithOneWrongRecord)
+{
+    for (const HttpResponse& answer : {AnswerTo("other.txt", {900}, kContent, inbox),
+                                       AnswerTo("report.txt", {900}, kContent, inbox + 1),
+                                       AnswerTo("report.txt", {900}, kContent, inbox, 1),
+                                       AnswerTo("report.txt", {900, 901}, kContent, inbox)}) {
+        const auto before = service.FileIds(inbox).size();
+        service.FailNext(Answer("POST /v1/uploads", answer));
+        const auto sent = Send();
+        ASSERT_TRUE(sent) << sent.failure.detail;
+        EXPECT_NE(sent.value.at(0).id, 900);
+        EXPECT_EQ(service.FileIds(inbox).size(), before + 1);
+    }
+    EXPECT_EQ(service.Count("DELETE"), 0);
+}
+
+TEST_F(UploadsTest, GivesUpWhenEveryAnswerIsToAnotherUpload)
+{
+    const std::int64_t earlier = service.AddFile(inbox, "gone.txt", "the only copy");
+    for (int i = 0; i < 50; ++i)
+        service.FailNext(
+            Answer("POST /v1/uploads", AnswerTo("gone.txt", {earlier}, "the only copy", inbox)));
+    EXPECT_EQ(Send().failure.code, EErrorCode::eBadReply);
+    EXPECT_EQ(service.Count("POST /v1/uploads"), 6);
+    EXPECT_EQ(service.Count("DELETE"), 0);
+    EXPECT_EQ(service.FileIds(inbox), Ids{earlier});
+}
+
+TEST_F(UploadsTest, IgnoresTheOffsetOfAnotherUpload)
+{
+    for (const char* offset : {"40", "4000"}) {
+        service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+        service.FailNext(Answer("PATCH", test::Reply(204, {},
+                                                     {{"Location", "/kelvo-api/v1/uploads/x9"},
+                                                      {"Upload-Offset", offset}})));
+        const auto sent = Send();
+        ASSERT_TRUE(sent) << sent.failure.detail;
+        EXPECT_EQ(service.Content(sent.value.at(0).id), kContent);
+    }
+    EXPECT_EQ(service.Count("PATCH /v1/uploads/x9"), 0);
+}
+
 TEST_F(UploadsTest, DeletesTheCopyOfAFileThatChangedWhileItWasSent)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
@@ -228,28 +328,31 @@ TEST_F(UploadsTest, DeletesTheCopyWhenAnotherFileTookTheName)
 TEST_F(UploadsTest, KeepsTheCopyOfAFileThatWasRemovedWhileItWasSent)
 {
     const auto remove = [this] { std::filesystem::remove(path); };
-    ExpectStored(uploads.Send(call, path, {inbox}, remove), kContent);
+    ExpectStored(Send(remove), kContent);
     EXPECT_EQ(service.Count("DELETE"), 0);
 }
 
 TEST_F(UploadsTest, KeepsTheCopyOfAFileThatWasRenamedWhileItWasSent)
 {
     const auto rename = [this] { std::filesystem::rename(path, folder.Path("renamed")); };
-    ExpectStored(uploads.Send(call, path, {inbox}, rename), kContent);
+    ExpectStored(Send(rename), kContent);
 }
 
 TEST_F(UploadsTest, DeletesAWrongCopyOfAFileThatWasRemovedWhileItWasSent)
 {
     service.CorruptNextCommit();
-    const auto remove = [this] { std::filesystem::remove(path); };
-    ExpectFailure(uploads.Send(call, path, {inbox}, remove), EErrorCode::eFileChanged);
+    service.onRequest = [this](const std::string& line) {
+        if (line.rfind("POST", 0) == 0)
+            std::filesystem::remove(path);
+    };
+    ExpectFailure(Send(), EErrorCode::eFileChanged);
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1);
 }
 
 // The copy holds the content before the rewrite. It is the only content left.
 TEST_F(UploadsTest, KeepsTheCopyOfAFileThatWasRewrittenAndThenRemoved)
 {
-    const auto sent = uploads.Send(call, path, {inbox}, [this] {
+    const auto sent = Send([this] {
         folder.Write("report.txt", "rewritten");
         std::filesystem::remove(path);
     });
@@ -270,9 +373,8 @@ TEST_F(UploadsTest, NoticesAFileThatShrinks)
 
 TEST_F(UploadsTest, ReportsAMissingFileAndAFolder)
 {
-    EXPECT_EQ(uploads.Send(call, folder.Path("none"), {inbox}).failure.code,
-              EErrorCode::eFileMissing);
-    EXPECT_EQ(uploads.Send(call, folder.Path(), {inbox}).failure.code, EErrorCode::eNotAFile);
+    EXPECT_EQ(SendBy(uploads, folder.Path("none"), {inbox}).failure.code, EErrorCode::eFileMissing);
+    EXPECT_EQ(SendBy(uploads, folder.Path(), {inbox}).failure.code, EErrorCode::eNotAFile);
     EXPECT_EQ(service.Count("POST /v1/uploads"), 0);
 }
 

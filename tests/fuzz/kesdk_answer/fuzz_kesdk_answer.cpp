@@ -82,11 +82,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     SystemClock clock;
     SystemSleeper sleeper;
     SystemJitter jitter;
-    RetryingClient http(transport, clock, sleeper, jitter);
+    Timing timing(clock, sleeper, jitter);
+    RetryingClient http(transport, timing);
     ApiClient api(http);
     ApiCall call;
-    call.policy.attempts = 1;
-    const auto upload = api.AskUpload(call, "/v1/uploads/u1");
+    call.policy = PolicyOf(ECall::eContent);
+    const auto upload = api.BeginUpload(call, {"a.zip", 3, {1}, "key"}, nullptr);
     if (upload) {
         Demand(upload.value.offsetBytes >= 0, "an offset is not negative");
         const std::string& location = upload.value.location;

@@ -144,6 +144,9 @@ TEST_F(BadLink, ResumesAnUploadAfterARestart)
     ASSERT_EQ(listed.content.size(), 1u);
     EXPECT_EQ(farm.Content(listed.content.front().id), Content());
     EXPECT_LT(link.BytesToService() - before, MostBytesOfAResumedUpload());
+    std::filesystem::remove(folder.Path("job.zip")); // as the console does
+    connection->Unsubscribe(&listener);
+    connection.reset();
     EXPECT_TRUE(std::filesystem::is_empty(state.Path("sdk")));
 }
 

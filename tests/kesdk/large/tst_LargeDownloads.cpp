@@ -34,7 +34,7 @@ protected:
     // Fetches as a restarted console does.
     Failure Fetch()
     {
-        Downloads process{api};
+        Downloads process{api, timing};
         return process.Fetch(call, file, folder.Path("here.zip"));
     }
     // Expects a request for the text from `from`, and answers `bytes` of it. The answer's range

@@ -48,7 +48,7 @@ protected:
     const std::string content = LargeContent();
     const std::int64_t id = service.AddFile(inbox, "line.zip", content);
     impl::FileRecord file = *api.GetResource(call, id).value.file;
-    impl::Downloads downloads{api};
+    impl::Downloads downloads{api, timing};
 };
 
 } // namespace kesdk::test

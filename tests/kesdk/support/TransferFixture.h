@@ -105,7 +105,8 @@ protected:
     FakeClock clock{time};
     FakeSleeper sleeper{time};
     FixedJitter jitter{1.0};
-    impl::RetryingClient http{*transport, clock, sleeper, jitter};
+    impl::Timing timing{clock, sleeper, jitter};
+    impl::RetryingClient http{*transport, timing};
     impl::ApiClient api{http};
     impl::ApiCall call;
 };

@@ -5,6 +5,7 @@
 #include "support/TransferFixture.h"
 #include "transfer/Uploads.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,22 @@ protected:
     static inline const std::string kContent =
         "Hektar für Hektar: a report of fifty-some bytes, no more";
 
-    Result<std::vector<FileRecord>> Send() { return uploads.Send(call, path, {inbox}); }
+    // Sends and confirms, as the connection does. `between` runs before the last look at the file.
+    Result<std::vector<FileRecord>> SendBy(Uploads& process, const std::string& file,
+                                           const Ids& targets,
+                                           const std::function<void()>& between = {})
+    {
+        const Result<Uploads::Sent> sent = process.Send(call, file, targets);
+        if (!sent)
+            return sent.failure;
+        if (between)
+            between();
+        return process.Confirm(call, sent.value);
+    }
+    Result<std::vector<FileRecord>> Send(const std::function<void()>& between = {})
+    {
+        return SendBy(uploads, path, {inbox}, between);
+    }
 
     // The upload succeeded, and the service holds exactly one copy, with the right content.
     void ExpectStored(const Result<std::vector<FileRecord>>& sent, const std::string& content)
@@ -56,7 +72,7 @@ protected:
     }
 
     const std::string path = folder.Write("report.txt", kContent);
-    Uploads uploads{api};
+    Uploads uploads{api, timing};
 };
 
 } // namespace kesdk::impl

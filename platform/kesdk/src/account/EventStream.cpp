@@ -1,4 +1,3 @@
-// One connection to the service's event stream.
 #include "account/EventStream.h"
 
 #include "account/EventParser.h"
@@ -6,17 +5,11 @@
 #include "client/ApiJson.h"
 #include "client/Problems.h"
 
-#include <chrono>
 #include <string_view>
 
 namespace kesdk::impl {
 
 namespace {
-
-// A comment comes every 60 s: one may be late, and the second is not waited for.
-constexpr std::chrono::seconds kLongestSilence{118};
-// The first comes at once: a link that does not carry it is dead, and whoever logs in waits for it.
-constexpr std::chrono::seconds kLongestOpening{30};
 
 bool IsEventStream(const HttpResponse& head)
 {
@@ -85,10 +78,7 @@ StreamOutcome EventStream::Run(const ApiCall& call, const std::string& cursor,
                                const Handlers& handlers)
 {
     ApiCall streamCall = call;
-    streamCall.limits.total = std::chrono::milliseconds(0);
-    streamCall.limits.head = kLongestOpening;
-    streamCall.limits.stallWindow = kLongestSilence;
-    streamCall.limits.stallBytes = 1;
+    streamCall.policy = PolicyOf(ECall::eEvents);
     EventSink sink(handlers);
     const HttpOutcome outcome = m_api.ReadEvents(streamCall, cursor, sink);
     const Failure failure = FailureOf(outcome);

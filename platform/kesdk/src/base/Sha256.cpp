@@ -20,6 +20,8 @@ Sha256::Sha256() : m_context(EVP_MD_CTX_new())
 }
 
 Sha256::~Sha256() = default;
+Sha256::Sha256(Sha256&&) noexcept = default;
+Sha256& Sha256::operator=(Sha256&&) noexcept = default;
 
 void Sha256::Reset()
 {

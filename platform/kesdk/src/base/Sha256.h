@@ -16,8 +16,8 @@ public:
 
     Sha256();
     ~Sha256();
-    Sha256(const Sha256&) = delete;
-    Sha256& operator=(const Sha256&) = delete;
+    Sha256(Sha256&&) noexcept;
+    Sha256& operator=(Sha256&&) noexcept;
 
     void Reset();
     void Update(const void* bytes, std::size_t sizeBytes);

@@ -1,4 +1,3 @@
-// The service's API: its paths, headers and documents.
 #include "client/ApiClient.h"
 
 #include "base/Text.h"
@@ -33,7 +32,7 @@ Failure BadReply(const HttpResponse& response)
                    response.status);
 }
 
-// What `parse` makes of a good answer's body.
+// The body of a good answer, as `parse` reads it.
 template <class T, class Parse>
 Result<T> ReadReply(const HttpOutcome& outcome, Parse parse)
 {
@@ -47,7 +46,7 @@ Result<T> ReadReply(const HttpOutcome& outcome, Parse parse)
 Failure ReadEmptyReply(const HttpOutcome& outcome)
 {
     const Failure failure = FailureOf(outcome);
-    // Anything with a body was not said by the service.
+    // The service sends no body here: an answer with a body came from something else.
     const bool isGood = outcome.response.IsSuccess() && outcome.response.body.empty();
     return failure.IsSet() || isGood ? failure : BadReply(outcome.response);
 }
@@ -59,7 +58,7 @@ std::int64_t IdOf(const ResourceRecord& record)
     return record.inbox ? record.inbox->id : record.file->id;
 }
 
-// What came instead of what was asked for would be taken for it.
+// Refuses an answer about another resource than the request named.
 template <class T>
 Result<T> OnlyIf(bool isAskedFor, Result<T> reply)
 {
@@ -75,14 +74,11 @@ std::string Resource(std::int64_t id)
 
 } // namespace
 
-ApiClient::ApiClient(RetryingClient& http) : m_http(http) {}
-
 HttpOutcome ApiClient::Perform(const ApiCall& call, HttpRequest request)
 {
     if (!call.token.empty())
         request.headers.push_back({"Authorization", "Bearer " + call.token});
-    request.limits = call.limits;
-    return m_http.Perform(request, call.policy, call.abort);
+    return m_http.Perform(std::move(request), call.policy, call.abort, call.lastStart);
 }
 
 Result<LoginRecord> ApiClient::LogIn(const ApiCall& call, const std::wstring& user,
@@ -162,7 +158,7 @@ Failure ApiClient::DeleteFile(const ApiCall& call, std::int64_t fileId, const st
     const HttpOutcome outcome = Perform(call, std::move(request));
     const Failure failure = FailureOf(outcome);
     const bool isGone = failure.Is(EErrorCode::eNotFound) || failure.Is(EErrorCode::eFileGone);
-    // The try whose answer was lost did it: an id that is gone never comes back by itself.
+    // The attempt with the lost answer deleted it: ids are never reused.
     if (outcome.mayHaveRunBefore && isGone)
         return {};
     return ReadEmptyReply(outcome);

@@ -6,20 +6,20 @@
 #include "kesdk/api/Environment.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace kesdk::impl {
 
-// What all requests of one operation have in common.
+// All requests of one operation have this in common.
 struct ApiCall
 {
-    std::string token; // of the session; empty only for a login
-    // The service and the account, for what outlives the session; empty: nothing does.
-    std::string account;
+    std::string token;   // of the session; empty only for a login
+    std::string account; // and service: journals that outlive the session name them
     AbortCheck abort;
-    RetryPolicy policy;
-    HttpLimits limits;
+    CallPolicy policy = PolicyOf(ECall::eAccount);
+    std::optional<Clock::Time> lastStart; // no attempt begins later
 };
 
 struct NewUpload
@@ -45,7 +45,7 @@ struct ContentRequest
 class ApiClient
 {
 public:
-    explicit ApiClient(RetryingClient& http);
+    explicit ApiClient(RetryingClient& http) : m_http(http) {}
 
     Result<LoginRecord> LogIn(const ApiCall& call, const std::wstring& user,
                               const std::wstring& password);
@@ -59,11 +59,10 @@ public:
     // Ends when the stream does; its bytes go to the sink.
     HttpOutcome ReadEvents(const ApiCall& call, const std::string& cursor, BodySink& sink);
 
-    // Begins an upload, or asks where one with this key stands: then `content` must be null.
+    // Begins an upload. Without content: asks for the offset, or the result, of the upload with
+    // this key.
     Result<UploadRecord> BeginUpload(const ApiCall& call, const NewUpload& upload,
                                      BodySource* content);
-    // Where the upload at this address stands, without its result.
-    Result<UploadRecord> AskUpload(const ApiCall& call, const std::string& location);
     Result<UploadRecord> ContinueUpload(const ApiCall& call, const std::string& location,
                                         std::int64_t offsetBytes, BodySource& content);
 
@@ -77,7 +76,8 @@ public:
                       bool sharing);
     Failure PostPosition(const ApiCall& call, const api::Position& position);
 
-    RetryingClient& Http() { return m_http; }
+    // A running operation asks its abort check at once.
+    void Wake() { m_http.Wake(); }
 
 private:
     HttpOutcome Perform(const ApiCall& call, HttpRequest request);

@@ -1,4 +1,4 @@
-// The part of the API that takes uploads (tus 1.0.0 with our idempotency key and result fields).
+// Uploads: tus 1.0.0 with an idempotency key and result fields.
 #include "client/ApiClient.h"
 
 #include "base/Text.h"
@@ -87,12 +87,11 @@ Result<UploadRecord> ReadUpload(const HttpOutcome& outcome)
     if (!ids || !digest)
         return upload;
     upload.isComplete = true;
-    upload.isRepeated = response.Header("Kelvo-Repeated") != nullptr;
     upload.fileIds = SplitIds(*ids);
-    if (!std::all_of(upload.fileIds.begin(), upload.fileIds.end(), &IsId))
-        return BadReply(response, "ids that are none");
+    if (upload.fileIds.empty() || !std::all_of(upload.fileIds.begin(), upload.fileIds.end(), &IsId))
+        return BadReply(response, "unusable file ids");
     upload.reprDigest = *digest;
-    // A 204 has no body; the snapshot then learns of the files from the event stream.
+    // A 204 has no body.
     if (auto files = ParseUploadedFiles(response.body))
         upload.files = std::move(*files);
     return upload;
@@ -114,11 +113,6 @@ Result<UploadRecord> ApiClient::BeginUpload(const ApiCall& call, const NewUpload
         request.source = content;
     }
     return ReadUpload(Perform(call, std::move(request)));
-}
-
-Result<UploadRecord> ApiClient::AskUpload(const ApiCall& call, const std::string& location)
-{
-    return ReadUpload(Perform(call, UploadRequest("HEAD", location)));
 }
 
 Result<UploadRecord> ApiClient::ContinueUpload(const ApiCall& call, const std::string& location,

@@ -1,4 +1,4 @@
-// What the service's replies and events say, as values.
+// The service's replies and events as values.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace kesdk::impl {
 
-// The console keeps ids in 32 bits: one that does not fit would be taken for another's there.
+// The console keeps ids in 32 bits: a larger id would name another file there.
 constexpr bool IsId(std::int64_t number)
 {
     return number >= 1 && number <= std::numeric_limits<std::int32_t>::max();
@@ -25,7 +25,7 @@ struct FileRecord
 {
     std::int64_t id = 0;
     std::int64_t containerId = 0;
-    std::wstring name; // as it came: unfit for a path until checked
+    std::wstring name; // as it came: check it before it becomes part of a path
     std::int64_t sizeBytes = 0;
     std::string sha256Hex;
     std::string etag; // with its quotes
@@ -43,7 +43,7 @@ struct InboxRecord
     std::int64_t projectId = 0;
     std::wstring name;
     std::int64_t ownerUserId = 0;
-    std::vector<FileRecord> entries; // none when the user may not read them
+    std::vector<FileRecord> entries; // empty when the user may not read them
 };
 
 struct ProjectRecord
@@ -56,7 +56,7 @@ struct ProjectRecord
 struct AccountRecord
 {
     UserRecord user;
-    std::string cursor; // the newest event that is contained
+    std::string cursor; // of the newest event in this snapshot
     std::vector<ProjectRecord> projects;
 };
 
@@ -74,16 +74,15 @@ struct ResourceRecord
     std::optional<FileRecord> file;
 };
 
-// Where an upload stands. `files` is set once it is complete.
+// An upload as one answer describes it. The result fields are set once the upload is complete.
 struct UploadRecord
 {
     std::string location;
     std::int64_t offsetBytes = 0;
     bool isComplete = false;
-    bool isRepeated = false; // it was complete before the request came
     std::string reprDigest;
     std::vector<std::int64_t> fileIds;
-    std::vector<FileRecord> files;
+    std::vector<FileRecord> files; // only if the answer had a body
 };
 
 enum class EAccountEvent {
@@ -91,14 +90,14 @@ enum class EAccountEvent {
     eFileRemoved,
     eInboxAdded,
     eSessionEnded,
-    eOther,      // of no concern to this console
+    eOther,      // without meaning for this console
     eUnreadable, // of a known kind, but not as the service describes it
 };
 
 struct AccountEvent
 {
     EAccountEvent kind = EAccountEvent::eOther;
-    std::string id; // cursor to resume behind it; empty when it has none
+    std::string id; // cursor to resume behind this event; may be empty
     std::int64_t containerId = 0;
     FileRecord file;
     InboxRecord inbox;

@@ -1,4 +1,3 @@
-// Repeats what failed for a reason that may pass.
 #include "client/RetryingClient.h"
 
 #include "http/HttpDate.h"
@@ -18,13 +17,11 @@ constexpr EErrorCode kPassing[] = {
     EErrorCode::eServiceBusy,
 };
 
-// What nobody means, or nobody can wait for.
 constexpr std::chrono::seconds kLongestRetryAfter = std::chrono::hours(24);
-constexpr milliseconds kLongestPause = std::chrono::minutes(5);
 
 constexpr int kPassingStatus[] = {429, 502, 503, 504};
 
-// Said by something before the service, which may have done it all the same.
+// A proxy before the service sends these. The service may have carried the request out.
 constexpr int kAnswerLostStatus[] = {502, 504};
 
 constexpr EErrorCode kNeverSent[] = {
@@ -58,7 +55,7 @@ bool IsWorthRepeating(const HttpOutcome& outcome)
                                    : Holds(kPassingStatus, outcome.response.status);
 }
 
-// Whether this try may have reached the service and no answer of its came back.
+// Whether this attempt may have reached the service without an answer of the service itself.
 bool MayHaveRun(const HttpOutcome& outcome)
 {
     return outcome.failure.IsSet() ? !WasNeverSent(outcome.failure)
@@ -93,7 +90,7 @@ std::optional<std::chrono::seconds> RetryAfter(const HttpResponse& response)
     if (parsed.ptr == end && parsed.ec == std::errc::result_out_of_range) {
         seconds = kLongestRetryAfter.count();
     } else if (parsed.ptr != end || parsed.ec != std::errc()) {
-        // By the clock of whoever says so: the console's may be wrong.
+        // Compared with the answer's own date: the console's clock may be wrong.
         const std::string* date = response.Header("Date");
         const auto now = date ? ParseHttpDate(*date) : std::nullopt;
         const auto then = ParseHttpDate(*text);
@@ -106,67 +103,44 @@ std::optional<std::chrono::seconds> RetryAfter(const HttpResponse& response)
     return std::min(std::chrono::seconds(seconds), kLongestRetryAfter);
 }
 
-RetryingClient::RetryingClient(HttpTransport& transport, Clock& clock, Sleeper& sleeper,
-                               Jitter& jitter)
-    : m_transport(transport), m_clock(clock), m_sleeper(sleeper), m_jitter(jitter)
-{}
-
-HttpOutcome RetryingClient::Perform(const HttpRequest& request, const RetryPolicy& policy,
-                                    const AbortCheck& abort)
+HttpOutcome RetryingClient::Perform(HttpRequest request, const CallPolicy& policy,
+                                    const AbortCheck& abort,
+                                    const std::optional<Clock::Time>& lastStart)
 {
-    const Clock::Time begin = m_clock.Now();
+    const Clock::Time begin = m_timing.Now();
     const auto rest = [&] {
-        return policy.total - std::chrono::duration_cast<milliseconds>(m_clock.Now() - begin);
+        return policy.total - std::chrono::duration_cast<milliseconds>(m_timing.Now() - begin);
     };
-    HttpRequest limited = request;
     bool mayHaveRun = false;
     for (int attempt = 1;; ++attempt) {
+        request.limits = policy.limits;
         if (policy.total.count() > 0) {
             const milliseconds left = std::max(rest(), milliseconds(1));
-            limited.limits.total = LimitTo(request.limits.total, left);
-            limited.limits.connect = std::min(request.limits.connect, left);
+            request.limits.total = LimitTo(policy.limits.total, left);
+            request.limits.connect = std::min(policy.limits.connect, left);
         }
-        HttpOutcome outcome = m_transport.Perform(limited, abort);
+        HttpOutcome outcome = m_transport.Perform(request, abort);
         mayHaveRun = mayHaveRun || outcome.mayHaveRunBefore;
         outcome.mayHaveRunBefore = mayHaveRun;
         if (attempt >= policy.attempts || !IsRepeatable(request) || !IsWorthRepeating(outcome))
             return outcome;
         mayHaveRun = mayHaveRun || MayHaveRun(outcome);
-        const milliseconds delay = Delay(policy, attempt, RetryAfter(outcome.response));
-        if (policy.total.count() > 0 && delay >= rest())
+        const auto retryAfter = RetryAfter(outcome.response);
+        const milliseconds delay = m_timing.Delay(policy.backoff, attempt, retryAfter);
+        const bool isTooLate = lastStart && m_timing.Now() + delay >= *lastStart;
+        if (isTooLate || (policy.total.count() > 0 && delay >= rest()))
             return outcome;
-        if (!m_sleeper.Sleep(delay, abort)) {
+        if (!m_timing.Sleep(delay, abort)) {
             outcome.failure = Failure(EErrorCode::eAborted);
             return outcome;
         }
     }
 }
 
-bool RetryingClient::Pause(const RetryPolicy& policy, int attempt,
-                           const std::optional<std::chrono::seconds>& retryAfter,
-                           const AbortCheck& abort)
-{
-    return m_sleeper.Sleep(Delay(policy, attempt, retryAfter), abort);
-}
-
-// Doubles with each attempt up to the policy's most; a half of it is left to chance.
-milliseconds RetryingClient::Delay(const RetryPolicy& policy, int attempt,
-                                   const std::optional<std::chrono::seconds>& retryAfter)
-{
-    milliseconds full = policy.firstDelay;
-    for (int i = 1; i < attempt && full < policy.maxDelay; ++i)
-        full *= 2;
-    full = std::min(full, policy.maxDelay);
-    const milliseconds jittered(static_cast<milliseconds::rep>(static_cast<double>(full.count()) *
-                                                               (0.5 + 0.5 * m_jitter.Next())));
-    const milliseconds wanted = retryAfter.value_or(std::chrono::seconds(0));
-    return std::max(std::min(wanted, kLongestPause), jittered);
-}
-
 void RetryingClient::Wake()
 {
     m_transport.Wake();
-    m_sleeper.Wake();
+    m_timing.Wake();
 }
 
 } // namespace kesdk::impl

@@ -1,4 +1,4 @@
-// A line to the service: everything that one thread needs to ask it.
+// One thread's line to the service.
 #pragma once
 
 #include "client/ApiClient.h"
@@ -9,7 +9,7 @@
 
 namespace kesdk::impl {
 
-// Owns the transport with its connection, and the time that its retries go by.
+// Owns the transport with its connection, and the clock of its pauses.
 class ApiLine
 {
 public:
@@ -23,16 +23,19 @@ public:
 
     explicit ApiLine(Parts parts)
         : m_parts(std::move(parts)),
-          m_http(*m_parts.transport, *m_parts.clock, *m_parts.sleeper, *m_parts.jitter),
+          m_timing(*m_parts.clock, *m_parts.sleeper, *m_parts.jitter),
+          m_http(*m_parts.transport, m_timing),
           m_api(m_http)
     {}
     ApiLine(const ApiLine&) = delete;
     ApiLine& operator=(const ApiLine&) = delete;
 
     ApiClient& Api() { return m_api; }
+    impl::Timing& Timing() { return m_timing; }
 
 private:
     Parts m_parts;
+    impl::Timing m_timing;
     RetryingClient m_http;
     ApiClient m_api;
 };

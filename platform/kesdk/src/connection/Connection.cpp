@@ -1,28 +1,13 @@
-// The contract's connection: its session, its errors and its listeners.
+// The connection's session, errors and listeners.
 #include "connection/Connection.h"
 
 #include "connection/ErrorTexts.h"
 
 #include <openssl/crypto.h>
 
-#include <chrono>
 #include <utility>
 
 namespace kesdk::impl {
-
-namespace {
-
-using std::chrono::milliseconds;
-
-constexpr milliseconds kLogoutLimit{2'000};
-// The operator waits for these. A try ends before all of the time is over, so that a connection
-// that died unnoticed leaves time for a new one.
-constexpr RetryPolicy kSmallPolicy{3, milliseconds(500), milliseconds(4'000), milliseconds(15'000)};
-constexpr RetryPolicy kChangePolicy{4, milliseconds(500), milliseconds(4'000),
-                                    milliseconds(30'000)};
-constexpr milliseconds kTryLimit{9'000};
-
-} // namespace
 
 Connection::CryptoOfTheThread::~CryptoOfTheThread()
 {
@@ -34,9 +19,9 @@ Connection::Connection(Lines lines, Lasting lasting)
       m_requestLine(std::move(lines.requests)),
       m_sessionLine(std::move(lines.session)),
       m_positionLine(std::move(lines.positions)),
-      m_uploads(m_requestLine.Api(), std::move(lasting.journalFolder)),
-      m_downloads(m_requestLine.Api()),
-      m_session({m_sessionLine.Api(), m_state, m_snapshot, m_dispatcher,
+      m_uploads(m_requestLine.Api(), m_requestLine.Timing(), lasting.journalFolder),
+      m_downloads(m_requestLine.Api(), m_requestLine.Timing()),
+      m_session({m_sessionLine.Api(), m_sessionLine.Timing(), m_state, m_snapshot, m_dispatcher,
                  [this](const Failure& failure) { TakeLoginFailure(failure); }}),
       m_positions(m_positionLine.Api(), [this](std::int32_t id) { EndSession(id); })
 {}
@@ -72,9 +57,8 @@ bool Connection::Logout()
         return true; // a login was cancelled
     ApiCall call;
     call.token = ended.token;
-    call.policy.attempts = 1;
-    call.policy.total = kLogoutLimit;
-    static_cast<void>(m_requestLine.Api().LogOut(call)); // it has ended here in any case
+    call.policy = PolicyOf(ECall::eLogout);
+    static_cast<void>(m_requestLine.Api().LogOut(call)); // the session has ended here in any case
     return true;
 }
 
@@ -109,7 +93,7 @@ void Connection::SetAbortCheck(std::function<bool()> shouldAbort)
     m_abort = std::move(shouldAbort);
 }
 
-std::optional<Connection::Operation> Connection::Begin(EKind kind, std::wstring subject)
+std::optional<Connection::Operation> Connection::Begin(ECall kind, std::wstring subject)
 {
     m_errors.clear();
     const SessionKey session = m_state.Current();
@@ -123,10 +107,7 @@ std::optional<Connection::Operation> Connection::Begin(EKind kind, std::wstring 
     operation.call.abort = [this, id = session.id, abort = m_abort] {
         return m_state.Current().id != id || IsAborted(abort);
     };
-    if (kind != EKind::eTransfer) {
-        operation.call.policy = kind == EKind::eSmall ? kSmallPolicy : kChangePolicy;
-        operation.call.limits.total = kTryLimit;
-    }
+    operation.call.policy = PolicyOf(kind);
     return operation;
 }
 
@@ -176,7 +157,7 @@ void Connection::Publish(const ResourceChanges& changes)
 void Connection::EndSession(std::int32_t sessionId)
 {
     m_state.Lost(sessionId);
-    m_sessionLine.Api().Http().Wake();
+    m_sessionLine.Api().Wake();
 }
 
 // On the session's thread.

@@ -81,9 +81,8 @@ private:
         ApiCall call;
         std::wstring subject; // what it is about, for the operator
     };
-    enum class EKind { eSmall, eChange, eTransfer };
 
-    std::optional<Operation> Begin(EKind kind, std::wstring subject = {});
+    std::optional<Operation> Begin(ECall kind, std::wstring subject = {});
     // These say whether it went well. End then also sends what is owed to the service.
     bool End(const Operation& operation, const Failure& failure);
     bool Conclude(const Operation& operation, Failure failure);

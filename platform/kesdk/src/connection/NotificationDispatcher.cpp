@@ -1,5 +1,6 @@
-// Calls the listeners, on a thread of its own.
 #include "connection/NotificationDispatcher.h"
+
+#include "base/ThreadName.h"
 
 #include <utility>
 #include <vector>
@@ -62,6 +63,7 @@ void NotificationDispatcher::Enqueue(Notification notification)
 
 void NotificationDispatcher::Run()
 {
+    NameThread("kesdk-notify");
     std::unique_lock lock(m_mutex);
     for (;;) {
         m_changed.wait(lock, [this] { return m_isStopping || !m_queue.empty(); });

@@ -1,18 +1,13 @@
-// The contract's connection: what can be asked of a session.
+// The connection's operations.
 #include "connection/Connection.h"
 
 #include "base/Text.h"
 
-#include <chrono>
 #include <utility>
 
 namespace kesdk::impl {
 
 namespace {
-
-// For what shall neither be left untried nor hold anybody up.
-constexpr RetryPolicy kShortPolicy{1, std::chrono::milliseconds(0), std::chrono::milliseconds(0),
-                                   std::chrono::milliseconds(2'000)};
 
 std::wstring NameOf(const std::wstring& path)
 {
@@ -51,13 +46,13 @@ api::EnterpriseResourceWithContent ToContract(const ResourceRecord& record)
 
 std::vector<api::EnterpriseProject> Connection::GetProjects()
 {
-    return Begin(EKind::eSmall) ? m_snapshot.Projects() : std::vector<api::EnterpriseProject>();
+    return Begin(ECall::eGetter) ? m_snapshot.Projects() : std::vector<api::EnterpriseProject>();
 }
 
 std::list<api::EnterpriseResourceWithContent>
 Connection::GetProjectResources(std::int64_t projectId)
 {
-    const std::optional<Operation> operation = Begin(EKind::eSmall);
+    const std::optional<Operation> operation = Begin(ECall::eGetter);
     if (!operation)
         return {};
     if (auto known = m_snapshot.ProjectResources(projectId))
@@ -76,7 +71,7 @@ Connection::GetProjectResources(std::int64_t projectId)
 
 api::EnterpriseResourceWithContent Connection::GetResourceWithContent(std::int64_t resourceId)
 {
-    const std::optional<Operation> operation = Begin(EKind::eSmall);
+    const std::optional<Operation> operation = Begin(ECall::eGetter);
     if (!operation)
         return {};
     if (auto known = m_snapshot.Resource(resourceId))
@@ -90,12 +85,12 @@ api::EnterpriseResourceWithContent Connection::GetResourceWithContent(std::int64
 
 api::CurrentUser Connection::GetCurrentUser()
 {
-    return Begin(EKind::eSmall) ? m_snapshot.User() : api::CurrentUser();
+    return Begin(ECall::eGetter) ? m_snapshot.User() : api::CurrentUser();
 }
 
 bool Connection::CreateUserInbox(const std::wstring& projectName)
 {
-    const std::optional<Operation> operation = Begin(EKind::eChange, projectName);
+    const std::optional<Operation> operation = Begin(ECall::eChange, projectName);
     if (!operation)
         return false;
     if (m_snapshot.HasOwnInbox(projectName))
@@ -110,25 +105,29 @@ bool Connection::CreateUserInbox(const std::wstring& projectName)
 bool Connection::Upload(const wchar_t* localPath, const TargetIds& targetInboxIds)
 {
     const std::wstring path = localPath ? localPath : L"";
-    const std::optional<Operation> operation = Begin(EKind::eTransfer, NameOf(path));
+    const std::optional<Operation> operation = Begin(ECall::eContent, NameOf(path));
     if (!operation)
         return false;
     if (path.empty() || targetInboxIds.empty())
         return End(*operation, Failure(EErrorCode::eInvalidArgument, "no file or no target"));
     const std::uint64_t generation = m_snapshot.Generation();
-    const Result<std::vector<FileRecord>> files =
+    const Result<Uploads::Sent> sent =
         m_uploads.Send(operation->call, ToUtf8(path),
-                       std::vector<std::int64_t>(targetInboxIds.begin(), targetInboxIds.end()),
-                       [&] { SendOwedEnvironment(*operation); });
+                       std::vector<std::int64_t>(targetInboxIds.begin(), targetInboxIds.end()));
+    if (!sent)
+        return Conclude(*operation, AsFolderGone(sent.failure));
+    // Before the last look at the file: nothing delays the caller's removal of it afterwards.
+    SendOwedEnvironment(*operation);
+    const Result<std::vector<FileRecord>> files = m_uploads.Confirm(operation->call, sent.value);
     if (files)
         Publish(m_snapshot.ApplyOwnUpload(files.value, generation));
-    return Conclude(*operation, AsFolderGone(files.failure));
+    return Conclude(*operation, files.failure);
 }
 
 bool Connection::Download(std::int64_t resourceId, const wchar_t* localPath)
 {
     const std::wstring path = localPath ? localPath : L"";
-    std::optional<Operation> operation = Begin(EKind::eTransfer, NameOf(path));
+    std::optional<Operation> operation = Begin(ECall::eContent, NameOf(path));
     if (!operation)
         return false;
     if (path.empty())
@@ -143,7 +142,7 @@ bool Connection::Download(std::int64_t resourceId, const wchar_t* localPath)
 
 bool Connection::Delete(std::int64_t resourceId)
 {
-    std::optional<Operation> operation = Begin(EKind::eChange);
+    std::optional<Operation> operation = Begin(ECall::eChange);
     if (!operation)
         return false;
     const std::optional<FileRecord> file = m_snapshot.File(resourceId);
@@ -158,7 +157,7 @@ bool Connection::Delete(std::int64_t resourceId)
 
 bool Connection::SendEnvironment(const api::Environment& environment)
 {
-    const std::optional<Operation> operation = Begin(EKind::eSmall);
+    const std::optional<Operation> operation = Begin(ECall::eGetter);
     if (!operation)
         return false;
     m_owedEnvironment.reset();
@@ -182,14 +181,14 @@ void Connection::SendOwedEnvironment(const Operation& operation)
     ApiCall call;
     call.token = operation.call.token;
     call.abort = m_abort;
-    call.policy = kShortPolicy;
+    call.policy = PolicyOf(ECall::eShortReport);
     if (MayPass(m_requestLine.Api().PutEnvironment(call, owed->environment)))
         m_owedEnvironment = owed;
 }
 
 bool Connection::MeasDeviceConnected(const api::Environment::MeasDeviceReport& report, bool sharing)
 {
-    std::optional<Operation> operation = Begin(EKind::eSmall);
+    std::optional<Operation> operation = Begin(ECall::eGetter);
     return operation && LimitPatience(*operation) && SendDevice(*operation, report, sharing);
 }
 
@@ -198,12 +197,12 @@ bool Connection::MeasDeviceConnected(const api::Environment::MeasDeviceReport& r
 std::int32_t Connection::MeasDeviceDisconnected(const api::Environment::MeasDeviceReport& report,
                                                 bool sharing)
 {
-    std::optional<Operation> operation = Begin(EKind::eSmall);
+    std::optional<Operation> operation = Begin(ECall::eGetter);
     if (!operation)
         return 0;
     if (m_abort && m_abort()) {
         operation->call.abort = nullptr;
-        operation->call.policy = kShortPolicy;
+        operation->call.policy = PolicyOf(ECall::eShortReport);
     } else if (!LimitPatience(*operation)) {
         return 0;
     }
@@ -215,24 +214,24 @@ bool Connection::LimitPatience(Operation& operation)
     m_devicePatience.SeeStream(m_state.IsLinkLost());
     if (!m_devicePatience.IsShort())
         return true;
-    operation.call.policy = kShortPolicy;
-    return !m_devicePatience.IsResting(m_requestLine.Api().Http().Now()) ||
+    operation.call.policy = PolicyOf(ECall::eShortReport);
+    return !m_devicePatience.IsResting(m_requestLine.Timing().Now()) ||
            Refuse(Failure(EErrorCode::eUnreachable, "the link was down just now"), {});
 }
 
 bool Connection::SendDevice(const Operation& operation,
                             const api::Environment::MeasDeviceReport& report, bool sharing)
 {
-    const Clock::Time begin = m_requestLine.Api().Http().Now();
+    const Clock::Time begin = m_requestLine.Timing().Now();
     const Failure failure = m_requestLine.Api().PutDevice(operation.call, report, sharing);
     if (MayPass(failure))
-        m_devicePatience.Fail(begin, m_requestLine.Api().Http().Now());
+        m_devicePatience.Fail(begin, m_requestLine.Timing().Now());
     return End(operation, failure);
 }
 
 bool Connection::ReportPosition(const api::Position& position)
 {
-    const std::optional<Operation> operation = Begin(EKind::eSmall);
+    const std::optional<Operation> operation = Begin(ECall::eGetter);
     if (!operation)
         return false;
     m_positions.Put(position, operation->sessionId, operation->call.token);
@@ -244,7 +243,7 @@ Result<FileRecord> Connection::FindFile(const Operation& operation, std::int64_t
     if (std::optional<FileRecord> known = m_snapshot.File(fileId))
         return std::move(*known);
     ApiCall call = operation.call;
-    call.policy.total = std::chrono::seconds(15);
+    call.policy = PolicyOf(ECall::eGetter);
     Result<ResourceRecord> fetched = m_requestLine.Api().GetResource(call, fileId);
     if (!fetched)
         return fetched.failure;

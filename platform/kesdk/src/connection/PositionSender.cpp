@@ -1,17 +1,16 @@
-// Sends the console's position beside everything else.
 #include "connection/PositionSender.h"
 
-#include <chrono>
+#include "base/ThreadName.h"
+
 #include <utility>
 
 namespace kesdk::impl {
 
 namespace {
 
-constexpr std::chrono::seconds kLimit{20}; // for each try
-constexpr int kTries = 2;
+constexpr int kAttempts = 2;
 
-// A service that is busy shall not be asked again at once.
+// A busy service must not get the position again at once.
 bool IsOfTheLink(const Failure& failure)
 {
     return MayPass(failure) && !failure.Is(EErrorCode::eServiceBusy);
@@ -30,7 +29,7 @@ PositionSender::~PositionSender()
         m_isStopping = true;
     }
     m_hasLetter.notify_all();
-    m_api.Http().Wake();
+    m_api.Wake();
     m_thread.join();
 }
 
@@ -39,7 +38,7 @@ void PositionSender::Put(const api::Position& position, std::int32_t sessionId,
 {
     {
         const std::lock_guard lock(m_mutex);
-        m_letter = Letter{position, sessionId, token, kTries};
+        m_letter = Letter{position, sessionId, token, kAttempts};
     }
     m_hasLetter.notify_all();
 }
@@ -51,11 +50,12 @@ void PositionSender::Clear()
         m_letter.reset();
         ++m_generation;
     }
-    m_api.Http().Wake();
+    m_api.Wake();
 }
 
 void PositionSender::Run()
 {
+    NameThread("kesdk-position");
     for (;;) {
         std::optional<Letter> letter;
         std::uint64_t generation = 0;
@@ -76,8 +76,7 @@ void PositionSender::Send(Letter letter, std::uint64_t generation)
     ApiCall call;
     call.token = letter.token;
     call.abort = [this, generation] { return m_isStopping || m_generation != generation; };
-    call.policy.attempts = 1;
-    call.policy.total = kLimit;
+    call.policy = PolicyOf(ECall::ePosition);
     const Failure failure = m_api.PostPosition(call, letter.position);
     if (failure.Is(EErrorCode::eSessionEnded))
         m_onSessionEnded(letter.sessionId);

@@ -1,5 +1,6 @@
-// The thread that logs in and then reads the event stream.
 #include "connection/SessionThread.h"
+
+#include "base/ThreadName.h"
 
 #include <openssl/crypto.h>
 
@@ -10,21 +11,13 @@ namespace kesdk::impl {
 
 namespace {
 
-using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// Between two tries at the stream; it is tried for as long as the session stands.
-constexpr RetryPolicy kStreamPolicy{3, milliseconds(1'000), milliseconds(30'000), milliseconds(0)};
-// A stream that stood for so long was a good one: its loss is a new one.
+// A stream that was open for so long was a good one: the backoff begins anew.
 constexpr seconds kLastingStream{10};
-constexpr seconds kEndOnServiceLimit{2};
 // The operator waits for a login and cannot end it: so long after the service has taken the
-// password nothing is tried again.
+// password no attempt begins.
 constexpr seconds kLoginLimit{60};
-// A snapshot may trickle for long, because without one nobody gets in; but it has to begin soon,
-// and where nothing moves the transport's stall window ends it.
-constexpr seconds kSnapshotLimit{600};
-constexpr seconds kSnapshotHeadLimit{30};
 
 void Forget(std::wstring& secret)
 {
@@ -64,7 +57,7 @@ void SessionThread::Start(Login login)
 
 void SessionThread::Wake()
 {
-    m_parts.api.Http().Wake();
+    m_parts.api.Wake();
 }
 
 void SessionThread::Nudge()
@@ -75,6 +68,7 @@ void SessionThread::Nudge()
 
 void SessionThread::Run()
 {
+    NameThread("kesdk-session");
     for (;;) {
         std::optional<Login> login;
         {
@@ -96,7 +90,7 @@ void SessionThread::RunLogin(Login login)
     Progress progress;
     progress.id = login.id;
     Failure failure = LogIn(login, progress);
-    progress.begin = m_parts.api.Http().Now();
+    progress.begin = m_parts.timing.Now();
     if (!failure.IsSet())
         failure = FetchAccount(progress);
     if (!failure.IsSet())
@@ -119,7 +113,7 @@ void SessionThread::RunLogin(Login login)
 Failure SessionThread::LogIn(Login& login, Progress& progress)
 {
     ApiCall call = CallFor(progress);
-    call.policy.attempts = 1; // the operator is waiting, and a repeat could count as a second guess
+    call.policy = PolicyOf(ECall::eLogin);
     Result<LoginRecord> reply = m_parts.api.LogIn(call, login.user, login.password);
     Forget(login.password);
     progress.token = std::move(reply.value.token);
@@ -129,19 +123,11 @@ Failure SessionThread::LogIn(Login& login, Progress& progress)
 Result<AccountRecord> SessionThread::AskAccount(const Progress& progress)
 {
     ApiCall call = CallFor(progress);
-    if (progress.isEstablished)
-        return m_parts.api.GetAccount(call);
-    const RetryPolicy policy = call.policy;
-    call.policy.attempts = 1;
-    call.limits.total = kSnapshotLimit;
-    call.limits.head = kSnapshotHeadLimit;
-    for (int attempt = 1;; ++attempt) {
-        Result<AccountRecord> account = m_parts.api.GetAccount(call);
-        const Failure& failure = account.failure;
-        if (!MayPass(failure) || attempt >= policy.attempts || !HasTimeFor(progress, failure) ||
-            !m_parts.api.Http().Pause(policy, attempt, failure.retryAfter, call.abort))
-            return account;
+    if (!progress.isEstablished) {
+        call.policy = PolicyOf(ECall::eFirstAccount);
+        call.lastStart = progress.begin + kLoginLimit;
     }
+    return m_parts.api.GetAccount(call);
 }
 
 // A later snapshot is compared with the one before it: the listeners learn what they missed.
@@ -162,11 +148,11 @@ Failure SessionThread::FetchAccount(const Progress& progress)
 Failure SessionThread::Follow(Progress& progress)
 {
     for (;;) {
-        const Clock::Time begin = m_parts.api.Http().Now();
+        const Clock::Time begin = m_parts.timing.Now();
         const StreamOutcome outcome = ReadStream(progress);
         if (HasEnded(progress.id) || outcome.end == EStreamEnd::eSessionEnded)
             return outcome.failure;
-        const bool hasLasted = m_parts.api.Http().Now() - begin >= kLastingStream;
+        const bool hasLasted = m_parts.timing.Now() - begin >= kLastingStream;
         progress.attempts = hasLasted ? 1 : progress.attempts + 1;
         if (Failure failure = PrepareNextStream(progress, outcome); failure.IsSet())
             return failure;
@@ -206,12 +192,12 @@ Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome
     m_isNudged = false; // before anybody can see that the link is lost
     if (!isTooOld || failure.IsSet())
         m_parts.state.LinkLost(progress.id);
-    const bool isTheLast =
-        progress.attempts >= kStreamPolicy.attempts || !HasTimeFor(progress, failure);
+    const CallPolicy policy = PolicyOf(ECall::eEvents);
+    const bool isTheLast = progress.attempts >= policy.attempts || !HasTimeFor(progress, failure);
     if (!progress.isEstablished && isTheLast)
         return failure.IsSet() ? failure : Failure(EErrorCode::eDropped, "the stream ends at once");
     const AbortCheck isOver = [this, id = progress.id] { return HasEnded(id) || m_isNudged; };
-    m_parts.api.Http().Pause(kStreamPolicy, progress.attempts, failure.retryAfter, isOver);
+    m_parts.timing.Pause(policy.backoff, progress.attempts, failure.retryAfter, isOver);
     return HasEnded(progress.id) ? Failure(EErrorCode::eAborted) : Failure();
 }
 
@@ -223,8 +209,7 @@ void SessionThread::EndOnService(const std::string& token)
         return;
     ApiCall call;
     call.token = token;
-    call.policy.attempts = 1;
-    call.policy.total = kEndOnServiceLimit;
+    call.policy = PolicyOf(ECall::eLogout);
     static_cast<void>(m_parts.api.LogOut(call));
 }
 
@@ -232,7 +217,7 @@ void SessionThread::EndOnService(const std::string& token)
 bool SessionThread::HasTimeFor(const Progress& progress, const Failure& failure) const
 {
     const seconds pause = failure.retryAfter.value_or(seconds(0));
-    return m_parts.api.Http().Now() + pause < progress.begin + kLoginLimit;
+    return m_parts.timing.Now() + pause < progress.begin + kLoginLimit;
 }
 
 bool SessionThread::HasEnded(std::int32_t id) const

@@ -27,6 +27,7 @@ public:
     struct Parts
     {
         ApiClient& api;
+        Timing& timing;
         SessionState& state;
         AccountSnapshot& snapshot;
         NotificationDispatcher& dispatcher;

@@ -21,7 +21,6 @@ namespace {
 using nlohmann::json;
 
 constexpr const char* kSuffix = ".discard";
-constexpr std::chrono::seconds kLimit{15};
 constexpr std::chrono::seconds kLimitWhenEnding{2};
 constexpr std::int64_t kLongestOwedS = 30 * kDayS; // as long as the bin keeps what was deleted
 
@@ -68,15 +67,15 @@ bool Discards::Owes(const std::string& account, const std::vector<std::int64_t>&
     });
 }
 
-void Discards::Settle(ApiClient& api, const ApiCall& call)
+void Discards::Settle(ApiClient& api, Timing& timing, const ApiCall& call)
 {
     ReadOnce();
-    Clock::Time end = api.Http().Now() + kLimit;
-    bool isEnding = false;
     ApiCall own = call;
-    own.policy = RetryPolicy();
+    own.policy = PolicyOf(ECall::eDiscard);
+    Clock::Time end = timing.Now() + own.policy.total;
+    bool isEnding = false;
     own.abort = [&] {
-        const Clock::Time now = api.Http().Now();
+        const Clock::Time now = timing.Now();
         if (!isEnding && IsAborted(call.abort)) {
             isEnding = true;
             end = std::min<Clock::Time>(end, now + kLimitWhenEnding);
@@ -90,7 +89,7 @@ void Discards::Settle(ApiClient& api, const ApiCall& call)
             if (own.abort())
                 return false;
             own.policy.total =
-                std::chrono::duration_cast<std::chrono::milliseconds>(end - api.Http().Now());
+                std::chrono::duration_cast<std::chrono::milliseconds>(end - timing.Now());
             if (own.policy.total.count() <= 0 ||
                 !IsSettled(api.DeleteFile(own, copy.fileId, copy.etag)))
                 return false;

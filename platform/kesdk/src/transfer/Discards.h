@@ -32,9 +32,9 @@ public:
              const std::string& etag);
     // Whether one of these files is to be deleted.
     bool Owes(const std::string& account, const std::vector<std::int64_t>& fileIds);
-    // Tries to delete what the call's account owes. Takes 15 s at most, and 2 s from when the call
-    // was to end: then too, because the console may not come here again for long.
-    void Settle(ApiClient& api, const ApiCall& call);
+    // Tries to delete the copies of the call's account. Blocks for 15 s at most, and for 2 s after
+    // the call's abort check said true: the console may not come here again for long.
+    void Settle(ApiClient& api, Timing& timing, const ApiCall& call);
 
 private:
     struct Copy

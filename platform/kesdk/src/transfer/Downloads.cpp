@@ -1,11 +1,11 @@
-// Fetches files from the service.
 #include "transfer/Downloads.h"
 
 #include "base/DigestText.h"
 #include "client/Problems.h"
 #include "transfer/Paths.h"
-#include "transfer/TransferPolicy.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -21,19 +21,25 @@ bool IsUsableServiceName(const std::wstring& name)
            name.find_first_of(kForbidden) == std::wstring::npos;
 }
 
-// How far a download ever was. Bytes that come once more are no progress.
-struct Progress
+// Whether a part is useless to a later call: the service has another file or none, the content is
+// wrong, or the console has no room. After all other failures the part stays.
+bool IsWorthlessAfter(const Failure& failure)
 {
-    Patience patience;
-    std::int64_t mostBytes;
-};
+    constexpr EErrorCode kEnds[] = {
+        EErrorCode::eFileGone,         EErrorCode::eNotFound,
+        EErrorCode::eForbidden,        EErrorCode::eRangeRefused,
+        EErrorCode::eDamaged,          EErrorCode::eDiskFull,
+        EErrorCode::eCannotWrite,      EErrorCode::eInvalidArgument,
+        EErrorCode::eUnusableFileName, EErrorCode::eUnusableServiceName};
+    return std::find(std::begin(kEnds), std::end(kEnds), failure.code) != std::end(kEnds);
+}
 
-// Puts the content behind what is already there.
+// Appends the content to the part.
 class PartSink : public BodySink
 {
 public:
-    PartSink(PartFile& part, const FileRecord& file, Progress& progress, const RetryingClient& time)
-        : m_part(part), m_file(file), m_progress(progress), m_time(time)
+    PartSink(PartFile& part, const FileRecord& file, ResumableTransfer& transfer)
+        : m_part(part), m_file(file), m_transfer(transfer)
     {}
 
     bool Accept(const HttpResponse& head) override
@@ -43,7 +49,7 @@ public:
         if (head.status == 206)
             m_fits = IsFromHere(head.Header("Content-Range"));
         else if (m_part.SizeBytes() > 0)
-            m_fits = m_part.Restart(); // it cannot be resumed: all of it comes once more
+            m_fits = m_part.Restart(); // the service sends all of it again
         return true;
     }
 
@@ -53,10 +59,7 @@ public:
             m_fits && m_part.SizeBytes() + static_cast<std::int64_t>(sizeBytes) <= m_file.sizeBytes;
         if (!m_fits || !m_part.Write(bytes, sizeBytes))
             return false;
-        if (m_part.SizeBytes() > m_progress.mostBytes) {
-            m_progress.mostBytes = m_part.SizeBytes();
-            m_progress.patience.SeeProgress(m_time.Now());
-        }
+        m_transfer.Reach(m_part.SizeBytes());
         return true;
     }
 
@@ -76,8 +79,7 @@ private:
 
     PartFile& m_part;
     const FileRecord& m_file;
-    Progress& m_progress;
-    const RetryingClient& m_time;
+    ResumableTransfer& m_transfer;
     bool m_fits = true;
 };
 
@@ -98,10 +100,8 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
     PartFile part;
     const PartOrigin origin{call.account, file.id, file.etag, file.sizeBytes, file.sha256Hex};
     Failure failure = part.Open(localPath, origin, call.abort);
-    if (!failure.IsSet()) {
+    if (!failure.IsSet())
         failure = FetchWhole(call, file, part);
-        m_inVain.See(failure, m_api.Http().Now());
-    }
     if (failure.IsSet()) {
         if (!IsWorthlessAfter(failure))
             part.Keep();
@@ -140,32 +140,26 @@ Failure Downloads::FetchWhole(const ApiCall& call, const FileRecord& file, PartF
 
 Failure Downloads::FetchContent(const ApiCall& call, const FileRecord& file, PartFile& part)
 {
-    ApiCall once = call;
-    once.policy.attempts = 1; // repeating is done here, where the offset is known
-    const Clock::Time now = m_api.Http().Now();
-    Progress progress{Patience(now, m_inVain.Counts(now)), part.SizeBytes()};
-    int fruitless = 0;
-    while (part.SizeBytes() < file.sizeBytes || file.sizeBytes == 0) {
-        const std::int64_t before = progress.mostBytes;
-        PartSink sink(part, file, progress, m_api.Http());
+    ApiCall content = call;
+    content.policy = PolicyOf(ECall::eContent);
+    ResumableTransfer transfer(m_timing, m_givenUp, call.abort, part.SizeBytes());
+    const auto attempt = [&]() -> ResumableTransfer::Attempt {
+        if (part.SizeBytes() == file.sizeBytes && file.sizeBytes > 0)
+            return {true, {}};
+        const std::int64_t before = transfer.HighestOffsetBytes();
+        PartSink sink(part, file, transfer);
         const Result<HttpResponse> reply =
-            m_api.GetContent(once, {file.id, file.etag, part.SizeBytes()}, sink);
+            m_api.GetContent(content, {file.id, file.etag, part.SizeBytes()}, sink);
         if (sink.OwnFailure().IsSet())
-            return sink.OwnFailure();
-        // With the last byte there, it is no matter how the connection ended: the digest decides.
-        const bool hasGrown = progress.mostBytes > before;
+            return {true, sink.OwnFailure()};
+        // The last byte is there: the digest decides, however the connection ended.
+        const bool hasGrown = transfer.HighestOffsetBytes() > before;
         if ((reply || hasGrown) && part.SizeBytes() == file.sizeBytes)
-            break;
-        Failure failure = reply.failure;
-        if (reply)
-            failure = Failure(EErrorCode::eDropped, "the content ended early");
-        if (Failure end = progress.patience.Judge(failure, m_api.Http().Now()); end.IsSet())
-            return AsFileGone(end);
-        fruitless = hasGrown ? 1 : fruitless + 1;
-        if (!m_api.Http().Pause(kTransferPolicy, fruitless, failure.retryAfter, once.abort))
-            return Failure(EErrorCode::eAborted);
-    }
-    return {};
+            return {true, {}};
+        return {false,
+                reply ? Failure(EErrorCode::eDropped, "the content ended early") : reply.failure};
+    };
+    return AsFileGone(transfer.Run(attempt));
 }
 
 } // namespace kesdk::impl

@@ -4,8 +4,8 @@
 #include "client/ApiClient.h"
 #include "http/ConsoleFacts.h"
 #include "transfer/PartFile.h"
+#include "transfer/ResumableTransfer.h"
 #include "transfer/StaleFiles.h"
-#include "transfer/TransferPolicy.h"
 
 #include <set>
 #include <string>
@@ -13,19 +13,20 @@
 
 namespace kesdk::impl {
 
-// One download at a time; resumed behind the last byte that arrived when the link drops. A large
-// one that was given up for the link's sake, or for the console's end, is gone on with by a later
-// call, also after a restart. What nobody goes on with is removed by the first download into its
-// folder, when it is old enough.
-// Errors: as Failure; then nothing new stands under the path. Retry: safe.
+// One download at a time, as a ResumableTransfer. If the link drops, the download resumes behind
+// the last byte that arrived. If the transfer is given up or aborted, the part of a large file
+// stays: a later call, also of a restarted console, resumes it. The first download into a folder
+// removes the parts there that are a week old.
+//
+// Errors: as Failure; nothing new has the final name then. Retry: safe.
 class Downloads
 {
 public:
-    explicit Downloads(ApiClient& api, WallClock wallTimeS = RealConsoleFacts().wallTimeS)
-        : m_api(api), m_wallTimeS(std::move(wallTimeS))
+    Downloads(ApiClient& api, Timing& timing, WallClock wallTimeS = RealConsoleFacts().wallTimeS)
+        : m_api(api), m_timing(timing), m_wallTimeS(std::move(wallTimeS))
     {}
 
-    // The whole file, verified and synced, stands under the path when nothing failed. The file's
+    // Without a failure the whole file, verified and synced, has the name `localPath`. The file's
     // name on the service never becomes part of a path.
     Failure Fetch(const ApiCall& call, const FileRecord& file, const std::string& localPath);
 
@@ -36,9 +37,10 @@ private:
     void SweepOnce(const std::string& localPath);
 
     ApiClient& m_api;
+    Timing& m_timing;
     WallClock m_wallTimeS;
     std::set<std::string> m_sweptFolders;
-    LastInVain m_inVain;
+    GivenUp m_givenUp;
 };
 
 } // namespace kesdk::impl

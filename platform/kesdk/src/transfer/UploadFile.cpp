@@ -70,17 +70,6 @@ Failure UploadFile::Open(const std::string& path)
     return {};
 }
 
-std::string UploadFile::Identity() const
-{
-    return m_path + '\n' + std::to_string(m_opened.st_dev) + '\n' +
-           std::to_string(m_opened.st_ino) + '\n' + std::to_string(m_opened.st_size) + '\n' +
-           std::to_string(m_opened.st_mtim.tv_sec) + '\n' +
-           std::to_string(m_opened.st_mtim.tv_nsec) + '\n' +
-           // A copy may keep the time of its content; this one is the file system's own.
-           std::to_string(m_opened.st_ctim.tv_sec) + '\n' +
-           std::to_string(m_opened.st_ctim.tv_nsec);
-}
-
 Failure UploadFile::StartAt(std::int64_t offsetBytes, const AbortCheck& abort)
 {
     if (offsetBytes < 0 || offsetBytes > SizeBytes())

@@ -24,8 +24,6 @@ public:
 
     std::int64_t SizeBytes() const { return static_cast<std::int64_t>(m_opened.st_size); }
     timespec ModifiedAt() const { return m_opened.st_mtim; }
-    // Says which state of which file this is, across restarts of the console.
-    std::string Identity() const;
 
     // The body is from now on what stands behind `offsetBytes`. Reads what the digest still lacks
     // before it.

@@ -1,13 +1,16 @@
-// Which uploads a console has begun, for the time after a restart.
 #include "transfer/UploadJournal.h"
 
 #include "base/DigestText.h"
 #include "transfer/JournalFile.h"
+#include "transfer/Paths.h"
 
 #include <nlohmann/json.hpp>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <string_view>
 #include <utility>
@@ -18,14 +21,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* kSuffix = ".upload";
-
-json ToJson(const UploadOrigin& origin)
-{
-    return {{"account", origin.account},        {"path", origin.path},
-            {"size", origin.sizeBytes},         {"modified_s", origin.modifiedS},
-            {"modified_ns", origin.modifiedNs}, {"targets", origin.targetInboxIds}};
-}
+constexpr std::string_view kSuffix = ".upload";
 
 // A path need not be UTF-8, which JSON must be.
 std::string Dump(const json& document)
@@ -33,82 +29,175 @@ std::string Dump(const json& document)
     return document.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
-std::string TextOf(const json& document, const char* name)
+std::string ToText(const UploadOrigin& origin)
 {
-    const auto found = document.find(name);
-    return found != document.end() && found->is_string() ? found->get<std::string>()
-                                                         : std::string();
+    return Dump({{"account", origin.account},
+                 {"path", origin.path},
+                 {"size", origin.sizeBytes},
+                 {"modified_s", origin.modifiedS},
+                 {"modified_ns", origin.modifiedNs},
+                 {"targets", origin.targetInboxIds}});
+}
+
+// A view: nlohmann's parser for strings would be compiled once more.
+json Parse(const std::optional<std::string>& text)
+{
+    return json::parse(std::string_view(text ? *text : ""), nullptr, false);
+}
+
+// Empty if the journal has no path, or has replaced a part of it that was not UTF-8.
+std::string PathIn(const json& document)
+{
+    constexpr const char* kReplaced = "\xEF\xBF\xBD";
+    const json::json_pointer place("/origin/path");
+    if (!document.is_object() || !document.contains(place) || !document[place].is_string())
+        return {};
+    const std::string path = document[place];
+    return path.find(kReplaced) == std::string::npos ? path : std::string();
+}
+
+bool IsGone(const std::string& path)
+{
+    return ::access(path.c_str(), F_OK) != 0 && errno == ENOENT;
+}
+
+// Only such a file among the operator's own can be a journal.
+bool IsBesideName(std::string_view name)
+{
+    constexpr std::size_t kDigestBytes = 64;
+    if (name.empty() || name.front() != '.' || !IsJournalName(name, kSuffix))
+        return false;
+    const std::string_view digest = name.substr(1, name.find('.', 1) - 1);
+    return digest.size() == kDigestBytes &&
+           digest.find_first_not_of("0123456789abcdef") == std::string_view::npos;
 }
 
 } // namespace
 
 UploadJournal::UploadJournal(std::string folder, WallClock wallTimeS)
     : m_folder(std::move(folder)), m_wallTimeS(std::move(wallTimeS))
-{}
-
-std::optional<BegunUpload> UploadJournal::Find(const UploadOrigin& origin)
 {
-    if (!IsKept(origin))
+    SweepFolder();
+}
+
+UploadJournal::~UploadJournal()
+{
+    ForgetRemovedFiles();
+    SweepFolder();
+}
+
+std::optional<std::string> UploadJournal::Find(const UploadOrigin& origin)
+{
+    ForgetRemovedFiles();
+    SweepBeside(origin.path);
+    const Places places = PlacesOf(origin);
+    if (m_finished.count(places.back()) > 0)
         return std::nullopt;
-    if (!std::exchange(m_isSwept, true)) {
-        for (const std::string& path : StaleJournals(m_folder, kSuffix, m_wallTimeS()))
-            RemoveJournal(path);
-    }
-    const std::optional<std::string> text = ReadJournal(PathOf(origin));
-    if (!text)
-        return std::nullopt;
-    // A view, as everywhere: for a string the parser would be compiled once more.
-    const json document = json::parse(std::string_view(*text), nullptr, false);
-    if (document.is_object() && document.contains("origin") &&
-        Dump(document["origin"]) == Dump(ToJson(origin))) {
-        BegunUpload upload{TextOf(document, "key"), TextOf(document, "location")};
-        if (!upload.key.empty())
-            return upload;
+    if (const auto found = m_onlyInMemory.find(places.back() + ToText(origin));
+        found != m_onlyInMemory.end())
+        return found->second;
+    for (const std::string& place : places) {
+        if (const auto key = ReadKey(place, origin))
+            return key;
     }
     Forget(origin);
     return std::nullopt;
 }
 
-void UploadJournal::Keep(const UploadOrigin& origin, const BegunUpload& upload)
+void UploadJournal::Keep(const UploadOrigin& origin, const std::string& key)
 {
-    if (!IsKept(origin))
-        return;
+    Forget(origin); // the journal of an earlier upload must not outlive this one
+    const Places places = PlacesOf(origin);
     std::error_code ignored;
-    if (std::filesystem::create_directories(m_folder, ignored))
+    if (!m_folder.empty() && std::filesystem::create_directories(m_folder, ignored))
         ::chmod(m_folder.c_str(), 0700);
-    const json document = {
-        {"origin", ToJson(origin)}, {"key", upload.key}, {"location", upload.location}};
-    // An older one, of an upload that is no more, must not outlive this.
-    if (!WriteJournal(PathOf(origin), Dump(document)))
-        Forget(origin);
+    const std::string text = Dump({{"origin", json::parse(ToText(origin))}, {"key", key}});
+    const auto write = [&](const std::string& place) {
+        return !place.empty() && WriteJournal(place, text);
+    };
+    if (std::none_of(places.begin(), places.end(), write))
+        m_onlyInMemory[places.back() + ToText(origin)] = key;
 }
 
 void UploadJournal::Renew(const UploadOrigin& origin)
 {
-    if (IsKept(origin))
-        RenewJournal(PathOf(origin));
+    for (const std::string& place : PlacesOf(origin))
+        RenewJournal(place);
+}
+
+void UploadJournal::Finish(const UploadOrigin& origin)
+{
+    m_finished[PlacesOf(origin).back()] = origin;
 }
 
 void UploadJournal::Forget(const UploadOrigin& origin)
 {
-    if (IsKept(origin))
-        RemoveJournal(PathOf(origin));
+    const Places places = PlacesOf(origin);
+    for (const std::string& place : places)
+        RemoveJournal(place);
+    m_finished.erase(places.back());
+    m_onlyInMemory.erase(places.back() + ToText(origin));
 }
 
-bool UploadJournal::IsKept(const UploadOrigin& origin) const
-{
-    return !m_folder.empty() && !origin.account.empty();
-}
-
-// Named after what stays when the file is written anew, so that this is noticed.
-std::string UploadJournal::PathOf(const UploadOrigin& origin) const
+// The name leaves out the state of the file, so that Find notices a new state.
+UploadJournal::Places UploadJournal::PlacesOf(const UploadOrigin& origin) const
 {
     std::string name = origin.account + '\n' + origin.path;
     for (const std::int64_t id : origin.targetInboxIds)
         name += '\n' + std::to_string(id);
     Sha256 hash;
     hash.Update(name.data(), name.size());
-    return m_folder + '/' + ToHex(hash.Finish()) + kSuffix;
+    const std::string file = ToHex(hash.Finish()) + std::string(kSuffix);
+    const std::string folder = FolderOf(origin.path);
+    return {m_folder.empty() ? m_folder : m_folder + '/' + file,
+            (folder == "." ? "./" : folder) + '.' + file};
+}
+
+// Also from the journal of an earlier version of the library, which held an address besides.
+std::optional<std::string> UploadJournal::ReadKey(const std::string& place,
+                                                  const UploadOrigin& origin) const
+{
+    const json document = Parse(place.empty() ? std::nullopt : ReadJournal(place));
+    const auto key = document.is_object() ? document.find("key") : document.end();
+    if (key == document.end() || !key->is_string() || !document.contains("origin") ||
+        Dump(document["origin"]) != ToText(origin))
+        return std::nullopt;
+    return key->get<std::string>();
+}
+
+// Removes what is stale, and what a killed process left of a file that is gone.
+void UploadJournal::SweepFolder() const
+{
+    if (m_folder.empty())
+        return;
+    for (const std::string& path : StaleJournals(m_folder, kSuffix, m_wallTimeS()))
+        RemoveJournal(path);
+    for (const std::string& path : JournalsIn(m_folder, kSuffix)) {
+        // Without its folder, the file may lie on a medium that is not there now.
+        const std::string file = PathIn(Parse(ReadJournal(path)));
+        if (!file.empty() && IsGone(file) && !IsGone(FolderOf(file)))
+            RemoveJournal(path);
+    }
+}
+
+void UploadJournal::SweepBeside(const std::string& path)
+{
+    const std::string folder = FolderOf(path);
+    if (!m_sweptFolders.insert(folder).second)
+        return;
+    for (const std::string& stale : StaleFiles(folder, &IsBesideName, m_wallTimeS())) {
+        if (WasToBeJournal(stale))
+            RemoveJournal(stale);
+    }
+}
+
+void UploadJournal::ForgetRemovedFiles()
+{
+    const std::map<std::string, UploadOrigin> finished = m_finished;
+    for (const auto& [place, origin] : finished) {
+        if (IsGone(origin.path))
+            Forget(origin);
+    }
 }
 
 } // namespace kesdk::impl

@@ -1,20 +1,23 @@
-// Which uploads a console has begun, for the time after a restart.
+// The keys of uploads, for a later call and for a restarted console.
 #pragma once
 
 #include "transfer/StaleFiles.h"
 
+#include <array>
 #include <cstdint>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace kesdk::impl {
 
-// What is sent where, by whom. Another account or service never goes on with it, and a file that
-// was written since is another one.
+// What is sent where, by which account. Another account, service or state of the file never gets
+// the key.
 struct UploadOrigin
 {
-    std::string account; // and service; empty: nothing is kept
+    std::string account; // and service
     std::string path;
     std::int64_t sizeBytes = 0;
     std::int64_t modifiedS = 0;
@@ -22,37 +25,47 @@ struct UploadOrigin
     std::vector<std::int64_t> targetInboxIds;
 };
 
-struct BegunUpload
-{
-    std::string key;      // under which it was begun
-    std::string location; // empty as long as no answer told it
-};
-
-// One small file for each upload that was begun and not yet ended, in a folder that is the
-// library's own.
+// One small file for each upload, in a folder of the library. If that folder cannot be written, the
+// journal lies beside the sent file, as a hidden file; if that fails too, the key is remembered
+// until the object ends.
 //
-// Thread: the caller's, one at a time. Errors: none; a folder that cannot be written to, or that is
-// full, only costs going on after a restart.
+// The journal of a finished upload stays until the sent file is gone: a console that is killed
+// before it removes the file must not send it again.
+//
+// Thread: the caller's, one at a time. Errors: none.
 class UploadJournal
 {
 public:
-    // Without a folder nothing is kept.
+    // Without a folder all journals lie beside the files.
     UploadJournal(std::string folder, WallClock wallTimeS);
+    ~UploadJournal();
+    UploadJournal(const UploadJournal&) = delete;
+    UploadJournal& operator=(const UploadJournal&) = delete;
 
-    // What was begun of just this. What was begun of an earlier state of the file is removed.
-    std::optional<BegunUpload> Find(const UploadOrigin& origin);
-    void Keep(const UploadOrigin& origin, const BegunUpload& upload);
-    // The service keeps it longer too, because more of it has arrived.
+    // The key of an unfinished upload, or of one that an earlier process finished. Removes the
+    // journal of an earlier state of the file.
+    std::optional<std::string> Find(const UploadOrigin& origin);
+    // The key is on the disk afterwards: two syncs.
+    void Keep(const UploadOrigin& origin, const std::string& key);
+    // The journal is as young as an upload that has just made progress.
     void Renew(const UploadOrigin& origin);
+    void Finish(const UploadOrigin& origin);
     void Forget(const UploadOrigin& origin);
 
 private:
-    bool IsKept(const UploadOrigin& origin) const;
-    std::string PathOf(const UploadOrigin& origin) const;
+    using Places = std::array<std::string, 2>; // in the library's folder, beside the file
+
+    Places PlacesOf(const UploadOrigin& origin) const;
+    std::optional<std::string> ReadKey(const std::string& place, const UploadOrigin& origin) const;
+    void SweepFolder() const;
+    void SweepBeside(const std::string& path);
+    void ForgetRemovedFiles();
 
     const std::string m_folder;
     const WallClock m_wallTimeS;
-    bool m_isSwept = false;
+    std::set<std::string> m_sweptFolders;
+    std::map<std::string, UploadOrigin> m_finished;    // by place
+    std::map<std::string, std::string> m_onlyInMemory; // keys by place
 };
 
 } // namespace kesdk::impl

@@ -4,101 +4,94 @@
 #include "client/ApiClient.h"
 #include "http/ConsoleFacts.h"
 #include "transfer/Discards.h"
-#include "transfer/TransferPolicy.h"
+#include "transfer/ResumableTransfer.h"
 #include "transfer/UploadFile.h"
 #include "transfer/UploadJournal.h"
-#include "transfer/UploadKeys.h"
 
-#include <functional>
+#include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace kesdk::impl {
 
-// One upload at a time; resumed when the link drops, and by a later call or, with a journal, by a
-// restarted console.
+// One upload at a time, as a ResumableTransfer. Each upload has a random idempotency key, which the
+// journal holds before the first byte is sent. The key is the upload's one identity: a later call
+// and a restarted console ask for it.
 //
-//   begin ──(201, complete)──────────────────────────────► verify ─► done
-//     │ └──(409: begun before)──► ask ──(complete)────────────▲
-//     └──(drop)──────────────────► ▲ │                        │
-//                                  │ └──(offset)──► continue ─┘
-//           (complete, or expired) │                ▲     │
-//                                  └── look ─(offset)     │
-//                                       ▲────(drop)───────┘
+//   begin ──(201, complete)──► result            begin:    key and all of the content
+//     │                          ▲  │            ask:      key without content
+//     │(answer lost, 409)        │  │            continue: the rest of the content
+//     ▼                          │  │
+//    ask ──(complete)────────────┤  └──(result of another upload)──► ask
+//     │ ▲                        │
+//     │ └──(answer lost, 409)─┐  │
+//     └──(offset)──► continue ┴──┘               404 to continue: begin with a new key
 //
-// That an upload is complete is believed only of an answer to its key: the service gives none for
-// files that were removed since, and stores them anew.
+// A result is this upload's only if the digest, the number of files and, where the answer has them,
+// names, sizes and targets are those that were sent. Nothing else is believed or deleted. If the
+// key's own result has the right records but another digest, the file changed on the way: that copy
+// is deleted, with a later upload if the link drops now.
 //
-// What was committed and is not what the file holds is deleted there; if the link does not carry
-// that now, with a later upload, also after a restart. Until then it is nobody's result. What was
-// committed and was all of a file that is gone since stays there: it may be the last copy.
-//
-// Errors: as Failure; the file stays as it is. Retry: safe, an upload that the service has already
-// committed is found again by its key.
+// Errors: as Failure; the local file stays as it is. Retry: safe.
 class Uploads
 {
 public:
-    explicit Uploads(ApiClient& api, std::string journalFolder = {},
-                     WallClock wallTimeS = RealConsoleFacts().wallTimeS)
+    // What the service has committed. Its digest is the one of the bytes that were read.
+    struct Sent
+    {
+        UploadFile file;
+        NewUpload upload;
+        UploadOrigin origin;
+        UploadRecord result;
+        Sha256::Digest digest{};
+    };
+
+    Uploads(ApiClient& api, Timing& timing, const std::string& journalFolder = {},
+            const WallClock& wallTimeS = RealConsoleFacts().wallTimeS)
         : m_api(api),
+          m_timing(timing),
           m_journal(journalFolder, wallTimeS),
-          m_discards(std::move(journalFolder), std::move(wallTimeS))
+          m_discards(journalFolder, wallTimeS)
     {}
 
-    // The files that the upload made, in the order of the targets. The last thing it does is to see
-    // that the file is still what was sent, because callers remove it next. `onReached` runs before
-    // that, when the service has just answered: what else is due to it is sent there, not behind.
-    Result<std::vector<FileRecord>> Send(const ApiCall& call, const std::string& localPath,
-                                         const std::vector<std::int64_t>& targetInboxIds,
-                                         const std::function<void()>& onReached = {});
+    Result<Sent> Send(const ApiCall& call, const std::string& localPath,
+                      const std::vector<std::int64_t>& targetInboxIds);
+    // The last look at the file before the caller removes it: whether it still is what was sent.
+    // The copy of a file that changed is deleted. The copy of a removed file stays: it may be the
+    // last one. Gives the new files in the order of the targets.
+    Result<std::vector<FileRecord>> Confirm(const ApiCall& call, const Sent& sent);
 
 private:
-    enum class EStep {
-        eBegin,    // key and whole content
-        eAsk,      // key without content: where does it stand?
-        eLook,     // the same, where its address is known
-        eContinue, // the rest of the content
-    };
+    using Attempt = ResumableTransfer::Attempt;
+    enum class EStep { eBegin, eAsk, eContinue };
     struct Job
     {
         ApiCall call;
-        UploadFile file;
-        NewUpload upload;
-        std::string identity;
-        UploadOrigin origin;
+        Sent sent;
+        ResumableTransfer transfer;
         EStep step = EStep::eBegin;
-        std::string location;
-        std::int64_t offsetBytes = 0;
-        std::int64_t mostOffsetBytes = 0; // that the service ever acknowledged
-        int fruitless = 0;                // attempts in a row that brought nothing
-        int fruitlessAnswers = 0;         // of the service's, in a row
-        Patience patience;
-        bool hasSent = false; // content, in this call and under this key
-        bool isOld = false;   // begun before this call
-
-        explicit Job(const Patience& full) : patience(full) {}
+        std::string location{}; // empty until an answer told it
+        bool isResumed = false; // the journal had the key before this call
+        bool hasSent = false;   // content of this call may have reached the service under this key
     };
 
-    static bool IsSending(EStep step) { return step == EStep::eBegin || step == EStep::eContinue; }
-
-    static bool IsOver(const Job& job, const Failure& failure);
-
     Failure Open(Job& job, const std::string& localPath);
-    Result<UploadRecord> RunToEnd(Job& job);
-    Result<UploadRecord> Take(Job& job);
-    void Advance(Job& job, const UploadRecord& stand);
-    Failure Recover(Job& job, const Failure& failure);
-    Failure WaitAfter(Job& job, const Failure& failure);
+    Attempt Step(Job& job);
+    Result<UploadRecord> Request(Job& job);
+    Attempt AfterFailure(Job& job, const Failure& failure);
+    Attempt TakeOffset(Job& job, const UploadRecord& answer);
+    Attempt TakeResult(Job& job, const UploadRecord& answer);
+    Attempt AfterWrongCopy(Job& job, const UploadRecord& answer);
     void UseNewKey(Job& job);
-    bool IsOwn(Job& job, const UploadRecord& result);
-    Failure Verify(Job& job, const UploadRecord& result, Sha256::Digest& digest);
+    bool IsOfAnother(const Job& job, const UploadRecord& answer);
+    void Discard(const ApiCall& call, const UploadOrigin& origin, const UploadRecord& result);
 
     ApiClient& m_api;
-    UploadKeys m_keys;
+    Timing& m_timing;
     UploadJournal m_journal;
     Discards m_discards;
-    LastInVain m_inVain;
+    GivenUp m_givenUp;
+    std::set<std::int64_t> m_resultIds; // files of this object's uploads
 };
 
 } // namespace kesdk::impl

@@ -1,0 +1,53 @@
+// The time of one line to the service: its clock, and the pauses between attempts.
+#pragma once
+
+#include "base/Clock.h"
+
+#include <chrono>
+#include <optional>
+
+namespace kesdk::impl {
+
+// The pause doubles from `first` to `most`. Chance takes up to half of it.
+struct Backoff
+{
+    std::chrono::milliseconds first{500};
+    std::chrono::milliseconds most{30'000};
+};
+
+// Thread safety: one thread at a time; Wake from any.
+class Timing
+{
+public:
+    // All are the caller's and outlive this object.
+    Timing(Clock& clock, Sleeper& sleeper, Jitter& jitter)
+        : m_clock(clock), m_sleeper(sleeper), m_jitter(jitter)
+    {}
+
+    Clock::Time Now() const { return m_clock.Now(); }
+
+    // The pause behind attempt number `attempt` (from 1), or the longer one that the service asked
+    // for, up to five minutes.
+    std::chrono::milliseconds Delay(const Backoff& backoff, int attempt,
+                                    const std::optional<std::chrono::seconds>& retryAfter);
+    // Both block, and return false when the check ended the pause.
+    bool Sleep(std::chrono::milliseconds duration, const AbortCheck& abort)
+    {
+        return m_sleeper.Sleep(duration, abort);
+    }
+    bool Pause(const Backoff& backoff, int attempt,
+               const std::optional<std::chrono::seconds>& retryAfter, const AbortCheck& abort)
+    {
+        return Sleep(Delay(backoff, attempt, retryAfter), abort);
+    }
+
+    // A running pause (or else the next) asks its check at once.
+    void Wake() { m_sleeper.Wake(); }
+
+private:
+    Clock& m_clock;
+    Sleeper& m_sleeper;
+    Jitter& m_jitter;
+};
+
+} // namespace kesdk::impl
