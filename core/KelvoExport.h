@@ -1,4 +1,4 @@
-// Marks the few names that the plug-in's library exports, all of them unmangled.
+// Marks the names that the plug-in's library exports. All of them are unmangled.
 #pragma once
 
 #define KELVO_EXPORT __attribute__((visibility("default")))

@@ -1,4 +1,3 @@
-// Picks the host's folder getter for each kind of data.
 #include "core/KelvoHelperFunctions.h"
 
 #include "host/TSystemSettingsProxy.h"

@@ -1,12 +1,13 @@
-// Which local folder belongs to which kind of data.
+// The local folders of each kind of data.
 #pragma once
 
 #include "core/KelvoRecords.h"
 
 #include <QtCore/QString>
 
-// From any thread. The paths are the host's, unchanged; nothing is created or looked at on disk. A
-// value outside EKelvoProjects gets the generic folders, as maps and job reports do.
+// Thread safety: safe. The functions return the host's paths unchanged. They create no folder and
+// do not read the disk. Prescription maps, job reports and values outside EKelvoProjects get the
+// generic exchange folders.
 namespace KelvoHelperFunctions {
 
 QString GetLocalKelvoDownloadFolderPathForProject(EKelvoProjects project);

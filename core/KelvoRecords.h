@@ -7,7 +7,7 @@
 #include <QtCore/QStringList>
 
 // The kinds of data that the console exchanges with the service. The values are part of the
-// contract: they travel as int in every signal and index tables of seven.
+// contract: signals carry them as int, and tables of seven entries are indexed by them.
 enum EKelvoProjects : int {
     ePrescriptionMaps = 0,
     eJobReports = 1,
@@ -20,8 +20,8 @@ enum EKelvoProjects : int {
 
 constexpr int KELVO_PROJECT_COUNT = 7;
 
-// The files in one inbox that the console can take: entry i of one list belongs to entry i of the
-// other. The order is the service's; a name may occur more than once.
+// The downloadable files of one inbox. Entry i of one list belongs to entry i of the other. The
+// service sets the order. A name may occur more than once.
 class KelvoFileInfoList
 {
 public:
@@ -32,11 +32,11 @@ public:
 // One file that failed in an upload, a download, a deletion or an inbox set-up.
 struct KelvoFileTransferErrorDetails
 {
-    QString fileName; // bare name, or a text that stands for all files
+    QString fileName; // name without a path, or a text for all files
     QString errorMsg; // for the operator
 };
 
-// Signals spell the list by this name: it is the one that is registered.
+// Signals use this name of the list, because the meta-type is registered under it.
 using KelvoFileTransferErrorDetailsList = QList<KelvoFileTransferErrorDetails>;
 
 Q_DECLARE_METATYPE(KelvoFileInfoList)

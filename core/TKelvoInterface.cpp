@@ -1,4 +1,3 @@
-// The hub's requests, its reactions to the worker's reports, and its state.
 #include "core/TKelvoInterface.h"
 
 #include <QtCore/QReadLocker>
@@ -8,7 +7,7 @@ TKelvoInterface* KelvoInterface = nullptr;
 
 TKelvoInterface::TKelvoInterface() = default;
 
-// ---- Requests. The flags are read here without the lock: their writers run on this thread too.
+// ---- Requests. They read m_loggedIn without the lock: only this thread writes it.
 
 void TKelvoInterface::OnLoginToKelvoRequested()
 {
@@ -117,7 +116,7 @@ void TKelvoInterface::OnLoggedOutOfKelvo()
 {
     SetFlag(m_loggedIn, false);
     Q_EMIT KelvoLoggedOut();
-    // An operation that still runs on the worker stops at its next poll.
+    // A running operation of the worker stops at its next poll.
     OnCancelCurrentOperationRequested();
 }
 
@@ -187,8 +186,8 @@ void TKelvoInterface::OnKelvoUserInboxSetupComplete(
     KelvoFileTransferErrorDetailsList userInboxSetupErrors)
 {
     SetFlag(m_fileOperationInProgress, false);
-    // The reverse of the transfers' order: whoever reacts to the completion by logging out must
-    // have seen the end of the file operation first.
+    // Transfers emit the two signals in the other order. Here the second signal makes the login
+    // panel log out, so the file operation has to be complete before.
     Q_EMIT KelvoFileOperationComplete();
     Q_EMIT KelvoUserInboxSetupComplete(userInboxSetupErrors);
 }
@@ -207,7 +206,7 @@ void TKelvoInterface::SetFlag(bool& flag, bool value)
     flag = value;
 }
 
-// A cancel never outlives the operation that it was meant for.
+// A new operation clears a cancel request of the previous operation.
 void TKelvoInterface::BeginFileOperation()
 {
     RevertCancelCurrentOperation();

@@ -1,4 +1,4 @@
-// The hub: the one object through which the screens, the host and the worker meet.
+// The hub between the screens, the host and the worker.
 #pragma once
 
 #include "core/KelvoExport.h"
@@ -7,13 +7,13 @@
 #include <QtCore/QObject>
 #include <QtCore/QReadWriteLock>
 
-// Keeps the state flags and the latest remote file lists, turns requests into signals for the
-// worker and the worker's reports into signals for the screens.
+// Keeps the state flags and the latest remote file lists. Turns requests into signals for the
+// worker, and the worker's reports into signals for the screens.
 //
-// Thread: lives on the main thread. The worker's thread reads the flags and reverts a cancel; that
-// is what the lock is for. Signals are emitted with the lock released.
-// Ownership: created by the root object, deleted by the worker as it ends; no parent.
-// Errors: none; it trusts that project numbers are 0 to 6.
+// Thread: main. The worker's thread reads the flags and reverts a cancel request, under the lock.
+// Signals are emitted without the lock.
+// Ownership: the root object creates the hub; the worker deletes it in Finalize(). No parent.
+// Errors: none. Project numbers have to be 0 to 6; the hub does not check them.
 //
 //   flag                        set by                              cleared by
 //   loggedIn                    logged in                           login failed, logged out
@@ -30,17 +30,17 @@ class TKelvoInterface : public QObject
 public:
     TKelvoInterface();
 
-    // Requests. Main thread; none of them waits. The answer comes as a signal.
+    // Requests. Main thread, not blocking. The answer is a signal.
     virtual void OnLoginToKelvoRequested();
     virtual void OnCancelLoginToKelvoRequested();
     virtual void OnLogoutFromKelvoRequested();
     virtual void OnUploadToKelvoRequested(EKelvoProjects project, const QStringList& names);
     virtual void OnDownloadFromKelvoRequested(EKelvoProjects project, const QStringList& names);
     virtual void OnDeleteFilesRequested(EKelvoProjects project, const QStringList& names);
-    // Takes effect before the next file of the running operation, never within one.
+    // The running operation finishes its current file and stops before the next file.
     virtual void OnCancelCurrentOperationRequested();
 
-    // State. From any thread.
+    // State. Any thread.
     virtual bool IsKelvoLoggedIn();
     virtual bool IsKelvoLoginInProgress();
     virtual bool IsKelvoFileOperationInProgress();

@@ -1,4 +1,3 @@
-// Recognises the wireless adapter by its interface's name and its driver's.
 #include "net/TWirelessNetworkUtils.h"
 
 #include "net/WirelessName.h"
@@ -27,7 +26,7 @@ struct TDriverFamily
     TWirelessNetworkUtils::EWirelessHardware hardware;
 };
 
-// Of the families with "rt" the most specific comes first: its name contains the others'.
+// The order matters: "rtl8821" contains "rtl", which contains "rt". The longest comes first.
 const TDriverFamily DRIVER_FAMILIES[] = {
     {QLatin1String("ath"), TWirelessNetworkUtils::WirelessHardwareAth},
     {QLatin1String("rtl8821"), TWirelessNetworkUtils::WirelessHardwareRtl8821},

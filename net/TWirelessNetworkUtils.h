@@ -1,4 +1,4 @@
-// The console's wireless network adapter, as the operating system sees it.
+// The console's wireless network adapter, as the operating system reports it.
 #pragma once
 
 #include <QtCore/QString>
@@ -22,8 +22,8 @@ KELVO_NET_EXPORT extern const std::int32_t SIGNAL_LEVEL_MINIMUM;
 KELVO_NET_EXPORT extern const std::int32_t WINDOWS_NETWORK_DEBUG;
 KELVO_NET_EXPORT extern const std::int32_t NETWORK_OPERATION_TIMEOUT;
 
-// Static helpers without state; from any thread. None reports an error: what cannot be found out
-// has a fallback.
+// Static functions without state. Thread safety: safe. Errors: none; each function has a fallback
+// value.
 class TWirelessNetworkUtils
 {
 public:
@@ -44,8 +44,8 @@ public:
     static QString GetLogFileExtension();
     static QString GetLogFilePath();
 
-    // The wireless interface's name, "wlan0" when none is recognised.
+    // The name of the wireless interface, or "wlan0" if no name is recognised.
     static QString GetWirelessName();
-    // The family of the driver that runs the interface, an EWirelessHardware. Reads sysfs.
+    // The family of the interface's driver, an EWirelessHardware. Reads sysfs.
     static int GetWirelessHardware(QString interfaceName);
 };

@@ -1,8 +1,8 @@
-// Which of a list of network interfaces is the wireless one.
+// Picks the wireless interface from a list of network interfaces.
 #pragma once
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-// The first name that contains "p0s29f" or "ra", anywhere; "wlan0" if there is none.
+// Returns the first name that contains "p0s29f" or "ra", or "wlan0" if no name does.
 QString ChooseWirelessName(const QStringList& interfaceNames);

@@ -1,4 +1,3 @@
-// The exported entry points and pointers.
 #include "plugin/EntryPoints.h"
 
 #include "plugin/TKelvoDll.h"

@@ -1,4 +1,3 @@
-// Start and stop of the plug-in's parts.
 #include "plugin/TKelvoDll.h"
 
 #include "core/TKelvoInterface.h"
@@ -12,8 +11,8 @@ TKelvoDll::TKelvoDll(QWidget* parentWidget, const TGPSCoordinator* gpsCoordinato
                      const TAppFeatures& features, const QString& hostString)
     : TGen2DynamicLibrary(parentWidget)
 {
-    // The hub comes first: the worker connects to it as soon as its thread runs. It is the worker
-    // that ends its life, so without one there is no hub either.
+    // The hub comes first, because the worker connects to it as soon as its thread runs. The worker
+    // deletes the hub. If the worker cannot be created, the hub is deleted here.
     auto hub = std::make_unique<TKelvoInterface>();
     KelvoInterface = hub.get();
     try {
@@ -33,7 +32,7 @@ void TKelvoDll::Initialise()
     m_worker->start(QThread::LowestPriority);
 }
 
-// The order is part of the contract: no screen may outlive the hub, which ends with the worker.
+// The order is part of the contract: no screen may outlive the hub, and the worker deletes the hub.
 void TKelvoDll::Finalise()
 {
     TWindowManagerApi::Instance().RemoveWindowSurfaces(ZRA::OrvaleID(APPLICATION_UUID));

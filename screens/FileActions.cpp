@@ -1,4 +1,5 @@
-// What the file controller's buttons do, and the dialogs that follow an operation to its end.
+// The actions of the file controller's buttons, and the dialogs of an operation until its
+// completion.
 #include "screens/TKelvoFileControlWidget.h"
 
 #include "core/KelvoHelperFunctions.h"
@@ -12,8 +13,8 @@
 
 namespace {
 
-// How far an operation is: whether button 1 can still cancel it, and whether button 0 can put its
-// dialog away.
+// The state of an operation: whether button 1 can cancel it, and whether button 0 can close its
+// dialog.
 struct TOperationState
 {
     bool canCancel;
@@ -32,7 +33,7 @@ void Report(TMessageDialog& dialog, const QString& message, const TOperationStat
     dialog.EnableButton(TMessageDialog::eButton0, state.canClose);
 }
 
-// One block a failure; nothing else if there are any.
+// The success text, or one block for each failure.
 QString OutcomeOf(const KelvoFileTransferErrorDetailsList& errors, const QString& success,
                   const QString& failureLine)
 {
@@ -68,7 +69,7 @@ void TKelvoFileControlWidget::OnFileActionButtonClicked(int buttonId)
     }
 }
 
-// The selection may be another one by now than when the question was asked.
+// Reads the selection again: it may have changed since the question was shown.
 void TKelvoFileControlWidget::OnDeleteFilesConfirmed()
 {
     const struct
@@ -124,7 +125,7 @@ void TKelvoFileControlWidget::DeletedFilesDownloadableFromKelvo(EItemToManage it
     KelvoInterface->OnDeleteFilesRequested(GetKelvoProjectForItemToManage(item), names);
 }
 
-// ---- Local deletions. The list tells what is left.
+// ---- Local deletions. Failures are not reported; the list still shows the files.
 
 void TKelvoFileControlWidget::DeleteFilesPendingUploadToKelvo(EItemToManage item,
                                                               const QStringList& names)
@@ -153,7 +154,7 @@ void TKelvoFileControlWidget::DeleteFilesDownloadedFromKelvo(EItemToManage item,
     UpdateFileListWidget(false);
 }
 
-// ---- Progress: only the text, whether the dialog is shown or not.
+// ---- Progress. Changes only the text, also while the dialog is hidden.
 
 void TKelvoFileControlWidget::OnShowDownloadProgress(int, QString name)
 {
@@ -196,9 +197,9 @@ void TKelvoFileControlWidget::OnKelvoDeleteDownloadableFilesComplete(
            OutcomeOf(errors, tr("Delete complete."), tr("%1 failed to delete.")), FINISHED);
 }
 
-// ---- Cancelling. The completion still comes, and ends this state.
+// ---- Cancelling. The completion ends this state.
 
-// Translated once a process.
+// The text is translated once and reused for the life of the process.
 void TKelvoFileControlWidget::OnFileTransferCanceled()
 {
     static const QString message = tr("Cancelling file operation ...");

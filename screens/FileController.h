@@ -1,4 +1,4 @@
-// The numbers that the file controller's files share.
+// The values that the file controller's sources share.
 #pragma once
 
 // The location selector's values.

@@ -1,5 +1,5 @@
-// The file controller's lists: which choices the selectors offer, which names are listed, which
-// buttons can be pressed.
+// The file controller's lists: the choices of the selectors, the listed names and the enabled
+// buttons.
 #include "screens/TKelvoFileControlWidget.h"
 
 #include "core/KelvoHelperFunctions.h"
@@ -14,11 +14,11 @@
 
 namespace {
 
-// As the host's list wants them.
+// Arguments for the host's list.
 constexpr int ENTRY_TEXT_SIZE = 30;
 constexpr int ENTRY_DATA = 0;
 
-// From 1 on; everything else stands for prescription maps.
+// Entry 0 is for number 1. All other numbers mean prescription maps.
 constexpr EKelvoProjects PROJECTS_OF_ITEMS[] = {eJobReports, eABLines,      eCurves,
                                                 ePivots,     eOptimalLines, eProjectLines};
 constexpr EItemToManage ITEMS_OF_PROJECTS[] = {eManageJobReports,   eManageABLines,
@@ -66,7 +66,7 @@ void TKelvoFileControlWidget::UpdateFileSystemList()
     m_locationSelector->SetProperties(m_locationItem);
 }
 
-// Prescription maps only come from the service, job reports only go to it.
+// Prescription maps are only downloaded, job reports are only uploaded.
 void TKelvoFileControlWidget::UpdateItemToManageList()
 {
     const bool isUpload = ChosenLocation() == eFilesToUpload;
@@ -96,7 +96,7 @@ QStringList TKelvoFileControlWidget::GetKelvoUploadableFileListForItem(EItemToMa
                             QDir::Files | QDir::NoSymLinks, QDir::Name);
 }
 
-// What was downloaded is unpacked into folders, so these are listed too.
+// Downloaded archives may be unpacked into folders, so folders are listed too.
 QStringList TKelvoFileControlWidget::GetKelvoDownloadedFileListForItem(EItemToManage item)
 {
     QDir folder{QString()};

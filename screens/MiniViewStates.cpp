@@ -1,4 +1,4 @@
-// The login panel: how it looks in each state.
+// The login panel's look in each state.
 #include "screens/TKelvoMiniView.h"
 
 #include "host/TProperty.h"
@@ -19,7 +19,7 @@ bool IsOn(EChange change)
     return change == EChange::eOn;
 }
 
-// As QT_TRANSLATE_NOOP3 spells it. Null for no tool tip.
+// The layout that QT_TRANSLATE_NOOP3 expands to. Null means no tool tip.
 struct TToolTip
 {
     const char* text;
@@ -28,14 +28,14 @@ struct TToolTip
 
 } // namespace
 
-// How the panel looks in a state.
+// The look of the panel in one state.
 struct TKelvoMiniView::TStateLayout
 {
     EState state;
     EChange userNameEnabled;
     EChange passwordShown;
     EChange statusShown;
-    QString TKelvoMiniView::*statusText; // null keeps it
+    QString TKelvoMiniView::*statusText; // null: unchanged
     bool isButtonEnabled;
     QString TKelvoMiniView::*caption;
     QString TKelvoMiniView::*untranslatedCaption;
@@ -44,7 +44,7 @@ struct TKelvoMiniView::TStateLayout
     static const TStateLayout ALL[];
 };
 
-// "Kelvo" in these tool tips, "KELVO" in the one that the button is made with: both are meant.
+// These tool tips say "Kelvo", the tool tip of the new button says "KELVO". Both are required.
 const TKelvoMiniView::TStateLayout TKelvoMiniView::TStateLayout::ALL[] = {
     {eLoggedOut, EChange::eOn, EChange::eOn, EChange::eOff, nullptr, true,
      &TKelvoMiniView::m_loginCaption, &TKelvoMiniView::m_untranslatedLoginCaption,
@@ -112,7 +112,7 @@ void TKelvoMiniView::Apply(const TStateLayout& layout)
                              : tr(layout.toolTip.text, layout.toolTip.disambiguation));
 }
 
-// The offset by the view's own position within its parent is meant.
+// The highlight is also shifted by the view's position in its parent. This is required.
 void TKelvoMiniView::paintEvent(QPaintEvent* event)
 {
     ZRA::AppWindowSurface::paintEvent(event);

@@ -34,7 +34,7 @@ constexpr const char* LOCATION_LABELS[] = {
     QT_TRANSLATE_NOOP("TKelvoFileControlWidget", "Downloaded Files"),
 };
 
-// What is chosen by a number from 0 on.
+// A choice of labels, numbered from 0.
 template <std::size_t count>
 TEditItem ChoiceOf(const char* const (&labels)[count], bool doesWrap)
 {
@@ -67,8 +67,8 @@ TKelvoFileControlWidget::TKelvoFileControlWidget(QWidget* parent)
     if (parent == nullptr) {
         return;
     }
-    // A parent deletes its children in an order that changes when one is raised or moved: the
-    // dialogs, which are nobody's to delete, leave it first.
+    // The dialogs are members, so the parent must not delete them. They leave the parent before it
+    // deletes its children.
     connect(parent, &QObject::destroyed, this, [this] {
         for (TMessageDialog* dialog : {&m_noSelectionDialog, &m_fileTransferDialog,
                                        &m_deleteConfirmationDialog, &m_deleteProgressDialog}) {
@@ -90,7 +90,7 @@ void TKelvoFileControlWidget::SetTitle(const QString& title, int)
 void TKelvoFileControlWidget::Setup()
 {
     TWindow::Setup();
-    if (m_outerLayout != nullptr) { // again would double every connection
+    if (m_outerLayout != nullptr) { // a second call would double every connection
         return;
     }
     CreateCategorySelector();
@@ -116,7 +116,7 @@ void TKelvoFileControlWidget::CreateCategorySelector()
     m_categorySelector->SetPropertyType(TPropertyWidget::eChoice, &m_categoryItem);
 }
 
-// The captions stay untranslated, unlike all other texts of the screen.
+// The captions are not translated, unlike all other texts of the screen.
 void TKelvoFileControlWidget::CreateActionButtons()
 {
     const struct
@@ -187,8 +187,8 @@ void TKelvoFileControlWidget::SetUpOperationDialogs()
     }
 }
 
-// The cancels are queued: the dialog is done with its signal before its message and its buttons are
-// changed.
+// The Cancel() connections are queued, so that the dialog has finished its signal before its
+// message and its buttons change.
 void TKelvoFileControlWidget::MakeConnections()
 {
     const Qt::ConnectionType direct = Qt::AutoConnection;
@@ -234,12 +234,12 @@ void TKelvoFileControlWidget::MakeConnections()
     }
 }
 
-// ---- Reactions that only refresh.
+// ---- Reactions that only refresh the screen.
 
 void TKelvoFileControlWidget::showEvent(QShowEvent* event)
 {
     TWindow::showEvent(event);
-    if (m_outerLayout == nullptr) { // shown with its parent before there is anything to refresh
+    if (m_outerLayout == nullptr) { // shown before Setup()
         return;
     }
     UpdateItemToManageList();

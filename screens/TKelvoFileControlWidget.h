@@ -15,7 +15,7 @@ class TListWidget;
 class TPropertyWidget;
 class TPushButton;
 
-// What the operator manages: the category selector's values, numbered as EKelvoProjects.
+// The category selector's values. The numbers are those of EKelvoProjects.
 enum EItemToManage : int {
     eManagePrescriptionMaps = 0,
     eManageJobReports = 1,
@@ -27,16 +27,15 @@ enum EItemToManage : int {
 };
 
 // Two selectors (category and location), a list of names, and three buttons. It caches no lists:
-// whatever changes, the list and the buttons are derived afresh from the selectors, the disk and
-// the hub. Transfers and deletions on the service go through the hub; a progress dialog follows
-// them:
+// after each change it computes the list and the buttons from the selectors, the disk and the hub.
+// Transfers and deletions on the service go through the hub; a progress dialog follows them:
 //
 //   running ──completion──► finished
 //      └──cancel──► cancelling ──completion──► finished
 //
 // Thread: main. Ownership: the widgets are Qt children; the dialogs and the edit items are members.
-// The dialogs' parent is the one that the controller was constructed with. Errors: those of
-// transfers in the completion's message; those of local deletions show in the list that is left.
+// The parent of the dialogs is the controller's parent. Errors: the completion's message shows
+// failed transfers. Failed local deletions are not reported: the files are still in the list.
 //
 // The order of the virtual operations, the members and the slots is part of the contract.
 class TKelvoFileControlWidget : public TWindow
@@ -48,30 +47,30 @@ public:
     ~TKelvoFileControlWidget() override;
 
 protected:
-    // The login state is left to the hub's signals.
+    // Does not update the login state: the hub's signals do.
     void showEvent(QShowEvent* event) override;
 
 public:
-    // Once: builds the content and connects it.
+    // Builds the content and connects it. A second call does nothing.
     void Setup() override;
     // The number is ignored.
     virtual void SetTitle(const QString& title, int number);
     using TWindow::SetTitle;
 
-    // A value without a counterpart gives prescription maps.
+    // Other values give prescription maps.
     EKelvoProjects GetKelvoProjectForItemToManage(EItemToManage item) const;
     EItemToManage GetItemToManageForKelvoProject(EKelvoProjects project) const;
 
-    // Bare names. A folder that is missing lists as empty.
+    // Names without a path. A missing folder gives an empty list.
     QStringList GetKelvoUploadableFileListForItem(EItemToManage item);
     QStringList GetKelvoDownloadedFileListForItem(EItemToManage item);
     QStringList GetKelvoDownloadableFileListForItem(EItemToManage item);
 
-    // Leaves the buttons as they are.
+    // Does not change the buttons.
     void UpdateFileListWidget(bool isSelectionKept);
-    // Whether the service is on offer as a location.
+    // Offers the service as a location only while logged in.
     void UpdateFileSystemList();
-    // Which categories make sense at the location.
+    // Offers only the categories of the chosen location.
     void UpdateItemToManageList();
 
     void DownloadFilesFromKelvo(EItemToManage item, const QStringList& names);
@@ -96,7 +95,7 @@ public Q_SLOTS:
     void OnFileTransferCanceled();
     void OnDeleteDownloadableFilesCanceled();
     void OnDeleteFilesConfirmed();
-    // The hub keeps the list; this one is ignored, and so is the location.
+    // Reads the list from the hub: both arguments are ignored, and the location too.
     void OnNewKelvoProjectFilesList(int project, KelvoFileInfoList list);
 
 private:

@@ -1,4 +1,3 @@
-// The frame around the file controller.
 #include "screens/TKelvoFullView.h"
 
 #include "screens/TKelvoFileControlWidget.h"

@@ -7,8 +7,8 @@
 
 class TKelvoFileControlWidget;
 
-// Main thread. Owned by the window manager once it was handed over. The file controller exists from
-// the start and is built in Setup(), so that nothing of it is there before the surface is needed.
+// Main thread. The window manager owns the surface after its registration. The constructor creates
+// the file controller. Setup() builds its content, which is not needed earlier.
 class TKelvoFullView : public ZRA::AppWindowSurface
 {
     Q_OBJECT

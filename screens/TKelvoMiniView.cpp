@@ -1,4 +1,4 @@
-// The login panel: how it is built, and what it does when the operator or the hub says so.
+// The login panel: construction, and reactions to the operator and to the hub.
 #include "screens/TKelvoMiniView.h"
 
 #include "core/TKelvoInterface.h"
@@ -63,7 +63,7 @@ bool TKelvoMiniView::IsAvailable() const
 
 // ---- Construction.
 
-// Once, in the language of the moment.
+// Called once: the texts keep the language of that moment.
 void TKelvoMiniView::FillTexts()
 {
     m_loggingOutText = tr("Logging out....");
@@ -169,7 +169,7 @@ void TKelvoMiniView::OnKelvoPasswordReceived()
 
 void TKelvoMiniView::OnLoginButtonClicked()
 {
-    if (KelvoInterface == nullptr) { // there never was a hub to ask
+    if (KelvoInterface == nullptr) { // no hub exists
         return;
     }
     if (KelvoInterface->IsKelvoLoggedIn()) {
@@ -230,7 +230,7 @@ void TKelvoMiniView::OnKelvoUserInboxSetupInProgress(int progress)
         m_progressDialog = std::make_unique<TProgressDialog>(nullptr, tr("Configure Kelvo Account"),
                                                              TProgressDialog::ePercentage, true);
     }
-    // Also after the operator has closed it.
+    // Shows the dialog again if the operator has closed it.
     if (!m_progressDialog->isVisible()) {
         m_progressDialog->SetMessage(tr("Configuring Kelvo Account"), true);
         m_progressDialog->SetBottomMessage(

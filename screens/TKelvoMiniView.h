@@ -16,12 +16,12 @@ class TProperty;
 class TPropertyWidget;
 class TPushButton;
 
-// User name, password, a status row, and one button that logs in, logs out or tells that the system
-// is busy. What the operator types goes to the host's configuration at once: the worker reads the
-// credentials there, the panel keeps none.
+// User name, password, a status row, and one button that logs in, logs out or shows that the system
+// is busy. The panel writes each entered credential to the host's configuration at once and keeps
+// no copy. The worker reads the credentials there.
 //
-// Thread: main. Ownership: the window manager's once it was handed over; the user levels are the
-// host's and must outlive it. Errors: shown in a dialog.
+// Thread: main. Ownership: the window manager owns the panel after its registration. The host owns
+// the user levels, which have to outlive the panel. Errors: shown in a dialog.
 //
 //   logged out ──button──► login in progress ──hub──► logged in ──button──► logout in progress
 //       ▲  ▲                      │ failed                │ ▲                        │
@@ -30,8 +30,8 @@ class TPushButton;
 //       ├──── its end, when logged out ◄─── file operation in progress               │
 //       └────────────────────────────────────────────────────────────────────────────┘
 //
-// The panel starts logged out whatever the hub's flags say. The order of the members and of the
-// slots is part of the contract.
+// The panel always starts in the state "logged out": it does not read the hub's flags. The order of
+// the members and of the slots is part of the contract.
 class TKelvoMiniView : public ZRA::AppWindowSurface
 {
     Q_OBJECT
@@ -48,14 +48,14 @@ public:
     TKelvoMiniView(QWidget* parent, const TAppUserLevels& userLevels);
     ~TKelvoMiniView() override;
 
-    // Only to operators whose user level grants it.
+    // True if the operator's user level grants access.
     bool IsAvailable() const override;
 
 public Q_SLOTS:
-    // A number that is no EState is stored and changes nothing on the screen.
+    // A value outside EState is stored and does not change the screen.
     void ChangeState(int toState);
     void OnKelvoUserNameReceived();
-    // Empty and connected to nothing; it has its place in the order of the slots.
+    // Empty and not connected. It keeps its place in the order of the slots.
     void OnKelvoAltnerateURL();
     void OnKelvoPasswordReceived();
     void OnKelvoLoggedIn();
@@ -66,7 +66,7 @@ public Q_SLOTS:
     void OnKelvoFileOperationInProgress();
     void OnKelvoFileOperationComplete();
     void OnKelvoUserInboxSetupInProgress(int progress);
-    // Logs out: whoever was set up has to log in again.
+    // Logs out, because the operator has to log in again after the set-up.
     void OnKelvoUserInboxSetupComplete(KelvoFileTransferErrorDetailsList errorsList);
 
 protected:
@@ -84,7 +84,7 @@ private:
     void ShowError(const QString& message);
 
     TMessageDialog m_errorDialog;
-    std::unique_ptr<TProgressDialog> m_progressDialog; // from the first report of a set-up on
+    std::unique_ptr<TProgressDialog> m_progressDialog; // created at the first report of a set-up
     QString m_loggingOutText;
     QString m_loggingInText;
     QString m_loggedInText;

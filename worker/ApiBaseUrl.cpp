@@ -1,4 +1,3 @@
-// Puts the API's address together from the build's host or the environment's.
 #include "worker/ApiBaseUrl.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include "worker/ReferenceIndex.h"
 #include "worker/TKelvoThreadObject.h"
 
-// The listing is not refreshed here: a fresh one comes with the service's change reports.
+// Does not refresh the listing: the service's change reports bring a new listing.
 void TKelvoThreadObject::OnDeleteFromKelvo(int fromProject, QStringList filesToDelete,
                                            KelvoFileInfoList referenceFileInfoList)
 {

@@ -1,4 +1,3 @@
-// Gathers the console's device records and hands them to the SDK.
 #include "worker/DeviceReport.h"
 
 #include "host/TAppFeatures.h"
@@ -15,7 +14,7 @@ using kesdk::api::Environment;
 
 namespace {
 
-// Room for the service's fixed fields, terminator included.
+// Sizes of the service's fixed fields, in characters, with the terminator.
 constexpr int HARDWARE_ADDRESS_SIZE = 20;
 constexpr int CONSOLE_STRING_SIZE = 10;
 
@@ -27,7 +26,8 @@ std::wstring CutTo(const QString& text)
     return buffer.data();
 }
 
-// The wired interface's address, even if it is down; only an unknown one makes the wireless count.
+// The address of the wired interface, also while it is down. If there is no wired interface, the
+// address of the wireless interface.
 std::wstring HardwareAddress(const TAppFeatures& features)
 {
     QNetworkInterface interface = QNetworkInterface::interfaceFromName(

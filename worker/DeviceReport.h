@@ -1,4 +1,4 @@
-// What the console tells the service of its equipment and its session.
+// Reports of the console's equipment and session to the service.
 #pragma once
 
 #include "kesdk/api/Environment.h"
@@ -9,9 +9,9 @@ namespace kesdk::api {
 class IEnterpriseConnection;
 }
 
-// All of them: worker thread; blocking as the SDK's operation is; the SDK's result, false on
-// failure. Every report is gathered afresh from the console's characteristics and its network
-// hardware; an unknown network interface leaves the hardware address empty.
+// All functions run on the worker's thread and block as long as the SDK's operation. They return
+// the SDK's result, false on failure. Each report is read anew from the console's characteristics
+// and its network hardware. If no network interface is known, the hardware address is empty.
 
 // Reports the console and the host application.
 bool TestProcEnvironment(kesdk::api::IEnterpriseConnection* connection, const wchar_t* hostString,
@@ -21,7 +21,7 @@ bool TestProcEnvironment(kesdk::api::IEnterpriseConnection* connection, const wc
 void fillTestMeasDeviceInfo(kesdk::api::Environment::MeasDeviceInfo& device,
                             const TAppFeatures& features);
 
-// Registers the console's GPS receiver as a connected measuring device, and takes it off again.
+// Register the console's GPS receiver as a connected measuring device, and remove it again.
 bool TestProcMeasDeviceInfoConnect(kesdk::api::IEnterpriseConnection* connection,
                                    const TAppFeatures& features);
 bool TestProcMeasDeviceInfoDisconnect(kesdk::api::IEnterpriseConnection* connection,

@@ -1,4 +1,4 @@
-// The worker's download: fetch archives into the temporary folder, then unpack what is there.
+// The worker's download: fetch archives into the temporary folder, then unpack all archives in it.
 #include "core/KelvoHelperFunctions.h"
 #include "core/TKelvoInterface.h"
 #include "host/TFileSystemHelper.h"
@@ -40,7 +40,7 @@ void TKelvoThreadObject::OnDownloadFromKelvo(int fromProject, QStringList fileNa
             DownloadOne(project, file, name, temporaryFolder, errors);
         }
     }
-    // Also after a cancel or failures: what was fetched is unpacked.
+    // Fetched archives are unpacked also after a cancel or a failure.
     TErrors unpackingErrors;
     if (!ManageKelvoDownloads(project, unpackingErrors)) {
         errors.append(unpackingErrors);
@@ -49,8 +49,8 @@ void TKelvoThreadObject::OnDownloadFromKelvo(int fromProject, QStringList fileNa
     Q_EMIT KelvoDownloadComplete(fromProject, errors);
 }
 
-// Looks a requested name up in the listing and checks that the service still has that file under
-// that name.
+// Looks up a requested name in the listing. Checks that the service still has the file under this
+// name.
 bool TKelvoThreadObject::FindRemoteFile(const TReferenceIndex& reference, const QString& name,
                                         const QString& notListedText, TResource& found,
                                         TErrors& errors)
@@ -82,7 +82,7 @@ void TKelvoThreadObject::DownloadOne(EKelvoProjects project, const TResource& fi
     }
 }
 
-// Takes every archive in the folder, whichever request or earlier run left it there.
+// Unpacks every archive in the folder, also those of earlier requests and earlier runs.
 bool TKelvoThreadObject::ManageKelvoDownloads(EKelvoProjects project,
                                               QList<KelvoFileTransferErrorDetails>& errorList)
 {
@@ -91,7 +91,7 @@ bool TKelvoThreadObject::ManageKelvoDownloads(EKelvoProjects project,
     QDir temporaryFolder(TSystemSettingsProxy().GetKelvoTempDownloadFolderPath());
     const QStringList filters = {QStringLiteral("*%1").arg(TSystemSettings::ZIPExtension),
                                  QStringLiteral("*%1").arg(TSystemSettings::ZIP2Extension)};
-    // A name may begin with a dot on the service; the file must not stay here for ever.
+    // Hidden files are unpacked too: a name on the service may begin with a dot.
     const QStringList archives = temporaryFolder.entryList(
         filters, QDir::Files | QDir::Hidden | QDir::NoSymLinks, QDir::Name);
     if (!downloadFolder.exists()) {
@@ -107,7 +107,7 @@ bool TKelvoThreadObject::ManageKelvoDownloads(EKelvoProjects project,
             allUnpacked = false;
             WriteWorkerLog(QStringLiteral("ManageKelvoDownloads: ") + reason);
         }
-        // A broken archive is not tried again.
+        // The archive is removed also after a failure, so that it is not tried again.
         temporaryFolder.remove(archive);
     }
     return allUnpacked;

@@ -1,4 +1,4 @@
-// The worker's listings of what waits for the console on the service.
+// The worker's listings of the downloadable files on the service.
 #include "kesdk/api/IEnterpriseConnection.h"
 #include "worker/ConsoleLong.h"
 #include "worker/ServiceProjects.h"
@@ -10,11 +10,11 @@
 
 namespace {
 
-// The largest inbox id that a change report can name on the console.
+// The largest inbox id that a change report can hold on the console.
 constexpr qint64 MAX_REPORTED_ID = 0xFFFFFFFF;
 
-// Only the first occurrence counts: a name that holds the suffix earlier too does not match. This
-// is wanted; it is not an ends-with test.
+// Only the first occurrence counts: a name that also contains the suffix earlier does not match.
+// This is required: do not replace it by an ends-with test.
 bool FirstOccurrenceIsAtTheEnd(const wchar_t* name, const wchar_t* suffix)
 {
     const wchar_t* found = std::wcsstr(name, suffix);
@@ -33,7 +33,7 @@ void TKelvoThreadObject::RefreshToConsoleFileList(EKelvoProjects project, bool u
         }
         inboxId = NarrowToConsoleLong(id);
     }
-    // A failed query has no content, and gives an empty listing.
+    // A failed query gives an empty content, and so an empty listing.
     const TResource inbox = m_connection->GetResourceWithContent(WidenConsoleLong(inboxId));
 
     KelvoFileInfoList listing;
@@ -46,7 +46,7 @@ void TKelvoThreadObject::RefreshToConsoleFileList(EKelvoProjects project, bool u
         taken.insert(entry.id);
         listing.fileIds.append(NarrowToConsoleLong(entry.id));
         listing.fileNames.append(QString::fromStdWString(entry.name));
-        listing.fileNames.last().squeeze(); // Qt has reserved four times as much
+        listing.fileNames.last().squeeze(); // Qt reserved four times the length
     }
     Q_EMIT NewKelvoProjectFilesList(project, listing);
 }
@@ -78,7 +78,7 @@ void TKelvoThreadObject::OnFileModifiedInProjectInbox(long, unsigned long projec
     }
     for (const EKelvoProjects project : LISTED_PROJECTS) {
         const auto [found, id] = GetProjectInboxId(project);
-        // The project inbox's id has 32 bits here.
+        // Compares 32 bits: a change report's id has no more on the console.
         if (found && static_cast<quint32>(id) == projectInboxId) {
             RefreshToConsoleFileList(project, false, 0);
             return;

@@ -1,4 +1,4 @@
-// The worker's location sharing: the GPS receiver as a connected device, a position a minute.
+// The worker's location sharing: the GPS receiver as a connected device, and one position a minute.
 #include "core/TKelvoInterface.h"
 #include "host/TGPSCoordinator.h"
 #include "host/TLocalTime.h"
@@ -10,8 +10,8 @@
 
 namespace {
 
-// The date comes from the console's clock and the time of day from the fix; the two are not
-// reconciled. Seconds since 1970-01-01 00:00 UTC.
+// Seconds since 1970-01-01 00:00 UTC. The date comes from the console's clock and the time of day
+// from the fix. A difference between the two is not corrected.
 qint64 TimeStamp(double fixUtcTime)
 {
     const int time = static_cast<int>(fixUtcTime); // hhmmss
@@ -39,7 +39,7 @@ void TKelvoThreadObject::PrepareForLocationSharing()
     }
 }
 
-// De-registers even when sharing was never started.
+// Removes the receiver from the service also if sharing was never started.
 void TKelvoThreadObject::EndLocationSharing()
 {
     m_locationTimer->stop();
@@ -56,7 +56,7 @@ void TKelvoThreadObject::OnGPSLost(bool isLost)
     }
     if (isLost) {
         EndLocationSharing();
-        // The last known position, as sharing ends.
+        // Sends the last known position before sharing ends.
         OnShareCurrentLocationWithKelvo();
     } else {
         PrepareForLocationSharing();

@@ -1,4 +1,3 @@
-// A hash over a listing's names.
 #include "worker/ReferenceIndex.h"
 
 #include <algorithm>

@@ -7,14 +7,14 @@
 
 #include <optional>
 
-// Built once a request, so that looking up many names stays linear in their number. Of a name that
-// occurs twice the first entry counts. Exact, case-sensitive.
+// Built once for each request, so that the look-up of n names takes linear time. If a name occurs
+// twice, the first entry counts. Names are compared exactly, with case.
 class TReferenceIndex
 {
 public:
     explicit TReferenceIndex(const KelvoFileInfoList& reference);
 
-    // The id as the listing has it; nothing for a name that it does not have.
+    // The id of the name in the listing; nullopt if the listing does not have the name.
     std::optional<long> FindId(const QString& name) const;
 
 private:

@@ -1,4 +1,3 @@
-// Error texts, wide strings and the millisecond clock.
 #include "worker/SdkBoundary.h"
 
 #include <QtCore/QUrl>
@@ -9,15 +8,15 @@
 
 namespace {
 
-// Loads nothing: otherwise a style sheet that the markup names would be read from the disk. A pipe
-// in its place holds the caller up for ever, a device takes gigabytes of memory.
+// A document that loads no resources. QTextDocument would read a style sheet that the markup names.
+// If that file is a pipe, the read never ends; if it is a device, it takes gigabytes of memory.
 class TTextOnlyDocument : public QTextDocument
 {
 public:
     QVariant loadResource(int, const QUrl&) override { return QVariant(); }
 };
 
-// A zero that is written as an entity is no character of the text either.
+// Removes zero characters, also those that the markup has as an entity.
 QString PlainText(QTextDocument& document, const std::wstring& html)
 {
     document.setHtml(QString::fromWCharArray(html.c_str()));

@@ -1,4 +1,4 @@
-// Between the plug-in's Qt strings and the SDK's wide strings and clocks.
+// Converts between the plug-in's Qt types and the SDK's wide strings, error records and times.
 #pragma once
 
 #include "kesdk/api/CErrorMsg.h"
@@ -6,13 +6,13 @@
 
 #include <QtCore/QString>
 
-// The operator's text for the newest record of `errors`, HTML reduced to plain text: what happened
-// and, on a second line, what to do. Null for an empty list, never empty otherwise. Holds no zero
-// characters; files that the markup names are not read.
+// The operator's text for the newest record of `errors`, as plain text: what happened and, on a
+// second line, what to do. Null for an empty list; otherwise never empty. The text has no zero
+// characters. Files that the markup names are not read.
 QString GetLastErrorMsg(const xal_list<kesdk::api::CErrorMsg>& errors);
 
-// Copies `text` into `buffer` of `bufferSize` characters, cut to fit, always with a terminator.
-// Returns the number of characters written without it.
+// Copies `text` into `buffer` of `bufferSize` characters, cut if it is longer, always with a
+// terminator. Returns the number of characters without the terminator.
 int QStringToTCHAR(QString text, wchar_t* buffer, int bufferSize);
 
 // Milliseconds since 1970-01-01 00:00 UTC by the system's clock.

@@ -9,7 +9,7 @@ constexpr const wchar_t* SERVICE_PROJECT_NAMES[KELVO_PROJECT_COUNT] = {
     L"Pivots",     L"Optimal Lines", L"Project Lines",
 };
 
-// The kinds that are listed for download, in the order in which they are. Job reports only go up.
+// The kinds that are listed for download, in this order. Job reports are only uploaded.
 constexpr EKelvoProjects LISTED_PROJECTS[] = {
     ePrescriptionMaps, eABLines, eCurves, ePivots, eOptimalLines, eProjectLines,
 };

@@ -30,8 +30,8 @@ std::wstring WideString(const QString& text)
 
 } // namespace
 
-// Empty credentials go to the SDK as they are. When the SDK takes them, the outcome comes as a
-// notification.
+// Passes empty credentials to the SDK unchanged. If the SDK accepts the login, a notification
+// brings its result.
 void TKelvoThreadObject::OnLoginToKelvo()
 {
     if (m_connection == nullptr) {
@@ -44,7 +44,7 @@ void TKelvoThreadObject::OnLoginToKelvo()
     }
 }
 
-// A login that is under way runs to its end.
+// Does nothing: a started login is not cancelled.
 void TKelvoThreadObject::OnCancelLoginToKelvo() {}
 
 void TKelvoThreadObject::AutoLogin()
@@ -62,8 +62,8 @@ void TKelvoThreadObject::OnKelvoLoginFailed()
     Q_EMIT KelvoLoginFailed(GetLastErrorMsg(m_connection->GetLastLoginErrors()));
 }
 
-// The post-login checks; without the equipment's report none of them follows. The hub's flag, not
-// the SDK's, tells whether this is a repeated report.
+// Runs the post-login checks. If the environment report fails, no other check runs. The hub's
+// logged-in flag, not the SDK's, tells whether this notification is a repeated one.
 void TKelvoThreadObject::KelvoLoginSuccessful()
 {
     if (m_connection == nullptr || KelvoInterface->IsKelvoLoggedIn()) {
@@ -91,7 +91,7 @@ void TKelvoThreadObject::KelvoLoginSuccessful()
     }
 }
 
-// A report that was queued before the SDK was released is void.
+// Ignores a notification that was queued before the SDK connection was deleted.
 void TKelvoThreadObject::KelvoNotLoggedIn()
 {
     if (m_connection != nullptr && KelvoInterface->IsKelvoLoggedIn()) {
@@ -100,8 +100,8 @@ void TKelvoThreadObject::KelvoNotLoggedIn()
     }
 }
 
-// When the SDK logs out, its report of the lost session leads to KelvoLoggedOut(); when it refuses,
-// nobody is told.
+// After a logout, the SDK's notification of the ended session leads to KelvoLoggedOut(). If the SDK
+// refuses the logout, no signal is emitted.
 void TKelvoThreadObject::OnLogoutFromKelvo()
 {
     if (m_connection == nullptr) {

@@ -1,4 +1,3 @@
-// Maps the SDK's states and changes to signals.
 #include "worker/TKESDKNotificationMgr.h"
 
 using kesdk::api::ConnectionState;
@@ -10,7 +9,7 @@ TKESDKNotificationMgr::~TKESDKNotificationMgr() = default;
 void TKESDKNotificationMgr::onServerConnectionChange(const ConnectionState& state)
 {
     using TSignal = void (TKESDKNotificationMgr::*)();
-    // Indexed by the state. Reconnecting is nothing that the session's followers need to know.
+    // Indexed by the state. There is no signal for reconnecting: the session stays the same.
     static constexpr TSignal SIGNALS_BY_STATE[] = {
         &TKESDKNotificationMgr::NotLoggedIn,     &TKESDKNotificationMgr::LoginInProgress, nullptr,
         &TKESDKNotificationMgr::LoginSuccessful, &TKESDKNotificationMgr::LoginFailed,

@@ -12,8 +12,8 @@
 //
 // Thread: created and deleted on the worker's thread; its listener operations are called on the
 // SDK's notification thread, where the signals are emitted.
-// Ownership: the worker's; it must be withdrawn from the SDK before it is deleted.
-// The order of the bases, virtual operations and signals is part of the contract.
+// Ownership: the worker owns it, and unsubscribes it from the SDK before it deletes it. The order
+// of the bases, virtual operations and signals is part of the contract.
 class TKESDKNotificationMgr : public QObject,
                               public kesdk::api::IServerConnectionNotification,
                               public kesdk::api::IResourceChangeNotification
@@ -36,6 +36,6 @@ Q_SIGNALS:
     void FileModifiedInProjectInbox(long fileId, unsigned long projectInboxId);
 
 private:
-    // Guards no member: it keeps the emissions of two resource changes from interleaving.
+    // Guards no member. It keeps two resource changes from emitting their signals at the same time.
     boost::detail::lightweight_mutex m_resourceChangeMutex;
 };

@@ -1,4 +1,4 @@
-// The worker's life: construction, start on its thread, connections, end.
+// The worker's construction, start on its thread, connections and end.
 #include "worker/TKelvoThreadObject.h"
 
 #include "core/TKelvoInterface.h"
@@ -42,7 +42,7 @@ TKelvoThreadObject::TKelvoThreadObject(const TGPSCoordinator* gpsCoordinator,
       m_gpsCoordinator(gpsCoordinator),
       m_features(&features)
 {
-    // A queued argument whose type is not registered under the name in the signature is dropped.
+    // Qt drops a queued argument if its type is not registered under the name in the signature.
     qRegisterMetaType<QList<KelvoFileTransferErrorDetails>>("KelvoFileTransferErrorDetailsList");
     qRegisterMetaType<KelvoFileInfoList>("KelvoFileInfoList");
 
@@ -61,7 +61,7 @@ void TKelvoThreadObject::Initialize()
         m_connection = nullptr;
         return;
     }
-    // Stopping the thread ends a running transfer.
+    // A stop of the thread ends a running transfer.
     m_connection->SetAbortCheck([] { return QThread::currentThread()->isInterruptionRequested(); });
     m_apiBaseUrl = KELVO_API_BASE_URL;
 
@@ -142,7 +142,7 @@ void TKelvoThreadObject::MakeKESDKConnections()
     }
 }
 
-// Declared for replacing the connection by one to another URL; nothing asks for it.
+// Intended to replace the connection by a connection to another URL. Nothing calls it.
 void TKelvoThreadObject::RecreateKESDKInstance(QString) {}
 
 void TKelvoThreadObject::CleanupKESDK()
@@ -166,7 +166,7 @@ void TKelvoThreadObject::Finalize()
     OnLogoutFromKelvo();
     CleanupKESDK();
 
-    // The worker, not the root object, ends the hub's life: nothing touches the hub afterwards.
+    // The worker, not the root object, deletes the hub. Nothing uses the hub afterwards.
     delete KelvoInterface;
     KelvoInterface = nullptr;
 

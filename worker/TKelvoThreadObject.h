@@ -25,15 +25,15 @@ struct EnterpriseResourceWithContent;
 // Performs login, post-login checks, inbox set-up, listing, upload, download with unpacking and
 // deletion, by synchronous calls of the SDK.
 //
-// Thread: constructed on the main thread, then lives on its own ("KelvoThread"), where all its
-// slots run one after the other. It is driven by the hub's queued signals only, and polls the
+// Thread: constructed on the main thread. Then it lives on its thread "KelvoThread", where all its
+// slots run one after the other. Only the hub's queued signals start its operations. It reads the
 // hub's logged-in flag and cancel request directly.
-// Ownership: owned by the root object; owns the SDK connection and the notification manager, and
-// deletes the hub when it finalises.
-// Errors: when no SDK connection could be made, it stays without connections for its whole life
-// and every slot returns at once.
-// One .cpp a duty: this class's own (life and connections), Session, Inboxes, Listing, Upload,
-// Download, Delete, Location. The order of signals and slots is part of the contract.
+// Ownership: the root object owns the worker. The worker owns the SDK connection and the
+// notification manager, and deletes the hub in Finalize().
+// Errors: if no SDK connection can be created, the worker connects no signals and every slot
+// returns at once. Each duty has a .cpp file: TKelvoThreadObject (life and connections), Session,
+// Inboxes, Listing, Upload, Download, Delete, Location. The order of signals and slots is part of
+// the contract.
 class TKelvoThreadObject : public TThreadedObject
 {
     Q_OBJECT
@@ -65,7 +65,7 @@ Q_SIGNALS:
     void KelvoDeleteComplete(int project, KelvoFileTransferErrorDetailsList);
 
 protected:
-    // Whether something was found, and its id (0 if not).
+    // Whether an id was found, and the id (0 if not).
     using TFoundId = std::pair<bool, qint64>;
 
     void Initialize() override;
@@ -76,28 +76,28 @@ protected:
     void RecreateKESDKInstance(QString url);
     void CleanupKESDK();
 
-    // The id of the kind's project on the service, which is its project inbox too.
+    // The id of the kind's project on the service. It is also the id of the project inbox.
     TFoundId GetProjectInboxId(EKelvoProjects project);
-    // The id of the logged-in user's inbox in the kind's project, any kind's.
+    // The id of the logged-in user's inbox in the kind's project, for every kind.
     TFoundId GetToConsoleProjectUserInboxId(EKelvoProjects project);
     // True if the user's inbox exists afterwards.
     bool CreateUserInbox(EKelvoProjects project);
-    // Starts sharing the position if there is one and the hub counts the session as logged in.
+    // Starts location sharing if there is a fix and the hub's logged-in flag is set.
     void PrepareForLocationSharing();
-    // Stops it, and takes the receiver off the service in any case.
+    // Stops location sharing. Removes the receiver from the service in any case.
     void EndLocationSharing();
 
     // Appends every kind whose user inbox does not exist.
     void CheckKelvoAccountSetup(QList<EKelvoProjects>& missing);
     void SetupKelvoUserInboxes(QList<EKelvoProjects> missing);
 
-    // Reads an inbox and emits its listing: the given one, or else the one that is looked up.
+    // Reads an inbox and emits its listing. Looks the inbox up if its id is not given.
     void RefreshToConsoleFileList(EKelvoProjects project, bool useGivenInboxId, long inboxId);
-    // Whether the first occurrence of an archive suffix in the name is at its very end.
+    // Whether the first occurrence of an archive suffix is at the end of the name.
     bool IsFileNameDownloadable(const wchar_t* fileName) const;
 
-    // Unpacks and removes every archive of the temporary download folder. True when each could be
-    // unpacked; a record is appended for each that could not.
+    // Unpacks and removes every archive of the temporary download folder. Returns true if all were
+    // unpacked. Appends a record for each archive that was not.
     bool ManageKelvoDownloads(EKelvoProjects project,
                               QList<KelvoFileTransferErrorDetails>& errorList);
 
@@ -123,8 +123,7 @@ private:
     using TErrors = QList<KelvoFileTransferErrorDetails>;
     using TResource = kesdk::api::EnterpriseResourceWithContent;
 
-    // After a failure that the operator is not told of: the SDK's record of it is read all the
-    // same.
+    // Reads and drops the SDK's error records, after a failure that the operator is not shown.
     void DropLastErrors();
     QString UserFolderCreationFailed(EKelvoProjects project) const;
     std::optional<qint64> FindOrCreateUserFolder(EKelvoProjects project, TErrors& errors);
@@ -135,7 +134,7 @@ private:
     void DownloadOne(EKelvoProjects project, const TResource& file, const QString& name,
                      const QString& folder, TErrors& errors);
 
-    QString m_apiBaseUrl; // what the current SDK connection was created with
+    QString m_apiBaseUrl; // the URL of the current SDK connection
     QTimer* m_locationTimer = nullptr;
     bool m_gpsValid = false;
     const TGPSCoordinator* m_gpsCoordinator;

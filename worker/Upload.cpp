@@ -21,7 +21,7 @@ void TKelvoThreadObject::OnUploadToKelvo(int toProject, QStringList fileNamesToU
     TErrors errors;
     const std::optional<qint64> folderId = FindOrCreateUserFolder(project, errors);
 
-    // Prescription maps only come down: a request for them finds its folder and sends nothing.
+    // Prescription maps are only downloaded: a request for them finds its folder and sends nothing.
     if (folderId && project != ePrescriptionMaps) {
         for (const QString& name : qAsConst(fileNamesToUpload)) {
             if (KelvoInterface->IsCancelCurrentOperationRequested()) {
@@ -66,10 +66,10 @@ void TKelvoThreadObject::UploadOne(EKelvoProjects project, qint64 folderId, cons
 
     Q_EMIT KelvoUploadingFile(project, name);
     if (m_connection->Upload(widePath.data(), {static_cast<quint64>(folderId)})) {
-        // True means kept: the service has committed the same bytes.
+        // True means that the service has committed the same bytes.
         QFile file(path);
         if (!file.remove()) {
-            // Sent files leave no record; the operator sees that it is still there.
+            // Only failed transfers get a record. The operator sees that the file is still listed.
             WriteWorkerLog(
                 QStringLiteral("OnUploadToKelvo: %1 was sent, but cannot be removed here: %2")
                     .arg(name, file.errorString()));
@@ -79,7 +79,7 @@ void TKelvoThreadObject::UploadOne(EKelvoProjects project, qint64 folderId, cons
     }
 }
 
-// A failure for which the SDK has no record leaves none here either.
+// Appends nothing if the SDK has no record of the failure.
 void TKelvoThreadObject::AppendSdkError(const QString& name, TErrors& errors)
 {
     const auto sdkErrors = m_connection->GetLastErrors();

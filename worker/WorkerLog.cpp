@@ -1,4 +1,3 @@
-// Tells the user log of what the operator's records cannot say.
 #include "worker/WorkerLog.h"
 
 #include "host/ConfigManager.h"

@@ -1,7 +1,7 @@
-// Tells the user log of what the operator's records cannot say.
+// Writes to the user log the details that the operator's error records do not have.
 #pragma once
 
 #include <QtCore/QString>
 
-// If the host wants such entries. The worker's thread.
+// Writes only if the host has enabled such entries. Worker thread.
 void WriteWorkerLog(const QString& text);
