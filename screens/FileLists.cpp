@@ -82,8 +82,8 @@ void TKelvoFileControlWidget::UpdateItemToManageList()
     m_categorySelector->SetProperties(m_categoryItem);
 }
 
-// ---- The names. Where a category does not belong to a location, the folder stays empty, which
-// stands for the working directory; the selectors never offer that pair.
+// ---- The names. If a location does not have a category, the folder's path stays empty, which
+// means the working directory. The selectors never offer such a pair.
 
 QStringList TKelvoFileControlWidget::GetKelvoUploadableFileListForItem(EItemToManage item)
 {

@@ -1,4 +1,4 @@
-// The worker's session: login, what follows it, logout.
+// The worker's session: login, post-login checks, logout.
 #include "core/TKelvoInterface.h"
 #include "host/ConfigManager.h"
 #include "kesdk/api/IEnterpriseConnection.h"

@@ -1,4 +1,4 @@
-// The plug-in's one listener of the SDK.
+// The plug-in's only listener of the SDK.
 #pragma once
 
 #include "kesdk/api/IResourceChangeNotification.h"

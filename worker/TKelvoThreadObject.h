@@ -1,4 +1,4 @@
-// The worker: the one object that talks to the service.
+// The worker: the only object that talks to the service.
 #pragma once
 
 #include "core/KelvoRecords.h"

@@ -1,4 +1,4 @@
-// Everything that can happen to a hub, what it does to each flag, and what it emits.
+// All events of a hub: the effect of each event on the flags, and the emitted signals.
 #pragma once
 
 #include "core/TKelvoInterface.h"

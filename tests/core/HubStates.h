@@ -1,4 +1,4 @@
-// Brings a hub into any of its states and tells which one it is in.
+// Brings a hub into any of its states, and reads the state of a hub.
 #pragma once
 
 #include "core/TKelvoInterface.h"
@@ -16,7 +16,7 @@ struct HubState
 
 constexpr int HUB_STATE_COUNT = 16;
 
-// `number` from 0 to 15, a bit a flag.
+// `number` is 0 to 15, one bit for each flag.
 inline HubState HubStateOf(int number)
 {
     return {(number & 1) != 0, (number & 2) != 0, (number & 4) != 0, (number & 8) != 0};
@@ -28,11 +28,11 @@ inline HubState HubStateOf(TKelvoInterface& hub)
             hub.IsKelvoFileOperationInProgress(), hub.IsCancelCurrentOperationRequested()};
 }
 
-// Only from the state that a hub is made in.
+// The hub has to be in its initial state.
 inline void BringInto(TKelvoInterface& hub, const HubState& state)
 {
     if (state.loggedIn)
-        hub.OnLoggedIntoKelvo(); // first: it ends a login in progress
+        hub.OnLoggedIntoKelvo(); // first, because it clears a login in progress
     if (state.loginInProgress)
         hub.OnLoggingIntoKelvo();
     if (state.fileOperationInProgress)

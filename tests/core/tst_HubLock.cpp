@@ -1,4 +1,4 @@
-// The hub's lock, from a second thread: free during every emission, and held for each change.
+// The hub's lock, tested from a second thread: free during every emission, held for each change.
 #include "support/TestMain.h"
 #include "tests/core/HubEvents.h"
 #include "tests/core/HubStates.h"
@@ -19,16 +19,16 @@ private Q_SLOTS:
     void initTestCase();
     void isFreeDuringEveryEmission_data();
     void isFreeDuringEveryEmission();
-    void aSecondThreadSeesOnlyWholeListings();
-    void aSecondThreadMayPollAndRevertTheCancel();
+    void aSecondThreadReadsOnlyCompleteListings();
+    void aSecondThreadCanReadAndRevertTheCancel();
 };
 
 namespace {
 
 constexpr int HANG_GUARD_MS = 30000;
 
-// Takes the lock for reading and for writing on a thread of its own. False when that blocks; then
-// the thread is left behind, with the hub it hangs on.
+// Takes the lock for reading and for writing on a second thread. Returns false if that blocks. Then
+// the blocked thread keeps running, and the hub has to be kept.
 bool CanLockElsewhere(TKelvoInterface* hub)
 {
     const auto done = std::make_shared<QSemaphore>();
@@ -83,10 +83,10 @@ void tst_HubLock::isFreeDuringEveryEmission()
     event.happen(*hub);
     QVERIFY2(wasFree, "the lock was held while a signal was emitted");
     QCOMPARE(emissions, event.emittedLoggedOut.size());
-    delete hub; // kept when a thread hangs on it
+    delete hub; // not deleted if a thread is blocked in it
 }
 
-void tst_HubLock::aSecondThreadSeesOnlyWholeListings()
+void tst_HubLock::aSecondThreadReadsOnlyCompleteListings()
 {
     TKelvoInterface hub;
     std::atomic<bool> stop{false};
@@ -114,7 +114,7 @@ void tst_HubLock::aSecondThreadSeesOnlyWholeListings()
     QCOMPARE(hub.GetKelvoProjectFilesList(eCurves).fileIds.size(), 1999 % 5);
 }
 
-void tst_HubLock::aSecondThreadMayPollAndRevertTheCancel()
+void tst_HubLock::aSecondThreadCanReadAndRevertTheCancel()
 {
     TKelvoInterface hub;
     QSemaphore seen;

@@ -1,5 +1,5 @@
-// The hub as Qt's meta-object system shows it: the host and the screens connect by these texts, and
-// the order is part of the contract.
+// The hub in Qt's meta-object system. The host and the screens connect by these texts, and the
+// order is part of the contract.
 #include "core/TKelvoInterface.h"
 #include "support/TestMain.h"
 #include "tests/fakes/Declarations.h"

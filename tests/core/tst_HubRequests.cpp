@@ -1,5 +1,5 @@
-// What the hub does with requests: the reference list it sends along, the cancel protocol, and
-// which calls go through the virtual table.
+// The hub's requests: the reference list in each request, the cancel request, and the calls through
+// the virtual table.
 #include "support/TestMain.h"
 #include "tests/core/HubEvents.h"
 #include "tests/fakes/SignalLog.h"
@@ -48,22 +48,22 @@ class tst_HubRequests : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void initTestCase();
-    void loginWhileLoggedInOnlyTellsTheScreen();
-    void logoutWhileLoggedOutOnlyTellsTheScreen();
-    void aCancelNeverOutlivesTheOperationItWasMeantFor();
-    void theCancelIsRevertedBeforeTheUploadIsRequested();
-    void cancelStandsAfterLogoutUntilTheNextRequest();
+    void loginWhileLoggedInOnlyEmitsLoggedIn();
+    void logoutWhileLoggedOutOnlyEmitsLoggedOut();
+    void aNewOperationClearsTheCancelOfThePreviousOne();
+    void revertsTheCancelBeforeItRequestsTheUpload();
+    void keepsTheCancelAfterLogoutUntilTheNextRequest();
     void downloadSendsTheListingOfItsProjectOnly();
     void downloadWithoutAListingSendsAnEmptyOne();
     void deleteSendsTheListingOfItsProjectOnly();
     void deleteWithoutAListingSendsAnEmptyOne();
-    void theSameListingTwiceIsAnnouncedTwice();
-    void aNewListingReplacesTheOldOneWhole();
+    void announcesTheSameListingTwice();
+    void aNewListingReplacesTheOldListing();
     void loggingOutKeepsTheListings();
-    void aLoginFailureIsPassedOnAsReceived();
-    void ownCallsGoThroughTheVirtualTable_data();
-    void ownCallsGoThroughTheVirtualTable();
-    void everyInboxSetupStepIsAnnouncedAgain();
+    void passesOnTheTextOfALoginFailureUnchanged();
+    void callsItsOwnOperationsThroughTheVirtualTable_data();
+    void callsItsOwnOperationsThroughTheVirtualTable();
+    void announcesEachInboxSetupStep();
 };
 
 void tst_HubRequests::initTestCase()
@@ -72,7 +72,7 @@ void tst_HubRequests::initTestCase()
     qRegisterMetaType<KelvoFileInfoList>("KelvoFileInfoList");
 }
 
-void tst_HubRequests::loginWhileLoggedInOnlyTellsTheScreen()
+void tst_HubRequests::loginWhileLoggedInOnlyEmitsLoggedIn()
 {
     TKelvoInterface hub;
     hub.OnLoggedIntoKelvo();
@@ -83,7 +83,7 @@ void tst_HubRequests::loginWhileLoggedInOnlyTellsTheScreen()
     QVERIFY(!hub.IsKelvoLoginInProgress());
 }
 
-void tst_HubRequests::logoutWhileLoggedOutOnlyTellsTheScreen()
+void tst_HubRequests::logoutWhileLoggedOutOnlyEmitsLoggedOut()
 {
     TKelvoInterface hub;
     fakes::SignalLog log;
@@ -93,7 +93,7 @@ void tst_HubRequests::logoutWhileLoggedOutOnlyTellsTheScreen()
     QVERIFY(!hub.IsCancelCurrentOperationRequested());
 }
 
-void tst_HubRequests::aCancelNeverOutlivesTheOperationItWasMeantFor()
+void tst_HubRequests::aNewOperationClearsTheCancelOfThePreviousOne()
 {
     TKelvoInterface hub;
     hub.OnCancelCurrentOperationRequested();
@@ -102,7 +102,7 @@ void tst_HubRequests::aCancelNeverOutlivesTheOperationItWasMeantFor()
     QVERIFY(!hub.IsCancelCurrentOperationRequested());
 }
 
-void tst_HubRequests::theCancelIsRevertedBeforeTheUploadIsRequested()
+void tst_HubRequests::revertsTheCancelBeforeItRequestsTheUpload()
 {
     TKelvoInterface hub;
     hub.OnCancelCurrentOperationRequested();
@@ -113,7 +113,7 @@ void tst_HubRequests::theCancelIsRevertedBeforeTheUploadIsRequested()
     QCOMPARE(cancelSeen, QList<bool>{false});
 }
 
-void tst_HubRequests::cancelStandsAfterLogoutUntilTheNextRequest()
+void tst_HubRequests::keepsTheCancelAfterLogoutUntilTheNextRequest()
 {
     TKelvoInterface hub;
     hub.OnLoggedIntoKelvo();
@@ -168,7 +168,7 @@ void tst_HubRequests::deleteWithoutAListingSendsAnEmptyOne()
     QCOMPARE(log.Texts().last(), QStringLiteral("KelvoDeleteFilesRequested(3,[a.zip],[])"));
 }
 
-void tst_HubRequests::theSameListingTwiceIsAnnouncedTwice()
+void tst_HubRequests::announcesTheSameListingTwice()
 {
     TKelvoInterface hub;
     fakes::SignalLog log;
@@ -182,7 +182,7 @@ void tst_HubRequests::theSameListingTwiceIsAnnouncedTwice()
     QCOMPARE(kept.fileNames, QStringList{QStringLiteral("line.zip")});
 }
 
-void tst_HubRequests::aNewListingReplacesTheOldOneWhole()
+void tst_HubRequests::aNewListingReplacesTheOldListing()
 {
     TKelvoInterface hub;
     hub.OnNewKelvoProjectFilesList(eCurves, OneFile(3, "curve.zip"));
@@ -200,7 +200,7 @@ void tst_HubRequests::loggingOutKeepsTheListings()
     QCOMPARE(hub.GetKelvoProjectFilesList(eCurves).fileIds, QList<long>{3L});
 }
 
-void tst_HubRequests::aLoginFailureIsPassedOnAsReceived()
+void tst_HubRequests::passesOnTheTextOfALoginFailureUnchanged()
 {
     TKelvoInterface hub;
     fakes::SignalLog log;
@@ -212,7 +212,7 @@ void tst_HubRequests::aLoginFailureIsPassedOnAsReceived()
                           QStringLiteral("KelvoLoginFailed()")}));
 }
 
-void tst_HubRequests::ownCallsGoThroughTheVirtualTable_data()
+void tst_HubRequests::callsItsOwnOperationsThroughTheVirtualTable_data()
 {
     QTest::addColumn<int>("eventIndex");
     const QList<HubEvent> events = HubEvents();
@@ -220,7 +220,7 @@ void tst_HubRequests::ownCallsGoThroughTheVirtualTable_data()
         QTest::newRow(events[e].name) << e;
 }
 
-void tst_HubRequests::ownCallsGoThroughTheVirtualTable()
+void tst_HubRequests::callsItsOwnOperationsThroughTheVirtualTable()
 {
     QFETCH(int, eventIndex);
     const HubEvent event = HubEvents().at(eventIndex);
@@ -230,7 +230,7 @@ void tst_HubRequests::ownCallsGoThroughTheVirtualTable()
     QCOMPARE(hub.m_cancels, event.cancelRequested == EEffect::eSets ? 1 : 0);
 }
 
-void tst_HubRequests::everyInboxSetupStepIsAnnouncedAgain()
+void tst_HubRequests::announcesEachInboxSetupStep()
 {
     TKelvoInterface hub;
     fakes::SignalLog log;

@@ -1,5 +1,5 @@
-// Every event in every one of the hub's 16 states: what becomes of the flags, and which signals
-// come in which order.
+// Every event in each of the hub's 16 states: the flags afterwards, and the emitted signals in
+// order.
 #include "support/TestMain.h"
 #include "tests/core/HubEvents.h"
 #include "tests/core/HubStates.h"
@@ -80,8 +80,8 @@ void tst_HubStateMachine::flagsAreChangedBeforeTheSignalsAreEmitted_data()
         QTest::newRow(events[e].name) << e;
 }
 
-// Whoever hears a signal finds the flags as the event leaves them; only the cancel that a
-// logged-out report requests comes after its announcement.
+// A listener of a signal reads the flags as they are after the event. One exception: a logged-out
+// report requests the cancel after its signal.
 void tst_HubStateMachine::flagsAreChangedBeforeTheSignalsAreEmitted()
 {
     QFETCH(int, eventIndex);

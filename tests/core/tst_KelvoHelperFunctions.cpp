@@ -1,5 +1,5 @@
-// The choice of local folders. The host's settings are stood in for below: each getter answers
-// with a text of its own, which need not be a path.
+// The choice of local folders. The host's settings are replaced below: each getter returns a
+// different text, which need not be a path.
 #include "core/KelvoHelperFunctions.h"
 #include "host/TSystemSettingsProxy.h"
 #include "support/TestMain.h"
@@ -59,8 +59,8 @@ private Q_SLOTS:
     void init();
     void eachKindHasItsFolders_data();
     void eachKindHasItsFolders();
-    void asksExactlyOneGetterAndDropsTheSettings();
-    void passesAnEmptyPathOn();
+    void callsExactlyOneGetterAndDeletesTheSettings();
+    void returnsAnEmptyPathUnchanged();
 };
 
 void tst_KelvoHelperFunctions::init()
@@ -99,7 +99,7 @@ void tst_KelvoHelperFunctions::eachKindHasItsFolders()
     QCOMPARE(KelvoHelperFunctions::GetLocalKelvoUploadFolderPathForProject(project), upload);
 }
 
-void tst_KelvoHelperFunctions::asksExactlyOneGetterAndDropsTheSettings()
+void tst_KelvoHelperFunctions::callsExactlyOneGetterAndDeletesTheSettings()
 {
     for (int kind = 0; kind < KELVO_PROJECT_COUNT; ++kind) {
         g_getterCalls = 0;
@@ -112,7 +112,7 @@ void tst_KelvoHelperFunctions::asksExactlyOneGetterAndDropsTheSettings()
     }
 }
 
-void tst_KelvoHelperFunctions::passesAnEmptyPathOn()
+void tst_KelvoHelperFunctions::returnsAnEmptyPathUnchanged()
 {
     g_answersEmpty = true;
     QVERIFY(KelvoHelperFunctions::GetLocalKelvoDownloadFolderPathForProject(eCurves).isEmpty());

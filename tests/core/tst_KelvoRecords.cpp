@@ -1,4 +1,4 @@
-// The value types: their numbers, their defaults, and their way across threads.
+// The value types: their numbers, their defaults, and their transfer between threads.
 #include "core/KelvoRecords.h"
 #include "core/TKelvoInterface.h"
 #include "support/TestMain.h"
@@ -16,7 +16,7 @@ class tst_KelvoRecords : public kelvo::test::TTestCase
 private Q_SLOTS:
     void initTestCase();
     void theSevenKindsHaveTheirNumbers();
-    void theListIsARecordOfItsOwn();
+    void theRecordsHaveTheirFieldsInOrder();
     void aDefaultListIsEmpty();
     void aNameThatOccursTwiceKeepsBothEntries();
     void theListTypesHaveTheirRegisteredNames();
@@ -26,7 +26,7 @@ private Q_SLOTS:
 
 namespace {
 
-// Keeps the last arguments and the thread that they arrived on.
+// Keeps the last arguments and the thread that received them.
 class TReceiver : public QObject
 {
 public:
@@ -69,14 +69,14 @@ void tst_KelvoRecords::theSevenKindsHaveTheirNumbers()
     QCOMPARE(KELVO_PROJECT_COUNT, 7);
 }
 
-void tst_KelvoRecords::theListIsARecordOfItsOwn()
+void tst_KelvoRecords::theRecordsHaveTheirFieldsInOrder()
 {
     QVERIFY(std::is_class<KelvoFileInfoList>::value);
     QVERIFY((std::is_same<decltype(KelvoFileInfoList::fileIds), QList<long>>::value));
     QVERIFY((std::is_same<decltype(KelvoFileInfoList::fileNames), QStringList>::value));
     QVERIFY((std::is_same<KelvoFileTransferErrorDetailsList,
                           QList<KelvoFileTransferErrorDetails>>::value));
-    // Ids first: the two lists are the record's only content, in this order.
+    // The record holds only the two lists, ids first.
     QCOMPARE(offsetof(KelvoFileInfoList, fileIds), std::size_t(0));
     QCOMPARE(offsetof(KelvoFileInfoList, fileNames), sizeof(QList<long>));
     QCOMPARE(sizeof(KelvoFileInfoList), sizeof(QList<long>) + sizeof(QStringList));
@@ -144,7 +144,7 @@ void tst_KelvoRecords::anErrorListArrivesIntactOnAnotherThread()
     QThread thread;
     TReceiver receiver;
     receiver.moveToThread(&thread);
-    // By text, as the host and the screens connect: this needs the registered name.
+    // A connection by text, like those of the host and the screens, needs the registered name.
     QSignalSpy spy(&hub, SIGNAL(KelvoUploadComplete(int, KelvoFileTransferErrorDetailsList)));
     QVERIFY(spy.isValid());
     connect(&hub, &TKelvoInterface::KelvoUploadComplete, &receiver, &TReceiver::TakeErrors,

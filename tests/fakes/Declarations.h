@@ -1,4 +1,4 @@
-// How a class shows in Qt's meta-object system.
+// The declarations of a class in Qt's meta-object system.
 #pragma once
 
 #include <QtCore/QMetaMethod>
@@ -6,8 +6,8 @@
 
 namespace fakes {
 
-// The class's own signals or slots in the order of declaration, each as "Name(type name, ...)"; a
-// parameter without a name is its type alone.
+// The signals or slots that the class itself declares, in the order of declaration. Each is
+// "Name(type name, ...)". A parameter without a name is only its type.
 inline QStringList Declarations(const QMetaObject& meta, QMetaMethod::MethodType type)
 {
     QStringList declarations;
@@ -27,7 +27,7 @@ inline QStringList Declarations(const QMetaObject& meta, QMetaMethod::MethodType
     return declarations;
 }
 
-// A text of one declaration a line.
+// Joins the declarations, one for each line.
 inline QStringList Lines(const char* text)
 {
     return QString::fromLatin1(text).split(QLatin1Char('\n'), Qt::SkipEmptyParts);

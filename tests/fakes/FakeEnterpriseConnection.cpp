@@ -1,4 +1,4 @@
-// Session, errors, notifications and queries of the fake connection; what moves files is in
+// Session, errors, notifications and queries of the fake connection. Transfers and deletions are in
 // FakeTransfers.cpp.
 #include "tests/fakes/FakeEnterpriseConnection.h"
 
@@ -49,7 +49,7 @@ bool FakeEnterpriseConnection::Login(const std::wstring& userName, const std::ws
     return true;
 }
 
-// On the notification thread.
+// Runs on the notification thread.
 void FakeEnterpriseConnection::FinishLogin(const std::wstring& userName,
                                            const std::wstring& password)
 {
@@ -220,7 +220,7 @@ void FakeEnterpriseConnection::PostChange(const ResourceChange& change)
     m_notifier.PostChange(change);
 }
 
-// Records the call and clears the errors; false when the script fails it.
+// Records the call and clears the errors. Returns false if the script fails the call.
 bool FakeEnterpriseConnection::Begins(FakeCall call)
 {
     FakeAbortCheck shouldAbort;
@@ -240,7 +240,7 @@ bool FakeEnterpriseConnection::BeginsInSession(FakeCall call)
     return UserId() != 0 || Fails(OneError(L"Not logged in.", L"Log in and try again."));
 }
 
-// A transfer or deletion, which the abort check may end before it has done anything.
+// Begins a transfer or deletion. The abort check can end it before it starts.
 bool FakeEnterpriseConnection::BeginsTransfer(FakeCall call)
 {
     if (!BeginsInSession(std::move(call)))
@@ -266,7 +266,7 @@ bool FakeEnterpriseConnection::Fails(const FakeErrors& errors)
     return false;
 }
 
-// On the thread that changed the farm.
+// Runs on the thread that changed the farm.
 void FakeEnterpriseConnection::OnFarmChange(const FakeFarm::Change& change)
 {
     {

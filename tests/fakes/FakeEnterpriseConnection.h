@@ -13,23 +13,25 @@
 
 namespace fakes {
 
-// Works on the farm; records each call in the script, which may fail it or run a test's code in it.
+// Works on the farm. Records each call in the script. The script can fail a call or run a test's
+// code in it.
 //
-// What it keeps of the contract: a login starts and reports 1, then 3 or 4; a second one in flight
-// is ignored; a session that ends is reported as 0; without a session every call fails at once;
-// every call clears the errors of the one before; changes of a container are reported as kind 4
-// on the notification thread, to whom they concern; a download stands whole under its name or not
-// at all; the abort check ends a call that waits, and transfers and deletions before they start.
+// It keeps these promises of the contract. A login starts and reports 1, then 3 or 4. A second
+// login during a login is ignored. The end of a session is reported as 0. Without a session every
+// call fails at once. Every call clears the errors of the previous call. Changes of a container are
+// reported as kind 4 on the notification thread, to the users of the container. A download creates
+// the complete file or no file. The abort check ends a waiting call, and ends transfers and
+// deletions before they start.
 //
-// Thread safety: the operations from one thread, as the contract says; the public members below
-// them from any thread.
+// Thread safety: the operations from one thread, as in the contract; the public members below them
+// from any thread.
 class FakeEnterpriseConnection : public kesdk::api::IEnterpriseConnection
 {
 public:
     using ResourceChange = kesdk::api::IResourceChangeNotification::ResourceChange;
     struct DeviceReport
     {
-        bool connected = false; // which of the two operations it came by
+        bool connected = false; // false: reported by MeasDeviceDisconnected
         kesdk::api::Environment::MeasDeviceReport report;
         bool sharing = false;
     };
@@ -63,14 +65,14 @@ public:
     bool ReportPosition(const kesdk::api::Position& position) override;
     void SetAbortCheck(std::function<bool()> shouldAbort) override;
 
-    // Stands logged in at once, without notifications.
+    // Is logged in at once, without notifications.
     void StartLoggedIn(std::int64_t userId);
-    // The service ends the session: state 0 follows.
+    // The service ends the session. A notification of state 0 follows.
     void LoseSession();
-    // Any value, also such as the service would never send.
+    // Posts any value, also one that the service never sends.
     void PostState(std::int32_t state);
     void PostChange(const ResourceChange& change);
-    // Waits until all that was posted or is due to earlier calls has been delivered.
+    // Waits until all notifications of earlier posts and calls have been delivered.
     void DrainNotifications() { m_notifier.Drain(); }
     std::thread::id NotificationThread() const { return m_notifier.ThreadId(); }
     std::vector<kesdk::api::Position> Positions() const;

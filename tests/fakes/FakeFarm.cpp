@@ -1,4 +1,4 @@
-// The farm in memory: each operation under the lock, then its observers without it.
+// Each operation runs under the lock. Then the observers are called without the lock.
 #include "tests/fakes/FakeFarm.h"
 
 #include "tests/fakes/FakeFarmContent.h"
@@ -46,7 +46,8 @@ FakeFarm::~FakeFarm() = default;
 std::int64_t FakeFarm::AddUser(const std::wstring& name, const std::wstring& password)
 {
     const Lock lock(m_mutex);
-    const auto id = static_cast<std::int64_t>(m_content->users.size()) + 1; // a space of their own
+    const auto id =
+        static_cast<std::int64_t>(m_content->users.size()) + 1; // users have their own ids
     m_content->users.push_back({id, name, password});
     return id;
 }

@@ -1,4 +1,4 @@
-// A farm in memory: users, projects, inboxes and files, as the service would hold them.
+// A farm in memory: users, projects, inboxes and files, like those of the service.
 #pragma once
 
 #include "kesdk/api/IResourceChangeNotification.h"
@@ -16,18 +16,18 @@
 
 namespace fakes {
 
-// What the far end of every fake connection holds. Projects, inboxes and files share one space of
-// ids; order is the order in which things were added. Every change of a container's content is
-// told to the observers, whoever caused it.
+// All fake connections work on one farm. Projects, inboxes and files share one space of ids. Lists
+// have the order in which their entries were added. The observers are called for every change of a
+// container's content.
 //
-// Thread safety: from any thread; observers are called on the changing thread, without the lock.
+// Thread safety: safe. Observers are called on the thread of the change, without the lock.
 class FakeFarm
 {
 public:
     struct Change
     {
         kesdk::api::IResourceChangeNotification::ResourceChange change;
-        std::int64_t ownerUserId = 0; // of a user inbox; 0 = everybody's concern
+        std::int64_t ownerUserId = 0; // of a user inbox; 0: all users
     };
     using Observer = std::function<void(const Change&)>;
 
@@ -36,40 +36,41 @@ public:
 
     std::int64_t AddUser(const std::wstring& name, const std::wstring& password);
     std::int64_t AddProject(const std::wstring& name);
-    // "To Console" to "Project Lines", in that order.
+    // "To Console" to "Project Lines", in this order.
     void AddTheSevenProjects();
-    // 0 when there is no such project.
+    // 0 if there is no such project.
     std::int64_t AddInbox(const std::wstring& projectName, std::int64_t ownerUserId);
-    // The file's id; 0 when there is no such inbox.
+    // The file's id; 0 if there is no such inbox.
     std::int64_t AddFile(std::int64_t inboxId, const std::wstring& name,
                          const std::string& content);
-    // As it is, with any id, kind and name, also twice: what no honest service would list.
+    // Adds the entry unchanged, with any id, kind and name, also twice. A real service never lists
+    // such entries.
     void AddRawInbox(std::int64_t projectId, const kesdk::api::EnterpriseResource& inbox);
     void AddRawEntry(std::int64_t inboxId, const kesdk::api::EnterpriseResource& entry);
     bool RenameEntry(std::int64_t id, const std::wstring& name);
     bool RemoveEntry(std::int64_t id);
-    // The next thing that is added gets this id.
+    // The next added project, inbox or file gets this id.
     void SetNextId(std::int64_t id);
 
     // The user's id.
     std::optional<std::int64_t> CheckCredentials(const std::wstring& name,
                                                  const std::wstring& password) const;
     std::wstring UserName(std::int64_t userId) const;
-    // 0 when there is none.
+    // 0 if there is none.
     std::int64_t ProjectId(const std::wstring& name) const;
     std::int64_t InboxId(const std::wstring& projectName, std::int64_t ownerUserId) const;
     std::vector<std::wstring> FileNames(std::int64_t inboxId) const;
     std::optional<std::string> Content(std::int64_t fileId) const;
 
-    // As the user sees it: another user's inbox has no entries.
+    // The container for the given user: another user's inbox has no entries.
     std::vector<kesdk::api::EnterpriseProject> Projects() const;
     std::list<kesdk::api::EnterpriseResourceWithContent> Inboxes(std::int64_t projectId,
                                                                  std::int64_t viewerId) const;
-    // A project, an inbox or a file; a default record when there is no such thing.
+    // A project, an inbox or a file; a default record if there is none.
     kesdk::api::EnterpriseResourceWithContent Find(std::int64_t id, std::int64_t viewerId) const;
 
     int Observe(Observer observer);
-    // Once it returns, the observer is not called any more.
+    // After it returns, the observer is no longer called.
     void StopObserving(int observerId);
 
 private:

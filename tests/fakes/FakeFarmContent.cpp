@@ -1,4 +1,3 @@
-// Finding, adding and removing in a fake farm.
 #include "tests/fakes/FakeFarmContent.h"
 
 #include <algorithm>

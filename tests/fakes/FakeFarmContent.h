@@ -1,4 +1,4 @@
-// What a fake farm holds, and how it is found.
+// The content of a fake farm, with its look-ups.
 #pragma once
 
 #include "tests/fakes/FakeFarm.h"
@@ -9,7 +9,8 @@
 
 namespace fakes {
 
-// Not locked: the farm does that. Lists, so that what is found stays where it is.
+// Thread safety: not safe, the farm locks it. The containers are lists, so that pointers to entries
+// stay valid.
 struct FakeFarm::TContent
 {
     struct TUser
@@ -41,10 +42,11 @@ struct FakeFarm::TContent
 
     std::list<TUser> users;
     std::list<TProject> projects;
-    std::multimap<std::int64_t, TPlace> places; // of every entry; of one id the first added first
+    std::multimap<std::int64_t, TPlace>
+        places; // of every entry; entries of one id in the order of adding
     std::int64_t nextId = 1;
 
-    // Null when there is no such thing.
+    // Null if there is none.
     const TUser* FindUser(std::int64_t id) const;
     TProject* FindProject(const std::wstring& name);
     TProject* FindProject(std::int64_t id);

@@ -1,4 +1,4 @@
-// The gate polls its condition, for an abort check can only be asked.
+// The gate polls, because an abort check can only be polled.
 #include "tests/fakes/FakeGate.h"
 
 #include <chrono>

@@ -1,4 +1,4 @@
-// Holds a thread inside a call until a test lets it go on.
+// Holds a thread inside a call until the test opens the gate.
 #pragma once
 
 #include <condition_variable>
@@ -7,16 +7,16 @@
 
 namespace fakes {
 
-// From any thread. Closed when made; once opened it stays open.
+// Thread safety: safe. A new gate is closed. An opened gate stays open.
 class FakeGate
 {
 public:
-    // Waits in the caller until the gate opens or `shouldGiveUp`, which may be empty, says true.
+    // Blocks until the gate opens or `shouldGiveUp` returns true. `shouldGiveUp` may be empty.
     void Pass(const std::function<bool()>& shouldGiveUp);
     void Open();
 
-    // Waits until a thread is inside Pass() or has left it; false when none came within the
-    // hang guard of 30 s.
+    // Waits until a thread is inside Pass() or has left it. Returns false after the hang guard of
+    // 30 s.
     bool WaitUntilReached();
 
 private:

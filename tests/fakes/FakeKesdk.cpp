@@ -1,4 +1,3 @@
-// The fake SDK's factory.
 #include "tests/fakes/FakeKesdk.h"
 
 #include <algorithm>
@@ -9,7 +8,7 @@ namespace fakes {
 
 namespace {
 
-// Leaves the list of live connections when it ends.
+// The destructor removes it from the list of live connections.
 class TListedConnection final : public FakeEnterpriseConnection
 {
 public:

@@ -1,7 +1,7 @@
-// The fake SDK as a library: its factory, and a test's hold on what the factory makes.
+// The fake SDK as a library: its factory, and a test's access to the created connections.
 //
-// A test links kelvo::fakes_kesdk in place of the real SDK. Then the code under test gets a
-// FakeEnterpriseConnection from kesdk::api::CreateKESDKInstance, and the test steers it:
+// A test links kelvo::fakes_kesdk instead of the real SDK. Then the code under test gets a
+// FakeEnterpriseConnection from kesdk::api::CreateKESDKInstance, and the test controls it:
 //
 //   FakeKesdk& sdk = FakeKesdk::Instance();
 //   sdk.Reset();                                    // a fresh farm and script, before each test
@@ -9,8 +9,8 @@
 //   sdk.Farm().AddTheSevenProjects();
 //   sdk.Script().FailNth(FakeOperation::eUpload, 2, OneError(L"No space left."));
 //   ... run the code under test ...
-//   sdk.Script().Calls();                           // what it asked of the SDK, in order
-//   sdk.Live()->PostState(0);                       // what the service might say by itself
+//   sdk.Script().Calls();                           // the calls of the SDK, in order
+//   sdk.Live()->PostState(0);                       // a state change by the service
 #pragma once
 
 #include "tests/fakes/FakeEnterpriseConnection.h"
@@ -23,27 +23,27 @@
 
 namespace fakes {
 
-// One a process. Thread safety: from any thread.
+// One for each process. Thread safety: safe.
 class FakeKesdk
 {
 public:
     static FakeKesdk& Instance();
 
-    // Forgets everything. No connection may be alive.
+    // Clears everything. No connection may be alive.
     void Reset();
 
     FakeFarm& Farm();
     FakeScript& Script();
 
-    // From now the factory fails.
+    // From now on the factory fails.
     void FailFactory();
-    // Connections that are made from now stand logged in as this user, without notifications.
+    // Connections that are created from now on are logged in as this user, without notifications.
     void StartLoggedInAs(std::int64_t userId);
 
-    // The URLs that the factory was called with, in order.
+    // The URLs of the factory's calls, in order.
     std::vector<std::string> FactoryUrls() const;
     std::size_t LiveCount() const;
-    // The newest connection that is alive, or null.
+    // The newest live connection, or null.
     FakeEnterpriseConnection* Live() const;
 
     // For the factory.

@@ -1,4 +1,3 @@
-// One queue, one thread; a listener is never called while it is being withdrawn.
 #include "tests/fakes/FakeNotifier.h"
 
 #include <algorithm>
@@ -100,7 +99,7 @@ void FakeNotifier::CallEach(std::int32_t eventType, const std::function<void(ISu
     std::unique_lock<std::mutex> lock(m_mutex);
     const TListeners listeners = m_listeners;
     for (ISubscriable* listener : listeners) {
-        // A call before this one may have taken long enough for this listener to be withdrawn.
+        // The listener may have been unsubscribed during the previous call.
         if (std::find(m_listeners.begin(), m_listeners.end(), listener) == m_listeners.end())
             continue;
         if (m_stopping || listener->SubscribedEvents().count(eventType) == 0)

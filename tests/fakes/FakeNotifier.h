@@ -14,9 +14,9 @@
 
 namespace fakes {
 
-// Calls the listeners, one after the other, on a thread of its own, which runs as long as this
-// object lives. After Unsubscribe or the destructor returns, no listener call is running or will
-// start. Work that is still waiting at destruction is dropped.
+// Calls the listeners one after the other on one thread, which runs during the lifetime of this
+// object. After Unsubscribe or the destructor returns, no listener call is running or will start.
+// The destructor drops waiting work.
 //
 // Thread safety: from any thread.
 class FakeNotifier
@@ -28,16 +28,16 @@ public:
     void Subscribe(kesdk::api::ISubscriable* listener);
     void Unsubscribe(kesdk::api::ISubscriable* listener);
 
-    // Runs on the notification thread, behind everything that was posted before.
+    // Runs the work on the notification thread, after all earlier work.
     void Post(std::function<void()> work);
     void PostState(const kesdk::api::ConnectionState& state);
     void PostChange(const kesdk::api::IResourceChangeNotification::ResourceChange& change);
 
-    // Only inside posted work: call the listeners that want such events now.
+    // Only inside posted work. Calls all listeners of such events.
     void CallState(const kesdk::api::ConnectionState& state);
     void CallChange(const kesdk::api::IResourceChangeNotification::ResourceChange& change);
 
-    // Waits until everything that was posted has been delivered.
+    // Waits until all posted work is done.
     void Drain();
     bool IsStopping() const { return m_stopping; }
     std::thread::id ThreadId() const { return m_thread.get_id(); }
@@ -54,9 +54,9 @@ private:
     std::deque<std::function<void()>> m_work;
     TListeners m_listeners;
     kesdk::api::ISubscriable* m_beingCalled = nullptr;
-    bool m_running = false; // posted work is being done
+    bool m_running = false; // posted work is running
     std::atomic<bool> m_stopping{false};
-    std::thread m_thread; // last, for it uses the others
+    std::thread m_thread; // last, because it uses the other members
 };
 
 } // namespace fakes

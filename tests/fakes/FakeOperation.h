@@ -33,7 +33,7 @@ enum class FakeOperation : std::uint8_t {
     eDestroy, // the connection's destructor
 };
 
-// What a caller handed in; the fields that an operation does not have stay empty.
+// The arguments of a call. Fields that the operation does not have are empty.
 struct FakeCall
 {
     FakeOperation operation = FakeOperation::eDestroy;
@@ -44,7 +44,7 @@ struct FakeCall
     const kesdk::api::ISubscriable* listener = nullptr;
     const void* reserved = nullptr;
     std::uint32_t reservedFlags = 0;
-    std::thread::id thread; // that called
+    std::thread::id thread; // of the call
 };
 
 } // namespace fakes

@@ -1,4 +1,3 @@
-// Call log, planned failures and hooks of the fake SDK.
 #include "tests/fakes/FakeScript.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// What a test wants of the fake SDK's calls, and what it wants to know of them.
+// The call log, planned failures and hooks of the fake SDK.
 #pragma once
 
 #include "tests/fakes/FakeGate.h"
@@ -16,31 +16,32 @@ namespace fakes {
 using FakeErrors = xal_list<kesdk::api::CErrorMsg>;
 using FakeAbortCheck = std::function<bool()>;
 
-// One record with the three texts.
+// One error record with the three texts.
 FakeErrors OneError(const std::wstring& text1, const std::wstring& text2 = {},
                     const std::wstring& text3 = {});
 
-// Records every call in order, fails those it is told to, and runs a test's code inside them.
+// Records every call in order. Fails calls and runs a test's code inside them, as the test has
+// planned.
 //
-// Thread safety: from any thread. Outlives the connections that use it.
+// Thread safety: safe. It has to outlive the connections that use it.
 class FakeScript
 {
 public:
-    // Runs inside the call, on its thread, before the operation does anything. May block; then it
-    // should give up when the abort check says so.
+    // Runs inside the call, on the call's thread, before the operation starts. It may block; then
+    // it has to return when the abort check is true.
     using Hook = std::function<void(const FakeCall&, const FakeAbortCheck&)>;
 
-    // The nth call from now (1 = the next) fails with these records, perhaps with none.
+    // The nth call from now (1: the next call) fails with these records. The list may be empty.
     void FailNth(FakeOperation operation, unsigned nth, const FakeErrors& errors);
-    // Every call from now fails.
+    // Every call from now on fails.
     void FailAlways(FakeOperation operation, const FakeErrors& errors);
     void StopFailing(FakeOperation operation);
-    // The next login is started, but ends in state 4 with these records.
+    // The next login starts and ends in state 4 with these records.
     void FailNextLoginOutcome(const FakeErrors& errors);
     // A login stays in state 1 until the gate opens.
     void HoldLoginOutcome(std::shared_ptr<FakeGate> gate);
 
-    // An empty hook takes the earlier one away.
+    // An empty hook removes the earlier hook.
     void OnCall(FakeOperation operation, Hook hook);
     // Every call of the operation waits at the gate.
     void HoldAt(FakeOperation operation, std::shared_ptr<FakeGate> gate);
@@ -50,7 +51,8 @@ public:
     std::size_t Count(FakeOperation operation) const;
     void ClearCalls();
 
-    // For the connection: records the call, runs its hook, and says with which records it fails.
+    // For the connection. Records the call, runs its hook, and returns the records with which it
+    // fails.
     std::optional<FakeErrors> Begin(FakeCall call, const FakeAbortCheck& shouldAbort);
     std::optional<FakeErrors> TakeLoginOutcomeFailure();
     std::shared_ptr<FakeGate> LoginGate() const;
@@ -58,7 +60,7 @@ public:
 private:
     struct TPlan
     {
-        std::map<unsigned, FakeErrors> nth; // by the number of calls still to come
+        std::map<unsigned, FakeErrors> nth; // by the number of calls until then
         std::optional<FakeErrors> always;
         Hook hook;
     };

@@ -1,4 +1,4 @@
-// What the fake connection creates, moves, deletes and reports.
+// The fake connection's inbox creation, transfers, deletions and reports.
 #include "tests/fakes/FakeEnterpriseConnection.h"
 #include "tests/fakes/Utf8.h"
 
@@ -22,7 +22,7 @@ std::optional<std::string> ReadWhole(const std::filesystem::path& path)
     return std::string(std::istreambuf_iterator<char>(stream), {});
 }
 
-// Under another name first, as the SDK does it.
+// Writes under another name first, as the SDK does.
 bool WriteWhole(const std::filesystem::path& path, const std::string& content)
 {
     std::filesystem::path part = path;

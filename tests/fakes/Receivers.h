@@ -1,4 +1,4 @@
-// How many receivers a signal has.
+// Counts the receivers of a signal.
 #pragma once
 
 #include <QtCore/QByteArray>
@@ -6,7 +6,7 @@
 
 namespace fakes {
 
-// Opens QObject's own count, which is protected.
+// Gives access to QObject's protected count.
 class Receivers : public QObject
 {
 public:

@@ -1,4 +1,4 @@
-// Watches signals through slots that exist at run time only.
+// The slots exist only at run time: qt_metacall handles them.
 #include "tests/fakes/SignalLog.h"
 
 #include "core/KelvoRecords.h"
@@ -79,7 +79,7 @@ int SignalLog::qt_metacall(QMetaObject::Call call, int id, void** arguments)
 QList<LoggedSignal> SignalLog::All() const
 {
     const QMutexLocker lock(&m_mutex);
-    // Of the caller's own: what is shared would be let go outside the lock.
+    // A deep copy, because a shared copy would be released without the lock.
     QList<LoggedSignal> copy = m_signals;
     copy.detach();
     return copy;

@@ -1,4 +1,4 @@
-// Records every signal of the objects it watches, in one order.
+// Records every signal of the watched objects, in one order.
 #pragma once
 
 #include <QtCore/QByteArray>
@@ -16,29 +16,29 @@ class QThread;
 
 namespace fakes {
 
-// One emission. Arguments of unregistered types are invalid variants.
+// One emission of a signal. Arguments of unregistered types are invalid variants.
 struct LoggedSignal
 {
-    QString label; // of the sender, as the test named it
+    QString label; // the test's name of the sender
     QString name;
     QVariantList arguments;
-    QThread* thread = nullptr; // that emitted
+    QThread* thread = nullptr; // of the emission
 };
 
-// Thread safety: records on whatever thread emits; may be asked from any thread. Lives longer than
-// what it watches, or is deleted when nothing emits any more.
+// Thread safety: safe. It records on the thread of the emission. It has to outlive the watched
+// objects, or be deleted after their last signal.
 class SignalLog : public QObject
 {
 public:
-    // All signals that the object's own class declares. The label goes before the names in Names(),
-    // unless it is empty.
+    // Watches all signals that the object's own class declares. Names() puts the label before the
+    // name, unless the label is empty.
     void Watch(QObject* sender, const QString& label = QString());
 
-    // Called for each signal, on its thread, within the emission. Set before anything is watched.
+    // Called for each signal, on its thread, within the emission. Set it before the first Watch().
     void OnEach(std::function<void(const LoggedSignal&)> observer) { m_observer = observer; }
 
     QList<LoggedSignal> All() const;
-    // "label.Name" of each, in the order of emission.
+    // "label.Name" of each signal, in the order of emission.
     QStringList Names() const;
     // The same with the arguments as text: "Name(3,a.zip)"; lists in brackets.
     QStringList Texts() const;
@@ -46,11 +46,11 @@ public:
     int Count(const QString& name) const { return Of(name).size(); }
     void Clear();
 
-    // Runs the caller's event loop until so many signals of this name are there. False if they did
-    // not come within the hang guard of 30 s.
+    // Runs the caller's event loop until `count` signals of this name are recorded. Returns false
+    // after the hang guard of 30 s.
     bool WaitFor(const QString& name, int count = 1);
 
-    // Not declared by the macro: the slots are made up at run time, one for each watched signal.
+    // Declared without the macro: there is one slot at run time for each watched signal.
     int qt_metacall(QMetaObject::Call call, int id, void** arguments) override;
 
 private:

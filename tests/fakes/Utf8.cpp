@@ -1,4 +1,3 @@
-// The four lengths of an encoded code point.
 #include "tests/fakes/Utf8.h"
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Wide text, one code point a character, as the UTF-8 that file systems take.
+// Converts wide text, one code point for each character, to UTF-8.
 #pragma once
 
 #include <string>

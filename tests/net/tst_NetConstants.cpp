@@ -12,14 +12,14 @@ class tst_NetConstants : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void theLogFilesNamesAreFixed();
-    void theLogFilesNamesAreCopies();
+    void theLogFileNamesAreFixed();
+    void theLogFileNamesAreReturnedAsCopies();
     void theNumbersAreFixed_data();
     void theNumbersAreFixed();
     void theHardwareCodesAreFixed();
 };
 
-void tst_NetConstants::theLogFilesNamesAreFixed()
+void tst_NetConstants::theLogFileNamesAreFixed()
 {
     QCOMPARE(LOG_FILE_NAME, QStringLiteral("wpa_supplicant"));
     QCOMPARE(LOG_FILE_EXTENSION, QStringLiteral(".log"));
@@ -30,8 +30,8 @@ void tst_NetConstants::theLogFilesNamesAreFixed()
     QCOMPARE(TWirelessNetworkUtils::GetLogFilePath(), QStringLiteral("/tmp/wpa_supplicant.log"));
 }
 
-// What a caller does with its copy stays with the caller.
-void tst_NetConstants::theLogFilesNamesAreCopies()
+// A change of a returned copy does not change the constant.
+void tst_NetConstants::theLogFileNamesAreReturnedAsCopies()
 {
     QString name = TWirelessNetworkUtils::GetLogFileName();
     name.clear();

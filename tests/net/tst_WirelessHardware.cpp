@@ -1,4 +1,4 @@
-// Which family of driver runs an interface, by a tree as sysfs has it.
+// The driver family of an interface, read from a folder tree with the layout of sysfs.
 #include "support/TestMain.h"
 
 #include "net/TWirelessNetworkUtils.h"
@@ -15,10 +15,10 @@ class tst_WirelessHardware : public kelvo::test::TTestCase
 private Q_SLOTS:
     void theFirstKnownDriverDecides_data();
     void theFirstKnownDriverDecides();
-    void filesCountAsFoldersDo();
+    void filesCountLikeFolders();
     void linksToDriversCount();
     void hiddenEntriesDoNotCount();
-    void aFileIsNoDriverFolder();
+    void aFileIsNotADriverFolder();
     void withoutADriverFolderTheNameDecides_data();
     void withoutADriverFolderTheNameDecides();
     void withADriverFolderTheNameDoesNotCount();
@@ -27,8 +27,8 @@ private Q_SLOTS:
 
 namespace {
 
-// An interface with drivers of its own. The tree is outside sysfs, where the interface's name leads
-// by going upwards.
+// An interface with its drivers, in a folder tree outside sysfs. The interface's name is a relative
+// path that leads from sysfs to the tree.
 class TDriverTree
 {
 public:
@@ -88,7 +88,7 @@ void tst_WirelessHardware::theFirstKnownDriverDecides_data()
     row("rtl before rt in one name", "rt-rtl", 2);
     row("letters of another case", "ATH9K Rtl8821 RT2800 rT", 0);
     row("letters apart", "a-t-h r-t", 0);
-    // The first entry by name that is known, whatever comes behind it.
+    // The first known entry in the order of names decides, independent of later entries.
     row("ath, then rtl", "ath9k rtl8192", 1);
     row("rt, then rtl8821", "a-rt2800 b-rtl8821", 4);
     row("rtl, then ath", "a-rtl8192 b-ath9k", 2);
@@ -104,19 +104,19 @@ void tst_WirelessHardware::theFirstKnownDriverDecides()
     QFETCH(QString, drivers);
     QFETCH(int, code);
     TDriverTree tree;
-    tree.AddFolder(); // "." and ".." are there in any case
+    tree.AddFolder(); // contains only "." and ".."
     for (const QString& driver : drivers.split(QLatin1Char(' '), Qt::SkipEmptyParts))
         tree.AddFolder(driver);
     QCOMPARE(tree.Hardware(), code);
 }
 
-void tst_WirelessHardware::filesCountAsFoldersDo()
+void tst_WirelessHardware::filesCountLikeFolders()
 {
     TDriverTree file;
     file.AddFile(QStringLiteral("rtl8192"));
     QCOMPARE(file.Hardware(), 2);
 
-    // One order for both kinds: neither comes first as such.
+    // Files and folders are sorted together by name.
     TDriverTree fileFirst;
     fileFirst.AddFile(QStringLiteral("a-rtl8821"));
     fileFirst.AddFolder(QStringLiteral("b-ath"));
@@ -127,7 +127,7 @@ void tst_WirelessHardware::filesCountAsFoldersDo()
     QCOMPARE(folderFirst.Hardware(), 3);
 }
 
-// As sysfs has them.
+// sysfs has links here.
 void tst_WirelessHardware::linksToDriversCount()
 {
     TDriverTree tree;
@@ -147,7 +147,7 @@ void tst_WirelessHardware::hiddenEntriesDoNotCount()
     QCOMPARE(tree.Hardware(), 4);
 }
 
-void tst_WirelessHardware::aFileIsNoDriverFolder()
+void tst_WirelessHardware::aFileIsNotADriverFolder()
 {
     TDriverTree tree("ra7");
     QFile file(tree.Drivers());
@@ -160,12 +160,12 @@ void tst_WirelessHardware::withoutADriverFolderTheNameDecides_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("code");
     QTest::newRow("ra at the start") << QStringLiteral("ra_none") << 5;
-    QTest::newRow("ra is all") << QStringLiteral("ra") << 5;
+    QTest::newRow("only ra") << QStringLiteral("ra") << 5;
     QTest::newRow("ra inside") << QStringLiteral("xrax_none") << 5;
     QTest::newRow("no ra") << QStringLiteral("wlan_none") << 0;
     QTest::newRow("another case") << QStringLiteral("RA_Ra_rA") << 0;
-    QTest::newRow("letters apart") << QStringLiteral("r_a_none") << 0;
-    QTest::newRow("a driver's name counts for nothing") << QStringLiteral("ath_rtl_none") << 0;
+    QTest::newRow("r and a apart") << QStringLiteral("r_a_none") << 0;
+    QTest::newRow("a driver's name in the interface's name") << QStringLiteral("ath_rtl_none") << 0;
     QTest::newRow("no name") << QString() << 0;
     QTest::newRow("a place mark") << QStringLiteral("%1_none") << 0;
     QTest::newRow("a place mark and ra") << QStringLiteral("%1_ra") << 5;

@@ -1,4 +1,4 @@
-// Which interface is the wireless one.
+// The choice of the wireless interface.
 #include "support/TestMain.h"
 
 #include "net/TWirelessNetworkUtils.h"
@@ -12,12 +12,12 @@ class tst_WirelessName : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void theFirstOfTheWirelessNamesIsTaken_data();
-    void theFirstOfTheWirelessNamesIsTaken();
-    void theSystemsInterfacesAreTakenInTheirOrder();
+    void takesTheFirstWirelessName_data();
+    void takesTheFirstWirelessName();
+    void takesTheSystemsInterfacesInTheirOrder();
 };
 
-void tst_WirelessName::theFirstOfTheWirelessNamesIsTaken_data()
+void tst_WirelessName::takesTheFirstWirelessName_data()
 {
     QTest::addColumn<QString>("names"); // separated by blanks
     QTest::addColumn<QString>("chosen");
@@ -45,7 +45,7 @@ void tst_WirelessName::theFirstOfTheWirelessNamesIsTaken_data()
     row("twice the same", "ra0 ra0", "ra0");
 }
 
-void tst_WirelessName::theFirstOfTheWirelessNamesIsTaken()
+void tst_WirelessName::takesTheFirstWirelessName()
 {
     QFETCH(QString, names);
     QFETCH(QString, chosen);
@@ -53,7 +53,7 @@ void tst_WirelessName::theFirstOfTheWirelessNamesIsTaken()
     QCOMPARE(ChooseWirelessName(list), chosen);
 }
 
-void tst_WirelessName::theSystemsInterfacesAreTakenInTheirOrder()
+void tst_WirelessName::takesTheSystemsInterfacesInTheirOrder()
 {
     QString expected;
     const QList<QNetworkInterface> interfaces = QNetworkInterface::allInterfaces();

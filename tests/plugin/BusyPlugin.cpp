@@ -1,5 +1,5 @@
-// A plug-in that does on the main thread what none may do there, for test_load.py: it opens a file
-// as it is loaded, and as it is initialised a file and a socket.
+// A plug-in that breaks the rule of test_load.py: on the main thread it opens a file while it is
+// loaded, and a file and a socket in Initialise.
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>

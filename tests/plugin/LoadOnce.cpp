@@ -1,9 +1,10 @@
-// Loads a plug-in as the host does, starts it and ends it again, for test_load.py.
+// Loads a plug-in as the host does, starts it and ends it, for test_load.py.
 //
 //   load_once LIBRARY
 //
-// Marks in the trace of its system calls, as files that are not there, where loading begins and
-// where Initialise has returned; says "initialised" then too. Waits for the worker if there is one.
+// It marks two points in the trace of its system calls by opening files that do not exist: the
+// begin of the load, and the return of Initialise. Then it prints "initialised" and waits for the
+// worker if there is a worker.
 #include "support/TestProcess.h"
 #include "tests/plugin/TLoadedPlugin.h"
 

@@ -1,4 +1,3 @@
-// The plug-in's library as it is shipped, loaded as the host loads it, with a host around it.
 #include "tests/plugin/TLoadedPlugin.h"
 
 #include <QtTest/QTest>

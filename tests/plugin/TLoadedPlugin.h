@@ -16,8 +16,8 @@
 
 class QWidget;
 
-// To be used by a test program that links none of the plug-in. Main thread only. What the library
-// reads from the environment must be set before Load().
+// For test programs that link no part of the plug-in. Main thread only. Set the environment
+// variables of the library before Load().
 class TLoadedPlugin
 {
 public:
@@ -25,14 +25,14 @@ public:
 
     ~TLoadedPlugin();
 
-    // False if the library or one of its entry points is missing; ErrorString() tells why. Without
-    // a file it is the library of this build.
+    // Returns false if the library or an entry point is missing; ErrorString() has the reason.
+    // Without a file it loads the library of this build.
     bool Load(const QString& file = {});
     QString ErrorString() const { return m_library.errorString(); }
 
     void Initialise();
-    // Initialises and waits until the worker listens to the hub: a request that comes before is
-    // heard by nobody.
+    // Initialises and waits until the worker is connected to the hub. Earlier requests would be
+    // lost.
     bool InitialiseAndWait();
     // After the first Initialise().
     bool WaitForWorker();
@@ -41,7 +41,7 @@ public:
 
     void ConfigureOperator(const QString& name, const QString& password);
     QFunctionPointer Resolve(const char* name) { return m_library.resolve(name); }
-    // An exported variable that points to a T.
+    // The exported variable of this name. It points to a T.
     template <typename T>
     T* Data(const char* name)
     {

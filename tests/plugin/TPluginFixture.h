@@ -1,4 +1,4 @@
-// The host around the plug-in, as far as its entry points need it.
+// The parts of the host that the plug-in's entry points need.
 #pragma once
 
 #include "support/TTempDataFolder.h"
@@ -36,15 +36,15 @@ public:
     {
         ::Initialise(nullptr, &gps, QStringLiteral("Host 1.0"), &levels, &features);
     }
-    // Initialises and waits until the worker listens to the hub: a request that comes before is
-    // heard by nobody.
+    // Initialises and waits until the worker is connected to the hub. Earlier requests would be
+    // lost.
     bool InitialiseAndWait()
     {
         hostimpl::TStartWatch watch;
         watch.Run([this] { Initialise(); });
         return WaitUntil([&watch] { return watch.AreAllInitialised(); });
     }
-    // Runs the event loop meanwhile. False when the hang guard of 30 s has passed.
+    // Runs the event loop meanwhile. Returns false after the hang guard of 30 s.
     template <typename TCondition>
     bool WaitUntil(const TCondition& condition)
     {

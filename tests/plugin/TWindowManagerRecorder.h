@@ -1,4 +1,4 @@
-// A window manager that keeps a list of what it was told.
+// A window manager that records its calls.
 #pragma once
 
 #include "host/TWindowManagerApi.h"
@@ -8,7 +8,7 @@
 
 #include <functional>
 
-// Is the process's window manager as long as it lives. Owns no surfaces.
+// It is the process's window manager during its lifetime. It does not own the surfaces.
 class TWindowManagerRecorder final : public TWindowManagerApi
 {
 public:

@@ -1,7 +1,7 @@
-"""Loading the plug-in and its Initialise as the system sees them: the main thread does no file or network work there.
+"""The load of the plug-in and its Initialise: the main thread does no file or network work in them.
 
-One test holds the system calls of the main thread against a list. It needs strace: without, or where tracing is
-forbidden, it is skipped; on CI it then fails. The other lets the worker's files hang.
+One test compares the system calls of the main thread with a list. It needs strace. If strace is missing or may not
+trace, the test is skipped; in CI it fails. Another test blocks the worker's files.
 """
 
 import os
@@ -26,12 +26,12 @@ DATA = {"read", "pread64", "readv", "preadv", "write", "pwrite64", "writev", "pw
 PATH = re.compile(r'"([^"]*)"|<([^<>]*)>')
 LOOKS = {"access", "faccessat", "faccessat2", "stat", "lstat", "newfstatat", "statx", "readlink", "readlinkat"}
 LIBRARY = re.compile(r"(^|/)[^/]+\.so(\.[0-9.]+)?$")
-# What the main thread may touch, and why.
+# The files that the main thread may use, with the reason.
 ALLOWED = {
-    "/etc/ld.so.cache": "the loader: where the libraries are",
-    "/etc/ld.so.preload": "the loader: whether to add any",
-    "/etc/gnutls/config": "a look by the constructor of a library that Debian's libcurl brings along",
-    "anon_inode:[eventfd]": "how Qt tells the event loop of another thread, or its own, to look",
+    "/etc/ld.so.cache": "the loader's list of libraries",
+    "/etc/ld.so.preload": "the loader's list of additional libraries",
+    "/etc/gnutls/config": "checked by the constructor of a library that Debian's libcurl needs",
+    "anon_inode:[eventfd]": "Qt wakes the event loop of a thread with it",
 }
 
 
@@ -43,28 +43,29 @@ def calls_of(trace):
 
 
 def between_the_marks(calls):
-    """(call, arguments) of the main thread. It is the one that the program began with."""
+    """(call, arguments) of the main thread between the marks. The main thread makes the first call of the trace."""
     own = [(call, rest) for thread, call, rest in calls if thread == calls[0][0]]
     begin, end = (next(index for index, (_, rest) in enumerate(own) if mark in rest) for mark in (BEGIN, END))
     return own[begin + 1:end]
 
 
 def touched(call, rest):
-    """The files, by name or by an open descriptor. What is read or written is not among them."""
+    """The files in the arguments, by name or by descriptor. The data of reads and writes is left out."""
     if call in DATA:
         rest = rest.split(",")[0]
-    rest = re.sub(r"AT_FDCWD<[^>]*>", "", rest)  # where a name would begin that begins nowhere in particular
+    rest = re.sub(r"AT_FDCWD<[^>]*>", "", rest)# the folder of relative names
     return [name or descriptor for name, descriptor in PATH.findall(rest) if name or descriptor]
 
 
 def offences(calls, library):
-    """The calls that are neither the loader's nor a word to another thread."""
+    """The calls that the main thread may not make."""
     folder = f"{library.parent}/"
 
     def is_fine(call, path):
         if path in ALLOWED or LIBRARY.search(path):
             return True
-        # The host looks whether a folder above the library is a link, the loader which there are beside it.
+        # The host checks whether a folder above the library is a link. The loader checks the files
+        # beside the library.
         return call in LOOKS and (folder.startswith(path.rstrip("/") + "/") or path.startswith(folder))
     return [f"{call}({rest}" for call, rest in calls
             if call in NETWORK or not all(is_fine(call, path) for path in touched(call, rest))]
@@ -103,11 +104,11 @@ class Load(unittest.TestCase):
         calls = self.trace(str(library))
         own = between_the_marks(calls)
         opened = {path for call, rest in own if call == "openat" for path in touched(call, rest)}
-        self.assertIn(str(library), opened, "the trace does not show what is loaded")
+        self.assertIn(str(library), opened, "the trace does not show the library")
         self.assertEqual(offences(own, library), [])
-        # The work is done, by another thread.
+        # Another thread does the work.
         others = {thread for thread, call, rest in calls if call == "openat" and f'"{self.authority}"' in rest}
-        self.assertTrue(others, "nobody has read the authorities")
+        self.assertTrue(others, "no thread has read the authorities")
         self.assertNotIn(calls[0][0], others)
 
     def test_work_on_the_main_thread_is_seen(self):
@@ -117,10 +118,10 @@ class Load(unittest.TestCase):
             self.assertTrue(any(offence in each for each in found), f"{offence} is not in {found}")
 
     def test_initialise_does_not_wait_for_the_worker(self):
-        os.mkfifo(self.authority)  # whoever opens it waits for the other end
+        os.mkfifo(self.authority)# an open blocks until the other end is opened
         process = self.start(os.environ["KELVO_LOAD_ONCE"], os.environ["KELVO_PLUGIN"])
         line = process.stdout.readline()
-        with open(self.authority, "wb"):  # waits for the worker to get here, and lets it go on
+        with open(self.authority, "wb"):# blocks until the worker opens it, then unblocks the worker
             pass
         self.assertEqual((line, process.communicate()[0], process.returncode), ("initialised\n", "", 0))
 

@@ -1,4 +1,4 @@
-// The screens as the plug-in hands them to the window manager.
+// The screens that the plug-in registers with the window manager.
 #include "support/WidgetTestMain.h"
 #include "tests/plugin/TPluginFixture.h"
 
@@ -16,16 +16,16 @@ class tst_CreateScreens : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void handsOverAMiniViewAndAFullView();
+    void registersAMiniViewAndAFullView();
     void theToolTipIsTranslatedForAll();
-    void registrationAndRemovalUseOneIdentity();
-    void theMiniViewAsksTheLastUserLevels();
-    void nothingIsLeftOfAScreenWhenTheHubIsGone();
+    void registersAndRemovesWithTheSameIdentifier();
+    void theMiniViewReadsTheLatestUserLevels();
+    void theScreensAreDeletedBeforeTheHub();
 };
 
 namespace {
 
-// Keeps the surfaces, and destroys them on removal, as the contract wants.
+// Keeps the surfaces and destroys them on removal, as the contract requires.
 class TKeepingManager final : public TWindowManagerApi
 {
 public:
@@ -86,20 +86,20 @@ struct TScreensFixture : TPluginFixture
 {
     TScreensFixture() : manager(std::make_unique<TKeepingManager>())
     {
-        // The panel writes to it as soon as it is there.
+        // The panel writes to the configuration in its constructor.
         hostimpl::TConfigStore& store = hostimpl::TConfigStore::Process();
         store.Open(folder.Path(QStringLiteral("console.json")));
         store.SetItem(24289, QStringLiteral("olga"), false);
         store.SetItem(24290, QStringLiteral("secret"), false);
     }
-    ~TScreensFixture() { Finalise(); } // before the manager goes
+    ~TScreensFixture() { Finalise(); } // before the manager is destroyed
 
     std::unique_ptr<TKeepingManager> manager;
 };
 
 } // namespace
 
-void tst_CreateScreens::handsOverAMiniViewAndAFullView()
+void tst_CreateScreens::registersAMiniViewAndAFullView()
 {
     TScreensFixture f;
     f.Initialise();
@@ -127,7 +127,7 @@ void tst_CreateScreens::theToolTipIsTranslatedForAll()
     QCOMPARE(f.manager->toolTip, QStringLiteral("QObject|ToolTip|KELVO Application"));
 }
 
-void tst_CreateScreens::registrationAndRemovalUseOneIdentity()
+void tst_CreateScreens::registersAndRemovesWithTheSameIdentifier()
 {
     TScreensFixture f;
     f.Initialise();
@@ -136,7 +136,7 @@ void tst_CreateScreens::registrationAndRemovalUseOneIdentity()
     QCOMPARE(f.manager->identities, (QList<QUuid>{IDENTITY, IDENTITY, IDENTITY}));
 }
 
-void tst_CreateScreens::theMiniViewAsksTheLastUserLevels()
+void tst_CreateScreens::theMiniViewReadsTheLatestUserLevels()
 {
     TScreensFixture f;
     hostimpl::TConfigStore others;
@@ -150,7 +150,7 @@ void tst_CreateScreens::theMiniViewAsksTheLastUserLevels()
     QVERIFY(f.manager->miniViews[0]->IsAvailable());
 }
 
-void tst_CreateScreens::nothingIsLeftOfAScreenWhenTheHubIsGone()
+void tst_CreateScreens::theScreensAreDeletedBeforeTheHub()
 {
     for (int round = 0; round < 5; ++round) {
         TScreensFixture f;

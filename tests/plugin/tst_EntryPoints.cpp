@@ -1,4 +1,4 @@
-// The plug-in's entry points, from the static library: what each call leaves behind.
+// The plug-in's entry points in the static library: the state after each call.
 #include "support/GuiTestMain.h"
 #include "tests/plugin/TPluginFixture.h"
 
@@ -22,12 +22,12 @@ private Q_SLOTS:
     void initialiseSetsThePointers();
     void theHubLivesOnTheMainThreadWithoutAParent();
     void theWorkersThreadHasTheLowestPriority();
-    void aSecondInitialiseTakesOverLevelsAndFeaturesOnly();
+    void aSecondInitialiseReplacesOnlyLevelsAndFeatures();
     void finaliseRemovesTheSurfacesFirst();
     void finaliseLeavesNothing();
     void aSecondFinaliseDoesNothing();
     void aNewInitialiseBuildsEverythingAnew();
-    void theRootObjectByItself();
+    void theRootObjectWorksWithoutTheEntryPoints();
 };
 
 void tst_EntryPoints::beforeInitialiseEverythingIsNull()
@@ -56,7 +56,7 @@ void tst_EntryPoints::initialiseSetsThePointers()
     QCOMPARE(GetKelvoInterface(), KelvoInterface);
     QCOMPARE(UserLevels, static_cast<const TAppUserLevels*>(&f.levels));
     QCOMPARE(Features, static_cast<const TAppFeatures*>(&f.features));
-    QVERIFY(f.windowManager.calls.isEmpty()); // screens come with CreateScreens
+    QVERIFY(f.windowManager.calls.isEmpty()); // CreateScreens adds the screens
 }
 
 void tst_EntryPoints::theHubLivesOnTheMainThreadWithoutAParent()
@@ -82,7 +82,7 @@ void tst_EntryPoints::theWorkersThreadHasTheLowestPriority()
     QCOMPARE(name, QStringLiteral("KelvoThread"));
 }
 
-void tst_EntryPoints::aSecondInitialiseTakesOverLevelsAndFeaturesOnly()
+void tst_EntryPoints::aSecondInitialiseReplacesOnlyLevelsAndFeatures()
 {
     TPluginFixture f;
     QVERIFY(f.InitialiseAndWait());
@@ -99,7 +99,7 @@ void tst_EntryPoints::aSecondInitialiseTakesOverLevelsAndFeaturesOnly()
     QCOMPARE(f.Sdk().FactoryUrls().size(), std::size_t(1));
 }
 
-// With the identifier that the surfaces were registered by, and before anything else is taken down.
+// With the identifier of the registration, and before anything else is stopped.
 void tst_EntryPoints::finaliseRemovesTheSurfacesFirst()
 {
     TPluginFixture f;
@@ -157,13 +157,13 @@ void tst_EntryPoints::aNewInitialiseBuildsEverythingAnew()
     QVERIFY(KelvoInterface == nullptr);
 }
 
-// Through the host's base classes, as the host calls it.
-void tst_EntryPoints::theRootObjectByItself()
+// Calls through the host's base classes, as the host does.
+void tst_EntryPoints::theRootObjectWorksWithoutTheEntryPoints()
 {
     TPluginFixture f;
     TGen2DynamicLibrary* const root =
         new TKelvoDll(nullptr, &f.gps, f.features, QStringLiteral("Host"));
-    QVERIFY(KelvoInterface != nullptr); // made by the constructor
+    QVERIFY(KelvoInterface != nullptr); // created by the constructor
     QVERIFY(f.Sdk().FactoryUrls().empty());
     TGen2Component* const component = root;
     component->PreInitialise();
@@ -174,7 +174,7 @@ void tst_EntryPoints::theRootObjectByItself()
     QVERIFY(KelvoInterface == nullptr);
     QCOMPARE(f.Sdk().FactoryUrls().size(), std::size_t(1));
     delete component;
-    QVERIFY(dll == nullptr); // which only the entry points set
+    QVERIFY(dll == nullptr); // only the entry points set it
 }
 
 KELVO_GUI_TEST_MAIN(tst_EntryPoints)

@@ -1,4 +1,4 @@
-// An Initialise that runs out of memory: the exception passes, and nothing half built stays.
+// An Initialise that runs out of memory passes the exception on and deletes what it had created.
 #include "support/GuiTestMain.h"
 #include "tests/plugin/TPluginFixture.h"
 #include "worker/TKelvoThreadObject.h"
@@ -11,13 +11,13 @@
 
 namespace {
 
-// How many allocations of this thread succeed before one fails; negative: all of them do.
+// The number of allocations of this thread that succeed before one fails. Negative: all succeed.
 thread_local int t_allocationsLeft = -1;
-// The size of which no allocation of this thread succeeds; 0: none. For what comes later, where Qt
-// allocates too and cannot go on without.
+// Allocations of this size fail on this thread; 0: none fail. Used for later allocations, because
+// Qt allocates in between and cannot continue after a failure.
 thread_local std::size_t t_failingBytes = 0;
 
-// So that nothing else is as large as its copy.
+// Long, so that no other allocation has the size of its copy.
 constexpr int hostNameLength = 1234;
 
 void* Allocate(std::size_t size)
@@ -72,13 +72,13 @@ class tst_FailedInitialise : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void theExceptionPassesAndTheRootObjectIsNotSet_data();
-    void theExceptionPassesAndTheRootObjectIsNotSet();
-    void noHubStaysWhenThereIsNoWorker_data();
-    void noHubStaysWhenThereIsNoWorker();
+    void passesTheExceptionOnAndLeavesTheRootObjectNull_data();
+    void passesTheExceptionOnAndLeavesTheRootObjectNull();
+    void deletesTheHubIfTheWorkerCannotBeCreated_data();
+    void deletesTheHubIfTheWorkerCannotBeCreated();
 };
 
-void tst_FailedInitialise::theExceptionPassesAndTheRootObjectIsNotSet_data()
+void tst_FailedInitialise::passesTheExceptionOnAndLeavesTheRootObjectNull_data()
 {
     QTest::addColumn<int>("succeeding");
     QTest::newRow("the root object") << 0;
@@ -86,7 +86,7 @@ void tst_FailedInitialise::theExceptionPassesAndTheRootObjectIsNotSet_data()
     QTest::newRow("within the hub") << 2;
 }
 
-void tst_FailedInitialise::theExceptionPassesAndTheRootObjectIsNotSet()
+void tst_FailedInitialise::passesTheExceptionOnAndLeavesTheRootObjectNull()
 {
     QFETCH(int, succeeding);
     TPluginFixture f;
@@ -109,7 +109,7 @@ void tst_FailedInitialise::theExceptionPassesAndTheRootObjectIsNotSet()
     QVERIFY(KelvoInterface != nullptr);
 }
 
-void tst_FailedInitialise::noHubStaysWhenThereIsNoWorker_data()
+void tst_FailedInitialise::deletesTheHubIfTheWorkerCannotBeCreated_data()
 {
     QTest::addColumn<int>("failingBytes");
     QTest::newRow("the worker") << static_cast<int>(sizeof(TKelvoThreadObject));
@@ -117,7 +117,7 @@ void tst_FailedInitialise::noHubStaysWhenThereIsNoWorker_data()
         << static_cast<int>((hostNameLength + 1) * sizeof(wchar_t));
 }
 
-void tst_FailedInitialise::noHubStaysWhenThereIsNoWorker()
+void tst_FailedInitialise::deletesTheHubIfTheWorkerCannotBeCreated()
 {
     QFETCH(int, failingBytes);
     TPluginFixture f;

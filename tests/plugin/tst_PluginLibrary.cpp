@@ -1,4 +1,4 @@
-// The real libkelvo.so, loaded as the host loads it, with a service that nobody can reach.
+// The real libkelvo.so, loaded as the host loads it, with a service that cannot be reached.
 #include "support/GuiTestMain.h"
 #include "tests/plugin/TLoadedPlugin.h"
 
@@ -74,7 +74,7 @@ void tst_PluginLibrary::resolvesEveryExportedName()
     QVERIFY(m_plugin.Resolve(name.constData()));
 }
 
-// Without Initialise: they are there once the library is.
+// Without Initialise: the constants are set when the library is loaded.
 void tst_PluginLibrary::exportsTheNetworkConstants()
 {
     for (const TExportedNumber& number : EXPORTED_NUMBERS) {

@@ -1,4 +1,4 @@
-// The plug-in's whole life, many times over in one process, and ended at its worst moments.
+// The plug-in's start and end, many times in one process, also with Finalise during operations.
 #include "support/GuiTestMain.h"
 #include "tests/plugin/TPluginFixture.h"
 
@@ -15,13 +15,13 @@ class tst_PluginLifecycle : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void aHundredTimesWithFinaliseRightAfterInitialise();
-    void aHundredTimesWithASessionBetween();
+    void startsAHundredTimesWithFinaliseRightAfterInitialise();
+    void startsAHundredTimesWithASession();
     void finaliseDuringALogin();
     void finaliseBetweenTheLoginAndItsListings();
     void finaliseDuringAnUploadKeepsTheFile();
     void finaliseDuringADownload();
-    void finaliseWithAFailedFactory();
+    void finaliseWorksAfterTheFactoryFailed();
 };
 
 namespace {
@@ -41,7 +41,7 @@ bool LogIn(TPluginFixture& f)
 
 } // namespace
 
-void tst_PluginLifecycle::aHundredTimesWithFinaliseRightAfterInitialise()
+void tst_PluginLifecycle::startsAHundredTimesWithFinaliseRightAfterInitialise()
 {
     TPluginFixture f;
     for (int round = 0; round < ROUNDS; ++round) {
@@ -49,14 +49,14 @@ void tst_PluginLifecycle::aHundredTimesWithFinaliseRightAfterInitialise()
         Finalise();
         QVERIFY(IsAllGone(f));
     }
-    // Each start and each end ran, however early the end came.
+    // Each start and each end was run, also if the end came early.
     QCOMPARE(f.Sdk().FactoryUrls().size(), std::size_t(ROUNDS));
     QCOMPARE(f.Sdk().Script().Count(FakeOperation::eSubscribe), std::size_t(ROUNDS));
     QCOMPARE(f.Sdk().Script().Count(FakeOperation::eUnsubscribe), std::size_t(ROUNDS));
     QCOMPARE(f.Sdk().Script().Count(FakeOperation::eDestroy), std::size_t(ROUNDS));
 }
 
-void tst_PluginLifecycle::aHundredTimesWithASessionBetween()
+void tst_PluginLifecycle::startsAHundredTimesWithASession()
 {
     TPluginFixture f;
     for (int round = 0; round < ROUNDS; ++round) {
@@ -130,7 +130,7 @@ void tst_PluginLifecycle::finaliseDuringADownload()
     QVERIFY(IsAllGone(f));
 }
 
-void tst_PluginLifecycle::finaliseWithAFailedFactory()
+void tst_PluginLifecycle::finaliseWorksAfterTheFactoryFailed()
 {
     TPluginFixture f;
     f.Sdk().FailFactory();

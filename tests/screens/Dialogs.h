@@ -1,4 +1,4 @@
-// Finds what the screens show over themselves.
+// Finds the dialogs of the screens.
 #pragma once
 
 #include "host/TMessageDialog.h"
@@ -7,7 +7,7 @@
 
 #include <QtWidgets/QApplication>
 
-// Null when there is none.
+// Null if there is no such dialog.
 template <typename TDialog>
 TDialog* DialogTitled(const QString& title)
 {
@@ -24,7 +24,7 @@ inline bool IsEnabled(const TMessageDialog& dialog, TMessageDialog::EMessageDial
     return dialog.GetMessageDialogButton(button)->isEnabled();
 }
 
-// As the operator does.
+// Presses a button as the operator does.
 inline void Press(const TMessageDialog& dialog, TMessageDialog::EMessageDialogButton button)
 {
     dialog.GetMessageDialogButton(button)->click();

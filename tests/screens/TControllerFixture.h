@@ -1,4 +1,4 @@
-// The file controller in a window, with a hub behind it.
+// The file controller in a window, with a hub.
 #pragma once
 
 #include "tests/screens/Dialogs.h"
@@ -9,16 +9,16 @@
 #include "host/TPropertyWidget.h"
 #include "screens/TKelvoFileControlWidget.h"
 
-// Categories and locations are named by their numbers, as the selectors have them.
+// Categories and locations are the numbers of the selectors.
 class TControllerFixture : public THubFixture
 {
 public:
     enum ELocation : int { eService = 0, eToUpload = 1, eDownloaded = 2 };
 
     TControllerFixture() { controller = new TKelvoFileControlWidget(&window); }
-    // The window takes the controller with it before the hub goes.
+    // The window deletes the controller before the hub is deleted.
 
-    // `isLoggedIn` comes before the set-up, so that the service is on offer at once.
+    // Logs in before the set-up, so that the service is offered at once.
     void SetUp(bool isLoggedIn)
     {
         if (isLoggedIn)
@@ -36,7 +36,7 @@ public:
         Location().SetNumericalValue(location);
         Category().SetNumericalValue(category);
     }
-    // Selects these and nothing else.
+    // Selects only these names.
     void Select(const QStringList& names)
     {
         List().clearSelection();
@@ -63,8 +63,8 @@ public:
         }
         qFatal("no button %d", id);
     }
-    // Download, upload, delete: "D U X", with + when it can be pressed, in brackets when it is
-    // hidden.
+    // The buttons as "D U X": download, upload, delete. A + follows an enabled button. Hidden
+    // buttons are in brackets.
     QString Buttons() const
     {
         QStringList texts;

@@ -1,4 +1,4 @@
-// What screens need around them: a hub, empty folders, and a configuration.
+// The set-up of the screens: a hub, empty folders, and a configuration.
 #pragma once
 
 #include "support/TTempDataFolder.h"
@@ -10,7 +10,7 @@
 
 #include <QtCore/QFile>
 
-// The hub is the process's as long as it lives; `log` has the signals of the hub.
+// The hub is the process's hub during the fixture's lifetime. `log` records its signals.
 class THubFixture
 {
 public:
@@ -19,7 +19,7 @@ public:
         qRegisterMetaType<QList<KelvoFileTransferErrorDetails>>(
             "KelvoFileTransferErrorDetailsList");
         qRegisterMetaType<KelvoFileInfoList>("KelvoFileInfoList");
-        // Empty, and written to while it is there.
+        // The configuration is empty, and the test can write to it.
         hostimpl::TConfigStore::Process().Open(ConfigurationPath());
         KelvoInterface = new TKelvoInterface;
         log.Watch(KelvoInterface);

@@ -1,4 +1,4 @@
-// The login panel with a hub behind it.
+// The login panel with a hub.
 #pragma once
 
 #include "tests/screens/THubFixture.h"

@@ -1,10 +1,10 @@
-// Shows which texts are translated, in which context, and when.
+// Marks translated texts with their context.
 #pragma once
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTranslator>
 
-// As long as it lives, a translated text reads "{context|disambiguation}text".
+// During its lifetime, a translated text is "{context|disambiguation}text".
 class TTaggingTranslator : public QTranslator
 {
 public:

@@ -1,4 +1,4 @@
-// The file controller's buttons: what they request, what they delete, and what they leave alone.
+// The file controller's buttons: their requests and their local deletions.
 #include "support/WidgetTestMain.h"
 #include "tests/screens/TControllerFixture.h"
 
@@ -12,23 +12,23 @@ class tst_FileActions : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void withoutASelectionAnyButtonSaysSo();
+    void anyButtonWithoutASelectionShowsAnError();
     void downloads();
     void downloadsNoJobReports();
     void uploads();
     void uploadsNoPrescriptionMaps();
-    void anUploadMovesACategoryThatIsNotOnOffer();
+    void anUploadMovesACategoryThatIsNotOffered();
     void anUnknownButtonDoesNothing();
-    void deletingAsksFirst();
+    void deletingAsksForConfirmation();
     void theAnswerNoDeletesNothing();
-    void confirmedAtTheServiceItIsRequested();
-    void confirmedAtFilesToUploadOnlyTheNamedGo();
-    void confirmedAtDownloadedFilesFoldersGoWhole();
-    void theSelectionCountsAtTheAnswer();
-    void theLocationCountsAtTheAnswer();
+    void aConfirmedDeletionAtTheServiceIsRequested();
+    void aConfirmedDeletionOfFilesToUploadRemovesOnlyTheNamedFiles();
+    void aConfirmedDeletionOfDownloadedFilesRemovesWholeFolders();
+    void readsTheSelectionAtTheAnswer();
+    void readsTheLocationAtTheAnswer();
     void anEmptySelectionAtTheAnswerIsPassedOn();
-    void whatCannotBeDeletedStaysListed();
-    void awkwardNames();
+    void filesThatCannotBeDeletedStayListed();
+    void deletesFilesWithAwkwardNames();
 };
 
 namespace {
@@ -53,8 +53,8 @@ void ConfirmDeletion(F& f)
 
 } // namespace
 
-// The buttons are off then; what arrives all the same is refused.
-void tst_FileActions::withoutASelectionAnyButtonSaysSo()
+// The buttons are disabled then. A click that arrives nevertheless is refused.
+void tst_FileActions::anyButtonWithoutASelectionShowsAnError()
 {
     for (int id : {0, 1, 2, 3, -1}) {
         F f;
@@ -122,7 +122,7 @@ void tst_FileActions::uploads()
         QVERIFY(f.Transfer().isModal());
         QCOMPARE(f.Transfer().Message(), Text("Upload started"));
         QCOMPARE(F::StateOf(f.Transfer()), Text("running"));
-        QVERIFY(QFile::exists(F::UploadPath(category, Text("b.zip")))); // the worker's to remove
+        QVERIFY(QFile::exists(F::UploadPath(category, Text("b.zip")))); // the worker removes it
     }
 }
 
@@ -136,22 +136,22 @@ void tst_FileActions::uploadsNoPrescriptionMaps()
     QVERIFY(!f.Transfer().isVisible());
 }
 
-// The request goes to the category that was handed in, whatever the selector moves to.
-void tst_FileActions::anUploadMovesACategoryThatIsNotOnOffer()
+// The request uses the category of the argument, also if the selector changes.
+void tst_FileActions::anUploadMovesACategoryThatIsNotOffered()
 {
     F f;
     f.SetUp(true);
     {
-        // Prescription maps at the files to upload, with nobody told of the second choice.
+        // Prescription maps at the files to upload: the change of location sends no signal.
         const QSignalBlocker silent(&f.Category());
         f.Location().SetNumericalValue(F::eToUpload);
         f.Category().SetNumericalValue(0);
     }
     f.controller->UploadFilesToKelvo(eManageCurves, Texts("a.zip"));
     QCOMPARE(f.log.Texts().last(), Text("KelvoUploadRequested(3,[a.zip])"));
-    // The stored value is what counts, and that was job reports already.
+    // The stored value decides. It is already job reports.
     QCOMPARE(f.Category().GetNumericalValue(), 0.0);
-    // The stored value has followed the selector: the next one moves it.
+    // The stored value now equals the selector's, so the next upload changes it.
     f.controller->UploadFilesToKelvo(eManageCurves, Texts("a.zip"));
     QCOMPARE(f.Category().GetNumericalValue(), 1.0);
 }
@@ -172,7 +172,7 @@ void tst_FileActions::anUnknownButtonDoesNothing()
         QVERIFY(!dialog->isVisible());
 }
 
-void tst_FileActions::deletingAsksFirst()
+void tst_FileActions::deletingAsksForConfirmation()
 {
     F f;
     QVERIFY(WriteFile(F::UploadPath(3, Text("a.zip"))));
@@ -200,7 +200,7 @@ void tst_FileActions::theAnswerNoDeletesNothing()
     QVERIFY(f.log.Names().isEmpty());
 }
 
-void tst_FileActions::confirmedAtTheServiceItIsRequested()
+void tst_FileActions::aConfirmedDeletionAtTheServiceIsRequested()
 {
     F f;
     f.Hub().OnNewKelvoProjectFilesList(2, ListingOf(Texts("a.zip b.zip")));
@@ -223,7 +223,7 @@ void tst_FileActions::confirmedAtTheServiceItIsRequested()
     QVERIFY(QFile::exists(F::DownloadPath(2, Text("a.zip"))));
 }
 
-void tst_FileActions::confirmedAtFilesToUploadOnlyTheNamedGo()
+void tst_FileActions::aConfirmedDeletionOfFilesToUploadRemovesOnlyTheNamedFiles()
 {
     F f;
     for (const QString& name : Texts("a.zip b.zip c.zip"))
@@ -244,7 +244,7 @@ void tst_FileActions::confirmedAtFilesToUploadOnlyTheNamedGo()
     QVERIFY(!f.Transfer().isVisible() && !f.Deletion().isVisible());
 }
 
-void tst_FileActions::confirmedAtDownloadedFilesFoldersGoWhole()
+void tst_FileActions::aConfirmedDeletionOfDownloadedFilesRemovesWholeFolders()
 {
     F f;
     QVERIFY(QDir().mkpath(F::DownloadPath(4, Text("field/deep"))));
@@ -265,7 +265,7 @@ void tst_FileActions::confirmedAtDownloadedFilesFoldersGoWhole()
     QVERIFY(f.log.Names().isEmpty());
 }
 
-void tst_FileActions::theSelectionCountsAtTheAnswer()
+void tst_FileActions::readsTheSelectionAtTheAnswer()
 {
     F f;
     f.Hub().OnNewKelvoProjectFilesList(3, ListingOf(Texts("a.zip b.zip")));
@@ -280,8 +280,8 @@ void tst_FileActions::theSelectionCountsAtTheAnswer()
              Text("KelvoDeleteFilesRequested(3,[b.zip],[100:b.zip 101:c.zip])"));
 }
 
-// The session ends while the question is open: nothing of the local folder goes in its place.
-void tst_FileActions::theLocationCountsAtTheAnswer()
+// The session ends while the question is open. No file of the local folder is deleted instead.
+void tst_FileActions::readsTheLocationAtTheAnswer()
 {
     F f;
     f.Hub().OnNewKelvoProjectFilesList(3, ListingOf(Texts("a.zip")));
@@ -310,23 +310,23 @@ void tst_FileActions::anEmptySelectionAtTheAnswerIsPassedOn()
     QCOMPARE(f.log.Texts().last(), Text("KelvoDeleteFilesRequested(3,[],[100:a.zip])"));
 }
 
-void tst_FileActions::whatCannotBeDeletedStaysListed()
+void tst_FileActions::filesThatCannotBeDeletedStayListed()
 {
     F f;
     QVERIFY(WriteFile(F::UploadPath(3, Text("a.zip"))));
     f.SetUp(false);
     f.Choose(3, F::eToUpload);
     f.Select(Texts("a.zip"));
-    // Gone meanwhile, and a folder of the same name in its place, which no file deletion removes.
+    // The file is replaced by a folder of the same name, which a file deletion does not remove.
     QVERIFY(QFile::remove(F::UploadPath(3, Text("a.zip"))));
     QVERIFY(QDir().mkdir(F::UploadPath(3, Text("a.zip"))));
     ConfirmDeletion(f);
     QVERIFY(QDir(F::UploadPath(3, Text("a.zip"))).exists());
-    QVERIFY(f.Names().isEmpty()); // a folder is no archive
+    QVERIFY(f.Names().isEmpty()); // folders are not listed here
     QVERIFY(!f.NoSelection().isVisible() && !f.Deletion().isVisible());
 }
 
-void tst_FileActions::awkwardNames()
+void tst_FileActions::deletesFilesWithAwkwardNames()
 {
     const QStringList names{Text("a b%1.zip"), Text("<b>x.zip"), QString::fromUtf8("Käse.zip"),
                             Text("*.zip"), Text("[a].zip")};

@@ -1,4 +1,4 @@
-// Which of the file controller's buttons are there, and which of them can be pressed.
+// The file controller's buttons: which are visible, and which are enabled.
 #include "support/WidgetTestMain.h"
 #include "tests/screens/TControllerFixture.h"
 

@@ -1,4 +1,5 @@
-// The file controller's dialogs are members with a parent: whichever goes first, each goes once.
+// The file controller's dialogs are members with a parent. Each dialog is deleted once, in any
+// order.
 #include "support/WidgetTestMain.h"
 #include "tests/screens/TControllerFixture.h"
 
@@ -14,16 +15,16 @@ class tst_FileControlLifetime : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void theControllerGoesFirst_data();
-    void theControllerGoesFirst();
-    void theParentGoesFirst_data();
-    void theParentGoesFirst();
-    void theParentGoesFirstWithTheControllerRaised();
-    void theParentGoesFirstWithTheControllerElsewhere();
-    void withoutAParent();
-    void theViewGoesWithAllItsDialogsOpen();
-    void aCancelThatIsStillQueuedFindsNobody();
-    void hubSignalsAfterwardsFindNobody();
+    void theControllerIsDeletedFirst_data();
+    void theControllerIsDeletedFirst();
+    void theParentIsDeletedFirst_data();
+    void theParentIsDeletedFirst();
+    void theParentIsDeletedFirstWithTheControllerRaised();
+    void theParentIsDeletedFirstWithTheControllerElsewhere();
+    void theControllerHasNoParent();
+    void theViewIsDeletedWithAllItsDialogsOpen();
+    void aQueuedCancelDoesNothingAfterTheDeletion();
+    void hubSignalsDoNothingAfterTheDeletion();
 };
 
 namespace {
@@ -42,12 +43,12 @@ bool AreGone(const QList<QPointer<TMessageDialog>>& dialogs)
                        [](const QPointer<TMessageDialog>& dialog) { return dialog.isNull(); });
 }
 
-// How far the controller has come when it goes.
+// The state of the controller at its deletion.
 void Stages()
 {
     QTest::addColumn<bool>("isSetUp");
     QTest::addColumn<bool>("isShown");
-    QTest::newRow("just made") << false << false;
+    QTest::newRow("constructed") << false << false;
     QTest::newRow("set up") << true << false;
     QTest::newRow("with a dialog open") << true << true;
 }
@@ -75,12 +76,12 @@ struct TOwnWindow : THubFixture
 
 } // namespace
 
-void tst_FileControlLifetime::theControllerGoesFirst_data()
+void tst_FileControlLifetime::theControllerIsDeletedFirst_data()
 {
     Stages();
 }
 
-void tst_FileControlLifetime::theControllerGoesFirst()
+void tst_FileControlLifetime::theControllerIsDeletedFirst()
 {
     QFETCH(bool, isSetUp);
     QFETCH(bool, isShown);
@@ -94,12 +95,12 @@ void tst_FileControlLifetime::theControllerGoesFirst()
     f.window.reset();
 }
 
-void tst_FileControlLifetime::theParentGoesFirst_data()
+void tst_FileControlLifetime::theParentIsDeletedFirst_data()
 {
     Stages();
 }
 
-void tst_FileControlLifetime::theParentGoesFirst()
+void tst_FileControlLifetime::theParentIsDeletedFirst()
 {
     QFETCH(bool, isSetUp);
     QFETCH(bool, isShown);
@@ -112,8 +113,8 @@ void tst_FileControlLifetime::theParentGoesFirst()
     QVERIFY(AreGone(dialogs));
 }
 
-// Raised, the controller is the last of its parent's children, and the dialogs come before it.
-void tst_FileControlLifetime::theParentGoesFirstWithTheControllerRaised()
+// A raised controller is the last of its parent's children: the dialogs come before it.
+void tst_FileControlLifetime::theParentIsDeletedFirstWithTheControllerRaised()
 {
     TOwnWindow f;
     f.Bring(true, true);
@@ -125,7 +126,7 @@ void tst_FileControlLifetime::theParentGoesFirstWithTheControllerRaised()
     QVERIFY(AreGone(dialogs));
 }
 
-void tst_FileControlLifetime::theParentGoesFirstWithTheControllerElsewhere()
+void tst_FileControlLifetime::theParentIsDeletedFirstWithTheControllerElsewhere()
 {
     TOwnWindow f;
     f.Bring(true, false);
@@ -142,7 +143,7 @@ void tst_FileControlLifetime::theParentGoesFirstWithTheControllerElsewhere()
     QVERIFY(AreGone(dialogs));
 }
 
-void tst_FileControlLifetime::withoutAParent()
+void tst_FileControlLifetime::theControllerHasNoParent()
 {
     const THubFixture around;
     auto controller = std::make_unique<TKelvoFileControlWidget>(nullptr);
@@ -153,7 +154,7 @@ void tst_FileControlLifetime::withoutAParent()
     QVERIFY(!DialogTitled<TMessageDialog>(QStringLiteral("File Transfer")));
 }
 
-void tst_FileControlLifetime::theViewGoesWithAllItsDialogsOpen()
+void tst_FileControlLifetime::theViewIsDeletedWithAllItsDialogsOpen()
 {
     const THubFixture around;
     auto view = std::make_unique<TKelvoFullView>(nullptr);
@@ -167,7 +168,7 @@ void tst_FileControlLifetime::theViewGoesWithAllItsDialogsOpen()
     QVERIFY(AreGone(dialogs));
 }
 
-void tst_FileControlLifetime::aCancelThatIsStillQueuedFindsNobody()
+void tst_FileControlLifetime::aQueuedCancelDoesNothingAfterTheDeletion()
 {
     TOwnWindow f;
     f.Bring(true, true);
@@ -177,7 +178,7 @@ void tst_FileControlLifetime::aCancelThatIsStillQueuedFindsNobody()
     QVERIFY(!f.Hub().IsCancelCurrentOperationRequested());
 }
 
-void tst_FileControlLifetime::hubSignalsAfterwardsFindNobody()
+void tst_FileControlLifetime::hubSignalsDoNothingAfterTheDeletion()
 {
     TOwnWindow f;
     f.Bring(true, true);

@@ -1,4 +1,4 @@
-// The file controller: how it is built, what it says, and what it is connected to.
+// The file controller: its construction, its texts and its connections.
 #include "support/WidgetTestMain.h"
 #include "tests/fakes/Declarations.h"
 #include "tests/fakes/Receivers.h"
@@ -28,7 +28,7 @@ private Q_SLOTS:
     void cancelsAreQueued();
     void theAnswerYesIsNotQueued();
     void hubSignalsOfAnotherThreadAreQueued();
-    void theTitleGoesToTheWindow();
+    void setsTheTitleOfTheWindow();
 };
 
 namespace {
@@ -178,7 +178,7 @@ void tst_FileControlSetup::textsAreTranslated()
     const char* const categories[] = {
         "Prescription Maps", "Job Reports",  "AB Lines", "Curves", "Pivots",
         "Optimal Lines",     "Project Lines"};
-    for (int location : {0, 1}) { // between them all seven are on offer
+    for (int location : {0, 1}) { // the two locations together offer all seven
         f.Location().SetNumericalValue(location);
         for (int category = 0; category < 7; ++category) {
             if (category == 1 - location)
@@ -288,7 +288,7 @@ void tst_FileControlSetup::theAnswerYesIsNotQueued()
     QCOMPARE(f.log.Names().last(), Text("KelvoDeleteFilesRequested"));
 }
 
-// Automatic and not direct: a signal of another thread waits for this one.
+// The connections are automatic: a signal of another thread is queued to this thread.
 void tst_FileControlSetup::hubSignalsOfAnotherThreadAreQueued()
 {
     TControllerFixture f;
@@ -301,7 +301,7 @@ void tst_FileControlSetup::hubSignalsOfAnotherThreadAreQueued()
     QCOMPARE(f.Transfer().Message(), Text("Uploading b.zip"));
 }
 
-void tst_FileControlSetup::theTitleGoesToTheWindow()
+void tst_FileControlSetup::setsTheTitleOfTheWindow()
 {
     TControllerFixture f;
     f.controller->SetTitle(Text("A title"), 7);

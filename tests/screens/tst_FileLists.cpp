@@ -24,15 +24,15 @@ private Q_SLOTS:
     void categoriesFollowTheLocation();
     void theUploadListIsArchivesByName();
     void theDownloadedListIsFilesAndFolders();
-    void theServiceListIsTheHubs();
-    void categoriesThatDoNotBelongListTheWorkingDirectory();
-    void aMissingFolderListsAsEmpty();
-    void changingTheCategoryRereadsWithoutASelection();
-    void aListingKeepsTheSelectionThatIsStillThere();
+    void theServiceListComesFromTheHub();
+    void categoriesOfAnotherLocationListTheWorkingDirectory();
+    void aMissingFolderGivesAnEmptyList();
+    void aChangeOfCategoryRereadsTheListWithoutASelection();
+    void aListingKeepsTheSelectionOfRemainingFiles();
     void aListingOfAnotherCategoryChangesNothing();
     void aHiddenControllerIgnoresListings();
     void aListingRereadsALocalFolderToo();
-    void aListingOfTwoFilesOfOneName();
+    void aListingShowsTwoFilesOfOneName();
     void showingRereadsAndDoesNotCheckTheLogin();
 };
 
@@ -48,7 +48,7 @@ QStringList Texts(const char* texts)
     return QString::fromLatin1(texts).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-// With the wheel; a choice that is not on offer is passed over.
+// Turns the wheel. A choice that is not offered is skipped.
 void Turn(TPropertyWidget& selector, int steps)
 {
     selector.OnWheelPressed();
@@ -108,7 +108,7 @@ void tst_FileLists::loggingInOffersTheService()
     F f;
     f.SetUp(false);
     f.Hub().OnLoggedIntoKelvo();
-    QCOMPARE(f.Location().GetNumericalValue(), 1.0); // where it was
+    QCOMPARE(f.Location().GetNumericalValue(), 1.0); // unchanged
     QCOMPARE(Offered(f.Location()), (QList<int>{0, 1, 2}));
 }
 
@@ -194,7 +194,7 @@ void tst_FileLists::theDownloadedListIsFilesAndFolders()
     QCOMPARE(f.Names(), Texts("a b.txt c"));
 }
 
-void tst_FileLists::theServiceListIsTheHubs()
+void tst_FileLists::theServiceListComesFromTheHub()
 {
     F f;
     f.SetUp(true);
@@ -206,7 +206,7 @@ void tst_FileLists::theServiceListIsTheHubs()
     QVERIFY(f.controller->GetKelvoDownloadableFileListForItem(EItemToManage(1)).isEmpty());
 }
 
-void tst_FileLists::categoriesThatDoNotBelongListTheWorkingDirectory()
+void tst_FileLists::categoriesOfAnotherLocationListTheWorkingDirectory()
 {
     F f;
     const QString former = QDir::currentPath();
@@ -223,7 +223,7 @@ void tst_FileLists::categoriesThatDoNotBelongListTheWorkingDirectory()
     QVERIFY(downloaded.size() > 1); // and the console's folders
 }
 
-void tst_FileLists::aMissingFolderListsAsEmpty()
+void tst_FileLists::aMissingFolderGivesAnEmptyList()
 {
     F f;
     f.SetUp(false);
@@ -235,7 +235,7 @@ void tst_FileLists::aMissingFolderListsAsEmpty()
     QVERIFY(f.Names().isEmpty());
 }
 
-void tst_FileLists::changingTheCategoryRereadsWithoutASelection()
+void tst_FileLists::aChangeOfCategoryRereadsTheListWithoutASelection()
 {
     F f;
     f.SetUp(true);
@@ -249,7 +249,7 @@ void tst_FileLists::changingTheCategoryRereadsWithoutASelection()
     QCOMPARE(f.Buttons(), Text("D (U) X"));
 }
 
-void tst_FileLists::aListingKeepsTheSelectionThatIsStillThere()
+void tst_FileLists::aListingKeepsTheSelectionOfRemainingFiles()
 {
     F f;
     f.SetUp(true);
@@ -288,7 +288,7 @@ void tst_FileLists::aHiddenControllerIgnoresListings()
     QCOMPARE(f.Names(), Texts("a.zip"));
 }
 
-// The location is not looked at.
+// The location does not matter.
 void tst_FileLists::aListingRereadsALocalFolderToo()
 {
     F f;
@@ -303,7 +303,7 @@ void tst_FileLists::aListingRereadsALocalFolderToo()
     QCOMPARE(f.Selected(), Texts("a.zip"));
 }
 
-void tst_FileLists::aListingOfTwoFilesOfOneName()
+void tst_FileLists::aListingShowsTwoFilesOfOneName()
 {
     F f;
     f.SetUp(true);
@@ -319,7 +319,7 @@ void tst_FileLists::showingRereadsAndDoesNotCheckTheLogin()
     f.SetUp(true);
     f.Choose(3, F::eService);
     {
-        const QSignalBlocker silent(&f.Hub()); // the state changes and nobody is told
+        const QSignalBlocker silent(&f.Hub()); // the state changes without a signal
         f.Hub().OnLoggedOutOfKelvo();
         f.Hub().OnNewKelvoProjectFilesList(3, ListingOf(Texts("a.zip")));
     }

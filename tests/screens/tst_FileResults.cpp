@@ -13,17 +13,18 @@ class tst_FileResults : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void init();
-    void cancelTextsAreTranslatedOnceAndEachTime(); // first: once is once a process
+    void translatesTheTransferCancelOnceAndTheDeletionCancelEachTime(); // first: the text is
+                                                                        // translated once a process
     void progressOnlyChangesTheText_data();
     void progressOnlyChangesTheText();
     void completions_data();
     void completions();
     void completionTextsAreTranslated();
     void anUploadRereadsTheListAtOnce();
-    void aDownloadLeavesTheListToTheListing();
-    void aDeletionLeavesTheListToTheListing();
-    void cancellingATransfer();
-    void cancellingADeletion();
+    void aDownloadDoesNotRereadTheList();
+    void aDeletionDoesNotRereadTheList();
+    void cancellingATransferDisablesBothButtonsUntilItsEnd();
+    void cancellingADeletionDisablesBothButtonsUntilItsEnd();
     void theNextOperationCanBeCancelledAgain();
     void namesWithPlaceholdersStayAsTheyAre();
 
@@ -68,7 +69,7 @@ void Complete(TKelvoInterface& hub, int operation, const KelvoFileTransferErrorD
 
 void tst_FileResults::init()
 {
-    m_f.reset(); // the hub is the process's
+    m_f.reset(); // the fixture's hub is the process's hub
     m_f = std::make_unique<F>();
     m_f->Hub().OnNewKelvoProjectFilesList(3, ListingOf(Texts("a.zip b.zip")));
     m_f->SetUp(true);
@@ -77,7 +78,7 @@ void tst_FileResults::init()
     m_f->log.Clear();
 }
 
-void tst_FileResults::cancelTextsAreTranslatedOnceAndEachTime()
+void tst_FileResults::translatesTheTransferCancelOnceAndTheDeletionCancelEachTime()
 {
     F& f = *m_f;
     const QString tag = Text("{TKelvoFileControlWidget|}");
@@ -111,7 +112,7 @@ void tst_FileResults::progressOnlyChangesTheText()
     TMessageDialog& dialog = operation == eDelete ? f.Deletion() : f.Transfer();
     TMessageDialog& other = operation == eDelete ? f.Transfer() : f.Deletion();
     const QString state = F::StateOf(dialog);
-    for (int project : {3, 6}) { // whatever the project is
+    for (int project : {3, 6}) { // the project does not matter
         dialog.SetMessage(QString());
         if (operation == eDownload)
             Q_EMIT f.Hub().KelvoDownloadingFile(project, Text("a.zip"));
@@ -170,7 +171,7 @@ void tst_FileResults::completions()
     QVERIFY(!other.isVisible());
     Press(dialog, TMessageDialog::eButton0);
     QVERIFY(!dialog.isVisible());
-    // Also on top of a dialog that was running.
+    // The dialog was running.
     f.Select(Texts("a.zip"));
     f.Button(0).click();
     QCOMPARE(F::StateOf(f.Transfer()), Text("running"));
@@ -189,7 +190,7 @@ void tst_FileResults::completionTextsAreTranslated()
         const char* success;
         QString failure;
     } rows[] = {
-        // The disambiguation holds a placeholder too, which the translator's tag shows first.
+        // The translator's tag contains the disambiguation, which has a placeholder too.
         {eDownload, "Download complete.",
          Text("{TKelvoFileControlWidget|file0.zip is a filename that failed to download correctly}"
               "A problem occurred with: file0.zip\nReason 0.\n\n")},
@@ -234,7 +235,7 @@ void tst_FileResults::anUploadRereadsTheListAtOnce()
     QCOMPARE(f.Buttons(), Text("(D) U X"));
 }
 
-void tst_FileResults::aDownloadLeavesTheListToTheListing()
+void tst_FileResults::aDownloadDoesNotRereadTheList()
 {
     F& f = *m_f;
     f.Select(Texts("a.zip"));
@@ -247,7 +248,7 @@ void tst_FileResults::aDownloadLeavesTheListToTheListing()
     QCOMPARE(f.Names(), Texts("b.zip"));
 }
 
-void tst_FileResults::aDeletionLeavesTheListToTheListing()
+void tst_FileResults::aDeletionDoesNotRereadTheList()
 {
     F& f = *m_f;
     f.Select(Texts("a.zip"));
@@ -257,7 +258,7 @@ void tst_FileResults::aDeletionLeavesTheListToTheListing()
     QCOMPARE(f.Selected(), Texts("a.zip"));
 }
 
-void tst_FileResults::cancellingATransfer()
+void tst_FileResults::cancellingATransferDisablesBothButtonsUntilItsEnd()
 {
     F& f = *m_f;
     f.Select(Texts("a.zip"));
@@ -268,7 +269,7 @@ void tst_FileResults::cancellingATransfer()
     QVERIFY(f.Transfer().Message().endsWith(Text("Cancelling file operation ...")));
     QVERIFY(f.Transfer().isVisible());
     QCOMPARE(F::StateOf(f.Transfer()), Text("cancelling"));
-    // The file that was on its way is still told of, with both buttons off.
+    // The signal of the running file still arrives. Both buttons stay disabled.
     Q_EMIT f.Hub().KelvoDownloadingFile(3, Text("a.zip"));
     QCOMPARE(F::StateOf(f.Transfer()), Text("cancelling"));
     f.Hub().OnKelvoDownloadComplete(3, {});
@@ -276,7 +277,7 @@ void tst_FileResults::cancellingATransfer()
     QCOMPARE(f.Transfer().Message(), Text("Download complete."));
 }
 
-void tst_FileResults::cancellingADeletion()
+void tst_FileResults::cancellingADeletionDisablesBothButtonsUntilItsEnd()
 {
     F& f = *m_f;
     f.Select(Texts("a.zip"));

@@ -1,4 +1,4 @@
-// The frame around the file controller.
+// The full view around the file controller.
 #include "support/WidgetTestMain.h"
 #include "tests/screens/THubFixture.h"
 #include "tests/screens/TTaggingTranslator.h"
@@ -20,7 +20,7 @@ private Q_SLOTS:
     void theTitleIsTranslatedInTheViewsContext();
     void buildsNothingBeforeSetup();
     void canBeShownBeforeSetup();
-    void takesTheControllerWithIt();
+    void deletesTheControllerWithItself();
 };
 
 namespace {
@@ -88,7 +88,7 @@ void tst_FullView::canBeShownBeforeSetup()
     QVERIFY(ControllerOf(view)->layout());
 }
 
-void tst_FullView::takesTheControllerWithIt()
+void tst_FullView::deletesTheControllerWithItself()
 {
     const THubFixture around;
     for (bool isSetUp : {false, true}) {

@@ -1,4 +1,4 @@
-// The login panel: how it is built, and what it does with the configuration.
+// The login panel: its construction and its use of the configuration.
 #include "support/WidgetTestMain.h"
 #include "tests/fakes/Declarations.h"
 #include "tests/fakes/Receivers.h"
@@ -16,13 +16,13 @@ class tst_MiniView : public kelvo::test::TTestCase
 private Q_SLOTS:
     void slotsAreDeclaredInTheirOrder();
     void isBuiltAsARowOfFour();
-    void rowsTakeWhatIsConfigured();
+    void rowsShowTheConfiguredCredentials();
     void clearsTheThirdItemAndKeepsIt();
-    void whatIsTypedIsConfiguredAtOnce();
-    void isAvailableToWhomTheControlIsGranted();
+    void configuresEnteredCredentialsAtOnce();
+    void isAvailableIfTheUserLevelGrantsTheControl();
     void captionsAreTranslatedOnceAndToolTipsEachTime();
     void listensToTheHub();
-    void livesWithoutAHub();
+    void worksWithoutAHub();
 };
 
 namespace {
@@ -80,7 +80,7 @@ void tst_MiniView::isBuiltAsARowOfFour()
     QCOMPARE(f.Button().DisabledBackground(), Text("NewDisabledButton"));
 }
 
-void tst_MiniView::rowsTakeWhatIsConfigured()
+void tst_MiniView::rowsShowTheConfiguredCredentials()
 {
     THubFixture around;
     around.Configure(Text("olga"), Text("secret"));
@@ -102,7 +102,7 @@ void tst_MiniView::clearsTheThirdItemAndKeepsIt()
     QCOMPARE(kept.GetItem(24291).toString(), QString());
 }
 
-void tst_MiniView::whatIsTypedIsConfiguredAtOnce()
+void tst_MiniView::configuresEnteredCredentialsAtOnce()
 {
     const TMiniViewFixture f;
     f.UserName().SetTextValue(Text("pavel"));
@@ -117,7 +117,7 @@ void tst_MiniView::whatIsTypedIsConfiguredAtOnce()
     QCOMPARE(kept.GetItem(24289).toString(), Text("pavel"));
 }
 
-void tst_MiniView::isAvailableToWhomTheControlIsGranted()
+void tst_MiniView::isAvailableIfTheUserLevelGrantsTheControl()
 {
     TMiniViewFixture f;
     QVERIFY(f.view.IsAvailable());
@@ -178,14 +178,15 @@ void tst_MiniView::listensToTheHub()
               "KelvoLoginFailed(QString)", "KelvoFileOperationInProgress()",
               "KelvoFileOperationComplete()", "KelvoUserInboxSetupInProgress(int)",
               "KelvoUserInboxSetupComplete(KelvoFileTransferErrorDetailsList)"})
-            QCOMPARE(fakes::Receivers::Of(KelvoInterface, signature), 1 + 1); // and the log
+            QCOMPARE(fakes::Receivers::Of(KelvoInterface, signature),
+                     1 + 1); // the panel and the log
         QCOMPARE(fakes::Receivers::Of(KelvoInterface, "KelvoLoginRequested()"), 1);
         QCOMPARE(fakes::Receivers::Of(KelvoInterface, "KelvoUploadingFile(int,QString)"), 1);
     }
     QCOMPARE(fakes::Receivers::Of(KelvoInterface, "KelvoLoggedIn()"), 1);
 }
 
-void tst_MiniView::livesWithoutAHub()
+void tst_MiniView::worksWithoutAHub()
 {
     THubFixture around;
     around.EndHub();

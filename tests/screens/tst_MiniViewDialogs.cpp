@@ -1,4 +1,4 @@
-// The login panel: what it tells the operator, the set-up of the account, and what it paints.
+// The login panel: its error texts, the set-up of the account, and its painting.
 #include "support/WidgetTestMain.h"
 #include "tests/screens/Dialogs.h"
 #include "tests/screens/TMiniViewFixture.h"
@@ -12,18 +12,18 @@ class tst_MiniViewDialogs : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void asksForCredentialsThatAreMissing_data();
-    void asksForCredentialsThatAreMissing();
-    void tellsWhyALoginFailed();
+    void asksForMissingCredentials_data();
+    void asksForMissingCredentials();
+    void showsTheReasonOfAFailedLogin();
     void oneDialogServesAllErrors();
     void textsAreTranslated();
-    void theFirstSetupReportBringsTheDialogUp();
+    void theFirstSetupReportShowsTheDialog();
     void laterReportsOnlyMoveTheBar();
-    void aReportAfterItWasClosedShowsItAfresh();
+    void aReportShowsAClosedDialogAgain();
     void theEndOfTheSetupLogsOut_data();
     void theEndOfTheSetupLogsOut();
     void anEndWithoutAReportLogsOut();
-    void takesItsDialogsWithIt();
+    void deletesItsDialogsWithItself();
     void highlightsTheStatusRow();
     void paintsNothingWhileTheStatusRowIsHidden();
 };
@@ -47,7 +47,7 @@ TProgressDialog* SetupDialog()
     return DialogTitled<TProgressDialog>(Text("Configure Kelvo Account"));
 }
 
-// What the view itself paints onto grey, without the widgets on it and without a background.
+// The painting of the view on grey, without its child widgets and without a background.
 QImage OwnPainting(QWidget& view)
 {
     QImage image(view.size(), QImage::Format_RGB32);
@@ -56,7 +56,7 @@ QImage OwnPainting(QWidget& view)
     return image;
 }
 
-// The smallest rectangle around what differs.
+// The smallest rectangle around all differences.
 QRect Difference(const QImage& a, const QImage& b)
 {
     QRect rect;
@@ -71,7 +71,7 @@ QRect Difference(const QImage& a, const QImage& b)
 
 } // namespace
 
-void tst_MiniViewDialogs::asksForCredentialsThatAreMissing_data()
+void tst_MiniViewDialogs::asksForMissingCredentials_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("password");
@@ -80,7 +80,7 @@ void tst_MiniViewDialogs::asksForCredentialsThatAreMissing_data()
     QTest::newRow("no password") << Text("olga") << QString();
 }
 
-void tst_MiniViewDialogs::asksForCredentialsThatAreMissing()
+void tst_MiniViewDialogs::asksForMissingCredentials()
 {
     QFETCH(QString, name);
     QFETCH(QString, password);
@@ -94,7 +94,7 @@ void tst_MiniViewDialogs::asksForCredentialsThatAreMissing()
     QVERIFY(f.log.Names().isEmpty());
 }
 
-void tst_MiniViewDialogs::tellsWhyALoginFailed()
+void tst_MiniViewDialogs::showsTheReasonOfAFailedLogin()
 {
     TMiniViewFixture f;
     QCOMPARE(ErrorDialog()->Type(), TMessageDialog::EMessageDialogType(0));
@@ -143,7 +143,7 @@ void tst_MiniViewDialogs::textsAreTranslated()
     QCOMPARE(setup->Message(), tag + Text("Configuration complete"));
 }
 
-void tst_MiniViewDialogs::theFirstSetupReportBringsTheDialogUp()
+void tst_MiniViewDialogs::theFirstSetupReportShowsTheDialog()
 {
     TMiniViewFixture f;
     QVERIFY(SetupDialog() == nullptr);
@@ -171,7 +171,7 @@ void tst_MiniViewDialogs::laterReportsOnlyMoveTheBar()
     QCOMPARE(dialog->Message(), Text("as it was"));
 }
 
-void tst_MiniViewDialogs::aReportAfterItWasClosedShowsItAfresh()
+void tst_MiniViewDialogs::aReportShowsAClosedDialogAgain()
 {
     TMiniViewFixture f;
     f.Hub().OnKelvoUserInboxSetupInProgress(14);
@@ -193,7 +193,7 @@ void tst_MiniViewDialogs::theEndOfTheSetupLogsOut_data()
 {
     QTest::addColumn<int>("errorCount");
     QTest::addColumn<QString>("message");
-    QTest::newRow("well") << 0 << Text("Configuration complete");
+    QTest::newRow("no failure") << 0 << Text("Configuration complete");
     QTest::newRow("one failure") << 1 << Text("Configuration complete with errors");
     QTest::newRow("seven failures") << 7 << Text("Configuration complete with errors");
 }
@@ -218,7 +218,7 @@ void tst_MiniViewDialogs::theEndOfTheSetupLogsOut()
     QVERIFY(!f.Button().isEnabled());
     QCOMPARE(SetupDialog()->Progress(), 100);
     QCOMPARE(SetupDialog()->Message(), message);
-    QVERIFY(SetupDialog()->isVisible()); // the operator puts it away
+    QVERIFY(SetupDialog()->isVisible()); // the operator closes it
     f.Hub().OnLoggedOutOfKelvo();
     QCOMPARE(f.Button().text(), Text("Login"));
 }
@@ -232,7 +232,7 @@ void tst_MiniViewDialogs::anEndWithoutAReportLogsOut()
     QVERIFY(SetupDialog() == nullptr);
 }
 
-void tst_MiniViewDialogs::takesItsDialogsWithIt()
+void tst_MiniViewDialogs::deletesItsDialogsWithItself()
 {
     {
         TMiniViewFixture f;
@@ -243,7 +243,7 @@ void tst_MiniViewDialogs::takesItsDialogsWithIt()
     QVERIFY(!ErrorDialog() && !SetupDialog());
 }
 
-// With the view off its parent's corner the highlight is off the row by as much.
+// The highlight is shifted from the row by the view's position in its parent.
 void tst_MiniViewDialogs::highlightsTheStatusRow()
 {
     for (const QPoint& offset : {QPoint(0, 0), QPoint(12, 7)}) {
@@ -254,13 +254,13 @@ void tst_MiniViewDialogs::highlightsTheStatusRow()
         parent.show();
         const QImage without = OwnPainting(f.view);
         f.view.ChangeState(2);
-        QTest::qWait(0); // the layout takes its new shape
+        QTest::qWait(0); // the layout is updated
         const QImage with = OwnPainting(f.view);
 
         const QRect row(f.Status().pos() + offset, f.Status().size());
         const QRect filled = row.adjusted(3, 3, -3, -3);
         QVERIFY(filled.height() > 4);
-        // A rectangle's outline lies on its right and lower edge, one pixel further.
+        // The outline of a rectangle is one pixel further right and down.
         QCOMPARE(Difference(without, with), filled.adjusted(0, 0, 1, 1) & f.view.rect());
         const int base = qGray(without.pixel(filled.center()));
         const int expected = qRound(base * 0.9 + 255 * 0.1);

@@ -1,4 +1,4 @@
-// The login panel: how each state looks, and what the button and the hub do to it.
+// The login panel: the look of each state, and the changes by the button and the hub.
 #include "support/WidgetTestMain.h"
 #include "tests/screens/Dialogs.h"
 #include "tests/screens/TMiniViewFixture.h"
@@ -15,15 +15,15 @@ class tst_MiniViewStates : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void startsLoggedOutWhateverTheHubSays();
-    void looksOfAState_data();
-    void looksOfAState();
-    void aNumberThatIsNoStateChangesNothing();
+    void alwaysStartsLoggedOut();
+    void eachStateHasItsLook_data();
+    void eachStateHasItsLook();
+    void aValueOutsideTheStatesChangesNothing();
     void hubSignalsChangeTheState_data();
     void hubSignalsChangeTheState();
     void theButtonLogsIn();
-    void theButtonLogsOutWithoutLookingAtTheCredentials();
-    void aNameOfSpacesIsAName();
+    void theButtonLogsOutWithoutReadingTheCredentials();
+    void acceptsAUserNameOfSpaces();
 };
 
 namespace {
@@ -33,13 +33,13 @@ QString Text(const char* text)
     return QString::fromLatin1(text);
 }
 
-// What can be seen of the panel.
+// The visible parts of the panel.
 struct TLook
 {
     bool isUserNameEnabled;
     bool isPasswordShown;
     bool isStatusShown;
-    QString status; // meaningless while hidden
+    QString status; // not used while hidden
     bool isButtonEnabled;
     QString caption;
     QString toolTip;
@@ -76,7 +76,7 @@ TLook LookIn(int state)
     return looks[state];
 }
 
-// The busy state only changes the button.
+// The state "file operation in progress" changes only the button.
 TLook LookAfter(TLook before, int state)
 {
     if (state != 4)
@@ -89,7 +89,7 @@ TLook LookAfter(TLook before, int state)
 
 } // namespace
 
-void tst_MiniViewStates::startsLoggedOutWhateverTheHubSays()
+void tst_MiniViewStates::alwaysStartsLoggedOut()
 {
     THubFixture around;
     around.Hub().OnLoggedIntoKelvo();
@@ -99,7 +99,7 @@ void tst_MiniViewStates::startsLoggedOutWhateverTheHubSays()
              Text("Login"));
 }
 
-void tst_MiniViewStates::looksOfAState_data()
+void tst_MiniViewStates::eachStateHasItsLook_data()
 {
     QTest::addColumn<int>("from");
     QTest::addColumn<int>("to");
@@ -109,7 +109,7 @@ void tst_MiniViewStates::looksOfAState_data()
     }
 }
 
-void tst_MiniViewStates::looksOfAState()
+void tst_MiniViewStates::eachStateHasItsLook()
 {
     QFETCH(int, from);
     QFETCH(int, to);
@@ -121,7 +121,7 @@ void tst_MiniViewStates::looksOfAState()
     QCOMPARE(f.Button().UntranslatedCaption(), expected.caption);
 }
 
-void tst_MiniViewStates::aNumberThatIsNoStateChangesNothing()
+void tst_MiniViewStates::aValueOutsideTheStatesChangesNothing()
 {
     TMiniViewFixture f;
     for (int state = 0; state < 5; ++state) {
@@ -184,11 +184,11 @@ void tst_MiniViewStates::theButtonLogsIn()
     f.Button().click();
     QCOMPARE(LookOf(f).ToString(), LookIn(1).ToString());
     QCOMPARE(f.log.Names(), QStringList{Text("KelvoLoginRequested")});
-    f.Button().click(); // disabled: nothing
+    f.Button().click(); // the button is disabled
     QCOMPARE(f.log.Names().size(), 1);
 }
 
-void tst_MiniViewStates::theButtonLogsOutWithoutLookingAtTheCredentials()
+void tst_MiniViewStates::theButtonLogsOutWithoutReadingTheCredentials()
 {
     TMiniViewFixture f;
     f.Hub().OnLoggedIntoKelvo();
@@ -199,7 +199,7 @@ void tst_MiniViewStates::theButtonLogsOutWithoutLookingAtTheCredentials()
     QVERIFY(!DialogTitled<TMessageDialog>(Text("KELVO Login Error"))->isVisible());
 }
 
-void tst_MiniViewStates::aNameOfSpacesIsAName()
+void tst_MiniViewStates::acceptsAUserNameOfSpaces()
 {
     TMiniViewFixture f;
     f.Configure(Text("  "), Text(" "));

@@ -1,5 +1,5 @@
-// Both screens under thousands of random presses and reports: nothing crashes, and of the files on
-// disk only those go that were selected when a deletion was confirmed.
+// Both screens under thousands of random presses and reports. Nothing crashes. Of the files on disk
+// only those are deleted that were selected at a confirmed deletion.
 #include "support/WidgetTestMain.h"
 #include "tests/core/HubEvents.h"
 #include "tests/screens/TControllerFixture.h"
@@ -45,12 +45,12 @@ public:
         m_miniView.show();
     }
 
-    // What is gone that was not to go; empty if all is well.
+    // The files that were deleted without a confirmation. Empty if all is right.
     QStringList Step();
 
     TControllerFixture f;
     int confirmations = 0;  // with the question open
-    int localDeletions = 0; // files that went
+    int localDeletions = 0; // deleted files
     int listingsWhileAsked = 0;
 
 private:
@@ -75,7 +75,7 @@ private:
 
     TKelvoMiniView m_miniView;
     std::mt19937 m_random;
-    QSet<QString> m_files; // as the step before left them
+    QSet<QString> m_files; // after the previous step
     QStringList m_mayGo;
 };
 
@@ -161,7 +161,7 @@ void TMonkey::PressAButton()
         f.controller->OnFileActionButtonClicked(Number(5) - 1);
 }
 
-// What can be pressed, in an order that the seed alone decides: Qt hands out its windows in one of
+// The enabled buttons, sorted so that only the seed decides the order: Qt lists its windows by
 // their addresses.
 QList<TPushButton*> TMonkey::ButtonsInDialogs()
 {
@@ -255,18 +255,18 @@ class tst_Monkey : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void onlyNamedFilesGo_data();
-    void onlyNamedFilesGo();
+    void removesOnlyConfirmedFiles_data();
+    void removesOnlyConfirmedFiles();
 };
 
-void tst_Monkey::onlyNamedFilesGo_data()
+void tst_Monkey::removesOnlyConfirmedFiles_data()
 {
     QTest::addColumn<unsigned>("seed");
     for (unsigned seed : {1U, 20U})
         QTest::addRow("seed %u", seed) << seed;
 }
 
-void tst_Monkey::onlyNamedFilesGo()
+void tst_Monkey::removesOnlyConfirmedFiles()
 {
     QFETCH(unsigned, seed);
     TMonkey monkey(seed);
@@ -277,7 +277,7 @@ void tst_Monkey::onlyNamedFilesGo()
             qPrintable(
                 QStringLiteral("step %1: %2 gone").arg(step).arg(wrong.join(QLatin1Char(' ')))));
     }
-    // It came everywhere.
+    // The run reached every state.
     qInfo("%d confirmations, %d local deletions, %d listings while asked", monkey.confirmations,
           monkey.localDeletions, monkey.listingsWhileAsked);
     QVERIFY(monkey.confirmations > 10);

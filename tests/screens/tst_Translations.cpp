@@ -1,4 +1,4 @@
-// The screens in each language that is built.
+// The screens in each built language.
 #include "support/WidgetTestMain.h"
 #include "tests/screens/TControllerFixture.h"
 
@@ -12,11 +12,11 @@ class tst_Translations : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void speaks_data();
-    void speaks();
+    void isTranslated_data();
+    void isTranslated();
 };
 
-void tst_Translations::speaks_data()
+void tst_Translations::isTranslated_data()
 {
     QTest::addColumn<QString>("login");
     QTest::addColumn<QString>("maps");
@@ -30,7 +30,7 @@ void tst_Translations::speaks_data()
     row("pl", "Zaloguj", "Mapy aplikacyjne");
 }
 
-void tst_Translations::speaks()
+void tst_Translations::isTranslated()
 {
     QFETCH(QString, login);
     QFETCH(QString, maps);
@@ -48,7 +48,7 @@ void tst_Translations::speaks()
     QCOMPARE(button->text(), login);
     QCOMPARE(button->UntranslatedCaption(), QStringLiteral("Login"));
     QCOMPARE(f.Category().GetTextValue(), maps);
-    QCOMPARE(f.Button(0).text(), QStringLiteral("Download")); // untranslated on purpose
+    QCOMPARE(f.Button(0).text(), QStringLiteral("Download")); // required to stay untranslated
 }
 
 KELVO_WIDGET_TEST_MAIN(tst_Translations)

@@ -1,4 +1,4 @@
-// Time that only the test moves. The fake clocks of the SDK, the service and the console read it.
+// Time that only the test advances. The fake clocks of the SDK, the service and the console use it.
 #pragma once
 
 #include <atomic>
@@ -22,7 +22,7 @@ public:
         m_steadyMs += by.count();
         m_dayMs += by.count();
     }
-    // Somebody sets the time of day forward or back.
+    // Changes the time of day as a user does, forward or back.
     void ShiftTimeOfDay(std::chrono::milliseconds by) { m_dayMs += by.count(); }
 
 private:

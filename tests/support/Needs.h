@@ -1,4 +1,4 @@
-// What a test needs of the machine: a person's may lack it, CI's may not.
+// Skips tests on a machine that lacks what they need. In CI such a test fails.
 #pragma once
 
 #include <QtTest/QtTest>

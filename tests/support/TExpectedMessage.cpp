@@ -1,4 +1,3 @@
-// Declares a warning that a test provokes.
 #include "support/TExpectedMessage.h"
 
 #include <QtCore/QMutex>
@@ -9,13 +8,14 @@ namespace {
 
 struct TRegister
 {
-    QMutex mutex; // guards the list and the counts of what is in it
+    QMutex mutex; // guards the list and the counts of its messages
     QVector<kelvo::test::TExpectedMessage*> expected;
 };
 
 TRegister& Register()
 {
-    static TRegister& expectations = *new TRegister; // messages come until the very end
+    static TRegister& expectations =
+        *new TRegister; // never destroyed: messages come until the process ends
     return expectations;
 }
 

@@ -6,9 +6,9 @@
 
 namespace kelvo::test {
 
-// As long as it lives, messages of `type` that contain `part` are expected, from any thread, any
-// number of times; if none came, the test fails when it ends. Use it instead of
-// QTest::ignoreMessage, which the trap does not know of. Main thread.
+// During its lifetime, messages of `type` that contain `part` are expected, from any thread, any
+// number of times. If no such message came, the destructor fails the test. Use it instead of
+// QTest::ignoreMessage, which the trap does not use. Main thread.
 class TExpectedMessage
 {
 public:
@@ -19,7 +19,7 @@ public:
 
     int Count() const;
 
-    // For the trap: whether the message is expected; it is counted then.
+    // For the trap. Returns whether the message is expected, and counts it.
     static bool Take(QtMsgType type, const QString& message);
 
 private:

@@ -1,4 +1,3 @@
-// Makes a test program fail on every warning that it does not expect.
 #include "support/TMessageTrap.h"
 
 #include "support/TExpectedMessage.h"
@@ -24,7 +23,7 @@ struct TState
 
 TState& State()
 {
-    static TState& state = *new TState; // messages come until the very end
+    static TState& state = *new TState; // never destroyed: messages come until the process ends
     return state;
 }
 
@@ -40,7 +39,7 @@ void Fail(const QString& message)
     QTest::qFail(text.constData(), "", 0);
 }
 
-// Of windows that are shown without a display: nothing that the program does could change it.
+// Messages of the offscreen platform. The program cannot avoid them.
 bool IsOfTheMissingDisplay(const QString& message)
 {
     return message == QLatin1String("This plugin does not support propagateSizeHints()") ||
@@ -58,7 +57,8 @@ void Handle(QtMsgType type, const QMessageLogContext& context, const QString& me
     }
     const bool isForTest = IsMainThread() && QTest::currentTestFunction() != nullptr;
     {
-        // Also keeps the threads' messages apart: QtTest's loggers do not.
+        // The lock also keeps messages of several threads from mixing: QtTest's loggers do not
+        // lock.
         const QMutexLocker lock(&State().mutex);
         if (isBad) {
             ++State().unexpected;
@@ -85,7 +85,8 @@ void TMessageTrap::Install()
 {
     const QtMessageHandler former = qInstallMessageHandler(Handle);
     const QMutexLocker lock(&State().mutex);
-    // QtTest puts us back when it ends, and its own handler must not be called any more then.
+    // QtTest reinstalls this handler when it ends. Then its own handler must not be called any
+    // more.
     State().next = former == Handle ? nullptr : former;
 }
 

@@ -5,18 +5,18 @@
 
 namespace kelvo::test {
 
-// Takes Qt's messages of level warning and critical, of any thread. One that nobody expects
-// (TExpectedMessage) fails the test function that runs, and the program in any case: its exit code
-// is never 0. All other messages go where they went before.
+// Handles Qt's messages of level warning and critical, from any thread. A message without a
+// TExpectedMessage fails the running test function, and the program's exit code is never 0. All
+// other messages go to the previous handler.
 class TMessageTrap
 {
 public:
     TMessageTrap() = delete;
 
-    // Puts the trap in front of the message handler that is there. Again after QtTest has put its
-    // own in front.
+    // Installs the trap before the current message handler. Call it again after QtTest has
+    // installed its handler.
     static void Install();
-    // Fails the current test function for what other threads said. Main thread.
+    // Fails the current test function if other threads had unexpected messages. Main thread.
     static void FailForOtherThreads();
     static int UnexpectedCount();
 };

@@ -1,4 +1,3 @@
-// Another program, started by a test.
 #include "support/TStartedProgram.h"
 
 #include <QtCore/QFile>
@@ -14,7 +13,7 @@
 
 namespace {
 
-// What posix_spawnp() is to do between fork and exec; blocking, and freed with the object.
+// The actions of posix_spawnp() between fork and exec. The destructor frees them.
 class SpawnActions
 {
 public:

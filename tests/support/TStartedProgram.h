@@ -1,4 +1,4 @@
-// Another program, started by a test.
+// A program that a test starts.
 #pragma once
 
 #include <QtCore/QByteArray>
@@ -10,33 +10,33 @@
 namespace kelvo::test {
 
 /**
- * A running program with both its outputs in one pipe. Not QProcess: in an emulator that learns
- * neither when a program has ended nor how, and then kills whatever its broken process id stands
- * for. Threads: one. Ownership: a program that still runs at the end is killed. Blocks without a
- * bound, as whoever runs the test has one.
+ * A running program with both its outputs in one pipe. It does not use QProcess. In an emulator
+ * QProcess does not learn when and how a program has ended, and may kill another process because of
+ * a wrong process id. Thread: one. Ownership: the destructor kills a running program. It blocks
+ * without a time limit: the test runner has a time limit.
  */
 class TStartedProgram
 {
 public:
-    /** `program` is a path or found by PATH; an empty `folder` is the current one. */
+    /** `program` is a path, or a name that PATH finds. An empty `folder` is the current folder. */
     explicit TStartedProgram(const QString& program, const QStringList& arguments,
                              const QString& folder = {});
     ~TStartedProgram();
     TStartedProgram(const TStartedProgram&) = delete;
     TStartedProgram& operator=(const TStartedProgram&) = delete;
 
-    /** In an emulator also of a program that does not exist: its exit code is 127 then. */
+    /** In an emulator also true if the program does not exist. Its exit code is 127 then. */
     bool IsStarted() const { return m_pid > 0; }
     pid_t Pid() const { return m_pid; }
 
-    /** All that it says until its end. */
+    /** The whole output of the program until its end. */
     QByteArray ReadOutput();
 
     /** Waits for its end. -1 if a signal ended it, or if it did not start. */
     int ExitCode();
 
 private:
-    pid_t m_pid = -1; // not above 0 when there is none, or none any more
+    pid_t m_pid = -1; // 0 or less if no program runs
     int m_output = -1;
 };
 

@@ -1,4 +1,3 @@
-// Base of all QtTest classes.
 #include "support/TTestCase.h"
 
 #include "support/TMessageTrap.h"

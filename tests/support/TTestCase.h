@@ -1,12 +1,11 @@
-// Base of all QtTest classes.
+// The base of all QtTest classes.
 #pragma once
 
 #include <QtCore/QObject>
 
 namespace kelvo::test {
 
-// Puts the message trap in place. A test class that has a cleanup() of its own calls this one in
-// it.
+// Installs the message trap. A test class with its own cleanup() calls this cleanup() too.
 class TTestCase : public QObject
 {
     Q_OBJECT
@@ -15,7 +14,7 @@ protected Q_SLOTS:
     void cleanup();
 
 private Q_SLOTS:
-    // The first that QtTest calls when its own message handler is in place.
+    // The first slot that QtTest calls after it has installed its message handler.
     void initTestCase_data();
 };
 

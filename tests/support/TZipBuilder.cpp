@@ -12,7 +12,8 @@ using kelvo::test::TZipEntry;
 constexpr quint32 largest32 = 0xffffffffu;
 constexpr quint16 madeByUnix = 3u << 8 | 45;
 constexpr quint16 zip64Extra = 1;
-// Of qCompress(): a length, then zlib's two bytes in front and its checksum behind.
+// The output of qCompress() begins with a length and zlib's two bytes, and ends with zlib's
+// checksum.
 constexpr int compressHeaderBytes = 4 + 2;
 constexpr int compressTrailerBytes = 4;
 
@@ -49,7 +50,7 @@ struct TSizes
     quint32 crc;
     quint32 unpackedBytes;
     quint32 packedBytes;
-    QByteArray large; // what of the zip64 form stands in its extra field
+    QByteArray large; // the values of the zip64 extra field
 };
 
 TSizes SizesOf(const TZipEntry& entry)
@@ -79,7 +80,7 @@ QByteArray ExtraField(const QByteArray& large)
     return bytes + large;
 }
 
-// What stands in both headers of an entry.
+// The fields that both headers of an entry have.
 void PutCommon(QByteArray& bytes, const TZipEntry& entry, const TSizes& sizes,
                const QByteArray& name, const QByteArray& extra)
 {
@@ -115,7 +116,7 @@ QByteArray DirectoryEntry(const TZipEntry& entry, quint64 offset)
 QByteArray Zip64End(quint64 entries, quint64 directoryBytes, quint64 directoryOffset)
 {
     QByteArray bytes("PK\6\6");
-    Put<quint64>(bytes, 44); // what follows of this record
+    Put<quint64>(bytes, 44); // the rest of this record, in bytes
     Put<quint16>(bytes, madeByUnix);
     Put<quint16>(bytes, 45);
     Put<quint32>(bytes, 0);

@@ -1,4 +1,4 @@
-// Writes ZIP archives byte by byte, also such as no program would write.
+// Writes ZIP archives byte by byte, also broken ones.
 #pragma once
 
 #include <QtCore/QByteArray>
@@ -8,7 +8,7 @@
 
 namespace kelvo::test {
 
-// File types and modes as they stand in the upper half of an entry's attributes.
+// File types and modes, as in the upper half of an entry's attributes.
 constexpr quint32 regularMode = 0100644;
 constexpr quint32 folderMode = 0040755;
 constexpr quint32 symlinkMode = 0120777;
@@ -28,10 +28,10 @@ struct TZipEntry
     bool isZip64 = false;
     quint32 mode = regularMode;
     quint16 flags = utf8Flag;
-    std::optional<quint32> crc = {};           // a wrong one
-    std::optional<quint64> unpackedBytes = {}; // a wrong one; above 32 bits only with isZip64
-    std::optional<QByteArray> localName = {};  // another one than in the directory
-    // Where its local entry stands already: in another's, or as another's. Else it gets its own.
+    std::optional<quint32> crc = {};           // a wrong checksum
+    std::optional<quint64> unpackedBytes = {}; // a wrong size; above 32 bits only with isZip64
+    std::optional<QByteArray> localName = {};  // another name than in the directory
+    // The offset of an existing local entry to use. Without it the entry gets its own.
     std::optional<quint64> localOffset = {};
 };
 
@@ -41,8 +41,8 @@ public:
     TZipBuilder& Add(const TZipEntry& entry);
     TZipBuilder& AddFile(const QByteArray& name, const QByteArray& content);
     TZipBuilder& AddFolder(const QByteArray& name);
-    // The archive; with `isZip64` its directory has the larger form. It is to stand behind so many
-    // bytes of something else; a large number of them wants the larger form.
+    // Returns the archive. With `isZip64` its directory has the zip64 form. The archive will be
+    // written behind `bytesBefore` other bytes; more than 4 GiB of them need the zip64 form.
     QByteArray Build(bool isZip64 = false, quint64 bytesBefore = 0) const;
 
 private:
@@ -52,10 +52,10 @@ private:
 // An archive with one file.
 QByteArray ZipOf(const QByteArray& name, const QByteArray& content);
 
-// What stands before the directory for an entry: its header, its name, its packed content.
+// The local entry: header, name and packed content.
 QByteArray LocalEntry(const TZipEntry& entry);
 
-// What deflate makes of it, without any header.
+// The deflated content, without a header.
 QByteArray Deflated(const QByteArray& content);
 
 } // namespace kelvo::test

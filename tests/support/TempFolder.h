@@ -1,4 +1,4 @@
-// A temporary folder that is removed with everything in it when the object is destroyed.
+// A temporary folder. The destructor removes it with its content.
 #pragma once
 
 #include <fcntl.h>

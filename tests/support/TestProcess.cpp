@@ -1,4 +1,3 @@
-// What a test program's main does before and after its tests.
 #include "support/TestProcess.h"
 
 #include "support/TMessageTrap.h"
@@ -24,7 +23,7 @@ namespace kelvo::test {
 
 void PrepareProcess()
 {
-    // Qt warns where there is none, as on a build server.
+    // Qt warns if the variable is not set, as on a build server.
     if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR")) {
         RuntimeFolder() = std::make_unique<QTemporaryDir>();
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(RuntimeFolder()->path()));

@@ -1,4 +1,4 @@
-// What a test program's main does before and after its tests.
+// The parts of a test program's main before and after its tests.
 #pragma once
 
 #include "support/TTestCase.h"
@@ -9,9 +9,10 @@
 
 namespace kelvo::test {
 
-// No display, no folder of the user's own, messages trapped.
+// Sets the offscreen platform and test folders instead of the user's, and installs the message
+// trap.
 void PrepareProcess();
-// The exit code: not 0 if a test failed or a message was not expected.
+// Returns the exit code. It is not 0 if a test failed or a message was not expected.
 int FinishProcess(int failedTests);
 
 template <typename TApplication, typename TTest>
@@ -24,7 +25,7 @@ int RunTests(int argumentCount, char** arguments)
     {
         TTest tests;
         failedTests = QTest::qExec(&tests, argumentCount, arguments);
-        PrepareProcess(); // QtTest has taken its own handler away, and the trap with it
+        PrepareProcess(); // QtTest has removed its handler and the trap
     }
     return FinishProcess(failedTests);
 }

@@ -1,10 +1,10 @@
-"""What a test needs of the machine. A person's may lack it, CI's may not: there a missing thing is a failure."""
+"""Skips tests on a machine that lacks what they need. In CI such a test fails."""
 
 import os
 
 
 def needs(case, is_there, what):
-    """Skips the test, or fails it in CI, if what it needs is not there."""
+    """Skips the test unless `is_there`. In CI the test then fails. `what` names the missing thing."""
     if is_there:
         return
     if os.environ.get("CI"):

@@ -1,4 +1,4 @@
-"""What the tests under strace have in common: whether it works, and what it saw in which order."""
+"""Shared code of the tests under strace: the check that it works, and the calls of its trace in order."""
 
 import os
 import re
@@ -8,7 +8,8 @@ import subprocess
 from needs import needs
 
 GUARD_SECONDS = 60  # only ends what hangs
-# "1234 fdatasync(7</data/uploads/ab>) = 0". With threads the end of a call may come in a line of its own.
+# "1234 fdatasync(7</data/uploads/ab>) = 0". In a program with threads, the begin and the end of a
+# call can be separate lines.
 BEGUN_CALL = re.compile(r"^(?P<thread>\d+) +(?P<call>\w+)\((?P<rest>.*)$")
 RESUMED_CALL = re.compile(r"^(?P<thread>\d+) +<\.\.\. (?P<call>\w+) resumed>(?P<rest>.*)$")
 UNFINISHED = " <unfinished ...>"
@@ -27,11 +28,11 @@ def tracing_works():
 
 
 def needs_tracing(case):
-    needs(case, tracing_works(), "strace, and leave to trace")
+    needs(case, tracing_works(), "strace, and the right to trace")
 
 
 def finished_calls(trace):
-    """(call, arguments) in the order in which they ended; failed ones left out."""
+    """(call, arguments) of each successful call, in the order in which the calls ended."""
     begun, done = {}, []
     with open(trace, encoding="utf-8", errors="replace") as lines:
         for line in lines:
@@ -52,7 +53,7 @@ def finished_calls(trace):
 
 
 def position(calls, description, after, names, *needles):
-    """The first call after the given place with one of these names and all the needles in its arguments."""
+    """The index of the first call after `after` with one of these names and all needles in its arguments."""
     for index in range(after + 1, len(calls)):
         call, text = calls[index]
         if call in names and all(needle in text for needle in needles):

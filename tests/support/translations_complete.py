@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Fails when a text lacks its translation in one of the languages, or has a poor one.
+"""Fails if a text has no translation in one of the languages, or a translation with a formal fault.
 
 usage: translations_complete.py LUPDATE TREE CATALOGUE FOLDERS LANGUAGE...
-CATALOGUE is a .ts file of TREE with {} for the language, FOLDERS are those of TREE that it covers,
-parted by commas. Takes the texts from the sources as lupdate finds them, into copies of the
-catalogues: what is new there is missing, what is gone from the sources is left over.
+CATALOGUE is the path of a .ts file in TREE, with {} for the language. FOLDERS are the folders of
+TREE that the catalogue covers, separated by commas. lupdate writes the texts of the sources into
+copies of the catalogues: new texts have no translation, removed texts are marked as vanished.
 """
 import os
 import re
@@ -16,9 +16,9 @@ import xml.etree.ElementTree
 
 PLACEHOLDER = re.compile(r"%(?:L?\d+|n)")
 MNEMONIC = re.compile(r"&(?=\w)")
-# French has a blank before some of them.
+# French has a blank before some of these marks.
 LAST_MARKS = re.compile(r"\s*([.:;,!?\u2026]*)\s*$")
-# Where the sources' includes begin, below the tree.
+# The include folders of the sources, below the tree.
 INCLUDES = ("", "platform/host/include", "platform/host/src")
 NUMBER_FORMS = {"de": 2, "fr": 2, "es": 2, "pt_BR": 2, "pl": 3}
 
@@ -32,14 +32,14 @@ def messages_of(catalogue):
 
 
 def texts_of(message, translation):
-    """The wordings of a translation: one for each form of a number, or just the one."""
+    """The texts of a translation: one text, or one for each form of a number."""
     if message.get("numerus") == "yes":
         return [form.text or "" for form in translation.findall("numerusform")]
     return [translation.text or ""]
 
 
 def offence_of_text(source, text):
-    """What is wrong with one wording; None if nothing is."""
+    """The fault of one text of a translation, or None."""
     if not text.strip():
         return "empty"
     if sorted(PLACEHOLDER.findall(source)) != sorted(PLACEHOLDER.findall(text)):
@@ -54,7 +54,7 @@ def offence_of_text(source, text):
 
 
 def offence_of(message, language):
-    """What is wrong with a translation; None if nothing is."""
+    """The fault of a translation, or None."""
     translation = message.find("translation")
     if translation is None:
         return "missing"
@@ -69,7 +69,7 @@ def offence_of(message, language):
 
 
 def check(lupdate, tree, catalogue, folders, languages):
-    """Number of texts, and a line for each that is not as it should be."""
+    """The number of texts, and a line for each fault."""
     offences = []
     count = 0
     command = [lupdate, "-silent", "-locations", "none"]

@@ -1,4 +1,4 @@
-// Stands between QNetworkInterface and who asks it.
+// Replaces two operations of QNetworkInterface.
 #include "tests/worker/FakeNetwork.h"
 
 #include <QtNetwork/QNetworkInterface>
@@ -11,7 +11,7 @@ FakeNetwork& FakeNetwork::Instance()
     return network;
 }
 
-// A valid one is one of the system's, whichever: only its address is asked for.
+// A valid interface is any interface of the system: only its address is read.
 QNetworkInterface QNetworkInterface::interfaceFromName(const QString& name)
 {
     FakeNetwork& network = FakeNetwork::Instance();

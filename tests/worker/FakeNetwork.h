@@ -1,8 +1,8 @@
-// The system's network interfaces, as a test wants them.
+// The system's network interfaces, set by a test.
 //
-// A program that lists FakeNetwork.cpp among its sources has these in place of the system's: two
-// operations of QNetworkInterface are defined there, and the program's own definitions come before
-// a shared library's.
+// A program with FakeNetwork.cpp among its sources uses these interfaces instead of the system's.
+// FakeNetwork.cpp defines two operations of QNetworkInterface, and definitions of a program take
+// precedence over those of a shared library.
 #pragma once
 
 #include <QtCore/QMap>
@@ -11,7 +11,7 @@
 
 namespace fakes {
 
-// One a process; for one thread.
+// One for each process. Use it on one thread.
 struct FakeNetwork
 {
     static FakeNetwork& Instance();

@@ -1,4 +1,4 @@
-// Entries of an inbox, and the listing that the worker makes of them.
+// Entries of an inbox, and the worker's listing of them.
 #pragma once
 
 #include "tests/worker/TWorkerFixture.h"
@@ -18,7 +18,7 @@ inline kesdk::api::EnterpriseResource Entry(std::int64_t id, const wchar_t* name
     return entry;
 }
 
-// The newest; there must be one.
+// The newest listing. A listing has to exist.
 inline KelvoFileInfoList LastListing(const fakes::SignalLog& log)
 {
     return log.Of(QStringLiteral("NewKelvoProjectFilesList"))

@@ -1,4 +1,4 @@
-// The SDK's operations by name, so that a failed comparison can be read.
+// The SDK's operations by name, for readable test failures.
 #pragma once
 
 #include "tests/fakes/FakeScript.h"
@@ -6,7 +6,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-// In the order of FakeOperation.
+// The names in the order of FakeOperation.
 constexpr const char* SDK_OPERATION_NAMES[] = {
     "Login",
     "Logout",
@@ -38,7 +38,7 @@ inline QString NameOf(fakes::FakeOperation operation)
     return QString::fromLatin1(SDK_OPERATION_NAMES[static_cast<std::size_t>(operation)]);
 }
 
-// All that was asked of the SDK, in order.
+// All calls of the SDK, in order.
 inline QStringList SdkCalls(const fakes::FakeScript& script)
 {
     QStringList names;

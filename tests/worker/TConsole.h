@@ -1,11 +1,11 @@
-// A console whose characteristics a test chooses.
+// A console with characteristics that the test sets.
 #pragma once
 
 #include "host/TAppFeatures.h"
 
 #include <QtCore/QString>
 
-// "lo" is a wired interface as good as any: every system has it.
+// "lo" is used as the wired interface, because every system has it.
 class TConsole final : public TAppFeatures, private TConsoleCharacteristics
 {
 public:

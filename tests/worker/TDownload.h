@@ -1,4 +1,4 @@
-// What the tests of downloads and deletions share.
+// The fixture of the tests of downloads and deletions.
 #pragma once
 
 #include "support/TZipBuilder.h"
@@ -28,7 +28,7 @@ public:
         Call("OnDeleteFromKelvo", Q_ARG(int, project), Q_ARG(QStringList, names),
              Q_ARG(KelvoFileInfoList, reference));
     }
-    // What is in the inbox now, as a listing has it.
+    // The current files of the inbox, as a listing.
     KelvoFileInfoList Reference(EKelvoProjects project)
     {
         KelvoFileInfoList reference;

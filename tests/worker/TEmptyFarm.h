@@ -1,4 +1,4 @@
-// A farm with nothing but its user.
+// A farm with one user and nothing else.
 #pragma once
 
 #include "tests/worker/TWorkerFixture.h"

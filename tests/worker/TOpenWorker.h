@@ -1,4 +1,4 @@
-// The worker with its inner operations open to the tests.
+// The worker with its protected operations made public for tests.
 #pragma once
 
 #include "worker/TKelvoThreadObject.h"

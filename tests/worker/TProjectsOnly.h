@@ -1,4 +1,4 @@
-// A farm whose inboxes the tests make up.
+// A farm without inboxes: each test adds its own.
 #pragma once
 
 #include "tests/worker/TWorkerFixture.h"
@@ -13,7 +13,7 @@ public:
         userId = Farm().AddUser(L"olga", L"secret");
         Farm().AddTheSevenProjects();
     }
-    // Of olga's, with any id.
+    // Adds an inbox of olga with the given id.
     void AddRawInbox(const wchar_t* project, std::int64_t id)
     {
         kesdk::api::EnterpriseResource inbox;

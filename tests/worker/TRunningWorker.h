@@ -1,4 +1,4 @@
-// A worker on its own thread, as the root object runs it.
+// A worker on KelvoThread, as the root object runs it.
 #pragma once
 
 #include "tests/worker/TWorkerFixture.h"
@@ -6,13 +6,13 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QThread>
 
-// The same surroundings as TWorkerFixture's; the hub lives on the test's thread.
+// The set-up is the same as in TWorkerFixture. The hub lives on the test's thread.
 class TRunningWorker : public TWorkerFixture
 {
 public:
     ~TRunningWorker() { End(); }
 
-    // Returns when the worker has initialised itself; false if it did not within the hang guard.
+    // Returns true when the worker has initialised itself, false after the hang guard.
     bool Run()
     {
         Make();
@@ -27,8 +27,7 @@ public:
         return true;
     }
 
-    // Logs in through the hub and waits until the post-login checks and what follows them are
-    // through.
+    // Logs in through the hub and waits for the end of the post-login checks and of the listings.
     bool LogIn()
     {
         hub->OnLoginToKelvoRequested();

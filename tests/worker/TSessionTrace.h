@@ -1,4 +1,4 @@
-// What a worker asks of the SDK and what it reports, in one order.
+// The SDK calls and the signals of a worker, in one order.
 #pragma once
 
 #include "tests/worker/SdkCalls.h"
@@ -7,8 +7,8 @@
 #include <iterator>
 #include <utility>
 
-// Give it to the fixture between its construction and its start; make it before the fixture, for
-// it must live longer. Everything must happen on the test's own thread.
+// Create it before the fixture, because it has to live longer. Give it to the fixture before the
+// fixture's start. Everything has to run on the test's thread.
 class TSessionTrace
 {
 public:
@@ -23,7 +23,7 @@ public:
         f.workerLog.OnEach([this](const fakes::LoggedSignal& signal) { m_events << signal.name; });
     }
 
-    // Signals by name, calls with an arrow before it.
+    // Signals by their name, calls by an arrow and their name.
     QStringList Take() { return std::exchange(m_events, {}); }
 
 private:

@@ -1,4 +1,4 @@
-// A worker with a position to share.
+// A worker with a position for location sharing.
 #pragma once
 
 #include "tests/worker/SdkCalls.h"
@@ -8,20 +8,20 @@
 #include <QtCore/QTimer>
 #include <QtCore/QTimerEvent>
 
-// The coordinator has a fix from the start. The worker was not told of it: GPSLost comes only by
-// Tell().
+// The coordinator has a fix from the start. The worker does not know that: only Tell() sends
+// GPSLost.
 class TSharing : public TWorkerFixture
 {
 public:
     TSharing() { gps.Feed(FIX); }
 
-    // Lets the SDK stand logged in while the hub does not count the session as logged in.
-    void StartBehindTheHub()
+    // Makes the SDK logged in while the hub's logged-in flag is not set.
+    void StartLoggedInAtTheSdkOnly()
     {
         Sdk().StartLoggedInAs(userId);
         Start(ESession::eLoggedOut);
     }
-    // Logged in, sharing, and what led there is forgotten.
+    // Logs in, starts sharing, and clears the recorded calls.
     void StartSharing()
     {
         Start(ESession::eLoggedIn);
@@ -34,7 +34,7 @@ public:
 
     QTimer* Timer() const { return worker->findChild<QTimer*>(); }
     bool IsTimerRunning() const { return Timer()->isActive(); }
-    // What the event loop does each minute.
+    // Runs the slot that the timer calls each minute.
     void LetAMinutePass()
     {
         QTimerEvent event(Timer()->timerId());

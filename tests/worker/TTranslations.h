@@ -1,12 +1,12 @@
-// Translations of the worker's texts, for the length of a test.
+// Translations of the worker's texts during a test.
 #pragma once
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QMap>
 #include <QtCore/QTranslator>
 
-// Knows texts of the worker's own context only, so that a text that went through another one, or
-// through none, stays as it is.
+// Translates only texts in the worker's context. A text in another context, or without translation,
+// stays unchanged.
 class TTranslations : public QTranslator
 {
 public:

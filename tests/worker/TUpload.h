@@ -1,11 +1,11 @@
-// What the tests of uploads share.
+// The fixture of the tests of uploads.
 #pragma once
 
 #include "tests/worker/TWorkerFixture.h"
 
 #include <QtCore/QDir>
 
-// A worker, its local upload folders and what came of them on the service.
+// A worker, its local upload folders, and the uploaded files on the service.
 class TUpload : public TWorkerFixture
 {
 public:

@@ -1,4 +1,3 @@
-// Sets the worker's surroundings up and takes them down.
 #include "tests/worker/TWorkerFixture.h"
 
 #include "core/KelvoHelperFunctions.h"

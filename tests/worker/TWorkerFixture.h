@@ -1,4 +1,4 @@
-// A worker with its surroundings, all on the test's own thread.
+// A worker with farm, hub and console, all on the test's thread.
 #pragma once
 
 #include "support/TTempDataFolder.h"
@@ -15,11 +15,11 @@
 
 #include <memory>
 
-// The farm has the user "olga" (password "secret") and the seven projects, with an inbox of hers in
-// each; the console's folders are there and empty, and its configuration holds her credentials.
+// The farm has the user "olga" (password "secret") and the seven projects, with her inbox in each.
+// The console's folders are empty, and its configuration holds her credentials.
 //
 // After Start() the worker is initialised on the calling thread: requests to the hub run in the
-// worker before they return, and only the SDK's notifications wait for the event loop.
+// worker before they return. Only the SDK's notifications wait for the event loop.
 class TWorkerFixture
 {
 public:
@@ -28,19 +28,19 @@ public:
     TWorkerFixture();
     ~TWorkerFixture();
 
-    // Makes the hub and the worker, but does not initialise it.
+    // Creates the hub and the worker. Does not initialise the worker.
     void Make();
     void Start(ESession session = ESession::eLoggedIn);
-    // The worker's end; the hub is gone afterwards.
+    // Ends the worker, which deletes the hub.
     void Finish();
 
-    // A slot of the worker by name.
+    // Calls a slot of the worker by its name.
     template <typename... TArguments>
     void Call(const char* slot, const TArguments&... arguments)
     {
         QMetaObject::invokeMethod(worker.get(), slot, Qt::DirectConnection, arguments...);
     }
-    // Delivers what the SDK has to say, and what that leads to.
+    // Delivers the SDK's notifications and runs the slots that follow.
     void DeliverNotifications();
 
     fakes::FakeKesdk& Sdk() { return fakes::FakeKesdk::Instance(); }
@@ -66,11 +66,11 @@ public:
     QPointer<TKelvoInterface> hub;
 };
 
-// The items of the configuration that hold the credentials.
+// The configuration's items with the credentials.
 constexpr int USER_NAME_ITEM = 24289;
 constexpr int PASSWORD_ITEM = 24290;
 
-// What a session needs to log in.
+// The operator's credentials.
 void SetCredentials(const QVariant& user, const QVariant& password);
 
 // Names separated by bars; a list of one text.

@@ -19,23 +19,23 @@ private Q_SLOTS:
     void anEmptyRequestEmitsNothing();
     void deletesInRequestOrder();
     void announcesAFileBeforeItIsDeleted();
-    void aNameThatWasNotListedIsARecordWithItsPosition();
+    void reportsANameThatIsNotListedWithItsPosition();
     void namesAreLookedUpExactly();
-    void ofTwoListedEntriesOfOneNameTheFirstIsDeleted();
+    void deletesTheFirstOfTwoEntriesOfOneName();
     void aFileThatWasRenamedIsNotDeleted();
-    void aFileThatIsGoneIsARecord();
-    void aFailedQueryCountsAsGone();
+    void reportsAFileThatNoLongerExists();
+    void reportsAFileWhoseQueryFails();
     void idsAreWidenedWithTheirSign();
-    void aFailedDeletionIsARecord();
-    void aFailedDeletionWithoutErrorsLeavesNoRecord();
+    void reportsAFailedDeletion();
+    void appendsNoRecordForAFailureWithoutErrors();
     void theTextsAreTranslatedBeforeThePositionIsFilledIn();
     void aCancelBeforeTheFirstFileDeletesNothing();
     void aCancelTakesEffectBeforeTheNextFile();
     void theCancelIsRevertedBeforeTheCompletion();
-    void doesNotListByItself();
+    void doesNotRefreshTheListing();
     void touchesNoLocalFile();
-    void tenThousandOfTenThousand();
-    void theWayThroughTheHub();
+    void deletesTenThousandFiles();
+    void deletesThroughTheHub();
 };
 
 namespace {
@@ -87,7 +87,7 @@ void tst_Delete::announcesAFileBeforeItIsDeleted()
     QCOMPARE(announced, (QList<int>{1, 2}));
 }
 
-void tst_Delete::aNameThatWasNotListedIsARecordWithItsPosition()
+void tst_Delete::reportsANameThatIsNotListedWithItsPosition()
 {
     TDelete f;
     f.Delete(ePivots, List("x.zip|y.zip|b.zip"), f.reference);
@@ -106,7 +106,7 @@ void tst_Delete::namesAreLookedUpExactly()
     QCOMPARE(f.Remote(ePivots), List("a.zip|b.zip|c.zip"));
 }
 
-void tst_Delete::ofTwoListedEntriesOfOneNameTheFirstIsDeleted()
+void tst_Delete::deletesTheFirstOfTwoEntriesOfOneName()
 {
     TDelete f;
     const std::int64_t first = f.AddArchive(ePivots, QStringLiteral("twice.zip"), "x");
@@ -126,7 +126,7 @@ void tst_Delete::aFileThatWasRenamedIsNotDeleted()
     QCOMPARE(f.Remote(ePivots), List("other.zip|b.zip|c.zip"));
 }
 
-void tst_Delete::aFileThatIsGoneIsARecord()
+void tst_Delete::reportsAFileThatNoLongerExists()
 {
     TDelete f;
     f.Farm().RemoveEntry(f.reference.fileIds[1]);
@@ -137,7 +137,7 @@ void tst_Delete::aFileThatIsGoneIsARecord()
                      QStringLiteral("KelvoDeleteComplete(4,[b.zip:File no longer exists.])")}));
 }
 
-void tst_Delete::aFailedQueryCountsAsGone()
+void tst_Delete::reportsAFileWhoseQueryFails()
 {
     TDelete f;
     f.Script().FailNth(FakeOperation::eGetResourceWithContent, 1, OneError(L"not shown"));
@@ -160,7 +160,7 @@ void tst_Delete::idsAreWidenedWithTheirSign()
     QCOMPARE(f.Script().Count(FakeOperation::eDelete), std::size_t(0));
 }
 
-void tst_Delete::aFailedDeletionIsARecord()
+void tst_Delete::reportsAFailedDeletion()
 {
     TDelete f;
     f.Script().FailNth(FakeOperation::eDelete, 1, OneError(L"<b>Not</b> yours.", L"Ask."));
@@ -172,7 +172,7 @@ void tst_Delete::aFailedDeletionIsARecord()
     QCOMPARE(f.Remote(ePivots), List("a.zip|c.zip"));
 }
 
-void tst_Delete::aFailedDeletionWithoutErrorsLeavesNoRecord()
+void tst_Delete::appendsNoRecordForAFailureWithoutErrors()
 {
     TDelete f;
     f.Script().FailNth(FakeOperation::eDelete, 1, FakeErrors());
@@ -228,8 +228,8 @@ void tst_Delete::theCancelIsRevertedBeforeTheCompletion()
     QCOMPARE(cancelSeen, QList<bool>{false});
 }
 
-// A fresh listing comes with the service's notification only.
-void tst_Delete::doesNotListByItself()
+// Only the service's notification leads to a new listing.
+void tst_Delete::doesNotRefreshTheListing()
 {
     TDelete f;
     f.Delete(ePivots, List("a.zip"), f.reference);
@@ -250,7 +250,7 @@ void tst_Delete::touchesNoLocalFile()
     QVERIFY(QFile::exists(temporary));
 }
 
-void tst_Delete::tenThousandOfTenThousand()
+void tst_Delete::deletesTenThousandFiles()
 {
     constexpr int COUNT = 10000;
     TDownload f;
@@ -270,10 +270,10 @@ void tst_Delete::tenThousandOfTenThousand()
     QCOMPARE(f.Script().Count(FakeOperation::eDelete), std::size_t(COUNT));
     QVERIFY(f.Remote(ePivots).isEmpty());
     QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoDeleteComplete(4,[])"));
-    f.worker->CleanupKESDK(); // the changes need not be listed one by one
+    f.worker->CleanupKESDK(); // skips one listing for each change
 }
 
-void tst_Delete::theWayThroughTheHub()
+void tst_Delete::deletesThroughTheHub()
 {
     TDelete f;
     f.worker->RefreshToConsoleFileList(ePivots, false, 0);

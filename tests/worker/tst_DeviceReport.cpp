@@ -1,4 +1,4 @@
-// What the console reports of its equipment, field by field.
+// The console's equipment reports, field by field.
 #include "support/TestMain.h"
 #include "tests/fakes/FakeEnterpriseConnection.h"
 #include "tests/worker/SdkCalls.h"
@@ -27,17 +27,17 @@ private Q_SLOTS:
     void theReceiversRecordHasItsFieldsInOrder();
     void fillingReplacesWhatWasThere();
     void aConnectedReceiverIsReportedWithStateOne();
-    void aDisconnectedReceiverIsReportedWithStateNought();
+    void aDisconnectedReceiverIsReportedWithStateZero();
     void theEnvironmentHasItsFieldsInOrder();
-    void theHostStringGoesUnchanged_data();
-    void theHostStringGoesUnchanged();
+    void sendsTheHostStringUnchanged_data();
+    void sendsTheHostStringUnchanged();
     void theConsoleStringIsCutToNine_data();
     void theConsoleStringIsCutToNine();
-    void everyReportIsGatheredAfresh();
-    void theTimeStampsAreTheCallsOwn();
+    void readsTheConsoleForEachReport();
+    void stampsTheTimeOfTheCall();
     void theSdksAnswerIsReturned();
-    void anyAnswerButNoughtIsASuccessOfTheDisconnection_data();
-    void anyAnswerButNoughtIsASuccessOfTheDisconnection();
+    void anyNonZeroAnswerToTheDisconnectionIsSuccess_data();
+    void anyNonZeroAnswerToTheDisconnectionIsSuccess();
     void logoutIsForwarded();
 };
 
@@ -45,7 +45,7 @@ namespace {
 
 const std::wstring LOOPBACK_ADDRESS = L"00:00:00:00:00:00";
 
-// A connection that stands logged in.
+// A connection that is logged in.
 class TSession
 {
 public:
@@ -56,7 +56,7 @@ public:
     FakeEnterpriseConnection connection{farm, script};
 };
 
-// Answers a disconnection with any number.
+// A connection that answers a disconnection with the given number.
 class TAnswering final : public FakeEnterpriseConnection
 {
 public:
@@ -131,7 +131,7 @@ void tst_DeviceReport::aConnectedReceiverIsReportedWithStateOne()
     QCOMPARE(SdkCalls(*session.script), QStringList{QStringLiteral("MeasDeviceConnected")});
 }
 
-void tst_DeviceReport::aDisconnectedReceiverIsReportedWithStateNought()
+void tst_DeviceReport::aDisconnectedReceiverIsReportedWithStateZero()
 {
     TSession session;
     QVERIFY(TestProcMeasDeviceInfoDisconnect(&session.connection, TConsole()));
@@ -160,7 +160,7 @@ void tst_DeviceReport::theEnvironmentHasItsFieldsInOrder()
     QCOMPARE(SdkCalls(*session.script), QStringList{QStringLiteral("SendEnvironment")});
 }
 
-void tst_DeviceReport::theHostStringGoesUnchanged_data()
+void tst_DeviceReport::sendsTheHostStringUnchanged_data()
 {
     QTest::addColumn<QString>("text");
     QTest::newRow("empty") << QString();
@@ -169,7 +169,7 @@ void tst_DeviceReport::theHostStringGoesUnchanged_data()
     QTest::newRow("blanks") << QStringLiteral(" \thost\n ");
 }
 
-void tst_DeviceReport::theHostStringGoesUnchanged()
+void tst_DeviceReport::sendsTheHostStringUnchanged()
 {
     QFETCH(QString, text);
     TSession session;
@@ -212,7 +212,7 @@ void tst_DeviceReport::theConsoleStringIsCutToNine()
         QVERIFY(report.report.device.consoleString == expected);
 }
 
-void tst_DeviceReport::everyReportIsGatheredAfresh()
+void tst_DeviceReport::readsTheConsoleForEachReport()
 {
     TConsole console;
     TSession session;
@@ -227,7 +227,7 @@ void tst_DeviceReport::everyReportIsGatheredAfresh()
     QVERIFY(session.connection.DeviceReports().at(1).report.device.consoleString == L"second");
 }
 
-void tst_DeviceReport::theTimeStampsAreTheCallsOwn()
+void tst_DeviceReport::stampsTheTimeOfTheCall()
 {
     TSession session;
     std::vector<qint64> times{getPosixCurrentTime()};
@@ -259,10 +259,10 @@ void tst_DeviceReport::theSdksAnswerIsReturned()
     }
 }
 
-void tst_DeviceReport::anyAnswerButNoughtIsASuccessOfTheDisconnection_data()
+void tst_DeviceReport::anyNonZeroAnswerToTheDisconnectionIsSuccess_data()
 {
     QTest::addColumn<int>("answer");
-    QTest::newRow("nought") << 0;
+    QTest::newRow("zero") << 0;
     QTest::newRow("one") << 1;
     QTest::newRow("two") << 2;
     QTest::newRow("without a low byte") << 256;
@@ -270,7 +270,7 @@ void tst_DeviceReport::anyAnswerButNoughtIsASuccessOfTheDisconnection_data()
     QTest::newRow("negative") << -1;
 }
 
-void tst_DeviceReport::anyAnswerButNoughtIsASuccessOfTheDisconnection()
+void tst_DeviceReport::anyNonZeroAnswerToTheDisconnectionIsSuccess()
 {
     QFETCH(int, answer);
     TAnswering connection(answer);
@@ -282,7 +282,7 @@ void tst_DeviceReport::logoutIsForwarded()
     TSession session;
     QVERIFY(TestProcLogout(&session.connection));
     QVERIFY(!session.connection.IsLoggedIn());
-    QVERIFY(!TestProcLogout(&session.connection)); // there is no session any more
+    QVERIFY(!TestProcLogout(&session.connection)); // the session has ended
     QCOMPARE(SdkCalls(*session.script),
              (QStringList{QStringLiteral("Logout"), QStringLiteral("IsLoggedIn"),
                           QStringLiteral("Logout")}));

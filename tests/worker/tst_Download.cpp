@@ -1,4 +1,4 @@
-// Fetching files: which are asked for, where they go, and that all that came is unpacked.
+// Downloads: the requested files, their folders, and the unpacking of all fetched archives.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TDownload.h"
 
@@ -18,14 +18,14 @@ private Q_SLOTS:
     void fetchesAndUnpacksEachFileOfEachKind();
     void announcesAFileBeforeItIsFetched();
     void writesIntoTheTemporaryFolderUnderTheFilesName();
-    void aMissingTemporaryFolderIsMade();
-    void ofTwoListedEntriesOfOneNameTheFirstIsFetched();
-    void aCancelBeforeTheFirstFileFetchesNothingButUnpacksWhatIsThere();
-    void aCancelStillUnpacksWhatWasFetched();
+    void createsAMissingTemporaryFolder();
+    void fetchesTheFirstOfTwoEntriesOfOneName();
+    void aCancelBeforeTheFirstFileOnlyUnpacksEarlierArchives();
+    void aCancelStillUnpacksFetchedArchives();
     void theCancelIsRevertedBeforeTheCompletion();
     void aNameRequestedTwiceIsFetchedTwice();
-    void tenThousandOfTenThousand();
-    void theWayThroughTheHub();
+    void looksUpEachNameOfALongListingOnce();
+    void downloadsThroughTheHub();
 };
 
 void tst_Download::anEmptyRequestEmitsNothingAndTouchesNothing()
@@ -71,7 +71,8 @@ void tst_Download::fetchesAndUnpacksEachFileOfEachKind()
                                       QStringLiteral("inner b.txt")),
              QByteArray("content b"));
     QVERIFY(TDownload::Temporary().isEmpty());
-    QCOMPARE(f.Remote(project), List("a.zip|b.ZIP|c.zip")); // a download removes nothing there
+    QCOMPARE(f.Remote(project),
+             List("a.zip|b.ZIP|c.zip")); // a download deletes nothing on the service
 }
 
 void tst_Download::announcesAFileBeforeItIsFetched()
@@ -102,7 +103,7 @@ void tst_Download::writesIntoTheTemporaryFolderUnderTheFilesName()
     QCOMPARE(TDownload::Local(ePivots), List("a.txt"));
 }
 
-void tst_Download::aMissingTemporaryFolderIsMade()
+void tst_Download::createsAMissingTemporaryFolder()
 {
     TDownload f;
     f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
@@ -114,7 +115,7 @@ void tst_Download::aMissingTemporaryFolderIsMade()
     QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoDownloadComplete(4,[])"));
 }
 
-void tst_Download::ofTwoListedEntriesOfOneNameTheFirstIsFetched()
+void tst_Download::fetchesTheFirstOfTwoEntriesOfOneName()
 {
     TDownload f;
     const std::int64_t first = f.AddArchive(ePivots, QStringLiteral("a.zip"), "first.txt");
@@ -125,7 +126,7 @@ void tst_Download::ofTwoListedEntriesOfOneNameTheFirstIsFetched()
     QCOMPARE(TDownload::Local(ePivots), List("first.txt"));
 }
 
-void tst_Download::aCancelBeforeTheFirstFileFetchesNothingButUnpacksWhatIsThere()
+void tst_Download::aCancelBeforeTheFirstFileOnlyUnpacksEarlierArchives()
 {
     TDownload f;
     f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
@@ -140,7 +141,7 @@ void tst_Download::aCancelBeforeTheFirstFileFetchesNothingButUnpacksWhatIsThere(
     QVERIFY(TDownload::Temporary().isEmpty());
 }
 
-void tst_Download::aCancelStillUnpacksWhatWasFetched()
+void tst_Download::aCancelStillUnpacksFetchedArchives()
 {
     TDownload f;
     for (const char* name : {"a.zip", "b.zip", "c.zip"})
@@ -179,9 +180,9 @@ void tst_Download::aNameRequestedTwiceIsFetchedTwice()
     QCOMPARE(TDownload::Local(ePivots), List("a.txt"));
 }
 
-// Every name of a long listing is looked up. Where it is not there, each position is right; the
-// SDK is asked once a name. The time is for the reader, nothing depends on it.
-void tst_Download::tenThousandOfTenThousand()
+// Looks up every name of a long listing. The SDK is called once for each name, and each record has
+// the right position. The printed time is information only.
+void tst_Download::looksUpEachNameOfALongListingOnce()
 {
     constexpr int COUNT = 10000;
     KelvoFileInfoList reference;
@@ -190,7 +191,7 @@ void tst_Download::tenThousandOfTenThousand()
         const QString name = QStringLiteral("file number %1.zip").arg(i);
         reference.fileIds << 1000000L + i;
         reference.fileNames << name;
-        names.prepend(name); // looked up from the far end
+        names.prepend(name); // looked up from the end of the listing
     }
     names << QStringLiteral("missing.zip");
     TDownload f;
@@ -210,7 +211,7 @@ void tst_Download::tenThousandOfTenThousand()
              QStringLiteral("10000 File no longer exists. File Index not found"));
 }
 
-void tst_Download::theWayThroughTheHub()
+void tst_Download::downloadsThroughTheHub()
 {
     TDownload f;
     f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");

@@ -1,4 +1,4 @@
-// Fetching files: what is said of those that could not be had.
+// Downloads: the records of failed files.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TDownload.h"
 #include "tests/worker/TTranslations.h"
@@ -14,16 +14,16 @@ class tst_DownloadFailures : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void aNameThatWasNotListedIsARecordWithItsPosition();
+    void reportsANameThatIsNotListedWithItsPosition();
     void namesAreLookedUpExactly();
     void aFileThatWasRenamedOnTheServiceIsNotFetched();
     void aFileThatIsGoneFromTheServiceIsNotFetched();
-    void aFailedQueryCountsAsGone();
+    void reportsAFileWhoseQueryFails();
     void idsAreWidenedWithTheirSign_data();
     void idsAreWidenedWithTheirSign();
-    void aFailedFetchIsARecord();
-    void aFailedFetchWithoutErrorsLeavesNoRecord();
-    void recordsComeInRequestOrderThenThoseOfUnpacking();
+    void reportsAFailedFetch();
+    void appendsNoRecordForAFailureWithoutErrors();
+    void listsFetchRecordsBeforeUnpackingRecords();
     void theTextsAreTranslatedBeforeThePositionIsFilledIn();
 };
 
@@ -39,7 +39,7 @@ KelvoFileInfoList Listed(const QList<long>& ids, const QStringList& names)
 
 } // namespace
 
-void tst_DownloadFailures::aNameThatWasNotListedIsARecordWithItsPosition()
+void tst_DownloadFailures::reportsANameThatIsNotListedWithItsPosition()
 {
     TDownload f;
     f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
@@ -94,7 +94,7 @@ void tst_DownloadFailures::aFileThatIsGoneFromTheServiceIsNotFetched()
     QCOMPARE(f.Script().Count(FakeOperation::eDownload), std::size_t(1));
 }
 
-void tst_DownloadFailures::aFailedQueryCountsAsGone()
+void tst_DownloadFailures::reportsAFileWhoseQueryFails()
 {
     TDownload f;
     f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
@@ -130,7 +130,7 @@ void tst_DownloadFailures::idsAreWidenedWithTheirSign()
              OneText("KelvoDownloadComplete(4,[a.zip:File no longer exists.])"));
 }
 
-void tst_DownloadFailures::aFailedFetchIsARecord()
+void tst_DownloadFailures::reportsAFailedFetch()
 {
     TDownload f;
     f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
@@ -145,7 +145,7 @@ void tst_DownloadFailures::aFailedFetchIsARecord()
     QCOMPARE(TDownload::Local(ePivots), List("b.txt"));
 }
 
-void tst_DownloadFailures::aFailedFetchWithoutErrorsLeavesNoRecord()
+void tst_DownloadFailures::appendsNoRecordForAFailureWithoutErrors()
 {
     TDownload f;
     f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
@@ -156,7 +156,7 @@ void tst_DownloadFailures::aFailedFetchWithoutErrorsLeavesNoRecord()
     QVERIFY(TDownload::Local(ePivots).isEmpty());
 }
 
-void tst_DownloadFailures::recordsComeInRequestOrderThenThoseOfUnpacking()
+void tst_DownloadFailures::listsFetchRecordsBeforeUnpackingRecords()
 {
     TDownload f;
     f.Farm().AddFile(f.Inbox(ePivots), L"broken.zip", "this is no archive");

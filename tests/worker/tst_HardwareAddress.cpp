@@ -1,4 +1,4 @@
-// Which interface's hardware address a console reports.
+// The choice of the interface whose hardware address the console reports.
 #include "support/TestMain.h"
 #include "tests/worker/FakeNetwork.h"
 #include "tests/worker/TConsole.h"
@@ -17,17 +17,17 @@ class tst_HardwareAddress : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void init();
-    void theSeamHolds();
+    void theFakeNetworkReplacesTheSystems();
     void theWiredInterfaceComesFirst();
-    void aWiredInterfaceWithoutAnAddressCountsAllTheSame();
-    void anUnknownWiredInterfaceMakesTheWirelessOneCount();
+    void usesAWiredInterfaceWithoutAnAddress();
+    void usesTheWirelessInterfaceIfTheWiredOneIsUnknown();
     void neitherInterfaceGivesNoAddress();
     void theAddressIsCutToNineteen_data();
     void theAddressIsCutToNineteen();
-    void theAddressIsAskedForEachTime();
+    void readsTheAddressForEachReport();
 
 private:
-    // As a report has it.
+    // The address in a report.
     static QString Address(const char* ethernetName = "eth7")
     {
         kesdk::api::Environment::MeasDeviceInfo device;
@@ -47,7 +47,7 @@ void tst_HardwareAddress::init()
     m_network.asked.clear();
 }
 
-void tst_HardwareAddress::theSeamHolds()
+void tst_HardwareAddress::theFakeNetworkReplacesTheSystems()
 {
     QVERIFY(!QNetworkInterface::interfaceFromName(m_wired).isValid());
     m_network.addresses = {{m_wired, QStringLiteral("any text")}};
@@ -64,14 +64,14 @@ void tst_HardwareAddress::theWiredInterfaceComesFirst()
     QCOMPARE(m_network.asked, QStringList{m_wired});
 }
 
-void tst_HardwareAddress::aWiredInterfaceWithoutAnAddressCountsAllTheSame()
+void tst_HardwareAddress::usesAWiredInterfaceWithoutAnAddress()
 {
     m_network.addresses = {{m_wired, QString()}, {m_wireless, QStringLiteral("02:00:00:00:00:02")}};
     QCOMPARE(Address(), QString());
     QCOMPARE(m_network.asked, QStringList{m_wired});
 }
 
-void tst_HardwareAddress::anUnknownWiredInterfaceMakesTheWirelessOneCount()
+void tst_HardwareAddress::usesTheWirelessInterfaceIfTheWiredOneIsUnknown()
 {
     m_network.addresses = {{m_wireless, QStringLiteral("02:00:00:00:00:02")}};
     QCOMPARE(Address(), QStringLiteral("02:00:00:00:00:02"));
@@ -112,7 +112,7 @@ void tst_HardwareAddress::theAddressIsCutToNineteen()
     QCOMPARE(Address(), reported);
 }
 
-void tst_HardwareAddress::theAddressIsAskedForEachTime()
+void tst_HardwareAddress::readsTheAddressForEachReport()
 {
     for (const char* address : {"02:00:00:00:00:01", "02:00:00:00:00:02"}) {
         m_network.addresses = {{m_wired, QString::fromLatin1(address)}};

@@ -1,4 +1,4 @@
-// The set-up of the inboxes that a user is missing.
+// The set-up of a user's missing inboxes.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TEmptyFarm.h"
 #include "tests/worker/TTranslations.h"
@@ -17,7 +17,7 @@ private Q_SLOTS:
     void settingUpNothingEmitsNothing();
     void progressIsTruncatedPercent_data();
     void progressIsTruncatedPercent();
-    void aFailedCreationIsARecordAndTheLoopGoesOn();
+    void reportsAFailedCreationAndContinues();
     void theTextsAreTranslatedBeforeTheNameIsFilledIn();
     void theCancelIsRevertedBeforeTheCompletion();
 };
@@ -61,7 +61,7 @@ void tst_InboxSetup::progressIsTruncatedPercent()
     QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoUserInboxSetupComplete([])"));
 }
 
-void tst_InboxSetup::aFailedCreationIsARecordAndTheLoopGoesOn()
+void tst_InboxSetup::reportsAFailedCreationAndContinues()
 {
     TEmptyFarm f;
     f.Farm().AddTheSevenProjects();

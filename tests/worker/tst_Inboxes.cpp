@@ -1,4 +1,4 @@
-// The user's inboxes: finding them, and making one that is missing.
+// The user's inboxes: the look-up, and the creation of missing inboxes.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TEmptyFarm.h"
 #include "worker/ServiceProjects.h"
@@ -16,18 +16,18 @@ class tst_Inboxes : public kelvo::test::TTestCase
 private Q_SLOTS:
     void theProjectNamesAreTheServices();
     void findsEachProjectByItsName();
-    void aProjectIsFoundByItsExactNameOnly_data();
-    void aProjectIsFoundByItsExactNameOnly();
-    void ofTwoProjectsOfOneNameTheFirstCounts();
+    void findsAProjectOnlyByItsExactName_data();
+    void findsAProjectOnlyByItsExactName();
+    void usesTheFirstOfTwoProjectsOfOneName();
     void findsTheInboxOfTheCurrentUser();
-    void asksForTheUserAfreshForEachCandidate();
-    void skipsWhatIsNoUserInbox();
-    void ofTwoOwnInboxesTheFirstCounts();
+    void readsTheCurrentUserForEachCandidate();
+    void skipsResourcesThatAreNotUserInboxes();
+    void usesTheFirstOfTwoOwnInboxes();
     void idsHave64Bits();
     void aMissingProjectHasNoInbox();
-    void aMissingProjectsResourcesAreNotAskedFor();
-    void creatingAnExistingInboxAsksNothingOfTheService();
-    void creatingAMissingInboxAsksForItByTheProjectsName();
+    void doesNotQueryTheResourcesOfAMissingProject();
+    void creatingAnExistingInboxRequestsNothing();
+    void creatingAMissingInboxRequestsItByTheProjectsName();
     void creatingReportsTheServicesAnswer();
     void theCheckAppendsTheMissingKindsInOrder();
 };
@@ -68,7 +68,7 @@ void tst_Inboxes::findsEachProjectByItsName()
     }
 }
 
-void tst_Inboxes::aProjectIsFoundByItsExactNameOnly_data()
+void tst_Inboxes::findsAProjectOnlyByItsExactName_data()
 {
     QTest::addColumn<QString>("name");
     for (const char* name : {"to console", "To console", "TO CONSOLE", "To Console ", " To Console",
@@ -76,7 +76,7 @@ void tst_Inboxes::aProjectIsFoundByItsExactNameOnly_data()
         QTest::newRow(*name ? name : "empty") << QString::fromLatin1(name);
 }
 
-void tst_Inboxes::aProjectIsFoundByItsExactNameOnly()
+void tst_Inboxes::findsAProjectOnlyByItsExactName()
 {
     QFETCH(QString, name);
     TEmptyFarm f;
@@ -87,7 +87,7 @@ void tst_Inboxes::aProjectIsFoundByItsExactNameOnly()
     QCOMPARE(f.worker->GetToConsoleProjectUserInboxId(ePrescriptionMaps), TFound(false, 0));
 }
 
-void tst_Inboxes::ofTwoProjectsOfOneNameTheFirstCounts()
+void tst_Inboxes::usesTheFirstOfTwoProjectsOfOneName()
 {
     TEmptyFarm f;
     const std::int64_t first = f.Farm().AddProject(L"Curves");
@@ -108,7 +108,7 @@ void tst_Inboxes::findsTheInboxOfTheCurrentUser()
     QCOMPARE(f.worker->GetToConsoleProjectUserInboxId(eCurves), TFound(true, own));
 }
 
-void tst_Inboxes::asksForTheUserAfreshForEachCandidate()
+void tst_Inboxes::readsTheCurrentUserForEachCandidate()
 {
     TEmptyFarm f;
     f.Farm().AddTheSevenProjects();
@@ -122,7 +122,7 @@ void tst_Inboxes::asksForTheUserAfreshForEachCandidate()
     QCOMPARE(f.Script().Count(FakeOperation::eGetCurrentUser), std::size_t(4));
 }
 
-void tst_Inboxes::skipsWhatIsNoUserInbox()
+void tst_Inboxes::skipsResourcesThatAreNotUserInboxes()
 {
     TEmptyFarm f;
     f.Farm().AddTheSevenProjects();
@@ -136,7 +136,7 @@ void tst_Inboxes::skipsWhatIsNoUserInbox()
     QCOMPARE(f.worker->GetToConsoleProjectUserInboxId(eCurves), TFound(true, 77));
 }
 
-void tst_Inboxes::ofTwoOwnInboxesTheFirstCounts()
+void tst_Inboxes::usesTheFirstOfTwoOwnInboxes()
 {
     TEmptyFarm f;
     f.Farm().AddTheSevenProjects();
@@ -169,7 +169,7 @@ void tst_Inboxes::aMissingProjectHasNoInbox()
     }
 }
 
-void tst_Inboxes::aMissingProjectsResourcesAreNotAskedFor()
+void tst_Inboxes::doesNotQueryTheResourcesOfAMissingProject()
 {
     TEmptyFarm f;
     f.Start();
@@ -177,7 +177,7 @@ void tst_Inboxes::aMissingProjectsResourcesAreNotAskedFor()
     QCOMPARE(f.Script().Count(FakeOperation::eGetProjectResources), std::size_t(0));
 }
 
-void tst_Inboxes::creatingAnExistingInboxAsksNothingOfTheService()
+void tst_Inboxes::creatingAnExistingInboxRequestsNothing()
 {
     TWorkerFixture f;
     f.Start();
@@ -185,7 +185,7 @@ void tst_Inboxes::creatingAnExistingInboxAsksNothingOfTheService()
     QCOMPARE(f.Script().Count(FakeOperation::eCreateUserInbox), std::size_t(0));
 }
 
-void tst_Inboxes::creatingAMissingInboxAsksForItByTheProjectsName()
+void tst_Inboxes::creatingAMissingInboxRequestsItByTheProjectsName()
 {
     TEmptyFarm f;
     f.Farm().AddTheSevenProjects();
@@ -201,7 +201,7 @@ void tst_Inboxes::creatingAMissingInboxAsksForItByTheProjectsName()
 
 void tst_Inboxes::creatingReportsTheServicesAnswer()
 {
-    TEmptyFarm f; // without projects: the creation is tried anyway
+    TEmptyFarm f; // no projects: the creation is tried nevertheless
     f.Start();
     QVERIFY(!f.worker->CreateUserInbox(eCurves));
     QCOMPARE(f.Script().Count(FakeOperation::eCreateUserInbox), std::size_t(1));

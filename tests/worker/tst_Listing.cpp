@@ -1,4 +1,4 @@
-// What an inbox's listing holds.
+// The content of an inbox's listing.
 #include "support/GuiTestMain.h"
 #include "tests/worker/Listings.h"
 #include "tests/worker/TProjectsOnly.h"
@@ -18,19 +18,19 @@ private Q_SLOTS:
     void anEmptyInboxIsAnEmptyListing();
     void onlyEntriesOfTheFileKindAreListed();
     void onlyArchivesAreListed();
-    void ofTwoEntriesOfOneIdTheFirstIsListed();
+    void listsTheFirstOfTwoEntriesOfOneId();
     void anEntryThatIsSkippedDoesNotTakeItsId();
     void twoEntriesOfOneNameAreBothListed();
     void idsAreNarrowedTo32Bits_data();
     void idsAreNarrowedTo32Bits();
-    void duplicatesAreToldByThe64BitId();
-    void namesBeyondTheBasicPlaneArriveWhole();
+    void recognisesDuplicatesByThe64BitId();
+    void keepsNamesBeyondTheBasicPlane();
     void theInboxsIdIsNarrowedAndWidened_data();
     void theInboxsIdIsNarrowedAndWidened();
-    void aGivenInboxIsReadWithoutLookingItUp();
+    void readsAGivenInboxWithoutALookUp();
     void withoutAnInboxNothingIsEmitted();
     void aFailedQueryIsAnEmptyListing();
-    void startsFromScratchEachTime();
+    void keepsNothingOfThePreviousListing();
 };
 
 void tst_Listing::theSuffixRule_data()
@@ -121,7 +121,7 @@ void tst_Listing::onlyArchivesAreListed()
     QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(3,[1003:a.zip])"));
 }
 
-void tst_Listing::ofTwoEntriesOfOneIdTheFirstIsListed()
+void tst_Listing::listsTheFirstOfTwoEntriesOfOneId()
 {
     TWorkerFixture f;
     f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1000, L"first.zip"));
@@ -182,7 +182,7 @@ void tst_Listing::idsAreNarrowedTo32Bits()
     QCOMPARE(LastListing(f.workerLog).fileIds, QList<long>{listed});
 }
 
-void tst_Listing::duplicatesAreToldByThe64BitId()
+void tst_Listing::recognisesDuplicatesByThe64BitId()
 {
     TWorkerFixture f;
     f.Farm().AddRawEntry(f.Inbox(eCurves), Entry(1005, L"a.zip"));
@@ -192,7 +192,7 @@ void tst_Listing::duplicatesAreToldByThe64BitId()
     QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(3,[1005:a.zip 1005:b.zip])"));
 }
 
-void tst_Listing::namesBeyondTheBasicPlaneArriveWhole()
+void tst_Listing::keepsNamesBeyondTheBasicPlane()
 {
     const QString name = QString::fromUtf8("Feld \xC3\xA4 \xF0\x9F\x9A\x9C.zip");
     TWorkerFixture f;
@@ -229,7 +229,7 @@ void tst_Listing::theInboxsIdIsNarrowedAndWidened()
     QCOMPARE(f.workerLog.Count(QStringLiteral("NewKelvoProjectFilesList")), 1);
 }
 
-void tst_Listing::aGivenInboxIsReadWithoutLookingItUp()
+void tst_Listing::readsAGivenInboxWithoutALookUp()
 {
     TWorkerFixture f;
     f.Farm().AddRawEntry(f.Inbox(ePivots), Entry(1000, L"pivot.zip"));
@@ -263,7 +263,7 @@ void tst_Listing::aFailedQueryIsAnEmptyListing()
     QCOMPARE(f.Script().Count(FakeOperation::eGetLastErrors), std::size_t(0));
 }
 
-void tst_Listing::startsFromScratchEachTime()
+void tst_Listing::keepsNothingOfThePreviousListing()
 {
     TWorkerFixture f;
     const std::int64_t first = f.Farm().AddFile(f.Inbox(eCurves), L"a.zip", "");

@@ -1,4 +1,4 @@
-// Which change on the service leads to which listing.
+// The listing that follows a change on the service.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TProjectsOnly.h"
 
@@ -16,7 +16,7 @@ private Q_SLOTS:
     void aChangeInAUserInboxListsItsProjectOnly();
     void aChangeInJobReportsOrElsewhereListsNothing();
     void theUserInboxsIdIsComparedWithAllItsBits();
-    void ofTwoInboxesOfOneIdTheFirstProjectIsListed();
+    void listsTheFirstProjectOfTwoInboxesOfOneId();
     void aChangeInAProjectInboxListsItsProjectOnly_data();
     void aChangeInAProjectInboxListsItsProjectOnly();
     void aChangeInAProjectWithoutAnInboxListsNothing();
@@ -79,7 +79,7 @@ void tst_ListingChanges::theUserInboxsIdIsComparedWithAllItsBits()
     QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(4,[])"));
     const auto calls = f.Script().Calls(FakeOperation::eGetResourceWithContent);
     QCOMPARE(qint64(calls.back().id), qint64(-1));
-    if (sizeof(unsigned long) > 4) { // an id that the console cannot be told of
+    if (sizeof(unsigned long) > 4) { // an id that no change report can hold
         f.workerLog.Clear();
         f.Call("OnFileModifiedInUserInbox", Q_ARG(long, 1L),
                Q_ARG(ulong, static_cast<ulong>(TWO_32 + 5)));
@@ -87,7 +87,7 @@ void tst_ListingChanges::theUserInboxsIdIsComparedWithAllItsBits()
     }
 }
 
-void tst_ListingChanges::ofTwoInboxesOfOneIdTheFirstProjectIsListed()
+void tst_ListingChanges::listsTheFirstProjectOfTwoInboxesOfOneId()
 {
     TProjectsOnly f;
     f.AddRawInbox(L"From Console", 700); // never listed
@@ -114,7 +114,7 @@ void tst_ListingChanges::aChangeInAProjectInboxListsItsProjectOnly()
     f.Call("OnFileModifiedInProjectInbox", Q_ARG(long, 1L), Q_ARG(ulong, ulong(projectId)));
     QCOMPARE(f.workerLog.Texts(),
              QStringList{QStringLiteral("NewKelvoProjectFilesList(%1,[])").arg(kind)});
-    // The user's inbox is looked up afresh: the project itself is not what is listed.
+    // The user's inbox is looked up again. The project itself is not listed.
     const auto calls = f.Script().Calls(FakeOperation::eGetResourceWithContent);
     QCOMPARE(calls.size(), std::size_t(1));
     QCOMPARE(calls.front().id, f.Inbox(project));

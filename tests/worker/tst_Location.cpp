@@ -1,4 +1,4 @@
-// Sharing the position: when it starts and ends, and what the SDK is asked for it.
+// Location sharing: its start, its end, and its calls of the SDK.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TSharing.h"
 
@@ -20,17 +20,17 @@ private Q_SLOTS:
     void nothingStartsBeforeTheReceiverReportedAPosition();
     void nothingStartsWhileTheHubIsLoggedOut();
     void nothingStartsWhileTheSdkIsLoggedOut();
-    void aRefusedRegistrationIsSilentAndStartsNothing_data();
-    void aRefusedRegistrationIsSilentAndStartsNothing();
-    void afterARefusedRegistrationTheNextOneCounts();
+    void aRefusedRegistrationReportsNothingAndStartsNothing_data();
+    void aRefusedRegistrationReportsNothingAndStartsNothing();
+    void startsAtTheNextRegistrationAfterARefusedOne();
     void preparingTwiceRegistersTwiceAndRestartsTheTimer();
     void aLostPositionEndsSharingWithALastReport();
     void aLostPositionWhileLoggedOutReportsNothing();
-    void aLostPositionIsForgotten();
-    void endingWithoutSharingTakesTheReceiverOffAllTheSame();
-    void aRefusedDeregistrationIsSilentAndTheTimerStops();
-    void anyOrderOfLossAndGainAgreesWithTheLastOne_data();
-    void anyOrderOfLossAndGainAgreesWithTheLastOne();
+    void forgetsALostPosition();
+    void endingWithoutSharingStillRemovesTheReceiver();
+    void stopsTheTimerAfterARefusedDeregistration();
+    void theLastOfSeveralLossesAndGainsDecides_data();
+    void theLastOfSeveralLossesAndGainsDecides();
 };
 
 namespace {
@@ -72,7 +72,7 @@ void tst_Location::theCoordinatorsSignalStartsAndEndsSharing()
     QCoreApplication::sendPostedEvents();
     QCOMPARE(f.Calls(), STARTED);
     QVERIFY(f.IsTimerRunning());
-    f.gps.Feed({1.5, 2.0, 4.0}); // no change of what is lost: the timer's business
+    f.gps.Feed({1.5, 2.0, 4.0}); // the fix is not lost, so only the timer reports
     f.gps.AnnounceFix();
     QCoreApplication::sendPostedEvents();
     QCOMPARE(f.Calls(), STARTED + STARTED);
@@ -85,7 +85,7 @@ void tst_Location::theCoordinatorsSignalStartsAndEndsSharing()
 
 void tst_Location::nothingStartsBeforeTheReceiverReportedAPosition()
 {
-    TSharing f; // the coordinator's own fix is not what counts
+    TSharing f; // the coordinator's fix alone does not start sharing
     f.Start(ESession::eLoggedIn);
     f.worker->PrepareForLocationSharing();
     QVERIFY(f.Calls().isEmpty());
@@ -95,12 +95,12 @@ void tst_Location::nothingStartsBeforeTheReceiverReportedAPosition()
 void tst_Location::nothingStartsWhileTheHubIsLoggedOut()
 {
     TSharing f;
-    f.StartBehindTheHub();
+    f.StartLoggedInAtTheSdkOnly();
     f.Tell(false);
     QVERIFY(f.Calls().isEmpty());
     QVERIFY(!f.IsTimerRunning());
     f.hub->OnLoggedIntoKelvo();
-    QVERIFY(f.Calls().isEmpty()); // the hub's login starts nothing by itself
+    QVERIFY(f.Calls().isEmpty()); // a login of the hub alone starts nothing
     f.worker->PrepareForLocationSharing();
     QCOMPARE(f.Calls(), STARTED); // the position was remembered
     QVERIFY(f.IsTimerRunning());
@@ -113,19 +113,19 @@ void tst_Location::nothingStartsWhileTheSdkIsLoggedOut()
     f.hub->OnLoggedIntoKelvo();
     f.hubLog.Clear();
     f.Tell(false);
-    QCOMPARE(f.Calls(), REFUSED); // the SDK refuses by itself
+    QCOMPARE(f.Calls(), REFUSED); // the SDK refuses without a script
     QVERIFY(!f.IsTimerRunning());
     QVERIFY(f.IsSilent());
 }
 
-void tst_Location::aRefusedRegistrationIsSilentAndStartsNothing_data()
+void tst_Location::aRefusedRegistrationReportsNothingAndStartsNothing_data()
 {
     QTest::addColumn<int>("records");
     QTest::newRow("with an error") << 1;
     QTest::newRow("without errors") << 0;
 }
 
-void tst_Location::aRefusedRegistrationIsSilentAndStartsNothing()
+void tst_Location::aRefusedRegistrationReportsNothingAndStartsNothing()
 {
     QFETCH(int, records);
     TSharing f;
@@ -140,7 +140,7 @@ void tst_Location::aRefusedRegistrationIsSilentAndStartsNothing()
     QVERIFY(f.IsSilent());
 }
 
-void tst_Location::afterARefusedRegistrationTheNextOneCounts()
+void tst_Location::startsAtTheNextRegistrationAfterARefusedOne()
 {
     TSharing f;
     f.Start(ESession::eLoggedIn);
@@ -156,7 +156,7 @@ void tst_Location::preparingTwiceRegistersTwiceAndRestartsTheTimer()
 {
     TSharing f;
     f.StartSharing();
-    // Once the dispatcher has forgotten the timer, it knows it again only by a new start.
+    // A new start of the timer registers it with the dispatcher again.
     QVERIFY(QAbstractEventDispatcher::instance()->unregisterTimer(f.Timer()->timerId()));
     QCOMPARE(f.Timer()->remainingTime(), -1);
     f.worker->PrepareForLocationSharing();
@@ -177,7 +177,7 @@ void tst_Location::aLostPositionEndsSharingWithALastReport()
     f.Tell(true);
     QCOMPARE(f.Calls(), ENDED);
     QVERIFY(!f.IsTimerRunning());
-    QCOMPARE(f.Positions().back().latitudeDegrees, 10.0); // the last that is known
+    QCOMPARE(f.Positions().back().latitudeDegrees, 10.0); // the last known position
     QCOMPARE(f.Positions().back().longitudeDegrees, 20.0);
     QVERIFY(f.IsSilent());
 }
@@ -192,7 +192,7 @@ void tst_Location::aLostPositionWhileLoggedOutReportsNothing()
     QVERIFY(f.IsSilent());
 }
 
-void tst_Location::aLostPositionIsForgotten()
+void tst_Location::forgetsALostPosition()
 {
     TSharing f;
     f.StartSharing();
@@ -203,7 +203,7 @@ void tst_Location::aLostPositionIsForgotten()
     QVERIFY(!f.IsTimerRunning());
 }
 
-void tst_Location::endingWithoutSharingTakesTheReceiverOffAllTheSame()
+void tst_Location::endingWithoutSharingStillRemovesTheReceiver()
 {
     TSharing f;
     f.Start(ESession::eLoggedIn);
@@ -213,7 +213,7 @@ void tst_Location::endingWithoutSharingTakesTheReceiverOffAllTheSame()
     QVERIFY(f.IsSilent());
 }
 
-void tst_Location::aRefusedDeregistrationIsSilentAndTheTimerStops()
+void tst_Location::stopsTheTimerAfterARefusedDeregistration()
 {
     TSharing f;
     f.StartSharing();
@@ -228,24 +228,24 @@ void tst_Location::aRefusedDeregistrationIsSilentAndTheTimerStops()
     QCOMPARE(f.Calls(), STARTED);
 }
 
-void tst_Location::anyOrderOfLossAndGainAgreesWithTheLastOne_data()
+void tst_Location::theLastOfSeveralLossesAndGainsDecides_data()
 {
     QTest::addColumn<bool>("sdkIsLoggedIn");
     QTest::addColumn<bool>("hubIsLoggedIn");
     QTest::newRow("logged out") << false << false;
     QTest::newRow("logged in") << true << true;
-    QTest::newRow("the hub is behind") << true << false;
-    QTest::newRow("the hub is ahead") << false << true;
+    QTest::newRow("only the SDK is logged in") << true << false;
+    QTest::newRow("only the hub is logged in") << false << true;
 }
 
-// Every row of six losses and gains, double ones too.
-void tst_Location::anyOrderOfLossAndGainAgreesWithTheLastOne()
+// Every sequence of six losses and gains, also repeated ones.
+void tst_Location::theLastOfSeveralLossesAndGainsDecides()
 {
     QFETCH(bool, sdkIsLoggedIn);
     QFETCH(bool, hubIsLoggedIn);
     TSharing f;
     if (sdkIsLoggedIn)
-        f.StartBehindTheHub();
+        f.StartLoggedInAtTheSdkOnly();
     else
         f.Start(ESession::eLoggedOut);
     if (hubIsLoggedIn)

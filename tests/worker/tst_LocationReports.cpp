@@ -1,4 +1,4 @@
-// Reports of the position: each minute's, and what is in them.
+// Position reports: one each minute, and their content.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TRunningWorker.h"
 #include "tests/worker/TSharing.h"
@@ -24,11 +24,11 @@ private Q_SLOTS:
     void aReportWhileTheSdkIsLoggedOutIsNotSent();
     void aReportNeedsNeitherTheHubNorSharing();
     void aRefusedReportIsIgnored();
-    void eachReportHasTheFixOfItsMoment();
-    void aFixThatNeverWasIsReportedAsNought();
-    void thePositionsOfAFastSourceStayWhole();
-    void aFlickeringReceiverLeavesItsLastWordBehind_data();
-    void aFlickeringReceiverLeavesItsLastWordBehind();
+    void eachReportHasTheCurrentFix();
+    void reportsZerosBeforeTheFirstFix();
+    void positionsOfAFastSourceStayConsistent();
+    void theLastStateOfAFlickeringReceiverDecides_data();
+    void theLastStateOfAFlickeringReceiverDecides();
 };
 
 namespace {
@@ -65,7 +65,7 @@ void tst_LocationReports::aReportWhileTheSdkIsLoggedOutIsNotSent()
 void tst_LocationReports::aReportNeedsNeitherTheHubNorSharing()
 {
     TSharing f;
-    f.StartBehindTheHub();
+    f.StartLoggedInAtTheSdkOnly();
     f.Report();
     QCOMPARE(f.Calls(), REPORTED);
     QVERIFY(!f.IsTimerRunning());
@@ -77,7 +77,7 @@ void tst_LocationReports::aRefusedReportIsIgnored()
     f.Script().FailAlways(FakeOperation::eReportPosition, OneError(L"No link."));
     f.Start(ESession::eLoggedIn);
     f.Tell(false);
-    QCOMPARE(f.Calls(), STARTED); // and nobody asks why
+    QCOMPARE(f.Calls(), STARTED); // the error is not read
     QVERIFY(f.IsTimerRunning());
     f.Script().ClearCalls();
     f.LetAMinutePass();
@@ -86,7 +86,7 @@ void tst_LocationReports::aRefusedReportIsIgnored()
     QVERIFY(f.IsSilent());
 }
 
-void tst_LocationReports::eachReportHasTheFixOfItsMoment()
+void tst_LocationReports::eachReportHasTheCurrentFix()
 {
     constexpr TGPSFix fixes[] = {{-90.0, 180.0, 0.0},
                                  {90.0, -180.0, 1.0},
@@ -103,7 +103,7 @@ void tst_LocationReports::eachReportHasTheFixOfItsMoment()
     QCOMPARE(f.Positions().size(), std::size(fixes) + 1);
 }
 
-void tst_LocationReports::aFixThatNeverWasIsReportedAsNought()
+void tst_LocationReports::reportsZerosBeforeTheFirstFix()
 {
     TWorkerFixture f;
     f.Start(ESession::eLoggedIn);
@@ -115,12 +115,12 @@ void tst_LocationReports::aFixThatNeverWasIsReportedAsNought()
     QCOMPARE(positions.front().timeSeconds % 86400, 0);
 }
 
-void tst_LocationReports::thePositionsOfAFastSourceStayWhole()
+void tst_LocationReports::positionsOfAFastSourceStayConsistent()
 {
     constexpr int reports = 2000;
     TSharing f;
     QVERIFY(f.gps.Feed({0.0, 0.0, 0.0}));
-    f.StartBehindTheHub();
+    f.StartLoggedInAtTheSdkOnly();
     std::atomic<bool> isDone{false};
     const std::unique_ptr<QThread> source(QThread::create([&] {
         for (int round = 0; !isDone; ++round) {
@@ -141,15 +141,15 @@ void tst_LocationReports::thePositionsOfAFastSourceStayWhole()
     }
 }
 
-void tst_LocationReports::aFlickeringReceiverLeavesItsLastWordBehind_data()
+void tst_LocationReports::theLastStateOfAFlickeringReceiverDecides_data()
 {
     QTest::addColumn<bool>("endsLost");
     QTest::newRow("lost") << true;
     QTest::newRow("regained") << false;
 }
 
-// The receiver on a thread of its own, the worker on its own, and the session comes and goes.
-void tst_LocationReports::aFlickeringReceiverLeavesItsLastWordBehind()
+// The receiver and the worker have a thread each, and the session begins and ends repeatedly.
+void tst_LocationReports::theLastStateOfAFlickeringReceiverDecides()
 {
     QFETCH(bool, endsLost);
     constexpr int rounds = 200;

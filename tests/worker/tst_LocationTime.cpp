@@ -1,4 +1,4 @@
-// The time stamp of a reported position: the day by the console's clock, the time by the fix.
+// The time stamp of a reported position: the day of the console's clock, the time of the fix.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TSharing.h"
 
@@ -17,13 +17,13 @@ class tst_LocationTime : public kelvo::test::TTestCase
 private Q_SLOTS:
     void initTestCase();
     void cleanup();
-    void theFixTimeIsSplitAndItsFractionDropped_data();
-    void theFixTimeIsSplitAndItsFractionDropped();
-    void theDayIsThatOfTheClockInUtc_data();
-    void theDayIsThatOfTheClockInUtc();
+    void splitsTheFixTimeAndDropsItsFraction_data();
+    void splitsTheFixTimeAndDropsItsFraction();
+    void takesTheDayOfTheClockInUtc_data();
+    void takesTheDayOfTheClockInUtc();
     void theDayDoesNotDependOnTheProcessesZone_data();
     void theDayDoesNotDependOnTheProcessesZone();
-    void eachReportAsksTheClockAnew();
+    void readsTheClockForEachReport();
 
 private:
     QByteArray m_processZone;
@@ -31,13 +31,13 @@ private:
 
 namespace {
 
-// A worker that may report, and what it stamps.
+// A worker that is logged in, and its time stamps.
 class TStamped : public TSharing
 {
 public:
-    TStamped() { StartBehindTheHub(); }
+    TStamped() { StartLoggedInAtTheSdkOnly(); }
 
-    // The stamp of a report when the console's clock stands at `now`; -1 if there was none.
+    // The time stamp of a report at the console's time `now`; -1 without a report.
     qint32 Stamp(const QDateTime& now, double fixTime)
     {
         hostimpl::SetClock([now] { return now; });
@@ -71,7 +71,7 @@ void tst_LocationTime::cleanup()
     TTestCase::cleanup();
 }
 
-void tst_LocationTime::theFixTimeIsSplitAndItsFractionDropped_data()
+void tst_LocationTime::splitsTheFixTimeAndDropsItsFraction_data()
 {
     QTest::addColumn<double>("fixTime");
     QTest::addColumn<int>("stamp");
@@ -88,7 +88,7 @@ void tst_LocationTime::theFixTimeIsSplitAndItsFractionDropped_data()
     QTest::newRow("a leap second") << 235960.0 << FIRST_OF_MARCH + 86400;
 }
 
-void tst_LocationTime::theFixTimeIsSplitAndItsFractionDropped()
+void tst_LocationTime::splitsTheFixTimeAndDropsItsFraction()
 {
     QFETCH(double, fixTime);
     QFETCH(int, stamp);
@@ -97,7 +97,7 @@ void tst_LocationTime::theFixTimeIsSplitAndItsFractionDropped()
              stamp);
 }
 
-void tst_LocationTime::theDayIsThatOfTheClockInUtc_data()
+void tst_LocationTime::takesTheDayOfTheClockInUtc_data()
 {
     QTest::addColumn<QString>("zone"); // a name, or seconds east of UTC
     QTest::addColumn<QString>("now");  // in UTC
@@ -114,7 +114,7 @@ void tst_LocationTime::theDayIsThatOfTheClockInUtc_data()
     row("just before midnight, fix from after", "UTC", "2024-03-01T23:59:59Z", 0.0,
         FIRST_OF_MARCH); // nearly a day behind
 
-    // The local date is the next or the former one.
+    // The local date is the next or the previous day.
     row("east, local date ahead", "Pacific/Auckland", "2024-03-01T11:30:00Z", 123456.78,
         1709296496);
     row("east, dates agree", "Pacific/Auckland", "2024-03-01T10:30:00Z", 123456.78, 1709296496);
@@ -130,17 +130,17 @@ void tst_LocationTime::theDayIsThatOfTheClockInUtc_data()
     row("over the leap day", "Pacific/Kiritimati", "2024-02-29T23:00:00Z", 230000.0, 1709247600);
     row("over the new year", "Pacific/Auckland", "2023-12-31T11:00:00Z", 110000.0, 1704020400);
 
-    // The hour that is left out, at 01:00 UTC; the clock goes from 01:59:59 to 03:00:00.
+    // The clock skips an hour at 01:00 UTC: from 01:59:59 to 03:00:00.
     row("last second of winter", "Europe/Berlin", "2024-03-31T00:59:59Z", 5959.0, 1711846799);
     row("first second of summer", "Europe/Berlin", "2024-03-31T01:00:00Z", 10000.0, 1711846800);
     row("short day, evening before", "Europe/Berlin", "2024-03-30T23:30:00Z", 233000.0, 1711841400);
     row("short day, late", "Europe/Berlin", "2024-03-31T22:30:00Z", 223000.0, 1711924200);
-    // The hour that comes twice, from 00:00 and from 01:00 UTC.
+    // The clock repeats an hour, from 00:00 and from 01:00 UTC.
     row("02:30, first time", "Europe/Berlin", "2024-10-27T00:30:00Z", 3000.0, 1729989000);
     row("02:30, second time", "Europe/Berlin", "2024-10-27T01:30:00Z", 13000.0, 1729992600);
     row("long day, evening before", "Europe/Berlin", "2024-10-26T22:30:00Z", 223000.0, 1729981800);
     row("long day, late", "Europe/Berlin", "2024-10-27T23:30:00Z", 233000.0, 1730071800);
-    // Where a local midnight does not exist, or comes twice.
+    // Zones in which a local midnight is skipped or repeated.
     row("no local midnight", "Africa/Cairo", "2024-04-25T22:00:00Z", 220000.0, 1714082400);
     row("two local midnights, first", "America/Havana", "2024-11-03T04:30:00Z", 43000.0,
         1730608200);
@@ -152,7 +152,7 @@ void tst_LocationTime::theDayIsThatOfTheClockInUtc_data()
         std::numeric_limits<qint32>::max());
 }
 
-void tst_LocationTime::theDayIsThatOfTheClockInUtc()
+void tst_LocationTime::takesTheDayOfTheClockInUtc()
 {
     QFETCH(QString, zone);
     QFETCH(QString, now);
@@ -181,8 +181,8 @@ void tst_LocationTime::theDayDoesNotDependOnTheProcessesZone_data()
         QTest::newRow(zone) << QByteArray(zone);
 }
 
-// A clock that gives local time, as the console's own does, at every hour of the days on which
-// Berlin's clocks change.
+// A clock in local time, like the console's, at every hour of the days on which Berlin changes its
+// clocks.
 void tst_LocationTime::theDayDoesNotDependOnTheProcessesZone()
 {
     QFETCH(QByteArray, zone);
@@ -198,7 +198,7 @@ void tst_LocationTime::theDayDoesNotDependOnTheProcessesZone()
     }
 }
 
-void tst_LocationTime::eachReportAsksTheClockAnew()
+void tst_LocationTime::readsTheClockForEachReport()
 {
     TStamped f;
     for (int day = 0; day < 3; ++day) {

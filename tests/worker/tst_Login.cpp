@@ -1,4 +1,4 @@
-// Login: the credentials, and what is said of a failure.
+// Login: the credentials, and the report of a failure.
 #include "support/GuiTestMain.h"
 #include "tests/fakes/Declarations.h"
 #include "tests/worker/TWorkerFixture.h"
@@ -18,20 +18,20 @@ class tst_Login : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void loginHandsTheStoredCredentialsToTheSdk_data();
-    void loginHandsTheStoredCredentialsToTheSdk();
+    void loginPassesTheStoredCredentialsToTheSdk_data();
+    void loginPassesTheStoredCredentialsToTheSdk();
     void anAcceptedLoginReportsNothingByItself();
     void aRefusedLoginFailsAtOnceWithTheSdksText();
     void aRefusedLoginWithoutErrorsFailsWithAnEmptyText();
     void aFailedLoginReportsTheSdksText();
-    void aFailedLoginWithARecordWithoutTextsGetsTheFallback();
+    void reportsTheFallbackTextForARecordWithoutTexts();
     void aFailedLoginWithoutErrorsReportsAnEmptyText();
     void cancellingALoginDoesNothing();
     void autoLoginNeedsBothCredentials_data();
     void autoLoginNeedsBothCredentials();
 };
 
-void tst_Login::loginHandsTheStoredCredentialsToTheSdk_data()
+void tst_Login::loginPassesTheStoredCredentialsToTheSdk_data()
 {
     QTest::addColumn<QVariant>("user");
     QTest::addColumn<QVariant>("password");
@@ -47,7 +47,7 @@ void tst_Login::loginHandsTheStoredCredentialsToTheSdk_data()
     row("long", QString(500, QLatin1Char('u')), QString(500, QLatin1Char('p')));
 }
 
-void tst_Login::loginHandsTheStoredCredentialsToTheSdk()
+void tst_Login::loginPassesTheStoredCredentialsToTheSdk()
 {
     QFETCH(QVariant, user);
     QFETCH(QVariant, password);
@@ -110,7 +110,7 @@ void tst_Login::aFailedLoginReportsTheSdksText()
     QVERIFY(!f.hub->IsKelvoLoginInProgress());
 }
 
-void tst_Login::aFailedLoginWithARecordWithoutTextsGetsTheFallback()
+void tst_Login::reportsTheFallbackTextForARecordWithoutTexts()
 {
     TWorkerFixture f;
     f.Start(ESession::eLoggedOut);
@@ -141,7 +141,7 @@ void tst_Login::cancellingALoginDoesNothing()
     QVERIFY(f.Script().Calls().empty());
     QVERIFY(f.workerLog.All().isEmpty());
     f.DeliverNotifications();
-    QVERIFY(f.hub->IsKelvoLoggedIn()); // the login runs to its end
+    QVERIFY(f.hub->IsKelvoLoggedIn()); // the login is not cancelled
 }
 
 void tst_Login::autoLoginNeedsBothCredentials_data()

@@ -1,5 +1,5 @@
-// The hardware address of real interfaces, in a network of the test's own: its loopback interface
-// is down, and it has a wireless one when the test makes it.
+// The hardware address of real interfaces in a new network namespace. The loopback interface is
+// down, and the test creates other interfaces.
 #include "support/Needs.h"
 #include "support/TestMain.h"
 #include "tests/worker/TConsole.h"
@@ -27,14 +27,14 @@ class tst_NetworkNamespace : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void initTestCase();
-    void aWiredInterfaceThatIsDownCounts();
-    void aMadeInterfaceIsFoundAndReported_data();
-    void aMadeInterfaceIsFoundAndReported();
+    void usesAWiredInterfaceThatIsDown();
+    void findsAndReportsANewInterface_data();
+    void findsAndReportsANewInterface();
 };
 
 namespace {
 
-// An interface of Ethernet's kind, down, for as long as this lives.
+// An Ethernet interface that is down, during the lifetime of this object.
 class TTap
 {
 public:
@@ -73,8 +73,8 @@ QString Address(const QString& ethernetName)
 
 } // namespace
 
-// Not everybody may have a network of his own, and not every CI either; but what is allowed has to
-// work there.
+// Some users and some CI systems may not create network namespaces. If it is allowed, the test has
+// to work.
 void tst_NetworkNamespace::initTestCase()
 {
     if (unshare(CLONE_NEWNET) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNET) == 0)
@@ -84,24 +84,24 @@ void tst_NetworkNamespace::initTestCase()
     KELVO_NEEDS(false, "a network namespace of one's own");
 }
 
-void tst_NetworkNamespace::aWiredInterfaceThatIsDownCounts()
+void tst_NetworkNamespace::usesAWiredInterfaceThatIsDown()
 {
     const auto loopback = QNetworkInterface::interfaceFromName(QStringLiteral("lo"));
     QVERIFY(loopback.isValid());
     QVERIFY(!loopback.flags().testFlag(QNetworkInterface::IsUp));
     QCOMPARE(Address(QStringLiteral("lo")), QStringLiteral("00:00:00:00:00:00"));
     QCOMPARE(TWirelessNetworkUtils::GetWirelessName(), QStringLiteral("wlan0"));
-    QCOMPARE(Address(QStringLiteral("eth7")), QString()); // neither is there
+    QCOMPARE(Address(QStringLiteral("eth7")), QString()); // neither interface exists
 }
 
-void tst_NetworkNamespace::aMadeInterfaceIsFoundAndReported_data()
+void tst_NetworkNamespace::findsAndReportsANewInterface_data()
 {
     QTest::addColumn<QString>("name");
     for (const char* name : {"ra0", "wlp0s29f7u1", "wlan0"})
         QTest::newRow(name) << QString::fromLatin1(name);
 }
 
-void tst_NetworkNamespace::aMadeInterfaceIsFoundAndReported()
+void tst_NetworkNamespace::findsAndReportsANewInterface()
 {
     QFETCH(QString, name);
     const TTap tap(name.toLatin1().constData());

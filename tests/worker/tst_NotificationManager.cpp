@@ -1,4 +1,4 @@
-// The plug-in's listener of the SDK: which call becomes which signal, and what its mutex is for.
+// The plug-in's listener of the SDK: the signal of each call, and its mutex.
 #include "support/TestMain.h"
 #include "tests/fakes/SignalLog.h"
 #include "worker/TKESDKNotificationMgr.h"
@@ -174,7 +174,7 @@ void tst_NotificationManager::bothSdkPartsReachTheSameOperations()
     resourcePart.onResourceChange(Change(4, 2));
     QCOMPARE(log.Names(), (QStringList{QStringLiteral("LoginSuccessful"),
                                        QStringLiteral("FileModifiedInUserInbox")}));
-    // One event set for both parts: the base is a virtual one.
+    // Both parts share one event set, because the base is virtual.
     kesdk::api::ISubscriable* byConnection = &connectionPart;
     kesdk::api::ISubscriable* byResource = &resourcePart;
     QCOMPARE(byConnection, byResource);
@@ -204,7 +204,7 @@ void tst_NotificationManager::serialisesResourceChanges()
     const auto slot = [&] {
         mostInside = std::max(mostInside.load(), ++inside);
         for (int spin = 0; callers < 4 || spin < 200; ++spin)
-            std::this_thread::yield(); // the others have every chance to come in
+            std::this_thread::yield(); // lets the other threads run
         --inside;
     };
     connect(&manager, &TKESDKNotificationMgr::FileModifiedInUserInbox, &manager, slot,
@@ -264,7 +264,7 @@ void tst_NotificationManager::releasesTheMutexWhenAnEmissionThrows()
         Qt::DirectConnection);
     QVERIFY_EXCEPTION_THROWN(manager.onResourceChange(Change(4, 2)), std::runtime_error);
     throws = false;
-    manager.onResourceChange(Change(4, 2)); // would hang for ever otherwise
+    manager.onResourceChange(Change(4, 2)); // blocks for ever if the mutex is held
     QCOMPARE(calls, 2);
 }
 

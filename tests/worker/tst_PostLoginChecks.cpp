@@ -1,4 +1,4 @@
-// What follows a login, in its order: the environment report, the account check, sharing, lists.
+// The steps after a login, in order: the environment report, the account check, sharing, lists.
 #include "support/GuiTestMain.h"
 #include "tests/fakes/Declarations.h"
 #include "tests/worker/TRunningWorker.h"
@@ -18,23 +18,23 @@ class tst_PostLoginChecks : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void theStepsComeInTheirOrder();
-    void theEnvironmentIsThatOfTheConsole();
-    void withoutAPositionOnlyTheSharingIsLeftOut();
+    void runsTheStepsInOrder();
+    void sendsTheConsolesEnvironment();
+    void skipsOnlyTheSharingWithoutAPosition();
     void aRefusedEnvironmentEndsTheChecks_data();
     void aRefusedEnvironmentEndsTheChecks();
-    void afterARefusedEnvironmentTheSessionStands();
-    void aRefusedRegistrationLeavesTheListsAlone();
+    void keepsTheSessionAfterARefusedEnvironment();
+    void listsTheFilesAfterARefusedRegistration();
     void missingInboxesAreSetUpInsteadOfSharing();
     void aSecondSuccessReportsNothingAgain();
     void everyLoginReportsTheEnvironmentAnew();
-    void aHubThatIsBehindStartsNothingUntilTheNextReport();
+    void sharingWaitsForTheNextReportWhileTheHubIsNotLoggedIn();
 };
 
 namespace {
 
-// What is asked to check the account and to list is not this test's business: each run of such
-// calls becomes one line.
+// This test does not check the single calls of the account check and the listings: each sequence of
+// such calls becomes one line.
 QStringList Steps(const QStringList& events)
 {
     const QStringList queries{
@@ -80,14 +80,14 @@ PostLoginChecksComplete
 > GetLastErrors
 )";
 
-// With a position that the worker was told of, the SDK logged in, and the hub not yet.
+// The worker knows a position. The SDK is logged in, the hub is not yet.
 class TAboutToCheck : public TSharing
 {
 public:
     explicit TAboutToCheck(TSessionTrace& trace, bool hasPosition = true)
     {
         trace.Follow(*this);
-        StartBehindTheHub();
+        StartLoggedInAtTheSdkOnly();
         if (hasPosition)
             Tell(false);
         trace.Take();
@@ -96,7 +96,7 @@ public:
 
 } // namespace
 
-void tst_PostLoginChecks::theStepsComeInTheirOrder()
+void tst_PostLoginChecks::runsTheStepsInOrder()
 {
     TSessionTrace trace;
     TAboutToCheck f(trace);
@@ -107,13 +107,13 @@ void tst_PostLoginChecks::theStepsComeInTheirOrder()
     QVERIFY(f.IsTimerRunning());
 }
 
-void tst_PostLoginChecks::theEnvironmentIsThatOfTheConsole()
+void tst_PostLoginChecks::sendsTheConsolesEnvironment()
 {
     hostimpl::TConfigStore& settings = hostimpl::TConfigStore::Process();
     settings.SetItem(hostimpl::eEthernetNameItem, QStringLiteral("lo"), false);
     settings.SetItem(hostimpl::eConsoleStringItem, QStringLiteral("Cab-0123456789"), false);
     TSharing f;
-    f.StartBehindTheHub();
+    f.StartLoggedInAtTheSdkOnly();
     f.Tell(false);
     f.Call("KelvoLoginSuccessful");
     settings.SetItem(hostimpl::eEthernetNameItem, {}, false);
@@ -121,7 +121,7 @@ void tst_PostLoginChecks::theEnvironmentIsThatOfTheConsole()
     QCOMPARE(f.Sdk().Live()->Environments().size(), std::size_t(1));
     const kesdk::api::Environment environment = f.Sdk().Live()->Environments().front();
     QVERIFY(environment.console.consoleString == L"Cab-01234");
-    QVERIFY(environment.console.hostString == L"Host 1.0"); // as the worker was given it
+    QVERIFY(environment.console.hostString == L"Host 1.0"); // the constructor's argument
     QVERIFY(environment.console.controllerHardwareAddress == L"00:00:00:00:00:00");
     QVERIFY(environment.controller.hardwareAddress == L"00:00:00:00:00:00");
     const auto devices = f.Sdk().Live()->DeviceReports();
@@ -130,7 +130,7 @@ void tst_PostLoginChecks::theEnvironmentIsThatOfTheConsole()
     QVERIFY(devices.front().report.device.consoleString == L"Cab-01234");
 }
 
-void tst_PostLoginChecks::withoutAPositionOnlyTheSharingIsLeftOut()
+void tst_PostLoginChecks::skipsOnlyTheSharingWithoutAPosition()
 {
     TSessionTrace trace;
     TAboutToCheck f(trace, false);
@@ -162,10 +162,10 @@ void tst_PostLoginChecks::aRefusedEnvironmentEndsTheChecks()
     f.DeliverNotifications();
     QCOMPARE(trace.Take(), Lines(LEFT_ALONE));
     QVERIFY(!f.IsTimerRunning());
-    QCOMPARE(f.hubLog.Count(QStringLiteral("KelvoLoginFailed")), 0); // the operator hears nothing
+    QCOMPARE(f.hubLog.Count(QStringLiteral("KelvoLoginFailed")), 0); // the operator gets no error
 }
 
-void tst_PostLoginChecks::afterARefusedEnvironmentTheSessionStands()
+void tst_PostLoginChecks::keepsTheSessionAfterARefusedEnvironment()
 {
     TSessionTrace trace;
     TAboutToCheck f(trace);
@@ -179,7 +179,7 @@ void tst_PostLoginChecks::afterARefusedEnvironmentTheSessionStands()
     QVERIFY(trace.Take().isEmpty());
 }
 
-void tst_PostLoginChecks::aRefusedRegistrationLeavesTheListsAlone()
+void tst_PostLoginChecks::listsTheFilesAfterARefusedRegistration()
 {
     TSessionTrace trace;
     TAboutToCheck f(trace);
@@ -236,8 +236,8 @@ void tst_PostLoginChecks::everyLoginReportsTheEnvironmentAnew()
     QVERIFY(environments.at(1).timeStampMs <= environments.at(2).timeStampMs);
 }
 
-// The hub's thread handles nothing until the worker has done all that follows a login.
-void tst_PostLoginChecks::aHubThatIsBehindStartsNothingUntilTheNextReport()
+// The hub's thread runs no slot until the worker has finished all steps after a login.
+void tst_PostLoginChecks::sharingWaitsForTheNextReportWhileTheHubIsNotLoggedIn()
 {
     TRunningWorker f;
     QVERIFY(f.Run());

@@ -1,4 +1,4 @@
-// Finding names in a listing.
+// The look-up of names in a listing.
 #include "support/TestMain.h"
 #include "worker/ConsoleLong.h"
 #include "worker/ReferenceIndex.h"
@@ -11,9 +11,9 @@ class tst_ReferenceIndex : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void findsTheIdAtTheNamesPosition();
-    void ofANameThatOccursTwiceTheFirstEntryCounts();
+    void usesTheFirstEntryOfANameThatOccursTwice();
     void namesAreComparedExactly();
-    void anEmptyListingHasNothing();
+    void findsNothingInAnEmptyListing();
     void isLinearInTheNumberOfNames();
     void theConsolesLongKeepsTheLow32Bits_data();
     void theConsolesLongKeepsTheLow32Bits();
@@ -41,7 +41,7 @@ void tst_ReferenceIndex::findsTheIdAtTheNamesPosition()
     QVERIFY(!index.FindId(QStringLiteral("c")));
 }
 
-void tst_ReferenceIndex::ofANameThatOccursTwiceTheFirstEntryCounts()
+void tst_ReferenceIndex::usesTheFirstEntryOfANameThatOccursTwice()
 {
     const QString twice = QStringLiteral("twice");
     const TReferenceIndex index(Listing({1L, 2L, 3L}, {twice, QStringLiteral("x"), twice}));
@@ -55,14 +55,14 @@ void tst_ReferenceIndex::namesAreComparedExactly()
         QVERIFY(!index.FindId(QString::fromLatin1(name)));
 }
 
-void tst_ReferenceIndex::anEmptyListingHasNothing()
+void tst_ReferenceIndex::findsNothingInAnEmptyListing()
 {
     const TReferenceIndex index((KelvoFileInfoList()));
     QVERIFY(!index.FindId(QString()));
     QVERIFY(!index.FindId(QStringLiteral("a")));
 }
 
-// So many names that a walk through the listing for each would run into the suite's hang guard.
+// Many names: a linear search for each name would exceed the hang guard.
 void tst_ReferenceIndex::isLinearInTheNumberOfNames()
 {
     constexpr int COUNT = 400000;

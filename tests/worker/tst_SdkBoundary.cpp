@@ -1,4 +1,4 @@
-// Between Qt's strings and the SDK's: the operator's error text, wide buffers, the clock.
+// Conversions between Qt and the SDK: the operator's error text, wide buffers, the clock.
 #include "support/GuiTestMain.h"
 #include "tests/fakes/FakeScript.h"
 #include "worker/SdkBoundary.h"
@@ -19,11 +19,11 @@ private Q_SLOTS:
     void anEmptyListGivesANullText();
     void choosesTheText_data();
     void choosesTheText();
-    void onlyTheNewestRecordCounts();
+    void usesOnlyTheNewestRecord();
     void aTextEndsAtItsTerminatingZero();
     void copiesIntoABuffer_data();
     void copiesIntoABuffer();
-    void neverCutsBeyondTheBuffer();
+    void neverWritesBeyondTheBuffer();
     void theCallersTextIsNotChanged();
     void theClockIsTheSystemsInMilliseconds();
 };
@@ -86,7 +86,7 @@ void tst_SdkBoundary::choosesTheText()
     QCOMPARE(GetLastErrorMsg(errors), expected);
 }
 
-void tst_SdkBoundary::onlyTheNewestRecordCounts()
+void tst_SdkBoundary::usesOnlyTheNewestRecord()
 {
     FakeErrors errors = OneError(L"newest");
     errors.push_back(OneError(L"older", L"and its advice").front());
@@ -146,9 +146,9 @@ void tst_SdkBoundary::copiesIntoABuffer()
         QCOMPARE(buffer[i], CANARY);
 }
 
-// The cut is made in UTF-16 units and may go through a surrogate pair; nothing may be written
-// beyond the buffer even then.
-void tst_SdkBoundary::neverCutsBeyondTheBuffer()
+// The cut counts UTF-16 units and may split a surrogate pair. The function writes nothing beyond
+// the buffer, also in this case.
+void tst_SdkBoundary::neverWritesBeyondTheBuffer()
 {
     const QString text = Q("a\xF0\x9F\x9A\x9C\xF0\x9F\x9A\x9C");
     for (int size = 1; size <= 8; ++size) {

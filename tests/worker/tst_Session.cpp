@@ -1,4 +1,4 @@
-// The checks after a login, and the session's end: what the SDK is asked and the worker reports.
+// The checks after a login, and the end of the session: the SDK calls and the worker's signals.
 #include "support/GuiTestMain.h"
 #include "tests/fakes/Declarations.h"
 #include "tests/worker/TWorkerFixture.h"
@@ -21,12 +21,12 @@ private Q_SLOTS:
     void successListsSixProjectsAndNeverJobReports();
     void aSecondSuccessWhileLoggedInStartsNothing();
     void successWithMissingInboxesSetsThemUpInsteadOfListing();
-    void theSessionsEndIsReportedOnceWhileLoggedIn();
-    void theSessionsEndIsIgnoredWhileLoggedOut();
-    void logoutLeavesTheReportToTheSdksNotification();
+    void reportsTheEndOfTheSessionOnce();
+    void ignoresTheEndOfTheSessionWhileLoggedOut();
+    void logoutIsReportedByTheSdksNotification();
     void logoutWhileTheSdkIsLoggedOutReportsAtOnce();
-    void aFailedLogoutIsSilent();
-    void aWholeSessionByNotifications();
+    void aFailedLogoutEmitsNothing();
+    void runsAWholeSessionByNotifications();
 };
 
 namespace {
@@ -117,14 +117,14 @@ KelvoUserInboxSetupComplete([])
     for (const FakeCall& call : f.Script().Calls(FakeOperation::eCreateUserInbox))
         created << QString::fromStdWString(call.text);
     QCOMPARE(created, Lines("From Console\nAB Lines\nCurves\nOptimal Lines\nProject Lines"));
-    // No listing before the set-up was complete: those that follow come by notification.
+    // No listing before the end of the set-up. Notifications lead to the later listings.
     const QStringList all = f.workerLog.Names();
     QVERIFY(all.indexOf(QStringLiteral("NewKelvoProjectFilesList")) == -1 ||
             all.indexOf(QStringLiteral("NewKelvoProjectFilesList")) >
                 all.indexOf(QStringLiteral("KelvoUserInboxSetupComplete")));
 }
 
-void tst_Session::theSessionsEndIsReportedOnceWhileLoggedIn()
+void tst_Session::reportsTheEndOfTheSessionOnce()
 {
     TWorkerFixture f;
     f.Start(ESession::eLoggedIn);
@@ -136,7 +136,7 @@ void tst_Session::theSessionsEndIsReportedOnceWhileLoggedIn()
     QCOMPARE(f.workerLog.Count(QStringLiteral("KelvoLoggedOut")), 1);
 }
 
-void tst_Session::theSessionsEndIsIgnoredWhileLoggedOut()
+void tst_Session::ignoresTheEndOfTheSessionWhileLoggedOut()
 {
     TWorkerFixture f;
     f.Start(ESession::eLoggedOut);
@@ -145,7 +145,7 @@ void tst_Session::theSessionsEndIsIgnoredWhileLoggedOut()
     QVERIFY(f.hubLog.All().isEmpty());
 }
 
-void tst_Session::logoutLeavesTheReportToTheSdksNotification()
+void tst_Session::logoutIsReportedByTheSdksNotification()
 {
     TWorkerFixture f;
     f.Start(ESession::eLoggedIn);
@@ -160,13 +160,13 @@ void tst_Session::logoutWhileTheSdkIsLoggedOutReportsAtOnce()
 {
     TWorkerFixture f;
     f.Start(ESession::eLoggedOut);
-    f.hub->OnLoggedIntoKelvo(); // the hub lags behind
+    f.hub->OnLoggedIntoKelvo(); // the hub still has the old state
     f.Call("OnLogoutFromKelvo");
     QCOMPARE(f.workerLog.Texts(), Lines("KelvoLoggedOut()"));
     QCOMPARE(f.Script().Count(FakeOperation::eLogout), std::size_t(0));
 }
 
-void tst_Session::aFailedLogoutIsSilent()
+void tst_Session::aFailedLogoutEmitsNothing()
 {
     TWorkerFixture f;
     f.Start(ESession::eLoggedIn);
@@ -177,7 +177,7 @@ void tst_Session::aFailedLogoutIsSilent()
     QVERIFY(f.hub->IsKelvoLoggedIn());
 }
 
-void tst_Session::aWholeSessionByNotifications()
+void tst_Session::runsAWholeSessionByNotifications()
 {
     TWorkerFixture f;
     f.Start(ESession::eLoggedOut);

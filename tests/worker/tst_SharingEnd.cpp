@@ -1,4 +1,4 @@
-// The end of a session ends the sharing of the position first.
+// The end of a session ends location sharing first.
 #include "support/GuiTestMain.h"
 #include "tests/fakes/Declarations.h"
 #include "tests/worker/TRunningWorker.h"
@@ -18,20 +18,20 @@ class tst_SharingEnd : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void aLogoutEndsSharingBeforeTheSession();
-    void aLogoutTakesTheReceiverOffAlsoWithoutSharing();
+    void aLogoutRemovesTheReceiverAlsoWithoutSharing();
     void aLogoutWhileTheSdkIsLoggedOutReportsAtOnce();
-    void aRefusedLogoutHasEndedSharing();
+    void aRefusedLogoutStillEndsSharing();
     void aLostSessionEndsSharingAfterTheReport();
-    void aLostSessionThatNobodyCountsChangesNothing();
-    void thePositionOutlivesTheSession();
-    void theWorkersEndStopsTheTimerAndEndsSharingFirst();
-    void theWorkersEndWhileLoggedOut();
-    void theWorkersEndOnItsOwnThread();
+    void ignoresALostSessionWhileLoggedOut();
+    void keepsThePositionAfterTheSession();
+    void finalizeStopsTheTimerAndEndsSharingFirst();
+    void finalizeWhileLoggedOutRemovesTheReceiverWithoutALogout();
+    void finalizeEndsSharingOnTheWorkersThread();
 };
 
 namespace {
 
-// The hub and the SDK are logged in and the worker shares.
+// The hub and the SDK are logged in, and the worker shares its location.
 class TInSession : public TSharing
 {
 public:
@@ -56,11 +56,11 @@ void tst_SharingEnd::aLogoutEndsSharingBeforeTheSession()
     QCOMPARE(trace.Take(), Lines("KelvoLoggedOut\n> MeasDeviceDisconnected\n> GetLastErrors"));
     QVERIFY(!f.IsTimerRunning());
     const auto devices = f.Sdk().Live()->DeviceReports();
-    QCOMPARE(devices.back().report.state, 0); // the service heard of it while the session stood
-    QCOMPARE(f.Positions().size(), std::size_t(1)); // a logout is no loss of the position
+    QCOMPARE(devices.back().report.state, 0);       // sent before the session ended
+    QCOMPARE(f.Positions().size(), std::size_t(1)); // a logout sends no last position
 }
 
-void tst_SharingEnd::aLogoutTakesTheReceiverOffAlsoWithoutSharing()
+void tst_SharingEnd::aLogoutRemovesTheReceiverAlsoWithoutSharing()
 {
     TSessionTrace trace;
     TSharing f;
@@ -83,7 +83,7 @@ void tst_SharingEnd::aLogoutWhileTheSdkIsLoggedOutReportsAtOnce()
              Lines("> MeasDeviceDisconnected\n> GetLastErrors\n> IsLoggedIn\nKelvoLoggedOut"));
 }
 
-void tst_SharingEnd::aRefusedLogoutHasEndedSharing()
+void tst_SharingEnd::aRefusedLogoutStillEndsSharing()
 {
     TSessionTrace trace;
     TInSession f(trace);
@@ -94,7 +94,7 @@ void tst_SharingEnd::aRefusedLogoutHasEndedSharing()
              Lines("> MeasDeviceDisconnected\n> IsLoggedIn\n> Logout\n> GetLastErrors"));
     QVERIFY(!f.IsTimerRunning());
     QVERIFY(f.hub->IsKelvoLoggedIn());
-    f.Tell(false); // the session goes on, and so may sharing
+    f.Tell(false); // the session and sharing can continue
     QVERIFY(f.IsTimerRunning());
 }
 
@@ -109,17 +109,17 @@ void tst_SharingEnd::aLostSessionEndsSharingAfterTheReport()
     QVERIFY(!f.hub->IsKelvoLoggedIn());
 }
 
-void tst_SharingEnd::aLostSessionThatNobodyCountsChangesNothing()
+void tst_SharingEnd::ignoresALostSessionWhileLoggedOut()
 {
     TSessionTrace trace;
     TInSession f(trace);
     f.hub->OnLoggedOutOfKelvo();
     f.Call("KelvoNotLoggedIn");
     QVERIFY(trace.Take().isEmpty());
-    QVERIFY(f.IsTimerRunning()); // nothing is done, this neither
+    QVERIFY(f.IsTimerRunning()); // the timer is not stopped
 }
 
-void tst_SharingEnd::thePositionOutlivesTheSession()
+void tst_SharingEnd::keepsThePositionAfterTheSession()
 {
     TSessionTrace trace;
     TInSession f(trace);
@@ -128,11 +128,11 @@ void tst_SharingEnd::thePositionOutlivesTheSession()
     QVERIFY(!f.IsTimerRunning());
     f.hub->OnLoginToKelvoRequested();
     f.DeliverNotifications();
-    QVERIFY(f.IsTimerRunning()); // without another word of the receiver
+    QVERIFY(f.IsTimerRunning()); // without another signal of the receiver
     QCOMPARE(f.Positions().size(), std::size_t(2));
 }
 
-void tst_SharingEnd::theWorkersEndStopsTheTimerAndEndsSharingFirst()
+void tst_SharingEnd::finalizeStopsTheTimerAndEndsSharingFirst()
 {
     TSessionTrace trace;
     TInSession f(trace);
@@ -145,7 +145,7 @@ void tst_SharingEnd::theWorkersEndStopsTheTimerAndEndsSharingFirst()
                                          "Unsubscribe\nDestroy"));
 }
 
-void tst_SharingEnd::theWorkersEndWhileLoggedOut()
+void tst_SharingEnd::finalizeWhileLoggedOutRemovesTheReceiverWithoutALogout()
 {
     TSharing f;
     f.Start(ESession::eLoggedOut);
@@ -156,7 +156,7 @@ void tst_SharingEnd::theWorkersEndWhileLoggedOut()
                                          "Unsubscribe\nDestroy"));
 }
 
-void tst_SharingEnd::theWorkersEndOnItsOwnThread()
+void tst_SharingEnd::finalizeEndsSharingOnTheWorkersThread()
 {
     TRunningWorker f;
     QVERIFY(f.Run());

@@ -1,4 +1,4 @@
-// What becomes of the archives in the temporary folder, with the host's own unpacking.
+// The archives of the temporary folder, with the real unpacking of the host.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TDownload.h"
 
@@ -9,15 +9,15 @@ class tst_Unpacking : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void withoutArchivesItSucceeds();
-    void aMissingDownloadFolderIsMadeWithItsParents_data();
-    void aMissingDownloadFolderIsMadeWithItsParents();
+    void succeedsWithoutArchives();
+    void createsAMissingDownloadFolderWithItsParents_data();
+    void createsAMissingDownloadFolderWithItsParents();
     void unpacksBothSuffixesAndNothingElse();
     void takesTheArchivesInTheOrderOfTheirNames();
     void aCorruptArchiveIsReportedAndRemovedAndTheOthersUnpacked();
-    void anEmptyFileIsNoArchive();
+    void reportsAnEmptyFileAsFailed();
     void linksAndFoldersAreLeftAlone();
-    void archivesOfAnEarlierRunGoToTheCurrentProject();
+    void unpacksArchivesOfAnEarlierRunForTheCurrentProject();
     void recordsAreAppended();
     void aBlockedDownloadFolderReportsEveryArchive();
 };
@@ -36,7 +36,7 @@ void PutArchive(const QString& name, const QByteArray& inner, const QByteArray& 
 
 } // namespace
 
-void tst_Unpacking::withoutArchivesItSucceeds()
+void tst_Unpacking::succeedsWithoutArchives()
 {
     TDownload f;
     f.Start();
@@ -45,14 +45,14 @@ void tst_Unpacking::withoutArchivesItSucceeds()
     QVERIFY(errors.isEmpty());
 }
 
-void tst_Unpacking::aMissingDownloadFolderIsMadeWithItsParents_data()
+void tst_Unpacking::createsAMissingDownloadFolderWithItsParents_data()
 {
     QTest::addColumn<bool>("withArchive");
     QTest::newRow("with an archive to unpack") << true;
     QTest::newRow("even with nothing to unpack") << false;
 }
 
-void tst_Unpacking::aMissingDownloadFolderIsMadeWithItsParents()
+void tst_Unpacking::createsAMissingDownloadFolderWithItsParents()
 {
     QFETCH(bool, withArchive);
     TDownload f;
@@ -74,7 +74,8 @@ void tst_Unpacking::unpacksBothSuffixesAndNothingElse()
     f.Start();
     PutArchive(QStringLiteral("a.zip"), "a.txt");
     PutArchive(QStringLiteral("b.ZIP"), "b.txt");
-    PutArchive(QStringLiteral("c.zip.zip"), "c.txt"); // the rule of the listing is not asked here
+    PutArchive(QStringLiteral("c.zip.zip"),
+               "c.txt"); // the listing's suffix rule does not apply here
     PutArchive(QStringLiteral("d.zip.part"), "d.txt");
     PutArchive(QStringLiteral("e.txt"), "e.txt");
     PutArchive(QStringLiteral(".hidden.zip"), "hidden.txt");
@@ -97,7 +98,7 @@ void tst_Unpacking::takesTheArchivesInTheOrderOfTheirNames()
     Put(QStringLiteral("z1.ZIP"), "broken");
     KelvoFileTransferErrorDetailsList errors;
     QVERIFY(!f.worker->ManageKelvoDownloads(ePivots, errors));
-    // The last one to be unpacked has replaced the file of the others.
+    // The archive that is unpacked last replaces the file of the others.
     QCOMPARE(TWorkerFixture::ReadFile(TWorkerFixture::DownloadFolder(ePivots) +
                                       QStringLiteral("same.txt")),
              QByteArray("c.zip"));
@@ -123,7 +124,7 @@ void tst_Unpacking::aCorruptArchiveIsReportedAndRemovedAndTheOthersUnpacked()
     QVERIFY(TDownload::Temporary().isEmpty());
 }
 
-void tst_Unpacking::anEmptyFileIsNoArchive()
+void tst_Unpacking::reportsAnEmptyFileAsFailed()
 {
     TDownload f;
     f.Start();
@@ -149,7 +150,7 @@ void tst_Unpacking::linksAndFoldersAreLeftAlone()
     QVERIFY(QFile::exists(elsewhere));
 }
 
-void tst_Unpacking::archivesOfAnEarlierRunGoToTheCurrentProject()
+void tst_Unpacking::unpacksArchivesOfAnEarlierRunForTheCurrentProject()
 {
     TDownload f;
     f.AddArchive(eCurves, QStringLiteral("curve.zip"), "curve.txt");

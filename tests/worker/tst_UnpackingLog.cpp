@@ -1,5 +1,5 @@
-// What the worker hands to the host's unpacking, and what it writes to the user log. The host's two
-// operations are stood in for below: this program's definitions come before the library's.
+// The arguments of the host's unpacking, and the entries in the user log. The two operations of the
+// host are replaced below: definitions of this program take precedence over the library's.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TDownload.h"
 
@@ -68,8 +68,8 @@ class tst_UnpackingLog : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void init();
-    void handsAbsolutePathsToTheHostInTheOrderOfNames();
-    void everyArchiveGoesWhetherUnpackedOrNot();
+    void passesAbsolutePathsToTheHostInTheOrderOfNames();
+    void removesEachArchiveAlsoAfterAFailure();
     void aFailureIsLoggedWithTheHostsText();
     void aFailureIsNotLoggedWhenTheLogIsOff();
     void successIsNotLogged();
@@ -95,7 +95,7 @@ void tst_UnpackingLog::init()
     g_logEnabled = true;
 }
 
-void tst_UnpackingLog::handsAbsolutePathsToTheHostInTheOrderOfNames()
+void tst_UnpackingLog::passesAbsolutePathsToTheHostInTheOrderOfNames()
 {
     TDownload f;
     f.Start();
@@ -110,7 +110,7 @@ void tst_UnpackingLog::handsAbsolutePathsToTheHostInTheOrderOfNames()
     QCOMPARE(g_unzipCalls, expected);
 }
 
-void tst_UnpackingLog::everyArchiveGoesWhetherUnpackedOrNot()
+void tst_UnpackingLog::removesEachArchiveAlsoAfterAFailure()
 {
     TDownload f;
     f.Start();

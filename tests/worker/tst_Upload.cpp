@@ -1,4 +1,4 @@
-// Sending files: what goes where, what becomes of the local copies, and what is said of failures.
+// Uploads: the targets, the local copies, and the records of failures.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TUpload.h"
 
@@ -20,17 +20,17 @@ private Q_SLOTS:
     void sendsEachFileInOrderAndRemovesItsLocalCopy();
     void announcesAFileBeforeItIsSent();
     void theTargetIsExactlyTheUsersInbox();
-    void theTargetsIdKeepsItsBits();
-    void thePathIsTheFoldersAbsoluteOne();
-    void namesBeyondTheBasicPlaneArriveWhole();
+    void passesAll64BitsOfTheTargetsId();
+    void passesTheAbsolutePath();
+    void keepsNamesBeyondTheBasicPlane();
     void keepsTheLocalFileWhenTheSendFails();
-    void aFailureWithoutErrorsLeavesNoRecord();
+    void appendsNoRecordForAFailureWithoutErrors();
     void eachFailureReadsItsOwnErrors();
-    void aFileThatIsNotThereIsTheSdksToRefuse();
+    void passesAMissingFileToTheSdk();
     void aCancelBeforeTheFirstFileSendsNothing();
     void aCancelTakesEffectBeforeTheNextFile();
     void theCancelIsRevertedBeforeTheCompletion();
-    void theWayThroughTheHub();
+    void uploadsThroughTheHub();
 };
 
 void tst_Upload::anEmptyRequestEmitsNothing()
@@ -97,7 +97,7 @@ void tst_Upload::theTargetIsExactlyTheUsersInbox()
     QCOMPARE(calls.front().targets, (std::set<std::uint64_t>{std::uint64_t(f.Inbox(eCurves))}));
 }
 
-void tst_Upload::theTargetsIdKeepsItsBits()
+void tst_Upload::passesAll64BitsOfTheTargetsId()
 {
     TUpload f;
     f.Sdk().Reset();
@@ -112,7 +112,7 @@ void tst_Upload::theTargetsIdKeepsItsBits()
              (std::set<std::uint64_t>{(1ULL << 32) + 7}));
 }
 
-void tst_Upload::thePathIsTheFoldersAbsoluteOne()
+void tst_Upload::passesTheAbsolutePath()
 {
     TUpload f;
     f.Start();
@@ -124,7 +124,7 @@ void tst_Upload::thePathIsTheFoldersAbsoluteOne()
              expected);
 }
 
-void tst_Upload::namesBeyondTheBasicPlaneArriveWhole()
+void tst_Upload::keepsNamesBeyondTheBasicPlane()
 {
     const QString name = QString::fromUtf8("Feld \xC3\xA4 \xF0\x9F\x9A\x9C.zip");
     TUpload f;
@@ -154,7 +154,7 @@ void tst_Upload::keepsTheLocalFileWhenTheSendFails()
     QCOMPARE(f.Remote(eCurves), List("a.zip|c.zip"));
 }
 
-void tst_Upload::aFailureWithoutErrorsLeavesNoRecord()
+void tst_Upload::appendsNoRecordForAFailureWithoutErrors()
 {
     TUpload f;
     f.Start();
@@ -177,7 +177,7 @@ void tst_Upload::eachFailureReadsItsOwnErrors()
              QStringLiteral("KelvoUploadComplete(3,[a.zip:one|c.zip:three])"));
 }
 
-void tst_Upload::aFileThatIsNotThereIsTheSdksToRefuse()
+void tst_Upload::passesAMissingFileToTheSdk()
 {
     TUpload f;
     f.Start();
@@ -216,7 +216,7 @@ void tst_Upload::aCancelTakesEffectBeforeTheNextFile()
              (QStringList{QStringLiteral("KelvoUploadingFile(3,a.zip)"),
                           QStringLiteral("KelvoUploadingFile(3,b.zip)"),
                           QStringLiteral("KelvoUploadComplete(3,[a.zip:lost])")}));
-    QCOMPARE(f.Remote(eCurves), List("b.zip")); // the one under way was finished
+    QCOMPARE(f.Remote(eCurves), List("b.zip")); // the running upload was finished
     QCOMPARE(TUpload::Local(eCurves), List("a.zip|c.zip"));
 }
 
@@ -232,7 +232,7 @@ void tst_Upload::theCancelIsRevertedBeforeTheCompletion()
     QCOMPARE(cancelSeen, QList<bool>{false});
 }
 
-void tst_Upload::theWayThroughTheHub()
+void tst_Upload::uploadsThroughTheHub()
 {
     TUpload f;
     f.Start();

@@ -1,4 +1,4 @@
-// Sending files: the user's folder on the service, which may have to be made first.
+// Uploads: the user's folder on the service, which is created if it is missing.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TTranslations.h"
 #include "tests/worker/TUpload.h"
@@ -14,16 +14,16 @@ class tst_UploadFolder : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void aMissingFolderIsMadeFirst();
-    void aFolderThatCannotBeMadeIsOneRecord();
-    void aFolderThatIsMadeButNotFoundIsOneRecord();
+    void createsAMissingFolderFirst();
+    void reportsAFolderThatCannotBeCreatedOnce();
+    void reportsACreatedFolderThatIsNotFoundOnce();
     void theTextsAreTranslatedBeforeTheNameIsFilledIn();
-    void prescriptionMapsCompleteAtOnceAndStay();
-    void prescriptionMapsStillGetTheirFolder();
-    void prescriptionMapsWithoutAFolderReportIt();
+    void prescriptionMapsAreNotSent();
+    void aRequestForPrescriptionMapsCreatesTheirFolder();
+    void reportsAMissingFolderOfPrescriptionMaps();
 };
 
-void tst_UploadFolder::aMissingFolderIsMadeFirst()
+void tst_UploadFolder::createsAMissingFolderFirst()
 {
     TUpload f;
     f.Sdk().Reset();
@@ -38,7 +38,7 @@ void tst_UploadFolder::aMissingFolderIsMadeFirst()
     QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoUploadComplete(1,[])"));
 }
 
-void tst_UploadFolder::aFolderThatCannotBeMadeIsOneRecord()
+void tst_UploadFolder::reportsAFolderThatCannotBeCreatedOnce()
 {
     TUpload f;
     f.Sdk().Reset();
@@ -55,7 +55,7 @@ void tst_UploadFolder::aFolderThatCannotBeMadeIsOneRecord()
     QCOMPARE(f.Script().Count(FakeOperation::eUpload), std::size_t(0));
 }
 
-void tst_UploadFolder::aFolderThatIsMadeButNotFoundIsOneRecord()
+void tst_UploadFolder::reportsACreatedFolderThatIsNotFoundOnce()
 {
     TUpload f;
     f.Start();
@@ -92,7 +92,7 @@ void tst_UploadFolder::theTextsAreTranslatedBeforeTheNameIsFilledIn()
              QStringLiteral("KelvoUploadComplete(4,[Alle:Pivots fehlt])"));
 }
 
-void tst_UploadFolder::prescriptionMapsCompleteAtOnceAndStay()
+void tst_UploadFolder::prescriptionMapsAreNotSent()
 {
     TUpload f;
     f.Start();
@@ -103,7 +103,7 @@ void tst_UploadFolder::prescriptionMapsCompleteAtOnceAndStay()
     QCOMPARE(f.Script().Count(FakeOperation::eUpload), std::size_t(0));
 }
 
-void tst_UploadFolder::prescriptionMapsStillGetTheirFolder()
+void tst_UploadFolder::aRequestForPrescriptionMapsCreatesTheirFolder()
 {
     TUpload f;
     f.Sdk().Reset();
@@ -117,7 +117,7 @@ void tst_UploadFolder::prescriptionMapsStillGetTheirFolder()
     QVERIFY(!f.hub->IsCancelCurrentOperationRequested());
 }
 
-void tst_UploadFolder::prescriptionMapsWithoutAFolderReportIt()
+void tst_UploadFolder::reportsAMissingFolderOfPrescriptionMaps()
 {
     TUpload f;
     f.Sdk().Reset();

@@ -1,5 +1,5 @@
-// Ids at and above 2^31, and files that are dated after 2038: what the console's 32 bits make of
-// them is never another's.
+// Ids from 2^31 on, and files dated after 2038. A value that does not fit into 32 bits never
+// selects another file.
 #include "support/GuiTestMain.h"
 #include "tests/host/FileDates.h"
 #include "tests/worker/Listings.h"
@@ -16,17 +16,17 @@ class tst_WideIds : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void whatLooksLikeAnotherFileIsNeitherFetchedNorDeleted();
-    void whatLooksLikeAnInboxIsNoFile();
+    void doesNotFetchOrDeleteAFileOfTheSame32BitId();
+    void doesNotFetchAnInboxOfTheSame32BitId();
     void aReportListsTheInboxThatItNames_data();
     void aReportListsTheInboxThatItNames();
-    void anInboxThatNoReportCanNameIsNotListed();
+    void doesNotListAnInboxWhoseIdNoReportCanHold();
     void theProjectInboxsIdHas32Bits();
-    void archivesOfTheFarFutureAreUnpacked();
+    void unpacksArchivesDatedAfter2038();
 };
 
-// In the listing both files bear the same number.
-void tst_WideIds::whatLooksLikeAnotherFileIsNeitherFetchedNorDeleted()
+// Both files have the same number in the listing.
+void tst_WideIds::doesNotFetchOrDeleteAFileOfTheSame32BitId()
 {
     TDownload f;
     const std::int64_t other = f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
@@ -48,8 +48,8 @@ void tst_WideIds::whatLooksLikeAnotherFileIsNeitherFetchedNorDeleted()
     QVERIFY(TDownload::Local(ePivots).isEmpty());
 }
 
-// An inbox is called after its owner, who may be called anything.
-void tst_WideIds::whatLooksLikeAnInboxIsNoFile()
+// An inbox has the name of its owner, which may be any text.
+void tst_WideIds::doesNotFetchAnInboxOfTheSame32BitId()
 {
     TDownload f;
     f.Farm().AddRawEntry(f.Inbox(ePivots), Entry(TWO_32 + f.Inbox(eCurves), L"b.zip"));
@@ -87,7 +87,7 @@ void tst_WideIds::aReportListsTheInboxThatItNames()
     QCOMPARE(qint64(f.Script().Calls(FakeOperation::eGetResourceWithContent).back().id), queried);
 }
 
-void tst_WideIds::anInboxThatNoReportCanNameIsNotListed()
+void tst_WideIds::doesNotListAnInboxWhoseIdNoReportCanHold()
 {
     TProjectsOnly f;
     f.AddRawInbox(L"AB Lines", TWO_32);
@@ -116,8 +116,8 @@ void tst_WideIds::theProjectInboxsIdHas32Bits()
     QCOMPARE(f.workerLog.Texts(), OneText("NewKelvoProjectFilesList(3,[])"));
 }
 
-// As on a console whose clock is wrong.
-void tst_WideIds::archivesOfTheFarFutureAreUnpacked()
+// Like on a console whose clock is wrong.
+void tst_WideIds::unpacksArchivesDatedAfter2038()
 {
     TDownload f;
     f.Start();

@@ -1,4 +1,4 @@
-// The worker's table of connections: that each is there, once, and that there are no others.
+// The worker's table of connections: each connection exists once, and there are no others.
 #include "support/GuiTestMain.h"
 #include "tests/fakes/Receivers.h"
 #include "tests/worker/TRunningWorker.h"
@@ -16,16 +16,16 @@ class tst_WorkerConnections : public kelvo::test::TTestCase
 private Q_SLOTS:
     void everyRowIsConnectedOnce_data();
     void everyRowIsConnectedOnce();
-    void thereAreNoFurtherRows();
+    void hasNoFurtherConnections();
     void everyManagerSignalIsConnectedOnce_data();
     void everyManagerSignalIsConnectedOnce();
-    void cleanupTakesTheManagersConnectionsAway();
-    void cancellingALoginAsksTheSdkNothing();
+    void cleanupRemovesTheManagersConnections();
+    void cancellingALoginCallsNothingOfTheSdk();
 };
 
 namespace {
 
-// One row of the table. An empty slot of the hub means its signal of the same signature.
+// One row of the table. An empty slot of the hub means the hub's signal of the same signature.
 struct TRow
 {
     const char* sender;
@@ -69,7 +69,7 @@ constexpr const char* MANAGER_SIGNALS[] = {
     "FileModifiedInProjectInbox(long,ulong)",
 };
 
-// Without the fixture's logs, which are receivers too.
+// Does not count the fixture's logs, which are receivers too.
 class TBareWorker : public TWorkerFixture
 {
 public:
@@ -91,7 +91,7 @@ public:
         return wanted == "hub" ? static_cast<QObject*>(hub) : worker.get();
     }
 
-    // The listener that the worker has subscribed.
+    // The worker's subscribed listener.
     TKESDKNotificationMgr* Manager()
     {
         const auto calls = Script().Calls(FakeOperation::eSubscribe);
@@ -127,7 +127,7 @@ void tst_WorkerConnections::everyRowIsConnectedOnce()
     QCOMPARE(fakes::Receivers::Of(sender, row.signal), 0);
 }
 
-void tst_WorkerConnections::thereAreNoFurtherRows()
+void tst_WorkerConnections::hasNoFurtherConnections()
 {
     TBareWorker f;
     for (const TRow& row : ROWS)
@@ -156,7 +156,7 @@ void tst_WorkerConnections::everyManagerSignalIsConnectedOnce()
     QVERIFY(Disconnects(manager, MANAGER_SIGNALS[index], f.worker.get()));
 }
 
-void tst_WorkerConnections::cleanupTakesTheManagersConnectionsAway()
+void tst_WorkerConnections::cleanupRemovesTheManagersConnections()
 {
     TBareWorker f;
     const QPointer<TKESDKNotificationMgr> manager = f.Manager();
@@ -178,7 +178,7 @@ void tst_WorkerConnections::cleanupTakesTheManagersConnectionsAway()
     QVERIFY(manager.isNull());
 }
 
-void tst_WorkerConnections::cancellingALoginAsksTheSdkNothing()
+void tst_WorkerConnections::cancellingALoginCallsNothingOfTheSdk()
 {
     TWorkerFixture f;
     f.Start(TWorkerFixture::ESession::eLoggedOut);

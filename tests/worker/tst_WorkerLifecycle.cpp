@@ -1,5 +1,5 @@
-// The worker's start and end, on the test's own thread: what is asked of the SDK in which order,
-// and what is left when something is missing.
+// The worker's start and end on the test's thread: the order of the SDK calls, and the behaviour
+// when a part is missing.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TWorkerFixture.h"
 
@@ -15,22 +15,22 @@ class tst_WorkerLifecycle : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void makesTheConnectionOnTheApisBaseUrl();
+    void createsTheConnectionWithTheApisBaseUrl();
     void subscribesTheListenerForBothKindsOfEvents();
-    void makesTheTimerOfOneMinuteAndDoesNotStartIt();
-    void aSecondInitializeMakesNoSecondTimer();
+    void createsATimerOfOneMinuteAndDoesNotStartIt();
+    void aSecondInitializeCreatesNoSecondTimer();
     void aSecondInitializeLeavesNothingBehind();
     void aFailedFactoryLeavesNoConnections();
-    void aFailedFactoryMakesEverySlotHarmless_data();
-    void aFailedFactoryMakesEverySlotHarmless();
-    void finalizeLogsOutThenWithdrawsTheListenerThenEndsTheConnection();
+    void everySlotReturnsAtOnceAfterAFailedFactory_data();
+    void everySlotReturnsAtOnceAfterAFailedFactory();
+    void finalizeLogsOutThenUnsubscribesThenDeletesTheConnection();
     void finalizeWhileLoggedOutDoesNotLogOut();
-    void finalizeGoesOnWhenTheLogoutFails();
+    void finalizeContinuesAfterAFailedLogout();
     void finalizeDeletesTheHubAndNullsItsPointer();
     void finalizeStopsTheTimer();
     void finalizeWithoutAConnectionStopsTheTimerAndDeletesTheHub();
     void cleanupIsSafeTwiceAndWithoutAConnection();
-    void nothingOfTheSdkArrivesAfterCleanup();
+    void noSdkSignalArrivesAfterCleanup();
     void recreatingTheInstanceChangesNothing();
     void aWorkerThatNeverStartedIsDeletedWithoutTheHub();
 };
@@ -49,7 +49,7 @@ QList<FakeOperation> Only(fakes::FakeScript& script, const QList<FakeOperation>&
 
 } // namespace
 
-void tst_WorkerLifecycle::makesTheConnectionOnTheApisBaseUrl()
+void tst_WorkerLifecycle::createsTheConnectionWithTheApisBaseUrl()
 {
     TWorkerFixture f;
     f.Make();
@@ -74,7 +74,7 @@ void tst_WorkerLifecycle::subscribesTheListenerForBothKindsOfEvents()
     QCOMPARE(calls.front().listener->SubscribedEvents(), (kesdk::api::EEventTypes{1, 2}));
 }
 
-void tst_WorkerLifecycle::makesTheTimerOfOneMinuteAndDoesNotStartIt()
+void tst_WorkerLifecycle::createsATimerOfOneMinuteAndDoesNotStartIt()
 {
     TWorkerFixture f;
     f.Start();
@@ -86,7 +86,7 @@ void tst_WorkerLifecycle::makesTheTimerOfOneMinuteAndDoesNotStartIt()
     QVERIFY(!timers.first()->isActive());
 }
 
-void tst_WorkerLifecycle::aSecondInitializeMakesNoSecondTimer()
+void tst_WorkerLifecycle::aSecondInitializeCreatesNoSecondTimer()
 {
     TWorkerFixture f;
     f.Start(ESession::eLoggedOut);
@@ -95,7 +95,7 @@ void tst_WorkerLifecycle::aSecondInitializeMakesNoSecondTimer()
     QCOMPARE(f.worker->findChildren<QTimer*>(), QList<QTimer*>{const_cast<QTimer*>(timer)});
 }
 
-// Neither the first connection nor the first listener outlives the worker's end.
+// The end of the worker deletes also the first connection and the first listener.
 void tst_WorkerLifecycle::aSecondInitializeLeavesNothingBehind()
 {
     TWorkerFixture f;
@@ -120,7 +120,7 @@ void tst_WorkerLifecycle::aFailedFactoryLeavesNoConnections()
     QVERIFY(f.hub);
 }
 
-void tst_WorkerLifecycle::aFailedFactoryMakesEverySlotHarmless_data()
+void tst_WorkerLifecycle::everySlotReturnsAtOnceAfterAFailedFactory_data()
 {
     QTest::addColumn<int>("slot");
     const QMetaObject& meta = TKelvoThreadObject::staticMetaObject;
@@ -130,7 +130,7 @@ void tst_WorkerLifecycle::aFailedFactoryMakesEverySlotHarmless_data()
     }
 }
 
-void tst_WorkerLifecycle::aFailedFactoryMakesEverySlotHarmless()
+void tst_WorkerLifecycle::everySlotReturnsAtOnceAfterAFailedFactory()
 {
     QFETCH(int, slot);
     TWorkerFixture f;
@@ -163,7 +163,7 @@ void tst_WorkerLifecycle::aFailedFactoryMakesEverySlotHarmless()
     QVERIFY(KelvoInterface == nullptr);
 }
 
-void tst_WorkerLifecycle::finalizeLogsOutThenWithdrawsTheListenerThenEndsTheConnection()
+void tst_WorkerLifecycle::finalizeLogsOutThenUnsubscribesThenDeletesTheConnection()
 {
     TWorkerFixture f;
     f.Start(ESession::eLoggedIn);
@@ -186,7 +186,7 @@ void tst_WorkerLifecycle::finalizeWhileLoggedOutDoesNotLogOut()
     QCOMPARE(f.Sdk().LiveCount(), std::size_t(0));
 }
 
-void tst_WorkerLifecycle::finalizeGoesOnWhenTheLogoutFails()
+void tst_WorkerLifecycle::finalizeContinuesAfterAFailedLogout()
 {
     TWorkerFixture f;
     f.Start(ESession::eLoggedIn);
@@ -252,7 +252,7 @@ void tst_WorkerLifecycle::cleanupIsSafeTwiceAndWithoutAConnection()
     QCOMPARE(withdrawn.front().listener, subscribed.front().listener);
 }
 
-void tst_WorkerLifecycle::nothingOfTheSdkArrivesAfterCleanup()
+void tst_WorkerLifecycle::noSdkSignalArrivesAfterCleanup()
 {
     TWorkerFixture f;
     f.Start();

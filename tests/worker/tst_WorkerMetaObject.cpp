@@ -1,5 +1,5 @@
-// The worker as Qt's meta-object system shows it, and what its constructor leaves behind. Nothing
-// here registers the list types: that is the constructor's.
+// The worker in Qt's meta-object system, and the effects of its constructor. Only the constructor
+// registers the list types: this test does not.
 #include "support/TestMain.h"
 #include "tests/fakes/Declarations.h"
 #include "tests/fakes/FakeKesdk.h"

@@ -1,4 +1,4 @@
-// The worker's table of connections: what each does across the threads.
+// The worker's table of connections: the effect of each connection between the threads.
 #include "support/GuiTestMain.h"
 #include "tests/fakes/Declarations.h"
 #include "tests/worker/TRunningWorker.h"
@@ -32,7 +32,7 @@ void tst_WorkerReports::workerReportsReachTheHub()
     KelvoFileInfoList files;
     files.fileIds = {7L};
     files.fileNames = QStringList{QStringLiteral("a.zip")};
-    // From the worker's own thread, as it emits them itself.
+    // Emitted on the worker's thread, as the worker does.
     QMetaObject::invokeMethod(worker, [=] {
         Q_EMIT worker->KelvoLoginInProgress();
         Q_EMIT worker->KelvoLoginFailed(QStringLiteral("why"));

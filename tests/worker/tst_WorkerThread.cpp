@@ -1,4 +1,4 @@
-// The worker on its own thread: where things run, and that its end is sound whenever it comes.
+// The worker on KelvoThread: the thread of each call, and a stop at different moments.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TRunningWorker.h"
 
@@ -15,13 +15,13 @@ class tst_WorkerThread : public kelvo::test::TTestCase
 private Q_SLOTS:
     void isNamedKelvoThread();
     void runsEverySdkCallOnItsThread();
-    void aSessionFromLoginToLogout();
+    void runsASessionFromLoginToLogout();
     void aStopBeforeTheLoopStillInitialisesAndFinalises();
     void aStopDuringALoginEndsIt();
     void aStopEndsARunningUploadAndKeepsTheFile();
     void aStopEndsARunningDownloadAndLeavesNoPartOfIt();
     void aStopLogsOutOfASession();
-    void theAbortCheckSaysNoUntilTheStop();
+    void theAbortCheckIsFalseUntilTheStop();
     void requestsRightBeforeTheStopDoNoHarm();
     void startsAndEndsManyTimes();
 };
@@ -55,8 +55,8 @@ void tst_WorkerThread::runsEverySdkCallOnItsThread()
     }
 }
 
-// All that the screens hear, in this order.
-void tst_WorkerThread::aSessionFromLoginToLogout()
+// All signals to the screens, in this order.
+void tst_WorkerThread::runsASessionFromLoginToLogout()
 {
     TRunningWorker f;
     f.Farm().AddFile(f.Inbox(ePivots), L"pivot.zip", "content");
@@ -127,7 +127,7 @@ void tst_WorkerThread::aStopEndsARunningUploadAndKeepsTheFile()
         TWorkerFixture::WriteFile(TWorkerFixture::UploadFolder(eCurves) + name, "content");
     f.hub->OnUploadToKelvoRequested(eCurves, names);
     QVERIFY(gate->WaitUntilReached());
-    f.End(); // would block for ever without the abort check
+    f.End(); // blocks for ever without the abort check
     for (const QString& name : names)
         QVERIFY(QFile::exists(TWorkerFixture::UploadFolder(eCurves) + name));
     QVERIFY(f.Farm().FileNames(f.Inbox(eCurves)).empty());
@@ -158,7 +158,7 @@ void tst_WorkerThread::aStopLogsOutOfASession()
     QCOMPARE(f.Sdk().LiveCount(), std::size_t(0));
 }
 
-void tst_WorkerThread::theAbortCheckSaysNoUntilTheStop()
+void tst_WorkerThread::theAbortCheckIsFalseUntilTheStop()
 {
     TRunningWorker f;
     QVERIFY(f.Run());

@@ -1,4 +1,4 @@
-// A test program that has to fail, in the way that its test functions are called.
+// A test program that has to fail. Each test function is named after the reason of its failure.
 #include "support/TestMain.h"
 
 #include <QtCore/QThread>
@@ -12,14 +12,14 @@ class TestThatWarns : public kelvo::test::TTestCase
 private Q_SLOTS:
     void passes() { QVERIFY(true); }
     void warns() { qWarning("said on the main thread"); }
-    void warnsElsewhere()
+    void warnsOnAnotherThread()
     {
         const std::unique_ptr<QThread> thread(
             QThread::create([] { qCritical("said on another thread"); }));
         thread->start();
         QVERIFY(thread->wait());
     }
-    void waitsInVain()
+    void expectsAWarningThatDoesNotCome()
     {
         const kelvo::test::TExpectedMessage expected(QStringLiteral("never said"));
     }

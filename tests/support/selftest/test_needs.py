@@ -1,4 +1,4 @@
-"""What becomes of a test case on a machine without what it needs."""
+"""The result of a test case on a machine that lacks what the test needs."""
 
 import os
 import sys
@@ -12,7 +12,7 @@ from needs import needs  # noqa: E402
 
 
 def outcome(is_there, ci):
-    """(tests passed, skipped, failed) of a case that needs something."""
+    """(tests passed, skipped, failed) of a test case that needs a thing."""
     environment = {key: value for key, value in os.environ.items() if key != "CI"}
     with mock.patch.dict(os.environ, environment | ({"CI": ci} if ci else {}), clear=True):
         class Case(unittest.TestCase):
@@ -25,14 +25,14 @@ def outcome(is_there, ci):
 
 
 class Needs(unittest.TestCase):
-    def test_what_is_there_is_used(self):
+    def test_runs_if_the_thing_is_there(self):
         self.assertEqual(outcome(True, ""), (1, 0, 0))
         self.assertEqual(outcome(True, "true"), (1, 0, 0))
 
-    def test_what_is_missing_is_left_out_at_home(self):
+    def test_is_skipped_if_the_thing_is_missing(self):
         self.assertEqual(outcome(False, ""), (0, 1, 0))
 
-    def test_what_is_missing_fails_on_ci(self):
+    def test_fails_in_ci_if_the_thing_is_missing(self):
         self.assertEqual(outcome(False, "true"), (0, 0, 1))
 
 

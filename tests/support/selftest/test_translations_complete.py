@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What translations_complete.py finds, in a small tree that has one fault at a time.
+"""Tests of translations_complete.py, on a small tree with one fault in each test.
 
 usage: test_translations_complete.py LUPDATE [unittest's arguments]
 """
@@ -30,7 +30,7 @@ def message(source, translation, kind="", numerus=False):
 
 class FindsWhatIsWrong(unittest.TestCase):
     def offences(self, argument, messages, language="pl"):
-        """Of a tree with one text, given as translate() takes it, and these messages."""
+        """The offences of a tree with these messages and one text. `argument` is the argument of translate()."""
         with tempfile.TemporaryDirectory() as folder:
             tree = pathlib.Path(folder)
             (tree / "src").mkdir()
@@ -42,22 +42,22 @@ class FindsWhatIsWrong(unittest.TestCase):
         self.assertGreater(count, 0)
         return "\n".join(offences)
 
-    def test_nothing(self):
+    def test_a_right_translation(self):
         self.assertEqual(self.offences('"Back to %1: "', message("Back to %1: ", "%1: wstecz : ")),
                          "")
 
     def test_a_text_that_the_catalogue_does_not_have(self):
         self.assertIn("'Back' is unfinished", self.offences('"Back"', ""))
 
-    def test_an_unfinished_one(self):
+    def test_an_unfinished_translation(self):
         self.assertIn("is unfinished",
                       self.offences('"Back"', message("Back", "Wstecz", "unfinished")))
 
-    def test_one_that_the_sources_do_not_have(self):
+    def test_a_text_that_the_sources_do_not_have(self):
         messages = message("Back", "Wstecz") + message("Forth", "Dalej")
         self.assertIn("'Forth' is vanished", self.offences('"Back"', messages))
 
-    def test_an_empty_one(self):
+    def test_an_empty_translation(self):
         self.assertNotEqual(self.offences('"Back"', message("Back", " ")), "")
 
     def test_other_placeholders(self):

@@ -1,4 +1,4 @@
-// The message trap fails a test program when it has to, and only then.
+// The message trap fails a test program only on unexpected messages.
 #include "support/TStartedProgram.h"
 #include "support/TestMain.h"
 
@@ -16,9 +16,9 @@ private Q_SLOTS:
         QTest::newRow("expected") << QStringLiteral("warnsAsExpected") << true << QByteArray();
         QTest::newRow("main thread") << QStringLiteral("warns") << false
                                      << QByteArray("unexpected message: said on the main thread");
-        QTest::newRow("other thread") << QStringLiteral("warnsElsewhere") << false
+        QTest::newRow("other thread") << QStringLiteral("warnsOnAnotherThread") << false
                                       << QByteArray("unexpected message: said on another thread");
-        QTest::newRow("missing") << QStringLiteral("waitsInVain") << false
+        QTest::newRow("missing") << QStringLiteral("expectsAWarningThatDoesNotCome") << false
                                  << QByteArray("expected message did not come: never said");
         QTest::newRow("after the tests") << QStringLiteral("warnsWhenDestroyed") << false
                                          << QByteArray("1 unexpected message(s)");
