@@ -197,11 +197,15 @@ void TKelvoFileControlWidget::OnKelvoDeleteDownloadableFilesComplete(
            OutcomeOf(errors, tr("Delete complete."), tr("%1 failed to delete.")), FINISHED);
 }
 
-// ---- Cancelling. The completion ends this state.
+// ---- Cancelling. The completion ends this state. A cancel that arrives after the completion does
+// nothing: no completion would follow, and the dialog would keep both buttons disabled.
 
 // The text is translated once and reused for the life of the process.
 void TKelvoFileControlWidget::OnFileTransferCanceled()
 {
+    if (!KelvoInterface->IsKelvoFileOperationInProgress()) {
+        return;
+    }
     static const QString message = tr("Cancelling file operation ...");
     Report(m_fileTransferDialog, message, CANCELLING);
     KelvoInterface->OnCancelCurrentOperationRequested();
@@ -209,6 +213,9 @@ void TKelvoFileControlWidget::OnFileTransferCanceled()
 
 void TKelvoFileControlWidget::OnDeleteDownloadableFilesCanceled()
 {
+    if (!KelvoInterface->IsKelvoFileOperationInProgress()) {
+        return;
+    }
     Report(m_deleteProgressDialog, tr("Cancelling delete operation ..."), CANCELLING);
     KelvoInterface->OnCancelCurrentOperationRequested();
 }

@@ -266,6 +266,7 @@ void tst_FileControlSetup::cancelsAreQueued()
 {
     TControllerFixture f;
     f.SetUp(true);
+    f.Hub().OnDownloadFromKelvoRequested(eCurves, {Text("a.zip")});
     for (TMessageDialog* dialog : {&f.Transfer(), &f.Deletion()}) {
         f.Hub().RevertCancelCurrentOperation();
         const QString before = dialog->Message();

@@ -13,8 +13,8 @@ class tst_FileResults : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void init();
-    void translatesTheTransferCancelOnceAndTheDeletionCancelEachTime(); // first: the text is
-                                                                        // translated once a process
+    // First, because the text of a transfer is translated once a process.
+    void translatesTheTransferCancelOnceAndTheDeletionCancelEachTime();
     void progressOnlyChangesTheText_data();
     void progressOnlyChangesTheText();
     void completions_data();
@@ -25,6 +25,8 @@ private Q_SLOTS:
     void aDeletionDoesNotRereadTheList();
     void cancellingATransferDisablesBothButtonsUntilItsEnd();
     void cancellingADeletionDisablesBothButtonsUntilItsEnd();
+    void aCancelBehindTheCompletionLeavesTheDialogFinished_data();
+    void aCancelBehindTheCompletionLeavesTheDialogFinished();
     void theNextOperationCanBeCancelledAgain();
     void namesWithPlaceholdersStayAsTheyAre();
 
@@ -82,6 +84,7 @@ void tst_FileResults::translatesTheTransferCancelOnceAndTheDeletionCancelEachTim
 {
     F& f = *m_f;
     const QString tag = Text("{TKelvoFileControlWidget|}");
+    f.Hub().OnDownloadFromKelvoRequested(eCurves, Texts("a.zip"));
     {
         const TTaggingTranslator translator;
         f.controller->OnFileTransferCanceled();
@@ -291,6 +294,46 @@ void tst_FileResults::cancellingADeletionDisablesBothButtonsUntilItsEnd()
     QVERIFY(!f.Transfer().isVisible());
     f.Hub().OnKelvoDeleteComplete(3, Errors(1));
     QCOMPARE(F::StateOf(f.Deletion()), Text("finished"));
+}
+
+void tst_FileResults::aCancelBehindTheCompletionLeavesTheDialogFinished_data()
+{
+    QTest::addColumn<int>("operation");
+    QTest::addColumn<QByteArray>("completion");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("download") << int(eDownload) << QByteArray("OnKelvoDownloadComplete")
+                              << Text("Download complete.");
+    QTest::newRow("upload") << int(eUpload) << QByteArray("OnKelvoUploadComplete")
+                            << Text("Upload complete.");
+    QTest::newRow("deletion") << int(eDelete) << QByteArray("OnKelvoDeleteComplete")
+                              << Text("Delete complete.");
+}
+
+// The operator presses cancel while the worker's completion is already queued.
+void tst_FileResults::aCancelBehindTheCompletionLeavesTheDialogFinished()
+{
+    QFETCH(int, operation);
+    QFETCH(QByteArray, completion);
+    QFETCH(QString, message);
+    F& f = *m_f;
+    if (operation == eDownload)
+        f.controller->DownloadFilesFromKelvo(eManageCurves, Texts("a.zip"));
+    else if (operation == eUpload)
+        f.controller->UploadFilesToKelvo(eManageCurves, Texts("a.zip"));
+    else
+        f.controller->DeletedFilesDownloadableFromKelvo(eManageCurves, Texts("a.zip"));
+    TMessageDialog& dialog = operation == eDelete ? f.Deletion() : f.Transfer();
+    QVERIFY(QMetaObject::invokeMethod(
+        &f.Hub(), completion.constData(), Qt::QueuedConnection, Q_ARG(int, 3),
+        Q_ARG(KelvoFileTransferErrorDetailsList, KelvoFileTransferErrorDetailsList())));
+    Press(dialog, TMessageDialog::eButton1);
+    QCOMPARE(F::StateOf(dialog), Text("running"));
+    QCoreApplication::processEvents();
+    QCOMPARE(F::StateOf(dialog), Text("finished"));
+    QCOMPARE(dialog.Message(), message);
+    QVERIFY(!f.Hub().IsCancelCurrentOperationRequested());
+    Press(dialog, TMessageDialog::eButton0);
+    QVERIFY(!dialog.isVisible());
 }
 
 void tst_FileResults::theNextOperationCanBeCancelledAgain()
