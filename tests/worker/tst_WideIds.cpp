@@ -1,7 +1,7 @@
 // Ids from 2^31 on, and files dated after 2038. A value that does not fit into 32 bits never
 // selects another file.
 #include "support/GuiTestMain.h"
-#include "tests/host/FileDates.h"
+#include "tests/support/FileDates.h"
 #include "tests/worker/Listings.h"
 #include "tests/worker/TDownload.h"
 #include "tests/worker/TEmptyFarm.h"
@@ -126,8 +126,8 @@ void tst_WideIds::unpacksArchivesDatedAfter2038()
     QVERIFY(QDir().mkpath(TWorkerFixture::DownloadFolder(ePivots)));
     const QString inside = TWorkerFixture::DownloadFolder(ePivots) + QStringLiteral("a.txt");
     TWorkerFixture::WriteFile(inside, "former");
-    QVERIFY(kelvo::test::SetFileDate(archive, kelvo::test::farFutureS));
-    QVERIFY(kelvo::test::SetFileDate(inside, kelvo::test::farFutureS));
+    QVERIFY(kelvo::test::SetFileDate(archive.toStdString(), kelvo::test::farFutureS));
+    QVERIFY(kelvo::test::SetFileDate(inside.toStdString(), kelvo::test::farFutureS));
     KelvoFileTransferErrorDetailsList errors;
     QVERIFY(f.worker->ManageKelvoDownloads(ePivots, errors));
     QVERIFY(errors.isEmpty());

@@ -1,7 +1,7 @@
 // Files with a date after 2038: a console with a wrong clock writes them, and USB sticks bring
 // them. With 32-bit times, stat() fails for such a file.
-#include "host/FileDates.h"
 #include "host/files/TUnzipFixture.h"
+#include "tests/support/FileDates.h"
 
 #include "framework/TSecretKey.h"
 #include "host/TFileSystemHelper.h"
@@ -23,9 +23,10 @@ bool DateAll(const QString& folder)
     const QStringList below = ImageOf(folder).keys();
     return std::all_of(below.begin(), below.end(),
                        [&](const QString& path) {
-                           return SetFileDate(folder + QLatin1Char('/') + path, farFutureS);
+                           return SetFileDate((folder + QLatin1Char('/') + path).toStdString(),
+                                              farFutureS);
                        }) &&
-           SetFileDate(folder, farFutureS);
+           SetFileDate(folder.toStdString(), farFutureS);
 }
 
 } // namespace
@@ -51,8 +52,8 @@ void tst_FarFuture::unpacksAnArchive()
 {
     TUnzipFixture fixture;
     QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("a.txt", "new")));
-    QVERIFY(SetFileDate(fixture.Archive(), farFutureS));
-    QCOMPARE(FileDate(fixture.Archive()), farFutureS);
+    QVERIFY(SetFileDate(fixture.Archive().toStdString(), farFutureS));
+    QCOMPARE(FileDate(fixture.Archive().toStdString()), farFutureS);
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
     QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("a.txt"), "file:new"}}));
 }
@@ -72,7 +73,8 @@ void tst_FarFuture::unpacksOverFilesAndFolders()
     TFolderImage after = before;
     after[QStringLiteral("a.txt")] = after[QStringLiteral("map/b.txt")] = "file:new";
     QCOMPARE(fixture.Content(), after);
-    QCOMPARE(FileDate(fixture.Destination() + QStringLiteral("/map/kept.txt")), farFutureS);
+    QCOMPARE(FileDate((fixture.Destination() + QStringLiteral("/map/kept.txt")).toStdString()),
+             farFutureS);
 }
 
 void tst_FarFuture::refusesAFileInPlaceOfAFolder()
@@ -142,10 +144,10 @@ void tst_FarFuture::readsTheKeyFile()
     const QString path = folder.filePath(QStringLiteral("key"));
     QString remark;
     QVERIFY2(hostimpl::TSecretKey().Create(path, remark), qPrintable(remark));
-    QVERIFY(SetFileDate(path, farFutureS));
+    QVERIFY(SetFileDate(path.toStdString(), farFutureS));
     QCOMPARE(hostimpl::TSecretKey().Load(path, remark), hostimpl::EKeyFile::eLoaded);
     QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther));
-    QVERIFY(SetFileDate(path, farFutureS));
+    QVERIFY(SetFileDate(path.toStdString(), farFutureS));
     QCOMPARE(hostimpl::TSecretKey().Load(path, remark), hostimpl::EKeyFile::eLoaded);
     QVERIFY2(remark.contains(QStringLiteral("It is private now.")), qPrintable(remark));
 }
@@ -156,7 +158,7 @@ void tst_FarFuture::appendsToTheUserLog()
     const QString path = folder.filePath(QStringLiteral("user.log"));
     hostimpl::TUserLogFile log(path);
     log.Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("first"));
-    QVERIFY(SetFileDate(path, farFutureS));
+    QVERIFY(SetFileDate(path.toStdString(), farFutureS));
     log.Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("second"));
     QVERIFY(ReadFile(path).endsWith(" second\n"));
     QCOMPARE(ReadFile(path).count('\n'), 2);
@@ -170,7 +172,7 @@ void tst_FarFuture::rotatesTheUserLog()
     limits.fileSizeBytes = 10;
     hostimpl::TUserLogFile log(path, limits);
     log.Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("first"));
-    QVERIFY(SetFileDate(path, farFutureS));
+    QVERIFY(SetFileDate(path.toStdString(), farFutureS));
     log.Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("second"));
     QVERIFY(ReadFile(path + QStringLiteral(".1")).endsWith(" first\n"));
     QCOMPARE(ReadFile(path).count('\n'), 1);

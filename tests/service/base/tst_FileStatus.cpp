@@ -1,7 +1,7 @@
 // The status of files, including files with dates after 2038.
 #include "service/base/FileStatus.h"
 #include "service/base/Files.h"
-#include "tests/service/support/FileDates.h"
+#include "tests/support/FileDates.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -47,7 +47,7 @@ TEST_F(StatusOfAFile, HasDatesOfMoreThan32Bits)
 {
     for (const std::int64_t seconds : {std::int64_t{2147483647}, std::int64_t{2147483648},
                                        test::farFutureS, std::int64_t{4294967296}}) {
-        ASSERT_TRUE(test::setFileDate(file, seconds));
+        ASSERT_TRUE(test::SetFileDate(file, seconds));
         const auto status = statusOf(file);
         ASSERT_TRUE(status) << seconds;
         EXPECT_EQ(status->modifiedNs, seconds * nsPerS);
@@ -57,7 +57,7 @@ TEST_F(StatusOfAFile, HasDatesOfMoreThan32Bits)
 
 TEST_F(StatusOfAFile, IsTheSameByItsDescriptor)
 {
-    ASSERT_TRUE(test::setFileDate(file, test::farFutureS));
+    ASSERT_TRUE(test::SetFileDate(file, test::farFutureS));
     const FileStatus status = statusOf(openFile(file, O_RDONLY).get());
     EXPECT_EQ(status.modifiedNs, test::farFutureS * nsPerS);
     EXPECT_EQ(status.node, statusOf(file)->node);

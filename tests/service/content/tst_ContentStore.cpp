@@ -5,8 +5,8 @@
 #include "service/content/Integrity.h"
 #include "service/content/UploadWriter.h"
 #include "tests/service/support/FailingSync.h"
-#include "tests/service/support/FileDates.h"
 #include "tests/service/support/RunAwaitable.h"
+#include "tests/support/FileDates.h"
 #include "tests/support/TempFolder.h"
 
 #include <gmock/gmock.h>
@@ -60,7 +60,7 @@ TEST_F(Contents, AreKeptOnce)
 TEST_F(Contents, MayBeDatedWhenTimesOf32BitsAreOver)
 {
     const std::string digest = receive("u1", "abc");
-    ASSERT_TRUE(test::setFileDate(folder.Path() / "uploads" / "u1", test::farFutureS));
+    ASSERT_TRUE(test::SetFileDate(folder.Path() / "uploads" / "u1", test::farFutureS));
     EXPECT_EQ(store.uploadSize("u1"), 3U);
     EXPECT_TRUE(store.uploadChangedMs("u1"));
     EXPECT_TRUE(store.adopt("u1", digest));

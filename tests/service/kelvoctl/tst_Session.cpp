@@ -3,7 +3,7 @@
 
 #include "service/kelvoctl/CommandContext.h"
 #include "service/kelvoctl/Failures.h"
-#include "tests/service/support/FileDates.h"
+#include "tests/support/FileDates.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -39,7 +39,7 @@ TEST_F(SessionFile, IsLoadedAsItWasSaved)
 TEST_F(SessionFile, IsLoadedIfItsDateIsAfter2038)
 {
     session.save(file);
-    ASSERT_TRUE(kelvo::test::setFileDate(file, kelvo::test::farFutureS));
+    ASSERT_TRUE(kelvo::test::SetFileDate(file, kelvo::test::farFutureS));
     EXPECT_TRUE(Session::load(file));
 }
 

@@ -3,7 +3,7 @@
 
 #include "service/base/Digest.h"
 #include "service/kelvoctl/Failures.h"
-#include "tests/service/support/FileDates.h"
+#include "tests/support/FileDates.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -44,7 +44,7 @@ TEST(UploadSource, ReadsAFileDatedAfter2038)
 {
     const kelvo::test::TempFolder folder;
     const auto file = folder.Write("a", "hello");
-    ASSERT_TRUE(kelvo::test::setFileDate(file, kelvo::test::farFutureS));
+    ASSERT_TRUE(kelvo::test::SetFileDate(file, kelvo::test::farFutureS));
     UploadSource source(file);
     EXPECT_EQ(source.sizeBytes(), 5U);
     EXPECT_EQ(readAll(source), "hello");

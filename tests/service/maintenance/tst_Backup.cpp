@@ -6,7 +6,7 @@
 #include "service/maintenance/Verify.h"
 #include "service/store/FileTable.h"
 #include "tests/service/maintenance/BackupFixture.h"
-#include "tests/service/support/FileDates.h"
+#include "tests/support/FileDates.h"
 
 #include <gmock/gmock.h>
 
@@ -49,7 +49,7 @@ TEST_F(BackingUp, AndRestoringGivesTheSameFolder)
 TEST_F(BackingUp, CopiesFilesDatedAfter2038)
 {
     for (const auto& entry : fs::recursive_directory_iterator(folder.Path())) {
-        ASSERT_TRUE(test::setFileDate(entry.path(), test::farFutureS)) << entry.path();
+        ASSERT_TRUE(test::SetFileDate(entry.path(), test::farFutureS)) << entry.path();
     }
     EXPECT_THAT(makeBackup().damages, IsEmpty());
     EXPECT_THAT(restoreBackup().damages, IsEmpty());
