@@ -60,6 +60,11 @@ class LifeTest(FarmCase):
                 self.assertEqual(result.returncode, 3)
                 self.assertIn(str(plugin), result.stderr)
 
+    def test_an_address_that_the_sdk_does_not_accept(self):
+        result = self.headless("--service", "name.invalid:99999", text="status\n")
+        self.assertEqual((result.returncode, result.stdout), (3, ""))
+        self.assertIn("does not take requests", result.stderr)
+
     def test_a_faulty_script_file_does_not_start(self):
         script = self.folder / "script"
         script.write_text("status\nlist everything\n")
