@@ -98,7 +98,7 @@ private:
     {
         fs::remove(to_ / databaseName);
         copyDatabase(from_, to_ / databaseName);
-        const auto sql = store::makeSqlite((to_ / databaseName).string())->connect();
+        const auto sql = store::makeSqliteCopy((to_ / databaseName).string())->connect();
         requireSchema(*sql, false);
         wanted_ = wantedContents(*sql);
         uploads_ = openUploads(*sql);

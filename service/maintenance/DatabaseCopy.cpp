@@ -57,7 +57,7 @@ void copyPages(sqlite3& source, sqlite3& target)
 }
 
 /**
- * The service's commits wait while its database is read. So the database is first read into a
+ * The service's log grows while its database is read. So the database is first read into a
  * temporary file of SQLite without a name, which no crash can leave behind. The second step writes
  * and syncs the target, which may be slow.
  */
@@ -87,20 +87,36 @@ std::optional<FileDescriptor> lockShared(const fs::path& dataFolder)
     return lock;
 }
 
-fs::path journalOf(fs::path database)
+/** Files beside a database that belong to it. A copy needs the first two. */
+constexpr const char* companions[] = {"-journal", "-wal", "-shm"};
+
+fs::path companion(fs::path database, const char* suffix)
 {
-    return database += "-journal";
+    return database += suffix;
 }
 
-/** Rolls back the unfinished transaction from the journal. SQLite does so at the first read. */
-void undoUnfinished(const fs::path& database)
+/**
+ * Rolls back an unfinished transaction, takes the committed ones out of the log, and leaves one
+ * file. A damaged database stays as it is: the program that reads the copy reports the damage.
+ */
+void makeOneFile(const fs::path& database)
 {
-    const Handle copy = openRaw(database, SQLITE_OPEN_READWRITE);
-    const int read =
-        sqlite3_exec(copy.get(), "SELECT COUNT(*) FROM sqlite_master", nullptr, nullptr, nullptr);
-    if (read != SQLITE_OK) {
-        throw std::runtime_error(std::string("the database cannot be read: ") +
-                                 sqlite3_errstr(read));
+    // The first statement makes SQLite read the journal or the log.
+    constexpr const char* statements =
+        "SELECT COUNT(*) FROM sqlite_master; PRAGMA journal_mode = DELETE";
+    {
+        const Handle copy = openRaw(database, SQLITE_OPEN_READWRITE);
+        const int result = sqlite3_exec(copy.get(), statements, nullptr, nullptr, nullptr);
+        if (result == SQLITE_CORRUPT || result == SQLITE_NOTADB) {
+            return;
+        }
+        if (result != SQLITE_OK) {
+            throw std::runtime_error(std::string("the database cannot be read: ") +
+                                     sqlite3_errstr(result));
+        }
+    }
+    for (const char* suffix : companions) {
+        fs::remove(companion(database, suffix)); // SQLite leaves an empty journal
     }
 }
 
@@ -119,14 +135,15 @@ void copyDatabase(const fs::path& dataFolder, const fs::path& to)
     }
     if (const auto lock = lockShared(dataFolder)) {
         copyFile(from, to);
-        if (fs::exists(journalOf(from))) {
-            copyFile(journalOf(from), journalOf(to));
-            undoUnfinished(to);
-            fs::remove(journalOf(to)); // an empty journal is still there
+        for (const char* suffix : {companions[0], companions[1]}) {
+            if (fs::exists(companion(from, suffix))) {
+                copyFile(companion(from, suffix), companion(to, suffix));
+            }
         }
     } else {
         copyInUse(from, to);
     }
+    makeOneFile(to);
     syncFolder(to.parent_path());
 }
 
@@ -137,7 +154,7 @@ DatabaseSnapshot::DatabaseSnapshot(const fs::path& dataFolder)
     try {
         fs::permissions(folder, fs::perms::owner_all);
         copyDatabase(dataFolder, folder / databaseName);
-        session_ = store::makeSqlite((folder / databaseName).string())->connect();
+        session_ = store::makeSqliteCopy((folder / databaseName).string())->connect();
         requireSchema(*session_, true);
     } catch (...) {
         std::error_code ignored;

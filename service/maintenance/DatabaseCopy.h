@@ -19,11 +19,11 @@ inline constexpr const char* databaseName = "kelvo.sqlite";
 bool isInUse(const std::filesystem::path& dataFolder);
 
 /**
- * Copies one state of the database to a new file and syncs it. Throws std::runtime_error,
- * std::system_error.
+ * Copies one state of the database to a new file and syncs it. The copy is one file with a rollback
+ * journal. Throws std::runtime_error, std::system_error.
  *
- * If a service runs, the pages are copied through a temporary file (in $TMPDIR, or /var/tmp).
- * Commits wait only while the temporary file is written, however slow the target's disk is.
+ * If a service runs, the pages are copied through a temporary file (in $TMPDIR, or /var/tmp). The
+ * service's log grows only while the temporary file is written, however slow the target's disk is.
  * Otherwise the files are copied, and a transaction that a crash left unfinished is rolled back in
  * the copy; the original is only read.
  */

@@ -40,7 +40,7 @@ void requireBackup(const fs::path& from)
     if (!fs::exists(from / databaseName)) { // opening a missing database would create it
         throw StartRefused(from.string() + " is not a complete backup: it has no database");
     }
-    requireSchema(*store::makeSqlite((from / databaseName).string())->connect(), false);
+    requireSchema(*store::makeSqliteCopy((from / databaseName).string())->connect(), false);
 }
 
 /**
@@ -49,7 +49,7 @@ void requireBackup(const fs::path& from)
  */
 void leaveGap(const fs::path& database)
 {
-    const auto dialect = store::makeSqlite(database.string());
+    const auto dialect = store::makeSqliteCopy(database.string());
     const auto session = dialect->connect();
     store::migrate(*session, *dialect);
     soci::session& sql = *session;
@@ -90,7 +90,7 @@ void copyContents(const fs::path& from, const fs::path& to, CopyReport& report)
 
 void reportMissing(const fs::path& folder, CopyReport& report)
 {
-    const auto sql = store::makeSqlite((folder / databaseName).string())->connect();
+    const auto sql = store::makeSqliteCopy((folder / databaseName).string())->connect();
     for (const WantedContent& content : wantedContents(*sql)) {
         if (!fs::exists(contentPath(folder, content.sha256))) {
             report.damages.push_back("content " + content.sha256 + " (" + content.firstFile +

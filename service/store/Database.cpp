@@ -15,12 +15,6 @@ namespace {
 /** The largest number of changes in one commit. It limits the wait of the first change. */
 constexpr std::size_t largestBatch = 128;
 
-/**
- * Attempts to commit against another program's lock. Each attempt waits as long as the dialect.
- * Readers wait meanwhile.
- */
-constexpr int commitAttempts = 3;
-
 } // namespace
 
 Database::Database(std::unique_ptr<Dialect> dialect, unsigned readers)
@@ -46,7 +40,7 @@ Database::~Database()
     readers_.stop();
 }
 
-Database::Reader::Reader(Database& database) : database_(database), pass_(database.gate_)
+Database::Reader::Reader(Database& database) : database_(database)
 {
     {
         const std::lock_guard lock(database_.sessionsMutex_);
@@ -223,23 +217,7 @@ void Database::begin()
     }
 }
 
-/** A commit that is refused as busy changes nothing and leaves the transaction open. */
 void Database::commit()
-{
-    const CommitPass pass(gate_);
-    for (int attempt = 1;; ++attempt) {
-        try {
-            tryCommit();
-            return;
-        } catch (const StoreBusy&) {
-            if (attempt == commitAttempts) {
-                throw;
-            }
-        }
-    }
-}
-
-void Database::tryCommit()
 {
     try {
         *writer_ << "COMMIT";

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "service/base/WorkPool.h"
-#include "service/store/CommitGate.h"
 #include "service/store/Dialect.h"
 #include "service/store/Records.h"
 
@@ -134,7 +133,6 @@ private:
 
     private:
         Database& database_;
-        ReaderPass pass_;
         std::unique_ptr<soci::session> session_;
     };
 
@@ -149,12 +147,10 @@ private:
     void runJob(Job& job);
     void begin();
     void commit();
-    void tryCommit();
 
     std::unique_ptr<Dialect> dialect_;
     CommitListener commitListener_;
     DoubtListener doubtListener_;
-    CommitGate gate_;
     std::mutex sessionsMutex_; // guards idleSessions_
     std::vector<std::unique_ptr<soci::session>> idleSessions_;
     std::mutex queueMutex_; // guards queue_ and stopping_

@@ -22,19 +22,22 @@ std::string quoted(const std::string& file)
 class Sqlite final : public Dialect
 {
 public:
-    explicit Sqlite(const std::string& file) : connectString_("dbname=" + quoted(file)) {}
+    Sqlite(const std::string& file, const char* journal)
+        : connectString_("dbname=" + quoted(file)), journal_(journal)
+    {}
 
     std::unique_ptr<soci::session> connect() const override
     {
-        // The timeout matters only if another program, such as a backup, uses the file.
-        // Database.cpp retries a commit.
+        // The timeout matters only when another program has the file locked.
         auto session = std::make_unique<soci::session>(*soci::factory_sqlite3(),
                                                        connectString_ + " timeout=4");
-        // A commit is the removal of the journal. FULL does not sync this removal: after a power
-        // failure the journal may be back and undo the commit. EXTRA syncs it.
-        static constexpr const char* settings[] = {
-            "PRAGMA journal_mode = DELETE", "PRAGMA synchronous = EXTRA",
-            "PRAGMA foreign_keys = ON",     "PRAGMA cache_size = -1024",
+        // With a write-ahead log each commit syncs the log. With a rollback journal EXTRA also
+        // syncs the removal of the journal, which is the commit there.
+        const char* const settings[] = {
+            journal_,
+            "PRAGMA synchronous = EXTRA",
+            "PRAGMA foreign_keys = ON",
+            "PRAGMA cache_size = -1024",
             "PRAGMA temp_store = MEMORY",
         };
         for (const char* setting : settings) {
@@ -69,13 +72,19 @@ public:
 
 private:
     std::string connectString_;
+    const char* journal_;
 };
 
 } // namespace
 
 std::unique_ptr<Dialect> makeSqlite(const std::string& file)
 {
-    return std::make_unique<Sqlite>(file);
+    return std::make_unique<Sqlite>(file, "PRAGMA journal_mode = WAL");
+}
+
+std::unique_ptr<Dialect> makeSqliteCopy(const std::string& file)
+{
+    return std::make_unique<Sqlite>(file, "PRAGMA journal_mode = DELETE");
 }
 
 } // namespace kelvo::store

@@ -34,7 +34,11 @@ public:
     virtual void translate(const std::exception& error) const = 0;
 };
 
-/** A database file with a rollback journal; every commit is synced. */
+/** The service's database file, with a write-ahead log and every commit synced. Only the service's
+ * writer may write to it. */
 std::unique_ptr<Dialect> makeSqlite(const std::string& file);
+
+/** A copy of the database that no service uses. It stays one file with a rollback journal. */
+std::unique_ptr<Dialect> makeSqliteCopy(const std::string& file);
 
 } // namespace kelvo::store

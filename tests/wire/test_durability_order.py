@@ -15,7 +15,7 @@ from kelvowire.http import sha256_hex
 from kelvowire.service import GUARD_SECONDS, Service
 from tracing import RENAME, SYNC, UNLINK, finished_calls, needs_tracing, position
 
-CALLS = "fsync,fdatasync,sync_file_range,rename,renameat,renameat2,link,linkat,unlink,unlinkat,write,sendto,sendmsg"
+CALLS = "fsync,fdatasync,sync_file_range,rename,renameat,renameat2,link,linkat,unlink,unlinkat,write,pwrite64,sendto,sendmsg"
 SEND = ("write", "sendto", "sendmsg")
 
 
@@ -58,11 +58,12 @@ class DurabilityOrder(unittest.TestCase):
         return self.check_committed(calls, folder)
 
     def check_committed(self, calls, begin):
-        journal = position(calls, "sync of the journal", begin, SYNC, "kelvo.sqlite-journal")
-        database = position(calls, "sync of the database", journal, SYNC, "kelvo.sqlite>")
-        commit = position(calls, "removal of the journal", database, UNLINK, "kelvo.sqlite-journal")
-        kept = position(calls, "sync of the journal's folder", commit, SYNC, "/data>")
-        return position(calls, "reply", kept, SEND, "TCP", "\\27\\3\\3")
+        written = position(calls, "write to the database's log", begin, ("pwrite64",), "kelvo.sqlite-wal")
+        synced = position(calls, "sync of the log", written, SYNC, "kelvo.sqlite-wal")
+        reply = position(calls, "reply", synced, SEND, "TCP", "\\27\\3\\3")
+        last = max(index for index in range(reply) if calls[index][0] == "pwrite64" and "kelvo.sqlite-wal" in calls[index][1])
+        self.assertLess(last, synced, "the log was written to after its sync")
+        return reply
 
     def replies_between(self, calls, begin, end):
         return [index for index in range(begin + 1, end)

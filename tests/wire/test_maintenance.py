@@ -176,11 +176,25 @@ class Restored(MaintenanceTest):
         self.assertEqual(olga.get(f"/resources/{file}/content").body, b"lost")
         service.stop()
 
+    def test_backs_up_the_last_commits_of_a_killed_service(self):
+        content = b"committed before the kill"
+        file = self.olga.put("last.zip", [self.inbox], content)[0]["id"]
+        self.service.kill()
+        self.assertTrue(os.path.getsize(self.service.path("kelvo.sqlite-wal")))
+        self.succeed("backup", "--data", self.service.folder, "--to", self.backup())
+        self.assertEqual([name for name in os.listdir(self.backup()) if name.startswith("kelvo.sqlite")], ["kelvo.sqlite"])
+        self.succeed("restore", "--force", "--from", self.backup(), "--data", self.service.folder)
+        self.service.start()
+        olga = Client(self.service, self.olga.token)
+        self.addCleanup(olga.close)
+        self.assertEqual(olga.get(f"/resources/{file}/content").body, content)
+        self.service.stop()
+
     def test_restores_in_place_after_damage(self):
         content = b"precious" * 1000
         file = self.olga.put("kept.zip", [self.inbox], content)[0]["id"]
         self.succeed("backup", "--data", self.service.folder, "--to", self.backup())
-        self.service.kill()
+        self.service.stop()
         os.truncate(self.service.path("kelvo.sqlite"), 5000)
         os.remove(self.content_path(content))
         code, out, err = run("verify", "--data", self.service.folder)

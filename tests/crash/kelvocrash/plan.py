@@ -22,7 +22,8 @@ UPLOADS = {"curves": ("Curves", "to-service/curves"), "reports": ("From Console"
 ARCHIVE_KIND, ARCHIVE_PROJECT, UNPACK_FOLDER = "maps", "To Console", "from-service/prescriptions"
 # The critical steps of each command: (pattern of the step, the most matching steps before the kill).
 # Half of the kills count such steps, the others count all steps.
-COMMITTED = (r"service/kelvo\.sqlite-journal removed", 4)
+# A commit writes each of its pages to the log, about ten of them.
+COMMITTED = (r"service/kelvo\.sqlite-wal written", 40)
 LANDMARKS = {
     "start": ((r"\.console-unpacking/.* (moved|removed)", 8), (r"service/(kelvo|endpoints)", 8)),
     "login": (COMMITTED,),

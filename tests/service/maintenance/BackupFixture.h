@@ -58,7 +58,7 @@ protected:
     /** A number from the restored database. */
     long long number(const std::string& query) const
     {
-        const auto sql = store::makeSqlite((restored() / "kelvo.sqlite").string())->connect();
+        const auto sql = store::makeSqliteCopy((restored() / "kelvo.sqlite").string())->connect();
         long long value = -1;
         *sql << query, soci::into(value);
         return value;

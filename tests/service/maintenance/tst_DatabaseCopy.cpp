@@ -60,9 +60,9 @@ TEST_F(DatabaseCopying, LetsTheServiceCommitWhileTheTargetIsSlow)
 {
     const DataFolder running(folder.Path());
     test::disableBusyTimeout(database);
-    copyDatabase(folder.Path(), target()); // makes the target, so that another program can lock it
-    test::OtherProgram slow(target());
-    slow.lockExclusive();
+    copyDatabase(folder.Path(), target()); // so that there is something to keep
+    test::OtherProgram slow(*store::makeSqliteCopy(target().string()));
+    slow.lockWrites();
     LockWatch watch;
     std::thread copying([this] { copyDatabase(folder.Path(), target()); });
     watch.untilSqliteWaits();
@@ -80,7 +80,7 @@ TEST_F(DatabaseCopying, LeavesNothingBesideTheCopy)
         EXPECT_EQ(entry.path(), target());
     }
     long long rows = 0;
-    *store::makeSqlite(target().string())->connect() << "SELECT COUNT(*) FROM files",
+    *store::makeSqliteCopy(target().string())->connect() << "SELECT COUNT(*) FROM files",
         soci::into(rows);
     EXPECT_EQ(rows, 3) << "two in an inbox, one in the bin";
 }

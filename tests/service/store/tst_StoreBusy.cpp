@@ -1,4 +1,4 @@
-// A database locked by another program: the store reports StoreBusy, and never a commit in doubt.
+// A database that another program uses at the same moment.
 #include "service/store/Errors.h"
 #include "service/store/FarmTable.h"
 #include "service/store/Schema.h"
@@ -9,46 +9,31 @@
 #include <gmock/gmock.h>
 #include <soci/soci.h>
 
-#include <functional>
 #include <memory>
 #include <set>
+#include <string>
 
 namespace kelvo::test {
 namespace {
 
-/** Calls `beforeCommit` before each commit. Does not wait for locks. */
-class WatchedDialect final : public DialectAround
+/** Does not wait for locks. */
+class ImpatientDialect final : public DialectAround
 {
 public:
-    using Watch = std::function<void()>;
-
-    WatchedDialect(std::unique_ptr<store::Dialect> real, std::shared_ptr<Watch> beforeCommit)
-        : DialectAround(std::move(real)), beforeCommit_(std::move(beforeCommit))
-    {}
+    using DialectAround::DialectAround;
 
     std::unique_ptr<soci::session> connect() const override
     {
         auto session = connectInner();
         *session << "PRAGMA busy_timeout = 0";
-        session->set_query_transformation([watch = beforeCommit_](const std::string& query) {
-            if (query == "COMMIT" && *watch) {
-                (*watch)();
-            }
-            return query;
-        });
         return session;
     }
-
-private:
-    std::shared_ptr<Watch> beforeCommit_;
 };
 
 /** Not part of the contract: other kinds of database have no lock on the whole database. */
 class BusySqlite : public testing::Test
 {
 protected:
-    BusySqlite() { disableBusyTimeout(database); }
-
     void addFarm()
     {
         database.writeNow([](store::Transaction& t) { store::addFarm(t, "Hill Farm"); });
@@ -60,86 +45,83 @@ protected:
     }
 
     /** Opens a second service's database, which does not wait for locks either. */
-    void open(const std::filesystem::path& path)
+    static void open(const std::filesystem::path& path)
     {
         const store::Database opened(
-            std::make_unique<WatchedDialect>(store::makeSqlite(path.string()), beforeCommit));
+            std::make_unique<ImpatientDialect>(store::makeSqlite(path.string())));
     }
 
     std::filesystem::path file() const { return folder.Path() / "store.sqlite"; }
 
     TempFolder folder;
-    std::shared_ptr<WatchedDialect::Watch> beforeCommit = std::make_shared<WatchedDialect::Watch>();
     store::Database database{
-        std::make_unique<WatchedDialect>(store::makeSqlite(file().string()), beforeCommit)};
-    OtherProgram other{file()};
+        std::make_unique<ImpatientDialect>(store::makeSqlite(file().string()))};
+    OtherProgram other{*store::makeSqlite(file().string())};
 };
 
-TEST_F(BusySqlite, ChangesNothingWhenItCannotCommit)
+TEST_F(BusySqlite, CommitsWhileAnotherProgramReads)
 {
-    bool isInDoubt = false;
-    database.onDoubt([&isInDoubt](const std::set<store::Id>&) { isInDoubt = true; });
-    other.lockShared();
-    EXPECT_THROW(addFarm(), store::StoreBusy);
-    EXPECT_FALSE(isInDoubt);
+    other.beginRead();
+    addFarm();
+    EXPECT_EQ(farms(), 1U);
     other.unlock();
+}
+
+TEST_F(BusySqlite, ReadsWhileAnotherProgramWrites)
+{
+    other.lockWrites();
+    EXPECT_EQ(farms(), 0U);
+    other.unlock();
+}
+
+TEST_F(BusySqlite, RefusesAChangeWhileAnotherProgramWrites)
+{
+    bool doubted = false;
+    database.onDoubt([&doubted](const std::set<store::Id>&) { doubted = true; });
+    other.lockWrites();
+    EXPECT_THROW(addFarm(), store::StoreBusy);
+    other.unlock();
+    EXPECT_FALSE(doubted);
     EXPECT_EQ(farms(), 0U);
     addFarm();
     EXPECT_EQ(farms(), 1U);
 }
 
-TEST_F(BusySqlite, RetriesTheCommit)
+TEST_F(BusySqlite, OpensBesideAReader)
 {
-    other.lockShared();
-    int commits = 0;
-    *beforeCommit = [&] {
-        ++commits;
-        if (commits == 2) {
-            other.unlock();
-        }
-    };
-    addFarm();
-    EXPECT_EQ(commits, 2);
-    *beforeCommit = nullptr;
-    EXPECT_EQ(farms(), 1U);
-}
-
-TEST_F(BusySqlite, GivesUpCommittingAfterThreeAttempts)
-{
-    other.lockShared();
-    int commits = 0;
-    *beforeCommit = [&commits] { ++commits; };
-    EXPECT_THROW(addFarm(), store::StoreBusy);
-    EXPECT_EQ(commits, 3);
-    *beforeCommit = nullptr;
-}
-
-TEST_F(BusySqlite, OpensBesideAReaderIfItsSchemaIsCurrent)
-{
-    other.lockShared();
+    other.beginRead();
     EXPECT_NO_THROW(open(file()));
+    other.unlock();
 }
 
-TEST_F(BusySqlite, IsBusyIfItsSchemaCannotBeMigrated)
+TEST_F(BusySqlite, RefusesToMigrateWhileAnotherProgramWrites)
 {
     const std::filesystem::path old = folder.Path() / "old.sqlite";
     const auto dialect = store::makeSqlite(old.string());
     store::migrate(*dialect->connect(), *dialect, 1);
-    OtherProgram reader(old);
-    reader.lockShared();
+    OtherProgram writer(*dialect);
+    writer.lockWrites();
     EXPECT_THROW(open(old), store::StoreBusy);
-    reader.unlock();
+    writer.unlock();
     EXPECT_NO_THROW(open(old));
 }
 
-TEST_F(BusySqlite, IsBusyForReadsAndWritesBesideAnExclusiveLock)
+TEST_F(BusySqlite, TakesOverADatabaseWithARollbackJournal)
 {
-    other.lockExclusive();
-    EXPECT_THROW(farms(), store::StoreBusy);
-    EXPECT_THROW(addFarm(), store::StoreBusy);
-    other.unlock();
-    addFarm();
-    EXPECT_EQ(farms(), 1U);
+    const std::filesystem::path old = folder.Path() / "old.sqlite";
+    {
+        store::Database older(store::makeSqliteCopy(old.string()));
+        older.writeNow([](store::Transaction& t) { store::addFarm(t, "Old Farm"); });
+    }
+    OtherProgram reader(*store::makeSqliteCopy(old.string()));
+    reader.beginRead();
+    EXPECT_THROW(open(old), store::StoreBusy); // the change of the journal needs the whole file
+    reader.unlock();
+    store::Database newer(store::makeSqlite(old.string()));
+    EXPECT_EQ(newer.readNow([](soci::session& sql) { return store::allFarms(sql).size(); }), 1U);
+    std::string mode;
+    newer.readNow([&mode](soci::session& sql) { sql << "PRAGMA journal_mode", soci::into(mode); });
+    EXPECT_EQ(mode, "wal");
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 
 #include <soci/soci.h>
 
-#include <filesystem>
 #include <memory>
 
 namespace kelvo::test {
@@ -14,20 +13,18 @@ namespace kelvo::test {
 class OtherProgram
 {
 public:
-    explicit OtherProgram(const std::filesystem::path& database)
-        : sql_(store::makeSqlite(database.string())->connect())
-    {}
+    explicit OtherProgram(const store::Dialect& dialect) : sql_(dialect.connect()) {}
 
-    /** Holds a read lock, so that no commit is possible until unlock(). */
-    void lockShared()
+    /** Reads until unlock(). */
+    void beginRead()
     {
         int rows = 0;
         *sql_ << "BEGIN";
         *sql_ << "SELECT COUNT(*) FROM farms", soci::into(rows);
     }
 
-    /** Holds an exclusive lock, so that no read is possible until unlock(). */
-    void lockExclusive() { *sql_ << "BEGIN EXCLUSIVE"; }
+    /** Locks the database against other writers until unlock(). */
+    void lockWrites() { *sql_ << "BEGIN EXCLUSIVE"; }
 
     void unlock() { *sql_ << "ROLLBACK"; }
 
