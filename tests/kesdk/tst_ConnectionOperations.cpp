@@ -302,4 +302,14 @@ TEST_F(ConnectionOperations, APositionDoesNotWaitForATransfer)
     EXPECT_EQ(service.Count("POST /v1/positions"), 1);
 }
 
+TEST_F(ConnectionOperations, RemovesTheJournalOfASentFileWithTheNextOperation)
+{
+    LogIn();
+    ASSERT_TRUE(Upload("a.zip", "x"));
+    EXPECT_EQ(folder.EntryCount(), 2u) << "the file and its journal";
+    std::filesystem::remove(folder.Path("a.zip"));
+    EXPECT_EQ(connection->GetProjects().size(), 7u);
+    EXPECT_EQ(folder.EntryCount(), 0u);
+}
+
 } // namespace kesdk::test

@@ -219,8 +219,9 @@ class Round:
         self._check()
         world, plan = self.world, self.plan
         projects = world.office.projects()
-        require(checks.delivered(plan, projects, world.office) + checks.left_on_console(world.data, world.state))
-        self._must("logout")
+        require(checks.delivered(plan, projects, world.office))
+        self._must("logout")  # removes the journals of files that were sent and removed
+        require(checks.left_on_console(world.data, world.state))
         warnings = world.close_console().strip()
         require([f"a console printed: {warnings}"] if warnings else [])
         world.stop_service()

@@ -1,4 +1,4 @@
-// What the SDK knows of the account: keeping it up to date.
+// Updates of the snapshot.
 #include "account/AccountSnapshot.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@ namespace {
 
 using Notification = api::IResourceChangeNotification;
 
-// Far more than can be removed while one reply is on its way.
+// Far more files than a console removes while one reply is on its way.
 constexpr std::size_t kMostRemembered = 10'000;
 
 ResourceChange Change(Notification::EContainerKind kind, std::int64_t containerId,
@@ -25,7 +25,7 @@ ResourceChange Change(Notification::EContainerKind kind, std::int64_t containerI
     return change;
 }
 
-// Of an event; they grow. Empty when it has none.
+// The number of an event; later events have higher numbers. Empty if it has none.
 std::optional<std::int64_t> NumberOf(const std::string& id)
 {
     std::int64_t number = 0;
@@ -93,7 +93,7 @@ ResourceChanges AccountSnapshot::ApplyEvent(const AccountEvent& event)
     return {};
 }
 
-// Moves the cursor on as well: it is the newest event that was ever seen.
+// Sets the cursor too: the newest event so far.
 bool AccountSnapshot::IsOld(const AccountEvent& event)
 {
     const std::optional<std::int64_t> number = NumberOf(event.id);

@@ -1,4 +1,4 @@
-// What the SDK knows of the account: projects, inboxes and files.
+// The SDK's snapshot of the account: projects, inboxes and files.
 #pragma once
 
 #include "client/Records.h"
@@ -20,16 +20,16 @@ namespace kesdk::impl {
 using ResourceChange = api::IResourceChangeNotification::ResourceChange;
 using ResourceChanges = std::vector<ResourceChange>;
 
-// The account as the service last told it, kept up to date from two sides: the event stream, and
-// the replies to our own requests, which may come before or after the event of the same change.
-// Every patch says what it changed, so that the second to come says nothing. Events that come
-// twice, late or in another order leave each file as the newest event of it has it.
+// The account as the service last described it. Updates come from the event stream and from the
+// replies to our own requests, in any order. Every patch returns its changes: the second report of
+// a change returns none. Events may come twice, late or in another order: each file ends as its
+// newest event describes it.
 //
 // Thread safety: safe.
 class AccountSnapshot
 {
 public:
-    // Takes the account as it is now. The changes name every container that differs from before.
+    // Replaces the snapshot. The changes name every container that differs from before.
     ResourceChanges Replace(AccountRecord account);
     void Clear();
     // Counts the calls of Replace and Clear.
@@ -37,20 +37,20 @@ public:
 
     // From the event stream.
     ResourceChanges ApplyEvent(const AccountEvent& event);
-    // From the reply to an upload that was begun at `generation`. A snapshot taken since then may
-    // know better: then the event stream tells the rest.
+    // From the reply to an upload that began at `generation`. A later snapshot may be newer than
+    // the reply: then the event stream brings the rest.
     ResourceChanges ApplyOwnUpload(const std::vector<FileRecord>& files, std::uint64_t generation);
     // From the reply to a delete.
     ResourceChanges ApplyOwnDelete(std::int64_t fileId);
     ResourceChanges ApplyOwnInbox(const InboxRecord& inbox);
 
     std::vector<api::EnterpriseProject> Projects() const;
-    // Empty when there is no such project, as are the following for theirs.
+    // Empty if there is no such project. The following are empty if there is no such resource.
     std::optional<std::list<api::EnterpriseResourceWithContent>>
     ProjectResources(std::int64_t projectId) const;
     std::optional<api::EnterpriseResourceWithContent> Resource(std::int64_t resourceId) const;
     std::optional<FileRecord> File(std::int64_t fileId) const;
-    // Of the user's own.
+    // Whether the user has an inbox in this project.
     bool HasOwnInbox(const std::wstring& projectName) const;
     api::CurrentUser User() const;
     std::string Cursor() const;
@@ -61,7 +61,7 @@ private:
         std::int64_t projectId = 0;
         std::wstring name;
         std::int64_t ownerUserId = 0;
-        std::map<std::int64_t, FileRecord> files; // by id, which is the service's order
+        std::map<std::int64_t, FileRecord> files; // by id, in the service's order
     };
     struct Project
     {
@@ -92,12 +92,12 @@ private:
     mutable std::mutex m_mutex; // guards everything below
     State m_state;
     std::uint64_t m_generation = 0;
-    std::int64_t m_oldestNews = 0; // events up to this one are in the state, whatever they tell
+    std::int64_t m_oldestNews = 0; // the snapshot contains all events up to this one
     std::unordered_map<std::int64_t, std::int64_t> m_newestEventOfFile;
-    // Files of which our own request learnt that they are gone before the stream told so; an older
-    // "added" may still be on its way there.
+    // Files that our own request found removed, before the stream reported it. An older "added" may
+    // still arrive.
     std::unordered_set<std::int64_t> m_goneBeforeEvent;
-    // Files that the stream reported removed; the reply to the upload may still be on its way.
+    // Files that the stream reported as removed. The reply to their upload may still arrive.
     std::unordered_set<std::int64_t> m_removedByEvent;
 };
 

@@ -1,4 +1,3 @@
-// Server-sent events out of a stream of bytes.
 #include "account/EventParser.h"
 
 #include <algorithm>
@@ -11,7 +10,7 @@ namespace {
 constexpr std::size_t kMostBytes = std::size_t{1024} * 1024;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-// An id comes back in a field of a request's head.
+// The SDK sends an id back in a header field.
 bool IsFieldText(std::string_view text)
 {
     return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });

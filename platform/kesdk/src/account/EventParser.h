@@ -10,12 +10,12 @@ namespace kesdk::impl {
 
 struct ServerSentEvent
 {
-    std::string id; // the last one seen in the stream
+    std::string id; // the last id of the stream so far
     std::string name;
     std::string data;
 };
 
-// Reads the text/event-stream format, torn anywhere.
+// Reads the text/event-stream format, in pieces of any size.
 class EventParser
 {
 public:
@@ -23,7 +23,7 @@ public:
 
     explicit EventParser(Handler handler);
 
-    // False when the stream is none: a line or an event longer than anything the service sends.
+    // False if the stream is unusable: a line or an event is longer than the service sends.
     bool Feed(const char* bytes, std::size_t sizeBytes);
 
 private:

@@ -50,7 +50,7 @@ private:
         if (event.kind == EAccountEvent::eSessionEnded)
             m_hasSessionEnded = true;
         else if (event.kind == EAccountEvent::eUnreadable)
-            m_mustStartOver = true; // it may have changed anything
+            m_mustStartOver = true; // the unreadable event may have changed anything
         else if (!m_hasSessionEnded && !m_mustStartOver)
             m_handlers.onEvent(event);
     }

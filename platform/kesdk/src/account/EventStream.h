@@ -9,9 +9,9 @@
 namespace kesdk::impl {
 
 enum class EStreamEnd {
-    eClosed,       // by the service or the link: resume behind the last event
-    eSessionEnded, // the session is no more
-    eTooOld,       // the cursor cannot be resumed: fetch the account anew
+    eClosed,       // by the service or the link: resume after the last event
+    eSessionEnded, // the service ended the session
+    eTooOld,       // the cursor is unknown: fetch a new snapshot
     eAborted,
     eRefused, // the service answered with another error
 };
@@ -28,13 +28,13 @@ class EventStream
 public:
     struct Handlers
     {
-        std::function<void()> onOpen; // the stream stands
+        std::function<void()> onOpen; // the stream is open
         std::function<void(const AccountEvent&)> onEvent;
     };
 
     explicit EventStream(ApiClient& api) : m_api(api) {}
 
-    // Two of the service's comments may be missed before a silent stream counts as dead.
+    // A silent stream counts as dead before the second of two missing comments is due.
     StreamOutcome Run(const ApiCall& call, const std::string& cursor, const Handlers& handlers);
 
 private:

@@ -1,4 +1,4 @@
-// What the SDK knows of the account: the contract's questions.
+// Queries of the snapshot, as the contract defines them.
 #include "account/AccountSnapshot.h"
 
 namespace kesdk::impl {

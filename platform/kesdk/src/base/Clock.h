@@ -1,4 +1,4 @@
-// Time as the SDK sees it: injected, so that retries and deadlines are tested without waiting.
+// Time, injected, so that tests of retries and deadlines do not wait.
 #pragma once
 
 #include <chrono>
@@ -6,7 +6,7 @@
 
 namespace kesdk::impl {
 
-// True as soon as what is running shall end. An empty one means never.
+// Returns true when the running operation must end. An empty check never does.
 using AbortCheck = std::function<bool()>;
 
 inline bool IsAborted(const AbortCheck& check)
@@ -23,24 +23,24 @@ public:
     virtual Time Now() const = 0;
 };
 
-// Lets a retry wait.
+// Waits between two attempts.
 // Thread safety: Sleep on one thread, Wake from any.
 class Sleeper
 {
 public:
     virtual ~Sleeper() = default;
-    // False when the check ended it early. The check is asked at least four times a second.
+    // Blocks. False if the check ended the pause. The check runs at least four times a second.
     virtual bool Sleep(std::chrono::milliseconds duration, const AbortCheck& abort) = 0;
-    // Has a running (or else the next) Sleep ask its check at once.
+    // A running (or else the next) Sleep asks its check at once.
     virtual void Wake() = 0;
 };
 
-// Spreads retries, so that consoles that lost the service together do not return together.
+// Spreads retries: consoles that lost the service together must not return together.
 class Jitter
 {
 public:
     virtual ~Jitter() = default;
-    // Even over [0, 1).
+    // Evenly distributed over [0, 1).
     virtual double Next() = 0;
 };
 

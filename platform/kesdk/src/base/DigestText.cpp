@@ -1,4 +1,3 @@
-// Digests as text.
 #include "base/DigestText.h"
 
 #include "base/Text.h"

@@ -11,9 +11,9 @@ namespace kesdk::impl {
 
 std::string ToHex(const Sha256::Digest& digest);
 
-// The value of the Repr-Digest field that says this digest: sha-256=:BASE64:
+// The Repr-Digest field of this digest: sha-256=:BASE64:
 std::string ToReprDigest(const Sha256::Digest& digest);
-// The digest that such a value says; none if it is not one.
+// The digest in a Repr-Digest field; none if the field is not valid.
 std::optional<Sha256::Digest> FromReprDigest(std::string_view value);
 
 } // namespace kesdk::impl

@@ -1,4 +1,4 @@
-// Why something failed, before it becomes a text for the operator.
+// The cause of a failure. ErrorTexts turns it into a text for the operator.
 #pragma once
 
 #include <chrono>
@@ -9,7 +9,7 @@
 
 namespace kesdk::impl {
 
-// Goes out as CErrorMsg::code.
+// The value of CErrorMsg::code.
 enum class EErrorCode : std::int32_t {
     eNone = 0,
     // Of the call itself
@@ -62,8 +62,8 @@ enum class EErrorCode : std::int32_t {
     eDamaged = 68,
 };
 
-// A default-constructed one means that nothing failed. `detail` is for support: technical, never
-// holds a credential or a token.
+// A default-constructed Failure means success. `detail` is for support: technical, without
+// credentials and tokens.
 struct Failure
 {
     EErrorCode code = EErrorCode::eNone;
@@ -80,7 +80,7 @@ struct Failure
     bool Is(EErrorCode errorCode) const { return code == errorCode; }
 };
 
-// A value, or why there is none.
+// A value or a failure.
 template <class T>
 struct Result
 {

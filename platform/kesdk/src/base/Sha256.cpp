@@ -1,4 +1,3 @@
-// SHA-256 over bytes that come in pieces.
 #include "base/Sha256.h"
 
 #include <openssl/evp.h>

@@ -1,4 +1,4 @@
-// SHA-256 over bytes that come in pieces.
+// SHA-256 of bytes that arrive in pieces.
 #pragma once
 
 #include <array>
@@ -21,7 +21,7 @@ public:
 
     void Reset();
     void Update(const void* bytes, std::size_t sizeBytes);
-    // Ends the computation; Reset starts a new one.
+    // Ends the computation. Reset starts a new one.
     Digest Finish();
 
 private:

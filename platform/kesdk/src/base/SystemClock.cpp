@@ -1,4 +1,3 @@
-// The real clock, sleeper and jitter.
 #include "base/SystemClock.h"
 
 #include <algorithm>

@@ -27,7 +27,7 @@ private:
     bool m_woken = false;
 };
 
-// One a thread: not safe to share.
+// Not thread-safe: each thread needs its own.
 class SystemJitter : public Jitter
 {
 public:

@@ -1,4 +1,3 @@
-// Text between the contract's wide strings, the wire's UTF-8 and the operator's HTML.
 #include "base/Text.h"
 
 #include <openssl/evp.h>
@@ -41,7 +40,7 @@ void AppendUtf8(std::string& out, std::uint32_t code)
     }
 }
 
-// One row a length of sequence: how its first byte looks and the least value it may stand for.
+// One row for each length of a sequence: the bits of its first byte, and its lowest code point.
 struct SequenceForm
 {
     std::uint32_t mask;
@@ -57,7 +56,8 @@ constexpr SequenceForm kForms[] = {
     {0xF8, 0xF0, 4, 0x10000},
 };
 
-// Takes one code point off the front; one byte off, and the replacement, where there is none.
+// Removes one code point from the front. If the front is not valid: removes one byte and returns
+// the replacement character.
 std::uint32_t TakeCodePoint(std::string_view& rest)
 {
     const auto first = static_cast<unsigned char>(rest.front());

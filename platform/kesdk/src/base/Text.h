@@ -1,4 +1,4 @@
-// Text between the contract's wide strings, the wire's UTF-8 and the operator's HTML.
+// Conversions: the contract's wide strings, UTF-8, HTML, base64 and URLs.
 #pragma once
 
 #include <cstddef>
@@ -9,13 +9,13 @@ namespace kesdk::impl {
 
 static_assert(sizeof(wchar_t) == 4, "one wchar_t holds one code point");
 
-// What is no code point (a surrogate, or above U+10FFFF) becomes U+FFFD.
+// An invalid code point (a surrogate, or above U+10FFFF) becomes U+FFFD.
 std::string ToUtf8(std::wstring_view text);
 
-// What is not UTF-8 becomes U+FFFD.
+// Invalid UTF-8 becomes U+FFFD.
 std::wstring ToWide(std::string_view utf8);
 
-// Makes text harmless inside HTML: & < > " '.
+// Escapes text for HTML: & < > " '.
 std::wstring EscapeHtml(std::wstring_view text);
 
 std::string EncodeBase64(std::string_view bytes);

@@ -56,7 +56,7 @@ public:
     Result<ResourceRecord> GetResource(const ApiCall& call, std::int64_t resourceId);
     Result<InboxRecord> CreateUserInbox(const ApiCall& call, const std::wstring& projectName);
 
-    // Ends when the stream does; its bytes go to the sink.
+    // Blocks until the stream ends. Its bytes go to the sink.
     HttpOutcome ReadEvents(const ApiCall& call, const std::string& cursor, BodySink& sink);
 
     // Begins an upload. Without content: asks for the offset, or the result, of the upload with
@@ -66,7 +66,7 @@ public:
     Result<UploadRecord> ContinueUpload(const ApiCall& call, const std::string& location,
                                         std::int64_t offsetBytes, BodySource& content);
 
-    // The sink sees only the head of a good answer; the failure of another is in the result.
+    // The sink gets only a good answer. The failure of another answer is in the result.
     Result<HttpResponse> GetContent(const ApiCall& call, const ContentRequest& content,
                                     BodySink& sink);
     Failure DeleteFile(const ApiCall& call, std::int64_t fileId, const std::string& etag);

@@ -1,4 +1,3 @@
-// The service's JSON, read into records and written from the contract's.
 #include "client/ApiJson.h"
 
 #include "base/Text.h"
@@ -15,7 +14,7 @@ namespace {
 
 using nlohmann::json;
 
-// A number such as 1e35 must not even be converted.
+// The range is checked before the conversion: 1e35 does not fit.
 std::int64_t ToInteger(const json& value)
 {
     if (!value.is_number_integer())
@@ -36,7 +35,7 @@ std::string ToString(const json& value)
     return value.get<std::string>();
 }
 
-// For what goes back to the service in a field of a request's head, which it must not end.
+// For texts that the SDK sends back in a header field: they must not end the field.
 std::string ToFieldText(const json& value)
 {
     std::string text = ToString(value);
@@ -118,7 +117,7 @@ ResourceRecord ToResource(const json& value)
     return resource;
 }
 
-// Runs `read` on the parsed text; whatever is missing in it or of another type makes it empty.
+// Runs `read` on the parsed text. If a member is missing or has another type, the result is empty.
 template <class Read>
 auto Parsed(std::string_view text, Read read) -> std::optional<decltype(read(json()))>
 {

@@ -1,4 +1,4 @@
-// The service's JSON, read into records and written from the contract's.
+// Reads the service's JSON into records, and writes the contract's records as JSON.
 #pragma once
 
 #include "client/Records.h"
@@ -10,7 +10,7 @@
 
 namespace kesdk::impl {
 
-// Each is empty when the text is not what the service describes.
+// Each result is empty if the text is not what the API describes.
 std::optional<LoginRecord> ParseLogin(std::string_view json);
 std::optional<AccountRecord> ParseAccount(std::string_view json);
 std::optional<ProjectRecord> ParseProjectResources(std::string_view json);
@@ -22,10 +22,10 @@ AccountEvent ParseEvent(std::string_view name, std::string id, std::string_view 
 
 struct ProblemDocument
 {
-    std::string name; // the last part of its type
+    std::string name; // the last part of the problem type
     std::string detail;
 };
-// Empty members when the text is no problem document.
+// The members are empty if the text is not a problem document.
 ProblemDocument ParseProblem(std::string_view json);
 
 std::string LoginJson(const std::wstring& user, const std::wstring& password);

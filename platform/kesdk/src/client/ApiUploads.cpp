@@ -33,7 +33,7 @@ std::string JoinIds(const std::vector<std::int64_t>& ids)
     return out;
 }
 
-// -1 when the text is no such number.
+// -1 if the text is not a number.
 std::int64_t ToNumber(std::string_view text)
 {
     std::int64_t value = -1;
@@ -52,7 +52,7 @@ std::vector<std::int64_t> SplitIds(std::string_view text)
     return ids;
 }
 
-// The upload's address below the base URL: only its last part is taken from the service.
+// The upload's address below the base URL. Only the last part of the service's text is used.
 std::string ToTarget(std::string_view location)
 {
     const std::size_t at = location.rfind(kPath);

@@ -18,7 +18,7 @@ enum class ECall {
     eChange,       // the operator waits
     eShortReport,  // a report that must not delay its caller
     ePosition,     // PositionSender keeps only the latest position
-    eDiscard,      // a copy with wrong content
+    eDeleteCopy,   // a copy with wrong content
     eContent,      // ResumableTransfer repeats it, because it knows the offset
 };
 
@@ -65,7 +65,7 @@ constexpr CallPolicy PolicyOf(ECall call)
         {ECall::eChange, 4, milliseconds(30'000), kQuick, milliseconds(9'000), kNone, kStall, 30},
         {ECall::eShortReport, 1, milliseconds(2'000), kSlow, kNone, kNone, kStall, 30},
         {ECall::ePosition, 1, milliseconds(20'000), kSlow, kNone, kNone, kStall, 30},
-        {ECall::eDiscard, 3, milliseconds(15'000), kSlow, kNone, kNone, kStall, 30},
+        {ECall::eDeleteCopy, 3, milliseconds(15'000), kSlow, kNone, kNone, kStall, 30},
         {ECall::eContent, 1, kNone, kContent, kNone, kNone, kStall, 30},
     };
     CallPolicy policy;

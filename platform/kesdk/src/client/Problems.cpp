@@ -1,4 +1,3 @@
-// What the service's error answers mean to the SDK.
 #include "client/Problems.h"
 
 #include "base/Text.h"
@@ -20,7 +19,7 @@ struct ProblemRow
     EErrorCode code;
 };
 
-// Asked by name first; an answer of something between us and the service has only a status.
+// The name decides first. An answer of a proxy has only a status.
 constexpr ProblemRow kProblems[] = {
     {"invalid-credentials", 0, EErrorCode::eInvalidCredentials},
     {"unauthenticated", 401, EErrorCode::eSessionEnded},
@@ -67,8 +66,8 @@ bool IsPage(const HttpResponse& response)
            });
 }
 
-// The service sends no pages and no redirects. A proxy before it may send an error as a page, which
-// then says no less than its status; but what is gone or forbidden only the service itself can say.
+// The service sends no pages and no redirects. A proxy before the service may send an error as a
+// page: its status counts. But only the service itself can say that a file is gone or forbidden.
 bool IsOfAnotherHand(const HttpResponse& response)
 {
     constexpr int kOnlyTheServices[] = {401, 403, 404, 410, 412};

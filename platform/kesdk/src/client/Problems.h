@@ -1,4 +1,4 @@
-// What the service's error answers mean to the SDK.
+// Translates the service's error answers into failures.
 #pragma once
 
 #include "base/Failure.h"
@@ -6,11 +6,11 @@
 
 namespace kesdk::impl {
 
-// Not set for a good answer. A page or a redirect, which the service never sends, is
-// eCaptivePortal, whatever its status claims of the session or of a file.
+// Not set for a good answer. The service never sends a page or a redirect: each of them is
+// eCaptivePortal, with any status.
 Failure FailureOf(const HttpResponse& response);
 
-// The link's failure, or else the response's.
+// The link's failure, or else the failure of the response.
 Failure FailureOf(const HttpOutcome& outcome);
 
 } // namespace kesdk::impl

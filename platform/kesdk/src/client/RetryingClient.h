@@ -10,7 +10,7 @@
 
 namespace kesdk::impl {
 
-// Whether the same request may do better later: the link dropped, or the service was busy.
+// Whether the same request may succeed later: the link dropped, or the service was busy.
 bool MayPass(const Failure& failure);
 
 // The request never left the console.

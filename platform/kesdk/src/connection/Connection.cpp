@@ -34,11 +34,11 @@ bool Connection::Login(const std::wstring& userName, const std::wstring& passwor
     if (!begun)
         return true;
     {
-        // The login before this one has ended, and this one has not begun to do anything.
+        // The earlier login has ended, and the new one has not begun.
         const std::lock_guard lock(m_loginErrorsMutex);
         m_loginErrors.clear();
     }
-    m_devicePatience.Restore();
+    m_reportBackoff.Restore();
     m_positions.Clear();
     m_session.Start({begun->id, userName, password, begun->replacedToken});
     return true;
@@ -47,6 +47,7 @@ bool Connection::Login(const std::wstring& userName, const std::wstring& passwor
 bool Connection::Logout()
 {
     m_errors.clear();
+    m_uploads.ForgetRemovedFiles();
     const SessionState::Ended ended = m_state.End();
     if (!ended.wasAnything)
         return Refuse(Failure(EErrorCode::eNotLoggedIn), {});
@@ -96,6 +97,7 @@ void Connection::SetAbortCheck(std::function<bool()> shouldAbort)
 std::optional<Connection::Operation> Connection::Begin(ECall kind, std::wstring subject)
 {
     m_errors.clear();
+    m_uploads.ForgetRemovedFiles();
     const SessionKey session = m_state.Current();
     if (session.id == 0) {
         Refuse(Failure(EErrorCode::eNotLoggedIn), {});
@@ -111,7 +113,7 @@ std::optional<Connection::Operation> Connection::Begin(ECall kind, std::wstring 
     return operation;
 }
 
-// Empty as long as it is not known.
+// Empty if the service or the user is unknown.
 std::string Connection::Account() const
 {
     const std::int64_t user = m_snapshot.User().id;
@@ -122,7 +124,7 @@ bool Connection::End(const Operation& operation, const Failure& failure)
 {
     const bool isGood = Conclude(operation, failure);
     if (isGood)
-        SendOwedEnvironment(operation);
+        SendPendingReport(operation);
     return isGood;
 }
 
@@ -131,10 +133,10 @@ bool Connection::Conclude(const Operation& operation, Failure failure)
     if (failure.Is(EErrorCode::eSessionEnded))
         EndSession(operation.sessionId);
     else if (failure.Is(EErrorCode::eAborted) && m_state.Current().id != operation.sessionId)
-        failure.code = EErrorCode::eSessionEnded; // the event stream told of it first
-    // Only what asked the service comes here, so the service was reached.
+        failure.code = EErrorCode::eSessionEnded; // the event stream reported the end first
+    // Each caller has sent a request: the service was reached.
     if (!failure.IsSet()) {
-        m_devicePatience.Restore();
+        m_reportBackoff.Restore();
         if (m_state.IsLinkLost())
             m_session.Nudge();
     }
@@ -153,14 +155,14 @@ void Connection::Publish(const ResourceChanges& changes)
         m_dispatcher.Post(change);
 }
 
-// On the caller's thread or on the positions'.
+// Thread: the caller's, or the positions'.
 void Connection::EndSession(std::int32_t sessionId)
 {
     m_state.Lost(sessionId);
     m_sessionLine.Api().Wake();
 }
 
-// On the session's thread.
+// Thread: the session's.
 void Connection::TakeLoginFailure(const Failure& failure)
 {
     const std::lock_guard lock(m_loginErrorsMutex);

@@ -5,7 +5,7 @@
 #include "connection/ApiLine.h"
 #include "connection/NotificationDispatcher.h"
 #include "connection/PositionSender.h"
-#include "connection/ReportPatience.h"
+#include "connection/ReportBackoff.h"
 #include "connection/SessionState.h"
 #include "connection/SessionThread.h"
 #include "kesdk/api/IEnterpriseConnection.h"
@@ -20,11 +20,11 @@
 
 namespace kesdk::impl {
 
-// Keeps what IEnterpriseConnection promises. A login while a session stands replaces it: the old
-// one is ended on the service, and the states 1 and then 3 or 4 follow.
+// Implements IEnterpriseConnection. A login during a session replaces the session: the SDK ends the
+// old session on the service, and the states 1 and then 3 or 4 follow.
 //
-// Threads: the caller's; beside it one for login and event stream, one for positions, one for the
-// listeners. Each of the first three has a line of its own.
+// Threads: the caller's; one for login and event stream; one for positions; one for the listeners.
+// Each of the first three has its own line to the service.
 class Connection : public api::IEnterpriseConnection
 {
 public:
@@ -35,11 +35,11 @@ public:
         ApiLine::Parts positions;
     };
 
-    // What outlives the connection.
+    // Data that outlives the connection.
     struct Lasting
     {
-        std::string service;       // where it is
-        std::string journalFolder; // for uploads that go on after a restart; empty: none do
+        std::string service;       // the service's base URL
+        std::string journalFolder; // for uploads' journals; empty: they lie beside the files
     };
 
     explicit Connection(Lines lines) : Connection(std::move(lines), Lasting()) {}
@@ -74,16 +74,16 @@ public:
     void SetAbortCheck(std::function<bool()> shouldAbort) override;
 
 private:
-    // One operation of the caller's while it runs.
+    // One running operation.
     struct Operation
     {
         std::int32_t sessionId = 0;
         ApiCall call;
-        std::wstring subject; // what it is about, for the operator
+        std::wstring subject; // the file or folder, for the operator
     };
 
     std::optional<Operation> Begin(ECall kind, std::wstring subject = {});
-    // These say whether it went well. End then also sends what is owed to the service.
+    // Both return whether the operation succeeded. End also sends a pending report.
     bool End(const Operation& operation, const Failure& failure);
     bool Conclude(const Operation& operation, Failure failure);
     bool Refuse(const Failure& failure, const std::wstring& subject);
@@ -92,17 +92,17 @@ private:
     void EndSession(std::int32_t sessionId);
     void TakeLoginFailure(const Failure& failure);
     Result<FileRecord> FindFile(const Operation& operation, std::int64_t fileId);
-    // A file that the service does not have is none of ours either.
+    // Removes a file from the snapshot if the service no longer has it.
     Failure NoteIfGone(std::int64_t fileId, Failure failure);
-    // False, and an error noted, when the link is not worth another try yet.
-    bool LimitPatience(Operation& operation);
-    // Sends the environment that the link did not carry when it was reported.
-    void SendOwedEnvironment(const Operation& operation);
+    // False, with an error record, during the pause.
+    bool ApplyReportBackoff(Operation& operation);
+    // Sends the environment report that an earlier link failure left pending.
+    void SendPendingReport(const Operation& operation);
     bool SendDevice(const Operation& operation, const api::Environment::MeasDeviceReport& report,
                     bool sharing);
 
-    // Ends last: clears what OpenSSL keeps for the caller's thread, which may outlive the caller's
-    // interest in it until the process ends, and OpenSSL with it.
+    // Ends last: frees OpenSSL's data of the caller's thread. This thread may run until the process
+    // ends and OpenSSL has gone.
     struct CryptoOfTheThread
     {
         CryptoOfTheThread() = default;
@@ -114,18 +114,18 @@ private:
 
     const std::string m_service;
     AbortCheck m_abort;
-    ReportPatience m_devicePatience;
-    struct OwedEnvironment
+    ReportBackoff m_reportBackoff;
+    struct PendingReport
     {
         std::int32_t sessionId;
         api::Environment environment;
     };
-    std::optional<OwedEnvironment> m_owedEnvironment;
+    std::optional<PendingReport> m_pendingReport;
     xal_list<api::CErrorMsg> m_errors;
     std::mutex m_loginErrorsMutex; // guards m_loginErrors
     xal_list<api::CErrorMsg> m_loginErrors;
 
-    // In this order: what follows uses what stands before it, and ends first.
+    // The order matters: a member uses the members before it, and is destroyed before them.
     NotificationDispatcher m_dispatcher;
     SessionState m_state{m_dispatcher};
     AccountSnapshot m_snapshot;

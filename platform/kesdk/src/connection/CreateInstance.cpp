@@ -37,7 +37,7 @@ std::string Get(const Url& url, CURLUPart part)
     return value;
 }
 
-// The URL without slashes at its end; empty when it is not one of the API.
+// The URL without slashes at its end; empty if it is not a valid URL of the API.
 std::optional<std::string> ToBaseUrl(const char* text)
 {
     const Url url(curl_url());
@@ -64,8 +64,7 @@ std::string FromEnvironment(const char* name)
     return value ? value : "";
 }
 
-// KESDK_STATE_FOLDER, or a folder of the library's own where the console's programs keep such
-// things. Without either nothing is kept.
+// KESDK_STATE_FOLDER, or else `kesdk` in XDG_STATE_HOME. Empty if neither is set.
 std::string JournalFolder()
 {
     const std::string given = FromEnvironment("KESDK_STATE_FOLDER");
@@ -95,7 +94,7 @@ bool CreateKESDKInstance(IEnterpriseConnection** out, const char* url)
         *out = new Connection(
             {MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust)},
             {*baseUrl, JournalFolder()});
-    } catch (const std::exception&) { // no memory, or no thread to be had
+    } catch (const std::exception&) { // no memory, or no thread
         return false;
     }
     return true;

@@ -1,4 +1,3 @@
-// What the operator reads when something failed.
 #include "connection/ErrorTexts.h"
 
 #include "base/Text.h"
@@ -17,7 +16,7 @@ struct TextRow
     const wchar_t* whatToDo;
 };
 
-// {file}: what it was about. {wait}: how long the service wants us to wait.
+// {file}: the file or folder. {wait}: the pause that the service asks for.
 constexpr TextRow kTexts[] = {
     {EErrorCode::eNotLoggedIn, L"You are not logged in.", L"Log in and try again."},
     {EErrorCode::eAborted, L"The operation was stopped before it was done.",

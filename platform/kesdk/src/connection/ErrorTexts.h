@@ -1,4 +1,4 @@
-// What the operator reads when something failed.
+// The operator's texts for failures.
 #pragma once
 
 #include "base/Failure.h"
@@ -8,8 +8,7 @@
 
 namespace kesdk::impl {
 
-// The record for a failure. `subject` is the file or folder that it was about, unescaped; it may be
-// empty.
+// The record of a failure. `subject` is the unescaped name of the file or folder; it may be empty.
 api::CErrorMsg Describe(const Failure& failure, const std::wstring& subject);
 
 } // namespace kesdk::impl

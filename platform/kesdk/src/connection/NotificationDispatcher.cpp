@@ -31,7 +31,7 @@ void NotificationDispatcher::Subscribe(api::ISubscriable* listener)
         entry.resources = dynamic_cast<api::IResourceChangeNotification*>(listener);
     const std::lock_guard lock(m_mutex);
     entry.firstNumber = m_nextNumber;
-    m_listeners.emplace(listener, entry); // once more changes nothing
+    m_listeners.emplace(listener, entry); // a second Subscribe changes nothing
 }
 
 void NotificationDispatcher::Unsubscribe(api::ISubscriable* listener)
@@ -75,7 +75,7 @@ void NotificationDispatcher::Run()
     }
 }
 
-// Listeners may come and go while one of them is called, so each is looked up again.
+// Listeners may come and go during a call, so each one is looked up again.
 void NotificationDispatcher::Deliver(const Queued& queued, std::unique_lock<std::mutex>& lock)
 {
     std::vector<api::ISubscriable*> present;
@@ -105,7 +105,7 @@ void NotificationDispatcher::Call(const Listener& listener, const Notification& 
             listener.resources->onResourceChange(std::get<ResourceChange>(notification));
         }
     } catch (...) {
-        // A listener's exception is its own; the others still get what is theirs.
+        // An exception of one listener must not keep the others from their notification.
     }
 }
 

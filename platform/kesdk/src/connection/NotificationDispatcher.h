@@ -1,4 +1,4 @@
-// Calls the listeners, on a thread of its own.
+// Calls the listeners on the notification thread.
 #pragma once
 
 #include "kesdk/api/IResourceChangeNotification.h"
@@ -14,19 +14,19 @@
 
 namespace kesdk::impl {
 
-// Delivers notifications in the order in which they were posted, to the listeners that were
-// subscribed when they were.
+// Delivers notifications in the order of the Post calls. Each goes to the listeners that were
+// subscribed at that moment.
 //
-// Thread safety: safe. The listeners are the callers'; once Unsubscribe or the destructor has
-// returned, no call of theirs is running or will start. From inside a call Unsubscribe returns at
-// once: the call that is running is then the last.
+// Thread safety: safe. The listeners belong to the callers. After Unsubscribe or the destructor has
+// returned, no call of the listener is running or will start. Inside a listener's call, Unsubscribe
+// returns at once, and the running call is the last.
 class NotificationDispatcher
 {
 public:
     using ResourceChange = api::IResourceChangeNotification::ResourceChange;
 
     NotificationDispatcher();
-    // Not from inside a listener's call. What is still queued is dropped.
+    // Not from a listener's call. Drops the queued notifications.
     ~NotificationDispatcher();
     NotificationDispatcher(const NotificationDispatcher&) = delete;
     NotificationDispatcher& operator=(const NotificationDispatcher&) = delete;
@@ -46,7 +46,7 @@ private:
     };
     struct Listener
     {
-        std::uint64_t firstNumber; // what was posted before is not for it
+        std::uint64_t firstNumber; // earlier notifications are not delivered to it
         api::IServerConnectionNotification* connection;
         api::IResourceChangeNotification* resources;
     };
@@ -60,7 +60,7 @@ private:
     std::condition_variable m_changed;
     std::deque<Queued> m_queue;
     std::map<api::ISubscriable*, Listener> m_listeners;
-    api::ISubscriable* m_running = nullptr; // whose call runs now
+    api::ISubscriable* m_running = nullptr; // the listener that is called now
     std::uint64_t m_nextNumber = 1;
     bool m_isStopping = false;
     std::thread m_thread;

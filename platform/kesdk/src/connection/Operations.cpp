@@ -21,7 +21,7 @@ Failure AsFolderGone(Failure failure)
     return failure;
 }
 
-// What a service's record says, in the contract's words.
+// Converts a service's record into the contract's.
 api::EnterpriseResourceWithContent ToContract(const ResourceRecord& record)
 {
     AccountSnapshot one;
@@ -117,7 +117,7 @@ bool Connection::Upload(const wchar_t* localPath, const TargetIds& targetInboxId
     if (!sent)
         return Conclude(*operation, AsFolderGone(sent.failure));
     // Before the last look at the file: nothing delays the caller's removal of it afterwards.
-    SendOwedEnvironment(*operation);
+    SendPendingReport(*operation);
     const Result<std::vector<FileRecord>> files = m_uploads.Confirm(operation->call, sent.value);
     if (files)
         Publish(m_snapshot.ApplyOwnUpload(files.value, generation));
@@ -160,40 +160,41 @@ bool Connection::SendEnvironment(const api::Environment& environment)
     const std::optional<Operation> operation = Begin(ECall::eGetter);
     if (!operation)
         return false;
-    m_owedEnvironment.reset();
+    m_pendingReport.reset();
     const Failure failure = m_requestLine.Api().PutEnvironment(operation->call, environment);
     if (!MayPass(failure))
         return End(*operation, failure);
-    // Callers take a report that failed for a reason to do nothing with the session; the link is
-    // none, as all that they ask next is known without it.
-    m_owedEnvironment = OwedEnvironment{operation->sessionId, environment};
+    // If this call failed, the caller would not list anything. The snapshot has everything that the
+    // caller asks next, so a lost link must not fail this call.
+    m_pendingReport = PendingReport{operation->sessionId, environment};
     return true;
 }
 
-// The service was reached just now, so this costs little; a failure that may pass leaves it owed.
-void Connection::SendOwedEnvironment(const Operation& operation)
+// The service was reached just now, so this attempt is short. If the failure may pass, the report
+// stays pending.
+void Connection::SendPendingReport(const Operation& operation)
 {
-    if (!m_owedEnvironment || IsAborted(m_abort))
+    if (!m_pendingReport || IsAborted(m_abort))
         return;
-    const std::optional<OwedEnvironment> owed = std::exchange(m_owedEnvironment, std::nullopt);
-    if (owed->sessionId != operation.sessionId)
+    const std::optional<PendingReport> pending = std::exchange(m_pendingReport, std::nullopt);
+    if (pending->sessionId != operation.sessionId)
         return;
     ApiCall call;
     call.token = operation.call.token;
     call.abort = m_abort;
     call.policy = PolicyOf(ECall::eShortReport);
-    if (MayPass(m_requestLine.Api().PutEnvironment(call, owed->environment)))
-        m_owedEnvironment = owed;
+    if (MayPass(m_requestLine.Api().PutEnvironment(call, pending->environment)))
+        m_pendingReport = pending;
 }
 
 bool Connection::MeasDeviceConnected(const api::Environment::MeasDeviceReport& report, bool sharing)
 {
     std::optional<Operation> operation = Begin(ECall::eGetter);
-    return operation && LimitPatience(*operation) && SendDevice(*operation, report, sharing);
+    return operation && ApplyReportBackoff(*operation) && SendDevice(*operation, report, sharing);
 }
 
-// Part of an orderly end: once the caller is about to end, this and the logout are still said, but
-// with little patience.
+// Part of an orderly end: if the caller is about to end, this report and the logout still have 2 s
+// each.
 std::int32_t Connection::MeasDeviceDisconnected(const api::Environment::MeasDeviceReport& report,
                                                 bool sharing)
 {
@@ -203,19 +204,19 @@ std::int32_t Connection::MeasDeviceDisconnected(const api::Environment::MeasDevi
     if (m_abort && m_abort()) {
         operation->call.abort = nullptr;
         operation->call.policy = PolicyOf(ECall::eShortReport);
-    } else if (!LimitPatience(*operation)) {
+    } else if (!ApplyReportBackoff(*operation)) {
         return 0;
     }
     return SendDevice(*operation, report, sharing) ? 1 : 0;
 }
 
-bool Connection::LimitPatience(Operation& operation)
+bool Connection::ApplyReportBackoff(Operation& operation)
 {
-    m_devicePatience.SeeStream(m_state.IsLinkLost());
-    if (!m_devicePatience.IsShort())
+    m_reportBackoff.NoteStream(m_state.IsLinkLost());
+    if (!m_reportBackoff.IsShort())
         return true;
     operation.call.policy = PolicyOf(ECall::eShortReport);
-    return !m_devicePatience.IsResting(m_requestLine.Timing().Now()) ||
+    return !m_reportBackoff.IsPausing(m_requestLine.Timing().Now()) ||
            Refuse(Failure(EErrorCode::eUnreachable, "the link was down just now"), {});
 }
 
@@ -225,7 +226,7 @@ bool Connection::SendDevice(const Operation& operation,
     const Clock::Time begin = m_requestLine.Timing().Now();
     const Failure failure = m_requestLine.Api().PutDevice(operation.call, report, sharing);
     if (MayPass(failure))
-        m_devicePatience.Fail(begin, m_requestLine.Timing().Now());
+        m_reportBackoff.Fail(begin, m_requestLine.Timing().Now());
     return End(operation, failure);
 }
 

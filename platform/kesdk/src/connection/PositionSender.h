@@ -1,4 +1,4 @@
-// Sends the console's position beside everything else.
+// Sends the console's position on its own thread.
 #pragma once
 
 #include "client/ApiClient.h"
@@ -13,26 +13,26 @@
 
 namespace kesdk::impl {
 
-// A mailbox that keeps only the latest position. One that the link did not carry goes back into it
-// and is sent once more, on a new connection, unless there is a newer one already: networks drop
-// silent connections, and the last position before the console stops is told only once. Nothing
-// piles up: there is at most one in the box and one under way.
+// A mailbox that keeps only the latest position. If the link drops a position, the sender puts it
+// back and sends it once more on a new connection, unless the mailbox has a newer one: networks
+// drop silent connections, and the last position before the console stops comes only once. At most
+// one position is in the mailbox, and one is being sent.
 //
-// Thread: its own, with a connection of its own, so that no transfer waits for a position. `api` is
-// used by this thread alone.
+// Thread: its own, with its own connection: no transfer waits for a position. Only this thread uses
+// `api`.
 class PositionSender
 {
 public:
     using SessionEnded = std::function<void(std::int32_t sessionId)>;
 
-    // The handler is called on this thread, when the service does not know the session any more.
+    // The handler runs on this thread, when the service has ended the session.
     PositionSender(ApiClient& api, SessionEnded onSessionEnded);
     ~PositionSender();
     PositionSender(const PositionSender&) = delete;
     PositionSender& operator=(const PositionSender&) = delete;
 
     void Put(const api::Position& position, std::int32_t sessionId, const std::string& token);
-    // Drops what was not sent yet, and what is being sent.
+    // Drops the positions in the mailbox and under way.
     void Clear();
 
 private:

@@ -1,4 +1,3 @@
-// Whether a session stands, and the one place where that changes.
 #include "connection/SessionState.h"
 
 #include <utility>

@@ -1,4 +1,4 @@
-// Whether a session stands, and the one place where that changes.
+// The state of the session. All changes of it happen here.
 #pragma once
 
 #include "connection/NotificationDispatcher.h"
@@ -10,7 +10,7 @@
 
 namespace kesdk::impl {
 
-// A session, for as long as it is the present one.
+// The current session.
 struct SessionKey
 {
     std::int32_t id = 0; // counts the logins; 0 = none
@@ -22,8 +22,8 @@ struct SessionKey
 //    ▲  ▲──(Failed)──────┘   ▲──(Begin)───────────┴──────────┐───────────┘ │
 //    └──(End)────────────────┴──(End, Lost)──────────────────┴─────────────┘
 //
-// Each transition posts its connection state under the same lock, so that the listeners see them in
-// their order. What comes from a login that is no longer the present one changes nothing.
+// Each transition posts its connection state under the same lock, so that the listeners see the
+// states in order. A call with the id of an earlier login changes nothing.
 //
 // Thread safety: safe.
 class SessionState
@@ -34,28 +34,28 @@ public:
     struct Begun
     {
         std::int32_t id = 0;
-        std::string replacedToken; // of the session that stood until now; empty = none
+        std::string replacedToken; // of the session before; empty = none
     };
-    // Empty when a login is in flight already.
+    // Empty if a login is in progress already.
     std::optional<Begun> Begin();
-    // False when that login was cancelled.
+    // False if that login was cancelled.
     bool Established(std::int32_t id, const std::string& token);
     void Failed(std::int32_t id);
     void LinkLost(std::int32_t id);
     void LinkRestored(std::int32_t id);
-    // The service ended it.
+    // The service ended the session.
     void Lost(std::int32_t id);
 
     struct Ended
     {
-        bool wasAnything = false; // a session or a login in flight
-        std::string token;        // empty when there was no session yet
+        bool wasAnything = false; // there was a session or a login
+        std::string token;        // empty if there was no session yet
     };
     Ended End();
 
     bool IsCurrent(std::int32_t id) const;
     bool IsLinkLost() const;
-    // The present session; id 0 when there is none.
+    // The current session; id 0 if there is none.
     SessionKey Current() const;
 
 private:

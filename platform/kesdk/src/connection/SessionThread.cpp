@@ -46,7 +46,7 @@ void SessionThread::Start(Login login)
 {
     {
         const std::lock_guard lock(m_mutex);
-        // The one that never began leaves its duty to this one.
+        // The replaced login never began: this one ends its old session too.
         if (m_next && login.replacedToken.empty())
             login.replacedToken = std::move(m_next->replacedToken);
         m_next = std::move(login);
@@ -96,7 +96,8 @@ void SessionThread::RunLogin(Login login)
     if (!failure.IsSet())
         failure = Follow(progress);
     if (progress.isEstablished) {
-        // Nothing, when it was the caller that ended it; and no lost session, when all ends.
+        // Changes nothing if the caller ended the session. At the end of the connection there is no
+        // lost session.
         if (!m_isStopping)
             m_parts.state.Lost(progress.id);
         else if (m_parts.state.IsCurrent(progress.id))
@@ -130,7 +131,7 @@ Result<AccountRecord> SessionThread::AskAccount(const Progress& progress)
     return m_parts.api.GetAccount(call);
 }
 
-// A later snapshot is compared with the one before it: the listeners learn what they missed.
+// Listeners of a session learn the differences from the snapshot before.
 Failure SessionThread::FetchAccount(const Progress& progress)
 {
     Result<AccountRecord> account = AskAccount(progress);
@@ -144,7 +145,7 @@ Failure SessionThread::FetchAccount(const Progress& progress)
     return {};
 }
 
-// Returns when the session has ended, or when it could not be brought up.
+// Returns when the session has ended, or the login has failed.
 Failure SessionThread::Follow(Progress& progress)
 {
     for (;;) {
@@ -177,7 +178,7 @@ StreamOutcome SessionThread::ReadStream(Progress& progress)
     return m_stream.Run(CallFor(progress), m_parts.snapshot.Cursor(), handlers);
 }
 
-// Set when there shall be no next one.
+// Set if no stream follows.
 Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome& outcome)
 {
     Failure failure = outcome.failure;
@@ -189,7 +190,7 @@ Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome
         if (!failure.IsSet() && progress.attempts <= 1)
             return {};
     }
-    m_isNudged = false; // before anybody can see that the link is lost
+    m_isNudged = false; // before listeners can see that the link is lost
     if (!isTooOld || failure.IsSet())
         m_parts.state.LinkLost(progress.id);
     const CallPolicy policy = PolicyOf(ECall::eEvents);
@@ -201,8 +202,8 @@ Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome
     return HasEnded(progress.id) ? Failure(EErrorCode::eAborted) : Failure();
 }
 
-// For a session that nobody will use any more: let it not lie about until it expires. Also when all
-// ends, which is why it is tried only once and not for long.
+// Ends an unused session, so that it does not stay until it expires. One attempt of 2 s: the end of
+// the connection waits for it.
 void SessionThread::EndOnService(const std::string& token)
 {
     if (token.empty())
@@ -213,7 +214,7 @@ void SessionThread::EndOnService(const std::string& token)
     static_cast<void>(m_parts.api.LogOut(call));
 }
 
-// Whether a login may try once more after that, with the pause that the service asks for.
+// Whether a login may try again after the service's pause.
 bool SessionThread::HasTimeFor(const Progress& progress, const Failure& failure) const
 {
     const seconds pause = failure.retryAfter.value_or(seconds(0));

@@ -16,11 +16,11 @@
 
 namespace kesdk::impl {
 
-// Brings a session up (token, snapshot, event stream), keeps the stream and the snapshot alive
-// through losses of the link, and ends when the session does.
+// Establishes a session (token, snapshot, event stream), keeps stream and snapshot alive when the
+// link drops, and ends with the session.
 //
-// Thread: its own. Start, Wake and the destructor are the owner's. `api` is used by this thread
-// alone; only its Wake is called from others.
+// Thread: its own. The owner calls Start, Wake, Nudge and the destructor. Only this thread uses
+// `api`; others call only its Wake.
 class SessionThread
 {
 public:
@@ -42,28 +42,28 @@ public:
     };
 
     explicit SessionThread(Parts parts);
-    // Ends running work at once; a session that stands, or that was just coming up, is ended on the
-    // service if that can be reached within 2 s.
+    // Ends running work at once. Ends the session on the service, also of a login in progress, if
+    // the service answers within 2 s.
     ~SessionThread();
     SessionThread(const SessionThread&) = delete;
     SessionThread& operator=(const SessionThread&) = delete;
 
-    // A login that is running is replaced.
+    // Replaces a running login.
     void Start(Login login);
-    // Has running work see that its session has ended.
+    // Running work checks at once whether its session has ended.
     void Wake();
-    // The service was reached just now: a lost stream is tried again without waiting longer.
+    // The service was reached just now: a lost stream connects again without a further pause.
     void Nudge();
 
 private:
-    // Where the present login has come to.
+    // The progress of the current login.
     struct Progress
     {
         std::int32_t id = 0;
-        Clock::Time begin; // of all that follows the service's yes
+        Clock::Time begin; // when the service had accepted the password
         std::string token;
         bool isEstablished = false;
-        int attempts = 0; // at the stream, in a row, that did not last
+        int attempts = 0; // to open the stream, in a row, without a lasting one
     };
 
     void Run();

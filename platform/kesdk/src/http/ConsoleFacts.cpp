@@ -1,4 +1,3 @@
-// What the transport asks the console itself.
 #include "http/ConsoleFacts.h"
 
 #include "base/BuildTime.h"
@@ -17,7 +16,7 @@ namespace {
 
 constexpr std::int64_t kDayS = 24 * 60 * 60;
 constexpr std::int64_t kLongestUseS =
-    15 * 365 * kDayS; // of a console whose software stays as it is
+    15 * 365 * kDayS; // for a console whose software is never updated
 
 // A failure is a time that this process cannot express.
 std::int64_t WallTimeS()
@@ -39,7 +38,7 @@ std::chrono::milliseconds Asleep()
     return TimeOf(CLOCK_BOOTTIME) - TimeOf(CLOCK_MONOTONIC);
 }
 
-// The kernel lets nobody bind to an address that is not its own.
+// The kernel refuses to bind to an address that the console does not have.
 bool HasLostAddress(int socket)
 {
     sockaddr_storage address{};

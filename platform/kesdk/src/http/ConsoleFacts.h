@@ -1,4 +1,4 @@
-// What the transport asks the console itself.
+// Facts about the console that the transport needs.
 #pragma once
 
 #include <chrono>
@@ -8,27 +8,27 @@
 
 namespace kesdk::impl {
 
-// Injected, so that sleeps, lost addresses and wrong clocks are tested without any.
+// Injected, so that tests need no real sleep, lost address or wrong clock.
 // Thread safety: safe.
 struct ConsoleFacts
 {
-    // By the console's clock, since 1970.
+    // The console's clock: seconds since 1970.
     std::function<std::int64_t()> wallTimeS;
-    // How long the console has slept since it started; the steady clock stands still meanwhile.
+    // How long the console has slept since its start. The steady clock does not count this time.
     std::function<std::chrono::milliseconds()> asleep;
-    // Whether the address that a connection goes out from is the console's no more.
+    // Whether the console no longer has the address of the connection.
     std::function<bool(int socket)> hasLostAddress;
-    // How often that is asked.
+    // How often hasLostAddress is asked.
     std::chrono::milliseconds askAddressEvery{2'000};
 };
 
 ConsoleFacts RealConsoleFacts();
 
-// After a longer one nobody on the way knows a connection any more.
+// After a longer sleep, the network has forgotten the connections.
 inline constexpr std::chrono::seconds kLongSleep{10};
 
-// Whether that can be no right clock's: it shows a time before this library was built or long
-// after, or another one than the service told (if it did).
+// Whether this time is wrong: before the build of this library, long after it, or other than the
+// time that the service sent.
 bool IsClockWrong(std::int64_t wallTimeS, const std::optional<std::int64_t>& toldTimeS);
 
 } // namespace kesdk::impl

@@ -1,4 +1,3 @@
-// What libcurl's error codes mean to the SDK.
 #include "http/CurlErrors.h"
 
 #include <openssl/x509_vfy.h>
@@ -22,7 +21,7 @@ constexpr CurlRow kCurlRows[] = {
     {CURLE_COULDNT_RESOLVE_HOST, EErrorCode::eUnknownHost},
     {CURLE_COULDNT_RESOLVE_PROXY, EErrorCode::eUnknownHost},
     {CURLE_COULDNT_CONNECT, EErrorCode::eRefused},
-    {CURLE_OPERATION_TIMEDOUT, EErrorCode::eConnectTimeout}, // we set no other time-out in libcurl
+    {CURLE_OPERATION_TIMEDOUT, EErrorCode::eConnectTimeout}, // no other time-out is set in libcurl
     {CURLE_SEND_ERROR, EErrorCode::eDropped},
     {CURLE_RECV_ERROR, EErrorCode::eDropped},
     {CURLE_GOT_NOTHING, EErrorCode::eDropped},
@@ -60,14 +59,13 @@ EErrorCode CodeOfVerify(long verifyResult)
         if (row.verifyResult == verifyResult)
             return row.code;
     }
-    // No word on the chain, so it is libcurl's own check before it that failed: the host name.
+    // The chain has no error: libcurl's own check of the host name failed.
     const bool isHostName = verifyResult == X509_V_OK || verifyResult == X509_V_ERR_UNSPECIFIED;
     return isHostName ? EErrorCode::eWrongHostName : EErrorCode::eTls;
 }
 
-// What OpenSSL says of an answer that is no TLS. On the service's port only a network speaks so
-// that shows a page of its own to whoever has not logged in to it: it cannot have the right
-// certificate.
+// OpenSSL's errors for an answer without TLS. On the service's port, such an answer is the login
+// page of a network.
 constexpr std::string_view kNoTls[] = {"wrong version number", "packet length too long",
                                        "http request"};
 
@@ -93,7 +91,7 @@ Failure TranslateCurlError(CURLcode code, const CurlFacts& facts)
         if (isAboutTime && facts.isClockWrong)
             meaning = EErrorCode::eClockWrong;
     }
-    // A link that is cut during the handshake is no fault of the certificate.
+    // A drop during the handshake is not an error of the certificate.
     else if (code == CURLE_SSL_CONNECT_ERROR &&
              (Holds(text, "SSL_ERROR_SYSCALL") || Holds(text, "SSL_ERROR_ZERO_RETURN") ||
               Holds(text, "Connection reset")))

@@ -1,4 +1,4 @@
-// What libcurl's error codes mean to the SDK.
+// Translates libcurl's error codes into failures.
 #pragma once
 
 #include "base/Failure.h"
@@ -9,13 +9,13 @@
 
 namespace kesdk::impl {
 
-// What libcurl says beside its code.
+// Details beside libcurl's code.
 struct CurlFacts
 {
-    long verifyResult = 0;     // the TLS library's word on the peer's certificate
+    long verifyResult = 0;     // OpenSSL's result for the peer's certificate
     long osError = 0;          // errno of a connection that could not be made
-    std::string_view text{};   // libcurl's own words, perhaps none
-    bool isClockWrong = false; // the console's, so that no certificate looks valid to it
+    std::string_view text{};   // libcurl's error text; may be empty
+    bool isClockWrong = false; // the console's clock; no certificate looks valid then
 };
 
 Failure TranslateCurlError(CURLcode code, const CurlFacts& facts);

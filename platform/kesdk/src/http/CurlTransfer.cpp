@@ -14,7 +14,7 @@ namespace kesdk::impl {
 
 namespace {
 
-// More than any account's snapshot; a service that sends more is broken.
+// More than any account's snapshot: larger answers are errors.
 constexpr std::size_t kMostCollectedBytes = std::size_t{64} * 1024 * 1024;
 
 } // namespace
@@ -102,7 +102,7 @@ std::int64_t CurlTransfer::MovedBytes() const
     return static_cast<std::int64_t>(sent) - heldBytes + m_receivedBytes;
 }
 
-// A connection that nobody at the other end knows any more looks like one that is merely silent.
+// A connection that the other end has forgotten looks like a silent one.
 Failure CurlTransfer::CheckConsole(Time now)
 {
     if (m_console.asleep() - m_asleepAtBegin >= kLongSleep)

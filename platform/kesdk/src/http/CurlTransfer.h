@@ -1,4 +1,4 @@
-// One request on its way through libcurl.
+// One request in libcurl.
 #pragma once
 
 #include "base/Clock.h"
@@ -15,8 +15,8 @@
 
 namespace kesdk::impl {
 
-// Feeds the body, collects the answer and watches the limits of one request. Lives on the stack of
-// the performing thread while libcurl holds pointers into it.
+// Feeds the body, collects the answer and watches the limits of one request. Libcurl holds pointers
+// into this object while the request runs.
 class CurlTransfer
 {
 public:
@@ -25,9 +25,9 @@ public:
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
 
-    // The failure that the limits now make of it, if any.
+    // Set if a limit is exceeded.
     Failure CheckLimits();
-    // Ends it with libcurl's verdict, or with `early` if that is set.
+    // The outcome: libcurl's result, or `early` if it is set.
     HttpOutcome Finish(CURLcode code, const Failure& early, bool isClockWrong);
 
 private:

@@ -12,9 +12,9 @@ namespace kesdk::impl {
 
 namespace {
 
-// Between two looks at the abort check and the limits while nothing moves.
+// The pause between two checks of abort and limits while no byte moves.
 constexpr int kLookEveryMs = 200;
-// For a file's content, and for all else, of which the event stream holds its own for hours.
+// Large for a file's content. Small for all else: the event stream holds its buffer for hours.
 constexpr long kLargeBufferBytes = 512L * 1024;
 constexpr long kSmallBufferBytes = 16L * 1024;
 
@@ -32,7 +32,7 @@ CURLcode UseTrustStore(CURL*, void* sslContext, void* store)
     return CURLE_OK;
 }
 
-// While the handle is in it, libcurl works on the transfer; leaving takes it out again.
+// Adds the handle to the multi handle, and removes it at the end of the scope.
 class HandleInMulti
 {
 public:
@@ -103,7 +103,7 @@ HttpOutcome CurlTransport::Perform(const HttpRequest& request, const AbortCheck&
 {
     curl_easy_reset(m_easy.get()); // keeps the connection
     SetCommonOptions(request);
-    // What was left open before a sleep is dead: trying it would only cost time.
+    // A connection from before a sleep is dead. An attempt with it would cost time.
     const std::chrono::milliseconds asleep = m_console.asleep();
     if (asleep - std::exchange(m_asleepAtLast, asleep) >= kLongSleep)
         curl_easy_setopt(m_easy.get(), CURLOPT_FRESH_CONNECT, 1L);
@@ -130,7 +130,7 @@ bool CurlTransport::IsConsolesClockWrong() const
     return IsClockWrong(m_console.wallTimeS(), told);
 }
 
-// Only what came from a peer that has proved who it is comes here.
+// Only a peer with a valid certificate gets here.
 void CurlTransport::TakeTime(const HttpOutcome& outcome)
 {
     const std::string* date = outcome.response.Header("Date");
@@ -150,7 +150,8 @@ void CurlTransport::SetCommonOptions(const HttpRequest& request)
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "https");
     curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
-    curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // a proxy's are not the service's
+    curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS,
+                     1L); // a proxy's fields are not the service's
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L); // an abort does not wait for a name server
     curl_easy_setopt(easy, CURLOPT_TCP_KEEPALIVE, 1L);

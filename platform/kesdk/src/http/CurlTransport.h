@@ -16,7 +16,7 @@
 
 namespace kesdk::impl {
 
-// HTTP/1.1 over one kept-alive TLS connection, peer and host name always verified, no redirects.
+// HTTP/1.1 over one kept TLS connection. Always verifies peer and host name. Follows no redirects.
 class CurlTransport : public HttpTransport
 {
 public:
@@ -40,7 +40,7 @@ private:
         void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
     };
 
-    // The service's clock, as it was when an answer came.
+    // The service's clock in its last answer.
     struct ToldTime
     {
         std::int64_t seconds;

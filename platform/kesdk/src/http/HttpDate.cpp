@@ -1,4 +1,3 @@
-// The dates of HTTP's fields.
 #include "http/HttpDate.h"
 
 #include <array>
@@ -52,7 +51,7 @@ void TakeNumber(std::string_view word, Fields& fields)
     } else if (fields.day < 0) {
         fields.day = number;
     } else if (fields.year < 0) {
-        constexpr int kCentury = 2000; // nothing that is meant here is older
+        constexpr int kCentury = 2000; // no date in this protocol is older
         fields.year = word.size() == 2 ? kCentury + number : number;
     }
 }
@@ -68,7 +67,7 @@ void TakeWord(std::string_view word, Fields& fields)
     }
 }
 
-// Of the Gregorian calendar, since 1970-01-01.
+// Days since 1970-01-01 in the Gregorian calendar.
 std::int64_t DaysOf(const Fields& fields)
 {
     constexpr std::array<int, 12> kDaysBefore{0,   31,  59,  90,  120, 151,

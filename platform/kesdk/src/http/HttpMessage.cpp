@@ -1,4 +1,3 @@
-// A request and its response, as the layers above the transport see them.
 #include "http/HttpMessage.h"
 
 #include "base/Text.h"

@@ -22,33 +22,33 @@ struct HttpResponse
 {
     int status = 0; // 0 = none was received
     std::vector<HttpHeader> headers;
-    std::string body; // what did not go to a sink
+    std::string body; // unless a sink took it
 
-    // Null when there is none.
+    // Null if there is no such field.
     const std::string* Header(std::string_view name) const;
     bool IsSuccess() const { return status >= 200 && status < 300; }
 };
 
-// Gives a request's body piece by piece, on the thread that performs the request.
+// Gives a request's body in pieces, on the thread that performs the request.
 class BodySource
 {
 public:
     virtual ~BodySource() = default;
     virtual std::int64_t LengthBytes() const = 0;
-    // The number of bytes put into the buffer, 0 at the end, negative to end the transfer.
+    // Returns the number of bytes in the buffer; 0 at the end; negative to end the transfer.
     virtual std::ptrdiff_t Read(char* buffer, std::size_t sizeBytes) = 0;
 };
 
-// Takes a response's body piece by piece, on the thread that performs the request.
+// Takes a response's body in pieces, on the thread that performs the request.
 class BodySink
 {
 public:
     virtual ~BodySink() = default;
-    // Whether the body goes to this sink; otherwise it is collected in the response.
+    // Whether this sink takes the body. Otherwise the response collects it.
     virtual bool Accept(const HttpResponse& head) = 0;
     // False ends the transfer.
     virtual bool Write(const char* bytes, std::size_t sizeBytes) = 0;
-    // Whether so much comes that a large buffer is worth its memory for as long.
+    // Whether a large buffer is worth its memory.
     virtual bool IsForMuch() const { return true; }
 };
 
@@ -71,18 +71,18 @@ struct HttpRequest
     BodySource* source = nullptr; // instead of `body`; not owned
     BodySink* sink = nullptr;     // not owned
     bool acceptsGzip = false;
-    // Whether repeating it does no harm although its method would not say so.
+    // Whether a repeat is safe although the method is not idempotent.
     bool isRepeatable = false;
     HttpLimits limits;
 };
 
-// `failure` speaks of the link only: a response with status 500 is no failure here.
+// `failure` is about the link only: a response with status 500 is no failure here.
 struct HttpOutcome
 {
     HttpResponse response;
     Failure failure;
-    // An earlier try may have reached the service though its answer did not come back. Not only the
-    // layers above try again: libcurl does so by itself when a connection that was kept dies.
+    // An earlier attempt may have reached the service, and its answer was lost. Libcurl too sends a
+    // request again when a kept connection dies.
     bool mayHaveRunBefore = false;
 };
 

@@ -1,4 +1,4 @@
-// The seam to the network.
+// The interface to the network.
 #pragma once
 
 #include "base/Clock.h"
@@ -15,11 +15,11 @@ class HttpTransport
 public:
     virtual ~HttpTransport() = default;
 
-    // Blocks until the response is whole or the request failed. The check is asked at least four
+    // Blocks until the response is complete or the request failed. Asks the check at least four
     // times a second.
     virtual HttpOutcome Perform(const HttpRequest& request, const AbortCheck& abort) = 0;
 
-    // Has a running (or else the next) Perform ask its check at once.
+    // A running (or else the next) Perform asks its check at once.
     virtual void Wake() = 0;
 };
 

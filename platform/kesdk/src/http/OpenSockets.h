@@ -8,14 +8,14 @@
 
 namespace kesdk::impl {
 
-// libcurl names a transfer's socket only after its end; this knows it meanwhile.
+// Knows a transfer's socket while the transfer runs. Libcurl gives it only at the end.
 //
-// Thread: the performing one. Outlives the handles that it serves: libcurl closes the sockets of
-// the connections that it keeps through it.
+// Thread: the performing one. Outlives its handles: libcurl closes the sockets of kept connections
+// through this object.
 class OpenSockets
 {
 public:
-    // Has the handle open and close its sockets through this.
+    // The handle opens and closes its sockets through this object.
     void Serve(CURL* easy);
     // The socket of the transfer that runs on the handle; CURL_SOCKET_BAD while it has none.
     curl_socket_t Of(CURL* easy) const;

@@ -1,4 +1,3 @@
-// The authorities whose certificates the SDK believes.
 #include "http/TrustStore.h"
 
 #include <openssl/err.h>
@@ -18,7 +17,7 @@ std::string SystemsFile()
     return named ? named : X509_get_default_cert_file();
 }
 
-// Where a store keeps its TrustStore.
+// The index of the TrustStore in an OpenSSL store.
 int OwnerIndex()
 {
     static const int index = X509_STORE_get_ex_new_index(0, nullptr, nullptr, nullptr, nullptr);
@@ -31,7 +30,7 @@ bool IsInTime(const X509* certificate)
                               X509_get0_notAfter(certificate)) == 0;
 }
 
-// OpenSSL's question while it verifies: 1 and the issuer, 0 if there is none, or an error.
+// OpenSSL's callback during verification: 1 and the issuer, 0 if there is none, or an error.
 int FindIssuer(X509** issuer, X509_STORE_CTX* verification, X509* certificate)
 {
     const int found = X509_STORE_CTX_get1_issuer(issuer, verification, certificate);
@@ -56,7 +55,7 @@ TrustStore::TrustStore(const std::string& extraFile)
 {
     if (!m_store || !X509_STORE_set_ex_data(m_store.get(), OwnerIndex(), this))
         throw std::bad_alloc();
-    // A folder's are looked up one by one as they are asked for.
+    // Authorities in a folder are looked up one by one when needed.
     if (X509_LOOKUP* folder = X509_STORE_add_lookup(m_store.get(), X509_LOOKUP_hash_dir()))
         X509_LOOKUP_add_dir(folder, nullptr, X509_FILETYPE_DEFAULT);
     if (!extraFile.empty())

@@ -1,4 +1,4 @@
-// The authorities whose certificates the SDK believes.
+// The authorities whose certificates the SDK accepts.
 #pragma once
 
 #include <memory>
@@ -9,14 +9,14 @@ struct x509_store_st;
 
 namespace kesdk::impl {
 
-// Those in one file, read when it is constructed, and the system's. The system's file holds some
-// 140, a megabyte once read: it is when somebody comes whom none of the others vouches for. A
-// service with an authority of its own never is.
+// The authorities in one file, read by the constructor, and the system's. The system's file holds
+// about 140 authorities, a megabyte in memory. It is read when no other authority has issued a
+// peer's certificate.
 // Thread safety: may serve several transports at once.
 class TrustStore
 {
 public:
-    // `extraFile` may be empty. One that cannot be read is left out: its servers are then unknown.
+    // `extraFile` may be empty. If it cannot be read, its authorities are unknown.
     explicit TrustStore(const std::string& extraFile);
     TrustStore(const TrustStore&) = delete;
     TrustStore& operator=(const TrustStore&) = delete;

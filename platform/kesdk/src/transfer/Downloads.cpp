@@ -13,7 +13,7 @@ namespace kesdk::impl {
 
 namespace {
 
-// A name that could leave its folder, or that the operator could not have meant, is not served.
+// Refuses a name that could leave its folder.
 bool IsUsableServiceName(const std::wstring& name)
 {
     constexpr std::wstring_view kForbidden(L"/\0", 2);
@@ -115,7 +115,7 @@ void Downloads::SweepOnce(const std::string& localPath)
     const std::string folder = FolderOf(localPath);
     const std::int64_t nowS = m_wallTimeS();
     if (IsClockWrong(nowS, std::nullopt))
-        return; // another time
+        return; // try again at the next download
     if (m_sweptFolders.insert(folder).second)
         RemoveStaleParts(folder, nowS);
 }
@@ -130,7 +130,7 @@ Failure Downloads::FetchWhole(const ApiCall& call, const FileRecord& file, PartF
             return digest.failure;
         if (ToHex(digest.value) == file.sha256Hex)
             return {};
-        // What an earlier run left may not have reached the disk whole.
+        // A power cut may have taken bytes of the resumed part.
         if (!part.IsResumed())
             return Failure(EErrorCode::eDamaged, "SHA-256 differs");
         if (!part.Restart())

@@ -1,4 +1,3 @@
-// Small files that tell a restarted console what it was about to do.
 #include "transfer/JournalFile.h"
 
 #include "base/DigestText.h"
@@ -46,7 +45,7 @@ bool PutAll(int file, std::string_view bytes)
 struct Content
 {
     std::optional<std::string> bytes;
-    bool isUnknown = false; // it may be good, but cannot be read now
+    bool isUnknown = false; // the file cannot be read now
 };
 
 Content ReadAll(const std::string& path)
@@ -84,7 +83,7 @@ std::optional<std::string> TextOf(std::string_view bytes)
     return std::string(text);
 }
 
-// A loss of power may leave the beginning of a journal, nothing of it, or zeros in its place.
+// A power cut may leave the begin of a journal, an empty file, or zeros.
 bool IsBeginOfJournal(std::string_view bytes)
 {
     const std::size_t known = std::min(bytes.size(), kFirstLine.size());
@@ -103,7 +102,7 @@ bool SyncFolderOf(const std::string& path)
 bool WriteJournal(const std::string& path, const std::string& text)
 {
     const std::string newPath = path + kNewSuffix;
-    ::unlink(newPath.c_str()); // a link under that name must not lead elsewhere
+    ::unlink(newPath.c_str()); // open must not follow a link of this name
     FileHandle file(
         ::open(newPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!file.IsOpen())

@@ -1,4 +1,4 @@
-// Small files that tell a restarted console what it was about to do.
+// Small files that describe a transfer to a restarted console.
 #pragma once
 
 #include <cstdint>
@@ -9,33 +9,33 @@
 
 namespace kesdk::impl {
 
-// A journal is written whole or not at all, says by a digest whether it is whole, and can be done
-// without: nobody fails because of it. It holds no secret; its mode is 0600.
+// A journal is complete or does not exist: a digest in it shows that. No transfer fails because of
+// a journal. It holds no secret; its mode is 0600.
 
-// On the disk when it returns true. False: what stood there before still stands, or nothing does.
+// True: the journal is on the disk, name and all. False: the file before is unchanged, or there is
+// none.
 bool WriteJournal(const std::string& path, const std::string& text);
 
-// What was written. What is torn, or was never a journal, is removed; what cannot be read now
-// stays.
+// The text. Removes a torn journal and a file that is no journal. Leaves a file that cannot be read
+// now.
 std::optional<std::string> ReadJournal(const std::string& path);
 
 void RemoveJournal(const std::string& path);
 
-// Whether that is a journal, or what a loss of power may have left of one.
+// Whether the file is a journal, or the rest of one after a power cut.
 bool WasToBeJournal(const std::string& path);
 
-// The paths of the journals in the folder, by the end of their names.
+// The paths of the journals in the folder whose names end so.
 std::vector<std::string> JournalsIn(const std::string& folder, std::string_view suffix);
 
-// The paths of the journals in the folder, and of what was to become one, by the end of their
-// names, which nobody has written to for long.
+// The same for journals, and for new files of WriteJournal, that are older than a week.
 std::vector<std::string> StaleJournals(const std::string& folder, std::string_view suffix,
                                        std::int64_t nowS);
 
-// Whether the name is one of those.
+// Whether a journal, or a new file of WriteJournal, can have this name.
 bool IsJournalName(std::string_view name, std::string_view suffix);
 
-// Says that somebody goes on with what the journal is about.
+// Sets the date of the journal to now: its week begins again.
 void RenewJournal(const std::string& path);
 
 } // namespace kesdk::impl

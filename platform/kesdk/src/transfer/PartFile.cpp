@@ -1,4 +1,3 @@
-// A file that is being downloaded.
 #include "transfer/PartFile.h"
 
 #include "transfer/JournalFile.h"
@@ -19,9 +18,9 @@ namespace kesdk::impl {
 namespace {
 
 constexpr std::size_t kBufferBytes = std::size_t{256} * 1024;
-// The disk is told to begin writing after so much, so that the sync at the end has little left.
+// After so many bytes the kernel begins to write: the sync at the end is short then.
 constexpr std::int64_t kWriteBehindBytes = std::int64_t{8} * 1024 * 1024;
-// A smaller part is fetched again rather than gone on with.
+// A smaller part is not kept.
 constexpr std::int64_t kWorthKeepingBytes = std::int64_t{64} * 1024;
 
 Failure FailureOf(const char* what, int error)
@@ -83,7 +82,7 @@ void PartFile::Remove()
     RemoveJournal(m_paths.journal);
 }
 
-// Reads what is there once, for the digest of the whole.
+// Reads the part once, for the digest of the whole file.
 bool PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
 {
     if (!IsPartOf(m_paths.journal, origin))
@@ -97,7 +96,7 @@ bool PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
     std::int64_t hashed = 0;
     while (hashed < found.st_size) {
         if (IsAborted(abort)) {
-            m_isLeft = true; // for another time
+            m_isLeft = true; // keeps the part
             return false;
         }
         const ssize_t got =
@@ -118,15 +117,15 @@ bool PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
     m_file = std::move(file);
     m_sizeBytes = m_flushedBytes = hashed;
     m_isResumed = hashed > 0;
-    ::futimens(m_file.Get(), nullptr); // it is wanted still, even if not one byte comes now
+    ::futimens(m_file.Get(), nullptr); // the part is young again, even if no byte arrives now
     return true;
 }
 
 Failure PartFile::Create(const PartOrigin& origin)
 {
-    // A link under that name must not lead elsewhere: what an earlier run left goes first.
+    // Removes an older part first: open must not follow a link of this name.
     Remove();
-    // Before there is a part: one that nobody knows would hold its space for ever.
+    // Before the part: a part without a journal would never be removed.
     m_hasJournal = !origin.account.empty() && origin.sizeBytes >= kWorthKeepingBytes &&
                    WritePartJournal(m_paths.journal, origin);
     m_path = m_hasJournal ? m_paths.part : m_paths.loosePart;
@@ -146,7 +145,8 @@ Failure PartFile::Claim(std::int64_t sizeBytes)
 {
     if (sizeBytes > 0 &&
         ::fallocate(m_file.Get(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(sizeBytes)) != 0 &&
-        (errno == ENOSPC || errno == EDQUOT || errno == EFBIG)) // else: it cannot be claimed here
+        (errno == ENOSPC || errno == EDQUOT ||
+         errno == EFBIG)) // else: this file system cannot reserve space
         return FailureOf("reserve", errno);
     return {};
 }
@@ -186,8 +186,8 @@ void PartFile::Keep()
 {
     if (!m_hasJournal || !m_file.IsOpen() || m_failure.IsSet() || !Flush())
         return;
-    // What was claimed and is not filled goes back to the disk. Nobody waits for a slow one: what
-    // it loses with the power, the digest finds.
+    // Frees the reserved space. No sync here: after a power cut the digest check detects lost
+    // bytes.
     m_isLeft =
         m_sizeBytes > 0 && ::ftruncate(m_file.Get(), static_cast<off_t>(m_flushedBytes)) == 0;
 }
@@ -204,7 +204,7 @@ Failure PartFile::Commit()
         RemoveJournal(m_paths.journal);
     const FileHandle folder(
         ::open(FolderOf(m_finalPath).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Some file systems cannot sync a folder; one that can and fails has lost the file.
+    // Some file systems cannot sync a folder. If one fails with EIO, the file may be lost.
     if (folder.IsOpen() && ::fsync(folder.Get()) != 0 && errno == EIO) {
         ::unlink(m_finalPath.c_str());
         return FailureOf("sync of the folder", EIO);

@@ -1,4 +1,4 @@
-// A file that is being downloaded.
+// The part file of a download.
 #pragma once
 
 #include "base/Clock.h"
@@ -14,9 +14,9 @@
 
 namespace kesdk::impl {
 
-// Grows beside its final name and takes that name only when it is whole and on the disk. What is
-// neither committed nor kept is removed with the object. A journal beside a large one lets another
-// process go on with it; one without bears a name by which it is known for what it is.
+// Grows beside the final name, and gets this name when it is complete and on the disk. The
+// destructor removes a part that is neither committed nor kept. A large part has a journal, with
+// which another process resumes it. A part without a journal has a name that shows its origin.
 class PartFile
 {
 public:
@@ -25,26 +25,25 @@ public:
     PartFile(const PartFile&) = delete;
     PartFile& operator=(const PartFile&) = delete;
 
-    // Goes on with what an earlier run left of the same, or begins anew: whatever else bears the
-    // part's names is removed. Claims the space, so that a full disk shows before anything is
-    // fetched; then what an earlier run left goes as well, as the space is needed.
+    // Resumes the part of an earlier run, or begins a new one and removes files with the names of
+    // the part. Reserves the space, so that a full disk fails before the first request.
     Failure Open(const std::string& finalPath, const PartOrigin& origin, const AbortCheck& abort);
 
     bool Write(const char* bytes, std::size_t sizeBytes);
-    // What made Write or Restart fail.
+    // Set if Write or Restart failed.
     const Failure& WriteFailure() const { return m_failure; }
 
     std::int64_t SizeBytes() const { return m_sizeBytes; }
-    // Whether some of it was left by an earlier run.
+    // Whether an earlier run wrote the begin of it.
     bool IsResumed() const { return m_isResumed; }
-    // Throws away what was written so far.
+    // Removes all bytes of the part.
     bool Restart();
 
-    // Brings all of it to the disk's file (not yet to the disk) and computes its digest. Call once.
+    // Writes the buffer to the file, without a sync, and computes the digest. Call once.
     Result<Sha256::Digest> Finish();
-    // Leaves what is there to a later run, as far as there is enough to be worth it.
+    // Keeps the part for a later run, if it is large enough.
     void Keep();
-    // Syncs the file, gives it its name and syncs the folder.
+    // Syncs the file, renames it and syncs the folder.
     Failure Commit();
 
 private:

@@ -1,4 +1,3 @@
-// What the part of a download is a part of, for the time after a restart.
 #include "transfer/PartJournal.h"
 
 #include "base/DigestText.h"
@@ -19,7 +18,7 @@ namespace {
 constexpr std::string_view kPartSuffix = ".part";
 constexpr std::string_view kJournalSuffix = ".part.journal";
 constexpr std::size_t kLooseDigestBytes = 16; // in hexadecimal
-// Longer than the journal's while it is written.
+// The longest suffix, longer than that of a new journal.
 constexpr std::size_t kLongestSuffixBytes = 1 + kLooseDigestBytes + kPartSuffix.size();
 
 std::string TextOf(const PartOrigin& origin)
@@ -32,7 +31,7 @@ std::string TextOf(const PartOrigin& origin)
     return document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-// What stands between the final name and the suffix of a part without a journal.
+// The text between the final name and the suffix of a part without a journal.
 std::string LooseDigestOf(std::string_view name)
 {
     constexpr std::string_view kMeant = "kesdk part\n";
@@ -88,12 +87,12 @@ void RemoveStaleParts(const std::string& folder, std::int64_t nowS)
         const std::string name(Without(path, kJournalSuffix));
         const std::string part = name.empty() ? name : name + std::string(kPartSuffix);
         const bool isOld = IsStale(path, nowS);
-        // Looked at in any case: so the week of both begins, if their dates are impossible.
+        // Evaluated always: IsStale repairs impossible dates.
         const bool hasYoungPart =
             !part.empty() && ::access(part.c_str(), F_OK) == 0 && !IsStale(part, nowS);
         if (!isOld || hasYoungPart)
             continue;
-        // Only beside a journal that is whole, which each part of such a name had, is it ours.
+        // Only the part beside a complete journal is certainly ours.
         if (!part.empty() && ReadJournal(path))
             ::unlink(part.c_str());
         RemoveJournal(path);

@@ -1,4 +1,4 @@
-// What the part of a download is a part of, for the time after a restart.
+// The journal beside the part of a download.
 #pragma once
 
 #include <cstddef>
@@ -7,34 +7,33 @@
 
 namespace kesdk::impl {
 
-// The version of the file that is fetched, and for whom. A part of another version, or another
-// account's or service's, is never gone on with.
+// The version of the file, and the account that fetches it. A part of another version, account or
+// service is never resumed.
 struct PartOrigin
 {
-    std::string account; // and service; empty: no part is kept
+    std::string account; // and service; empty: the part is not kept
     std::int64_t fileId = 0;
     std::string etag;
     std::int64_t sizeBytes = 0;
     std::string sha256Hex;
 };
 
-// The names beside the final one. They are shortened, at the end of a character, where the longest
-// of them would not fit.
+// The names beside the final name. Long names are shortened at the end of a character.
 struct PartPaths
 {
-    std::string part;    // of one with a journal
-    std::string journal; // beside it
-    // Of a part without one: it says by itself that it is ours, with a digest of the final name.
+    std::string part;    // of a part with a journal
+    std::string journal; // beside the part
+    // Of a part without a journal: a digest of the final name shows its origin.
     std::string loosePart;
 };
 PartPaths PartPathsOf(const std::string& folder, std::string name, std::size_t longestName);
 
-// Errors of the following: none; a journal that cannot be written only costs going on later.
+// The following report no errors: without a journal a later run begins anew.
 bool WritePartJournal(const std::string& path, const PartOrigin& origin);
-// Whether the part beside the journal is one of just this. A journal that is torn is removed.
+// Whether the journal is of this version. Removes a torn journal.
 bool IsPartOf(const std::string& path, const PartOrigin& origin);
-// Parts in the folder that nobody has gone on with for long, and their journals; the younger of
-// both counts. Nothing else, whatever it is called. The clock must be right.
+// Removes parts and journals that are older than a week; the younger of both counts. Removes no
+// other files. The clock must be right.
 void RemoveStaleParts(const std::string& folder, std::int64_t nowS);
 
 } // namespace kesdk::impl

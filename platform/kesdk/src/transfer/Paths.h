@@ -1,4 +1,4 @@
-// Paths, taken apart.
+// Parts of paths.
 #pragma once
 
 #include <string>
@@ -6,14 +6,14 @@
 
 namespace kesdk::impl {
 
-// With the slash at its end; "." for a name without a folder.
+// The folder with a slash at its end; "." for a name without a folder.
 inline std::string FolderOf(const std::string& path)
 {
     const std::size_t slash = path.rfind('/');
     return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
-// The text without `end` if it ends so and has more before it; else empty.
+// The text without `end`. Empty if the text does not end so, or has nothing before.
 inline std::string_view Without(std::string_view text, std::string_view end)
 {
     const bool endsSo = text.size() > end.size() && text.substr(text.size() - end.size()) == end;

@@ -1,4 +1,3 @@
-// Files that nobody has written to for long.
 #include "transfer/StaleFiles.h"
 
 #include "base/BuildTime.h"
@@ -15,7 +14,8 @@ namespace kesdk::impl {
 
 namespace {
 
-// What the library before this one wrote is hardly older. Clocks that nobody has set show years.
+// Files of the version before this one are hardly older. A clock that was never set shows a year
+// long before.
 constexpr std::int64_t kLongestBeforeBuildS = 100 * kDayS;
 
 struct CloseFolder
@@ -43,7 +43,7 @@ std::vector<std::string> FilesIn(const std::string& folder,
     return files;
 }
 
-// Not with std::filesystem: its library may have been built for times of 32 bits.
+// Not std::filesystem: its library may use times of 32 bits.
 bool IsStale(const std::string& path, std::int64_t nowS, std::int64_t longestAgeS)
 {
     struct stat status = {};

@@ -1,4 +1,4 @@
-// Files that nobody has written to for long.
+// Files that are older than a week.
 #pragma once
 
 #include <cstdint>
@@ -9,23 +9,22 @@
 
 namespace kesdk::impl {
 
-// The console's clock, in seconds since 1970, however wrong it is. Injected, so that tests need not
-// wait for a week.
+// The console's clock, in seconds since 1970; it may be wrong. Injected for tests.
 using WallClock = std::function<std::int64_t()>;
 
 inline constexpr std::int64_t kDayS = 24 * 60 * 60;
-// As long as the service keeps an upload that nobody goes on with.
+// The service keeps an unfinished upload for so long.
 inline constexpr std::int64_t kLongestAgeS = 7 * kDayS;
 
-// The regular files in the folder itself whose names are meant. None when it cannot be read.
+// The regular files in the folder whose names `isMeant` accepts. Empty if the folder cannot be
+// read.
 std::vector<std::string> FilesIn(const std::string& folder,
                                  const std::function<bool(std::string_view)>& isMeant);
 
-// Whether that is a regular file that was written longer ago than that. The age of what was written
-// by a clock that was wrong begins now.
+// Whether a regular file is older than that. If its date is impossible, its age begins now.
 bool IsStale(const std::string& path, std::int64_t nowS, std::int64_t longestAgeS = kLongestAgeS);
 
-// Those of them that are stale. None while the clock is wrong: nobody knows what is old then.
+// The stale files of FilesIn. Empty while the clock is wrong: the ages are unknown then.
 std::vector<std::string> StaleFiles(const std::string& folder,
                                     const std::function<bool(std::string_view)>& isMeant,
                                     std::int64_t nowS);

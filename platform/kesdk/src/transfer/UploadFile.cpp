@@ -1,4 +1,3 @@
-// A local file on its way to the service.
 #include "transfer/UploadFile.h"
 
 #include <fcntl.h>
@@ -58,7 +57,7 @@ Failure ReadFailureOf(ssize_t got)
 Failure UploadFile::Open(const std::string& path)
 {
     m_path = path;
-    // Without waiting: a pipe under that name must not hang the console.
+    // O_NONBLOCK: a pipe of this name must not block.
     m_file = FileHandle(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!m_file.IsOpen())
         return OpenFailure(errno);
@@ -91,7 +90,7 @@ std::ptrdiff_t UploadFile::Read(char* buffer, std::size_t sizeBytes)
         m_readFailure = ReadFailureOf(got);
         return -1;
     }
-    // What is sent a second time is in the digest already.
+    // Bytes that are sent again are in the digest already.
     const std::int64_t end = m_position + got;
     if (end > m_hashedBytes) {
         const std::int64_t known = m_hashedBytes - m_position;

@@ -1,4 +1,4 @@
-// A local file on its way to the service.
+// A local file that is uploaded.
 #pragma once
 
 #include "base/Clock.h"
@@ -15,8 +15,7 @@
 
 namespace kesdk::impl {
 
-// Reads the file once, from its start or from where an upload goes on, and computes the digest of
-// all of it on the way.
+// Reads the file once, and computes the digest of the whole file.
 class UploadFile : public BodySource
 {
 public:
@@ -25,25 +24,24 @@ public:
     std::int64_t SizeBytes() const { return static_cast<std::int64_t>(m_opened.st_size); }
     timespec ModifiedAt() const { return m_opened.st_mtim; }
 
-    // The body is from now on what stands behind `offsetBytes`. Reads what the digest still lacks
-    // before it.
+    // The body begins at `offsetBytes`. Reads the bytes before the offset that the digest lacks.
     Failure StartAt(std::int64_t offsetBytes, const AbortCheck& abort);
 
     std::int64_t LengthBytes() const override { return SizeBytes() - m_position; }
     std::ptrdiff_t Read(char* buffer, std::size_t sizeBytes) override;
-    // How much of the body has been read.
+    // The position of the next read.
     std::int64_t PositionBytes() const { return m_position; }
-    // Why Read ended the transfer, if it did.
+    // Set if Read ended the transfer.
     const Failure& ReadFailure() const { return m_readFailure; }
 
-    // Of the whole file as it was read first. Reads what was not sent in this call.
+    // The digest of the whole file as it was first read. Reads the bytes that were not sent.
     Result<Sha256::Digest> Digest(const AbortCheck& abort);
 
-    // Whether path and open file are still what they were when it was opened.
+    // Whether the path and the open file are as they were at Open.
     bool IsUnchanged() const;
-    // Whether there is nothing under the path any more.
+    // Whether no file has this path any more.
     bool IsRemoved() const;
-    // Whether nobody has written to the open file, wherever it is now.
+    // Whether the content of the open file is unchanged, under any path.
     bool IsContentUnchanged() const;
 
 private:

@@ -88,7 +88,6 @@ UploadJournal::~UploadJournal()
 
 std::optional<std::string> UploadJournal::Find(const UploadOrigin& origin)
 {
-    ForgetRemovedFiles();
     SweepBeside(origin.path);
     const Places places = PlacesOf(origin);
     if (m_finished.count(places.back()) > 0)
@@ -153,7 +152,7 @@ UploadJournal::Places UploadJournal::PlacesOf(const UploadOrigin& origin) const
             (folder == "." ? "./" : folder) + '.' + file};
 }
 
-// Also from the journal of an earlier version of the library, which held an address besides.
+// A journal of an earlier version also has an address, which is ignored.
 std::optional<std::string> UploadJournal::ReadKey(const std::string& place,
                                                   const UploadOrigin& origin) const
 {

@@ -13,8 +13,7 @@
 
 namespace kesdk::impl {
 
-// What is sent where, by which account. Another account, service or state of the file never gets
-// the key.
+// The file, its state, its targets and the account. Only an upload of exactly these gets the key.
 struct UploadOrigin
 {
     std::string account; // and service
@@ -51,6 +50,8 @@ public:
     void Renew(const UploadOrigin& origin);
     void Finish(const UploadOrigin& origin);
     void Forget(const UploadOrigin& origin);
+    // Removes the journals of finished uploads whose file is gone. Costs a look at each such file.
+    void ForgetRemovedFiles();
 
 private:
     using Places = std::array<std::string, 2>; // in the library's folder, beside the file
@@ -59,7 +60,6 @@ private:
     std::optional<std::string> ReadKey(const std::string& place, const UploadOrigin& origin) const;
     void SweepFolder() const;
     void SweepBeside(const std::string& path);
-    void ForgetRemovedFiles();
 
     const std::string m_folder;
     const WallClock m_wallTimeS;

@@ -100,7 +100,7 @@ Result<std::vector<FileRecord>> Uploads::Confirm(const ApiCall& call, const Sent
     if (isRemoved)
         m_journal.Forget(sent.origin);
     else
-        Discard(call, sent.origin, sent.result);
+        DeleteCopy(call, sent.origin, sent.result);
     return Failure(EErrorCode::eFileChanged, "the file changed while it was sent");
 }
 
@@ -199,9 +199,9 @@ Uploads::Attempt Uploads::TakeOffset(Job& job, const UploadRecord& answer)
 Uploads::Attempt Uploads::TakeResult(Job& job, const UploadRecord& answer)
 {
     Sent& sent = job.sent;
-    const bool isPendingDeletion = m_discards.Owes(job.call.account, answer.fileIds);
+    const bool isPendingDeletion = m_pendingDeletions.Contains(job.call.account, answer.fileIds);
     if (!IsAborted(job.call.abort))
-        m_discards.Settle(m_api, m_timing, job.call);
+        m_pendingDeletions.Run(m_api, m_timing, job.call);
     const Result<Sha256::Digest> digest = sent.file.Digest(job.call.abort);
     if (!digest)
         return {true, digest.failure};
@@ -229,7 +229,7 @@ Uploads::Attempt Uploads::TakeResult(Job& job, const UploadRecord& answer)
 Uploads::Attempt Uploads::AfterWrongCopy(Job& job, const UploadRecord& answer)
 {
     if (job.hasSent) {
-        Discard(job.call, job.sent.origin, answer);
+        DeleteCopy(job.call, job.sent.origin, answer);
         if (!job.isResumed || !job.sent.file.IsUnchanged())
             return {true, Failure(EErrorCode::eFileChanged, "the service has another content")};
     }
@@ -257,14 +257,15 @@ bool Uploads::IsOfAnother(const Job& job, const UploadRecord& answer)
            std::any_of(answer.fileIds.begin(), answer.fileIds.end(), isKnown);
 }
 
-void Uploads::Discard(const ApiCall& call, const UploadOrigin& origin, const UploadRecord& result)
+void Uploads::DeleteCopy(const ApiCall& call, const UploadOrigin& origin,
+                         const UploadRecord& result)
 {
     const std::optional<Sha256::Digest> digest = FromReprDigest(result.reprDigest);
-    m_discards.Owe(call.account, result.fileIds, digest ? '"' + ToHex(*digest) + '"' : "");
+    m_pendingDeletions.Add(call.account, result.fileIds, digest ? '"' + ToHex(*digest) + '"' : "");
     // The network comes last: after a power cut no journal leads to a copy that is still to be
     // deleted.
     m_journal.Forget(origin);
-    m_discards.Settle(m_api, m_timing, call);
+    m_pendingDeletions.Run(m_api, m_timing, call);
 }
 
 } // namespace kesdk::impl

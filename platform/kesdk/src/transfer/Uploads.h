@@ -3,7 +3,7 @@
 
 #include "client/ApiClient.h"
 #include "http/ConsoleFacts.h"
-#include "transfer/Discards.h"
+#include "transfer/PendingDeletions.h"
 #include "transfer/ResumableTransfer.h"
 #include "transfer/UploadFile.h"
 #include "transfer/UploadJournal.h"
@@ -36,7 +36,7 @@ namespace kesdk::impl {
 class Uploads
 {
 public:
-    // What the service has committed. Its digest is the one of the bytes that were read.
+    // A file that the service has committed. The digest is of the bytes that were read.
     struct Sent
     {
         UploadFile file;
@@ -51,7 +51,7 @@ public:
         : m_api(api),
           m_timing(timing),
           m_journal(journalFolder, wallTimeS),
-          m_discards(journalFolder, wallTimeS)
+          m_pendingDeletions(journalFolder, wallTimeS)
     {}
 
     Result<Sent> Send(const ApiCall& call, const std::string& localPath,
@@ -60,6 +60,9 @@ public:
     // The copy of a file that changed is deleted. The copy of a removed file stays: it may be the
     // last one. Gives the new files in the order of the targets.
     Result<std::vector<FileRecord>> Confirm(const ApiCall& call, const Sent& sent);
+
+    // The caller removes a sent file after Confirm. Later calls remove the file's journal here.
+    void ForgetRemovedFiles() { m_journal.ForgetRemovedFiles(); }
 
 private:
     using Attempt = ResumableTransfer::Attempt;
@@ -84,12 +87,12 @@ private:
     Attempt AfterWrongCopy(Job& job, const UploadRecord& answer);
     void UseNewKey(Job& job);
     bool IsOfAnother(const Job& job, const UploadRecord& answer);
-    void Discard(const ApiCall& call, const UploadOrigin& origin, const UploadRecord& result);
+    void DeleteCopy(const ApiCall& call, const UploadOrigin& origin, const UploadRecord& result);
 
     ApiClient& m_api;
     Timing& m_timing;
     UploadJournal m_journal;
-    Discards m_discards;
+    PendingDeletions m_pendingDeletions;
     GivenUp m_givenUp;
     std::set<std::int64_t> m_resultIds; // files of this object's uploads
 };

@@ -6,8 +6,8 @@
 
 namespace kesdk::api {
 
-// What went wrong in an SDK call. Every text may hold HTML markup; the variable parts in it are
-// escaped. Any text may be empty.
+// An error of one SDK call. A text may hold HTML markup; its variable parts are escaped. A text may
+// be empty.
 struct CErrorMsg
 {
     std::wstring text1; // what happened, for the operator

@@ -1,4 +1,4 @@
-// What a console reports of itself: its equipment and its position.
+// A console's reports: its equipment and its position.
 #pragma once
 
 #include <cstdint>

@@ -16,7 +16,7 @@
 
 namespace kesdk::api {
 
-// A session with the service and everything that can be asked of it.
+// A session with the service and all its operations.
 //
 // Thread safety: all operations are called from one thread (the owner's). Listeners are called on
 // the connection's own notification thread, never from inside a caller's call.
@@ -38,55 +38,55 @@ public:
     // if it can be reached within 2 s. Once it returns, no listener call is running or will start.
     virtual ~IEnterpriseConnection() = default;
 
-    // Starts a login; the outcome arrives as connection states 1, then 3 or 4. True when it was
-    // started, or one is in flight already (the second is ignored). False leaves records in
-    // GetLastLoginErrors(). The two last arguments are reserved: pass null and 0.
+    // Starts a login. The outcome arrives as connection states: 1, then 3 or 4. True if the login
+    // started, or if one is in progress already (the second is ignored). False leaves records in
+    // GetLastLoginErrors(). The last two arguments are reserved: pass null and 0.
     virtual bool Login(const std::wstring& userName, const std::wstring& password,
                        const void* reserved, std::uint32_t reservedFlags) = 0;
 
-    // Ends the session, locally always, on the service if it can be reached within 2 s. True when
-    // a session was ended; connection state 0 follows.
+    // Ends the session: always on the console, and on the service if the service answers within 2
+    // s. True if there was a session; connection state 0 follows.
     virtual bool Logout() = 0;
 
-    // Whether a session stands. Does not touch the network; a lost link is not a lost session.
+    // Whether there is a session. Asks no network. A lost link does not end the session.
     virtual bool IsLoggedIn() = 0;
 
     virtual xal_list<CErrorMsg> GetLastErrors() = 0;
 
-    // The errors of the last login, kept apart because they come from another thread. Cleared when
-    // the next login starts.
+    // The errors of the last login. They are apart because they come from another thread. The next
+    // login clears them.
     virtual xal_list<CErrorMsg> GetLastLoginErrors() = 0;
 
-    // The listener gets the kinds of events that it carries, until it is withdrawn. Not owned.
+    // The listener gets the kinds of events that it names, until Unsubscribe. Not owned.
     virtual void Subscribe(ISubscriable* listener) = 0;
     // Once it returns, no call of the listener is running or will start.
     virtual void Unsubscribe(ISubscriable* listener) = 0;
 
-    // Answered from the snapshot of the account while the event stream is live or the service out
-    // of reach, in the service's order.
+    // Answered from the snapshot of the account while the event stream is open or the service does
+    // not answer. The order is the service's.
     virtual std::vector<EnterpriseProject> GetProjects() = 0;
     virtual std::list<EnterpriseResourceWithContent>
     GetProjectResources(std::int64_t projectId) = 0;
     virtual EnterpriseResourceWithContent GetResourceWithContent(std::int64_t resourceId) = 0;
     virtual CurrentUser GetCurrentUser() = 0;
 
-    // Creates the user's inbox in the project of that name. True when it exists afterwards; safe to
-    // repeat. Asks nobody when the snapshot has it.
+    // Creates the user's inbox in the project of that name. True if the inbox exists afterwards.
+    // Safe to repeat. Sends no request if the snapshot has the inbox.
     virtual bool CreateUserInbox(const std::wstring& projectName) = 0;
 
-    // Sends a file into every target, all or none. True means kept: the service has committed bytes
-    // with the digest that was computed while they were read. Safe to repeat.
+    // Sends a file into every target, all or none. True: the service has stored the file with the
+    // digest that was computed while the file was read. Safe to repeat.
     virtual bool Upload(const wchar_t* localPath, const TargetIds& targetInboxIds) = 0;
 
-    // Fetches a file. True: the whole file, verified and synced, stands under localPath. False:
-    // nothing new does.
+    // Downloads a file. True: the whole file, verified and synced, has the name localPath. False:
+    // no new file has this name.
     virtual bool Download(std::int64_t resourceId, const wchar_t* localPath) = 0;
 
     // Moves a file to the farm's bin.
     virtual bool Delete(std::int64_t resourceId) = 0;
 
-    // True also when the service cannot be reached or is busy: the latest report is then kept and
-    // sent behind the next operation of this session that gets through.
+    // True also if the service does not answer or is busy: the SDK keeps the latest report, and
+    // sends it after the next operation of this session that reaches the service.
     virtual bool SendEnvironment(const Environment& environment) = 0;
     // `sharing` is true for a connected device, false for a disconnected one.
     virtual bool MeasDeviceConnected(const Environment::MeasDeviceReport& report, bool sharing) = 0;
@@ -94,17 +94,17 @@ public:
     virtual std::int32_t MeasDeviceDisconnected(const Environment::MeasDeviceReport& report,
                                                 bool sharing) = 0;
 
-    // Never blocks: the position goes to a mailbox that keeps only the latest.
+    // Never blocks: a mailbox keeps the latest position.
     virtual bool ReportPosition(const Position& position) = 0;
 
-    // Asked from time to time while an operation waits, on the thread that called it; when it says
-    // true, the running operation fails within 1 s. Not so a Logout and a MeasDeviceDisconnected
-    // that begins when it says true already: each of them takes 2 s at most. Empty: never abort.
+    // The check runs while an operation waits, on the thread of the operation. If it returns true,
+    // the operation fails within 1 s. Exceptions are Logout, and MeasDeviceDisconnected if the
+    // check returned true before it began: each takes 2 s at most. An empty check never aborts.
     virtual void SetAbortCheck(std::function<bool()> shouldAbort) = 0;
 };
 
-// Makes a connection to the API at `url` (scheme https, host[:port], path). Does not touch the
-// network. False (and a null `*out`) when the URL is unusable. The caller owns the connection.
+// Makes a connection to the API at `url` (scheme https, host[:port], path). Asks no network. False
+// (and a null `*out`) if the URL is unusable. The caller owns the connection.
 #if defined(KESDK_BUILDING_LIBRARY)
 __attribute__((visibility("default")))
 #endif

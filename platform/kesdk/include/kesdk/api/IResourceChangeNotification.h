@@ -1,4 +1,4 @@
-// Listener for changes of what containers on the service hold.
+// Listener for changes in the containers on the service.
 #pragma once
 
 #include "kesdk/api/ISubscriable.h"
@@ -11,8 +11,8 @@ namespace kesdk::api {
 class IResourceChangeNotification : public virtual ISubscriable
 {
 public:
-    // Every change of a container's content is reported as eContentChanged: an entry added, removed
-    // or replaced, whoever caused it.
+    // Every change of a container's content is eContentChanged: an entry was added, removed or
+    // replaced, by this console or by others.
     enum EChangeKind : std::int32_t {
         eContentChanged = 4,
     };
@@ -25,7 +25,7 @@ public:
     struct ResourceChange
     {
         std::int32_t changeKind = eContentChanged;
-        long resourceId = 0; // the entry that changed; 0 when many may have
+        long resourceId = 0; // the changed entry; 0 if many entries may have changed
         std::int32_t containerKind = eUserInbox;
         unsigned long containerId = 0;
     };

@@ -8,10 +8,10 @@
 namespace kesdk::api {
 
 enum EConnectionState : std::int32_t {
-    eNotLoggedIn = 0,     // no session: logged out, revoked or expired; a lost network is not this
+    eNotLoggedIn = 0,     // no session: logged out, revoked or expired
     eLoginInProgress = 1, // a login was started
-    eReconnecting = 2,    // the session stands, the link to the service does not
-    eLoginSuccessful = 3, // snapshot and event stream stand
+    eReconnecting = 2,    // there is a session, but no link to the service
+    eLoginSuccessful = 3, // the snapshot is loaded and the event stream is open
     eLoginFailed = 4,     // the reason is among GetLastLoginErrors()
 };
 

@@ -1,4 +1,4 @@
-// What a listener of the SDK is: an object that carries the kinds of events it wants.
+// The base of the SDK's listeners: an object that names the kinds of events it wants.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +14,8 @@ enum EEventType : std::int32_t {
 // Ordered, each kind at most once.
 using EEventTypes = std::set<std::int32_t>;
 
-// Base of all listener interfaces, always a virtual one: a class that implements several listeners
-// has one event set, to which each listener interface adds its kind when it is constructed.
+// Base of all listener interfaces, always virtual: a class with several listener interfaces has one
+// event set. Each interface adds its kind in its constructor.
 class ISubscriable
 {
 public:

@@ -1,4 +1,4 @@
-// Records of what the service holds: projects, inboxes, files, and the user they belong to.
+// Records of the projects, inboxes and files on the service, and of the user.
 #pragma once
 
 #include <cstdint>
@@ -20,18 +20,18 @@ struct EnterpriseProject
     std::int64_t id = 0;
 };
 
-// A resource without what it contains.
+// A resource without its content.
 struct EnterpriseResource
 {
     std::int64_t id = 0;
     std::int32_t kind = eUnknownResource;
-    std::wstring name; // as the service gives it: it need not be usable as a file name
+    std::wstring name; // the service's name: check it before you use it as a file name
     std::int64_t ownerUserId = 0;
     std::int64_t sizeBytes = 0; // files only
 };
 
-// A resource and its direct content, in the service's order. A default-constructed one (id 0, kind
-// unknown, no name) is what a failed query returns.
+// A resource and its direct content, in the service's order. A failed query returns a default-
+// constructed record (id 0, kind unknown, no name).
 struct EnterpriseResourceWithContent : EnterpriseResource
 {
     std::list<EnterpriseResource> content;
@@ -39,7 +39,7 @@ struct EnterpriseResourceWithContent : EnterpriseResource
 
 struct CurrentUser
 {
-    std::int64_t id = 0; // 0 = nobody is logged in
+    std::int64_t id = 0; // 0 = no user is logged in
     std::wstring name;
 };
 

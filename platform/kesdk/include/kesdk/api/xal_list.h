@@ -1,4 +1,4 @@
-// The SDK's list container: a doubly linked list with an allocator of the SDK's own.
+// The SDK's list container: a doubly linked list with the SDK's allocator.
 #pragma once
 
 #include <cstddef>

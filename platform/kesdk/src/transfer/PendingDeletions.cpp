@@ -1,5 +1,4 @@
-// Copies on the service that must not stay there.
-#include "transfer/Discards.h"
+#include "transfer/PendingDeletions.h"
 
 #include "base/DigestText.h"
 #include "http/ConsoleFacts.h"
@@ -22,7 +21,7 @@ using nlohmann::json;
 
 constexpr const char* kSuffix = ".discard";
 constexpr std::chrono::seconds kLimitWhenEnding{2};
-constexpr std::int64_t kLongestOwedS = 30 * kDayS; // as long as the bin keeps what was deleted
+constexpr std::int64_t kLongestPendingS = 30 * kDayS; // as long as the bin keeps a file
 
 std::string JournalPath(const std::string& folder, const std::string& account, std::int64_t fileId)
 {
@@ -32,9 +31,9 @@ std::string JournalPath(const std::string& folder, const std::string& account, s
     return folder + '/' + ToHex(hash.Finish()) + kSuffix;
 }
 
-// Whether the service has said what becomes of it: whatever else it was, the file may still be
-// there. One that holds something else by now is gone (412).
-bool IsSettled(const Failure& failure)
+// Whether the service has answered what becomes of the file. After 412 the file has another
+// content.
+bool IsDecided(const Failure& failure)
 {
     return !failure.IsSet() || failure.Is(EErrorCode::eNotFound) ||
            failure.Is(EErrorCode::eFileGone) || failure.Is(EErrorCode::eForbidden);
@@ -42,8 +41,8 @@ bool IsSettled(const Failure& failure)
 
 } // namespace
 
-void Discards::Owe(const std::string& account, const std::vector<std::int64_t>& fileIds,
-                   const std::string& etag)
+void PendingDeletions::Add(const std::string& account, const std::vector<std::int64_t>& fileIds,
+                           const std::string& etag)
 {
     ReadOnce();
     for (const std::int64_t id : fileIds) {
@@ -54,24 +53,25 @@ void Discards::Owe(const std::string& account, const std::vector<std::int64_t>& 
             if (WriteJournal(path, document.dump(-1, ' ', false, json::error_handler_t::replace)))
                 copy.journal = path;
         }
-        m_owed.push_back(std::move(copy));
+        m_copies.push_back(std::move(copy));
     }
 }
 
-bool Discards::Owes(const std::string& account, const std::vector<std::int64_t>& fileIds)
+bool PendingDeletions::Contains(const std::string& account,
+                                const std::vector<std::int64_t>& fileIds)
 {
     ReadOnce();
-    return std::any_of(m_owed.begin(), m_owed.end(), [&](const Copy& copy) {
+    return std::any_of(m_copies.begin(), m_copies.end(), [&](const Copy& copy) {
         return copy.account == account &&
                std::find(fileIds.begin(), fileIds.end(), copy.fileId) != fileIds.end();
     });
 }
 
-void Discards::Settle(ApiClient& api, Timing& timing, const ApiCall& call)
+void PendingDeletions::Run(ApiClient& api, Timing& timing, const ApiCall& call)
 {
     ReadOnce();
     ApiCall own = call;
-    own.policy = PolicyOf(ECall::eDiscard);
+    own.policy = PolicyOf(ECall::eDeleteCopy);
     Clock::Time end = timing.Now() + own.policy.total;
     bool isEnding = false;
     own.abort = [&] {
@@ -82,7 +82,7 @@ void Discards::Settle(ApiClient& api, Timing& timing, const ApiCall& call)
         }
         return now >= end;
     };
-    const auto settle = [&](const Copy& copy) {
+    const auto isDone = [&](const Copy& copy) {
         if (copy.account != call.account)
             return false;
         if (!IsTooOld(copy)) {
@@ -91,51 +91,51 @@ void Discards::Settle(ApiClient& api, Timing& timing, const ApiCall& call)
             own.policy.total =
                 std::chrono::duration_cast<std::chrono::milliseconds>(end - timing.Now());
             if (own.policy.total.count() <= 0 ||
-                !IsSettled(api.DeleteFile(own, copy.fileId, copy.etag)))
+                !IsDecided(api.DeleteFile(own, copy.fileId, copy.etag)))
                 return false;
         }
         if (!copy.journal.empty())
             RemoveJournal(copy.journal);
         return true;
     };
-    m_owed.erase(std::remove_if(m_owed.begin(), m_owed.end(), settle), m_owed.end());
+    m_copies.erase(std::remove_if(m_copies.begin(), m_copies.end(), isDone), m_copies.end());
 }
 
-void Discards::ReadOnce()
+void PendingDeletions::ReadOnce()
 {
     if (std::exchange(m_isRead, true) || m_folder.empty())
         return;
     Sweep();
     for (const std::string& path : JournalsIn(m_folder, kSuffix)) {
         const std::optional<std::string> text = ReadJournal(path);
-        // A view, as everywhere: for a string the parser would be compiled once more.
+        // A view: nlohmann's parser for strings would be compiled once more.
         const json document =
             json::parse(std::string_view(text.value_or(std::string())), nullptr, false);
         if (!document.is_object() || !document.contains("account") || !document.contains("file") ||
             !document["account"].is_string() || !document["file"].is_number_integer())
             continue;
         const bool hasEtag = document.contains("etag") && document["etag"].is_string();
-        m_owed.push_back({document["account"], document["file"],
-                          hasEtag ? document["etag"].get<std::string>() : std::string(), path});
+        m_copies.push_back({document["account"], document["file"],
+                            hasEtag ? document["etag"].get<std::string>() : std::string(), path});
     }
 }
 
-// What was to become a journal has its week, as everywhere.
-void Discards::Sweep() const
+// A new file of WriteJournal is removed after a week.
+void PendingDeletions::Sweep() const
 {
     const std::int64_t nowS = m_wallTimeS();
     for (const std::string& path : StaleJournals(m_folder, kSuffix, nowS)) {
         const bool isWhole = !Without(path, kSuffix).empty();
-        if (!isWhole || IsStale(path, nowS, kLongestOwedS))
+        if (!isWhole || IsStale(path, nowS, kLongestPendingS))
             RemoveJournal(path);
     }
 }
 
-bool Discards::IsTooOld(const Copy& copy) const
+bool PendingDeletions::IsTooOld(const Copy& copy) const
 {
     const std::int64_t nowS = m_wallTimeS();
     return !copy.journal.empty() && !IsClockWrong(nowS, std::nullopt) &&
-           IsStale(copy.journal, nowS, kLongestOwedS);
+           IsStale(copy.journal, nowS, kLongestPendingS);
 }
 
 } // namespace kesdk::impl

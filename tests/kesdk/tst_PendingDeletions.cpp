@@ -12,10 +12,10 @@ using namespace std::chrono_literals;
 using test::Fault;
 using test::SentRequest;
 
-class DiscardsTest : public UploadsTest
+class PendingDeletionsTest : public UploadsTest
 {
 protected:
-    DiscardsTest()
+    PendingDeletionsTest()
     {
         call.account = "https://service.test\n7";
         std::filesystem::create_directory(state.Path("own"));
@@ -28,7 +28,10 @@ protected:
         return '"' + ToHex(hash.Finish()) + '"';
     }
     // Reads the journals from the disk, as a restarted console does.
-    Discards NewDiscards() const { return Discards(state.Path("own"), wallTimeS); }
+    PendingDeletions NewPendingDeletions() const
+    {
+        return PendingDeletions(state.Path("own"), wallTimeS);
+    }
     Result<std::vector<FileRecord>> SendAsNewProcess()
     {
         Uploads process{api, timing, state.Path("own"), wallTimeS};
@@ -71,9 +74,9 @@ protected:
         RetryingClient silentHttp{silent, timing};
         ApiClient silentApi{silentHttp};
         call.abort = [&] { return time->Now() - begin >= ending; };
-        Discards discards = NewDiscards();
-        discards.Owe(call.account, {501, 502}, EtagOf("x"));
-        discards.Settle(silentApi, timing, call);
+        PendingDeletions deletions = NewPendingDeletions();
+        deletions.Add(call.account, {501, 502}, EtagOf("x"));
+        deletions.Run(silentApi, timing, call);
         EXPECT_EQ(Journals(".discard"), 2u) << "both deletions are still pending";
         return time->Now() - begin;
     }
@@ -84,20 +87,20 @@ protected:
 
 } // namespace
 
-TEST_F(DiscardsTest, IgnoresAResultThatIsQueuedForDeletion)
+TEST_F(PendingDeletionsTest, IgnoresAResultThatIsQueuedForDeletion)
 {
     const std::int64_t queuedCopy = CommitWithoutAnswer();
-    NewDiscards().Owe(call.account, {queuedCopy}, EtagOf(kContent));
+    NewPendingDeletions().Add(call.account, {queuedCopy}, EtagOf(kContent));
     const auto sent = SendAsNewProcess();
     ExpectStored(sent, kContent);
     EXPECT_NE(sent.value.at(0).id, queuedCopy);
     EXPECT_EQ(Journals(".discard"), 0u);
 }
 
-TEST_F(DiscardsTest, IgnoresAResultWhoseDeletionFails)
+TEST_F(PendingDeletionsTest, IgnoresAResultWhoseDeletionFails)
 {
     const std::int64_t queuedCopy = CommitWithoutAnswer();
-    NewDiscards().Owe(call.account, {queuedCopy}, EtagOf(kContent));
+    NewPendingDeletions().Add(call.account, {queuedCopy}, EtagOf(kContent));
     for (int i = 0; i < 3; ++i)
         service.FailNext(Drop("DELETE /v1/resources/"));
     const auto sent = SendAsNewProcess();
@@ -108,75 +111,75 @@ TEST_F(DiscardsTest, IgnoresAResultWhoseDeletionFails)
         << "the wrong copy is deleted after the second answer";
 }
 
-TEST_F(DiscardsTest, IgnoresAResultThatIsQueuedForDeletionWithoutAJournal)
+TEST_F(PendingDeletionsTest, IgnoresAResultThatIsQueuedForDeletionWithoutAJournal)
 {
     const std::int64_t queuedCopy = CommitWithoutAnswer();
     std::filesystem::remove(std::filesystem::directory_iterator(state.Path("own"))->path());
-    NewDiscards().Owe(call.account, {queuedCopy}, EtagOf(kContent));
+    NewPendingDeletions().Add(call.account, {queuedCopy}, EtagOf(kContent));
     const auto sent = SendAsNewProcess();
     ExpectStored(sent, kContent);
     EXPECT_NE(sent.value.at(0).id, queuedCopy);
 }
 
-TEST_F(DiscardsTest, GivesUpWhenTheServiceOnlyRepeatsAResultThatIsQueuedForDeletion)
+TEST_F(PendingDeletionsTest, GivesUpWhenTheServiceOnlyRepeatsAResultThatIsQueuedForDeletion)
 {
     const std::int64_t earlier = service.AddFile(inbox, "report.txt", kContent);
     for (int i = 0; i < 50; ++i) {
         service.FailNext(Answer("POST /v1/uploads", EarlierResult(earlier)));
         service.FailNext(Drop("DELETE"));
     }
-    NewDiscards().Owe(call.account, {earlier}, EtagOf(kContent));
+    NewPendingDeletions().Add(call.account, {earlier}, EtagOf(kContent));
     EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eBadReply);
     EXPECT_LE(service.Count("POST /v1/uploads"), 6);
 }
 
-TEST_F(DiscardsTest, RemovesTheUploadJournalBeforeItDeletesTheCopy)
+TEST_F(PendingDeletionsTest, RemovesTheUploadJournalBeforeItDeletesTheCopy)
 {
-    int discards = 0;
+    int deletions = 0;
     service.onRequest = [&](const std::string& line) {
         if (line.rfind("DELETE", 0) != 0)
             return;
-        ++discards;
+        ++deletions;
         EXPECT_EQ(Journals(".discard"), 1u);
         EXPECT_EQ(Journals(".upload"), 0u);
     };
     service.CorruptNextCommit();
     ExpectFailure(SendAsNewProcess(), EErrorCode::eFileChanged);
-    EXPECT_EQ(discards, 1);
+    EXPECT_EQ(deletions, 1);
 }
 
-TEST_F(DiscardsTest, GivesUpAfterFifteenSeconds)
+TEST_F(PendingDeletionsTest, GivesUpAfterFifteenSeconds)
 {
     int requests = 0;
     EXPECT_EQ(SettleWithoutAnswers(1h, requests), 15s);
     EXPECT_EQ(requests, 1);
 }
 
-TEST_F(DiscardsTest, GivesUpTwoSecondsAfterTheCallIsAborted)
+TEST_F(PendingDeletionsTest, GivesUpTwoSecondsAfterTheCallIsAborted)
 {
     int requests = 0;
     EXPECT_EQ(SettleWithoutAnswers(3s, requests), 5s);
     EXPECT_EQ(requests, 1);
 }
 
-TEST_F(DiscardsTest, GivesUpAfterFifteenSecondsAlsoWhenTheCallIsAbortedLate)
+TEST_F(PendingDeletionsTest, GivesUpAfterFifteenSecondsAlsoWhenTheCallIsAbortedLate)
 {
     int requests = 0;
     EXPECT_EQ(SettleWithoutAnswers(14s, requests), 15s);
 }
 
-TEST_F(DiscardsTest, DeletesOnlyIfTheCopyHasTheKnownDigest)
+TEST_F(PendingDeletionsTest, DeletesOnlyIfTheCopyHasTheKnownDigest)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
-    NewDiscards().Owe(call.account, {file}, EtagOf("a copy"));
-    NewDiscards().Settle(api, timing, call);
+    NewPendingDeletions().Add(call.account, {file}, EtagOf("a copy"));
+    NewPendingDeletions().Run(api, timing, call);
     const SentRequest last = service.Requests().back();
     EXPECT_EQ(last.Header("If-Match"), EtagOf("a copy"));
     EXPECT_TRUE(service.FileIds(inbox).empty());
     EXPECT_EQ(Journals(".discard"), 0u);
 }
 
-TEST_F(DiscardsTest, DeletesAWrongCopyByTheDigestOfTheCopy)
+TEST_F(PendingDeletionsTest, DeletesAWrongCopyByTheDigestOfTheCopy)
 {
     service.CorruptNextCommit();
     ExpectFailure(SendAsNewProcess(), EErrorCode::eFileChanged);
@@ -185,65 +188,65 @@ TEST_F(DiscardsTest, DeletesAWrongCopyByTheDigestOfTheCopy)
     EXPECT_EQ(service.Requests().back().Header("If-Match"), EtagOf(corrupt));
 }
 
-TEST_F(DiscardsTest, EndsTheDeletionWhenTheCopyHasChangedOrIsGone)
+TEST_F(PendingDeletionsTest, EndsTheDeletionWhenTheCopyHasChangedOrIsGone)
 {
     const std::int64_t other = service.AddFile(inbox, "report.txt", "something else");
     const std::int64_t gone = service.AddFile(inbox, "gone.txt", "a copy");
     service.RemoveFile(gone);
-    NewDiscards().Owe(call.account, {other, gone}, EtagOf("a copy"));
-    NewDiscards().Settle(api, timing, call);
+    NewPendingDeletions().Add(call.account, {other, gone}, EtagOf("a copy"));
+    NewPendingDeletions().Run(api, timing, call);
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 2);
     EXPECT_EQ(service.FileIds(inbox), Ids{other});
     EXPECT_EQ(Journals(".discard"), 0u);
 }
 
-TEST_F(DiscardsTest, ForgetsADeletionAfterThirtyDays)
+TEST_F(PendingDeletionsTest, ForgetsADeletionAfterThirtyDays)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
-    NewDiscards().Owe(call.account, {file}, EtagOf("a copy"));
-    Discards running = NewDiscards();
-    EXPECT_TRUE(running.Owes(call.account, {file}));
+    NewPendingDeletions().Add(call.account, {file}, EtagOf("a copy"));
+    PendingDeletions running = NewPendingDeletions();
+    EXPECT_TRUE(running.Contains(call.account, {file}));
     const std::int64_t nowS = test::NextMonthS();
     wallTimeS = [nowS] { return nowS; };
     DateJournal(nowS - 30 * kDayS - test::kHourS);
-    EXPECT_FALSE(NewDiscards().Owes(call.account, {file}));
+    EXPECT_FALSE(NewPendingDeletions().Contains(call.account, {file}));
     EXPECT_EQ(Journals(".discard"), 0u);
     EXPECT_EQ(service.FileIds(inbox), Ids{file});
 }
 
-TEST_F(DiscardsTest, ForgetsADeletionAfterThirtyDaysInOneRun)
+TEST_F(PendingDeletionsTest, ForgetsADeletionAfterThirtyDaysInOneRun)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
     const std::int64_t nowS = test::NextMonthS();
-    Discards discards(state.Path("own"), [nowS] { return nowS; });
-    discards.Owe(call.account, {file}, EtagOf("a copy"));
+    PendingDeletions deletions(state.Path("own"), [nowS] { return nowS; });
+    deletions.Add(call.account, {file}, EtagOf("a copy"));
     DateJournal(nowS - 30 * kDayS - test::kHourS);
-    discards.Settle(api, timing, call);
+    deletions.Run(api, timing, call);
     EXPECT_EQ(service.Count("DELETE"), 0);
-    EXPECT_FALSE(discards.Owes(call.account, {file}));
+    EXPECT_FALSE(deletions.Contains(call.account, {file}));
     EXPECT_EQ(Journals(".discard"), 0u);
 }
 
-TEST_F(DiscardsTest, DeletesACopyWithinThirtyDays)
+TEST_F(PendingDeletionsTest, DeletesACopyWithinThirtyDays)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
-    NewDiscards().Owe(call.account, {file}, EtagOf("a copy"));
+    NewPendingDeletions().Add(call.account, {file}, EtagOf("a copy"));
     const std::int64_t nowS = test::NextMonthS();
     wallTimeS = [nowS] { return nowS; };
     DateJournal(nowS - 30 * kDayS + test::kHourS);
-    NewDiscards().Settle(api, timing, call);
+    NewPendingDeletions().Run(api, timing, call);
     EXPECT_TRUE(service.FileIds(inbox).empty());
 }
 
-TEST_F(DiscardsTest, KeepsADeletionWhileTheClockIsWrong)
+TEST_F(PendingDeletionsTest, KeepsADeletionWhileTheClockIsWrong)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
-    NewDiscards().Owe(call.account, {file}, EtagOf("a copy"));
+    NewPendingDeletions().Add(call.account, {file}, EtagOf("a copy"));
     wallTimeS = [] { return std::int64_t{0}; };
-    EXPECT_TRUE(NewDiscards().Owes(call.account, {file}));
+    EXPECT_TRUE(NewPendingDeletions().Contains(call.account, {file}));
 }
 
-TEST_F(DiscardsTest, RemovesOldTemporaryFilesOfJournals)
+TEST_F(PendingDeletionsTest, RemovesOldTemporaryFilesOfJournals)
 {
     const std::int64_t nowS = test::NextMonthS();
     wallTimeS = [nowS] { return nowS; };
@@ -252,13 +255,13 @@ TEST_F(DiscardsTest, RemovesOldTemporaryFilesOfJournals)
     state.Date("own/old.discard.new", nowS - test::kWeekS - test::kHourS);
     state.Date("own/young.discard.new", nowS - test::kWeekS + test::kHourS);
     state.Date("own/readme", nowS - test::kWeekS - test::kHourS);
-    NewDiscards().Settle(api, timing, call);
+    NewPendingDeletions().Run(api, timing, call);
     EXPECT_FALSE(state.Has("own/old.discard.new"));
     EXPECT_TRUE(state.Has("own/young.discard.new"));
     EXPECT_TRUE(state.Has("own/readme"));
 }
 
-TEST_F(DiscardsTest, ReadsTheDigestOfTheServicesAnswer)
+TEST_F(PendingDeletionsTest, ReadsTheDigestOfTheServicesAnswer)
 {
     Sha256 hash;
     hash.Update("abc", 3);

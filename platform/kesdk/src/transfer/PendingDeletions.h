@@ -1,0 +1,57 @@
+// Wrong copies on the service that are still to be deleted.
+#pragma once
+
+#include "client/ApiClient.h"
+#include "transfer/StaleFiles.h"
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kesdk::impl {
+
+// Files of uploads whose content is not the console's. Only this object knows that they are wrong.
+// With a folder, each has a journal and is deleted after a restart too.
+//
+// A copy is deleted only while it still has the wrong content, and for 30 days at most: the service
+// keeps a deleted file in its bin for so long.
+//
+// Thread: the caller's, one at a time. Errors: none; the next Run tries again.
+class PendingDeletions
+{
+public:
+    // Without a folder the copies are forgotten with the object.
+    PendingDeletions(std::string folder, WallClock wallTimeS)
+        : m_folder(std::move(folder)), m_wallTimeS(std::move(wallTimeS))
+    {}
+
+    // All files have the content of the etag. Without an etag they are deleted with any content.
+    void Add(const std::string& account, const std::vector<std::int64_t>& fileIds,
+             const std::string& etag);
+    // Whether one of these files is still to be deleted.
+    bool Contains(const std::string& account, const std::vector<std::int64_t>& fileIds);
+    // Tries to delete the copies of the call's account. Blocks for 15 s at most, and for 2 s after
+    // the call's abort check returned true: the console may be about to end for long.
+    void Run(ApiClient& api, Timing& timing, const ApiCall& call);
+
+private:
+    struct Copy
+    {
+        std::string account; // and service
+        std::int64_t fileId = 0;
+        std::string etag;
+        std::string journal; // its path; may be empty
+    };
+
+    void ReadOnce();
+    void Sweep() const;
+    bool IsTooOld(const Copy& copy) const;
+
+    const std::string m_folder;
+    const WallClock m_wallTimeS;
+    std::vector<Copy> m_copies;
+    bool m_isRead = false;
+};
+
+} // namespace kesdk::impl
