@@ -1,4 +1,3 @@
-// The rules of who may do what.
 #include "service/api/Access.h"
 
 #include "service/http/Problem.h"
@@ -41,20 +40,20 @@ Async<store::User> requireFarmUser(Context& context, http::Request& request)
 Async<store::User> requireOffice(Context& context, http::Request& request)
 {
     const store::Session session = co_await requireRole(context, request, ERole::Office,
-                                                        "Only the farm's office may do this.");
+                                                        "This needs a user of the farm's office.");
     co_return session.user;
 }
 
 Async<store::Session> requireOperator(Context& context, http::Request& request)
 {
-    return requireRole(context, request, ERole::Operator, "Only consoles' operators report this.");
+    return requireRole(context, request, ERole::Operator, "This needs an operator.");
 }
 
 Async<store::User> requireAdmin(Context& context, http::Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
     if (session.user.role != ERole::Admin) {
-        throw Problem(EProblem::Forbidden, "Only an administrator may do this.");
+        throw Problem(EProblem::Forbidden, "This needs an administrator.");
     }
     co_return session.user;
 }

@@ -1,4 +1,4 @@
-// The rules of who may do what.
+// The rules for which role may do what.
 #pragma once
 
 #include "service/api/Context.h"
@@ -7,20 +7,25 @@
 
 namespace kelvo::api {
 
-/** The caller, who belongs to a farm. Throws unauthenticated, or not-found for an admin. */
+/**
+ * Returns the caller if the caller belongs to a farm. Throws unauthenticated, or not-found for an
+ * admin.
+ */
 Async<store::User> requireFarmUser(Context& context, http::Request& request);
 
-/** The caller, who is of the farm's office. Throws forbidden for an operator, not-found for an
- * admin. */
+/**
+ * Returns the caller if the caller belongs to the farm's office. Throws forbidden for an operator,
+ * not-found for an admin.
+ */
 Async<store::User> requireOffice(Context& context, http::Request& request);
 
-/** The session of a console's operator. Throws forbidden or not-found. */
+/** Returns the session of an operator. Throws forbidden or not-found. */
 Async<store::Session> requireOperator(Context& context, http::Request& request);
 
-/** The caller, who is an admin. Throws forbidden. */
+/** Returns the caller if the caller is an admin. Throws forbidden. */
 Async<store::User> requireAdmin(Context& context, http::Request& request);
 
-/** Whether the user may read and write the inbox of their own farm. */
+/** Whether the user may read and write this inbox of the user's farm. */
 bool mayUse(const store::User& user, const store::Inbox& inbox);
 
 } // namespace kelvo::api

@@ -1,4 +1,4 @@
-// GET /account: everything a console needs after it has logged in, in one reply.
+// GET /account: all data that a console needs after login, in one reply.
 #include "service/api/Compression.h"
 #include "service/api/Context.h"
 #include "service/api/Snapshot.h"
@@ -13,15 +13,15 @@ namespace {
 using http::Request;
 using http::Response;
 
-/** Below this a compressed reply saves no packet. */
-constexpr std::size_t worthCompressingBytes = 512;
+/** A smaller reply fits into one packet anyway. */
+constexpr std::size_t minCompressedBytes = 512;
 
 Async<Response> getAccount(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
     const bool packed = acceptsGzip(request.header("Accept-Encoding"));
     const std::string known(request.header("If-None-Match"));
-    // Built beside the I/O threads: a farm may have thousands of files.
+    // Built outside the I/O threads: a farm may have thousands of files.
     auto build = [&session, packed, &known](soci::session& sql) {
         const Snapshot snapshot(sql, session.user);
         Response response = Response::json({{"user", toJson(session.user)},
@@ -35,7 +35,7 @@ Async<Response> getAccount(Context& context, Request& request)
         if (!known.empty() && http::tagListMatches(known, tag, true)) {
             response.status = 304;
             response.body.clear();
-        } else if (packed && response.body.size() >= worthCompressingBytes) {
+        } else if (packed && response.body.size() >= minCompressedBytes) {
             response.body = gzip(response.body);
             response.with("Content-Encoding", "gzip");
         }

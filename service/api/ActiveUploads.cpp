@@ -1,4 +1,3 @@
-// Makes sure that one request at a time works on an upload.
 #include "service/api/ActiveUploads.h"
 
 #include "service/base/WorkPool.h"
@@ -21,7 +20,7 @@ Async<std::shared_ptr<ActiveUploads::Hold>> ActiveUploads::take(std::string id,
 {
     for (;;) {
         {
-            // A Hold that did not get in must not release what another one holds.
+            // A Hold that was not entered must not release the Hold of another request.
             const std::lock_guard lock(mutex_);
             if (!entries_.contains(id)) {
                 auto hold = std::make_shared<Hold>(*this, id, body);
@@ -49,7 +48,7 @@ void ActiveUploads::waitForRelease(const std::string& id, std::function<void()> 
         const auto found = entries_.find(id);
         if (found != entries_.end()) {
             found->second.waiters.push_back(std::move(done));
-            // On the holder's own thread, where it cannot end meanwhile.
+            // Runs on the holder's thread, so the holder cannot end meanwhile.
             asio::post(found->second.executor, [holder = found->second.holder] {
                 if (const auto alive = holder.lock()) {
                     alive->body_.abandon();

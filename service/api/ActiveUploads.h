@@ -1,4 +1,4 @@
-// Makes sure that one request at a time works on an upload.
+// Lets one request at a time work on an upload.
 #pragma once
 
 #include "service/http/BodyReader.h"
@@ -13,14 +13,14 @@
 namespace kelvo::api {
 
 /**
- * The newest request wins: a client whose link broke comes back while its old connection still
- * looks alive from here, so the old request is told to stop and the new one waits for it. Thread:
+ * The newest request takes precedence: after a cut a client comes back while its old connection
+ * still looks alive here. So the old request is stopped and the new request waits for it. Thread:
  * any I/O thread. Ownership: outlives all Holds.
  */
 class ActiveUploads
 {
 public:
-    /** The right to work on one upload. Dies on its own connection's thread. */
+    /** The right to work on one upload. Destroyed on its connection's thread. */
     class Hold
     {
     public:
@@ -37,10 +37,10 @@ public:
         asio::any_io_executor executor_;
     };
 
-    /** Waits until the request that holds it now, if any, has stopped. */
+    /** Stops the request that holds the upload now, if any, and waits for it. */
     Async<std::shared_ptr<Hold>> take(std::string id, http::BodyReader& body);
 
-    /** Whether a request works on it at this moment. Any thread. */
+    /** Whether a request works on the upload now. Any thread. */
     bool isHeld(const std::string& id) const;
 
 private:

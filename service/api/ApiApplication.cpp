@@ -1,4 +1,3 @@
-// The API behind its listener: routes, errors, log and metrics.
 #include "service/api/ApiApplication.h"
 
 #include "service/base/Log.h"
@@ -15,7 +14,7 @@ using http::Problem;
 
 namespace {
 
-/** EFBIG too: a file size limit is a full disk as far as an upload is concerned. */
+/** EFBIG too: for an upload a file size limit is like a full disk. */
 bool meansFull(const std::system_error& error)
 {
     const int code = error.code().value();

@@ -1,4 +1,4 @@
-// The API behind its listener: routes, errors, log and metrics.
+// The API behind the listener: routes, errors, log and metrics.
 #pragma once
 
 #include "service/api/Context.h"

@@ -1,4 +1,4 @@
-// The farm's bin: what was deleted in the last 30 days, and how it comes back.
+// The farm's bin: the files deleted in the last 30 days, and their restoration.
 #include "service/api/Access.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
@@ -39,7 +39,7 @@ Async<Response> restore(Context& context, Request& request)
         const auto inbox =
             file ? store::inboxById(transaction.sql, user.farmId(), file->inbox) : std::nullopt;
         if (!inbox) {
-            throw Problem(EProblem::NotFound, "There is no file with this id in the bin.");
+            throw Problem(EProblem::NotFound, "The bin has no file with this id.");
         }
         addFileAdded(transaction,
                      {user.farmId(), context.clock.nowMs(), context.settings.eventsKept}, *inbox,

@@ -1,4 +1,3 @@
-// Compressed replies.
 #include "service/api/Compression.h"
 
 #include "service/base/Encoding.h"
@@ -12,7 +11,7 @@ namespace kelvo::api {
 
 namespace {
 
-/** "q=0", "q=0.0" and so on refuse a coding. */
+/** "q=0", "q=0.0" and so on refuse the coding. */
 bool isRefused(std::string_view parameters)
 {
     const std::size_t mark = parameters.find("q=");

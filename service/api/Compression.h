@@ -6,10 +6,10 @@
 
 namespace kelvo::api {
 
-/** Whether an Accept-Encoding header takes gzip. */
+/** Whether an Accept-Encoding header accepts gzip. */
 bool acceptsGzip(std::string_view header);
 
-/** Fast rather than small. Throws std::runtime_error. */
+/** Optimises for speed, not for size. Throws std::runtime_error. */
 std::string gzip(std::string_view text);
 
 } // namespace kelvo::api

@@ -1,4 +1,4 @@
-// GET /consoles and /consoles/{id}/track: what the office sees of the farm's consoles.
+// GET /consoles and /consoles/{id}/track: the farm's consoles for the office.
 #include "service/api/Access.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
@@ -19,10 +19,10 @@ using http::Problem;
 using http::Request;
 using http::Response;
 
-constexpr int usualPage = 100;
+constexpr int defaultPage = 100;
 constexpr int largestPage = 1000;
 
-/** The members that a report has by the written API; it may have come with any others. */
+/** The members of a report in the written API. The stored report may have other members. */
 struct Members
 {
     std::span<const char* const> texts;
@@ -174,11 +174,11 @@ Async<Response> getTrack(Context& context, Request& request)
     part.beforeMs = queryTime(request, "to");
     part.belowNumber = queryNumber(request, "cursor", std::numeric_limits<store::Id>::max());
     const auto most =
-        static_cast<int>(queryNumber(request, "limit", largestPage).value_or(usualPage));
-    part.most = most + 1; // one more tells whether there is more
+        static_cast<int>(queryNumber(request, "limit", largestPage).value_or(defaultPage));
+    part.most = most + 1; // one more shows whether there is a next page
     auto query = [&user, console, &part](soci::session& sql) {
         if (!store::hasConsole(sql, user.farmId(), console)) {
-            throw Problem(EProblem::NotFound, "There is no console with this id.");
+            throw Problem(EProblem::NotFound, "No console has this id.");
         }
         return store::trackOf(sql, console, part);
     };

@@ -1,4 +1,3 @@
-// The bytes of a stored file for a reply.
 #include "service/api/ContentBody.h"
 
 #include "service/api/CheckedSource.h"
@@ -19,7 +18,7 @@ using http::Problem;
 
 namespace {
 
-/** Up to this size a content is in memory before its reply begins. */
+/** A content up to this size is read into memory before its reply starts. */
 constexpr std::uint64_t smallBytes = 256 * 1024;
 constexpr std::size_t checkStepBytes = 1024 * 1024;
 
@@ -45,7 +44,9 @@ void report(Context& context, ECondition condition, const store::File& file, sto
                                           : "The file cannot be read in the service's storage.");
 }
 
-/** A disk that could not read this time may do so the next: only what was digested is remembered.
+/**
+ * Stores a result only if the whole content was digested: after a read error the next read may
+ * succeed.
  */
 void remember(Context& context, const store::File& file, const content::FileStamp& stamp,
               ECondition condition)
@@ -55,7 +56,7 @@ void remember(Context& context, const store::File& file, const content::FileStam
     }
 }
 
-/** Without a file when it is not there. */
+/** Returns no file if the file is missing. */
 Stored openStored(Context& context, const store::File& file)
 {
     try {
@@ -71,25 +72,27 @@ Stored openStored(Context& context, const store::File& file)
     }
 }
 
-/** Reads the whole through, a step at a time, so that others get their turn on the pool. Unknown:
- * it cannot be read. */
+/**
+ * Reads the whole content in steps, so that other work gets its turn on the pool. Unknown: a read
+ * failed.
+ */
 Async<ECondition> check(Context& context, const store::File& file, const Stored& stored)
 {
-    const auto turn = co_await context.integrity.turn(file.sha256);
+    const auto turn = co_await context.integrity.readLock(file.sha256);
     const auto known =
         context.integrity.conditionOf(file.sha256, stored.stamp, context.clock.nowMs());
     if (known != ECondition::Unknown) {
         co_return known;
     }
     std::optional<ECondition> found;
-    const auto told = [&found](ECondition condition) { found = condition; };
-    // Its own descriptor of the same file: the other one may go to the reply.
+    const auto onResult = [&found](ECondition condition) { found = condition; };
+    // A duplicate descriptor: the original goes to the reply.
     FileDescriptor own(::fcntl(stored.file.get(), F_DUPFD_CLOEXEC, 0));
     if (own.get() < 0) {
         throw std::system_error(errno, std::generic_category(), "dup");
     }
     CheckedSource source(std::move(own), static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
-                         context.filePool, told);
+                         context.filePool, onResult);
     const auto buffer = std::make_unique<char[]>(checkStepBytes);
     while (!found) {
         co_await source.read(asio::buffer(buffer.get(), checkStepBytes));
@@ -98,11 +101,11 @@ Async<ECondition> check(Context& context, const store::File& file, const Stored&
     co_return *found;
 }
 
-/** What it is found to be; Right: `bytes` is all of it. */
+/** Returns the condition. If it is Intact, `bytes` is the whole content. */
 Async<ECondition> readSmall(Context& context, const store::File& file, Stored stored,
                             std::string& bytes)
 {
-    ECondition found = file.sizeBytes == 0 ? ECondition::Right : ECondition::Unknown;
+    ECondition found = file.sizeBytes == 0 ? ECondition::Intact : ECondition::Unknown;
     CheckedSource source(std::move(stored.file), static_cast<std::uint64_t>(file.sizeBytes),
                          file.sha256, context.filePool,
                          [&found](ECondition condition) { found = condition; });
@@ -121,15 +124,15 @@ Async<ECondition> readSmall(Context& context, const store::File& file, Stored st
 std::shared_ptr<http::BodySource> checkedSource(Context& context, const store::File& file,
                                                 store::Id farm, Stored stored)
 {
-    const auto told = [&context, file, farm, stamp = stored.stamp](ECondition condition) {
+    const auto onResult = [&context, file, farm, stamp = stored.stamp](ECondition condition) {
         remember(context, file, stamp, condition);
-        if (condition != ECondition::Right) {
+        if (condition != ECondition::Intact) {
             report(context, condition, file, farm);
         }
     };
     return std::make_shared<CheckedSource>(std::move(stored.file),
                                            static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
-                                           context.filePool, told);
+                                           context.filePool, onResult);
 }
 
 } // namespace
@@ -149,7 +152,7 @@ Async<void> addContent(Context& context, const store::File& file, store::Id farm
     if (!bodiless && size <= smallBytes) {
         std::string bytes;
         const ECondition found = co_await readSmall(context, file, std::move(stored), bytes);
-        if (found != ECondition::Right) {
+        if (found != ECondition::Intact) {
             refuse(context, found, file, farm);
         }
         response.body = bytes.substr(static_cast<std::size_t>(range.offset),
@@ -162,7 +165,7 @@ Async<void> addContent(Context& context, const store::File& file, store::Id farm
     }
     if (!bodiless) {
         const ECondition condition = co_await check(context, file, stored);
-        if (condition != ECondition::Right) {
+        if (condition != ECondition::Intact) {
             refuse(context, condition, file, farm);
         }
     }

@@ -1,4 +1,4 @@
-// The bytes of a stored file for a reply, never ones that are known or found to be wrong.
+// The bytes of a stored file for a reply. A damaged content is never sent as a whole.
 #pragma once
 
 #include "service/api/Context.h"
@@ -9,11 +9,11 @@
 namespace kelvo::api {
 
 /**
- * Gives the reply its body: the range of the file's content. A small content is checked before
- * anything is sent, a large whole one while it is sent (its end is kept back when it is wrong), and
- * for a part of a large one the whole is read first, unless that was done not long ago. `bodiless`:
- * only the length matters. Throws Problem (internal) when the content is damaged; that and a cut
- * reply are logged and counted.
+ * Sets the reply's body: the range of the file's content. A small content is checked before the
+ * reply starts. A large whole content is checked while it is sent; if it is damaged, its end is not
+ * sent. For a part of a large content the whole content is read first, unless it was checked in the
+ * last hour. `bodiless`: only the length is needed. Throws Problem (internal) if the content is
+ * damaged. Damage and cut replies are logged and counted.
  */
 Async<void> addContent(Context& context, const store::File& file, store::Id farm,
                        const http::RangeChoice& range, bool bodiless, http::Response& response);

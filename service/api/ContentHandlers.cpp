@@ -25,7 +25,7 @@ Async<store::File> findFile(Context& context, const store::User& user, store::Id
         const auto file = store::fileById(sql, user.farmId(), id);
         const auto inbox = file ? store::inboxById(sql, user.farmId(), file->inbox) : std::nullopt;
         if (!inbox || !mayUse(user, *inbox)) {
-            throw Problem(EProblem::NotFound, "There is no file with this id.");
+            throw Problem(EProblem::NotFound, "No file has this id.");
         }
         return *file;
     };
@@ -37,7 +37,8 @@ http::RangeChoice rangeFor(const Request& request, const store::File& file)
     const auto size = static_cast<std::uint64_t>(file.sizeBytes);
     const std::string_view condition = request.header("If-Range");
     if (!condition.empty() && condition != etagOf(file)) {
-        return {http::ERange::Whole, 0, size}; // the peer has another content: start anew
+        return {http::ERange::Whole, 0,
+                size}; // the client has a part of another content: send the whole file
     }
     return http::chooseRange(request.header("Range"), size);
 }
@@ -46,7 +47,7 @@ void refuseUnlessWanted(const Request& request, const store::File& file)
 {
     const std::string_view wanted = request.header("If-Match");
     if (!wanted.empty() && !http::tagListMatches(wanted, etagOf(file), false)) {
-        throw Problem(EProblem::PreconditionFailed, "The file is not the one you mean.");
+        throw Problem(EProblem::PreconditionFailed, "The file's content has another tag.");
     }
 }
 
@@ -58,7 +59,7 @@ Async<Response> getContent(Context& context, Request& request)
     const std::string total = std::to_string(file.sizeBytes);
     const http::RangeChoice range = rangeFor(request, file);
     if (range.kind == http::ERange::Unsatisfiable) {
-        throw Problem(EProblem::RangeNotSatisfiable, "The file is shorter than that.",
+        throw Problem(EProblem::RangeNotSatisfiable, "The range is outside of the file.",
                       {{"Content-Range", "bytes */" + total}});
     }
     Response response;

@@ -1,4 +1,3 @@
-// A content, or a part of it, as the body of a reply.
 #include "service/api/ContentSource.h"
 
 #include <unistd.h>

@@ -7,7 +7,7 @@
 
 namespace kelvo::api {
 
-/** Reads on the pool. The pool outlives it. */
+/** Reads on the pool, which outlives it. */
 class ContentSource final : public http::BodySource
 {
 public:

@@ -1,4 +1,4 @@
-// What the handlers of the API work with.
+// The parts of the service that the API's handlers use.
 #pragma once
 
 #include "service/accounts/Accounts.h"
@@ -21,17 +21,17 @@ class Router;
 
 namespace kelvo::api {
 
-/** Where every route begins. */
+/** The base path of every route. */
 inline constexpr const char* basePath = "/kelvo-api/v1";
 
 struct Settings
 {
     long long maxUploadBytes = 8LL * 1024 * 1024 * 1024;
-    long long eventsKept = 100000; // a farm; 0: no limit by number
+    long long eventsKept = 100000; // for each farm; 0: no limit by number
     events::StreamSettings stream;
 };
 
-/** References to the parts of the service; lives as long as they do and longer than any request. */
+/** References to the parts of the service. The parts outlive it, and it outlives every request. */
 struct Context
 {
     store::Database& database;

@@ -1,4 +1,3 @@
-// The store's records as the API's JSON.
 #include "service/api/Documents.h"
 
 #include "service/base/Encoding.h"

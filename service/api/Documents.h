@@ -19,26 +19,28 @@ Json toJson(const store::User& user);
 Json toJson(const store::File& file);
 Json toJson(const store::BinnedFile& file);
 
-/** Without "resources". */
+/** Without the member "resources". */
 Json toJson(const store::Project& project);
 
-/** `entries` absent: the reader may not see them. */
+/** Without `entries`: the reader may not see them. */
 Json toJson(const store::Inbox& inbox, const std::optional<std::vector<store::File>>& entries);
 
 /** The entity tag of a content. */
 std::string etagOf(const store::File& file);
 
-/** A member that must be a string. Throws Problem (malformed-request). */
+/** Returns a member that must be a string. Throws Problem (malformed-request). */
 std::string requireString(const nlohmann::json& document, const char* member);
 
-/** A name of a farm or user: 1 to 64 characters, none of them a control. Throws Problem
- * (unprocessable). */
+/**
+ * Returns the name of a farm or user: 1 to 64 characters without control characters. Throws Problem
+ * (unprocessable).
+ */
 std::string requireName(const nlohmann::json& document, const char* member);
 
-/** Whether it can be a file's name on any console. */
+/** Whether the name can be a file name on any console. */
 bool isFileName(std::string_view name);
 
-/** Characters of valid UTF-8. */
+/** Counts the characters of valid UTF-8. */
 std::size_t countCharacters(std::string_view utf8);
 
 } // namespace kelvo::api

@@ -1,4 +1,4 @@
-// GET /events: the stream of what happens on the farm.
+// GET /events: the stream of events of the farm.
 #include "service/api/Context.h"
 #include "service/base/Encoding.h"
 #include "service/events/EventStream.h"
@@ -16,7 +16,7 @@ using http::Problem;
 using http::Request;
 using http::Response;
 
-/** Nothing: from now on. */
+/** Empty: the stream starts now. */
 std::optional<store::Id> requestedCursor(const Request& request)
 {
     std::optional<std::string> text = request.queryValue("cursor");
@@ -28,13 +28,12 @@ std::optional<store::Id> requestedCursor(const Request& request)
     }
     const auto number = parseNumber(*text);
     if (!number || *number > static_cast<std::uint64_t>(std::numeric_limits<store::Id>::max())) {
-        throw Problem(EProblem::MalformedRequest, "The cursor is no event's id.");
+        throw Problem(EProblem::MalformedRequest, "The cursor is not the id of an event.");
     }
     return static_cast<store::Id>(*number);
 }
 
-/** After the subscription, so that nothing falls between what it reads and what the hub delivers.
- */
+/** Called after the subscription, so that no event is missing between the log and the hub. */
 Async<store::Id> startingPoint(Context& context, const store::Session& session,
                                std::optional<store::Id> wanted)
 {
@@ -46,7 +45,8 @@ Async<store::Id> startingPoint(Context& context, const store::Session& session,
     };
     const store::EventBounds bounds = co_await context.database.read(query);
     if (wanted && !bounds.contains(*wanted)) {
-        throw Problem(EProblem::CursorTooOld, "The events after this cursor are not kept.");
+        throw Problem(EProblem::CursorTooOld,
+                      "The log does not have the events after this cursor.");
     }
     co_return wanted.value_or(bounds.newest);
 }

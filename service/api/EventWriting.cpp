@@ -1,4 +1,3 @@
-// The events that changes leave in a farm's log.
 #include "service/api/EventWriting.h"
 
 #include "service/api/Documents.h"
@@ -54,8 +53,8 @@ void addInboxAdded(store::Transaction& transaction, const EventFrame& frame,
 void addConsoleMoved(store::Transaction& transaction, const EventFrame& frame, store::Id console,
                      const store::User& user, const store::Position& position)
 {
-    // Consoles move all day. Of one console's moves the log keeps the last, so that they neither
-    // fill it nor drive the other events out.
+    // Consoles move all day. The log keeps only the last move of each console, so that moves
+    // neither fill the log nor push out other events.
     store::dropEvent(transaction, frame.farm, store::lastMoveOf(transaction.sql, console));
     const Json data{{"console", console},
                     {"user", {{"id", user.id}, {"name", user.name}}},

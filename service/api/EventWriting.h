@@ -1,4 +1,4 @@
-// The events that changes leave in a farm's log.
+// Appends the events of changes to a farm's log.
 #pragma once
 
 #include "service/store/Database.h"
@@ -7,12 +7,12 @@
 
 namespace kelvo::api {
 
-/** What every entry of the log needs to know. */
+/** The data that all events need. */
 struct EventFrame
 {
     store::Id farm = 0;
     long long nowMs = 0;
-    long long eventsKept = 0; // older ones are dropped; 0: no limit
+    long long eventsKept = 0; // older events are pruned; 0: no limit
 };
 
 void addFileAdded(store::Transaction& transaction, const EventFrame& frame,
@@ -20,7 +20,7 @@ void addFileAdded(store::Transaction& transaction, const EventFrame& frame,
 void addFileRemoved(store::Transaction& transaction, const EventFrame& frame,
                     const store::Inbox& inbox, const store::File& file);
 
-/** The whole farm learns of it, but only those who may read it that it is empty. */
+/** The whole farm gets the event. Only users who may read the inbox get its (empty) entries. */
 void addInboxAdded(store::Transaction& transaction, const EventFrame& frame,
                    const store::Inbox& inbox);
 

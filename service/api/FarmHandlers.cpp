@@ -23,7 +23,7 @@ Async<Response> addFarm(Context& context, Request& request)
     const std::string name = requireName(body, "name");
     auto change = [&name](store::Transaction& transaction) {
         if (store::farmByName(transaction.sql, name)) {
-            throw Problem(EProblem::Conflict, "There is a farm of this name.");
+            throw Problem(EProblem::Conflict, "A farm with this name exists.");
         }
         return store::addFarm(transaction, name);
     };

@@ -17,7 +17,7 @@ constexpr std::uint64_t ringBytes = 512 * 1024;
 /** A read takes a part of the ring only, so that the next read has room while the pool writes. */
 constexpr std::size_t pieceBytes = 128 * 1024;
 
-/** Bytes between the connection and the disk, in the order in which they came. */
+/** Bytes between the connection and the disk, in the order of their arrival. */
 class Ring
 {
 public:
@@ -28,7 +28,7 @@ public:
     bool isEmpty() const { return added_ == taken_; }
     bool isFull() const { return added_ - taken_ == capacity_; }
 
-    /** Where the next bytes go. */
+    /** The free space for the next bytes. */
     asio::mutable_buffer room()
     {
         const auto at = static_cast<std::size_t>(added_ % capacity_);
@@ -37,7 +37,7 @@ public:
     }
     void add(std::size_t sizeBytes) { added_ += sizeBytes; }
 
-    /** The oldest bytes; fewer than all when they continue at the ring's begin. */
+    /** The oldest bytes. Not all bytes if they continue at the start of the ring. */
     asio::const_buffer oldest() const
     {
         const auto at = static_cast<std::size_t>(taken_ % capacity_);
@@ -49,7 +49,7 @@ public:
 private:
     std::size_t capacity_;
     std::unique_ptr<char[]> bytes_;
-    std::uint64_t added_ = 0; // in all
+    std::uint64_t added_ = 0; // bytes since the start
     std::uint64_t taken_ = 0;
 };
 
@@ -66,7 +66,7 @@ public:
           room_(body.executor())
     {}
 
-    /** False when the peer left or stalled. Ends early when writing fails. */
+    /** False if the peer left or stalled. Ends early if a write fails. */
     Async<bool> read()
     {
         http::IoResult got;
@@ -79,7 +79,7 @@ public:
             ring_.add(got.bytes);
             arrival_.wake();
             if (isIdle_ && !got.error) {
-                // Lets the writing begin; a fast peer would not let this coroutine pause.
+                // Lets write() start: with a fast peer this coroutine would never suspend.
                 co_await asio::post(body_.executor(), asio::use_awaitable);
             }
         }

@@ -1,4 +1,4 @@
-// Moves a request's body into an upload.
+// Receives a request's body into an upload.
 #pragma once
 
 #include "service/base/WorkPool.h"
@@ -8,11 +8,10 @@
 namespace kelvo::api {
 
 /**
- * Receives while the pool writes and digests what came before. The pool writes at once what has
- * come, however little it is: a service that is killed loses only what the disk had no time for.
- * Holds 512 KiB at most.
- * True when the whole body came, false when the peer left or stalled: what arrived is written.
- * Throws what UploadWriter throws.
+ * Receives while the pool writes and digests earlier bytes. The pool writes all received bytes at
+ * once, however few: a killed service loses only bytes that the disk had no time for. Holds at most
+ * 512 KiB. Returns true if the whole body was received, false if the peer left or stalled; the
+ * received bytes are written in both cases. Throws the exceptions of UploadWriter.
  */
 Async<bool> receiveBody(http::BodyReader& body, content::UploadWriter& writer, WorkPool& pool);
 

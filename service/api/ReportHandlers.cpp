@@ -1,4 +1,4 @@
-// What consoles report: their environment, connected devices, positions.
+// The reports of consoles: environment, devices, positions.
 #include "service/api/Access.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
@@ -66,11 +66,11 @@ double requireDegrees(const nlohmann::json& document, const char* member, double
     return value;
 }
 
-/** Consoles' clocks are not always right, so a day ahead is still taken. */
+/** The clock of a console may be wrong, so times up to a day in the future are accepted. */
 void refuseFarFuture(const Context& context, long long timeMs)
 {
     if (timeMs < 0 || timeMs > context.clock.nowMs() + dayMs) {
-        throw Problem(EProblem::Unprocessable, "The time is more than a day ahead.");
+        throw Problem(EProblem::Unprocessable, "The time is more than a day in the future.");
     }
 }
 
@@ -115,7 +115,7 @@ Async<Response> putDevice(Context& context, Request& request)
     const std::string address = hardwareAddress(requireObject(body, "device"));
     const std::string document = body.dump();
     auto change = [&](store::Transaction& transaction) {
-        // The address is the device's; it says nothing of the console.
+        // The address belongs to the device and does not identify the console.
         const store::Id console = store::reportingConsole(transaction, session, {});
         store::setDevice(transaction, console, address, document, context.clock.nowMs());
     };
@@ -126,9 +126,9 @@ Async<Response> putDevice(Context& context, Request& request)
 long long timeInSeconds(const Context& context, const nlohmann::json& body)
 {
     const long long seconds = requireInteger(body, "time_s");
-    // Before it is multiplied, for it may be any number.
+    // Checked before the multiplication, because it may be any number.
     if (seconds > context.clock.nowMs() / 1000 + dayMs / 1000 || seconds < 0) {
-        throw Problem(EProblem::Unprocessable, "The time is more than a day ahead.");
+        throw Problem(EProblem::Unprocessable, "The time is more than a day in the future.");
     }
     return seconds;
 }

@@ -1,4 +1,4 @@
-// Projects, inboxes and files as records: looking at them, making an inbox, deleting a file.
+// The records of projects, inboxes and files: read, add an inbox, delete a file.
 #include "service/api/Access.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
@@ -90,7 +90,7 @@ Async<Response> makeInbox(Context& context, Request& request)
     auto change = [&context, &user, &name](store::Transaction& transaction) {
         const auto project = store::projectByName(transaction.sql, user.farmId(), name);
         if (!project) {
-            throw Problem(EProblem::NotFound, "There is no project of this name.");
+            throw Problem(EProblem::NotFound, "No project has this name.");
         }
         const long long now = context.clock.nowMs();
         const auto made = store::ensureInbox(transaction, user, project->id, now);
@@ -117,7 +117,7 @@ void removeResource(Context& context, store::Transaction& transaction, const sto
         throwNotFound();
     }
     if (!ifMatch.empty() && !http::tagListMatches(ifMatch, etagOf(*file), false)) {
-        throw Problem(EProblem::PreconditionFailed, "The file is not the one you mean.");
+        throw Problem(EProblem::PreconditionFailed, "The file's content has another tag.");
     }
     const long long now = context.clock.nowMs();
     store::moveToBin(transaction, user.farmId(), id, user.name, now);

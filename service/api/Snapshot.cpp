@@ -1,4 +1,3 @@
-// A farm's projects, inboxes and contents as one user may see them.
 #include "service/api/Snapshot.h"
 
 #include "service/api/Access.h"

@@ -1,4 +1,4 @@
-// A farm's projects, inboxes and contents as one user may see them.
+// A farm's projects, inboxes and files, as one user may see them.
 #pragma once
 
 #include "service/api/Documents.h"
@@ -9,16 +9,16 @@
 
 namespace kelvo::api {
 
-/** All in one read transaction, so nothing in it contradicts anything else. */
+/** Read in one transaction, so its parts are consistent. */
 class Snapshot
 {
 public:
     Snapshot(soci::session& sql, const store::User& user);
 
-    /** The newest event whose effect the snapshot contains. */
+    /** The id of the newest event that the snapshot includes. */
     store::Id cursor() const { return cursor_; }
 
-    /** With "resources". */
+    /** The projects, with "resources". */
     Json projects() const;
 
     /** The inboxes of one project. */
@@ -33,7 +33,7 @@ private:
     store::Id cursor_ = 0;
     std::vector<store::Project> projects_;
     std::vector<store::Inbox> inboxes_;
-    std::vector<store::File> files_; // only those that the user may see
+    std::vector<store::File> files_; // only files that the user may see
 };
 
 } // namespace kelvo::api

@@ -1,4 +1,3 @@
-// The header Upload-Metadata of the tus protocol.
 #include "service/api/TusMetadata.h"
 
 #include "service/base/Encoding.h"
@@ -9,7 +8,7 @@ namespace kelvo::api {
 
 namespace {
 
-/** Printable ASCII; spaces and commas are the header's own. */
+/** Printable ASCII. Spaces and commas separate the header's items. */
 bool isKey(std::string_view text)
 {
     return !text.empty() &&

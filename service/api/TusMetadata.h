@@ -8,7 +8,7 @@
 
 namespace kelvo::api {
 
-/** Upload-Metadata: keys with base64 values; nothing if it is malformed. */
+/** Parses keys with base64 values. Empty if the header is malformed. */
 std::optional<std::map<std::string, std::string>> parseMetadata(std::string_view header);
 
 } // namespace kelvo::api

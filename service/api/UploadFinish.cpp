@@ -1,4 +1,4 @@
-// How a received upload becomes files.
+// Makes files of a received upload.
 #include "service/api/Access.h"
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
@@ -22,27 +22,27 @@ namespace {
 void addWarning(store::Upload& upload, const store::Inbox& inbox)
 {
     upload.warnings.push_back("The inbox of " + inbox.ownerName + " has \"" + upload.name +
-                              "\" more than once now; a console reaches only the first.");
+                              "\" more than once; a console can only open the first.");
 }
 
-/** Files and events of a received upload. */
+/** Adds the files and events of a received upload. */
 FinishedUpload commitFiles(Context& context, store::Transaction& transaction, store::Upload upload)
 {
     std::vector<store::File> files;
     soci::session& sql = transaction.sql;
     const auto user = store::userById(sql, upload.user);
     if (!user || user->disabled) {
-        throw Problem(EProblem::Unauthenticated, "The account has been disabled.");
+        throw Problem(EProblem::Unauthenticated, "This account has been disabled.");
     }
     if (!store::uploadById(sql, upload.id)) {
-        throw Problem(EProblem::NotFound, "There is no such upload.");
+        throw Problem(EProblem::NotFound, "This upload does not exist.");
     }
     const long long now = context.clock.nowMs();
     const EventFrame frame{upload.farm, now, context.settings.eventsKept};
     for (const store::Id target : upload.targets) {
         const auto inbox = store::inboxById(sql, upload.farm, target);
         if (!inbox || !mayUse(*user, *inbox)) {
-            throw Problem(EProblem::NotFound, "A target is not there any more.");
+            throw Problem(EProblem::NotFound, "A target no longer exists.");
         }
         if (user->role == store::ERole::Office &&
             store::nameIsInInbox(sql, upload.farm, target, upload.name)) {
@@ -60,7 +60,7 @@ FinishedUpload commitFiles(Context& context, store::Transaction& transaction, st
     return {std::move(upload), std::move(files)};
 }
 
-/** The upload's files that are still where it put them. */
+/** The upload's files that are still in their targets. */
 Async<std::vector<store::File>> filesOf(Context& context, const store::Upload& upload)
 {
     auto query = [&upload](soci::session& sql) {
@@ -75,35 +75,38 @@ Async<std::vector<store::File>> filesOf(Context& context, const store::Upload& u
     co_return co_await context.database.read(query);
 }
 
-/** A content in its place that nothing refers to yet. */
-struct Sealed
+/** A content in its place, without a reference yet. */
+struct StoredContent
 {
-    std::unique_ptr<content::DigestLocks::Guard> lock; // keeps it from being cleaned up
-    bool moved = false;                                // false: an equal one was there already
+    std::unique_ptr<content::DigestLocks::Guard> lock; // protects the content from the janitor
+    bool moved = false;                                // false: an equal content existed already
 };
 
-/** Syncs, digests and renames the upload; its digest is set. One trip to the pool unless it must
- * wait. */
-Async<Sealed> seal(Context& context, store::Upload& upload, content::UploadWriter& writer)
+/**
+ * Syncs, digests and renames the upload and sets its digest. Runs as one job of the pool unless it
+ * has to wait for the lock.
+ */
+Async<StoredContent> storeContent(Context& context, store::Upload& upload,
+                                  content::UploadWriter& writer)
 {
-    Sealed sealed;
-    auto adopt = [&context, &upload, &sealed] {
-        sealed.moved = context.contents.adopt(upload.id, upload.sha256);
+    StoredContent stored;
+    auto adopt = [&context, &upload, &stored] {
+        stored.moved = context.contents.adopt(upload.id, upload.sha256);
     };
-    auto work = [&context, &upload, &writer, &sealed, &adopt] {
+    auto work = [&context, &upload, &writer, &stored, &adopt] {
         writer.sync();
         upload.sha256 = writer.finish();
-        sealed.lock = context.digestLocks.tryLock(upload.sha256);
-        if (sealed.lock) {
+        stored.lock = context.digestLocks.tryLock(upload.sha256);
+        if (stored.lock) {
             adopt();
         }
     };
     co_await context.filePool.run(work);
-    if (!sealed.lock) {
-        sealed.lock = co_await context.digestLocks.lock(upload.sha256);
+    if (!stored.lock) {
+        stored.lock = co_await context.digestLocks.lock(upload.sha256);
         co_await context.filePool.run(adopt);
     }
-    co_return sealed;
+    co_return stored;
 }
 
 } // namespace
@@ -111,7 +114,7 @@ Async<Sealed> seal(Context& context, store::Upload& upload, content::UploadWrite
 Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
                                    content::UploadWriter& writer)
 {
-    Sealed sealed = co_await seal(context, upload, writer);
+    StoredContent stored = co_await storeContent(context, upload, writer);
     auto change = [&context, &upload](store::Transaction& transaction) {
         return commitFiles(context, transaction, upload);
     };
@@ -126,16 +129,16 @@ Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
     } catch (...) {
         failure = std::current_exception();
     }
-    // In doubt the content stays, for files may stand that need it. If none do, the janitor removes
-    // it and the upload begins anew.
-    if (failure && !inDoubt && sealed.moved) {
-        // The next attempt finds the upload as it was.
+    // After a commit in doubt the content is kept, because committed files may need it. If there
+    // are none, the janitor removes the content and the client sends the upload again.
+    if (failure && !inDoubt && stored.moved) {
+        // The next attempt finds the upload unchanged.
         auto giveBack = [&context, &upload] {
             context.contents.giveBack(upload.id, upload.sha256);
         };
         co_await context.filePool.run(giveBack);
-    } else if (!failure && !sealed.moved) {
-        // An equal content was there already. The files stand, whatever becomes of this.
+    } else if (!failure && !stored.moved) {
+        // An equal content existed already. The files are committed, even if this removal fails.
         auto remove = [&context, &upload] {
             try {
                 context.contents.removeUpload(upload.id);

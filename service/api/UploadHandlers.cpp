@@ -16,7 +16,7 @@ using http::Request;
 using http::Response;
 using TusHandler = Async<Response> (*)(Context&, Request&);
 
-/** Every reply of the protocol names its version, refusals too. */
+/** Every reply of the protocol has its version, errors too. */
 Async<Response> withTus(Context& context, Request& request, TusHandler handler)
 {
     Response response;
@@ -30,7 +30,7 @@ Async<Response> withTus(Context& context, Request& request, TusHandler handler)
     co_return response;
 }
 
-Async<Response> describe(Context& context)
+Async<Response> describeProtocol(Context& context)
 {
     Response response = Response::noContent();
     response.headers = {{"Tus-Resumable", tusVersion},
@@ -40,7 +40,7 @@ Async<Response> describe(Context& context)
     co_return response;
 }
 
-/** Where the upload stands, in headers. */
+/** Adds the upload's offset and expiry as headers. */
 void addProgress(Response& response, const Progress& progress)
 {
     response.with("Upload-Offset", std::to_string(progress.offset));
@@ -61,7 +61,7 @@ Async<Progress> continueRepeat(Context& context, Request& request, const store::
 {
     if (!upload.finished && request.body.lengthBytes() > 0) {
         throw Problem(EProblem::Conflict,
-                      "This upload has begun before: ask for its offset and send the rest.");
+                      "This upload exists already: get its offset and send the rest.");
     }
     co_return co_await currentProgress(context, request, upload);
 }
@@ -69,27 +69,27 @@ Async<Progress> continueRepeat(Context& context, Request& request, const store::
 Async<Response> create(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
-    const UploadWish wish = readWish(request, context.settings.maxUploadBytes);
+    const UploadRequest wanted = readUploadRequest(request, context.settings.maxUploadBytes);
     if (request.body.lengthBytes() > 0) {
         requireOffsetStream(request);
     }
-    // Held before anybody can know of it, so that what is known of it stays true.
+    // Held before its id is known to any other request, so that its state cannot change meanwhile.
     const std::string id = newUploadId();
     auto hold = co_await context.activeUploads.take(id, request.body);
-    const Beginning beginning = co_await beginUpload(context, user, wish, id);
-    Progress progress{beginning.upload, 0, {}};
-    if (beginning.isRepeat) {
+    const StartedUpload started = co_await startUpload(context, user, wanted, id);
+    Progress progress{started.upload, 0, {}};
+    if (started.isRepeat) {
         hold.reset();
-        progress = co_await continueRepeat(context, request, beginning.upload);
-    } else if (request.body.lengthBytes() > 0 || wish.lengthBytes == 0) {
-        progress = co_await receiveHeldPart(context, request, beginning.upload, 0);
+        progress = co_await continueRepeat(context, request, started.upload);
+    } else if (request.body.lengthBytes() > 0 || wanted.lengthBytes == 0) {
+        progress = co_await receiveHeldPart(context, request, started.upload, 0);
     }
     Response response;
     response.status = 201;
     if (progress.upload.finished) {
         response = co_await resultDocument(context, progress, 201);
-        if (beginning.isRepeat) {
-            // An earlier request made it: a body that came with this one is not in it.
+        if (started.isRepeat) {
+            // An earlier request made the result; a body of this request is not part of it.
             response.with("Kelvo-Repeated", "true");
         }
     }
@@ -132,7 +132,7 @@ Async<Response> terminate(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
     const store::Upload upload = co_await findUpload(context, user, request.parameter("id"));
-    co_await giveUpUpload(context, request, upload);
+    co_await deleteUpload(context, request, upload);
     co_return Response::noContent();
 }
 
@@ -152,7 +152,7 @@ void addUploadRoutes(http::Router& router, Context& context)
         {"PATCH", "/uploads/{id}", append},
         {"DELETE", "/uploads/{id}", terminate},
     };
-    router.add("OPTIONS", "/uploads", [&context](Request&) { return describe(context); });
+    router.add("OPTIONS", "/uploads", [&context](Request&) { return describeProtocol(context); });
     for (const Row& row : rows) {
         router.add(row.method, row.path, [&context, handler = row.handler](Request& request) {
             return withTus(context, request, handler);

@@ -1,4 +1,3 @@
-// What the tus protocol says in headers.
 #include "service/api/UploadHeaders.h"
 
 #include "service/api/Documents.h"
@@ -19,7 +18,7 @@ using http::Problem;
 namespace {
 
 constexpr std::size_t longestKey = 100;
-constexpr std::size_t mostTargets = 1000;
+constexpr std::size_t maxTargets = 1000;
 
 std::uint64_t requireNumber(const http::Request& request, const char* header)
 {
@@ -46,11 +45,11 @@ std::string readKey(const http::Request& request)
 std::vector<store::Id> readTargets(const std::string& text)
 {
     const auto targets = store::splitIds(text);
-    if (!targets || targets->size() > mostTargets) {
+    if (!targets || targets->size() > maxTargets) {
         throw Problem(EProblem::Unprocessable, "The targets must be a list of inbox ids.");
     }
     if (std::set(targets->begin(), targets->end()).size() != targets->size()) {
-        throw Problem(EProblem::Unprocessable, "An inbox is named twice as a target.");
+        throw Problem(EProblem::Unprocessable, "A target occurs twice.");
     }
     return *targets;
 }
@@ -60,20 +59,20 @@ std::vector<store::Id> readTargets(const std::string& text)
 void requireTusVersion(const http::Request& request)
 {
     if (request.header("Tus-Resumable") != tusVersion) {
-        throw Problem(EProblem::PreconditionFailed, "This service speaks tus 1.0.0.",
+        throw Problem(EProblem::PreconditionFailed, "This service supports tus 1.0.0 only.",
                       {{"Tus-Version", tusVersion}});
     }
 }
 
-UploadWish readWish(const http::Request& request, long long maxUploadBytes)
+UploadRequest readUploadRequest(const http::Request& request, long long maxUploadBytes)
 {
-    UploadWish wish;
-    wish.key = readKey(request);
+    UploadRequest wanted;
+    wanted.key = readKey(request);
     const std::uint64_t length = requireNumber(request, "Upload-Length");
     if (length > static_cast<std::uint64_t>(maxUploadBytes)) {
-        throw Problem(EProblem::ContentTooLarge, "The file is larger than this service takes.");
+        throw Problem(EProblem::ContentTooLarge, "The file is larger than this service allows.");
     }
-    wish.lengthBytes = static_cast<long long>(length);
+    wanted.lengthBytes = static_cast<long long>(length);
     const auto metadata = parseMetadata(request.header("Upload-Metadata"));
     if (!metadata) {
         throw Problem(EProblem::MalformedRequest, "The header Upload-Metadata is malformed.");
@@ -81,14 +80,14 @@ UploadWish readWish(const http::Request& request, long long maxUploadBytes)
     const auto name = metadata->find("name");
     const auto targets = metadata->find("targets");
     if (name == metadata->end() || !isFileName(name->second)) {
-        throw Problem(EProblem::Unprocessable, "The file's name is not acceptable.");
+        throw Problem(EProblem::Unprocessable, "The file's name is not valid.");
     }
-    wish.name = name->second;
-    wish.targets = readTargets(targets == metadata->end() ? std::string() : targets->second);
+    wanted.name = name->second;
+    wanted.targets = readTargets(targets == metadata->end() ? std::string() : targets->second);
     if (request.body.lengthBytes() > length) {
         throw Problem(EProblem::ContentTooLarge, "The body is longer than Upload-Length says.");
     }
-    return wish;
+    return wanted;
 }
 
 long long readOffset(const http::Request& request)

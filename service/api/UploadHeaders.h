@@ -1,4 +1,4 @@
-// What the tus protocol says in headers.
+// The headers of the tus protocol.
 #pragma once
 
 #include "service/http/Request.h"
@@ -13,8 +13,8 @@ namespace kelvo::api {
 
 inline constexpr const char* tusVersion = "1.0.0";
 
-/** What a POST wants to upload. */
-struct UploadWish
+/** The upload that a POST requests. */
+struct UploadRequest
 {
     std::string name;
     std::vector<store::Id> targets;
@@ -22,17 +22,19 @@ struct UploadWish
     std::string key; // empty: none
 };
 
-/** All these throw Problem. */
+/** All functions below throw Problem. */
 
-/** precondition-failed, with the version we speak. */
+/** Throws precondition-failed with the service's version. */
 void requireTusVersion(const http::Request& request);
 
-/** Also checks that name, targets, length and key are acceptable. */
-UploadWish readWish(const http::Request& request, long long maxUploadBytes);
+/** Also checks name, targets, length and key. */
+UploadRequest readUploadRequest(const http::Request& request, long long maxUploadBytes);
 
 long long readOffset(const http::Request& request);
 
-/** unsupported-media-type unless the body, if there is one, is a part of a content. */
+/**
+ * Throws unsupported-media-type if the body has another type than application/offset+octet-stream.
+ */
 void requireOffsetStream(const http::Request& request);
 
 } // namespace kelvo::api

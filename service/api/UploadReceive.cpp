@@ -1,4 +1,4 @@
-// How a request's bytes become part of an upload.
+// Appends the bytes of a request to an upload.
 #include "service/api/ReceiveBody.h"
 #include "service/api/UploadSteps.h"
 #include "service/http/Problem.h"
@@ -18,14 +18,14 @@ Async<store::Upload> reload(Context& context, const std::string& id)
     auto query = [&id](soci::session& sql) { return store::uploadById(sql, id); };
     const auto upload = co_await context.database.read(query);
     if (!upload) {
-        throw Problem(EProblem::NotFound, "There is no such upload.");
+        throw Problem(EProblem::NotFound, "This upload does not exist.");
     }
     co_return *upload;
 }
 
 /**
- * A part that comes gives the upload its whole life again. Not each of many, though: a commit
- * would cost more than a small part does. `aliveAtMs`: it must not have expired by then.
+ * Extends the expiry to the full time. Skipped if the expiry was extended in the last hour: a
+ * commit costs more than a small part. `aliveAtMs`: the upload must not have expired at this time.
  */
 Async<void> extend(Context& context, store::Upload& upload, long long aliveAtMs)
 {
@@ -45,7 +45,7 @@ Async<void> extend(Context& context, store::Upload& upload, long long aliveAtMs)
 
 [[noreturn]] void throwWrongOffset(long long offset)
 {
-    throw Problem(EProblem::UploadOffsetMismatch, "The upload is not at this offset.",
+    throw Problem(EProblem::UploadOffsetMismatch, "The upload has another offset.",
                   {{"Upload-Offset", std::to_string(offset)}});
 }
 
@@ -63,20 +63,20 @@ Async<Progress> currentProgress(Context& context, http::Request& request, store:
     co_return Progress{upload, static_cast<long long>(size), {}};
 }
 
-Async<void> giveUpUpload(Context& context, http::Request& request, const store::Upload& upload)
+Async<void> deleteUpload(Context& context, http::Request& request, const store::Upload& upload)
 {
     const auto hold = co_await context.activeUploads.take(upload.id, request.body);
-    // The request that had it may have been the one that finished it.
+    // The request that held the upload before may have finished it.
     auto change = [&upload](store::Transaction& transaction) {
         const bool removed = store::removeUnfinishedUpload(transaction, upload.id);
         if (!removed && store::uploadById(transaction.sql, upload.id)) {
-            throw Problem(EProblem::Conflict, "The upload is finished: its files are there.");
+            throw Problem(EProblem::Conflict, "The upload is finished and its files exist.");
         }
         return removed;
     };
     const bool removed = co_await context.database.write(change);
     if (!removed) {
-        throw Problem(EProblem::NotFound, "There is no such upload.");
+        throw Problem(EProblem::NotFound, "This upload does not exist.");
     }
     auto remove = [&context, &upload] { context.contents.removeUpload(upload.id); };
     co_await context.filePool.run(remove);
@@ -98,7 +98,7 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
                                 long long offset)
 {
     auto open = [&context, &upload, offset] {
-        // The size first: a wrong offset must not cost the digest of what is there.
+        // The size is checked first: a wrong offset must not cost digesting the present bytes.
         const auto size = static_cast<long long>(context.contents.uploadSize(upload.id));
         if (size != offset) {
             throwWrongOffset(size);
@@ -108,7 +108,7 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
     content::UploadWriter writer = co_await context.filePool.run(open);
     if (static_cast<std::uint64_t>(upload.lengthBytes - offset) < request.body.lengthBytes()) {
         writer.suspend();
-        throw Problem(EProblem::ContentTooLarge, "The body is longer than what is missing.");
+        throw Problem(EProblem::ContentTooLarge, "The body is longer than the missing part.");
     }
     const bool whole = co_await receiveBody(request.body, writer, context.filePool);
     const auto reached = static_cast<long long>(writer.offset());
@@ -121,7 +121,7 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
         co_await context.filePool.run(sync);
     }
     writer.suspend();
-    co_await extend(context, upload, 0); // held all the while, whatever the clock says
+    co_await extend(context, upload, 0); // the upload was held, so it has not expired meanwhile
     if (!whole) {
         throw http::PeerGone();
     }

@@ -1,4 +1,4 @@
-// How an upload begins, or is found again.
+// Starts an upload, or finds it again.
 #include "service/api/Access.h"
 #include "service/api/UploadSteps.h"
 #include "service/base/Random.h"
@@ -22,21 +22,21 @@ void requireTargets(soci::session& sql, const store::User& user,
     for (const store::Id target : targets) {
         const auto inbox = store::inboxById(sql, user.farmId(), target);
         if (!inbox) {
-            throw Problem(EProblem::NotFound, "A target is not an inbox of this farm.");
+            throw Problem(EProblem::NotFound, "A target is not an inbox of the farm.");
         }
         if (!mayUse(user, *inbox)) {
-            throw Problem(EProblem::Forbidden, "A target is somebody else's inbox.");
+            throw Problem(EProblem::Forbidden, "A target is the inbox of another user.");
         }
     }
 }
 
-bool isSameWish(const store::Upload& upload, const UploadWish& wish)
+bool isSameRequest(const store::Upload& upload, const UploadRequest& wanted)
 {
-    return upload.name == wish.name && upload.targets == wish.targets &&
-           upload.lengthBytes == wish.lengthBytes;
+    return upload.name == wanted.name && upload.targets == wanted.targets &&
+           upload.lengthBytes == wanted.lengthBytes;
 }
 
-/** Whether a repeat gets this upload's result; a result that somebody removed does not count. */
+/** Whether a repeat gets this upload. A result whose files were removed does not count. */
 bool isStillGood(soci::session& sql, const store::Upload& upload, long long nowMs)
 {
     if (!upload.finished) {
@@ -48,16 +48,16 @@ bool isStillGood(soci::session& sql, const store::Upload& upload, long long nowM
 }
 
 std::optional<store::Upload> findRepeat(store::Transaction& transaction, const store::User& user,
-                                        const UploadWish& wish, long long nowMs)
+                                        const UploadRequest& wanted, long long nowMs)
 {
-    if (wish.key.empty()) {
+    if (wanted.key.empty()) {
         return std::nullopt;
     }
-    auto known = store::uploadByKey(transaction.sql, user.id, wish.key);
+    auto known = store::uploadByKey(transaction.sql, user.id, wanted.key);
     if (!known) {
         return std::nullopt;
     }
-    if (!isSameWish(*known, wish)) {
+    if (!isSameRequest(*known, wanted)) {
         throw Problem(EProblem::Conflict,
                       "The Idempotency-Key was used for another name, target or length.");
     }
@@ -68,21 +68,21 @@ std::optional<store::Upload> findRepeat(store::Transaction& transaction, const s
     return std::nullopt;
 }
 
-Beginning begin(store::Transaction& transaction, const store::User& user, const UploadWish& wish,
-                const std::string& newId, long long nowMs)
+StartedUpload start(store::Transaction& transaction, const store::User& user,
+                    const UploadRequest& wanted, const std::string& newId, long long nowMs)
 {
-    if (auto repeat = findRepeat(transaction, user, wish, nowMs)) {
+    if (auto repeat = findRepeat(transaction, user, wanted, nowMs)) {
         return {std::move(*repeat), true};
     }
-    requireTargets(transaction.sql, user, wish.targets);
+    requireTargets(transaction.sql, user, wanted.targets);
     store::Upload upload;
     upload.id = newId;
     upload.farm = user.farmId();
     upload.user = user.id;
-    upload.key = wish.key;
-    upload.name = wish.name;
-    upload.targets = wish.targets;
-    upload.lengthBytes = wish.lengthBytes;
+    upload.key = wanted.key;
+    upload.name = wanted.name;
+    upload.targets = wanted.targets;
+    upload.lengthBytes = wanted.lengthBytes;
     upload.createdMs = nowMs;
     upload.expiresMs = nowMs + uploadLifeMs;
     store::addUpload(transaction, upload);
@@ -96,11 +96,11 @@ std::string newUploadId()
     return randomHex(16);
 }
 
-Async<Beginning> beginUpload(Context& context, const store::User& user, const UploadWish& wish,
-                             const std::string& newId)
+Async<StartedUpload> startUpload(Context& context, const store::User& user,
+                                 const UploadRequest& wanted, const std::string& newId)
 {
-    auto change = [&context, &user, &wish, &newId](store::Transaction& transaction) {
-        return begin(transaction, user, wish, newId, context.clock.nowMs());
+    auto change = [&context, &user, &wanted, &newId](store::Transaction& transaction) {
+        return start(transaction, user, wanted, newId, context.clock.nowMs());
     };
     co_return co_await context.database.write(change);
 }
@@ -110,7 +110,7 @@ Async<store::Upload> findUpload(Context& context, const store::User& user, const
     auto query = [&id](soci::session& sql) { return store::uploadById(sql, id); };
     const auto upload = co_await context.database.read(query);
     if (!upload || upload->user != user.id) {
-        throw Problem(EProblem::NotFound, "There is no such upload.");
+        throw Problem(EProblem::NotFound, "This upload does not exist.");
     }
     if (!upload->finished && upload->expiresMs <= context.clock.nowMs()) {
         throw Problem(EProblem::Gone, "The upload has expired.");

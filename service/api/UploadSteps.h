@@ -1,4 +1,4 @@
-// The steps of an upload: begin, receive, finish.
+// The steps of an upload: start, receive, finish.
 #pragma once
 
 #include "service/api/Context.h"
@@ -12,49 +12,51 @@
 
 namespace kelvo::api {
 
-/** An unfinished upload is kept so long after its last part. */
+/** An unfinished upload expires this long after its last part. */
 inline constexpr long long uploadLifeMs = 7LL * 24 * 3600 * 1000;
 
-/** What a POST leads to. */
-struct Beginning
+/** The result of a POST. */
+struct StartedUpload
 {
     store::Upload upload;
-    bool isRepeat = false; // the idempotency key named an upload that is there already
+    bool isRepeat = false; // the idempotency key named an existing upload
 };
 
-/** A name for an upload that nobody can guess. */
+/** Returns a random upload id that cannot be guessed. */
 std::string newUploadId();
 
-/** Finds the upload of the same key or makes a new one with this id. Throws Problem. */
-Async<Beginning> beginUpload(Context& context, const store::User& user, const UploadWish& wish,
-                             const std::string& newId);
+/** Finds the upload with the same key, or adds a new upload with this id. Throws Problem. */
+Async<StartedUpload> startUpload(Context& context, const store::User& user,
+                                 const UploadRequest& wanted, const std::string& newId);
 
-/** The caller's own upload. Throws not-found or gone. */
+/** Returns an upload of the caller. Throws not-found or gone. */
 Async<store::Upload> findUpload(Context& context, const store::User& user, const std::string& id);
 
-/** Where an upload stands after a request worked on it. */
+/** An upload after a request has worked on it. */
 struct Progress
 {
     store::Upload upload;
     long long offset = 0;
-    std::vector<store::File> newFiles; // what this very request made
+    std::vector<store::File> newFiles; // the files that this request added
 };
 
 /**
- * Takes the request's body as the part at `offset` and, when that was the last, finishes the
- * upload. Throws Problem, or PeerGone when the body was cut off (what arrived stays).
+ * Appends the request's body at `offset`. If it was the last part, finishes the upload. Throws
+ * Problem, or PeerGone if the body was cut (the received bytes are kept).
  */
 Async<Progress> receivePart(Context& context, http::Request& request, store::Upload upload,
                             long long offset);
 
-/** The same for an upload that this request holds already and knows the state of. */
+/** As receivePart(), for an upload that this request holds and has already read. */
 Async<Progress> receiveHeldPart(Context& context, http::Request& request, store::Upload upload,
                                 long long offset);
 
-/** Drops an unfinished upload after the request that works on it has stopped. Throws Problem. */
-Async<void> giveUpUpload(Context& context, http::Request& request, const store::Upload& upload);
+/**
+ * Stops the request that works on the upload, then deletes the unfinished upload. Throws Problem.
+ */
+Async<void> deleteUpload(Context& context, http::Request& request, const store::Upload& upload);
 
-/** How much of an unfinished upload is there, after other requests on it have been stopped. */
+/** Stops other requests on the upload, then returns the size of the received part. */
 Async<Progress> currentProgress(Context& context, http::Request& request, store::Upload upload);
 
 struct FinishedUpload
@@ -64,16 +66,16 @@ struct FinishedUpload
 };
 
 /**
- * Makes the received bytes a content and the upload its files, all or none: synced file, renamed,
- * folder synced, then files and events in one transaction.
+ * Stores the received bytes as a content and adds the upload's files, all or none. Order: sync the
+ * file, rename it, sync the folder, then commit files and events in one transaction.
  */
 Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
                                    content::UploadWriter& writer);
 
-/** The result's headers, for a finished upload. */
+/** Adds the result's headers of a finished upload. */
 void addResultHeaders(http::Response& response, const store::Upload& upload);
 
-/** The result's body, for a finished upload. */
+/** Returns the result's body of a finished upload. */
 Async<http::Response> resultDocument(Context& context, const Progress& progress, unsigned status);
 
 } // namespace kelvo::api

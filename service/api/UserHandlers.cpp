@@ -40,14 +40,14 @@ store::ERole requireRole(const nlohmann::json& body)
     return *role;
 }
 
-/** Empty for an admin, who has no farm. */
+/** Empty for an admin. */
 std::string requireFarmName(const nlohmann::json& body, store::ERole role)
 {
     const auto farm = body.find("farm");
     const bool named = farm != body.end() && !farm->is_null();
     if (role == store::ERole::Admin) {
         if (named) {
-            throw Problem(EProblem::Unprocessable, "An administrator belongs to no farm.");
+            throw Problem(EProblem::Unprocessable, "An administrator has no farm.");
         }
         return {};
     }
@@ -69,11 +69,11 @@ Async<Response> addUser(Context& context, Request& request)
         if (!farmName.empty()) {
             user.farm = store::farmByName(transaction.sql, farmName);
             if (!user.farm) {
-                throw Problem(EProblem::NotFound, "There is no farm of this name.");
+                throw Problem(EProblem::NotFound, "No farm has this name.");
             }
         }
         if (store::credentialsOf(transaction.sql, user.name)) {
-            throw Problem(EProblem::Conflict, "There is a user of this name.");
+            throw Problem(EProblem::Conflict, "A user with this name exists.");
         }
         return store::addUser(transaction, user);
     };
@@ -87,7 +87,7 @@ Async<Response> listUsers(Context& context, Request& request)
     const auto farm = request.queryValue("farm");
     auto query = [&farm](soci::session& sql) {
         if (farm && !store::farmByName(sql, *farm)) {
-            throw Problem(EProblem::NotFound, "There is no farm of this name.");
+            throw Problem(EProblem::NotFound, "No farm has this name.");
         }
         Json list = Json::array();
         for (const store::User& user : store::allUsers(sql, farm)) {
@@ -98,7 +98,7 @@ Async<Response> listUsers(Context& context, Request& request)
     co_return co_await context.database.read(query);
 }
 
-/** What a PATCH wants. */
+/** The changes of a PATCH. */
 struct UserChange
 {
     std::optional<bool> disabled;
@@ -111,7 +111,7 @@ store::User applyChange(store::Transaction& transaction, store::Id id, const Use
 {
     auto user = store::userById(transaction.sql, id);
     if (!user) {
-        throw Problem(EProblem::NotFound, "There is no user with this id.");
+        throw Problem(EProblem::NotFound, "No user has this id.");
     }
     if (wanted.disabled) {
         store::setDisabled(transaction, id, *wanted.disabled);
@@ -144,7 +144,7 @@ Async<UserChange> readChange(Context& context, Request& request)
         wanted.passwordHash = co_await context.accounts.hashPassword(password);
     }
     if (!wanted.disabled && !wanted.passwordHash) {
-        throw Problem(EProblem::Unprocessable, "Nothing that can be changed is given.");
+        throw Problem(EProblem::Unprocessable, "The request changes nothing.");
     }
     co_return wanted;
 }

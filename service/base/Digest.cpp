@@ -16,7 +16,7 @@ void Sha256::Free::operator()(evp_md_ctx_st* context) const
 
 Sha256::Sha256() : context_(EVP_MD_CTX_new())
 {
-    // Fetched once: looking the algorithm up costs more than hashing a small file.
+    // Fetched once: the lookup of the algorithm takes longer than hashing a small file.
     static EVP_MD* const algorithm = EVP_MD_fetch(nullptr, "SHA256", nullptr);
     if (!context_ || EVP_DigestInit_ex(context_.get(), algorithm, nullptr) != 1) {
         throw std::runtime_error("SHA-256 is not available");

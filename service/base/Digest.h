@@ -1,4 +1,4 @@
-// SHA-256, in one piece or as bytes arrive.
+// SHA-256 of a text or of bytes as they arrive.
 #pragma once
 
 #include <cstddef>
@@ -21,7 +21,7 @@ public:
 
     void add(const void* data, std::size_t sizeBytes);
 
-    /** The 64 lower-case hexadecimal digits. The object is spent afterwards. */
+    /** Returns 64 lower-case hexadecimal digits. Do not use the object afterwards. */
     std::string finishHex();
 
 private:
@@ -34,7 +34,7 @@ private:
 
 std::string sha256Hex(std::string_view bytes);
 
-/** The value of Repr-Digest for a digest in hexadecimal: "sha-256=:<base64>:". */
+/** The Repr-Digest value of a hexadecimal digest: "sha-256=:<base64>:". */
 std::string reprDigest(std::string_view sha256InHex);
 
 } // namespace kelvo

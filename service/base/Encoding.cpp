@@ -36,7 +36,7 @@ int hexValue(char c)
     return -1;
 }
 
-/** Number of continuation bytes after this first byte, or -1 if no sequence starts so. */
+/** The number of continuation bytes after this first byte, or -1 if no sequence starts with it. */
 int continuationBytes(unsigned char first)
 {
     if (first < 0x80) {
@@ -108,7 +108,7 @@ std::optional<std::string> fromBase64(std::string_view text)
     }
     const bool isPadded = text.size() != written;
     if (text.size() % 4 == 1 || (isPadded && (written % 4 != 0))) {
-        return std::nullopt; // padding may be missing, not be too much or too little
+        return std::nullopt; // padding may be missing, but not have a wrong length
     }
     std::string bytes;
     std::uint32_t group = 0;

@@ -1,4 +1,4 @@
-// Hexadecimal, base64, percent encoding, UTF-8 checks and decimal numbers.
+// Hexadecimal, base64, percent encoding, UTF-8 checks, decimal numbers.
 #pragma once
 
 #include <cstdint>
@@ -11,24 +11,24 @@ namespace kelvo {
 
 std::string toHex(std::span<const unsigned char> bytes);
 
-/** Nothing for an odd length or a character that is no hexadecimal digit. */
+/** Empty for an odd length, or if a character is not a hexadecimal digit. */
 std::optional<std::string> fromHex(std::string_view text);
 
 std::string toBase64(std::string_view bytes);
 
-/** Standard alphabet; padding may be missing. Nothing for anything else. */
+/** Standard alphabet; the padding is optional. Empty for any other text. */
 std::optional<std::string> fromBase64(std::string_view text);
 
-/** Decodes %XX; '+' stays as it is. Nothing for a broken escape. */
+/** Decodes %XX; '+' is not changed. Empty for a malformed escape. */
 std::optional<std::string> percentDecode(std::string_view text);
 
-/** Well-formed UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF. */
+/** Whether the text is valid UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF. */
 bool isUtf8(std::string_view text);
 
-/** The whole text as a decimal number without sign; nothing if it is none or too big. */
+/** The whole text as a decimal number without sign. Empty if it is not a number or too large. */
 std::optional<std::uint64_t> parseNumber(std::string_view text);
 
-/** An id: a decimal number within 1..2^31-1. */
+/** An id: a decimal number from 1 to 2^31-1. */
 std::optional<long long> parseId(std::string_view text);
 
 std::string_view trimmed(std::string_view text);

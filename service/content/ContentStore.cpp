@@ -1,4 +1,3 @@
-// The folders that hold uploads under way and finished contents.
 #include "service/content/ContentStore.h"
 
 #include "service/base/FileStatus.h"
@@ -31,11 +30,11 @@ void makeFolder(const fs::path& folder)
         throwErrno("mkdir");
     }
     try {
-        // Also when it was there: whoever made it may not have come to this yet.
+        // Also if the folder existed: its creator may not have synced it yet.
         syncFolder(folder.parent_path());
     } catch (const std::system_error&) {
         if (isNew) {
-            ::rmdir(folder.c_str()); // a second sync would succeed without having done anything
+            ::rmdir(folder.c_str()); // a second sync would succeed without effect
         }
         throw;
     }
@@ -48,8 +47,8 @@ void removeIfThere(const fs::path& file)
     }
 }
 
-/** What a process that was killed left of renewing a content. */
-void removeLeftLinks(const fs::path& folder)
+/** Removes the links that a killed process left when it replaced a content. */
+void removeLeftoverLinks(const fs::path& folder)
 {
     for (const auto& entry : fs::directory_iterator(folder)) {
         if (entry.path().extension() == linkSuffix) {
@@ -65,10 +64,10 @@ ContentStore::ContentStore(const fs::path& dataFolder)
 {
     makeFolder(contents_);
     makeFolder(uploads_);
-    // A process that was killed may have left folders whose entries are not on the disk yet.
+    // A killed process may have left folders whose entries are not on the disk yet.
     syncFolder(contents_);
     for (const auto& folder : fs::directory_iterator(contents_)) {
-        removeLeftLinks(folder.path());
+        removeLeftoverLinks(folder.path());
         syncFolder(folder.path());
         durable_.insert(folder.path().filename());
     }
@@ -118,14 +117,15 @@ void ContentStore::disownUpload(const std::string& id) const noexcept
 {
     try {
         const auto status = statusOf(uploads_ / id);
-        if (status && status->links == 1) { // or it is a content that has been adopted
-            // Empty first: that holds even if the name comes back after a power failure.
+        if (status && status->links == 1) { // otherwise the file is also an adopted content
+            // Emptied first: the file stays empty even if its name comes back after a power
+            // failure.
             [[maybe_unused]] const int emptied = ::truncate((uploads_ / id).c_str(), 0);
         }
         removeUpload(id);
         syncFolder(uploads_);
     } catch (const std::exception&) {
-        // The disk takes no changes any more, so nothing can be acknowledged either.
+        // The disk accepts no changes, so nothing can be acknowledged either.
     }
 }
 
@@ -143,15 +143,16 @@ bool ContentStore::adopt(const std::string& id, const std::string& sha256) const
     try {
         syncFolder(target.parent_path());
     } catch (const std::system_error&) {
-        ::unlink(target.c_str()); // its name may not be on the disk, and nobody would look again
+        ::unlink(
+            target.c_str()); // its name may not be on the disk, and no later sync would find that
         throw;
     }
     return true;
 }
 
 /**
- * Puts the upload in the place of the equal content without taking it from its own. False if the
- * file system cannot and the content that is there is wrong.
+ * Replaces the equal content by the upload's file, which keeps its own name too. False if the file
+ * system has no links and the existing content is damaged.
  */
 bool ContentStore::renew(const std::string& id, const fs::path& target) const
 {
@@ -167,7 +168,7 @@ bool ContentStore::renew(const std::string& id, const fs::path& target) const
     if (::rename(link.c_str(), target.c_str()) != 0) {
         throwErrno("rename");
     }
-    removeIfThere(link); // rename() does nothing between two names of one file
+    removeIfThere(link); // rename() does nothing if both names are of one file
     return true;
 }
 

@@ -1,4 +1,4 @@
-// The folders that hold uploads under way and finished contents.
+// The folders of unfinished uploads and of contents.
 #pragma once
 
 #include "service/base/Files.h"
@@ -14,65 +14,66 @@
 namespace kelvo::content {
 
 /**
- * `uploads/<id>` grows while bytes arrive; `content/<aa>/<sha256>` is complete, synced and never
- * changes. Equal contents are kept once.
+ * `uploads/<id>` grows while bytes arrive. `content/<aa>/<sha256>` is complete, synced and never
+ * changes. Equal contents are stored once.
  *
- * Thread: any; everything blocks, so call it on a pool.
- * Errors: std::system_error.
- * Durability: what adopt() returned from survives a power failure.
+ * Thread: any; all functions block, so call them on a pool. Errors: std::system_error. Durability:
+ * an adopted content survives a power failure.
  */
 class ContentStore
 {
 public:
-    /** Makes the folders if need be. */
+    /** Creates missing folders. */
     explicit ContentStore(const std::filesystem::path& dataFolder);
 
-    /** For reading and writing; made when it is not there. */
+    /** Opens the upload for reading and writing; creates it if it is missing. */
     FileDescriptor openUpload(const std::string& id) const;
 
-    /** 0 when it is not there. */
+    /** 0 if the upload is missing. */
     std::uint64_t uploadSize(const std::string& id) const;
 
     void removeUpload(const std::string& id) const;
 
-    /** Removes an upload whose bytes may not be on the disk, as well as can be. Never throws. */
+    /** Removes an upload whose bytes may not be on the disk, as far as possible. Never throws. */
     void disownUpload(const std::string& id) const noexcept;
 
     /**
-     * Makes a synced upload a content. When that cannot be made durable neither is there any more
-     * (or the content that was there before is). False if that content was there already: then its
-     * bytes are the upload's from now on, for the older ones may have gone bad unseen, and the
-     * upload stays until removeUpload(). Hold the digest's lock (DigestLocks) from before this call
-     * until its reference is committed.
+     * Makes a content of a synced upload. If this cannot be made durable, the new content is
+     * removed again (an old content stays). Returns false if the content existed already: then its
+     * file is replaced by the upload's file, because the old bytes may be damaged, and the upload
+     * stays until removeUpload(). Hold the digest's lock (DigestLocks) from before this call until
+     * its reference is committed.
      */
     bool adopt(const std::string& id, const std::string& sha256) const;
 
-    /** Takes an adopted content back, when its reference could not be committed. */
+    /** Turns an adopted content into the upload again, if its reference could not be committed. */
     void giveBack(const std::string& id, const std::string& sha256) const;
 
     FileDescriptor open(const std::string& sha256) const;
 
-    /** For a content that nothing refers to, under its lock. */
+    /** Removes a content without references. Hold its lock. */
     void remove(const std::string& sha256) const;
 
-    /** What a content's file tells of it. */
+    /** The times of a content's file. */
     struct Trace
     {
-        std::int64_t writtenMs = 0;                // by the system's clock, as all times of files
-        std::optional<std::int64_t> unusedSinceMs; // when markUnused() was called
+        std::int64_t writtenMs = 0;                // by the system's clock, like all file times
+        std::optional<std::int64_t> unusedSinceMs; // the time of markUnused()
     };
 
-    /** Nothing if it is not there. */
+    /** Empty if the content is missing. */
     std::optional<Trace> traceOf(const std::string& sha256) const;
 
-    /** Remembers, or forgets, that nothing refers to it, under its lock. The mark is in the file's
-     * mode: it outlives the process and does no harm where the content is used after all. */
+    /**
+     * Sets or clears the mark that the content has no reference. Hold its lock. The mark is the
+     * file's mode: it survives the process, and does no harm if the content is used.
+     */
     void markUnused(const std::string& sha256, bool isUnused) const;
 
-    /** When the upload's file was last written to; nothing if it is not there. */
+    /** The time of the last write to the upload's file. Empty if the upload is missing. */
     std::optional<std::int64_t> uploadChangedMs(const std::string& id) const;
 
-    /** Where a content is or would be. */
+    /** The path of a content, which may be missing. */
     std::filesystem::path contentPath(const std::string& sha256) const;
 
     std::vector<std::string> uploadIds() const;
@@ -85,7 +86,7 @@ private:
     std::filesystem::path contents_;
     std::filesystem::path uploads_;
     mutable std::mutex mutex_;              // guards durable_
-    mutable std::set<std::string> durable_; // folders of contents whose names are on the disk
+    mutable std::set<std::string> durable_; // content folders whose names are on the disk
 };
 
 } // namespace kelvo::content

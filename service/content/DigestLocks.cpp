@@ -1,4 +1,3 @@
-// Keeps a content from being removed while a reference to it is on its way into the database.
 #include "service/content/DigestLocks.h"
 
 #include "service/base/WorkPool.h"

@@ -1,5 +1,5 @@
-// A lock a content: against its removal while a reference to it is on its way into the database,
-// and for whoever else must be the only one.
+// A lock for each content. It prevents the content's removal while a reference to it is being
+// committed.
 #pragma once
 
 #include "service/base/Async.h"
@@ -13,11 +13,11 @@
 
 namespace kelvo::content {
 
-/** A lock a digest. Thread safe; waiting suspends the coroutine. Outlives its guards. */
+/** Thread safe; waiting suspends the coroutine. Outlives its guards. */
 class DigestLocks
 {
 public:
-    /** Holds the lock; may be dropped on any thread. */
+    /** Holds the lock; may be destroyed on any thread. */
     class Guard
     {
     public:
@@ -33,7 +33,7 @@ public:
 
     Async<std::unique_ptr<Guard>> lock(std::string sha256);
 
-    /** Null when somebody has it. */
+    /** Null if the lock is taken. */
     std::unique_ptr<Guard> tryLock(const std::string& sha256);
 
 private:
@@ -41,7 +41,7 @@ private:
     void release(const std::string& sha256);
 
     std::mutex mutex_;                                                  // guards waiters_
-    std::map<std::string, std::vector<std::function<void()>>> waiters_; // a key: locked
+    std::map<std::string, std::vector<std::function<void()>>> waiters_; // a key is a taken lock
 };
 
 } // namespace kelvo::content

@@ -1,4 +1,3 @@
-// What is known of the contents on disk.
 #include "service/content/Integrity.h"
 
 #include "service/base/Digest.h"
@@ -13,7 +12,7 @@ namespace kelvo::content {
 
 namespace {
 
-constexpr std::int64_t rightForMs = 3600 * 1000;
+constexpr std::int64_t intactForMs = 3600 * 1000;
 constexpr std::size_t readChunkBytes = 256 * 1024;
 
 } // namespace
@@ -52,9 +51,9 @@ ECondition Integrity::conditionOf(const std::string& sha256, const FileStamp& st
         return ECondition::Unknown;
     }
     const Finding& finding = found->second;
-    const bool isFresh = nowMs >= finding.foundMs && nowMs - finding.foundMs < rightForMs;
-    return finding.condition == ECondition::Right && !isFresh ? ECondition::Unknown
-                                                              : finding.condition;
+    const bool isFresh = nowMs >= finding.foundMs && nowMs - finding.foundMs < intactForMs;
+    return finding.condition == ECondition::Intact && !isFresh ? ECondition::Unknown
+                                                               : finding.condition;
 }
 
 void Integrity::put(const std::string& sha256, const FileStamp& stamp, ECondition condition,
@@ -62,7 +61,7 @@ void Integrity::put(const std::string& sha256, const FileStamp& stamp, EConditio
 {
     const std::lock_guard lock(mutex_);
     if (findings_.size() >= capacity && !findings_.contains(sha256)) {
-        findings_.erase(findings_.begin()); // any: digests are as good as random
+        findings_.erase(findings_.begin()); // any entry: digests are like random numbers
     }
     findings_.insert_or_assign(sha256, Finding{stamp, condition, nowMs});
 }

@@ -1,4 +1,4 @@
-// What is known of the contents on disk: which were read and found right, and which were not.
+// The known conditions of the contents on disk.
 #pragma once
 
 #include "service/base/Files.h"
@@ -13,10 +13,12 @@
 
 namespace kelvo::content {
 
-enum class ECondition : std::uint8_t { Unknown, Right, Damaged };
+enum class ECondition : std::uint8_t { Unknown, Intact, Damaged };
 
-/** Which file it was, and in which state, as far as the file system tells. Whoever writes to it
- * changes that; a disk that forgets a bit does not. */
+/**
+ * Identifies a file and its state for the file system. Any write changes the stamp; a damaged disk
+ * block does not.
+ */
 struct FileStamp
 {
     std::uint64_t device = 0;
@@ -31,13 +33,14 @@ struct FileStamp
 /** Throws std::system_error. */
 FileStamp stampOf(int fd);
 
-/** The SHA-256 of a whole file in hexadecimal. Blocks. Throws std::system_error. */
+/** Returns the SHA-256 of a whole file in hexadecimal. Blocks. Throws std::system_error. */
 std::string digestOf(int fd);
 
 /**
- * Remembers how contents were found, so that not every range costs the reading of the whole. What
- * was right is looked at again after an hour; what was damaged stays so until the file is another.
- * Thread safe. Bounded: beyond `capacity` any is forgotten, and read again when needed.
+ * Stores the conditions of contents, so that not every range request reads the whole content. An
+ * intact content is checked again after an hour. A damaged content stays damaged until its file is
+ * replaced. Thread safe. Bounded: beyond `capacity` an arbitrary entry is dropped, and the content
+ * is read again when needed.
  */
 class Integrity
 {
@@ -48,14 +51,16 @@ public:
     void put(const std::string& sha256, const FileStamp& stamp, ECondition condition,
              std::int64_t nowMs);
 
-    /** To be held by who reads a content through, so that a peer that asks again and again, on a
-     * link that cuts, waits for the first reading instead of causing more. */
-    Async<std::unique_ptr<DigestLocks::Guard>> turn(const std::string& sha256)
+    /**
+     * Hold the lock while reading a whole content. A peer that repeats its request on a bad link
+     * then waits for the first read instead of starting more reads.
+     */
+    Async<std::unique_ptr<DigestLocks::Guard>> readLock(const std::string& sha256)
     {
-        return turns_.lock(sha256);
+        return readLocks_.lock(sha256);
     }
 
-    /** A reply was refused or cut because its content is damaged, missing or unreadable. */
+    /** Call if a reply was refused or cut because its content is damaged, missing or unreadable. */
     void countDamaged() { ++damagedReads_; }
     std::uint64_t damagedReads() const { return damagedReads_; }
 
@@ -69,7 +74,7 @@ private:
 
     static constexpr std::size_t capacity = 4096;
 
-    DigestLocks turns_;
+    DigestLocks readLocks_;
     mutable std::mutex mutex_; // guards findings_
     std::map<std::string, Finding> findings_;
     std::atomic<std::uint64_t> damagedReads_{0};

@@ -1,4 +1,3 @@
-// Writes an upload's bytes to disk and keeps their digest up to date.
 #include "service/content/UploadWriter.h"
 
 #include <cerrno>
@@ -13,7 +12,7 @@ namespace kelvo::content {
 namespace {
 
 constexpr std::size_t catchUpChunkBytes = 256 * 1024;
-/** Asking the kernel to write in such steps leaves little to wait for at the end. */
+/** The kernel is asked to write after each step, so the last sync is short. */
 constexpr std::uint64_t flushStepBytes = 8 * 1024 * 1024;
 
 } // namespace
@@ -22,7 +21,7 @@ void DigestCache::put(const std::string& id, Entry entry)
 {
     const std::lock_guard lock(mutex_);
     if (entries_.size() >= capacity) {
-        entries_.erase(entries_.begin()); // any: ids are random
+        entries_.erase(entries_.begin()); // any entry: ids are random
     }
     entries_.insert_or_assign(id, std::move(entry));
 }
@@ -60,7 +59,7 @@ void UploadWriter::digestExisting()
     for (;;) {
         const ssize_t got = ::read(file_.get(), buffer.get(), catchUpChunkBytes);
         if (got == 0) {
-            return; // the file position is at its end now, where append() continues
+            return; // now the file position is at the end, where append() continues
         }
         if (got < 0 && errno != EINTR) {
             throwErrno("read");
@@ -87,8 +86,8 @@ void UploadWriter::append(const void* data, std::size_t sizeBytes)
 void UploadWriter::sync()
 {
     if (::fdatasync(file_.get()) != 0) {
-        // The kernel says this once. It takes what it could not write for written from then on, and
-        // hands it out of its memory as if it were: a second attempt would succeed, and lie.
+        // The kernel reports a write error once. After that it treats the lost bytes as written and
+        // returns them from memory. A second attempt would succeed without the bytes on the disk.
         const int why = errno;
         store_.disownUpload(id_);
         errno = why;

@@ -1,4 +1,4 @@
-// Writes an upload's bytes to disk and keeps their digest up to date.
+// Writes an upload's bytes to disk and updates their digest.
 #pragma once
 
 #include "service/base/Digest.h"
@@ -15,8 +15,8 @@
 namespace kelvo::content {
 
 /**
- * Digests of unfinished uploads so far, so that a resumed one need not be read again.
- * Only a shortcut: what is missing here is computed from the file. Thread safe.
+ * The digests of the received parts of unfinished uploads, so that a resumed upload need not be
+ * read again. Only a cache: a missing digest is computed from the file. Thread safe.
  */
 class DigestCache
 {
@@ -38,15 +38,14 @@ private:
 };
 
 /**
- * One upload being received.
- * Thread: one at a time; everything blocks, so call it on a pool.
- * Errors: std::system_error, with ENOSPC when the disk is full; what was written before stays, but
- * for a failed sync().
+ * One upload that is being received. Thread: one at a time; all functions block, so call them on a
+ * pool. Errors: std::system_error, with ENOSPC if the disk is full. Earlier bytes stay, except
+ * after a failed sync().
  */
 class UploadWriter
 {
 public:
-    /** Reads what is there already to continue its digest, unless the cache knows it. */
+    /** Reads the existing bytes to continue their digest, unless the cache has the digest. */
     UploadWriter(const ContentStore& store, DigestCache& cache, const std::string& id);
 
     std::uint64_t offset() const { return offset_; }
@@ -54,15 +53,15 @@ public:
     void append(const void* data, std::size_t sizeBytes);
 
     /**
-     * Waits until everything written is on the disk. When it fails the upload begins anew: its file
-     * is gone, and the writer may only be dropped.
+     * Waits until all written bytes are on the disk. If it fails, the upload restarts at 0: its
+     * file is removed, and the writer may only be destroyed.
      */
     void sync();
 
-    /** Puts the digest aside for the next part. */
+    /** Stores the digest in the cache for the next part. */
     void suspend();
 
-    /** The digest of the whole. */
+    /** Returns the digest of the whole upload. */
     std::string finish();
 
 private:
@@ -74,7 +73,7 @@ private:
     FileDescriptor file_;
     Sha256 digest_;
     std::uint64_t offset_ = 0;
-    std::uint64_t flushedTo_ = 0; // up to here the kernel has been asked to start writing
+    std::uint64_t flushedTo_ = 0; // the kernel was asked to write the bytes up to here
 };
 
 } // namespace kelvo::content

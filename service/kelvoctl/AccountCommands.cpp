@@ -1,4 +1,4 @@
-// login, logout, and what the administrator does with farms and users.
+// login, logout, and the administrator's commands for farms and users.
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Failures.h"
 #include "service/kelvoctl/Names.h"
@@ -46,7 +46,7 @@ void login(CommandContext& context, const UserOptions& options)
                   "Logged in as " + describe(user) + ".");
 }
 
-// The local session goes also when the service no longer knows it.
+// The local session is removed even if the service no longer knows it.
 void logout(CommandContext& context)
 {
     ApiClient& client = context.client();
@@ -63,7 +63,7 @@ void logout(CommandContext& context)
 void addFarm(CommandContext& context, const std::string& name)
 {
     const json farm = context.client().call("POST", "/farms", json{{"name", name}});
-    context.print(farm, "Made the farm " + printable(farm.at("name").get<std::string>()) + ".");
+    context.print(farm, "Added the farm " + printable(farm.at("name").get<std::string>()) + ".");
 }
 
 void listFarms(CommandContext& context)
@@ -87,7 +87,7 @@ std::string newPassword(const UserOptions& options)
 void addUser(CommandContext& context, const UserOptions& options)
 {
     if (options.farm.empty() != (options.role == "admin")) {
-        throw UsageError("An operator or office user needs --farm, an admin has none.");
+        throw UsageError("An operator or office user needs --farm; an admin has no farm.");
     }
     ApiClient& client = context.client();
     json body = {
@@ -96,7 +96,7 @@ void addUser(CommandContext& context, const UserOptions& options)
         body["farm"] = options.farm;
     }
     const json user = client.call("POST", "/users", body);
-    context.print(user, "Made the user " + describe(user) + ".");
+    context.print(user, "Added the user " + describe(user) + ".");
 }
 
 json usersOf(CommandContext& context, const std::string& farm)
@@ -127,7 +127,7 @@ void changeUser(CommandContext& context, const std::string& name, const json& ch
             return;
         }
     }
-    throw Refused(0, "Not found", "There is no user " + printable(name) + ".");
+    throw Refused(0, "Not found", "No user has the name " + printable(name) + ".");
 }
 
 void addFarmCommands(CLI::App& line, CommandContext& context,
@@ -135,20 +135,21 @@ void addFarmCommands(CLI::App& line, CommandContext& context,
 {
     CLI::App* farm = line.add_subcommand("farm", "Farms (administrator)")->fallthrough();
     farm->require_subcommand(1);
-    CLI::App* add = farm->add_subcommand("add", "Make a farm")->fallthrough();
-    add->add_option("NAME", options->farm, "The farm's name")->required();
+    CLI::App* add = farm->add_subcommand("add", "Add a farm")->fallthrough();
+    add->add_option("NAME", options->farm, "Name of the farm")->required();
     add->callback([&context, options] {
         context.action = [&context, options] { addFarm(context, options->farm); };
     });
-    CLI::App* list = farm->add_subcommand("list", "All farms")->fallthrough();
+    CLI::App* list = farm->add_subcommand("list", "List all farms")->fallthrough();
     list->callback([&context] { context.action = [&context] { listFarms(context); }; });
 }
 
 void addNewPasswordOption(CLI::App& command, const std::shared_ptr<UserOptions>& options)
 {
     command
-        .add_option("--new-password-file", options->passwordFile,
-                    "File with the new password (else KELVOCTL_NEW_PASSWORD, else the terminal)")
+        .add_option(
+            "--new-password-file", options->passwordFile,
+            "File with the new password (default: KELVOCTL_NEW_PASSWORD, then the terminal)")
         ->type_name("FILE");
 }
 
@@ -161,10 +162,11 @@ void addUserChanges(CLI::App& user, CommandContext& context,
         const char* help;
         bool disabled;
     };
-    for (const Change& change : {Change{"disable", "Disable a user and end the sessions", true},
-                                 Change{"enable", "Enable a user again", false}}) {
+    for (const Change& change :
+         {Change{"disable", "Disable a user and end the user's sessions", true},
+          Change{"enable", "Enable a user", false}}) {
         CLI::App* command = user.add_subcommand(change.name, change.help)->fallthrough();
-        command->add_option("NAME", options->name, "The user")->required();
+        command->add_option("NAME", options->name, "Name of the user")->required();
         command->callback([&context, options, disabled = change.disabled] {
             context.action = [&context, options, disabled] {
                 changeUser(context, options->name, {{"disabled", disabled}});
@@ -172,8 +174,9 @@ void addUserChanges(CLI::App& user, CommandContext& context,
         });
     }
     CLI::App* passwd =
-        user.add_subcommand("passwd", "Set a user's password and end the sessions")->fallthrough();
-    passwd->add_option("NAME", options->name, "The user")->required();
+        user.add_subcommand("passwd", "Set a user's password and end the user's sessions")
+            ->fallthrough();
+    passwd->add_option("NAME", options->name, "Name of the user")->required();
     addNewPasswordOption(*passwd, options);
     passwd->callback([&context, options] {
         context.action = [&context, options] {
@@ -187,9 +190,9 @@ void addUserCommands(CLI::App& line, CommandContext& context,
 {
     CLI::App* user = line.add_subcommand("user", "Users (administrator)")->fallthrough();
     user->require_subcommand(1);
-    CLI::App* add = user->add_subcommand("add", "Make a user")->fallthrough();
-    add->add_option("NAME", options->name, "The user's name")->required();
-    add->add_option("--farm", options->farm, "The user's farm")->type_name("NAME");
+    CLI::App* add = user->add_subcommand("add", "Add a user")->fallthrough();
+    add->add_option("NAME", options->name, "Name of the user")->required();
+    add->add_option("--farm", options->farm, "Farm of the user")->type_name("NAME");
     add->add_option("--role", options->role, "operator, office or admin")
         ->check(CLI::IsMember({"operator", "office", "admin"}))
         ->capture_default_str();
@@ -197,8 +200,8 @@ void addUserCommands(CLI::App& line, CommandContext& context,
     add->callback([&context, options] {
         context.action = [&context, options] { addUser(context, *options); };
     });
-    CLI::App* list = user->add_subcommand("list", "All users")->fallthrough();
-    list->add_option("--farm", options->farm, "Only those of this farm")->type_name("NAME");
+    CLI::App* list = user->add_subcommand("list", "List all users")->fallthrough();
+    list->add_option("--farm", options->farm, "Only users of this farm")->type_name("NAME");
     list->callback([&context, options] {
         context.action = [&context, options] { listUsers(context, options->farm); };
     });
@@ -210,15 +213,15 @@ void addUserCommands(CLI::App& line, CommandContext& context,
 void addAccountCommands(CLI::App& line, CommandContext& context)
 {
     const auto options = std::make_shared<UserOptions>();
-    CLI::App* in = line.add_subcommand("login", "Log in and remember the session")->fallthrough();
-    in->add_option("USER", options->name, "The user's name")->required();
+    CLI::App* in = line.add_subcommand("login", "Log in and store the session")->fallthrough();
+    in->add_option("USER", options->name, "Name of the user")->required();
     in->add_option("--password-file", options->passwordFile,
-                   "File with the password (else KELVOCTL_PASSWORD, else the terminal)")
+                   "File with the password (default: KELVOCTL_PASSWORD, then the terminal)")
         ->type_name("FILE");
     in->callback([&context, options] {
         context.action = [&context, options] { login(context, *options); };
     });
-    CLI::App* out = line.add_subcommand("logout", "End the session and forget it")->fallthrough();
+    CLI::App* out = line.add_subcommand("logout", "End the session and remove it")->fallthrough();
     out->callback([&context] { context.action = [&context] { logout(context); }; });
     addFarmCommands(line, context, options);
     addUserCommands(line, context, options);

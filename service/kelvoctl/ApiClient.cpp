@@ -1,4 +1,3 @@
-// Requests to the service: one connection, verified TLS, problem documents turned into failures.
 #include "service/kelvoctl/ApiClient.h"
 
 #include "service/kelvoctl/Failures.h"
@@ -13,10 +12,10 @@ namespace {
 
 constexpr std::string_view kBasePath = "/kelvo-api/v1";
 constexpr long kConnectSeconds = 10;
-constexpr std::size_t kBodyLimitBytes = 64UL << 20; // A snapshot of a large farm has room.
+constexpr std::size_t kBodyLimitBytes = 64UL << 20; // a snapshot of a large farm fits
 
-// After these another attempt may well succeed; after all others it would end the same way.
-constexpr std::array kHealing = {
+// A retry may succeed after these errors. After any other error it would fail again.
+constexpr std::array kRetryable = {
     CURLE_COULDNT_CONNECT,   CURLE_COULDNT_RESOLVE_HOST, CURLE_SEND_ERROR,
     CURLE_RECV_ERROR,        CURLE_GOT_NOTHING,          CURLE_PARTIAL_FILE,
     CURLE_SSL_CONNECT_ERROR, CURLE_OPERATION_TIMEDOUT,   CURLE_SEND_FAIL_REWIND,
@@ -35,12 +34,12 @@ nlohmann::json Response::json() const
     try {
         return nlohmann::json::parse(body);
     } catch (const nlohmann::json::exception&) {
-        throw Unreachable("The service answered something that is not JSON.", false);
+        throw Unreachable("The reply of the service is not JSON.", false);
     }
 }
 
-// What the callbacks of one transfer share. An exception in one of them (a full disk) must not
-// cross libcurl: it is kept and thrown again when libcurl returned.
+// The data that the callbacks of one transfer share. An exception in a callback (a full disk) must
+// not pass through libcurl: it is stored, and rethrown after libcurl has returned.
 struct ApiClient::Transfer
 {
     const Request& request;
@@ -136,7 +135,7 @@ ApiClient::ApiClient(std::string server, std::string caFile, std::string token)
       m_curl(curl_easy_init(), curl_easy_cleanup)
 {
     if (!m_curl) {
-        throw Unreachable("libcurl cannot be started.", false);
+        throw Unreachable("libcurl cannot be initialised.", false);
     }
 }
 
@@ -152,12 +151,12 @@ void ApiClient::setOption(CURLoption option, auto value)
 
 void ApiClient::prepare(const Request& request, Transfer& transfer)
 {
-    curl_easy_reset(m_curl.get()); // Keeps the connection.
+    curl_easy_reset(m_curl.get()); // keeps the connection
     const bool absolute = request.path.starts_with(kBasePath);
     const std::string url =
         "https://" + m_server + std::string(absolute ? "" : kBasePath) + request.path;
     setOption(CURLOPT_URL, url.c_str());
-    setOption(CURLOPT_PROTOCOLS_STR, "https"); // Redirects stay off, as they are by default.
+    setOption(CURLOPT_PROTOCOLS_STR, "https"); // redirects stay off, which is the default
     setOption(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
     setOption(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     setOption(CURLOPT_CONNECTTIMEOUT, kConnectSeconds);
@@ -177,7 +176,7 @@ void ApiClient::prepare(const Request& request, Transfer& transfer)
     if (!m_token.empty()) {
         transfer.addHeader("Authorization: Bearer " + m_token);
     }
-    transfer.addHeader("Expect:"); // libcurl would wait up to a second for a 100.
+    transfer.addHeader("Expect:"); // libcurl would wait up to a second for a 100
     for (const std::string& line : request.headers) {
         transfer.addHeader(line);
     }
@@ -213,10 +212,11 @@ Response ApiClient::send(const Request& request)
         std::rethrow_exception(transfer.failure);
     }
     if (code != CURLE_OK && !transfer.ended) {
-        const bool mayHeal = std::find(kHealing.begin(), kHealing.end(), code) != kHealing.end();
+        const bool isRetryable =
+            std::find(kRetryable.begin(), kRetryable.end(), code) != kRetryable.end();
         const char* reason =
             transfer.error.front() != '\0' ? transfer.error.data() : curl_easy_strerror(code);
-        throw Unreachable("Cannot talk to " + m_server + ": " + reason, mayHeal);
+        throw Unreachable("No connection to " + m_server + ": " + reason, isRetryable);
     }
     return std::move(transfer.response);
 }
@@ -246,7 +246,7 @@ void throwRefused(const Response& response)
     const auto problem = nlohmann::json::parse(response.body, nullptr, false);
     if (!problem.is_object()) {
         throw Refused(response.status,
-                      "The service answered status " + std::to_string(response.status), "");
+                      "The service replied with status " + std::to_string(response.status), "");
     }
     throw Refused(response.status, printable(problem.value("title", "Refused")),
                   printable(problem.value("detail", "")));

@@ -1,4 +1,4 @@
-// Requests to the service: one connection, verified TLS, problem documents turned into failures.
+// Requests to the service: one connection, verified TLS, problem documents as exceptions.
 #pragma once
 
 #include <curl/curl.h>
@@ -16,13 +16,12 @@
 
 namespace kelvoctl {
 
-// Header names in lower case.
+// Header names are in lower case.
 using Headers = std::map<std::string, std::string>;
 
-// Content that is sent from somewhere, with a known length; called from inside send(). It cannot be
-// rewound on purpose: libcurl would send it a second time by itself when a kept connection dies,
-// and the service refuses the repeat of an upload that comes with a body. So that is an Unreachable
-// that heals.
+// The content of a request, with a known length. Called from inside send(). It cannot be rewound:
+// libcurl would then send it again by itself when a kept connection is cut, and the service refuses
+// the repeat of an upload with a body. Such a cut is an Unreachable that is retryable.
 class ContentSource
 {
 public:
@@ -34,29 +33,29 @@ public:
 struct Request
 {
     std::string method;
-    std::string path; // Below the base path, or an absolute one that came from the service.
+    std::string path; // below the base path, or an absolute path from the service
     std::vector<std::string> headers;
     std::optional<nlohmann::json> json;
     ContentSource* content = nullptr;
-    // Takes the body of a 2xx reply piece by piece; returning false ends the transfer without an
+    // Receives the body of a 2xx reply piece by piece. Returning false ends the transfer without an
     // error.
     std::function<bool(long status, const Headers&, std::string_view)> onContent;
-    std::chrono::seconds stall{30}; // Given up after so long without a byte.
+    std::chrono::seconds stall{30}; // the transfer fails after this time without a byte
 };
 
 struct Response
 {
     long status = 0;
     Headers headers;
-    std::string body; // Empty when onContent took it.
+    std::string body; // empty if onContent received it
 
-    // "" when absent; the name in lower case.
+    // Empty if the header is missing. The name is in lower case.
     std::string header(const std::string& name) const;
     nlohmann::json json() const;
 };
 
-// Thread: one. Owns one libcurl handle, so that a command's requests share a connection.
-// Errors: Unreachable for everything below HTTP; Refused from call() and expect().
+// Thread: one. Owns one libcurl handle, so the requests of a command share a connection. Errors:
+// Unreachable for all errors below HTTP; Refused from call() and expect().
 class ApiClient
 {
 public:
@@ -65,9 +64,9 @@ public:
     ApiClient(const ApiClient&) = delete;
     ApiClient& operator=(const ApiClient&) = delete;
 
-    // Whatever the service answers. Throws Unreachable.
+    // Returns any reply of the service. Throws Unreachable.
     Response send(const Request& request);
-    // The same, and throws Refused with the problem's title and detail unless the status is 2xx.
+    // As send(), but throws Refused with the problem's title and detail unless the status is 2xx.
     Response expect(const Request& request);
     nlohmann::json call(const std::string& method, const std::string& path,
                         std::optional<nlohmann::json> body = std::nullopt);
@@ -84,7 +83,7 @@ private:
     std::unique_ptr<CURL, void (*)(CURL*)> m_curl;
 };
 
-// The refusal that a reply stands for, from its problem document if it has one.
+// Throws the reply's refusal, from its problem document if it has one.
 [[noreturn]] void throwRefused(const Response& response);
 
 } // namespace kelvoctl

@@ -1,4 +1,3 @@
-// The waits between attempts on a link that comes and goes.
 #include "service/kelvoctl/Backoff.h"
 
 #include <algorithm>
@@ -10,7 +9,7 @@ namespace kelvoctl {
 bool Backoff::wait(std::chrono::milliseconds atLeast)
 {
     constexpr std::chrono::milliseconds first{200};
-    constexpr int doublings = 6; // At most about 13 s.
+    constexpr int doublings = 6; // at most about 13 s
     if (m_failures >= m_attempts) {
         return false;
     }

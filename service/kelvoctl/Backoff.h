@@ -1,18 +1,18 @@
-// The waits between attempts on a link that comes and goes.
+// The backoff between attempts on a bad link.
 #pragma once
 
 #include <chrono>
 
 namespace kelvoctl {
 
-// Counts attempts that brought nothing. Each wait is longer than the one before and jittered, so
-// that many clients do not come back in step; progress starts the count anew.
+// Counts failed attempts. Each wait is longer than the wait before and has jitter, so that many
+// clients do not retry at the same time. Progress resets the count.
 class Backoff
 {
 public:
     explicit Backoff(int attempts) : m_attempts(attempts) {}
 
-    // Sleeps and returns true, or returns false at once when the attempts are used up.
+    // Sleeps and returns true. Returns false at once if no attempts are left.
     bool wait(std::chrono::milliseconds atLeast = {});
     void progressed() { m_failures = 0; }
 

@@ -1,4 +1,4 @@
-// rm and bin: removing files and getting them back.
+// rm and bin: removing and restoring files.
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Names.h"
 
@@ -33,7 +33,7 @@ void restore(CommandContext& context, int id)
 
 void addId(CLI::App& command, const std::shared_ptr<int>& id)
 {
-    command.add_option("ID", *id, "The file's id, as ls shows it")
+    command.add_option("ID", *id, "Id of the file, as printed by ls")
         ->required()
         ->check(CLI::Range(1, std::numeric_limits<int>::max()));
 }
@@ -43,7 +43,7 @@ void addId(CLI::App& command, const std::shared_ptr<int>& id)
 void addBinCommands(CLI::App& line, CommandContext& context)
 {
     const auto id = std::make_shared<int>(0);
-    CLI::App* rm = line.add_subcommand("rm", "Remove a file into the farm's bin")->fallthrough();
+    CLI::App* rm = line.add_subcommand("rm", "Move a file to the farm's bin")->fallthrough();
     addId(*rm, id);
     rm->callback([&context, id] {
         context.action = [&context, id] {
@@ -52,9 +52,10 @@ void addBinCommands(CLI::App& line, CommandContext& context)
     });
     CLI::App* bin = line.add_subcommand("bin", "The farm's bin (office)")->fallthrough();
     bin->require_subcommand(1);
-    CLI::App* list = bin->add_subcommand("list", "What can be restored")->fallthrough();
+    CLI::App* list =
+        bin->add_subcommand("list", "List the files that can be restored")->fallthrough();
     list->callback([&context] { context.action = [&context] { listBin(context); }; });
-    CLI::App* back = bin->add_subcommand("restore", "Put a file back")->fallthrough();
+    CLI::App* back = bin->add_subcommand("restore", "Restore a file")->fallthrough();
     addId(*back, id);
     back->callback([&context, id] { context.action = [&context, id] { restore(context, *id); }; });
 }

@@ -1,5 +1,3 @@
-// What all commands share: the global options, the session, the connection, and how results are
-// printed.
 #include "service/kelvoctl/CommandContext.h"
 
 #include "service/kelvoctl/Failures.h"
@@ -69,7 +67,7 @@ std::string CommandContext::effectiveServer()
         return server;
     }
     if (!stored()) {
-        throw UsageError("Say which service is meant with --server HOST:PORT.");
+        throw UsageError("Give the service with --server HOST:PORT.");
     }
     return m_session->server;
 }

@@ -1,5 +1,5 @@
-// What all commands share: the global options, the session, the connection, and how results are
-// printed.
+// Shared by all commands: the global options, the session, the connection and the printing of
+// results.
 #pragma once
 
 #include "service/kelvoctl/ApiClient.h"
@@ -24,21 +24,21 @@ public:
     // The chosen command, run after the command line has been read.
     std::function<void()> action;
 
-    // The logged-in session. Throws UsageError when there is none or when it belongs to a server
-    // other than --server: a token goes only to who gave it.
+    // Returns the logged-in session. Throws UsageError if there is none, or if its server is not
+    // --server: a token is only sent to the server that issued it.
     const Session& session();
-    // A connection that carries the session's token.
+    // A connection with the session's token.
     ApiClient& client();
-    // A connection without a token, for logging in.
+    // A connection without a token, for the login.
     std::unique_ptr<ApiClient> anonymousClient();
-    // Remembers who logged in, on disk too.
+    // Stores the session, also on the disk.
     void adopt(const Session& session);
     void forget();
-    // Server and CA in effect: the options, else what the last login left.
+    // The server and the CA: from the options, or else from the last login.
     std::string effectiveServer();
     std::string effectiveCa();
 
-    // With --json the value on one line, otherwise the text.
+    // Prints the value on one line with --json, otherwise the text.
     void print(const nlohmann::json& value, const std::string& text) const;
 
 private:
@@ -50,7 +50,7 @@ private:
     std::unique_ptr<ApiClient> m_client;
 };
 
-// JSON for a line of output; bytes that are not UTF-8 are replaced rather than refused.
+// JSON on one line. Bytes that are not UTF-8 are replaced.
 std::string oneLine(const nlohmann::json& value);
 
 } // namespace kelvoctl

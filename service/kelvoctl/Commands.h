@@ -1,5 +1,5 @@
-// The command groups. Each adds its commands to the line; a command that is chosen sets
-// CommandContext::action.
+// The command groups. Each function adds its commands to the line. The chosen command sets the
+// context's action.
 #pragma once
 
 #include "service/kelvoctl/CommandContext.h"

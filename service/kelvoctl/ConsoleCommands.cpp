@@ -1,4 +1,4 @@
-// consoles and track: the farm's consoles and where they were.
+// consoles and track: the farm's consoles and their tracks.
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Failures.h"
 #include "service/kelvoctl/Names.h"
@@ -72,7 +72,7 @@ void listConsoles(CommandContext& context)
     }
 }
 
-// An id as it is; otherwise what a console calls itself, if only one does.
+// Returns an id unchanged. Otherwise finds the one console with this name or address.
 std::string consoleId(CommandContext& context, const std::string& wanted)
 {
     if (wanted.find_first_not_of("0123456789") == std::string::npos) {
@@ -84,17 +84,18 @@ std::string consoleId(CommandContext& context, const std::string& wanted)
             continue;
         }
         if (!id.empty()) {
-            throw Refused(0, "Not clear", "Several consoles are " + printable(wanted) + ".");
+            throw Refused(0, "Ambiguous",
+                          "Several consoles have the name " + printable(wanted) + ".");
         }
         id = console.at("id").dump();
     }
     if (id.empty()) {
-        throw Refused(0, "Not found", "There is no console " + printable(wanted) + ".");
+        throw Refused(0, "Not found", "No console has the name " + printable(wanted) + ".");
     }
     return id;
 }
 
-// A day stands for its beginning.
+// A day without a time means the start of the day.
 std::string timeParameter(const char* name, const std::string& time)
 {
     if (time.empty()) {
@@ -137,17 +138,20 @@ void track(CommandContext& context, const TrackOptions& options)
 
 void addConsoleCommands(CLI::App& line, CommandContext& context)
 {
-    CLI::App* list = line.add_subcommand("consoles", "The farm's consoles (office)")->fallthrough();
+    CLI::App* list =
+        line.add_subcommand("consoles", "List the farm's consoles (office)")->fallthrough();
     list->callback([&context] { context.action = [&context] { listConsoles(context); }; });
 
     const auto options = std::make_shared<TrackOptions>();
     CLI::App* way =
-        line.add_subcommand("track", "Where a console was, newest first (office)")->fallthrough();
-    way->add_option("CONSOLE", options->console, "Its id, name or hardware address")->required();
-    way->add_option("--from", options->from, "From this time on: 2026-05-01T06:00:00Z, 2026-05-01")
+        line.add_subcommand("track", "Track of a console, newest position first (office)")
+            ->fallthrough();
+    way->add_option("CONSOLE", options->console, "Id, name or hardware address")->required();
+    way->add_option("--from", options->from,
+                    "Not before this time: 2026-05-01T06:00:00Z or 2026-05-01")
         ->type_name("TIME");
     way->add_option("--to", options->to, "Before this time")->type_name("TIME");
-    way->add_option("--count", options->count, "Only the newest so many")
+    way->add_option("--count", options->count, "Print only the newest N")
         ->check(CLI::Range(1, std::numeric_limits<int>::max()))
         ->type_name("N");
     way->callback([&context, options] {

@@ -1,4 +1,4 @@
-// get: fetches a file whole and verified, or leaves nothing under its name.
+// get: fetches a file and verifies it. After a failure there is no file with its name.
 #include "service/base/Digest.h"
 #include "service/kelvoctl/Backoff.h"
 #include "service/kelvoctl/Commands.h"
@@ -25,7 +25,7 @@ struct GetOptions
     std::string output;
 };
 
-// Where the file goes. A name that the service chose may neither be a path nor replace anything.
+// The target path. A name from the service must neither be a path nor replace a file.
 std::filesystem::path destination(const GetOptions& options, const std::string& name)
 {
     std::filesystem::path path = options.output;
@@ -36,17 +36,18 @@ std::filesystem::path destination(const GetOptions& options, const std::string& 
     }
     if (!isSafeFileName(name)) {
         throw Refused(0, "Unsafe name",
-                      "\"" + printable(name) + "\" would be a path here; choose a name with -o.");
+                      "\"" + printable(name) +
+                          "\" is not a safe file name: choose a name with -o.");
     }
     path /= name;
     if (std::filesystem::exists(std::filesystem::symlink_status(path))) {
-        throw UsageError(path.string() + " is there already; choose a name with -o.");
+        throw UsageError(path.string() + " exists already: choose a name with -o.");
     }
     return path;
 }
 
-// The content on its way to NAME.part. Goes on after a cut; If-Match keeps all parts of one
-// content.
+// Receives the content as NAME.part. Resumes after a cut; If-Match makes sure that all parts are of
+// one content.
 class Download
 {
 public:
@@ -67,7 +68,8 @@ public:
                 fetch(backoff);
             }
             if (m_sha256.finishHex() != m_file.at("sha256").get<std::string>()) {
-                throw Unreachable("What arrived is not what the service promised.", false);
+                throw Unreachable(
+                    "The received bytes do not have the digest that the service gave.", false);
             }
             commitLocalFile(m_output, m_part, m_target);
         } catch (...) {
@@ -90,7 +92,7 @@ private:
         }
         request.onContent = [&](long status, const Headers&, std::string_view bytes) {
             if (status != (start > 0 ? 206 : 200)) {
-                throw Unreachable("The service does not go on where it was asked to.", false);
+                throw Unreachable("The service does not resume at the requested offset.", false);
             }
             take(bytes);
             return true;
@@ -101,13 +103,13 @@ private:
             if (m_received > start) {
                 backoff.progressed();
             }
-            if (!failure.mayHeal() || !backoff.wait()) {
+            if (!failure.isRetryable() || !backoff.wait()) {
                 throw;
             }
             return;
         }
         if (m_received < m_sizeBytes) {
-            throw Unreachable("The service sent less than it promised.", false);
+            throw Unreachable("The service sent fewer bytes than the size of the file.", false);
         }
     }
 
@@ -115,7 +117,7 @@ private:
     {
         m_received += bytes.size();
         if (m_received > m_sizeBytes) {
-            throw Unreachable("The service sent more than it promised.", false);
+            throw Unreachable("The service sent more bytes than the size of the file.", false);
         }
         m_sha256.add(bytes.data(), bytes.size());
         writeLocalFile(m_output, bytes, m_part);
@@ -135,7 +137,7 @@ void get(CommandContext& context, const GetOptions& options)
 {
     const json file = context.client().call("GET", "/resources/" + std::to_string(options.id));
     if (file.at("kind") != "file") {
-        throw Refused(0, "Not a file", "The id is that of a project or an inbox.");
+        throw Refused(0, "Not a file", "The id belongs to a project or an inbox.");
     }
     const std::filesystem::path target = destination(options, file.at("name").get<std::string>());
     Download(context, file, target).run();
@@ -149,13 +151,14 @@ void get(CommandContext& context, const GetOptions& options)
 void addDownloadCommand(CLI::App& line, CommandContext& context)
 {
     const auto options = std::make_shared<GetOptions>();
-    CLI::App* command = line.add_subcommand("get", "Fetch a file")->fallthrough();
-    command->add_option("ID", options->id, "The file's id, as ls shows it")
+    CLI::App* command = line.add_subcommand("get", "Download a file")->fallthrough();
+    command->add_option("ID", options->id, "Id of the file, as printed by ls")
         ->required()
         ->check(CLI::Range(1, std::numeric_limits<int>::max()));
     command
-        ->add_option("-o,--output", options->output,
-                     "Where to save it, replacing what is there (default: its own name, here)")
+        ->add_option(
+            "-o,--output", options->output,
+            "Local path; an existing file is replaced (default: the file's name in this folder)")
         ->type_name("FILE");
     command->callback(
         [&context, options] { context.action = [&context, options] { get(context, *options); }; });

@@ -1,4 +1,3 @@
-// Takes a server-sent event stream apart, in whatever pieces it arrives.
 #include "service/kelvoctl/EventParser.h"
 
 #include <utility>

@@ -1,4 +1,4 @@
-// Takes a server-sent event stream apart, in whatever pieces it arrives.
+// Parses a server-sent event stream from pieces of any size.
 #pragma once
 
 #include <functional>
@@ -9,20 +9,20 @@ namespace kelvoctl {
 
 struct Event
 {
-    std::string id; // Empty when the event has none.
+    std::string id; // empty if the event has no id
     std::string name;
     std::string data;
 };
 
-// Feed it bytes; it calls back once for each complete event, from inside feed(). Comments and
-// events without data are skipped. Lines may end in LF, CR LF or CR.
+// feed() calls `onEvent` once for each complete event. Comments and events without data are
+// skipped. Lines may end in LF, CR LF or CR.
 class EventParser
 {
 public:
     explicit EventParser(std::function<void(const Event&)> onEvent);
 
     void feed(std::string_view bytes);
-    // The connection was cut: what was begun is dropped, for the service sends it again.
+    // Called when the connection was cut. Drops the unfinished event: the service sends it again.
     void reset();
 
 private:

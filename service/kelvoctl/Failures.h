@@ -1,4 +1,4 @@
-// How a command fails: each kind of failure is an exit code that scripts can rely on.
+// The failures of a command. Each kind has an exit code for scripts.
 #pragma once
 
 #include <stdexcept>
@@ -8,12 +8,12 @@ namespace kelvoctl {
 
 enum class ExitCode : int {
     Ok = 0,
-    Refused = 1,     // The service said no, or does not have what was named.
-    Usage = 2,       // The command, or a local file it names, will not do.
-    Unreachable = 3, // The service cannot be reached, or what it sent cannot be verified.
+    Refused = 1,     // the service refused, or has no such object
+    Usage = 2,       // wrong arguments, or an unusable local file
+    Unreachable = 3, // the service cannot be reached, or its reply cannot be verified
 };
 
-// Base of all failures; what() is the sentence for the person at the terminal.
+// Base of all failures; what() is the message for the user.
 class Failure : public std::runtime_error
 {
 public:
@@ -31,7 +31,7 @@ public:
         : Failure(ExitCode::Refused, detail.empty() ? title : title + ": " + detail),
           m_status(status)
     {}
-    // The HTTP status; 0 when the refusal was concluded from a listing.
+    // The HTTP status; 0 if the tool itself found the refusal in a list.
     long status() const { return m_status; }
 
 private:
@@ -47,14 +47,15 @@ public:
 class Unreachable : public Failure
 {
 public:
-    Unreachable(const std::string& text, bool mayHeal)
-        : Failure(ExitCode::Unreachable, text), m_mayHeal(mayHeal)
+    Unreachable(const std::string& text, bool isRetryable)
+        : Failure(ExitCode::Unreachable, text), m_isRetryable(isRetryable)
     {}
-    // Whether trying again can help: true for a cut or refused connection, false for a certificate.
-    bool mayHeal() const { return m_mayHeal; }
+    // Whether a retry can succeed: true for a cut or refused connection, false for a wrong
+    // certificate.
+    bool isRetryable() const { return m_isRetryable; }
 
 private:
-    bool m_mayHeal;
+    bool m_isRetryable;
 };
 
 } // namespace kelvoctl

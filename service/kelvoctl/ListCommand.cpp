@@ -1,4 +1,4 @@
-// ls: what the caller may see of the farm's inboxes.
+// ls: the inboxes and files that the caller may see.
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Failures.h"
 #include "service/kelvoctl/Names.h"
@@ -28,8 +28,8 @@ void printInbox(const json& project, const json& inbox)
     }
 }
 
-// The projects with only the inboxes that were asked for.
-json chosen(const json& projects, const ListOptions& options)
+// The projects with only the requested inboxes.
+json filtered(const json& projects, const ListOptions& options)
 {
     json result = json::array();
     for (json project : projects) {
@@ -46,14 +46,16 @@ json chosen(const json& projects, const ListOptions& options)
         result.push_back(project);
     }
     if (result.empty() && !options.project.empty()) {
-        throw Refused(0, "Not found", "There is no project " + printable(options.project) + ".");
+        throw Refused(0, "Not found",
+                      "No project has the name " + printable(options.project) + ".");
     }
     return result;
 }
 
 void list(CommandContext& context, const ListOptions& options)
 {
-    const json projects = chosen(context.client().call("GET", "/account").at("projects"), options);
+    const json projects =
+        filtered(context.client().call("GET", "/account").at("projects"), options);
     if (context.json) {
         std::cout << oneLine(projects) << std::endl;
         return;
@@ -70,7 +72,7 @@ void list(CommandContext& context, const ListOptions& options)
 void addListCommand(CLI::App& line, CommandContext& context)
 {
     const auto options = std::make_shared<ListOptions>();
-    CLI::App* ls = line.add_subcommand("ls", "Inboxes and their files")->fallthrough();
+    CLI::App* ls = line.add_subcommand("ls", "List inboxes and their files")->fallthrough();
     ls->add_option("PROJECT", options->project, "Only this project, such as \"To Console\"");
     ls->add_option("--owner", options->owner, "Only this user's inboxes")->type_name("NAME");
     ls->callback(

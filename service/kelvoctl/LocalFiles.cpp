@@ -13,7 +13,7 @@
 namespace kelvoctl {
 namespace {
 
-// Runs `work` and adds the file's name to what the system says.
+// Runs `work` and adds the file's path to the system's error text.
 template <class Work>
 auto named(const char* what, const std::filesystem::path& path, Work work)
 {

@@ -1,4 +1,4 @@
-// Files of the person at the terminal. An error names the file and the system's reason.
+// The user's local files. An error text names the file and the system's reason.
 #pragma once
 
 #include "service/base/FileStatus.h"
@@ -16,19 +16,19 @@ namespace kelvoctl {
 
 kelvo::FileDescriptor openLocalFile(const std::filesystem::path& path, int flags, mode_t mode = 0);
 
-// Nothing if there is no such file.
+// Empty if the file is missing.
 std::optional<kelvo::FileStatus> localFileStatus(const std::filesystem::path& path);
 
-// Writes all bytes. `path` is for the error's text only.
+// Writes all bytes. `path` is only for the error text.
 void writeLocalFile(const kelvo::FileDescriptor& file, std::string_view bytes,
                     const std::filesystem::path& path);
 
-// Renames `temporary`, which `file` has written, to `target`: fsync, rename, fsync of the folder.
-// A crash leaves the old file or the new one.
+// Renames `temporary`, which was written through `file`, to `target`: fsync, rename, fsync of the
+// folder. After a crash `target` is the old file or the new file.
 void commitLocalFile(const kelvo::FileDescriptor& file, const std::filesystem::path& temporary,
                      const std::filesystem::path& target);
 
-// Replaces a private file (mode 0600) as a whole. Makes a missing folder with mode 0700.
+// Replaces a private file (mode 0600) in one step. Creates a missing folder with mode 0700.
 void replacePrivateFile(const std::filesystem::path& target, std::string_view content);
 
 } // namespace kelvoctl

@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::string_view kHex = "0123456789ABCDEF";
 
-// Locale-free on purpose: bytes above 0x7F belong to UTF-8 and are none of these.
+// Independent of the locale: bytes above 0x7F belong to UTF-8 and are not unreserved.
 bool isUnreserved(unsigned char c)
 {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||

@@ -1,4 +1,4 @@
-// Names of files and inboxes on their way into a URL, a local path or a terminal.
+// The names of files and inboxes in a URL, a local path or a terminal.
 #pragma once
 
 #include <string>
@@ -6,14 +6,14 @@
 
 namespace kelvoctl {
 
-// Everything but unreserved characters becomes %XX, so that a name is one path segment.
+// Every character that is not unreserved becomes %XX, so a name is one path segment.
 std::string percentEncoded(std::string_view text);
 
-// False for names that would be a path or hide something: "", ".", "..", and any with '/' or a
-// control character. Such a name never reaches the file system.
+// False for names that are paths or that hide something: "", ".", "..", and names with '/' or a
+// control character. Such a name is never used in the file system.
 bool isSafeFileName(std::string_view name);
 
-// The text with control characters replaced by '?': names come from elsewhere, and a terminal obeys
+// Replaces control characters by '?': a name comes from another user, and a terminal would obey
 // them.
 std::string printable(std::string_view text);
 

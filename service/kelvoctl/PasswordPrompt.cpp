@@ -1,4 +1,3 @@
-// Where passwords come from: a file, the environment or the terminal.
 #include "service/kelvoctl/PasswordPrompt.h"
 
 #include "service/kelvoctl/Failures.h"
@@ -28,7 +27,7 @@ std::string fromFile(const std::string& file)
     return line;
 }
 
-// Echo is back when this leaves, whichever way.
+// The destructor restores the echo in any case.
 class NoEcho
 {
 public:
@@ -61,7 +60,7 @@ std::string fromTerminal(const char* variable, const std::string& prompt)
     const kelvo::FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_CLOEXEC));
     if (!terminal) {
         throw UsageError(
-            "There is no terminal to ask for a password: give a password file or set " +
+            "There is no terminal for a password prompt: give a password file or set " +
             std::string(variable) + ".");
     }
     writeLocalFile(terminal, prompt, "/dev/tty");

@@ -1,5 +1,3 @@
-// The command line as a whole: reads it, runs the command, turns failures into messages and exit
-// codes.
 #include "service/kelvoctl/Run.h"
 
 #include "service/kelvoctl/Commands.h"
@@ -13,34 +11,34 @@ namespace kelvoctl {
 namespace {
 
 constexpr const char* kFooter = R"(
-Passwords never stand on the command line: they come from a file, from KELVOCTL_PASSWORD (the own one)
-or KELVOCTL_NEW_PASSWORD (one that is set), or from the terminal.
+Passwords are not command line arguments: they come from a file, from KELVOCTL_PASSWORD (your own password)
+or KELVOCTL_NEW_PASSWORD (a password to set), or from the terminal.
 
-Exit codes: 0 done; 1 the service refused; 2 the command will not do; 3 the service cannot be reached or
-what it sent cannot be verified.)";
+Exit codes: 0 success; 1 refused by the service; 2 wrong usage; 3 the service cannot be reached or its
+reply cannot be verified.)";
 
 void addGlobalOptions(CLI::App& line, CommandContext& context)
 {
-    line.add_option("--server", context.server, "The service; login remembers it")
+    line.add_option("--server", context.server, "Address of the service; login stores it")
         ->check([](const std::string& text) {
-            return text.find_first_of("/@?# ") == std::string::npos ? "" : "is no HOST:PORT";
+            return text.find_first_of("/@?# ") == std::string::npos ? "" : "not HOST:PORT";
         })
         ->type_name("HOST:PORT");
     line.add_option("--ca", context.ca,
-                    "Certificate of the service's authority; login remembers it. Without it the "
+                    "Certificate of the service's authority; login stores it. Without it the "
                     "system's authorities are trusted")
         ->check(CLI::ExistingFile)
         ->type_name("FILE");
     line.add_option("--session", context.sessionFile,
-                    "Where the session is kept (default: ~/.config/kelvoctl/session.json)")
+                    "File with the session (default: ~/.config/kelvoctl/session.json)")
         ->type_name("FILE");
-    line.add_flag("--json", context.json, "Print results as JSON, one value a line");
+    line.add_flag("--json", context.json, "Print results as JSON, one value per line");
 }
 
 int runCommand(int argc, char** argv)
 {
     CommandContext context;
-    CLI::App line{"Talks to a KELVO farm-data service.", "kelvoctl"};
+    CLI::App line{"Client of a KELVO farm-data service.", "kelvoctl"};
     line.footer(kFooter);
     line.require_subcommand(1);
     line.fallthrough();
@@ -58,7 +56,7 @@ int runCommand(int argc, char** argv)
     try {
         line.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        const bool asked = line.exit(error) == 0; // Prints the help or what is wrong.
+        const bool asked = line.exit(error) == 0; // prints the help or the error
         return static_cast<int>(asked ? ExitCode::Ok : ExitCode::Usage);
     }
     context.action();
@@ -77,7 +75,7 @@ int run(int argc, char** argv)
         std::cerr << "kelvoctl: " << failure.what() << std::endl;
         code = static_cast<int>(failure.code());
     } catch (const nlohmann::json::exception&) {
-        std::cerr << "kelvoctl: The service answered something unexpected." << std::endl;
+        std::cerr << "kelvoctl: The reply of the service has an unexpected form." << std::endl;
         code = static_cast<int>(ExitCode::Unreachable);
     } catch (const std::exception& error) {
         std::cerr << "kelvoctl: " << error.what() << std::endl;

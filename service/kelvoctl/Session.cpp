@@ -1,4 +1,3 @@
-// The session between two runs of the tool: where the service is and the token that it gave.
 #include "service/kelvoctl/Session.h"
 
 #include "service/kelvoctl/Failures.h"
@@ -23,7 +22,8 @@ std::optional<Session> Session::load(const std::filesystem::path& file)
         return std::nullopt;
     }
     if ((status->mode & (S_IRWXG | S_IRWXO)) != 0) {
-        throw UsageError(file.string() + " is open to others; log in again after removing it.");
+        throw UsageError(file.string() +
+                         " can be read by other users: remove it and log in again.");
     }
     std::ifstream stream(file, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(stream), {}};
@@ -31,7 +31,7 @@ std::optional<Session> Session::load(const std::filesystem::path& file)
         const json value = json::parse(text);
         return Session{value.at("server"), value.at("ca"), value.at("user"), value.at("token")};
     } catch (const json::exception&) {
-        throw UsageError(file.string() + " is no session file; log in again after removing it.");
+        throw UsageError(file.string() + " is not a session file: remove it and log in again.");
     }
 }
 
@@ -43,7 +43,7 @@ void Session::save(const std::filesystem::path& file) const
 
 void Session::remove(const std::filesystem::path& file)
 {
-    std::error_code ignored; // Gone already is as good.
+    std::error_code ignored; // a missing file is fine
     std::filesystem::remove(file, ignored);
 }
 
@@ -51,7 +51,7 @@ std::filesystem::path Session::defaultFile()
 {
     const char* home = std::getenv("HOME");
     if (home == nullptr || *home == '\0') {
-        throw UsageError("HOME is not set: say where the session is kept with --session.");
+        throw UsageError("HOME is not set: give the session file with --session.");
     }
     return std::filesystem::path(home) / ".config" / "kelvoctl" / "session.json";
 }

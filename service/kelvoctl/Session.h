@@ -1,4 +1,4 @@
-// The session between two runs of the tool: where the service is and the token that it gave.
+// The stored session: the service's address and the token.
 #pragma once
 
 #include <filesystem>
@@ -7,16 +7,16 @@
 
 namespace kelvoctl {
 
-// What `login` leaves for the commands after it. The token is a secret: the file has mode 0600, is
-// replaced atomically, and is not read when others could have read or written it.
+// `login` stores it for later commands. The token is a secret: the file has mode 0600, is replaced
+// atomically, and is not read if other users could read or write it.
 struct Session
 {
     std::string server; // HOST:PORT
-    std::string ca;     // Certificate file, absolute; empty for the system's authorities
+    std::string ca;     // certificate file, absolute; empty for the system's authorities
     std::string user;
     std::string token;
 
-    // Nothing when there is no file. Throws UsageError for one that cannot be used.
+    // Empty if there is no file. Throws UsageError if the file is not usable.
     static std::optional<Session> load(const std::filesystem::path& file);
     void save(const std::filesystem::path& file) const;
     static void remove(const std::filesystem::path& file);

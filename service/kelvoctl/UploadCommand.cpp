@@ -1,4 +1,4 @@
-// put: sends files into inboxes, and goes on where a cut connection stopped it.
+// put: sends files into inboxes, and resumes after a cut connection.
 #include "service/base/Digest.h"
 #include "service/base/Encoding.h"
 #include "service/kelvoctl/Backoff.h"
@@ -16,7 +16,7 @@ namespace {
 using nlohmann::json;
 
 constexpr int kAttempts = 8;
-constexpr long kLongestRetryAfterSeconds = 60;
+constexpr long kMaxRetryAfterSeconds = 60;
 constexpr const char* kContentType = "Content-Type: application/offset+octet-stream";
 constexpr const char* kTus = "Tus-Resumable: 1.0.0";
 
@@ -38,10 +38,10 @@ std::string nonce()
     return text;
 }
 
-// The id of OWNER/PROJECT in the account; the own inbox is made when it is not there.
+// Returns the id of OWNER/PROJECT in the account. Creates the caller's own inbox if it is missing.
 int inboxId(CommandContext& context, const json& account, const std::string& target)
 {
-    const std::size_t slash = target.rfind('/'); // Project names have none.
+    const std::size_t slash = target.rfind('/'); // project names have no slash
     const std::string owner = target.substr(0, slash);
     const std::string wanted = slash == std::string::npos ? "" : target.substr(slash + 1);
     for (const json& project : account.at("projects")) {
@@ -58,11 +58,12 @@ int inboxId(CommandContext& context, const json& account, const std::string& tar
             return context.client().call("POST", path).at("id").get<int>();
         }
     }
-    throw Refused(0, "Not found", "There is no inbox " + printable(target) + " (OWNER/PROJECT).");
+    throw Refused(0, "Not found",
+                  "No inbox has the name " + printable(target) + " (OWNER/PROJECT).");
 }
 
-// One file on its way. The state of a transfer is what the service last said: a Location and an
-// offset. Without a Location the repeated POST with the same key brings it.
+// The upload of one file. Its state is the last Location and offset from the service. Without a
+// Location the POST is repeated with the same key, which returns the Location.
 class Upload
 {
 public:
@@ -87,7 +88,7 @@ public:
     }
 
 private:
-    // One request, or the wait after one that failed.
+    // Sends one request, or waits after a failed request.
     Response step()
     {
         try {
@@ -96,7 +97,7 @@ private:
                 return {};
             }
             if (response.status == 409 && m_sentBody && m_backoff.wait()) {
-                m_offsetKnown = false; // Something of ours arrived after all: ask how much.
+                m_offsetKnown = false; // some bytes did arrive: get the offset
                 return {};
             }
             if (response.status < 200 || response.status >= 300) {
@@ -105,8 +106,8 @@ private:
             note(response);
             return response;
         } catch (const Unreachable& failure) {
-            // The account was fetched before, so this is a bad link, not a wrong address.
-            if (!failure.mayHeal() || !m_backoff.wait()) {
+            // GET /account succeeded before, so the link is bad and the address is right.
+            if (!failure.isRetryable() || !m_backoff.wait()) {
                 throw;
             }
             m_offsetKnown = false;
@@ -121,8 +122,7 @@ private:
                             after.find_first_not_of("0123456789") == std::string::npos;
         const long seconds = number ? std::stol(after) : 0;
         m_offsetKnown = false;
-        return seconds <= kLongestRetryAfterSeconds &&
-               m_backoff.wait(std::chrono::seconds(seconds));
+        return seconds <= kMaxRetryAfterSeconds && m_backoff.wait(std::chrono::seconds(seconds));
     }
 
     Request next()
@@ -168,7 +168,7 @@ private:
         const std::string text = response.header("upload-offset");
         const std::optional<std::uint64_t> offset = kelvo::parseNumber(text);
         if (!m_location.starts_with("/kelvo-api/v1/uploads/") || !offset) {
-            throw Unreachable("The service did not say where to go on.", false);
+            throw Unreachable("The service did not return an offset.", false);
         }
         if (*offset > m_offset) {
             m_backoff.progressed();
@@ -177,7 +177,7 @@ private:
         m_offsetKnown = true;
     }
 
-    // A difference means that the file changed while it was read: the copy is nobody's file.
+    // A different digest means that the file changed while it was sent. Then the copy is wrong.
     void verify(const Response& response)
     {
         if (response.header("repr-digest") == kelvo::reprDigest(m_source.digest())) {
@@ -188,8 +188,7 @@ private:
             m_client.call("DELETE", "/resources/" + ids.substr(0, comma));
             ids.erase(0, comma + 1);
         }
-        throw Unreachable(m_path + " changed while it was sent; the copy was removed again.",
-                          false);
+        throw Unreachable(m_path + " changed while it was sent; the copy was removed.", false);
     }
 
     json result(const Response& response) const
@@ -210,7 +209,7 @@ private:
     std::string m_location;
     std::uint64_t m_offset = 0;
     bool m_first = true;
-    bool m_sentBody = false; // By the latest request
+    bool m_sentBody = false; // by the last request
     bool m_offsetKnown = false;
     Backoff m_backoff{kAttempts};
 };
@@ -235,17 +234,16 @@ void putOne(CommandContext& context, const std::string& path, const std::string&
 void put(CommandContext& context, const PutOptions& options)
 {
     if (!options.name.empty() && options.files.size() != 1) {
-        throw UsageError("--name goes with one file only.");
+        throw UsageError("--name needs exactly one file.");
     }
     std::vector<std::string> names;
     for (const std::string& path : options.files) {
         names.push_back(options.name.empty() ? std::filesystem::path(path).filename().string()
                                              : options.name);
         if (!isSafeFileName(names.back())) {
-            throw UsageError("\"" + printable(names.back()) + "\" is no name for a file.");
+            throw UsageError("\"" + printable(names.back()) + "\" is not a file name.");
         }
-        UploadSource readable(
-            path); // Before anything is sent, so that a typing error sends nothing.
+        UploadSource readable(path); // a wrong path must fail before anything is sent
     }
     const json account = context.client().call("GET", "/account");
     std::string targets;
@@ -265,12 +263,13 @@ void addUploadCommand(CLI::App& line, CommandContext& context)
     CLI::App* command = line.add_subcommand("put", "Send files into inboxes")->fallthrough();
     command->add_option("FILE", options->files, "Local files")->required();
     command
-        ->add_option("--to", options->targets, "An inbox, such as \"olga/To Console\"; repeatable")
+        ->add_option("--to", options->targets,
+                     "Target inbox, such as \"olga/To Console\"; may be repeated")
         ->required()
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->type_name("OWNER/PROJECT");
-    command->add_option("--name", options->name, "The name there, instead of the local one")
+    command->add_option("--name", options->name, "Name in the inbox (default: the local name)")
         ->type_name("NAME");
     command->callback(
         [&context, options] { context.action = [&context, options] { put(context, *options); }; });

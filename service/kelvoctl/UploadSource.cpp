@@ -1,4 +1,3 @@
-// A local file as the content of requests, digested in the same pass that sends it.
 #include "service/kelvoctl/UploadSource.h"
 
 #include "service/kelvoctl/Failures.h"
@@ -16,7 +15,7 @@ namespace kelvoctl {
 
 namespace {
 
-/** As much of `bytes`, which may be more than this machine can address, as has room. */
+/** Limits `bytes`, which may exceed this machine's address space, to `room`. */
 std::size_t atMost(std::size_t room, std::uint64_t bytes)
 {
     return static_cast<std::size_t>(std::min<std::uint64_t>(room, bytes));
@@ -37,7 +36,7 @@ UploadSource::UploadSource(std::filesystem::path path)
 void UploadSource::startAt(std::uint64_t offset)
 {
     if (offset > m_sizeBytes) {
-        throw Unreachable("The service claims to have more than was sent.", false);
+        throw Unreachable("The service's offset is beyond the end of the file.", false);
     }
     m_start = offset;
     if (m_position == offset) {
@@ -70,7 +69,7 @@ std::size_t UploadSource::read(char* buffer, std::size_t capacity)
         got = ::pread(m_file.get(), buffer, wanted, static_cast<off_t>(m_position));
     } while (got < 0 && errno == EINTR);
     if (got <= 0) {
-        throw UsageError(m_path.string() + " cannot be read to its end; was it changed?");
+        throw UsageError(m_path.string() + " cannot be read to its end; it may have changed.");
     }
     m_sha256.add(buffer, static_cast<std::size_t>(got));
     m_position += static_cast<std::uint64_t>(got);

@@ -1,4 +1,4 @@
-// A local file as the content of requests, digested in the same pass that sends it.
+// A local file as the content of requests. Each byte is digested when it is sent.
 #pragma once
 
 #include "service/base/Digest.h"
@@ -9,9 +9,9 @@
 
 namespace kelvoctl {
 
-// Sends the file from a settable offset to the length it had when it was opened. The digest covers
-// every byte from the first: after a jump the part before the offset is read again.
-// Errors: UsageError when the file cannot be read or became shorter.
+// Sends the file from an offset to the length that it had when it was opened. The digest covers
+// every byte from the start: after a jump the part before the offset is read again. Errors:
+// UsageError if the file cannot be read or was shortened.
 class UploadSource : public ContentSource
 {
 public:
@@ -19,8 +19,8 @@ public:
 
     std::uint64_t fileSizeBytes() const { return m_sizeBytes; }
     void startAt(std::uint64_t offset);
-    // Digest in hexadecimal of the whole file as it was sent; call it once, after everything was
-    // read.
+    // Returns the hexadecimal digest of the whole file as it was sent. Call it once, after all
+    // bytes were read.
     std::string digest();
 
     std::uint64_t sizeBytes() const override { return m_sizeBytes - m_start; }

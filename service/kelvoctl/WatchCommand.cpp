@@ -1,4 +1,4 @@
-// watch: one line for each event, across cuts of the connection, without a gap or a repetition.
+// watch: prints one line for each event. Resumes after cuts without a gap or a repetition.
 #include "service/kelvoctl/Backoff.h"
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/EventParser.h"
@@ -14,11 +14,11 @@ namespace {
 using nlohmann::json;
 
 constexpr int kAttempts = 10;
-constexpr std::chrono::seconds kSilence{150}; // The service sends a comment every 60 s.
+constexpr std::chrono::seconds kSilence{150}; // the service sends a comment every 60 s
 
 struct WatchOptions
 {
-    int count = 0; // 0: no end
+    int count = 0; // 0: no limit
     std::string from;
 };
 
@@ -51,8 +51,8 @@ public:
           m_parser([this](const Event& event) { take(event); })
     {}
 
-    // Starting from the account's cursor rather than from "now" keeps what happens before the
-    // stream stands.
+    // Starts at the account's cursor instead of "now". So no event is missing that happens before
+    // the stream is open.
     void run()
     {
         m_last = m_options.from.empty()
@@ -63,7 +63,7 @@ public:
             try {
                 connect(backoff);
             } catch (const Unreachable& failure) {
-                if (!failure.mayHeal() || (!done() && !backoff.wait())) {
+                if (!failure.isRetryable() || (!done() && !backoff.wait())) {
                     throw;
                 }
             }
@@ -88,9 +88,9 @@ private:
             return !done();
         };
         m_context.client().expect(request);
-        if (!done() &&
-            !backoff.wait()) { // The service closed the stream, as it does when it stops.
-            throw Unreachable("The service closes the event stream again and again.", true);
+        // The service closed the stream, as it does when it stops.
+        if (!done() && !backoff.wait()) {
+            throw Unreachable("The service closes the event stream repeatedly.", true);
         }
     }
 
@@ -120,7 +120,7 @@ private:
                       << std::endl;
         }
         if (event.name == "session-ended") {
-            throw Refused(0, "The session ended", data.value("reason", ""));
+            throw Refused(0, "The session has ended", data.value("reason", ""));
         }
         m_last = event.id.empty() ? m_last : event.id;
         ++m_seen;
@@ -140,10 +140,10 @@ void addWatchCommand(CLI::App& line, CommandContext& context)
 {
     const auto options = std::make_shared<WatchOptions>();
     CLI::App* watch = line.add_subcommand("watch", "Print events as they happen")->fallthrough();
-    watch->add_option("--count", options->count, "Stop after so many events")
+    watch->add_option("--count", options->count, "Stop after N events")
         ->check(CLI::Range(1, std::numeric_limits<int>::max()))
         ->type_name("N");
-    watch->add_option("--from", options->from, "Start after this event, instead of now")
+    watch->add_option("--from", options->from, "Start after this event (default: now)")
         ->type_name("ID")
         ->check([](const std::string& text) {
             return text.find_first_not_of("0123456789") == std::string::npos ? "" : "not an id";

@@ -41,12 +41,12 @@ protected:
 
     store::Upload begin(const std::string& text)
     {
-        api::UploadWish wish;
-        wish.name = "a.zip";
-        wish.targets = {inbox.id};
-        wish.lengthBytes = static_cast<long long>(text.size());
+        api::UploadRequest wanted;
+        wanted.name = "a.zip";
+        wanted.targets = {inbox.id};
+        wanted.lengthBytes = static_cast<long long>(text.size());
         const store::Upload upload =
-            loop.run(api::beginUpload(context, user, wish, api::newUploadId())).upload;
+            loop.run(api::startUpload(context, user, wanted, api::newUploadId())).upload;
         content::UploadWriter writer(contents, digests, upload.id);
         writer.append(text.data(), text.size());
         return upload;

@@ -289,7 +289,7 @@ class StartingAgain(LifecycleTest):
         part = service.path("uploads", location.rsplit("/", 1)[1])
         offset = 0
         while len(content) - offset > 50_000:
-            # 50 kB come, less than any buffer holds, and then the service is killed.
+            # The service receives 50 kB, less than any buffer holds, and is then killed.
             attempt = begin_upload(service, olga.token, "PATCH", location, len(content) - offset,
                                    {"Upload-Offset": str(offset)}, content[offset:offset + 50_000])
             self.await_size(part, offset + 50_000)

@@ -1,4 +1,4 @@
-// One request at a time works on an upload, and the newest wins.
+// One request at a time works on an upload, and the newest request takes precedence.
 #include "service/api/ActiveUploads.h"
 #include "tests/service/support/RunAwaitable.h"
 #include "tests/service/support/TcpPair.h"
@@ -55,7 +55,7 @@ TEST_F(OneAtATime, TheNewRequestStopsTheOldAndWaitsForIt)
     loop.runUntil([this] { return log.size() == 4; });
 }
 
-TEST_F(OneAtATime, OtherUploadsAreLeftInPeace)
+TEST_F(OneAtATime, OtherUploadsAreNotStopped)
 {
     SilentRequest one(loop.io());
     SilentRequest two(loop.io());
@@ -68,7 +68,7 @@ TEST_F(OneAtATime, OtherUploadsAreLeftInPeace)
     loop.runUntil([this] { return log.size() == 4; });
 }
 
-TEST_F(OneAtATime, AStoppedRequestStillTakesWhatHasArrived)
+TEST_F(OneAtATime, AStoppedRequestStillReadsTheArrivedBytes)
 {
     SilentRequest request(loop.io());
     loop.run(test::sendText(*request.pair.client, "arrived"));
@@ -79,7 +79,7 @@ TEST_F(OneAtATime, AStoppedRequestStillTakesWhatHasArrived)
     EXPECT_TRUE(result.error);
 }
 
-TEST_F(OneAtATime, AStoppedRequestDoesNotGoOnForEver)
+TEST_F(OneAtATime, AStoppedRequestReadsALimitedNumberOfBytes)
 {
     SilentRequest request(loop.io(), 1ULL << 40);
     request.body->abandon();
@@ -93,7 +93,7 @@ TEST_F(OneAtATime, AStoppedRequestDoesNotGoOnForEver)
     EXPECT_LE(taken, 2U * 1024 * 1024);
 }
 
-TEST_F(OneAtATime, ARequestWithoutBodyLosesNothingByBeingStopped)
+TEST_F(OneAtATime, ARequestWithoutBodyKeepsItsConnectionWhenStopped)
 {
     SilentRequest request(loop.io(), 0);
     request.body->abandon();
@@ -101,7 +101,7 @@ TEST_F(OneAtATime, ARequestWithoutBodyLosesNothingByBeingStopped)
     EXPECT_EQ(loop.run(test::readUntil(*request.pair.server, "request")), "the next request");
 }
 
-TEST_F(OneAtATime, ARequestBetweenTwoReadingsIsStoppedAtTheNext)
+TEST_F(OneAtATime, ARequestBetweenTwoReadsIsStoppedAtTheNextRead)
 {
     SilentRequest request(loop.io());
     request.body->abandon();

@@ -1,4 +1,4 @@
-// What requests are told when the store refuses.
+// The replies when the store is busy.
 #include "service/api/ApiApplication.h"
 #include "tests/service/support/ApiFixture.h"
 #include "tests/service/support/OtherProgram.h"
@@ -13,7 +13,7 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-class Refusing : public test::ApiFixture
+class BusyStore : public test::ApiFixture
 {
 protected:
     std::string talk(const std::string& text)
@@ -51,22 +51,22 @@ protected:
     test::OtherProgram other{*store::makeSqlite((folder.Path() / "kelvo.sqlite").string())};
 };
 
-const auto saysBusy = AllOf(StartsWith("HTTP/1.1 503 "), HasSubstr("\r\nRetry-After: 5\r\n"),
-                            HasSubstr("urn:kelvo:problem:busy"));
+const auto isBusyReply = AllOf(StartsWith("HTTP/1.1 503 "), HasSubstr("\r\nRetry-After: 5\r\n"),
+                               HasSubstr("urn:kelvo:problem:busy"));
 
-TEST_F(Refusing, SaysWhenToComeBackWhenTheDatabaseCannotCommit)
+TEST_F(BusyStore, SendsRetryAfterIfTheDatabaseCannotCommit)
 {
     database.writeNow([this](store::Transaction& t) {
         store::setPassword(t, user.id, accounts.passwords().hash("right words"));
     });
     test::disableBusyTimeout(database);
     other.lockWrites();
-    EXPECT_THAT(logIn(), saysBusy);
+    EXPECT_THAT(logIn(), isBusyReply);
     other.unlock();
     EXPECT_THAT(logIn(), StartsWith("HTTP/1.1 201 "));
 }
 
-TEST_F(Refusing, AnswersReadsWhileAnotherProgramWrites)
+TEST_F(BusyStore, AnswersReadsWhileAnotherProgramWrites)
 {
     test::disableBusyTimeout(database);
     other.lockWrites();

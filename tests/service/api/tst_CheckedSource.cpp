@@ -1,4 +1,4 @@
-// The source of a reply that must not hand out a damaged content as a right one.
+// The source of a reply. It never returns a damaged content as intact.
 #include "service/api/CheckedSource.h"
 #include "tests/service/support/RunAwaitable.h"
 #include "tests/support/TempFolder.h"
@@ -13,13 +13,13 @@ namespace {
 class CheckedReading : public testing::Test
 {
 protected:
-    /** All that the source hands out of this content, four bytes at a time. */
+    /** All bytes that the source returns for this content, four bytes at a time. */
     std::string read(const std::string& stored, const std::string& meant)
     {
         const auto path = folder.Path() / "content";
         replaceFile(path, stored, 0600);
         CheckedSource source(openFile(path, O_RDONLY), meant.size(), sha256Hex(meant), pool,
-                             [this](content::ECondition found) { told.push_back(found); });
+                             [this](content::ECondition found) { results.push_back(found); });
         std::string all;
         char buffer[4];
         while (all.size() < meant.size()) {
@@ -35,39 +35,39 @@ protected:
     test::TempFolder folder;
     test::Loop loop;
     WorkPool pool{1};
-    std::vector<content::ECondition> told;
+    std::vector<content::ECondition> results;
 };
 
-TEST_F(CheckedReading, HandsOutWhatIsRight)
+TEST_F(CheckedReading, ReturnsAnIntactContent)
 {
     EXPECT_EQ(read("0123456789", "0123456789"), "0123456789");
-    EXPECT_THAT(told, testing::ElementsAre(content::ECondition::Right));
+    EXPECT_THAT(results, testing::ElementsAre(content::ECondition::Intact));
 }
 
-TEST_F(CheckedReading, KeepsTheEndBackOfWhatIsWrong)
+TEST_F(CheckedReading, KeepsBackTheEndOfADamagedContent)
 {
     EXPECT_EQ(read("0X23456789", "0123456789"), "0X234567");
     EXPECT_EQ(read("012345678X", "0123456789"), "01234567");
     EXPECT_EQ(read("X", "0"), "");
-    EXPECT_THAT(told,
+    EXPECT_THAT(results,
                 testing::ElementsAre(content::ECondition::Damaged, content::ECondition::Damaged,
                                      content::ECondition::Damaged));
 }
 
-TEST_F(CheckedReading, MissesNothingThatIsTooShort)
+TEST_F(CheckedReading, ReportsAShortContentAsUnknown)
 {
     EXPECT_EQ(read("01234", "0123456789"), "01234");
-    EXPECT_THAT(told, testing::ElementsAre(content::ECondition::Unknown));
+    EXPECT_THAT(results, testing::ElementsAre(content::ECondition::Unknown));
 }
 
-TEST_F(CheckedReading, TakesAReadErrorForNoDamage)
+TEST_F(CheckedReading, ReportsAReadErrorAsUnknown)
 {
-    // A folder can be opened for reading and not be read.
+    // A folder can be opened for reading, but not read.
     CheckedSource source(openFile(folder.Path(), O_RDONLY), 10, sha256Hex("0123456789"), pool,
-                         [this](content::ECondition found) { told.push_back(found); });
+                         [this](content::ECondition found) { results.push_back(found); });
     char buffer[4];
     EXPECT_EQ(loop.run(source.read(asio::buffer(buffer))), 0U);
-    EXPECT_THAT(told, testing::ElementsAre(content::ECondition::Unknown));
+    EXPECT_THAT(results, testing::ElementsAre(content::ECondition::Unknown));
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// What a reply gets of a stored content, and that a wrong one never passes for a right one.
+// The reply to a request for a stored content. A damaged content is never sent as intact.
 #include "service/api/ContentBody.h"
 #include "service/base/Digest.h"
 #include "service/http/Problem.h"
@@ -23,7 +23,7 @@ const std::string large(1000000, 'x');
 class ContentBodies : public test::ApiFixture
 {
 protected:
-    store::File keep(const std::string& text)
+    store::File store(const std::string& text)
     {
         const std::string digest = sha256Hex(text);
         std::filesystem::create_directories(contents.contentPath(digest).parent_path());
@@ -35,7 +35,7 @@ protected:
         return file;
     }
 
-    /** One byte in the middle, as a disk would: nothing else tells of it. */
+    /** Changes one byte in the middle, as a damaged disk does: the file's times stay. */
     void flip(const store::File& file)
     {
         const FileDescriptor handle = openFile(contents.contentPath(file.sha256), O_RDWR);
@@ -47,7 +47,7 @@ protected:
         ASSERT_EQ(::futimens(handle.get(), times), 0);
     }
 
-    /** What the peer gets; shorter than announced when it is cut. */
+    /** The received body; shorter than its Content-Length if it was cut. */
     std::string body(const store::File& file, http::RangeChoice range, bool bodiless = false)
     {
         http::Response response;
@@ -57,12 +57,12 @@ protected:
 
     std::string readAll(http::BodySource& source, bool bodiless = false)
     {
-        announced = source.sizeBytes();
+        contentLength = source.sizeBytes();
         std::string all;
         std::string buffer(256 * 1024, '\0');
-        while (!bodiless && all.size() < announced) {
+        while (!bodiless && all.size() < contentLength) {
             const auto wanted = static_cast<std::size_t>(
-                std::min<std::uint64_t>(buffer.size(), announced - all.size()));
+                std::min<std::uint64_t>(buffer.size(), contentLength - all.size()));
             const auto got = loop.run(source.read(asio::buffer(buffer.data(), wanted)));
             if (got == 0) {
                 break;
@@ -89,71 +89,73 @@ protected:
         EXPECT_EQ(integrity.damagedReads(), before + 1);
     }
 
-    std::uint64_t announced = 0;
+    std::uint64_t contentLength = 0;
 };
 
-TEST_F(ContentBodies, AreWhatWasStored)
+TEST_F(ContentBodies, AreTheStoredBytes)
 {
     for (const std::string& text : {small, large, std::string()}) {
-        const store::File file = keep(text);
+        const store::File file = store(text);
         EXPECT_EQ(whole(file), text);
     }
-    EXPECT_EQ(body(keep(small), {ERange::Part, 2, 5}), small.substr(2, 5));
-    EXPECT_EQ(body(keep(large), {ERange::Part, 2, 5}), "xxxxx");
+    EXPECT_EQ(body(store(small), {ERange::Part, 2, 5}), small.substr(2, 5));
+    EXPECT_EQ(body(store(large), {ERange::Part, 2, 5}), "xxxxx");
     EXPECT_EQ(integrity.damagedReads(), 0U);
 }
 
-TEST_F(ContentBodies, OfASmallDamagedFileAreRefusedBeforeTheyBegin)
+TEST_F(ContentBodies, OfASmallDamagedFileAreRefused)
 {
-    const store::File file = keep(small);
+    const store::File file = store(small);
     EXPECT_EQ(whole(file), small);
     flip(file);
     refused(file, {ERange::Whole, 0, small.size()});
     refused(file, {ERange::Part, 0, 1});
 }
 
-TEST_F(ContentBodies, OfALargeDamagedFileLackTheirEndAndAreThenRefused)
+TEST_F(ContentBodies, OfALargeDamagedFileAreCutAndThenRefused)
 {
-    const store::File file = keep(large);
+    const store::File file = store(large);
     flip(file);
     EXPECT_LT(whole(file).size(), large.size());
-    EXPECT_EQ(announced, large.size());
+    EXPECT_EQ(contentLength, large.size());
     EXPECT_EQ(integrity.damagedReads(), 1U);
     refused(file, {ERange::Whole, 0, large.size()});
     refused(file, {ERange::Part, large.size() - 1, 1});
 }
 
-TEST_F(ContentBodies, OfAPartAreRefusedForDamageElsewhere)
+TEST_F(ContentBodies, OfAPartAreRefusedIfAnotherPartIsDamaged)
 {
-    const store::File file = keep(large);
+    const store::File file = store(large);
     EXPECT_EQ(body(file, {ERange::Part, 0, 3}), "xxx");
-    flip(file); // after it was found right, and with its old time of modification
+    flip(file); // after it was found intact, and with its old modification time
     refused(file, {ERange::Part, 0, 3});
 }
 
-TEST_F(ContentBodies, ReadTheWholeForAPartAgainAfterAnHour)
+TEST_F(ContentBodies, OfAPartAreCheckedAgainAfterAnHour)
 {
-    const store::File file = keep(large);
+    const store::File file = store(large);
     body(file, {ERange::Part, 0, 3});
     const auto stamp =
         content::stampOf(openFile(contents.contentPath(file.sha256), O_RDONLY).get());
     const auto known = [&] { return integrity.conditionOf(file.sha256, stamp, clock.nowMs()); };
-    EXPECT_EQ(known(), content::ECondition::Right);
+    EXPECT_EQ(known(), content::ECondition::Intact);
     clock.Advance(std::chrono::hours(1));
     EXPECT_EQ(known(), content::ECondition::Unknown);
     body(file, {ERange::Part, 0, 3});
-    EXPECT_EQ(known(), content::ECondition::Right);
+    EXPECT_EQ(known(), content::ECondition::Intact);
 }
 
-TEST_F(ContentBodies, OfAPartWaitForWhoeverReadsTheWholeAlready)
+TEST_F(ContentBodies, OfAPartWaitForARunningCheck)
 {
-    const store::File file = keep(large);
-    flip(file); // whoever reads it himself finds it damaged
+    const store::File file = store(large);
+    flip(file); // a request that reads the content itself finds the damage
     const auto stamp =
         content::stampOf(openFile(contents.contentPath(file.sha256), O_RDONLY).get());
-    std::promise<void> letGo;
-    filePool.post([&letGo] { letGo.get_future().wait(); }); // the other thread takes all in turn
-    auto turn = loop.run(integrity.turn(file.sha256));
+    std::promise<void> unblock;
+    filePool.post([&unblock] {
+        unblock.get_future().wait();
+    }); // the other thread of the pool does all other work
+    auto turn = loop.run(integrity.readLock(file.sha256));
     std::string outcome;
     const auto ask = [&]() -> Async<void> {
         http::Response response;
@@ -166,10 +168,10 @@ TEST_F(ContentBodies, OfAPartWaitForWhoeverReadsTheWholeAlready)
     };
     loop.start(ask());
     loop.io().poll();
-    loop.run(filePool.run([] {})); // the file has been opened
-    integrity.put(file.sha256, stamp, content::ECondition::Right, clock.nowMs());
+    loop.run(filePool.run([] {})); // now the file is open
+    integrity.put(file.sha256, stamp, content::ECondition::Intact, clock.nowMs());
     turn.reset();
-    letGo.set_value();
+    unblock.set_value();
     loop.runUntil([&outcome] { return !outcome.empty(); });
     EXPECT_EQ(outcome, "served");
 }
@@ -177,7 +179,7 @@ TEST_F(ContentBodies, OfAPartWaitForWhoeverReadsTheWholeAlready)
 TEST_F(ContentBodies, OfAMissingOrCutFileAreRefused)
 {
     for (const std::string& text : {small, large}) {
-        const store::File file = keep(text);
+        const store::File file = store(text);
         const auto path = contents.contentPath(file.sha256);
         std::filesystem::resize_file(path, text.size() - 1);
         refused(file, {ERange::Whole, 0, text.size()});
@@ -186,12 +188,12 @@ TEST_F(ContentBodies, OfAMissingOrCutFileAreRefused)
     }
 }
 
-TEST_F(ContentBodies, ThatCannotBeReadAreRefusedAsThat)
+TEST_F(ContentBodies, ThatCannotBeReadAreRefusedAsUnreadable)
 {
-    store::File file = keep(small);
+    store::File file = store(small);
     const auto path = contents.contentPath(file.sha256);
     std::filesystem::remove(path);
-    std::filesystem::create_directory(path); // can be opened, cannot be read
+    std::filesystem::create_directory(path); // can be opened, but not read
     file.sizeBytes = content::stampOf(openFile(path, O_RDONLY).get()).sizeBytes;
     try {
         whole(file);
@@ -202,9 +204,9 @@ TEST_F(ContentBodies, ThatCannotBeReadAreRefusedAsThat)
     EXPECT_EQ(integrity.damagedReads(), 1U);
 }
 
-TEST_F(ContentBodies, ThatCouldNotBeReadToTheirEndAreNotTakenForDamaged)
+TEST_F(ContentBodies, ThatCouldNotBeReadToTheirEndAreNotMarkedDamaged)
 {
-    const store::File file = keep(large);
+    const store::File file = store(large);
     const auto path = contents.contentPath(file.sha256);
     const auto stamp = content::stampOf(openFile(path, O_RDONLY).get());
     http::Response response;
@@ -216,21 +218,21 @@ TEST_F(ContentBodies, ThatCouldNotBeReadToTheirEndAreNotTakenForDamaged)
               content::ECondition::Unknown);
 }
 
-TEST_F(ContentBodies, AreGoodAgainOnceTheFileIs)
+TEST_F(ContentBodies, AreSentAgainAfterTheFileIsRepaired)
 {
-    const store::File file = keep(large);
+    const store::File file = store(large);
     flip(file);
     whole(file);
-    keep(large);
+    store(large);
     EXPECT_EQ(whole(file), large);
 }
 
-TEST_F(ContentBodies, ThatNobodyWantsAreNotRead)
+TEST_F(ContentBodies, AreNotReadForHead)
 {
-    const store::File file = keep(large);
+    const store::File file = store(large);
     flip(file);
     EXPECT_EQ(body(file, {ERange::Whole, 0, large.size()}, true), "");
-    EXPECT_EQ(announced, large.size());
+    EXPECT_EQ(contentLength, large.size());
     EXPECT_EQ(integrity.damagedReads(), 0U);
 }
 

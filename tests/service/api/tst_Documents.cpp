@@ -1,4 +1,4 @@
-// What names are acceptable, and how records look as JSON.
+// Valid names, and records as JSON.
 #include "service/api/Compression.h"
 #include "service/api/Documents.h"
 #include "service/http/Problem.h"
@@ -30,7 +30,7 @@ TEST(Names, HaveUpTo64Characters)
     for (int i = 0; i < 64; ++i) {
         accented += "é";
     }
-    EXPECT_EQ(require(accented), accented) << "characters count, not bytes";
+    EXPECT_EQ(require(accented), accented) << "the limit is in characters, not bytes";
     EXPECT_THROW(require(accented + "x"), http::Problem);
     EXPECT_THROW(require(""), http::Problem);
     EXPECT_THROW(require("a\tb"), http::Problem);
@@ -38,7 +38,7 @@ TEST(Names, HaveUpTo64Characters)
     EXPECT_THROW(requireName(nlohmann::json::object(), "name"), http::Problem);
 }
 
-TEST(Documents, HideEntriesOfAnInboxThatMayNotBeRead)
+TEST(Documents, HideTheEntriesOfAnotherUsersInbox)
 {
     const store::Inbox inbox{10, 1, "olga", 7, "olga"};
     EXPECT_FALSE(toJson(inbox, std::nullopt).contains("entries"));
@@ -58,7 +58,7 @@ TEST(Documents, GiveAnAdministratorNoFarm)
               R"({"id":1,"name":"admin","role":"admin","disabled":false,"farm":null})");
 }
 
-TEST(Compression, IsUsedOnlyWhenItIsTaken)
+TEST(Compression, IsUsedOnlyIfTheClientAcceptsIt)
 {
     for (const char* header : {"gzip", "deflate, gzip", "br;q=1.0, gzip;q=0.5", "gzip ; q=1"}) {
         EXPECT_TRUE(acceptsGzip(header)) << header;

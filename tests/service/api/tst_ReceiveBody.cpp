@@ -1,4 +1,4 @@
-// A body's way from the connection to the disk.
+// Receiving a body from the connection to the disk.
 #include "service/api/ReceiveBody.h"
 #include "service/base/Digest.h"
 #include "tests/service/support/RunAwaitable.h"
@@ -17,12 +17,12 @@ namespace {
 class Receiving : public testing::Test
 {
 protected:
-    /** Receives a body of this announced length from a peer that sends `text` and hangs up. */
-    bool receive(const std::string& text, std::uint64_t announced)
+    /** Receives a body of this length from a peer that sends `text` and then closes its side. */
+    bool receive(const std::string& text, std::uint64_t contentLength)
     {
         test::TcpPair pair(loop.io());
         http::RequestHead head;
-        head.contentLength = announced;
+        head.contentLength = contentLength;
         std::string early;
         http::BodyReader body(*pair.server, limits, head, early);
         loop.start(say(*pair.client, text));
@@ -35,7 +35,7 @@ protected:
         co_await client.shutdownSend();
     }
 
-    /** Several times what the buffers hold, and nowhere the same. */
+    /** Several times larger than the buffers, without repetitions. */
     static std::string largeText()
     {
         std::string text;
@@ -62,13 +62,13 @@ TEST_F(Receiving, WritesTheWholeBodyInOrder)
     EXPECT_EQ(readFile(folder.Path() / "uploads" / "u1"), text);
 }
 
-TEST_F(Receiving, TakesAnEmptyBody)
+TEST_F(Receiving, ReceivesAnEmptyBody)
 {
     EXPECT_TRUE(receive("", 0));
     EXPECT_EQ(writer.offset(), 0U);
 }
 
-TEST_F(Receiving, KeepsAllThatArrivedOfABodyThatWasCutOff)
+TEST_F(Receiving, WritesAllReceivedBytesOfACutBody)
 {
     const std::string text = largeText();
     EXPECT_FALSE(receive(text, text.size() * 2));
@@ -76,7 +76,7 @@ TEST_F(Receiving, KeepsAllThatArrivedOfABodyThatWasCutOff)
     EXPECT_EQ(readFile(folder.Path() / "uploads" / "u1"), text);
 }
 
-TEST_F(Receiving, WritesWhatHasComeWhileThePeerPauses)
+TEST_F(Receiving, WritesReceivedBytesWhileThePeerPauses)
 {
     test::TcpPair pair(loop.io());
     http::RequestHead head;
@@ -99,7 +99,7 @@ TEST_F(Receiving, WritesWhatHasComeWhileThePeerPauses)
     loop.runUntil([&ended] { return ended; });
 }
 
-TEST_F(Receiving, PassesOnThatTheDiskIsFull)
+TEST_F(Receiving, ThrowsIfTheDiskIsFull)
 {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};

@@ -1,4 +1,4 @@
-// The order in which an upload becomes files, and what is left when it cannot.
+// The order in which an upload becomes files, and its state after a failure.
 #include "service/api/UploadSteps.h"
 #include "service/base/Digest.h"
 #include "service/http/Problem.h"
@@ -18,19 +18,19 @@
 namespace kelvo::api {
 namespace {
 
-class Finishing : public test::ApiFixture
+class FinishUpload : public test::ApiFixture
 {
 protected:
-    /** An upload whose bytes have all come. */
+    /** Returns an upload whose bytes have all been received. */
     store::Upload received(const std::string& name, const std::string& text,
                            std::vector<store::Id> targets)
     {
-        UploadWish wish;
-        wish.name = name;
-        wish.targets = std::move(targets);
-        wish.lengthBytes = static_cast<long long>(text.size());
+        UploadRequest wanted;
+        wanted.name = name;
+        wanted.targets = std::move(targets);
+        wanted.lengthBytes = static_cast<long long>(text.size());
         const store::Upload upload =
-            loop.run(beginUpload(context, user, wish, newUploadId())).upload;
+            loop.run(startUpload(context, user, wanted, newUploadId())).upload;
         content::UploadWriter writer(contents, digests, upload.id);
         writer.append(text.data(), text.size());
         writer.suspend();
@@ -44,7 +44,7 @@ protected:
     }
 };
 
-TEST_F(Finishing, MakesAFileForEachTargetAndAnEventForEachFile)
+TEST_F(FinishUpload, MakesAFileForEachTargetAndAnEventForEachFile)
 {
     const store::Inbox second = database.writeNow(
         [this](store::Transaction& t) { return store::ensureInbox(t, user, 3, 0).inbox; });
@@ -65,16 +65,16 @@ TEST_F(Finishing, MakesAFileForEachTargetAndAnEventForEachFile)
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
 }
 
-TEST_F(Finishing, HasTheContentInPlaceBeforeAnythingIsCommitted)
+TEST_F(FinishUpload, StoresTheContentBeforeTheCommit)
 {
     const store::Upload upload = received("a.zip", "abc", {inbox.id});
-    // The writer is held, so that the upload's own commit cannot come.
-    std::promise<void> letGo;
+    // The writer is blocked, so that the upload's own commit cannot happen.
+    std::promise<void> unblock;
     std::latch held(1);
     std::thread holder([&] {
         database.writeNow([&](store::Transaction&) {
             held.count_down();
-            letGo.get_future().wait();
+            unblock.get_future().wait();
         });
     });
     held.wait();
@@ -89,13 +89,13 @@ TEST_F(Finishing, HasTheContentInPlaceBeforeAnythingIsCommitted)
     EXPECT_FALSE(finished);
     EXPECT_TRUE(contents.uploadIds().empty());
     EXPECT_TRUE(files().empty());
-    letGo.set_value();
+    unblock.set_value();
     holder.join();
     loop.runUntil([&finished] { return finished; });
     EXPECT_EQ(files().size(), 1U);
 }
 
-TEST_F(Finishing, KeepsEqualContentsOnce)
+TEST_F(FinishUpload, StoresEqualContentsOnce)
 {
     finish(received("a.zip", "abc", {inbox.id}));
     finish(received("b.zip", "abc", {inbox.id}));
@@ -104,7 +104,7 @@ TEST_F(Finishing, KeepsEqualContentsOnce)
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
 }
 
-TEST_F(Finishing, LeavesTheUploadAsItWasWhenItCannotBeCommitted)
+TEST_F(FinishUpload, RestoresTheUploadWhenItCannotBeCommitted)
 {
     const store::Upload upload = received("a.zip", "abc", {inbox.id});
     const auto setDisabled = [this](bool disabled) {
@@ -122,13 +122,13 @@ TEST_F(Finishing, LeavesTheUploadAsItWasWhenItCannotBeCommitted)
     EXPECT_EQ(files().size(), 1U);
 }
 
-TEST_F(Finishing, LeavesTheContentWhenNobodyKnowsWhetherItWasCommitted)
+TEST_F(FinishUpload, KeepsTheContentAfterACommitInDoubt)
 {
     const store::Upload upload = received("a.zip", "abc", {inbox.id});
     database.writeNow([](store::Transaction& t) {
         t.sql << "CREATE TABLE doom (farm_id BIGINT REFERENCES farms (id)"
                  " DEFERRABLE INITIALLY DEFERRED)";
-        // What it inserts is found wrong only by COMMIT.
+        // Only COMMIT finds the inserted row wrong.
         t.sql << "CREATE TRIGGER dooms AFTER UPDATE ON uploads BEGIN"
                  " INSERT INTO doom VALUES (-1); END";
     });
@@ -144,14 +144,14 @@ TEST_F(Finishing, LeavesTheContentWhenNobodyKnowsWhetherItWasCommitted)
     EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
 }
 
-TEST_F(Finishing, BeginsAnewWhenTheDiskDidNotTakeTheBytes)
+TEST_F(FinishUpload, RestartsAt0WhenTheSyncFails)
 {
     const store::Upload upload = received("a.zip", "abc", {inbox.id});
     test::failNextSyncs(1);
     EXPECT_THROW(finish(upload), std::system_error);
     EXPECT_TRUE(files().empty());
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
-    EXPECT_EQ(contents.uploadSize(upload.id), 0U) << "bytes that are in memory only do not count";
+    EXPECT_EQ(contents.uploadSize(upload.id), 0U) << "bytes that are not on the disk count";
 
     content::UploadWriter writer(contents, digests, upload.id);
     writer.append("abc", 3);
@@ -159,13 +159,13 @@ TEST_F(Finishing, BeginsAnewWhenTheDiskDidNotTakeTheBytes)
     EXPECT_EQ(files().size(), 1U);
 }
 
-TEST_F(Finishing, IsNotUndoneByAnUploadThatCannotBeCleanedUp)
+TEST_F(FinishUpload, SucceedsIfTheUploadCannotBeRemoved)
 {
     finish(received("a.zip", "abc", {inbox.id}));
     const store::Upload upload = received("b.zip", "abc", {inbox.id});
     content::UploadWriter writer(contents, digests, upload.id);
     database.onCommit([this, &upload](const std::vector<store::Event>&) {
-        // What cannot be unlinked stands where the upload was.
+        // The upload is replaced by a folder, which cannot be unlinked.
         const auto file = folder.Path() / "uploads" / upload.id;
         std::filesystem::remove(file);
         std::filesystem::create_directory(file);
@@ -174,7 +174,7 @@ TEST_F(Finishing, IsNotUndoneByAnUploadThatCannotBeCleanedUp)
     EXPECT_EQ(files().size(), 2U);
 }
 
-TEST_F(Finishing, DoesNotTakeAnotherFilesContentAwayWhenItFails)
+TEST_F(FinishUpload, KeepsTheContentOfAnotherFileWhenItFails)
 {
     finish(received("a.zip", "abc", {inbox.id}));
     const store::Upload second = received("b.zip", "abc", {inbox.id});
@@ -183,7 +183,7 @@ TEST_F(Finishing, DoesNotTakeAnotherFilesContentAwayWhenItFails)
     EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
 }
 
-TEST_F(Finishing, WarnsOnlyTheOfficeOfANameThatIsThereTwice)
+TEST_F(FinishUpload, WarnsOnlyTheOfficeAboutADuplicateName)
 {
     finish(received("a.zip", "abc", {inbox.id}));
     EXPECT_TRUE(finish(received("a.zip", "def", {inbox.id})).warnings.empty());
@@ -194,7 +194,7 @@ TEST_F(Finishing, WarnsOnlyTheOfficeOfANameThatIsThereTwice)
     EXPECT_TRUE(finish(received("b.zip", "ghi", {inbox.id})).warnings.empty());
 }
 
-/** Requests without a peer that matters, for what takes an upload from another request. */
+/** A request that sends nothing; used to take an upload from another request. */
 struct IdleRequest
 {
     explicit IdleRequest(asio::io_context& io) : pair(io) {}
@@ -207,21 +207,21 @@ struct IdleRequest
     http::Request request{head, body, limits, "127.0.0.1"};
 };
 
-TEST_F(Finishing, IsNotUndoneByWhoeverGivesTheUploadUpMeanwhile)
+TEST_F(FinishUpload, KeepsAFinishedUploadThatIsDeletedMeanwhile)
 {
     const store::Upload upload = received("a.zip", "abc", {inbox.id});
     IdleRequest last(loop.io());
     IdleRequest deletion(loop.io());
     auto hold = loop.run(activeUploads.take(upload.id, last.body));
     std::optional<http::EProblem> refusal;
-    const auto giveUp = [&]() -> Async<void> {
+    const auto deleteIt = [&]() -> Async<void> {
         try {
-            co_await giveUpUpload(context, deletion.request, upload);
+            co_await deleteUpload(context, deletion.request, upload);
         } catch (const http::Problem& problem) {
             refusal = problem.kind();
         }
     };
-    loop.start(giveUp());
+    loop.start(deleteIt());
     loop.io().poll();
     const store::Upload done = finish(upload);
     hold.reset();
@@ -233,24 +233,24 @@ TEST_F(Finishing, IsNotUndoneByWhoeverGivesTheUploadUpMeanwhile)
     EXPECT_EQ(known->files, done.files);
 }
 
-class Beginning : public Finishing
+class StartUpload : public FinishUpload
 {
 protected:
-    api::Beginning begin(const std::string& key, const std::string& name = "a.zip")
+    api::StartedUpload begin(const std::string& key, const std::string& name = "a.zip")
     {
-        UploadWish wish;
-        wish.name = name;
-        wish.targets = {inbox.id};
-        wish.lengthBytes = 0;
-        wish.key = key;
-        return loop.run(beginUpload(context, user, wish, newUploadId()));
+        UploadRequest wanted;
+        wanted.name = name;
+        wanted.targets = {inbox.id};
+        wanted.lengthBytes = 0;
+        wanted.key = key;
+        return loop.run(startUpload(context, user, wanted, newUploadId()));
     }
 };
 
-TEST_F(Beginning, AgainWithTheSameKeyFindsTheSameUpload)
+TEST_F(StartUpload, FindsTheSameUploadWithTheSameKey)
 {
-    const api::Beginning first = begin("nonce");
-    const api::Beginning second = begin("nonce");
+    const api::StartedUpload first = begin("nonce");
+    const api::StartedUpload second = begin("nonce");
     EXPECT_FALSE(first.isRepeat);
     EXPECT_TRUE(second.isRepeat);
     EXPECT_EQ(second.upload.id, first.upload.id);
@@ -258,28 +258,28 @@ TEST_F(Beginning, AgainWithTheSameKeyFindsTheSameUpload)
     EXPECT_FALSE(begin("").isRepeat);
 }
 
-TEST_F(Beginning, WithAUsedKeyForSomethingElseIsAConflict)
+TEST_F(StartUpload, RefusesAUsedKeyForAnotherUpload)
 {
     begin("nonce");
     EXPECT_THROW(begin("nonce", "b.zip"), http::Problem);
 }
 
-TEST_F(Beginning, AgainAfterTheResultWasRemovedStartsAnew)
+TEST_F(StartUpload, AddsANewUploadAfterTheResultWasRemoved)
 {
-    const api::Beginning first = begin("nonce");
+    const api::StartedUpload first = begin("nonce");
     const store::Upload done = finish(first.upload);
     EXPECT_EQ(begin("nonce").upload.files, done.files);
     database.writeNow([&](store::Transaction& t) {
         store::moveToBin(t, user.farmId(), done.files.front(), "olga", clock.nowMs());
     });
-    const api::Beginning again = begin("nonce");
+    const api::StartedUpload again = begin("nonce");
     EXPECT_FALSE(again.isRepeat);
     EXPECT_NE(again.upload.id, first.upload.id);
 }
 
-TEST_F(Beginning, AgainAfterTheUploadExpiredStartsAnew)
+TEST_F(StartUpload, AddsANewUploadAfterTheUploadExpired)
 {
-    const api::Beginning first = begin("nonce");
+    const api::StartedUpload first = begin("nonce");
     clock.Advance(std::chrono::hours(24 * 7));
     EXPECT_FALSE(begin("nonce").isRepeat);
     EXPECT_THROW(loop.run(findUpload(context, user, first.upload.id)), http::Problem);

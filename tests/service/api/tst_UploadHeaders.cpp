@@ -1,4 +1,4 @@
-// What an upload's headers say.
+// The headers of an upload.
 #include "service/api/TusMetadata.h"
 #include "service/api/UploadHeaders.h"
 #include "service/base/Encoding.h"
@@ -38,10 +38,10 @@ TEST(UploadMetadata, IsRefusedWhenMalformed)
     }
 }
 
-class Wish : public testing::Test
+class UploadRequestHeaders : public testing::Test
 {
 protected:
-    Wish() { setMetadata("field.zip", "10,11"); }
+    UploadRequestHeaders() { setMetadata("field.zip", "10,11"); }
 
     void set(const char* name, const std::string& value) { head.fields.set(name, value); }
 
@@ -50,11 +50,11 @@ protected:
         set("Upload-Metadata", "name " + toBase64(name) + ",targets " + toBase64(targets));
     }
 
-    UploadWish read()
+    UploadRequest read()
     {
         http::BodyReader body(*pair.server, limits, head, early);
         const http::Request request{head, body, limits, "peer"};
-        return readWish(request, 1000);
+        return readUploadRequest(request, 1000);
     }
 
     EProblem refusal()
@@ -74,18 +74,18 @@ protected:
     std::string early;
 };
 
-TEST_F(Wish, IsReadFromTheHeaders)
+TEST_F(UploadRequestHeaders, AreRead)
 {
     set("Upload-Length", "1000");
     set("Idempotency-Key", "a nonce");
-    const UploadWish wish = read();
-    EXPECT_EQ(wish.name, "field.zip");
-    EXPECT_THAT(wish.targets, ElementsAre(10, 11));
-    EXPECT_EQ(wish.lengthBytes, 1000);
-    EXPECT_EQ(wish.key, "a nonce");
+    const UploadRequest wanted = read();
+    EXPECT_EQ(wanted.name, "field.zip");
+    EXPECT_THAT(wanted.targets, ElementsAre(10, 11));
+    EXPECT_EQ(wanted.lengthBytes, 1000);
+    EXPECT_EQ(wanted.key, "a nonce");
 }
 
-TEST_F(Wish, NeedsALengthWithinTheLimit)
+TEST_F(UploadRequestHeaders, NeedALengthWithinTheLimit)
 {
     EXPECT_EQ(refusal(), EProblem::MalformedRequest);
     set("Upload-Length", "-1");
@@ -96,7 +96,7 @@ TEST_F(Wish, NeedsALengthWithinTheLimit)
     EXPECT_EQ(refusal(), EProblem::MalformedRequest);
 }
 
-TEST_F(Wish, NeedsAGoodNameAndDistinctTargets)
+TEST_F(UploadRequestHeaders, NeedAValidNameAndDistinctTargets)
 {
     set("Upload-Length", "5");
     const std::pair<const char*, const char*> wrongs[] = {
@@ -111,7 +111,7 @@ TEST_F(Wish, NeedsAGoodNameAndDistinctTargets)
     EXPECT_EQ(refusal(), EProblem::Unprocessable);
 }
 
-TEST_F(Wish, TakesKeysOfAtMost100PrintableCharacters)
+TEST_F(UploadRequestHeaders, AcceptKeysOfAtMost100PrintableCharacters)
 {
     set("Upload-Length", "5");
     set("Idempotency-Key", std::string(100, 'k'));
@@ -122,7 +122,7 @@ TEST_F(Wish, TakesKeysOfAtMost100PrintableCharacters)
     EXPECT_EQ(refusal(), EProblem::MalformedRequest);
 }
 
-TEST_F(Wish, HasNoBodyLargerThanItself)
+TEST_F(UploadRequestHeaders, RefuseABodyLongerThanTheUpload)
 {
     set("Upload-Length", "5");
     head.contentLength = 6;

@@ -1,4 +1,4 @@
-// Where uploads and contents lie.
+// The files of uploads and contents.
 #include "service/base/Digest.h"
 #include "service/content/ContentStore.h"
 #include "service/content/DigestLocks.h"
@@ -17,7 +17,7 @@ namespace {
 class Contents : public testing::Test
 {
 protected:
-    /** A received upload; its digest. */
+    /** Receives an upload and returns its digest. */
     std::string receive(const std::string& id, const std::string& text)
     {
         UploadWriter writer(store, digests, id);
@@ -36,7 +36,7 @@ protected:
     DigestCache digests;
 };
 
-TEST_F(Contents, BearTheirDigestAsName)
+TEST_F(Contents, HaveTheirDigestAsName)
 {
     const std::string digest = receive("u1", "abc");
     EXPECT_EQ(digest, sha256Hex("abc"));
@@ -47,17 +47,18 @@ TEST_F(Contents, BearTheirDigestAsName)
     EXPECT_EQ(textOf(digest), "abc");
 }
 
-TEST_F(Contents, AreKeptOnce)
+TEST_F(Contents, AreStoredOnce)
 {
     const std::string digest = receive("u1", "abc");
     store.adopt("u1", digest);
     receive("u2", "abc");
     EXPECT_FALSE(store.adopt("u2", digest));
-    EXPECT_THAT(store.uploadIds(), testing::ElementsAre("u2")) << "until its files are committed";
+    EXPECT_THAT(store.uploadIds(), testing::ElementsAre("u2"))
+        << "removed before its files are committed";
     EXPECT_THAT(store.digests(), testing::ElementsAre(digest));
 }
 
-TEST_F(Contents, MayBeDatedWhenTimesOf32BitsAreOver)
+TEST_F(Contents, MayBeDatedAfter2038)
 {
     const std::string digest = receive("u1", "abc");
     ASSERT_TRUE(test::SetFileDate(folder.Path() / "uploads" / "u1", test::farFutureS));
@@ -70,7 +71,7 @@ TEST_F(Contents, MayBeDatedWhenTimesOf32BitsAreOver)
     EXPECT_NO_THROW(stampOf(store.open(digest).get()));
 }
 
-TEST_F(Contents, AreMadeGoodByAnEqualOneThatComes)
+TEST_F(Contents, AreRepairedByAnEqualUpload)
 {
     const std::string digest = receive("u1", "abc");
     store.adopt("u1", digest);
@@ -78,38 +79,38 @@ TEST_F(Contents, AreMadeGoodByAnEqualOneThatComes)
     receive("u2", "abc");
     EXPECT_FALSE(store.adopt("u2", digest));
     EXPECT_EQ(textOf(digest), "abc");
-    EXPECT_EQ(store.uploadSize("u2"), 3U) << "until its files are committed";
-    EXPECT_FALSE(store.adopt("u2", digest)) << "a second attempt after a commit that failed";
+    EXPECT_EQ(store.uploadSize("u2"), 3U) << "removed before its files are committed";
+    EXPECT_FALSE(store.adopt("u2", digest)) << "a second attempt after a failed commit";
     store.removeUpload("u2");
     EXPECT_EQ(textOf(digest), "abc");
     EXPECT_THAT(store.digests(), testing::ElementsAre(digest));
 }
 
-TEST_F(Contents, StayWhenAnUploadThatTheyCameFromIsDisowned)
+TEST_F(Contents, StayWhenTheirUploadIsDisowned)
 {
     const std::string digest = receive("u1", "abc");
     store.adopt("u1", digest);
     receive("u2", "abc");
-    EXPECT_FALSE(store.adopt("u2", digest)); // the content is a name of u2's file now
+    EXPECT_FALSE(store.adopt("u2", digest)); // now the content is a second name of u2's file
     store.disownUpload("u2");                // a commit failed, and then a sync
     EXPECT_EQ(store.uploadSize("u2"), 0U);
     EXPECT_EQ(textOf(digest), "abc");
 }
 
-TEST_F(Contents, LoseWhatAKilledProcessLeftBesideThem)
+TEST_F(Contents, LoseTheLinksThatAKilledProcessLeft)
 {
     const std::string digest = receive("u1", "abc");
     store.adopt("u1", digest);
     const auto left = store.contentPath(digest).string() + ".new";
     replaceFile(left, "abc", 0600);
     EXPECT_THAT(store.digests(), testing::ElementsAre(digest));
-    EXPECT_TRUE(std::filesystem::exists(left)) << "somebody may be at work on it";
+    EXPECT_TRUE(std::filesystem::exists(left)) << "another request may be using it";
     const ContentStore again(folder.Path());
     EXPECT_FALSE(std::filesystem::exists(left));
     EXPECT_EQ(textOf(digest), "abc");
 }
 
-TEST_F(Contents, GoBackToTheirUploadIntact)
+TEST_F(Contents, AreGivenBackToTheirUpload)
 {
     const std::string digest = receive("u1", "abc");
     store.adopt("u1", digest);
@@ -118,12 +119,12 @@ TEST_F(Contents, GoBackToTheirUploadIntact)
     EXPECT_EQ(store.uploadSize("u1"), 3U);
 }
 
-TEST_F(Contents, WhoseNameTheDiskDidNotTakeAreNotThere)
+TEST_F(Contents, AreRemovedIfTheirNameCannotBeSynced)
 {
     const std::string digest = receive("u1", "abc");
     std::filesystem::create_directory(store.contentPath(digest).parent_path());
     const ContentStore opened(
-        folder.Path()); // knows that folder, so that the next sync is the name's
+        folder.Path()); // the folder exists, so the next sync syncs the name
     test::failNextSyncs(1);
     EXPECT_THROW(opened.adopt("u1", digest), std::system_error);
     EXPECT_THAT(opened.digests(), testing::IsEmpty());
@@ -133,18 +134,18 @@ TEST_F(Contents, WhoseNameTheDiskDidNotTakeAreNotThere)
     EXPECT_EQ(textOf(digest), "abc");
 }
 
-TEST_F(Contents, WhoseFolderTheDiskDidNotTakeTryAgainFromTheBeginning)
+TEST_F(Contents, SyncTheirFolderAgainAfterAFailedSync)
 {
     const std::string digest = receive("u1", "abc");
     test::failNextSyncs(1);
     EXPECT_THROW(store.adopt("u1", digest), std::system_error);
     EXPECT_FALSE(std::filesystem::exists(store.contentPath(digest).parent_path()));
-    EXPECT_EQ(store.uploadSize("u1"), 3U) << "the upload itself is on the disk";
+    EXPECT_EQ(store.uploadSize("u1"), 3U) << "the upload itself is synced";
     EXPECT_TRUE(store.adopt("u1", digest));
     EXPECT_EQ(textOf(digest), "abc");
 }
 
-TEST_F(Contents, ThatWereThereStayWhenTheDiskDoesNotTakeTheNewOnes)
+TEST_F(Contents, StayWhenTheSyncOfAnEqualUploadFails)
 {
     const std::string digest = receive("u1", "abc");
     store.adopt("u1", digest);
@@ -165,7 +166,7 @@ TEST_F(Contents, MayBeRemovedTwice)
     EXPECT_THAT(store.digests(), testing::IsEmpty());
 }
 
-TEST_F(Contents, ThatAreMissingSayNoPath)
+TEST_F(Contents, NameNoPathWhenTheyAreMissing)
 {
     try {
         store.open(sha256Hex("never stored"));
@@ -176,7 +177,7 @@ TEST_F(Contents, ThatAreMissingSayNoPath)
     }
 }
 
-TEST(DigestLock, IsHeldByOneAtATime)
+TEST(DigestLock, HasOneHolderAtATime)
 {
     test::Loop loop;
     DigestLocks locks;
@@ -195,7 +196,7 @@ TEST(DigestLock, IsHeldByOneAtATime)
     EXPECT_FALSE(entered);
     first.reset();
     loop.runUntil([&entered] { return entered; });
-    EXPECT_TRUE(locks.tryLock("aa")) << "it was let go again";
+    EXPECT_TRUE(locks.tryLock("aa")) << "the lock was not released";
 }
 
 } // namespace

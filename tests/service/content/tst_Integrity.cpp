@@ -1,4 +1,4 @@
-// What is remembered of contents, and how a wrong one is kept from passing for a right one.
+// The stored conditions of contents.
 #include "service/base/Digest.h"
 #include "service/content/Integrity.h"
 #include "tests/support/TempFolder.h"
@@ -12,18 +12,18 @@ namespace {
 
 constexpr std::int64_t hourMs = 3600 * 1000;
 
-TEST(ContentIntegrity, IsKnownForAnHourOnce)
+TEST(ContentIntegrity, IsKnownForAnHour)
 {
     Integrity integrity;
     const FileStamp stamp{1, 2, 3, 4, 5};
     EXPECT_EQ(integrity.conditionOf("aa", stamp, 0), ECondition::Unknown);
-    integrity.put("aa", stamp, ECondition::Right, 0);
-    EXPECT_EQ(integrity.conditionOf("aa", stamp, hourMs - 1), ECondition::Right);
+    integrity.put("aa", stamp, ECondition::Intact, 0);
+    EXPECT_EQ(integrity.conditionOf("aa", stamp, hourMs - 1), ECondition::Intact);
     EXPECT_EQ(integrity.conditionOf("aa", stamp, hourMs), ECondition::Unknown);
     EXPECT_EQ(integrity.conditionOf("bb", stamp, 0), ECondition::Unknown);
 }
 
-TEST(ContentIntegrity, IsLostForGoodUntilTheFileIsAnother)
+TEST(ContentIntegrity, StaysDamagedUntilTheFileIsReplaced)
 {
     Integrity integrity;
     integrity.put("aa", {1, 2, 3, 4, 5}, ECondition::Damaged, 0);
@@ -32,17 +32,17 @@ TEST(ContentIntegrity, IsLostForGoodUntilTheFileIsAnother)
     EXPECT_EQ(integrity.conditionOf("aa", {1, 2, 3, 4, 6}, 0), ECondition::Unknown);
 }
 
-TEST(ContentIntegrity, NeedsBoundedMemory)
+TEST(ContentIntegrity, UsesBoundedMemory)
 {
     Integrity integrity;
     for (int i = 0; i < 10000; ++i) {
-        integrity.put(std::to_string(i), {}, ECondition::Right, 0);
+        integrity.put(std::to_string(i), {}, ECondition::Intact, 0);
     }
-    integrity.put("last", {}, ECondition::Right, 0);
-    EXPECT_EQ(integrity.conditionOf("last", {}, 0), ECondition::Right);
+    integrity.put("last", {}, ECondition::Intact, 0);
+    EXPECT_EQ(integrity.conditionOf("last", {}, 0), ECondition::Intact);
     int known = 0;
     for (int i = 0; i < 10000; ++i) {
-        known += integrity.conditionOf(std::to_string(i), {}, 0) == ECondition::Right ? 1 : 0;
+        known += integrity.conditionOf(std::to_string(i), {}, 0) == ECondition::Intact ? 1 : 0;
     }
     EXPECT_EQ(known, 4095);
 }

@@ -24,7 +24,7 @@ protected:
     DigestCache digests;
 };
 
-TEST_F(Writing, ContinuesWhereThePartBeforeEnded)
+TEST_F(Writing, ContinuesAfterTheLastPart)
 {
     {
         UploadWriter first = open();
@@ -39,9 +39,9 @@ TEST_F(Writing, ContinuesWhereThePartBeforeEnded)
     EXPECT_EQ(readFile(folder.Path() / "uploads" / "u1"), "abc");
 }
 
-TEST_F(Writing, DigestsWhatIsThereWhenNothingIsRemembered)
+TEST_F(Writing, DigestsTheFileWhenTheCacheIsEmpty)
 {
-    const std::string large(700000, 'x'); // more than one reading
+    const std::string large(700000, 'x'); // more than one read
     {
         UploadWriter first = open();
         first.append(large.data(), large.size());
@@ -52,7 +52,7 @@ TEST_F(Writing, DigestsWhatIsThereWhenNothingIsRemembered)
     EXPECT_EQ(second.finish(), sha256Hex(large + "c"));
 }
 
-TEST_F(Writing, TrustsTheFileMoreThanItsMemory)
+TEST_F(Writing, PrefersTheFileOverTheCache)
 {
     {
         UploadWriter first = open();
@@ -65,7 +65,7 @@ TEST_F(Writing, TrustsTheFileMoreThanItsMemory)
     EXPECT_EQ(second.finish(), sha256Hex("abc"));
 }
 
-TEST_F(Writing, KeepsWhatFittedOnAFullDisk)
+TEST_F(Writing, KeepsTheWrittenBytesOnAFullDisk)
 {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
@@ -85,7 +85,7 @@ TEST_F(Writing, KeepsWhatFittedOnAFullDisk)
     EXPECT_EQ(again.finish(), sha256Hex("abcdefghi"));
 }
 
-TEST_F(Writing, BelievesNothingOfAnUploadThatTheDiskDidNotTake)
+TEST_F(Writing, RestartsAt0AfterAFailedSync)
 {
     {
         UploadWriter first = open();

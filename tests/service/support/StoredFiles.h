@@ -25,11 +25,11 @@ protected:
 
     store::Upload begin(const std::string& name, long long lengthBytes)
     {
-        api::UploadWish wish;
-        wish.name = name;
-        wish.targets = {inbox.id};
-        wish.lengthBytes = lengthBytes;
-        return loop.run(api::beginUpload(context, user, wish, api::newUploadId())).upload;
+        api::UploadRequest wanted;
+        wanted.name = name;
+        wanted.targets = {inbox.id};
+        wanted.lengthBytes = lengthBytes;
+        return loop.run(api::startUpload(context, user, wanted, api::newUploadId())).upload;
     }
 
     store::File addFile(const std::string& name, const std::string& text)
