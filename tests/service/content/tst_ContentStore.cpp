@@ -123,8 +123,7 @@ TEST_F(Contents, AreRemovedIfTheirNameCannotBeSynced)
 {
     const std::string digest = receive("u1", "abc");
     std::filesystem::create_directory(store.contentPath(digest).parent_path());
-    const ContentStore opened(
-        folder.Path()); // the folder exists, so the next sync syncs the name
+    const ContentStore opened(folder.Path()); // the folder exists, so the next sync syncs the name
     test::failNextSyncs(1);
     EXPECT_THROW(opened.adopt("u1", digest), std::system_error);
     EXPECT_THAT(opened.digests(), testing::IsEmpty());
