@@ -62,7 +62,7 @@ void addTimeLimits(CLI::App& serve, ServeOptions& options)
     };
     static constexpr Row rows[] = {
         {"--head-timeout", &ServeOptions::headSeconds,
-         "Seconds for a handshake, and for a request's head"},
+         "Seconds for the first bytes of a handshake, and for a request's head"},
         {"--idle-timeout", &ServeOptions::idleSeconds, "Seconds between two requests"},
         {"--stall-timeout", &ServeOptions::stallSeconds,
          "Stall timeout of a body or a reply in seconds"},

@@ -28,7 +28,7 @@ struct ServeOptions
     int eventHours = 0;            // 0: no limit
     int unknownDays = 7;           // days until files are removed that the database does not know
     unsigned connections = 2000;
-    int headSeconds = 15;
+    int headSeconds = 60;
     int idleSeconds = 75;
     int stallSeconds = 60;
     std::string logLevel = "info";

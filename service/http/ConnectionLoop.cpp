@@ -22,7 +22,7 @@ std::int64_t msSince(Steady::time_point start)
 Async<void> Connection::run(bool refuse)
 {
     transport_->expireAfter(limits_.headTime);
-    const auto failed = co_await transport_->handshake();
+    const auto failed = co_await transport_->handshake(limits_.handshakeTime);
     if (failed) {
         co_return;
     }

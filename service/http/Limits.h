@@ -15,7 +15,10 @@ struct Limits
     std::size_t jsonBytes = 64 * 1024;
     /** A smaller unread body is read and dropped; a larger one closes the connection. */
     std::uint64_t drainBytes = 64 * 1024;
-    std::chrono::milliseconds headTime = 15s; // from its first byte to its last
+    /** The time for a request head, from its first byte to its last. At 60 B/s 3.6 kB arrive. */
+    std::chrono::milliseconds headTime = 60s;
+    /** The time for a TLS handshake after the peer's first bytes. At 60 B/s 9 kB arrive. */
+    std::chrono::milliseconds handshakeTime = 150s;
     std::chrono::milliseconds idleTime = 75s;
     /** The stall timeout of a body or a reply. */
     std::chrono::milliseconds bodyStall = 60s;

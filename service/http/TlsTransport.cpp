@@ -45,12 +45,12 @@ Async<error_code> TlsTransport::waitFor(int sslError)
     }
 }
 
-Async<error_code> TlsTransport::handshake()
+Async<error_code> TlsTransport::handshake(std::chrono::milliseconds limit)
 {
     if (!ssl_) {
         co_return asio::error::no_memory;
     }
-    for (;;) {
+    for (bool first = true;; first = false) {
         ERR_clear_error();
         errno = 0;
         const int done = SSL_do_handshake(ssl_.get());
@@ -60,6 +60,9 @@ Async<error_code> TlsTransport::handshake()
         const error_code error = co_await waitFor(SSL_get_error(ssl_.get(), done));
         if (error) {
             co_return error;
+        }
+        if (first) {
+            expireAfter(limit);
         }
     }
 }

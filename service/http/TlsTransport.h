@@ -22,7 +22,7 @@ public:
     TlsTransport(asio::ip::tcp::socket socket, ssl_ctx_st* context);
     ~TlsTransport() override;
 
-    Async<boost::system::error_code> handshake() override;
+    Async<boost::system::error_code> handshake(std::chrono::milliseconds limit) override;
     Async<IoResult> readSome(asio::mutable_buffer buffer) override;
     Async<boost::system::error_code> write(asio::const_buffer buffer) override;
     Async<void> shutdownSend() override;

@@ -76,7 +76,7 @@ Transport::~Transport()
     deadline_->timer.cancel();
 }
 
-Async<error_code> Transport::handshake()
+Async<error_code> Transport::handshake(std::chrono::milliseconds /*limit*/)
 {
     co_return error_code();
 }

@@ -36,7 +36,8 @@ public:
     Transport(const Transport&) = delete;
     Transport& operator=(const Transport&) = delete;
 
-    virtual Async<boost::system::error_code> handshake();
+    /** Sets the deadline to `limit` when the peer's first bytes arrive. */
+    virtual Async<boost::system::error_code> handshake(std::chrono::milliseconds limit);
 
     /**
      * Reads at least one byte unless there is an error, then all bytes available without waiting.

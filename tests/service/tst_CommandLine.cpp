@@ -29,7 +29,7 @@ TEST(ServeCommand, HasDefaults)
     EXPECT_EQ(options->passwordCost, accounts::EPasswordCost::Interactive);
     EXPECT_EQ(options->loginAttempts, 5);
     EXPECT_EQ(options->connections, 2000U);
-    EXPECT_EQ(options->headSeconds, 15);
+    EXPECT_EQ(options->headSeconds, 60);
     EXPECT_EQ(options->idleSeconds, 75);
     EXPECT_EQ(options->stallSeconds, 60);
     EXPECT_EQ(options->unknownDays, 7);

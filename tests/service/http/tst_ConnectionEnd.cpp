@@ -13,7 +13,10 @@ class HandshakeTransport final : public Transport
 {
 public:
     using Transport::Transport;
-    Async<boost::system::error_code> handshake() override { return waitReadable(); }
+    Async<boost::system::error_code> handshake(std::chrono::milliseconds /*limit*/) override
+    {
+        return waitReadable();
+    }
 };
 
 TEST_F(HttpConnection, EndsAtOnceIfIdleWhenTheServiceStops)
