@@ -304,7 +304,6 @@ TEST_F(ConnectionOperations, APositionDoesNotWaitForATransfer)
 
 TEST_F(ConnectionOperations, RemovesTheJournalOfASentFileWithTheNextOperation)
 {
-    LogIn();
     ASSERT_TRUE(Upload("a.zip", "x"));
     EXPECT_EQ(folder.EntryCount(), 2u) << "the file and its journal";
     std::filesystem::remove(folder.Path("a.zip"));

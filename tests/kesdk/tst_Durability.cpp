@@ -125,7 +125,11 @@ TEST_F(UploadDurability, UploadsWithoutAJournalOnAFullDisk)
     const rlimit tiny{10, before.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tiny), 0);
     Uploads process{api, timing, state.Path("own")};
-    const auto sent = SendBy(process, path, {inbox});
+    service.FailNext(Drop("POST /v1/uploads", true));
+    AbortAfter("POST /v1/uploads", 1);
+    EXPECT_EQ(SendBy(process, path, {inbox}).failure.code, EErrorCode::eAborted);
+    call.abort = nullptr;
+    const auto sent = SendBy(process, path, {inbox}); // the process remembers the key
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
     ExpectStored(sent, kContent);
     EXPECT_TRUE(std::filesystem::is_directory(state.Path("own")));

@@ -27,6 +27,13 @@ std::string ToHex(const Sha256::Digest& digest)
     return out;
 }
 
+std::string HexDigestOf(std::string_view text)
+{
+    Sha256 hash;
+    hash.Update(text.data(), text.size());
+    return ToHex(hash.Finish());
+}
+
 std::string ToReprDigest(const Sha256::Digest& digest)
 {
     return std::string(kReprDigestBegin) + EncodeBase64(digest.data(), digest.size()) + ":";

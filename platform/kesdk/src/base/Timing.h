@@ -3,6 +3,7 @@
 
 #include "base/Clock.h"
 
+#include <algorithm>
 #include <chrono>
 #include <optional>
 
@@ -29,7 +30,18 @@ public:
     // The pause behind attempt number `attempt` (from 1), or the longer one that the service asked
     // for, up to five minutes.
     std::chrono::milliseconds Delay(const Backoff& backoff, int attempt,
-                                    const std::optional<std::chrono::seconds>& retryAfter);
+                                    const std::optional<std::chrono::seconds>& retryAfter)
+    {
+        constexpr std::chrono::milliseconds kLongestPause = std::chrono::minutes(5);
+        std::chrono::milliseconds full = backoff.first;
+        for (int i = 1; i < attempt && full < backoff.most; ++i)
+            full *= 2;
+        full = std::min(full, backoff.most);
+        const std::chrono::milliseconds jittered(static_cast<std::chrono::milliseconds::rep>(
+            static_cast<double>(full.count()) * (0.5 + 0.5 * m_jitter.Next())));
+        const std::chrono::milliseconds wanted = retryAfter.value_or(std::chrono::seconds(0));
+        return std::max(std::min(wanted, kLongestPause), jittered);
+    }
     // Both block, and return false when the check ended the pause.
     bool Sleep(std::chrono::milliseconds duration, const AbortCheck& abort)
     {

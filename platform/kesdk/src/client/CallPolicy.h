@@ -31,54 +31,38 @@ struct CallPolicy
     HttpLimits limits; // of each attempt
 };
 
-// The call's policy. A comment of the event stream comes every 60 s: the stream may miss one
-// comment, and counts as dead before the second one is due.
+// A comment of the event stream comes every 60 s: the stream may miss one comment, and counts as
+// dead before the second one is due. A getter's attempt ends after 9 s: if its kept connection was
+// dead, a new one has 6 s.
 constexpr CallPolicy PolicyOf(ECall call)
 {
-    using std::chrono::milliseconds;
-    constexpr milliseconds kNone{0};
-    constexpr milliseconds kStall{30'000};
+    using namespace std::chrono_literals;
+    constexpr Backoff kSlow{500ms, 30s};
+    constexpr Backoff kQuick{500ms, 4s};
     struct Row
     {
         ECall call;
-        int attempts;
-        milliseconds total;
-        Backoff backoff;
-        milliseconds attemptTotal;
-        milliseconds head;
-        milliseconds stallWindow;
-        std::int64_t stallBytes;
+        CallPolicy policy;
     };
-    constexpr Backoff kSlow{milliseconds(500), milliseconds(30'000)};
-    constexpr Backoff kQuick{milliseconds(500), milliseconds(4'000)};
-    constexpr Backoff kStream{milliseconds(1'000), milliseconds(30'000)};
-    constexpr Backoff kContent{milliseconds(500), milliseconds(8'000)};
-    // A getter's attempt ends after 9 s: if its kept connection was dead, a new one has 6 s.
     constexpr Row kRows[] = {
-        // call, attempts, total, backoff; of each attempt: total, head, stall window and bytes
-        {ECall::eLogin, 1, kNone, kSlow, kNone, kNone, kStall, 30},
-        {ECall::eLogout, 1, milliseconds(2'000), kSlow, kNone, kNone, kStall, 30},
-        {ECall::eFirstAccount, 3, kNone, kSlow, milliseconds(600'000), kStall, kStall, 30},
-        {ECall::eAccount, 3, kNone, kSlow, kNone, kNone, kStall, 30},
-        {ECall::eEvents, 3, kNone, kStream, kNone, kStall, milliseconds(118'000), 1},
-        {ECall::eGetter, 3, milliseconds(15'000), kQuick, milliseconds(9'000), kNone, kStall, 30},
-        {ECall::eChange, 4, milliseconds(30'000), kQuick, milliseconds(9'000), kNone, kStall, 30},
-        {ECall::eShortReport, 1, milliseconds(2'000), kSlow, kNone, kNone, kStall, 30},
-        {ECall::ePosition, 1, milliseconds(20'000), kSlow, kNone, kNone, kStall, 30},
-        {ECall::eDeleteCopy, 3, milliseconds(15'000), kSlow, kNone, kNone, kStall, 30},
-        {ECall::eContent, 1, kNone, kContent, kNone, kNone, kStall, 30},
+        // Attempts, total, backoff; of an attempt: connect, total, head, stall window and bytes.
+        {ECall::eLogin, {1, 0s, kSlow, {}}},
+        {ECall::eLogout, {1, 2s, kSlow, {}}},
+        {ECall::eFirstAccount, {3, 0s, kSlow, {10s, 600s, 30s, 30s, 30}}},
+        {ECall::eAccount, {3, 0s, kSlow, {}}},
+        {ECall::eEvents, {3, 0s, {1s, 30s}, {10s, 0s, 30s, 118s, 1}}},
+        {ECall::eGetter, {3, 15s, kQuick, {10s, 9s, 0s, 30s, 30}}},
+        {ECall::eChange, {4, 30s, kQuick, {10s, 9s, 0s, 30s, 30}}},
+        {ECall::eShortReport, {1, 2s, kSlow, {}}},
+        {ECall::ePosition, {1, 20s, kSlow, {}}},
+        {ECall::eDeleteCopy, {3, 15s, kSlow, {}}},
+        {ECall::eContent, {1, 0s, {500ms, 8s}, {}}},
     };
-    CallPolicy policy;
     for (const Row& row : kRows) {
-        if (row.call != call)
-            continue;
-        policy = {row.attempts, row.total, row.backoff, {}};
-        policy.limits.total = row.attemptTotal;
-        policy.limits.head = row.head;
-        policy.limits.stallWindow = row.stallWindow;
-        policy.limits.stallBytes = row.stallBytes;
+        if (row.call == call)
+            return row.policy;
     }
-    return policy;
+    return {};
 }
 
 } // namespace kesdk::impl

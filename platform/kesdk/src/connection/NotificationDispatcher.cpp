@@ -1,6 +1,6 @@
 #include "connection/NotificationDispatcher.h"
 
-#include "base/ThreadName.h"
+#include <pthread.h>
 
 #include <utility>
 #include <vector>
@@ -42,17 +42,7 @@ void NotificationDispatcher::Unsubscribe(api::ISubscriable* listener)
         m_changed.wait(lock, [&] { return m_running != listener; });
 }
 
-void NotificationDispatcher::Post(const api::ConnectionState& state)
-{
-    Enqueue(state);
-}
-
-void NotificationDispatcher::Post(const ResourceChange& change)
-{
-    Enqueue(change);
-}
-
-void NotificationDispatcher::Enqueue(Notification notification)
+void NotificationDispatcher::Post(const Notification& notification)
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -63,7 +53,7 @@ void NotificationDispatcher::Enqueue(Notification notification)
 
 void NotificationDispatcher::Run()
 {
-    NameThread("kesdk-notify");
+    ::pthread_setname_np(::pthread_self(), "kesdk-notify");
     std::unique_lock lock(m_mutex);
     for (;;) {
         m_changed.wait(lock, [this] { return m_isStopping || !m_queue.empty(); });

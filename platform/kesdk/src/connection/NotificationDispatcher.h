@@ -24,6 +24,7 @@ class NotificationDispatcher
 {
 public:
     using ResourceChange = api::IResourceChangeNotification::ResourceChange;
+    using Notification = std::variant<api::ConnectionState, ResourceChange>;
 
     NotificationDispatcher();
     // Not from a listener's call. Drops the queued notifications.
@@ -34,11 +35,9 @@ public:
     void Subscribe(api::ISubscriable* listener);
     void Unsubscribe(api::ISubscriable* listener);
 
-    void Post(const api::ConnectionState& state);
-    void Post(const ResourceChange& change);
+    void Post(const Notification& notification);
 
 private:
-    using Notification = std::variant<api::ConnectionState, ResourceChange>;
     struct Queued
     {
         std::uint64_t number;
@@ -51,7 +50,6 @@ private:
         api::IResourceChangeNotification* resources;
     };
 
-    void Enqueue(Notification notification);
     void Run();
     void Deliver(const Queued& queued, std::unique_lock<std::mutex>& lock);
     static void Call(const Listener& listener, const Notification& notification);

@@ -1,6 +1,6 @@
 #include "connection/PositionSender.h"
 
-#include "base/ThreadName.h"
+#include <pthread.h>
 
 #include <utility>
 
@@ -55,7 +55,7 @@ void PositionSender::Clear()
 
 void PositionSender::Run()
 {
-    NameThread("kesdk-position");
+    ::pthread_setname_np(::pthread_self(), "kesdk-position");
     for (;;) {
         std::optional<Letter> letter;
         std::uint64_t generation = 0;

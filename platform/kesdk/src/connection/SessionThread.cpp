@@ -1,6 +1,6 @@
 #include "connection/SessionThread.h"
 
-#include "base/ThreadName.h"
+#include <pthread.h>
 
 #include <openssl/crypto.h>
 
@@ -68,7 +68,7 @@ void SessionThread::Nudge()
 
 void SessionThread::Run()
 {
-    NameThread("kesdk-session");
+    ::pthread_setname_np(::pthread_self(), "kesdk-session");
     for (;;) {
         std::optional<Login> login;
         {

@@ -22,13 +22,6 @@ constexpr std::size_t kDigestBytes = 64; // in hexadecimal
 constexpr std::size_t kMostBytes = std::size_t{64} * 1024;
 constexpr const char* kNewSuffix = ".new";
 
-std::string DigestOf(std::string_view text)
-{
-    Sha256 hash;
-    hash.Update(text.data(), text.size());
-    return ToHex(hash.Finish());
-}
-
 bool PutAll(int file, std::string_view bytes)
 {
     while (!bytes.empty()) {
@@ -78,7 +71,7 @@ std::optional<std::string> TextOf(std::string_view bytes)
         return std::nullopt;
     const std::string_view text =
         bytes.substr(kFirstLine.size(), bytes.size() - kFirstLine.size() - kDigestBytes);
-    if (bytes.substr(bytes.size() - kDigestBytes) != DigestOf(text))
+    if (bytes.substr(bytes.size() - kDigestBytes) != HexDigestOf(text))
         return std::nullopt;
     return std::string(text);
 }
@@ -107,7 +100,7 @@ bool WriteJournal(const std::string& path, const std::string& text)
         ::open(newPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!file.IsOpen())
         return false;
-    const bool isWritten = PutAll(file.Get(), std::string(kFirstLine) + text + DigestOf(text)) &&
+    const bool isWritten = PutAll(file.Get(), std::string(kFirstLine) + text + HexDigestOf(text)) &&
                            ::fsync(file.Get()) == 0;
     file.Close();
     if (!isWritten || ::rename(newPath.c_str(), path.c_str()) != 0) {

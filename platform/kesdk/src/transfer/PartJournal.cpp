@@ -34,11 +34,7 @@ std::string TextOf(const PartOrigin& origin)
 // The text between the final name and the suffix of a part without a journal.
 std::string LooseDigestOf(std::string_view name)
 {
-    constexpr std::string_view kMeant = "kesdk part\n";
-    Sha256 hash;
-    hash.Update(kMeant.data(), kMeant.size());
-    hash.Update(name.data(), name.size());
-    return '.' + ToHex(hash.Finish()).substr(0, kLooseDigestBytes);
+    return '.' + HexDigestOf("kesdk part\n" + std::string(name)).substr(0, kLooseDigestBytes);
 }
 
 bool IsLoosePart(std::string_view fileName)

@@ -25,10 +25,7 @@ constexpr std::int64_t kLongestPendingS = 30 * kDayS; // as long as the bin keep
 
 std::string JournalPath(const std::string& folder, const std::string& account, std::int64_t fileId)
 {
-    const std::string name = account + '\n' + std::to_string(fileId);
-    Sha256 hash;
-    hash.Update(name.data(), name.size());
-    return folder + '/' + ToHex(hash.Finish()) + kSuffix;
+    return folder + '/' + HexDigestOf(account + '\n' + std::to_string(fileId)) + kSuffix;
 }
 
 // Whether the service has answered what becomes of the file. After 412 the file has another

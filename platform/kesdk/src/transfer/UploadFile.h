@@ -29,8 +29,6 @@ public:
 
     std::int64_t LengthBytes() const override { return SizeBytes() - m_position; }
     std::ptrdiff_t Read(char* buffer, std::size_t sizeBytes) override;
-    // The position of the next read.
-    std::int64_t PositionBytes() const { return m_position; }
     // Set if Read ended the transfer.
     const Failure& ReadFailure() const { return m_readFailure; }
 

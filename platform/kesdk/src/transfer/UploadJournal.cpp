@@ -29,14 +29,16 @@ std::string Dump(const json& document)
     return document.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
+json ToJson(const UploadOrigin& origin)
+{
+    return {{"account", origin.account},        {"path", origin.path},
+            {"size", origin.sizeBytes},         {"modified_s", origin.modifiedS},
+            {"modified_ns", origin.modifiedNs}, {"targets", origin.targetInboxIds}};
+}
+
 std::string ToText(const UploadOrigin& origin)
 {
-    return Dump({{"account", origin.account},
-                 {"path", origin.path},
-                 {"size", origin.sizeBytes},
-                 {"modified_s", origin.modifiedS},
-                 {"modified_ns", origin.modifiedNs},
-                 {"targets", origin.targetInboxIds}});
+    return Dump(ToJson(origin));
 }
 
 // A view: nlohmann's parser for strings would be compiled once more.
@@ -64,12 +66,8 @@ bool IsGone(const std::string& path)
 // Only such a file among the operator's own can be a journal.
 bool IsBesideName(std::string_view name)
 {
-    constexpr std::size_t kDigestBytes = 64;
-    if (name.empty() || name.front() != '.' || !IsJournalName(name, kSuffix))
-        return false;
-    const std::string_view digest = name.substr(1, name.find('.', 1) - 1);
-    return digest.size() == kDigestBytes &&
-           digest.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+    constexpr std::size_t kLeastBytes = 1 + 2 * sizeof(Sha256::Digest) + kSuffix.size();
+    return name.size() >= kLeastBytes && name.front() == '.' && IsJournalName(name, kSuffix);
 }
 
 } // namespace
@@ -110,7 +108,7 @@ void UploadJournal::Keep(const UploadOrigin& origin, const std::string& key)
     std::error_code ignored;
     if (!m_folder.empty() && std::filesystem::create_directories(m_folder, ignored))
         ::chmod(m_folder.c_str(), 0700);
-    const std::string text = Dump({{"origin", json::parse(ToText(origin))}, {"key", key}});
+    const std::string text = Dump({{"origin", ToJson(origin)}, {"key", key}});
     const auto write = [&](const std::string& place) {
         return !place.empty() && WriteJournal(place, text);
     };
@@ -144,9 +142,7 @@ UploadJournal::Places UploadJournal::PlacesOf(const UploadOrigin& origin) const
     std::string name = origin.account + '\n' + origin.path;
     for (const std::int64_t id : origin.targetInboxIds)
         name += '\n' + std::to_string(id);
-    Sha256 hash;
-    hash.Update(name.data(), name.size());
-    const std::string file = ToHex(hash.Finish()) + std::string(kSuffix);
+    const std::string file = HexDigestOf(name) + std::string(kSuffix);
     const std::string folder = FolderOf(origin.path);
     return {m_folder.empty() ? m_folder : m_folder + '/' + file,
             (folder == "." ? "./" : folder) + '.' + file};
