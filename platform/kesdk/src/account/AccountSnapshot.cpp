@@ -1,8 +1,9 @@
 // Updates of the snapshot.
 #include "account/AccountSnapshot.h"
 
+#include "base/Text.h"
+
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 namespace kesdk::impl {
@@ -25,17 +26,6 @@ ResourceChange Change(Notification::EContainerKind kind, std::int64_t containerI
     return change;
 }
 
-// The number of an event; later events have higher numbers. Empty if it has none.
-std::optional<std::int64_t> NumberOf(const std::string& id)
-{
-    std::int64_t number = 0;
-    const char* end = id.data() + id.size();
-    const auto parsed = std::from_chars(id.data(), end, number);
-    return !id.empty() && parsed.ec == std::errc() && parsed.ptr == end
-               ? std::optional<std::int64_t>(number)
-               : std::nullopt;
-}
-
 } // namespace
 
 ResourceChanges AccountSnapshot::Replace(AccountRecord account)
@@ -44,23 +34,12 @@ ResourceChanges AccountSnapshot::Replace(AccountRecord account)
     const std::lock_guard lock(m_mutex);
     ResourceChanges changes = Differences(m_state, state);
     m_state = std::move(state);
-    m_oldestNews = NumberOf(m_state.cursor).value_or(0);
+    m_oldestNews = ToInteger(m_state.cursor).value_or(0);
     m_newestEventOfFile.clear();
     m_goneBeforeEvent.clear();
     m_removedByEvent.clear();
     ++m_generation;
     return changes;
-}
-
-void AccountSnapshot::Clear()
-{
-    const std::lock_guard lock(m_mutex);
-    m_state = State();
-    m_oldestNews = 0;
-    m_newestEventOfFile.clear();
-    m_goneBeforeEvent.clear();
-    m_removedByEvent.clear();
-    ++m_generation;
 }
 
 std::uint64_t AccountSnapshot::Generation() const
@@ -93,11 +72,11 @@ ResourceChanges AccountSnapshot::ApplyEvent(const AccountEvent& event)
     return {};
 }
 
-// Sets the cursor too: the newest event so far.
+// Ids are numbers; later events have higher ones. Sets the cursor too: the newest event so far.
 bool AccountSnapshot::IsOld(const AccountEvent& event)
 {
-    const std::optional<std::int64_t> number = NumberOf(event.id);
-    const std::int64_t cursor = NumberOf(m_state.cursor).value_or(0);
+    const std::optional<std::int64_t> number = ToInteger(event.id);
+    const std::int64_t cursor = ToInteger(m_state.cursor).value_or(0);
     if (!event.id.empty() && number.value_or(cursor) >= cursor)
         m_state.cursor = event.id;
     if (!number)

@@ -31,8 +31,8 @@ class AccountSnapshot
 public:
     // Replaces the snapshot. The changes name every container that differs from before.
     ResourceChanges Replace(AccountRecord account);
-    void Clear();
-    // Counts the calls of Replace and Clear.
+    void Clear() { Replace({}); }
+    // Counts the calls of Replace.
     std::uint64_t Generation() const;
 
     // From the event stream.

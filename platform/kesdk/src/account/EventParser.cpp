@@ -1,7 +1,6 @@
 #include "account/EventParser.h"
 
-#include <algorithm>
-#include <utility>
+#include "base/Text.h"
 
 namespace kesdk::impl {
 
@@ -10,15 +9,7 @@ namespace {
 constexpr std::size_t kMostBytes = std::size_t{1024} * 1024;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-// The SDK sends an id back in a header field.
-bool IsFieldText(std::string_view text)
-{
-    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
-}
-
 } // namespace
-
-EventParser::EventParser(Handler handler) : m_handler(std::move(handler)) {}
 
 bool EventParser::Feed(const char* bytes, std::size_t sizeBytes)
 {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace kesdk::impl {
 
@@ -21,7 +22,7 @@ class EventParser
 public:
     using Handler = std::function<void(const ServerSentEvent&)>;
 
-    explicit EventParser(Handler handler);
+    explicit EventParser(Handler handler) : m_handler(std::move(handler)) {}
 
     // False if the stream is unusable: a line or an event is longer than the service sends.
     bool Feed(const char* bytes, std::size_t sizeBytes);

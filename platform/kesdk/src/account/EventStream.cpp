@@ -67,9 +67,7 @@ EStreamEnd EndOf(const EventSink& sink, const Failure& failure)
         return EStreamEnd::eSessionEnded;
     if (sink.MustStartOver() || failure.Is(EErrorCode::eCursorTooOld))
         return EStreamEnd::eTooOld;
-    if (failure.Is(EErrorCode::eAborted))
-        return EStreamEnd::eAborted;
-    return failure.httpStatus >= 400 ? EStreamEnd::eRefused : EStreamEnd::eClosed;
+    return EStreamEnd::eOther;
 }
 
 } // namespace

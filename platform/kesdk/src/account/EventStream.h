@@ -9,16 +9,14 @@
 namespace kesdk::impl {
 
 enum class EStreamEnd {
-    eClosed,       // by the service or the link: resume after the last event
+    eOther,        // resume after the last event
     eSessionEnded, // the service ended the session
     eTooOld,       // the cursor is unknown: fetch a new snapshot
-    eAborted,
-    eRefused, // the service answered with another error
 };
 
 struct StreamOutcome
 {
-    EStreamEnd end = EStreamEnd::eClosed;
+    EStreamEnd end = EStreamEnd::eOther;
     Failure failure;
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 
 namespace kesdk::impl {
@@ -13,6 +14,8 @@ inline bool IsAborted(const AbortCheck& check)
 {
     return check && check();
 }
+
+inline constexpr std::int64_t kDayS = 24 * 60 * 60;
 
 class Clock
 {

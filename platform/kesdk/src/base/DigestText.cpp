@@ -36,7 +36,8 @@ std::string HexDigestOf(std::string_view text)
 
 std::string ToReprDigest(const Sha256::Digest& digest)
 {
-    return std::string(kReprDigestBegin) + EncodeBase64(digest.data(), digest.size()) + ":";
+    const std::string bytes(digest.begin(), digest.end());
+    return std::string(kReprDigestBegin) + EncodeBase64(bytes) + ":";
 }
 
 std::optional<Sha256::Digest> FromReprDigest(std::string_view value)

@@ -77,7 +77,19 @@ struct Failure
     {}
 
     bool IsSet() const { return code != EErrorCode::eNone; }
-    bool Is(EErrorCode errorCode) const { return code == errorCode; }
+    // Whether it has one of these codes.
+    template <class... Codes>
+    bool Is(Codes... codes) const
+    {
+        return ((code == codes) || ...);
+    }
+    // The same failure, where eNotFound has this more exact code.
+    Failure NotFoundAs(EErrorCode exact) const
+    {
+        Failure failure = *this;
+        failure.code = Is(EErrorCode::eNotFound) ? exact : code;
+        return failure;
+    }
 };
 
 // A value or a failure.

@@ -3,7 +3,8 @@
 #include <openssl/evp.h>
 
 #include <algorithm>
-#include <cstdint>
+#include <charconv>
+#include <iterator>
 
 namespace kesdk::impl {
 
@@ -21,25 +22,6 @@ char Byte(std::uint32_t value)
     return static_cast<char>(static_cast<unsigned char>(value));
 }
 
-void AppendUtf8(std::string& out, std::uint32_t code)
-{
-    if (code < 0x80) {
-        out += Byte(code);
-    } else if (code < 0x800) {
-        out += Byte(0xC0 | (code >> 6));
-        out += Byte(0x80 | (code & 0x3F));
-    } else if (code < 0x10000) {
-        out += Byte(0xE0 | (code >> 12));
-        out += Byte(0x80 | ((code >> 6) & 0x3F));
-        out += Byte(0x80 | (code & 0x3F));
-    } else {
-        out += Byte(0xF0 | (code >> 18));
-        out += Byte(0x80 | ((code >> 12) & 0x3F));
-        out += Byte(0x80 | ((code >> 6) & 0x3F));
-        out += Byte(0x80 | (code & 0x3F));
-    }
-}
-
 // One row for each length of a sequence: the bits of its first byte, and its lowest code point.
 struct SequenceForm
 {
@@ -55,6 +37,18 @@ constexpr SequenceForm kForms[] = {
     {0xF0, 0xE0, 3, 0x800},
     {0xF8, 0xF0, 4, 0x10000},
 };
+
+void AppendUtf8(std::string& out, std::uint32_t code)
+{
+    const auto form = std::find_if(std::rbegin(kForms), std::rend(kForms),
+                                   [code](const SequenceForm& row) { return row.least <= code; });
+    std::size_t shift = 6 * (form->length - 1);
+    out += Byte(form->lead | (code >> shift));
+    while (shift > 0) {
+        shift -= 6;
+        out += Byte(0x80 | ((code >> shift) & 0x3F));
+    }
+}
 
 // Removes one code point from the front. If the front is not valid: removes one byte and returns
 // the replacement character.
@@ -117,44 +111,26 @@ std::wstring ToWide(std::string_view utf8)
 
 std::wstring EscapeHtml(std::wstring_view text)
 {
+    constexpr std::wstring_view kSpecial = L"&<>\"'";
+    constexpr const wchar_t* kEscaped[] = {L"&amp;", L"&lt;", L"&gt;", L"&quot;", L"&#39;"};
     std::wstring out;
     out.reserve(text.size());
     for (const wchar_t c : text) {
-        switch (c) {
-        case L'&':
-            out += L"&amp;";
-            break;
-        case L'<':
-            out += L"&lt;";
-            break;
-        case L'>':
-            out += L"&gt;";
-            break;
-        case L'"':
-            out += L"&quot;";
-            break;
-        case L'\'':
-            out += L"&#39;";
-            break;
-        default:
+        const std::size_t at = kSpecial.find(c);
+        if (at == std::wstring_view::npos)
             out += c;
-            break;
-        }
+        else
+            out += kEscaped[at];
     }
     return out;
 }
 
 std::string EncodeBase64(std::string_view bytes)
 {
-    return EncodeBase64(bytes.data(), bytes.size());
-}
-
-std::string EncodeBase64(const void* bytes, std::size_t sizeBytes)
-{
-    std::string out(4 * ((sizeBytes + 2) / 3) + 1, '\0'); // EVP_EncodeBlock adds a zero
-    const int length =
-        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(out.data()),
-                        static_cast<const unsigned char*>(bytes), static_cast<int>(sizeBytes));
+    std::string out(4 * ((bytes.size() + 2) / 3) + 1, '\0'); // EVP_EncodeBlock adds a zero
+    const int length = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(out.data()),
+                                       reinterpret_cast<const unsigned char*>(bytes.data()),
+                                       static_cast<int>(bytes.size()));
     out.resize(static_cast<std::size_t>(length));
     return out;
 }
@@ -189,6 +165,19 @@ std::string_view Trim(std::string_view text)
     if (first == std::string_view::npos)
         return {};
     return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+}
+
+bool IsFieldText(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
+}
+
+std::optional<std::int64_t> ToInteger(std::string_view text)
+{
+    std::int64_t value = 0;
+    const char* end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data(), end, value);
+    return parsed.ec == std::errc() && parsed.ptr == end ? std::optional(value) : std::nullopt;
 }
 
 } // namespace kesdk::impl

@@ -1,7 +1,8 @@
 // Conversions: the contract's wide strings, UTF-8, HTML, base64 and URLs.
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,7 +20,6 @@ std::wstring ToWide(std::string_view utf8);
 std::wstring EscapeHtml(std::wstring_view text);
 
 std::string EncodeBase64(std::string_view bytes);
-std::string EncodeBase64(const void* bytes, std::size_t sizeBytes);
 
 // Everything but letters, digits and -._~ as %XX, for one segment of a path.
 std::string EncodePathSegment(std::string_view utf8);
@@ -28,5 +28,11 @@ std::string EncodePathSegment(std::string_view utf8);
 bool EqualNoCase(std::string_view left, std::string_view right);
 
 std::string_view Trim(std::string_view text);
+
+// For texts that the SDK sends back in a header field: they must not end the field.
+bool IsFieldText(std::string_view text);
+
+// Empty if the text is not a decimal number of 64 bits.
+std::optional<std::int64_t> ToInteger(std::string_view text);
 
 } // namespace kesdk::impl

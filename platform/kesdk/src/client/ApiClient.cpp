@@ -157,7 +157,7 @@ Failure ApiClient::DeleteFile(const ApiCall& call, std::int64_t fileId, const st
         request.headers.push_back({"If-Match", etag});
     const HttpOutcome outcome = Perform(call, std::move(request));
     const Failure failure = FailureOf(outcome);
-    const bool isGone = failure.Is(EErrorCode::eNotFound) || failure.Is(EErrorCode::eFileGone);
+    const bool isGone = failure.Is(EErrorCode::eNotFound, EErrorCode::eFileGone);
     // The attempt with the lost answer deleted it: ids are never reused.
     if (outcome.mayHaveRunBefore && isGone)
         return {};

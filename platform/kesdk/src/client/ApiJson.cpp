@@ -4,7 +4,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -35,13 +34,10 @@ std::string ToString(const json& value)
     return value.get<std::string>();
 }
 
-// For texts that the SDK sends back in a header field: they must not end the field.
 std::string ToFieldText(const json& value)
 {
     std::string text = ToString(value);
-    const bool isPrintable =
-        std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
-    if (!isPrintable)
+    if (!IsFieldText(text))
         throw std::out_of_range("field");
     return text;
 }

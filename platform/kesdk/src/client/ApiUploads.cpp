@@ -6,7 +6,6 @@
 #include "client/Problems.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string_view>
 #include <utility>
 
@@ -33,20 +32,12 @@ std::string JoinIds(const std::vector<std::int64_t>& ids)
     return out;
 }
 
-// -1 if the text is not a number.
-std::int64_t ToNumber(std::string_view text)
-{
-    std::int64_t value = -1;
-    const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
-    return parsed.ec == std::errc() && parsed.ptr == text.data() + text.size() ? value : -1;
-}
-
 std::vector<std::int64_t> SplitIds(std::string_view text)
 {
     std::vector<std::int64_t> ids;
     while (!text.empty()) {
         const std::size_t comma = text.find(',');
-        ids.push_back(ToNumber(Trim(text.substr(0, comma))));
+        ids.push_back(ToInteger(Trim(text.substr(0, comma))).value_or(-1));
         text = comma == std::string_view::npos ? std::string_view() : text.substr(comma + 1);
     }
     return ids;
@@ -79,7 +70,7 @@ Result<UploadRecord> ReadUpload(const HttpOutcome& outcome)
     if (const std::string* location = response.Header("Location"))
         upload.location = ToTarget(*location);
     const std::string* offset = response.Header("Upload-Offset");
-    upload.offsetBytes = offset ? ToNumber(*offset) : -1;
+    upload.offsetBytes = offset ? ToInteger(*offset).value_or(-1) : -1;
     if (!response.IsSuccess() || upload.offsetBytes < 0)
         return BadReply(response, "no offset");
     const std::string* ids = response.Header("Kelvo-File-Ids");

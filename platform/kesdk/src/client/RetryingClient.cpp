@@ -11,25 +11,12 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr EErrorCode kPassing[] = {
-    EErrorCode::eUnknownHost,    EErrorCode::eRefused, EErrorCode::eUnreachable,
-    EErrorCode::eConnectTimeout, EErrorCode::eTimeout, EErrorCode::eDropped,
-    EErrorCode::eServiceBusy,
-};
-
 constexpr std::chrono::seconds kLongestRetryAfter = std::chrono::hours(24);
 
 constexpr int kPassingStatus[] = {429, 502, 503, 504};
 
 // A proxy before the service sends these. The service may have carried the request out.
 constexpr int kAnswerLostStatus[] = {502, 504};
-
-constexpr EErrorCode kNeverSent[] = {
-    EErrorCode::eUnknownHost,
-    EErrorCode::eRefused,
-    EErrorCode::eUnreachable,
-    EErrorCode::eConnectTimeout,
-};
 
 constexpr std::string_view kIdempotentMethods[] = {"GET", "HEAD", "PUT", "DELETE"};
 
@@ -62,21 +49,18 @@ bool MayHaveRun(const HttpOutcome& outcome)
                                    : Holds(kAnswerLostStatus, outcome.response.status);
 }
 
-milliseconds LimitTo(milliseconds limit, milliseconds rest)
-{
-    return limit.count() == 0 ? rest : std::min(limit, rest);
-}
-
 } // namespace
 
 bool MayPass(const Failure& failure)
 {
-    return Holds(kPassing, failure.code);
+    return WasNeverSent(failure) ||
+           failure.Is(EErrorCode::eTimeout, EErrorCode::eDropped, EErrorCode::eServiceBusy);
 }
 
 bool WasNeverSent(const Failure& failure)
 {
-    return Holds(kNeverSent, failure.code);
+    return failure.Is(EErrorCode::eUnknownHost, EErrorCode::eRefused, EErrorCode::eUnreachable,
+                      EErrorCode::eConnectTimeout);
 }
 
 std::optional<std::chrono::seconds> RetryAfter(const HttpResponse& response)
@@ -116,7 +100,8 @@ HttpOutcome RetryingClient::Perform(HttpRequest request, const CallPolicy& polic
         request.limits = policy.limits;
         if (policy.total.count() > 0) {
             const milliseconds left = std::max(rest(), milliseconds(1));
-            request.limits.total = LimitTo(policy.limits.total, left);
+            const milliseconds limit = policy.limits.total;
+            request.limits.total = limit.count() == 0 ? left : std::min(limit, left);
             request.limits.connect = std::min(policy.limits.connect, left);
         }
         HttpOutcome outcome = m_transport.Perform(request, abort);

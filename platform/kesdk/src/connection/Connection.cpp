@@ -149,12 +149,6 @@ bool Connection::Refuse(const Failure& failure, const std::wstring& subject)
     return false;
 }
 
-void Connection::Publish(const ResourceChanges& changes)
-{
-    for (const ResourceChange& change : changes)
-        m_dispatcher.Post(change);
-}
-
 // Thread: the caller's, or the positions'.
 void Connection::EndSession(std::int32_t sessionId)
 {

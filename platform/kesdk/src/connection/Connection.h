@@ -16,7 +16,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <utility>
 
 namespace kesdk::impl {
 
@@ -42,8 +41,7 @@ public:
         std::string journalFolder; // for uploads' journals; empty: they lie beside the files
     };
 
-    explicit Connection(Lines lines) : Connection(std::move(lines), Lasting()) {}
-    Connection(Lines lines, Lasting lasting);
+    explicit Connection(Lines lines, Lasting lasting = {});
 
     bool Login(const std::wstring& userName, const std::wstring& password, const void* reserved,
                std::uint32_t reservedFlags) override;
@@ -87,13 +85,12 @@ private:
     bool End(const Operation& operation, const Failure& failure);
     bool Conclude(const Operation& operation, Failure failure);
     bool Refuse(const Failure& failure, const std::wstring& subject);
-    void Publish(const ResourceChanges& changes);
     std::string Account() const;
     void EndSession(std::int32_t sessionId);
     void TakeLoginFailure(const Failure& failure);
     Result<FileRecord> FindFile(const Operation& operation, std::int64_t fileId);
     // Removes a file from the snapshot if the service no longer has it.
-    Failure NoteIfGone(std::int64_t fileId, Failure failure);
+    Failure NoteIfGone(std::int64_t fileId, const Failure& failure);
     // False, with an error record, during the pause.
     bool ApplyReportBackoff(Operation& operation);
     // Sends the environment report that an earlier link failure left pending.

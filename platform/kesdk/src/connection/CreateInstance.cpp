@@ -19,18 +19,11 @@ struct FreeUrl
 };
 using Url = std::unique_ptr<CURLU, FreeUrl>;
 
-bool Has(const Url& url, CURLUPart part)
+// Empty if the URL has no such part.
+std::optional<std::string> Get(const Url& url, CURLUPart part)
 {
     char* text = nullptr;
-    const bool has = curl_url_get(url.get(), part, &text, 0) == CURLUE_OK;
-    curl_free(text);
-    return has;
-}
-
-std::string Get(const Url& url, CURLUPart part)
-{
-    char* text = nullptr;
-    std::string value;
+    std::optional<std::string> value;
     if (curl_url_get(url.get(), part, &text, 0) == CURLUE_OK)
         value = text;
     curl_free(text);
@@ -43,10 +36,10 @@ std::optional<std::string> ToBaseUrl(const char* text)
     const Url url(curl_url());
     if (!text || !url || curl_url_set(url.get(), CURLUPART_URL, text, 0) != CURLUE_OK)
         return std::nullopt;
-    if (Get(url, CURLUPART_SCHEME) != "https" || Has(url, CURLUPART_USER) ||
-        Has(url, CURLUPART_PASSWORD) || Has(url, CURLUPART_QUERY) || Has(url, CURLUPART_FRAGMENT))
+    if (Get(url, CURLUPART_SCHEME) != "https" || Get(url, CURLUPART_USER) ||
+        Get(url, CURLUPART_PASSWORD) || Get(url, CURLUPART_QUERY) || Get(url, CURLUPART_FRAGMENT))
         return std::nullopt;
-    std::string base = Get(url, CURLUPART_URL);
+    std::string base = Get(url, CURLUPART_URL).value_or(std::string());
     while (!base.empty() && base.back() == '/')
         base.pop_back();
     return base;

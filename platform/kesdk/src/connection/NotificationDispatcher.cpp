@@ -2,9 +2,6 @@
 
 #include <pthread.h>
 
-#include <utility>
-#include <vector>
-
 namespace kesdk::impl {
 
 NotificationDispatcher::NotificationDispatcher() : m_thread([this] { Run(); }) {}
@@ -49,6 +46,12 @@ void NotificationDispatcher::Post(const Notification& notification)
         m_queue.push_back({m_nextNumber++, notification});
     }
     m_changed.notify_all();
+}
+
+void NotificationDispatcher::Post(const std::vector<ResourceChange>& changes)
+{
+    for (const ResourceChange& change : changes)
+        Post(Notification(change));
 }
 
 void NotificationDispatcher::Run()

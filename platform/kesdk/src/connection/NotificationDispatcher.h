@@ -11,6 +11,7 @@
 #include <mutex>
 #include <thread>
 #include <variant>
+#include <vector>
 
 namespace kesdk::impl {
 
@@ -36,6 +37,7 @@ public:
     void Unsubscribe(api::ISubscriable* listener);
 
     void Post(const Notification& notification);
+    void Post(const std::vector<ResourceChange>& changes);
 
 private:
     struct Queued

@@ -2,24 +2,13 @@
 #include "connection/Connection.h"
 
 #include "base/Text.h"
+#include "transfer/Paths.h"
 
 #include <utility>
 
 namespace kesdk::impl {
 
 namespace {
-
-std::wstring NameOf(const std::wstring& path)
-{
-    return path.substr(path.rfind(L'/') + 1);
-}
-
-Failure AsFolderGone(Failure failure)
-{
-    if (failure.Is(EErrorCode::eNotFound))
-        failure.code = EErrorCode::eFolderGone;
-    return failure;
-}
 
 // Converts a service's record into the contract's.
 api::EnterpriseResourceWithContent ToContract(const ResourceRecord& record)
@@ -62,9 +51,7 @@ Connection::GetProjectResources(std::int64_t projectId)
     if (!End(*operation, fetched.failure))
         return {};
     AccountSnapshot one;
-    AccountRecord account;
-    account.projects = {fetched.value};
-    one.Replace(std::move(account));
+    one.Replace({{}, {}, {fetched.value}});
     return one.ProjectResources(projectId).value_or(
         std::list<api::EnterpriseResourceWithContent>());
 }
@@ -98,8 +85,8 @@ bool Connection::CreateUserInbox(const std::wstring& projectName)
     const Result<InboxRecord> inbox =
         m_requestLine.Api().CreateUserInbox(operation->call, projectName);
     if (inbox)
-        Publish(m_snapshot.ApplyOwnInbox(inbox.value));
-    return End(*operation, AsFolderGone(inbox.failure));
+        m_dispatcher.Post(m_snapshot.ApplyOwnInbox(inbox.value));
+    return End(*operation, inbox.failure.NotFoundAs(EErrorCode::eFolderGone));
 }
 
 bool Connection::Upload(const wchar_t* localPath, const TargetIds& targetInboxIds)
@@ -115,12 +102,12 @@ bool Connection::Upload(const wchar_t* localPath, const TargetIds& targetInboxId
         m_uploads.Send(operation->call, ToUtf8(path),
                        std::vector<std::int64_t>(targetInboxIds.begin(), targetInboxIds.end()));
     if (!sent)
-        return Conclude(*operation, AsFolderGone(sent.failure));
+        return Conclude(*operation, sent.failure.NotFoundAs(EErrorCode::eFolderGone));
     // Before the last look at the file: nothing delays the caller's removal of it afterwards.
     SendPendingReport(*operation);
     const Result<std::vector<FileRecord>> files = m_uploads.Confirm(operation->call, sent.value);
     if (files)
-        Publish(m_snapshot.ApplyOwnUpload(files.value, generation));
+        m_dispatcher.Post(m_snapshot.ApplyOwnUpload(files.value, generation));
     return Conclude(*operation, files.failure);
 }
 
@@ -151,7 +138,7 @@ bool Connection::Delete(std::int64_t resourceId)
     const Failure failure = m_requestLine.Api().DeleteFile(operation->call, resourceId,
                                                            file ? file->etag : std::string());
     if (!failure.IsSet())
-        Publish(m_snapshot.ApplyOwnDelete(resourceId));
+        m_dispatcher.Post(m_snapshot.ApplyOwnDelete(resourceId));
     return End(*operation, NoteIfGone(resourceId, failure));
 }
 
@@ -253,13 +240,11 @@ Result<FileRecord> Connection::FindFile(const Operation& operation, std::int64_t
     return std::move(*fetched.value.file);
 }
 
-Failure Connection::NoteIfGone(std::int64_t fileId, Failure failure)
+Failure Connection::NoteIfGone(std::int64_t fileId, const Failure& failure)
 {
-    if (failure.Is(EErrorCode::eNotFound))
-        failure.code = EErrorCode::eFileGone;
-    if (failure.Is(EErrorCode::eFileGone) && failure.httpStatus == 404)
-        Publish(m_snapshot.ApplyOwnDelete(fileId));
-    return failure;
+    if (failure.Is(EErrorCode::eNotFound, EErrorCode::eFileGone) && failure.httpStatus == 404)
+        m_dispatcher.Post(m_snapshot.ApplyOwnDelete(fileId));
+    return failure.NotFoundAs(EErrorCode::eFileGone);
 }
 
 } // namespace kesdk::impl

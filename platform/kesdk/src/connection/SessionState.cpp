@@ -10,7 +10,7 @@ std::optional<SessionState::Begun> SessionState::Begin()
     if (m_phase == EPhase::eInFlight)
         return std::nullopt;
     Begun begun;
-    begun.replacedToken = TakeToken();
+    begun.replacedToken = std::exchange(m_token, {});
     begun.id = ++m_id;
     Change(EPhase::eInFlight, api::eLoginInProgress);
     return begun;
@@ -52,7 +52,7 @@ void SessionState::Lost(std::int32_t id)
     const std::lock_guard lock(m_mutex);
     if (id != m_id || !IsStanding())
         return;
-    TakeToken();
+    m_token.clear();
     Change(EPhase::eNone, api::eNotLoggedIn);
 }
 
@@ -61,7 +61,7 @@ SessionState::Ended SessionState::End()
     const std::lock_guard lock(m_mutex);
     if (m_phase == EPhase::eNone)
         return {};
-    Ended ended{true, TakeToken()};
+    Ended ended{true, std::exchange(m_token, {})};
     Change(EPhase::eNone, api::eNotLoggedIn);
     return ended;
 }
@@ -88,11 +88,6 @@ void SessionState::Change(EPhase phase, api::EConnectionState state)
 {
     m_phase = phase;
     m_dispatcher.Post(api::ConnectionState{m_id, state});
-}
-
-std::string SessionState::TakeToken()
-{
-    return std::exchange(m_token, {});
 }
 
 } // namespace kesdk::impl

@@ -63,7 +63,6 @@ private:
 
     bool IsStanding() const { return m_phase == EPhase::eLive || m_phase == EPhase::eLinkLost; }
     void Change(EPhase phase, api::EConnectionState state);
-    std::string TakeToken();
 
     NotificationDispatcher& m_dispatcher;
     mutable std::mutex m_mutex; // guards everything below

@@ -121,27 +121,20 @@ Failure SessionThread::LogIn(Login& login, Progress& progress)
     return reply.failure;
 }
 
-Result<AccountRecord> SessionThread::AskAccount(const Progress& progress)
+// Listeners of a session learn the differences from the snapshot before.
+Failure SessionThread::FetchAccount(const Progress& progress)
 {
     ApiCall call = CallFor(progress);
     if (!progress.isEstablished) {
         call.policy = PolicyOf(ECall::eFirstAccount);
         call.lastStart = progress.begin + kLoginLimit;
     }
-    return m_parts.api.GetAccount(call);
-}
-
-// Listeners of a session learn the differences from the snapshot before.
-Failure SessionThread::FetchAccount(const Progress& progress)
-{
-    Result<AccountRecord> account = AskAccount(progress);
+    Result<AccountRecord> account = m_parts.api.GetAccount(call);
     if (!account || HasEnded(progress.id))
         return account.failure;
     const ResourceChanges changes = m_parts.snapshot.Replace(std::move(account.value));
-    if (!progress.isEstablished)
-        return {};
-    for (const ResourceChange& change : changes)
-        m_parts.dispatcher.Post(change);
+    if (progress.isEstablished)
+        m_parts.dispatcher.Post(changes);
     return {};
 }
 
@@ -170,10 +163,8 @@ StreamOutcome SessionThread::ReadStream(Progress& progress)
             progress.isEstablished = m_parts.state.Established(progress.id, progress.token);
     };
     handlers.onEvent = [&](const AccountEvent& event) {
-        if (HasEnded(progress.id))
-            return;
-        for (const ResourceChange& change : m_parts.snapshot.ApplyEvent(event))
-            m_parts.dispatcher.Post(change);
+        if (!HasEnded(progress.id))
+            m_parts.dispatcher.Post(m_parts.snapshot.ApplyEvent(event));
     };
     return m_stream.Run(CallFor(progress), m_parts.snapshot.Cursor(), handlers);
 }

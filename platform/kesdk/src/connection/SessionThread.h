@@ -69,7 +69,6 @@ private:
     void Run();
     void RunLogin(Login login);
     Failure LogIn(Login& login, Progress& progress);
-    Result<AccountRecord> AskAccount(const Progress& progress);
     Failure FetchAccount(const Progress& progress);
     Failure Follow(Progress& progress);
     StreamOutcome ReadStream(Progress& progress);

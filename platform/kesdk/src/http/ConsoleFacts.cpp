@@ -1,6 +1,7 @@
 #include "http/ConsoleFacts.h"
 
 #include "base/BuildTime.h"
+#include "base/Clock.h"
 
 #include <sys/socket.h>
 #include <time.h>
@@ -14,7 +15,6 @@ namespace kesdk::impl {
 
 namespace {
 
-constexpr std::int64_t kDayS = 24 * 60 * 60;
 constexpr std::int64_t kLongestUseS =
     15 * 365 * kDayS; // for a console whose software is never updated
 
@@ -64,11 +64,7 @@ bool HasLostAddress(int socket)
 
 ConsoleFacts RealConsoleFacts()
 {
-    ConsoleFacts facts;
-    facts.wallTimeS = &WallTimeS;
-    facts.asleep = &Asleep;
-    facts.hasLostAddress = &HasLostAddress;
-    return facts;
+    return {&WallTimeS, &Asleep, &HasLostAddress};
 }
 
 bool IsClockWrong(std::int64_t wallTimeS, const std::optional<std::int64_t>& toldTimeS)

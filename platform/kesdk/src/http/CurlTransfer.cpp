@@ -6,7 +6,6 @@
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
 
-#include <algorithm>
 #include <string>
 #include <utility>
 

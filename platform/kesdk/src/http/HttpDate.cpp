@@ -1,7 +1,9 @@
 #include "http/HttpDate.h"
 
+#include "base/Clock.h"
+#include "base/Text.h"
+
 #include <array>
-#include <charconv>
 
 namespace kesdk::impl {
 
@@ -11,32 +13,25 @@ constexpr std::string_view kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
 
 struct Fields
 {
-    int year = -1;
+    std::int64_t year = -1;
     int month = -1; // from 0
-    int day = -1;
-    int second = -1; // of the day
+    std::int64_t day = -1;
+    std::int64_t second = -1; // of the day
 };
 
-bool IsDigit(char c)
+std::int64_t ToNumber(std::string_view text)
 {
-    return c >= '0' && c <= '9';
-}
-
-int ToInt(std::string_view text)
-{
-    int value = -1;
-    const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
-    return parsed.ec == std::errc() && parsed.ptr == text.data() + text.size() ? value : -1;
+    return ToInteger(text).value_or(-1);
 }
 
 // "08:49:37"
-int SecondOfDay(std::string_view text)
+std::int64_t SecondOfDay(std::string_view text)
 {
     if (text.size() != 8 || text[2] != ':' || text[5] != ':')
         return -1;
-    const int hour = ToInt(text.substr(0, 2));
-    const int minute = ToInt(text.substr(3, 2));
-    const int second = ToInt(text.substr(6, 2));
+    const std::int64_t hour = ToNumber(text.substr(0, 2));
+    const std::int64_t minute = ToNumber(text.substr(3, 2));
+    const std::int64_t second = ToNumber(text.substr(6, 2));
     const bool isTime = hour >= 0 && hour < 24 && minute >= 0 && minute < 60 && second >= 0 &&
                         second <= 60; // a leap second
     return isTime ? (hour * 60 + minute) * 60 + second : -1;
@@ -45,7 +40,7 @@ int SecondOfDay(std::string_view text)
 // In each form the day comes before the year.
 void TakeNumber(std::string_view word, Fields& fields)
 {
-    const int number = ToInt(word);
+    const std::int64_t number = ToNumber(word);
     if (word.find(':') != std::string_view::npos) {
         fields.second = SecondOfDay(word);
     } else if (fields.day < 0) {
@@ -58,7 +53,7 @@ void TakeNumber(std::string_view word, Fields& fields)
 
 void TakeWord(std::string_view word, Fields& fields)
 {
-    if (IsDigit(word.front())) {
+    if (word.front() >= '0' && word.front() <= '9') {
         TakeNumber(word, fields);
     } else if (word.size() == 3) {
         const std::size_t at = kMonths.find(word);
@@ -85,7 +80,6 @@ std::int64_t DaysOf(const Fields& fields)
 std::optional<std::int64_t> ParseHttpDate(std::string_view text)
 {
     constexpr std::string_view kBetween = " ,-";
-    constexpr std::int64_t kDayS = 24 * 60 * 60;
     Fields fields;
     while (!text.empty()) {
         const std::size_t end = text.find_first_of(kBetween);

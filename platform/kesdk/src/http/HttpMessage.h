@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Failure.h"
+#include "base/Text.h"
 
 #include <chrono>
 #include <cstddef>
@@ -25,7 +26,14 @@ struct HttpResponse
     std::string body; // unless a sink took it
 
     // Null if there is no such field.
-    const std::string* Header(std::string_view name) const;
+    const std::string* Header(std::string_view name) const
+    {
+        for (const HttpHeader& header : headers) {
+            if (EqualNoCase(header.name, name))
+                return &header.value;
+        }
+        return nullptr;
+    }
     bool IsSuccess() const { return status >= 200 && status < 300; }
 };
 

@@ -4,8 +4,6 @@
 #include "client/Problems.h"
 #include "transfer/Paths.h"
 
-#include <algorithm>
-#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -25,13 +23,10 @@ bool IsUsableServiceName(const std::wstring& name)
 // wrong, or the console has no room. After all other failures the part stays.
 bool IsWorthlessAfter(const Failure& failure)
 {
-    constexpr EErrorCode kEnds[] = {
-        EErrorCode::eFileGone,         EErrorCode::eNotFound,
-        EErrorCode::eForbidden,        EErrorCode::eRangeRefused,
-        EErrorCode::eDamaged,          EErrorCode::eDiskFull,
-        EErrorCode::eCannotWrite,      EErrorCode::eInvalidArgument,
-        EErrorCode::eUnusableFileName, EErrorCode::eUnusableServiceName};
-    return std::find(std::begin(kEnds), std::end(kEnds), failure.code) != std::end(kEnds);
+    return failure.Is(EErrorCode::eFileGone, EErrorCode::eNotFound, EErrorCode::eForbidden,
+                      EErrorCode::eRangeRefused, EErrorCode::eDamaged, EErrorCode::eDiskFull,
+                      EErrorCode::eCannotWrite, EErrorCode::eInvalidArgument,
+                      EErrorCode::eUnusableFileName, EErrorCode::eUnusableServiceName);
 }
 
 // Appends the content to the part.
@@ -82,13 +77,6 @@ private:
     ResumableTransfer& m_transfer;
     bool m_fits = true;
 };
-
-Failure AsFileGone(Failure failure)
-{
-    if (failure.Is(EErrorCode::eNotFound))
-        failure.code = EErrorCode::eFileGone;
-    return failure;
-}
 
 } // namespace
 
@@ -159,7 +147,7 @@ Failure Downloads::FetchContent(const ApiCall& call, const FileRecord& file, Par
         return {false,
                 reply ? Failure(EErrorCode::eDropped, "the content ended early") : reply.failure};
     };
-    return AsFileGone(transfer.Run(attempt));
+    return transfer.Run(attempt).NotFoundAs(EErrorCode::eFileGone);
 }
 
 } // namespace kesdk::impl

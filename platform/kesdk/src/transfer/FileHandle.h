@@ -4,6 +4,9 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdint>
+#include <string_view>
 #include <utility>
 
 namespace kesdk::impl {
@@ -25,6 +28,31 @@ public:
 
     bool IsOpen() const { return m_descriptor >= 0; }
     int Get() const { return m_descriptor; }
+
+    // As ::pread, also after a signal.
+    ssize_t ReadAt(char* buffer, std::size_t sizeBytes, std::int64_t offset) const
+    {
+        ssize_t got = -1;
+        do {
+            got = ::pread(m_descriptor, buffer, sizeBytes, static_cast<off_t>(offset));
+        } while (got < 0 && errno == EINTR);
+        return got;
+    }
+    // Writes all of the bytes, also after a signal.
+    bool WriteAt(std::string_view bytes, std::int64_t offset) const
+    {
+        while (!bytes.empty()) {
+            const ssize_t put =
+                ::pwrite(m_descriptor, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+            if (put < 0 && errno == EINTR)
+                continue;
+            if (put <= 0)
+                return false;
+            bytes.remove_prefix(static_cast<std::size_t>(put));
+            offset += put;
+        }
+        return true;
+    }
 
     void Close()
     {

@@ -22,19 +22,6 @@ constexpr std::size_t kDigestBytes = 64; // in hexadecimal
 constexpr std::size_t kMostBytes = std::size_t{64} * 1024;
 constexpr const char* kNewSuffix = ".new";
 
-bool PutAll(int file, std::string_view bytes)
-{
-    while (!bytes.empty()) {
-        const ssize_t put = ::write(file, bytes.data(), bytes.size());
-        if (put < 0 && errno == EINTR)
-            continue;
-        if (put <= 0)
-            return false;
-        bytes.remove_prefix(static_cast<std::size_t>(put));
-    }
-    return true;
-}
-
 struct Content
 {
     std::optional<std::string> bytes;
@@ -52,9 +39,8 @@ Content ReadAll(const std::string& path)
     std::string bytes;
     std::array<char, 4096> piece{};
     while (bytes.size() <= kMostBytes) {
-        const ssize_t got = ::read(file.Get(), piece.data(), piece.size());
-        if (got < 0 && errno == EINTR)
-            continue;
+        const ssize_t got =
+            file.ReadAt(piece.data(), piece.size(), static_cast<std::int64_t>(bytes.size()));
         if (got < 0)
             return {std::nullopt, true};
         if (got == 0)
@@ -100,7 +86,7 @@ bool WriteJournal(const std::string& path, const std::string& text)
         ::open(newPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!file.IsOpen())
         return false;
-    const bool isWritten = PutAll(file.Get(), std::string(kFirstLine) + text + HexDigestOf(text)) &&
+    const bool isWritten = file.WriteAt(std::string(kFirstLine) + text + HexDigestOf(text), 0) &&
                            ::fsync(file.Get()) == 0;
     file.Close();
     if (!isWritten || ::rename(newPath.c_str(), path.c_str()) != 0) {

@@ -58,7 +58,7 @@ Failure PartFile::Open(const std::string& finalPath, const PartOrigin& origin,
                        const AbortCheck& abort)
 {
     const std::string folder = FolderOf(finalPath);
-    const std::string name = finalPath.substr(finalPath.rfind('/') + 1);
+    const std::string name = NameOf(finalPath);
     const std::size_t longest = LongestName(folder);
     if (Failure failure = CheckName(name, longest); failure.IsSet())
         return failure;
@@ -99,10 +99,7 @@ bool PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
             m_isLeft = true; // keeps the part
             return false;
         }
-        const ssize_t got =
-            ::pread(file.Get(), piece.data(), piece.size(), static_cast<off_t>(hashed));
-        if (got < 0 && errno == EINTR)
-            continue;
+        const ssize_t got = file.ReadAt(piece.data(), piece.size(), hashed);
         if (got <= 0)
             break;
         m_hash.Update(piece.data(), static_cast<std::size_t>(got));
@@ -215,21 +212,12 @@ Failure PartFile::Commit()
 bool PartFile::Flush()
 {
     m_hash.Update(m_buffer.data(), m_buffer.size());
-    std::size_t done = 0;
-    while (done < m_buffer.size()) {
-        const ssize_t put = ::pwrite(m_file.Get(), m_buffer.data() + done, m_buffer.size() - done,
-                                     static_cast<off_t>(m_flushedBytes));
-        if (put < 0 && errno == EINTR)
-            continue;
-        if (put <= 0)
-            return Fail("write");
-        done += static_cast<std::size_t>(put);
-        const std::int64_t before = m_flushedBytes;
-        m_flushedBytes += put;
-        if (before / kWriteBehindBytes != m_flushedBytes / kWriteBehindBytes)
-            ::sync_file_range(m_file.Get(), 0, static_cast<off_t>(m_flushedBytes),
-                              SYNC_FILE_RANGE_WRITE);
-    }
+    if (!m_file.WriteAt({m_buffer.data(), m_buffer.size()}, m_flushedBytes))
+        return Fail("write");
+    const std::int64_t before = std::exchange(m_flushedBytes, m_sizeBytes);
+    if (before / kWriteBehindBytes != m_flushedBytes / kWriteBehindBytes)
+        ::sync_file_range(m_file.Get(), 0, static_cast<off_t>(m_flushedBytes),
+                          SYNC_FILE_RANGE_WRITE);
     m_buffer.clear();
     return true;
 }

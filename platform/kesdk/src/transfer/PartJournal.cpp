@@ -75,11 +75,10 @@ void RemoveStaleParts(const std::string& folder, std::int64_t nowS)
 {
     for (const std::string& path : StaleFiles(folder, &IsLoosePart, nowS))
         ::unlink(path.c_str());
-    const std::string start = folder.back() == '/' ? folder : folder + '/';
-    const auto isOurs = [&](std::string_view name) {
-        return IsJournalName(name, kJournalSuffix) && WasToBeJournal(start + std::string(name));
-    };
-    for (const std::string& path : FilesIn(folder, isOurs)) {
+    const auto isMeant = [](std::string_view name) { return IsJournalName(name, kJournalSuffix); };
+    for (const std::string& path : FilesIn(folder, isMeant)) {
+        if (!WasToBeJournal(path))
+            continue;
         const std::string name(Without(path, kJournalSuffix));
         const std::string part = name.empty() ? name : name + std::string(kPartSuffix);
         const bool isOld = IsStale(path, nowS);

@@ -13,6 +13,13 @@ inline std::string FolderOf(const std::string& path)
     return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
+// The text behind the last slash.
+template <class String>
+String NameOf(const String& path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
 // The text without `end`. Empty if the text does not end so, or has nothing before.
 inline std::string_view Without(std::string_view text, std::string_view end)
 {

@@ -32,8 +32,8 @@ std::string JournalPath(const std::string& folder, const std::string& account, s
 // content.
 bool IsDecided(const Failure& failure)
 {
-    return !failure.IsSet() || failure.Is(EErrorCode::eNotFound) ||
-           failure.Is(EErrorCode::eFileGone) || failure.Is(EErrorCode::eForbidden);
+    return failure.Is(EErrorCode::eNone, EErrorCode::eNotFound, EErrorCode::eFileGone,
+                      EErrorCode::eForbidden);
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 
 #include "client/RetryingClient.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace kesdk::impl {

@@ -1,6 +1,8 @@
 // Files that are older than a week.
 #pragma once
 
+#include "base/Clock.h"
+
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -12,7 +14,6 @@ namespace kesdk::impl {
 // The console's clock, in seconds since 1970; it may be wrong. Injected for tests.
 using WallClock = std::function<std::int64_t()>;
 
-inline constexpr std::int64_t kDayS = 24 * 60 * 60;
 // The service keeps an unfinished upload for so long.
 inline constexpr std::int64_t kLongestAgeS = 7 * kDayS;
 

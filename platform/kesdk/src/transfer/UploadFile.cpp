@@ -36,15 +36,6 @@ bool IsSame(const struct stat& left, const struct stat& right)
     return IsSameContent(left, right) && IsSameTime(left.st_ctim, right.st_ctim);
 }
 
-ssize_t ReadAt(int file, char* buffer, std::size_t sizeBytes, std::int64_t offset)
-{
-    ssize_t got = -1;
-    do {
-        got = ::pread(file, buffer, sizeBytes, static_cast<off_t>(offset));
-    } while (got < 0 && errno == EINTR);
-    return got;
-}
-
 Failure ReadFailureOf(ssize_t got)
 {
     if (got == 0)
@@ -85,7 +76,7 @@ std::ptrdiff_t UploadFile::Read(char* buffer, std::size_t sizeBytes)
         return 0;
     const std::size_t wanted =
         static_cast<std::size_t>(std::min(left, static_cast<std::int64_t>(sizeBytes)));
-    const ssize_t got = ReadAt(m_file.Get(), buffer, wanted, m_position);
+    const ssize_t got = m_file.ReadAt(buffer, wanted, m_position);
     if (got <= 0) {
         m_readFailure = ReadFailureOf(got);
         return -1;
@@ -140,7 +131,7 @@ Failure UploadFile::HashUpTo(std::int64_t offsetBytes, const AbortCheck& abort)
             return Failure(EErrorCode::eAborted);
         const std::size_t wanted = static_cast<std::size_t>(
             std::min(offsetBytes - m_hashedBytes, static_cast<std::int64_t>(buffer.size())));
-        const ssize_t got = ReadAt(m_file.Get(), buffer.data(), wanted, m_hashedBytes);
+        const ssize_t got = m_file.ReadAt(buffer.data(), wanted, m_hashedBytes);
         if (got <= 0)
             return ReadFailureOf(got);
         m_hash.Update(buffer.data(), static_cast<std::size_t>(got));

@@ -2,6 +2,7 @@
 
 #include "base/DigestText.h"
 #include "base/Text.h"
+#include "transfer/Paths.h"
 
 #include <openssl/rand.h>
 
@@ -11,11 +12,6 @@
 namespace kesdk::impl {
 
 namespace {
-
-std::string NameOf(const std::string& path)
-{
-    return path.substr(path.rfind('/') + 1);
-}
 
 std::string NewKey()
 {
@@ -63,10 +59,8 @@ bool HasRecordsOf(const NewUpload& upload, const UploadRecord& answer)
 // Whether the service takes no such upload.
 bool IsRefusal(const Failure& failure)
 {
-    constexpr EErrorCode kRefusals[] = {EErrorCode::eNotFound, EErrorCode::eForbidden,
-                                        EErrorCode::eTooLarge, EErrorCode::eRefusedByService};
-    return std::find(std::begin(kRefusals), std::end(kRefusals), failure.code) !=
-           std::end(kRefusals);
+    return failure.Is(EErrorCode::eNotFound, EErrorCode::eForbidden, EErrorCode::eTooLarge,
+                      EErrorCode::eRefusedByService);
 }
 
 } // namespace
