@@ -114,7 +114,7 @@ class TransferTest(ScreensCase):
         self.assertEqual(self.reports_left(), content)
         self.assertEqual(self.files_at_service("From Console"), [])
         self.transfer_link.release()
-        window = self.logged_in_again(self.transfer_link)  # the journal belongs to this address
+        window = self.logged_in_again()
         self.show_files_to_upload(window, content)
         self.select(window, "report.zip")
         window.press("Upload")
@@ -123,9 +123,9 @@ class TransferTest(ScreensCase):
         self.assertEqual(self.reports_left(), {})
         self.assertEqual(window.close(), 0)
 
-    def logged_in_again(self, link=None):
-        """Starts the console again and logs in with the stored credentials."""
-        window = self.open_window(link)
+    def logged_in_again(self):
+        """Starts the console again at another address and logs in with the stored credentials."""
+        window = self.open_window()
         window.press("Login")
         window.until(lambda screen: screen.can_press("Logout"), "Logout")
         window.press("KELVO")

@@ -148,7 +148,6 @@ UploadJournal::Places UploadJournal::PlacesOf(const UploadOrigin& origin) const
             (folder == "." ? "./" : folder) + '.' + file};
 }
 
-// A journal of an earlier version also has an address, which is ignored.
 std::optional<std::string> UploadJournal::ReadKey(const std::string& place,
                                                   const UploadOrigin& origin) const
 {

@@ -106,8 +106,10 @@ Failure Uploads::Open(Job& job, const std::string& localPath)
     sent.upload.nameUtf8 = NameOf(localPath);
     sent.upload.lengthBytes = sent.file.SizeBytes();
     const timespec modified = sent.file.ModifiedAt();
-    sent.origin = {job.call.account, localPath,        sent.file.SizeBytes(),
-                   modified.tv_sec,  modified.tv_nsec, sent.upload.targetInboxIds};
+    // Without the service's address, which may change: no other service knows a random key.
+    const std::string accountUserId = job.call.account.substr(job.call.account.rfind('\n') + 1);
+    sent.origin = {accountUserId,   localPath,        sent.file.SizeBytes(),
+                   modified.tv_sec, modified.tv_nsec, sent.upload.targetInboxIds};
     if (const std::optional<std::string> key = m_journal.Find(sent.origin)) {
         sent.upload.idempotencyKey = *key;
         job.isResumed = true;

@@ -1,0 +1,68 @@
+// Uploads by SDK instances that share a journal folder, like a console that is restarted.
+#pragma once
+
+#include "support/UploadFixture.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace kesdk::impl {
+
+class UploadJournalTest : public UploadsTest
+{
+protected:
+    UploadJournalTest() { call.account = "https://service.test\n7"; }
+
+    Result<std::vector<FileRecord>> SendAsNewProcess()
+    {
+        Uploads process{api, timing, state.Path("own"), wallTimeS};
+        return SendBy(process, path, {inbox});
+    }
+    // Leaves 30 bytes on the service.
+    void BeginAndStop()
+    {
+        service.FailNext(Cut("POST /v1/uploads", test::Fault::EKind::eCutRequest, 20));
+        service.FailNext(Cut("PATCH", test::Fault::EKind::eCutRequest, 10));
+        AbortAfter("PATCH", 1);
+        EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eAborted);
+        call.abort = nullptr;
+        EXPECT_EQ(JournalCount(), 1u);
+        m_requestsBefore = service.Requests().size();
+    }
+    std::size_t JournalCount() const
+    {
+        std::error_code none;
+        return static_cast<std::size_t>(
+            std::distance(std::filesystem::directory_iterator(state.Path("own"), none), {}));
+    }
+    // A console removes a sent file. The journal is removed when the console starts again.
+    std::size_t JournalCountAfterRemoval()
+    {
+        std::filesystem::remove(path);
+        const Uploads process{api, timing, state.Path("own"), wallTimeS};
+        return JournalCount();
+    }
+    std::filesystem::path Journal() const
+    {
+        return std::filesystem::directory_iterator(state.Path("own"))->path();
+    }
+    // The request lines since BeginAndStop.
+    std::vector<std::string> SentSince() const
+    {
+        std::vector<std::string> lines;
+        const auto requests = service.Requests();
+        for (std::size_t i = m_requestsBefore; i < requests.size(); ++i)
+            lines.push_back(requests[i].Line());
+        return lines;
+    }
+    std::string LastContent() const { return service.Requests().back().content; }
+
+    kelvo::test::TempFolder state;
+    WallClock wallTimeS = RealConsoleFacts().wallTimeS;
+
+private:
+    std::size_t m_requestsBefore = 0;
+};
+
+} // namespace kesdk::impl

@@ -1,0 +1,123 @@
+// Where an upload's journal lies, how long it stays, and journals of an earlier version.
+#include "base/DigestText.h"
+#include "support/UploadJournalFixture.h"
+#include "transfer/JournalFile.h"
+
+namespace kesdk::impl {
+
+namespace {
+
+using test::Fault;
+
+} // namespace
+
+// A kill between the answer and the removal of the local file.
+TEST_F(UploadJournalTest, StoresNoSecondFileWhenTheConsoleIsKilledBeforeItRemovesTheFile)
+{
+    ExpectStored(SendAsNewProcess(), kContent);
+    ExpectStored(SendAsNewProcess(), kContent);
+    EXPECT_EQ(service.Count("PATCH"), 0);
+}
+
+TEST_F(UploadJournalTest, SendsAFileAgainInTheSameProcess)
+{
+    Uploads process{api, timing, state.Path("own")};
+    EXPECT_TRUE(SendBy(process, path, {inbox}));
+    EXPECT_TRUE(SendBy(process, path, {inbox}));
+    EXPECT_EQ(service.FileIds(inbox).size(), 2u);
+    EXPECT_EQ(JournalCount(), 1u);
+}
+
+TEST_F(UploadJournalTest, RemovesTheJournalOnceTheFileIsGone)
+{
+    Uploads process{api, timing, state.Path("own")};
+    EXPECT_TRUE(SendBy(process, path, {inbox}));
+    std::filesystem::remove(path);
+    process.ForgetRemovedFiles();
+    EXPECT_EQ(JournalCount(), 0u);
+}
+
+// As a memory stick that is not plugged in.
+TEST_F(UploadJournalTest, KeepsTheJournalOfAFileWhoseFolderIsGone)
+{
+    BeginAndStop();
+    const std::filesystem::path away = state.Path("away");
+    std::filesystem::rename(folder.Path(), away);
+    {
+        const Uploads process{api, timing, state.Path("own")};
+    }
+    std::filesystem::rename(away, folder.Path());
+    ExpectStored(SendAsNewProcess(), kContent);
+    EXPECT_EQ(LastContent(), kContent.substr(30));
+}
+
+TEST_F(UploadJournalTest, ResumesFromAJournalBesideTheFile)
+{
+    state.Write("file", "");
+    const auto send = [this] {
+        Uploads process{api, timing, state.Path("file/own")};
+        return SendBy(process, path, {inbox});
+    };
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    AbortAfter("POST /v1/uploads", 1);
+    EXPECT_EQ(send().failure.code, EErrorCode::eAborted);
+    EXPECT_EQ(folder.EntryCount(), 2u) << "the file and its journal";
+    call.abort = nullptr;
+    ExpectStored(send(), kContent);
+    EXPECT_EQ(LastContent(), kContent.substr(20));
+    Uploads process{api, timing, state.Path("file/own")};
+    EXPECT_TRUE(SendBy(process, path, {inbox}));
+    EXPECT_EQ(service.FileIds(inbox).size(), 1u) << "the journal is of an earlier process";
+    std::filesystem::remove(path);
+    process.ForgetRemovedFiles();
+    EXPECT_EQ(folder.EntryCount(), 0u);
+}
+
+TEST_F(UploadJournalTest, RemovesStaleJournalsBesideTheFileAndNothingElse)
+{
+    const std::string digest(64, 'a');
+    const std::string mine = "." + digest + ".upload.new";
+    const std::string others[] = {"mine.upload", ".mine.upload", digest + ".upload",
+                                  "." + digest + ".uploads", "." + digest + ".upload"};
+    for (const std::string& name : others)
+        folder.Write(name, "the operator's");
+    folder.Write(mine, "kesdk jou");
+    const std::int64_t nowS = test::NextMonthS();
+    for (const std::string& name : others)
+        folder.Date(name, nowS - test::kWeekS - test::kHourS);
+    folder.Date(mine, nowS - test::kWeekS - test::kHourS);
+    wallTimeS = [nowS] { return nowS; };
+    ExpectStored(SendAsNewProcess(), kContent);
+    for (const std::string& name : others)
+        EXPECT_TRUE(folder.Has(name)) << name;
+    EXPECT_FALSE(folder.Has(mine));
+}
+
+// An earlier version of the library named the journal also after the service's address.
+TEST_F(UploadJournalTest, IgnoresTheJournalOfAnEarlierVersion)
+{
+    BeginAndStop();
+    std::string text = *ReadJournal(Journal());
+    const std::string account = R"("account":"7")";
+    ASSERT_NE(text.find(account), std::string::npos);
+    text.replace(text.find(account), account.size(), R"("account":"https://service.test\n7")");
+    std::filesystem::remove(Journal());
+    const std::string name = call.account + '\n' + path + '\n' + std::to_string(inbox);
+    ASSERT_TRUE(WriteJournal(state.Path("own/" + HexDigestOf(name) + ".upload"), text));
+    ExpectStored(SendAsNewProcess(), kContent);
+    EXPECT_EQ(LastContent(), kContent);
+    EXPECT_EQ(JournalCountAfterRemoval(), 0u);
+}
+
+TEST_F(UploadJournalTest, SendsEachFileUnderAKeyOfItsOwn)
+{
+    const std::string other = folder.Write("other.txt", kContent);
+    EXPECT_TRUE(Send());
+    EXPECT_TRUE(SendBy(uploads, other, {inbox}));
+    const auto requests = service.Requests();
+    const std::string key = requests.back().Header("Idempotency-Key");
+    EXPECT_EQ(key.size(), 64u);
+    EXPECT_NE(key, requests[requests.size() - 2].Header("Idempotency-Key"));
+}
+
+} // namespace kesdk::impl
