@@ -27,7 +27,7 @@ void TWindowSession::OpenSettings()
         m_settingsPage->Show(m_stored);
         m_window->AddPage(m_settingsPage.get(), tr("Settings"));
     }
-    // Also for the shown page: a second touch has released the launcher's button.
+    // A second touch has released the launcher's button, so the shown page is shown again.
     m_window->ShowPage(m_settingsPage.get());
 }
 

@@ -27,7 +27,7 @@ struct UploadRequest
 /** Throws precondition-failed with the service's version. */
 void requireTusVersion(const http::Request& request);
 
-/** Also checks name, targets, length and key. */
+/** Throws a problem if the name, the targets, the length or the key is not valid. */
 UploadRequest readUploadRequest(const http::Request& request, long long maxUploadBytes);
 
 long long readOffset(const http::Request& request);

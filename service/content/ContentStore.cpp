@@ -30,7 +30,7 @@ void makeFolder(const fs::path& folder)
         throwErrno("mkdir");
     }
     try {
-        // Also if the folder existed: its creator may not have synced it yet.
+        // The parent is synced even if the folder existed: its creator may not have synced it yet.
         syncFolder(folder.parent_path());
     } catch (const std::system_error&) {
         if (isNew) {

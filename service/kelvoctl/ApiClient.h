@@ -21,7 +21,7 @@ using Headers = std::map<std::string, std::string>;
 
 // The content of a request, with a known length. Called from inside send(). It cannot be rewound:
 // libcurl would then send it again by itself when a kept connection is cut, and the service refuses
-// the repeat of an upload with a body. Such a cut is an Unreachable that is retryable.
+// the repeat of an upload with a body. send() reports the cut as an Unreachable that is retryable.
 class ContentSource
 {
 public:

@@ -10,7 +10,7 @@ namespace kelvoctl {
 std::string percentEncoded(std::string_view text);
 
 // False for names that are paths or that hide something: "", ".", "..", and names with '/' or a
-// control character. Such a name is never used in the file system.
+// control character. kelvoctl never uses an unsafe name in the file system.
 bool isSafeFileName(std::string_view name);
 
 // Replaces control characters by '?': a name comes from another user, and a terminal would obey

@@ -35,7 +35,7 @@ inline constexpr long long maxDevicesOfAFarm = 1000;
 void setDevice(Transaction& transaction, Id console, const std::string& hardwareAddress,
                const std::string& document, long long nowMs);
 
-/** Adds the newest position of the console's track, whatever its time. */
+/** Adds the position as the newest of the console's track, even if its time is older. */
 void addPosition(Transaction& transaction, Id console, Id user, const Position& position);
 
 /** Removes old positions, except each console's newest position. */

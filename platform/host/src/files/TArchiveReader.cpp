@@ -137,8 +137,8 @@ std::int64_t TArchiveReader::OnSeek(archive*, void* self, std::int64_t offset, i
     return reader.m_position = position;
 }
 
-// libarchive does not accept an archive without entries. Such an archive consists of the end
-// record.
+// libarchive does not accept an archive without entries. An archive without entries consists of the
+// end record.
 bool TArchiveReader::IsEmptyArchive() const
 {
     constexpr std::size_t END_RECORD_BYTES = 22;

@@ -18,7 +18,7 @@ namespace {
 constexpr std::string_view kPartSuffix = ".part";
 constexpr std::string_view kJournalSuffix = ".part.journal";
 constexpr std::size_t kLooseDigestBytes = 16; // in hexadecimal
-// The longest suffix, longer than that of a new journal.
+// The suffix of a part without a journal is longer than the suffix of a new journal.
 constexpr std::size_t kLongestSuffixBytes = 1 + kLooseDigestBytes + kPartSuffix.size();
 
 std::string TextOf(const PartOrigin& origin)

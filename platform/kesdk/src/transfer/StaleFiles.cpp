@@ -14,8 +14,8 @@ namespace kesdk::impl {
 
 namespace {
 
-// Files of the version before this one are hardly older. A clock that was never set shows a year
-// long before.
+// Even a file of the version before this one is younger. A clock that was never set shows a date
+// that is years older.
 constexpr std::int64_t kLongestBeforeBuildS = 100 * kDayS;
 
 struct CloseFolder

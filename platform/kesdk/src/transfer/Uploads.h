@@ -28,9 +28,9 @@ namespace kesdk::impl {
 //     └──(offset)──► continue ┴──┘               404 to continue: begin with a new key
 //
 // A result is this upload's only if the digest, the number of files and, where the answer has them,
-// names, sizes and targets are those that were sent. Nothing else is believed or deleted. If the
-// key's own result has the right records but another digest, the file changed on the way: that copy
-// is deleted, with a later upload if the link drops now.
+// names, sizes and targets are those that were sent. The SDK believes and deletes no other file. If
+// the key's own result has the right records but another digest, the file changed on the way: that
+// copy is deleted, with a later upload if the link drops now.
 //
 // Errors: as Failure; the local file stays as it is. Retry: safe.
 class Uploads
