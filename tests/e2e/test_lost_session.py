@@ -106,7 +106,7 @@ class LostSessionTest(FarmCase):
         console = self.logged_in()
         self.assertEqual(self.service.open_streams(), 1)
         self.assert_ok(console.run("logout"))
-        self.assertEqual(self.service.open_streams(), 0)
+        self.assertEqual(self.service.streams_left_open(), 0)
         result = console.run("logout")
         self.assert_ok(result)
         self.assertFalse(result.signals("KelvoLogoutRequested"))

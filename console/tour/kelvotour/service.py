@@ -12,6 +12,7 @@ import urllib.error
 import urllib.request
 
 GUARD_SECONDS = 60  # ends only a process that hangs
+STREAM_END_SECONDS = 20
 READY = re.compile(r"^kelvo-service: listening on https://\S+, metrics on http://\S+\n$")
 SAMPLE = re.compile(r'^(\w+)(?:\{(.*)\})? (\S+)$')
 LABEL = re.compile(r'(\w+)="((?:[^"\\]|\\.)*)"')
@@ -121,6 +122,17 @@ class Service:
 
     def open_streams(self):
         return total(self.metrics(), "kelvo_event_streams_open")
+
+    def streams_left_open(self):
+        """The open event streams after all sessions have ended.
+
+        The service closes a stream shortly after it has sent the reply to the logout. A stream that only the
+        comment every 60 s would close stays longer than this waits.
+        """
+        end = time.monotonic() + STREAM_END_SECONDS
+        while (count := self.open_streams()) > 0 and time.monotonic() < end:
+            pass
+        return count
 
 
 def total(page, name):
