@@ -259,4 +259,35 @@
         <translation>Einrichtung mit Fehlern abgeschlossen</translation>
     </message>
 </context>
+<context>
+    <name>TKelvoThreadObject</name>
+    <message>
+        <source>%1 File no longer exists. File index not found.</source>
+        <translation>%1 Die Datei gibt es nicht mehr. Dateiindex nicht gefunden.</translation>
+    </message>
+    <message>
+        <source>%1 File no longer exists. File Index not found</source>
+        <translation>%1 Die Datei gibt es nicht mehr. Dateiindex nicht gefunden</translation>
+    </message>
+    <message>
+        <source>File no longer exists.</source>
+        <translation>Die Datei gibt es nicht mehr.</translation>
+    </message>
+    <message>
+        <source>Failed to unzip file</source>
+        <translation>Die Datei konnte nicht entpackt werden</translation>
+    </message>
+    <message>
+        <source>All files</source>
+        <translation>Alle Dateien</translation>
+    </message>
+    <message>
+        <source>Creation of user folder &apos;%1&apos; failed</source>
+        <translation>Der Benutzerordner &apos;%1&apos; konnte nicht angelegt werden</translation>
+    </message>
+    <message>
+        <source>User folder &apos;%1&apos; created but reported as not found. Log out, re-login and retry uploading files</source>
+        <translation>Der Benutzerordner &apos;%1&apos; wurde angelegt, aber nicht gefunden. Melden Sie sich ab und wieder an und laden Sie die Dateien erneut hoch</translation>
+    </message>
+</context>
 </TS>

@@ -259,4 +259,35 @@
         <translation>Configuración completada con errores</translation>
     </message>
 </context>
+<context>
+    <name>TKelvoThreadObject</name>
+    <message>
+        <source>%1 File no longer exists. File index not found.</source>
+        <translation>%1 El archivo ya no existe. No se encontró el índice del archivo.</translation>
+    </message>
+    <message>
+        <source>%1 File no longer exists. File Index not found</source>
+        <translation>%1 El archivo ya no existe. No se encontró el índice del archivo</translation>
+    </message>
+    <message>
+        <source>File no longer exists.</source>
+        <translation>El archivo ya no existe.</translation>
+    </message>
+    <message>
+        <source>Failed to unzip file</source>
+        <translation>No se pudo descomprimir el archivo</translation>
+    </message>
+    <message>
+        <source>All files</source>
+        <translation>Todos los archivos</translation>
+    </message>
+    <message>
+        <source>Creation of user folder &apos;%1&apos; failed</source>
+        <translation>No se pudo crear la carpeta de usuario &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>User folder &apos;%1&apos; created but reported as not found. Log out, re-login and retry uploading files</source>
+        <translation>Se creó la carpeta de usuario &apos;%1&apos;, pero no se encuentra. Cierre la sesión, iníciela de nuevo y vuelva a enviar los archivos</translation>
+    </message>
+</context>
 </TS>

@@ -259,4 +259,35 @@
         <translation>Configuration terminée avec des erreurs</translation>
     </message>
 </context>
+<context>
+    <name>TKelvoThreadObject</name>
+    <message>
+        <source>%1 File no longer exists. File index not found.</source>
+        <translation>%1 Le fichier n&apos;existe plus. Index du fichier introuvable.</translation>
+    </message>
+    <message>
+        <source>%1 File no longer exists. File Index not found</source>
+        <translation>%1 Le fichier n&apos;existe plus. Index du fichier introuvable</translation>
+    </message>
+    <message>
+        <source>File no longer exists.</source>
+        <translation>Le fichier n&apos;existe plus.</translation>
+    </message>
+    <message>
+        <source>Failed to unzip file</source>
+        <translation>Impossible de décompresser le fichier</translation>
+    </message>
+    <message>
+        <source>All files</source>
+        <translation>Tous les fichiers</translation>
+    </message>
+    <message>
+        <source>Creation of user folder &apos;%1&apos; failed</source>
+        <translation>La création du dossier utilisateur &apos;%1&apos; a échoué</translation>
+    </message>
+    <message>
+        <source>User folder &apos;%1&apos; created but reported as not found. Log out, re-login and retry uploading files</source>
+        <translation>Le dossier utilisateur &apos;%1&apos; a été créé, mais il est introuvable. Déconnectez-vous, reconnectez-vous et renvoyez les fichiers</translation>
+    </message>
+</context>
 </TS>

@@ -259,4 +259,35 @@
         <translation>Konfiguracja zakończona z błędami</translation>
     </message>
 </context>
+<context>
+    <name>TKelvoThreadObject</name>
+    <message>
+        <source>%1 File no longer exists. File index not found.</source>
+        <translation>%1 Plik już nie istnieje. Nie znaleziono indeksu pliku.</translation>
+    </message>
+    <message>
+        <source>%1 File no longer exists. File Index not found</source>
+        <translation>%1 Plik już nie istnieje. Nie znaleziono indeksu pliku</translation>
+    </message>
+    <message>
+        <source>File no longer exists.</source>
+        <translation>Plik już nie istnieje.</translation>
+    </message>
+    <message>
+        <source>Failed to unzip file</source>
+        <translation>Nie udało się rozpakować pliku</translation>
+    </message>
+    <message>
+        <source>All files</source>
+        <translation>Wszystkie pliki</translation>
+    </message>
+    <message>
+        <source>Creation of user folder &apos;%1&apos; failed</source>
+        <translation>Nie udało się utworzyć folderu użytkownika &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>User folder &apos;%1&apos; created but reported as not found. Log out, re-login and retry uploading files</source>
+        <translation>Folder użytkownika &apos;%1&apos; został utworzony, ale nie można go znaleźć. Wyloguj się, zaloguj ponownie i jeszcze raz wyślij pliki</translation>
+    </message>
+</context>
 </TS>

@@ -259,4 +259,35 @@
         <translation>Configuração concluída com erros</translation>
     </message>
 </context>
+<context>
+    <name>TKelvoThreadObject</name>
+    <message>
+        <source>%1 File no longer exists. File index not found.</source>
+        <translation>%1 O arquivo não existe mais. Índice do arquivo não encontrado.</translation>
+    </message>
+    <message>
+        <source>%1 File no longer exists. File Index not found</source>
+        <translation>%1 O arquivo não existe mais. Índice do arquivo não encontrado</translation>
+    </message>
+    <message>
+        <source>File no longer exists.</source>
+        <translation>O arquivo não existe mais.</translation>
+    </message>
+    <message>
+        <source>Failed to unzip file</source>
+        <translation>Não foi possível descompactar o arquivo</translation>
+    </message>
+    <message>
+        <source>All files</source>
+        <translation>Todos os arquivos</translation>
+    </message>
+    <message>
+        <source>Creation of user folder &apos;%1&apos; failed</source>
+        <translation>Não foi possível criar a pasta do usuário &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>User folder &apos;%1&apos; created but reported as not found. Log out, re-login and retry uploading files</source>
+        <translation>A pasta do usuário &apos;%1&apos; foi criada, mas não foi encontrada. Saia, entre de novo e envie os arquivos outra vez</translation>
+    </message>
+</context>
 </TS>

@@ -1,4 +1,4 @@
-// The screens in each built language.
+// The plug-in in each built language.
 #include "support/WidgetTestMain.h"
 #include "tests/screens/TControllerFixture.h"
 
@@ -20,26 +20,31 @@ void tst_Translations::isTranslated_data()
 {
     QTest::addColumn<QString>("login");
     QTest::addColumn<QString>("maps");
-    const auto row = [](const char* language, const char* login, const char* maps) {
-        QTest::newRow(language) << QString::fromUtf8(login) << QString::fromUtf8(maps);
+    QTest::addColumn<QString>("unzip");
+    const auto row = [](const char* language, const char* login, const char* maps,
+                        const char* unzip) {
+        QTest::newRow(language) << QString::fromUtf8(login) << QString::fromUtf8(maps)
+                                << QString::fromUtf8(unzip);
     };
-    row("de", "Anmelden", "Applikationskarten");
-    row("fr", "Connexion", "Cartes de préconisation");
-    row("es", "Iniciar sesión", "Mapas de prescripción");
-    row("pt_BR", "Entrar", "Mapas de prescrição");
-    row("pl", "Zaloguj", "Mapy aplikacyjne");
+    row("de", "Anmelden", "Applikationskarten", "Die Datei konnte nicht entpackt werden");
+    row("fr", "Connexion", "Cartes de préconisation", "Impossible de décompresser le fichier");
+    row("es", "Iniciar sesión", "Mapas de prescripción", "No se pudo descomprimir el archivo");
+    row("pt_BR", "Entrar", "Mapas de prescrição", "Não foi possível descompactar o arquivo");
+    row("pl", "Zaloguj", "Mapy aplikacyjne", "Nie udało się rozpakować pliku");
 }
 
 void tst_Translations::isTranslated()
 {
     QFETCH(QString, login);
     QFETCH(QString, maps);
+    QFETCH(QString, unzip);
     QTranslator translator;
     QVERIFY(translator.load(QStringLiteral("%1/kelvo_%2.qm")
                                 .arg(QStringLiteral(KELVO_TRANSLATIONS_FOLDER),
                                      QString::fromLatin1(QTest::currentDataTag()))));
     QVERIFY(QCoreApplication::installTranslator(&translator));
 
+    QCOMPARE(QCoreApplication::translate("TKelvoThreadObject", "Failed to unzip file"), unzip);
     TControllerFixture f;
     f.SetUp(true);
     const TKelvoMiniView miniView(nullptr, f.levels);
