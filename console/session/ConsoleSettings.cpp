@@ -148,6 +148,7 @@ void ExportToEnvironment(const TConsoleSettings& settings)
     if (!settings.authorityFile.isEmpty()) {
         qputenv("KESDK_CA_FILE", settings.authorityFile.toLocal8Bit());
     }
+    qputenv("LANGUAGE", settings.language.isEmpty() ? "en" : settings.language.toLatin1());
     // The SDK's journal of unfinished uploads. With it an upload resumes after a restart.
     if (!settings.dataFolder.isEmpty() && qEnvironmentVariableIsEmpty("KESDK_STATE_FOLDER")) {
         qputenv("KESDK_STATE_FOLDER",

@@ -22,6 +22,7 @@ void FillIn(console::TConsoleSettings& settings, const console::TStoredSettings&
     if (settings.authorityFile.isEmpty()) {
         settings.authorityFile = stored.authorityFile;
     }
+    settings.language = stored.language;
     QString errorText; // the console starts also if the stored log is missing
     if (!settings.isGpsGiven && !stored.positionSource.isEmpty() &&
         !console::ParseGpsSetting(stored.positionSource, settings.gps, errorText)) {

@@ -1,16 +1,17 @@
 // The library's entry point: which URLs it takes.
 #include "kesdk/api/IEnterpriseConnection.h"
+#include "support/Variable.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace kesdk::impl {
 
 namespace {
+
+using test::Variable;
 
 std::unique_ptr<api::IEnterpriseConnection> Create(const char* url)
 {
@@ -19,31 +20,6 @@ std::unique_ptr<api::IEnterpriseConnection> Create(const char* url)
     EXPECT_EQ(isCreated, created != nullptr);
     return std::unique_ptr<api::IEnterpriseConnection>(created);
 }
-
-// Gives the environment variable another value until the end of the scope.
-class Variable
-{
-public:
-    Variable(const char* name, const char* value) : m_name(name)
-    {
-        if (const char* before = std::getenv(name))
-            m_before = before;
-        ::setenv(name, value, 1);
-    }
-    ~Variable()
-    {
-        if (m_before)
-            ::setenv(m_name, m_before->c_str(), 1);
-        else
-            ::unsetenv(m_name);
-    }
-    Variable(const Variable&) = delete;
-    Variable& operator=(const Variable&) = delete;
-
-private:
-    const char* m_name;
-    std::optional<std::string> m_before;
-};
 
 } // namespace
 

@@ -128,6 +128,18 @@ private Q_SLOTS:
         QCOMPARE(qgetenv("KESDK_STATE_FOLDER"), QByteArray("/tractor/data/state/kesdk"));
         QCOMPARE(qgetenv("KELVO_API_HOST"), QByteArray("farm.example:1"));
         QCOMPARE(qgetenv("KESDK_CA_FILE"), authority.fileName().toLocal8Bit());
+        QCOMPARE(qgetenv("LANGUAGE"), QByteArray("en"));
+    }
+
+    void exportsTheLanguage()
+    {
+        TConsoleSettings settings;
+        settings.language = QStringLiteral("pt_BR");
+        qputenv("LANGUAGE", "de");
+        console::ExportToEnvironment(settings);
+        QCOMPARE(qgetenv("LANGUAGE"), QByteArray("pt_BR"));
+        console::ExportToEnvironment(TConsoleSettings());
+        QCOMPARE(qgetenv("LANGUAGE"), QByteArray("en"));
     }
 
     void leavesTheEnvironmentAloneWithoutOptions()

@@ -1,4 +1,5 @@
 // The library's one entry point.
+#include "base/Catalogue.h"
 #include "base/SystemClock.h"
 #include "connection/Connection.h"
 #include "http/CurlTransport.h"
@@ -83,6 +84,7 @@ bool CreateKESDKInstance(IEnterpriseConnection** out, const char* url)
     if (!baseUrl)
         return false;
     try {
+        UseCatalogues(FolderOfCatalogues());
         const auto trust = std::make_shared<const TrustStore>(FromEnvironment("KESDK_CA_FILE"));
         *out = new Connection(
             {MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust)},
