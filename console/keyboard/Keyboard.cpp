@@ -17,7 +17,10 @@ namespace {
 const char* const panelText = R"(
 import QtQuick 2.15
 import QtQuick.VirtualKeyboard 2.15
+import QtQuick.VirtualKeyboard.Settings 2.15
 Item {
+    // Otherwise the keys have the British layout in every language.
+    Component.onCompleted: VirtualKeyboardSettings.locale = Qt.locale().name
     readonly property real panelHeight: panel.height
     InputPanel { id: panel; width: parent.width }
 }
