@@ -2,9 +2,9 @@
 #include "console/settings/Scrolling.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/translations/DrawnTexts.h"
+#include "console/translations/ScreenFaults.h"
 #include "console/translations/TInLanguage.h"
 #include "console/window/Geometry.h"
-#include "console/window/TIconButton.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TLinkBanner.h"
 #include "console/window/TMainWindow.h"
@@ -37,38 +37,6 @@ private:
     static constexpr int firstChoiceRow = 4;
 
     QTemporaryDir m_folder;
-
-    // A line for each cut text; empty if there is none.
-    static QString Faults(QWidget& widget)
-    {
-        // A change of one layout may change another layout.
-        for (int pass = 0; pass < 10; ++pass) {
-            QCoreApplication::processEvents();
-        }
-        QStringList faults = CutOffWidgets(widget);
-        const QStringList texts = DrawnTexts(widget);
-        for (const QString& text : texts) {
-            if (text.contains(QChar(0x2026))) {
-                faults << QStringLiteral("elided: ") + text;
-            }
-        }
-        const QList<QLabel*> labels = widget.findChildren<QLabel*>();
-        for (const QLabel* const label : labels) {
-            const int height = label->hasHeightForWidth() ? label->heightForWidth(label->width())
-                                                          : label->sizeHint().height();
-            if (label->isVisible() &&
-                (label->height() < height || label->width() < label->minimumSizeHint().width())) {
-                faults << QStringLiteral("cut: ") + label->text();
-            }
-        }
-        const QList<console::TIconButton*> buttons = widget.findChildren<console::TIconButton*>();
-        for (const console::TIconButton* const button : buttons) {
-            if (button->isVisible() && !texts.contains(button->text())) {
-                faults << QStringLiteral("shortened: ") + button->text();
-            }
-        }
-        return faults.join(QLatin1Char('\n'));
-    }
 
     // States with the longest texts.
     static QList<console::TPositionState> Positions()

@@ -85,7 +85,8 @@ void TMessageText::SetMessage(const QString& message)
 int TMessageText::HeightFor(int width) const
 {
     const std::unique_ptr<QTextDocument> copy(document()->clone());
-    copy->setTextWidth(width);
+    // Beside its scroll bar the text may need one more line, and then the scroll bar would stay.
+    copy->setTextWidth(width - verticalScrollBar()->sizeHint().width());
     return static_cast<int>(std::ceil(copy->size().height())) + 2;
 }
 
