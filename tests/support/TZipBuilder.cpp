@@ -101,7 +101,7 @@ QByteArray DirectoryEntry(const TZipEntry& entry, quint64 offset)
     if (offset >= largest32) {
         Put<quint64>(sizes.large, offset);
     }
-    const QByteArray extra = ExtraField(sizes.large);
+    const QByteArray extra = ExtraField(sizes.large) + entry.moreExtra;
     QByteArray bytes("PK\1\2");
     Put<quint16>(bytes, madeByUnix);
     PutCommon(bytes, entry, sizes, entry.name, extra);
@@ -194,7 +194,7 @@ QByteArray LocalEntry(const TZipEntry& entry)
 {
     const TSizes sizes = SizesOf(entry);
     const QByteArray name = entry.localName.value_or(entry.name);
-    const QByteArray extra = ExtraField(sizes.large);
+    const QByteArray extra = ExtraField(sizes.large) + entry.moreExtra;
     QByteArray bytes("PK\3\4");
     PutCommon(bytes, entry, sizes, name, extra);
     return bytes + name + extra + sizes.packed;

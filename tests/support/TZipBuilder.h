@@ -33,6 +33,7 @@ struct TZipEntry
     std::optional<QByteArray> localName = {};  // another name than in the directory
     // The offset of an existing local entry to use. Without it the entry gets its own.
     std::optional<quint64> localOffset = {};
+    QByteArray moreExtra = {}; // behind the extra fields of both headers
 };
 
 class TZipBuilder

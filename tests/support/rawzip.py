@@ -20,6 +20,7 @@ class Entry:
     attributes: int = REGULAR
     extra: bytes = b""
     deflated: bool = False
+    local_flags: int | None = None  # flags of the entry's own header, if they differ from the directory's
 
 
 def unicode_path(name, unicode_name):
@@ -33,11 +34,13 @@ def archive_of(*entries):
     body, directory = b"", b""
     for entry in entries:
         data = deflate(entry.content) if entry.deflated else entry.content
-        common = struct.pack("<HHHHLLLHH", entry.flags, 8 if entry.deflated else 0, 0, DATE, zlib.crc32(entry.content),
+        flags = struct.pack("<H", entry.flags)
+        local_flags = flags if entry.local_flags is None else struct.pack("<H", entry.local_flags)
+        common = struct.pack("<HHHLLLHH", 8 if entry.deflated else 0, 0, DATE, zlib.crc32(entry.content),
                              len(data), len(entry.content), len(entry.name), len(entry.extra))
-        directory += (struct.pack("<4sBBH", b"PK\1\2", 20, entry.system, 20) + common
+        directory += (struct.pack("<4sBBH", b"PK\1\2", 20, entry.system, 20) + flags + common
                       + struct.pack("<HHHLL", 0, 0, 0, entry.attributes, len(body)) + entry.name + entry.extra)
-        body += struct.pack("<4sH", b"PK\3\4", 20) + common + entry.name + entry.extra + data
+        body += struct.pack("<4sH", b"PK\3\4", 20) + local_flags + common + entry.name + entry.extra + data
     end = struct.pack("<4sHHHHLLH", b"PK\5\6", 0, 0, len(entries), len(entries), len(directory), len(body), 0)
     return body + directory + end
 

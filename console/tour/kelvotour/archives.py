@@ -7,7 +7,7 @@ import zipfile
 import zlib
 from pathlib import Path
 
-from .entries import is_refused, paths_of
+from .entries import is_refused, paths_of, take_own_flags
 
 SUFFIXES = (".zip", ".ZIP")
 LARGE_BYTES = 6 * 1024 * 1024
@@ -62,6 +62,7 @@ def expected_files(path):
     try:
         with zipfile.ZipFile(path) as archive:
             entries = archive.infolist()
+            take_own_flags(archive, entries)
             if is_refused(entries, path.stat().st_size):
                 return None
             return {name: digest_of(archive.open(entry)) for name, entry in paths_of(entries).items()}

@@ -4,6 +4,7 @@ This module is written from the rules and not from the console's code, so that a
 the bytes of the names, because Python's zipfile decodes names by other rules.
 """
 
+import itertools
 import re
 import stat
 import struct
@@ -35,6 +36,18 @@ def is_refused(entries, archive_bytes):
     return any(has_bad_name(name_of(entry)) for entry in entries) or has_clash(entries)
 
 
+def take_own_flags(archive, entries):
+    """Gives each entry the mark for Unicode of its own header. 7-Zip and others write the mark into one header only, and
+    Python's zipfile then takes the two names for different names."""
+    for entry in entries:
+        archive.fp.seek(entry.header_offset)
+        (flags,) = struct.unpack("<6xH", archive.fp.read(8))
+        if (flags ^ entry.flag_bits) & UTF8_FLAG:
+            raw = raw_name(entry)
+            entry.flag_bits ^= UTF8_FLAG
+            entry.orig_filename = raw.decode(encoding_of(entry))
+
+
 def paths_of(entries):
     """{relative path: entry} of the files."""
     return {path_of(entry): entry for entry in entries if not is_folder(entry)}
@@ -47,16 +60,26 @@ def path_of(entry):
 
 def name_of(entry):
     """The entry's name with '/' between its folders. A Unicode name is composed (NFC)."""
-    name = entry.orig_filename.split("\0")[0]
-    is_unicode = entry.flag_bits & UTF8_FLAG
-    # Without the flag zipfile decodes code page 437, which has a character for every byte.
-    raw = name.encode("utf-8" if is_unicode else "cp437")
+    raw = raw_name(entry).split(b"\0")[0]
     field = unicode_path(entry, raw)
-    if field or is_unicode:
-        name = unicodedata.normalize("NFC", (field or raw).decode())
-    else:
-        name = decoded(raw)
+    name = composed((field or raw).decode()) if field or entry.flag_bits & UTF8_FLAG else decoded(raw)
     return name.replace("\\", "/")
+
+
+def raw_name(entry):
+    """The bytes of the name."""
+    return entry.orig_filename.encode(encoding_of(entry))
+
+
+def encoding_of(entry):
+    """The encoding that zipfile uses. Without the mark it is code page 437, which has a character for every byte."""
+    return "utf-8" if entry.flag_bits & UTF8_FLAG else "cp437"
+
+
+def composed(name):
+    """Joins characters with the marks behind them. A character that Unicode knows under two codes keeps its code."""
+    runs = itertools.groupby(name, lambda character: unicodedata.normalize("NFC", character) == character)
+    return "".join(unicodedata.normalize("NFC", "".join(run)) if is_plain else "".join(run) for is_plain, run in runs)
 
 
 def decoded(raw):

@@ -8,6 +8,9 @@ ZEROS = bytes(11 * 1024 * 1024)
 ACCEPTED = {
     "unicode-unsaid.zip": ([Entry("a/Schläge.xml".encode())], ["a/Schläge.xml"]),
     "unicode-said.zip": ([Entry("b/Düngung.xml".encode(), flags=UTF8_FLAG)], ["b/Düngung.xml"]),
+    "unicode-said-in-directory.zip": ([Entry("o/Größe.xml".encode(), flags=UTF8_FLAG, local_flags=0)], ["o/Größe.xml"]),
+    "unicode-said-at-entry.zip": ([Entry("p/Größe.xml".encode(), local_flags=UTF8_FLAG)], ["p/Größe.xml"]),
+    "one-code-two-forms.zip": ([Entry("q/\u212b.xml".encode(), flags=UTF8_FLAG)], ["q/\u212b.xml"]),
     "decomposed.zip": ([Entry("c/Scha\u0308ge.xml".encode(), flags=UTF8_FLAG)], ["c/Sch\u00e4ge.xml"]),
     "windows.zip": ([Entry("d/östlich.xml".encode("cp850"))], ["d/östlich.xml"]),
     "windows-both.zip": ([Entry(b"e/?.xml", extra=unicode_path(b"e/?.xml", "e/ž.xml"))], ["e/ž.xml"]),

@@ -68,7 +68,7 @@ void tst_FarFuture::unpacksOverFilesAndFolders()
     QVERIFY(fixture.SetContent(before));
     QVERIFY(DateAll(fixture.Destination()));
     QVERIFY(fixture.SetArchive(
-        TZipBuilder().AddFile("a.txt", "new").AddFolder("map").AddFile("map/b.txt", "new")));
+        TZipBuilder().AddFile("a.txt", "new").AddFolder("map/").AddFile("map/b.txt", "new")));
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
     TFolderImage after = before;
     after[QStringLiteral("a.txt")] = after[QStringLiteral("map/b.txt")] = "file:new";

@@ -53,7 +53,7 @@ private Q_SLOTS:
     void keepsToTheLimits();
     void refusesATooHighRatio();
     void refusesOverlappingFiles();
-    void unpacksOneContentOfManyNamesOnce();
+    void refusesOneContentOfManyNames();
     void keepsAnArchiveInAnArchiveAsAFile();
 };
 
@@ -107,39 +107,35 @@ void tst_UnzipBombs::refusesATooHighRatio()
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
 }
 
-// Each byte of the archive is unpacked once for each file that contains the byte.
+// Otherwise each byte of the archive would be unpacked once for each file that contains the byte.
 void tst_UnzipBombs::refusesOverlappingFiles()
 {
-    TUnzipFixture fixture;
-    QVERIFY(fixture.SetArchive(FilesInEachOther(3, 1000)));
-    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    QCOMPARE(fixture.Content().size(), 3);
-    QCOMPARE(fixture.Content().value(QStringLiteral("f2")), "file:" + QByteArray(1000, 'x'));
-
-    QVERIFY(fixture.SetArchive(FilesInEachOther(400, 65536)));
-    const TFolderImage before = fixture.Everything();
-    QVERIFY(!fixture.Unzip());
-    QVERIFY2(fixture.ErrorText().contains(QStringLiteral("unpacked it is larger than")),
-             qPrintable(fixture.ErrorText()));
-    QVERIFY(fixture.Everything() == before);
+    for (const int files : {2, 3, 400}) {
+        TUnzipFixture fixture;
+        QVERIFY(fixture.SetArchive(FilesInEachOther(files, 65536)));
+        const TFolderImage before = fixture.Everything();
+        QVERIFY(!fixture.Unzip());
+        QVERIFY2(fixture.ErrorText().contains(QStringLiteral("its entries overlap")),
+                 qPrintable(fixture.ErrorText()));
+        QVERIFY(fixture.Everything() == before);
+    }
 }
 
-void tst_UnzipBombs::unpacksOneContentOfManyNamesOnce()
+void tst_UnzipBombs::refusesOneContentOfManyNames()
 {
-    const TZipEntry file = Deflated("first", QByteArray(64 * 1024, '\0'));
+    TZipEntry file = Deflated("first", QByteArray(64 * 1024, '\0'));
     TZipBuilder builder;
     builder.Add(file);
+    file.localOffset = 0;
     for (int alias = 0; alias < 1000; ++alias) {
-        TZipEntry entry = file;
-        entry.name = "alias" + QByteArray::number(alias);
-        entry.localOffset = 0;
-        builder.Add(entry);
+        builder.Add(file);
     }
     TUnzipFixture fixture;
     QVERIFY(fixture.SetArchive(builder));
-    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    QCOMPARE(fixture.Content().size(), 1);
-    QCOMPARE(fixture.Content().first(), "file:" + file.content);
+    QVERIFY(!fixture.Unzip());
+    QVERIFY2(fixture.ErrorText().contains(QStringLiteral("its entries overlap")),
+             qPrintable(fixture.ErrorText()));
+    QVERIFY(fixture.Content().isEmpty());
 }
 
 void tst_UnzipBombs::keepsAnArchiveInAnArchiveAsAFile()

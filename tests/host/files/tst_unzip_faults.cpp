@@ -18,13 +18,6 @@ const TFolderImage contentBefore = {{QStringLiteral("a"), "folder"},
                                     {QStringLiteral("b"), "folder"},
                                     {QStringLiteral("same"), "file:former"}};
 
-// A folder in memory if there is one, because a sync costs nothing there.
-QString QuickFolder()
-{
-    const QString memory = QStringLiteral("/dev/shm");
-    return QFileInfo(memory).isWritable() ? memory : QDir::tempPath();
-}
-
 // The content of the destination after the archive is unpacked over contentBefore.
 TFolderImage ContentAfter()
 {

@@ -70,14 +70,40 @@ bool TArchiveReader::Open(QString& errorText)
         return false;
     }
     m_archiveBytes = status->sizeBytes;
-    m_isEmpty = IsEmptyArchive();
-    if (m_isEmpty) {
-        return true;
+    if (!CheckWholeness(errorText)) {
+        return false;
     }
-    if (!OpenInLibrary()) {
+    // libarchive does not accept an archive without entries.
+    if (m_listedEntries > 0 && !OpenInLibrary()) {
         errorText = Damaged();
         return false;
     }
+    return true;
+}
+
+// libarchive ignores the counts of the end record and skips entries that overlap. It also searches
+// only 16 KiB for the end record, so it gets the archive without the comment.
+bool TArchiveReader::CheckWholeness(QString& errorText)
+{
+    const std::optional<TEndRecord> end = FindEndRecord(m_file.Get(), m_archiveBytes);
+    if (!end) {
+        errorText = Damaged(QStringLiteral("it has no end record that fits"));
+        return false;
+    }
+    m_archiveBytes = end->endOffset;
+    m_listedEntries = end->entries;
+    if (m_listedEntries > m_limits.entries) {
+        errorText = QStringLiteral("The archive is refused: it has more than %1 entries.")
+                        .arg(m_limits.entries);
+        return false;
+    }
+    QString reason;
+    if (!CheckDirectory(m_file.Get(), *end, m_padding, reason)) {
+        errorText = Damaged(reason);
+        return false;
+    }
+    std::sort(m_padding.begin(), m_padding.end(),
+              [](const TByteRange& a, const TByteRange& b) { return a.offset < b.offset; });
     return true;
 }
 
@@ -102,15 +128,34 @@ ssize_t TArchiveReader::OnRead(archive* library, void* self, const void** block)
     *block = reader.m_block.data();
     ssize_t count = -1;
     do {
-        count = ::pread(reader.m_file.Get(), reader.m_block.data(), reader.m_block.size(),
-                        reader.m_position);
+        const std::int64_t rest =
+            std::max<std::int64_t>(reader.m_archiveBytes - reader.m_position, 0);
+        const auto wanted = static_cast<std::size_t>(
+            std::min<std::int64_t>(rest, static_cast<std::int64_t>(reader.m_block.size())));
+        count = ::pread(reader.m_file.Get(), reader.m_block.data(), wanted, reader.m_position);
     } while (count < 0 && errno == EINTR);
     if (count < 0) {
         archive_set_error(library, errno, "it cannot be read: %s", std::strerror(errno));
         return count;
     }
+    reader.BlankPadding(count);
     reader.m_position += count;
     return count;
+}
+
+// libarchive refuses padding unless its bytes are zero. Other programs ignore the bytes.
+void TArchiveReader::BlankPadding(std::int64_t blockBytes)
+{
+    const std::int64_t blockEnd = m_position + blockBytes;
+    const auto* range = std::lower_bound(
+        m_padding.cbegin(), m_padding.cend(), m_position,
+        [](const TByteRange& a, std::int64_t offset) { return a.offset + a.bytes <= offset; });
+    for (; range != m_padding.cend() && range->offset < blockEnd; ++range) {
+        const std::int64_t begin = std::max(range->offset, m_position);
+        const std::int64_t end = std::min(range->offset + range->bytes, blockEnd);
+        std::fill(m_block.begin() + (begin - m_position), m_block.begin() + (end - m_position),
+                  '\0');
+    }
 }
 
 std::int64_t TArchiveReader::OnSkip(archive*, void* self, std::int64_t bytes)
@@ -137,52 +182,48 @@ std::int64_t TArchiveReader::OnSeek(archive*, void* self, std::int64_t offset, i
     return reader.m_position = position;
 }
 
-// libarchive does not accept an archive without entries. An archive without entries consists of the
-// end record.
-bool TArchiveReader::IsEmptyArchive() const
-{
-    constexpr std::size_t END_RECORD_BYTES = 22;
-    constexpr std::size_t BYTES_BEFORE_COMMENT = 20;
-    static const char EMPTY_END[BYTES_BEFORE_COMMENT + 1] =
-        "PK\5\6\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0";
-    char bytes[END_RECORD_BYTES] = {};
-    return ::pread(m_file.Get(), bytes, sizeof bytes, 0) == END_RECORD_BYTES &&
-           std::memcmp(bytes, EMPTY_END, BYTES_BEFORE_COMMENT) == 0;
-}
-
 ENextEntry TArchiveReader::Next(TArchiveEntry& entry, QString& errorText)
 {
-    if (m_isEmpty) {
-        return ENextEntry::eEnd;
-    }
     const TUtf8Locale locale;
     archive_entry* header = nullptr;
-    const int result = archive_read_next_header(m_archive.get(), &header);
+    const int result =
+        m_listedEntries == 0 ? ARCHIVE_EOF : archive_read_next_header(m_archive.get(), &header);
     if (result == ARCHIVE_EOF) {
-        return ENextEntry::eEnd;
+        return End(errorText);
     }
     if (result != ARCHIVE_OK) {
         errorText = Damaged();
         return ENextEntry::eRefused;
     }
     m_entryName = archive_entry_pathname(header);
-    if (++m_entries > m_limits.entries) {
-        errorText = QStringLiteral("The archive is refused: it has more than %1 entries.")
-                        .arg(m_limits.entries);
-        return ENextEntry::eRefused;
-    }
+    ++m_entries;
     const TArchiveName name = CheckArchiveName(m_entryName, m_limits);
     errorText = name.errorText.isEmpty() ? TypeRefusal(header) : name.errorText;
     if (!errorText.isEmpty() || !IsWithinLimits(archive_entry_size(header), errorText)) {
         return ENextEntry::eRefused;
     }
     entry.path = name.path;
-    entry.isFolder = archive_entry_filetype(header) == AE_IFDIR;
+    entry.isFolder = archive_entry_filetype(header) == AE_IFDIR || m_entryName.endsWith('/') ||
+                     m_entryName.endsWith('\\');
+    if (entry.isFolder && archive_entry_size(header) > 0) {
+        errorText = Damaged(QStringLiteral("a folder has content"));
+        return ENextEntry::eRefused;
+    }
     if (entry.path.isEmpty() && !entry.isFolder) {
         errorText = QStringLiteral("The archive is refused: it has a file without a name.");
         return ENextEntry::eRefused;
     }
     return ENextEntry::eEntry;
+}
+
+ENextEntry TArchiveReader::End(QString& errorText) const
+{
+    if (m_entries == m_listedEntries) {
+        return ENextEntry::eEnd;
+    }
+    errorText = Damaged(
+        QStringLiteral("it has %1 entries instead of %2").arg(m_entries).arg(m_listedEntries));
+    return ENextEntry::eRefused;
 }
 
 // libarchive reports an entry that an archiver read from a pipe as a file, which is right.
@@ -252,13 +293,17 @@ QString TArchiveReader::Damaged() const
 {
     const char* const detail =
         m_archive == nullptr ? nullptr : archive_error_string(m_archive.get());
+    return Damaged(detail == nullptr ? QStringLiteral("no details") : QString::fromUtf8(detail));
+}
+
+QString TArchiveReader::Damaged(const QString& detail) const
+{
     const QString where =
         m_entryName.isEmpty()
             ? QString()
             : QStringLiteral(" at the entry \"%1\"").arg(DisplayName(m_entryName));
     return QStringLiteral("The archive %1 is damaged or no ZIP archive%2 (%3).")
-        .arg(QFileInfo(m_path).fileName(), where,
-             detail == nullptr ? QStringLiteral("no details") : QString::fromUtf8(detail));
+        .arg(QFileInfo(m_path).fileName(), where, detail);
 }
 
 } // namespace hostimpl

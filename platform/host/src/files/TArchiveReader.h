@@ -4,6 +4,7 @@
 #include "hostimpl/Unpacking.h"
 
 #include "files/Posix.h"
+#include "files/ZipDirectory.h"
 
 #include <QtCore/QByteArray>
 
@@ -25,8 +26,8 @@ struct TArchiveEntry
 enum class ENextEntry : std::uint8_t { eEntry, eEnd, eRefused };
 
 // Returns the entries once, in the archive's order, and accepts only files and folders with
-// harmless names. One thread. Errors: texts for the operator. After an error the reader must not be
-// used again.
+// harmless names. eEnd means that every entry of the archive's directory was returned. One thread.
+// Errors: texts for the operator. After an error the reader must not be used again.
 class TArchiveReader
 {
 public:
@@ -39,11 +40,14 @@ public:
     bool CopyContent(int descriptor, QString& errorText);
 
 private:
-    bool IsEmptyArchive() const;
+    bool CheckWholeness(QString& errorText);
     bool OpenInLibrary();
+    void BlankPadding(std::int64_t blockBytes);
+    ENextEntry End(QString& errorText) const;
     QString TypeRefusal(archive_entry* entry) const;
     bool IsWithinLimits(std::int64_t moreBytes, QString& errorText) const;
     QString Damaged() const;
+    QString Damaged(const QString& detail) const;
 
     // Callbacks of libarchive; `self` is the reader.
     static ssize_t OnRead(archive* library, void* self, const void** block);
@@ -57,8 +61,9 @@ private:
     std::int64_t m_position = 0;
     std::unique_ptr<archive, int (*)(archive*)> m_archive;
     QByteArray m_entryName;
-    bool m_isEmpty = false;
-    std::int64_t m_archiveBytes = 0;
+    QVector<TByteRange> m_padding;    // sorted
+    std::int64_t m_archiveBytes = 0;  // without the comment at the end
+    std::int64_t m_listedEntries = 0; // by the end record
     std::int64_t m_entries = 0;
     std::int64_t m_unpackedBytes = 0;
 };
