@@ -98,7 +98,6 @@ void TLiveSource::End()
     m_silence->Stop();
     m_idle->Stop();
     m_feed.End();
-    m_monitor.OnSource(ESourceState::eEnded);
 }
 
 } // namespace console

@@ -32,6 +32,7 @@ void TPositionThread::Initialize()
 void TPositionThread::Finalize()
 {
     m_source.reset();
+    m_monitor.OnSource(ESourceState::eOff);
     TThreadedObject::Finalize();
 }
 

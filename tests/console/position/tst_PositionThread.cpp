@@ -73,6 +73,9 @@ private Q_SLOTS:
         QVERIFY(feeder != nullptr && feeder != QThread::currentThread());
         QCOMPARE(fixture.monitor.State().fixes, std::uint64_t(2));
         QCOMPARE(fixture.monitor.State().lost, 1);
+        source.Stop();
+        source.wait();
+        QCOMPARE(fixture.monitor.State().source, ESourceState::eOff);
     }
 
     void losesTheFixWhenItEnds_data()
@@ -103,7 +106,7 @@ private Q_SLOTS:
         }
         QVERIFY(!fixture.coordinator.HasFix());
         QCOMPARE(fixture.monitor.State().state, EPositionState::eLost);
-        QCOMPARE(fixture.monitor.State().source, ESourceState::eEnded);
+        QCOMPARE(fixture.monitor.State().source, ESourceState::eOff);
     }
 
     void mayEndBeforeTheSourceStarts_data()
