@@ -226,6 +226,69 @@
     </message>
 </context>
 <context>
+    <name>TListWidget</name>
+    <message>
+        <source>Search names</source>
+        <translation>Namen suchen</translation>
+    </message>
+    <message>
+        <source>%1 of %2 selected</source>
+        <translation>%1 von %2 gewählt</translation>
+    </message>
+    <message>
+        <source>%1 found: %2</source>
+        <translation>%1 gefunden: %2</translation>
+    </message>
+    <message>
+        <source>%1 found; %2 selected are not shown</source>
+        <translation>%1 gefunden; %2 gewählte sind nicht zu sehen</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Keine</translation>
+    </message>
+    <message>
+        <source>All</source>
+        <translation>Alle</translation>
+    </message>
+    <message>
+        <source>Select no name</source>
+        <translation>Keinen Namen wählen</translation>
+    </message>
+    <message>
+        <source>Select all shown names</source>
+        <translation>Alle gezeigten Namen wählen</translation>
+    </message>
+    <message>
+        <source>Show all names again</source>
+        <translation>Wieder alle Namen zeigen</translation>
+    </message>
+    <message>
+        <source>Show only names with a text</source>
+        <translation>Nur Namen mit einem Text zeigen</translation>
+    </message>
+    <message>
+        <source>There is nothing here.</source>
+        <translation>Hier ist nichts.</translation>
+    </message>
+    <message>
+        <source>There is nothing here.
+Log in to see the service's files.</source>
+        <translation>Hier ist nichts.
+Melden Sie sich an, um die Dateien des Dienstes zu sehen.</translation>
+    </message>
+    <message>
+        <source>There is nothing here yet.
+The service has not listed its files yet.</source>
+        <translation>Hier ist noch nichts.
+Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
+    </message>
+    <message>
+        <source>No name has the text &quot;%1&quot;.</source>
+        <translation>Kein Name enthält den Text &quot;%1&quot;.</translation>
+    </message>
+</context>
+<context>
     <name>TMessageDialog</name>
     <message>
         <source>OK</source>

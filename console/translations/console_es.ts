@@ -226,6 +226,69 @@
     </message>
 </context>
 <context>
+    <name>TListWidget</name>
+    <message>
+        <source>Search names</source>
+        <translation>Buscar nombres</translation>
+    </message>
+    <message>
+        <source>%1 of %2 selected</source>
+        <translation>%1 de %2 elegidos</translation>
+    </message>
+    <message>
+        <source>%1 found: %2</source>
+        <translation>%1 encontrados: %2</translation>
+    </message>
+    <message>
+        <source>%1 found; %2 selected are not shown</source>
+        <translation>%1 encontrados; %2 elegidos no se muestran</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Nada</translation>
+    </message>
+    <message>
+        <source>All</source>
+        <translation>Todos</translation>
+    </message>
+    <message>
+        <source>Select no name</source>
+        <translation>No elegir ningún nombre</translation>
+    </message>
+    <message>
+        <source>Select all shown names</source>
+        <translation>Elegir todos los nombres mostrados</translation>
+    </message>
+    <message>
+        <source>Show all names again</source>
+        <translation>Mostrar de nuevo todos los nombres</translation>
+    </message>
+    <message>
+        <source>Show only names with a text</source>
+        <translation>Mostrar solo los nombres con un texto</translation>
+    </message>
+    <message>
+        <source>There is nothing here.</source>
+        <translation>Aquí no hay nada.</translation>
+    </message>
+    <message>
+        <source>There is nothing here.
+Log in to see the service's files.</source>
+        <translation>Aquí no hay nada.
+Inicie sesión para ver los archivos del servicio.</translation>
+    </message>
+    <message>
+        <source>There is nothing here yet.
+The service has not listed its files yet.</source>
+        <translation>Aquí no hay nada todavía.
+El servicio aún no ha listado sus archivos.</translation>
+    </message>
+    <message>
+        <source>No name has the text &quot;%1&quot;.</source>
+        <translation>Ningún nombre contiene el texto &quot;%1&quot;.</translation>
+    </message>
+</context>
+<context>
     <name>TMessageDialog</name>
     <message>
         <source>OK</source>

@@ -226,6 +226,69 @@
     </message>
 </context>
 <context>
+    <name>TListWidget</name>
+    <message>
+        <source>Search names</source>
+        <translation>Chercher un nom</translation>
+    </message>
+    <message>
+        <source>%1 of %2 selected</source>
+        <translation>%1 sur %2 choisis</translation>
+    </message>
+    <message>
+        <source>%1 found: %2</source>
+        <translation>%1 trouvés : %2</translation>
+    </message>
+    <message>
+        <source>%1 found; %2 selected are not shown</source>
+        <translation>%1 trouvés ; %2 choisis ne sont pas affichés</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Aucun</translation>
+    </message>
+    <message>
+        <source>All</source>
+        <translation>Tous</translation>
+    </message>
+    <message>
+        <source>Select no name</source>
+        <translation>Ne choisir aucun nom</translation>
+    </message>
+    <message>
+        <source>Select all shown names</source>
+        <translation>Choisir tous les noms affichés</translation>
+    </message>
+    <message>
+        <source>Show all names again</source>
+        <translation>Afficher de nouveau tous les noms</translation>
+    </message>
+    <message>
+        <source>Show only names with a text</source>
+        <translation>N'afficher que les noms avec un texte</translation>
+    </message>
+    <message>
+        <source>There is nothing here.</source>
+        <translation>Il n'y a rien ici.</translation>
+    </message>
+    <message>
+        <source>There is nothing here.
+Log in to see the service's files.</source>
+        <translation>Il n'y a rien ici.
+Connectez-vous pour voir les fichiers du service.</translation>
+    </message>
+    <message>
+        <source>There is nothing here yet.
+The service has not listed its files yet.</source>
+        <translation>Il n'y a encore rien ici.
+Le service n'a pas encore listé ses fichiers.</translation>
+    </message>
+    <message>
+        <source>No name has the text &quot;%1&quot;.</source>
+        <translation>Aucun nom ne contient le texte &quot;%1&quot;.</translation>
+    </message>
+</context>
+<context>
     <name>TMessageDialog</name>
     <message>
         <source>OK</source>

@@ -226,6 +226,69 @@
     </message>
 </context>
 <context>
+    <name>TListWidget</name>
+    <message>
+        <source>Search names</source>
+        <translation>Szukaj nazw</translation>
+    </message>
+    <message>
+        <source>%1 of %2 selected</source>
+        <translation>Wybrano %1 z %2</translation>
+    </message>
+    <message>
+        <source>%1 found: %2</source>
+        <translation>Znaleziono %1: %2</translation>
+    </message>
+    <message>
+        <source>%1 found; %2 selected are not shown</source>
+        <translation>Znaleziono %1; niewidoczne wybrane: %2</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Nic</translation>
+    </message>
+    <message>
+        <source>All</source>
+        <translation>Całość</translation>
+    </message>
+    <message>
+        <source>Select no name</source>
+        <translation>Nie wybieraj żadnej nazwy</translation>
+    </message>
+    <message>
+        <source>Select all shown names</source>
+        <translation>Wybierz wszystkie widoczne nazwy</translation>
+    </message>
+    <message>
+        <source>Show all names again</source>
+        <translation>Pokaż znowu wszystkie nazwy</translation>
+    </message>
+    <message>
+        <source>Show only names with a text</source>
+        <translation>Pokaż tylko nazwy z danym tekstem</translation>
+    </message>
+    <message>
+        <source>There is nothing here.</source>
+        <translation>Nic tu nie ma.</translation>
+    </message>
+    <message>
+        <source>There is nothing here.
+Log in to see the service's files.</source>
+        <translation>Nic tu nie ma.
+Zaloguj się, aby zobaczyć pliki usługi.</translation>
+    </message>
+    <message>
+        <source>There is nothing here yet.
+The service has not listed its files yet.</source>
+        <translation>Nic tu jeszcze nie ma.
+Usługa nie podała jeszcze listy plików.</translation>
+    </message>
+    <message>
+        <source>No name has the text &quot;%1&quot;.</source>
+        <translation>Żadna nazwa nie zawiera tekstu &quot;%1&quot;.</translation>
+    </message>
+</context>
+<context>
     <name>TMessageDialog</name>
     <message>
         <source>OK</source>

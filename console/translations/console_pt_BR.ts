@@ -226,6 +226,69 @@
     </message>
 </context>
 <context>
+    <name>TListWidget</name>
+    <message>
+        <source>Search names</source>
+        <translation>Procurar nomes</translation>
+    </message>
+    <message>
+        <source>%1 of %2 selected</source>
+        <translation>%1 de %2 escolhidos</translation>
+    </message>
+    <message>
+        <source>%1 found: %2</source>
+        <translation>%1 encontrados: %2</translation>
+    </message>
+    <message>
+        <source>%1 found; %2 selected are not shown</source>
+        <translation>%1 encontrados; %2 escolhidos não aparecem</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Nada</translation>
+    </message>
+    <message>
+        <source>All</source>
+        <translation>Todos</translation>
+    </message>
+    <message>
+        <source>Select no name</source>
+        <translation>Não escolher nenhum nome</translation>
+    </message>
+    <message>
+        <source>Select all shown names</source>
+        <translation>Escolher todos os nomes mostrados</translation>
+    </message>
+    <message>
+        <source>Show all names again</source>
+        <translation>Mostrar de novo todos os nomes</translation>
+    </message>
+    <message>
+        <source>Show only names with a text</source>
+        <translation>Mostrar só os nomes com um texto</translation>
+    </message>
+    <message>
+        <source>There is nothing here.</source>
+        <translation>Não há nada aqui.</translation>
+    </message>
+    <message>
+        <source>There is nothing here.
+Log in to see the service's files.</source>
+        <translation>Não há nada aqui.
+Entre para ver os arquivos do serviço.</translation>
+    </message>
+    <message>
+        <source>There is nothing here yet.
+The service has not listed its files yet.</source>
+        <translation>Ainda não há nada aqui.
+O serviço ainda não listou seus arquivos.</translation>
+    </message>
+    <message>
+        <source>No name has the text &quot;%1&quot;.</source>
+        <translation>Nenhum nome contém o texto &quot;%1&quot;.</translation>
+    </message>
+</context>
+<context>
     <name>TMessageDialog</name>
     <message>
         <source>OK</source>

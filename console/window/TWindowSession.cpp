@@ -92,7 +92,11 @@ void TWindowSession::CreateScreens()
         return;
     }
     QString errorText;
-    if (!m_plugin.Listen([this](const THubEvent& event) { m_link.OnHubEvent(event); }, errorText)) {
+    const auto onEvent = [this](const THubEvent& event) {
+        m_link.OnHubEvent(event);
+        m_listing.OnHubEvent(event);
+    };
+    if (!m_plugin.Listen(onEvent, errorText)) {
         ShowMessage(errorText);
         return;
     }

@@ -5,6 +5,7 @@
 #include "console/session/TPluginSession.h"
 #include "console/settings/StoredSettings.h"
 #include "console/window/TLinkMonitor.h"
+#include "console/window/TListingMonitor.h"
 #include "console/window/TMainWindow.h"
 #include "console/window/TPluginScreens.h"
 #include "hostimpl/TSurfaceRegister.h"
@@ -65,6 +66,7 @@ private:
     const TConsoleSettings m_settings;
     TStoredSettings m_stored;
     TLinkMonitor m_link;
+    TListingMonitor m_listing;
     hostimpl::TWheelInput m_wheel;
     std::unique_ptr<TMainWindow> m_window;
     std::unique_ptr<TSettingsPage> m_settingsPage;

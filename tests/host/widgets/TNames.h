@@ -3,6 +3,7 @@
 
 #include "host/TListWidget.h"
 #include "host/TWindow.h"
+#include "widgets/TListHead.h"
 #include "widgets/TNameBand.h"
 
 #include <QtTest/QSignalSpy>

@@ -53,6 +53,10 @@ struct TScreen
         window.show();
         QVERIFY(QTest::qWaitForWindowActive(&window));
         text->setFocus();
+        QCoreApplication::processEvents(); // the list shows its head
+        const QList<TPushButton*> buttons = list->findChildren<TPushButton*>();
+        all = buttons.at(0);
+        search = buttons.at(1);
     }
 
     void Key(Qt::Key key, int times = 1)
@@ -71,6 +75,8 @@ struct TScreen
     TPropertyWidget* text;
     TPropertyWidget* choice;
     TListWidget* list;
+    TPushButton* all = nullptr;
+    TPushButton* search = nullptr;
     TPushButton* button;
     QCheckBox* beside;
     QSignalSpy clicks;
@@ -110,8 +116,8 @@ private Q_SLOTS:
 void tst_WheelInput::visitsAllWidgetsInOrderAndWrapsAround()
 {
     TScreen it;
-    for (QWidget* const next :
-         std::initializer_list<QWidget*>{it.choice, it.list, it.button, it.beside, it.text}) {
+    for (QWidget* const next : std::initializer_list<QWidget*>{
+             it.choice, it.all, it.search, it.list, it.button, it.beside, it.text}) {
         it.Key(Qt::Key_Down);
         QCOMPARE(it.window.focusWidget(), next);
     }
@@ -120,8 +126,8 @@ void tst_WheelInput::visitsAllWidgetsInOrderAndWrapsAround()
 void tst_WheelInput::visitsBackwards()
 {
     TScreen it;
-    for (QWidget* const next :
-         std::initializer_list<QWidget*>{it.beside, it.button, it.list, it.choice, it.text}) {
+    for (QWidget* const next : std::initializer_list<QWidget*>{
+             it.beside, it.button, it.list, it.search, it.all, it.choice, it.text}) {
         it.Key(Qt::Key_Up);
         QCOMPARE(it.window.focusWidget(), next);
     }
@@ -161,7 +167,7 @@ void tst_WheelInput::stepsThroughChoices()
     QCOMPARE(it.window.focusWidget(), it.choice);
     it.Key(Qt::Key_Return);
     it.Key(Qt::Key_Down);
-    QCOMPARE(it.window.focusWidget(), it.list);
+    QCOMPARE(it.window.focusWidget(), it.all);
     QCOMPARE(it.choice->GetNumericalValue(), 1.0);
 }
 
@@ -211,7 +217,7 @@ void tst_WheelInput::aLongPressGoesBack()
     QCoreApplication::sendEvent(it.choice, &repeat);
     QCoreApplication::sendEvent(it.choice, &release);
     it.Key(Qt::Key_Down); // the row is not edited any more
-    QCOMPARE(it.window.focusWidget(), it.list);
+    QCOMPARE(it.window.focusWidget(), it.all);
     QCOMPARE(it.choice->GetNumericalValue(), 0.0);
 }
 
@@ -306,12 +312,12 @@ void tst_WheelInput::handlesNoKeysAfterItsDestructor()
 void tst_WheelInput::worksWithoutKeys()
 {
     TScreen it;
-    QVERIFY(it.wheel.Turn(3));
+    QVERIFY(it.wheel.Turn(5));
     QCOMPARE(it.window.focusWidget(), it.button);
     QVERIFY(it.wheel.Press());
     QCOMPARE(it.clicks.count(), 1);
     QVERIFY(!it.wheel.Back());
-    QVERIFY(it.wheel.Turn(-3));
+    QVERIFY(it.wheel.Turn(-5));
     QCOMPARE(it.window.focusWidget(), it.text);
 }
 
@@ -332,9 +338,9 @@ void tst_WheelInput::focusOrderIsTheTabOrder()
 {
     TScreen it;
     QCOMPARE(hostimpl::FocusOrder(*it.screen),
-             QVector<QWidget*>({it.text, it.choice, it.list, it.button}));
+             QVector<QWidget*>({it.text, it.choice, it.all, it.search, it.list, it.button}));
     QWidget::setTabOrder(it.button, it.text);
-    QCOMPARE(hostimpl::FocusOrder(*it.screen).size(), 4);
+    QCOMPARE(hostimpl::FocusOrder(*it.screen).size(), 6);
     const QWidget nothing;
     QVERIFY(hostimpl::FocusOrder(nothing).isEmpty());
     QVERIFY(!hostimpl::MoveFocus(nothing, 1, true));

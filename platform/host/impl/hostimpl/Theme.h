@@ -44,6 +44,8 @@ enum class EFont : int { eCaption = 0, eBody, eTitle };
 // The smallest size of a touch target, in pixels. A finger in a glove can hit a target of this
 // size.
 constexpr int TOUCH_SIZE = 73;
+// The same, where a screen has no room for more: 9 mm on each display.
+constexpr int SMALL_TOUCH_SIZE = 56;
 // The thickness of the focus ring, in pixels.
 constexpr int FOCUS_RING = 4;
 

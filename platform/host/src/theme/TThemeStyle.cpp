@@ -3,12 +3,22 @@
 #include "hostimpl/Theme.h"
 
 #include <QtGui/QPainter>
+#include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QStyleOption>
 
 namespace {
 
-constexpr int BAR_WIDTH = 24;
+constexpr int BAR_WIDTH = 24; // of pages and texts, which a finger moves directly
 constexpr int CURSOR_WIDTH = 3;
+constexpr int EDGE = 5;         // around a scroll bar's handle
+constexpr int RIDGE_HEIGHT = 3; // on the handle of a list's bar
+
+// A long list needs a bar that a hand in a glove can hold.
+bool IsOfList(const QWidget* bar)
+{
+    const QWidget* const holder = bar == nullptr ? nullptr : bar->parentWidget();
+    return holder != nullptr && qobject_cast<QAbstractItemView*>(holder->parentWidget()) != nullptr;
+}
 
 } // namespace
 
@@ -21,7 +31,7 @@ int TThemeStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
 {
     switch (static_cast<int>(metric)) {
     case PM_ScrollBarExtent:
-        return BAR_WIDTH;
+        return IsOfList(widget) ? hostimpl::TOUCH_SIZE : BAR_WIDTH;
     case PM_TextCursorWidth:
         return CURSOR_WIDTH;
     case PM_ScrollBarSliderMin:
@@ -78,6 +88,12 @@ void TThemeStyle::drawComplexControl(ComplexControl control, const QStyleOptionC
     painter->fillRect(option->rect, hostimpl::ThemeColour(hostimpl::EColour::eOff));
     painter->setPen(Qt::NoPen);
     painter->setBrush(hostimpl::ThemeColour(hostimpl::EColour::eBorder));
-    painter->drawRoundedRect(slider.adjusted(5, 3, -5, -3), 6, 6);
+    painter->drawRoundedRect(slider.adjusted(EDGE, EDGE, -EDGE, -EDGE), EDGE, EDGE);
+    painter->setBrush(hostimpl::ThemeColour(hostimpl::EColour::ePanel));
+    for (const int line : {-1, 0, 1}) {
+        QRect ridge(0, 0, slider.width() - 8 * EDGE, RIDGE_HEIGHT);
+        ridge.moveCenter(slider.center() + QPoint(0, 3 * line * RIDGE_HEIGHT));
+        painter->drawRect(IsOfList(widget) ? ridge : QRect());
+    }
     painter->restore();
 }

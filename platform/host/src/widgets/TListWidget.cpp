@@ -2,23 +2,19 @@
 
 #include "hostimpl/FocusOrder.h"
 #include "hostimpl/Theme.h"
-#include "widgets/TNameBand.h"
+#include "widgets/TListParts.h"
 
 #include <QtCore/QEvent>
 #include <QtCore/QPointer>
 #include <QtCore/QSet>
+#include <QtGui/QKeyEvent>
 #include <QtGui/QPainter>
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QScroller>
-#include <QtWidgets/QStyledItemDelegate>
 
 #include <algorithm>
 
 namespace {
-
-constexpr int TEXT_SIZE_ROLE = Qt::UserRole + 1;
-constexpr int PADDING = 12;
-constexpr int MARK_SIZE = 34;
 
 // Builds its tool tip on demand: most of ten thousand entries never show a tool tip.
 class TEntry : public QListWidgetItem
@@ -35,111 +31,7 @@ public:
     }
 };
 
-QFont FontOf(const QModelIndex& index)
-{
-    return hostimpl::ThemeFont(index.data(TEXT_SIZE_ROLE).toInt());
-}
-
-// The place of an entry's text in its row.
-QRect TextPlace(const QRect& row, const QModelIndex& index)
-{
-    const bool hasIcon = !index.data(Qt::DecorationRole).value<QIcon>().isNull();
-    const int marks = (hasIcon ? 2 : 1) * (MARK_SIZE + PADDING);
-    return row.adjusted(PADDING + marks, 0, -PADDING, 0);
-}
-
 } // namespace
-
-// Draws the rows, and owns the band that shows the full name over the rows.
-class Q_DECL_HIDDEN TListWidget::TParts : public QStyledItemDelegate
-{
-public:
-    explicit TParts(TListWidget& list) : m_list(list), m_band(&list) { m_band.hide(); }
-
-    bool isWheelActive = false; // the wheel moves through the entries
-
-    QSize sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const override
-    {
-        return {hostimpl::TOUCH_SIZE, hostimpl::TOUCH_SIZE};
-    }
-
-    void paint(QPainter* painter, const QStyleOptionViewItem& option,
-               const QModelIndex& index) const override;
-    void ShowFullName();
-    void PlaceBand();
-
-private:
-    TListWidget& m_list;
-    TNameBand m_band;
-    bool m_isElided = false; // the current name
-};
-
-void TListWidget::TParts::paint(QPainter* painter, const QStyleOptionViewItem& option,
-                                const QModelIndex& index) const
-{
-    using hostimpl::EColour;
-    using hostimpl::ThemeColour;
-
-    const bool isSelected = (option.state & QStyle::State_Selected) != 0;
-    const bool isOff = (option.state & QStyle::State_Enabled) == 0;
-    const QRect row = option.rect;
-    painter->save();
-    painter->fillRect(row, ThemeColour(isOff        ? EColour::eOff
-                                       : isSelected ? EColour::eSelected
-                                                    : EColour::ePanel));
-    painter->setPen(ThemeColour(EColour::eBorder));
-    painter->drawLine(row.bottomLeft(), row.bottomRight());
-    QRect mark(row.x() + PADDING, row.center().y() - MARK_SIZE / 2, MARK_SIZE, MARK_SIZE);
-    painter->setPen(QPen(ThemeColour(isOff ? EColour::eBorder : EColour::eText), 2.0));
-    painter->drawRect(mark);
-    if (isSelected) {
-        hostimpl::ThemeIcon(QStringLiteral("check"))
-            .paint(painter, mark, Qt::AlignCenter, isOff ? QIcon::Disabled : QIcon::Selected);
-    }
-    mark.translate(MARK_SIZE + PADDING, 0);
-    index.data(Qt::DecorationRole).value<QIcon>().paint(painter, mark);
-    const QRect place = TextPlace(row, index);
-    painter->setFont(FontOf(index));
-    painter->setPen(ThemeColour(isOff        ? EColour::eOffText
-                                : isSelected ? EColour::eSelectedText
-                                             : EColour::eText));
-    painter->drawText(
-        place, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
-        painter->fontMetrics().elidedText(index.data().toString(), Qt::ElideMiddle, place.width()));
-    if (isWheelActive && index == m_list.currentIndex()) {
-        hostimpl::DrawFocusRing(*painter, row);
-    }
-    painter->restore();
-}
-
-// The band is shown only if the current name is elided.
-void TListWidget::TParts::ShowFullName()
-{
-    const QModelIndex index = m_list.currentIndex();
-    const QString name = index.data().toString();
-    const int room = TextPlace(QRect(0, 0, m_list.viewport()->width(), 1), index).width();
-    m_isElided =
-        index.isValid() && room > 0 && QFontMetrics(FontOf(index)).horizontalAdvance(name) > room;
-    if (m_isElided) {
-        m_band.SetName(name);
-    }
-    PlaceBand();
-}
-
-// The band lies over the rows. The rows must not move: during a touch another row would come under
-// the finger. If possible, the band leaves the current row free.
-void TListWidget::TParts::PlaceBand()
-{
-    const QRect view = m_list.viewport()->geometry(); // without the scroll bar
-    const QRect row = m_list.visualRect(m_list.currentIndex()).translated(view.topLeft());
-    const int height = std::min(m_band.heightForWidth(view.width()), view.height() * 2 / 3);
-    QRect place(view.left(), view.bottom() + 1 - height, view.width(), height);
-    if (place.intersects(row) && row.top() - view.top() >= height) {
-        place.moveTop(view.top());
-    }
-    m_band.setGeometry(place);
-    m_band.setVisible(m_isElided && row.intersects(view));
-}
 
 TListWidget::TListWidget(QWidget* parent) : QListWidget(parent)
 {
@@ -163,6 +55,7 @@ TListWidget::~TListWidget()
     // QListWidget's destructor emits signals and sends events when m_parts is gone already.
     setItemDelegate(nullptr);
     disconnect(this, nullptr, this, nullptr);
+    m_parts.reset(); // sends events to the list, which find m_parts null
 }
 
 void TListWidget::AddString(const QString& text, int textSize, int value, const QIcon& icon)
@@ -172,8 +65,9 @@ void TListWidget::AddString(const QString& text, int textSize, int value, const 
         entry->setIcon(icon);
     }
     entry->setData(Qt::UserRole, value);
-    entry->setData(TEXT_SIZE_ROLE, textSize);
+    entry->setData(LIST_TEXT_SIZE_ROLE, textSize);
     addItem(entry);
+    m_parts->OnAdded(count() - 1);
 }
 
 QStringList TListWidget::GetSelectedTextItems() const
@@ -220,9 +114,9 @@ bool TListWidget::OnWheelTurned(int steps)
     if (!m_parts->isWheelActive) {
         return false;
     }
-    const int row = currentRow() + steps;
-    if (row < 0 || row >= count()) {
-        return !OnBackPressed();
+    const int row = m_parts->ShownRow(currentRow(), steps);
+    if (row < 0) {
+        return !m_parts->StopWheel();
     }
     setCurrentRow(row, QItemSelectionModel::NoUpdate);
     scrollToItem(currentItem());
@@ -231,12 +125,16 @@ bool TListWidget::OnWheelTurned(int steps)
 
 bool TListWidget::OnWheelPressed()
 {
-    if (count() == 0) {
+    m_parts->LeaveEntry();
+    const int first = m_parts->ShownRow(-1, 1);
+    if (first < 0) {
         return true;
     }
     if (!m_parts->isWheelActive) {
         m_parts->isWheelActive = true;
-        setCurrentRow(std::max(currentRow(), 0), QItemSelectionModel::NoUpdate);
+        if (currentItem() == nullptr || currentItem()->isHidden()) {
+            setCurrentRow(first, QItemSelectionModel::NoUpdate);
+        }
         scrollToItem(currentItem());
     } else if (currentItem() != nullptr && !hostimpl::IsLockedAround(*this)) {
         currentItem()->setSelected(!currentItem()->isSelected());
@@ -248,22 +146,22 @@ bool TListWidget::OnWheelPressed()
 
 bool TListWidget::OnBackPressed()
 {
-    const bool wasWheelActive = m_parts->isWheelActive;
-    m_parts->isWheelActive = false;
-    viewport()->update();
-    update();
-    return wasWheelActive;
+    return m_parts->StopWheel() || m_parts->EndSearch();
 }
 
 bool TListWidget::event(QEvent* event)
 {
+    if (m_parts != nullptr && event->type() == QEvent::KeyPress &&
+        m_parts->OnKey(static_cast<QKeyEvent&>(*event))) {
+        return true;
+    }
     const QPointer<TListWidget> self(this); // handling an event may delete the list
     const bool isTaken = QListWidget::event(event);
     if (self.isNull() || m_parts == nullptr) {
         return isTaken;
     }
     if (event->type() == QEvent::FocusOut) {
-        OnBackPressed();
+        m_parts->StopWheel();
     } else if (event->type() == QEvent::Paint) {
         QPainter painter(this);
         painter.fillRect(rect(), hostimpl::ThemeColour(hostimpl::EColour::eWindow));
@@ -278,6 +176,7 @@ bool TListWidget::event(QEvent* event)
 void TListWidget::resizeEvent(QResizeEvent* event)
 {
     QListWidget::resizeEvent(event);
+    m_parts->PlaceHead();
     m_parts->ShowFullName();
 }
 

@@ -1,0 +1,159 @@
+#include "widgets/TListHead.h"
+
+#include "host/TListWidget.h"
+#include "host/TPushButton.h"
+#include "hostimpl/Theme.h"
+
+#include <QtCore/QEvent>
+#include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int GAP = 4;
+constexpr int TEXT_MARGIN = 10;
+
+TPushButton* NewButton(QWidget* parent)
+{
+    auto* const button = new TPushButton(parent, QString(), QStringLiteral("NewStandardButton"),
+                                         QStringLiteral("NewStandardButtonSelected"), 0, QString());
+    button->setFixedHeight(TListHead::Height() - GAP);
+    return button;
+}
+
+} // namespace
+
+TListHead::TListHead(QWidget* parent)
+    : QWidget(parent),
+      m_text(new QLabel(this)),
+      m_edit(new QLineEdit(this)),
+      m_all(NewButton(this)),
+      m_search(NewButton(this))
+{
+    m_text->setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    m_text->setTextFormat(Qt::PlainText);
+    m_edit->setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    m_edit->setPlaceholderText(TListWidget::tr("Search names"));
+    m_edit->setInputMethodHints(Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText);
+    m_edit->setFixedHeight(Height() - GAP);
+    m_edit->setFocusPolicy(Qt::ClickFocus);
+    m_edit->installEventFilter(this);
+    auto* const row = new QHBoxLayout(this);
+    row->setContentsMargins(TEXT_MARGIN, 0, 0, GAP);
+    row->setSpacing(GAP);
+    row->addWidget(m_text, 1);
+    row->addWidget(m_edit, 1);
+    row->addWidget(m_all);
+    row->addWidget(m_search);
+    connect(m_edit, &QLineEdit::textChanged, this, &TListHead::WantedChanged);
+    connect(m_all, &TPushButton::clicked, this, [this] {
+        Q_EMIT AllWanted(m_counts.selected - m_counts.selectedHidden < m_counts.found);
+    });
+    // A touch on this button leaves the focus in the entry field, so that the button ends the
+    // search.
+    m_search->setFocusPolicy(Qt::TabFocus);
+    connect(m_search, &TPushButton::clicked, this, [this] {
+        if (m_isTyping || !Wanted().isEmpty()) {
+            Q_EMIT SearchLeft(); // the list takes the focus before the entry field hides
+            EndSearch();
+        } else {
+            StartSearch({});
+        }
+    });
+    ShowParts();
+}
+
+TListHead::~TListHead()
+{
+    m_edit->removeEventFilter(this);
+}
+
+// The buttons have the size of a touch target, and the count has place for two lines.
+int TListHead::Height()
+{
+    const QFontMetrics metrics(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    return std::max(hostimpl::SMALL_TOUCH_SIZE, 2 * metrics.height()) + GAP;
+}
+
+void TListHead::SetFocusBefore(QWidget& widget)
+{
+    setTabOrder(m_all, m_search);
+    setTabOrder(m_search, &widget);
+}
+
+void TListHead::Show(const TCounts& counts)
+{
+    m_counts = counts;
+    ShowParts();
+}
+
+QString TListHead::Wanted() const
+{
+    return m_edit->text().trimmed();
+}
+
+bool TListHead::IsTyping() const
+{
+    return m_isTyping;
+}
+
+void TListHead::StartSearch(const QString& text)
+{
+    m_isTyping = true;
+    m_edit->setText(text);
+    ShowParts();
+    m_edit->setFocus(Qt::OtherFocusReason);
+}
+
+void TListHead::EndSearch()
+{
+    m_isTyping = false;
+    m_edit->clear();
+    ShowParts();
+}
+
+// The second line, which a search needs.
+QString TListHead::SearchText() const
+{
+    const QString text = m_counts.selectedHidden == 0
+                             ? TListWidget::tr("%1 found: %2").arg(m_counts.found).arg(Wanted())
+                             : TListWidget::tr("%1 found; %2 selected are not shown")
+                                   .arg(m_counts.found)
+                                   .arg(m_counts.selectedHidden);
+    return QLatin1Char('\n') + text;
+}
+
+void TListHead::ShowParts()
+{
+    const bool isSearching = !Wanted().isEmpty();
+    m_text->setText(
+        TListWidget::tr("%1 of %2 selected").arg(m_counts.selected).arg(m_counts.names) +
+        (isSearching ? SearchText() : QString()));
+    m_text->setVisible(!m_isTyping);
+    m_edit->setVisible(m_isTyping);
+    const bool isAll =
+        m_counts.found > 0 && m_counts.selected - m_counts.selectedHidden >= m_counts.found;
+    m_all->SetCaption(isAll ? TListWidget::tr("None") : TListWidget::tr("All"), QString());
+    m_all->SetToolTip(isAll ? TListWidget::tr("Select no name")
+                            : TListWidget::tr("Select all shown names"));
+    m_all->setEnabled(m_counts.found > 0);
+    m_all->setVisible(!m_isTyping);
+    const bool isOpen = m_isTyping || isSearching;
+    m_search->setIcon(
+        hostimpl::ThemeIcon(isOpen ? QStringLiteral("close") : QStringLiteral("search")));
+    m_search->SetToolTip(isOpen ? TListWidget::tr("Show all names again")
+                                : TListWidget::tr("Show only names with a text"));
+}
+
+// Without a text the entry field stays: the button that takes the focus ends the search.
+bool TListHead::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::FocusOut && !Wanted().isEmpty()) {
+        m_isTyping = false;
+        ShowParts();
+    }
+    return QWidget::eventFilter(watched, event);
+}

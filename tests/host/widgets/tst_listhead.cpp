@@ -1,0 +1,310 @@
+// The head of the list of names: the count, "All" and the search; and the text of an empty list.
+#include "TNames.h"
+#include "host/TPushButton.h"
+#include "hostimpl/Listing.h"
+#include "hostimpl/Theme.h"
+#include "support/WidgetTestMain.h"
+
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QScrollBar>
+
+namespace {
+
+const QStringList fields = {QStringLiteral("North 1.zip"), QStringLiteral("South.zip"),
+                            QStringLiteral("north 2.zip"), QStringLiteral("Südhang žluť.zip")};
+
+struct THead : TNames
+{
+    explicit THead(const QStringList& names) : TNames(names) { Settle(); }
+
+    // The head follows a change after the change.
+    static void Settle() { QCoreApplication::processEvents(); }
+
+    QWidget& Bar() { return *list.findChild<TListHead*>(); }
+    QString Text() { return list.findChild<TListHead*>()->findChild<QLabel*>()->text(); }
+    TPushButton& All() { return *list.findChildren<TPushButton*>().at(0); }
+    TPushButton& SearchButton() { return *list.findChildren<TPushButton*>().at(1); }
+    QLineEdit& Entry() { return *list.findChild<QLineEdit*>(); }
+
+    void Search(const QString& text)
+    {
+        SearchButton().click();
+        QTest::keyClicks(&Entry(), text);
+        Settle();
+    }
+
+    QStringList Shown() const
+    {
+        QStringList names;
+        for (int row = 0; row < list.count(); ++row) {
+            if (!list.isRowHidden(row)) {
+                names << list.item(row)->text();
+            }
+        }
+        return names;
+    }
+
+    QImage Picture() { return list.viewport()->grab().toImage(); }
+};
+
+} // namespace
+
+class tst_ListHead : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
+    void init() { hostimpl::SetListing(hostimpl::EListing::eListed); }
+    void countsTheSelectedNames();
+    void selectsAllAndNone();
+    void aLockedListSelectsNothing();
+    void coversNoRow();
+    void hidesWithoutNames();
+    void hidesForASingleSelection();
+    void showsOnlyTheFoundNames();
+    void ignoresCaseAndAccents();
+    void selectsOnlyTheFoundNames();
+    void tellsOfSelectedNamesThatAreNotShown();
+    void theSearchHoldsWhenTheListIsFilledAgain();
+    void theButtonEndsTheSearch();
+    void backEndsTheSearch();
+    void aKeyStartsTheSearch();
+    void theWheelVisitsOnlyTheFoundNames();
+    void searchesManyNames();
+    void anEmptyListSaysWhy();
+    void anUnsuccessfulSearchSaysSo();
+    void aHandInAGloveCanHoldTheScrollBar();
+};
+
+void tst_ListHead::countsTheSelectedNames()
+{
+    THead names(Numbered(500));
+    QCOMPARE(names.Text(), QStringLiteral("0 of 500 selected"));
+    names.Click(0);
+    names.Click(2);
+    names.Settle();
+    QCOMPARE(names.Text(), QStringLiteral("2 of 500 selected"));
+    delete names.list.takeItem(0);
+    names.Settle();
+    QCOMPARE(names.Text(), QStringLiteral("1 of 499 selected"));
+}
+
+void tst_ListHead::selectsAllAndNone()
+{
+    THead names(Numbered(500));
+    QCOMPARE(names.All().text(), QStringLiteral("All"));
+    names.Click(1);
+    names.Settle();
+    names.All().click();
+    names.Settle();
+    QCOMPARE(names.list.GetSelectedTextItems(), Numbered(500));
+    QCOMPARE(names.changes.count(), 2);
+    QCOMPARE(names.All().text(), QStringLiteral("None"));
+    names.All().click();
+    names.Settle();
+    QVERIFY(names.list.GetSelectedTextItems().isEmpty());
+    QCOMPARE(names.All().text(), QStringLiteral("All"));
+}
+
+void tst_ListHead::aLockedListSelectsNothing()
+{
+    THead names(Numbered(3));
+    names.window.SetLocked(true);
+    names.All().click();
+    QVERIFY(names.list.GetSelectedTextItems().isEmpty());
+}
+
+void tst_ListHead::coversNoRow()
+{
+    THead names(Numbered(50));
+    QVERIFY(names.Bar().isVisible());
+    QVERIFY(!names.Bar().geometry().intersects(names.list.viewport()->geometry()));
+    QVERIFY(names.list.rect().contains(names.Bar().geometry()));
+    names.window.resize(700, 300);
+    names.list.resize(700, 300);
+    QVERIFY(!names.Bar().geometry().intersects(names.list.viewport()->geometry()));
+    QCOMPARE(names.Bar().width(), names.list.viewport()->width());
+}
+
+void tst_ListHead::hidesWithoutNames()
+{
+    THead names({});
+    QVERIFY(!names.Bar().isVisible());
+    names.list.AddString(QStringLiteral("a"), 30, 0, QIcon());
+    names.Settle();
+    QVERIFY(names.Bar().isVisible());
+    names.list.clear();
+    names.Settle();
+    QVERIFY(!names.Bar().isVisible());
+}
+
+void tst_ListHead::hidesForASingleSelection()
+{
+    THead names({});
+    names.list.setSelectionMode(QAbstractItemView::SingleSelection);
+    names.list.AddString(QStringLiteral("a"), 30, 0, QIcon());
+    names.Settle();
+    QVERIFY(!names.Bar().isVisible());
+}
+
+void tst_ListHead::showsOnlyTheFoundNames()
+{
+    THead names(fields);
+    names.Search(QStringLiteral("north"));
+    QCOMPARE(names.Shown(), QStringList({fields[0], fields[2]}));
+    QTest::keyClick(&names.Entry(), Qt::Key_Backspace, Qt::ControlModifier);
+    QCOMPARE(names.Shown(), fields);
+}
+
+void tst_ListHead::ignoresCaseAndAccents()
+{
+    THead names(fields);
+    names.Search(QStringLiteral("ZLUT"));
+    QCOMPARE(names.Shown(), QStringList(fields[3]));
+}
+
+void tst_ListHead::selectsOnlyTheFoundNames()
+{
+    THead names(fields);
+    names.Search(QStringLiteral("north"));
+    names.list.setFocus();
+    names.All().click();
+    QCOMPARE(names.list.GetSelectedTextItems(), QStringList({fields[0], fields[2]}));
+}
+
+void tst_ListHead::tellsOfSelectedNamesThatAreNotShown()
+{
+    THead names(fields);
+    names.Click(1);
+    names.Search(QStringLiteral("north"));
+    QCOMPARE(names.Text(), QStringLiteral("1 of 4 selected\n2 found; 1 selected are not shown"));
+    QCOMPARE(names.list.GetSelectedTextItems(), QStringList(fields[1]));
+    QCOMPARE(names.All().text(), QStringLiteral("All"));
+}
+
+void tst_ListHead::theSearchHoldsWhenTheListIsFilledAgain()
+{
+    THead names(fields);
+    names.Search(QStringLiteral("north"));
+    names.list.clear();
+    for (const char* const name : {"a north", "b"}) {
+        names.list.AddString(QString::fromLatin1(name), 30, 0, QIcon());
+    }
+    QCOMPARE(names.Shown(), QStringList(QStringLiteral("a north")));
+    names.list.setFocus();
+    names.Settle();
+    QCOMPARE(names.Text(), QStringLiteral("0 of 2 selected\n1 found: north"));
+}
+
+void tst_ListHead::theButtonEndsTheSearch()
+{
+    THead names(fields);
+    QVERIFY(QTest::qWaitForWindowActive(&names.window));
+    names.Search(QStringLiteral("north"));
+    QTest::mouseClick(&names.SearchButton(), Qt::LeftButton);
+    QCOMPARE(names.Shown(), fields);
+    QVERIFY(!names.Entry().isVisible());
+    QVERIFY(names.list.hasFocus());
+    QTest::mouseClick(&names.SearchButton(), Qt::LeftButton);
+    QVERIFY(names.Entry().hasFocus());
+    QTest::mouseClick(&names.SearchButton(), Qt::LeftButton);
+    QVERIFY(!names.Entry().isVisible());
+}
+
+void tst_ListHead::backEndsTheSearch()
+{
+    THead names(fields);
+    names.Search(QStringLiteral("north"));
+    QVERIFY(names.list.OnBackPressed());
+    QCOMPARE(names.Shown(), fields);
+    QVERIFY(!names.list.OnBackPressed());
+}
+
+void tst_ListHead::aKeyStartsTheSearch()
+{
+    THead names(fields);
+    QVERIFY(QTest::qWaitForWindowActive(&names.window));
+    names.list.setFocus();
+    QTest::keyClick(&names.list, Qt::Key_Space);
+    QVERIFY(!names.Entry().isVisible());
+    QTest::keyClick(&names.list, Qt::Key_S);
+    QTest::keyClick(&names.Entry(), Qt::Key_O);
+    QCOMPARE(names.Shown(), QStringList(fields[1]));
+    QVERIFY(names.Entry().hasFocus());
+}
+
+void tst_ListHead::theWheelVisitsOnlyTheFoundNames()
+{
+    THead names(fields);
+    names.Search(QStringLiteral("north"));
+    names.list.OnWheelPressed();
+    QCOMPARE(names.list.currentRow(), 0);
+    QVERIFY(names.list.OnWheelTurned(1));
+    QCOMPARE(names.list.currentRow(), 2);
+    QVERIFY(!names.list.OnWheelTurned(1));
+}
+
+void tst_ListHead::searchesManyNames()
+{
+    THead names(Numbered(10000));
+    names.Search(QStringLiteral("name 999"));
+    QCOMPARE(names.Shown().size(), 11);
+    names.list.setFocus();
+    names.All().click();
+    QCOMPARE(names.list.GetSelectedTextItems().size(), 11);
+    QCOMPARE(names.changes.count(), 1);
+}
+
+// Each reason draws other words.
+void tst_ListHead::anEmptyListSaysWhy()
+{
+    THead names({});
+    names.window.resize(900, 400);
+    names.list.resize(900, 400);
+    QVector<QImage> pictures;
+    for (const auto listing : {hostimpl::EListing::eListed, hostimpl::EListing::eLoggedOut,
+                               hostimpl::EListing::eNotListed}) {
+        hostimpl::SetListing(listing);
+        pictures << names.Picture();
+    }
+    QVERIFY(pictures[0] != pictures[1]);
+    QVERIFY(pictures[1] != pictures[2]);
+    QVERIFY(pictures[0] != pictures[2]);
+    names.list.AddString(QStringLiteral("a"), 30, 0, QIcon());
+    const QImage filled = names.Picture();
+    hostimpl::SetListing(hostimpl::EListing::eListed);
+    QCOMPARE(names.Picture(), filled);
+}
+
+void tst_ListHead::anUnsuccessfulSearchSaysSo()
+{
+    THead names(fields);
+    names.Search(QStringLiteral("x1"));
+    QVERIFY(names.Shown().isEmpty());
+    const QImage one = names.Picture();
+    QTest::keyClicks(&names.Entry(), QStringLiteral("y"));
+    QVERIFY(names.Picture() != one);
+    names.list.setFocus();
+    names.Settle();
+    QVERIFY(!names.All().isEnabled());
+}
+
+void tst_ListHead::aHandInAGloveCanHoldTheScrollBar()
+{
+    THead names(Numbered(10000));
+    const QScrollBar& bar = *names.list.verticalScrollBar();
+    QVERIFY(bar.isVisible());
+    QVERIFY(bar.width() >= 73);
+    QTest::mousePress(names.list.verticalScrollBar(), Qt::LeftButton, Qt::NoModifier,
+                      QPoint(bar.width() - 2, 36));
+    QMouseEvent move(QEvent::MouseMove, QPointF(bar.width() - 2, bar.height() / 2.0), Qt::NoButton,
+                     Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(names.list.verticalScrollBar(), &move);
+    const double half = bar.maximum() / 2.0;
+    QVERIFY2(std::abs(bar.value() - half) < half / 10, qPrintable(QString::number(bar.value())));
+}
+
+KELVO_WIDGET_TEST_MAIN(tst_ListHead)
+#include "tst_listhead.moc"
