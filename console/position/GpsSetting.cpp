@@ -115,4 +115,22 @@ bool ParseGpsSetting(const QString& text, TGpsSetting& setting, QString& errorTe
                                  .arg(text));
 }
 
+QString ToText(const TGpsSetting& setting)
+{
+    const bool isIpv6 = setting.host.contains(QLatin1Char(':'));
+    switch (setting.kind) {
+    case EGpsKind::eNone:
+        break;
+    case EGpsKind::eGpsd:
+        return (isIpv6 ? QStringLiteral("gpsd:[%1]:%2") : QStringLiteral("gpsd:%1:%2"))
+            .arg(setting.host)
+            .arg(setting.port);
+    case EGpsKind::eLog:
+        return QStringLiteral("nmea:%1@%2").arg(setting.path).arg(setting.speed);
+    case EGpsKind::eSerial:
+        return QStringLiteral("serial:%1@%2").arg(setting.path).arg(setting.baud);
+    }
+    return {};
+}
+
 } // namespace console

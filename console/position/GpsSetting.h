@@ -24,4 +24,7 @@ struct TGpsSetting
 // another form or the log cannot be read; `errorText` holds the reason.
 bool ParseGpsSetting(const QString& text, TGpsSetting& setting, QString& errorText);
 
+// The setting in full, in the form that ParseGpsSetting() reads; empty for no source.
+QString ToText(const TGpsSetting& setting);
+
 } // namespace console

@@ -82,6 +82,49 @@ bool IsUsableFolder(const QString& path)
     return info.isDir() && info.isWritable();
 }
 
+QString ServiceFault(const QString& address)
+{
+    return address.isEmpty() || console::IsServiceAddress(address)
+               ? QString()
+               : TTexts::tr("The service wants HOST or HOST:PORT.");
+}
+
+QString AuthorityFault(const QString& path)
+{
+    const QFileInfo file(path);
+    return path.isEmpty() || (file.isFile() && file.isReadable())
+               ? QString()
+               : TTexts::tr("The service's certificate %1 cannot be read.").arg(file.filePath());
+}
+
+QString PositionFault(const QString& source)
+{
+    console::TGpsSetting gps;
+    QString errorText;
+    if (source.isEmpty() || console::ParseGpsSetting(source, gps, errorText)) {
+        return {};
+    }
+    return TTexts::tr("Position source: ") + errorText.remove(QStringLiteral("--gps: "));
+}
+
+QString FolderFault(const QString& path)
+{
+    return IsUsableFolder(path) ? QString()
+                                : TTexts::tr("The data folder %1 cannot be written to.").arg(path);
+}
+
+struct TRuleRow
+{
+    QString TStoredSettings::*value;
+    QString (*fault)(const QString& text);
+};
+constexpr TRuleRow ruleRows[] = {
+    {&TStoredSettings::service, ServiceFault},
+    {&TStoredSettings::authorityFile, AuthorityFault},
+    {&TStoredSettings::positionSource, PositionFault},
+    {&TStoredSettings::dataFolder, FolderFault},
+};
+
 } // namespace
 
 namespace console {
@@ -131,28 +174,23 @@ QString StoredDataFolder(const QString& otherwise)
     return folder.isEmpty() ? otherwise : folder;
 }
 
+QString FaultOf(const TStoredSettings& settings, QString TStoredSettings::*setting)
+{
+    for (const TRuleRow& row : ruleRows) {
+        if (row.value == setting) {
+            return row.fault(settings.*setting);
+        }
+    }
+    return {};
+}
+
 bool CheckStoredSettings(const TStoredSettings& settings, QString& errorText)
 {
-    if (!settings.service.isEmpty() && !IsServiceAddress(settings.service)) {
-        errorText = TTexts::tr("The service wants HOST or HOST:PORT.");
-        return false;
-    }
-    const QFileInfo authority(settings.authorityFile);
-    if (!settings.authorityFile.isEmpty() && (!authority.isFile() || !authority.isReadable())) {
-        errorText =
-            TTexts::tr("The service's certificate %1 cannot be read.").arg(authority.filePath());
-        return false;
-    }
-    TGpsSetting gps;
-    if (!settings.positionSource.isEmpty() &&
-        !ParseGpsSetting(settings.positionSource, gps, errorText)) {
-        errorText.remove(QStringLiteral("--gps: "));
-        errorText.prepend(TTexts::tr("Position source: "));
-        return false;
-    }
-    if (!IsUsableFolder(settings.dataFolder)) {
-        errorText = TTexts::tr("The data folder %1 cannot be written to.").arg(settings.dataFolder);
-        return false;
+    for (const TRuleRow& row : ruleRows) {
+        errorText = row.fault(settings.*row.value);
+        if (!errorText.isEmpty()) {
+            return false;
+        }
     }
     return true;
 }

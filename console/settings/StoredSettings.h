@@ -32,7 +32,11 @@ bool WriteStoredSettings(ConfigManager& config, const TStoredSettings& settings)
 // The stored path of the data folder, or `otherwise` if there is none.
 QString StoredDataFolder(const QString& otherwise);
 
-// False if a value is invalid; `errorText` names the value to the operator.
+// Why this setting is invalid, for the operator; empty if it is valid. A setting without rules is
+// valid.
+QString FaultOf(const TStoredSettings& settings, QString TStoredSettings::*setting);
+
+// False if a value is invalid; `errorText` is the first fault.
 bool CheckStoredSettings(const TStoredSettings& settings, QString& errorText);
 
 } // namespace console

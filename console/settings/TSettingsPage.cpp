@@ -1,5 +1,6 @@
 #include "console/settings/TSettingsPage.h"
 
+#include "console/position/GpsSetting.h"
 #include "console/settings/Languages.h"
 #include "console/settings/Scrolling.h"
 #include "host/TPropertyWidget.h"
@@ -23,12 +24,15 @@ constexpr QSize buttonSize(170, PROPERTY_WIDGET_HEIGHT);
 constexpr int gap = 4;
 // An invisible character at which a path or a pattern may continue in the next line.
 constexpr QChar breakMark(0x200b);
+constexpr QPalette::ColorRole faultRole = QPalette::BrightText;
+constexpr QPalette::ColorRole hintRole = QPalette::PlaceholderText;
+const QString faultSign = QStringLiteral("\u26a0 "); // a triangle with an exclamation mark
 
 struct TTextRow
 {
     const char* iconName;
     const char* name;
-    const char* toolTip;
+    const char* hint;
     const char* whenEmpty;
     QString TStoredSettings::*value;
 };
@@ -85,11 +89,39 @@ TPropertyWidget* MakeRow(const char* iconName, const QString& name)
     return row;
 }
 
+QLabel* MakeTextLabel()
+{
+    auto* const label = new QLabel;
+    label->setWordWrap(true);
+    label->setTextFormat(Qt::PlainText);
+    label->setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    return label;
+}
+
+void ShowBreakable(QLabel& label, QString text)
+{
+    static const QRegularExpression partEnd(QStringLiteral("([/:\\[@])(?=\\S)"));
+    label.setText(text.replace(partEnd, QStringLiteral("\\1") + breakMark));
+}
+
+QString TextOf(const QLabel& label)
+{
+    return label.text().remove(breakMark);
+}
+
+// The position source in full, so that two texts for the same source are equal.
+QString InFull(const QString& source)
+{
+    console::TGpsSetting gps;
+    QString errorText;
+    return console::ParseGpsSetting(source, gps, errorText) ? console::ToText(gps) : source;
+}
+
 } // namespace
 
 namespace console {
 
-TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(new QLabel)
+TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(MakeTextLabel())
 {
     auto* const rows = new QWidget;
     auto* const column = new QVBoxLayout(rows);
@@ -99,9 +131,6 @@ TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(new Q
     AddChoiceRows(*column);
     column->addStretch();
 
-    m_message->setWordWrap(true);
-    m_message->setTextFormat(Qt::PlainText);
-    m_message->setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
     m_save = new TPushButton(this, tr("Save"), buttonSize, {}, 0, tr("Keep what is shown"));
     m_discard = new TPushButton(this, tr("Discard"), buttonSize, {}, 0, tr("Show what was kept"));
     for (TPushButton* const button : {m_save, m_discard}) {
@@ -129,14 +158,23 @@ TSettingsPage::~TSettingsPage() = default;
 void TSettingsPage::AddTextRows(QVBoxLayout& column)
 {
     for (const TTextRow& row : textRows) {
+        const int index = m_rows.size();
         TPropertyWidget* const widget = MakeRow(row.iconName, tr(row.name));
-        widget->SetToolTip(tr(row.toolTip));
         widget->SetPropertyType(TPropertyWidget::eText, nullptr);
         if (auto* const edit = widget->findChild<QLineEdit*>()) {
             edit->setPlaceholderText(tr(row.whenEmpty));
+            connect(edit, &QLineEdit::editingFinished, this, [this, index] { CheckRow(index); });
         }
+        connect(widget, &TPropertyWidget::ValueChanged, this, [this, index] {
+            if (m_notes.at(index)->foregroundRole() == faultRole) {
+                CheckRow(index); // the fault goes when the text is valid again
+            }
+        });
         m_rows.append(widget);
         column.addWidget(widget);
+        m_notes.append(MakeTextLabel());
+        m_notes.last()->setIndent(4 * gap);
+        column.addWidget(m_notes.last());
     }
 }
 
@@ -175,7 +213,44 @@ void TSettingsPage::Show(const TStoredSettings& settings)
         m_rows.at(firstFlagRow + int(row))
             ->SetNumericalValue(settings.*flagRows.at(row).value ? 1.0 : 0.0);
     }
+    for (int row = 0; row < m_notes.size(); ++row) {
+        ShowNote(row, {});
+    }
     SetMessage({});
+}
+
+void TSettingsPage::SetInUse(const TStoredSettings& settings)
+{
+    m_inUse = settings;
+    for (int row = 0; row < m_notes.size(); ++row) {
+        ShowNote(row, {});
+    }
+}
+
+void TSettingsPage::CheckRow(int row)
+{
+    ShowNote(row, FaultOf(Entered(), textRows.at(std::size_t(row)).value));
+}
+
+void TSettingsPage::ShowNote(int row, const QString& fault)
+{
+    const TTextRow& text = textRows.at(std::size_t(row));
+    const QString stored = m_shown.*text.value;
+    const QString inUse = m_inUse ? *m_inUse.*text.value : stored;
+    QLabel& note = *m_notes.at(row);
+    note.setForegroundRole(fault.isEmpty() ? hintRole : faultRole);
+    if (!fault.isEmpty()) {
+        ShowBreakable(note, faultSign + fault);
+    } else if (inUse != stored && inUse != InFull(stored)) {
+        ShowBreakable(note, tr("In use: %1").arg(inUse.isEmpty() ? tr(text.whenEmpty) : inUse));
+    } else {
+        ShowBreakable(note, tr(text.hint));
+    }
+}
+
+QString TSettingsPage::Note(int row) const
+{
+    return TextOf(*m_notes.at(row));
 }
 
 TStoredSettings TSettingsPage::Entered() const
@@ -198,6 +273,9 @@ void TSettingsPage::Save()
     const TStoredSettings settings = Entered();
     QString errorText;
     if (!CheckStoredSettings(settings, errorText)) {
+        for (int row = 0; row < m_notes.size(); ++row) {
+            CheckRow(row);
+        }
         SetMessage(errorText);
         return;
     }
@@ -206,14 +284,12 @@ void TSettingsPage::Save()
 
 void TSettingsPage::SetMessage(const QString& text)
 {
-    static const QRegularExpression partEnd(QStringLiteral("([/:\\[@])(?=\\S)"));
-    QString breakable = text;
-    m_message->setText(breakable.replace(partEnd, QStringLiteral("\\1") + breakMark));
+    ShowBreakable(*m_message, text);
 }
 
 QString TSettingsPage::Message() const
 {
-    return m_message->text().remove(breakMark);
+    return TextOf(*m_message);
 }
 
 } // namespace console

@@ -6,6 +6,8 @@
 #include <QtCore/QList>
 #include <QtWidgets/QWidget>
 
+#include <optional>
+
 class QLabel;
 class QVBoxLayout;
 class TPropertyWidget;
@@ -14,6 +16,7 @@ class TPushButton;
 namespace console {
 
 // A setting changes only when the operator saves. The page refuses invalid values with a message.
+// Below each text is a note: why the text is invalid, or which value is in use, or what to enter.
 //
 // Thread: main.
 class TSettingsPage : public QWidget
@@ -26,6 +29,9 @@ public:
 
     // Shows `settings` and drops the entered values.
     void Show(const TStoredSettings& settings);
+    // The settings that the console works with. They differ from the stored settings until the next
+    // start, or if the command line names others. Without this call the notes do not show them.
+    void SetInUse(const TStoredSettings& settings);
     // The values on the page, valid or not.
     TStoredSettings Entered() const;
 
@@ -36,6 +42,8 @@ public:
     // By the place in the page, from the top.
     TPropertyWidget* Row(int row) const { return m_rows.at(row); }
     int RowCount() const { return m_rows.size(); }
+    // The note below a row with a text, plain text.
+    QString Note(int row) const;
     TPushButton* SaveButton() const { return m_save; }
     TPushButton* DiscardButton() const { return m_discard; }
 
@@ -46,13 +54,17 @@ Q_SIGNALS:
 private:
     void AddTextRows(QVBoxLayout& column);
     void AddChoiceRows(QVBoxLayout& column);
+    void CheckRow(int row);
+    void ShowNote(int row, const QString& fault);
     void Save();
 
     QList<TPropertyWidget*> m_rows;
+    QList<QLabel*> m_notes; // of the rows with a text
     QLabel* m_message;
     TPushButton* m_save = nullptr;
     TPushButton* m_discard = nullptr;
     TStoredSettings m_shown;
+    std::optional<TStoredSettings> m_inUse;
 };
 
 } // namespace console

@@ -505,6 +505,10 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <source>None</source>
         <translation>Keine</translation>
     </message>
+    <message>
+        <source>In use: %1</source>
+        <translation>In Gebrauch: %1</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

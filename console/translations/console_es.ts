@@ -505,6 +505,10 @@ El servicio aún no ha listado sus archivos.</translation>
         <source>None</source>
         <translation>Ninguna</translation>
     </message>
+    <message>
+        <source>In use: %1</source>
+        <translation>En uso: %1</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

@@ -505,6 +505,10 @@ Le service n'a pas encore listé ses fichiers.</translation>
         <source>None</source>
         <translation>Aucune</translation>
     </message>
+    <message>
+        <source>In use: %1</source>
+        <translation>Utilisé : %1</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

@@ -505,6 +505,10 @@ Usługa nie podała jeszcze listy plików.</translation>
         <source>None</source>
         <translation>Brak</translation>
     </message>
+    <message>
+        <source>In use: %1</source>
+        <translation>W użyciu: %1</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

@@ -505,6 +505,10 @@ O serviço ainda não listou seus arquivos.</translation>
         <source>None</source>
         <translation>Nenhuma</translation>
     </message>
+    <message>
+        <source>In use: %1</source>
+        <translation>Em uso: %1</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

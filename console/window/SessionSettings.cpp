@@ -48,12 +48,19 @@ void TWindowSession::SaveSettings(const TStoredSettings& settings)
             !ParseGpsSetting(settings.positionSource, gps, errorText)) {
             gps = {};
         }
-        m_plugin.StartSource(gps);
+        StartSource(gps);
     }
     m_settingsPage->Show(m_stored);
     m_settingsPage->SetMessage(IsForNextStart(former, settings)
                                    ? tr("Kept. It applies from the next start of the console on.")
                                    : tr("Kept."));
+}
+
+void TWindowSession::StartSource(const TGpsSetting& gps)
+{
+    m_plugin.StartSource(gps);
+    m_inUse.positionSource = ToText(gps);
+    m_settingsPage->SetInUse(m_inUse);
 }
 
 void TWindowSession::Apply(const TStoredSettings& settings)

@@ -7,6 +7,7 @@
 #include "console/window/TLinkBanner.h"
 #include "console/window/TStatusBar.h"
 #include "host/TMessageDialog.h"
+#include "hostimpl/Folders.h"
 #include "hostimpl/PopupHost.h"
 #include "hostimpl/WindowManager.h"
 
@@ -22,8 +23,12 @@ constexpr int positionTickMs = 250;
 namespace console {
 
 TWindowSession::TWindowSession(const TConsoleSettings& settings, const TStoredSettings& stored)
-    : m_settings(settings), m_stored(stored)
-{}
+    : m_settings(settings), m_stored(stored), m_inUse(stored)
+{
+    m_inUse.service = qEnvironmentVariable("KELVO_API_HOST");
+    m_inUse.authorityFile = qEnvironmentVariable("KESDK_CA_FILE");
+    m_inUse.dataFolder = hostimpl::DataFolder();
+}
 
 TWindowSession::~TWindowSession()
 {
@@ -46,7 +51,7 @@ void TWindowSession::Begin()
     m_window->resize(m_window->size().boundedTo(m_window->screen()->availableSize()));
     m_window->show();
     StartPlugin();
-    m_plugin.StartSource(m_settings.gps);
+    StartSource(m_settings.gps);
 }
 
 void TWindowSession::ConnectWindow()

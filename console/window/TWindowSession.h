@@ -61,10 +61,12 @@ private:
     void SaveSettings(const TStoredSettings& settings);
     void Apply(const TStoredSettings& settings);
     void StoreSettings();
+    void StartSource(const TGpsSetting& gps);
     void ShowMessage(const QString& text);
 
     const TConsoleSettings m_settings;
     TStoredSettings m_stored;
+    TStoredSettings m_inUse;
     TLinkMonitor m_link;
     TListingMonitor m_listing;
     hostimpl::TWheelInput m_wheel;

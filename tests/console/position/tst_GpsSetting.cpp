@@ -71,6 +71,23 @@ private Q_SLOTS:
         QCOMPARE(setting.baud, 115200);
     }
 
+    void writesASettingInFull()
+    {
+        for (const char* const text :
+             {"gpsd:localhost:2947", "gpsd:[::1]:99", "serial:/dev/receiver@115200", ""}) {
+            TGpsSetting setting;
+            QString error;
+            const QString wanted = QString::fromLatin1(text);
+            QCOMPARE(ParseGpsSetting(wanted, setting, error), !wanted.isEmpty());
+            QCOMPARE(ToText(setting), wanted);
+        }
+        TGpsSetting log;
+        log.kind = EGpsKind::eLog;
+        log.path = QStringLiteral("/day.log");
+        log.speed = 2.5;
+        QCOMPARE(ToText(log), QStringLiteral("nmea:/day.log@2.5"));
+    }
+
     void refusesInvalidSettings_data()
     {
         QTest::addColumn<QString>("text");

@@ -9,6 +9,7 @@
 
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QSignalSpy>
+#include <QtWidgets/QLineEdit>
 
 #include <optional>
 
@@ -107,8 +108,45 @@ private Q_SLOTS:
         page.Row(row)->SetTextValue(value);
         QVERIFY(!Saved(page).has_value());
         QVERIFY(!page.Message().isEmpty());
+        QVERIFY2(page.Note(row).contains(page.Message()), qUtf8Printable(page.Note(row)));
         // The entered value stays on the page.
         QCOMPARE(page.Row(row)->GetTextValue(), value);
+    }
+
+    void checksATextWhenItIsEntered()
+    {
+        TSettingsPage page;
+        page.Show(Sample());
+        page.show();
+        auto* const edit = page.Row(ePosition)->findChild<QLineEdit*>();
+        edit->setFocus();
+        edit->setText(QString());
+        QTest::keyClicks(edit, QStringLiteral("star"));
+        QVERIFY(page.Note(ePosition).startsWith(QStringLiteral("gpsd:HOST"))); // while it is typed
+        QTest::keyClick(edit, Qt::Key_Return);
+        QVERIFY(page.Note(ePosition).contains(QStringLiteral("\"star\" is none of")));
+        QTest::keyClicks(edit, QStringLiteral("s"));
+        QVERIFY(page.Note(ePosition).contains(QStringLiteral("\"stars\" is none of")));
+        edit->selectAll();
+        QTest::keyClicks(edit, QStringLiteral("gpsd"));
+        QVERIFY(page.Note(ePosition).startsWith(QStringLiteral("gpsd:HOST")));
+    }
+
+    void showsTheValueInUseIfItDiffers()
+    {
+        TSettingsPage page;
+        TStoredSettings inUse = Sample();
+        inUse.service = QStringLiteral("other.example");
+        inUse.positionSource = QStringLiteral("gpsd:localhost:2947"); // the same as "gpsd"
+        inUse.authorityFile = QStringLiteral("/etc/farm.pem");
+        page.SetInUse(inUse);
+        page.Show(Sample());
+        QCOMPARE(page.Note(eService), QStringLiteral("In use: other.example"));
+        QCOMPARE(page.Note(eAuthority), QStringLiteral("In use: /etc/farm.pem"));
+        QVERIFY(!page.Note(ePosition).startsWith(QStringLiteral("In use")));
+        inUse.positionSource.clear();
+        page.SetInUse(inUse);
+        QCOMPARE(page.Note(ePosition), QStringLiteral("In use: None"));
     }
 
     void discardsTheEnteredValues()

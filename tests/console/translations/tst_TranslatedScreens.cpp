@@ -210,6 +210,11 @@ private Q_SLOTS:
         window.ShowPage(&page);
         window.resize(size);
         window.show();
+        console::TStoredSettings inUse = settings;
+        inUse.service = QStringLiteral("another-farm.example:8443");
+        inUse.authorityFile = QStringLiteral("/nowhere/in/a/folder/far/below/all/the/others");
+        inUse.positionSource = QStringLiteral("serial:/dev/serial/by-id/usb-receiver-1@115200");
+        page.SetInUse(inUse);
         for (const bool isOn : {false, true}) {
             settings.isNight = settings.isFullScreen = settings.isDataExchangeAllowed = isOn;
             page.Show(settings);
@@ -221,7 +226,8 @@ private Q_SLOTS:
         for (const console::TStoredSettings& refused : Refused(settings)) {
             QString errorText;
             QVERIFY(!console::CheckStoredSettings(refused, errorText));
-            page.SetMessage(errorText);
+            page.Show(refused);
+            page.SaveButton()->click();
             QCOMPARE(page.Message(), errorText);
             QCOMPARE(Faults(window), QString());
             QVERIFY(!page.SaveButton()->visibleRegion().isEmpty());

@@ -229,6 +229,7 @@ private Q_SLOTS:
         page.SaveButton()->click();
         QVERIFY2(page.Message().contains(QStringLiteral("next start")),
                  qUtf8Printable(page.Message()));
+        QCOMPARE(page.Note(0), QStringLiteral("In use: The usual one"));
         QCOMPARE(hostimpl::CurrentTheme(), hostimpl::ETheme::eNight);
         const auto stored = console::ReadStoredSettings(ConfigManager::Instance());
         QCOMPARE(stored.service, QStringLiteral("farm.example"));
