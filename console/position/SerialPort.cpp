@@ -1,7 +1,8 @@
 #include "console/position/SerialPort.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
-#include <QtCore/QStringList>
+#include <QtCore/QMap>
 
 #include <array>
 #include <cerrno>
@@ -56,6 +57,14 @@ bool SetUp(int descriptor, speed_t speed)
     return ::tcsetattr(descriptor, TCSANOW, &settings) == 0;
 }
 
+// The kernel also lists ports without hardware. They have the type 0.
+bool HasHardware(const QString& terminal)
+{
+    QFile type(terminal + QStringLiteral("/type"));
+    return QFile::exists(terminal + QStringLiteral("/device")) &&
+           !(type.open(QIODevice::ReadOnly) && type.readAll().trimmed() == "0");
+}
+
 } // namespace
 
 namespace console {
@@ -96,6 +105,24 @@ int OpenSerialPort(const QString& path, int baud, QString& errorText)
             TIOCEXCL); // two readers would each get parts of the sentences; a failure does no harm
     ::tcflush(descriptor, TCIFLUSH);
     return descriptor;
+}
+
+QStringList SerialPorts(const QString& classFolder, const QString& namesFolder)
+{
+    QMap<QString, QString> lasting; // by the terminal's name
+    const QFileInfoList names = QDir(namesFolder).entryInfoList(QDir::System | QDir::Files);
+    for (const QFileInfo& name : names) {
+        lasting.insert(QFileInfo(name.symLinkTarget()).fileName(), name.filePath());
+    }
+    QStringList ports;
+    const QStringList terminals =
+        QDir(classFolder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    for (const QString& terminal : terminals) {
+        if (HasHardware(classFolder + QLatin1Char('/') + terminal)) {
+            ports << lasting.value(terminal, QStringLiteral("/dev/") + terminal);
+        }
+    }
+    return ports;
 }
 
 } // namespace console

@@ -42,6 +42,8 @@ public:
     // By the place in the page, from the top.
     TPropertyWidget* Row(int row) const { return m_rows.at(row); }
     int RowCount() const { return m_rows.size(); }
+    // A choice of position sources that fills the row with the position source.
+    TPropertyWidget* Receiver() const { return m_receiver; }
     // The note below a row with a text, plain text.
     QString Note(int row) const;
     TPushButton* SaveButton() const { return m_save; }
@@ -54,12 +56,16 @@ Q_SIGNALS:
 private:
     void AddTextRows(QVBoxLayout& column);
     void AddChoiceRows(QVBoxLayout& column);
+    void ShowReceiver();
+    void TakeReceiver();
     void CheckRow(int row);
     void ShowNote(int row, const QString& fault);
     void Save();
 
     QList<TPropertyWidget*> m_rows;
     QList<QLabel*> m_notes; // of the rows with a text
+    TPropertyWidget* m_receiver = nullptr;
+    QStringList m_sources; // of the choices of m_receiver
     QLabel* m_message;
     TPushButton* m_save = nullptr;
     TPushButton* m_discard = nullptr;

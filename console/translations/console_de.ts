@@ -273,7 +273,7 @@
     </message>
     <message>
         <source>There is nothing here.
-Log in to see the service's files.</source>
+Log in to see the service&apos;s files.</source>
         <translation>Hier ist nichts.
 Melden Sie sich an, um die Dateien des Dienstes zu sehen.</translation>
     </message>
@@ -508,6 +508,22 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
     <message>
         <source>In use: %1</source>
         <translation>In Gebrauch: %1</translation>
+    </message>
+    <message>
+        <source>Receiver</source>
+        <translation>Empfänger</translation>
+    </message>
+    <message>
+        <source>gpsd on this console</source>
+        <translation>gpsd auf dieser Konsole</translation>
+    </message>
+    <message>
+        <source>Another, as entered below</source>
+        <translation>Andere, wie unten eingetragen</translation>
+    </message>
+    <message>
+        <source>There is no %1 now.</source>
+        <translation>%1 ist gerade nicht vorhanden.</translation>
     </message>
 </context>
 <context>

@@ -273,7 +273,7 @@
     </message>
     <message>
         <source>There is nothing here.
-Log in to see the service's files.</source>
+Log in to see the service&apos;s files.</source>
         <translation>Aquí no hay nada.
 Inicie sesión para ver los archivos del servicio.</translation>
     </message>
@@ -508,6 +508,22 @@ El servicio aún no ha listado sus archivos.</translation>
     <message>
         <source>In use: %1</source>
         <translation>En uso: %1</translation>
+    </message>
+    <message>
+        <source>Receiver</source>
+        <translation>Receptor</translation>
+    </message>
+    <message>
+        <source>gpsd on this console</source>
+        <translation>gpsd en esta consola</translation>
+    </message>
+    <message>
+        <source>Another, as entered below</source>
+        <translation>Otra, como se indica abajo</translation>
+    </message>
+    <message>
+        <source>There is no %1 now.</source>
+        <translation>%1 no existe en este momento.</translation>
     </message>
 </context>
 <context>

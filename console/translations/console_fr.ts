@@ -237,11 +237,11 @@
     </message>
     <message>
         <source>%1 found: %2</source>
-        <translation>%1 trouvés : %2</translation>
+        <translation>%1 trouvés&#xa0;: %2</translation>
     </message>
     <message>
         <source>%1 found; %2 selected are not shown</source>
-        <translation>%1 trouvés ; %2 choisis ne sont pas affichés</translation>
+        <translation>%1 trouvés&#xa0;; %2 choisis ne sont pas affichés</translation>
     </message>
     <message>
         <source>None</source>
@@ -265,23 +265,23 @@
     </message>
     <message>
         <source>Show only names with a text</source>
-        <translation>N'afficher que les noms avec un texte</translation>
+        <translation>N&apos;afficher que les noms avec un texte</translation>
     </message>
     <message>
         <source>There is nothing here.</source>
-        <translation>Il n'y a rien ici.</translation>
+        <translation>Il n&apos;y a rien ici.</translation>
     </message>
     <message>
         <source>There is nothing here.
-Log in to see the service's files.</source>
-        <translation>Il n'y a rien ici.
+Log in to see the service&apos;s files.</source>
+        <translation>Il n&apos;y a rien ici.
 Connectez-vous pour voir les fichiers du service.</translation>
     </message>
     <message>
         <source>There is nothing here yet.
 The service has not listed its files yet.</source>
-        <translation>Il n'y a encore rien ici.
-Le service n'a pas encore listé ses fichiers.</translation>
+        <translation>Il n&apos;y a encore rien ici.
+Le service n&apos;a pas encore listé ses fichiers.</translation>
     </message>
     <message>
         <source>No name has the text &quot;%1&quot;.</source>
@@ -507,7 +507,23 @@ Le service n'a pas encore listé ses fichiers.</translation>
     </message>
     <message>
         <source>In use: %1</source>
-        <translation>Utilisé : %1</translation>
+        <translation>Utilisé&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>Receiver</source>
+        <translation>Récepteur</translation>
+    </message>
+    <message>
+        <source>gpsd on this console</source>
+        <translation>gpsd sur cette console</translation>
+    </message>
+    <message>
+        <source>Another, as entered below</source>
+        <translation>Autre, comme saisi ci-dessous</translation>
+    </message>
+    <message>
+        <source>There is no %1 now.</source>
+        <translation>%1 n&apos;existe pas en ce moment.</translation>
     </message>
 </context>
 <context>

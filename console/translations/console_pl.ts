@@ -273,7 +273,7 @@
     </message>
     <message>
         <source>There is nothing here.
-Log in to see the service's files.</source>
+Log in to see the service&apos;s files.</source>
         <translation>Nic tu nie ma.
 Zaloguj się, aby zobaczyć pliki usługi.</translation>
     </message>
@@ -508,6 +508,22 @@ Usługa nie podała jeszcze listy plików.</translation>
     <message>
         <source>In use: %1</source>
         <translation>W użyciu: %1</translation>
+    </message>
+    <message>
+        <source>Receiver</source>
+        <translation>Odbiornik</translation>
+    </message>
+    <message>
+        <source>gpsd on this console</source>
+        <translation>gpsd na tej konsoli</translation>
+    </message>
+    <message>
+        <source>Another, as entered below</source>
+        <translation>Inne, jak podano niżej</translation>
+    </message>
+    <message>
+        <source>There is no %1 now.</source>
+        <translation>%1 teraz nie istnieje.</translation>
     </message>
 </context>
 <context>

@@ -273,7 +273,7 @@
     </message>
     <message>
         <source>There is nothing here.
-Log in to see the service's files.</source>
+Log in to see the service&apos;s files.</source>
         <translation>Não há nada aqui.
 Entre para ver os arquivos do serviço.</translation>
     </message>
@@ -508,6 +508,22 @@ O serviço ainda não listou seus arquivos.</translation>
     <message>
         <source>In use: %1</source>
         <translation>Em uso: %1</translation>
+    </message>
+    <message>
+        <source>Receiver</source>
+        <translation>Receptor</translation>
+    </message>
+    <message>
+        <source>gpsd on this console</source>
+        <translation>gpsd neste console</translation>
+    </message>
+    <message>
+        <source>Another, as entered below</source>
+        <translation>Outra, como indicado abaixo</translation>
+    </message>
+    <message>
+        <source>There is no %1 now.</source>
+        <translation>%1 não existe no momento.</translation>
     </message>
 </context>
 <context>

@@ -7,6 +7,7 @@
 #include "support/HangGuard.h"
 #include "support/TestMain.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
@@ -100,6 +101,35 @@ private Q_SLOTS:
             QVERIFY(console::IsBaudRate(baud));
         }
         QVERIFY(!console::IsBaudRate(0) && !console::IsBaudRate(4801));
+    }
+
+    void listsThePortsThatExist()
+    {
+        const QTemporaryDir folder;
+        const QDir root(folder.path());
+        const auto terminal = [&root](const char* name, const char* type) {
+            const QString path = QStringLiteral("tty/") + QLatin1String(name);
+            QVERIFY(root.mkpath(path));
+            if (type != nullptr) {
+                QVERIFY(root.mkpath(path + QStringLiteral("/device")));
+                QFile file(root.filePath(path + QStringLiteral("/type")));
+                QVERIFY(*type == '\0' || (file.open(QIODevice::WriteOnly) && file.write(type) > 0));
+            }
+        };
+        terminal("tty0", nullptr); // no hardware: a screen
+        terminal("ttyS0", "4\n");
+        terminal("ttyS1", "0\n"); // no hardware
+        terminal("ttyUSB0", "");
+        terminal("ttyACM0", "");
+        QVERIFY(root.mkpath(QStringLiteral("by-id")));
+        QVERIFY(QFile::link(QStringLiteral("../../ttyUSB0"),
+                            root.filePath(QStringLiteral("by-id/usb-receiver-if00"))));
+        QCOMPARE(console::SerialPorts(root.filePath(QStringLiteral("tty")),
+                                      root.filePath(QStringLiteral("by-id"))),
+                 QStringList({QStringLiteral("/dev/ttyACM0"), QStringLiteral("/dev/ttyS0"),
+                              root.filePath(QStringLiteral("by-id/usb-receiver-if00"))}));
+        QCOMPARE(console::SerialPorts(QStringLiteral("/nowhere"), QStringLiteral("/nowhere")),
+                 QStringList());
     }
 };
 

@@ -149,6 +149,29 @@ private Q_SLOTS:
         QCOMPARE(page.Note(ePosition), QStringLiteral("In use: None"));
     }
 
+    void fillsThePositionSourceByAChoice()
+    {
+        TSettingsPage page;
+        page.Show(Sample());
+        QCOMPARE(page.Receiver()->GetTextValue(), QStringLiteral("gpsd on this console"));
+        page.Receiver()->SetNumericalValue(0);
+        QCOMPARE(page.Row(ePosition)->GetTextValue(), QString());
+        page.Receiver()->SetNumericalValue(1);
+        QCOMPARE(page.Row(ePosition)->GetTextValue(), QStringLiteral("gpsd:localhost:2947"));
+        page.Row(ePosition)->SetTextValue(QStringLiteral("gpsd:other"));
+        QCOMPARE(page.Receiver()->GetTextValue(), QStringLiteral("Another, as entered below"));
+    }
+
+    void saysThatADeviceIsMissing()
+    {
+        TSettingsPage page;
+        TStoredSettings settings = Sample();
+        settings.positionSource = QStringLiteral("serial:/nowhere/receiver@9600");
+        page.Show(settings);
+        QCOMPARE(page.Note(ePosition), QStringLiteral("There is no /nowhere/receiver now."));
+        QVERIFY(Saved(page).has_value()); // it may appear later
+    }
+
     void discardsTheEnteredValues()
     {
         TSettingsPage page;
