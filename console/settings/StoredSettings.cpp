@@ -12,6 +12,8 @@
 #include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
 
+#include <tuple>
+
 namespace {
 
 using console::TStoredSettings;
@@ -128,6 +130,16 @@ constexpr TRuleRow ruleRows[] = {
 } // namespace
 
 namespace console {
+
+bool TStoredSettings::operator==(const TStoredSettings& other) const
+{
+    const auto values = [](const TStoredSettings& all) {
+        return std::tie(all.service, all.authorityFile, all.dataFolder, all.language,
+                        all.positionSource, all.isDataExchangeAllowed, all.isNight,
+                        all.isFullScreen);
+    };
+    return values(*this) == values(other);
+}
 
 TStoredSettings ReadStoredSettings(ConfigManager& config)
 {

@@ -20,6 +20,8 @@ struct TStoredSettings
     bool isDataExchangeAllowed = true;
     bool isNight = false;
     bool isFullScreen = false;
+
+    bool operator==(const TStoredSettings& other) const;
 };
 
 // The data folder holds the other settings. The path of the data folder is in a separate file in

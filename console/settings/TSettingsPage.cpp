@@ -10,6 +10,7 @@
 
 #include <QtCore/QFile>
 #include <QtCore/QRegularExpression>
+#include <QtCore/QSignalBlocker>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
@@ -64,19 +65,21 @@ struct TFlagRow
     const char* off;
     const char* on;
     bool TStoredSettings::*value;
+    bool isAtOnce; // not only after Save
 };
 
 constexpr std::array<TFlagRow, 3> flagRows = {{
     {"moon", QT_TRANSLATE_NOOP("console::TSettingsPage", "Colours"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Day"),
-     QT_TRANSLATE_NOOP("console::TSettingsPage", "Night"), &TStoredSettings::isNight},
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Night"), &TStoredSettings::isNight, true},
     {"user", QT_TRANSLATE_NOOP("console::TSettingsPage", "User level"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Driver: no data exchange"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Operator: everything"),
-     &TStoredSettings::isDataExchangeAllowed},
+     &TStoredSettings::isDataExchangeAllowed, false},
     {"Select", QT_TRANSLATE_NOOP("console::TSettingsPage", "Screen"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Window"),
-     QT_TRANSLATE_NOOP("console::TSettingsPage", "Full screen"), &TStoredSettings::isFullScreen},
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Full screen"), &TStoredSettings::isFullScreen,
+     true},
 }};
 
 constexpr int languageRow = int(textRows.size());
@@ -89,6 +92,13 @@ TPropertyWidget* MakeRow(const char* iconName, const QString& name)
     row->SetPropertyName(name);
     row->setFixedHeight(PROPERTY_WIDGET_HEIGHT);
     return row;
+}
+
+// Shows the value. The operator did not choose it.
+void ShowFlag(TPropertyWidget& row, bool isOn)
+{
+    const QSignalBlocker blocker(&row);
+    row.SetNumericalValue(isOn ? 1.0 : 0.0);
 }
 
 QLabel* MakeTextLabel()
@@ -218,6 +228,7 @@ void TSettingsPage::AddChoiceRows(QVBoxLayout& column)
     }
     for (int row = languageRow; row < m_rows.size(); ++row) {
         column.addWidget(m_rows.at(row));
+        connect(m_rows.at(row), &TPropertyWidget::ValueChanged, this, &TSettingsPage::TakeDisplay);
     }
 }
 
@@ -229,14 +240,36 @@ void TSettingsPage::Show(const TStoredSettings& settings)
     }
     m_rows.at(languageRow)->SetNumericalValue(LanguageRow(settings.language));
     for (std::size_t row = 0; row < flagRows.size(); ++row) {
-        m_rows.at(firstFlagRow + int(row))
-            ->SetNumericalValue(settings.*flagRows.at(row).value ? 1.0 : 0.0);
+        ShowFlag(*m_rows.at(firstFlagRow + int(row)), settings.*flagRows.at(row).value);
     }
     for (int row = 0; row < m_notes.size(); ++row) {
         ShowNote(row, {});
     }
     ShowReceiver();
     SetMessage({});
+}
+
+void TSettingsPage::ShowDisplay(const TStoredSettings& settings)
+{
+    for (std::size_t row = 0; row < flagRows.size(); ++row) {
+        if (flagRows.at(row).isAtOnce) {
+            const bool isOn = settings.*flagRows.at(row).value;
+            m_shown.*flagRows.at(row).value = isOn;
+            ShowFlag(*m_rows.at(firstFlagRow + int(row)), isOn);
+        }
+    }
+}
+
+void TSettingsPage::TakeDisplay()
+{
+    const TStoredSettings entered = Entered();
+    for (const TFlagRow& row : flagRows) {
+        if (row.isAtOnce && entered.*row.value != m_shown.*row.value) {
+            ShowDisplay(entered);
+            Q_EMIT DisplayChosen(entered);
+            return;
+        }
+    }
 }
 
 void TSettingsPage::SetInUse(const TStoredSettings& settings)

@@ -15,8 +15,9 @@ class TPushButton;
 
 namespace console {
 
-// A setting changes only when the operator saves. The page refuses invalid values with a message.
-// Below each text is a note: why the text is invalid, or which value is in use, or what to enter.
+// The colours and the size of the window change at once, all other settings when the operator
+// saves. The page refuses invalid values with a message. Below each text is a note: why the text is
+// invalid, or which value is in use, or what to enter.
 //
 // Thread: main.
 class TSettingsPage : public QWidget
@@ -32,8 +33,12 @@ public:
     // The settings that the console works with. They differ from the stored settings until the next
     // start, or if the command line names others. Without this call the notes do not show them.
     void SetInUse(const TStoredSettings& settings);
+    // Shows the colours and the size of the window, and keeps the entered values.
+    void ShowDisplay(const TStoredSettings& settings);
     // The values on the page, valid or not.
     TStoredSettings Entered() const;
+    // Whether there are entered values that are not saved.
+    bool HasChanges() const { return !(Entered() == m_shown); }
 
     // The result of the last attempt to save, plain text.
     void SetMessage(const QString& text);
@@ -52,10 +57,13 @@ public:
 Q_SIGNALS:
     // Emitted with valid settings only.
     void SaveRequested(const console::TStoredSettings& settings);
+    // The operator chose other colours or another size of the window. Only these two values count.
+    void DisplayChosen(const console::TStoredSettings& settings);
 
 private:
     void AddTextRows(QVBoxLayout& column);
     void AddChoiceRows(QVBoxLayout& column);
+    void TakeDisplay();
     void ShowReceiver();
     void TakeReceiver();
     void CheckRow(int row);

@@ -552,5 +552,9 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <source>Plug-in</source>
         <translation>Plug-in</translation>
     </message>
+    <message>
+        <source>Some changes are not saved. Leave the settings without these changes?</source>
+        <translation>Einige Änderungen sind nicht gespeichert. Das Setup ohne diese Änderungen verlassen?</translation>
+    </message>
 </context>
 </TS>

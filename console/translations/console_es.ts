@@ -552,5 +552,9 @@ El servicio aún no ha listado sus archivos.</translation>
         <source>Plug-in</source>
         <translation>Complemento</translation>
     </message>
+    <message>
+        <source>Some changes are not saved. Leave the settings without these changes?</source>
+        <translation>Hay cambios sin guardar. ¿Salir de los ajustes sin estos cambios?</translation>
+    </message>
 </context>
 </TS>

@@ -552,5 +552,9 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <source>Plug-in</source>
         <translation>Plug-in</translation>
     </message>
+    <message>
+        <source>Some changes are not saved. Leave the settings without these changes?</source>
+        <translation>Des modifications ne sont pas enregistrées. Quitter les réglages sans ces modifications ?</translation>
+    </message>
 </context>
 </TS>

@@ -552,5 +552,9 @@ Usługa nie podała jeszcze listy plików.</translation>
         <source>Plug-in</source>
         <translation>Wtyczka</translation>
     </message>
+    <message>
+        <source>Some changes are not saved. Leave the settings without these changes?</source>
+        <translation>Niektóre zmiany nie są zapisane. Opuścić opcje bez tych zmian?</translation>
+    </message>
 </context>
 </TS>

@@ -552,5 +552,9 @@ O serviço ainda não listou seus arquivos.</translation>
         <source>Plug-in</source>
         <translation>Plug-in</translation>
     </message>
+    <message>
+        <source>Some changes are not saved. Leave the settings without these changes?</source>
+        <translation>Há alterações que não foram salvas. Sair dos ajustes sem essas alterações?</translation>
+    </message>
 </context>
 </TS>

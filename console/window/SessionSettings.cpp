@@ -3,7 +3,10 @@
 #include "console/window/TLauncherBar.h"
 #include "console/window/TWindowSession.h"
 #include "host/ConfigManager.h"
+#include "host/TMessageDialog.h"
 #include "hostimpl/Theme.h"
+
+#include <QtGui/QPixmap>
 
 namespace {
 
@@ -54,6 +57,34 @@ void TWindowSession::SaveSettings(const TStoredSettings& settings)
     m_settingsPage->SetMessage(IsForNextStart(former, settings)
                                    ? tr("Kept. It applies from the next start of the console on.")
                                    : tr("Kept."));
+}
+
+void TWindowSession::ApplyDisplay(bool isNight, bool isFullScreen)
+{
+    m_stored.isNight = isNight;
+    m_stored.isFullScreen = isFullScreen;
+    Apply(m_stored);
+    m_settingsPage->ShowDisplay(m_stored);
+    StoreSettings();
+}
+
+// If the settings page has values that are not saved, asks the operator and returns false. If the
+// operator drops the values, calls `thenLeave`.
+bool TWindowSession::MayLeaveSettings(const std::function<void()>& thenLeave)
+{
+    if (m_window->CurrentPage() != m_settingsPage.get() || !m_settingsPage->HasChanges()) {
+        return true;
+    }
+    m_leaveQuestion = std::make_unique<TMessageDialog>(
+        m_window.get(), tr("Settings"),
+        tr("Some changes are not saved. Leave the settings without these changes?"),
+        TMessageDialog::eQuestion, false, QPixmap());
+    connect(m_leaveQuestion.get(), &TMessageDialog::Yes, this, [this, thenLeave] {
+        m_settingsPage->Show(m_stored);
+        thenLeave();
+    });
+    m_leaveQuestion->ShowWindow(true);
+    return false;
 }
 
 void TWindowSession::StartSource(const TGpsSetting& gps)

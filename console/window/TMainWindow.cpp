@@ -17,6 +17,8 @@
 #include <QtWidgets/QStackedWidget>
 #include <QtWidgets/QVBoxLayout>
 
+#include <utility>
+
 namespace {
 
 constexpr QSize defaultSize(1280, 800);
@@ -114,8 +116,17 @@ void TMainWindow::Forget(QObject* content)
     }
 }
 
+void TMainWindow::SetLeaveCheck(std::function<bool(QWidget* next)> mayLeave)
+{
+    m_mayLeave = std::move(mayLeave);
+}
+
 void TMainWindow::ShowPage(QWidget* content)
 {
+    if (content != m_current && m_current != nullptr && m_mayLeave && !m_mayLeave(content)) {
+        m_launcher->SetCurrentPage(m_current); // its touched button is released
+        return;
+    }
     TPage* const page = m_pages.value(content);
     m_current = page == nullptr ? nullptr : content;
     m_area->setCurrentWidget(page == nullptr ? static_cast<QWidget*>(m_home) : page);

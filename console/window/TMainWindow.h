@@ -6,6 +6,8 @@
 #include <QtCore/QHash>
 #include <QtWidgets/QWidget>
 
+#include <functional>
+
 class QLabel;
 class QStackedWidget;
 
@@ -59,6 +61,9 @@ public:
     // Null means home.
     void ShowPage(QWidget* content);
     QWidget* CurrentPage() const { return m_current; }
+    // `mayLeave` is asked before ShowPage() leaves the current page for another; it gets the other
+    // content, null for home. If it returns false, the current page stays. Empty: always true.
+    void SetLeaveCheck(std::function<bool(QWidget* next)> mayLeave);
 
     // Shows the keyboard at the bottom while it is visible. The window owns it. Call it once.
     void SetKeyboard(QWidget* keyboard);
@@ -93,6 +98,7 @@ private:
     QLabel* m_ending = nullptr;
     QHash<QObject*, TPage*> m_pages; // by content
     QWidget* m_current = nullptr;
+    std::function<bool(QWidget*)> m_mayLeave;
 };
 
 } // namespace console

@@ -11,6 +11,7 @@
 #include "hostimpl/PopupHost.h"
 #include "hostimpl/WindowManager.h"
 
+#include <QtCore/QPointer>
 #include <QtGui/QPixmap>
 #include <QtGui/QScreen>
 
@@ -57,17 +58,24 @@ void TWindowSession::Begin()
 void TWindowSession::ConnectWindow()
 {
     TLauncherBar& launcher = m_window->Launcher();
-    connect(m_window.get(), &TMainWindow::CloseRequested, this, &TWindowSession::RequestEnd);
-    connect(m_window.get(), &TMainWindow::FullScreenChanged, this, [this](bool isFullScreen) {
-        m_stored.isFullScreen = isFullScreen;
-        StoreSettings();
+    connect(m_window.get(), &TMainWindow::CloseRequested, this, [this] {
+        if (MayLeaveSettings([this] { RequestEnd(); })) {
+            RequestEnd();
+        }
     });
+    m_window->SetLeaveCheck([this](QWidget* next) {
+        return MayLeaveSettings(
+            [this, page = QPointer<QWidget>(next)] { m_window->ShowPage(page.data()); });
+    });
+    connect(m_window.get(), &TMainWindow::FullScreenChanged, this,
+            [this](bool isFullScreen) { ApplyDisplay(m_stored.isNight, isFullScreen); });
     connect(&launcher, &TLauncherBar::OpenSettings, this, &TWindowSession::OpenSettings);
-    connect(&launcher, &TLauncherBar::ToggleLight, this, [this] {
-        m_stored.isNight = !m_stored.isNight;
-        Apply(m_stored);
-        StoreSettings();
-    });
+    connect(&launcher, &TLauncherBar::ToggleLight, this,
+            [this] { ApplyDisplay(!m_stored.isNight, m_stored.isFullScreen); });
+    connect(m_settingsPage.get(), &TSettingsPage::DisplayChosen, this,
+            [this](const TStoredSettings& chosen) {
+                ApplyDisplay(chosen.isNight, chosen.isFullScreen);
+            });
     connect(m_settingsPage.get(), &TSettingsPage::SaveRequested, this,
             &TWindowSession::SaveSettings);
     connect(m_screens.get(), &TPluginScreens::Failed, this, &TWindowSession::ShowMessage);
@@ -144,7 +152,9 @@ void TWindowSession::End()
     hostimpl::SetWindowManager(nullptr);
     hostimpl::SetPopupHost(nullptr);
     m_dialog.reset();
+    m_leaveQuestion.reset();
     m_screens.reset();
+    m_window->SetLeaveCheck({});
     m_window->RemovePage(m_settingsPage.get());
     m_settingsPage.reset();
     m_window.reset();

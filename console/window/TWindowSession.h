@@ -13,6 +13,7 @@
 
 #include <QtCore/QTimer>
 
+#include <functional>
 #include <memory>
 
 class TMessageDialog;
@@ -45,6 +46,8 @@ public:
     // Null after End().
     TMainWindow* Window() const { return m_window.get(); }
     TSettingsPage* Settings() const { return m_settingsPage.get(); }
+    // The question before unsaved settings are lost; null if there was no such question.
+    TMessageDialog* LeaveQuestion() const { return m_leaveQuestion.get(); }
     // The dialog with the last message; null if there was no message.
     TMessageDialog* Dialog() const { return m_dialog.get(); }
     const TLinkMonitor& Link() const { return m_link; }
@@ -62,6 +65,8 @@ private:
     void Apply(const TStoredSettings& settings);
     void StoreSettings();
     void StartSource(const TGpsSetting& gps);
+    void ApplyDisplay(bool isNight, bool isFullScreen);
+    bool MayLeaveSettings(const std::function<void()>& thenLeave);
     void ShowMessage(const QString& text);
 
     const TConsoleSettings m_settings;
@@ -75,6 +80,7 @@ private:
     hostimpl::TSurfaceRegister m_surfaces;
     std::unique_ptr<TPluginScreens> m_screens;
     std::unique_ptr<TMessageDialog> m_dialog;
+    std::unique_ptr<TMessageDialog> m_leaveQuestion;
     TPluginSession m_plugin;
     QTimer m_positionTick;
     bool m_isEnding = false;

@@ -5,6 +5,7 @@
 #include "console/translations/ScreenFaults.h"
 #include "console/translations/TInLanguage.h"
 #include "console/window/Geometry.h"
+#include "console/window/TIconButton.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TLinkBanner.h"
 #include "console/window/TMainWindow.h"
@@ -121,6 +122,25 @@ private Q_SLOTS:
         QCOMPARE(Faults(*session.Dialog()), QString());
         session.Dialog()->CloseWindow();
         QCOMPARE(Faults(*session.Window()), QString());
+    }
+
+    void showsTheQuestionInFull_data() { AddLanguagesAndSizes(); }
+
+    void showsTheQuestionInFull()
+    {
+        QFETCH(QString, code);
+        QFETCH(QSize, size);
+        const TInLanguage inLanguage(code);
+        console::TStoredSettings stored;
+        stored.dataFolder = m_folder.path();
+        console::TWindowSession session(console::TConsoleSettings(), stored);
+        session.Begin();
+        session.Dialog()->CloseWindow(); // there is no plug-in
+        session.Window()->resize(size);
+        session.Window()->Launcher().SettingsButton()->click();
+        session.Settings()->Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        session.Window()->Launcher().HomeButton()->click();
+        QCOMPARE(Faults(*session.LeaveQuestion()), QString());
     }
 
     void showsTheLinkInFull_data() { AddLanguagesAndSizes(); }

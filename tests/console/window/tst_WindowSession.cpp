@@ -239,6 +239,75 @@ private Q_SLOTS:
         QVERIFY(!console::ReadStoredSettings(ConfigManager::Instance()).isNight);
     }
 
+    void appliesTheDisplayAtOnce()
+    {
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        page.Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        page.Row(5)->SetNumericalValue(1);
+        QCOMPARE(hostimpl::CurrentTheme(), hostimpl::ETheme::eNight);
+        const auto stored = console::ReadStoredSettings(ConfigManager::Instance());
+        QVERIFY(stored.isNight);
+        QVERIFY(stored.service.isEmpty());
+        // The launcher's button and the page show the same colours.
+        m_session->Window()->Launcher().LightButton()->click();
+        QCOMPARE(page.Row(5)->GetNumericalValue(), 0.0);
+        QCOMPARE(page.Row(0)->GetTextValue(), QStringLiteral("farm.example"));
+        page.DiscardButton()->click();
+        QVERIFY(!page.HasChanges());
+    }
+
+    void asksBeforeChangesAreLost_data()
+    {
+        QTest::addColumn<bool>("isLeft");
+        QTest::newRow("yes") << true;
+        QTest::newRow("no") << false;
+    }
+
+    void asksBeforeChangesAreLost()
+    {
+        QFETCH(bool, isLeft);
+        Begin(ScreensPlugin_PATH);
+        console::TMainWindow& window = *m_session->Window();
+        window.Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        page.Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        window.Launcher().HomeButton()->click();
+        QCOMPARE(window.CurrentPage(), &page);
+        QVERIFY(window.Launcher().SettingsButton()->isChecked());
+        TMessageDialog* const question = m_session->LeaveQuestion();
+        QVERIFY(question != nullptr && question->isVisible());
+        question
+            ->GetMessageDialogButton(isLeft ? TMessageDialog::eButton0 : TMessageDialog::eButton1)
+            ->click();
+        QCOMPARE(window.CurrentPage(), isLeft ? nullptr : static_cast<QWidget*>(&page));
+        QCOMPARE(page.HasChanges(), !isLeft);
+    }
+
+    void leavesTheSettingsWithoutAQuestionIfNothingChanged()
+    {
+        Begin(ScreensPlugin_PATH);
+        console::TMainWindow& window = *m_session->Window();
+        window.Launcher().SettingsButton()->click();
+        QVERIFY(window.OnBackPressed());
+        QCOMPARE(window.CurrentPage(), nullptr);
+        QCOMPARE(m_session->LeaveQuestion(), nullptr);
+    }
+
+    void asksBeforeTheEndIfChangesAreLost()
+    {
+        Begin(ScreensPlugin_PATH);
+        console::TMainWindow& window = *m_session->Window();
+        window.Launcher().SettingsButton()->click();
+        m_session->Settings()->Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        QSignalSpy ends(m_session.get(), &TWindowSession::EndRequested);
+        window.close();
+        QCOMPARE(ends.count(), 0);
+        m_session->LeaveQuestion()->GetMessageDialogButton(TMessageDialog::eButton0)->click();
+        QCOMPARE(ends.count(), 1);
+    }
+
     void cutsNothingOffOnTheSettingsPage()
     {
         Begin(ScreensPlugin_PATH);
