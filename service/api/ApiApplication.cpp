@@ -49,8 +49,8 @@ Async<http::Response> ApiApplication::handle(http::Request& request)
     } catch (const store::StoreBusy&) {
         throw Problem(EProblem::Busy, "The service's database is busy; nothing was changed.",
                       {{"Retry-After", "5"}});
-    } catch (const store::NameTaken&) {
-        throw Problem(EProblem::Conflict, "The name is taken.");
+    } catch (const store::NotUnique&) {
+        throw Problem(EProblem::Conflict, "The name or the key is used already.");
     } catch (const store::TooManyReported&) {
         throw Problem(EProblem::Unprocessable, "The farm has too many consoles or devices.");
     } catch (const std::system_error& error) {

@@ -1,10 +1,13 @@
 // SQLite.
 #include "service/store/Dialect.h"
 
+#include "service/base/Log.h"
 #include "service/store/Errors.h"
 
 #include <soci/soci.h>
 #include <soci/sqlite3/soci-sqlite3.h>
+
+#include <atomic>
 
 namespace kelvo::store {
 
@@ -22,8 +25,9 @@ std::string quoted(const std::string& file)
 class Sqlite final : public Dialect
 {
 public:
-    Sqlite(const std::string& file, const char* journal)
-        : connectString_("dbname=" + quoted(file)), journal_(journal)
+    /** `journal`: a journal mode of SQLite. */
+    Sqlite(const std::string& file, std::string journal)
+        : connectString_("dbname=" + quoted(file)), journal_(std::move(journal))
     {}
 
     std::unique_ptr<soci::session> connect() const override
@@ -34,7 +38,6 @@ public:
         // With a write-ahead log each commit syncs the log. With a rollback journal EXTRA also
         // syncs the removal of the journal, which is the commit there.
         const char* const settings[] = {
-            journal_,
             "PRAGMA synchronous = EXTRA",
             "PRAGMA foreign_keys = ON",
             "PRAGMA cache_size = -1024",
@@ -42,6 +45,12 @@ public:
         };
         for (const char* setting : settings) {
             *session << setting;
+        }
+        std::string mode;
+        *session << "PRAGMA journal_mode = " << journal_, soci::into(mode);
+        if (mode != journal_ && !warned_.test_and_set()) {
+            logWarning("journal-mode",
+                       "the database uses the journal mode " + mode + " instead of " + journal_);
         }
         return session;
     }
@@ -63,7 +72,7 @@ public:
         }
         const std::string text = error.what();
         if (text.find("UNIQUE constraint failed") != std::string::npos) {
-            throw NameTaken();
+            throw NotUnique();
         }
         if (text.find("database or disk is full") != std::string::npos) {
             throw StorageFull();
@@ -72,19 +81,20 @@ public:
 
 private:
     std::string connectString_;
-    const char* journal_;
+    std::string journal_;
+    mutable std::atomic_flag warned_; // the service makes several connections
 };
 
 } // namespace
 
 std::unique_ptr<Dialect> makeSqlite(const std::string& file)
 {
-    return std::make_unique<Sqlite>(file, "PRAGMA journal_mode = WAL");
+    return std::make_unique<Sqlite>(file, "wal");
 }
 
 std::unique_ptr<Dialect> makeSqliteCopy(const std::string& file)
 {
-    return std::make_unique<Sqlite>(file, "PRAGMA journal_mode = DELETE");
+    return std::make_unique<Sqlite>(file, "delete");
 }
 
 } // namespace kelvo::store

@@ -10,7 +10,7 @@ class session;
 
 namespace kelvo::store {
 
-/** One kind of database. Stateless; thread safe. */
+/** One kind of database. Thread safe. */
 class Dialect
 {
 public:
@@ -34,8 +34,11 @@ public:
     virtual void translate(const std::exception& error) const = 0;
 };
 
-/** The service's database file, with a write-ahead log and every commit synced. Only the service's
- * writer may write to it. */
+/**
+ * The service's database file, with a write-ahead log and every commit synced. On a file system
+ * without shared memory it keeps a rollback journal: the log gets a warning, and commits may wait
+ * for readers. Only the service's writer may write to it.
+ */
 std::unique_ptr<Dialect> makeSqlite(const std::string& file);
 
 /** A copy of the database that no service uses. It stays one file with a rollback journal. */

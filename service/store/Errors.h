@@ -14,11 +14,11 @@ public:
     {}
 };
 
-/** A name that must be unique is taken. Nothing was changed. */
-class NameTaken : public std::runtime_error
+/** A row with the same name or key exists. Nothing was changed. */
+class NotUnique : public std::runtime_error
 {
 public:
-    NameTaken() : std::runtime_error("the name is taken") {}
+    NotUnique() : std::runtime_error("a row with the same name or key exists") {}
 };
 
 /** A farm has used up its ids. */

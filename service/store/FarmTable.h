@@ -15,7 +15,7 @@ namespace kelvo::store {
 inline constexpr std::array<const char*, 7> projectNames{
     "To Console", "From Console", "AB Lines", "Curves", "Pivots", "Optimal Lines", "Project Lines"};
 
-/** Adds a farm with its projects. Throws NameTaken. */
+/** Adds a farm with its projects. Throws NotUnique. */
 Farm addFarm(Transaction& transaction, const std::string& name);
 
 std::vector<Farm> allFarms(soci::session& sql);

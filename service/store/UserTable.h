@@ -25,7 +25,7 @@ struct Credentials
     std::string passwordHash;
 };
 
-/** Throws NameTaken. User names are unique over all farms. */
+/** Throws NotUnique. User names are unique over all farms. */
 User addUser(Transaction& transaction, const NewUser& user);
 
 std::optional<User> userById(soci::session& sql, Id user);

@@ -38,10 +38,10 @@ TEST_P(StoreContract, NumbersTheResourcesOfEachFarmSeparately)
 TEST_P(StoreContract, RefusesATakenNameOfAFarmOrUser)
 {
     const store::Farm farm = addFarm("Hill Farm");
-    EXPECT_THROW(addFarm("Hill Farm"), store::NameTaken);
+    EXPECT_THROW(addFarm("Hill Farm"), store::NotUnique);
     const store::Farm other = addFarm("Dale Farm");
     addUser(farm, "olga");
-    EXPECT_THROW(addUser(other, "olga"), store::NameTaken);
+    EXPECT_THROW(addUser(other, "olga"), store::NotUnique);
 }
 
 TEST_P(StoreContract, ReturnsUsersAsTheyWereAdded)

@@ -1,4 +1,5 @@
 // Transactions: atomic, durable, ordered, concurrent.
+#include "service/base/Log.h"
 #include "service/store/Errors.h"
 #include "service/store/EventTable.h"
 #include "tests/service/store/StoreContract.h"
@@ -6,6 +7,7 @@
 
 #include <gmock/gmock.h>
 #include <soci/soci.h>
+#include <sqlite3.h>
 
 #include <atomic>
 #include <future>
@@ -206,6 +208,13 @@ TEST_P(StoreContract, ReadsOneStateDuringACommit)
     EXPECT_EQ(farmNames(*database).size(), 2U);
 }
 
+std::string journalMode(soci::session& sql)
+{
+    std::string mode;
+    sql << "PRAGMA journal_mode", soci::into(mode);
+    return mode;
+}
+
 /** Not part of the contract: each kind of database reports a full disk in its own way. */
 TEST(Sqlite, ReportsAFullDiskAndWorksAgainWhenThereIsRoom)
 {
@@ -226,6 +235,30 @@ TEST(Sqlite, ReportsAFullDiskAndWorksAgainWhenThereIsRoom)
     allow(1000000);
     addLongName();
     EXPECT_EQ(farmNames(database).size(), 1U);
+}
+
+/** SQLite's way to lock files on file systems without shared memory. */
+class WithoutSharedMemory : public testing::Test
+{
+protected:
+    WithoutSharedMemory() { sqlite3_vfs_register(sqlite3_vfs_find("unix-dotfile"), 1); }
+    ~WithoutSharedMemory() override { sqlite3_vfs_register(sqlite3_vfs_find("unix"), 1); }
+};
+
+TEST_F(WithoutSharedMemory, KeepsTheRollbackJournalAndWarns)
+{
+    const TempFolder folder;
+    startLog("info");
+    testing::internal::CaptureStderr();
+    store::Database database(store::makeSqlite((folder.Path() / "store.sqlite").string()));
+    database.writeNow([](Transaction& t) { store::addFarm(t, "Hill Farm"); });
+    EXPECT_THAT(farmNames(database), testing::ElementsAre("Hill Farm"));
+    EXPECT_EQ(database.readNow([](soci::session& sql) { return journalMode(sql); }), "delete");
+    const std::string log = testing::internal::GetCapturedStderr();
+    const auto first = log.find("journal-mode");
+    EXPECT_NE(first, std::string::npos) << log;
+    EXPECT_EQ(log.find("journal-mode", first + 1), std::string::npos)
+        << "a line for each connection";
 }
 
 } // namespace
