@@ -109,6 +109,26 @@ Async<StoredContent> storeContent(Context& context, store::Upload& upload,
     co_return stored;
 }
 
+/** Undoes storeContent(): the next attempt finds the upload unchanged. */
+Async<void> giveBackContent(Context& context, const store::Upload& upload)
+{
+    auto giveBack = [&context, &upload] { context.contents.giveBack(upload.id, upload.sha256); };
+    co_await context.filePool.run(giveBack);
+}
+
+/** Removes the received bytes. The files are committed, even if the removal fails. */
+Async<void> removeReceived(Context& context, const store::Upload& upload)
+{
+    auto remove = [&context, &upload] {
+        try {
+            context.contents.removeUpload(upload.id);
+        } catch (const std::exception& error) {
+            logWarning("upload-not-removed", error.what());
+        }
+    };
+    co_await context.filePool.run(remove);
+}
+
 } // namespace
 
 Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
@@ -118,38 +138,25 @@ Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
     auto change = [&context, &upload](store::Transaction& transaction) {
         return commitFiles(context, transaction, upload);
     };
-    std::exception_ptr failure;
-    bool inDoubt = false;
     FinishedUpload finished;
+    std::exception_ptr failure;
     try {
         finished = co_await context.database.write(change);
     } catch (const store::CommitInDoubt&) {
-        inDoubt = true;
-        failure = std::current_exception();
+        // The content is kept, because committed files may need it. If there are none, the janitor
+        // removes the content and the client sends the upload again.
+        throw;
     } catch (...) {
         failure = std::current_exception();
     }
-    // After a commit in doubt the content is kept, because committed files may need it. If there
-    // are none, the janitor removes the content and the client sends the upload again.
-    if (failure && !inDoubt && stored.moved) {
-        // The next attempt finds the upload unchanged.
-        auto giveBack = [&context, &upload] {
-            context.contents.giveBack(upload.id, upload.sha256);
-        };
-        co_await context.filePool.run(giveBack);
-    } else if (!failure && !stored.moved) {
-        // An equal content existed already. The files are committed, even if this removal fails.
-        auto remove = [&context, &upload] {
-            try {
-                context.contents.removeUpload(upload.id);
-            } catch (const std::exception& error) {
-                logWarning("upload-not-removed", error.what());
-            }
-        };
-        co_await context.filePool.run(remove);
+    if (failure && stored.moved) {
+        co_await giveBackContent(context, upload);
     }
     if (failure) {
         std::rethrow_exception(failure);
+    }
+    if (!stored.moved) {
+        co_await removeReceived(context, upload);
     }
     co_return finished;
 }

@@ -57,13 +57,14 @@ std::string locationOf(const store::Upload& upload)
     return path;
 }
 
-Async<Progress> continueRepeat(Context& context, Request& request, const store::Upload& upload)
+/** Throws Problem if the repeat brings bytes for an unfinished upload. */
+Async<Progress> progressOfRepeat(Context& context, Request& request, const store::Upload& upload)
 {
     if (!upload.finished && request.body.lengthBytes() > 0) {
         throw Problem(EProblem::Conflict,
                       "This upload exists already: get its offset and send the rest.");
     }
-    co_return co_await currentProgress(context, request, upload);
+    co_return co_await stopAndInspect(context, request, upload);
 }
 
 Async<Response> create(Context& context, Request& request)
@@ -80,7 +81,7 @@ Async<Response> create(Context& context, Request& request)
     Progress progress{started.upload, 0, {}};
     if (started.isRepeat) {
         hold.reset();
-        progress = co_await continueRepeat(context, request, started.upload);
+        progress = co_await progressOfRepeat(context, request, started.upload);
     } else if (request.body.lengthBytes() > 0 || wanted.lengthBytes == 0) {
         progress = co_await receiveHeldPart(context, request, started.upload, 0);
     }
@@ -102,7 +103,7 @@ Async<Response> inspect(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
     const store::Upload upload = co_await findUpload(context, user, request.parameter("id"));
-    const Progress progress = co_await currentProgress(context, request, upload);
+    const Progress progress = co_await stopAndInspect(context, request, upload);
     Response response;
     response.headers = {{"Cache-Control", "no-store"},
                         {"Upload-Length", std::to_string(progress.upload.lengthBytes)}};

@@ -25,19 +25,19 @@ Async<store::Upload> reload(Context& context, const std::string& id)
 
 /**
  * Extends the expiry to the full time. Skipped if the expiry was extended in the last hour: a
- * commit costs more than a small part. `aliveAtMs`: the upload must not have expired at this time.
+ * commit costs more than a small part. Throws Problem if the upload has been removed.
  */
-Async<void> extend(Context& context, store::Upload& upload, long long aliveAtMs)
+Async<void> extend(Context& context, store::Upload& upload)
 {
     const long long expiresMs = context.clock.nowMs() + uploadLifeMs;
     if (upload.expiresMs > expiresMs - extensionStepMs) {
         co_return;
     }
-    auto change = [&upload, aliveAtMs, expiresMs](store::Transaction& transaction) {
-        return store::extendUpload(transaction, upload.id, aliveAtMs, expiresMs);
+    auto change = [&upload, expiresMs](store::Transaction& transaction) {
+        return store::extendUpload(transaction, upload.id, expiresMs);
     };
-    const bool isAlive = co_await context.database.write(change);
-    if (!isAlive) {
+    const bool exists = co_await context.database.write(change);
+    if (!exists) {
         throw Problem(EProblem::Gone, "The upload has expired.");
     }
     upload.expiresMs = expiresMs;
@@ -51,7 +51,7 @@ Async<void> extend(Context& context, store::Upload& upload, long long aliveAtMs)
 
 } // namespace
 
-Async<Progress> currentProgress(Context& context, http::Request& request, store::Upload upload)
+Async<Progress> stopAndInspect(Context& context, http::Request& request, store::Upload upload)
 {
     const auto hold = co_await context.activeUploads.take(upload.id, request.body);
     upload = co_await reload(context, upload.id);
@@ -90,7 +90,7 @@ Async<Progress> receivePart(Context& context, http::Request& request, store::Upl
     if (upload.finished) {
         throwWrongOffset(upload.lengthBytes);
     }
-    co_await extend(context, upload, context.clock.nowMs());
+    co_await extend(context, upload);
     co_return co_await receiveHeldPart(context, request, upload, offset);
 }
 
@@ -121,7 +121,7 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
         co_await context.filePool.run(sync);
     }
     writer.suspend();
-    co_await extend(context, upload, 0); // the upload was held, so it has not expired meanwhile
+    co_await extend(context, upload);
     if (!whole) {
         throw http::PeerGone();
     }

@@ -3,11 +3,8 @@
 #include "service/api/UploadSteps.h"
 #include "service/base/Random.h"
 #include "service/http/Problem.h"
-#include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
 #include "service/store/UploadTable.h"
-
-#include <algorithm>
 
 namespace kelvo::api {
 
@@ -36,17 +33,6 @@ bool isSameRequest(const store::Upload& upload, const UploadRequest& wanted)
            upload.lengthBytes == wanted.lengthBytes;
 }
 
-/** Whether a repeat gets this upload. A result whose files were removed does not count. */
-bool isStillGood(soci::session& sql, const store::Upload& upload, long long nowMs)
-{
-    if (!upload.finished) {
-        return upload.expiresMs > nowMs;
-    }
-    return std::all_of(upload.files.begin(), upload.files.end(), [&sql, &upload](store::Id id) {
-        return store::fileById(sql, upload.farm, id).has_value();
-    });
-}
-
 std::optional<store::Upload> findRepeat(store::Transaction& transaction, const store::User& user,
                                         const UploadRequest& wanted, long long nowMs)
 {
@@ -61,7 +47,9 @@ std::optional<store::Upload> findRepeat(store::Transaction& transaction, const s
         throw Problem(EProblem::Conflict,
                       "The Idempotency-Key was used for another name, target or length.");
     }
-    if (isStillGood(transaction.sql, *known, nowMs)) {
+    const bool isUsable =
+        known->finished ? store::isRepeatable(transaction.sql, *known) : known->expiresMs > nowMs;
+    if (isUsable) {
         return known;
     }
     store::forgetKey(transaction, known->id);

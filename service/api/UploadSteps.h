@@ -56,8 +56,8 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
  */
 Async<void> deleteUpload(Context& context, http::Request& request, const store::Upload& upload);
 
-/** Stops other requests on the upload, then returns the size of the received part. */
-Async<Progress> currentProgress(Context& context, http::Request& request, store::Upload upload);
+/** Stops the request that works on the upload, then returns the size of the received part. */
+Async<Progress> stopAndInspect(Context& context, http::Request& request, store::Upload upload);
 
 struct FinishedUpload
 {

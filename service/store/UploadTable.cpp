@@ -76,13 +76,6 @@ bool changesARow(soci::statement& change)
     return change.get_affected_rows() > 0;
 }
 
-bool anyFileExists(soci::session& sql, const Upload& upload)
-{
-    return std::any_of(upload.files.begin(), upload.files.end(), [&sql, &upload](Id file) {
-        return fileById(sql, upload.farm, file).has_value();
-    });
-}
-
 } // namespace
 
 std::string joinIds(const std::vector<Id>& ids)
@@ -155,13 +148,12 @@ void forgetKey(Transaction& transaction, const std::string& id)
     transaction.sql << "UPDATE uploads SET idempotency_key = NULL WHERE id = :id", use(id);
 }
 
-bool extendUpload(Transaction& transaction, const std::string& id, long long nowMs,
-                  long long expiresMs)
+bool extendUpload(Transaction& transaction, const std::string& id, long long expiresMs)
 {
     soci::statement change =
-        (transaction.sql.prepare << "UPDATE uploads SET expires_ms = :expires"
-                                    " WHERE id = :id AND finished = 0 AND expires_ms > :now",
-         use(expiresMs), use(id), use(nowMs));
+        (transaction.sql.prepare
+             << "UPDATE uploads SET expires_ms = :expires WHERE id = :id AND finished = 0",
+         use(expiresMs), use(id));
     return changesARow(change);
 }
 
@@ -195,6 +187,13 @@ bool removeExpiredUpload(Transaction& transaction, const std::string& id, long l
     return changesARow(change);
 }
 
+bool isRepeatable(soci::session& sql, const Upload& upload)
+{
+    return std::all_of(upload.files.begin(), upload.files.end(), [&sql, &upload](Id file) {
+        return fileById(sql, upload.farm, file).has_value();
+    });
+}
+
 void forgetOldResults(Transaction& transaction, long long nowMs)
 {
     UploadRow row;
@@ -208,7 +207,7 @@ void forgetOldResults(Transaction& transaction, long long nowMs)
         query.execute();
         while (query.fetch()) {
             const Upload upload = row.take();
-            if (upload.key.empty() || !anyFileExists(transaction.sql, upload)) {
+            if (upload.key.empty() || !isRepeatable(transaction.sql, upload)) {
                 obsolete.push_back(upload.id);
             }
         }

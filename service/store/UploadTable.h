@@ -10,7 +10,7 @@
 
 namespace kelvo::store {
 
-/** Throws NameTaken if the user has an upload with the same key. */
+/** Throws NotUnique if the user has an upload with the same key. */
 void addUpload(Transaction& transaction, const Upload& upload);
 
 std::optional<Upload> uploadById(soci::session& sql, const std::string& id);
@@ -22,9 +22,8 @@ void finishUpload(Transaction& transaction, const Upload& upload);
 /** Removes the upload's key. */
 void forgetKey(Transaction& transaction, const std::string& id);
 
-/** Extends the expiry of an unfinished upload. False if the upload has expired or is finished. */
-bool extendUpload(Transaction& transaction, const std::string& id, long long nowMs,
-                  long long expiresMs);
+/** Extends the expiry of an unfinished upload, also of an expired one. False if it is finished. */
+bool extendUpload(Transaction& transaction, const std::string& id, long long expiresMs);
 
 /** False if the upload is finished or missing. */
 bool removeUnfinishedUpload(Transaction& transaction, const std::string& id);
@@ -36,9 +35,12 @@ std::vector<std::string> expiredUploads(soci::session& sql, long long nowMs);
 bool removeExpiredUpload(Transaction& transaction, const std::string& id, long long nowMs);
 
 /**
- * Removes finished uploads that expired before `nowMs` and that no repeat can ask for: they have no
- * key, or none of their files is left.
+ * Whether a repeat with the same key gets this finished upload: all its files are still in their
+ * targets.
  */
+bool isRepeatable(soci::session& sql, const Upload& upload);
+
+/** Removes finished uploads that expired before `nowMs` and that no repeat can get. */
 void forgetOldResults(Transaction& transaction, long long nowMs);
 
 /** "10,11" and back. Empty if the text is not a list of ids. */
