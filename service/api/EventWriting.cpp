@@ -24,7 +24,8 @@ void addFileEvent(store::Transaction& transaction, const EventFrame& frame, cons
     const Json data{
         {"container", {{"id", inbox.id}, {"kind", "user-inbox"}, {"project", inbox.project}}},
         {"entry", toJson(file)}};
-    append(transaction, frame, {0, 0, name, inbox.ownerId, data.dump(), {}, 0});
+    append(transaction, frame,
+           {.name = name, .owner = inbox.ownerId, .fullData = data.dump(), .commonData = {}});
 }
 
 } // namespace
@@ -47,7 +48,11 @@ void addInboxAdded(store::Transaction& transaction, const EventFrame& frame,
     const Json container{{"id", inbox.project}, {"kind", "project"}};
     const Json full{{"container", container}, {"entry", toJson(inbox, std::vector<store::File>())}};
     const Json common{{"container", container}, {"entry", toJson(inbox, std::nullopt)}};
-    append(transaction, frame, {0, 0, "inbox-added", inbox.ownerId, full.dump(), common.dump(), 0});
+    append(transaction, frame,
+           {.name = "inbox-added",
+            .owner = inbox.ownerId,
+            .fullData = full.dump(),
+            .commonData = common.dump()});
 }
 
 void addConsoleMoved(store::Transaction& transaction, const EventFrame& frame, store::Id console,
@@ -61,7 +66,8 @@ void addConsoleMoved(store::Transaction& transaction, const EventFrame& frame, s
                     {"time_s", position.timeS},
                     {"latitude", position.latitudeDeg},
                     {"longitude", position.longitudeDeg}};
-    append(transaction, frame, {0, 0, "console-moved", 0, data.dump(), {}, 0});
+    append(transaction, frame,
+           {.name = "console-moved", .fullData = data.dump(), .commonData = {}});
     store::setLastMove(transaction, console, transaction.events.back().id);
 }
 

@@ -67,11 +67,19 @@ double requireDegrees(const nlohmann::json& document, const char* member, double
 }
 
 /** The clock of a console may be wrong, so times up to a day in the future are accepted. */
-void refuseFarFuture(const Context& context, long long timeMs)
+void refuseImpossibleTime(long long time, long long latest)
 {
-    if (timeMs < 0 || timeMs > context.clock.nowMs() + dayMs) {
+    if (time < 0) {
+        throw Problem(EProblem::Unprocessable, "The time is before 1970.");
+    }
+    if (time > latest) {
         throw Problem(EProblem::Unprocessable, "The time is more than a day in the future.");
     }
+}
+
+void requireTimestamp(const Context& context, const nlohmann::json& body)
+{
+    refuseImpossibleTime(requireInteger(body, "timestamp_ms"), context.clock.nowMs() + dayMs);
 }
 
 std::string hardwareAddress(const nlohmann::json& document)
@@ -90,12 +98,12 @@ Async<Response> putEnvironment(Context& context, Request& request)
 {
     const store::Session session = co_await requireOperator(context, request);
     const nlohmann::json body = co_await request.json();
-    refuseFarFuture(context, requireInteger(body, "timestamp_ms"));
+    requireTimestamp(context, body);
     const std::string address = hardwareAddress(requireObject(body, "console"));
     requireObject(body, "controller");
     const std::string document = body.dump();
     auto change = [&](store::Transaction& transaction) {
-        const store::Id console = store::reportingConsole(transaction, session, address);
+        const store::Id console = store::bindConsole(transaction, session, address);
         store::setEnvironment(transaction, session, console, document, context.clock.nowMs());
     };
     co_await context.database.write(change);
@@ -106,7 +114,7 @@ Async<Response> putDevice(Context& context, Request& request)
 {
     const store::Session session = co_await requireOperator(context, request);
     const nlohmann::json body = co_await request.json();
-    refuseFarFuture(context, requireInteger(body, "timestamp_ms"));
+    requireTimestamp(context, body);
     const long long state = requireInteger(body, "state");
     if (state != 0 && state != 1) {
         throw Problem(EProblem::Unprocessable, "The member \"state\" must be 0 or 1.");
@@ -116,7 +124,7 @@ Async<Response> putDevice(Context& context, Request& request)
     const std::string document = body.dump();
     auto change = [&](store::Transaction& transaction) {
         // The address belongs to the device and does not identify the console.
-        const store::Id console = store::reportingConsole(transaction, session, {});
+        const store::Id console = store::bindConsole(transaction, session, {});
         store::setDevice(transaction, console, address, document, context.clock.nowMs());
     };
     co_await context.database.write(change);
@@ -126,10 +134,7 @@ Async<Response> putDevice(Context& context, Request& request)
 long long timeInSeconds(const Context& context, const nlohmann::json& body)
 {
     const long long seconds = requireInteger(body, "time_s");
-    // Checked before the multiplication, because it may be any number.
-    if (seconds > context.clock.nowMs() / 1000 + dayMs / 1000 || seconds < 0) {
-        throw Problem(EProblem::Unprocessable, "The time is more than a day in the future.");
-    }
+    refuseImpossibleTime(seconds, (context.clock.nowMs() + dayMs) / 1000);
     return seconds;
 }
 
@@ -143,7 +148,7 @@ Async<Response> addPosition(Context& context, Request& request)
                                    requireDegrees(body, "longitude", 180), context.clock.nowMs()};
     const EventFrame frame{session.user.farmId(), position.receivedMs, context.settings.eventsKept};
     auto change = [&](store::Transaction& transaction) {
-        const store::Id console = store::reportingConsole(transaction, session, address);
+        const store::Id console = store::bindConsole(transaction, session, address);
         store::addPosition(transaction, console, session.user.id, position);
         addConsoleMoved(transaction, frame, console, session.user, position);
     };

@@ -74,8 +74,7 @@ std::map<Id, std::vector<Device>> devicesOf(soci::session& sql, Id farm)
 
 } // namespace
 
-Id reportingConsole(Transaction& transaction, const Session& session,
-                    const std::string& hardwareAddress)
+Id bindConsole(Transaction& transaction, const Session& session, const std::string& hardwareAddress)
 {
     soci::session& sql = transaction.sql;
     const User& user = session.user;

@@ -18,13 +18,13 @@ namespace kelvo::store {
 inline constexpr long long maxConsolesOfAFarm = 1000;
 
 /**
- * Returns the console that this session reports for. A hardware address identifies the console, for
- * all its users; the session keeps this console. Without an address so far, the user identifies the
- * console. Adds an unknown console; the session's user becomes its operator. Throws TooManyReported
- * if a new console exceeds the limit.
+ * Binds the session to the console that it reports for, and returns the console. A hardware address
+ * identifies the console, for all its users. Without an address the session stays at its console;
+ * if it has none, its user identifies the console. Adds an unknown console. The session's user
+ * becomes the console's operator. Throws TooManyReported if a new console exceeds the limit.
  */
-Id reportingConsole(Transaction& transaction, const Session& session,
-                    const std::string& hardwareAddress);
+Id bindConsole(Transaction& transaction, const Session& session,
+               const std::string& hardwareAddress);
 
 struct Device
 {

@@ -53,8 +53,11 @@ class Reports(WireTest):
                                         ("/devices", self.device, "timestamp_ms", 1000)):
             for ahead in (-DAY * 365 * 30, 0, DAY - 600):
                 self.send(path, {**value, name: (self.now + ahead) * unit}, 204)
-        for ahead in (DAY + 600, DAY * 365 * 100):
-            self.refused(self.send("/positions", {**self.position, "time_s": self.now + ahead}, 422), "unprocessable")
+        for time, detail in ((self.now + DAY + 600, "more than a day in the future"),
+                             (self.now + DAY * 365 * 100, "more than a day in the future"), (-1, "before 1970")):
+            reply = self.send("/positions", {**self.position, "time_s": time}, 422)
+            self.refused(reply, "unprocessable")
+            self.assertIn(detail, reply.json()["detail"])
 
     def test_values_of_a_wrong_type_are_refused(self):
         for path, value in (("/environment", self.environment), ("/devices", self.device), ("/positions", self.position)):

@@ -86,8 +86,8 @@ TEST_P(StoreContract, MigratesTheConsolesOfTheFirstSchema)
 
     const store::Session session{"hash", {2, store::Farm{1, "Hill Farm"}, "olga"}, 100};
     migrated.writeNow([&](store::Transaction& t) {
-        EXPECT_EQ(store::reportingConsole(t, session, ""), consoles[0].id);
-        EXPECT_EQ(store::reportingConsole(t, session, "00:1b"), 3);
+        EXPECT_EQ(store::bindConsole(t, session, ""), consoles[0].id);
+        EXPECT_EQ(store::bindConsole(t, session, "00:1b"), 3);
         store::pruneEventsToCount(t, 1, 2);
     });
     EXPECT_EQ(

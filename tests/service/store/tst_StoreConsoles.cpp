@@ -26,7 +26,7 @@ protected:
 
     store::Id report(const store::Session& session, const std::string& address)
     {
-        return write([&](Transaction& t) { return store::reportingConsole(t, session, address); });
+        return write([&](Transaction& t) { return store::bindConsole(t, session, address); });
     }
 
     std::pair<std::string, long long> environmentOf(const store::Session& session)
@@ -158,7 +158,7 @@ TEST_P(StoreConsoles, AreLimitedForAFarm)
     const store::Session session = logIn(olga, "a");
     write([&](Transaction& t) {
         for (long long i = 0; i < store::maxConsolesOfAFarm; ++i) {
-            store::reportingConsole(t, session, std::to_string(i));
+            store::bindConsole(t, session, std::to_string(i));
         }
     });
     EXPECT_THROW(report(session, "one more"), store::TooManyReported);
