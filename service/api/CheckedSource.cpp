@@ -28,7 +28,7 @@ std::size_t CheckedSource::readNow(asio::mutable_buffer buffer)
         got = ::pread(file_.get(), buffer.data(), buffer.size(), static_cast<off_t>(offset_));
     } while (got < 0 && errno == EINTR);
     if (got <= 0) { // the file was shortened, or the disk cannot read it
-        onResult_(content::ECondition::Unknown);
+        onResult_(content::ECondition::Unreadable);
         return 0;
     }
     const auto bytes = static_cast<std::size_t>(got);

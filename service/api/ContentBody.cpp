@@ -44,14 +44,10 @@ void report(Context& context, ECondition condition, const store::File& file, sto
                                           : "The file cannot be read in the service's storage.");
 }
 
-/**
- * Stores a result only if the whole content was digested: after a read error the next read may
- * succeed.
- */
 void remember(Context& context, const store::File& file, const content::FileStamp& stamp,
               ECondition condition)
 {
-    if (condition != ECondition::Unknown) {
+    if (condition != ECondition::Unreadable) {
         context.integrity.put(file.sha256, stamp, condition, context.clock.nowMs());
     }
 }
@@ -72,10 +68,7 @@ Stored openStored(Context& context, const store::File& file)
     }
 }
 
-/**
- * Reads the whole content in steps, so that other work gets its turn on the pool. Unknown: a read
- * failed.
- */
+/** Reads the whole content in steps, so that other work gets its turn on the pool. */
 Async<ECondition> check(Context& context, const store::File& file, const Stored& stored)
 {
     const auto turn = co_await context.integrity.readLock(file.sha256);
@@ -105,7 +98,7 @@ Async<ECondition> check(Context& context, const store::File& file, const Stored&
 Async<ECondition> readSmall(Context& context, const store::File& file, Stored stored,
                             std::string& bytes)
 {
-    ECondition found = file.sizeBytes == 0 ? ECondition::Intact : ECondition::Unknown;
+    ECondition found = file.sizeBytes == 0 ? ECondition::Intact : ECondition::Unreadable;
     CheckedSource source(std::move(stored.file), static_cast<std::uint64_t>(file.sizeBytes),
                          file.sha256, context.filePool,
                          [&found](ECondition condition) { found = condition; });

@@ -13,7 +13,13 @@
 
 namespace kelvo::content {
 
-enum class ECondition : std::uint8_t { Unknown, Intact, Damaged };
+enum class ECondition : std::uint8_t {
+    Unknown,    // not read yet, or not lately
+    Intact,     // the digest of the bytes is right
+    Damaged,    // the digest of the bytes is wrong
+    Unreadable, // a read failed, or the file is too short; never stored, because the next read may
+                // succeed
+};
 
 /**
  * Identifies a file and its state for the file system. Any write changes the stamp; a damaged disk

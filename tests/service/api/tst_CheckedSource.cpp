@@ -57,7 +57,7 @@ TEST_F(CheckedReading, KeepsBackTheEndOfADamagedContent)
 TEST_F(CheckedReading, ReportsAShortContentAsUnknown)
 {
     EXPECT_EQ(read("01234", "0123456789"), "01234");
-    EXPECT_THAT(results, testing::ElementsAre(content::ECondition::Unknown));
+    EXPECT_THAT(results, testing::ElementsAre(content::ECondition::Unreadable));
 }
 
 TEST_F(CheckedReading, ReportsAReadErrorAsUnknown)
@@ -67,7 +67,7 @@ TEST_F(CheckedReading, ReportsAReadErrorAsUnknown)
                          [this](content::ECondition found) { results.push_back(found); });
     char buffer[4];
     EXPECT_EQ(loop.run(source.read(asio::buffer(buffer))), 0U);
-    EXPECT_THAT(results, testing::ElementsAre(content::ECondition::Unknown));
+    EXPECT_THAT(results, testing::ElementsAre(content::ECondition::Unreadable));
 }
 
 } // namespace
