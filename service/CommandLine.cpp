@@ -39,16 +39,19 @@ std::string readCost(const std::string& text, ServeOptions& options)
 
 /** Adds an option whose text `read` parses. `read` returns an error text, empty on success. */
 void addReadOption(CLI::App& serve, ServeOptions& options, const std::string& name,
-                   std::string (*read)(const std::string&, ServeOptions&), const char* meaning)
+                   std::string (*read)(const std::string&, ServeOptions&), const char* meaning,
+                   const std::string& shownDefault)
 {
-    serve.add_option_function<std::string>(
-        name,
-        [&options, name, read](const std::string& text) {
-            if (const auto wrong = read(text, options); !wrong.empty()) {
-                throw CLI::ValidationError(name, wrong);
-            }
-        },
-        meaning);
+    serve
+        .add_option_function<std::string>(
+            name,
+            [&options, name, read](const std::string& text) {
+                if (const auto wrong = read(text, options); !wrong.empty()) {
+                    throw CLI::ValidationError(name, wrong);
+                }
+            },
+            meaning)
+        ->default_str(shownDefault);
 }
 
 /** Adds the timeouts of slow peers. */
@@ -82,7 +85,7 @@ void addOptions(CLI::App& serve, ServeOptions& options)
         ->required();
     serve
         .add_option("--metrics-listen", options.metricsListen,
-                    "HOST:PORT of /healthz and /metrics (plain HTTP)")
+                    "HOST:PORT of /healthz and /metrics (plain HTTP); port 0 selects a free port")
         ->capture_default_str();
     auto* certificate = serve.add_option("--cert", options.certificate,
                                          "Certificate chain (PEM) instead of the service's own");
@@ -110,15 +113,15 @@ void addOptions(CLI::App& serve, ServeOptions& options)
     addTimeLimits(serve, options);
     serve
         .add_option("--keep-unknown-days", options.unknownDays,
-                    "Days until files are removed that the database does not know, after a crash "
-                    "or beside a"
-                    " wrong database")
+                    "Days that the service keeps stored files that are not in its database")
         ->check(CLI::Range(0, 3650))
         ->capture_default_str();
     addReadOption(serve, options, "--password-cost", readCost,
-                  "Cost of a password hash: min, interactive or moderate");
+                  "Cost of a password hash: min, interactive or moderate", "interactive");
     addReadOption(serve, options, "--event-retention", readRetention,
-                  "Events kept for each farm: a number, or hours such as 72h");
+                  "Events kept for each farm: a number, or hours such as 72h; hours switch the "
+                  "limit of the number off",
+                  std::to_string(options.eventsKept));
     serve.add_option("--log-level", options.logLevel, "debug, info, warning or error")
         ->check(CLI::IsMember({"debug", "info", "warning", "error"}))
         ->capture_default_str();
@@ -155,8 +158,8 @@ CLI::App* addBackup(CLI::App& app, BackupOptions& options)
         app.add_subcommand("backup", "Make a consistent copy; the service may run meanwhile");
     backup->footer(
         "The copy holds keys, password hashes and contents: protect it like the original.\n"
-        "Exit code 0: complete; 1: complete, but something was damaged already, or the backup\n"
-        "failed; 2: refused.");
+        "Exit code 0: complete; 1: complete, but something was damaged already; 2: refused;\n"
+        "3: failed.");
     backup->add_option("--data", options.dataFolder, "The service's data folder")->required();
     backup->add_option("--to", options.to, "A new or empty folder")->required();
     return backup;
@@ -166,9 +169,8 @@ CLI::App* addRestore(CLI::App& app, RestoreOptions& options)
 {
     CLI::App* restore =
         app.add_subcommand("restore", "Restore a backup while the service does not run");
-    restore->footer(
-        "Exit code 0: complete; 1: something was damaged in the backup, or the restore\n"
-        "failed; 2: refused.");
+    restore->footer("Exit code 0: complete; 1: complete, but something was damaged in the backup;\n"
+                    "2: refused; 3: failed.");
     restore->add_option("--from", options.from, "A folder made by the command backup")->required();
     restore->add_option("--data", options.dataFolder, "The service's data folder")->required();
     restore->add_flag(

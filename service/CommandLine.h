@@ -26,7 +26,7 @@ struct ServeOptions
     int sessionHours = 720;
     long long eventsKept = 100000; // for each farm; 0: no limit
     int eventHours = 0;            // 0: no limit
-    int unknownDays = 7;           // days until files are removed that the database does not know
+    int unknownDays = 7;           // days that stored files without a row in the database are kept
     unsigned connections = 2000;
     int headSeconds = 60;
     int idleSeconds = 75;

@@ -14,8 +14,9 @@
 
 namespace {
 
+// Exit codes. 1 means that `verify`, `backup` or `restore` found damage.
 constexpr int refused = 2;
-constexpr int failed = 1;
+constexpr int failed = 3;
 
 void prepareProcess()
 {

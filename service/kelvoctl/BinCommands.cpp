@@ -31,9 +31,9 @@ void restore(CommandContext& context, int id)
     context.print(file, "Restored " + printable(file.at("name").get<std::string>()) + ".");
 }
 
-void addId(CLI::App& command, const std::shared_ptr<int>& id)
+void addId(CLI::App& command, const std::shared_ptr<int>& id, const char* meaning)
 {
-    command.add_option("ID", *id, "Id of the file, as printed by ls")
+    command.add_option("ID", *id, meaning)
         ->required()
         ->check(CLI::Range(1, std::numeric_limits<int>::max()));
 }
@@ -44,7 +44,7 @@ void addBinCommands(CLI::App& line, CommandContext& context)
 {
     const auto id = std::make_shared<int>(0);
     CLI::App* rm = line.add_subcommand("rm", "Move a file to the farm's bin")->fallthrough();
-    addId(*rm, id);
+    addId(*rm, id, "Id of the file, as printed by ls");
     rm->callback([&context, id] {
         context.action = [&context, id] {
             context.client().call("DELETE", "/resources/" + std::to_string(*id));
@@ -56,7 +56,7 @@ void addBinCommands(CLI::App& line, CommandContext& context)
         bin->add_subcommand("list", "List the files that can be restored")->fallthrough();
     list->callback([&context] { context.action = [&context] { listBin(context); }; });
     CLI::App* back = bin->add_subcommand("restore", "Restore a file")->fallthrough();
-    addId(*back, id);
+    addId(*back, id, "Id of the file, as printed by bin list");
     back->callback([&context, id] { context.action = [&context, id] { restore(context, *id); }; });
 }
 
