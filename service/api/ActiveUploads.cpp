@@ -20,9 +20,9 @@ Async<std::shared_ptr<ActiveUploads::Hold>> ActiveUploads::take(std::string id,
 {
     for (;;) {
         {
-            // A Hold that was not entered must not release the Hold of another request.
             const std::lock_guard lock(mutex_);
             if (!entries_.contains(id)) {
+                // The destructor of a Hold frees the upload, so only a free upload gets a Hold.
                 auto hold = std::make_shared<Hold>(*this, id, body);
                 entries_[id] = Entry{hold, body.executor(), {}};
                 co_return hold;

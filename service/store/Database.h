@@ -36,7 +36,8 @@ struct Transaction
  * database, without statements and values in its text. If a function throws, its changes are rolled
  * back; after CommitInDoubt the changes may be committed or not. If another program locks the
  * database, a call waits some seconds and then throws StoreBusy. A returned `write` is durable.
- * Retry: safe, no change is half done.
+ * Retry: safe after each error but CommitInDoubt. After CommitInDoubt the change may be there: only
+ * a change with a unique key may be repeated.
  */
 class Database
 {

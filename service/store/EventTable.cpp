@@ -26,8 +26,7 @@ void deleteAndCount(Transaction& transaction, Id farm, soci::statement& deletion
 void addEvent(Transaction& transaction, Event event)
 {
     soci::session& sql = transaction.sql;
-    // Updating the farm's row first serialises the writers of a farm. So events become visible in
-    // the order of their ids.
+    // The store has one writer, so events become visible in the order of their ids.
     sql << "UPDATE farms SET last_event = last_event + 1, kept_events = kept_events + 1"
            " WHERE id = :farm",
         use(event.farm);

@@ -26,7 +26,10 @@ EventBounds eventBounds(soci::session& sql, Id farm);
 /** The events after the cursor, in order, at most `limit`. */
 std::vector<Event> eventsAfter(soci::session& sql, Id farm, Id cursor, int limit);
 
-/** Removes an event that a later event replaces; cursors before it stay valid. */
+/**
+ * Removes an event that a later event replaces. A reader whose cursor is before it gets the later
+ * event only; its cursor stays valid.
+ */
 void dropEvent(Transaction& transaction, Id farm, Id event);
 
 /** Removes the farm's oldest events above `most`. */

@@ -13,7 +13,7 @@ namespace kelvo::store {
 /** Adds a file with a new id; `file.id` is ignored. */
 File addFile(Transaction& transaction, Id farm, const File& file);
 
-/** Only the functions of the bin find files in the bin. */
+/** Does not find a file in the bin. */
 std::optional<File> fileById(soci::session& sql, Id farm, Id file);
 
 /** All files of the farm, or of one inbox, in the order of their ids. */

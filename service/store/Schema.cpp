@@ -77,7 +77,9 @@ constexpr const char* firstSchema[] = {
 };
 
 // Reports belong to consoles instead of users: the existing reports of a user go to one console.
-// The number of a farm's kept events is a column, because replaced events leave gaps between ids.
+// consoles.last_event is the event of the console's last move; farms.last_event is the farm's
+// newest event. The number of a farm's kept events is a column, because replaced events leave gaps
+// between ids.
 constexpr const char* consoles[] = {
     "CREATE TABLE consoles (id BIGINT PRIMARY KEY, farm_id BIGINT NOT NULL REFERENCES farms (id),"
     " identity TEXT NOT NULL, user_id BIGINT NOT NULL REFERENCES users (id),"

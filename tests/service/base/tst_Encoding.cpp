@@ -16,6 +16,7 @@ TEST(Base64, MatchesTheStandardVectors)
         {"foob", "Zm9vYg=="},
         {"fooba", "Zm9vYmE="},
         {"foobar", "Zm9vYmFy"},
+        {"\xFF\xFE\xFD\xFC", "//79/A=="},
     };
     for (const auto& [plain, encoded] : vectors) {
         EXPECT_EQ(toBase64(plain), encoded);
