@@ -76,7 +76,7 @@ leg_asan() {
     sanitised asan
 }
 
-# The distribution's QtCore is not instrumented: the sanitizer would miss races, and report some that are none.
+# The distribution's QtCore is not instrumented: the sanitizer would miss races, and report races that do not exist.
 leg_tsan() {
     local qt
     qt=$(scripts/tsan-qt)
@@ -125,6 +125,7 @@ leg_fuzz() {
         fi
         echo "fuzz_$name: $(sed -n 's/^Done \([0-9]* runs\).*/\1/p' "build/fuzz/runs/$name.log")"
     done
+    # The closing line, which run_legs finds by its words.
     echo "$(find build/fuzz/runs -name '*.log' | wc -l) fuzzers found nothing" | tee build/fuzz/tests.log
 }
 
@@ -151,6 +152,7 @@ leg_format() {
     ((${#sources[@]} > 0))
     clang-format --dry-run --Werror "${sources[@]}"
     mkdir -p build/format
+    # The closing line, which run_legs finds by its words.
     echo "${#sources[@]} files are formatted" | tee build/format/tests.log
 }
 
@@ -168,11 +170,12 @@ leg_lint() {
         { grep ' error: ' build/lint/tidy.log || tail build/lint/tidy.log; } | sort -u >&2
         return 1
     fi
+    # The closing line, which run_legs finds by its words.
     echo "$(grep -c '^clang-tidy' build/lint/tidy.log) files have no findings" | tee build/lint/tests.log
 }
 
 # run_legs NAME...: runs all legs, also after a failed leg, and then fails if a leg failed. The last lines are the
-# closing lines of the legs.
+# closing lines of the legs: run_legs finds them by their words in tests.log.
 run_legs() {
     local leg preset closing begin status=0 summary=()
     for leg in "$@"; do
