@@ -5,7 +5,7 @@ database.
 import sqlite3
 import unittest
 
-from kelvowire.farm import log_in, make_inbox, settle
+from kelvowire.farm import log_in, make_inbox, add_farms_and_users
 from kelvowire.http import Client, digest_header
 from kelvowire.service import Service
 
@@ -33,7 +33,7 @@ class Ageing(unittest.TestCase):
         service = Service(*options)
         self.addCleanup(service.remove)
         service.start()
-        settle(service).close()
+        add_farms_and_users(service).close()
         return service
 
     def client(self, service, user="olga"):

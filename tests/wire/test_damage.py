@@ -7,7 +7,7 @@ import os
 import re
 import unittest
 
-from kelvowire.farm import log_in, make_inbox, settle
+from kelvowire.farm import log_in, make_inbox, add_farms_and_users
 from kelvowire.http import metrics, sha256_hex
 from kelvowire.service import Service
 
@@ -20,7 +20,7 @@ class Damage(unittest.TestCase):
         self.service = Service()
         self.addCleanup(self.service.remove)
         self.service.start()
-        settle(self.service).close()
+        add_farms_and_users(self.service).close()
         self.olga = log_in(self.service, "olga")
         self.addCleanup(self.olga.close)
         self.inbox = make_inbox(self.olga)

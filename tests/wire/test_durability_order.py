@@ -10,7 +10,7 @@ import os
 import signal
 import unittest
 
-from kelvowire.farm import log_in, make_inbox, settle
+from kelvowire.farm import log_in, make_inbox, add_farms_and_users
 from kelvowire.http import sha256_hex
 from kelvowire.service import GUARD_SECONDS, Service
 from tracing import RENAME, SYNC, UNLINK, finished_calls, needs_tracing, position
@@ -45,7 +45,7 @@ class DurabilityOrder(unittest.TestCase):
         self.service = TracedService()
         self.addCleanup(self.service.remove)
         self.service.start()
-        settle(self.service).close()
+        add_farms_and_users(self.service).close()
         self.olga = log_in(self.service, "olga")
         self.addCleanup(self.olga.close)
         self.inbox = make_inbox(self.olga)

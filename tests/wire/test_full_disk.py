@@ -10,7 +10,7 @@ import shutil
 import subprocess
 import unittest
 
-from kelvowire.farm import PASSWORD, log_in, make_inbox, settle
+from kelvowire.farm import PASSWORD, log_in, make_inbox, add_farms_and_users
 from kelvowire.http import Client, digest_header, metrics
 from kelvowire.service import GUARD_SECONDS, Service
 from needs import needs
@@ -64,7 +64,7 @@ class FullDisk(unittest.TestCase):
         self.service = SmallDisk()
         self.addCleanup(self.service.remove)
         self.service.start()
-        settle(self.service).close()
+        add_farms_and_users(self.service).close()
         self.olga = log_in(self.service, "olga")
         self.addCleanup(self.olga.close)
         self.inbox = make_inbox(self.olga)

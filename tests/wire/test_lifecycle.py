@@ -15,7 +15,7 @@ import time
 import unittest
 
 from kelvowire.events import END, EventStream
-from kelvowire.farm import log_in, log_in_admin, make_inbox, settle
+from kelvowire.farm import log_in, log_in_admin, make_inbox, add_farms_and_users
 from kelvowire.http import Client, begin_upload, digest_header, raw_socket
 from kelvowire.service import GUARD_SECONDS, Service, command, run_refused
 
@@ -31,9 +31,9 @@ class LifecycleTest(unittest.TestCase):
         self.addCleanup(service.remove)
         return service.start()
 
-    def start_settled(self, *options):
+    def start_with_farms(self, *options):
         service = self.start(*options)
-        settle(service).close()
+        add_farms_and_users(service).close()
         return service
 
     def client(self, service, user="olga"):
@@ -198,7 +198,7 @@ class Unit(unittest.TestCase):
 
 class StartingAgain(LifecycleTest):
     def test_sessions_uploads_events_and_files_are_kept(self):
-        service = self.start_settled()
+        service = self.start_with_farms()
         olga = self.client(service)
         inbox = make_inbox(olga)
         cursor = olga.snapshot()["cursor"]
@@ -231,7 +231,7 @@ class StartingAgain(LifecycleTest):
         service.stop()
 
     def test_acknowledged_uploads_survive_a_kill(self):
-        service = self.start_settled()
+        service = self.start_with_farms()
         olga = self.client(service)
         inbox = make_inbox(olga)
         cursor = olga.snapshot()["cursor"]
@@ -266,7 +266,7 @@ class StartingAgain(LifecycleTest):
         service.stop()
 
     def test_an_upload_resumes_after_a_kill(self):
-        service = self.start_settled()
+        service = self.start_with_farms()
         olga = self.client(service)
         inbox = make_inbox(olga)
         location = olga.create("killed.zip", [inbox], len(CONTENT)).headers["Location"]
@@ -282,7 +282,7 @@ class StartingAgain(LifecycleTest):
         service.stop()
 
     def test_an_upload_arrives_though_each_of_its_attempts_is_killed(self):
-        service = self.start_settled()
+        service = self.start_with_farms()
         olga = self.client(service)
         content = CONTENT[:200_000]
         location = olga.create("slow.zip", [make_inbox(olga)], len(content)).headers["Location"]
@@ -317,7 +317,7 @@ class Full(LifecycleTest):
         self.assertEqual((reply.status, reply.problem), (status, name), reply)
 
     def test_an_upload_resumes_after_a_full_disk(self):
-        service = self.start_settled()
+        service = self.start_with_farms()
         olga = self.client(service)
         inbox = make_inbox(olga)
         content = CONTENT * 8
@@ -341,7 +341,7 @@ class Full(LifecycleTest):
         service.check_log()
 
     def test_connections_above_the_limit_are_answered_busy(self):
-        service = self.start_settled("--max-connections", "2")
+        service = self.start_with_farms("--max-connections", "2")
         taken = [raw_socket(service) for _ in range(2)]  # After the handshake, so the service counts them.
         client = Client(service)
         reply = client.request("GET", "/account", 503)
@@ -365,7 +365,7 @@ class Stopping(LifecycleTest):
             service.check_log()
 
     def test_open_streams_and_idle_connections_do_not_delay_the_stop(self):
-        service = self.start_settled()
+        service = self.start_with_farms()
         olga = self.client(service)
         olga.get("/account")
         with EventStream(olga) as stream, socket.create_connection(("127.0.0.1", service.port)):
@@ -373,7 +373,7 @@ class Stopping(LifecycleTest):
             self.assertIs(stream.next(), END)
 
     def test_a_running_upload_stops_and_resumes_after_the_restart(self):
-        service = self.start_settled()
+        service = self.start_with_farms()
         olga = self.client(service)
         inbox = make_inbox(olga)
         location = olga.create("stopped.zip", [inbox], len(CONTENT)).headers["Location"]
@@ -391,7 +391,7 @@ class Stopping(LifecycleTest):
         service.stop()
 
     def test_an_unread_download_does_not_delay_the_stop(self):
-        service = self.start_settled()
+        service = self.start_with_farms()
         olga = self.client(service)
         file = olga.put("unread.zip", [make_inbox(olga)], CONTENT * 20)[0]["id"]
         olga.connection().request("GET", f"/kelvo-api/v1/resources/{file}/content", headers=olga.headers())

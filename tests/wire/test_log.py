@@ -3,7 +3,7 @@
 import sqlite3
 import unittest
 
-from kelvowire.farm import PASSWORD, log_in, make_inbox, settle
+from kelvowire.farm import PASSWORD, log_in, make_inbox, add_farms_and_users
 from kelvowire.http import Client, metadata
 from kelvowire.service import Service
 
@@ -17,7 +17,7 @@ class FailingDatabase(unittest.TestCase):
         self.service = Service()
         self.addCleanup(self.service.remove)
         self.service.start()
-        self.admin = settle(self.service)
+        self.admin = add_farms_and_users(self.service)
         self.addCleanup(self.admin.close)
         self.olga = log_in(self.service, "olga")
         self.addCleanup(self.olga.close)

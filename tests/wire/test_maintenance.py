@@ -7,7 +7,7 @@ import threading
 import unittest
 
 from kelvowire.events import EventStream
-from kelvowire.farm import log_in, make_inbox, settle
+from kelvowire.farm import log_in, make_inbox, add_farms_and_users
 from kelvowire.http import Client, sha256_hex
 from kelvowire.service import BINARY, GUARD_SECONDS, Service, run_refused
 
@@ -84,7 +84,7 @@ class MaintenanceTest(unittest.TestCase):
         self.service = Service()
         self.addCleanup(self.service.remove)
         self.service.start()
-        settle(self.service).close()
+        add_farms_and_users(self.service).close()
         self.olga = self.client("olga")
         self.inbox = make_inbox(self.olga)
 

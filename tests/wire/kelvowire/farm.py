@@ -22,7 +22,7 @@ def log_in_admin(service):
     return log_in(service, "admin", service.admin_password())
 
 
-def settle(service):
+def add_farms_and_users(service):
     """Makes the farms and the people; returns the administrator's client."""
     admin = log_in_admin(service)
     for farm in ("Hill Farm", "Dale Farm"):
@@ -51,7 +51,7 @@ class WireTest(unittest.TestCase):
         cls.service = Service(*cls.OPTIONS)
         try:
             cls.service.start()
-            settle(cls.service).close()
+            add_farms_and_users(cls.service).close()
         except BaseException:
             cls.service.remove()
             raise
