@@ -2,7 +2,8 @@
 """Tells which tests a leg leaves out: left_out.py LIST LEG BUILD LEG-BUILD
 
 LIST is tests/excluded.txt. Prints a regular expression for ctest's --exclude-regex. Fails and prints a line for each
-row of the leg that matches no test of BUILD, and for each test of BUILD that is missing in LEG-BUILD without a row.
+row of the leg that matches no test of BUILD, for each test of BUILD that is missing in LEG-BUILD without a row, and for
+each left-out test of LEG-BUILD whose name a test of another folder has too: ctest cannot tell the two apart.
 The check ignores tests that CMake gets from a test program, because BUILD may not have built the program. Both
 folders must be configured."""
 
@@ -41,9 +42,12 @@ def matches(row, name):
 
 
 def problems(excluded, here, there):
+    left_out = {name for name in here | there if any(matches(row, name) for row in excluded)}
+    kept_names = {os.path.basename(name): name for name in there - left_out}
     return [*(f"no test matches {row}" for row in excluded if not any(matches(row, name) for name in here)),
-            *(f"{name} is left out without a reason" for name in sorted(here - there)
-              if not any(matches(row, name) for row in excluded))]
+            *(f"{name} is left out without a reason" for name in sorted(here - there - left_out)),
+            *(f"{name} is left out, but {kept_names[os.path.basename(name)]} has the same name"
+              for name in sorted(left_out & there) if os.path.basename(name) in kept_names)]
 
 
 def main():
