@@ -2,6 +2,7 @@
 
 #include "console/position/GpsSetting.h"
 #include "console/position/SerialPort.h"
+#include "console/settings/Breakable.h"
 #include "console/settings/Languages.h"
 #include "console/settings/Scrolling.h"
 #include "host/TPropertyWidget.h"
@@ -9,7 +10,6 @@
 #include "hostimpl/Theme.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QRegularExpression>
 #include <QtCore/QSignalBlocker>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
@@ -25,8 +25,6 @@ using console::TStoredSettings;
 
 constexpr QSize buttonSize(170, PROPERTY_WIDGET_HEIGHT);
 constexpr int gap = 4;
-// An invisible character at which a path or a pattern may continue in the next line.
-constexpr QChar breakMark(0x200b);
 constexpr QPalette::ColorRole faultRole = QPalette::BrightText;
 constexpr QPalette::ColorRole hintRole = QPalette::PlaceholderText;
 const QString faultSign = QStringLiteral("\u26a0 "); // a triangle with an exclamation mark
@@ -110,17 +108,6 @@ QLabel* MakeTextLabel()
     return label;
 }
 
-void ShowBreakable(QLabel& label, QString text)
-{
-    static const QRegularExpression partEnd(QStringLiteral("([/:\\[@])(?=\\S)"));
-    label.setText(text.replace(partEnd, QStringLiteral("\\1") + breakMark));
-}
-
-QString TextOf(const QLabel& label)
-{
-    return label.text().remove(breakMark);
-}
-
 // The position source in full, so that two texts for the same source are equal.
 QString InFull(const QString& source)
 {
@@ -152,6 +139,10 @@ TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(MakeT
     column->setSpacing(gap);
     AddTextRows(*column);
     AddChoiceRows(*column);
+    m_about = new TPushButton(rows, tr("About this console"), buttonSize, {}, 0,
+                              tr("Versions, free space, log and licences"));
+    m_about->setFixedHeight(buttonSize.height());
+    column->addWidget(m_about);
     column->addStretch();
 
     m_save = new TPushButton(this, tr("Save"), buttonSize, {}, 0, tr("Keep what is shown"));
@@ -172,6 +163,7 @@ TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(MakeT
     all->addWidget(MakeScrollArea(rows), 1);
     all->addLayout(bottom);
 
+    connect(m_about, &TPushButton::clicked, this, &TSettingsPage::AboutRequested);
     connect(m_save, &TPushButton::clicked, this, &TSettingsPage::Save);
     connect(m_discard, &TPushButton::clicked, this, [this] { Show(TStoredSettings(m_shown)); });
 }
@@ -330,19 +322,19 @@ void TSettingsPage::ShowNote(int row, const QString& fault)
     QLabel& note = *m_notes.at(row);
     note.setForegroundRole(fault.isEmpty() ? hintRole : faultRole);
     if (!fault.isEmpty()) {
-        ShowBreakable(note, faultSign + fault);
+        note.setText(Breakable(faultSign + fault));
     } else if (text.value == &TStoredSettings::positionSource && !device.isEmpty()) {
-        ShowBreakable(note, tr("There is no %1 now.").arg(device));
+        note.setText(Breakable(tr("There is no %1 now.").arg(device)));
     } else if (inUse != stored && inUse != InFull(stored)) {
-        ShowBreakable(note, tr("In use: %1").arg(inUse.isEmpty() ? tr(text.whenEmpty) : inUse));
+        note.setText(Breakable(tr("In use: %1").arg(inUse.isEmpty() ? tr(text.whenEmpty) : inUse)));
     } else {
-        ShowBreakable(note, tr(text.hint));
+        note.setText(Breakable(tr(text.hint)));
     }
 }
 
 QString TSettingsPage::Note(int row) const
 {
-    return TextOf(*m_notes.at(row));
+    return WithoutBreaks(m_notes.at(row)->text());
 }
 
 TStoredSettings TSettingsPage::Entered() const
@@ -376,12 +368,12 @@ void TSettingsPage::Save()
 
 void TSettingsPage::SetMessage(const QString& text)
 {
-    ShowBreakable(*m_message, text);
+    m_message->setText(Breakable(text));
 }
 
 QString TSettingsPage::Message() const
 {
-    return TextOf(*m_message);
+    return WithoutBreaks(m_message->text());
 }
 
 } // namespace console

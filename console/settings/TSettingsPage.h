@@ -51,12 +51,14 @@ public:
     TPropertyWidget* Receiver() const { return m_receiver; }
     // The note below a row with a text, plain text.
     QString Note(int row) const;
+    TPushButton* AboutButton() const { return m_about; }
     TPushButton* SaveButton() const { return m_save; }
     TPushButton* DiscardButton() const { return m_discard; }
 
 Q_SIGNALS:
     // Emitted with valid settings only.
     void SaveRequested(const console::TStoredSettings& settings);
+    void AboutRequested();
     // The operator chose other colours or another size of the window. Only these two values count.
     void DisplayChosen(const console::TStoredSettings& settings);
 
@@ -75,6 +77,7 @@ private:
     TPropertyWidget* m_receiver = nullptr;
     QStringList m_sources; // of the choices of m_receiver
     QLabel* m_message;
+    TPushButton* m_about = nullptr;
     TPushButton* m_save = nullptr;
     TPushButton* m_discard = nullptr;
     TStoredSettings m_shown;

@@ -337,6 +337,45 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
     </message>
 </context>
 <context>
+    <name>console::TAboutPage</name>
+    <message>
+        <source>Versions</source>
+        <translation>Versionen</translation>
+    </message>
+    <message>
+        <source>Console: %1</source>
+        <translation>Konsole: %1</translation>
+    </message>
+    <message>
+        <source>System: %1, Linux %2</source>
+        <translation>System: %1, Linux %2</translation>
+    </message>
+    <message>
+        <source>Storage</source>
+        <translation>Speicher</translation>
+    </message>
+    <message>
+        <source>Data folder: %1</source>
+        <translation>Datenordner: %1</translation>
+    </message>
+    <message>
+        <source>Free: %1 of %2</source>
+        <translation>Frei: %1 von %2</translation>
+    </message>
+    <message>
+        <source>Last lines of the log</source>
+        <translation>Letzte Zeilen des Protokolls</translation>
+    </message>
+    <message>
+        <source>The log is empty.</source>
+        <translation>Das Protokoll ist leer.</translation>
+    </message>
+    <message>
+        <source>Licences</source>
+        <translation>Lizenzen</translation>
+    </message>
+</context>
+<context>
     <name>console::THomePage</name>
     <message>
         <source>Choose on the left what to open.</source>
@@ -525,6 +564,14 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <source>There is no %1 now.</source>
         <translation>%1 ist gerade nicht vorhanden.</translation>
     </message>
+    <message>
+        <source>About this console</source>
+        <translation>Über diese Konsole</translation>
+    </message>
+    <message>
+        <source>Versions, free space, log and licences</source>
+        <translation>Versionen, freier Platz, Protokoll und Lizenzen</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>
@@ -555,6 +602,10 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
     <message>
         <source>Some changes are not saved. Leave the settings without these changes?</source>
         <translation>Einige Änderungen sind nicht gespeichert. Das Setup ohne diese Änderungen verlassen?</translation>
+    </message>
+    <message>
+        <source>About this console</source>
+        <translation>Über diese Konsole</translation>
     </message>
 </context>
 </TS>

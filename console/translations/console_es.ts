@@ -337,6 +337,45 @@ El servicio aún no ha listado sus archivos.</translation>
     </message>
 </context>
 <context>
+    <name>console::TAboutPage</name>
+    <message>
+        <source>Versions</source>
+        <translation>Versiones</translation>
+    </message>
+    <message>
+        <source>Console: %1</source>
+        <translation>Consola: %1</translation>
+    </message>
+    <message>
+        <source>System: %1, Linux %2</source>
+        <translation>Sistema: %1, Linux %2</translation>
+    </message>
+    <message>
+        <source>Storage</source>
+        <translation>Almacenamiento</translation>
+    </message>
+    <message>
+        <source>Data folder: %1</source>
+        <translation>Carpeta de datos: %1</translation>
+    </message>
+    <message>
+        <source>Free: %1 of %2</source>
+        <translation>Libre: %1 de %2</translation>
+    </message>
+    <message>
+        <source>Last lines of the log</source>
+        <translation>Últimas líneas del registro</translation>
+    </message>
+    <message>
+        <source>The log is empty.</source>
+        <translation>El registro está vacío.</translation>
+    </message>
+    <message>
+        <source>Licences</source>
+        <translation>Licencias</translation>
+    </message>
+</context>
+<context>
     <name>console::THomePage</name>
     <message>
         <source>Choose on the left what to open.</source>
@@ -525,6 +564,14 @@ El servicio aún no ha listado sus archivos.</translation>
         <source>There is no %1 now.</source>
         <translation>%1 no existe en este momento.</translation>
     </message>
+    <message>
+        <source>About this console</source>
+        <translation>Acerca de esta consola</translation>
+    </message>
+    <message>
+        <source>Versions, free space, log and licences</source>
+        <translation>Versiones, espacio libre, registro y licencias</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>
@@ -555,6 +602,10 @@ El servicio aún no ha listado sus archivos.</translation>
     <message>
         <source>Some changes are not saved. Leave the settings without these changes?</source>
         <translation>Hay cambios sin guardar. ¿Salir de los ajustes sin estos cambios?</translation>
+    </message>
+    <message>
+        <source>About this console</source>
+        <translation>Acerca de esta consola</translation>
     </message>
 </context>
 </TS>

@@ -337,6 +337,45 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     </message>
 </context>
 <context>
+    <name>console::TAboutPage</name>
+    <message>
+        <source>Versions</source>
+        <translation>Versions</translation>
+    </message>
+    <message>
+        <source>Console: %1</source>
+        <translation>Console : %1</translation>
+    </message>
+    <message>
+        <source>System: %1, Linux %2</source>
+        <translation>Système : %1, Linux %2</translation>
+    </message>
+    <message>
+        <source>Storage</source>
+        <translation>Stockage</translation>
+    </message>
+    <message>
+        <source>Data folder: %1</source>
+        <translation>Dossier de données : %1</translation>
+    </message>
+    <message>
+        <source>Free: %1 of %2</source>
+        <translation>Libre : %1 sur %2</translation>
+    </message>
+    <message>
+        <source>Last lines of the log</source>
+        <translation>Dernières lignes du journal</translation>
+    </message>
+    <message>
+        <source>The log is empty.</source>
+        <translation>Le journal est vide.</translation>
+    </message>
+    <message>
+        <source>Licences</source>
+        <translation>Licences</translation>
+    </message>
+</context>
+<context>
     <name>console::THomePage</name>
     <message>
         <source>Choose on the left what to open.</source>
@@ -525,6 +564,14 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <source>There is no %1 now.</source>
         <translation>%1 n&apos;existe pas en ce moment.</translation>
     </message>
+    <message>
+        <source>About this console</source>
+        <translation>À propos de cette console</translation>
+    </message>
+    <message>
+        <source>Versions, free space, log and licences</source>
+        <translation>Versions, place libre, journal et licences</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>
@@ -554,7 +601,11 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     </message>
     <message>
         <source>Some changes are not saved. Leave the settings without these changes?</source>
-        <translation>Des modifications ne sont pas enregistrées. Quitter les réglages sans ces modifications ?</translation>
+        <translation>Des modifications ne sont pas enregistrées. Quitter les réglages sans ces modifications&#xa0;?</translation>
+    </message>
+    <message>
+        <source>About this console</source>
+        <translation>À propos de cette console</translation>
     </message>
 </context>
 </TS>

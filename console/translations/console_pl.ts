@@ -337,6 +337,45 @@ Usługa nie podała jeszcze listy plików.</translation>
     </message>
 </context>
 <context>
+    <name>console::TAboutPage</name>
+    <message>
+        <source>Versions</source>
+        <translation>Wersje</translation>
+    </message>
+    <message>
+        <source>Console: %1</source>
+        <translation>Konsola: %1</translation>
+    </message>
+    <message>
+        <source>System: %1, Linux %2</source>
+        <translation>System: %1, Linux %2</translation>
+    </message>
+    <message>
+        <source>Storage</source>
+        <translation>Pamięć</translation>
+    </message>
+    <message>
+        <source>Data folder: %1</source>
+        <translation>Folder danych: %1</translation>
+    </message>
+    <message>
+        <source>Free: %1 of %2</source>
+        <translation>Wolne: %1 z %2</translation>
+    </message>
+    <message>
+        <source>Last lines of the log</source>
+        <translation>Ostatnie wiersze dziennika</translation>
+    </message>
+    <message>
+        <source>The log is empty.</source>
+        <translation>Dziennik jest pusty.</translation>
+    </message>
+    <message>
+        <source>Licences</source>
+        <translation>Licencje</translation>
+    </message>
+</context>
+<context>
     <name>console::THomePage</name>
     <message>
         <source>Choose on the left what to open.</source>
@@ -525,6 +564,14 @@ Usługa nie podała jeszcze listy plików.</translation>
         <source>There is no %1 now.</source>
         <translation>%1 teraz nie istnieje.</translation>
     </message>
+    <message>
+        <source>About this console</source>
+        <translation>O tej konsoli</translation>
+    </message>
+    <message>
+        <source>Versions, free space, log and licences</source>
+        <translation>Wersje, wolne miejsce, dziennik i licencje</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>
@@ -555,6 +602,10 @@ Usługa nie podała jeszcze listy plików.</translation>
     <message>
         <source>Some changes are not saved. Leave the settings without these changes?</source>
         <translation>Niektóre zmiany nie są zapisane. Opuścić opcje bez tych zmian?</translation>
+    </message>
+    <message>
+        <source>About this console</source>
+        <translation>O tej konsoli</translation>
     </message>
 </context>
 </TS>

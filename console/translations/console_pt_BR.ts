@@ -337,6 +337,45 @@ O serviço ainda não listou seus arquivos.</translation>
     </message>
 </context>
 <context>
+    <name>console::TAboutPage</name>
+    <message>
+        <source>Versions</source>
+        <translation>Versões</translation>
+    </message>
+    <message>
+        <source>Console: %1</source>
+        <translation>Console: %1</translation>
+    </message>
+    <message>
+        <source>System: %1, Linux %2</source>
+        <translation>Sistema: %1, Linux %2</translation>
+    </message>
+    <message>
+        <source>Storage</source>
+        <translation>Armazenamento</translation>
+    </message>
+    <message>
+        <source>Data folder: %1</source>
+        <translation>Pasta de dados: %1</translation>
+    </message>
+    <message>
+        <source>Free: %1 of %2</source>
+        <translation>Livre: %1 de %2</translation>
+    </message>
+    <message>
+        <source>Last lines of the log</source>
+        <translation>Últimas linhas do registro</translation>
+    </message>
+    <message>
+        <source>The log is empty.</source>
+        <translation>O registro está vazio.</translation>
+    </message>
+    <message>
+        <source>Licences</source>
+        <translation>Licenças</translation>
+    </message>
+</context>
+<context>
     <name>console::THomePage</name>
     <message>
         <source>Choose on the left what to open.</source>
@@ -525,6 +564,14 @@ O serviço ainda não listou seus arquivos.</translation>
         <source>There is no %1 now.</source>
         <translation>%1 não existe no momento.</translation>
     </message>
+    <message>
+        <source>About this console</source>
+        <translation>Sobre este console</translation>
+    </message>
+    <message>
+        <source>Versions, free space, log and licences</source>
+        <translation>Versões, espaço livre, registro e licenças</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>
@@ -555,6 +602,10 @@ O serviço ainda não listou seus arquivos.</translation>
     <message>
         <source>Some changes are not saved. Leave the settings without these changes?</source>
         <translation>Há alterações que não foram salvas. Sair dos ajustes sem essas alterações?</translation>
+    </message>
+    <message>
+        <source>About this console</source>
+        <translation>Sobre este console</translation>
     </message>
 </context>
 </TS>

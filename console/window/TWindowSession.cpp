@@ -1,5 +1,6 @@
 #include "console/window/TWindowSession.h"
 
+#include "console/settings/TAboutPage.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/window/OnScreenKeyboard.h"
 #include "console/window/THomePage.h"
@@ -40,6 +41,7 @@ void TWindowSession::Begin()
 {
     m_window = std::make_unique<TMainWindow>();
     m_settingsPage = std::make_unique<TSettingsPage>();
+    m_aboutPage = std::make_unique<TAboutPage>();
     m_screens = std::make_unique<TPluginScreens>(m_surfaces, *m_window);
     hostimpl::SetPopupHost(m_window.get());
     hostimpl::SetWindowManager(&m_surfaces);
@@ -78,6 +80,10 @@ void TWindowSession::ConnectWindow()
             });
     connect(m_settingsPage.get(), &TSettingsPage::SaveRequested, this,
             &TWindowSession::SaveSettings);
+    connect(m_settingsPage.get(), &TSettingsPage::AboutRequested, this, [this] {
+        m_window->AddPage(m_aboutPage.get(), tr("About this console"));
+        m_window->ShowPage(m_aboutPage.get());
+    });
     connect(m_screens.get(), &TPluginScreens::Failed, this, &TWindowSession::ShowMessage);
     connect(&m_link, &TLinkMonitor::Changed, this, &TWindowSession::ShowLink);
     // Polled, because a source may bring more fixes than the window can draw.
@@ -155,6 +161,8 @@ void TWindowSession::End()
     m_leaveQuestion.reset();
     m_screens.reset();
     m_window->SetLeaveCheck({});
+    m_window->RemovePage(m_aboutPage.get());
+    m_aboutPage.reset();
     m_window->RemovePage(m_settingsPage.get());
     m_settingsPage.reset();
     m_window.reset();

@@ -20,6 +20,7 @@ class TMessageDialog;
 
 namespace console {
 
+class TAboutPage;
 class TSettingsPage;
 
 // Thread: main, with a QApplication. Errors: if a plug-in is missing, lacks an entry point or
@@ -46,6 +47,7 @@ public:
     // Null after End().
     TMainWindow* Window() const { return m_window.get(); }
     TSettingsPage* Settings() const { return m_settingsPage.get(); }
+    TAboutPage* About() const { return m_aboutPage.get(); }
     // The question before unsaved settings are lost; null if there was no such question.
     TMessageDialog* LeaveQuestion() const { return m_leaveQuestion.get(); }
     // The dialog with the last message; null if there was no message.
@@ -77,6 +79,7 @@ private:
     hostimpl::TWheelInput m_wheel;
     std::unique_ptr<TMainWindow> m_window;
     std::unique_ptr<TSettingsPage> m_settingsPage;
+    std::unique_ptr<TAboutPage> m_aboutPage;
     hostimpl::TSurfaceRegister m_surfaces;
     std::unique_ptr<TPluginScreens> m_screens;
     std::unique_ptr<TMessageDialog> m_dialog;

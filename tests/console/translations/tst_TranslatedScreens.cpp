@@ -124,9 +124,9 @@ private Q_SLOTS:
         QCOMPARE(Faults(*session.Window()), QString());
     }
 
-    void showsTheQuestionInFull_data() { AddLanguagesAndSizes(); }
+    void showsAboutAndTheQuestionInFull_data() { AddLanguagesAndSizes(); }
 
-    void showsTheQuestionInFull()
+    void showsAboutAndTheQuestionInFull()
     {
         QFETCH(QString, code);
         QFETCH(QSize, size);
@@ -137,6 +137,9 @@ private Q_SLOTS:
         session.Begin();
         session.Dialog()->CloseWindow(); // there is no plug-in
         session.Window()->resize(size);
+        session.Window()->Launcher().SettingsButton()->click();
+        session.Settings()->AboutButton()->click();
+        QCOMPARE(Faults(*session.Window()), QString());
         session.Window()->Launcher().SettingsButton()->click();
         session.Settings()->Row(0)->SetTextValue(QStringLiteral("farm.example"));
         session.Window()->Launcher().HomeButton()->click();

@@ -1,5 +1,6 @@
 // The console with its window, from start to end, with plug-ins of several kinds.
 #include "console/fixtures/ScreensPlugin.h"
+#include "console/settings/TAboutPage.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/window/Geometry.h"
 #include "console/window/THomePage.h"
@@ -14,12 +15,16 @@
 #include "host/TMessageDialog.h"
 #include "host/TPropertyWidget.h"
 #include "host/TPushButton.h"
+#include "hostimpl/Folders.h"
 #include "hostimpl/HostSetup.h"
 #include "hostimpl/Theme.h"
 #include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QLibrary>
+#include <QtCore/QLocale>
+#include <QtCore/QStorageInfo>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QSignalSpy>
 
@@ -306,6 +311,36 @@ private Q_SLOTS:
         QCOMPARE(ends.count(), 0);
         m_session->LeaveQuestion()->GetMessageDialogButton(TMessageDialog::eButton0)->click();
         QCOMPARE(ends.count(), 1);
+    }
+
+    void showsThePageAboutTheConsole()
+    {
+        QFile log(hostimpl::DataFolder() + QStringLiteral("/logs/user.log"));
+        QVERIFY(log.open(QIODevice::WriteOnly));
+        for (int line = 0; line < 2000; ++line) {
+            QVERIFY(log.write(QByteArray("line <") + QByteArray::number(line) + ">\n") > 0);
+        }
+        QVERIFY(log.write(QByteArray(300, 'x')) > 0); // one long word
+        log.close();
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->resize(800, 480);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        m_session->Settings()->AboutButton()->click();
+        QCoreApplication::processEvents();
+        QCOMPARE(CutOffWidgets(*m_session->Window()), QStringList());
+        QCOMPARE(m_session->Window()->CurrentPage(), m_session->About());
+        const QString text = m_session->About()->Text();
+        QVERIFY(text.contains(QStringLiteral("line &lt;1999&gt;")));
+        QVERIFY(text.contains(QStringLiteral("line &lt;1981&gt;")));
+        QVERIFY(!text.contains(QStringLiteral("line &lt;1980&gt;")));
+        QVERIFY(text.contains(
+            QLocale().formattedDataSize(QStorageInfo(hostimpl::DataFolder()).bytesTotal())));
+        QVERIFY(text.contains(QLatin1String(qVersion())));
+        QVERIFY(text.contains(QStringLiteral("libarchive: BSD")));
+        log.remove();
+        QVERIFY(m_session->Window()->OnBackPressed());
+        m_session->Settings()->AboutButton()->click();
+        QVERIFY(m_session->About()->Text().contains(QStringLiteral("The log is empty.")));
     }
 
     void cutsNothingOffOnTheSettingsPage()
