@@ -1,6 +1,7 @@
 #include "console/window/TPage.h"
 
 #include "console/settings/Scrolling.h"
+#include "hostimpl/PopupHost.h"
 #include "hostimpl/Theme.h"
 
 #include <QtWidgets/QHBoxLayout>
@@ -33,6 +34,7 @@ TPage::TPage(QWidget* content, const QString& title, QWidget* parent)
     column->addLayout(body, 1);
     SetTitle(title);
     content->show();
+    hostimpl::SetPopupArea(*this);
 }
 
 void TPage::SetTitle(const QString& title)

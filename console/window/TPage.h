@@ -8,7 +8,8 @@ class QScrollArea;
 
 namespace console {
 
-// Scrolls if the window is too low for the content.
+// Scrolls if the window is too low for the content. The content's popups are shown over the page
+// and block nothing else.
 //
 // Thread: main. Ownership: the content is its child until Release().
 class TPage : public QWidget

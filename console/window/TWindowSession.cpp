@@ -53,6 +53,7 @@ void TWindowSession::Begin()
     // Without a window manager nothing else fits the window to a small display.
     m_window->resize(m_window->size().boundedTo(m_window->screen()->availableSize()));
     m_window->show();
+    m_window->activateWindow(); // a display without a window manager gives no window the keys
     StartPlugin();
     StartSource(m_settings.gps);
 }

@@ -73,14 +73,18 @@ class TransferTest(ScreensCase):
         self.assertEqual(self.reports_left(), {})
         self.assertEqual(window.look().names(), [])
 
-    def test_nothing_else_can_be_touched_while_a_transfer_runs(self):
+    def test_a_transfer_blocks_its_page_and_nothing_else(self):
         window, content, _ = self.in_the_middle_of_a_download("1.zip", "2.zip")
         self.assert_refused(window, "Close is off", "press", button="Close")
         for row in ("Category", "Browse"):
             self.assert_refused(window, "a dialog must be answered", "open", row=row)
-        for button in ("Home", "Settings"):
-            self.assert_refused(window, "a dialog must be answered", "press", button=button)
+        for button in ("Home", "Settings", "Night"):
+            window.press(button)
+        self.assertEqual(window.look().popups, [])
         self.assert_refused(window, "Logout is not on the screen", "press", button="Logout")
+        window.choose("Colours", "Day")
+        window.press("KELVO File Controller")
+        self.assertIsNotNone(window.look().dialog(TRANSFER))
         screen = window.look()
         self.assertEqual((screen.row("Category")["value"], screen.row("Browse")["value"]),
                          ("Prescription Maps", "KELVO"))

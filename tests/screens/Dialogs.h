@@ -4,6 +4,7 @@
 #include "host/TMessageDialog.h"
 #include "host/TProgressDialog.h"
 #include "host/TPushButton.h"
+#include "hostimpl/PopupHost.h"
 
 #include <QtWidgets/QApplication>
 
@@ -17,6 +18,12 @@ TDialog* DialogTitled(const QString& title)
             return dialog;
     }
     return nullptr;
+}
+
+// Whether the dialog keeps the operator from using `widget`.
+inline bool Blocks(const TPopupWindow& dialog, const QWidget& widget)
+{
+    return dialog.isVisible() && (dialog.isModal() || hostimpl::IsBlocked(widget));
 }
 
 inline bool IsEnabled(const TMessageDialog& dialog, TMessageDialog::EMessageDialogButton button)

@@ -15,7 +15,11 @@ class TControllerFixture : public THubFixture
 public:
     enum ELocation : int { eService = 0, eToUpload = 1, eDownloaded = 2 };
 
-    TControllerFixture() { controller = new TKelvoFileControlWidget(&window); }
+    TControllerFixture()
+    {
+        controller = new TKelvoFileControlWidget(&window);
+        m_dialogs = window.findChildren<TMessageDialog*>();
+    }
     // The window deletes the controller before the hub is deleted.
 
     // Logs in before the set-up, so that the service is offered at once.
@@ -113,11 +117,12 @@ private:
     }
     TMessageDialog& Dialog(const char* title) const
     {
-        for (auto* dialog :
-             window.findChildren<TMessageDialog*>(QString(), Qt::FindDirectChildrenOnly)) {
+        for (auto* dialog : m_dialogs) {
             if (dialog->Title() == QLatin1String(title))
                 return *dialog;
         }
         qFatal("no dialog %s", title);
     }
+
+    QList<TMessageDialog*> m_dialogs; // an open dialog has another parent
 };

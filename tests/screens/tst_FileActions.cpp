@@ -62,7 +62,7 @@ void tst_FileActions::anyButtonWithoutASelectionShowsAnError()
         f.log.Clear();
         f.controller->OnFileActionButtonClicked(id);
         QVERIFY(f.NoSelection().isVisible());
-        QVERIFY(f.NoSelection().isModal());
+        QVERIFY(Blocks(f.NoSelection(), *f.controller));
         QVERIFY(!f.Confirmation().isVisible());
         QVERIFY(!f.Transfer().isVisible());
         QVERIFY(f.log.Names().isEmpty());
@@ -86,7 +86,7 @@ void tst_FileActions::downloads()
                                              "[100:a.zip 101:b.zip 102:c.zip])")
                                   .arg(category)}));
         QVERIFY(f.Transfer().isVisible());
-        QVERIFY(f.Transfer().isModal());
+        QVERIFY(Blocks(f.Transfer(), *f.controller));
         QCOMPARE(f.Transfer().Message(), Text("Download started"));
         QCOMPARE(F::StateOf(f.Transfer()), Text("running"));
         QVERIFY(!f.Deletion().isVisible());
@@ -119,7 +119,7 @@ void tst_FileActions::uploads()
                  (QStringList{Text("KelvoFileOperationInProgress()"),
                               QStringLiteral("KelvoUploadRequested(%1,[b.zip])").arg(category)}));
         QVERIFY(f.Transfer().isVisible());
-        QVERIFY(f.Transfer().isModal());
+        QVERIFY(Blocks(f.Transfer(), *f.controller));
         QCOMPARE(f.Transfer().Message(), Text("Upload started"));
         QCOMPARE(F::StateOf(f.Transfer()), Text("running"));
         QVERIFY(QFile::exists(F::UploadPath(category, Text("b.zip")))); // the worker removes it
@@ -181,7 +181,7 @@ void tst_FileActions::deletingAsksForConfirmation()
     f.Select(Texts("a.zip"));
     f.Button(2).click();
     QVERIFY(f.Confirmation().isVisible());
-    QVERIFY(f.Confirmation().isModal());
+    QVERIFY(Blocks(f.Confirmation(), *f.controller));
     QVERIFY(QFile::exists(F::UploadPath(3, Text("a.zip"))));
 }
 
@@ -215,7 +215,7 @@ void tst_FileActions::aConfirmedDeletionAtTheServiceIsRequested()
              (QStringList{Text("KelvoFileOperationInProgress()"),
                           Text("KelvoDeleteFilesRequested(2,[a.zip],[100:a.zip 101:b.zip])")}));
     QVERIFY(f.Deletion().isVisible());
-    QVERIFY(f.Deletion().isModal());
+    QVERIFY(Blocks(f.Deletion(), *f.controller));
     QCOMPARE(f.Deletion().Message(), Text("Delete started"));
     QCOMPARE(F::StateOf(f.Deletion()), Text("running"));
     QVERIFY(!f.Transfer().isVisible());

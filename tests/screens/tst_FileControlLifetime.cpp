@@ -59,8 +59,10 @@ struct TOwnWindow : THubFixture
     {
         controller = new TKelvoFileControlWidget(window.get());
     }
-    void Bring(bool isSetUp, bool isShown) const
+    // Returns the controller's dialogs.
+    QList<QPointer<TMessageDialog>> Bring(bool isSetUp, bool isShown) const
     {
+        const auto dialogs = DialogsOf(*window); // an open dialog has another parent
         if (isSetUp)
             controller->Setup();
         if (isShown) {
@@ -68,6 +70,7 @@ struct TOwnWindow : THubFixture
             controller->DeletedFilesDownloadableFromKelvo(eManageCurves, {});
             controller->DownloadFilesFromKelvo(eManageCurves, {});
         }
+        return dialogs;
     }
 
     std::unique_ptr<QWidget> window;
@@ -86,8 +89,7 @@ void tst_FileControlLifetime::theControllerIsDeletedFirst()
     QFETCH(bool, isSetUp);
     QFETCH(bool, isShown);
     TOwnWindow f;
-    f.Bring(isSetUp, isShown);
-    const auto dialogs = DialogsOf(*f.window);
+    const auto dialogs = f.Bring(isSetUp, isShown);
     QCOMPARE(dialogs.size(), 4);
     delete f.controller;
     QVERIFY(AreGone(dialogs));
@@ -105,8 +107,7 @@ void tst_FileControlLifetime::theParentIsDeletedFirst()
     QFETCH(bool, isSetUp);
     QFETCH(bool, isShown);
     TOwnWindow f;
-    f.Bring(isSetUp, isShown);
-    const auto dialogs = DialogsOf(*f.window);
+    const auto dialogs = f.Bring(isSetUp, isShown);
     QCOMPARE(dialogs.size(), 4);
     f.window.reset();
     QVERIFY(!f.controller);
@@ -117,10 +118,9 @@ void tst_FileControlLifetime::theParentIsDeletedFirst()
 void tst_FileControlLifetime::theParentIsDeletedFirstWithTheControllerRaised()
 {
     TOwnWindow f;
-    f.Bring(true, true);
+    const auto dialogs = f.Bring(true, true);
     f.controller->raise();
     QCOMPARE(f.window->children().last(), static_cast<QObject*>(f.controller));
-    const auto dialogs = DialogsOf(*f.window);
     f.window.reset();
     QVERIFY(!f.controller);
     QVERIFY(AreGone(dialogs));
@@ -129,10 +129,9 @@ void tst_FileControlLifetime::theParentIsDeletedFirstWithTheControllerRaised()
 void tst_FileControlLifetime::theParentIsDeletedFirstWithTheControllerElsewhere()
 {
     TOwnWindow f;
-    f.Bring(true, false);
+    const auto dialogs = f.Bring(true, false);
     auto other = std::make_unique<QWidget>();
     f.controller->setParent(other.get());
-    const auto dialogs = DialogsOf(*f.window);
     QCOMPARE(dialogs.size(), 4);
     f.window.reset();
     QVERIFY(f.controller);

@@ -169,7 +169,7 @@ void tst_FileResults::completions()
     Complete(f.Hub(), operation, Errors(errorCount));
     QCOMPARE(dialog.Message(), message);
     QVERIFY(dialog.isVisible());
-    QVERIFY(dialog.isModal());
+    QVERIFY(Blocks(dialog, *f.controller));
     QCOMPARE(F::StateOf(dialog), Text("finished"));
     QVERIFY(!other.isVisible());
     Press(dialog, TMessageDialog::eButton0);

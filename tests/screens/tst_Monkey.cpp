@@ -161,12 +161,12 @@ void TMonkey::PressAButton()
         f.controller->OnFileActionButtonClicked(Number(5) - 1);
 }
 
-// The enabled buttons, sorted so that only the seed decides the order: Qt lists its windows by
+// The enabled buttons, sorted so that only the seed decides the order: Qt lists its widgets by
 // their addresses.
 QList<TPushButton*> TMonkey::ButtonsInDialogs()
 {
     QMap<QString, TPushButton*> buttons;
-    for (QWidget* window : QApplication::topLevelWidgets()) {
+    for (QWidget* window : QApplication::allWidgets()) {
         if (!qobject_cast<TPopupWindow*>(window) || !window->isVisible())
             continue;
         const QList<TPushButton*> inWindow = window->findChildren<TPushButton*>();

@@ -2,11 +2,12 @@
 
 #include "console/tour/driver/ScreenText.h"
 #include "host/TListWidget.h"
+#include "host/TPopupWindow.h"
 #include "host/TPropertyWidget.h"
+#include "hostimpl/PopupHost.h"
 
 #include <QtTest/QTest>
 #include <QtWidgets/QAbstractButton>
-#include <QtWidgets/QApplication>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QScrollArea>
 
@@ -24,8 +25,7 @@ void RequireInReach(const QWidget& widget, const QPoint& place, const QString& n
     if (!widget.isEnabled()) {
         Refuse(QStringLiteral("%1 is off").arg(name));
     }
-    const QWidget* const modal = QApplication::activeModalWidget();
-    if (modal != nullptr && modal != widget.window()) {
+    if (hostimpl::IsBlocked(widget)) {
         Refuse(QStringLiteral("a dialog must be answered before %1").arg(name));
     }
     const QWidget* const window = widget.window();
@@ -60,23 +60,22 @@ void UncoverName(TListWidget& list, const QPoint& place)
     }
 }
 
-// The last popup comes first: it is on top.
-QList<QWidget*> WindowsTopDown(const QWidget& window)
+// The places of widgets, the topmost first.
+QList<const QWidget*> PlacesTopDown(const QWidget& window)
 {
-    QList<QWidget*> windows;
-    for (QWidget* const popup : tour::OpenPopups()) {
-        windows.prepend(popup);
+    QList<const QWidget*> places{window.window()};
+    for (const TPopupWindow* const popup : hostimpl::OpenPopups()) {
+        places.prepend(popup);
     }
-    windows.append(window.window());
-    return windows;
+    return places;
 }
 
 template <typename TWidget, typename TNameOf>
 TWidget& Find(const QWidget& window, const QString& name, TNameOf nameOf)
 {
-    for (const QWidget* const place : WindowsTopDown(window)) {
+    for (const QWidget* const place : PlacesTopDown(window)) {
         for (TWidget* const widget : place->findChildren<TWidget*>()) {
-            if (widget->isVisible() && widget->window() == place && nameOf(*widget) == name) {
+            if (widget->isVisible() && tour::PlaceOf(*widget) == place && nameOf(*widget) == name) {
                 return *widget;
             }
         }

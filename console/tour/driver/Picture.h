@@ -7,7 +7,7 @@ class QWidget;
 
 namespace tour {
 
-// The console's window and the popups over it, pixel by pixel. Thread: main.
+// The console's window, pixel by pixel. Thread: main.
 QImage Picture(QWidget& window);
 
 } // namespace tour

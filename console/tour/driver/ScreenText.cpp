@@ -5,10 +5,10 @@
 #include "host/TProgressDialog.h"
 #include "host/TProperty.h"
 #include "host/TPropertyWidget.h"
+#include "hostimpl/PopupHost.h"
 
 #include <QtCore/QJsonArray>
 #include <QtWidgets/QAbstractButton>
-#include <QtWidgets/QApplication>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 
@@ -16,14 +16,15 @@
 
 namespace {
 
+// `place` is the console's window or a popup.
 template <typename TWidget>
-QList<TWidget*> Visible(const QWidget& window)
+QList<TWidget*> Visible(const QWidget& place)
 {
-    QList<TWidget*> widgets = window.findChildren<TWidget*>();
-    const auto isHidden = [&window](const QWidget* widget) {
-        return !widget->isVisible() || widget->window() != &window;
+    QList<TWidget*> widgets = place.findChildren<TWidget*>();
+    const auto isElsewhere = [&place](const QWidget* widget) {
+        return !widget->isVisible() || tour::PlaceOf(*widget) != &place;
     };
-    widgets.erase(std::remove_if(widgets.begin(), widgets.end(), isHidden), widgets.end());
+    widgets.erase(std::remove_if(widgets.begin(), widgets.end(), isElsewhere), widgets.end());
     return widgets;
 }
 
@@ -134,24 +135,20 @@ QString ButtonName(const QWidget& button)
     return button.accessibleName();
 }
 
-QList<QWidget*> OpenPopups()
+const QWidget* PlaceOf(const QWidget& widget)
 {
-    QList<QWidget*> popups;
-    for (QWidget* const widget : QApplication::topLevelWidgets()) {
-        if (widget->isVisible() && qobject_cast<TPopupWindow*>(widget) != nullptr) {
-            popups.append(widget);
+    for (const QWidget* around = &widget; around != nullptr; around = around->parentWidget()) {
+        if (qobject_cast<const TPopupWindow*>(around) != nullptr) {
+            return around;
         }
     }
-    QWidget* const modal = QApplication::activeModalWidget();
-    std::stable_partition(popups.begin(), popups.end(),
-                          [modal](const QWidget* widget) { return widget != modal; });
-    return popups;
+    return widget.window();
 }
 
 QJsonObject ScreenText(const QWidget& window)
 {
     QJsonArray windows{WindowText(window)};
-    for (const QWidget* const popup : OpenPopups()) {
+    for (const QWidget* const popup : hostimpl::OpenPopups()) {
         windows.append(WindowText(*popup));
     }
     return QJsonObject{{QStringLiteral("windows"), windows}};

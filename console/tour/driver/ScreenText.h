@@ -7,7 +7,7 @@ class QWidget;
 
 namespace tour {
 
-// The open windows, the main window first:
+// The main window without its popups, then the visible popups:
 //   {"windows": [{"kind": "console" | "message" | "progress" | "choice", "title": .., "text": ..,
 //                 "progress": .., "buttons": [{"text", "enabled", "checked"}],
 //                 "rows": [{"name", "value", "enabled"}], "names": [{"text", "selected"}],
@@ -18,7 +18,7 @@ QJsonObject ScreenText(const QWidget& window);
 // The name of a button: its text or, without a text, its accessible name.
 QString ButtonName(const QWidget& button);
 
-// The open popups. The last popup must be answered first.
-QList<QWidget*> OpenPopups();
+// The popup that holds the widget, or the widget's window.
+const QWidget* PlaceOf(const QWidget& widget);
 
 } // namespace tour

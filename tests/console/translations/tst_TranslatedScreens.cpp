@@ -18,6 +18,7 @@
 #include "host/TPropertyWidget.h"
 #include "host/TPushButton.h"
 #include "hostimpl/HostSetup.h"
+#include "hostimpl/PopupHost.h"
 #include "hostimpl/Theme.h"
 #include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
@@ -191,8 +192,8 @@ private Q_SLOTS:
         for (int row = firstChoiceRow; row < page.RowCount(); ++row) {
             console::ScrollTo(page.Row(row));
             QTest::mouseClick(page.Row(row), Qt::LeftButton);
-            auto* const choices = page.Row(row)->findChild<TPopupWindow*>();
-            QVERIFY(choices != nullptr && choices->isVisible());
+            QCOMPARE(hostimpl::OpenPopups().size(), 1);
+            TPopupWindow* const choices = hostimpl::OpenPopups().first();
             QCOMPARE(Faults(*choices), QString());
             choices->CloseWindow();
         }

@@ -32,7 +32,7 @@ struct TChoiceRow
         row.setFocus();
     }
 
-    TChoicePopup* Popup() { return row.findChild<TChoicePopup*>(); }
+    TChoicePopup* Popup() { return window.findChild<TChoicePopup*>(); }
 
     TWindow window;
     TPropertyWidget row;

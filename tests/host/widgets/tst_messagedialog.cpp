@@ -34,6 +34,7 @@ private Q_SLOTS:
     void backGivesTheHarmlessAnswer_data();
     void backGivesTheHarmlessAnswer();
     void backDoesNotCloseARunningOperation();
+    void backHidesADialogWithoutAnEnabledButton();
     void aQuestionStartsWithTheFocusOnNo();
     void anEnabledButtonTakesTheFocus();
     void buildsItsContentOnFirstUse();
@@ -170,6 +171,21 @@ void tst_MessageDialog::backDoesNotCloseARunningOperation()
     dialog.dialog.close();
     QVERIFY(dialog.dialog.isVisible());
     QVERIFY(dialog.signalNames.isEmpty());
+}
+
+// Otherwise the dialog would lock the operator out until the operation has ended.
+void tst_MessageDialog::backHidesADialogWithoutAnEnabledButton()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    for (const auto button : {TMessageDialog::eButton0, TMessageDialog::eButton1}) {
+        dialog.dialog.EnableButton(button, false);
+    }
+    QTest::keyClick(&dialog.dialog, Qt::Key_Escape);
+    QVERIFY(!dialog.dialog.isVisible());
+    QCOMPARE(dialog.signalNames, Words("closed")); // neither an answer nor a cancel
+    dialog.dialog.ShowWindow(true);
+    dialog.dialog.close();
+    QVERIFY(!dialog.dialog.isVisible());
 }
 
 void tst_MessageDialog::aQuestionStartsWithTheFocusOnNo()

@@ -9,7 +9,9 @@
 #include <QtCore/QString>
 #include <QtWidgets/QWidget>
 
-// A top-level window that stays its parent's child and can be a member of its parent. Main thread.
+// A popup is shown inside the window of its parent, over the screen that its parent is part of, or
+// over the whole window. It can be a member of its parent. While it is shown, its parentWidget() is
+// a part of the window. If no window is visible, the popup becomes a separate window. Main thread.
 class CONSOLEHOST_EXPORT TPopupWindow : public QWidget, public ZRA::MMICapableWidget
 {
     Q_OBJECT
@@ -18,8 +20,8 @@ public:
     explicit TPopupWindow(QWidget* parent = nullptr);
     ~TPopupWindow() override;
 
-    // Shows the window over all others and returns at once. With `isModal` the operator can use
-    // nothing else until the window closes. If the window is shown already, it is only raised.
+    // Shows the popup and returns at once. With `isModal` the operator can use nothing else of the
+    // screen until the popup closes. If the popup is shown already, it is only raised.
     void ShowWindow(bool isModal);
     void CloseWindow();
 
@@ -29,11 +31,11 @@ public:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 Q_SIGNALS:
-    // The window was shown and is hidden now.
+    // The popup was shown and is hidden now.
     void Closed();
 
 protected:
-    // The size of this window over a window or a screen of the size `available`.
+    // The size of this popup over a screen of the size `available`.
     virtual QSize SizeWithin(const QSize& available) const;
     // Computes size and position again, after the content has changed.
     void Place();
@@ -47,8 +49,6 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    QWidget* Host() const;
-
-    QPointer<QWidget> m_host; // the window that this one is placed over while it is shown
+    QPointer<QWidget> m_host; // what the popup is placed over while it is shown
     int m_showCount = 0;
 };

@@ -91,15 +91,6 @@ void TChoicePopup::ShowOffered(const TEditItem& item)
     }
 }
 
-bool TChoicePopup::OnWheelTurned(int steps)
-{
-    TPopupWindow::OnWheelTurned(steps);
-    if (QWidget* const focused = focusWidget()) {
-        m_area->ensureWidgetVisible(focused);
-    }
-    return true;
-}
-
 QSize TChoicePopup::SizeWithin(const QSize& available) const
 {
     const int around = layout()->sizeHint().height() - m_area->sizeHint().height();

@@ -22,8 +22,6 @@ public:
     void ShowOffered(const TEditItem& item);
     QVector<TPushButton*> Choices() const { return m_choices; }
 
-    bool OnWheelTurned(int steps) override;
-
 Q_SIGNALS:
     // The popup closes after the signal.
     void Chosen(double value);

@@ -4,6 +4,7 @@
 #include "hostimpl/Theme.h"
 #include "widgets/TBusyIndicator.h"
 #include "widgets/TMessageText.h"
+#include "widgets/TPopupLayer.h"
 
 #include <QtCore/QPointer>
 #include <QtWidgets/QHBoxLayout>
@@ -56,6 +57,10 @@ public:
     bool IsBuilt() const { return m_text != nullptr; }
     int Height(int width) const;
     void Answer(const TButtonRow& row);
+    bool HasEnabledButton() const;
+    bool IsButtonFocused() const;
+    // Does nothing while the operator works elsewhere.
+    void FocusOn(TPushButton& button);
 
     QString title;
     QString message;
@@ -143,6 +148,28 @@ void TMessageDialog::TContent::Answer(const TButtonRow& row)
     }
 }
 
+bool TMessageDialog::TContent::HasEnabledButton() const
+{
+    return std::any_of(buttons.cbegin(), buttons.cend(), [](const TPushButton* button) {
+        return button != nullptr && button->isEnabled();
+    });
+}
+
+bool TMessageDialog::TContent::IsButtonFocused() const
+{
+    return std::any_of(buttons.cbegin(), buttons.cend(), [this](const TPushButton* button) {
+        return button != nullptr && button->isEnabled() && button == m_dialog.focusWidget();
+    });
+}
+
+void TMessageDialog::TContent::FocusOn(TPushButton& button)
+{
+    const hostimpl::TPopupLayer* const layer = hostimpl::TPopupLayer::Of(m_dialog);
+    if (layer == nullptr || layer->MayTakeFocus()) {
+        button.setFocus();
+    }
+}
+
 void TMessageDialog::TContent::UpdateBusy()
 {
     if (m_busy != nullptr) {
@@ -213,16 +240,20 @@ void TMessageDialog::EnableButton(EMessageDialogButton button, bool isEnabled)
     if (TPushButton* const found = GetMessageDialogButton(button)) {
         found->setEnabled(isEnabled);
         m_content->UpdateBusy();
-        // If the focused button was disabled, no enabled widget has the focus.
-        if (isEnabled && (focusWidget() == nullptr || !focusWidget()->isEnabled())) {
-            found->setFocus();
+        if (isEnabled && !m_content->IsButtonFocused()) {
+            m_content->FocusOn(*found);
         }
     }
 }
 
-// Back presses the button that changes nothing: No for a question, otherwise button 0.
+// Back presses the button that changes nothing: No for a question, otherwise button 0. A dialog
+// without an enabled button is hidden, so that the operator is never locked out.
 bool TMessageDialog::OnBackPressed()
 {
+    if (!m_content->HasEnabledButton()) {
+        CloseWindow();
+        return true;
+    }
     const bool isQuestion = m_content->type == eQuestion;
     TPushButton* const button = GetMessageDialogButton(isQuestion ? eButton1 : eButton0);
     if (button != nullptr && button->isEnabled()) {
@@ -243,13 +274,11 @@ QSize TMessageDialog::SizeWithin(const QSize& available) const
 // The focus starts on the button that changes nothing: No for a question, otherwise button 0.
 void TMessageDialog::setVisible(bool isVisible)
 {
-    if (isVisible && !this->isVisible()) {
-        SetupIfRequired();
-        TPushButton* const first =
-            GetMessageDialogButton(Type() == eQuestion ? eButton1 : eButton0);
-        if (first->isEnabled()) {
-            first->setFocus();
-        }
-    }
+    const bool isNew = isVisible && isHidden();
+    SetupIfRequired();
     TPopupWindow::setVisible(isVisible);
+    TPushButton* const first = GetMessageDialogButton(Type() == eQuestion ? eButton1 : eButton0);
+    if (isNew && first->isEnabled()) {
+        m_content->FocusOn(*first);
+    }
 }

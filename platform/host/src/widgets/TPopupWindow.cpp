@@ -1,8 +1,8 @@
 #include "host/TPopupWindow.h"
 
 #include "hostimpl/FocusOrder.h"
-#include "hostimpl/PopupHost.h"
 #include "hostimpl/Theme.h"
+#include "widgets/TPopupLayer.h"
 
 #include <QtCore/QEvent>
 #include <QtGui/QCloseEvent>
@@ -11,68 +11,69 @@
 #include <QtGui/QKeyEvent>
 #include <QtGui/QPainter>
 #include <QtGui/QScreen>
-#include <QtWidgets/QApplication>
 
-namespace hostimpl {
-
-namespace {
-
-// A static object of the function, so that no order of static constructors is needed.
-QPointer<QWidget>& HostWindow()
-{
-    static QPointer<QWidget> window;
-    return window;
-}
-
-} // namespace
-
-void SetPopupHost(QWidget* window)
-{
-    HostWindow() = window;
-}
-
-QWidget* PopupHost()
-{
-    return HostWindow().data();
-}
-
-} // namespace hostimpl
+using hostimpl::TPopupLayer;
 
 TPopupWindow::TPopupWindow(QWidget* parent) : QWidget(parent, Qt::Dialog | Qt::FramelessWindowHint)
 {}
 
-TPopupWindow::~TPopupWindow() = default;
+TPopupWindow::~TPopupWindow()
+{
+    if (TPopupLayer* const layer = TPopupLayer::Of(*this)) {
+        layer->Close();
+        delete layer;
+    }
+}
 
 void TPopupWindow::ShowWindow(bool isModal)
 {
     ++m_showCount;
-    if (!isVisible()) {
-        // The on-screen keyboard is not needed while a window asks for an answer.
-        QGuiApplication::inputMethod()->hide();
-        setWindowModality(isModal ? Qt::ApplicationModal : Qt::NonModal);
-        m_host = Host();
+    if (isHidden()) {
+        m_host = hostimpl::AreaFor(*this);
+        if (m_host.isNull()) {
+            setParent(parentWidget(), Qt::Dialog | Qt::FramelessWindowHint);
+            setWindowModality(isModal ? Qt::ApplicationModal : Qt::NonModal);
+        } else {
+            m_host->installEventFilter(this);
+            if (windowHandle() != nullptr) {
+                destroy(); // the popup was a separate window before
+            }
+            (new TPopupLayer(*m_host, *this, isModal))->show();
+        }
         show();
+        if (isVisible()) { // the on-screen keyboard is not needed for an answer
+            QGuiApplication::inputMethod()->hide();
+        }
     }
-    raise();
-    activateWindow();
+    if (TPopupLayer* const layer = TPopupLayer::Of(*this)) {
+        layer->Raise();
+        layer->TakeFocus();
+    } else {
+        raise();
+        activateWindow();
+    }
 }
 
 void TPopupWindow::CloseWindow()
 {
-    if (!isVisible()) {
+    if (isHidden()) {
         return;
     }
     if (!m_host.isNull()) {
         m_host->removeEventFilter(this);
     }
-    hide();
+    if (TPopupLayer* const layer = TPopupLayer::Of(*this)) {
+        layer->Close();
+    } else {
+        hide();
+    }
     Q_EMIT Closed();
 }
 
+// At the ends the focus leaves the popup, if there is another place for the focus in the window.
 bool TPopupWindow::OnWheelTurned(int steps)
 {
-    hostimpl::MoveFocus(*this, steps, true);
-    return true;
+    return hostimpl::MoveFocus(*this, steps, isWindow()) || isWindow();
 }
 
 bool TPopupWindow::OnWheelPressed()
@@ -88,8 +89,7 @@ bool TPopupWindow::OnBackPressed()
 
 bool TPopupWindow::eventFilter(QObject* watched, QEvent* event)
 {
-    const bool isPlaceChanged = event->type() == QEvent::Resize || event->type() == QEvent::Move;
-    if (watched == m_host.data() && isPlaceChanged && isVisible()) {
+    if (watched == m_host.data() && event->type() == QEvent::Resize && !isHidden()) {
         Place();
     }
     return QWidget::eventFilter(watched, event);
@@ -100,30 +100,15 @@ QSize TPopupWindow::SizeWithin(const QSize& available) const
     return sizeHint().expandedTo(minimumSizeHint()).boundedTo(available);
 }
 
-QWidget* TPopupWindow::Host() const
-{
-    const QWidget* const parent = parentWidget();
-    QWidget* const candidates[] = {parent == nullptr ? nullptr : parent->window(),
-                                   hostimpl::PopupHost(), QApplication::activeWindow()};
-    for (QWidget* const candidate : candidates) {
-        // A popup is no candidate: two popups would place themselves over each other in a loop.
-        if (candidate != nullptr && candidate->isVisible() &&
-            qobject_cast<const TPopupWindow*>(candidate) == nullptr) {
-            return candidate;
-        }
-    }
-    return nullptr;
-}
-
 void TPopupWindow::Place()
 {
-    QRect around = QGuiApplication::primaryScreen()->availableGeometry();
-    if (!m_host.isNull()) {
-        m_host->installEventFilter(this);
-        around = QRect(m_host->mapToGlobal(QPoint(0, 0)), m_host->size());
+    if (TPopupLayer* const layer = TPopupLayer::Of(*this)) {
+        layer->Arrange(SizeWithin(layer->Area().size()));
+        return;
     }
-    QRect place(QPoint(0, 0), SizeWithin(around.size()));
-    place.moveCenter(around.center());
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    QRect place(QPoint(0, 0), SizeWithin(screen.size()));
+    place.moveCenter(screen.center());
     setGeometry(place);
 }
 
@@ -131,7 +116,9 @@ void TPopupWindow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
     Place();
-    if (focusWidget() == nullptr) {
+    if (TPopupLayer* const layer = TPopupLayer::Of(*this)) {
+        layer->TakeFocus();
+    } else if (focusWidget() == nullptr) {
         hostimpl::MoveFocus(*this, 1, true);
     }
 }

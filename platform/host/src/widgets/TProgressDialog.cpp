@@ -2,6 +2,7 @@
 
 #include "host/TPushButton.h"
 #include "hostimpl/Theme.h"
+#include "widgets/TPopupLayer.h"
 #include "widgets/TProgressBar.h"
 
 #include <QtWidgets/QLabel>
@@ -115,9 +116,11 @@ int TProgressDialog::Progress() const
     return m_content->bar.Percent();
 }
 
+// Without a button the dialog may be hidden only if it would lock the operator out.
 bool TProgressDialog::OnBackPressed()
 {
-    if (m_content->isClosable) {
+    const hostimpl::TPopupLayer* const layer = hostimpl::TPopupLayer::Of(*this);
+    if (m_content->isClosable || isModal() || (layer != nullptr && layer->IsModal())) {
         CloseWindow();
     }
     return true;
