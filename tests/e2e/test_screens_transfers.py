@@ -73,18 +73,12 @@ class TransferTest(ScreensCase):
         self.assertEqual(self.reports_left(), {})
         self.assertEqual(window.look().names(), [])
 
-    def test_a_transfer_blocks_its_page_and_nothing_else(self):
+    def test_the_file_controller_cannot_be_touched_while_a_transfer_runs(self):
         window, content, _ = self.in_the_middle_of_a_download("1.zip", "2.zip")
         self.assert_refused(window, "Close is off", "press", button="Close")
         for row in ("Category", "Browse"):
             self.assert_refused(window, "a dialog must be answered", "open", row=row)
-        for button in ("Home", "Settings", "Night"):
-            window.press(button)
-        self.assertEqual(window.look().popups, [])
         self.assert_refused(window, "Logout is not on the screen", "press", button="Logout")
-        window.choose("Colours", "Day")
-        window.press("KELVO File Controller")
-        self.assertIsNotNone(window.look().dialog(TRANSFER))
         screen = window.look()
         self.assertEqual((screen.row("Category")["value"], screen.row("Browse")["value"]),
                          ("Prescription Maps", "KELVO"))
@@ -97,6 +91,17 @@ class TransferTest(ScreensCase):
         self.assertEqual(sorted(screen.selected()), ["1.zip", "2.zip"])
         window.choose("Category", "Curves")
         window.until(lambda screen: not screen.names(), "no curves")
+
+    def test_other_pages_work_while_a_transfer_runs(self):
+        window, content, _ = self.in_the_middle_of_a_download("1.zip")
+        for button in ("Night", "Home", "Settings"):
+            window.press(button)
+        self.assertEqual(window.look().popups, [])
+        window.choose("Colours", "Day")
+        self.transfer_link.release()
+        window.press("KELVO File Controller")
+        self.finish(window, TRANSFER, "Download complete.")
+        self.assertEqual(self.unpacked(), content["1.zip"])
 
     def test_closing_the_window_in_a_download_loses_nothing(self):
         window, content, _ = self.in_the_middle_of_a_download("large.zip")
