@@ -32,7 +32,7 @@ protected:
     LargeFixture()
     {
         call.token = "token";
-        call.account = "https://service.test\n7";
+        call.serviceAndUser = "https://service.test\n7";
         SetDiskSpace(std::int64_t{1} << 40);
     }
 

@@ -19,7 +19,7 @@ protected:
     Result<std::vector<FileRecord>> Send()
     {
         Uploads process{api, timing, state.Path("own")};
-        const Result<Uploads::Sent> sent = process.Send(call, path, {10});
+        const Result<Uploads::UploadState> sent = process.Send(call, path, {10});
         if (!sent)
             return sent.failure;
         return process.Confirm(call, sent.value);

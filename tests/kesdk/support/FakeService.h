@@ -24,7 +24,8 @@ struct Fault
         eDropAfter,   // the service carries it out, but the answer is lost
         eCutRequest,  // only `bytes` of its body arrive
         eCutResponse, // only `bytes` of the answer's body arrive
-        eAnswer,      // `answer` instead of the right answer
+        eAnswer,      // the request never arrives; `answer` comes back
+        eReplace,     // the service carries it out; `answer` comes back
     };
     std::string line; // the beginning of "METHOD /target"
     EKind kind = EKind::eDropBefore;

@@ -64,10 +64,11 @@ FakeService::Outcome FakeService::CarryOut(SentRequest& sent, const std::optiona
     {
         const std::lock_guard lock(m_mutex);
         Note(sent);
-        response = fault && fault->kind == Fault::EKind::eAnswer
-                       ? fault->answer
-                       : Answer(sent, !sourceFailed && !isCut);
+        if (!fault || fault->kind != Fault::EKind::eAnswer)
+            response = Answer(sent, !sourceFailed && !isCut);
     }
+    if (fault && (fault->kind == Fault::EKind::eAnswer || fault->kind == Fault::EKind::eReplace))
+        response = fault->answer;
     if (sourceFailed)
         return Drop(impl::EErrorCode::eFileUnreadable);
     if (isCut || (fault && fault->kind == Fault::EKind::eDropAfter))

@@ -19,7 +19,7 @@ inline constexpr std::size_t kCutAt = 70'000;
 class ResumeFixture : public TransferFixture
 {
 protected:
-    ResumeFixture() { call.account = "https://service.test\n7"; }
+    ResumeFixture() { call.serviceAndUser = "https://service.test\n7"; }
 
     impl::Failure Fetch() { return downloads.Fetch(call, file, folder.Path("here.zip")); }
     // Leaves a part with the first 70,000 bytes.

@@ -67,6 +67,14 @@ protected:
         return fault;
     }
 
+    // The service carries the request out, but the console gets this answer.
+    static Fault Replace(const std::string& line, impl::HttpResponse answer)
+    {
+        Fault fault = Answer(line, std::move(answer));
+        fault.kind = Fault::EKind::eReplace;
+        return fault;
+    }
+
     // Content requests have no deadline, and a stall timeout of 30 bytes in 30 s.
     void ExpectContentLimits(const std::string& line) const
     {

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kesdk::impl {
@@ -24,7 +25,7 @@ protected:
                                            const Ids& targets,
                                            const std::function<void()>& between = {})
     {
-        const Result<Uploads::Sent> sent = process.Send(call, file, targets);
+        const Result<Uploads::UploadState> sent = process.Send(call, file, targets);
         if (!sent)
             return sent.failure;
         if (between)
@@ -34,6 +35,24 @@ protected:
     Result<std::vector<FileRecord>> Send(const std::function<void()>& between = {})
     {
         return SendBy(uploads, path, {inbox}, between);
+    }
+
+    // The content of the last request that sent content.
+    std::string LastContent() const
+    {
+        std::string last;
+        for (const test::SentRequest& sent : service.Requests())
+            last = sent.request.source ? sent.content : last;
+        return last;
+    }
+    // The service stores another content than the console sent, and the file changes meanwhile.
+    void SpoilTheNextUpload()
+    {
+        service.CorruptNextCommit();
+        service.onRequest = [this, isFirst = true](const std::string& line) mutable {
+            if (line == "POST /v1/uploads" && std::exchange(isFirst, false))
+                folder.Date("report.txt", test::NextMonthS());
+        };
     }
 
     // The upload succeeded, and the service holds exactly one copy, with the right content.

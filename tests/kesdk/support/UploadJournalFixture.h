@@ -12,7 +12,7 @@ namespace kesdk::impl {
 class UploadJournalTest : public UploadsTest
 {
 protected:
-    UploadJournalTest() { call.account = "https://service.test\n7"; }
+    UploadJournalTest() { call.serviceAndUser = "https://service.test\n7"; }
 
     Result<std::vector<FileRecord>> SendAsNewProcess()
     {
@@ -56,7 +56,6 @@ protected:
             lines.push_back(requests[i].Line());
         return lines;
     }
-    std::string LastContent() const { return service.Requests().back().content; }
 
     kelvo::test::TempFolder state;
     WallClock wallTimeS = RealConsoleFacts().wallTimeS;

@@ -108,9 +108,9 @@ TEST_F(DownloadResume, IgnoresAPartOfAnotherVersion)
 TEST_F(DownloadResume, IgnoresAPartOfAnotherAccount)
 {
     for (const char* other : {"https://service.test\n8", "https://other.test\n7", ""}) {
-        call.account = "https://service.test\n7";
+        call.serviceAndUser = "https://service.test\n7";
         BeginAndStop();
-        call.account = other;
+        call.serviceAndUser = other;
         ExpectSaved(0);
         std::filesystem::remove(folder.Path("here.zip"));
     }

@@ -72,7 +72,7 @@ using DownloadDurability = test::ResumeFixture;
 class UploadDurability : public UploadsTest
 {
 protected:
-    UploadDurability() { call.account = "https://service.test\n7"; }
+    UploadDurability() { call.serviceAndUser = "https://service.test\n7"; }
     kelvo::test::TempFolder state;
 };
 

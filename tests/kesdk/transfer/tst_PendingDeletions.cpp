@@ -17,7 +17,7 @@ class PendingDeletionsTest : public UploadsTest
 protected:
     PendingDeletionsTest()
     {
-        call.account = "https://service.test\n7";
+        call.serviceAndUser = "https://service.test\n7";
         std::filesystem::create_directory(state.Path("own"));
     }
 
@@ -75,7 +75,7 @@ protected:
         ApiClient silentApi{silentHttp};
         call.abort = [&] { return time->Now() - begin >= ending; };
         PendingDeletions deletions = NewPendingDeletions();
-        deletions.Add(call.account, {501, 502}, EtagOf("x"));
+        deletions.Add(call, {501, 502}, EtagOf("x"));
         deletions.Run(silentApi, timing, call);
         EXPECT_EQ(Journals(".discard"), 2u) << "both deletions are still pending";
         return time->Now() - begin;
@@ -90,7 +90,7 @@ protected:
 TEST_F(PendingDeletionsTest, IgnoresAResultThatIsQueuedForDeletion)
 {
     const std::int64_t queuedCopy = CommitWithoutAnswer();
-    NewPendingDeletions().Add(call.account, {queuedCopy}, EtagOf(kContent));
+    NewPendingDeletions().Add(call, {queuedCopy}, EtagOf(kContent));
     const auto sent = SendAsNewProcess();
     ExpectStored(sent, kContent);
     EXPECT_NE(sent.value.at(0).id, queuedCopy);
@@ -100,7 +100,7 @@ TEST_F(PendingDeletionsTest, IgnoresAResultThatIsQueuedForDeletion)
 TEST_F(PendingDeletionsTest, IgnoresAResultWhoseDeletionFails)
 {
     const std::int64_t queuedCopy = CommitWithoutAnswer();
-    NewPendingDeletions().Add(call.account, {queuedCopy}, EtagOf(kContent));
+    NewPendingDeletions().Add(call, {queuedCopy}, EtagOf(kContent));
     for (int i = 0; i < 3; ++i)
         service.FailNext(Drop("DELETE /v1/resources/"));
     const auto sent = SendAsNewProcess();
@@ -115,7 +115,7 @@ TEST_F(PendingDeletionsTest, IgnoresAResultThatIsQueuedForDeletionWithoutAJourna
 {
     const std::int64_t queuedCopy = CommitWithoutAnswer();
     std::filesystem::remove(std::filesystem::directory_iterator(state.Path("own"))->path());
-    NewPendingDeletions().Add(call.account, {queuedCopy}, EtagOf(kContent));
+    NewPendingDeletions().Add(call, {queuedCopy}, EtagOf(kContent));
     const auto sent = SendAsNewProcess();
     ExpectStored(sent, kContent);
     EXPECT_NE(sent.value.at(0).id, queuedCopy);
@@ -128,7 +128,7 @@ TEST_F(PendingDeletionsTest, GivesUpWhenTheServiceOnlyRepeatsAResultThatIsQueued
         service.FailNext(Answer("POST /v1/uploads", EarlierResult(earlier)));
         service.FailNext(Drop("DELETE"));
     }
-    NewPendingDeletions().Add(call.account, {earlier}, EtagOf(kContent));
+    NewPendingDeletions().Add(call, {earlier}, EtagOf(kContent));
     EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eBadReply);
     EXPECT_LE(service.Count("POST /v1/uploads"), 6);
 }
@@ -136,14 +136,15 @@ TEST_F(PendingDeletionsTest, GivesUpWhenTheServiceOnlyRepeatsAResultThatIsQueued
 TEST_F(PendingDeletionsTest, RemovesTheUploadJournalBeforeItDeletesTheCopy)
 {
     int deletions = 0;
-    service.onRequest = [&](const std::string& line) {
+    SpoilTheNextUpload();
+    service.onRequest = [&, spoil = service.onRequest](const std::string& line) {
+        spoil(line);
         if (line.rfind("DELETE", 0) != 0)
             return;
         ++deletions;
         EXPECT_EQ(Journals(".discard"), 1u);
         EXPECT_EQ(Journals(".upload"), 0u);
     };
-    service.CorruptNextCommit();
     ExpectFailure(SendAsNewProcess(), EErrorCode::eFileChanged);
     EXPECT_EQ(deletions, 1);
 }
@@ -171,7 +172,7 @@ TEST_F(PendingDeletionsTest, GivesUpAfterFifteenSecondsAlsoWhenTheCallIsAbortedL
 TEST_F(PendingDeletionsTest, DeletesOnlyIfTheCopyHasTheKnownDigest)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
-    NewPendingDeletions().Add(call.account, {file}, EtagOf("a copy"));
+    NewPendingDeletions().Add(call, {file}, EtagOf("a copy"));
     NewPendingDeletions().Run(api, timing, call);
     const SentRequest last = service.Requests().back();
     EXPECT_EQ(last.Header("If-Match"), EtagOf("a copy"));
@@ -181,7 +182,7 @@ TEST_F(PendingDeletionsTest, DeletesOnlyIfTheCopyHasTheKnownDigest)
 
 TEST_F(PendingDeletionsTest, DeletesAWrongCopyByTheDigestOfTheCopy)
 {
-    service.CorruptNextCommit();
+    SpoilTheNextUpload();
     ExpectFailure(SendAsNewProcess(), EErrorCode::eFileChanged);
     std::string corrupt = kContent;
     corrupt[0] ^= 1;
@@ -193,7 +194,7 @@ TEST_F(PendingDeletionsTest, EndsTheDeletionWhenTheCopyHasChangedOrIsGone)
     const std::int64_t other = service.AddFile(inbox, "report.txt", "something else");
     const std::int64_t gone = service.AddFile(inbox, "gone.txt", "a copy");
     service.RemoveFile(gone);
-    NewPendingDeletions().Add(call.account, {other, gone}, EtagOf("a copy"));
+    NewPendingDeletions().Add(call, {other, gone}, EtagOf("a copy"));
     NewPendingDeletions().Run(api, timing, call);
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 2);
     EXPECT_EQ(service.FileIds(inbox), Ids{other});
@@ -203,13 +204,13 @@ TEST_F(PendingDeletionsTest, EndsTheDeletionWhenTheCopyHasChangedOrIsGone)
 TEST_F(PendingDeletionsTest, ForgetsADeletionAfterThirtyDays)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
-    NewPendingDeletions().Add(call.account, {file}, EtagOf("a copy"));
+    NewPendingDeletions().Add(call, {file}, EtagOf("a copy"));
     PendingDeletions running = NewPendingDeletions();
-    EXPECT_TRUE(running.Contains(call.account, {file}));
+    EXPECT_TRUE(running.Contains(call, {file}));
     const std::int64_t nowS = test::NextMonthS();
     wallTimeS = [nowS] { return nowS; };
     DateJournal(nowS - 30 * kDayS - test::kHourS);
-    EXPECT_FALSE(NewPendingDeletions().Contains(call.account, {file}));
+    EXPECT_FALSE(NewPendingDeletions().Contains(call, {file}));
     EXPECT_EQ(Journals(".discard"), 0u);
     EXPECT_EQ(service.FileIds(inbox), Ids{file});
 }
@@ -219,18 +220,18 @@ TEST_F(PendingDeletionsTest, ForgetsADeletionAfterThirtyDaysInOneRun)
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
     const std::int64_t nowS = test::NextMonthS();
     PendingDeletions deletions(state.Path("own"), [nowS] { return nowS; });
-    deletions.Add(call.account, {file}, EtagOf("a copy"));
+    deletions.Add(call, {file}, EtagOf("a copy"));
     DateJournal(nowS - 30 * kDayS - test::kHourS);
     deletions.Run(api, timing, call);
     EXPECT_EQ(service.Count("DELETE"), 0);
-    EXPECT_FALSE(deletions.Contains(call.account, {file}));
+    EXPECT_FALSE(deletions.Contains(call, {file}));
     EXPECT_EQ(Journals(".discard"), 0u);
 }
 
 TEST_F(PendingDeletionsTest, DeletesACopyWithinThirtyDays)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
-    NewPendingDeletions().Add(call.account, {file}, EtagOf("a copy"));
+    NewPendingDeletions().Add(call, {file}, EtagOf("a copy"));
     const std::int64_t nowS = test::NextMonthS();
     wallTimeS = [nowS] { return nowS; };
     DateJournal(nowS - 30 * kDayS + test::kHourS);
@@ -241,9 +242,9 @@ TEST_F(PendingDeletionsTest, DeletesACopyWithinThirtyDays)
 TEST_F(PendingDeletionsTest, KeepsADeletionWhileTheClockIsWrong)
 {
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
-    NewPendingDeletions().Add(call.account, {file}, EtagOf("a copy"));
+    NewPendingDeletions().Add(call, {file}, EtagOf("a copy"));
     wallTimeS = [] { return std::int64_t{0}; };
-    EXPECT_TRUE(NewPendingDeletions().Contains(call.account, {file}));
+    EXPECT_TRUE(NewPendingDeletions().Contains(call, {file}));
 }
 
 TEST_F(PendingDeletionsTest, RemovesOldTemporaryFilesOfJournals)

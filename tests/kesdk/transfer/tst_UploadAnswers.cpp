@@ -16,7 +16,7 @@ using test::SentRequest;
 // The service's answer to the last request of an upload.
 HttpResponse AnswerTo(const std::string& name, const std::vector<std::int64_t>& ids,
                       const std::string& content, std::int64_t container,
-                      std::int64_t moreBytes = 0)
+                      std::int64_t moreBytes = 0, const std::string& upload = "earlier")
 {
     Sha256 hash;
     hash.Update(content.data(), content.size());
@@ -35,7 +35,7 @@ HttpResponse AnswerTo(const std::string& name, const std::vector<std::int64_t>& 
                          {"etag", '"' + ToHex(digest) + '"'}});
     }
     return test::Reply(201, nlohmann::json{{"files", files}}.dump(),
-                       {{"Location", "/kelvo-api/v1/uploads/earlier"},
+                       {{"Location", "/kelvo-api/v1/uploads/" + upload},
                         {"Upload-Offset", std::to_string(content.size())},
                         {"Kelvo-File-Ids", list},
                         {"Repr-Digest", ToReprDigest(digest)}});
@@ -135,6 +135,158 @@ TEST_F(UploadsTest, GivesUpWhenEveryAnswerIsToAnotherUpload)
     EXPECT_EQ(service.Count("POST /v1/uploads"), 6);
     EXPECT_EQ(service.Count("DELETE"), 0);
     EXPECT_EQ(service.FileIds(inbox), Ids{earlier});
+}
+
+// The earlier process is gone: no answer can be compared with what it was told.
+TEST_F(UploadsTest, KeepsTheCopyOfAnEarlierUploadOfTheSameNameSizeAndTarget)
+{
+    const std::string other(kContent.size(), 'a');
+    const std::int64_t earlier = service.AddFile(inbox, "report.txt", other);
+    for (int i = 0; i < 2; ++i)
+        service.FailNext(
+            Replace("POST /v1/uploads", AnswerTo("report.txt", {earlier}, other, inbox)));
+    const auto sent = Send();
+    ASSERT_TRUE(sent) << sent.failure.detail;
+    EXPECT_EQ(service.FileIds(inbox), (Ids{earlier, sent.value.at(0).id}));
+    EXPECT_EQ(service.Content(sent.value[0].id), kContent);
+    EXPECT_EQ(service.Count("DELETE"), 0);
+}
+
+TEST_F(UploadsTest, KeepsTheCopyOfAnEarlierUploadWhenTheCallIsAborted)
+{
+    const std::string other(kContent.size(), 'a');
+    const std::int64_t earlier = service.AddFile(inbox, "report.txt", other);
+    service.FailNext(Replace("POST /v1/uploads", AnswerTo("report.txt", {earlier}, other, inbox)));
+    AbortAfter("POST /v1/uploads", 1);
+    EXPECT_FALSE(Send());
+    EXPECT_EQ(service.FileIds(inbox).front(), earlier);
+    EXPECT_EQ(service.Count("DELETE"), 0);
+}
+
+TEST_F(UploadsTest, KeepsTheCopyOfAnEarlierUploadWhenTheFileChangesWhileItIsSent)
+{
+    const std::string other(kContent.size(), 'a');
+    const std::int64_t earlier = service.AddFile(inbox, "report.txt", other);
+    service.FailNext(Replace("POST /v1/uploads", AnswerTo("report.txt", {earlier}, other, inbox)));
+    service.onRequest = [this](const std::string&) {
+        folder.Write("report.txt", kContent + " and more");
+    };
+    EXPECT_FALSE(Send());
+    EXPECT_EQ(service.FileIds(inbox).front(), earlier);
+}
+
+TEST_F(UploadsTest, KeepsTheCopyOfAnEarlierUploadWhenTheFileChangesAfterItWasSent)
+{
+    const std::int64_t earlier = service.AddFile(inbox, "report.txt", kContent);
+    service.FailNext(
+        Replace("POST /v1/uploads", AnswerTo("report.txt", {earlier}, kContent, inbox)));
+    const auto sent = Send([this] { folder.Write("report.txt", kContent + " and more"); });
+    EXPECT_EQ(sent.failure.code, EErrorCode::eFileChanged);
+    EXPECT_EQ(service.FileIds(inbox).front(), earlier);
+}
+
+TEST_F(UploadsTest, StoresTheFileOnceWhenTwoAnswersBelongToAnotherUpload)
+{
+    const std::string gone = folder.Write("gone.txt", kContent);
+    const auto first = SendBy(uploads, gone, {inbox});
+    ASSERT_TRUE(first);
+    const std::int64_t earlier = first.value.at(0).id;
+    for (int i = 0; i < 2; ++i)
+        service.FailNext(
+            Replace("POST /v1/uploads", AnswerTo("gone.txt", {earlier}, kContent, inbox, 0, "u1")));
+    const auto sent = Send();
+    ASSERT_TRUE(sent) << sent.failure.detail;
+    EXPECT_EQ(service.FileIds(inbox), (Ids{earlier, sent.value.at(0).id}));
+}
+
+TEST_F(UploadsTest, StoresTheSameFileAgainWhenTheFirstAnswerIsRepeated)
+{
+    const auto first = Send();
+    ASSERT_TRUE(first);
+    const std::int64_t earlier = first.value.at(0).id;
+    service.FailNext(
+        Replace("POST /v1/uploads", AnswerTo("report.txt", {earlier}, kContent, inbox, 0, "u1")));
+    const auto sent = Send();
+    ASSERT_TRUE(sent) << sent.failure.detail;
+    EXPECT_NE(sent.value.at(0).id, earlier);
+    EXPECT_EQ(service.FileIds(inbox).size(), 2u);
+}
+
+// One answer has a file id too few for its records.
+TEST_F(UploadsTest, IgnoresAnAnswerWithMoreRecordsThanIds)
+{
+    const std::int64_t second = service.AddInbox(user, "Curves");
+    HttpResponse answer = AnswerTo("report.txt", {900, 901}, kContent, inbox);
+    for (HttpHeader& header : answer.headers) {
+        if (header.name == "Kelvo-File-Ids")
+            header.value = "900";
+    }
+    service.FailNext(Answer("POST /v1/uploads", answer));
+    const auto sent = SendBy(uploads, path, {inbox, second});
+    ASSERT_TRUE(sent) << sent.failure.detail;
+    EXPECT_EQ(sent.value.size(), 2u);
+    EXPECT_EQ(sent.value[0].id, service.FileIds(inbox).at(0));
+}
+
+// The answer to the last PATCH has no records.
+TEST_F(UploadsTest, AsksForTheRecordsOfAResumedUpload)
+{
+    Sha256 hash;
+    hash.Update(kContent.data(), kContent.size());
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    service.FailNext(
+        Replace("PATCH", test::Reply(204, {},
+                                     {{"Upload-Offset", std::to_string(kContent.size())},
+                                      {"Kelvo-File-Ids", "900"},
+                                      {"Repr-Digest", ToReprDigest(hash.Finish())}})));
+    ExpectStored(Send(), kContent);
+}
+
+// Another upload of this process is incomplete: its answer names another place for the bytes.
+TEST_F(UploadsTest, SendsNoByteToTheLocationOfAnotherUpload)
+{
+    const std::string first = folder.Write("first.txt", std::string(kContent.size(), 'a'));
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 10));
+    AbortAfter("PATCH", 1);
+    EXPECT_EQ(SendBy(uploads, first, {inbox}).failure.code, EErrorCode::eAborted);
+    call.abort = nullptr;
+    const HttpResponse offset =
+        test::Reply(201, {}, {{"Location", "/kelvo-api/v1/uploads/u1"}, {"Upload-Offset", "30"}});
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    for (int i = 0; i < 3; ++i)
+        service.FailNext(Answer("POST /v1/uploads", offset));
+    ExpectStored(Send(), kContent);
+    EXPECT_EQ(service.Count("PATCH /v1/uploads/u1"), 1) << "of the first file";
+    EXPECT_TRUE(SendBy(uploads, first, {inbox})) << "it resumes";
+    EXPECT_EQ(service.Content(service.FileIds(inbox).at(1)), std::string(kContent.size(), 'a'));
+}
+
+TEST_F(UploadsTest, SendsNoByteToALocationThatOnlyOneAnswerNames)
+{
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    service.FailNext(Answer(
+        "POST /v1/uploads",
+        test::Reply(201, {},
+                    {{"Location", "/kelvo-api/v1/uploads/earlier"}, {"Upload-Offset", "30"}})));
+    ExpectStored(Send(), kContent);
+    EXPECT_EQ(service.Count("PATCH /v1/uploads/earlier"), 0);
+}
+
+TEST_F(UploadsTest, ReportsThatTheServiceIsBusyWithTheFileAfterSixConflicts)
+{
+    for (int i = 0; i < 50; ++i)
+        service.FailNext(Answer("POST /v1/uploads", test::Problem(409, "conflict")));
+    EXPECT_EQ(Send().failure.code, EErrorCode::eConflict);
+    EXPECT_EQ(service.Count("POST /v1/uploads"), 6);
+}
+
+// The service carried the last request out, and a middlebox repeats the end of another upload.
+TEST_F(UploadsTest, StoresTheFileOnceWhenTheAnswerSaysThatTheUploadExpired)
+{
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    service.FailNext(Replace("PATCH", test::Problem(404, "not-found")));
+    ExpectStored(Send(), kContent);
 }
 
 TEST_F(UploadsTest, IgnoresTheOffsetOfAnotherUpload)

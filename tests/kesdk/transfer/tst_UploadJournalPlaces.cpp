@@ -102,7 +102,7 @@ TEST_F(UploadJournalTest, IgnoresTheJournalOfAnEarlierVersion)
     ASSERT_NE(text.find(account), std::string::npos);
     text.replace(text.find(account), account.size(), R"("account":"https://service.test\n7")");
     std::filesystem::remove(Journal());
-    const std::string name = call.account + '\n' + path + '\n' + std::to_string(inbox);
+    const std::string name = call.serviceAndUser + '\n' + path + '\n' + std::to_string(inbox);
     ASSERT_TRUE(WriteJournal(state.Path("own/" + HexDigestOf(name) + ".upload"), text));
     ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(LastContent(), kContent);

@@ -72,7 +72,7 @@ TEST_F(UploadsTest, SendsTheWholeFileAgainWhenNoConnectionWasMade)
     fault.dropCode = EErrorCode::eRefused;
     service.FailNext(fault);
     ExpectStored(Send(), kContent);
-    EXPECT_EQ(service.Requests().back().content, kContent) << "the whole file in one request";
+    EXPECT_EQ(LastContent(), kContent) << "the whole file in one request";
 }
 
 TEST_F(UploadsTest, AsksForTheOffsetWhenTheRequestWasLost)
@@ -95,9 +95,20 @@ TEST_F(UploadsTest, StoresTwoFilesWhenTheSameFileIsSentTwice)
     EXPECT_EQ(service.FileIds(inbox).size(), 2u);
 }
 
-TEST_F(UploadsTest, DeletesACopyWithAnotherDigest)
+TEST_F(UploadsTest, StoresTheFileAgainWhenTheServiceHasAnotherContent)
 {
     service.CorruptNextCommit();
+    EXPECT_EQ(Send().failure.code, EErrorCode::eServiceError);
+    const auto sent = Send(); // under a new key
+    ASSERT_TRUE(sent) << sent.failure.detail;
+    EXPECT_EQ(service.Content(sent.value.at(0).id), kContent);
+    EXPECT_EQ(service.FileIds(inbox).size(), 2u);
+    EXPECT_EQ(service.Count("DELETE"), 0) << "no file changed";
+}
+
+TEST_F(UploadsTest, DeletesACopyWithAnotherDigestOfAFileThatChanged)
+{
+    SpoilTheNextUpload();
     ExpectFailure(Send(), EErrorCode::eFileChanged);
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1);
     ExpectStored(Send(), kContent); // the next call begins a new upload
@@ -105,7 +116,7 @@ TEST_F(UploadsTest, DeletesACopyWithAnotherDigest)
 
 TEST_F(UploadsTest, DeletesAWrongCopyWithTheNextUploadWhenTheLinkDrops)
 {
-    service.CorruptNextCommit();
+    SpoilTheNextUpload();
     for (int i = 0; i < 3; ++i)
         service.FailNext(Drop("DELETE /v1/resources/"));
     EXPECT_EQ(Send().failure.code, EErrorCode::eFileChanged);
@@ -119,10 +130,10 @@ TEST_F(UploadsTest, DeletesAWrongCopyAfterARestart)
     const kelvo::test::TempFolder state;
     const auto sendAs = [&](const char* account) {
         Uploads process{api, timing, state.Path("own")};
-        call.account = account;
+        call.serviceAndUser = account;
         return SendBy(process, path, {inbox});
     };
-    service.CorruptNextCommit();
+    SpoilTheNextUpload();
     for (int i = 0; i < 3; ++i)
         service.FailNext(Drop("DELETE /v1/resources/"));
     EXPECT_EQ(sendAs("https://service.test\n7").failure.code, EErrorCode::eFileChanged);
@@ -139,27 +150,44 @@ TEST_F(UploadsTest, DeletesAWrongCopyAfterARestart)
         EXPECT_NE(entry.path().extension(), ".discard");
 }
 
-TEST_F(UploadsTest, DeletesAWrongCopyAlsoWhenTheCallIsAborted)
+TEST_F(UploadsTest, DeletesTheCopyOfAChangedFileAlsoWhenTheCallIsAborted)
 {
-    service.CorruptNextCommit();
     AbortAfter("POST /v1/uploads", 1);
-    ExpectFailure(Send(), EErrorCode::eFileChanged);
+    ExpectFailure(Send([this] { folder.Write("report.txt", "rewritten"); }),
+                  EErrorCode::eFileChanged);
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1);
 }
 
 TEST_F(UploadsTest, GivesUpTheDeletionTwoSecondsAfterTheCallIsAborted)
 {
-    service.CorruptNextCommit();
     AbortAfter("POST /v1/uploads", 1);
     for (int i = 0; i < 3; ++i)
         service.FailNext(Drop("DELETE /v1/resources/"));
     const Clock::Time begin = time->Now();
-    EXPECT_EQ(Send().failure.code, EErrorCode::eFileChanged);
+    EXPECT_EQ(Send([this] { folder.Write("report.txt", "rewritten"); }).failure.code,
+              EErrorCode::eFileChanged);
     EXPECT_LE(time->Now() - begin, std::chrono::seconds(2));
     const SentRequest last = service.Requests().back();
     EXPECT_EQ(last.request.method, "DELETE");
     EXPECT_LE(last.request.limits.total, std::chrono::seconds(2));
     EXPECT_GT(last.request.limits.total, std::chrono::seconds(0));
+}
+
+// The service does not say once more that the copy belongs to this upload.
+TEST_F(UploadsTest, KeepsTheCopyOfAChangedFileWhenTheLinkDrops)
+{
+    const Fault faults[] = {Drop("POST /v1/uploads"),
+                            Replace("POST /v1/uploads", test::Problem(404, "not-found"))};
+    for (const Fault& fault : faults) {
+        const auto sent = Send([this, &fault] {
+            folder.Write("report.txt", kContent + " and more");
+            service.FailNext(fault);
+        });
+        EXPECT_EQ(sent.failure.code, EErrorCode::eFileChanged);
+        EXPECT_LE(service.Requests().back().request.limits.total, std::chrono::seconds(2));
+    }
+    EXPECT_EQ(service.FileIds(inbox).size(), 2u);
+    EXPECT_EQ(service.Count("DELETE"), 0);
 }
 
 TEST_F(UploadsTest, DeletesTheCopyOfAFileThatChangedWhileItWasSent)
@@ -200,15 +228,16 @@ TEST_F(UploadsTest, KeepsTheCopyOfAFileThatWasRenamedWhileItWasSent)
     ExpectStored(Send(rename), kContent);
 }
 
-TEST_F(UploadsTest, DeletesAWrongCopyOfAFileThatWasRemovedWhileItWasSent)
+TEST_F(UploadsTest, KeepsAWrongCopyOfAFileThatWasRemovedWhileItWasSent)
 {
     service.CorruptNextCommit();
     service.onRequest = [this](const std::string& line) {
         if (line.rfind("POST", 0) == 0)
             std::filesystem::remove(path);
     };
-    ExpectFailure(Send(), EErrorCode::eFileChanged);
-    EXPECT_EQ(service.Count("DELETE /v1/resources/"), 1);
+    EXPECT_EQ(Send().failure.code, EErrorCode::eServiceError);
+    EXPECT_EQ(service.FileIds(inbox).size(), 1u);
+    EXPECT_EQ(service.Count("DELETE"), 0);
 }
 
 // The copy holds the content before the rewrite. It is the only content left.

@@ -15,12 +15,18 @@ namespace kesdk::impl {
 // All requests of one operation have this in common.
 struct ApiCall
 {
-    std::string token;   // of the session; empty only for a login
-    std::string account; // and service: journals that outlive the session name them
+    std::string token;          // of the session; empty only for a login
+    std::string serviceAndUser; // address and user's id: for journals, which outlive the session
     AbortCheck abort;
     CallPolicy policy = PolicyOf(ECall::eAccount);
     std::optional<Clock::Time> lastStart; // no attempt begins later
 };
+
+// The user's id in ApiCall::serviceAndUser.
+inline std::string UserIdOf(const std::string& serviceAndUser)
+{
+    return serviceAndUser.substr(serviceAndUser.rfind('\n') + 1);
+}
 
 struct NewUpload
 {
@@ -60,7 +66,7 @@ public:
     HttpOutcome ReadEvents(const ApiCall& call, const std::string& cursor, BodySink& sink);
 
     // Begins an upload. Without content: asks for the offset, or the result, of the upload with
-    // this key.
+    // this key. If the service does not have this upload, it begins one at offset 0.
     Result<UploadRecord> BeginUpload(const ApiCall& call, const NewUpload& upload,
                                      BodySource* content);
     Result<UploadRecord> ContinueUpload(const ApiCall& call, const std::string& location,

@@ -18,6 +18,7 @@ enum class ECall {
     eChange,       // the operator waits
     eShortReport,  // a report that must not delay its caller
     ePosition,     // PositionSender keeps only the latest position
+    eAskAgain,     // for an upload's result; the end of the console may wait for it
     eDeleteCopy,   // a copy with wrong content
     eContent,      // ResumableTransfer repeats it, because it knows the offset
 };
@@ -55,6 +56,7 @@ constexpr CallPolicy PolicyOf(ECall call)
         {ECall::eChange, {4, 30s, kQuick, {10s, 9s, 0s, 30s, 30}}},
         {ECall::eShortReport, {1, 2s, kSlow, {}}},
         {ECall::ePosition, {1, 20s, kSlow, {}}},
+        {ECall::eAskAgain, {1, 2s, kSlow, {}}},
         {ECall::eDeleteCopy, {3, 15s, kSlow, {}}},
         {ECall::eContent, {1, 0s, {500ms, 8s}, {}}},
     };

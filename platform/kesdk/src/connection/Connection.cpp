@@ -105,7 +105,7 @@ std::optional<Connection::Operation> Connection::Begin(ECall kind, std::wstring 
     }
     Operation operation{session.id, {}, std::move(subject)};
     operation.call.token = session.token;
-    operation.call.account = Account();
+    operation.call.serviceAndUser = Account();
     operation.call.abort = [this, id = session.id, abort = m_abort] {
         return m_state.Current().id != id || IsAborted(abort);
     };

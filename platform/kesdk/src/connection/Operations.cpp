@@ -98,7 +98,7 @@ bool Connection::Upload(const wchar_t* localPath, const TargetIds& targetInboxId
     if (path.empty() || targetInboxIds.empty())
         return End(*operation, Failure(EErrorCode::eInvalidArgument, "no file or no target"));
     const std::uint64_t generation = m_snapshot.Generation();
-    const Result<Uploads::Sent> sent =
+    const Result<Uploads::UploadState> sent =
         m_uploads.Send(operation->call, ToUtf8(path),
                        std::vector<std::int64_t>(targetInboxIds.begin(), targetInboxIds.end()));
     if (!sent)

@@ -86,7 +86,8 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
         return Failure(EErrorCode::eUnusableServiceName, "the service's name for the file");
     SweepOnce(localPath);
     PartFile part;
-    const PartOrigin origin{call.account, file.id, file.etag, file.sizeBytes, file.sha256Hex};
+    const PartOrigin origin{call.serviceAndUser, file.id, file.etag, file.sizeBytes,
+                            file.sha256Hex};
     Failure failure = part.Open(localPath, origin, call.abort);
     if (!failure.IsSet())
         failure = FetchWhole(call, file, part);

@@ -123,7 +123,7 @@ Failure PartFile::Create(const PartOrigin& origin)
     // Removes an older part first: open must not follow a link of this name.
     Remove();
     // Before the part: a part without a journal would never be removed.
-    m_hasJournal = !origin.account.empty() && origin.sizeBytes >= kWorthKeepingBytes &&
+    m_hasJournal = !origin.serviceAndUser.empty() && origin.sizeBytes >= kWorthKeepingBytes &&
                    WritePartJournal(m_paths.journal, origin);
     m_path = m_hasJournal ? m_paths.part : m_paths.loosePart;
     m_file = FileHandle(

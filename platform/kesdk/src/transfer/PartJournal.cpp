@@ -23,7 +23,7 @@ constexpr std::size_t kLongestSuffixBytes = 1 + kLooseDigestBytes + kPartSuffix.
 
 std::string TextOf(const PartOrigin& origin)
 {
-    const nlohmann::json document = {{"account", origin.account},
+    const nlohmann::json document = {{"account", origin.serviceAndUser},
                                      {"file", origin.fileId},
                                      {"etag", origin.etag},
                                      {"size", origin.sizeBytes},
@@ -68,7 +68,7 @@ bool WritePartJournal(const std::string& path, const PartOrigin& origin)
 
 bool IsPartOf(const std::string& path, const PartOrigin& origin)
 {
-    return !origin.account.empty() && ReadJournal(path) == TextOf(origin);
+    return !origin.serviceAndUser.empty() && ReadJournal(path) == TextOf(origin);
 }
 
 void RemoveStaleParts(const std::string& folder, std::int64_t nowS)

@@ -11,7 +11,7 @@ namespace kesdk::impl {
 // service is never resumed.
 struct PartOrigin
 {
-    std::string account; // and service; empty: the part is not kept
+    std::string serviceAndUser; // empty: the part is not kept
     std::int64_t fileId = 0;
     std::string etag;
     std::int64_t sizeBytes = 0;

@@ -23,9 +23,9 @@ constexpr const char* kSuffix = ".discard";
 constexpr std::chrono::seconds kLimitWhenEnding{2};
 constexpr std::int64_t kLongestPendingS = 30 * kDayS; // as long as the bin keeps a file
 
-std::string JournalPath(const std::string& folder, const std::string& account, std::int64_t fileId)
+std::string JournalPath(const std::string& folder, const std::string& userId, std::int64_t fileId)
 {
-    return folder + '/' + HexDigestOf(account + '\n' + std::to_string(fileId)) + kSuffix;
+    return folder + '/' + HexDigestOf(userId + '\n' + std::to_string(fileId)) + kSuffix;
 }
 
 // Whether the service has answered what becomes of the file. After 412 the file has another
@@ -38,15 +38,16 @@ bool IsDecided(const Failure& failure)
 
 } // namespace
 
-void PendingDeletions::Add(const std::string& account, const std::vector<std::int64_t>& fileIds,
+void PendingDeletions::Add(const ApiCall& call, const std::vector<std::int64_t>& fileIds,
                            const std::string& etag)
 {
     ReadOnce();
+    const std::string userId = UserIdOf(call.serviceAndUser);
     for (const std::int64_t id : fileIds) {
-        Copy copy{account, id, etag, {}};
-        if (!m_folder.empty() && !account.empty()) {
-            const json document = {{"account", account}, {"file", id}, {"etag", etag}};
-            const std::string path = JournalPath(m_folder, account, id);
+        Copy copy{userId, id, etag, {}};
+        if (!m_folder.empty() && !userId.empty()) {
+            const json document = {{"account", userId}, {"file", id}, {"etag", etag}};
+            const std::string path = JournalPath(m_folder, userId, id);
             if (WriteJournal(path, document.dump(-1, ' ', false, json::error_handler_t::replace)))
                 copy.journal = path;
         }
@@ -54,12 +55,12 @@ void PendingDeletions::Add(const std::string& account, const std::vector<std::in
     }
 }
 
-bool PendingDeletions::Contains(const std::string& account,
-                                const std::vector<std::int64_t>& fileIds)
+bool PendingDeletions::Contains(const ApiCall& call, const std::vector<std::int64_t>& fileIds)
 {
     ReadOnce();
+    const std::string userId = UserIdOf(call.serviceAndUser);
     return std::any_of(m_copies.begin(), m_copies.end(), [&](const Copy& copy) {
-        return copy.account == account &&
+        return copy.userId == userId &&
                std::find(fileIds.begin(), fileIds.end(), copy.fileId) != fileIds.end();
     });
 }
@@ -79,23 +80,23 @@ void PendingDeletions::Run(ApiClient& api, Timing& timing, const ApiCall& call)
         }
         return now >= end;
     };
-    const auto isDone = [&](const Copy& copy) {
-        if (copy.account != call.account)
-            return false;
-        if (!IsTooOld(copy)) {
-            if (own.abort())
-                return false;
+    const std::string userId = UserIdOf(call.serviceAndUser);
+    std::vector<Copy> left;
+    for (Copy& copy : m_copies) {
+        const bool isOfUser = copy.userId == userId;
+        bool isDone = isOfUser && IsTooOld(copy);
+        if (isOfUser && !isDone && !own.abort()) {
             own.policy.total =
                 std::chrono::duration_cast<std::chrono::milliseconds>(end - timing.Now());
-            if (own.policy.total.count() <= 0 ||
-                !IsDecided(api.DeleteFile(own, copy.fileId, copy.etag)))
-                return false;
+            isDone = own.policy.total.count() > 0 &&
+                     IsDecided(api.DeleteFile(own, copy.fileId, copy.etag));
         }
-        if (!copy.journal.empty())
+        if (isDone)
             RemoveJournal(copy.journal);
-        return true;
-    };
-    m_copies.erase(std::remove_if(m_copies.begin(), m_copies.end(), isDone), m_copies.end());
+        else
+            left.push_back(std::move(copy));
+    }
+    m_copies = std::move(left);
 }
 
 void PendingDeletions::ReadOnce()
@@ -109,11 +110,12 @@ void PendingDeletions::ReadOnce()
         const json document =
             json::parse(std::string_view(text.value_or(std::string())), nullptr, false);
         if (!document.is_object() || !document.contains("account") || !document.contains("file") ||
-            !document["account"].is_string() || !document["file"].is_number_integer())
+            !document.contains("etag") || !document["account"].is_string() ||
+            !document["file"].is_number_integer() || !document["etag"].is_string())
             continue;
-        const bool hasEtag = document.contains("etag") && document["etag"].is_string();
-        m_copies.push_back({document["account"], document["file"],
-                            hasEtag ? document["etag"].get<std::string>() : std::string(), path});
+        // An earlier version wrote the service's address before the user's id.
+        m_copies.push_back(
+            {UserIdOf(document["account"]), document["file"], document["etag"], path});
     }
 }
 

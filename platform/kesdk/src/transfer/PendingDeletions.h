@@ -14,7 +14,8 @@ namespace kesdk::impl {
 // Files of uploads whose content is not the console's. Only this object knows that they are wrong.
 // With a folder, each has a journal and is deleted after a restart too.
 //
-// A copy is deleted only while it still has the wrong content, and for 30 days at most: the service
+// A copy is deleted only while it still has the wrong content: so no other file is deleted if the
+// service's address names another service now. A deletion is tried for 30 days at most: the service
 // keeps a deleted file in its bin for so long.
 //
 // Thread: the caller's, one at a time. Errors: none; the next Run tries again.
@@ -26,19 +27,19 @@ public:
         : m_folder(std::move(folder)), m_wallTimeS(std::move(wallTimeS))
     {}
 
-    // All files have the content of the etag. Without an etag they are deleted with any content.
-    void Add(const std::string& account, const std::vector<std::int64_t>& fileIds,
+    // All files are of the call's user and have the content of the etag.
+    void Add(const ApiCall& call, const std::vector<std::int64_t>& fileIds,
              const std::string& etag);
-    // Whether one of these files is still to be deleted.
-    bool Contains(const std::string& account, const std::vector<std::int64_t>& fileIds);
-    // Tries to delete the copies of the call's account. Blocks for 15 s at most, and for 2 s after
+    // Whether one of these files of the call's user is still to be deleted.
+    bool Contains(const ApiCall& call, const std::vector<std::int64_t>& fileIds);
+    // Tries to delete the copies of the call's user. Blocks for 15 s at most, and for 2 s after
     // the call's abort check returned true: the console may be about to end for long.
     void Run(ApiClient& api, Timing& timing, const ApiCall& call);
 
 private:
     struct Copy
     {
-        std::string account; // and service
+        std::string userId;
         std::int64_t fileId = 0;
         std::string etag;
         std::string journal; // its path; may be empty

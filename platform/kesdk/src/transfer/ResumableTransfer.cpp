@@ -45,9 +45,7 @@ Failure ResumableTransfer::Run(const std::function<Attempt()>& attempt)
         if (last.isDone)
             break;
         if (m_uselessAnswers >= kMostUselessAnswers) {
-            last = {true, last.failure.IsSet()
-                              ? last.failure
-                              : Failure(EErrorCode::eBadReply, "the answers bring nothing")};
+            last = {true, last.failure.IsSet() ? last.failure : m_uselessReason};
         } else if (last.failure.IsSet()) {
             if (const Failure end = Judge(last.failure); end.IsSet())
                 last = {true, end};
@@ -65,7 +63,8 @@ bool ResumableTransfer::Reach(std::int64_t offsetBytes)
     m_offset = offsetBytes;
     const bool wasSent = std::exchange(m_sentUntil, std::nullopt).has_value();
     if (offsetBytes <= m_highest) {
-        m_uselessAnswers += wasSent ? 1 : 0;
+        if (wasSent)
+            CountUselessAnswer();
         return false;
     }
     m_highest = offsetBytes;
@@ -73,6 +72,13 @@ bool ResumableTransfer::Reach(std::int64_t offsetBytes)
     m_uselessAnswers = 0;
     RestartDeadline();
     return true;
+}
+
+void ResumableTransfer::CountUselessAnswer(const Failure& reason)
+{
+    ++m_uselessAnswers;
+    m_uselessReason =
+        reason.IsSet() ? reason : Failure(EErrorCode::eBadReply, "the answers bring nothing");
 }
 
 void ResumableTransfer::NoteSent(Clock::Time begin)

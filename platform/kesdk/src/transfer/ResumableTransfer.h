@@ -67,8 +67,9 @@ public:
     bool Reach(std::int64_t offsetBytes);
     // Another upload takes the place of this one: its offsets begin at 0.
     void StartOver() { m_offset = m_highest = 0; }
-    // An answer came and brought nothing. After six in a row the transfer ends.
-    void CountUselessAnswer() { ++m_uselessAnswers; }
+    // An answer came and brought nothing. After six in a row the transfer ends, with the last
+    // reason if there is one.
+    void CountUselessAnswer(const Failure& reason = {});
     // Bytes left the console from `begin` until now. If that took longer than the transport's stall
     // window, the link was alive, and the receiver may have them.
     void NoteSent(Clock::Time begin);
@@ -92,6 +93,7 @@ private:
     std::chrono::seconds m_stallTimeout;
     int m_attempts = 0;       // in a row, without progress
     int m_uselessAnswers = 0; // in a row
+    Failure m_uselessReason;
 };
 
 } // namespace kesdk::impl

@@ -31,7 +31,7 @@ std::string Dump(const json& document)
 
 json ToJson(const UploadOrigin& origin)
 {
-    return {{"account", origin.account},        {"path", origin.path},
+    return {{"account", origin.userId},         {"path", origin.path},
             {"size", origin.sizeBytes},         {"modified_s", origin.modifiedS},
             {"modified_ns", origin.modifiedNs}, {"targets", origin.targetInboxIds}};
 }
@@ -139,7 +139,7 @@ void UploadJournal::Forget(const UploadOrigin& origin)
 // The name leaves out the state of the file, so that Find notices a new state.
 UploadJournal::Places UploadJournal::PlacesOf(const UploadOrigin& origin) const
 {
-    std::string name = origin.account + '\n' + origin.path;
+    std::string name = origin.userId + '\n' + origin.path;
     for (const std::int64_t id : origin.targetInboxIds)
         name += '\n' + std::to_string(id);
     const std::string file = HexDigestOf(name) + std::string(kSuffix);

@@ -13,10 +13,10 @@
 
 namespace kesdk::impl {
 
-// The file, its state, its targets and the account. Only an upload of exactly these gets the key.
+// The file, its state, its targets and the user. Only an upload of exactly these gets the key.
 struct UploadOrigin
 {
-    std::string account; // the user's id
+    std::string userId;
     std::string path;
     std::int64_t sizeBytes = 0;
     std::int64_t modifiedS = 0;

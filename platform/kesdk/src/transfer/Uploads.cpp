@@ -6,47 +6,21 @@
 
 #include <openssl/rand.h>
 
-#include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace kesdk::impl {
 
 namespace {
 
-std::string NewKey()
-{
-    Sha256::Digest random{};
-    if (RAND_bytes(random.data(), static_cast<int>(random.size())) != 1)
-        return {};
-    return ToHex(random);
-}
-
-// The answer to the last PATCH has no records.
-std::vector<FileRecord> RecordsOf(const Uploads::Sent& sent)
-{
-    if (!sent.result.files.empty())
-        return sent.result.files;
-    std::vector<FileRecord> files;
-    for (std::size_t i = 0; i < sent.result.fileIds.size(); ++i) {
-        FileRecord file;
-        file.id = sent.result.fileIds[i];
-        file.containerId = sent.upload.targetInboxIds[i];
-        file.name = ToWide(sent.upload.nameUtf8);
-        file.sizeBytes = sent.upload.lengthBytes;
-        file.sha256Hex = ToHex(sent.digest);
-        file.etag = '"' + file.sha256Hex + '"';
-        files.push_back(std::move(file));
-    }
-    return files;
-}
-
 // Whether the answer's records are of files with this name, size and targets.
 bool HasRecordsOf(const NewUpload& upload, const UploadRecord& answer)
 {
     const std::optional<Sha256::Digest> digest = FromReprDigest(answer.reprDigest);
-    if (!digest || answer.files.size() != upload.targetInboxIds.size())
+    const std::size_t count = upload.targetInboxIds.size();
+    if (!digest || answer.files.size() != count || answer.fileIds.size() != count)
         return false;
-    for (std::size_t i = 0; i < answer.files.size(); ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         const FileRecord& file = answer.files[i];
         if (file.id != answer.fileIds[i] || file.containerId != upload.targetInboxIds[i] ||
             file.name != ToWide(upload.nameUtf8) || file.sizeBytes != upload.lengthBytes ||
@@ -65,66 +39,68 @@ bool IsRefusal(const Failure& failure)
 
 } // namespace
 
-Result<Uploads::Sent> Uploads::Send(const ApiCall& call, const std::string& localPath,
-                                    const std::vector<std::int64_t>& targetInboxIds)
+Result<Uploads::UploadState> Uploads::Send(const ApiCall& call, const std::string& localPath,
+                                           const std::vector<std::int64_t>& targetInboxIds)
 {
     Job job{call, {}, {m_timing, m_givenUp, call.abort}};
     job.call.policy = PolicyOf(ECall::eContent);
-    job.sent.upload.targetInboxIds = targetInboxIds;
+    job.state.upload.targetInboxIds = targetInboxIds;
     if (Failure failure = Open(job, localPath); failure.IsSet())
         return failure;
     const Failure failure = job.transfer.Run([&] { return Step(job); });
     if (!failure.IsSet())
-        return std::move(job.sent);
+        return std::move(job.state);
     // While the outcome is unknown the journal stays: its key finds what the service may have.
-    const bool mayHaveBegun = job.isResumed || job.hasSent || !job.location.empty();
+    const bool mayHaveBegun = job.isResumed || job.hasSent || !job.lastLocation.empty();
     if (failure.Is(EErrorCode::eFileChanged) || (IsRefusal(failure) && !mayHaveBegun))
-        m_journal.Forget(job.sent.origin);
+        m_journal.Forget(job.state.origin);
     return failure;
 }
 
-Result<std::vector<FileRecord>> Uploads::Confirm(const ApiCall& call, const Sent& sent)
+Result<std::vector<FileRecord>> Uploads::Confirm(const ApiCall& call, const UploadState& state)
 {
-    const bool isUnchanged = sent.file.IsUnchanged();
-    const bool isRemoved = !isUnchanged && sent.file.IsRemoved();
-    if (isUnchanged || (isRemoved && sent.file.IsContentUnchanged())) {
-        m_journal.Finish(sent.origin);
-        return RecordsOf(sent);
+    const bool isUnchanged = state.file.IsUnchanged();
+    const bool isRemoved = !isUnchanged && state.file.IsRemoved();
+    if (isUnchanged || (isRemoved && state.file.IsContentUnchanged())) {
+        m_journal.Finish(state.origin);
+        return state.result.files;
     }
-    if (isRemoved)
-        m_journal.Forget(sent.origin);
+    if (!isRemoved && IsAnsweredAgain(call, state))
+        DeleteCopy(call, state, state.result);
     else
-        DeleteCopy(call, sent.origin, sent.result);
+        m_journal.Forget(state.origin);
     return Failure(EErrorCode::eFileChanged, "the file changed while it was sent");
 }
 
 Failure Uploads::Open(Job& job, const std::string& localPath)
 {
-    Sent& sent = job.sent;
-    if (Failure failure = sent.file.Open(localPath); failure.IsSet())
+    UploadState& state = job.state;
+    if (Failure failure = state.file.Open(localPath); failure.IsSet())
         return failure;
-    sent.upload.nameUtf8 = NameOf(localPath);
-    sent.upload.lengthBytes = sent.file.SizeBytes();
-    const timespec modified = sent.file.ModifiedAt();
+    state.upload.nameUtf8 = NameOf(localPath);
+    state.upload.lengthBytes = state.file.SizeBytes();
+    const timespec modified = state.file.ModifiedAt();
     // Without the service's address, which may change: no other service knows a random key.
-    const std::string accountUserId = job.call.account.substr(job.call.account.rfind('\n') + 1);
-    sent.origin = {accountUserId,   localPath,        sent.file.SizeBytes(),
-                   modified.tv_sec, modified.tv_nsec, sent.upload.targetInboxIds};
-    if (const std::optional<std::string> key = m_journal.Find(sent.origin)) {
-        sent.upload.idempotencyKey = *key;
-        job.isResumed = true;
-        job.step = EStep::eAsk;
-    } else {
-        UseNewKey(job);
-    }
+    state.origin = {UserIdOf(job.call.serviceAndUser),
+                    localPath,
+                    state.file.SizeBytes(),
+                    modified.tv_sec,
+                    modified.tv_nsec,
+                    state.upload.targetInboxIds};
+    const std::optional<std::string> key = m_journal.Find(state.origin);
+    if (!key)
+        return UseNewKey(job);
+    state.upload.idempotencyKey = *key;
+    job.isResumed = true;
+    job.step = EStep::eAsk;
     return {};
 }
 
 Uploads::Attempt Uploads::Step(Job& job)
 {
     const Result<UploadRecord> answer = Request(job);
-    if (job.sent.file.ReadFailure().IsSet())
-        return {true, job.sent.file.ReadFailure()};
+    if (job.state.file.ReadFailure().IsSet())
+        return {true, job.state.file.ReadFailure()};
     if (!answer)
         return AfterFailure(job, answer.failure);
     job.hasSent = job.hasSent || job.step != EStep::eAsk;
@@ -133,20 +109,20 @@ Uploads::Attempt Uploads::Step(Job& job)
 
 Result<UploadRecord> Uploads::Request(Job& job)
 {
-    Sent& sent = job.sent;
+    UploadState& state = job.state;
     if (job.step == EStep::eAsk)
-        return m_api.BeginUpload(job.call, sent.upload, nullptr);
+        return m_api.BeginUpload(job.call, state.upload, nullptr);
     const bool begins = job.step == EStep::eBegin;
     const std::int64_t offset = begins ? 0 : job.transfer.OffsetBytes();
     const Clock::Time beforeDigest = m_timing.Now();
-    if (Failure failure = sent.file.StartAt(offset, job.call.abort); failure.IsSet())
+    if (Failure failure = state.file.StartAt(offset, job.call.abort); failure.IsSet())
         return failure;
     job.transfer.Extend(m_timing.Now() - beforeDigest);
-    if (!sent.file.IsContentUnchanged())
+    if (!state.file.IsContentUnchanged())
         return Failure(EErrorCode::eFileChanged, "the file changed before all of it was sent");
     const Clock::Time begin = m_timing.Now();
-    auto answer = begins ? m_api.BeginUpload(job.call, sent.upload, &sent.file)
-                         : m_api.ContinueUpload(job.call, job.location, offset, sent.file);
+    auto answer = begins ? m_api.BeginUpload(job.call, state.upload, &state.file)
+                         : m_api.ContinueUpload(job.call, job.location, offset, state.file);
     if (!answer)
         job.transfer.NoteSent(begin);
     return answer;
@@ -154,16 +130,11 @@ Result<UploadRecord> Uploads::Request(Job& job)
 
 Uploads::Attempt Uploads::AfterFailure(Job& job, const Failure& failure)
 {
-    const bool isConflict = failure.Is(EErrorCode::eConflict);
-    if (isConflict || (failure.Is(EErrorCode::eNotFound) && job.step == EStep::eContinue)) {
-        job.transfer.CountUselessAnswer();
-        // The key belongs to another upload, or the upload expired; else its offset is another.
-        if (!isConflict || job.step == EStep::eAsk)
-            UseNewKey(job);
-        else
-            job.step = EStep::eAsk;
-        return {};
-    }
+    if (failure.Is(EErrorCode::eConflict))
+        return AskAgain(job, failure);
+    // The upload has expired. The service begins another one when it is asked with the key.
+    if (failure.Is(EErrorCode::eNotFound) && job.step == EStep::eContinue)
+        return AskAgain(job);
     const bool wasSent = job.step != EStep::eAsk && MayPass(failure) && !WasNeverSent(failure);
     job.hasSent = job.hasSent || wasSent;
     if (job.step == EStep::eContinue || wasSent)
@@ -173,94 +144,124 @@ Uploads::Attempt Uploads::AfterFailure(Job& job, const Failure& failure)
 
 Uploads::Attempt Uploads::TakeOffset(Job& job, const UploadRecord& answer)
 {
-    const bool isMoved = !answer.location.empty() && answer.location != job.location;
-    const bool isForeign = isMoved && job.step == EStep::eContinue;
-    if (isForeign || answer.offsetBytes > job.sent.upload.lengthBytes) {
-        job.transfer.CountUselessAnswer();
-        job.step = EStep::eAsk;
-        return {};
-    }
-    if (isMoved) {
-        job.location = answer.location;
-        job.transfer.StartOver();
-    }
+    // The answer to continue need not name the location.
+    const bool isContinued = job.step == EStep::eContinue;
+    const bool isOwn = isContinued ? answer.location.empty() || answer.location == job.location
+                                   : IsOwn(job, answer.location);
+    if (!isOwn || answer.offsetBytes > job.state.upload.lengthBytes)
+        return AskAgain(job);
     if (job.transfer.Reach(answer.offsetBytes))
-        m_journal.Renew(job.sent.origin); // the service too keeps it for a week from now
-    else if (job.step == EStep::eContinue || job.location.empty())
+        m_journal.Renew(job.state.origin); // the service too keeps it for a week from now
+    else if (isContinued)
         job.transfer.CountUselessAnswer();
-    job.step = job.location.empty() ? EStep::eAsk : EStep::eContinue;
+    job.step = EStep::eContinue;
     return {};
 }
 
 Uploads::Attempt Uploads::TakeResult(Job& job, const UploadRecord& answer)
 {
-    Sent& sent = job.sent;
-    const bool isPendingDeletion = m_pendingDeletions.Contains(job.call.account, answer.fileIds);
+    UploadState& state = job.state;
+    const bool isPendingDeletion = m_pendingDeletions.Contains(job.call, answer.fileIds);
     if (!IsAborted(job.call.abort))
         m_pendingDeletions.Run(m_api, m_timing, job.call);
-    const Result<Sha256::Digest> digest = sent.file.Digest(job.call.abort);
+    const Result<Sha256::Digest> digest = state.file.Digest(job.call.abort);
     if (!digest)
         return {true, digest.failure};
     job.transfer.RestartDeadline(); // the service answered, and the digest took its time
-    const bool hasRecords = HasRecordsOf(sent.upload, answer);
-    const bool isOfAnother = isPendingDeletion || IsOfAnother(job, answer);
-    if (!isOfAnother && answer.reprDigest == ToReprDigest(digest.value) &&
-        (hasRecords || answer.files.empty())) {
-        sent.result = answer;
-        sent.digest = digest.value;
-        m_resultIds.insert(answer.fileIds.begin(), answer.fileIds.end());
-        return {true, {}};
-    }
-    job.transfer.CountUselessAnswer();
-    const bool wasAsked = job.step == EStep::eAsk;
-    job.step = EStep::eAsk;
-    if (wasAsked && isOfAnother)
-        UseNewKey(job);
-    else if (!isOfAnother && hasRecords && (wasAsked || IsAborted(job.call.abort)))
-        return AfterWrongCopy(job, answer);
-    return {};
+    // The answer to the last PATCH has no records.
+    if (!HasRecordsOf(state.upload, answer) || IsOfAnother(job, answer.location))
+        return AskAgain(job);
+    if (isPendingDeletion || answer.reprDigest != ToReprDigest(digest.value))
+        return AfterWrongResult(job, answer, isPendingDeletion);
+    m_keys[answer.location] = state.upload.idempotencyKey;
+    state.result = answer;
+    return {true, {}};
 }
 
-// The key's own result has another digest than the file.
-Uploads::Attempt Uploads::AfterWrongCopy(Job& job, const UploadRecord& answer)
+Uploads::Attempt Uploads::AfterWrongResult(Job& job, const UploadRecord& answer,
+                                           bool isPendingDeletion)
 {
-    if (job.hasSent) {
-        DeleteCopy(job.call, job.sent.origin, answer);
-        if (!job.isResumed || !job.sent.file.IsUnchanged())
-            return {true, Failure(EErrorCode::eFileChanged, "the service has another content")};
+    if (!IsOwn(job, answer.location))
+        return AskAgain(job);
+    const bool hasChanged = !job.state.file.IsContentUnchanged();
+    if (!isPendingDeletion && hasChanged) {
+        DeleteCopy(job.call, job.state, answer);
+        return {true, Failure(EErrorCode::eFileChanged, "the service has another content")};
     }
     // An earlier call sent an earlier content of the file, all of it or its beginning.
-    UseNewKey(job);
+    if (isPendingDeletion || job.isResumed) {
+        job.transfer.CountUselessAnswer();
+        const Failure failure = UseNewKey(job);
+        return {failure.IsSet(), failure};
+    }
+    return AskAgain(job, Failure(EErrorCode::eServiceError, "the service has another content"));
+}
+
+// `reason` is the upload's failure if all further answers are useless too.
+Uploads::Attempt Uploads::AskAgain(Job& job, const Failure& reason)
+{
+    job.transfer.CountUselessAnswer(reason);
+    job.step = EStep::eAsk;
     return {};
 }
 
-void Uploads::UseNewKey(Job& job)
+Failure Uploads::UseNewKey(Job& job)
 {
+    Sha256::Digest random{};
+    if (RAND_bytes(random.data(), static_cast<int>(random.size())) != 1)
+        return Failure(EErrorCode::eInternal, "no random bytes for the upload's key");
     job.location.clear();
+    job.lastLocation.clear();
     job.transfer.StartOver();
     job.hasSent = false;
     job.isResumed = false;
     job.step = EStep::eBegin;
-    job.sent.upload.idempotencyKey = NewKey();
-    m_journal.Keep(job.sent.origin, job.sent.upload.idempotencyKey);
+    job.state.upload.idempotencyKey = ToHex(random);
+    m_journal.Keep(job.state.origin, job.state.upload.idempotencyKey);
+    return {};
 }
 
-// Whether a middlebox has repeated the answer to another upload.
-bool Uploads::IsOfAnother(const Job& job, const UploadRecord& answer)
+bool Uploads::IsOfAnother(const Job& job, const std::string& location) const
 {
-    const auto isKnown = [this](std::int64_t id) { return m_resultIds.count(id) > 0; };
-    return answer.fileIds.size() != job.sent.upload.targetInboxIds.size() ||
-           std::any_of(answer.fileIds.begin(), answer.fileIds.end(), isKnown);
+    const auto known = m_keys.find(location);
+    return location.empty() ||
+           (known != m_keys.end() && known->second != job.state.upload.idempotencyKey);
 }
 
-void Uploads::DeleteCopy(const ApiCall& call, const UploadOrigin& origin,
-                         const UploadRecord& result)
+// Whether two answers to the key have named this location.
+bool Uploads::IsOwn(Job& job, const std::string& location)
 {
-    const std::optional<Sha256::Digest> digest = FromReprDigest(result.reprDigest);
-    m_pendingDeletions.Add(call.account, result.fileIds, digest ? '"' + ToHex(*digest) + '"' : "");
+    if (IsOfAnother(job, location))
+        return false;
+    const bool isRepeated = std::exchange(job.lastLocation, location) == location;
+    if (location == job.location)
+        return true;
+    if (!isRepeated)
+        return false;
+    job.location = location;
+    job.transfer.StartOver();
+    m_keys[location] = job.state.upload.idempotencyKey;
+    return true;
+}
+
+// Whether a second answer to the key gives the same result. Blocks for 2 s at most, also when the
+// call is aborted.
+bool Uploads::IsAnsweredAgain(const ApiCall& call, const UploadState& state)
+{
+    ApiCall ask = call;
+    ask.policy = PolicyOf(ECall::eAskAgain);
+    ask.abort = nullptr;
+    const Result<UploadRecord> answer = m_api.BeginUpload(ask, state.upload, nullptr);
+    return answer && answer.value.location == state.result.location &&
+           answer.value.files == state.result.files;
+}
+
+void Uploads::DeleteCopy(const ApiCall& call, const UploadState& state, const UploadRecord& copy)
+{
+    m_pendingDeletions.Add(call, copy.fileIds, '"' + copy.files.front().sha256Hex + '"');
     // The network comes last: after a power cut no journal leads to a copy that is still to be
     // deleted.
-    m_journal.Forget(origin);
+    m_journal.Forget(state.origin);
     m_pendingDeletions.Run(m_api, m_timing, call);
 }
 

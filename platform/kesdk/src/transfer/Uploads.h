@@ -8,7 +8,7 @@
 #include "transfer/UploadFile.h"
 #include "transfer/UploadJournal.h"
 
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -18,32 +18,43 @@ namespace kesdk::impl {
 // journal holds before the first byte is sent. The key is the upload's one identity: a later call
 // and a restarted console ask for it.
 //
-//   begin ──(201, complete)──► result            begin:    key and all of the content
-//     │                          ▲  │            ask:      key without content
-//     │(answer lost, 409)        │  │            continue: the rest of the content
-//     ▼                          │  │
-//    ask ──(complete)────────────┤  └──(result of another upload)──► ask
-//     │ ▲                        │
-//     │ └──(answer lost, 409)─┐  │
-//     └──(offset)──► continue ┴──┘               404 to continue: begin with a new key
+//   begin     sends the key and all of the content
+//   ask       sends the key without content
+//   continue  sends the rest of the content to the upload's location
 //
-// A result is this upload's only if the digest, the number of files and, where the answer has them,
-// names, sizes and targets are those that were sent. The SDK believes and deletes no other file. If
-// the key's own result has the right records but another digest, the file changed on the way: that
-// copy is deleted, with a later upload if the link drops now.
+//   step      answer                                              next step
+//   begin     none, and the request was never sent                begin
+//   begin     none                                                ask
+//   ask       none                                                ask
+//   continue  none                                                ask
+//   begin     an offset                                           ask, or continue: see below
+//   ask       an offset                                           ask, or continue: see below
+//   continue  an offset in the file, at the upload's location     continue
+//   continue  another offset or location                          ask
+//   any       409; 404 or 410 to continue                         ask
+//   any       the result, with the right digest and records       end
+//   any       another result                                      ask
+//   ask       another result at the upload's location:
+//               it is a pending deletion                          begin, with a new key
+//               the file changed while it was sent                end; the copy is deleted
+//               an earlier call sent another content              begin, with a new key
+//   any       another failure                                     end
+//
+// A broken middlebox may repeat the answer to another upload. So a location is this upload's only
+// if two answers to its key name it, and no other key of this process has it. Bytes are sent only
+// there. A copy is deleted only if its location is the upload's and the file has changed.
 //
 // Errors: as Failure; the local file stays as it is. Retry: safe.
 class Uploads
 {
 public:
-    // A file that the service has committed. The digest is of the bytes that were read.
-    struct Sent
+    // Send opens the file, and sets the result when the service has committed it.
+    struct UploadState
     {
         UploadFile file;
         NewUpload upload;
         UploadOrigin origin;
         UploadRecord result;
-        Sha256::Digest digest{};
     };
 
     Uploads(ApiClient& api, Timing& timing, const std::string& journalFolder = {},
@@ -54,12 +65,12 @@ public:
           m_pendingDeletions(journalFolder, wallTimeS)
     {}
 
-    Result<Sent> Send(const ApiCall& call, const std::string& localPath,
-                      const std::vector<std::int64_t>& targetInboxIds);
+    Result<UploadState> Send(const ApiCall& call, const std::string& localPath,
+                             const std::vector<std::int64_t>& targetInboxIds);
     // The last look at the file before the caller removes it: whether it still is what was sent.
     // The copy of a file that changed is deleted. The copy of a removed file stays: it may be the
-    // last one. Gives the new files in the order of the targets.
-    Result<std::vector<FileRecord>> Confirm(const ApiCall& call, const Sent& sent);
+    // last one. Gives the new files in the order of the targets. Blocks only if the file changed.
+    Result<std::vector<FileRecord>> Confirm(const ApiCall& call, const UploadState& state);
 
     // The caller removes a sent file after Confirm. Later calls remove the file's journal here.
     void ForgetRemovedFiles() { m_journal.ForgetRemovedFiles(); }
@@ -70,12 +81,13 @@ private:
     struct Job
     {
         ApiCall call;
-        Sent sent;
+        UploadState state;
         ResumableTransfer transfer;
         EStep step = EStep::eBegin;
-        std::string location{}; // empty until an answer told it
-        bool isResumed = false; // the journal had the key before this call
-        bool hasSent = false;   // content of this call may have reached the service under this key
+        std::string location{};     // of the upload; empty until two answers named it
+        std::string lastLocation{}; // that an answer named
+        bool isResumed = false;     // the journal had the key before this call
+        bool hasSent = false; // content of this call may have reached the service under this key
     };
 
     Failure Open(Job& job, const std::string& localPath);
@@ -84,17 +96,20 @@ private:
     Attempt AfterFailure(Job& job, const Failure& failure);
     Attempt TakeOffset(Job& job, const UploadRecord& answer);
     Attempt TakeResult(Job& job, const UploadRecord& answer);
-    Attempt AfterWrongCopy(Job& job, const UploadRecord& answer);
-    void UseNewKey(Job& job);
-    bool IsOfAnother(const Job& job, const UploadRecord& answer);
-    void DeleteCopy(const ApiCall& call, const UploadOrigin& origin, const UploadRecord& result);
+    Attempt AfterWrongResult(Job& job, const UploadRecord& answer, bool isPendingDeletion);
+    Attempt AskAgain(Job& job, const Failure& reason = {});
+    Failure UseNewKey(Job& job);
+    bool IsOfAnother(const Job& job, const std::string& location) const;
+    bool IsOwn(Job& job, const std::string& location);
+    bool IsAnsweredAgain(const ApiCall& call, const UploadState& state);
+    void DeleteCopy(const ApiCall& call, const UploadState& state, const UploadRecord& copy);
 
     ApiClient& m_api;
     Timing& m_timing;
     UploadJournal m_journal;
     PendingDeletions m_pendingDeletions;
     GivenUp m_givenUp;
-    std::set<std::int64_t> m_resultIds; // files of this object's uploads
+    std::map<std::string, std::string> m_keys; // of this object's uploads, by location
 };
 
 } // namespace kesdk::impl
