@@ -19,6 +19,15 @@ protected:
         Uploads process{api, timing, state.Path("own"), wallTimeS};
         return SendBy(process, path, {inbox});
     }
+    // Removes the sent file, as the console does.
+    Result<std::vector<FileRecord>> SendAndRemove()
+    {
+        Uploads process{api, timing, state.Path("own"), wallTimeS};
+        auto sent = SendBy(process, path, {inbox});
+        EXPECT_EQ(JournalCount(), 1u) << "the file is still there";
+        std::filesystem::remove(path);
+        return sent;
+    }
     // Leaves 30 bytes on the service.
     void BeginAndStop()
     {
@@ -35,13 +44,6 @@ protected:
         std::error_code none;
         return static_cast<std::size_t>(
             std::distance(std::filesystem::directory_iterator(state.Path("own"), none), {}));
-    }
-    // A console removes a sent file. The journal is removed when the console starts again.
-    std::size_t JournalCountAfterRemoval()
-    {
-        std::filesystem::remove(path);
-        const Uploads process{api, timing, state.Path("own"), wallTimeS};
-        return JournalCount();
     }
     std::filesystem::path Journal() const
     {

@@ -3,6 +3,11 @@
 #include "support/UploadJournalFixture.h"
 #include "transfer/JournalFile.h"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <filesystem>
+
 namespace kesdk::impl {
 
 namespace {
@@ -35,6 +40,61 @@ TEST_F(UploadJournalTest, RemovesTheJournalOnceTheFileIsGone)
     std::filesystem::remove(path);
     process.ForgetRemovedFiles();
     EXPECT_EQ(JournalCount(), 0u);
+}
+
+// The folder on which a memory stick is mounted exists also without the stick.
+TEST_F(UploadJournalTest, KeepsTheJournalOfAFileWhoseMediumIsAway)
+{
+    BeginAndStop();
+    const std::filesystem::path away = state.Path("away");
+    std::filesystem::rename(folder.Path(), away);
+    std::filesystem::create_directory(folder.Path());
+    {
+        const Uploads process{api, timing, state.Path("own")};
+    }
+    std::filesystem::remove(folder.Path());
+    std::filesystem::rename(away, folder.Path());
+    ExpectStored(SendAsNewProcess(), kContent);
+    EXPECT_EQ(LastContent(), kContent.substr(30));
+}
+
+// The stick is pulled after the upload, before the console can remove the file.
+TEST_F(UploadJournalTest, KeepsTheJournalOfASentFileWhoseMediumIsAway)
+{
+    const std::string link = state.Path("stick");
+    const auto pointTo = [&](const std::string& target) {
+        std::filesystem::remove(link);
+        std::filesystem::create_symlink(target, link);
+    };
+    pointTo(folder.Path());
+    for (const char* other : {"/proc/self", "/none"}) { // another device, or no folder
+        Uploads process{api, timing, state.Path("own")};
+        EXPECT_TRUE(SendBy(process, link + "/report.txt", {inbox}));
+        pointTo(other);
+        process.ForgetRemovedFiles();
+        EXPECT_EQ(JournalCount(), 1u) << other;
+        pointTo(folder.Path());
+    }
+    EXPECT_EQ(service.FileIds(inbox).size(), 1u);
+}
+
+// A console with too many open files cannot read the journal, which is there.
+TEST_F(UploadJournalTest, KeepsAJournalThatCannotBeReadNow)
+{
+    BeginAndStop();
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    Uploads process{api, timing, state.Path("own")};
+    const int lowestFree = ::dup(STDERR_FILENO);
+    ::close(lowestFree);
+    rlimit oneMore = before;
+    oneMore.rlim_cur = static_cast<rlim_t>(lowestFree) + 1; // for the file itself
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &oneMore), 0);
+    const auto sent = process.Send(call, path, {inbox});
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(sent.failure.code, EErrorCode::eInternal);
+    ExpectStored(SendAsNewProcess(), kContent);
+    EXPECT_EQ(LastContent(), kContent.substr(30));
 }
 
 // As a memory stick that is not plugged in.
@@ -97,7 +157,7 @@ TEST_F(UploadJournalTest, RemovesStaleJournalsBesideTheFileAndNothingElse)
 TEST_F(UploadJournalTest, IgnoresTheJournalOfAnEarlierVersion)
 {
     BeginAndStop();
-    std::string text = *ReadJournal(Journal());
+    std::string text = ReadJournal(Journal()).value;
     const std::string account = R"("account":"7")";
     ASSERT_NE(text.find(account), std::string::npos);
     text.replace(text.find(account), account.size(), R"("account":"https://service.test\n7")");
@@ -106,7 +166,7 @@ TEST_F(UploadJournalTest, IgnoresTheJournalOfAnEarlierVersion)
     ASSERT_TRUE(WriteJournal(state.Path("own/" + HexDigestOf(name) + ".upload"), text));
     ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(LastContent(), kContent);
-    EXPECT_EQ(JournalCountAfterRemoval(), 0u);
+    EXPECT_EQ(JournalCount(), 2u) << "the old journal stays for a week";
 }
 
 TEST_F(UploadJournalTest, SendsEachFileUnderAKeyOfItsOwn)

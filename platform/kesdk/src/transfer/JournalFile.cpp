@@ -12,6 +12,10 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <optional>
+#include <utility>
 
 namespace kesdk::impl {
 
@@ -25,7 +29,7 @@ constexpr const char* kNewSuffix = ".new";
 struct Content
 {
     std::optional<std::string> bytes;
-    bool isUnknown = false; // the file cannot be read now
+    int error = 0; // why the file could not be read
 };
 
 Content ReadAll(const std::string& path)
@@ -33,7 +37,7 @@ Content ReadAll(const std::string& path)
     const FileHandle file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat status = {};
     if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0)
-        return {std::nullopt, errno != ELOOP};
+        return {std::nullopt, errno == ELOOP ? 0 : errno};
     if (!S_ISREG(status.st_mode))
         return {};
     std::string bytes;
@@ -42,9 +46,9 @@ Content ReadAll(const std::string& path)
         const ssize_t got =
             file.ReadAt(piece.data(), piece.size(), static_cast<std::int64_t>(bytes.size()));
         if (got < 0)
-            return {std::nullopt, true};
+            return {std::nullopt, errno};
         if (got == 0)
-            return {bytes, false};
+            return {bytes, 0};
         bytes.append(piece.data(), static_cast<std::size_t>(got));
     }
     return {};
@@ -96,13 +100,18 @@ bool WriteJournal(const std::string& path, const std::string& text)
     return SyncFolderOf(path);
 }
 
-std::optional<std::string> ReadJournal(const std::string& path)
+Result<std::string> ReadJournal(const std::string& path)
 {
     const Content content = ReadAll(path);
-    std::optional<std::string> text = content.bytes ? TextOf(*content.bytes) : std::nullopt;
-    if (!text && !content.isUnknown)
+    if (std::optional<std::string> text = content.bytes ? TextOf(*content.bytes) : std::nullopt)
+        return std::move(*text);
+    if (content.error == 0)
         RemoveJournal(path);
-    return text;
+    constexpr int kOfNow[] = {EMFILE, ENFILE, ENOMEM, EIO};
+    const bool isThere =
+        std::find(std::begin(kOfNow), std::end(kOfNow), content.error) != std::end(kOfNow);
+    return Failure(isThere ? EErrorCode::eFileUnreadable : EErrorCode::eFileMissing,
+                   std::string("the journal: ") + std::strerror(content.error));
 }
 
 void RemoveJournal(const std::string& path)
@@ -110,7 +119,7 @@ void RemoveJournal(const std::string& path)
     ::unlink(path.c_str());
 }
 
-bool WasToBeJournal(const std::string& path)
+bool IsJournalOrTorn(const std::string& path)
 {
     const Content content = ReadAll(path);
     return content.bytes && IsBeginOfJournal(*content.bytes);

@@ -1,8 +1,9 @@
 // Small files that describe a transfer to a restarted console.
 #pragma once
 
+#include "base/Failure.h"
+
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,18 +13,18 @@ namespace kesdk::impl {
 // A journal is complete or does not exist: a digest in it shows that. No transfer fails because of
 // a journal. It holds no secret; its mode is 0600.
 
-// True: the journal is on the disk, name and all. False: the file before is unchanged, or there is
-// none.
+// True: the journal and its name are on the disk. False: there is no journal, or the journal from
+// before. If the sync of the folder failed, the new journal may be there too.
 bool WriteJournal(const std::string& path, const std::string& text);
 
-// The text. Removes a torn journal and a file that is no journal. Leaves a file that cannot be read
-// now.
-std::optional<std::string> ReadJournal(const std::string& path);
+// The text. eFileMissing: there is no journal; a torn journal, or a file that is no journal, is
+// removed. eFileUnreadable: the console cannot read the file now.
+Result<std::string> ReadJournal(const std::string& path);
 
 void RemoveJournal(const std::string& path);
 
-// Whether the file is a journal, or the rest of one after a power cut.
-bool WasToBeJournal(const std::string& path);
+// Whether the file is a journal, or the rest of a journal after a power cut.
+bool IsJournalOrTorn(const std::string& path);
 
 // The paths of the journals in the folder whose names end so.
 std::vector<std::string> JournalsIn(const std::string& folder, std::string_view suffix);

@@ -85,7 +85,7 @@ void PartFile::Remove()
 // Reads the part once, for the digest of the whole file.
 bool PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
 {
-    if (!IsPartOf(m_paths.journal, origin))
+    if (!RemoveTornAndCompare(m_paths.journal, origin))
         return false;
     FileHandle file(::open(m_paths.part.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat found = {};

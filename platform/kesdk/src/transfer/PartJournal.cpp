@@ -66,9 +66,9 @@ bool WritePartJournal(const std::string& path, const PartOrigin& origin)
     return WriteJournal(path, TextOf(origin));
 }
 
-bool IsPartOf(const std::string& path, const PartOrigin& origin)
+bool RemoveTornAndCompare(const std::string& path, const PartOrigin& origin)
 {
-    return !origin.serviceAndUser.empty() && ReadJournal(path) == TextOf(origin);
+    return !origin.serviceAndUser.empty() && ReadJournal(path).value == TextOf(origin);
 }
 
 void RemoveStaleParts(const std::string& folder, std::int64_t nowS)
@@ -77,14 +77,14 @@ void RemoveStaleParts(const std::string& folder, std::int64_t nowS)
         ::unlink(path.c_str());
     const auto isMeant = [](std::string_view name) { return IsJournalName(name, kJournalSuffix); };
     for (const std::string& path : FilesIn(folder, isMeant)) {
-        if (!WasToBeJournal(path))
+        if (!IsJournalOrTorn(path))
             continue;
         const std::string name(Without(path, kJournalSuffix));
         const std::string part = name.empty() ? name : name + std::string(kPartSuffix);
-        const bool isOld = IsStale(path, nowS);
-        // Evaluated always: IsStale repairs impossible dates.
-        const bool hasYoungPart =
-            !part.empty() && ::access(part.c_str(), F_OK) == 0 && !IsStale(part, nowS);
+        const bool isOld = RepairDateAndCheckAge(path, nowS);
+        // Evaluated always: RepairDateAndCheckAge repairs impossible dates.
+        const bool hasYoungPart = !part.empty() && ::access(part.c_str(), F_OK) == 0 &&
+                                  !RepairDateAndCheckAge(part, nowS);
         if (!isOld || hasYoungPart)
             continue;
         // Only the part beside a complete journal is certainly ours.

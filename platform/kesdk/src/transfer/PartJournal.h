@@ -31,7 +31,7 @@ PartPaths PartPathsOf(const std::string& folder, std::string name, std::size_t l
 // The following report no errors: without a journal a later run begins anew.
 bool WritePartJournal(const std::string& path, const PartOrigin& origin);
 // Whether the journal is of this version. Removes a torn journal.
-bool IsPartOf(const std::string& path, const PartOrigin& origin);
+bool RemoveTornAndCompare(const std::string& path, const PartOrigin& origin);
 // Removes parts and journals that are older than a week; the younger of both counts. Removes no
 // other files. The clock must be right.
 void RemoveStaleParts(const std::string& folder, std::int64_t nowS);

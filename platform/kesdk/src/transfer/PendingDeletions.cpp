@@ -105,10 +105,9 @@ void PendingDeletions::ReadOnce()
         return;
     Sweep();
     for (const std::string& path : JournalsIn(m_folder, kSuffix)) {
-        const std::optional<std::string> text = ReadJournal(path);
         // A view: nlohmann's parser for strings would be compiled once more.
-        const json document =
-            json::parse(std::string_view(text.value_or(std::string())), nullptr, false);
+        const std::string text = ReadJournal(path).value;
+        const json document = json::parse(std::string_view(text), nullptr, false);
         if (!document.is_object() || !document.contains("account") || !document.contains("file") ||
             !document.contains("etag") || !document["account"].is_string() ||
             !document["file"].is_number_integer() || !document["etag"].is_string())
@@ -125,7 +124,7 @@ void PendingDeletions::Sweep() const
     const std::int64_t nowS = m_wallTimeS();
     for (const std::string& path : StaleJournals(m_folder, kSuffix, nowS)) {
         const bool isWhole = !Without(path, kSuffix).empty();
-        if (!isWhole || IsStale(path, nowS, kLongestPendingS))
+        if (!isWhole || RepairDateAndCheckAge(path, nowS, kLongestPendingS))
             RemoveJournal(path);
     }
 }
@@ -134,7 +133,7 @@ bool PendingDeletions::IsTooOld(const Copy& copy) const
 {
     const std::int64_t nowS = m_wallTimeS();
     return !copy.journal.empty() && !IsClockWrong(nowS, std::nullopt) &&
-           IsStale(copy.journal, nowS, kLongestPendingS);
+           RepairDateAndCheckAge(copy.journal, nowS, kLongestPendingS);
 }
 
 } // namespace kesdk::impl

@@ -44,7 +44,7 @@ std::vector<std::string> FilesIn(const std::string& folder,
 }
 
 // Not std::filesystem: its library may use times of 32 bits.
-bool IsStale(const std::string& path, std::int64_t nowS, std::int64_t longestAgeS)
+bool RepairDateAndCheckAge(const std::string& path, std::int64_t nowS, std::int64_t longestAgeS)
 {
     struct stat status = {};
     if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
@@ -65,7 +65,9 @@ std::vector<std::string> StaleFiles(const std::string& folder,
     if (IsClockWrong(nowS, std::nullopt))
         return {};
     std::vector<std::string> files = FilesIn(folder, isMeant);
-    const auto isYoung = [nowS](const std::string& path) { return !IsStale(path, nowS); };
+    const auto isYoung = [nowS](const std::string& path) {
+        return !RepairDateAndCheckAge(path, nowS);
+    };
     files.erase(std::remove_if(files.begin(), files.end(), isYoung), files.end());
     return files;
 }

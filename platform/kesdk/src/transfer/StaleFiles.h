@@ -1,4 +1,4 @@
-// Files that are older than a week.
+// Files that are older than a limit.
 #pragma once
 
 #include "base/Clock.h"
@@ -14,7 +14,7 @@ namespace kesdk::impl {
 // The console's clock, in seconds since 1970; it may be wrong. Injected for tests.
 using WallClock = std::function<std::int64_t()>;
 
-// The service keeps an unfinished upload for so long.
+// The service keeps an unfinished upload for a week.
 inline constexpr std::int64_t kLongestAgeS = 7 * kDayS;
 
 // The regular files in the folder whose names `isMeant` accepts. Empty if the folder cannot be
@@ -22,10 +22,12 @@ inline constexpr std::int64_t kLongestAgeS = 7 * kDayS;
 std::vector<std::string> FilesIn(const std::string& folder,
                                  const std::function<bool(std::string_view)>& isMeant);
 
-// Whether a regular file is older than that. If its date is impossible, its age begins now.
-bool IsStale(const std::string& path, std::int64_t nowS, std::int64_t longestAgeS = kLongestAgeS);
+// Whether a regular file is older than the limit. If its date is impossible, its date becomes now.
+bool RepairDateAndCheckAge(const std::string& path, std::int64_t nowS,
+                           std::int64_t longestAgeS = kLongestAgeS);
 
-// The stale files of FilesIn. Empty while the clock is wrong: the ages are unknown then.
+// The files of FilesIn that are older than a week. Empty while the clock is wrong: the ages are
+// unknown then.
 std::vector<std::string> StaleFiles(const std::string& folder,
                                     const std::function<bool(std::string_view)>& isMeant,
                                     std::int64_t nowS);

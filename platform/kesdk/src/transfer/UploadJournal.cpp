@@ -9,9 +9,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -41,26 +41,28 @@ std::string ToText(const UploadOrigin& origin)
     return Dump(ToJson(origin));
 }
 
-// A view: nlohmann's parser for strings would be compiled once more.
-json Parse(const std::optional<std::string>& text)
+// The key in the text, if the text is of this origin.
+std::optional<std::string> KeyIn(std::string_view text, const UploadOrigin& origin)
 {
-    return json::parse(std::string_view(text ? *text : ""), nullptr, false);
-}
-
-// Empty if the journal has no path, or has replaced a part of it that was not UTF-8.
-std::string PathIn(const json& document)
-{
-    constexpr const char* kReplaced = "\xEF\xBF\xBD";
-    const json::json_pointer place("/origin/path");
-    if (!document.is_object() || !document.contains(place) || !document[place].is_string())
-        return {};
-    const std::string path = document[place];
-    return path.find(kReplaced) == std::string::npos ? path : std::string();
+    // A view: nlohmann's parser for strings would be compiled once more.
+    const json document = json::parse(text, nullptr, false);
+    const auto key = document.is_object() ? document.find("key") : document.end();
+    if (key == document.end() || !key->is_string() || !document.contains("origin") ||
+        Dump(document["origin"]) != ToText(origin))
+        return std::nullopt;
+    return key->get<std::string>();
 }
 
 bool IsGone(const std::string& path)
 {
     return ::access(path.c_str(), F_OK) != 0 && errno == ENOENT;
+}
+
+// 0 if there is no such path.
+dev_t DeviceOf(const std::string& path)
+{
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_dev : 0;
 }
 
 // Only such a file among the operator's own can be a journal.
@@ -75,44 +77,56 @@ bool IsBesideName(std::string_view name)
 UploadJournal::UploadJournal(std::string folder, WallClock wallTimeS)
     : m_folder(std::move(folder)), m_wallTimeS(std::move(wallTimeS))
 {
-    SweepFolder();
+    if (m_folder.empty())
+        return;
+    for (const std::string& path : StaleJournals(m_folder, kSuffix, m_wallTimeS()))
+        RemoveJournal(path);
 }
 
 UploadJournal::~UploadJournal()
 {
     ForgetRemovedFiles();
-    SweepFolder();
 }
 
-std::optional<std::string> UploadJournal::Find(const UploadOrigin& origin)
+Result<std::string> UploadJournal::RemoveOtherAndFind(const UploadOrigin& origin)
 {
     SweepBeside(origin.path);
     const Places places = PlacesOf(origin);
     if (m_finished.count(places.back()) > 0)
-        return std::nullopt;
+        return std::string();
     if (const auto found = m_onlyInMemory.find(places.back() + ToText(origin));
         found != m_onlyInMemory.end())
         return found->second;
     for (const std::string& place : places) {
-        if (const auto key = ReadKey(place, origin))
-            return key;
+        const Result<std::string> text = ReadJournal(place);
+        if (text.failure.Is(EErrorCode::eFileUnreadable))
+            return Failure(EErrorCode::eInternal, text.failure.detail);
+        if (!text)
+            continue;
+        if (const auto key = KeyIn(text.value, origin))
+            return *key;
+        RemoveJournal(place);
     }
-    Forget(origin);
-    return std::nullopt;
+    return std::string();
 }
 
 void UploadJournal::Keep(const UploadOrigin& origin, const std::string& key)
 {
-    Forget(origin); // the journal of an earlier upload must not outlive this one
     const Places places = PlacesOf(origin);
     std::error_code ignored;
     if (!m_folder.empty() && std::filesystem::create_directories(m_folder, ignored))
         ::chmod(m_folder.c_str(), 0700);
+    m_finished.erase(places.back());
+    m_onlyInMemory.erase(places.back() + ToText(origin));
     const std::string text = Dump({{"origin", ToJson(origin)}, {"key", key}});
-    const auto write = [&](const std::string& place) {
-        return !place.empty() && WriteJournal(place, text);
-    };
-    if (std::none_of(places.begin(), places.end(), write))
+    bool isOnDisk = false;
+    for (const std::string& place : places) {
+        if (!isOnDisk && !place.empty() && WriteJournal(place, text))
+            isOnDisk = true;
+        else
+            RemoveJournal(place); // the journal of an earlier upload must not outlive this one
+    }
+    if (!isOnDisk)
         m_onlyInMemory[places.back() + ToText(origin)] = key;
 }
 
@@ -124,7 +138,7 @@ void UploadJournal::Renew(const UploadOrigin& origin)
 
 void UploadJournal::Finish(const UploadOrigin& origin)
 {
-    m_finished[PlacesOf(origin).back()] = origin;
+    m_finished[PlacesOf(origin).back()] = {origin, DeviceOf(FolderOf(origin.path))};
 }
 
 void UploadJournal::Forget(const UploadOrigin& origin)
@@ -148,49 +162,24 @@ UploadJournal::Places UploadJournal::PlacesOf(const UploadOrigin& origin) const
             (folder == "." ? "./" : folder) + '.' + file};
 }
 
-std::optional<std::string> UploadJournal::ReadKey(const std::string& place,
-                                                  const UploadOrigin& origin) const
-{
-    const json document = Parse(place.empty() ? std::nullopt : ReadJournal(place));
-    const auto key = document.is_object() ? document.find("key") : document.end();
-    if (key == document.end() || !key->is_string() || !document.contains("origin") ||
-        Dump(document["origin"]) != ToText(origin))
-        return std::nullopt;
-    return key->get<std::string>();
-}
-
-// Removes what is stale, and what a killed process left of a file that is gone.
-void UploadJournal::SweepFolder() const
-{
-    if (m_folder.empty())
-        return;
-    for (const std::string& path : StaleJournals(m_folder, kSuffix, m_wallTimeS()))
-        RemoveJournal(path);
-    for (const std::string& path : JournalsIn(m_folder, kSuffix)) {
-        // Without its folder, the file may lie on a medium that is not there now.
-        const std::string file = PathIn(Parse(ReadJournal(path)));
-        if (!file.empty() && IsGone(file) && !IsGone(FolderOf(file)))
-            RemoveJournal(path);
-    }
-}
-
 void UploadJournal::SweepBeside(const std::string& path)
 {
     const std::string folder = FolderOf(path);
     if (!m_sweptFolders.insert(folder).second)
         return;
     for (const std::string& stale : StaleFiles(folder, &IsBesideName, m_wallTimeS())) {
-        if (WasToBeJournal(stale))
+        if (IsJournalOrTorn(stale))
             RemoveJournal(stale);
     }
 }
 
 void UploadJournal::ForgetRemovedFiles()
 {
-    const std::map<std::string, UploadOrigin> finished = m_finished;
-    for (const auto& [place, origin] : finished) {
-        if (IsGone(origin.path))
-            Forget(origin);
+    const std::map<std::string, Finished> all = m_finished;
+    for (const auto& [place, finished] : all) {
+        const std::string& path = finished.origin.path;
+        if (IsGone(path) && DeviceOf(FolderOf(path)) == finished.device)
+            Forget(finished.origin);
     }
 }
 

@@ -1,12 +1,14 @@
 // The keys of uploads, for a later call and for a restarted console.
 #pragma once
 
+#include "base/Failure.h"
 #include "transfer/StaleFiles.h"
+
+#include <sys/types.h>
 
 #include <array>
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -26,12 +28,12 @@ struct UploadOrigin
 
 // One small file for each upload, in a folder of the library. If that folder cannot be written, the
 // journal lies beside the sent file, as a hidden file; if that fails too, the key is remembered
-// until the object ends.
+// until the object ends. A journal that is older than a week is removed.
 //
 // The journal of a finished upload stays until the sent file is gone: a console that is killed
 // before it removes the file must not send it again.
 //
-// Thread: the caller's, one at a time. Errors: none.
+// Thread: the caller's, one at a time.
 class UploadJournal
 {
 public:
@@ -41,30 +43,36 @@ public:
     UploadJournal(const UploadJournal&) = delete;
     UploadJournal& operator=(const UploadJournal&) = delete;
 
-    // The key of an unfinished upload, or of one that an earlier process finished. Removes the
-    // journal of an earlier state of the file.
-    std::optional<std::string> Find(const UploadOrigin& origin);
+    // The key of an unfinished upload, or of an upload that an earlier process finished; empty if
+    // there is none. Removes the journal of an earlier state of the file. Fails if a journal cannot
+    // be read now: a new key could store the file twice.
+    Result<std::string> RemoveOtherAndFind(const UploadOrigin& origin);
     // The key is on the disk afterwards: two syncs.
     void Keep(const UploadOrigin& origin, const std::string& key);
     // The journal is as young as an upload that has just made progress.
     void Renew(const UploadOrigin& origin);
     void Finish(const UploadOrigin& origin);
     void Forget(const UploadOrigin& origin);
-    // Removes the journals of finished uploads whose file is gone. Costs a look at each such file.
+    // Removes the journals of finished uploads whose file was removed. A file whose medium is away
+    // was not removed. Costs a look at each file.
     void ForgetRemovedFiles();
 
 private:
+    struct Finished
+    {
+        UploadOrigin origin;
+        dev_t device; // of the file's folder
+    };
+
     using Places = std::array<std::string, 2>; // in the library's folder, beside the file
 
     Places PlacesOf(const UploadOrigin& origin) const;
-    std::optional<std::string> ReadKey(const std::string& place, const UploadOrigin& origin) const;
-    void SweepFolder() const;
     void SweepBeside(const std::string& path);
 
     const std::string m_folder;
     const WallClock m_wallTimeS;
     std::set<std::string> m_sweptFolders;
-    std::map<std::string, UploadOrigin> m_finished;    // by place
+    std::map<std::string, Finished> m_finished;        // by place
     std::map<std::string, std::string> m_onlyInMemory; // keys by place
 };
 

@@ -87,10 +87,10 @@ Failure Uploads::Open(Job& job, const std::string& localPath)
                     modified.tv_sec,
                     modified.tv_nsec,
                     state.upload.targetInboxIds};
-    const std::optional<std::string> key = m_journal.Find(state.origin);
-    if (!key)
-        return UseNewKey(job);
-    state.upload.idempotencyKey = *key;
+    const Result<std::string> key = m_journal.RemoveOtherAndFind(state.origin);
+    if (!key || key.value.empty())
+        return key ? UseNewKey(job) : key.failure;
+    state.upload.idempotencyKey = key.value;
     job.isResumed = true;
     job.step = EStep::eAsk;
     return {};
