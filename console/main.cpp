@@ -3,6 +3,7 @@
 #include "console/headless/HelpText.h"
 #include "console/session/ConsoleSettings.h"
 #include "console/session/ExitStatus.h"
+#include "console/session/TRestart.h"
 #include "console/window/WindowRun.h"
 
 #include <QtCore/QCommandLineParser>
@@ -93,6 +94,7 @@ int Run(const QStringList& arguments, bool canOpenWindow)
 
 int main(int argc, char* argv[])
 {
+    const console::TRestart restart(argv);
     LeaveNoCoreFile();
     std::signal(SIGPIPE, SIG_IGN); // a closed pipe or socket must not end the console
     // The application object gets no options: Qt would take some of them for its own.
@@ -105,10 +107,12 @@ int main(int argc, char* argv[])
     if (!opensWindow && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
-    const std::unique_ptr<QCoreApplication> application =
+    std::unique_ptr<QCoreApplication> application =
         opensWindow ? console::MakeWindowApplication(ownArgumentCount, argv)
                     : std::make_unique<QGuiApplication>(ownArgumentCount, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kelvo-console"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KELVO_VERSION));
-    return Run(arguments, opensWindow);
+    const int exitStatus = Run(arguments, opensWindow);
+    application.reset();
+    return restart.Run(exitStatus);
 }

@@ -24,6 +24,7 @@ namespace {
 using console::TStoredSettings;
 
 constexpr QSize buttonSize(170, PROPERTY_WIDGET_HEIGHT);
+constexpr QSize restartSize(220, PROPERTY_WIDGET_HEIGHT);
 constexpr int gap = 4;
 constexpr QPalette::ColorRole faultRole = QPalette::BrightText;
 constexpr QPalette::ColorRole hintRole = QPalette::PlaceholderText;
@@ -147,15 +148,19 @@ TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(MakeT
 
     m_save = new TPushButton(this, tr("Save"), buttonSize, {}, 0, tr("Keep what is shown"));
     m_discard = new TPushButton(this, tr("Discard"), buttonSize, {}, 0, tr("Show what was kept"));
+    m_restart = new TPushButton(this, tr("Restart now"), restartSize, {}, 0,
+                                tr("Start the console anew with what was kept"));
     for (TPushButton* const button : {m_save, m_discard}) {
         button->setFixedSize(buttonSize);
     }
+    m_restart->setFixedSize(restartSize);
     auto* const bottom = new QHBoxLayout;
     bottom->setContentsMargins(4 * gap, gap, gap, gap);
     // Without its own area a long message would make the page so high that the whole page scrolls.
     QScrollArea* const message = MakeScrollArea(m_message);
     message->setFixedHeight(buttonSize.height());
     bottom->addWidget(message, 1);
+    bottom->addWidget(m_restart);
     bottom->addWidget(m_discard);
     bottom->addWidget(m_save);
     auto* const all = new QVBoxLayout(this);
@@ -163,6 +168,11 @@ TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(MakeT
     all->addWidget(MakeScrollArea(rows), 1);
     all->addLayout(bottom);
 
+    for (TPropertyWidget* const row : qAsConst(m_rows)) {
+        connect(row, &TPropertyWidget::ValueChanged, this, &TSettingsPage::ShowButtons);
+    }
+    ShowButtons();
+    connect(m_restart, &TPushButton::clicked, this, &TSettingsPage::RestartRequested);
     connect(m_about, &TPushButton::clicked, this, &TSettingsPage::AboutRequested);
     connect(m_save, &TPushButton::clicked, this, &TSettingsPage::Save);
     connect(m_discard, &TPushButton::clicked, this, [this] { Show(TStoredSettings(m_shown)); });
@@ -238,7 +248,22 @@ void TSettingsPage::Show(const TStoredSettings& settings)
         ShowNote(row, {});
     }
     ShowReceiver();
+    ShowButtons();
     SetMessage({});
+}
+
+void TSettingsPage::OfferRestart(bool isOffered)
+{
+    m_isRestartOffered = isOffered;
+    ShowButtons();
+}
+
+// The button for a new start takes the place of the button that drops changes.
+void TSettingsPage::ShowButtons()
+{
+    const bool canRestart = m_isRestartOffered && !HasChanges();
+    m_restart->setVisible(canRestart);
+    m_discard->setVisible(!canRestart);
 }
 
 void TSettingsPage::ShowDisplay(const TStoredSettings& settings)

@@ -35,6 +35,8 @@ public:
     void SetInUse(const TStoredSettings& settings);
     // Shows the colours and the size of the window, and keeps the entered values.
     void ShowDisplay(const TStoredSettings& settings);
+    // Shows a button for a new start while there are no unsaved changes.
+    void OfferRestart(bool isOffered);
     // The values on the page, valid or not.
     TStoredSettings Entered() const;
     // Whether there are entered values that are not saved.
@@ -54,17 +56,20 @@ public:
     TPushButton* AboutButton() const { return m_about; }
     TPushButton* SaveButton() const { return m_save; }
     TPushButton* DiscardButton() const { return m_discard; }
+    TPushButton* RestartButton() const { return m_restart; }
 
 Q_SIGNALS:
     // Emitted with valid settings only.
     void SaveRequested(const console::TStoredSettings& settings);
     void AboutRequested();
+    void RestartRequested();
     // The operator chose other colours or another size of the window. Only these two values count.
     void DisplayChosen(const console::TStoredSettings& settings);
 
 private:
     void AddTextRows(QVBoxLayout& column);
     void AddChoiceRows(QVBoxLayout& column);
+    void ShowButtons();
     void TakeDisplay();
     void ShowReceiver();
     void TakeReceiver();
@@ -80,6 +85,8 @@ private:
     TPushButton* m_about = nullptr;
     TPushButton* m_save = nullptr;
     TPushButton* m_discard = nullptr;
+    TPushButton* m_restart = nullptr;
+    bool m_isRestartOffered = false;
     TStoredSettings m_shown;
     std::optional<TStoredSettings> m_inUse;
 };

@@ -572,6 +572,14 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <source>Versions, free space, log and licences</source>
         <translation>Versionen, freier Platz, Protokoll und Lizenzen</translation>
     </message>
+    <message>
+        <source>Restart now</source>
+        <translation>Neu starten</translation>
+    </message>
+    <message>
+        <source>Start the console anew with what was kept</source>
+        <translation>Die Konsole mit den gespeicherten Werten neu starten</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

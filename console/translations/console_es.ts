@@ -572,6 +572,14 @@ El servicio aún no ha listado sus archivos.</translation>
         <source>Versions, free space, log and licences</source>
         <translation>Versiones, espacio libre, registro y licencias</translation>
     </message>
+    <message>
+        <source>Restart now</source>
+        <translation>Reiniciar</translation>
+    </message>
+    <message>
+        <source>Start the console anew with what was kept</source>
+        <translation>Reiniciar la consola con lo guardado</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

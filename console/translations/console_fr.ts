@@ -344,11 +344,11 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     </message>
     <message>
         <source>Console: %1</source>
-        <translation>Console : %1</translation>
+        <translation>Console&#xa0;: %1</translation>
     </message>
     <message>
         <source>System: %1, Linux %2</source>
-        <translation>Système : %1, Linux %2</translation>
+        <translation>Système&#xa0;: %1, Linux %2</translation>
     </message>
     <message>
         <source>Storage</source>
@@ -356,11 +356,11 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     </message>
     <message>
         <source>Data folder: %1</source>
-        <translation>Dossier de données : %1</translation>
+        <translation>Dossier de données&#xa0;: %1</translation>
     </message>
     <message>
         <source>Free: %1 of %2</source>
-        <translation>Libre : %1 sur %2</translation>
+        <translation>Libre&#xa0;: %1 sur %2</translation>
     </message>
     <message>
         <source>Last lines of the log</source>
@@ -571,6 +571,14 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     <message>
         <source>Versions, free space, log and licences</source>
         <translation>Versions, place libre, journal et licences</translation>
+    </message>
+    <message>
+        <source>Restart now</source>
+        <translation>Redémarrer</translation>
+    </message>
+    <message>
+        <source>Start the console anew with what was kept</source>
+        <translation>Redémarrer la console avec ce qui a été enregistré</translation>
     </message>
 </context>
 <context>

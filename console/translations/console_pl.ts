@@ -572,6 +572,14 @@ Usługa nie podała jeszcze listy plików.</translation>
         <source>Versions, free space, log and licences</source>
         <translation>Wersje, wolne miejsce, dziennik i licencje</translation>
     </message>
+    <message>
+        <source>Restart now</source>
+        <translation>Restart</translation>
+    </message>
+    <message>
+        <source>Start the console anew with what was kept</source>
+        <translation>Uruchom konsolę ponownie z zapisanymi wartościami</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

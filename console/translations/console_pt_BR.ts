@@ -572,6 +572,14 @@ O serviço ainda não listou seus arquivos.</translation>
         <source>Versions, free space, log and licences</source>
         <translation>Versões, espaço livre, registro e licenças</translation>
     </message>
+    <message>
+        <source>Restart now</source>
+        <translation>Reiniciar</translation>
+    </message>
+    <message>
+        <source>Start the console anew with what was kept</source>
+        <translation>Reiniciar o console com o que foi salvo</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

@@ -54,7 +54,9 @@ void TWindowSession::SaveSettings(const TStoredSettings& settings)
         StartSource(gps);
     }
     m_settingsPage->Show(m_stored);
-    m_settingsPage->SetMessage(IsForNextStart(former, settings)
+    const bool isForNextStart = IsForNextStart(m_atStart, settings);
+    m_settingsPage->OfferRestart(isForNextStart);
+    m_settingsPage->SetMessage(isForNextStart
                                    ? tr("Kept. It applies from the next start of the console on.")
                                    : tr("Kept."));
 }

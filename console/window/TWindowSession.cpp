@@ -25,7 +25,7 @@ constexpr int positionTickMs = 250;
 namespace console {
 
 TWindowSession::TWindowSession(const TConsoleSettings& settings, const TStoredSettings& stored)
-    : m_settings(settings), m_stored(stored), m_inUse(stored)
+    : m_settings(settings), m_stored(stored), m_atStart(stored), m_inUse(stored)
 {
     m_inUse.service = qEnvironmentVariable("KELVO_API_HOST");
     m_inUse.authorityFile = qEnvironmentVariable("KESDK_CA_FILE");
@@ -84,6 +84,10 @@ void TWindowSession::ConnectWindow()
     connect(m_settingsPage.get(), &TSettingsPage::AboutRequested, this, [this] {
         m_window->AddPage(m_aboutPage.get(), tr("About this console"));
         m_window->ShowPage(m_aboutPage.get());
+    });
+    connect(m_settingsPage.get(), &TSettingsPage::RestartRequested, this, [this] {
+        m_isRestartWanted = true;
+        RequestEnd();
     });
     connect(m_screens.get(), &TPluginScreens::Failed, this, &TWindowSession::ShowMessage);
     connect(&m_link, &TLinkMonitor::Changed, this, &TWindowSession::ShowLink);

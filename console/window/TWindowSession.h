@@ -44,6 +44,9 @@ public:
     // Blocks until the plug-in's thread has ended. Does nothing the second time.
     void End();
 
+    // Whether the operator wants the console to start anew after its end.
+    bool IsRestartWanted() const { return m_isRestartWanted; }
+
     // Null after End().
     TMainWindow* Window() const { return m_window.get(); }
     TSettingsPage* Settings() const { return m_settingsPage.get(); }
@@ -73,6 +76,7 @@ private:
 
     const TConsoleSettings m_settings;
     TStoredSettings m_stored;
+    const TStoredSettings m_atStart;
     TStoredSettings m_inUse;
     TLinkMonitor m_link;
     TListingMonitor m_listing;
@@ -87,6 +91,7 @@ private:
     TPluginSession m_plugin;
     QTimer m_positionTick;
     bool m_isEnding = false;
+    bool m_isRestartWanted = false;
 };
 
 } // namespace console

@@ -2,6 +2,7 @@
 
 #include "console/session/ExitStatus.h"
 #include "console/session/SessionSetup.h"
+#include "console/session/TRestart.h"
 #include "console/session/TStopSignals.h"
 #include "console/settings/Languages.h"
 #include "console/settings/StoredSettings.h"
@@ -70,7 +71,7 @@ int RunWindow(const TConsoleSettings& given, const std::function<void(TWindowSes
     }
     const int exitStatus = QCoreApplication::exec();
     session.End();
-    return exitStatus;
+    return session.IsRestartWanted() ? TRestart::wanted : exitStatus;
 }
 
 } // namespace console

@@ -19,8 +19,8 @@ bool HasWindow();
 std::unique_ptr<QCoreApplication> MakeWindowApplication(int& argumentCount, char** arguments);
 
 // Sets up the host, opens the window and starts the plug-in. When the operator closes the window,
-// it ends everything and returns the exit status of the process. `onBegun` may be empty; it is
-// called with the session when the window is shown.
+// it ends everything and returns the exit status of the process, or TRestart::wanted. `onBegun` may
+// be empty; it is called with the session when the window is shown.
 int RunWindow(const TConsoleSettings& settings,
               const std::function<void(TWindowSession&)>& onBegun = {});
 

@@ -55,6 +55,22 @@ class LoginTest(ScreensCase):
         self.assertEqual(set(self.reports_left()), {"report.zip"})
         self.assertEqual(window.close(), 0)
 
+    def test_a_new_start_applies_the_language_also_to_errors(self):
+        window = self.open_window()
+        window.press("Settings")
+        window.choose("Language", "Deutsch")
+        window.press("Save")
+        window.until(lambda screen: screen.can_press("Restart now"), "the offer of a new start")
+        window.press("Restart now")
+        window.until(lambda screen: screen.can_press("Anmelden"), "the login panel in German")
+        window.do("type", row="BENUTZERNAME", text=self.operator)
+        window.do("type", row="PASSWORT", text="not the password")
+        window.press("Anmelden")
+        self.until_text(window, "KELVO-Anmeldefehler", "Der Benutzername oder das Passwort ist falsch.\n"
+                                                       "Prüfen Sie beides und melden Sie sich noch einmal an.")
+        window.press("OK")
+        self.assertEqual(window.close(), 0)
+
     @staticmethod
     def choice(window, text):
         """A button of the list of choices, not of the launcher under it."""

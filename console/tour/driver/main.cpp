@@ -1,5 +1,6 @@
 // The console with its window, operated by commands from outside.
 #include "console/session/ConsoleSettings.h"
+#include "console/session/TRestart.h"
 #include "console/tour/driver/TDriver.h"
 #include "console/window/WindowRun.h"
 
@@ -70,6 +71,7 @@ int Run(const QStringList& arguments)
 
 int main(int argc, char* argv[])
 {
+    const console::TRestart restart(argv);
     std::signal(SIGPIPE, SIG_IGN);
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -80,8 +82,10 @@ int main(int argc, char* argv[])
         arguments << QString::fromLocal8Bit(argv[i]);
     }
     int ownArgumentCount = 1;
-    const std::unique_ptr<QCoreApplication> application =
+    std::unique_ptr<QCoreApplication> application =
         console::MakeWindowApplication(ownArgumentCount, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kelvo-console-driver"));
-    return Run(arguments);
+    const int exitStatus = Run(arguments);
+    application.reset();
+    return restart.Run(exitStatus);
 }

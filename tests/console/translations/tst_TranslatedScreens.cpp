@@ -239,6 +239,7 @@ private Q_SLOTS:
         inUse.authorityFile = QStringLiteral("/nowhere/in/a/folder/far/below/all/the/others");
         inUse.positionSource = QStringLiteral("serial:/dev/serial/by-id/usb-receiver-1@115200");
         page.SetInUse(inUse);
+        page.OfferRestart(true);
         for (const bool isOn : {false, true}) {
             settings.isNight = settings.isFullScreen = settings.isDataExchangeAllowed = isOn;
             page.Show(settings);

@@ -234,6 +234,7 @@ private Q_SLOTS:
         page.SaveButton()->click();
         QVERIFY2(page.Message().contains(QStringLiteral("next start")),
                  qUtf8Printable(page.Message()));
+        QVERIFY(page.RestartButton()->isVisible() && !page.DiscardButton()->isVisible());
         QCOMPARE(page.Note(0), QStringLiteral("In use: The usual one"));
         QCOMPARE(hostimpl::CurrentTheme(), hostimpl::ETheme::eNight);
         const auto stored = console::ReadStoredSettings(ConfigManager::Instance());
@@ -298,6 +299,38 @@ private Q_SLOTS:
         QVERIFY(window.OnBackPressed());
         QCOMPARE(window.CurrentPage(), nullptr);
         QCOMPARE(m_session->LeaveQuestion(), nullptr);
+    }
+
+    void endsForANewStart()
+    {
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        page.Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        QVERIFY(!page.RestartButton()->isVisible());
+        page.SaveButton()->click();
+        page.Row(0)->SetTextValue(QStringLiteral("other.example"));
+        QVERIFY(!page.RestartButton()->isVisible() && page.DiscardButton()->isVisible());
+        page.DiscardButton()->click();
+        QSignalSpy ends(m_session.get(), &TWindowSession::EndRequested);
+        QVERIFY(!m_session->IsRestartWanted());
+        page.RestartButton()->click();
+        QCOMPARE(ends.count(), 1);
+        QVERIFY(m_session->IsRestartWanted());
+    }
+
+    void offersNoNewStartForTheSettingsOfThisStart()
+    {
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        const QString before = page.Row(0)->GetTextValue();
+        page.Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        page.SaveButton()->click();
+        page.Row(0)->SetTextValue(before);
+        page.SaveButton()->click();
+        QVERIFY(!page.RestartButton()->isVisible());
+        QCOMPARE(page.Message(), QStringLiteral("Kept."));
     }
 
     void asksBeforeTheEndIfChangesAreLost()
