@@ -19,7 +19,7 @@ struct TVerbRow
     QLatin1String help;
 };
 
-const std::array<TVerbRow, 11> verbTable = {{
+const std::array<TVerbRow, 12> verbTable = {{
     {EVerb::eLogin, QLatin1String("login"), EArguments::eNothing, true, QLatin1String("login [&]"),
      QLatin1String("log in; ends when all lists have come or the inboxes are set up")},
     {EVerb::eLogout, QLatin1String("logout"), EArguments::eNothing, true,
@@ -42,6 +42,8 @@ const std::array<TVerbRow, 11> verbTable = {{
      QLatin1String("print the hub's flags")},
     {EVerb::ePosition, QLatin1String("position"), EArguments::eNothing, false,
      QLatin1String("position"), QLatin1String("print the last fix, its quality and its age")},
+    {EVerb::eLink, QLatin1String("link"), EArguments::eNothing, false, QLatin1String("link"),
+     QLatin1String("print the state of the link and of the running transfer")},
     {EVerb::eQuit, QLatin1String("quit"), EArguments::eNothing, false, QLatin1String("quit"),
      QLatin1String("end the console; the end of the script does the same")},
 }};

@@ -24,6 +24,7 @@ enum class EVerb : std::uint8_t {
     eWait,
     eStatus,
     ePosition,
+    eLink,
     eQuit,
 };
 

@@ -1,6 +1,7 @@
 #include "console/headless/HeadlessSession.h"
 
 #include "console/headless/CommandParser.h"
+#include "console/headless/LinkPrinter.h"
 #include "console/headless/PositionPrinter.h"
 #include "console/headless/THeadlessRunner.h"
 #include "console/headless/TPositionOutput.h"
@@ -82,7 +83,8 @@ int RunScript(console::TPluginSession& session, const std::optional<QStringList>
     console::THeadlessRunner runner(
         *session.Hub(),
         {Print, [](int exitStatus) { QCoreApplication::exit(exitStatus); },
-         [&session] { return console::PositionLine(session.Position().State()); }},
+         [&session] { return console::PositionLine(session.Position().State()); },
+         [] { return console::LinkLine(kesdkimpl::ReadLinkStatus()); }},
         settings.timeoutSeconds * 1000);
     QString errorText;
     if (!session.Listen([&runner](const console::THubEvent& event) { runner.OnHubEvent(event); },

@@ -17,8 +17,8 @@ QString HelpText()
                "quotes:\n%1\n"
                "KIND is one of %2.\n\n"
                "Output: `signal NAME {ARGUMENTS}` for a signal, `ok COMMAND` or `FAILED COMMAND: "
-               "REASON`\nfor a command. `list`, `status` and `position` print their own line "
-               "before that.\n\n"
+               "REASON`\nfor a command. `list`, `status`, `position` and `link` print their own "
+               "line before that.\n\n"
                "Exit status: 0 success, 1 a command failed, 2 wrong usage, 3 the plug-in could not "
                "be loaded\nor started, 128+N ended by the signal N.")
         .arg(CommandHelp(), KindNames().join(QLatin1Char(' ')));

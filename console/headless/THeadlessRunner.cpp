@@ -121,6 +121,10 @@ void THeadlessRunner::Run(const TCommand& command)
         m_callbacks.print(StatusLine(m_hub));
         Succeed(command.verb);
         break;
+    case EVerb::eLink:
+        m_callbacks.print(m_callbacks.linkLine());
+        Succeed(command.verb);
+        break;
     case EVerb::ePosition:
         m_callbacks.print(m_callbacks.positionLine());
         Succeed(command.verb);
@@ -172,6 +176,7 @@ void THeadlessRunner::Request(const TCommand& command)
     case EVerb::eCancel:
     case EVerb::eWait:
     case EVerb::eStatus:
+    case EVerb::eLink:
     case EVerb::ePosition:
     case EVerb::eQuit:
         break;

@@ -24,6 +24,7 @@ struct TRunnerCallbacks
     std::function<void(const QByteArray& line)> print;
     std::function<void(int exitStatus)> finished; // called once
     std::function<QByteArray()> positionLine;     // the line of the command `position`
+    std::function<QByteArray()> linkLine;         // the line of the command `link`
 };
 
 // Runs the commands one after the other and waits for the end of each command. Prints a line for

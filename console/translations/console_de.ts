@@ -179,10 +179,6 @@
         <translation>Verbunden</translation>
     </message>
     <message>
-        <source>Connection lost</source>
-        <translation>Verbindung verloren</translation>
-    </message>
-    <message>
         <source>%1 s</source>
         <translation>%1 s</translation>
     </message>
@@ -195,8 +191,28 @@
         <translation>Position seit %1 verloren</translation>
     </message>
     <message>
-        <source>Login failed</source>
-        <translation>Login fehlgeschlagen</translation>
+        <source>No network</source>
+        <translation>Kein Netz</translation>
+    </message>
+    <message>
+        <source>Service does not answer</source>
+        <translation>Dienst antwortet nicht</translation>
+    </message>
+    <message>
+        <source>Network wants a login</source>
+        <translation>Netz verlangt Anmeldung</translation>
+    </message>
+    <message>
+        <source>Clock is wrong</source>
+        <translation>Uhr geht falsch</translation>
+    </message>
+    <message>
+        <source>Service not trusted</source>
+        <translation>Dienst nicht sicher</translation>
+    </message>
+    <message>
+        <source>since %1</source>
+        <translation>seit %1</translation>
     </message>
 </context>
 <context>

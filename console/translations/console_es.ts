@@ -179,10 +179,6 @@
         <translation>Conectado</translation>
     </message>
     <message>
-        <source>Connection lost</source>
-        <translation>Conexión perdida</translation>
-    </message>
-    <message>
         <source>%1 s</source>
         <translation>%1 s</translation>
     </message>
@@ -195,8 +191,28 @@
         <translation>Posición perdida hace %1</translation>
     </message>
     <message>
-        <source>Login failed</source>
-        <translation>Sesión fallida</translation>
+        <source>No network</source>
+        <translation>Sin red</translation>
+    </message>
+    <message>
+        <source>Service does not answer</source>
+        <translation>El servicio no responde</translation>
+    </message>
+    <message>
+        <source>Network wants a login</source>
+        <translation>La red pide iniciar sesión</translation>
+    </message>
+    <message>
+        <source>Clock is wrong</source>
+        <translation>Reloj incorrecto</translation>
+    </message>
+    <message>
+        <source>Service not trusted</source>
+        <translation>Servicio no fiable</translation>
+    </message>
+    <message>
+        <source>since %1</source>
+        <translation>desde %1</translation>
     </message>
 </context>
 <context>

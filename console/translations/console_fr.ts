@@ -179,10 +179,6 @@
         <translation>Connecté</translation>
     </message>
     <message>
-        <source>Connection lost</source>
-        <translation>Connexion perdue</translation>
-    </message>
-    <message>
         <source>%1 s</source>
         <translation>%1 s</translation>
     </message>
@@ -195,8 +191,28 @@
         <translation>Position perdue depuis %1</translation>
     </message>
     <message>
-        <source>Login failed</source>
-        <translation>Échec de connexion</translation>
+        <source>No network</source>
+        <translation>Pas de réseau</translation>
+    </message>
+    <message>
+        <source>Service does not answer</source>
+        <translation>Le service ne répond pas</translation>
+    </message>
+    <message>
+        <source>Network wants a login</source>
+        <translation>Réseau à connexion requise</translation>
+    </message>
+    <message>
+        <source>Clock is wrong</source>
+        <translation>Horloge fausse</translation>
+    </message>
+    <message>
+        <source>Service not trusted</source>
+        <translation>Service non fiable</translation>
+    </message>
+    <message>
+        <source>since %1</source>
+        <translation>depuis %1</translation>
     </message>
 </context>
 <context>

@@ -179,10 +179,6 @@
         <translation>Połączono</translation>
     </message>
     <message>
-        <source>Connection lost</source>
-        <translation>Utracono połączenie</translation>
-    </message>
-    <message>
         <source>%1 s</source>
         <translation>%1 s</translation>
     </message>
@@ -195,8 +191,28 @@
         <translation>Pozycja utracona %1 temu</translation>
     </message>
     <message>
-        <source>Login failed</source>
-        <translation>Błąd logowania</translation>
+        <source>No network</source>
+        <translation>Brak sieci</translation>
+    </message>
+    <message>
+        <source>Service does not answer</source>
+        <translation>Usługa nie odpowiada</translation>
+    </message>
+    <message>
+        <source>Network wants a login</source>
+        <translation>Sieć wymaga logowania</translation>
+    </message>
+    <message>
+        <source>Clock is wrong</source>
+        <translation>Zegar jest błędny</translation>
+    </message>
+    <message>
+        <source>Service not trusted</source>
+        <translation>Usługa niezaufana</translation>
+    </message>
+    <message>
+        <source>since %1</source>
+        <translation>od %1</translation>
     </message>
 </context>
 <context>

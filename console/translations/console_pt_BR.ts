@@ -179,10 +179,6 @@
         <translation>Conectado</translation>
     </message>
     <message>
-        <source>Connection lost</source>
-        <translation>Conexão perdida</translation>
-    </message>
-    <message>
         <source>%1 s</source>
         <translation>%1 s</translation>
     </message>
@@ -195,8 +191,28 @@
         <translation>Posição perdida há %1</translation>
     </message>
     <message>
-        <source>Login failed</source>
-        <translation>Falha no login</translation>
+        <source>No network</source>
+        <translation>Sem rede</translation>
+    </message>
+    <message>
+        <source>Service does not answer</source>
+        <translation>O serviço não responde</translation>
+    </message>
+    <message>
+        <source>Network wants a login</source>
+        <translation>A rede exige login</translation>
+    </message>
+    <message>
+        <source>Clock is wrong</source>
+        <translation>Relógio errado</translation>
+    </message>
+    <message>
+        <source>Service not trusted</source>
+        <translation>Serviço não confiável</translation>
+    </message>
+    <message>
+        <source>since %1</source>
+        <translation>desde %1</translation>
     </message>
 </context>
 <context>

@@ -1,6 +1,10 @@
 #include "console/window/StatusTexts.h"
 
+#include "host/TLocalTime.h"
+
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDateTime>
+#include <QtCore/QLocale>
 
 #include <array>
 #include <cmath>
@@ -9,6 +13,9 @@
 namespace {
 
 using console::TPositionState;
+using kesdkimpl::EProblem;
+using kesdkimpl::ESession;
+using kesdkimpl::LinkStatus;
 
 struct TRow
 {
@@ -34,13 +41,21 @@ constexpr std::array<const char*, 9> qualityTexts = {{
     QT_TRANSLATE_NOOP("StatusBar", "manual"),
     QT_TRANSLATE_NOOP("StatusBar", "simulated"),
 }};
-constexpr std::array<TRow, 6> linkRows = {{
+constexpr std::array<TRow, 6> sessionRows = {{
     {"link-down", QT_TRANSLATE_NOOP("StatusBar", "No plug-in")},
+    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Logged out")},
+    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Logged out")},
     {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Logged out")},
     {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Connecting...")},
     {"link-up", QT_TRANSLATE_NOOP("StatusBar", "Connected")},
-    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Login failed")},
-    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Connection lost")},
+}};
+constexpr std::array<const char*, 6> problemTexts = {{
+    "",
+    QT_TRANSLATE_NOOP("StatusBar", "No network"),
+    QT_TRANSLATE_NOOP("StatusBar", "Service does not answer"),
+    QT_TRANSLATE_NOOP("StatusBar", "Network wants a login"),
+    QT_TRANSLATE_NOOP("StatusBar", "Clock is wrong"),
+    QT_TRANSLATE_NOOP("StatusBar", "Service not trusted"),
 }};
 
 template <typename TTable, typename TEnum>
@@ -68,6 +83,15 @@ QString Age(const TPositionState& state)
                          : QCoreApplication::translate("StatusBar", "%1 min").arg(seconds / 60);
 }
 
+// The time of day; with the day of the week if that was not today.
+QString TimeText(std::int64_t wallS)
+{
+    const QDateTime time = QDateTime::fromSecsSinceEpoch(wallS);
+    const bool isToday = time.date() == TLocalTime::currentDateTime().date();
+    return QLocale().toString(time,
+                              isToday ? QStringLiteral("HH:mm") : QStringLiteral("ddd HH:mm"));
+}
+
 } // namespace
 
 namespace console {
@@ -90,10 +114,21 @@ TStatusWords PositionWords(const TPositionState& state)
     return {QString::fromLatin1(row.iconName), Translate(row.text)};
 }
 
-TStatusWords LinkWords(ELinkState state)
+// Without a session and without a failed login nothing is tried, so an old problem says nothing.
+TStatusWords LinkWords(const LinkStatus& status)
 {
-    const TRow& row = Row(linkRows, state);
-    return {QString::fromLatin1(row.iconName), Translate(row.text)};
+    const bool isTried =
+        status.session == ESession::eLoggedIn || status.session == ESession::eLoginFailed;
+    if (!isTried || status.problem == EProblem::eNone) {
+        const TRow& row = Row(sessionRows, status.session);
+        return {QString::fromLatin1(row.iconName), Translate(row.text)};
+    }
+    QString text = Translate(Row(problemTexts, status.problem));
+    if (status.offlineSince && status.problem != EProblem::eClockWrong) {
+        text += QLatin1Char('\n') + QCoreApplication::translate("StatusBar", "since %1")
+                                        .arg(TimeText(status.offlineSince->wallS));
+    }
+    return {QStringLiteral("link-down"), text};
 }
 
 } // namespace console

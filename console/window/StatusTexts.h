@@ -2,7 +2,7 @@
 #pragma once
 
 #include "console/position/PositionState.h"
-#include "console/window/TLinkMonitor.h"
+#include "kesdkimpl/LinkStatus.h"
 
 #include <QtCore/QString>
 
@@ -15,6 +15,6 @@ struct TStatusWords
 };
 
 TStatusWords PositionWords(const TPositionState& state);
-TStatusWords LinkWords(ELinkState state);
+TStatusWords LinkWords(const kesdkimpl::LinkStatus& status);
 
 } // namespace console

@@ -14,6 +14,8 @@ const QColor signColour(0xff, 0xc1, 0x07);
 
 namespace console {
 
+using kesdkimpl::ESession;
+
 TLinkBanner::TLinkBanner(QWidget* parent) : QFrame(parent), m_text(new QLabel)
 {
     setAutoFillBackground(true);
@@ -33,15 +35,15 @@ TLinkBanner::TLinkBanner(QWidget* parent) : QFrame(parent), m_text(new QLabel)
     hide();
 }
 
-void TLinkBanner::Show(ELinkState state, const QString& reason)
+void TLinkBanner::Show(ESession session, const QString& reason)
 {
     QString text;
-    if (state == ELinkState::eFailed) {
+    if (session == ESession::eLoginFailed) {
         text = tr("The login has failed.");
         if (!reason.isEmpty()) {
             text += QLatin1Char(' ') + reason;
         }
-    } else if (state == ELinkState::eLost) {
+    } else if (session == ESession::eSessionEnded) {
         text = tr("The connection to the service has ended. Log in again to go on.");
     }
     m_text->setText(text);

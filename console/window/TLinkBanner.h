@@ -1,7 +1,7 @@
 // The message that the link to the service has failed.
 #pragma once
 
-#include "console/window/TLinkMonitor.h"
+#include "kesdkimpl/LinkStatus.h"
 
 #include <QtWidgets/QFrame>
 
@@ -19,7 +19,8 @@ class TLinkBanner : public QFrame
 public:
     explicit TLinkBanner(QWidget* parent = nullptr);
 
-    void Show(ELinkState state, const QString& reason);
+    // `reason`: of the failed login, simple HTML; may be empty.
+    void Show(kesdkimpl::ESession session, const QString& reason);
     QString Text() const;
 
 private:

@@ -33,7 +33,7 @@ TStatusBar::TStatusBar(QWidget* parent)
         row->addWidget(item, item == m_position ? 1 : 0);
     }
     ShowPosition({});
-    ShowLink(ELinkState::eNone);
+    ShowLink({});
     ShowTime();
     connect(&m_tick, &QTimer::timeout, this, &TStatusBar::ShowTime);
     m_tick.start(tickMs);
@@ -45,9 +45,9 @@ void TStatusBar::ShowPosition(const TPositionState& state)
     m_position->Show(words.iconName, words.text);
 }
 
-void TStatusBar::ShowLink(ELinkState state)
+void TStatusBar::ShowLink(const kesdkimpl::LinkStatus& status)
 {
-    const TStatusWords words = LinkWords(state);
+    const TStatusWords words = LinkWords(status);
     m_link->Show(words.iconName, words.text);
 }
 

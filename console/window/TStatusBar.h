@@ -2,7 +2,7 @@
 #pragma once
 
 #include "console/position/PositionState.h"
-#include "console/window/TLinkMonitor.h"
+#include "kesdkimpl/LinkStatus.h"
 
 #include <QtCore/QTimer>
 #include <QtWidgets/QFrame>
@@ -22,7 +22,7 @@ public:
     explicit TStatusBar(QWidget* parent = nullptr);
 
     void ShowPosition(const TPositionState& state);
-    void ShowLink(ELinkState state);
+    void ShowLink(const kesdkimpl::LinkStatus& status);
 
     QString PositionText() const;
     QString LinkText() const;

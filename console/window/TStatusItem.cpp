@@ -15,6 +15,13 @@ constexpr int leastTextWidth = 72;
 // Splits a text that is too wide at the last gap between two parts that fits the first line.
 QStringList Lines(const QString& text, const QFontMetrics& metrics, int width)
 {
+    if (text.contains(QLatin1Char('\n'))) {
+        QStringList lines = text.split(QLatin1Char('\n'));
+        for (QString& line : lines) {
+            line = metrics.elidedText(line, Qt::ElideRight, width);
+        }
+        return lines;
+    }
     QString first = text;
     while (metrics.horizontalAdvance(first) > width) {
         const int end = first.lastIndexOf(QStringLiteral("  "));
@@ -52,7 +59,7 @@ void TStatusItem::Show(const QString& iconName, const QString& text)
 
 QSize TStatusItem::sizeHint() const
 {
-    return {iconExtent + 2 * gap + fontMetrics().horizontalAdvance(m_text), iconExtent};
+    return {iconExtent + 2 * gap + fontMetrics().size(0, m_text).width(), iconExtent};
 }
 
 QSize TStatusItem::minimumSizeHint() const

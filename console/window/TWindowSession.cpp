@@ -16,16 +16,23 @@
 #include <QtGui/QPixmap>
 #include <QtGui/QScreen>
 
+#include <utility>
+
 namespace {
 
-constexpr int positionTickMs = 250;
+constexpr int tickMs = 250;
 
 } // namespace
 
 namespace console {
 
-TWindowSession::TWindowSession(const TConsoleSettings& settings, const TStoredSettings& stored)
-    : m_settings(settings), m_stored(stored), m_atStart(stored), m_inUse(stored)
+TWindowSession::TWindowSession(const TConsoleSettings& settings, const TStoredSettings& stored,
+                               TReadLink readLink)
+    : m_settings(settings),
+      m_stored(stored),
+      m_atStart(stored),
+      m_inUse(stored),
+      m_readLink(std::move(readLink))
 {
     m_inUse.service = qEnvironmentVariable("KELVO_API_HOST");
     m_inUse.authorityFile = qEnvironmentVariable("KESDK_CA_FILE");
@@ -90,11 +97,12 @@ void TWindowSession::ConnectWindow()
         RequestEnd();
     });
     connect(m_screens.get(), &TPluginScreens::Failed, this, &TWindowSession::ShowMessage);
-    connect(&m_link, &TLinkMonitor::Changed, this, &TWindowSession::ShowLink);
-    // Polled, because a source may bring more fixes than the window can draw.
-    connect(&m_positionTick, &QTimer::timeout, m_window.get(),
-            [this] { m_window->Status().ShowPosition(m_plugin.Position().State()); });
-    m_positionTick.start(positionTickMs);
+    // Polled, because there may be more fixes and more moved bytes than the window can draw.
+    connect(&m_tick, &QTimer::timeout, m_window.get(), [this] {
+        m_window->Status().ShowPosition(m_plugin.Position().State());
+        ShowLink();
+    });
+    m_tick.start(tickMs);
 }
 
 // A request before WorkerReady() is lost: until then there are no screens to make a request with.
@@ -116,24 +124,29 @@ void TWindowSession::CreateScreens()
         return;
     }
     QString errorText;
-    const auto onEvent = [this](const THubEvent& event) {
-        m_link.OnHubEvent(event);
-        m_listing.OnHubEvent(event);
-    };
-    if (!m_plugin.Listen(onEvent, errorText)) {
+    if (!m_plugin.Listen([this](const THubEvent& event) { OnHubEvent(event); }, errorText)) {
         ShowMessage(errorText);
         return;
     }
-    m_link.SetAvailable(true);
     if (!m_plugin.CreateScreens(errorText)) {
         ShowMessage(errorText);
     }
 }
 
+void TWindowSession::OnHubEvent(const THubEvent& event)
+{
+    if (event.signal == EHubSignal::eLoginInProgress || event.signal == EHubSignal::eLoginFailed) {
+        m_loginFailure = event.message.value_or(QString());
+    }
+    m_listing.OnHubEvent(event);
+    ShowLink();
+}
+
 void TWindowSession::ShowLink()
 {
-    m_window->Status().ShowLink(m_link.State());
-    m_window->Banner().Show(m_link.State(), m_link.Reason());
+    const kesdkimpl::LinkStatus status = m_readLink();
+    m_window->Status().ShowLink(status);
+    m_window->Banner().Show(status.session, m_loginFailure);
 }
 
 void TWindowSession::RequestEnd()

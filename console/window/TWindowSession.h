@@ -4,12 +4,12 @@
 #include "console/session/ConsoleSettings.h"
 #include "console/session/TPluginSession.h"
 #include "console/settings/StoredSettings.h"
-#include "console/window/TLinkMonitor.h"
 #include "console/window/TListingMonitor.h"
 #include "console/window/TMainWindow.h"
 #include "console/window/TPluginScreens.h"
 #include "hostimpl/TSurfaceRegister.h"
 #include "hostimpl/TWheelInput.h"
+#include "kesdkimpl/LinkStatus.h"
 
 #include <QtCore/QTimer>
 
@@ -34,8 +34,11 @@ class TWindowSession : public QObject
     Q_OBJECT
 
 public:
+    using TReadLink = std::function<kesdkimpl::LinkStatus()>;
+
     // `settings`: the command line, completed by the stored settings. The host framework is set up.
-    TWindowSession(const TConsoleSettings& settings, const TStoredSettings& stored);
+    TWindowSession(const TConsoleSettings& settings, const TStoredSettings& stored,
+                   TReadLink readLink = &kesdkimpl::ReadLinkStatus);
     ~TWindowSession() override;
 
     void Begin();
@@ -55,7 +58,6 @@ public:
     TMessageDialog* LeaveQuestion() const { return m_leaveQuestion.get(); }
     // The dialog with the last message; null if there was no message.
     TMessageDialog* Dialog() const { return m_dialog.get(); }
-    const TLinkMonitor& Link() const { return m_link; }
 
 Q_SIGNALS:
     void EndRequested();
@@ -64,6 +66,7 @@ private:
     void ConnectWindow();
     void StartPlugin();
     void CreateScreens();
+    void OnHubEvent(const THubEvent& event);
     void ShowLink();
     void OpenSettings();
     void SaveSettings(const TStoredSettings& settings);
@@ -78,7 +81,8 @@ private:
     TStoredSettings m_stored;
     const TStoredSettings m_atStart;
     TStoredSettings m_inUse;
-    TLinkMonitor m_link;
+    const TReadLink m_readLink;
+    QString m_loginFailure; // the plug-in's reason, simple HTML
     TListingMonitor m_listing;
     hostimpl::TWheelInput m_wheel;
     std::unique_ptr<TMainWindow> m_window;
@@ -89,7 +93,7 @@ private:
     std::unique_ptr<TMessageDialog> m_dialog;
     std::unique_ptr<TMessageDialog> m_leaveQuestion;
     TPluginSession m_plugin;
-    QTimer m_positionTick;
+    QTimer m_tick;
     bool m_isEnding = false;
     bool m_isRestartWanted = false;
 };

@@ -7,6 +7,7 @@ INCLUDE_ROOTS = (
     "platform/host/impl",
     "platform/host/src",
     "platform/kesdk/include",
+    "platform/kesdk/impl",
     "platform/kesdk/src",
     "tests",
 )
@@ -51,6 +52,7 @@ class Rule:
 
 HOST_CONTRACT = "platform/host/include"
 SDK_CONTRACT = "platform/kesdk/include"
+SDK_STATUS = "platform/kesdk/impl"  # for consoles
 
 # The first rule whose folder contains a file applies to the file.
 RULES = (
@@ -67,35 +69,36 @@ RULES = (
          ["QtCore", "QtGui", "QtWidgets", "QtQuick", "QtQuickWidgets", "QtQml"],
          ["archive", "sodium", "zlib"]),
     Rule("platform/kesdk/include"),
+    Rule("platform/kesdk/impl"),
     # The SDK's layers: each layer may include only lower layers.
-    Rule("platform/kesdk/src/base", [], [], ["openssl", "json", "zlib"]),
+    Rule("platform/kesdk/src/base", [SDK_STATUS], [], ["openssl", "json", "zlib"]),
     Rule("platform/kesdk/src/http", ["platform/kesdk/src/base"], [], ["curl", "openssl", "zlib"]),
     Rule("platform/kesdk/src/client",
-         ["platform/kesdk/src/http", "platform/kesdk/src/base", SDK_CONTRACT], [],
+         ["platform/kesdk/src/http", "platform/kesdk/src/base", SDK_CONTRACT, SDK_STATUS], [],
          ["json", "openssl", "zlib"]),
     Rule("platform/kesdk/src/account",
          ["platform/kesdk/src/client", "platform/kesdk/src/http", "platform/kesdk/src/base",
           SDK_CONTRACT], [], ["json"]),
     Rule("platform/kesdk/src/transfer",
          ["platform/kesdk/src/client", "platform/kesdk/src/http", "platform/kesdk/src/base",
-          SDK_CONTRACT], [], ["json", "openssl"]),
-    Rule("platform/kesdk", [SDK_CONTRACT], [], ["boost", "curl", "openssl", "json", "zlib"]),
+          SDK_CONTRACT, SDK_STATUS], [], ["json", "openssl"]),
+    Rule("platform/kesdk", [SDK_CONTRACT, SDK_STATUS], [], ["boost", "curl", "openssl", "json", "zlib"]),
     Rule("console/position/nmea"),
     Rule("console/position", [HOST_CONTRACT, "platform/host/impl"], ["QtCore", "QtNetwork"]),
     Rule("console/session",
-         ["console/position", HOST_CONTRACT, "platform/host/impl", *CONSOLE_VIEW_OF_THE_PLUGIN],
-         ["QtCore"]),
+         ["console/position", HOST_CONTRACT, "platform/host/impl", SDK_STATUS,
+          *CONSOLE_VIEW_OF_THE_PLUGIN], ["QtCore"]),
     # The window and the headless console do not include each other.
     Rule("console/headless",
-         ["console/session", "console/position", HOST_CONTRACT, "platform/host/impl",
+         ["console/session", "console/position", HOST_CONTRACT, "platform/host/impl", SDK_STATUS,
           *CONSOLE_VIEW_OF_THE_PLUGIN], ["QtCore"]),
     Rule("console/settings",
          ["console/session", "console/position", HOST_CONTRACT, "platform/host/impl"],
          ["QtCore", "QtWidgets"]),
     Rule("console/window",
          ["console/session", "console/settings", "console/position", HOST_CONTRACT,
-          "platform/host/impl"], ["QtCore", "QtGui", "QtWidgets"]),
-    Rule("console", [HOST_CONTRACT, "platform/host/impl", *CONSOLE_VIEW_OF_THE_PLUGIN],
+          "platform/host/impl", SDK_STATUS], ["QtCore", "QtGui", "QtWidgets"]),
+    Rule("console", [HOST_CONTRACT, "platform/host/impl", SDK_STATUS, *CONSOLE_VIEW_OF_THE_PLUGIN],
          ["QtCore", "QtGui", "QtWidgets", "QtNetwork", "QtPositioning", "QtSerialPort", "QtQuick",
           "QtQuickWidgets", "QtQml", "QtTest", "QtSvg"]),
     # The service's layers: arrows go downwards only. kelvoctl is a client and gets base/ only.

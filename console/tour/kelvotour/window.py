@@ -13,7 +13,7 @@ from .display import Display
 
 GUARD_SECONDS = 120  # ends only a process that hangs
 LOOK_SECONDS = 0.02  # between two looks
-VOLATILE = re.compile(r"^\d\d:\d\d$|\d°")
+VOLATILE = re.compile(r"\d\d:\d\d$|\d°")
 
 
 class WindowError(Exception):
@@ -24,7 +24,7 @@ class Window:
     """One run of the console with its window, as a process. A transcript holds the commands and answers."""
 
     def __init__(self, binaries, service_address, ca, data, transcript, *, size="1280x800", options=(),
-                 environment=None):
+                 environment=None, prefix=()):
         self._transcript = open(transcript, "a", encoding="utf-8")
         self._log_path = f"{transcript}.stderr"
         own = {name: value for name, value in os.environ.items()
@@ -38,7 +38,7 @@ class Window:
         own.update(environment or {})
         with open(self._log_path, "ab") as log:
             self.process = subprocess.Popen(
-                [str(binaries.driver), "--plugin", str(binaries.plugin), "--service", service_address, "--ca", str(ca),
+                [*prefix, str(binaries.driver), "--plugin", str(binaries.plugin), "--service", service_address, "--ca", str(ca),
                  "--data", str(data), "--size", size, *options],
                 stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=log, text=True, env=own)
 

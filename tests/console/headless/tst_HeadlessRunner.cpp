@@ -18,7 +18,7 @@ struct TFixture
         : runner(hub,
                  {[this](const QByteArray& line) { lines << QString::fromUtf8(line); },
                   [this](int status) { exitStatus = status; },
-                  [] { return QByteArray("position {}"); }},
+                  [] { return QByteArray("position {}"); }, [] { return QByteArray("link {}"); }},
                  timeoutMs),
           listener([this](const console::THubEvent& event) { runner.OnHubEvent(event); })
     {

@@ -111,7 +111,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("settings");
         QTest::addColumn<QString>("close");
         QTest::addColumn<QString>("service");
-        QTest::addColumn<QString>("lost");
+        QTest::addColumn<QString>("offline");
         QTest::addColumn<QString>("missing");
         QTest::addColumn<QString>("refusal");
         const auto row = [](const char* code, const char* settings, const char* close,
@@ -121,17 +121,17 @@ private Q_SLOTS:
                                 << QString::fromUtf8(service) << QString::fromUtf8(lost)
                                 << QString::fromUtf8(missing) << QString::fromUtf8(refusal);
         };
-        row("", "Settings", "Close", "Service", "Connection lost", "There is no plug-in",
+        row("", "Settings", "Close", "Service", "No network", "There is no plug-in",
             "Position source: \"stars\" is none of");
-        row("de", "Setup", "Schließen", "Dienst", "Verbindung verloren", "Es gibt kein Plug-in",
+        row("de", "Setup", "Schließen", "Dienst", "Kein Netz", "Es gibt kein Plug-in",
             "Positionsquelle: \"stars\" ist nichts von");
-        row("fr", "Réglages", "Fermer", "Service", "Connexion perdue", "Il n'y a pas de plug-in",
+        row("fr", "Réglages", "Fermer", "Service", "Pas de réseau", "Il n'y a pas de plug-in",
             "Source de position\u00a0: \"stars\" n'est ni");
-        row("es", "Ajustes", "Cerrar", "Servicio", "Conexión perdida", "No existe el complemento",
+        row("es", "Ajustes", "Cerrar", "Servicio", "Sin red", "No existe el complemento",
             "Fuente de posición: \"stars\" no es");
-        row("pt_BR", "Ajustes", "Fechar", "Serviço", "Conexão perdida", "Não existe o plug-in",
+        row("pt_BR", "Ajustes", "Fechar", "Serviço", "Sem rede", "Não existe o plug-in",
             "Fonte de posição: \"stars\" não é");
-        row("pl", "Opcje", "Zamknij", "Usługa", "Utracono połączenie", "Nie ma wtyczki",
+        row("pl", "Opcje", "Zamknij", "Usługa", "Brak sieci", "Nie ma wtyczki",
             "Źródło pozycji: \"stars\" to nie");
     }
 
@@ -139,7 +139,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, settings);
         QFETCH(QString, close);
-        QFETCH(QString, lost);
+        QFETCH(QString, offline);
         QFETCH(QString, missing);
         QFETCH(QString, refusal);
         const TInLanguage inLanguage(QString::fromLatin1(QTest::currentDataTag()));
@@ -150,7 +150,10 @@ private Q_SLOTS:
                               QPixmap());
         dialog.EnableButton(TMessageDialog::eButton0, true); // which builds the dialog
         QCOMPARE(dialog.GetMessageDialogButton(TMessageDialog::eButton0)->text(), close);
-        QCOMPARE(console::LinkWords(console::ELinkState::eLost).text, lost);
+        kesdkimpl::LinkStatus status;
+        status.session = kesdkimpl::ESession::eLoggedIn;
+        status.problem = kesdkimpl::EProblem::eNoNetwork;
+        QCOMPARE(console::LinkWords(status).text, offline);
 
         QString errorText;
         console::TPluginHost plugin;

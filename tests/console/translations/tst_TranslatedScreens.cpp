@@ -29,7 +29,8 @@
 
 #include <memory>
 
-using console::ELinkState;
+using kesdkimpl::EProblem;
+using kesdkimpl::ESession;
 
 class TTranslatedScreensTest : public kelvo::test::TTestCase
 {
@@ -64,6 +65,23 @@ private:
             positions << state;
         }
         return positions;
+    }
+
+    // Every session, and every problem on a day before today.
+    static QList<kesdkimpl::LinkStatus> Links()
+    {
+        QList<kesdkimpl::LinkStatus> links;
+        kesdkimpl::LinkStatus status;
+        for (int session = 0; session <= int(ESession::eLoggedIn); ++session) {
+            status.session = static_cast<ESession>(session);
+            links << status;
+        }
+        status.offlineSince = kesdkimpl::Moment{1800000000, {}};
+        for (int problem = 1; problem <= int(EProblem::eNotTrusted); ++problem) {
+            status.problem = static_cast<EProblem>(problem);
+            links << status;
+        }
+        return links;
     }
 
     // Each of the settings has another invalid value.
@@ -162,14 +180,14 @@ private Q_SLOTS:
             if (hasMiniView) {
                 window.Dock().Add(&mini);
             }
-            for (const ELinkState state :
-                 {ELinkState::eNone, ELinkState::eLoggedOut, ELinkState::eConnecting,
-                  ELinkState::eUp, ELinkState::eFailed, ELinkState::eLost}) {
-                window.Status().ShowLink(state);
-                window.Banner().Show(state, QString());
+            for (const kesdkimpl::LinkStatus& link : Links()) {
+                window.Status().ShowLink(link);
+                window.Banner().Show(link.session, QString());
                 for (const console::TPositionState& position : Positions()) {
                     window.Status().ShowPosition(position);
-                    QCOMPARE(Faults(window), QString());
+                    const QString faults = Faults(window);
+                    QVERIFY2(faults.isEmpty(), qUtf8Printable(faults + QLatin1String("; ") +
+                                                              window.Status().LinkText()));
                 }
             }
         }

@@ -18,8 +18,8 @@
 #include <QtGui/QCloseEvent>
 #include <QtTest/QSignalSpy>
 
-using console::ELinkState;
 using console::TMainWindow;
+using kesdkimpl::ESession;
 
 class TMainWindowTest : public kelvo::test::TTestCase
 {
@@ -63,7 +63,7 @@ private Q_SLOTS:
         window.Launcher().AddPage(&full, full.SurfaceIcon(), full.SurfaceTitle(), QString());
         window.AddPage(&full, full.SurfaceTitle());
         window.ShowPage(isPageOpen ? &full : nullptr);
-        window.Banner().Show(ELinkState::eFailed,
+        window.Banner().Show(ESession::eLoginFailed,
                              QStringLiteral("There is no way to the service. Check the network, "
                                             "then log in again."));
         window.Home().SetNotice(
@@ -147,18 +147,16 @@ private Q_SLOTS:
     {
         TMainWindow window;
         window.show();
-        for (const ELinkState quiet : {ELinkState::eNone, ELinkState::eLoggedOut,
-                                       ELinkState::eConnecting, ELinkState::eUp}) {
+        for (const ESession quiet : {ESession::eNoConnection, ESession::eLoggedOut,
+                                     ESession::eConnecting, ESession::eLoggedIn}) {
             window.Banner().Show(quiet, QString());
             QVERIFY(!window.Banner().isVisible());
         }
-        window.Banner().Show(ELinkState::eFailed, QStringLiteral("There is no way."));
+        window.Banner().Show(ESession::eLoginFailed, QStringLiteral("There is no way."));
         QVERIFY(window.Banner().isVisible());
         QVERIFY(window.Banner().Text().contains(QStringLiteral("There is no way.")));
-        window.Banner().Show(ELinkState::eLost, QString());
+        window.Banner().Show(ESession::eSessionEnded, QString());
         QVERIFY(window.Banner().isVisible());
-        window.Status().ShowLink(ELinkState::eLost);
-        QCOMPARE(window.Status().LinkText(), QStringLiteral("Connection lost"));
     }
 
     void showsThePosition()
@@ -187,10 +185,8 @@ private Q_SLOTS:
     void hasAnIconForEachState()
     {
         const QStringList names = hostimpl::ThemeIconNames();
-        for (int state = 0; state < 6; ++state) {
-            QVERIFY(names.contains(console::LinkWords(static_cast<ELinkState>(state)).iconName));
-        }
-        for (const char* const name : {"home", "settings", "sun", "moon", "gps-fix", "gps-lost"}) {
+        for (const char* const name :
+             {"home", "settings", "sun", "moon", "gps-fix", "gps-lost", "link-up", "link-down"}) {
             QVERIFY2(names.contains(QLatin1String(name)), name);
         }
     }

@@ -39,12 +39,13 @@ class TWindowSessionTest : public kelvo::test::TTestCase
 private:
     QTemporaryDir m_folder;
     std::unique_ptr<TWindowSession> m_session;
+    kesdkimpl::LinkStatus m_status;
 
     void Begin(const QString& plugin, const console::TStoredSettings& stored)
     {
         console::TConsoleSettings settings;
         settings.pluginPath = plugin;
-        m_session = std::make_unique<TWindowSession>(settings, stored);
+        m_session = std::make_unique<TWindowSession>(settings, stored, [this] { return m_status; });
         m_session->Begin();
     }
 
@@ -92,6 +93,7 @@ private Q_SLOTS:
     void init()
     {
         Log().clear();
+        m_status = {};
         qunsetenv("SCREENS_PLUGIN_THROWS");
         qunsetenv("SCREENS_PLUGIN_FORGETS");
         console::TStoredSettings defaults;
@@ -210,17 +212,32 @@ private Q_SLOTS:
     {
         Begin(ScreensPlugin_PATH);
         QVERIFY(WaitForScreens());
-        QCOMPARE(m_session->Window()->Status().LinkText(), QStringLiteral("Logged out"));
+        const console::TLinkBanner& banner = m_session->Window()->Banner();
         Hub()->OnLoggingIntoKelvo();
+        m_status.session = kesdkimpl::ESession::eLoginFailed;
         Hub()->OnLoginToKelvoFailed(QStringLiteral("There is no way to the service."));
-        QVERIFY(m_session->Window()->Banner().isVisible());
-        QVERIFY(m_session->Window()->Banner().Text().contains(QStringLiteral("no way")));
-        QCOMPARE(m_session->Window()->Status().LinkText(), QStringLiteral("Login failed"));
+        QVERIFY(banner.isVisible());
+        QVERIFY(banner.Text().contains(QStringLiteral("no way")));
+        m_status.session = kesdkimpl::ESession::eLoggedIn;
         Hub()->OnLoggingIntoKelvo();
-        Hub()->OnLoggedIntoKelvo();
-        QVERIFY(!m_session->Window()->Banner().isVisible());
-        Hub()->OnLoggedOutOfKelvo();
-        QVERIFY(m_session->Window()->Banner().isVisible());
+        QVERIFY(!banner.isVisible());
+        m_status.session = kesdkimpl::ESession::eLoginFailed;
+        Hub()->OnLoginToKelvoFailed(QString());
+        QVERIFY2(!banner.Text().contains(QStringLiteral("no way")),
+                 "the reason of an earlier login");
+    }
+
+    void showsANewStateOfTheLinkWithoutASignalOfTheHub()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        const console::TStatusBar& bar = m_session->Window()->Status();
+        m_status.session = kesdkimpl::ESession::eLoggedIn;
+        QTRY_COMPARE(bar.LinkText(), QStringLiteral("Connected"));
+        m_status.problem = kesdkimpl::EProblem::eNoAnswer;
+        QTRY_COMPARE(bar.LinkText(), QStringLiteral("Service does not answer"));
+        m_status.problem = kesdkimpl::EProblem::eNone;
+        QTRY_COMPARE(bar.LinkText(), QStringLiteral("Connected"));
     }
 
     void storesChangedSettings()

@@ -55,6 +55,8 @@ class Link:
             return self._done.count("reset")
 
     def close(self):
+        if self._loop.is_closed():
+            return
         asyncio.run_coroutine_threadsafe(self._proxy.close(), self._loop).result(GUARD_SECONDS)
         self._loop.call_soon_threadsafe(self._loop.stop)
         self._thread.join()

@@ -33,7 +33,7 @@ protected:
         impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};
         lines.session.sleeper = std::make_unique<BlockingSleeper>();
         connection->Unsubscribe(&listener);
-        connection = std::make_unique<impl::Connection>(std::move(lines));
+        connection = std::make_unique<impl::Connection>(std::move(lines), OnBoard());
         connection->Subscribe(&listener);
     }
 
@@ -86,14 +86,23 @@ protected:
                 std::make_unique<FakeSleeper>(time), std::make_unique<FixedJitter>(0.0)};
     }
 
+    impl::Connection::Lasting OnBoard() const
+    {
+        impl::Connection::Lasting lasting;
+        lasting.board = board;
+        return lasting;
+    }
+
     FakeService service;
     const std::int64_t user = service.AddUser("olga", "correct horse");
     const std::int64_t inbox = service.AddInbox(user, "To Console");
     kelvo::test::TempFolder folder;
     std::shared_ptr<FakeTime> time = std::make_shared<FakeTime>();
+    std::shared_ptr<impl::LinkBoard> board = std::make_shared<impl::LinkBoard>(
+        std::make_unique<FakeClock>(time), [time = time] { return time->TimeOfDay(); });
     RecordingListener listener;
     std::unique_ptr<impl::Connection> connection = std::make_unique<impl::Connection>(
-        impl::Connection::Lines{NewLine(), NewLine(), NewLine()});
+        impl::Connection::Lines{NewLine(), NewLine(), NewLine()}, OnBoard());
 };
 
 } // namespace kesdk::test

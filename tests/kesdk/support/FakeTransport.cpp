@@ -31,6 +31,7 @@ std::string ReadBody(const impl::HttpRequest& request, std::size_t mostBytes, bo
             break;
         content.append(piece.data(), static_cast<std::size_t>(got));
     }
+    request.source->NoteSent(static_cast<std::int64_t>(content.size()));
     return content;
 }
 

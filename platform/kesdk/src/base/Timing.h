@@ -9,6 +9,9 @@
 
 namespace kesdk::impl {
 
+// After this time without a byte a transfer is given up.
+inline constexpr std::chrono::seconds kStallTimeout{5 * 60};
+
 // The pause doubles from `first` to `most`. Chance takes up to half of it.
 struct Backoff
 {

@@ -1,6 +1,7 @@
 // The service's API: its paths, headers and documents.
 #pragma once
 
+#include "base/LinkBoard.h"
 #include "client/Records.h"
 #include "client/RetryingClient.h"
 #include "kesdk/api/Environment.h"
@@ -18,6 +19,7 @@ struct ApiCall
     std::string token;          // of the session; empty only for a login
     std::string serviceAndUser; // address and user's id: for journals, which outlive the session
     AbortCheck abort;
+    TransferReport report; // of an upload or download
     CallPolicy policy = PolicyOf(ECall::eAccount);
     std::optional<Clock::Time> lastStart; // no attempt begins later
 };

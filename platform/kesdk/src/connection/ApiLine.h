@@ -3,6 +3,7 @@
 
 #include "client/ApiClient.h"
 #include "client/RetryingClient.h"
+#include "client/WatchedTransport.h"
 
 #include <memory>
 #include <utility>
@@ -21,10 +22,12 @@ public:
         std::unique_ptr<Jitter> jitter;
     };
 
-    explicit ApiLine(Parts parts)
+    // `board` is the caller's and outlives the line.
+    ApiLine(Parts parts, LinkBoard& board)
         : m_parts(std::move(parts)),
           m_timing(*m_parts.clock, *m_parts.sleeper, *m_parts.jitter),
-          m_http(*m_parts.transport, m_timing),
+          m_watched(*m_parts.transport, board),
+          m_http(m_watched, m_timing),
           m_api(m_http)
     {}
     ApiLine(const ApiLine&) = delete;
@@ -36,6 +39,7 @@ public:
 private:
     Parts m_parts;
     impl::Timing m_timing;
+    WatchedTransport m_watched;
     RetryingClient m_http;
     ApiClient m_api;
 };

@@ -16,9 +16,10 @@ Connection::CryptoOfTheThread::~CryptoOfTheThread()
 
 Connection::Connection(Lines lines, Lasting lasting)
     : m_service(std::move(lasting.service)),
-      m_requestLine(std::move(lines.requests)),
-      m_sessionLine(std::move(lines.session)),
-      m_positionLine(std::move(lines.positions)),
+      m_board(lasting.board ? std::move(lasting.board) : std::make_shared<LinkBoard>()),
+      m_requestLine(std::move(lines.requests), *m_board),
+      m_sessionLine(std::move(lines.session), *m_board),
+      m_positionLine(std::move(lines.positions), *m_board),
       m_uploads(m_requestLine.Api(), m_requestLine.Timing(), lasting.journalFolder),
       m_downloads(m_requestLine.Api(), m_requestLine.Timing()),
       m_session({m_sessionLine.Api(), m_sessionLine.Timing(), m_state, m_snapshot, m_dispatcher,
@@ -109,6 +110,7 @@ std::optional<Connection::Operation> Connection::Begin(ECall kind, std::wstring 
     operation.call.abort = [this, id = session.id, abort = m_abort] {
         return m_state.Current().id != id || IsAborted(abort);
     };
+    operation.call.report = TransferReport(*m_board);
     operation.call.policy = PolicyOf(kind);
     return operation;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "account/AccountSnapshot.h"
+#include "base/LinkBoard.h"
 #include "connection/ApiLine.h"
 #include "connection/NotificationDispatcher.h"
 #include "connection/PositionSender.h"
@@ -13,6 +14,7 @@
 #include "transfer/Uploads.h"
 
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -34,11 +36,12 @@ public:
         ApiLine::Parts positions;
     };
 
-    // Data that outlives the connection.
+    // Data that may outlive the connection.
     struct Lasting
     {
-        std::string service;       // the service's base URL
-        std::string journalFolder; // for uploads' journals; empty: they lie beside the files
+        std::string service;              // the service's base URL
+        std::string journalFolder;        // for uploads' journals; empty: they lie beside the files
+        std::shared_ptr<LinkBoard> board; // empty: the connection makes one
     };
 
     explicit Connection(Lines lines, Lasting lasting = {});
@@ -110,6 +113,7 @@ private:
     CryptoOfTheThread m_crypto;
 
     const std::string m_service;
+    const std::shared_ptr<LinkBoard> m_board;
     AbortCheck m_abort;
     ReportBackoff m_reportBackoff;
     struct PendingReport
@@ -124,7 +128,7 @@ private:
 
     // The order matters: a member uses the members before it, and is destroyed before them.
     NotificationDispatcher m_dispatcher;
-    SessionState m_state{m_dispatcher};
+    SessionState m_state{m_dispatcher, *m_board};
     AccountSnapshot m_snapshot;
     ApiLine m_requestLine;
     ApiLine m_sessionLine;

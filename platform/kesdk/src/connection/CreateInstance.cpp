@@ -86,9 +86,11 @@ bool CreateKESDKInstance(IEnterpriseConnection** out, const char* url)
     try {
         UseCatalogues(FolderOfCatalogues());
         const auto trust = std::make_shared<const TrustStore>(FromEnvironment("KESDK_CA_FILE"));
+        const auto board = std::make_shared<LinkBoard>();
         *out = new Connection(
             {MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust)},
-            {*baseUrl, JournalFolder()});
+            {*baseUrl, JournalFolder(), board});
+        LinkBoard::Publish(board);
     } catch (const std::exception&) { // no memory, or no thread
         return false;
     }

@@ -31,6 +31,19 @@ api::EnterpriseResourceWithContent ToContract(const ResourceRecord& record)
     return one.Resource(id).value_or(api::EnterpriseResourceWithContent());
 }
 
+// Ends the transfer on the board at the end of the scope.
+class TransferEnd
+{
+public:
+    explicit TransferEnd(LinkBoard& board) : m_board(board) {}
+    ~TransferEnd() { m_board.EndTransfer(); }
+    TransferEnd(const TransferEnd&) = delete;
+    TransferEnd& operator=(const TransferEnd&) = delete;
+
+private:
+    LinkBoard& m_board;
+};
+
 } // namespace
 
 std::vector<api::EnterpriseProject> Connection::GetProjects()
@@ -97,6 +110,7 @@ bool Connection::Upload(const wchar_t* localPath, const TargetIds& targetInboxId
         return false;
     if (path.empty() || targetInboxIds.empty())
         return End(*operation, Failure(EErrorCode::eInvalidArgument, "no file or no target"));
+    const TransferEnd end(*m_board);
     const std::uint64_t generation = m_snapshot.Generation();
     const Result<Uploads::UploadState> sent =
         m_uploads.Send(operation->call, ToUtf8(path),
@@ -123,6 +137,7 @@ bool Connection::Download(std::int64_t resourceId, const wchar_t* localPath)
     if (!file)
         return End(*operation, NoteIfGone(resourceId, file.failure));
     operation->subject = file.value.name;
+    const TransferEnd end(*m_board);
     const Failure failure = m_downloads.Fetch(operation->call, file.value, ToUtf8(path));
     return End(*operation, NoteIfGone(resourceId, failure));
 }

@@ -4,6 +4,8 @@
 
 namespace kesdk::impl {
 
+using kesdkimpl::ESession;
+
 std::optional<SessionState::Begun> SessionState::Begin()
 {
     const std::lock_guard lock(m_mutex);
@@ -12,7 +14,7 @@ std::optional<SessionState::Begun> SessionState::Begin()
     Begun begun;
     begun.replacedToken = std::exchange(m_token, {});
     begun.id = ++m_id;
-    Change(EPhase::eInFlight, api::eLoginInProgress);
+    Change(EPhase::eInFlight, api::eLoginInProgress, ESession::eConnecting);
     return begun;
 }
 
@@ -22,7 +24,7 @@ bool SessionState::Established(std::int32_t id, const std::string& token)
     if (id != m_id || m_phase != EPhase::eInFlight)
         return false;
     m_token = token;
-    Change(EPhase::eLive, api::eLoginSuccessful);
+    Change(EPhase::eLive, api::eLoginSuccessful, ESession::eLoggedIn);
     return true;
 }
 
@@ -30,21 +32,23 @@ void SessionState::Failed(std::int32_t id)
 {
     const std::lock_guard lock(m_mutex);
     if (id == m_id && m_phase == EPhase::eInFlight)
-        Change(EPhase::eNone, api::eLoginFailed);
+        Change(EPhase::eNone, api::eLoginFailed, ESession::eLoginFailed);
 }
 
 void SessionState::LinkLost(std::int32_t id)
 {
     const std::lock_guard lock(m_mutex);
-    if (id == m_id && m_phase == EPhase::eLive)
-        Change(EPhase::eLinkLost, api::eReconnecting);
+    if (id != m_id || m_phase != EPhase::eLive)
+        return;
+    m_board.NoteStreamEnd();
+    Change(EPhase::eLinkLost, api::eReconnecting, ESession::eLoggedIn);
 }
 
 void SessionState::LinkRestored(std::int32_t id)
 {
     const std::lock_guard lock(m_mutex);
     if (id == m_id && m_phase == EPhase::eLinkLost)
-        Change(EPhase::eLive, api::eLoginSuccessful);
+        Change(EPhase::eLive, api::eLoginSuccessful, ESession::eLoggedIn);
 }
 
 void SessionState::Lost(std::int32_t id)
@@ -53,7 +57,7 @@ void SessionState::Lost(std::int32_t id)
     if (id != m_id || !IsStanding())
         return;
     m_token.clear();
-    Change(EPhase::eNone, api::eNotLoggedIn);
+    Change(EPhase::eNone, api::eNotLoggedIn, ESession::eSessionEnded);
 }
 
 SessionState::Ended SessionState::End()
@@ -62,7 +66,7 @@ SessionState::Ended SessionState::End()
     if (m_phase == EPhase::eNone)
         return {};
     Ended ended{true, std::exchange(m_token, {})};
-    Change(EPhase::eNone, api::eNotLoggedIn);
+    Change(EPhase::eNone, api::eNotLoggedIn, ESession::eLoggedOut);
     return ended;
 }
 
@@ -84,9 +88,10 @@ SessionKey SessionState::Current() const
     return IsStanding() ? SessionKey{m_id, m_token} : SessionKey();
 }
 
-void SessionState::Change(EPhase phase, api::EConnectionState state)
+void SessionState::Change(EPhase phase, api::EConnectionState state, ESession session)
 {
     m_phase = phase;
+    m_board.SetSession(session);
     m_dispatcher.Post(api::ConnectionState{m_id, state});
 }
 

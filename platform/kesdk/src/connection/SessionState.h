@@ -1,6 +1,7 @@
 // The state of the session. All changes of it happen here.
 #pragma once
 
+#include "base/LinkBoard.h"
 #include "connection/NotificationDispatcher.h"
 
 #include <cstdint>
@@ -29,7 +30,10 @@ struct SessionKey
 class SessionState
 {
 public:
-    explicit SessionState(NotificationDispatcher& dispatcher) : m_dispatcher(dispatcher) {}
+    // Both are the caller's and outlive the state.
+    SessionState(NotificationDispatcher& dispatcher, LinkBoard& board)
+        : m_dispatcher(dispatcher), m_board(board)
+    {}
 
     struct Begun
     {
@@ -62,9 +66,10 @@ private:
     enum class EPhase { eNone, eInFlight, eLive, eLinkLost };
 
     bool IsStanding() const { return m_phase == EPhase::eLive || m_phase == EPhase::eLinkLost; }
-    void Change(EPhase phase, api::EConnectionState state);
+    void Change(EPhase phase, api::EConnectionState state, kesdkimpl::ESession session);
 
     NotificationDispatcher& m_dispatcher;
+    LinkBoard& m_board;
     mutable std::mutex m_mutex; // guards everything below
     EPhase m_phase = EPhase::eNone;
     std::int32_t m_id = 0;

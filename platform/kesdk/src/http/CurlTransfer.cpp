@@ -88,17 +88,25 @@ bool CurlTransfer::IsConnecting() const
 
 // Bytes that the kernel still holds have not moved: the end of an upload over a slow link would
 // look like a stall otherwise.
-std::int64_t CurlTransfer::MovedBytes() const
+std::int64_t CurlTransfer::SentBytes() const
 {
-    if (IsConnecting())
-        return m_sockets.CarriedBytes();
     curl_off_t sent = 0;
     curl_easy_getinfo(m_easy, CURLINFO_SIZE_UPLOAD_T, &sent);
     const curl_socket_t socket = m_sockets.Of(m_easy);
     int heldBytes = 0;
     if (socket == CURL_SOCKET_BAD || ioctl(socket, SIOCOUTQ, &heldBytes) != 0)
         heldBytes = 0;
-    return static_cast<std::int64_t>(sent) - heldBytes + m_receivedBytes;
+    return static_cast<std::int64_t>(sent) - heldBytes;
+}
+
+std::int64_t CurlTransfer::MovedBytes()
+{
+    if (IsConnecting())
+        return m_sockets.CarriedBytes();
+    const std::int64_t sent = SentBytes();
+    if (m_request.source)
+        m_request.source->NoteSent(sent);
+    return sent + m_receivedBytes;
 }
 
 // A connection that the other end has forgotten looks like a silent one.

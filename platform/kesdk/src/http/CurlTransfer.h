@@ -39,7 +39,8 @@ private:
 
     void SetHeaders();
     void SetBody();
-    std::int64_t MovedBytes() const;
+    std::int64_t SentBytes() const;
+    std::int64_t MovedBytes();
     Failure CheckConsole(Time now);
     std::size_t TakeHeaderLine(std::string_view line);
     std::size_t TakeBody(const char* bytes, std::size_t sizeBytes);

@@ -1,6 +1,7 @@
 #include "transfer/Downloads.h"
 
 #include "base/DigestText.h"
+#include "base/Text.h"
 #include "client/Problems.h"
 #include "transfer/Paths.h"
 
@@ -85,6 +86,7 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
     if (!IsUsableServiceName(file.name))
         return Failure(EErrorCode::eUnusableServiceName, "the service's name for the file");
     SweepOnce(localPath);
+    call.report.Begin(kesdkimpl::EDirection::eDownload, ToUtf8(file.name), file.sizeBytes);
     PartFile part;
     const PartOrigin origin{call.serviceAndUser, file.id, file.etag, file.sizeBytes,
                             file.sha256Hex};
@@ -114,6 +116,7 @@ Failure Downloads::FetchWhole(const ApiCall& call, const FileRecord& file, PartF
     for (;;) {
         if (Failure failure = FetchContent(call, file, part); failure.IsSet())
             return failure;
+        call.report.Verify();
         const Result<Sha256::Digest> digest = part.Finish();
         if (!digest)
             return digest.failure;
@@ -131,7 +134,8 @@ Failure Downloads::FetchContent(const ApiCall& call, const FileRecord& file, Par
 {
     ApiCall content = call;
     content.policy = PolicyOf(ECall::eContent);
-    ResumableTransfer transfer(m_timing, m_givenUp, call.abort, part.SizeBytes());
+    ResumableTransfer transfer(m_timing, m_givenUp, call.abort, part.SizeBytes(), call.report);
+    call.report.ReachOffset(part.SizeBytes());
     const auto attempt = [&]() -> ResumableTransfer::Attempt {
         if (part.SizeBytes() == file.sizeBytes && file.sizeBytes > 0)
             return {true, {}};

@@ -8,7 +8,6 @@ namespace kesdk::impl {
 
 namespace {
 
-constexpr std::chrono::seconds kStallTimeout{5 * 60};
 constexpr std::chrono::seconds kFirstByteTimeout{30};
 // A link does not bring such answers, so more patience would not help.
 constexpr int kMostUselessAnswers = 6;
@@ -27,10 +26,11 @@ bool GivenUp::IsRecent(Clock::Time now) const
 }
 
 ResumableTransfer::ResumableTransfer(Timing& timing, GivenUp& givenUp, AbortCheck abort,
-                                     std::int64_t offsetBytes)
+                                     std::int64_t offsetBytes, TransferReport report)
     : m_timing(timing),
       m_givenUp(givenUp),
       m_abort(std::move(abort)),
+      m_report(report),
       m_offset(offsetBytes),
       m_highest(offsetBytes),
       m_progress(timing.Now()),
@@ -41,6 +41,7 @@ Failure ResumableTransfer::Run(const std::function<Attempt()>& attempt)
 {
     Attempt last;
     while (!last.isDone) {
+        m_report.SetDeadline(Deadline());
         last = attempt();
         if (last.isDone)
             break;
@@ -49,8 +50,7 @@ Failure ResumableTransfer::Run(const std::function<Attempt()>& attempt)
         } else if (last.failure.IsSet()) {
             if (const Failure end = Judge(last.failure); end.IsSet())
                 last = {true, end};
-            else if (!m_timing.Pause(m_policy.backoff, ++m_attempts, last.failure.retryAfter,
-                                     m_abort))
+            else if (!Pause(last.failure))
                 last = {true, Failure(EErrorCode::eAborted)};
         }
     }
@@ -58,9 +58,18 @@ Failure ResumableTransfer::Run(const std::function<Attempt()>& attempt)
     return last.failure;
 }
 
+// False if the transfer is aborted.
+bool ResumableTransfer::Pause(const Failure& failure)
+{
+    m_report.SetDeadline(Deadline());
+    m_report.Wait();
+    return m_timing.Pause(m_policy.backoff, ++m_attempts, failure.retryAfter, m_abort);
+}
+
 bool ResumableTransfer::Reach(std::int64_t offsetBytes)
 {
     m_offset = offsetBytes;
+    m_report.ReachOffset(offsetBytes);
     const bool wasSent = std::exchange(m_sentUntil, std::nullopt).has_value();
     if (offsetBytes <= m_highest) {
         if (wasSent)
@@ -103,17 +112,26 @@ void ResumableTransfer::Extend(Clock::Time::duration busy)
         *m_sentUntil += busy;
 }
 
+std::chrono::seconds ResumableTransfer::Timeout() const
+{
+    return m_sentUntil ? kStallTimeout : m_stallTimeout;
+}
+
+Clock::Time ResumableTransfer::Deadline() const
+{
+    return m_sentUntil.value_or(m_progress) + Timeout();
+}
+
 // The failure to end with; not set if another attempt follows.
 Failure ResumableTransfer::Judge(const Failure& failure) const
 {
     if (!MayPass(failure))
         return failure;
-    const std::chrono::seconds timeout = m_sentUntil ? kStallTimeout : m_stallTimeout;
-    const Clock::Time deadline = m_sentUntil.value_or(m_progress) + timeout;
+    const Clock::Time deadline = Deadline();
     const Clock::Time now = m_timing.Now();
     if (now >= deadline)
         return Failure(EErrorCode::eNoProgress,
-                       "no byte for " + std::to_string(timeout.count()) +
+                       "no byte for " + std::to_string(Timeout().count()) +
                            " s; last failure: " + failure.detail,
                        failure.httpStatus);
     // The service's own error tells the operator how long to wait.

@@ -2,6 +2,7 @@
 // follows.
 #pragma once
 
+#include "base/LinkBoard.h"
 #include "base/Timing.h"
 #include "client/CallPolicy.h"
 
@@ -53,7 +54,7 @@ public:
 
     // `offsetBytes` have arrived before. `givenUp` outlives the transfer.
     ResumableTransfer(Timing& timing, GivenUp& givenUp, AbortCheck abort,
-                      std::int64_t offsetBytes = 0);
+                      std::int64_t offsetBytes = 0, TransferReport report = TransferReport());
 
     // Blocks until an attempt is done, or until the transfer is given up.
     Failure Run(const std::function<Attempt()>& attempt);
@@ -66,7 +67,11 @@ public:
     // The receiver has so much. Whether that is progress.
     bool Reach(std::int64_t offsetBytes);
     // Another upload takes the place of this one: its offsets begin at 0.
-    void StartOver() { m_offset = m_highest = 0; }
+    void StartOver()
+    {
+        m_offset = m_highest = 0;
+        m_report.ReachOffset(0);
+    }
     // An answer came and brought nothing. After six in a row the transfer ends, with the last
     // reason if there is one.
     void CountUselessAnswer(const Failure& reason = {});
@@ -79,11 +84,15 @@ public:
     void Extend(Clock::Time::duration busy);
 
 private:
+    bool Pause(const Failure& failure);
+    std::chrono::seconds Timeout() const;
+    Clock::Time Deadline() const;
     Failure Judge(const Failure& failure) const;
 
     Timing& m_timing;
     GivenUp& m_givenUp;
     const AbortCheck m_abort;
+    const TransferReport m_report;
     const CallPolicy m_policy = PolicyOf(ECall::eContent);
     std::int64_t m_offset;
     std::int64_t m_highest;

@@ -42,7 +42,7 @@ bool IsRefusal(const Failure& failure)
 Result<Uploads::UploadState> Uploads::Send(const ApiCall& call, const std::string& localPath,
                                            const std::vector<std::int64_t>& targetInboxIds)
 {
-    Job job{call, {}, {m_timing, m_givenUp, call.abort}};
+    Job job{call, {}, {m_timing, m_givenUp, call.abort, 0, call.report}};
     job.call.policy = PolicyOf(ECall::eContent);
     job.state.upload.targetInboxIds = targetInboxIds;
     if (Failure failure = Open(job, localPath); failure.IsSet())
@@ -79,6 +79,8 @@ Failure Uploads::Open(Job& job, const std::string& localPath)
         return failure;
     state.upload.nameUtf8 = NameOf(localPath);
     state.upload.lengthBytes = state.file.SizeBytes();
+    job.call.report.Begin(kesdkimpl::EDirection::eUpload, state.upload.nameUtf8,
+                          state.upload.lengthBytes);
     const timespec modified = state.file.ModifiedAt();
     // Without the service's address, which may change: no other service knows a random key.
     state.origin = {UserIdOf(job.call.serviceAndUser),
@@ -164,6 +166,7 @@ Uploads::Attempt Uploads::TakeResult(Job& job, const UploadRecord& answer)
     const bool isPendingDeletion = m_pendingDeletions.Contains(job.call, answer.fileIds);
     if (!IsAborted(job.call.abort))
         m_pendingDeletions.Run(m_api, m_timing, job.call);
+    job.call.report.Verify();
     const Result<Sha256::Digest> digest = state.file.Digest(job.call.abort);
     if (!digest)
         return {true, digest.failure};

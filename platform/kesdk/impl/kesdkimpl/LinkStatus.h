@@ -1,0 +1,77 @@
+// The SDK's state of the link and of the running transfer. For consoles: the plug-in cannot
+// include this header.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace kesdkimpl {
+
+enum class ESession : std::uint8_t {
+    eNoConnection, // the plug-in has not created the SDK's connection, or has released it
+    eLoggedOut,
+    eLoginFailed,  // the last login failed
+    eSessionEnded, // the service ended the session
+    eConnecting,   // a login is running
+    eLoggedIn,
+};
+
+// Why the last attempt to reach the service failed.
+enum class EProblem : std::uint8_t {
+    eNone, // the service has answered since
+    eNoNetwork,
+    eNoAnswer,
+    eNetworkWantsLogin,
+    eClockWrong,
+    eNotTrusted, // the certificate is not the service's
+};
+
+enum class EDirection : std::uint8_t { eUpload, eDownload };
+
+enum class EPhase : std::uint8_t {
+    eMoves,
+    eWaits,    // no byte has moved for 3 s, or the next attempt has not begun
+    eVerifies, // all bytes have moved; the SDK or the service checks them
+};
+
+struct Moment
+{
+    std::int64_t wallS = 0; // by the console's clock, seconds since 1970
+    std::chrono::steady_clock::time_point steady;
+};
+
+struct TransferStatus
+{
+    EDirection direction = EDirection::eUpload;
+    EPhase phase = EPhase::eMoves;
+    std::string nameUtf8;
+    // An upload's bytes count when the network has taken them. After a lost answer they may
+    // decrease.
+    std::int64_t doneBytes = 0;
+    std::int64_t totalBytes = 0;
+    // Mean of the last 10 s; empty until bytes have moved for 2 s.
+    std::optional<std::int64_t> bytesPerSecond;
+    // When the transfer is given up if no byte moves, as Moment::wallS.
+    std::int64_t waitsUntilS = 0;
+};
+
+struct LinkStatus
+{
+    ESession session = ESession::eNoConnection;
+    EProblem problem = EProblem::eNone;
+    std::optional<Moment> offlineSince; // the first failure; empty without a problem
+    std::optional<Moment> lastContact;  // bytes or an answer of the service
+    std::optional<TransferStatus> transfer;
+};
+
+// The status of the connection that was created last. Thread safety: safe. Copies the status and
+// never waits for the network.
+#if defined(KESDK_BUILDING_LIBRARY)
+__attribute__((visibility("default")))
+#endif
+LinkStatus
+ReadLinkStatus();
+
+} // namespace kesdkimpl

@@ -1,0 +1,231 @@
+#include "base/LinkBoard.h"
+
+#include "base/SystemClock.h"
+#include "base/Timing.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace kesdk::impl {
+
+namespace {
+
+using std::chrono::duration_cast;
+using std::chrono::milliseconds;
+
+constexpr std::chrono::seconds kStillAfter{3};
+constexpr milliseconds kSampleEvery{500};
+constexpr std::chrono::seconds kRateWindow{10};
+constexpr std::chrono::seconds kLeastRateTime{2};
+
+// A function's statics, so that no code runs at load.
+std::mutex& PublishedMutex()
+{
+    static std::mutex mutex;
+    return mutex;
+}
+
+std::weak_ptr<LinkBoard>& Published()
+{
+    static std::weak_ptr<LinkBoard> board;
+    return board;
+}
+
+} // namespace
+
+LinkBoard::LinkBoard(std::unique_ptr<Clock> clock, WallClock wallClock)
+    : m_clock(std::move(clock)), m_wallClock(std::move(wallClock))
+{
+    m_status.session = kesdkimpl::ESession::eLoggedOut;
+}
+
+LinkBoard::LinkBoard()
+    : LinkBoard(std::make_unique<SystemClock>(), [] {
+          return duration_cast<milliseconds>(std::chrono::system_clock::now().time_since_epoch());
+      })
+{}
+
+void LinkBoard::SetSession(kesdkimpl::ESession session)
+{
+    const std::lock_guard lock(m_mutex);
+    m_status.session = session;
+}
+
+void LinkBoard::NoteContact()
+{
+    const std::lock_guard lock(m_mutex);
+    TakeContact();
+}
+
+void LinkBoard::NoteProblem(kesdkimpl::EProblem problem)
+{
+    const std::lock_guard lock(m_mutex);
+    TakeProblem(problem);
+}
+
+void LinkBoard::NoteStreamEnd()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_status.problem == kesdkimpl::EProblem::eNone)
+        TakeProblem(kesdkimpl::EProblem::eNoAnswer);
+}
+
+void LinkBoard::BeginTransfer(kesdkimpl::EDirection direction, const std::string& nameUtf8,
+                              std::int64_t totalBytes)
+{
+    const std::lock_guard lock(m_mutex);
+    Transfer transfer;
+    transfer.status.direction = direction;
+    transfer.status.nameUtf8 = nameUtf8;
+    transfer.status.totalBytes = totalBytes;
+    transfer.moved = transfer.deadlineSet = m_clock->Now();
+    transfer.deadline = transfer.moved + kStallTimeout;
+    m_transfer = std::move(transfer);
+}
+
+void LinkBoard::EndTransfer()
+{
+    const std::lock_guard lock(m_mutex);
+    m_transfer.reset();
+}
+
+void LinkBoard::ReachOffset(std::int64_t offsetBytes)
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_transfer)
+        return;
+    m_transfer->offsetBytes = offsetBytes;
+    Move(offsetBytes);
+}
+
+void LinkBoard::NoteSent(std::int64_t bytes)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_transfer && bytes > 0)
+        Move(m_transfer->offsetBytes + bytes);
+}
+
+void LinkBoard::SetDeadline(Clock::Time deadline)
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_transfer)
+        return;
+    m_transfer->deadline = deadline;
+    m_transfer->deadlineSet = m_clock->Now();
+}
+
+void LinkBoard::Wait()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_transfer)
+        m_transfer->isWaiting = true;
+}
+
+void LinkBoard::Verify()
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_transfer)
+        return;
+    m_transfer->isVerifying = true;
+    m_transfer->isWaiting = false;
+}
+
+kesdkimpl::LinkStatus LinkBoard::Read() const
+{
+    const std::lock_guard lock(m_mutex);
+    kesdkimpl::LinkStatus status = m_status;
+    if (m_transfer)
+        status.transfer = Describe(*m_transfer);
+    return status;
+}
+
+void LinkBoard::Publish(const std::shared_ptr<LinkBoard>& board)
+{
+    const std::lock_guard lock(PublishedMutex());
+    Published() = board;
+}
+
+kesdkimpl::Moment LinkBoard::Now() const
+{
+    const Clock::Time now = m_clock->Now();
+    return {WallS(now), now};
+}
+
+std::int64_t LinkBoard::WallS(Clock::Time time) const
+{
+    const auto ahead = duration_cast<milliseconds>(time - m_clock->Now());
+    return duration_cast<std::chrono::seconds>(m_wallClock() + ahead).count();
+}
+
+void LinkBoard::TakeProblem(kesdkimpl::EProblem problem)
+{
+    m_status.problem = problem;
+    if (!m_status.offlineSince)
+        m_status.offlineSince = Now();
+}
+
+void LinkBoard::TakeContact()
+{
+    m_status.problem = kesdkimpl::EProblem::eNone;
+    m_status.offlineSince.reset();
+    m_status.lastContact = Now();
+}
+
+void LinkBoard::Move(std::int64_t doneBytes)
+{
+    Transfer& transfer = *m_transfer;
+    const Clock::Time now = m_clock->Now();
+    if (doneBytes < transfer.status.doneBytes) {
+        transfer.samples.clear();
+    } else if (doneBytes > transfer.status.doneBytes) {
+        transfer.moved = now;
+        transfer.isWaiting = transfer.isVerifying = false;
+    }
+    transfer.status.doneBytes = doneBytes;
+    if (transfer.samples.empty() || now - transfer.samples.back().at >= kSampleEvery)
+        transfer.samples.push_back({now, doneBytes});
+    while (now - transfer.samples.front().at > kRateWindow)
+        transfer.samples.pop_front();
+}
+
+kesdkimpl::TransferStatus LinkBoard::Describe(const Transfer& transfer) const
+{
+    kesdkimpl::TransferStatus status = transfer.status;
+    const Clock::Time now = m_clock->Now();
+    const bool hasAll = status.totalBytes > 0 && status.doneBytes >= status.totalBytes;
+    if (transfer.isVerifying || (hasAll && !transfer.isWaiting))
+        status.phase = kesdkimpl::EPhase::eVerifies;
+    else if (transfer.isWaiting || now - transfer.moved >= kStillAfter)
+        status.phase = kesdkimpl::EPhase::eWaits;
+    // Bytes that moved after the deadline was set have moved the deadline too.
+    const bool hasMoved = transfer.moved > transfer.deadlineSet;
+    const Clock::Time deadline = hasMoved ? transfer.moved + kStallTimeout : transfer.deadline;
+    status.waitsUntilS = WallS(deadline);
+    const auto first =
+        std::find_if(transfer.samples.begin(), transfer.samples.end(),
+                     [now](const Sample& sample) { return now - sample.at <= kRateWindow; });
+    if (status.phase != kesdkimpl::EPhase::eMoves || first == transfer.samples.end() ||
+        now - first->at < kLeastRateTime || status.doneBytes <= first->doneBytes)
+        return status;
+    const auto passed = duration_cast<milliseconds>(now - first->at);
+    status.bytesPerSecond = (status.doneBytes - first->doneBytes) * 1000 / passed.count();
+    return status;
+}
+
+} // namespace kesdk::impl
+
+namespace kesdkimpl {
+
+LinkStatus ReadLinkStatus()
+{
+    using kesdk::impl::LinkBoard;
+    std::shared_ptr<LinkBoard> board;
+    {
+        const std::lock_guard lock(kesdk::impl::PublishedMutex());
+        board = kesdk::impl::Published().lock();
+    }
+    return board ? board->Read() : LinkStatus();
+}
+
+} // namespace kesdkimpl

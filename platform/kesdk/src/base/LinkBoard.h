@@ -1,0 +1,124 @@
+// Holds what the SDK's threads know about the link, for the console.
+#pragma once
+
+#include "base/Clock.h"
+#include "kesdkimpl/LinkStatus.h"
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace kesdk::impl {
+
+// Takes notes, and computes the status when it is read. A note causes no request.
+//
+// Thread safety: safe. Each function holds the mutex for a few assignments.
+class LinkBoard
+{
+public:
+    // The wall clock gives the time since 1970.
+    using WallClock = std::function<std::chrono::milliseconds()>;
+    LinkBoard(std::unique_ptr<Clock> clock, WallClock wallClock);
+    LinkBoard(); // on the real clocks
+
+    void SetSession(kesdkimpl::ESession session);
+    // The service has sent or taken bytes.
+    void NoteContact();
+    void NoteProblem(kesdkimpl::EProblem problem);
+    // The event stream has ended. A problem that is known already stays.
+    void NoteStreamEnd();
+
+    void BeginTransfer(kesdkimpl::EDirection direction, const std::string& nameUtf8,
+                       std::int64_t totalBytes);
+    void EndTransfer();
+    // The receiver has the first `offsetBytes` of the file.
+    void ReachOffset(std::int64_t offsetBytes);
+    // The network has taken so many bytes of the request that continues at the last offset.
+    void NoteSent(std::int64_t bytes);
+    // The transfer is given up at `deadline` unless bytes move.
+    void SetDeadline(Clock::Time deadline);
+    void Wait();
+    void Verify();
+
+    kesdkimpl::LinkStatus Read() const;
+
+    // The board that kesdkimpl::ReadLinkStatus reads from now on.
+    static void Publish(const std::shared_ptr<LinkBoard>& board);
+
+private:
+    struct Sample
+    {
+        Clock::Time at;
+        std::int64_t doneBytes;
+    };
+    struct Transfer
+    {
+        kesdkimpl::TransferStatus status;
+        std::int64_t offsetBytes = 0;
+        Clock::Time moved; // the last move, or the begin
+        Clock::Time deadline;
+        Clock::Time deadlineSet; // when the deadline was set
+        bool isWaiting = false;
+        bool isVerifying = false;
+        std::deque<Sample> samples; // the youngest is last
+    };
+
+    // All of them: the caller holds the mutex.
+    kesdkimpl::Moment Now() const;
+    std::int64_t WallS(Clock::Time time) const;
+    void TakeProblem(kesdkimpl::EProblem problem);
+    void TakeContact();
+    void Move(std::int64_t doneBytes);
+    kesdkimpl::TransferStatus Describe(const Transfer& transfer) const;
+
+    const std::unique_ptr<Clock> m_clock;
+    const WallClock m_wallClock;
+    mutable std::mutex m_mutex; // guards everything below
+    kesdkimpl::LinkStatus m_status;
+    std::optional<Transfer> m_transfer;
+};
+
+// Passes a transfer's notes to the board, if there is a board.
+class TransferReport
+{
+public:
+    TransferReport() = default;
+    explicit TransferReport(LinkBoard& board) : m_board(&board) {}
+
+    void Begin(kesdkimpl::EDirection direction, const std::string& nameUtf8,
+               std::int64_t totalBytes) const
+    {
+        if (m_board)
+            m_board->BeginTransfer(direction, nameUtf8, totalBytes);
+    }
+    void ReachOffset(std::int64_t offsetBytes) const
+    {
+        if (m_board)
+            m_board->ReachOffset(offsetBytes);
+    }
+    void SetDeadline(Clock::Time deadline) const
+    {
+        if (m_board)
+            m_board->SetDeadline(deadline);
+    }
+    void Wait() const
+    {
+        if (m_board)
+            m_board->Wait();
+    }
+    void Verify() const
+    {
+        if (m_board)
+            m_board->Verify();
+    }
+
+private:
+    LinkBoard* m_board = nullptr;
+};
+
+} // namespace kesdk::impl

@@ -1,0 +1,82 @@
+"""The status bar of the real window in each state of the link.
+
+If KELVO_PICTURES names a folder, a picture of each state is left there for the operator's guide.
+"""
+
+import os
+import time
+import unittest
+from pathlib import Path
+
+from kelvoe2e.case import FARM, PASSWORD
+from kelvoe2e.loginpage import LoginPage
+from kelvoe2e.needs import wrong_clock
+from kelvoe2e.screens import ScreensCase
+
+GUIDE = Path(__file__).resolve().parents[2] / "docs/pictures"
+
+
+class ScreensLinkTest(ScreensCase):
+    names = iter(("olga", "pieter", "marta", "jan"))  # the pictures show them
+
+    def setUp(self):
+        super().setUp()
+        self.operator = next(self.names)
+        self.admin.add_user(self.operator, "operator", FARM, PASSWORD)
+
+    def tearDown(self):
+        if not self.service.is_running:
+            self.service.start()
+
+    def until_bar(self, window, words, picture=None):
+        """Waits until a label begins with the words. Prints how long that took."""
+        begin = time.monotonic()
+        window.until(lambda screen: any(label.startswith(words) for label in screen.labels()), words)
+        print(f"{words!r} is shown after {time.monotonic() - begin:.2f} s")
+        if picture:
+            if "KELVO_PICTURES" in os.environ:
+                window.picture(Path(os.environ["KELVO_PICTURES"]) / f"{picture}.png")
+            self.assertTrue((GUIDE / f"{picture}.png").is_file(), "the guide has no picture of this state")
+
+    def logged_in_window(self, link=None):
+        window = self.open_file_controller(link)
+        window.press("Home")
+        self.until_bar(window, "Connected")
+        return window
+
+    def fail_to_log_in(self, **options):
+        """A window after a failed login."""
+        window = self.open_window(**options)
+        self.until_bar(window, "Logged out")
+        self.give_credentials(window)
+        window.press("Login")
+        window.until(lambda screen: screen.can_press("OK"), "the error")
+        window.press("OK")
+        return window
+
+    def test_a_service_that_dies_and_comes_back(self):
+        window = self.logged_in_window()
+        self.service.kill()
+        self.until_bar(window, "Service does not answer\nsince ", "link-no-answer")
+        self.service.start()
+        self.until_bar(window, "Connected")
+
+    def test_a_network_that_wants_a_login(self):
+        link = self.link()
+        window = self.logged_in_window(link)
+        link.close()
+        page = LoginPage(link.address)
+        self.addCleanup(page.close)
+        self.until_bar(window, "Network wants a login\nsince ", "link-wants-login")
+
+    def test_no_network(self):
+        window = self.fail_to_log_in(address="name.invalid:443")
+        self.until_bar(window, "No network\nsince ", "link-no-network")
+
+    def test_a_wrong_clock(self):
+        window = self.fail_to_log_in(prefix=wrong_clock(self))
+        self.until_bar(window, "Clock is wrong", "link-clock-wrong")
+
+
+if __name__ == "__main__":
+    unittest.main()
