@@ -25,7 +25,7 @@ class BadLinkTest(FarmCase):
         self.link.cut("down", SIZE // 2)
         self.assert_ok(console.run("download maps large.zip"))
         self.assertEqual(self.link.cuts, 1)
-        self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {"large.bin": self.content})
+        self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {"large/large.bin": self.content})
 
     def test_an_upload_resumes_where_it_was_cut(self):
         console = self.logged_in(address=self.link.address)
@@ -51,7 +51,7 @@ class BadLinkTest(FarmCase):
         console = self.logged_in(address=link.address)
         self.put(console, {"large.zip": archives.write_zip(self.folder / "a", {"large.bin": self.content}).read_bytes()})
         self.assert_ok(console.run("download maps large.zip"))
-        self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {"large.bin": self.content})
+        self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {"large/large.bin": self.content})
         file = console.data / "to-service/curves/large.crv"
         file.write_bytes(self.content)
         self.assert_ok(console.run("upload curves large.crv"))
@@ -68,7 +68,7 @@ class BadLinkTest(FarmCase):
         self.content = self.content[:SIZE // 20]
         self.put(console, {"small.zip": archives.write_zip(self.folder / "a", {"small.bin": self.content}).read_bytes()})
         self.assert_ok(console.run("download maps small.zip"))
-        self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {"small.bin": self.content})
+        self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {"small/small.bin": self.content})
         file = console.data / "to-service/curves/large.crv"
         file.write_bytes(self.content)
         self.assert_ok(console.run("upload curves large.crv"))

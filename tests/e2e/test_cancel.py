@@ -34,7 +34,7 @@ class CancelTest(FarmCase):
         result = self.cancel_in_the_first_file(console, "download maps 1.zip 2.zip 3.zip", "down")
         self.assert_ok(result)
         self.assertEqual([line.arguments["file"] for line in result.signals("KelvoDownloadingFile")], ["1.zip"])
-        self.assertEqual(set(archives.content_of(console.data / "from-service/prescriptions")), {"1.zip.bin"})
+        self.assertEqual(set(archives.content_of(console.data / "from-service/prescriptions")), {"1/1.zip.bin"})
         self.assertFalse(console.run("status").value("status")["cancelRequested"])
         self.assert_ok(console.run("download maps 2.zip 3.zip"))
 

@@ -43,7 +43,7 @@ class NoSpace:
         self.put(console, {"large.zip": large.read_bytes(), "small.zip": small.read_bytes()})
         result = console.run("download maps large.zip small.zip")
         self.assertEqual(result.errors, [{"file": "large.zip", "text": "Failed to unzip file"}])
-        self.assertEqual(archives.content_of(self.inside(console, MAPS)), {"small.txt": b"rates"})
+        self.assertEqual(archives.content_of(self.inside(console, MAPS)), {"small/small.txt": b"rates"})
         self.assertIn("TKelvoThreadObject::ManageKelvoDownloads: ",
                       (console.data / "logs/user.log").read_text(encoding="utf-8"))
 

@@ -24,7 +24,7 @@ class HostileArchivesTest(FarmCase):
         result = console.run(f"download maps before.zip {name} zz-after.zip")
         self.assertEqual(result.errors, [{"file": name, "text": "Failed to unzip file"}])
         self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"),
-                         {"before.txt": b"before", "zz-after.txt": b"zz-after"})
+                         {"before/before.txt": b"before", "zz-after/zz-after.txt": b"zz-after"})
         others = set(console.data.rglob("*")) - set((console.data / "from-service/prescriptions").rglob("*"))
         self.assertFalse([path for path in others if path.is_symlink()])
         self.assertEqual(set(console.data.iterdir()) - set(outside) - {console.data / "logs"}, set())

@@ -56,11 +56,11 @@ class DownloadTest(ReadOnlyCase):
         self.assertEqual(self.files_at_service("To Console"), ["rates.zip"])
         self.allow(INCOMING)
         self.assert_ok(console.run("download maps rates.zip"))
-        self.assertEqual(archives.content_of(self.data / MAPS), {"rates.txt": b"rates"})
+        self.assertEqual(archives.content_of(self.data / MAPS), {"rates/rates.txt": b"rates"})
 
     def test_a_read_only_folder_for_unpacked_files(self):
-        (self.data / MAPS).mkdir(parents=True)
-        (self.data / MAPS / "rates.txt").write_bytes(b"old rates")
+        (self.data / MAPS / "rates").mkdir(parents=True)
+        (self.data / MAPS / "rates/rates.txt").write_bytes(b"old rates")
         self.forbid(MAPS)
         console = self.bound()
         self.put_archive(console, "rates.zip", {"rates.txt": b"new rates"})
@@ -68,11 +68,11 @@ class DownloadTest(ReadOnlyCase):
         self.assertEqual(result.errors, [{"file": "rates.zip", "text": "Failed to unzip file"}])
         self.assertIn("TKelvoThreadObject::ManageKelvoDownloads: ", self.log())
         self.assertIn("Permission denied", self.log())
-        self.assertEqual(archives.content_of(self.data / MAPS), {"rates.txt": b"old rates"})
+        self.assertEqual(archives.content_of(self.data / MAPS), {"rates/rates.txt": b"old rates"})
         self.assertEqual(self.files_at_service("To Console"), ["rates.zip"])
         self.allow(MAPS)
         self.assert_ok(console.run("download maps rates.zip"))
-        self.assertEqual(archives.content_of(self.data / MAPS), {"rates.txt": b"new rates"})
+        self.assertEqual(archives.content_of(self.data / MAPS), {"rates/rates.txt": b"new rates"})
 
     def test_an_archive_that_cannot_be_removed_is_unpacked(self):
         (self.data / INCOMING).mkdir()
@@ -83,7 +83,7 @@ class DownloadTest(ReadOnlyCase):
         for _ in range(2):
             result = console.run("download maps rates.zip")
             self.assertEqual([record["file"] for record in result.errors], ["rates.zip"])
-            self.assertEqual(archives.content_of(self.data / MAPS), {"left.txt": b"from an earlier run"})
+            self.assertEqual(archives.content_of(self.data / MAPS), {"left/left.txt": b"from an earlier run"})
         self.assertEqual(os.listdir(self.data / INCOMING), ["left.zip"])
 
 
@@ -136,7 +136,7 @@ class DataFolderTest(ReadOnlyCase):
         console = self.bound()
         self.put_archive(console, "rates.zip", {"rates.txt": b"rates"})
         self.assert_ok(console.run("download maps rates.zip"))
-        self.assertEqual(archives.content_of(self.data / MAPS), {"rates.txt": b"rates"})
+        self.assertEqual(archives.content_of(self.data / MAPS), {"rates/rates.txt": b"rates"})
         (self.data / REPORTS / "job.pdf").write_bytes(b"report")
         self.assert_ok(console.run("upload reports job.pdf"))
         self.assertEqual(self.files_at_service("From Console"), ["job.pdf"])

@@ -59,7 +59,7 @@ class RequestsTest(FarmCase):
 
         def download(console):
             self.assert_ok(console.run("download maps field.zip"))
-            self.assertTrue((console.data / "from-service/prescriptions/field.txt").is_file())
+            self.assertTrue((console.data / "from-service/prescriptions/field/field.txt").is_file())
         self.make_inboxes()
         self.office.put(archive, f"{self.operator}/To Console")
         self.assertEqual(self.requests_of(download), {("GET", "/resources/{id}/content"): 1})

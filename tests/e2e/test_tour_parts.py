@@ -35,7 +35,7 @@ class TourPartsTest(unittest.TestCase):
         expected = [archives.expected_files(path) for path in archives.archives_in(self.folder)]
         self.assertEqual(len(expected), 6)
         self.assertNotIn(None, expected)
-        self.assertGreaterEqual(sum("TASKDATA.XML" in files for files in expected), 3)
+        self.assertGreaterEqual(sum(any(path.endswith("/TASKDATA.XML") for path in files) for files in expected), 3)
 
     def test_bad_archives_are_recognised(self):
         self.assertIsNone(archives.expected_files(archives.write_corrupt_zip(self.folder / "a.zip")))
@@ -53,7 +53,7 @@ class TourPartsTest(unittest.TestCase):
             with self.subTest(name):
                 expected = archives.expected_files(self.folder / name)
                 self.assertIsNotNone(expected)
-                self.assertEqual(sorted(expected), sorted(paths))
+                self.assertEqual(sorted(expected), sorted(f"{archives.folder_of(name)}/{path}" for path in paths))
         for name in awkward.REFUSED:
             with self.subTest(name):
                 self.assertIsNone(archives.expected_files(self.folder / name))
@@ -63,12 +63,19 @@ class TourPartsTest(unittest.TestCase):
         with unittest.mock.patch.object(zipfile.ZipFile, "open", side_effect=AssertionError):
             self.assertIsNone(archives.expected_files(self.folder / "bomb.zip"))
 
-    def test_a_file_and_a_folder_of_the_same_name_conflict(self):
-        (self.folder / "folder").mkdir()
-        (self.folder / "file").write_bytes(b"1")
-        for names, has_place in ((["new", "file", "folder/new"], True), (["folder"], False), (["file/new"], False)):
-            with self.subTest(names):
-                self.assertEqual(archives.fit_into(dict.fromkeys(names), self.folder), has_place)
+    def test_each_archive_has_a_folder_of_its_own(self):
+        for name, folder in (("a.zip", "a"), ("A.zip", "A"), ("a.ZIP", "a.ZIP"), ("a.zip.zip", "a.zip.zip"),
+                             (".zip", ".zip"), ("..zip", "..zip"), ("...zip", "...zip")):
+            with self.subTest(name):
+                self.assertEqual(archives.folder_of(name), folder)
+
+    def test_only_a_single_folder_of_the_archives_name_is_not_repeated(self):
+        for name, files, placed in (("a.zip", ["a/b", "a/c/d"], ["a/b", "a/c/d"]), ("a.zip", ["a/b", "c"], ["a/a/b", "a/c"]),
+                                    ("a.zip", ["a"], ["a/a"]), ("a.zip", ["A/b"], ["a/A/b"]), ("a.ZIP", ["a/b"], ["a.ZIP/b"])):
+            with self.subTest(files):
+                self.assertEqual(list(archives.placed(name, dict.fromkeys(files))), placed)
+        path = archives.write_zip(self.folder / "a.zip", {"a/b": b"", "empty/": b""})
+        self.assertEqual(list(archives.expected_files(path)), ["a/a/b"])
 
     def test_the_log_must_have_one_line_for_each_bad_archive(self):
         day = Day(Binaries(*[Path("none")] * 4), self.folder / "out", None)
@@ -101,12 +108,14 @@ class TourPartsTest(unittest.TestCase):
         subprocess.run(["zip", "-q", "-P", "key", "d.zip", "secret.txt"], cwd=self.folder, check=True)
         self.assertIsNone(archives.expected_files(self.folder / "d.zip"))
 
-    def test_comparing_finds_missing_and_differing_files(self):
-        (self.folder / "same").write_bytes(b"1")
-        (self.folder / "other").write_bytes(b"1")
-        expected = archives.digests({"same": b"1", "other": b"2", "missing": b"3"})
+    def test_comparing_finds_missing_differing_and_other_files(self):
+        (self.folder / "a").mkdir()
+        for name in ("a/same", "a/other", "a/former", "beside"):
+            (self.folder / name).write_bytes(b"1")
+        expected = archives.digests({"a/same": b"1", "a/other": b"2", "a/missing": b"3"})
         problems = archives.compare(expected, self.folder)
-        self.assertEqual(problems, ["other differs from the archive's", "missing is missing"])
+        self.assertEqual(problems, ["a/former is not in the archive", "a/other differs from the archive's",
+                                    "a/missing is missing"])
 
     def test_a_failed_step_is_printed_and_counted(self):
         with contextlib.redirect_stdout(io.StringIO()) as output:

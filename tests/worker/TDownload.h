@@ -5,6 +5,7 @@
 #include "tests/worker/TWorkerFixture.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QDirIterator>
 
 // A worker whose inbox of pivots the tests fill.
 class TDownload : public TWorkerFixture
@@ -40,9 +41,17 @@ public:
     }
     QStringList Remote(EKelvoProjects project) { return Reference(project).fileNames; }
 
+    // The unpacked files, with their folders.
     static QStringList Local(EKelvoProjects project)
     {
-        return QDir(DownloadFolder(project)).entryList(QDir::Files, QDir::Name);
+        const QDir folder(DownloadFolder(project));
+        QDirIterator file(folder.path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        QStringList paths;
+        while (file.hasNext()) {
+            paths << folder.relativeFilePath(file.next());
+        }
+        paths.sort();
+        return paths;
     }
     static QStringList Temporary()
     {

@@ -66,9 +66,9 @@ void tst_Download::fetchesAndUnpacksEachFileOfEachKind()
              (QStringList{QStringLiteral("KelvoDownloadingFile(%1,b.ZIP)").arg(kind),
                           QStringLiteral("KelvoDownloadingFile(%1,a.zip)").arg(kind),
                           QStringLiteral("KelvoDownloadComplete(%1,[])").arg(kind)}));
-    QCOMPARE(TDownload::Local(project), List("inner a.txt|inner b.txt"));
+    QCOMPARE(TDownload::Local(project), List("a/inner a.txt|b.ZIP/inner b.txt"));
     QCOMPARE(TWorkerFixture::ReadFile(TWorkerFixture::DownloadFolder(project) +
-                                      QStringLiteral("inner b.txt")),
+                                      QStringLiteral("b.ZIP/inner b.txt")),
              QByteArray("content b"));
     QVERIFY(TDownload::Temporary().isEmpty());
     QCOMPARE(f.Remote(project),
@@ -100,7 +100,7 @@ void tst_Download::writesIntoTheTemporaryFolderUnderTheFilesName()
     QCOMPARE(calls.size(), std::size_t(1));
     QCOMPARE(calls.front().id, id);
     QCOMPARE(QString::fromStdWString(calls.front().text), TWorkerFixture::TempFolder() + name);
-    QCOMPARE(TDownload::Local(ePivots), List("a.txt"));
+    QCOMPARE(TDownload::Local(ePivots), QStringList(name.chopped(4) + QStringLiteral("/a.txt")));
 }
 
 void tst_Download::createsAMissingTemporaryFolder()
@@ -111,7 +111,7 @@ void tst_Download::createsAMissingTemporaryFolder()
     QVERIFY(QDir(TWorkerFixture::TempFolder()).removeRecursively());
     f.Download(ePivots, List("a.zip"), f.Reference(ePivots));
     QVERIFY(QFileInfo(TWorkerFixture::TempFolder()).isDir());
-    QCOMPARE(TDownload::Local(ePivots), List("a.txt"));
+    QCOMPARE(TDownload::Local(ePivots), List("a/a.txt"));
     QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoDownloadComplete(4,[])"));
 }
 
@@ -123,7 +123,7 @@ void tst_Download::fetchesTheFirstOfTwoEntriesOfOneName()
     f.Start();
     f.Download(ePivots, List("a.zip"), f.Reference(ePivots));
     QCOMPARE(f.Script().Calls(FakeOperation::eDownload).front().id, first);
-    QCOMPARE(TDownload::Local(ePivots), List("first.txt"));
+    QCOMPARE(TDownload::Local(ePivots), List("a/first.txt"));
 }
 
 void tst_Download::aCancelBeforeTheFirstFileOnlyUnpacksEarlierArchives()
@@ -137,7 +137,7 @@ void tst_Download::aCancelBeforeTheFirstFileOnlyUnpacksEarlierArchives()
     f.Download(ePivots, List("a.zip|missing.zip"), f.Reference(ePivots));
     QCOMPARE(f.workerLog.Texts(), OneText("KelvoDownloadComplete(4,[])"));
     QCOMPARE(f.Script().Count(FakeOperation::eDownload), std::size_t(0));
-    QCOMPARE(TDownload::Local(ePivots), List("left.txt"));
+    QCOMPARE(TDownload::Local(ePivots), List("left/left.txt"));
     QVERIFY(TDownload::Temporary().isEmpty());
 }
 
@@ -155,7 +155,7 @@ void tst_Download::aCancelStillUnpacksFetchedArchives()
     QCOMPARE(f.workerLog.Texts(), (QStringList{QStringLiteral("KelvoDownloadingFile(4,a.zip)"),
                                                QStringLiteral("KelvoDownloadingFile(4,b.zip)"),
                                                QStringLiteral("KelvoDownloadComplete(4,[])")}));
-    QCOMPARE(TDownload::Local(ePivots), List("a.zip.txt|b.zip.txt"));
+    QCOMPARE(TDownload::Local(ePivots), List("a/a.zip.txt|b/b.zip.txt"));
 }
 
 void tst_Download::theCancelIsRevertedBeforeTheCompletion()
@@ -177,7 +177,7 @@ void tst_Download::aNameRequestedTwiceIsFetchedTwice()
     f.Start();
     f.Download(ePivots, List("a.zip|a.zip"), f.Reference(ePivots));
     QCOMPARE(f.Script().Count(FakeOperation::eDownload), std::size_t(2));
-    QCOMPARE(TDownload::Local(ePivots), List("a.txt"));
+    QCOMPARE(TDownload::Local(ePivots), List("a/a.txt"));
 }
 
 // Looks up every name of a long listing. The SDK is called once for each name, and each record has
@@ -224,7 +224,7 @@ void tst_Download::downloadsThroughTheHub()
                                             QStringLiteral("KelvoDownloadingFile"),
                                             QStringLiteral("KelvoDownloadComplete"),
                                             QStringLiteral("KelvoFileOperationComplete")}));
-    QCOMPARE(TDownload::Local(ePivots), List("a.txt"));
+    QCOMPARE(TDownload::Local(ePivots), List("a/a.txt"));
 }
 
 KELVO_GUI_TEST_MAIN(tst_Download)

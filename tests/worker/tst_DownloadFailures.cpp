@@ -142,7 +142,7 @@ void tst_DownloadFailures::reportsAFailedFetch()
              (QStringList{QStringLiteral("KelvoDownloadingFile(4,a.zip)"),
                           QStringLiteral("KelvoDownloadingFile(4,b.zip)"),
                           QStringLiteral("KelvoDownloadComplete(4,[a.zip:Stalled.\nAgain.])")}));
-    QCOMPARE(TDownload::Local(ePivots), List("b.txt"));
+    QCOMPARE(TDownload::Local(ePivots), List("b/b.txt"));
 }
 
 void tst_DownloadFailures::appendsNoRecordForAFailureWithoutErrors()
@@ -166,7 +166,7 @@ void tst_DownloadFailures::listsFetchRecordsBeforeUnpackingRecords()
     QCOMPARE(f.workerLog.Texts().last(),
              QStringLiteral("KelvoDownloadComplete(4,[missing.zip:1 File no longer exists. File "
                             "Index not found|broken.zip:Failed to unzip file])"));
-    QCOMPARE(TDownload::Local(ePivots), List("good.txt"));
+    QCOMPARE(TDownload::Local(ePivots), List("good/good.txt"));
     QVERIFY(TDownload::Temporary().isEmpty());
 }
 

@@ -65,7 +65,7 @@ void tst_Unpacking::createsAMissingDownloadFolderWithItsParents()
     KelvoFileTransferErrorDetailsList errors;
     QVERIFY(f.worker->ManageKelvoDownloads(ePivots, errors));
     QVERIFY(folder.exists());
-    QCOMPARE(folder.exists(QStringLiteral("sub/a.txt")), withArchive);
+    QCOMPARE(folder.exists(QStringLiteral("a/sub/a.txt")), withArchive);
 }
 
 void tst_Unpacking::unpacksBothSuffixesAndNothingElse()
@@ -83,7 +83,8 @@ void tst_Unpacking::unpacksBothSuffixesAndNothingElse()
     PutArchive(QStringLiteral("zip"), "f.txt");
     KelvoFileTransferErrorDetailsList errors;
     QVERIFY(f.worker->ManageKelvoDownloads(ePivots, errors));
-    QCOMPARE(TDownload::Local(ePivots), List("a.txt|b.txt|c.txt|dot.txt|hidden.txt"));
+    QCOMPARE(TDownload::Local(ePivots),
+             List(".hidden/hidden.txt|.zip/dot.txt|a/a.txt|b.ZIP/b.txt|c.zip.zip/c.txt"));
     QCOMPARE(TDownload::Temporary(), List("d.zip.part|e.txt|zip"));
 }
 
@@ -98,10 +99,7 @@ void tst_Unpacking::takesTheArchivesInTheOrderOfTheirNames()
     Put(QStringLiteral("z1.ZIP"), "broken");
     KelvoFileTransferErrorDetailsList errors;
     QVERIFY(!f.worker->ManageKelvoDownloads(ePivots, errors));
-    // The archive that is unpacked last replaces the file of the others.
-    QCOMPARE(TWorkerFixture::ReadFile(TWorkerFixture::DownloadFolder(ePivots) +
-                                      QStringLiteral("same.txt")),
-             QByteArray("c.zip"));
+    QCOMPARE(TDownload::Local(ePivots), List("B/same.txt|a/same.txt|b.ZIP/same.txt|c/same.txt"));
     QStringList failed;
     for (const auto& error : errors)
         failed << error.fileName;
@@ -120,7 +118,7 @@ void tst_Unpacking::aCorruptArchiveIsReportedAndRemovedAndTheOthersUnpacked()
     KelvoFileTransferErrorDetailsList errors;
     QVERIFY(!f.worker->ManageKelvoDownloads(ePivots, errors));
     QCOMPARE(Records(errors), QStringList{QStringLiteral("b.zip: Failed to unzip file")});
-    QCOMPARE(TDownload::Local(ePivots), List("a.txt|c.txt"));
+    QCOMPARE(TDownload::Local(ePivots), List("a/a.txt|c/c.txt"));
     QVERIFY(TDownload::Temporary().isEmpty());
 }
 
@@ -157,7 +155,7 @@ void tst_Unpacking::unpacksArchivesOfAnEarlierRunForTheCurrentProject()
     f.Start();
     PutArchive(QStringLiteral("left.zip"), "left.txt");
     f.Download(eCurves, List("curve.zip"), f.Reference(eCurves));
-    QCOMPARE(TDownload::Local(eCurves), List("curve.txt|left.txt"));
+    QCOMPARE(TDownload::Local(eCurves), List("curve/curve.txt|left/left.txt"));
 }
 
 void tst_Unpacking::recordsAreAppended()

@@ -123,8 +123,9 @@ void tst_WideIds::unpacksArchivesDatedAfter2038()
     f.Start();
     const QString archive = TWorkerFixture::TempFolder() + QStringLiteral("a.zip");
     TWorkerFixture::WriteFile(archive, kelvo::test::ZipOf("a.txt", "new"));
-    QVERIFY(QDir().mkpath(TWorkerFixture::DownloadFolder(ePivots)));
-    const QString inside = TWorkerFixture::DownloadFolder(ePivots) + QStringLiteral("a.txt");
+    const QString folder = TWorkerFixture::DownloadFolder(ePivots) + QStringLiteral("a");
+    QVERIFY(QDir().mkpath(folder));
+    const QString inside = folder + QStringLiteral("/a.txt");
     TWorkerFixture::WriteFile(inside, "former");
     QVERIFY(kelvo::test::SetFileDate(archive.toStdString(), kelvo::test::farFutureS));
     QVERIFY(kelvo::test::SetFileDate(inside.toStdString(), kelvo::test::farFutureS));

@@ -7,7 +7,7 @@ import zipfile
 import zlib
 from pathlib import Path
 
-from .entries import is_refused, paths_of, take_own_flags
+from .entries import RESERVED, all_paths, is_refused, paths_of, take_own_flags
 
 SUFFIXES = (".zip", ".ZIP")
 LARGE_BYTES = 6 * 1024 * 1024
@@ -58,17 +58,35 @@ def archives_in(folder):
 
 
 def expected_files(path):
-    """{relative path: digest} of the unpacked files, or None if a console must refuse the archive."""
+    """{path: digest} of the unpacked files below the folder of all archives, or None if a console must refuse the
+    archive."""
     try:
         with zipfile.ZipFile(path) as archive:
             entries = archive.infolist()
             take_own_flags(archive, entries)
             if is_refused(entries, path.stat().st_size):
                 return None
-            return {name: digest_of(archive.open(entry)) for name, entry in paths_of(entries).items()}
+            files = {name: digest_of(archive.open(entry)) for name, entry in paths_of(entries).items()}
+            return placed(path.name, files, all_paths(entries))
     except (zipfile.BadZipFile, zipfile.LargeZipFile, zlib.error, EOFError, OSError, RuntimeError,
             NotImplementedError, struct.error, ValueError):
         return None
+
+
+def folder_of(name):
+    """The folder into which a console unpacks the archive of this name."""
+    stem = name.removesuffix(".zip")
+    return name if stem in (name, "", ".", "..", RESERVED) or stem.lower().endswith(".zip") else stem
+
+
+def placed(name, files, paths=()):
+    """{path below the folder of all archives: value} of the files of the archive `name`, {path in the archive: value}.
+    If all paths, with those of empty folders, are in one folder of the archive's name, that folder is not repeated."""
+    stem = name[:-4] if name.lower().endswith(".zip") else name
+    every = {*files, *paths}
+    is_wrapped = bool(every) and stem not in files and all(path.split("/")[0] == stem for path in every)
+    return {f"{folder_of(name)}/{path.removeprefix(f'{stem}/') if is_wrapped else path}": value
+            for path, value in files.items()}
 
 
 def digests(files):
@@ -84,15 +102,11 @@ def digest_of(stream):
     return digest.hexdigest()
 
 
-def fit_into(expected, folder):
-    """Whether `folder` takes all files: no file would replace a folder, and no folder would replace a file."""
-    return not any((folder / name).is_dir() or any((folder / parent).is_file() for parent in Path(name).parents)
-                   for name in expected)
-
-
 def compare(expected, folder):
-    """The faults of the unpacked files of one archive, as texts; empty if every byte is right."""
-    problems = []
+    """The faults of the unpacked files of one archive, as texts; empty if every byte is right and no other file is there."""
+    own = {name.split("/")[0] for name in expected}
+    found = {str(path.relative_to(folder)) for top in own for path in (folder / top).rglob("*") if path.is_file()}
+    problems = [f"{name} is not in the archive" for name in sorted(found - expected.keys())]
     for name, digest in expected.items():
         path = folder / name
         if not path.is_file():

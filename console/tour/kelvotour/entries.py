@@ -53,6 +53,11 @@ def paths_of(entries):
     return {path_of(entry): entry for entry in entries if not is_folder(entry)}
 
 
+def all_paths(entries):
+    """The paths of all files and folders."""
+    return {path for path in map(path_of, entries) if path}
+
+
 def path_of(entry):
     """The path without empty parts and "."; empty for the destination folder."""
     return "/".join(part for part in name_of(entry).split("/") if part not in ("", "."))

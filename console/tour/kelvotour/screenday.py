@@ -203,9 +203,10 @@ class ScreenDay:
         with self.shown("11-locations", "the list shows the places of files"):
             window.do("open", row=text("Browse"))
             window.until(lambda screen: screen.can_press(text("Downloaded Files")), "the choices")
-        with self.shown("12-downloaded-files", "the downloaded maps are on the console"):
+        with self.shown("12-downloaded-files", "each downloaded map is a folder of the archive's name"):
             window.press(text("Downloaded Files"))
-            window.until(lambda screen: screen.names(), "the files")
+            folders = {archives.folder_of(name) for name in self.two_sound_archives()}
+            window.until(lambda screen: set(screen.names()) == folders, f"the folders {folders}")
 
     def upload(self):
         text, window = self.text, self.window

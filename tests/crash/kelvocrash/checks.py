@@ -1,12 +1,13 @@
 """The checks after a kill and a new start. Each check returns its findings as texts, or an empty list."""
 
 import hashlib
-import itertools
 import os
 import sqlite3
 import subprocess
 from pathlib import Path
 
+from kelvotour.archives import folder_of, placed
+from kelvotour.entries import RESERVED as STAGING
 from kelvotour.farm import OPERATOR
 
 from . import plan as plans
@@ -77,24 +78,37 @@ def deletions(plan, acknowledged, projects, bin_files):
 
 
 def unpacked(plan, acknowledged, data):
-    """The folder holds its first files and whole archives, unpacked one after the other. Each archive was commanded."""
-    folder = data / plans.UNPACK_FOLDER
-    found = image(folder)
-    for count in range(len(acknowledged.unpacked), len(acknowledged.asked_to_unpack) + 1):
-        for order in itertools.permutations(sorted(acknowledged.asked_to_unpack), count):
-            if acknowledged.unpacked.issubset(order) and found == expected_image(plan, order):
-                return []
-    whole = expected_image(plan, sorted(acknowledged.unpacked))
-    differing = sorted(path for path in {*found, *whole} if found.get(path, 0) != whole.get(path, 0))
-    return [f"{plans.UNPACK_FOLDER} is not the result of unpacking whole archives; different from {sorted(acknowledged.unpacked)}: "
-            f"{differing[:6]}"]
+    """Each archive's folder is old or new, whole. It is new after a successful command, and old without a command.
+
+    Before the console's repairs there is also the staging folder, which this check leaves out."""
+    found = image(data / plans.UNPACK_FOLDER)
+    beside = {path for path in found if path.split("/")[0] == STAGING}
+    tops = {name: folder_of(name) for name in plan.archives}
+    findings = []
+    for name, top in tops.items():
+        there = below(found, top)
+        beside |= there.keys()
+        old = below(plans.image_of(plan.before), top)
+        new = plans.image_of(placed(name, plan.archives[name]))
+        allowed = states(old, new, name, acknowledged)
+        if there not in allowed:
+            wrong = sorted(path for path in {*there, *allowed[-1]} if there.get(path, 0) != allowed[-1].get(path, 0))
+            findings.append(f"the folder of {name} is not whole, or old instead of new: {wrong[:6]}")
+    own = {path: digest for path, digest in plans.image_of(plan.before).items() if path.split("/")[0] not in tops.values()}
+    if {path: found[path] for path in found.keys() - beside} != own:
+        findings.append(f"beside the folders of the archives: {sorted((found.keys() - beside) ^ own.keys())[:6]}")
+    return findings
 
 
-def expected_image(plan, order):
-    files = dict(plan.before)
-    for name in order:
-        files.update(plan.archives[name])
-    return plans.image_of(files)
+def states(old, new, name, acknowledged):
+    """The allowed contents of the archive's folder."""
+    if name in acknowledged.unpacked:
+        return [new]
+    return [old, new] if name in acknowledged.asked_to_unpack else [old]
+
+
+def below(files, top):
+    return {path: digest for path, digest in files.items() if path == top or path.startswith(f"{top}/")}
 
 
 def image(folder):

@@ -25,18 +25,18 @@ ARCHIVE_KIND, ARCHIVE_PROJECT, UNPACK_FOLDER = "maps", "To Console", "from-servi
 # A commit writes each of its pages to the log, about ten of them.
 COMMITTED = (r"service/kelvo\.sqlite-wal written", 40)
 LANDMARKS = {
-    "start": ((r"\.console-unpacking/.* (moved|removed)", 8), (r"service/(kelvo|endpoints)", 8)),
+    "start": ((r"\.console-unpacking/.* removed", 8), (r"service/(kelvo|endpoints)", 8)),
     "login": (COMMITTED,),
     "logout": (COMMITTED,),
     "upload": (COMMITTED, (r"service/uploads/.* written", 4), (r"service/content/.*(created|moved to)", 2),
                (r"console/to-service/.* removed", 3), (r"state/.* (moved to|created|removed)", 6)),
     "download": ((r"console/incoming/.*\.part (created|written|moved from)", 6),
-                 (r"\.console-unpacking/new/.* created", 8), (r"\.console-unpacking/journal", 3),
-                 (r"prescriptions/(?!\.).* moved to", 200), (r"prescriptions/(?!\.).* moved to", 10),
+                 (r"\.console-unpacking/new/.* created", 200), (r"prescriptions/field-\d+ moved to", 4),
+                 (r"\.console-unpacking/.* removed", 200),
                  (r"console/incoming/.*\.zip removed", 3)),
     "delete": (COMMITTED,),
 }
-# The archives and the folder's first files share these names, so that files are replaced and folders merged.
+# The archives and their first folders share these names.
 SHARED_NAMES = ("TASKDATA.XML", "grids/a.bin", "grids/b.bin", "grids/deep/c.bin")
 
 
@@ -73,7 +73,7 @@ class Plan:
     seed: int
     has_inboxes: bool = True
     has_state_folder: bool = True
-    before: dict = field(default_factory=dict)  # {path: bytes} in the folder for unpacked files, before the round
+    before: dict = field(default_factory=dict)  # {path: bytes} beside and in the folders of the archives, before the round
     archives: dict = field(default_factory=dict)  # {name: {path: bytes}}
     to_delete: tuple = ()  # the archives to delete on the service
     uploads: dict = field(default_factory=dict)  # {(kind, name): bytes}
@@ -89,10 +89,11 @@ def make(seed, is_reference=False):
     """Makes the plan of a seed. A reference round has no kill."""
     chance = random.Random(seed)
     plan = Plan(seed, chance.random() < 0.85, chance.random() < 0.5)
-    plan.before = {name: _content(chance, "before", name) for name in chance.sample(SHARED_NAMES, chance.randint(0, 3))}
-    plan.before["own/notes.txt"] = b"the operator's\n"
+    plan.before = {"own/notes.txt": b"the operator's\n", "notes.txt": b"the operator's\n"}
     if plan.has_inboxes:
         plan.archives = {f"field-{number}.zip": _archive(chance, number) for number in range(chance.randint(1, 4))}
+        for number in range(len(plan.archives)):
+            plan.before.update(_former_folder(chance, f"field-{number}"))
         plan.to_delete = tuple(name for name in plan.archives if chance.random() < 0.4)
     for number in range(chance.randint(1, 4)):
         kind = chance.choice(tuple(UPLOADS))
@@ -123,15 +124,20 @@ def _content(chance, *words):
     return f"{' '.join(map(str, words))} {chance.random()}\n".encode()
 
 
+def _former_folder(chance, folder):
+    """The files that an archive replaces, or none."""
+    names = [*SHARED_NAMES, "former.bin", *(f"former/{number}.bin" for number in range(MANY_FILES))]
+    count = chance.choice((0, 2, len(names)))
+    return {f"{folder}/{name}": _content(chance, "before", name) for name in chance.sample(names, count)}
+
+
 def _archive(chance, number):
     files = {name: _content(chance, number, name) for name in chance.sample(SHARED_NAMES, chance.randint(1, 4))}
-    for count in range(chance.randint(0, 12)):
-        files[f"field-{number}/part-{count}.bin"] = _content(chance, number, count)
-    # The console moves each of these files one by one, because their folder exists already.
-    for count in range(MANY_FILES if chance.random() < 0.3 else 0):
-        files[f"own/part-{count}.bin"] = _content(chance, number, count)
+    for count in range(chance.choice((0, 2, 12, MANY_FILES))):
+        files[f"parts/part-{count}.bin"] = _content(chance, number, count)
     files[f"GRD{number:05}.BIN"] = chance.randbytes(_size(chance))
-    return files
+    top = chance.choice(("", "TASKDATA/", f"field-{number}/"))
+    return {top + name: content for name, content in files.items()}
 
 
 def _generation(chance, plan):

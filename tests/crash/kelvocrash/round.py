@@ -74,6 +74,7 @@ class Round:
             self._running = "nothing"
         else:
             self.world.reap_console()
+            require(checks.unpacked(self.plan, self._acknowledged, self.world.data))
 
     def _arm(self, kill):
         self.world.trigger = Trigger(kill.steps, kill.delay_s, lambda: self._kill(kill.victim), kill.landmark)

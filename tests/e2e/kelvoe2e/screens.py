@@ -77,7 +77,7 @@ class ScreensCase(FarmCase):
         content = {name: {f"{name}.bin": noise(name)} for name in names}
         self.send({name: archives.write_zip(self.folder / "zip", files).read_bytes()
                    for name, files in content.items()})
-        return content
+        return {name: archives.placed(name, files) for name, files in content.items()}
 
     def add_reports(self, *names):
         """Writes job reports into the folder for uploads. Returns {name: bytes}."""

@@ -1,9 +1,16 @@
 #include "host/files/TTracedUnzip.h"
 
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <iterator>
 
 #include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
 #include <sys/ptrace.h>
+#include <sys/syscall.h>
 #include <sys/user.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,8 +21,28 @@ namespace {
 constexpr int returnedTrue = 40;
 constexpr int returnedFalse = 41;
 
-[[noreturn]] void UnzipTraced(const kelvo::test::TUnzipFixture& fixture)
+// From now on renameat2() with flags fails like on a file system that does not know the flags.
+bool AllowOnlyPlainRenames()
 {
+    sock_filter program[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_renameat2, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[4])),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, 0, 1, 0),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EINVAL),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog filter = {std::size(program), program};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+}
+
+[[noreturn]] void UnzipTraced(const kelvo::test::TUnzipFixture& fixture,
+                              kelvo::test::ERenames renames)
+{
+    if (renames == kelvo::test::ERenames::eOnlyPlain && !AllowOnlyPlainRenames()) {
+        ::_exit(1);
+    }
     if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
         ::_exit(1);
     }
@@ -57,10 +84,10 @@ void SetResult(pid_t, int) {}
 
 namespace kelvo::test {
 
-TTracedUnzip::TTracedUnzip(const TUnzipFixture& fixture) : m_child(::fork())
+TTracedUnzip::TTracedUnzip(const TUnzipFixture& fixture, ERenames renames) : m_child(::fork())
 {
     if (m_child == 0) {
-        UnzipTraced(fixture);
+        UnzipTraced(fixture, renames);
     }
     m_isRunning = m_child > 0 && WaitForStop();
     m_isTraced = m_isRunning;

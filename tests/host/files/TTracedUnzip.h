@@ -3,18 +3,23 @@
 
 #include "host/files/TUnzipFixture.h"
 
+#include <cstdint>
 #include <optional>
 
 #include <sys/types.h>
 
 namespace kelvo::test {
 
+// The renames of the file system. Old and foreign file systems can neither exchange two names nor
+// keep an existing one.
+enum class ERenames : std::uint8_t { eAll, eOnlyPlain };
+
 // After the constructor the process is stopped before its first call. The destructor kills the
 // process. One thread.
 class TTracedUnzip
 {
 public:
-    explicit TTracedUnzip(const TUnzipFixture& fixture);
+    explicit TTracedUnzip(const TUnzipFixture& fixture, ERenames renames);
     ~TTracedUnzip();
     TTracedUnzip(const TTracedUnzip&) = delete;
     TTracedUnzip& operator=(const TTracedUnzip&) = delete;

@@ -38,6 +38,9 @@ public:
         return CreateFromImage(Destination(), image);
     }
     TFolderImage Content() const { return ImageOf(Destination()); }
+    // The folder of the archive, and its content.
+    QString Folder() const { return Destination() + QStringLiteral("/archive"); }
+    TFolderImage Unpacked() const { return ImageOf(Folder()); }
     // The content of the folder with archive and destination.
     TFolderImage Everything() const { return ImageOf(Root()); }
 

@@ -1,4 +1,4 @@
-"""The order of an unpacking's syncs: files, journal, moved names, then the end.
+"""The order of an unpacking's syncs: files, new folder in its place, then the end.
 
 The console removes the archive only after the end. The unpacking runs under strace. Its calls must have the order that
 survives a power cut at any point. Without strace, or if tracing is forbidden, the test is skipped; on CI it then fails.
@@ -15,7 +15,7 @@ from pathlib import Path
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "support"))
 
 from rawzip import archive_of_files  # noqa: E402
-from tracing import RENAME, SYNC, UNLINK, finished_calls, needs_tracing, position  # noqa: E402
+from tracing import RENAME, SYNC, finished_calls, needs_tracing, position  # noqa: E402
 
 GUARD_SECONDS = 60  # ends a program that hangs
 CALLS = "fsync,fdatasync,syncfs,openat,write,close,rename,renameat,renameat2,link,linkat,unlink,unlinkat,exit_group"
@@ -27,7 +27,7 @@ class UnpackingOrder(unittest.TestCase):
         needs_tracing(self)
         self.folder = Path(tempfile.mkdtemp(prefix="kelvo-unpacking-"))
         self.addCleanup(shutil.rmtree, self.folder)
-        self.destination = self.folder / "fields"
+        self.destination = self.folder / "maps"
         self.destination.mkdir()
 
     def calls_of(self, content):
@@ -38,48 +38,40 @@ class UnpackingOrder(unittest.TestCase):
                         os.environ["KELVO_UNPACK_ONCE"], str(archive), str(self.destination)],
                        check=True, timeout=GUARD_SECONDS)
         for name, text in content.items():
-            self.assertEqual((self.destination / name).read_text(), text)
+            self.assertEqual((self.destination / "fields" / name).read_text(), text)
         return finished_calls(trace)
 
-    def check_moved(self, calls, begin, moved, synced_after):
-        """Checks the order from `begin` on: journal, replaced files, moves, folders, journal's removal."""
-        staging = f"/{STAGING}>"
-        journal = position(calls, "sync of the journal", begin, SYNC, f"/{STAGING}/journal>")
-        noted = position(calls, "sync of the journal's folder", journal, SYNC, staging)
-        aside = position(calls, "link to what is replaced", -1, ("linkat",), f"/{STAGING}/old>")
-        self.assertGreater(aside, noted, "a replaced file was linked before the journal was on the disk")
-        kept = position(calls, "sync of what is replaced", aside, SYNC, f"/{STAGING}/old>")
-        first = position(calls, "move", -1, RENAME, f"/{STAGING}/new")
-        self.assertGreater(first, kept, "a file was moved before the replaced files were on the disk")
-        last = max(position(calls, f"move of {name}", noted, RENAME, f'"{name}"') for name in moved)
-        named = synced_after(last)
-        undone = position(calls, "removal of the journal", -1, UNLINK, staging, '"journal"')
-        self.assertGreater(undone, named, "the journal was removed before the moved names were on the disk")
-        removed = position(calls, "sync of the journal's folder", undone, SYNC, staging)
-        position(calls, "the end", removed, ("exit_group",))
+    def check_moved(self, calls, begin):
+        """Checks the order from `begin` on: move, sync of the name, the end."""
+        self.assertEqual([call for call in calls[:begin] if call[0] in RENAME], [])
+        moved = position(calls, "move", begin, RENAME, f"/{STAGING}>", '"fields"')
+        named = position(calls, "sync of the name", moved, SYNC, "/maps>")
+        position(calls, "the end", named, ("exit_group",))
 
-    def test_files_then_journal_then_names_then_the_end(self):
-        (self.destination / "same").write_text("former")
+    def check_few_files(self):
         calls = self.calls_of({"lines/a": "new", "same": "new"})
         synced = []
         for name in ("lines/a", "same"):
             written = position(calls, f"write to {name}", -1, ("write",), f"/{STAGING}/new/{name}>")
             synced.append(position(calls, f"sync of {name}", written, SYNC, f"/{STAGING}/new/{name}>"))
-        for folder in (f"/{STAGING}/new/lines>", f"/{STAGING}/new>", "/fields>"):
+        for folder in (f"/{STAGING}/new/lines>", f"/{STAGING}/new>"):
             synced.append(position(calls, f"sync of {folder}", max(synced[:2]), SYNC, folder))
-        self.check_moved(calls, max(synced), ("lines", "same"),
-                         lambda last: position(calls, "sync of the names", last, SYNC, "/fields>"))
+        self.check_moved(calls, max(synced))
+
+    def test_files_then_the_name_then_the_end(self):
+        self.check_few_files()
+
+    def test_files_then_the_exchange_then_the_end(self):
+        (self.destination / "fields").mkdir()
+        (self.destination / "fields/former").write_text("former")
+        self.check_few_files()
+        self.assertFalse((self.destination / "fields/former").exists())
 
     def test_many_files_are_synced_together_and_no_later(self):
         content = {f"field-{number}/line": "new" for number in range(10)}
-        for name in content:
-            (self.destination / name).parent.mkdir()
-            (self.destination / name).write_text("former")
         calls = self.calls_of(content)
         written = max(position(calls, f"write to {name}", -1, ("write",), f"/{STAGING}/new/{name}>") for name in content)
-        synced = position(calls, "sync of all files", written, ("syncfs",))
-        self.check_moved(calls, synced, content,
-                         lambda last: position(calls, "sync of the names", last, ("syncfs",)))
+        self.check_moved(calls, position(calls, "sync of all files", written, ("syncfs",)))
 
 
 if __name__ == "__main__":

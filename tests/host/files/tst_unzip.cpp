@@ -46,6 +46,8 @@ QByteArray Noise(int size)
 
 } // namespace
 
+Q_DECLARE_METATYPE(kelvo::test::TZipBuilder)
+
 class tst_Unzip : public TTestCase
 {
     Q_OBJECT
@@ -53,9 +55,9 @@ class tst_Unzip : public TTestCase
 private Q_SLOTS:
     void unpacksFilesAndFolders();
     void unpacksLargeContent();
-    void mergesFoldersAndReplacesFiles();
-    void movesIntoExistingEmptyFolders();
-    void replacesALinkInsteadOfItsTarget();
+    void replacesTheFolderAsAWhole();
+    void doesNotRepeatAFolderOfTheArchivesName_data();
+    void doesNotRepeatAFolderOfTheArchivesName();
     void acceptsAnEmptyArchive();
     void unpacksAZip64Archive();
     void unpacksAPipeEntryAsAFile();
@@ -84,7 +86,7 @@ void tst_Unzip::unpacksFilesAndFolders()
         {QStringLiteral("a/b"), "folder"},
         {QStringLiteral("a/b/deep.txt"), "file:" + QByteArray(5000, 'x')},
         {QStringLiteral("nothing.bin"), "file:"}};
-    QCOMPARE(fixture.Content(), expected);
+    QCOMPARE(fixture.Unpacked(), expected);
 }
 
 void tst_Unzip::unpacksLargeContent()
@@ -94,60 +96,72 @@ void tst_Unzip::unpacksLargeContent()
     QVERIFY(fixture.SetArchive(
         TZipBuilder().Add(DeflatedFile("deflated", noise)).AddFile("stored", noise)));
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    QVERIFY(ReadFile(fixture.Destination() + QStringLiteral("/deflated")) == noise);
-    QVERIFY(ReadFile(fixture.Destination() + QStringLiteral("/stored")) == noise);
+    QVERIFY(ReadFile(fixture.Folder() + QStringLiteral("/deflated")) == noise);
+    QVERIFY(ReadFile(fixture.Folder() + QStringLiteral("/stored")) == noise);
 }
 
-void tst_Unzip::mergesFoldersAndReplacesFiles()
+void tst_Unzip::replacesTheFolderAsAWhole()
 {
     TUnzipFixture fixture;
-    QVERIFY(fixture.SetContent({{QStringLiteral("kept.txt"), "file:kept"},
-                                {QStringLiteral("a/kept.txt"), "file:kept"},
-                                {QStringLiteral("a/same.txt"), "file:former, and longer"},
-                                {QStringLiteral("b/kept.txt"), "file:kept"}}));
-    QVERIFY(fixture.SetArchive(
-        TZipBuilder().AddFile("a/same.txt", "new").AddFile("a/c/new.txt", "new").AddFolder("b/")));
+    QVERIFY(fixture.SetContent({{QStringLiteral("archive"), "folder"},
+                                {QStringLiteral("archive/a"), "folder"},
+                                {QStringLiteral("archive/a/former"), "file:former"},
+                                {QStringLiteral("archive/same"), "file:former, and longer"},
+                                {QStringLiteral("a"), "folder"},
+                                {QStringLiteral("a/kept"), "file:kept"},
+                                {QStringLiteral("same"), "file:kept"}}));
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("same", "new").AddFile("a/new", "new")));
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    const TFolderImage expected = {{QStringLiteral("kept.txt"), "file:kept"},
+    const TFolderImage expected = {{QStringLiteral("archive"), "folder"},
+                                   {QStringLiteral("archive/a"), "folder"},
+                                   {QStringLiteral("archive/a/new"), "file:new"},
+                                   {QStringLiteral("archive/same"), "file:new"},
                                    {QStringLiteral("a"), "folder"},
-                                   {QStringLiteral("a/kept.txt"), "file:kept"},
-                                   {QStringLiteral("a/same.txt"), "file:new"},
-                                   {QStringLiteral("a/c"), "folder"},
-                                   {QStringLiteral("a/c/new.txt"), "file:new"},
-                                   {QStringLiteral("b"), "folder"},
-                                   {QStringLiteral("b/kept.txt"), "file:kept"}};
+                                   {QStringLiteral("a/kept"), "file:kept"},
+                                   {QStringLiteral("same"), "file:kept"}};
     QCOMPARE(fixture.Content(), expected);
 }
 
-void tst_Unzip::movesIntoExistingEmptyFolders()
+void tst_Unzip::doesNotRepeatAFolderOfTheArchivesName_data()
 {
-    TUnzipFixture fixture;
-    QVERIFY(fixture.SetContent({{QStringLiteral("a"), "folder"}}));
-    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("a/x", "1")));
-    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    QCOMPARE(fixture.Content(),
-             (TFolderImage{{QStringLiteral("a"), "folder"}, {QStringLiteral("a/x"), "file:1"}}));
+    QTest::addColumn<TZipBuilder>("archive");
+    QTest::addColumn<QString>("path");
+    const auto row = [](const char* title, const TZipBuilder& archive, const char* path) {
+        QTest::newRow(title) << archive << QString::fromLatin1(path);
+    };
+    const TZipBuilder wrapped = TZipBuilder().AddFile("archive/a", "content");
+    row("only that folder", wrapped, "archive/a");
+    row("with an entry of its own", TZipBuilder(wrapped).AddFolder("archive/"), "archive/a");
+    row("a folder in that folder", TZipBuilder().AddFile("archive/archive/a", "content"),
+        "archive/archive/a");
+    row("a file beside it", TZipBuilder(wrapped).AddFile("b", "b"), "archive/archive/a");
+    row("a folder of another name", TZipBuilder().AddFile("Archive/a", "content"),
+        "archive/Archive/a");
+    row("a file of that name", TZipBuilder().AddFile("archive", "content"), "archive/archive");
 }
 
-void tst_Unzip::replacesALinkInsteadOfItsTarget()
+void tst_Unzip::doesNotRepeatAFolderOfTheArchivesName()
 {
+    QFETCH(TZipBuilder, archive);
+    QFETCH(QString, path);
     TUnzipFixture fixture;
-    const QString outside = fixture.Root() + QStringLiteral("/outside.txt");
-    QVERIFY(WriteFile(outside, "outside"));
-    QVERIFY(fixture.SetContent({{QStringLiteral("link"), "link:" + outside.toUtf8()}}));
-    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("link", "new")));
-    QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("link"), "file:new"}}));
-    QCOMPARE(ReadFile(outside), QByteArray("outside"));
+    QVERIFY(fixture.SetArchive(archive));
+    for (int time = 0; time < 2; ++time) {
+        QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
+        QCOMPARE(fixture.Content().value(path), QByteArray("file:content"));
+        QCOMPARE(fixture.Content().values().count("file:content"), 1);
+    }
 }
 
+// The folder of an empty archive is empty.
 void tst_Unzip::acceptsAnEmptyArchive()
 {
     TUnzipFixture fixture;
     QVERIFY(fixture.SetContent({{QStringLiteral("kept.txt"), "file:kept"}}));
     QVERIFY(fixture.SetArchive(TZipBuilder()));
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("kept.txt"), "file:kept"}}));
+    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("archive"), "folder"},
+                                              {QStringLiteral("kept.txt"), "file:kept"}}));
 }
 
 void tst_Unzip::unpacksAZip64Archive()
@@ -157,8 +171,8 @@ void tst_Unzip::unpacksAZip64Archive()
     entry.isZip64 = true;
     QVERIFY(fixture.SetArchive(TZipBuilder().Add(entry).AddFile("b.txt", "32").Build(true)));
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("a.txt"), "file:zip64"},
-                                              {QStringLiteral("b.txt"), "file:32"}}));
+    QCOMPARE(fixture.Unpacked(), (TFolderImage{{QStringLiteral("a.txt"), "file:zip64"},
+                                               {QStringLiteral("b.txt"), "file:32"}}));
 }
 
 void tst_Unzip::unpacksAPipeEntryAsAFile()
@@ -168,7 +182,7 @@ void tst_Unzip::unpacksAPipeEntryAsAFile()
     entry.mode = fifoMode;
     QVERIFY(fixture.SetArchive(TZipBuilder().Add(entry)));
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("pipe"), "file:content"}}));
+    QCOMPARE(fixture.Unpacked(), (TFolderImage{{QStringLiteral("pipe"), "file:content"}}));
 }
 
 void tst_Unzip::setsFixedModes()
@@ -185,8 +199,8 @@ void tst_Unzip::setsFixedModes()
     const bool isUnpacked = fixture.Unzip();
     ::umask(formerMask);
     QVERIFY2(isUnpacked, qPrintable(fixture.ErrorText()));
-    QCOMPARE(ModeOf(fixture.Destination() + QStringLiteral("/dir")), 0755u);
-    QCOMPARE(ModeOf(fixture.Destination() + QStringLiteral("/dir/program")), 0644u);
+    QCOMPARE(ModeOf(fixture.Folder() + QStringLiteral("/dir")), 0755u);
+    QCOMPARE(ModeOf(fixture.Folder() + QStringLiteral("/dir/program")), 0644u);
 }
 
 void tst_Unzip::unpacksArchivesOfTheProgramZip()
@@ -205,7 +219,7 @@ void tst_Unzip::unpacksArchivesOfTheProgramZip()
                             source);
     QCOMPARE(process.ExitCode(), 0);
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    QVERIFY(fixture.Content() == content);
+    QVERIFY(fixture.Unpacked() == content);
 }
 
 void tst_Unzip::unpacksTheSameTwice()
@@ -213,9 +227,9 @@ void tst_Unzip::unpacksTheSameTwice()
     TUnzipFixture fixture;
     QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("a/x", "1").AddFile("y", "2")));
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    const TFolderImage first = fixture.Content();
+    const TFolderImage first = fixture.Unpacked();
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    QCOMPARE(fixture.Content(), first);
+    QCOMPARE(fixture.Unpacked(), first);
 }
 
 void tst_Unzip::twoThreadsUnpackOneAfterTheOther()
@@ -241,7 +255,7 @@ void tst_Unzip::twoThreadsUnpackOneAfterTheOther()
     QVERIFY(thread->wait());
     QVERIFY(isUnpackedHere);
     QVERIFY(isUnpackedThere);
-    QCOMPARE(fixture.Content().size(), rounds);
+    QCOMPARE(fixture.Unpacked().size(), rounds);
 }
 
 void tst_Unzip::failsWithoutArchiveOrFolder()
@@ -266,7 +280,7 @@ void tst_Unzip::theContractsFunctionUnpacks()
     QString errorText = QStringLiteral("of an earlier call");
     QVERIFY(TFileSystemHelper::Unzip(fixture.Archive(), fixture.Destination(), errorText));
     QVERIFY(errorText.isEmpty());
-    QCOMPARE(fixture.Content(), (TFolderImage{{QStringLiteral("a"), "file:a"}}));
+    QCOMPARE(fixture.Unpacked(), (TFolderImage{{QStringLiteral("a"), "file:a"}}));
 }
 
 KELVO_TEST_MAIN(tst_Unzip)

@@ -81,7 +81,6 @@ void tst_UnzipDiskFull::changesNothingOnAFullDisk_data()
     QTest::addColumn<int>("bytesEach");
     QTest::newRow("no room for the content") << QByteArray("size=256k") << 4 << 100000;
     QTest::newRow("no room for more files") << QByteArray("size=8m,nr_inodes=20") << 40 << 10;
-    QTest::newRow("no room for the journal") << QByteArray("size=64k") << 14 << 4096;
 }
 
 void tst_UnzipDiskFull::changesNothingOnAFullDisk()
@@ -93,7 +92,7 @@ void tst_UnzipDiskFull::changesNothingOnAFullDisk()
     const TSmallDisk disk(fixture.Destination(), options.constData());
     KELVO_NEEDS(disk.IsMounted(), "a file system in memory");
     QVERIFY(fixture.SetContent(
-        {{QStringLiteral("f0"), "file:former"}, {QStringLiteral("kept"), "file:kept"}}));
+        {{QStringLiteral("archive/f0"), "file:former"}, {QStringLiteral("kept"), "file:kept"}}));
     TZipBuilder builder;
     for (int file = 0; file < files; ++file) {
         builder.AddFile("f" + QByteArray::number(file), QByteArray(bytesEach, 'x'));
@@ -106,13 +105,13 @@ void tst_UnzipDiskFull::changesNothingOnAFullDisk()
     QCOMPARE(fixture.Content(), before);
     QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("f0", "new")));
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    QCOMPARE(fixture.Content().value(QStringLiteral("f0")), QByteArray("file:new"));
+    QCOMPARE(fixture.Unpacked(), (TFolderImage{{QStringLiteral("f0"), "file:new"}}));
 }
 
 void tst_UnzipDiskFull::changesNothingIfAFileCannotGrow()
 {
     TUnzipFixture fixture;
-    QVERIFY(fixture.SetContent({{QStringLiteral("a"), "file:former"}}));
+    QVERIFY(fixture.SetContent({{QStringLiteral("archive/a"), "file:former"}}));
     QVERIFY(fixture.SetArchive(
         TZipBuilder().AddFile("a", "new").AddFile("large", QByteArray(200000, 'x'))));
     const TFolderImage before = fixture.Content();

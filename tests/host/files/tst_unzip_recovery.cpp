@@ -1,8 +1,7 @@
 // Unzip: the recovery from each state that a killed run can leave.
 #include "host/files/TUnzipFixture.h"
 
-#include "files/Placement.h"
-#include "files/TStagingFolder.h"
+#include "files/Posix.h"
 #include "support/TestMain.h"
 
 #include <QtCore/QElapsedTimer>
@@ -16,200 +15,105 @@ using namespace hostimpl;
 
 namespace {
 
-const TFolderImage contentBefore = {{QStringLiteral("a"), "folder"},
-                                    {QStringLiteral("a/kept"), "file:kept"},
-                                    {QStringLiteral("a/same"), "file:former"},
-                                    {QStringLiteral("b"), "folder"},
-                                    {QStringLiteral("same"), "file:former"}};
+const QString staging = QStringLiteral(".console-unpacking");
 
-// Creates the states of an unpacking with the classes that Unzip uses.
-class THalfDone
+TFolderImage Below(const QString& folder, const TFolderImage& content)
 {
-public:
-    explicit THalfDone(const QString& destination)
-        : m_destination(::open(QFile::encodeName(destination).constData(),
-                               O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
-          m_staging(m_destination.Get())
-    {}
+    TFolderImage image = {{folder, "folder"}};
+    for (auto entry = content.cbegin(); entry != content.cend(); ++entry) {
+        image.insert(folder + QLatin1Char('/') + entry.key(), entry.value());
+    }
+    return image;
+}
 
-    bool Stage()
-    {
-        QString errorText;
-        return m_staging.Create(errorText) && AddFile("a/same") && AddFile("a/new/x") &&
-               AddFile("b/new") && AddFile("new/x") && AddFile("same") &&
-               PlanPlacement(m_staging.Staged(), m_destination.Get(), m_steps, errorText);
+TFolderImage Together(TFolderImage first, const TFolderImage& second)
+{
+    for (auto entry = second.cbegin(); entry != second.cend(); ++entry) {
+        first.insert(entry.key(), entry.value());
     }
-    bool WriteJournal() { return Journal().Write(m_steps); }
-    bool PlaceFirst(int steps)
-    {
-        QString errorText;
-        return Place(m_staging, m_destination.Get(), m_steps.mid(0, steps), errorText);
-    }
-    // The first half of a replacement: the new file is not in its place yet.
-    bool KeepAside(int step, bool hasLinks)
-    {
-        const char* const path = m_steps[step].path.constData();
-        const QByteArray number = QByteArray::number(step);
-        return (hasLinks ? ::linkat(m_destination.Get(), path, m_staging.Replaced(),
-                                    number.constData(), 0)
-                         : ::renameat(m_destination.Get(), path, m_staging.Replaced(),
-                                      number.constData())) == 0;
-    }
-    bool IsReplacement(int step) const { return m_steps[step].kind == EPlacement::eReplace; }
-    int Steps() const { return m_steps.size(); }
-    TPlacementJournal Journal() const { return TPlacementJournal(m_staging.Descriptor()); }
+    return first;
+}
 
-private:
-    bool AddFile(const QByteArray& path)
-    {
-        QString errorText;
-        const TDescriptor file = m_staging.AddFile(path, errorText);
-        return file.IsValid() && WriteAll(file.Get(), "new", 3);
-    }
+const TFolderImage other = {{QStringLiteral("other"), "folder"},
+                            {QStringLiteral("other/file"), "file:kept"},
+                            {QStringLiteral("same"), "file:kept"}};
+const TFolderImage oldFolder =
+    Below(QStringLiteral("archive"), {{QStringLiteral("a"), "folder"},
+                                      {QStringLiteral("a/x"), "file:old"},
+                                      {QStringLiteral("same"), "file:old"}});
+const TFolderImage newFolder =
+    Below(QStringLiteral("archive"), {{QStringLiteral("same"), "file:new"}});
+const TFolderImage contentBefore = Together(other, oldFolder);
+const TFolderImage contentAfter = Together(other, newFolder);
 
-    TDescriptor m_destination;
-    TStagingFolder m_staging;
-    TPlacementSteps m_steps;
-};
+// The staging folder of a run that was killed while it read the archive.
+TFolderImage Unfinished()
+{
+    return Below(staging,
+                 {{QStringLiteral("new"), "folder"}, {QStringLiteral("new/same"), "file:n"}});
+}
+
+// The staging folder with a folder that has moved aside.
+TFolderImage Aside(const TFolderImage& folder)
+{
+    return Below(staging, Below(QStringLiteral("old"), folder));
+}
 
 } // namespace
+
+Q_DECLARE_METATYPE(kelvo::test::TFolderImage)
 
 class tst_UnzipRecovery : public TTestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theFixtureHasFiveSteps();
-    void recoversAfterEachStep();
-    void recoversWithinAReplacement_data();
-    void recoversWithinAReplacement();
-    void removesAStagingFolderWithoutAJournal();
-    void removesAStagingFolderWithAnIncompleteJournal_data();
-    void removesAStagingFolderWithAnIncompleteJournal();
-    void keepsACompleteUnpacking();
-    void recoversTwice();
+    void recoversFromEachState_data();
+    void recoversFromEachState();
     void recoversBeforeTheNextArchive();
     void doesNotWaitForeverForAnotherProcess();
     void waitsASecondForAllFoldersTogether();
-    void keepsFilesOfOtherProgramsInTheDestination();
     void acceptsAMissingFolder();
 };
 
-// The other tests rely on these three additions and two replacements.
-void tst_UnzipRecovery::theFixtureHasFiveSteps()
+void tst_UnzipRecovery::recoversFromEachState_data()
 {
-    TUnzipFixture fixture;
-    QVERIFY(fixture.SetContent(contentBefore));
-    THalfDone run(fixture.Destination());
-    QVERIFY(run.Stage());
-    QCOMPARE(run.Steps(), 5);
-    QVERIFY(run.WriteJournal());
-    QVERIFY(run.PlaceFirst(5));
-    const TFolderImage after = fixture.Content();
-    QCOMPARE(after.value(QStringLiteral("a/same")), QByteArray("file:new"));
-    QCOMPARE(after.value(QStringLiteral("a/new/x")), QByteArray("file:new"));
-    QCOMPARE(after.value(QStringLiteral("a/kept")), QByteArray("file:kept"));
+    QTest::addColumn<TFolderImage>("left");
+    QTest::addColumn<TFolderImage>("repaired");
+    const auto row = [](const char* title, const TFolderImage& left, const TFolderImage& repaired) {
+        QTest::newRow(title) << left << repaired;
+    };
+    row("nothing", contentBefore, contentBefore);
+    row("empty staging folder", Together(contentBefore, Below(staging, {})), contentBefore);
+    row("half unpacked", Together(contentBefore, Unfinished()), contentBefore);
+    row("exchanged", Together(contentAfter, Below(staging, oldFolder)), contentAfter);
+    row("moved aside, nothing in its place", Together(other, Aside(oldFolder)), contentBefore);
+    row("moved aside, new folder not moved yet",
+        Together(Together(other, Unfinished()), Aside(oldFolder)), contentBefore);
+    row("moved aside, new folder in its place", Together(contentAfter, Aside(oldFolder)),
+        contentAfter);
+    row("a file aside", Together(other, Aside({{QStringLiteral("0"), "file:x"}})), other);
+    row("a file in place of the staging folder", Together(contentBefore, {{staging, "file:x"}}),
+        contentBefore);
 }
 
-void tst_UnzipRecovery::recoversAfterEachStep()
+void tst_UnzipRecovery::recoversFromEachState()
 {
-    for (int steps = 0; steps <= 5; ++steps) {
-        TUnzipFixture fixture;
-        QVERIFY(fixture.SetContent(contentBefore));
-        THalfDone run(fixture.Destination());
-        QVERIFY(run.Stage());
-        QVERIFY(run.WriteJournal());
-        QVERIFY(run.PlaceFirst(steps));
-        QVERIFY(fixture.Content() != contentBefore);
-        QString errorText;
+    QFETCH(TFolderImage, left);
+    QFETCH(TFolderImage, repaired);
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent(left));
+    QString errorText;
+    for (int time = 0; time < 2; ++time) {
         QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
-        QCOMPARE(fixture.Content(), contentBefore);
+        QCOMPARE(fixture.Content(), repaired);
     }
-}
-
-void tst_UnzipRecovery::recoversWithinAReplacement_data()
-{
-    QTest::addColumn<bool>("hasLinks");
-    QTest::newRow("file system with links") << true;
-    QTest::newRow("file system without links") << false;
-}
-
-void tst_UnzipRecovery::recoversWithinAReplacement()
-{
-    QFETCH(bool, hasLinks);
-    int replacements = 0;
-    for (int step = 0; step < 5; ++step) {
-        TUnzipFixture fixture;
-        QVERIFY(fixture.SetContent(contentBefore));
-        THalfDone run(fixture.Destination());
-        QVERIFY(run.Stage());
-        if (!run.IsReplacement(step)) {
-            continue;
-        }
-        ++replacements;
-        QVERIFY(run.WriteJournal());
-        QVERIFY(run.PlaceFirst(step));
-        QVERIFY(run.KeepAside(step, hasLinks));
-        QString errorText;
-        QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
-        QCOMPARE(fixture.Content(), contentBefore);
-    }
-    QCOMPARE(replacements, 2);
-}
-
-void tst_UnzipRecovery::removesAStagingFolderWithoutAJournal()
-{
-    TUnzipFixture fixture;
-    QVERIFY(fixture.SetContent(contentBefore));
-    QVERIFY(THalfDone(fixture.Destination()).Stage());
-    QString errorText;
-    QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
-    QCOMPARE(fixture.Content(), contentBefore);
-}
-
-void tst_UnzipRecovery::removesAStagingFolderWithAnIncompleteJournal_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("cut in a step") << QByteArray("replace a/sa");
-    QTest::newRow("cut before the end") << QByteArray("replace a/same\n");
-    QTest::newRow("cut in the end") << QByteArray("replace a/same\nend");
-    QTest::newRow("something else") << QByteArray("remove a/same\nend\n");
-}
-
-void tst_UnzipRecovery::removesAStagingFolderWithAnIncompleteJournal()
-{
-    QFETCH(QByteArray, text);
-    TUnzipFixture fixture;
-    QVERIFY(fixture.SetContent(contentBefore));
-    QVERIFY(THalfDone(fixture.Destination()).Stage());
-    QVERIFY(WriteFile(fixture.Destination() + QStringLiteral("/.console-unpacking/journal"), text));
-    QString errorText;
-    QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
-    QCOMPARE(fixture.Content(), contentBefore);
-}
-
-void tst_UnzipRecovery::keepsACompleteUnpacking()
-{
-    TUnzipFixture fixture;
-    QVERIFY(fixture.SetContent(contentBefore));
-    THalfDone run(fixture.Destination());
-    QVERIFY(run.Stage());
-    QVERIFY(run.WriteJournal());
-    QVERIFY(run.PlaceFirst(5));
-    QVERIFY(run.Journal().Remove());
-    QString errorText;
-    QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
-    QCOMPARE(fixture.Content().value(QStringLiteral("same")), QByteArray("file:new"));
-    QCOMPARE(fixture.Content().value(QStringLiteral("new/x")), QByteArray("file:new"));
-    QVERIFY(!fixture.Content().contains(QStringLiteral(".console-unpacking")));
 }
 
 void tst_UnzipRecovery::doesNotWaitForeverForAnotherProcess()
 {
     TUnzipFixture fixture;
-    QVERIFY(fixture.SetContent(contentBefore));
-    QVERIFY(THalfDone(fixture.Destination()).Stage());
+    QVERIFY(fixture.SetContent(Together(contentBefore, Unfinished())));
     QString errorText;
     {
         const TDescriptor others(::open(QFile::encodeName(fixture.Destination()).constData(),
@@ -230,8 +134,7 @@ void tst_UnzipRecovery::waitsASecondForAllFoldersTogether()
     constexpr qint64 HANG_GUARD_MS = 30000;
     TUnzipFixture held;
     TUnzipFixture free;
-    QVERIFY(free.SetContent(contentBefore));
-    QVERIFY(THalfDone(free.Destination()).Stage());
+    QVERIFY(free.SetContent(Together(contentBefore, Unfinished())));
     QVERIFY(held.SetContent(contentBefore));
     const TDescriptor others(::open(QFile::encodeName(held.Destination()).constData(),
                                     O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -250,58 +153,20 @@ void tst_UnzipRecovery::waitsASecondForAllFoldersTogether()
     QCOMPARE(free.Content(), contentBefore);
 }
 
-// The first recovery was killed too.
-void tst_UnzipRecovery::recoversTwice()
-{
-    TUnzipFixture fixture;
-    QVERIFY(fixture.SetContent(contentBefore));
-    THalfDone run(fixture.Destination());
-    QVERIFY(run.Stage());
-    QVERIFY(run.WriteJournal());
-    QVERIFY(run.PlaceFirst(4));
-    TPlacementSteps steps;
-    QVERIFY(run.Journal().Read(steps));
-    const TDescriptor destination(::open(QFile::encodeName(fixture.Destination()).constData(),
-                                         O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    TStagingFolder leftover(destination.Get());
-    QVERIFY(leftover.OpenLeftover());
-    QVERIFY(UndoPlacement(leftover, destination.Get(), steps));
-    QString errorText;
-    QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
-    QCOMPARE(fixture.Content(), contentBefore);
-}
-
 void tst_UnzipRecovery::recoversBeforeTheNextArchive()
 {
     TUnzipFixture fixture;
-    QVERIFY(fixture.SetContent(contentBefore));
-    {
-        THalfDone run(fixture.Destination());
-        QVERIFY(run.Stage());
-        QVERIFY(run.WriteJournal());
-        QVERIFY(run.PlaceFirst(3));
+    TFolderImage aside;
+    for (const QString& name : {QStringLiteral("archive"), QStringLiteral("field")}) {
+        aside.insert(name, "folder");
+        aside.insert(name + QStringLiteral("/same"), "file:old");
     }
-    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("other", "other")));
+    QVERIFY(fixture.SetContent(Together(other, Aside(aside))));
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("same", "new")));
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
-    TFolderImage expected = contentBefore;
-    expected.insert(QStringLiteral("other"), "file:other");
-    QCOMPARE(fixture.Content(), expected);
-}
-
-// Another program has created a file in the place of an addition that was not executed yet.
-void tst_UnzipRecovery::keepsFilesOfOtherProgramsInTheDestination()
-{
-    TUnzipFixture fixture;
-    QVERIFY(fixture.SetContent(contentBefore));
-    THalfDone run(fixture.Destination());
-    QVERIFY(run.Stage());
-    QVERIFY(run.WriteJournal());
-    TFolderImage expected = contentBefore;
-    expected.insert(QStringLiteral("b/new"), "file:of somebody");
-    QVERIFY(WriteFile(fixture.Destination() + QStringLiteral("/b/new"), "of somebody"));
-    QString errorText;
-    QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
-    QCOMPARE(fixture.Content(), expected);
+    QCOMPARE(fixture.Content(),
+             Together(contentAfter,
+                      Below(QStringLiteral("field"), {{QStringLiteral("same"), "file:old"}})));
 }
 
 void tst_UnzipRecovery::acceptsAMissingFolder()

@@ -28,9 +28,9 @@ struct TUnpackLimits
 CONSOLEHOST_EXPORT bool Unzip(const QString& archive, const QString& destinationFolder,
                               const TUnpackLimits& limits, QString& errorText);
 
-// Undoes an Unzip into `destinationFolder` that did not complete because its process was killed:
-// replaced files are restored, and added files are deleted. Does nothing if there is nothing to
-// undo or if the folder is missing. Returns false if undoing failed, or if another process held the
+// Removes what an Unzip into `destinationFolder` left because its process was killed. A folder that
+// was being replaced is there afterwards, old or new. Does nothing if nothing was left or if the
+// destination is missing. Returns false on failure, or if another process held the
 // folder's lock for a second. A retry is safe; the next Unzip retries too. From any thread;
 // blocking.
 CONSOLEHOST_EXPORT bool RecoverUnpacking(const QString& destinationFolder, QString& errorText);

@@ -11,11 +11,15 @@ class CONSOLEHOST_EXPORT TFileSystemHelper
 public:
     TFileSystemHelper() = delete;
 
-    // Unpacks `archive` into the existing folder `destinationFolder`. Folders are merged. A file of
-    // the same name is replaced as a whole. If Unzip() returns false, nothing in the folder has
-    // changed and `errorText` tells the reason. Unzip() refuses encrypted archives, archives beyond
-    // the limits on entries, size and ratio, and entries that are absolute, contain "..", or are
-    // links or devices.
+    // Unpacks the archive NAME.zip into the folder NAME below the existing folder
+    // `destinationFolder`. If the archive holds a single folder NAME, that folder is not repeated.
+    // An earlier folder NAME is replaced as a whole; a kill at any time leaves the old or the new
+    // folder. The other entries of the destination stay as they are. The folder has the archive's
+    // whole name if the suffix is not written ".zip", or if a second suffix stands before it.
+    //
+    // If Unzip() returns false, nothing has changed and `errorText` tells the reason. Unzip()
+    // refuses damaged and encrypted archives, archives beyond the limits on entries, size and
+    // ratio, and entries that are absolute, contain "..", or are links or devices.
     static bool Unzip(const QString& archive, const QString& destinationFolder, QString& errorText);
 
     // Deletes the files of a folder, with `recursive` also its subfolders, and with

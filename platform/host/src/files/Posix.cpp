@@ -4,6 +4,7 @@
 
 #include <cerrno>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -47,6 +48,31 @@ std::optional<TFileStatus> StatusOf(const char* path)
 std::optional<TFileStatus> StatusAt(int folder, const char* path)
 {
     return Status(folder, path, AT_SYMLINK_NOFOLLOW);
+}
+
+TDescriptor OpenFolder(int parent, const char* name)
+{
+    return TDescriptor(::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+bool ListFolder(int folder, QVector<QByteArray>& names)
+{
+    const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR* const stream = copy < 0 ? nullptr : ::fdopendir(copy);
+    if (stream == nullptr) {
+        return false;
+    }
+    errno = 0;
+    while (const dirent* const entry = ::readdir(stream)) {
+        const QByteArray name(entry->d_name);
+        if (name != "." && name != "..") {
+            names.append(name);
+        }
+    }
+    const int error = errno;
+    ::closedir(stream);
+    errno = error;
+    return error == 0;
 }
 
 bool WriteAll(int descriptor, const void* bytes, std::size_t size)

@@ -1,7 +1,9 @@
 // Small helpers for system calls on files that Qt's file classes do not offer.
 #pragma once
 
+#include <QtCore/QByteArray>
 #include <QtCore/QString>
+#include <QtCore/QVector>
 
 #include <cstddef>
 #include <cstdint>
@@ -53,6 +55,12 @@ struct TFileStatus
 std::optional<TFileStatus> StatusOf(int descriptor);
 std::optional<TFileStatus> StatusOf(const char* path);
 std::optional<TFileStatus> StatusAt(int folder, const char* path);
+
+// Opens a folder; links are not followed. On failure the descriptor is invalid and errno is set.
+TDescriptor OpenFolder(int parent, const char* name);
+
+// Appends the names of a folder's entries, in no order. On failure returns false with errno set.
+bool ListFolder(int folder, QVector<QByteArray>& names);
 
 // Writes all bytes, if necessary with several calls. On failure returns false with errno set.
 bool WriteAll(int descriptor, const void* bytes, std::size_t size);

@@ -13,15 +13,10 @@
 
 namespace {
 
+constexpr char STAGED_NAME[] = "new"; // the folder of the unpacked files
 constexpr mode_t PRIVATE_FOLDER_MODE = 0700;
 constexpr mode_t FOLDER_MODE = 0755;
 constexpr mode_t FILE_MODE = 0644;
-
-hostimpl::TDescriptor OpenFolder(int parent, const char* name)
-{
-    return hostimpl::TDescriptor(
-        ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-}
 
 bool IsFolder(int parent, const QByteArray& path)
 {
@@ -58,24 +53,11 @@ bool TStagingFolder::Create(QString& errorText)
     if (::mkdirat(m_destination, STAGING_NAME, PRIVATE_FOLDER_MODE) != 0 ||
         !(m_folder = OpenFolder(m_destination, STAGING_NAME)).IsValid() ||
         ::mkdirat(m_folder.Get(), STAGED_NAME, FOLDER_MODE) != 0 ||
-        ::mkdirat(m_folder.Get(), REPLACED_NAME, PRIVATE_FOLDER_MODE) != 0 || !OpenParts()) {
+        !(m_staged = OpenFolder(m_folder.Get(), STAGED_NAME)).IsValid()) {
         errorText = QStringLiteral("The archive cannot be unpacked: %1.").arg(SystemError(errno));
         return false;
     }
     return true;
-}
-
-bool TStagingFolder::OpenLeftover()
-{
-    m_folder = OpenFolder(m_destination, STAGING_NAME);
-    return m_folder.IsValid() && OpenParts();
-}
-
-bool TStagingFolder::OpenParts()
-{
-    m_staged = OpenFolder(m_folder.Get(), STAGED_NAME);
-    m_replaced = OpenFolder(m_folder.Get(), REPLACED_NAME);
-    return m_staged.IsValid() && m_replaced.IsValid();
 }
 
 bool TStagingFolder::AddFolder(const QByteArray& path, QString& errorText)
@@ -142,7 +124,16 @@ bool TStagingFolder::SyncEach() const
             return false;
         }
     }
-    return SyncFolder(m_staged.Get()) && SyncFolder(m_destination);
+    return SyncFolder(m_staged.Get());
+}
+
+QByteArray TStagingFolder::Unpacked(const QByteArray& wrapperName) const
+{
+    QVector<QByteArray> names;
+    const bool isWrapped = ListFolder(m_staged.Get(), names) && names.size() == 1 &&
+                           names.constFirst() == wrapperName &&
+                           IsFolder(m_staged.Get(), wrapperName);
+    return isWrapped ? STAGED_NAME + ('/' + wrapperName) : QByteArray(STAGED_NAME);
 }
 
 bool RemoveStaging(const QString& destinationFolder)

@@ -1,4 +1,4 @@
-// The hidden folder in which an archive is unpacked before its files are moved into place.
+// The hidden folder in which an archive is unpacked before its folder is moved into place.
 #pragma once
 
 #include "files/Posix.h"
@@ -10,10 +10,8 @@
 namespace hostimpl {
 
 constexpr char STAGING_NAME[] = ".console-unpacking";
-constexpr char STAGED_NAME[] = "new";   // the folder of the unpacked files
-constexpr char REPLACED_NAME[] = "old"; // the folder of the replaced files, which have numbers
 
-// The folder lies inside the destination, so that the unpacked files can be renamed into place.
+// The folder lies inside the destination, so that the unpacked folder can be renamed.
 // Only this class creates files in the folder, with checked names; therefore the folder holds no
 // links. One thread, under the destination's lock. Paths are relative, in UTF-8.
 class TStagingFolder
@@ -23,8 +21,6 @@ public:
     explicit TStagingFolder(int destination) : m_destination(destination) {}
 
     bool Create(QString& errorText);
-    // Opens the staging folder of an earlier run. Returns false if there is none.
-    bool OpenLeftover();
 
     bool AddFolder(const QByteArray& path, QString& errorText);
     // Creates the file's folder and opens the new file for writing. Invalid on failure.
@@ -32,19 +28,17 @@ public:
     // Syncs the added files and folders.
     bool Sync(QString& errorText) const;
 
-    // The staging folder, and in it the folders of STAGED_NAME and REPLACED_NAME.
+    // The path of the unpacked folder below Descriptor(). If all that was added is one folder of
+    // the given name, the path leads to that folder.
+    QByteArray Unpacked(const QByteArray& wrapperName) const;
     int Descriptor() const { return m_folder.Get(); }
-    int Staged() const { return m_staged.Get(); }
-    int Replaced() const { return m_replaced.Get(); }
 
 private:
-    bool OpenParts();
     bool SyncEach() const;
 
     int m_destination;
     TDescriptor m_folder;
     TDescriptor m_staged;
-    TDescriptor m_replaced;
     QSet<QByteArray> m_folders;
     QVector<QByteArray> m_files; // at most MOST_SYNCED_ONE_BY_ONE
     int m_fileCount = 0;

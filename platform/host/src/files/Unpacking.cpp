@@ -1,22 +1,26 @@
-// Unpacks an archive into a hidden folder of the destination, then moves the files into place.
+// Unpacks an archive into a hidden folder of the destination, then moves that folder into its
+// place.
 //
-//   read into staging ──► sync ──► write the journal ──► move ──► sync ──► remove the journal
-//        │ error                                          │ error            │
-//        ▼                                                ▼                  ▼
-//   remove staging                          undo by the journal        remove staging
+//   read into staging ──► sync ──► rename or exchange ──► sync ──► remove staging
+//        │ error                                           │ error
+//        ▼                                                 ▼
+//   remove staging                                  rename or exchange back
 //
-// A killed run leaves its staging folder. If there is a journal, the next run undoes the moves with
-// it. If there is none, nothing was moved or everything was moved.
+// A killed run leaves its staging folder. The next run removes the staging folder. If the kill came
+// between the steps of an exchange, the next run first puts the old folder back.
 #include "hostimpl/Unpacking.h"
 
-#include "files/Placement.h"
+#include "files/ArchiveName.h"
+#include "files/FolderName.h"
 #include "files/Posix.h"
+#include "files/Replacement.h"
 #include "files/TArchiveReader.h"
 #include "files/TStagingFolder.h"
 #include "framework/HostLog.h"
 
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QThread>
 
 #include <algorithm>
@@ -24,6 +28,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -54,29 +59,23 @@ TDescriptor LockFolder(const QString& path, const QDeadlineTimer& deadline)
     return folder;
 }
 
-bool CleanUp(const QString& path, QString& errorText)
+// Removes the staging folder. While the staging folder holds the only copy of a replaced folder,
+// the staging folder stays.
+bool CleanUp(const QString& path, int destination, QString& errorText)
 {
-    if (RemoveStaging(path)) {
-        return true;
-    }
-    errorText = QStringLiteral("What was left half unpacked in %1 cannot be removed.").arg(path);
-    return false;
-}
-
-bool UndoLeftover(const QString& path, int destination, QString& errorText)
-{
-    TStagingFolder staging(destination);
-    TPlacementSteps steps;
-    if (staging.OpenLeftover()) {
-        const TPlacementJournal journal(staging.Descriptor());
-        if (journal.Read(steps) &&
-            (!UndoPlacement(staging, destination, steps) || !journal.Remove())) {
+    {
+        const TDescriptor staging = OpenFolder(destination, STAGING_NAME);
+        if (staging.IsValid() && !PutBack(staging.Get(), destination)) {
             errorText = QStringLiteral("What was left half unpacked in %1 cannot be undone: %2.")
                             .arg(path, SystemError(errno));
             return false;
         }
     }
-    return CleanUp(path, errorText);
+    if (RemoveStaging(path)) {
+        return true;
+    }
+    errorText = QStringLiteral("What was left half unpacked in %1 cannot be removed.").arg(path);
+    return false;
 }
 
 bool Extract(TArchiveReader& reader, TStagingFolder& staging, QString& errorText)
@@ -108,29 +107,65 @@ bool Extract(TArchiveReader& reader, TStagingFolder& staging, QString& errorText
     }
 }
 
-// On false nothing has changed, unless `isUndone` is false. Then the journal must stay.
-bool MoveIntoPlace(const TStagingFolder& staging, int destination, bool& isUndone,
+QString NotPlaced(const QByteArray& name, int error)
+{
+    return QStringLiteral("The folder \"%1\" cannot be put in its place: %2.")
+        .arg(DisplayName(name), SystemError(error));
+}
+
+// The name of the archive's folder, or an empty name with an error text.
+QByteArray ChooseName(int destination, const QByteArray& archiveName, QString& errorText)
+{
+    QVector<QByteArray> names;
+    if (!ListFolder(destination, names)) {
+        errorText = NotPlaced(archiveName, errno);
+        return {};
+    }
+    const QByteArray name =
+        ChooseFolderName(archiveName, names, [destination](const QByteArray& candidate) {
+            return StatusAt(destination, candidate.constData()).has_value();
+        });
+    if (name.isEmpty()) {
+        errorText = QStringLiteral("The archive \"%1\" has no place: its folder belongs to another "
+                                   "archive.")
+                        .arg(DisplayName(archiveName));
+    }
+    return name;
+}
+
+// On failure nothing has changed.
+bool MoveIntoPlace(const TStagingFolder& staging, int destination, const QByteArray& archiveName,
                    QString& errorText)
 {
-    TPlacementSteps steps;
-    if (!PlanPlacement(staging.Staged(), destination, steps, errorText)) {
+    const QByteArray name = ChooseName(destination, archiveName, errorText);
+    if (name.isEmpty()) {
         return false;
     }
-    const TPlacementJournal journal(staging.Descriptor());
-    bool isPlaced = false;
-    if (!journal.Write(steps)) {
-        errorText = QStringLiteral("The archive cannot be unpacked: %1.").arg(SystemError(errno));
-    } else if (Place(staging, destination, steps, errorText)) {
-        isPlaced = SyncPlacement(destination, steps) && journal.Remove();
-        if (!isPlaced) {
-            errorText =
-                QStringLiteral("The archive cannot be unpacked: %1.").arg(SystemError(errno));
-        }
+    const std::optional<TFileStatus> former = StatusAt(destination, name.constData());
+    if (former && !S_ISDIR(former->mode)) {
+        errorText =
+            QStringLiteral("The folder \"%1\" of the archive has no place: a file is there.")
+                .arg(DisplayName(name));
+        return false;
     }
-    if (!isPlaced) {
-        isUndone = UndoPlacement(staging, destination, steps) && journal.Remove();
+    const QByteArray unpacked = staging.Unpacked(StemOf(archiveName));
+    const auto place = former ? &Exchange : &MoveToFreeName;
+    if (!place(staging.Descriptor(), unpacked, destination, name)) {
+        errorText = NotPlaced(name, errno);
+        return false;
     }
-    return isPlaced;
+    if (SyncFolder(destination)) {
+        return true;
+    }
+    errorText = NotPlaced(name, errno);
+    const bool isUndone = former
+                              ? Exchange(staging.Descriptor(), unpacked, destination, name)
+                              : MoveToFreeName(destination, name, staging.Descriptor(), unpacked);
+    if (!isUndone) {
+        qCWarning(lcHost, "The folder \"%s\" is new, although its unpacking failed.",
+                  qUtf8Printable(DisplayName(name)));
+    }
+    return false;
 }
 
 bool Recover(const QString& destinationFolder, const QDeadlineTimer& deadline, QString& errorText)
@@ -145,7 +180,7 @@ bool Recover(const QString& destinationFolder, const QDeadlineTimer& deadline, Q
                         .arg(destinationFolder, SystemError(errno));
         return false;
     }
-    return UndoLeftover(destinationFolder, destination.Get(), errorText);
+    return CleanUp(destinationFolder, destination.Get(), errorText);
 }
 
 } // namespace
@@ -183,18 +218,15 @@ bool hostimpl::Unzip(const QString& archive, const QString& destinationFolder,
                         .arg(destinationFolder, SystemError(errno));
         return false;
     }
-    if (!UndoLeftover(destinationFolder, destination.Get(), errorText)) {
+    if (!CleanUp(destinationFolder, destination.Get(), errorText)) {
         return false;
     }
+    const QByteArray archiveName = QFile::encodeName(QFileInfo(archive).fileName());
     TStagingFolder staging(destination.Get());
-    bool isUndone = true;
     const bool isUnpacked = staging.Create(errorText) && Extract(reader, staging, errorText) &&
-                            MoveIntoPlace(staging, destination.Get(), isUndone, errorText);
+                            MoveIntoPlace(staging, destination.Get(), archiveName, errorText);
     QString cleaningText;
-    if (!isUndone) {
-        qCWarning(lcHost, "The folder %s is half changed; the next run repairs it.",
-                  qUtf8Printable(destinationFolder));
-    } else if (!CleanUp(destinationFolder, cleaningText)) {
+    if (!CleanUp(destinationFolder, destination.Get(), cleaningText)) {
         qCWarning(lcHost, "%s", qUtf8Printable(cleaningText));
     }
     return isUnpacked;
