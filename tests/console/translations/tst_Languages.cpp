@@ -58,6 +58,15 @@ private:
         return texts;
     }
 
+    static bool IsInPopup(const QWidget& widget)
+    {
+        const QWidget* around = &widget;
+        while (around != nullptr && qobject_cast<const TPopupWindow*>(around) == nullptr) {
+            around = around->parentWidget();
+        }
+        return around != nullptr;
+    }
+
     // The choices of the open list, by caption.
     static QMap<QString, TPushButton*> OpenChoices()
     {
@@ -66,7 +75,7 @@ private:
         for (QWidget* const widget : widgets) {
             auto* const button = qobject_cast<TPushButton*>(widget);
             if (button != nullptr && button->Id() >= 0 && button->isVisible() &&
-                qobject_cast<TPopupWindow*>(button->window()) != nullptr) {
+                IsInPopup(*button)) {
                 choices.insert(button->text(), button);
             }
         }
