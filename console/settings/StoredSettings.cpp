@@ -9,6 +9,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
 
@@ -26,6 +27,7 @@ enum EConsoleItem : int {
     eLanguageItem = 204,
     eNightItem = 205,
     eFullScreenItem = 206,
+    ePinItem = 207,
 };
 
 struct TTextRow
@@ -38,6 +40,7 @@ constexpr TTextRow textRows[] = {
     {eAuthorityFileItem, &TStoredSettings::authorityFile},
     {ePositionSourceItem, &TStoredSettings::positionSource},
     {eLanguageItem, &TStoredSettings::language},
+    {ePinItem, &TStoredSettings::pin},
 };
 
 struct TFlagRow
@@ -115,6 +118,12 @@ QString FolderFault(const QString& path)
                                 : TTexts::tr("The data folder %1 cannot be written to.").arg(path);
 }
 
+QString PinFault(const QString& pin)
+{
+    static const QRegularExpression form(QStringLiteral("^([0-9]{4,8})?$"));
+    return form.match(pin).hasMatch() ? QString() : TTexts::tr("The PIN wants 4 to 8 digits.");
+}
+
 struct TRuleRow
 {
     QString TStoredSettings::*value;
@@ -125,6 +134,7 @@ constexpr TRuleRow ruleRows[] = {
     {&TStoredSettings::authorityFile, AuthorityFault},
     {&TStoredSettings::positionSource, PositionFault},
     {&TStoredSettings::dataFolder, FolderFault},
+    {&TStoredSettings::pin, PinFault},
 };
 
 } // namespace
@@ -135,7 +145,7 @@ bool TStoredSettings::operator==(const TStoredSettings& other) const
 {
     const auto values = [](const TStoredSettings& all) {
         return std::tie(all.service, all.authorityFile, all.dataFolder, all.language,
-                        all.positionSource, all.isDataExchangeAllowed, all.isNight,
+                        all.positionSource, all.pin, all.isDataExchangeAllowed, all.isNight,
                         all.isFullScreen);
     };
     return values(*this) == values(other);

@@ -16,6 +16,7 @@ struct TStoredSettings
     QString language;      // such as "pt_BR"; empty for English
 
     // These take effect at once.
+    QString pin; // 4 to 8 digits, which the installer's settings ask for; empty: they are open
     QString positionSource; // in the form of --gps; empty: no source
     bool isDataExchangeAllowed = true;
     bool isNight = false;

@@ -109,6 +109,20 @@ QLabel* MakeTextLabel()
     return label;
 }
 
+QLabel* MakeNote()
+{
+    QLabel* const note = MakeTextLabel();
+    note->setIndent(4 * gap);
+    return note;
+}
+
+// Shows the fault if there is a fault, or else the hint.
+void Tell(QLabel& note, const QString& fault, const QString& hint)
+{
+    note.setForegroundRole(fault.isEmpty() ? hintRole : faultRole);
+    note.setText(console::Breakable(fault.isEmpty() ? hint : faultSign + fault));
+}
+
 // The position source in full, so that two texts for the same source are equal.
 QString InFull(const QString& source)
 {
@@ -140,6 +154,7 @@ TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(MakeT
     column->setSpacing(gap);
     AddTextRows(*column);
     AddChoiceRows(*column);
+    AddPinRow(*column);
     m_about = new TPushButton(rows, tr("About this console"), buttonSize, {}, 0,
                               tr("Versions, free space, log and licences"));
     m_about->setFixedHeight(buttonSize.height());
@@ -203,8 +218,7 @@ void TSettingsPage::AddTextRows(QVBoxLayout& column)
         }
         m_rows.append(widget);
         column.addWidget(widget);
-        m_notes.append(MakeTextLabel());
-        m_notes.last()->setIndent(4 * gap);
+        m_notes.append(MakeNote());
         column.addWidget(m_notes.last());
     }
 }
@@ -234,6 +248,68 @@ void TSettingsPage::AddChoiceRows(QVBoxLayout& column)
     }
 }
 
+void TSettingsPage::AddPinRow(QVBoxLayout& column)
+{
+    m_pin = MakeRow("lock", tr("Installer's PIN"));
+    m_pin->SetPropertyType(TPropertyWidget::eText, nullptr);
+    m_pin->setAllowHideText(true);
+    m_pinNote = MakeNote();
+    connect(m_pin, &TPropertyWidget::ValueChanged, this, &TSettingsPage::TakePin);
+    if (auto* const edit = m_pin->findChild<QLineEdit*>()) {
+        edit->setInputMethodHints(edit->inputMethodHints() | Qt::ImhDigitsOnly);
+        connect(edit, &QLineEdit::editingFinished, this, &TSettingsPage::CheckPin);
+    }
+    column.addWidget(m_pin);
+    column.addWidget(m_pinNote);
+}
+
+void TSettingsPage::Lock()
+{
+    m_isUnlocked = false;
+}
+
+// Switches the installer's rows on or off.
+void TSettingsPage::ShowLock()
+{
+    m_receiver->setEnabled(!IsLocked());
+    for (std::size_t row = 0; row < textRows.size(); ++row) {
+        m_rows.at(int(row))->setEnabled(!IsLocked());
+    }
+    for (std::size_t row = 0; row < flagRows.size(); ++row) {
+        m_rows.at(firstFlagRow + int(row))->setEnabled(flagRows.at(row).isAtOnce || !IsLocked());
+    }
+    Tell(*m_pinNote, {},
+         IsLocked() ? tr("Enter the PIN to change what is off.")
+                    : tr("4 to 8 digits. Without a PIN, everyone can change everything."));
+}
+
+// The right PIN unlocks at its last digit.
+void TSettingsPage::TakePin()
+{
+    if (IsLocked() && m_pin->GetTextValue() == m_shown.pin) {
+        m_isUnlocked = true;
+        ShowLock();
+    }
+    ShowButtons();
+}
+
+void TSettingsPage::CheckPin()
+{
+    const bool isWrong = IsLocked() && !m_pin->GetTextValue().isEmpty();
+    const QString fault =
+        isWrong ? tr("The PIN is wrong.") : FaultOf(Entered(), &TStoredSettings::pin);
+    if (!fault.isEmpty()) {
+        Tell(*m_pinNote, fault, {});
+    } else {
+        ShowLock();
+    }
+}
+
+QString TSettingsPage::PinNote() const
+{
+    return WithoutBreaks(m_pinNote->text());
+}
+
 void TSettingsPage::Show(const TStoredSettings& settings)
 {
     m_shown = settings;
@@ -247,6 +323,8 @@ void TSettingsPage::Show(const TStoredSettings& settings)
     for (int row = 0; row < m_notes.size(); ++row) {
         ShowNote(row, {});
     }
+    m_pin->SetTextValue(IsLocked() ? QString() : settings.pin);
+    ShowLock();
     ShowReceiver();
     ShowButtons();
     SetMessage({});
@@ -344,17 +422,13 @@ void TSettingsPage::ShowNote(int row, const QString& fault)
     const QString stored = m_shown.*text.value;
     const QString device = MissingDevice(m_rows.at(row)->GetTextValue());
     const QString inUse = m_inUse ? *m_inUse.*text.value : stored;
-    QLabel& note = *m_notes.at(row);
-    note.setForegroundRole(fault.isEmpty() ? hintRole : faultRole);
-    if (!fault.isEmpty()) {
-        note.setText(Breakable(faultSign + fault));
-    } else if (text.value == &TStoredSettings::positionSource && !device.isEmpty()) {
-        note.setText(Breakable(tr("There is no %1 now.").arg(device)));
+    QString hint = tr(text.hint);
+    if (text.value == &TStoredSettings::positionSource && !device.isEmpty()) {
+        hint = tr("There is no %1 now.").arg(device);
     } else if (inUse != stored && inUse != InFull(stored)) {
-        note.setText(Breakable(tr("In use: %1").arg(inUse.isEmpty() ? tr(text.whenEmpty) : inUse)));
-    } else {
-        note.setText(Breakable(tr(text.hint)));
+        hint = tr("In use: %1").arg(inUse.isEmpty() ? tr(text.whenEmpty) : inUse);
     }
+    Tell(*m_notes.at(row), fault, hint);
 }
 
 QString TSettingsPage::Note(int row) const
@@ -367,6 +441,9 @@ TStoredSettings TSettingsPage::Entered() const
     TStoredSettings settings = m_shown;
     for (std::size_t row = 0; row < textRows.size(); ++row) {
         settings.*textRows.at(row).value = m_rows.at(int(row))->GetTextValue().trimmed();
+    }
+    if (!IsLocked()) {
+        settings.pin = m_pin->GetTextValue().trimmed();
     }
     const auto language = static_cast<std::size_t>(m_rows.at(languageRow)->GetNumericalValue());
     settings.language = QLatin1String(languages.at(language).code);
@@ -385,6 +462,7 @@ void TSettingsPage::Save()
         for (int row = 0; row < m_notes.size(); ++row) {
             CheckRow(row);
         }
+        CheckPin();
         SetMessage(errorText);
         return;
     }

@@ -16,8 +16,9 @@ class TPushButton;
 namespace console {
 
 // The colours and the size of the window change at once, all other settings when the operator
-// saves. The page refuses invalid values with a message. Below each text is a note: why the text is
-// invalid, or which value is in use, or what to enter.
+// saves. The page refuses invalid values with a message. If there is a PIN, the installer's rows
+// are off until the operator enters the PIN. Below each text is a note: why the text is invalid, or
+// which value is in use, or what to enter.
 //
 // Thread: main.
 class TSettingsPage : public QWidget
@@ -30,6 +31,8 @@ public:
 
     // Shows `settings` and drops the entered values.
     void Show(const TStoredSettings& settings);
+    // Asks for the PIN again. Call it before the operator opens the page.
+    void Lock();
     // The settings that the console works with. They differ from the stored settings until the next
     // start, or if the command line names others. Without this call the notes do not show them.
     void SetInUse(const TStoredSettings& settings);
@@ -51,6 +54,9 @@ public:
     int RowCount() const { return m_rows.size(); }
     // A choice of position sources that fills the row with the position source.
     TPropertyWidget* Receiver() const { return m_receiver; }
+    // The row of the PIN, and the note below it.
+    TPropertyWidget* Pin() const { return m_pin; }
+    QString PinNote() const;
     // The note below a row with a text, plain text.
     QString Note(int row) const;
     TPushButton* AboutButton() const { return m_about; }
@@ -69,6 +75,11 @@ Q_SIGNALS:
 private:
     void AddTextRows(QVBoxLayout& column);
     void AddChoiceRows(QVBoxLayout& column);
+    void AddPinRow(QVBoxLayout& column);
+    bool IsLocked() const { return !m_isUnlocked && !m_shown.pin.isEmpty(); }
+    void ShowLock();
+    void TakePin();
+    void CheckPin();
     void ShowButtons();
     void TakeDisplay();
     void ShowReceiver();
@@ -80,7 +91,10 @@ private:
     QList<TPropertyWidget*> m_rows;
     QList<QLabel*> m_notes; // of the rows with a text
     TPropertyWidget* m_receiver = nullptr;
-    QStringList m_sources; // of the choices of m_receiver
+    TPropertyWidget* m_pin = nullptr;
+    QLabel* m_pinNote = nullptr;
+    bool m_isUnlocked = false; // the operator has entered the PIN
+    QStringList m_sources;     // of the choices of m_receiver
     QLabel* m_message;
     TPushButton* m_about = nullptr;
     TPushButton* m_save = nullptr;

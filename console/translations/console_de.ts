@@ -233,6 +233,10 @@
         <source>The service wants HOST or HOST:PORT.</source>
         <translation>Der Dienst erfordert HOST oder HOST:PORT.</translation>
     </message>
+    <message>
+        <source>The PIN wants 4 to 8 digits.</source>
+        <translation>Die PIN braucht 4 bis 8 Ziffern.</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -595,6 +599,22 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
     <message>
         <source>Start the console anew with what was kept</source>
         <translation>Die Konsole mit den gespeicherten Werten neu starten</translation>
+    </message>
+    <message>
+        <source>Installer&apos;s PIN</source>
+        <translation>PIN des Installateurs</translation>
+    </message>
+    <message>
+        <source>Enter the PIN to change what is off.</source>
+        <translation>Zum Ändern der gesperrten Werte die PIN eingeben.</translation>
+    </message>
+    <message>
+        <source>4 to 8 digits. Without a PIN, everyone can change everything.</source>
+        <translation>4 bis 8 Ziffern. Ohne PIN kann jeder alles ändern.</translation>
+    </message>
+    <message>
+        <source>The PIN is wrong.</source>
+        <translation>Die PIN ist falsch.</translation>
     </message>
 </context>
 <context>

@@ -233,6 +233,10 @@
         <source>The service wants HOST or HOST:PORT.</source>
         <translation>El servicio requiere HOST o HOST:PUERTO.</translation>
     </message>
+    <message>
+        <source>The PIN wants 4 to 8 digits.</source>
+        <translation>El PIN debe tener de 4 a 8 cifras.</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -595,6 +599,22 @@ El servicio aún no ha listado sus archivos.</translation>
     <message>
         <source>Start the console anew with what was kept</source>
         <translation>Reiniciar la consola con lo guardado</translation>
+    </message>
+    <message>
+        <source>Installer&apos;s PIN</source>
+        <translation>PIN del instalador</translation>
+    </message>
+    <message>
+        <source>Enter the PIN to change what is off.</source>
+        <translation>Introduzca el PIN para cambiar lo que está bloqueado.</translation>
+    </message>
+    <message>
+        <source>4 to 8 digits. Without a PIN, everyone can change everything.</source>
+        <translation>De 4 a 8 cifras. Sin PIN, cualquiera puede cambiarlo todo.</translation>
+    </message>
+    <message>
+        <source>The PIN is wrong.</source>
+        <translation>El PIN es incorrecto.</translation>
     </message>
 </context>
 <context>

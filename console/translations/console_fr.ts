@@ -233,6 +233,10 @@
         <source>The service wants HOST or HOST:PORT.</source>
         <translation>Le service exige HÔTE ou HÔTE:PORT.</translation>
     </message>
+    <message>
+        <source>The PIN wants 4 to 8 digits.</source>
+        <translation>Le code PIN doit avoir de 4 à 8 chiffres.</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -595,6 +599,22 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     <message>
         <source>Start the console anew with what was kept</source>
         <translation>Redémarrer la console avec ce qui a été enregistré</translation>
+    </message>
+    <message>
+        <source>Installer&apos;s PIN</source>
+        <translation>Code PIN de l&apos;installateur</translation>
+    </message>
+    <message>
+        <source>Enter the PIN to change what is off.</source>
+        <translation>Saisir le code PIN pour modifier ce qui est verrouillé.</translation>
+    </message>
+    <message>
+        <source>4 to 8 digits. Without a PIN, everyone can change everything.</source>
+        <translation>4 à 8 chiffres. Sans code PIN, tout le monde peut tout modifier.</translation>
+    </message>
+    <message>
+        <source>The PIN is wrong.</source>
+        <translation>Le code PIN est faux.</translation>
     </message>
 </context>
 <context>

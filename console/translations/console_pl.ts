@@ -233,6 +233,10 @@
         <source>The service wants HOST or HOST:PORT.</source>
         <translation>Usługa wymaga HOST lub HOST:PORT.</translation>
     </message>
+    <message>
+        <source>The PIN wants 4 to 8 digits.</source>
+        <translation>PIN musi mieć od 4 do 8 cyfr.</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -595,6 +599,22 @@ Usługa nie podała jeszcze listy plików.</translation>
     <message>
         <source>Start the console anew with what was kept</source>
         <translation>Uruchom konsolę ponownie z zapisanymi wartościami</translation>
+    </message>
+    <message>
+        <source>Installer&apos;s PIN</source>
+        <translation>PIN instalatora</translation>
+    </message>
+    <message>
+        <source>Enter the PIN to change what is off.</source>
+        <translation>Wpisz PIN, aby zmienić zablokowane ustawienia.</translation>
+    </message>
+    <message>
+        <source>4 to 8 digits. Without a PIN, everyone can change everything.</source>
+        <translation>Od 4 do 8 cyfr. Bez PIN-u każdy może zmienić wszystko.</translation>
+    </message>
+    <message>
+        <source>The PIN is wrong.</source>
+        <translation>PIN jest błędny.</translation>
     </message>
 </context>
 <context>

@@ -233,6 +233,10 @@
         <source>The service wants HOST or HOST:PORT.</source>
         <translation>O serviço requer HOST ou HOST:PORTA.</translation>
     </message>
+    <message>
+        <source>The PIN wants 4 to 8 digits.</source>
+        <translation>O PIN deve ter de 4 a 8 dígitos.</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -595,6 +599,22 @@ O serviço ainda não listou seus arquivos.</translation>
     <message>
         <source>Start the console anew with what was kept</source>
         <translation>Reiniciar o console com o que foi salvo</translation>
+    </message>
+    <message>
+        <source>Installer&apos;s PIN</source>
+        <translation>PIN do instalador</translation>
+    </message>
+    <message>
+        <source>Enter the PIN to change what is off.</source>
+        <translation>Digite o PIN para alterar o que está bloqueado.</translation>
+    </message>
+    <message>
+        <source>4 to 8 digits. Without a PIN, everyone can change everything.</source>
+        <translation>De 4 a 8 dígitos. Sem PIN, qualquer pessoa pode alterar tudo.</translation>
+    </message>
+    <message>
+        <source>The PIN is wrong.</source>
+        <translation>O PIN está errado.</translation>
     </message>
 </context>
 <context>

@@ -27,6 +27,7 @@ void TWindowSession::OpenSettings()
 {
     if (m_window->CurrentPage() !=
         m_settingsPage.get()) { // a shown page keeps the values that the operator has typed
+        m_settingsPage->Lock();
         m_settingsPage->Show(m_stored);
         m_window->AddPage(m_settingsPage.get(), tr("Settings"));
     }

@@ -172,6 +172,51 @@ private Q_SLOTS:
         QVERIFY(Saved(page).has_value()); // it may appear later
     }
 
+    void asksForThePinOfTheInstaller()
+    {
+        TSettingsPage page;
+        TStoredSettings settings = Sample();
+        settings.pin = QStringLiteral("4711");
+        page.Show(settings);
+        page.show();
+        for (const int row : {eService, eAuthority, ePosition, eFolder, eLevel}) {
+            QVERIFY2(!page.Row(row)->isEnabled(), QByteArray::number(row).constData());
+        }
+        QVERIFY(!page.Receiver()->isEnabled());
+        QVERIFY(page.Row(eLanguage)->isEnabled() && page.Row(eColours)->isEnabled());
+        QVERIFY(page.Row(eScreen)->isEnabled());
+        auto* const edit = page.Pin()->findChild<QLineEdit*>();
+        QCOMPARE(edit->text(), QString());
+        edit->setFocus();
+        QTest::keyClicks(edit, QStringLiteral("471"));
+        QVERIFY(!page.HasChanges());
+        QTest::keyClick(edit, Qt::Key_Return);
+        QVERIFY(page.PinNote().contains(QStringLiteral("wrong")));
+        QCOMPARE(Saved(page)->pin, settings.pin);
+        QTest::keyClicks(edit, QStringLiteral("1"));
+        QVERIFY(page.Row(eService)->isEnabled() && page.Row(eLevel)->isEnabled());
+        QVERIFY(!page.PinNote().contains(QStringLiteral("wrong")));
+        // The row now changes the PIN.
+        edit->selectAll();
+        QTest::keyClicks(edit, QStringLiteral("08155"));
+        QCOMPARE(Saved(page)->pin, QStringLiteral("08155"));
+        page.Lock();
+        page.Show(settings);
+        QVERIFY(!page.Row(eService)->isEnabled());
+    }
+
+    void needsNoPinWhereThereIsNone()
+    {
+        TSettingsPage page;
+        page.Show(Sample());
+        QVERIFY(page.Row(eService)->isEnabled() && page.Row(eLevel)->isEnabled());
+        page.Pin()->SetTextValue(QStringLiteral("12a"));
+        QVERIFY(!Saved(page).has_value());
+        QVERIFY(page.PinNote().contains(QStringLiteral("digits")));
+        page.Pin()->SetTextValue(QStringLiteral("1234"));
+        QCOMPARE(Saved(page)->pin, QStringLiteral("1234"));
+    }
+
     void discardsTheEnteredValues()
     {
         TSettingsPage page;

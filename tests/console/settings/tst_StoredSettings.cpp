@@ -39,6 +39,7 @@ private Q_SLOTS:
         settings.dataFolder = m_folder.filePath(QStringLiteral("other"));
         settings.language = QStringLiteral("pt_BR");
         settings.positionSource = QStringLiteral("gpsd:cab");
+        settings.pin = QStringLiteral("0815");
         settings.isDataExchangeAllowed = false;
         settings.isNight = true;
         settings.isFullScreen = true;
@@ -53,6 +54,7 @@ private Q_SLOTS:
         QCOMPARE(read.dataFolder, settings.dataFolder);
         QCOMPARE(read.language, settings.language);
         QCOMPARE(read.positionSource, settings.positionSource);
+        QCOMPARE(read.pin, settings.pin);
         QCOMPARE(read.isDataExchangeAllowed, false);
         QCOMPARE(read.isNight, true);
         QCOMPARE(read.isFullScreen, true);

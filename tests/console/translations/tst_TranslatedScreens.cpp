@@ -259,6 +259,7 @@ private Q_SLOTS:
         page.SetInUse(inUse);
         page.OfferRestart(true);
         for (const bool isOn : {false, true}) {
+            settings.pin = isOn ? QStringLiteral("4711") : QString();
             settings.isNight = settings.isFullScreen = settings.isDataExchangeAllowed = isOn;
             page.Show(settings);
             page.SetMessage(QCoreApplication::translate(
@@ -266,6 +267,7 @@ private Q_SLOTS:
                 "Kept. It applies from the next start of the console on."));
             QCOMPARE(Faults(window), QString());
         }
+        settings.pin.clear(); // a locked page has nothing to refuse
         for (const console::TStoredSettings& refused : Refused(settings)) {
             QString errorText;
             QVERIFY(!console::CheckStoredSettings(refused, errorText));

@@ -318,6 +318,24 @@ private Q_SLOTS:
         QCOMPARE(m_session->LeaveQuestion(), nullptr);
     }
 
+    void locksTheInstallersSettingsWhenThePageIsOpened()
+    {
+        console::TStoredSettings stored = console::ReadStoredSettings(ConfigManager::Instance());
+        stored.pin = QStringLiteral("4711");
+        Begin(QStringLiteral(ScreensPlugin_PATH), stored);
+        console::TMainWindow& window = *m_session->Window();
+        console::TSettingsPage& page = *m_session->Settings();
+        window.Launcher().SettingsButton()->click();
+        QVERIFY(!page.Row(0)->isEnabled());
+        page.Pin()->SetTextValue(stored.pin);
+        QVERIFY(page.Row(0)->isEnabled());
+        page.SaveButton()->click();
+        QVERIFY(page.Row(0)->isEnabled()); // the installer may go on
+        window.Launcher().HomeButton()->click();
+        window.Launcher().SettingsButton()->click();
+        QVERIFY(!page.Row(0)->isEnabled());
+    }
+
     void endsForANewStart()
     {
         Begin(ScreensPlugin_PATH);
