@@ -1,12 +1,15 @@
 #include "console/window/TMainWindow.h"
 
 #include "console/settings/Scrolling.h"
+#include "console/window/TFocusKeeper.h"
 #include "console/window/THomePage.h"
+#include "console/window/TIconButton.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TLinkBanner.h"
 #include "console/window/TMiniViewDock.h"
 #include "console/window/TPage.h"
 #include "console/window/TStatusBar.h"
+#include "hostimpl/FocusOrder.h"
 #include "hostimpl/Theme.h"
 
 #include <QtCore/QTimer>
@@ -36,7 +39,8 @@ TMainWindow::TMainWindow(QWidget* parent)
       m_area(new QStackedWidget),
       m_home(new THomePage),
       m_dock(new TMiniViewDock),
-      m_status(new TStatusBar)
+      m_status(new TStatusBar),
+      m_focus(new TFocusKeeper(this))
 {
     setWindowTitle(QStringLiteral("KELVO"));
     setMinimumSize(leastSize);
@@ -132,6 +136,34 @@ void TMainWindow::ShowPage(QWidget* content)
     m_area->setCurrentWidget(page == nullptr ? static_cast<QWidget*>(m_home) : page);
     m_launcher->SetCurrentPage(m_current);
     ArrangeDock();
+    FocusContent();
+}
+
+void TMainWindow::FocusContent()
+{
+    QWidget* const content = m_current == nullptr && m_dock->isVisible()
+                                 ? static_cast<QWidget*>(m_dock)
+                                 : m_area->currentWidget();
+    if (content->isVisible()) {
+        hostimpl::FocusNear(*content, *content);
+    }
+}
+
+// Called for the tab key, and if the focused widget is disabled or hidden.
+bool TMainWindow::focusNextPrevChild(bool isNext)
+{
+    QWidget* const focus = focusWidget();
+    if (focus == nullptr || (focus->isVisible() && focus->isEnabled())) {
+        hostimpl::MoveFocus(*this, isNext ? 1 : -1, true);
+        return true;
+    }
+    QWidget* region = focus;
+    while (region != this && region != m_dock && region != m_launcher &&
+           region->parentWidget() != m_area) {
+        region = region->parentWidget();
+    }
+    m_focus->Keep(*focus, region->isVisible() ? *region : *this);
+    return true;
 }
 
 void TMainWindow::SetKeyboard(QWidget* keyboard)
@@ -203,7 +235,13 @@ void TMainWindow::keyPressEvent(QKeyEvent* event)
 void TMainWindow::ArrangeDock()
 {
     const bool hasRoom = m_current == nullptr || width() >= wideEnough;
+    const bool wasVisible = m_dock->isVisible();
     m_dock->setVisible(hasRoom && !m_dock->IsEmpty());
+    const QWidget* const focus = focusWidget();
+    const bool isIdle = focus == nullptr || focus == m_launcher->HomeButton();
+    if (m_dock->isVisible() && !wasVisible && isIdle) {
+        FocusContent(); // the operator begins at the first mini view
+    }
 }
 
 } // namespace console

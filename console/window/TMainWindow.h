@@ -13,6 +13,7 @@ class QStackedWidget;
 
 namespace console {
 
+class TFocusKeeper;
 class THomePage;
 class TLauncherBar;
 class TLinkBanner;
@@ -58,7 +59,7 @@ public:
     // nothing for an unknown content.
     void RemovePage(QWidget* content);
     bool HasPage(QWidget* content) const { return m_pages.contains(content); }
-    // Null means home.
+    // Null means home. The focus goes to the page.
     void ShowPage(QWidget* content);
     QWidget* CurrentPage() const { return m_current; }
     // `mayLeave` is asked before ShowPage() leaves the current page for another; it gets the other
@@ -81,12 +82,15 @@ Q_SIGNALS:
     void FullScreenChanged(bool isFullScreen);
 
 protected:
+    bool focusNextPrevChild(bool isNext) override;
     void closeEvent(QCloseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void ArrangeDock();
+    // Puts the focus on the page, or on the mini views of the home page.
+    void FocusContent();
     void Forget(QObject* content);
 
     TLauncherBar* m_launcher;
@@ -95,6 +99,7 @@ private:
     THomePage* m_home;
     TMiniViewDock* m_dock;
     TStatusBar* m_status;
+    TFocusKeeper* m_focus;
     QLabel* m_ending = nullptr;
     QHash<QObject*, TPage*> m_pages; // by content
     QWidget* m_current = nullptr;

@@ -59,6 +59,13 @@ class TourTest(unittest.TestCase):
         screens = json.loads((self.folder / "pictures/screens.json").read_text())
         self.assertIn("Anmelden", [button["text"] for button in screens["01-start"][0]["buttons"]])
 
+    @unittest.skipUnless(DRIVER.is_file(), "this build has no window")
+    def test_the_wheel_alone_is_enough_for_the_day(self):
+        result = self.run_tour("--out", self.folder, "--wheel")
+        self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+        verbs = {line.split()[0] for line in (self.folder / "console.log").read_text().splitlines()}
+        self.assertEqual(verbs, {"key", "enter", "picture", "quit"})
+
     def test_the_guide_shows_each_picture_once(self):
         guide = (GUIDE.parent / "operator.md").read_text()
         shown = re.findall(r"\(pictures/([^)]+)\)", guide)

@@ -6,8 +6,10 @@
 #include "host/TPropertyWidget.h"
 #include "hostimpl/PopupHost.h"
 
+#include <QtCore/QHash>
 #include <QtTest/QTest>
 #include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QScrollArea>
 
@@ -116,10 +118,8 @@ void TypeInto(const QWidget& window, const QString& rowName, const QString& text
         Refuse(QStringLiteral("%1 takes no text").arg(rowName));
     }
     Touch(*edit, edit->rect().center(), rowName);
-    QTest::keyClick(edit, Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClick(edit, Qt::Key_Delete);
-    QTest::keyClicks(edit, text);
-    QTest::keyClick(edit, Qt::Key_Return);
+    EnterText(text);
+    QTest::keyClick(edit, Qt::Key_Escape); // Return would go on to the next row
 }
 
 void TouchName(const QWidget& window, const QString& name)
@@ -136,6 +136,30 @@ void TouchName(const QWidget& window, const QString& name)
         return;
     }
     Refuse(QStringLiteral("%1 is in no list to be seen").arg(name));
+}
+
+void PressKey(QWidget& window, const QString& key)
+{
+    static const QHash<QString, Qt::Key> keys{{QStringLiteral("Down"), Qt::Key_Down},
+                                              {QStringLiteral("Up"), Qt::Key_Up},
+                                              {QStringLiteral("Return"), Qt::Key_Return},
+                                              {QStringLiteral("Escape"), Qt::Key_Escape}};
+    if (!keys.contains(key)) {
+        Refuse(QStringLiteral("%1 is no key of the wheel").arg(key));
+    }
+    // The window passes the key to the widget with the focus, as with a key of the display.
+    QTest::keyClick(window.windowHandle(), keys.value(key));
+}
+
+void EnterText(const QString& text)
+{
+    auto* const edit = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+    if (edit == nullptr) {
+        Refuse(QStringLiteral("no text is being edited"));
+    }
+    QTest::keyClick(edit, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClicks(edit, text);
 }
 
 } // namespace tour

@@ -18,4 +18,10 @@ void TypeInto(const QWidget& window, const QString& rowName, const QString& text
 // Scrolls to the name first.
 void TouchName(const QWidget& window, const QString& name);
 
+// A key of the wheel at the widget with the focus: "Down", "Up", "Return" or "Escape". Throws for
+// any other key.
+void PressKey(QWidget& window, const QString& key);
+// Replaces the text that is being edited. Throws if no text is.
+void EnterText(const QString& text);
+
 } // namespace tour

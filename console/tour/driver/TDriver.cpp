@@ -1,6 +1,7 @@
 #include "console/tour/driver/TDriver.h"
 
 #include "console/tour/driver/Finger.h"
+#include "console/tour/driver/FocusText.h"
 #include "console/tour/driver/Picture.h"
 #include "console/tour/driver/ScreenText.h"
 #include "console/window/TWindowSession.h"
@@ -63,7 +64,9 @@ QJsonObject TDriver::Do(const QJsonObject& command)
     }
     console::TMainWindow& window = *m_session.Window();
     if (verb == QLatin1String("look")) {
-        return ScreenText(window);
+        QJsonObject screen = ScreenText(window);
+        screen.insert(QStringLiteral("focus"), FocusText(window));
+        return screen;
     }
     if (verb == QLatin1String("heartbeat")) {
         return Heartbeat();
@@ -74,6 +77,10 @@ QJsonObject TDriver::Do(const QJsonObject& command)
         PressRow(window, Text(command, "row"));
     } else if (verb == QLatin1String("type")) {
         TypeInto(window, Text(command, "row"), Text(command, "text"));
+    } else if (verb == QLatin1String("key")) {
+        PressKey(window, Text(command, "key"));
+    } else if (verb == QLatin1String("enter")) {
+        EnterText(Text(command, "text"));
     } else if (verb == QLatin1String("touch")) {
         TouchName(window, Text(command, "name"));
     } else if (verb == QLatin1String("picture")) {

@@ -40,8 +40,8 @@ int Run(const QStringList& arguments)
     console::DescribeOptions(parser);
     parser.setApplicationDescription(QStringLiteral(
         "Opens the console's window and operates it by commands from the standard input. Each line "
-        "is a JSON object. Commands: look, press, open, type, touch, picture, resize, heartbeat, "
-        "quit."));
+        "is a JSON object. Commands: look, press, open, type, touch, key, enter, picture, "
+        "resize, heartbeat, quit."));
     const QCommandLineOption sizeOption(QStringLiteral("size"),
                                         QStringLiteral("Size of the window, pixels."),
                                         QStringLiteral("WIDTHxHEIGHT"), QStringLiteral("1280x800"));

@@ -9,6 +9,7 @@ from .farm import OPERATOR, PASSWORDS, Farm
 from .receiver import write_log
 from .steps import Steps, fresh_folder, require
 from .texts import Texts
+from .wheel import WheelWindow
 from .window import Window
 
 LOG_SECONDS = 3600  # positions for longer than any tour
@@ -20,9 +21,10 @@ CORRUPT = "m-corrupt.zip"
 class ScreenDay:
     """All files are in one folder: `pictures/`, `service/`, `console/`, `work/`, and logs."""
 
-    def __init__(self, binaries, folder, data, *, size="1280x800", language=None, night=False):
+    def __init__(self, binaries, folder, data, *, size="1280x800", language=None, night=False, wheel=False):
         self.folder, self.data, self.size = folder, data, size
         self.language, self.night = language, night
+        self.kind_of_window = WheelWindow if wheel else Window
         fresh_folder(folder)
         self.pictures = folder / "pictures"
         self.pictures.mkdir()
@@ -66,8 +68,9 @@ class ScreenDay:
 
     def start_console(self):
         log = write_log(self.farm.work / "drive.nmea", LOG_SECONDS)
-        self.window = Window(self.farm.binaries, self.farm.service.address, self.farm.service.ca, self.console_data,
-                             self.folder / "console.log", size=self.size, options=("--gps", f"nmea:{log}"))
+        self.window = self.kind_of_window(
+            self.farm.binaries, self.farm.service.address, self.farm.service.ca, self.console_data,
+            self.folder / "console.log", size=self.size, options=("--gps", f"nmea:{log}"))
         return self.window.until(lambda screen: screen.can_press(self.text("Login")), "the login panel")
 
     def open(self):
@@ -202,9 +205,9 @@ class ScreenDay:
         text, window = self.text, self.window
         with self.shown("11-locations", "the list shows the places of files"):
             window.do("open", row=text("Browse"))
-            window.until(lambda screen: screen.can_press(text("Downloaded Files")), "the choices")
+            window.until(lambda screen: screen.can_press(text("Downloaded Files")) or window.is_wheel, "the choices")
         with self.shown("12-downloaded-files", "each downloaded map is a folder of the archive's name"):
-            window.press(text("Downloaded Files"))
+            window.take(text("Browse"), text("Downloaded Files"))
             folders = {archives.folder_of(name) for name in self.two_sound_archives()}
             window.until(lambda screen: set(screen.names()) == folders, f"the folders {folders}")
 

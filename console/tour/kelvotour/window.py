@@ -22,6 +22,7 @@ class WindowError(Exception):
 
 class Window:
     """One run of the console with its window, as a process. A transcript holds the commands and answers."""
+    is_wheel = False
 
     def __init__(self, binaries, service_address, ca, data, transcript, *, size="1280x800", options=(),
                  environment=None, prefix=()):
@@ -65,7 +66,8 @@ class Window:
         return answer
 
     def look(self):
-        return Screen(self.do("look")["windows"])
+        answer = self.do("look")
+        return Screen(answer["windows"], answer["focus"])
 
     def until(self, wanted, what):
         """Waits for a screen for which `wanted` is true, and returns it."""
@@ -84,6 +86,10 @@ class Window:
 
     def choose(self, row, choice):
         self.do("open", row=row)
+        self.take(row, choice)
+
+    def take(self, row, choice):
+        """Takes a choice of the row, which is open."""
         self.press(choice)
 
     def picture(self, path):
@@ -117,8 +123,9 @@ class Window:
 class Screen:
     """The texts on the screen at one moment."""
 
-    def __init__(self, windows):
+    def __init__(self, windows, focus):
         self.windows = windows
+        self.focus = focus
         self.console = windows[0]
         self.popups = windows[1:]
 

@@ -48,8 +48,9 @@ public:
     void setAllowHideText(bool isAllowed);
 
     // A press of the button starts the editing, the next press ends it. During the editing the
-    // wheel steps through the offered choices, or the keyboard writes the text. A touch opens the
-    // list of choices.
+    // wheel steps through the offered choices, or the keyboard writes the text. The press that ends
+    // a text also goes on: to the next row, which is edited then, or to the button that follows,
+    // which is pressed. A touch opens the list of choices.
     bool OnWheelTurned(int steps) override;
     bool OnWheelPressed() override;
     bool OnBackPressed() override;

@@ -73,7 +73,7 @@ TPopupLayer::TPopupLayer(QWidget& area, TPopupWindow& popup, bool isModal)
     popup.hide(); // stays hidden when it gets the parent
     popup.setParent(this, Qt::Widget);
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, const QWidget* now) {
-        if (now != nullptr && Blocks(*now)) {
+        if (now != nullptr && (now == parentWidget() || Blocks(*now))) {
             TakeFocus();
         }
     });

@@ -6,6 +6,8 @@
 #include "widgets/TChoicePopup.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtGui/QGuiApplication>
+#include <QtGui/QInputMethod>
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QLineEdit>
 
@@ -152,6 +154,7 @@ void TPropertyWidget::TRow::StartEditing()
     m_isEditing = true;
     if (m_type == eText) {
         m_edit->setFocus(Qt::OtherFocusReason);
+        QGuiApplication::inputMethod()->show(); // Qt shows it after a touch only
     }
     m_widget.update();
 }
@@ -162,9 +165,34 @@ bool TPropertyWidget::TRow::StopEditing()
     m_isEditing = false;
     if (m_edit->hasFocus()) {
         m_widget.setFocus(Qt::OtherFocusReason);
+        QGuiApplication::inputMethod()->hide();
     }
     m_widget.update();
     return wasEditing;
+}
+
+void TPropertyWidget::TRow::EndEntry()
+{
+    QWidget* const panel = m_widget.parentWidget();
+    QVector<QWidget*> order = panel == nullptr ? QVector<QWidget*>() : hostimpl::FocusOrder(*panel);
+    order.erase(order.begin(), order.begin() + order.indexOf(&m_widget) + 1);
+    const auto next = std::find_if(order.cbegin(), order.cend(), [this](const QWidget* widget) {
+        return !m_widget.isAncestorOf(widget);
+    });
+    QWidget* const target = next == order.cend() ? nullptr : *next;
+    auto* const row = qobject_cast<TPropertyWidget*>(target);
+    if (m_type == eText && row != nullptr && row->m_row->m_type == eText) {
+        row->m_row->StartEditing();
+        return;
+    }
+    StopEditing();
+    if (m_type != eText || target == nullptr) {
+        return;
+    }
+    target->setFocus(Qt::TabFocusReason);
+    if (auto* const button = qobject_cast<TPushButton*>(target)) {
+        button->click();
+    }
 }
 
 void TPropertyWidget::TRow::OpenChoices()

@@ -34,6 +34,8 @@ public:
     void StartEditing();
     // Returns true if the row was being edited.
     bool StopEditing();
+    // Ends the editing. After a text, edits the next row, or presses the button that follows.
+    void EndEntry();
     void OpenChoices();
 
     void OnEvent(QEvent& event);

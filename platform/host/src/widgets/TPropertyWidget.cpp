@@ -85,7 +85,7 @@ bool TPropertyWidget::OnWheelTurned(int steps)
 bool TPropertyWidget::OnWheelPressed()
 {
     if (m_row->IsEditing()) {
-        m_row->StopEditing();
+        m_row->EndEntry();
     } else {
         m_row->StartEditing();
     }

@@ -1,0 +1,14 @@
+// The focus on the screen as JSON.
+#pragma once
+
+#include <QtCore/QJsonObject>
+
+class QWidget;
+
+namespace tour {
+
+// {"kind": "button" | "row" | "list" | "other" | "none", "name": .., "current": ..}. "current" is
+// the entry of a list at which the wheel is. Thread: main.
+QJsonObject FocusText(const QWidget& window);
+
+} // namespace tour
