@@ -1,6 +1,7 @@
 """The checks after a kill and a new start. Each check returns its findings as texts, or an empty list."""
 
 import hashlib
+import json
 import os
 import sqlite3
 import subprocess
@@ -124,15 +125,23 @@ def image(folder):
 
 
 def left_on_console(data, state):
-    """After all transfers, the console keeps no file of them."""
+    """After all transfers, the console keeps no file of them, apart from journals of uploads that are over.
+
+    A console that is killed after it removes a sent file leaves the upload's journal, which it removes after a week.
+    Before that time the file's medium could be away and return."""
     findings = []
     for path in sorted(data.rglob("*")):
         relative = path.relative_to(data)
         if not (path.is_dir() or str(relative) in OWN_FILES or relative.is_relative_to(plans.UNPACK_FOLDER)):
             findings.append(f"the console keeps {relative}")
     if state.exists():
-        findings += [f"the console keeps state/{path.name}" for path in state.rglob("*") if path.is_file()]
+        findings += [f"the console keeps state/{path.relative_to(state)}" for path in state.rglob("*")
+                     if path.is_file() and not is_journal_of_removed_file(path)]
     return findings
+
+
+def is_journal_of_removed_file(path):
+    return path.suffix == ".upload" and not Path(json.loads(path.read_bytes())["origin"]["path"]).exists()
 
 
 def delivered(plan, projects, wire):
