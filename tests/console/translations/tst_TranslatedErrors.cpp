@@ -72,7 +72,7 @@ private Q_SLOTS:
         window.Dock().Add(&mini);
         const QStringList errors = Errors(code, std::wstring()); // a login has no file
         for (const QString& error : errors) {
-            window.Banner().Show(console::ELinkState::eFailed, error);
+            window.Banner().Show(kesdkimpl::ESession::eLoginFailed, error);
             QCOMPARE(Faults(window), QString());
         }
         window.Dock().Remove(&mini);
