@@ -12,7 +12,7 @@ namespace console {
 class TRestart
 {
 public:
-    // What RunWindow() returns if the operator wants a new start. No process ends with this status.
+    // RunWindow() returns this status if the operator wants a new start. No process ends with it.
     static constexpr int wanted = -1;
 
     explicit TRestart(char** arguments);

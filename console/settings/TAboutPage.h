@@ -18,7 +18,7 @@ public:
     explicit TAboutPage(QWidget* parent = nullptr);
     ~TAboutPage() override;
 
-    // What the page shows, HTML.
+    // The shown text, HTML.
     QString Text() const;
 
 protected:

@@ -15,6 +15,8 @@ class TPushButton;
 
 namespace console {
 
+class TSettingNote;
+
 // The colours and the size of the window change at once, all other settings when the operator
 // saves. The page refuses invalid values with a message. If there is a PIN, the installer's rows
 // are off until the operator enters the PIN. Below each text is a note: why the text is invalid, or
@@ -89,10 +91,10 @@ private:
     void Save();
 
     QList<TPropertyWidget*> m_rows;
-    QList<QLabel*> m_notes; // of the rows with a text
+    QList<TSettingNote*> m_notes; // of the rows with a text
     TPropertyWidget* m_receiver = nullptr;
     TPropertyWidget* m_pin = nullptr;
-    QLabel* m_pinNote = nullptr;
+    TSettingNote* m_pinNote = nullptr;
     bool m_isUnlocked = false; // the operator has entered the PIN
     QStringList m_sources;     // of the choices of m_receiver
     QLabel* m_message;
