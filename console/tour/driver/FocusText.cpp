@@ -6,6 +6,7 @@
 
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QLineEdit>
 
 namespace {
 
@@ -29,7 +30,8 @@ QJsonObject FocusText(const QWidget& window)
             return Focus("button", ButtonName(*widget));
         }
         if (qobject_cast<const TPropertyWidget*>(widget) != nullptr) {
-            return Focus("row", widget->accessibleName());
+            const bool isText = qobject_cast<const QLineEdit*>(focus) != nullptr;
+            return Focus(isText ? "text" : "row", widget->accessibleName());
         }
         if (const auto* const list = qobject_cast<const TListWidget*>(widget)) {
             QJsonObject description = Focus("list", QString());

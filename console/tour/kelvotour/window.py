@@ -43,6 +43,10 @@ class Window:
                  "--data", str(data), "--size", size, *options],
                 stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=log, text=True, env=own)
 
+    @property
+    def display_name(self):
+        return self._display.name
+
     def do(self, verb, **arguments):
         """Sends a command and returns the answer."""
         guard = threading.Timer(GUARD_SECONDS, self.process.kill)
