@@ -141,7 +141,11 @@ def left_on_console(data, state):
 
 
 def is_journal_of_removed_file(path):
-    return path.suffix == ".upload" and not Path(json.loads(path.read_bytes())["origin"]["path"]).exists()
+    """A journal: a first line, JSON, and the JSON's SHA-256 in hexadecimal digits."""
+    if path.suffix != ".upload":
+        return False
+    text = path.read_bytes().partition(b"\n")[2][:-64]
+    return not Path(json.loads(text)["origin"]["path"]).exists()
 
 
 def delivered(plan, projects, wire):
