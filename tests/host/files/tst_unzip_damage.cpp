@@ -204,10 +204,19 @@ void tst_UnzipDamage::refusesAWrongDirectory_data()
     TZipEntry alias = Deflated("alias", "1");
     alias.localOffset = 0;
     row("one content with two names", TZipBuilder().AddFile("a", "1").Add(alias).Build(),
-        "has two names");
+        "overlap");
+    TZipEntry renamed = Deflated("a", "1");
+    renamed.localName = "b";
+    row("another name in the entry's header", TZipBuilder().Add(renamed).Build(), "has two names");
     TZipEntry twice = Deflated("a", "1");
     twice.localOffset = 0;
     row("one entry twice", TZipBuilder().AddFile("a", "1").Add(twice).Build(), "overlap");
+    // The bytes in front leave room, so that the sum of the entries says nothing.
+    TZipEntry inner = Deflated("inner", "1");
+    const TZipBuilder outer = TZipBuilder().AddFile("outer", LocalEntry(inner));
+    inner.localOffset = 1000 + 30 + 5; // behind the header and the name of the outer entry
+    row("an entry in an entry",
+        QByteArray(1000, 'x') + TZipBuilder(outer).Add(inner).Build(false, 1000), "overlap");
     TZipEntry elsewhere = Deflated("b", "1");
     elsewhere.localOffset = 5;
     row("no header at the offset", TZipBuilder().AddFile("a", "1").Add(elsewhere).Build(),

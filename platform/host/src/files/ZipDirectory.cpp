@@ -35,6 +35,8 @@ constexpr std::uint8_t MADE_BY_MS_DOS = 0;
 constexpr std::uint8_t MADE_BY_UNIX = 3;
 constexpr std::uint32_t MS_DOS_FOLDER = 0x10;
 
+constexpr char OVERLAP[] = "its entries overlap or are cut off";
+
 // The directory is read from begin to end, the entries' own headers here and there.
 constexpr std::int64_t DIRECTORY_BLOCK_BYTES = std::int64_t{128} * 1024;
 constexpr std::int64_t LOCAL_BLOCK_BYTES = 512;
@@ -225,6 +227,8 @@ private:
     TFileWindow m_directory;
     TFileWindow m_local;
     QVector<TByteRange> m_entries; // headers and content
+    // Bounds the work: many entries may claim the same long header.
+    std::int64_t m_entryBytes = 0;
     QVector<TByteRange> m_padding;
     QString m_reason;
 };
@@ -280,6 +284,10 @@ bool TDirectoryCheck::CheckLocal(const TEntry& entry)
     const auto nameBytes = Number<std::uint16_t>(header + 26);
     const auto extraBytes = Number<std::uint16_t>(header + 28);
     const std::int64_t headerBytes = LOCAL_BYTES + nameBytes + extraBytes;
+    m_entryBytes += headerBytes + entry.packedBytes;
+    if (m_entryBytes > m_end.directoryOffset) {
+        return Fail(OVERLAP);
+    }
     header = m_local.At(entry.localOffset, headerBytes);
     if (header == nullptr) {
         return Fail("its entry \"%1\" is cut off", entry.name);
@@ -300,11 +308,11 @@ bool TDirectoryCheck::CheckOverlap()
     std::int64_t free = 0;
     for (const TByteRange& entry : qAsConst(m_entries)) {
         if (entry.offset < free) {
-            return Fail("its entries overlap");
+            return Fail(OVERLAP);
         }
         free = entry.offset + entry.bytes;
     }
-    return free <= m_end.directoryOffset || Fail("its last entry is cut off");
+    return free <= m_end.directoryOffset || Fail(OVERLAP);
 }
 
 void TDirectoryCheck::NotePadding(const TExtraFields& extra, std::int64_t bytes,
