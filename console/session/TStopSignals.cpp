@@ -14,8 +14,10 @@ volatile std::sig_atomic_t handlerPipe = -1; // the signal handler writes to thi
 extern "C" void WriteSignalNumber(int signalNumber)
 {
     const int savedErrno = errno;
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
     const auto byte = static_cast<unsigned char>(signalNumber);
-    // The write cannot fail: the pipe is empty and its reader exists.
+    // The write cannot fail: the pipe is almost empty and its reader exists.
     [[maybe_unused]] const ssize_t written = ::write(handlerPipe, &byte, 1);
     errno = savedErrno;
 }
@@ -43,7 +45,7 @@ TStopSignals::TStopSignals(std::function<void(int)> onStop)
     handlerPipe = m_writeEnd;
     struct sigaction action = {};
     action.sa_handler = WriteSignalNumber;
-    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    action.sa_flags = SA_RESTART;
     ::sigaction(SIGINT, &action, nullptr);
     ::sigaction(SIGTERM, &action, nullptr);
 }

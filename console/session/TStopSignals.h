@@ -8,7 +8,8 @@
 
 namespace console {
 
-// One object in a process. The first signal is reported. A second signal ends the process at once.
+// One object in a process. The first signal is reported. The next signal of either kind ends the
+// process at once, also while the main thread is blocked.
 //
 // Thread: main.
 class TStopSignals : public QObject
