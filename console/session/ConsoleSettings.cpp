@@ -34,6 +34,76 @@ bool ReadShownPositions(const QString& text, console::EShownPositions& shown)
     return text == QLatin1String("fixes");
 }
 
+QString ValueOf(const QCommandLineParser& parser, const char* name, const QString& otherwise = {})
+{
+    const QString option = QString::fromLatin1(name);
+    return parser.isSet(option) ? parser.value(option) : otherwise;
+}
+
+// The options that any text is good for.
+void ReadPlainOptions(const QCommandLineParser& parser, console::TConsoleSettings& settings)
+{
+    settings.isHeadless = parser.isSet(QStringLiteral("headless"));
+    settings.pluginPath =
+        QFileInfo(ValueOf(parser, "plugin", DefaultPluginPath())).absoluteFilePath();
+    settings.dataFolder =
+        QDir::cleanPath(QFileInfo(ValueOf(parser, "data", DefaultDataFolder())).absoluteFilePath());
+    settings.isDataFolderGiven = parser.isSet(QStringLiteral("data"));
+    settings.credentialsFile = ValueOf(parser, "credentials");
+    settings.scriptFile = ValueOf(parser, "script", QStringLiteral("-"));
+}
+
+bool ReadPositionOptions(const QCommandLineParser& parser, console::TConsoleSettings& settings,
+                         QString& errorText)
+{
+    settings.isGpsGiven = parser.isSet(QStringLiteral("gps"));
+    if (settings.isGpsGiven &&
+        !console::ParseGpsSetting(ValueOf(parser, "gps"), settings.gps, errorText)) {
+        return false;
+    }
+    if (parser.isSet(QStringLiteral("show-position")) &&
+        !ReadShownPositions(ValueOf(parser, "show-position"), settings.shownPositions)) {
+        errorText = QStringLiteral("--show-position takes \"changes\" or \"fixes\".");
+        return false;
+    }
+    return true;
+}
+
+bool ReadTimeout(const QCommandLineParser& parser, console::TConsoleSettings& settings,
+                 QString& errorText)
+{
+    bool isNumber = true;
+    settings.timeoutSeconds =
+        ValueOf(parser, "timeout", QString::number(settings.timeoutSeconds)).toInt(&isNumber);
+    if (!isNumber || settings.timeoutSeconds < 1 || settings.timeoutSeconds > maxTimeoutSeconds) {
+        errorText = QStringLiteral("--timeout takes a number of seconds from 1 to %1.")
+                        .arg(maxTimeoutSeconds);
+        return false;
+    }
+    return true;
+}
+
+bool ReadServiceOptions(const QCommandLineParser& parser, console::TConsoleSettings& settings,
+                        QString& errorText)
+{
+    settings.service = ValueOf(parser, "service");
+    if (parser.isSet(QStringLiteral("service")) && !console::IsServiceAddress(settings.service)) {
+        errorText = QStringLiteral("--service takes HOST or HOST:PORT.");
+        return false;
+    }
+    settings.authorityFile = ValueOf(parser, "ca");
+    if (parser.isSet(QStringLiteral("ca"))) {
+        const QFileInfo file(settings.authorityFile);
+        if (!file.isFile() || !file.isReadable()) {
+            errorText =
+                QStringLiteral("The file %1 (--ca) cannot be read.").arg(settings.authorityFile);
+            return false;
+        }
+        settings.authorityFile = file.absoluteFilePath();
+    }
+    return true;
+}
+
 } // namespace
 
 namespace console {
@@ -79,56 +149,16 @@ void DescribeOptions(QCommandLineParser& parser)
 
 bool ReadSettings(const QCommandLineParser& parser, TConsoleSettings& settings, QString& errorText)
 {
-    const auto value = [&parser](const char* name, const QString& otherwise) {
-        const QString option = QString::fromLatin1(name);
-        return parser.isSet(option) ? parser.value(option) : otherwise;
-    };
-    settings.isHeadless = parser.isSet(QStringLiteral("headless"));
-    settings.pluginPath = QFileInfo(value("plugin", DefaultPluginPath())).absoluteFilePath();
-    settings.service = value("service", QString());
-    settings.authorityFile = value("ca", QString());
-    settings.dataFolder =
-        QDir::cleanPath(QFileInfo(value("data", DefaultDataFolder())).absoluteFilePath());
-    settings.isDataFolderGiven = parser.isSet(QStringLiteral("data"));
-    settings.isGpsGiven = parser.isSet(QStringLiteral("gps"));
-    settings.credentialsFile = value("credentials", QString());
-    settings.scriptFile = value("script", QStringLiteral("-"));
-
-    if (parser.isSet(QStringLiteral("gps")) &&
-        !ParseGpsSetting(value("gps", QString()), settings.gps, errorText)) {
-        return false;
-    }
-    if (parser.isSet(QStringLiteral("show-position")) &&
-        !ReadShownPositions(value("show-position", QString()), settings.shownPositions)) {
-        errorText = QStringLiteral("--show-position takes \"changes\" or \"fixes\".");
-        return false;
-    }
-
-    bool isNumber = true;
-    settings.timeoutSeconds =
-        value("timeout", QString::number(settings.timeoutSeconds)).toInt(&isNumber);
-    if (!isNumber || settings.timeoutSeconds < 1 || settings.timeoutSeconds > maxTimeoutSeconds) {
-        errorText = QStringLiteral("--timeout takes a number of seconds from 1 to %1.")
-                        .arg(maxTimeoutSeconds);
+    ReadPlainOptions(parser, settings);
+    if (!ReadPositionOptions(parser, settings, errorText) ||
+        !ReadTimeout(parser, settings, errorText) ||
+        !ReadServiceOptions(parser, settings, errorText)) {
         return false;
     }
     if (!parser.positionalArguments().isEmpty()) {
         errorText = QStringLiteral("Unexpected argument \"%1\".")
                         .arg(parser.positionalArguments().constFirst());
         return false;
-    }
-    if (parser.isSet(QStringLiteral("service")) && !IsServiceAddress(settings.service)) {
-        errorText = QStringLiteral("--service takes HOST or HOST:PORT.");
-        return false;
-    }
-    if (parser.isSet(QStringLiteral("ca"))) {
-        const QFileInfo file(settings.authorityFile);
-        if (!file.isFile() || !file.isReadable()) {
-            errorText =
-                QStringLiteral("The file %1 (--ca) cannot be read.").arg(settings.authorityFile);
-            return false;
-        }
-        settings.authorityFile = file.absoluteFilePath();
     }
     return true;
 }

@@ -18,16 +18,16 @@ struct TConnection
     const char* slot;
 };
 
-// In the order of EHubSignal.
+// Every signal of the hub, in the order of EHubSignal.
 const TConnection connectionTable[] = {
     {EHubSignal::eLoginRequested, "()", SLOT(OnPlain())},
     {EHubSignal::eCancelLoginRequested, "()", SLOT(OnPlain())},
     {EHubSignal::eLogoutRequested, "()", SLOT(OnPlain())},
     {EHubSignal::eUploadRequested, "(int,QStringList)", SLOT(OnFileNames(int, QStringList))},
     {EHubSignal::eDownloadRequested, "(int,QStringList,KelvoFileInfoList)",
-     SLOT(OnFileNamesAndFiles(int, QStringList, KelvoFileInfoList))},
+     SLOT(OnFileNames(int, QStringList, KelvoFileInfoList))},
     {EHubSignal::eDeleteFilesRequested, "(int,QStringList,KelvoFileInfoList)",
-     SLOT(OnFileNamesAndFiles(int, QStringList, KelvoFileInfoList))},
+     SLOT(OnFileNames(int, QStringList, KelvoFileInfoList))},
     {EHubSignal::eLoginInProgress, "()", SLOT(OnPlain())},
     {EHubSignal::eLoggedIn, "()", SLOT(OnPlain())},
     {EHubSignal::eLoggedOut, "()", SLOT(OnPlain())},
@@ -108,15 +108,7 @@ void THubListener::OnFile(int project, QString fileName)
     m_handler(event);
 }
 
-void THubListener::OnFileNames(int project, QStringList fileNames)
-{
-    THubEvent event = Event();
-    event.project = project;
-    event.fileNames = fileNames;
-    m_handler(event);
-}
-
-void THubListener::OnFileNamesAndFiles(int project, QStringList fileNames, KelvoFileInfoList files)
+void THubListener::OnFileNames(int project, QStringList fileNames, KelvoFileInfoList files)
 {
     THubEvent event = Event();
     event.project = project;

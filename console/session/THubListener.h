@@ -34,8 +34,7 @@ private Q_SLOTS:
     void OnMessage(QString message);
     void OnProgress(int progress);
     void OnFile(int project, QString fileName);
-    void OnFileNames(int project, QStringList fileNames);
-    void OnFileNamesAndFiles(int project, QStringList fileNames, KelvoFileInfoList files);
+    void OnFileNames(int project, QStringList fileNames, KelvoFileInfoList files = {});
     void OnFiles(int project, KelvoFileInfoList files);
     void OnErrors(KelvoFileTransferErrorDetailsList errors);
     void OnProjectErrors(int project, KelvoFileTransferErrorDetailsList errors);
