@@ -56,9 +56,9 @@ bool TPluginSession::Start(const QString& pluginPath, QWidget* parentWidget, QSt
     return isStarted;
 }
 
-// If the SDK cannot be set up (an invalid service address, no memory), Initialize() of the worker
-// returns without a connection to the hub. The hub can be asked now: the worker makes no more
-// connections, and Listen() comes later.
+// If the SDK cannot be set up (an invalid service address, no memory), the worker's Initialize()
+// returns without a word and without a connection to the hub: ADR 20. Then no request reaches the
+// worker. Listen() comes later, so a receiver of the hub's signal is the worker.
 void TPluginSession::OnWorkerInitialised()
 {
     if (Hub() == nullptr) {
