@@ -57,7 +57,7 @@ bool TPluginSession::Start(const QString& pluginPath, QWidget* parentWidget, QSt
 }
 
 // If the SDK cannot be set up (an invalid service address, no memory), the worker's Initialize()
-// returns without a word and without a connection to the hub: ADR 20. Then no request reaches the
+// returns without a word and without a connection to the hub: ADR 24. Then no request reaches the
 // worker. Listen() comes later, so a receiver of the hub's signal is the worker.
 void TPluginSession::OnWorkerInitialised()
 {
