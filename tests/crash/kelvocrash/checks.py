@@ -130,13 +130,11 @@ def left_on_console(data, state):
     A console that is killed after it removes a sent file leaves the upload's journal, which it removes after a week.
     Before that time the file's medium could be away and return."""
     findings = []
-    for path in sorted(data.rglob("*")):
-        relative = path.relative_to(data)
-        if not (path.is_dir() or str(relative) in OWN_FILES or relative.is_relative_to(plans.UNPACK_FOLDER)):
+    for path in sorted({*data.rglob("*"), *state.rglob("*")}):
+        relative = path.relative_to(data if path.is_relative_to(data) else state.parent)
+        if not (path.is_dir() or str(relative) in OWN_FILES or relative.is_relative_to(plans.UNPACK_FOLDER)
+                or is_journal_of_removed_file(path)):
             findings.append(f"the console keeps {relative}")
-    if state.exists():
-        findings += [f"the console keeps state/{path.relative_to(state)}" for path in state.rglob("*")
-                     if path.is_file() and not is_journal_of_removed_file(path)]
     return findings
 
 
