@@ -652,4 +652,51 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <translation>Über diese Konsole</translation>
     </message>
 </context>
+<context>
+    <name>Transfer</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+    <message>
+        <source>%1 s left</source>
+        <translation>noch %1 s</translation>
+    </message>
+    <message>
+        <source>%1 min left</source>
+        <translation>noch %1 min</translation>
+    </message>
+    <message>
+        <source>%1 h left</source>
+        <translation>noch %1 h</translation>
+    </message>
+    <message>
+        <source>file %1 of %2</source>
+        <translation>Datei %1 von %2</translation>
+    </message>
+    <message>
+        <source>Nothing moves</source>
+        <translation>Es kommt nichts an</translation>
+    </message>
+    <message>
+        <source>%1. Waiting until %2.</source>
+        <translation>%1. Warte bis %2.</translation>
+    </message>
+    <message>
+        <source>Checking the file...</source>
+        <translation>Datei wird geprüft...</translation>
+    </message>
+    <message>
+        <source>%1/s</source>
+        <translation>%1/s</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1 %</translation>
+    </message>
+    <message>
+        <source>until %1</source>
+        <translation>bis %1</translation>
+    </message>
+</context>
 </TS>

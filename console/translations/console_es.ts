@@ -652,4 +652,51 @@ El servicio aún no ha listado sus archivos.</translation>
         <translation>Acerca de esta consola</translation>
     </message>
 </context>
+<context>
+    <name>Transfer</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 de %2</translation>
+    </message>
+    <message>
+        <source>%1 s left</source>
+        <translation>quedan %1 s</translation>
+    </message>
+    <message>
+        <source>%1 min left</source>
+        <translation>quedan %1 min</translation>
+    </message>
+    <message>
+        <source>%1 h left</source>
+        <translation>quedan %1 h</translation>
+    </message>
+    <message>
+        <source>file %1 of %2</source>
+        <translation>archivo %1 de %2</translation>
+    </message>
+    <message>
+        <source>Nothing moves</source>
+        <translation>No llega nada</translation>
+    </message>
+    <message>
+        <source>%1. Waiting until %2.</source>
+        <translation>%1. Esperando hasta las %2.</translation>
+    </message>
+    <message>
+        <source>Checking the file...</source>
+        <translation>Comprobando el archivo...</translation>
+    </message>
+    <message>
+        <source>%1/s</source>
+        <translation>%1/s</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1 %</translation>
+    </message>
+    <message>
+        <source>until %1</source>
+        <translation>hasta las %1</translation>
+    </message>
+</context>
 </TS>

@@ -652,4 +652,51 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <translation>À propos de cette console</translation>
     </message>
 </context>
+<context>
+    <name>Transfer</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 sur %2</translation>
+    </message>
+    <message>
+        <source>%1 s left</source>
+        <translation>encore %1 s</translation>
+    </message>
+    <message>
+        <source>%1 min left</source>
+        <translation>encore %1 min</translation>
+    </message>
+    <message>
+        <source>%1 h left</source>
+        <translation>encore %1 h</translation>
+    </message>
+    <message>
+        <source>file %1 of %2</source>
+        <translation>fichier %1 sur %2</translation>
+    </message>
+    <message>
+        <source>Nothing moves</source>
+        <translation>Rien ne passe</translation>
+    </message>
+    <message>
+        <source>%1. Waiting until %2.</source>
+        <translation>%1. Attente jusqu&apos;à %2.</translation>
+    </message>
+    <message>
+        <source>Checking the file...</source>
+        <translation>Vérification du fichier...</translation>
+    </message>
+    <message>
+        <source>%1/s</source>
+        <translation>%1/s</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1 %</translation>
+    </message>
+    <message>
+        <source>until %1</source>
+        <translation>jusqu&apos;à %1</translation>
+    </message>
+</context>
 </TS>

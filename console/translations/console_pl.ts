@@ -652,4 +652,51 @@ Usługa nie podała jeszcze listy plików.</translation>
         <translation>O tej konsoli</translation>
     </message>
 </context>
+<context>
+    <name>Transfer</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 z %2</translation>
+    </message>
+    <message>
+        <source>%1 s left</source>
+        <translation>jeszcze %1 s</translation>
+    </message>
+    <message>
+        <source>%1 min left</source>
+        <translation>jeszcze %1 min</translation>
+    </message>
+    <message>
+        <source>%1 h left</source>
+        <translation>jeszcze %1 godz.</translation>
+    </message>
+    <message>
+        <source>file %1 of %2</source>
+        <translation>plik %1 z %2</translation>
+    </message>
+    <message>
+        <source>Nothing moves</source>
+        <translation>Brak przepływu danych</translation>
+    </message>
+    <message>
+        <source>%1. Waiting until %2.</source>
+        <translation>%1. Czekam do %2.</translation>
+    </message>
+    <message>
+        <source>Checking the file...</source>
+        <translation>Sprawdzanie pliku...</translation>
+    </message>
+    <message>
+        <source>%1/s</source>
+        <translation>%1/s</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1%</translation>
+    </message>
+    <message>
+        <source>until %1</source>
+        <translation>do %1</translation>
+    </message>
+</context>
 </TS>

@@ -652,4 +652,51 @@ O serviço ainda não listou seus arquivos.</translation>
         <translation>Sobre este console</translation>
     </message>
 </context>
+<context>
+    <name>Transfer</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 de %2</translation>
+    </message>
+    <message>
+        <source>%1 s left</source>
+        <translation>faltam %1 s</translation>
+    </message>
+    <message>
+        <source>%1 min left</source>
+        <translation>faltam %1 min</translation>
+    </message>
+    <message>
+        <source>%1 h left</source>
+        <translation>faltam %1 h</translation>
+    </message>
+    <message>
+        <source>file %1 of %2</source>
+        <translation>arquivo %1 de %2</translation>
+    </message>
+    <message>
+        <source>Nothing moves</source>
+        <translation>Nada chega</translation>
+    </message>
+    <message>
+        <source>%1. Waiting until %2.</source>
+        <translation>%1. Aguardando até %2.</translation>
+    </message>
+    <message>
+        <source>Checking the file...</source>
+        <translation>Verificando o arquivo...</translation>
+    </message>
+    <message>
+        <source>%1/s</source>
+        <translation>%1/s</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1%</translation>
+    </message>
+    <message>
+        <source>until %1</source>
+        <translation>até %1</translation>
+    </message>
+</context>
 </TS>

@@ -83,15 +83,6 @@ QString Age(const TPositionState& state)
                          : QCoreApplication::translate("StatusBar", "%1 min").arg(seconds / 60);
 }
 
-// The time of day; with the day of the week if that was not today.
-QString TimeText(std::int64_t wallS)
-{
-    const QDateTime time = QDateTime::fromSecsSinceEpoch(wallS);
-    const bool isToday = time.date() == TLocalTime::currentDateTime().date();
-    return QLocale().toString(time,
-                              isToday ? QStringLiteral("HH:mm") : QStringLiteral("ddd HH:mm"));
-}
-
 } // namespace
 
 namespace console {
@@ -114,6 +105,19 @@ TStatusWords PositionWords(const TPositionState& state)
     return {QString::fromLatin1(row.iconName), Translate(row.text)};
 }
 
+QString TimeText(std::int64_t wallS)
+{
+    const QDateTime time = QDateTime::fromSecsSinceEpoch(wallS);
+    const bool isToday = time.date() == TLocalTime::currentDateTime().date();
+    return QLocale().toString(time,
+                              isToday ? QStringLiteral("HH:mm") : QStringLiteral("ddd HH:mm"));
+}
+
+QString ProblemText(EProblem problem)
+{
+    return problem == EProblem::eNone ? QString() : Translate(Row(problemTexts, problem));
+}
+
 // Without a session and without a failed login nothing is tried, so an old problem says nothing.
 TStatusWords LinkWords(const LinkStatus& status)
 {
@@ -123,7 +127,7 @@ TStatusWords LinkWords(const LinkStatus& status)
         const TRow& row = Row(sessionRows, status.session);
         return {QString::fromLatin1(row.iconName), Translate(row.text)};
     }
-    QString text = Translate(Row(problemTexts, status.problem));
+    QString text = ProblemText(status.problem);
     if (status.offlineSince && status.problem != EProblem::eClockWrong) {
         text += QLatin1Char('\n') + QCoreApplication::translate("StatusBar", "since %1")
                                         .arg(TimeText(status.offlineSince->wallS));

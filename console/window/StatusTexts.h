@@ -6,6 +6,8 @@
 
 #include <QtCore/QString>
 
+#include <cstdint>
+
 namespace console {
 
 struct TStatusWords
@@ -16,5 +18,9 @@ struct TStatusWords
 
 TStatusWords PositionWords(const TPositionState& state);
 TStatusWords LinkWords(const kesdkimpl::LinkStatus& status);
+// Such as "No network"; empty without a problem.
+QString ProblemText(kesdkimpl::EProblem problem);
+// The time of day of a time since 1970; with the day of the week if it is not today.
+QString TimeText(std::int64_t wallS);
 
 } // namespace console

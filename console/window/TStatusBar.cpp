@@ -1,6 +1,5 @@
 #include "console/window/TStatusBar.h"
 
-#include "console/window/StatusTexts.h"
 #include "console/window/TStatusItem.h"
 #include "host/TLocalTime.h"
 #include "hostimpl/Theme.h"
@@ -33,7 +32,7 @@ TStatusBar::TStatusBar(QWidget* parent)
         row->addWidget(item, item == m_position ? 1 : 0);
     }
     ShowPosition({});
-    ShowLink({});
+    ShowLink(LinkWords({}));
     ShowTime();
     connect(&m_tick, &QTimer::timeout, this, &TStatusBar::ShowTime);
     m_tick.start(tickMs);
@@ -45,9 +44,8 @@ void TStatusBar::ShowPosition(const TPositionState& state)
     m_position->Show(words.iconName, words.text);
 }
 
-void TStatusBar::ShowLink(const kesdkimpl::LinkStatus& status)
+void TStatusBar::ShowLink(const TStatusWords& words)
 {
-    const TStatusWords words = LinkWords(status);
     m_link->Show(words.iconName, words.text);
 }
 

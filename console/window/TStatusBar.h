@@ -2,7 +2,7 @@
 #pragma once
 
 #include "console/position/PositionState.h"
-#include "kesdkimpl/LinkStatus.h"
+#include "console/window/StatusTexts.h"
 
 #include <QtCore/QTimer>
 #include <QtWidgets/QFrame>
@@ -22,7 +22,7 @@ public:
     explicit TStatusBar(QWidget* parent = nullptr);
 
     void ShowPosition(const TPositionState& state);
-    void ShowLink(const kesdkimpl::LinkStatus& status);
+    void ShowLink(const TStatusWords& words);
 
     QString PositionText() const;
     QString LinkText() const;

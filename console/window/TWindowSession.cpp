@@ -7,6 +7,7 @@
 #include "console/window/TLauncherBar.h"
 #include "console/window/TLinkBanner.h"
 #include "console/window/TStatusBar.h"
+#include "console/window/TransferTexts.h"
 #include "host/TMessageDialog.h"
 #include "hostimpl/Folders.h"
 #include "hostimpl/PopupHost.h"
@@ -139,14 +140,27 @@ void TWindowSession::OnHubEvent(const THubEvent& event)
         m_loginFailure = event.message.value_or(QString());
     }
     m_listing.OnHubEvent(event);
+    m_files.OnHubEvent(event);
     ShowLink();
 }
 
 void TWindowSession::ShowLink()
 {
     const kesdkimpl::LinkStatus status = m_readLink();
-    m_window->Status().ShowLink(status);
+    m_window->Status().ShowLink(status.transfer ? TransferWords(status, m_files)
+                                                : LinkWords(status));
     m_window->Banner().Show(status.session, m_loginFailure);
+    ShowTransfer(status);
+}
+
+// Between two files, and while a file is unpacked, the dialog keeps what it shows.
+void TWindowSession::ShowTransfer(const kesdkimpl::LinkStatus& status)
+{
+    if (status.transfer) {
+        hostimpl::SetTransferProgress(TransferProgress(status, m_files));
+    } else if (!m_files.IsRunning()) {
+        hostimpl::SetTransferProgress({});
+    }
 }
 
 void TWindowSession::RequestEnd()
@@ -175,6 +189,7 @@ void TWindowSession::End()
     }
     hostimpl::SetWindowManager(nullptr);
     hostimpl::SetPopupHost(nullptr);
+    hostimpl::SetTransferProgress({});
     m_dialog.reset();
     m_leaveQuestion.reset();
     m_screens.reset();

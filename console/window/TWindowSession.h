@@ -2,6 +2,7 @@
 #pragma once
 
 #include "console/session/ConsoleSettings.h"
+#include "console/session/TFileCount.h"
 #include "console/session/TPluginSession.h"
 #include "console/settings/StoredSettings.h"
 #include "console/window/TListingMonitor.h"
@@ -68,6 +69,7 @@ private:
     void CreateScreens();
     void OnHubEvent(const THubEvent& event);
     void ShowLink();
+    void ShowTransfer(const kesdkimpl::LinkStatus& status);
     void OpenSettings();
     void SaveSettings(const TStoredSettings& settings);
     void Apply(const TStoredSettings& settings);
@@ -82,6 +84,7 @@ private:
     const TStoredSettings m_atStart;
     TStoredSettings m_inUse;
     const TReadLink m_readLink;
+    TFileCount m_files;
     QString m_loginFailure; // the plug-in's reason, simple HTML
     TListingMonitor m_listing;
     hostimpl::TWheelInput m_wheel;

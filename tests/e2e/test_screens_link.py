@@ -11,13 +11,13 @@ from pathlib import Path
 from kelvoe2e.case import FARM, PASSWORD
 from kelvoe2e.loginpage import LoginPage
 from kelvoe2e.needs import wrong_clock
-from kelvoe2e.screens import ScreensCase
+from kelvoe2e.screens import MIDDLE_BYTES, ScreensCase
 
 GUIDE = Path(__file__).resolve().parents[2] / "docs/pictures"
 
 
 class ScreensLinkTest(ScreensCase):
-    names = iter(("olga", "pieter", "marta", "jan"))  # the pictures show them
+    names = iter(("olga", "pieter", "marta", "jan", "ines"))  # the pictures show them
 
     def setUp(self):
         super().setUp()
@@ -34,9 +34,12 @@ class ScreensLinkTest(ScreensCase):
         window.until(lambda screen: any(label.startswith(words) for label in screen.labels()), words)
         print(f"{words!r} is shown after {time.monotonic() - begin:.2f} s")
         if picture:
-            if "KELVO_PICTURES" in os.environ:
-                window.picture(Path(os.environ["KELVO_PICTURES"]) / f"{picture}.png")
-            self.assertTrue((GUIDE / f"{picture}.png").is_file(), "the guide has no picture of this state")
+            self.take_picture(window, picture)
+
+    def take_picture(self, window, name):
+        if "KELVO_PICTURES" in os.environ:
+            window.picture(Path(os.environ["KELVO_PICTURES"]) / f"{name}.png")
+        self.assertTrue((GUIDE / f"{name}.png").is_file(), "the guide has no picture of this state")
 
     def logged_in_window(self, link=None):
         window = self.open_file_controller(link)
@@ -68,6 +71,27 @@ class ScreensLinkTest(ScreensCase):
         page = LoginPage(link.address)
         self.addCleanup(page.close)
         self.until_bar(window, "Network wants a login\nsince ", "link-wants-login")
+
+    def test_a_download_that_stalls(self):
+        link = self.link()
+        window = self.open_file_controller(link)
+        self.send_archives("a.zip")
+        self.select(window, "a.zip")
+        link.hold("down", MIDDLE_BYTES)
+        window.press("Download")
+        self.until_bar(window, "Nothing moves\nuntil ")
+        window.until(lambda screen: self.transfer_text(screen) is not None, "the transfer in the dialog")
+        self.take_picture(window, "link-waits")
+        text = self.transfer_text(window.look())
+        self.assertRegex(text, r"^[0-9.]+ of 200\.[0-9] kB\nNothing moves\. Waiting until [0-9]{2}:[0-9]{2}\.$")
+        link.release()
+        self.finish(window, "File Transfer", "Download complete.")
+        self.until_bar(window, "Connected")
+        self.assertIsNone(self.transfer_text(window.look()))
+
+    def transfer_text(self, screen):
+        texts = [label for popup in screen.popups for label in popup["labels"] if " of " in label]
+        return texts[0] if texts else None
 
     def test_no_network(self):
         window = self.fail_to_log_in(address="name.invalid:443")

@@ -156,6 +156,7 @@ class ScreenDay:
         with self.service_stopped(), self.shown("08-downloading", "they are downloaded; the dialog shows the progress"):
             window.press("Download")
             window.until(lambda screen: chosen[0] in screen.dialog(text("File Transfer"))["text"], "its name")
+            window.until(lambda screen: text("Connected") not in screen.labels(), "the transfer in the status bar")
         with self.shown("09-downloaded", "they are complete and unpacked byte for byte"):
             self.wait_for_dialog("File Transfer", text("Download complete."))
             for name in chosen:

@@ -13,7 +13,7 @@ from .display import Display
 
 GUARD_SECONDS = 120  # ends only a process that hangs
 LOOK_SECONDS = 0.02  # between two looks
-VOLATILE = re.compile(r"\d\d:\d\d$|\d°")
+VOLATILE = re.compile(r"\d\d:\d\d\.?$|\d°|\n$|^\d+ ?%")
 
 
 class WindowError(Exception):
@@ -134,7 +134,7 @@ class Screen:
         self.popups = windows[1:]
 
     def stable_texts(self):
-        """The texts that are the same in each run: without clock, position and folders."""
+        """The texts that are the same in each run: without clock, position, running transfer and folders."""
         windows = json.loads(json.dumps(self.windows))
         for window in windows:
             window["labels"] = [label for label in window["labels"] if not VOLATILE.search(label)]

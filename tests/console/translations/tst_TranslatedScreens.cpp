@@ -13,6 +13,7 @@
 #include "console/window/TSampleSurface.h"
 #include "console/window/TStatusBar.h"
 #include "console/window/TWindowSession.h"
+#include "console/window/TransferTexts.h"
 #include "host/ConfigManager.h"
 #include "host/TMessageDialog.h"
 #include "host/TPropertyWidget.h"
@@ -82,6 +83,29 @@ private:
             links << status;
         }
         return links;
+    }
+
+    // A moving and a waiting transfer, with the longest words.
+    static QList<console::TStatusWords> Transfers()
+    {
+        console::TFileCount files;
+        console::THubEvent event;
+        event.signal = console::EHubSignal::eDownloadRequested;
+        event.fileNames = QStringList();
+        for (int i = 0; i < 100; ++i) {
+            *event.fileNames << QString();
+        }
+        files.OnHubEvent(event);
+        kesdkimpl::LinkStatus status;
+        status.transfer = kesdkimpl::TransferStatus();
+        status.transfer->doneBytes = 888'800'000;
+        status.transfer->totalBytes = 988'800'000;
+        status.transfer->bytesPerSecond = 888'800;
+        status.transfer->waitsUntilS = 1800000000;
+        QList<console::TStatusWords> words{console::TransferWords(status, files)};
+        status.transfer->phase = kesdkimpl::EPhase::eWaits;
+        status.problem = EProblem::eNoAnswer;
+        return words << console::TransferWords(status, files);
     }
 
     // Each of the settings has another invalid value.
@@ -181,7 +205,7 @@ private Q_SLOTS:
                 window.Dock().Add(&mini);
             }
             for (const kesdkimpl::LinkStatus& link : Links()) {
-                window.Status().ShowLink(link);
+                window.Status().ShowLink(console::LinkWords(link));
                 window.Banner().Show(link.session, QString());
                 for (const console::TPositionState& position : Positions()) {
                     window.Status().ShowPosition(position);
@@ -190,6 +214,10 @@ private Q_SLOTS:
                                                               window.Status().LinkText()));
                 }
             }
+        }
+        for (const console::TStatusWords& words : Transfers()) {
+            window.Status().ShowLink(words);
+            QCOMPARE(Faults(window), QString());
         }
         window.Launcher().SetNight(true);
         QCOMPARE(Faults(window), QString());

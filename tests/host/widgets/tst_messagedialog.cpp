@@ -2,7 +2,9 @@
 #include "TDialog.h"
 #include "host/TWindow.h"
 #include "hostimpl/Theme.h"
+#include "hostimpl/TransferProgress.h"
 #include "support/WidgetTestMain.h"
+#include "widgets/TTransferProgress.h"
 
 #include <QtTest/QSignalSpy>
 
@@ -40,6 +42,7 @@ private Q_SLOTS:
     void buildsItsContentOnFirstUse();
     void showsTheBusyIndicatorDuringAnOperation();
     void theBusyIndicatorStopsWhileHidden();
+    void showsTheTransferWhileTheOperationRuns();
     void theMessageMayChangeAtAnyTime();
     void aNewMessageChangesNothingElse();
     void showingAgainOnlyRaisesTheDialog();
@@ -254,6 +257,27 @@ void tst_MessageDialog::theBusyIndicatorStopsWhileHidden()
     QVERIFY(!dialog.Busy()->IsMoving());
     dialog.dialog.ShowWindow(true);
     QVERIFY(dialog.Busy()->IsMoving());
+}
+
+void tst_MessageDialog::showsTheTransferWhileTheOperationRuns()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    dialog.dialog.EnableButton(TMessageDialog::eButton0, false);
+    const auto* const transfer = dialog.dialog.findChild<TTransferProgress*>();
+    QVERIFY(transfer != nullptr);
+    QVERIFY(!transfer->isVisible());
+    const int height = dialog.dialog.height();
+    hostimpl::SetTransferProgress(hostimpl::TTransferState{42, QStringLiteral("1.2 MB"), true});
+    QVERIFY(transfer->isVisible());
+    QCOMPARE(transfer->Percent(), 42);
+    QCOMPARE(transfer->Text(), QStringLiteral("1.2 MB"));
+    QVERIFY(dialog.Busy()->IsRunning());
+    QVERIFY(dialog.dialog.height() > height);
+    hostimpl::SetTransferProgress(hostimpl::TTransferState{42, QStringLiteral("Waiting"), false});
+    QVERIFY2(!dialog.Busy()->IsRunning(), "nothing moves");
+    dialog.dialog.EnableButton(TMessageDialog::eButton0, true);
+    QVERIFY(!transfer->isVisible());
+    hostimpl::SetTransferProgress({});
 }
 
 void tst_MessageDialog::theMessageMayChangeAtAnyTime()

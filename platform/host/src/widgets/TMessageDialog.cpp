@@ -5,6 +5,7 @@
 #include "widgets/TBusyIndicator.h"
 #include "widgets/TMessageText.h"
 #include "widgets/TPopupLayer.h"
+#include "widgets/TTransferProgress.h"
 
 #include <QtCore/QPointer>
 #include <QtWidgets/QHBoxLayout>
@@ -54,6 +55,7 @@ public:
 
     void Build();
     void UpdateBusy();
+    void Adapt();
     bool IsBuilt() const { return m_text != nullptr; }
     int Height(int width) const;
     void Answer(const TButtonRow& row);
@@ -83,6 +85,7 @@ private:
     QLabel* m_title = nullptr;
     TMessageText* m_text = nullptr;
     TBusyIndicator* m_busy = nullptr;
+    TTransferProgress* m_transfer = nullptr;
 };
 
 void TMessageDialog::TContent::Build()
@@ -108,9 +111,16 @@ void TMessageDialog::TContent::Build()
         row->addWidget(m_busy, 0, Qt::AlignTop);
     }
     column->addLayout(row, 1);
+    if (type == eOperation) {
+        m_transfer = new TTransferProgress(&m_dialog);
+        column->addWidget(m_transfer);
+    }
     BuildButtons(*column);
     ShowMessage();
     UpdateBusy();
+    if (m_transfer != nullptr) {
+        QObject::connect(m_transfer, &TTransferProgress::Changed, &m_dialog, [this] { Adapt(); });
+    }
 }
 
 void TMessageDialog::TContent::BuildButtons(QVBoxLayout& column)
@@ -173,7 +183,18 @@ void TMessageDialog::TContent::FocusOn(TPushButton& button)
 void TMessageDialog::TContent::UpdateBusy()
 {
     if (m_busy != nullptr) {
-        m_busy->SetRunning(!buttons[0]->isEnabled());
+        const bool isRunning = !buttons[0]->isEnabled();
+        m_transfer->SetRunning(isRunning);
+        m_busy->SetRunning(isRunning && m_transfer->IsMoving());
+    }
+}
+
+// To the transfer's new state.
+void TMessageDialog::TContent::Adapt()
+{
+    UpdateBusy();
+    if (m_dialog.isVisible()) {
+        m_dialog.Place();
     }
 }
 
@@ -183,7 +204,9 @@ int TMessageDialog::TContent::Height(int width) const
                        (pixmap.isNull() ? 0 : pixmap.width() + MARGIN);
     const int content = std::max({m_text->HeightFor(width - 2 * MARGIN - beside),
                                   m_busy == nullptr ? 0 : m_busy->height(), pixmap.height()});
-    return m_title->sizeHint().height() + content + hostimpl::TOUCH_SIZE + 3 * MARGIN;
+    const int transfer = m_transfer == nullptr ? 0 : m_transfer->HeightFor(width - 2 * MARGIN);
+    const int gaps = transfer == 0 ? 3 * MARGIN : 3 * MARGIN + MARGIN / 2;
+    return m_title->sizeHint().height() + content + transfer + hostimpl::TOUCH_SIZE + gaps;
 }
 
 TMessageDialog::TMessageDialog(QWidget* parent, const QString& title, const QString& message,

@@ -1,0 +1,126 @@
+#include "console/window/TransferTexts.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QLocale>
+#include <QtCore/QStringList>
+
+#include <cstdint>
+
+namespace {
+
+using console::TFileCount;
+using kesdkimpl::EPhase;
+using kesdkimpl::LinkStatus;
+using kesdkimpl::TransferStatus;
+
+struct TTexts
+{
+    Q_DECLARE_TR_FUNCTIONS(Transfer)
+};
+
+QString Size(std::int64_t bytes)
+{
+    return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
+}
+
+// Such as "1.2 of 2.8 MB": both numbers have the unit of the whole.
+QString SizeText(const TransferStatus& transfer)
+{
+    constexpr std::int64_t step = 1000;
+    std::int64_t unit = 1;
+    while (transfer.totalBytes / unit >= step) {
+        unit *= step;
+    }
+    const double done = static_cast<double>(transfer.doneBytes) / static_cast<double>(unit);
+    return TTexts::tr("%1 of %2")
+        .arg(QLocale().toString(done, 'f', unit == 1 ? 0 : 1), Size(transfer.totalBytes));
+}
+
+QString TimeLeftText(const TransferStatus& transfer)
+{
+    constexpr std::int64_t minute = 60;
+    constexpr std::int64_t hour = 60 * minute;
+    const std::int64_t left = transfer.totalBytes - transfer.doneBytes;
+    const std::int64_t seconds = (left + *transfer.bytesPerSecond - 1) / *transfer.bytesPerSecond;
+    if (seconds < 2 * minute) {
+        return TTexts::tr("%1 s left").arg(seconds);
+    }
+    return seconds < 2 * hour ? TTexts::tr("%1 min left").arg((seconds + minute - 1) / minute)
+                              : TTexts::tr("%1 h left").arg((seconds + hour - 1) / hour);
+}
+
+// Empty for a single file.
+QString FileText(const TFileCount& files)
+{
+    return files.Count() < 2 ? QString()
+                             : TTexts::tr("file %1 of %2").arg(files.Current()).arg(files.Count());
+}
+
+QString ProblemOf(const LinkStatus& status)
+{
+    return status.problem == kesdkimpl::EProblem::eNone ? TTexts::tr("Nothing moves")
+                                                        : console::ProblemText(status.problem);
+}
+
+QString Joined(QStringList parts)
+{
+    parts.removeAll(QString());
+    return parts.join(QStringLiteral("  "));
+}
+
+int Percent(const TransferStatus& transfer)
+{
+    return transfer.totalBytes <= 0
+               ? 0
+               : static_cast<int>(transfer.doneBytes * 100 / transfer.totalBytes);
+}
+
+// What happens now; empty if the rate is not known yet.
+QString ActivityText(const LinkStatus& status)
+{
+    const TransferStatus& transfer = *status.transfer;
+    switch (transfer.phase) {
+    case EPhase::eWaits:
+        return TTexts::tr("%1. Waiting until %2.")
+            .arg(ProblemOf(status), console::TimeText(transfer.waitsUntilS));
+    case EPhase::eVerifies:
+        return TTexts::tr("Checking the file...");
+    case EPhase::eMoves:
+        break;
+    }
+    return transfer.bytesPerSecond ? Joined({TTexts::tr("%1/s").arg(Size(*transfer.bytesPerSecond)),
+                                             TimeLeftText(transfer)})
+                                   : QString();
+}
+
+} // namespace
+
+namespace console {
+
+TStatusWords TransferWords(const LinkStatus& status, const TFileCount& files)
+{
+    const TransferStatus& transfer = *status.transfer;
+    if (transfer.phase == EPhase::eWaits) {
+        return {QStringLiteral("link-down"),
+                ProblemOf(status) + QLatin1Char('\n') +
+                    TTexts::tr("until %1").arg(TimeText(transfer.waitsUntilS))};
+    }
+    const QString percent = TTexts::tr("%1 %").arg(Percent(transfer));
+    const QString rate = transfer.bytesPerSecond
+                             ? TTexts::tr("%1/s").arg(Size(*transfer.bytesPerSecond))
+                             : QString();
+    const QString more = Joined({rate, FileText(files)});
+    return {QStringLiteral("link-up"), Joined({percent, SizeText(transfer)}) +
+                                           (more.isEmpty() ? more : QLatin1Char('\n') + more)};
+}
+
+// Always two lines, so that the dialog keeps its size.
+hostimpl::TTransferState TransferProgress(const LinkStatus& status, const TFileCount& files)
+{
+    const TransferStatus& transfer = *status.transfer;
+    const QString size = Joined({SizeText(transfer), FileText(files)});
+    return {Percent(transfer), size + QLatin1Char('\n') + ActivityText(status),
+            transfer.phase != EPhase::eWaits};
+}
+
+} // namespace console

@@ -1,0 +1,23 @@
+// Shows the progress of a transfer in the dialogs of running operations.
+#pragma once
+
+#include "host/HostExport.h"
+
+#include <QtCore/QString>
+
+#include <optional>
+
+namespace hostimpl {
+
+struct TTransferState
+{
+    int percent = 0;      // 0 to 100
+    QString text;         // in the operator's language
+    bool isMoving = true; // false: no busy indicator, because nothing moves
+};
+
+// Each dialog of the type TMessageDialog::eOperation shows `progress` while its operation runs,
+// until the next call. Empty: the dialogs show a busy indicator only. Main thread.
+CONSOLEHOST_EXPORT void SetTransferProgress(const std::optional<TTransferState>& progress);
+
+} // namespace hostimpl

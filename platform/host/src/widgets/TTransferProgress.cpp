@@ -1,0 +1,87 @@
+#include "widgets/TTransferProgress.h"
+
+#include "hostimpl/Theme.h"
+#include "hostimpl/TransferProgress.h"
+
+#include <QtCore/QList>
+#include <QtWidgets/QVBoxLayout>
+
+#include <optional>
+
+namespace {
+
+constexpr int gap = 8;
+
+std::optional<hostimpl::TTransferState>& Current()
+{
+    static std::optional<hostimpl::TTransferState> progress;
+    return progress;
+}
+
+QList<TTransferProgress*>& All()
+{
+    static QList<TTransferProgress*> widgets;
+    return widgets;
+}
+
+} // namespace
+
+namespace hostimpl {
+
+void SetTransferProgress(const std::optional<TTransferState>& progress)
+{
+    Current() = progress;
+    for (TTransferProgress* const widget : qAsConst(All())) {
+        widget->Refresh();
+    }
+}
+
+} // namespace hostimpl
+
+TTransferProgress::TTransferProgress(QWidget* parent) : QWidget(parent)
+{
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(gap);
+    m_text.setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    m_text.setTextFormat(Qt::PlainText);
+    m_text.setWordWrap(true);
+    column->addWidget(&m_bar);
+    column->addWidget(&m_text);
+    All().append(this);
+    Refresh();
+}
+
+TTransferProgress::~TTransferProgress()
+{
+    All().removeOne(this);
+}
+
+void TTransferProgress::SetRunning(bool isRunning)
+{
+    if (m_isRunning != isRunning) {
+        m_isRunning = isRunning;
+        Refresh();
+    }
+}
+
+bool TTransferProgress::IsMoving() const
+{
+    return !Current() || Current()->isMoving;
+}
+
+int TTransferProgress::HeightFor(int width) const
+{
+    return isHidden() ? 0 : m_bar.height() + gap + m_text.heightForWidth(width);
+}
+
+void TTransferProgress::Refresh()
+{
+    const bool isShown = m_isRunning && Current();
+    if (isShown) {
+        m_bar.SetPercent(Current()->percent);
+        m_text.setText(Current()->text);
+    }
+    setVisible(isShown);
+    Q_EMIT Changed();
+}

@@ -1,0 +1,38 @@
+// The bar and the text of a running transfer, in a dialog.
+#pragma once
+
+#include "widgets/TProgressBar.h"
+
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QWidget>
+
+// Follows hostimpl::SetTransferProgress. Hidden while there is no progress or the operation does
+// not run. Main thread.
+class TTransferProgress : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit TTransferProgress(QWidget* parent = nullptr);
+    ~TTransferProgress() override;
+
+    // Whether the dialog's operation runs.
+    void SetRunning(bool isRunning);
+    // False while a running transfer waits for the link.
+    bool IsMoving() const;
+    // Takes the state that SetTransferProgress has set.
+    void Refresh();
+    // 0 while it is hidden.
+    int HeightFor(int width) const;
+
+    int Percent() const { return m_bar.Percent(); }
+    QString Text() const { return m_text.text(); }
+
+Q_SIGNALS:
+    void Changed();
+
+private:
+    TProgressBar m_bar;
+    QLabel m_text;
+    bool m_isRunning = false;
+};

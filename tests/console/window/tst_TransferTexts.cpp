@@ -1,0 +1,150 @@
+// The words about a running transfer, in the status bar and in the dialog.
+#include "console/window/TransferTexts.h"
+#include "hostimpl/Clock.h"
+#include "support/TTestCase.h"
+#include "support/TestMain.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QLocale>
+
+using console::EHubSignal;
+using console::TFileCount;
+using kesdkimpl::EPhase;
+using kesdkimpl::LinkStatus;
+
+class TTransferTextsTest : public kelvo::test::TTestCase
+{
+    Q_OBJECT
+
+private:
+    static LinkStatus Moving(std::int64_t done, std::int64_t total, std::int64_t rate = 0)
+    {
+        LinkStatus status;
+        status.session = kesdkimpl::ESession::eLoggedIn;
+        status.transfer = kesdkimpl::TransferStatus();
+        status.transfer->doneBytes = done;
+        status.transfer->totalBytes = total;
+        if (rate > 0) {
+            status.transfer->bytesPerSecond = rate;
+        }
+        status.transfer->waitsUntilS = QDateTime({2026, 11, 22}, {11, 42}).toSecsSinceEpoch();
+        return status;
+    }
+
+    // The third of twelve downloads.
+    static TFileCount ThirdOfTwelve()
+    {
+        TFileCount files;
+        console::THubEvent event;
+        event.signal = EHubSignal::eDownloadRequested;
+        event.fileNames = QStringList();
+        for (int i = 0; i < 12; ++i) {
+            *event.fileNames << QString::number(i);
+        }
+        files.OnHubEvent(event);
+        event.signal = EHubSignal::eDownloadingFile;
+        for (int i = 0; i < 3; ++i) {
+            files.OnHubEvent(event);
+        }
+        return files;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        hostimpl::SetClock([] { return QDateTime({2026, 11, 22}, {11, 37}); });
+    }
+    void cleanup()
+    {
+        hostimpl::SetClock({});
+        QLocale::setDefault(QLocale(QLocale::English));
+        TTestCase::cleanup();
+    }
+
+    void tellsSizeRateTimeAndFile()
+    {
+        const LinkStatus status = Moving(1'200'000, 2'800'000, 10'000);
+        const hostimpl::TTransferState dialog = console::TransferProgress(status, ThirdOfTwelve());
+        QCOMPARE(dialog.percent, 42);
+        QCOMPARE(dialog.text, QStringLiteral("1.2 of 2.8 MB  file 3 of 12\n10.0 kB/s  3 min left"));
+        QVERIFY(dialog.isMoving);
+        const console::TStatusWords bar = console::TransferWords(status, ThirdOfTwelve());
+        QCOMPARE(bar.text, QStringLiteral("42 %  1.2 of 2.8 MB\n10.0 kB/s  file 3 of 12"));
+        QCOMPARE(bar.iconName, QStringLiteral("link-up"));
+    }
+
+    void tellsNoRateAndNoTimeBeforeTheyAreKnown()
+    {
+        const LinkStatus status = Moving(0, 900);
+        QCOMPARE(console::TransferProgress(status, {}).text, QStringLiteral("0 of 900 bytes\n"));
+        QCOMPARE(console::TransferWords(status, {}).text, QStringLiteral("0 %  0 of 900 bytes"));
+    }
+
+    void tellsWhyNothingMovesAndUntilWhenItWaits()
+    {
+        LinkStatus status = Moving(1'200'000, 2'800'000);
+        status.transfer->phase = EPhase::eWaits;
+        status.problem = kesdkimpl::EProblem::eNoNetwork;
+        const hostimpl::TTransferState dialog = console::TransferProgress(status, ThirdOfTwelve());
+        QCOMPARE(dialog.text, QStringLiteral("1.2 of 2.8 MB  file 3 of 12\n"
+                                             "No network. Waiting until 11:42."));
+        QVERIFY(!dialog.isMoving);
+        const console::TStatusWords bar = console::TransferWords(status, ThirdOfTwelve());
+        QCOMPARE(bar.text, QStringLiteral("No network\nuntil 11:42"));
+        QCOMPARE(bar.iconName, QStringLiteral("link-down"));
+        status.problem = kesdkimpl::EProblem::eNone;
+        QVERIFY(console::TransferProgress(status, {})
+                    .text.endsWith(QStringLiteral("Nothing moves. Waiting until 11:42.")));
+    }
+
+    void tellsThatTheFileIsChecked()
+    {
+        LinkStatus status = Moving(900, 900);
+        status.transfer->phase = EPhase::eVerifies;
+        const hostimpl::TTransferState dialog = console::TransferProgress(status, {});
+        QCOMPARE(dialog.percent, 100);
+        QVERIFY(dialog.text.endsWith(QStringLiteral("Checking the file...")));
+        QVERIFY(dialog.isMoving);
+    }
+
+    void roundsTheTimeLeftUp_data()
+    {
+        QTest::addColumn<int>("seconds");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("seconds") << 119 << QStringLiteral("119 s left");
+        QTest::newRow("minutes") << 121 << QStringLiteral("3 min left");
+        QTest::newRow("hours") << 7201 << QStringLiteral("3 h left");
+    }
+
+    void roundsTheTimeLeftUp()
+    {
+        QFETCH(int, seconds);
+        QFETCH(QString, text);
+        const LinkStatus status = Moving(0, 1000LL * seconds, 1000);
+        QVERIFY(console::TransferProgress(status, {}).text.endsWith(text));
+    }
+
+    void writesNumbersAsTheOperatorDoes()
+    {
+        QLocale::setDefault(QLocale(QStringLiteral("de")));
+        const QString text = console::TransferProgress(Moving(1'200'000, 2'800'000), {}).text;
+        QVERIFY2(text.startsWith(QStringLiteral("1,2 of 2,8 MB")), qUtf8Printable(text));
+    }
+
+    void countsTheFilesOfAnOperation()
+    {
+        TFileCount files = ThirdOfTwelve();
+        QVERIFY(files.IsRunning());
+        QCOMPARE(files.Current(), 3);
+        console::THubEvent event;
+        event.signal = EHubSignal::eNewProjectFilesList;
+        files.OnHubEvent(event);
+        QCOMPARE(files.Current(), 3);
+        event.signal = EHubSignal::eDownloadComplete;
+        files.OnHubEvent(event);
+        QVERIFY(!files.IsRunning());
+    }
+};
+
+KELVO_TEST_MAIN(TTransferTextsTest)
+#include "tst_TransferTexts.moc"
