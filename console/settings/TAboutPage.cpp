@@ -2,6 +2,7 @@
 
 #include "console/settings/Breakable.h"
 #include "console/settings/Scrolling.h"
+#include "host/TPushButton.h"
 #include "hostimpl/Folders.h"
 #include "hostimpl/Theme.h"
 
@@ -12,12 +13,14 @@
 #include <QtCore/QSysInfo>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QScrollArea>
+#include <QtWidgets/QScrollBar>
 #include <QtWidgets/QVBoxLayout>
 
 #include <array>
 
 namespace {
 
+constexpr QSize buttonSize(170, hostimpl::TOUCH_SIZE);
 constexpr int margin = 12;
 constexpr int logLines = 20;
 constexpr qint64 logTailBytes = 16 * 1024; // more than 20 usual lines
@@ -77,7 +80,8 @@ QString Lines(const QStringList& lines)
 
 namespace console {
 
-TAboutPage::TAboutPage(QWidget* parent) : QWidget(parent), m_text(new QLabel)
+TAboutPage::TAboutPage(QWidget* parent)
+    : QWidget(parent), m_text(new QLabel), m_area(MakeScrollArea(m_text))
 {
     m_text->setTextFormat(Qt::RichText);
     m_text->setWordWrap(true);
@@ -86,7 +90,13 @@ TAboutPage::TAboutPage(QWidget* parent) : QWidget(parent), m_text(new QLabel)
     m_text->setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
-    column->addWidget(MakeScrollArea(m_text));
+    column->addWidget(m_area, 1);
+    // The button has the focus, so that the wheel reaches this page.
+    auto* const close =
+        new TPushButton(this, tr("Close"), buttonSize, {}, 0, tr("Back to the settings"));
+    close->setFixedSize(buttonSize);
+    column->addWidget(close, 0, Qt::AlignRight);
+    connect(close, &TPushButton::clicked, this, &TAboutPage::CloseRequested);
 }
 
 TAboutPage::~TAboutPage() = default;
@@ -94,6 +104,14 @@ TAboutPage::~TAboutPage() = default;
 QString TAboutPage::Text() const
 {
     return WithoutBreaks(m_text->text());
+}
+
+bool TAboutPage::OnWheelTurned(int steps)
+{
+    QScrollBar& bar = *m_area->verticalScrollBar();
+    const int before = bar.value();
+    bar.setValue(before + steps * bar.pageStep() / 2);
+    return bar.value() != before;
 }
 
 void TAboutPage::showEvent(QShowEvent* event)

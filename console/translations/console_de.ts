@@ -394,6 +394,14 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <source>Licences</source>
         <translation>Lizenzen</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>Back to the settings</source>
+        <translation>Zurück zum Setup</translation>
+    </message>
 </context>
 <context>
     <name>console::THomePage</name>

@@ -394,6 +394,14 @@ El servicio aún no ha listado sus archivos.</translation>
         <source>Licences</source>
         <translation>Licencias</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Cerrar</translation>
+    </message>
+    <message>
+        <source>Back to the settings</source>
+        <translation>Volver a los ajustes</translation>
+    </message>
 </context>
 <context>
     <name>console::THomePage</name>

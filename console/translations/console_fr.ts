@@ -394,6 +394,14 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <source>Licences</source>
         <translation>Licences</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Fermer</translation>
+    </message>
+    <message>
+        <source>Back to the settings</source>
+        <translation>Retour aux réglages</translation>
+    </message>
 </context>
 <context>
     <name>console::THomePage</name>

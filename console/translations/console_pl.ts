@@ -394,6 +394,14 @@ Usługa nie podała jeszcze listy plików.</translation>
         <source>Licences</source>
         <translation>Licencje</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Zamknij</translation>
+    </message>
+    <message>
+        <source>Back to the settings</source>
+        <translation>Powrót do opcji</translation>
+    </message>
 </context>
 <context>
     <name>console::THomePage</name>

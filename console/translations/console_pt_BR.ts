@@ -394,6 +394,14 @@ O serviço ainda não listou seus arquivos.</translation>
         <source>Licences</source>
         <translation>Licenças</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Fechar</translation>
+    </message>
+    <message>
+        <source>Back to the settings</source>
+        <translation>Voltar aos ajustes</translation>
+    </message>
 </context>
 <context>
     <name>console::THomePage</name>

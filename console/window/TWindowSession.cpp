@@ -93,6 +93,7 @@ void TWindowSession::ConnectWindow()
         m_window->AddPage(m_aboutPage.get(), tr("About this console"));
         m_window->ShowPage(m_aboutPage.get());
     });
+    connect(m_aboutPage.get(), &TAboutPage::CloseRequested, this, &TWindowSession::OpenSettings);
     connect(m_settingsPage.get(), &TSettingsPage::RestartRequested, this, [this] {
         m_isRestartWanted = true;
         RequestEnd();

@@ -405,6 +405,9 @@ private Q_SLOTS:
             QLocale().formattedDataSize(QStorageInfo(hostimpl::DataFolder()).bytesTotal())));
         QVERIFY(text.contains(QLatin1String(qVersion())));
         QVERIFY(text.contains(QStringLiteral("libarchive: BSD")));
+        QVERIFY(m_session->About()->OnWheelTurned(1));
+        QVERIFY(!m_session->About()->OnWheelTurned(1000) ||
+                !m_session->About()->OnWheelTurned(1)); // at the end the focus moves on
         log.remove();
         QVERIFY(m_session->Window()->OnBackPressed());
         m_session->Settings()->AboutButton()->click();
