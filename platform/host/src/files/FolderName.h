@@ -15,10 +15,9 @@ QByteArray StemOf(const QByteArray& archiveName);
 // Different archive names give different folder names:
 //
 // - "field.zip" gets the folder "field".
-// - The folder has the archive's whole name in three cases: The suffix is written differently
-//   ("field.ZIP"). A second suffix stands before it ("field.ZIP.zip"). The rest cannot name a
-//   folder
-//   (".zip").
+// - In three cases the folder has the archive's whole name: "field.ZIP" with another spelling of
+// the
+//   suffix, "field.ZIP.zip" with two suffixes, and ".zip" whose rest cannot name a folder.
 QByteArray FolderNameOf(const QByteArray& archiveName);
 
 // The folder for an archive below a destination that has the entries `names`. A file system that

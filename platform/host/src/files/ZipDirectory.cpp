@@ -78,13 +78,13 @@ private:
     std::int64_t m_filled = 0;
 };
 
-// Whether the 32-bit form has no value of its own, or the same value.
+// Returns true if the 32-bit form refers to the zip64 form, or has the same value.
 bool IsSame(std::uint32_t small, std::uint64_t large, std::uint32_t seeZip64)
 {
     return small == seeZip64 || small == large;
 }
 
-// Reads the zip64 record, whose locator stands in front of the end record `small`. On success
+// Reads the zip64 record. `locator` and the end record `small` are read already. On success
 // `directoryEnd` is the place of the zip64 record.
 bool ReadZip64End(TFileWindow& window, const char* locator, const char* small, TEndRecord& end,
                   std::int64_t& directoryEnd)

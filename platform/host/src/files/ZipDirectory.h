@@ -34,8 +34,8 @@ std::optional<TEndRecord> FindEndRecord(int file, std::int64_t fileBytes);
 // - An entry is not at its place, or its two headers have different names.
 // - Two entries overlap.
 //
-// `padding` receives the bytes behind the last whole field of each entry's extra fields. Such bytes
-// have no meaning.
+// `padding` receives the bytes behind the last whole field of each entry's extra fields. The
+// format gives these bytes no meaning.
 bool CheckDirectory(int file, const TEndRecord& end, QVector<TByteRange>& padding, QString& reason);
 
 } // namespace hostimpl
