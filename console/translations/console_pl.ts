@@ -676,7 +676,7 @@ Usługa nie podała jeszcze listy plików.</translation>
     </message>
     <message>
         <source>%1 h left</source>
-        <translation>jeszcze %1 godz.</translation>
+        <translation>jeszcze %1 h</translation>
     </message>
     <message>
         <source>file %1 of %2</source>
