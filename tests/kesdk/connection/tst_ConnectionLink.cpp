@@ -109,7 +109,7 @@ TEST_F(ConnectionLink, ALoginWaitsForASlowSnapshot)
 {
     service.onRequest = [&](const std::string& line) {
         if (line == "GET /v1/account")
-            time->Advance(std::chrono::seconds(590));
+            time->Advance(std::chrono::hours(1));
     };
     LogIn();
     EXPECT_EQ(listener.States(), (States{1, 3}));
@@ -118,7 +118,7 @@ TEST_F(ConnectionLink, ALoginWaitsForASlowSnapshot)
         if (sent.Line() == "GET /v1/account")
             limits = sent.request.limits;
     }
-    EXPECT_EQ(limits.total, std::chrono::seconds(600));
+    EXPECT_EQ(limits.total.count(), 0) << "a login takes what it needs";
     EXPECT_EQ(limits.head, std::chrono::seconds(30)) << "deadline of the first byte";
     EXPECT_EQ(limits.stallWindow, std::chrono::seconds(30)) << "stall timeout";
 }

@@ -188,6 +188,44 @@ TEST_F(CurlLink, GivesUpWhenTheKernelsUnsentBytesStay)
     isOver.Release();
 }
 
+// libcurl gets a TLS record when it is whole. On a slow link its bytes arrive for minutes.
+TEST_F(CurlLink, WaitsWhileTheBytesOfATlsRecordArrive)
+{
+    constexpr std::size_t kPieceBytes = 64;
+    const std::string body(12 * kPieceBytes, 'x');
+    Semaphore semaphore;
+    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
+        session.ReadHead();
+        session.Write(kHello);
+        session.ReadHead();
+        const std::string record =
+            session.Sealed("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) +
+                           "\r\n\r\n" + body);
+        for (std::size_t at = 0; at < record.size(); at += kPieceBytes) {
+            semaphore.Acquire();
+            session.SendRaw(record.substr(at, kPieceBytes));
+        }
+        session.WaitForEnd();
+    });
+    CurlTransport transport(peer.Url(), Trust());
+    ASSERT_EQ(Connect(transport), 200);
+    request.limits.head = 1200ms; // half the time of all pieces
+    request.limits.stallWindow = 1200ms;
+    // A piece wakes the transport, which polls at once: only the clock spreads the pieces.
+    auto released = std::chrono::steady_clock::now();
+    const AbortCheck poll = [&] {
+        if (std::chrono::steady_clock::now() - released >= 200ms) {
+            released = std::chrono::steady_clock::now();
+            semaphore.Release();
+        }
+        return false;
+    };
+    const HttpOutcome outcome = transport.Perform(request, poll);
+    EXPECT_EQ(outcome.response.body, body) << outcome.failure.detail;
+    for (std::size_t at = 0; at < 2 * body.size(); at += kPieceBytes)
+        semaphore.Release(); // ends the peer if the transport gave up early
+}
+
 TEST_F(CurlLink, GivesUpAtTheDeadline)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.WaitForEnd(); });

@@ -46,6 +46,24 @@ void TlsPeer::Session::Write(const std::string& bytes)
     SSL_write(m_ssl, bytes.data(), static_cast<int>(bytes.size()));
 }
 
+std::string TlsPeer::Session::Sealed(const std::string& bytes)
+{
+    BIO* const socket = SSL_get_wbio(m_ssl);
+    BIO_up_ref(socket);
+    SSL_set0_wbio(m_ssl, BIO_new(BIO_s_mem()));
+    Write(bytes);
+    char* record = nullptr;
+    const long sizeBytes = BIO_get_mem_data(SSL_get_wbio(m_ssl), &record);
+    const std::string sealed(record, static_cast<std::size_t>(sizeBytes));
+    SSL_set0_wbio(m_ssl, socket);
+    return sealed;
+}
+
+void TlsPeer::Session::SendRaw(const std::string& bytes)
+{
+    ::send(SSL_get_fd(m_ssl), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+}
+
 void TlsPeer::Session::WaitForEnd()
 {
     char byte = 0;

@@ -27,6 +27,9 @@ public:
         std::string ReadHead();
         std::string Read(std::size_t sizeBytes);
         void Write(const std::string& bytes);
+        // The TLS record with these bytes, for SendRaw().
+        std::string Sealed(const std::string& bytes);
+        void SendRaw(const std::string& bytes);
         // Waits until the client disconnects.
         void WaitForEnd();
         // The connection ends with a reset when the script ends.

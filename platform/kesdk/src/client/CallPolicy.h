@@ -49,7 +49,7 @@ constexpr CallPolicy PolicyOf(ECall call)
         // Attempts, total, backoff; of an attempt: connect, total, head, stall window and bytes.
         {ECall::eLogin, {1, 0s, kSlow, {}}},
         {ECall::eLogout, {1, 2s, kSlow, {}}},
-        {ECall::eFirstAccount, {3, 0s, kSlow, {10s, 600s, 30s, 30s, 30}}},
+        {ECall::eFirstAccount, {3, 0s, kSlow, {10s, 0s, 30s, 30s, 30}}},
         {ECall::eAccount, {3, 0s, kSlow, {}}},
         {ECall::eEvents, {3, 0s, {1s, 30s}, {10s, 0s, 30s, 118s, 1}}},
         {ECall::eGetter, {3, 15s, kQuick, {10s, 9s, 0s, 30s, 30}}},

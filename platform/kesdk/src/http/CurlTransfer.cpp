@@ -6,6 +6,7 @@
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -26,6 +27,7 @@ CurlTransfer::CurlTransfer(CURL* easy, const HttpRequest& request, const Console
       m_sockets(sockets),
       m_begin(std::chrono::steady_clock::now()),
       m_sent(m_begin),
+      m_lastArrival(m_begin),
       m_windowBegin(m_begin),
       m_addressSeen(m_begin),
       m_asleepAtBegin(console.asleep())
@@ -86,6 +88,16 @@ bool CurlTransfer::IsConnecting() const
     return m_openedAtSend < 0 || m_openedAtSend != m_sockets.OpenedCount();
 }
 
+// A TLS record has up to 16 KiB. libcurl gets it when it is whole, after minutes on a slow link.
+void CurlTransfer::NoteArrivals(Time now)
+{
+    const std::int64_t bytes = m_sockets.ReceivedBytes();
+    if (bytes != m_arrivedBytes) {
+        m_arrivedBytes = bytes;
+        m_lastArrival = now;
+    }
+}
+
 // Bytes that the kernel still holds have not moved: the end of an upload over a slow link would
 // look like a stall otherwise.
 std::int64_t CurlTransfer::SentBytes() const
@@ -106,7 +118,7 @@ std::int64_t CurlTransfer::MovedBytes()
     const std::int64_t sent = SentBytes();
     if (m_request.source)
         m_request.source->NoteSent(sent);
-    return sent + m_receivedBytes;
+    return sent + std::max(m_receivedBytes, m_arrivedBytes);
 }
 
 // A connection that the other end has forgotten looks like a silent one.
@@ -131,7 +143,9 @@ Failure CurlTransfer::CheckLimits()
         return Failure(EErrorCode::eTimeout, "no whole answer in time");
     const bool isConnecting = IsConnecting();
     const bool hasBegun = m_outcome.response.status >= 200;
-    if (limits.head.count() > 0 && !isConnecting && !hasBegun && now - m_sent >= limits.head)
+    NoteArrivals(now);
+    if (limits.head.count() > 0 && !isConnecting && !hasBegun &&
+        now - std::max(m_sent, m_lastArrival) >= limits.head)
         return Failure(EErrorCode::eTimeout, "no answer in time");
     const std::int64_t moved = MovedBytes();
     const std::int64_t least = isConnecting ? 1 : limits.stallBytes;

@@ -41,6 +41,7 @@ private:
     void SetBody();
     std::int64_t SentBytes() const;
     std::int64_t MovedBytes();
+    void NoteArrivals(Time now);
     Failure CheckConsole(Time now);
     std::size_t TakeHeaderLine(std::string_view line);
     std::size_t TakeBody(const char* bytes, std::size_t sizeBytes);
@@ -70,10 +71,12 @@ private:
     bool m_sinkFailed = false;
     Time m_begin;
     Time m_sent;
+    Time m_lastArrival;
     Time m_windowBegin;
     Time m_addressSeen;
     std::chrono::milliseconds m_asleepAtBegin;
     std::int64_t m_windowBeginBytes = 0;
+    std::int64_t m_arrivedBytes = 0; // at the sockets, also of an unfinished TLS record
 };
 
 } // namespace kesdk::impl

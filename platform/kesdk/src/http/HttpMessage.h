@@ -67,7 +67,8 @@ struct HttpLimits
 {
     std::chrono::milliseconds connect{10'000}; // without a byte, until the handshake is done
     std::chrono::milliseconds total{0};        // 0 = as long as bytes move
-    std::chrono::milliseconds head{0}; // from the request to the begin of the answer; 0 = no limit
+    std::chrono::milliseconds head{
+        0}; // without a byte, from the request to the answer; 0 = no limit
     std::chrono::milliseconds stallWindow{30'000};
     std::int64_t stallBytes = 30;
 };

@@ -25,6 +25,16 @@ long LocalPortOf(curl_socket_t socket)
     return 0;
 }
 
+// All zero if the kernel does not tell.
+tcp_info InfoOf(curl_socket_t socket)
+{
+    tcp_info info{};
+    socklen_t length = sizeof info;
+    if (::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &length) != 0)
+        return {};
+    return info;
+}
+
 } // namespace
 
 void OpenSockets::Serve(CURL* easy)
@@ -50,14 +60,20 @@ curl_socket_t OpenSockets::Of(CURL* easy) const
 
 std::int64_t OpenSockets::CarriedBytes() const
 {
-    std::uint64_t bytes = 0;
+    std::int64_t bytes = 0;
     for (const curl_socket_t socket : m_open) {
-        tcp_info info{};
-        socklen_t length = sizeof info;
-        if (::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &length) == 0)
-            bytes += info.tcpi_bytes_acked + info.tcpi_bytes_received;
+        const tcp_info info = InfoOf(socket);
+        bytes += static_cast<std::int64_t>(info.tcpi_bytes_acked + info.tcpi_bytes_received);
     }
-    return static_cast<std::int64_t>(bytes);
+    return bytes;
+}
+
+std::int64_t OpenSockets::ReceivedBytes() const
+{
+    std::int64_t bytes = 0;
+    for (const curl_socket_t socket : m_open)
+        bytes += static_cast<std::int64_t>(InfoOf(socket).tcpi_bytes_received);
+    return bytes;
 }
 
 curl_socket_t OpenSockets::OnOpen(void* self, curlsocktype, curl_sockaddr* address)

@@ -22,6 +22,8 @@ public:
     // Acknowledged and received bytes of all open sockets, also of a TLS handshake; 0 if the kernel
     // does not tell.
     std::int64_t CarriedBytes() const;
+    // The received bytes of CarriedBytes(). A TLS record of 16 KiB counts byte by byte.
+    std::int64_t ReceivedBytes() const;
     // How many sockets were opened so far.
     int OpenedCount() const { return m_openedCount; }
 
