@@ -120,12 +120,12 @@ TEST_F(CurlHandshake, TakesTheTimeThatItsBytesNeed)
     TlsPeer peer(GoodIdentity(), Always(kHello));
     SlowRelay relay(peer.Url());
     CurlTransport transport(relay.Url(), Trust());
-    request.limits.connect = 1200ms; // some pieces, and less than all of them take
+    request.limits.handshake = 1200ms; // some pieces, and less than all of them take
     const auto begin = std::chrono::steady_clock::now();
     auto last = begin;
     const AbortCheck look = [&] {
         const auto now = std::chrono::steady_clock::now();
-        if (now - begin > 2 * request.limits.connect) {
+        if (now - begin > 2 * request.limits.handshake) {
             relay.Open();
         } else if (now - last > 100ms) {
             last = now;
@@ -143,7 +143,7 @@ TEST_F(CurlHandshake, EndsWhenNoByteArrives)
     TlsPeer peer(GoodIdentity(), Always(kHello));
     SlowRelay relay(peer.Url());
     CurlTransport transport(relay.Url(), Trust());
-    request.limits.connect = 300ms;
+    request.limits.handshake = 300ms;
     const Failure failure = transport.Perform(request, {}).failure;
     EXPECT_EQ(failure.code, EErrorCode::eConnectTimeout) << failure.detail;
 }

@@ -153,7 +153,8 @@ Failure CurlTransfer::CheckLimits()
     if (isOther || moved < m_windowBeginBytes || moved - m_windowBeginBytes >= least) {
         m_windowBegin = now;
         m_windowBeginBytes = moved;
-    } else if (isConnecting && now - m_windowBegin >= limits.connect) {
+    } else if (isConnecting &&
+               now - m_windowBegin >= (moved > 0 ? limits.handshake : limits.connect)) {
         return AfterConnectionDied(Failure(EErrorCode::eConnectTimeout, "no connection in time"),
                                    CURLE_OPERATION_TIMEDOUT);
     } else if (!isConnecting && now - m_windowBegin >= limits.stallWindow) {

@@ -65,12 +65,12 @@ public:
 // A transfer that moves fewer than `stallBytes` in a `stallWindow` has stalled.
 struct HttpLimits
 {
-    std::chrono::milliseconds connect{10'000}; // without a byte, until the handshake is done
+    std::chrono::milliseconds connect{10'000}; // until the other end acknowledges a byte
     std::chrono::milliseconds total{0};        // 0 = as long as bytes move
-    std::chrono::milliseconds head{
-        0}; // without a byte, from the request to the answer; 0 = no limit
+    std::chrono::milliseconds head{0}; // without a byte, until the answer begins; 0 = no limit
     std::chrono::milliseconds stallWindow{30'000};
     std::int64_t stallBytes = 30;
+    std::chrono::milliseconds handshake{30'000}; // without a byte, until the TLS handshake is done
 };
 
 struct HttpRequest
