@@ -17,7 +17,7 @@ public:
     // Shows the fault as a fault, with a sign. If there is no fault, shows the hint.
     void Tell(const QString& fault, const QString& hint);
     bool HasFault() const;
-    // What the note shows, plain text.
+    // The shown text, plain.
     QString Text() const;
 };
 

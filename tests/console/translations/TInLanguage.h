@@ -1,13 +1,15 @@
-// Sets a language of the console while the object exists.
+// Languages of the console in tests.
 #pragma once
 
 #include "console/settings/Languages.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLocale>
+#include <QtCore/QSize>
 #include <QtCore/QTranslator>
+#include <QtTest/QtTest>
 
-// Thread: main, with an application object.
+// Sets a language while the object exists. Thread: main, with an application object.
 class TInLanguage
 {
 public:
@@ -19,3 +21,16 @@ public:
     }
     Q_DISABLE_COPY_MOVE(TInLanguage)
 };
+
+// Test data: each language on the smallest and on the usual display.
+inline void AddLanguagesAndSizes()
+{
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<QSize>("size");
+    for (const console::TLanguage& language : console::languages) {
+        for (const QSize size : {QSize(800, 480), QSize(1280, 800)}) {
+            QTest::addRow("%s %dx%d", language.name, size.width(), size.height())
+                << QString::fromLatin1(language.code) << size;
+        }
+    }
+}

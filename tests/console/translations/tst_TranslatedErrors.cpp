@@ -43,18 +43,6 @@ private:
         return errors;
     }
 
-    static void AddLanguagesAndSizes()
-    {
-        QTest::addColumn<QString>("code");
-        QTest::addColumn<QSize>("size");
-        for (const console::TLanguage& language : console::languages) {
-            for (const QSize size : {QSize(800, 480), QSize(1280, 800)}) {
-                QTest::addRow("%s %dx%d", language.name, size.width(), size.height())
-                    << QString::fromLatin1(language.code) << size;
-            }
-        }
-    }
-
 private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
 
