@@ -48,7 +48,7 @@ struct TFlagRow
     bool isAtOnce; // not only after Save
 };
 
-inline constexpr std::array<TFlagRow, 3> flagRows = {{
+inline constexpr std::array<TFlagRow, 4> flagRows = {{
     {"moon", QT_TRANSLATE_NOOP("console::TSettingsPage", "Colours"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Day"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Night"), &TStoredSettings::isNight, true},
@@ -60,6 +60,9 @@ inline constexpr std::array<TFlagRow, 3> flagRows = {{
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Window"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Full screen"), &TStoredSettings::isFullScreen,
      true},
+    {"search", QT_TRANSLATE_NOOP("console::TSettingsPage", "Text size"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Normal"),
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Large"), &TStoredSettings::isTextLarge, false},
 }};
 
 inline constexpr int languageRow = int(textRows.size());

@@ -28,6 +28,7 @@ enum EConsoleItem : int {
     eNightItem = 205,
     eFullScreenItem = 206,
     ePinItem = 207,
+    eTextLargeItem = 208,
 };
 
 struct TTextRow
@@ -51,6 +52,7 @@ struct TFlagRow
 constexpr TFlagRow flagRows[] = {
     {eNightItem, &TStoredSettings::isNight},
     {eFullScreenItem, &TStoredSettings::isFullScreen},
+    {eTextLargeItem, &TStoredSettings::isTextLarge},
 };
 
 const QString folderKey = QStringLiteral("dataFolder");

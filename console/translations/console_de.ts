@@ -591,6 +591,16 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
     <message>
         <source>There is no %1 now.</source>
         <translation>%1 ist gerade nicht vorhanden.</translation>
+        <source>Text size</source>
+        <translation>Textgröße</translation>
+    </message>
+    <message>
+        <source>Normal</source>
+        <translation>Normal</translation>
+    </message>
+    <message>
+        <source>Large</source>
+        <translation>Groß</translation>
     </message>
     <message>
         <source>About this console</source>

@@ -591,6 +591,16 @@ El servicio aún no ha listado sus archivos.</translation>
     <message>
         <source>There is no %1 now.</source>
         <translation>%1 no existe en este momento.</translation>
+        <source>Text size</source>
+        <translation>Tamaño del texto</translation>
+    </message>
+    <message>
+        <source>Normal</source>
+        <translation>Normal</translation>
+    </message>
+    <message>
+        <source>Large</source>
+        <translation>Grande</translation>
     </message>
     <message>
         <source>About this console</source>

@@ -591,6 +591,16 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     <message>
         <source>There is no %1 now.</source>
         <translation>%1 n&apos;existe pas en ce moment.</translation>
+        <source>Text size</source>
+        <translation>Taille du texte</translation>
+    </message>
+    <message>
+        <source>Normal</source>
+        <translation>Normale</translation>
+    </message>
+    <message>
+        <source>Large</source>
+        <translation>Grande</translation>
     </message>
     <message>
         <source>About this console</source>

@@ -591,6 +591,16 @@ Usługa nie podała jeszcze listy plików.</translation>
     <message>
         <source>There is no %1 now.</source>
         <translation>%1 teraz nie istnieje.</translation>
+        <source>Text size</source>
+        <translation>Wielkość tekstu</translation>
+    </message>
+    <message>
+        <source>Normal</source>
+        <translation>Normalna</translation>
+    </message>
+    <message>
+        <source>Large</source>
+        <translation>Duża</translation>
     </message>
     <message>
         <source>About this console</source>

@@ -591,6 +591,16 @@ O serviço ainda não listou seus arquivos.</translation>
     <message>
         <source>There is no %1 now.</source>
         <translation>%1 não existe no momento.</translation>
+        <source>Text size</source>
+        <translation>Tamanho do texto</translation>
+    </message>
+    <message>
+        <source>Normal</source>
+        <translation>Normal</translation>
+    </message>
+    <message>
+        <source>Large</source>
+        <translation>Grande</translation>
     </message>
     <message>
         <source>About this console</source>

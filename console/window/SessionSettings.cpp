@@ -16,7 +16,8 @@ using console::TStoredSettings;
 bool IsForNextStart(const TStoredSettings& former, const TStoredSettings& settings)
 {
     return former.service != settings.service || former.authorityFile != settings.authorityFile ||
-           former.dataFolder != settings.dataFolder || former.language != settings.language;
+           former.dataFolder != settings.dataFolder || former.language != settings.language ||
+           former.isTextLarge != settings.isTextLarge;
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 namespace {
 
 constexpr int titlePixels = 44;
+constexpr int heightForTitle = 300;
 
 QLabel* MakeLabel(const QFont& font)
 {
@@ -24,18 +25,26 @@ QLabel* MakeLabel(const QFont& font)
 namespace console {
 
 THomePage::THomePage(QWidget* parent)
-    : QWidget(parent), m_notice(MakeLabel(hostimpl::ThemeFont(hostimpl::EFont::eBody)))
+    : QWidget(parent),
+      m_title(MakeLabel(hostimpl::ThemeFont(titlePixels))),
+      m_notice(MakeLabel(hostimpl::ThemeFont(hostimpl::EFont::eBody)))
 {
-    QLabel* const title = MakeLabel(hostimpl::ThemeFont(titlePixels));
-    title->setText(QStringLiteral("KELVO"));
+    m_title->setText(QStringLiteral("KELVO"));
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(24, 16, 24, 16);
     column->setSpacing(24);
     column->addStretch();
-    column->addWidget(title);
+    column->addWidget(m_title);
     column->addWidget(m_notice);
     column->addStretch();
     SetNotice({});
+}
+
+// A banner may leave little room on a low display.
+void THomePage::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    m_title->setVisible(height() >= heightForTitle);
 }
 
 void THomePage::SetNotice(const QString& text)

@@ -19,7 +19,11 @@ public:
     void SetNotice(const QString& text);
     QString Notice() const;
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
+    QLabel* m_title;
     QLabel* m_notice;
 };
 

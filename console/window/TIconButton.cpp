@@ -10,9 +10,8 @@
 
 namespace {
 
-constexpr QSize buttonSize(104, 84);
+constexpr double captionLetters = 6.6; // the width of a button, in heights of its letters
 constexpr int iconExtent = 44;
-constexpr int captionHeight = 26;
 constexpr int margin = hostimpl::FOCUS_RING;
 
 // The theme draws icons in the colour for text on a screen. Text on a button has another colour.
@@ -28,17 +27,16 @@ QPixmap Inked(const QIcon& icon, const QColor& ink, qreal ratio)
     return pixmap;
 }
 
-// The text with as many whole words as fit. If the first word does not fit, it is cut.
+// The text, or else its first word without punctuation. If that does not fit either, it is cut.
 QString Fitting(const QString& text, const QFont& font, int width)
 {
     const QFontMetrics metrics(font);
-    static const QRegularExpression lastWord(QStringLiteral("[ -][^ -]*$"));
-    QString fitting = text;
-    for (int end;
-         metrics.horizontalAdvance(fitting) > width && (end = fitting.lastIndexOf(lastWord)) > 0;) {
-        fitting.truncate(end);
+    if (metrics.horizontalAdvance(text) <= width) {
+        return text;
     }
-    return metrics.elidedText(fitting, Qt::ElideRight, width);
+    static const QRegularExpression wordEnd(QStringLiteral("[\\s:-]"));
+    const int end = text.indexOf(wordEnd);
+    return metrics.elidedText(end > 0 ? text.left(end) : text, Qt::ElideRight, width);
 }
 
 } // namespace
@@ -68,7 +66,9 @@ bool TIconButton::OnWheelPressed()
 
 QSize TIconButton::sizeHint() const
 {
-    return buttonSize;
+    const QFontMetrics caption(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    return {static_cast<int>(captionLetters * caption.capHeight()) + 2 * margin,
+            iconExtent + caption.height() + 3 * margin};
 }
 
 void TIconButton::paintEvent(QPaintEvent*)
@@ -88,7 +88,8 @@ void TIconButton::paintEvent(QPaintEvent*)
     const QFont captionFont = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
     painter.setFont(captionFont);
     painter.setPen(ink);
-    const QRect place(margin, height() - captionHeight - margin, width() - 2 * margin,
+    const int captionHeight = painter.fontMetrics().height();
+    const QRect place(margin, height() - captionHeight - margin / 2, width() - 2 * margin,
                       captionHeight);
     painter.drawText(place, Qt::AlignCenter, Fitting(text(), captionFont, place.width()));
 }

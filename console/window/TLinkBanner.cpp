@@ -2,13 +2,13 @@
 
 #include "hostimpl/Theme.h"
 
+#include <QtCore/QEvent>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
 
 namespace {
 
-// Black on amber is readable by day and by night, in each theme.
-const QColor signColour(0xff, 0xc1, 0x07);
+constexpr int longText = 100; // letters
 
 } // namespace
 
@@ -19,20 +19,34 @@ using kesdkimpl::ESession;
 TLinkBanner::TLinkBanner(QWidget* parent) : QFrame(parent), m_text(new QLabel)
 {
     setAutoFillBackground(true);
-    QPalette colours = palette();
-    colours.setColor(QPalette::Window, signColour);
-    colours.setColor(QPalette::WindowText, Qt::black);
-    setPalette(colours);
-    m_text->setPalette(colours);
-
-    m_text->setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     m_text->setWordWrap(true);
     m_text->setTextFormat(Qt::RichText);
     m_text->setTextInteractionFlags(Qt::NoTextInteraction);
     auto* const row = new QHBoxLayout(this);
     row->setContentsMargins(16, 8, 16, 8);
     row->addWidget(m_text, 1);
+    ShowColours();
     hide();
+}
+
+// By night the colours of the day would dazzle.
+void TLinkBanner::ShowColours()
+{
+    QPalette colours = palette();
+    colours.setColor(QPalette::Window, hostimpl::ThemeColour(hostimpl::EColour::eWarning));
+    colours.setColor(QPalette::WindowText, hostimpl::ThemeColour(hostimpl::EColour::eWarningText));
+    if (colours != palette()) {
+        setPalette(colours);
+        m_text->setPalette(colours);
+    }
+}
+
+void TLinkBanner::changeEvent(QEvent* event)
+{
+    QFrame::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        ShowColours();
+    }
 }
 
 void TLinkBanner::Show(ESession session, const QString& reason)
@@ -46,6 +60,9 @@ void TLinkBanner::Show(ESession session, const QString& reason)
     } else if (session == ESession::eSessionEnded) {
         text = tr("The connection to the service has ended. Log in again to go on.");
     }
+    // A long reason must leave room for the page on a low display.
+    m_text->setFont(hostimpl::ThemeFont(text.size() > longText ? hostimpl::EFont::eCaption
+                                                               : hostimpl::EFont::eBody));
     m_text->setText(text);
     setVisible(!text.isEmpty());
 }

@@ -23,7 +23,12 @@ public:
     void Show(kesdkimpl::ESession session, const QString& reason);
     QString Text() const;
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
+    void ShowColours();
+
     QLabel* m_text;
 };
 

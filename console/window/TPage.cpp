@@ -12,6 +12,7 @@
 namespace {
 
 constexpr int margin = 6;
+constexpr int heightForTitle = 600; // of the window
 
 } // namespace
 
@@ -40,7 +41,19 @@ TPage::TPage(QWidget* content, const QString& title, QWidget* parent)
 void TPage::SetTitle(const QString& title)
 {
     m_title->setText(title);
-    m_title->setVisible(!title.isEmpty());
+    ShowTitle();
+}
+
+// On a low display the launcher's selected button is enough.
+void TPage::ShowTitle()
+{
+    m_title->setVisible(!m_title->text().isEmpty() && window()->height() >= heightForTitle);
+}
+
+void TPage::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    ShowTitle();
 }
 
 QWidget* TPage::Release()

@@ -24,7 +24,12 @@ public:
     // released before.
     QWidget* Release();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
+    void ShowTitle();
+
     QLabel* m_title;
     QScrollArea* m_area;
 };

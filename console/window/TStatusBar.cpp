@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr int barHeight = 52;
 constexpr int tickMs = 1000; // an error of one second is acceptable
 
 } // namespace
@@ -19,10 +18,10 @@ namespace console {
 TStatusBar::TStatusBar(QWidget* parent)
     : QFrame(parent), m_position(new TStatusItem), m_link(new TStatusItem), m_clock(new QLabel)
 {
-    setFixedHeight(barHeight);
     setBackgroundRole(QPalette::Base);
     setAutoFillBackground(true);
     const QFont textFont = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
+    setFixedHeight(2 * QFontMetrics(textFont).height() + 4);
     auto* const row = new QHBoxLayout(this);
     row->setContentsMargins(12, 2, 12, 2); // the bar has place for two lines
     row->setSpacing(20);

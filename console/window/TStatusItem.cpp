@@ -11,8 +11,11 @@ namespace {
 constexpr int iconExtent = 36;
 constexpr int gap = 8;
 constexpr int leastTextWidth = 72;
+constexpr int leastStretch = 60; // percent
+constexpr int stretchStep = 5;
 
-// Splits a text that is too wide at the last gap between two parts that fits the first line.
+// Splits a text that is too wide at the last gap between two parts that fits the first line, or
+// else between two words.
 QStringList Lines(const QString& text, const QFontMetrics& metrics, int width)
 {
     if (text.contains(QLatin1Char('\n'))) {
@@ -24,7 +27,10 @@ QStringList Lines(const QString& text, const QFontMetrics& metrics, int width)
     }
     QString first = text;
     while (metrics.horizontalAdvance(first) > width) {
-        const int end = first.lastIndexOf(QStringLiteral("  "));
+        int end = first.lastIndexOf(QStringLiteral("  "));
+        if (end < 0) {
+            end = first.lastIndexOf(QLatin1Char(' '));
+        }
         if (end < 0) {
             return {metrics.elidedText(text, Qt::ElideRight, width)};
         }
@@ -74,8 +80,15 @@ void TStatusItem::paintEvent(QPaintEvent*)
     hostimpl::ThemeIcon(m_iconName).paint(&painter, iconPlace);
     painter.setPen(palette().color(QPalette::WindowText));
     const QRect textPlace = rect().adjusted(iconExtent + gap, 0, 0, 0);
-    painter.drawText(textPlace, Qt::AlignVCenter | Qt::AlignLeft,
-                     Lines(m_text, fontMetrics(), textPlace.width()).join(QLatin1Char('\n')));
+    // A long text gets narrower letters of the same height. Only then the text is elided.
+    QStringList lines = Lines(m_text, fontMetrics(), textPlace.width());
+    QFont narrow = font();
+    while (lines.join(QString()).contains(QChar(0x2026)) && narrow.stretch() > leastStretch) {
+        narrow.setStretch(narrow.stretch() - stretchStep);
+        painter.setFont(narrow);
+        lines = Lines(m_text, painter.fontMetrics(), textPlace.width());
+    }
+    painter.drawText(textPlace, Qt::AlignVCenter | Qt::AlignLeft, lines.join(QLatin1Char('\n')));
 }
 
 } // namespace console

@@ -9,11 +9,14 @@
 #include "console/window/TStatusBar.h"
 #include "console/window/TransferTexts.h"
 #include "host/TMessageDialog.h"
+#include "hostimpl/Display.h"
 #include "hostimpl/Folders.h"
 #include "hostimpl/PopupHost.h"
+#include "hostimpl/Theme.h"
 #include "hostimpl/WindowManager.h"
 
 #include <QtCore/QPointer>
+#include <QtGui/QGuiApplication>
 #include <QtGui/QPixmap>
 #include <QtGui/QScreen>
 
@@ -22,6 +25,7 @@
 namespace {
 
 constexpr int tickMs = 250;
+constexpr double largeTexts = 1.15;
 
 } // namespace
 
@@ -47,6 +51,11 @@ TWindowSession::~TWindowSession()
 
 void TWindowSession::Begin()
 {
+    const QScreen& screen = *QGuiApplication::primaryScreen();
+    const double ratio = screen.devicePixelRatio();
+    const hostimpl::TDisplay& display = hostimpl::DisplayOf(screen.size() * ratio);
+    hostimpl::SetTextSize(display.PixelMillimetres() * ratio,
+                          m_stored.isTextLarge ? largeTexts : 1.0);
     m_window = std::make_unique<TMainWindow>();
     m_settingsPage = std::make_unique<TSettingsPage>();
     m_aboutPage = std::make_unique<TAboutPage>();

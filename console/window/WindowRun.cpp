@@ -9,7 +9,9 @@
 #include "console/window/OnScreenKeyboard.h"
 #include "console/window/TWindowSession.h"
 #include "host/ConfigManager.h"
+#include "hostimpl/Display.h"
 
+#include <QtGui/QScreen>
 #include <QtWidgets/QApplication>
 
 namespace {
@@ -32,6 +34,20 @@ void FillIn(console::TConsoleSettings& settings, const console::TStoredSettings&
     }
 }
 
+// Qt reads the scale when the application object is created, but only an application object knows
+// the display.
+void SetScale(int argumentCount, char** arguments)
+{
+    if (!qEnvironmentVariableIsEmpty("QT_SCALE_FACTOR")) {
+        return; // the installer's choice
+    }
+    const QGuiApplication application(argumentCount, arguments);
+    const double scale = hostimpl::DisplayOf(QGuiApplication::primaryScreen()->size()).scale;
+    if (scale != 1.0) {
+        qputenv("QT_SCALE_FACTOR", QByteArray::number(scale));
+    }
+}
+
 } // namespace
 
 namespace console {
@@ -44,6 +60,7 @@ bool HasWindow()
 std::unique_ptr<QCoreApplication> MakeWindowApplication(int& argumentCount, char** arguments)
 {
     PrepareKeyboard();
+    SetScale(argumentCount, arguments);
     return std::make_unique<QApplication>(argumentCount, arguments);
 }
 

@@ -3,6 +3,9 @@
 #include <QtGui/QPaintEngine>
 #include <QtWidgets/QWidget>
 
+#include <algorithm>
+#include <limits>
+
 namespace {
 
 // Records the texts and draws nothing.
@@ -17,10 +20,15 @@ public:
     void drawPixmap(const QRectF&, const QPixmap&, const QRectF&) override {}
     void drawPath(const QPainterPath&) override {}
     void drawPolygon(const QPointF*, int, PolygonDrawMode) override {}
-    void drawTextItem(const QPointF&, const QTextItem& item) override { texts << item.text(); }
+    void drawTextItem(const QPointF&, const QTextItem& item) override
+    {
+        texts << item.text();
+        smallest = std::min(smallest, item.font().pixelSize());
+    }
     Type type() const override { return User; }
 
     QStringList texts;
+    int smallest = std::numeric_limits<int>::max();
 };
 
 class TNotingDevice : public QPaintDevice
@@ -29,7 +37,7 @@ public:
     explicit TNotingDevice(QWidget& widget) : m_widget(widget) {}
 
     QPaintEngine* paintEngine() const override { return &m_engine; }
-    const QStringList& Texts() const { return m_engine.texts; }
+    const TNotingEngine& Engine() const { return m_engine; }
 
 protected:
     int metric(PaintDeviceMetric metric) const override
@@ -63,5 +71,12 @@ QStringList DrawnTexts(QWidget& widget)
 {
     TNotingDevice device(widget);
     widget.render(&device);
-    return device.Texts();
+    return device.Engine().texts;
+}
+
+int SmallestDrawnText(QWidget& widget)
+{
+    TNotingDevice device(widget);
+    widget.render(&device);
+    return device.Engine().smallest;
 }

@@ -3,9 +3,48 @@
 #include "console/translations/DrawnTexts.h"
 #include "console/window/Geometry.h"
 #include "console/window/TIconButton.h"
+#include "host/TPropertyWidget.h"
+#include "hostimpl/Display.h"
+#include "hostimpl/Theme.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QLabel>
+
+#include <algorithm>
+
+namespace {
+
+double pixelMm = hostimpl::DISPLAYS[0].PixelMillimetres(); // of the layout
+
+// A line for each button or row that is smaller than 9 mm.
+QStringList SmallTargets(const QWidget& widget)
+{
+    constexpr double leastMm = 9.0;
+    QStringList faults;
+    const QList<QWidget*> parts = widget.findChildren<QWidget*>();
+    for (const QWidget* const part : parts) {
+        const bool isTarget = qobject_cast<const QAbstractButton*>(part) != nullptr ||
+                              qobject_cast<const TPropertyWidget*>(part) != nullptr;
+        const int extent = std::min(part->width(), part->height());
+        if (isTarget && part->isVisible() && extent * pixelMm < leastMm) {
+            faults << QStringLiteral("small: %1 of %2 pixels")
+                          .arg(QString::fromLatin1(part->metaObject()->className()))
+                          .arg(extent);
+        }
+    }
+    return faults;
+}
+
+} // namespace
+
+QSize SetDisplay(const QSize& pixels)
+{
+    const hostimpl::TDisplay& display = hostimpl::DisplayOf(pixels);
+    pixelMm = display.PixelMillimetres() * display.scale;
+    hostimpl::SetTextSize(pixelMm, 1.0);
+    return display.LayoutPixels();
+}
 
 QString Faults(QWidget& widget)
 {
@@ -35,5 +74,8 @@ QString Faults(QWidget& widget)
             faults << QStringLiteral("shortened: ") + button->text();
         }
     }
-    return faults.join(QLatin1Char('\n'));
+    if (SmallestDrawnText(widget) < hostimpl::ThemeFont(hostimpl::EFont::eCaption).pixelSize()) {
+        faults << QStringLiteral("small letters");
+    }
+    return (faults + SmallTargets(widget)).join(QLatin1Char('\n'));
 }

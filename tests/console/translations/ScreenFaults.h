@@ -1,9 +1,14 @@
-// Finds texts that a screen does not show in full.
+// Finds texts that a screen does not show in full, small letters and small touch targets.
 #pragma once
 
+#include <QtCore/QSize>
 #include <QtCore/QString>
 
 class QWidget;
 
-// A line for each cut text; empty if there is none. Thread: main.
+// Texts have their size on this display from now on. Returns the size of a window that fills it.
+QSize SetDisplay(const QSize& pixels);
+
+// A line for each cut text, and for each button or row below 9 mm; empty if there is none. Thread:
+// main.
 QString Faults(QWidget& widget);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "console/settings/Languages.h"
+#include "hostimpl/Display.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLocale>
@@ -22,15 +23,16 @@ public:
     Q_DISABLE_COPY_MOVE(TInLanguage)
 };
 
-// Test data: each language on the smallest and on the usual display.
+// Test data: each language on each display.
 inline void AddLanguagesAndSizes()
 {
     QTest::addColumn<QString>("code");
-    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QSize>("pixels");
     for (const console::TLanguage& language : console::languages) {
-        for (const QSize size : {QSize(800, 480), QSize(1280, 800)}) {
-            QTest::addRow("%s %dx%d", language.name, size.width(), size.height())
-                << QString::fromLatin1(language.code) << size;
+        for (const hostimpl::TDisplay& display : hostimpl::DISPLAYS) {
+            QTest::addRow("%s %dx%d", language.name, display.pixels.width(),
+                          display.pixels.height())
+                << QString::fromLatin1(language.code) << display.pixels;
         }
     }
 }

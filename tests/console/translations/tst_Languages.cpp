@@ -1,5 +1,6 @@
 // The languages of the console, with the translations of this build.
 #include "console/session/PluginHost.h"
+#include "console/settings/Scrolling.h"
 #include "console/settings/StoredSettings.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/translations/TInLanguage.h"
@@ -93,6 +94,8 @@ private Q_SLOTS:
         page.Show(settings);
         page.resize(700, 700);
         page.show();
+        QCoreApplication::processEvents();
+        console::ScrollTo(page.Row(languageRow));
         QTest::mouseClick(page.Row(languageRow), Qt::LeftButton);
         const auto choices = OpenChoices();
         QCOMPARE(choices.size(), int(console::languages.size()));

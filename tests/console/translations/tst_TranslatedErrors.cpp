@@ -8,6 +8,7 @@
 #include "console/window/TMiniViewDock.h"
 #include "console/window/TSampleSurface.h"
 #include "host/TMessageDialog.h"
+#include "hostimpl/Display.h"
 #include "hostimpl/Theme.h"
 #include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
@@ -51,7 +52,8 @@ private Q_SLOTS:
     void showsWhyTheLoginFailed()
     {
         QFETCH(QString, code);
-        QFETCH(QSize, size);
+        QFETCH(QSize, pixels);
+        const QSize size = SetDisplay(pixels);
         const TInLanguage inLanguage(code);
         TSampleSurface mini(QStringLiteral("Mini"), QSize(300, 220));
         console::TMainWindow window;
@@ -71,7 +73,8 @@ private Q_SLOTS:
     void showsADialog()
     {
         QFETCH(QString, code);
-        QFETCH(QSize, size);
+        QFETCH(QSize, pixels);
+        const QSize size = SetDisplay(pixels);
         const TInLanguage inLanguage(code);
         QWidget window;
         window.resize(size);

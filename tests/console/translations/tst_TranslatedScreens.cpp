@@ -18,6 +18,7 @@
 #include "host/TMessageDialog.h"
 #include "host/TPropertyWidget.h"
 #include "host/TPushButton.h"
+#include "hostimpl/Display.h"
 #include "hostimpl/HostSetup.h"
 #include "hostimpl/PopupHost.h"
 #include "hostimpl/Theme.h"
@@ -141,7 +142,8 @@ private Q_SLOTS:
     void showsAFailureInFull()
     {
         QFETCH(QString, code);
-        QFETCH(QSize, size);
+        QFETCH(QSize, pixels);
+        const QSize size = SetDisplay(pixels);
         const TInLanguage inLanguage(code);
         console::TConsoleSettings settings;
         settings.pluginPath = QStringLiteral("/usr/lib/kelvo/libkelvo.so");
@@ -160,7 +162,8 @@ private Q_SLOTS:
     void showsAboutAndTheQuestionInFull()
     {
         QFETCH(QString, code);
-        QFETCH(QSize, size);
+        QFETCH(QSize, pixels);
+        const QSize size = SetDisplay(pixels);
         const TInLanguage inLanguage(code);
         console::TStoredSettings stored;
         stored.dataFolder = m_folder.path();
@@ -182,7 +185,8 @@ private Q_SLOTS:
     void showsTheLinkInFull()
     {
         QFETCH(QString, code);
-        QFETCH(QSize, size);
+        QFETCH(QSize, pixels);
+        const QSize size = SetDisplay(pixels);
         const TInLanguage inLanguage(code);
         TSampleSurface mini(QStringLiteral("Mini"), QSize(300, 330));
         console::TMainWindow window;
@@ -238,7 +242,8 @@ private Q_SLOTS:
     void showsTheEndingInFull()
     {
         QFETCH(QString, code);
-        QFETCH(QSize, size);
+        QFETCH(QSize, pixels);
+        const QSize size = SetDisplay(pixels);
         const TInLanguage inLanguage(code);
         console::TMainWindow window;
         window.resize(size);
@@ -257,7 +262,8 @@ private Q_SLOTS:
     void showsTheSettingsInFull()
     {
         QFETCH(QString, code);
-        QFETCH(QSize, size);
+        QFETCH(QSize, pixels);
+        const QSize size = SetDisplay(pixels);
         const TInLanguage inLanguage(code);
         console::TSettingsPage page;
         console::TStoredSettings settings;

@@ -1,7 +1,9 @@
 // The theme: contrasts by day and by night, and the change of the theme at run time.
 #include "hostimpl/Theme.h"
 
+#include "host/TPropertyWidget.h"
 #include "host/TPushButton.h"
+#include "hostimpl/Display.h"
 #include "support/WidgetTestMain.h"
 #include "theme/IconDrawing.h"
 
@@ -44,6 +46,13 @@ struct TPair
     double least;
 };
 
+// Of the visible area.
+struct TDisplaySize
+{
+    QSize pixels;
+    double widthMm;
+};
+
 constexpr double TEXT = 7.0;
 constexpr double SHAPE = 3.0;
 
@@ -63,10 +72,8 @@ constexpr TPair PAIRS[] = {
     {"alert on panel", EColour::eAlert, EColour::ePanel, TEXT},
     {"good on window", EColour::eGood, EColour::eWindow, TEXT},
     {"good on panel", EColour::eGood, EColour::ePanel, TEXT},
-    {"ring on window", EColour::eFocus, EColour::eWindow, SHAPE},
-    {"ring on panel", EColour::eFocus, EColour::ePanel, SHAPE},
-    {"ring on button selected", EColour::eFocus, EColour::eButtonSelected, SHAPE},
-    {"ring on selected", EColour::eFocus, EColour::eSelected, SHAPE},
+    {"warning", EColour::eWarningText, EColour::eWarning, TEXT},
+    {"ring on its edge", EColour::eFocus, EColour::eFocusEdge, SHAPE},
     {"border on window", EColour::eBorder, EColour::eWindow, SHAPE},
     {"border on panel", EColour::eBorder, EColour::ePanel, SHAPE},
 };
@@ -96,10 +103,21 @@ class tst_Theme : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { hostimpl::SetTheme(ETheme::eDay); }
+    void init()
+    {
+        hostimpl::SetTextSize(hostimpl::DISPLAYS[0].PixelMillimetres(), 1.0);
+        hostimpl::SetTheme(ETheme::eDay);
+    }
     void computesKnownContrasts();
     void textsHaveEnoughContrast_data();
     void textsHaveEnoughContrast();
+    void theFocusRingIsSeenOnEachGround();
+    void eachMeaningHasItsColour();
+    void theNightHasNoBrightGround();
+    void placeholdersAreReadable();
+    void lettersAreLargeEnoughOnEachDisplay();
+    void touchTargetsAreLargeEnoughOnEachDisplay();
+    void largerTextsAreLarger();
     void textsAreLargeEnough();
     void qtsWidgetsFollowTheTheme();
     void visibleWidgetsFollowTheTheme();
@@ -146,13 +164,124 @@ void tst_Theme::textsHaveEnoughContrast()
     QVERIFY2(contrast >= least, qPrintable(QString::number(contrast)));
 }
 
+// The ring is drawn on the ground with an inner edge. One of both colours is enough.
+void tst_Theme::theFocusRingIsSeenOnEachGround()
+{
+    for (const auto theme : {ETheme::eDay, ETheme::eNight}) {
+        for (const EColour ground :
+             {EColour::eWindow, EColour::ePanel, EColour::eOff, EColour::eButton,
+              EColour::eButtonSelected, EColour::eSelected, EColour::eWarning}) {
+            const QColor under = hostimpl::ThemeColour(ground, theme);
+            const double ring = Contrast(hostimpl::ThemeColour(EColour::eFocus, theme), under);
+            const double edge = Contrast(hostimpl::ThemeColour(EColour::eFocusEdge, theme), under);
+            QVERIFY2(std::max(ring, edge) >= SHAPE,
+                     qPrintable(QStringLiteral("%1: %2 %3").arg(int(ground)).arg(ring).arg(edge)));
+        }
+    }
+    // The drawn ring has both colours.
+    QImage image(100, 73, QImage::Format_ARGB32_Premultiplied);
+    image.fill(hostimpl::ThemeColour(EColour::eButton));
+    {
+        QPainter painter(&image);
+        hostimpl::DrawFocusRing(painter, image.rect());
+    }
+    const auto drawn = [&image](int y) { return image.pixelColor(50, y); };
+    QCOMPARE(drawn(hostimpl::FOCUS_RING / 2), hostimpl::ThemeColour(EColour::eFocus));
+    QCOMPARE(drawn(hostimpl::FOCUS_RING), hostimpl::ThemeColour(EColour::eFocusEdge));
+}
+
+void tst_Theme::eachMeaningHasItsColour()
+{
+    for (const auto theme : {ETheme::eDay, ETheme::eNight}) {
+        QSet<QRgb> colours;
+        const auto meanings = {EColour::eButton, EColour::eButtonSelected, EColour::eFocus,
+                               EColour::eAlert,  EColour::eGood,           EColour::eWarning};
+        for (const EColour meaning : meanings) {
+            colours << hostimpl::ThemeColour(meaning, theme).rgb();
+        }
+        QCOMPARE(colours.size(), int(meanings.size()));
+        const auto hue = [theme](EColour colour) {
+            return hostimpl::ThemeColour(colour, theme).hsvHue();
+        };
+        QVERIFY(hue(EColour::eWarning) > 30 && hue(EColour::eWarning) < 60); // amber
+        QVERIFY(hue(EColour::eFocus) > 200 && hue(EColour::eFocus) < 240);   // blue
+        QVERIFY(hue(EColour::eGood) > 120 && hue(EColour::eGood) < 160);     // green
+        QVERIFY(hue(EColour::eAlert) < 10);                                  // red
+        QVERIFY(hue(EColour::eButtonSelected) > 120 && hue(EColour::eButtonSelected) < 160);
+    }
+}
+
+// The ground of a whole band or page.
+void tst_Theme::theNightHasNoBrightGround()
+{
+    for (const EColour ground : {EColour::eWindow, EColour::ePanel, EColour::eOff, EColour::eButton,
+                                 EColour::eSelected, EColour::eWarning}) {
+        QVERIFY(Luminance(hostimpl::ThemeColour(ground, ETheme::eNight)) < 0.1);
+    }
+}
+
+void tst_Theme::placeholdersAreReadable()
+{
+    for (const auto theme : {ETheme::eNight, ETheme::eDay}) {
+        hostimpl::SetTheme(theme);
+        TPropertyWidget row(nullptr, -1);
+        const QLineEdit edit;
+        for (const QLineEdit* const each :
+             std::initializer_list<const QLineEdit*>{&edit, row.findChild<QLineEdit*>()}) {
+            const QColor text = each->palette().color(QPalette::PlaceholderText);
+            QCOMPARE(text.alpha(), 255);
+            QVERIFY(Contrast(text, hostimpl::ThemeColour(EColour::ePanel)) >= 4.5);
+        }
+    }
+}
+
+void tst_Theme::lettersAreLargeEnoughOnEachDisplay()
+{
+    constexpr double radiansPerMinute = 3.14159265 / 180 / 60;
+    constexpr TDisplaySize sizes[] = {
+        {{1280, 800}, 217.6}, {{800, 480}, 152.5}, {{1920, 1080}, 223.6}};
+    for (const TDisplaySize& size : sizes) {
+        const hostimpl::TDisplay& display = hostimpl::DisplayOf(size.pixels);
+        const double pixelMm = size.widthMm / size.pixels.width() * display.scale;
+        QVERIFY(std::abs(display.PixelMillimetres() * display.scale / pixelMm - 1) < 0.01);
+        hostimpl::SetTextSize(display.PixelMillimetres() * display.scale, 1.0);
+        const auto minutes = [pixelMm](hostimpl::EFont font) {
+            const QRect capital =
+                QFontMetrics(hostimpl::ThemeFont(font)).tightBoundingRect(QStringLiteral("H"));
+            return capital.height() * pixelMm / 1000 / radiansPerMinute;
+        };
+        QVERIFY2(minutes(hostimpl::EFont::eBody) >= 16.0,
+                 qPrintable(QString::number(minutes(hostimpl::EFont::eBody))));
+        QVERIFY2(minutes(hostimpl::EFont::eCaption) >= 12.0,
+                 qPrintable(QString::number(minutes(hostimpl::EFont::eCaption))));
+        QVERIFY(minutes(hostimpl::EFont::eTitle) >= 16.0);
+    }
+}
+
+void tst_Theme::touchTargetsAreLargeEnoughOnEachDisplay()
+{
+    for (const hostimpl::TDisplay& display : hostimpl::DISPLAYS) {
+        const double pixelMm = display.PixelMillimetres() * display.scale;
+        QVERIFY(hostimpl::TOUCH_SIZE * pixelMm >= 9.0);
+        QVERIFY(hostimpl::SMALL_TOUCH_SIZE * pixelMm >= 9.0);
+    }
+}
+
+void tst_Theme::largerTextsAreLarger()
+{
+    const int usual = hostimpl::ThemeFont(hostimpl::EFont::eBody).pixelSize();
+    const double pixelMm = hostimpl::DISPLAYS[0].PixelMillimetres();
+    hostimpl::SetTextSize(pixelMm, 1.15);
+    QVERIFY(hostimpl::ThemeFont(hostimpl::EFont::eBody).pixelSize() > usual);
+    hostimpl::SetTextSize(pixelMm, 1.0);
+    QCOMPARE(hostimpl::ThemeFont(hostimpl::EFont::eBody).pixelSize(), usual);
+}
+
 void tst_Theme::textsAreLargeEnough()
 {
-    QVERIFY(hostimpl::ThemeFont(hostimpl::EFont::eCaption).pixelSize() >= 20);
-    QVERIFY(hostimpl::ThemeFont(hostimpl::EFont::eBody).pixelSize() >= 24);
-    QVERIFY(hostimpl::ThemeFont(hostimpl::EFont::eTitle).pixelSize() >= 24);
-    QCOMPARE(hostimpl::ThemeFont(30).pixelSize(), 30);
-    QCOMPARE(hostimpl::ThemeFont(8).pixelSize(), 20);
+    const int caption = hostimpl::ThemeFont(hostimpl::EFont::eCaption).pixelSize();
+    QCOMPARE(hostimpl::ThemeFont(caption + 1).pixelSize(), caption + 1);
+    QCOMPARE(hostimpl::ThemeFont(8).pixelSize(), caption);
     QCOMPARE(hostimpl::ThemeFont(hostimpl::EFont::eBody).family(), QStringLiteral("DejaVu Sans"));
     QCOMPARE(QFontInfo(hostimpl::ThemeFont(hostimpl::EFont::eBody)).family(),
              QStringLiteral("DejaVu Sans"));
@@ -171,7 +300,7 @@ void tst_Theme::qtsWidgetsFollowTheTheme()
                  hostimpl::ThemeColour(EColour::eText, theme));
         QCOMPARE(label.palette().color(QPalette::Disabled, QPalette::WindowText),
                  hostimpl::ThemeColour(EColour::eOffText, theme));
-        QCOMPARE(label.font().pixelSize(), 26);
+        QCOMPARE(label.font(), hostimpl::ThemeFont(hostimpl::EFont::eBody));
     }
 }
 

@@ -126,7 +126,7 @@ void tst_LongNames::theBandHidesWhenItsRowScrollsAway()
 // The last line has ink. The right edge has none; a name that is cut off would have ink there.
 void tst_LongNames::showsTheFullNameWithoutBlanks()
 {
-    TNames names({QString(180, QLatin1Char('m')) + QStringLiteral(".zip")});
+    TNames names({QString(80, QLatin1Char('m')) + QStringLiteral(".zip")});
     names.Click(0);
     const QImage image = names.Band().grab().toImage();
     const QColor ground = hostimpl::ThemeColour(hostimpl::EColour::eWindow);

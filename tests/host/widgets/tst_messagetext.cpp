@@ -88,7 +88,7 @@ void tst_MessageText::coversTheScreenIfFullScreen()
     TMessageDialog dialog(&window, QString(), QString(), TMessageDialog::eAcknowledge, true,
                           QPixmap());
     dialog.ShowWindow(true);
-    QCOMPARE(dialog.geometry(), QRect(window.mapToGlobal(QPoint(0, 0)), window.size()));
+    QCOMPARE(QRect(dialog.mapTo(&window, QPoint(0, 0)), dialog.size()), window.rect());
 }
 
 void tst_MessageText::drawsSimpleRichText()

@@ -109,7 +109,7 @@ void tst_Widgets::buttonShowsItsState()
     QVERIFY(QTest::qWaitForWindowActive(&parent));
     other->setFocus();
     QCOMPARE(Ground(*button), ThemeColour(EColour::eButton));
-    QCOMPARE(Ground(*other), ThemeColour(EColour::eButtonSelected));
+    QCOMPARE(Ground(*other), ThemeColour(EColour::eButton)); // the ring shows the focus
     button->setDown(true);
     QCOMPARE(Ground(*button), ThemeColour(EColour::eButtonSelected));
     button->setEnabled(false);
@@ -244,7 +244,9 @@ void tst_Widgets::propertyShowsItsValue()
     property.resize(400, 36);
     property.show();
     QCOMPARE(property.GetValue(), QStringLiteral("Logged in"));
-    QCOMPARE(property.height(), 36);
+    QCOMPARE(property.height(), QFontMetrics(hostimpl::ThemeFont(hostimpl::EFont::eBody)).height());
+    property.SetCombinedHeight(80);
+    QCOMPARE(property.height(), 80);
     for (const QLabel* const label : property.findChildren<QLabel*>()) {
         QVERIFY(label->font().pixelSize() >= 20);
         QVERIFY(label->width() >= label->sizeHint().width());

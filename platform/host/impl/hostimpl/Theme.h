@@ -29,15 +29,18 @@ enum class EColour : int {
     eBorder,             // around panels and fields
     eButton,             // background of a button
     eButtonText,         // on eButton
-    eButtonSelected,     // background of a button that is pressed or has the focus
+    eButtonSelected,     // background of a button that is pressed or whose page is shown
     eButtonSelectedText, // on eButtonSelected
     eSelected,           // background of a selected entry, filled part of a bar
     eSelectedText,       // on eSelected
-    eFocus,              // ring around the widget that has the focus
+    eFocus,              // ring around the widget that has the focus; nothing else has this hue
+    eFocusEdge,          // inner edge of the ring, for grounds on which eFocus is hard to see
     eAlert,              // an error; on eWindow and ePanel
     eGood,               // a success; on eWindow and ePanel
+    eWarning,            // background of a warning; nothing else has this hue
+    eWarningText,        // on eWarning
 };
-constexpr int COLOUR_COUNT = static_cast<int>(EColour::eGood) + 1;
+constexpr int COLOUR_COUNT = static_cast<int>(EColour::eWarningText) + 1;
 
 enum class EFont : int { eCaption = 0, eBody, eTitle };
 
@@ -57,6 +60,10 @@ CONSOLEHOST_EXPORT ETheme CurrentTheme();
 
 CONSOLEHOST_EXPORT QColor ThemeColour(EColour colour);
 CONSOLEHOST_EXPORT QColor ThemeColour(EColour colour, ETheme theme);
+// The sizes of ThemeFont() from now on; widgets that exist keep their fonts. `pixelMillimetres` is
+// the size of one pixel of the layout, `factor` enlarges all texts.
+CONSOLEHOST_EXPORT void SetTextSize(double pixelMillimetres, double factor);
+// A capital letter of eBody is seen under 16 minutes of arc from 1 m away, of eCaption under 12.
 CONSOLEHOST_EXPORT QFont ThemeFont(EFont font);
 // The same typeface in another size. A size that is too small to read is enlarged.
 CONSOLEHOST_EXPORT QFont ThemeFont(int sizePixels);

@@ -10,7 +10,7 @@
 #include <QtWidgets/QAbstractButton>
 
 // Backgrounds have the names of the host's theme: "NewStandardButton", "NewDisabledButton", and
-// "NewStandardButtonSelected" for a button that is pressed or has the focus. Main thread.
+// "NewStandardButtonSelected" for a button that is pressed. Main thread.
 class CONSOLEHOST_EXPORT TPushButton : public QAbstractButton, public ZRA::MMICapableWidget
 {
     Q_OBJECT

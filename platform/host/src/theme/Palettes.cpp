@@ -25,13 +25,16 @@ constexpr std::array<TColourRow, COLOUR_COUNT> COLOURS = {{
     {EColour::eBorder, 0xff6b746b, 0xff77827a},
     {EColour::eButton, 0xff14532d, 0xff1f4a2d},
     {EColour::eButtonText, 0xffffffff, 0xffffffff},
-    {EColour::eButtonSelected, 0xffffb000, 0xff7a4a00},
-    {EColour::eButtonSelectedText, 0xff000000, 0xffffffff},
+    {EColour::eButtonSelected, 0xff8fd0a0, 0xff5fae78},
+    {EColour::eButtonSelectedText, 0xff000000, 0xff000000},
     {EColour::eSelected, 0xffbfe3c8, 0xff1d4d2b},
     {EColour::eSelectedText, 0xff0b0f0a, 0xffffffff},
-    {EColour::eFocus, 0xff0b3fd9, 0xffffd24d},
+    {EColour::eFocus, 0xff0b3fd9, 0xff7db3ff},
+    {EColour::eFocusEdge, 0xffffffff, 0xff000000},
     {EColour::eAlert, 0xff960f0f, 0xffff9c94},
     {EColour::eGood, 0xff0a5220, 0xff8fe3a4},
+    {EColour::eWarning, 0xffffc107, 0xff4d3800},
+    {EColour::eWarningText, 0xff000000, 0xffffe3a3},
 }};
 
 constexpr bool IsInOrder()

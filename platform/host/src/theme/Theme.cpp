@@ -1,6 +1,7 @@
 // Applies a theme: palette, font and style of the application.
 #include "hostimpl/Theme.h"
 
+#include "hostimpl/Display.h"
 #include "theme/TThemeStyle.h"
 
 #include <QtGui/QPalette>
@@ -11,15 +12,22 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace hostimpl {
 
 namespace {
 
-constexpr int SMALLEST_TEXT = 20;
-constexpr std::array<int, 3> FONT_SIZES = {20, 26, 30}; // by EFont, pixels
+// By EFont: the least height of a capital letter, in minutes of arc at a distance of 1 m.
+constexpr std::array<double, 3> ARC_MINUTES = {12.0, 16.0, 18.0};
+constexpr double CAPITAL_PER_SIZE = 0.729; // of DejaVu Sans
+// Narrow letters: a text keeps its width although the letters are high. Capitals are about 0.7 of
+// their height wide.
+constexpr int STRETCH = 80;
 
 ETheme currentTheme = ETheme::eDay;
+double pixelMillimetres = DISPLAYS[0].PixelMillimetres();
+double textFactor = 1.0;
 
 struct TPaletteRow
 {
@@ -83,15 +91,27 @@ ETheme CurrentTheme()
     return currentTheme;
 }
 
+void SetTextSize(double newPixelMillimetres, double factor)
+{
+    pixelMillimetres = newPixelMillimetres;
+    textFactor = factor;
+}
+
 QFont ThemeFont(EFont font)
 {
-    return ThemeFont(FONT_SIZES.at(static_cast<std::size_t>(font)));
+    // A drawn letter has a whole number of pixels.
+    const double capital =
+        std::ceil(CapitalPixels(ARC_MINUTES.at(static_cast<std::size_t>(font)), pixelMillimetres));
+    QFont result(QStringLiteral("DejaVu Sans"));
+    result.setPixelSize(static_cast<int>(std::ceil(textFactor * capital / CAPITAL_PER_SIZE)));
+    result.setStretch(STRETCH);
+    return result;
 }
 
 QFont ThemeFont(int sizePixels)
 {
-    QFont result(QStringLiteral("DejaVu Sans"));
-    result.setPixelSize(std::max(sizePixels, SMALLEST_TEXT));
+    QFont result = ThemeFont(EFont::eCaption);
+    result.setPixelSize(std::max(sizePixels, result.pixelSize()));
     return result;
 }
 

@@ -8,6 +8,7 @@ namespace hostimpl {
 namespace {
 
 constexpr double CORNER = 8.0;
+constexpr double FOCUS_RING_EDGE = 2.0;
 
 struct TBackground
 {
@@ -65,6 +66,8 @@ void DrawFocusRing(QPainter& painter, const QRect& place)
 {
     DrawRounded(painter, place, Qt::transparent,
                 QPen(ThemeColour(EColour::eFocus), static_cast<double>(FOCUS_RING)));
+    DrawRounded(painter, place.adjusted(FOCUS_RING, FOCUS_RING, -FOCUS_RING, -FOCUS_RING),
+                Qt::transparent, QPen(ThemeColour(EColour::eFocusEdge), FOCUS_RING_EDGE));
 }
 
 void DrawPanel(QPainter& painter, const QRect& place)

@@ -15,6 +15,7 @@ namespace {
 
 constexpr int GAP = 4;
 constexpr int TEXT_MARGIN = 10;
+constexpr int MARGINS = 32; // beside a button's caption
 
 TPushButton* NewButton(QWidget* parent)
 {
@@ -35,6 +36,7 @@ TListHead::TListHead(QWidget* parent)
 {
     m_text->setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
     m_text->setTextFormat(Qt::PlainText);
+    m_text->setWordWrap(true);
     m_edit->setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     m_edit->setPlaceholderText(TListWidget::tr("Search names"));
     m_edit->setInputMethodHints(Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText);
@@ -48,6 +50,11 @@ TListHead::TListHead(QWidget* parent)
     row->addWidget(m_edit, 1);
     row->addWidget(m_all);
     row->addWidget(m_search);
+    const QFontMetrics metrics(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    m_all->setFixedWidth(
+        std::max({hostimpl::TOUCH_SIZE, metrics.horizontalAdvance(TListWidget::tr("All")) + MARGINS,
+                  metrics.horizontalAdvance(TListWidget::tr("None")) + MARGINS}));
+    m_search->setFixedWidth(hostimpl::TOUCH_SIZE);
     connect(m_edit, &QLineEdit::textChanged, this, &TListHead::WantedChanged);
     connect(m_all, &TPushButton::clicked, this, [this] {
         Q_EMIT AllWanted(m_counts.selected - m_counts.selectedHidden < m_counts.found);

@@ -50,7 +50,8 @@ TLines LinesOf(const QModelIndex& index, int width)
 {
     const QString name = index.data().toString();
     TLines result;
-    result.font = hostimpl::ThemeFont(index.data(LIST_TEXT_SIZE_ROLE).toInt());
+    const int body = hostimpl::ThemeFont(hostimpl::EFont::eBody).pixelSize();
+    result.font = hostimpl::ThemeFont(std::max(body, index.data(LIST_TEXT_SIZE_ROLE).toInt()));
     if (QFontMetrics(result.font).horizontalAdvance(name) <= width) {
         result.lines = QStringList(name);
         return result;
@@ -61,7 +62,10 @@ TLines LinesOf(const QModelIndex& index, int width)
     const QString rest = name.mid(length).trimmed();
     const QString second = metrics.elidedText(rest, Qt::ElideMiddle, width);
     result.isElided = second != rest;
-    result.lines = QStringList{name.left(length), second};
+    result.lines = QStringList(name.left(length));
+    if (!rest.isEmpty()) {
+        result.lines << second;
+    }
     return result;
 }
 

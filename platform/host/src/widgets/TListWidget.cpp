@@ -39,6 +39,8 @@ TListWidget::TListWidget(QWidget* parent) : QListWidget(parent)
     setItemDelegate(m_parts.get());
     setFrameStyle(QFrame::Box | QFrame::Plain);
     setLineWidth(hostimpl::FOCUS_RING);
+    // One row and the head: Qt's own minimum has place for three widths of the scroll bar.
+    setMinimumHeight(TListHead::Height() + hostimpl::TOUCH_SIZE + 2 * hostimpl::FOCUS_RING);
     setUniformItemSizes(true);
     setFocusPolicy(Qt::StrongFocus);
     setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));

@@ -5,6 +5,8 @@
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
 
+#include <algorithm>
+
 TProperty::TProperty(QWidget* parent)
     : QWidget(parent), m_name(new QLabel(this)), m_value(new QLabel(this))
 {
@@ -40,5 +42,5 @@ QString TProperty::GetValue() const
 
 void TProperty::SetCombinedHeight(int height)
 {
-    setFixedHeight(height);
+    setFixedHeight(std::max(height, m_value->fontMetrics().height()));
 }

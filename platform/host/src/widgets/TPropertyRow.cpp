@@ -280,6 +280,8 @@ void TPropertyWidget::TRow::ShowColours()
     QPalette palette = m_edit->palette();
     palette.setColor(QPalette::Base, Qt::transparent);
     palette.setColor(QPalette::Text, hostimpl::ThemeColour(hostimpl::EColour::eText));
+    palette.setColor(QPalette::PlaceholderText,
+                     hostimpl::ThemeColour(hostimpl::EColour::eMutedText));
     palette.setColor(QPalette::Disabled, QPalette::Text,
                      hostimpl::ThemeColour(hostimpl::EColour::eOffText));
     m_edit->setPalette(palette);
@@ -321,5 +323,5 @@ void TPropertyWidget::TRow::Arrange()
         m_eye->setGeometry(m_widget.width() - size, 0, size, std::max(m_widget.height(), size));
         place.setRight(m_widget.width() - size - PADDING);
     }
-    m_edit->setGeometry(place.adjusted(0, NAME_HEIGHT, 0, -hostimpl::FOCUS_RING - 1));
+    m_edit->setGeometry(ValuePlace(place.left(), place.right()));
 }

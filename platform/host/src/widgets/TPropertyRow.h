@@ -57,10 +57,14 @@ private:
     // The next offered value in a direction, or `from` if there is none.
     double NextOffered(double from, int direction) const;
 
+    // The places of the name above and of the value below, from `left` to `right`. In a row of the
+    // usual height the lines overlap, but the letters do not.
+    QRect NamePlace(int left, int right) const;
+    QRect ValuePlace(int left, int right) const;
+
     // In pixels.
     static constexpr int PADDING = 12;
     static constexpr int ICON_SIZE = 40;
-    static constexpr int NAME_HEIGHT = 28;
 
     TPropertyWidget& m_widget;
     TEditItem m_item;

@@ -9,6 +9,18 @@
 using hostimpl::EColour;
 using hostimpl::ThemeColour;
 
+QRect TPropertyWidget::TRow::NamePlace(int left, int right) const
+{
+    const QFontMetrics metrics(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    return {left, 0, right - left + 1, metrics.height()};
+}
+
+QRect TPropertyWidget::TRow::ValuePlace(int left, int right) const
+{
+    const QFontMetrics metrics(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    return {left, m_widget.height() - 1 - metrics.height(), right - left + 1, metrics.height()};
+}
+
 void TPropertyWidget::TRow::OnPaint()
 {
     QPainter painter(&m_widget);
@@ -27,7 +39,7 @@ void TPropertyWidget::TRow::OnPaint()
     }
     painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
     painter.setPen(ThemeColour(isOff ? EColour::eOffText : EColour::eMutedText));
-    const QRect head(place.x(), place.y(), place.width(), NAME_HEIGHT - 4);
+    const QRect head = NamePlace(place.left(), place.right());
     painter.drawText(head, Qt::AlignLeft | Qt::AlignVCenter,
                      painter.fontMetrics().elidedText(name, Qt::ElideMiddle, head.width()));
     if (m_type == eChoice) {
@@ -43,7 +55,7 @@ void TPropertyWidget::TRow::DrawValue(QPainter& painter, const QRect& place) con
     const bool isOff = !m_widget.isEnabled() || hostimpl::IsLockedAround(m_widget);
     const QRect arrows(place.right() - ICON_SIZE, place.center().y() - ICON_SIZE / 2, ICON_SIZE,
                        ICON_SIZE);
-    QRect value = place.adjusted(0, NAME_HEIGHT - 4, -ICON_SIZE - PADDING, 0);
+    const QRect value = ValuePlace(place.left(), place.right() - ICON_SIZE - PADDING);
     if (m_isEditing) {
         painter.fillRect(value.adjusted(-4, 0, 0, 0), ThemeColour(EColour::eSelected));
     }

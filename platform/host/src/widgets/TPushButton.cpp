@@ -11,7 +11,10 @@
 namespace {
 
 constexpr int PADDING = 12;
-constexpr int LEAST_WIDTH = 100;
+constexpr int EDGE = 2; // leaves place for two lines
+// The buttons of a group have the same width, so that a column of buttons keeps its place when a
+// button hides.
+constexpr int LEAST_LETTERS = 8;
 
 // The icon drawn in `colour`.
 QPixmap Tinted(const QIcon& icon, int size, const QColor& colour)
@@ -129,8 +132,8 @@ QSize TPushButton::sizeHint() const
         return {hostimpl::TOUCH_SIZE, hostimpl::TOUCH_SIZE};
     }
     const QFontMetrics metrics(hostimpl::ThemeFont(hostimpl::EFont::eBody));
-    return {std::max(LEAST_WIDTH, metrics.horizontalAdvance(text()) + 4 * PADDING),
-            hostimpl::TOUCH_SIZE};
+    const int least = LEAST_LETTERS * metrics.horizontalAdvance(QLatin1Char('n'));
+    return {std::max(least, metrics.horizontalAdvance(text())) + 4 * PADDING, hostimpl::TOUCH_SIZE};
 }
 
 bool TPushButton::hitButton(const QPoint& position) const
@@ -150,7 +153,7 @@ void TPushButton::keyPressEvent(QKeyEvent* event)
 void TPushButton::paintEvent(QPaintEvent*)
 {
     const bool isOff = !isEnabled() || hostimpl::IsLockedAround(*this);
-    const bool isSelected = !isOff && (isDown() || isChecked() || hasFocus());
+    const bool isSelected = !isOff && (isDown() || isChecked());
     const QString ground =
         isOff ? m_disabledBackground : (isSelected ? m_selectedBackground : m_background);
     QPainter painter(this);
@@ -159,7 +162,7 @@ void TPushButton::paintEvent(QPaintEvent*)
         hostimpl::DrawFocusRing(painter, rect());
     }
     const QColor colour = hostimpl::BackgroundTextColour(ground);
-    QRect place = rect().adjusted(PADDING, hostimpl::FOCUS_RING, -PADDING, -hostimpl::FOCUS_RING);
+    QRect place = rect().adjusted(PADDING, EDGE, -PADDING, -EDGE);
     if (!icon().isNull()) {
         const int size = std::min({place.height(), place.width(), 40});
         const QPixmap picture = Tinted(icon(), size, colour);
