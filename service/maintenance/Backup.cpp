@@ -230,7 +230,7 @@ CopyReport backUp(const fs::path& dataFolder, const fs::path& to)
     const fs::path stage = makeStage(target);
     try {
         fs::permissions(stage, fs::perms::owner_all);
-        const CopyReport report = Copying(dataFolder, stage).run();
+        CopyReport report = Copying(dataFolder, stage).run();
         writeManifest(stage, report);
         syncFolders(stage);
         if (isThere) {

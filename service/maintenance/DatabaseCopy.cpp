@@ -9,6 +9,7 @@
 #include <sqlite3.h>
 
 #include <cerrno>
+#include <optional>
 #include <stdexcept>
 
 #include <fcntl.h>

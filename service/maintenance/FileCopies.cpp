@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t chunkBytes = 1024 * 1024;
+constexpr std::size_t chunkBytes = std::size_t{1024} * 1024;
 
 [[noreturn]] void throwCannotRead(const char* what)
 {

@@ -63,8 +63,7 @@ CertificateFiles ensureCertificates(const fs::path& dataFolder,
 {
     fs::create_directories(dataFolder / "tls");
     fs::permissions(dataFolder / "tls", fs::perms::owner_all);
-    const CertificateFiles files{dataFolder / "tls" / "server.pem",
-                                 dataFolder / "tls" / "server.key"};
+    CertificateFiles files{dataFolder / "tls" / "server.pem", dataFolder / "tls" / "server.key"};
     const Authority authority = loadOrMakeAuthority(dataFolder);
     if (!isStillGood(files, names, *authority.certificate)) {
         const Key key = makeKey();

@@ -44,7 +44,7 @@ ServerContext makeServerContext(const CertificateFiles& files)
                               SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
     // One system call reads several records.
     SSL_CTX_set_read_ahead(raw, 1);
-    SSL_CTX_set_default_read_buffer_len(raw, 64 * 1024);
+    SSL_CTX_set_default_read_buffer_len(raw, std::size_t{64} * 1024);
     SSL_CTX_set_session_id_context(raw, reinterpret_cast<const unsigned char*>("kelvo"), 5);
     SSL_CTX_set_alpn_select_cb(raw, chooseProtocol, nullptr);
     if (SSL_CTX_use_certificate_chain_file(raw, files.certificate.c_str()) != 1 ||
