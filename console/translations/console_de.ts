@@ -591,6 +591,8 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
     <message>
         <source>There is no %1 now.</source>
         <translation>%1 ist gerade nicht vorhanden.</translation>
+    </message>
+    <message>
         <source>Text size</source>
         <translation>Textgröße</translation>
     </message>

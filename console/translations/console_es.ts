@@ -591,6 +591,8 @@ El servicio aún no ha listado sus archivos.</translation>
     <message>
         <source>There is no %1 now.</source>
         <translation>%1 no existe en este momento.</translation>
+    </message>
+    <message>
         <source>Text size</source>
         <translation>Tamaño del texto</translation>
     </message>

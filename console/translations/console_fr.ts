@@ -591,6 +591,8 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     <message>
         <source>There is no %1 now.</source>
         <translation>%1 n&apos;existe pas en ce moment.</translation>
+    </message>
+    <message>
         <source>Text size</source>
         <translation>Taille du texte</translation>
     </message>

@@ -591,6 +591,8 @@ Usługa nie podała jeszcze listy plików.</translation>
     <message>
         <source>There is no %1 now.</source>
         <translation>%1 teraz nie istnieje.</translation>
+    </message>
+    <message>
         <source>Text size</source>
         <translation>Wielkość tekstu</translation>
     </message>

@@ -591,6 +591,8 @@ O serviço ainda não listou seus arquivos.</translation>
     <message>
         <source>There is no %1 now.</source>
         <translation>%1 não existe no momento.</translation>
+    </message>
+    <message>
         <source>Text size</source>
         <translation>Tamanho do texto</translation>
     </message>
