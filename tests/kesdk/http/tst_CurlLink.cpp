@@ -1,10 +1,12 @@
 // Connections that drop, stall or die without a sign, and when the transport gives them up.
+#include "http/CurlTransfer.h"
 #include "support/CurlFixture.h"
 
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <future>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -392,6 +394,41 @@ TEST_F(CurlLink, ReportsAnAnswerThatEndsInsideItsHeadAsDropped)
         CurlTransport transport(peer.Url(), Trust());
         const Failure failure = transport.Perform(request, {}).failure;
         EXPECT_EQ(failure.code, EErrorCode::eDropped) << end << ": " << failure.detail;
+    }
+}
+
+// The answer is complete up to its bad line: no link cut it.
+TEST_F(CurlLink, ReportsAHeadThatIsNoHttpAsABadReply)
+{
+    const std::string line("X-Name: a\0b\r\n", 14);
+    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
+        session.ReadHead();
+        session.Write("HTTP/1.1 200 OK\r\nX-Other: c\r\n" + line + "\r\n");
+        session.WaitForEnd();
+    });
+    CurlTransport transport(peer.Url(), Trust());
+    const Failure failure = transport.Perform(request, {}).failure;
+    EXPECT_EQ(failure.code, EErrorCode::eBadReply) << failure.detail;
+}
+
+// libcurl opens no socket if it cannot look up the name for another connection.
+TEST_F(CurlLink, ReportsAKeptConnectionThatDiedAsDroppedWhenTheNextLookupFails)
+{
+    TlsPeer peer(GoodIdentity(), Always(kHello));
+    const ConsoleFacts console = RealConsoleFacts();
+    OpenSockets sockets;
+    const std::unique_ptr<CURL, void (*)(CURL*)> easy(curl_easy_init(), &curl_easy_cleanup);
+    curl_easy_setopt(easy.get(), CURLOPT_URL, peer.Url().c_str());
+    curl_easy_setopt(easy.get(), CURLOPT_SSL_VERIFYPEER, 0L);
+    curl_easy_setopt(easy.get(), CURLOPT_NOSIGNAL, 1L);
+    sockets.Serve(easy.get());
+    for (const bool wasSent : {false, true}) {
+        CurlTransfer transfer(easy.get(), request, console, sockets);
+        if (wasSent) {
+            ASSERT_EQ(curl_easy_perform(easy.get()), CURLE_OK);
+        }
+        const Failure failure = transfer.Finish(CURLE_COULDNT_RESOLVE_HOST, {}, false).failure;
+        EXPECT_EQ(failure.code, wasSent ? EErrorCode::eDropped : EErrorCode::eUnknownHost);
     }
 }
 

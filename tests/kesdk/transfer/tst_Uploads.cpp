@@ -1,6 +1,8 @@
 // Uploads of files that change while they are sent, wrong copies, and the errors of uploads.
 #include "support/UploadFixture.h"
 
+#include <openssl/rand.h>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -284,6 +286,19 @@ TEST_F(UploadsTest, ReportsTheServicesError)
         service.FailNext(fault);
         ExpectFailure(Send(), code);
     }
+}
+
+TEST_F(UploadsTest, SendsNothingWithoutARandomKey)
+{
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    RAND_METHOD none{};
+    none.bytes = [](unsigned char*, int) { return 0; };
+    RAND_set_rand_method(&none);
+    ExpectFailure(Send(), EErrorCode::eInternal);
+    RAND_set_rand_method(RAND_OpenSSL());
+#pragma GCC diagnostic pop
+    EXPECT_EQ(service.Count("POST /v1/uploads"), 0);
 }
 
 TEST_F(UploadsTest, EndsWhenAborted)

@@ -83,6 +83,12 @@ struct Failure
     {
         return ((code == codes) || ...);
     }
+    // The request never left the console.
+    bool WasNeverSent() const
+    {
+        return Is(EErrorCode::eUnknownHost, EErrorCode::eRefused, EErrorCode::eUnreachable,
+                  EErrorCode::eConnectTimeout);
+    }
     // The same failure, where eNotFound has this more exact code.
     Failure NotFoundAs(EErrorCode exact) const
     {

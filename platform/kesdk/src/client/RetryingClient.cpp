@@ -45,7 +45,7 @@ bool IsWorthRepeating(const HttpOutcome& outcome)
 // Whether this attempt may have reached the service without an answer of the service itself.
 bool MayHaveRun(const HttpOutcome& outcome)
 {
-    return outcome.failure.IsSet() ? !WasNeverSent(outcome.failure)
+    return outcome.failure.IsSet() ? !outcome.failure.WasNeverSent()
                                    : Holds(kAnswerLostStatus, outcome.response.status);
 }
 
@@ -53,14 +53,8 @@ bool MayHaveRun(const HttpOutcome& outcome)
 
 bool MayPass(const Failure& failure)
 {
-    return WasNeverSent(failure) ||
+    return failure.WasNeverSent() ||
            failure.Is(EErrorCode::eTimeout, EErrorCode::eDropped, EErrorCode::eServiceBusy);
-}
-
-bool WasNeverSent(const Failure& failure)
-{
-    return failure.Is(EErrorCode::eUnknownHost, EErrorCode::eRefused, EErrorCode::eUnreachable,
-                      EErrorCode::eConnectTimeout);
 }
 
 std::optional<std::chrono::seconds> RetryAfter(const HttpResponse& response)

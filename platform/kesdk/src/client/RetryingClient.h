@@ -13,9 +13,6 @@ namespace kesdk::impl {
 // Whether the same request may succeed later: the link dropped, or the service was busy.
 bool MayPass(const Failure& failure);
 
-// The request never left the console.
-bool WasNeverSent(const Failure& failure);
-
 // The seconds of a Retry-After field, if the response has one: a number, or a date that is compared
 // with the response's own. At most a day.
 std::optional<std::chrono::seconds> RetryAfter(const HttpResponse& response);

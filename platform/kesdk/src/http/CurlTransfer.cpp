@@ -178,7 +178,7 @@ Failure CurlTransfer::Translate(CURLcode code, bool isClockWrong) const
         return Failure(EErrorCode::eFileUnreadable, "the body could not be read");
     if (m_sinkFailed)
         return Failure(EErrorCode::eCannotWrite, "the answer could not be stored");
-    if (code == CURLE_OK || (m_receivedBytes > 0 && !m_hasWholeHead))
+    if (code == CURLE_OK)
         return Failure(EErrorCode::eDropped, "the answer ended inside its head");
     CurlFacts facts;
     facts.text = m_errorText.data();
@@ -195,7 +195,8 @@ Failure CurlTransfer::AfterConnectionDied(Failure failure, CURLcode code) const
 {
     const bool isSure =
         code == CURLE_PEER_FAILED_VERIFICATION || failure.Is(EErrorCode::eCaptivePortal);
-    if (m_sentCount > 0 && IsConnecting() && !isSure) {
+    const bool hasNoConnection = IsConnecting() || failure.WasNeverSent();
+    if (m_sentCount > 0 && hasNoConnection && !isSure) {
         failure.code = EErrorCode::eDropped;
         failure.detail =
             std::string("the connection died under the request; then: ") + curl_easy_strerror(code);

@@ -137,7 +137,7 @@ Uploads::Attempt Uploads::AfterFailure(Job& job, const Failure& failure)
     // The upload has expired. The service begins another one when it is asked with the key.
     if (failure.Is(EErrorCode::eNotFound) && job.step == EStep::eContinue)
         return AskAgain(job);
-    const bool wasSent = job.step != EStep::eAsk && MayPass(failure) && !WasNeverSent(failure);
+    const bool wasSent = job.step != EStep::eAsk && MayPass(failure) && !failure.WasNeverSent();
     job.hasSent = job.hasSent || wasSent;
     if (job.step == EStep::eContinue || wasSent)
         job.step = EStep::eAsk;
