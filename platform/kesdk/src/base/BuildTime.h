@@ -5,7 +5,7 @@
 
 namespace kesdk::impl {
 
-// The begin of that day, in seconds since 1970. A correct clock shows a later time.
+// The start of that day, in seconds since 1970. A correct clock shows a later time.
 std::int64_t BuildTimeS();
 
 } // namespace kesdk::impl

@@ -105,16 +105,16 @@ Result<ProjectRecord> ApiClient::GetProjectResources(const ApiCall& call, std::i
     const std::string target = "/projects/" + std::to_string(projectId) + "/resources";
     auto reply =
         ReadReply<ProjectRecord>(Perform(call, Request("GET", target)), &ParseProjectResources);
-    const bool isIt = reply.value.id == projectId;
-    return OnlyIf(isIt, std::move(reply));
+    const bool isAskedFor = reply.value.id == projectId;
+    return OnlyIf(isAskedFor, std::move(reply));
 }
 
 Result<ResourceRecord> ApiClient::GetResource(const ApiCall& call, std::int64_t resourceId)
 {
     auto reply = ReadReply<ResourceRecord>(Perform(call, Request("GET", Resource(resourceId))),
                                            &ParseResource);
-    const bool isIt = reply && IdOf(reply.value) == resourceId;
-    return OnlyIf(isIt, std::move(reply));
+    const bool isAskedFor = reply && IdOf(reply.value) == resourceId;
+    return OnlyIf(isAskedFor, std::move(reply));
 }
 
 Result<InboxRecord> ApiClient::CreateUserInbox(const ApiCall& call, const std::wstring& projectName)

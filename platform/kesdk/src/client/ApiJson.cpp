@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -13,10 +14,11 @@ namespace {
 
 using nlohmann::json;
 
-// The range is checked before the conversion: 1e35 does not fit.
 std::int64_t ToInteger(const json& value)
 {
-    if (!value.is_number_integer())
+    constexpr std::uint64_t kMost = std::numeric_limits<std::int64_t>::max();
+    const bool isTooLarge = value.is_number_unsigned() && value.get<std::uint64_t>() > kMost;
+    if (!value.is_number_integer() || isTooLarge)
         throw std::out_of_range("integer");
     return value.get<std::int64_t>();
 }

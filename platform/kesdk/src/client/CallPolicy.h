@@ -17,7 +17,7 @@ enum class ECall {
     eGetter,       // the operator waits
     eChange,       // the operator waits
     eShortReport,  // a report that must not delay its caller
-    ePosition,     // PositionSender keeps only the latest position
+    ePosition,     // PositionSender repeats it, unless there is a newer position
     eAskAgain,     // for an upload's result; the end of the console may wait for it
     eDeleteCopy,   // a copy with wrong content
     eContent,      // ResumableTransfer repeats it, because it knows the offset
@@ -26,7 +26,7 @@ enum class ECall {
 struct CallPolicy
 {
     int attempts = 3;
-    // Of all attempts and the pauses between them; 0 = no limit.
+    // Of all attempts and the pauses between them; of a position, of each attempt. 0 = no limit.
     std::chrono::milliseconds total{0};
     Backoff backoff;
     HttpLimits limits; // of each attempt
@@ -55,7 +55,7 @@ constexpr CallPolicy PolicyOf(ECall call)
         {ECall::eGetter, {3, 15s, kQuick, {10s, 9s, 0s, 30s, 30}}},
         {ECall::eChange, {4, 30s, kQuick, {10s, 9s, 0s, 30s, 30}}},
         {ECall::eShortReport, {1, 2s, kSlow, {}}},
-        {ECall::ePosition, {1, 20s, kSlow, {}}},
+        {ECall::ePosition, {2, 20s, kSlow, {}}},
         {ECall::eAskAgain, {1, 2s, kSlow, {}}},
         {ECall::eDeleteCopy, {3, 15s, kSlow, {}}},
         {ECall::eContent, {1, 0s, {500ms, 8s}, {}}},

@@ -68,24 +68,24 @@ bool IsPage(const HttpResponse& response)
 
 // The service sends no pages and no redirects. A proxy before the service may send an error as a
 // page: its status counts. But only the service itself can say that a file is gone or forbidden.
-bool IsOfAnotherHand(const HttpResponse& response)
+bool IsFromPortal(const HttpResponse& response)
 {
-    constexpr int kOnlyTheServices[] = {401, 403, 404, 410, 412};
+    constexpr int kServiceStatuses[] = {401, 403, 404, 410, 412};
     constexpr int kNetworkWantsLogin = 511;
     const int status = response.status;
     if (status == kNetworkWantsLogin || (status >= 300 && status < 400 && status != 304))
         return true;
-    const bool isItsToSay =
-        response.IsSuccess() || std::find(std::begin(kOnlyTheServices), std::end(kOnlyTheServices),
-                                          status) != std::end(kOnlyTheServices);
-    return isItsToSay && IsPage(response);
+    const bool isServiceStatus =
+        response.IsSuccess() || std::find(std::begin(kServiceStatuses), std::end(kServiceStatuses),
+                                          status) != std::end(kServiceStatuses);
+    return isServiceStatus && IsPage(response);
 }
 
 } // namespace
 
 Failure FailureOf(const HttpResponse& response)
 {
-    if (IsOfAnotherHand(response))
+    if (IsFromPortal(response))
         return Failure(EErrorCode::eCaptivePortal,
                        "HTTP " + std::to_string(response.status) + ", a page and no answer",
                        response.status);

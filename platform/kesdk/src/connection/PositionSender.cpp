@@ -8,10 +8,8 @@ namespace kesdk::impl {
 
 namespace {
 
-constexpr int kAttempts = 2;
-
 // A busy service must not get the position again at once.
-bool IsOfTheLink(const Failure& failure)
+bool IsLinkFailure(const Failure& failure)
 {
     return MayPass(failure) && !failure.Is(EErrorCode::eServiceBusy);
 }
@@ -28,7 +26,7 @@ PositionSender::~PositionSender()
         const std::lock_guard lock(m_mutex);
         m_isStopping = true;
     }
-    m_hasLetter.notify_all();
+    m_hasReport.notify_all();
     m_api.Wake();
     m_thread.join();
 }
@@ -38,16 +36,16 @@ void PositionSender::Put(const api::Position& position, std::int32_t sessionId,
 {
     {
         const std::lock_guard lock(m_mutex);
-        m_letter = Letter{position, sessionId, token, kAttempts};
+        m_next = Report{position, sessionId, token, PolicyOf(ECall::ePosition).attempts};
     }
-    m_hasLetter.notify_all();
+    m_hasReport.notify_all();
 }
 
 void PositionSender::Clear()
 {
     {
         const std::lock_guard lock(m_mutex);
-        m_letter.reset();
+        m_next.reset();
         ++m_generation;
     }
     m_api.Wake();
@@ -57,38 +55,38 @@ void PositionSender::Run()
 {
     ::pthread_setname_np(::pthread_self(), "kesdk-position");
     for (;;) {
-        std::optional<Letter> letter;
+        std::optional<Report> report;
         std::uint64_t generation = 0;
         {
             std::unique_lock lock(m_mutex);
-            m_hasLetter.wait(lock, [this] { return m_isStopping || m_letter; });
+            m_hasReport.wait(lock, [this] { return m_isStopping || m_next; });
             if (m_isStopping)
                 return;
-            letter.swap(m_letter);
+            report.swap(m_next);
             generation = m_generation;
         }
-        Send(std::move(*letter), generation);
+        Send(std::move(*report), generation);
     }
 }
 
-void PositionSender::Send(Letter letter, std::uint64_t generation)
+void PositionSender::Send(Report report, std::uint64_t generation)
 {
     ApiCall call;
-    call.token = letter.token;
+    call.token = report.token;
     call.abort = [this, generation] { return m_isStopping || m_generation != generation; };
     call.policy = PolicyOf(ECall::ePosition);
-    const Failure failure = m_api.PostPosition(call, letter.position);
+    const Failure failure = m_api.PostPosition(call, report.position);
     if (failure.Is(EErrorCode::eSessionEnded))
-        m_onSessionEnded(letter.sessionId);
-    else if (IsOfTheLink(failure) && --letter.triesLeft > 0)
-        PutBack(std::move(letter), generation);
+        m_onSessionEnded(report.sessionId);
+    else if (IsLinkFailure(failure) && --report.triesLeft > 0)
+        PutBack(std::move(report), generation);
 }
 
-void PositionSender::PutBack(Letter letter, std::uint64_t generation)
+void PositionSender::PutBack(Report report, std::uint64_t generation)
 {
     const std::lock_guard lock(m_mutex);
-    if (m_generation == generation && !m_letter)
-        m_letter = std::move(letter);
+    if (m_generation == generation && !m_next)
+        m_next = std::move(report);
 }
 
 } // namespace kesdk::impl

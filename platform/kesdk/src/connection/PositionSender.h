@@ -36,7 +36,7 @@ public:
     void Clear();
 
 private:
-    struct Letter
+    struct Report
     {
         api::Position position;
         std::int32_t sessionId;
@@ -45,16 +45,16 @@ private:
     };
 
     void Run();
-    void Send(Letter letter, std::uint64_t generation);
-    void PutBack(Letter letter, std::uint64_t generation);
+    void Send(Report report, std::uint64_t generation);
+    void PutBack(Report report, std::uint64_t generation);
 
     ApiClient& m_api;
     SessionEnded m_onSessionEnded;
     std::atomic<bool> m_isStopping{false};
     std::atomic<std::uint64_t> m_generation{0}; // counts the calls of Clear
-    std::mutex m_mutex;                         // guards m_letter
-    std::condition_variable m_hasLetter;
-    std::optional<Letter> m_letter;
+    std::mutex m_mutex;                         // guards m_next
+    std::condition_variable m_hasReport;
+    std::optional<Report> m_next;
     std::thread m_thread;
 };
 

@@ -13,9 +13,9 @@ namespace {
 
 using std::chrono::seconds;
 
-// A stream that was open for so long was a good one: the backoff begins anew.
+// A stream that was open for this time was a good stream: the backoff begins anew.
 constexpr seconds kLastingStream{10};
-// The operator waits for a login and cannot end it: so long after the service has taken the
+// The operator waits for a login and cannot end it: this long after the service has taken the
 // password no attempt begins.
 constexpr seconds kLoginLimit{60};
 

@@ -66,8 +66,8 @@ std::optional<std::string> TextOf(std::string_view bytes)
     return std::string(text);
 }
 
-// A power cut may leave the begin of a journal, an empty file, or zeros.
-bool IsBeginOfJournal(std::string_view bytes)
+// A power cut may leave the start of a journal, an empty file, or zeros.
+bool IsStartOfJournal(std::string_view bytes)
 {
     const std::size_t known = std::min(bytes.size(), kFirstLine.size());
     return bytes.substr(0, known) == kFirstLine.substr(0, known) ||
@@ -122,7 +122,7 @@ void RemoveJournal(const std::string& path)
 bool IsJournalOrTorn(const std::string& path)
 {
     const Content content = ReadAll(path);
-    return content.bytes && IsBeginOfJournal(*content.bytes);
+    return content.bytes && IsStartOfJournal(*content.bytes);
 }
 
 std::vector<std::string> JournalsIn(const std::string& folder, std::string_view suffix)

@@ -18,9 +18,9 @@ namespace kesdk::impl {
 namespace {
 
 constexpr std::size_t kBufferBytes = std::size_t{256} * 1024;
-// After so many bytes the kernel begins to write: the sync at the end is short then.
+// After this many bytes the kernel begins to write: the sync at the end is short then.
 constexpr std::int64_t kWriteBehindBytes = std::int64_t{8} * 1024 * 1024;
-// A smaller part is not kept.
+// The part of a smaller file is not kept.
 constexpr std::int64_t kWorthKeepingBytes = std::int64_t{64} * 1024;
 
 Failure FailureOf(const char* what, int error)
@@ -66,11 +66,18 @@ Failure PartFile::Open(const std::string& finalPath, const PartOrigin& origin,
     if (::stat(finalPath.c_str(), &existing) == 0 && !S_ISREG(existing.st_mode))
         return Failure(EErrorCode::eUnusableFileName, "something else bears that name");
     m_finalPath = finalPath;
-    m_paths = PartPathsOf(folder == "." ? "" : folder, name, longest);
+    m_paths = PartPathsOf(folder, name, longest);
     m_buffer.reserve(kBufferBytes);
-    if (Resume(origin, abort))
+    switch (Resume(origin, abort)) {
+    case EResume::eResumed:
         return Claim(origin.sizeBytes);
-    return m_isLeft ? Failure(EErrorCode::eAborted) : Create(origin);
+    case EResume::eNoPart:
+        return Create(origin);
+    case EResume::eAborted:
+        break;
+    }
+    m_isLeft = true;
+    return Failure(EErrorCode::eAborted);
 }
 
 void PartFile::Remove()
@@ -83,22 +90,20 @@ void PartFile::Remove()
 }
 
 // Reads the part once, for the digest of the whole file.
-bool PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
+PartFile::EResume PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
 {
     if (!RemoveTornAndCompare(m_paths.journal, origin))
-        return false;
+        return EResume::eNoPart;
     FileHandle file(::open(m_paths.part.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat found = {};
     if (!file.IsOpen() || ::fstat(file.Get(), &found) != 0 || !S_ISREG(found.st_mode) ||
         found.st_nlink != 1 || found.st_size > origin.sizeBytes)
-        return false;
+        return EResume::eNoPart;
     std::vector<char> piece(kBufferBytes);
     std::int64_t hashed = 0;
     while (hashed < found.st_size) {
-        if (IsAborted(abort)) {
-            m_isLeft = true; // keeps the part
-            return false;
-        }
+        if (IsAborted(abort))
+            return EResume::eAborted;
         const ssize_t got = file.ReadAt(piece.data(), piece.size(), hashed);
         if (got <= 0)
             break;
@@ -107,7 +112,7 @@ bool PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
     }
     if (hashed != found.st_size) {
         m_hash.Reset();
-        return false;
+        return EResume::eNoPart;
     }
     m_hasJournal = true;
     m_path = m_paths.part;
@@ -115,7 +120,7 @@ bool PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
     m_sizeBytes = m_flushedBytes = hashed;
     m_isResumed = hashed > 0;
     ::futimens(m_file.Get(), nullptr); // the part is young again, even if no byte arrives now
-    return true;
+    return EResume::eResumed;
 }
 
 Failure PartFile::Create(const PartOrigin& origin)

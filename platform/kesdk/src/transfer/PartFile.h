@@ -34,21 +34,22 @@ public:
     const Failure& WriteFailure() const { return m_failure; }
 
     std::int64_t SizeBytes() const { return m_sizeBytes; }
-    // Whether an earlier run wrote the begin of it.
+    // Whether an earlier run wrote its first bytes.
     bool IsResumed() const { return m_isResumed; }
     // Removes all bytes of the part.
     bool Restart();
 
     // Writes the buffer to the file, without a sync, and computes the digest. Call once.
     Result<Sha256::Digest> Finish();
-    // Keeps the part for a later run, if it is large enough.
+    // Keeps the part for a later run, if it has a byte and the whole file is large enough.
     void Keep();
     // Syncs the file, renames it and syncs the folder.
     Failure Commit();
 
 private:
     void Remove();
-    bool Resume(const PartOrigin& origin, const AbortCheck& abort);
+    enum class EResume { eResumed, eNoPart, eAborted };
+    EResume Resume(const PartOrigin& origin, const AbortCheck& abort);
     Failure Create(const PartOrigin& origin);
     Failure Claim(std::int64_t sizeBytes);
     bool Flush();

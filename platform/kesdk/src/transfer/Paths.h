@@ -6,11 +6,11 @@
 
 namespace kesdk::impl {
 
-// The folder with a slash at its end; "." for a name without a folder.
+// The folder with a slash at its end; "./" for a name without a folder.
 inline std::string FolderOf(const std::string& path)
 {
     const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
 }
 
 // The text behind the last slash.

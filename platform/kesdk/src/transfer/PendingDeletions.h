@@ -16,7 +16,7 @@ namespace kesdk::impl {
 //
 // A copy is deleted only while it still has the wrong content: so no other file is deleted if the
 // service's address names another service now. A deletion is tried for 30 days at most: the service
-// keeps a deleted file in its bin for so long.
+// keeps a deleted file in its bin for 30 days.
 //
 // Thread: the caller's, one at a time. Errors: none; the next Run tries again.
 class PendingDeletions

@@ -37,9 +37,10 @@ private:
 //                                             aborted)─────────────────────────────┘
 //
 // The deadline is the stall timeout after the last progress. Progress is an offset beyond the
-// highest one so far: bytes that arrive again do not count. The stall timeout is five minutes, and
-// 30 s for the first byte if the transfer before this one was given up: a selection of many files
-// would wait for hours on a dead link otherwise.
+// highest offset so far: bytes that arrive again do not count. The stall timeout is five minutes.
+// It is 30 s for the first byte if the transfer before was given up in the last two minutes: on a
+// dead link, a selection of many files would wait for hours otherwise. While no answer has
+// confirmed bytes that left the console, the deadline is five minutes after they left.
 //
 // Thread: the caller's. Errors: as Failure.
 class ResumableTransfer
@@ -64,7 +65,7 @@ public:
     // Where the next attempt continues.
     std::int64_t OffsetBytes() const { return m_offset; }
     std::int64_t HighestOffsetBytes() const { return m_highest; }
-    // The receiver has so much. Whether that is progress.
+    // The receiver has this many bytes. Returns whether that is progress.
     bool Reach(std::int64_t offsetBytes);
     // Another upload takes the place of this one: its offsets begin at 0.
     void StartOver()
@@ -80,7 +81,7 @@ public:
     void NoteSent(Clock::Time begin);
     // An answer showed that the service was reached.
     void RestartDeadline();
-    // For so long the console itself was busy, not the link.
+    // For this time the console itself was busy, not the link.
     void Extend(Clock::Time::duration busy);
 
 private:
@@ -96,7 +97,7 @@ private:
     const CallPolicy m_policy = PolicyOf(ECall::eContent);
     std::int64_t m_offset;
     std::int64_t m_highest;
-    Clock::Time m_progress; // the last one, or the begin
+    Clock::Time m_progress; // the last one, or the start
     // Bytes left until then, and no answer has said yet whether they arrived.
     std::optional<Clock::Time> m_sentUntil;
     std::chrono::seconds m_stallTimeout;

@@ -158,8 +158,7 @@ UploadJournal::Places UploadJournal::PlacesOf(const UploadOrigin& origin) const
         name += '\n' + std::to_string(id);
     const std::string file = HexDigestOf(name) + std::string(kSuffix);
     const std::string folder = FolderOf(origin.path);
-    return {m_folder.empty() ? m_folder : m_folder + '/' + file,
-            (folder == "." ? "./" : folder) + '.' + file};
+    return {m_folder.empty() ? m_folder : m_folder + '/' + file, folder + '.' + file};
 }
 
 void UploadJournal::SweepBeside(const std::string& path)

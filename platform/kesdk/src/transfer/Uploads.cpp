@@ -172,7 +172,7 @@ Uploads::Attempt Uploads::TakeResult(Job& job, const UploadRecord& answer)
         return {true, digest.failure};
     job.transfer.RestartDeadline(); // the service answered, and the digest took its time
     // The answer to the last PATCH has no records.
-    if (!HasRecordsOf(state.upload, answer) || IsOfAnother(job, answer.location))
+    if (!HasRecordsOf(state.upload, answer) || IsOfAnotherUpload(job, answer.location))
         return AskAgain(job);
     if (isPendingDeletion || answer.reprDigest != ToReprDigest(digest.value))
         return AfterWrongResult(job, answer, isPendingDeletion);
@@ -224,7 +224,7 @@ Failure Uploads::UseNewKey(Job& job)
     return {};
 }
 
-bool Uploads::IsOfAnother(const Job& job, const std::string& location) const
+bool Uploads::IsOfAnotherUpload(const Job& job, const std::string& location) const
 {
     const auto known = m_keys.find(location);
     return location.empty() ||
@@ -234,7 +234,7 @@ bool Uploads::IsOfAnother(const Job& job, const std::string& location) const
 // Whether two answers to the key have named this location.
 bool Uploads::IsOwn(Job& job, const std::string& location)
 {
-    if (IsOfAnother(job, location))
+    if (IsOfAnotherUpload(job, location))
         return false;
     const bool isRepeated = std::exchange(job.lastLocation, location) == location;
     if (location == job.location)

@@ -99,7 +99,7 @@ private:
     Attempt AfterWrongResult(Job& job, const UploadRecord& answer, bool isPendingDeletion);
     Attempt AskAgain(Job& job, const Failure& reason = {});
     Failure UseNewKey(Job& job);
-    bool IsOfAnother(const Job& job, const std::string& location) const;
+    bool IsOfAnotherUpload(const Job& job, const std::string& location) const;
     bool IsOwn(Job& job, const std::string& location);
     bool IsAnsweredAgain(const ApiCall& call, const UploadState& state);
     void DeleteCopy(const ApiCall& call, const UploadState& state, const UploadRecord& copy);
