@@ -34,7 +34,7 @@ inline constexpr std::array<TTextRow, 4> textRows = {{
                        "gpsd:HOST:PORT, serial:DEVICE@BAUD or nmea:FILE; empty for none"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "None"), &TStoredSettings::positionSource},
     {"save", QT_TRANSLATE_NOOP("console::TSettingsPage", "Data folder"),
-     QT_TRANSLATE_NOOP("console::TSettingsPage", "Where everything that is received is kept"), "",
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Folder of the received files"), "",
      &TStoredSettings::dataFolder},
 }};
 

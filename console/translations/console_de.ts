@@ -501,7 +501,7 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <translation>Datenordner</translation>
     </message>
     <message>
-        <source>Where everything that is received is kept</source>
+        <source>Folder of the received files</source>
         <translation>Hier wird alles Empfangene abgelegt</translation>
     </message>
     <message>

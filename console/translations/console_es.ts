@@ -501,7 +501,7 @@ El servicio aún no ha listado sus archivos.</translation>
         <translation>Carpeta de datos</translation>
     </message>
     <message>
-        <source>Where everything that is received is kept</source>
+        <source>Folder of the received files</source>
         <translation>Donde se guarda todo lo recibido</translation>
     </message>
     <message>

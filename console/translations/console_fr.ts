@@ -501,7 +501,7 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <translation>Dossier de données</translation>
     </message>
     <message>
-        <source>Where everything that is received is kept</source>
+        <source>Folder of the received files</source>
         <translation>Où tout ce qui est reçu est conservé</translation>
     </message>
     <message>

@@ -501,7 +501,7 @@ Usługa nie podała jeszcze listy plików.</translation>
         <translation>Folder danych</translation>
     </message>
     <message>
-        <source>Where everything that is received is kept</source>
+        <source>Folder of the received files</source>
         <translation>Tu trafia wszystko, co zostało odebrane</translation>
     </message>
     <message>

@@ -501,7 +501,7 @@ O serviço ainda não listou seus arquivos.</translation>
         <translation>Pasta de dados</translation>
     </message>
     <message>
-        <source>Where everything that is received is kept</source>
+        <source>Folder of the received files</source>
         <translation>Onde fica tudo o que é recebido</translation>
     </message>
     <message>

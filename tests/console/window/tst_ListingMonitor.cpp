@@ -1,4 +1,4 @@
-// What the lists of names say about the service's files after the hub's signals.
+// TListingMonitor: the text of an empty list of names after each signal of the hub.
 #include "console/window/TListingMonitor.h"
 #include "hostimpl/Listing.h"
 #include "support/TTestCase.h"

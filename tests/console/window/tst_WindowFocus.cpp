@@ -191,7 +191,7 @@ private Q_SLOTS:
         QCOMPARE(it.Focus(), it.page.upper);
     }
 
-    // Also while the keys go to a panel in which nothing can take the focus.
+    // The keys go to a panel in which nothing can take the focus.
     void theWheelGoesOnFromAPanelWithoutAFocus()
     {
         TConsole it;

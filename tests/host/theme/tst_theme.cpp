@@ -164,7 +164,8 @@ void tst_Theme::textsHaveEnoughContrast()
     QVERIFY2(contrast >= least, qPrintable(QString::number(contrast)));
 }
 
-// The ring is drawn on the ground with an inner edge. One of both colours is enough.
+// The ring is drawn on the ground with an inner edge. The ring is seen if the ring or the edge has
+// enough contrast.
 void tst_Theme::theFocusRingIsSeenOnEachGround()
 {
     for (const auto theme : {ETheme::eDay, ETheme::eNight}) {

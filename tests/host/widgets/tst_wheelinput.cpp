@@ -147,7 +147,7 @@ void tst_WheelInput::writesText()
     QTest::keyClicks(it.window.focusWidget(), QStringLiteral("abc"));
     it.Key(Qt::Key_Return);
     QCOMPARE(it.text->GetTextValue(), QStringLiteral("abc"));
-    QCOMPARE(it.window.focusWidget(), it.choice); // where the operator goes on
+    QCOMPARE(it.window.focusWidget(), it.choice);
     it.Key(Qt::Key_Up);
     it.Key(Qt::Key_Return);
     it.Key(Qt::Key_Down); // ends the editing and moves to the next widget

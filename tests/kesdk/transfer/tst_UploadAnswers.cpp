@@ -137,7 +137,7 @@ TEST_F(UploadsTest, GivesUpWhenEveryAnswerIsToAnotherUpload)
     EXPECT_EQ(service.FileIds(inbox), Ids{earlier});
 }
 
-// The earlier process is gone: no answer can be compared with what it was told.
+// The ids that the service told an earlier process are not known any more.
 TEST_F(UploadsTest, KeepsTheCopyOfAnEarlierUploadOfTheSameNameSizeAndTarget)
 {
     const std::string other(kContent.size(), 'a');

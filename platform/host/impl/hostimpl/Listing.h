@@ -1,4 +1,4 @@
-// What the console knows about the service's lists of files. An empty list of names shows it.
+// Says whether the service's files are listed, so that an empty list of names can give the reason.
 #pragma once
 
 #include "host/HostExport.h"

@@ -49,8 +49,8 @@ public:
 
     // A press of the button starts the editing, the next press ends it. During the editing the
     // wheel steps through the offered choices, or the keyboard writes the text. The press that ends
-    // a text also goes on: to the next row, which is edited then, or to the button that follows,
-    // which is pressed. A touch opens the list of choices.
+    // a text also opens the next row for editing, or presses the next button. A touch opens the
+    // list of choices.
     bool OnWheelTurned(int steps) override;
     bool OnWheelPressed() override;
     bool OnBackPressed() override;
