@@ -262,14 +262,13 @@ void tst_Settings::repairsAnInterruptedUnpackingAtSetUp()
     const TTempDataFolder data;
     const QString folder = TSystemSettingsProxy().GetKelvoDownloadPivotsFolderPath();
     QVERIFY(kelvo::test::CreateFromImage(
-        folder, {{QStringLiteral(".console-unpacking/new"), "folder"},
-                 {QStringLiteral(".console-unpacking/old/0"), "file:former"},
-                 {QStringLiteral(".console-unpacking/journal"), "file:replace pivot\nend\n"},
-                 {QStringLiteral("pivot"), "file:new"}}));
+        folder, {{QStringLiteral(".console-unpacking/new/pivot"), "file:new"},
+                 {QStringLiteral(".console-unpacking/old/pivots/pivot"), "file:former"}}));
     QString errorText;
     QVERIFY(hostimpl::SetUpHost(data.Path(), errorText));
     QCOMPARE(kelvo::test::ImageOf(folder),
-             (kelvo::test::TFolderImage{{QStringLiteral("pivot"), "file:former"}}));
+             (kelvo::test::TFolderImage{{QStringLiteral("pivots"), "folder"},
+                                        {QStringLiteral("pivots/pivot"), "file:former"}}));
 }
 
 void tst_Settings::setUpFailsInAnUnusableFolder()

@@ -3,6 +3,8 @@
 #include "large/LargeFixture.h"
 #include "transfer/Uploads.h"
 
+#include <nlohmann/json.hpp>
+
 namespace kesdk::impl {
 
 namespace {
@@ -52,6 +54,8 @@ protected:
         return [this, from, bytes](const SentRequest& sent) {
             const std::int64_t offset = hole + static_cast<std::int64_t>(from);
             EXPECT_EQ(sent.Header("Upload-Offset"), std::to_string(offset));
+            if (!sent.request.source)
+                return test::Drop();
             EXPECT_EQ(sent.request.source->LengthBytes(), sizeBytes - offset);
             bool failed = false;
             EXPECT_EQ(test::ReadBody(sent.request, bytes, failed), text.substr(from, bytes));
@@ -61,6 +65,25 @@ protected:
             HttpOutcome outcome;
             outcome.response = test::Reply(204, {},
                                            {{"Upload-Offset", std::to_string(sizeBytes)},
+                                            {"Kelvo-File-Ids", std::to_string(kFile)},
+                                            {"Repr-Digest", ToReprDigest(digest)}});
+            return outcome;
+        };
+    }
+    // Answers the result, with the record of the file.
+    Answer Stored() const
+    {
+        return [this](const SentRequest& sent) {
+            EXPECT_EQ(sent.request.source, nullptr);
+            const nlohmann::json record = {
+                {"id", kFile},          {"kind", "file"},
+                {"name", "report.zip"}, {"container", 10},
+                {"size", sizeBytes},    {"sha256", ToHex(digest)},
+                {"etag", "\"etag\""},   {"created_at", "2026-01-01T00:00:00Z"}};
+            HttpOutcome outcome;
+            outcome.response = test::Reply(201, nlohmann::json{{"files", {record}}}.dump(),
+                                           {{"Location", "/kelvo-api/v1/uploads/u1"},
+                                            {"Upload-Offset", std::to_string(sizeBytes)},
                                             {"Kelvo-File-Ids", std::to_string(kFile)},
                                             {"Repr-Digest", ToReprDigest(digest)}});
             return outcome;
@@ -84,21 +107,23 @@ protected:
 
 TEST_P(LargeUploads, SendOnlyTheMissingBytes)
 {
-    answers = {TakesNothing(), Offset(10, 201), Takes(10, 20), Offset(30, 201),
-               Takes(30, text.size() - 30)};
+    answers = {TakesNothing(), Offset(10, 201), Offset(10, 201),
+               Takes(10, 20),  Offset(30, 201), Takes(30, text.size() - 30),
+               Stored()};
     ExpectStored(Send());
-    EXPECT_EQ(lines[3], "POST /v1/uploads");
+    EXPECT_EQ(lines[4], "POST /v1/uploads");
 }
 
 TEST_P(LargeUploads, ResumeAfterARestart)
 {
-    answers = {TakesNothing(), Offset(10, 201), Takes(10, 20)};
-    AbortAfter(3);
+    answers = {TakesNothing(), Offset(10, 201), Offset(10, 201), Takes(10, 20)};
+    AbortAfter(4);
     EXPECT_EQ(Send().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
-    answers.insert(answers.end(), {Offset(30, 201), Takes(30, text.size() - 30)});
+    answers.insert(answers.end(),
+                   {Offset(30, 201), Offset(30, 201), Takes(30, text.size() - 30), Stored()});
     ExpectStored(Send());
-    EXPECT_EQ(lines[3], "POST /v1/uploads");
+    EXPECT_EQ(lines[4], "POST /v1/uploads");
 }
 
 TEST_P(LargeUploads, RefuseAnOffsetAfterTheEnd)
