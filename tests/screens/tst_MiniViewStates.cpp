@@ -4,6 +4,7 @@
 #include "tests/screens/TMiniViewFixture.h"
 
 #include <QtTest/QtTest>
+#include <QtWidgets/QLineEdit>
 
 #include <functional>
 
@@ -24,6 +25,8 @@ private Q_SLOTS:
     void theButtonLogsIn();
     void theButtonLogsOutWithoutReadingTheCredentials();
     void acceptsAUserNameOfSpaces();
+    void aRevealedPasswordIsHiddenAfterTheLogin_data();
+    void aRevealedPasswordIsHiddenAfterTheLogin();
 };
 
 namespace {
@@ -205,6 +208,32 @@ void tst_MiniViewStates::acceptsAUserNameOfSpaces()
     f.Configure(Text("  "), Text(" "));
     f.Button().click();
     QCOMPARE(f.log.Names(), QStringList{Text("KelvoLoginRequested")});
+}
+
+void tst_MiniViewStates::aRevealedPasswordIsHiddenAfterTheLogin_data()
+{
+    QTest::addColumn<TReport>("end");
+    QTest::newRow("logged out") << TReport([](TKelvoInterface& hub) {
+        hub.OnLoggedIntoKelvo();
+        hub.OnLoggedOutOfKelvo();
+    });
+    QTest::newRow("login failed") << TReport(
+        [](TKelvoInterface& hub) { hub.OnLoginToKelvoFailed(Text("wrong")); });
+}
+
+void tst_MiniViewStates::aRevealedPasswordIsHiddenAfterTheLogin()
+{
+    QFETCH(TReport, end);
+    TMiniViewFixture f;
+    f.Configure(Text("olga"), Text("secret"));
+    f.view.show();
+    f.Password().findChild<TPushButton*>()->click();
+    const QLineEdit& edit = *f.Password().findChild<QLineEdit*>();
+    QCOMPARE(edit.echoMode(), QLineEdit::Normal);
+    f.Button().click();
+    end(f.Hub());
+    QVERIFY(f.Password().isVisible());
+    QCOMPARE(edit.echoMode(), QLineEdit::Password);
 }
 
 KELVO_WIDGET_TEST_MAIN(tst_MiniViewStates)

@@ -18,6 +18,24 @@ TPushButton& EyeOf(TPropertyWidget& row)
     return *row.findChild<TPushButton*>();
 }
 
+// A row with a text, in an active window.
+struct TTextRow
+{
+    TTextRow()
+    {
+        row.resize(500, PROPERTY_WIDGET_HEIGHT);
+        row.SetTextValue(QStringLiteral("seven green fields"));
+        window.show();
+        isActive = QTest::qWaitForWindowActive(&window);
+    }
+
+    int Length() const { return row.GetTextValue().size(); }
+
+    TWindow window;
+    TPropertyWidget row{&window};
+    bool isActive = false;
+};
+
 } // namespace
 
 class tst_PropertyWidget : public kelvo::test::TTestCase
@@ -33,7 +51,11 @@ private Q_SLOTS:
     void emitsOnlyForAChangedText();
     void emitsForEachTypedCharacter();
     void hidesAndRevealsTheText();
+    void hidesARevealedTextWhenTheRowIsHidden();
     void hasNoRevealButtonWithoutHiding();
+    void theEditingStartsAtTheEndOfTheText();
+    void aTouchOnAHiddenTextEditsItsEnd();
+    void aSecondTouchOnAVisibleTextMovesTheCaret();
     void theWheelSkipsARowThatIsNotEdited();
     void theWheelSkipsChoicesNotOffered();
     void theWheelStopsAtBothEnds();
@@ -137,6 +159,22 @@ void tst_PropertyWidget::hidesAndRevealsTheText()
     QCOMPARE(row.GetTextValue(), QStringLiteral("secret"));
 }
 
+void tst_PropertyWidget::hidesARevealedTextWhenTheRowIsHidden()
+{
+    TPropertyWidget row;
+    row.setAllowHideText(true);
+    row.show();
+    EyeOf(row).click();
+    QCOMPARE(EditOf(row).echoMode(), QLineEdit::Normal);
+    row.hide();
+    row.show();
+    QCOMPARE(EditOf(row).echoMode(), QLineEdit::Password);
+    row.setAllowHideText(false);
+    row.hide();
+    row.show();
+    QCOMPARE(EditOf(row).echoMode(), QLineEdit::Normal);
+}
+
 void tst_PropertyWidget::hasNoRevealButtonWithoutHiding()
 {
     TPropertyWidget row;
@@ -148,6 +186,40 @@ void tst_PropertyWidget::hasNoRevealButtonWithoutHiding()
     row.setAllowHideText(false);
     QVERIFY(!EyeOf(row).isVisible());
     QCOMPARE(EditOf(row).echoMode(), QLineEdit::Normal);
+}
+
+void tst_PropertyWidget::theEditingStartsAtTheEndOfTheText()
+{
+    TTextRow place;
+    QVERIFY(place.isActive);
+    EditOf(place.row).setCursorPosition(2);
+    place.row.OnWheelPressed();
+    QCOMPARE(EditOf(place.row).cursorPosition(), place.Length());
+    place.row.OnBackPressed();
+    QTest::mouseClick(&EditOf(place.row), Qt::LeftButton, Qt::NoModifier, QPoint(20, 5));
+    QCOMPARE(EditOf(place.row).cursorPosition(), place.Length());
+}
+
+void tst_PropertyWidget::aTouchOnAHiddenTextEditsItsEnd()
+{
+    TTextRow place;
+    QVERIFY(place.isActive);
+    place.row.setAllowHideText(true);
+    for (int touch = 0; touch < 2; ++touch) {
+        QTest::mouseClick(&EditOf(place.row), Qt::LeftButton, Qt::NoModifier, QPoint(20, 5));
+        QCOMPARE(EditOf(place.row).cursorPosition(), place.Length());
+    }
+    QTest::keyClicks(&EditOf(place.row), QStringLiteral("x"));
+    QVERIFY(place.row.GetTextValue().endsWith(QLatin1Char('x')));
+}
+
+void tst_PropertyWidget::aSecondTouchOnAVisibleTextMovesTheCaret()
+{
+    TTextRow place;
+    QVERIFY(place.isActive);
+    place.row.OnWheelPressed();
+    QTest::mouseClick(&EditOf(place.row), Qt::LeftButton, Qt::NoModifier, QPoint(20, 5));
+    QVERIFY(EditOf(place.row).cursorPosition() < place.Length());
 }
 
 void tst_PropertyWidget::theWheelSkipsARowThatIsNotEdited()

@@ -261,14 +261,22 @@ void TPropertyWidget::TRow::OnKey(QEvent& event)
     }
 }
 
+// The caret starts at the end of the text. Later touches move the caret in a visible text only.
 bool TPropertyWidget::TRow::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::FocusIn) {
         m_isEditing = true;
+        m_isFirstTouch = static_cast<QFocusEvent*>(event)->reason() == Qt::MouseFocusReason;
+        m_edit->end(false);
         m_widget.update();
     } else if (event->type() == QEvent::FocusOut) {
         m_isEditing = false;
         m_widget.update();
+    } else if (event->type() == QEvent::MouseButtonRelease) {
+        if (m_isFirstTouch || m_edit->echoMode() == QLineEdit::Password) {
+            m_edit->end(false);
+        }
+        m_isFirstTouch = false;
     }
     return QObject::eventFilter(watched, event);
 }
@@ -296,11 +304,15 @@ void TPropertyWidget::TRow::ShowLock()
     }
 }
 
-// The editing ends when the row is disabled or hidden.
+// The editing ends when the row is disabled or hidden, and a revealed text is hidden again.
 void TPropertyWidget::TRow::CloseIfOff()
 {
-    if (!m_widget.isEnabled() || !m_widget.isVisible()) {
-        StopEditingAndClose();
+    if (m_widget.isEnabled() && m_widget.isVisible()) {
+        return;
+    }
+    StopEditingAndClose();
+    if (!m_eye->isHidden()) {
+        ShowHidden(true);
     }
 }
 

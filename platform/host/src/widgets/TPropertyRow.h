@@ -71,6 +71,7 @@ private:
     int m_type = eText;
     bool m_isEditing = false;
     bool m_isTouched = false;
+    bool m_isFirstTouch = false; // the touch that has started the editing
     QLineEdit* m_edit;
     TPushButton* m_eye;
     QPointer<TChoicePopup> m_popup;
