@@ -28,7 +28,8 @@ protected:
     void LeavePart(std::size_t afterHole)
     {
         WriteLarge("here.zip.part", text.substr(0, afterHole));
-        const PartOrigin origin{call.serviceAndUser, file.id, file.etag, file.sizeBytes, file.sha256Hex};
+        const PartOrigin origin{call.serviceAndUser, file.id, file.etag, file.sizeBytes,
+                                file.sha256Hex};
         ASSERT_TRUE(WritePartJournal(folder.Path("here.zip.part.journal"), origin));
     }
     // Fetches as a restarted console does.
