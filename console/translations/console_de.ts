@@ -355,6 +355,10 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <source>Hide the text</source>
         <translation>Text verbergen</translation>
     </message>
+    <message>
+        <source>Clear the text</source>
+        <translation>Text löschen</translation>
+    </message>
 </context>
 <context>
     <name>console::TAboutPage</name>

@@ -355,6 +355,10 @@ El servicio aún no ha listado sus archivos.</translation>
         <source>Hide the text</source>
         <translation>Ocultar el texto</translation>
     </message>
+    <message>
+        <source>Clear the text</source>
+        <translation>Borrar el texto</translation>
+    </message>
 </context>
 <context>
     <name>console::TAboutPage</name>

@@ -355,6 +355,10 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <source>Hide the text</source>
         <translation>Masquer le texte</translation>
     </message>
+    <message>
+        <source>Clear the text</source>
+        <translation>Effacer le texte</translation>
+    </message>
 </context>
 <context>
     <name>console::TAboutPage</name>

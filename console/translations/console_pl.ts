@@ -355,6 +355,10 @@ Usługa nie podała jeszcze listy plików.</translation>
         <source>Hide the text</source>
         <translation>Ukryj tekst</translation>
     </message>
+    <message>
+        <source>Clear the text</source>
+        <translation>Wyczyść tekst</translation>
+    </message>
 </context>
 <context>
     <name>console::TAboutPage</name>

@@ -355,6 +355,10 @@ O serviço ainda não listou seus arquivos.</translation>
         <source>Hide the text</source>
         <translation>Ocultar o texto</translation>
     </message>
+    <message>
+        <source>Clear the text</source>
+        <translation>Limpar o texto</translation>
+    </message>
 </context>
 <context>
     <name>console::TAboutPage</name>

@@ -1,6 +1,7 @@
 // A property row: its value, its ValueChanged() signal, and its use by touch, wheel and keyboard.
 #include "TChoiceRow.h"
 #include "host/TPushButton.h"
+#include "hostimpl/FocusOrder.h"
 #include "hostimpl/Theme.h"
 #include "support/WidgetTestMain.h"
 
@@ -15,7 +16,12 @@ QLineEdit& EditOf(TPropertyWidget& row)
 
 TPushButton& EyeOf(TPropertyWidget& row)
 {
-    return *row.findChild<TPushButton*>();
+    return *row.findChildren<TPushButton*>().at(0);
+}
+
+TPushButton& ClearOf(TPropertyWidget& row)
+{
+    return *row.findChildren<TPushButton*>().at(1);
 }
 
 // A row with a text, in an active window.
@@ -56,6 +62,9 @@ private Q_SLOTS:
     void theEditingStartsAtTheEndOfTheText();
     void aTouchOnAHiddenTextEditsItsEnd();
     void aSecondTouchOnAVisibleTextMovesTheCaret();
+    void aTouchClearsAHiddenText();
+    void theWheelClearsAHiddenText();
+    void offersToClearOnlyAHiddenText();
     void theWheelSkipsARowThatIsNotEdited();
     void theWheelSkipsChoicesNotOffered();
     void theWheelStopsAtBothEnds();
@@ -220,6 +229,51 @@ void tst_PropertyWidget::aSecondTouchOnAVisibleTextMovesTheCaret()
     place.row.OnWheelPressed();
     QTest::mouseClick(&EditOf(place.row), Qt::LeftButton, Qt::NoModifier, QPoint(20, 5));
     QVERIFY(EditOf(place.row).cursorPosition() < place.Length());
+}
+
+void tst_PropertyWidget::aTouchClearsAHiddenText()
+{
+    TTextRow place;
+    QVERIFY(place.isActive);
+    place.row.setAllowHideText(true);
+    QVERIFY(!ClearOf(place.row).isVisible());
+    place.row.OnWheelPressed();
+    TPushButton& clear = ClearOf(place.row);
+    QVERIFY(clear.isVisible());
+    QVERIFY(!clear.geometry().intersects(EyeOf(place.row).geometry()));
+    QVERIFY(!clear.geometry().intersects(EditOf(place.row).geometry()));
+    const QSignalSpy changes(&place.row, &TPropertyWidget::ValueChanged);
+    QTest::mouseClick(&clear, Qt::LeftButton);
+    QCOMPARE(place.row.GetTextValue(), QString());
+    QCOMPARE(changes.count(), 1);
+    QVERIFY(EditOf(place.row).hasFocus());
+    QVERIFY(!clear.isVisible());
+}
+
+void tst_PropertyWidget::theWheelClearsAHiddenText()
+{
+    TTextRow place;
+    QVERIFY(place.isActive);
+    place.row.setAllowHideText(true);
+    place.row.OnWheelPressed();
+    QVERIFY(hostimpl::MoveFocus(place.window, 1, true));
+    QCOMPARE(place.window.focusWidget(), &ClearOf(place.row));
+    QVERIFY(ClearOf(place.row).isVisible());
+    ClearOf(place.row).OnWheelPressed();
+    QCOMPARE(place.row.GetTextValue(), QString());
+    QVERIFY(EditOf(place.row).hasFocus());
+}
+
+void tst_PropertyWidget::offersToClearOnlyAHiddenText()
+{
+    TTextRow place;
+    QVERIFY(place.isActive);
+    place.row.OnWheelPressed();
+    QVERIFY(!ClearOf(place.row).isVisible());
+    place.row.setAllowHideText(true);
+    QVERIFY(ClearOf(place.row).isVisible());
+    place.row.OnBackPressed();
+    QVERIFY(!ClearOf(place.row).isVisible());
 }
 
 void tst_PropertyWidget::theWheelSkipsARowThatIsNotEdited()

@@ -14,17 +14,14 @@
 #include <algorithm>
 #include <cmath>
 
-namespace {
-
-constexpr Qt::InputMethodHints TEXT_HINTS = Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText;
-
-} // namespace
-
 TPropertyWidget::TRow::TRow(TPropertyWidget& widget)
     : m_widget(widget),
       m_edit(new QLineEdit(&widget)),
       m_eye(new TPushButton(&widget, QString(), QStringLiteral("NewStandardButton"),
-                            QStringLiteral("NewStandardButtonSelected"), -1, QString()))
+                            QStringLiteral("NewStandardButtonSelected"), -1, QString())),
+      m_clear(new TPushButton(&widget, QString(), QStringLiteral("NewStandardButton"),
+                              QStringLiteral("NewStandardButtonSelected"), -1,
+                              TPropertyWidget::tr("Clear the text")))
 {
     m_edit->setFrame(false);
     m_edit->setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
@@ -36,9 +33,18 @@ TPropertyWidget::TRow::TRow(TPropertyWidget& widget)
     ShowColours();
     m_edit->installEventFilter(this);
     connect(m_edit, &QLineEdit::textEdited, this, [this] { Q_EMIT m_widget.ValueChanged(); });
+    connect(m_edit, &QLineEdit::textChanged, this, [this] { ShowClear(); });
     m_eye->hide();
     connect(m_eye, &TPushButton::Clicked, this,
             [this] { ShowHidden(m_edit->echoMode() == QLineEdit::Normal); });
+    m_clear->hide();
+    m_clear->setIcon(hostimpl::ThemeIcon(QStringLiteral("close")));
+    m_clear->setFocusPolicy(Qt::TabFocus); // a touch leaves the focus in the text field
+    m_clear->installEventFilter(this);
+    connect(m_clear, &TPushButton::Clicked, this, [this] {
+        StartEditing();
+        m_widget.SetTextValue(QString());
+    });
 }
 
 TPropertyWidget::TRow::~TRow() = default;
@@ -62,24 +68,6 @@ void TPropertyWidget::TRow::ShowItem(const TEditItem& item)
         m_popup->ShowOffered(m_item);
     }
     m_widget.update();
-}
-
-void TPropertyWidget::TRow::SetAllowHideText(bool isAllowed)
-{
-    m_eye->setVisible(isAllowed);
-    ShowHidden(isAllowed);
-    Arrange();
-}
-
-void TPropertyWidget::TRow::ShowHidden(bool isHidden)
-{
-    m_edit->setEchoMode(isHidden ? QLineEdit::Password : QLineEdit::Normal);
-    m_edit->setInputMethodHints(TEXT_HINTS | Qt::ImhSensitiveData |
-                                (isHidden ? Qt::ImhHiddenText : Qt::ImhNone));
-    m_eye->setIcon(
-        hostimpl::ThemeIcon(isHidden ? QStringLiteral("eye") : QStringLiteral("eye-off")));
-    m_eye->setToolTip(isHidden ? TPropertyWidget::tr("Show the text")
-                               : TPropertyWidget::tr("Hide the text"));
 }
 
 double TPropertyWidget::TRow::Number() const
@@ -261,40 +249,6 @@ void TPropertyWidget::TRow::OnKey(QEvent& event)
     }
 }
 
-// The caret starts at the end of the text. Later touches move the caret in a visible text only.
-bool TPropertyWidget::TRow::eventFilter(QObject* watched, QEvent* event)
-{
-    if (event->type() == QEvent::FocusIn) {
-        m_isEditing = true;
-        m_isFirstTouch = static_cast<QFocusEvent*>(event)->reason() == Qt::MouseFocusReason;
-        m_edit->end(false);
-        m_widget.update();
-    } else if (event->type() == QEvent::FocusOut) {
-        m_isEditing = false;
-        m_widget.update();
-    } else if (event->type() == QEvent::MouseButtonRelease) {
-        if (m_isFirstTouch || m_edit->echoMode() == QLineEdit::Password) {
-            m_edit->end(false);
-        }
-        m_isFirstTouch = false;
-    }
-    return QObject::eventFilter(watched, event);
-}
-
-// The text field gets its own palette, so that it is readable even if the application's palette is
-// not the theme's.
-void TPropertyWidget::TRow::ShowColours()
-{
-    QPalette palette = m_edit->palette();
-    palette.setColor(QPalette::Base, Qt::transparent);
-    palette.setColor(QPalette::Text, hostimpl::ThemeColour(hostimpl::EColour::eText));
-    palette.setColor(QPalette::PlaceholderText,
-                     hostimpl::ThemeColour(hostimpl::EColour::eMutedText));
-    palette.setColor(QPalette::Disabled, QPalette::Text,
-                     hostimpl::ThemeColour(hostimpl::EColour::eOffText));
-    m_edit->setPalette(palette);
-}
-
 void TPropertyWidget::TRow::ShowLock()
 {
     const bool isLocked = hostimpl::IsLockedAround(m_widget);
@@ -322,18 +276,4 @@ void TPropertyWidget::TRow::StopEditingAndClose()
     if (!m_popup.isNull()) {
         m_popup->CloseWindow();
     }
-}
-
-void TPropertyWidget::TRow::Arrange()
-{
-    QRect place = m_widget.rect().adjusted(PADDING, 0, -PADDING, 0);
-    if (!iconName.isEmpty()) {
-        place.setLeft(place.left() + ICON_SIZE + PADDING);
-    }
-    if (!m_eye->isHidden()) {
-        const int size = hostimpl::TOUCH_SIZE;
-        m_eye->setGeometry(m_widget.width() - size, 0, size, std::max(m_widget.height(), size));
-        place.setRight(m_widget.width() - size - PADDING);
-    }
-    m_edit->setGeometry(ValuePlace(place.left(), place.right()));
 }

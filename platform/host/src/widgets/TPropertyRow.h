@@ -47,12 +47,14 @@ public:
 private:
     void OnPaint();
     void OnKey(QEvent& event);
+    void OnEditEvent(const QEvent& event);
     void Arrange();
     void ShowColours();
     void ShowLock();
     void CloseIfOff();
     void StopEditingAndClose();
     void ShowHidden(bool isHidden);
+    void ShowClear();
     void DrawValue(QPainter& painter, const QRect& place) const;
     // The next offered value in a direction, or `from` if there is none.
     double NextOffered(double from, int direction) const;
@@ -61,6 +63,9 @@ private:
     // usual height the lines overlap, but the letters do not.
     QRect NamePlace(int left, int right) const;
     QRect ValuePlace(int left, int right) const;
+
+    static constexpr Qt::InputMethodHints TEXT_HINTS =
+        Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText;
 
     // In pixels.
     static constexpr int PADDING = 12;
@@ -74,5 +79,6 @@ private:
     bool m_isFirstTouch = false; // the touch that has started the editing
     QLineEdit* m_edit;
     TPushButton* m_eye;
+    TPushButton* m_clear;
     QPointer<TChoicePopup> m_popup;
 };
