@@ -16,6 +16,31 @@ QString LongMessage()
     return QStringLiteral("Field.zip failed to upload.\nNo link.\n\n").repeated(40);
 }
 
+bool HasRing(TMessageText& text)
+{
+    const QImage image = text.grab().toImage();
+    const QColor ring = hostimpl::ThemeColour(hostimpl::EColour::eFocus);
+    return image.pixelColor(image.width() / 2, 1) == ring &&
+           image.pixelColor(image.width() / 2, image.height() - 2) == ring;
+}
+
+// Records what a widget paints anew.
+class TPaints : public QObject
+{
+public:
+    explicit TPaints(QWidget& widget) { widget.installEventFilter(this); }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint) {
+            places.append(static_cast<QPaintEvent*>(event)->rect());
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+    QVector<QRect> places;
+};
+
 } // namespace
 
 class tst_MessageText : public kelvo::test::TTestCase
@@ -26,6 +51,9 @@ private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
     void longMessagesScroll();
     void theWheelScrollsLongMessages();
+    void theFocusRingLiesBesideTheText();
+    void theFocusRingGoesWithTheFocus();
+    void aShortMessageGivesTheFocusBack();
     void growsWithItsMessage();
     void coversTheScreenIfFullScreen();
     void drawsSimpleRichText();
@@ -68,6 +96,46 @@ void tst_MessageText::theWheelScrollsLongMessages()
     QVERIFY(steps > 1);
     QCOMPARE(dialog.Text().verticalScrollBar()->value(),
              dialog.Text().verticalScrollBar()->maximum());
+}
+
+void tst_MessageText::theFocusRingLiesBesideTheText()
+{
+    TDialog dialog(TMessageDialog::eAcknowledge);
+    QVERIFY(QTest::qWaitForWindowActive(&dialog.dialog));
+    dialog.dialog.SetMessage(LongMessage());
+    QWidget& place = *dialog.Text().viewport();
+    const QImage before = place.grab().toImage();
+    dialog.Text().setFocus();
+    QVERIFY(dialog.Text().hasFocus());
+    QCOMPARE(place.grab().toImage(), before);
+    QVERIFY(HasRing(dialog.Text()));
+}
+
+void tst_MessageText::theFocusRingGoesWithTheFocus()
+{
+    TDialog dialog(TMessageDialog::eAcknowledge);
+    QVERIFY(QTest::qWaitForWindowActive(&dialog.dialog));
+    dialog.dialog.SetMessage(LongMessage());
+    dialog.Text().setFocus();
+    QVERIFY(dialog.Text().hasFocus());
+    QCoreApplication::processEvents();
+    TPaints paints(dialog.Text());
+    dialog.Button(0).setFocus();
+    QCoreApplication::processEvents();
+    QVERIFY(paints.places.contains(dialog.Text().rect()));
+    QVERIFY(!HasRing(dialog.Text()));
+}
+
+void tst_MessageText::aShortMessageGivesTheFocusBack()
+{
+    TDialog dialog(TMessageDialog::eAcknowledge);
+    QVERIFY(QTest::qWaitForWindowActive(&dialog.dialog));
+    dialog.dialog.SetMessage(LongMessage());
+    dialog.Text().setFocus();
+    QVERIFY(dialog.Text().hasFocus());
+    dialog.dialog.SetMessage(QStringLiteral("short"));
+    QVERIFY(!HasRing(dialog.Text()));
+    QCOMPARE(dialog.dialog.focusWidget(), &dialog.Button(0));
 }
 
 void tst_MessageText::growsWithItsMessage()

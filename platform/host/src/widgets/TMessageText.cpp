@@ -1,5 +1,6 @@
 #include "widgets/TMessageText.h"
 
+#include "hostimpl/FocusOrder.h"
 #include "hostimpl/Theme.h"
 
 #include <QtCore/QRegularExpression>
@@ -12,6 +13,8 @@
 #include <memory>
 
 namespace {
+
+constexpr int RING_PLACE = hostimpl::FOCUS_RING + 2; // pixels
 
 const char* const ALLOWED_TAGS[] = {"b",  "strong", "i",  "em", "u",  "br", "p",
                                     "ul", "ol",     "li", "h1", "h2", "h3"};
@@ -80,6 +83,7 @@ void TMessageText::SetMessage(const QString& message)
         setPlainText(message);
     }
     UpdateFocusPolicy();
+    verticalScrollBar()->setValue(0); // the place for the ring may have scrolled a low viewport
 }
 
 int TMessageText::HeightFor(int width) const
@@ -104,13 +108,16 @@ QVariant TMessageText::loadResource(int, const QUrl&)
     return {};
 }
 
-void TMessageText::paintEvent(QPaintEvent* event)
+// The viewport would draw over a ring of its own, and is not drawn anew when the focus goes.
+bool TMessageText::event(QEvent* event)
 {
-    QTextEdit::paintEvent(event);
-    if (hasFocus()) {
-        QPainter painter(viewport());
-        hostimpl::DrawFocusRing(painter, viewport()->rect());
+    const bool isTaken = QTextEdit::event(event);
+    if (event->type() == QEvent::Paint && hasFocus()) {
+        QPainter painter(this);
+        hostimpl::DrawFocusRing(painter, viewport()->geometry().adjusted(-RING_PLACE, -RING_PLACE,
+                                                                         RING_PLACE, RING_PLACE));
     }
+    return isTaken;
 }
 
 void TMessageText::resizeEvent(QResizeEvent* event)
@@ -119,9 +126,14 @@ void TMessageText::resizeEvent(QResizeEvent* event)
     UpdateFocusPolicy();
 }
 
-// The text takes the focus only if it can be scrolled.
+// The text takes the focus only if it can be scrolled. Then it leaves place for the focus ring.
 void TMessageText::UpdateFocusPolicy()
 {
-    const bool isLong = document()->size().height() > viewport()->height();
+    const bool isLong = HeightFor(width()) > height();
+    const int margin = isLong ? RING_PLACE : 0;
+    setViewportMargins(margin, margin, margin, margin);
     setFocusPolicy(isLong ? Qt::StrongFocus : Qt::NoFocus);
+    if (!isLong && hasFocus()) {
+        hostimpl::FocusNear(*this, *parentWidget());
+    }
 }

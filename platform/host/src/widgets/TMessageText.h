@@ -29,7 +29,7 @@ public:
     QVariant loadResource(int type, const QUrl& name) override;
 
 protected:
-    void paintEvent(QPaintEvent* event) override;
+    bool event(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
 private:
