@@ -27,6 +27,7 @@ namespace {
 constexpr QSize defaultSize(1280, 800);
 constexpr QSize leastSize(800, 480);
 constexpr int endingPixels = 48;
+constexpr int titleBarPixels = 48; // more than common window managers use
 
 } // namespace
 
@@ -180,6 +181,15 @@ bool TMainWindow::eventFilter(QObject* watched, QEvent* event)
         QTimer::singleShot(0, this, [this] { ScrollTo(focusWidget()); }); // after the layout
     }
     return QWidget::eventFilter(watched, event);
+}
+
+void TMainWindow::FitInto(const QRect& available)
+{
+    resize(size().boundedTo(available.size()));
+    if (height() + titleBarPixels > available.height()) {
+        setWindowFlag(Qt::FramelessWindowHint);
+        move(available.topLeft());
+    }
 }
 
 void TMainWindow::ShowEnding()

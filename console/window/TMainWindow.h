@@ -69,6 +69,10 @@ public:
     // Shows the keyboard at the bottom while it is visible. The window owns it. Call it once.
     void SetKeyboard(QWidget* keyboard);
 
+    // Makes the window at most as large as `available`, in pixels. If no title bar fits above the
+    // window, the window has no title bar and lies in the upper left corner. Call it before show().
+    void FitInto(const QRect& available);
+
     // Covers the window with a text that the console is ending.
     void ShowEnding();
 

@@ -57,6 +57,7 @@ void TWindowSession::Begin()
     hostimpl::SetTextSize(display.PixelMillimetres() * ratio,
                           m_stored.isTextLarge ? largeTexts : 1.0);
     m_window = std::make_unique<TMainWindow>();
+    m_window->FitInto(screen.availableGeometry());
     m_settingsPage = std::make_unique<TSettingsPage>();
     m_aboutPage = std::make_unique<TAboutPage>();
     m_screens = std::make_unique<TPluginScreens>(m_surfaces, *m_window);
@@ -67,8 +68,6 @@ void TWindowSession::Begin()
         m_window->SetKeyboard(keyboard);
     }
     Apply(m_stored);
-    // Without a window manager nothing else fits the window to a small display.
-    m_window->resize(m_window->size().boundedTo(m_window->screen()->availableSize()));
     m_window->show();
     m_window->activateWindow(); // a display without a window manager gives no window the keys
     StartPlugin();

@@ -41,6 +41,28 @@ private Q_SLOTS:
         QCOMPARE(window.size(), QSize(800, 480));
     }
 
+    void hasATitleBarOnlyWhereOneFits_data()
+    {
+        QTest::addColumn<QRect>("available");
+        QTest::addColumn<QRect>("place"); // null where the window manager places the window
+        QTest::newRow("large display") << QRect(0, 0, 1920, 1080) << QRect();
+        QTest::newRow("its own size") << QRect(0, 0, 1280, 800) << QRect(0, 0, 1280, 800);
+        QTest::newRow("a panel above") << QRect(0, 30, 1280, 770) << QRect(0, 30, 1280, 770);
+        QTest::newRow("a little higher") << QRect(0, 0, 1280, 820) << QRect(0, 0, 1280, 800);
+        QTest::newRow("smallest") << QRect(0, 0, 800, 480) << QRect(0, 0, 800, 480);
+    }
+
+    void hasATitleBarOnlyWhereOneFits()
+    {
+        QFETCH(QRect, available);
+        QFETCH(QRect, place);
+        TMainWindow window;
+        window.move(7, 9);
+        window.FitInto(available);
+        QCOMPARE(window.windowFlags().testFlag(Qt::FramelessWindowHint), !place.isNull());
+        QCOMPARE(window.geometry(), place.isNull() ? QRect(QPoint(7, 9), QSize(1280, 800)) : place);
+    }
+
     void cutsNothingOff_data()
     {
         QTest::addColumn<QSize>("size");

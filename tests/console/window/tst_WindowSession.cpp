@@ -26,6 +26,7 @@
 #include <QtCore/QLocale>
 #include <QtCore/QStorageInfo>
 #include <QtCore/QTemporaryDir>
+#include <QtGui/QScreen>
 #include <QtTest/QSignalSpy>
 
 #include <memory>
@@ -162,6 +163,29 @@ private Q_SLOTS:
         FullViewButton()->click();
         QCOMPARE(Log().last(), QStringLiteral("Full set up"));
         QVERIFY(m_session->Window()->CurrentPage() != nullptr);
+    }
+
+    void fitsItsWindowIntoTheDisplay_data()
+    {
+        QTest::addColumn<bool>("isFullScreen");
+        QTest::newRow("window") << false;
+        QTest::newRow("full screen") << true;
+    }
+
+    void fitsItsWindowIntoTheDisplay()
+    {
+        QFETCH(bool, isFullScreen);
+        const QRect display = QGuiApplication::primaryScreen()->availableGeometry();
+        QVERIFY(display.height() <= 800); // as high as the window
+        console::TStoredSettings stored = console::ReadStoredSettings(ConfigManager::Instance());
+        stored.isFullScreen = isFullScreen;
+        Begin(QStringLiteral(ScreensPlugin_PATH), stored);
+        const console::TMainWindow& window = *m_session->Window();
+        QVERIFY(QTest::qWaitForWindowExposed(m_session->Window()));
+        QCOMPARE(window.isFullScreen(), isFullScreen);
+        QCOMPARE(window.geometry(), display);
+        QCOMPARE(window.frameGeometry(), display);
+        QVERIFY(window.windowFlags().testFlag(Qt::FramelessWindowHint));
     }
 
     void endsInOrder_data()
