@@ -148,7 +148,7 @@ bool TStoredSettings::operator==(const TStoredSettings& other) const
     const auto values = [](const TStoredSettings& all) {
         return std::tie(all.service, all.authorityFile, all.dataFolder, all.language,
                         all.positionSource, all.pin, all.isDataExchangeAllowed, all.isNight,
-                        all.isFullScreen);
+                        all.isFullScreen, all.isTextLarge);
     };
     return values(*this) == values(other);
 }

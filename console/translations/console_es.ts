@@ -214,6 +214,10 @@
         <source>since %1</source>
         <translation>desde %1</translation>
     </message>
+    <message>
+        <source>at %1</source>
+        <translation>a las %1</translation>
+    </message>
 </context>
 <context>
     <name>StoredSettings</name>

@@ -214,6 +214,10 @@
         <source>since %1</source>
         <translation>depuis %1</translation>
     </message>
+    <message>
+        <source>at %1</source>
+        <translation>à %1</translation>
+    </message>
 </context>
 <context>
     <name>StoredSettings</name>

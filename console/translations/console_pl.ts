@@ -214,6 +214,10 @@
         <source>since %1</source>
         <translation>od %1</translation>
     </message>
+    <message>
+        <source>at %1</source>
+        <translation>o %1</translation>
+    </message>
 </context>
 <context>
     <name>StoredSettings</name>

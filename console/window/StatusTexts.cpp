@@ -118,7 +118,8 @@ QString ProblemText(EProblem problem)
     return problem == EProblem::eNone ? QString() : Translate(Row(problemTexts, problem));
 }
 
-// Without a session and without a failed login nothing is tried, so an old problem says nothing.
+// Without a session and without a failed login nothing was tried, so an old problem says nothing.
+// After a failed login nothing more is tried, so only the time of the problem is known.
 TStatusWords LinkWords(const LinkStatus& status)
 {
     const bool isTried =
@@ -129,8 +130,10 @@ TStatusWords LinkWords(const LinkStatus& status)
     }
     QString text = ProblemText(status.problem);
     if (status.offlineSince && status.problem != EProblem::eClockWrong) {
-        text += QLatin1Char('\n') + QCoreApplication::translate("StatusBar", "since %1")
-                                        .arg(TimeText(status.offlineSince->wallS));
+        const bool isStillTried = status.session == ESession::eLoggedIn;
+        const QString when = isStillTried ? QCoreApplication::translate("StatusBar", "since %1")
+                                          : QCoreApplication::translate("StatusBar", "at %1");
+        text += QLatin1Char('\n') + when.arg(TimeText(status.offlineSince->wallS));
     }
     return {QStringLiteral("link-down"), text};
 }

@@ -95,7 +95,7 @@ class ScreensLinkTest(ScreensCase):
 
     def test_no_network(self):
         window = self.fail_to_log_in(address="name.invalid:443")
-        self.until_bar(window, "No network\nsince ", "link-no-network")
+        self.until_bar(window, "No network\nat ", "link-no-network")
 
     def test_a_wrong_clock(self):
         window = self.fail_to_log_in(prefix=wrong_clock(self))

@@ -60,6 +60,17 @@ private Q_SLOTS:
         QCOMPARE(read.isFullScreen, true);
     }
 
+    void noticesAChangeOfEachChoice()
+    {
+        for (const auto choice :
+             {&TStoredSettings::isDataExchangeAllowed, &TStoredSettings::isNight,
+              &TStoredSettings::isFullScreen, &TStoredSettings::isTextLarge}) {
+            TStoredSettings settings;
+            settings.*choice = !(settings.*choice);
+            QVERIFY(!(settings == TStoredSettings()));
+        }
+    }
+
     void hasDefaults()
     {
         hostimpl::TConfigStore store;

@@ -90,13 +90,17 @@ private Q_SLOTS:
         QCOMPARE(console::LinkWords(status).text, text);
     }
 
-    void namesAProblemOnlyWhileTheLinkIsTried()
+    void namesTheTimeOfAFailedLogin()
     {
-        const QString problem = QStringLiteral("No network\nsince 11:30");
+        const auto status = Offline(ESession::eLoginFailed, EProblem::eNoNetwork);
+        QCOMPARE(console::LinkWords(status).text, QStringLiteral("No network\nat 11:30"));
+    }
+
+    void namesNoProblemWhileTheLinkIsNotTried()
+    {
         const auto text = [](ESession session) {
             return console::LinkWords(Offline(session, EProblem::eNoNetwork)).text;
         };
-        QCOMPARE(text(ESession::eLoginFailed), problem);
         QCOMPARE(text(ESession::eLoggedOut), QStringLiteral("Logged out"));
         QCOMPARE(text(ESession::eConnecting), QStringLiteral("Connecting..."));
     }

@@ -51,6 +51,7 @@ private Q_SLOTS:
     void unpacksLikeTheProgramUnzip();
     void givesAnOwnFolderWhereCaseIsIgnored_data();
     void givesAnOwnFolderWhereCaseIsIgnored();
+    void leavesAFileWithTheNameOfTheArchive();
     void refusesAnArchiveNamedAsTheStagingFolder();
 };
 
@@ -147,6 +148,7 @@ void tst_UnzipFolders::givesAnOwnFolderWhereCaseIsIgnored_data()
     row("its own folder", {"Field", "other"}, "Field.zip", "Field");
     row("another archive's folder", {"field"}, "Field.zip", "Field.zip");
     row("both folders", {"field", "Field.zip"}, "Field.zip", "Field.zip");
+    row("its own folder and a second one", {"Field", "Field.zip"}, "Field.zip", "Field");
     row("only its second folder", {"Field.zip"}, "Field.zip", "Field.zip");
     row("both folders are another's", {"field", "field.zip"}, "Field.zip", "");
     row("another suffix", {"field.zip"}, "field.ZIP", "");
@@ -163,6 +165,19 @@ void tst_UnzipFolders::givesAnOwnFolderWhereCaseIsIgnored()
         });
     };
     QCOMPARE(ChooseFolderName(archive, there.toVector(), exists), folder);
+}
+
+void tst_UnzipFolders::leavesAFileWithTheNameOfTheArchive()
+{
+    TUnzipFixture fixture;
+    const QString path = fixture.Root() + QStringLiteral("/field.zip");
+    QVERIFY(WriteFile(path, ZipOf("a", "a")));
+    QVERIFY(WriteFile(fixture.Destination() + QStringLiteral("/field.zip"), "a copy"));
+    QString errorText;
+    QVERIFY2(TFileSystemHelper::Unzip(path, fixture.Destination(), errorText),
+             qPrintable(errorText));
+    QCOMPARE(fixture.Content().value(QStringLiteral("field/a")), QByteArray("file:a"));
+    QCOMPARE(fixture.Content().value(QStringLiteral("field.zip")), QByteArray("file:a copy"));
 }
 
 void tst_UnzipFolders::refusesAnArchiveNamedAsTheStagingFolder()

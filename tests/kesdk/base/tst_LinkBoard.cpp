@@ -125,6 +125,25 @@ TEST_F(LinkBoardTest, VerifiesWhenAllBytesHaveMoved)
     EXPECT_FALSE(board.Read().transfer);
 }
 
+TEST_F(LinkBoardTest, WaitsAfterAVerification)
+{
+    board.BeginTransfer(EDirection::eUpload, "report.zip", 1000);
+    board.ReachOffset(1000);
+    board.Verify();
+    board.Wait();
+    EXPECT_EQ(Transfer().phase, EPhase::eWaits);
+}
+
+TEST_F(LinkBoardTest, HasNoRateBelowOneBytePerSecond)
+{
+    board.BeginTransfer(EDirection::eDownload, "map.zip", 1000);
+    board.ReachOffset(1);
+    time->Advance(6s);
+    board.ReachOffset(6);
+    EXPECT_EQ(Transfer().phase, EPhase::eMoves);
+    EXPECT_FALSE(Transfer().bytesPerSecond);
+}
+
 TEST_F(LinkBoardTest, ReadsTheBoardOfTheLivingConnection)
 {
     EXPECT_EQ(kesdkimpl::ReadLinkStatus().session, ESession::eNoConnection);

@@ -37,7 +37,7 @@ QByteArray ChooseFolderName(const QByteArray& archiveName, const QVector<QByteAr
         return name == STAGING_NAME || (!names.contains(name) && exists(name));
     };
     const QByteArray name = FolderNameOf(archiveName);
-    if (!isAnothers(name) && !names.contains(archiveName)) {
+    if (!isAnothers(name) && (names.contains(name) || !names.contains(archiveName))) {
         return name;
     }
     return isAnothers(archiveName) ? QByteArray() : archiveName;

@@ -59,13 +59,21 @@ TDescriptor LockFolder(const QString& path, const QDeadlineTimer& deadline)
     return folder;
 }
 
+// Whether an error of OpenFolder() means that the path has no folder. After another error, such as
+// too many open files, the folder may hold the only copy of a replaced folder.
+bool IsNoFolder(int error)
+{
+    return error == ENOENT || error == ENOTDIR || error == ELOOP;
+}
+
 // Removes the staging folder. While the staging folder holds the only copy of a replaced folder,
 // the staging folder stays.
 bool CleanUp(const QString& path, int destination, QString& errorText)
 {
     {
         const TDescriptor staging = OpenFolder(destination, STAGING_NAME);
-        if (staging.IsValid() && !PutBack(staging.Get(), destination)) {
+        const bool isFolder = staging.IsValid() || !IsNoFolder(errno);
+        if (isFolder && (!staging.IsValid() || !PutBack(staging.Get(), destination))) {
             errorText = QStringLiteral("What was left half unpacked in %1 cannot be undone: %2.")
                             .arg(path, SystemError(errno));
             return false;
@@ -120,6 +128,10 @@ QByteArray ChooseName(int destination, const QByteArray& archiveName, QString& e
     if (!ListFolder(destination, names)) {
         errorText = NotPlaced(archiveName, errno);
         return {};
+    }
+    const std::optional<TFileStatus> namesake = StatusAt(destination, archiveName.constData());
+    if (namesake && !S_ISDIR(namesake->mode)) {
+        names.removeOne(archiveName); // the archive itself, or another file
     }
     const QByteArray name =
         ChooseFolderName(archiveName, names, [destination](const QByteArray& candidate) {

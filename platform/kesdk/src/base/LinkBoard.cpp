@@ -118,8 +118,10 @@ void LinkBoard::SetDeadline(Clock::Time deadline)
 void LinkBoard::Wait()
 {
     const std::lock_guard lock(m_mutex);
-    if (m_transfer)
-        m_transfer->isWaiting = true;
+    if (!m_transfer)
+        return;
+    m_transfer->isWaiting = true;
+    m_transfer->isVerifying = false;
 }
 
 void LinkBoard::Verify()
@@ -209,7 +211,9 @@ kesdkimpl::TransferStatus LinkBoard::Describe(const Transfer& transfer) const
         now - first->at < kLeastRateTime || status.doneBytes <= first->doneBytes)
         return status;
     const auto passed = duration_cast<milliseconds>(now - first->at);
-    status.bytesPerSecond = (status.doneBytes - first->doneBytes) * 1000 / passed.count();
+    const auto rate = (status.doneBytes - first->doneBytes) * 1000 / passed.count();
+    if (rate > 0) // readers divide by it
+        status.bytesPerSecond = rate;
     return status;
 }
 
