@@ -108,8 +108,8 @@ QVariant TMessageText::loadResource(int, const QUrl&)
     return {};
 }
 
-// The ring lies in the frame: the viewport draws the letters, and Qt repaints only the frame when the
-// focus goes.
+// The ring lies in the frame: the viewport draws the letters, and Qt repaints only the frame when
+// the focus goes.
 bool TMessageText::event(QEvent* event)
 {
     const bool isTaken = QTextEdit::event(event);
