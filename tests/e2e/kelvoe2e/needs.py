@@ -32,6 +32,7 @@ def can_mount():
 
 def wrong_clock(case):
     """A prefix for a program: with it, the program's time of day is years behind."""
-    library = os.environ.get("KELVO_WRONG_CLOCK")
-    needs(case, library, "a build whose programs can preload a library")
+    library = os.environ["KELVO_WRONG_CLOCK"]
+    if library == "none":
+        case.skipTest("the programs of this build cannot preload a library")
     return "env", f"LD_PRELOAD={library}"
