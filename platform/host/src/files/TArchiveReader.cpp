@@ -153,8 +153,8 @@ void TArchiveReader::BlankPadding(std::int64_t blockBytes)
     for (; range != m_padding.cend() && range->offset < blockEnd; ++range) {
         const std::int64_t begin = std::max(range->offset, m_position);
         const std::int64_t end = std::min(range->offset + range->bytes, blockEnd);
-        std::fill(m_block.begin() + (begin - m_position), m_block.begin() + (end - m_position),
-                  '\0');
+        std::fill_n(m_block.begin() + static_cast<std::ptrdiff_t>(begin - m_position), end - begin,
+                    '\0');
     }
 }
 
