@@ -23,7 +23,7 @@ QString Size(std::int64_t bytes)
     return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
 }
 
-// Such as "1.2 of 2.8 MB": both numbers have the unit of the whole.
+// For example "1.2 of 2.8 MB". Both numbers have the unit of the total size.
 QString SizeText(const TransferStatus& transfer)
 {
     constexpr std::int64_t step = 1000;

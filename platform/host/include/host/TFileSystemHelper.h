@@ -14,8 +14,8 @@ public:
     // Unpacks the archive NAME.zip into the folder NAME below the existing folder
     // `destinationFolder`. If the archive holds a single folder NAME, that folder is not repeated.
     // An earlier folder NAME is replaced as a whole; a kill at any time leaves the old or the new
-    // folder. The other entries of the destination stay as they are. The folder has the archive's
-    // whole name if the suffix is not written ".zip", or if a second suffix stands before it.
+    // folder. The other entries of the destination stay as they are. An archive whose
+    // suffix is not exactly ".zip", or that has two suffixes, gives the folder its whole name.
     //
     // If Unzip() returns false, nothing has changed and `errorText` tells the reason. Unzip()
     // refuses damaged and encrypted archives, archives beyond the limits on entries, size and
