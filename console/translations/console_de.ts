@@ -163,8 +163,8 @@
         <translation>simuliert</translation>
     </message>
     <message>
-        <source>No plug-in</source>
-        <translation>Kein Plug-in</translation>
+        <source>No connection</source>
+        <translation>Keine Verbindung</translation>
     </message>
     <message>
         <source>Logged out</source>

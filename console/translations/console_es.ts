@@ -163,8 +163,8 @@
         <translation>simulada</translation>
     </message>
     <message>
-        <source>No plug-in</source>
-        <translation>Sin complemento</translation>
+        <source>No connection</source>
+        <translation>Sin conexión</translation>
     </message>
     <message>
         <source>Logged out</source>

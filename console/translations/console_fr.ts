@@ -163,8 +163,8 @@
         <translation>simulée</translation>
     </message>
     <message>
-        <source>No plug-in</source>
-        <translation>Pas de plug-in</translation>
+        <source>No connection</source>
+        <translation>Pas de connexion</translation>
     </message>
     <message>
         <source>Logged out</source>

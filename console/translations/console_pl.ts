@@ -163,8 +163,8 @@
         <translation>symulowana</translation>
     </message>
     <message>
-        <source>No plug-in</source>
-        <translation>Brak wtyczki</translation>
+        <source>No connection</source>
+        <translation>Brak połączenia</translation>
     </message>
     <message>
         <source>Logged out</source>

@@ -163,8 +163,8 @@
         <translation>simulada</translation>
     </message>
     <message>
-        <source>No plug-in</source>
-        <translation>Sem plug-in</translation>
+        <source>No connection</source>
+        <translation>Sem conexão</translation>
     </message>
     <message>
         <source>Logged out</source>

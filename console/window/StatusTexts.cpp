@@ -42,7 +42,7 @@ constexpr std::array<const char*, 9> qualityTexts = {{
     QT_TRANSLATE_NOOP("StatusBar", "simulated"),
 }};
 constexpr std::array<TRow, 6> sessionRows = {{
-    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "No plug-in")},
+    {"link-down", QT_TRANSLATE_NOOP("StatusBar", "No connection")},
     {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Logged out")},
     {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Logged out")},
     {"link-down", QT_TRANSLATE_NOOP("StatusBar", "Logged out")},

@@ -162,12 +162,14 @@ void TWindowSession::ShowLink()
     ShowTransfer(status);
 }
 
-// Between two files, and while a file is unpacked, the dialog keeps what it shows.
+// Between two files the dialog keeps what it shows, so that it does not flicker. If the next look
+// finds no transfer either, the files are unpacked, and the old state is no longer true.
 void TWindowSession::ShowTransfer(const kesdkimpl::LinkStatus& status)
 {
     if (status.transfer) {
+        m_isBetweenFiles = false;
         hostimpl::SetTransferProgress(TransferProgress(status, m_files));
-    } else if (!m_files.IsRunning()) {
+    } else if (!m_files.IsRunning() || std::exchange(m_isBetweenFiles, true)) {
         hostimpl::SetTransferProgress({});
     }
 }

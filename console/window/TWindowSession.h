@@ -85,7 +85,8 @@ private:
     TStoredSettings m_inUse;
     const TReadLink m_readLink;
     TFileCount m_files;
-    QString m_loginFailure; // the plug-in's reason, simple HTML
+    bool m_isBetweenFiles = false; // the last look found no transfer while files were transferred
+    QString m_loginFailure;        // the plug-in's reason, simple HTML
     TListingMonitor m_listing;
     hostimpl::TWheelInput m_wheel;
     std::unique_ptr<TMainWindow> m_window;

@@ -46,7 +46,7 @@ private Q_SLOTS:
             QTest::addRow("%d", static_cast<int>(session))
                 << static_cast<int>(session) << QString::fromLatin1(text);
         };
-        row(ESession::eNoConnection, "No plug-in");
+        row(ESession::eNoConnection, "No connection");
         row(ESession::eLoggedOut, "Logged out");
         row(ESession::eLoginFailed, "Logged out");
         row(ESession::eSessionEnded, "Logged out");

@@ -29,6 +29,7 @@
 #include <QtGui/QScreen>
 #include <QtTest/QSignalSpy>
 
+#include <algorithm>
 #include <memory>
 
 using console::TWindowSession;
@@ -135,11 +136,34 @@ private Q_SLOTS:
         QVERIFY(!m_session->Dialog()->isVisible());
         // The console continues: its message stays, its settings open, and it ends.
         QVERIFY(m_session->Window()->Home().Notice().contains(part));
-        QCOMPARE(m_session->Window()->Status().LinkText(), QStringLiteral("No plug-in"));
+        QCOMPARE(m_session->Window()->Status().LinkText(), QStringLiteral("No connection"));
         m_session->Window()->Launcher().SettingsButton()->click();
         QVERIFY(m_session->Settings()->isVisible());
         m_session->End();
         QVERIFY(m_session->Window() == nullptr);
+    }
+
+    // After the last transfer of an operation, the files are unpacked for a while.
+    void showsNoEndedTransferWhileFilesAreUnpacked()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eOperation, false,
+                              QPixmap());
+        dialog.ShowWindow(true);
+        dialog.EnableButton(TMessageDialog::eButton0, false);
+        const auto isTransferShown = [&dialog] {
+            const auto widgets = dialog.findChildren<QWidget*>();
+            return std::any_of(widgets.cbegin(), widgets.cend(), [](const QWidget* widget) {
+                return widget->inherits("TTransferProgress") && widget->isVisible();
+            });
+        };
+        Q_EMIT Hub()->KelvoDownloadRequested(0, {QStringLiteral("a.zip")}, {});
+        m_status.transfer = kesdkimpl::TransferStatus();
+        m_status.transfer->phase = kesdkimpl::EPhase::eWaits;
+        QVERIFY(QTest::qWaitFor(isTransferShown, 60000));
+        m_status.transfer.reset();
+        QVERIFY(QTest::qWaitFor([&] { return !isTransferShown(); }, 60000));
     }
 
     void showsThatThePluginCannotCreateItsScreens()

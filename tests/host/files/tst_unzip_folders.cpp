@@ -52,6 +52,7 @@ private Q_SLOTS:
     void givesAnOwnFolderWhereCaseIsIgnored_data();
     void givesAnOwnFolderWhereCaseIsIgnored();
     void leavesAFileWithTheNameOfTheArchive();
+    void doesNotReplaceAFolderByAnArchiveWithoutFiles();
     void refusesAnArchiveNamedAsTheStagingFolder();
 };
 
@@ -178,6 +179,20 @@ void tst_UnzipFolders::leavesAFileWithTheNameOfTheArchive()
              qPrintable(errorText));
     QCOMPARE(fixture.Content().value(QStringLiteral("field/a")), QByteArray("file:a"));
     QCOMPARE(fixture.Content().value(QStringLiteral("field.zip")), QByteArray("file:a copy"));
+}
+
+void tst_UnzipFolders::doesNotReplaceAFolderByAnArchiveWithoutFiles()
+{
+    TUnzipFixture fixture;
+    const QString path = fixture.Root() + QStringLiteral("/field.zip");
+    QString errorText;
+    QVERIFY(WriteFile(path, ZipOf("a", "a")));
+    QVERIFY(TFileSystemHelper::Unzip(path, fixture.Destination(), errorText));
+    const auto before = fixture.Content();
+    QVERIFY(WriteFile(path, TZipBuilder().Build()));
+    QVERIFY(!TFileSystemHelper::Unzip(path, fixture.Destination(), errorText));
+    QVERIFY2(errorText.contains(QStringLiteral("has no files")), qPrintable(errorText));
+    QCOMPARE(fixture.Content(), before);
 }
 
 void tst_UnzipFolders::refusesAnArchiveNamedAsTheStagingFolder()

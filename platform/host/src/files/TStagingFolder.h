@@ -31,6 +31,7 @@ public:
     // The path of the unpacked folder below Descriptor(). If all that was added is one folder of
     // the given name, the path leads to that folder.
     QByteArray Unpacked(const QByteArray& wrapperName) const;
+    bool HasFiles() const { return m_fileCount > 0; }
     int Descriptor() const { return m_folder.Get(); }
 
 private:

@@ -160,6 +160,11 @@ bool MoveIntoPlace(const TStagingFolder& staging, int destination, const QByteAr
                 .arg(DisplayName(name));
         return false;
     }
+    if (former && !staging.HasFiles()) {
+        errorText = QStringLiteral("The archive has no files. The folder \"%1\" stays as it is.")
+                        .arg(DisplayName(name));
+        return false;
+    }
     const QByteArray unpacked = staging.Unpacked(StemOf(archiveName));
     const auto place = former ? &Exchange : &MoveToFreeName;
     if (!place(staging.Descriptor(), unpacked, destination, name)) {
