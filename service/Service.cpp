@@ -214,6 +214,16 @@ void announce(DataFolder& folder, const std::string& api, const std::string& mon
     std::fflush(stdout);
 }
 
+/** Adds the metrics whose values the parts of the service know. */
+void showState(metrics::Metrics& metrics, const Backend& backend)
+{
+    metrics.show("kelvo_event_streams_open", "gauge", "Event streams open now.",
+                 [&backend] { return static_cast<double>(backend.hub.openStreams()); });
+    metrics.show("kelvo_contents_damaged_total", "counter",
+                 "Replies refused or cut because the content is damaged, missing or unreadable.",
+                 [&backend] { return static_cast<double>(backend.integrity.damagedReads()); });
+}
+
 } // namespace
 
 void runService(const ServeOptions& options)
@@ -222,8 +232,7 @@ void runService(const ServeOptions& options)
     DataFolder folder(options.dataFolder, logAndWait());
     Backend backend(options, folder);
     metrics::Metrics metrics;
-    metrics.setOpenStreams([&backend] { return backend.hub.openStreams(); });
-    metrics.setDamagedReads([&backend] { return backend.integrity.damagedReads(); });
+    showState(metrics, backend);
     api::ApiApplication api(backend.context, metrics);
     metrics::MonitorApplication monitor(metrics, [&backend] { return isReady(*backend.database); });
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 
 namespace kelvo::metrics {
 
@@ -16,7 +17,21 @@ std::string describe(const char* name, const char* type, const char* help)
     return std::string("# HELP ") + name + " " + help + "\n# TYPE " + name + " " + type + "\n";
 }
 
+/** All digits of a whole number up to 2^53. */
+std::string numberText(double value)
+{
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.16g", value);
+    return text.data();
+}
+
 } // namespace
+
+void Metrics::show(const char* name, const char* type, const char* help,
+                   std::function<double()> read)
+{
+    show({name, type, help, [read = std::move(read)] { return std::vector{Sample{{}, read()}}; }});
+}
 
 void Metrics::begin()
 {
@@ -40,13 +55,13 @@ std::string Metrics::text() const
 {
     std::string text = describe("kelvo_build_info", "gauge", "Version of the service.");
     text += "kelvo_build_info{version=\"" KELVO_SERVICE_VERSION "\"} 1\n";
-    text += describe("kelvo_event_streams_open", "gauge", "Event streams open now.");
-    text += "kelvo_event_streams_open " + std::to_string(openStreams_ ? openStreams_() : 0) + "\n";
-    text +=
-        describe("kelvo_contents_damaged_total", "counter",
-                 "Replies refused or cut because the content is damaged, missing or unreadable.");
-    text += "kelvo_contents_damaged_total " + std::to_string(damagedReads_ ? damagedReads_() : 0) +
-            "\n";
+    for (const Shown& metric : shown_) {
+        text += describe(metric.name, metric.type, metric.help);
+        for (const Sample& sample : metric.read()) {
+            text += metric.name + (sample.labels.empty() ? "" : "{" + sample.labels + "}") + " " +
+                    numberText(sample.value) + "\n";
+        }
+    }
     const std::lock_guard lock(mutex_);
     text += describe("kelvo_http_requests_open", "gauge",
                      "Requests in progress, including event streams.");

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 #include <tuple>
+#include <vector>
 
 namespace kelvo::metrics {
 
@@ -20,13 +21,27 @@ public:
     void begin();
     void count(const http::RequestSummary& summary);
 
-    /** Values that are read when the metrics are read. Set both before text() is called. */
-    void setOpenStreams(std::function<std::size_t()> gauge) { openStreams_ = std::move(gauge); }
-
-    void setDamagedReads(std::function<std::uint64_t()> counter)
+    /** One value of a metric. `labels` is empty or as in `farm="1",kind="bin"`. */
+    struct Sample
     {
-        damagedReads_ = std::move(counter);
-    }
+        std::string labels;
+        double value = 0;
+    };
+
+    /** A metric whose values are read each time the metrics are shown. */
+    struct Shown
+    {
+        const char* name;
+        const char* type; // "gauge" or "counter"
+        const char* help;
+        std::function<std::vector<Sample>()> read; // on any I/O thread; must not block
+    };
+
+    /** Adds a metric. Call it before text() is called. */
+    void show(Shown metric) { shown_.push_back(std::move(metric)); }
+
+    /** Adds a metric with one value. */
+    void show(const char* name, const char* type, const char* help, std::function<double()> read);
 
     std::string text() const;
 
@@ -38,8 +53,7 @@ private:
     std::uint64_t openRequests_ = 0;
     std::uint64_t requestBytes_ = 0;
     std::uint64_t responseBytes_ = 0;
-    std::function<std::size_t()> openStreams_;
-    std::function<std::uint64_t()> damagedReads_;
+    std::vector<Shown> shown_; // does not change after the start
 };
 
 } // namespace kelvo::metrics
