@@ -1,0 +1,66 @@
+// A console with its window, and a plug-in with screens.
+#pragma once
+
+#include "console/fixtures/ScreensPlugin.h"
+#include "console/window/TMiniViewDock.h"
+#include "console/window/TWindowSession.h"
+#include "host/ConfigManager.h"
+#include "hostimpl/HostSetup.h"
+
+#include <QtCore/QLibrary>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QtTest>
+
+#include <memory>
+
+class TSessionFixture
+{
+protected:
+    QTemporaryDir m_folder;
+    QString m_errorText;
+    std::unique_ptr<console::TWindowSession> m_session;
+    kesdkimpl::LinkStatus m_status;
+
+    // Once in each process. False with an error text.
+    bool SetUp() { return hostimpl::SetUpHost(m_folder.path(), m_errorText); }
+
+    // The settings and the plug-in of a new console.
+    bool Reset()
+    {
+        Log().clear();
+        m_status = {};
+        qunsetenv("SCREENS_PLUGIN_THROWS");
+        qunsetenv("SCREENS_PLUGIN_FORGETS");
+        console::TStoredSettings defaults;
+        defaults.dataFolder = m_folder.path();
+        return console::WriteStoredSettings(ConfigManager::Instance(), defaults);
+    }
+
+    static console::TStoredSettings Stored()
+    {
+        return console::ReadStoredSettings(ConfigManager::Instance());
+    }
+
+    void Begin(const QString& plugin, const console::TStoredSettings& stored)
+    {
+        console::TConsoleSettings settings;
+        settings.pluginPath = plugin;
+        m_session = std::make_unique<console::TWindowSession>(settings, stored,
+                                                              [this] { return m_status; });
+        m_session->Begin();
+    }
+
+    void Begin(const char* plugin) { Begin(QString::fromUtf8(plugin), Stored()); }
+
+    // Waits until the fixture's screens are in the window.
+    bool WaitForScreens()
+    {
+        return QTest::qWaitFor([this] { return !m_session->Window()->Dock().IsEmpty(); }, 60000);
+    }
+
+    static QStringList& Log()
+    {
+        QLibrary library(QStringLiteral(ScreensPlugin_PATH));
+        return *reinterpret_cast<TScreensPluginLog>(library.resolve("ScreensPluginLog"))();
+    }
+};

@@ -1,0 +1,227 @@
+// The settings page and the page about the console in the console's window.
+#include "console/settings/TAboutPage.h"
+#include "console/settings/TSettingsPage.h"
+#include "console/window/Geometry.h"
+#include "console/window/TIconButton.h"
+#include "console/window/TLauncherBar.h"
+#include "console/window/TSessionFixture.h"
+#include "host/TMessageDialog.h"
+#include "host/TPropertyWidget.h"
+#include "host/TPushButton.h"
+#include "hostimpl/Folders.h"
+#include "hostimpl/Theme.h"
+#include "support/TTestCase.h"
+#include "support/WidgetTestMain.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QLocale>
+#include <QtCore/QStorageInfo>
+#include <QtTest/QSignalSpy>
+
+using console::TWindowSession;
+
+class TSessionSettingsTest : public kelvo::test::TTestCase, protected TSessionFixture
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY2(SetUp(), qUtf8Printable(m_errorText)); }
+
+    void init() { QVERIFY(Reset()); }
+
+    void cleanup()
+    {
+        m_session.reset();
+        TTestCase::cleanup();
+    }
+
+    void storesChangedSettings()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        page.Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        page.Row(5)->SetNumericalValue(1);
+        page.SaveButton()->click();
+        QVERIFY2(page.Message().contains(QStringLiteral("next start")),
+                 qUtf8Printable(page.Message()));
+        QVERIFY(page.RestartButton()->isVisible() && !page.DiscardButton()->isVisible());
+        QCOMPARE(page.Note(0), QStringLiteral("In use: The usual one"));
+        QCOMPARE(hostimpl::CurrentTheme(), hostimpl::ETheme::eNight);
+        const auto stored = Stored();
+        QCOMPARE(stored.service, QStringLiteral("farm.example"));
+        QVERIFY(stored.isNight);
+        m_session->Window()->Launcher().LightButton()->click();
+        QCOMPARE(hostimpl::CurrentTheme(), hostimpl::ETheme::eDay);
+        QVERIFY(!Stored().isNight);
+    }
+
+    void appliesTheDisplayAtOnce()
+    {
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        page.Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        page.Row(5)->SetNumericalValue(1);
+        QCOMPARE(hostimpl::CurrentTheme(), hostimpl::ETheme::eNight);
+        const auto stored = Stored();
+        QVERIFY(stored.isNight);
+        QVERIFY(stored.service.isEmpty());
+        // The launcher's button and the page show the same colours.
+        m_session->Window()->Launcher().LightButton()->click();
+        QCOMPARE(page.Row(5)->GetNumericalValue(), 0.0);
+        QCOMPARE(page.Row(0)->GetTextValue(), QStringLiteral("farm.example"));
+        page.DiscardButton()->click();
+        QVERIFY(!page.HasChanges());
+    }
+
+    void asksBeforeChangesAreLost_data()
+    {
+        QTest::addColumn<bool>("isLeft");
+        QTest::newRow("yes") << true;
+        QTest::newRow("no") << false;
+    }
+
+    void asksBeforeChangesAreLost()
+    {
+        QFETCH(bool, isLeft);
+        Begin(ScreensPlugin_PATH);
+        console::TMainWindow& window = *m_session->Window();
+        window.Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        page.Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        window.Launcher().HomeButton()->click();
+        QCOMPARE(window.CurrentPage(), &page);
+        QVERIFY(window.Launcher().SettingsButton()->isChecked());
+        TMessageDialog* const question = m_session->LeaveQuestion();
+        QVERIFY(question != nullptr && question->isVisible());
+        question
+            ->GetMessageDialogButton(isLeft ? TMessageDialog::eButton0 : TMessageDialog::eButton1)
+            ->click();
+        QCOMPARE(window.CurrentPage(), isLeft ? nullptr : static_cast<QWidget*>(&page));
+        QCOMPARE(page.HasChanges(), !isLeft);
+    }
+
+    void leavesTheSettingsWithoutAQuestionIfNothingChanged()
+    {
+        Begin(ScreensPlugin_PATH);
+        console::TMainWindow& window = *m_session->Window();
+        window.Launcher().SettingsButton()->click();
+        QVERIFY(window.OnBackPressed());
+        QCOMPARE(window.CurrentPage(), nullptr);
+        QCOMPARE(m_session->LeaveQuestion(), nullptr);
+    }
+
+    void locksTheInstallersSettingsWhenThePageIsOpened()
+    {
+        console::TStoredSettings stored = Stored();
+        stored.pin = QStringLiteral("4711");
+        Begin(QStringLiteral(ScreensPlugin_PATH), stored);
+        console::TMainWindow& window = *m_session->Window();
+        console::TSettingsPage& page = *m_session->Settings();
+        window.Launcher().SettingsButton()->click();
+        QVERIFY(!page.Row(0)->isEnabled());
+        page.Pin()->SetTextValue(stored.pin);
+        QVERIFY(page.Row(0)->isEnabled());
+        page.SaveButton()->click();
+        QVERIFY(page.Row(0)->isEnabled()); // the installer may go on
+        window.Launcher().HomeButton()->click();
+        window.Launcher().SettingsButton()->click();
+        QVERIFY(!page.Row(0)->isEnabled());
+    }
+
+    void endsForANewStart()
+    {
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        page.Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        QVERIFY(!page.RestartButton()->isVisible());
+        page.SaveButton()->click();
+        page.Row(0)->SetTextValue(QStringLiteral("other.example"));
+        QVERIFY(!page.RestartButton()->isVisible() && page.DiscardButton()->isVisible());
+        page.DiscardButton()->click();
+        QSignalSpy ends(m_session.get(), &TWindowSession::EndRequested);
+        QVERIFY(!m_session->IsRestartWanted());
+        page.RestartButton()->click();
+        QCOMPARE(ends.count(), 1);
+        QVERIFY(m_session->IsRestartWanted());
+    }
+
+    void offersNoNewStartForTheSettingsOfThisStart()
+    {
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        const QString before = page.Row(0)->GetTextValue();
+        page.Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        page.SaveButton()->click();
+        page.Row(0)->SetTextValue(before);
+        page.SaveButton()->click();
+        QVERIFY(!page.RestartButton()->isVisible());
+        QCOMPARE(page.Message(), QStringLiteral("Kept."));
+    }
+
+    void asksBeforeTheEndIfChangesAreLost()
+    {
+        Begin(ScreensPlugin_PATH);
+        console::TMainWindow& window = *m_session->Window();
+        window.Launcher().SettingsButton()->click();
+        m_session->Settings()->Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        QSignalSpy ends(m_session.get(), &TWindowSession::EndRequested);
+        window.close();
+        QCOMPARE(ends.count(), 0);
+        m_session->LeaveQuestion()->GetMessageDialogButton(TMessageDialog::eButton0)->click();
+        QCOMPARE(ends.count(), 1);
+    }
+
+    void showsThePageAboutTheConsole()
+    {
+        QFile log(hostimpl::DataFolder() + QStringLiteral("/logs/user.log"));
+        QVERIFY(log.open(QIODevice::WriteOnly));
+        for (int line = 0; line < 2000; ++line) {
+            QVERIFY(log.write(QByteArray("line <") + QByteArray::number(line) + ">\n") > 0);
+        }
+        QVERIFY(log.write(QByteArray(300, 'x')) > 0); // one long word
+        log.close();
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->resize(800, 480);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        m_session->Settings()->AboutButton()->click();
+        QCoreApplication::processEvents();
+        QCOMPARE(CutOffWidgets(*m_session->Window()), QStringList());
+        QCOMPARE(m_session->Window()->CurrentPage(), m_session->About());
+        const QString text = m_session->About()->Text();
+        QVERIFY(text.contains(QStringLiteral("line &lt;1999&gt;")));
+        QVERIFY(text.contains(QStringLiteral("line &lt;1981&gt;")));
+        QVERIFY(!text.contains(QStringLiteral("line &lt;1980&gt;")));
+        QVERIFY(text.contains(
+            QLocale().formattedDataSize(QStorageInfo(hostimpl::DataFolder()).bytesTotal())));
+        QVERIFY(text.contains(QLatin1String(qVersion())));
+        QVERIFY(text.contains(QStringLiteral("libarchive: BSD")));
+        QVERIFY(m_session->About()->OnWheelTurned(1));
+        QVERIFY(!m_session->About()->OnWheelTurned(1000) ||
+                !m_session->About()->OnWheelTurned(1)); // at the end the focus moves on
+        log.remove();
+        QVERIFY(m_session->Window()->OnBackPressed());
+        m_session->Settings()->AboutButton()->click();
+        QVERIFY(m_session->About()->Text().contains(QStringLiteral("The log is empty.")));
+    }
+
+    void cutsNothingOffOnTheSettingsPage()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        m_session->Window()->Launcher().SettingsButton()->click();
+        for (const QSize size : {QSize(1280, 800), QSize(800, 480)}) {
+            m_session->Window()->resize(size);
+            QCoreApplication::processEvents();
+            const QStringList cutOff = CutOffWidgets(*m_session->Window());
+            QVERIFY2(cutOff.isEmpty(), qUtf8Printable(cutOff.join(QLatin1Char('\n'))));
+        }
+    }
+};
+
+KELVO_WIDGET_TEST_MAIN(TSessionSettingsTest)
+#include "tst_SessionSettings.moc"
