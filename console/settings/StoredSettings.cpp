@@ -4,6 +4,7 @@
 #include "console/session/ConsoleSettings.h"
 #include "host/ConfigManager.h"
 #include "hostimpl/Folders.h"
+#include "hostimpl/TConfigStore.h"
 #include "hostimpl/TUserLevels.h"
 
 #include <QtCore/QCoreApplication>
@@ -74,6 +75,30 @@ struct TTexts
 {
     Q_DECLARE_TR_FUNCTIONS(StoredSettings)
 };
+
+QString SettingsFault(const QString& reason)
+{
+    return reason.isEmpty()
+               ? reason
+               : TTexts::tr("The settings could not be stored: %1. They are lost when the console "
+                            "ends.")
+                     .arg(reason);
+}
+
+// The file changes only if the folder changes.
+QString StoreDataFolder(const QString& folder)
+{
+    if (folder == console::StoredDataFolder(hostimpl::DataFolder())) {
+        return {};
+    }
+    QSettings file(FolderFile(), QSettings::IniFormat);
+    file.setValue(folderKey, folder);
+    file.sync();
+    return file.status() == QSettings::NoError
+               ? QString()
+               : TTexts::tr("The data folder could not be stored: %1 cannot be written.")
+                     .arg(FolderFile());
+}
 
 // Whether the folder is writable. For a missing folder, whether the nearest existing folder above
 // it is.
@@ -168,7 +193,12 @@ TStoredSettings ReadStoredSettings(ConfigManager& config)
     return settings;
 }
 
-bool WriteStoredSettings(ConfigManager& config, const TStoredSettings& settings)
+QString TStoreFaults::Text() const
+{
+    return settings.isEmpty() ? dataFolder : settings;
+}
+
+TStoreFaults WriteStoredSettings(hostimpl::TConfigStore& config, const TStoredSettings& settings)
 {
     for (const TTextRow& row : textRows) {
         StoreIfChanged(config, row.item, settings.*row.value);
@@ -181,14 +211,7 @@ bool WriteStoredSettings(ConfigManager& config, const TStoredSettings& settings)
         settings.isDataExchangeAllowed) {
         levels.SetControlAccessible(TAppUserLevels::eKelvoControl, settings.isDataExchangeAllowed);
     }
-    // The file changes only if the folder changes.
-    if (settings.dataFolder == StoredDataFolder(hostimpl::DataFolder())) {
-        return true;
-    }
-    QSettings file(FolderFile(), QSettings::IniFormat);
-    file.setValue(folderKey, settings.dataFolder);
-    file.sync();
-    return file.status() == QSettings::NoError;
+    return {SettingsFault(config.Flush()), StoreDataFolder(settings.dataFolder)};
 }
 
 QString StoredDataFolder(const QString& otherwise)

@@ -5,6 +5,10 @@
 
 class ConfigManager;
 
+namespace hostimpl {
+class TConfigStore;
+}
+
 namespace console {
 
 struct TStoredSettings
@@ -29,9 +33,17 @@ struct TStoredSettings
 // The data folder holds the other settings. The path of the data folder is in a separate file in
 // the user's configuration folder.
 TStoredSettings ReadStoredSettings(ConfigManager& config);
-// Returns when the settings are on the disk. False if the path of the data folder could not be
-// written.
-bool WriteStoredSettings(ConfigManager& config, const TStoredSettings& settings);
+
+// Why settings are not on the disk, for the operator; empty if they are.
+struct TStoreFaults
+{
+    QString settings;   // all settings but the data folder; they are lost when the process ends
+    QString dataFolder; // the former path is still stored
+
+    QString Text() const;
+};
+// Returns after the last attempt to write. The next call tries again.
+TStoreFaults WriteStoredSettings(hostimpl::TConfigStore& store, const TStoredSettings& settings);
 
 // The stored path of the data folder, or `otherwise` if there is none.
 QString StoredDataFolder(const QString& otherwise);

@@ -1,5 +1,5 @@
-// Texts of Qt that the operator may see: the menu of an entry field, and why a library does not
-// load. No file includes this header; it lets lupdate find the texts.
+// Texts of Qt that the operator may see: the menu of an entry field, why a library does not load,
+// and why a file cannot be written. No file includes this header; it lets lupdate find the texts.
 #pragma once
 
 #include <QtCore/QtGlobal>
@@ -16,6 +16,8 @@ constexpr const char* qtTexts[] = {
     QT_TRANSLATE_NOOP("QLineEdit", "Select All"),
     QT_TRANSLATE_NOOP("QShortcut", "Ctrl"),
     QT_TRANSLATE_NOOP("QLibrary", "Cannot load library %1: %2"),
+    QT_TRANSLATE_NOOP("QIODevice", "Permission denied"),
+    QT_TRANSLATE_NOOP("QIODevice", "No space left on device"),
 };
 
 } // namespace console

@@ -241,6 +241,14 @@
         <source>The PIN wants 4 to 8 digits.</source>
         <translation>Die PIN braucht 4 bis 8 Ziffern.</translation>
     </message>
+    <message>
+        <source>The settings could not be stored: %1. They are lost when the console ends.</source>
+        <translation>Die Einstellungen konnten nicht gespeichert werden: %1. Sie gehen verloren, wenn die Konsole endet.</translation>
+    </message>
+    <message>
+        <source>The data folder could not be stored: %1 cannot be written.</source>
+        <translation>Der Datenordner konnte nicht gespeichert werden: %1 kann nicht geschrieben werden.</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -652,10 +660,6 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <translation>Einstellungen</translation>
     </message>
     <message>
-        <source>The data folder could not be kept.</source>
-        <translation>Der Datenordner konnte nicht gespeichert werden.</translation>
-    </message>
-    <message>
         <source>Kept. It applies from the next start of the console on.</source>
         <translation>Gespeichert. Gilt ab dem nächsten Start der Konsole.</translation>
     </message>
@@ -725,6 +729,17 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
     <message>
         <source>until %1</source>
         <translation>bis %1</translation>
+    </message>
+</context>
+<context>
+    <name>QIODevice</name>
+    <message>
+        <source>Permission denied</source>
+        <translation>Zugriff verweigert</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>Kein Speicherplatz mehr</translation>
     </message>
 </context>
 </TS>

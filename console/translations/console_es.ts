@@ -241,6 +241,14 @@
         <source>The PIN wants 4 to 8 digits.</source>
         <translation>El PIN debe tener de 4 a 8 cifras.</translation>
     </message>
+    <message>
+        <source>The settings could not be stored: %1. They are lost when the console ends.</source>
+        <translation>No se pudieron guardar los ajustes: %1. Se perderán cuando termine la consola.</translation>
+    </message>
+    <message>
+        <source>The data folder could not be stored: %1 cannot be written.</source>
+        <translation>No se pudo guardar la carpeta de datos: no se puede escribir %1.</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -652,10 +660,6 @@ El servicio aún no ha listado sus archivos.</translation>
         <translation>Ajustes</translation>
     </message>
     <message>
-        <source>The data folder could not be kept.</source>
-        <translation>No se pudo guardar la carpeta de datos.</translation>
-    </message>
-    <message>
         <source>Kept. It applies from the next start of the console on.</source>
         <translation>Guardado. Se aplica desde el próximo inicio de la consola.</translation>
     </message>
@@ -725,6 +729,17 @@ El servicio aún no ha listado sus archivos.</translation>
     <message>
         <source>until %1</source>
         <translation>hasta las %1</translation>
+    </message>
+</context>
+<context>
+    <name>QIODevice</name>
+    <message>
+        <source>Permission denied</source>
+        <translation>Permiso denegado</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>No queda espacio</translation>
     </message>
 </context>
 </TS>

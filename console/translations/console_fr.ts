@@ -241,6 +241,14 @@
         <source>The PIN wants 4 to 8 digits.</source>
         <translation>Le code PIN doit avoir de 4 à 8 chiffres.</translation>
     </message>
+    <message>
+        <source>The settings could not be stored: %1. They are lost when the console ends.</source>
+        <translation>Les réglages n’ont pas pu être enregistrés&#xa0;: %1. Ils seront perdus à l’arrêt de la console.</translation>
+    </message>
+    <message>
+        <source>The data folder could not be stored: %1 cannot be written.</source>
+        <translation>Le dossier de données n’a pas pu être enregistré&#xa0;: impossible d’écrire %1.</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -652,10 +660,6 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <translation>Réglages</translation>
     </message>
     <message>
-        <source>The data folder could not be kept.</source>
-        <translation>Le dossier de données n&apos;a pas pu être enregistré.</translation>
-    </message>
-    <message>
         <source>Kept. It applies from the next start of the console on.</source>
         <translation>Enregistré. Valable au prochain démarrage de la console.</translation>
     </message>
@@ -725,6 +729,17 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     <message>
         <source>until %1</source>
         <translation>jusqu&apos;à %1</translation>
+    </message>
+</context>
+<context>
+    <name>QIODevice</name>
+    <message>
+        <source>Permission denied</source>
+        <translation>Accès refusé</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>Plus d’espace disponible</translation>
     </message>
 </context>
 </TS>

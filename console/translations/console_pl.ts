@@ -241,6 +241,14 @@
         <source>The PIN wants 4 to 8 digits.</source>
         <translation>PIN musi mieć od 4 do 8 cyfr.</translation>
     </message>
+    <message>
+        <source>The settings could not be stored: %1. They are lost when the console ends.</source>
+        <translation>Nie można zapisać ustawień: %1. Zostaną utracone po zamknięciu konsoli.</translation>
+    </message>
+    <message>
+        <source>The data folder could not be stored: %1 cannot be written.</source>
+        <translation>Nie można zapisać folderu danych: nie można zapisać pliku %1.</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -652,10 +660,6 @@ Usługa nie podała jeszcze listy plików.</translation>
         <translation>Ustawienia</translation>
     </message>
     <message>
-        <source>The data folder could not be kept.</source>
-        <translation>Nie udało się zapisać folderu danych.</translation>
-    </message>
-    <message>
         <source>Kept. It applies from the next start of the console on.</source>
         <translation>Zapisano. Obowiązuje od następnego uruchomienia konsoli.</translation>
     </message>
@@ -725,6 +729,17 @@ Usługa nie podała jeszcze listy plików.</translation>
     <message>
         <source>until %1</source>
         <translation>do %1</translation>
+    </message>
+</context>
+<context>
+    <name>QIODevice</name>
+    <message>
+        <source>Permission denied</source>
+        <translation>Brak dostępu</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>Brak wolnego miejsca</translation>
     </message>
 </context>
 </TS>

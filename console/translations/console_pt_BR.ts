@@ -241,6 +241,14 @@
         <source>The PIN wants 4 to 8 digits.</source>
         <translation>O PIN deve ter de 4 a 8 dígitos.</translation>
     </message>
+    <message>
+        <source>The settings could not be stored: %1. They are lost when the console ends.</source>
+        <translation>Não foi possível salvar os ajustes: %1. Eles serão perdidos quando o console encerrar.</translation>
+    </message>
+    <message>
+        <source>The data folder could not be stored: %1 cannot be written.</source>
+        <translation>Não foi possível salvar a pasta de dados: não é possível gravar %1.</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -652,10 +660,6 @@ O serviço ainda não listou seus arquivos.</translation>
         <translation>Ajustes</translation>
     </message>
     <message>
-        <source>The data folder could not be kept.</source>
-        <translation>Não foi possível salvar a pasta de dados.</translation>
-    </message>
-    <message>
         <source>Kept. It applies from the next start of the console on.</source>
         <translation>Salvo. Vale a partir da próxima inicialização do console.</translation>
     </message>
@@ -725,6 +729,17 @@ O serviço ainda não listou seus arquivos.</translation>
     <message>
         <source>until %1</source>
         <translation>até %1</translation>
+    </message>
+</context>
+<context>
+    <name>QIODevice</name>
+    <message>
+        <source>Permission denied</source>
+        <translation>Permissão negada</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>Não há mais espaço</translation>
     </message>
 </context>
 </TS>

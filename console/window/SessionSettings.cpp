@@ -2,8 +2,8 @@
 #include "console/settings/TSettingsPage.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TWindowSession.h"
-#include "host/ConfigManager.h"
 #include "host/TMessageDialog.h"
+#include "hostimpl/TConfigStore.h"
 #include "hostimpl/Theme.h"
 
 #include <QtGui/QPixmap>
@@ -40,10 +40,9 @@ void TWindowSession::SaveSettings(const TStoredSettings& settings)
 {
     const TStoredSettings former = m_stored;
     m_stored = settings;
-    if (!WriteStoredSettings(ConfigManager::Instance(), settings)) {
+    const TStoreFaults faults = StoreSettings();
+    if (!faults.dataFolder.isEmpty()) {
         m_stored.dataFolder = former.dataFolder;
-        m_settingsPage->SetMessage(tr("The data folder could not be kept."));
-        return;
     }
     Apply(settings);
     if (former.positionSource != settings.positionSource) {
@@ -56,9 +55,11 @@ void TWindowSession::SaveSettings(const TStoredSettings& settings)
         StartSource(gps);
     }
     m_settingsPage->Show(m_stored);
-    const bool isForNextStart = IsForNextStart(m_atStart, settings);
+    // A new start would lose settings that are not stored.
+    const bool isForNextStart = faults.settings.isEmpty() && IsForNextStart(m_atStart, m_stored);
     m_settingsPage->OfferRestart(isForNextStart);
-    m_settingsPage->SetMessage(isForNextStart
+    m_settingsPage->SetMessage(!faults.Text().isEmpty() ? faults.Text()
+                               : isForNextStart
                                    ? tr("Kept. It applies from the next start of the console on.")
                                    : tr("Kept."));
 }
@@ -69,7 +70,10 @@ void TWindowSession::ApplyDisplay(bool isNight, bool isFullScreen)
     m_stored.isFullScreen = isFullScreen;
     Apply(m_stored);
     m_settingsPage->ShowDisplay(m_stored);
-    StoreSettings();
+    const QString fault = StoreSettings().Text();
+    if (!fault.isEmpty()) {
+        m_settingsPage->SetMessage(fault);
+    }
 }
 
 // If the settings page has values that are not saved, asks the operator and returns false. If the
@@ -109,9 +113,9 @@ void TWindowSession::Apply(const TStoredSettings& settings)
     m_screens->Refresh(); // the user level may have changed
 }
 
-void TWindowSession::StoreSettings()
+TStoreFaults TWindowSession::StoreSettings()
 {
-    WriteStoredSettings(ConfigManager::Instance(), m_stored);
+    return WriteStoredSettings(hostimpl::TConfigStore::Process(), m_stored);
 }
 
 } // namespace console

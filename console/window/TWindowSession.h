@@ -73,7 +73,7 @@ private:
     void OpenSettings();
     void SaveSettings(const TStoredSettings& settings);
     void Apply(const TStoredSettings& settings);
-    void StoreSettings();
+    TStoreFaults StoreSettings();
     void StartSource(const TGpsSetting& gps);
     void ApplyDisplay(bool isNight, bool isFullScreen);
     bool MayLeaveSettings(const std::function<void()>& thenLeave);

@@ -43,7 +43,8 @@ private Q_SLOTS:
         settings.isDataExchangeAllowed = false;
         settings.isNight = true;
         settings.isFullScreen = true;
-        QVERIFY(WriteStoredSettings(ConfigManager::Instance(), settings));
+        QCOMPARE(WriteStoredSettings(hostimpl::TConfigStore::Process(), settings).Text(),
+                 QString());
 
         // As the next run reads them.
         hostimpl::TConfigStore store;

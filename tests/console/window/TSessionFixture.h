@@ -6,6 +6,7 @@
 #include "console/window/TWindowSession.h"
 #include "host/ConfigManager.h"
 #include "hostimpl/HostSetup.h"
+#include "hostimpl/TConfigStore.h"
 
 #include <QtCore/QLibrary>
 #include <QtCore/QTemporaryDir>
@@ -33,7 +34,9 @@ protected:
         qunsetenv("SCREENS_PLUGIN_FORGETS");
         console::TStoredSettings defaults;
         defaults.dataFolder = m_folder.path();
-        return console::WriteStoredSettings(ConfigManager::Instance(), defaults);
+        return console::WriteStoredSettings(hostimpl::TConfigStore::Process(), defaults)
+            .Text()
+            .isEmpty();
     }
 
     static console::TStoredSettings Stored()

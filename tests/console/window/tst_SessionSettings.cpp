@@ -13,10 +13,14 @@
 #include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QLocale>
+#include <QtCore/QStandardPaths>
 #include <QtCore/QStorageInfo>
 #include <QtTest/QSignalSpy>
+
+#include <cerrno>
 
 using console::TWindowSession;
 
@@ -55,6 +59,69 @@ private Q_SLOTS:
         m_session->Window()->Launcher().LightButton()->click();
         QCOMPARE(hostimpl::CurrentTheme(), hostimpl::ETheme::eDay);
         QVERIFY(!Stored().isNight);
+    }
+
+    // A folder in place of a file makes each attempt to write the file fail.
+    void saysThatTheSettingsCouldNotBeStored()
+    {
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        const QString file = m_folder.filePath(QStringLiteral("console.json"));
+        const QString aside = file + QStringLiteral(".aside");
+        QVERIFY(QFile::rename(file, aside) && QDir().mkdir(file));
+        {
+            const kelvo::test::TExpectedMessage warned(QStringLiteral("cannot be written"));
+            page.Row(0)->SetTextValue(QStringLiteral("farm.example"));
+            for (int attempt = 0; attempt < 2; ++attempt) {
+                page.SaveButton()->click();
+                QVERIFY2(page.Message().contains(QStringLiteral("could not be stored")),
+                         qUtf8Printable(page.Message()));
+                QVERIFY(page.Message().contains(qt_error_string(EISDIR)));
+                QVERIFY(!page.RestartButton()->isVisible());
+            }
+            page.Row(5)->SetNumericalValue(1); // applies at once, and is not stored either
+            QCOMPARE(hostimpl::CurrentTheme(), hostimpl::ETheme::eNight);
+            QVERIFY(page.Message().contains(QStringLiteral("could not be stored")));
+            QVERIFY(warned.Count() > 0);
+        }
+        QVERIFY(QDir().rmdir(file) && QFile::rename(aside, file));
+        page.SaveButton()->click();
+        QVERIFY2(page.Message().contains(QStringLiteral("next start")),
+                 qUtf8Printable(page.Message()));
+        QVERIFY(page.RestartButton()->isVisible());
+        hostimpl::TConfigStore next;
+        QCOMPARE(next.Open(file), QString());
+        QCOMPARE(console::ReadStoredSettings(next).service, QStringLiteral("farm.example"));
+    }
+
+    void storesTheOtherSettingsIfTheDataFolderCannotBeStored()
+    {
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        const QString file =
+            QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+            QStringLiteral("/kelvo-console.ini");
+        QFile::remove(file);
+        QVERIFY(QDir().mkpath(file));
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            page.Row(3)->SetTextValue(m_folder.filePath(QStringLiteral("other")));
+            page.Row(6)->SetNumericalValue(0);
+            page.SaveButton()->click();
+            QVERIFY2(page.Message().contains(QStringLiteral("data folder could not be stored")),
+                     qUtf8Printable(page.Message()));
+            QVERIFY(page.Message().contains(file));
+            QCOMPARE(page.Row(3)->GetTextValue(), m_folder.path()); // is still stored
+            QVERIFY(!page.RestartButton()->isVisible());
+        }
+        QVERIFY(!Stored().isDataExchangeAllowed);
+        QVERIFY(QDir().rmdir(file));
+        page.Row(3)->SetTextValue(m_folder.filePath(QStringLiteral("other")));
+        page.SaveButton()->click();
+        QVERIFY2(page.Message().contains(QStringLiteral("next start")),
+                 qUtf8Printable(page.Message()));
+        QCOMPARE(Stored().dataFolder, m_folder.filePath(QStringLiteral("other")));
     }
 
     void appliesTheDisplayAtOnce()

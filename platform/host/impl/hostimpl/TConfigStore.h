@@ -46,6 +46,10 @@ public:
     QString Open(const QString& path);
     void SetUserLogAccessor(const UserLogAccessorPtr& accessor);
 
+    // Writes the items again if the last attempt failed. Returns why the file cannot be written, or
+    // an empty text if it has all items but the sealed items. Blocks while the disk works.
+    QString Flush();
+
     QVariant GetItem(int itemKey) const override;
     void SetItem(int itemKey, const QVariant& value, bool persist) override;
     bool IsUserLogEnabled(int source, int target, int category, int level) const override;
@@ -57,13 +61,14 @@ private:
     QString OpenSealed(const QString& path, const QMap<int, QByteArray>& sealed);
     QString WriteThrough();
 
-    // Taken before m_mutex. Guards m_path, m_persisted, m_sealed and m_isUnsaved, and is held while
-    // the file is written.
+    // Taken before m_mutex. Guards m_path, m_persisted, m_sealed, m_isUnsaved and m_fileError, and
+    // is held while the file is written.
     QMutex m_fileMutex;
     QString m_path;
     QMap<int, QVariant> m_persisted; // with the items that are sealed in the file
     std::unique_ptr<TSealedItems> m_sealed;
     bool m_isUnsaved = false;
+    QString m_fileError; // of the last attempt to write the file
 
     mutable QMutex m_mutex; // guards m_items and m_userLog
     QHash<int, QVariant> m_items;

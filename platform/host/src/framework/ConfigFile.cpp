@@ -183,7 +183,7 @@ bool WriteConfigFile(const QString& path, const TConfigItems& items, QString& er
     const QByteArray bytes =
         QJsonDocument(QJsonObject{{VERSION_KEY, FILE_VERSION}, {ITEMS_KEY, entries}}).toJson();
     if (!EnsurePrivateFile(path)) {
-        errorText = SystemError(errno);
+        errorText = qt_error_string(errno);
         return false;
     }
     QSaveFile file(path);
@@ -191,11 +191,12 @@ bool WriteConfigFile(const QString& path, const TConfigItems& items, QString& er
     // the good file. Therefore flush() and fsync() come first.
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() ||
         ::fsync(file.handle()) != 0 || !file.commit()) {
-        errorText = file.error() == QFileDevice::NoError ? SystemError(errno) : file.errorString();
+        errorText =
+            file.error() == QFileDevice::NoError ? qt_error_string(errno) : file.errorString();
         return false;
     }
     if (!SyncFolder(QFileInfo(path).absolutePath())) {
-        errorText = SystemError(errno);
+        errorText = qt_error_string(errno);
         return false;
     }
     return true;

@@ -60,6 +60,7 @@ QString TConfigStore::Open(const QString& path)
     const QMutexLocker fileLock(&m_fileMutex);
     m_path = path;
     m_isUnsaved = false;
+    m_fileError.clear();
     m_persisted.clear();
     const QString problem = Load(path);
     if (!problem.isEmpty()) {
@@ -81,6 +82,7 @@ QString TConfigStore::Load(const QString& path)
     const EConfigRead result = ReadConfigFile(path, items, errorText);
     if (result == EConfigRead::eUnreadable) {
         m_path.clear();
+        m_fileError = errorText;
         *m_sealed = {};
         return QStringLiteral("The configuration %1 cannot be read (%2). Changes will be lost when "
                               "the console ends.")
@@ -101,6 +103,7 @@ QString TConfigStore::PutAside(const QString& path, const QString& errorText)
     const QString aside = PutConfigFileAside(path);
     if (aside.isEmpty()) {
         m_path.clear();
+        m_fileError = errorText;
         return QStringLiteral("The configuration %1 is not valid (%2) and cannot be renamed. "
                               "Changes will be lost when the console ends.")
             .arg(path, errorText);
@@ -174,6 +177,15 @@ void TConfigStore::SetItem(int itemKey, const QVariant& value, bool persist)
     }
 }
 
+QString TConfigStore::Flush()
+{
+    const QMutexLocker fileLock(&m_fileMutex);
+    if (!m_fileError.isEmpty()) {
+        WriteThrough();
+    }
+    return m_fileError;
+}
+
 // An item that cannot be sealed is left out; the other items are written.
 QString TConfigStore::WriteThrough()
 {
@@ -188,10 +200,10 @@ QString TConfigStore::WriteThrough()
     for (auto item = items.sealed.begin(); item != items.sealed.end(); ++item) {
         items.values.remove(item.key());
     }
-    QString errorText;
-    if (!WriteConfigFile(m_path, items, errorText)) {
-        problems
-            << QStringLiteral("The configuration %1 cannot be written: %2").arg(m_path, errorText);
+    m_fileError.clear();
+    if (!WriteConfigFile(m_path, items, m_fileError)) {
+        problems << QStringLiteral("The configuration %1 cannot be written: %2")
+                        .arg(m_path, m_fileError);
     }
     problems.removeAll(QString());
     m_isUnsaved = !problems.isEmpty();
