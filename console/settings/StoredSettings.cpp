@@ -11,10 +11,13 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
+#include <QtCore/QSaveFile>
 #include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
 
 #include <tuple>
+
+#include <unistd.h>
 
 namespace {
 
@@ -85,16 +88,23 @@ QString SettingsFault(const QString& reason)
                      .arg(reason);
 }
 
+// QSettings would keep a value that it cannot write, and read the value later as stored.
+bool WriteFolderFile(QString folder)
+{
+    folder.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
+    folder.replace(QLatin1Char('"'), QLatin1String("\\\""));
+    const QByteArray text =
+        QStringLiteral("[General]\n%1=\"%2\"\n").arg(folderKey, folder).toUtf8();
+    QDir().mkpath(QFileInfo(FolderFile()).path());
+    QSaveFile file(FolderFile());
+    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush() &&
+           ::fsync(file.handle()) == 0 && file.commit();
+}
+
 // The file changes only if the folder changes.
 QString StoreDataFolder(const QString& folder)
 {
-    if (folder == console::StoredDataFolder(hostimpl::DataFolder())) {
-        return {};
-    }
-    QSettings file(FolderFile(), QSettings::IniFormat);
-    file.setValue(folderKey, folder);
-    file.sync();
-    return file.status() == QSettings::NoError
+    return folder == console::StoredDataFolder(hostimpl::DataFolder()) || WriteFolderFile(folder)
                ? QString()
                : TTexts::tr("The data folder could not be stored: %1 cannot be written.")
                      .arg(FolderFile());
@@ -216,8 +226,9 @@ TStoreFaults WriteStoredSettings(hostimpl::TConfigStore& config, const TStoredSe
 
 QString StoredDataFolder(const QString& otherwise)
 {
-    const QString folder =
-        QSettings(FolderFile(), QSettings::IniFormat).value(folderKey).toString();
+    QSettings file(FolderFile(), QSettings::IniFormat);
+    file.setIniCodec("UTF-8");
+    const QString folder = file.value(folderKey).toString();
     return folder.isEmpty() ? otherwise : folder;
 }
 

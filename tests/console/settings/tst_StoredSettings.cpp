@@ -6,6 +6,7 @@
 #include "support/TTestCase.h"
 #include "support/TestMain.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QTemporaryDir>
@@ -59,6 +60,29 @@ private Q_SLOTS:
         QCOMPARE(read.isDataExchangeAllowed, false);
         QCOMPARE(read.isNight, true);
         QCOMPARE(read.isFullScreen, true);
+    }
+
+    void storesEachPathOfADataFolder()
+    {
+        hostimpl::TConfigStore store;
+        TStoredSettings settings;
+        for (const QString& name : {QStringLiteral("a \"b\" \\x41 c;d,e=f #%41"),
+                                    QStringLiteral(u"H\u00f6he \u9ad8"), QStringLiteral("plain")}) {
+            settings.dataFolder = m_folder.filePath(name);
+            QCOMPARE(WriteStoredSettings(store, settings).Text(), QString());
+            QCOMPARE(console::StoredDataFolder(QString()), settings.dataFolder);
+        }
+    }
+
+    // As older consoles have written it.
+    void readsAnEscapedPathOfADataFolder()
+    {
+        QFile file(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                   QStringLiteral("/kelvo-console.ini"));
+        QVERIFY(QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly));
+        file.write("[General]\ndataFolder=/H\\xf6he/\\x9ad8\n");
+        file.close();
+        QCOMPARE(console::StoredDataFolder(QString()), QStringLiteral(u"/H\u00f6he/\u9ad8"));
     }
 
     void noticesAChangeOfEachChoice()

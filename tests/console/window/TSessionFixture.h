@@ -21,15 +21,21 @@ protected:
     QString m_errorText;
     std::unique_ptr<console::TWindowSession> m_session;
     kesdkimpl::LinkStatus m_status;
+    console::TConsoleSettings m_settings; // the command line
 
     // Once in each process. False with an error text.
-    bool SetUp() { return hostimpl::SetUpHost(m_folder.path(), m_errorText); }
+    bool SetUp()
+    {
+        qputenv("HOME", QFile::encodeName(m_folder.path())); // the data folder's path is below it
+        return hostimpl::SetUpHost(m_folder.path(), m_errorText);
+    }
 
     // The settings and the plug-in of a new console.
     bool Reset()
     {
         Log().clear();
         m_status = {};
+        m_settings = {};
         qunsetenv("SCREENS_PLUGIN_THROWS");
         qunsetenv("SCREENS_PLUGIN_FORGETS");
         console::TStoredSettings defaults;
@@ -46,9 +52,8 @@ protected:
 
     void Begin(const QString& plugin, const console::TStoredSettings& stored)
     {
-        console::TConsoleSettings settings;
-        settings.pluginPath = plugin;
-        m_session = std::make_unique<console::TWindowSession>(settings, stored,
+        m_settings.pluginPath = plugin;
+        m_session = std::make_unique<console::TWindowSession>(m_settings, stored,
                                                               [this] { return m_status; });
         m_session->Begin();
     }
