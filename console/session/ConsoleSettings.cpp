@@ -87,12 +87,14 @@ bool ReadServiceOptions(const QCommandLineParser& parser, console::TConsoleSetti
                         QString& errorText)
 {
     settings.service = ValueOf(parser, "service");
-    if (parser.isSet(QStringLiteral("service")) && !console::IsServiceAddress(settings.service)) {
+    settings.isServiceGiven = parser.isSet(QStringLiteral("service"));
+    if (settings.isServiceGiven && !console::IsServiceAddress(settings.service)) {
         errorText = QStringLiteral("--service takes HOST or HOST:PORT.");
         return false;
     }
     settings.authorityFile = ValueOf(parser, "ca");
-    if (parser.isSet(QStringLiteral("ca"))) {
+    settings.isAuthorityGiven = parser.isSet(QStringLiteral("ca"));
+    if (settings.isAuthorityGiven) {
         const QFileInfo file(settings.authorityFile);
         if (!file.isFile() || !file.isReadable()) {
             errorText =

@@ -29,6 +29,8 @@ struct TConsoleSettings
     int timeoutSeconds = 120;
     bool isHeadless = false;
     // Whether the option is on the command line; if not, the window uses the operator's settings.
+    bool isServiceGiven = false;
+    bool isAuthorityGiven = false;
     bool isDataFolderGiven = false;
     bool isGpsGiven = false;
 };

@@ -41,6 +41,14 @@ void TSettingsPage::SetInUse(const TStoredSettings& settings)
     }
 }
 
+void TSettingsPage::SetGiven(const QVector<TTextSetting>& settings)
+{
+    m_given = settings;
+    for (int row = 0; row < m_notes.size(); ++row) {
+        ShowNote(row, {});
+    }
+}
+
 void TSettingsPage::CheckRow(int row)
 {
     ShowNote(row, FaultOf(Entered(), textRows.at(std::size_t(row)).value));
@@ -48,17 +56,27 @@ void TSettingsPage::CheckRow(int row)
 
 void TSettingsPage::ShowNote(int row, const QString& fault)
 {
+    m_notes.at(row)->Tell(fault, Hint(row));
+}
+
+QString TSettingsPage::Hint(int row) const
+{
     const TTextRow& text = textRows.at(std::size_t(row));
+    const bool isPosition = text.value == &TStoredSettings::positionSource;
     const QString stored = m_shown.*text.value;
     const QString device = MissingDevice(m_rows.at(row)->GetTextValue());
     const QString inUse = m_inUse ? *m_inUse.*text.value : stored;
-    QString hint = tr(text.hint);
-    if (text.value == &TStoredSettings::positionSource && !device.isEmpty()) {
-        hint = tr("There is no %1 now.").arg(device);
-    } else if (inUse != stored && inUse != InFull(stored)) {
-        hint = tr("In use: %1").arg(inUse.isEmpty() ? tr(text.whenEmpty) : inUse);
+    const bool isStoredInUse = inUse == stored || inUse == InFull(stored);
+    const QString inUseName = inUse.isEmpty() ? tr(text.whenEmpty) : inUse;
+    if (isPosition && !device.isEmpty()) {
+        return tr("There is no %1 now.").arg(device);
     }
-    m_notes.at(row)->Tell(fault, hint);
+    if (m_given.contains(text.value)) {
+        return isPosition && isStoredInUse
+                   ? tr("At the next start the command line sets the source again.")
+                   : tr("The command line sets %1. A restart does not change this.").arg(inUseName);
+    }
+    return isStoredInUse ? tr(text.hint) : tr("In use: %1").arg(inUseName);
 }
 
 QString TSettingsPage::Note(int row) const

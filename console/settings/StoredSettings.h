@@ -30,6 +30,9 @@ struct TStoredSettings
     bool operator==(const TStoredSettings& other) const;
 };
 
+// A text among the settings.
+using TTextSetting = QString TStoredSettings::*;
+
 // The data folder holds the other settings. The path of the data folder is in a separate file in
 // the user's configuration folder.
 TStoredSettings ReadStoredSettings(ConfigManager& config);

@@ -4,6 +4,7 @@
 #include "console/settings/StoredSettings.h"
 
 #include <QtCore/QList>
+#include <QtCore/QVector>
 #include <QtWidgets/QWidget>
 
 #include <optional>
@@ -38,6 +39,8 @@ public:
     // The settings that the console works with. They differ from the stored settings until the next
     // start, or if the command line names others. Without this call the notes do not show them.
     void SetInUse(const TStoredSettings& settings);
+    // The settings that the command line names. Each start uses the command line's values.
+    void SetGiven(const QVector<TTextSetting>& settings);
     // Shows the colours and the size of the window, and keeps the entered values.
     void ShowDisplay(const TStoredSettings& settings);
     // Shows a button for a new start while there are no unsaved changes.
@@ -88,6 +91,7 @@ private:
     void TakeReceiver();
     void CheckRow(int row);
     void ShowNote(int row, const QString& fault);
+    QString Hint(int row) const;
     void Save();
 
     QList<TPropertyWidget*> m_rows;
@@ -105,6 +109,7 @@ private:
     bool m_isRestartOffered = false;
     TStoredSettings m_shown;
     std::optional<TStoredSettings> m_inUse;
+    QVector<TTextSetting> m_given;
 };
 
 } // namespace console

@@ -652,6 +652,14 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <source>The PIN is wrong.</source>
         <translation>Die PIN ist falsch.</translation>
     </message>
+    <message>
+        <source>The command line sets %1. A restart does not change this.</source>
+        <translation>Die Befehlszeile legt %1 fest. Ein Neustart ändert das nicht.</translation>
+    </message>
+    <message>
+        <source>At the next start the command line sets the source again.</source>
+        <translation>Beim nächsten Start legt die Befehlszeile die Quelle wieder fest.</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

@@ -652,6 +652,14 @@ El servicio aún no ha listado sus archivos.</translation>
         <source>The PIN is wrong.</source>
         <translation>El PIN es incorrecto.</translation>
     </message>
+    <message>
+        <source>The command line sets %1. A restart does not change this.</source>
+        <translation>La línea de comandos fija %1. Un reinicio no lo cambia.</translation>
+    </message>
+    <message>
+        <source>At the next start the command line sets the source again.</source>
+        <translation>En el próximo inicio, la línea de comandos vuelve a fijar la fuente.</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

@@ -652,6 +652,14 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <source>The PIN is wrong.</source>
         <translation>Le code PIN est faux.</translation>
     </message>
+    <message>
+        <source>The command line sets %1. A restart does not change this.</source>
+        <translation>La ligne de commande impose %1. Un redémarrage n’y change rien.</translation>
+    </message>
+    <message>
+        <source>At the next start the command line sets the source again.</source>
+        <translation>Au prochain démarrage, la ligne de commande impose à nouveau la source.</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

@@ -652,6 +652,14 @@ Usługa nie podała jeszcze listy plików.</translation>
         <source>The PIN is wrong.</source>
         <translation>PIN jest błędny.</translation>
     </message>
+    <message>
+        <source>The command line sets %1. A restart does not change this.</source>
+        <translation>Wiersz poleceń ustawia %1. Ponowne uruchomienie tego nie zmieni.</translation>
+    </message>
+    <message>
+        <source>At the next start the command line sets the source again.</source>
+        <translation>Przy następnym uruchomieniu wiersz poleceń ponownie ustawi źródło.</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

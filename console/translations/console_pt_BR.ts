@@ -652,6 +652,14 @@ O serviço ainda não listou seus arquivos.</translation>
         <source>The PIN is wrong.</source>
         <translation>O PIN está errado.</translation>
     </message>
+    <message>
+        <source>The command line sets %1. A restart does not change this.</source>
+        <translation>A linha de comando define %1. Reiniciar não muda isso.</translation>
+    </message>
+    <message>
+        <source>At the next start the command line sets the source again.</source>
+        <translation>Na próxima inicialização, a linha de comando define a fonte novamente.</translation>
+    </message>
 </context>
 <context>
     <name>console::TWindowSession</name>

@@ -10,15 +10,20 @@
 
 namespace {
 
+using console::TConsoleSettings;
 using console::TStoredSettings;
 
-// Whether a setting has changed that the console reads only at its start.
-bool IsForNextStart(const TStoredSettings& former, const TStoredSettings& settings)
+struct TOptionRow
 {
-    return former.service != settings.service || former.authorityFile != settings.authorityFile ||
-           former.dataFolder != settings.dataFolder || former.language != settings.language ||
-           former.isTextLarge != settings.isTextLarge;
-}
+    bool TConsoleSettings::*isGiven;
+    console::TTextSetting setting;
+};
+constexpr TOptionRow optionRows[] = {
+    {&TConsoleSettings::isServiceGiven, &TStoredSettings::service},
+    {&TConsoleSettings::isAuthorityGiven, &TStoredSettings::authorityFile},
+    {&TConsoleSettings::isDataFolderGiven, &TStoredSettings::dataFolder},
+    {&TConsoleSettings::isGpsGiven, &TStoredSettings::positionSource},
+};
 
 } // namespace
 
@@ -56,12 +61,36 @@ void TWindowSession::SaveSettings(const TStoredSettings& settings)
     }
     m_settingsPage->Show(m_stored);
     // A new start would lose settings that are not stored.
-    const bool isForNextStart = faults.settings.isEmpty() && IsForNextStart(m_atStart, m_stored);
+    const bool isForNextStart = faults.settings.isEmpty() && IsForNextStart();
     m_settingsPage->OfferRestart(isForNextStart);
     m_settingsPage->SetMessage(!faults.Text().isEmpty() ? faults.Text()
                                : isForNextStart
                                    ? tr("Kept. It applies from the next start of the console on.")
                                    : tr("Kept."));
+}
+
+// The settings that the command line names.
+QVector<TTextSetting> TWindowSession::GivenSettings() const
+{
+    QVector<TTextSetting> given;
+    for (const TOptionRow& row : optionRows) {
+        if (m_settings.*row.isGiven) {
+            given << row.setting;
+        }
+    }
+    return given;
+}
+
+// Whether a new start uses another value than this start.
+bool TWindowSession::IsForNextStart() const
+{
+    const QVector<TTextSetting> given = GivenSettings();
+    const auto applies = [this, &given](TTextSetting setting) {
+        return m_atStart.*setting != m_stored.*setting && !given.contains(setting);
+    };
+    return applies(&TStoredSettings::service) || applies(&TStoredSettings::authorityFile) ||
+           applies(&TStoredSettings::dataFolder) || applies(&TStoredSettings::language) ||
+           m_atStart.isTextLarge != m_stored.isTextLarge;
 }
 
 void TWindowSession::ApplyDisplay(bool isNight, bool isFullScreen)

@@ -59,6 +59,7 @@ void TWindowSession::Begin()
     m_window = std::make_unique<TMainWindow>();
     m_window->FitInto(screen.availableGeometry());
     m_settingsPage = std::make_unique<TSettingsPage>();
+    m_settingsPage->SetGiven(GivenSettings());
     m_aboutPage = std::make_unique<TAboutPage>();
     m_screens = std::make_unique<TPluginScreens>(m_surfaces, *m_window);
     hostimpl::SetPopupHost(m_window.get());

@@ -74,6 +74,8 @@ private:
     void SaveSettings(const TStoredSettings& settings);
     void Apply(const TStoredSettings& settings);
     TStoreFaults StoreSettings();
+    QVector<TTextSetting> GivenSettings() const;
+    bool IsForNextStart() const;
     void StartSource(const TGpsSetting& gps);
     void ApplyDisplay(bool isNight, bool isFullScreen);
     bool MayLeaveSettings(const std::function<void()>& thenLeave);

@@ -19,10 +19,10 @@ namespace {
 // Completes the command line by the operator's stored settings.
 void FillIn(console::TConsoleSettings& settings, const console::TStoredSettings& stored)
 {
-    if (settings.service.isEmpty()) {
+    if (!settings.isServiceGiven) {
         settings.service = stored.service;
     }
-    if (settings.authorityFile.isEmpty()) {
+    if (!settings.isAuthorityGiven) {
         settings.authorityFile = stored.authorityFile;
     }
     settings.language = stored.language;

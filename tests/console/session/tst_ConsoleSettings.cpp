@@ -30,6 +30,7 @@ private Q_SLOTS:
     {
         TConsoleSettings settings;
         QCOMPARE(Read({}, settings), QString());
+        QVERIFY(!settings.isServiceGiven && !settings.isAuthorityGiven && !settings.isGpsGiven);
         QVERIFY(!settings.isHeadless);
         QVERIFY(settings.pluginPath.endsWith(QStringLiteral("/lib/libkelvo.so")));
         QVERIFY(QDir::isAbsolutePath(settings.dataFolder));
@@ -123,6 +124,7 @@ private Q_SLOTS:
                        QStringLiteral("/tractor/data")},
                       settings),
                  QString());
+        QVERIFY(settings.isServiceGiven && settings.isAuthorityGiven && settings.isDataFolderGiven);
         qunsetenv("KESDK_STATE_FOLDER");
         console::ExportToEnvironment(settings);
         QCOMPARE(qgetenv("KESDK_STATE_FOLDER"), QByteArray("/tractor/data/state/kesdk"));

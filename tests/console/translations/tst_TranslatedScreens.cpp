@@ -31,6 +31,7 @@
 
 #include <memory>
 
+using console::TStoredSettings;
 using kesdkimpl::EProblem;
 using kesdkimpl::ESession;
 
@@ -283,6 +284,10 @@ private Q_SLOTS:
         for (const bool isOn : {false, true}) {
             settings.pin = isOn ? QStringLiteral("4711") : QString();
             settings.isNight = settings.isFullScreen = settings.isDataExchangeAllowed = isOn;
+            page.SetGiven(isOn ? QVector<console::TTextSetting>{&TStoredSettings::service,
+                                                                &TStoredSettings::authorityFile,
+                                                                &TStoredSettings::positionSource}
+                               : QVector<console::TTextSetting>());
             page.Show(settings);
             page.SetMessage(QCoreApplication::translate(
                 "console::TWindowSession",

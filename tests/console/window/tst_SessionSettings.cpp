@@ -230,6 +230,58 @@ private Q_SLOTS:
         QCOMPARE(page.Message(), QStringLiteral("Kept."));
     }
 
+    void offersNoNewStartForWhatTheCommandLineSets_data()
+    {
+        QTest::addColumn<int>("row");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("service") << 0 << QStringLiteral("farm.example");
+        QTest::newRow("certificate") << 1 << QStringLiteral(ScreensPlugin_PATH); // any file
+        QTest::newRow("data folder") << 3 << m_folder.filePath(QStringLiteral("other"));
+    }
+
+    void offersNoNewStartForWhatTheCommandLineSets()
+    {
+        QFETCH(int, row);
+        QFETCH(QString, value);
+        m_settings.isServiceGiven = row == 0;
+        m_settings.isAuthorityGiven = row == 1;
+        m_settings.isDataFolderGiven = row == 3;
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        const QString note = QStringLiteral("The command line sets");
+        QVERIFY2(page.Note(row).startsWith(note), qUtf8Printable(page.Note(row)));
+        page.Row(row)->SetTextValue(value);
+        page.SaveButton()->click();
+        QCOMPARE(page.Message(), QStringLiteral("Kept."));
+        QVERIFY(page.Note(row).contains(QStringLiteral("A restart does not change this")));
+        QVERIFY(!page.RestartButton()->isVisible());
+        // A new start is for the other settings.
+        page.Row(8)->SetNumericalValue(1);
+        page.SaveButton()->click();
+        QVERIFY(page.RestartButton()->isVisible());
+    }
+
+    void saysThatTheCommandLineSetsThePositionSourceAgain()
+    {
+        QFile log(m_folder.filePath(QStringLiteral("log.nmea")));
+        QVERIFY(log.open(QIODevice::WriteOnly));
+        const QString source = QStringLiteral("nmea:") + log.fileName();
+        m_settings.isGpsGiven = true;
+        QString errorText;
+        QVERIFY(console::ParseGpsSetting(source, m_settings.gps, errorText));
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        QVERIFY2(page.Note(2).contains(QStringLiteral("sets ") + source),
+                 qUtf8Printable(page.Note(2)));
+        page.Row(2)->SetTextValue(source + QStringLiteral("@2"));
+        page.SaveButton()->click();
+        QVERIFY2(page.Note(2).contains(QStringLiteral("At the next start")),
+                 qUtf8Printable(page.Note(2)));
+        QVERIFY(!page.RestartButton()->isVisible());
+    }
+
     void asksBeforeTheEndIfChangesAreLost()
     {
         Begin(ScreensPlugin_PATH);
