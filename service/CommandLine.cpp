@@ -179,6 +179,18 @@ CLI::App* addRestore(CLI::App& app, RestoreOptions& options)
     return restore;
 }
 
+CLI::App* addClockConfirm(CLI::App& app, ClockConfirmOptions& options)
+{
+    CLI::App* clock = app.add_subcommand("clock", "The machine's clock after a leap");
+    clock->require_subcommand(1);
+    CLI::App* confirm = clock->add_subcommand(
+        "confirm", "Confirm that this machine's clock is right now; the clean-up continues");
+    confirm->footer("A running service reads this within ten minutes, or at once on SIGHUP.\n"
+                    "Exit code 0: written; 2: refused; 3: failed.");
+    confirm->add_option("--data", options.dataFolder, "The service's data folder")->required();
+    return confirm;
+}
+
 } // namespace
 
 CommandLine parseCommandLine(int argc, char** argv)
@@ -203,6 +215,8 @@ CommandLine parseCommandLine(int argc, char** argv)
     const CLI::App* verifying = addVerify(app, verify);
     const CLI::App* backingUp = addBackup(app, backup);
     const CLI::App* restoring = addRestore(app, restore);
+    ClockConfirmOptions confirmClock;
+    const CLI::App* confirming = addClockConfirm(app, confirmClock);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -217,6 +231,8 @@ CommandLine parseCommandLine(int argc, char** argv)
         result.backup = backup;
     } else if (restoring->parsed()) {
         result.restore = restore;
+    } else if (confirming->parsed()) {
+        result.confirmClock = confirmClock;
     }
     return result;
 }

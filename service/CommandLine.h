@@ -52,6 +52,11 @@ struct RestoreOptions
     bool force = false;
 };
 
+struct ClockConfirmOptions
+{
+    std::filesystem::path dataFolder;
+};
+
 /** At most one command is set. Without a command only help or an error was printed. */
 struct CommandLine
 {
@@ -59,6 +64,7 @@ struct CommandLine
     std::optional<VerifyOptions> verify;
     std::optional<BackupOptions> backup;
     std::optional<RestoreOptions> restore;
+    std::optional<ClockConfirmOptions> confirmClock;
     int exitCode = 0;
 };
 

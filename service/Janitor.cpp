@@ -154,6 +154,28 @@ void removeUnknownContents(const Janitor::Parts& parts, long long keptForMs,
     }
 }
 
+void set(HeldBack& heldBack, long long sessions, long long uploads, long long binnedFiles)
+{
+    const bool changed = heldBack.sessions.exchange(sessions) != sessions;
+    const bool changedToo = heldBack.uploads.exchange(uploads) != uploads;
+    if (heldBack.binnedFiles.exchange(binnedFiles) != binnedFiles || changed || changedToo) {
+        logWarning("clean-up-held-back", std::to_string(sessions) + " sessions, " +
+                                             std::to_string(uploads) + " uploads, " +
+                                             std::to_string(binnedFiles) + " files in the bin");
+    }
+}
+
+void countHeldBack(const Janitor::Parts& parts)
+{
+    const long long now = parts.clock.nowMs();
+    parts.database.readNow([&parts, now](soci::session& sql) {
+        set(parts.heldBack, store::countExpiredSessions(sql, now),
+            static_cast<long long>(store::expiredUploads(sql, now).size()),
+            store::countBinBefore(sql, now - binLifeMs));
+        return 0;
+    });
+}
+
 } // namespace
 
 Janitor::Janitor(Parts parts, const Settings& settings)
@@ -172,6 +194,11 @@ Janitor::~Janitor()
 
 void Janitor::cleanUp(const Parts& parts, const Settings& settings, const Stops& stops)
 {
+    if (!parts.clockIsTrusted()) {
+        attempt("clean-up-count-failed", [&] { countHeldBack(parts); });
+        return;
+    }
+    set(parts.heldBack, 0, 0, 0);
     const long long keptForMs = std::chrono::milliseconds(settings.unknownFor).count();
     std::vector<std::string> unreferenced;
     attempt("clean-up-database-failed",
@@ -180,6 +207,15 @@ void Janitor::cleanUp(const Parts& parts, const Settings& settings, const Stops&
     attempt("clean-up-orphans-failed", [&] { removeOrphanedUploads(parts, keptForMs, stops); });
     attempt("clean-up-bin-failed", [&] { removeContents(parts, unreferenced); });
     attempt("clean-up-contents-failed", [&] { removeUnknownContents(parts, keptForMs, stops); });
+}
+
+void Janitor::wake()
+{
+    {
+        const std::lock_guard lock(mutex_);
+        woken_ = true;
+    }
+    changed_.notify_all();
 }
 
 bool Janitor::stops()
@@ -195,7 +231,8 @@ void Janitor::loop()
         lock.unlock();
         cleanUp(parts_, settings_, [this] { return stops(); });
         lock.lock();
-        changed_.wait_for(lock, settings_.interval, [this] { return stopping_; });
+        changed_.wait_for(lock, settings_.interval, [this] { return stopping_ || woken_; });
+        woken_ = false;
     }
 }
 

@@ -6,6 +6,7 @@
 #include "service/content/DigestLocks.h"
 #include "service/store/Database.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -14,11 +15,22 @@
 
 namespace kelvo {
 
+/** The data that the janitor would have removed, if the clock were trusted. Thread safe. */
+struct HeldBack
+{
+    std::atomic<long long> sessions{0};
+    std::atomic<long long> uploads{0};
+    std::atomic<long long> binnedFiles{0};
+};
+
 /**
  * Removes expired uploads and sessions, files that were in the bin for 30 days with their contents,
  * old events and positions. Files that the database does not know, as after a crash, are removed
  * after some days. A content older than the database is never removed: the database may be the
  * wrong one, and the right database needs the files.
+ *
+ * While the clock is not trusted, nothing is removed. The janitor counts and logs the data that it
+ * would have removed.
  *
  * Runs once at the start and then at an interval. Thread: its own. Ownership: the parts outlive
  * it.
@@ -41,6 +53,8 @@ public:
         content::DigestLocks& digestLocks;
         const Clock& clock;
         std::function<bool(const std::string& id)> uploadIsHeld; // by a request, now
+        std::function<bool()> clockIsTrusted;                    // checks the clock
+        HeldBack& heldBack;
     };
 
     Janitor(Parts parts, const Settings& settings);
@@ -57,15 +71,19 @@ public:
     static void cleanUp(
         const Parts& parts, const Settings& settings, const Stops& stops = [] { return false; });
 
+    /** Starts the next round now. Thread safe. */
+    void wake();
+
 private:
     void loop();
     bool stops();
 
     Parts parts_;
     Settings settings_;
-    std::mutex mutex_; // guards stopping_
+    std::mutex mutex_; // guards stopping_ and woken_
     std::condition_variable changed_;
     bool stopping_ = false;
+    bool woken_ = false;
     std::thread thread_;
 };
 

@@ -4,6 +4,7 @@
 #include "service/FirstStart.h"
 #include "service/IoThreads.h"
 #include "service/Janitor.h"
+#include "service/ServiceClock.h"
 #include "service/api/ApiApplication.h"
 #include "service/base/FileStatus.h"
 #include "service/base/Log.h"
@@ -134,8 +135,8 @@ Async<bool> isReady(store::Database& database)
 }
 
 /**
- * The signals that stop the service. They are blocked from the start on all threads: an early
- * signal waits until the service can stop gracefully.
+ * The signals that stop the service, and SIGHUP. They are blocked from the start on all threads: an
+ * early signal waits until the service can stop gracefully.
  */
 class StopSignals
 {
@@ -143,15 +144,20 @@ public:
     StopSignals()
     {
         sigemptyset(&signals_);
+        sigaddset(&signals_, SIGHUP);
         sigaddset(&signals_, SIGINT);
         sigaddset(&signals_, SIGTERM);
         pthread_sigmask(SIG_BLOCK, &signals_, nullptr); // threads made later inherit it
     }
 
-    void wait() const
+    /** Calls `reload` for each SIGHUP until a signal stops the service. */
+    void wait(const std::function<void()>& reload) const
     {
         int which = 0;
-        sigwait(&signals_, &which);
+        while (sigwait(&signals_, &which) != 0 || which == SIGHUP) {
+            logInfo("reloading");
+            reload();
+        }
     }
 
 private:
@@ -161,8 +167,9 @@ private:
 /** The parts that requests use. Each part uses only the parts above it. */
 struct Backend
 {
-    Backend(const ServeOptions& options, const DataFolder& folder)
-        : database(openDatabase(folder)),
+    Backend(const ServeOptions& options, const DataFolder& dataFolder)
+        : folder(dataFolder),
+          database(openDatabase(folder)),
           contents(folder.path()),
           accounts(*database, clock,
                    {options.passwordCost, options.loginAttempts,
@@ -171,6 +178,7 @@ struct Backend
         database->onCommit(
             [this](const std::vector<store::Event>& events) { hub.publish(events); });
         database->onDoubt([this](const std::set<store::Id>& farms) { hub.reread(farms); });
+        checkClock(clock, *database, folder.path());
         makeFirstAdmin(*database, accounts.passwords(), clock, folder.path());
         context.settings.maxUploadBytes = options.maxUploadBytes;
         context.settings.eventsKept = options.eventsKept;
@@ -178,11 +186,19 @@ struct Backend
 
     Janitor::Parts janitorParts()
     {
-        return {*database, contents, digestLocks, clock,
-                [this](const std::string& id) { return activeUploads.isHeld(id); }};
+        return {*database,
+                contents,
+                digestLocks,
+                clock,
+                [this](const std::string& id) { return activeUploads.isHeld(id); },
+                [this] { return checkClock(clock, *database, folder.path()); },
+                heldBack};
     }
 
-    const SystemClock clock;
+    const DataFolder& folder;
+    const SystemClock machineClock;
+    ServiceClock clock{machineClock};
+    HeldBack heldBack;
     const std::unique_ptr<store::Database> database;
     content::ContentStore contents;
     content::DigestCache digests;
@@ -222,6 +238,20 @@ void showState(metrics::Metrics& metrics, const Backend& backend)
     metrics.show("kelvo_contents_damaged_total", "counter",
                  "Replies refused or cut because the content is damaged, missing or unreadable.",
                  [&backend] { return static_cast<double>(backend.integrity.damagedReads()); });
+    metrics.show("kelvo_clock_leaps_total", "counter",
+                 "Leaps of the machine's clock: more than a day ahead or an hour back.",
+                 [&backend] { return static_cast<double>(backend.clock.leaps()); });
+    metrics.show("kelvo_clock_wait_seconds", "gauge",
+                 "Run time until data is removed by its age again; 0 while the clock is trusted.",
+                 [&backend] { return static_cast<double>(backend.clock.waitS()); });
+    metrics.show({"kelvo_cleanup_held_back", "gauge",
+                  "Rows that the clean-up does not remove while the clock is not trusted.",
+                  [&held = backend.heldBack] {
+                      return std::vector<metrics::Metrics::Sample>{
+                          {"kind=\"session\"", static_cast<double>(held.sessions)},
+                          {"kind=\"upload\"", static_cast<double>(held.uploads)},
+                          {"kind=\"binned-file\"", static_cast<double>(held.binnedFiles)}};
+                  }});
 }
 
 } // namespace
@@ -241,15 +271,15 @@ void runService(const ServeOptions& options)
     const auto apiListener =
         listen(threads, options.listen, tlsContext.get(), api, limitsOf(options));
     const auto monitorListener = listen(threads, options.metricsListen, nullptr, monitor, {});
-    const Janitor janitor(backend.janitorParts(),
-                          {options.eventHours, std::chrono::days(options.unknownDays)});
+    Janitor janitor(backend.janitorParts(),
+                    {options.eventHours, std::chrono::days(options.unknownDays)});
     apiListener->start();
     monitorListener->start();
     threads.start();
 
     announce(folder, apiListener->address().text(), monitorListener->address().text());
     logInfo("started");
-    stopSignals.wait();
+    stopSignals.wait([&janitor] { janitor.wake(); });
     logInfo("stopping");
     threads.drain({apiListener.get(), monitorListener.get()}, transferGrace);
     logInfo("stopped");

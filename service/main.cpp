@@ -50,6 +50,9 @@ int main(int argc, char** argv)
         if (commandLine.restore) {
             return kelvo::maintenance::runRestore(*commandLine.restore);
         }
+        if (commandLine.confirmClock) {
+            return kelvo::maintenance::runClockConfirm(*commandLine.confirmClock);
+        }
         if (!commandLine.serve) {
             return commandLine.exitCode;
         }

@@ -106,7 +106,7 @@ Async<store::Session> Accounts::authenticate(http::Request& request)
 {
     const std::string hash = sha256Hex(bearerToken(request));
     auto find = [this, &hash](soci::session& sql) {
-        return store::findSession(sql, hash, clock_.nowMs());
+        return store::findSession(sql, hash, clock_.expiryNowMs());
     };
     auto session = co_await database_.read(find);
     if (!session) {

@@ -100,7 +100,7 @@ Async<store::Upload> findUpload(Context& context, const store::User& user, const
     if (!upload || upload->user != user.id) {
         throw Problem(EProblem::NotFound, "This upload does not exist.");
     }
-    if (!upload->finished && upload->expiresMs <= context.clock.nowMs()) {
+    if (!upload->finished && upload->expiresMs <= context.clock.expiryNowMs()) {
         throw Problem(EProblem::Gone, "The upload has expired.");
     }
     co_return *upload;

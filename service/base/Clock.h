@@ -15,6 +15,12 @@ public:
     /** Milliseconds since 1970-01-01 UTC. Jumps if the machine's clock is set. */
     virtual std::int64_t nowMs() const = 0;
 
+    /**
+     * The time by which data expires. It is earlier than nowMs() while the machine's clock is
+     * implausibly far ahead.
+     */
+    virtual std::int64_t expiryNowMs() const { return nowMs(); }
+
     /** Milliseconds since an arbitrary moment; never jumps. */
     virtual std::int64_t steadyMs() const = 0;
 };

@@ -1,8 +1,13 @@
 #include "service/maintenance/MaintenanceCommands.h"
 
 #include "service/DataFolder.h"
+#include "service/ServiceClock.h"
+#include "service/base/Clock.h"
+#include "service/base/Files.h"
+#include "service/base/Time.h"
 #include "service/maintenance/Backup.h"
 #include "service/maintenance/DatabaseCopy.h"
+#include "service/maintenance/Owner.h"
 #include "service/maintenance/Restore.h"
 #include "service/maintenance/Verify.h"
 
@@ -18,6 +23,13 @@ void printAll(const char* kind, const std::vector<std::string>& lines)
 {
     for (const std::string& line : lines) {
         std::printf("%s: %s\n", kind, line.c_str());
+    }
+}
+
+void requireDatabase(const std::filesystem::path& folder)
+{
+    if (!std::filesystem::exists(folder / databaseName)) {
+        throw StartRefused("there is no database in " + folder.string());
     }
 }
 
@@ -45,9 +57,7 @@ int report(const char* done, const CopyReport& report)
 
 int runVerify(const VerifyOptions& options)
 {
-    if (!std::filesystem::exists(options.dataFolder / databaseName)) {
-        throw StartRefused("there is no database in " + options.dataFolder.string());
-    }
+    requireDatabase(options.dataFolder);
     const VerifyReport report = verifyOrRefuse(options.dataFolder);
     printAll("damaged", report.damages);
     printAll("leftover", report.leftovers);
@@ -69,6 +79,17 @@ int runBackup(const BackupOptions& options)
 int runRestore(const RestoreOptions& options)
 {
     return report("restored", restore(options.from, options.dataFolder, options.force));
+}
+
+int runClockConfirm(const ClockConfirmOptions& options)
+{
+    requireDatabase(options.dataFolder);
+    const std::int64_t now = SystemClock().nowMs();
+    const auto file = options.dataFolder / confirmationName;
+    replaceFile(file, std::to_string(now), 0600);
+    Owner(options.dataFolder).applyTo(file);
+    std::printf("confirmed: it is %s\n", rfc3339(now).c_str());
+    return 0;
 }
 
 } // namespace kelvo::maintenance

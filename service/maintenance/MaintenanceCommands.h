@@ -13,4 +13,7 @@ int runVerify(const VerifyOptions& options);
 int runBackup(const BackupOptions& options);
 int runRestore(const RestoreOptions& options);
 
+/** Leaves the machine's time in the data folder, for the service. */
+int runClockConfirm(const ClockConfirmOptions& options);
+
 } // namespace kelvo::maintenance

@@ -155,4 +155,12 @@ bool contentIsUsed(soci::session& sql, const std::string& sha256)
     return count > 0;
 }
 
+long long countBinBefore(soci::session& sql, long long deletedBeforeMs)
+{
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM files WHERE deleted_ms < :before", into(count),
+        use(deletedBeforeMs);
+    return count;
+}
+
 } // namespace kelvo::store

@@ -37,6 +37,9 @@ std::optional<File> restoreFromBin(Transaction& transaction, Id farm, Id file);
  */
 std::vector<std::string> emptyBin(Transaction& transaction, long long deletedBeforeMs);
 
+/** The number of files that emptyBin() would delete. */
+long long countBinBefore(soci::session& sql, long long deletedBeforeMs);
+
 /** Whether any file, in an inbox or in the bin, has this content. */
 bool contentIsUsed(soci::session& sql, const std::string& sha256);
 

@@ -128,11 +128,26 @@ constexpr const char* sessionEnvironments[] = {
     "ALTER TABLE sessions ADD COLUMN environment_ms BIGINT NOT NULL DEFAULT 0",
 };
 
+// The latest time in an older database is the latest time that the service has seen.
+constexpr const char* clockRecords[] = {
+    "CREATE TABLE clock (seen_ms BIGINT NOT NULL, trusted_ms BIGINT NOT NULL,"
+    " wait_s BIGINT NOT NULL)",
+    "INSERT INTO clock (seen_ms, trusted_ms, wait_s) SELECT COALESCE(MAX(newest), 0), 0, 0 FROM"
+    " (SELECT MAX(created_ms) AS newest FROM users"
+    " UNION ALL SELECT MAX(created_ms) FROM sessions"
+    " UNION ALL SELECT MAX(created_ms) FROM files"
+    " UNION ALL SELECT MAX(deleted_ms) FROM files"
+    " UNION ALL SELECT MAX(created_ms) FROM uploads"
+    " UNION ALL SELECT MAX(created_ms) FROM events"
+    " UNION ALL SELECT MAX(received_ms) FROM track) AS times",
+};
+
 /** Step N migrates version N to N+1. A released step is never changed; new steps are added. */
 constexpr std::array migrations{
     std::span<const char* const>(firstSchema),
     std::span<const char* const>(consoles),
     std::span<const char* const>(sessionEnvironments),
+    std::span<const char* const>(clockRecords),
 };
 
 int readVersion(soci::session& sql)

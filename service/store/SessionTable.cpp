@@ -53,4 +53,11 @@ void removeExpiredSessions(Transaction& transaction, long long nowMs)
     transaction.sql << "DELETE FROM sessions WHERE expires_ms <= :now", use(nowMs);
 }
 
+long long countExpiredSessions(soci::session& sql, long long nowMs)
+{
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM sessions WHERE expires_ms <= :now", into(count), use(nowMs);
+    return count;
+}
+
 } // namespace kelvo::store

@@ -20,4 +20,7 @@ void removeSession(Transaction& transaction, const std::string& tokenHash);
 void removeSessionsOf(Transaction& transaction, Id user);
 void removeExpiredSessions(Transaction& transaction, long long nowMs);
 
+/** The number of sessions that removeExpiredSessions() would remove. */
+long long countExpiredSessions(soci::session& sql, long long nowMs);
+
 } // namespace kelvo::store

@@ -10,8 +10,8 @@ from pathlib import Path
 
 from kelvoe2e.case import FARM, PASSWORD
 from kelvoe2e.loginpage import LoginPage
-from kelvoe2e.needs import wrong_clock
 from kelvoe2e.screens import MIDDLE_BYTES, ScreensCase
+from needs import wrong_clock
 
 GUIDE = Path(__file__).resolve().parents[2] / "docs/pictures"
 

@@ -180,5 +180,14 @@ TEST(ServeCommand, HelpReturnsExitCode0)
     EXPECT_EQ(parse({"serve", "--help"}).exitCode, 0);
 }
 
+TEST(ClockConfirmCommand, NeedsADataFolder)
+{
+    const auto command = parse({"clock", "confirm", "--data", "d"});
+    ASSERT_TRUE(command.confirmClock);
+    EXPECT_EQ(command.confirmClock->dataFolder, "d");
+    EXPECT_EQ(parse({"clock", "confirm"}).exitCode, 2);
+    EXPECT_EQ(parse({"clock"}).exitCode, 2);
+}
+
 } // namespace
 } // namespace kelvo

@@ -3,6 +3,7 @@
 #include "service/api/UploadSteps.h"
 #include "service/base/Digest.h"
 #include "service/store/EventTable.h"
+#include "service/store/SessionTable.h"
 #include "service/store/UploadTable.h"
 #include "tests/service/support/ApiFixture.h"
 #include "tests/service/support/TcpPair.h"
@@ -67,8 +68,31 @@ protected:
         });
     }
 
-    const Janitor::Parts parts{database, contents, digestLocks, clock,
-                               [this](const std::string& id) { return activeUploads.isHeld(id); }};
+    void addSession(long long expiresMs)
+    {
+        database.writeNow([this, expiresMs](store::Transaction& t) {
+            store::addSession(t, "old", user.id, 0, expiresMs);
+        });
+    }
+
+    int countSessions()
+    {
+        return database.readNow([](soci::session& sql) {
+            int count = 0;
+            sql << "SELECT COUNT(*) FROM sessions", soci::into(count);
+            return count;
+        });
+    }
+
+    bool clockIsTrusted = true;
+    HeldBack heldBack;
+    const Janitor::Parts parts{database,
+                               contents,
+                               digestLocks,
+                               clock,
+                               [this](const std::string& id) { return activeUploads.isHeld(id); },
+                               [this] { return clockIsTrusted; },
+                               heldBack};
 };
 
 TEST_F(CleanUp, KeepsDataInUse)
@@ -208,6 +232,30 @@ TEST_F(CleanUp, IgnoresADatabaseBirthInTheFuture)
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
 }
 
+TEST_F(CleanUp, RemovesNothingWhileTheClockIsNotTrustedAndCountsIt)
+{
+    remove(upload("abc").id);
+    const store::Upload open = begin("half");
+    leaveContent("stray");
+    cleanUp(); // starts the week of the content
+    addSession(1);
+    clock.Advance(24h * 40);
+    clockIsTrusted = false;
+    cleanUp(1);
+    EXPECT_THAT(contents.digests(), testing::SizeIs(2));
+    EXPECT_THAT(contents.uploadIds(), testing::ElementsAre(open.id));
+    EXPECT_EQ(countSessions(), 1);
+    EXPECT_EQ(heldBack.sessions, 1);
+    EXPECT_EQ(heldBack.uploads, 2) << "the row of the stray content is one of them";
+    EXPECT_EQ(heldBack.binnedFiles, 1);
+    clockIsTrusted = true;
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::IsEmpty());
+    EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
+    EXPECT_EQ(countSessions(), 0);
+    EXPECT_EQ(heldBack.sessions + heldBack.uploads + heldBack.binnedFiles, 0);
+}
+
 TEST_F(CleanUp, StopsDuringARound)
 {
     const store::Upload first = begin("one");
@@ -225,17 +273,11 @@ TEST_F(CleanUp, RemovesContentsWhenTheDatabaseStepFails)
     database.writeNow([](store::Transaction& t) {
         t.sql << "CREATE TRIGGER full BEFORE DELETE ON sessions BEGIN SELECT RAISE(ABORT, 'full');"
                  " END";
-        t.sql << "INSERT INTO sessions (token_hash, user_id, created_ms, expires_ms)"
-                 " SELECT 'old', MIN(id), 0, 1 FROM users";
     });
+    addSession(1);
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
-    const auto kept = database.readNow([](soci::session& sql) {
-        int count = 0;
-        sql << "SELECT COUNT(*) FROM sessions", soci::into(count);
-        return count;
-    });
-    EXPECT_EQ(kept, 1) << "the trigger did not fail the database step";
+    EXPECT_EQ(countSessions(), 1) << "the trigger did not fail the database step";
 }
 
 TEST_F(CleanUp, KeepsALockedContent)

@@ -10,3 +10,11 @@ def needs(case, is_there, what):
     if os.environ.get("CI"):
         case.fail(f"missing in CI: {what}")
     case.skipTest(what)
+
+
+def wrong_clock(case, ahead_s=-15 * 365 * 24 * 3600):
+    """A prefix for a program: with it, the program's time of day is `ahead_s` seconds ahead; negative: behind."""
+    library = os.environ["KELVO_WRONG_CLOCK"]
+    if library == "none":
+        case.skipTest("the programs of this build cannot preload a library")
+    return "env", f"LD_PRELOAD={library}", f"KELVO_CLOCK_AHEAD_S={ahead_s}"

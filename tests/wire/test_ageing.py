@@ -7,13 +7,15 @@ import unittest
 
 from kelvowire.farm import log_in, make_inbox, add_farms_and_users
 from kelvowire.http import Client, digest_header
-from kelvowire.service import Service
+from kelvowire.service import Service, confirm_clock
 
 DAY_MS = 24 * 3600 * 1000
 
 
 def let_pass(service, days):
-    """Stops the service, moves all times in its database (columns named …_ms) into the past, and starts it again."""
+    """Stops the service, moves all times in its database (columns named …_ms) into the past, confirms the clock, and
+    starts it again.
+    """
     service.stop()
     moved = 0
     database = sqlite3.connect(service.path("kelvo.sqlite"))
@@ -25,6 +27,7 @@ def let_pass(service, days):
     database.close()
     if not moved:
         raise AssertionError("the database has no times to move")
+    confirm_clock(service)
     service.start()
 
 

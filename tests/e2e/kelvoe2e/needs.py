@@ -28,11 +28,3 @@ def can_mount():
     """Whether a file system can be mounted in a private namespace."""
     return subprocess.run([*NAMESPACE, "mount", "-t", "tmpfs", "none", "/tmp"], stderr=subprocess.DEVNULL,
                           check=False).returncode == 0
-
-
-def wrong_clock(case):
-    """A prefix for a program: with it, the program's time of day is years behind."""
-    library = os.environ["KELVO_WRONG_CLOCK"]
-    if library == "none":
-        case.skipTest("the programs of this build cannot preload a library")
-    return "env", f"LD_PRELOAD={library}"

@@ -26,6 +26,11 @@ def run_refused(folder, *options, listen="127.0.0.1:0"):
     return result.returncode, result.stdout, result.stderr
 
 
+def confirm_clock(service, prefix=()):
+    subprocess.run([*prefix, BINARY, "clock", "confirm", "--data", service.folder], check=True, capture_output=True,
+                   timeout=GUARD_SECONDS)
+
+
 class Service:
     """One data folder, and a process on it between start() and stop()."""
 

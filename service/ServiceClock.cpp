@@ -1,0 +1,102 @@
+#include "service/ServiceClock.h"
+
+#include "service/base/Encoding.h"
+#include "service/base/Files.h"
+#include "service/base/Log.h"
+
+#include <algorithm>
+
+namespace kelvo {
+
+namespace {
+
+constexpr std::int64_t toleratedBehindMs = 3600 * 1000;
+constexpr std::int64_t toleratedAheadMs = 24 * 3600 * 1000; // a night off is no leap
+constexpr long long waitAfterLeapS = 24 * 3600;
+
+} // namespace
+
+std::optional<std::int64_t> ServiceClock::trustedMs() const
+{
+    return hasTrusted_ ? std::optional(machine_.steadyMs() + trustedOffsetMs_) : std::nullopt;
+}
+
+std::int64_t ServiceClock::nowMs() const
+{
+    const auto trusted = trustedMs();
+    const std::int64_t now = machine_.nowMs();
+    return trusted ? std::max(now, *trusted - toleratedBehindMs) : now;
+}
+
+std::int64_t ServiceClock::expiryNowMs() const
+{
+    const auto trusted = trustedMs();
+    const std::int64_t now = nowMs();
+    const bool isAhead = trusted && (!isTrusted() || now > *trusted + toleratedAheadMs);
+    return isAhead ? std::min(now, *trusted) : now;
+}
+
+bool ServiceClock::leapt(std::int64_t aheadMs)
+{
+    if (aheadMs <= toleratedAheadMs && aheadMs >= -toleratedBehindMs) {
+        return false;
+    }
+    ++leaps_;
+    logWarning("clock-leapt", std::to_string(aheadMs / (3600 * 1000)) +
+                                  " hours from the expected time; nothing is removed by its age for"
+                                  " 24 hours of run time, or until kelvo-service clock confirm");
+    return true;
+}
+
+void ServiceClock::check(store::Database& database, std::optional<std::int64_t> confirmedMs)
+{
+    const std::int64_t now = machine_.nowMs();
+    const std::int64_t steady = machine_.steadyMs();
+    const std::int64_t elapsedMs = record_ ? steady - checkedSteadyMs_ : 0;
+    if (!record_) {
+        record_ = database.readNow(store::clockRecord);
+    }
+    store::ClockRecord& record = *record_;
+    checkedSteadyMs_ = steady;
+    const bool isNew = record.seenMs == 0 && !confirmedMs;
+    if (confirmedMs) {
+        logInfo("clock-confirmed");
+        record.waitS = 0;
+    }
+    if (!isNew && leapt(now - confirmedMs.value_or(record.seenMs + elapsedMs))) {
+        record.waitS = waitAfterLeapS;
+    } else if (record.waitS > 0) {
+        record.waitS = std::max<long long>(0, record.waitS - elapsedMs / 1000);
+    }
+    record.seenMs = now;
+    if (record.waitS == 0) {
+        record.trustedMs = now;
+    } else if (record.trustedMs != 0) {
+        record.trustedMs += elapsedMs;
+    }
+    trustedOffsetMs_ = record.trustedMs - steady;
+    hasTrusted_ = record.trustedMs != 0;
+    waitS_ = record.waitS;
+    database.writeNow(
+        [&record](store::Transaction& transaction) { store::setClockRecord(transaction, record); });
+}
+
+bool checkClock(ServiceClock& clock, store::Database& database,
+                const std::filesystem::path& dataFolder)
+{
+    const auto file = dataFolder / confirmationName;
+    try {
+        std::optional<std::int64_t> confirmedMs;
+        if (std::filesystem::exists(file)) {
+            const auto number = parseNumber(readFile(file));
+            confirmedMs = number ? std::optional(static_cast<std::int64_t>(*number)) : std::nullopt;
+        }
+        clock.check(database, confirmedMs);
+        std::filesystem::remove(file);
+    } catch (const std::exception& error) {
+        logError("clock-check-failed", error.what());
+    }
+    return clock.isTrusted();
+}
+
+} // namespace kelvo
