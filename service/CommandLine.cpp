@@ -68,7 +68,7 @@ void addTimeLimits(CLI::App& serve, ServeOptions& options)
          "Seconds for the first bytes of a handshake, and for a request's head"},
         {"--idle-timeout", &ServeOptions::idleSeconds, "Seconds between two requests"},
         {"--stall-timeout", &ServeOptions::stallSeconds,
-         "Stall timeout of a body or a reply in seconds"},
+         "Stall timeout of a body or an answer in seconds"},
     };
     for (const Row& row : rows) {
         serve.add_option(row.name, options.*row.value, row.meaning)

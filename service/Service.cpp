@@ -236,7 +236,7 @@ void showState(metrics::Metrics& metrics, const Backend& backend)
     metrics.show("kelvo_event_streams_open", "gauge", "Event streams open now.",
                  [&backend] { return static_cast<double>(backend.hub.openStreams()); });
     metrics.show("kelvo_contents_damaged_total", "counter",
-                 "Replies refused or cut because the content is damaged, missing or unreadable.",
+                 "Answers refused or cut because the content is damaged, missing or unreadable.",
                  [&backend] { return static_cast<double>(backend.integrity.damagedReads()); });
     metrics.show("kelvo_clock_leaps_total", "counter",
                  "Leaps of the machine's clock: more than a day ahead or an hour back.",

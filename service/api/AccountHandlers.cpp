@@ -1,4 +1,4 @@
-// GET /account: all data that a console needs after login, in one reply.
+// GET /account: all data that a console needs after login, in one answer.
 #include "service/api/Compression.h"
 #include "service/api/Context.h"
 #include "service/api/Snapshot.h"
@@ -13,7 +13,7 @@ namespace {
 using http::Request;
 using http::Response;
 
-/** A smaller reply fits into one packet anyway. */
+/** A smaller answer fits into one packet anyway. */
 constexpr std::size_t minCompressedBytes = 512;
 
 Async<Response> getAccount(Context& context, Request& request)

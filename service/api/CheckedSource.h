@@ -1,4 +1,4 @@
-// A whole content as the body of a reply; its digest is checked while it is read.
+// A whole content as the body of an answer; its digest is checked while it is read.
 #pragma once
 
 #include "service/base/Digest.h"

@@ -1,4 +1,4 @@
-// Compressed replies.
+// Compressed answers.
 #pragma once
 
 #include <string>

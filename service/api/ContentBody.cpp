@@ -18,7 +18,7 @@ using http::Problem;
 
 namespace {
 
-/** A content up to this size is read into memory before its reply starts. */
+/** A content up to this size is read into memory before its answer starts. */
 constexpr std::uint64_t smallBytes = 256 * 1024;
 constexpr std::size_t checkStepBytes = 1024 * 1024;
 
@@ -79,7 +79,7 @@ Async<ECondition> check(Context& context, const store::File& file, const Stored&
     }
     std::optional<ECondition> found;
     const auto onResult = [&found](ECondition condition) { found = condition; };
-    // A duplicate descriptor: the original goes to the reply.
+    // A duplicate descriptor: the original goes to the answer.
     FileDescriptor own(::fcntl(stored.file.get(), F_DUPFD_CLOEXEC, 0));
     if (own.get() < 0) {
         throw std::system_error(errno, std::generic_category(), "dup");

@@ -1,4 +1,4 @@
-// The bytes of a stored file for a reply. A damaged content is never sent as a whole.
+// The bytes of a stored file for an answer. A damaged content is never sent as a whole.
 #pragma once
 
 #include "service/api/Context.h"
@@ -9,11 +9,11 @@
 namespace kelvo::api {
 
 /**
- * Sets the reply's body: the range of the file's content. A small content is checked before the
- * reply starts. A large whole content is checked while it is sent; if it is damaged, its end is not
- * sent. For a part of a large content the whole content is read first, unless it was checked in the
- * last hour. `bodiless`: only the length is needed. Throws Problem (internal) if the content is
- * damaged. Damage and cut replies are logged and counted.
+ * Sets the answer's body: the range of the file's content. A small content is checked before the
+ * answer starts. A large whole content is checked while it is sent; if it is damaged, its end is
+ * not sent. For a part of a large content the whole content is read first, unless it was checked in
+ * the last hour. `bodiless`: only the length is needed. Throws Problem (internal) if the content is
+ * damaged. Damage and cut answers are logged and counted.
  */
 Async<void> addContent(Context& context, const store::File& file, store::Id farm,
                        const http::RangeChoice& range, bool bodiless, http::Response& response);

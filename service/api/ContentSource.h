@@ -1,4 +1,4 @@
-// A content, or a part of it, as the body of a reply.
+// A content, or a part of it, as the body of an answer.
 #pragma once
 
 #include "service/base/Files.h"

@@ -16,7 +16,7 @@ using http::Request;
 using http::Response;
 using TusHandler = Async<Response> (*)(Context&, Request&);
 
-/** Every reply of the protocol has its version, errors too. */
+/** Every answer of the protocol has its version, errors too. */
 Async<Response> withTus(Context& context, Request& request, TusHandler handler)
 {
     Response response;

@@ -66,7 +66,8 @@ public:
         return readLocks_.lock(sha256);
     }
 
-    /** Call if a reply was refused or cut because its content is damaged, missing or unreadable. */
+    /** Call if an answer was refused or cut because its content is damaged, missing or unreadable.
+     */
     void countDamaged() { ++damagedReads_; }
     std::uint64_t damagedReads() const { return damagedReads_; }
 

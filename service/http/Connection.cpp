@@ -1,4 +1,4 @@
-// How a connection reads a request and writes its reply.
+// How a connection reads a request and writes its answer.
 #include "service/http/Connection.h"
 
 #include "service/base/Clock.h"
@@ -187,7 +187,7 @@ Async<bool> Connection::drainBody(BodyReader& body)
 
 Async<void> Connection::linger()
 {
-    // Closing with unread data resets the connection. Then the peer may lose our reply.
+    // Closing with unread data resets the connection. Then the peer may lose our answer.
     std::array<char, 4096> scratch;
     transport_->expireAfter(limits_.lingerTime);
     for (IoResult result; !result.error;) {

@@ -1,4 +1,4 @@
-// One client connection: reads requests, calls the application, writes the replies.
+// One client connection: reads requests, calls the application, writes the answers.
 #pragma once
 
 #include "service/http/Limits.h"
@@ -60,7 +60,7 @@ public:
 
     /**
      * Ends at once if the connection is idle, streaming or in the TLS handshake. Otherwise ends
-     * after the current reply, as long as the peer reads it.
+     * after the current answer, as long as the peer reads it.
      */
     void stop();
 

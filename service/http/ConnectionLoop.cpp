@@ -60,7 +60,7 @@ Async<bool> Connection::serveOne(bool refuse)
     } catch (const PeerGone&) {
         // This status is not sent. It tells in log and metrics that the peer was too slow or left.
         summary.status = transport_->expired() ? 408 : 499;
-    } catch (const std::exception& error) { // during a reply: too late to tell the peer
+    } catch (const std::exception& error) { // during an answer: too late to tell the peer
         logError("connection-failed", error.what());
         transport_->abort();
     }

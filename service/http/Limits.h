@@ -20,7 +20,7 @@ struct Limits
     /** The time for a TLS handshake after the peer's first bytes. At 60 B/s 9 kB arrive. */
     std::chrono::milliseconds handshakeTime = 150s;
     std::chrono::milliseconds idleTime = 75s;
-    /** The stall timeout of a body or a reply. */
+    /** The stall timeout of a body or an answer. */
     std::chrono::milliseconds bodyStall = 60s;
     /**
      * Fewer bytes than this within `bodyStall` count as a stall. A byte a minute must not hold a
@@ -31,7 +31,7 @@ struct Limits
     std::chrono::milliseconds jsonTime = 60s;
     /** A refused peer may still send for this time, so that it can read the refusal. */
     std::chrono::milliseconds lingerTime = 2s;
-    /** The stall timeout of a reply that is being sent when the service stops. */
+    /** The stall timeout of an answer that is being sent when the service stops. */
     std::chrono::milliseconds stopStall = 1s;
     std::size_t connections = 2000;
 };

@@ -44,7 +44,7 @@ public:
 
     void start();
 
-    /** Accepts no more connections. Replies in progress may finish. Returns at once. */
+    /** Accepts no more connections. Answers in progress may finish. Returns at once. */
     void stop();
 
     /** Closes the remaining connections. */

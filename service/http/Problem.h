@@ -56,7 +56,7 @@ private:
     HeaderList headers_;
 };
 
-/** The peer left while its request was read, so no reply can be sent. */
+/** The peer left while its request was read, so no answer can be sent. */
 class PeerGone : public std::exception
 {
 public:

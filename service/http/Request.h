@@ -13,7 +13,7 @@
 
 namespace kelvo::http {
 
-/** Lives on its connection's thread until the reply is sent. */
+/** Lives on its connection's thread until the answer is sent. */
 struct Request
 {
     RequestHead head;

@@ -20,7 +20,7 @@ class Transport;
 
 using HeaderList = std::vector<std::pair<std::string, std::string>>;
 
-/** The bytes of a reply that is too large for the memory. */
+/** The bytes of an answer that is too large for the memory. */
 class BodySource
 {
 public:
@@ -28,14 +28,14 @@ public:
 
     virtual std::uint64_t sizeBytes() const = 0;
 
-    /** Fills the buffer with the next bytes. Returns 0 if a read failed: the reply is cut. */
+    /** Fills the buffer with the next bytes. Returns 0 if a read failed: the answer is cut. */
     virtual Async<std::size_t> read(asio::mutable_buffer buffer) = 0;
 };
 
 /** Writes to the peer until it returns; then the connection closes. */
 using StreamBody = std::function<Async<void>(Transport& transport)>;
 
-/** One reply. At most one of `source` and `stream` may be set; without both, `body` is sent. */
+/** One answer. At most one of `source` and `stream` may be set; without both, `body` is sent. */
 struct Response
 {
     unsigned status = 200;

@@ -52,7 +52,7 @@ public:
 
     /**
      * Reads no longer wait: they return the bytes that are available, then fail. A read or write
-     * that waits fails. The connection stays open for a last reply.
+     * that waits fails. The connection stays open for a last answer.
      */
     void stopWaiting();
     /** Reads wait again. Called if the read was finished before stopWaiting() had an effect. */

@@ -37,12 +37,12 @@ void login(CommandContext& context, const UserOptions& options)
     const std::unique_ptr<ApiClient> client = context.anonymousClient();
     const std::string password = readPassword(options.passwordFile, "KELVOCTL_PASSWORD",
                                               "Password of " + options.name + ": ");
-    const json reply =
+    const json answer =
         client->call("POST", "/sessions", json{{"user", options.name}, {"password", password}});
-    const json& user = reply.at("user");
+    const json& user = answer.at("user");
     context.adopt(
-        {context.effectiveServer(), context.effectiveCa(), user.at("name"), reply.at("token")});
-    context.print({{"user", user}, {"expires_at", reply.at("expires_at")}},
+        {context.effectiveServer(), context.effectiveCa(), user.at("name"), answer.at("token")});
+    context.print({{"user", user}, {"expires_at", answer.at("expires_at")}},
                   "Logged in as " + describe(user) + ".");
 }
 

@@ -34,7 +34,7 @@ nlohmann::json Response::json() const
     try {
         return nlohmann::json::parse(body);
     } catch (const nlohmann::json::exception&) {
-        throw Unreachable("The reply of the service is not JSON.", false);
+        throw Unreachable("The answer of the service is not JSON.", false);
     }
 }
 
@@ -246,7 +246,7 @@ void throwRefused(const Response& response)
     const auto problem = nlohmann::json::parse(response.body, nullptr, false);
     if (!problem.is_object()) {
         throw Refused(response.status,
-                      "The service replied with status " + std::to_string(response.status), "");
+                      "The service answered with status " + std::to_string(response.status), "");
     }
     throw Refused(response.status, printable(problem.value("title", "Refused")),
                   printable(problem.value("detail", "")));

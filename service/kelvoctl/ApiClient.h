@@ -37,8 +37,8 @@ struct Request
     std::vector<std::string> headers;
     std::optional<nlohmann::json> json;
     ContentSource* content = nullptr;
-    // Receives the body of a 2xx reply piece by piece. Returning false ends the transfer without an
-    // error.
+    // Receives the body of a 2xx answer piece by piece. Returning false ends the transfer without
+    // an error.
     std::function<bool(long status, const Headers&, std::string_view)> onContent;
     std::chrono::seconds stall{30}; // the transfer fails after this time without a byte
 };
@@ -64,7 +64,7 @@ public:
     ApiClient(const ApiClient&) = delete;
     ApiClient& operator=(const ApiClient&) = delete;
 
-    // Returns any reply of the service. Throws Unreachable.
+    // Returns any answer of the service. Throws Unreachable.
     Response send(const Request& request);
     // As send(), but throws Refused with the problem's title and detail unless the status is 2xx.
     Response expect(const Request& request);
@@ -83,7 +83,7 @@ private:
     std::unique_ptr<CURL, void (*)(CURL*)> m_curl;
 };
 
-// Throws the reply's refusal, from its problem document if it has one.
+// Throws the answer's refusal, from its problem document if it has one.
 [[noreturn]] void throwRefused(const Response& response);
 
 } // namespace kelvoctl

@@ -10,7 +10,7 @@ enum class ExitCode : int {
     Ok = 0,
     Refused = 1,     // the service refused, or has no such object
     Usage = 2,       // wrong arguments, or an unusable local file
-    Unreachable = 3, // the service cannot be reached, or its reply cannot be verified
+    Unreachable = 3, // the service cannot be reached, or its answer cannot be verified
 };
 
 // Base of all failures; what() is the message for the user.

@@ -15,7 +15,7 @@ Passwords are not command line arguments: they come from a file, from KELVOCTL_P
 or KELVOCTL_NEW_PASSWORD (a password to set), or from the terminal.
 
 Exit codes: 0 success; 1 refused by the service; 2 wrong usage; 3 the service cannot be reached or its
-reply cannot be verified.)";
+answer cannot be verified.)";
 
 void addGlobalOptions(CLI::App& line, CommandContext& context)
 {
@@ -75,7 +75,7 @@ int run(int argc, char** argv)
         std::cerr << "kelvoctl: " << failure.what() << std::endl;
         code = static_cast<int>(failure.code());
     } catch (const nlohmann::json::exception&) {
-        std::cerr << "kelvoctl: The reply of the service has an unexpected form." << std::endl;
+        std::cerr << "kelvoctl: The answer of the service has an unexpected form." << std::endl;
         code = static_cast<int>(ExitCode::Unreachable);
     } catch (const std::exception& error) {
         std::cerr << "kelvoctl: " << error.what() << std::endl;

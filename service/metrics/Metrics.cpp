@@ -74,7 +74,7 @@ std::string Metrics::text() const
     }
     text += describe("kelvo_http_request_bytes_total", "counter", "Bytes received in bodies.");
     text += "kelvo_http_request_bytes_total " + std::to_string(requestBytes_) + "\n";
-    text += describe("kelvo_http_response_bytes_total", "counter", "Bytes sent in replies.");
+    text += describe("kelvo_http_response_bytes_total", "counter", "Bytes sent in answers.");
     text += "kelvo_http_response_bytes_total " + std::to_string(responseBytes_) + "\n";
     return text;
 }

@@ -16,7 +16,7 @@ void addUpload(Transaction& transaction, const Upload& upload);
 std::optional<Upload> uploadById(soci::session& sql, const std::string& id);
 std::optional<Upload> uploadByKey(soci::session& sql, Id user, const std::string& key);
 
-/** Stores the result, so that a repeat of the request gets the same reply. */
+/** Stores the result, so that a repeat of the request gets the same answer. */
 void finishUpload(Transaction& transaction, const Upload& upload);
 
 /** Removes the upload's key. */

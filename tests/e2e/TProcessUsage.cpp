@@ -66,6 +66,6 @@ QString TRoundRecord::ToText() const
             .arg(usage.files);
     };
     return QStringLiteral("%1 rounds; ").arg(m_rounds.size()) + one("first", m_rounds.first()) +
-           one("settled", Settled()) + one("last", m_rounds.last()) +
+           one("after warm-up", AfterWarmUp()) + one("last", m_rounds.last()) +
            QStringLiteral("growth of the heap: %1 bytes a round").arg(HeapBytesARound(), 0, 'f', 1);
 }

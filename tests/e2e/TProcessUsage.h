@@ -29,10 +29,10 @@ public:
     int Count() const { return m_rounds.size(); }
     // The usage after the first tenth of the rounds, when one-time allocations exist. Needs at
     // least ten rounds.
-    const TProcessUsage& Settled() const { return m_rounds[m_rounds.size() / 10]; }
+    const TProcessUsage& AfterWarmUp() const { return m_rounds[m_rounds.size() / 10]; }
     const TProcessUsage& Last() const { return m_rounds.last(); }
     // The bytes that each round adds: the median of the growth over every stretch of a quarter of
-    // the rounds after `Settled`. A one-time allocation is in fewer than half of the stretches.
+    // the rounds after `AfterWarmUp`. A one-time allocation is in fewer than half of the stretches.
     double HeapBytesARound() const;
     // The figures as a text for the test's output.
     QString ToText() const;

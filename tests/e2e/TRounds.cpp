@@ -63,6 +63,6 @@ QString TRounds::GrowthOf(const TRoundRecord& record, double allowedBytesARound)
 {
     const double allowed = ALLOWED_BYTES / record.Count() + allowedBytesARound;
     const bool hasGrown =
-        record.Last().files > record.Settled().files || record.HeapBytesARound() > allowed;
+        record.Last().files > record.AfterWarmUp().files || record.HeapBytesARound() > allowed;
     return hasGrown ? record.ToText() : QString();
 }

@@ -3,7 +3,7 @@
 //   load_once LIBRARY
 //
 // It marks two points in the trace of its system calls by opening files that do not exist: the
-// begin of the load, and the return of Initialise. Then it prints "initialised" and waits for the
+// start of the load, and the return of Initialise. Then it prints "initialised" and waits for the
 // worker if there is a worker.
 #include "support/TestProcess.h"
 #include "tests/plugin/TLoadedPlugin.h"

@@ -8,7 +8,7 @@ import subprocess
 from needs import needs
 
 GUARD_SECONDS = 60  # only ends what hangs
-# "1234 fdatasync(7</data/uploads/ab>) = 0". In a program with threads, the begin and the end of a
+# "1234 fdatasync(7</data/uploads/ab>) = 0". In a program with threads, the start and the end of a
 # call can be separate lines.
 BEGUN_CALL = re.compile(r"^(?P<thread>\d+) +(?P<call>\w+)\((?P<rest>.*)$")
 RESUMED_CALL = re.compile(r"^(?P<thread>\d+) +<\.\.\. (?P<call>\w+) resumed>(?P<rest>.*)$")

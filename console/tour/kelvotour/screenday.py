@@ -96,7 +96,7 @@ class ScreenDay:
             self.window.press("Settings")
             self.window.choose("Language", names[self.language])
             self.window.press("Save")
-            self.window.until(lambda screen: any("next start" in label for label in screen.labels()), "the reply")
+            self.window.until(lambda screen: any("next start" in label for label in screen.labels()), "the answer")
             require(self.window.close() == 0, "the console ended with an error")
             self.text = english
 

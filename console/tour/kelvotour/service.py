@@ -105,7 +105,7 @@ class Service:
     def requests(self):
         """{(method, route): number of requests} after all open requests but event streams have ended.
 
-        The service counts a request shortly after it has sent the reply.
+        The service counts a request shortly after it has sent the answer.
         """
         end = time.monotonic() + GUARD_SECONDS
         page = self.metrics()
@@ -126,7 +126,7 @@ class Service:
     def streams_left_open(self):
         """The open event streams after all sessions have ended.
 
-        The service closes a stream shortly after it has sent the reply to the logout. A stream that only the
+        The service closes a stream shortly after it has sent the answer to the logout. A stream that only the
         comment every 60 s would close stays longer than this waits.
         """
         end = time.monotonic() + STREAM_END_SECONDS

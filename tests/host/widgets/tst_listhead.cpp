@@ -16,10 +16,10 @@ const QStringList fields = {QStringLiteral("North 1.zip"), QStringLiteral("South
 
 struct THead : TNames
 {
-    explicit THead(const QStringList& names) : TNames(names) { Settle(); }
+    explicit THead(const QStringList& names) : TNames(names) { UpdateHead(); }
 
     // The head follows a change after the change.
-    static void Settle() { QCoreApplication::processEvents(); }
+    static void UpdateHead() { QCoreApplication::processEvents(); }
 
     QWidget& Bar() { return *list.findChild<TListHead*>(); }
     QString Text() { return list.findChild<TListHead*>()->findChild<QLabel*>()->text(); }
@@ -31,7 +31,7 @@ struct THead : TNames
     {
         SearchButton().click();
         QTest::keyClicks(&Entry(), text);
-        Settle();
+        UpdateHead();
     }
 
     QStringList Shown() const
@@ -84,10 +84,10 @@ void tst_ListHead::countsTheSelectedNames()
     QCOMPARE(names.Text(), QStringLiteral("0 of 500 selected"));
     names.Click(0);
     names.Click(2);
-    names.Settle();
+    names.UpdateHead();
     QCOMPARE(names.Text(), QStringLiteral("2 of 500 selected"));
     delete names.list.takeItem(0);
-    names.Settle();
+    names.UpdateHead();
     QCOMPARE(names.Text(), QStringLiteral("1 of 499 selected"));
 }
 
@@ -96,14 +96,14 @@ void tst_ListHead::selectsAllAndNone()
     THead names(Numbered(500));
     QCOMPARE(names.All().text(), QStringLiteral("All"));
     names.Click(1);
-    names.Settle();
+    names.UpdateHead();
     names.All().click();
-    names.Settle();
+    names.UpdateHead();
     QCOMPARE(names.list.GetSelectedTextItems(), Numbered(500));
     QCOMPARE(names.changes.count(), 2);
     QCOMPARE(names.All().text(), QStringLiteral("None"));
     names.All().click();
-    names.Settle();
+    names.UpdateHead();
     QVERIFY(names.list.GetSelectedTextItems().isEmpty());
     QCOMPARE(names.All().text(), QStringLiteral("All"));
 }
@@ -133,10 +133,10 @@ void tst_ListHead::hidesWithoutNames()
     THead names({});
     QVERIFY(!names.Bar().isVisible());
     names.list.AddString(QStringLiteral("a"), 30, 0, QIcon());
-    names.Settle();
+    names.UpdateHead();
     QVERIFY(names.Bar().isVisible());
     names.list.clear();
-    names.Settle();
+    names.UpdateHead();
     QVERIFY(!names.Bar().isVisible());
 }
 
@@ -145,7 +145,7 @@ void tst_ListHead::hidesForASingleSelection()
     THead names({});
     names.list.setSelectionMode(QAbstractItemView::SingleSelection);
     names.list.AddString(QStringLiteral("a"), 30, 0, QIcon());
-    names.Settle();
+    names.UpdateHead();
     QVERIFY(!names.Bar().isVisible());
 }
 
@@ -194,7 +194,7 @@ void tst_ListHead::theSearchHoldsWhenTheListIsFilledAgain()
     }
     QCOMPARE(names.Shown(), QStringList(QStringLiteral("a north")));
     names.list.setFocus();
-    names.Settle();
+    names.UpdateHead();
     QCOMPARE(names.Text(), QStringLiteral("0 of 2 selected\n1 found: north"));
 }
 
@@ -287,7 +287,7 @@ void tst_ListHead::anUnsuccessfulSearchSaysSo()
     QTest::keyClicks(&names.Entry(), QStringLiteral("y"));
     QVERIFY(names.Picture() != one);
     names.list.setFocus();
-    names.Settle();
+    names.UpdateHead();
     QVERIFY(!names.All().isEnabled());
 }
 

@@ -37,7 +37,7 @@ constexpr std::uint32_t MS_DOS_FOLDER = 0x10;
 
 constexpr char OVERLAP[] = "its entries overlap or are cut off";
 
-// The directory is read from begin to end, the entries' own headers here and there.
+// The directory is read in one run. The headers of the entries are read at their offsets.
 constexpr std::int64_t DIRECTORY_BLOCK_BYTES = std::int64_t{128} * 1024;
 constexpr std::int64_t LOCAL_BLOCK_BYTES = 512;
 

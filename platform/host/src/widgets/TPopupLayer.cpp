@@ -166,7 +166,7 @@ void TPopupLayer::Close()
 void TPopupLayer::GiveBack()
 {
     TPopupWindow* const popup = m_popup;
-    LetGo();
+    ForgetPopup();
     if (popup == nullptr) {
         return;
     }
@@ -178,7 +178,7 @@ void TPopupLayer::GiveBack()
     }
 }
 
-void TPopupLayer::LetGo()
+void TPopupLayer::ForgetPopup()
 {
     m_popup = nullptr;
     Layers().removeOne(this);
@@ -205,7 +205,7 @@ void TPopupLayer::ReturnFocus()
 void TPopupLayer::childEvent(QChildEvent* event)
 {
     if (event->removed() && m_popup != nullptr && event->child() == m_popup) {
-        LetGo();
+        ForgetPopup();
         hide();
         deleteLater();
     }

@@ -62,11 +62,11 @@ private:
     class TOwnerLink;
 
     void GiveBack();
-    void LetGo();
+    void ForgetPopup();
     void ReturnFocus();
     bool HoldsFocus() const;
 
-    TPopupWindow* m_popup;      // null after LetGo()
+    TPopupWindow* m_popup;      // null after ForgetPopup()
     QPointer<QWidget> m_owner;  // the popup's parent before
     QPointer<QObject> m_link;   // a TOwnerLink
     QPointer<QWidget> m_before; // had the focus
