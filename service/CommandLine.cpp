@@ -191,6 +191,26 @@ CLI::App* addClockConfirm(CLI::App& app, ClockConfirmOptions& options)
     return confirm;
 }
 
+/** Sets `options.renews` if the command is `tls renew`. */
+CLI::App* addTls(CLI::App& app, TlsOptions& options)
+{
+    CLI::App* tls = app.add_subcommand("tls", "The certificate of the service and its authority");
+    tls->require_subcommand(1);
+    CLI::App* status = tls->add_subcommand("status", "Show names and end dates");
+    status->footer("Exit code 0: all is valid for 30 days; 1: something ends within 30 days or\n"
+                   "has ended; 2: refused; 3: failed.");
+    status->add_option("--cert", options.certificate,
+                       "The certificate chain (PEM) that the service uses instead of its own");
+    CLI::App* renew = tls->add_subcommand("renew", "Make a new own certificate, then as status");
+    renew->footer("A running service takes the new certificate within seconds. Open connections\n"
+                  "keep the old one.");
+    renew->callback([&options] { options.renews = true; });
+    for (CLI::App* command : {status, renew}) {
+        command->add_option("--data", options.dataFolder, "The service's data folder")->required();
+    }
+    return tls;
+}
+
 } // namespace
 
 CommandLine parseCommandLine(int argc, char** argv)
@@ -217,6 +237,8 @@ CommandLine parseCommandLine(int argc, char** argv)
     const CLI::App* restoring = addRestore(app, restore);
     ClockConfirmOptions confirmClock;
     const CLI::App* confirming = addClockConfirm(app, confirmClock);
+    TlsOptions tls;
+    const CLI::App* handlingTls = addTls(app, tls);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -233,6 +255,8 @@ CommandLine parseCommandLine(int argc, char** argv)
         result.restore = restore;
     } else if (confirming->parsed()) {
         result.confirmClock = confirmClock;
+    } else if (handlingTls->parsed()) {
+        result.tls = tls;
     }
     return result;
 }

@@ -57,6 +57,13 @@ struct ClockConfirmOptions
     std::filesystem::path dataFolder;
 };
 
+struct TlsOptions
+{
+    std::filesystem::path dataFolder;
+    std::filesystem::path certificate; // a given certificate; empty: the service's own
+    bool renews = false;               // makes a new certificate first
+};
+
 /** At most one command is set. Without a command only help or an error was printed. */
 struct CommandLine
 {
@@ -65,6 +72,7 @@ struct CommandLine
     std::optional<BackupOptions> backup;
     std::optional<RestoreOptions> restore;
     std::optional<ClockConfirmOptions> confirmClock;
+    std::optional<TlsOptions> tls;
     int exitCode = 0;
 };
 

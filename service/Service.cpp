@@ -13,7 +13,7 @@
 #include "service/metrics/MonitorApplication.h"
 #include "service/store/Errors.h"
 #include "service/store/FarmTable.h"
-#include "service/tls/ServerContext.h"
+#include "service/tls/CertificateKeeper.h"
 
 #include <algorithm>
 #include <csignal>
@@ -27,20 +27,32 @@ using namespace std::chrono_literals;
 
 constexpr auto transferGrace = 5s; // the time for running transfers when the service stops
 constexpr unsigned fileThreads = 4;
-constexpr int openAttempts = 5; // each attempt waits some seconds for the database
+constexpr timespec refreshInterval{10, 0}; // between two looks at the certificate's files
+constexpr int openAttempts = 5;            // each attempt waits some seconds for the database
 
-tls::CertificateFiles certificateFiles(const ServeOptions& options, const DataFolder& folder)
+/** The names in the service's own certificate. */
+std::vector<std::string> ownNames(const ServeOptions& options)
 {
-    if (!options.certificate.empty()) {
-        return {options.certificate, options.key};
-    }
     std::vector<std::string> names{"localhost", "127.0.0.1", "::1"};
     const std::string host = http::HostPort::parse(options.listen).host;
     if (host != "0.0.0.0" && host != "::" && host != "*") {
         names.push_back(host);
     }
     names.insert(names.end(), options.names.begin(), options.names.end());
-    return tls::ensureCertificates(folder.path(), names);
+    return names;
+}
+
+std::unique_ptr<tls::CertificateKeeper>
+keepCertificate(const ServeOptions& options, const DataFolder& folder, const Clock& clock)
+{
+    try {
+        return std::make_unique<tls::CertificateKeeper>(
+            tls::CertificateKeeper::Source{
+                {options.certificate, options.key}, folder.path(), ownNames(options)},
+            clock);
+    } catch (const std::exception& error) {
+        throw StartRefused(error.what());
+    }
 }
 
 bool holdsFiles(const std::filesystem::path& folder)
@@ -113,12 +125,12 @@ std::unique_ptr<store::Database> openDatabase(const DataFolder& folder)
 }
 
 std::unique_ptr<http::Listener> listen(IoThreads& threads, const std::string& address,
-                                       ssl_ctx_st* tls, http::Application& application,
-                                       const http::Limits& limits)
+                                       http::Listener::TlsContexts tls,
+                                       http::Application& application, const http::Limits& limits)
 {
     try {
         return std::make_unique<http::Listener>(threads.contexts(), http::HostPort::parse(address),
-                                                tls, application, limits);
+                                                std::move(tls), application, limits);
     } catch (const std::exception& error) {
         throw StartRefused("cannot listen on " + address + ": " + error.what());
     }
@@ -150,13 +162,18 @@ public:
         pthread_sigmask(SIG_BLOCK, &signals_, nullptr); // threads made later inherit it
     }
 
-    /** Calls `reload` for each SIGHUP until a signal stops the service. */
-    void wait(const std::function<void()>& reload) const
+    /**
+     * Calls `refresh` at an interval, and for each SIGHUP with true, until a signal stops the
+     * service.
+     */
+    void wait(const std::function<void(bool isReload)>& refresh) const
     {
-        int which = 0;
-        while (sigwait(&signals_, &which) != 0 || which == SIGHUP) {
-            logInfo("reloading");
-            reload();
+        for (;;) {
+            const int which = sigtimedwait(&signals_, nullptr, &refreshInterval);
+            if (which == SIGTERM || which == SIGINT) {
+                return;
+            }
+            refresh(which == SIGHUP);
         }
     }
 
@@ -254,6 +271,20 @@ void showState(metrics::Metrics& metrics, const Backend& backend)
                   }});
 }
 
+void showCertificate(metrics::Metrics& metrics, const tls::CertificateKeeper& certificate)
+{
+    metrics.show("kelvo_tls_certificate_end_seconds", "gauge",
+                 "End of the certificate and its chain, in seconds since 1970.",
+                 [&certificate] { return static_cast<double>(certificate.certificateEndS()); });
+    metrics.show({"kelvo_tls_authority_end_seconds", "gauge",
+                  "End of the service's own authority, the latest in ca.pem; absent with --cert.",
+                  [&certificate] {
+                      const std::int64_t end = certificate.authorityEndS();
+                      using Samples = std::vector<metrics::Metrics::Sample>;
+                      return end == 0 ? Samples{} : Samples{{{}, static_cast<double>(end)}};
+                  }});
+}
+
 } // namespace
 
 void runService(const ServeOptions& options)
@@ -266,11 +297,13 @@ void runService(const ServeOptions& options)
     api::ApiApplication api(backend.context, metrics);
     metrics::MonitorApplication monitor(metrics, [&backend] { return isReady(*backend.database); });
 
-    const auto tlsContext = tls::makeServerContext(certificateFiles(options, folder));
+    const auto certificate = keepCertificate(options, folder, backend.clock);
+    showCertificate(metrics, *certificate);
     IoThreads threads;
-    const auto apiListener =
-        listen(threads, options.listen, tlsContext.get(), api, limitsOf(options));
-    const auto monitorListener = listen(threads, options.metricsListen, nullptr, monitor, {});
+    const auto apiListener = listen(
+        threads, options.listen, [&certificate] { return certificate->context(); }, api,
+        limitsOf(options));
+    const auto monitorListener = listen(threads, options.metricsListen, {}, monitor, {});
     Janitor janitor(backend.janitorParts(),
                     {options.eventHours, std::chrono::days(options.unknownDays)});
     apiListener->start();
@@ -279,7 +312,12 @@ void runService(const ServeOptions& options)
 
     announce(folder, apiListener->address().text(), monitorListener->address().text());
     logInfo("started");
-    stopSignals.wait([&janitor] { janitor.wake(); });
+    stopSignals.wait([&janitor, &certificate](bool isReload) {
+        certificate->refresh(isReload);
+        if (isReload) {
+            janitor.wake();
+        }
+    });
     logInfo("stopping");
     threads.drain({apiListener.get(), monitorListener.get()}, transferGrace);
     logInfo("stopped");

@@ -53,6 +53,9 @@ int main(int argc, char** argv)
         if (commandLine.confirmClock) {
             return kelvo::maintenance::runClockConfirm(*commandLine.confirmClock);
         }
+        if (commandLine.tls) {
+            return kelvo::maintenance::runTls(*commandLine.tls);
+        }
         if (!commandLine.serve) {
             return commandLine.exitCode;
         }

@@ -78,9 +78,9 @@ std::string HostPort::text() const
 }
 
 Listener::Listener(const std::vector<asio::io_context*>& contexts, const HostPort& address,
-                   ssl_ctx_st* tls, Application& application, const Limits& limits)
+                   TlsContexts tls, Application& application, const Limits& limits)
     : address_(address),
-      tls_(tls),
+      tls_(std::move(tls)),
       application_(application),
       limits_(limits),
       acceptor_(*contexts.front())
@@ -130,9 +130,8 @@ Async<void> Listener::serve(IoThread& thread, tcp::socket socket)
     const std::size_t others = open_.fetch_add(1);
     if (others < limits_.connections + maxRefusals && !stopping_) {
         try { // if memory is short, the constructors throw too
-            auto transport = tls_ != nullptr
-                                 ? std::make_unique<TlsTransport>(std::move(socket), tls_)
-                                 : std::make_unique<Transport>(std::move(socket));
+            auto transport = tls_ ? std::make_unique<TlsTransport>(std::move(socket), tls_().get())
+                                  : std::make_unique<Transport>(std::move(socket));
             Connection connection(std::move(transport), application_, limits_);
             const Registration registration(thread, connection);
             co_await connection.run(others >= limits_.connections);

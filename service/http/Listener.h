@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,15 +29,18 @@ struct HostPort
 
 /**
  * Thread: built and driven by the main thread. Each connection lives on the one thread of its
- * context. Ownership: contexts, application and TLS context outlive it. Errors: the constructor
+ * context. Ownership: contexts and application outlive it. Errors: the constructor
  * throws boost::system::system_error if it cannot listen on the address.
  */
 class Listener
 {
 public:
-    /** `tls` null: plain HTTP. */
+    /** Returns the TLS context of a new connection. Called on any I/O thread. */
+    using TlsContexts = std::function<std::shared_ptr<ssl_ctx_st>()>;
+
+    /** `tls` empty: plain HTTP. */
     Listener(const std::vector<asio::io_context*>& contexts, const HostPort& address,
-             ssl_ctx_st* tls, Application& application, const Limits& limits);
+             TlsContexts tls, Application& application, const Limits& limits);
     ~Listener();
 
     /** The real address, with the port that the system chose for port 0. */
@@ -61,7 +65,7 @@ private:
     void forEachConnection(void (Connection::*action)());
 
     HostPort address_;
-    ssl_ctx_st* tls_;
+    TlsContexts tls_;
     Application& application_;
     Limits limits_;
     std::vector<std::unique_ptr<IoThread>> threads_;

@@ -16,4 +16,10 @@ int runRestore(const RestoreOptions& options);
 /** Leaves the machine's time in the data folder, for the service. */
 int runClockConfirm(const ClockConfirmOptions& options);
 
+/**
+ * Shows the certificates, after making a new one if the options say so. Returns 1 if one of them
+ * ends within 30 days.
+ */
+int runTls(const TlsOptions& options);
+
 } // namespace kelvo::maintenance

@@ -2,76 +2,152 @@
 
 #include "service/base/Files.h"
 #include "service/base/Log.h"
-#include "service/tls/Certificates.h"
+#include "service/base/Time.h"
+
+#include <algorithm>
+#include <stdexcept>
 
 namespace kelvo::tls {
 
 namespace {
 
 namespace fs = std::filesystem;
-using namespace std::chrono_literals;
 
-constexpr std::chrono::hours authorityLife = 24h * 3650;
-constexpr std::chrono::hours serverLife = 24h * 397; // the longest life that clients accept
-constexpr std::chrono::hours renewBefore = 24h * 30;
+constexpr std::int64_t authorityLifeS = 3650 * dayS;
+constexpr std::int64_t serverLifeS = 397 * dayS; // the longest life that clients accept
+constexpr std::int64_t handOverS = 30 * dayS;    // before its end, an authority signs no more
+constexpr std::int64_t backdatingS = 3600;       // for consoles whose clocks are behind
+constexpr const char* keyNames[] = {"ca.key", "ca-next.key"};
 
 struct Authority
 {
+    fs::path keyFile;
     Key key;
     Certificate certificate;
+    Validity validity;
 };
 
-Authority makeNewAuthority(const fs::path& keyFile, const fs::path& certificateFile)
+bool isDue(const Validity& validity, std::int64_t nowS)
 {
-    Authority made;
-    made.key = makeKey();
-    made.certificate = makeAuthority(*made.key, authorityLife);
-    // The key is written first: the next start replaces a key without a certificate, but not a
-    // certificate without a key.
+    return nowS >= validity.notBeforeS + (validity.notAfterS - validity.notBeforeS) / 3 * 2;
+}
+
+Authority makeNewAuthority(const fs::path& keyFile, std::int64_t nowS)
+{
+    Authority made{keyFile, makeKey(), nullptr, {nowS - backdatingS, nowS + authorityLifeS}};
+    made.certificate = makeAuthority(*made.key, made.validity);
     replaceFile(keyFile, toPem(*made.key), 0600);
-    replaceFile(certificateFile, toPem(*made.certificate), 0644);
-    logInfo("authority-made");
+    logInfo("authority-made", "ends " + rfc3339(made.validity.notAfterS * 1000));
     return made;
 }
 
-Authority loadOrMakeAuthority(const fs::path& dataFolder)
+/** The authorities with a key that have not ended; the first to end comes first. */
+std::vector<Authority> loadAuthorities(const fs::path& dataFolder, std::int64_t nowS)
 {
-    const fs::path keyFile = dataFolder / "tls" / "ca.key";
-    const fs::path certificateFile = dataFolder / "ca.pem";
-    if (!fs::exists(keyFile) || !fs::exists(certificateFile)) {
-        return makeNewAuthority(keyFile, certificateFile);
+    std::vector<Authority> found;
+    const fs::path certificates = dataFolder / "ca.pem";
+    if (!fs::exists(certificates)) {
+        return found;
     }
-    return {keyFromPem(readFile(keyFile)), certificateFromPem(readFile(certificateFile))};
+    for (Certificate& certificate : certificatesFromPem(readFile(certificates))) {
+        for (const char* name : keyNames) {
+            const fs::path file = dataFolder / "tls" / name;
+            Key key = fs::exists(file) ? keyFromPem(readFile(file)) : nullptr;
+            const Validity validity = validityOf(*certificate);
+            if (key && X509_check_private_key(certificate.get(), key.get()) == 1 &&
+                nowS < validity.notAfterS) {
+                found.push_back({file, std::move(key), std::move(certificate), validity});
+                break;
+            }
+        }
+    }
+    std::sort(found.begin(), found.end(), [](const Authority& a, const Authority& b) {
+        return a.validity.notAfterS < b.validity.notAfterS;
+    });
+    return found;
+}
+
+void refuseFuture(const std::vector<Authority>& authorities, std::int64_t nowS)
+{
+    for (const Authority& authority : authorities) {
+        if (nowS < authority.validity.notBeforeS) {
+            throw std::runtime_error("the own authority in ca.pem is valid only from " +
+                                     rfc3339(authority.validity.notBeforeS * 1000) +
+                                     ": is the machine's clock right?");
+        }
+    }
+}
+
+/** Never empty. Writes ca.pem if it changes. */
+std::vector<Authority> ensureAuthorities(const fs::path& dataFolder, std::int64_t nowS)
+{
+    std::vector<Authority> all = loadAuthorities(dataFolder, nowS);
+    refuseFuture(all, nowS);
+    if (all.empty() || (all.size() == 1 && isDue(all.front().validity, nowS))) {
+        const fs::path first = dataFolder / "tls" / keyNames[0];
+        const bool isFree = all.empty() || all.front().keyFile != first;
+        // The key is written first: a key without a certificate is replaced later.
+        all.push_back(makeNewAuthority(isFree ? first : dataFolder / "tls" / keyNames[1], nowS));
+    }
+    std::string pem;
+    for (const Authority& authority : all) {
+        pem += toPem(*authority.certificate);
+    }
+    const fs::path file = dataFolder / "ca.pem";
+    if (!fs::exists(file) || readFile(file) != pem) {
+        replaceFile(file, pem, 0644);
+    }
+    return all;
+}
+
+const Authority& signer(const std::vector<Authority>& authorities, std::int64_t nowS)
+{
+    const auto found =
+        std::find_if(authorities.begin(), authorities.end(), [nowS](const Authority& authority) {
+            return nowS + handOverS < authority.validity.notAfterS;
+        });
+    return found != authorities.end() ? *found : authorities.back();
 }
 
 bool isStillGood(const CertificateFiles& files, const std::vector<std::string>& names,
-                 X509& authority)
+                 X509& authority, std::int64_t nowS)
 {
     if (!fs::exists(files.certificate) || !fs::exists(files.key)) {
         return false;
     }
     const Certificate certificate = certificateFromPem(readFile(files.certificate));
     const Key key = keyFromPem(readFile(files.key));
-    return isValidFor(*certificate, renewBefore) && covers(*certificate, names, authority) &&
+    const Validity validity = validityOf(*certificate);
+    return validity.includes(nowS) && !isDue(validity, nowS) &&
+           covers(*certificate, names, authority) &&
            X509_check_private_key(certificate.get(), key.get()) == 1;
 }
 
 } // namespace
 
+CertificateFiles ownCertificateFiles(const fs::path& dataFolder)
+{
+    return {dataFolder / "tls" / "server.pem", dataFolder / "tls" / "server.key"};
+}
+
 CertificateFiles ensureCertificates(const fs::path& dataFolder,
-                                    const std::vector<std::string>& names)
+                                    const std::vector<std::string>& names, std::int64_t nowS,
+                                    ERenewal renewal)
 {
     fs::create_directories(dataFolder / "tls");
     fs::permissions(dataFolder / "tls", fs::perms::owner_all);
-    CertificateFiles files{dataFolder / "tls" / "server.pem", dataFolder / "tls" / "server.key"};
-    const Authority authority = loadOrMakeAuthority(dataFolder);
-    if (!isStillGood(files, names, *authority.certificate)) {
+    CertificateFiles files = ownCertificateFiles(dataFolder);
+    const std::vector<Authority> authorities = ensureAuthorities(dataFolder, nowS);
+    const Authority& by = signer(authorities, nowS);
+    if (renewal == ERenewal::Now || !isStillGood(files, names, *by.certificate, nowS)) {
         const Key key = makeKey();
+        const Validity validity{nowS - backdatingS,
+                                std::min(nowS + serverLifeS, by.validity.notAfterS)};
         const Certificate certificate =
-            makeServerCertificate(*key, names, *authority.certificate, *authority.key, serverLife);
+            makeServerCertificate(*key, names, *by.certificate, *by.key, validity);
         replaceFile(files.key, toPem(*key), 0600);
         replaceFile(files.certificate, toPem(*certificate), 0644);
-        logInfo("server-certificate-made");
+        logInfo("server-certificate-made", "ends " + rfc3339(validity.notAfterS * 1000));
     }
     return files;
 }

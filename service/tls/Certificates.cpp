@@ -3,6 +3,7 @@
 #include <boost/asio/ip/address.hpp>
 
 #include <openssl/ec.h>
+#include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
 #include <openssl/x509v3.h>
@@ -31,6 +32,21 @@ bool isAddress(const std::string& name)
     return !error;
 }
 
+/** The text of an address of 4 or 16 bytes. */
+std::string addressText(const std::string& bytes)
+{
+    namespace ip = boost::asio::ip;
+    ip::address_v4::bytes_type v4{};
+    ip::address_v6::bytes_type v6{};
+    if (bytes.size() == v4.size()) {
+        std::copy(bytes.begin(), bytes.end(), v4.begin());
+        return ip::address_v4(v4).to_string();
+    }
+    require(bytes.size() == v6.size(), "not an address");
+    std::copy(bytes.begin(), bytes.end(), v6.begin());
+    return ip::address_v6(v6).to_string();
+}
+
 std::string textOf(BIO& bio)
 {
     char* data = nullptr;
@@ -38,7 +54,25 @@ std::string textOf(BIO& bio)
     return {data, static_cast<std::size_t>(size)};
 }
 
-Certificate blankCertificate(EVP_PKEY& key, const char* commonName, std::chrono::hours validFor)
+/** time_t is not used: it has 32 bits on some machines. */
+void setTime(ASN1_TIME* field, std::int64_t timeS)
+{
+    require(ASN1_TIME_adj(field, 0, static_cast<int>(timeS / dayS),
+                          static_cast<long>(timeS % dayS)) != nullptr,
+            "cannot set a time");
+}
+
+std::int64_t secondsOf(const ASN1_TIME* time)
+{
+    const std::unique_ptr<ASN1_TIME, decltype(&ASN1_TIME_free)> epoch(ASN1_TIME_set(nullptr, 0),
+                                                                      &ASN1_TIME_free);
+    int days = 0;
+    int seconds = 0;
+    require(ASN1_TIME_diff(&days, &seconds, epoch.get(), time) == 1, "cannot read a time");
+    return days * dayS + seconds;
+}
+
+Certificate blankCertificate(EVP_PKEY& key, const char* commonName, const Validity& validity)
 {
     Certificate certificate(X509_new());
     require(certificate != nullptr, "cannot make a certificate");
@@ -49,11 +83,8 @@ Certificate blankCertificate(EVP_PKEY& key, const char* commonName, std::chrono:
     const std::unique_ptr<BIGNUM, decltype(&BN_free)> number(
         BN_bin2bn(serial.data(), serial.size(), nullptr), &BN_free);
     BN_to_ASN1_INTEGER(number.get(), X509_get_serialNumber(certificate.get()));
-    // The certificate is valid from an hour ago, for consoles whose clocks are behind.
-    X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -3600);
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(validFor).count();
-    X509_time_adj_ex(X509_getm_notAfter(certificate.get()), static_cast<int>(seconds / 86400),
-                     static_cast<long>(seconds % 86400), nullptr);
+    setTime(X509_getm_notBefore(certificate.get()), validity.notBeforeS);
+    setTime(X509_getm_notAfter(certificate.get()), validity.notAfterS);
     X509_NAME* subject = X509_get_subject_name(certificate.get());
     X509_NAME_add_entry_by_txt(subject, "O", MBSTRING_UTF8,
                                reinterpret_cast<const unsigned char*>("Kelvo"), -1, -1, 0);
@@ -93,9 +124,9 @@ Key makeKey()
     return key;
 }
 
-Certificate makeAuthority(EVP_PKEY& key, std::chrono::hours validFor)
+Certificate makeAuthority(EVP_PKEY& key, const Validity& validity)
 {
-    Certificate authority = blankCertificate(key, "Kelvo service authority", validFor);
+    Certificate authority = blankCertificate(key, "Kelvo service authority", validity);
     X509_set_issuer_name(authority.get(), X509_get_subject_name(authority.get()));
     addExtension(*authority, *authority, NID_basic_constraints, "critical,CA:TRUE,pathlen:0");
     addExtension(*authority, *authority, NID_key_usage, "critical,keyCertSign,cRLSign");
@@ -105,10 +136,9 @@ Certificate makeAuthority(EVP_PKEY& key, std::chrono::hours validFor)
 }
 
 Certificate makeServerCertificate(EVP_PKEY& key, const std::vector<std::string>& names,
-                                  X509& authority, EVP_PKEY& authorityKey,
-                                  std::chrono::hours validFor)
+                                  X509& authority, EVP_PKEY& authorityKey, const Validity& validity)
 {
-    Certificate certificate = blankCertificate(key, "Kelvo service", validFor);
+    Certificate certificate = blankCertificate(key, "Kelvo service", validity);
     X509_set_issuer_name(certificate.get(), X509_get_subject_name(&authority));
     addExtension(*certificate, authority, NID_basic_constraints, "critical,CA:FALSE");
     addExtension(*certificate, authority, NID_key_usage, "critical,digitalSignature");
@@ -144,6 +174,18 @@ Certificate certificateFromPem(std::string_view pem)
     return certificate;
 }
 
+std::vector<Certificate> certificatesFromPem(std::string_view pem)
+{
+    const Bio bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())), &BIO_free);
+    std::vector<Certificate> all;
+    while (X509* next = PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr)) {
+        all.emplace_back(next);
+    }
+    ERR_clear_error(); // of the end of the text
+    require(!all.empty(), "not a certificate");
+    return all;
+}
+
 Key keyFromPem(std::string_view pem)
 {
     const Bio bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())), &BIO_free);
@@ -152,13 +194,31 @@ Key keyFromPem(std::string_view pem)
     return key;
 }
 
-bool isValidFor(const X509& certificate, std::chrono::hours from_now)
+Validity validityOf(const X509& certificate)
 {
-    // time_t is not used: it has 32 bits on some machines.
-    int days = 0;
-    int seconds = 0;
-    return ASN1_TIME_diff(&days, &seconds, nullptr, X509_get0_notAfter(&certificate)) == 1 &&
-           days * std::chrono::hours(24) + std::chrono::seconds(seconds) > from_now;
+    return {secondsOf(X509_get0_notBefore(&certificate)),
+            secondsOf(X509_get0_notAfter(&certificate))};
+}
+
+std::vector<std::string> namesOf(const X509& certificate)
+{
+    const std::unique_ptr<GENERAL_NAMES, decltype(&GENERAL_NAMES_free)> found(
+        static_cast<GENERAL_NAMES*>(
+            X509_get_ext_d2i(&certificate, NID_subject_alt_name, nullptr, nullptr)),
+        &GENERAL_NAMES_free);
+    std::vector<std::string> names;
+    for (int i = 0; i < sk_GENERAL_NAME_num(found.get()); ++i) {
+        const GENERAL_NAME* name = sk_GENERAL_NAME_value(found.get(), i);
+        const ASN1_STRING* text = name->d.ia5;
+        const std::string bytes(reinterpret_cast<const char*>(ASN1_STRING_get0_data(text)),
+                                static_cast<std::size_t>(ASN1_STRING_length(text)));
+        if (name->type == GEN_DNS) {
+            names.push_back(bytes);
+        } else if (name->type == GEN_IPADD) {
+            names.push_back(addressText(bytes));
+        }
+    }
+    return names;
 }
 
 bool covers(X509& certificate, const std::vector<std::string>& names, X509& authority)

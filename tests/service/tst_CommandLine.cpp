@@ -189,5 +189,18 @@ TEST(ClockConfirmCommand, NeedsADataFolder)
     EXPECT_EQ(parse({"clock"}).exitCode, 2);
 }
 
+TEST(TlsCommand, ShowsOrRenews)
+{
+    const auto status = parse({"tls", "status", "--data", "d", "--cert", "c"}).tls;
+    ASSERT_TRUE(status);
+    EXPECT_EQ(status->dataFolder, "d");
+    EXPECT_EQ(status->certificate, "c");
+    EXPECT_FALSE(status->renews);
+    const auto renew = parse({"tls", "renew", "--data", "d"}).tls;
+    ASSERT_TRUE(renew);
+    EXPECT_TRUE(renew->renews);
+    EXPECT_EQ(parse({"tls"}).exitCode, 2);
+}
+
 } // namespace
 } // namespace kelvo

@@ -1,4 +1,5 @@
 // A TLS handshake on a slow link: it has time while bytes arrive, and a limit.
+#include "service/base/Clock.h"
 #include "service/http/TlsTransport.h"
 #include "service/tls/Certificates.h"
 #include "service/tls/ServerContext.h"
@@ -107,8 +108,8 @@ protected:
 
     test::Loop loop;
     test::TempFolder folder;
-    decltype(tls::makeServerContext({})) context =
-        tls::makeServerContext(tls::ensureCertificates(folder.Path(), {"localhost"}));
+    decltype(tls::makeServerContext({})) context = tls::makeServerContext(
+        tls::ensureCertificates(folder.Path(), {"localhost"}, SystemClock().nowMs() / 1000));
     std::unique_ptr<SlowClient> client;
     std::unique_ptr<TlsTransport> server;
     bool isServed = false;

@@ -1,4 +1,4 @@
-// The certificates that a service makes itself.
+// The certificates that a service makes itself, and when it makes new ones.
 #include "service/base/Files.h"
 #include "service/tls/Authority.h"
 #include "service/tls/Certificates.h"
@@ -6,18 +6,44 @@
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
+#include <openssl/x509v3.h>
+
+#include <set>
 
 namespace kelvo::tls {
 namespace {
 
-using namespace std::chrono_literals;
+constexpr std::int64_t yearS = 365 * dayS;
+constexpr std::int64_t startS = 1700000000;
 
 class OwnAuthority : public testing::Test
 {
 protected:
-    CertificateFiles ensure() { return ensureCertificates(folder.Path(), names); }
+    CertificateFiles ensure(std::int64_t nowS = startS) const
+    {
+        return ensureCertificates(folder.Path(), names, nowS);
+    }
 
-    Certificate authority() { return certificateFromPem(readFile(folder.Path() / "ca.pem")); }
+    std::string authorities() const { return readFile(folder.Path() / "ca.pem"); }
+    std::string server() const { return readFile(folder.Path() / "tls" / "server.pem"); }
+
+    /** As a client with these authorities judges the present certificate. */
+    bool isTrusted(const std::string& authorityPem, std::int64_t nowS) const
+    {
+        const std::unique_ptr<X509_STORE, decltype(&X509_STORE_free)> store(X509_STORE_new(),
+                                                                            &X509_STORE_free);
+        for (const Certificate& authority : certificatesFromPem(authorityPem)) {
+            X509_STORE_add_cert(store.get(), authority.get());
+        }
+        const Certificate certificate = certificateFromPem(server());
+        const std::unique_ptr<X509_STORE_CTX, decltype(&X509_STORE_CTX_free)> check(
+            X509_STORE_CTX_new(), &X509_STORE_CTX_free);
+        X509_STORE_CTX_init(check.get(), store.get(), certificate.get(), nullptr);
+        X509_STORE_CTX_set_purpose(check.get(), X509_PURPOSE_SSL_SERVER);
+        X509_VERIFY_PARAM_set_time(X509_STORE_CTX_get0_param(check.get()),
+                                   static_cast<time_t>(nowS));
+        return X509_verify_cert(check.get()) == 1;
+    }
 
     test::TempFolder folder;
     std::vector<std::string> names = [] {
@@ -28,55 +54,146 @@ protected:
 TEST_F(OwnAuthority, SignsACertificateForAllNames)
 {
     const CertificateFiles files = ensure();
-    const Certificate server = certificateFromPem(readFile(files.certificate));
-    const Certificate ca = authority();
-    EXPECT_TRUE(covers(*server, names, *ca));
-    EXPECT_FALSE(covers(*server, std::vector<std::string>(1, "example.org"), *ca));
-    EXPECT_FALSE(covers(*server, std::vector<std::string>(1, "127.0.0.2"), *ca));
-    EXPECT_TRUE(isValidFor(*server, 24h * 360));
-    EXPECT_FALSE(isValidFor(*server, 24h * 400));
+    const Certificate certificate = certificateFromPem(server());
+    const Certificate ca = certificateFromPem(authorities());
+    EXPECT_TRUE(covers(*certificate, names, *ca));
+    EXPECT_FALSE(covers(*certificate, std::vector<std::string>(1, "example.org"), *ca));
+    EXPECT_FALSE(covers(*certificate, std::vector<std::string>(1, "127.0.0.2"), *ca));
+    EXPECT_EQ(namesOf(*certificate), names);
+    EXPECT_EQ(validityOf(*certificate).notBeforeS, startS - 3600);
+    EXPECT_EQ(validityOf(*certificate).notAfterS, startS + 397 * dayS);
+    EXPECT_EQ(validityOf(*ca).notAfterS, startS + 3650 * dayS);
     EXPECT_TRUE(makeServerContext(files));
 }
 
 TEST_F(OwnAuthority, MakesItsKeysReadableByTheOwnerOnly)
 {
     const CertificateFiles files = ensure();
-    for (const auto& key : {files.key, folder.Path() / "tls" / "ca.key"}) {
-        EXPECT_EQ(std::filesystem::status(key).permissions(),
+    ensure(startS + 7 * yearS);
+    for (const char* key : {"server.key", "ca.key", "ca-next.key"}) {
+        EXPECT_EQ(std::filesystem::status(folder.Path() / "tls" / key).permissions(),
                   std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     }
 }
 
-TEST_F(OwnAuthority, KeepsValidCertificates)
+TEST_F(OwnAuthority, KeepsItsCertificateForTwoThirdsOfItsLife)
 {
-    const CertificateFiles files = ensure();
-    const std::string before = readFile(files.certificate);
-    const std::string ca = readFile(folder.Path() / "ca.pem");
     ensure();
-    EXPECT_EQ(readFile(files.certificate), before);
-    EXPECT_EQ(readFile(folder.Path() / "ca.pem"), ca);
+    const std::string before = server();
+    const std::string ca = authorities();
+    ensure(startS + 264 * dayS);
+    EXPECT_EQ(server(), before);
+    ensure(startS + 265 * dayS);
+    EXPECT_NE(server(), before);
+    EXPECT_EQ(authorities(), ca);
+    EXPECT_TRUE(isTrusted(ca, startS + 265 * dayS + 396 * dayS));
 }
 
 TEST_F(OwnAuthority, MakesANewCertificateForANewNameUnderTheSameAuthority)
 {
-    const CertificateFiles files = ensure();
-    const std::string ca = readFile(folder.Path() / "ca.pem");
+    ensure();
+    const std::string ca = authorities();
     names.emplace_back("farm.example.org");
     ensure();
-    EXPECT_EQ(readFile(folder.Path() / "ca.pem"), ca);
-    const Certificate server = certificateFromPem(readFile(files.certificate));
-    EXPECT_TRUE(covers(*server, names, *authority()));
+    EXPECT_EQ(authorities(), ca);
+    EXPECT_TRUE(covers(*certificateFromPem(server()), names, *certificateFromPem(ca)));
 }
 
-TEST_F(OwnAuthority, RenewsACertificateThatEndsSoon)
+TEST_F(OwnAuthority, MakesANewCertificateWhenAsked)
+{
+    ensure();
+    const std::string before = server();
+    ensureCertificates(folder.Path(), names, startS, ERenewal::Now);
+    EXPECT_NE(server(), before);
+}
+
+TEST_F(OwnAuthority, ReplacesACertificateFromTheFuture)
+{
+    ensure();
+    ensureCertificates(folder.Path(), names, startS + 100 * dayS, ERenewal::Now);
+    ensure(startS + dayS); // the clock was wrong
+    EXPECT_TRUE(validityOf(*certificateFromPem(server())).includes(startS + dayS));
+}
+
+TEST_F(OwnAuthority, ReplacesACertificateThatDoesNotMatchItsKey)
 {
     const CertificateFiles files = ensure();
-    const Key caKey = keyFromPem(readFile(folder.Path() / "tls" / "ca.key"));
-    const Key key = keyFromPem(readFile(files.key));
-    const Certificate old = makeServerCertificate(*key, names, *authority(), *caKey, 24h * 29);
-    replaceFile(files.certificate, toPem(*old), 0644);
+    replaceFile(files.key, toPem(*makeKey()), 0600);
+    EXPECT_TRUE(makeServerContext(ensure()));
+}
+
+TEST_F(OwnAuthority, MakesASecondAuthorityAfterTwoThirdsOfTheLifeOfTheFirst)
+{
     ensure();
-    EXPECT_TRUE(isValidFor(*certificateFromPem(readFile(files.certificate)), 24h * 30));
+    const std::string first = authorities();
+    ensure(startS + 6 * yearS);
+    EXPECT_EQ(authorities(), first);
+    ensure(startS + 7 * yearS);
+    const std::string both = authorities();
+    EXPECT_EQ(certificatesFromPem(both).size(), 2U);
+    EXPECT_EQ(both.substr(0, first.size()), first);
+    ensure(startS + 8 * yearS);
+    EXPECT_EQ(authorities(), both) << "made once";
+}
+
+TEST_F(OwnAuthority, ChangesTheAuthorityWithoutLosingAClient)
+{
+    ensure();
+    const std::string first = authorities();
+    ensure(startS + 7 * yearS);
+    const std::string both = authorities();
+    const std::string second = toPem(*certificatesFromPem(both).back());
+    for (const std::int64_t days : {7 * 365, 9 * 365, 3619}) {
+        const std::int64_t nowS = startS + days * dayS;
+        ensure(nowS);
+        EXPECT_TRUE(isTrusted(first, nowS)) << days;
+        EXPECT_TRUE(isTrusted(both, nowS)) << days;
+    }
+    for (const std::int64_t days : {3621, 3651, 4000}) {
+        const std::int64_t nowS = startS + days * dayS;
+        ensure(nowS);
+        EXPECT_TRUE(isTrusted(both, nowS)) << days;
+        EXPECT_TRUE(isTrusted(second, nowS)) << days;
+    }
+    EXPECT_EQ(authorities(), second) << "the first has ended";
+}
+
+TEST_F(OwnAuthority, ChangesTheAuthorityMoreThanOnce)
+{
+    std::set<std::string> newest;
+    for (std::int64_t year = 0; year < 15; ++year) { // until 2037: the client's time_t has 32 bits
+        const std::string before = year == 0 ? std::string() : authorities();
+        ensure(startS + year * yearS);
+        EXPECT_TRUE(isTrusted(authorities(), startS + year * yearS)) << year;
+        EXPECT_TRUE(year == 0 || isTrusted(before, startS + year * yearS)) << year;
+        const auto all = certificatesFromPem(authorities());
+        EXPECT_LE(all.size(), 2U) << year;
+        newest.insert(toPem(*all.back()));
+    }
+    EXPECT_EQ(newest.size(), 3U);
+}
+
+TEST_F(OwnAuthority, IsMadeAnewAfterItsEnd)
+{
+    ensure();
+    const std::string first = authorities();
+    ensure(startS + 11 * yearS); // the service was off for years
+    EXPECT_NE(authorities(), first);
+    EXPECT_TRUE(isTrusted(authorities(), startS + 11 * yearS));
+}
+
+TEST_F(OwnAuthority, IsRefusedWhileTheClockIsBeforeItsStart)
+{
+    ensure();
+    const std::string first = authorities();
+    try {
+        ensure(startS - 2 * dayS);
+        ADD_FAILURE() << "not refused";
+    } catch (const std::runtime_error& error) {
+        EXPECT_NE(std::string(error.what()).find("valid only from 2023-11-14"), std::string::npos)
+            << error.what();
+    }
+    EXPECT_EQ(authorities(), first);
 }
 
 TEST_F(OwnAuthority, RefusesAKeyThatDoesNotMatchTheCertificate)

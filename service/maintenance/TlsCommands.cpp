@@ -1,0 +1,77 @@
+// The commands of the certificates.
+#include "service/DataFolder.h"
+#include "service/base/Clock.h"
+#include "service/base/Files.h"
+#include "service/base/Log.h"
+#include "service/base/Time.h"
+#include "service/maintenance/MaintenanceCommands.h"
+#include "service/maintenance/Owner.h"
+#include "service/tls/Authority.h"
+
+#include <cstdio>
+
+namespace kelvo::maintenance {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int endsSoon = 1;
+constexpr std::int64_t soonS = 30 * 24 * 3600;
+
+/** Prints a line for each certificate of the file. Returns whether all are valid for 30 days. */
+bool show(const char* kind, const fs::path& file, std::int64_t nowS)
+{
+    bool isGood = true;
+    for (const tls::Certificate& certificate : tls::certificatesFromPem(readFile(file))) {
+        const tls::Validity validity = tls::validityOf(*certificate);
+        const bool isValid = validity.includes(nowS);
+        const char* state = !isValid                          ? "not valid now"
+                            : validity.includes(nowS + soonS) ? "valid"
+                                                              : "ends soon";
+        std::string names;
+        for (const std::string& name : tls::namesOf(*certificate)) {
+            names += " " + name;
+        }
+        std::printf("%s: %s, from %s to %s%s%s\n", kind, state,
+                    rfc3339(validity.notBeforeS * 1000).c_str(),
+                    rfc3339(validity.notAfterS * 1000).c_str(), names.empty() ? "" : ", for",
+                    names.c_str());
+        isGood = isGood && validity.includes(nowS) && validity.includes(nowS + soonS);
+    }
+    return isGood;
+}
+
+void renew(const fs::path& dataFolder, std::int64_t nowS)
+{
+    startLog("error"); // the lines on stdout are the result
+    const fs::path present = tls::ownCertificateFiles(dataFolder).certificate;
+    const auto names = tls::namesOf(*tls::certificateFromPem(readFile(present)));
+    tls::ensureCertificates(dataFolder, names, nowS, tls::ERenewal::Now);
+    const Owner owner(dataFolder);
+    owner.applyTo(dataFolder / "ca.pem");
+    owner.applyToAll(dataFolder / "tls");
+}
+
+} // namespace
+
+int runTls(const TlsOptions& options)
+{
+    const bool isOwn = options.certificate.empty();
+    const fs::path own = tls::ownCertificateFiles(options.dataFolder).certificate;
+    const fs::path file = isOwn ? own : options.certificate;
+    if (!fs::exists(file)) {
+        throw StartRefused("there is no certificate " + file.string());
+    }
+    const std::int64_t nowS = SystemClock().nowMs() / 1000;
+    if (options.renews) {
+        renew(options.dataFolder, nowS);
+    }
+    bool isGood = show("certificate", file, nowS);
+    if (isOwn) {
+        isGood = show("authority", options.dataFolder / "ca.pem", nowS) && isGood;
+    }
+    return isGood ? 0 : endsSoon;
+}
+
+} // namespace kelvo::maintenance

@@ -1,0 +1,141 @@
+#include "service/tls/CertificateKeeper.h"
+
+#include "service/base/Files.h"
+#include "service/base/Log.h"
+#include "service/base/Time.h"
+
+#include <openssl/ssl.h>
+
+#include <algorithm>
+#include <exception>
+#include <stdexcept>
+
+namespace kelvo::tls {
+
+namespace {
+
+/** Changes when a file is replaced or written. */
+std::string stateOf(const CertificateFiles& files)
+{
+    std::string state;
+    for (const auto& file : {files.certificate, files.key}) {
+        const auto status = statusOf(file);
+        if (!status) {
+            throw std::runtime_error(file.string() + " does not exist");
+        }
+        state += std::to_string(status->device) + ":" + std::to_string(status->node) + ":" +
+                 std::to_string(status->sizeBytes) + ":" + std::to_string(status->modifiedNs) + " ";
+    }
+    return state;
+}
+
+/** The time in which the server's certificate and its chain are valid. */
+Validity requireValid(const CertificateFiles& files, std::int64_t nowS)
+{
+    Validity all{0, INT64_MAX};
+    for (const Certificate& certificate : certificatesFromPem(readFile(files.certificate))) {
+        const Validity one = validityOf(*certificate);
+        all = {std::max(all.notBeforeS, one.notBeforeS), std::min(all.notAfterS, one.notAfterS)};
+    }
+    const std::string name = "the certificate " + files.certificate.string();
+    if (nowS < all.notBeforeS) {
+        throw std::runtime_error(name + " is valid only from " + rfc3339(all.notBeforeS * 1000) +
+                                 ": is the machine's clock right?");
+    }
+    if (nowS >= all.notAfterS) {
+        throw std::runtime_error(name + " ended at " + rfc3339(all.notAfterS * 1000));
+    }
+    return all;
+}
+
+std::int64_t lastEnd(const std::filesystem::path& authorities)
+{
+    std::int64_t end = 0;
+    for (const Certificate& certificate : certificatesFromPem(readFile(authorities))) {
+        end = std::max(end, validityOf(*certificate).notAfterS);
+    }
+    return end;
+}
+
+} // namespace
+
+std::optional<int> EndWarning::due(std::int64_t endS, std::int64_t nowS)
+{
+    if (endS != endS_) {
+        endS_ = endS;
+        told_.reset();
+    }
+    for (const int days : {0, 1, 7, 30}) {
+        if (endS - nowS <= days * dayS) {
+            const bool isNews = !told_ || days < *told_;
+            told_ = days;
+            return isNews ? std::optional(days) : std::nullopt;
+        }
+    }
+    return std::nullopt;
+}
+
+CertificateKeeper::CertificateKeeper(Source source, const Clock& clock)
+    : source_(std::move(source)), clock_(clock)
+{
+    load(true);
+    warn();
+}
+
+std::shared_ptr<ssl_ctx_st> CertificateKeeper::context() const
+{
+    const std::lock_guard lock(mutex_);
+    return context_;
+}
+
+void CertificateKeeper::load(bool always)
+{
+    const CertificateFiles files =
+        isOwn() ? ensureCertificates(source_.dataFolder, source_.names, nowS()) : source_.given;
+    std::string state = stateOf(files);
+    if (isOwn()) {
+        authorityEndS_ = lastEnd(source_.dataFolder / "ca.pem");
+    }
+    if (!always && state == loaded_) {
+        return;
+    }
+    const Validity validity = requireValid(files, nowS());
+    std::shared_ptr<ssl_ctx_st> made = makeServerContext(files);
+    certificateEndS_ = validity.notAfterS;
+    loaded_ = std::move(state);
+    const std::lock_guard lock(mutex_);
+    context_ = std::move(made);
+}
+
+void CertificateKeeper::warn()
+{
+    const auto tell = [this](EndWarning& warning, std::int64_t endS, const std::string& what) {
+        const auto days = endS == 0 ? std::nullopt : warning.due(endS, nowS());
+        if (days) {
+            logWarning(what + (*days == 0 ? "-has-ended" : "-ends"),
+                       "within " + std::to_string(*days) + " days, at " + rfc3339(endS * 1000));
+        }
+    };
+    tell(certificateWarning_, certificateEndS_, "certificate");
+    tell(authorityWarning_, authorityEndS_, "authority");
+}
+
+void CertificateKeeper::refresh(bool always) noexcept
+{
+    try {
+        const std::string before = loaded_;
+        load(always);
+        if (loaded_ != before || always) {
+            logInfo("certificate-loaded", "ends " + rfc3339(certificateEndS_ * 1000));
+        }
+        told_.clear();
+    } catch (const std::exception& error) {
+        if (told_ != error.what() || always) {
+            logError("certificate-not-loaded", error.what());
+        }
+        told_ = error.what();
+    }
+    warn();
+}
+
+} // namespace kelvo::tls

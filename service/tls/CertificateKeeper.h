@@ -1,0 +1,88 @@
+// The certificate of the API's listener while the service runs.
+#pragma once
+
+#include "service/base/Clock.h"
+#include "service/base/FileStatus.h"
+#include "service/tls/Authority.h"
+#include "service/tls/ServerContext.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kelvo::tls {
+
+/** Tells once when an end is 30 days, 7 days and 1 day away, and once when it has passed. */
+class EndWarning
+{
+public:
+    /**
+     * The days that are left, rounded up to 30, 7, 1 or 0, if they are to be told now. A new end
+     * starts again.
+     */
+    std::optional<int> due(std::int64_t endS, std::int64_t nowS);
+
+private:
+    std::int64_t endS_ = 0;
+    std::optional<int> told_;
+};
+
+/**
+ * Renews the service's own certificate and reads a given certificate again when its files change.
+ * Open connections keep the certificate of their handshake.
+ *
+ * Thread: context() and the ends on any thread; refresh() on one thread at a time. Ownership:
+ * `clock` outlives it. Time: expiryNowMs() of the clock, so a clock that is wrong renews nothing.
+ */
+class CertificateKeeper
+{
+public:
+    struct Source
+    {
+        CertificateFiles given; // empty names: the service's own certificate
+        std::filesystem::path dataFolder;
+        std::vector<std::string> names; // of the own certificate
+    };
+
+    /**
+     * Blocks. Throws std::runtime_error if the certificate and the key are not usable now. The text
+     * is for a person.
+     */
+    CertificateKeeper(Source source, const Clock& clock);
+
+    /** For new connections. */
+    std::shared_ptr<ssl_ctx_st> context() const;
+
+    /**
+     * Renews what is due, reads changed files, logs ends that are near. `always` reads unchanged
+     * files too. If this fails, the failure is logged and the present certificate stays. Blocks.
+     */
+    void refresh(bool always = false) noexcept;
+
+    /** Seconds since 1970; 0: unknown. With several authorities, the end of the last one. */
+    std::int64_t certificateEndS() const { return certificateEndS_; }
+    std::int64_t authorityEndS() const { return authorityEndS_; }
+
+private:
+    bool isOwn() const { return source_.given.certificate.empty(); }
+    void load(bool always);
+    void warn();
+    std::int64_t nowS() const { return clock_.expiryNowMs() / 1000; }
+
+    const Source source_;
+    const Clock& clock_;
+    std::string loaded_; // the state of the loaded files
+    std::string told_;   // the failure that was logged last
+    EndWarning certificateWarning_;
+    EndWarning authorityWarning_;
+    std::atomic<std::int64_t> certificateEndS_{0};
+    std::atomic<std::int64_t> authorityEndS_{0};
+    mutable std::mutex mutex_; // guards context_
+    std::shared_ptr<ssl_ctx_st> context_;
+};
+
+} // namespace kelvo::tls
