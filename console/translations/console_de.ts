@@ -29,6 +29,76 @@
     </message>
 </context>
 <context>
+    <name>Home</name>
+    <message>
+        <source>On KELVO: logged out</source>
+        <translation>Auf KELVO: abgemeldet</translation>
+    </message>
+    <message>
+        <source>On KELVO: not listed yet</source>
+        <translation>Auf KELVO: noch nicht gelistet</translation>
+    </message>
+    <message>
+        <source>On KELVO at %1: %2</source>
+        <translation>Auf KELVO um %1: %2</translation>
+    </message>
+    <message>
+        <source>On KELVO: %1</source>
+        <translation>Auf KELVO: %1</translation>
+    </message>
+    <message>
+        <source>Downloaded: %1</source>
+        <translation>Geladen: %1</translation>
+    </message>
+    <message>
+        <source>Downloaded: not readable</source>
+        <translation>Geladen: nicht lesbar</translation>
+    </message>
+    <message>
+        <source>To send: %1</source>
+        <translation>Zu senden: %1</translation>
+    </message>
+    <message>
+        <source>To send: not readable</source>
+        <translation>Zu senden: nicht lesbar</translation>
+    </message>
+    <message>
+        <source>On the console: not counted</source>
+        <translation>Auf der Konsole: nicht gezählt</translation>
+    </message>
+    <message>
+        <source>Last contact: %1</source>
+        <translation>Letzter Kontakt: %1</translation>
+    </message>
+    <message>
+        <source>Connection</source>
+        <translation>Verbindung</translation>
+    </message>
+    <message>
+        <source>Storage</source>
+        <translation>Speicher</translation>
+    </message>
+    <message>
+        <source>Free: %1</source>
+        <translation>Frei: %1</translation>
+    </message>
+    <message>
+        <source>Free: not known</source>
+        <translation>Frei: nicht bekannt</translation>
+    </message>
+    <message>
+        <source>Position</source>
+        <translation>Position</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n new</source>
+        <translation>
+            <numerusform>%n neu</numerusform>
+            <numerusform>%n neu</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>PluginHost</name>
     <message>
         <source>The hub has no signal %1.</source>
@@ -420,13 +490,6 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
     </message>
 </context>
 <context>
-    <name>console::THomePage</name>
-    <message>
-        <source>Choose on the left what to open.</source>
-        <translation>Links wählen, was geöffnet werden soll.</translation>
-    </message>
-</context>
-<context>
     <name>console::TLauncherBar</name>
     <message>
         <source>Home</source>
@@ -441,8 +504,8 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <translation>Nacht</translation>
     </message>
     <message>
-        <source>The mini views</source>
-        <translation>Die Miniansichten</translation>
+        <source>The overview</source>
+        <translation>Die Übersicht</translation>
     </message>
     <message>
         <source>Set up the console</source>

@@ -29,6 +29,76 @@
     </message>
 </context>
 <context>
+    <name>Home</name>
+    <message>
+        <source>On KELVO: logged out</source>
+        <translation>En KELVO: sesión cerrada</translation>
+    </message>
+    <message>
+        <source>On KELVO: not listed yet</source>
+        <translation>En KELVO: aún sin lista</translation>
+    </message>
+    <message>
+        <source>On KELVO at %1: %2</source>
+        <translation>En KELVO a las %1: %2</translation>
+    </message>
+    <message>
+        <source>On KELVO: %1</source>
+        <translation>En KELVO: %1</translation>
+    </message>
+    <message>
+        <source>Downloaded: %1</source>
+        <translation>Descargados: %1</translation>
+    </message>
+    <message>
+        <source>Downloaded: not readable</source>
+        <translation>Descargados: ilegible</translation>
+    </message>
+    <message>
+        <source>To send: %1</source>
+        <translation>Por enviar: %1</translation>
+    </message>
+    <message>
+        <source>To send: not readable</source>
+        <translation>Por enviar: ilegible</translation>
+    </message>
+    <message>
+        <source>On the console: not counted</source>
+        <translation>En la consola: sin contar</translation>
+    </message>
+    <message>
+        <source>Last contact: %1</source>
+        <translation>Último contacto: %1</translation>
+    </message>
+    <message>
+        <source>Connection</source>
+        <translation>Conexión</translation>
+    </message>
+    <message>
+        <source>Storage</source>
+        <translation>Almacenamiento</translation>
+    </message>
+    <message>
+        <source>Free: %1</source>
+        <translation>Libre: %1</translation>
+    </message>
+    <message>
+        <source>Free: not known</source>
+        <translation>Libre: no se sabe</translation>
+    </message>
+    <message>
+        <source>Position</source>
+        <translation>Posición</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n new</source>
+        <translation>
+            <numerusform>%n nuevo</numerusform>
+            <numerusform>%n nuevos</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>PluginHost</name>
     <message>
         <source>The hub has no signal %1.</source>
@@ -420,13 +490,6 @@ El servicio aún no ha listado sus archivos.</translation>
     </message>
 </context>
 <context>
-    <name>console::THomePage</name>
-    <message>
-        <source>Choose on the left what to open.</source>
-        <translation>Elija a la izquierda qué abrir.</translation>
-    </message>
-</context>
-<context>
     <name>console::TLauncherBar</name>
     <message>
         <source>Home</source>
@@ -441,8 +504,8 @@ El servicio aún no ha listado sus archivos.</translation>
         <translation>Noche</translation>
     </message>
     <message>
-        <source>The mini views</source>
-        <translation>Las minivistas</translation>
+        <source>The overview</source>
+        <translation>El resumen</translation>
     </message>
     <message>
         <source>Set up the console</source>

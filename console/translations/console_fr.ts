@@ -29,6 +29,76 @@
     </message>
 </context>
 <context>
+    <name>Home</name>
+    <message>
+        <source>On KELVO: logged out</source>
+        <translation>Sur KELVO&#xa0;: déconnecté</translation>
+    </message>
+    <message>
+        <source>On KELVO: not listed yet</source>
+        <translation>Sur KELVO&#xa0;: pas encore listé</translation>
+    </message>
+    <message>
+        <source>On KELVO at %1: %2</source>
+        <translation>Sur KELVO à %1&#xa0;: %2</translation>
+    </message>
+    <message>
+        <source>On KELVO: %1</source>
+        <translation>Sur KELVO&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>Downloaded: %1</source>
+        <translation>Téléchargés&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>Downloaded: not readable</source>
+        <translation>Téléchargés&#xa0;: illisible</translation>
+    </message>
+    <message>
+        <source>To send: %1</source>
+        <translation>À envoyer&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>To send: not readable</source>
+        <translation>À envoyer&#xa0;: illisible</translation>
+    </message>
+    <message>
+        <source>On the console: not counted</source>
+        <translation>Sur la console&#xa0;: non compté</translation>
+    </message>
+    <message>
+        <source>Last contact: %1</source>
+        <translation>Dernier contact&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>Connection</source>
+        <translation>Connexion</translation>
+    </message>
+    <message>
+        <source>Storage</source>
+        <translation>Stockage</translation>
+    </message>
+    <message>
+        <source>Free: %1</source>
+        <translation>Libre&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>Free: not known</source>
+        <translation>Libre&#xa0;: inconnu</translation>
+    </message>
+    <message>
+        <source>Position</source>
+        <translation>Position</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n new</source>
+        <translation>
+            <numerusform>%n nouveau</numerusform>
+            <numerusform>%n nouveaux</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>PluginHost</name>
     <message>
         <source>The hub has no signal %1.</source>
@@ -420,13 +490,6 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     </message>
 </context>
 <context>
-    <name>console::THomePage</name>
-    <message>
-        <source>Choose on the left what to open.</source>
-        <translation>Choisir à gauche ce qu&apos;il faut ouvrir.</translation>
-    </message>
-</context>
-<context>
     <name>console::TLauncherBar</name>
     <message>
         <source>Home</source>
@@ -441,8 +504,8 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <translation>Nuit</translation>
     </message>
     <message>
-        <source>The mini views</source>
-        <translation>Les mini-vues</translation>
+        <source>The overview</source>
+        <translation>La vue d’ensemble</translation>
     </message>
     <message>
         <source>Set up the console</source>

@@ -29,6 +29,77 @@
     </message>
 </context>
 <context>
+    <name>Home</name>
+    <message>
+        <source>On KELVO: logged out</source>
+        <translation>W KELVO: wylogowano</translation>
+    </message>
+    <message>
+        <source>On KELVO: not listed yet</source>
+        <translation>W KELVO: jeszcze bez listy</translation>
+    </message>
+    <message>
+        <source>On KELVO at %1: %2</source>
+        <translation>W KELVO o %1: %2</translation>
+    </message>
+    <message>
+        <source>On KELVO: %1</source>
+        <translation>W KELVO: %1</translation>
+    </message>
+    <message>
+        <source>Downloaded: %1</source>
+        <translation>Pobrane: %1</translation>
+    </message>
+    <message>
+        <source>Downloaded: not readable</source>
+        <translation>Pobrane: nieczytelne</translation>
+    </message>
+    <message>
+        <source>To send: %1</source>
+        <translation>Do wysłania: %1</translation>
+    </message>
+    <message>
+        <source>To send: not readable</source>
+        <translation>Do wysłania: nieczytelne</translation>
+    </message>
+    <message>
+        <source>On the console: not counted</source>
+        <translation>W konsoli: nie policzono</translation>
+    </message>
+    <message>
+        <source>Last contact: %1</source>
+        <translation>Ostatni kontakt: %1</translation>
+    </message>
+    <message>
+        <source>Connection</source>
+        <translation>Połączenie</translation>
+    </message>
+    <message>
+        <source>Storage</source>
+        <translation>Pamięć</translation>
+    </message>
+    <message>
+        <source>Free: %1</source>
+        <translation>Wolne: %1</translation>
+    </message>
+    <message>
+        <source>Free: not known</source>
+        <translation>Wolne: nie wiadomo</translation>
+    </message>
+    <message>
+        <source>Position</source>
+        <translation>Pozycja</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n new</source>
+        <translation>
+            <numerusform>%n nowy</numerusform>
+            <numerusform>%n nowe</numerusform>
+            <numerusform>%n nowych</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>PluginHost</name>
     <message>
         <source>The hub has no signal %1.</source>
@@ -420,13 +491,6 @@ Usługa nie podała jeszcze listy plików.</translation>
     </message>
 </context>
 <context>
-    <name>console::THomePage</name>
-    <message>
-        <source>Choose on the left what to open.</source>
-        <translation>Wybierz po lewej, co otworzyć.</translation>
-    </message>
-</context>
-<context>
     <name>console::TLauncherBar</name>
     <message>
         <source>Home</source>
@@ -441,8 +505,8 @@ Usługa nie podała jeszcze listy plików.</translation>
         <translation>Noc</translation>
     </message>
     <message>
-        <source>The mini views</source>
-        <translation>Widoki mini</translation>
+        <source>The overview</source>
+        <translation>Przegląd</translation>
     </message>
     <message>
         <source>Set up the console</source>

@@ -29,6 +29,76 @@
     </message>
 </context>
 <context>
+    <name>Home</name>
+    <message>
+        <source>On KELVO: logged out</source>
+        <translation>No KELVO: desconectado</translation>
+    </message>
+    <message>
+        <source>On KELVO: not listed yet</source>
+        <translation>No KELVO: ainda sem lista</translation>
+    </message>
+    <message>
+        <source>On KELVO at %1: %2</source>
+        <translation>No KELVO às %1: %2</translation>
+    </message>
+    <message>
+        <source>On KELVO: %1</source>
+        <translation>No KELVO: %1</translation>
+    </message>
+    <message>
+        <source>Downloaded: %1</source>
+        <translation>Baixados: %1</translation>
+    </message>
+    <message>
+        <source>Downloaded: not readable</source>
+        <translation>Baixados: ilegível</translation>
+    </message>
+    <message>
+        <source>To send: %1</source>
+        <translation>A enviar: %1</translation>
+    </message>
+    <message>
+        <source>To send: not readable</source>
+        <translation>A enviar: ilegível</translation>
+    </message>
+    <message>
+        <source>On the console: not counted</source>
+        <translation>No console: não contado</translation>
+    </message>
+    <message>
+        <source>Last contact: %1</source>
+        <translation>Último contato: %1</translation>
+    </message>
+    <message>
+        <source>Connection</source>
+        <translation>Conexão</translation>
+    </message>
+    <message>
+        <source>Storage</source>
+        <translation>Armazenamento</translation>
+    </message>
+    <message>
+        <source>Free: %1</source>
+        <translation>Livre: %1</translation>
+    </message>
+    <message>
+        <source>Free: not known</source>
+        <translation>Livre: desconhecido</translation>
+    </message>
+    <message>
+        <source>Position</source>
+        <translation>Posição</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n new</source>
+        <translation>
+            <numerusform>%n novo</numerusform>
+            <numerusform>%n novos</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>PluginHost</name>
     <message>
         <source>The hub has no signal %1.</source>
@@ -420,13 +490,6 @@ O serviço ainda não listou seus arquivos.</translation>
     </message>
 </context>
 <context>
-    <name>console::THomePage</name>
-    <message>
-        <source>Choose on the left what to open.</source>
-        <translation>Escolha à esquerda o que abrir.</translation>
-    </message>
-</context>
-<context>
     <name>console::TLauncherBar</name>
     <message>
         <source>Home</source>
@@ -441,8 +504,8 @@ O serviço ainda não listou seus arquivos.</translation>
         <translation>Noite</translation>
     </message>
     <message>
-        <source>The mini views</source>
-        <translation>As minivisualizações</translation>
+        <source>The overview</source>
+        <translation>A visão geral</translation>
     </message>
     <message>
         <source>Set up the console</source>

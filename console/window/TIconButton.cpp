@@ -1,5 +1,6 @@
 #include "console/window/TIconButton.h"
 
+#include "console/window/HomeTexts.h"
 #include "hostimpl/Theme.h"
 
 #include <QtCore/QRegularExpression>
@@ -13,6 +14,7 @@ namespace {
 constexpr double captionLetters = 6.6; // the width of a button, in heights of its letters
 constexpr int iconExtent = 44;
 constexpr int margin = hostimpl::FOCUS_RING;
+constexpr int maxBadge = 99;
 
 // The theme draws icons in the colour for text on a screen. Text on a button has another colour.
 QPixmap Inked(const QIcon& icon, const QColor& ink, qreal ratio)
@@ -58,6 +60,15 @@ void TIconButton::SetIconName(const QString& iconName)
     update();
 }
 
+void TIconButton::SetBadge(int number)
+{
+    if (m_badge != number) {
+        m_badge = number;
+        setAccessibleDescription(BadgeText(number));
+        update();
+    }
+}
+
 bool TIconButton::OnWheelPressed()
 {
     click();
@@ -92,6 +103,28 @@ void TIconButton::paintEvent(QPaintEvent*)
     const QRect place(margin, height() - captionHeight - margin / 2, width() - 2 * margin,
                       captionHeight);
     painter.drawText(place, Qt::AlignCenter, Fitting(text(), captionFont, place.width()));
+    if (m_badge > 0) {
+        DrawBadge(painter, ink,
+                  hostimpl::ThemeColour(isActive ? hostimpl::EColour::eButtonSelected
+                                                 : hostimpl::EColour::eButton));
+    }
+}
+
+// The badge has the colours of the button, the other way round.
+void TIconButton::DrawBadge(QPainter& painter, const QColor& ground, const QColor& ink) const
+{
+    const QString number =
+        m_badge > maxBadge ? QStringLiteral("%1+").arg(maxBadge) : QString::number(m_badge);
+    const QFontMetrics& letters = painter.fontMetrics();
+    const int badgeHeight = letters.height();
+    const int badgeWidth = qMax(badgeHeight, letters.horizontalAdvance(number) + 4 * margin);
+    const QRect place(width() - badgeWidth - margin, margin, badgeWidth, badgeHeight);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(ground);
+    painter.drawRoundedRect(place, badgeHeight / 2.0, badgeHeight / 2.0);
+    painter.setPen(ink);
+    painter.drawText(place, Qt::AlignCenter, number);
 }
 
 } // namespace console

@@ -23,6 +23,10 @@ public:
     void SetIconName(const QString& iconName);
     const QString& IconName() const { return m_iconName; }
 
+    // Shows a number in the upper right corner; 0 shows none. Above 99 it shows "99+".
+    void SetBadge(int number);
+    int Badge() const { return m_badge; }
+
     bool OnWheelPressed() override;
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
@@ -31,7 +35,10 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void DrawBadge(QPainter& painter, const QColor& ground, const QColor& ink) const;
+
     QString m_iconName;
+    int m_badge = 0;
 };
 
 } // namespace console

@@ -47,7 +47,7 @@ TLauncherBar::TLauncherBar(QWidget* parent)
     connect(m_home, &TIconButton::clicked, this, &TLauncherBar::OpenHome);
     connect(m_settings, &TIconButton::clicked, this, &TLauncherBar::OpenSettings);
     connect(m_light, &TIconButton::clicked, this, &TLauncherBar::ToggleLight);
-    m_home->setToolTip(tr("The mini views"));
+    m_home->setToolTip(tr("The overview"));
     m_settings->setToolTip(tr("Set up the console"));
     m_light->setToolTip(tr("Colours for day or night"));
 }
@@ -59,6 +59,7 @@ void TLauncherBar::AddPage(QWidget* page, const QString& iconName, const QString
     auto* const button = new TIconButton(iconName, title, this);
     button->setCheckable(true);
     button->setToolTip(toolTip);
+    button->SetBadge(m_newFiles);
     m_pages.insert(page, button);
     m_pageButtons->addWidget(button);
     connect(button, &TIconButton::clicked, this, [this, page] { Q_EMIT OpenPage(page); });
@@ -94,6 +95,14 @@ void TLauncherBar::SetCurrentPage(QWidget* page)
     m_settings->setChecked(page != nullptr && !m_pages.contains(page));
     for (auto entry = m_pages.cbegin(); entry != m_pages.cend(); ++entry) {
         entry.value()->setChecked(entry.key() == page);
+    }
+}
+
+void TLauncherBar::SetBadge(int newFiles)
+{
+    m_newFiles = newFiles;
+    for (TIconButton* const button : qAsConst(m_pages)) {
+        button->SetBadge(newFiles);
     }
 }
 

@@ -29,6 +29,8 @@ public:
     void RemovePage(QWidget* page);
     void SetPageLooks(QWidget* page, const QString& iconName, const QString& title);
     void SetPageToolTip(QWidget* page, const QString& toolTip);
+    // Shows the number of new files on each button of a plug-in's page; 0 shows none.
+    void SetBadge(int newFiles);
     // Marks the button of the shown page; null marks home.
     void SetCurrentPage(QWidget* page);
     void SetNight(bool isNight);
@@ -50,6 +52,7 @@ private:
     TIconButton* m_light;
     QVBoxLayout* m_pageButtons = nullptr;
     QHash<QWidget*, TIconButton*> m_pages;
+    int m_newFiles = 0;
 };
 
 } // namespace console

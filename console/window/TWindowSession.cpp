@@ -8,6 +8,8 @@
 #include "console/window/TLinkBanner.h"
 #include "console/window/TStatusBar.h"
 #include "console/window/TransferTexts.h"
+#include "host/ConfigManager.h"
+#include "host/TListWidget.h"
 #include "host/TMessageDialog.h"
 #include "hostimpl/Display.h"
 #include "hostimpl/Folders.h"
@@ -37,7 +39,8 @@ TWindowSession::TWindowSession(const TConsoleSettings& settings, const TStoredSe
       m_stored(stored),
       m_atStart(stored),
       m_inUse(stored),
-      m_readLink(std::move(readLink))
+      m_readLink(std::move(readLink)),
+      m_dashboard(ConfigManager::Instance(), qEnvironmentVariable("KELVO_API_HOST"))
 {
     m_inUse.service = qEnvironmentVariable("KELVO_API_HOST");
     m_inUse.authorityFile = qEnvironmentVariable("KESDK_CA_FILE");
@@ -149,7 +152,7 @@ void TWindowSession::OnHubEvent(const THubEvent& event)
     if (event.signal == EHubSignal::eLoginInProgress || event.signal == EHubSignal::eLoginFailed) {
         m_loginFailure = event.message.value_or(QString());
     }
-    m_listing.OnHubEvent(event);
+    m_dashboard.OnHubEvent(event);
     m_files.OnHubEvent(event);
     ShowLink();
 }
@@ -161,6 +164,7 @@ void TWindowSession::ShowLink()
                                                 : LinkWords(status));
     m_window->Banner().Show(status.session, m_loginFailure);
     ShowTransfer(status);
+    ShowHome(status);
 }
 
 // Between two files the dialog keeps what it shows, so that it does not flicker. If the next look
@@ -173,6 +177,25 @@ void TWindowSession::ShowTransfer(const kesdkimpl::LinkStatus& status)
     } else if (!m_files.IsRunning() || std::exchange(m_isBetweenFiles, true)) {
         hostimpl::SetTransferProgress({});
     }
+}
+
+// A list on an open page is what the operator looks at. A hidden entry of a search counts too.
+void TWindowSession::ShowHome(const kesdkimpl::LinkStatus& status)
+{
+    const QWidget* const page = m_window->CurrentPage();
+    const auto lists = page == nullptr ? QList<TListWidget*>() : page->findChildren<TListWidget*>();
+    for (const TListWidget* const list : lists) {
+        QStringList names;
+        for (int row = 0; row < list->count(); ++row) {
+            names << list->item(row)->text();
+        }
+        m_dashboard.OnNamesShown(names);
+    }
+    THomeState state = m_dashboard.State(std::chrono::steady_clock::now());
+    state.link = status;
+    state.position = m_plugin.Position().State();
+    m_window->Home().Show(state);
+    m_window->Launcher().SetBadge(state.NewFiles());
 }
 
 void TWindowSession::RequestEnd()

@@ -5,7 +5,7 @@
 #include "console/session/TFileCount.h"
 #include "console/session/TPluginSession.h"
 #include "console/settings/StoredSettings.h"
-#include "console/window/TListingMonitor.h"
+#include "console/window/TDashboard.h"
 #include "console/window/TMainWindow.h"
 #include "console/window/TPluginScreens.h"
 #include "hostimpl/TSurfaceRegister.h"
@@ -70,6 +70,7 @@ private:
     void OnHubEvent(const THubEvent& event);
     void ShowLink();
     void ShowTransfer(const kesdkimpl::LinkStatus& status);
+    void ShowHome(const kesdkimpl::LinkStatus& status);
     void OpenSettings();
     void SaveSettings(const TStoredSettings& settings);
     void Apply(const TStoredSettings& settings);
@@ -89,7 +90,7 @@ private:
     TFileCount m_files;
     bool m_isBetweenFiles = false; // the last look found no transfer while files were transferred
     QString m_loginFailure;        // the plug-in's reason, simple HTML
-    TListingMonitor m_listing;
+    TDashboard m_dashboard;
     hostimpl::TWheelInput m_wheel;
     std::unique_ptr<TMainWindow> m_window;
     std::unique_ptr<TSettingsPage> m_settingsPage;

@@ -32,9 +32,13 @@ QJsonArray Buttons(const QWidget& window)
 {
     QJsonArray buttons;
     for (const QAbstractButton* const button : Visible<QAbstractButton>(window)) {
-        buttons.append(QJsonObject{{QStringLiteral("text"), tour::ButtonName(*button)},
-                                   {QStringLiteral("enabled"), button->isEnabled()},
-                                   {QStringLiteral("checked"), button->isChecked()}});
+        QJsonObject description{{QStringLiteral("text"), tour::ButtonName(*button)},
+                                {QStringLiteral("enabled"), button->isEnabled()},
+                                {QStringLiteral("checked"), button->isChecked()}};
+        if (!button->accessibleDescription().isEmpty()) {
+            description.insert(QStringLiteral("badge"), button->accessibleDescription());
+        }
+        buttons.append(description);
     }
     return buttons;
 }

@@ -62,9 +62,16 @@ class ScreenDay:
         with self.steps.step(name):
             try:
                 yield
+                self.window.until(self.is_settled, "the figures of the home page and the badge")
             finally:
                 self.window.picture(self.pictures / f"{picture}.png")
                 self.screens[picture] = self.window.look().stable_texts()
+
+    def is_settled(self, screen):
+        """Whether the home page has all its figures, and the launcher no badge for names that are shown."""
+        waits = [self.text(words) for words in ("On KELVO: not listed yet", "On the console: not counted")]
+        is_late = screen.names() and any("badge" in button for button in screen.console["buttons"])
+        return not is_late and not any(wait in label for wait in waits for label in screen.labels())
 
     def start_console(self):
         log = write_log(self.farm.work / "drive.nmea", LOG_SECONDS)
@@ -137,9 +144,12 @@ class ScreenDay:
         """The office's archives reach the list without a request of the operator."""
         data = self.data or archives.make_samples(self.farm.work / "archives")
         self.sent = {path.name: path for path in archives.archives_in(data)}
-        with self.shown("06-files", f"the office sends {len(self.sent)} maps, and they are listed"):
+        with self.shown("05-new-files", f"the office sends {len(self.sent)} maps, and the home page counts them as new"):
             for path in self.sent.values():
                 self.office.put(path, f"{OPERATOR}/To Console")
+            words = self.text("On KELVO: %1").replace("%1", str(len(self.sent)))
+            self.window.until(lambda screen: any(words in label for label in screen.labels()), words)
+        with self.shown("06-files", "they are listed"):
             self.window.press(self.text("KELVO"))
             self.window.until(lambda screen: set(screen.names()) == set(self.sent), "the names")
             require(not self.window.look().can_press("Download"), "Download is enabled without a selection")

@@ -13,7 +13,7 @@ from .display import Display
 
 GUARD_SECONDS = 120  # ends only a process that hangs
 LOOK_SECONDS = 0.02  # between two looks
-VOLATILE = re.compile(r"\d\d:\d\d\.?$|\d°|\n$|^\d+ ?%|[:/]\u200b")  # the last one: a port or a folder
+VOLATILE = re.compile(r"\d\d:\d\d\.?$|\d°|\n$|^\d+ ?%|[:/]\u200b|\d [kMGT]?B$")  # the last two: a port or a folder, free space
 
 
 class WindowError(Exception):

@@ -5,6 +5,7 @@
 #include "console/translations/ScreenFaults.h"
 #include "console/translations/TInLanguage.h"
 #include "console/window/Geometry.h"
+#include "console/window/THomePage.h"
 #include "console/window/TIconButton.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TLinkBanner.h"
@@ -108,6 +109,27 @@ private:
         status.transfer->phase = kesdkimpl::EPhase::eWaits;
         status.problem = EProblem::eNoAnswer;
         return words << console::TransferWords(status, files);
+    }
+
+    // The home page logged out, before the listing, with large figures, and without an answer.
+    static QList<console::THomeState> HomeStates()
+    {
+        QList<console::THomeState> states{{}, {}, {}, {}};
+        for (int i = 1; i < states.size(); ++i) {
+            states[i].isLoggedIn = true;
+            states[i].link.session = ESession::eLoggedIn;
+            states[i].link.lastContact = kesdkimpl::Moment{1800000000, {}};
+            states[i].position = Positions().last();
+            states[i].folders = console::TFolderFigures(); // no folder can be read
+        }
+        for (int i = 2; i < states.size(); ++i) {
+            states[i].service.fill(console::THomeState::TServiceCount{10'000, 8888});
+            states[i].folders->categories.fill({10'000, 10'000});
+            states[i].folders->freeBytes = 888'800'000'000;
+        }
+        states[3].link.problem = EProblem::eNoAnswer;
+        states[3].link.offlineSince = kesdkimpl::Moment{1800000000, {}};
+        return states;
     }
 
     // Each of the settings has another invalid value.
@@ -214,6 +236,29 @@ private Q_SLOTS:
         }
         window.Launcher().SetNight(true);
         QCOMPARE(Faults(window), QString());
+        window.Dock().Remove(&mini);
+    }
+
+    void showsTheHomePageInFull_data() { AddLanguagesAndSizes(); }
+
+    void showsTheHomePageInFull()
+    {
+        QFETCH(QString, code);
+        QFETCH(QSize, pixels);
+        const QSize size = SetDisplay(pixels);
+        const TInLanguage inLanguage(code);
+        TSampleSurface mini(QStringLiteral("Mini"), QSize(300, 330));
+        TSampleSurface full(QStringLiteral("KELVO"));
+        console::TMainWindow window;
+        window.Dock().Add(&mini);
+        window.Launcher().AddPage(&full, full.SurfaceIcon(), full.SurfaceTitle(), QString());
+        window.resize(size);
+        window.show();
+        for (const console::THomeState& state : HomeStates()) {
+            window.Home().Show(state);
+            window.Launcher().SetBadge(state.NewFiles());
+            QCOMPARE(Faults(window), QString());
+        }
         window.Dock().Remove(&mini);
     }
 

@@ -17,6 +17,8 @@
 
 #include <QtGui/QCloseEvent>
 #include <QtTest/QSignalSpy>
+#include <QtWidgets/QScrollArea>
+#include <QtWidgets/QScrollBar>
 
 using console::TMainWindow;
 using kesdkimpl::ESession;
@@ -246,6 +248,26 @@ private Q_SLOTS:
         QVERIFY(launcher.SettingsButton()->hasFocus());
         QVERIFY(wheel.Press());
         QCOMPARE(opened.count(), 1);
+    }
+
+    void scrollsTheHomePageWithTheWheelIfItIsHigherThanTheWindow()
+    {
+        TMainWindow window;
+        hostimpl::TWheelInput wheel;
+        window.resize(800, 480);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitFor([&] { return window.Home().focusPolicy() != Qt::NoFocus; }, 60000));
+        window.Home().setFocus();
+        const auto* const bar =
+            window.Home().findChild<QScrollArea*>(QString())->verticalScrollBar();
+        while (bar->value() < bar->maximum()) {
+            const int before = bar->value();
+            QVERIFY(wheel.Turn(1));
+            QVERIFY(bar->value() > before);
+        }
+        QVERIFY(wheel.Turn(1)); // the focus leaves the page
+        QVERIFY(!window.Home().hasFocus());
     }
 
     void goesHomeWithTheBackButton()

@@ -109,6 +109,25 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return !isTransferShown(); }, 60000));
     }
 
+    void showsTheServicesFilesOnTheHomePageAndInTheBadge()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        const auto curves = [this] { return m_session->Window()->Home().Texts().at(3); };
+        QVERIFY(curves().startsWith(QStringLiteral("Curves\nOn KELVO: logged out\n")));
+        Q_EMIT Hub()->KelvoLoggedIn();
+        QVERIFY(curves().startsWith(QStringLiteral("Curves\nOn KELVO: not listed yet\n")));
+        KelvoFileInfoList files;
+        files.fileIds << 7 << 8;
+        files.fileNames << QStringLiteral("a.zip") << QStringLiteral("b.zip");
+        Q_EMIT Hub()->NewKelvoProjectFilesList(3, files);
+        QVERIFY(curves().startsWith(QStringLiteral("Curves 2 new\nOn KELVO: 2\n")));
+        QCOMPARE(FullViewButton()->Badge(), 2);
+        Q_EMIT Hub()->KelvoLoggedOut();
+        QVERIFY(curves().startsWith(QStringLiteral("Curves\nOn KELVO: logged out\n")));
+        QCOMPARE(FullViewButton()->Badge(), 0);
+    }
+
     void showsThatThePluginCannotCreateItsScreens()
     {
         qputenv("SCREENS_PLUGIN_THROWS", "1");

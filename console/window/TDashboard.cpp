@@ -1,0 +1,57 @@
+#include "console/window/TDashboard.h"
+
+#include "host/ConfigManager.h"
+#include "hostimpl/Listing.h"
+
+#include <cstddef>
+#include <utility>
+
+namespace {
+
+constexpr int userNameItem = 24289; // in the configuration
+
+} // namespace
+
+namespace console {
+
+TDashboard::TDashboard(ConfigManager& config, const QString& service, TFolderCounter::TCount count)
+    : m_config(config), m_service(service), m_seen(config), m_folders(std::move(count))
+{
+    hostimpl::SetListing(m_files.Listing());
+}
+
+void TDashboard::OnHubEvent(const THubEvent& event)
+{
+    m_files.OnHubEvent(event);
+    hostimpl::SetListing(m_files.Listing());
+    m_folders.Refresh();
+    if (event.signal == EHubSignal::eLoggedIn) {
+        m_seen.SetOperator(m_config.GetItem(userNameItem).toString(), m_service);
+    }
+}
+
+void TDashboard::OnNamesShown(const QStringList& names)
+{
+    for (int project = 0; project < KELVO_PROJECT_COUNT; ++project) {
+        const KelvoFileInfoList* const files = m_files.Files(project);
+        if (files != nullptr && files->fileNames == names) {
+            m_seen.SetSeen(project, *files);
+        }
+    }
+}
+
+THomeState TDashboard::State(TFolderCounter::TClock::time_point now)
+{
+    THomeState state;
+    state.isLoggedIn = m_files.Listing() != hostimpl::EListing::eLoggedOut;
+    for (int project = 0; project < KELVO_PROJECT_COUNT; ++project) {
+        if (const KelvoFileInfoList* const files = m_files.Files(project)) {
+            state.service.at(static_cast<std::size_t>(project)) = THomeState::TServiceCount{
+                files->fileNames.size(), m_seen.CountNew(project, *files)};
+        }
+    }
+    state.folders = m_folders.Look(now);
+    return state;
+}
+
+} // namespace console

@@ -1,0 +1,38 @@
+// Collects what the home page and the badge of the launcher show.
+#pragma once
+
+#include "console/session/TFolderCounter.h"
+#include "console/window/HomeTexts.h"
+#include "console/window/TSeenFiles.h"
+#include "console/window/TServiceFiles.h"
+
+class ConfigManager;
+
+namespace console {
+
+// From the hub's signals, the local folders, the status of the link and the position. Nothing is
+// asked of the service. Thread: main; waits for no disk, except that a look at new files is stored.
+class TDashboard
+{
+public:
+    // `service`: host[:port], or empty for the plug-in's default. `config` must outlive the object.
+    TDashboard(ConfigManager& config, const QString& service,
+               TFolderCounter::TCount count = CountFolders);
+
+    void OnHubEvent(const THubEvent& event);
+    // The screen shows this list of the service's names to the operator now. If a category has
+    // exactly these names in this order, its files are no longer new.
+    void OnNamesShown(const QStringList& names);
+    THomeState State(TFolderCounter::TClock::time_point now);
+    // The next State() counts the files in the folders anew.
+    void Refresh() { m_folders.Refresh(); }
+
+private:
+    ConfigManager& m_config;
+    const QString m_service;
+    TServiceFiles m_files;
+    TSeenFiles m_seen;
+    TFolderCounter m_folders;
+};
+
+} // namespace console

@@ -1,0 +1,115 @@
+#include "console/window/THomeCardView.h"
+
+#include "console/window/HomeTexts.h"
+#include "hostimpl/Theme.h"
+
+#include <QtCore/QEvent>
+#include <QtGui/QPainter>
+#include <QtWidgets/QBoxLayout>
+#include <QtWidgets/QLabel>
+
+namespace {
+
+constexpr int margin = 10;
+constexpr int leastStretch = 60; // percent
+constexpr int stretchStep = 5;
+
+QFont LabelFont(bool isBold)
+{
+    QFont font = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
+    font.setBold(isBold);
+    return font;
+}
+
+QLabel* MakeLabel(bool isBold)
+{
+    auto* const label = new QLabel;
+    label->setFont(LabelFont(isBold));
+    label->setTextFormat(Qt::PlainText);
+    return label;
+}
+
+} // namespace
+
+namespace console {
+
+THomeCardView::THomeCardView(QWidget* parent)
+    : QFrame(parent),
+      m_head(new QBoxLayout(QBoxLayout::LeftToRight)),
+      m_title(MakeLabel(true)),
+      m_badge(MakeLabel(true)),
+      m_text(MakeLabel(false))
+{
+    m_title->setWordWrap(true);
+    m_text->setWordWrap(true);
+    m_badge->setAutoFillBackground(true);
+    m_badge->setContentsMargins(margin, 0, margin, 0);
+    m_head->addWidget(m_title, 1);
+    m_head->addWidget(m_badge, 0, Qt::AlignTop | Qt::AlignLeft);
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(margin, 3, margin, 3);
+    column->setSpacing(0);
+    column->addLayout(m_head);
+    column->addWidget(m_text);
+    column->addStretch();
+    m_badge->hide();
+    ShowColours();
+}
+
+void THomeCardView::Show(const THomeCard& card)
+{
+    m_title->setText(card.title);
+    m_badge->setText(card.badge);
+    m_badge->setVisible(!card.badge.isEmpty());
+    m_text->setText(card.text);
+}
+
+void THomeCardView::Fit(int width)
+{
+    // A long word gets narrower letters of the same height.
+    QFont font = LabelFont(true);
+    m_title->setFont(font);
+    while (m_title->minimumSizeHint().width() > width - 2 * margin &&
+           font.stretch() > leastStretch) {
+        font.setStretch(font.stretch() - stretchStep);
+        m_title->setFont(font);
+    }
+    const int beside = m_title->minimumSizeHint().width() + m_badge->sizeHint().width() +
+                       m_head->spacing() + 2 * margin;
+    m_head->setDirection(beside > width ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+}
+
+QString THomeCardView::Text() const
+{
+    const QString head = m_badge->text().isEmpty()
+                             ? m_title->text()
+                             : m_title->text() + QLatin1Char(' ') + m_badge->text();
+    return head + QLatin1Char('\n') + m_text->text();
+}
+
+void THomeCardView::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    hostimpl::DrawPanel(painter, rect());
+}
+
+// The badge has the colours of the panel's text, the other way round.
+void THomeCardView::ShowColours()
+{
+    QPalette colours = m_badge->palette();
+    colours.setColor(QPalette::Window, hostimpl::ThemeColour(hostimpl::EColour::eText));
+    colours.setColor(QPalette::WindowText, hostimpl::ThemeColour(hostimpl::EColour::ePanel));
+    if (colours != m_badge->palette()) {
+        m_badge->setPalette(colours);
+    }
+}
+
+void THomeCardView::changeEvent(QEvent* event)
+{
+    QFrame::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        ShowColours();
+    }
+}
+
+} // namespace console

@@ -1,0 +1,29 @@
+// The files on the service, as the hub's signals tell them.
+#pragma once
+
+#include "console/session/HubEvent.h"
+#include "hostimpl/Listing.h"
+
+#include <array>
+#include <optional>
+
+namespace console {
+
+// Sends nothing to the network. Thread: main.
+class TServiceFiles
+{
+public:
+    void OnHubEvent(const THubEvent& event);
+
+    // For all categories together.
+    hostimpl::EListing Listing() const;
+    // Null while nobody is logged in, and until the service has listed the category.
+    const KelvoFileInfoList* Files(int project) const;
+
+private:
+    // The lists since the last login began.
+    std::array<std::optional<KelvoFileInfoList>, KELVO_PROJECT_COUNT> m_lists;
+    bool m_isLoggedIn = false;
+};
+
+} // namespace console
