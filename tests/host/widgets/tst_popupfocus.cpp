@@ -8,6 +8,7 @@
 #include "hostimpl/Theme.h"
 #include "support/WidgetTestMain.h"
 
+#include <QtTest/QSignalSpy>
 #include <QtWidgets/QStackedWidget>
 #include <QtWidgets/QVBoxLayout>
 
@@ -112,6 +113,7 @@ private Q_SLOTS:
     void theTabKeyStaysInThePopup();
     void aPopupOverTheWindowComesBeforeAPopupOverAPage();
     void theAreaMayBeDeletedWhileItsPopupIsOpen();
+    void emitsClosedWhenItLosesItsArea();
     void thePopupMayBeDeletedWhileItIsOpen();
 };
 
@@ -348,6 +350,28 @@ void tst_PopupFocus::theAreaMayBeDeletedWhileItsPopupIsOpen()
     delete it.inFirst; // the popup's parent deletes it, as any child
     QVERIFY(watched.isNull());
     QVERIFY(hostimpl::OpenPopups().isEmpty());
+}
+
+// Later: while the area is deleted, the receivers may be half destroyed.
+void tst_PopupFocus::emitsClosedWhenItLosesItsArea()
+{
+    auto window = std::make_unique<QWidget>();
+    hostimpl::SetPopupHost(window.get());
+    window->show();
+    TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eAcknowledge, false,
+                          QPixmap());
+    QSignalSpy closed(&dialog, &TPopupWindow::Closed);
+    dialog.ShowWindow(true);
+    dialog.setParent(nullptr); // as a screen does before its parent deletes its children
+    QCOMPARE(closed.count(), 0);
+    QVERIFY(closed.wait());
+    dialog.ShowWindow(true);
+    window.reset();
+    QCOMPARE(closed.count(), 1);
+    QVERIFY(closed.wait());
+    dialog.CloseWindow();
+    QCoreApplication::processEvents();
+    QCOMPARE(closed.count(), 2);
 }
 
 void tst_PopupFocus::thePopupMayBeDeletedWhileItIsOpen()

@@ -81,6 +81,7 @@ TPopupLayer::TPopupLayer(QWidget& area, TPopupWindow& popup, bool isModal)
 
 TPopupLayer::~TPopupLayer()
 {
+    AnnounceClosed();
     GiveBack();
 }
 
@@ -157,10 +158,25 @@ void TPopupLayer::Close()
     }
     GiveBack();
     hide();
+    deleteLater();
     if (hadFocus && Area().isVisible()) {
         ReturnFocus();
     }
-    deleteLater();
+}
+
+// Later, because the receivers may be half destroyed now.
+void TPopupLayer::AnnounceClosed()
+{
+    TPopupWindow* const popup = m_popup;
+    if (popup == nullptr) {
+        return;
+    }
+    const auto announce = [popup] {
+        if (popup->isHidden()) {
+            Q_EMIT popup->Closed();
+        }
+    };
+    QMetaObject::invokeMethod(popup, announce, Qt::QueuedConnection);
 }
 
 void TPopupLayer::GiveBack()
@@ -189,13 +205,15 @@ void TPopupLayer::ForgetPopup()
 }
 
 // The widget may have been disabled or hidden meanwhile. A popup that blocks the widget comes
-// first.
+// first. A widget that gets the focus may delete layers, also this layer and its area.
 void TPopupLayer::ReturnFocus()
 {
     const bool isNear = !m_before.isNull() && m_before->window() == window();
+    const QPointer<QWidget> area(&Area());
     FocusNear(isNear ? *m_before : Area(), *window());
-    for (TPopupLayer* const other : qAsConst(Layers())) {
-        if (&other->Area() == &Area()) {
+    const QList<TPopupLayer*> layers = Layers();
+    for (TPopupLayer* const other : layers) {
+        if (Layers().contains(other) && &other->Area() == area.data()) {
             other->TakeFocus();
         }
     }
@@ -205,6 +223,7 @@ void TPopupLayer::ReturnFocus()
 void TPopupLayer::childEvent(QChildEvent* event)
 {
     if (event->removed() && m_popup != nullptr && event->child() == m_popup) {
+        AnnounceClosed();
         ForgetPopup();
         hide();
         deleteLater();

@@ -18,7 +18,8 @@ QWidget* AreaFor(const TPopupWindow& popup);
 // A child of the widget over which the popup is shown. The layer of a modal popup covers the whole
 // area with a dimmed ground and takes each touch beside the popup. The layer of another popup is
 // only as large as the popup. While the layer exists, the popup is its child. The area may be
-// deleted before the popup, and the popup before the area. Main thread.
+// deleted before the popup, and the popup before the area. If the popup loses its area, it emits
+// Closed() from the event loop. Main thread.
 class TPopupLayer : public QWidget
 {
     Q_OBJECT
@@ -61,6 +62,7 @@ protected:
 private:
     class TOwnerLink;
 
+    void AnnounceClosed();
     void GiveBack();
     void ForgetPopup();
     void ReturnFocus();

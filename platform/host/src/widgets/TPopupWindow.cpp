@@ -19,9 +19,9 @@ TPopupWindow::TPopupWindow(QWidget* parent) : QWidget(parent, Qt::Dialog | Qt::F
 
 TPopupWindow::~TPopupWindow()
 {
-    if (TPopupLayer* const layer = TPopupLayer::Of(*this)) {
+    if (const QPointer<TPopupLayer> layer = TPopupLayer::Of(*this)) {
         layer->Close();
-        delete layer;
+        delete layer.data();
     }
 }
 
