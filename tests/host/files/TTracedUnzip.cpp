@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
@@ -37,8 +38,17 @@ bool AllowOnlyPlainRenames()
            ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
+constexpr std::size_t errorTextBytes = 4096;
+
+char* SharedMemory()
+{
+    void* const memory =
+        ::mmap(nullptr, errorTextBytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    return memory == MAP_FAILED ? nullptr : static_cast<char*>(memory);
+}
+
 [[noreturn]] void UnzipTraced(const kelvo::test::TUnzipFixture& fixture,
-                              kelvo::test::ERenames renames)
+                              kelvo::test::ERenames renames, char* sharedText)
 {
     if (renames == kelvo::test::ERenames::eOnlyPlain && !AllowOnlyPlainRenames()) {
         ::_exit(1);
@@ -51,11 +61,20 @@ bool AllowOnlyPlainRenames()
     ::raise(SIGSTOP);
     QString errorText;
     const bool result = hostimpl::Unzip(fixture.Archive(), fixture.Destination(), {}, errorText);
+    qstrncpy(sharedText, errorText.toUtf8().constData(), errorTextBytes);
     ::_exit(result ? returnedTrue : returnedFalse);
 }
 
 #ifdef __x86_64__
 constexpr bool hasRegisters = true;
+
+bool RenamesOrSyncs(pid_t process)
+{
+    user_regs_struct registers = {};
+    ::ptrace(PTRACE_GETREGS, process, nullptr, &registers);
+    const auto number = static_cast<long>(registers.orig_rax);
+    return number == SYS_renameat || number == SYS_renameat2 || number == SYS_fsync;
+}
 
 void SkipCall(pid_t process)
 {
@@ -75,6 +94,11 @@ void SetResult(pid_t process, int result)
 #else
 constexpr bool hasRegisters = false;
 
+bool RenamesOrSyncs(pid_t)
+{
+    return false;
+}
+
 void SkipCall(pid_t) {}
 
 void SetResult(pid_t, int) {}
@@ -84,10 +108,11 @@ void SetResult(pid_t, int) {}
 
 namespace kelvo::test {
 
-TTracedUnzip::TTracedUnzip(const TUnzipFixture& fixture, ERenames renames) : m_child(::fork())
+TTracedUnzip::TTracedUnzip(const TUnzipFixture& fixture, ERenames renames)
+    : m_errorText(SharedMemory()), m_child(m_errorText == nullptr ? -1 : ::fork())
 {
     if (m_child == 0) {
-        UnzipTraced(fixture, renames);
+        UnzipTraced(fixture, renames, m_errorText);
     }
     m_isRunning = m_child > 0 && WaitForStop();
     m_isTraced = m_isRunning;
@@ -96,6 +121,9 @@ TTracedUnzip::TTracedUnzip(const TUnzipFixture& fixture, ERenames renames) : m_c
 TTracedUnzip::~TTracedUnzip()
 {
     Kill();
+    if (m_errorText != nullptr) {
+        ::munmap(m_errorText, errorTextBytes);
+    }
 }
 
 bool TTracedUnzip::CanFailCalls()
@@ -122,13 +150,30 @@ void TTracedUnzip::Kill()
     }
 }
 
-std::optional<bool> TTracedUnzip::FailCallAndFinish(int error)
+bool TTracedUnzip::IsRenameOrSync() const
+{
+    return m_isRunning && RenamesOrSyncs(m_child);
+}
+
+QString TTracedUnzip::ErrorText() const
+{
+    return QString::fromUtf8(m_errorText);
+}
+
+bool TTracedUnzip::FailCall(int error)
 {
     SkipCall(m_child);
     ::ptrace(PTRACE_SYSCALL, m_child, nullptr, nullptr);
     m_isRunning = WaitForStop();
     if (m_isRunning) {
         SetResult(m_child, -error);
+    }
+    return m_isRunning;
+}
+
+std::optional<bool> TTracedUnzip::FailCallAndFinish(int error)
+{
+    if (FailCall(error)) {
         ::ptrace(PTRACE_CONT, m_child, nullptr, nullptr);
         m_isRunning = WaitForStop();
     }

@@ -33,13 +33,20 @@ public:
     // process ended before.
     bool RunTo(int call);
     void Kill();
-    // Makes the current call fail with `error` in errno, and runs to the end. Returns the result of
-    // Unzip(), or no value if Unzip() did not return.
+    // Whether the current call, which has not started, renames or syncs.
+    bool IsRenameOrSync() const;
+    // Makes the current call fail with `error` in errno. RunTo() counts from the next call.
+    bool FailCall(int error);
+    // The same, and runs to the end. Returns the result of Unzip(), or no value if Unzip() did not
+    // return.
     std::optional<bool> FailCallAndFinish(int error);
+    // After the end.
+    QString ErrorText() const;
 
 private:
     bool WaitForStop();
 
+    char* const m_errorText; // shared with the process
     const pid_t m_child;
     int m_status = 0;
     bool m_isTraced = false;

@@ -72,6 +72,8 @@ private Q_SLOTS:
     void isAllOrNothingAfterAKillBeforeAnySystemCall();
     void returnsTheTrueResultIfAnySystemCallFails_data() { AddStarts(); }
     void returnsTheTrueResultIfAnySystemCallFails();
+    void saysWhichFolderIsThereIfTwoSystemCallsFail_data() { AddStarts(); }
+    void saysWhichFolderIsThereIfTwoSystemCallsFail();
 };
 
 // After a kill at any call, the destination has the old or the new folder, whole. Only a file
@@ -142,6 +144,45 @@ void tst_UnzipFaults::returnsTheTrueResultIfAnySystemCallFails()
         failures += *result ? 0 : 1;
     }
     QVERIFY(failures > 10);
+}
+
+// A rename or a sync fails, and then one of the calls that undo it. The old or the new folder is
+// there, whole. If Unzip() returns false although the new folder is there, the error text says so.
+void tst_UnzipFaults::saysWhichFolderIsThereIfTwoSystemCallsFail()
+{
+    KELVO_NEEDS(TTracedUnzip::CanFailCalls(), "a processor whose registers are known");
+    QFETCH(TFolderImage, contentBefore);
+    QFETCH(ERenames, renames);
+    TUnzipFixture fixture(QuickFolder());
+    QVERIFY(fixture.SetArchive(TracedArchive()));
+    int newDespiteFailure = 0;
+    bool isRunning = true;
+    for (int first = 1; isRunning; ++first) {
+        for (int second = 1;; ++second) {
+            QVERIFY(Reset(fixture, contentBefore));
+            TTracedUnzip process(fixture, renames);
+            KELVO_NEEDS(process.IsTraced(), "the right to trace a process of one's own");
+            isRunning = process.RunTo(first);
+            if (!process.IsRenameOrSync() || !process.FailCall(EIO) || !process.RunTo(second)) {
+                break;
+            }
+            const std::optional<bool> result = process.FailCallAndFinish(EIO);
+            const QByteArray where =
+                QByteArray::number(first) + " and " + QByteArray::number(second);
+            QString errorText;
+            QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
+            const TFolderImage now = fixture.Content();
+            QVERIFY2(now == contentBefore || now == newContent, where.constData());
+            if (result.has_value()) {
+                const bool isNew = now == newContent;
+                const bool isSaid = process.ErrorText().contains(QStringLiteral("in its place, "));
+                QVERIFY2(!*result || isNew, where.constData());
+                QVERIFY2(*result || isSaid == isNew, where + qPrintable(process.ErrorText()));
+                newDespiteFailure += isNew && !*result ? 1 : 0;
+            }
+        }
+    }
+    QVERIFY(newDespiteFailure > 0);
 }
 
 KELVO_TEST_MAIN(tst_UnzipFaults)

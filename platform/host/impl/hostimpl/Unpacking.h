@@ -24,7 +24,8 @@ struct TUnpackLimits
     std::int64_t depth = 64;       // nested folders
 };
 
-// TFileSystemHelper::Unzip with other limits.
+// TFileSystemHelper::Unzip with other limits. If the disk fails twice, the new folder may be in its
+// place although false is returned; the error text says so.
 CONSOLEHOST_EXPORT bool Unzip(const QString& archive, const QString& destinationFolder,
                               const TUnpackLimits& limits, QString& errorText);
 

@@ -121,6 +121,12 @@ QString NotPlaced(const QByteArray& name, int error)
         .arg(DisplayName(name), SystemError(error));
 }
 
+QString NotSafe(const QByteArray& name, int error)
+{
+    return QStringLiteral("The folder \"%1\" is in its place, but a power cut may undo that: %2.")
+        .arg(DisplayName(name), SystemError(error));
+}
+
 // The name of the archive's folder, or an empty name with an error text.
 QByteArray ChooseName(int destination, const QByteArray& archiveName, QString& errorText)
 {
@@ -145,7 +151,7 @@ QByteArray ChooseName(int destination, const QByteArray& archiveName, QString& e
     return name;
 }
 
-// On failure nothing has changed.
+// On failure nothing has changed, or the error text says that the folder is in its place.
 bool MoveIntoPlace(const TStagingFolder& staging, int destination, const QByteArray& archiveName,
                    QString& errorText)
 {
@@ -174,13 +180,13 @@ bool MoveIntoPlace(const TStagingFolder& staging, int destination, const QByteAr
     if (SyncFolder(destination)) {
         return true;
     }
-    errorText = NotPlaced(name, errno);
+    const int error = errno;
+    errorText = NotPlaced(name, error);
     const bool isUndone = former
                               ? Exchange(staging.Descriptor(), unpacked, destination, name)
                               : MoveToFreeName(destination, name, staging.Descriptor(), unpacked);
     if (!isUndone) {
-        qCWarning(lcHost, "The folder \"%s\" is new, although its unpacking failed.",
-                  qUtf8Printable(DisplayName(name)));
+        errorText = NotSafe(name, error);
     }
     return false;
 }
