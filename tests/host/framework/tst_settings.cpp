@@ -266,9 +266,9 @@ void tst_Settings::repairsAnInterruptedUnpackingAtSetUp()
                  {QStringLiteral(".console-unpacking/old/pivots/pivot"), "file:former"}}));
     QString errorText;
     QVERIFY(hostimpl::SetUpHost(data.Path(), errorText));
-    QCOMPARE(kelvo::test::ImageOf(folder),
-             (kelvo::test::TFolderImage{{QStringLiteral("pivots"), "folder"},
-                                        {QStringLiteral("pivots/pivot"), "file:former"}}));
+    QTRY_COMPARE(kelvo::test::ImageOf(folder),
+                 (kelvo::test::TFolderImage{{QStringLiteral("pivots"), "folder"},
+                                            {QStringLiteral("pivots/pivot"), "file:former"}}));
 }
 
 void tst_Settings::setUpFailsInAnUnusableFolder()

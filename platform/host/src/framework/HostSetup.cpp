@@ -1,5 +1,6 @@
 #include "hostimpl/HostSetup.h"
 
+#include "framework/BoundedWork.h"
 #include "framework/DealerLog.h"
 #include "framework/HostLog.h"
 #include "hostimpl/Folders.h"
@@ -8,6 +9,21 @@
 #include "hostimpl/Unpacking.h"
 
 #include <QtCore/QDir>
+
+namespace {
+
+constexpr std::chrono::seconds RECOVERY_WAIT(2); // usually the recovery has nothing to do
+
+void Recover(const QStringList& folders)
+{
+    const QStringList problems = hostimpl::RecoverUnpacking(folders);
+    for (const QString& text : problems) {
+        qCWarning(lcHost, "%s", qUtf8Printable(text));
+        hostimpl::ReportToDealer(hostimpl::TConfigStore::Process(), text);
+    }
+}
+
+} // namespace
 
 bool hostimpl::SetUpHost(const QString& dataFolder, QString& errorText)
 {
@@ -30,10 +46,6 @@ bool hostimpl::SetUpHost(const QString& dataFolder, QString& errorText)
     if (!problem.isEmpty()) {
         ReportToDealer(config, problem);
     }
-    const QStringList problems = RecoverUnpacking(DownloadFolders());
-    for (const QString& text : problems) {
-        qCWarning(lcHost, "%s", qUtf8Printable(text));
-        ReportToDealer(config, text);
-    }
+    RunBounded([folders = DownloadFolders()] { Recover(folders); }, RECOVERY_WAIT);
     return true;
 }
