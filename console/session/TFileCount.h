@@ -1,4 +1,4 @@
-// Counts the files of a running upload or download.
+// Counts the files of a running upload, download or deletion.
 #pragma once
 
 #include "console/session/HubEvent.h"
@@ -11,7 +11,7 @@ class TFileCount
 public:
     void OnHubEvent(const THubEvent& event);
 
-    // Whether an upload or download runs.
+    // Whether an upload, download or deletion runs.
     bool IsRunning() const { return m_count > 0; }
     // From 1 to Count(); 0 before the first file.
     int Current() const { return m_current; }

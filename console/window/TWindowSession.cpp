@@ -3,6 +3,7 @@
 #include "console/settings/TAboutPage.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/window/OnScreenKeyboard.h"
+#include "console/window/Outcomes.h"
 #include "console/window/THomePage.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TLinkBanner.h"
@@ -153,6 +154,7 @@ void TWindowSession::OnHubEvent(const THubEvent& event)
         m_loginFailure = event.message.value_or(QString());
     }
     m_dashboard.OnHubEvent(event);
+    ShowOutcome(event, m_files);
     m_files.OnHubEvent(event);
     ShowLink();
 }

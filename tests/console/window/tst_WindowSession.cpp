@@ -128,6 +128,56 @@ private Q_SLOTS:
         QCOMPARE(FullViewButton()->Badge(), 0);
     }
 
+    void showsHowAnOperationEnded_data()
+    {
+        QTest::addColumn<int>("started");
+        QTest::addColumn<bool>("hasError");
+        QTest::addColumn<int>("outcome"); // an EOutcome
+        QTest::newRow("success") << 2 << false << 1;
+        QTest::newRow("failure") << 2 << true << 2;
+        QTest::newRow("cancelled before the second file") << 1 << false << 0;
+    }
+
+    void showsHowAnOperationEnded()
+    {
+        QFETCH(int, started);
+        QFETCH(bool, hasError);
+        QFETCH(int, outcome);
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eOperation, false,
+                              QPixmap());
+        dialog.ShowWindow(true);
+        const auto shown = [&dialog] {
+            const auto widgets = dialog.findChildren<QWidget*>();
+            const auto sign =
+                std::find_if(widgets.cbegin(), widgets.cend(), [](const QWidget* widget) {
+                    return widget->inherits("TOutcomeSign");
+                });
+            return sign == widgets.cend() ? -1 : (*sign)->property("outcome").toInt();
+        };
+        const QStringList names{QStringLiteral("a.zip"), QStringLiteral("b.zip")};
+        KelvoFileTransferErrorDetailsList errors;
+        if (hasError) {
+            errors << KelvoFileTransferErrorDetails();
+        }
+        const auto download = [&] {
+            Q_EMIT Hub()->KelvoDownloadRequested(0, names, {});
+            dialog.EnableButton(TMessageDialog::eButton0, false);
+            for (int file = 0; file < started; ++file) {
+                Q_EMIT Hub()->KelvoDownloadingFile(0, names.at(file));
+            }
+        };
+        download();
+        Q_EMIT Hub()->KelvoDownloadComplete(0, errors);
+        QCOMPARE(shown(), 0); // the operation runs until the dialog can be closed
+        dialog.EnableButton(TMessageDialog::eButton0, true);
+        QCOMPARE(shown(), outcome);
+        download();
+        dialog.EnableButton(TMessageDialog::eButton0, true);
+        QCOMPARE(shown(), 0); // not the outcome of the operation before
+    }
+
     void showsThatThePluginCannotCreateItsScreens()
     {
         qputenv("SCREENS_PLUGIN_THROWS", "1");

@@ -8,6 +8,7 @@
 #include "host/TPropertyWidget.h"
 #include "host/TPushButton.h"
 #include "host/TWindow.h"
+#include "hostimpl/Outcome.h"
 #include "hostimpl/PopupHost.h"
 #include "hostimpl/Theme.h"
 #include "widgets/TChoicePopup.h"
@@ -182,7 +183,11 @@ public:
         transfer.SetMessage(failures);
         transfer.EnableButton(TMessageDialog::eButton0, true);
         transfer.EnableButton(TMessageDialog::eButton1, false);
+        hostimpl::SetOutcome(hostimpl::EOutcomeOf::eFiles, hostimpl::EOutcome::eFailed);
         SaveDialog(transfer, QStringLiteral("failures"));
+        transfer.SetMessage(QStringLiteral("Upload complete."));
+        hostimpl::SetOutcome(hostimpl::EOutcomeOf::eFiles, hostimpl::EOutcome::eGood);
+        SaveDialog(transfer, QStringLiteral("success"));
         TMessageDialog question(&screen, QStringLiteral("Delete Warning"),
                                 QStringLiteral("Are you sure you want to delete the selected "
                                                "files?"),
@@ -196,6 +201,10 @@ public:
                                   true);
         progress.SetProgress(43);
         SaveDialog(progress, QStringLiteral("progress"));
+        progress.SetMessage(QStringLiteral("Configuration complete"), true);
+        progress.SetProgress(100);
+        hostimpl::SetOutcome(hostimpl::EOutcomeOf::eSetUp, hostimpl::EOutcome::eGood);
+        SaveDialog(progress, QStringLiteral("progress-end"));
         auto* const choices = new TChoicePopup(&screen, QStringLiteral("Category"), Categories());
         SaveDialog(*choices, QStringLiteral("choices"));
     }

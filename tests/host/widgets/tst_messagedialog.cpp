@@ -4,6 +4,7 @@
 #include "hostimpl/Theme.h"
 #include "hostimpl/TransferProgress.h"
 #include "support/WidgetTestMain.h"
+#include "widgets/TOutcomeSign.h"
 #include "widgets/TTransferProgress.h"
 
 #include <QtTest/QSignalSpy>
@@ -41,6 +42,7 @@ private Q_SLOTS:
     void anEnabledButtonTakesTheFocus();
     void buildsItsContentOnFirstUse();
     void showsTheBusyIndicatorDuringAnOperation();
+    void showsTheOutcomeBySignAndColour();
     void theBusyIndicatorStopsWhileHidden();
     void showsTheTransferWhileTheOperationRuns();
     void theMessageMayChangeAtAnyTime();
@@ -71,6 +73,8 @@ void tst_MessageDialog::hasTheButtonsOfItsType()
     TPushButton* const other = dialog.dialog.GetMessageDialogButton(TMessageDialog::eButton1);
     QCOMPARE(other == nullptr ? QString() : other->text(), second);
     QCOMPARE(dialog.Busy() != nullptr, type == TMessageDialog::eOperation);
+    const auto* const sign = dialog.dialog.findChild<TOutcomeSign*>();
+    QCOMPARE(sign != nullptr && sign->isVisible(), type == TMessageDialog::eAcknowledge);
     const QList<TPushButton*> buttons = dialog.dialog.findChildren<TPushButton*>();
     QCOMPARE(buttons.size(), second.isEmpty() ? 1 : 2);
     for (TPushButton* const button : buttons) {
@@ -247,6 +251,39 @@ void tst_MessageDialog::showsTheBusyIndicatorDuringAnOperation()
     dialog.dialog.EnableButton(TMessageDialog::eButton0, true);
     QVERIFY(!dialog.Busy()->IsRunning());
     QVERIFY(!dialog.Busy()->IsMoving());
+}
+
+// Without colours, the forms tell success and failure apart.
+void tst_MessageDialog::showsTheOutcomeBySignAndColour()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    const auto* const sign = dialog.dialog.findChild<TOutcomeSign*>();
+    QMap<hostimpl::EOutcome, QImage> forms;
+    for (const auto outcome : {hostimpl::EOutcome::eGood, hostimpl::EOutcome::eFailed}) {
+        hostimpl::SetOutcome(hostimpl::EOutcomeOf::eFiles, outcome);
+        dialog.dialog.EnableButton(TMessageDialog::eButton0, false);
+        QVERIFY(!sign->isVisible());
+        dialog.dialog.EnableButton(TMessageDialog::eButton0, true);
+        QVERIFY(sign->isVisible());
+        const QImage image = dialog.Busy()->grab().toImage();
+        const QColor colour =
+            hostimpl::ThemeColour(outcome == hostimpl::EOutcome::eGood ? hostimpl::EColour::eGood
+                                                                       : hostimpl::EColour::eAlert);
+        const QColor ground = image.pixelColor(0, 0);
+        QImage form(image.size(), QImage::Format_Mono);
+        form.fill(0);
+        int drawn = 0;
+        for (int place = 0; place < image.width() * image.height(); ++place) {
+            const QPoint point(place % image.width(), place / image.width());
+            drawn += image.pixelColor(point) == colour ? 1 : 0;
+            form.setPixel(point, image.pixelColor(point) == ground ? 0 : 1);
+        }
+        QVERIFY(drawn > 100);
+        forms.insert(outcome, form);
+    }
+    QVERIFY(forms[hostimpl::EOutcome::eGood] != forms[hostimpl::EOutcome::eFailed]);
+    hostimpl::SetOutcome(hostimpl::EOutcomeOf::eFiles, hostimpl::EOutcome::eNone);
+    QVERIFY(!sign->isVisible());
 }
 
 void tst_MessageDialog::theBusyIndicatorStopsWhileHidden()

@@ -6,6 +6,7 @@
 #include "hostimpl/PopupHost.h"
 #include "hostimpl/Theme.h"
 #include "support/WidgetTestMain.h"
+#include "widgets/TOutcomeSign.h"
 #include "widgets/TProgressBar.h"
 
 #include <QtTest/QSignalSpy>
@@ -94,6 +95,7 @@ private Q_SLOTS:
     void aPartMayBeTheParentOfItsDialog();
     void theWheelWrapsAround();
     void showsTheProgress();
+    void showsTheOutcomeOfTheProgress();
     void keepsTheProgressBetween0And100();
     void hidesProgressTexts();
     void theOperatorClosesTheProgress();
@@ -298,6 +300,23 @@ void tst_Popups::showsTheProgress()
     QVERIFY(std::abs(filled() - bar.width()) <= 6);
 }
 
+void tst_Popups::showsTheOutcomeOfTheProgress()
+{
+    TProgressDialog dialog(nullptr, QString(), TProgressDialog::ePercentage, true);
+    dialog.SetMessage(QStringLiteral("text"), true);
+    dialog.ShowWindow(false);
+    const auto* const sign = dialog.findChild<TOutcomeSign*>();
+    hostimpl::SetOutcome(hostimpl::EOutcomeOf::eSetUp, hostimpl::EOutcome::eGood);
+    dialog.SetProgress(99);
+    QVERIFY(!sign->isVisible());
+    const QSize before = dialog.size();
+    dialog.SetProgress(100);
+    QVERIFY(sign->isVisible());
+    QCOMPARE(dialog.size(), before);
+    hostimpl::SetOutcome(hostimpl::EOutcomeOf::eSetUp, hostimpl::EOutcome::eNone);
+    QVERIFY(!sign->isVisible());
+}
+
 void tst_Popups::keepsTheProgressBetween0And100()
 {
     TProgressDialog dialog(nullptr, QString(), TProgressDialog::ePercentage, true);
@@ -358,7 +377,7 @@ void tst_Popups::progressWithoutAButtonStaysOpenUnlessItLocksTheScreen()
 void tst_Popups::wrapsProgressTexts()
 {
     TProgressDialog dialog(nullptr, QString(), TProgressDialog::ePercentage, true);
-    dialog.SetBottomMessage(QStringLiteral("many words and more of them ").repeated(8), true);
+    dialog.SetBottomMessage(QStringLiteral("many words and more of them ").repeated(6), true);
     dialog.ShowWindow(false);
     QCoreApplication::processEvents();
     for (const QLabel* const label : dialog.findChildren<QLabel*>()) {
@@ -368,7 +387,7 @@ void tst_Popups::wrapsProgressTexts()
     }
     // A longer text during the display.
     const int before = dialog.height();
-    dialog.SetMessage(QStringLiteral("many words and more of them ").repeated(8), true);
+    dialog.SetMessage(QStringLiteral("many words and more of them ").repeated(6), true);
     QVERIFY(dialog.height() > before);
 }
 

@@ -4,6 +4,7 @@
 #include "hostimpl/Theme.h"
 #include "widgets/TBusyIndicator.h"
 #include "widgets/TMessageText.h"
+#include "widgets/TOutcomeSign.h"
 #include "widgets/TPopupLayer.h"
 #include "widgets/TTransferProgress.h"
 
@@ -85,6 +86,7 @@ private:
     QLabel* m_title = nullptr;
     TMessageText* m_text = nullptr;
     TBusyIndicator* m_busy = nullptr;
+    TOutcomeSign* m_sign = nullptr; // of an operation: in the place of m_busy
     TTransferProgress* m_transfer = nullptr;
 };
 
@@ -108,7 +110,11 @@ void TMessageDialog::TContent::Build()
     row->addWidget(m_text, 1);
     if (type == eOperation) {
         m_busy = new TBusyIndicator(&m_dialog);
+        m_sign = new TOutcomeSign(hostimpl::EOutcomeOf::eFiles, m_busy);
         row->addWidget(m_busy, 0, Qt::AlignTop);
+    } else if (type == eAcknowledge) {
+        m_sign = new TOutcomeSign({}, &m_dialog);
+        row->addWidget(m_sign, 0, Qt::AlignTop);
     }
     column->addLayout(row, 1);
     if (type == eOperation) {
@@ -186,6 +192,7 @@ void TMessageDialog::TContent::UpdateBusy()
         const bool isRunning = !buttons[0]->isEnabled();
         m_transfer->SetRunning(isRunning);
         m_busy->SetRunning(isRunning && m_transfer->IsMoving());
+        m_sign->SetEnded(!isRunning);
     }
 }
 
@@ -200,10 +207,10 @@ void TMessageDialog::TContent::Adapt()
 
 int TMessageDialog::TContent::Height(int width) const
 {
-    const int beside = (m_busy == nullptr ? 0 : m_busy->width() + MARGIN) +
+    const int beside = (m_sign == nullptr ? 0 : m_sign->width() + MARGIN) +
                        (pixmap.isNull() ? 0 : pixmap.width() + MARGIN);
     const int content = std::max({m_text->HeightFor(width - 2 * MARGIN - beside),
-                                  m_busy == nullptr ? 0 : m_busy->height(), pixmap.height()});
+                                  m_sign == nullptr ? 0 : m_sign->height(), pixmap.height()});
     const int transfer = m_transfer == nullptr ? 0 : m_transfer->HeightFor(width - 2 * MARGIN);
     const int gaps = transfer == 0 ? 3 * MARGIN : 3 * MARGIN + MARGIN / 2;
     return m_title->sizeHint().height() + content + transfer + hostimpl::TOUCH_SIZE + gaps;

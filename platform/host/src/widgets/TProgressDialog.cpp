@@ -2,9 +2,11 @@
 
 #include "host/TPushButton.h"
 #include "hostimpl/Theme.h"
+#include "widgets/TOutcomeSign.h"
 #include "widgets/TPopupLayer.h"
 #include "widgets/TProgressBar.h"
 
+#include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QVBoxLayout>
 
@@ -30,6 +32,7 @@ public:
 
     QLabel title;
     QLabel message;
+    TOutcomeSign sign{hostimpl::EOutcomeOf::eSetUp};
     TProgressBar bar;
     QLabel bottomMessage;
     bool isClosable;
@@ -51,8 +54,15 @@ TProgressDialog::TContent::TContent(TProgressDialog& dialog, const QString& dial
     for (QLabel* const label : {&message, &bottomMessage}) {
         label->setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     }
-    column->addWidget(&title);
-    column->addWidget(&message);
+    auto* const row = new QHBoxLayout;
+    row->setSpacing(MARGIN);
+    auto* const texts = new QVBoxLayout;
+    texts->setSpacing(MARGIN / 2);
+    texts->addWidget(&title);
+    texts->addWidget(&message);
+    row->addLayout(texts, 1);
+    row->addWidget(&sign, 0, Qt::AlignTop);
+    column->addLayout(row);
     column->addWidget(&bar);
     column->addWidget(&bottomMessage);
     column->addStretch(1);
@@ -109,6 +119,7 @@ QString TProgressDialog::Title() const
 void TProgressDialog::SetProgress(int percent)
 {
     m_content->bar.SetPercent(percent);
+    m_content->sign.SetEnded(percent >= 100);
 }
 
 int TProgressDialog::Progress() const
@@ -129,6 +140,7 @@ bool TProgressDialog::OnBackPressed()
 QSize TProgressDialog::SizeWithin(const QSize& available) const
 {
     const int width = std::min(WIDTH, available.width());
+    layout()->activate(); // until then the nested layouts have the heights of the former texts
     const int height = std::max(layout()->totalHeightForWidth(width), sizeHint().height());
     return {width, std::min(height, available.height())};
 }
