@@ -52,9 +52,9 @@ TEST_F(LinkBoardTest, KeepsTheTimeOfTheFirstFailureUntilTheNextContact)
     time->Advance(30s);
     const std::int64_t failureS = WallS();
     const Clock::Time failure = time->Now();
-    board.NoteProblem(EProblem::eNoAnswer);
+    board.NoteProblem(EProblem::eNoAnswer, failure);
     time->Advance(60s);
-    board.NoteProblem(EProblem::eNoNetwork);
+    board.NoteProblem(EProblem::eNoNetwork, failure);
     kesdkimpl::LinkStatus status = board.Read();
     EXPECT_EQ(status.problem, EProblem::eNoNetwork) << "the latest";
     ASSERT_TRUE(status.offlineSince && status.lastContact);
@@ -66,6 +66,28 @@ TEST_F(LinkBoardTest, KeepsTheTimeOfTheFirstFailureUntilTheNextContact)
     EXPECT_EQ(status.problem, EProblem::eNone);
     EXPECT_FALSE(status.offlineSince);
     EXPECT_EQ(status.lastContact->wallS, WallS());
+}
+
+TEST_F(LinkBoardTest, IgnoresTheFailureOfARequestThatIsOlderThanAFreshContact)
+{
+    const Clock::Time request = board.Now();
+    time->Advance(1ms);
+    const Clock::Time contact = board.NoteContact();
+    time->Advance(10s);
+    board.NoteProblem(EProblem::eNoAnswer, request);
+    EXPECT_EQ(board.Read().problem, EProblem::eNone);
+    board.NoteProblem(EProblem::eNoAnswer, contact);
+    EXPECT_EQ(board.Read().problem, EProblem::eNoAnswer) << "the contact is the request's own";
+}
+
+TEST_F(LinkBoardTest, TakesTheFailureOfAnOlderRequestWhenTheContactIsNotFresh)
+{
+    const Clock::Time request = board.Now();
+    time->Advance(1ms);
+    board.NoteContact();
+    time->Advance(10'001ms);
+    board.NoteProblem(EProblem::eNoAnswer, request);
+    EXPECT_EQ(board.Read().problem, EProblem::eNoAnswer);
 }
 
 TEST_F(LinkBoardTest, MeasuresTheRateAfterTwoSecondsOverTheLastTen)

@@ -232,8 +232,28 @@ TEST_F(CurlLink, GivesUpAtTheDeadline)
 {
     TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.WaitForEnd(); });
     CurlTransport transport(peer.Url(), Trust());
-    request.limits.total = 100ms;
-    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
+    request.limits.total = 600ms;
+    const HttpOutcome outcome = transport.Perform(request, {});
+    EXPECT_EQ(outcome.failure.code, EErrorCode::eTimeout);
+    EXPECT_FALSE(outcome.tellsNothingAboutLink) << "no byte has moved in the last 200 ms";
+}
+
+TEST_F(CurlLink, TellsThatBytesStillMovedAtTheDeadline)
+{
+    std::promise<void> isOver;
+    std::future<void> over = isOver.get_future();
+    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
+        session.ReadHead();
+        session.Write("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n");
+        while (over.wait_for(5ms) != std::future_status::ready)
+            session.Write("x");
+    });
+    CurlTransport transport(peer.Url(), Trust());
+    request.limits.total = 1500ms;
+    const HttpOutcome outcome = transport.Perform(request, {});
+    EXPECT_EQ(outcome.failure.code, EErrorCode::eTimeout);
+    EXPECT_TRUE(outcome.tellsNothingAboutLink);
+    isOver.set_value();
 }
 
 TEST_F(CurlLink, PollsTheAbortCheckOnTheCallersThread)
@@ -333,7 +353,9 @@ TEST_F(CurlLink, AConnectionEndsWhenTheConsoleSleeps)
     });
     CurlTransport transport(peer.Url(), Trust(), console);
     EXPECT_EQ(transport.Perform(request, {}).response.status, 200);
-    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eDropped);
+    const HttpOutcome slept = transport.Perform(request, {});
+    EXPECT_EQ(slept.failure.code, EErrorCode::eDropped);
+    EXPECT_TRUE(slept.tellsNothingAboutLink);
     EXPECT_EQ(transport.Perform(request, {}).response.status, 200);
     EXPECT_EQ(peer.ConnectionCount(), 2);
     asleepS += 3600; // between two requests

@@ -14,6 +14,8 @@ namespace {
 using std::chrono::duration_cast;
 using std::chrono::milliseconds;
 
+// A contact of this age says more about the link than the failure of an older request.
+constexpr std::chrono::seconds kFreshContact{10};
 constexpr std::chrono::seconds kStillAfter{3};
 constexpr milliseconds kSampleEvery{500};
 constexpr std::chrono::seconds kRateWindow{10};
@@ -52,16 +54,21 @@ void LinkBoard::SetSession(kesdkimpl::ESession session)
     m_status.session = session;
 }
 
-void LinkBoard::NoteContact()
+Clock::Time LinkBoard::NoteContact()
 {
     const std::lock_guard lock(m_mutex);
-    TakeContact();
+    m_status.problem = kesdkimpl::EProblem::eNone;
+    m_status.offlineSince.reset();
+    m_status.lastContact = MomentNow();
+    return m_status.lastContact->steady;
 }
 
-void LinkBoard::NoteProblem(kesdkimpl::EProblem problem)
+void LinkBoard::NoteProblem(kesdkimpl::EProblem problem, Clock::Time lastSign)
 {
     const std::lock_guard lock(m_mutex);
-    TakeProblem(problem);
+    const std::optional<kesdkimpl::Moment>& contact = m_status.lastContact;
+    if (!contact || contact->steady <= lastSign || Now() - contact->steady > kFreshContact)
+        TakeProblem(problem);
 }
 
 void LinkBoard::NoteStreamEnd()
@@ -148,9 +155,9 @@ void LinkBoard::Publish(const std::shared_ptr<LinkBoard>& board)
     Published() = board;
 }
 
-kesdkimpl::Moment LinkBoard::Now() const
+kesdkimpl::Moment LinkBoard::MomentNow() const
 {
-    const Clock::Time now = m_clock->Now();
+    const Clock::Time now = Now();
     return {WallS(now), now};
 }
 
@@ -164,14 +171,7 @@ void LinkBoard::TakeProblem(kesdkimpl::EProblem problem)
 {
     m_status.problem = problem;
     if (!m_status.offlineSince)
-        m_status.offlineSince = Now();
-}
-
-void LinkBoard::TakeContact()
-{
-    m_status.problem = kesdkimpl::EProblem::eNone;
-    m_status.offlineSince.reset();
-    m_status.lastContact = Now();
+        m_status.offlineSince = MomentNow();
 }
 
 void LinkBoard::Move(std::int64_t doneBytes)

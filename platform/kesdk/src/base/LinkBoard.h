@@ -27,9 +27,12 @@ public:
     LinkBoard(); // on the real clocks
 
     void SetSession(kesdkimpl::ESession session);
-    // The service has sent or taken bytes.
-    void NoteContact();
-    void NoteProblem(kesdkimpl::EProblem problem);
+    Clock::Time Now() const { return m_clock->Now(); }
+    // The service has sent or taken bytes. Returns the time of the contact.
+    Clock::Time NoteContact();
+    // A request has failed. `lastSign` is the start of the request, or its last own contact. The
+    // failure is ignored if another request has had a contact since then and in the last 10 s.
+    void NoteProblem(kesdkimpl::EProblem problem, Clock::Time lastSign);
     // The event stream has ended. A problem that is known already stays.
     void NoteStreamEnd();
 
@@ -69,10 +72,9 @@ private:
     };
 
     // All of them: the caller holds the mutex.
-    kesdkimpl::Moment Now() const;
+    kesdkimpl::Moment MomentNow() const;
     std::int64_t WallS(Clock::Time time) const;
     void TakeProblem(kesdkimpl::EProblem problem);
-    void TakeContact();
     void Move(std::int64_t doneBytes);
     kesdkimpl::TransferStatus Describe(const Transfer& transfer) const;
 

@@ -50,34 +50,65 @@ bool IsOfAProxy(const HttpResponse& response)
     return isGateway || (response.status == 503 && ParseProblem(response.body).name.empty());
 }
 
+// Notes the contacts of one request and its failure.
+class RequestNotes
+{
+public:
+    explicit RequestNotes(LinkBoard& board) : m_board(board), m_lastSign(board.Now()) {}
+
+    void Contact() { m_lastSign = m_board.NoteContact(); }
+    void Sent(std::int64_t bytes)
+    {
+        Contact();
+        m_board.NoteSent(bytes);
+    }
+    void Outcome(const HttpOutcome& outcome)
+    {
+        if (outcome.tellsNothingAboutLink)
+            return;
+        const EProblem problem = ProblemOf(FailureOf(outcome));
+        const bool isAnswered = !outcome.failure.IsSet();
+        if (problem != EProblem::eNone)
+            m_board.NoteProblem(problem, m_lastSign);
+        else if (isAnswered && IsOfAProxy(outcome.response))
+            m_board.NoteProblem(EProblem::eNoAnswer, m_lastSign);
+        else if (isAnswered)
+            Contact();
+    }
+
+private:
+    LinkBoard& m_board;
+    Clock::Time m_lastSign; // the start of the request, or its last contact
+};
+
 class WatchedSink : public BodySink
 {
 public:
-    WatchedSink(BodySink& sink, LinkBoard& board) : m_sink(sink), m_board(board) {}
+    WatchedSink(BodySink& sink, RequestNotes& notes) : m_sink(sink), m_notes(notes) {}
 
     bool Accept(const HttpResponse& head) override
     {
         const bool isAccepted = m_sink.Accept(head);
         if (isAccepted)
-            m_board.NoteContact();
+            m_notes.Contact();
         return isAccepted;
     }
     bool Write(const char* bytes, std::size_t sizeBytes) override
     {
-        m_board.NoteContact();
+        m_notes.Contact();
         return m_sink.Write(bytes, sizeBytes);
     }
     bool IsForMuch() const override { return m_sink.IsForMuch(); }
 
 private:
     BodySink& m_sink;
-    LinkBoard& m_board;
+    RequestNotes& m_notes;
 };
 
 class WatchedSource : public BodySource
 {
 public:
-    WatchedSource(BodySource& source, LinkBoard& board) : m_source(source), m_board(board) {}
+    WatchedSource(BodySource& source, RequestNotes& notes) : m_source(source), m_notes(notes) {}
 
     std::int64_t LengthBytes() const override { return m_source.LengthBytes(); }
     std::ptrdiff_t Read(char* buffer, std::size_t sizeBytes) override
@@ -89,13 +120,12 @@ public:
         if (bytes <= m_sentBytes)
             return;
         m_sentBytes = bytes;
-        m_board.NoteContact();
-        m_board.NoteSent(bytes);
+        m_notes.Sent(bytes);
     }
 
 private:
     BodySource& m_source;
-    LinkBoard& m_board;
+    RequestNotes& m_notes;
     std::int64_t m_sentBytes = 0;
 };
 
@@ -103,28 +133,17 @@ private:
 
 HttpOutcome WatchedTransport::Perform(const HttpRequest& request, const AbortCheck& abort)
 {
+    RequestNotes notes(m_board);
     HttpRequest watched = request;
     std::optional<WatchedSink> sink;
     std::optional<WatchedSource> source;
     if (request.sink)
-        watched.sink = &sink.emplace(*request.sink, m_board);
+        watched.sink = &sink.emplace(*request.sink, notes);
     if (request.source)
-        watched.source = &source.emplace(*request.source, m_board);
+        watched.source = &source.emplace(*request.source, notes);
     HttpOutcome outcome = m_transport.Perform(watched, abort);
-    NoteOutcome(outcome);
+    notes.Outcome(outcome);
     return outcome;
-}
-
-void WatchedTransport::NoteOutcome(const HttpOutcome& outcome)
-{
-    const EProblem problem = ProblemOf(FailureOf(outcome));
-    const bool isAnswered = !outcome.failure.IsSet();
-    if (problem != EProblem::eNone)
-        m_board.NoteProblem(problem);
-    else if (isAnswered && IsOfAProxy(outcome.response))
-        m_board.NoteProblem(EProblem::eNoAnswer);
-    else if (isAnswered)
-        m_board.NoteContact();
 }
 
 } // namespace kesdk::impl

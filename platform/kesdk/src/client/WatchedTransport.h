@@ -20,8 +20,6 @@ public:
     void Wake() override { m_transport.Wake(); }
 
 private:
-    void NoteOutcome(const HttpOutcome& outcome);
-
     HttpTransport& m_transport;
     LinkBoard& m_board;
 };

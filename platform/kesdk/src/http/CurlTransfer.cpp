@@ -124,8 +124,10 @@ std::int64_t CurlTransfer::MovedBytes()
 // A connection that the other end has forgotten looks like a silent one.
 Failure CurlTransfer::CheckConsole(Time now)
 {
-    if (m_console.asleep() - m_asleepAtBegin >= kLongSleep)
+    if (m_console.asleep() - m_asleepAtBegin >= kLongSleep) {
+        m_outcome.tellsNothingAboutLink = true;
         return Failure(EErrorCode::eDropped, "the console has slept");
+    }
     if (now - m_addressSeen < m_console.askAddressEvery)
         return {};
     m_addressSeen = now;
@@ -135,31 +137,40 @@ Failure CurlTransfer::CheckConsole(Time now)
     return {};
 }
 
-Failure CurlTransfer::CheckLimits()
+// Begins another stall window if enough bytes have moved in this one.
+void CurlTransfer::NoteMoves(Time now, bool isConnecting)
 {
-    const HttpLimits& limits = m_request.limits;
-    const Time now = std::chrono::steady_clock::now();
-    if (limits.total.count() > 0 && now - m_begin >= limits.total)
-        return Failure(EErrorCode::eTimeout, "no whole answer in time");
-    const bool isConnecting = IsConnecting();
-    const bool hasBegun = m_outcome.response.status >= 200;
-    NoteArrivals(now);
-    if (limits.head.count() > 0 && !isConnecting && !hasBegun &&
-        now - std::max(m_sent, m_lastArrival) >= limits.head)
-        return Failure(EErrorCode::eTimeout, "no answer in time");
     const std::int64_t moved = MovedBytes();
-    const std::int64_t least = isConnecting ? 1 : limits.stallBytes;
+    const std::int64_t least = isConnecting ? 1 : m_request.limits.stallBytes;
     const bool isOther = isConnecting != std::exchange(m_wasConnecting, isConnecting);
     if (isOther || moved < m_windowBeginBytes || moved - m_windowBeginBytes >= least) {
         m_windowBegin = now;
         m_windowBeginBytes = moved;
-    } else if (isConnecting &&
-               now - m_windowBegin >= (moved > 0 ? limits.handshake : limits.connect)) {
+    }
+}
+
+Failure CurlTransfer::CheckLimits()
+{
+    const HttpLimits& limits = m_request.limits;
+    const Time now = std::chrono::steady_clock::now();
+    const bool isConnecting = IsConnecting();
+    const bool hasBegun = m_outcome.response.status >= 200;
+    NoteArrivals(now);
+    NoteMoves(now, isConnecting);
+    const auto still = now - m_windowBegin;
+    if (limits.total.count() > 0 && now - m_begin >= limits.total) {
+        m_outcome.tellsNothingAboutLink = still < limits.total / 3;
+        return Failure(EErrorCode::eTimeout, "no whole answer in time");
+    }
+    if (limits.head.count() > 0 && !isConnecting && !hasBegun &&
+        now - std::max(m_sent, m_lastArrival) >= limits.head)
+        return Failure(EErrorCode::eTimeout, "no answer in time");
+    const auto connectLimit = m_windowBeginBytes > 0 ? limits.handshake : limits.connect;
+    if (isConnecting && still >= connectLimit)
         return AfterConnectionDied(Failure(EErrorCode::eConnectTimeout, "no connection in time"),
                                    CURLE_OPERATION_TIMEDOUT);
-    } else if (!isConnecting && now - m_windowBegin >= limits.stallWindow) {
+    if (!isConnecting && still >= limits.stallWindow)
         return Failure(EErrorCode::eTimeout, "the transfer stalled");
-    }
     return CheckConsole(now);
 }
 

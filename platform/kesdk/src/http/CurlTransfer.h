@@ -42,6 +42,7 @@ private:
     std::int64_t SentBytes() const;
     std::int64_t MovedBytes();
     void NoteArrivals(Time now);
+    void NoteMoves(Time now, bool isConnecting);
     Failure CheckConsole(Time now);
     std::size_t TakeHeaderLine(std::string_view line);
     std::size_t TakeBody(const char* bytes, std::size_t sizeBytes);
