@@ -62,6 +62,31 @@ TEST_F(LinkStatusTest, IsOfflineAtOnceWhenTheStreamBreaksAndOnlineWithTheFirstAn
     EXPECT_EQ(board->Read().problem, EProblem::eNone);
 }
 
+TEST_F(LinkStatusTest, ShowsNoProblemWhenTheServiceEndsTheStreamInOrder)
+{
+    LetSleepsBlock();
+    LogIn();
+    service.CloseStreams();
+    ASSERT_TRUE(listener.WaitForState(api::eReconnecting));
+    EXPECT_EQ(board->Read().problem, EProblem::eNone);
+    EXPECT_FALSE(board->Read().offlineSince);
+}
+
+TEST_F(LinkStatusTest, ShowsAProblemWhileTheServiceRefusesToOpenTheStream)
+{
+    LogIn();
+    LookAt("GET /v1/events");
+    service.FailNext(Answer("GET /v1/events", Problem(500, "internal")));
+    service.CloseStreams();
+    ASSERT_TRUE(listener.WaitForStates(4)); // twice on the way, twice there
+    ASSERT_EQ(seen.size(), 2u);
+    EXPECT_EQ(seen[0].problem, EProblem::eNone) << "the stream ended in order";
+    EXPECT_EQ(seen[1].problem, EProblem::eNoAnswer) << "the service refused to open it";
+    const std::int64_t file = service.AddFile(inbox, "a.zip", "x");
+    ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
+    EXPECT_EQ(board->Read().problem, EProblem::eNone);
+}
+
 TEST_F(LinkStatusTest, IsOnlineWithTheFirstBytesOfAnAnswer)
 {
     LogIn();

@@ -62,10 +62,10 @@ public:
 
     void EndSessions(const std::string& reason);
     void RevokeTokens(); // without telling the streams
-    void CloseStreams();
+    void CloseStreams(); // in order
     void ForgetEvents(); // a cursor from before is too old
     void SendOnStreams(const std::string& raw);
-    void SetOnline(bool isOnline);
+    void SetOnline(bool isOnline); // false drops the streams
 
     void FailNext(Fault fault);
     // Called with each request's line, on the thread that sends it. Set it before the first

@@ -116,6 +116,8 @@ FakeService::Outcome FakeService::Stream(const Request& request, const SentReque
         outcome.failure = impl::Failure(impl::EErrorCode::eAborted);
     else if (!isOpen)
         outcome.failure = impl::Failure(impl::EErrorCode::eCannotWrite, "sink");
+    else if (!m_isOnline)
+        outcome.failure = impl::Failure(impl::EErrorCode::eDropped, "offline");
     --m_streams;
     m_changed.notify_all();
     return outcome;

@@ -71,7 +71,7 @@ void LinkBoard::NoteProblem(kesdkimpl::EProblem problem, Clock::Time lastSign)
         TakeProblem(problem);
 }
 
-void LinkBoard::NoteStreamEnd()
+void LinkBoard::NoteRefusedStream()
 {
     const std::lock_guard lock(m_mutex);
     if (m_status.problem == kesdkimpl::EProblem::eNone)

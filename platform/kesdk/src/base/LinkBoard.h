@@ -33,8 +33,8 @@ public:
     // A request has failed. `lastSign` is the start of the request, or its last own contact. The
     // failure is ignored if another request has had a contact since then and in the last 10 s.
     void NoteProblem(kesdkimpl::EProblem problem, Clock::Time lastSign);
-    // The event stream has ended. A problem that is known already stays.
-    void NoteStreamEnd();
+    // The service has refused to open the event stream. A problem that is known already stays.
+    void NoteRefusedStream();
 
     void BeginTransfer(kesdkimpl::EDirection direction, const std::string& nameUtf8,
                        std::int64_t totalBytes);

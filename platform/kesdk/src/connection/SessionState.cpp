@@ -35,13 +35,16 @@ void SessionState::Failed(std::int32_t id)
         Change(EPhase::eNone, api::eLoginFailed, ESession::eLoginFailed);
 }
 
-void SessionState::LinkLost(std::int32_t id)
+void SessionState::LinkLost(std::int32_t id, const Failure& failure)
 {
     const std::lock_guard lock(m_mutex);
-    if (id != m_id || m_phase != EPhase::eLive)
+    if (id != m_id || !IsStanding())
         return;
-    m_board.NoteStreamEnd();
-    Change(EPhase::eLinkLost, api::eReconnecting, ESession::eLoggedIn);
+    // The answer was a contact. A failure of the link itself is on the board already.
+    if (failure.httpStatus != 0)
+        m_board.NoteRefusedStream();
+    if (m_phase == EPhase::eLive)
+        Change(EPhase::eLinkLost, api::eReconnecting, ESession::eLoggedIn);
 }
 
 void SessionState::LinkRestored(std::int32_t id)

@@ -1,6 +1,7 @@
 // The state of the session. All changes of it happen here.
 #pragma once
 
+#include "base/Failure.h"
 #include "base/LinkBoard.h"
 #include "connection/NotificationDispatcher.h"
 
@@ -45,7 +46,9 @@ public:
     // False if that login was cancelled.
     bool Established(std::int32_t id, const std::string& token);
     void Failed(std::int32_t id);
-    void LinkLost(std::int32_t id);
+    // The event stream has ended, or could not be opened. No failure: the service ended it in
+    // order.
+    void LinkLost(std::int32_t id, const Failure& failure);
     void LinkRestored(std::int32_t id);
     // The service ended the session.
     void Lost(std::int32_t id);

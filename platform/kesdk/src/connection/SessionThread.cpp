@@ -183,7 +183,7 @@ Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome
     }
     m_isNudged = false; // before listeners can see that the link is lost
     if (!isTooOld || failure.IsSet())
-        m_parts.state.LinkLost(progress.id);
+        m_parts.state.LinkLost(progress.id, failure);
     const CallPolicy policy = PolicyOf(ECall::eEvents);
     const bool isTheLast = progress.attempts >= policy.attempts || !HasTimeFor(progress, failure);
     if (!progress.isEstablished && isTheLast)
