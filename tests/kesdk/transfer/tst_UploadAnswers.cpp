@@ -273,6 +273,25 @@ TEST_F(UploadsTest, SendsNoByteToALocationThatOnlyOneAnswerNames)
     EXPECT_EQ(service.Count("PATCH /v1/uploads/earlier"), 0);
 }
 
+TEST_F(UploadsTest, EndsAfterThreeChangesOfTheLocationAndKeepsTheKey)
+{
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    for (const char* upload : {"a", "b", "c", "d"}) {
+        const std::string location = std::string("/kelvo-api/v1/uploads/") + upload;
+        const HttpResponse offset =
+            test::Reply(201, {}, {{"Location", location}, {"Upload-Offset", "10"}});
+        service.FailNext(Answer("POST /v1/uploads", offset));
+        service.FailNext(Answer("POST /v1/uploads", offset));
+    }
+    for (int i = 0; i < 3; ++i)
+        service.FailNext(Answer("PATCH", test::Problem(404, "not-found")));
+    const auto sent = Send();
+    EXPECT_EQ(sent.failure.code, EErrorCode::eServiceError) << sent.failure.detail;
+    EXPECT_EQ(service.Count("PATCH"), 3);
+    ExpectStored(Send(), kContent);
+    EXPECT_EQ(LastContent(), kContent.substr(20)) << "resumed under the same key";
+}
+
 TEST_F(UploadsTest, ReportsThatTheServiceIsBusyWithTheFileAfterSixConflicts)
 {
     for (int i = 0; i < 50; ++i)

@@ -13,6 +13,9 @@ namespace kesdk::impl {
 
 namespace {
 
+// A sound service lets an upload expire once in a week at most.
+constexpr int kMostRestarts = 3;
+
 // Whether the answer's records are of files with this name, size and targets.
 bool HasRecordsOf(const NewUpload& upload, const UploadRecord& answer)
 {
@@ -100,6 +103,8 @@ Failure Uploads::Open(Job& job, const std::string& localPath)
 
 Uploads::Attempt Uploads::Step(Job& job)
 {
+    if (job.restarts >= kMostRestarts)
+        return {true, Failure(EErrorCode::eServiceError, "the upload begins again and again")};
     const Result<UploadRecord> answer = Request(job);
     if (job.state.file.ReadFailure().IsSet())
         return {true, job.state.file.ReadFailure()};
@@ -194,6 +199,7 @@ Uploads::Attempt Uploads::AfterWrongResult(Job& job, const UploadRecord& answer,
     // An earlier call sent an earlier content of the file, all of it or its beginning.
     if (isPendingDeletion || job.isResumed) {
         job.transfer.CountUselessAnswer();
+        ++job.restarts;
         const Failure failure = UseNewKey(job);
         return {failure.IsSet(), failure};
     }
@@ -241,7 +247,8 @@ bool Uploads::IsOwn(Job& job, const std::string& location)
         return true;
     if (!isRepeated)
         return false;
-    job.location = location;
+    if (!std::exchange(job.location, location).empty())
+        ++job.restarts;
     job.transfer.StartOver();
     m_keys[location] = job.state.upload.idempotencyKey;
     return true;

@@ -40,6 +40,8 @@ namespace kesdk::impl {
 //               an earlier call sent another content              begin, with a new key
 //   any       another failure                                     end
 //
+// After three changes of the location or the key the upload ends, and the journal stays.
+//
 // A broken middlebox may repeat the answer to another upload. So a location is this upload's only
 // if two answers to its key name it, and no other key of this process has it. Bytes are sent only
 // there. A copy is deleted only if its location is the upload's and the file has changed.
@@ -88,6 +90,7 @@ private:
         std::string lastLocation{}; // that an answer named
         bool isResumed = false;     // the journal had the key before this call
         bool hasSent = false; // content of this call may have reached the service under this key
+        int restarts = 0;     // how often another upload on the service took the place of this one
     };
 
     Failure Open(Job& job, const std::string& localPath);
