@@ -1,6 +1,7 @@
 // Pending deletions of wrong copies on the service. No upload takes such a copy for its result.
 #include "base/DigestText.h"
 #include "support/UploadFixture.h"
+#include "transfer/JournalFile.h"
 
 #include <algorithm>
 
@@ -198,6 +199,34 @@ TEST_F(PendingDeletionsTest, EndsTheDeletionWhenTheCopyHasChangedOrIsGone)
     NewPendingDeletions().Run(api, timing, call);
     EXPECT_EQ(service.Count("DELETE /v1/resources/"), 2);
     EXPECT_EQ(service.FileIds(inbox), Ids{other});
+    EXPECT_EQ(Journals(".discard"), 0u);
+}
+
+// The settings may name another service, whose files have the same ids.
+TEST_F(PendingDeletionsTest, AsksOnlyTheServiceThatHasTheCopy)
+{
+    const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
+    NewPendingDeletions().Add(call, {file}, EtagOf("a copy"));
+    ApiCall other = call;
+    other.serviceAndUser = "https://other.test\n7";
+    NewPendingDeletions().Run(api, timing, other);
+    EXPECT_EQ(service.Count("DELETE"), 0);
+    EXPECT_FALSE(NewPendingDeletions().Contains(other, {file}));
+    EXPECT_TRUE(NewPendingDeletions().Contains(call, {file}));
+    NewPendingDeletions().Run(api, timing, call);
+    EXPECT_TRUE(service.FileIds(inbox).empty());
+    EXPECT_EQ(Journals(".discard"), 0u);
+}
+
+TEST_F(PendingDeletionsTest, AsksAnyServiceAboutACopyInAJournalWithoutAnAddress)
+{
+    const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
+    const std::string text = R"({"account":"7","etag":"\")" + EtagOf("a copy").substr(1, 64) +
+                             R"(\"","file":)" + std::to_string(file) + "}";
+    ASSERT_TRUE(WriteJournal(state.Path("own/old.discard"), text));
+    EXPECT_TRUE(NewPendingDeletions().Contains(call, {file}));
+    NewPendingDeletions().Run(api, timing, call);
+    EXPECT_TRUE(service.FileIds(inbox).empty());
     EXPECT_EQ(Journals(".discard"), 0u);
 }
 

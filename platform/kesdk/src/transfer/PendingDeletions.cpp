@@ -23,9 +23,9 @@ constexpr const char* kSuffix = ".discard";
 constexpr std::chrono::seconds kLimitWhenEnding{2};
 constexpr std::int64_t kLongestPendingS = 30 * kDayS; // as long as the bin keeps a file
 
-std::string JournalPath(const std::string& folder, const std::string& userId, std::int64_t fileId)
+std::string JournalPath(const std::string& folder, const std::string& account, std::int64_t fileId)
 {
-    return folder + '/' + HexDigestOf(userId + '\n' + std::to_string(fileId)) + kSuffix;
+    return folder + '/' + HexDigestOf(account + '\n' + std::to_string(fileId)) + kSuffix;
 }
 
 // Whether the service has answered what becomes of the file. After 412 the file has another
@@ -42,12 +42,12 @@ void PendingDeletions::Add(const ApiCall& call, const std::vector<std::int64_t>&
                            const std::string& etag)
 {
     ReadOnce();
-    const std::string userId = UserIdOf(call.serviceAndUser);
+    const std::string& account = call.serviceAndUser;
     for (const std::int64_t id : fileIds) {
-        Copy copy{userId, id, etag, {}};
-        if (!m_folder.empty() && !userId.empty()) {
-            const json document = {{"account", userId}, {"file", id}, {"etag", etag}};
-            const std::string path = JournalPath(m_folder, userId, id);
+        Copy copy{account, id, etag, {}};
+        if (!m_folder.empty() && !account.empty()) {
+            const json document = {{"account", account}, {"file", id}, {"etag", etag}};
+            const std::string path = JournalPath(m_folder, account, id);
             if (WriteJournal(path, document.dump(-1, ' ', false, json::error_handler_t::replace)))
                 copy.journal = path;
         }
@@ -58,9 +58,8 @@ void PendingDeletions::Add(const ApiCall& call, const std::vector<std::int64_t>&
 bool PendingDeletions::Contains(const ApiCall& call, const std::vector<std::int64_t>& fileIds)
 {
     ReadOnce();
-    const std::string userId = UserIdOf(call.serviceAndUser);
     return std::any_of(m_copies.begin(), m_copies.end(), [&](const Copy& copy) {
-        return copy.userId == userId &&
+        return IsOf(call, copy) &&
                std::find(fileIds.begin(), fileIds.end(), copy.fileId) != fileIds.end();
     });
 }
@@ -80,12 +79,11 @@ void PendingDeletions::Run(ApiClient& api, Timing& timing, const ApiCall& call)
         }
         return now >= end;
     };
-    const std::string userId = UserIdOf(call.serviceAndUser);
     std::vector<Copy> left;
     for (Copy& copy : m_copies) {
-        const bool isOfUser = copy.userId == userId;
-        bool isDone = isOfUser && IsTooOld(copy);
-        if (isOfUser && !isDone && !own.abort()) {
+        const bool isOfCall = IsOf(call, copy);
+        bool isDone = isOfCall && IsTooOld(copy);
+        if (isOfCall && !isDone && !own.abort()) {
             own.policy.total =
                 std::chrono::duration_cast<std::chrono::milliseconds>(end - timing.Now());
             isDone = own.policy.total.count() > 0 &&
@@ -97,6 +95,12 @@ void PendingDeletions::Run(ApiClient& api, Timing& timing, const ApiCall& call)
             left.push_back(std::move(copy));
     }
     m_copies = std::move(left);
+}
+
+// Any service may be the one of a journal without an address.
+bool PendingDeletions::IsOf(const ApiCall& call, const Copy& copy)
+{
+    return copy.account == call.serviceAndUser || copy.account == UserIdOf(call.serviceAndUser);
 }
 
 void PendingDeletions::ReadOnce()
@@ -112,9 +116,7 @@ void PendingDeletions::ReadOnce()
             !document.contains("etag") || !document["account"].is_string() ||
             !document["file"].is_number_integer() || !document["etag"].is_string())
             continue;
-        // An earlier version wrote the service's address before the user's id.
-        m_copies.push_back(
-            {UserIdOf(document["account"]), document["file"], document["etag"], path});
+        m_copies.push_back({document["account"], document["file"], document["etag"], path});
     }
 }
 

@@ -14,9 +14,10 @@ namespace kesdk::impl {
 // Files of uploads whose content is not the console's. Only this object knows that they are wrong.
 // With a folder, each has a journal and is deleted after a restart too.
 //
-// A copy is deleted only while it still has the wrong content: so no other file is deleted if the
-// service's address names another service now. A deletion is tried for 30 days at most: the service
-// keeps a deleted file in its bin for 30 days.
+// Only the service that has the copy is asked, known by its address. A copy is deleted only while
+// it still has the wrong content: so no other file is deleted if the address names another service
+// now. A deletion is tried for 30 days at most: the service keeps a deleted file in its bin for 30
+// days.
 //
 // Thread: the caller's, one at a time. Errors: none; the next Run tries again.
 class PendingDeletions
@@ -39,12 +40,13 @@ public:
 private:
     struct Copy
     {
-        std::string userId;
+        std::string account; // ApiCall::serviceAndUser; in an old journal the user's id alone
         std::int64_t fileId = 0;
         std::string etag;
         std::string journal; // its path; may be empty
     };
 
+    static bool IsOf(const ApiCall& call, const Copy& copy);
     void ReadOnce();
     void Sweep() const;
     bool IsTooOld(const Copy& copy) const;
