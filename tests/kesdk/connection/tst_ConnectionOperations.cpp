@@ -302,13 +302,15 @@ TEST_F(ConnectionOperations, APositionDoesNotWaitForATransfer)
     EXPECT_EQ(service.Count("POST /v1/positions"), 1);
 }
 
-TEST_F(ConnectionOperations, RemovesTheJournalOfASentFileWithTheNextOperation)
+TEST_F(ConnectionOperations, RemovesTheJournalOfASentFileWithTheNextUploadFromItsFolder)
 {
     ASSERT_TRUE(Upload("a.zip", "x"));
     EXPECT_EQ(folder.EntryCount(), 2u) << "the file and its journal";
     std::filesystem::remove(folder.Path("a.zip"));
     EXPECT_EQ(connection->GetProjects().size(), 7u);
-    EXPECT_EQ(folder.EntryCount(), 0u);
+    EXPECT_EQ(folder.EntryCount(), 1u) << "no other call looks at the folder";
+    ASSERT_TRUE(Upload("b.zip", "x"));
+    EXPECT_EQ(folder.EntryCount(), 2u) << "the next file and its journal";
 }
 
 } // namespace kesdk::test

@@ -26,7 +26,13 @@ protected:
         auto sent = SendBy(process, path, {inbox});
         EXPECT_EQ(JournalCount(), 1u) << "the file is still there";
         std::filesystem::remove(path);
+        SendGone(process, path);
         return sent;
+    }
+    // The next upload removes the journals of sent files in its folder.
+    void SendGone(Uploads& process, const std::string& file)
+    {
+        EXPECT_EQ(process.Send(call, file, {inbox}).failure.code, EErrorCode::eFileMissing);
     }
     // Leaves 30 bytes on the service.
     void BeginAndStop()

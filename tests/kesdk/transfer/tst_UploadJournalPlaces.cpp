@@ -38,8 +38,21 @@ TEST_F(UploadJournalTest, RemovesTheJournalOnceTheFileIsGone)
     Uploads process{api, timing, state.Path("own")};
     EXPECT_TRUE(SendBy(process, path, {inbox}));
     std::filesystem::remove(path);
-    process.ForgetRemovedFiles();
+    SendGone(process, path);
     EXPECT_EQ(JournalCount(), 0u);
+}
+
+// A look at a dead medium may block for ever.
+TEST_F(UploadJournalTest, LooksAtNoOtherFolderAndNotAtItsEnd)
+{
+    {
+        Uploads process{api, timing, state.Path("own")};
+        EXPECT_TRUE(SendBy(process, path, {inbox}));
+        std::filesystem::remove(path);
+        SendGone(process, state.Path("other.txt"));
+        EXPECT_EQ(JournalCount(), 1u);
+    }
+    EXPECT_EQ(JournalCount(), 1u);
 }
 
 // The folder on which a memory stick is mounted exists also without the stick.
@@ -71,7 +84,7 @@ TEST_F(UploadJournalTest, KeepsTheJournalOfASentFileWhoseMediumIsAway)
         Uploads process{api, timing, state.Path("own")};
         EXPECT_TRUE(SendBy(process, link + "/report.txt", {inbox}));
         pointTo(other);
-        process.ForgetRemovedFiles();
+        SendGone(process, link + "/other.txt");
         EXPECT_EQ(JournalCount(), 1u) << other;
         pointTo(folder.Path());
     }
@@ -129,7 +142,7 @@ TEST_F(UploadJournalTest, ResumesFromAJournalBesideTheFile)
     EXPECT_TRUE(SendBy(process, path, {inbox}));
     EXPECT_EQ(service.FileIds(inbox).size(), 1u) << "the journal is of an earlier process";
     std::filesystem::remove(path);
-    process.ForgetRemovedFiles();
+    SendGone(process, path);
     EXPECT_EQ(folder.EntryCount(), 0u);
 }
 

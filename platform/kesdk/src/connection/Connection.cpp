@@ -48,7 +48,6 @@ bool Connection::Login(const std::wstring& userName, const std::wstring& passwor
 bool Connection::Logout()
 {
     m_errors.clear();
-    m_uploads.ForgetRemovedFiles();
     const SessionState::Ended ended = m_state.End();
     if (!ended.wasAnything)
         return Refuse(Failure(EErrorCode::eNotLoggedIn), {});
@@ -98,7 +97,6 @@ void Connection::SetAbortCheck(std::function<bool()> shouldAbort)
 std::optional<Connection::Operation> Connection::Begin(ECall kind, std::wstring subject)
 {
     m_errors.clear();
-    m_uploads.ForgetRemovedFiles();
     const SessionKey session = m_state.Current();
     if (session.id == 0) {
         Refuse(Failure(EErrorCode::eNotLoggedIn), {});

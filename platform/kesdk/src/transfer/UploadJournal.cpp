@@ -83,11 +83,6 @@ UploadJournal::UploadJournal(std::string folder, WallClock wallTimeS)
         RemoveJournal(path);
 }
 
-UploadJournal::~UploadJournal()
-{
-    ForgetRemovedFiles();
-}
-
 Result<std::string> UploadJournal::RemoveOtherAndFind(const UploadOrigin& origin)
 {
     SweepBeside(origin.path);
@@ -172,12 +167,12 @@ void UploadJournal::SweepBeside(const std::string& path)
     }
 }
 
-void UploadJournal::ForgetRemovedFiles()
+void UploadJournal::ForgetRemovedFiles(const std::string& folder)
 {
     const std::map<std::string, Finished> all = m_finished;
     for (const auto& [place, finished] : all) {
         const std::string& path = finished.origin.path;
-        if (IsGone(path) && DeviceOf(FolderOf(path)) == finished.device)
+        if (FolderOf(path) == folder && IsGone(path) && DeviceOf(folder) == finished.device)
             Forget(finished.origin);
     }
 }

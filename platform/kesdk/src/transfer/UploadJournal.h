@@ -31,7 +31,8 @@ struct UploadOrigin
 // until the object ends. A journal that is older than a week is removed.
 //
 // The journal of a finished upload stays until the sent file is gone: a console that is killed
-// before it removes the file must not send it again.
+// before it removes the file must not send it again. Each upload looks only at the
+// folder of its own file, and no other call looks: on a dead medium a look may block for ever.
 //
 // Thread: the caller's, one at a time.
 class UploadJournal
@@ -39,7 +40,6 @@ class UploadJournal
 public:
     // Without a folder all journals lie beside the files.
     UploadJournal(std::string folder, WallClock wallTimeS);
-    ~UploadJournal();
     UploadJournal(const UploadJournal&) = delete;
     UploadJournal& operator=(const UploadJournal&) = delete;
 
@@ -53,9 +53,9 @@ public:
     void Renew(const UploadOrigin& origin);
     void Finish(const UploadOrigin& origin);
     void Forget(const UploadOrigin& origin);
-    // Removes the journals of finished uploads whose file was removed. A file whose medium is away
-    // was not removed. Costs a look at each file.
-    void ForgetRemovedFiles();
+    // Removes the journals of finished uploads from the folder whose file was removed. A file whose
+    // medium is away was not removed. Costs a look at each file.
+    void ForgetRemovedFiles(const std::string& folder);
 
 private:
     struct Finished

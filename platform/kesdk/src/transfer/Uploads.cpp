@@ -45,6 +45,7 @@ bool IsRefusal(const Failure& failure)
 Result<Uploads::UploadState> Uploads::Send(const ApiCall& call, const std::string& localPath,
                                            const std::vector<std::int64_t>& targetInboxIds)
 {
+    m_journal.ForgetRemovedFiles(FolderOf(localPath));
     Job job{call, {}, {m_timing, m_givenUp, call.abort, 0, call.report}};
     job.call.policy = PolicyOf(ECall::eContent);
     job.state.upload.targetInboxIds = targetInboxIds;

@@ -74,9 +74,6 @@ public:
     // last one. Gives the new files in the order of the targets. Blocks only if the file changed.
     Result<std::vector<FileRecord>> Confirm(const ApiCall& call, const UploadState& state);
 
-    // The caller removes a sent file after Confirm. Later calls remove the file's journal here.
-    void ForgetRemovedFiles() { m_journal.ForgetRemovedFiles(); }
-
 private:
     using Attempt = ResumableTransfer::Attempt;
     enum class EStep { eBegin, eAsk, eContinue };
