@@ -62,6 +62,23 @@ TEST_F(LinkStatusTest, IsOfflineAtOnceWhenTheStreamBreaksAndOnlineWithTheFirstAn
     EXPECT_EQ(board->Read().problem, EProblem::eNone);
 }
 
+TEST_F(LinkStatusTest, TellsTheTimeOfTheLastFailedLogin)
+{
+    service.SetOnline(false);
+    for (const std::size_t states : {2u, 4u}) {
+        time->Advance(std::chrono::minutes(15));
+        const auto beginS =
+            std::chrono::duration_cast<std::chrono::seconds>(time->TimeOfDay()).count();
+        EXPECT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
+        ASSERT_TRUE(listener.WaitForStates(states));
+        const LinkStatus status = board->Read();
+        EXPECT_EQ(status.session, ESession::eLoginFailed);
+        EXPECT_EQ(status.problem, EProblem::eNoAnswer);
+        ASSERT_TRUE(status.offlineSince);
+        EXPECT_GE(status.offlineSince->wallS, beginS);
+    }
+}
+
 TEST_F(LinkStatusTest, ShowsNoProblemWhenTheServiceEndsTheStreamInOrder)
 {
     LetSleepsBlock();

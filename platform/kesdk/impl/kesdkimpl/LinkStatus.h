@@ -20,7 +20,7 @@ enum class ESession : std::uint8_t {
 
 // Why the last attempt to reach the service failed.
 enum class EProblem : std::uint8_t {
-    eNone, // the service has answered since
+    eNone, // the service has answered since, or a login has begun since
     eNoNetwork,
     eNoAnswer,
     eNetworkWantsLogin,
@@ -61,8 +61,10 @@ struct LinkStatus
 {
     ESession session = ESession::eNoConnection;
     EProblem problem = EProblem::eNone;
-    std::optional<Moment> offlineSince; // the first failure; empty without a problem
-    std::optional<Moment> lastContact;  // bytes or an answer of the service
+    // The first failure since the last contact and since the last login began; empty without a
+    // problem.
+    std::optional<Moment> offlineSince;
+    std::optional<Moment> lastContact; // bytes or an answer of the service
     std::optional<TransferStatus> transfer;
 };
 

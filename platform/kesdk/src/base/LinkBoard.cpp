@@ -52,6 +52,10 @@ void LinkBoard::SetSession(kesdkimpl::ESession session)
 {
     const std::lock_guard lock(m_mutex);
     m_status.session = session;
+    if (session == kesdkimpl::ESession::eConnecting) {
+        m_status.problem = kesdkimpl::EProblem::eNone;
+        m_status.offlineSince.reset();
+    }
 }
 
 Clock::Time LinkBoard::NoteContact()

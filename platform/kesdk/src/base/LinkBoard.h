@@ -26,6 +26,7 @@ public:
     LinkBoard(std::unique_ptr<Clock> clock, WallClock wallClock);
     LinkBoard(); // on the real clocks
 
+    // A login that begins forgets the problem from before.
     void SetSession(kesdkimpl::ESession session);
     Clock::Time Now() const { return m_clock->Now(); }
     // The service has sent or taken bytes. Returns the time of the contact.
