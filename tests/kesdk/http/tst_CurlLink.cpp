@@ -1,13 +1,10 @@
-// Connections that drop, stall or die without a sign, and when the transport gives them up.
+// Connections that drop, die or are replaced.
 #include "http/CurlTransfer.h"
 #include "support/CurlFixture.h"
 
-#include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <future>
 #include <memory>
-#include <mutex>
 #include <utility>
 
 namespace kesdk::impl {
@@ -17,63 +14,6 @@ namespace {
 using namespace std::chrono_literals;
 
 using CurlLink = CurlTransportTest;
-
-// Small enough for the kernel's send and receive buffers together.
-constexpr std::int64_t kHeldBytes = 768 * 1024;
-// The peer's receive buffer, independent of the system's defaults.
-constexpr int kPeerBufferBytes = 64 * 1024;
-
-class Zeros : public BodySource
-{
-public:
-    explicit Zeros(std::int64_t sizeBytes) : m_sizeBytes(sizeBytes) {}
-    std::int64_t LengthBytes() const override { return m_sizeBytes; }
-    std::ptrdiff_t Read(char* buffer, std::size_t sizeBytes) override
-    {
-        const auto given = static_cast<std::size_t>(
-            std::min(m_sizeBytes - m_givenBytes, static_cast<std::int64_t>(sizeBytes)));
-        std::fill_n(buffer, given, '\0');
-        m_givenBytes += static_cast<std::int64_t>(given);
-        return static_cast<std::ptrdiff_t>(given);
-    }
-    bool IsGiven() const { return m_givenBytes == m_sizeBytes; }
-
-private:
-    const std::int64_t m_sizeBytes;
-    std::int64_t m_givenBytes = 0;
-};
-
-// Sends a first request, so that a slow handshake does not fall into a short stall window. Returns
-// the status of the answer.
-int Connect(CurlTransport& transport)
-{
-    return transport.Perform(HttpRequest(), {}).response.status;
-}
-
-// A counting semaphore.
-class Semaphore
-{
-public:
-    void Release()
-    {
-        {
-            const std::lock_guard lock(m_mutex);
-            ++m_count;
-        }
-        m_released.notify_all();
-    }
-    void Acquire()
-    {
-        std::unique_lock lock(m_mutex);
-        m_released.wait(lock, [this] { return m_count > 0; });
-        --m_count;
-    }
-
-private:
-    std::mutex m_mutex; // guards m_count
-    std::condition_variable m_released;
-    int m_count = 0;
-};
 
 } // namespace
 
@@ -91,169 +31,6 @@ TEST_F(CurlLink, ReportsAPageInsteadOfTls)
     CurlTransport transport(peer.Url(), Trust());
     const Failure failure = transport.Perform(request, {}).failure;
     EXPECT_EQ(failure.code, EErrorCode::eCaptivePortal) << failure.detail;
-}
-
-TEST_F(CurlLink, GivesUpWhenNothingMoves)
-{
-    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.WaitForEnd(); });
-    CurlTransport transport(peer.Url(), Trust());
-    request.limits.stallWindow = 100ms;
-    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
-}
-
-// As for an event stream, whose stall window is long.
-TEST_F(CurlLink, GivesUpWhenTheAnswerDoesNotBegin)
-{
-    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
-        session.ReadHead();
-        session.WaitForEnd();
-    });
-    CurlTransport transport(peer.Url(), Trust());
-    request.limits.head = 100ms;
-    request.limits.stallWindow = std::chrono::hours(1);
-    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
-}
-
-TEST_F(CurlLink, GivesUpBelowTheLeastRate)
-{
-    std::promise<void> isOver;
-    std::future<void> over = isOver.get_future();
-    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
-        session.ReadHead();
-        session.Write("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n");
-        while (over.wait_for(5ms) != std::future_status::ready)
-            session.Write("x");
-    });
-    CurlTransport transport(peer.Url(), Trust());
-    request.limits.stallWindow = 100ms;
-    request.limits.stallBytes = 100'000;
-    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
-    isOver.set_value();
-}
-
-// The kernel takes the whole body at once. While the kernel's unsent bytes get fewer, the link
-// works.
-TEST_F(CurlLink, WaitsWhileTheKernelsUnsentBytesGetFewer)
-{
-    constexpr std::size_t kPieceBytes = 128 * 1024;
-    constexpr std::int64_t kBodyBytes = 12 * kPieceBytes;
-    Semaphore semaphore;
-    const auto takeByPieces = [&](TlsPeer::Session& session) {
-        session.ReadHead();
-        session.Write(kHello);
-        session.ReadHead();
-        for (std::int64_t read = 0; read < kBodyBytes; read += kPieceBytes) {
-            semaphore.Acquire();
-            session.Read(kPieceBytes);
-        }
-        session.Write(kHello);
-    };
-    TlsPeer peer(GoodIdentity(), takeByPieces, TLS1_3_VERSION, kPeerBufferBytes);
-    CurlTransport transport(peer.Url(), Trust());
-    ASSERT_EQ(Connect(transport), 200);
-    Zeros zeros(kBodyBytes);
-    request.method = "PATCH";
-    request.source = &zeros;
-    request.limits.stallWindow = 1200ms; // several polls, and half the time of all pieces
-    request.limits.stallBytes = 1;
-    const AbortCheck poll = [&] {
-        if (zeros.IsGiven())
-            semaphore.Release();
-        return false;
-    };
-    const HttpOutcome outcome = transport.Perform(request, poll);
-    EXPECT_EQ(outcome.response.status, 200) << outcome.failure.detail;
-    for (std::int64_t read = 0; read < kBodyBytes; read += kPieceBytes)
-        semaphore.Release(); // ends the peer if the transport gave up early
-}
-
-TEST_F(CurlLink, GivesUpWhenTheKernelsUnsentBytesStay)
-{
-    Semaphore isOver;
-    const auto takeNothing = [&](TlsPeer::Session& session) {
-        session.ReadHead();
-        session.Write(kHello);
-        session.ReadHead();
-        isOver.Acquire();
-    };
-    TlsPeer peer(GoodIdentity(), takeNothing, TLS1_3_VERSION, kPeerBufferBytes);
-    CurlTransport transport(peer.Url(), Trust());
-    const int connected = Connect(transport);
-    Zeros zeros(kHeldBytes);
-    request.method = "PATCH";
-    request.source = &zeros;
-    request.limits.stallWindow = 300ms;
-    EXPECT_EQ(transport.Perform(request, {}).failure.code, EErrorCode::eTimeout);
-    EXPECT_TRUE(zeros.IsGiven()) << "the kernel has taken the whole body";
-    EXPECT_EQ(connected, 200);
-    EXPECT_EQ(peer.ConnectionCount(), 1) << "no handshake in the stall window";
-    isOver.Release();
-}
-
-// libcurl gets a TLS record when it is whole. On a slow link its bytes arrive for minutes.
-TEST_F(CurlLink, WaitsWhileTheBytesOfATlsRecordArrive)
-{
-    constexpr std::size_t kPieceBytes = 64;
-    const std::string body(12 * kPieceBytes, 'x');
-    Semaphore semaphore;
-    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
-        session.ReadHead();
-        session.Write(kHello);
-        session.ReadHead();
-        const std::string record =
-            session.Sealed("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) +
-                           "\r\n\r\n" + body);
-        for (std::size_t at = 0; at < record.size(); at += kPieceBytes) {
-            semaphore.Acquire();
-            session.SendRaw(record.substr(at, kPieceBytes));
-        }
-        session.WaitForEnd();
-    });
-    CurlTransport transport(peer.Url(), Trust());
-    ASSERT_EQ(Connect(transport), 200);
-    request.limits.head = 1200ms; // half the time of all pieces
-    request.limits.stallWindow = 1200ms;
-    // A piece wakes the transport, which polls at once: only the clock spreads the pieces.
-    auto released = std::chrono::steady_clock::now();
-    const AbortCheck poll = [&] {
-        if (std::chrono::steady_clock::now() - released >= 200ms) {
-            released = std::chrono::steady_clock::now();
-            semaphore.Release();
-        }
-        return false;
-    };
-    const HttpOutcome outcome = transport.Perform(request, poll);
-    EXPECT_EQ(outcome.response.body, body) << outcome.failure.detail;
-    for (std::size_t at = 0; at < 2 * body.size(); at += kPieceBytes)
-        semaphore.Release(); // ends the peer if the transport gave up early
-}
-
-TEST_F(CurlLink, GivesUpAtTheDeadline)
-{
-    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.WaitForEnd(); });
-    CurlTransport transport(peer.Url(), Trust());
-    request.limits.total = 600ms;
-    const HttpOutcome outcome = transport.Perform(request, {});
-    EXPECT_EQ(outcome.failure.code, EErrorCode::eTimeout);
-    EXPECT_FALSE(outcome.tellsNothingAboutLink) << "no byte has moved in the last 200 ms";
-}
-
-TEST_F(CurlLink, TellsThatBytesStillMovedAtTheDeadline)
-{
-    std::promise<void> isOver;
-    std::future<void> over = isOver.get_future();
-    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
-        session.ReadHead();
-        session.Write("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n");
-        while (over.wait_for(5ms) != std::future_status::ready)
-            session.Write("x");
-    });
-    CurlTransport transport(peer.Url(), Trust());
-    request.limits.total = 1500ms;
-    const HttpOutcome outcome = transport.Perform(request, {});
-    EXPECT_EQ(outcome.failure.code, EErrorCode::eTimeout);
-    EXPECT_TRUE(outcome.tellsNothingAboutLink);
-    isOver.set_value();
 }
 
 TEST_F(CurlLink, PollsTheAbortCheckOnTheCallersThread)

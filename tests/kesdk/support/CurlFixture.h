@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -25,6 +27,27 @@ inline TlsPeer::Script Always(const std::string& answer)
             session.Write(answer);
     };
 }
+
+// A body of zeros.
+class Zeros : public BodySource
+{
+public:
+    explicit Zeros(std::int64_t sizeBytes) : m_sizeBytes(sizeBytes) {}
+    std::int64_t LengthBytes() const override { return m_sizeBytes; }
+    std::ptrdiff_t Read(char* buffer, std::size_t sizeBytes) override
+    {
+        const auto given = static_cast<std::size_t>(
+            std::min(m_sizeBytes - m_givenBytes, static_cast<std::int64_t>(sizeBytes)));
+        std::fill_n(buffer, given, '\0');
+        m_givenBytes += static_cast<std::int64_t>(given);
+        return static_cast<std::ptrdiff_t>(given);
+    }
+    bool IsGiven() const { return m_givenBytes == m_sizeBytes; }
+
+private:
+    const std::int64_t m_sizeBytes;
+    std::int64_t m_givenBytes = 0;
+};
 
 class CurlTransportTest : public testing::Test
 {
