@@ -1,11 +1,15 @@
 // Limits of time and rate: when the transport gives up a slow or silent connection.
 #include "support/CurlFixture.h"
 
+#include <zlib.h>
+
 #include <chrono>
 #include <condition_variable>
 #include <future>
 #include <mutex>
+#include <random>
 #include <string>
+#include <vector>
 
 namespace kesdk::impl {
 
@@ -50,6 +54,70 @@ private:
     std::mutex m_mutex; // guards m_count
     std::condition_variable m_released;
     int m_count = 0;
+};
+
+std::string Gzip(const std::string& text)
+{
+    constexpr int kGzipFormat = 16;
+    z_stream stream{};
+    deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, MAX_WBITS + kGzipFormat, 8,
+                 Z_DEFAULT_STRATEGY);
+    std::vector<Bytef> in(text.begin(), text.end());
+    std::vector<Bytef> out(deflateBound(&stream, static_cast<uLong>(in.size())));
+    stream.next_in = in.data();
+    stream.avail_in = static_cast<uInt>(in.size());
+    stream.next_out = out.data();
+    stream.avail_out = static_cast<uInt>(out.size());
+    deflate(&stream, Z_FINISH);
+    const std::string packed(out.begin(),
+                             out.begin() + static_cast<std::ptrdiff_t>(stream.total_out));
+    deflateEnd(&stream);
+    return packed;
+}
+
+// An answer that ends with a TLS record whose bytes arrive in pieces.
+class SlowRecord : public CurlTransportTest
+{
+protected:
+    static constexpr std::size_t kPieces = 12;
+
+    // The answer's head and `start` arrive at once, and `rest` in twice the stall window.
+    HttpOutcome Fetch(const std::string& fields, const std::string& start, const std::string& rest)
+    {
+        Semaphore semaphore;
+        TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
+            session.ReadHead();
+            session.Write(kHello);
+            session.ReadHead();
+            const std::string head = "HTTP/1.1 200 OK\r\n" + fields + "\r\n\r\n";
+            if (!start.empty())
+                session.Write(head + start);
+            const std::string record = session.Sealed(start.empty() ? head + rest : rest);
+            const std::size_t pieceBytes = record.size() / kPieces + 1;
+            for (std::size_t at = 0; at < record.size(); at += pieceBytes) {
+                semaphore.Acquire();
+                session.SendRaw(record.substr(at, pieceBytes));
+            }
+            session.WaitForEnd();
+        });
+        CurlTransport transport(peer.Url(), Trust());
+        EXPECT_EQ(Connect(transport), 200);
+        request.limits.head = 1200ms;
+        request.limits.stallWindow = 1200ms;
+        // A piece wakes the transport, which polls at once: only the clock spreads the pieces.
+        auto released = std::chrono::steady_clock::now();
+        const AbortCheck poll = [&] {
+            if (std::chrono::steady_clock::now() - released >= 200ms) {
+                released = std::chrono::steady_clock::now();
+                semaphore.Release();
+            }
+            return false;
+        };
+        HttpOutcome outcome = transport.Perform(request, poll);
+        for (std::size_t i = 0; i < kPieces; ++i)
+            semaphore.Release(); // ends the peer if the transport gave up early
+        return outcome;
+    }
 };
 
 } // namespace
@@ -152,41 +220,31 @@ TEST_F(CurlStall, GivesUpWhenTheKernelsUnsentBytesStay)
 }
 
 // libcurl gets a TLS record when it is whole. On a slow link its bytes arrive for minutes.
-TEST_F(CurlStall, WaitsWhileTheBytesOfATlsRecordArrive)
+TEST_F(SlowRecord, WaitsWhileTheBytesOfATlsRecordArrive)
 {
-    constexpr std::size_t kPieceBytes = 64;
-    const std::string body(12 * kPieceBytes, 'x');
-    Semaphore semaphore;
-    TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
-        session.ReadHead();
-        session.Write(kHello);
-        session.ReadHead();
-        const std::string record =
-            session.Sealed("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) +
-                           "\r\n\r\n" + body);
-        for (std::size_t at = 0; at < record.size(); at += kPieceBytes) {
-            semaphore.Acquire();
-            session.SendRaw(record.substr(at, kPieceBytes));
-        }
-        session.WaitForEnd();
-    });
-    CurlTransport transport(peer.Url(), Trust());
-    ASSERT_EQ(Connect(transport), 200);
-    request.limits.head = 1200ms; // half the time of all pieces
-    request.limits.stallWindow = 1200ms;
-    // A piece wakes the transport, which polls at once: only the clock spreads the pieces.
-    auto released = std::chrono::steady_clock::now();
-    const AbortCheck poll = [&] {
-        if (std::chrono::steady_clock::now() - released >= 200ms) {
-            released = std::chrono::steady_clock::now();
-            semaphore.Release();
-        }
-        return false;
-    };
-    const HttpOutcome outcome = transport.Perform(request, poll);
+    const std::string body(768, 'x');
+    const HttpOutcome outcome = Fetch("Content-Length: " + std::to_string(body.size()), {}, body);
     EXPECT_EQ(outcome.response.body, body) << outcome.failure.detail;
-    for (std::size_t at = 0; at < 2 * body.size(); at += kPieceBytes)
-        semaphore.Release(); // ends the peer if the transport gave up early
+}
+
+// The first half is larger, when it is unpacked, than all bytes that arrive.
+TEST_F(SlowRecord, WaitsWhileTheRestOfACompressedAnswerArrives)
+{
+    std::mt19937 random(1);
+    std::string body;
+    for (int file = 0; file < 400; ++file) {
+        body += R"({"kind":"file","container":17,"created_at":"2026-01-01T00:00:00Z","sha256":")";
+        for (int digit = 0; digit < 64; ++digit)
+            body += "0123456789abcdef"[random() % 16];
+        body += "\"},\n";
+    }
+    const std::string packed = Gzip(body);
+    const std::string length = std::to_string(packed.size());
+    const std::size_t half = packed.size() / 2;
+    request.acceptsGzip = true;
+    const HttpOutcome outcome = Fetch("Content-Encoding: gzip\r\nContent-Length: " + length,
+                                      packed.substr(0, half), packed.substr(half));
+    EXPECT_EQ(outcome.response.body, body) << outcome.failure.detail;
 }
 
 TEST_F(CurlStall, GivesUpAtTheDeadline)

@@ -111,6 +111,17 @@ std::int64_t CurlTransfer::SentBytes() const
     return static_cast<std::int64_t>(sent) - heldBytes;
 }
 
+// The bytes of the answer that libcurl has read, still compressed.
+std::int64_t CurlTransfer::ReadBytes() const
+{
+    long head = 0;
+    curl_off_t body = 0;
+    curl_easy_getinfo(m_easy, CURLINFO_HEADER_SIZE, &head);
+    curl_easy_getinfo(m_easy, CURLINFO_SIZE_DOWNLOAD_T, &body);
+    return static_cast<std::int64_t>(head) + static_cast<std::int64_t>(body);
+}
+
+// The kernel does not tell the arrived bytes everywhere. Both numbers are of bytes on the wire.
 std::int64_t CurlTransfer::MovedBytes()
 {
     if (IsConnecting())
@@ -118,7 +129,7 @@ std::int64_t CurlTransfer::MovedBytes()
     const std::int64_t sent = SentBytes();
     if (m_request.source)
         m_request.source->NoteSent(sent);
-    return sent + std::max(m_receivedBytes, m_arrivedBytes);
+    return sent + std::max(ReadBytes(), m_arrivedBytes);
 }
 
 // A connection that the other end has forgotten looks like a silent one.
@@ -217,7 +228,6 @@ Failure CurlTransfer::AfterConnectionDied(Failure failure, CURLcode code) const
 
 std::size_t CurlTransfer::TakeHeaderLine(std::string_view line)
 {
-    m_receivedBytes += static_cast<std::int64_t>(line.size());
     const std::string_view text = Trim(line);
     HttpResponse& response = m_outcome.response;
     if (text.substr(0, 5) == "HTTP/") {
@@ -238,7 +248,6 @@ std::size_t CurlTransfer::TakeHeaderLine(std::string_view line)
 
 std::size_t CurlTransfer::TakeBody(const char* bytes, std::size_t sizeBytes)
 {
-    m_receivedBytes += static_cast<std::int64_t>(sizeBytes);
     if (m_isBodyForSink) {
         m_sinkFailed = !m_request.sink->Write(bytes, sizeBytes);
         return m_sinkFailed ? 0 : sizeBytes;

@@ -40,6 +40,7 @@ private:
     void SetHeaders();
     void SetBody();
     std::int64_t SentBytes() const;
+    std::int64_t ReadBytes() const;
     std::int64_t MovedBytes();
     void NoteArrivals(Time now);
     void NoteMoves(Time now, bool isConnecting);
@@ -62,7 +63,6 @@ private:
     std::unique_ptr<curl_slist, FreeList> m_headers;
     std::array<char, CURL_ERROR_SIZE> m_errorText{};
     HttpOutcome m_outcome;
-    std::int64_t m_receivedBytes = 0;
     int m_sentCount = 0;     // how often a connection was ready for the request
     int m_openedAtSend = -1; // how many sockets had been opened then
     bool m_hasWholeHead = false;
