@@ -127,7 +127,7 @@ TEST_F(Ids, ALoginFailsWhenTheAccountHasAWrongId)
         EXPECT_EQ(listener.States().back(), api::eLoginFailed) << id;
         const auto errors = connection->GetLastLoginErrors();
         ASSERT_EQ(errors.size(), 1u);
-        EXPECT_EQ(errors.front().code, static_cast<std::int32_t>(EErrorCode::eBadReply));
+        EXPECT_EQ(errors.front().code, static_cast<std::int32_t>(EErrorCode::eBadAnswer));
         EXPECT_FALSE(errors.front().text1.empty());
     }
     LogIn();
@@ -197,7 +197,7 @@ TEST_F(Ids, RefusesAnAnswerAboutAnotherFile)
     service.FailNext(Answer(line, test::Reply(200, another)));
     EXPECT_FALSE(connection->Download(asked, folder.WidePath("b.zip").c_str()));
     EXPECT_EQ(connection->GetLastErrors().front().code,
-              static_cast<std::int32_t>(EErrorCode::eBadReply));
+              static_cast<std::int32_t>(EErrorCode::eBadAnswer));
     service.FailNext(Answer(line, test::Reply(200, another)));
     EXPECT_EQ(connection->GetResourceWithContent(asked).id, 0);
     EXPECT_FALSE(HasAsked("GET " + own + "/content"));
@@ -215,7 +215,7 @@ TEST_F(Ids, RefusesAnAnswerAboutAnotherProject)
         test::Reply(200, R"({"project":{"id":1,"kind":"project","name":"p"},"resources":[]})")));
     EXPECT_TRUE(connection->GetProjectResources(777).empty());
     EXPECT_EQ(connection->GetLastErrors().front().code,
-              static_cast<std::int32_t>(EErrorCode::eBadReply));
+              static_cast<std::int32_t>(EErrorCode::eBadAnswer));
 }
 
 TEST_F(Ids, UploadsOnlyToTheExactTarget)
@@ -255,7 +255,7 @@ TEST_F(Ids, AnUploadFailsWhenItsResultHasAWrongId)
                                         {static_cast<std::uint64_t>(inbox)}))
             << id;
         EXPECT_EQ(connection->GetLastErrors().front().code,
-                  static_cast<std::int32_t>(EErrorCode::eBadReply))
+                  static_cast<std::int32_t>(EErrorCode::eBadAnswer))
             << id;
         EXPECT_EQ(service.Count("DELETE"), deletions) << "no file is deleted";
         EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{file})) << id;

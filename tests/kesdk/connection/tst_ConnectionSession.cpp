@@ -94,7 +94,7 @@ TEST_F(ConnectionSession, FailsWhenTheAnswerIsUnreadable)
     ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
     ASSERT_TRUE(listener.WaitForState(api::eLoginFailed));
     EXPECT_EQ(connection->GetLastLoginErrors().front().code,
-              static_cast<std::int32_t>(impl::EErrorCode::eBadReply));
+              static_cast<std::int32_t>(impl::EErrorCode::eBadAnswer));
 }
 
 TEST_F(ConnectionSession, LogoutEndsTheSessionAndItsStream)

@@ -197,7 +197,7 @@ TEST_F(CurlLink, ReportsAnAnswerThatEndsInsideItsHeadAsDropped)
 }
 
 // The answer is complete up to its bad line: no link cut it.
-TEST_F(CurlLink, ReportsAHeadThatIsNoHttpAsABadReply)
+TEST_F(CurlLink, ReportsAHeadThatIsNoHttpAsABadAnswer)
 {
     const std::string line("X-Name: a\0b\r\n", 14);
     TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
@@ -207,7 +207,7 @@ TEST_F(CurlLink, ReportsAHeadThatIsNoHttpAsABadReply)
     });
     CurlTransport transport(peer.Url(), Trust());
     const Failure failure = transport.Perform(request, {}).failure;
-    EXPECT_EQ(failure.code, EErrorCode::eBadReply) << failure.detail;
+    EXPECT_EQ(failure.code, EErrorCode::eBadAnswer) << failure.detail;
 }
 
 // libcurl opens no socket if it cannot look up the name for another connection.

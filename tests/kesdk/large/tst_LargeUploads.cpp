@@ -134,7 +134,7 @@ TEST_P(LargeUploads, RefuseAnOffsetAfterTheEnd)
         lines.clear();
         answers.assign(7, Offset(static_cast<std::int64_t>(text.size()) + beyond, 201));
         answers.front() = TakesNothing();
-        EXPECT_EQ(Send().failure.code, EErrorCode::eBadReply) << beyond;
+        EXPECT_EQ(Send().failure.code, EErrorCode::eBadAnswer) << beyond;
         EXPECT_EQ(lines.size(), 7u) << beyond << ": all of them ask for the offset";
     }
 }

@@ -130,7 +130,7 @@ TEST_F(PendingDeletionsTest, GivesUpWhenTheServiceOnlyRepeatsAResultThatIsQueued
         service.FailNext(Drop("DELETE"));
     }
     NewPendingDeletions().Add(call, {earlier}, EtagOf(kContent));
-    EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eBadReply);
+    EXPECT_EQ(SendAsNewProcess().failure.code, EErrorCode::eBadAnswer);
     EXPECT_LE(service.Count("POST /v1/uploads"), 6);
 }
 

@@ -153,7 +153,7 @@ TEST_F(ResumableTransferTest, EndsAfterSixAnswersThatBringNothing)
         transfer.CountUselessAnswer();
         return {};
     });
-    EXPECT_EQ(end.code, EErrorCode::eBadReply);
+    EXPECT_EQ(end.code, EErrorCode::eBadAnswer);
     EXPECT_EQ(attempts, 6);
 }
 

@@ -131,7 +131,7 @@ TEST_F(UploadsTest, GivesUpWhenEveryAnswerIsToAnotherUpload)
     for (int i = 0; i < 50; ++i)
         service.FailNext(
             Answer("POST /v1/uploads", AnswerTo("gone.txt", {earlier}, "the only copy", inbox)));
-    EXPECT_EQ(Send().failure.code, EErrorCode::eBadReply);
+    EXPECT_EQ(Send().failure.code, EErrorCode::eBadAnswer);
     EXPECT_EQ(service.Count("POST /v1/uploads"), 6);
     EXPECT_EQ(service.Count("DELETE"), 0);
     EXPECT_EQ(service.FileIds(inbox), Ids{earlier});

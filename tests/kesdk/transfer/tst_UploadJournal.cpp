@@ -122,7 +122,7 @@ TEST_F(UploadJournalTest, ResumesAfterAnyErrorOnTheWay)
     for (const EErrorCode code :
          {EErrorCode::eUnknownAuthority, EErrorCode::eCertificateExpired,
           EErrorCode::eCertificateNotYetValid, EErrorCode::eWrongHostName, EErrorCode::eTls,
-          EErrorCode::eClockWrong, EErrorCode::eBadReply, EErrorCode::eInternal}) {
+          EErrorCode::eClockWrong, EErrorCode::eBadAnswer, EErrorCode::eInternal}) {
         SCOPED_TRACE(static_cast<int>(code));
         service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
         service.FailNext(Drop("PATCH", code));

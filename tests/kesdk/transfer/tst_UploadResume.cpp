@@ -157,7 +157,7 @@ TEST_F(UploadResume, GivesUpWhenLongRequestsStoreNothing)
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 3));
     for (int i = 0; i < 50; ++i)
         service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 0));
-    ExpectFailure(Send(), EErrorCode::eBadReply);
+    ExpectFailure(Send(), EErrorCode::eBadAnswer);
     EXPECT_EQ(service.Count("PATCH"), 6);
 }
 

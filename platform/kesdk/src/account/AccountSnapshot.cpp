@@ -12,7 +12,7 @@ namespace {
 
 using Notification = api::IResourceChangeNotification;
 
-// Far more files than a console removes while one reply is on its way.
+// Far more files than a console removes while one answer is on its way.
 constexpr std::size_t kMostRemembered = 10'000;
 
 ResourceChange Change(Notification::EContainerKind kind, std::int64_t containerId,

@@ -21,7 +21,7 @@ using ResourceChange = api::IResourceChangeNotification::ResourceChange;
 using ResourceChanges = std::vector<ResourceChange>;
 
 // The account as the service last described it. Updates come from the event stream and from the
-// replies to our own requests, in any order. Every patch returns its changes: the second report of
+// answers to our own requests, in any order. Every patch returns its changes: the second report of
 // a change returns none. Events may come twice, late or in another order: each file ends as its
 // newest event describes it.
 //
@@ -37,10 +37,10 @@ public:
 
     // From the event stream.
     ResourceChanges ApplyEvent(const AccountEvent& event);
-    // From the reply to an upload that began at `generation`. A later snapshot may be newer than
-    // the reply: then the event stream brings the rest.
+    // From the answer to an upload that began at `generation`. A later snapshot may be newer than
+    // the answer: then the event stream brings the rest.
     ResourceChanges ApplyOwnUpload(const std::vector<FileRecord>& files, std::uint64_t generation);
-    // From the reply to a delete.
+    // From the answer to a delete.
     ResourceChanges ApplyOwnDelete(std::int64_t fileId);
     ResourceChanges ApplyOwnInbox(const InboxRecord& inbox);
 
@@ -97,7 +97,7 @@ private:
     // Files that our own request found removed, before the stream reported it. An older "added" may
     // still arrive.
     std::unordered_set<std::int64_t> m_goneBeforeEvent;
-    // Files that the stream reported as removed. The reply to their upload may still arrive.
+    // Files that the stream reported as removed. The answer to their upload may still arrive.
     std::unordered_set<std::int64_t> m_removedByEvent;
 };
 

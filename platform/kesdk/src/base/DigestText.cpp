@@ -11,7 +11,7 @@ namespace kesdk::impl {
 
 namespace {
 
-constexpr std::string_view kReprDigestBegin = "sha-256=:";
+constexpr std::string_view kReprDigestStart = "sha-256=:";
 constexpr std::size_t kBase64Bytes = 44; // of a digest
 
 } // namespace
@@ -37,16 +37,16 @@ std::string HexDigestOf(std::string_view text)
 std::string ToReprDigest(const Sha256::Digest& digest)
 {
     const std::string bytes(digest.begin(), digest.end());
-    return std::string(kReprDigestBegin) + EncodeBase64(bytes) + ":";
+    return std::string(kReprDigestStart) + EncodeBase64(bytes) + ":";
 }
 
 std::optional<Sha256::Digest> FromReprDigest(std::string_view value)
 {
-    if (value.size() != kReprDigestBegin.size() + kBase64Bytes + 1)
+    if (value.size() != kReprDigestStart.size() + kBase64Bytes + 1)
         return std::nullopt;
     // The decoder pads with zeros to whole groups.
     std::array<unsigned char, kBase64Bytes / 4 * 3> bytes{};
-    const std::string text(value.substr(kReprDigestBegin.size(), kBase64Bytes));
+    const std::string text(value.substr(kReprDigestStart.size(), kBase64Bytes));
     if (EVP_DecodeBlock(bytes.data(), reinterpret_cast<const unsigned char*>(text.data()),
                         static_cast<int>(text.size())) != static_cast<int>(bytes.size()))
         return std::nullopt;

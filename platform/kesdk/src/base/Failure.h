@@ -33,7 +33,7 @@ enum class EErrorCode : std::int32_t {
     eClockWrong = 22,
     eCaptivePortal = 23,
     // Of the service's answer
-    eBadReply = 30,
+    eBadAnswer = 30,
     eInvalidCredentials = 31,
     eAccountDisabled = 32,
     eLoginThrottled = 33,

@@ -26,7 +26,7 @@ public:
     LinkBoard(std::unique_ptr<Clock> clock, WallClock wallClock);
     LinkBoard(); // on the real clocks
 
-    // A login that begins forgets the problem from before.
+    // A new login forgets the problem from before.
     void SetSession(kesdkimpl::ESession session);
     Clock::Time Now() const { return m_clock->Now(); }
     // The service has sent or taken bytes. Returns the time of the contact.
@@ -64,7 +64,7 @@ private:
     {
         kesdkimpl::TransferStatus status;
         std::int64_t offsetBytes = 0;
-        Clock::Time moved; // the last move, or the begin
+        Clock::Time moved; // the last move, or the start
         Clock::Time deadline;
         Clock::Time deadlineSet; // when the deadline was set
         bool isWaiting = false;

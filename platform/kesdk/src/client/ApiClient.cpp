@@ -26,29 +26,29 @@ HttpRequest JsonRequest(std::string method, std::string target, std::string body
     return request;
 }
 
-Failure BadReply(const HttpResponse& response)
+Failure BadAnswer(const HttpResponse& response)
 {
-    return Failure(EErrorCode::eBadReply, "the reply is not what the API describes",
+    return Failure(EErrorCode::eBadAnswer, "the answer is not what the API describes",
                    response.status);
 }
 
 // The body of a good answer, as `parse` reads it.
 template <class T, class Parse>
-Result<T> ReadReply(const HttpOutcome& outcome, Parse parse)
+Result<T> ReadAnswer(const HttpOutcome& outcome, Parse parse)
 {
     if (const Failure failure = FailureOf(outcome); failure.IsSet())
         return failure;
     if (auto value = parse(outcome.response.body); value && outcome.response.IsSuccess())
         return std::move(*value);
-    return BadReply(outcome.response);
+    return BadAnswer(outcome.response);
 }
 
-Failure ReadEmptyReply(const HttpOutcome& outcome)
+Failure ReadEmptyAnswer(const HttpOutcome& outcome)
 {
     const Failure failure = FailureOf(outcome);
     // The service sends no body here: an answer with a body came from something else.
     const bool isGood = outcome.response.IsSuccess() && outcome.response.body.empty();
-    return failure.IsSet() || isGood ? failure : BadReply(outcome.response);
+    return failure.IsSet() || isGood ? failure : BadAnswer(outcome.response);
 }
 
 std::int64_t IdOf(const ResourceRecord& record)
@@ -60,11 +60,11 @@ std::int64_t IdOf(const ResourceRecord& record)
 
 // Refuses an answer about another resource than the request named.
 template <class T>
-Result<T> OnlyIf(bool isAskedFor, Result<T> reply)
+Result<T> OnlyIf(bool isAskedFor, Result<T> answer)
 {
-    if (!reply || isAskedFor)
-        return reply;
-    return Failure(EErrorCode::eBadReply, "the reply is about something else");
+    if (!answer || isAskedFor)
+        return answer;
+    return Failure(EErrorCode::eBadAnswer, "the answer is about something else");
 }
 
 std::string Resource(std::int64_t id)
@@ -84,37 +84,37 @@ HttpOutcome ApiClient::Perform(const ApiCall& call, HttpRequest request)
 Result<LoginRecord> ApiClient::LogIn(const ApiCall& call, const std::wstring& user,
                                      const std::wstring& password)
 {
-    return ReadReply<LoginRecord>(
+    return ReadAnswer<LoginRecord>(
         Perform(call, JsonRequest("POST", "/sessions", LoginJson(user, password))), &ParseLogin);
 }
 
 Failure ApiClient::LogOut(const ApiCall& call)
 {
-    return ReadEmptyReply(Perform(call, Request("DELETE", "/sessions/current")));
+    return ReadEmptyAnswer(Perform(call, Request("DELETE", "/sessions/current")));
 }
 
 Result<AccountRecord> ApiClient::GetAccount(const ApiCall& call)
 {
     HttpRequest request = Request("GET", "/account");
     request.acceptsGzip = true;
-    return ReadReply<AccountRecord>(Perform(call, std::move(request)), &ParseAccount);
+    return ReadAnswer<AccountRecord>(Perform(call, std::move(request)), &ParseAccount);
 }
 
 Result<ProjectRecord> ApiClient::GetProjectResources(const ApiCall& call, std::int64_t projectId)
 {
     const std::string target = "/projects/" + std::to_string(projectId) + "/resources";
-    auto reply =
-        ReadReply<ProjectRecord>(Perform(call, Request("GET", target)), &ParseProjectResources);
-    const bool isAskedFor = reply.value.id == projectId;
-    return OnlyIf(isAskedFor, std::move(reply));
+    auto answer =
+        ReadAnswer<ProjectRecord>(Perform(call, Request("GET", target)), &ParseProjectResources);
+    const bool isAskedFor = answer.value.id == projectId;
+    return OnlyIf(isAskedFor, std::move(answer));
 }
 
 Result<ResourceRecord> ApiClient::GetResource(const ApiCall& call, std::int64_t resourceId)
 {
-    auto reply = ReadReply<ResourceRecord>(Perform(call, Request("GET", Resource(resourceId))),
-                                           &ParseResource);
-    const bool isAskedFor = reply && IdOf(reply.value) == resourceId;
-    return OnlyIf(isAskedFor, std::move(reply));
+    auto answer = ReadAnswer<ResourceRecord>(Perform(call, Request("GET", Resource(resourceId))),
+                                             &ParseResource);
+    const bool isAskedFor = answer && IdOf(answer.value) == resourceId;
+    return OnlyIf(isAskedFor, std::move(answer));
 }
 
 Result<InboxRecord> ApiClient::CreateUserInbox(const ApiCall& call, const std::wstring& projectName)
@@ -122,7 +122,7 @@ Result<InboxRecord> ApiClient::CreateUserInbox(const ApiCall& call, const std::w
     HttpRequest request =
         Request("POST", "/projects/" + EncodePathSegment(ToUtf8(projectName)) + "/user-inbox");
     request.isRepeatable = true; // answers the same inbox again
-    return ReadReply<InboxRecord>(Perform(call, std::move(request)), &ParseInbox);
+    return ReadAnswer<InboxRecord>(Perform(call, std::move(request)), &ParseInbox);
 }
 
 HttpOutcome ApiClient::ReadEvents(const ApiCall& call, const std::string& cursor, BodySink& sink)
@@ -161,25 +161,26 @@ Failure ApiClient::DeleteFile(const ApiCall& call, std::int64_t fileId, const st
     // The attempt with the lost answer deleted it: ids are never reused.
     if (outcome.mayHaveRunBefore && isGone)
         return {};
-    return ReadEmptyReply(outcome);
+    return ReadEmptyAnswer(outcome);
 }
 
 Failure ApiClient::PutEnvironment(const ApiCall& call, const api::Environment& environment)
 {
-    return ReadEmptyReply(
+    return ReadEmptyAnswer(
         Perform(call, JsonRequest("PUT", "/environment", EnvironmentJson(environment))));
 }
 
 Failure ApiClient::PutDevice(const ApiCall& call, const api::Environment::MeasDeviceReport& report,
                              bool sharing)
 {
-    return ReadEmptyReply(
+    return ReadEmptyAnswer(
         Perform(call, JsonRequest("PUT", "/devices", DeviceJson(report, sharing))));
 }
 
 Failure ApiClient::PostPosition(const ApiCall& call, const api::Position& position)
 {
-    return ReadEmptyReply(Perform(call, JsonRequest("POST", "/positions", PositionJson(position))));
+    return ReadEmptyAnswer(
+        Perform(call, JsonRequest("POST", "/positions", PositionJson(position))));
 }
 
 } // namespace kesdk::impl

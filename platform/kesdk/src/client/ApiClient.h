@@ -48,7 +48,7 @@ struct ContentRequest
 // Each operation sends one request (and its repeats) and blocks until it is answered.
 //
 // Thread safety: one thread at a time; Wake from any.
-// Errors: as Failure. An answer that is not what the API describes is eBadReply.
+// Errors: as Failure. An answer that is not what the API describes is eBadAnswer.
 // Retry: as RetryingClient. Uploads' and downloads' contents are sent and fetched once.
 class ApiClient
 {

@@ -55,9 +55,9 @@ std::string ToTarget(std::string_view location)
     return std::string(kPath) + std::string(id);
 }
 
-Failure BadReply(const HttpResponse& response, const char* what)
+Failure BadAnswer(const HttpResponse& response, const char* what)
 {
-    return Failure(EErrorCode::eBadReply, std::string("the reply to an upload has ") + what,
+    return Failure(EErrorCode::eBadAnswer, std::string("the answer to an upload has ") + what,
                    response.status);
 }
 
@@ -72,7 +72,7 @@ Result<UploadRecord> ReadUpload(const HttpOutcome& outcome)
     const std::string* offset = response.Header("Upload-Offset");
     upload.offsetBytes = offset ? ToInteger(*offset).value_or(-1) : -1;
     if (!response.IsSuccess() || upload.offsetBytes < 0)
-        return BadReply(response, "no offset");
+        return BadAnswer(response, "no offset");
     const std::string* ids = response.Header("Kelvo-File-Ids");
     const std::string* digest = response.Header("Repr-Digest");
     if (!ids || !digest)
@@ -80,7 +80,7 @@ Result<UploadRecord> ReadUpload(const HttpOutcome& outcome)
     upload.isComplete = true;
     upload.fileIds = SplitIds(*ids);
     if (upload.fileIds.empty() || !std::all_of(upload.fileIds.begin(), upload.fileIds.end(), &IsId))
-        return BadReply(response, "unusable file ids");
+        return BadAnswer(response, "unusable file ids");
     upload.reprDigest = *digest;
     // A 204 has no body.
     if (auto files = ParseUploadedFiles(response.body))

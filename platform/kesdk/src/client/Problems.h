@@ -11,7 +11,7 @@ namespace kesdk::impl {
 // with another status is a proxy's error: its status counts.
 Failure FailureOf(const HttpResponse& response);
 
-// The link's failure, or else the failure of the response.
+// The link's failure, or else the failure of the answer.
 Failure FailureOf(const HttpOutcome& outcome);
 
 } // namespace kesdk::impl

@@ -1,4 +1,4 @@
-// The service's replies and events as values.
+// The service's answers and events as values.
 #pragma once
 
 #include <cstdint>

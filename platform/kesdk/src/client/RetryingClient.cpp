@@ -85,9 +85,9 @@ HttpOutcome RetryingClient::Perform(HttpRequest request, const CallPolicy& polic
                                     const AbortCheck& abort,
                                     const std::optional<Clock::Time>& lastStart)
 {
-    const Clock::Time begin = m_timing.Now();
+    const Clock::Time start = m_timing.Now();
     const auto rest = [&] {
-        return policy.total - std::chrono::duration_cast<milliseconds>(m_timing.Now() - begin);
+        return policy.total - std::chrono::duration_cast<milliseconds>(m_timing.Now() - start);
     };
     bool mayHaveRun = false;
     for (int attempt = 1;; ++attempt) {

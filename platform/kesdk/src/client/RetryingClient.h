@@ -13,8 +13,8 @@ namespace kesdk::impl {
 // Whether the same request may succeed later: the link dropped, or the service was busy.
 bool MayPass(const Failure& failure);
 
-// The seconds of a Retry-After field, if the response has one: a number, or a date that is compared
-// with the response's own. At most a day.
+// The seconds of a Retry-After field, if the answer has one: a number, or a date that is compared
+// with the answer's own. At most a day.
 std::optional<std::chrono::seconds> RetryAfter(const HttpResponse& response);
 
 // The one loop of ordinary calls: sends a request again, after growing and jittered pauses, if a

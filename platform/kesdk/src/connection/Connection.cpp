@@ -31,8 +31,8 @@ bool Connection::Login(const std::wstring& userName, const std::wstring& passwor
                        std::uint32_t)
 {
     m_errors.clear();
-    const std::optional<SessionState::Begun> begun = m_state.Begin();
-    if (!begun)
+    const std::optional<SessionState::NewLogin> login = m_state.Begin();
+    if (!login)
         return true;
     {
         // The earlier login has ended, and the new one has not begun.
@@ -41,7 +41,7 @@ bool Connection::Login(const std::wstring& userName, const std::wstring& passwor
     }
     m_reportBackoff.Restore();
     m_positions.Clear();
-    m_session.Start({begun->id, userName, password, begun->replacedToken});
+    m_session.Start({login->id, userName, password, login->replacedToken});
     return true;
 }
 

@@ -65,7 +65,7 @@ constexpr TextRow kTexts[] = {
     {EErrorCode::eCaptivePortal, N_("This network shows a page of its own instead of the service."),
      N_("Log in to the network first, or use another one, then try again.")},
 
-    {EErrorCode::eBadReply, N_("The console did not understand the service's answer."),
+    {EErrorCode::eBadAnswer, N_("The console did not understand the service's answer."),
      N_("Try again later. If it stays so, the console may need an update.")},
     {EErrorCode::eInvalidCredentials, N_("The user name or the password is wrong."),
      N_("Check both and log in again.")},

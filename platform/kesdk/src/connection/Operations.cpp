@@ -225,10 +225,10 @@ bool Connection::ApplyReportBackoff(Operation& operation)
 bool Connection::SendDevice(const Operation& operation,
                             const api::Environment::MeasDeviceReport& report, bool sharing)
 {
-    const Clock::Time begin = m_requestLine.Timing().Now();
+    const Clock::Time start = m_requestLine.Timing().Now();
     const Failure failure = m_requestLine.Api().PutDevice(operation.call, report, sharing);
     if (MayPass(failure))
-        m_reportBackoff.Fail(begin, m_requestLine.Timing().Now());
+        m_reportBackoff.Fail(start, m_requestLine.Timing().Now());
     return End(operation, failure);
 }
 

@@ -17,12 +17,12 @@ namespace kesdk::impl {
 class ReportBackoff
 {
 public:
-    void Fail(Clock::Time begin, Clock::Time end)
+    void Fail(Clock::Time start, Clock::Time end)
     {
         constexpr int kPausePerFailure = 5;
         constexpr Clock::Time::duration kLongestPause = std::chrono::seconds(10);
         m_isShort = true;
-        m_pausesUntil = end + std::min((end - begin) * kPausePerFailure, kLongestPause);
+        m_pausesUntil = end + std::min((end - start) * kPausePerFailure, kLongestPause);
     }
     // The service was reached.
     void Restore() { m_isShort = false; }

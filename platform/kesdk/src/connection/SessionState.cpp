@@ -6,16 +6,16 @@ namespace kesdk::impl {
 
 using kesdkimpl::ESession;
 
-std::optional<SessionState::Begun> SessionState::Begin()
+std::optional<SessionState::NewLogin> SessionState::Begin()
 {
     const std::lock_guard lock(m_mutex);
     if (m_phase == EPhase::eInFlight)
         return std::nullopt;
-    Begun begun;
-    begun.replacedToken = std::exchange(m_token, {});
-    begun.id = ++m_id;
+    NewLogin login;
+    login.replacedToken = std::exchange(m_token, {});
+    login.id = ++m_id;
     Change(EPhase::eInFlight, api::eLoginInProgress, ESession::eConnecting);
-    return begun;
+    return login;
 }
 
 bool SessionState::Established(std::int32_t id, const std::string& token)
@@ -38,7 +38,7 @@ void SessionState::Failed(std::int32_t id)
 void SessionState::LinkLost(std::int32_t id, const Failure& failure)
 {
     const std::lock_guard lock(m_mutex);
-    if (id != m_id || !IsStanding())
+    if (id != m_id || !HasSession())
         return;
     // The answer was a contact. A failure of the link itself is on the board already.
     if (failure.httpStatus != 0)
@@ -57,7 +57,7 @@ void SessionState::LinkRestored(std::int32_t id)
 void SessionState::Lost(std::int32_t id)
 {
     const std::lock_guard lock(m_mutex);
-    if (id != m_id || !IsStanding())
+    if (id != m_id || !HasSession())
         return;
     m_token.clear();
     Change(EPhase::eNone, api::eNotLoggedIn, ESession::eSessionEnded);
@@ -88,7 +88,7 @@ bool SessionState::IsLinkLost() const
 SessionKey SessionState::Current() const
 {
     const std::lock_guard lock(m_mutex);
-    return IsStanding() ? SessionKey{m_id, m_token} : SessionKey();
+    return HasSession() ? SessionKey{m_id, m_token} : SessionKey();
 }
 
 void SessionState::Change(EPhase phase, api::EConnectionState state, ESession session)

@@ -36,13 +36,13 @@ public:
         : m_dispatcher(dispatcher), m_board(board)
     {}
 
-    struct Begun
+    struct NewLogin
     {
         std::int32_t id = 0;
         std::string replacedToken; // of the session before; empty = none
     };
     // Empty if a login is in progress already.
-    std::optional<Begun> Begin();
+    std::optional<NewLogin> Begin();
     // False if that login was cancelled.
     bool Established(std::int32_t id, const std::string& token);
     void Failed(std::int32_t id);
@@ -68,7 +68,7 @@ public:
 private:
     enum class EPhase { eNone, eInFlight, eLive, eLinkLost };
 
-    bool IsStanding() const { return m_phase == EPhase::eLive || m_phase == EPhase::eLinkLost; }
+    bool HasSession() const { return m_phase == EPhase::eLive || m_phase == EPhase::eLinkLost; }
     void Change(EPhase phase, api::EConnectionState state, kesdkimpl::ESession session);
 
     NotificationDispatcher& m_dispatcher;

@@ -90,7 +90,7 @@ void SessionThread::RunLogin(Login login)
     Progress progress;
     progress.id = login.id;
     Failure failure = LogIn(login, progress);
-    progress.begin = m_parts.timing.Now();
+    progress.accepted = m_parts.timing.Now();
     if (!failure.IsSet())
         failure = FetchAccount(progress);
     if (!failure.IsSet())
@@ -115,10 +115,10 @@ Failure SessionThread::LogIn(Login& login, Progress& progress)
 {
     ApiCall call = CallFor(progress);
     call.policy = PolicyOf(ECall::eLogin);
-    Result<LoginRecord> reply = m_parts.api.LogIn(call, login.user, login.password);
+    Result<LoginRecord> answer = m_parts.api.LogIn(call, login.user, login.password);
     Forget(login.password);
-    progress.token = std::move(reply.value.token);
-    return reply.failure;
+    progress.token = std::move(answer.value.token);
+    return answer.failure;
 }
 
 // Listeners of a session learn the differences from the snapshot before.
@@ -127,7 +127,7 @@ Failure SessionThread::FetchAccount(const Progress& progress)
     ApiCall call = CallFor(progress);
     if (!progress.isEstablished) {
         call.policy = PolicyOf(ECall::eFirstAccount);
-        call.lastStart = progress.begin + kLoginLimit;
+        call.lastStart = progress.accepted + kLoginLimit;
     }
     Result<AccountRecord> account = m_parts.api.GetAccount(call);
     if (!account || HasEnded(progress.id))
@@ -142,11 +142,11 @@ Failure SessionThread::FetchAccount(const Progress& progress)
 Failure SessionThread::Follow(Progress& progress)
 {
     for (;;) {
-        const Clock::Time begin = m_parts.timing.Now();
+        const Clock::Time start = m_parts.timing.Now();
         const StreamOutcome outcome = ReadStream(progress);
         if (HasEnded(progress.id) || outcome.end == EStreamEnd::eSessionEnded)
             return outcome.failure;
-        const bool hasLasted = m_parts.timing.Now() - begin >= kLastingStream;
+        const bool hasLasted = m_parts.timing.Now() - start >= kLastingStream;
         progress.attempts = hasLasted ? 1 : progress.attempts + 1;
         if (Failure failure = PrepareNextStream(progress, outcome); failure.IsSet())
             return failure;
@@ -209,7 +209,7 @@ void SessionThread::EndOnService(const std::string& token)
 bool SessionThread::HasTimeFor(const Progress& progress, const Failure& failure) const
 {
     const seconds pause = failure.retryAfter.value_or(seconds(0));
-    return m_parts.timing.Now() + pause < progress.begin + kLoginLimit;
+    return m_parts.timing.Now() + pause < progress.accepted + kLoginLimit;
 }
 
 bool SessionThread::HasEnded(std::int32_t id) const

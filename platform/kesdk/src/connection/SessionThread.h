@@ -60,7 +60,7 @@ private:
     struct Progress
     {
         std::int32_t id = 0;
-        Clock::Time begin; // when the service had accepted the password
+        Clock::Time accepted; // when the service had accepted the password
         std::string token;
         bool isEstablished = false;
         int attempts = 0; // to open the stream, in a row, without a lasting one

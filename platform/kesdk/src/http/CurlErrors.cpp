@@ -78,7 +78,7 @@ bool Holds(std::string_view text, std::string_view part)
 
 Failure TranslateCurlError(CURLcode code, const CurlFacts& facts)
 {
-    EErrorCode meaning = EErrorCode::eBadReply;
+    EErrorCode meaning = EErrorCode::eBadAnswer;
     for (const CurlRow& row : kCurlRows) {
         if (row.curl == code)
             meaning = row.code;

@@ -25,12 +25,12 @@ CurlTransfer::CurlTransfer(CURL* easy, const HttpRequest& request, const Console
       m_request(request),
       m_console(console),
       m_sockets(sockets),
-      m_begin(std::chrono::steady_clock::now()),
-      m_sent(m_begin),
-      m_lastArrival(m_begin),
-      m_windowBegin(m_begin),
-      m_addressSeen(m_begin),
-      m_asleepAtBegin(console.asleep())
+      m_start(std::chrono::steady_clock::now()),
+      m_sent(m_start),
+      m_lastArrival(m_start),
+      m_windowStart(m_start),
+      m_addressSeen(m_start),
+      m_asleepAtStart(console.asleep())
 {
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_errorText.data());
     curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, &CurlTransfer::OnRequest);
@@ -135,7 +135,7 @@ std::int64_t CurlTransfer::MovedBytes()
 // A connection that the other end has forgotten looks like a silent one.
 Failure CurlTransfer::CheckConsole(Time now)
 {
-    if (m_console.asleep() - m_asleepAtBegin >= kLongSleep) {
+    if (m_console.asleep() - m_asleepAtStart >= kLongSleep) {
         m_outcome.tellsNothingAboutLink = true;
         return Failure(EErrorCode::eDropped, "the console has slept");
     }
@@ -154,9 +154,9 @@ void CurlTransfer::NoteMoves(Time now, bool isConnecting)
     const std::int64_t moved = MovedBytes();
     const std::int64_t least = isConnecting ? 1 : m_request.limits.stallBytes;
     const bool isOther = isConnecting != std::exchange(m_wasConnecting, isConnecting);
-    if (isOther || moved < m_windowBeginBytes || moved - m_windowBeginBytes >= least) {
-        m_windowBegin = now;
-        m_windowBeginBytes = moved;
+    if (isOther || moved < m_windowStartBytes || moved - m_windowStartBytes >= least) {
+        m_windowStart = now;
+        m_windowStartBytes = moved;
     }
 }
 
@@ -168,15 +168,15 @@ Failure CurlTransfer::CheckLimits()
     const bool hasBegun = m_outcome.response.status >= 200;
     NoteArrivals(now);
     NoteMoves(now, isConnecting);
-    const auto still = now - m_windowBegin;
-    if (limits.total.count() > 0 && now - m_begin >= limits.total) {
+    const auto still = now - m_windowStart;
+    if (limits.total.count() > 0 && now - m_start >= limits.total) {
         m_outcome.tellsNothingAboutLink = still < limits.total / 3;
         return Failure(EErrorCode::eTimeout, "no whole answer in time");
     }
     if (limits.head.count() > 0 && !isConnecting && !hasBegun &&
         now - std::max(m_sent, m_lastArrival) >= limits.head)
         return Failure(EErrorCode::eTimeout, "no answer in time");
-    const auto connectLimit = m_windowBeginBytes > 0 ? limits.handshake : limits.connect;
+    const auto connectLimit = m_windowStartBytes > 0 ? limits.handshake : limits.connect;
     if (isConnecting && still >= connectLimit)
         return AfterConnectionDied(Failure(EErrorCode::eConnectTimeout, "no connection in time"),
                                    CURLE_OPERATION_TIMEDOUT);

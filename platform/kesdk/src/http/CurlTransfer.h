@@ -70,13 +70,13 @@ private:
     bool m_isBodyForSink = false;
     bool m_sourceFailed = false;
     bool m_sinkFailed = false;
-    Time m_begin;
+    Time m_start;
     Time m_sent;
     Time m_lastArrival;
-    Time m_windowBegin;
+    Time m_windowStart;
     Time m_addressSeen;
-    std::chrono::milliseconds m_asleepAtBegin;
-    std::int64_t m_windowBeginBytes = 0;
+    std::chrono::milliseconds m_asleepAtStart;
+    std::int64_t m_windowStartBytes = 0;
     std::int64_t m_arrivedBytes = 0; // at the sockets, also of an unfinished TLS record
 };
 

@@ -1,4 +1,4 @@
-// A request and its response, as the layers above the transport see them.
+// A request and its answer, as the layers above the transport see them.
 #pragma once
 
 #include "base/Failure.h"
@@ -49,12 +49,12 @@ public:
     virtual void NoteSent(std::int64_t) {}
 };
 
-// Takes a response's body in pieces, on the thread that performs the request.
+// Takes an answer's body in pieces, on the thread that performs the request.
 class BodySink
 {
 public:
     virtual ~BodySink() = default;
-    // Whether this sink takes the body. Otherwise the response collects it.
+    // Whether this sink takes the body. Otherwise the HttpResponse collects it.
     virtual bool Accept(const HttpResponse& head) = 0;
     // False ends the transfer.
     virtual bool Write(const char* bytes, std::size_t sizeBytes) = 0;
@@ -87,7 +87,7 @@ struct HttpRequest
     HttpLimits limits;
 };
 
-// `failure` is about the link only: a response with status 500 is no failure here.
+// `failure` is about the link only: an answer with status 500 is no failure here.
 struct HttpOutcome
 {
     HttpResponse response;

@@ -15,7 +15,7 @@ class HttpTransport
 public:
     virtual ~HttpTransport() = default;
 
-    // Blocks until the response is complete or the request failed. Asks the check at least four
+    // Blocks until the answer is complete or the request failed. Asks the check at least four
     // times a second.
     virtual HttpOutcome Perform(const HttpRequest& request, const AbortCheck& abort) = 0;
 

@@ -141,16 +141,16 @@ Failure Downloads::FetchContent(const ApiCall& call, const FileRecord& file, Par
             return {true, {}};
         const std::int64_t before = transfer.HighestOffsetBytes();
         PartSink sink(part, file, transfer);
-        const Result<HttpResponse> reply =
+        const Result<HttpResponse> answer =
             m_api.GetContent(content, {file.id, file.etag, part.SizeBytes()}, sink);
         if (sink.OwnFailure().IsSet())
             return {true, sink.OwnFailure()};
         // The last byte is there: the digest decides, however the connection ended.
         const bool hasGrown = transfer.HighestOffsetBytes() > before;
-        if ((reply || hasGrown) && part.SizeBytes() == file.sizeBytes)
+        if ((answer || hasGrown) && part.SizeBytes() == file.sizeBytes)
             return {true, {}};
         return {false,
-                reply ? Failure(EErrorCode::eDropped, "the content ended early") : reply.failure};
+                answer ? Failure(EErrorCode::eDropped, "the content ended early") : answer.failure};
     };
     return transfer.Run(attempt).NotFoundAs(EErrorCode::eFileGone);
 }

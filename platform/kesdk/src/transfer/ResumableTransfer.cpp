@@ -87,14 +87,14 @@ void ResumableTransfer::CountUselessAnswer(const Failure& reason)
 {
     ++m_uselessAnswers;
     m_uselessReason =
-        reason.IsSet() ? reason : Failure(EErrorCode::eBadReply, "the answers bring nothing");
+        reason.IsSet() ? reason : Failure(EErrorCode::eBadAnswer, "the answers bring nothing");
 }
 
-void ResumableTransfer::NoteSent(Clock::Time begin)
+void ResumableTransfer::NoteSent(Clock::Time start)
 {
     // The transport ends an attempt that has stalled for a window: until then bytes left.
     const Clock::Time until = m_timing.Now() - m_policy.limits.stallWindow;
-    if (until > begin)
+    if (until > start)
         m_sentUntil = until;
 }
 

@@ -76,9 +76,9 @@ public:
     // An answer came and brought nothing. After six in a row the transfer ends, with the last
     // reason if there is one.
     void CountUselessAnswer(const Failure& reason = {});
-    // Bytes left the console from `begin` until now. If that took longer than the transport's stall
+    // Bytes left the console from `start` until now. If that took longer than the transport's stall
     // window, the link was alive, and the receiver may have them.
-    void NoteSent(Clock::Time begin);
+    void NoteSent(Clock::Time start);
     // An answer showed that the service was reached.
     void RestartDeadline();
     // For this time the console itself was busy, not the link.

@@ -63,7 +63,7 @@ Failure UploadFile::Open(const std::string& path)
 Failure UploadFile::StartAt(std::int64_t offsetBytes, const AbortCheck& abort)
 {
     if (offsetBytes < 0 || offsetBytes > SizeBytes())
-        return Failure(EErrorCode::eBadReply, "an offset outside of the file");
+        return Failure(EErrorCode::eBadAnswer, "an offset outside of the file");
     m_position = offsetBytes;
     m_readFailure = Failure();
     return HashUpTo(offsetBytes, abort);

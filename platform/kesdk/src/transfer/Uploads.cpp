@@ -128,11 +128,11 @@ Result<UploadRecord> Uploads::Request(Job& job)
     job.transfer.Extend(m_timing.Now() - beforeDigest);
     if (!state.file.IsContentUnchanged())
         return Failure(EErrorCode::eFileChanged, "the file changed before all of it was sent");
-    const Clock::Time begin = m_timing.Now();
+    const Clock::Time start = m_timing.Now();
     auto answer = begins ? m_api.BeginUpload(job.call, state.upload, &state.file)
                          : m_api.ContinueUpload(job.call, job.location, offset, state.file);
     if (!answer)
-        job.transfer.NoteSent(begin);
+        job.transfer.NoteSent(start);
     return answer;
 }
 
