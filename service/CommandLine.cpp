@@ -98,6 +98,11 @@ void addOptions(CLI::App& serve, ServeOptions& options)
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
     serve
+        .add_option("--disk-reserve", options.reserveBytes,
+                    "Bytes of the disk that only the database may use; 0: none")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    serve
         .add_option("--login-attempts", options.loginAttempts,
                     "Failed logins of a user before the next login has to wait")
         ->check(CLI::Range(1, 1000000))

@@ -21,6 +21,7 @@ struct ServeOptions
     std::filesystem::path key;
     std::vector<std::string> names; // more names for the service's own certificate
     long long maxUploadBytes = 8LL * 1024 * 1024 * 1024;
+    long long reserveBytes = 64LL * 1024 * 1024;
     accounts::EPasswordCost passwordCost = accounts::EPasswordCost::Interactive;
     int loginAttempts = 5;
     int sessionHours = 720;

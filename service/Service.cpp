@@ -186,8 +186,9 @@ struct Backend
 {
     Backend(const ServeOptions& options, const DataFolder& dataFolder)
         : folder(dataFolder),
+          reserve(folder.path() / "reserve", options.reserveBytes),
           database(openDatabase(folder)),
-          contents(folder.path()),
+          contents(folder.path(), &reserve),
           accounts(*database, clock,
                    {options.passwordCost, options.loginAttempts,
                     std::chrono::hours(options.sessionHours)})
@@ -195,6 +196,7 @@ struct Backend
         database->onCommit(
             [this](const std::vector<store::Event>& events) { hub.publish(events); });
         database->onDoubt([this](const std::set<store::Id>& farms) { hub.reread(farms); });
+        database->onFull([this] { return reserve.release(); });
         checkClock(clock, *database, folder.path());
         makeFirstAdmin(*database, accounts.passwords(), clock, folder.path());
         context.settings.maxUploadBytes = options.maxUploadBytes;
@@ -216,6 +218,7 @@ struct Backend
     const SystemClock machineClock;
     ServiceClock clock{machineClock};
     HeldBack heldBack;
+    DiskReserve reserve;
     const std::unique_ptr<store::Database> database;
     content::ContentStore contents;
     content::DigestCache digests;
@@ -225,8 +228,8 @@ struct Backend
     events::EventHub hub;
     accounts::Accounts accounts;
     WorkPool filePool{fileThreads};
-    api::Context context{*database, contents, digests,  digestLocks, activeUploads, integrity, hub,
-                         accounts,  clock,    filePool, {}};
+    api::Context context{*database, contents, digests, digestLocks, activeUploads, integrity,
+                         hub,       accounts, clock,   filePool,    reserve,       {}};
 };
 
 http::Limits limitsOf(const ServeOptions& options)

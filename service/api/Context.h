@@ -4,6 +4,7 @@
 #include "service/accounts/Accounts.h"
 #include "service/api/ActiveUploads.h"
 #include "service/base/Clock.h"
+#include "service/base/DiskReserve.h"
 #include "service/base/WorkPool.h"
 #include "service/content/ContentStore.h"
 #include "service/content/DigestLocks.h"
@@ -44,6 +45,7 @@ struct Context
     accounts::Accounts& accounts;
     const Clock& clock;
     WorkPool& filePool;
+    DiskReserve& reserve;
     Settings settings;
 };
 

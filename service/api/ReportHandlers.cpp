@@ -94,9 +94,18 @@ std::string hardwareAddress(const nlohmann::json& document)
     return address;
 }
 
+/** Reports leave a half of the disk's reserve to the accounts and the deletions. */
+Async<store::Session> startReport(Context& context, Request& request)
+{
+    if (!context.reserve.mayReport()) {
+        throw Problem(EProblem::InsufficientStorage, "The service's storage is full.");
+    }
+    return requireOperator(context, request);
+}
+
 Async<Response> putEnvironment(Context& context, Request& request)
 {
-    const store::Session session = co_await requireOperator(context, request);
+    const store::Session session = co_await startReport(context, request);
     const nlohmann::json body = co_await request.json();
     requireTimestamp(context, body);
     const std::string address = hardwareAddress(requireObject(body, "console"));
@@ -112,7 +121,7 @@ Async<Response> putEnvironment(Context& context, Request& request)
 
 Async<Response> putDevice(Context& context, Request& request)
 {
-    const store::Session session = co_await requireOperator(context, request);
+    const store::Session session = co_await startReport(context, request);
     const nlohmann::json body = co_await request.json();
     requireTimestamp(context, body);
     const long long state = requireInteger(body, "state");
@@ -140,7 +149,7 @@ long long timeInSeconds(const Context& context, const nlohmann::json& body)
 
 Async<Response> addPosition(Context& context, Request& request)
 {
-    const store::Session session = co_await requireOperator(context, request);
+    const store::Session session = co_await startReport(context, request);
     const nlohmann::json body = co_await request.json();
     const std::string address = hardwareAddress(body);
     const store::Position position{timeInSeconds(context, body),

@@ -97,12 +97,13 @@ Async<Progress> receivePart(Context& context, http::Request& request, store::Upl
 Async<Progress> receiveHeldPart(Context& context, http::Request& request, store::Upload upload,
                                 long long offset)
 {
-    auto open = [&context, &upload, offset] {
+    auto open = [&context, &request, &upload, offset] {
         // The size is checked first: a wrong offset must not cost digesting the present bytes.
         const auto size = static_cast<long long>(context.contents.uploadSize(upload.id));
         if (size != offset) {
             throwWrongOffset(size);
         }
+        context.reserve.requireRoom(static_cast<long long>(request.body.lengthBytes()));
         return content::UploadWriter(context.contents, context.digests, upload.id);
     };
     content::UploadWriter writer = co_await context.filePool.run(open);

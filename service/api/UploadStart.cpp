@@ -56,13 +56,15 @@ std::optional<store::Upload> findRepeat(store::Transaction& transaction, const s
     return std::nullopt;
 }
 
-StartedUpload start(store::Transaction& transaction, const store::User& user,
-                    const UploadRequest& wanted, const std::string& newId, long long nowMs)
+StartedUpload start(Context& context, store::Transaction& transaction, const store::User& user,
+                    const UploadRequest& wanted, const std::string& newId)
 {
+    const long long nowMs = context.clock.nowMs();
     if (auto repeat = findRepeat(transaction, user, wanted, nowMs)) {
         return {std::move(*repeat), true};
     }
     requireTargets(transaction.sql, user, wanted.targets);
+    context.reserve.requireRoom(wanted.lengthBytes);
     store::Upload upload;
     upload.id = newId;
     upload.farm = user.farmId();
@@ -88,7 +90,7 @@ Async<StartedUpload> startUpload(Context& context, const store::User& user,
                                  const UploadRequest& wanted, const std::string& newId)
 {
     auto change = [&context, &user, &wanted, &newId](store::Transaction& transaction) {
-        return start(transaction, user, wanted, newId, context.clock.nowMs());
+        return start(context, transaction, user, wanted, newId);
     };
     co_return co_await context.database.write(change);
 }

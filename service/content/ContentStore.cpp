@@ -59,8 +59,8 @@ void removeLeftoverLinks(const fs::path& folder)
 
 } // namespace
 
-ContentStore::ContentStore(const fs::path& dataFolder)
-    : contents_(dataFolder / "content"), uploads_(dataFolder / "uploads")
+ContentStore::ContentStore(const fs::path& dataFolder, const DiskReserve* reserve)
+    : contents_(dataFolder / "content"), uploads_(dataFolder / "uploads"), reserve_(reserve)
 {
     makeFolder(contents_);
     makeFolder(uploads_);
@@ -70,6 +70,13 @@ ContentStore::ContentStore(const fs::path& dataFolder)
         removeLeftoverLinks(folder.path());
         syncFolder(folder.path());
         durable_.insert(folder.path().filename());
+    }
+}
+
+void ContentStore::requireReserve() const
+{
+    if (reserve_ != nullptr) {
+        reserve_->requireWhole();
     }
 }
 

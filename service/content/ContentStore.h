@@ -1,6 +1,7 @@
 // The folders of unfinished uploads and of contents.
 #pragma once
 
+#include "service/base/DiskReserve.h"
 #include "service/base/Files.h"
 
 #include <cstdint>
@@ -23,8 +24,12 @@ namespace kelvo::content {
 class ContentStore
 {
 public:
-    /** Creates missing folders. */
-    explicit ContentStore(const std::filesystem::path& dataFolder);
+    /** Creates missing folders. Uploads may write while `reserve`, if there is one, is whole. */
+    explicit ContentStore(const std::filesystem::path& dataFolder,
+                          const DiskReserve* reserve = nullptr);
+
+    /** Throws as DiskReserve::requireWhole(). */
+    void requireReserve() const;
 
     /** Opens the upload for reading and writing; creates it if it is missing. */
     FileDescriptor openUpload(const std::string& id) const;
@@ -85,6 +90,7 @@ private:
 
     std::filesystem::path contents_;
     std::filesystem::path uploads_;
+    const DiskReserve* reserve_;
     mutable std::mutex mutex_;              // guards durable_
     mutable std::set<std::string> durable_; // content folders whose names are on the disk
 };

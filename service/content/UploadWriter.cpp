@@ -73,6 +73,7 @@ void UploadWriter::digestExisting()
 
 void UploadWriter::append(const void* data, std::size_t sizeBytes)
 {
+    store_.requireReserve();
     writeAll(file_.get(), data, sizeBytes);
     digest_.add(data, sizeBytes);
     offset_ += sizeBytes;

@@ -139,11 +139,7 @@ void Database::runBatch(const std::vector<Job*>& batch)
     bool committed = false;
     bool inDoubt = false;
     try {
-        begin();
-        for (Job* job : batch) {
-            runJob(*job);
-        }
-        commit();
+        commitBatch(batch);
         committed = true;
     } catch (const CommitInDoubt&) {
         inDoubt = true;
@@ -159,14 +155,43 @@ void Database::runBatch(const std::vector<Job*>& batch)
     }
 }
 
-/** Called in a catch block: every change of the batch fails with the present exception. */
-void Database::failBatch(const std::vector<Job*>& batch)
+/** If the disk is full, makes room and runs the changes again. */
+void Database::commitBatch(const std::vector<Job*>& batch)
+{
+    for (;;) {
+        try {
+            begin();
+            for (Job* job : batch) {
+                runJob(*job);
+            }
+            commit();
+            return;
+        } catch (const StorageFull&) {
+            if (!makeRoom_ || !makeRoom_()) {
+                throw;
+            }
+        }
+        rollBack();
+        for (Job* job : batch) {
+            job->error = nullptr;
+            job->events.clear();
+        }
+    }
+}
+
+void Database::rollBack()
 {
     try {
         *writer_ << "ROLLBACK";
     } catch (const std::exception&) {
         // The database may have rolled back already, or may have committed.
     }
+}
+
+/** Called in a catch block: every change of the batch fails with the present exception. */
+void Database::failBatch(const std::vector<Job*>& batch)
+{
+    rollBack();
     for (Job* job : batch) {
         job->error = job->error ? job->error : std::current_exception();
     }
@@ -200,6 +225,8 @@ void Database::runJob(Job& job)
     } catch (const std::exception& error) {
         try {
             rethrow(error);
+        } catch (const StorageFull&) {
+            throw; // the database may have rolled back the whole transaction
         } catch (...) {
             job.error = std::current_exception();
         }

@@ -36,6 +36,7 @@ struct Transaction
  * database, without statements and values in its text. If a function throws, its changes are rolled
  * back; after CommitInDoubt the changes may be committed or not. If another program locks the
  * database, a call waits some seconds and then throws StoreBusy. A returned `write` is durable.
+ * A function may run more than once; only its last run counts.
  * Retry: safe after each error but CommitInDoubt. After CommitInDoubt the change may be there: only
  * a change with a unique key may be repeated.
  */
@@ -59,6 +60,12 @@ public:
      * events. Set before the first write.
      */
     void onDoubt(DoubtListener listener) { doubtListener_ = std::move(listener); }
+
+    /**
+     * Called on the writer's thread if the disk is full. If `makeRoom` returns true, the changes of
+     * the commit run again. Set before the first write.
+     */
+    void onFull(std::function<bool()> makeRoom) { makeRoom_ = std::move(makeRoom); }
 
     template <class F>
     Async<std::invoke_result_t<F&, soci::session&>> read(F query)
@@ -143,6 +150,8 @@ private:
     void enqueue(Job& job);
     void writeLoop();
     void runBatch(const std::vector<Job*>& batch);
+    void commitBatch(const std::vector<Job*>& batch);
+    void rollBack();
     void failBatch(const std::vector<Job*>& batch);
     void notify(const std::vector<Job*>& batch, bool inDoubt);
     void runJob(Job& job);
@@ -152,6 +161,7 @@ private:
     std::unique_ptr<Dialect> dialect_;
     CommitListener commitListener_;
     DoubtListener doubtListener_;
+    std::function<bool()> makeRoom_;
     std::mutex sessionsMutex_; // guards idleSessions_
     std::vector<std::unique_ptr<soci::session>> idleSessions_;
     std::mutex queueMutex_; // guards queue_ and stopping_

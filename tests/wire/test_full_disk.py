@@ -1,18 +1,22 @@
-"""A full disk: every change is refused with 507, reads still work, and changes work again when there is room.
+"""A full disk: uploads are refused with 507, the reserve keeps the accounts and the deletions working, reads work, and
+uploads work again when there is room. Without a reserve every change is refused.
 
 The data folder is a small file system in memory, in a mount namespace of the service. Where namespaces or mounts are
 forbidden the tests are skipped; on CI they fail instead.
 """
 
 import errno
+import http.client
+import json
 import os
 import shutil
+import signal
 import subprocess
 import unittest
 
-from kelvowire.farm import PASSWORD, log_in, make_inbox, add_farms_and_users
-from kelvowire.http import Client, digest_header, metrics
-from kelvowire.service import GUARD_SECONDS, Service
+from kelvowire.farm import PASSWORD, add_farms_and_users, log_in, log_in_admin, make_inbox
+from kelvowire.http import Client, begin_upload, digest_header, metadata, metrics
+from kelvowire.service import GUARD_SECONDS, READY, Service
 from needs import needs
 
 SIZE = 24 * 1024 * 1024
@@ -31,10 +35,11 @@ def mounts_work():
 class SmallDisk(Service):
     """The service on its own file system, which no other process sees and which ends with the service."""
 
+    SCRIPT = f'mount -t tmpfs -o size={SIZE} tmpfs "$0" && exec "$@"'
+
     def wrap(self, arguments):
         os.makedirs(self.folder)
-        script = f'mount -t tmpfs -o size={SIZE} tmpfs "$0" && exec "$@"'
-        return [*NAMESPACE, "sh", "-c", script, self.folder, *arguments]
+        return [*NAMESPACE, "sh", "-c", self.SCRIPT, self.folder, *arguments]
 
     def path(self, *parts):
         return os.path.join(f"/proc/{self.process.pid}/root{self.folder}", *parts)
@@ -58,10 +63,25 @@ class SmallDisk(Service):
         os.remove(self.path("ballast"))
 
 
-class FullDisk(unittest.TestCase):
+class RestartedDisk(SmallDisk):
+    """The service starts again on the same file system when its first process ends."""
+
+    SCRIPT = f'mount -t tmpfs -o size={SIZE} tmpfs "$0" && "$@"; exec "$@"'
+
+    def end_first(self):
+        """Ends the first process and waits for the second one. Returns its line with the addresses."""
+        with open(self.path("endpoints.json"), encoding="utf-8") as file:
+            os.kill(json.load(file)["pid"], signal.SIGTERM)
+        return self.process.stdout.readline()
+
+
+class DiskTest(unittest.TestCase):
+    SERVICE = SmallDisk
+    RESERVE = 0
+
     def setUp(self):
         needs(self, mounts_work(), "unshare, and permission to mount in a namespace")
-        self.service = SmallDisk()
+        self.service = self.SERVICE("--disk-reserve", str(self.RESERVE))
         self.addCleanup(self.service.remove)
         self.service.start()
         add_farms_and_users(self.service).close()
@@ -78,9 +98,32 @@ class FullDisk(unittest.TestCase):
         self.service.stop()
         self.service.check_log()
 
-    def test_refuses_an_upload_in_one_request(self):
+
+class FullDisk(DiskTest):
+    def test_refuses_an_upload_before_its_body(self):
         self.service.fill(leave=500_000)
-        self.full(self.olga.create("big.zip", [self.inbox], len(CONTENT), CONTENT, key="big", expect=507))
+        headers = {"Upload-Length": str(len(CONTENT)), "Upload-Metadata": metadata("big.zip", [self.inbox]),
+                   "Expect": "100-continue"}
+        with begin_upload(self.service, self.olga.token, "POST", "/uploads", len(CONTENT), headers, b"") as connection:
+            reply = http.client.HTTPResponse(connection)
+            reply.begin()
+            self.assertEqual((reply.status, b"insufficient-storage" in reply.read()), (507, True))
+        self.full(self.olga.create("big.zip", [self.inbox], len(CONTENT), expect=507))
+        self.service.clear()
+        self.olga.create("big.zip", [self.inbox], len(CONTENT), CONTENT)
+        self.end()
+
+    def test_keeps_the_received_bytes_of_an_upload(self):
+        headers = {"Upload-Length": str(len(CONTENT)), "Upload-Metadata": metadata("big.zip", [self.inbox]),
+                   "Idempotency-Key": "big"}
+        half = len(CONTENT) // 2
+        with begin_upload(self.service, self.olga.token, "POST", "/uploads", len(CONTENT), headers,
+                          CONTENT[:half]) as connection:
+            self.service.fill(leave=200_000)
+            connection.sendall(CONTENT[half:])
+            reply = http.client.HTTPResponse(connection)
+            reply.begin()
+            self.assertEqual((reply.status, b"insufficient-storage" in reply.read()), (507, True))
         self.assertEqual(self.olga.get(f"/resources/{self.inbox}").json()["entries"], [])
         self.service.clear()
         again = self.olga.create("big.zip", [self.inbox], len(CONTENT), key="big")
@@ -140,6 +183,63 @@ class FullDisk(unittest.TestCase):
         self.assertGreaterEqual(offset, length - 1)
         done = self.olga.patch(location, offset, CONTENT[offset:])
         self.assertEqual(done.headers["Repr-Digest"], digest_header(CONTENT))
+        self.end()
+
+
+class Reserve(DiskTest):
+    """One operator fills the disk. The reserve serves the accounts and the deletions."""
+
+    RESERVE = 8 * 1024 * 1024
+
+    def test_serves_accounts_and_deletions_on_a_full_disk(self):
+        kept = self.olga.put("kept.zip", [self.inbox], CONTENT)[0]
+        self.service.fill()
+        admin = log_in_admin(self.service)
+        self.addCleanup(admin.close)
+        for number in range(300):
+            piet = log_in(self.service, "piet")
+            piet.delete("/sessions/current")
+            piet.close()
+            admin.post("/users", json={"farm": "Hill Farm", "name": f"user {number}", "password": PASSWORD,
+                                       "role": "operator"})
+            self.full(self.olga.create(f"{number}.zip", [self.inbox], 1, b"x", expect=507))
+        someone = next(user["id"] for user in admin.get("/users").json()["users"] if user["name"] == "user 7")
+        admin.request("PATCH", f"/users/{someone}", 200, json={"disabled": True})
+        self.olga.delete(f"/resources/{kept['id']}")
+        self.assertEqual(self.olga.get(f"/resources/{self.inbox}").json()["entries"], [])
+        self.service.clear()
+        self.olga.put("new.zip", [self.inbox], CONTENT)
+        self.assertEqual(os.stat(self.service.path("reserve")).st_blocks * 512, self.RESERVE)
+        self.end()
+
+    def test_keeps_the_half_of_the_reserve_from_reports(self):
+        report = {"timestamp_ms": 1, "state": 1, "flag": True, "device": {"hardware_address": "aa:bb"}}
+        self.service.fill()
+        sent = 0
+        while (reply := self.olga.request("PUT", "/devices", (204, 507), json=report)).status == 204:
+            sent += 1
+            report["device"]["hardware_address"] = f"{sent % 50:02}" + "b" * 200
+            report["text"] = "x" * 60_000
+        self.full(reply)
+        self.assertGreater(sent, 0)
+        log_in(self.service, "piet").close()
+        self.end()
+
+
+class RestartOnAFullDisk(DiskTest):
+    SERVICE = RestartedDisk
+    RESERVE = 8 * 1024 * 1024
+
+    def test_starts_and_serves_accounts(self):
+        self.service.fill()
+        match = READY.match(self.service.end_first())
+        self.assertTrue(match, self.service.log())
+        self.service.port, self.service.metrics_port = int(match[2]), int(match[4])
+        self.olga.close()
+        log_in(self.service, "piet").close()
+        self.full(self.olga.create("new.zip", [self.inbox], 1, b"x", expect=507))
+        self.service.clear()
+        self.olga.put("new.zip", [self.inbox], CONTENT)
         self.end()
 
 

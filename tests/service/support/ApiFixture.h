@@ -40,7 +40,8 @@ protected:
     ManualClock clock;
     Loop loop;
     store::Database database{store::makeSqlite((folder.Path() / "kelvo.sqlite").string())};
-    content::ContentStore contents{folder.Path()};
+    DiskReserve reserve{folder.Path() / "reserve", 0};
+    content::ContentStore contents{folder.Path(), &reserve};
     content::DigestCache digests;
     content::DigestLocks digestLocks;
     api::ActiveUploads activeUploads;
@@ -49,8 +50,8 @@ protected:
     accounts::Accounts accounts{
         database, clock, {accounts::EPasswordCost::Minimal, 5, std::chrono::hours(1)}};
     WorkPool filePool{2};
-    api::Context context{database, contents, digests,  digestLocks, activeUploads, integrity, hub,
-                         accounts, clock,    filePool, {}};
+    api::Context context{database, contents, digests, digestLocks, activeUploads, integrity,
+                         hub,      accounts, clock,   filePool,    reserve,       {}};
     store::User user;
     store::Inbox inbox;
 };

@@ -1,0 +1,87 @@
+// A database whose disk is full.
+#include "service/store/Errors.h"
+#include "service/store/FarmTable.h"
+#include "tests/support/TempFolder.h"
+
+#include <gmock/gmock.h>
+#include <soci/soci.h>
+
+#include <string>
+#include <vector>
+
+namespace kelvo::test {
+namespace {
+
+using store::Transaction;
+
+/** Not part of the contract: the largest number of pages is a setting of SQLite. */
+class FullSqlite : public testing::Test
+{
+protected:
+    void setRoom(soci::session& sql, int pages) { sql << "PRAGMA max_page_count = " << pages; }
+
+    void fillUp()
+    {
+        database.writeNow([this](Transaction& t) {
+            writer = &t.sql;
+            setRoom(t.sql, 1); // SQLite takes the present number of pages instead
+        });
+    }
+
+    /** Adds more rows than the free pages have room for. */
+    void addFarms(const std::string& letter)
+    {
+        database.writeNow([&letter, this](Transaction& t) {
+            ++runs;
+            for (int i = 0; i < 100; ++i) {
+                store::addFarm(t, letter + std::to_string(i) + std::string(500, 'x'));
+            }
+        });
+    }
+
+    std::size_t farms()
+    {
+        return database.readNow([](soci::session& sql) { return store::allFarms(sql).size(); });
+    }
+
+    TempFolder folder;
+    store::Database database{store::makeSqlite((folder.Path() / "store.sqlite").string())};
+    soci::session* writer = nullptr;
+    int runs = 0;
+};
+
+TEST_F(FullSqlite, RefusesAChangeThatFindsNoRoom)
+{
+    fillUp();
+    EXPECT_THROW(addFarms("a"), store::StorageFull);
+    EXPECT_EQ(farms(), 0U);
+}
+
+TEST_F(FullSqlite, RunsAChangeAgainAfterRoomWasMade)
+{
+    int asked = 0;
+    database.onFull([&] {
+        setRoom(*writer, ++asked < 3 ? 1 : 100000); // the first two attempts do not help
+        return true;
+    });
+    fillUp();
+    addFarms("a");
+    EXPECT_EQ(farms(), 100U);
+    EXPECT_EQ(asked, 3);
+    EXPECT_EQ(runs, 4);
+}
+
+TEST_F(FullSqlite, GivesUpIfNoRoomCanBeMade)
+{
+    int asked = 0;
+    database.onFull([&] { return ++asked < 3; });
+    fillUp();
+    EXPECT_THROW(addFarms("a"), store::StorageFull);
+    EXPECT_EQ(asked, 3);
+    setRoom(*writer, 100000);
+    addFarms("b");
+    EXPECT_EQ(farms(), 100U);
+}
+
+} // namespace
+} // namespace kelvo::test
