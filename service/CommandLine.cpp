@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <memory>
 
 namespace kelvo {
 
@@ -84,8 +85,9 @@ void addOptions(CLI::App& serve, ServeOptions& options)
         .add_option("--listen", options.listen, "HOST:PORT of the API; port 0 selects a free port")
         ->required();
     serve
-        .add_option("--metrics-listen", options.metricsListen,
-                    "HOST:PORT of /healthz and /metrics (plain HTTP); port 0 selects a free port")
+        .add_option(
+            "--metrics-listen", options.metricsListen,
+            "HOST:PORT of /healthz, /readyz and /metrics (plain HTTP); port 0 selects a free port")
         ->capture_default_str();
     auto* certificate = serve.add_option("--cert", options.certificate,
                                          "Certificate chain (PEM) instead of the service's own");
@@ -146,45 +148,54 @@ void addVariables(CLI::App& serve)
     }
 }
 
-CLI::App* addVerify(CLI::App& app, VerifyOptions& options)
+/** The options of a command. They become the result if the command was given. */
+template <class Options>
+std::shared_ptr<Options> optionsOf(CLI::App& command, std::optional<Options>& result)
+{
+    auto options = std::make_shared<Options>();
+    command.callback([options, &result] { result = *options; });
+    return options;
+}
+
+void addVerify(CLI::App& app, CommandLine& result)
 {
     CLI::App* verify = app.add_subcommand(
         "verify", "Check a whole data folder: the database, every content, every upload");
+    const auto options = optionsOf(*verify, result.verify);
     verify->footer(
         "Writes nothing; the service may run meanwhile. Prints a line for each finding.\n"
         "Exit code 0: nothing is damaged; 1: something is damaged; 2: the check was not possible.");
-    verify->add_option("--data", options.dataFolder, "The service's data folder")->required();
-    return verify;
+    verify->add_option("--data", options->dataFolder, "The service's data folder")->required();
 }
 
-CLI::App* addBackup(CLI::App& app, BackupOptions& options)
+void addBackup(CLI::App& app, CommandLine& result)
 {
     CLI::App* backup =
         app.add_subcommand("backup", "Make a consistent copy; the service may run meanwhile");
+    const auto options = optionsOf(*backup, result.backup);
     backup->footer(
         "The copy holds keys, password hashes and contents: protect it like the original.\n"
         "Exit code 0: complete; 1: complete, but something was damaged already; 2: refused;\n"
         "3: failed.");
-    backup->add_option("--data", options.dataFolder, "The service's data folder")->required();
-    backup->add_option("--to", options.to, "A new or empty folder")->required();
-    return backup;
+    backup->add_option("--data", options->dataFolder, "The service's data folder")->required();
+    backup->add_option("--to", options->to, "A new or empty folder")->required();
 }
 
-CLI::App* addRestore(CLI::App& app, RestoreOptions& options)
+void addRestore(CLI::App& app, CommandLine& result)
 {
     CLI::App* restore =
         app.add_subcommand("restore", "Restore a backup while the service does not run");
+    const auto options = optionsOf(*restore, result.restore);
     restore->footer("Exit code 0: complete; 1: complete, but something was damaged in the backup;\n"
                     "2: refused; 3: failed.");
-    restore->add_option("--from", options.from, "A folder made by the command backup")->required();
-    restore->add_option("--data", options.dataFolder, "The service's data folder")->required();
+    restore->add_option("--from", options->from, "A folder made by the command backup")->required();
+    restore->add_option("--data", options->dataFolder, "The service's data folder")->required();
     restore->add_flag(
-        "--force", options.force,
+        "--force", options->force,
         "Restore into a folder that is not empty: its content is moved to replaced-TIME in it");
-    return restore;
 }
 
-CLI::App* addClockConfirm(CLI::App& app, ClockConfirmOptions& options)
+void addClockConfirm(CLI::App& app, CommandLine& result)
 {
     CLI::App* clock = app.add_subcommand("clock", "The machine's clock after a leap");
     clock->require_subcommand(1);
@@ -192,28 +203,27 @@ CLI::App* addClockConfirm(CLI::App& app, ClockConfirmOptions& options)
         "confirm", "Confirm that this machine's clock is right now; the clean-up continues");
     confirm->footer("A running service reads this within ten minutes, or at once on SIGHUP.\n"
                     "Exit code 0: written; 2: refused; 3: failed.");
-    confirm->add_option("--data", options.dataFolder, "The service's data folder")->required();
-    return confirm;
+    const auto options = optionsOf(*confirm, result.confirmClock);
+    confirm->add_option("--data", options->dataFolder, "The service's data folder")->required();
 }
 
-/** Sets `options.renews` if the command is `tls renew`. */
-CLI::App* addTls(CLI::App& app, TlsOptions& options)
+void addTls(CLI::App& app, CommandLine& result)
 {
     CLI::App* tls = app.add_subcommand("tls", "The certificate of the service and its authority");
     tls->require_subcommand(1);
+    const auto options = optionsOf(*tls, result.tls);
     CLI::App* status = tls->add_subcommand("status", "Show names and end dates");
     status->footer("Exit code 0: all is valid for 30 days; 1: something ends within 30 days or\n"
                    "has ended; 2: refused; 3: failed.");
-    status->add_option("--cert", options.certificate,
+    status->add_option("--cert", options->certificate,
                        "The certificate chain (PEM) that the service uses instead of its own");
     CLI::App* renew = tls->add_subcommand("renew", "Make a new own certificate, then as status");
     renew->footer("A running service takes the new certificate within seconds. Open connections\n"
                   "keep the old one.");
-    renew->callback([&options] { options.renews = true; });
+    renew->callback([options] { options->renews = true; });
     for (CLI::App* command : {status, renew}) {
-        command->add_option("--data", options.dataFolder, "The service's data folder")->required();
+        command->add_option("--data", options->dataFolder, "The service's data folder")->required();
     }
-    return tls;
 }
 
 } // namespace
@@ -234,34 +244,17 @@ CommandLine parseCommandLine(int argc, char** argv)
     addOptions(*serve, options);
     addVariables(*serve);
     CommandLine result;
-    VerifyOptions verify;
-    BackupOptions backup;
-    RestoreOptions restore;
-    const CLI::App* verifying = addVerify(app, verify);
-    const CLI::App* backingUp = addBackup(app, backup);
-    const CLI::App* restoring = addRestore(app, restore);
-    ClockConfirmOptions confirmClock;
-    const CLI::App* confirming = addClockConfirm(app, confirmClock);
-    TlsOptions tls;
-    const CLI::App* handlingTls = addTls(app, tls);
+    serve->callback([&result, &options] { result.serve = options; });
+    addVerify(app, result);
+    addBackup(app, result);
+    addRestore(app, result);
+    addClockConfirm(app, result);
+    addTls(app, result);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         result.exitCode = app.exit(error) == 0 ? 0 : badUsage;
         return result;
-    }
-    if (serve->parsed()) {
-        result.serve = options;
-    } else if (verifying->parsed()) {
-        result.verify = verify;
-    } else if (backingUp->parsed()) {
-        result.backup = backup;
-    } else if (restoring->parsed()) {
-        result.restore = restore;
-    } else if (confirming->parsed()) {
-        result.confirmClock = confirmClock;
-    } else if (handlingTls->parsed()) {
-        result.tls = tls;
     }
     return result;
 }

@@ -4,19 +4,22 @@
 #include "service/FirstStart.h"
 #include "service/IoThreads.h"
 #include "service/Janitor.h"
+#include "service/Readiness.h"
 #include "service/ServiceClock.h"
+#include "service/ServiceState.h"
+#include "service/StopSignals.h"
 #include "service/api/ApiApplication.h"
 #include "service/base/FileStatus.h"
 #include "service/base/Log.h"
 #include "service/http/Listener.h"
 #include "service/metrics/Metrics.h"
 #include "service/metrics/MonitorApplication.h"
+#include "service/metrics/ProcessMetrics.h"
 #include "service/store/Errors.h"
-#include "service/store/FarmTable.h"
+#include "service/store/StateQueries.h"
 #include "service/tls/CertificateKeeper.h"
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 
 namespace kelvo {
@@ -27,8 +30,7 @@ using namespace std::chrono_literals;
 
 constexpr auto transferGrace = 5s; // the time for running transfers when the service stops
 constexpr unsigned fileThreads = 4;
-constexpr timespec refreshInterval{10, 0}; // between two looks at the certificate's files
-constexpr int openAttempts = 5;            // each attempt waits some seconds for the database
+constexpr int openAttempts = 5; // each attempt waits some seconds for the database
 
 /** The names in the service's own certificate. */
 std::vector<std::string> ownNames(const ServeOptions& options)
@@ -136,51 +138,6 @@ std::unique_ptr<http::Listener> listen(IoThreads& threads, const std::string& ad
     }
 }
 
-Async<bool> isReady(store::Database& database)
-{
-    auto query = [](soci::session& sql) { return store::canRead(sql); };
-    try {
-        co_return co_await database.read(query);
-    } catch (const std::exception&) {
-        co_return false;
-    }
-}
-
-/**
- * The signals that stop the service, and SIGHUP. They are blocked from the start on all threads: an
- * early signal waits until the service can stop gracefully.
- */
-class StopSignals
-{
-public:
-    StopSignals()
-    {
-        sigemptyset(&signals_);
-        sigaddset(&signals_, SIGHUP);
-        sigaddset(&signals_, SIGINT);
-        sigaddset(&signals_, SIGTERM);
-        pthread_sigmask(SIG_BLOCK, &signals_, nullptr); // threads made later inherit it
-    }
-
-    /**
-     * Calls `refresh` at an interval, and for each SIGHUP with true, until a signal stops the
-     * service.
-     */
-    void wait(const std::function<void(bool isReload)>& refresh) const
-    {
-        for (;;) {
-            const int which = sigtimedwait(&signals_, nullptr, &refreshInterval);
-            if (which == SIGTERM || which == SIGINT) {
-                return;
-            }
-            refresh(which == SIGHUP);
-        }
-    }
-
-private:
-    sigset_t signals_{};
-};
-
 /** The parts that requests use. Each part uses only the parts above it. */
 struct Backend
 {
@@ -274,8 +231,31 @@ void showState(metrics::Metrics& metrics, const Backend& backend)
                   }});
 }
 
-void showCertificate(metrics::Metrics& metrics, const tls::CertificateKeeper& certificate)
+std::vector<Readiness::Check> readinessChecks(Backend& backend,
+                                              const tls::CertificateKeeper& certificate)
 {
+    return {{"database",
+             [&backend] {
+                 store::probe(*backend.database);
+                 return std::string();
+             }},
+            {"content store",
+             [&backend] {
+                 probeFolder(backend.folder.path() / "uploads");
+                 return std::string();
+             }},
+            {"certificate", [&backend, &certificate] {
+                 const bool isValid =
+                     backend.clock.expiryNowMs() / 1000 < certificate.certificateEndS();
+                 return std::string(isValid ? "" : "has ended");
+             }}};
+}
+
+void showNetwork(metrics::Metrics& metrics, const tls::CertificateKeeper& certificate,
+                 const http::Listener& listener)
+{
+    metrics.show("kelvo_connections_open", "gauge", "Connections to the API.",
+                 [&listener] { return static_cast<double>(listener.openConnections()); });
     metrics.show("kelvo_tls_certificate_end_seconds", "gauge",
                  "End of the certificate and its chain, in seconds since 1970.",
                  [&certificate] { return static_cast<double>(certificate.certificateEndS()); });
@@ -296,12 +276,12 @@ void runService(const ServeOptions& options)
     DataFolder folder(options.dataFolder, logAndWait());
     Backend backend(options, folder);
     metrics::Metrics metrics;
-    showState(metrics, backend);
     api::ApiApplication api(backend.context, metrics);
-    metrics::MonitorApplication monitor(metrics, [&backend] { return isReady(*backend.database); });
 
     const auto certificate = keepCertificate(options, folder, backend.clock);
-    showCertificate(metrics, *certificate);
+    ServiceState state(*backend.database, folder.path());
+    Readiness readiness(readinessChecks(backend, *certificate));
+    metrics::MonitorApplication monitor(metrics, [&readiness] { return readiness.ask(); });
     IoThreads threads;
     const auto apiListener = listen(
         threads, options.listen, [&certificate] { return certificate->context(); }, api,
@@ -309,14 +289,20 @@ void runService(const ServeOptions& options)
     const auto monitorListener = listen(threads, options.metricsListen, {}, monitor, {});
     Janitor janitor(backend.janitorParts(),
                     {options.eventHours, std::chrono::days(options.unknownDays)});
+    showState(metrics, backend);
+    showNetwork(metrics, *certificate, *apiListener);
+    state.showIn(metrics);
+    metrics::showProcess(metrics);
+    state.sample();
     apiListener->start();
     monitorListener->start();
     threads.start();
 
     announce(folder, apiListener->address().text(), monitorListener->address().text());
     logInfo("started");
-    stopSignals.wait([&janitor, &certificate](bool isReload) {
+    stopSignals.wait([&janitor, &certificate, &state](bool isReload) {
         certificate->refresh(isReload);
+        state.sample();
         if (isReload) {
             janitor.wake();
         }

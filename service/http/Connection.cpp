@@ -69,6 +69,10 @@ Async<std::optional<RequestHead>> Connection::readHead()
         const IoResult result = co_await transport_->readSome(buffer);
         received_.resize(had + result.bytes);
         if (result.bytes == 0) {
+            if (state_ == EState::Busy && transport_->expired()) { // the head began
+                application_.requestBegun();
+                application_.requestDone({"other", "unmatched", 408});
+            }
             co_return std::nullopt;
         }
         state_ = EState::Busy;

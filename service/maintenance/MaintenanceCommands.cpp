@@ -2,6 +2,7 @@
 
 #include "service/DataFolder.h"
 #include "service/ServiceClock.h"
+#include "service/ServiceState.h"
 #include "service/base/Clock.h"
 #include "service/base/Files.h"
 #include "service/base/Time.h"
@@ -12,6 +13,7 @@
 #include "service/maintenance/Verify.h"
 
 #include <cstdio>
+#include <system_error>
 
 namespace kelvo::maintenance {
 
@@ -44,6 +46,19 @@ VerifyReport verifyOrRefuse(const std::filesystem::path& folder)
     }
 }
 
+/** For the metrics of the service. A folder that this user cannot write is no failure. */
+void rememberBackup(const std::filesystem::path& dataFolder)
+{
+    try {
+        const auto file = dataFolder / lastBackupName;
+        replaceFile(file, std::to_string(SystemClock().nowMs()), 0644);
+        Owner(dataFolder).applyTo(file);
+    } catch (const std::system_error& error) {
+        std::fprintf(stderr, "kelvo-service: the time of the backup was not noted: %s\n",
+                     error.what());
+    }
+}
+
 int report(const char* done, const CopyReport& report)
 {
     printAll("damaged", report.damages);
@@ -73,7 +88,9 @@ int runVerify(const VerifyOptions& options)
 
 int runBackup(const BackupOptions& options)
 {
-    return report("backed up", backUp(options.dataFolder, options.to));
+    const CopyReport copied = backUp(options.dataFolder, options.to);
+    rememberBackup(options.dataFolder);
+    return report("backed up", copied);
 }
 
 int runRestore(const RestoreOptions& options)

@@ -49,6 +49,23 @@ void Metrics::count(const http::RequestSummary& summary)
     ++requests_[std::move(labels)];
     requestBytes_ += summary.receivedBytes;
     responseBytes_ += summary.sentBytes;
+    const bool isRefused = summary.status == 401 || summary.status == 403 || summary.status == 429;
+    failedLogins_ += summary.route == "/sessions" && isRefused ? 1 : 0;
+    cutHeads_ += summary.method == "other" && summary.status == 408 ? 1 : 0;
+    addDuration(summary);
+}
+
+void Metrics::addDuration(const http::RequestSummary& summary)
+{
+    if (summary.route == "/events") {
+        return; // an event stream stays open for hours
+    }
+    Durations& durations = durations_[std::string(summary.route)];
+    for (std::size_t i = 0; i < durationBoundsMs.size(); ++i) {
+        durations.counts[i] += summary.durationMs <= durationBoundsMs[i] ? 1 : 0;
+    }
+    ++durations.count;
+    durations.sumSeconds += static_cast<double>(summary.durationMs) / 1000;
 }
 
 std::string Metrics::text() const
@@ -63,19 +80,57 @@ std::string Metrics::text() const
         }
     }
     const std::lock_guard lock(mutex_);
-    text += describe("kelvo_http_requests_open", "gauge",
-                     "Requests in progress, including event streams.");
-    text += "kelvo_http_requests_open " + std::to_string(openRequests_) + "\n";
-    text += describe("kelvo_http_requests_total", "counter", "Requests answered.");
+    return text + requestText() + durationText();
+}
+
+std::string Metrics::requestText() const
+{
+    std::string text = describe("kelvo_http_requests_total", "counter", "Requests answered.");
     for (const auto& [labels, count] : requests_) {
         const auto& [method, route, status] = labels;
         text += "kelvo_http_requests_total{method=\"" + method + "\",route=\"" + route +
                 "\",status=\"" + std::to_string(status) + "\"} " + std::to_string(count) + "\n";
     }
-    text += describe("kelvo_http_request_bytes_total", "counter", "Bytes received in bodies.");
-    text += "kelvo_http_request_bytes_total " + std::to_string(requestBytes_) + "\n";
-    text += describe("kelvo_http_response_bytes_total", "counter", "Bytes sent in answers.");
-    text += "kelvo_http_response_bytes_total " + std::to_string(responseBytes_) + "\n";
+    struct Row
+    {
+        const char* name;
+        const char* type;
+        const char* help;
+        std::uint64_t value;
+    };
+    const Row rows[] = {
+        {"kelvo_http_requests_open", "gauge", "Requests in progress, including event streams.",
+         openRequests_},
+        {"kelvo_http_request_bytes_total", "counter", "Bytes received in bodies.", requestBytes_},
+        {"kelvo_http_response_bytes_total", "counter", "Bytes sent in answers.", responseBytes_},
+        {"kelvo_http_heads_cut_total", "counter",
+         "Connections cut because a request's head came too slowly.", cutHeads_},
+        {"kelvo_logins_failed_total", "counter", "Logins that were refused.", failedLogins_},
+    };
+    for (const Row& row : rows) {
+        text += describe(row.name, row.type, row.help) + row.name + " " +
+                std::to_string(row.value) + "\n";
+    }
+    return text;
+}
+
+std::string Metrics::durationText() const
+{
+    const std::string name = "kelvo_http_request_seconds";
+    std::string text =
+        describe(name.c_str(), "histogram", "Time from a request's head to the end of its answer.");
+    for (const auto& [route, durations] : durations_) {
+        const std::string label = "{route=\"" + route + "\"";
+        for (std::size_t i = 0; i < durationBoundsMs.size(); ++i) {
+            text += name + "_bucket" + label + ",le=\"" +
+                    numberText(static_cast<double>(durationBoundsMs[i]) / 1000) + "\"} " +
+                    std::to_string(durations.counts[i]) + "\n";
+        }
+        text +=
+            name + "_bucket" + label + ",le=\"+Inf\"} " + std::to_string(durations.count) + "\n";
+        text += name + "_sum" + label + "} " + numberText(durations.sumSeconds) + "\n";
+        text += name + "_count" + label + "} " + std::to_string(durations.count) + "\n";
+    }
     return text;
 }
 

@@ -3,6 +3,7 @@
 
 #include "service/http/Connection.h"
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -17,6 +18,10 @@ namespace kelvo::metrics {
 class Metrics
 {
 public:
+    /** The upper bounds of the histogram of the requests' durations. */
+    static constexpr std::array<std::int64_t, 12> durationBoundsMs{
+        5, 10, 25, 50, 100, 250, 500, 1000, 2500, 5000, 15000, 60000};
+
     /** A request is open from begin() to count(). count() records how it was answered. */
     void begin();
     void count(const http::RequestSummary& summary);
@@ -46,10 +51,25 @@ public:
     std::string text() const;
 
 private:
+    /** How long the requests of a route took. */
+    struct Durations
+    {
+        std::array<std::uint64_t, durationBoundsMs.size()> counts{}; // up to each bound
+        std::uint64_t count = 0;
+        double sumSeconds = 0;
+    };
+
+    void addDuration(const http::RequestSummary& summary);
+    std::string requestText() const;
+    std::string durationText() const;
+
     using Labels = std::tuple<std::string, std::string, unsigned>; // method, route, status
 
     mutable std::mutex mutex_; // guards the counters
     std::map<Labels, std::uint64_t> requests_;
+    std::map<std::string, Durations> durations_; // by route
+    std::uint64_t cutHeads_ = 0;
+    std::uint64_t failedLogins_ = 0;
     std::uint64_t openRequests_ = 0;
     std::uint64_t requestBytes_ = 0;
     std::uint64_t responseBytes_ = 0;

@@ -2,10 +2,21 @@
 
 namespace kelvo::metrics {
 
-MonitorApplication::MonitorApplication(const Metrics& metrics, std::function<Async<bool>()> ready)
-    : metrics_(metrics), ready_(std::move(ready)), router_("")
+namespace {
+
+Async<http::Response> health()
 {
-    router_.add("GET", "/healthz", [this](http::Request&) { return health(); });
+    co_return http::Response::text("ok", "text/plain");
+}
+
+} // namespace
+
+MonitorApplication::MonitorApplication(const Metrics& metrics,
+                                       std::function<Async<std::string>()> unready)
+    : metrics_(metrics), unready_(std::move(unready)), router_("")
+{
+    router_.add("GET", "/healthz", [](http::Request&) { return health(); });
+    router_.add("GET", "/readyz", [this](http::Request&) { return readiness(); });
     router_.add("GET", "/metrics", [this](http::Request&) { return show(); });
 }
 
@@ -14,11 +25,11 @@ Async<http::Response> MonitorApplication::handle(http::Request& request)
     co_return co_await router_.find(request)(request);
 }
 
-Async<http::Response> MonitorApplication::health()
+Async<http::Response> MonitorApplication::readiness()
 {
-    const bool ready = co_await ready_();
-    auto response = http::Response::text(ready ? "ok" : "not ready", "text/plain");
-    response.status = ready ? 200 : 503;
+    const std::string failure = co_await unready_();
+    auto response = http::Response::text(failure.empty() ? "ready" : failure, "text/plain");
+    response.status = failure.empty() ? 200 : 503;
     co_return response;
 }
 

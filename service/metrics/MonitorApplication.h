@@ -1,4 +1,4 @@
-// /healthz and /metrics, for a listener that only the operators of the service can reach.
+// /healthz, /readyz and /metrics, for a listener that only the operators of the service can reach.
 #pragma once
 
 #include "service/http/Connection.h"
@@ -9,23 +9,23 @@
 
 namespace kelvo::metrics {
 
-/** Requests to /healthz and /metrics are neither counted nor logged. */
+/** Its requests are neither counted nor logged. */
 class MonitorApplication final : public http::Application
 {
 public:
-    /** `ready` tells whether the service can work; it may take time. */
-    MonitorApplication(const Metrics& metrics, std::function<Async<bool>()> ready);
+    /** `unready` returns why the service cannot work; empty: it can. It may take time. */
+    MonitorApplication(const Metrics& metrics, std::function<Async<std::string>()> unready);
 
     Async<http::Response> handle(http::Request& request) override;
     void requestBegun() override {}
     void requestDone(const http::RequestSummary&) override {}
 
 private:
-    Async<http::Response> health();
+    Async<http::Response> readiness();
     Async<http::Response> show() const;
 
     const Metrics& metrics_;
-    std::function<Async<bool>()> ready_;
+    std::function<Async<std::string>()> unready_;
     http::Router router_;
 };
 

@@ -7,7 +7,7 @@ from kelvowire.events import EventStream
 from kelvowire.farm import WireTest, make_inbox
 from kelvowire.http import CONTRACT, metrics
 
-SAMPLE = re.compile(r'^(kelvo_\w+)(?:\{(.*)\})? (\S+)$')
+SAMPLE = re.compile(r'^((?:kelvo|process)_\w+)(?:\{(.*)\})? (\S+)$')
 LABEL = re.compile(r'(\w+)="((?:[^"\\]|\\.)*)"')
 
 

@@ -1,0 +1,89 @@
+#include "service/ServiceState.h"
+
+#include "service/base/Encoding.h"
+#include "service/base/FileStatus.h"
+#include "service/base/Files.h"
+#include "service/base/Log.h"
+#include "service/store/StateQueries.h"
+
+#include <cerrno>
+#include <exception>
+
+#include <sys/statvfs.h>
+
+namespace kelvo {
+
+ServiceState::ServiceState(store::Database& database, std::filesystem::path dataFolder)
+    : database_(database), dataFolder_(std::move(dataFolder))
+{}
+
+void ServiceState::sample() noexcept
+{
+    for (const auto step :
+         {&ServiceState::sampleDatabase, &ServiceState::sampleDisk, &ServiceState::sampleBackup}) {
+        try {
+            (this->*step)();
+        } catch (const std::exception& error) {
+            logWarning("state-not-read", error.what());
+        }
+    }
+}
+
+void ServiceState::sampleDatabase()
+{
+    database_.readNow([this](soci::session& sql) {
+        sessions_ = static_cast<double>(store::countSessions(sql));
+        const store::OpenUploads open = store::openUploads(sql);
+        openUploads_ = static_cast<double>(open.count);
+        openUploadBytes_ = static_cast<double>(open.lengthBytes);
+        return 0;
+    });
+    double bytes = 0;
+    for (const char* name : {"kelvo.sqlite", "kelvo.sqlite-wal"}) {
+        const auto status = statusOf(dataFolder_ / name);
+        bytes += status ? static_cast<double>(status->sizeBytes) : 0;
+    }
+    databaseBytes_ = bytes;
+}
+
+void ServiceState::sampleDisk()
+{
+    struct statvfs disk
+    {};
+    if (::statvfs(dataFolder_.c_str(), &disk) != 0) {
+        throwErrno("statvfs");
+    }
+    diskBytes_ = static_cast<double>(disk.f_blocks) * static_cast<double>(disk.f_frsize);
+    freeDiskBytes_ = static_cast<double>(disk.f_bavail) * static_cast<double>(disk.f_frsize);
+}
+
+void ServiceState::sampleBackup()
+{
+    const auto file = dataFolder_ / lastBackupName;
+    const auto time = std::filesystem::exists(file) ? parseNumber(readFile(file)) : std::nullopt;
+    backupS_ = static_cast<double>(time.value_or(0)) / 1000;
+}
+
+void ServiceState::showIn(metrics::Metrics& metrics) const
+{
+    struct Row
+    {
+        const char* name;
+        const char* help;
+        const std::atomic<double>& value;
+    };
+    const Row rows[] = {
+        {"kelvo_sessions", "Sessions in the database.", sessions_},
+        {"kelvo_uploads_open", "Unfinished uploads.", openUploads_},
+        {"kelvo_uploads_open_bytes", "Whole length of the unfinished uploads.", openUploadBytes_},
+        {"kelvo_database_bytes", "Size of the database and its write-ahead log.", databaseBytes_},
+        {"kelvo_disk_bytes", "Size of the file system of the data folder.", diskBytes_},
+        {"kelvo_disk_free_bytes", "Free room there for the service.", freeDiskBytes_},
+        {"kelvo_backup_last_seconds", "Time of the latest backup since 1970; 0: none.", backupS_},
+    };
+    for (const Row& row : rows) {
+        metrics.show(row.name, "gauge", row.help, [&value = row.value] { return value.load(); });
+    }
+}
+
+} // namespace kelvo

@@ -1,0 +1,45 @@
+// The signals of the process.
+#pragma once
+
+#include <csignal>
+#include <functional>
+
+namespace kelvo {
+
+/**
+ * The signals that stop the service, and SIGHUP. They are blocked from the start on all threads: an
+ * early signal waits until the service can stop gracefully.
+ */
+class StopSignals
+{
+public:
+    StopSignals()
+    {
+        sigemptyset(&signals_);
+        sigaddset(&signals_, SIGHUP);
+        sigaddset(&signals_, SIGINT);
+        sigaddset(&signals_, SIGTERM);
+        pthread_sigmask(SIG_BLOCK, &signals_, nullptr); // threads made later inherit it
+    }
+
+    /**
+     * Calls `refresh` at an interval, and for each SIGHUP with true, until a signal stops the
+     * service.
+     */
+    void wait(const std::function<void(bool isReload)>& refresh) const
+    {
+        for (;;) {
+            const int which = sigtimedwait(&signals_, nullptr, &interval);
+            if (which == SIGTERM || which == SIGINT) {
+                return;
+            }
+            refresh(which == SIGHUP);
+        }
+    }
+
+private:
+    static constexpr timespec interval{10, 0};
+    sigset_t signals_{};
+};
+
+} // namespace kelvo
