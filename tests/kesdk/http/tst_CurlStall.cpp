@@ -249,8 +249,13 @@ TEST_F(SlowRecord, WaitsWhileTheRestOfACompressedAnswerArrives)
 
 TEST_F(CurlStall, GivesUpAtTheDeadline)
 {
-    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) { session.WaitForEnd(); });
+    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
+        session.ReadHead();
+        session.Write(kHello);
+        session.WaitForEnd();
+    });
     CurlTransport transport(peer.Url(), Trust());
+    ASSERT_EQ(Connect(transport), 200);
     request.limits.total = 600ms;
     const HttpOutcome outcome = transport.Perform(request, {});
     EXPECT_EQ(outcome.failure.code, EErrorCode::eTimeout);
@@ -263,15 +268,19 @@ TEST_F(CurlStall, TellsThatBytesStillMovedAtTheDeadline)
     std::future<void> over = isOver.get_future();
     TlsPeer peer(GoodIdentity(), [&](TlsPeer::Session& session) {
         session.ReadHead();
-        session.Write("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n");
+        session.Write(kHello);
+        session.ReadHead();
+        session.Write("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n");
         while (over.wait_for(5ms) != std::future_status::ready)
-            session.Write("x");
+            session.Write(std::string(100, 'x'));
     });
     CurlTransport transport(peer.Url(), Trust());
+    const int connected = Connect(transport);
     request.limits.total = 1500ms;
     const HttpOutcome outcome = transport.Perform(request, {});
     EXPECT_EQ(outcome.failure.code, EErrorCode::eTimeout);
     EXPECT_TRUE(outcome.tellsNothingAboutLink);
+    EXPECT_EQ(connected, 200);
     isOver.set_value();
 }
 
