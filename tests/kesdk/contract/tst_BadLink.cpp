@@ -145,8 +145,9 @@ TEST_F(BadLink, ResumesAnUploadAfterARestart)
     EXPECT_EQ(farm.Content(listed.content.front().id), Content());
     EXPECT_LT(link.BytesToService() - before, MostBytesOfAResumedUpload());
     std::filesystem::remove(folder.Path("job.zip")); // as the console does
-    connection->Unsubscribe(&listener);
-    connection.reset();
+    EXPECT_FALSE(
+        connection->Upload(folder.WidePath("job.zip").c_str(), {static_cast<std::uint64_t>(inbox)}))
+        << "the file is gone";
     EXPECT_TRUE(std::filesystem::is_empty(state.Path("sdk")));
 }
 
