@@ -31,6 +31,10 @@ void TPositionFeed::End()
 
 void TPositionFeed::OnSentence(const TNmeaSentence& sentence)
 {
+    if (sentence.kind == ESentenceKind::eVtg) {
+        m_judge.TakeMotion(sentence, m_nowMs);
+        return;
+    }
     TReceivedFix fix;
     if (m_judge.Judge(sentence, m_nowMs, fix)) {
         m_deadlineMs = m_nowMs + silenceMs;

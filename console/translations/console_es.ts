@@ -90,6 +90,18 @@
         <source>Position</source>
         <translation>Posición</translation>
     </message>
+    <message>
+        <source>Satellites: %1</source>
+        <translation>Satélites: %1</translation>
+    </message>
+    <message>
+        <source>Speed: %1 km/h</source>
+        <translation>Velocidad: %1 km/h</translation>
+    </message>
+    <message>
+        <source>Heading: %1°</source>
+        <translation>Rumbo: %1°</translation>
+    </message>
     <message numerus="yes">
         <source>%n new</source>
         <translation>

@@ -90,6 +90,18 @@
         <source>Position</source>
         <translation>Position</translation>
     </message>
+    <message>
+        <source>Satellites: %1</source>
+        <translation>Satellites&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>Speed: %1 km/h</source>
+        <translation>Vitesse&#xa0;: %1 km/h</translation>
+    </message>
+    <message>
+        <source>Heading: %1°</source>
+        <translation>Cap&#xa0;: %1°</translation>
+    </message>
     <message numerus="yes">
         <source>%n new</source>
         <translation>

@@ -99,9 +99,38 @@ THomeCard StorageCard(const THomeState& state)
                     : TTexts::tr("Free: not known")};
 }
 
+// A receiver that stands still has no heading.
+QString MotionText(const console::TReceivedFix& fix)
+{
+    constexpr double leastKmh = 0.5;
+    QStringList parts;
+    if (fix.speedKmh) {
+        parts << Unbroken(
+            TTexts::tr("Speed: %1 km/h").arg(QLocale().toString(*fix.speedKmh, 'f', 1)));
+    }
+    if (fix.headingDegrees && fix.speedKmh.value_or(0.0) >= leastKmh) {
+        parts << TTexts::tr("Heading: %1\u00b0")
+                     .arg(Number(qRound(*fix.headingDegrees) % 360))
+                     .replace(QLatin1Char(' '), QChar(QChar::Nbsp));
+    }
+    return parts.join(QStringLiteral("   "));
+}
+
 THomeCard PositionCard(const THomeState& state)
 {
-    return {TTexts::tr("Position"), QString(), console::PositionWords(state.position).text};
+    const QString title = TTexts::tr("Position");
+    const console::TReceivedFix& fix = state.position.fix;
+    if (state.position.state != console::EPositionState::eFix) {
+        return {title, QString(), console::PositionWords(state.position).text};
+    }
+    QString quality = console::QualityText(fix.quality);
+    if (fix.satellites) {
+        quality += QStringLiteral("   ") +
+                   Unbroken(TTexts::tr("Satellites: %1").arg(Number(*fix.satellites)));
+    }
+    QStringList lines{quality, console::PlaceText(fix), MotionText(fix)};
+    lines.removeAll(QString());
+    return {title, QString(), lines.join(QLatin1Char('\n'))};
 }
 
 } // namespace

@@ -71,7 +71,7 @@ QString Translate(const char* text)
 
 QString Degrees(double degrees, QLatin1Char positive, QLatin1Char negative)
 {
-    return QString::number(std::fabs(degrees), 'f', 5) + QStringLiteral("\u00b0 ") +
+    return QLocale().toString(std::fabs(degrees), 'f', 5) + QStringLiteral("\u00b0 ") +
            (degrees < 0 ? negative : positive);
 }
 
@@ -87,15 +87,23 @@ QString Age(const TPositionState& state)
 
 namespace console {
 
+QString QualityText(EFixQuality quality)
+{
+    return Translate(Row(qualityTexts, quality));
+}
+
+QString PlaceText(const TReceivedFix& fix)
+{
+    return Degrees(fix.latitudeDegrees, QLatin1Char('N'), QLatin1Char('S')) + QStringLiteral("  ") +
+           Degrees(fix.longitudeDegrees, QLatin1Char('E'), QLatin1Char('W'));
+}
+
 TStatusWords PositionWords(const TPositionState& state)
 {
     if (state.state == EPositionState::eFix) {
         return {QStringLiteral("gps-fix"),
-                QStringLiteral("%1  %2  %3  %4")
-                    .arg(Translate(Row(qualityTexts, state.fix.quality)),
-                         Degrees(state.fix.latitudeDegrees, QLatin1Char('N'), QLatin1Char('S')),
-                         Degrees(state.fix.longitudeDegrees, QLatin1Char('E'), QLatin1Char('W')),
-                         Age(state))};
+                QStringLiteral("%1  %2  %3")
+                    .arg(QualityText(state.fix.quality), PlaceText(state.fix), Age(state))};
     }
     if (state.state == EPositionState::eLost && state.source == ESourceState::eRunning) {
         return {QStringLiteral("gps-lost"),

@@ -16,6 +16,10 @@ struct TStatusWords
     QString text;
 };
 
+// Such as "RTK".
+QString QualityText(EFixQuality quality);
+// Such as "52.12050° N  11.62760° E".
+QString PlaceText(const TReceivedFix& fix);
 TStatusWords PositionWords(const TPositionState& state);
 TStatusWords LinkWords(const kesdkimpl::LinkStatus& status);
 // Such as "No network"; empty without a problem.

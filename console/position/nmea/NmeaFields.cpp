@@ -1,5 +1,6 @@
 #include "console/position/nmea/NmeaFields.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -8,6 +9,7 @@ namespace {
 using console::EFixQuality;
 
 constexpr std::size_t maxFractionDigits = 9;
+constexpr std::size_t maxWholeDigits = 6;
 
 // Digits, then optionally a point and more digits.
 struct TNumber
@@ -129,6 +131,15 @@ std::optional<double> ReadLatitude(std::string_view field, std::string_view hemi
 std::optional<double> ReadLongitude(std::string_view field, std::string_view hemisphere)
 {
     return Signed(ReadAngle(field, 3, 180), hemisphere, 'E', 'W');
+}
+
+std::optional<double> ReadDecimal(std::string_view field)
+{
+    const std::size_t digits = std::min(field.find('.'), field.size());
+    const auto number =
+        digits == 0 || digits > maxWholeDigits ? std::nullopt : ReadNumber(field, digits);
+    return number ? std::optional(static_cast<double>(number->whole) + number->fraction)
+                  : std::nullopt;
 }
 
 std::optional<EFixQuality> ReadQuality(std::string_view field)

@@ -36,6 +36,8 @@ std::optional<TTimeOfDay> ReadTimeOfDay(std::string_view field);
 std::optional<double> ReadLatitude(std::string_view field, std::string_view hemisphere);
 // "dddmm.mmm" with "E" or "W", in degrees, west negative.
 std::optional<double> ReadLongitude(std::string_view field, std::string_view hemisphere);
+// Digits with or without a fraction, at most 6 before the point.
+std::optional<double> ReadDecimal(std::string_view field);
 // The quality of a GGA sentence.
 std::optional<EFixQuality> ReadQuality(std::string_view field);
 // A mode indicator with one letter for each satellite system: the best letter counts.

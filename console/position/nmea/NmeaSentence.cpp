@@ -11,6 +11,7 @@ using console::ESentenceKind;
 using console::TNmeaSentence;
 
 constexpr int absent = -1;
+constexpr double kmhPerKnot = 1.852;
 
 // The places of the fields in a kind of sentence; the address is field 0.
 struct TLayout
@@ -22,13 +23,17 @@ struct TLayout
     int status;   // "A" or "V"
     int quality;
     int mode; // in newer receivers only, if there is a status
+    int satellites;
+    int speed; // knots
+    int heading;
 };
 
 constexpr std::array<TLayout, console::sentenceKindCount> layoutTable = {{
-    {"GGA", ESentenceKind::eGga, 1, 2, absent, 6, absent},
-    {"RMC", ESentenceKind::eRmc, 1, 3, 2, absent, 12},
-    {"GLL", ESentenceKind::eGll, 5, 1, 6, absent, 7},
-    {"GNS", ESentenceKind::eGns, 1, 2, absent, absent, 6},
+    {"GGA", ESentenceKind::eGga, 1, 2, absent, 6, absent, 7, absent, absent},
+    {"RMC", ESentenceKind::eRmc, 1, 3, 2, absent, 12, absent, 7, 8},
+    {"GLL", ESentenceKind::eGll, 5, 1, 6, absent, 7, absent, absent, absent},
+    {"GNS", ESentenceKind::eGns, 1, 2, absent, absent, 6, 7, absent, absent},
+    {"VTG", ESentenceKind::eVtg, absent, absent, absent, absent, 9, absent, 5, 1},
 }};
 
 constexpr std::size_t maxFields = 32;
@@ -131,6 +136,32 @@ bool ReadValidity(const TLayout& layout, const TFields& fields, TNmeaSentence& s
     return status == "A" || status == "V";
 }
 
+// A field that is empty or damaged stays empty: the position does not depend on it.
+void ReadExtras(const TLayout& layout, const TFields& fields, TNmeaSentence& sentence)
+{
+    if (const auto satellites = console::ReadDecimal(fields.At(layout.satellites))) {
+        sentence.satellites = static_cast<int>(*satellites);
+    }
+    if (const auto knots = console::ReadDecimal(fields.At(layout.speed))) {
+        sentence.speedKmh = *knots * kmhPerKnot;
+    }
+    const auto heading = console::ReadDecimal(fields.At(layout.heading));
+    if (heading && *heading <= 360.0) {
+        sentence.headingDegrees = heading;
+    }
+}
+
+// A VTG sentence.
+EReading ReadMotion(const TLayout& layout, const TFields& fields, TNmeaSentence& sentence)
+{
+    const std::string_view mode = fields.At(layout.mode);
+    if (mode.empty() ||
+        console::ReadMode(mode).value_or(EFixQuality::eNone) != EFixQuality::eNone) {
+        ReadExtras(layout, fields, sentence);
+    }
+    return EReading::eMotion;
+}
+
 } // namespace
 
 namespace console {
@@ -149,6 +180,9 @@ EReading ReadSentence(std::string_view text, TNmeaSentence& sentence)
     }
     sentence = TNmeaSentence();
     sentence.kind = layout->kind;
+    if (layout->latitude == absent) {
+        return ReadMotion(*layout, fields, sentence);
+    }
     if (!ReadValidity(*layout, fields, sentence)) {
         return EReading::eMalformed;
     }
@@ -164,6 +198,7 @@ EReading ReadSentence(std::string_view text, TNmeaSentence& sentence)
     }
     sentence.latitudeDegrees = *latitude;
     sentence.longitudeDegrees = *longitude;
+    ReadExtras(*layout, fields, sentence);
     return EReading::eRead;
 }
 

@@ -18,6 +18,12 @@ bool TFixJudge::Judge(const TNmeaSentence& sentence, std::int64_t nowMs, TReceiv
         fix.longitudeDegrees = sentence.longitudeDegrees;
         fix.utcTime = sentence.time->hhmmss; // a valid sentence has a time
         fix.quality = Quality(nowMs, sentence);
+        TakeMotion(sentence, nowMs);
+        if (sentence.satellites) {
+            m_extras.satellites = sentence.satellites;
+            m_extras.satellitesAtMs = nowMs;
+        }
+        AddExtras(nowMs, fix);
     }
     return isFix;
 }
@@ -25,6 +31,27 @@ bool TFixJudge::Judge(const TNmeaSentence& sentence, std::int64_t nowMs, TReceiv
 void TFixJudge::Restart()
 {
     m_verdicts = {};
+    m_extras = {};
+}
+
+void TFixJudge::TakeMotion(const TNmeaSentence& sentence, std::int64_t nowMs)
+{
+    if (sentence.speedKmh) {
+        m_extras.speedKmh = sentence.speedKmh;
+        m_extras.headingDegrees = sentence.headingDegrees;
+        m_extras.motionAtMs = nowMs;
+    }
+}
+
+void TFixJudge::AddExtras(std::int64_t nowMs, TReceivedFix& fix) const
+{
+    if (nowMs - m_extras.satellitesAtMs < rememberMs) {
+        fix.satellites = m_extras.satellites;
+    }
+    if (nowMs - m_extras.motionAtMs < rememberMs) {
+        fix.speedKmh = m_extras.speedKmh;
+        fix.headingDegrees = m_extras.headingDegrees;
+    }
 }
 
 const TFixJudge::TVerdict& TFixJudge::Verdict(ESentenceKind kind) const

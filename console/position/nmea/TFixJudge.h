@@ -8,13 +8,17 @@
 
 namespace console {
 
-// A valid position. All values but the quality come from one sentence.
+// A valid position. The place and the time come from one sentence.
 struct TReceivedFix
 {
     double latitudeDegrees = 0.0;
     double longitudeDegrees = 0.0;
     double utcTime = 0.0; // hhmmss.ss, as the receiver wrote it
     EFixQuality quality = EFixQuality::eNone;
+    // From the last sentence that had them, at most rememberMs before.
+    std::optional<int> satellites;
+    std::optional<double> speedKmh;
+    std::optional<double> headingDegrees; // of the motion, from true north; 0 to 360
 };
 
 // A receiver reports each epoch in several sentences of different kinds, in any order. The judge
@@ -39,9 +43,11 @@ class TFixJudge
 public:
     static constexpr std::int64_t rememberMs = 5000;
 
-    // Takes a sentence and returns whether there is a fix; if so, sets `fix`.
+    // Takes a sentence with a position, which VTG has not, and returns whether there is a fix; if so, sets `fix`.
     bool Judge(const TNmeaSentence& sentence, std::int64_t nowMs, TReceivedFix& fix);
-    // Forgets all verdicts, for another receiver or a new connection.
+    // Takes the speed and the heading of a valid sentence of any kind.
+    void TakeMotion(const TNmeaSentence& sentence, std::int64_t nowMs);
+    // Forgets everything, for another receiver or a new connection.
     void Restart();
 
 private:
@@ -57,7 +63,19 @@ private:
     bool Holds(const TVerdict& verdict, std::int64_t nowMs) const;
     EFixQuality Quality(std::int64_t nowMs, const TNmeaSentence& sentence) const;
 
-    std::array<TVerdict, sentenceKindCount> m_verdicts;
+    struct TExtras
+    {
+        std::optional<int> satellites;
+        std::int64_t satellitesAtMs = 0;
+        std::optional<double> speedKmh;
+        std::optional<double> headingDegrees;
+        std::int64_t motionAtMs = 0;
+    };
+
+    void AddExtras(std::int64_t nowMs, TReceivedFix& fix) const;
+
+    std::array<TVerdict, positionKindCount> m_verdicts;
+    TExtras m_extras;
 };
 
 } // namespace console

@@ -88,6 +88,10 @@ void TNmeaReader::EndSentence()
         ++m_counts.positions;
         m_onSentence(sentence);
         break;
+    case EReading::eMotion:
+        ++m_counts.others;
+        m_onSentence(sentence);
+        break;
     case EReading::eOtherKind:
         ++m_counts.others;
         break;

@@ -29,7 +29,8 @@ struct TNmeaCounts
     }
 };
 
-// Takes bytes in pieces of any size and calls a function for each whole sentence with a position.
+// Takes bytes in pieces of any size and calls a function for each whole sentence with a position
+// or a motion.
 // All other bytes are skipped, and other sentences are counted: no input is an error.
 //
 // A sentence begins with "$", also inside a line whose beginning is missing. It ends with the line

@@ -65,6 +65,44 @@ private Q_SLOTS:
         QCOMPARE(sentence.quality ? static_cast<int>(*sentence.quality) : -1, quality);
     }
 
+    void readsSatellitesSpeedAndHeading_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("satellites");
+        QTest::addColumn<double>("speedKmh");
+        QTest::addColumn<double>("heading");
+        QTest::newRow("GGA") << QByteArray("GPGGA,093015,5030.0,N,00815.0,W,4,14,,,,,,,") << 14
+                             << -1.0 << -1.0;
+        QTest::newRow("GNS") << QByteArray("GNGNS,093015,5030.0,N,00815.0,W,RR,21,,,,,") << 21
+                             << -1.0 << -1.0;
+        QTest::newRow("RMC") << QByteArray("GPRMC,093015,A,5030.0,N,00815.0,W,5.5,271.5,010226,,,A")
+                             << -1 << 10.186 << 271.5;
+        QTest::newRow("VTG") << QByteArray("GPVTG,90.0,T,88.0,M,10.0,N,18.5,K,D") << -1 << 18.52
+                             << 90.0;
+        QTest::newRow("VTG, old") << QByteArray("GPVTG,90.0,T,88.0,M,10.0,N,18.5,K") << -1 << 18.52
+                                  << 90.0;
+        QTest::newRow("VTG without a fix")
+            << QByteArray("GPVTG,90.0,T,,M,10.0,N,18.5,K,N") << -1 << -1.0 << -1.0;
+        QTest::newRow("empty") << QByteArray("GPRMC,093015,A,5030.0,N,00815.0,W,,,010226,,,A") << -1
+                               << -1.0 << -1.0;
+        QTest::newRow("damaged") << QByteArray(
+                                        "GPRMC,093015,A,5030.0,N,00815.0,W,-1,361,010226,,,A")
+                                 << -1 << -1.0 << -1.0;
+    }
+
+    void readsSatellitesSpeedAndHeading()
+    {
+        QFETCH(QByteArray, body);
+        TFixture fixture;
+        fixture.Take(Sentence(body));
+        QCOMPARE(fixture.sentences.size(), std::size_t(1));
+        QCOMPARE(fixture.reader.Counts().Faulty(), std::uint64_t(0));
+        const TNmeaSentence& sentence = fixture.sentences.front();
+        QTEST(sentence.satellites.value_or(-1), "satellites");
+        QTEST(sentence.speedKmh.value_or(-1.0), "speedKmh");
+        QTEST(sentence.headingDegrees.value_or(-1.0), "heading");
+    }
+
     void readsSentencesWithoutAFix_data()
     {
         QTest::addColumn<QByteArray>("body");

@@ -51,6 +51,32 @@ private Q_SLOTS:
         QCOMPARE(fixture.gpsLost, gained);
     }
 
+    // GGA has the satellites, RMC or VTG the motion.
+    void completesTheFixFromOtherKindsOfSentences()
+    {
+        TFixture fixture;
+        fixture.Take(Gga("093015", '4'));
+        QVERIFY(!fixture.monitor.State().fix.speedKmh);
+        fixture.Take(Rmc("093015", 'A'));
+        QCOMPARE(fixture.monitor.State().fix.satellites, std::optional(9));
+        QCOMPARE(fixture.monitor.State().fix.speedKmh, std::optional(1.5 * 1.852));
+        QCOMPARE(fixture.monitor.State().fix.headingDegrees, std::optional(90.0));
+        fixture.TakeLater(Sentence("GPVTG,45.0,T,,M,10.0,N,,K,A") + Gga("093016", '4'));
+        QCOMPARE(fixture.monitor.State().fix.speedKmh, std::optional(18.52));
+        QCOMPARE(fixture.monitor.State().fix.headingDegrees, std::optional(45.0));
+    }
+
+    void forgetsAMotionThatNoSentenceRepeats()
+    {
+        TFixture fixture;
+        fixture.Take(Gga("093015", '4') + Rmc("093015", 'A'));
+        for (int second = 16; second <= 20; ++second) {
+            fixture.TakeLater(Gga("0930" + QByteArray::number(second), '4'));
+            QCOMPARE(fixture.monitor.State().fix.speedKmh.has_value(), second < 20);
+        }
+        QCOMPARE(fixture.monitor.State().fix.satellites, std::optional(9));
+    }
+
     void losesTheFixWhenOneKindOfSentenceIsVoid_data()
     {
         QTest::addColumn<QByteArray>("bytes");

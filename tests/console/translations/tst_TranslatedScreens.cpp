@@ -123,6 +123,9 @@ private:
             states[i].folders = console::TFolderFigures(); // no folder can be read
         }
         for (int i = 2; i < states.size(); ++i) {
+            states[i].position.fix.satellites = 88;
+            states[i].position.fix.speedKmh = 188.8;
+            states[i].position.fix.headingDegrees = 288.0;
             states[i].service.fill(console::THomeState::TServiceCount{10'000, 8888});
             states[i].folders->categories.fill({10'000, 10'000});
             states[i].folders->freeBytes = 888'800'000'000;

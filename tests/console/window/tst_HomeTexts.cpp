@@ -90,6 +90,31 @@ private Q_SLOTS:
         QCOMPARE(link.text, QStringLiteral("Service does not answer\nLast contact: %1").arg(time));
     }
 
+    void showsThePosition()
+    {
+        const auto text = [](const THomeState& state) {
+            QString words = console::StateCards(state).at(1).text;
+            return words.replace(QChar(QChar::Nbsp), QLatin1Char(' '));
+        };
+        THomeState state;
+        QCOMPARE(text(state), QStringLiteral("No position source"));
+        state.position.state = console::EPositionState::eFix;
+        state.position.source = console::ESourceState::eRunning;
+        state.position.fix = {52.5, -11.25, 0.0, console::EFixQuality::eRtkFixed, {}, {}, {}};
+        QCOMPARE(text(state), QStringLiteral("RTK\n52.50000\u00b0 N  11.25000\u00b0 W"));
+        state.position.fix.satellites = 14;
+        state.position.fix.speedKmh = 10.186;
+        state.position.fix.headingDegrees = 359.6;
+        QCOMPARE(text(state),
+                 QStringLiteral("RTK   Satellites: 14\n52.50000\u00b0 N  11.25000\u00b0 W\n"
+                                "Speed: 10.2 km/h   Heading: 0\u00b0"));
+        state.position.fix.speedKmh = 0.4;
+        QVERIFY(text(state).endsWith(QStringLiteral("\nSpeed: 0.4 km/h")));
+        state.position.state = console::EPositionState::eLost;
+        state.position.ageMs = 12'000;
+        QCOMPARE(text(state), QStringLiteral("Position lost 12 s ago"));
+    }
+
     void showsTheFreeSpace()
     {
         THomeState state;

@@ -103,6 +103,10 @@ void CheckFix(const TReceivedFix& fix, const std::vector<TPlace>& places)
            "a position is on Earth");
     Demand(fix.utcTime >= 0.0 && fix.utcTime < 235961.0, "a time is within a day");
     Demand(fix.quality != EFixQuality::eNone, "a fix has a quality");
+    Demand(fix.satellites.value_or(0) >= 0, "a number of satellites is not negative");
+    Demand(fix.speedKmh.value_or(0.0) >= 0.0, "a speed is not negative");
+    const double heading = fix.headingDegrees.value_or(0.0);
+    Demand(heading >= 0.0 && heading <= 360.0, "a heading is within a circle");
     Demand(std::any_of(places.begin(), places.end(),
                        [&](const TPlace& place) {
                            return std::abs(std::get<0>(place) - fix.latitudeDegrees) < 1e-9 &&
@@ -116,7 +120,13 @@ std::vector<TReceivedFix> Read(std::string_view text, std::size_t pieceBytes)
     std::vector<TReceivedFix> fixes;
     console::TFixJudge judge;
     std::uint64_t sentences = 0;
+    std::uint64_t motions = 0;
     TNmeaReader reader([&](const TNmeaSentence& sentence) {
+        if (sentence.kind == console::ESentenceKind::eVtg) {
+            ++motions;
+            judge.TakeMotion(sentence, static_cast<std::int64_t>(sentences) * 100);
+            return;
+        }
         ++sentences;
         Demand(!sentence.isValid || sentence.time.has_value(), "a valid sentence has a time");
         TReceivedFix fix;
@@ -128,13 +138,15 @@ std::vector<TReceivedFix> Read(std::string_view text, std::size_t pieceBytes)
         reader.Take(text.substr(0, pieceBytes));
     }
     Demand(reader.Counts().positions == sentences, "every sentence is counted once");
+    Demand(reader.Counts().others >= motions, "every motion is counted");
     return fixes;
 }
 
 bool AreSame(const TReceivedFix& a, const TReceivedFix& b)
 {
     return a.latitudeDegrees == b.latitudeDegrees && a.longitudeDegrees == b.longitudeDegrees &&
-           a.utcTime == b.utcTime && a.quality == b.quality;
+           a.utcTime == b.utcTime && a.quality == b.quality && a.satellites == b.satellites &&
+           a.speedKmh == b.speedKmh && a.headingDegrees == b.headingDegrees;
 }
 
 } // namespace
