@@ -1,4 +1,4 @@
-// Counts the files in the console's folders on a thread of its own.
+// Counts the files in the console's folders. The count has its own thread.
 #pragma once
 
 #include "core/KelvoRecords.h"

@@ -99,7 +99,7 @@ THomeCard StorageCard(const THomeState& state)
                     : TTexts::tr("Free: not known")};
 }
 
-// A receiver that stands still has no heading.
+// The heading of a standing vehicle is noise.
 QString MotionText(const console::TReceivedFix& fix)
 {
     constexpr double leastKmh = 0.5;

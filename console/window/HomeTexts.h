@@ -23,7 +23,7 @@ struct THomeState
     };
 
     bool isLoggedIn = false;
-    // Empty: not listed, or nobody is logged in.
+    // Empty: the service has not listed the category, or the operator is logged out.
     std::array<std::optional<TServiceCount>, KELVO_PROJECT_COUNT> service;
     std::optional<TFolderFigures> folders; // empty: not counted yet, or the medium is silent
     kesdkimpl::LinkStatus link;

@@ -10,8 +10,8 @@ class ConfigManager;
 
 namespace console {
 
-// From the hub's signals, the local folders, the status of the link and the position. Nothing is
-// asked of the service. Thread: main; waits for no disk, except that a look at new files is stored.
+// From the hub's signals, the local folders, the status of the link and the position. It
+// sends no request. Thread: main; waits for no disk, except that a look at new files is stored.
 class TDashboard
 {
 public:
@@ -24,8 +24,6 @@ public:
     // exactly these names in this order, its files are no longer new.
     void OnNamesShown(const QStringList& names);
     THomeState State(TFolderCounter::TClock::time_point now);
-    // The next State() counts the files in the folders anew.
-    void Refresh() { m_folders.Refresh(); }
 
 private:
     ConfigManager& m_config;

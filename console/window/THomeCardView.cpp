@@ -56,27 +56,32 @@ THomeCardView::THomeCardView(QWidget* parent)
     ShowColours();
 }
 
-void THomeCardView::Show(const THomeCard& card)
+void THomeCardView::Show(const THomeCard& card, int width)
 {
+    m_text->setText(card.text);
+    if (m_title->text() == card.title && m_badge->text() == card.badge && m_width == width) {
+        return;
+    }
+    m_width = width;
     m_title->setText(card.title);
     m_badge->setText(card.badge);
     m_badge->setVisible(!card.badge.isEmpty());
-    m_text->setText(card.text);
+    Fit();
 }
 
-void THomeCardView::Fit(int width)
+void THomeCardView::Fit()
 {
     // A long word gets narrower letters of the same height.
     QFont font = LabelFont(true);
     m_title->setFont(font);
-    while (m_title->minimumSizeHint().width() > width - 2 * margin &&
+    while (m_title->minimumSizeHint().width() > m_width - 2 * margin &&
            font.stretch() > leastStretch) {
         font.setStretch(font.stretch() - stretchStep);
         m_title->setFont(font);
     }
     const int beside = m_title->minimumSizeHint().width() + m_badge->sizeHint().width() +
                        m_head->spacing() + 2 * margin;
-    m_head->setDirection(beside > width ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    m_head->setDirection(beside > m_width ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
 }
 
 QString THomeCardView::Text() const

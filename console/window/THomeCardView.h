@@ -18,9 +18,9 @@ class THomeCardView : public QFrame
 public:
     explicit THomeCardView(QWidget* parent = nullptr);
 
-    void Show(const THomeCard& card);
-    // Puts the badge beside the title if the card has that width, in pixels, or else below it.
-    void Fit(int width);
+    // `width`: of the card, in pixels. The badge is beside the title, or below it if the title is
+    // too long. Does nothing if nothing has changed.
+    void Show(const THomeCard& card, int width);
     QString Text() const;
 
 protected:
@@ -28,12 +28,14 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    void Fit();
     void ShowColours();
 
     QBoxLayout* m_head;
     QLabel* m_title;
     QLabel* m_badge;
     QLabel* m_text;
+    int m_width = 0;
 };
 
 } // namespace console

@@ -56,16 +56,22 @@ THomePage::THomePage(QWidget* parent) : QWidget(parent), m_notice(new QLabel), m
         m_views << new THomeCardView;
     }
     SetNotice({});
+    Arrange();
     Show({});
 }
 
 void THomePage::Show(const THomeState& state)
 {
-    const QVector<THomeCard> cards = Cards(state);
-    for (int i = 0; i < cards.size(); ++i) {
-        m_views.at(i)->Show(cards.at(i));
+    m_cards = Cards(state);
+    ShowCards();
+}
+
+void THomePage::ShowCards()
+{
+    const int cardWidth = (width() - edges) / m_columns - 2 * gap;
+    for (int i = 0; i < m_cards.size(); ++i) {
+        m_views.at(i)->Show(m_cards.at(i), cardWidth);
     }
-    Arrange();
 }
 
 QStringList THomePage::Texts() const
@@ -80,9 +86,6 @@ QStringList THomePage::Texts() const
 void THomePage::Arrange()
 {
     const int columns = Columns(width());
-    for (THomeCardView* const view : qAsConst(m_views)) {
-        view->Fit((width() - edges) / columns - 2 * gap);
-    }
     if (columns == m_columns) {
         return;
     }
@@ -99,6 +102,7 @@ void THomePage::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
     Arrange();
+    ShowCards();
 }
 
 void THomePage::UpdateFocusPolicy()

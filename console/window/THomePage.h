@@ -41,12 +41,14 @@ protected:
 
 private:
     void Arrange();
+    void ShowCards();
     void UpdateFocusPolicy();
 
     QLabel* m_notice;
     QGridLayout* m_grid;
     QScrollArea* m_area;
-    QVector<THomeCardView*> m_views;
+    QVector<THomeCard> m_cards;
+    QVector<THomeCardView*> m_views; // one for each card
     int m_columns = 0;
 };
 

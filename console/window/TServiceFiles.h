@@ -17,7 +17,7 @@ public:
 
     // For all categories together.
     hostimpl::EListing Listing() const;
-    // Null while nobody is logged in, and until the service has listed the category.
+    // Null until the service has listed the category, and while the operator is logged out.
     const KelvoFileInfoList* Files(int project) const;
 
 private:

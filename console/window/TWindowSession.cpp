@@ -182,7 +182,7 @@ void TWindowSession::ShowTransfer(const kesdkimpl::LinkStatus& status)
 }
 
 // A list on an open page is what the operator looks at. A hidden entry of a search counts too.
-void TWindowSession::ShowHome(const kesdkimpl::LinkStatus& status)
+void TWindowSession::NoteShownNames()
 {
     const QWidget* const page = m_window->CurrentPage();
     const auto lists = page == nullptr ? QList<TListWidget*>() : page->findChildren<TListWidget*>();
@@ -193,7 +193,16 @@ void TWindowSession::ShowHome(const kesdkimpl::LinkStatus& status)
         }
         m_dashboard.OnNamesShown(names);
     }
-    THomeState state = m_dashboard.State(std::chrono::steady_clock::now());
+}
+
+void TWindowSession::ShowHome(const kesdkimpl::LinkStatus& status)
+{
+    const auto now = std::chrono::steady_clock::now();
+    THomeState state = m_dashboard.State(now);
+    if (state.NewFiles() > 0) { // to read a long list takes time
+        NoteShownNames();
+        state = m_dashboard.State(now);
+    }
     state.link = status;
     state.position = m_plugin.Position().State();
     m_window->Home().Show(state);

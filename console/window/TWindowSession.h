@@ -70,6 +70,7 @@ private:
     void OnHubEvent(const THubEvent& event);
     void ShowLink();
     void ShowTransfer(const kesdkimpl::LinkStatus& status);
+    void NoteShownNames();
     void ShowHome(const kesdkimpl::LinkStatus& status);
     void OpenSettings();
     void SaveSettings(const TStoredSettings& settings);

@@ -1,4 +1,4 @@
-// TFolderCounter: what it counts, and that a silent medium stops nobody.
+// TFolderCounter: what it counts, and that no caller waits for a silent medium.
 #include "console/session/TFolderCounter.h"
 #include "host/TSystemSettingsProxy.h"
 #include "hostimpl/Folders.h"
