@@ -1,5 +1,6 @@
 // TDashboard: the figures after the hub's signals and after a look at a list.
 #include "console/window/TDashboard.h"
+#include "hostimpl/Listing.h"
 #include "hostimpl/TConfigStore.h"
 #include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
@@ -63,6 +64,19 @@ private Q_SLOTS:
         QCOMPARE(state.service.at(maps)->isNew, 0);
         QCOMPARE(state.service.at(maps)->files, 2);
         QCOMPARE(state.service.at(curves)->isNew, 1);
+    }
+
+    void tellsTheListsWhyTheyAreEmpty()
+    {
+        hostimpl::SetListing(hostimpl::EListing::eListed);
+        TDashboard dashboard(m_config, QString(), NoFolders);
+        QCOMPARE(hostimpl::CurrentListing(), hostimpl::EListing::eLoggedOut);
+        LogIn(dashboard, QStringLiteral("olga"));
+        QCOMPARE(hostimpl::CurrentListing(), hostimpl::EListing::eNotListed);
+        for (const int project : {0, 2, 3, 4, 5, 6}) {
+            List(dashboard, project, {});
+        }
+        QCOMPARE(hostimpl::CurrentListing(), hostimpl::EListing::eListed);
     }
 
     void showsNoFiguresOfAnEndedSession()
