@@ -1,17 +1,22 @@
 #include "console/settings/Scrolling.h"
 
+#include "hostimpl/Theme.h"
+
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QScroller>
 
 namespace console {
 
-QScrollArea* MakeScrollArea(QWidget* content)
+QScrollArea* MakeScrollArea(QWidget* content, EBar bar)
 {
     auto* const area = new QScrollArea;
     area->setFrameShape(QFrame::NoFrame);
     area->setWidgetResizable(true);
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area->setFocusPolicy(Qt::NoFocus);
+    area->setProperty(hostimpl::NARROW_BAR, bar == EBar::eNarrow);
+    // Qt's own minimum has place for three widths of the scroll bar.
+    area->setMinimumSize(hostimpl::TOUCH_SIZE, hostimpl::TOUCH_SIZE);
     area->setWidget(content);
     QScroller::grabGesture(area->viewport(), QScroller::LeftMouseButtonGesture);
     return area;

@@ -15,11 +15,14 @@
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
 
 constexpr QSize buttonSize(170, PROPERTY_WIDGET_HEIGHT);
 constexpr QSize restartSize(220, PROPERTY_WIDGET_HEIGHT);
 constexpr int gap = 4;
+constexpr int messageBar = 32; // the place of the scroll bar beside the message
 
 } // namespace
 
@@ -43,6 +46,7 @@ TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(new Q
     m_message->setWordWrap(true);
     m_message->setTextFormat(Qt::PlainText);
     m_message->setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    m_message->setMargin(gap);
     m_save = new TPushButton(this, tr("Save"), buttonSize, {}, 0, tr("Keep what is shown"));
     m_discard = new TPushButton(this, tr("Discard"), buttonSize, {}, 0, tr("Show what was kept"));
     m_restart = new TPushButton(this, tr("Restart now"), restartSize, {}, 0,
@@ -52,17 +56,18 @@ TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(new Q
     }
     m_restart->setFixedSize(restartSize);
     auto* const bottom = new QHBoxLayout;
-    bottom->setContentsMargins(4 * gap, gap, gap, gap);
-    // Without its own area a long message would make the page so high that the whole page scrolls.
-    QScrollArea* const message = MakeScrollArea(m_message);
-    message->setFixedHeight(buttonSize.height());
-    bottom->addWidget(message, 1);
+    bottom->setContentsMargins(gap, gap, gap, gap);
+    bottom->addStretch();
     bottom->addWidget(m_restart);
     bottom->addWidget(m_discard);
     bottom->addWidget(m_save);
     auto* const all = new QVBoxLayout(this);
     all->setContentsMargins(0, 0, 0, 0);
     all->addWidget(MakeScrollArea(rows), 1);
+    // Without its own area a long message would make the page so high that the whole page scrolls.
+    m_messageArea = MakeScrollArea(m_message, EBar::eNarrow);
+    m_messageArea->hide();
+    all->addWidget(m_messageArea);
     all->addLayout(bottom);
 
     for (TPropertyWidget* const row : qAsConst(m_rows)) {
@@ -162,6 +167,12 @@ void TSettingsPage::Save()
 void TSettingsPage::SetMessage(const QString& text)
 {
     m_message->setText(Breakable(text));
+    m_messageArea->setVisible(!text.isEmpty());
+    if (text.isEmpty()) {
+        return;
+    }
+    const int needed = m_message->heightForWidth(std::max(width() - messageBar, messageBar));
+    m_messageArea->setFixedHeight(std::min(needed, 2 * hostimpl::TOUCH_SIZE));
 }
 
 QString TSettingsPage::Message() const

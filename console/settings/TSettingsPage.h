@@ -10,6 +10,7 @@
 #include <optional>
 
 class QLabel;
+class QScrollArea;
 class QVBoxLayout;
 class TPropertyWidget;
 class TPushButton;
@@ -102,6 +103,7 @@ private:
     bool m_isUnlocked = false; // the operator has entered the PIN
     QStringList m_sources;     // of the choices of m_receiver
     QLabel* m_message;
+    QScrollArea* m_messageArea = nullptr;
     TPushButton* m_about = nullptr;
     TPushButton* m_save = nullptr;
     TPushButton* m_discard = nullptr;

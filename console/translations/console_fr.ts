@@ -657,7 +657,7 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     </message>
     <message>
         <source>Only the system&apos;s</source>
-        <translation>Seulement ceux du système</translation>
+        <translation>Ceux du système</translation>
     </message>
     <message>
         <source>None</source>

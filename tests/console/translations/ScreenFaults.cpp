@@ -8,8 +8,10 @@
 #include "hostimpl/Theme.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QVariant>
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QLabel>
+#include <QtWidgets/QScrollBar>
 
 #include <algorithm>
 
@@ -17,7 +19,13 @@ namespace {
 
 double pixelMm = hostimpl::DISPLAYS[0].PixelMillimetres(); // of the layout
 
-// A line for each button or row that is smaller than 9 mm.
+bool IsTargetBar(const QWidget& widget)
+{
+    return qobject_cast<const QScrollBar*>(&widget) != nullptr &&
+           !widget.parentWidget()->parentWidget()->property(hostimpl::NARROW_BAR).toBool();
+}
+
+// A line for each button, row or scroll bar that is smaller than 9 mm.
 QStringList SmallTargets(const QWidget& widget)
 {
     constexpr double leastMm = 9.0;
@@ -25,7 +33,8 @@ QStringList SmallTargets(const QWidget& widget)
     const QList<QWidget*> parts = widget.findChildren<QWidget*>();
     for (const QWidget* const part : parts) {
         const bool isTarget = qobject_cast<const QAbstractButton*>(part) != nullptr ||
-                              qobject_cast<const TPropertyWidget*>(part) != nullptr;
+                              qobject_cast<const TPropertyWidget*>(part) != nullptr ||
+                              IsTargetBar(*part);
         const int extent = std::min(part->width(), part->height());
         if (isTarget && part->isVisible() && extent * pixelMm < leastMm) {
             faults << QStringLiteral("small: %1 of %2 pixels")
@@ -38,11 +47,11 @@ QStringList SmallTargets(const QWidget& widget)
 
 } // namespace
 
-QSize SetDisplay(const QSize& pixels)
+QSize SetDisplay(const QSize& pixels, double textFactor)
 {
     const hostimpl::TDisplay& display = hostimpl::DisplayOf(pixels);
     pixelMm = display.PixelMillimetres() * display.scale;
-    hostimpl::SetTextSize(pixelMm, 1.0);
+    hostimpl::SetTextSize(pixelMm, textFactor);
     return display.LayoutPixels();
 }
 

@@ -30,7 +30,7 @@ class TMainWindowTest : public kelvo::test::TTestCase
 private:
     // The sizes of the plug-in's screens.
     static constexpr QSize miniSize{300, 330};
-    static constexpr QSize fullSize{600, 420};
+    static constexpr QSize fullSize{560, 420};
 
 private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }

@@ -8,16 +8,23 @@
 
 namespace {
 
-constexpr int BAR_WIDTH = 24; // of pages and texts, which a finger moves directly
+constexpr int NARROW_WIDTH = 24;
 constexpr int CURSOR_WIDTH = 3;
 constexpr int EDGE = 5;         // around a scroll bar's handle
-constexpr int RIDGE_HEIGHT = 3; // on the handle of a list's bar
+constexpr int RIDGE_HEIGHT = 3; // on the handle
 
 // A long list needs a bar that a hand in a glove can hold.
 bool IsOfList(const QWidget* bar)
 {
     const QWidget* const holder = bar == nullptr ? nullptr : bar->parentWidget();
     return holder != nullptr && qobject_cast<QAbstractItemView*>(holder->parentWidget()) != nullptr;
+}
+
+bool IsNarrow(const QWidget* bar)
+{
+    const QWidget* const holder = bar == nullptr ? nullptr : bar->parentWidget();
+    return holder != nullptr && holder->parentWidget() != nullptr &&
+           holder->parentWidget()->property(hostimpl::NARROW_BAR).toBool();
 }
 
 } // namespace
@@ -31,7 +38,9 @@ int TThemeStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
 {
     switch (static_cast<int>(metric)) {
     case PM_ScrollBarExtent:
-        return IsOfList(widget) ? hostimpl::TOUCH_SIZE : BAR_WIDTH;
+        return IsOfList(widget)   ? hostimpl::TOUCH_SIZE
+               : IsNarrow(widget) ? NARROW_WIDTH
+                                  : hostimpl::SMALL_TOUCH_SIZE;
     case PM_TextCursorWidth:
         return CURSOR_WIDTH;
     case PM_ScrollBarSliderMin:
@@ -93,7 +102,7 @@ void TThemeStyle::drawComplexControl(ComplexControl control, const QStyleOptionC
     for (const int line : {-1, 0, 1}) {
         QRect ridge(0, 0, slider.width() - 8 * EDGE, RIDGE_HEIGHT);
         ridge.moveCenter(slider.center() + QPoint(0, 3 * line * RIDGE_HEIGHT));
-        painter->drawRect(IsOfList(widget) ? ridge : QRect());
+        painter->drawRect(ridge);
     }
     painter->restore();
 }
