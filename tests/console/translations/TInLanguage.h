@@ -23,6 +23,23 @@ public:
     Q_DISABLE_COPY_MOVE(TInLanguage)
 };
 
+// Test data: each language on each display, with normal and large texts.
+inline void AddLanguagesAndTextSizes()
+{
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<QSize>("pixels");
+    QTest::addColumn<double>("textFactor");
+    for (const console::TLanguage& language : console::languages) {
+        for (const hostimpl::TDisplay& display : hostimpl::DISPLAYS) {
+            for (const double factor : {1.0, 1.15}) {
+                QTest::addRow("%s %dx%d %s", language.name, display.pixels.width(),
+                              display.pixels.height(), factor > 1.0 ? "large" : "normal")
+                    << QString::fromLatin1(language.code) << display.pixels << factor;
+            }
+        }
+    }
+}
+
 // Test data: each language on each display.
 inline void AddLanguagesAndSizes()
 {

@@ -163,13 +163,14 @@ private Q_SLOTS:
         hostimpl::SetTheme(hostimpl::ETheme::eDay);
     }
 
-    void showsAFailureInFull_data() { AddLanguagesAndSizes(); }
+    void showsAFailureInFull_data() { AddLanguagesAndTextSizes(); }
 
     void showsAFailureInFull()
     {
         QFETCH(QString, code);
         QFETCH(QSize, pixels);
-        const QSize size = SetDisplay(pixels);
+        QFETCH(double, textFactor);
+        const QSize size = SetDisplay(pixels, textFactor);
         const TInLanguage inLanguage(code);
         console::TConsoleSettings settings;
         settings.pluginPath = QStringLiteral("/usr/lib/kelvo/libkelvo.so");
@@ -183,13 +184,14 @@ private Q_SLOTS:
         QCOMPARE(Faults(*session.Window()), QString());
     }
 
-    void showsAboutAndTheQuestionInFull_data() { AddLanguagesAndSizes(); }
+    void showsAboutAndTheQuestionInFull_data() { AddLanguagesAndTextSizes(); }
 
     void showsAboutAndTheQuestionInFull()
     {
         QFETCH(QString, code);
         QFETCH(QSize, pixels);
-        const QSize size = SetDisplay(pixels);
+        QFETCH(double, textFactor);
+        const QSize size = SetDisplay(pixels, textFactor);
         const TInLanguage inLanguage(code);
         console::TStoredSettings stored;
         stored.dataFolder = m_folder.path();
@@ -306,13 +308,14 @@ private Q_SLOTS:
         QVERIFY(cover->minimumSizeHint().width() <= size.width());
     }
 
-    void showsTheSettingsInFull_data() { AddLanguagesAndSizes(); }
+    void showsTheSettingsInFull_data() { AddLanguagesAndTextSizes(); }
 
     void showsTheSettingsInFull()
     {
         QFETCH(QString, code);
         QFETCH(QSize, pixels);
-        const QSize size = SetDisplay(pixels);
+        QFETCH(double, textFactor);
+        const QSize size = SetDisplay(pixels, textFactor);
         const TInLanguage inLanguage(code);
         console::TSettingsPage page;
         console::TStoredSettings settings;

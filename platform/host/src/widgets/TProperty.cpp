@@ -2,24 +2,70 @@
 
 #include "hostimpl/Theme.h"
 
-#include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QLabel>
 
 #include <algorithm>
+
+namespace {
+
+constexpr int MARGIN = 12;
+constexpr int GAP = 12; // a label is a little wider than its text
+
+int WidthOf(const QLabel& label, hostimpl::EFont font)
+{
+    return QFontMetrics(hostimpl::ThemeFont(font)).horizontalAdvance(label.text());
+}
+
+// Name and value are side by side. If the row is too narrow, the value is below the name, in small
+// letters.
+class TPropertyLayout : public QBoxLayout
+{
+public:
+    TPropertyLayout(QWidget* row, QLabel& name, QLabel& value)
+        : QBoxLayout(LeftToRight, row), m_name(name), m_value(value)
+    {
+        setContentsMargins(MARGIN, 0, MARGIN, 0);
+        addWidget(&name);
+        addWidget(&value, 1);
+    }
+
+    QSize minimumSize() const override
+    {
+        const int width = std::max(WidthOf(m_name, hostimpl::EFont::eCaption),
+                                   WidthOf(m_value, hostimpl::EFont::eCaption));
+        const int line = QFontMetrics(hostimpl::ThemeFont(hostimpl::EFont::eCaption)).height();
+        return {width + 2 * MARGIN, 2 * line};
+    }
+
+    void setGeometry(const QRect& place) override
+    {
+        const int needed = WidthOf(m_name, hostimpl::EFont::eCaption) + GAP +
+                           WidthOf(m_value, hostimpl::EFont::eBody) + 2 * MARGIN;
+        const bool isWide = needed <= place.width();
+        setDirection(isWide ? LeftToRight : TopToBottom);
+        setSpacing(isWide ? GAP : 0);
+        m_value.setFont(
+            hostimpl::ThemeFont(isWide ? hostimpl::EFont::eBody : hostimpl::EFont::eCaption));
+        QBoxLayout::setGeometry(place);
+    }
+
+private:
+    QLabel& m_name;
+    QLabel& m_value;
+};
+
+} // namespace
 
 TProperty::TProperty(QWidget* parent)
     : QWidget(parent), m_name(new QLabel(this)), m_value(new QLabel(this))
 {
     m_name->setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
-    m_value->setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     for (QLabel* const label : {m_name, m_value}) {
         label->setTextFormat(Qt::PlainText);
     }
     m_value->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    auto* const row = new QHBoxLayout(this);
-    row->setContentsMargins(12, 0, 12, 0);
-    row->addWidget(m_name);
-    row->addWidget(m_value, 1);
+    new TPropertyLayout(this, *m_name, *m_value);
 }
 
 TProperty::~TProperty() = default;
@@ -42,5 +88,5 @@ QString TProperty::GetValue() const
 
 void TProperty::SetCombinedHeight(int height)
 {
-    setFixedHeight(std::max(height, m_value->fontMetrics().height()));
+    setFixedHeight(std::max(height, layout()->minimumSize().height()));
 }

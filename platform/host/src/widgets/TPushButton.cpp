@@ -16,6 +16,8 @@ constexpr int EDGE = 2; // leaves place for two lines
 // button hides.
 constexpr int LEAST_LETTERS = 8;
 
+constexpr int LEAST_STRETCH = 65; // narrower letters are hard to read
+
 // The icon drawn in `colour`.
 QPixmap Tinted(const QIcon& icon, int size, const QColor& colour)
 {
@@ -26,14 +28,21 @@ QPixmap Tinted(const QIcon& icon, int size, const QColor& colour)
     return result;
 }
 
-// The caption is wrapped. If it does not fit, the smaller font is used; if that does not fit
-// either, the caption is elided.
+// The caption is wrapped. If it does not fit, the smaller font is used, then narrow letters on one
+// line. If the caption still does not fit, it is elided.
 void DrawCaption(QPainter& painter, const QRect& place, const QString& caption)
 {
     constexpr int FLAGS = Qt::AlignCenter | Qt::TextWordWrap;
     painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     if (!place.contains(painter.boundingRect(place, FLAGS, caption))) {
         painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    }
+    if (!place.contains(painter.boundingRect(place, FLAGS, caption))) {
+        QFont narrow = painter.font();
+        const int width = painter.fontMetrics().horizontalAdvance(caption);
+        narrow.setStretch(
+            std::max(LEAST_STRETCH, narrow.stretch() * (place.width() - 1) / std::max(width, 1)));
+        painter.setFont(narrow);
     }
     if (place.contains(painter.boundingRect(place, FLAGS, caption))) {
         painter.drawText(place, FLAGS, caption);
