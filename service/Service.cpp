@@ -215,6 +215,11 @@ void showState(metrics::Metrics& metrics, const Backend& backend)
     metrics.show("kelvo_contents_damaged_total", "counter",
                  "Answers refused or cut because the content is damaged, missing or unreadable.",
                  [&backend] { return static_cast<double>(backend.integrity.damagedReads()); });
+    metrics.show("kelvo_disk_reserve_used_bytes", "gauge",
+                 "Part of the disk reserve that the database uses.", [&backend] {
+                     return static_cast<double>(backend.reserve.sizeBytes() -
+                                                backend.reserve.heldBytes());
+                 });
     metrics.show("kelvo_clock_leaps_total", "counter",
                  "Leaps of the machine's clock: more than a day ahead or an hour back.",
                  [&backend] { return static_cast<double>(backend.clock.leaps()); });
@@ -234,7 +239,14 @@ void showState(metrics::Metrics& metrics, const Backend& backend)
 std::vector<Readiness::Check> readinessChecks(Backend& backend,
                                               const tls::CertificateKeeper& certificate)
 {
-    return {{"database",
+    // The reserve comes first: its check makes the reserve whole if the disk has room again, and
+    // the check of the database does not use it up on a full disk.
+    return {{"disk reserve",
+             [&backend] {
+                 backend.reserve.requireRoom(0);
+                 return std::string();
+             }},
+            {"database",
              [&backend] {
                  store::probe(*backend.database);
                  return std::string();
