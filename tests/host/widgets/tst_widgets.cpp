@@ -244,7 +244,8 @@ void tst_Widgets::propertyShowsItsValue()
     property.resize(400, 36);
     property.show();
     QCOMPARE(property.GetValue(), QStringLiteral("Logged in"));
-    QCOMPARE(property.height(), QFontMetrics(hostimpl::ThemeFont(hostimpl::EFont::eBody)).height());
+    QCOMPARE(property.height(),
+             2 * QFontMetrics(hostimpl::ThemeFont(hostimpl::EFont::eCaption)).height());
     property.SetCombinedHeight(80);
     QCOMPARE(property.height(), 80);
     for (const QLabel* const label : property.findChildren<QLabel*>()) {

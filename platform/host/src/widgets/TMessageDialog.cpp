@@ -98,7 +98,9 @@ void TMessageDialog::TContent::Build()
     m_title = new QLabel(title, &m_dialog);
     m_title->setTextFormat(Qt::PlainText);
     m_title->setFont(hostimpl::ThemeFont(hostimpl::EFont::eTitle));
-    column->addWidget(m_title);
+    auto* const top = new QHBoxLayout;
+    top->addWidget(m_title, 1);
+    column->addLayout(top);
     auto* const row = new QHBoxLayout;
     row->setSpacing(MARGIN);
     if (!pixmap.isNull()) {
@@ -114,7 +116,7 @@ void TMessageDialog::TContent::Build()
         row->addWidget(m_busy, 0, Qt::AlignTop);
     } else if (type == eAcknowledge) {
         m_sign = new TOutcomeSign({}, &m_dialog);
-        row->addWidget(m_sign, 0, Qt::AlignTop);
+        top->addWidget(m_sign); // beside the title: a long text needs the whole width
     }
     column->addLayout(row, 1);
     if (type == eOperation) {
@@ -207,13 +209,15 @@ void TMessageDialog::TContent::Adapt()
 
 int TMessageDialog::TContent::Height(int width) const
 {
-    const int beside = (m_sign == nullptr ? 0 : m_sign->width() + MARGIN) +
+    const int beside = (m_busy == nullptr ? 0 : m_busy->width() + MARGIN) +
                        (pixmap.isNull() ? 0 : pixmap.width() + MARGIN);
     const int content = std::max({m_text->HeightFor(width - 2 * MARGIN - beside),
-                                  m_sign == nullptr ? 0 : m_sign->height(), pixmap.height()});
+                                  m_busy == nullptr ? 0 : m_busy->height(), pixmap.height()});
+    const int top =
+        std::max(m_title->sizeHint().height(), type == eAcknowledge ? m_sign->height() : 0);
     const int transfer = m_transfer == nullptr ? 0 : m_transfer->HeightFor(width - 2 * MARGIN);
     const int gaps = transfer == 0 ? 3 * MARGIN : 3 * MARGIN + MARGIN / 2;
-    return m_title->sizeHint().height() + content + transfer + hostimpl::TOUCH_SIZE + gaps;
+    return top + content + transfer + hostimpl::TOUCH_SIZE + gaps;
 }
 
 TMessageDialog::TMessageDialog(QWidget* parent, const QString& title, const QString& message,
