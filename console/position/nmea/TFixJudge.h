@@ -16,9 +16,9 @@ struct TReceivedFix
     double utcTime = 0.0; // hhmmss.ss, as the receiver wrote it
     EFixQuality quality = EFixQuality::eNone;
     // From the last sentence that had them, at most rememberMs before.
-    std::optional<int> satellites;
-    std::optional<double> speedKmh;
-    std::optional<double> headingDegrees; // of the motion, from true north; 0 to 360
+    std::optional<int> satellites = std::nullopt;
+    std::optional<double> speedKmh = std::nullopt;
+    std::optional<double> headingDegrees = std::nullopt; // of the motion, from true north; 0 to 360
 };
 
 // A receiver reports each epoch in several sentences of different kinds, in any order. The judge
@@ -43,7 +43,8 @@ class TFixJudge
 public:
     static constexpr std::int64_t rememberMs = 5000;
 
-    // Takes a sentence with a position, which VTG has not, and returns whether there is a fix; if so, sets `fix`.
+    // Takes a sentence with a position, which VTG has not, and returns whether there is a fix; if
+    // so, sets `fix`.
     bool Judge(const TNmeaSentence& sentence, std::int64_t nowMs, TReceivedFix& fix);
     // Takes the speed and the heading of a valid sentence of any kind.
     void TakeMotion(const TNmeaSentence& sentence, std::int64_t nowMs);
