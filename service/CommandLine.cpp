@@ -96,6 +96,7 @@ void addOptions(CLI::App& serve, ServeOptions& options)
     key->needs(certificate);
     serve.add_option("--name", options.names,
                      "Another host name for the service's own certificate");
+    serve.add_option("--web", options.webFolder, "Folder with the office's page, served at /");
     serve.add_option("--max-upload", options.maxUploadBytes, "Largest file in bytes")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();

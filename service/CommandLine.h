@@ -32,6 +32,7 @@ struct ServeOptions
     int headSeconds = 60;
     int idleSeconds = 75;
     int stallSeconds = 60;
+    std::filesystem::path webFolder; // the built page of the office; empty: no page
     std::string logLevel = "info";
 };
 

@@ -18,6 +18,7 @@
 #include "service/store/Errors.h"
 #include "service/store/StateQueries.h"
 #include "service/tls/CertificateKeeper.h"
+#include "service/web/WebApplication.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -189,6 +190,20 @@ struct Backend
                          hub,       accounts, clock,   filePool,    reserve,       {}};
 };
 
+/** Null without `--web`. */
+std::unique_ptr<web::WebApplication> makePage(const ServeOptions& options, http::Application& api)
+{
+    if (options.webFolder.empty()) {
+        return nullptr;
+    }
+    try {
+        return std::make_unique<web::WebApplication>(api, web::WebFiles(options.webFolder));
+    } catch (const std::exception& error) {
+        throw StartRefused("cannot serve the page in " + options.webFolder.string() + ": " +
+                           error.what());
+    }
+}
+
 http::Limits limitsOf(const ServeOptions& options)
 {
     http::Limits limits;
@@ -289,6 +304,8 @@ void runService(const ServeOptions& options)
     Backend backend(options, folder);
     metrics::Metrics metrics;
     api::ApiApplication api(backend.context, metrics);
+    const auto page = makePage(options, api);
+    http::Application& application = page ? static_cast<http::Application&>(*page) : api;
 
     const auto certificate = keepCertificate(options, folder, backend.clock);
     ServiceState state(*backend.database, folder.path());
@@ -296,7 +313,7 @@ void runService(const ServeOptions& options)
     metrics::MonitorApplication monitor(metrics, [&readiness] { return readiness.ask(); });
     IoThreads threads;
     const auto apiListener = listen(
-        threads, options.listen, [&certificate] { return certificate->context(); }, api,
+        threads, options.listen, [&certificate] { return certificate->context(); }, application,
         limitsOf(options));
     const auto monitorListener = listen(threads, options.metricsListen, {}, monitor, {});
     Janitor janitor(backend.janitorParts(),

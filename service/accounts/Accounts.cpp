@@ -1,13 +1,11 @@
 #include "service/accounts/Accounts.h"
 
+#include "service/accounts/SessionToken.h"
 #include "service/base/Digest.h"
-#include "service/base/Encoding.h"
 #include "service/base/Random.h"
 #include "service/http/Problem.h"
 #include "service/store/SessionTable.h"
 #include "service/store/UserTable.h"
-
-#include <boost/beast/core/string.hpp>
 
 namespace kelvo::accounts {
 
@@ -19,19 +17,11 @@ namespace {
 /** Two hashes at a time bound the memory to twice the memory of one. */
 constexpr unsigned hashThreads = 2;
 
+/** A working day: a browser may be shared. */
+constexpr std::chrono::hours browserSessionLife{12};
+
 constexpr const char* wrongCredentials = "The user name or the password is wrong.";
 constexpr const char* disabledAccount = "This account has been disabled.";
-
-std::string bearerToken(const http::Request& request)
-{
-    static constexpr std::string_view scheme = "Bearer ";
-    const std::string_view value = request.header("Authorization");
-    if (value.size() <= scheme.size() ||
-        !boost::beast::iequals(value.substr(0, scheme.size()), scheme)) {
-        throw Problem(EProblem::Unauthenticated, "The request needs a session token.");
-    }
-    return std::string(trimmed(value.substr(scheme.size())));
-}
 
 /**
  * Hashing takes time. Meanwhile the password may have been replaced or the account disabled. Both
@@ -68,7 +58,8 @@ void Accounts::refuseIfThrottled(const std::string& user, const std::string& add
     }
 }
 
-Async<Login> Accounts::login(std::string user, std::string password, std::string address)
+Async<Login> Accounts::login(std::string user, std::string password, std::string address,
+                             ESessionKind kind)
 {
     refuseIfThrottled(user, address);
     auto find = [&user](soci::session& sql) { return store::credentialsOf(sql, user); };
@@ -89,10 +80,13 @@ Async<Login> Accounts::login(std::string user, std::string password, std::string
         throw Problem(EProblem::AccountDisabled, disabledAccount);
     }
     const long long now = clock_.nowMs();
+    const auto life = kind == ESessionKind::Browser
+                          ? std::min(settings_.sessionLife, browserSessionLife)
+                          : settings_.sessionLife;
     Login login;
     login.token = randomHex(32);
     login.session = {sha256Hex(login.token), known->user,
-                     now + std::chrono::milliseconds(settings_.sessionLife).count()};
+                     now + std::chrono::milliseconds(life).count()};
     auto add = [&login, &known, now](store::Transaction& transaction) {
         requireUnchanged(transaction.sql, *known);
         store::addSession(transaction, login.session.tokenHash, login.session.user.id, now,
@@ -104,7 +98,7 @@ Async<Login> Accounts::login(std::string user, std::string password, std::string
 
 Async<store::Session> Accounts::authenticate(http::Request& request)
 {
-    const std::string hash = sha256Hex(bearerToken(request));
+    const std::string hash = sha256Hex(sessionToken(request));
     auto find = [this, &hash](soci::session& sql) {
         return store::findSession(sql, hash, clock_.expiryNowMs());
     };

@@ -12,6 +12,8 @@
 
 namespace kelvo::accounts {
 
+enum class ESessionKind : std::uint8_t { Console, Browser };
+
 struct Login
 {
     std::string token; // not stored: the store holds its digest
@@ -35,9 +37,10 @@ public:
     Accounts(store::Database& database, const Clock& clock, const Settings& settings);
 
     /** Throws invalid-credentials, account-disabled or login-throttled. */
-    Async<Login> login(std::string user, std::string password, std::string address);
+    Async<Login> login(std::string user, std::string password, std::string address,
+                       ESessionKind kind = ESessionKind::Console);
 
-    /** Finds the session of the request's bearer token. Throws unauthenticated. */
+    /** Finds the session of the request's token. Throws like sessionToken(). */
     Async<store::Session> authenticate(http::Request& request);
 
     Async<std::string> hashPassword(std::string password);

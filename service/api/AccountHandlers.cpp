@@ -3,6 +3,7 @@
 #include "service/api/Context.h"
 #include "service/api/Snapshot.h"
 #include "service/base/Digest.h"
+#include "service/http/Coding.h"
 #include "service/http/Ranges.h"
 #include "service/http/Router.h"
 
@@ -19,7 +20,7 @@ constexpr std::size_t minCompressedBytes = 512;
 Async<Response> getAccount(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
-    const bool packed = acceptsGzip(request.header("Accept-Encoding"));
+    const bool packed = http::acceptsCoding(request.header("Accept-Encoding"), "gzip");
     const std::string known(request.header("If-None-Match"));
     // Built outside the I/O threads: a farm may have thousands of files.
     auto build = [&session, packed, &known](soci::session& sql) {

@@ -1,7 +1,9 @@
 // POST /sessions, DELETE /sessions/current: logging in and out.
+#include "service/accounts/SessionToken.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/base/Time.h"
+#include "service/http/Problem.h"
 #include "service/http/Router.h"
 #include "service/store/SessionTable.h"
 
@@ -12,19 +14,44 @@ namespace {
 using http::Request;
 using http::Response;
 
+/** A browser asks for a cookie, which its scripts cannot read, with `"kind": "browser"`. */
+accounts::ESessionKind sessionKind(const nlohmann::json& body)
+{
+    const auto kind = body.find("kind");
+    if (kind == body.end() || *kind == "console") {
+        return accounts::ESessionKind::Console;
+    }
+    if (*kind == "browser") {
+        return accounts::ESessionKind::Browser;
+    }
+    throw http::Problem(http::EProblem::Unprocessable,
+                        R"(The member "kind" must be "console" or "browser".)");
+}
+
 Async<Response> logIn(Context& context, Request& request)
 {
     const nlohmann::json body = co_await request.json();
     const std::string user = requireString(body, "user");
     const std::string password = requireString(body, "password");
+    const accounts::ESessionKind kind = sessionKind(body);
+    if (kind == accounts::ESessionKind::Browser) {
+        accounts::requireSameOrigin(request);
+    }
     const accounts::Login login =
-        co_await context.accounts.login(user, password, request.peerAddress);
+        co_await context.accounts.login(user, password, request.peerAddress, kind);
     request.user = login.session.user.id;
     request.farm = login.session.user.farmId();
-    co_return Response::json({{"token", login.token},
-                              {"user", toJson(login.session.user)},
-                              {"expires_at", rfc3339(login.session.expiresMs)}},
-                             201);
+    nlohmann::ordered_json document;
+    if (kind == accounts::ESessionKind::Console) {
+        document["token"] = login.token;
+    }
+    document["user"] = toJson(login.session.user);
+    document["expires_at"] = rfc3339(login.session.expiresMs);
+    Response response = Response::json(document, 201);
+    if (kind == accounts::ESessionKind::Browser) {
+        response.with("Set-Cookie", accounts::sessionCookie(login.token));
+    }
+    co_return response;
 }
 
 Async<Response> logOut(Context& context, Request& request)
@@ -35,7 +62,12 @@ Async<Response> logOut(Context& context, Request& request)
     };
     co_await context.database.write(remove);
     context.hub.endSession(session.tokenHash, "logged-out");
-    co_return Response::noContent();
+    Response response = Response::noContent();
+    if (accounts::hasSessionCookie(request)) {
+        response.with("Set-Cookie", accounts::removedSessionCookie())
+            .with("Clear-Site-Data", R"("cookies", "storage")");
+    }
+    co_return response;
 }
 
 } // namespace

@@ -58,16 +58,6 @@ TEST(Documents, GiveAnAdministratorNoFarm)
               R"({"id":1,"name":"admin","role":"admin","disabled":false,"farm":null})");
 }
 
-TEST(Compression, IsUsedOnlyIfTheClientAcceptsIt)
-{
-    for (const char* header : {"gzip", "deflate, gzip", "br;q=1.0, gzip;q=0.5", "gzip ; q=1"}) {
-        EXPECT_TRUE(acceptsGzip(header)) << header;
-    }
-    for (const char* header : {"", "identity", "gzip;q=0", "gzip;q=0.000", "x-gzip"}) {
-        EXPECT_FALSE(acceptsGzip(header)) << header;
-    }
-}
-
 TEST(Compression, MakesAGzipStream)
 {
     const std::string packed = gzip(std::string(100000, 'a'));

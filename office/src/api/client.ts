@@ -1,0 +1,52 @@
+// The typed client of the service's API. The browser sends the session's cookie with each request.
+import createClient from 'openapi-fetch';
+import type {components, paths} from './schema';
+
+export const apiPath = '/kelvo-api/v1';
+
+type Schemas = components['schemas'];
+export type Account = Schemas['Account'];
+export type Project = Schemas['Project'];
+export type Inbox = Schemas['Inbox'];
+export type File = Schemas['File'];
+export type BinFile = Schemas['BinFile'];
+export type User = Schemas['User'];
+export type Console = Schemas['ConsoleRecord'];
+export type Problem = Schemas['Problem'];
+export type FileEvent = Schemas['FileEvent'];
+export type InboxEvent = Schemas['InboxEvent'];
+export type ConsoleMoved = Schemas['ConsoleMoved'];
+
+export const client = createClient<paths>({baseUrl: apiPath});
+
+/** A refusal of the service, or no reply at all (`problem` is undefined). */
+export class ServiceError extends Error {
+  constructor(
+    readonly problem: Problem | undefined,
+    readonly retryAfterS: number | undefined,
+  ) {
+    super(problem?.detail ?? 'no reply');
+  }
+
+  /** The last part of the problem's type, for example "not-found". */
+  get kind(): string {
+    return this.problem?.type.replace(/^.*:/, '') ?? 'no-reply';
+  }
+}
+
+type Reply<T> = {data?: T; error?: unknown; response: Response};
+
+/** The document of a reply. Throws ServiceError. */
+export async function documentOf<T>(request: Promise<Reply<T>>): Promise<T> {
+  let reply: Reply<T>;
+  try {
+    reply = await request;
+  } catch {
+    throw new ServiceError(undefined, undefined);
+  }
+  if (!reply.response.ok) {
+    const wait = Number(reply.response.headers.get('Retry-After'));
+    throw new ServiceError(reply.error as Problem | undefined, wait || undefined);
+  }
+  return reply.data as T;
+}

@@ -1,0 +1,84 @@
+// The stream of changes. It reconnects for ever, and tells when the snapshot has to be read again.
+import {createParser} from 'eventsource-parser';
+import {apiPath} from './client';
+
+/** Twice the service's time between two comments, and some seconds for a slow link. */
+const silenceMs = 130_000;
+const longestPauseMs = 30_000;
+
+export interface ServiceEvent {
+  /** Empty for an event that the log does not keep. */
+  id: string;
+  name: string;
+  data: unknown;
+}
+
+export type StreamEnd = 'logged-out' | 'cursor-too-old' | 'aborted';
+
+export interface StreamHandlers {
+  onOpen(): void;
+  onEvent(event: ServiceEvent): void;
+  /** The connection is lost; the next attempt starts after `pauseMs`. */
+  onLost(pauseMs: number): void;
+}
+
+/** Follows the changes after `cursor` until the session ends, the cursor is too old or `signal` aborts. */
+export async function followEvents(cursor: string, handlers: StreamHandlers, signal: AbortSignal): Promise<StreamEnd> {
+  let lastId = cursor;
+  let failures = 0;
+  const onEvent = (event: ServiceEvent) => {
+    lastId = event.id || lastId;
+    handlers.onEvent(event);
+  };
+  while (!signal.aborted) {
+    const status = await readStream(lastId, {...handlers, onEvent, onOpen: () => {
+      failures = 0;
+      handlers.onOpen();
+    }}, signal);
+    if (status === 401) return 'logged-out';
+    if (status === 410) return 'cursor-too-old';
+    const pauseMs = Math.min(1000 * 2 ** failures++, longestPauseMs);
+    if (!signal.aborted) handlers.onLost(pauseMs);
+    await pause(pauseMs, signal);
+  }
+  return 'aborted';
+}
+
+/** Returns the status of the reply, or 0 without a reply. */
+async function readStream(lastId: string, handlers: StreamHandlers, outer: AbortSignal): Promise<number> {
+  const silence = new AbortController();
+  const signal = AbortSignal.any([outer, silence.signal]);
+  let timer = setTimeout(() => silence.abort(), silenceMs);
+  let status = 0;
+  try {
+    const reply = await fetch(`${apiPath}/events`, {headers: {'Last-Event-ID': lastId}, signal, cache: 'no-store'});
+    status = reply.status;
+    if (!reply.ok || !reply.body) return status;
+    handlers.onOpen();
+    const parser = createParser({
+      onEvent: ({id, event, data}) =>
+        handlers.onEvent({id: id ?? '', name: event ?? '', data: JSON.parse(data)}),
+    });
+    const reader = reply.body.pipeThrough(new TextDecoderStream()).getReader();
+    for (let piece = await reader.read(); !piece.done; piece = await reader.read()) {
+      clearTimeout(timer);
+      timer = setTimeout(() => silence.abort(), silenceMs);
+      parser.feed(piece.value);
+    }
+  } catch {
+    // Lost or aborted: the caller reconnects.
+  } finally {
+    clearTimeout(timer);
+  }
+  return status === 200 ? 0 : status;
+}
+
+function pause(milliseconds: number, signal: AbortSignal): Promise<void> {
+  return new Promise((resolve) => {
+    const timer = setTimeout(resolve, milliseconds);
+    signal.addEventListener('abort', () => {
+      clearTimeout(timer);
+      resolve();
+    }, {once: true});
+  });
+}
