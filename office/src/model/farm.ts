@@ -1,0 +1,102 @@
+// What the page knows of the farm: a snapshot of the service, kept current by events.
+import {computed, signal} from '@preact/signals';
+import type {Account, Console, ConsoleMoved, File, FileEvent, Inbox, InboxEvent, User} from '../api/client';
+import type {ServiceEvent} from '../api/events';
+
+export interface InboxOfProject extends Omit<Inbox, 'entries'> {
+  projectName: string;
+}
+
+export interface ConsoleState extends Console {
+  /** When the service received the position, by this browser's clock for a position that came as an event. */
+  positionReceivedMs: number;
+}
+
+export const user = signal<User | undefined>(undefined);
+export const inboxes = signal<ReadonlyMap<number, InboxOfProject>>(new Map());
+export const files = signal<ReadonlyMap<number, File>>(new Map());
+export const consoles = signal<ReadonlyMap<number, ConsoleState>>(new Map());
+
+/** The files of each inbox, newest first. */
+export const filesByInbox = computed(() => {
+  const lists = new Map<number, File[]>();
+  for (const file of files.value.values()) {
+    const list = lists.get(file.container);
+    if (list) list.push(file);
+    else lists.set(file.container, [file]);
+  }
+  for (const list of lists.values()) list.sort((a, b) => b.id - a.id);
+  return lists;
+});
+
+export function takeSnapshot(account: Account): void {
+  user.value = account.user;
+  const newInboxes = new Map<number, InboxOfProject>();
+  const newFiles = new Map<number, File>();
+  for (const project of account.projects) {
+    for (const {entries, ...inbox} of project.resources) {
+      newInboxes.set(inbox.id, {...inbox, projectName: project.name});
+      for (const file of entries ?? []) newFiles.set(file.id, file);
+    }
+  }
+  inboxes.value = newInboxes;
+  files.value = newFiles;
+}
+
+export function takeConsoles(list: readonly Console[]): void {
+  consoles.value = new Map(list.map((each) => [each.id, {
+    ...each,
+    positionReceivedMs: each.position ? Date.parse(each.position.received_at) : 0,
+  }]));
+}
+
+/** Returns false for an event that asks for a new list of consoles. */
+export function takeEvent({name, data}: ServiceEvent, nowMs: number): boolean {
+  switch (name) {
+    case 'file-added':
+      files.value = new Map(files.value).set((data as FileEvent).entry.id, (data as FileEvent).entry);
+      return true;
+    case 'file-removed': {
+      const rest = new Map(files.value);
+      rest.delete((data as FileEvent).entry.id);
+      files.value = rest;
+      return true;
+    }
+    case 'inbox-added':
+      addInbox(data as InboxEvent);
+      return true;
+    case 'console-moved':
+      return moveConsole(data as ConsoleMoved, nowMs);
+    default:
+      return true;
+  }
+}
+
+export function forgetAll(): void {
+  user.value = undefined;
+  inboxes.value = new Map();
+  files.value = new Map();
+  consoles.value = new Map();
+}
+
+function addInbox({entry: {entries, ...inbox}}: InboxEvent): void {
+  const projectName = [...inboxes.value.values()].find(({project}) => project === inbox.project)?.projectName ?? '';
+  inboxes.value = new Map(inboxes.value).set(inbox.id, {...inbox, projectName});
+  if (entries?.length) {
+    files.value = new Map([...files.value, ...entries.map((file) => [file.id, file] as const)]);
+  }
+}
+
+function moveConsole(move: ConsoleMoved, nowMs: number): boolean {
+  const known = consoles.value.get(move.console);
+  if (!known) return false;
+  const position = {
+    time_s: move.time_s,
+    latitude: move.latitude,
+    longitude: move.longitude,
+    received_at: new Date(nowMs).toISOString(),
+  };
+  const moved = {...known, operator: move.user, position, positionReceivedMs: nowMs};
+  consoles.value = new Map(consoles.value).set(move.console, moved);
+  return true;
+}

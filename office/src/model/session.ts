@@ -1,0 +1,91 @@
+// Logging in and out, and the link to the service while logged in.
+import {signal} from '@preact/signals';
+import {client, documentOf, ServiceError} from '../api/client';
+import type {ServiceEvent} from '../api/events';
+import {shareEvents} from '../api/shared_events';
+import {forgetAll, takeConsoles, takeEvent, takeSnapshot, user} from './farm';
+
+export type Link =
+  | {kind: 'connecting'}
+  | {kind: 'live'}
+  /** No connection since `sinceMs`; the page shows what it knew then. */
+  | {kind: 'lost'; sinceMs: number};
+
+export const link = signal<Link>({kind: 'connecting'});
+/** False until the page knows whether the browser has a session. */
+export const isKnown = signal(false);
+
+let running: AbortController | undefined;
+
+/** Throws ServiceError. */
+export async function logIn(name: string, password: string): Promise<void> {
+  await documentOf(client.POST('/sessions', {body: {user: name, password, kind: 'browser'}}));
+  start();
+}
+
+/** Ends the session also if the service cannot be reached: then the cookie ends with the browser. */
+export async function logOut(): Promise<void> {
+  try {
+    await documentOf(client.DELETE('/sessions/current'));
+  } finally {
+    end();
+  }
+}
+
+/** Follows the farm until the session ends. Finds out whether there is a session. */
+export function start(): void {
+  running?.abort();
+  running = new AbortController();
+  void follow(running.signal);
+}
+
+function end(): void {
+  running?.abort();
+  running = undefined;
+  forgetAll();
+  isKnown.value = true;
+}
+
+async function follow(signal: AbortSignal): Promise<void> {
+  link.value = {kind: 'connecting'};
+  while (!signal.aborted) {
+    try {
+      const how = await shareEvents(readSnapshot, handlers, signal);
+      if (how === 'logged-out') return end();
+    } catch (error) {
+      if (error instanceof ServiceError && error.problem?.status === 401) return end();
+      noteLoss();
+      await new Promise((resolve) => setTimeout(resolve, 5000));
+    }
+  }
+}
+
+async function readSnapshot(): Promise<string> {
+  const account = await documentOf(client.GET('/account'));
+  takeSnapshot(account);
+  isKnown.value = true;
+  await readConsoles();
+  return account.cursor;
+}
+
+/** Only the office may list the consoles. */
+async function readConsoles(): Promise<void> {
+  if (user.value?.role === 'office') {
+    takeConsoles((await documentOf(client.GET('/consoles'))).consoles);
+  }
+}
+
+const handlers = {
+  onOpen: () => {
+    link.value = {kind: 'live'};
+  },
+  onLost: noteLoss,
+  onEvent: (event: ServiceEvent) => {
+    if (event.name === 'session-ended') end();
+    else if (!takeEvent(event, Date.now())) void readConsoles().catch(noteLoss);
+  },
+};
+
+function noteLoss(): void {
+  if (link.value.kind !== 'lost') link.value = {kind: 'lost', sinceMs: Date.now()};
+}

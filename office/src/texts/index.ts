@@ -1,0 +1,57 @@
+// Texts, numbers and times in the language of the browser.
+import en from './en.json';
+import de from './de.json';
+import es from './es.json';
+import fr from './fr.json';
+import pl from './pl.json';
+import ptBr from './pt_br.json';
+
+export type TextKey = keyof typeof en;
+type Texts = Record<TextKey, string>;
+
+/** The texts of each language. A missing text is an error of the compiler. */
+export const languages: Readonly<Record<string, Texts>> = {en, de, es, fr, pl, 'pt-BR': ptBr};
+
+export const language = chooseLanguage(navigator.languages);
+const texts = languages[language] as Texts;
+
+/** The first language of the list that the page has, by its full name or its first part. Otherwise English. */
+export function chooseLanguage(wanted: readonly string[]): string {
+  for (const each of wanted) {
+    const found = Object.keys(languages).find((known) =>
+      known === each || known.split('-')[0] === each.split('-')[0]);
+    if (found) return found;
+  }
+  return 'en';
+}
+
+/** The text with `{name}` replaced by each value. */
+export function t(key: TextKey, values: Readonly<Record<string, string | number>> = {}): string {
+  return texts[key].replace(/\{(\w+)\}/g, (whole, name: string) => String(values[name] ?? whole));
+}
+
+/** The name of a project as the farm office calls it. */
+export function projectName(name: string): string {
+  const key = `project.${name}`;
+  return key in texts ? t(key as TextKey) : name;
+}
+
+const units = ['byte', 'kilobyte', 'megabyte', 'gigabyte'] as const;
+
+/** For example "1.2 MB". */
+export function sizeText(bytes: number): string {
+  const power = Math.min(Math.floor(Math.log10(Math.max(bytes, 1)) / 3), units.length - 1);
+  const style = {style: 'unit', unit: units[power] as string, maximumFractionDigits: power > 0 ? 1 : 0};
+  return new Intl.NumberFormat(language, style as Intl.NumberFormatOptions).format(bytes / 1000 ** power);
+}
+
+const dateAndTime = new Intl.DateTimeFormat(language, {dateStyle: 'medium', timeStyle: 'short'});
+const timeOnly = new Intl.DateTimeFormat(language, {timeStyle: 'short'});
+
+export function dateText(time: string | number): string {
+  return dateAndTime.format(new Date(time));
+}
+
+export function timeText(milliseconds: number): string {
+  return timeOnly.format(new Date(milliseconds));
+}

@@ -1,0 +1,98 @@
+// The inboxes of the farm and the files in one of them.
+import {useSignal} from '@preact/signals';
+import {apiPath, client, documentOf, type File} from '../api/client';
+import {filesByInbox, inboxes, user, type InboxOfProject} from '../model/farm';
+import {dateText, projectName, sizeText, t} from '../texts';
+import {LongTable} from './LongTable';
+import {SendBox} from './SendBox';
+import {tell, tellError} from './Toast';
+
+export function Files({inboxId}: {inboxId: number | undefined}) {
+  const mine = [...inboxes.value.values()].filter(({owner}) =>
+    user.value?.role === 'office' || owner.id === user.value?.id);
+  if (mine.length === 0) return <p class="empty">{t('files.noInboxes')}</p>;
+  const inbox = mine.find(({id}) => id === inboxId) ?? mine[0] as InboxOfProject;
+  return (
+    <div class="files">
+      <InboxList all={mine} shown={inbox} />
+      <section>
+        <h2>{inbox.owner.name} · {projectName(inbox.projectName)}</h2>
+        <SendBox inbox={inbox} all={mine} />
+        <FileList inbox={inbox} />
+      </section>
+    </div>
+  );
+}
+
+function InboxList({all, shown}: {all: readonly InboxOfProject[]; shown: InboxOfProject}) {
+  const owners = [...new Map(all.map(({owner}) => [owner.id, owner])).values()]
+    .sort((a, b) => a.name.localeCompare(b.name));
+  return (
+    <nav class="inboxes" aria-label={t('files.operators')}>
+      {owners.map((owner) => (
+        <details key={owner.id} open={owner.id === shown.owner.id}>
+          <summary>{owner.name}</summary>
+          {all.filter((each) => each.owner.id === owner.id).map((inbox) => (
+            <a key={inbox.id} href={`#/files/${inbox.id}`} aria-current={inbox.id === shown.id ? 'page' : undefined}>
+              {projectName(inbox.projectName)}
+              <span class="count">{filesByInbox.value.get(inbox.id)?.length ?? 0}</span>
+            </a>
+          ))}
+        </details>
+      ))}
+    </nav>
+  );
+}
+
+function FileList({inbox}: {inbox: InboxOfProject}) {
+  const search = useSignal('');
+  const all = filesByInbox.value.get(inbox.id) ?? [];
+  const wanted = search.value.toLocaleLowerCase();
+  const found = all.filter(({name}) => name.toLocaleLowerCase().includes(wanted));
+  return (
+    <>
+      <div class="bar">
+        <input type="search" placeholder={t('files.search')} aria-label={t('files.search')} value={search}
+          onInput={(event) => {
+            search.value = event.currentTarget.value;
+          }} />
+        <span role="status">{t('files.count', {count: found.length})}</span>
+      </div>
+      {found.length === 0
+        ? <p class="empty">{t(all.length === 0 ? 'files.none' : 'files.noMatch')}</p>
+        : <FileTable files={found} />}
+    </>
+  );
+}
+
+function FileTable({files}: {files: readonly File[]}) {
+  const heads = [t('files.name'), t('files.size'), t('files.received'), ''];
+  return (
+    <LongTable heads={heads} rows={files} keyOf={({id}) => id} cells={(file) => [
+      <a href={`${apiPath}/resources/${file.id}/content`} download={file.name} title={file.name}>{file.name}</a>,
+      sizeText(file.size),
+      dateText(file.created_at),
+      <button aria-label={`${t('files.delete')} ${file.name}`} onClick={() => void remove(file)}>
+        {t('files.delete')}
+      </button>,
+    ]} />
+  );
+}
+
+async function remove(file: File): Promise<void> {
+  try {
+    await documentOf(client.DELETE('/resources/{id}', {params: {path: {id: file.id}}}));
+    const canUndo = user.value?.role === 'office';
+    tell(t('files.deleted', {name: file.name}), canUndo ? () => void restore(file.id) : undefined);
+  } catch (error) {
+    tellError(error);
+  }
+}
+
+export async function restore(id: number): Promise<void> {
+  try {
+    await documentOf(client.POST('/bin/{id}/restore', {params: {path: {id}}}));
+  } catch (error) {
+    tellError(error);
+  }
+}
