@@ -30,5 +30,5 @@ export default defineConfig({
   oxc: {jsx: {runtime: 'automatic', importSource: 'preact'}},
   build: {assetsInlineLimit: 0, modulePreload: {polyfill: false}, target: 'es2022'},
   plugins: [compressedForms()],
-  test: {include: ['tests/unit/**/*.test.ts']},
+  test: {include: ['tests/unit/**/*.test.ts'], setupFiles: ['tests/unit/browser.ts']},
 } as Parameters<typeof defineConfig>[0]);

@@ -145,6 +145,17 @@ leg_crash() {
         tee build/crash/tests.log
 }
 
+# The office's page, in Node.js and in Chromium against the service as it is shipped.
+leg_office() {
+    shipped_service
+    mkdir -p build/office
+    build_office
+    (cd office && NO_COLOR=1 npm test --silent && NO_COLOR=1 npm run --silent test-browser) | tee build/office/vitest.log
+    # The closing line, which run_legs finds by its words.
+    awk '/^ *Tests .* passed/ {for (word = 1; word < NF; ++word) if ($(word + 1) == "passed") count += $word}
+        END {print count " tests of the page passed"}' build/office/vitest.log | tee build/office/tests.log
+}
+
 leg_format() {
     local sources
     mapfile -t sources < <(find bench console core net platform plugin screens service tests worker \
@@ -197,7 +208,7 @@ run_legs() {
             status=1
         fi
         echo "== $leg took $((SECONDS - begin)) s"
-        closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ (files|fuzzers|of [0-9]+ rounds) ' "build/$preset/tests.log" ||
+        closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ (files|fuzzers|tests|of [0-9]+ rounds) ' "build/$preset/tests.log" ||
             echo 'did not finish')
         summary+=("$leg: $closing")
     done

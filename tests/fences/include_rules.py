@@ -108,6 +108,7 @@ RULES = (
     Rule("service/store", ["service/base"], [], ["soci", "sqlite", "postgresql"]),
     Rule("service/content", ["service/base"]),
     Rule("service/metrics", ["service/http", "service/base"]),
+    Rule("service/web", ["service/http", "service/base"]),
     Rule("service/events", ["service/http", "service/store", "service/base"], [], ["boost"]),
     Rule("service/accounts", ["service/http", "service/store", "service/base"], [],
          ["boost", "sodium"]),

@@ -21,15 +21,17 @@ OWN_FILES = {
 class Demo:
     """All files are in one folder. A later demo uses the same farm again.
 
-    `badlink`: the scenario of the link between window and service; None is a direct link.
+    `badlink`: the scenario of the link between window and service; None is a direct link. `web`: the folder of the
+    office's built page; None is no page.
     """
 
-    def __init__(self, binaries, folder, data, badlink=None):
+    def __init__(self, binaries, folder, data, badlink=None, web=None):
         self.binaries, self.folder, self.data = binaries, Path(folder), data
         self.console_data = self.folder / "console"
         self.farm = Farm(binaries, self.folder)
         self.work, self.service = self.farm.work, self.farm.service
         self.badlink, self.link = badlink, None
+        self.service.options = () if web is None else ("--web", web)
 
     def run(self):
         """Runs until the window is closed. Returns the console's exit status."""
@@ -75,9 +77,13 @@ class Demo:
         link = [] if self.link is None else [f"The console's link is {self.badlink}; its log is {self.link.log}"]
         print(f"The service listens on https://{self.service.address}, the file of its authority is {self.service.ca}",
               f"Operator, already entered: {OPERATOR} / {PASSWORDS[OPERATOR]}",
-              f"Farm office, for kelvoctl: {OFFICE} / {PASSWORDS[OFFICE]}",
+              f"Farm office, for {self._office_programs()}: {OFFICE} / {PASSWORDS[OFFICE]}",
               *link,
               f"All files are in {self.folder}. Close the window to end.", sep="\n", flush=True)
+
+    def _office_programs(self):
+        page = f"https://localhost:{self.service.address.rpartition(':')[2]}/ and " if self.service.options else ""
+        return f"{page}kelvoctl"
 
     def _open_window(self):
         address = self.service.address if self.link is None else self.link.address

@@ -11,8 +11,8 @@ import {Sendings} from './Sendings';
 import {Toast} from './Toast';
 
 export function App() {
-  if (!isKnown.value) return <p class="empty" role="status">{t('link.connecting')}</p>;
-  if (!user.value) return <Login />;
+  if (!isKnown.value) return <main><p class="empty" role="status">{t('link.connecting')}</p></main>;
+  if (!user.value) return <main><Login /></main>;
   return (
     <>
       <Header />
@@ -38,7 +38,7 @@ function Header() {
   const views: View[] = user.value?.role === 'office' ? ['files', 'fleet', 'bin'] : ['files'];
   return (
     <header>
-      <strong>{user.value?.farm?.name ?? 'KELVO'}</strong>
+      <h1>{user.value?.farm?.name ?? 'KELVO'}</h1>
       <nav>
         {views.map((view) => (
           <a key={view} href={`#/${view}`} aria-current={place.value.view === view ? 'page' : undefined}>

@@ -17,7 +17,7 @@ export function Bin() {
   });
   if (!bin.value) return <p class="empty" role="status">{t('link.connecting')}</p>;
   if (bin.value.length === 0) return <p class="empty">{t('bin.none')}</p>;
-  const heads = [t('files.name'), t('bin.by'), t('bin.deleted'), t('bin.until'), ''];
+  const heads = [t('files.name'), t('bin.by'), t('bin.deleted'), t('bin.until'), t('action')];
   return (
     <LongTable heads={heads} rows={bin.value} keyOf={({id}) => id} cells={(file) => [
       file.name, file.deleted_by, dateText(file.deleted_at), dateText(file.expires_at),

@@ -66,7 +66,7 @@ function FileList({inbox}: {inbox: InboxOfProject}) {
 }
 
 function FileTable({files}: {files: readonly File[]}) {
-  const heads = [t('files.name'), t('files.size'), t('files.received'), ''];
+  const heads = [t('files.name'), t('files.size'), t('files.received'), t('action')];
   return (
     <LongTable heads={heads} rows={files} keyOf={({id}) => id} cells={(file) => [
       <a href={`${apiPath}/resources/${file.id}/content`} download={file.name} title={file.name}>{file.name}</a>,

@@ -1,0 +1,86 @@
+#!/usr/bin/env python3
+"""A service with the office's page and a small farm, driven by commands.
+
+Prints one JSON object with addresses and accounts, then reads a command a line from standard input and prints "ok" and
+the result as JSON, or "error". Ends the service at the end of standard input.
+"""
+
+import argparse
+import json
+import ssl
+import sys
+import urllib.parse
+import urllib.request
+from pathlib import Path
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(Path(__file__).resolve().parents[3] / "console/tour"))
+
+from kelvotour.binaries import Binaries  # noqa: E402
+from kelvotour.farm import FARM, OFFICE, OPERATOR, PASSWORDS, Farm  # noqa: E402
+from kelvotour.service import without_proxies  # noqa: E402
+
+
+class Commands:
+    def __init__(self, farm, office):
+        self.farm, self.office = farm, office
+
+    def kill(self):
+        self.farm.service.kill()
+
+    def start(self):
+        self.farm.service.start()
+
+    def put(self, path, project):
+        """Another window of the office sends a file."""
+        return self.office.put(path, f"{OPERATOR}/{project}")
+
+    def digests(self, project):
+        """{name: SHA-256} of the operator's inbox."""
+        return {name: file["sha256"] for name, file in self.office.files(OPERATOR, project).items()}
+
+    def streams(self):
+        """The open event streams."""
+        return self.farm.service.metrics()["kelvo_event_streams_open"][frozenset()]
+
+
+def make_inboxes(farm, projects=("To Console", "From Console", "Curves")):
+    """The operator's inboxes, as the operator's console would make them."""
+    farm.ctl(OPERATOR).login(OPERATOR, PASSWORDS[OPERATOR])
+    token = json.loads((farm.work / f"{OPERATOR}.session").read_text())["token"]
+    trust = ssl.create_default_context(cafile=str(farm.service.ca))
+    for project in projects:
+        url = f"https://{farm.service.address}/kelvo-api/v1/projects/{urllib.parse.quote(project)}/user-inbox"
+        request = urllib.request.Request(url, data=b"", method="POST", headers={"Authorization": f"Bearer {token}"})
+        urllib.request.urlopen(request, context=trust, timeout=60).close()
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--build", required=True, type=Path, help="build folder with bin/ and lib/")
+    parser.add_argument("--web", required=True, type=Path, help="folder of the built page")
+    parser.add_argument("--out", required=True, type=Path, help="folder for all files")
+    options = parser.parse_args()
+    without_proxies()
+    programs = options.build.resolve() / "bin"
+    farm = Farm(Binaries(programs / "kelvo-service", programs / "kelvoctl", console=None, plugin=None),
+                options.out.resolve())
+    farm.service.options = ("--web", options.web.resolve(), "--password-cost", "min", "--login-attempts", "1000")
+    farm.service.start()
+    office = farm.make()
+    make_inboxes(farm)
+    commands = Commands(farm, office)
+    print(json.dumps({"address": farm.service.address, "ca": str(farm.service.ca), "farm": FARM,
+                      "office": [OFFICE, PASSWORDS[OFFICE]], "operator": [OPERATOR, PASSWORDS[OPERATOR]]}), flush=True)
+    for line in sys.stdin:
+        name, *arguments = json.loads(line)
+        try:
+            print("ok", json.dumps(getattr(commands, name)(*arguments)), flush=True)
+        except Exception as problem:  # any failure is the test's failure
+            print("error", json.dumps(str(problem)), flush=True)
+    if farm.service.is_running:
+        farm.service.stop()
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,211 @@
+// A day of the office in Chromium.
+import {createHash, randomBytes} from 'node:crypto';
+import {readFileSync, writeFileSync} from 'node:fs';
+import {createServer} from 'node:https';
+import type {AddressInfo} from 'node:net';
+import {join} from 'node:path';
+import axe from 'axe-core';
+import type {Page} from 'playwright-core';
+import {afterAll, afterEach, beforeAll, describe, expect, it} from 'vitest';
+import {World} from './world';
+
+let world: World;
+
+beforeAll(async () => {
+  world = await World.start();
+});
+afterAll(() => world?.stop());
+afterEach(async () => {
+  await world.closePages();
+  expect(world.complaints.splice(0)).toEqual([]);
+});
+
+function newFile(name: string, bytes = 1000): {path: string; digest: string} {
+  const path = join(world.folder, name);
+  const content = randomBytes(bytes);
+  writeFileSync(path, content);
+  return {path, digest: createHash('sha256').update(content).digest('hex')};
+}
+
+const row = (page: Page, name: string) => page.locator('tr', {hasText: name});
+const choose = (page: Page, path: string) => page.locator('.send input[type=file]').setInputFiles(path);
+
+async function violations(page: Page): Promise<string[]> {
+  await page.evaluate(axe.source);
+  const result = await page.evaluate(() => (globalThis as unknown as {axe: typeof axe}).axe.run());
+  return result.violations.map(({id, nodes}) => `${id}: ${nodes[0]?.html}`);
+}
+
+describe('the office', () => {
+  it('is told why a login fails', async () => {
+    const page = await world.open(await world.newContext());
+    await page.locator('input[name=user]').fill('office');
+    await page.locator('input[name=password]').fill('wrong');
+    await page.locator('form button').click();
+    await page.getByText('The user name or the password is wrong.').waitFor();
+  });
+
+  it('sends a file, and the operator has its bytes', async () => {
+    const {path, digest} = newFile('north.zip');
+    const page = await world.logIn('office');
+    await choose(page, path);
+    await page.locator('.sending.done').waitFor();
+    await row(page, 'north.zip').waitFor();
+    expect((await world.command<Record<string, string>>('digests', 'To Console'))['north.zip']).toBe(digest);
+  });
+
+  it('is asked before a name is used twice', async () => {
+    const {path} = newFile('twice.zip');
+    await world.command('put', path, 'To Console');
+    const page = await world.logIn('office');
+    await row(page, 'twice.zip').waitFor();
+    await choose(page, path);
+    await page.getByRole('alertdialog').getByText('Do not send').click();
+    expect(await page.locator('.sending').count()).toBe(0);
+  });
+
+  it('sees at once what another window sends, deletes it and takes that back', async () => {
+    const page = await world.logIn('office');
+    await world.command('put', newFile('other window.zip').path, 'To Console');
+    await row(page, 'other window.zip').getByRole('button').click();
+    await row(page, 'other window.zip').waitFor({state: 'detached'});
+    await page.locator('.toast').getByText('Undo').click();
+    await row(page, 'other window.zip').waitFor();
+  });
+
+  it('finds a deleted file in the bin and restores it', async () => {
+    const page = await world.logIn('office');
+    await world.command('put', newFile('to bin.zip').path, 'To Console');
+    await row(page, 'to bin.zip').getByRole('button').click();
+    await page.getByRole('link', {name: 'Bin', exact: true}).click();
+    await row(page, 'to bin.zip').getByRole('button', {name: 'Restore'}).click();
+    await page.getByText('The bin is empty.').waitFor();
+    await page.getByRole('link', {name: 'Files'}).click();
+    await row(page, 'to bin.zip').waitFor();
+  });
+
+  it('is told that the connection is lost, and sends the rest of a file when it is back', async () => {
+    const {path, digest} = newFile('large.zip', 4_000_000);
+    const page = await world.logIn('office');
+    await slowUpload(page, 1_000_000);
+    await choose(page, path);
+    await page.waitForFunction(() => Number(document.querySelector('progress')?.value) > 0);
+    await world.picture(page, 'files');
+    await world.command('kill');
+    await page.getByText('No connection since').waitFor();
+    await world.command('start');
+    await page.locator('.sending.done').waitFor();
+    await page.locator('.link.live').waitFor();
+    expect((await world.command<Record<string, string>>('digests', 'To Console'))['large.zip']).toBe(digest);
+    world.complaints.length = 0; // Chromium reports the requests that found no service.
+  });
+
+  it('continues an upload after a reload', async () => {
+    const {path, digest} = newFile('reloaded.zip', 4_000_000);
+    const page = await world.logIn('office');
+    await slowUpload(page, 500_000);
+    await choose(page, path);
+    await page.waitForFunction(() => Number(document.querySelector('progress')?.value) > 0);
+    await page.reload();
+    await page.locator('.link.live').waitFor();
+    const heads: string[] = [];
+    page.on('request', (request) => heads.push(request.method()));
+    await choose(page, path);
+    await page.locator('.sending.done').waitFor();
+    expect(heads).toContain('HEAD');
+    expect(heads).not.toContain('POST');
+    expect((await world.command<Record<string, string>>('digests', 'To Console'))['reloaded.zip']).toBe(digest);
+  });
+
+  it('has eight tabs with one stream', async () => {
+    const first = await world.logIn('office');
+    const before = await world.command<number>('streams');
+    const tabs = await Promise.all([...Array(7)].map(() => world.open(first.context())));
+    await Promise.all(tabs.map((tab) => tab.locator('.link.live').waitFor()));
+    expect(await world.command('streams')).toBe(before);
+    await world.command('put', newFile('all tabs.zip').path, 'To Console');
+    await Promise.all([first, ...tabs].map((tab) => row(tab, 'all tabs.zip').waitFor()));
+    await first.close();
+    await world.command('put', newFile('next leader.zip').path, 'To Console');
+    await Promise.all(tabs.map((tab) => row(tab, 'next leader.zip').waitFor()));
+  });
+
+  it('has no cookie that scripts can read, and none after the log-out', async () => {
+    const page = await world.logIn('office');
+    expect(await page.evaluate(() => document.cookie)).toBe('');
+    await page.getByRole('button', {name: 'Log out'}).click();
+    await page.locator('.login').waitFor();
+    expect(await page.context().cookies()).toEqual([]);
+    await page.reload();
+    await page.locator('.login').waitFor();
+  });
+});
+
+describe('an operator', () => {
+  it('sees the own inboxes only, and no fleet and no bin', async () => {
+    const page = await world.logIn('operator');
+    await page.locator('.inboxes').getByText('olga').waitFor();
+    expect(await page.locator('header nav a').allTextContents()).toEqual(['Files']);
+  });
+});
+
+describe('another site', () => {
+  it('on another port of the host changes nothing', async () => {
+    const page = await world.logIn('office');
+    const tls = join(world.folder, 'farm/service/tls');
+    const other = createServer({key: readFileSync(join(tls, 'server.key')), cert: readFileSync(join(tls, 'server.pem'))},
+      (_request, response) => response.end('<!doctype html><title>other</title>'));
+    await new Promise<void>((resolve) => other.listen(0, '127.0.0.1', resolve));
+    const forger = await page.context().newPage();
+    await forger.goto(`https://localhost:${(other.address() as AddressInfo).port}/`);
+    const forged = (method: string, path: string) => forger.evaluate(async ([url, verb]) => {
+      await fetch(url as string, {method: verb as string, mode: 'no-cors', credentials: 'include', body: 'x'});
+    }, [`${world.origin}${path}`, method]);
+    const statuses: number[] = [];
+    forger.on('response', (response) => statuses.push(response.status()));
+    await forged('POST', '/kelvo-api/v1/bin/1/restore');
+    await forged('POST', '/kelvo-api/v1/projects/Curves/user-inbox');
+    expect(statuses).toEqual([403, 403]);
+    other.close();
+  });
+
+  it('cannot show the page in a frame', async () => {
+    const page = await world.logIn('office');
+    await page.evaluate(() => {
+      document.body.append(Object.assign(document.createElement('iframe'), {src: '/', id: 'frame'}));
+    });
+    await page.waitForFunction(() => {
+      const frame = document.querySelector<HTMLIFrameElement>('#frame');
+      return frame?.contentDocument === null;
+    });
+    world.complaints.length = 0; // Chromium reports the refused frame.
+  });
+});
+
+describe('each view', () => {
+  it.each(['login', 'files', 'fleet', 'bin'])('%s has no barrier and fits on a phone', async (view) => {
+    for (const colorScheme of ['light', 'dark'] as const) {
+      const options = {viewport: {width: 360, height: 740}, colorScheme};
+      const page = view === 'login' ? await world.open(await world.newContext(options)) : await world.logIn('office', options);
+      if (view !== 'login') {
+        await page.evaluate((hash) => {
+          location.hash = hash;
+        }, `#/${view}`);
+      }
+      await page.locator(view === 'login' ? '.login' : `header nav a[href="#/${view}"][aria-current=page]`).waitFor();
+      expect(await violations(page)).toEqual([]);
+      expect(await page.evaluate(() => document.documentElement.scrollWidth)).toBeLessThanOrEqual(360);
+    }
+  });
+
+  it('is in the language of the browser', async () => {
+    const page = await world.logIn('office', {locale: 'de-DE'});
+    await page.getByRole('button', {name: 'Abmelden'}).waitFor();
+  });
+});
+
+async function slowUpload(page: Page, bytesPerSecond: number): Promise<void> {
+  const session = await page.context().newCDPSession(page);
+  await session.send('Network.emulateNetworkConditions',
+    {offline: false, latency: 20, downloadThroughput: -1, uploadThroughput: bytesPerSecond});
+}

@@ -1,0 +1,112 @@
+// A farm with its service, and Chromium that trusts the service's authority as an office's computer would.
+import {execFileSync, spawn, type ChildProcess} from 'node:child_process';
+import {mkdirSync, mkdtempSync, rmSync} from 'node:fs';
+import {tmpdir} from 'node:os';
+import {join} from 'node:path';
+import {createInterface} from 'node:readline';
+import {chromium, type Browser, type BrowserContext, type Page} from 'playwright-core';
+
+const office = join(import.meta.dirname, '../..');
+
+interface Accounts {
+  address: string;
+  ca: string;
+  office: [string, string];
+  operator: [string, string];
+}
+
+export class World {
+  readonly folder = mkdtempSync(join(tmpdir(), 'kelvo-office-'));
+  accounts!: Accounts;
+  /** Messages of the browser that must not be there: errors of scripts, refused by the policy, failed requests. */
+  readonly complaints: string[] = [];
+  private farm!: ChildProcess;
+  private lines!: AsyncIterator<string>;
+  private browser!: Browser;
+
+  static async start(): Promise<World> {
+    const world = new World();
+    world.farm = spawn('/usr/bin/python3', [join(import.meta.dirname, 'farm.py'), '--web', join(office, 'dist'),
+      '--build', process.env['KELVO_BUILD'] ?? join(office, '../build/check'), '--out', join(world.folder, 'farm')],
+    {stdio: ['pipe', 'pipe', 'inherit']});
+    world.lines = createInterface({input: world.farm.stdout!})[Symbol.asyncIterator]();
+    world.accounts = JSON.parse(await world.line()) as Accounts;
+    world.browser = await chromium.launch({
+      executablePath: '/usr/bin/chromium',
+      args: ['--no-sandbox'],
+      env: {...process.env, HOME: world.homeThatTrusts(world.accounts.ca)} as Record<string, string>,
+    });
+    return world;
+  }
+
+  async stop(): Promise<void> {
+    await this.browser?.close();
+    const ended = new Promise((resolve) => this.farm.once('exit', resolve));
+    this.farm.stdin!.end();
+    await ended;
+    rmSync(this.folder, {recursive: true});
+  }
+
+  /** A command of farm.py. */
+  async command<T = unknown>(...words: unknown[]): Promise<T> {
+    this.farm.stdin!.write(`${JSON.stringify(words)}\n`);
+    const line = await this.line();
+    if (!line.startsWith('ok ')) throw new Error(line);
+    return JSON.parse(line.slice(3)) as T;
+  }
+
+  get origin(): string {
+    return `https://localhost:${this.accounts.address.split(':').at(-1)}`;
+  }
+
+  newContext(options: Parameters<Browser['newContext']>[0] = {}): Promise<BrowserContext> {
+    return this.browser.newContext({viewport: {width: 1280, height: 800}, locale: 'en-GB', ...options});
+  }
+
+  async closePages(): Promise<void> {
+    await Promise.all(this.browser.contexts().map((context) => context.close()));
+  }
+
+  async open(context: BrowserContext, hash = ''): Promise<Page> {
+    const page = await context.newPage();
+    page.on('pageerror', (error) => this.complaints.push(error.message));
+    page.on('console', (message) => {
+      // Chromium reports each refused request. That of a page without a session is wanted.
+      if (message.type() === 'error' && !/ 401 /.test(message.text())) this.complaints.push(message.text());
+    });
+    await page.goto(`${this.origin}/${hash}`);
+    return page;
+  }
+
+  /** Keeps a picture of the page if KELVO_PICTURES names a folder. */
+  async picture(page: Page, name: string): Promise<void> {
+    const folder = process.env['KELVO_PICTURES'];
+    if (folder) await page.screenshot({path: join(folder, `office-${name}.png`)});
+  }
+
+  /** A page of a new browser profile, logged in. */
+  async logIn(role: 'office' | 'operator', options: Parameters<Browser['newContext']>[0] = {}): Promise<Page> {
+    const page = await this.open(await this.newContext(options));
+    const [name, password] = this.accounts[role];
+    await page.locator('input[name=user]').fill(name);
+    await page.locator('input[name=password]').fill(password);
+    await page.locator('form button').click();
+    await page.locator('.link.live').waitFor();
+    return page;
+  }
+
+  private async line(): Promise<string> {
+    const {value, done} = await this.lines.next();
+    if (done) throw new Error('farm.py has ended');
+    return value;
+  }
+
+  private homeThatTrusts(ca: string): string {
+    const home = join(this.folder, 'home');
+    const database = join(home, '.pki/nssdb');
+    mkdirSync(database, {recursive: true});
+    execFileSync('certutil', ['-d', `sql:${database}`, '-N', '--empty-password']);
+    execFileSync('certutil', ['-d', `sql:${database}`, '-A', '-t', 'C,,', '-n', 'kelvo', '-i', ca]);
+    return home;
+  }
+}

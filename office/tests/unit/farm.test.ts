@@ -1,0 +1,62 @@
+// The farm as a snapshot and the events after it.
+import {beforeEach, describe, expect, it} from 'vitest';
+import type {Account, Console, File} from '../../src/api/client';
+import {consoles, files, filesByInbox, forgetAll, inboxes, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
+
+const file = (id: number, container = 10): File => ({
+  id, container, kind: 'file', name: `field ${id}.zip`, size: 5, sha256: 'a'.repeat(64), created_at: '2026-05-01T06:12:30Z',
+  etag: `"${'a'.repeat(64)}"`,
+});
+
+const account: Account = {
+  user: {id: 8, name: 'office', role: 'office', disabled: false, farm: {id: 1, name: 'Hill Farm'}},
+  cursor: '5',
+  projects: [{
+    id: 1, kind: 'project', name: 'To Console',
+    resources: [{id: 10, kind: 'user-inbox', name: 'olga', project: 1, owner: {id: 7, name: 'olga'}, entries: [file(1), file(2)]}],
+  }],
+};
+
+const event = (name: string, data: unknown) => ({id: '6', name, data});
+
+describe('the farm', () => {
+  beforeEach(() => {
+    forgetAll();
+    takeSnapshot(account);
+  });
+
+  it('lists the files of an inbox, newest first', () => {
+    expect(filesByInbox.value.get(10)?.map(({id}) => id)).toEqual([2, 1]);
+    expect(inboxes.value.get(10)?.projectName).toBe('To Console');
+  });
+
+  it('follows files that come and go', () => {
+    const container = {id: 10, kind: 'user-inbox', project: 1};
+    takeEvent(event('file-added', {container, entry: file(3)}), 0);
+    takeEvent(event('file-added', {container, entry: file(3)}), 0);
+    takeEvent(event('file-removed', {container, entry: file(1)}), 0);
+    expect(filesByInbox.value.get(10)?.map(({id}) => id)).toEqual([3, 2]);
+  });
+
+  it('adds an inbox with its files and its project', () => {
+    const entry = {id: 11, kind: 'user-inbox', name: 'piet', project: 1, owner: {id: 9, name: 'piet'}, entries: [file(4, 11)]};
+    takeEvent(event('inbox-added', {container: {id: 1, kind: 'project'}, entry}), 0);
+    expect(inboxes.value.get(11)?.projectName).toBe('To Console');
+    expect(files.value.has(4)).toBe(true);
+  });
+
+  it('moves a known console and asks for the list of an unknown one', () => {
+    const known: Console = {id: 3, console_string: 'Console 12', hardware_address: '', operator: {id: 7, name: 'olga'},
+      environment: null, devices: [], position: null};
+    takeConsoles([known]);
+    const move = {console: 3, user: {id: 9, name: 'piet'}, time_s: 100, latitude: 51.5, longitude: 5.5};
+    expect(takeEvent(event('console-moved', move), 200_000)).toBe(true);
+    expect(consoles.value.get(3)).toMatchObject({positionReceivedMs: 200_000, operator: {name: 'piet'}, position: {time_s: 100}});
+    expect(takeEvent(event('console-moved', {...move, console: 4}), 0)).toBe(false);
+  });
+
+  it('knows nothing after the session', () => {
+    forgetAll();
+    expect([files.value.size, inboxes.value.size, consoles.value.size]).toEqual([0, 0, 0]);
+  });
+});

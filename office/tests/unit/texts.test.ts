@@ -1,0 +1,51 @@
+// Texts, numbers and places of the page.
+import {describe, expect, it} from 'vitest';
+import {chooseLanguage, languages, projectName, sizeText, t} from '../../src/texts';
+import {placeOf} from '../../src/views/place';
+
+const placeholders = (text: string) => [...text.matchAll(/\{\w+\}/g)].map(([name]) => name).sort();
+
+describe('the texts', () => {
+  it.each(Object.keys(languages))('of %s are complete and have the same values', (name) => {
+    const english = languages['en'] as Record<string, string>;
+    const texts = languages[name] as Record<string, string>;
+    expect(Object.keys(texts).sort()).toEqual(Object.keys(english).sort());
+    for (const [key, text] of Object.entries(texts)) {
+      expect(text, key).not.toBe('');
+      expect(placeholders(text), key).toEqual(placeholders(english[key] as string));
+    }
+  });
+
+  it('are in the first language of the browser that the page has', () => {
+    expect(chooseLanguage(['nl', 'fr-CA', 'de'])).toBe('fr');
+    expect(chooseLanguage(['pt-PT'])).toBe('pt-BR');
+    expect(chooseLanguage(['nl'])).toBe('en');
+    expect(chooseLanguage([])).toBe('en');
+  });
+
+  it('show a value as it is', () => {
+    expect(t('files.deleted', {name: '{name} <b>'})).toBe('{name} <b> is in the bin.');
+  });
+
+  it('name the projects, and keep an unknown name', () => {
+    expect(projectName('From Console')).toBe('Job reports');
+    expect(projectName('Other')).toBe('Other');
+  });
+
+  it('show sizes with a unit', () => {
+    expect([0, 999, 1000, 1_234_567, 5e9].map(sizeText)).toEqual(['0 byte', '999 byte', '1 kB', '1.2 MB', '5 GB']);
+  });
+});
+
+describe('the address', () => {
+  it('names a view and an inbox', () => {
+    expect(placeOf('#/files/10')).toEqual({view: 'files', id: 10});
+    expect(placeOf('#/bin')).toEqual({view: 'bin', id: undefined});
+  });
+
+  it('that is wrong leads to the files', () => {
+    for (const hash of ['', '#/nothing', '#/files/-1', '#/files/1e3', '#/files/<b>']) {
+      expect(placeOf(hash)).toEqual({view: 'files', id: undefined});
+    }
+  });
+});
