@@ -5,6 +5,8 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <string>
+#include <string_view>
 #include <system_error>
 
 #include <fcntl.h>
@@ -23,21 +25,49 @@ constexpr mode_t unusedMode = 0400;
 
 constexpr std::int64_t nsPerMs = 1000000;
 
-void makeFolder(const fs::path& folder)
+/** False if the folder exists already. */
+bool makeFolder(const fs::path& folder)
 {
     const bool isNew = ::mkdir(folder.c_str(), 0700) == 0;
     if (!isNew && errno != EEXIST) {
         throwErrno("mkdir");
     }
+    return isNew;
+}
+
+/**
+ * Makes the missing folders and syncs their parent, also if no folder is missing: a killed process
+ * may have left folders whose names are not on the disk.
+ */
+void makeFolders(const fs::path& parent, const std::vector<std::string>& names)
+{
+    std::vector<fs::path> made;
+    for (const std::string& name : names) {
+        if (makeFolder(parent / name)) {
+            made.push_back(parent / name);
+        }
+    }
     try {
-        // The parent is synced even if the folder existed: its creator may not have synced it yet.
-        syncFolder(folder.parent_path());
+        syncFolder(parent);
     } catch (const std::system_error&) {
-        if (isNew) {
+        for (const fs::path& folder : made) {
             ::rmdir(folder.c_str()); // a second sync would succeed without effect
         }
         throw;
     }
+}
+
+/** The names of the folders of all digests: 00 to ff. */
+std::vector<std::string> digestFolders()
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::vector<std::string> names;
+    for (const char first : digits) {
+        for (const char second : digits) {
+            names.push_back({first, second});
+        }
+    }
+    return names;
 }
 
 void removeIfThere(const fs::path& file)
@@ -62,14 +92,13 @@ void removeLeftoverLinks(const fs::path& folder)
 ContentStore::ContentStore(const fs::path& dataFolder, const DiskReserve* reserve)
     : contents_(dataFolder / "content"), uploads_(dataFolder / "uploads"), reserve_(reserve)
 {
-    makeFolder(contents_);
-    makeFolder(uploads_);
-    // A killed process may have left folders whose entries are not on the disk yet.
-    syncFolder(contents_);
+    makeFolders(dataFolder, {"content", "uploads"});
+    makeFolders(contents_, digestFolders()); // now, so that no upload waits for a folder's sync
     for (const auto& folder : fs::directory_iterator(contents_)) {
-        removeLeftoverLinks(folder.path());
-        syncFolder(folder.path());
-        durable_.insert(folder.path().filename());
+        if (!fs::is_empty(folder.path())) {
+            removeLeftoverLinks(folder.path());
+            syncFolder(folder.path());
+        }
     }
 }
 
@@ -78,19 +107,6 @@ void ContentStore::requireReserve() const
     if (reserve_ != nullptr) {
         reserve_->requireWhole();
     }
-}
-
-void ContentStore::ensureFolder(const fs::path& folder) const
-{
-    {
-        const std::lock_guard lock(mutex_);
-        if (durable_.contains(folder.filename())) {
-            return;
-        }
-    }
-    makeFolder(folder);
-    const std::lock_guard lock(mutex_);
-    durable_.insert(folder.filename());
 }
 
 fs::path ContentStore::contentPath(const std::string& sha256) const
@@ -143,7 +159,6 @@ bool ContentStore::adopt(const std::string& id, const std::string& sha256) const
         syncFolder(target.parent_path());
         return false;
     }
-    ensureFolder(target.parent_path());
     if (::rename((uploads_ / id).c_str(), target.c_str()) != 0) {
         throwErrno("rename");
     }

@@ -6,9 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -86,13 +84,10 @@ public:
 
 private:
     bool renew(const std::string& id, const std::filesystem::path& target) const;
-    void ensureFolder(const std::filesystem::path& folder) const;
 
     std::filesystem::path contents_;
     std::filesystem::path uploads_;
     const DiskReserve* reserve_;
-    mutable std::mutex mutex_;              // guards durable_
-    mutable std::set<std::string> durable_; // content folders whose names are on the disk
 };
 
 } // namespace kelvo::content
