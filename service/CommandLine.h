@@ -15,7 +15,7 @@ struct ServeOptions
 {
     std::filesystem::path dataFolder;
     std::string listen;
-    std::string metricsListen = "127.0.0.1:0";
+    std::string metricsListen = "127.0.0.1:9443";
     std::filesystem::path
         certificate; // with `key`: the user's certificate; empty: the service's own
     std::filesystem::path key;

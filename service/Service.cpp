@@ -295,9 +295,8 @@ void showNetwork(metrics::Metrics& metrics, const tls::CertificateKeeper& certif
                   }});
 }
 
-} // namespace
-
-void runService(const ServeOptions& options)
+/** Sets `isRunning` when requests are answered. */
+void serve(const ServeOptions& options, bool& isRunning)
 {
     const StopSignals stopSignals;
     DataFolder folder(options.dataFolder, logAndWait());
@@ -329,6 +328,7 @@ void runService(const ServeOptions& options)
 
     announce(folder, apiListener->address().text(), monitorListener->address().text());
     logInfo("started");
+    isRunning = true;
     stopSignals.wait([&janitor, &certificate, &state](bool isReload) {
         certificate->refresh(isReload);
         state.sample();
@@ -339,6 +339,23 @@ void runService(const ServeOptions& options)
     logInfo("stopping");
     threads.drain({apiListener.get(), monitorListener.get()}, transferGrace);
     logInfo("stopped");
+}
+
+} // namespace
+
+void runService(const ServeOptions& options)
+{
+    bool isRunning = false;
+    try {
+        serve(options, isRunning);
+    } catch (const StartRefused&) {
+        throw;
+    } catch (const std::exception& error) {
+        if (!isRunning) {
+            throw StartRefused(error.what());
+        }
+        throw;
+    }
 }
 
 } // namespace kelvo

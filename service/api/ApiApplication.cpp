@@ -1,5 +1,6 @@
 #include "service/api/ApiApplication.h"
 
+#include "service/api/UploadHeaders.h"
 #include "service/base/Log.h"
 #include "service/http/Problem.h"
 #include "service/store/Errors.h"
@@ -13,6 +14,8 @@ using http::EProblem;
 using http::Problem;
 
 namespace {
+
+constexpr std::string_view uploadsPath = "/uploads";
 
 /** EFBIG too: for an upload a file size limit is like a full disk. */
 bool meansFull(const std::system_error& error)
@@ -40,7 +43,22 @@ ApiApplication::ApiApplication(Context& context, metrics::Metrics& metrics)
     addUserRoutes(router_, context);
 }
 
+/** Every answer of the tus protocol names its version, a refusal too. */
 Async<http::Response> ApiApplication::handle(http::Request& request)
+{
+    http::Response response;
+    try {
+        response = co_await route(request);
+    } catch (const Problem& problem) {
+        response = problem.toResponse();
+    }
+    if (request.route.starts_with(uploadsPath)) {
+        response.with("Tus-Resumable", tusVersion);
+    }
+    co_return response;
+}
+
+Async<http::Response> ApiApplication::route(http::Request& request)
 {
     try {
         co_return co_await router_.find(request)(request);

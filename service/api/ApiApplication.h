@@ -19,6 +19,8 @@ public:
     void requestDone(const http::RequestSummary& summary) override;
 
 private:
+    Async<http::Response> route(http::Request& request);
+
     http::Router router_;
     metrics::Metrics& metrics_;
 };

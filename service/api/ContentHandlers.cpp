@@ -4,6 +4,7 @@
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/base/Digest.h"
+#include "service/base/Encoding.h"
 #include "service/http/Problem.h"
 #include "service/http/Ranges.h"
 #include "service/http/Router.h"
@@ -51,11 +52,34 @@ void refuseUnlessWanted(const Request& request, const store::File& file)
     }
 }
 
+/** The name for a browser: in ASCII, then whole in the encoding of RFC 8187. */
+std::string dispositionOf(const store::File& file)
+{
+    std::string plain = file.name;
+    for (char& c : plain) {
+        const bool isPlain = c >= 0x20 && c < 0x7F && c != '"' && c != '\\' && c != '%';
+        c = isPlain ? c : '_';
+    }
+    return "attachment; filename=\"" + plain + "\"; filename*=UTF-8''" + percentEncode(file.name);
+}
+
+bool isKnown(const Request& request, const store::File& file)
+{
+    const std::string_view known = request.header("If-None-Match");
+    return !known.empty() && http::tagListMatches(known, etagOf(file), true);
+}
+
 Async<Response> getContent(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
     const store::File file = co_await findFile(context, user, request.id());
     refuseUnlessWanted(request, file);
+    if (isKnown(request, file)) {
+        Response unchanged;
+        unchanged.status = 304;
+        unchanged.headers = {{"ETag", etagOf(file)}, {"Cache-Control", "private, no-cache"}};
+        co_return unchanged;
+    }
     const std::string total = std::to_string(file.sizeBytes);
     const http::RangeChoice range = rangeFor(request, file);
     if (range.kind == http::ERange::Unsatisfiable) {
@@ -63,11 +87,11 @@ Async<Response> getContent(Context& context, Request& request)
                       {{"Content-Range", "bytes */" + total}});
     }
     Response response;
-    response.headers = {{"Content-Type", "application/octet-stream"},
-                        {"ETag", etagOf(file)},
-                        {"Repr-Digest", reprDigest(file.sha256)},
-                        {"Accept-Ranges", "bytes"},
-                        {"Cache-Control", "private, no-cache"}};
+    response.headers = {
+        {"Content-Type", "application/octet-stream"}, {"Content-Disposition", dispositionOf(file)},
+        {"X-Content-Type-Options", "nosniff"},        {"ETag", etagOf(file)},
+        {"Repr-Digest", reprDigest(file.sha256)},     {"Accept-Ranges", "bytes"},
+        {"Cache-Control", "private, no-cache"}};
     if (range.kind == http::ERange::Part) {
         response.status = 206;
         response.with("Content-Range", "bytes " + std::to_string(range.offset) + "-" +

@@ -1,6 +1,7 @@
 #include "service/api/Documents.h"
 
 #include "service/base/Encoding.h"
+#include "service/base/Names.h"
 #include "service/base/Time.h"
 #include "service/http/Problem.h"
 
@@ -16,12 +17,6 @@ namespace {
 constexpr std::size_t longestNameCharacters = 64;
 constexpr std::size_t longestFileNameBytes = 255;
 constexpr long long binDaysMs = 30LL * 24 * 3600 * 1000;
-
-bool hasControl(std::string_view text)
-{
-    return std::any_of(text.begin(), text.end(),
-                       [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
-}
 
 } // namespace
 
@@ -99,7 +94,8 @@ std::string requireString(const nlohmann::json& document, const char* member)
 
 std::string requireName(const nlohmann::json& document, const char* member)
 {
-    std::string name = requireString(document, member);
+    const std::string given = requireString(document, member);
+    std::string name(withoutBlanks(given));
     const std::size_t length = countCharacters(name);
     if (length == 0 || length > longestNameCharacters || hasControl(name)) {
         throw Problem(EProblem::Unprocessable, std::string("The member \"") + member +

@@ -32,8 +32,8 @@ std::string etagOf(const store::File& file);
 std::string requireString(const nlohmann::json& document, const char* member);
 
 /**
- * Returns the name of a farm or user: 1 to 64 characters without control characters. Throws Problem
- * (unprocessable).
+ * Returns the name of a farm or user without blanks at its ends: 1 to 64 characters without control
+ * characters (service/base/Names.h). Throws Problem (unprocessable).
  */
 std::string requireName(const nlohmann::json& document, const char* member);
 

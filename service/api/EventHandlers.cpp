@@ -60,7 +60,9 @@ Async<Response> openStream(Context& context, Request& request)
     const auto stream = std::make_shared<events::EventStream>(
         subscription, cursor, context.database, context.clock, context.settings.stream);
     Response response;
-    response.headers = {{"Content-Type", "text/event-stream"}, {"Cache-Control", "no-store"}};
+    response.headers = {{"Content-Type", "text/event-stream"},
+                        {"Cache-Control", "no-store"},
+                        {"X-Accel-Buffering", "no"}}; // a proxy passes each event on at once
     response.stream = [stream](http::Transport& transport) { return stream->run(transport); };
     co_return response;
 }

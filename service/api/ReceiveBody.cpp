@@ -57,9 +57,9 @@ private:
 class Receiving
 {
 public:
-    Receiving(http::BodyReader& body, content::UploadWriter& writer, WorkPool& pool)
+    Receiving(http::BodyReader& body, const Sink& sink, WorkPool& pool)
         : body_(body),
-          writer_(writer),
+          sink_(sink),
           pool_(pool),
           ring_(static_cast<std::size_t>(std::min(ringBytes, body.remainingBytes()))),
           arrival_(body.executor()),
@@ -98,9 +98,7 @@ public:
                 continue;
             }
             const asio::const_buffer piece = ring_.oldest();
-            std::function<void()> work = [this, piece] {
-                writer_.append(piece.data(), piece.size());
-            };
+            std::function<void()> work = [this, piece] { sink_(piece.data(), piece.size()); };
             try {
                 co_await pool_.run(std::move(work));
             } catch (...) {
@@ -117,7 +115,7 @@ private:
     static constexpr auto never = std::chrono::steady_clock::time_point::max();
 
     http::BodyReader& body_;
-    content::UploadWriter& writer_;
+    const Sink& sink_;
     WorkPool& pool_;
     Ring ring_;
     Wakeup arrival_; // write() sleeps on it
@@ -129,14 +127,14 @@ private:
 
 } // namespace
 
-Async<bool> receiveBody(http::BodyReader& body, content::UploadWriter& writer, WorkPool& pool)
+Async<bool> receiveBody(http::BodyReader& body, const Sink& sink, WorkPool& pool)
 {
     using namespace asio::experimental::awaitable_operators;
 
     if (body.remainingBytes() == 0) {
         co_return true;
     }
-    Receiving receiving(body, writer, pool);
+    Receiving receiving(body, sink, pool);
     co_return co_await (receiving.read() && receiving.write());
 }
 

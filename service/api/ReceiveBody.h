@@ -1,18 +1,23 @@
-// Receives a request's body into an upload.
+// Receives a request's body while earlier bytes are written.
 #pragma once
 
 #include "service/base/WorkPool.h"
-#include "service/content/UploadWriter.h"
 #include "service/http/BodyReader.h"
+
+#include <cstddef>
+#include <functional>
 
 namespace kelvo::api {
 
+/** Takes the next bytes; called on the pool. */
+using Sink = std::function<void(const void* data, std::size_t sizeBytes)>;
+
 /**
- * Receives while the pool writes and digests earlier bytes. The pool writes all received bytes at
+ * Receives while the pool passes earlier bytes to `sink`. The pool passes all received bytes at
  * once, however few: a killed service loses only bytes that the disk had no time for. Holds at most
  * 512 KiB. Returns true if the whole body was received, false if the peer left or stalled; the
- * received bytes are written in both cases. Throws the exceptions of UploadWriter.
+ * received bytes are written in both cases. Throws the exceptions of `sink`.
  */
-Async<bool> receiveBody(http::BodyReader& body, content::UploadWriter& writer, WorkPool& pool);
+Async<bool> receiveBody(http::BodyReader& body, const Sink& sink, WorkPool& pool);
 
 } // namespace kelvo::api

@@ -4,6 +4,7 @@
 #include "service/api/EventWriting.h"
 #include "service/api/UploadSteps.h"
 #include "service/base/Digest.h"
+#include "service/base/Encoding.h"
 #include "service/base/Log.h"
 #include "service/http/Problem.h"
 #include "service/store/Errors.h"
@@ -23,6 +24,17 @@ void addWarning(store::Upload& upload, const store::Inbox& inbox)
 {
     upload.warnings.push_back("The inbox of " + inbox.ownerName + " has \"" + upload.name +
                               "\" more than once; a console can only open the first.");
+}
+
+/** Removes the rows of the uploads that a final upload is made of. */
+void forgetParts(store::Transaction& transaction, const store::Upload& upload)
+{
+    if (!upload.isFinal()) {
+        return;
+    }
+    for (const std::string& part : partsOf(upload.concat)) {
+        store::removeUnfinishedUpload(transaction, part);
+    }
 }
 
 /** Adds the files and events of a received upload. */
@@ -55,6 +67,7 @@ FinishedUpload commitFiles(Context& context, store::Transaction& transaction, st
         upload.files.push_back(file.id);
         files.push_back(file);
     }
+    forgetParts(transaction, upload);
     upload.finished = true;
     store::finishUpload(transaction, upload);
     return {std::move(upload), std::move(files)};
@@ -161,10 +174,33 @@ Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
     co_return finished;
 }
 
+namespace {
+
+constexpr std::size_t longestWarnings = 4096;
+
+/** The warnings with percent encoding, separated by commas. Many warnings are cut with "...". */
+std::string warningsHeader(const std::vector<std::string>& warnings)
+{
+    std::string text;
+    for (const std::string& warning : warnings) {
+        const std::string encoded = percentEncode(warning, " ;.");
+        if (text.size() + encoded.size() > longestWarnings) {
+            return text + (text.empty() ? "..." : ", ...");
+        }
+        text += (text.empty() ? "" : ", ") + encoded;
+    }
+    return text;
+}
+
+} // namespace
+
 void addResultHeaders(http::Response& response, const store::Upload& upload)
 {
     response.with("Repr-Digest", reprDigest(upload.sha256));
     response.with("Kelvo-File-Ids", store::joinIds(upload.files));
+    if (!upload.warnings.empty()) {
+        response.with("Kelvo-Warnings", warningsHeader(upload.warnings));
+    }
 }
 
 Async<http::Response> resultDocument(Context& context, const Progress& progress, unsigned status)

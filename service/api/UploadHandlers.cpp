@@ -1,5 +1,6 @@
-// /uploads: the tus 1.0 protocol with creation, creation-with-upload, expiration and termination.
+// /uploads: the tus 1.0 protocol and its extensions.
 #include "service/api/Access.h"
+#include "service/api/UploadChecksum.h"
 #include "service/api/UploadSteps.h"
 #include "service/base/Time.h"
 #include "service/http/Problem.h"
@@ -16,26 +17,13 @@ using http::Request;
 using http::Response;
 using TusHandler = Async<Response> (*)(Context&, Request&);
 
-/** Every answer of the protocol has its version, errors too. */
-Async<Response> withTus(Context& context, Request& request, TusHandler handler)
-{
-    Response response;
-    try {
-        requireTusVersion(request);
-        response = co_await handler(context, request);
-    } catch (const Problem& problem) {
-        response = problem.toResponse();
-    }
-    response.with("Tus-Resumable", tusVersion);
-    co_return response;
-}
-
 Async<Response> describeProtocol(Context& context)
 {
     Response response = Response::noContent();
-    response.headers = {{"Tus-Resumable", tusVersion},
-                        {"Tus-Version", tusVersion},
-                        {"Tus-Extension", "creation,creation-with-upload,expiration,termination"},
+    response.headers = {{"Tus-Version", tusVersion},
+                        {"Tus-Extension", "creation,creation-with-upload,creation-defer-length,"
+                                          "expiration,termination,checksum,concatenation"},
+                        {"Tus-Checksum-Algorithm", Checksum::algorithms},
                         {"Tus-Max-Size", std::to_string(context.settings.maxUploadBytes)}};
     co_return response;
 }
@@ -43,9 +31,27 @@ Async<Response> describeProtocol(Context& context)
 /** Adds the upload's offset and expiry as headers. */
 void addProgress(Response& response, const Progress& progress)
 {
-    response.with("Upload-Offset", std::to_string(progress.offset));
+    if (progress.upload.finished || !progress.upload.isFinal()) {
+        response.with("Upload-Offset", std::to_string(progress.offset));
+    }
     if (!progress.upload.finished) {
         response.with("Upload-Expires", httpDate(progress.upload.expiresMs));
+    }
+}
+
+/** Adds what the client said about the upload when it was created. */
+void addDescription(Response& response, const store::Upload& upload)
+{
+    if (upload.lengthBytes == store::unknownLength) {
+        response.with("Upload-Defer-Length", "1");
+    } else {
+        response.with("Upload-Length", std::to_string(upload.lengthBytes));
+    }
+    if (!upload.metadata.empty()) {
+        response.with("Upload-Metadata", upload.metadata);
+    }
+    if (!upload.concat.empty()) {
+        response.with("Upload-Concat", upload.concat);
     }
 }
 
@@ -57,39 +63,41 @@ std::string locationOf(const store::Upload& upload)
     return path;
 }
 
-/** Throws Problem if the repeat brings bytes for an unfinished upload. */
-Async<Progress> progressOfRepeat(Context& context, Request& request, const store::Upload& upload)
+/** The first step of a new upload, which this request holds. */
+Async<Progress> begin(Context& context, Request& request, const store::Upload& upload)
 {
-    if (!upload.finished && request.body.lengthBytes() > 0) {
-        throw Problem(EProblem::Conflict,
-                      "This upload exists already: get its offset and send the rest.");
+    if (upload.isFinal()) {
+        co_return co_await concatenate(context, request, upload);
     }
-    co_return co_await stopAndInspect(context, request, upload);
+    if (request.body.isPresent() || upload.lengthBytes == 0) {
+        co_return co_await receiveHeldPart(context, request, upload, 0);
+    }
+    co_return Progress{upload, 0, {}};
 }
 
 Async<Response> create(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
     const UploadRequest wanted = readUploadRequest(request, context.settings.maxUploadBytes);
-    if (request.body.lengthBytes() > 0) {
+    if (request.body.isPresent()) {
         requireOffsetStream(request);
     }
     // Held before its id is known to any other request, so that its state cannot change meanwhile.
     const std::string id = newUploadId();
     auto hold = co_await context.activeUploads.take(id, request.body);
     const StartedUpload started = co_await startUpload(context, user, wanted, id);
-    Progress progress{started.upload, 0, {}};
+    Progress progress;
     if (started.isRepeat) {
         hold.reset();
-        progress = co_await progressOfRepeat(context, request, started.upload);
-    } else if (request.body.lengthBytes() > 0 || wanted.lengthBytes == 0) {
-        progress = co_await receiveHeldPart(context, request, started.upload, 0);
+        progress = co_await resumeCreation(context, request, started.upload);
+    } else {
+        progress = co_await begin(context, request, started.upload);
     }
     Response response;
     response.status = 201;
     if (progress.upload.finished) {
         response = co_await resultDocument(context, progress, 201);
-        if (started.isRepeat) {
+        if (started.isRepeat && progress.newFiles.empty()) {
             // An earlier request made the result; a body of this request is not part of it.
             response.with("Kelvo-Repeated", "true");
         }
@@ -105,8 +113,8 @@ Async<Response> inspect(Context& context, Request& request)
     const store::Upload upload = co_await findUpload(context, user, request.parameter("id"));
     const Progress progress = co_await stopAndInspect(context, request, upload);
     Response response;
-    response.headers = {{"Cache-Control", "no-store"},
-                        {"Upload-Length", std::to_string(progress.upload.lengthBytes)}};
+    response.with("Cache-Control", "no-store");
+    addDescription(response, progress.upload);
     addProgress(response, progress);
     if (progress.upload.finished) {
         addResultHeaders(response, progress.upload);
@@ -156,7 +164,8 @@ void addUploadRoutes(http::Router& router, Context& context)
     router.add("OPTIONS", "/uploads", [&context](Request&) { return describeProtocol(context); });
     for (const Row& row : rows) {
         router.add(row.method, row.path, [&context, handler = row.handler](Request& request) {
-            return withTus(context, request, handler);
+            requireTusVersion(request);
+            return handler(context, request);
         });
     }
 }

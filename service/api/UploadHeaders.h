@@ -6,7 +6,9 @@
 #include "service/store/Records.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kelvo::api {
@@ -16,10 +18,15 @@ inline constexpr const char* tusVersion = "1.0.0";
 /** The upload that a POST requests. */
 struct UploadRequest
 {
-    std::string name;
-    std::vector<store::Id> targets;
-    long long lengthBytes = 0;
-    std::string key; // empty: none
+    std::string name;               // empty for a part of another upload
+    std::vector<store::Id> targets; // as the name
+    long long lengthBytes = 0;      // or store::unknownLength; of a final upload not known here
+    std::string key;                // empty: none
+    std::string metadata;           // as sent
+    std::string concat;             // as store::Upload::concat
+    std::vector<std::string> parts; // the ids of the uploads that a final upload is made of
+
+    bool isFinal() const { return !parts.empty(); }
 };
 
 /** All functions below throw Problem. */
@@ -27,10 +34,19 @@ struct UploadRequest
 /** Throws precondition-failed with the service's version. */
 void requireTusVersion(const http::Request& request);
 
-/** Throws a problem if the name, the targets, the length or the key is not valid. */
+/**
+ * Throws a problem if the name, the targets, the length, the key or Upload-Concat is not valid. A
+ * final upload without a key gets a key of its parts and metadata: a repeat makes no second file.
+ */
 UploadRequest readUploadRequest(const http::Request& request, long long maxUploadBytes);
 
+/** The ids in the Upload-Concat of a final upload, in its order. Throws malformed-request. */
+std::vector<std::string> partsOf(std::string_view concat);
+
 long long readOffset(const http::Request& request);
+
+/** The length that a part names because the creation did not. Empty: the part names none. */
+std::optional<long long> readLateLength(const http::Request& request, long long maxUploadBytes);
 
 /**
  * Throws unsupported-media-type if the body has another type than application/offset+octet-stream.

@@ -1,5 +1,6 @@
 // Appends the bytes of a request to an upload.
 #include "service/api/ReceiveBody.h"
+#include "service/api/UploadChecksum.h"
 #include "service/api/UploadSteps.h"
 #include "service/http/Problem.h"
 #include "service/store/UploadTable.h"
@@ -49,6 +50,73 @@ Async<void> extend(Context& context, store::Upload& upload)
                   {{"Upload-Offset", std::to_string(offset)}});
 }
 
+Async<long long> receivedSize(Context& context, const store::Upload& upload)
+{
+    auto look = [&context, &upload] { return context.contents.uploadSize(upload.id); };
+    const auto size = co_await context.filePool.run(look);
+    co_return static_cast<long long>(size);
+}
+
+/** Stores the length that this part names, if the creation did not name it. */
+Async<void> setLateLength(Context& context, const http::Request& request, store::Upload& upload,
+                          long long offset)
+{
+    const auto length = readLateLength(request, context.settings.maxUploadBytes);
+    if (!length || *length == upload.lengthBytes) {
+        co_return;
+    }
+    if (upload.lengthBytes != store::unknownLength || *length < offset) {
+        throw Problem(EProblem::MalformedRequest, "The upload has another length.");
+    }
+    if (const long long size = co_await receivedSize(context, upload); size != offset) {
+        throwWrongOffset(size);
+    }
+    auto change = [&upload, &length](store::Transaction& transaction) {
+        return store::setUploadLength(transaction, upload.id, *length);
+    };
+    const bool isSet = co_await context.database.write(change);
+    if (!isSet) {
+        throw Problem(EProblem::Gone, "The upload has expired.");
+    }
+    upload.lengthBytes = *length;
+}
+
+/** Throws Problem if the body is longer than the missing part; a chunked body ends there. */
+void limitBody(const Context& context, http::Request& request, const store::Upload& upload,
+               std::uint64_t offset)
+{
+    const long long length = upload.lengthBytes == store::unknownLength
+                                 ? context.settings.maxUploadBytes
+                                 : upload.lengthBytes;
+    const std::uint64_t missing = static_cast<std::uint64_t>(length) - offset;
+    if (request.body.lengthBytes().value_or(0) > missing) {
+        throw Problem(EProblem::ContentTooLarge, "The body is longer than the missing part.");
+    }
+    request.body.limit(missing);
+}
+
+/**
+ * Appends the body. With a checksum the bytes are appended after they are checked: a crash leaves
+ * only checked bytes. False if the body was cut; then unchecked bytes are dropped.
+ */
+Async<bool> receiveInto(Context& context, http::Request& request, const store::Upload& upload,
+                        std::optional<Checksum>& checksum, content::UploadWriter& writer)
+{
+    try {
+        limitBody(context, request, upload, writer.offset());
+        if (checksum) {
+            co_return co_await receiveChecked(context, request, *checksum, writer);
+        }
+        const Sink sink = [&writer](const void* data, std::size_t sizeBytes) {
+            writer.append(data, sizeBytes);
+        };
+        co_return co_await receiveBody(request.body, sink, context.filePool);
+    } catch (const Problem&) {
+        writer.suspend();
+        throw;
+    }
+}
+
 } // namespace
 
 Async<Progress> stopAndInspect(Context& context, http::Request& request, store::Upload upload)
@@ -58,9 +126,8 @@ Async<Progress> stopAndInspect(Context& context, http::Request& request, store::
     if (upload.finished) {
         co_return Progress{upload, upload.lengthBytes, {}};
     }
-    auto look = [&context, &upload] { return context.contents.uploadSize(upload.id); };
-    const auto size = co_await context.filePool.run(look);
-    co_return Progress{upload, static_cast<long long>(size), {}};
+    const long long size = co_await receivedSize(context, upload);
+    co_return Progress{upload, size, {}};
 }
 
 Async<void> deleteUpload(Context& context, http::Request& request, const store::Upload& upload)
@@ -87,33 +154,52 @@ Async<Progress> receivePart(Context& context, http::Request& request, store::Upl
 {
     const auto hold = co_await context.activeUploads.take(upload.id, request.body);
     upload = co_await reload(context, upload.id);
+    if (upload.isFinal()) {
+        throw Problem(EProblem::Forbidden, "A final upload takes no bytes.");
+    }
     if (upload.finished) {
         throwWrongOffset(upload.lengthBytes);
     }
+    co_await setLateLength(context, request, upload, offset);
     co_await extend(context, upload);
     co_return co_await receiveHeldPart(context, request, upload, offset);
+}
+
+Async<Progress> resumeCreation(Context& context, http::Request& request, store::Upload upload)
+{
+    const auto hold = co_await context.activeUploads.take(upload.id, request.body);
+    upload = co_await reload(context, upload.id);
+    if (upload.finished) {
+        co_return Progress{upload, upload.lengthBytes, {}};
+    }
+    co_await extend(context, upload);
+    if (upload.isFinal()) {
+        co_return co_await concatenate(context, request, upload);
+    }
+    const long long size = co_await receivedSize(context, upload);
+    if (size > 0 || !request.body.isPresent()) {
+        co_return Progress{upload, size, {}}; // the body starts at 0: the client sends the rest
+    }
+    co_return co_await receiveHeldPart(context, request, upload, 0);
 }
 
 Async<Progress> receiveHeldPart(Context& context, http::Request& request, store::Upload upload,
                                 long long offset)
 {
+    auto checksum = Checksum::of(request);
     auto open = [&context, &request, &upload, offset] {
         // The size is checked first: a wrong offset must not cost digesting the present bytes.
         const auto size = static_cast<long long>(context.contents.uploadSize(upload.id));
         if (size != offset) {
             throwWrongOffset(size);
         }
-        context.reserve.requireRoom(static_cast<long long>(request.body.lengthBytes()));
+        context.reserve.requireRoom(static_cast<long long>(request.body.lengthBytes().value_or(0)));
         return content::UploadWriter(context.contents, context.digests, upload.id);
     };
     content::UploadWriter writer = co_await context.filePool.run(open);
-    if (static_cast<std::uint64_t>(upload.lengthBytes - offset) < request.body.lengthBytes()) {
-        writer.suspend();
-        throw Problem(EProblem::ContentTooLarge, "The body is longer than the missing part.");
-    }
-    const bool whole = co_await receiveBody(request.body, writer, context.filePool);
+    const bool whole = co_await receiveInto(context, request, upload, checksum, writer);
     const auto reached = static_cast<long long>(writer.offset());
-    if (reached == upload.lengthBytes) {
+    if (whole && reached == upload.lengthBytes && !upload.isPartial()) {
         FinishedUpload finished = co_await finishUpload(context, upload, writer);
         co_return Progress{finished.upload, reached, finished.files};
     }
@@ -124,7 +210,7 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
     writer.suspend();
     co_await extend(context, upload);
     if (!whole) {
-        throw http::PeerGone();
+        request.body.throwFailure();
     }
     co_return Progress{upload, reached, {}};
 }

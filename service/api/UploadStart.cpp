@@ -6,6 +6,8 @@
 #include "service/store/InboxTable.h"
 #include "service/store/UploadTable.h"
 
+#include <algorithm>
+
 namespace kelvo::api {
 
 using http::EProblem;
@@ -29,8 +31,11 @@ void requireTargets(soci::session& sql, const store::User& user,
 
 bool isSameRequest(const store::Upload& upload, const UploadRequest& wanted)
 {
+    // The length may have become known after the creation.
+    const bool isSameLength = wanted.isFinal() || wanted.lengthBytes == store::unknownLength ||
+                              upload.lengthBytes == wanted.lengthBytes;
     return upload.name == wanted.name && upload.targets == wanted.targets &&
-           upload.lengthBytes == wanted.lengthBytes;
+           upload.concat == wanted.concat && isSameLength;
 }
 
 std::optional<store::Upload> findRepeat(store::Transaction& transaction, const store::User& user,
@@ -56,6 +61,39 @@ std::optional<store::Upload> findRepeat(store::Transaction& transaction, const s
     return std::nullopt;
 }
 
+/** The length of all parts of a final upload. */
+long long lengthOfParts(soci::session& sql, const store::User& user, const UploadRequest& wanted,
+                        long long nowMs)
+{
+    long long length = 0;
+    for (const std::string& id : wanted.parts) {
+        const auto part = store::uploadById(sql, id);
+        const bool isUsable = part && part->user == user.id && part->expiresMs > nowMs;
+        if (!isUsable || !part->isPartial()) {
+            throw Problem(EProblem::NotFound, "A part of the upload does not exist.");
+        }
+        if (part->lengthBytes == store::unknownLength) {
+            throw Problem(EProblem::Conflict, "A part of the upload is not complete.");
+        }
+        length += part->lengthBytes;
+    }
+    return length;
+}
+
+/** Throws Problem if the sum of the parts is longer than a file may be. */
+long long lengthFor(const Context& context, soci::session& sql, const store::User& user,
+                    const UploadRequest& wanted)
+{
+    if (!wanted.isFinal()) {
+        return wanted.lengthBytes;
+    }
+    const long long length = lengthOfParts(sql, user, wanted, context.clock.expiryNowMs());
+    if (length > context.settings.maxUploadBytes) {
+        throw Problem(EProblem::ContentTooLarge, "The file is larger than this service allows.");
+    }
+    return length;
+}
+
 StartedUpload start(Context& context, store::Transaction& transaction, const store::User& user,
                     const UploadRequest& wanted, const std::string& newId)
 {
@@ -64,7 +102,8 @@ StartedUpload start(Context& context, store::Transaction& transaction, const sto
         return {std::move(*repeat), true};
     }
     requireTargets(transaction.sql, user, wanted.targets);
-    context.reserve.requireRoom(wanted.lengthBytes);
+    const long long lengthBytes = lengthFor(context, transaction.sql, user, wanted);
+    context.reserve.requireRoom(std::max(lengthBytes, 0LL));
     store::Upload upload;
     upload.id = newId;
     upload.farm = user.farmId();
@@ -72,7 +111,9 @@ StartedUpload start(Context& context, store::Transaction& transaction, const sto
     upload.key = wanted.key;
     upload.name = wanted.name;
     upload.targets = wanted.targets;
-    upload.lengthBytes = wanted.lengthBytes;
+    upload.lengthBytes = lengthBytes;
+    upload.metadata = wanted.metadata;
+    upload.concat = wanted.concat;
     upload.createdMs = nowMs;
     upload.expiresMs = nowMs + uploadLifeMs;
     store::addUpload(transaction, upload);

@@ -47,6 +47,12 @@ struct Progress
 Async<Progress> receivePart(Context& context, http::Request& request, store::Upload upload,
                             long long offset);
 
+/**
+ * Repeats a creation whose upload is not finished. The body is received if the service has no byte
+ * yet. Throws as receivePart().
+ */
+Async<Progress> resumeCreation(Context& context, http::Request& request, store::Upload upload);
+
 /** As receivePart(), for an upload that this request holds and has already read. */
 Async<Progress> receiveHeldPart(Context& context, http::Request& request, store::Upload upload,
                                 long long offset);
@@ -58,6 +64,12 @@ Async<void> deleteUpload(Context& context, http::Request& request, const store::
 
 /** Stops the request that works on the upload, then returns the size of the received part. */
 Async<Progress> stopAndInspect(Context& context, http::Request& request, store::Upload upload);
+
+/**
+ * Makes the file of a final upload, which the request holds, and removes the parts. A repeat after
+ * a crash starts anew. Throws Problem if a part is missing or not complete.
+ */
+Async<Progress> concatenate(Context& context, http::Request& request, const store::Upload& upload);
 
 struct FinishedUpload
 {
@@ -72,7 +84,7 @@ struct FinishedUpload
 Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
                                    content::UploadWriter& writer);
 
-/** Adds the result's headers of a finished upload. */
+/** Adds the result's headers of a finished upload, with its warnings. */
 void addResultHeaders(http::Response& response, const store::Upload& upload);
 
 /** Returns the result's body of a finished upload. */

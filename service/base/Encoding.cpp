@@ -1,5 +1,6 @@
 #include "service/base/Encoding.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
@@ -22,20 +23,6 @@ constexpr std::array<int, 256> makeBase64Values()
 }
 constexpr std::array<int, 256> base64Values = makeBase64Values();
 
-int hexValue(char c)
-{
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'a' && c <= 'f') {
-        return c - 'a' + 10;
-    }
-    if (c >= 'A' && c <= 'F') {
-        return c - 'A' + 10;
-    }
-    return -1;
-}
-
 /** The number of continuation bytes after this first byte, or -1 if no sequence starts with it. */
 int continuationBytes(unsigned char first)
 {
@@ -52,6 +39,20 @@ int continuationBytes(unsigned char first)
 }
 
 } // namespace
+
+int hexValue(char c)
+{
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'a' && c <= 'f') {
+        return c - 'a' + 10;
+    }
+    if (c >= 'A' && c <= 'F') {
+        return c - 'A' + 10;
+    }
+    return -1;
+}
 
 std::string toHex(std::span<const unsigned char> bytes)
 {
@@ -128,6 +129,24 @@ std::optional<std::string> fromBase64(std::string_view text)
     return bytes;
 }
 
+std::string percentEncode(std::string_view text, std::string_view others)
+{
+    static constexpr std::string_view digits = "0123456789ABCDEF";
+    static constexpr std::string_view unreserved =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+    std::string encoded;
+    for (const char c : text) {
+        if (unreserved.find(c) != std::string_view::npos ||
+            others.find(c) != std::string_view::npos) {
+            encoded += c;
+        } else {
+            const auto byte = static_cast<unsigned char>(c);
+            encoded += {'%', digits[byte >> 4], digits[byte & 15]};
+        }
+    }
+    return encoded;
+}
+
 std::optional<std::string> percentDecode(std::string_view text)
 {
     std::string plain;
@@ -202,6 +221,13 @@ std::string_view trimmed(std::string_view text)
         text.remove_suffix(1);
     }
     return text;
+}
+
+bool equalsIgnoringCase(std::string_view left, std::string_view right)
+{
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [lower](char a, char b) { return lower(a) == lower(b); });
 }
 
 } // namespace kelvo

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -117,6 +118,22 @@ fs::path ContentStore::contentPath(const std::string& sha256) const
 FileDescriptor ContentStore::openUpload(const std::string& id) const
 {
     return openFile(uploads_ / id, O_RDWR | O_CREAT, 0600);
+}
+
+FileDescriptor ContentStore::openReceived(const std::string& id) const
+{
+    return openFile(uploads_ / id, O_RDONLY);
+}
+
+FileDescriptor ContentStore::openScratch() const
+{
+    std::string name = (uploads_ / ".scratch-XXXXXX").string();
+    FileDescriptor file(::mkostemp(name.data(), O_CLOEXEC));
+    if (!file) {
+        throwErrno("mkostemp");
+    }
+    ::unlink(name.c_str()); // a killed process may leave the name; the janitor removes it
+    return file;
 }
 
 std::uint64_t ContentStore::uploadSize(const std::string& id) const

@@ -32,6 +32,12 @@ public:
     /** Opens the upload for reading and writing; creates it if it is missing. */
     FileDescriptor openUpload(const std::string& id) const;
 
+    /** Opens an existing upload for reading. */
+    FileDescriptor openReceived(const std::string& id) const;
+
+    /** Opens a new file without a name: its bytes end with the descriptor or the process. */
+    FileDescriptor openScratch() const;
+
     /** 0 if the upload is missing. */
     std::uint64_t uploadSize(const std::string& id) const;
 

@@ -11,8 +11,8 @@ namespace {
 /** "q=0", "q=0.0" and so on refuse the coding. */
 bool isRefused(std::string_view parameters)
 {
-    const std::size_t mark = parameters.find("q=");
-    if (mark == std::string_view::npos) {
+    const std::size_t mark = parameters.find_first_of("qQ");
+    if (mark == std::string_view::npos || parameters.substr(mark + 1, 1) != "=") {
         return false;
     }
     const std::string_view weight = trimmed(parameters.substr(mark + 2));
@@ -27,7 +27,7 @@ bool acceptsCoding(std::string_view header, std::string_view coding)
         const std::size_t end = std::min(header.find(','), header.size());
         const std::string_view item = trimmed(header.substr(0, end));
         const std::size_t semicolon = std::min(item.find(';'), item.size());
-        if (trimmed(item.substr(0, semicolon)) == coding) {
+        if (equalsIgnoringCase(trimmed(item.substr(0, semicolon)), coding)) {
             return !isRefused(item.substr(semicolon));
         }
         header.remove_prefix(std::min(end + 1, header.size()));

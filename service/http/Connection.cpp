@@ -19,7 +19,26 @@ bool hasNoBody(unsigned status)
     return status == 204 || status == 304;
 }
 
-std::string headText(const Response& response, bool keepAlive)
+/** The problem of a head that is not complete. */
+EProblem problemOf(EHeadState state)
+{
+    switch (state) {
+    case EHeadState::TooLarge:
+        return EProblem::HeadersTooLarge;
+    case EHeadState::OtherVersion:
+        return EProblem::VersionNotSupported;
+    case EHeadState::OtherCoding:
+        return EProblem::NotImplemented;
+    case EHeadState::Malformed:
+    case EHeadState::Incomplete:
+    case EHeadState::Complete:
+        break;
+    }
+    return EProblem::MalformedRequest;
+}
+
+/** `connection`: the value of the header Connection; empty: none. */
+std::string headText(const Response& response, std::string_view connection)
 {
     std::string text = "HTTP/1.1 " + std::to_string(response.status) + " ";
     text += reasonPhrase(response.status);
@@ -35,8 +54,12 @@ std::string headText(const Response& response, bool keepAlive)
             response.source ? response.source->sizeBytes() : response.body.size();
         text += "Content-Length: " + std::to_string(length) + "\r\n";
     }
-    text += keepAlive ? "\r\n" : "Connection: close\r\n\r\n";
-    return text;
+    if (!connection.empty()) {
+        text += "Connection: ";
+        text += connection;
+        text += "\r\n";
+    }
+    return text + "\r\n";
 }
 
 } // namespace
@@ -58,8 +81,7 @@ Async<std::optional<RequestHead>> Connection::readHead()
                 co_return parser.take();
             }
             if (parsed != EHeadState::Incomplete) {
-                co_await refuseHead(parsed == EHeadState::TooLarge ? EProblem::HeadersTooLarge
-                                                                   : EProblem::MalformedRequest);
+                co_await refuseHead(parsed);
                 co_return std::nullopt;
             }
         }
@@ -82,12 +104,12 @@ Async<std::optional<RequestHead>> Connection::readHead()
     }
 }
 
-Async<void> Connection::refuseHead(EProblem kind)
+Async<void> Connection::refuseHead(EHeadState state)
 {
-    const Response response = Problem(kind).toResponse();
+    const Response response = Problem(problemOf(state)).toResponse();
     application_.requestBegun();
     RequestSummary summary{"other", "unmatched", response.status, received_.size()};
-    const std::string text = headText(response, false) + response.body;
+    const std::string text = headText(response, "close") + response.body;
     transport_->expectProgress(limits_.headTime, limits_.bodyProgressBytes);
     co_await transport_->write(asio::buffer(text));
     summary.sentBytes = text.size();
@@ -112,8 +134,14 @@ Async<bool> Connection::answer(Request& request, Response& response)
 {
     const bool keepAlive = mayStayOpen(request, response);
     peerMayBeSending_ = request.body.remainingBytes() > 0 && !keepAlive;
-    const bool bodiless = request.head.method == "HEAD" || hasNoBody(response.status);
-    std::string text = headText(response, keepAlive);
+    if (request.head.method == "HEAD" && !request.head.isHeadLine) {
+        response.body.clear(); // the peer reads as many bytes as Content-Length says
+        response.source.reset();
+    }
+    const bool bodiless = request.head.isHeadLine || hasNoBody(response.status);
+    // HTTP/1.0 closes unless the answer says otherwise, HTTP/1.1 stays open.
+    const std::string_view staysOpen = request.head.isHttp10 ? "keep-alive" : "";
+    std::string text = headText(response, keepAlive ? staysOpen : "close");
     if (!bodiless && !response.source) {
         text += response.body;
     }

@@ -72,7 +72,7 @@ private:
 
     Async<bool> serveOne(bool refuse);
     Async<std::optional<RequestHead>> readHead();
-    Async<void> refuseHead(EProblem kind);
+    Async<void> refuseHead(EHeadState state);
     Async<Response> handle(Request& request, bool refuse);
     Async<bool> answer(Request& request, Response& response);
     bool mayStayOpen(const Request& request, const Response& response);

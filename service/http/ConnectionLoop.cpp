@@ -66,7 +66,7 @@ Async<bool> Connection::serveOne(bool refuse)
     }
     summary.method = request.head.method;
     summary.route = request.route;
-    summary.receivedBytes = body.lengthBytes() - body.remainingBytes();
+    summary.receivedBytes = body.receivedBytes();
     summary.sentBytes = transport_->sentBytes() - sentBefore;
     summary.durationMs = msSince(start);
     summary.farm = request.farm;
@@ -81,14 +81,10 @@ Async<Response> Connection::handle(Request& request, bool refuse)
         if (refuse) {
             throw Problem(EProblem::Busy, "Too many connections.", {{"Retry-After", "5"}});
         }
-        if (request.head.transferEncoded) {
-            throw Problem(EProblem::LengthRequired, "A body needs a Content-Length.");
-        }
         co_return co_await application_.handle(request);
     } catch (const Problem& problem) {
         Response response = problem.toResponse();
-        // The end of a chunked body is unknown here, so the next request cannot be found.
-        response.closeAfter = refuse || request.head.transferEncoded;
+        response.closeAfter = refuse;
         co_return response;
     } catch (const PeerGone&) {
         throw;

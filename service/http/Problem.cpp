@@ -29,7 +29,6 @@ constexpr std::array rows{
     Row{EProblem::UploadOffsetMismatch, 409, "upload-offset-mismatch", "Upload offset mismatch"},
     Row{EProblem::Gone, 410, "gone", "Gone"},
     Row{EProblem::CursorTooOld, 410, "cursor-too-old", "The event cursor is too old"},
-    Row{EProblem::LengthRequired, 411, "length-required", "A Content-Length is required"},
     Row{EProblem::PreconditionFailed, 412, "precondition-failed", "Precondition failed"},
     Row{EProblem::ContentTooLarge, 413, "content-too-large", "Content too large"},
     Row{EProblem::UnsupportedMediaType, 415, "unsupported-media-type", "Unsupported media type"},
@@ -37,8 +36,12 @@ constexpr std::array rows{
     Row{EProblem::Unprocessable, 422, "unprocessable", "The request's content is not valid"},
     Row{EProblem::HeadersTooLarge, 431, "headers-too-large", "The request's header is too large"},
     Row{EProblem::LoginThrottled, 429, "login-throttled", "Too many failed logins"},
+    Row{EProblem::ChecksumMismatch, 460, "checksum-mismatch", "The checksum does not match"},
     Row{EProblem::Internal, 500, "internal", "Internal error"},
+    Row{EProblem::NotImplemented, 501, "not-implemented", "The transfer coding is not supported"},
     Row{EProblem::Busy, 503, "busy", "The service is busy"},
+    Row{EProblem::VersionNotSupported, 505, "version-not-supported",
+        "The HTTP version is not supported"},
     Row{EProblem::InsufficientStorage, 507, "insufficient-storage", "Storage is full"},
 };
 

@@ -22,7 +22,6 @@ enum class EProblem : std::uint8_t {
     UploadOffsetMismatch,
     Gone,
     CursorTooOld,
-    LengthRequired,
     PreconditionFailed,
     ContentTooLarge,
     UnsupportedMediaType,
@@ -30,8 +29,11 @@ enum class EProblem : std::uint8_t {
     Unprocessable,
     HeadersTooLarge,
     LoginThrottled,
+    ChecksumMismatch,
     Internal,
+    NotImplemented,
     Busy,
+    VersionNotSupported,
     InsufficientStorage,
 };
 

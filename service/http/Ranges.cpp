@@ -27,7 +27,7 @@ RangeChoice chooseRange(std::string_view header, std::uint64_t sizeBytes)
 {
     static constexpr std::string_view unit = "bytes=";
     const RangeChoice whole{ERange::Whole, 0, sizeBytes};
-    if (!header.starts_with(unit)) {
+    if (!equalsIgnoringCase(header.substr(0, unit.size()), unit)) {
         return whole;
     }
     const std::string_view spec = trimmed(header.substr(unit.size()));

@@ -43,7 +43,8 @@ std::optional<std::string> Request::queryValue(std::string_view name) const
 Async<nlohmann::json> Request::json()
 {
     const std::string_view type = header("Content-Type");
-    if (!type.empty() && trimmed(type.substr(0, type.find(';'))) != "application/json") {
+    if (!type.empty() &&
+        !equalsIgnoringCase(trimmed(type.substr(0, type.find(';'))), "application/json")) {
         throw Problem(EProblem::UnsupportedMediaType, "The body must be application/json.");
     }
     const std::string text = co_await body.readAll(limits.jsonBytes);

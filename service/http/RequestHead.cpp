@@ -6,6 +6,9 @@
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/rfc7230.hpp>
 
+#include <algorithm>
+#include <cctype>
+
 namespace kelvo::http {
 
 namespace beast_http = boost::beast::http;
@@ -18,6 +21,64 @@ std::string_view RequestHead::header(std::string_view name) const
     }
     return {found->value().data(), found->value().size()};
 }
+
+namespace {
+
+using beast_http::field;
+
+constexpr unsigned http11 = 11;
+
+constexpr const char* methodOverride = "X-HTTP-Method-Override";
+
+bool isMethod(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+}
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+/** A start line that is HTTP of another version than Beast parses. */
+bool hasOtherVersion(std::string_view head)
+{
+    const std::string_view line = head.substr(0, head.find("\r\n"));
+    const std::string_view version = line.substr(std::min(line.rfind(' '), line.size()));
+    return version.starts_with(" HTTP/") && version.size() == 9 && isDigit(version[6]) &&
+           version[7] == '.' && isDigit(version[8]) &&
+           std::count(line.begin(), line.end(), ' ') == 2;
+}
+
+/** A host and a port have only these characters. An empty host is valid. */
+bool isHost(std::string_view text)
+{
+    static constexpr std::string_view others = "-._~%!$&'()*+,;=:[]";
+    return std::all_of(text.begin(), text.end(), [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) != 0 ||
+               others.find(c) != std::string_view::npos;
+    });
+}
+
+/** Path and query of a target, which a client of a proxy sends with scheme and host. */
+std::string_view withoutOrigin(std::string_view target)
+{
+    for (const std::string_view scheme : {"http://", "https://"}) {
+        if (boost::beast::iequals(target.substr(0, scheme.size()), scheme)) {
+            target.remove_prefix(scheme.size());
+            target.remove_prefix(std::min(target.find_first_of("/?"), target.size()));
+            return target;
+        }
+    }
+    return target;
+}
+
+std::string_view viewOf(boost::beast::string_view text)
+{
+    return {text.data(), text.size()};
+}
+
+} // namespace
 
 struct HeadParser::Parser
 {
@@ -41,6 +102,7 @@ EHeadState HeadParser::feed(std::string& bytes)
 {
     boost::system::error_code error;
     const std::size_t used = parser_->beast.put(boost::asio::buffer(bytes), error);
+    const bool isOtherVersion = error == beast_http::error::bad_version && hasOtherVersion(bytes);
     bytes.erase(0, used);
     parser_->usedBytes += used;
     const bool isDone = !error && parser_->beast.is_header_done();
@@ -58,9 +120,28 @@ EHeadState HeadParser::feed(std::string& bytes)
         return EHeadState::TooLarge;
     }
     if (error) {
+        return isOtherVersion ? EHeadState::OtherVersion : EHeadState::Malformed;
+    }
+    return isDone ? checkFields() : EHeadState::Incomplete;
+}
+
+EHeadState HeadParser::checkFields() const
+{
+    const auto& message = parser_->beast.get();
+    const bool isOld = message.version() < http11;
+    const std::size_t hosts = message.count(field::host);
+    if (hosts > 1 || (hosts == 0 && !isOld) || !isHost(viewOf(message[field::host])) ||
+        !isMethod(viewOf(message[methodOverride]))) {
         return EHeadState::Malformed;
     }
-    return isDone ? EHeadState::Complete : EHeadState::Incomplete;
+    const std::size_t codings = message.count(field::transfer_encoding);
+    if (codings > 0 && isOld) {
+        return EHeadState::Malformed;
+    }
+    const bool isOther =
+        codings > 1 ||
+        (codings == 1 && !boost::beast::iequals(message[field::transfer_encoding], "chunked"));
+    return isOther ? EHeadState::OtherCoding : EHeadState::Complete;
 }
 
 RequestHead HeadParser::take()
@@ -69,14 +150,22 @@ RequestHead HeadParser::take()
     const auto length = parser_->beast.content_length();
     auto message = parser_->beast.release();
     head.method = std::string(message.method_string());
-    const std::string target(message.target());
+    head.isHeadLine = head.method == "HEAD";
+    if (const auto override = message[methodOverride]; !override.empty()) {
+        head.method = std::string(override);
+    }
+    const std::string_view target = withoutOrigin(viewOf(message.target()));
     const std::size_t mark = target.find('?');
     head.path = target.substr(0, mark);
-    head.query = mark == std::string::npos ? std::string() : target.substr(mark + 1);
+    head.query = mark == std::string_view::npos ? std::string_view() : target.substr(mark + 1);
+    if (head.path.empty()) {
+        head.path = "/";
+    }
+    head.isHttp10 = message.version() < http11;
     head.keepAlive = message.keep_alive();
-    head.transferEncoded = message.find(beast_http::field::transfer_encoding) != message.end();
+    head.isChunked = message.count(field::transfer_encoding) > 0;
     head.expectsContinue =
-        boost::beast::iequals(message[beast_http::field::expect], "100-continue");
+        !head.isHttp10 && boost::beast::iequals(message[field::expect], "100-continue");
     if (length) {
         head.contentLength = *length;
     }

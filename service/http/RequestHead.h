@@ -14,12 +14,14 @@ namespace kelvo::http {
 /** The part of a request before its body. */
 struct RequestHead
 {
-    std::string method;
-    std::string path;  // still percent-encoded
-    std::string query; // without the '?'
+    std::string method; // of X-HTTP-Method-Override, if the request has it
+    std::string path;   // still percent-encoded
+    std::string query;  // without the '?'
     boost::beast::http::fields fields;
     std::optional<std::uint64_t> contentLength;
-    bool transferEncoded = false; // for example chunked; this service takes no such body
+    bool isChunked = false;  // the body has no Content-Length, its chunks tell its end
+    bool isHeadLine = false; // the request line says HEAD: the answer has no body
+    bool isHttp10 = false;
     bool expectsContinue = false;
     bool keepAlive = true;
 
@@ -27,7 +29,14 @@ struct RequestHead
     std::string_view header(std::string_view name) const;
 };
 
-enum class EHeadState : std::uint8_t { Incomplete, Complete, TooLarge, Malformed };
+enum class EHeadState : std::uint8_t {
+    Incomplete,
+    Complete,
+    TooLarge,
+    Malformed,
+    OtherVersion, // neither HTTP/1.0 nor HTTP/1.1
+    OtherCoding,  // a transfer coding other than chunked
+};
 
 /** Parses one head from bytes that arrive in pieces. */
 class HeadParser
@@ -43,6 +52,8 @@ public:
     RequestHead take();
 
 private:
+    EHeadState checkFields() const;
+
     struct Parser;
     std::unique_ptr<Parser> parser_;
 };

@@ -39,6 +39,8 @@ Response& Response::with(std::string name, std::string value)
 std::string_view reasonPhrase(unsigned status)
 {
     switch (status) {
+    case 460:
+        return "Checksum Mismatch";
     case 431:
         return "Request Header Fields Too Large";
     default: {

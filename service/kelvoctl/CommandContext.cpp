@@ -1,6 +1,7 @@
 #include "service/kelvoctl/CommandContext.h"
 
 #include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/Names.h"
 
 #include <iostream>
 
@@ -87,7 +88,7 @@ void CommandContext::print(const nlohmann::json& value, const std::string& text)
 
 std::string oneLine(const nlohmann::json& value)
 {
-    return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return escapedJson(value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
 } // namespace kelvoctl

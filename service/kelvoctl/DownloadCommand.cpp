@@ -9,7 +9,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <iostream>
+#include <climits>
 #include <limits>
 
 namespace kelvoctl {
@@ -18,6 +18,7 @@ namespace {
 using nlohmann::json;
 
 constexpr int kAttempts = 8;
+constexpr std::string_view kPartSuffix = ".part";
 
 struct GetOptions
 {
@@ -46,6 +47,15 @@ std::filesystem::path destination(const GetOptions& options, const std::string& 
     return path;
 }
 
+// NAME.part; if the file system has no room for the suffix, a digest instead of NAME.
+std::filesystem::path partOf(const std::filesystem::path& target)
+{
+    const std::string name = target.filename().string();
+    const bool hasRoom = name.size() + kPartSuffix.size() <= NAME_MAX;
+    const std::string stem = hasRoom ? name : kelvo::sha256Hex(name);
+    return target.parent_path() / (stem + std::string(kPartSuffix));
+}
+
 // Receives the content as NAME.part. Resumes after a cut; If-Match makes sure that all parts are of
 // one content.
 class Download
@@ -56,7 +66,7 @@ public:
           m_file(file),
           m_sizeBytes(file.at("size").get<std::uint64_t>()),
           m_target(target),
-          m_part(target.string() + ".part"),
+          m_part(partOf(target)),
           m_output(openLocalFile(m_part, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, 0666))
     {}
 
@@ -143,7 +153,7 @@ void get(CommandContext& context, const GetOptions& options)
     Download(context, file, target).run();
     json result = file;
     result["saved_as"] = target.string();
-    context.print(result, target.string());
+    context.print(result, printable(target.string()));
 }
 
 } // namespace

@@ -10,11 +10,14 @@ namespace kelvoctl {
 std::string percentEncoded(std::string_view text);
 
 // False for names that are paths or that hide something: "", ".", "..", and names with '/' or a
-// control character. kelvoctl never uses an unsafe name in the file system.
+// control character (service/base/Names.h). kelvoctl never uses an unsafe name in the file system.
 bool isSafeFileName(std::string_view name);
 
 // Replaces control characters by '?': a name comes from another user, and a terminal would obey
 // them.
 std::string printable(std::string_view text);
+
+// Writes the control characters of JSON on one line as \uXXXX.
+std::string escapedJson(std::string_view json);
 
 } // namespace kelvoctl

@@ -2,6 +2,7 @@
 
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/Names.h"
 
 #include <curl/curl.h>
 
@@ -43,7 +44,7 @@ int runCommand(int argc, char** argv)
     line.require_subcommand(1);
     line.fallthrough();
     line.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("kelvoctl: ") + error.what() + "\nRun with --help for more.\n";
+        return "kelvoctl: " + printable(error.what()) + "\nRun with --help for more.\n";
     });
     addGlobalOptions(line, context);
     addAccountCommands(line, context);
@@ -72,13 +73,13 @@ int run(int argc, char** argv)
     try {
         code = runCommand(argc, argv);
     } catch (const Failure& failure) {
-        std::cerr << "kelvoctl: " << failure.what() << std::endl;
+        std::cerr << "kelvoctl: " << printable(failure.what()) << std::endl;
         code = static_cast<int>(failure.code());
     } catch (const nlohmann::json::exception&) {
         std::cerr << "kelvoctl: The answer of the service has an unexpected form." << std::endl;
         code = static_cast<int>(ExitCode::Unreachable);
     } catch (const std::exception& error) {
-        std::cerr << "kelvoctl: " << error.what() << std::endl;
+        std::cerr << "kelvoctl: " << printable(error.what()) << std::endl;
         code = static_cast<int>(ExitCode::Usage);
     }
     curl_global_cleanup();

@@ -195,8 +195,12 @@ private:
     {
         json value = {{"ids", json::parse("[" + response.header("kelvo-file-ids") + "]")},
                       {"warnings", json::array()}};
-        if (!response.body.empty()) {
-            value["warnings"] = response.json().value("warnings", json::array());
+        const std::string warnings = response.header("kelvo-warnings");
+        for (std::size_t start = 0; start < warnings.size();) {
+            const std::size_t end = std::min(warnings.find(", ", start), warnings.size());
+            value["warnings"].push_back(
+                kelvo::percentDecode(warnings.substr(start, end - start)).value_or(""));
+            start = end + 2;
         }
         return value;
     }

@@ -9,9 +9,15 @@
 
 #include <atomic>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace kelvo::store {
 
 namespace {
+
+constexpr mode_t ownerOnly = 0600;
 
 /** The connect string cannot contain a quoted quote. */
 std::string quoted(const std::string& file)
@@ -22,13 +28,27 @@ std::string quoted(const std::string& file)
     return "\"" + file + "\"";
 }
 
+/**
+ * Makes the database readable by its owner only; SQLite gives its other files the same mode. The
+ * file is not opened if it exists: closing it would drop SQLite's locks.
+ */
+void makePrivate(const std::string& file)
+{
+    ::close(::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly));
+    for (const char* suffix : {"", "-wal", "-shm"}) {
+        ::chmod((file + suffix).c_str(), ownerOnly);
+    }
+}
+
 class Sqlite final : public Dialect
 {
 public:
     /** `journal`: a journal mode of SQLite. */
     Sqlite(const std::string& file, std::string journal)
         : connectString_("dbname=" + quoted(file)), journal_(std::move(journal))
-    {}
+    {
+        makePrivate(file);
+    }
 
     std::unique_ptr<soci::session> connect() const override
     {

@@ -75,6 +75,12 @@ struct BinnedFile
     std::string deletedBy;
 };
 
+/** The length of an upload whose client does not know the length yet. */
+constexpr long long unknownLength = -1;
+
+/** The value of Upload::concat for a part of another upload. */
+inline constexpr const char* partialUpload = "partial";
+
 struct Upload
 {
     std::string id;
@@ -83,14 +89,21 @@ struct Upload
     std::string key; // the idempotency key; empty: none
     std::string name;
     std::vector<Id> targets;
-    long long lengthBytes = 0;
+    long long lengthBytes = 0; // or unknownLength
     long long createdMs = 0;
     long long expiresMs = 0;
     bool finished = false;
+    std::string metadata; // as the client sent it
+    std::string concat; // partialUpload, or the parts of an upload made of other uploads, or empty
     // When finished:
     std::string sha256;
     std::vector<Id> files;
     std::vector<std::string> warnings;
+
+    /** A part of another upload: it makes no files. */
+    bool isPartial() const { return concat == partialUpload; }
+    /** Made of other uploads: it takes no bytes. */
+    bool isFinal() const { return !concat.empty() && !isPartial(); }
 };
 
 /**

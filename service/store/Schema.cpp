@@ -142,12 +142,17 @@ constexpr const char* clockRecords[] = {
     " UNION ALL SELECT MAX(received_ms) FROM track) AS times",
 };
 
+// The columns of the tus extensions. Uploads from before have no metadata to return.
+constexpr const char* uploadExtensions[] = {
+    "ALTER TABLE uploads ADD COLUMN metadata TEXT NOT NULL DEFAULT ''",
+    "ALTER TABLE uploads ADD COLUMN concat TEXT NOT NULL DEFAULT ''",
+};
+
 /** Step N migrates version N to N+1. A released step is never changed; new steps are added. */
 constexpr std::array migrations{
-    std::span<const char* const>(firstSchema),
-    std::span<const char* const>(consoles),
-    std::span<const char* const>(sessionEnvironments),
-    std::span<const char* const>(clockRecords),
+    std::span<const char* const>(firstSchema),         std::span<const char* const>(consoles),
+    std::span<const char* const>(sessionEnvironments), std::span<const char* const>(clockRecords),
+    std::span<const char* const>(uploadExtensions),
 };
 
 int readVersion(soci::session& sql)

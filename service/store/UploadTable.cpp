@@ -18,7 +18,7 @@ constexpr char warningSeparator = '\n';
 
 constexpr const char* selectUploads =
     "SELECT id, farm_id, user_id, COALESCE(idempotency_key, ''), name, targets, length_bytes,"
-    " created_ms, expires_ms, finished, sha256, files, warnings FROM uploads";
+    " created_ms, expires_ms, finished, sha256, files, warnings, metadata, concat FROM uploads";
 
 /** Receives one row of selectUploads. */
 struct UploadRow
@@ -67,7 +67,8 @@ auto intoUpload(soci::details::prepare_temp_type query, UploadRow& row)
     return query, into(row.upload.id), into(row.upload.farm), into(row.upload.user),
            into(row.upload.key), into(row.upload.name), into(row.targets),
            into(row.upload.lengthBytes), into(row.upload.createdMs), into(row.upload.expiresMs),
-           into(row.finished), into(row.upload.sha256), into(row.files), into(row.warnings);
+           into(row.finished), into(row.upload.sha256), into(row.files), into(row.warnings),
+           into(row.upload.metadata), into(row.upload.concat);
 }
 
 bool changesARow(soci::statement& change)
@@ -107,12 +108,12 @@ void addUpload(Transaction& transaction, const Upload& upload)
     const std::string targets = joinIds(upload.targets);
     soci::indicator hasKey = upload.key.empty() ? soci::i_null : soci::i_ok;
     transaction.sql << "INSERT INTO uploads (id, farm_id, user_id, idempotency_key, name, targets,"
-                       " length_bytes, created_ms, expires_ms, finished, sha256, files, warnings)"
-                       " VALUES (:id, :farm, :user, :key, :name, :targets, :length, :created,"
-                       " :expires, 0, '', '', '')",
+                       " length_bytes, created_ms, expires_ms, finished, sha256, files, warnings,"
+                       " metadata, concat) VALUES (:id, :farm, :user, :key, :name, :targets,"
+                       " :length, :created, :expires, 0, '', '', '', :metadata, :concat)",
         use(upload.id), use(upload.farm), use(upload.user), use(upload.key, hasKey),
         use(upload.name), use(targets), use(upload.lengthBytes), use(upload.createdMs),
-        use(upload.expiresMs);
+        use(upload.expiresMs), use(upload.metadata), use(upload.concat);
 }
 
 std::optional<Upload> uploadById(soci::session& sql, const std::string& id)
@@ -154,6 +155,14 @@ bool extendUpload(Transaction& transaction, const std::string& id, long long exp
         (transaction.sql.prepare
              << "UPDATE uploads SET expires_ms = :expires WHERE id = :id AND finished = 0",
          use(expiresMs), use(id));
+    return changesARow(change);
+}
+
+bool setUploadLength(Transaction& transaction, const std::string& id, long long lengthBytes)
+{
+    soci::statement change = (transaction.sql.prepare << "UPDATE uploads SET length_bytes = :length"
+                                                         " WHERE id = :id AND length_bytes < 0",
+                              use(lengthBytes), use(id));
     return changesARow(change);
 }
 

@@ -25,6 +25,9 @@ void forgetKey(Transaction& transaction, const std::string& id);
 /** Extends the expiry of an unfinished upload, also of an expired one. False if it is finished. */
 bool extendUpload(Transaction& transaction, const std::string& id, long long expiresMs);
 
+/** Sets a length that was unknown. False if the upload has a length, or is missing. */
+bool setUploadLength(Transaction& transaction, const std::string& id, long long lengthBytes);
+
 /** False if the upload is finished or missing. */
 bool removeUnfinishedUpload(Transaction& transaction, const std::string& id);
 

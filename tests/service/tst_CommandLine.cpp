@@ -25,7 +25,7 @@ TEST(ServeCommand, HasDefaults)
     ASSERT_TRUE(options);
     EXPECT_EQ(options->dataFolder, "d");
     EXPECT_EQ(options->listen, "localhost:0");
-    EXPECT_EQ(options->metricsListen, "127.0.0.1:0");
+    EXPECT_EQ(options->metricsListen, "127.0.0.1:9443");
     EXPECT_EQ(options->passwordCost, accounts::EPasswordCost::Interactive);
     EXPECT_EQ(options->loginAttempts, 5);
     EXPECT_EQ(options->connections, 2000U);

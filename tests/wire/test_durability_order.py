@@ -5,13 +5,15 @@ against a power failure at any point. Without strace, or where tracing is forbid
 fails instead.
 """
 
+import base64
+import hashlib
 import json
 import os
 import signal
 import unittest
 
 from kelvowire.farm import log_in, make_inbox, add_farms_and_users
-from kelvowire.http import sha256_hex
+from kelvowire.http import metadata, sha256_hex
 from kelvowire.service import GUARD_SECONDS, Service
 from tracing import RENAME, SYNC, UNLINK, finished_calls, needs_tracing, position
 
@@ -102,6 +104,40 @@ class DurabilityOrder(unittest.TestCase):
         data = position(calls, "sync of the part", before - 1, SYNC, "/uploads/" + location.rsplit("/", 1)[1])
         reply = position(calls, "reply", data, SEND, "TCP", "\\27\\3\\3")
         self.assertEqual(self.replies_between(calls, before, reply), [])
+
+    def test_a_part_with_a_checksum_is_synced_before_its_offset_is_sent(self):
+        location = self.olga.create("checked.zip", [self.inbox], 20).headers["Location"]
+        before = len(self.service.calls())
+        digest = base64.b64encode(hashlib.sha256(b"0123456789").digest()).decode()
+        self.olga.tus("PATCH", location, 204, body=b"0123456789",
+                      headers={"Upload-Offset": "0", "Upload-Checksum": "sha256 " + digest})
+        self.service.stop()
+        calls = self.service.calls()
+        upload = "/uploads/" + location.rsplit("/", 1)[1]
+        written = position(calls, "write of the checked bytes", before - 1, ("write",), upload)
+        data = position(calls, "sync of the part", written, SYNC, upload)
+        reply = position(calls, "reply", data, SEND, "TCP", "\\27\\3\\3")
+        self.assertEqual(self.replies_between(calls, before, reply), [])
+
+    def test_a_file_made_of_parts_is_stored_before_the_reply(self):
+        pieces = (b"kept" * 1000, b"for good" * 1000)
+        parts = [self.olga.tus("POST", "/uploads", 201, body=piece,
+                               headers={"Upload-Concat": "partial", "Upload-Length": str(len(piece))}).headers["Location"]
+                 for piece in pieces]
+        before = len(self.service.calls())
+        self.olga.tus("POST", "/uploads", 201, headers={"Upload-Concat": "final;" + " ".join(parts),
+                                                        "Upload-Metadata": metadata("joined.zip", [self.inbox])})
+        self.service.stop()
+        calls = self.service.calls()
+        digest = sha256_hex(b"".join(pieces))
+        name = position(calls, "rename into place", before, RENAME, digest)
+        data = max(index for index in range(name) if calls[index][0] in SYNC and "/uploads/" in calls[index][1])
+        reply = self.check_acknowledged(calls, data - 1, digest)
+        self.assertEqual(self.replies_between(calls, before, reply), [])
+        removed = [index for index in range(before, len(calls)) if calls[index][0] in UNLINK and any(
+            part.rsplit("/", 1)[1] in calls[index][1] for part in parts)]
+        self.assertEqual(len(removed), 2)
+        self.assertGreater(min(removed), name, "a part was removed before the file was in its place")
 
     def test_a_removal_is_committed_before_the_reply(self):
         file = self.olga.put("gone.zip", [self.inbox], b"gone")[0]["id"]

@@ -158,6 +158,27 @@ class Commands(KelvoctlTest):
         self.assertIn("b.zip", err)  # The warning that the inbox now has two files of this name.
         self.assertEqual(self.names(olga, targets[0]), ["a.zip", "b.zip", "b.zip"])
 
+    def test_names_of_255_bytes_are_put_and_fetched(self):
+        olga = self.tool("olga")
+        for name in ("x" * 255, "\u00e9" * 127 + "x", "x" * 251):
+            path = olga.write(name, CONTENT[:1000])
+            file = olga.json("put", name, "--to", "olga/To Console")["ids"][0]
+            os.remove(path)
+            olga.run("get", str(file))
+            with open(path, "rb") as fetched:
+                self.assertEqual(fetched.read(), CONTENT[:1000])
+            os.remove(path)
+
+    def test_a_terminal_gets_no_control_characters(self):
+        olga = self.tool("olga")
+        for arguments in (("put", "a\x1b[31m\x9b\u202eb", "--to", "olga/To Console"), ("--ca", "\x1b]0;x\x07", "ls"),
+                          ("ls", "\x1b[2J"), ("\x1b[2J",)):
+            result = subprocess.run([TOOL, *arguments], capture_output=True, check=False, cwd=olga.home,
+                                    env=olga.environment(), stdin=subprocess.DEVNULL)
+            self.assertNotEqual(result.returncode, OK)
+            text = (result.stdout + result.stderr).decode()
+            self.assertEqual([c for c in text if (c < " " and c != "\n") or "\x7f" <= c <= "\x9f" or c == "\u202e"], [], text)
+
     def test_put_refuses_wrong_arguments_before_it_sends_anything(self):
         olga = self.tool("olga")
         olga.write("a.zip", b"a")

@@ -175,6 +175,11 @@ class Refusing(LifecycleTest):
         database.close()
         self.refused(self.service.folder, "schema", "newer", "version")
 
+    def test_an_address_or_a_certificate_that_cannot_be_used(self):
+        self.refused(self.service.folder, "host:port", listen="nowhere")
+        code, out, err = run_refused(self.service.folder, "--cert", "/nowhere", "--key", "/nowhere")
+        self.assertEqual((code, out), (2, ""), err)
+
     def test_a_wrong_command_line(self):
         for arguments in ([], ["serve"], ["serve", "--data", self.service.folder, "--listen", "nowhere"],
                           ["serve", "--data", self.service.folder, "--listen", "127.0.0.1:99999"], ["serve", "--bogus"],
@@ -182,7 +187,7 @@ class Refusing(LifecycleTest):
             with self.subTest(arguments=arguments):
                 result = subprocess.run([command("")[0], *arguments], capture_output=True, text=True,
                                         timeout=GUARD_SECONDS, check=False)
-                self.assertNotEqual(result.returncode, 0)
+                self.assertEqual(result.returncode, 2)
                 self.assertTrue(result.stderr.strip() or result.stdout.strip())
 
 
@@ -197,6 +202,15 @@ class Unit(unittest.TestCase):
 
 
 class StartingAgain(LifecycleTest):
+    def test_the_database_is_readable_by_its_owner_only(self):
+        names = ("kelvo.sqlite", "kelvo.sqlite-wal", "kelvo.sqlite-shm")
+        service = self.start()
+        self.assertEqual({name: os.stat(service.path(name)).st_mode & 0o777 for name in names}, dict.fromkeys(names, 0o600))
+        service.stop()
+        os.chmod(service.path("kelvo.sqlite"), 0o644)  # as an older version left it
+        service.start()
+        self.assertEqual({name: os.stat(service.path(name)).st_mode & 0o777 for name in names}, dict.fromkeys(names, 0o600))
+
     def test_sessions_uploads_events_and_files_are_kept(self):
         service = self.start_with_farms()
         olga = self.client(service)

@@ -37,7 +37,7 @@ class Malformed(WireTest):
         except CLOSED:
             self.assertTrue(expect is None or None in expect, f"closed without a reply to {raw[:80]!r}")
             return None
-        self.assertLess(status, 500)
+        self.assertTrue(status < 500 or status in (501, 505), status)
         self.assertIsNone(LEAKS.search(content.decode("utf-8", "replace")), content)
         if status >= 400:
             CONTRACT.check(CONTRACT.at("#/components/schemas/Problem"), json.loads(content), repr(raw[:80]))
@@ -61,7 +61,7 @@ class Malformed(WireTest):
                         self.refused(reply, "malformed-request")
                 for body in (b"[]", b"null", b'"text"', b"7", b"true", b"{}", b""):
                     with self.subTest(path=path, body=body):
-                        client.request(method, path, (400, 411, 422) if path != "/users/1" else (200, 400, 404, 411, 422),
+                        client.request(method, path, (400, 422) if path != "/users/1" else (200, 400, 404, 422),
                                        body=body, headers={"Content-Type": "application/json"})
         self.alive()
 
@@ -86,12 +86,12 @@ class Malformed(WireTest):
             text = self.head(f"PUT {BASE}/environment HTTP/1.1", "Content-Type: application/json", f"Content-Length: {length}")
             self.assertEqual(self.send(text), 413)
 
-    def test_bodies_of_unknown_length_are_refused_or_bounded(self):
+    def test_bodies_of_unknown_length_are_bounded(self):
         text = self.head(f"POST {BASE}/positions HTTP/1.1", "Content-Type: application/json", "Transfer-Encoding: chunked")
-        self.send(text, b"2\r\n{}\r\n0\r\n\r\n", (400, 411, 422))
-        self.send(text, b"fffff\r\n" + b" " * 0xfffff + b"\r\n0\r\n\r\n", (400, 411, 413))
-        self.send(text, b"nonsense\r\n", (400, 411, None))
-        self.send(text, b"ffffffffffffffffffff\r\n", (400, 411, 413, None))
+        self.send(text, b"2\r\n{}\r\n0\r\n\r\n", (400, 422))
+        self.send(text, b"fffff\r\n" + b" " * 0xfffff + b"\r\n0\r\n\r\n", (413,))
+        self.send(text, b"nonsense\r\n", (400,))
+        self.send(text, b"ffffffffffffffffffff\r\n", (400,))
         self.alive()
 
     def test_a_request_head_is_limited_to_16_kib(self):
@@ -112,7 +112,7 @@ class Malformed(WireTest):
                      self.head(f"G\u00c9T {BASE}/account HTTP/1.1")):
             with self.subTest(text=text[:50]):
                 status = self.send(text.encode() if isinstance(text, str) else text)
-                self.assertIn(status, (None, 400, 404, 405, 501))
+                self.assertIn(status, (None, 400, 404, 405, 501, 505))
         self.alive()
 
     def test_a_start_line_without_a_version_is_refused_at_once(self):
@@ -130,7 +130,7 @@ class Malformed(WireTest):
                       ["Content-Length: +2"], ["Content-Length: 0x2"]):
             with self.subTest(lines=lines):
                 self.send(self.head(start, "Content-Type: application/json", *lines), smuggled,
-                          (400, 411, 413, 422, 501, None))
+                          (400, 413, 422, 501, None))
         self.alive()
 
     def test_pipelined_requests_are_answered_in_order(self):

@@ -171,11 +171,6 @@ class Walk(WireTest):
                 self.assertIn(status, (400, 404))
                 CONTRACT.check_reply("GET", target, status, headers, body)
 
-    def test_a_target_in_absolute_form_is_the_same_route(self):
-        head = f"Host: localhost\r\nAuthorization: Bearer {self.olga.token}\r\nConnection: close\r\n\r\n"
-        status, _, _ = exchange(self.service, f"GET https://localhost{BASE}/account HTTP/1.1\r\n{head}".encode())
-        self.assertIn(status, (200, 400, 404))
-
 
 if __name__ == "__main__":
     unittest.main()

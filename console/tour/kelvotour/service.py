@@ -42,7 +42,8 @@ class Service:
     def start(self):
         with open(self.log_path, "ab") as log:
             self.process = subprocess.Popen(
-                [self.binary, "serve", "--data", self.data, "--listen", self.address, *self.options],
+                [self.binary, "serve", "--data", self.data, "--listen", self.address, "--metrics-listen", "127.0.0.1:0",
+                 *self.options],
                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, text=True)
         guard = threading.Timer(GUARD_SECONDS, self.process.kill)
         guard.start()

@@ -40,7 +40,7 @@ std::string AsText(const RequestHead& head)
 {
     std::string text = head.method + ' ' + head.path + '?' + head.query + '\n';
     text += std::to_string(head.contentLength.value_or(0)) + (head.contentLength ? "+" : "-");
-    text += head.transferEncoded ? 't' : '-';
+    text += head.isChunked ? 't' : '-';
     text += head.expectsContinue ? 'e' : '-';
     text += head.keepAlive ? 'k' : '-';
     for (const auto& field : head.fields) {

@@ -61,8 +61,10 @@ void ServiceProcess::Start(const std::string& listen)
     const std::string log = m_folder.Path("service.log");
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, log.c_str(),
                                      O_WRONLY | O_CREAT | O_APPEND, 0600);
-    std::vector<std::string> words = {m_binary,   "serve", "--data",          m_folder.Path("data"),
-                                      "--listen", listen,  "--password-cost", "min"};
+    std::vector<std::string> words = {
+        m_binary,          "serve", "--data",           m_folder.Path("data"),
+        "--listen",        listen,  "--metrics-listen", "127.0.0.1:0",
+        "--password-cost", "min"};
     std::vector<char*> arguments;
     for (std::string& word : words)
         arguments.push_back(word.data());

@@ -34,14 +34,14 @@ protected:
 
     std::string logIn()
     {
-        return talk("POST /kelvo-api/v1/sessions HTTP/1.1\r\nConnection: close\r\n"
+        return talk("POST /kelvo-api/v1/sessions HTTP/1.1\r\nHost: h\r\nConnection: close\r\n"
                     "Content-Type: application/json\r\nContent-Length: 40\r\n\r\n"
                     R"({"user":"olga","password":"right words"})");
     }
 
     std::string askForAccount()
     {
-        return talk("GET /kelvo-api/v1/account HTTP/1.1\r\nConnection: close\r\n"
+        return talk("GET /kelvo-api/v1/account HTTP/1.1\r\nHost: h\r\nConnection: close\r\n"
                     "Authorization: Bearer unknown\r\n\r\n");
     }
 

@@ -38,6 +38,20 @@ TEST(Names, HaveUpTo64Characters)
     EXPECT_THROW(requireName(nlohmann::json::object(), "name"), http::Problem);
 }
 
+TEST(Names, HaveNeitherBlanksAtTheirEndsNorHiddenCharacters)
+{
+    const auto nameOf = [](const std::string& name) {
+        return requireName(nlohmann::json{{"name", name}}, "name");
+    };
+    EXPECT_EQ(nameOf(" Hill Farm\xC2\xA0"), "Hill Farm");
+    for (const char* wrong : {" ", "a\xC2\x85",
+                              "\xE2\x80\xAE"
+                              "agl"}) {
+        EXPECT_THROW(nameOf(wrong), http::Problem) << wrong;
+        EXPECT_TRUE(wrong[0] == ' ' || !isFileName(wrong)) << wrong;
+    }
+}
+
 TEST(Documents, HideTheEntriesOfAnotherUsersInbox)
 {
     const store::Inbox inbox{10, 1, "olga", 7, "olga"};

@@ -1,6 +1,7 @@
 // Receiving a body from the connection to the disk.
 #include "service/api/ReceiveBody.h"
 #include "service/base/Digest.h"
+#include "service/content/UploadWriter.h"
 #include "tests/service/support/RunAwaitable.h"
 #include "tests/service/support/TcpPair.h"
 #include "tests/support/TempFolder.h"
@@ -26,7 +27,7 @@ protected:
         std::string early;
         http::BodyReader body(*pair.server, limits, head, early);
         loop.start(say(*pair.client, text));
-        return loop.run(receiveBody(body, writer, pool));
+        return loop.run(receiveBody(body, sink, pool));
     }
 
     static Async<void> say(http::Transport& client, std::string text)
@@ -52,6 +53,9 @@ protected:
     http::Limits limits;
     WorkPool pool{2};
     content::UploadWriter writer{store, digests, "u1"};
+    const Sink sink = [this](const void* data, std::size_t sizeBytes) {
+        writer.append(data, sizeBytes);
+    };
 };
 
 TEST_F(Receiving, WritesTheWholeBodyInOrder)
@@ -85,7 +89,7 @@ TEST_F(Receiving, WritesReceivedBytesWhileThePeerPauses)
     http::BodyReader body(*pair.server, limits, head, early);
     bool ended = false;
     const auto receiving = [&]() -> Async<void> {
-        co_await receiveBody(body, writer, pool);
+        co_await receiveBody(body, sink, pool);
         ended = true;
     };
     loop.start(receiving());

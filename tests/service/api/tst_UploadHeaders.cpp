@@ -111,6 +111,65 @@ TEST_F(UploadRequestHeaders, NeedAValidNameAndDistinctTargets)
     EXPECT_EQ(refusal(), EProblem::Unprocessable);
 }
 
+TEST_F(UploadRequestHeaders, MayHaveTheNameAsFilename)
+{
+    set("Upload-Length", "5");
+    set("Upload-Metadata", "filename Zg==,targets MTA=");
+    EXPECT_EQ(read().name, "f");
+    set("Upload-Metadata", "filename Zg==,name Zw==,targets MTA=");
+    EXPECT_EQ(read().name, "g");
+}
+
+TEST_F(UploadRequestHeaders, MayDeferTheLength)
+{
+    set("Upload-Defer-Length", "1");
+    EXPECT_EQ(read().lengthBytes, store::unknownLength);
+    set("Upload-Length", "5");
+    EXPECT_EQ(refusal(), EProblem::MalformedRequest);
+    head.fields.erase("Upload-Length");
+    set("Upload-Defer-Length", "2");
+    EXPECT_EQ(refusal(), EProblem::MalformedRequest);
+}
+
+TEST_F(UploadRequestHeaders, NeedNoNameForAPartialUpload)
+{
+    set("Upload-Length", "5");
+    set("Upload-Concat", "Partial");
+    head.fields.erase("Upload-Metadata");
+    EXPECT_EQ(read().concat, store::partialUpload);
+    EXPECT_FALSE(read().isFinal());
+}
+
+TEST_F(UploadRequestHeaders, NameThePartsOfAFinalUpload)
+{
+    set("Upload-Concat", "Final;/kelvo-api/v1/uploads/0a  https://h:1/kelvo-api/v1/uploads/0b");
+    const UploadRequest wanted = read();
+    EXPECT_THAT(wanted.parts, ElementsAre("0a", "0b"));
+    EXPECT_EQ(wanted.name, "field.zip");
+    EXPECT_EQ(wanted.key.substr(0, 6), "final:");
+    EXPECT_LE(wanted.key.size(), 100U);
+    EXPECT_EQ(read().key, wanted.key);
+    setMetadata("other.zip", "10");
+    EXPECT_NE(read().key, wanted.key);
+    set("Idempotency-Key", "mine");
+    EXPECT_EQ(read().key, "mine");
+}
+
+TEST_F(UploadRequestHeaders, RefuseAMalformedConcatenation)
+{
+    for (const char* wrong : {"final", "final;", "final; ", "final;/uploads/",
+                              "final;/uploads/../x", "final;/uploads/xyz", "whole"}) {
+        set("Upload-Concat", wrong);
+        EXPECT_EQ(refusal(), EProblem::MalformedRequest) << wrong;
+    }
+    set("Upload-Concat", "final;/uploads/0a");
+    set("Upload-Length", "5");
+    EXPECT_EQ(refusal(), EProblem::MalformedRequest);
+    head.fields.erase("Upload-Length");
+    head.contentLength = 1;
+    EXPECT_EQ(refusal(), EProblem::MalformedRequest);
+}
+
 TEST_F(UploadRequestHeaders, AcceptKeysOfAtMost100PrintableCharacters)
 {
     set("Upload-Length", "5");

@@ -25,7 +25,7 @@ TEST_F(HttpConnection, EndsAtOnceIfIdleWhenTheServiceStops)
     Connection connection(std::move(pair.server), application, limits);
     bool served = false;
     loop.start(serve(connection, false, served));
-    loop.run(test::sendText(*pair.client, "GET / HTTP/1.1\r\n\r\n"));
+    loop.run(test::sendText(*pair.client, "GET / HTTP/1.1\r\nHost: h\r\n\r\n"));
     loop.run(test::readUntil(*pair.client, "<>"));
     connection.stop();
     loop.runUntil([&served] { return served; });
@@ -56,7 +56,7 @@ TEST_F(HttpConnection, CutsAReplyThatIsNotReadWhenTheServiceStops)
     Connection connection(std::move(pair.server), application, limits);
     bool served = false;
     loop.start(serve(connection, false, served));
-    loop.run(test::sendText(*pair.client, "GET /large HTTP/1.1\r\n\r\n"));
+    loop.run(test::sendText(*pair.client, "GET /large HTTP/1.1\r\nHost: h\r\n\r\n"));
     loop.run(test::readUntil(*pair.client, "\r\n\r\n"));
     connection.stop();
     loop.runUntil([&served] { return served; });

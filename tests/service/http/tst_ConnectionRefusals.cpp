@@ -11,9 +11,12 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
+const std::string chunkedHead = "POST / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: Chunked\r\n\r\n";
+
 TEST_F(HttpConnection, RefusesAHeadThatIsTooLarge)
 {
-    const std::string reply = talk("GET / HTTP/1.1\r\nX: " + std::string(20000, 'x') + "\r\n\r\n");
+    const std::string reply =
+        talk("GET / HTTP/1.1\r\nHost: h\r\nX: " + std::string(20000, 'x') + "\r\n\r\n");
     EXPECT_THAT(reply, StartsWith("HTTP/1.1 431 "));
     EXPECT_THAT(reply, HasSubstr("urn:kelvo:problem:headers-too-large"));
     EXPECT_EQ(application.handled, 0);
@@ -24,40 +27,70 @@ TEST_F(HttpConnection, RefusesARequestThatIsNotHttp)
     EXPECT_THAT(talk("\x16\x03\x01 hello\r\n\r\n"), StartsWith("HTTP/1.1 400 "));
 }
 
-TEST_F(HttpConnection, RefusesChunkedBodiesAndCloses)
+TEST_F(HttpConnection, RefusesMalformedChunksAndCloses)
 {
-    const std::string reply = talk("POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n"
-                                   "2\r\nab\r\n0\r\n\r\n");
-    EXPECT_THAT(reply, StartsWith("HTTP/1.1 411 "));
+    const std::string reply = talk(chunkedHead + "2\r\nabX\r\n0\r\n\r\n" + chunkedHead);
+    EXPECT_THAT(reply, StartsWith("HTTP/1.1 400 "));
     EXPECT_THAT(reply, HasSubstr("Connection: close"));
     EXPECT_EQ(countReplies(reply), 1);
+}
+
+TEST_F(HttpConnection, RefusesAChunkedBodyAboveTheLimit)
+{
+    const std::string tooLong = std::string(1024 * 1024, 'x') + "y";
+    const std::string reply = talk(chunkedHead + "100001\r\n" + tooLong + "\r\n0\r\n\r\n");
+    EXPECT_THAT(reply, StartsWith("HTTP/1.1 413 "));
+}
+
+TEST_F(HttpConnection, RefusesOtherTransferCodings)
+{
+    for (const char* coding : {"gzip", "gzip, chunked", "chunked, chunked"}) {
+        const std::string reply =
+            talk("POST / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: " + std::string(coding) +
+                 "\r\n\r\n0\r\n\r\n");
+        EXPECT_THAT(reply, testing::ContainsRegex("^HTTP/1.1 (400|501) ")) << coding;
+    }
+    EXPECT_THAT(talk("POST / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: gzip\r\n\r\n"),
+                StartsWith("HTTP/1.1 501 "));
+}
+
+TEST_F(HttpConnection, RefusesOtherVersions)
+{
+    for (const char* version : {"HTTP/2.0", "HTTP/9.9", "HTTP/0.9"}) {
+        EXPECT_THAT(talk("GET / " + std::string(version) + "\r\nHost: h\r\n\r\n"),
+                    StartsWith("HTTP/1.1 505 "))
+            << version;
+    }
+    EXPECT_THAT(talk("GET /a b HTTP/2.0\r\nHost: h\r\n\r\n"), StartsWith("HTTP/1.1 400 "));
+    EXPECT_EQ(application.handled, 0);
 }
 
 TEST_F(HttpConnection, ClosesInsteadOfReadingALargeUnwantedBody)
 {
     limits.drainBytes = 4;
-    const std::string reply = talk("POST /ignore HTTP/1.1\r\nContent-Length: 5\r\n\r\n12345"
-                                   "POST / HTTP/1.1\r\nContent-Length: 2\r\n\r\nab");
+    const std::string reply =
+        talk("POST /ignore HTTP/1.1\r\nHost: h\r\nContent-Length: 5\r\n\r\n12345"
+             "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 2\r\n\r\nab");
     EXPECT_EQ(countReplies(reply), 1);
     EXPECT_THAT(reply, HasSubstr("Connection: close"));
 }
 
 TEST_F(HttpConnection, SendsNoReplyToAPeerThatLeavesDuringItsBody)
 {
-    EXPECT_EQ(talk("POST / HTTP/1.1\r\nContent-Length: 10\r\n\r\nabc"), "");
+    EXPECT_EQ(talk("POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 10\r\n\r\nabc"), "");
     EXPECT_THAT(application.statuses, testing::ElementsAre(499U));
 }
 
 TEST_F(HttpConnection, HidesTheDetailsOfItsFailures)
 {
-    const std::string reply = talk("GET /fail HTTP/1.1\r\n\r\n");
+    const std::string reply = talk("GET /fail HTTP/1.1\r\nHost: h\r\n\r\n");
     EXPECT_THAT(reply, StartsWith("HTTP/1.1 500 "));
     EXPECT_THAT(reply, Not(HasSubstr("secret")));
 }
 
 TEST_F(HttpConnection, ClosesAfterAReplyThatItCannotFinish)
 {
-    talk("GET /torn HTTP/1.1\r\n\r\nGET / HTTP/1.1\r\n\r\n");
+    talk("GET /torn HTTP/1.1\r\nHost: h\r\n\r\nGET / HTTP/1.1\r\nHost: h\r\n\r\n");
     // The peer would take the next reply for the rest of this reply.
     EXPECT_EQ(application.handled, 1);
     EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
@@ -65,7 +98,7 @@ TEST_F(HttpConnection, ClosesAfterAReplyThatItCannotFinish)
 
 TEST_F(HttpConnection, AnswersBusyWhenTheServiceIsFull)
 {
-    const std::string reply = talk("GET / HTTP/1.1\r\n\r\n", true);
+    const std::string reply = talk("GET / HTTP/1.1\r\nHost: h\r\n\r\n", true);
     EXPECT_THAT(reply, StartsWith("HTTP/1.1 503 "));
     EXPECT_THAT(reply, HasSubstr("Retry-After: "));
     EXPECT_EQ(application.handled, 0);

@@ -27,18 +27,71 @@ TEST(RequestHead, HasMethodPathQueryAndFields)
     EXPECT_EQ(head.contentLength, 12U);
     EXPECT_TRUE(head.expectsContinue);
     EXPECT_TRUE(head.keepAlive);
-    EXPECT_FALSE(head.transferEncoded);
+    EXPECT_FALSE(head.isChunked);
+    EXPECT_FALSE(head.isHttp10);
 }
 
 TEST(RequestHead, KnowsIfTheConnectionHasToClose)
 {
-    EXPECT_FALSE(parse("GET / HTTP/1.1\r\nConnection: close\r\n\r\n").keepAlive);
+    EXPECT_FALSE(parse("GET / HTTP/1.1\r\nHost: h\r\nConnection: close\r\n\r\n").keepAlive);
     EXPECT_FALSE(parse("GET / HTTP/1.0\r\n\r\n").keepAlive);
 }
 
 TEST(RequestHead, KnowsChunkedBodies)
 {
-    EXPECT_TRUE(parse("POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n").transferEncoded);
+    EXPECT_TRUE(
+        parse("POST / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: CHUNKED\r\n\r\n").isChunked);
+}
+
+EHeadState stateOf(std::string text)
+{
+    HeadParser parser(limit);
+    return parser.feed(text);
+}
+
+TEST(RequestHead, NeedsOneHost)
+{
+    EXPECT_EQ(stateOf("GET / HTTP/1.1\r\n\r\n"), EHeadState::Malformed);
+    EXPECT_EQ(stateOf("GET / HTTP/1.1\r\nHost: a\r\nHost: a\r\n\r\n"), EHeadState::Malformed);
+    EXPECT_EQ(stateOf("GET / HTTP/1.0\r\nHost: a\r\nHost: b\r\n\r\n"), EHeadState::Malformed);
+    EXPECT_EQ(stateOf("GET / HTTP/1.1\r\nHost: a/b\r\n\r\n"), EHeadState::Malformed);
+    EXPECT_EQ(stateOf("GET / HTTP/1.1\r\nHost: a b\r\n\r\n"), EHeadState::Malformed);
+    for (const char* good : {"", "farm.example:8443", "[2001:db8::7]:443", "192.0.2.7"}) {
+        EXPECT_EQ(stateOf("GET / HTTP/1.1\r\nHost: " + std::string(good) + "\r\n\r\n"),
+                  EHeadState::Complete)
+            << good;
+    }
+    EXPECT_EQ(stateOf("GET / HTTP/1.0\r\n\r\n"), EHeadState::Complete);
+}
+
+TEST(RequestHead, MayHaveATargetInAbsoluteForm)
+{
+    const std::pair<const char*, const char*> targets[] = {
+        {"https://farm.example:8443/a/b", "/a/b"}, {"HTTP://h/x", "/x"}, {"https://h", "/"}};
+    for (const auto& [target, path] : targets) {
+        EXPECT_EQ(parse("GET " + std::string(target) + " HTTP/1.1\r\nHost: h\r\n\r\n").path, path);
+    }
+    const RequestHead head = parse("GET https://h?x=1 HTTP/1.1\r\nHost: h\r\n\r\n");
+    EXPECT_EQ(head.path + " " + head.query, "/ x=1");
+    EXPECT_EQ(parse("GET httpss://h/x HTTP/1.1\r\nHost: h\r\n\r\n").path, "httpss://h/x");
+}
+
+TEST(RequestHead, TakesTheMethodFromItsOverride)
+{
+    const RequestHead head =
+        parse("POST / HTTP/1.1\r\nHost: h\r\nX-HTTP-Method-Override: PATCH\r\n\r\n");
+    EXPECT_EQ(head.method, "PATCH");
+    EXPECT_FALSE(head.isHeadLine);
+    EXPECT_TRUE(
+        parse("HEAD / HTTP/1.1\r\nHost: h\r\nX-HTTP-Method-Override: GET\r\n\r\n").isHeadLine);
+    EXPECT_EQ(stateOf("POST / HTTP/1.1\r\nHost: h\r\nX-HTTP-Method-Override: a\"b\r\n\r\n"),
+              EHeadState::Malformed);
+}
+
+TEST(RequestHead, HasNoTransferCodingInHttp10)
+{
+    EXPECT_EQ(stateOf("POST / HTTP/1.0\r\nTransfer-Encoding: chunked\r\n\r\n"),
+              EHeadState::Malformed);
 }
 
 TEST(RequestHead, IsParsedFromPiecesAndLeavesTheBody)
@@ -63,7 +116,8 @@ TEST(RequestHead, IsParsedFromPiecesAndLeavesTheBody)
 
 TEST(RequestHead, IsRefusedAboveTheLimit)
 {
-    const std::string huge = "GET / HTTP/1.1\r\nX: " + std::string(limit, 'a') + "\r\n\r\n";
+    const std::string huge =
+        "GET / HTTP/1.1\r\nHost: h\r\nX: " + std::string(limit, 'a') + "\r\n\r\n";
     HeadParser parser(limit);
     std::string received = huge;
     EXPECT_EQ(parser.feed(received), EHeadState::TooLarge);
@@ -82,9 +136,9 @@ TEST(RequestHead, IsRefusedIfItIsNotHttp)
 {
     for (const char* wrong :
          {"hello\r\n\r\n", "GET /\r\n\r\n", "GET / \r\n\r\n", "GET / HTTP\r\n\r\n", "GET\r\n\r\n",
-          "\r\n\r\n", "GET / HTTP/1.1\r\nno colon\r\n\r\n",
-          "POST / HTTP/1.1\r\nContent-Length: x\r\n\r\n",
-          "POST / HTTP/1.1\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n"}) {
+          "\r\n\r\n", "GET / HTTP/1.1\r\nHost: h\r\nno colon\r\n\r\n",
+          "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: x\r\n\r\n",
+          "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n"}) {
         HeadParser parser(limit);
         std::string text = wrong;
         EXPECT_EQ(parser.feed(text), EHeadState::Malformed) << wrong;
@@ -93,7 +147,7 @@ TEST(RequestHead, IsRefusedIfItIsNotHttp)
 
 TEST(RequestHead, HasAnExactLimitForPiecesOfAnySize)
 {
-    const std::string begin = "GET / HTTP/1.1\r\nX: ";
+    const std::string begin = "GET / HTTP/1.1\r\nHost: h\r\nX: ";
     for (const std::size_t size : {99U, 100U, 101U, 102U, 110U}) {
         const std::string head = begin + std::string(size - begin.size() - 4, 'x') + "\r\n\r\n";
         ASSERT_EQ(head.size(), size);
@@ -115,7 +169,7 @@ TEST(RequestHead, DoesNotCountTheBodyForItsLimit)
 {
     HeadParser parser(100);
     std::string received =
-        "POST / HTTP/1.1\r\nContent-Length: 1000\r\n\r\n" + std::string(1000, 'x');
+        "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 1000\r\n\r\n" + std::string(1000, 'x');
     EXPECT_EQ(parser.feed(received), EHeadState::Complete);
     EXPECT_EQ(received.size(), 1000U);
 }

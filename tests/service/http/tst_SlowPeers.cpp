@@ -111,7 +111,7 @@ protected:
 TEST_F(SlowPeers, HaveADeadlineForAHeadThatArrivesSteadily)
 {
     limits.headTime = 30ms;
-    drip("GET / HTTP/1.1\r\nX-Slow: ");
+    drip("GET / HTTP/1.1\r\nHost: h\r\nX-Slow: ");
     EXPECT_THAT(application.statuses, testing::ElementsAre(408U)) << "counted, but not sent";
 }
 
@@ -126,7 +126,8 @@ TEST_F(SlowPeers, AreClosedWhenTheirBodyStalls)
 {
     limits.bodyStall = 30ms;
     serve([](Transport& client) -> Async<void> {
-        co_await test::sendText(client, "POST / HTTP/1.1\r\nContent-Length: 1000000\r\n\r\nabc");
+        co_await test::sendText(client,
+                                "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 1000000\r\n\r\nabc");
         co_await test::readAll(client);
     });
     EXPECT_THAT(application.statuses, testing::ElementsAre(408U));
@@ -135,7 +136,7 @@ TEST_F(SlowPeers, AreClosedWhenTheirBodyStalls)
 TEST_F(SlowPeers, AreClosedWhenTheirBodyComesAByteAtATime)
 {
     limits.bodyStall = 30ms;
-    drip("POST / HTTP/1.1\r\nContent-Length: 1000000\r\n\r\n");
+    drip("POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 1000000\r\n\r\n");
     EXPECT_THAT(application.statuses, testing::ElementsAre(408U));
 }
 
@@ -143,7 +144,7 @@ TEST_F(SlowPeers, HaveADeadlineForABodyThatIsDropped)
 {
     limits.jsonTime = 30ms;
     limits.bodyProgressBytes = 1;
-    drip("POST /unread HTTP/1.1\r\nContent-Length: 60000\r\n\r\n");
+    drip("POST /unread HTTP/1.1\r\nHost: h\r\nContent-Length: 60000\r\n\r\n");
     EXPECT_THAT(application.statuses, testing::ElementsAre(204U));
 }
 
@@ -151,7 +152,7 @@ TEST_F(SlowPeers, HaveADeadlineForASmallBodyThatArrivesSteadily)
 {
     limits.jsonTime = 30ms;
     limits.bodyProgressBytes = 1;
-    drip("POST /json HTTP/1.1\r\nContent-Length: 60000\r\n\r\n");
+    drip("POST /json HTTP/1.1\r\nHost: h\r\nContent-Length: 60000\r\n\r\n");
     EXPECT_THAT(application.statuses, testing::ElementsAre(408U));
 }
 
@@ -159,7 +160,7 @@ TEST_F(SlowPeers, AreClosedWhenTheyDoNotReadTheReply)
 {
     limits.bodyStall = 30ms;
     serve([](Transport& client) -> Async<void> {
-        co_await test::sendText(client, "GET / HTTP/1.1\r\n\r\n");
+        co_await test::sendText(client, "GET / HTTP/1.1\r\nHost: h\r\n\r\n");
     });
     EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
 }
@@ -170,7 +171,7 @@ TEST_F(SlowPeers, AreClosedWhenTheyReadTheReplyTooSlowly)
     limits.bodyProgressBytes = 1024 * 1024 * 1024; // more than the whole reply
     std::size_t taken = 0;
     serve([&taken](Transport& client) -> Async<void> {
-        co_await test::sendText(client, "GET / HTTP/1.1\r\n\r\n");
+        co_await test::sendText(client, "GET / HTTP/1.1\r\nHost: h\r\n\r\n");
         const auto piece = std::make_unique<char[]>(largeReplyBytes / 1000);
         asio::steady_timer timer(client.executor());
         for (IoResult got; !got.error;) {
@@ -189,7 +190,7 @@ TEST_F(SlowPeers, AreClosedWhenTheyReadTheReplyAByteAtATime)
 {
     limits.bodyStall = 30ms;
     serve([](Transport& client) -> Async<void> {
-        co_await test::sendText(client, "GET / HTTP/1.1\r\n\r\n");
+        co_await test::sendText(client, "GET / HTTP/1.1\r\nHost: h\r\n\r\n");
         asio::steady_timer timer(client.executor());
         for (IoResult got; !got.error;) {
             char byte = 0;

@@ -15,8 +15,8 @@ TEST(Names, PercentEncodesReservedCharacters)
 TEST(Names, RefusesNamesWithPathsOrControlCharacters)
 {
     using namespace std::string_view_literals;
-    for (const std::string_view name :
-         {""sv, "."sv, ".."sv, "a/b"sv, "/etc"sv, "a\0b"sv, "a\nb"sv, "\x7F"sv, "\x1B[2J"sv}) {
+    for (const std::string_view name : {""sv, "."sv, ".."sv, "a/b"sv, "/etc"sv, "a\0b"sv, "a\nb"sv,
+                                        "\x7F"sv, "\x1B[2J"sv, "a\xC2\x9B"sv, "\xE2\x80\xAE"sv}) {
         EXPECT_FALSE(isSafeFileName(name)) << printable(name);
     }
 }
@@ -33,4 +33,17 @@ TEST(Names, PrintsNoControlCharacters)
 {
     EXPECT_EQ(printable("a\x1B[31mb\r\n\x7F"), "a?[31mb???");
     EXPECT_EQ(printable("h\xC3\xBCgel"), "h\xC3\xBCgel");
+    EXPECT_EQ(printable("a\xC2\x9B"
+                        "31m\xE2\x80\xAE"
+                        "b"),
+              "a?31m?b");
+    EXPECT_EQ(printable("a\x9B"
+                        "b"),
+              "a?b");
+}
+
+TEST(Names, EscapesControlCharactersInJson)
+{
+    EXPECT_EQ(escapedJson("{\"a\":\"\x7F\xC2\x9B\xE2\x80\xAE\xC3\xBC\"}"),
+              "{\"a\":\"\\u007f\\u009b\\u202e\xC3\xBC\"}");
 }

@@ -16,7 +16,8 @@ READY = re.compile(r"^kelvo-service: listening on https://(\S+):(\d+), metrics o
 
 
 def command(folder, *options, listen="127.0.0.1:0"):
-    return [BINARY, "serve", "--data", folder, "--listen", listen, "--password-cost", "min", *options]
+    return [BINARY, "serve", "--data", folder, "--listen", listen, "--metrics-listen", "127.0.0.1:0", "--password-cost", "min",
+            *options]
 
 
 def run_refused(folder, *options, listen="127.0.0.1:0"):
