@@ -239,9 +239,17 @@ std::list<EnterpriseResourceWithContent> FakeFarm::Inboxes(std::int64_t projectI
     return inboxes;
 }
 
+void FakeFarm::AnswerWith(std::int64_t askedId, std::int64_t answeredId)
+{
+    const Lock lock(m_mutex);
+    m_otherAnswers[askedId] = answeredId;
+}
+
 EnterpriseResourceWithContent FakeFarm::Find(std::int64_t id, std::int64_t viewerId) const
 {
     const Lock lock(m_mutex);
+    if (const auto other = m_otherAnswers.find(id); other != m_otherAnswers.end())
+        id = other->second;
     EnterpriseResourceWithContent found;
     if (const TContent::TProject* project = m_content->FindProject(id)) {
         found.id = id;

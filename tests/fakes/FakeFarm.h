@@ -49,6 +49,8 @@ public:
     void AddRawEntry(std::int64_t inboxId, const kesdk::api::EnterpriseResource& entry);
     bool RenameEntry(std::int64_t id, const std::wstring& name);
     bool RemoveEntry(std::int64_t id);
+    // From now on a query of `askedId` answers the record of `answeredId`, with its id.
+    void AnswerWith(std::int64_t askedId, std::int64_t answeredId);
     // The next added project, inbox or file gets this id.
     void SetNextId(std::int64_t id);
 
@@ -80,6 +82,7 @@ private:
 
     mutable std::mutex m_mutex; // guards what m_content points at
     std::unique_ptr<TContent> m_content;
+    std::map<std::int64_t, std::int64_t> m_otherAnswers; // guarded by m_mutex too
 
     std::mutex m_observerMutex; // guards the observers, held while they are called
     std::map<int, Observer> m_observers;

@@ -23,6 +23,8 @@ private Q_SLOTS:
     void namesAreLookedUpExactly();
     void deletesTheFirstOfTwoEntriesOfOneName();
     void aFileThatWasRenamedIsNotDeleted();
+    void deletesTheIdThatTheServiceAnswered();
+    void deletesAResourceOfAnyKind();
     void reportsAFileThatNoLongerExists();
     void reportsAFileWhoseQueryFails();
     void idsAreWidenedWithTheirSign();
@@ -124,6 +126,30 @@ void tst_Delete::aFileThatWasRenamedIsNotDeleted()
     QCOMPARE(f.workerLog.Texts(), OneText("KelvoDeleteComplete(4,[a.zip:File no longer exists.])"));
     QCOMPARE(f.Script().Count(FakeOperation::eDelete), std::size_t(0));
     QCOMPARE(f.Remote(ePivots), List("other.zip|b.zip|c.zip"));
+}
+
+void tst_Delete::deletesTheIdThatTheServiceAnswered()
+{
+    TDelete f;
+    f.Farm().RenameEntry(f.reference.fileIds[1], L"a.zip");
+    f.Farm().AnswerWith(f.reference.fileIds[0], f.reference.fileIds[1]);
+    f.Delete(ePivots, List("a.zip"), f.reference);
+    QCOMPARE(f.Script().Calls(FakeOperation::eDelete).front().id,
+             std::int64_t(f.reference.fileIds[1]));
+    QCOMPARE(f.Remote(ePivots), List("a.zip|c.zip"));
+}
+
+// The name decides, not the kind.
+void tst_Delete::deletesAResourceOfAnyKind()
+{
+    TDelete f;
+    kesdk::api::EnterpriseResource entry;
+    entry.id = 4711;
+    entry.kind = kesdk::api::eUserInboxResource;
+    entry.name = L"x.zip";
+    f.Farm().AddRawEntry(f.Inbox(ePivots), entry);
+    f.Delete(ePivots, List("x.zip"), f.Reference(ePivots));
+    QCOMPARE(f.Script().Calls(FakeOperation::eDelete).front().id, std::int64_t(4711));
 }
 
 void tst_Delete::reportsAFileThatNoLongerExists()

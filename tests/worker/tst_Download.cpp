@@ -8,6 +8,18 @@ using fakes::FakeAbortCheck;
 using fakes::FakeCall;
 using fakes::FakeOperation;
 
+namespace {
+
+KelvoFileInfoList Listing(long id)
+{
+    KelvoFileInfoList listing;
+    listing.fileIds << id;
+    listing.fileNames << QStringLiteral("a.zip");
+    return listing;
+}
+
+} // namespace
+
 class tst_Download : public kelvo::test::TTestCase
 {
     Q_OBJECT
@@ -19,6 +31,9 @@ private Q_SLOTS:
     void announcesAFileBeforeItIsFetched();
     void writesIntoTheTemporaryFolderUnderTheFilesName();
     void createsAMissingTemporaryFolder();
+    void createsNoParentOfTheTemporaryFolder();
+    void fetchesTheIdThatTheServiceAnswered();
+    void fetchesAResourceOfAnyKind();
     void fetchesTheFirstOfTwoEntriesOfOneName();
     void aCancelBeforeTheFirstFileOnlyUnpacksEarlierArchives();
     void aCancelStillUnpacksFetchedArchives();
@@ -113,6 +128,58 @@ void tst_Download::createsAMissingTemporaryFolder()
     QVERIFY(QFileInfo(TWorkerFixture::TempFolder()).isDir());
     QCOMPARE(TDownload::Local(ePivots), List("a/a.txt"));
     QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoDownloadComplete(4,[])"));
+}
+
+// The host framework makes the parent. Here the parent is removed afterwards.
+void tst_Download::createsNoParentOfTheTemporaryFolder()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.Start();
+    const QDir temporary(TWorkerFixture::TempFolder());
+    const QString parent = QFileInfo(temporary.absolutePath()).absolutePath();
+    QList<bool> existed;
+    f.Script().OnCall(
+        FakeOperation::eGetResourceWithContent,
+        [&](const FakeCall&, const FakeAbortCheck&) { existed << temporary.exists(); });
+    const KelvoFileInfoList reference = f.Reference(ePivots);
+    QVERIFY(QDir(parent).removeRecursively());
+    f.Download(ePivots, List("a.zip"), reference);
+    QCOMPARE(existed, QList<bool>{false});
+}
+
+void tst_Download::fetchesTheIdThatTheServiceAnswered()
+{
+    TDownload f;
+    const std::int64_t listed = f.AddArchive(ePivots, QStringLiteral("a.zip"), "old.txt");
+    f.Start();
+    const auto reference = f.Reference(ePivots);
+    const std::int64_t answered = f.AddArchive(ePivots, QStringLiteral("a.zip"), "new.txt");
+    f.Farm().AnswerWith(listed, answered);
+    f.Download(ePivots, List("a.zip"), reference);
+    QCOMPARE(f.Script().Calls(FakeOperation::eDownload).front().id, answered);
+    QCOMPARE(TDownload::Local(ePivots), List("a/new.txt"));
+}
+
+// The name decides, not the kind.
+void tst_Download::fetchesAResourceOfAnyKind()
+{
+    TDownload f;
+    kesdk::api::EnterpriseResource entry;
+    entry.id = 4711;
+    entry.name = L"a.zip";
+    for (const auto kind : {kesdk::api::eUnknownResource, kesdk::api::eUserInboxResource}) {
+        entry.kind = kind;
+        ++entry.id;
+        f.Farm().AddRawEntry(f.Inbox(ePivots), entry);
+    }
+    f.Start();
+    const long first = static_cast<long>(entry.id) - 1;
+    for (const long id : {first, first + 1})
+        f.Download(ePivots, List("a.zip"), Listing(id));
+    const auto calls = f.Script().Calls(FakeOperation::eDownload);
+    QCOMPARE(calls.size(), std::size_t(2));
+    QCOMPARE(calls.front().id, std::int64_t(first));
 }
 
 void tst_Download::fetchesTheFirstOfTwoEntriesOfOneName()

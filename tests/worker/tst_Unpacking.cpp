@@ -75,7 +75,8 @@ void tst_Unpacking::unpacksBothSuffixesAndNothingElse()
     PutArchive(QStringLiteral("a.zip"), "a.txt");
     PutArchive(QStringLiteral("b.ZIP"), "b.txt");
     PutArchive(QStringLiteral("c.zip.zip"),
-               "c.txt"); // the listing's suffix rule does not apply here
+               "c.txt");                          // the listing's suffix rule does not apply here
+    PutArchive(QStringLiteral("g.Zip"), "g.txt"); // any mixture of cases
     PutArchive(QStringLiteral("d.zip.part"), "d.txt");
     PutArchive(QStringLiteral("e.txt"), "e.txt");
     PutArchive(QStringLiteral(".hidden.zip"), "hidden.txt");
@@ -83,8 +84,9 @@ void tst_Unpacking::unpacksBothSuffixesAndNothingElse()
     PutArchive(QStringLiteral("zip"), "f.txt");
     KelvoFileTransferErrorDetailsList errors;
     QVERIFY(f.worker->ManageKelvoDownloads(ePivots, errors));
-    QCOMPARE(TDownload::Local(ePivots),
-             List(".hidden/hidden.txt|.zip/dot.txt|a/a.txt|b.ZIP/b.txt|c.zip.zip/c.txt"));
+    QCOMPARE(
+        TDownload::Local(ePivots),
+        List(".hidden/hidden.txt|.zip/dot.txt|a/a.txt|b.ZIP/b.txt|c.zip.zip/c.txt|g.Zip/g.txt"));
     QCOMPARE(TDownload::Temporary(), List("d.zip.part|e.txt|zip"));
 }
 

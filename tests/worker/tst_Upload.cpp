@@ -20,6 +20,7 @@ private Q_SLOTS:
     void sendsEachFileInOrderAndRemovesItsLocalCopy();
     void announcesAFileBeforeItIsSent();
     void theTargetIsExactlyTheUsersInbox();
+    void createsNoInboxThatExists();
     void passesAll64BitsOfTheTargetsId();
     void passesTheAbsolutePath();
     void keepsNamesBeyondTheBasicPlane();
@@ -95,6 +96,15 @@ void tst_Upload::theTargetIsExactlyTheUsersInbox()
     const auto calls = f.Script().Calls(FakeOperation::eUpload);
     QCOMPARE(calls.size(), std::size_t(1));
     QCOMPARE(calls.front().targets, (std::set<std::uint64_t>{std::uint64_t(f.Inbox(eCurves))}));
+}
+
+void tst_Upload::createsNoInboxThatExists()
+{
+    TUpload f;
+    f.Start();
+    f.Upload(eCurves, f.Put(eCurves, List("a.zip")));
+    QCOMPARE(f.Remote(eCurves), List("a.zip"));
+    QCOMPARE(f.Script().Count(FakeOperation::eCreateUserInbox), std::size_t(0));
 }
 
 void tst_Upload::passesAll64BitsOfTheTargetsId()

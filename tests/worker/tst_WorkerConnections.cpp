@@ -4,8 +4,11 @@
 #include "tests/worker/TRunningWorker.h"
 #include "worker/TKESDKNotificationMgr.h"
 
+#include <QtCore/QMetaMethod>
 #include <QtCore/QTimer>
 #include <QtTest/QtTest>
+
+#include <vector>
 
 using fakes::FakeOperation;
 
@@ -17,56 +20,80 @@ private Q_SLOTS:
     void everyRowIsConnectedOnce_data();
     void everyRowIsConnectedOnce();
     void hasNoFurtherConnections();
+    void everySignalCallsItsMethodAtOnce_data();
+    void everySignalCallsItsMethodAtOnce();
     void everyManagerSignalIsConnectedOnce_data();
     void everyManagerSignalIsConnectedOnce();
     void cleanupRemovesTheManagersConnections();
     void cancellingALoginCallsNothingOfTheSdk();
 };
 
+// Declared as in Qt's private header qobject_p.h, which not every console has.
+struct QSignalSpyCallbackSet
+{
+    using BeginCallback = void (*)(QObject* caller, int method, void** arguments);
+    using EndCallback = void (*)(QObject* caller, int method);
+    BeginCallback signalBegin;
+    BeginCallback slotBegin;
+    EndCallback signalEnd;
+    EndCallback slotEnd;
+};
+void Q_CORE_EXPORT qt_register_signal_spy_callbacks(QSignalSpyCallbackSet* callbacks);
+
 namespace {
 
-// One row of the table. An empty slot of the hub means the hub's signal of the same signature.
+// One row of the table.
 struct TRow
 {
     const char* sender;
     const char* signal;
     const char* receiver;
+    const char* method;
 };
 
 constexpr TRow ROWS[] = {
-    {"gps", "GPSLost(bool)", "worker"},
-    {"timer", "timeout()", "worker"},
-    {"hub", "KelvoLoginRequested()", "worker"},
-    {"hub", "KelvoCancelLoginRequested()", "worker"},
-    {"hub", "KelvoLogoutRequested()", "worker"},
-    {"hub", "KelvoUploadRequested(int,QStringList)", "worker"},
-    {"hub", "KelvoDownloadRequested(int,QStringList,KelvoFileInfoList)", "worker"},
-    {"hub", "KelvoDeleteFilesRequested(int,QStringList,KelvoFileInfoList)", "worker"},
-    {"worker", "KelvoLoginInProgress()", "hub"},
-    {"worker", "KelvoLoggedIn()", "hub"},
-    {"worker", "KelvoLoggedOut()", "hub"},
-    {"worker", "KelvoLoginFailed(QString)", "hub"},
-    {"worker", "PostLoginChecksInProgress()", "hub"},
-    {"worker", "PostLoginChecksComplete()", "hub"},
-    {"worker", "KelvoUserInboxSetupInProgress(int)", "hub"},
-    {"worker", "KelvoUserInboxSetupComplete(KelvoFileTransferErrorDetailsList)", "hub"},
-    {"worker", "KelvoUploadingFile(int,QString)", "hub"},
-    {"worker", "KelvoUploadComplete(int,KelvoFileTransferErrorDetailsList)", "hub"},
-    {"worker", "KelvoDownloadingFile(int,QString)", "hub"},
-    {"worker", "KelvoDownloadComplete(int,KelvoFileTransferErrorDetailsList)", "hub"},
-    {"worker", "NewKelvoProjectFilesList(int,KelvoFileInfoList)", "hub"},
-    {"worker", "KelvoDeletingFile(int,QString)", "hub"},
-    {"worker", "KelvoDeleteComplete(int,KelvoFileTransferErrorDetailsList)", "hub"},
+    {"gps", "GPSLost(bool)", "worker", "OnGPSLost(bool)"},
+    {"timer", "timeout()", "worker", "OnShareCurrentLocationWithKelvo()"},
+    {"hub", "KelvoLoginRequested()", "worker", "OnLoginToKelvo()"},
+    {"hub", "KelvoCancelLoginRequested()", "worker", "OnCancelLoginToKelvo()"},
+    {"hub", "KelvoLogoutRequested()", "worker", "OnLogoutFromKelvo()"},
+    {"hub", "KelvoUploadRequested(int,QStringList)", "worker", "OnUploadToKelvo(int,QStringList)"},
+    {"hub", "KelvoDownloadRequested(int,QStringList,KelvoFileInfoList)", "worker",
+     "OnDownloadFromKelvo(int,QStringList,KelvoFileInfoList)"},
+    {"hub", "KelvoDeleteFilesRequested(int,QStringList,KelvoFileInfoList)", "worker",
+     "OnDeleteFromKelvo(int,QStringList,KelvoFileInfoList)"},
+    {"worker", "KelvoLoginInProgress()", "hub", "OnLoggingIntoKelvo()"},
+    {"worker", "KelvoLoggedIn()", "hub", "OnLoggedIntoKelvo()"},
+    {"worker", "KelvoLoggedOut()", "hub", "OnLoggedOutOfKelvo()"},
+    {"worker", "KelvoLoginFailed(QString)", "hub", "OnLoginToKelvoFailed(QString)"},
+    {"worker", "PostLoginChecksInProgress()", "hub", "OnPostLoginChecksInProgress()"},
+    {"worker", "PostLoginChecksComplete()", "hub", "OnPostLoginChecksComplete()"},
+    {"worker", "KelvoUserInboxSetupInProgress(int)", "hub", "OnKelvoUserInboxSetupInProgress(int)"},
+    {"worker", "KelvoUserInboxSetupComplete(KelvoFileTransferErrorDetailsList)", "hub",
+     "OnKelvoUserInboxSetupComplete(KelvoFileTransferErrorDetailsList)"},
+    {"worker", "KelvoUploadingFile(int,QString)", "hub", "KelvoUploadingFile(int,QString)"},
+    {"worker", "KelvoUploadComplete(int,KelvoFileTransferErrorDetailsList)", "hub",
+     "OnKelvoUploadComplete(int,KelvoFileTransferErrorDetailsList)"},
+    {"worker", "KelvoDownloadingFile(int,QString)", "hub", "KelvoDownloadingFile(int,QString)"},
+    {"worker", "KelvoDownloadComplete(int,KelvoFileTransferErrorDetailsList)", "hub",
+     "OnKelvoDownloadComplete(int,KelvoFileTransferErrorDetailsList)"},
+    {"worker", "NewKelvoProjectFilesList(int,KelvoFileInfoList)", "hub",
+     "OnNewKelvoProjectFilesList(int,KelvoFileInfoList)"},
+    {"worker", "KelvoDeletingFile(int,QString)", "hub", "KelvoDeletingFile(int,QString)"},
+    {"worker", "KelvoDeleteComplete(int,KelvoFileTransferErrorDetailsList)", "hub",
+     "OnKelvoDeleteComplete(int,KelvoFileTransferErrorDetailsList)"},
 };
 static_assert(std::size(ROWS) == 23, "the table has 23 rows");
 
-constexpr const char* MANAGER_SIGNALS[] = {
-    "NotLoggedIn()",
-    "LoginInProgress()",
-    "LoginSuccessful()",
-    "LoginFailed()",
-    "FileModifiedInUserInbox(long,ulong)",
-    "FileModifiedInProjectInbox(long,ulong)",
+constexpr TRow MANAGER_ROWS[] = {
+    {"manager", "NotLoggedIn()", "worker", "KelvoNotLoggedIn()"},
+    {"manager", "LoginInProgress()", "worker", "KelvoLoginInProgress()"},
+    {"manager", "LoginSuccessful()", "worker", "KelvoLoginSuccessful()"},
+    {"manager", "LoginFailed()", "worker", "OnKelvoLoginFailed()"},
+    {"manager", "FileModifiedInUserInbox(long,ulong)", "worker",
+     "OnFileModifiedInUserInbox(long,ulong)"},
+    {"manager", "FileModifiedInProjectInbox(long,ulong)", "worker",
+     "OnFileModifiedInProjectInbox(long,ulong)"},
 };
 
 // Does not count the fixture's logs, which are receivers too.
@@ -106,7 +133,53 @@ bool Disconnects(QObject* sender, const char* signature, QObject* receiver)
     return QObject::disconnect(sender, signal.constData(), receiver, nullptr);
 }
 
+// Records the methods of one object that signals call, by Qt's interface for debuggers.
+class TMethodCalls
+{
+public:
+    static void Begin(const QObject* receiver)
+    {
+        s_receiver = receiver;
+        s_methods.clear();
+        static QSignalSpyCallbackSet callbacks = {nullptr, &TMethodCalls::Note, nullptr, nullptr};
+        qt_register_signal_spy_callbacks(&callbacks);
+    }
+    static QByteArrayList End()
+    {
+        qt_register_signal_spy_callbacks(nullptr);
+        return s_methods;
+    }
+
+private:
+    static void Note(QObject* receiver, int method, void**)
+    {
+        if (receiver == s_receiver)
+            s_methods << receiver->metaObject()->method(method).methodSignature();
+    }
+
+    static inline const QObject* s_receiver = nullptr;
+    static inline QByteArrayList s_methods;
+};
+
+// Emits the signal with default values.
+void Emit(QObject* sender, const char* signature)
+{
+    const QMetaObject* const meta = sender->metaObject();
+    const QMetaMethod signal = meta->method(meta->indexOfSignal(signature));
+    std::vector<QVariant> values;
+    std::vector<void*> arguments = {nullptr};
+    values.reserve(static_cast<std::size_t>(signal.parameterCount()));
+    for (int i = 0; i < signal.parameterCount(); ++i) {
+        values.emplace_back(signal.parameterType(i), nullptr);
+        arguments.push_back(values.back().data());
+    }
+    QMetaObject::metacall(sender, QMetaObject::InvokeMetaMethod, signal.methodIndex(),
+                          arguments.data());
+}
+
 } // namespace
+
+Q_DECLARE_METATYPE(const TRow*)
 
 void tst_WorkerConnections::everyRowIsConnectedOnce_data()
 {
@@ -127,6 +200,29 @@ void tst_WorkerConnections::everyRowIsConnectedOnce()
     QCOMPARE(fakes::Receivers::Of(sender, row.signal), 0);
 }
 
+void tst_WorkerConnections::everySignalCallsItsMethodAtOnce_data()
+{
+    QTest::addColumn<const TRow*>("row");
+    for (const TRow& row : ROWS)
+        QTest::addRow("%s %s", row.sender, row.signal) << &row;
+    for (const TRow& row : MANAGER_ROWS)
+        QTest::addRow("%s %s", row.sender, row.signal) << &row;
+}
+
+// On one thread every connection of the table is direct. Between two threads Qt makes it queued.
+void tst_WorkerConnections::everySignalCallsItsMethodAtOnce()
+{
+    QFETCH(const TRow*, row);
+    TBareWorker f;
+    QObject* const sender =
+        row->sender == QByteArray("manager") ? f.Manager() : f.Named(row->sender);
+    TMethodCalls::Begin(f.Named(row->receiver));
+    Emit(sender, row->signal);
+    const QByteArrayList calls = TMethodCalls::End();
+    QVERIFY(!calls.isEmpty());
+    QCOMPARE(calls.front(), QByteArray(row->method));
+}
+
 void tst_WorkerConnections::hasNoFurtherConnections()
 {
     TBareWorker f;
@@ -141,8 +237,8 @@ void tst_WorkerConnections::hasNoFurtherConnections()
 void tst_WorkerConnections::everyManagerSignalIsConnectedOnce_data()
 {
     QTest::addColumn<int>("index");
-    for (int i = 0; i < int(std::size(MANAGER_SIGNALS)); ++i)
-        QTest::newRow(MANAGER_SIGNALS[i]) << i;
+    for (int i = 0; i < int(std::size(MANAGER_ROWS)); ++i)
+        QTest::newRow(MANAGER_ROWS[i].signal) << i;
 }
 
 void tst_WorkerConnections::everyManagerSignalIsConnectedOnce()
@@ -152,8 +248,8 @@ void tst_WorkerConnections::everyManagerSignalIsConnectedOnce()
     TKESDKNotificationMgr* const manager = f.Manager();
     QVERIFY(manager);
     QVERIFY(manager->parent() == nullptr);
-    QCOMPARE(fakes::Receivers::Of(manager, MANAGER_SIGNALS[index]), 1);
-    QVERIFY(Disconnects(manager, MANAGER_SIGNALS[index], f.worker.get()));
+    QCOMPARE(fakes::Receivers::Of(manager, MANAGER_ROWS[index].signal), 1);
+    QVERIFY(Disconnects(manager, MANAGER_ROWS[index].signal, f.worker.get()));
 }
 
 void tst_WorkerConnections::cleanupRemovesTheManagersConnections()
@@ -164,8 +260,8 @@ void tst_WorkerConnections::cleanupRemovesTheManagersConnections()
     f.Script().OnCall(FakeOperation::eUnsubscribe,
                       [&](const fakes::FakeCall&, const fakes::FakeAbortCheck&) {
                           receiversAtWithdrawal = 0;
-                          for (const char* signal : MANAGER_SIGNALS)
-                              receiversAtWithdrawal += fakes::Receivers::Of(manager, signal);
+                          for (const TRow& row : MANAGER_ROWS)
+                              receiversAtWithdrawal += fakes::Receivers::Of(manager, row.signal);
                       });
     bool managerOutlivedTheConnection = false;
     f.Script().OnCall(FakeOperation::eDestroy,

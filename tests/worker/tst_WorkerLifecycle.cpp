@@ -27,6 +27,8 @@ private Q_SLOTS:
     void finalizeWhileLoggedOutDoesNotLogOut();
     void finalizeContinuesAfterAFailedLogout();
     void finalizeDeletesTheHubAndNullsItsPointer();
+    void finalizeDeletesTheHubAfterTheConnection();
+    void sendsTheHostStringUnchanged();
     void finalizeStopsTheTimer();
     void finalizeWithoutAConnectionStopsTheTimerAndDeletesTheHub();
     void cleanupIsSafeTwiceAndWithoutAConnection();
@@ -205,6 +207,34 @@ void tst_WorkerLifecycle::finalizeDeletesTheHubAndNullsItsPointer()
     f.Finish();
     QVERIFY(f.hub.isNull());
     QVERIFY(KelvoInterface == nullptr);
+}
+
+void tst_WorkerLifecycle::finalizeDeletesTheHubAfterTheConnection()
+{
+    TWorkerFixture f;
+    f.Start(ESession::eLoggedIn);
+    int callsWithHub = 0;
+    const auto seeHub = [&](const fakes::FakeCall&, const fakes::FakeAbortCheck&) {
+        callsWithHub += KelvoInterface != nullptr && !f.hub.isNull() ? 1 : 0;
+    };
+    for (const FakeOperation operation :
+         {FakeOperation::eLogout, FakeOperation::eUnsubscribe, FakeOperation::eDestroy})
+        f.Script().OnCall(operation, seeHub);
+    f.Finish();
+    QCOMPARE(callsWithHub, 3);
+}
+
+void tst_WorkerLifecycle::sendsTheHostStringUnchanged()
+{
+    TWorkerFixture f;
+    const QString text = QString::fromUtf8("H\xC3\xB6st \xE2\x82\xAC \xF0\x9F\x9A\x9C");
+    f.Sdk().StartLoggedInAs(f.userId);
+    f.hub = new TKelvoInterface;
+    KelvoInterface = f.hub;
+    f.worker = std::make_unique<TOpenWorker>(&f.gps, f.features, text);
+    f.worker->Initialize();
+    f.Call("KelvoLoginSuccessful");
+    QVERIFY(f.Sdk().Live()->Environments().front().console.hostString == text.toStdWString());
 }
 
 void tst_WorkerLifecycle::finalizeStopsTheTimer()
