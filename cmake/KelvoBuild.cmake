@@ -38,7 +38,9 @@ endif()
 
 find_program(KELVO_CCACHE ccache)
 if(KELVO_CCACHE)
-    set(CMAKE_CXX_COMPILER_LAUNCHER "${KELVO_CCACHE}")
+    # Without these settings ccache does not cache files that use a precompiled header.
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
+        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime "${KELVO_CCACHE}")
     set(CMAKE_C_COMPILER_LAUNCHER "${KELVO_CCACHE}")
 endif()
 find_program(KELVO_MOLD mold)

@@ -20,7 +20,7 @@ constexpr const char* kNoIds[] = {
 
 constexpr const char* kFile =
     R"({"id":@0,"kind":"file","name":"a.zip","container":@1,"size":1,"sha256":"00","etag":"x"})";
-constexpr const char* kInbox =
+constexpr const char* kInboxJson =
     R"({"id":@0,"kind":"user-inbox","name":"o","project":@1,"owner":{"id":@2,"name":"o"},
         "entries":[]})";
 
@@ -55,7 +55,8 @@ const std::vector<Reader>& Readers()
         {"uploaded files", 2, std::string(R"({"files":[)") + kFile + "]}",
          [](const std::string& text) { return ParseUploadedFiles(text).has_value(); }},
         {"file", 2, kFile, [](const std::string& text) { return ParseResource(text).has_value(); }},
-        {"inbox", 3, kInbox, [](const std::string& text) { return ParseInbox(text).has_value(); }},
+        {"inbox", 3, kInboxJson,
+         [](const std::string& text) { return ParseInbox(text).has_value(); }},
         {"login", 1, R"({"token":"t","user":{"id":@0,"name":"o"}})",
          [](const std::string& text) { return ParseLogin(text).has_value(); }},
         {"account", 2,
@@ -65,7 +66,7 @@ const std::vector<Reader>& Readers()
         {"account's inbox", 3,
          std::string(R"({"user":{"id":7,"name":"o"},"cursor":"1","projects":[
              {"id":7,"kind":"project","name":"p","resources":[)") +
-             kInbox + "]}]}",
+             kInboxJson + "]}]}",
          [](const std::string& text) { return ParseAccount(text).has_value(); }},
         {"project", 1, R"({"project":{"id":@0,"kind":"project","name":"p"},"resources":[]})",
          [](const std::string& text) { return ParseProjectResources(text).has_value(); }},
@@ -73,7 +74,7 @@ const std::vector<Reader>& Readers()
          std::string(R"({"container":{"id":@2,"kind":"user-inbox"},"entry":)") + kFile + "}",
          [](const std::string& text) { return IsEventRead("file-removed", text); }},
         {"inbox's event", 3,
-         std::string(R"({"container":{"id":7,"kind":"project"},"entry":)") + kInbox + "}",
+         std::string(R"({"container":{"id":7,"kind":"project"},"entry":)") + kInboxJson + "}",
          [](const std::string& text) { return IsEventRead("inbox-added", text); }},
     };
     return readers;

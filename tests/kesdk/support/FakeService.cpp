@@ -17,7 +17,6 @@ namespace {
 
 constexpr const char* kProjects[] = {"To Console", "From Console",  "AB Lines",     "Curves",
                                      "Pivots",     "Optimal Lines", "Project Lines"};
-constexpr std::chrono::seconds kHangGuard{30};
 
 bool StartsWith(const std::string& text, const std::string& start)
 {

@@ -3,6 +3,7 @@
 
 #include "support/FakeTransport.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -15,6 +16,9 @@
 #include <vector>
 
 namespace kesdk::test {
+
+// Only ends a test that hangs.
+constexpr std::chrono::seconds kHangGuard{30};
 
 // An error in one request.
 struct Fault

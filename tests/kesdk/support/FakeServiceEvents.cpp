@@ -8,8 +8,6 @@ namespace kesdk::test {
 
 namespace {
 
-constexpr std::chrono::seconds kHangGuard{30};
-
 bool Write(const impl::HttpRequest& request, const std::string& bytes)
 {
     return request.sink->Write(bytes.data(), bytes.size());
