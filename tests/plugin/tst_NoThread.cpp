@@ -50,7 +50,8 @@ void tst_NoThread::initialiseReturnsAndNoRequestIsAnswered()
     TPluginFixture f;
     {
         const TNoThreads none;
-        const kelvo::test::TExpectedMessage warning(QStringLiteral("Thread creation error"));
+        const kelvo::test::TExpectedMessage warning(QStringLiteral("Thread creation error"),
+                                                    QtCriticalMsg);
         f.Initialise();
     }
     QVERIFY(dll != nullptr);
