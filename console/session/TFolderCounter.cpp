@@ -11,6 +11,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -96,7 +97,11 @@ struct TFolderCounter::TShared
 TFolderCounter::TFolderCounter(TCount count) : m_shared(std::make_shared<TShared>())
 {
     m_shared->count = std::move(count);
-    std::thread([shared = m_shared] { shared->Run(); }).detach();
+    try {
+        std::thread([shared = m_shared] { shared->Run(); }).detach();
+    } catch (const std::system_error&) { // without a thread there are no figures
+        m_shared->hasEnded = true;
+    }
 }
 
 TFolderCounter::~TFolderCounter()
@@ -112,13 +117,12 @@ std::optional<TFolderFigures> TFolderCounter::Look(TClock::time_point now)
     const std::lock_guard lock(m_shared->mutex);
     if (m_shared->result) {
         m_figures = *std::exchange(m_shared->result, std::nullopt);
-        m_countedAt = m_begunAt;
+        m_countedAt = now;
         m_isCounting = false;
     }
     if (!m_isCounting && (m_isChanged || !m_countedAt || now - *m_countedAt >= period)) {
         m_isChanged = false;
         m_isCounting = true;
-        m_begunAt = now;
         m_shared->isWanted = true;
         m_shared->changed.notify_all();
     }

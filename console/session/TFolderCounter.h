@@ -61,7 +61,6 @@ private:
     const std::shared_ptr<TShared> m_shared;
     bool m_isChanged = true;
     bool m_isCounting = false;
-    TClock::time_point m_begunAt;
     TFolderFigures m_figures;
     std::optional<TClock::time_point> m_countedAt; // when the last count began
 };

@@ -7,6 +7,7 @@
 #include <QtCore/QLocale>
 #include <QtCore/QStringList>
 
+#include <algorithm>
 #include <cstddef>
 #include <tuple>
 
@@ -46,7 +47,7 @@ QString ServiceLine(const THomeState& state, std::size_t project)
 // A line breaks only after the name of a figure.
 QString Unbroken(QString text)
 {
-    const int end = text.indexOf(QLatin1Char(':'));
+    const int end = std::max(0, text.indexOf(QLatin1Char(':')));
     return text.replace(0, end, text.left(end).replace(QLatin1Char(' '), QChar(QChar::Nbsp)));
 }
 

@@ -11,7 +11,7 @@ class ConfigManager;
 namespace console {
 
 // From the hub's signals, the local folders, the status of the link and the position. It
-// sends no request. Thread: main; waits for no disk, except that a look at new files is stored.
+// sends no request. Thread: main; only SaveSeen() and a login wait for the disk.
 class TDashboard
 {
 public:
@@ -23,6 +23,8 @@ public:
     // The screen shows this list of the service's names to the operator now. If a category has
     // exactly these names in this order, its files are no longer new.
     void OnNamesShown(const QStringList& names);
+    // Stores which files the operator has seen.
+    void SaveSeen() { m_seen.Save(); }
     THomeState State(TFolderCounter::TClock::time_point now);
 
 private:

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace {
 
@@ -40,6 +41,7 @@ namespace console {
 
 void TSeenFiles::SetOperator(const QString& user, const QString& service)
 {
+    Save();
     const QByteArray name = (user + QLatin1Char('\n') + service).toUtf8();
     m_operator = QString::fromLatin1(
         QCryptographicHash::hash(name, QCryptographicHash::Sha256).toHex().left(16));
@@ -68,11 +70,14 @@ void TSeenFiles::SetSeen(int project, const KelvoFileInfoList& files)
     for (const long id : files.fileIds) {
         seen.insert(static_cast<int>(id));
     }
-    Store();
+    m_isUnsaved = true;
 }
 
-void TSeenFiles::Store()
+void TSeenFiles::Save()
 {
+    if (!std::exchange(m_isUnsaved, false)) {
+        return;
+    }
     QStringList texts;
     for (const QSet<int>& ids : m_ids) {
         texts << ToText(ids);

@@ -19,18 +19,19 @@ class TSeenFiles
 public:
     explicit TSeenFiles(ConfigManager& config) : m_config(config) {}
 
-    // Reads what this operator has seen. The same id on another service is another file.
+    // Saves what the last operator has seen, and reads what this operator has seen. The same id on
+    // another service is another file.
     void SetOperator(const QString& user, const QString& service);
     // How many of the files the operator has not seen.
     int CountNew(int project, const KelvoFileInfoList& files) const;
-    // The operator has seen all files of the category. Returns when that is on the disk. Does
-    // nothing if no file is new. Forgets the files that are not in the list.
+    // The operator has seen all files of the category. Forgets the files that are not in the list.
     void SetSeen(int project, const KelvoFileInfoList& files);
+    // Returns when the configuration has what was seen. Waits for the disk only after a change.
+    void Save();
 
 private:
-    void Store();
-
     ConfigManager& m_config;
+    bool m_isUnsaved = false;
     QString m_operator; // a digest; empty before SetOperator()
     std::array<QSet<int>, KELVO_PROJECT_COUNT> m_ids;
 };

@@ -30,6 +30,19 @@ namespace {
 constexpr int tickMs = 250;
 constexpr double largeTexts = 1.15;
 
+// Empty if the operator cannot see the whole list: behind a dialog, or during a search.
+QStringList ShownNames(const TListWidget& list)
+{
+    QStringList names;
+    for (int row = 0; row < list.count(); ++row) {
+        names << list.item(row)->text();
+        if (list.item(row)->isHidden()) {
+            return {};
+        }
+    }
+    return hostimpl::IsBlocked(list) ? QStringList() : names;
+}
+
 } // namespace
 
 namespace console {
@@ -181,17 +194,13 @@ void TWindowSession::ShowTransfer(const kesdkimpl::LinkStatus& status)
     }
 }
 
-// A list on an open page is what the operator looks at. A hidden entry of a search counts too.
+// A list on an open page is what the operator looks at.
 void TWindowSession::NoteShownNames()
 {
     const QWidget* const page = m_window->CurrentPage();
     const auto lists = page == nullptr ? QList<TListWidget*>() : page->findChildren<TListWidget*>();
     for (const TListWidget* const list : lists) {
-        QStringList names;
-        for (int row = 0; row < list->count(); ++row) {
-            names << list->item(row)->text();
-        }
-        m_dashboard.OnNamesShown(names);
+        m_dashboard.OnNamesShown(ShownNames(*list));
     }
 }
 
@@ -202,6 +211,9 @@ void TWindowSession::ShowHome(const kesdkimpl::LinkStatus& status)
     if (state.NewFiles() > 0) { // to read a long list takes time
         NoteShownNames();
         state = m_dashboard.State(now);
+    }
+    if (m_window->CurrentPage() == nullptr) { // on a list, each new file would be stored alone
+        m_dashboard.SaveSeen();
     }
     state.link = status;
     state.position = m_plugin.Position().State();
@@ -228,6 +240,7 @@ void TWindowSession::End()
     }
     m_isEnding = true;
     StoreSettings();
+    m_dashboard.SaveSeen();
     m_plugin.Stop();
     const QList<ZRA::OrvaleID> forgotten = m_surfaces.Applications();
     for (const ZRA::OrvaleID& application : forgotten) {

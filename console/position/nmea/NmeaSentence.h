@@ -39,8 +39,7 @@ enum class EReading : std::uint8_t {
 };
 
 // Reads one sentence, from its "$" to the end of its line. `sentence` is valid only after eRead
-// and eMotion. A
-// sentence without a checksum is not read: its end may be missing.
+// and eMotion. A sentence without a checksum is not read: its end may be missing.
 EReading ReadSentence(std::string_view text, TNmeaSentence& sentence);
 
 } // namespace console

@@ -53,6 +53,7 @@ private Q_SLOTS:
             seen.SetOperator(QStringLiteral("olga"), QString());
             seen.SetSeen(0, Files({7, 8}));
             seen.SetSeen(6, Files({9}));
+            seen.Save();
         }
         TConfigStore config;
         config.Open(Path());
@@ -84,6 +85,8 @@ private Q_SLOTS:
         TSeenFiles seen(config);
         seen.SetOperator(QStringLiteral("olga"), QString());
         seen.SetSeen(0, Files({7}));
+        QVERIFY(!QFile::exists(Path())); // the disk is left alone until Save()
+        seen.Save();
         QFile file(Path());
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QByteArray content = file.readAll();

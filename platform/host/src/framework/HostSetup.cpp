@@ -46,6 +46,8 @@ bool hostimpl::SetUpHost(const QString& dataFolder, QString& errorText)
     if (!problem.isEmpty()) {
         ReportToDealer(config, problem);
     }
-    RunBounded([folders = DownloadFolders()] { Recover(folders); }, RECOVERY_WAIT);
+    if (!RunBounded([folders = DownloadFolders()] { Recover(folders); }, RECOVERY_WAIT)) {
+        ReportToDealer(config, QStringLiteral("The rest of an unpacking is not yet removed."));
+    }
     return true;
 }

@@ -40,8 +40,9 @@ void DrawCaption(QPainter& painter, const QRect& place, const QString& caption)
     if (!place.contains(painter.boundingRect(place, FLAGS, caption))) {
         QFont narrow = painter.font();
         const int width = painter.fontMetrics().horizontalAdvance(caption);
-        narrow.setStretch(
-            std::max(LEAST_STRETCH, narrow.stretch() * (place.width() - 1) / std::max(width, 1)));
+        const int full = narrow.stretch() > 0 ? narrow.stretch() : int(QFont::Unstretched);
+        const int fitting = full * (place.width() - 1) / std::max(width, 1);
+        narrow.setStretch(std::min(full, std::max(LEAST_STRETCH, fitting)));
         painter.setFont(narrow);
     }
     if (place.contains(painter.boundingRect(place, FLAGS, caption))) {
