@@ -1,12 +1,14 @@
 #include "service/CommandLine.h"
 
 #include "service/base/Encoding.h"
+#include "service/http/Address.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cctype>
 #include <memory>
+#include <stdexcept>
 
 namespace kelvo {
 
@@ -78,6 +80,41 @@ void addTimeLimits(CLI::App& serve, ServeOptions& options)
     }
 }
 
+/** Returns an error text, empty on success. */
+std::string checkNetwork(const std::string& text)
+{
+    try {
+        const http::AddressList list({text});
+        return {};
+    } catch (const std::invalid_argument& wrong) {
+        return wrong.what();
+    }
+}
+
+/** Adds the limits of connections and the proxies in front of the service. */
+void addConnectionLimits(CLI::App& serve, ServeOptions& options)
+{
+    serve
+        .add_option("--max-connections", options.connections,
+                    "Largest number of connections; more are answered 'busy'")
+        ->check(CLI::Range(1, 1000000))
+        ->capture_default_str();
+    serve
+        .add_option("--max-connections-per-address", options.connectionsPerAddress,
+                    "Largest number of connections from one address (IPv6: from one /64 network);"
+                    " a quarter of them may have an unfinished request head")
+        ->check(CLI::Range(1, 1000000))
+        ->capture_default_str();
+    auto* proxies = serve.add_option(
+        "--trusted-proxy", options.trustedProxies,
+        "Address or network of a proxy whose Forwarded or X-Forwarded-For tells the client");
+    proxies->check(CLI::Validator(checkNetwork, "NETWORK"));
+    serve
+        .add_flag("--proxy-protocol", options.proxyProtocol,
+                  "The connections of trusted proxies begin with a PROXY header, version 1 or 2")
+        ->needs(proxies);
+}
+
 void addOptions(CLI::App& serve, ServeOptions& options)
 {
     serve.add_option("--data", options.dataFolder, "Folder for all stored data")->required();
@@ -113,16 +150,15 @@ void addOptions(CLI::App& serve, ServeOptions& options)
     serve.add_option("--session-hours", options.sessionHours, "Hours until a login expires")
         ->check(CLI::Range(1, 24 * 3660))
         ->capture_default_str();
-    serve
-        .add_option("--max-connections", options.connections,
-                    "Largest number of connections; more are answered 'busy'")
-        ->check(CLI::Range(1, 1000000))
-        ->capture_default_str();
+    addConnectionLimits(serve, options);
     addTimeLimits(serve, options);
     serve
         .add_option("--keep-unknown-days", options.unknownDays,
                     "Days that the service keeps stored files that are not in its database")
         ->check(CLI::Range(0, 3650))
+        ->capture_default_str();
+    serve.add_option("--audit-days", options.auditDays, "Days that the audit trail is kept")
+        ->check(CLI::Range(1, 3650))
         ->capture_default_str();
     addReadOption(serve, options, "--password-cost", readCost,
                   "Cost of a password hash: min, interactive or moderate", "interactive");

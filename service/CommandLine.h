@@ -27,8 +27,12 @@ struct ServeOptions
     int sessionHours = 720;
     long long eventsKept = 100000; // for each farm; 0: no limit
     int eventHours = 0;            // 0: no limit
-    int unknownDays = 7;           // days that stored files without a row in the database are kept
+    int auditDays = 180;
+    int unknownDays = 7; // days that stored files without a row in the database are kept
     unsigned connections = 2000;
+    unsigned connectionsPerAddress = 1000;
+    std::vector<std::string> trustedProxies; // addresses and networks
+    bool proxyProtocol = false;
     int headSeconds = 60;
     int idleSeconds = 75;
     int stallSeconds = 60;

@@ -1,8 +1,10 @@
 #include "service/Janitor.h"
 
 #include "service/base/Log.h"
+#include "service/store/AuditTable.h"
 #include "service/store/EventTable.h"
 #include "service/store/FileTable.h"
+#include "service/store/LoginPlaceTable.h"
 #include "service/store/ReportTable.h"
 #include "service/store/SessionTable.h"
 #include "service/store/UploadTable.h"
@@ -19,17 +21,21 @@ namespace {
 constexpr long long hourMs = 3600 * 1000;
 constexpr long long binLifeMs = 30 * 24 * hourMs;
 constexpr long long positionLifeMs = 30 * 24 * hourMs;
+constexpr long long loginPlaceLifeMs = 90 * 24 * hourMs;
 
 /** Returns the digests of contents that lost a reference. */
-std::vector<std::string> cleanDatabase(const Janitor::Parts& parts, int eventHours)
+std::vector<std::string> cleanDatabase(const Janitor::Parts& parts,
+                                       const Janitor::Settings& settings)
 {
     const long long now = parts.clock.nowMs();
-    return parts.database.writeNow([now, eventHours](store::Transaction& transaction) {
+    return parts.database.writeNow([now, &settings](store::Transaction& transaction) {
         store::removeExpiredSessions(transaction, now);
+        store::removeLoginPlacesBefore(transaction, now - loginPlaceLifeMs);
         store::prunePositions(transaction, now - positionLifeMs);
         store::forgetOldResults(transaction, now);
-        if (eventHours > 0) {
-            store::pruneEventsBefore(transaction, now - eventHours * hourMs);
+        store::pruneAudit(transaction, now - settings.auditDays * 24 * hourMs);
+        if (settings.eventHours > 0) {
+            store::pruneEventsBefore(transaction, now - settings.eventHours * hourMs);
         }
         return store::emptyBin(transaction, now - binLifeMs);
     });
@@ -201,8 +207,7 @@ void Janitor::cleanUp(const Parts& parts, const Settings& settings, const Stops&
     set(parts.heldBack, 0, 0, 0);
     const long long keptForMs = std::chrono::milliseconds(settings.unknownFor).count();
     std::vector<std::string> unreferenced;
-    attempt("clean-up-database-failed",
-            [&] { unreferenced = cleanDatabase(parts, settings.eventHours); });
+    attempt("clean-up-database-failed", [&] { unreferenced = cleanDatabase(parts, settings); });
     attempt("clean-up-uploads-failed", [&] { removeExpiredUploads(parts, stops); });
     attempt("clean-up-orphans-failed", [&] { removeOrphanedUploads(parts, keptForMs, stops); });
     attempt("clean-up-bin-failed", [&] { removeContents(parts, unreferenced); });

@@ -43,6 +43,7 @@ public:
         int eventHours = 0;              // 0: events do not expire
         std::chrono::days unknownFor{7}; // files that the database does not know are kept this long
         std::chrono::minutes interval{10};
+        int auditDays = 180;
     };
 
     /** The parts that the janitor uses. */

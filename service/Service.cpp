@@ -31,7 +31,8 @@ using namespace std::chrono_literals;
 
 constexpr auto transferGrace = 5s; // the time for running transfers when the service stops
 constexpr unsigned fileThreads = 4;
-constexpr int openAttempts = 5; // each attempt waits some seconds for the database
+constexpr int openAttempts = 5;      // each attempt waits some seconds for the database
+constexpr unsigned fewestHeads = 16; // unfinished heads of one address
 
 /** The names in the service's own certificate. */
 std::vector<std::string> ownNames(const ServeOptions& options)
@@ -204,10 +205,23 @@ std::unique_ptr<web::WebApplication> makePage(const ServeOptions& options, http:
     }
 }
 
+Janitor::Settings janitorSettings(const ServeOptions& options)
+{
+    Janitor::Settings settings;
+    settings.eventHours = options.eventHours;
+    settings.unknownFor = std::chrono::days(options.unknownDays);
+    settings.auditDays = options.auditDays;
+    return settings;
+}
+
 http::Limits limitsOf(const ServeOptions& options)
 {
     http::Limits limits;
     limits.connections = options.connections;
+    limits.connectionsPerAddress = options.connectionsPerAddress;
+    limits.headsPerAddress = std::max(fewestHeads, options.connectionsPerAddress / 4);
+    limits.trustedProxies = http::AddressList(options.trustedProxies);
+    limits.proxyProtocol = options.proxyProtocol;
     limits.headTime = std::chrono::seconds(options.headSeconds);
     limits.idleTime = std::chrono::seconds(options.idleSeconds);
     limits.bodyStall = std::chrono::seconds(options.stallSeconds);
@@ -295,6 +309,19 @@ void showNetwork(metrics::Metrics& metrics, const tls::CertificateKeeper& certif
                   }});
 }
 
+void showRefusals(metrics::Metrics& metrics, const http::Listener& listener)
+{
+    metrics.show({"kelvo_connections_refused_total", "counter",
+                  "Connections refused: too many in all, of one address, or unfinished heads.",
+                  [&listener] {
+                      const http::Listener::Refused refused = listener.refused();
+                      return std::vector<metrics::Metrics::Sample>{
+                          {"reason=\"total\"", static_cast<double>(refused.total)},
+                          {"reason=\"address\"", static_cast<double>(refused.address)},
+                          {"reason=\"heads\"", static_cast<double>(refused.heads)}};
+                  }});
+}
+
 /** Sets `isRunning` when requests are answered. */
 void serve(const ServeOptions& options, bool& isRunning)
 {
@@ -314,9 +341,9 @@ void serve(const ServeOptions& options, bool& isRunning)
     const auto apiListener = listen(
         threads, options.listen, [&certificate] { return certificate->context(); }, application,
         limitsOf(options));
+    showRefusals(metrics, *apiListener);
     const auto monitorListener = listen(threads, options.metricsListen, {}, monitor, {});
-    Janitor janitor(backend.janitorParts(),
-                    {options.eventHours, std::chrono::days(options.unknownDays)});
+    Janitor janitor(backend.janitorParts(), janitorSettings(options));
     showState(metrics, backend);
     showNetwork(metrics, *certificate, *apiListener);
     state.showIn(metrics);

@@ -2,10 +2,18 @@
 
 #include "service/accounts/SessionToken.h"
 #include "service/base/Digest.h"
+#include "service/base/Log.h"
 #include "service/base/Random.h"
+#include "service/http/Address.h"
 #include "service/http/Problem.h"
+#include "service/store/AuditTable.h"
+#include "service/store/LoginPlaceTable.h"
 #include "service/store/SessionTable.h"
 #include "service/store/UserTable.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
 
 namespace kelvo::accounts {
 
@@ -19,6 +27,9 @@ constexpr unsigned hashThreads = 2;
 
 /** A working day: a browser may be shared. */
 constexpr std::chrono::hours browserSessionLife{12};
+constexpr long long placeLifeMs = 90LL * 24 * 3600 * 1000;
+
+constexpr long long seenEveryMs = 15LL * 60 * 1000;
 
 constexpr const char* wrongCredentials = "The user name or the password is wrong.";
 constexpr const char* disabledAccount = "This account has been disabled.";
@@ -49,48 +60,122 @@ Accounts::Accounts(store::Database& database, const Clock& clock, const Settings
       pool_(hashThreads)
 {}
 
-void Accounts::refuseIfThrottled(const std::string& user, const std::string& address)
+/** One check of a password. */
+struct Accounts::Attempt
 {
-    const auto wait = throttle_.waitFor(user, address);
+    const char* action = "";
+    std::string user;
+    std::string address;
+    std::optional<store::Credentials> known;
+    EPlace place = EPlace::New;
+
+    /** The name of an unknown user may be a mistyped password: it is not recorded. */
+    store::AuditEntry entry(const char* outcome, long long nowMs) const
+    {
+        store::AuditEntry entry;
+        entry.atMs = nowMs;
+        entry.action = action;
+        entry.outcome = outcome;
+        entry.address = address;
+        if (known) {
+            entry.actor = known->user.id;
+            entry.actorName = known->user.name;
+            entry.farm = known->user.farmId();
+        }
+        return entry;
+    }
+};
+
+/** Only the log gets a refusal without a check: a stranger must not be able to fill the database.
+ */
+void Accounts::refuseIfThrottled(const Attempt& attempt)
+{
+    const auto wait = throttle_.waitFor(attempt.user, attempt.address, attempt.place);
     if (wait.count() > 0) {
+        store::logEntry(attempt.entry("throttled", clock_.nowMs()));
         throw Problem(EProblem::LoginThrottled, "Wait before you try again.",
                       {{"Retry-After", std::to_string(wait.count())}});
     }
 }
 
-Async<Login> Accounts::login(std::string user, std::string password, std::string address,
-                             ESessionKind kind)
+/** The refusal has the same answer if it cannot be recorded. */
+Async<void> Accounts::record(const Attempt& attempt, const char* outcome)
 {
-    refuseIfThrottled(user, address);
-    auto find = [&user](soci::session& sql) { return store::credentialsOf(sql, user); };
-    const auto known = co_await database_.read(find);
-    auto check = [this, &known, &password, &user, &address] {
+    auto add = [&attempt, outcome, this](store::Transaction& transaction) {
+        store::addAudit(transaction, attempt.entry(outcome, clock_.nowMs()));
+    };
+    try {
+        co_await database_.write(add);
+    } catch (const std::exception& error) {
+        store::logEntry(attempt.entry(outcome, clock_.nowMs()));
+        logWarning("audit-not-stored", error.what());
+    }
+}
+
+Async<store::Credentials> Accounts::check(Attempt attempt, std::string password)
+{
+    const long long since = clock_.expiryNowMs() - placeLifeMs;
+    auto find = [&attempt, since](soci::session& sql) {
+        attempt.known = store::credentialsOf(sql, attempt.user);
+        if (attempt.known && store::isLoginPlace(sql, attempt.known->user.id,
+                                                 http::neighbourhoodOf(attempt.address), since)) {
+            attempt.place = EPlace::Known;
+        }
+        return true;
+    };
+    co_await database_.read(find);
+    refuseIfThrottled(attempt);
+    auto verify = [this, &attempt, &password] {
         // Checked again after the wait in the queue: many guesses may have been queued at once.
-        refuseIfThrottled(user, address);
+        refuseIfThrottled(attempt);
+        const auto& known = attempt.known;
         return passwords_.verify(password,
                                  known ? std::optional(known->passwordHash) : std::nullopt);
     };
-    const bool right = co_await pool_.run(check);
+    const bool right = co_await pool_.run(verify);
     if (!right) {
-        throttle_.failed(user, address);
+        throttle_.failed(attempt.user, attempt.address, attempt.place);
+        co_await record(attempt, "failed");
         throw Problem(EProblem::InvalidCredentials, wrongCredentials);
     }
-    throttle_.succeeded(user, address);
-    if (known->user.disabled) {
+    throttle_.succeeded(attempt.user, attempt.address);
+    if (attempt.known->user.disabled) {
+        co_await record(attempt, "disabled");
         throw Problem(EProblem::AccountDisabled, disabledAccount);
     }
+    co_return std::move(*attempt.known);
+}
+
+Async<store::Credentials> Accounts::checkPassword(std::string user, std::string password,
+                                                  std::string address, const char* action)
+{
+    Attempt attempt{action, std::move(user), std::move(address), std::nullopt, EPlace::New};
+    co_return co_await check(std::move(attempt), std::move(password));
+}
+
+Async<Login> Accounts::login(std::string user, std::string password, std::string address,
+                             ESessionKind kind)
+{
+    Attempt attempt{"login", std::move(user), std::move(address), std::nullopt, EPlace::New};
+    attempt.known = co_await check(attempt, std::move(password));
+    const store::Credentials& known = *attempt.known;
     const long long now = clock_.nowMs();
     const auto life = kind == ESessionKind::Browser
                           ? std::min(settings_.sessionLife, browserSessionLife)
                           : settings_.sessionLife;
     Login login;
     login.token = randomHex(32);
-    login.session = {sha256Hex(login.token), known->user,
-                     now + std::chrono::milliseconds(life).count()};
-    auto add = [&login, &known, now](store::Transaction& transaction) {
-        requireUnchanged(transaction.sql, *known);
-        store::addSession(transaction, login.session.tokenHash, login.session.user.id, now,
-                          login.session.expiresMs);
+    login.session.tokenHash = sha256Hex(login.token);
+    login.session.user = known.user;
+    login.session.expiresMs = now + std::chrono::milliseconds(life).count();
+    auto add = [&login, &known, &attempt, now](store::Transaction& transaction) {
+        requireUnchanged(transaction.sql, known);
+        const store::Session& session = login.session;
+        store::addSession(transaction, session.tokenHash, session.user.id, now, session.expiresMs,
+                          attempt.address);
+        store::addLoginPlace(transaction, session.user.id, http::neighbourhoodOf(attempt.address),
+                             now);
+        store::addAudit(transaction, attempt.entry("done", now));
     };
     co_await database_.write(add);
     co_return login;
@@ -108,7 +193,24 @@ Async<store::Session> Accounts::authenticate(http::Request& request)
     }
     request.farm = session->user.farmId();
     request.user = session->user.id;
+    const long long now = clock_.nowMs();
+    if (std::abs(now - session->lastSeenMs) >= seenEveryMs) {
+        co_await see(hash, now);
+    }
     co_return std::move(*session);
+}
+
+/** Only the list of sessions needs this time, so a request does not fail without it. */
+Async<void> Accounts::see(const std::string& tokenHash, long long nowMs)
+{
+    auto set = [&tokenHash, nowMs](store::Transaction& transaction) {
+        store::setLastSeen(transaction, tokenHash, nowMs);
+    };
+    try {
+        co_await database_.write(set);
+    } catch (const std::exception& error) {
+        logWarning("session-not-updated", error.what());
+    }
 }
 
 Async<std::string> Accounts::hashPassword(std::string password)

@@ -6,6 +6,7 @@
 #include "service/base/Clock.h"
 #include "service/http/Request.h"
 #include "service/store/Database.h"
+#include "service/store/UserTable.h"
 
 #include <chrono>
 #include <string>
@@ -40,6 +41,13 @@ public:
     Async<Login> login(std::string user, std::string password, std::string address,
                        ESessionKind kind = ESessionKind::Console);
 
+    /**
+     * Checks a password as a login does, with its waits. Throws like login(). `action` is the name
+     * of a refusal in the audit trail.
+     */
+    Async<store::Credentials> checkPassword(std::string user, std::string password,
+                                            std::string address, const char* action);
+
     /** Finds the session of the request's token. Throws like sessionToken(). */
     Async<store::Session> authenticate(http::Request& request);
 
@@ -48,7 +56,12 @@ public:
     const Passwords& passwords() const { return passwords_; }
 
 private:
-    void refuseIfThrottled(const std::string& user, const std::string& address);
+    struct Attempt;
+
+    void refuseIfThrottled(const Attempt& attempt);
+    Async<void> record(const Attempt& attempt, const char* outcome);
+    Async<store::Credentials> check(Attempt attempt, std::string password);
+    Async<void> see(const std::string& tokenHash, long long nowMs);
 
     store::Database& database_;
     const Clock& clock_;

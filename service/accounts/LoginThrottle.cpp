@@ -1,12 +1,11 @@
 #include "service/accounts/LoginThrottle.h"
 
-#include <boost/asio/ip/address.hpp>
+#include "service/http/Address.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kelvo::accounts {
-
-namespace ip = boost::asio::ip;
 
 namespace {
 
@@ -18,23 +17,6 @@ constexpr int userFactor = 20;
 constexpr int mostAttempts = 1000000;
 constexpr std::size_t longestNameBytes = 256; // 64 characters of up to 4 bytes
 constexpr std::size_t capacity = 10000;
-constexpr std::size_t networkBytes = 8;
-
-std::string networkOf(const std::string& address)
-{
-    boost::system::error_code failed;
-    const auto parsed = ip::make_address(address, failed);
-    if (failed || parsed.is_v4()) {
-        return address;
-    }
-    const ip::address_v6 v6 = parsed.to_v6();
-    if (v6.is_v4_mapped()) {
-        return ip::make_address_v4(ip::v4_mapped, v6).to_string();
-    }
-    auto bytes = v6.to_bytes();
-    std::fill(bytes.begin() + networkBytes, bytes.end(), static_cast<unsigned char>(0));
-    return ip::address_v6(bytes).to_string();
-}
 
 /** The space separates the two: no address contains a space. */
 std::string pairOf(const std::string& user, const std::string& network)
@@ -48,29 +30,28 @@ LoginThrottle::LoginThrottle(const Clock& clock, int attempts)
     : clock_(clock), attempts_(std::clamp(attempts, 1, mostAttempts))
 {}
 
-std::chrono::seconds LoginThrottle::waitFor(const std::string& user, const std::string& address)
+std::chrono::seconds LoginThrottle::waitFor(const std::string& user, const std::string& address,
+                                            EPlace place)
 {
     const std::lock_guard lock(mutex_);
     const std::int64_t now = clock_.steadyMs();
-    const std::string network = networkOf(address);
-    const auto pair = byPair_.find(pairOf(user, network));
-    std::int64_t until = std::max(now, blockedUntil(byAddress_, network));
-    if (pair != byPair_.end()) {
-        until = std::max(until, pair->second.blockedUntilMs);
-    }
-    if (pair == byPair_.end() || !pair->second.isKnown) {
-        until = std::max(until, blockedUntil(byUser_, user));
+    const std::string network = http::networkOf(address);
+    std::int64_t until = std::max(now, blockedUntil(byPair_, pairOf(user, network)));
+    if (place == EPlace::New) {
+        until = std::max({until, blockedUntil(byAddress_, network), blockedUntil(byUser_, user)});
     }
     return std::chrono::seconds((until - now + 999) / 1000);
 }
 
-void LoginThrottle::failed(const std::string& user, const std::string& address)
+void LoginThrottle::failed(const std::string& user, const std::string& address, EPlace place)
 {
     const std::lock_guard lock(mutex_);
-    const std::string network = networkOf(address);
-    count(byAddress_, network, {attempts_ * addressFactor, firstBlockMs, longestBlockMs});
+    const std::string network = http::networkOf(address);
+    const Rule newPair{attempts_, firstBlockMs, longestBlockMs};
+    const Rule knownPair{attempts_ * userFactor, firstBlockMs, firstBlockMs};
+    count(byAddress_, network, {attempts_ * addressFactor, firstBlockMs, firstBlockMs});
     if (user.size() <= longestNameBytes) {
-        count(byPair_, pairOf(user, network), {attempts_, firstBlockMs, longestBlockMs});
+        count(byPair_, pairOf(user, network), place == EPlace::New ? newPair : knownPair);
         count(byUser_, user, {attempts_ * userFactor, firstBlockMs, firstBlockMs});
     }
 }
@@ -78,12 +59,10 @@ void LoginThrottle::failed(const std::string& user, const std::string& address)
 void LoginThrottle::succeeded(const std::string& user, const std::string& address)
 {
     const std::lock_guard lock(mutex_);
-    const std::string network = networkOf(address);
+    const std::string network = http::networkOf(address);
     Record& pair = recordOf(byPair_, pairOf(user, network));
-    const int failures = pair.failures;
-    pair.failures = 0;
+    const int failures = std::exchange(pair.failures, 0);
     pair.blockedUntilMs = 0;
-    pair.isKnown = true;
     forgive(byAddress_, network, failures);
     forgive(byUser_, user, failures);
 }

@@ -4,27 +4,32 @@
 #include "service/base/Clock.h"
 
 #include <chrono>
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <string>
 
 namespace kelvo::accounts {
 
+/** Whether the user has logged in from this network before. */
+enum class EPlace : std::uint8_t { New, Known };
+
 /**
  * Counts failed logins in three ways. Successful logins are not counted.
  *
  * - A name from an address: after `attempts` failures the next login has to wait. Each further
- *   failure doubles the wait. Guesses from another address do not block the name's owner.
- * - An address: the same after ten times as many failures, because a whole farm may share an
- *   address. For IPv6 the network (/64) counts as the address, because its owner can use all
- *   addresses in it.
- * - A name from any address: after twenty times as many failures a short wait that does not grow.
- *   It slows down guesses from many addresses. It does not apply to addresses from which the name
- *   has logged in.
+ *   failure doubles the wait, up to 15 minutes. Guesses from another address do not block the
+ *   name's owner. At a known place the wait comes after twenty times as many failures and does not
+ *   grow, because a stranger may share the address.
+ * - An address: after ten times as many failures a wait that does not grow, because a whole farm
+ *   may share an address. It does not apply at a known place. For IPv6 the network (/64) counts as
+ *   the address.
+ * - A name from any address: after twenty times as many failures a wait that does not grow. It
+ *   slows down guesses from many addresses. It does not apply at a known place.
  *
- * Time comes from the steady clock: setting the machine's clock changes no wait. Thread safe.
- * Memory is bounded: beyond `capacity` the oldest entries are dropped. A name longer than any real
- * name is not counted.
+ * A wait that does not grow takes 30 s. Time comes from the steady clock: setting the machine's
+ * clock changes no wait. Thread safe. Memory is bounded: beyond `capacity` the oldest entries are
+ * dropped. A name longer than any real name is not counted.
  */
 class LoginThrottle
 {
@@ -32,9 +37,10 @@ public:
     LoginThrottle(const Clock& clock, int attempts);
 
     /** Zero if a login may be tried, else the time to wait, rounded up to seconds. */
-    std::chrono::seconds waitFor(const std::string& user, const std::string& address);
+    std::chrono::seconds waitFor(const std::string& user, const std::string& address,
+                                 EPlace place = EPlace::New);
 
-    void failed(const std::string& user, const std::string& address);
+    void failed(const std::string& user, const std::string& address, EPlace place = EPlace::New);
 
     /**
      * Clears the failures of the name from this address. The same number is subtracted from the
@@ -46,7 +52,6 @@ private:
     struct Record
     {
         int failures = 0;
-        bool isKnown = false; // a login has succeeded
         std::int64_t lastMs = 0;
         std::int64_t blockedUntilMs = 0;
     };

@@ -41,6 +41,8 @@ ApiApplication::ApiApplication(Context& context, metrics::Metrics& metrics)
     addEventRoutes(router_, context);
     addFarmRoutes(router_, context);
     addUserRoutes(router_, context);
+    addPersonRoutes(router_, context);
+    addAuditRoutes(router_, context);
 }
 
 /** Every answer of the tus protocol names its version, a refusal too. */

@@ -1,5 +1,6 @@
 // The farm's bin: the files deleted in the last 30 days, and their restoration.
 #include "service/api/Access.h"
+#include "service/api/Audit.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
@@ -34,7 +35,7 @@ Async<Response> restore(Context& context, Request& request)
 {
     const store::User user = co_await requireOffice(context, request);
     const store::Id id = request.id();
-    auto change = [&context, &user, id](store::Transaction& transaction) {
+    auto change = [&](store::Transaction& transaction) {
         const auto file = store::restoreFromBin(transaction, user.farmId(), id);
         const auto inbox =
             file ? store::inboxById(transaction.sql, user.farmId(), file->inbox) : std::nullopt;
@@ -44,6 +45,7 @@ Async<Response> restore(Context& context, Request& request)
         addFileAdded(transaction,
                      {user.farmId(), context.clock.nowMs(), context.settings.eventsKept}, *inbox,
                      *file);
+        audit(transaction, context, request, user, {"file-restore", "file", id});
         return Response::json(toJson(*file)).with("ETag", etagOf(*file));
     };
     co_return co_await context.database.write(change);

@@ -2,7 +2,7 @@
 #include "service/api/Access.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
-#include "service/base/Encoding.h"
+#include "service/api/Paging.h"
 #include "service/base/Time.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
@@ -66,7 +66,7 @@ Json environmentOf(const store::Console& console)
             {"received_at", rfc3339(console.environmentMs)}};
 }
 
-Json toJson(const store::Device& device)
+Json describe(const store::Device& device)
 {
     const auto report = nlohmann::json::parse(device.document);
     return {{"timestamp_ms", report.at("timestamp_ms").get<long long>()},
@@ -76,7 +76,7 @@ Json toJson(const store::Device& device)
             {"received_at", rfc3339(device.receivedMs)}};
 }
 
-Json toJson(const store::Position& position)
+Json describe(const store::Position& position)
 {
     return {{"time_s", position.timeS},
             {"latitude", position.latitudeDeg},
@@ -84,12 +84,12 @@ Json toJson(const store::Position& position)
             {"received_at", rfc3339(position.receivedMs)}};
 }
 
-Json toJson(const store::Console& console)
+Json describe(const store::Console& console)
 {
     Json environment = environmentOf(console);
     Json devices = Json::array();
     for (const store::Device& device : console.devices) {
-        devices.push_back(toJson(device));
+        devices.push_back(describe(device));
     }
     const std::string name =
         environment.is_null() ? "" : environment["console"].value("console_string", "");
@@ -99,12 +99,12 @@ Json toJson(const store::Console& console)
             {"operator", {{"id", console.operatorId}, {"name", console.operatorName}}},
             {"environment", std::move(environment)},
             {"devices", std::move(devices)},
-            {"position", console.position ? toJson(*console.position) : Json()}};
+            {"position", console.position ? describe(*console.position) : Json()}};
 }
 
-Json toJson(const store::TrackPoint& point)
+Json describe(const store::TrackPoint& point)
 {
-    Json document = toJson(point.position);
+    Json document = describe(point.position);
     document["operator"] = {{"id", point.operatorId}, {"name", point.operatorName}};
     return document;
 }
@@ -115,40 +115,11 @@ Async<Response> getConsoles(Context& context, Request& request)
     auto query = [&user](soci::session& sql) {
         Json list = Json::array();
         for (const store::Console& console : store::consolesOf(sql, user.farmId())) {
-            list.push_back(toJson(console));
+            list.push_back(describe(console));
         }
         return Response::json({{"consoles", std::move(list)}});
     };
     co_return co_await context.database.read(query);
-}
-
-std::optional<long long> queryTime(const Request& request, const char* name)
-{
-    const auto text = request.queryValue(name);
-    if (!text) {
-        return std::nullopt;
-    }
-    const auto time = parseRfc3339(*text);
-    if (!time) {
-        throw Problem(EProblem::MalformedRequest,
-                      std::string("\"") + name + "\" must be a time such as 2026-05-01T06:12:30Z.");
-    }
-    return time;
-}
-
-std::optional<long long> queryNumber(const Request& request, const char* name, long long most)
-{
-    const auto text = request.queryValue(name);
-    if (!text) {
-        return std::nullopt;
-    }
-    const auto number = parseNumber(*text);
-    if (!number || *number == 0 || *number > static_cast<std::uint64_t>(most)) {
-        throw Problem(EProblem::MalformedRequest, std::string("\"") + name +
-                                                      "\" must be a number from 1 to " +
-                                                      std::to_string(most) + ".");
-    }
-    return static_cast<long long>(*number);
 }
 
 Response page(std::vector<store::TrackPoint> points, std::size_t most)
@@ -159,7 +130,7 @@ Response page(std::vector<store::TrackPoint> points, std::size_t most)
     }
     Json list = Json::array();
     for (const store::TrackPoint& point : points) {
-        list.push_back(toJson(point));
+        list.push_back(describe(point));
     }
     const Json next = hasMore ? Json(std::to_string(points.back().number)) : Json();
     return Response::json({{"positions", std::move(list)}, {"next", next}});

@@ -60,5 +60,7 @@ void addConsoleRoutes(http::Router& router, Context& context);
 void addEventRoutes(http::Router& router, Context& context);
 void addFarmRoutes(http::Router& router, Context& context);
 void addUserRoutes(http::Router& router, Context& context);
+void addPersonRoutes(http::Router& router, Context& context);
+void addAuditRoutes(http::Router& router, Context& context);
 
 } // namespace kelvo::api

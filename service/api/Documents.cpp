@@ -55,6 +55,26 @@ Json toJson(const store::BinnedFile& binned)
     return document;
 }
 
+Json toJson(const store::SessionInfo& session, const std::string& currentTokenHash)
+{
+    std::string console;
+    if (!session.environment.empty()) {
+        const auto report = nlohmann::json::parse(session.environment);
+        const auto& described = report.at("console");
+        if (const auto name = described.find("console_string");
+            name != described.end() && name->is_string()) {
+            console = name->get<std::string>();
+        }
+    }
+    return {{"id", session.id()},
+            {"console", console},
+            {"address", session.address},
+            {"created_at", rfc3339(session.createdMs)},
+            {"last_seen_at", rfc3339(session.lastSeenMs)},
+            {"expires_at", rfc3339(session.expiresMs)},
+            {"current", session.tokenHash == currentTokenHash}};
+}
+
 Json toJson(const store::Project& project)
 {
     return {{"id", project.id}, {"kind", "project"}, {"name", project.name}};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/store/Records.h"
+#include "service/store/SessionTable.h"
 
 #include <nlohmann/json.hpp>
 
@@ -18,6 +19,9 @@ Json toJson(const store::Farm& farm);
 Json toJson(const store::User& user);
 Json toJson(const store::File& file);
 Json toJson(const store::BinnedFile& file);
+
+/** `currentTokenHash`: the session of the request. */
+Json toJson(const store::SessionInfo& session, const std::string& currentTokenHash);
 
 /** Without the member "resources". */
 Json toJson(const store::Project& project);

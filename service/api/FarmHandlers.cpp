@@ -1,11 +1,14 @@
-// POST and GET /farms, for administrators.
+// Farms, for administrators: add, list, rename, delete.
 #include "service/api/Access.h"
+#include "service/api/Audit.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
 #include "service/store/Errors.h"
 #include "service/store/FarmTable.h"
+#include "service/store/PersonTable.h"
+#include "service/store/UserTable.h"
 
 namespace kelvo::api {
 
@@ -18,14 +21,16 @@ using http::Response;
 
 Async<Response> addFarm(Context& context, Request& request)
 {
-    co_await requireAdmin(context, request);
+    const store::User caller = co_await requireAdmin(context, request);
     const nlohmann::json body = co_await request.json();
     const std::string name = requireName(body, "name");
-    auto change = [&name](store::Transaction& transaction) {
+    auto change = [&](store::Transaction& transaction) {
         if (store::farmByName(transaction.sql, name)) {
             throw Problem(EProblem::Conflict, "A farm with this name exists.");
         }
-        return store::addFarm(transaction, name);
+        const store::Farm farm = store::addFarm(transaction, name);
+        audit(transaction, context, request, caller, {"farm-add", "farm", farm.id, {}, farm.id});
+        return farm;
     };
     const store::Farm farm = co_await context.database.write(change);
     co_return Response::json(toJson(farm), 201);
@@ -44,11 +49,66 @@ Async<Response> listFarms(Context& context, Request& request)
     co_return co_await context.database.read(query);
 }
 
+store::Farm requireFarm(soci::session& sql, store::Id id)
+{
+    const auto farm = store::farmById(sql, id);
+    if (!farm) {
+        throw Problem(EProblem::NotFound, "No farm has this id.");
+    }
+    return *farm;
+}
+
+Async<Response> renameFarm(Context& context, Request& request)
+{
+    const store::User caller = co_await requireAdmin(context, request);
+    const store::Id id = request.id();
+    const nlohmann::json body = co_await request.json();
+    const std::string name = requireName(body, "name");
+    auto change = [&](store::Transaction& transaction) {
+        store::Farm farm = requireFarm(transaction.sql, id);
+        const auto other = store::farmByName(transaction.sql, name);
+        if (other && other->id != id) {
+            throw Problem(EProblem::Conflict, "A farm with this name exists.");
+        }
+        store::setFarmName(transaction, id, name);
+        audit(transaction, context, request, caller, {"farm-rename", "farm", id, {}, id});
+        farm.name = name;
+        return farm;
+    };
+    const store::Farm farm = co_await context.database.write(change);
+    co_return Response::json(toJson(farm));
+}
+
+/** The name must be repeated, because the files are lost. */
+Async<Response> deleteFarm(Context& context, Request& request)
+{
+    const store::User caller = co_await requireAdmin(context, request);
+    const store::Id id = request.id();
+    const auto confirmed = request.queryValue("confirm");
+    auto change = [&](store::Transaction& transaction) {
+        const store::Farm farm = requireFarm(transaction.sql, id);
+        if (confirmed != farm.name) {
+            throw Problem(EProblem::Conflict, "\"confirm\" must be the farm's name.");
+        }
+        std::vector<store::User> users = store::allUsers(transaction.sql, farm.name);
+        store::deleteFarm(transaction, id);
+        audit(transaction, context, request, caller, {"farm-delete", "farm", id, {}, id});
+        return users;
+    };
+    const std::vector<store::User> users = co_await context.database.write(change);
+    for (const store::User& user : users) {
+        context.hub.endSessionsOf(user.id, "disabled");
+    }
+    co_return Response::noContent();
+}
+
 } // namespace
 
 void addFarmRoutes(http::Router& router, Context& context)
 {
     router.add("POST", "/farms", [&context](Request& r) { return addFarm(context, r); });
+    router.add("PATCH", "/farms/{id}", [&context](Request& r) { return renameFarm(context, r); });
+    router.add("DELETE", "/farms/{id}", [&context](Request& r) { return deleteFarm(context, r); });
     router.add("GET", "/farms", [&context](Request& r) { return listFarms(context, r); });
 }
 

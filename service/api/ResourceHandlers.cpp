@@ -1,5 +1,6 @@
-// The records of projects, inboxes and files: read, add an inbox, delete a file.
+// The records of projects, inboxes and files: read, add an inbox, rename and delete a file.
 #include "service/api/Access.h"
+#include "service/api/Audit.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
@@ -87,7 +88,7 @@ Async<Response> makeInbox(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
     const std::string& name = request.parameter("name");
-    auto change = [&context, &user, &name](store::Transaction& transaction) {
+    auto change = [&](store::Transaction& transaction) {
         const auto project = store::projectByName(transaction.sql, user.farmId(), name);
         if (!project) {
             throw Problem(EProblem::NotFound, "No project has this name.");
@@ -97,6 +98,7 @@ Async<Response> makeInbox(Context& context, Request& request)
         if (made.isNew) {
             addInboxAdded(transaction, {user.farmId(), now, context.settings.eventsKept},
                           made.inbox);
+            audit(transaction, context, request, user, {"inbox-add", "inbox", made.inbox.id});
         }
         const auto entries = store::filesOf(transaction.sql, user.farmId(), made.inbox.id);
         return Response::json(toJson(made.inbox, entries), made.isNew ? 201 : 200);
@@ -104,33 +106,63 @@ Async<Response> makeInbox(Context& context, Request& request)
     co_return co_await context.database.write(change);
 }
 
-void removeResource(Context& context, store::Transaction& transaction, const store::User& user,
-                    store::Id id, const std::string& ifMatch)
+struct FileInInbox
 {
-    soci::session& sql = transaction.sql;
+    store::File file;
+    store::Inbox inbox;
+};
+
+/** Returns a file that the user may change. Throws Problem. */
+FileInInbox requireFile(soci::session& sql, const store::User& user, const Request& request)
+{
+    const store::Id id = request.id();
     if (store::projectById(sql, user.farmId(), id) || store::inboxById(sql, user.farmId(), id)) {
-        throw Problem(EProblem::Forbidden, "Only files can be deleted.");
+        throw Problem(EProblem::Forbidden, "Only files can be renamed or deleted.");
     }
     const auto file = store::fileById(sql, user.farmId(), id);
     const auto inbox = file ? store::inboxById(sql, user.farmId(), file->inbox) : std::nullopt;
     if (!inbox || !mayUse(user, *inbox)) {
         throwNotFound();
     }
+    const std::string_view ifMatch = request.header("If-Match");
     if (!ifMatch.empty() && !http::tagListMatches(ifMatch, etagOf(*file), false)) {
         throw Problem(EProblem::PreconditionFailed, "The file's content has another tag.");
     }
-    const long long now = context.clock.nowMs();
-    store::moveToBin(transaction, user.farmId(), id, user.name, now);
-    addFileRemoved(transaction, {user.farmId(), now, context.settings.eventsKept}, *inbox, *file);
+    return {*file, *inbox};
+}
+
+/** Clients see a renamed file as a file that leaves and comes back with its id. */
+Async<Response> renameFile(Context& context, Request& request)
+{
+    const store::User user = co_await requireFarmUser(context, request);
+    const nlohmann::json body = co_await request.json();
+    const std::string name = requireString(body, "name");
+    if (!isFileName(name)) {
+        throw Problem(EProblem::Unprocessable, "This is not the name of a file.");
+    }
+    auto change = [&](store::Transaction& transaction) {
+        FileInInbox found = requireFile(transaction.sql, user, request);
+        const EventFrame frame{user.farmId(), context.clock.nowMs(), context.settings.eventsKept};
+        addFileRemoved(transaction, frame, found.inbox, found.file);
+        found.file.name = name;
+        store::setFileName(transaction, user.farmId(), found.file.id, name);
+        addFileAdded(transaction, frame, found.inbox, found.file);
+        audit(transaction, context, request, user, {"file-rename", "file", found.file.id});
+        return Response::json(toJson(found.file)).with("ETag", etagOf(found.file));
+    };
+    co_return co_await context.database.write(change);
 }
 
 Async<Response> deleteResource(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
-    const store::Id id = request.id();
-    const std::string ifMatch(request.header("If-Match"));
-    auto change = [&context, &user, id, &ifMatch](store::Transaction& transaction) {
-        removeResource(context, transaction, user, id, ifMatch);
+    auto change = [&](store::Transaction& transaction) {
+        const FileInInbox found = requireFile(transaction.sql, user, request);
+        const long long now = context.clock.nowMs();
+        store::moveToBin(transaction, user.farmId(), found.file.id, user.name, now);
+        addFileRemoved(transaction, {user.farmId(), now, context.settings.eventsKept}, found.inbox,
+                       found.file);
+        audit(transaction, context, request, user, {"file-delete", "file", found.file.id});
     };
     co_await context.database.write(change);
     co_return Response::noContent();
@@ -146,6 +178,8 @@ void addResourceRoutes(http::Router& router, Context& context)
                [&context](Request& r) { return makeInbox(context, r); });
     router.add("GET", "/resources/{id}",
                [&context](Request& r) { return getResource(context, r); });
+    router.add("PATCH", "/resources/{id}",
+               [&context](Request& r) { return renameFile(context, r); });
     router.add("DELETE", "/resources/{id}",
                [&context](Request& r) { return deleteResource(context, r); });
 }

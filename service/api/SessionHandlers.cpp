@@ -1,5 +1,6 @@
 // POST /sessions, DELETE /sessions/current: logging in and out.
 #include "service/accounts/SessionToken.h"
+#include "service/api/Audit.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/base/Time.h"
@@ -57,8 +58,9 @@ Async<Response> logIn(Context& context, Request& request)
 Async<Response> logOut(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
-    auto remove = [&session](store::Transaction& transaction) {
+    auto remove = [&](store::Transaction& transaction) {
         store::removeSession(transaction, session.tokenHash);
+        audit(transaction, context, request, session.user, {"logout"});
     };
     co_await context.database.write(remove);
     context.hub.endSession(session.tokenHash, "logged-out");
@@ -70,11 +72,49 @@ Async<Response> logOut(Context& context, Request& request)
     co_return response;
 }
 
+Async<Response> listSessions(Context& context, Request& request)
+{
+    const store::Session session = co_await context.accounts.authenticate(request);
+    const long long now = context.clock.nowMs();
+    auto query = [&session, now](soci::session& sql) {
+        Json list = Json::array();
+        for (const store::SessionInfo& info : store::sessionsOf(sql, session.user.id, now)) {
+            list.push_back(toJson(info, session.tokenHash));
+        }
+        return Response::json({{"sessions", std::move(list)}});
+    };
+    co_return co_await context.database.read(query);
+}
+
+/** Ends another session of the caller, or the caller's own. */
+Async<Response> endSession(Context& context, Request& request)
+{
+    const store::Session session = co_await context.accounts.authenticate(request);
+    const std::string& id = request.parameter("session");
+    auto remove = [&](store::Transaction& transaction) {
+        for (const store::SessionInfo& info :
+             store::sessionsOf(transaction.sql, session.user.id, context.clock.nowMs())) {
+            if (info.id() == id) {
+                store::removeSession(transaction, info.tokenHash);
+                audit(transaction, context, request, session.user, {"session-end"});
+                return info.tokenHash;
+            }
+        }
+        throw http::Problem(http::EProblem::NotFound, "No session has this id.");
+    };
+    const std::string ended = co_await context.database.write(remove);
+    context.hub.endSession(ended, "revoked");
+    co_return Response::noContent();
+}
+
 } // namespace
 
 void addSessionRoutes(http::Router& router, Context& context)
 {
     router.add("POST", "/sessions", [&context](Request& r) { return logIn(context, r); });
+    router.add("GET", "/sessions", [&context](Request& r) { return listSessions(context, r); });
+    router.add("DELETE", "/sessions/{session}",
+               [&context](Request& r) { return endSession(context, r); });
     router.add("DELETE", "/sessions/current",
                [&context](Request& r) { return logOut(context, r); });
 }

@@ -1,5 +1,6 @@
 // Makes files of a received upload.
 #include "service/api/Access.h"
+#include "service/api/Audit.h"
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
 #include "service/api/UploadSteps.h"
@@ -38,7 +39,8 @@ void forgetParts(store::Transaction& transaction, const store::Upload& upload)
 }
 
 /** Adds the files and events of a received upload. */
-FinishedUpload commitFiles(Context& context, store::Transaction& transaction, store::Upload upload)
+FinishedUpload commitFiles(Context& context, store::Transaction& transaction, store::Upload upload,
+                           const std::string& address)
 {
     std::vector<store::File> files;
     soci::session& sql = transaction.sql;
@@ -64,6 +66,7 @@ FinishedUpload commitFiles(Context& context, store::Transaction& transaction, st
             store::addFile(transaction, upload.farm,
                            {0, target, upload.name, upload.lengthBytes, upload.sha256, now});
         addFileAdded(transaction, frame, *inbox, file);
+        audit(transaction, context, address, *user, {"file-add", "file", file.id});
         upload.files.push_back(file.id);
         files.push_back(file);
     }
@@ -145,11 +148,11 @@ Async<void> removeReceived(Context& context, const store::Upload& upload)
 } // namespace
 
 Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
-                                   content::UploadWriter& writer)
+                                   content::UploadWriter& writer, std::string address)
 {
     StoredContent stored = co_await storeContent(context, upload, writer);
-    auto change = [&context, &upload](store::Transaction& transaction) {
-        return commitFiles(context, transaction, upload);
+    auto change = [&context, &upload, &address](store::Transaction& transaction) {
+        return commitFiles(context, transaction, upload, address);
     };
     FinishedUpload finished;
     std::exception_ptr failure;

@@ -200,7 +200,8 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
     const bool whole = co_await receiveInto(context, request, upload, checksum, writer);
     const auto reached = static_cast<long long>(writer.offset());
     if (whole && reached == upload.lengthBytes && !upload.isPartial()) {
-        FinishedUpload finished = co_await finishUpload(context, upload, writer);
+        FinishedUpload finished =
+            co_await finishUpload(context, upload, writer, request.peerAddress);
         co_return Progress{finished.upload, reached, finished.files};
     }
     if (whole) {

@@ -1,10 +1,14 @@
-// POST, GET and PATCH /users, for administrators.
+// POST, GET and PATCH /users, for administrators and a farm's office.
 #include "service/api/Access.h"
+#include "service/api/Audit.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
+#include "service/api/EventWriting.h"
+#include "service/api/UserFields.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
 #include "service/store/FarmTable.h"
+#include "service/store/InboxTable.h"
 #include "service/store/SessionTable.h"
 #include "service/store/UserTable.h"
 
@@ -16,66 +20,82 @@ using http::EProblem;
 using http::Problem;
 using http::Request;
 using http::Response;
+using store::ERole;
 
-constexpr std::size_t shortestPasswordCharacters = 8;
-constexpr std::size_t longestPasswordBytes = 1024;
-
-std::string requirePassword(const nlohmann::json& body)
+std::optional<bool> readFlag(const nlohmann::json& body, const char* member)
 {
-    std::string password = requireString(body, "password");
-    if (countCharacters(password) < shortestPasswordCharacters ||
-        password.size() > longestPasswordBytes) {
-        throw Problem(EProblem::Unprocessable,
-                      "A password must have at least 8 characters and at most 1024 bytes.");
+    const auto flag = body.find(member);
+    if (flag == body.end()) {
+        return std::nullopt;
     }
-    return password;
+    if (!flag->is_boolean()) {
+        throw Problem(EProblem::MalformedRequest,
+                      std::string("\"") + member + "\" must be true or false.");
+    }
+    return flag->get<bool>();
 }
 
-store::ERole requireRole(const nlohmann::json& body)
-{
-    const auto role = store::roleFromText(requireString(body, "role"));
-    if (!role) {
-        throw Problem(EProblem::Unprocessable, "A role is operator, office or admin.");
-    }
-    return *role;
-}
-
-/** Empty for an admin. */
-std::string requireFarmName(const nlohmann::json& body, store::ERole role)
+/** The farm's name in the request. An office may leave its own farm out. Empty for an admin. */
+std::string requireFarmName(const nlohmann::json& body, ERole role, const store::User& caller)
 {
     const auto farm = body.find("farm");
     const bool named = farm != body.end() && !farm->is_null();
-    if (role == store::ERole::Admin) {
+    if (role == ERole::Admin) {
         if (named) {
             throw Problem(EProblem::Unprocessable, "An administrator has no farm.");
         }
         return {};
     }
-    return requireName(body, "farm");
+    return !named && caller.farm ? caller.farm->name : requireName(body, "farm");
+}
+
+/** The caller of an office makes operators of its own farm. */
+void refuseOtherUsers(const store::User& caller, ERole role, const std::string& farmName)
+{
+    if (caller.farm && (role != ERole::Operator || farmName != caller.farm->name)) {
+        throw Problem(EProblem::Forbidden, "The office makes operators of its own farm.");
+    }
+}
+
+void makeInboxes(Context& context, store::Transaction& transaction, const store::User& user)
+{
+    const long long now = context.clock.nowMs();
+    for (const store::Project& project : store::projectsOf(transaction.sql, user.farmId())) {
+        const auto made = store::ensureInbox(transaction, user, project.id, now);
+        addInboxAdded(transaction, {user.farmId(), now, context.settings.eventsKept}, made.inbox);
+    }
 }
 
 Async<Response> addUser(Context& context, Request& request)
 {
-    co_await requireAdmin(context, request);
+    const store::User caller = co_await requireManager(context, request);
     const nlohmann::json body = co_await request.json();
-    store::NewUser user;
-    user.name = requireName(body, "name");
-    user.role = requireRole(body);
-    const std::string farmName = requireFarmName(body, user.role);
+    store::NewUser wanted;
+    wanted.name = requireUserName(body);
+    wanted.role = requireRole(body);
+    const std::string farmName = requireFarmName(body, wanted.role, caller);
+    refuseOtherUsers(caller, wanted.role, farmName);
+    const bool withInboxes = readFlag(body, "inboxes").value_or(false);
     const std::string password = requirePassword(body);
-    user.passwordHash = co_await context.accounts.hashPassword(password);
-    user.createdMs = context.clock.nowMs();
-    auto change = [&user, &farmName](store::Transaction& transaction) {
+    wanted.passwordHash = co_await context.accounts.hashPassword(password);
+    wanted.createdMs = context.clock.nowMs();
+    auto change = [&](store::Transaction& transaction) {
         if (!farmName.empty()) {
-            user.farm = store::farmByName(transaction.sql, farmName);
-            if (!user.farm) {
+            wanted.farm = store::farmByName(transaction.sql, farmName);
+            if (!wanted.farm) {
                 throw Problem(EProblem::NotFound, "No farm has this name.");
             }
         }
-        if (store::credentialsOf(transaction.sql, user.name)) {
+        if (store::credentialsOf(transaction.sql, wanted.name)) {
             throw Problem(EProblem::Conflict, "A user with this name exists.");
         }
-        return store::addUser(transaction, user);
+        store::User user = store::addUser(transaction, wanted);
+        if (withInboxes && user.farm) {
+            makeInboxes(context, transaction, user);
+        }
+        audit(transaction, context, request, caller,
+              {"user-add", "user", user.id, user.name, user.farmId()});
+        return user;
     };
     const store::User added = co_await context.database.write(change);
     co_return Response::json(toJson(added), 201);
@@ -83,10 +103,11 @@ Async<Response> addUser(Context& context, Request& request)
 
 Async<Response> listUsers(Context& context, Request& request)
 {
-    co_await requireAdmin(context, request);
-    const auto farm = request.queryValue("farm");
-    auto query = [&farm](soci::session& sql) {
-        if (farm && !store::farmByName(sql, *farm)) {
+    const store::User caller = co_await requireManager(context, request);
+    const auto wanted = request.queryValue("farm");
+    auto query = [&caller, &wanted](soci::session& sql) {
+        const auto farm = caller.farm ? std::optional(caller.farm->name) : wanted;
+        if ((farm && !store::farmByName(sql, *farm)) || (wanted && farm != wanted)) {
             throw Problem(EProblem::NotFound, "No farm has this name.");
         }
         Json list = Json::array();
@@ -103,47 +124,89 @@ struct UserChange
 {
     std::optional<bool> disabled;
     std::optional<std::string> passwordHash;
+    std::optional<std::string> name;
+    std::optional<ERole> role;
 
-    bool endsSessions() const { return disabled.value_or(false) || passwordHash.has_value(); }
+    bool isEmpty() const { return !disabled && !passwordHash && !name && !role; }
+    bool endsSessions() const { return disabled.value_or(false) || passwordHash || role; }
 };
 
-store::User applyChange(store::Transaction& transaction, store::Id id, const UserChange& wanted)
+void rename(store::Transaction& transaction, store::User& user, const std::string& name)
 {
-    auto user = store::userById(transaction.sql, id);
-    if (!user) {
-        throw Problem(EProblem::NotFound, "No user has this id.");
+    const auto other = store::credentialsOf(transaction.sql, name);
+    if (other && other->user.id != user.id) {
+        throw Problem(EProblem::Conflict, "A user with this name exists.");
     }
+    store::setUserName(transaction, user.id, name);
+    user.name = name;
+}
+
+void setRole(store::Transaction& transaction, const store::User& caller, store::User& user,
+             ERole role)
+{
+    if (caller.role != ERole::Admin) {
+        throw Problem(EProblem::Forbidden, "An administrator changes roles.");
+    }
+    if ((role == ERole::Admin) != (user.role == ERole::Admin)) {
+        throw Problem(EProblem::Unprocessable, "An administrator has no farm, other users do.");
+    }
+    store::setRole(transaction, user.id, role);
+    user.role = role;
+}
+
+store::User applyChange(const Context& context, const Request& request,
+                        store::Transaction& transaction, const store::User& caller,
+                        const UserChange& wanted)
+{
+    store::User user = managedUser(transaction.sql, caller, request.id());
+    const auto record = [&](bool isChanged, const char* action) {
+        if (isChanged) {
+            audit(transaction, context, request, caller,
+                  {action, "user", user.id, user.name, user.farmId()});
+        }
+    };
     if (wanted.disabled) {
-        store::setDisabled(transaction, id, *wanted.disabled);
-        user->disabled = *wanted.disabled;
+        store::setDisabled(transaction, user.id, *wanted.disabled);
+        user.disabled = *wanted.disabled;
         if (store::countEnabledAdmins(transaction.sql) == 0) {
             throw Problem(EProblem::Conflict, "The last administrator cannot be disabled.");
         }
     }
     if (wanted.passwordHash) {
-        store::setPassword(transaction, id, *wanted.passwordHash);
+        store::setPassword(transaction, user.id, *wanted.passwordHash);
+    }
+    if (wanted.name) {
+        rename(transaction, user, *wanted.name);
+    }
+    if (wanted.role) {
+        setRole(transaction, caller, user, *wanted.role);
     }
     if (wanted.endsSessions()) {
-        store::removeSessionsOf(transaction, id);
+        store::removeSessionsOf(transaction, user.id);
     }
-    return *user;
+    record(wanted.disabled.has_value(), user.disabled ? "user-disable" : "user-enable");
+    record(wanted.passwordHash.has_value(), "password-set");
+    record(wanted.name.has_value(), "user-rename");
+    record(wanted.role.has_value(), "role-change");
+    return user;
 }
 
 Async<UserChange> readChange(Context& context, Request& request)
 {
     const nlohmann::json body = co_await request.json();
     UserChange wanted;
-    if (const auto disabled = body.find("disabled"); disabled != body.end()) {
-        if (!disabled->is_boolean()) {
-            throw Problem(EProblem::MalformedRequest, "\"disabled\" must be true or false.");
-        }
-        wanted.disabled = disabled->get<bool>();
+    wanted.disabled = readFlag(body, "disabled");
+    if (body.contains("name")) {
+        wanted.name = requireUserName(body);
+    }
+    if (body.contains("role")) {
+        wanted.role = requireRole(body);
     }
     if (body.contains("password")) {
         const std::string password = requirePassword(body);
         wanted.passwordHash = co_await context.accounts.hashPassword(password);
     }
-    if (!wanted.disabled && !wanted.passwordHash) {
+    if (wanted.isEmpty()) {
         throw Problem(EProblem::Unprocessable, "The request changes nothing.");
     }
     co_return wanted;
@@ -151,15 +214,19 @@ Async<UserChange> readChange(Context& context, Request& request)
 
 Async<Response> changeUser(Context& context, Request& request)
 {
-    co_await requireAdmin(context, request);
-    const store::Id id = request.id();
+    const store::User caller = co_await requireManager(context, request);
+    auto check = [&caller, &request](soci::session& sql) {
+        managedUser(sql, caller, request.id());
+        return true;
+    };
+    co_await context.database.read(check); // before the costly hash
     const UserChange wanted = co_await readChange(context, request);
-    auto change = [id, &wanted](store::Transaction& transaction) {
-        return applyChange(transaction, id, wanted);
+    auto change = [&](store::Transaction& transaction) {
+        return applyChange(context, request, transaction, caller, wanted);
     };
     const store::User user = co_await context.database.write(change);
     if (wanted.endsSessions()) {
-        context.hub.endSessionsOf(id, user.disabled ? "disabled" : "revoked");
+        context.hub.endSessionsOf(user.id, user.disabled ? "disabled" : "revoked");
     }
     co_return Response::json(toJson(user));
 }

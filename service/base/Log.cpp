@@ -69,17 +69,24 @@ std::string textOf(nlohmann::ordered_json line)
     return text;
 }
 
-void write(spdlog::level::level_enum level, nlohmann::ordered_json fields)
+/** `shown` is the level in the line; `level` decides whether the line is written. */
+void write(spdlog::level::level_enum level, spdlog::level::level_enum shown,
+           const nlohmann::ordered_json& fields)
 {
     if (!spdlog::should_log(level)) {
         return;
     }
     nlohmann::ordered_json line;
     line["time"] = rfc3339(SystemClock().nowMs());
-    line["level"] = spdlog::level::to_string_view(level).data();
+    line["level"] = spdlog::level::to_string_view(shown).data();
     line.update(fields);
     const std::string text = textOf(std::move(line));
     spdlog::default_logger_raw()->log(level, spdlog::string_view_t(text.data(), text.size()));
+}
+
+void write(spdlog::level::level_enum level, const nlohmann::ordered_json& fields)
+{
+    write(level, level, fields);
 }
 
 void writeEvent(spdlog::level::level_enum level, std::string_view event, std::string_view detail)
@@ -116,6 +123,29 @@ void logRequest(const RequestLogEntry& entry)
         fields["user"] = entry.user;
     }
     write(spdlog::level::info, std::move(fields));
+}
+
+void logAudit(const AuditLogEntry& entry)
+{
+    nlohmann::ordered_json fields{{"event", "audit"},
+                                  {"action", entry.action},
+                                  {"outcome", entry.outcome},
+                                  {"address", entry.address}};
+    if (entry.actor != 0) {
+        fields["actor"] = entry.actor;
+        fields["actor_name"] = entry.actorName;
+    }
+    if (entry.farm != 0) {
+        fields["farm"] = entry.farm;
+    }
+    if (!entry.objectKind.empty()) {
+        fields["object_kind"] = entry.objectKind;
+        fields["object"] = entry.object;
+    }
+    if (!entry.objectName.empty()) {
+        fields["object_name"] = entry.objectName;
+    }
+    write(spdlog::level::critical, spdlog::level::info, fields);
 }
 
 void logInfo(std::string_view event, std::string_view detail)

@@ -29,6 +29,23 @@ void startLog(std::string_view level);
 
 void logRequest(const RequestLogEntry& entry);
 
+/** A login or a change. Ids are 0 and texts empty where there is nothing to tell. */
+struct AuditLogEntry
+{
+    std::string_view action;
+    std::string_view outcome;
+    std::string_view address;
+    long long actor = 0;
+    std::string_view actorName;
+    long long farm = 0;
+    std::string_view objectKind;
+    long long object = 0;
+    std::string_view objectName; // of a user only
+};
+
+/** Written at every level. The order of the first members is fixed: log filters depend on it. */
+void logAudit(const AuditLogEntry& entry);
+
 /** An event of the service itself. `detail` must not hold names, paths or secrets. */
 void logInfo(std::string_view event, std::string_view detail = {});
 void logWarning(std::string_view event, std::string_view detail = {});

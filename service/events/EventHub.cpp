@@ -95,10 +95,12 @@ void EventHub::endSession(const std::string& tokenHash, const std::string& reaso
     });
 }
 
-void EventHub::endSessionsOf(store::Id user, const std::string& reason)
+void EventHub::endSessionsOf(store::Id user, const std::string& reason,
+                             const std::string& keptTokenHash)
 {
-    forEach([user, &reason](const std::shared_ptr<Subscription>& subscription) {
-        if (subscription->session().user.id == user) {
+    forEach([&](const std::shared_ptr<Subscription>& subscription) {
+        const store::Session& session = subscription->session();
+        if (session.user.id == user && session.tokenHash != keptTokenHash) {
             asio::post(subscription->executor(),
                        [subscription, reason] { subscription->end(reason); });
         }

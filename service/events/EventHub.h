@@ -72,7 +72,9 @@ public:
     void reread(const std::set<store::Id>& farms);
 
     void endSession(const std::string& tokenHash, const std::string& reason);
-    void endSessionsOf(store::Id user, const std::string& reason);
+    /** Ends all sessions of the user but the kept one. */
+    void endSessionsOf(store::Id user, const std::string& reason,
+                       const std::string& keptTokenHash = {});
 
     std::size_t openStreams() const;
 

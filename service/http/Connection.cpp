@@ -65,8 +65,8 @@ std::string headText(const Response& response, std::string_view connection)
 } // namespace
 
 Connection::Connection(std::unique_ptr<Transport> transport, Application& application,
-                       const Limits& limits)
-    : transport_(std::move(transport)), application_(application), limits_(limits)
+                       const Limits& limits, PeerCounts* peers)
+    : transport_(std::move(transport)), application_(application), limits_(limits), peers_(peers)
 {}
 
 Async<std::optional<RequestHead>> Connection::readHead()
@@ -76,8 +76,14 @@ Async<std::optional<RequestHead>> Connection::readHead()
     state_ = received_.empty() ? EState::Idle : EState::Busy;
     for (bool first = received_.empty();; first = false) {
         if (!received_.empty()) {
+            if (ticket_ && !ticket_->beginHead()) {
+                co_return std::nullopt;
+            }
             const EHeadState parsed = parser.feed(received_);
             if (parsed == EHeadState::Complete) {
+                if (ticket_) {
+                    ticket_->endHead();
+                }
                 co_return parser.take();
             }
             if (parsed != EHeadState::Incomplete) {

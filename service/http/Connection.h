@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/http/Limits.h"
+#include "service/http/PeerCounts.h"
 #include "service/http/Problem.h"
 #include "service/http/Request.h"
 #include "service/http/Response.h"
@@ -9,6 +10,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace kelvo::http {
@@ -52,8 +54,9 @@ public:
 class Connection
 {
 public:
-    Connection(std::unique_ptr<Transport> transport, Application& application,
-               const Limits& limits);
+    /** `peers` outlives the connection; null: the connection is not counted. */
+    Connection(std::unique_ptr<Transport> transport, Application& application, const Limits& limits,
+               PeerCounts* peers = nullptr);
 
     /** `refuse`: the service is full; answer the first request with "busy" and close. */
     Async<void> run(bool refuse);
@@ -70,6 +73,7 @@ public:
 private:
     enum class EState : std::uint8_t { Idle, Busy, Sending, Streaming };
 
+    Async<bool> open(bool& refuse);
     Async<bool> serveOne(bool refuse);
     Async<std::optional<RequestHead>> readHead();
     Async<void> refuseHead(EHeadState state);
@@ -85,7 +89,9 @@ private:
     std::unique_ptr<Transport> transport_;
     Application& application_;
     const Limits& limits_;
-    std::string received_; // received bytes that are not used yet
+    PeerCounts* peers_;
+    std::optional<PeerCounts::Ticket> ticket_; // none for a trusted proxy, or without peers_
+    std::string received_;                     // received bytes that are not used yet
     EState state_ = EState::Idle;
     bool stopping_ = false;
     bool peerMayBeSending_ = false; // bytes of a refused body are on the way: linger before closing

@@ -2,6 +2,7 @@
 #include "service/http/Connection.h"
 
 #include "service/base/Log.h"
+#include "service/http/ForwardedAddress.h"
 #include "service/http/Problem.h"
 
 #include <chrono>
@@ -21,9 +22,9 @@ std::int64_t msSince(Steady::time_point start)
 
 Async<void> Connection::run(bool refuse)
 {
-    transport_->expireAfter(limits_.headTime);
-    const auto failed = co_await transport_->handshake(limits_.handshakeTime);
-    if (failed) {
+    const bool isOpen = co_await open(refuse);
+    if (!isOpen) {
+        transport_->abort();
         co_return;
     }
     // GCC 12 compiles an await inside the condition to a trap.
@@ -38,6 +39,27 @@ Async<void> Connection::run(bool refuse)
     transport_->abort();
 }
 
+/** Reads the proxy's header and makes the handshake. `refuse` is set for an address too many. */
+Async<bool> Connection::open(bool& refuse)
+{
+    transport_->expireAfter(limits_.headTime);
+    if (limits_.proxyProtocol && limits_.trustedProxies.contains(transport_->peerAddress())) {
+        const auto failed = co_await transport_->readProxyHeader();
+        if (failed) {
+            co_return false;
+        }
+    }
+    if (peers_ != nullptr && !limits_.trustedProxies.contains(transport_->peerAddress())) {
+        ticket_.emplace(*peers_, transport_->peerAddress());
+        refuse = refuse || ticket_->isOverLimit();
+        if (!ticket_->beginHead()) {
+            co_return false;
+        }
+    }
+    const auto failed = co_await transport_->handshake(limits_.handshakeTime);
+    co_return !failed;
+}
+
 Async<bool> Connection::serveOne(bool refuse)
 {
     auto head = co_await readHead();
@@ -50,7 +72,8 @@ Async<bool> Connection::serveOne(bool refuse)
     const std::uint64_t sentBefore = transport_->sentBytes();
 
     BodyReader body(*transport_, limits_, *head, received_);
-    Request request{std::move(*head), body, limits_, transport_->peerAddress()};
+    std::string client = clientAddress(*head, transport_->peerAddress(), limits_.trustedProxies);
+    Request request{std::move(*head), body, limits_, std::move(client)};
     RequestSummary summary;
     bool more = false;
     try {

@@ -1,5 +1,7 @@
-// Limits on sizes and times for each peer.
+// Limits on sizes and times for each peer, and the peers that are trusted.
 #pragma once
+
+#include "service/http/Address.h"
 
 #include <chrono>
 #include <cstddef>
@@ -34,6 +36,14 @@ struct Limits
     /** The stall timeout of an answer that is being sent when the service stops. */
     std::chrono::milliseconds stopStall = 1s;
     std::size_t connections = 2000;
+    /** For each address; a farm's consoles share an address, a carrier's customers too. */
+    std::size_t connectionsPerAddress = 1000;
+    std::size_t headsPerAddress = 250; // unfinished
+
+    /** These peers tell the address of the client whose request they pass on. */
+    AddressList trustedProxies;
+    /** Whether the connections of trusted proxies begin with a header of the PROXY protocol. */
+    bool proxyProtocol = false;
 };
 
 } // namespace kelvo::http

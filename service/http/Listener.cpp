@@ -83,6 +83,7 @@ Listener::Listener(const std::vector<asio::io_context*>& contexts, const HostPor
       tls_(std::move(tls)),
       application_(application),
       limits_(limits),
+      peers_({limits.connectionsPerAddress, limits.headsPerAddress}),
       acceptor_(*contexts.front())
 {
     for (asio::io_context* context : contexts) {
@@ -128,11 +129,14 @@ Async<void> Listener::accept()
 Async<void> Listener::serve(IoThread& thread, tcp::socket socket)
 {
     const std::size_t others = open_.fetch_add(1);
+    if (others >= limits_.connections) {
+        ++refusedInAll_;
+    }
     if (others < limits_.connections + maxRefusals && !stopping_) {
         try { // if memory is short, the constructors throw too
             auto transport = tls_ ? std::make_unique<TlsTransport>(std::move(socket), tls_().get())
                                   : std::make_unique<Transport>(std::move(socket));
-            Connection connection(std::move(transport), application_, limits_);
+            Connection connection(std::move(transport), application_, limits_, &peers_);
             const Registration registration(thread, connection);
             co_await connection.run(others >= limits_.connections);
         } catch (const std::exception& error) {
@@ -140,6 +144,11 @@ Async<void> Listener::serve(IoThread& thread, tcp::socket socket)
         }
     }
     open_.fetch_sub(1);
+}
+
+Listener::Refused Listener::refused() const
+{
+    return {refusedInAll_.load(), peers_.refusedConnections(), peers_.refusedHeads()};
 }
 
 void Listener::forEachConnection(void (Connection::*action)())

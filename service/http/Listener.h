@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/http/Connection.h"
+#include "service/http/PeerCounts.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -56,6 +57,15 @@ public:
 
     std::size_t openConnections() const { return open_.load(); }
 
+    /** The connections refused since the start, by reason. */
+    struct Refused
+    {
+        std::uint64_t total = 0;   // too many connections in all
+        std::uint64_t address = 0; // too many connections of one address
+        std::uint64_t heads = 0;   // too many unfinished heads of one address
+    };
+    Refused refused() const;
+
 private:
     struct IoThread;
     class Registration;
@@ -68,9 +78,11 @@ private:
     TlsContexts tls_;
     Application& application_;
     Limits limits_;
+    PeerCounts peers_;
     std::vector<std::unique_ptr<IoThread>> threads_;
     asio::ip::tcp::acceptor acceptor_;
     std::atomic<std::size_t> open_{0};
+    std::atomic<std::uint64_t> refusedInAll_{0};
     std::atomic<bool> stopping_{false};
 };
 

@@ -1,6 +1,8 @@
 // The plain TCP transport, and the deadlines of all transports.
 #include "service/http/Transport.h"
 
+#include "service/http/ProxyHeader.h"
+
 #include <boost/asio/redirect_error.hpp>
 
 #include <cerrno>
@@ -68,12 +70,38 @@ Transport::Transport(asio::ip::tcp::socket socket)
     error_code ignored;
     socket_.non_blocking(true, ignored);
     socket_.set_option(asio::ip::tcp::no_delay(true), ignored);
+    const auto endpoint = socket_.remote_endpoint(ignored);
+    peerAddress_ = ignored ? std::string() : endpoint.address().to_string();
 }
 
 Transport::~Transport()
 {
     deadline_->transport = nullptr;
     deadline_->timer.cancel();
+}
+
+Async<error_code> Transport::readProxyHeader()
+{
+    std::string bytes;
+    ProxyHeader header = parseProxyHeader(bytes);
+    while (header.state == EProxyHeader::Incomplete) {
+        const std::size_t had = bytes.size();
+        bytes.resize(header.neededBytes);
+        auto room = asio::buffer(bytes.data() + had, header.neededBytes - had);
+        const IoResult result = co_await Transport::readSome(room);
+        if (result.error) {
+            co_return result.error;
+        }
+        bytes.resize(had + result.bytes);
+        header = parseProxyHeader(bytes);
+    }
+    if (header.state == EProxyHeader::Wrong) {
+        co_return asio::error::invalid_argument;
+    }
+    if (!header.address.empty()) {
+        peerAddress_ = header.address;
+    }
+    co_return error_code();
 }
 
 Async<error_code> Transport::handshake(std::chrono::milliseconds /*limit*/)
@@ -187,13 +215,6 @@ bool Transport::extendDeadline()
     }
     deadline_->moveTo(Steady::now() + stallTimeout_->left());
     return true;
-}
-
-std::string Transport::peerAddress() const
-{
-    error_code failed;
-    const auto endpoint = socket_.remote_endpoint(failed);
-    return failed ? std::string() : endpoint.address().to_string();
 }
 
 Async<error_code> Transport::waitReadable()

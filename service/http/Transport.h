@@ -36,6 +36,11 @@ public:
     Transport(const Transport&) = delete;
     Transport& operator=(const Transport&) = delete;
 
+    /**
+     * Reads a header of the PROXY protocol, before the handshake. Takes no byte that follows it.
+     */
+    Async<boost::system::error_code> readProxyHeader();
+
     /** Sets the deadline to `limit` when the peer's first bytes arrive. */
     virtual Async<boost::system::error_code> handshake(std::chrono::milliseconds limit);
 
@@ -73,7 +78,8 @@ public:
     bool expired() const { return expired_; }
 
     std::uint64_t sentBytes() const { return sentBytes_; }
-    std::string peerAddress() const;
+    /** The address of the peer, or of the client that readProxyHeader() has read. */
+    const std::string& peerAddress() const { return peerAddress_; }
     asio::any_io_executor executor() { return socket_.get_executor(); }
 
 protected:
@@ -91,6 +97,7 @@ private:
     std::uint64_t queuedBytes();
     bool extendDeadline();
 
+    std::string peerAddress_;
     std::shared_ptr<Deadline> deadline_;
     std::optional<StallTimeout> stallTimeout_; // while progress is expected
     std::uint64_t takenBytes_ = 0;             // bytes acknowledged by the peer at the last check

@@ -3,6 +3,7 @@
 #include "service/kelvoctl/Failures.h"
 #include "service/kelvoctl/Names.h"
 #include "service/kelvoctl/PasswordPrompt.h"
+#include "service/kelvoctl/Users.h"
 
 #include <iostream>
 
@@ -17,6 +18,7 @@ struct UserOptions
     std::string farm;
     std::string role = "operator";
     std::string passwordFile;
+    bool withInboxes = true;
 };
 
 std::string farmOf(const json& user)
@@ -86,14 +88,18 @@ std::string newPassword(const UserOptions& options)
 
 void addUser(CommandContext& context, const UserOptions& options)
 {
-    if (options.farm.empty() != (options.role == "admin")) {
-        throw UsageError("An operator or office user needs --farm; an admin has no farm.");
+    const bool needsFarm = options.role == "office";
+    if ((needsFarm && options.farm.empty()) || (options.role == "admin" && !options.farm.empty())) {
+        throw UsageError("An office user needs --farm; an admin has no farm.");
     }
     ApiClient& client = context.client();
     json body = {
         {"name", options.name}, {"role", options.role}, {"password", newPassword(options)}};
     if (!options.farm.empty()) {
         body["farm"] = options.farm;
+    }
+    if (options.role == "operator") {
+        body["inboxes"] = options.withInboxes;
     }
     const json user = client.call("POST", "/users", body);
     context.print(user, "Added the user " + describe(user) + ".");
@@ -102,7 +108,7 @@ void addUser(CommandContext& context, const UserOptions& options)
 json usersOf(CommandContext& context, const std::string& farm)
 {
     const std::string query = farm.empty() ? "" : "?farm=" + percentEncoded(farm);
-    return context.client().call("GET", "/users" + query).at("users");
+    return allPages(context.client(), "/users" + query, "users");
 }
 
 void listUsers(CommandContext& context, const std::string& farm)
@@ -119,15 +125,8 @@ void listUsers(CommandContext& context, const std::string& farm)
 
 void changeUser(CommandContext& context, const std::string& name, const json& change)
 {
-    for (const json& user : usersOf(context, "")) {
-        if (user.at("name") == name) {
-            const std::string path = "/users/" + std::to_string(user.at("id").get<int>());
-            const json changed = context.client().call("PATCH", path, change);
-            context.print(changed, "Changed the user " + describe(changed) + ".");
-            return;
-        }
-    }
-    throw Refused(0, "Not found", "No user has the name " + printable(name) + ".");
+    const json changed = context.client().call("PATCH", userPath(context, name), change);
+    context.print(changed, "Changed the user " + describe(changed) + ".");
 }
 
 void addFarmCommands(CLI::App& line, CommandContext& context,
@@ -188,11 +187,16 @@ void addUserChanges(CLI::App& user, CommandContext& context,
 void addUserCommands(CLI::App& line, CommandContext& context,
                      const std::shared_ptr<UserOptions>& options)
 {
-    CLI::App* user = line.add_subcommand("user", "Users (administrator)")->fallthrough();
+    CLI::App* user =
+        line.add_subcommand("user", "Users (administrator; the office for its operators)")
+            ->fallthrough();
     user->require_subcommand(1);
     CLI::App* add = user->add_subcommand("add", "Add a user")->fallthrough();
     add->add_option("NAME", options->name, "Name of the user")->required();
-    add->add_option("--farm", options->farm, "Farm of the user")->type_name("NAME");
+    add->add_option("--farm", options->farm, "Farm of the user; the office may leave it out")
+        ->type_name("NAME");
+    add->add_flag("!--no-inboxes", options->withInboxes,
+                  "Make no inboxes: the console makes them at its first login");
     add->add_option("--role", options->role, "operator, office or admin")
         ->check(CLI::IsMember({"operator", "office", "admin"}))
         ->capture_default_str();

@@ -95,16 +95,6 @@ std::string consoleId(CommandContext& context, const std::string& wanted)
     return id;
 }
 
-// A day without a time means the start of the day.
-std::string timeParameter(const char* name, const std::string& time)
-{
-    if (time.empty()) {
-        return {};
-    }
-    const bool isDay = time.find('T') == std::string::npos;
-    return std::string("&") + name + "=" + percentEncoded(isDay ? time + "T00:00:00Z" : time);
-}
-
 void printPoint(CommandContext& context, const json& position)
 {
     if (context.json) {

@@ -50,6 +50,15 @@ bool isSafeFileName(std::string_view name)
            name.find('/') == std::string_view::npos && !kelvo::hasControl(name);
 }
 
+std::string timeParameter(const char* name, const std::string& time)
+{
+    if (time.empty()) {
+        return {};
+    }
+    const bool isDay = time.find('T') == std::string::npos;
+    return std::string("&") + name + "=" + percentEncoded(isDay ? time + "T00:00:00Z" : time);
+}
+
 std::string printable(std::string_view text)
 {
     std::string out = replaceControls(text, [](std::string_view) { return std::string("?"); });

@@ -13,6 +13,9 @@ std::string percentEncoded(std::string_view text);
 // control character (service/base/Names.h). kelvoctl never uses an unsafe name in the file system.
 bool isSafeFileName(std::string_view name);
 
+// A parameter of a query, empty without a time. A day without a time means the start of the day.
+std::string timeParameter(const char* name, const std::string& time);
+
 // Replaces control characters by '?': a name comes from another user, and a terminal would obey
 // them.
 std::string printable(std::string_view text);

@@ -48,11 +48,13 @@ int runCommand(int argc, char** argv)
     });
     addGlobalOptions(line, context);
     addAccountCommands(line, context);
+    addPersonCommands(line, context);
     addListCommand(line, context);
     addUploadCommand(line, context);
     addDownloadCommand(line, context);
     addBinCommands(line, context);
     addConsoleCommands(line, context);
+    addAuditCommand(line, context);
     addWatchCommand(line, context);
     try {
         line.parse(argc, argv);

@@ -13,7 +13,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr int kAttempts = 10;
+constexpr int kReconnects = 10;
 constexpr std::chrono::seconds kSilence{150}; // the service sends a comment every 60 s
 
 struct WatchOptions
@@ -58,7 +58,7 @@ public:
         m_last = m_options.from.empty()
                      ? m_context.client().call("GET", "/account").at("cursor").get<std::string>()
                      : m_options.from;
-        Backoff backoff(kAttempts);
+        Backoff backoff(kReconnects);
         while (!done()) {
             try {
                 connect(backoff);

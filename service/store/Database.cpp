@@ -1,6 +1,7 @@
 #include "service/store/Database.h"
 
 #include "service/base/Log.h"
+#include "service/store/AuditTable.h"
 #include "service/store/Errors.h"
 #include "service/store/Schema.h"
 
@@ -175,6 +176,7 @@ void Database::commitBatch(const std::vector<Job*>& batch)
         for (Job* job : batch) {
             job->error = nullptr;
             job->events.clear();
+            job->audit.clear();
         }
     }
 }
@@ -203,6 +205,9 @@ void Database::notify(const std::vector<Job*>& batch, bool inDoubt)
     std::set<Id> farms;
     for (const Job* job : batch) {
         events.insert(events.end(), job->events.begin(), job->events.end());
+        for (const AuditEntry& entry : job->audit) {
+            logEntry(entry);
+        }
     }
     for (const Event& event : events) {
         farms.insert(event.farm);
@@ -218,10 +223,11 @@ void Database::notify(const std::vector<Job*>& batch, bool inDoubt)
 void Database::runJob(Job& job)
 {
     *writer_ << "SAVEPOINT change";
-    Transaction transaction{*writer_, {}};
+    Transaction transaction{*writer_, {}, {}};
     try {
         job.run(transaction);
         job.events = std::move(transaction.events);
+        job.audit = std::move(transaction.audit);
     } catch (const std::exception& error) {
         try {
             rethrow(error);

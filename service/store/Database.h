@@ -22,7 +22,8 @@ namespace kelvo::store {
 struct Transaction
 {
     soci::session& sql;
-    std::vector<Event> events; // appended by addEvent(), published after the commit
+    std::vector<Event> events;     // appended by addEvent(), published after the commit
+    std::vector<AuditEntry> audit; // appended by addAudit(), logged after the commit
 };
 
 /**
@@ -127,6 +128,7 @@ private:
         std::function<void()> done;
         std::exception_ptr error;
         std::vector<Event> events;
+        std::vector<AuditEntry> audit;
     };
 
     /** A read transaction on its own connection. */

@@ -40,6 +40,18 @@ std::vector<Farm> allFarms(soci::session& sql)
     return farms;
 }
 
+void setFarmName(Transaction& transaction, Id farm, const std::string& name)
+{
+    transaction.sql << "UPDATE farms SET name = :name WHERE id = :id", use(name), use(farm);
+}
+
+std::optional<Farm> farmById(soci::session& sql, Id farm)
+{
+    Farm found{farm, {}};
+    sql << "SELECT name FROM farms WHERE id = :id", into(found.name), use(farm);
+    return sql.got_data() ? std::optional(found) : std::nullopt;
+}
+
 std::optional<Farm> farmByName(soci::session& sql, const std::string& name)
 {
     Farm farm{0, name};

@@ -18,7 +18,10 @@ inline constexpr std::array<const char*, 7> projectNames{
 /** Adds a farm with its projects. Throws NotUnique. */
 Farm addFarm(Transaction& transaction, const std::string& name);
 
+void setFarmName(Transaction& transaction, Id farm, const std::string& name);
+
 std::vector<Farm> allFarms(soci::session& sql);
+std::optional<Farm> farmById(soci::session& sql, Id farm);
 std::optional<Farm> farmByName(soci::session& sql, const std::string& name);
 
 std::vector<Project> projectsOf(soci::session& sql, Id farm);

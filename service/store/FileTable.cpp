@@ -91,6 +91,12 @@ bool nameIsInInbox(soci::session& sql, Id farm, Id inbox, const std::string& nam
     return count > 0;
 }
 
+void setFileName(Transaction& transaction, Id farm, Id file, const std::string& name)
+{
+    transaction.sql << "UPDATE files SET name = :name WHERE farm_id = :farm AND id = :id",
+        use(name), use(farm), use(file);
+}
+
 void moveToBin(Transaction& transaction, Id farm, Id file, const std::string& deletedBy,
                long long nowMs)
 {

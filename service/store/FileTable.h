@@ -24,6 +24,8 @@ std::vector<File> filesOfOwner(soci::session& sql, Id farm, Id owner);
 
 bool nameIsInInbox(soci::session& sql, Id farm, Id inbox, const std::string& name);
 
+void setFileName(Transaction& transaction, Id farm, Id file, const std::string& name);
+
 void moveToBin(Transaction& transaction, Id farm, Id file, const std::string& deletedBy,
                long long nowMs);
 std::vector<BinnedFile> binOf(soci::session& sql, Id farm);

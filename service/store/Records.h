@@ -41,6 +41,7 @@ struct Session
     std::string tokenHash; // SHA-256 of the token, hexadecimal
     User user;
     long long expiresMs = 0;
+    long long lastSeenMs = 0; // its last request, to a quarter of an hour
 };
 
 struct Project
@@ -119,6 +120,22 @@ struct Event
     std::string fullData;
     std::string commonData;
     long long createdMs = 0;
+};
+
+/** One line of the audit trail. Ids are 0 and texts empty where there is nothing to tell. */
+struct AuditEntry
+{
+    Id id = 0;
+    long long atMs = 0;
+    std::string action;
+    std::string outcome; // "done", or how a login ended
+    std::string address;
+    Id actor = 0;
+    std::string actorName;
+    Id farm = 0;
+    std::string objectKind; // "user", "file" and so on
+    Id object = 0;
+    std::string objectName; // of a user only
 };
 
 } // namespace kelvo::store

@@ -148,11 +148,42 @@ constexpr const char* uploadExtensions[] = {
     "ALTER TABLE uploads ADD COLUMN concat TEXT NOT NULL DEFAULT ''",
 };
 
+// The networks from which a user has logged in; failed logins of strangers do not delay logins from
+// these networks.
+constexpr const char* loginPlaces[] = {
+    "CREATE TABLE login_places (user_id BIGINT NOT NULL REFERENCES users (id),"
+    " network VARCHAR(64) NOT NULL, last_ms BIGINT NOT NULL, PRIMARY KEY (user_id, network))",
+};
+
+// The audit trail has no references: it outlives users and farms.
+constexpr const char* auditTrail[] = {
+    "CREATE TABLE audit (id BIGINT PRIMARY KEY, at_ms BIGINT NOT NULL,"
+    " action VARCHAR(32) NOT NULL, outcome VARCHAR(16) NOT NULL, address VARCHAR(64) NOT NULL,"
+    " actor_id BIGINT NOT NULL, actor_name TEXT NOT NULL, farm_id BIGINT NOT NULL,"
+    " object_kind VARCHAR(16) NOT NULL, object_id BIGINT NOT NULL, object_name TEXT NOT NULL)",
+    "CREATE INDEX audit_by_farm ON audit (farm_id, id)",
+    "CREATE INDEX audit_by_time ON audit (at_ms)",
+    "INSERT INTO counters (name, value) VALUES ('audit', 0)",
+};
+
+// A deleted user's row stays, because ids are never reused.
+constexpr const char* managedAccounts[] = {
+    "ALTER TABLE users ADD COLUMN deleted_ms BIGINT",
+    "ALTER TABLE sessions ADD COLUMN address VARCHAR(64) NOT NULL DEFAULT ''",
+    "ALTER TABLE sessions ADD COLUMN last_seen_ms BIGINT NOT NULL DEFAULT 0",
+    "CREATE INDEX track_by_user ON track (user_id, console_id, number)",
+};
+
 /** Step N migrates version N to N+1. A released step is never changed; new steps are added. */
 constexpr std::array migrations{
-    std::span<const char* const>(firstSchema),         std::span<const char* const>(consoles),
-    std::span<const char* const>(sessionEnvironments), std::span<const char* const>(clockRecords),
+    std::span<const char* const>(firstSchema),
+    std::span<const char* const>(consoles),
+    std::span<const char* const>(sessionEnvironments),
+    std::span<const char* const>(clockRecords),
     std::span<const char* const>(uploadExtensions),
+    std::span<const char* const>(loginPlaces),
+    std::span<const char* const>(auditTrail),
+    std::span<const char* const>(managedAccounts),
 };
 
 int readVersion(soci::session& sql)

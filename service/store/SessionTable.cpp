@@ -8,11 +8,34 @@ using soci::into;
 using soci::use;
 
 void addSession(Transaction& transaction, const std::string& tokenHash, Id user, long long nowMs,
-                long long expiresMs)
+                long long expiresMs, const std::string& address)
 {
-    transaction.sql << "INSERT INTO sessions (token_hash, user_id, created_ms, expires_ms)"
-                       " VALUES (:hash, :user, :created, :expires)",
-        use(tokenHash), use(user), use(nowMs), use(expiresMs);
+    transaction.sql << "INSERT INTO sessions (token_hash, user_id, created_ms, expires_ms, address,"
+                       " last_seen_ms) VALUES (:hash, :user, :created, :expires, :address, :seen)",
+        use(tokenHash), use(user), use(nowMs), use(expiresMs), use(address), use(nowMs);
+}
+
+std::vector<SessionInfo> sessionsOf(soci::session& sql, Id user, long long nowMs)
+{
+    SessionInfo info;
+    std::vector<SessionInfo> sessions;
+    soci::statement query =
+        (sql.prepare << "SELECT token_hash, created_ms, expires_ms, last_seen_ms, address,"
+                        " environment FROM sessions WHERE user_id = :user AND expires_ms > :now"
+                        " ORDER BY created_ms, token_hash",
+         into(info.tokenHash), into(info.createdMs), into(info.expiresMs), into(info.lastSeenMs),
+         into(info.address), into(info.environment), use(user), use(nowMs));
+    query.execute();
+    while (query.fetch()) {
+        sessions.push_back(info);
+    }
+    return sessions;
+}
+
+void setLastSeen(Transaction& transaction, const std::string& tokenHash, long long nowMs)
+{
+    transaction.sql << "UPDATE sessions SET last_seen_ms = :now WHERE token_hash = :hash",
+        use(nowMs), use(tokenHash);
 }
 
 std::optional<Session> findSession(soci::session& sql, const std::string& tokenHash,
@@ -22,12 +45,14 @@ std::optional<Session> findSession(soci::session& sql, const std::string& tokenH
     session.tokenHash = tokenHash;
     Farm farm;
     std::string role;
-    sql << "SELECT s.expires_ms, u.id, u.name, u.role, COALESCE(f.id, 0), COALESCE(f.name, '')"
+    sql << "SELECT s.expires_ms, s.last_seen_ms, u.id, u.name, u.role, COALESCE(f.id, 0), "
+           "COALESCE(f.name, '')"
            " FROM sessions s JOIN users u ON u.id = s.user_id"
            " LEFT JOIN farms f ON f.id = u.farm_id"
            " WHERE s.token_hash = :hash AND s.expires_ms > :now AND u.disabled = 0",
-        into(session.expiresMs), into(session.user.id), into(session.user.name), into(role),
-        into(farm.id), into(farm.name), use(tokenHash), use(nowMs);
+        into(session.expiresMs), into(session.lastSeenMs), into(session.user.id),
+        into(session.user.name), into(role), into(farm.id), into(farm.name), use(tokenHash),
+        use(nowMs);
     if (!sql.got_data()) {
         return std::nullopt;
     }
@@ -43,9 +68,10 @@ void removeSession(Transaction& transaction, const std::string& tokenHash)
     transaction.sql << "DELETE FROM sessions WHERE token_hash = :hash", use(tokenHash);
 }
 
-void removeSessionsOf(Transaction& transaction, Id user)
+void removeSessionsOf(Transaction& transaction, Id user, const std::string& keptTokenHash)
 {
-    transaction.sql << "DELETE FROM sessions WHERE user_id = :user", use(user);
+    transaction.sql << "DELETE FROM sessions WHERE user_id = :user AND token_hash <> :kept",
+        use(user), use(keptTokenHash);
 }
 
 void removeExpiredSessions(Transaction& transaction, long long nowMs)

@@ -6,18 +6,42 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kelvo::store {
 
+/** `address` is the address of the login. */
 void addSession(Transaction& transaction, const std::string& tokenHash, Id user, long long nowMs,
-                long long expiresMs);
+                long long expiresMs, const std::string& address = {});
+
+/** A session as its user sees it. */
+struct SessionInfo
+{
+    std::string tokenHash;
+    long long createdMs = 0;
+    long long expiresMs = 0;
+    long long lastSeenMs = 0;
+    std::string address;
+    std::string environment; // the console's report, JSON as received; empty: none
+
+    /** The public id: the start of the token's digest, which does not tell the token. */
+    std::string id() const { return tokenHash.substr(0, 16); }
+};
+
+/** In the order of their logins. */
+std::vector<SessionInfo> sessionsOf(soci::session& sql, Id user, long long nowMs);
+
+void setLastSeen(Transaction& transaction, const std::string& tokenHash, long long nowMs);
 
 /** Empty if the session is unknown or has expired. */
 std::optional<Session> findSession(soci::session& sql, const std::string& tokenHash,
                                    long long nowMs);
 
 void removeSession(Transaction& transaction, const std::string& tokenHash);
-void removeSessionsOf(Transaction& transaction, Id user);
+
+/** Removes all sessions of the user but the kept one. */
+void removeSessionsOf(Transaction& transaction, Id user, const std::string& keptTokenHash = {});
+
 void removeExpiredSessions(Transaction& transaction, long long nowMs);
 
 /** The number of sessions that removeExpiredSessions() would remove. */

@@ -95,7 +95,8 @@ std::optional<User> userById(soci::session& sql, Id user)
 {
     UserRow row;
     soci::statement query =
-        (intoRow(sql.prepare << selectUsers << " WHERE u.id = :id", row), use(user));
+        (intoRow(sql.prepare << selectUsers << " WHERE u.id = :id AND u.deleted_ms IS NULL", row),
+         use(user));
     return query.execute(true) ? std::optional(row.take().user) : std::nullopt;
 }
 
@@ -103,7 +104,9 @@ std::optional<Credentials> credentialsOf(soci::session& sql, const std::string& 
 {
     UserRow row;
     soci::statement query =
-        (intoRow(sql.prepare << selectUsers << " WHERE u.name = :name", row), use(name));
+        (intoRow(sql.prepare << selectUsers << " WHERE u.name = :name AND u.deleted_ms IS NULL",
+                 row),
+         use(name));
     return query.execute(true) ? std::optional(row.take()) : std::nullopt;
 }
 
@@ -114,8 +117,11 @@ std::vector<User> allUsers(soci::session& sql, const std::optional<std::string>&
     const std::string farm = farmName.value_or(std::string());
     const int all = farmName ? 0 : 1;
     soci::statement query =
-        (intoRow(sql.prepare << selectUsers << " WHERE f.name = :farm OR :all = 1 ORDER BY u.id",
-                 row),
+        (intoRow(
+             sql.prepare
+                 << selectUsers
+                 << " WHERE (f.name = :farm OR :all = 1) AND u.deleted_ms IS NULL ORDER BY u.id",
+             row),
          use(farm), use(all));
     query.execute();
     while (query.fetch()) {
@@ -129,6 +135,17 @@ void setDisabled(Transaction& transaction, Id user, bool disabled)
     const int value = disabled ? 1 : 0;
     transaction.sql << "UPDATE users SET disabled = :disabled WHERE id = :id", use(value),
         use(user);
+}
+
+void setUserName(Transaction& transaction, Id user, const std::string& name)
+{
+    transaction.sql << "UPDATE users SET name = :name WHERE id = :id", use(name), use(user);
+}
+
+void setRole(Transaction& transaction, Id user, ERole role)
+{
+    const std::string text = toText(role);
+    transaction.sql << "UPDATE users SET role = :role WHERE id = :id", use(text), use(user);
 }
 
 void setPassword(Transaction& transaction, Id user, const std::string& passwordHash)

@@ -28,6 +28,7 @@ struct Credentials
 /** Throws NotUnique. User names are unique over all farms. */
 User addUser(Transaction& transaction, const NewUser& user);
 
+/** Does not find a deleted user. */
 std::optional<User> userById(soci::session& sql, Id user);
 std::optional<Credentials> credentialsOf(soci::session& sql, const std::string& name);
 
@@ -35,6 +36,8 @@ std::optional<Credentials> credentialsOf(soci::session& sql, const std::string& 
 std::vector<User> allUsers(soci::session& sql, const std::optional<std::string>& farmName);
 
 void setDisabled(Transaction& transaction, Id user, bool disabled);
+void setUserName(Transaction& transaction, Id user, const std::string& name);
+void setRole(Transaction& transaction, Id user, ERole role);
 void setPassword(Transaction& transaction, Id user, const std::string& passwordHash);
 
 /**

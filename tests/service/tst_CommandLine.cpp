@@ -29,6 +29,8 @@ TEST(ServeCommand, HasDefaults)
     EXPECT_EQ(options->passwordCost, accounts::EPasswordCost::Interactive);
     EXPECT_EQ(options->loginAttempts, 5);
     EXPECT_EQ(options->connections, 2000U);
+    EXPECT_EQ(options->connectionsPerAddress, 1000U);
+    EXPECT_FALSE(options->proxyProtocol);
     EXPECT_EQ(options->headSeconds, 60);
     EXPECT_EQ(options->idleSeconds, 75);
     EXPECT_EQ(options->stallSeconds, 60);
@@ -66,6 +68,21 @@ TEST(ServeCommand, ReadsItsOptions)
     EXPECT_EQ(parse({"serve", "--data", "d", "--listen", "h:1", "--event-retention", "7"})
                   .serve->eventsKept,
               7);
+}
+
+TEST(ServeCommand, ReadsTheProxiesAndTheLimitOfAnAddress)
+{
+    const auto options =
+        parse({"serve", "--data", "d", "--listen", "h:1", "--trusted-proxy", "10.0.0.0/8",
+               "--trusted-proxy", "::1", "--proxy-protocol", "--max-connections-per-address", "9"})
+            .serve;
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->trustedProxies, (std::vector<std::string>{"10.0.0.0/8", "::1"}));
+    EXPECT_TRUE(options->proxyProtocol);
+    EXPECT_EQ(options->connectionsPerAddress, 9U);
+    EXPECT_EQ(parse({"serve", "--data", "d", "--listen", "h:1", "--proxy-protocol"}).exitCode, 2);
+    EXPECT_EQ(parse({"serve", "--data", "d", "--listen", "h:1", "--trusted-proxy", "a.b"}).exitCode,
+              2);
 }
 
 TEST(ServeCommand, RefusesWrongOptions)

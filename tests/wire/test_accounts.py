@@ -84,10 +84,12 @@ class Accounts(WireTest):
             with self.subTest(name):
                 own = client.snapshot()["user"]["id"]
                 client.get("/farms", (403, 404))
-                client.get("/users", (403, 404))
                 client.post("/farms", (403, 404), json={"name": "My Farm"})
-                client.post("/users", (403, 404), json={"farm": "Hill Farm", "name": "friend", "password": PASSWORD,
-                                                        "role": "office"})
+                for role in ("office", "admin"):
+                    client.post("/users", (403, 422), json={"farm": "Hill Farm", "name": "friend", "password": PASSWORD,
+                                                            "role": role})
+                client.request("PATCH", f"/users/{own}", 403, json={"role": "office"})
+                client.delete(f"/users/{own}", (403, 409))
                 client.request("PATCH", f"/users/{own}", (403, 404), json={"password": "another good one"})
         names = {user["name"] for user in self.admin.get("/users").json()["users"]}
         self.assertNotIn("friend", names)

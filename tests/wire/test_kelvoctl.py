@@ -117,6 +117,38 @@ class Commands(KelvoctlTest):
         admin.run("user", "add", "x", "--role", "office", code=USAGE, env={"KELVOCTL_NEW_PASSWORD": "long enough"})
         admin.run("user", "add", "x", "--farm", "New Farm", "--role", "boss", code=USAGE)
 
+    def test_the_office_manages_operators_and_reads_the_audit_trail(self):
+        anna, admin = self.tool("anna"), self.tool("admin")
+        other = {"KELVOCTL_NEW_PASSWORD": "nils' first one"}
+        self.service.secrets.update(("nils' first one", "nils' other one"))
+        user = json.loads(anna.run("--json", "user", "add", "nils", env=other)[0])
+        self.assertEqual((user["role"], user["farm"]["name"]), ("operator", "Hill Farm"))
+        self.assertEqual(json.loads(anna.run("--json", "audit", "--count", "1", "--action", "user-add")[0])["object"]["name"],
+                         "nils")
+        nils = Tool(self.service)
+        nils.log_in("nils", "nils' first one")
+        nils.write("field.zip", CONTENT)
+        number = nils.json("put", "field.zip", "--to", "nils/Curves")["ids"][0]
+        self.assertIn("Renamed to north.zip.", nils.run("mv", str(number), "north.zip")[0])
+        nils.run("passwd", env={"KELVOCTL_PASSWORD": "nils' first one", "KELVOCTL_NEW_PASSWORD": "nils' other one"})
+        self.assertIn("(this session)", nils.run("session", "list")[0])
+        document = anna.json("user", "export", "nils")
+        self.assertEqual([entry["name"] for inbox in document["inboxes"] for entry in inbox["entries"]], ["north.zip"])
+        self.assertEqual(document["positions"], [])
+        self.assertIn("password-change", [entry["action"] for entry in document["audit"]])
+        anna.run("user", "erase-track", "nils")
+        anna.run("user", "rename", "nils", "niels")
+        anna.run("user", "role", "niels", "office", code=REFUSED)
+        anna.run("user", "delete", "niels", code=REFUSED)
+        anna.run("user", "delete", "niels", "--heir", "olga")
+        nils.run("session", "list", code=REFUSED)
+        self.assertIn("login done", admin.run("audit", "--count", "500")[0])
+        admin.run("farm", "add", "Short Farm")
+        admin.run("farm", "rename", "Short Farm", "Brief Farm")
+        admin.run("farm", "delete", "Brief Farm", "--confirm", "Short Farm", code=REFUSED)
+        admin.run("farm", "delete", "Brief Farm", "--confirm", "Brief Farm")
+        self.assertNotIn("Brief Farm", [farm["name"] for farm in admin.json("farm", "list")])
+
     def test_a_file_is_put_listed_fetched_removed_and_restored(self):
         olga, anna = self.tool("olga"), self.tool("anna")
         olga.write("field one.zip", CONTENT)
@@ -246,7 +278,8 @@ class Commands(KelvoctlTest):
     def test_help_succeeds_and_wrong_usage_fails(self):
         tool = self.tool()
         out = tool.run("--help")[0]
-        for command in ("login", "farm", "user", "ls", "put", "get", "rm", "bin", "consoles", "track", "watch"):
+        for command in ("login", "farm", "user", "ls", "put", "get", "rm", "bin", "consoles", "track", "watch", "audit", "passwd",
+                        "session", "mv"):
             self.assertIn(command, out)
             self.assertIn("Usage", tool.run(command, "--help")[0])
         for arguments in ([], ["nonsense"], ["put"], ["user"], ["rm"], ["rm", "x"], ["bin"], ["--nonsense"], ["watch", "--count", "x"]):

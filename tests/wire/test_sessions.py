@@ -140,24 +140,34 @@ class Throttling(WireTest):
     def test_repeated_failures_are_answered_429_even_with_the_right_password(self):
         client = Client(self.service)
         self.addCleanup(client.close)
-        statuses = [client.post("/sessions", (401, 429), json={"user": "olga", "password": f"wrong {n}"}).status
+        # otto has never logged in from here.
+        statuses = [client.post("/sessions", (401, 429), json={"user": "otto", "password": f"wrong {n}"}).status
                     for n in range(6)]
         self.assertEqual(statuses[:3], [401, 401, 401])
         self.assertEqual(statuses[-1], 429)
-        reply = client.post("/sessions", 429, json={"user": "olga", "password": PASSWORD})
+        reply = client.post("/sessions", 429, json={"user": "otto", "password": PASSWORD})
         self.refused(reply, "login-throttled")
         self.assertGreater(int(reply.headers["Retry-After"]), 0)
 
 
-class ThrottlingByAddress(WireTest):
-    OPTIONS = ("--login-attempts", "2")
+class ThrottlingStrangers(WireTest):
+    OPTIONS = ("--login-attempts", "3")
 
-    def test_guessing_one_password_for_many_names_is_throttled(self):
+    def statuses(self, client, names):
+        return [client.post("/sessions", (401, 429), json={"user": name, "password": "summer2026"}).status for name in names]
+
+    def test_a_stranger_at_the_same_address_locks_nobody_out(self):
+        for name in ("olga", "anna"):
+            self.user(name)
         client = Client(self.service)
         self.addCleanup(client.close)
-        statuses = [client.post("/sessions", (401, 429), json={"user": f"guess{n}", "password": "summer2026"}).status
-                    for n in range(200)]
-        self.assertIn(429, statuses)
+        statuses = self.statuses(client, [f"guess{n}" for n in range(60)])
+        self.assertIn(429, statuses, "guessing one password for many names is throttled")
+        reply = client.post("/sessions", 429, json={"user": "oda", "password": PASSWORD})
+        self.assertLessEqual(int(reply.headers["Retry-After"]), 30)
+        self.statuses(client, ["olga"] * 50)
+        self.user("olga")
+        self.user("anna")
 
 
 class ThrottlingLimits(WireTest):

@@ -60,10 +60,17 @@ protected:
     }
 
     /** Empty if the login succeeds, else the refusal. */
-    std::optional<http::EProblem> logIn(const std::string& password)
+    std::optional<http::EProblem> logIn(const std::string& password,
+                                        const std::string& address = "10.0.0.1")
+    {
+        return logIn(testedAccounts, "olga", password, address);
+    }
+
+    std::optional<http::EProblem> logIn(Accounts& logins, const std::string& name,
+                                        const std::string& password, const std::string& address)
     {
         try {
-            loop.run(testedAccounts.login("olga", password, "10.0.0.1"));
+            loop.run(logins.login(name, password, address));
         } catch (const http::Problem& problem) {
             return problem.kind();
         }
@@ -108,6 +115,29 @@ TEST_F(Login, MakesNoSessionIfTheAccountIsDisabledMeanwhile)
     interrupting.onCheck = [this] { setDisabled(true); };
     EXPECT_EQ(logIn("old password"), http::EProblem::AccountDisabled);
     EXPECT_EQ(sessions(), 0);
+}
+
+TEST_F(Login, AtANeighbouringAddressOfAnEarlierLoginStrangersDelayNoLogin)
+{
+    EXPECT_EQ(logIn("old password", "10.0.0.1"), std::nullopt);
+    Accounts restarted(database, clock, {EPasswordCost::Minimal, 5, std::chrono::hours(1)});
+    for (int i = 0; i < 50; ++i) {
+        logIn(restarted, "guess" + std::to_string(i), "wrong", "10.0.0.9");
+    }
+    EXPECT_EQ(logIn(restarted, "oscar", "wrong", "10.0.0.9"), http::EProblem::LoginThrottled);
+    EXPECT_EQ(logIn(restarted, "olga", "old password", "10.0.0.9"), std::nullopt);
+}
+
+TEST_F(Login, ForgetsAnAddressNinetyDaysAfterTheLastLogin)
+{
+    EXPECT_EQ(logIn("old password", "10.0.0.1"), std::nullopt);
+    clock.ShiftTimeOfDay(std::chrono::milliseconds(interrupting.nowMs() - clock.nowMs()) +
+                         std::chrono::hours(24 * 90 + 1));
+    Accounts later(database, clock, {EPasswordCost::Minimal, 1, std::chrono::hours(1)});
+    for (int i = 0; i < 10; ++i) {
+        logIn(later, "guess" + std::to_string(i), "wrong", "10.0.0.1");
+    }
+    EXPECT_EQ(logIn(later, "olga", "old password", "10.0.0.1"), http::EProblem::LoginThrottled);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // Farms, users and sessions.
 #include "service/store/Errors.h"
+#include "service/store/LoginPlaceTable.h"
 #include "service/store/SessionTable.h"
 #include "tests/service/store/StoreContract.h"
 
@@ -148,6 +149,36 @@ TEST_P(StoreContract, FindsNoSessionOfADisabledUser)
         store::setDisabled(t, user.id, true);
     });
     EXPECT_FALSE(StoredSession(*database, "abc").find(now));
+}
+
+TEST_P(StoreContract, KeepsTheNewestPlacesOfEachUser)
+{
+    const store::Farm farm = addFarm("Hill Farm");
+    const store::User olga = addUser(farm, "olga");
+    const store::User piet = addUser(farm, "piet");
+    const auto isPlace = [this](const store::User& user, int place, long long sinceMs) {
+        const std::string network = "10.0." + std::to_string(place) + ".0";
+        return read([&](soci::session& sql) {
+            return store::isLoginPlace(sql, user.id, network, sinceMs);
+        });
+    };
+    write([&](Transaction& t) {
+        store::addLoginPlace(t, piet.id, "10.0.0.0", 1000);
+        for (int place = 0; place <= store::maxLoginPlaces; ++place) {
+            store::addLoginPlace(t, olga.id, "10.0." + std::to_string(place) + ".0", 1000 + place);
+        }
+    });
+    EXPECT_FALSE(isPlace(olga, 0, 0)) << "the oldest gives way";
+    EXPECT_TRUE(isPlace(olga, 1, 1001));
+    EXPECT_FALSE(isPlace(olga, 1, 1002));
+    EXPECT_TRUE(isPlace(piet, 0, 1000));
+    write([&](Transaction& t) {
+        store::addLoginPlace(t, olga.id, "10.0.1.0", 2000);
+        store::removeLoginPlacesBefore(t, 1003);
+    });
+    EXPECT_TRUE(isPlace(olga, 1, 2000)) << "a login renews its place";
+    EXPECT_FALSE(isPlace(olga, 2, 0));
+    EXPECT_TRUE(isPlace(olga, 3, 0));
 }
 
 } // namespace

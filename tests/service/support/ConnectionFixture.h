@@ -40,6 +40,7 @@ public:
     Async<http::Response> handle(http::Request& request) override
     {
         ++handled;
+        peers.push_back(request.peerAddress);
         if (request.head.path == "/ignore") {
             co_return http::Response::noContent();
         }
@@ -77,6 +78,7 @@ public:
     int open = 0;
     std::uint64_t received = 0;
     std::vector<unsigned> statuses;
+    std::vector<std::string> peers; // their addresses
 };
 
 class HttpConnection : public testing::Test
@@ -86,7 +88,7 @@ protected:
     std::string talk(const std::string& text, bool refuse = false)
     {
         TcpPair pair(loop.io());
-        http::Connection connection(std::move(pair.server), application, limits);
+        http::Connection connection(std::move(pair.server), application, limits, counts);
         bool served = false;
         loop.start(serve(connection, refuse, served));
         loop.start(say(*pair.client, text));
@@ -121,6 +123,7 @@ protected:
     Loop loop;
     EchoApplication application;
     http::Limits limits;
+    http::PeerCounts* counts = nullptr;
 };
 
 } // namespace kelvo::test

@@ -149,8 +149,10 @@ class Client:
         return self.get("/account").json()
 
 
-def raw_socket(service, tls=True):
-    plain = socket.create_connection(("127.0.0.1", service.port), timeout=TIMEOUT)
+def raw_socket(service, tls=True, source="127.0.0.1", before=b""):
+    """`source` is our address; `before` is sent before the TLS handshake."""
+    plain = socket.create_connection(("127.0.0.1", service.port), timeout=TIMEOUT, source_address=(source, 0))
+    plain.sendall(before)
     return service.tls().wrap_socket(plain, server_hostname="localhost") if tls else plain
 
 

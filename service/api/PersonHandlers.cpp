@@ -1,0 +1,213 @@
+// One person's account and data: own password, deletion, export, erasure of positions.
+#include "service/api/Access.h"
+#include "service/api/Audit.h"
+#include "service/api/Context.h"
+#include "service/api/Documents.h"
+#include "service/api/EventWriting.h"
+#include "service/api/Paging.h"
+#include "service/api/UserFields.h"
+#include "service/base/Time.h"
+#include "service/http/Problem.h"
+#include "service/http/Router.h"
+#include "service/store/FileTable.h"
+#include "service/store/InboxTable.h"
+#include "service/store/PersonTable.h"
+#include "service/store/SessionTable.h"
+#include "service/store/UserTable.h"
+
+namespace kelvo::api {
+
+namespace {
+
+using http::EProblem;
+using http::Problem;
+using http::Request;
+using http::Response;
+
+Async<void> checkCurrentPassword(Context& context, const Request& request, const store::User& user,
+                                 const std::string& password)
+{
+    try {
+        co_await context.accounts.checkPassword(user.name, password, request.peerAddress,
+                                                "password-change");
+    } catch (const Problem& problem) {
+        if (problem.kind() == EProblem::InvalidCredentials) {
+            throw Problem(EProblem::Forbidden, "The current password is wrong.");
+        }
+        throw;
+    }
+}
+
+Async<Response> changeOwnPassword(Context& context, Request& request)
+{
+    const store::Session session = co_await context.accounts.authenticate(request);
+    const nlohmann::json body = co_await request.json();
+    const std::string current = requireString(body, "current");
+    const std::string password = requirePassword(body, "new");
+    co_await checkCurrentPassword(context, request, session.user, current);
+    const std::string hash = co_await context.accounts.hashPassword(password);
+    auto change = [&](store::Transaction& transaction) {
+        if (!store::findSession(transaction.sql, session.tokenHash, context.clock.nowMs())) {
+            throw Problem(EProblem::Unauthenticated, "The session has ended.");
+        }
+        store::setPassword(transaction, session.user.id, hash);
+        store::removeSessionsOf(transaction, session.user.id, session.tokenHash);
+        audit(transaction, context, request, session.user,
+              {"password-change", "user", session.user.id, session.user.name});
+    };
+    co_await context.database.write(change);
+    context.hub.endSessionsOf(session.user.id, "revoked", session.tokenHash);
+    co_return Response::noContent();
+}
+
+/** The user who gets the files. Throws Problem. */
+store::User heirOf(soci::session& sql, const Request& request, const store::User& user)
+{
+    const auto heir = queryNumber(request, "heir", store::largestId);
+    if (!heir) {
+        throw Problem(EProblem::Conflict, "The user has files: name an heir.");
+    }
+    const auto found = store::userById(sql, *heir);
+    if (!found || found->farmId() != user.farmId() || found->id == user.id) {
+        throw Problem(EProblem::Unprocessable, "The heir must be another user of the farm.");
+    }
+    return *found;
+}
+
+void moveInbox(store::Transaction& transaction, const EventFrame& frame, const store::Inbox& from,
+               const store::User& heir)
+{
+    const auto to = store::ensureInbox(transaction, heir, from.project, frame.nowMs);
+    if (to.isNew) {
+        addInboxAdded(transaction, frame, to.inbox);
+    }
+    for (store::File file : store::filesOf(transaction.sql, frame.farm, from.id)) {
+        addFileRemoved(transaction, frame, from, file);
+        file.inbox = to.inbox.id;
+        addFileAdded(transaction, frame, to.inbox, file);
+    }
+    store::moveFiles(transaction, frame.farm, from.id, to.inbox.id);
+}
+
+void passFilesOn(const Context& context, const Request& request, store::Transaction& transaction,
+                 const store::User& user)
+{
+    if (store::ownsFiles(transaction.sql, user.id)) {
+        const store::User heir = heirOf(transaction.sql, request, user);
+        const EventFrame frame{user.farmId(), context.clock.nowMs(), context.settings.eventsKept};
+        for (const store::Inbox& inbox : store::inboxesOf(transaction.sql, user.farmId())) {
+            if (inbox.ownerId == user.id) {
+                moveInbox(transaction, frame, inbox, heir);
+            }
+        }
+    }
+    store::removeInboxesOf(transaction, user.id);
+}
+
+Async<Response> deleteUser(Context& context, Request& request)
+{
+    const store::User caller = co_await requireManager(context, request);
+    const store::Id id = request.id();
+    if (id == caller.id) {
+        throw Problem(EProblem::Conflict, "Nobody deletes their own account.");
+    }
+    auto change = [&](store::Transaction& transaction) {
+        const store::User user = managedUser(transaction.sql, caller, id);
+        passFilesOn(context, request, transaction, user);
+        store::deleteUser(transaction, user, context.clock.nowMs());
+        audit(transaction, context, request, caller,
+              {"user-delete", "user", user.id, {}, user.farmId()});
+    };
+    co_await context.database.write(change);
+    context.hub.endSessionsOf(id, "disabled");
+    co_return Response::noContent();
+}
+
+Json inboxesOf(soci::session& sql, const store::User& user)
+{
+    Json list = Json::array();
+    if (user.farm) {
+        for (const store::Inbox& inbox : store::inboxesOf(sql, user.farmId())) {
+            if (inbox.ownerId == user.id) {
+                list.push_back(toJson(inbox, store::filesOf(sql, user.farmId(), inbox.id)));
+            }
+        }
+    }
+    return list;
+}
+
+Async<Response> exportUser(Context& context, Request& request)
+{
+    const store::Session session = co_await context.accounts.authenticate(request);
+    const store::Id id = request.id();
+    const long long now = context.clock.nowMs();
+    auto query = [&session, id, now](soci::session& sql) {
+        const store::User user = visibleUser(sql, session.user, id);
+        Json sessions = Json::array();
+        for (const store::SessionInfo& info : store::sessionsOf(sql, id, now)) {
+            sessions.push_back(toJson(info, session.tokenHash));
+        }
+        return Response::json({{"user", toJson(user)},
+                               {"sessions", std::move(sessions)},
+                               {"inboxes", inboxesOf(sql, user)}});
+    };
+    co_return co_await context.database.read(query);
+}
+
+Async<Response> getWork(Context& context, Request& request)
+{
+    const store::Session session = co_await context.accounts.authenticate(request);
+    const store::Id id = request.id();
+    const Page page = readPage(request);
+    auto query = [&session, id, &page](soci::session& sql) {
+        visibleUser(sql, session.user, id);
+        return store::workOf(sql, id, page.after.value_or(0), page.wanted());
+    };
+    auto points = co_await context.database.read(query);
+    const auto most = static_cast<std::size_t>(page.limit);
+    const bool hasMore = points.size() > most;
+    points.resize(std::min(points.size(), most));
+    Json list = Json::array();
+    for (const store::WorkPoint& point : points) {
+        list.push_back({{"console", point.console},
+                        {"time_s", point.timeS},
+                        {"latitude", point.latitudeDeg},
+                        {"longitude", point.longitudeDeg},
+                        {"received_at", rfc3339(point.receivedMs)}});
+    }
+    Response response = Response::json({{"positions", std::move(list)}});
+    if (hasMore) {
+        addNextLink(response, request, points.back().number);
+    }
+    co_return response;
+}
+
+Async<Response> eraseWork(Context& context, Request& request)
+{
+    const store::User caller = co_await requireManager(context, request);
+    const store::Id id = request.id();
+    auto change = [&](store::Transaction& transaction) {
+        const store::User user = managedUser(transaction.sql, caller, id);
+        store::eraseTrack(transaction, id);
+        audit(transaction, context, request, caller,
+              {"track-erase", "user", id, user.name, user.farmId()});
+    };
+    co_await context.database.write(change);
+    co_return Response::noContent();
+}
+
+} // namespace
+
+void addPersonRoutes(http::Router& router, Context& context)
+{
+    router.add("POST", "/account/password",
+               [&context](Request& r) { return changeOwnPassword(context, r); });
+    router.add("DELETE", "/users/{id}", [&context](Request& r) { return deleteUser(context, r); });
+    router.add("GET", "/users/{id}/export",
+               [&context](Request& r) { return exportUser(context, r); });
+    router.add("GET", "/users/{id}/track", [&context](Request& r) { return getWork(context, r); });
+    router.add("DELETE", "/users/{id}/track",
+               [&context](Request& r) { return eraseWork(context, r); });
+}
+
+} // namespace kelvo::api

@@ -1,0 +1,20 @@
+// The client's address behind trusted proxies.
+#pragma once
+
+#include "service/http/Address.h"
+#include "service/http/RequestHead.h"
+
+#include <string>
+
+namespace kelvo::http {
+
+/**
+ * The address of the client that sent the request. The fields Forwarded and X-Forwarded-For are
+ * read from their end as long as the sender is a trusted proxy, because a client can write the
+ * front itself. If both fields are there, only Forwarded counts. An entry that is not an address (a
+ * hidden name) ends the search; the result is then the address of the proxy that wrote it.
+ */
+std::string clientAddress(const RequestHead& head, const std::string& peer,
+                          const AddressList& trusted);
+
+} // namespace kelvo::http

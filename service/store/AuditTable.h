@@ -1,0 +1,43 @@
+// The audit trail: who changed what, when, and from which address.
+#pragma once
+
+#include "service/store/Database.h"
+#include "service/store/Records.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kelvo::store {
+
+/** The oldest entries above this number are removed, so that failed logins cannot fill the disk. */
+inline constexpr long long maxAuditEntries = 1000000;
+
+/** Appends an entry with the next id. The log gets it after the commit. */
+void addAudit(Transaction& transaction, AuditEntry entry);
+
+/** Writes the entry to the log. addAudit() does so after the commit. */
+void logEntry(const AuditEntry& entry);
+
+/** A part of the trail. Without a value a filter lets every entry through. */
+struct AuditPart
+{
+    std::optional<Id> farm = {};
+    std::optional<Id> actor = {};
+    std::optional<std::string> action = {};
+    std::optional<long long> fromMs = {};
+    std::optional<long long> beforeMs = {};
+    std::optional<Id> belowId = {};
+    int most = 0;
+};
+
+/** The newest entry comes first. */
+std::vector<AuditEntry> auditOf(soci::session& sql, const AuditPart& part);
+
+/** Removes the entries that are older than this time, and the entries above the largest number. */
+void pruneAudit(Transaction& transaction, long long beforeMs);
+
+/** Removes the name and the addresses of a user from all entries. The id stays. */
+void forgetInAudit(Transaction& transaction, Id user);
+
+} // namespace kelvo::store

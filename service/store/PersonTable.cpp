@@ -1,0 +1,140 @@
+#include "service/store/PersonTable.h"
+
+#include "service/store/AuditTable.h"
+#include "service/store/EventTable.h"
+#include "service/store/SessionTable.h"
+
+#include <soci/soci.h>
+
+#include <utility>
+
+namespace kelvo::store {
+
+using soci::into;
+using soci::use;
+
+namespace {
+
+/** A point's number is its console's id and its number there: console * 2^32 + number. */
+constexpr long long pointsOfAConsole = 1LL << 32;
+
+void run(Transaction& transaction, const char* statement, Id id)
+{
+    transaction.sql << statement, use(id);
+}
+
+/** The event of a console's last move holds a position. */
+void dropLastMoves(Transaction& transaction, Id user)
+{
+    std::vector<std::pair<Id, Id>> moves; // farm and event
+    std::pair<Id, Id> move;
+    soci::statement query =
+        (transaction.sql.prepare << "SELECT farm_id, last_event FROM consoles"
+                                    " WHERE user_id = :user AND last_event <> 0",
+         into(move.first), into(move.second), use(user));
+    query.execute();
+    while (query.fetch()) {
+        moves.push_back(move);
+    }
+    for (const auto& [farm, event] : moves) {
+        dropEvent(transaction, farm, event);
+    }
+    run(transaction, "UPDATE consoles SET last_event = 0 WHERE user_id = :user", user);
+}
+
+} // namespace
+
+bool ownsFiles(soci::session& sql, Id user)
+{
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM files f JOIN inboxes i ON i.farm_id = f.farm_id"
+           " AND i.id = f.inbox_id WHERE i.owner_id = :user",
+        into(count), use(user);
+    return count > 0;
+}
+
+void moveFiles(Transaction& transaction, Id farm, Id from, Id to)
+{
+    transaction.sql << "UPDATE files SET inbox_id = :to WHERE farm_id = :farm AND inbox_id = :from",
+        use(to), use(farm), use(from);
+}
+
+void removeInboxesOf(Transaction& transaction, Id user)
+{
+    run(transaction, "DELETE FROM inboxes WHERE owner_id = :user", user);
+}
+
+void eraseTrack(Transaction& transaction, Id user)
+{
+    dropLastMoves(transaction, user);
+    run(transaction, "DELETE FROM track WHERE user_id = :user", user);
+}
+
+void deleteUser(Transaction& transaction, const User& user, long long nowMs)
+{
+    soci::session& sql = transaction.sql;
+    eraseTrack(transaction, user.id);
+    forgetInAudit(transaction, user.id);
+    removeSessionsOf(transaction, user.id);
+    run(transaction, "DELETE FROM login_places WHERE user_id = :user", user.id);
+    run(transaction, "DELETE FROM uploads WHERE user_id = :user", user.id);
+    const std::string name = deletedUserPrefix + std::to_string(user.id);
+    const std::string identity = "user:" + std::to_string(user.id);
+    const Id farm = user.farmId();
+    sql << "UPDATE sessions SET console_id = NULL WHERE console_id IN"
+           " (SELECT id FROM consoles WHERE farm_id = :farm AND identity = :identity)",
+        use(farm), use(identity);
+    for (const char* table : {"track", "console_devices"}) {
+        sql << "DELETE FROM " << table
+            << " WHERE console_id IN"
+               " (SELECT id FROM consoles WHERE farm_id = :farm AND identity = :identity)",
+            use(farm), use(identity);
+    }
+    sql << "DELETE FROM consoles WHERE farm_id = :farm AND identity = :identity", use(farm),
+        use(identity);
+    sql << "UPDATE files SET deleted_by = :now WHERE farm_id = :farm AND deleted_by = :name",
+        use(name), use(farm), use(user.name);
+    sql << "UPDATE users SET name = :name, password_hash = '', disabled = 1, deleted_ms = :now"
+           " WHERE id = :user",
+        use(name), use(nowMs), use(user.id);
+}
+
+void deleteFarm(Transaction& transaction, Id farm)
+{
+    for (const char* statement :
+         {"DELETE FROM sessions WHERE user_id IN (SELECT id FROM users WHERE farm_id = :farm)",
+          "DELETE FROM login_places WHERE user_id IN (SELECT id FROM users WHERE farm_id = :farm)",
+          "DELETE FROM track WHERE console_id IN (SELECT id FROM consoles WHERE farm_id = :farm)",
+          "DELETE FROM console_devices WHERE console_id IN"
+          " (SELECT id FROM consoles WHERE farm_id = :farm)",
+          "DELETE FROM consoles WHERE farm_id = :farm", "DELETE FROM uploads WHERE farm_id = :farm",
+          "DELETE FROM events WHERE farm_id = :farm", "DELETE FROM files WHERE farm_id = :farm",
+          "DELETE FROM inboxes WHERE farm_id = :farm", "DELETE FROM projects WHERE farm_id = :farm",
+          "DELETE FROM users WHERE farm_id = :farm", "DELETE FROM farms WHERE id = :farm"}) {
+        run(transaction, statement, farm);
+    }
+}
+
+std::vector<WorkPoint> workOf(soci::session& sql, Id user, long long afterNumber, int most)
+{
+    const long long console = afterNumber / pointsOfAConsole;
+    const long long number = afterNumber % pointsOfAConsole;
+    WorkPoint point;
+    std::vector<WorkPoint> points;
+    soci::statement query =
+        (sql.prepare << "SELECT console_id, number, time_s, latitude, longitude, received_ms"
+                        " FROM track WHERE user_id = :user AND (console_id > :after_console OR"
+                        " (console_id = :console AND number > :number))"
+                        " ORDER BY console_id, number LIMIT :most",
+         into(point.console), into(point.number), into(point.timeS), into(point.latitudeDeg),
+         into(point.longitudeDeg), into(point.receivedMs), use(user), use(console), use(console),
+         use(number), use(most));
+    query.execute();
+    while (query.fetch()) {
+        points.push_back(point);
+        points.back().number += point.console * pointsOfAConsole;
+    }
+    return points;
+}
+
+} // namespace kelvo::store

@@ -1,0 +1,84 @@
+// The bounds on the connections and unfinished heads of an address.
+#include "service/http/PeerCounts.h"
+#include "tests/service/support/ConnectionFixture.h"
+
+#include <gmock/gmock.h>
+
+#include <optional>
+
+namespace kelvo::http {
+namespace {
+
+using test::HttpConnection;
+using testing::StartsWith;
+
+TEST(PeerCounts, RefusesMoreConnectionsOfOneAddress)
+{
+    PeerCounts peers({2, 10});
+    std::optional<PeerCounts::Ticket> first(std::in_place, peers, "10.0.0.1");
+    const PeerCounts::Ticket second(peers, "10.0.0.1");
+    EXPECT_FALSE(second.isOverLimit());
+    const PeerCounts::Ticket other(peers, "10.0.0.2");
+    EXPECT_FALSE(other.isOverLimit());
+    {
+        const PeerCounts::Ticket third(peers, "::ffff:10.0.0.1");
+        EXPECT_TRUE(third.isOverLimit());
+    }
+    EXPECT_EQ(peers.refusedConnections(), 1U);
+    first.reset();
+    const PeerCounts::Ticket next(peers, "10.0.0.1");
+    EXPECT_FALSE(next.isOverLimit());
+}
+
+TEST(PeerCounts, RefusesMoreUnfinishedHeadsOfOneNetwork)
+{
+    PeerCounts peers({10, 1});
+    PeerCounts::Ticket first(peers, "2001:db8::1");
+    PeerCounts::Ticket second(peers, "2001:db8::2");
+    EXPECT_TRUE(first.beginHead());
+    EXPECT_TRUE(first.beginHead());
+    EXPECT_FALSE(second.beginHead());
+    EXPECT_EQ(peers.refusedHeads(), 1U);
+    first.endHead();
+    EXPECT_TRUE(second.beginHead());
+    second.endHead();
+    {
+        PeerCounts::Ticket leaving(peers, "2001:db8::3");
+        EXPECT_TRUE(leaving.beginHead());
+    }
+    EXPECT_TRUE(first.beginHead()) << "a closed connection has no unfinished head";
+}
+
+class CountedConnection : public HttpConnection
+{
+protected:
+    std::string talkCounted(const std::string& text, PeerCounts& peers)
+    {
+        counts = &peers;
+        return talk(text);
+    }
+};
+
+TEST_F(CountedConnection, IsAnsweredBusyAboveTheLimitOfItsAddress)
+{
+    PeerCounts peers({1, 10});
+    EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\n\r\n", peers), StartsWith("HTTP/1.1 200 "));
+    const PeerCounts::Ticket open(peers, "127.0.0.1");
+    EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\n\r\n", peers), StartsWith("HTTP/1.1 503 "));
+    limits.trustedProxies = AddressList({"127.0.0.0/8"});
+    EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\n\r\n", peers), StartsWith("HTTP/1.1 200 "));
+}
+
+TEST_F(CountedConnection, IsClosedAboveTheLimitOfUnfinishedHeads)
+{
+    PeerCounts peers({10, 1});
+    const std::string two = "GET / HTTP/1.1\r\n\r\nGET / HTTP/1.1\r\n\r\n";
+    EXPECT_EQ(countReplies(talkCounted(two, peers)), 2) << "each head ends before the next begins";
+    PeerCounts::Ticket open(peers, "127.0.0.1");
+    EXPECT_TRUE(open.beginHead());
+    EXPECT_EQ(talkCounted(two, peers), "");
+    EXPECT_EQ(peers.refusedHeads(), 1U);
+}
+
+} // namespace
+} // namespace kelvo::http

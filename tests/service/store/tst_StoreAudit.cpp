@@ -1,0 +1,104 @@
+// The audit trail, and the deletion of persons and farms.
+#include "service/store/AuditTable.h"
+#include "service/store/PersonTable.h"
+#include "tests/service/store/StoreContract.h"
+
+#include <gmock/gmock.h>
+
+namespace kelvo::test {
+namespace {
+
+using store::AuditEntry;
+using store::AuditPart;
+using store::Transaction;
+using testing::ElementsAre;
+
+AuditEntry entryOf(const std::string& action, store::Id actor, store::Id farm, long long atMs)
+{
+    AuditEntry entry;
+    entry.action = action;
+    entry.outcome = "done";
+    entry.address = "10.0.0.1";
+    entry.actor = actor;
+    entry.actorName = "name of " + std::to_string(actor);
+    entry.farm = farm;
+    entry.atMs = atMs;
+    return entry;
+}
+
+class StoreAudit : public StoreContract
+{
+protected:
+    void add(const std::vector<AuditEntry>& entries)
+    {
+        write([&entries](Transaction& t) {
+            for (const AuditEntry& entry : entries) {
+                store::addAudit(t, entry);
+            }
+        });
+    }
+
+    std::vector<std::string> actions(AuditPart part)
+    {
+        part.most = part.most == 0 ? 100 : part.most;
+        std::vector<std::string> found;
+        for (const AuditEntry& entry :
+             read([&part](soci::session& sql) { return store::auditOf(sql, part); })) {
+            found.push_back(entry.action);
+        }
+        return found;
+    }
+};
+
+TEST_P(StoreAudit, ReturnsTheNewestEntriesOfAPart)
+{
+    add({entryOf("a", 1, 1, 100), entryOf("b", 2, 1, 200), entryOf("c", 1, 2, 300)});
+    EXPECT_THAT(actions({}), ElementsAre("c", "b", "a"));
+    EXPECT_THAT(actions({.farm = 1}), ElementsAre("b", "a"));
+    EXPECT_THAT(actions({.actor = 1}), ElementsAre("c", "a"));
+    EXPECT_THAT(actions({.action = "b"}), ElementsAre("b"));
+    EXPECT_THAT(actions({.fromMs = 200, .beforeMs = 300}), ElementsAre("b"));
+    EXPECT_THAT(actions({.belowId = 3, .most = 1}), ElementsAre("b"));
+    EXPECT_THAT(actions({.farm = 1, .actor = 1, .belowId = 2}), ElementsAre("a"));
+}
+
+TEST_P(StoreAudit, RemovesOldEntries)
+{
+    add({entryOf("a", 1, 1, 100), entryOf("b", 2, 1, 200)});
+    write([](Transaction& t) { store::pruneAudit(t, 200); });
+    EXPECT_THAT(actions({}), ElementsAre("b"));
+}
+
+TEST_P(StoreAudit, ForgetsAPersonAndKeepsTheId)
+{
+    AuditEntry about = entryOf("user-rename", 2, 1, 100);
+    about.objectKind = "user";
+    about.object = 7;
+    about.objectName = "olga";
+    add({about, entryOf("login", 7, 1, 200)});
+    write([](Transaction& t) { store::forgetInAudit(t, 7); });
+    const auto entries = read([](soci::session& sql) {
+        AuditPart part;
+        part.most = 10;
+        return store::auditOf(sql, part);
+    });
+    ASSERT_EQ(entries.size(), 2U);
+    EXPECT_EQ(entries[0].actor, 7);
+    EXPECT_EQ(entries[0].actorName + entries[0].address + entries[1].objectName, "");
+    EXPECT_EQ(entries[1].actorName + entries[1].address, "name of 210.0.0.1");
+}
+
+TEST_P(StoreAudit, KeepsNoEntryOfAFailedChange)
+{
+    const auto fail = [](Transaction& t) {
+        store::addAudit(t, entryOf("a", 1, 1, 100));
+        throw std::runtime_error("the change failed");
+    };
+    EXPECT_THROW(write(fail), std::runtime_error);
+    EXPECT_THAT(actions({}), ElementsAre());
+}
+
+INSTANTIATE_TEST_SUITE_P(Databases, StoreAudit, testing::ValuesIn(databaseKinds()), nameOf);
+
+} // namespace
+} // namespace kelvo::test

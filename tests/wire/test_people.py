@@ -1,0 +1,234 @@
+"""Accounts that a farm's office runs itself, and the data of one person."""
+
+import unittest
+
+from kelvowire.events import END, EventStream
+from kelvowire.farm import PASSWORD, PROJECTS, WireTest, log_in, make_inbox
+from kelvowire.http import Client
+
+OTHER = "another good one"
+
+
+class PeopleTest(WireTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.service.secrets.add(OTHER)
+
+    def setUp(self):
+        self.admin, self.anna = self.user("admin"), self.user("anna")
+
+    def add(self, name, expect=201, client=None, **change):
+        return (client or self.anna).post("/users", expect, json={"name": name, "password": PASSWORD, "role": "operator",
+                                                                  **change})
+
+    def change(self, client, user, expect=200, **change):
+        return client.request("PATCH", f"/users/{user}", expect, json=change)
+
+    def try_login(self, name, password, expect):
+        client = Client(self.service)
+        self.addCleanup(client.close)
+        return client.post("/sessions", expect, json={"user": name, "password": password})
+
+
+class OwnAccount(PeopleTest):
+    def test_a_user_changes_their_own_password(self):
+        self.add("paula")
+        here, there = self.user("paula"), self.user("paula")
+        with EventStream(there) as stream:
+            here.post("/account/password", 403, json={"current": "wrong password", "new": OTHER})
+            here.post("/account/password", 422, json={"current": PASSWORD, "new": "short"})
+            there.get("/account")
+            here.post("/account/password", 204, json={"current": PASSWORD, "new": OTHER})
+            self.assertEqual(stream.expect("session-ended").data, {"reason": "revoked"})
+            self.assertIs(stream.next(), END)
+        here.get("/account")
+        there.get("/account", 401)
+        self.try_login("paula", PASSWORD, 401)
+        log_in(self.service, "paula", OTHER).close()
+
+    def test_sessions_are_listed_and_ended_singly(self):
+        self.add("sven")
+        here, there = self.user("sven"), self.user("sven")
+        there.request("PUT", "/environment", 204, json={"timestamp_ms": 1, "console": {"console_string": "Cab 7"},
+                                                        "controller": {}})
+        sessions = here.get("/sessions").json()["sessions"]
+        self.assertEqual([(one["console"], one["address"], one["current"]) for one in sessions],
+                         [("", "127.0.0.1", True), ("Cab 7", "127.0.0.1", False)])
+        with EventStream(there) as stream:
+            here.delete("/sessions/" + sessions[1]["id"])
+            self.assertEqual(stream.expect("session-ended").data, {"reason": "revoked"})
+        there.get("/account", 401)
+        self.assertEqual(len(here.get("/sessions").json()["sessions"]), 1)
+        self.refused(self.anna.delete("/sessions/" + sessions[0]["id"], 404), "not-found")
+        here.delete("/sessions/" + sessions[0]["id"])
+        here.get("/account", 401)
+
+
+class Office(PeopleTest):
+    def test_the_office_makes_operators_with_their_inboxes(self):
+        user = self.add("nora", inboxes=True).json()
+        self.assertEqual((user["role"], user["farm"]["name"]), ("operator", "Hill Farm"))
+        projects = self.user("nora").snapshot()["projects"]
+        own = [(project["name"], inbox["name"]) for project in projects for inbox in project["resources"]
+               if inbox["owner"]["id"] == user["id"]]
+        self.assertEqual(own, [(name, "nora") for name in PROJECTS])
+        self.assertIn(user, self.anna.get("/users").json()["users"])
+
+    def test_the_office_makes_no_other_users(self):
+        for change in ({"role": "office"}, {"farm": "Dale Farm"}):
+            self.refused(self.add("mallory", 403, **change), "forbidden")
+        self.refused(self.add("mallory", 403, self.user("olga")), "forbidden")
+
+    def test_the_office_sees_and_changes_the_users_of_its_farm_only(self):
+        users = {user["name"]: user["id"] for user in self.admin.get("/users").json()["users"]}
+        seen = {user["farm"]["name"] for user in self.anna.get("/users").json()["users"]}
+        self.assertEqual(seen, {"Hill Farm"})
+        self.anna.get("/users?farm=Dale%20Farm", 404)
+        for name, status in (("otto", 404), ("oda", 404), ("admin", 404), ("anna", 403)):
+            for method, path in (("PATCH", ""), ("DELETE", ""), ("DELETE", "/track")):
+                if (name, method, path) != ("anna", "DELETE", ""):
+                    self.anna.request(method, f"/users/{users[name]}{path}", status,
+                                      json={"disabled": True} if method == "PATCH" else None)
+        self.anna.delete(f"/users/{users['anna']}", 409)
+        self.anna.get(f"/users/{users['otto']}/export", 404)
+
+    def test_the_office_disables_and_gives_new_passwords(self):
+        user = self.add("karl").json()["id"]
+        karl = self.user("karl")
+        self.change(self.anna, user, password=OTHER)
+        karl.get("/account", 401)
+        log_in(self.service, "karl", OTHER).close()
+        self.change(self.anna, user, disabled=True)
+        self.try_login("karl", OTHER, 403)
+        self.refused(self.change(self.anna, user, 403, role="office"), "forbidden")
+
+    def test_the_administrator_changes_roles(self):
+        user = self.add("rosa").json()["id"]
+        rosa = self.user("rosa")
+        self.assertEqual(self.change(self.admin, user, role="office").json()["role"], "office")
+        rosa.get("/account", 401)
+        self.user("rosa").get("/consoles")
+        self.refused(self.change(self.admin, user, 422, role="admin"), "unprocessable")
+
+    def test_users_farms_and_files_are_renamed(self):
+        user = self.add("willi").json()["id"]
+        willi = self.user("willi")
+        inbox = make_inbox(willi)
+        file = willi.put("old.zip", [inbox], b"old")[0]["id"]
+        with EventStream(willi) as stream:
+            reply = willi.request("PATCH", f"/resources/{file}", 200, json={"name": "new.zip"}).json()
+            self.assertEqual((reply["id"], reply["name"]), (file, "new.zip"))
+            self.assertEqual(stream.expect("file-removed").data["entry"]["name"], "old.zip")
+            self.assertEqual(stream.expect("file-added").data["entry"]["name"], "new.zip")
+        self.user("piet").request("PATCH", f"/resources/{file}", 404, json={"name": "mine.zip"})
+        willi.request("PATCH", f"/resources/{inbox}", 403, json={"name": "box"})
+        for name in ("", "..", "a/b", "x" * 256):
+            willi.request("PATCH", f"/resources/{file}", 422, json={"name": name})
+        self.change(self.anna, user, name="wilhelm")
+        self.assertEqual(self.change(self.anna, user, 409, name="olga").problem, "conflict")
+        self.change(self.anna, user, 422, name="deleted-user-7")
+        self.try_login("willi", PASSWORD, 401)
+        names = [item["name"] for project in self.user("wilhelm").snapshot()["projects"] for item in project["resources"]]
+        self.assertIn("wilhelm", names)
+        farm = self.admin.post("/farms", json={"name": "Mill Farm"}).json()["id"]
+        self.assertEqual(self.admin.request("PATCH", f"/farms/{farm}", 200, json={"name": "Moor Farm"}).json()["name"],
+                         "Moor Farm")
+        self.admin.request("PATCH", f"/farms/{farm}", 409, json={"name": "Hill Farm"})
+        self.admin.request("PATCH", "/farms/2147483647", 404, json={"name": "No Farm"})
+
+
+class Deletion(PeopleTest):
+    def test_a_deleted_users_files_go_to_the_heir(self):
+        user = self.add("hugo").json()["id"]
+        heir = self.add("erbe").json()["id"]
+        hugo, erbe = self.user("hugo"), self.user("erbe")
+        inbox = make_inbox(hugo, "Curves")
+        kept = hugo.put("kept.zip", [inbox], b"kept")[0]["id"]
+        binned = hugo.put("binned.zip", [inbox], b"binned")[0]["id"]
+        hugo.delete(f"/resources/{binned}")
+        self.refused(self.anna.delete(f"/users/{user}", 409), "conflict")
+        for wrong in (user, 2147483647):
+            self.anna.delete(f"/users/{user}?heir={wrong}", 422)
+        with EventStream(erbe) as stream:
+            self.anna.delete(f"/users/{user}?heir={heir}")
+            self.assertEqual(stream.expect("inbox-added").data["entry"]["name"], "erbe")
+            self.assertEqual(stream.expect("file-added").data["entry"]["id"], kept)
+        hugo.get("/account", 401)
+        self.try_login("hugo", PASSWORD, 401)
+        self.assertEqual(erbe.get(f"/resources/{kept}/content").body, b"kept")
+        self.anna.post(f"/bin/{binned}/restore", 200)
+        self.assertEqual(self.names(erbe, make_inbox(erbe, "Curves")), ["kept.zip", "binned.zip"])
+        names = [item["name"] for project in self.anna.snapshot()["projects"] for item in project["resources"]]
+        self.assertNotIn("hugo", names)
+        self.assertNotIn(user, [one["id"] for one in self.anna.get("/users").json()["users"]])
+        self.anna.delete(f"/users/{user}", 404)
+        self.assertNotEqual(self.add("hugo").json()["id"], user)
+
+    def test_the_last_administrator_stays(self):
+        own = self.admin.snapshot()["user"]["id"]
+        self.refused(self.admin.delete(f"/users/{own}", 409), "conflict")
+
+    def test_a_deleted_farm_is_gone_with_everything(self):
+        farm = self.admin.post("/farms", json={"name": "Gone Farm"}).json()["id"]
+        for name, role in (("gerd", "operator"), ("gabi", "office")):
+            self.add(name, client=self.admin, farm="Gone Farm", role=role)
+        gerd = self.user("gerd")
+        gerd.put("gone.zip", [make_inbox(gerd)], b"gone")
+        gerd.create("half.zip", [make_inbox(gerd)], 4, b"ha")
+        gerd.post("/positions", 204, json={"time_s": 1, "latitude": 1, "longitude": 2})
+        self.admin.delete(f"/farms/{farm}", 409)
+        self.admin.delete(f"/farms/{farm}?confirm=Hill%20Farm", 409)
+        with EventStream(gerd) as stream:
+            self.admin.delete(f"/farms/{farm}?confirm=Gone%20Farm")
+            self.assertEqual(stream.expect("session-ended").data, {"reason": "disabled"})
+        gerd.get("/account", 401)
+        self.try_login("gerd", PASSWORD, 401)
+        self.assertNotIn("Gone Farm", [one["name"] for one in self.admin.get("/farms").json()["farms"]])
+        self.assertNotIn("gabi", [one["name"] for one in self.admin.get("/users").json()["users"]])
+        self.admin.post("/farms", json={"name": "Gone Farm"})
+
+
+class Person(PeopleTest):
+    def report(self, client, count):
+        for n in range(count):
+            client.post("/positions", 204, json={"time_s": n + 1, "latitude": 50 + n, "longitude": 8})
+
+    def test_the_export_has_files_sessions_and_positions(self):
+        user = self.add("egon").json()["id"]
+        egon = self.user("egon")
+        egon.put("mine.zip", [make_inbox(egon)], b"mine")
+        self.report(egon, 3)
+        self.report(self.user("piet"), 1)
+        for client in (egon, self.anna, self.admin):
+            document = client.get(f"/users/{user}/export").json()
+            self.assertEqual(document["user"]["name"], "egon")
+            self.assertEqual([entry["name"] for inbox in document["inboxes"] for entry in inbox["entries"]], ["mine.zip"])
+            self.assertEqual([one["current"] for one in document["sessions"]], [client is egon])
+            page = client.get(f"/users/{user}/track?limit=2")
+            rest = client.get(page.headers["Link"].split(">")[0][1:])
+            self.assertEqual([point["latitude"] for reply in (page, rest) for point in reply.json()["positions"]], [50, 51, 52])
+            self.assertIsNone(rest.headers["Link"])
+        self.user("piet").get(f"/users/{user}/export", 403)
+        self.user("otto").get(f"/users/{user}/track", 404)
+
+    def test_erasure_removes_positions_and_names(self):
+        user = self.add("lena").json()["id"]
+        lena = self.user("lena")
+        self.report(lena, 2)
+        lena.delete(f"/users/{user}/track", 403)
+        self.anna.delete(f"/users/{user}/track")
+        self.assertEqual(lena.get(f"/users/{user}/track").json()["positions"], [])
+        self.report(lena, 1)
+        self.anna.delete(f"/users/{user}")
+        entries = self.anna.get("/audit?limit=1000").json()["entries"]
+        own = [entry for entry in entries if entry["actor"] and entry["actor"]["id"] == user]
+        about = [entry for entry in entries if entry["object"] and entry["object"]["id"] == user and entry["object"]["kind"] == "user"]
+        self.assertEqual({(entry["actor"]["name"], entry["address"]) for entry in own}, {("", "")})
+        self.assertEqual({entry["object"]["name"] for entry in about}, {""})
+        self.assertEqual(about[0]["action"], "user-delete")
+        self.assertNotIn("lena", str(self.anna.get("/consoles").json()))
+
+
+if __name__ == "__main__":
+    unittest.main()
