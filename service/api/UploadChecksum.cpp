@@ -27,7 +27,8 @@ struct Algorithm
     const char* library;
     std::size_t digestBytes;
 };
-constexpr std::array known{Algorithm{"sha1", "SHA1", 20}, Algorithm{"sha256", "SHA256", 32}};
+constexpr std::array supportedAlgorithms{Algorithm{"sha1", "SHA1", 20},
+                                         Algorithm{"sha256", "SHA256", 32}};
 
 } // namespace
 
@@ -54,7 +55,7 @@ std::optional<Checksum> Checksum::of(const http::Request& request)
     }
     const std::size_t space = std::min(header.find(' '), header.size());
     auto wanted = fromBase64(trimmed(header.substr(space)));
-    for (const Algorithm& algorithm : known) {
+    for (const Algorithm& algorithm : supportedAlgorithms) {
         if (equalsIgnoringCase(header.substr(0, space), algorithm.name) && wanted &&
             wanted->size() == algorithm.digestBytes) {
             return Checksum(algorithm.library, std::move(*wanted));
