@@ -115,6 +115,9 @@ Async<Response> deleteUser(Context& context, Request& request)
         const store::User user = managedUser(transaction.sql, caller, id);
         passFilesOn(context, request, transaction, user);
         store::deleteUser(transaction, user, context.clock.nowMs());
+        if (store::countEnabledAdmins(transaction.sql) == 0) {
+            throw Problem(EProblem::Conflict, "The last administrator cannot be deleted.");
+        }
         audit(transaction, context, request, caller,
               {"user-delete", "user", user.id, {}, user.farmId()});
     };

@@ -67,7 +67,7 @@ Async<Response> logOut(Context& context, Request& request)
     Response response = Response::noContent();
     if (accounts::hasSessionCookie(request)) {
         response.with("Set-Cookie", accounts::removedSessionCookie())
-            .with("Clear-Site-Data", R"("cookies", "storage")");
+            .with("Clear-Site-Data", R"("storage")");
     }
     co_return response;
 }

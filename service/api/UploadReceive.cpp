@@ -88,7 +88,8 @@ void limitBody(const Context& context, http::Request& request, const store::Uplo
     const long long length = upload.lengthBytes == store::unknownLength
                                  ? context.settings.maxUploadBytes
                                  : upload.lengthBytes;
-    const std::uint64_t missing = static_cast<std::uint64_t>(length) - offset;
+    // An upload without a length may have come under a larger limit.
+    const std::uint64_t missing = std::max(static_cast<std::uint64_t>(length), offset) - offset;
     if (request.body.lengthBytes().value_or(0) > missing) {
         throw Problem(EProblem::ContentTooLarge, "The body is longer than the missing part.");
     }

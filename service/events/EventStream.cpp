@@ -93,7 +93,8 @@ Async<void> EventStream::sendAll(http::Transport& transport, const Watch& watch)
         if (!open || behind_) {
             continue;
         }
-        if (subscription_->endReason() || clock_.expiryNowMs() >= subscription_->session().expiresMs) {
+        if (subscription_->endReason() ||
+            clock_.expiryNowMs() >= subscription_->session().expiresMs) {
             co_await sendEnd(transport);
             break;
         }

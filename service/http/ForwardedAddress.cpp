@@ -2,6 +2,8 @@
 
 #include "service/base/Encoding.h"
 
+#include <algorithm>
+
 #include <boost/asio/ip/address.hpp>
 #include <boost/beast/core/string.hpp>
 
@@ -25,7 +27,7 @@ std::string joined(const RequestHead& head, std::string_view name)
     return all;
 }
 
-/** Splits at separators outside quotes. */
+/** Splits at separators outside quotes. Every quote must end. */
 std::vector<std::string_view> split(std::string_view text, char separator)
 {
     std::vector<std::string_view> parts;
@@ -53,20 +55,41 @@ std::string_view forParameter(std::string_view element)
     return {};
 }
 
+bool isPortOrNothing(std::string_view text)
+{
+    return text.empty() || (text.starts_with(':') && parseNumber(text.substr(1)).has_value());
+}
+
 /** Reads 192.0.2.1, 192.0.2.1:80, 2001:db8::1, [2001:db8::1]:80, with or without quotes. */
 std::optional<std::string> addressOf(std::string_view node)
 {
     if (node.size() >= 2 && node.front() == '"' && node.back() == '"') {
         node = node.substr(1, node.size() - 2);
     }
-    if (node.starts_with('[')) {
-        node = node.substr(1, node.find(']') - 1);
+    const bool isBracketed = node.starts_with('[');
+    std::size_t end = node.size();
+    if (isBracketed) {
+        end = std::min(node.find(']'), node.size());
     } else if (node.find(':') == node.rfind(':')) {
-        node = node.substr(0, node.find(':'));
+        end = std::min(node.find(':'), node.size());
     }
+    const std::size_t after = isBracketed ? std::min(end + 1, node.size()) : end;
+    if (!isPortOrNothing(node.substr(after))) {
+        return std::nullopt;
+    }
+    const std::size_t start = isBracketed ? 1 : 0;
     boost::system::error_code failed;
-    const auto address = boost::asio::ip::make_address(std::string(node), failed);
+    const auto address =
+        boost::asio::ip::make_address(std::string(node.substr(start, end - start)), failed);
     return failed ? std::nullopt : std::optional(address.to_string());
+}
+
+/** With both fields, a client may have written the one that the proxy does not set. */
+bool isAmbiguous(const RequestHead& head)
+{
+    const std::string standard = joined(head, "Forwarded");
+    return (!standard.empty() && !head.header("X-Forwarded-For").empty()) ||
+           std::count(standard.begin(), standard.end(), '"') % 2 != 0;
 }
 
 } // namespace
@@ -74,7 +97,7 @@ std::optional<std::string> addressOf(std::string_view node)
 std::string clientAddress(const RequestHead& head, const std::string& peer,
                           const AddressList& trusted)
 {
-    if (!trusted.contains(peer)) {
+    if (!trusted.contains(peer) || isAmbiguous(head)) {
         return peer;
     }
     const bool isStandard = !head.header("Forwarded").empty();

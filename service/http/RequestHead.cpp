@@ -151,7 +151,7 @@ RequestHead HeadParser::take()
     auto message = parser_->beast.release();
     head.method = std::string(message.method_string());
     head.isHeadLine = head.method == "HEAD";
-    if (const auto override = message[methodOverride]; !override.empty()) {
+    if (const auto override = message[methodOverride]; !override.empty() && head.method == "POST") {
         head.method = std::string(override);
     }
     const std::string_view target = withoutOrigin(viewOf(message.target()));

@@ -50,7 +50,8 @@ void Metrics::count(const http::RequestSummary& summary)
     requestBytes_ += summary.receivedBytes;
     responseBytes_ += summary.sentBytes;
     const bool isRefused = summary.status == 401 || summary.status == 403 || summary.status == 429;
-    failedLogins_ += summary.route == "/sessions" && isRefused ? 1 : 0;
+    const bool isLogin = summary.method == "POST" && summary.route == "/sessions";
+    failedLogins_ += isLogin && isRefused ? 1 : 0;
     cutHeads_ += summary.method == "other" && summary.status == 408 ? 1 : 0;
     addDuration(summary);
 }

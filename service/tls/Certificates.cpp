@@ -209,14 +209,13 @@ std::vector<std::string> namesOf(const X509& certificate)
     std::vector<std::string> names;
     for (int i = 0; i < sk_GENERAL_NAME_num(found.get()); ++i) {
         const GENERAL_NAME* name = sk_GENERAL_NAME_value(found.get(), i);
+        if (name->type != GEN_DNS && name->type != GEN_IPADD) {
+            continue;
+        }
         const ASN1_STRING* text = name->d.ia5;
         const std::string bytes(reinterpret_cast<const char*>(ASN1_STRING_get0_data(text)),
                                 static_cast<std::size_t>(ASN1_STRING_length(text)));
-        if (name->type == GEN_DNS) {
-            names.push_back(bytes);
-        } else if (name->type == GEN_IPADD) {
-            names.push_back(addressText(bytes));
-        }
+        names.push_back(name->type == GEN_DNS ? bytes : addressText(bytes));
     }
     return names;
 }

@@ -44,11 +44,11 @@ TEST_F(HttpConnection, RefusesAChunkedBodyAboveTheLimit)
 
 TEST_F(HttpConnection, RefusesOtherTransferCodings)
 {
-    for (const char* coding : {"gzip", "gzip, chunked", "chunked, chunked"}) {
+    for (const char* coding : {"gzip, chunked", "chunked, chunked"}) {
         const std::string reply =
             talk("POST / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: " + std::string(coding) +
                  "\r\n\r\n0\r\n\r\n");
-        EXPECT_THAT(reply, testing::ContainsRegex("^HTTP/1.1 (400|501) ")) << coding;
+        EXPECT_THAT(reply, StartsWith("HTTP/1.1 501 ")) << coding;
     }
     EXPECT_THAT(talk("POST / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: gzip\r\n\r\n"),
                 StartsWith("HTTP/1.1 501 "));

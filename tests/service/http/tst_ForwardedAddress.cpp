@@ -60,10 +60,20 @@ TEST_F(Forwarded, StopsAtANameThatIsNoAddress)
     EXPECT_EQ(client({{"Forwarded", "for=["}}), "10.0.0.1");
 }
 
-TEST_F(Forwarded, CountsMoreThanTheOlderField)
+TEST_F(Forwarded, IsNotBelievedIfBothFieldsAreThere)
 {
-    EXPECT_EQ(client({{"X-Forwarded-For", "1.1.1.1"}, {"Forwarded", "for=192.0.2.1"}}),
-              "192.0.2.1");
+    EXPECT_EQ(client({{"X-Forwarded-For", "192.0.2.1"}, {"Forwarded", "for=9.9.9.9"}}), "10.0.0.1");
+}
+
+TEST_F(Forwarded, IsNotChosenByAClientThatLeavesAQuoteOpen)
+{
+    EXPECT_EQ(client({{"X-Forwarded-For", "9.9.9.9:\""}, {"X-Forwarded-For", "192.0.2.1"}}),
+              "10.0.0.1");
+    EXPECT_EQ(client({{"X-Forwarded-For", "[9.9.9.9]\""}, {"X-Forwarded-For", "192.0.2.1"}}),
+              "10.0.0.1");
+    EXPECT_EQ(client({{"Forwarded", "for=9.9.9.9;x=\""}, {"Forwarded", "for=192.0.2.1"}}),
+              "10.0.0.1");
+    EXPECT_EQ(client({{"X-Forwarded-For", "9.9.9.9:x"}}), "10.0.0.1");
 }
 
 } // namespace

@@ -62,17 +62,20 @@ protected:
 TEST_F(CountedConnection, IsAnsweredBusyAboveTheLimitOfItsAddress)
 {
     PeerCounts peers({1, 10});
-    EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\n\r\n", peers), StartsWith("HTTP/1.1 200 "));
+    EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\nHost: h\r\n\r\n", peers),
+                StartsWith("HTTP/1.1 200 "));
     const PeerCounts::Ticket open(peers, "127.0.0.1");
-    EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\n\r\n", peers), StartsWith("HTTP/1.1 503 "));
+    EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\nHost: h\r\n\r\n", peers),
+                StartsWith("HTTP/1.1 503 "));
     limits.trustedProxies = AddressList({"127.0.0.0/8"});
-    EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\n\r\n", peers), StartsWith("HTTP/1.1 200 "));
+    EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\nHost: h\r\n\r\n", peers),
+                StartsWith("HTTP/1.1 200 "));
 }
 
 TEST_F(CountedConnection, IsClosedAboveTheLimitOfUnfinishedHeads)
 {
     PeerCounts peers({10, 1});
-    const std::string two = "GET / HTTP/1.1\r\n\r\nGET / HTTP/1.1\r\n\r\n";
+    const std::string two = "GET / HTTP/1.1\r\nHost: h\r\n\r\nGET / HTTP/1.1\r\nHost: h\r\n\r\n";
     EXPECT_EQ(countReplies(talkCounted(two, peers)), 2) << "each head ends before the next begins";
     PeerCounts::Ticket open(peers, "127.0.0.1");
     EXPECT_TRUE(open.beginHead());

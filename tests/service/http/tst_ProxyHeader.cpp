@@ -66,7 +66,7 @@ protected:
 
 TEST_F(ProxiedConnection, TellsTheApplicationTheClientsAddress)
 {
-    const std::string request = "GET / HTTP/1.1\r\n\r\n";
+    const std::string request = "GET / HTTP/1.1\r\nHost: h\r\n\r\n";
     EXPECT_THAT(talk("PROXY TCP4 203.0.113.7 10.0.0.1 50000 8443\r\n" + request),
                 StartsWith("HTTP/1.1 200 "));
     EXPECT_THAT(talk(binaryV4 + request), StartsWith("HTTP/1.1 200 "));
@@ -75,15 +75,16 @@ TEST_F(ProxiedConnection, TellsTheApplicationTheClientsAddress)
 
 TEST_F(ProxiedConnection, IsClosedWithoutAHeader)
 {
-    EXPECT_EQ(talk("GET / HTTP/1.1\r\n\r\n"), "");
+    EXPECT_EQ(talk("GET / HTTP/1.1\r\nHost: h\r\n\r\n"), "");
     EXPECT_EQ(application.handled, 0);
 }
 
 TEST_F(ProxiedConnection, NeedsNoHeaderFromOtherPeers)
 {
     limits.trustedProxies = AddressList({"192.0.2.1"});
-    EXPECT_THAT(talk("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 "));
-    EXPECT_EQ(talk("PROXY UNKNOWN\r\nGET / HTTP/1.1\r\n\r\n").rfind("HTTP/1.1 400 ", 0), 0U);
+    EXPECT_THAT(talk("GET / HTTP/1.1\r\nHost: h\r\n\r\n"), StartsWith("HTTP/1.1 200 "));
+    EXPECT_EQ(talk("PROXY UNKNOWN\r\nGET / HTTP/1.1\r\nHost: h\r\n\r\n").rfind("HTTP/1.1 400 ", 0),
+              0U);
 }
 
 } // namespace
