@@ -34,7 +34,9 @@ class Ctl:
         return self
 
     def add_user(self, name, role, farm, password):
-        self.run("user", "add", name, "--role", role, "--farm", farm, KELVOCTL_NEW_PASSWORD=password)
+        """Adds a user. An operator's inboxes are left to the console's first login."""
+        options = ["--no-inboxes"] if role == "operator" else []
+        self.run("user", "add", name, "--role", role, "--farm", farm, *options, KELVOCTL_NEW_PASSWORD=password)
 
     def disable_user(self, name):
         self.run("user", "disable", name)

@@ -28,6 +28,7 @@ public:
         setContentsMargins(MARGIN, 0, MARGIN, 0);
         addWidget(&name);
         addWidget(&value, 1);
+        setSpacing(GAP);
     }
 
     QSize minimumSize() const override
@@ -38,21 +39,40 @@ public:
         return {width + 2 * MARGIN, 2 * line};
     }
 
+    // The same in both directions. Otherwise the parent's layout and this one could change each
+    // other without end.
+    QSize sizeHint() const override
+    {
+        const int line = QFontMetrics(hostimpl::ThemeFont(hostimpl::EFont::eBody)).height();
+        return QSize(WideWidth(), line).expandedTo(minimumSize());
+    }
+
     void setGeometry(const QRect& place) override
     {
-        const int needed = WidthOf(m_name, hostimpl::EFont::eCaption) + GAP +
-                           WidthOf(m_value, hostimpl::EFont::eBody) + 2 * MARGIN;
-        const bool isWide = needed <= place.width();
-        setDirection(isWide ? LeftToRight : TopToBottom);
-        setSpacing(isWide ? GAP : 0);
-        m_value.setFont(
-            hostimpl::ThemeFont(isWide ? hostimpl::EFont::eBody : hostimpl::EFont::eCaption));
+        const bool isWide = WideWidth() <= place.width();
+        if (isWide != m_isWide) { // each change asks for another layout
+            m_isWide = isWide;
+            setDirection(isWide ? LeftToRight : TopToBottom);
+            setSpacing(isWide ? GAP : 0);
+        }
+        const QFont font =
+            hostimpl::ThemeFont(isWide ? hostimpl::EFont::eBody : hostimpl::EFont::eCaption);
+        if (m_value.font() != font) {
+            m_value.setFont(font);
+        }
         QBoxLayout::setGeometry(place);
     }
 
 private:
+    int WideWidth() const
+    {
+        return WidthOf(m_name, hostimpl::EFont::eCaption) + GAP +
+               WidthOf(m_value, hostimpl::EFont::eBody) + 2 * MARGIN;
+    }
+
     QLabel& m_name;
     QLabel& m_value;
+    bool m_isWide = true;
 };
 
 } // namespace
