@@ -1,5 +1,4 @@
 // A property row with a text: typing, hiding and clearing the text, and its ValueChanged() signal.
-#include "host/TProperty.h"
 #include "host/TPropertyWidget.h"
 #include "host/TPushButton.h"
 #include "host/TWindow.h"
@@ -47,20 +46,6 @@ struct TTextRow
     bool isActive = false;
 };
 
-// Counts the requests for a new layout. Stops them when they have no end.
-class TLayoutRequests : public QObject
-{
-public:
-    static constexpr int MOST = 50;
-    int count = 0;
-
-protected:
-    bool eventFilter(QObject*, QEvent* event) override
-    {
-        return event->type() == QEvent::LayoutRequest && ++count > MOST;
-    }
-};
-
 } // namespace
 
 class tst_PropertyText : public kelvo::test::TTestCase
@@ -69,7 +54,6 @@ class tst_PropertyText : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
-    void asksForNoLayoutWithoutEnd();
     void emitsOnlyForAChangedText();
     void emitsForEachTypedCharacter();
     void hidesAndRevealsTheText();
@@ -85,22 +69,6 @@ private Q_SLOTS:
     void aLetterKeyStartsTheEditing();
     void aDisabledTextIsReadable();
 };
-
-void tst_PropertyText::asksForNoLayoutWithoutEnd()
-{
-    for (const int width : {1000, 120}) { // side by side, and one above the other
-        TProperty row;
-        row.SetPropertyName(QStringLiteral("Status"));
-        row.SetValue(QStringLiteral("Login in progress...."));
-        TLayoutRequests requests;
-        row.installEventFilter(&requests);
-        row.resize(width, 60);
-        row.show();
-        QCoreApplication::processEvents();
-        QVERIFY(requests.count > 0);
-        QVERIFY2(requests.count < TLayoutRequests::MOST, qPrintable(QString::number(width)));
-    }
-}
 
 void tst_PropertyText::emitsOnlyForAChangedText()
 {
