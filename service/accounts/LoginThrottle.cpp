@@ -18,10 +18,14 @@ constexpr int mostAttempts = 1000000;
 constexpr std::size_t longestNameBytes = 256; // 64 characters of up to 4 bytes
 constexpr std::size_t capacity = 10000;
 
-/** The space separates the two: no address contains a space. */
-std::string pairOf(const std::string& user, const std::string& network)
+/**
+ * The key of a user at a place. A known place is a whole network, so that its many addresses do not
+ * multiply the attempts. The space separates the two: no address contains a space.
+ */
+std::string pairOf(const std::string& user, const std::string& address, EPlace place)
 {
-    return network + " " + user;
+    const bool isKnown = place == EPlace::Known;
+    return (isKnown ? http::neighbourhoodOf(address) : http::networkOf(address)) + " " + user;
 }
 
 } // namespace
@@ -36,7 +40,7 @@ std::chrono::seconds LoginThrottle::waitFor(const std::string& user, const std::
     const std::lock_guard lock(mutex_);
     const std::int64_t now = clock_.steadyMs();
     const std::string network = http::networkOf(address);
-    std::int64_t until = std::max(now, blockedUntil(byPair_, pairOf(user, network)));
+    std::int64_t until = std::max(now, blockedUntil(byPair_, pairOf(user, address, place)));
     if (place == EPlace::New) {
         until = std::max({until, blockedUntil(byAddress_, network), blockedUntil(byUser_, user)});
     }
@@ -51,7 +55,7 @@ void LoginThrottle::failed(const std::string& user, const std::string& address, 
     const Rule knownPair{attempts_ * userFactor, firstBlockMs, firstBlockMs};
     count(byAddress_, network, {attempts_ * addressFactor, firstBlockMs, firstBlockMs});
     if (user.size() <= longestNameBytes) {
-        count(byPair_, pairOf(user, network), place == EPlace::New ? newPair : knownPair);
+        count(byPair_, pairOf(user, address, place), place == EPlace::New ? newPair : knownPair);
         count(byUser_, user, {attempts_ * userFactor, firstBlockMs, firstBlockMs});
     }
 }
@@ -60,9 +64,12 @@ void LoginThrottle::succeeded(const std::string& user, const std::string& addres
 {
     const std::lock_guard lock(mutex_);
     const std::string network = http::networkOf(address);
-    Record& pair = recordOf(byPair_, pairOf(user, network));
-    const int failures = std::exchange(pair.failures, 0);
-    pair.blockedUntilMs = 0;
+    int failures = 0;
+    for (const EPlace place : {EPlace::New, EPlace::Known}) {
+        Record& pair = recordOf(byPair_, pairOf(user, address, place));
+        failures += std::exchange(pair.failures, 0);
+        pair.blockedUntilMs = 0;
+    }
     forgive(byAddress_, network, failures);
     forgive(byUser_, user, failures);
 }

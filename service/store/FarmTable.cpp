@@ -89,13 +89,6 @@ std::optional<Project> projectByName(soci::session& sql, Id farm, const std::str
     return sql.got_data() ? std::optional(found) : std::nullopt;
 }
 
-bool canRead(soci::session& sql)
-{
-    long long farms = -1;
-    sql << "SELECT COUNT(*) FROM farms", into(farms);
-    return farms >= 0;
-}
-
 Id nextResourceId(Transaction& transaction, Id farm)
 {
     Id id = 0;

@@ -28,9 +28,6 @@ std::vector<Project> projectsOf(soci::session& sql, Id farm);
 std::optional<Project> projectById(soci::session& sql, Id farm, Id project);
 std::optional<Project> projectByName(soci::session& sql, Id farm, const std::string& name);
 
-/** Whether the database answers. */
-bool canRead(soci::session& sql);
-
 /** Returns the farm's next id for a project, inbox or file. Throws OutOfIds. */
 Id nextResourceId(Transaction& transaction, Id farm);
 

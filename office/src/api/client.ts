@@ -19,34 +19,34 @@ export type ConsoleMoved = Schemas['ConsoleMoved'];
 
 export const client = createClient<paths>({baseUrl: apiPath});
 
-/** A refusal of the service, or no reply at all (`problem` is undefined). */
+/** A refusal of the service, or no answer at all (`problem` is undefined). */
 export class ServiceError extends Error {
   constructor(
     readonly problem: Problem | undefined,
     readonly retryAfterS: number | undefined,
   ) {
-    super(problem?.detail ?? 'no reply');
+    super(problem?.detail ?? 'no answer');
   }
 
   /** The last part of the problem's type, for example "not-found". */
   get kind(): string {
-    return this.problem?.type.replace(/^.*:/, '') ?? 'no-reply';
+    return this.problem?.type.replace(/^.*:/, '') ?? 'no-answer';
   }
 }
 
-type Reply<T> = {data?: T; error?: unknown; response: Response};
+type Answer<T> = {data?: T; error?: unknown; response: Response};
 
-/** The document of a reply. Throws ServiceError. */
-export async function documentOf<T>(request: Promise<Reply<T>>): Promise<T> {
-  let reply: Reply<T>;
+/** The document of an answer. Throws ServiceError. */
+export async function documentOf<T>(request: Promise<Answer<T>>): Promise<T> {
+  let answer: Answer<T>;
   try {
-    reply = await request;
+    answer = await request;
   } catch {
     throw new ServiceError(undefined, undefined);
   }
-  if (!reply.response.ok) {
-    const wait = Number(reply.response.headers.get('Retry-After'));
-    throw new ServiceError(reply.error as Problem | undefined, wait || undefined);
+  if (!answer.response.ok) {
+    const wait = Number(answer.response.headers.get('Retry-After'));
+    throw new ServiceError(answer.error as Problem | undefined, wait || undefined);
   }
-  return reply.data as T;
+  return answer.data as T;
 }

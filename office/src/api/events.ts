@@ -44,22 +44,22 @@ export async function followEvents(cursor: string, handlers: StreamHandlers, sig
   return 'aborted';
 }
 
-/** Returns the status of the reply, or 0 without a reply. */
+/** Returns the status of the answer, or 0 without an answer. */
 async function readStream(lastId: string, handlers: StreamHandlers, outer: AbortSignal): Promise<number> {
   const silence = new AbortController();
   const signal = AbortSignal.any([outer, silence.signal]);
   let timer = setTimeout(() => silence.abort(), silenceMs);
   let status = 0;
   try {
-    const reply = await fetch(`${apiPath}/events`, {headers: {'Last-Event-ID': lastId}, signal, cache: 'no-store'});
-    status = reply.status;
-    if (!reply.ok || !reply.body) return status;
+    const answer = await fetch(`${apiPath}/events`, {headers: {'Last-Event-ID': lastId}, signal, cache: 'no-store'});
+    status = answer.status;
+    if (!answer.ok || !answer.body) return status;
     handlers.onOpen();
     const parser = createParser({
       onEvent: ({id, event, data}) =>
         handlers.onEvent({id: id ?? '', name: event ?? '', data: JSON.parse(data)}),
     });
-    const reader = reply.body.pipeThrough(new TextDecoderStream()).getReader();
+    const reader = answer.body.pipeThrough(new TextDecoderStream()).getReader();
     for (let piece = await reader.read(); !piece.done; piece = await reader.read()) {
       clearTimeout(timer);
       timer = setTimeout(() => silence.abort(), silenceMs);

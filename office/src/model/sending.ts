@@ -11,7 +11,7 @@ export interface Sending {
   targets: readonly number[];
   state: SendingState;
   sentBytes: number;
-  /** The service's own sentence, or empty if there was no reply. */
+  /** The service's own sentence, or empty if there was no answer. */
   error: string;
 }
 
@@ -49,6 +49,13 @@ export function remove(key: number): void {
   sendings.value = sendings.value.filter((each) => each.key !== key);
   if (upload && !isDone) void upload.abort(true).catch(() => undefined);
   startNext();
+}
+
+/** Stops all files and forgets them. The service keeps what it has: a later session may continue. */
+export function stopAll(): void {
+  for (const upload of uploads.values()) void upload.abort();
+  uploads.clear();
+  sendings.value = [];
 }
 
 function change(key: number, changes: Partial<Sending>): void {

@@ -4,6 +4,7 @@ import {client, documentOf, ServiceError} from '../api/client';
 import type {ServiceEvent} from '../api/events';
 import {shareEvents} from '../api/shared_events';
 import {forgetAll, takeConsoles, takeEvent, takeSnapshot, user} from './farm';
+import {stopAll} from './sending';
 
 export type Link =
   | {kind: 'connecting'}
@@ -23,13 +24,10 @@ export async function logIn(name: string, password: string): Promise<void> {
   start();
 }
 
-/** Ends the session also if the service cannot be reached: then the cookie ends with the browser. */
+/** Throws ServiceError; then the session goes on, because only the service can remove the cookie. */
 export async function logOut(): Promise<void> {
-  try {
-    await documentOf(client.DELETE('/sessions/current'));
-  } finally {
-    end();
-  }
+  await documentOf(client.DELETE('/sessions/current'));
+  end();
 }
 
 /** Follows the farm until the session ends. Finds out whether there is a session. */
@@ -43,6 +41,7 @@ function end(): void {
   running?.abort();
   running = undefined;
   forgetAll();
+  stopAll();
   isKnown.value = true;
 }
 

@@ -8,7 +8,7 @@ import {Fleet} from './Fleet';
 import {Login} from './Login';
 import {place, type View} from './place';
 import {Sendings} from './Sendings';
-import {Toast} from './Toast';
+import {tellError, Toast} from './Toast';
 
 export function App() {
   if (!isKnown.value) return <main><p class="empty" role="status">{t('link.connecting')}</p></main>;
@@ -48,7 +48,7 @@ function Header() {
       </nav>
       <LinkState />
       <span class="user">{user.value?.name}</span>
-      <button onClick={() => void logOut().catch(() => undefined)}>{t('logout')}</button>
+      <button onClick={() => void logOut().catch(tellError)}>{t('logout')}</button>
     </header>
   );
 }

@@ -46,6 +46,6 @@ function loginError(error: unknown): string {
     case 'login-throttled':
       return t('login.throttled', {seconds: error.retryAfterS ?? 60});
     default:
-      return error.problem?.detail ?? t('error.noReply');
+      return error.problem?.detail ?? t('error.noAnswer');
   }
 }

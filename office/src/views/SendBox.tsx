@@ -1,5 +1,5 @@
 // The place to drop files for an inbox, and for further inboxes of the same project.
-import {useSignal} from '@preact/signals';
+import {type Signal, useSignal} from '@preact/signals';
 import {filesByInbox, type InboxOfProject} from '../model/farm';
 import {send} from '../model/sending';
 import {t} from '../texts';
@@ -48,22 +48,7 @@ export function SendBox({inbox, all}: {inbox: InboxOfProject; all: readonly Inbo
           event.currentTarget.value = '';
         }} />
       </label>
-      {others.length > 0 && (
-        <fieldset>
-          <legend>{t('send.also')}</legend>
-          {others.map(({id, owner}) => (
-            <label key={id}>
-              <input type="checkbox" checked={also.value.has(id)} onChange={(event) => {
-                const chosen = new Set(also.value);
-                if (event.currentTarget.checked) chosen.add(id);
-                else chosen.delete(id);
-                also.value = chosen;
-              }} />
-              {owner.name}
-            </label>
-          ))}
-        </fieldset>
-      )}
+      {others.length > 0 && <Others inboxes={others} chosen={also} />}
       {question.value && (
         <div class="question" role="alertdialog" aria-label={question.value.text}>
           <p>{question.value.text}</p>
@@ -72,6 +57,28 @@ export function SendBox({inbox, all}: {inbox: InboxOfProject; all: readonly Inbo
         </div>
       )}
     </div>
+  );
+}
+
+/** The same kind of inbox of other operators, to be marked. */
+function Others({inboxes, chosen}: {inboxes: readonly InboxOfProject[]; chosen: Signal<ReadonlySet<number>>}) {
+  const mark = (id: number, isMarked: boolean) => {
+    const marked = new Set(chosen.value);
+    if (isMarked) marked.add(id);
+    else marked.delete(id);
+    chosen.value = marked;
+  };
+  return (
+    <fieldset>
+      <legend>{t('send.also')}</legend>
+      {inboxes.map(({id, owner}) => (
+        <label key={id}>
+          <input type="checkbox" checked={chosen.value.has(id)}
+            onChange={(event) => mark(id, event.currentTarget.checked)} />
+          {owner.name}
+        </label>
+      ))}
+    </fieldset>
   );
 }
 

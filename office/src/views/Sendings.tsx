@@ -33,5 +33,5 @@ function Line({sending}: {sending: Sending}) {
 
 function stateText({state, file, sentBytes, error}: Sending): string {
   const percent = Math.floor((100 * sentBytes) / (file.size || 1));
-  return t(`send.${state}`, {percent, reason: error || t('send.noReply')});
+  return t(`send.${state}`, {percent, reason: error || t('send.noAnswer')});
 }

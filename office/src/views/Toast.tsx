@@ -23,7 +23,7 @@ export function tell(text: string, undo?: () => void): void {
 /** Tells why the service refused, in the service's own words. */
 export function tellError(error: unknown): void {
   if (!(error instanceof ServiceError)) throw error;
-  tell(error.problem?.detail ?? t('error.noReply'));
+  tell(error.problem?.detail ?? t('error.noAnswer'));
 }
 
 export function Toast() {

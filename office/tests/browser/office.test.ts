@@ -141,6 +141,37 @@ describe('the office', () => {
   });
 });
 
+describe('the log-out', () => {
+  it('stops the files on their way', async () => {
+    const {path} = newFile('left.zip', 4_000_000);
+    const page = await world.logIn('office');
+    await slowUpload(page, 200_000);
+    await choose(page, path);
+    await page.locator('.sending.sending').waitFor();
+    await page.getByRole('button', {name: 'Log out'}).click();
+    await page.locator('.login').waitFor();
+    const requests: string[] = [];
+    page.on('request', (request) => requests.push(request.method()));
+    const [name, password] = world.accounts.office;
+    await page.locator('input[name=user]').fill(name);
+    await page.locator('input[name=password]').fill(password);
+    await page.locator('form button').click();
+    await page.locator('.link.live').waitFor();
+    expect(await page.locator('.sending').count()).toBe(0);
+    expect(requests).not.toContain('PATCH');
+  });
+
+  it('that the service does not hear is not shown as one', async () => {
+    const page = await world.logIn('office');
+    await world.command('kill');
+    await page.getByRole('button', {name: 'Log out'}).click();
+    await page.getByText('The service does not answer. Nothing was changed.').waitFor();
+    expect(await page.locator('.login').count()).toBe(0);
+    await world.command('start');
+    world.complaints.length = 0; // Chromium reports the requests that found no service.
+  });
+});
+
 describe('an operator', () => {
   it('sees the own inboxes only, and no fleet and no bin', async () => {
     const page = await world.logIn('operator');

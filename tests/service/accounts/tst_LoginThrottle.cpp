@@ -159,6 +159,17 @@ TEST_F(Throttle, WaitOfAnAddressDoesNotGrow)
     EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1", EPlace::Known), 0s);
 }
 
+TEST_F(Throttle, CountsTheAddressesOfAKnownPlaceTogether)
+{
+    for (int i = 0; i < 100; ++i) {
+        throttle.failed("olga", "2001:db8:1:" + std::to_string(i) + "::1", EPlace::Known);
+    }
+    EXPECT_EQ(throttle.waitFor("olga", "2001:db8:1:999::1", EPlace::Known), 30s);
+    EXPECT_EQ(throttle.waitFor("olga", "2001:db8:2:999::1", EPlace::Known), 0s);
+    throttle.succeeded("olga", "2001:db8:1:999::1");
+    EXPECT_EQ(throttle.waitFor("olga", "2001:db8:1:7::1", EPlace::Known), 0s);
+}
+
 TEST_F(Throttle, AtAKnownPlaceAFewFailuresOfStrangersDelayNoLogin)
 {
     for (int i = 0; i < 59; ++i) {
