@@ -62,12 +62,9 @@ build_shipped() {
 
 # build_office: builds the office's page into office/dist. Needs Node.js, and the npm registry if packages are missing.
 build_office() {
-    (
-        cd office
-        npm ci --no-audit --no-fund --loglevel=error
-        npm run --silent build
-    ) >build/office.log 2>&1 || {
+    if ! (cd office && npm ci --no-audit --no-fund --loglevel=error && npm run --silent build) \
+        >build/office.log 2>&1; then
         cat build/office.log >&2
         return 1
-    }
+    fi
 }

@@ -90,7 +90,7 @@ class RunTest(unittest.TestCase):
         for name in ("scripts/run", "tools"):
             (self.folder / name).symlink_to(TOUR.parents[1] / name)
         (self.folder / "scripts/lib/packages.sh").write_text("install_missing() { :; }\n")
-        (self.folder / "scripts/lib/build.sh").write_text("configure() { :; }\nbuild() { :; }\n")
+        (self.folder / "scripts/lib/build.sh").write_text("configure() { :; }\nbuild() { :; }\nbuild_office() { :; }\n")
         for name in ("demo", "tour"):
             program = self.folder / "console/tour" / name
             program.write_text(f'#!/bin/sh\nprintf "%s\\n" {name} "$@"\n')
