@@ -30,7 +30,7 @@ namespace {
 constexpr int tickMs = 250;
 constexpr double largeTexts = 1.15;
 
-// Empty if the operator cannot see the whole list: behind a dialog, or during a search.
+// Empty if a search hides a part of the list.
 QStringList ShownNames(const TListWidget& list)
 {
     QStringList names;
@@ -40,7 +40,7 @@ QStringList ShownNames(const TListWidget& list)
             return {};
         }
     }
-    return hostimpl::IsBlocked(list) ? QStringList() : names;
+    return names;
 }
 
 } // namespace
