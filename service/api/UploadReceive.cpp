@@ -187,7 +187,7 @@ Async<Progress> resumeCreation(Context& context, http::Request& request, store::
 Async<Progress> receiveHeldPart(Context& context, http::Request& request, store::Upload upload,
                                 long long offset)
 {
-    auto checksum = Checksum::of(request);
+    auto checksum = checksumOf(request);
     auto open = [&context, &request, &upload, offset] {
         // The size is checked first: a wrong offset must not cost digesting the present bytes.
         const auto size = static_cast<long long>(context.contents.uploadSize(upload.id));

@@ -17,7 +17,7 @@ protected:
         head.fields.set("Upload-Checksum", value);
         http::BodyReader body(*pair.server, limits, head, early);
         const http::Request request{head, body, limits, "peer"};
-        return Checksum::of(request);
+        return checksumOf(request);
     }
 
     bool matches(const std::string& value, const std::string& text)
