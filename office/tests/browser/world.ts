@@ -81,7 +81,7 @@ export class World {
   /** Keeps a picture of the page if KELVO_PICTURES names a folder. */
   async picture(page: Page, name: string): Promise<void> {
     const folder = process.env['KELVO_PICTURES'];
-    if (folder) await page.screenshot({path: join(folder, `office-${name}.png`)});
+    if (folder) await page.screenshot({path: join(folder, `${name}.png`)});
   }
 
   /** A page of a new browser profile, logged in. */
