@@ -20,8 +20,10 @@ public:
         pthread_getattr_default_np(&m_before);
         pthread_attr_t huge;
         pthread_attr_init(&huge);
-        constexpr std::size_t page = 65536;
-        pthread_attr_setstacksize(&huge, std::numeric_limits<std::size_t>::max() / 2 / page * page);
+        // Nearly the whole address space, also of a machine with 32 bits.
+        constexpr std::size_t unit = 1 << 24;
+        pthread_attr_setstacksize(&huge,
+                                  (std::numeric_limits<std::size_t>::max() / unit - 1) * unit);
         pthread_setattr_default_np(&huge);
         pthread_attr_destroy(&huge);
     }
