@@ -18,7 +18,7 @@ struct TStatusWords
 
 // Such as "RTK".
 QString QualityText(EFixQuality quality);
-// Such as "52.12050° N  11.62760° E".
+// The position in degrees, for example "52.12050° N  11.62760° E".
 QString PlaceText(const TReceivedFix& fix);
 TStatusWords PositionWords(const TPositionState& state);
 TStatusWords LinkWords(const kesdkimpl::LinkStatus& status);

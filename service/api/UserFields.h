@@ -1,4 +1,4 @@
-// The members of requests about users, and who may manage whom.
+// The JSON members of requests about users, and the users that a caller may manage.
 #pragma once
 
 #include "service/api/Context.h"

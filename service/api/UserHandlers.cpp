@@ -49,7 +49,7 @@ std::string requireFarmName(const nlohmann::json& body, ERole role, const store:
     return !named && caller.farm ? caller.farm->name : requireName(body, "farm");
 }
 
-/** The caller of an office makes operators of its own farm. */
+/** Throws forbidden if the office makes anything but operators of its own farm. */
 void refuseOtherUsers(const store::User& caller, ERole role, const std::string& farmName)
 {
     if (caller.farm && (role != ERole::Operator || farmName != caller.farm->name)) {

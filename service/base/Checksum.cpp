@@ -14,8 +14,8 @@ namespace {
 
 struct Algorithm
 {
-    const char* name; // in the header
-    const char* library;
+    const char* name;       // in the header
+    const char* cryptoName; // in OpenSSL
     std::size_t digestBytes;
 };
 constexpr std::array supportedAlgorithms{Algorithm{"sha1", "SHA1", 20},
@@ -42,7 +42,7 @@ std::optional<Checksum> Checksum::of(std::string_view algorithm, std::string wan
 {
     for (const Algorithm& known : supportedAlgorithms) {
         if (equalsIgnoringCase(algorithm, known.name) && wanted.size() == known.digestBytes) {
-            return Checksum(known.library, std::move(wanted));
+            return Checksum(known.cryptoName, std::move(wanted));
         }
     }
     return std::nullopt;

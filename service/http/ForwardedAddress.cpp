@@ -84,7 +84,7 @@ std::optional<std::string> addressOf(std::string_view node)
     return failed ? std::nullopt : std::optional(address.to_string());
 }
 
-/** With both fields, a client may have written the one that the proxy does not set. */
+/** The proxy sets one of the two fields. If both are there, the client may have sent the other. */
 bool isAmbiguous(const RequestHead& head)
 {
     const std::string standard = joined(head, "Forwarded");

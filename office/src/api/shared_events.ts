@@ -1,5 +1,5 @@
 // One event stream for all tabs of a browser: HTTP/1.1 allows six connections to a host, and a seventh would hang.
-// One tab at a time, the one that holds the lock, reads the stream and passes the events on.
+// The tab that holds the lock reads the stream and sends the events to the other tabs.
 import {followEvents, type ServiceEvent, type StreamEnd, type StreamHandlers} from './events';
 
 const name = 'kelvo-events';

@@ -1,4 +1,4 @@
-// What the page knows of the farm: a snapshot of the service, kept current by events.
+// The farm's inboxes, files and consoles: a snapshot of the service, kept current by events.
 import {computed, signal} from '@preact/signals';
 import type {Account, Console, ConsoleMoved, File, FileEvent, Inbox, InboxEvent, User} from '../api/client';
 import type {ServiceEvent} from '../api/events';

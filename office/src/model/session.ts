@@ -24,7 +24,7 @@ export async function logIn(name: string, password: string): Promise<void> {
   start();
 }
 
-/** Throws ServiceError; then the session goes on, because only the service can remove the cookie. */
+/** Throws ServiceError. After an error the session continues: only the service can remove the cookie. */
 export async function logOut(): Promise<void> {
   await documentOf(client.DELETE('/sessions/current'));
   end();

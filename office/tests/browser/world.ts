@@ -71,7 +71,7 @@ export class World {
     const page = await context.newPage();
     page.on('pageerror', (error) => this.complaints.push(error.message));
     page.on('console', (message) => {
-      // Chromium reports each refused request. That of a page without a session is wanted.
+      // Chromium reports each refused request. A page without a session gets 401 for its first request.
       if (message.type() === 'error' && !/ 401 /.test(message.text())) this.complaints.push(message.text());
     });
     await page.goto(`${this.origin}/${hash}`);

@@ -1,4 +1,4 @@
-// What the modules ask of a browser when they are loaded.
+// The objects of a browser that the modules use while they are loaded.
 import {vi} from 'vitest';
 
 vi.stubGlobal('navigator', {languages: ['en-GB', 'de']});

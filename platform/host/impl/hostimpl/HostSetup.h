@@ -9,9 +9,9 @@ namespace hostimpl {
 
 // Puts the console's data below `dataFolder`: creates the folders, opens the configuration
 // ("console.json") and the user log ("logs/user.log"), and finishes or undoes an unpacking that an
-// earlier run did not complete. The last step has a thread of its own; if it takes longer than 2 s,
-// it goes on after the return. Call it once, on the main thread, before any plug-in is loaded. If
-// the console cannot use `dataFolder`, false is returned and `errorText` tells the reason.
+// earlier run did not complete. A separate thread does the last step: after 2 s this function
+// returns and the thread continues. Call it once, on the main thread, before any plug-in is loaded.
+// If the console cannot use `dataFolder`, false is returned and `errorText` tells the reason.
 CONSOLEHOST_EXPORT bool SetUpHost(const QString& dataFolder, QString& errorText);
 
 } // namespace hostimpl

@@ -6,9 +6,10 @@
 
 namespace hostimpl {
 
-// Runs `work` on a thread of its own. Waits for the end of the work, but no longer than `wait`.
-// Returns whether the work has ended. If not, it goes on until the process ends, which stops it
-// anywhere: `work` owns or outlives all that it uses, and a killed `work` loses nothing.
+// Runs `work` on a separate thread. Waits for the end of the work, but no longer than `wait`.
+// Returns whether the work has ended. If it returns false, the thread continues, and the end of the
+// process stops `work` at any line. So `work` must own what it uses, and a stop must lose nothing.
+// Without a thread the work is not done, and the result is false.
 bool RunBounded(std::function<void()> work, std::chrono::milliseconds wait);
 
 } // namespace hostimpl

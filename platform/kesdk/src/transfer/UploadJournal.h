@@ -31,8 +31,8 @@ struct UploadOrigin
 // until the object ends. A journal that is older than a week is removed.
 //
 // The journal of a finished upload stays until the sent file is gone: a console that is killed
-// before it removes the file must not send it again. Each upload looks only at the
-// folder of its own file, and no other call looks: on a dead medium a look may block for ever.
+// before it removes the file must not send it again. An upload looks for removed files in the
+// folder of its own file only. No other call looks: on a dead medium a look may block for ever.
 //
 // Thread: the caller's, one at a time.
 class UploadJournal
