@@ -160,11 +160,14 @@ void removeUnknownContents(const Janitor::Parts& parts, long long keptForMs,
     }
 }
 
-void set(HeldBack& heldBack, long long sessions, long long uploads, long long binnedFiles)
+void setHeldBack(HeldBack& heldBack, long long sessions, long long uploads, long long binnedFiles)
 {
-    const bool changed = heldBack.sessions.exchange(sessions) != sessions;
-    const bool changedToo = heldBack.uploads.exchange(uploads) != uploads;
-    if (heldBack.binnedFiles.exchange(binnedFiles) != binnedFiles || changed || changedToo) {
+    bool hasChanged = heldBack.sessions.exchange(sessions) != sessions;
+    hasChanged |= heldBack.uploads.exchange(uploads) != uploads;
+    hasChanged |= heldBack.binnedFiles.exchange(binnedFiles) != binnedFiles;
+    if (hasChanged && sessions + uploads + binnedFiles == 0) {
+        logInfo("clean-up-continues");
+    } else if (hasChanged) {
         logWarning("clean-up-held-back", std::to_string(sessions) + " sessions, " +
                                              std::to_string(uploads) + " uploads, " +
                                              std::to_string(binnedFiles) + " files in the bin");
@@ -175,9 +178,9 @@ void countHeldBack(const Janitor::Parts& parts)
 {
     const long long now = parts.clock.nowMs();
     parts.database.readNow([&parts, now](soci::session& sql) {
-        set(parts.heldBack, store::countExpiredSessions(sql, now),
-            static_cast<long long>(store::expiredUploads(sql, now).size()),
-            store::countBinBefore(sql, now - binLifeMs));
+        setHeldBack(parts.heldBack, store::countExpiredSessions(sql, now),
+                    static_cast<long long>(store::expiredUploads(sql, now).size()),
+                    store::countBinBefore(sql, now - binLifeMs));
         return 0;
     });
 }
@@ -204,7 +207,7 @@ void Janitor::cleanUp(const Parts& parts, const Settings& settings, const Stops&
         attempt("clean-up-count-failed", [&] { countHeldBack(parts); });
         return;
     }
-    set(parts.heldBack, 0, 0, 0);
+    setHeldBack(parts.heldBack, 0, 0, 0);
     const long long keptForMs = std::chrono::milliseconds(settings.unknownFor).count();
     std::vector<std::string> unreferenced;
     attempt("clean-up-database-failed", [&] { unreferenced = cleanDatabase(parts, settings); });

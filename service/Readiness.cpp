@@ -10,7 +10,6 @@
 #include <exception>
 #include <stdexcept>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace kelvo {
@@ -81,11 +80,10 @@ std::string Readiness::firstFailure()
     return {};
 }
 
-void probeFolder(const std::filesystem::path& folder)
+void probeFile(const FileDescriptor& file)
 {
     const std::string text = "probe";
     std::string found(text.size(), ' ');
-    const FileDescriptor file = openFile(folder, O_TMPFILE | O_RDWR, 0600);
     writeAll(file.get(), text.data(), text.size());
     if (::fdatasync(file.get()) != 0 || ::pread(file.get(), found.data(), found.size(), 0) < 0) {
         throwErrno("probe");

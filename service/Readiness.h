@@ -2,10 +2,10 @@
 #pragma once
 
 #include "service/base/Async.h"
+#include "service/base/Files.h"
 #include "service/base/WorkPool.h"
 
 #include <chrono>
-#include <filesystem>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -14,7 +14,7 @@
 namespace kelvo {
 
 /**
- * Runs checks that read and write for real. They run on a thread of their own, so a disk that hangs
+ * Runs checks that read and write for real. They run on a separate thread, so a disk that hangs
  * does not hang the caller.
  *
  * Thread: ask() on any I/O thread. Ownership: what the checks use outlives this object. Its
@@ -52,8 +52,7 @@ private:
     WorkPool pool_{1};    // the last member: its thread uses the others
 };
 
-/** Writes a nameless file in the folder, syncs it and reads it back. Blocks. Throws if this fails.
- */
-void probeFolder(const std::filesystem::path& folder);
+/** Writes to an empty file, syncs it and reads it back. Blocks. Throws if this fails. */
+void probeFile(const FileDescriptor& file);
 
 } // namespace kelvo

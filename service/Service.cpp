@@ -282,7 +282,7 @@ std::vector<Readiness::Check> readinessChecks(Backend& backend,
              }},
             {"content store",
              [&backend] {
-                 probeFolder(backend.folder.path() / "uploads");
+                 probeFile(backend.contents.openScratch());
                  return std::string();
              }},
             {"certificate", [&backend, &certificate] {
@@ -356,9 +356,10 @@ void serve(const ServeOptions& options, bool& isRunning)
     announce(folder, apiListener->address().text(), monitorListener->address().text());
     logInfo("started");
     isRunning = true;
-    stopSignals.wait([&janitor, &certificate, &state](bool isReload) {
+    WorkPool sampler{1}; // a disk that hangs must not keep the signals waiting
+    stopSignals.wait([&janitor, &certificate, &state, &sampler](bool isReload) {
         certificate->refresh(isReload);
-        state.sample();
+        state.sampleOn(sampler);
         if (isReload) {
             janitor.wake();
         }

@@ -17,6 +17,16 @@ ServiceState::ServiceState(store::Database& database, std::filesystem::path data
     : database_(database), dataFolder_(std::move(dataFolder))
 {}
 
+void ServiceState::sampleOn(WorkPool& pool)
+{
+    if (!isSampling_.exchange(true)) {
+        pool.post([this] {
+            sample();
+            isSampling_ = false;
+        });
+    }
+}
+
 void ServiceState::sample() noexcept
 {
     for (const auto step :

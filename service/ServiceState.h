@@ -1,6 +1,7 @@
 // Values for the metrics whose reading may block.
 #pragma once
 
+#include "service/base/WorkPool.h"
 #include "service/metrics/Metrics.h"
 #include "service/store/Database.h"
 
@@ -13,8 +14,8 @@ namespace kelvo {
 inline constexpr const char* lastBackupName = "backup.last";
 
 /**
- * Reads the values at an interval and shows the latest ones. Thread: sample() on one thread at a
- * time, showIn()'s metrics on any thread. Ownership: outlives the metrics.
+ * Reads the values and shows the latest ones. Thread: sample() and sampleOn() on one thread at a
+ * time, showIn()'s metrics on any thread. Ownership: nobody asks for the metrics after its end.
  */
 class ServiceState
 {
@@ -24,6 +25,9 @@ public:
     /** Blocks. A value that cannot be read stays as it was. */
     void sample() noexcept;
 
+    /** Samples on the pool, unless an earlier sample still runs. Returns at once. */
+    void sampleOn(WorkPool& pool);
+
     /** Adds the metrics of the values. */
     void showIn(metrics::Metrics& metrics) const;
 
@@ -32,6 +36,7 @@ private:
     void sampleDisk();
     void sampleBackup();
 
+    std::atomic<bool> isSampling_{false};
     store::Database& database_;
     const std::filesystem::path dataFolder_;
     std::atomic<double> sessions_{0};

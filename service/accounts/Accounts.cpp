@@ -194,7 +194,8 @@ Async<store::Session> Accounts::authenticate(http::Request& request)
     request.farm = session->user.farmId();
     request.user = session->user.id;
     const long long now = clock_.nowMs();
-    if (std::abs(now - session->lastSeenMs) >= seenEveryMs) {
+    if (std::abs(now - session->lastSeenMs) >= seenEveryMs &&
+        clock_.steadyMs() >= seePausedUntilMs_) {
         co_await see(hash, now);
     }
     co_return std::move(*session);
@@ -209,6 +210,7 @@ Async<void> Accounts::see(const std::string& tokenHash, long long nowMs)
     try {
         co_await database_.write(set);
     } catch (const std::exception& error) {
+        seePausedUntilMs_ = clock_.steadyMs() + seenEveryMs; // the next requests must not wait too
         logWarning("session-not-updated", error.what());
     }
 }

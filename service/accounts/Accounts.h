@@ -8,6 +8,7 @@
 #include "service/store/Database.h"
 #include "service/store/UserTable.h"
 
+#include <atomic>
 #include <chrono>
 #include <string>
 
@@ -63,6 +64,7 @@ private:
     Async<store::Credentials> check(Attempt attempt, std::string password);
     Async<void> see(const std::string& tokenHash, long long nowMs);
 
+    std::atomic<std::int64_t> seePausedUntilMs_{0}; // by the clock that never jumps
     store::Database& database_;
     const Clock& clock_;
     Settings settings_;

@@ -102,7 +102,10 @@ void deleteUser(Transaction& transaction, const User& user, long long nowMs)
 void deleteFarm(Transaction& transaction, Id farm)
 {
     for (const char* statement :
-         {"DELETE FROM sessions WHERE user_id IN (SELECT id FROM users WHERE farm_id = :farm)",
+         {"UPDATE audit SET actor_name = '', address = '' WHERE farm_id = :farm"
+          " AND actor_id IN (SELECT id FROM users WHERE farm_id = audit.farm_id)",
+          "UPDATE audit SET object_name = '' WHERE farm_id = :farm AND object_kind = 'user'",
+          "DELETE FROM sessions WHERE user_id IN (SELECT id FROM users WHERE farm_id = :farm)",
           "DELETE FROM login_places WHERE user_id IN (SELECT id FROM users WHERE farm_id = :farm)",
           "DELETE FROM track WHERE console_id IN (SELECT id FROM consoles WHERE farm_id = :farm)",
           "DELETE FROM console_devices WHERE console_id IN"

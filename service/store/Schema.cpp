@@ -163,6 +163,8 @@ constexpr const char* auditTrail[] = {
     " object_kind VARCHAR(16) NOT NULL, object_id BIGINT NOT NULL, object_name TEXT NOT NULL)",
     "CREATE INDEX audit_by_farm ON audit (farm_id, id)",
     "CREATE INDEX audit_by_time ON audit (at_ms)",
+    "CREATE INDEX audit_by_actor ON audit (actor_id)",
+    "CREATE INDEX audit_by_object ON audit (object_kind, object_id)",
     "INSERT INTO counters (name, value) VALUES ('audit', 0)",
 };
 

@@ -186,6 +186,10 @@ class Deletion(PeopleTest):
         self.try_login("gerd", PASSWORD, 401)
         self.assertNotIn("Gone Farm", [one["name"] for one in self.admin.get("/farms").json()["farms"]])
         self.assertNotIn("gabi", [one["name"] for one in self.admin.get("/users").json()["users"]])
+        trail = [one for one in self.admin.get("/audit?limit=1000").json()["entries"] if one["farm"] == farm]
+        self.assertIn("login", [one["action"] for one in trail])
+        self.assertNotIn("gerd", str(trail))
+        self.assertEqual({one["address"] for one in trail if one["action"] == "login"}, {""})
         self.admin.post("/farms", json={"name": "Gone Farm"})
 
 
