@@ -26,7 +26,11 @@ export async function logIn(name: string, password: string): Promise<void> {
 
 /** Throws ServiceError. After an error the session continues: only the service can remove the cookie. */
 export async function logOut(): Promise<void> {
-  await documentOf(client.DELETE('/sessions/current'));
+  try {
+    await documentOf(client.DELETE('/sessions/current'));
+  } catch (error) {
+    if (!hasNoSession(error)) throw error;
+  }
   end();
 }
 
@@ -52,11 +56,15 @@ async function follow(signal: AbortSignal): Promise<void> {
       const how = await shareEvents(readSnapshot, handlers, signal);
       if (how === 'logged-out') return end();
     } catch (error) {
-      if (error instanceof ServiceError && error.problem?.status === 401) return end();
+      if (hasNoSession(error)) return end();
       noteLoss();
       await new Promise((resolve) => setTimeout(resolve, 5000));
     }
   }
+}
+
+function hasNoSession(error: unknown): boolean {
+  return error instanceof ServiceError && error.problem?.status === 401;
 }
 
 async function readSnapshot(): Promise<string> {

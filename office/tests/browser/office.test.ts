@@ -161,6 +161,13 @@ describe('the log-out', () => {
     expect(requests).not.toContain('PATCH');
   });
 
+  it('works without a session too', async () => {
+    const page = await world.logIn('office');
+    await page.context().clearCookies();
+    await page.getByRole('button', {name: 'Log out'}).click();
+    await page.locator('.login').waitFor();
+  });
+
   it('that the service does not hear is not shown as one', async () => {
     const page = await world.logIn('office');
     await world.command('kill');
