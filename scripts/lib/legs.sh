@@ -145,6 +145,12 @@ leg_crash() {
         tee build/crash/tests.log
 }
 
+# Plants each mutant of tests/mutants in a copy of the tree. A mutant that no test notices fails the leg.
+leg_mutants() {
+    mkdir -p build/mutants
+    /usr/bin/python3 -B tests/mutants/run | tee build/mutants/tests.log
+}
+
 # The office's page, in Node.js and in Chromium against the service as it is shipped.
 leg_office() {
     shipped_service
@@ -208,7 +214,7 @@ run_legs() {
             status=1
         fi
         echo "== $leg took $((SECONDS - begin)) s"
-        closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ (files|fuzzers|tests|of [0-9]+ rounds) ' "build/$preset/tests.log" ||
+        closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ (files|fuzzers|tests|of [0-9]+ (rounds|mutants)) ' "build/$preset/tests.log" ||
             echo 'did not finish')
         summary+=("$leg: $closing")
     done
