@@ -50,7 +50,7 @@ class RunTest(unittest.TestCase):
         """Exit status and output of a run with the table."""
         folder = self.tree / "table"
         folder.mkdir(exist_ok=True)
-        (folder / "table.txt").write_text(table, encoding="utf-8")
+        (folder / "table.mutants").write_text(table, encoding="utf-8")
         done = subprocess.run([sys.executable, RUN, "--tree", self.tree, "--table", folder, *options],
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
         return done.returncode, done.stdout

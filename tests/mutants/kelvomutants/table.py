@@ -1,4 +1,4 @@
-"""Reads the table of mutants: the files *.txt of a folder.
+"""Reads the table of mutants: the files *.mutants of a folder.
 
 An entry:
 
@@ -119,7 +119,7 @@ def _entries(text, place):
 def read_table(folder):
     """The mutants of all files of the folder, in the order of the file names and lines."""
     mutants = []
-    for path in sorted(folder.glob("*.txt")):
+    for path in sorted(folder.glob("*.mutants")):
         mutants += _entries(path.read_text(encoding="utf-8"), path.name)
     names = [mutant.name for mutant in mutants]
     for mutant in mutants:
