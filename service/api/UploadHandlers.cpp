@@ -75,6 +75,22 @@ Async<Progress> begin(Context& context, Request& request, const store::Upload& u
     co_return Progress{upload, 0, {}};
 }
 
+/** The largest upload that a power failure may take back to its beginning. */
+constexpr long long smallUploadBytes = 1024 * 1024;
+
+/**
+ * A small upload that is whole in the request has no reply between its creation and its files. The
+ * commit of the files makes the creation durable too, so that one sync serves both.
+ */
+store::EDurability durabilityOf(const Request& request, const UploadRequest& wanted)
+{
+    const auto bodyBytes = request.body.isPresent() ? request.body.lengthBytes() : 0;
+    const bool isWhole =
+        wanted.concat.empty() && bodyBytes == static_cast<std::uint64_t>(wanted.lengthBytes);
+    return isWhole && wanted.lengthBytes <= smallUploadBytes ? store::EDurability::Later
+                                                             : store::EDurability::Now;
+}
+
 Async<Response> create(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
@@ -85,7 +101,8 @@ Async<Response> create(Context& context, Request& request)
     // Held before its id is known to any other request, so that its state cannot change meanwhile.
     const std::string id = newUploadId();
     auto hold = co_await context.activeUploads.take(id, request.body);
-    const StartedUpload started = co_await startUpload(context, user, wanted, id);
+    const StartedUpload started =
+        co_await startUpload(context, user, wanted, id, durabilityOf(request, wanted));
     Progress progress;
     if (started.isRepeat) {
         hold.reset();

@@ -128,12 +128,13 @@ std::string newUploadId()
 }
 
 Async<StartedUpload> startUpload(Context& context, const store::User& user,
-                                 const UploadRequest& wanted, const std::string& newId)
+                                 const UploadRequest& wanted, const std::string& newId,
+                                 store::EDurability durability)
 {
     auto change = [&context, &user, &wanted, &newId](store::Transaction& transaction) {
         return start(context, transaction, user, wanted, newId);
     };
-    co_return co_await context.database.write(change);
+    co_return co_await context.database.write(change, durability);
 }
 
 Async<store::Upload> findUpload(Context& context, const store::User& user, const std::string& id)

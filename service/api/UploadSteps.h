@@ -25,9 +25,14 @@ struct StartedUpload
 /** Returns a random upload id that cannot be guessed. */
 std::string newUploadId();
 
-/** Finds the upload with the same key, or adds a new upload with this id. Throws Problem. */
+/**
+ * Finds the upload with the same key, or adds a new upload with this id. With
+ * EDurability::Later the new upload may be lost with the power until a durable commit follows.
+ * Throws Problem.
+ */
 Async<StartedUpload> startUpload(Context& context, const store::User& user,
-                                 const UploadRequest& wanted, const std::string& newId);
+                                 const UploadRequest& wanted, const std::string& newId,
+                                 store::EDurability durability);
 
 /** Returns an upload of the caller. Throws not-found or gone. */
 Async<store::Upload> findUpload(Context& context, const store::User& user, const std::string& id);

@@ -7,6 +7,7 @@
 
 #include <soci/soci.h>
 
+#include <algorithm>
 #include <future>
 
 namespace kelvo::store {
@@ -161,7 +162,7 @@ void Database::commitBatch(const std::vector<Job*>& batch)
 {
     for (;;) {
         try {
-            begin();
+            begin(batch);
             for (Job* job : batch) {
                 runJob(*job);
             }
@@ -241,9 +242,17 @@ void Database::runJob(Job& job)
     *writer_ << "RELEASE SAVEPOINT change";
 }
 
-void Database::begin()
+void Database::begin(const std::vector<Job*>& batch)
 {
+    const bool mayWait = std::all_of(batch.begin(), batch.end(), [](const Job* job) {
+        return job->durability == EDurability::Later;
+    });
+    const EDurability wanted = mayWait ? EDurability::Later : EDurability::Now;
     try {
+        if (wanted != durability_) {
+            *writer_ << dialect_->setDurability(wanted);
+            durability_ = wanted;
+        }
         *writer_ << dialect_->beginWrite();
     } catch (const std::exception& error) {
         rethrow(error);

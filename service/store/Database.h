@@ -36,7 +36,8 @@ struct Transaction
  * Errors: the functions' exceptions, the errors of Errors.h, and std::runtime_error for a failing
  * database, without statements and values in its text. If a function throws, its changes are rolled
  * back; after CommitInDoubt the changes may be committed or not. If another program locks the
- * database, a call waits some seconds and then throws StoreBusy. A returned `write` is durable.
+ * database, a call waits some seconds and then throws StoreBusy. A returned `write` is durable
+ * unless it asks for EDurability::Later.
  * A function may run more than once; only its last run counts.
  * Retry: safe after each error but CommitInDoubt. After CommitInDoubt the change may be there: only
  * a change with a unique key may be repeated.
@@ -78,10 +79,12 @@ public:
     }
 
     template <class F>
-    Async<std::invoke_result_t<F&, Transaction&>> write(F change)
+    Async<std::invoke_result_t<F&, Transaction&>> write(F change,
+                                                        EDurability durability = EDurability::Now)
     {
         using Result = std::invoke_result_t<F&, Transaction&>;
         Job job;
+        job.durability = durability;
         if constexpr (std::is_void_v<Result>) {
             job.run = [&change](Transaction& transaction) { change(transaction); };
             co_await writeErased(job);
@@ -126,6 +129,7 @@ private:
     {
         std::function<void(Transaction&)> run;
         std::function<void()> done;
+        EDurability durability = EDurability::Now;
         std::exception_ptr error;
         std::vector<Event> events;
         std::vector<AuditEntry> audit;
@@ -157,7 +161,7 @@ private:
     void failBatch(const std::vector<Job*>& batch);
     void notify(const std::vector<Job*>& batch, bool inDoubt);
     void runJob(Job& job);
-    void begin();
+    void begin(const std::vector<Job*>& batch);
     void commit();
 
     std::unique_ptr<Dialect> dialect_;
@@ -170,7 +174,8 @@ private:
     std::condition_variable queueChanged_;
     std::vector<Job*> queue_;
     bool stopping_ = false;
-    std::unique_ptr<soci::session> writer_; // used by the writer thread
+    std::unique_ptr<soci::session> writer_;     // used by the writer thread
+    EDurability durability_ = EDurability::Now; // of writer_; used by the writer thread
     WorkPool readers_;
     std::thread writerThread_;
 };

@@ -58,7 +58,7 @@ public:
         // With a write-ahead log each commit syncs the log. With a rollback journal EXTRA also
         // syncs the removal of the journal, which is the commit there.
         const char* const settings[] = {
-            "PRAGMA synchronous = EXTRA",
+            everyCommit,
             "PRAGMA foreign_keys = ON",
             "PRAGMA cache_size = -1024",
             "PRAGMA temp_store = MEMORY",
@@ -68,6 +68,7 @@ public:
         }
         std::string mode;
         *session << "PRAGMA journal_mode = " << journal_, soci::into(mode);
+        hasLog_ = mode == "wal";
         if (mode != journal_ && !warned_.test_and_set()) {
             logWarning("journal-mode",
                        "the database uses the journal mode " + mode + " instead of " + journal_);
@@ -78,6 +79,13 @@ public:
     const char* beginRead() const override { return "BEGIN"; }
 
     const char* beginWrite() const override { return "BEGIN IMMEDIATE"; }
+
+    /** With a rollback journal, a commit without its syncs could damage the database. */
+    const char* setDurability(EDurability durability) const override
+    {
+        return durability == EDurability::Later && hasLog_ ? "PRAGMA synchronous = NORMAL"
+                                                           : everyCommit;
+    }
 
     void translate(const std::exception& error) const override
     {
@@ -100,9 +108,12 @@ public:
     }
 
 private:
+    static constexpr const char* everyCommit = "PRAGMA synchronous = EXTRA";
+
     std::string connectString_;
     std::string journal_;
-    mutable std::atomic_flag warned_; // the service makes several connections
+    mutable std::atomic_flag warned_;          // the service makes several connections
+    mutable std::atomic<bool> hasLog_ = false; // the write-ahead log
 };
 
 } // namespace

@@ -1,6 +1,7 @@
 // The differences between databases: connecting, transactions, error codes.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -9,6 +10,12 @@ class session;
 }
 
 namespace kelvo::store {
+
+/** When a commit is on the disk. */
+enum class EDurability : std::uint8_t {
+    Now,   // when the commit returns
+    Later, // at the latest with the next commit of the kind Now
+};
 
 /** One kind of database. Thread safe. */
 class Dialect
@@ -26,6 +33,9 @@ public:
      * as an upgraded reader.
      */
     virtual const char* beginWrite() const = 0;
+
+    /** The statement that sets the durability of the connection's next transactions. */
+    virtual const char* setDurability(EDurability durability) const = 0;
 
     /**
      * Throws the store's own error for an exception of a statement or a commit. Returns if there is

@@ -47,7 +47,9 @@ protected:
         wanted.targets = {inbox.id};
         wanted.lengthBytes = static_cast<long long>(text.size());
         const store::Upload upload =
-            loop.run(api::startUpload(context, user, wanted, api::newUploadId())).upload;
+            loop.run(api::startUpload(context, user, wanted, api::newUploadId(),
+                                      store::EDurability::Now))
+                .upload;
         content::UploadWriter writer(contents, digests, upload.id);
         writer.append(text.data(), text.size());
         return upload;

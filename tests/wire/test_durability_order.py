@@ -83,6 +83,23 @@ class DurabilityOrder(unittest.TestCase):
         reply = self.check_acknowledged(calls, data - 1, digest)
         self.assertEqual(self.replies_between(calls, before, reply), [], "a reply was sent before the commit")
 
+    def test_a_small_upload_syncs_the_database_once(self):
+        before = len(self.service.calls())
+        self.olga.put("small.zip", [self.inbox], b"small")
+        after = len(self.service.calls())
+        self.service.stop()
+        synced = [text for call, text in self.service.calls()[before:after] if call in SYNC and "kelvo.sqlite" in text]
+        self.assertEqual(len(synced), 1, synced)
+
+    def test_a_creation_is_committed_before_its_location_is_sent(self):
+        whole, part = b"small", b"smal"
+        for body, headers in ((None, {}), (part, {}), (whole, {"Upload-Concat": "partial"})):
+            with self.subTest(body=body, headers=headers):
+                before = len(self.service.calls())
+                self.assertIn("Location", self.olga.create("later.zip", [self.inbox], len(whole), body, headers=headers).headers)
+                reply = self.check_committed(self.service.calls(), before - 1)
+                self.assertEqual(self.replies_between(self.service.calls(), before, reply), [])
+
     def test_an_existing_content_is_synced_before_the_commit(self):
         content = b"twice the same" * 1000
         self.olga.put("first.zip", [self.inbox], content)

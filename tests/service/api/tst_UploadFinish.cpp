@@ -30,7 +30,8 @@ protected:
         wanted.targets = std::move(targets);
         wanted.lengthBytes = static_cast<long long>(text.size());
         const store::Upload upload =
-            loop.run(startUpload(context, user, wanted, newUploadId())).upload;
+            loop.run(startUpload(context, user, wanted, newUploadId(), store::EDurability::Now))
+                .upload;
         content::UploadWriter writer(contents, digests, upload.id);
         writer.append(text.data(), text.size());
         writer.suspend();
@@ -243,7 +244,7 @@ protected:
         wanted.targets = {inbox.id};
         wanted.lengthBytes = 0;
         wanted.key = key;
-        return loop.run(startUpload(context, user, wanted, newUploadId()));
+        return loop.run(startUpload(context, user, wanted, newUploadId(), store::EDurability::Now));
     }
 };
 

@@ -18,6 +18,10 @@ public:
 
     const char* beginRead() const override { return real_->beginRead(); }
     const char* beginWrite() const override { return real_->beginWrite(); }
+    const char* setDurability(store::EDurability durability) const override
+    {
+        return real_->setDurability(durability);
+    }
     void translate(const std::exception& error) const override { real_->translate(error); }
 
 protected:
