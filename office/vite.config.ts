@@ -2,7 +2,7 @@
 import {readdir, readFile, writeFile} from 'node:fs/promises';
 import {join} from 'node:path';
 import {brotliCompressSync, constants, gzipSync} from 'node:zlib';
-import {defineConfig, type Plugin} from 'vite';
+import {defineConfig, type Plugin, type Rollup} from 'vite';
 
 const compressible = /\.(html|js|css|svg|json|webmanifest)$/;
 
@@ -26,9 +26,47 @@ function compressedForms(): Plugin {
   };
 }
 
+/** The largest sizes of the brotli forms, in bytes: of the login page in its largest language, and of all files. */
+const limits = {'login page': 40 * 1024, 'whole page': 250 * 1024};
+
+/** Prints the sizes and ends the build if one is too large. */
+function sizes(): Plugin {
+  return {
+    name: 'sizes',
+    apply: 'build',
+    generateBundle: (_options, bundle) => {
+      const all = Object.values(bundle);
+      const sizeOf = (file: Rollup.OutputChunk | Rollup.OutputAsset | undefined) =>
+        (file ? brotliCompressSync(file.type === 'chunk' ? file.code : file.source).length : 0);
+      const files = new Set<string>();
+      const add = (name: string) => {
+        const file = bundle[name];
+        if (files.has(name)) return;
+        files.add(name);
+        if (file?.type === 'chunk') [...file.imports, ...(file.viteMetadata?.importedCss ?? [])].forEach(add);
+      };
+      for (const file of all) {
+        if (file.fileName === 'index.html' || (file.type === 'chunk' && file.isEntry)) add(file.fileName);
+      }
+      const languages = all.filter((file) => file.type === 'chunk' && /texts\/\w+\.json$/.test(file.facadeModuleId ?? ''));
+      const sum = (numbers: number[]) => numbers.reduce((total, each) => total + each, 0);
+      const found = {
+        'login page': sum([...files].map((name) => sizeOf(bundle[name]))) + Math.max(...languages.map(sizeOf)),
+        'whole page': sum(all.map(sizeOf)),
+      };
+      for (const [name, bytes] of Object.entries(found)) {
+        const limit = limits[name as keyof typeof limits];
+        console.log(`${name}: ${(bytes / 1024).toFixed(1)} KiB of ${limit / 1024} KiB`);
+        if (bytes > limit) throw new Error(`The ${name} is too large.`);
+      }
+    },
+  };
+}
+
 export default defineConfig({
   oxc: {jsx: {runtime: 'automatic', importSource: 'preact'}},
   build: {assetsInlineLimit: 0, modulePreload: {polyfill: false}, target: 'es2022'},
-  plugins: [compressedForms()],
-  test: {include: ['tests/unit/**/*.test.ts'], setupFiles: ['tests/unit/browser.ts']},
+  worker: {format: 'es'},
+  plugins: [compressedForms(), sizes()],
+  test: {include: ['tests/{unit,files}/**/*.test.ts'], setupFiles: ['tests/unit/browser.ts'], server: {deps: {inline: ['isoxml']}}},
 } as Parameters<typeof defineConfig>[0]);

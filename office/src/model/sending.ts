@@ -1,7 +1,8 @@
 // Files on their way to inboxes. An upload continues after a lost link, and after a reload if the same file is chosen.
-import {signal} from '@preact/signals';
+import {effect, signal} from '@preact/signals';
 import {DetailedError, Upload} from 'tus-js-client';
 import {apiPath} from '../api/client';
+import {user} from './farm';
 
 export type SendingState = 'waiting' | 'sending' | 'paused' | 'done' | 'failed';
 
@@ -51,8 +52,12 @@ export function remove(key: number): void {
   startNext();
 }
 
-/** Stops all files and forgets them. The service keeps what it has: a later session may continue. */
-export function stopAll(): void {
+// The end of a session stops all files. The service keeps what it has: a later session may continue.
+effect(() => {
+  if (!user.value) stopAll();
+});
+
+function stopAll(): void {
   for (const upload of uploads.values()) void upload.abort();
   uploads.clear();
   sendings.value = [];

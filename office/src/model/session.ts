@@ -4,7 +4,6 @@ import {client, documentOf, ServiceError} from '../api/client';
 import type {ServiceEvent} from '../api/events';
 import {shareEvents} from '../api/shared_events';
 import {forgetAll, takeConsoles, takeEvent, takeSnapshot, user} from './farm';
-import {stopAll} from './sending';
 
 export type Link =
   | {kind: 'connecting'}
@@ -45,7 +44,6 @@ function end(): void {
   running?.abort();
   running = undefined;
   forgetAll();
-  stopAll();
   isKnown.value = true;
 }
 

@@ -1,19 +1,21 @@
 // Texts, numbers and times in the language of the browser.
-import en from './en.json';
-import de from './de.json';
-import es from './es.json';
-import fr from './fr.json';
-import pl from './pl.json';
-import ptBr from './pt_br.json';
+import type en from './en.json';
 
 export type TextKey = keyof typeof en;
 type Texts = Record<TextKey, string>;
 
-/** The texts of each language. A missing text is an error of the compiler. */
-export const languages: Readonly<Record<string, Texts>> = {en, de, es, fr, pl, 'pt-BR': ptBr};
+/** Reads the texts of each language. A missing text is an error of the compiler. */
+const languages: Readonly<Record<string, () => Promise<{default: Texts}>>> = {
+  en: () => import('./en.json'),
+  de: () => import('./de.json'),
+  es: () => import('./es.json'),
+  fr: () => import('./fr.json'),
+  pl: () => import('./pl.json'),
+  'pt-BR': () => import('./pt_br.json'),
+};
 
 export const language = chooseLanguage(navigator.languages);
-const texts = languages[language] as Texts;
+const texts = (await (languages[language] as () => Promise<{default: Texts}>)()).default;
 
 /** The first language of the list that the page has, by its full name or its first part. Otherwise English. */
 export function chooseLanguage(wanted: readonly string[]): string {
@@ -44,6 +46,11 @@ export function sizeText(bytes: number): string {
   const style = {style: 'unit', unit: units[power] as string, maximumFractionDigits: power > 0 ? 1 : 0};
   return new Intl.NumberFormat(language, style as Intl.NumberFormatOptions).format(bytes / 1000 ** power);
 }
+
+const decimals = new Intl.NumberFormat(language, {maximumSignificantDigits: 4});
+
+/** A number with at most four digits that matter. */
+export const numberText = (value: number): string => decimals.format(value);
 
 const dateAndTime = new Intl.DateTimeFormat(language, {dateStyle: 'medium', timeStyle: 'short'});
 const timeOnly = new Intl.DateTimeFormat(language, {timeStyle: 'short'});

@@ -72,9 +72,12 @@ function FileTable({files}: {files: readonly File[]}) {
       <a href={`${apiPath}/resources/${file.id}/content`} download={file.name} title={file.name}>{file.name}</a>,
       sizeText(file.size),
       dateText(file.created_at),
-      <button aria-label={`${t('files.delete')} ${file.name}`} onClick={() => void remove(file)}>
-        {t('files.delete')}
-      </button>,
+      <span class="actions">
+        <a class="button" href={`#/map/${file.id}`} aria-label={`${t('files.map')} ${file.name}`}>{t('files.map')}</a>
+        <button aria-label={`${t('files.delete')} ${file.name}`} onClick={() => void remove(file)}>
+          {t('files.delete')}
+        </button>
+      </span>,
     ]} />
   );
 }

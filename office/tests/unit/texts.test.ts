@@ -1,13 +1,21 @@
 // Texts, numbers and places of the page.
 import {describe, expect, it} from 'vitest';
-import {chooseLanguage, languages, projectName, sizeText, t} from '../../src/texts';
+import {chooseLanguage, numberText, projectName, sizeText, t} from '../../src/texts';
+import de from '../../src/texts/de.json';
+import en from '../../src/texts/en.json';
+import es from '../../src/texts/es.json';
+import fr from '../../src/texts/fr.json';
+import pl from '../../src/texts/pl.json';
+import ptBr from '../../src/texts/pt_br.json';
 import {placeOf} from '../../src/views/place';
+
+const languages: Record<string, Record<string, string>> = {en, de, es, fr, pl, 'pt-BR': ptBr};
 
 const placeholders = (text: string) => [...text.matchAll(/\{\w+\}/g)].map(([name]) => name).sort();
 
 describe('the texts', () => {
   it.each(Object.keys(languages))('of %s are complete and have the same values', (name) => {
-    const english = languages['en'] as Record<string, string>;
+    const english = en as Record<string, string>;
     const texts = languages[name] as Record<string, string>;
     expect(Object.keys(texts).sort()).toEqual(Object.keys(english).sort());
     for (const [key, text] of Object.entries(texts)) {
@@ -37,9 +45,16 @@ describe('the texts', () => {
   });
 });
 
+describe('numbers', () => {
+  it('have four digits that matter', () => {
+    expect([1234.567, 0.00123456, 150].map(numberText)).toEqual(['1,235', '0.001235', '150']);
+  });
+});
+
 describe('the address', () => {
   it('names a view and an inbox', () => {
     expect(placeOf('#/files/10')).toEqual({view: 'files', id: 10});
+    expect(placeOf('#/map/55')).toEqual({view: 'map', id: 55});
     expect(placeOf('#/bin')).toEqual({view: 'bin', id: undefined});
   });
 

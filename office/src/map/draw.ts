@@ -1,0 +1,75 @@
+// Draws layers on the map.
+import Feature from 'ol/Feature';
+import MultiLineString from 'ol/geom/MultiLineString';
+import MultiPoint from 'ol/geom/MultiPoint';
+import MultiPolygon from 'ol/geom/MultiPolygon';
+import {fromExtent} from 'ol/geom/Polygon';
+import CircleStyle from 'ol/style/Circle';
+import Fill from 'ol/style/Fill';
+import Stroke from 'ol/style/Stroke';
+import Style from 'ol/style/Style';
+import type {MapCanvas} from './canvas';
+import {colourOf} from './channels';
+import type {Channel, Layer, Shapes} from './model';
+
+const boundaryStyle = new Style({stroke: new Stroke({color: '#b3261e', width: 2}), zIndex: 2});
+const guidanceStyle = new Style({stroke: new Stroke({color: '#0b57d0', width: 2, lineDash: [8, 6]}), zIndex: 3});
+
+/** Draws the channel of its layer, and the layers without channels. */
+export function draw(canvas: MapCanvas, layers: readonly Layer[], shown: Layer | undefined, channel: Channel | undefined): void {
+  const features = layers.flatMap((layer) => {
+    if (layer.shapes) return featureOf(canvas, layer.shapes, layer.kind === 'boundary' ? boundaryStyle : guidanceStyle);
+    if (layer !== shown || !channel) return [];
+    return layer.grid ? gridFeature(canvas, layer, channel) : channel.shapes.map((shapes, index) =>
+      featureOf(canvas, shapes, classStyle(colourOf(index, channel.classes.length))));
+  });
+  canvas.source.clear(true);
+  canvas.source.addFeatures(features);
+}
+
+function classStyle(colour: string): Style {
+  const fill = new Fill({color: colour});
+  return new Style({fill, stroke: new Stroke({color: colour, width: 3}), image: new CircleStyle({radius: 4, fill})});
+}
+
+function featureOf(canvas: MapCanvas, {kind, flat, endss}: Shapes, style: Style): Feature {
+  const feature = new Feature(geometryOf(kind, canvas.flatToPlane(flat), endss));
+  feature.setStyle(style);
+  return feature;
+}
+
+function geometryOf(kind: Shapes['kind'], flat: number[], endss: number[][]) {
+  switch (kind) {
+    case 'polygons':
+      return new MultiPolygon(flat, 'XY', endss);
+    case 'lines':
+      return new MultiLineString(flat, 'XY', endss.flat());
+    case 'points':
+      return new MultiPoint(flat, 'XY');
+  }
+}
+
+function gridFeature(canvas: MapCanvas, {extent: [west, south, east, north]}: Layer, {image}: Channel): Feature {
+  const feature = new Feature(fromExtent([...canvas.toPlane([west, south]), ...canvas.toPlane([east, north])]));
+  feature.setStyle(new Style({
+    zIndex: -1,
+    renderer: (pixels, {context}) => {
+      const corners = (pixels as number[][][])[0] as [number, number][];
+      const [left, right] = [Math.min(...corners.map(([x]) => x)), Math.max(...corners.map(([x]) => x))];
+      const [top, bottom] = [Math.min(...corners.map(([, y]) => y)), Math.max(...corners.map(([, y]) => y))];
+      context.imageSmoothingEnabled = false;
+      if (image) context.drawImage(image, left, top, right - left, bottom - top);
+    },
+  }));
+  return feature;
+}
+
+/** The value of the cell at the point, NaN outside. */
+export function valueAt({extent: [west, south, east, north], grid}: Layer, {values}: Channel,
+    [longitude, latitude]: readonly [number, number]): number {
+  if (!grid) return NaN;
+  const column = Math.floor(((longitude - west) / (east - west)) * grid.columns);
+  const row = Math.floor(((latitude - south) / (north - south)) * grid.rows);
+  const isInside = column >= 0 && row >= 0 && column < grid.columns && row < grid.rows;
+  return isInside ? values[row * grid.columns + column] as number : NaN;
+}

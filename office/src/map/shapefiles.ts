@@ -1,0 +1,103 @@
+// Shapefiles: polygons, lines and points with a table of values.
+import {combine, parseDbf, parseShp} from 'shpjs';
+import type {Archive} from './archive';
+import {channelOfAreas, channelOfPoints, type Classified} from './channels';
+import {extentOf, polygonArea, shapesByClass, shapesOf, type Parts, type Point} from './geometry';
+import {Refusal, type Layer, type Shapes} from './model';
+import type {Found} from './task_data';
+
+const mostPoints = 500_000;
+
+export interface Feature {
+  geometry: {type: string; coordinates: unknown} | null;
+  properties: Record<string, unknown>;
+}
+
+export function shapefilesOf({files}: Archive): string[] {
+  return [...files.keys()].filter((path) => /\.shp$/i.test(path) && !path.includes('__MACOSX'));
+}
+
+/** Throws Refusal. */
+export function readShapefile({files}: Archive, path: string): Found {
+  const part = (extension: string) => [...files].find(([each]) =>
+    each.toLowerCase() === path.toLowerCase().replace(/shp$/, extension))?.[1];
+  const projection = part('prj');
+  const table = part('dbf');
+  const name = path.replace(/^.*\//, '').replace(/\.shp$/i, '');
+  let features: Feature[];
+  try {
+    const shapes = parseShp(files.get(path) as Uint8Array, projection);
+    features = combine([shapes, table && parseDbf(table, part('cpg') ?? encodingOf(table))]).features as Feature[];
+  } catch {
+    throw new Refusal('damaged');
+  }
+  const layer = layerOf(name, features);
+  if (!layer) return {layers: [], notes: []};
+  const [west, south, east, north] = layer.extent;
+  if (!(west >= -180 && east <= 180 && south >= -90 && north <= 90)) throw new Refusal('noProjection');
+  return {layers: [layer], notes: projection ? [] : [{kind: 'assumedDegrees', name}]};
+}
+
+/** A table without a note of its encoding is old, unless its bytes are UTF-8. */
+function encodingOf(table: Uint8Array): string {
+  try {
+    new TextDecoder('utf-8', {fatal: true}).decode(table.subarray(32));
+    return 'utf-8';
+  } catch {
+    return 'windows-1252';
+  }
+}
+
+interface Shape {
+  kind: Shapes['kind'];
+  parts: Parts;
+  row: Record<string, unknown>;
+}
+
+/** Throws Refusal. */
+function layerOf(name: string, features: readonly Feature[]): Layer | undefined {
+  const shapes = features.flatMap(({geometry, properties}) =>
+    (geometry ? partsOf(geometry) : []).map((each): Shape => ({...each, row: properties ?? {}})));
+  const kind = shapes[0]?.kind;
+  if (!kind) return undefined;
+  if (shapes.reduce((sum, {parts}) => sum + parts.reduce((all, part) => all + part.length, 0), 0) > mostPoints) {
+    throw new Refusal('tooDetailed');
+  }
+  const all = shapes.map(({parts}) => parts);
+  const columns = Object.keys(shapes[0]?.row ?? {}).filter((column) => typeof shapes[0]?.row[column] === 'number');
+  const extent = extentOf(all);
+  const layerKind = kind === 'polygons' ? 'zones' : kind === 'points' ? 'track' : 'guidance';
+  if (columns.length === 0) {
+    return {kind: kind === 'polygons' ? 'boundary' : 'guidance', name, extent, channels: [], shapes: shapesOf(kind, all)};
+  }
+  const areas = kind === 'polygons' ? all.map(polygonArea) : [];
+  const channels = columns.map((column) => {
+    const values = Float64Array.from(shapes, ({row}) => (typeof row[column] === 'number' ? row[column] as number : NaN));
+    const draw = (classified: Classified) => shapesByClass(kind, all, classified);
+    return kind === 'polygons'
+      ? channelOfAreas({name: column, unit: ''}, values, (index) => areas[index] as number, draw)
+      : channelOfPoints({name: column, unit: ''}, values, draw);
+  });
+  return {kind: layerKind, name, extent, channels};
+}
+
+function partsOf({type, coordinates}: NonNullable<Feature['geometry']>): {kind: Shapes['kind']; parts: Parts}[] {
+  const points = coordinates as Point[];
+  const lines = coordinates as Point[][];
+  switch (type) {
+    case 'Point':
+      return [{kind: 'points', parts: [[coordinates as Point]]}];
+    case 'MultiPoint':
+      return points.map((point) => ({kind: 'points', parts: [[point]]}));
+    case 'LineString':
+      return [{kind: 'lines', parts: [points]}];
+    case 'MultiLineString':
+      return lines.map((line) => ({kind: 'lines', parts: [line]}));
+    case 'Polygon':
+      return [{kind: 'polygons', parts: lines}];
+    case 'MultiPolygon':
+      return (coordinates as Point[][][]).map((parts) => ({kind: 'polygons', parts}));
+    default:
+      return [];
+  }
+}

@@ -1,0 +1,28 @@
+// The doubts that the page tells before it sends a file.
+import {isPrescription, type Answer} from '../map/model';
+import {filesByInbox, type InboxOfProject} from './farm';
+
+export type Doubt =
+  /** The inbox has a file of this name already. */
+  | {kind: 'twice'; name: string; inbox: string}
+  /** A prescription on its way to guidance lines or job reports. */
+  | {kind: 'misplaced'; name: string; project: string}
+  | {kind: 'noTaskData'; name: string}
+  | {kind: 'notArchive'; name: string};
+
+const prescriptions = 'To Console';
+
+/** `answer` is undefined while the file is read. */
+export function doubtsOf(name: string, targets: readonly InboxOfProject[], answer: Answer | undefined): Doubt[] {
+  const doubts: Doubt[] = [];
+  const twice = targets.find(({id}) => filesByInbox.value.get(id)?.some((each) => each.name === name));
+  if (twice) doubts.push({kind: 'twice', name, inbox: twice.owner.name});
+  const project = targets[0]?.projectName ?? '';
+  if (answer && 'reading' in answer) {
+    if (project !== prescriptions && isPrescription(answer.reading)) doubts.push({kind: 'misplaced', name, project});
+    if (project === prescriptions && !answer.reading.hasTaskData) doubts.push({kind: 'noTaskData', name});
+  } else if (project === prescriptions && answer && (answer.refusal === 'notArchive' || answer.refusal === 'damaged')) {
+    doubts.push({kind: 'notArchive', name});
+  }
+  return doubts;
+}

@@ -1,0 +1,62 @@
+// The frame of the office with the view of the address.
+import {user} from '../model/farm';
+import {link, logOut} from '../model/session';
+import {t, timeText} from '../texts';
+import {Bin} from './Bin';
+import {Files} from './Files';
+import {Fleet} from './Fleet';
+import {MapPage} from './MapPage';
+import {place, type View} from './place';
+import {Sendings} from './Sendings';
+import {tellError, Toast} from './Toast';
+
+export function Office() {
+  return (
+    <>
+      <Header />
+      <main>{user.value?.role === 'admin' ? <p class="empty">{t('forbidden')}</p> : <CurrentView />}</main>
+      <Sendings />
+      <Toast />
+    </>
+  );
+}
+
+function CurrentView() {
+  switch (place.value.view) {
+    case 'fleet':
+      return <Fleet />;
+    case 'bin':
+      return <Bin />;
+    case 'map':
+      return <MapPage fileId={place.value.id} />;
+    default:
+      return <Files inboxId={place.value.id} />;
+  }
+}
+
+const officeViews = ['files', 'fleet', 'bin'] as const satisfies View[];
+
+function Header() {
+  const views = user.value?.role === 'office' ? officeViews : officeViews.slice(0, 1);
+  return (
+    <header>
+      <h1>{user.value?.farm?.name ?? 'KELVO'}</h1>
+      <nav>
+        {views.map((view) => (
+          <a key={view} href={`#/${view}`} aria-current={place.value.view === view ? 'page' : undefined}>
+            {t(`nav.${view}`)}
+          </a>
+        ))}
+      </nav>
+      <LinkState />
+      <span class="user">{user.value?.name}</span>
+      <button onClick={() => void logOut().catch(tellError)}>{t('logout')}</button>
+    </header>
+  );
+}
+
+function LinkState() {
+  const now = link.value;
+  const text = now.kind === 'lost' ? t('link.lost', {time: timeText(now.sinceMs)}) : t(`link.${now.kind}`);
+  return <span class={`link ${now.kind}`} role="status">{text}</span>;
+}

@@ -1,0 +1,209 @@
+// Files as maps in Chromium.
+import {truncateSync, writeFileSync} from 'node:fs';
+import {join} from 'node:path';
+import type {Page} from 'playwright-core';
+import {afterAll, afterEach, beforeAll, describe, expect, it} from 'vitest';
+import {colourOf} from '../../src/map/channels';
+import {archive, field, grid, prescription, roundField, shapefile, task, taskData, withClaimedSize, zones} from '../unit/archives';
+import {violations} from './barriers';
+import {World} from './world';
+
+let world: World;
+
+beforeAll(async () => {
+  world = await World.start();
+});
+afterAll(() => world?.stop());
+afterEach(async () => {
+  await world.closePages();
+  expect(world.complaints.splice(0)).toEqual([]);
+});
+
+function newFile(name: string, bytes: Uint8Array): string {
+  const path = join(world.folder, name);
+  writeFileSync(path, bytes);
+  return path;
+}
+
+const choose = (page: Page, ...paths: string[]) => page.locator('.send input[type=file]').setInputFiles(paths);
+
+interface Look {
+  /** Latitude, longitude and value below the pointer, as the page tells them. */
+  latitude: number;
+  longitude: number;
+  value: number;
+  colour: string;
+}
+
+/** The words and the colour of the map at a place. The place is a part of its width and height. */
+async function lookAt(page: Page, across: number, down: number): Promise<Look> {
+  const box = (await page.locator('.map').boundingBox())!;
+  await page.mouse.move(box.x + across * box.width - 1, box.y + down * box.height);
+  await page.mouse.move(box.x + across * box.width, box.y + down * box.height);
+  const told = await page.locator('.readout').filter({hasText: '°'}).textContent();
+  const [latitude = NaN, longitude = NaN, value = NaN] = (told!.match(/-?[\d.]+/g) ?? []).map(Number);
+  const colour = await page.locator('.map canvas').evaluate((canvas, [x = 0, y = 0]) => {
+    const {width, height} = canvas as HTMLCanvasElement;
+    const pixel = (canvas as HTMLCanvasElement).getContext('2d')!.getImageData(x * width, y * height, 1, 1).data;
+    return `#${[...pixel.slice(0, 3)].map((each) => each.toString(16).padStart(2, '0')).join('')}`;
+  }, [across, down]);
+  return {latitude, longitude, value, colour};
+}
+
+/** The map has drawn its features: two pictures of the canvas have the same bytes. */
+async function drawn(page: Page): Promise<void> {
+  await page.waitForFunction(() => {
+    const canvas = document.querySelector<HTMLCanvasElement>('.map canvas');
+    if (!canvas) return false;
+    return canvas.getContext('2d')!.getImageData(0, 0, canvas.width, canvas.height).data.some((each) => each !== 0);
+  });
+}
+
+describe('the map of a grid', () => {
+  it('has each rate at its place in its colour, before it is sent and in the inbox', async () => {
+    const page = await world.logIn('office');
+    await choose(page, newFile('rates.zip', prescription()));
+    await page.locator('.review .map').waitFor();
+    await judge(page);
+    await page.getByRole('button', {name: 'Send', exact: true}).click();
+    await page.getByRole('link', {name: 'Map rates.zip'}).click();
+    await page.locator('.map-page .map').waitFor();
+    await judge(page);
+    await page.getByText('Total amount:').waitFor();
+    await page.reload(); // The address is a link to the map.
+    await page.locator('.map-page .map').waitFor();
+    await judge(page);
+  });
+
+  /** The grid has 3 × 2 cells from 51.5°, 5.25°; a cell has 0.0001° × 0.0002°. */
+  async function judge(page: Page): Promise<void> {
+    await drawn(page);
+    const rates = [0, 0, 100, 200, 300, 300];
+    const ranks = [0, 100, 200, 300];
+    const seen = new Set<number>();
+    for (const across of [0.2, 0.5, 0.8]) {
+      for (const down of [0.4, 0.6]) {
+        const {latitude, longitude, value, colour} = await lookAt(page, across, down);
+        const cell = 3 * Math.floor((latitude - 51.5) / 0.0001) + Math.floor((longitude - 5.25) / 0.0002);
+        seen.add(cell);
+        expect({cell, value}).toEqual({cell, value: rates[cell]});
+        expect({cell, colour}).toEqual({cell, colour: colourOf(ranks.indexOf(value), ranks.length)});
+      }
+    }
+    expect([...seen].sort()).toEqual([0, 1, 2, 3, 4, 5]);
+  }
+
+  it('is drawn with the boundary of its field', async () => {
+    const page = await world.logIn('office');
+    await choose(page, newFile('hill wheat.zip', roundField()));
+    await page.getByText('Field boundary Hill').waitFor();
+    await drawn(page);
+    expect(await page.locator('.review [role=alert]').count()).toBe(0);
+    await lookAt(page, 0.6, 0.4);
+    await world.picture(page, 'map');
+  });
+
+  it('far from its field warns', async () => {
+    const page = await world.logIn('office');
+    await choose(page, newFile('far.zip', archive({
+      'TASKDATA.XML': taskData(task(zones + grid(1, 1, 1)) + field(55.5, 37.6)), 'GRD00001.BIN': new Uint8Array([7])})));
+    await page.getByText('North field and the field are 2,').waitFor();
+  });
+
+  it('has no barrier, by day, by night and on a phone', async () => {
+    const path = newFile('barriers.zip', prescription());
+    await world.command('put', path, 'To Console');
+    for (const colorScheme of ['light', 'dark'] as const) {
+      const page = await world.logIn('office', {viewport: {width: 360, height: 740}, colorScheme});
+      await page.getByRole('link', {name: 'Map barriers.zip'}).first().click();
+      await page.locator('.map-page .map canvas').waitFor();
+      expect(await violations(page)).toEqual([]);
+      expect(await page.evaluate(() => document.documentElement.scrollWidth)).toBeLessThanOrEqual(360);
+      await page.getByRole('link', {name: 'Back to the inbox'}).click();
+      await choose(page, path);
+      await page.locator('.review .map canvas').waitFor();
+      expect(await violations(page)).toEqual([]);
+    }
+  });
+});
+
+describe('a shapefile', () => {
+  it('has the unit that the user names', async () => {
+    const page = await world.logIn('office');
+    await choose(page, newFile('shapes.zip', shapefile([[5, 51, 5.001, 51.001], [5.001, 51, 5.002, 51.001]], [100, 200])));
+    await page.getByText('does not tell its projection').waitFor();
+    expect(await page.getByText('Total amount:').count()).toBe(0);
+    await page.getByLabel('Unit of the rate').selectOption('l/ha');
+    await page.getByText(/Total amount: 233\.\d l/).waitFor();
+  });
+});
+
+describe('before sending', () => {
+  it('the page asks about a prescription among the curves', async () => {
+    const page = await world.logIn('office');
+    await page.locator('.inboxes').getByRole('link', {name: 'Curves'}).click();
+    await choose(page, newFile('lost.zip', prescription()));
+    await page.getByText('lost.zip is a prescription map.').waitFor();
+    await page.getByRole('button', {name: 'Do not send'}).click();
+    await page.locator('.review').waitFor({state: 'detached'});
+    expect(await page.locator('.sending').count()).toBe(0);
+  });
+
+  it('the page asks about an archive without task data and about a file that is no archive', async () => {
+    const page = await world.logIn('office');
+    await choose(page, newFile('letters.zip', archive({'letter.txt': new Uint8Array(3)})), newFile('plain.txt', new Uint8Array(3)));
+    await page.getByText('letters.zip has no task data.').waitFor();
+    await page.getByText('plain.txt is not a sound archive.').waitFor();
+    await page.getByText('letter.txt', {exact: true}).waitFor();
+    await page.getByRole('button', {name: 'Send all the same'}).click();
+    await page.locator('.sending.done').nth(1).waitFor();
+  });
+});
+
+describe('a hostile file', () => {
+  const entities = new TextEncoder().encode('<!DOCTYPE x [<!ENTITY a "b">]><ISO11783_TaskData/>');
+  const cases: [string, () => Uint8Array, string][] = [
+    ['bomb.zip', () => withClaimedSize(archive({'TASKDATA.XML': taskData(''), 'a.bin': new Uint8Array(1000)}), 1000, 4e9),
+      'The archive is too large when it is unpacked'],
+    ['entities.zip', () => archive({'TASKDATA.XML': entities}), 'The task data declare entities.'],
+    ['huge grid.zip', () => archive({'GRD00001.BIN': new Uint8Array(10),
+      'TASKDATA.XML': taskData(task(zones + grid(2e9, 2e9, 1).replace('0.0001', '1e-12').replace('0.0002', '1e-12')))}),
+    'The grid North field names more cells than its file has.'],
+  ];
+
+  it.each(cases)('%s is told, and the next file is drawn', async (name, bytes, text) => {
+    const page = await world.logIn('office');
+    await choose(page, newFile(name, bytes()), newFile('good.zip', prescription()));
+    await page.getByText(text).waitFor();
+    await page.getByRole('button', {name: /^good\.zip/}).click();
+    await page.locator('.review .map canvas').waitFor();
+  });
+
+  it('of 500 MB is told at once', async () => {
+    const path = newFile('large.zip', new Uint8Array([0x50, 0x4b]));
+    truncateSync(path, 500_000_000);
+    const page = await world.logIn('office');
+    await choose(page, path);
+    await page.getByText('The file is larger than 67.1 MB').waitFor();
+  });
+
+  it('with HTML and formulas in its names is text', async () => {
+    const page = await world.logIn('office');
+    const names = ['<img src=x onerror=alert(1)>.zip', '=HYPERLINK("evil").zip'];
+    const evil = field(51, 5).replace('Home', '&lt;script&gt;alert(1)&lt;/script&gt;');
+    const paths = names.map((name) => newFile(name, archive({'TASKDATA.XML': taskData(evil)})));
+    await choose(page, ...paths);
+    await page.getByText('<script>alert(1)</script>').waitFor();
+    await page.getByRole('button', {name: 'Send', exact: true}).click();
+    for (const name of names) await page.getByRole('link', {name: `Map ${name}`}).waitFor();
+    expect(await page.locator('main img, main script').count()).toBe(0);
+  });
+});
+
+describe('a guessed link', () => {
+  it('shows nothing of a file that is not there', async () => {
+    const page = await world.logIn('office');
+    await page.goto(`${world.origin}/#/map/999999`);
+    await page.getByText('This file is not here.').waitFor();
+  });
+});

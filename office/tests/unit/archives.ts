@@ -1,0 +1,118 @@
+// Archives made for the tests.
+import {strToU8, zipSync} from 'fflate';
+
+export type Bytes = Uint8Array<ArrayBuffer>;
+
+export const taskData = (content: string): Bytes => strToU8(
+  `<?xml version="1.0" encoding="UTF-8"?>
+<ISO11783_TaskData VersionMajor="4" VersionMinor="2" ManagementSoftwareManufacturer="t" DataTransferOrigin="1">
+${content}</ISO11783_TaskData>`) as Bytes;
+
+export const archive = (files: Record<string, Uint8Array>): Bytes => zipSync(files) as Bytes;
+
+/** Two zones: 0 has 0 kg/ha and 7 has 150 kg/ha. */
+export const zones = `<TZN A="0"><PDV A="0006" B="0"/></TZN><TZN A="7"><PDV A="0006" B="15000"/></TZN>`;
+
+export const grid = (columns: number, rows: number, type: 1 | 2, file = 'GRD00001', code = '') =>
+  `<GRD A="51.5" B="5.25" C="0.0001" D="0.0002" E="${columns}" F="${rows}" G="${file}" I="${type}" ${code}/>`;
+
+export const task = (content: string) => `<TSK A="TSK1" B="North field" G="1">${content}</TSK>`;
+
+/** A field of about 700 m × 1.1 km whose south-western corner is the given point. */
+export const field = (latitude: number, longitude: number) => {
+  const corners = [[0, 0], [0.01, 0], [0.01, 0.01], [0, 0.01], [0, 0]];
+  const points = corners.map(([north = 0, east = 0]) => `<PNT A="2" C="${latitude + north}" D="${longitude + east}"/>`);
+  return `<PFD A="PFD1" C="Home" D="1"><PLN A="1"><LSG A="1">${points.join('')}</LSG></PLN></PFD>`;
+};
+
+export const integers = (...values: number[]): Bytes => new Uint8Array(Int32Array.from(values).buffer);
+
+/** A small prescription: two cells of 0, then 100, 200 and two of 300 kg/ha. */
+export const prescription = (): Bytes => archive({
+  'TASKDATA/TASKDATA.XML': taskData(task(`<TZN A="1"><PDV A="0006" B="0"/></TZN>${grid(3, 2, 2, 'GRD00001', 'J="1"')}`)),
+  'TASKDATA/GRD00001.BIN': integers(0, 0, 10_000, 20_000, 30_000, 30_000),
+});
+
+/** A map like those of farms: rates from 100 to 260 kg/ha, zero outside of a round field, and its boundary. */
+export function roundField(): Bytes {
+  const size = 60;
+  const raw = [...Array(size * size).keys()].map((cell) => {
+    const [x, y] = [(cell % size) - size / 2 + 0.5, Math.floor(cell / size) - size / 2 + 0.5];
+    const step = Math.round(3 + 2 * Math.sin(x / 9) + 2 * Math.cos((x + y) / 11));
+    return Math.hypot(x, y) < size / 2 ? (120 + 20 * step) * 100 : 0;
+  });
+  const corners = [...Array(61).keys()].map((each) => {
+    const angle = (each * Math.PI) / 30;
+    return `<PNT A="2" C="${51.503 + 0.003 * Math.sin(angle)}" D="${5.256 + 0.006 * Math.cos(angle)}"/>`;
+  });
+  return archive({
+    'TASKDATA/TASKDATA.XML': taskData(`${task(`<TZN A="1"><PDV A="0006" B="0" C="PDT1"/></TZN>${grid(size, size, 2, 'GRD00001', 'J="1"')}`)}
+      <PDT A="PDT1" B="Wheat"/><PFD A="PFD1" C="Hill" D="1"><PLN A="1"><LSG A="1">${corners.join('')}</LSG></PLN></PFD>`),
+    'TASKDATA/GRD00001.BIN': integers(...raw),
+  });
+}
+
+/** Two cells with a rate in kg/ha, by a scale of the file, and a rate in l/ha. */
+export const severalValues = (): Bytes => archive({
+  'taskdata/taskdata.xml': taskData(`${task(`<TZN A="1"><PDV A="0006" B="0" E="VPN1"/><PDV A="0001" B="0"/></TZN>${
+    grid(2, 1, 2, 'GRD00001', 'J="1"')}`)}<VPN A="VPN1" B="50" C="0.02" D="2" E="kg/ha"/>`),
+  'taskdata/grd00001.bin': integers(100, -5, 200, 7),
+});
+
+/** The archive with another unpacked size in its directory. */
+export function withClaimedSize(bytes: Bytes, size: number, claimed: number): Bytes {
+  const view = new DataView(bytes.buffer);
+  for (let at = 0; at + 28 < bytes.length; ++at) {
+    if (view.getUint32(at, true) === 0x02014b50 && view.getUint32(at + 24, true) === size) view.setUint32(at + 24, claimed, true);
+  }
+  return bytes;
+}
+
+/** A shapefile of rectangles with the column RATE. */
+export function shapefile(rectangles: readonly (readonly [number, number, number, number])[], rates: readonly number[],
+    projection?: string): Bytes {
+  const files: Record<string, Uint8Array> = {'map.shp': shp(rectangles), 'map.dbf': dbf(rates)};
+  if (projection) files['map.prj'] = strToU8(projection);
+  return archive(files);
+}
+
+function shp(rectangles: readonly (readonly [number, number, number, number])[]): Uint8Array {
+  const recordBytes = 8 + 4 + 32 + 8 + 4 + 5 * 16;
+  const view = new DataView(new ArrayBuffer(100 + rectangles.length * recordBytes));
+  view.setInt32(0, 9994);
+  view.setInt32(24, view.byteLength / 2);
+  view.setInt32(28, 1000, true);
+  view.setInt32(32, 5, true);
+  rectangles.forEach(([west, south, east, north], index) => {
+    const at = 100 + index * recordBytes;
+    view.setInt32(at, index + 1);
+    view.setInt32(at + 4, (recordBytes - 8) / 2);
+    view.setInt32(at + 8, 5, true);
+    [west, south, east, north].forEach((each, place) => view.setFloat64(at + 12 + 8 * place, each, true));
+    view.setInt32(at + 44, 1, true);
+    view.setInt32(at + 48, 5, true);
+    const corners = [[west, south], [west, north], [east, north], [east, south], [west, south]];
+    corners.flat().forEach((each, place) => view.setFloat64(at + 56 + 8 * place, each, true));
+  });
+  return new Uint8Array(view.buffer);
+}
+
+function dbf(rates: readonly number[]): Uint8Array {
+  const width = 10;
+  const head = 32 + 32 + 1;
+  const bytes = new Uint8Array(head + rates.length * (width + 1) + 1).fill(0x20);
+  bytes.fill(0, 0, head);
+  const view = new DataView(bytes.buffer);
+  bytes[0] = 3;
+  view.setUint32(4, rates.length, true);
+  view.setUint16(8, head, true);
+  view.setUint16(10, width + 1, true);
+  bytes.set(strToU8('RATE'), 32);
+  bytes[32 + 11] = 'N'.charCodeAt(0);
+  bytes[32 + 16] = width;
+  bytes[32 + 17] = 2;
+  bytes[head - 1] = 0x0d;
+  rates.forEach((rate, index) => bytes.set(strToU8(rate.toFixed(2).padStart(width)), head + 1 + index * (width + 1)));
+  bytes[bytes.length - 1] = 0x1a;
+  return bytes;
+}

@@ -1,0 +1,214 @@
+// Files as maps: task data and shapefiles, good and hostile.
+import {strToU8} from 'fflate';
+import {describe, expect, it} from 'vitest';
+import {classify, colourOf} from '../../src/map/channels';
+import {valueAt} from '../../src/map/draw';
+import {largestFile, type Channel, type Layer, type Reading} from '../../src/map/model';
+import {pixelsOf} from '../../src/map/paint';
+import {read} from '../../src/map/read';
+import {amountUnit} from '../../src/map/units';
+import {archive, field, grid, prescription, severalValues, shapefile, task, taskData, withClaimedSize, zones, type Bytes}
+  from './archives';
+
+const only = (files: Record<string, Uint8Array>): Promise<Reading> => read('a.zip', archive(files));
+const first = ({layers}: Reading): Layer => layers[0] as Layer;
+const refusal = (bytes: Bytes, name = 'a.zip'): Promise<string> =>
+  read(name, bytes).then(() => 'none', (error: Error) => error.message);
+
+describe('a grid', () => {
+  it('has the values of each product', async () => {
+    const {channels} = first(await read('a.zip', severalValues()));
+    expect(channels.map(({unit, values}) => [unit, ...values])).toEqual([['kg/ha', 3, 5], ['l/ha', -0.0005, 0.0007000000000000001]]);
+  });
+
+  it('has its area and its total amount', async () => {
+    const {areaM2 = 0, sumHa = 0} = first(await read('a.zip', prescription())).channels[0] as Channel;
+    const cellM2 = 0.0001 * 111_195 * 0.0002 * 111_195 * Math.cos((51.5001 * Math.PI) / 180);
+    expect(areaM2 / (4 * cellM2)).toBeCloseTo(1, 4);
+    expect(sumHa / ((100 + 200 + 300 + 300) * cellM2 / 10_000)).toBeCloseTo(1, 4);
+    expect(amountUnit('kg/ha')).toBe('kg');
+  });
+
+  it('is painted with the northern row first, and zero in its own colour', async () => {
+    const layer = first(await read('a.zip', prescription()));
+    const pixels = pixelsOf(layer.grid!, layer.channels[0]!.values);
+    const colours = [...Array(6).keys()].map((cell) =>
+      `#${[...pixels.slice(4 * cell, 4 * cell + 3)].map((each) => each.toString(16).padStart(2, '0')).join('')}`);
+    const [zero, low, middle, high] = [0, 1, 2, 3].map((index) => colourOf(index, 4));
+    expect(colours).toEqual([middle, high, high, zero, zero, low]);
+  });
+
+  it('tells the value at a place', async () => {
+    const layer = first(await read('a.zip', prescription()));
+    const at = (longitude: number, latitude: number) => valueAt(layer, layer.channels[0]!, [longitude, latitude]);
+    expect([at(5.2505, 51.50005), at(5.2501, 51.50015)]).toEqual([100, 200]);
+    expect(at(5.2499, 51.50005)).toBeNaN();
+    expect(at(5.2505, 51.5002)).toBeNaN();
+  });
+
+  it('without its file is told', async () => {
+    expect((await only({'TASKDATA.XML': taskData(task(zones + grid(2, 3, 1)))})).notes).toEqual([{kind: 'noGridFile', name: 'North field'}]);
+  });
+
+  it('far from its field is told', async () => {
+    const near = {'TASKDATA.XML': taskData(task(zones + grid(1, 1, 1)) + field(51.495, 5.245)), 'GRD00001.BIN': new Uint8Array([7])};
+    expect((await only(near)).notes).toEqual([]);
+    const far = {...near, 'TASKDATA.XML': taskData(task(zones + grid(1, 1, 1)) + field(55.5, 37.6))};
+    expect((await only(far)).notes).toMatchObject([{kind: 'far', name: 'North field'}]);
+  });
+
+  it('of each set of an archive is drawn', async () => {
+    const set = {'TASKDATA.XML': taskData(task(zones + grid(1, 1, 1))), 'GRD00001.BIN': new Uint8Array([7])};
+    const both = Object.fromEntries(['a/', 'b/c/'].flatMap((path) => Object.entries(set).map(([name, each]) => [path + name, each])));
+    expect((await only(both)).layers.length).toBe(2);
+  });
+});
+
+describe('task data', () => {
+  it('have zones with their rates and holes', async () => {
+    const square = (size: number, type: number) => `<LSG A="${type}">${[[0, 0], [0, size], [size, size], [size, 0]]
+      .map(([x = 0, y = 0]) => `<PNT A="2" C="${51 + y}" D="${5 + x}"/>`).join('')}</LSG>`;
+    const reading = await only({'TASKDATA.XML': taskData(task(
+      `<TZN A="1"><PLN A="2">${square(0.002, 1)}${square(0.001, 2)}</PLN><PDV A="0006" B="20000"/></TZN>`))});
+    const {kind, channels: [channel]} = first(reading);
+    const hectares = (111.195 * 2) ** 2 * Math.cos((51.001 * Math.PI) / 180) / 10_000;
+    expect(kind).toBe('zones');
+    expect(channel?.areaM2! / 10_000 / (hectares * 0.75)).toBeCloseTo(1, 3);
+    expect(channel?.sumHa! / channel?.areaM2! * 10_000).toBeCloseTo(200, 9);
+    expect(channel?.shapes[1]?.endss).toEqual([[8, 16]]);
+  });
+
+  it('have guidance lines of all kinds', async () => {
+    const point = (north: number, east: number) => `<PNT A="9" C="${north}" D="${east}"/>`;
+    const pattern = (type: number, more: string, points: string) =>
+      `<GPN A="GPN${type}" B="line ${type}" C="${type}" ${more}><LSG A="5">${points}</LSG></GPN>`;
+    const reading = await only({'TASKDATA.XML': taskData(`<PFD A="PFD1" C="Home" D="1"><GGP A="GGP1">${
+      pattern(1, '', point(51, 5) + point(51.01, 5))}${pattern(2, 'G="90"', point(51, 5))}${
+      pattern(4, 'H="100000"', point(51, 5))}</GGP></PFD>`)});
+    expect(reading.layers.map(({kind, name}) => `${kind} ${name}`)).toEqual(['guidance line 1', 'guidance line 2', 'guidance line 4']);
+    const [, heading, pivot] = reading.layers as [Layer, Layer, Layer];
+    expect(heading.extent[3] - heading.extent[1]).toBeCloseTo(0, 6);
+    expect((pivot.extent[3] - pivot.extent[1]) * 111_195).toBeCloseTo(200, 3);
+  });
+
+  it('have time logs as tracks with scaled values', async () => {
+    const records = [[51, 5, 1000], [51.0001, 5, undefined], [51.0002, 5, 2000], [0, 0, 1]];
+    const bytes = records.flatMap(([north = 0, east = 0, value], index) => {
+      const view = new DataView(new ArrayBuffer(value === undefined ? 16 : 21));
+      view.setUint32(0, index * 1000, true);
+      view.setUint16(4, 15_000, true);
+      view.setInt32(6, Math.round(north * 1e7), true);
+      view.setInt32(10, Math.round(east * 1e7), true);
+      view.setUint8(14, 1);
+      if (value === undefined) return [...new Uint8Array(view.buffer)];
+      view.setUint8(15, 1);
+      view.setUint8(16, 0);
+      view.setInt32(17, value, true);
+      return [...new Uint8Array(view.buffer)];
+    });
+    const set = (binary: number[]) => ({
+      'TASKDATA.XML': taskData(`${task('<TLG A="TLG00001"/>')}<DVC A="DVC1" B="Drill" D="0" F="0" G="0"><DET A="DET1" B="1" C="1" D="Bin" E="0" F="0">
+        <DOR A="5"/></DET><DPD A="5" B="0007" C="1" D="16" E="Seed" F="6"/><DVP A="6" B="0" C="0.01" D="1" E="kg/ha"/></DVC>`),
+      'TLG00001.XML': strToU8('<TIM A="" D="4"><PTN A="" B="" D=""/><DLV A="0007" B="" C="DET1"/></TIM>'),
+      'TLG00001.BIN': new Uint8Array(binary),
+    });
+    const reading = await only(set(bytes));
+    const {kind, channels: [channel], extent} = first(reading);
+    expect([kind, channel?.unit, [...channel?.values ?? []]]).toEqual(['track', 'kg/ha', [10, 10, 20]]);
+    expect(extent[3]).toBeCloseTo(51.0002, 9);
+    expect(reading.notes).toEqual([]);
+    expect((await only(set(bytes.slice(0, 40)))).notes).toEqual([{kind: 'logDamaged', name: 'TLG00001'}]);
+  });
+
+  it('alone are read too', async () => {
+    expect(first(await read('TASKDATA.XML', taskData(field(51, 5)))).kind).toBe('boundary');
+  });
+});
+
+describe('a shapefile', () => {
+  const mercator = 'PROJCS["m",GEOGCS["w",DATUM["D_WGS_1984",SPHEROID["WGS_1984",6378137,298.257223563]],PRIMEM["Greenwich",0],UNIT["Degree",0.0174532925199433]],'
+    + 'PROJECTION["Transverse_Mercator"],PARAMETER["False_Easting",500000],PARAMETER["False_Northing",0],PARAMETER["Central_Meridian",9],'
+    + 'PARAMETER["Scale_Factor",0.9996],PARAMETER["Latitude_Of_Origin",0],UNIT["Meter",1]]';
+
+  it('has the rates of its table in its projection', async () => {
+    const {layers: [layer], notes} = await read('a.zip', shapefile([[500_000, 5_700_000, 500_100, 5_700_200]], [120.5], mercator));
+    expect(notes).toEqual([]);
+    expect(layer?.extent[0]).toBeCloseTo(9, 7);
+    expect(layer?.extent[1]).toBeCloseTo(51.451, 2);
+    const [channel] = layer?.channels as [Channel];
+    expect([channel.name, channel.unit, ...channel.values]).toEqual(['RATE', '', 120.5]);
+    expect(channel.areaM2! / 20_000).toBeCloseTo(1, 2);
+  });
+
+  it('without a projection is refused if its numbers are not degrees', async () => {
+    expect(await refusal(shapefile([[500_000, 5_700_000, 500_100, 5_700_200]], [1]))).toBe('noProjection');
+    expect((await read('a.zip', shapefile([[5, 51, 5.001, 51.001]], [1]))).notes).toEqual([{kind: 'assumedDegrees', name: 'map'}]);
+  });
+});
+
+describe('the classes', () => {
+  it('are the values themselves if there are at most seven', () => {
+    const {classes, classOf} = classify(Float64Array.of(0, 5, NaN, 3, 5), () => 1);
+    expect(classes.map(({from, to, weight}) => [from, to, weight])).toEqual([[0, 0, 1], [3, 3, 1], [5, 5, 2]]);
+    expect([...classOf]).toEqual([0, 2, 255, 1, 2]);
+  });
+
+  it('are seven ranges otherwise', () => {
+    const {classes} = classify(Float64Array.from({length: 70}, (_, index) => index + 1), () => 1);
+    expect(classes.map(({weight}) => weight)).toEqual([0, 10, 10, 10, 10, 10, 10, 10]);
+  });
+});
+
+describe('a hostile file', () => {
+  it('that is too large is not read', async () => {
+    expect(await refusal(new Uint8Array(largestFile + 1))).toBe('tooLarge');
+  });
+
+  it('that is no archive is refused', async () => {
+    expect(await refusal(strToU8('hello') as Bytes)).toBe('notArchive');
+    expect(await refusal(archive({'TASKDATA.XML': taskData('')}).slice(0, 60))).toBe('damaged');
+  });
+
+  it('that unpacks to more than the limit is refused before it is unpacked', async () => {
+    const bytes = archive({'TASKDATA.XML': taskData(''), 'GRD00001.BIN': new Uint8Array(1000)});
+    expect(await refusal(withClaimedSize(bytes, 1000, 300_000_000))).toBe('unpacksTooLarge');
+  });
+
+  it('that lies about its unpacked size gets no more memory than it said', async () => {
+    const bytes = archive({'TASKDATA.XML': taskData(task(zones + grid(1, 1, 1))), 'GRD00001.BIN': new Uint8Array(1_000_000)});
+    const reading = await read('a.zip', withClaimedSize(bytes, 1_000_000, 1)).catch((error: Error) => error.message);
+    if (typeof reading === 'object') expect(first(reading).channels[0]?.values.length).toBe(1);
+    else expect(reading).toBe('damaged');
+  });
+
+  it('with a grid of 2·10⁹ × 2·10⁹ cells is told', async () => {
+    const reading = await only({'TASKDATA.XML': taskData(task(zones + grid(2e9, 2e9, 1))), 'GRD00001.BIN': new Uint8Array(10)});
+    expect(reading).toMatchObject({layers: [], notes: [{kind: 'gridValues', name: 'North field'}]});
+    const tiny = grid(2e9, 2e9, 1).replace('0.0001', '1e-12').replace('0.0002', '1e-12');
+    const inside = await only({'TASKDATA.XML': taskData(task(zones + tiny)), 'GRD00001.BIN': new Uint8Array(10)});
+    expect(inside.notes).toEqual([{kind: 'gridShort', name: 'North field'}]);
+  });
+
+  it('with more cells than the page draws is told', async () => {
+    const reading = await only({'TASKDATA.XML': taskData(task(zones + grid(3000, 3000, 1))), 'GRD00001.BIN': new Uint8Array(9e6)});
+    expect(reading.notes).toEqual([{kind: 'gridTooLarge', name: 'North field'}]);
+  });
+
+  it('with entities is refused', async () => {
+    const levels = [...Array(9).keys()].map((level) => `<!ENTITY e${level + 1} "${`&e${level};`.repeat(10)}">`).join('');
+    const bomb = `<?xml version="1.0"?><!DOCTYPE x [<!ENTITY e0 "ha">${levels}]><ISO11783_TaskData><TSK A="TSK1" B="&e9;" G="1"/></ISO11783_TaskData>`;
+    expect(await refusal(archive({'TASKDATA.XML': strToU8(bomb)}))).toBe('entities');
+    expect(await refusal(archive({'TASKDATA.XML': taskData(''), 'TLG00001.XML': strToU8(bomb)}))).toBe('entities');
+  });
+
+  it('with a damaged document is refused', async () => {
+    expect(await refusal(archive({'TASKDATA.XML': strToU8('<nothing')}))).toBe('damaged');
+    expect(await refusal(archive({'a.shp': strToU8('no shapes')}))).toBe('damaged');
+  });
+
+  it('keeps its names as they are', async () => {
+    const name = '<img src=x onerror=alert(1)>';
+    const reading = await only({'TASKDATA.XML': taskData(field(51, 5).replace('Home', '&lt;img src=x onerror=alert(1)&gt;'))});
+    expect(first(reading).name).toBe(name);
+  });
+});
