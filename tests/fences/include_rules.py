@@ -106,6 +106,7 @@ RULES = (
     Rule("service/http", ["service/base"], [], ["boost", "openssl", "json"]),
     Rule("service/tls", ["service/base"], [], ["boost", "openssl"]),
     Rule("service/store", ["service/base"], [], ["soci", "sqlite", "postgresql"]),
+    Rule("service/objects", ["service/base"], [], ["curl", "openssl"]),
     Rule("service/content", ["service/base"]),
     Rule("service/metrics", ["service/http", "service/base"]),
     Rule("service/web", ["service/http", "service/base"]),

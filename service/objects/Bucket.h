@@ -1,0 +1,83 @@
+// The objects of one bucket of an S3 object store.
+#pragma once
+
+#include "service/base/Clock.h"
+#include "service/objects/BucketAddress.h"
+#include "service/objects/Exchange.h"
+#include "service/objects/Signature.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelvo::objects {
+
+/** A larger object is neither written nor read: it bounds the memory of a request. */
+inline constexpr std::size_t largestObjectBytes = 8 * 1024 * 1024;
+
+/** How long a call tries. Before attempt n the pause is `pause` * 2^(n-2), less up to half of it.
+ */
+struct Persistence
+{
+    int attempts = 5;
+    std::chrono::milliseconds pause{200};
+    Timeouts timeouts;
+    std::function<void(std::chrono::milliseconds)> sleep; // empty: sleeps on the calling thread
+};
+
+/**
+ * Each call is one signed request, repeated after a failure that may pass. Objects are not
+ * overwritten: the caller uses a key for one content only, so a repeated PUT does no harm.
+ *
+ * Keys: 1 to 200 letters, digits, '-', '_', '/' and '.', else std::invalid_argument.
+ * Thread: any; all calls block, so call them on a pool. A call takes an idle connection or opens a
+ * new one. Memory: the bytes of one object a call. Errors: ObjectMissing, RequestRefused,
+ * GatewayUnavailable.
+ */
+class Bucket
+{
+public:
+    /** `clock` outlives it. Throws std::invalid_argument for an unusable address. */
+    Bucket(BucketAddress address, Credentials credentials, const Clock& clock,
+           Persistence persistence = {});
+
+    /**
+     * Returns when the store has the object. `sha256` of the bytes, in hexadecimal: the store
+     * refuses other bytes.
+     */
+    void put(const std::string& key, std::string_view bytes, const std::string& sha256);
+
+    /** Returns exactly these bytes of the object. `sizeBytes` is at least 1. */
+    std::string get(const std::string& key, std::uint64_t offset, std::size_t sizeBytes);
+
+    /** The size of the object. Empty if it is missing. */
+    std::optional<std::uint64_t> sizeOf(const std::string& key);
+
+    /** A missing object counts as removed. */
+    void remove(const std::string& key);
+
+private:
+    struct Call;
+    class Borrowed;
+
+    Answer request(const Call& call);
+    Outgoing sign(const Call& call) const;
+    void pauseBefore(int attempt) const;
+
+    BucketAddress address_;
+    Credentials credentials_;
+    const Clock& clock_;
+    Persistence persistence_;
+    std::string host_; // of the endpoint, with its port
+    std::mutex mutex_; // guards idle_
+    std::vector<std::unique_ptr<Exchange>> idle_;
+};
+
+} // namespace kelvo::objects

@@ -1,0 +1,152 @@
+// A bucket against a gateway that fails on request.
+#include "service/base/Digest.h"
+#include "service/objects/Bucket.h"
+#include "service/objects/ObjectErrors.h"
+#include "service/tls/Authority.h"
+#include "service/tls/ServerContext.h"
+#include "tests/service/support/ManualClock.h"
+#include "tests/service/support/ObjectGateway.h"
+#include "tests/support/TempFolder.h"
+
+#include <gmock/gmock.h>
+
+namespace kelvo::objects {
+namespace {
+
+using test::EFault;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Pair;
+
+class ABucket : public testing::Test
+{
+protected:
+    Persistence persistence()
+    {
+        Persistence result;
+        result.attempts = 3;
+        result.pause = std::chrono::milliseconds(100);
+        result.sleep = [this](std::chrono::milliseconds pause) { pauses.push_back(pause.count()); };
+        return result;
+    }
+
+    void put(const std::string& key, const std::string& bytes)
+    {
+        bucket.put(key, bytes, sha256Hex(bytes));
+    }
+
+    template <class Error>
+    static std::string textOf(const std::function<void()>& call)
+    {
+        try {
+            call();
+        } catch (const Error& error) {
+            return error.what();
+        }
+        return "no error";
+    }
+
+    test::ManualClock clock;
+    std::vector<std::int64_t> pauses;
+    test::ObjectGateway gateway;
+    Bucket bucket{gateway.address(), test::ObjectGateway::credentials(), clock, persistence()};
+};
+
+TEST_F(ABucket, UsesOneConnectionForSuccessiveCalls)
+{
+    put("a", "1");
+    bucket.get("a", 0, 1);
+    bucket.remove("a");
+    EXPECT_EQ(gateway.connections(), 1U);
+}
+
+TEST_F(ABucket, TriesAgainWhenTheStoreIsBusy)
+{
+    gateway.failNext({EFault::Busy, EFault::DoneButBusy});
+    put("a", "1");
+    EXPECT_THAT(gateway.requests(), ElementsAre("PUT a", "PUT a"));
+    ASSERT_EQ(pauses.size(), 2U);
+    EXPECT_GE(pauses[0], 50);
+    EXPECT_LE(pauses[0], 100);
+    EXPECT_GE(pauses[1], 100);
+    EXPECT_LE(pauses[1], 200);
+}
+
+TEST_F(ABucket, TriesAgainWhenTheConnectionIsCut)
+{
+    put("a", "12345");
+    gateway.failNext({EFault::DoneButCut});
+    EXPECT_EQ(bucket.get("a", 0, 5), "12345");
+    gateway.failNext({EFault::DoneButCut});
+    put("b", "678");
+    gateway.failNext({EFault::DoneButCut});
+    bucket.remove("a");
+    bucket.remove("b");
+    EXPECT_TRUE(gateway.objects().empty());
+}
+
+TEST_F(ABucket, GivesUpAfterTheLastAttempt)
+{
+    gateway.failNext({EFault::Busy, EFault::Busy, EFault::Busy});
+    EXPECT_THAT(textOf<GatewayUnavailable>([this] { put("a", "1"); }), HasSubstr("503 SlowDown"));
+    EXPECT_EQ(gateway.attempts(), 3);
+    EXPECT_TRUE(gateway.objects().empty());
+}
+
+TEST_F(ABucket, DoesNotRepeatARefusedRequest)
+{
+    gateway.failNext({EFault::RefusedClock});
+    EXPECT_THAT(textOf<RequestRefused>([this] { put("a", "1"); }),
+                HasSubstr("403 RequestTimeTooSkewed"));
+    EXPECT_EQ(gateway.attempts(), 1);
+}
+
+TEST_F(ABucket, DoesNotTakeTheWholeObjectForARange)
+{
+    put("a", "0123456789");
+    gateway.failNext({EFault::WholeObject});
+    EXPECT_THROW(bucket.get("a", 2, 2), std::runtime_error);
+    gateway.failNext({EFault::WholeObject});
+    EXPECT_THROW(bucket.get("a", 2, 10), GatewayUnavailable);
+}
+
+TEST_F(ABucket, GivesUpASilentStore)
+{
+    Persistence impatient = persistence();
+    impatient.timeouts.total = std::chrono::milliseconds(50);
+    Bucket other(gateway.address(), test::ObjectGateway::credentials(), clock, impatient);
+    gateway.failNext({EFault::Silent, EFault::Silent, EFault::Silent});
+    EXPECT_THROW(other.sizeOf("a"), GatewayUnavailable);
+    EXPECT_EQ(gateway.attempts(), 3);
+}
+
+TEST_F(ABucket, GivesUpIfNobodyListens)
+{
+    BucketAddress nobody = gateway.address();
+    nobody.endpoint = "http://127.0.0.1:1";
+    Bucket other(nobody, test::ObjectGateway::credentials(), clock, persistence());
+    EXPECT_THROW(other.sizeOf("a"), GatewayUnavailable);
+    EXPECT_EQ(pauses.size(), 2U);
+}
+
+TEST(ABucketOverTls, TrustsOnlyTheNamedAuthority)
+{
+    const test::TempFolder folder;
+    const SystemClock clock;
+    const auto files = tls::ensureCertificates(folder.Path(), {"localhost"}, clock.nowMs() / 1000);
+    const std::shared_ptr<ssl_ctx_st> context = tls::makeServerContext(files);
+    const test::ObjectGateway gateway([context] { return context; });
+    BucketAddress address = gateway.address();
+    Bucket stranger(address, test::ObjectGateway::credentials(), clock);
+    EXPECT_THROW(stranger.sizeOf("a"), RequestRefused);
+    address.caFile = folder.Path("ca.pem");
+    Bucket bucket(address, test::ObjectGateway::credentials(), clock);
+    bucket.put("a", "1", sha256Hex("1"));
+    EXPECT_THAT(gateway.objects(), ElementsAre(Pair("a", "1")));
+    address.endpoint.replace(8, 9, "127.0.0.1"); // the certificate has another name
+    Bucket elsewhere(address, test::ObjectGateway::credentials(), clock);
+    EXPECT_THROW(elsewhere.sizeOf("a"), RequestRefused);
+}
+
+} // namespace
+} // namespace kelvo::objects
