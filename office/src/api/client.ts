@@ -12,6 +12,7 @@ export type File = Schemas['File'];
 export type BinFile = Schemas['BinFile'];
 export type User = Schemas['User'];
 export type Console = Schemas['ConsoleRecord'];
+export type TrackPoint = Schemas['TrackPoint'];
 export type Problem = Schemas['Problem'];
 export type FileEvent = Schemas['FileEvent'];
 export type InboxEvent = Schemas['InboxEvent'];

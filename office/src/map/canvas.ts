@@ -13,9 +13,6 @@ import VectorSource from 'ol/source/Vector';
 import {metresOfDegree, type Point} from './geometry';
 import type {Extent} from './model';
 
-/** The width and height in metres that a single place gets. */
-const smallest = 20;
-
 export class MapCanvas {
   readonly map: OlMap;
   readonly source = new VectorSource<Feature<Geometry>>();
@@ -41,8 +38,8 @@ export class MapCanvas {
     this.map.setTarget(undefined);
   }
 
-  /** Shows the rectangle. The first call decides where the plane touches. */
-  fit([west, south, east, north]: Extent): void {
+  /** Shows the rectangle, at least `smallest` metres of it. The first call decides where the plane touches. */
+  fit([west, south, east, north]: Extent, smallest = 20): void {
     this.origin ??= [(west + east) / 2, (south + north) / 2];
     const [left, bottom] = this.toPlane([west, south]);
     const [right, top] = this.toPlane([east, north]);

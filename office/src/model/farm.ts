@@ -2,6 +2,7 @@
 import {computed, signal} from '@preact/signals';
 import type {Account, Console, ConsoleMoved, File, FileEvent, Inbox, InboxEvent, User} from '../api/client';
 import type {ServiceEvent} from '../api/events';
+import {movementBetween, type Movement} from './movement';
 
 export interface InboxOfProject extends Omit<Inbox, 'entries'> {
   projectName: string;
@@ -10,6 +11,8 @@ export interface InboxOfProject extends Omit<Inbox, 'entries'> {
 export interface ConsoleState extends Console {
   /** When the service received the position, by this browser's clock for a position that came as an event. */
   positionReceivedMs: number;
+  /** Undefined until the page knows two positions. */
+  movement?: Movement | undefined;
 }
 
 export const user = signal<User | undefined>(undefined);
@@ -72,6 +75,15 @@ export function takeEvent({name, data}: ServiceEvent, nowMs: number): boolean {
   }
 }
 
+export const consoleName = ({console_string, hardware_address, id}: ConsoleState): string =>
+  console_string || hardware_address || `#${id}`;
+
+/** The last report of any kind, by the service's clock. */
+export function lastContactMs({environment, devices, positionReceivedMs}: ConsoleState): number {
+  const times = [environment?.received_at, ...devices.map((each) => each.received_at)];
+  return Math.max(positionReceivedMs, ...times.map((time) => (time ? Date.parse(time) : 0)));
+}
+
 export function forgetAll(): void {
   user.value = undefined;
   inboxes.value = new Map();
@@ -96,7 +108,8 @@ function moveConsole(move: ConsoleMoved, nowMs: number): boolean {
     longitude: move.longitude,
     received_at: new Date(nowMs).toISOString(),
   };
-  const moved = {...known, operator: move.user, position, positionReceivedMs: nowMs};
+  const movement = known.position ? movementBetween(known.position, position) : undefined;
+  const moved = {...known, operator: move.user, position, positionReceivedMs: nowMs, movement};
   consoles.value = new Map(consoles.value).set(move.console, moved);
   return true;
 }

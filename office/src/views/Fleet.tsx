@@ -1,30 +1,87 @@
-// The consoles of the farm.
-import {consoles, type ConsoleState} from '../model/farm';
-import {dateText, t} from '../texts';
-import {LongTable} from './LongTable';
+// The consoles of the farm, on a map and in a list. #/fleet/3 is the console 3.
+import {useComputed, useSignal} from '@preact/signals';
+import type {TrackPoint} from '../api/client';
+import {consoleName, consoles, lastContactMs, type ConsoleState} from '../model/farm';
+import type {Marker} from '../map/fleet';
+import type {Point} from '../map/geometry';
+import {t} from '../texts';
+import {agoText, now} from './clock';
+import {ConsoleDetail} from './ConsoleDetail';
+import {lazily} from './lazily';
 
-export function Fleet() {
+const FleetMapBox = lazily(async () => (await import('./FleetMapBox')).FleetMapBox);
+
+const oldMs = 15 * 60 * 1000;
+const silentMs = 60 * 60 * 1000;
+
+export function Fleet({consoleId}: {consoleId: number | undefined}) {
+  const search = useSignal('');
+  const isSilentOnly = useSignal(false);
+  const track = useSignal<readonly TrackPoint[]>([]);
+  const replay = useSignal<TrackPoint | undefined>(undefined);
+  const trackPoints = useComputed(() => track.value.map(placeOf));
+  const replayPoint = useComputed(() => (replay.value ? placeOf(replay.value) : undefined));
   const all = [...consoles.value.values()];
   if (all.length === 0) return <p class="empty">{t('fleet.none')}</p>;
-  const heads = [t('fleet.console'), t('fleet.operator'), t('fleet.position'), t('fleet.measured'), t('fleet.contact')];
+  const wanted = search.value.toLocaleLowerCase();
+  const found = all.filter((console) => `${consoleName(console)} ${console.operator.name}`.toLocaleLowerCase().includes(wanted)
+    && (!isSilentOnly.value || now.value - lastContactMs(console) > silentMs));
+  const chosen = consoleId === undefined ? undefined : consoles.value.get(consoleId);
   return (
-    <LongTable heads={heads} rows={all} keyOf={({id}) => id} cells={(console) => [
-      console.console_string || console.hardware_address,
-      console.operator.name,
-      ...positionCells(console),
-      dateText(lastContactMs(console)),
-    ]} />
+    <div class="fleet">
+      <section class="fleet-list">
+        <div class="bar">
+          <input type="search" placeholder={t('fleet.search')} aria-label={t('fleet.search')} value={search}
+            onInput={(event) => {
+              search.value = event.currentTarget.value;
+            }} />
+          <label>
+            <input type="checkbox" checked={isSilentOnly.value} onChange={(event) => {
+              isSilentOnly.value = event.currentTarget.checked;
+            }} />
+            {t('fleet.silent')}
+          </label>
+        </div>
+        {found.length === 0 && <p class="empty">{t('fleet.noMatch')}</p>}
+        <ul class="consoles">
+          {found.map((console) => <Line key={console.id} console={console} isChosen={console === chosen} />)}
+        </ul>
+        {consoleId !== undefined && !chosen && <p role="alert">{t('fleet.noConsole')}</p>}
+        {chosen && <ConsoleDetail key={chosen.id} console={chosen} track={track} replay={replay} />}
+      </section>
+      <FleetMapBox markers={markersOf(found, chosen)} track={trackPoints.value} replay={replayPoint.value}
+        onChoose={(id) => {
+          location.hash = `#/fleet/${id}`;
+        }} />
+    </div>
   );
 }
 
-/** The place, and the time by the console's clock, which may be wrong or long before its receipt. */
-function positionCells({position}: ConsoleState): [string, string] {
-  if (!position) return [t('fleet.noPosition'), ''];
-  return [`${position.latitude.toFixed(5)}°, ${position.longitude.toFixed(5)}°`, dateText(position.time_s * 1000)];
+function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {
+  const {operator, position, movement} = console;
+  return (
+    <li>
+      <a href={`#/fleet/${console.id}`} aria-current={isChosen ? 'true' : undefined}>
+        <b>{consoleName(console)}</b> {operator.name}
+        <span class="detail">{t('fleet.contactAgo', {ago: agoText(lastContactMs(console))})}</span>
+        <span class="detail">
+          {position ? t('fleet.positionAgo', {ago: agoText(position.time_s * 1000)}) : t('fleet.noPosition')}
+          {movement && ` · ${Math.round(movement.speedKmh)} km/h`}
+        </span>
+      </a>
+    </li>
+  );
 }
 
-/** The last report of any kind, by the service's clock. */
-function lastContactMs({environment, devices, positionReceivedMs}: ConsoleState): number {
-  const times = [environment?.received_at, ...devices.map((each) => each.received_at)];
-  return Math.max(positionReceivedMs, ...times.map((time) => (time ? Date.parse(time) : 0)));
+const placeOf = ({longitude, latitude}: {longitude: number; latitude: number}): Point => [longitude, latitude];
+
+function markersOf(list: readonly ConsoleState[], chosen: ConsoleState | undefined): Marker[] {
+  return list.flatMap((console) => (console.position ? [{
+    id: console.id,
+    name: consoleName(console),
+    place: placeOf(console.position),
+    heading: console.movement?.heading,
+    isOld: now.value - console.position.time_s * 1000 > oldMs,
+    isChosen: console === chosen,
+  }] : []));
 }

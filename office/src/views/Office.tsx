@@ -24,7 +24,7 @@ export function Office() {
 function CurrentView() {
   switch (place.value.view) {
     case 'fleet':
-      return <Fleet />;
+      return <Fleet consoleId={place.value.id} />;
     case 'bin':
       return <Bin />;
     case 'map':

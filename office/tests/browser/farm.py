@@ -39,20 +39,28 @@ class Commands:
         """{name: SHA-256} of the operator's inbox."""
         return {name: file["sha256"] for name, file in self.office.files(OPERATOR, project).items()}
 
+    def report(self, method, path, document):
+        """The operator's console reports something."""
+        ask_as_operator(self.farm, method, path, json.dumps(document).encode())
+
     def streams(self):
         """The open event streams."""
         return self.farm.service.metrics()["kelvo_event_streams_open"][frozenset()]
 
 
+def ask_as_operator(farm, method, path, body=b""):
+    """A request with the session of the operator's console."""
+    token = json.loads((farm.work / f"{OPERATOR}.session").read_text())["token"]
+    request = urllib.request.Request(f"https://{farm.service.address}/kelvo-api/v1{path}", data=body, method=method,
+                                     headers={"Authorization": f"Bearer {token}", "Content-Type": "application/json"})
+    urllib.request.urlopen(request, context=ssl.create_default_context(cafile=str(farm.service.ca)), timeout=60).close()
+
+
 def make_inboxes(farm, projects=("To Console", "From Console", "Curves")):
     """The operator's inboxes, as the operator's console would make them."""
     farm.ctl(OPERATOR).login(OPERATOR, PASSWORDS[OPERATOR])
-    token = json.loads((farm.work / f"{OPERATOR}.session").read_text())["token"]
-    trust = ssl.create_default_context(cafile=str(farm.service.ca))
     for project in projects:
-        url = f"https://{farm.service.address}/kelvo-api/v1/projects/{urllib.parse.quote(project)}/user-inbox"
-        request = urllib.request.Request(url, data=b"", method="POST", headers={"Authorization": f"Bearer {token}"})
-        urllib.request.urlopen(request, context=trust, timeout=60).close()
+        ask_as_operator(farm, "POST", f"/projects/{urllib.parse.quote(project)}/user-inbox")
 
 
 def main():

@@ -1,29 +1,13 @@
 // Files as maps in Chromium.
-import {truncateSync, writeFileSync} from 'node:fs';
-import {join} from 'node:path';
+import {truncateSync} from 'node:fs';
 import type {Page} from 'playwright-core';
-import {afterAll, afterEach, beforeAll, describe, expect, it} from 'vitest';
+import {describe, expect, it} from 'vitest';
 import {colourOf} from '../../src/map/channels';
 import {archive, field, grid, prescription, roundField, shapefile, task, taskData, withClaimedSize, zones} from '../unit/archives';
 import {violations} from './barriers';
-import {World} from './world';
+import {useWorld, world} from './world';
 
-let world: World;
-
-beforeAll(async () => {
-  world = await World.start();
-});
-afterAll(() => world?.stop());
-afterEach(async () => {
-  await world.closePages();
-  expect(world.complaints.splice(0)).toEqual([]);
-});
-
-function newFile(name: string, bytes: Uint8Array): string {
-  const path = join(world.folder, name);
-  writeFileSync(path, bytes);
-  return path;
-}
+useWorld();
 
 const choose = (page: Page, ...paths: string[]) => page.locator('.send input[type=file]').setInputFiles(paths);
 
@@ -62,7 +46,7 @@ async function drawn(page: Page): Promise<void> {
 describe('the map of a grid', () => {
   it('has each rate at its place in its colour, before it is sent and in the inbox', async () => {
     const page = await world.logIn('office');
-    await choose(page, newFile('rates.zip', prescription()));
+    await choose(page, world.newFile('rates.zip', prescription()));
     await page.locator('.review .map').waitFor();
     await judge(page);
     await page.getByRole('button', {name: 'Send', exact: true}).click();
@@ -95,7 +79,7 @@ describe('the map of a grid', () => {
 
   it('is drawn with the boundary of its field', async () => {
     const page = await world.logIn('office');
-    await choose(page, newFile('hill wheat.zip', roundField()));
+    await choose(page, world.newFile('hill wheat.zip', roundField()));
     await page.getByText('Field boundary Hill').waitFor();
     await drawn(page);
     expect(await page.locator('.review [role=alert]').count()).toBe(0);
@@ -105,13 +89,13 @@ describe('the map of a grid', () => {
 
   it('far from its field warns', async () => {
     const page = await world.logIn('office');
-    await choose(page, newFile('far.zip', archive({
+    await choose(page, world.newFile('far.zip', archive({
       'TASKDATA.XML': taskData(task(zones + grid(1, 1, 1)) + field(55.5, 37.6)), 'GRD00001.BIN': new Uint8Array([7])})));
     await page.getByText('North field and the field are 2,').waitFor();
   });
 
   it('has no barrier, by day, by night and on a phone', async () => {
-    const path = newFile('barriers.zip', prescription());
+    const path = world.newFile('barriers.zip', prescription());
     await world.command('put', path, 'To Console');
     for (const colorScheme of ['light', 'dark'] as const) {
       const page = await world.logIn('office', {viewport: {width: 360, height: 740}, colorScheme});
@@ -130,7 +114,7 @@ describe('the map of a grid', () => {
 describe('a shapefile', () => {
   it('has the unit that the user names', async () => {
     const page = await world.logIn('office');
-    await choose(page, newFile('shapes.zip', shapefile([[5, 51, 5.001, 51.001], [5.001, 51, 5.002, 51.001]], [100, 200])));
+    await choose(page, world.newFile('shapes.zip', shapefile([[5, 51, 5.001, 51.001], [5.001, 51, 5.002, 51.001]], [100, 200])));
     await page.getByText('does not tell its projection').waitFor();
     expect(await page.getByText('Total amount:').count()).toBe(0);
     await page.getByLabel('Unit of the rate').selectOption('l/ha');
@@ -142,7 +126,7 @@ describe('before sending', () => {
   it('the page asks about a prescription among the curves', async () => {
     const page = await world.logIn('office');
     await page.locator('.inboxes').getByRole('link', {name: 'Curves'}).click();
-    await choose(page, newFile('lost.zip', prescription()));
+    await choose(page, world.newFile('lost.zip', prescription()));
     await page.getByText('lost.zip is a prescription map.').waitFor();
     await page.getByRole('button', {name: 'Do not send'}).click();
     await page.locator('.review').waitFor({state: 'detached'});
@@ -151,7 +135,7 @@ describe('before sending', () => {
 
   it('the page asks about an archive without task data and about a file that is no archive', async () => {
     const page = await world.logIn('office');
-    await choose(page, newFile('letters.zip', archive({'letter.txt': new Uint8Array(3)})), newFile('plain.txt', new Uint8Array(3)));
+    await choose(page, world.newFile('letters.zip', archive({'letter.txt': new Uint8Array(3)})), world.newFile('plain.txt', new Uint8Array(3)));
     await page.getByText('letters.zip has no task data.').waitFor();
     await page.getByText('plain.txt is not a sound archive.').waitFor();
     await page.getByText('letter.txt', {exact: true}).waitFor();
@@ -173,14 +157,14 @@ describe('a hostile file', () => {
 
   it.each(cases)('%s is told, and the next file is drawn', async (name, bytes, text) => {
     const page = await world.logIn('office');
-    await choose(page, newFile(name, bytes()), newFile('good.zip', prescription()));
+    await choose(page, world.newFile(name, bytes()), world.newFile('good.zip', prescription()));
     await page.getByText(text).waitFor();
     await page.getByRole('button', {name: /^good\.zip/}).click();
     await page.locator('.review .map canvas').waitFor();
   });
 
   it('of 500 MB is told at once', async () => {
-    const path = newFile('large.zip', new Uint8Array([0x50, 0x4b]));
+    const path = world.newFile('large.zip', new Uint8Array([0x50, 0x4b]));
     truncateSync(path, 500_000_000);
     const page = await world.logIn('office');
     await choose(page, path);
@@ -191,7 +175,7 @@ describe('a hostile file', () => {
     const page = await world.logIn('office');
     const names = ['<img src=x onerror=alert(1)>.zip', '=HYPERLINK("evil").zip'];
     const evil = field(51, 5).replace('Home', '&lt;script&gt;alert(1)&lt;/script&gt;');
-    const paths = names.map((name) => newFile(name, archive({'TASKDATA.XML': taskData(evil)})));
+    const paths = names.map((name) => world.newFile(name, archive({'TASKDATA.XML': taskData(evil)})));
     await choose(page, ...paths);
     await page.getByText('<script>alert(1)</script>').waitFor();
     await page.getByRole('button', {name: 'Send', exact: true}).click();

@@ -1,30 +1,19 @@
 // A day of the office in Chromium.
 import {createHash, randomBytes} from 'node:crypto';
-import {readFileSync, writeFileSync} from 'node:fs';
+import {readFileSync} from 'node:fs';
 import {createServer} from 'node:https';
 import type {AddressInfo} from 'node:net';
 import {join} from 'node:path';
 import type {Page} from 'playwright-core';
-import {afterAll, afterEach, beforeAll, describe, expect, it} from 'vitest';
+import {describe, expect, it} from 'vitest';
 import {violations} from './barriers';
-import {World} from './world';
+import {useWorld, world} from './world';
 
-let world: World;
-
-beforeAll(async () => {
-  world = await World.start();
-});
-afterAll(() => world?.stop());
-afterEach(async () => {
-  await world.closePages();
-  expect(world.complaints.splice(0)).toEqual([]);
-});
+useWorld();
 
 function newFile(name: string, bytes = 1000): {path: string; digest: string} {
-  const path = join(world.folder, name);
   const content = randomBytes(bytes);
-  writeFileSync(path, content);
-  return {path, digest: createHash('sha256').update(content).digest('hex')};
+  return {path: world.newFile(name, content), digest: createHash('sha256').update(content).digest('hex')};
 }
 
 const row = (page: Page, name: string) => page.locator('tr', {hasText: name});

@@ -1,10 +1,11 @@
 // A farm with its service, and Chromium that trusts the service's authority as an office's computer would.
 import {execFileSync, spawn, type ChildProcess} from 'node:child_process';
-import {mkdirSync, mkdtempSync, rmSync} from 'node:fs';
+import {mkdirSync, mkdtempSync, rmSync, writeFileSync} from 'node:fs';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
 import {createInterface} from 'node:readline';
 import {chromium, type Browser, type BrowserContext, type Page} from 'playwright-core';
+import {afterAll, afterEach, beforeAll, expect} from 'vitest';
 
 const office = join(import.meta.dirname, '../..');
 
@@ -37,6 +38,13 @@ export class World {
       env: {...process.env, HOME: world.homeThatTrusts(world.accounts.ca)} as Record<string, string>,
     });
     return world;
+  }
+
+  /** Writes a file that a test can choose. Returns its path. */
+  newFile(name: string, content: Uint8Array): string {
+    const path = join(this.folder, name);
+    writeFileSync(path, content);
+    return path;
   }
 
   async stop(): Promise<void> {
@@ -109,4 +117,18 @@ export class World {
     execFileSync('certutil', ['-d', `sql:${database}`, '-A', '-t', 'C,,', '-n', 'kelvo', '-i', ca]);
     return home;
   }
+}
+
+export let world: World;
+
+/** One world for the tests of a file. A complaint of the browser fails the test. */
+export function useWorld(): void {
+  beforeAll(async () => {
+    world = await World.start();
+  });
+  afterAll(() => world?.stop());
+  afterEach(async () => {
+    await world.closePages();
+    expect(world.complaints.splice(0)).toEqual([]);
+  });
 }

@@ -1,0 +1,28 @@
+// The track of a console on one day.
+import {client, documentOf, type TrackPoint} from '../api/client';
+
+/** The largest page of the service. */
+const pageSize = 1000;
+/** A console reports a position a minute; more pages than that are a fault of a console. */
+const mostPages = 10;
+
+/** The start of a day and of the next, by the browser's clock. `day` is like "2026-05-01". */
+export function rangeOf(day: string): {from: string; to: string} {
+  const [year = 0, month = 1, date = 1] = day.split('-').map(Number);
+  return {from: new Date(year, month - 1, date).toISOString(), to: new Date(year, month - 1, date + 1).toISOString()};
+}
+
+/** The positions received on the day, by the console's clock. Throws ServiceError. */
+export async function readTrack(id: number, day: string): Promise<TrackPoint[]> {
+  const points: TrackPoint[] = [];
+  let cursor: string | null = null;
+  for (let page = 0; page < mostPages; ++page) {
+    const query = {...rangeOf(day), limit: pageSize, ...(cursor === null ? {} : {cursor})};
+    const answer: {positions: TrackPoint[]; next: string | null} =
+      await documentOf(client.GET('/consoles/{id}/track', {params: {path: {id}, query}}));
+    points.push(...answer.positions);
+    cursor = answer.next;
+    if (cursor === null) break;
+  }
+  return points.sort((a, b) => a.time_s - b.time_s);
+}

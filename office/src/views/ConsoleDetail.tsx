@@ -1,0 +1,142 @@
+// One console: its reports, its equipment, and the track of a day with replay.
+import {type Signal, useSignal} from '@preact/signals';
+import {useEffect} from 'preact/hooks';
+import type {TrackPoint} from '../api/client';
+import {consoleName, type ConsoleState} from '../model/farm';
+import {movementBetween, type Movement} from '../model/movement';
+import {readTrack} from '../model/track';
+import {dateText, numberText, t, timeText} from '../texts';
+import {agoText} from './clock';
+import {tellError} from './Toast';
+
+/** A position that needed longer from the console to the service came late. */
+const lateMs = 2 * 60 * 1000;
+const frameMs = 200;
+
+interface Props {
+  console: ConsoleState;
+  track: Signal<readonly TrackPoint[]>;
+  replay: Signal<TrackPoint | undefined>;
+}
+
+export function ConsoleDetail({console, track, replay}: Props) {
+  return (
+    <div class="console-detail">
+      <h2>{consoleName(console)}</h2>
+      <Facts console={console} />
+      <Equipment console={console} />
+      <Track id={console.id} track={track} replay={replay} />
+    </div>
+  );
+}
+
+function Facts({console: {position, movement, environment}}: {console: ConsoleState}) {
+  const receivedMs = position ? Date.parse(position.received_at) : 0;
+  return (
+    <dl>
+      {position && (
+        <>
+          <dt>{t('fleet.position')}</dt>
+          <dd>{position.latitude.toFixed(5)}°, {position.longitude.toFixed(5)}°</dd>
+          <dt>{t('fleet.measured')}</dt>
+          <dd>{dateText(position.time_s * 1000)} ({agoText(position.time_s * 1000)})</dd>
+          <dt>{t('fleet.received')}</dt>
+          <dd>{dateText(receivedMs)}{receivedMs - position.time_s * 1000 > lateMs && ` · ${t('fleet.late')}`}</dd>
+        </>
+      )}
+      {movement && <><dt>{t('fleet.movement')}</dt><dd>{movementText(movement)}</dd></>}
+      {environment?.console.host_string && <><dt>{t('fleet.software')}</dt><dd>{environment.console.host_string}</dd></>}
+    </dl>
+  );
+}
+
+function movementText({speedKmh, heading}: Movement): string {
+  return heading === undefined ? t('fleet.stands') : `${numberText(Math.round(speedKmh * 10) / 10)} km/h · ${Math.round(heading)}°`;
+}
+
+function Equipment({console: {devices}}: {console: ConsoleState}) {
+  return (
+    <>
+      <h3>{t('fleet.equipment')}</h3>
+      {devices.length === 0 && <p>{t('fleet.noEquipment')}</p>}
+      <ul>
+        {devices.map(({device, state, received_at}, index) => (
+          <li key={index}>
+            {[device.kind, device.console_string, device.hardware_address].filter(Boolean).join(' · ')}
+            <span class="detail">{t(state === 1 ? 'fleet.connected' : 'fleet.disconnected')} · {agoText(Date.parse(received_at))}</span>
+          </li>
+        ))}
+      </ul>
+    </>
+  );
+}
+
+function Track({id, track, replay}: {id: number} & Omit<Props, 'console'>) {
+  const day = useSignal(dayText(new Date()));
+  const isLoading = useSignal(false);
+  useEffect(() => {
+    let isCurrent = true;
+    isLoading.value = true;
+    readTrack(id, day.value).then((points) => {
+      if (isCurrent) track.value = points;
+    }, tellError).finally(() => {
+      isLoading.value = false;
+    });
+    return () => {
+      isCurrent = false;
+      track.value = [];
+      replay.value = undefined;
+    };
+  }, [id, day.value]);
+  return (
+    <>
+      <h3>{t('fleet.track')}</h3>
+      <label class="field">
+        {t('fleet.day')}
+        <input type="date" value={day} max={dayText(new Date())} onChange={(event) => {
+          if (event.currentTarget.value) day.value = event.currentTarget.value;
+        }} />
+      </label>
+      {track.value.length > 1 ? <Replay points={track.value} replay={replay} />
+        : <p role="status">{t(isLoading.value ? 'page.loading' : 'fleet.noTrack')}</p>}
+    </>
+  );
+}
+
+function Replay({points, replay}: {points: readonly TrackPoint[]; replay: Signal<TrackPoint | undefined>}) {
+  const index = useSignal(0);
+  const isPlaying = useSignal(false);
+  const point = points[Math.min(index.value, points.length - 1)] as TrackPoint;
+  useEffect(() => {
+    replay.value = point;
+  }, [point]);
+  useEffect(() => {
+    if (!isPlaying.value) return undefined;
+    const timer = setInterval(() => {
+      if (index.value >= points.length - 1) isPlaying.value = false;
+      else ++index.value;
+    }, frameMs);
+    return () => clearInterval(timer);
+  }, [isPlaying.value, points]);
+  const before = points[index.value - 1];
+  const movement = before && movementBetween(before, point);
+  return (
+    <div class="replay">
+      <button onClick={() => {
+        if (!isPlaying.value && index.value >= points.length - 1) index.value = 0;
+        isPlaying.value = !isPlaying.value;
+      }}>{t(isPlaying.value ? 'fleet.stop' : 'fleet.play')}</button>
+      <input type="range" min={0} max={points.length - 1} value={index} aria-label={t('fleet.time')}
+        aria-valuetext={timeText(point.time_s * 1000)} onInput={(event) => {
+          index.value = Number(event.currentTarget.value);
+        }} />
+      <output>
+        {timeText(point.time_s * 1000)} · {point.operator.name}{movement && ` · ${movementText(movement)}`}
+      </output>
+    </div>
+  );
+}
+
+/** The day by the browser's clock, like "2026-05-01". */
+const dayText = (time: Date): string =>
+  [time.getFullYear(), time.getMonth() + 1, time.getDate()].map((each) => String(each).padStart(2, '0')).join('-');

@@ -1,0 +1,118 @@
+// The fleet in Chromium: consoles on the map, live, with the track of a day.
+import type {Page} from 'playwright-core';
+import {beforeAll, describe, expect, it} from 'vitest';
+import {violations} from './barriers';
+import {useWorld, world} from './world';
+
+useWorld();
+
+const address = '00:1b:44:11:3a:b7';
+const nowS = () => Math.floor(Date.now() / 1000);
+
+const move = (time_s: number, latitude: number, longitude: number) =>
+  world.command('report', 'POST', '/positions', {time_s, latitude, longitude, hardware_address: address});
+
+beforeAll(async () => {
+  const console = {console_string: 'Console 12', host_string: '4.20.1', hardware_address: address, kind: 'Controller'};
+  await world.command('report', 'PUT', '/environment', {timestamp_ms: Date.now(), console, controller: console});
+  await world.command('report', 'PUT', '/devices',
+    {timestamp_ms: Date.now(), state: 1, flag: true, device: {hardware_address: 'aa:bb', kind: 'GPS receiver'}});
+  for (let minute = 11; minute >= 0; --minute) { // A loop that ends an hour ago
+    const angle = (minute * Math.PI) / 7;
+    await move(nowS() - 3600 - 60 * minute, 51.5 + 0.002 * Math.sin(angle), 5.5 + 0.004 * (1 - Math.cos(angle)));
+  }
+});
+
+async function openFleet(): Promise<Page> {
+  const page = await world.logIn('office');
+  await page.getByRole('link', {name: 'Fleet', exact: true}).click();
+  await page.locator('.map canvas').waitFor();
+  return page;
+}
+
+/** A place of the map's canvas with a colour, as parts of its width and height. */
+const findColour = (page: Page, red: number, green: number, blue: number) =>
+  page.waitForFunction((wanted) => {
+    const canvas = document.querySelector<HTMLCanvasElement>('.map canvas');
+    if (!canvas) return undefined;
+    const {data, width, height} = canvas.getContext('2d')!.getImageData(0, 0, canvas.width, canvas.height);
+    for (let at = 0; at < data.length; at += 4) {
+      if (wanted.every((each, index) => data[at + index] === each)) return [(at / 4) % width / width, Math.floor(at / 4 / width) / height];
+    }
+    return undefined;
+  }, [red, green, blue]).then((found) => found.jsonValue());
+
+describe('the fleet', () => {
+  it('tells the age of a position from the time of its receipt', async () => {
+    const page = await openFleet();
+    await page.getByText('Position measured 1 hour ago').waitFor();
+    await page.getByText('Last contact this minute').waitFor();
+    await findColour(page, 0x6b, 0x71, 0x6c); // An old position is grey.
+    await page.getByRole('link', {name: /Console 12/}).click();
+    await page.getByText('came late').waitFor();
+    await page.getByText('4.20.1').waitFor();
+    await page.getByText('GPS receiver · aa:bb').waitFor();
+  });
+
+  it('shows speed and heading of a console as it moves, and chooses it on the map', async () => {
+    const page = await openFleet();
+    const start = nowS() - 60;
+    await move(start, 51.5, 5.5);
+    await page.getByText('Position measured 1 minute ago').waitFor();
+    await move(start + 60, 51.5, 5.503); // 207.7 m to the east in a minute
+    await page.getByText('12 km/h').waitFor();
+    const [across = 0, down = 0] = (await findColour(page, 0x1d, 0x6b, 0x3a))!;
+    const box = (await page.locator('.map').boundingBox())!;
+    await page.mouse.click(box.x + across * box.width, box.y + down * box.height);
+    await page.getByText('12.5 km/h · 90°').first().waitFor();
+    expect(page.url()).toMatch(/#\/fleet\/\d+$/);
+  });
+
+  it('replays the track of today', async () => {
+    const page = await openFleet();
+    await page.getByRole('link', {name: /Console 12/}).click();
+    const slider = page.getByRole('slider', {name: 'Time of the replay'});
+    await slider.waitFor();
+    await findColour(page, 0x0b, 0x57, 0xd0); // The line of the track.
+    await slider.focus();
+    await page.keyboard.press('End');
+    await page.locator('.replay output').getByText('12.5 km/h · 90°').waitFor();
+    await page.getByRole('button', {name: 'Play'}).click();
+    await page.waitForFunction(() => {
+      const input = document.querySelector<HTMLInputElement>('.replay input');
+      return input?.value === input?.max && document.querySelector('.replay button')?.textContent === 'Play';
+    });
+    await world.picture(page, 'fleet');
+    await page.getByLabel('Day').fill('2026-01-01');
+    await page.getByText('The service received no track on this day.').waitFor();
+  });
+
+  it('is searched by console and operator, and shows the consoles without contact', async () => {
+    const page = await openFleet();
+    const search = page.getByRole('searchbox');
+    await search.fill('OLGA');
+    await page.getByRole('link', {name: /Console 12/}).waitFor();
+    await search.fill('piet');
+    await page.getByText('No console matches the search.').waitFor();
+    await search.fill('');
+    await page.getByLabel('Without contact for an hour').check();
+    await page.getByText('No console matches the search.').waitFor();
+  });
+
+  it('has no barrier with a chosen console, and fits on a phone', async () => {
+    for (const colorScheme of ['light', 'dark'] as const) {
+      const page = await world.logIn('office', {viewport: {width: 360, height: 740}, colorScheme});
+      await page.getByRole('link', {name: 'Fleet', exact: true}).click();
+      await page.getByRole('link', {name: /Console 12/}).click();
+      await page.getByRole('slider').waitFor();
+      expect(await violations(page)).toEqual([]);
+      expect(await page.evaluate(() => document.documentElement.scrollWidth)).toBeLessThanOrEqual(360);
+    }
+  });
+
+  it('shows nothing of a console that is not on the farm', async () => {
+    const page = await openFleet();
+    await page.goto(`${world.origin}/#/fleet/999999`);
+    await page.getByText('This console is not on your farm.').waitFor();
+  });
+});
