@@ -115,6 +115,24 @@ void addConnectionLimits(CLI::App& serve, ServeOptions& options)
         ->needs(proxies);
 }
 
+/** Adds the quotas that hold for farms without a quota of their own. */
+void addQuotas(CLI::App& serve, ServeOptions& options)
+{
+    for (const store::LimitName& limit : store::limitNames) {
+        const std::string name = limit.name;
+        const auto add = [&serve](const std::string& option, long long& value,
+                                  const std::string& meaning) {
+            serve.add_option(option, value, meaning)
+                ->check(CLI::Range(0LL, 1LL << 52))
+                ->capture_default_str();
+        };
+        if (limit.isOfFarm) {
+            add("--farm-" + name, options.quotas.farm.*limit.value, "Default quota of a farm");
+        }
+        add("--user-" + name, options.quotas.user.*limit.value, "Default quota of a user");
+    }
+}
+
 void addOptions(CLI::App& serve, ServeOptions& options)
 {
     serve.add_option("--data", options.dataFolder, "Folder for all stored data")->required();
@@ -152,6 +170,7 @@ void addOptions(CLI::App& serve, ServeOptions& options)
         ->capture_default_str();
     addConnectionLimits(serve, options);
     addTimeLimits(serve, options);
+    addQuotas(serve, options);
     serve
         .add_option("--keep-unknown-days", options.unknownDays,
                     "Days that the service keeps stored files that are not in its database")

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/accounts/Passwords.h"
+#include "service/store/QuotaTable.h"
 
 #include <filesystem>
 #include <optional>
@@ -23,6 +24,7 @@ struct ServeOptions
     long long maxUploadBytes = 8LL * 1024 * 1024 * 1024;
     long long reserveBytes = 64LL * 1024 * 1024;
     accounts::EPasswordCost passwordCost = accounts::EPasswordCost::Interactive;
+    store::Quotas quotas = store::defaultQuotas;
     int loginAttempts = 5;
     int sessionHours = 720;
     long long eventsKept = 100000; // for each farm; 0: no limit

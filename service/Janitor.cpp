@@ -1,5 +1,6 @@
 #include "service/Janitor.h"
 
+#include "service/api/UnusedContents.h"
 #include "service/base/Log.h"
 #include "service/store/AuditTable.h"
 #include "service/store/EventTable.h"
@@ -45,18 +46,6 @@ bool isUsed(const Janitor::Parts& parts, const std::string& digest)
 {
     return parts.database.readNow(
         [&digest](soci::session& sql) { return store::contentIsUsed(sql, digest); });
-}
-
-void removeContents(const Janitor::Parts& parts, const std::vector<std::string>& unreferenced)
-{
-    for (const std::string& digest : unreferenced) {
-        // A request that adds a reference holds the content's lock until the reference is
-        // committed.
-        const auto lock = parts.digestLocks.tryLock(digest);
-        if (lock && !isUsed(parts, digest)) {
-            parts.contents.remove(digest);
-        }
-    }
 }
 
 void removeExpiredUploads(const Janitor::Parts& parts, const Janitor::Stops& stops)
@@ -213,7 +202,9 @@ void Janitor::cleanUp(const Parts& parts, const Settings& settings, const Stops&
     attempt("clean-up-database-failed", [&] { unreferenced = cleanDatabase(parts, settings); });
     attempt("clean-up-uploads-failed", [&] { removeExpiredUploads(parts, stops); });
     attempt("clean-up-orphans-failed", [&] { removeOrphanedUploads(parts, keptForMs, stops); });
-    attempt("clean-up-bin-failed", [&] { removeContents(parts, unreferenced); });
+    attempt("clean-up-bin-failed", [&] {
+        api::removeUnusedContents(parts.database, parts.contents, parts.digestLocks, unreferenced);
+    });
     attempt("clean-up-contents-failed", [&] { removeUnknownContents(parts, keptForMs, stops); });
 }
 

@@ -150,7 +150,7 @@ struct Backend
           contents(folder.path(), &reserve),
           accounts(*database, clock,
                    {options.passwordCost, options.loginAttempts,
-                    std::chrono::hours(options.sessionHours)})
+                    std::chrono::hours(options.sessionHours), options.quotas})
     {
         database->onCommit(
             [this](const std::vector<store::Event>& events) { hub.publish(events); });
@@ -159,6 +159,7 @@ struct Backend
         checkClock(clock, *database, folder.path());
         makeFirstAdmin(*database, accounts.passwords(), clock, folder.path());
         context.settings.maxUploadBytes = options.maxUploadBytes;
+        context.settings.quotas = options.quotas;
         context.settings.eventsKept = options.eventsKept;
     }
 

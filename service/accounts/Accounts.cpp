@@ -168,9 +168,12 @@ Async<Login> Accounts::login(std::string user, std::string password, std::string
     login.session.tokenHash = sha256Hex(login.token);
     login.session.user = known.user;
     login.session.expiresMs = now + std::chrono::milliseconds(life).count();
-    auto add = [&login, &known, &attempt, now](store::Transaction& transaction) {
+    auto add = [this, &login, &known, &attempt, now](store::Transaction& transaction) {
         requireUnchanged(transaction.sql, known);
         const store::Session& session = login.session;
+        const long long limit =
+            store::quotasOf(transaction.sql, session.user.farmId(), settings_.quotas).user.sessions;
+        login.ended = store::endOldestSessions(transaction, session.user.id, limit - 1);
         store::addSession(transaction, session.tokenHash, session.user.id, now, session.expiresMs,
                           attempt.address);
         store::addLoginPlace(transaction, session.user.id, http::neighbourhoodOf(attempt.address),

@@ -6,6 +6,7 @@
 #include "service/base/Clock.h"
 #include "service/http/Request.h"
 #include "service/store/Database.h"
+#include "service/store/QuotaTable.h"
 #include "service/store/UserTable.h"
 
 #include <atomic>
@@ -20,6 +21,7 @@ struct Login
 {
     std::string token; // not stored: the store holds its digest
     store::Session session;
+    std::vector<std::string> ended; // token hashes of the user's oldest sessions beyond the quota
 };
 
 /**
@@ -34,6 +36,7 @@ public:
         EPasswordCost cost = EPasswordCost::Interactive;
         int loginAttempts = 5;
         std::chrono::hours sessionLife{720};
+        store::Quotas quotas = store::defaultQuotas;
     };
 
     Accounts(store::Database& database, const Clock& clock, const Settings& settings);

@@ -1,6 +1,7 @@
 #include "service/api/Access.h"
 
 #include "service/http/Problem.h"
+#include "service/store/FarmTable.h"
 
 namespace kelvo::api {
 
@@ -56,6 +57,15 @@ Async<store::User> requireAdmin(Context& context, http::Request& request)
         throw Problem(EProblem::Forbidden, "This needs an administrator.");
     }
     co_return session.user;
+}
+
+store::Farm requireFarm(soci::session& sql, store::Id id)
+{
+    const auto farm = store::farmById(sql, id);
+    if (!farm) {
+        throw Problem(EProblem::NotFound, "No farm has this id.");
+    }
+    return *farm;
 }
 
 bool mayUse(const store::User& user, const store::Inbox& inbox)

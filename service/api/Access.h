@@ -25,6 +25,9 @@ Async<store::Session> requireOperator(Context& context, http::Request& request);
 /** Returns the caller if the caller is an admin. Throws forbidden. */
 Async<store::User> requireAdmin(Context& context, http::Request& request);
 
+/** Throws Problem (not-found). */
+store::Farm requireFarm(soci::session& sql, store::Id id);
+
 /** Whether the user may read and write this inbox of the user's farm. */
 bool mayUse(const store::User& user, const store::Inbox& inbox);
 

@@ -40,6 +40,7 @@ ApiApplication::ApiApplication(Context& context, metrics::Metrics& metrics)
     addConsoleRoutes(router_, context);
     addEventRoutes(router_, context);
     addFarmRoutes(router_, context);
+    addQuotaRoutes(router_, context);
     addUserRoutes(router_, context);
     addPersonRoutes(router_, context);
     addAuditRoutes(router_, context);

@@ -4,6 +4,9 @@
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
+#include "service/api/Paging.h"
+#include "service/api/UnusedContents.h"
+#include "service/base/Log.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
 #include "service/store/FileTable.h"
@@ -18,12 +21,31 @@ using http::Problem;
 using http::Request;
 using http::Response;
 
+/** The bin that a request names, and who asks. */
+struct BinAccess
+{
+    store::User user;
+    store::Id farm = 0;
+};
+
+/** The farm of the office, or the farm that an administrator names in the query. */
+Async<BinAccess> accessBin(Context& context, Request& request)
+{
+    const store::Session session = co_await context.accounts.authenticate(request);
+    const auto farm = queryNumber(request, "farm", store::largestId);
+    if (session.user.role == store::ERole::Admin && farm) {
+        co_return BinAccess{session.user, *farm};
+    }
+    const store::User user = co_await requireOffice(context, request);
+    co_return BinAccess{user, user.farmId()};
+}
+
 Async<Response> getBin(Context& context, Request& request)
 {
-    const store::User user = co_await requireOffice(context, request);
-    auto query = [&user](soci::session& sql) {
+    const store::Id farm = (co_await accessBin(context, request)).farm;
+    auto query = [farm](soci::session& sql) {
         Json files = Json::array();
-        for (const store::BinnedFile& file : store::binOf(sql, user.farmId())) {
+        for (const store::BinnedFile& file : store::binOf(sql, farm)) {
             files.push_back(toJson(file));
         }
         return Response::json({{"files", std::move(files)}});
@@ -51,11 +73,53 @@ Async<Response> restore(Context& context, Request& request)
     co_return co_await context.database.write(change);
 }
 
+/** Blocks. A content that cannot be removed is left to the janitor. */
+void removeContents(Context& context, const std::vector<std::string>& digests)
+{
+    try {
+        removeUnusedContents(context.database, context.contents, context.digestLocks, digests);
+    } catch (const std::exception& error) {
+        logWarning("content-not-removed", error.what());
+    }
+}
+
+/** Without a file: the whole bin. */
+Async<Response> purge(Context& context, Request& request, std::optional<store::Id> file)
+{
+    const BinAccess access = co_await accessBin(context, request);
+    auto change = [&](store::Transaction& transaction) {
+        std::vector<std::string> digests = store::purgeBin(transaction, access.farm, file);
+        if (file && digests.empty()) {
+            throw Problem(EProblem::NotFound, "The bin has no file with this id.");
+        }
+        audit(transaction, context, request, access.user,
+              file ? AuditedChange{"file-purge", "file", *file, {}, access.farm}
+                   : AuditedChange{"bin-purge", "farm", access.farm, {}, access.farm});
+        return digests;
+    };
+    const std::vector<std::string> digests = co_await context.database.write(change);
+    auto remove = [&context, &digests] { removeContents(context, digests); };
+    co_await context.filePool.run(remove);
+    co_return Response::noContent();
+}
+
+Async<Response> purgeFile(Context& context, Request& request)
+{
+    return purge(context, request, request.id());
+}
+
+Async<Response> purgeAll(Context& context, Request& request)
+{
+    return purge(context, request, std::nullopt);
+}
+
 } // namespace
 
 void addBinRoutes(http::Router& router, Context& context)
 {
     router.add("GET", "/bin", [&context](Request& r) { return getBin(context, r); });
+    router.add("DELETE", "/bin", [&context](Request& r) { return purgeAll(context, r); });
+    router.add("DELETE", "/bin/{id}", [&context](Request& r) { return purgeFile(context, r); });
     router.add("POST", "/bin/{id}/restore", [&context](Request& r) { return restore(context, r); });
 }
 

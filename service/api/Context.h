@@ -13,6 +13,7 @@
 #include "service/events/EventHub.h"
 #include "service/events/EventStream.h"
 #include "service/store/Database.h"
+#include "service/store/QuotaTable.h"
 
 #include <cstdint>
 
@@ -28,6 +29,7 @@ inline constexpr const char* basePath = "/kelvo-api/v1";
 struct Settings
 {
     long long maxUploadBytes = 8LL * 1024 * 1024 * 1024;
+    store::Quotas quotas = store::defaultQuotas;
     long long eventsKept = 100000; // for each farm; 0: no limit by number
     events::StreamSettings stream;
 };
@@ -59,6 +61,7 @@ void addReportRoutes(http::Router& router, Context& context);
 void addConsoleRoutes(http::Router& router, Context& context);
 void addEventRoutes(http::Router& router, Context& context);
 void addFarmRoutes(http::Router& router, Context& context);
+void addQuotaRoutes(http::Router& router, Context& context);
 void addUserRoutes(http::Router& router, Context& context);
 void addPersonRoutes(http::Router& router, Context& context);
 void addAuditRoutes(http::Router& router, Context& context);

@@ -49,15 +49,6 @@ Async<Response> listFarms(Context& context, Request& request)
     co_return co_await context.database.read(query);
 }
 
-store::Farm requireFarm(soci::session& sql, store::Id id)
-{
-    const auto farm = store::farmById(sql, id);
-    if (!farm) {
-        throw Problem(EProblem::NotFound, "No farm has this id.");
-    }
-    return *farm;
-}
-
 Async<Response> renameFarm(Context& context, Request& request)
 {
     const store::User caller = co_await requireAdmin(context, request);

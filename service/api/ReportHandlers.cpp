@@ -3,12 +3,14 @@
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
+#include "service/api/Quota.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
 #include "service/store/ConsoleTable.h"
 #include "service/store/ReportTable.h"
 
 #include <cmath>
+#include <memory>
 
 namespace kelvo::api {
 
@@ -147,7 +149,7 @@ long long timeInSeconds(const Context& context, const nlohmann::json& body)
     return seconds;
 }
 
-Async<Response> addPosition(Context& context, Request& request)
+Async<Response> addPosition(Context& context, PositionRate& rate, Request& request)
 {
     const store::Session session = co_await startReport(context, request);
     const nlohmann::json body = co_await request.json();
@@ -157,6 +159,13 @@ Async<Response> addPosition(Context& context, Request& request)
                                    requireDegrees(body, "longitude", 180), context.clock.nowMs()};
     const EventFrame frame{session.user.farmId(), position.receivedMs, context.settings.eventsKept};
     auto change = [&](store::Transaction& transaction) {
+        const store::User& user = session.user;
+        const auto quotas =
+            store::quotasOf(transaction.sql, user.farmId(), context.settings.quotas);
+        if (!rate.take(quotas, user.farmId(), user.id, position.receivedMs)) {
+            throw Problem(EProblem::RateLimited, "Too many positions in this minute.",
+                          {{"Retry-After", "60"}});
+        }
         const store::Id console = store::bindConsole(transaction, session, address);
         store::addPosition(transaction, console, session.user.id, position);
         addConsoleMoved(transaction, frame, console, session.user, position);
@@ -172,7 +181,9 @@ void addReportRoutes(http::Router& router, Context& context)
     router.add("PUT", "/environment",
                [&context](Request& r) { return putEnvironment(context, r); });
     router.add("PUT", "/devices", [&context](Request& r) { return putDevice(context, r); });
-    router.add("POST", "/positions", [&context](Request& r) { return addPosition(context, r); });
+    const auto rate = std::make_shared<PositionRate>();
+    router.add("POST", "/positions",
+               [&context, rate](Request& r) { return addPosition(context, *rate, r); });
 }
 
 } // namespace kelvo::api

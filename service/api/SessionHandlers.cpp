@@ -42,6 +42,9 @@ Async<Response> logIn(Context& context, Request& request)
         co_await context.accounts.login(user, password, request.peerAddress, kind);
     request.user = login.session.user.id;
     request.farm = login.session.user.farmId();
+    for (const std::string& ended : login.ended) {
+        context.hub.endSession(ended, "revoked");
+    }
     nlohmann::ordered_json document;
     if (kind == accounts::ESessionKind::Console) {
         document["token"] = login.token;

@@ -1,4 +1,5 @@
 // Appends the bytes of a request to an upload.
+#include "service/api/Quota.h"
 #include "service/api/ReceiveBody.h"
 #include "service/api/UploadChecksum.h"
 #include "service/api/UploadSteps.h"
@@ -71,7 +72,8 @@ Async<void> setLateLength(Context& context, const http::Request& request, store:
     if (const long long size = co_await receivedSize(context, upload); size != offset) {
         throwWrongOffset(size);
     }
-    auto change = [&upload, &length](store::Transaction& transaction) {
+    auto change = [&context, &upload, &length](store::Transaction& transaction) {
+        requireBytes(transaction.sql, context.settings.quotas, upload, *length);
         return store::setUploadLength(transaction, upload.id, *length);
     };
     const bool isSet = co_await context.database.write(change);

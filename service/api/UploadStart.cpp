@@ -1,5 +1,6 @@
 // Starts an upload, or finds it again.
 #include "service/api/Access.h"
+#include "service/api/Quota.h"
 #include "service/api/UploadSteps.h"
 #include "service/base/Random.h"
 #include "service/http/Problem.h"
@@ -15,9 +16,11 @@ using http::Problem;
 
 namespace {
 
-void requireTargets(soci::session& sql, const store::User& user,
-                    const std::vector<store::Id>& targets)
+/** Returns the number of targets of each owner. */
+std::map<store::Id, long long> requireTargets(soci::session& sql, const store::User& user,
+                                              const std::vector<store::Id>& targets)
 {
+    std::map<store::Id, long long> ofOwners;
     for (const store::Id target : targets) {
         const auto inbox = store::inboxById(sql, user.farmId(), target);
         if (!inbox) {
@@ -26,7 +29,9 @@ void requireTargets(soci::session& sql, const store::User& user,
         if (!mayUse(user, *inbox)) {
             throw Problem(EProblem::Forbidden, "A target is the inbox of another user.");
         }
+        ++ofOwners[inbox->ownerId];
     }
+    return ofOwners;
 }
 
 bool isSameRequest(const store::Upload& upload, const UploadRequest& wanted)
@@ -101,8 +106,13 @@ StartedUpload start(Context& context, store::Transaction& transaction, const sto
     if (auto repeat = findRepeat(transaction, user, wanted, nowMs)) {
         return {std::move(*repeat), true};
     }
-    requireTargets(transaction.sql, user, wanted.targets);
+    auto ofOwners = requireTargets(transaction.sql, user, wanted.targets);
+    if (ofOwners.empty()) {
+        ofOwners[user.id] = 1; // a part has no targets; its bytes count for the uploader
+    }
     const long long lengthBytes = lengthFor(context, transaction.sql, user, wanted);
+    requireQuota(transaction.sql, context.settings.quotas,
+                 {user.farmId(), user.id, std::max(lengthBytes, 0LL), ofOwners});
     context.reserve.requireRoom(std::max(lengthBytes, 0LL));
     store::Upload upload;
     upload.id = newId;

@@ -37,12 +37,14 @@ constexpr std::array rows{
     Row{EProblem::HeadersTooLarge, 431, "headers-too-large", "The request's header is too large"},
     Row{EProblem::LoginThrottled, 429, "login-throttled", "Too many failed logins"},
     Row{EProblem::ChecksumMismatch, 460, "checksum-mismatch", "The checksum does not match"},
+    Row{EProblem::RateLimited, 429, "rate-limited", "Too many requests"},
     Row{EProblem::Internal, 500, "internal", "Internal error"},
     Row{EProblem::NotImplemented, 501, "not-implemented", "The transfer coding is not supported"},
     Row{EProblem::Busy, 503, "busy", "The service is busy"},
     Row{EProblem::VersionNotSupported, 505, "version-not-supported",
         "The HTTP version is not supported"},
     Row{EProblem::InsufficientStorage, 507, "insufficient-storage", "Storage is full"},
+    Row{EProblem::QuotaExceeded, 507, "quota-exceeded", "The quota is used up"},
 };
 
 const Row& rowOf(EProblem kind)

@@ -30,11 +30,13 @@ enum class EProblem : std::uint8_t {
     HeadersTooLarge,
     LoginThrottled,
     ChecksumMismatch,
+    RateLimited,
     Internal,
     NotImplemented,
     Busy,
     VersionNotSupported,
     InsufficientStorage,
+    QuotaExceeded,
 };
 
 /**

@@ -1,5 +1,6 @@
 // rm and bin: removing and restoring files.
 #include "service/kelvoctl/Commands.h"
+#include "service/kelvoctl/Failures.h"
 #include "service/kelvoctl/Names.h"
 
 #include <iostream>
@@ -25,6 +26,15 @@ void listBin(CommandContext& context)
     }
 }
 
+void purge(CommandContext& context, int id, bool all, int farm)
+{
+    if (all == (id != 0)) {
+        throw UsageError("Give the id of a file, or --all.");
+    }
+    const std::string query = farm == 0 ? "" : "?farm=" + std::to_string(farm);
+    context.client().call("DELETE", "/bin" + (all ? "" : "/" + std::to_string(id)) + query);
+}
+
 void restore(CommandContext& context, int id)
 {
     const json file = context.client().call("POST", "/bin/" + std::to_string(id) + "/restore");
@@ -36,6 +46,28 @@ void addId(CLI::App& command, const std::shared_ptr<int>& id, const char* meanin
     command.add_option("ID", *id, meaning)
         ->required()
         ->check(CLI::Range(1, std::numeric_limits<int>::max()));
+}
+
+void addPurge(CLI::App& bin, CommandContext& context)
+{
+    struct Options
+    {
+        int id = 0;
+        int farm = 0;
+        bool all = false;
+    };
+    const auto options = std::make_shared<Options>();
+    const CLI::Range ids(1, std::numeric_limits<int>::max());
+    CLI::App* command =
+        bin.add_subcommand("purge", "Delete files of the bin for good")->fallthrough();
+    command->add_option("ID", options->id, "Id of the file, as printed by bin list")->check(ids);
+    command->add_flag("--all", options->all, "Delete all files of the bin");
+    command->add_option("--farm", options->farm, "Id of the farm (administrator)")->check(ids);
+    command->callback([&context, options] {
+        context.action = [&context, options] {
+            purge(context, options->id, options->all, options->farm);
+        };
+    });
 }
 
 } // namespace
@@ -58,6 +90,7 @@ void addBinCommands(CLI::App& line, CommandContext& context)
     CLI::App* back = bin->add_subcommand("restore", "Restore a file")->fallthrough();
     addId(*back, id, "Id of the file, as printed by bin list");
     back->callback([&context, id] { context.action = [&context, id] { restore(context, *id); }; });
+    addPurge(*bin, context);
 }
 
 } // namespace kelvoctl

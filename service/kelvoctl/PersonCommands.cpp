@@ -115,16 +115,6 @@ void eraseTrack(CommandContext& context, const PersonOptions& options)
     context.client().call("DELETE", userPath(context, options.name) + "/track");
 }
 
-std::string farmPath(CommandContext& context, const std::string& name)
-{
-    for (const json& farm : allPages(context.client(), "/farms", "farms")) {
-        if (farm.at("name") == name) {
-            return "/farms/" + farm.at("id").dump();
-        }
-    }
-    throw Refused(0, "Not found", "No farm has the name " + printable(name) + ".");
-}
-
 void renameFarm(CommandContext& context, const PersonOptions& options)
 {
     const json farm = context.client().call("PATCH", farmPath(context, options.name),

@@ -54,6 +54,7 @@ int runCommand(int argc, char** argv)
     addDownloadCommand(line, context);
     addBinCommands(line, context);
     addConsoleCommands(line, context);
+    addQuotaCommand(line, context);
     addAuditCommand(line, context);
     addWatchCommand(line, context);
     try {

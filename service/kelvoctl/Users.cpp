@@ -3,6 +3,8 @@
 #include "service/kelvoctl/Failures.h"
 #include "service/kelvoctl/Names.h"
 
+#include <optional>
+
 namespace kelvoctl {
 
 using nlohmann::json;
@@ -17,16 +19,35 @@ std::string nextPage(const Response& response)
     return end == std::string::npos ? "" : link.substr(1, end - 1);
 }
 
+// The path of the item with this name in /users or /farms.
+std::optional<std::string> findByName(CommandContext& context, const char* list,
+                                      const std::string& name)
+{
+    const std::string path = std::string("/") + list;
+    for (const json& item : allPages(context.client(), path, list)) {
+        if (item.at("name") == name) {
+            return path + "/" + item.at("id").dump();
+        }
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 std::string userPath(CommandContext& context, const std::string& name)
 {
-    for (const json& user : allPages(context.client(), "/users", "users")) {
-        if (user.at("name") == name) {
-            return "/users/" + user.at("id").dump();
-        }
+    if (const auto path = findByName(context, "users", name)) {
+        return *path;
     }
     throw Refused(0, "Not found", "No user has the name " + printable(name) + ".");
+}
+
+std::string farmPath(CommandContext& context, const std::string& name)
+{
+    if (const auto path = findByName(context, "farms", name)) {
+        return *path;
+    }
+    throw Refused(0, "Not found", "No farm has the name " + printable(name) + ".");
 }
 
 json allPages(ApiClient& client, const std::string& path, const char* items)

@@ -1,8 +1,11 @@
 #include "service/store/FileTable.h"
 
 #include "service/store/FarmTable.h"
+#include "service/store/QuotaTable.h"
 
 #include <soci/soci.h>
+
+#include <limits>
 
 namespace kelvo::store {
 
@@ -42,6 +45,10 @@ File addFile(Transaction& transaction, Id farm, const File& file)
                        " created_ms) VALUES (:farm, :id, :inbox, :name, :size, :sha, :created)",
         use(farm), use(added.id), use(added.inbox), use(added.name), use(added.sizeBytes),
         use(added.sha256), use(added.createdMs);
+    Id owner = 0;
+    transaction.sql << "SELECT owner_id FROM inboxes WHERE farm_id = :farm AND id = :id",
+        into(owner), use(farm), use(added.inbox);
+    countFiles(transaction, farm, owner, 1, added.sizeBytes);
     return added;
 }
 
@@ -122,6 +129,68 @@ std::vector<BinnedFile> binOf(soci::session& sql, Id farm)
     return files;
 }
 
+namespace {
+
+/** Files of the bin. The condition binds all three values. */
+struct BinSelection
+{
+    const char* condition;
+    Id farm;
+    Id file;
+    long long beforeMs;
+};
+
+void uncount(Transaction& transaction, const BinSelection& selection)
+{
+    struct Row
+    {
+        Id farm = 0;
+        Id owner = 0;
+        long long files = 0;
+        long long bytes = 0;
+    };
+    Row row;
+    std::vector<Row> rows;
+    {
+        soci::statement query =
+            (transaction.sql.prepare
+                 << "SELECT f.farm_id, i.owner_id, COUNT(*), SUM(f.size_bytes) FROM files f"
+                    " JOIN inboxes i ON i.farm_id = f.farm_id AND i.id = f.inbox_id WHERE "
+                 << selection.condition << " GROUP BY f.farm_id, i.owner_id",
+             into(row.farm), into(row.owner), into(row.files), into(row.bytes), use(selection.farm),
+             use(selection.file), use(selection.beforeMs));
+        query.execute();
+        while (query.fetch()) {
+            rows.push_back(row);
+        }
+    }
+    for (const Row& counted : rows) {
+        countFiles(transaction, counted.farm, counted.owner, -counted.files, -counted.bytes);
+    }
+}
+
+std::vector<std::string> removeBinned(Transaction& transaction, const BinSelection& selection)
+{
+    uncount(transaction, selection);
+    std::vector<std::string> digests;
+    {
+        std::string digest;
+        soci::statement query =
+            (transaction.sql.prepare << "SELECT DISTINCT f.sha256 FROM files f WHERE "
+                                     << selection.condition,
+             into(digest), use(selection.farm), use(selection.file), use(selection.beforeMs));
+        query.execute();
+        while (query.fetch()) {
+            digests.push_back(digest);
+        }
+    }
+    transaction.sql << "DELETE FROM files AS f WHERE " << selection.condition, use(selection.farm),
+        use(selection.file), use(selection.beforeMs);
+    return digests;
+}
+
+} // namespace
+
 std::optional<File> restoreFromBin(Transaction& transaction, Id farm, Id file)
 {
     Id found = 0;
@@ -139,19 +208,17 @@ std::optional<File> restoreFromBin(Transaction& transaction, Id farm, Id file)
 
 std::vector<std::string> emptyBin(Transaction& transaction, long long deletedBeforeMs)
 {
-    std::vector<std::string> digests;
-    {
-        std::string digest;
-        soci::statement query = (transaction.sql.prepare << "SELECT DISTINCT sha256 FROM files"
-                                                            " WHERE deleted_ms < :before",
-                                 into(digest), use(deletedBeforeMs));
-        query.execute();
-        while (query.fetch()) {
-            digests.push_back(digest);
-        }
-    }
-    transaction.sql << "DELETE FROM files WHERE deleted_ms < :before", use(deletedBeforeMs);
-    return digests;
+    return removeBinned(
+        transaction, {"0 = :farm AND 0 = :id AND f.deleted_ms < :before", 0, 0, deletedBeforeMs});
+}
+
+std::vector<std::string> purgeBin(Transaction& transaction, Id farm, std::optional<Id> file)
+{
+    static constexpr long long anyTime = std::numeric_limits<long long>::max();
+    return removeBinned(transaction,
+                        {file ? "f.farm_id = :farm AND f.id = :id AND f.deleted_ms < :before"
+                              : "f.farm_id = :farm AND f.id >= :id AND f.deleted_ms < :before",
+                         farm, file.value_or(0), anyTime});
 }
 
 bool contentIsUsed(soci::session& sql, const std::string& sha256)

@@ -10,7 +10,7 @@
 
 namespace kelvo::store {
 
-/** Adds a file with a new id; `file.id` is ignored. */
+/** Adds a file with a new id; `file.id` is ignored. Counts it for the farm and the owner. */
 File addFile(Transaction& transaction, Id farm, const File& file);
 
 /** Does not find a file in the bin. */
@@ -41,6 +41,12 @@ std::vector<std::string> emptyBin(Transaction& transaction, long long deletedBef
 
 /** The number of files that emptyBin() would delete. */
 long long countBinBefore(soci::session& sql, long long deletedBeforeMs);
+
+/**
+ * Deletes a file of the farm's bin for good, or all files of the bin. Returns as emptyBin(); empty
+ * if no file was deleted.
+ */
+std::vector<std::string> purgeBin(Transaction& transaction, Id farm, std::optional<Id> file);
 
 /** Whether any file, in an inbox or in the bin, has this content. */
 bool contentIsUsed(soci::session& sql, const std::string& sha256);

@@ -2,6 +2,7 @@
 
 #include "service/store/AuditTable.h"
 #include "service/store/EventTable.h"
+#include "service/store/QuotaTable.h"
 #include "service/store/SessionTable.h"
 
 #include <soci/soci.h>
@@ -21,6 +22,14 @@ constexpr long long pointsOfAConsole = 1LL << 32;
 void run(Transaction& transaction, const char* statement, Id id)
 {
     transaction.sql << statement, use(id);
+}
+
+Id ownerOf(soci::session& sql, Id farm, Id inbox)
+{
+    Id owner = 0;
+    sql << "SELECT owner_id FROM inboxes WHERE farm_id = :farm AND id = :id", into(owner),
+        use(farm), use(inbox);
+    return owner;
 }
 
 /** The event of a console's last move holds a position. */
@@ -55,8 +64,16 @@ bool ownsFiles(soci::session& sql, Id user)
 
 void moveFiles(Transaction& transaction, Id farm, Id from, Id to)
 {
-    transaction.sql << "UPDATE files SET inbox_id = :to WHERE farm_id = :farm AND inbox_id = :from",
-        use(to), use(farm), use(from);
+    soci::session& sql = transaction.sql;
+    long long files = 0;
+    long long bytes = 0;
+    sql << "SELECT COUNT(*), COALESCE(SUM(size_bytes), 0) FROM files"
+           " WHERE farm_id = :farm AND inbox_id = :from",
+        into(files), into(bytes), use(farm), use(from);
+    countFiles(transaction, farm, ownerOf(sql, farm, from), -files, -bytes);
+    countFiles(transaction, farm, ownerOf(sql, farm, to), files, bytes);
+    sql << "UPDATE files SET inbox_id = :to WHERE farm_id = :farm AND inbox_id = :from", use(to),
+        use(farm), use(from);
 }
 
 void removeInboxesOf(Transaction& transaction, Id user)
@@ -113,7 +130,8 @@ void deleteFarm(Transaction& transaction, Id farm)
           "DELETE FROM consoles WHERE farm_id = :farm", "DELETE FROM uploads WHERE farm_id = :farm",
           "DELETE FROM events WHERE farm_id = :farm", "DELETE FROM files WHERE farm_id = :farm",
           "DELETE FROM inboxes WHERE farm_id = :farm", "DELETE FROM projects WHERE farm_id = :farm",
-          "DELETE FROM users WHERE farm_id = :farm", "DELETE FROM farms WHERE id = :farm"}) {
+          "DELETE FROM users WHERE farm_id = :farm", "DELETE FROM quotas WHERE farm_id = :farm",
+          "DELETE FROM farms WHERE id = :farm"}) {
         run(transaction, statement, farm);
     }
 }

@@ -176,6 +176,26 @@ constexpr const char* managedAccounts[] = {
     "CREATE INDEX track_by_user ON track (user_id, console_id, number)",
 };
 
+// The counters are columns, because an upload must not have to add up all files of its farm.
+constexpr const char* quotas[] = {
+    "ALTER TABLE farms ADD COLUMN files BIGINT NOT NULL DEFAULT 0",
+    "ALTER TABLE farms ADD COLUMN bytes BIGINT NOT NULL DEFAULT 0",
+    "ALTER TABLE users ADD COLUMN files BIGINT NOT NULL DEFAULT 0",
+    "ALTER TABLE users ADD COLUMN bytes BIGINT NOT NULL DEFAULT 0",
+    "UPDATE farms SET files = (SELECT COUNT(*) FROM files f WHERE f.farm_id = farms.id),"
+    " bytes = (SELECT COALESCE(SUM(f.size_bytes), 0) FROM files f WHERE f.farm_id = farms.id)",
+    "UPDATE users SET"
+    " files = (SELECT COUNT(*) FROM inboxes i JOIN files f ON f.farm_id = i.farm_id"
+    " AND f.inbox_id = i.id WHERE i.owner_id = users.id),"
+    " bytes = (SELECT COALESCE(SUM(f.size_bytes), 0) FROM inboxes i"
+    " JOIN files f ON f.farm_id = i.farm_id AND f.inbox_id = i.id WHERE i.owner_id = users.id)",
+    "CREATE TABLE quotas (farm_id BIGINT NOT NULL REFERENCES farms (id),"
+    " scope VARCHAR(16) NOT NULL, name VARCHAR(32) NOT NULL, value BIGINT NOT NULL,"
+    " PRIMARY KEY (farm_id, scope, name))",
+    "CREATE INDEX uploads_open ON uploads (farm_id, user_id) WHERE finished = 0",
+    "CREATE INDEX users_by_farm ON users (farm_id)",
+};
+
 /** Step N migrates version N to N+1. A released step is never changed; new steps are added. */
 constexpr std::array migrations{
     std::span<const char* const>(firstSchema),
@@ -186,6 +206,7 @@ constexpr std::array migrations{
     std::span<const char* const>(loginPlaces),
     std::span<const char* const>(auditTrail),
     std::span<const char* const>(managedAccounts),
+    std::span<const char* const>(quotas),
 };
 
 int readVersion(soci::session& sql)

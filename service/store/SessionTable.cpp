@@ -63,6 +63,28 @@ std::optional<Session> findSession(soci::session& sql, const std::string& tokenH
     return session;
 }
 
+std::vector<std::string> endOldestSessions(Transaction& transaction, Id user, long long kept)
+{
+    std::vector<std::string> ended;
+    {
+        std::string hash;
+        soci::statement query =
+            (transaction.sql.prepare << "SELECT token_hash FROM sessions WHERE user_id = :user"
+                                        " ORDER BY created_ms DESC, token_hash",
+             into(hash), use(user));
+        query.execute();
+        for (long long number = 0; query.fetch(); ++number) {
+            if (number >= kept) {
+                ended.push_back(hash);
+            }
+        }
+    }
+    for (const std::string& hash : ended) {
+        removeSession(transaction, hash);
+    }
+    return ended;
+}
+
 void removeSession(Transaction& transaction, const std::string& tokenHash)
 {
     transaction.sql << "DELETE FROM sessions WHERE token_hash = :hash", use(tokenHash);

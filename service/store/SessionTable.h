@@ -37,6 +37,9 @@ void setLastSeen(Transaction& transaction, const std::string& tokenHash, long lo
 std::optional<Session> findSession(soci::session& sql, const std::string& tokenHash,
                                    long long nowMs);
 
+/** Removes the oldest sessions of the user but `kept`. Returns the token hashes of the removed. */
+std::vector<std::string> endOldestSessions(Transaction& transaction, Id user, long long kept);
+
 void removeSession(Transaction& transaction, const std::string& tokenHash);
 
 /** Removes all sessions of the user but the kept one. */

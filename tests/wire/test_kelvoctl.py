@@ -174,6 +174,27 @@ class Commands(KelvoctlTest):
         self.assertEqual(olga.read("back.zip"), CONTENT)
         olga.run("bin", "list", code=REFUSED)
 
+    def test_the_administrator_sets_quotas_and_the_bin_is_purged(self):
+        admin, anna, olga = self.tool("admin"), self.tool("anna"), self.tool("olga")
+        report = admin.json("farm", "quota", "Hill Farm", "--files", "9", "--user-sessions", "50")
+        self.assertEqual((report["quota"]["farm"]["files"], report["quota"]["user"]["sessions"]), (9, 50))
+        self.assertRegex(admin.run("farm", "quota", "Hill Farm")[0], r"Hill Farm:.* of 9 files")
+        again = admin.json("farm", "quota", "Hill Farm", "--files", "default", "--user-sessions", "default")
+        self.assertGreater(again["quota"]["farm"]["files"], 9)
+        admin.run("farm", "quota", "Hill Farm", "--files", "-1", code=USAGE)
+        admin.run("farm", "quota", "No Farm", code=REFUSED)
+        olga.write("purged.zip", b"purged")
+        numbers = [olga.json("put", "purged.zip", "--to", "olga/Curves")["ids"][0] for _ in range(2)]
+        for number in numbers:
+            olga.run("rm", str(number))
+        anna.run("bin", "purge", str(numbers[0]))
+        anna.run("bin", "purge", str(numbers[0]), code=REFUSED)
+        self.assertEqual([file["id"] for file in anna.json("bin", "list") if file["name"] == "purged.zip"], numbers[1:])
+        for wrong in ((), (str(numbers[1]), "--all")):
+            anna.run("bin", "purge", *wrong, code=USAGE)
+        admin.run("bin", "purge", "--all", "--farm", str(report["farm"]["id"]))
+        self.assertEqual(anna.json("bin", "list"), [])
+
     def test_put_sends_several_files_to_several_inboxes_under_a_chosen_name(self):
         olga, anna = self.user("olga"), self.tool("anna")
         targets = [make_inbox(olga, "Pivots"), make_inbox(self.user("piet"), "Pivots")]

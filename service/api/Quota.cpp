@@ -1,0 +1,102 @@
+#include "service/api/Quota.h"
+
+#include "service/http/Problem.h"
+#include "service/store/InboxTable.h"
+
+#include <string>
+
+namespace kelvo::api {
+
+using http::EProblem;
+using http::Problem;
+using store::Limits;
+using store::Usage;
+
+namespace {
+
+constexpr long long minuteMs = 60 * 1000;
+
+void refuseAbove(long long used, long long added, long long limit, const std::string& detail)
+{
+    if (added > limit || used > limit - added) {
+        throw Problem(EProblem::QuotaExceeded, detail);
+    }
+}
+
+void requireFiles(const Usage& usage, const Limits& limits, long long files,
+                  const std::string& whose)
+{
+    refuseAbove(usage.files + usage.uploadFiles, files, limits.files,
+                "The quota of files of the " + whose + " is used up.");
+}
+
+void requireBytes(const Usage& usage, const Limits& limits, long long files, long long bytesOfEach,
+                  const std::string& whose)
+{
+    const bool isTooLong = files > 0 && bytesOfEach > limits.bytes / files;
+    refuseAbove(usage.bytes + usage.uploadBytes, isTooLong ? limits.bytes : files * bytesOfEach,
+                isTooLong ? 0 : limits.bytes,
+                "The quota of bytes of the " + whose + " is used up.");
+}
+
+} // namespace
+
+void requireQuota(soci::session& sql, const store::Quotas& defaults, const WantedFiles& wanted)
+{
+    const store::Quotas quotas = store::quotasOf(sql, wanted.farm, defaults);
+    const Usage farm = store::storageOfFarm(sql, wanted.farm);
+    refuseAbove(farm.uploads, 1, quotas.farm.uploads, "The farm has too many uploads in progress.");
+    refuseAbove(store::storageOfUser(sql, wanted.farm, wanted.uploader).uploads, 1,
+                quotas.user.uploads, "The user has too many uploads in progress.");
+    long long files = 0;
+    for (const auto& [owner, count] : wanted.ofOwners) {
+        const Usage usage = store::storageOfUser(sql, wanted.farm, owner);
+        requireFiles(usage, quotas.user, count, "inbox's owner");
+        requireBytes(usage, quotas.user, count, wanted.lengthBytes, "inbox's owner");
+        files += count;
+    }
+    requireFiles(farm, quotas.farm, files, "farm");
+    requireBytes(farm, quotas.farm, files, wanted.lengthBytes, "farm");
+}
+
+void requireBytes(soci::session& sql, const store::Quotas& defaults, const store::Upload& upload,
+                  long long lengthBytes)
+{
+    const store::Quotas quotas = store::quotasOf(sql, upload.farm, defaults);
+    std::map<store::Id, long long> ofOwners;
+    for (const store::Id target : upload.targets) {
+        if (const auto inbox = store::inboxById(sql, upload.farm, target)) {
+            ++ofOwners[inbox->ownerId];
+        }
+    }
+    if (ofOwners.empty()) {
+        ofOwners[upload.user] = 1;
+    }
+    long long files = 0;
+    for (const auto& [owner, count] : ofOwners) {
+        requireBytes(store::storageOfUser(sql, upload.farm, owner), quotas.user, count, lengthBytes,
+                     "inbox's owner");
+        files += count;
+    }
+    requireBytes(store::storageOfFarm(sql, upload.farm), quotas.farm, files, lengthBytes, "farm");
+}
+
+bool PositionRate::take(const store::Quotas& quotas, store::Id farm, store::Id user,
+                        long long nowMs)
+{
+    const std::lock_guard lock(mutex_);
+    if (nowMs / minuteMs != minute_) {
+        minute_ = nowMs / minuteMs;
+        counts_.clear();
+    }
+    long long& ofFarm = counts_[{store::EQuotaScope::Farm, farm}];
+    long long& ofUser = counts_[{store::EQuotaScope::User, user}];
+    if (ofFarm >= quotas.farm.positions || ofUser >= quotas.user.positions) {
+        return false;
+    }
+    ++ofFarm;
+    ++ofUser;
+    return true;
+}
+
+} // namespace kelvo::api

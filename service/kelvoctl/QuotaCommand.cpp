@@ -1,0 +1,93 @@
+// farm quota: the usage and the limits of a farm.
+#include "service/kelvoctl/Commands.h"
+#include "service/kelvoctl/Names.h"
+#include "service/kelvoctl/Users.h"
+
+#include <iostream>
+#include <map>
+
+namespace kelvoctl {
+namespace {
+
+using nlohmann::json;
+
+void printUsage(const std::string& whose, const json& usage, const json& quota)
+{
+    std::cout << whose << ":";
+    for (const char* name : {"bytes", "files", "uploads", "sessions"}) {
+        std::cout << "  " << usage.at(name)
+                  << (quota.contains(name) ? " of " + quota.at(name).dump() : "") << " " << name;
+    }
+    std::cout << "\n";
+}
+
+/** The limits that the options name. `default` removes a limit of the farm. */
+json limitsOf(const std::map<std::string, std::string>& values)
+{
+    json limits = json::object();
+    for (const auto& [name, value] : values) {
+        if (!value.empty()) {
+            limits[name] = value == "default" ? json() : json(std::stoll(value));
+        }
+    }
+    return limits;
+}
+
+struct QuotaOptions
+{
+    std::string farm;
+    std::map<std::string, std::string> ofFarm;
+    std::map<std::string, std::string> ofUser;
+};
+
+void showOrSetQuota(CommandContext& context, const QuotaOptions& options)
+{
+    const std::string path = farmPath(context, options.farm);
+    const json change{{"farm", limitsOf(options.ofFarm)}, {"user", limitsOf(options.ofUser)}};
+    if (!change.at("farm").empty() || !change.at("user").empty()) {
+        context.client().call("PATCH", path + "/quota", change);
+    }
+    const json report = context.client().call("GET", path + "/usage");
+    if (context.json) {
+        std::cout << oneLine(report) << std::endl;
+        return;
+    }
+    printUsage(printable(options.farm), report.at("usage"), report.at("quota").at("farm"));
+    for (const json& user : report.at("users")) {
+        printUsage("  " + printable(user.at("name").get<std::string>()), user.at("usage"),
+                   report.at("quota").at("user"));
+    }
+}
+
+} // namespace
+
+void addQuotaCommand(CLI::App& line, CommandContext& context)
+{
+    const auto options = std::make_shared<QuotaOptions>();
+    CLI::App* quota = line.get_subcommand("farm")
+                          ->add_subcommand("quota", "Print a farm's usage, or change its quotas")
+                          ->fallthrough();
+    quota->add_option("NAME", options->farm, "Name of the farm")->required();
+    const CLI::Validator limit(
+        [](std::string& text) {
+            const bool isNumber = text.size() <= 15 && !text.empty() &&
+                                  text.find_first_not_of("0123456789") == std::string::npos;
+            return isNumber || text == "default" ? "" : "give a number or 'default'";
+        },
+        "NUMBER|default", "limit");
+    for (const char* name : {"bytes", "files", "uploads", "positions"}) {
+        quota->add_option(std::string("--") + name, options->ofFarm[name], "Limit of the farm")
+            ->check(limit);
+    }
+    for (const char* name : {"bytes", "files", "uploads", "sessions", "positions"}) {
+        quota
+            ->add_option(std::string("--user-") + name, options->ofUser[name],
+                         "Limit of each user of the farm")
+            ->check(limit);
+    }
+    quota->callback([&context, options] {
+        context.action = [&context, options] { showOrSetQuota(context, *options); };
+    });
+}
+
+} // namespace kelvoctl

@@ -1,0 +1,148 @@
+"""Quotas: one farm or user cannot take the storage of the others. The office and the administrator empty the bin."""
+
+import http.client
+import os
+import unittest
+
+from kelvowire.farm import add_farms_and_users, log_in, log_in_admin, make_inbox
+from kelvowire.http import begin_upload, metadata
+from kelvowire.service import Service
+
+CONTENT = b"x" * 1000
+POSITION = {"latitude": 50.0, "longitude": 8.0, "time_s": 1777615950}
+
+
+class Quotas(unittest.TestCase):
+    def setUp(self):
+        self.service = Service()
+        self.addCleanup(self.service.remove)
+        self.service.start()
+        add_farms_and_users(self.service).close()
+        self.admin, self.olga, self.anna, self.piet, self.otto = (self.client(name) for name in
+                                                                  ("admin", "olga", "anna", "piet", "otto"))
+        self.inbox = make_inbox(self.olga)
+        farms = {farm["name"]: farm["id"] for farm in self.admin.get("/farms").json()["farms"]}
+        self.farm, self.other_farm = farms["Hill Farm"], farms["Dale Farm"]
+
+    def tearDown(self):
+        self.service.stop()
+        self.service.check_log()
+
+    def client(self, name):
+        client = log_in_admin(self.service) if name == "admin" else log_in(self.service, name)
+        self.addCleanup(client.close)
+        return client
+
+    def limit(self, **scopes):
+        return self.admin.request("PATCH", f"/farms/{self.farm}/quota", 200, json=scopes).json()
+
+    def usage(self, client=None):
+        return (client or self.admin).get(f"/farms/{self.farm}/usage").json()
+
+    def refused(self, reply):
+        self.assertEqual(reply.problem, "quota-exceeded", reply)
+
+    def test_the_farm_quota_of_bytes_counts_the_bin_and_open_uploads(self):
+        self.limit(farm={"bytes": 3000})
+        kept = self.olga.put("a", [self.inbox], CONTENT)[0]
+        self.olga.delete(f"/resources/{kept['id']}")
+        self.olga.create("open", [self.inbox], 1000)
+        self.olga.put("b", [self.inbox], CONTENT)
+        self.refused(self.olga.create("c", [self.inbox], 1, b"c", expect=507))
+        self.refused(self.piet.create("c", [make_inbox(self.piet)], 1, b"c", expect=507))
+        self.otto.put("of another farm", [make_inbox(self.otto)], CONTENT)
+        usage = self.usage()["usage"]
+        self.assertEqual((usage["bytes"], usage["bin_bytes"], usage["upload_bytes"]), (2000, 1000, 1000))
+        self.anna.delete(f"/bin/{kept['id']}")
+        self.olga.put("c", [self.inbox], CONTENT)
+
+    def test_tells_an_exceeded_quota_before_the_body(self):
+        self.limit(user={"bytes": 999})
+        headers = {"Upload-Length": "1000", "Upload-Metadata": metadata("a", [self.inbox]), "Expect": "100-continue"}
+        with begin_upload(self.service, self.olga.token, "POST", "/uploads", 1000, headers, b"") as connection:
+            reply = http.client.HTTPResponse(connection)
+            reply.begin()
+            self.assertEqual((reply.status, b"quota-exceeded" in reply.read()), (507, True))
+        self.refused(self.olga.create("a", [self.inbox], 1000, expect=507))
+        self.olga.put("a", [self.inbox], CONTENT[:999])
+
+    def test_the_owners_of_the_targets_pay(self):
+        inboxes = [self.inbox, make_inbox(self.piet)]
+        self.limit(user={"files": 1})
+        self.anna.put("a", inboxes, b"a")
+        self.refused(self.anna.create("b", [inboxes[1]], 1, b"b", expect=507))
+        files = {user["name"]: user["usage"]["files"] for user in self.usage(self.anna)["users"]}
+        self.assertEqual(files, {"olga": 1, "piet": 1, "anna": 0})
+
+    def test_the_farm_quota_of_files_counts_each_target(self):
+        inboxes = [self.inbox, make_inbox(self.piet)]
+        self.limit(farm={"files": 1})
+        self.refused(self.anna.create("a", inboxes, 1, b"a", expect=507))
+        self.anna.put("a", inboxes[:1], b"a")
+
+    def test_the_quota_of_uploads_leaves_the_other_users_alone(self):
+        self.limit(user={"uploads": 2})
+        locations = [self.olga.create(f"{i}", [self.inbox], 10).headers["Location"] for i in range(2)]
+        self.refused(self.olga.create("more", [self.inbox], 10, expect=507))
+        self.piet.create("a", [make_inbox(self.piet)], 10)
+        self.olga.patch(locations[0], 0, b"x" * 10)
+        self.olga.create("more", [self.inbox], 10)
+
+    def test_a_repeat_needs_no_room(self):
+        done = self.olga.create("a", [self.inbox], 1, b"a", key="key").json()
+        self.limit(farm={"files": 0})
+        self.assertEqual(self.olga.create("a", [self.inbox], 1, b"a", key="key").json(), done)
+
+    def test_the_oldest_session_ends_beyond_the_quota(self):
+        self.limit(user={"sessions": 2})
+        second, third = self.client("olga"), self.client("olga")
+        self.olga.get("/account", 401)
+        for client in (second, third, self.piet):
+            client.get("/account")
+
+    def test_the_rate_of_positions_has_a_limit_for_each_user(self):
+        self.limit(user={"positions": 3})
+        replies = [self.olga.request("POST", "/positions", (204, 429), json=POSITION) for _ in range(9)]
+        refused = [reply for reply in replies if reply.status == 429]
+        self.assertGreaterEqual(len(refused), 3)  # The requests are in at most two minutes
+        self.assertEqual((refused[0].problem, refused[0].headers["Retry-After"]), ("rate-limited", "60"))
+        self.piet.request("POST", "/positions", 204, json=POSITION)
+
+    def test_the_administrator_changes_limits_and_takes_them_back(self):
+        before = self.usage()["quota"]
+        changed = self.limit(farm={"bytes": 5}, user={"files": 6})
+        self.assertEqual((changed["farm"]["bytes"], changed["user"]["files"]), (5, 6))
+        self.assertEqual(self.usage(self.anna)["quota"], changed)
+        self.assertEqual(self.limit(farm={"bytes": None}, user={"files": None}), before)
+        for wrong in ({"farm": {"sessions": 1}}, {"farm": {"bytes": -1}}, {"user": {"nonsense": 1}}):
+            self.admin.request("PATCH", f"/farms/{self.farm}/quota", 422, json=wrong)
+        for client in (self.olga, self.anna):
+            client.request("PATCH", f"/farms/{self.farm}/quota", 403, json={})
+        self.olga.get(f"/farms/{self.farm}/usage", 403)
+        self.anna.get(f"/farms/{self.other_farm}/usage", 404)
+        self.admin.get("/farms/999/usage", 404)
+
+    def test_the_bin_is_emptied_and_the_contents_go(self):
+        content = os.urandom(2000)
+        files = [self.olga.put(f"{i}", [self.inbox], content)[0] for i in range(3)]
+        path = self.service.path("content", files[0]["sha256"][:2], files[0]["sha256"])
+        for file in files[:2]:
+            self.olga.delete(f"/resources/{file['id']}")
+        self.olga.delete(f"/bin/{files[0]['id']}", 403)
+        self.client("oda").delete(f"/bin/{files[0]['id']}", 404)
+        self.anna.delete(f"/bin/{files[2]['id']}", 404)  # Not in the bin
+        self.anna.delete(f"/bin/{files[0]['id']}")
+        self.anna.delete(f"/bin/{files[0]['id']}", 404)
+        self.assertEqual([file["id"] for file in self.anna.get("/bin").json()["files"]], [files[1]["id"]])
+        self.admin.delete("/bin", 404)
+        self.admin.delete(f"/bin?farm={self.farm}")
+        self.assertEqual(self.anna.get("/bin").json()["files"], [])
+        self.assertTrue(os.path.exists(path))  # The third file has the content
+        self.olga.delete(f"/resources/{files[2]['id']}")
+        self.anna.delete("/bin")
+        self.assertFalse(os.path.exists(path))
+        self.assertEqual(self.usage()["usage"]["bytes"], 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
