@@ -83,10 +83,13 @@ void removeContents(Context& context, const std::vector<std::string>& digests)
     }
 }
 
-/** Without a file: the whole bin. */
-Async<Response> purge(Context& context, Request& request, std::optional<store::Id> file)
+enum class EPurge : std::uint8_t { OneFile, WholeBin };
+
+Async<Response> purge(Context& context, Request& request, EPurge what)
 {
     const BinAccess access = co_await accessBin(context, request);
+    const auto file =
+        what == EPurge::OneFile ? std::optional<store::Id>(request.id()) : std::nullopt;
     auto change = [&](store::Transaction& transaction) {
         std::vector<std::string> digests = store::purgeBin(transaction, access.farm, file);
         if (file && digests.empty()) {
@@ -103,23 +106,15 @@ Async<Response> purge(Context& context, Request& request, std::optional<store::I
     co_return Response::noContent();
 }
 
-Async<Response> purgeFile(Context& context, Request& request)
-{
-    return purge(context, request, request.id());
-}
-
-Async<Response> purgeAll(Context& context, Request& request)
-{
-    return purge(context, request, std::nullopt);
-}
-
 } // namespace
 
 void addBinRoutes(http::Router& router, Context& context)
 {
     router.add("GET", "/bin", [&context](Request& r) { return getBin(context, r); });
-    router.add("DELETE", "/bin", [&context](Request& r) { return purgeAll(context, r); });
-    router.add("DELETE", "/bin/{id}", [&context](Request& r) { return purgeFile(context, r); });
+    router.add("DELETE", "/bin",
+               [&context](Request& r) { return purge(context, r, EPurge::WholeBin); });
+    router.add("DELETE", "/bin/{id}",
+               [&context](Request& r) { return purge(context, r, EPurge::OneFile); });
     router.add("POST", "/bin/{id}/restore", [&context](Request& r) { return restore(context, r); });
 }
 

@@ -59,6 +59,13 @@ constexpr Rule rules[] = {
      "SELECT 'upload ' || p.id FROM uploads p JOIN files f ON f.farm_id = p.farm_id"
      " AND ',' || p.files || ',' LIKE '%,' || f.id || ',%'"
      " WHERE p.finished = 1 AND (f.sha256 <> p.sha256 OR f.size_bytes <> p.length_bytes)"},
+    {"its counters of files and bytes are wrong",
+     "SELECT 'farm ' || m.id FROM farms m LEFT JOIN files f ON f.farm_id = m.id GROUP BY m.id"
+     " HAVING m.files <> COUNT(f.id) OR m.bytes <> COALESCE(SUM(f.size_bytes), 0)"},
+    {"the counters of the user's files and bytes are wrong",
+     "SELECT 'user ' || u.id FROM users u LEFT JOIN inboxes i ON i.owner_id = u.id"
+     " LEFT JOIN files f ON f.farm_id = i.farm_id AND f.inbox_id = i.id GROUP BY u.id"
+     " HAVING u.files <> COUNT(f.id) OR u.bytes <> COALESCE(SUM(f.size_bytes), 0)"},
     {"its counter of positions is behind",
      "SELECT 'console ' || c.id FROM consoles c WHERE c.last_number <"
      " (SELECT COALESCE(MAX(number), 0) FROM track WHERE console_id = c.id)"},

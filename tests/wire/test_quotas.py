@@ -5,7 +5,7 @@ import os
 import unittest
 
 from kelvowire.farm import add_farms_and_users, log_in, log_in_admin, make_inbox
-from kelvowire.http import begin_upload, metadata
+from kelvowire.http import OCTETS, begin_upload, metadata
 from kelvowire.service import Service
 
 CONTENT = b"x" * 1000
@@ -65,6 +65,15 @@ class Quotas(unittest.TestCase):
             self.assertEqual((reply.status, b"quota-exceeded" in reply.read()), (507, True))
         self.refused(self.olga.create("a", [self.inbox], 1000, expect=507))
         self.olga.put("a", [self.inbox], CONTENT[:999])
+
+    def test_a_length_that_comes_later_needs_room_too(self):
+        self.limit(user={"bytes": 999})
+        headers = {"Upload-Defer-Length": "1", "Upload-Metadata": metadata("a", [self.inbox])}
+        location = self.olga.tus("POST", "/uploads", 201, headers=headers).headers["Location"]
+        headers = {"Upload-Offset": "0", "Content-Type": OCTETS}
+        self.refused(self.olga.tus("PATCH", location, 507, headers=headers | {"Upload-Length": "1000"}, body=CONTENT))
+        self.assertEqual(self.olga.offset(location), 0)
+        self.olga.tus("PATCH", location, 204, headers=headers | {"Upload-Length": "999"}, body=CONTENT[:999])
 
     def test_the_owners_of_the_targets_pay(self):
         inboxes = [self.inbox, make_inbox(self.piet)]

@@ -20,9 +20,12 @@ BODIES = {
     ("POST", "/account/password"): {"current": "not the password", "new": "walked past"},
     ("PATCH", "/resources/{id}"): {"name": "walked.zip"},
     ("PATCH", "/farms/{id}"): {"name": "Walked Farm"},
+    ("PATCH", "/farms/{id}/quota"): {"farm": {"bytes": 0}},
 }
-OF_A_FARM = ("/projects/{id}/resources", "/resources/{id}", "/resources/{id}/content", "/uploads/{id}", "/bin/{id}/restore")
-FOR_ADMINS = ("/farms", "/farms/{id}", "/users", "/users/{id}", "/users/{id}/export", "/users/{id}/track", "/audit")
+OF_A_FARM = ("/projects/{id}/resources", "/resources/{id}", "/resources/{id}/content", "/uploads/{id}", "/bin/{id}",
+             "/bin/{id}/restore")
+FOR_ADMINS = ("/farms", "/farms/{id}", "/farms/{id}/usage", "/farms/{id}/quota", "/users", "/users/{id}",
+              "/users/{id}/export", "/users/{id}/track", "/audit")
 FOR_ALL = ("/account", "/account/password", "/events", "/sessions", "/sessions/current")
 
 
@@ -37,7 +40,8 @@ class Walk(WireTest):
         self.upload = self.olga.create("walk-on.zip", [self.inbox], 4, b"wa").headers["Location"].rsplit("/", 1)[1]
         removed = self.olga.put("removed.zip", [self.inbox], b"removed")[0]["id"]
         self.olga.delete(f"/resources/{removed}")
-        self.ids = {"/resources/{id}": self.file, "/resources/{id}/content": self.file, "/bin/{id}/restore": removed,
+        self.ids = {"/resources/{id}": self.file, "/resources/{id}/content": self.file, "/bin/{id}": removed,
+                    "/bin/{id}/restore": removed,
                     "/users/{id}": self.olga.snapshot()["user"]["id"], "/uploads/{id}": self.upload,
                     "/projects/{id}/resources": self.inbox}  # Each farm has projects with the same ids.
         for template in OF_A_FARM:  # An id that the other farm has too would prove nothing.
@@ -81,7 +85,7 @@ class Walk(WireTest):
                 yield method, template
 
     def test_the_walk_covers_every_route(self):
-        self.assertEqual(len(list(self.secured())), 36)
+        self.assertEqual(len(list(self.secured())), 40)
 
     def test_every_route_needs_a_valid_token(self):
         client = self.user("olga")
@@ -158,7 +162,7 @@ class Walk(WireTest):
     def test_unknown_routes_are_not_found(self):
         for path in ("/", "", "/nothing", "/account/", "/account/x", "/projects", "/projects/",
                      "/projects/x/y", "/resources", "/resources/", f"/resources/{self.file}/", "//account", "/./account",
-                     f"/resources/{self.file}/contents", "/uploads/", "/uploads/a/b", "/bin/1", "/bin/1/restores", "/users/1/x",
+                     f"/resources/{self.file}/contents", "/uploads/", "/uploads/a/b", "/bin/1/x", "/bin/1/restores", "/users/1/x",
                      "/Account", "/healthz", "/metrics", "/%61ccount/x", "/..%2f..%2fetc/passwd", "/uploads/..", "/uploads/%2e%2e",
                      "/uploads/..%2f..%2fadmin.password", "/uploads/" + "a" * 5000):
             with self.subTest(path=path[:60]):

@@ -150,6 +150,8 @@ constexpr Broken brokens[] = {
     {"DELETE FROM inboxes", "names a row of inboxes"},
     {"UPDATE farms SET last_event = 1", "counter of events is behind"},
     {"UPDATE farms SET kept_events = kept_events + 1", "number of kept events"},
+    {"UPDATE farms SET files = files + 1", "farm 1: its counters of files and bytes"},
+    {"UPDATE users SET bytes = bytes + 1", "user 1: the counters of"},
     {"UPDATE farms SET pruned_event = 2", "events that were pruned"},
     {"UPDATE counters SET value = 0 WHERE name = 'users'", "users: the counter is behind"},
     {"UPDATE users SET farm_id = NULL", "a role without the farm"},
