@@ -29,7 +29,10 @@ protected:
         wanted.name = name;
         wanted.targets = {inbox.id};
         wanted.lengthBytes = lengthBytes;
-        return loop.run(api::startUpload(context, user, wanted, api::newUploadId())).upload;
+        return loop
+            .run(api::startUpload(context, user, wanted, api::newUploadId(),
+                                  store::EDurability::Now))
+            .upload;
     }
 
     store::File addFile(const std::string& name, const std::string& text)
