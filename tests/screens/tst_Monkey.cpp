@@ -262,8 +262,10 @@ private Q_SLOTS:
 void tst_Monkey::removesOnlyConfirmedFiles_data()
 {
     QTest::addColumn<unsigned>("seed");
-    for (unsigned seed : {1U, 20U})
-        QTest::addRow("seed %u", seed) << seed;
+    QTest::newRow("seed 1") << 1U;
+#ifndef __SANITIZE_ADDRESS__ // there, a seed takes 40 s
+    QTest::newRow("seed 20") << 20U;
+#endif
 }
 
 void tst_Monkey::removesOnlyConfirmedFiles()
