@@ -139,7 +139,7 @@ leg_packages-arm() {
 # Keeps the run's folder if a round was not sound.
 leg_crash() {
     configure check
-    build check kelvo-service kelvoctl kelvo-console kelvo
+    build check kelvo-service kelvoctl kelvo-console kelvo killpoint
     mkdir -p build/crash
     /usr/bin/python3 -B tests/crash/crash --build build/check --rounds "${KELVO_CRASH_ROUNDS:-100}" |
         tee build/crash/tests.log

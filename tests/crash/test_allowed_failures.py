@@ -15,7 +15,7 @@ class FakeWorld:
     """Fake processes. `on_command` is called while the next command runs."""
 
     def __init__(self):
-        self.trigger = SimpleNamespace(last="nothing")
+        self.trigger = SimpleNamespace(last="nothing", wait_if_reached=lambda: None)
         self.console = SimpleNamespace(run=self.run)
         self.is_ok, self.on_command = True, None
         self.on_restart = None

@@ -28,6 +28,7 @@ class Service:
     def __init__(self, binary, data, log, options=()):
         self.binary, self.data, self.log_path = binary, data, log
         self.options = options
+        self.environment = None  # None: the caller's
         self.address = "127.0.0.1:0"
         self.process = None
 
@@ -44,7 +45,7 @@ class Service:
             self.process = subprocess.Popen(
                 [self.binary, "serve", "--data", self.data, "--listen", self.address, "--metrics-listen", "127.0.0.1:0",
                  *self.options],
-                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, text=True)
+                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, text=True, env=self.environment)
         guard = threading.Timer(GUARD_SECONDS, self.process.kill)
         guard.start()
         line = self.process.stdout.readline()

@@ -1,1 +1,1 @@
-"""A harness that kills console and service at random moments and checks all files afterwards."""
+"""A harness that kills console and service while they work, and checks all files afterwards."""

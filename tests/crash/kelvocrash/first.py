@@ -6,10 +6,11 @@ from kelvotour.service import ServiceError
 
 from . import checks
 from .round import Finding, require
+from .killpoint import ANY, CallTrigger
 from .trigger import Trigger
 from .wire import Wire
 
-MOST_KILLS, MOST_STEPS = 3, 60
+MOST_KILLS, MOST_STEPS, MOST_CALLS = 3, 60, 120
 
 
 class FirstStart:
@@ -23,7 +24,7 @@ class FirstStart:
     def play(self):
         world = self.world
         for _ in range(self._chance.randint(1, MOST_KILLS)):
-            self._start_and_kill(self._chance.randint(1, MOST_STEPS))
+            self._start_and_kill()
         try:
             world.start_service()
         except ServiceError as error:
@@ -35,9 +36,9 @@ class FirstStart:
         world.stop_service()
         require(checks.service_folder(world.service) + checks.database(world.service.data / "kelvo.sqlite"))
 
-    def _start_and_kill(self, steps):
+    def _start_and_kill(self):
         world = self.world
-        trigger = world.trigger = Trigger(steps, 0, self._kill)
+        trigger = world.trigger = self._random_trigger()
         try:
             world.start_service()
         except ServiceError as error:
@@ -47,6 +48,13 @@ class FirstStart:
             trigger.finish()
             world.trigger = None
         world.reap_service()
+
+    def _random_trigger(self):
+        if self._chance.random() < 0.5:
+            return Trigger(self._chance.randint(1, MOST_STEPS), 0, self._kill)
+        point = self.world.points["service"]
+        point.arm(ANY, "/service/", self._chance.randint(1, MOST_CALLS), self._chance.random() < 0.5)
+        return CallTrigger(point, self._kill)
 
     def _kill(self):
         last = self.world.trigger.last

@@ -6,9 +6,11 @@ from rawzip import archive_of_files
 
 from . import checks, plan as plans
 from .checks import Acknowledged
+from .killpoint import CallTrigger
 from .trigger import Trigger
 
 LAST_ARCHIVE = "last.zip"
+REFUSED, REFUSED_KIND = "refused.crv", "curves"
 START = -1  # the command number of a kill while the processes start
 
 
@@ -74,11 +76,19 @@ class Round:
             self._running = "nothing"
         else:
             self.world.reap_console()
-            require(checks.unpacked(self.plan, self._acknowledged, self.world.data))
+            if not self.plan.refuses_flags:  # otherwise the next start may have to put a folder back
+                require(checks.unpacked(self.plan, self._acknowledged, self.world.data))
 
-    def _arm(self, kill):
-        self.world.trigger = Trigger(kill.steps, kill.delay_s, lambda: self._kill(kill.victim), kill.landmark)
-        return self.world.trigger
+    def _arm(self, kill, act=None):
+        act = act or self._kill
+        if kill.calls is None:
+            trigger = Trigger(kill.steps, kill.delay_s, lambda: act(kill.victim), kill.landmark)
+        else:
+            point = self.world.points[kill.calls.process]
+            point.arm(kill.calls.kinds, kill.calls.path, kill.steps, kill.is_after)
+            trigger = CallTrigger(point, lambda: act(kill.victim))
+        self.world.trigger = trigger
+        return trigger
 
     def _kill(self, victim):
         """Called on the trigger's thread. If only the service is killed, starts it again."""
@@ -102,8 +112,7 @@ class Round:
             world.service.stop()
         if world.is_console_running and kill.victim != "service":
             world.close_console()
-        trigger = world.trigger = Trigger(kill.steps, kill.delay_s, lambda: self._kill_at_start(kill.victim),
-                                          kill.landmark)
+        trigger = self._arm(kill, self._kill_at_start)
         try:
             if not world.service.is_running:
                 world.start_service()
@@ -172,6 +181,8 @@ class Round:
             acknowledged.asked_to_unpack.update(names)
         result = self.world.console.run(plans.Command(verb, kind, names).text)
         if not result.ok:
+            if self.world.trigger:
+                self.world.trigger.wait_if_reached()  # then the kill is counted
             require([] if self._service_kills > self._excused_kills else [f"{verb} failed without a kill of the service: {result.reason}"])
             self.failures.append((verb, result.reason))
             return
@@ -217,6 +228,7 @@ class Round:
         else:
             self._receive_one_more()
         self._do_the_rest()
+        self._upload_too_much()
         self._check()
         world, plan = self.world, self.plan
         projects = world.office.projects()
@@ -254,6 +266,18 @@ class Round:
                 self._must("upload", kind, names)
             # _check has found the other files on the service.
             self._acknowledged.sent.update((of, name) for of, name in plan.uploads if of == kind)
+
+    def _upload_too_much(self):
+        """Uploads a file that is too large for the service. The file stays as it is."""
+        project, folder = plans.UPLOADS[REFUSED_KIND]
+        path, content = self.world.data / folder / REFUSED, b"x" * (plans.MOST_UPLOAD_BYTES + 1)
+        write(path, content)
+        result = self.world.console.run(plans.Command("upload", REFUSED_KIND, (REFUSED,)).text)
+        listed = checks.entries_of(self.world.office.projects(), project)
+        require((["an upload that the service refuses succeeded"] if result.ok else [])
+                + ([] if path.exists() and path.read_bytes() == content else [f"{REFUSED} was refused and is lost"])
+                + [f"{REFUSED} is on the service" for entry in listed if entry["name"] == REFUSED])
+        path.unlink()
 
     def _must(self, verb, kind="", names=()):
         self._excused_kills = self._service_kills

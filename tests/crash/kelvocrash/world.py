@@ -10,11 +10,13 @@ from kelvotour.day import PROJECTS
 from kelvotour.farm import OFFICE, OPERATOR, PASSWORDS, Farm
 from kelvotour.service import Service, ServiceError
 
+from . import plan as plans
+from .killpoint import KillPoint
 from .watch import Watch
 from .wire import Wire
 
 # With 0 days, the service removes the leftovers of a kill at its next start. Any other leftover is a finding.
-SERVICE_OPTIONS = ("--password-cost", "min", "--keep-unknown-days", "0")
+SERVICE_OPTIONS = ("--password-cost", "min", "--keep-unknown-days", "0", "--max-upload", str(plans.MOST_UPLOAD_BYTES))
 # Guards against a hang. They are long because of loaded machines.
 COMMAND_SECONDS = 240
 START_SECONDS = 120
@@ -50,7 +52,7 @@ class Templates:
 class World:
     """One service and one console at a time. Changes of files below the folder go to the current trigger."""
 
-    def __init__(self, binaries, folder, service_template, office_token, has_state_folder):
+    def __init__(self, binaries, folder, service_template, office_token, has_state_folder, refuses_flags=False):
         self.binaries, self.folder = binaries, folder
         folder.mkdir(parents=True)
         if service_template:
@@ -62,7 +64,12 @@ class World:
         self.console = None
         self.trigger = None
         self.office_token = office_token
-        self._prefix = ("env", f"KESDK_STATE_FOLDER={self.state}") if has_state_folder else ()
+        library = binaries.plugin.parent / "libkillpoint.so"
+        self.points = {name: KillPoint(library, folder / f"{name}.kill-point", folder, refuses_flags)
+                       for name in ("console", "service")}
+        environment = self.points["console"].environment | ({"KESDK_STATE_FOLDER": self.state} if has_state_folder else {})
+        self._prefix = ("env", *(f"{name}={value}" for name, value in environment.items()))
+        self.service.environment = os.environ | self.points["service"].environment
         self._watch = Watch(folder, self._see)
         self._consoles = 0
         self._stderr = []  # the standard error of the consoles that have ended
@@ -76,7 +83,9 @@ class World:
         return Wire(self.service, self.office_token)
 
     def start_service(self):
+        self.service.process = None  # kill_service() waits for the new process
         self.service.start()
+        require_preloaded(self.points["service"])
 
     def start_console(self):
         """Starts a console. Returns when it answers a command, so its repairs of the start are done."""
@@ -85,21 +94,22 @@ class World:
                                self.folder / f"console-{self._consoles}.log", OPERATOR, PASSWORDS[OPERATOR],
                                timeout=COMMAND_SECONDS, prefix=self._prefix)
         self.console.run("status")
+        require_preloaded(self.points["console"])
 
     def kill_console(self, waits=False):
-        """Kills the console. Returns whether a console was running.
+        """Kills the console. Returns whether a kill has ended it: this one, or the one of its kill point.
 
         With `waits`, waits for the process of a console that is being started. Its files are observed a moment before
         its process is known."""
         if waits:
-            wait_until(lambda: self.is_console_running)
-        return self.is_console_running and killed(self.console.process)
+            wait_until(lambda: self.console is not None)
+        return self.console is not None and killed(self.console.process)
 
     def kill_service(self, waits=False):
         """Kills the service's process, as kill_console does. Call reap_service() afterwards."""
         if waits:
-            wait_until(lambda: self.service.is_running)
-        return self.service.is_running and killed(self.service.process)
+            wait_until(lambda: self.service.process is not None)
+        return self.service.process is not None and killed(self.service.process)
 
     @property
     def is_console_running(self):
@@ -143,6 +153,11 @@ class World:
         self.reap_console()
         self.reap_service()
         self._watch.close()
+
+
+def require_preloaded(point):
+    if not point.is_loaded:
+        raise OSError("libkillpoint.so was not preloaded, so no call kills the process")
 
 
 def killed(process):
