@@ -13,6 +13,8 @@ export type BinFile = Schemas['BinFile'];
 export type User = Schemas['User'];
 export type Console = Schemas['ConsoleRecord'];
 export type TrackPoint = Schemas['TrackPoint'];
+export type OwnSession = Schemas['OwnSession'];
+export type AuditEntry = Schemas['AuditEntry'];
 export type Problem = Schemas['Problem'];
 export type FileEvent = Schemas['FileEvent'];
 export type InboxEvent = Schemas['InboxEvent'];
@@ -50,4 +52,32 @@ export async function documentOf<T>(request: Promise<Answer<T>>): Promise<T> {
     throw new ServiceError(answer.error as Problem | undefined, wait || undefined);
   }
   return answer.data as T;
+}
+
+/** The address of the next page of a list, from the answer's `Link`. */
+export function nextPage(headers: Headers): string | undefined {
+  return /^<([^>]+)>; rel="next"$/.exec(headers.get('Link') ?? '')?.[1];
+}
+
+/** One page of a list. Throws ServiceError. */
+export async function pageOf<T>(address: string): Promise<{document: T; next: string | undefined}> {
+  let next: string | undefined;
+  const document = await documentOf<T>((async () => {
+    const response = await fetch(address);
+    next = nextPage(response.headers);
+    const body: unknown = await response.json();
+    return response.ok ? {data: body as T, response} : {error: body, response};
+  })());
+  return {document, next};
+}
+
+/** All items of a list with pages. `path` is below the API's path. Throws ServiceError. */
+export async function listAll<Name extends string, Item>(path: string, name: Name): Promise<Item[]> {
+  const items: Item[] = [];
+  for (let address: string | undefined = `${apiPath}${path}`; address;) {
+    const page: {document: Record<Name, Item[]>; next: string | undefined} = await pageOf(address);
+    items.push(...page.document[name]);
+    address = page.next;
+  }
+  return items;
 }

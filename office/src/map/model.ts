@@ -78,6 +78,8 @@ export interface Reading {
   notes: Note[];
   /** Whether a TASKDATA.XML was found. */
   hasTaskData: boolean;
+  /** The names of the fields in the task data. */
+  fields: string[];
   /** The first names in the archive. */
   names: string[];
 }

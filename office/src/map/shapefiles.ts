@@ -32,10 +32,10 @@ export function readShapefile({files}: Archive, path: string): Found {
     throw new Refusal('damaged');
   }
   const layer = layerOf(name, features);
-  if (!layer) return {layers: [], notes: []};
+  if (!layer) return {layers: [], notes: [], fields: []};
   const [west, south, east, north] = layer.extent;
   if (!(west >= -180 && east <= 180 && south >= -90 && north <= 90)) throw new Refusal('noProjection');
-  return {layers: [layer], notes: projection ? [] : [{kind: 'assumedDegrees', name}]};
+  return {layers: [layer], fields: [], notes: projection ? [] : [{kind: 'assumedDegrees', name}]};
 }
 
 /** A table without a note of its encoding is old, unless its bytes are UTF-8. */

@@ -16,6 +16,8 @@ const farKm = 1;
 export interface Found {
   layers: Layer[];
   notes: Note[];
+  /** The names of the fields. */
+  fields: string[];
 }
 
 /** The paths of the main files. */
@@ -39,7 +41,8 @@ export async function readTaskData({files}: Archive, mainFile: string): Promise<
     throw new Refusal('damaged');
   }
   const {Task: tasks = [], Partfield: fields = []} = manager.rootElement.attributes;
-  const found: Found = {layers: [], notes: []};
+  const names = fields.map(({attributes}) => attributes.PartfieldDesignator ?? '').filter(Boolean);
+  const found: Found = {layers: [], notes: [], fields: names};
   for (const task of tasks) readTask(task as ExtendedTask, found);
   for (const field of fields) readField(field, found);
   found.notes.push(...farNotes(found.layers));

@@ -1,16 +1,11 @@
 // The track of a console on one day.
 import {client, documentOf, type TrackPoint} from '../api/client';
+import {rangeOf} from './day';
 
 /** The largest page of the service. */
 const pageSize = 1000;
 /** A console reports a position a minute; more pages than that are a fault of a console. */
 const mostPages = 10;
-
-/** The start of a day and of the next, by the browser's clock. `day` is like "2026-05-01". */
-export function rangeOf(day: string): {from: string; to: string} {
-  const [year = 0, month = 1, date = 1] = day.split('-').map(Number);
-  return {from: new Date(year, month - 1, date).toISOString(), to: new Date(year, month - 1, date + 1).toISOString()};
-}
 
 /** The positions received on the day, by the console's clock. Throws ServiceError. */
 export async function readTrack(id: number, day: string): Promise<TrackPoint[]> {

@@ -1,15 +1,18 @@
 // The deleted files of the farm.
-import {signal, useSignalEffect} from '@preact/signals';
-import {client, documentOf, type BinFile} from '../api/client';
-import {files} from '../model/farm';
-import {dateText, t} from '../texts';
-import {restore} from './Files';
+import {signal, useSignal, useSignalEffect} from '@preact/signals';
+import {client, documentOf, listAll, type BinFile} from '../api/client';
+import {files, inboxes} from '../model/farm';
+import {dateText, projectName, t} from '../texts';
+import {Ask, type Question} from './Ask';
 import {LongTable} from './LongTable';
+import {matches, Search} from './Search';
 import {tellError} from './Toast';
 
 const bin = signal<readonly BinFile[] | undefined>(undefined);
 
 export function Bin() {
+  const search = useSignal('');
+  const marked = useSignal<ReadonlySet<number>>(new Set());
   // Each file that comes or goes may change the bin.
   useSignalEffect(() => {
     void files.value;
@@ -17,20 +20,102 @@ export function Bin() {
   });
   if (!bin.value) return <p class="empty" role="status">{t('link.connecting')}</p>;
   if (bin.value.length === 0) return <p class="empty">{t('bin.none')}</p>;
-  const heads = [t('files.name'), t('bin.by'), t('bin.deleted'), t('bin.until'), t('action')];
+  const found = bin.value.filter((file) => matches(search.value, file.name, file.deleted_by, inboxText(file)));
+  const chosen = found.filter(({id}) => marked.value.has(id));
+  const mark = (list: readonly BinFile[], isMarked: boolean) => {
+    const all = new Set(marked.value);
+    for (const {id} of list) {
+      if (isMarked) all.add(id);
+      else all.delete(id);
+    }
+    marked.value = all;
+  };
   return (
-    <LongTable heads={heads} rows={bin.value} keyOf={({id}) => id} cells={(file) => [
-      file.name, file.deleted_by, dateText(file.deleted_at), dateText(file.expires_at),
-      <button aria-label={`${t('bin.restore')} ${file.name}`} onClick={() => void restore(file.id)}>
+    <>
+      <div class="bar wrap">
+        <Search text={search} label={t('files.search')} />
+        <label>
+          <input type="checkbox" checked={found.length > 0 && chosen.length === found.length}
+            onChange={(event) => mark(found, event.currentTarget.checked)} />
+          {t('bin.markAll')}
+        </label>
+        <span role="status">{t('files.count', {count: found.length})}</span>
+        <Actions chosen={chosen} />
+      </div>
+      {found.length === 0 ? <p class="empty">{t('files.noMatch')}</p>
+        : <Table found={found} marked={marked.value} onMark={(file, isMarked) => mark([file], isMarked)} />}
+    </>
+  );
+}
+
+interface TableProps {
+  found: readonly BinFile[];
+  marked: ReadonlySet<number>;
+  onMark: (file: BinFile, isMarked: boolean) => void;
+}
+
+function Table({found, marked, onMark}: TableProps) {
+  const heads = [t('files.name'), t('bin.inbox'), t('bin.by'), t('bin.deleted'), t('bin.until'), t('action')];
+  return (
+    <LongTable heads={heads} rows={found} keyOf={({id}) => id} cells={(file) => [
+      <label title={file.name}>
+        <input type="checkbox" checked={marked.has(file.id)} onChange={(event) => onMark(file, event.currentTarget.checked)} />
+        {file.name}
+      </label>,
+      inboxText(file), file.deleted_by, dateText(file.deleted_at), dateText(file.expires_at),
+      <button aria-label={`${t('bin.restore')} ${file.name}`} onClick={() => void each([file], restore)}>
         {t('bin.restore')}
       </button>,
     ]} />
   );
 }
 
+/** Restores or deletes the marked files, one after the other. */
+function Actions({chosen}: {chosen: readonly BinFile[]}) {
+  const question = useSignal<Question | undefined>(undefined);
+  const count = chosen.length;
+  return (
+    <>
+      <button class="main" disabled={count === 0} onClick={() => void each(chosen, restore)}>
+        {t('bin.restoreSome', {count})}
+      </button>
+      <button disabled={count === 0} onClick={() => {
+        question.value = {
+          title: t('bin.purge', {count}),
+          text: t('bin.purge.text'),
+          fields: [],
+          doText: t('bin.purge', {count}),
+          onDo: () => each(chosen, purge),
+        };
+      }}>{t('bin.purge', {count})}</button>
+      {question.value && <Ask question={question.value} onEnd={() => {
+        question.value = undefined;
+      }} />}
+    </>
+  );
+}
+
+const restore = ({id}: BinFile) => documentOf(client.POST('/bin/{id}/restore', {params: {path: {id}}}));
+
+const purge = ({id}: BinFile) => documentOf(client.DELETE('/bin/{id}', {params: {path: {id}}}));
+
+async function each(list: readonly BinFile[], action: (file: BinFile) => Promise<unknown>): Promise<void> {
+  try {
+    for (const file of list) await action(file);
+  } catch (error) {
+    tellError(error);
+  }
+  await read();
+}
+
+function inboxText({container}: BinFile): string {
+  const inbox = inboxes.value.get(container);
+  return inbox ? `${inbox.owner.name} · ${projectName(inbox.projectName)}` : '';
+}
+
 async function read(): Promise<void> {
   try {
-    bin.value = (await documentOf(client.GET('/bin'))).files;
+    bin.value = await listAll<'files', BinFile>('/bin?limit=1000', 'files');
   } catch (error) {
     tellError(error);
   }

@@ -4,6 +4,7 @@ import {useEffect} from 'preact/hooks';
 import type {TrackPoint} from '../api/client';
 import {consoleName, type ConsoleState} from '../model/farm';
 import {movementBetween, type Movement} from '../model/movement';
+import {dayOf} from '../model/day';
 import {readTrack} from '../model/track';
 import {dateText, numberText, t, timeText} from '../texts';
 import {agoText} from './clock';
@@ -72,7 +73,7 @@ function Equipment({console: {devices}}: {console: ConsoleState}) {
 }
 
 function Track({id, track, replay}: {id: number} & Omit<Props, 'console'>) {
-  const day = useSignal(dayText(new Date()));
+  const day = useSignal(dayOf(Date.now()));
   const isLoading = useSignal(false);
   useEffect(() => {
     let isCurrent = true;
@@ -93,7 +94,7 @@ function Track({id, track, replay}: {id: number} & Omit<Props, 'console'>) {
       <h3>{t('fleet.track')}</h3>
       <label class="field">
         {t('fleet.day')}
-        <input type="date" value={day} max={dayText(new Date())} onChange={(event) => {
+        <input type="date" value={day} max={dayOf(Date.now())} onChange={(event) => {
           if (event.currentTarget.value) day.value = event.currentTarget.value;
         }} />
       </label>
@@ -136,7 +137,3 @@ function Replay({points, replay}: {points: readonly TrackPoint[]; replay: Signal
     </div>
   );
 }
-
-/** The day by the browser's clock, like "2026-05-01". */
-const dayText = (time: Date): string =>
-  [time.getFullYear(), time.getMonth() + 1, time.getDate()].map((each) => String(each).padStart(2, '0')).join('-');

@@ -4,6 +4,7 @@ import {apiPath, client, documentOf, type File} from '../api/client';
 import {filesByInbox, inboxes, user, type InboxOfProject} from '../model/farm';
 import {dateText, projectName, sizeText, t} from '../texts';
 import {LongTable} from './LongTable';
+import {matches, Search} from './Search';
 import {SendBox} from './SendBox';
 import {tell, tellError} from './Toast';
 
@@ -47,15 +48,11 @@ function InboxList({all, shown}: {all: readonly InboxOfProject[]; shown: InboxOf
 function FileList({inbox}: {inbox: InboxOfProject}) {
   const search = useSignal('');
   const all = filesByInbox.value.get(inbox.id) ?? [];
-  const wanted = search.value.toLocaleLowerCase();
-  const found = all.filter(({name}) => name.toLocaleLowerCase().includes(wanted));
+  const found = all.filter(({name}) => matches(search.value, name));
   return (
     <>
       <div class="bar">
-        <input type="search" placeholder={t('files.search')} aria-label={t('files.search')} value={search}
-          onInput={(event) => {
-            search.value = event.currentTarget.value;
-          }} />
+        <Search text={search} label={t('files.search')} />
         <span role="status">{t('files.count', {count: found.length})}</span>
       </div>
       {found.length === 0

@@ -8,6 +8,7 @@ import {t} from '../texts';
 import {agoText, now} from './clock';
 import {ConsoleDetail} from './ConsoleDetail';
 import {lazily} from './lazily';
+import {matches, Search} from './Search';
 
 const FleetMapBox = lazily(async () => (await import('./FleetMapBox')).FleetMapBox);
 
@@ -23,18 +24,14 @@ export function Fleet({consoleId}: {consoleId: number | undefined}) {
   const replayPoint = useComputed(() => (replay.value ? placeOf(replay.value) : undefined));
   const all = [...consoles.value.values()];
   if (all.length === 0) return <p class="empty">{t('fleet.none')}</p>;
-  const wanted = search.value.toLocaleLowerCase();
-  const found = all.filter((console) => `${consoleName(console)} ${console.operator.name}`.toLocaleLowerCase().includes(wanted)
+  const found = all.filter((console) => matches(search.value, consoleName(console), console.operator.name)
     && (!isSilentOnly.value || now.value - lastContactMs(console) > silentMs));
   const chosen = consoleId === undefined ? undefined : consoles.value.get(consoleId);
   return (
     <div class="fleet">
       <section class="fleet-list">
         <div class="bar">
-          <input type="search" placeholder={t('fleet.search')} aria-label={t('fleet.search')} value={search}
-            onInput={(event) => {
-              search.value = event.currentTarget.value;
-            }} />
+          <Search text={search} label={t('fleet.search')} />
           <label>
             <input type="checkbox" checked={isSilentOnly.value} onChange={(event) => {
               isSilentOnly.value = event.currentTarget.checked;

@@ -6,7 +6,10 @@ import {Bin} from './Bin';
 import {Files} from './Files';
 import {Fleet} from './Fleet';
 import {MapPage} from './MapPage';
+import {OwnAccount} from './OwnAccount';
+import {People} from './People';
 import {place, type View} from './place';
+import {Reports} from './Reports';
 import {Sendings} from './Sendings';
 import {tellError, Toast} from './Toast';
 
@@ -27,6 +30,12 @@ function CurrentView() {
       return <Fleet consoleId={place.value.id} />;
     case 'bin':
       return <Bin />;
+    case 'people':
+      return <People userId={place.value.id} />;
+    case 'reports':
+      return <Reports />;
+    case 'account':
+      return <OwnAccount />;
     case 'map':
       return <MapPage fileId={place.value.id} />;
     default:
@@ -34,7 +43,7 @@ function CurrentView() {
   }
 }
 
-const officeViews = ['files', 'fleet', 'bin'] as const satisfies View[];
+const officeViews = ['files', 'reports', 'fleet', 'people', 'bin'] as const satisfies View[];
 
 function Header() {
   const views = user.value?.role === 'office' ? officeViews : officeViews.slice(0, 1);
@@ -49,7 +58,7 @@ function Header() {
         ))}
       </nav>
       <LinkState />
-      <span class="user">{user.value?.name}</span>
+      <a class="user" href="#/account" aria-current={place.value.view === 'account' ? 'page' : undefined}>{user.value?.name}</a>
       <button onClick={() => void logOut().catch(tellError)}>{t('logout')}</button>
     </header>
   );

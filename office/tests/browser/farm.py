@@ -35,6 +35,12 @@ class Commands:
         """Another window of the office sends a file."""
         return self.office.put(path, f"{OPERATOR}/{project}")
 
+    def remove(self, file_id):
+        self.office.remove(file_id)
+
+    def bin(self):
+        return self.office.bin()
+
     def digests(self, project):
         """{name: SHA-256} of the operator's inbox."""
         return {name: file["sha256"] for name, file in self.office.files(OPERATOR, project).items()}

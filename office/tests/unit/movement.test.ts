@@ -1,7 +1,7 @@
 // Speed and heading from two positions, and the range of a day.
 import {describe, expect, it} from 'vitest';
+import {dayOf, rangeOf} from '../../src/model/day';
 import {movementBetween} from '../../src/model/movement';
-import {rangeOf} from '../../src/model/track';
 
 const at = (time_s: number, latitude: number, longitude: number) => ({time_s, latitude, longitude});
 
@@ -23,5 +23,6 @@ describe('the range of a day', () => {
   it('is from midnight to midnight', () => {
     const {from, to} = rangeOf('2026-12-31');
     expect([new Date(from).getHours(), new Date(from).getDate(), new Date(to).getHours(), new Date(to).getDate()]).toEqual([0, 31, 0, 1]);
+    expect(dayOf(from)).toBe('2026-12-31');
   });
 });

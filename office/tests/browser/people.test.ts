@@ -1,0 +1,194 @@
+// People, reports and the bin in Chromium.
+import {readFileSync} from 'node:fs';
+import {unzipSync} from 'fflate';
+import type {Page} from 'playwright-core';
+import {describe, expect, it} from 'vitest';
+import {archive, field, taskData} from '../unit/archives';
+import {violations} from './barriers';
+import {useWorld, world} from './world';
+
+useWorld();
+
+const link = (page: Page, name: string | RegExp) => page.getByRole('link', {name});
+const button = (page: Page, name: string | RegExp) => page.getByRole('button', {name});
+const row = (page: Page, name: string) => page.locator('tbody tr', {hasText: name});
+
+async function open(view: string): Promise<Page> {
+  const page = await world.logIn('office');
+  await page.locator('header nav').getByRole('link', {name: view, exact: true}).click();
+  return page;
+}
+
+async function answer(page: Page, values: Record<string, string>): Promise<void> {
+  for (const [name, value] of Object.entries(values)) await page.locator(`.ask input[name=${name}]`).fill(value);
+  await page.locator('.ask .main').click();
+}
+
+async function logIn(page: Page, name: string, password: string): Promise<void> {
+  await page.locator('input[name=user]').fill(name);
+  await page.locator('input[name=password]').fill(password);
+  await page.locator('form button').click();
+}
+
+describe('the people', () => {
+  it('get a new operator, who logs in and has inboxes, and loses the session with a new password', async () => {
+    const page = await open('People');
+    await button(page, 'New operator').click();
+    await answer(page, {name: 'olga', password: 'eight or more'});
+    await page.locator('.ask .error').getByText(/./).waitFor(); // The name is taken.
+    await answer(page, {name: 'piet', password: 'eight or more'});
+    await page.locator('.person > h2').getByText('piet').waitFor();
+    await link(page, /^Curves 0$/).waitFor();
+
+    const other = await world.open(await world.newContext());
+    await logIn(other, 'piet', 'eight or more');
+    await other.locator('.link.live').waitFor();
+    await button(page, 'Set a new password').click();
+    await answer(page, {password: 'another one'});
+    await other.locator('.login').waitFor();
+    world.complaints.length = 0; // Chromium reports the refused name.
+  });
+
+  it('are disabled, enabled, renamed and deleted, and the audit trail tells it', async () => {
+    const page = await open('People');
+    await button(page, 'New operator').click();
+    await answer(page, {name: 'anna', password: 'eight or more'});
+    await page.locator('.person > h2').getByText('anna').waitFor();
+    await button(page, 'Disable').click();
+    await button(page, 'Enable').click();
+    await button(page, 'Disable').waitFor();
+    await button(page, 'Rename').click();
+    await answer(page, {name: 'anna k'});
+    await page.locator('.person > h2').getByText('anna k').waitFor();
+    await button(page, 'Delete the person').click();
+    await page.locator('.ask .main').click();
+    await page.locator('.person > h2').waitFor({state: 'detached'});
+    await link(page, /anna k/).waitFor({state: 'detached'});
+    await page.reload();
+    await row(page, 'User deleted').waitFor();
+    await page.getByLabel('Search the audit trail').fill('renamed');
+    await row(page, 'User renamed').waitFor();
+    expect(await row(page, 'Login').count()).toBe(0);
+  });
+
+  it('of the office cannot be changed by the office', async () => {
+    const page = await open('People');
+    await page.locator('.people-list').getByRole('link', {name: /^office/}).click();
+    await page.getByText('Only the administrator of the service can change this account.').waitFor();
+    expect(await button(page, 'Disable').count()).toBe(0);
+  });
+
+  it('show a picture for the guide', async () => {
+    const page = await open('People');
+    await page.locator('.people-list').getByRole('link', {name: /^olga/}).click();
+    await link(page, /^Job reports/).waitFor();
+    await page.locator('.audit tbody tr[aria-rowindex]').first().waitFor();
+    await world.picture(page, 'people');
+  });
+
+  it('change their own password and end their own sessions', async () => {
+    const page = await world.logIn('operator');
+    await link(page, 'olga').click();
+    await button(page, 'Change my password').click();
+    await answer(page, {current: 'wrong', new: 'eight or more'});
+    await page.locator('.ask .error').getByText(/./).waitFor();
+    const [, password] = world.accounts.operator;
+    await answer(page, {current: password, new: password});
+    await page.getByText('The password is changed.').waitFor();
+    const second = await world.logIn('operator');
+    await page.reload();
+    await button(page, 'End the session').click();
+    await second.locator('.login').waitFor();
+    world.complaints.length = 0; // Chromium reports the refused password.
+  });
+});
+
+describe('the reports', () => {
+  it('are found by operator, day and field, and a day is one archive', async () => {
+    const content = archive({'TASKDATA/TASKDATA.XML': taskData(field(51, 5).replace('Home', 'Long Acre'))});
+    await world.command('put', world.newFile('job 1.zip', content), 'From Console');
+    await world.command('put', world.newFile('job 2.zip', new Uint8Array([1, 2])), 'From Console');
+    await world.command('put', world.newFile('job 2.zip', new Uint8Array([3])), 'From Console');
+    const page = await open('Reports');
+    await page.getByLabel('Search by name and field').fill('job');
+    await button(page, /^Read the fields \(3\)/).click();
+    await row(page, 'Long Acre').waitFor();
+    await page.getByLabel('Search by name and field').fill('long');
+    await page.getByText('Files: 1').waitFor();
+    await page.getByLabel('Search by name and field').fill('job');
+    await page.getByLabel('Operator').selectOption('olga');
+    const day = await page.evaluate(() => {
+      const now = new Date();
+      return [now.getFullYear(), now.getMonth() + 1, now.getDate()].map((each) => String(each).padStart(2, '0')).join('-');
+    });
+    await page.getByLabel('Day').fill(day);
+    await world.picture(page, 'reports');
+    const [download] = await Promise.all([page.waitForEvent('download'), button(page, /^Download as one archive: 3/).click()]);
+    expect(download.suggestedFilename()).toBe(`${day}.zip`);
+    const files = unzipSync(new Uint8Array(readFileSync((await download.path())!)));
+    expect(Object.keys(files).sort()).toEqual(['olga/job 1.zip', 'olga/job 2 (2).zip', 'olga/job 2.zip']);
+    expect(files['olga/job 1.zip']).toEqual(content);
+    expect([files['olga/job 2.zip'], files['olga/job 2 (2).zip']]).toEqual([new Uint8Array([3]), new Uint8Array([1, 2])]);
+    await page.getByLabel('Day').fill('2026-01-01');
+    await page.getByText('No file matches the search.').waitFor();
+  });
+});
+
+describe('the bin', () => {
+  it('is searched, restores several files, and deletes files for good', async () => {
+    for (const name of ['a.zip', 'b.zip', 'c.zip']) {
+      await world.command('put', world.newFile(name, new Uint8Array(name.charCodeAt(0))), 'Curves');
+    }
+    const page = await world.logIn('office');
+    await page.locator('.inboxes').getByRole('link', {name: /^Curves/}).click();
+    for (const name of ['a.zip', 'b.zip', 'c.zip']) {
+      await button(page, `Delete ${name}`).click();
+      await row(page, name).waitFor({state: 'detached'});
+    }
+    await page.locator('header').getByRole('link', {name: 'Bin'}).click();
+    await row(page, 'c.zip').waitFor();
+    await page.getByRole('searchbox').fill('b.');
+    await page.getByLabel('Mark all').check();
+    await page.getByRole('searchbox').fill('');
+    await page.getByLabel('a.zip', {exact: true}).check();
+    await button(page, 'Restore 2').click();
+    await row(page, 'a.zip').waitFor({state: 'detached'});
+    await row(page, 'b.zip').waitFor({state: 'detached'});
+    await row(page, 'c.zip').waitFor();
+    expect(Object.keys(await world.command<object>('digests', 'Curves')).sort()).toEqual(['a.zip', 'b.zip']);
+    await page.getByLabel('c.zip', {exact: true}).check();
+    await world.picture(page, 'bin');
+    await button(page, 'Delete 1 for good').click();
+    await button(page, 'Cancel').click();
+    await row(page, 'c.zip').waitFor();
+    await button(page, 'Delete 1 for good').click();
+    await page.locator('.ask .main').click();
+    await row(page, 'c.zip').waitFor({state: 'detached'});
+    expect(await world.command('bin')).toEqual([]);
+  });
+});
+
+describe('each view with its content', () => {
+  const views = [['#/people', '.audit tbody tr[aria-rowindex]'], ['#/people/3', '.sessions li'],
+    ['#/reports', 'tbody tr[aria-rowindex]'], ['#/bin', 'tbody tr[aria-rowindex]'], ['#/account', '.sessions li']] as const;
+
+  it.each(views)('%s has no barrier and fits on a phone', async (hash, content) => {
+    const path = world.newFile('view.zip', new Uint8Array(1));
+    await world.command('put', path, 'From Console');
+    const [id] = await world.command<number[]>('put', path, 'Curves');
+    await world.command('remove', id);
+    for (const colorScheme of ['light', 'dark'] as const) {
+      const page = await world.logIn('office', {viewport: {width: 360, height: 740}, colorScheme});
+      await page.goto(`${world.origin}/${hash}`);
+      await page.locator(content).first().waitFor();
+      expect(await violations(page)).toEqual([]);
+      expect(await page.evaluate(() => document.documentElement.scrollWidth)).toBeLessThanOrEqual(360);
+    }
+  });
+
+  it('shows nothing of a person who is not on the farm', async () => {
+    const page = await world.logIn('office');
+    await page.goto(`${world.origin}/#/people/999999`);
+    await page.getByText('This person is not on your farm.').waitFor();
+  });
+});
