@@ -165,7 +165,7 @@ leg_office() {
 # The tests fail if the object store is not installed; the leg check skips them then.
 leg_fleet() {
     configure check
-    build check tst_service_objects
+    build check tst_service_objects tst_service_chunks
     KELVO_DEMAND_GATEWAY=1 tests check --label-regex '^fleet$'
 }
 

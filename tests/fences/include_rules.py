@@ -108,6 +108,8 @@ RULES = (
     Rule("service/store", ["service/base"], [], ["soci", "sqlite", "postgresql"]),
     Rule("service/objects", ["service/base"], [], ["curl", "openssl"]),
     Rule("service/content", ["service/base"]),
+    Rule("service/chunks",
+         ["service/content", "service/objects", "service/store", "service/base"], [], ["sodium"]),
     Rule("service/metrics", ["service/http", "service/base"]),
     Rule("service/web", ["service/http", "service/base"]),
     Rule("service/events", ["service/http", "service/store", "service/base"], [], ["boost"]),

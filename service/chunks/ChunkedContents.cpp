@@ -1,0 +1,266 @@
+#include "service/chunks/ChunkedContents.h"
+
+#include "service/base/Digest.h"
+#include "service/base/Random.h"
+#include "service/chunks/DigestState.h"
+#include "service/objects/ObjectErrors.h"
+#include "service/store/ChunkTable.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+namespace kelvo::chunks {
+
+using content::Adoption;
+using content::DamagedContent;
+using content::Reader;
+using content::Receiver;
+using content::Superseded;
+
+namespace {
+
+constexpr long long doomedForMs = 24LL * 3600 * 1000;
+constexpr int mostRemoved = 1000; // in one step
+
+/** The parts that receivers and readers share. */
+struct Parts
+{
+    store::Database& database;
+    objects::Bucket& bucket;
+    const Clock& clock;
+};
+
+class ChunkAdoption final : public Adoption
+{
+public:
+    ChunkAdoption(const Parts& parts, std::string upload, store::Received received,
+                  std::string sha256)
+        : parts_(parts),
+          upload_(std::move(upload)),
+          received_(std::move(received)),
+          sha256_(std::move(sha256))
+    {}
+
+    void join(store::Transaction& transaction) override
+    {
+        if (!store::adoptChunks(transaction, upload_, received_, sha256_, parts_.clock.nowMs())) {
+            throw Superseded();
+        }
+    }
+
+    void committed() override {}
+
+private:
+    Parts parts_;
+    std::string upload_;
+    store::Received received_;
+    std::string sha256_;
+};
+
+class ChunkReceiver final : public Receiver
+{
+public:
+    ChunkReceiver(const Parts& parts, std::string upload, std::size_t chunkBytes)
+        : parts_(parts), upload_(std::move(upload)), chunkBytes_(chunkBytes)
+    {
+        received_ = parts_.database.writeNow([this](store::Transaction& transaction) {
+            return store::takeOver(transaction, upload_);
+        });
+        digest_ = DigestState(received_.digestState);
+    }
+
+    std::uint64_t offset() const override
+    {
+        return static_cast<std::uint64_t>(received_.sizeBytes) + chunk_.size();
+    }
+
+    void append(const void* data, std::size_t sizeBytes) override
+    {
+        const char* next = static_cast<const char*>(data);
+        while (sizeBytes > 0) {
+            if (chunk_.size() == chunkBytes_) {
+                flush(); // an earlier attempt failed, or the chunk is full
+            }
+            const std::size_t taken = std::min(sizeBytes, chunkBytes_ - chunk_.size());
+            chunk_.append(next, taken);
+            digest_.add(next, taken);
+            next += taken;
+            sizeBytes -= taken;
+        }
+    }
+
+    /** If the object store fails, the bytes stay in memory, and the next call tries again. */
+    void flush() override
+    {
+        if (chunk_.empty()) {
+            return;
+        }
+        const store::Chunk chunk{"chunks/" + randomHex(16), received_.sizeBytes,
+                                 static_cast<long long>(chunk_.size()), sha256Hex(chunk_)};
+        parts_.database.writeNow([this, &chunk](store::Transaction& transaction) {
+            store::announceObject(transaction, chunk.key, parts_.clock.nowMs());
+        });
+        parts_.bucket.put(chunk.key, chunk_, chunk.sha256);
+        commit(chunk);
+    }
+
+    std::string finish() override
+    {
+        flush();
+        return digest_.sha256();
+    }
+
+    std::unique_ptr<Adoption> adopt() override
+    {
+        return std::make_unique<ChunkAdoption>(parts_, upload_, received_, digest_.sha256());
+    }
+
+private:
+    void commit(const store::Chunk& chunk)
+    {
+        const std::string state = digest_.save();
+        parts_.database.writeNow([&](store::Transaction& transaction) {
+            if (!store::addChunk(transaction, upload_, received_, chunk, state)) {
+                throw Superseded();
+            }
+        });
+        received_.sizeBytes += chunk.sizeBytes;
+        received_.digestState = state;
+        chunk_.clear();
+    }
+
+    Parts parts_;
+    std::string upload_;
+    std::size_t chunkBytes_;
+    store::Received received_;
+    DigestState digest_; // of the flushed bytes and chunk_
+    std::string chunk_;  // the bytes after the flushed bytes
+};
+
+class ChunkReader final : public Reader
+{
+public:
+    ChunkReader(const Parts& parts, std::string sha256, std::uint64_t sizeBytes)
+        : parts_(parts), sha256_(std::move(sha256)), sizeBytes_(sizeBytes)
+    {}
+
+    std::uint64_t sizeBytes() const override { return sizeBytes_; }
+
+    std::size_t read(std::uint64_t offset, void* buffer, std::size_t mostBytes) override
+    {
+        if (offset >= sizeBytes_) {
+            return 0;
+        }
+        if (offset < start_ || offset - start_ >= bytes_.size()) {
+            fetch(offset);
+        }
+        const auto at = static_cast<std::size_t>(offset - start_);
+        const std::size_t count = std::min(mostBytes, bytes_.size() - at);
+        std::memcpy(buffer, bytes_.data() + at, count);
+        return count;
+    }
+
+private:
+    /** Fetches the chunk that holds this byte. */
+    void fetch(std::uint64_t offset)
+    {
+        const auto chunk = parts_.database.readNow([this, offset](soci::session& sql) {
+            return store::chunkAt(sql, sha256_, static_cast<long long>(offset));
+        });
+        if (!chunk) {
+            throw DamagedContent();
+        }
+        bytes_.clear();
+        std::string bytes;
+        try {
+            bytes = parts_.bucket.get(chunk->key, 0, static_cast<std::size_t>(chunk->sizeBytes));
+        } catch (const objects::ObjectMissing&) {
+            throw DamagedContent();
+        }
+        if (sha256Hex(bytes) != chunk->sha256) {
+            throw DamagedContent();
+        }
+        start_ = static_cast<std::uint64_t>(chunk->start);
+        bytes_ = std::move(bytes);
+    }
+
+    Parts parts_;
+    std::string sha256_;
+    std::uint64_t sizeBytes_;
+    std::uint64_t start_ = 0;
+    std::string bytes_; // the checked chunk from start_ on
+};
+
+} // namespace
+
+ChunkedContents::ChunkedContents(store::Database& database, objects::Bucket& bucket,
+                                 const Clock& clock, std::size_t chunkBytes)
+    : database_(database), bucket_(bucket), clock_(clock), chunkBytes_(chunkBytes)
+{
+    if (chunkBytes == 0 || chunkBytes > objects::largestObjectBytes) {
+        throw std::invalid_argument("not a size of chunks");
+    }
+    database_.writeNow(store::makeChunkTables);
+}
+
+std::uint64_t ChunkedContents::keptBytes(const std::string& upload)
+{
+    const auto received = database_.readNow(
+        [&upload](soci::session& sql) { return store::receivedPart(sql, upload); });
+    return received ? static_cast<std::uint64_t>(received->sizeBytes) : 0;
+}
+
+std::unique_ptr<Receiver> ChunkedContents::receive(const std::string& upload)
+{
+    return std::make_unique<ChunkReceiver>(Parts{database_, bucket_, clock_}, upload, chunkBytes_);
+}
+
+void ChunkedContents::removeUpload(const std::string& upload)
+{
+    database_.writeNow([this, &upload](store::Transaction& transaction) {
+        store::dropReceived(transaction, upload, clock_.nowMs());
+    });
+}
+
+std::unique_ptr<Reader> ChunkedContents::open(const std::string& sha256)
+{
+    const auto size = database_.readNow(
+        [&sha256](soci::session& sql) { return store::contentSize(sql, sha256); });
+    return size ? std::make_unique<ChunkReader>(Parts{database_, bucket_, clock_}, sha256,
+                                                static_cast<std::uint64_t>(*size))
+                : nullptr;
+}
+
+void ChunkedContents::remove(const std::string& sha256)
+{
+    database_.writeNow([this, &sha256](store::Transaction& transaction) {
+        store::dropContent(transaction, sha256, clock_.nowMs());
+    });
+}
+
+std::size_t ChunkedContents::removeDoomedObjects()
+{
+    const long long before = clock_.nowMs() - doomedForMs;
+    std::size_t removed = 0;
+    for (;;) {
+        const auto keys = database_.writeNow([before](store::Transaction& transaction) {
+            return store::condemnObjects(transaction, before, mostRemoved);
+        });
+        if (keys.empty()) {
+            return removed;
+        }
+        for (const std::string& key : keys) {
+            bucket_.remove(key);
+        }
+        database_.writeNow([&keys](store::Transaction& transaction) {
+            for (const std::string& key : keys) {
+                store::forgetObject(transaction, key);
+            }
+        });
+        removed += keys.size();
+    }
+}
+
+} // namespace kelvo::chunks

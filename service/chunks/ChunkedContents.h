@@ -1,0 +1,51 @@
+// The contents as chunks in an object store, with their rows in the database.
+#pragma once
+
+#include "service/base/Clock.h"
+#include "service/content/Contents.h"
+#include "service/objects/Bucket.h"
+#include "service/store/Database.h"
+
+#include <cstddef>
+
+namespace kelvo::chunks {
+
+/**
+ * Each chunk is an object under a random key. An object is never overwritten. Rows, and not a list
+ * of objects, say which objects exist. The key's row is
+ * committed before the object is written, so a crash leaves no unknown object.
+ *
+ * The newest receiver of an upload holds it. An older receiver fails with Superseded, also in
+ * another process. Readers check each chunk against its SHA-256 and fetch only the chunks that they
+ * need. Memory: one chunk for each receiver and each reader. References outlive it.
+ */
+class ChunkedContents final : public content::Contents
+{
+public:
+    /** Makes the tables if they are missing. `chunkBytes`: from 1 to objects::largestObjectBytes.
+     */
+    ChunkedContents(store::Database& database, objects::Bucket& bucket, const Clock& clock,
+                    std::size_t chunkBytes = objects::largestObjectBytes);
+
+    std::uint64_t keptBytes(const std::string& upload) override;
+    std::unique_ptr<content::Receiver> receive(const std::string& upload) override;
+    void removeUpload(const std::string& upload) override;
+    std::unique_ptr<content::Reader> open(const std::string& sha256) override;
+
+    /** The transaction does nothing if a file uses the content, so no lock is needed. */
+    void remove(const std::string& sha256) override;
+
+    /**
+     * Removes objects that no upload or content has used for a day. Returns their number. If it
+     * fails, the next call continues.
+     */
+    std::size_t removeDoomedObjects();
+
+private:
+    store::Database& database_;
+    objects::Bucket& bucket_;
+    const Clock& clock_;
+    std::size_t chunkBytes_;
+};
+
+} // namespace kelvo::chunks

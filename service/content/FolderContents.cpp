@@ -1,0 +1,158 @@
+#include "service/content/FolderContents.h"
+
+#include "service/base/FileStatus.h"
+#include "service/base/Log.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace kelvo::content {
+
+namespace {
+
+class FileAdoption final : public Adoption
+{
+public:
+    FileAdoption(const ContentStore& store, std::string upload, std::string sha256)
+        : store_(store), upload_(std::move(upload)), sha256_(std::move(sha256))
+    {
+        moved_ = store_.adopt(upload_, sha256_);
+    }
+
+    ~FileAdoption() override
+    {
+        try {
+            if (!committed_ && moved_) {
+                store_.giveBack(upload_, sha256_);
+            }
+        } catch (const std::exception& error) {
+            logWarning("upload-not-given-back", error.what());
+        }
+    }
+
+    void join(store::Transaction&) override {}
+
+    void committed() override
+    {
+        committed_ = true;
+        if (!moved_) {
+            store_.removeUpload(upload_);
+        }
+    }
+
+private:
+    const ContentStore& store_;
+    std::string upload_;
+    std::string sha256_;
+    bool moved_ = false;
+    bool committed_ = false;
+};
+
+class FileReceiver final : public Receiver
+{
+public:
+    FileReceiver(const ContentStore& store, DigestCache& digests, std::string upload)
+        : store_(store), upload_(std::move(upload)), writer_(store, digests, upload_)
+    {}
+
+    ~FileReceiver() override
+    {
+        if (sha256_.empty()) {
+            writer_.suspend();
+        }
+    }
+
+    std::uint64_t offset() const override { return writer_.offset(); }
+    void append(const void* data, std::size_t sizeBytes) override
+    {
+        writer_.append(data, sizeBytes);
+    }
+    void flush() override { writer_.sync(); }
+
+    std::string finish() override
+    {
+        writer_.sync();
+        sha256_ = writer_.finish();
+        return sha256_;
+    }
+
+    std::unique_ptr<Adoption> adopt() override
+    {
+        return std::make_unique<FileAdoption>(store_, upload_, sha256_);
+    }
+
+private:
+    const ContentStore& store_;
+    std::string upload_;
+    UploadWriter writer_;
+    std::string sha256_; // after finish()
+};
+
+class FileReader final : public Reader
+{
+public:
+    explicit FileReader(FileDescriptor file)
+        : file_(std::move(file)),
+          sizeBytes_(static_cast<std::uint64_t>(statusOf(file_.get()).sizeBytes))
+    {}
+
+    std::uint64_t sizeBytes() const override { return sizeBytes_; }
+
+    std::size_t read(std::uint64_t offset, void* buffer, std::size_t mostBytes) override
+    {
+        ssize_t got = 0;
+        do {
+            got = ::pread(file_.get(), buffer, mostBytes, static_cast<off_t>(offset));
+        } while (got < 0 && errno == EINTR);
+        if (got < 0) {
+            throwErrno("pread");
+        }
+        return static_cast<std::size_t>(got);
+    }
+
+private:
+    FileDescriptor file_;
+    std::uint64_t sizeBytes_;
+};
+
+} // namespace
+
+FolderContents::FolderContents(const ContentStore& store, DigestCache& digests)
+    : store_(store), digests_(digests)
+{}
+
+std::uint64_t FolderContents::keptBytes(const std::string& upload)
+{
+    return store_.uploadSize(upload);
+}
+
+std::unique_ptr<Receiver> FolderContents::receive(const std::string& upload)
+{
+    return std::make_unique<FileReceiver>(store_, digests_, upload);
+}
+
+void FolderContents::removeUpload(const std::string& upload)
+{
+    store_.removeUpload(upload);
+}
+
+std::unique_ptr<Reader> FolderContents::open(const std::string& sha256)
+{
+    try {
+        return std::make_unique<FileReader>(store_.open(sha256));
+    } catch (const std::system_error& error) {
+        if (error.code() != std::errc::no_such_file_or_directory) {
+            throw;
+        }
+        return nullptr;
+    }
+}
+
+void FolderContents::remove(const std::string& sha256)
+{
+    store_.remove(sha256);
+}
+
+} // namespace kelvo::content

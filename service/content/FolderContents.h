@@ -1,0 +1,27 @@
+// The contents in a folder of this machine.
+#pragma once
+
+#include "service/content/ContentStore.h"
+#include "service/content/Contents.h"
+#include "service/content/UploadWriter.h"
+
+namespace kelvo::content {
+
+/** Reads do not check digests: see Integrity. Both references outlive it. */
+class FolderContents final : public Contents
+{
+public:
+    FolderContents(const ContentStore& store, DigestCache& digests);
+
+    std::uint64_t keptBytes(const std::string& upload) override;
+    std::unique_ptr<Receiver> receive(const std::string& upload) override;
+    void removeUpload(const std::string& upload) override;
+    std::unique_ptr<Reader> open(const std::string& sha256) override;
+    void remove(const std::string& sha256) override;
+
+private:
+    const ContentStore& store_;
+    DigestCache& digests_;
+};
+
+} // namespace kelvo::content

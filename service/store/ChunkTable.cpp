@@ -1,0 +1,201 @@
+#include "service/store/ChunkTable.h"
+
+#include "service/store/FileTable.h"
+
+#include <soci/soci.h>
+
+namespace kelvo::store {
+
+using soci::into;
+using soci::use;
+
+namespace {
+
+// A digest state has 104 bytes, in hexadecimal. A doomed object with condemned = 0 may still become
+// a chunk.
+constexpr const char* tables[] = {
+    "CREATE TABLE IF NOT EXISTS received (upload VARCHAR(64) PRIMARY KEY,"
+    " size_bytes BIGINT NOT NULL, epoch BIGINT NOT NULL, digest_state VARCHAR(208) NOT NULL)",
+    "CREATE TABLE IF NOT EXISTS upload_chunks (upload VARCHAR(64) NOT NULL,"
+    " start_byte BIGINT NOT NULL, size_bytes BIGINT NOT NULL, object_key VARCHAR(64) NOT NULL,"
+    " sha256 VARCHAR(64) NOT NULL, PRIMARY KEY (upload, start_byte))",
+    "CREATE TABLE IF NOT EXISTS contents (sha256 VARCHAR(64) PRIMARY KEY,"
+    " size_bytes BIGINT NOT NULL)",
+    "CREATE TABLE IF NOT EXISTS content_chunks (content VARCHAR(64) NOT NULL,"
+    " start_byte BIGINT NOT NULL, size_bytes BIGINT NOT NULL, object_key VARCHAR(64) NOT NULL,"
+    " sha256 VARCHAR(64) NOT NULL, PRIMARY KEY (content, start_byte))",
+    "CREATE TABLE IF NOT EXISTS doomed (object_key VARCHAR(64) PRIMARY KEY,"
+    " since_ms BIGINT NOT NULL, condemned INTEGER NOT NULL)",
+    "CREATE INDEX IF NOT EXISTS doomed_by_time ON doomed (since_ms)",
+};
+
+bool changesARow(soci::statement& change)
+{
+    change.execute(true);
+    return change.get_affected_rows() > 0;
+}
+
+void removeReceived(Transaction& transaction, const std::string& upload)
+{
+    transaction.sql << "DELETE FROM upload_chunks WHERE upload = :upload", use(upload);
+    transaction.sql << "DELETE FROM received WHERE upload = :upload", use(upload);
+}
+
+void doomUploadChunks(Transaction& transaction, const std::string& upload, long long nowMs)
+{
+    transaction.sql << "INSERT INTO doomed (object_key, since_ms, condemned)"
+                       " SELECT object_key, CAST(:now AS BIGINT), 0 FROM upload_chunks"
+                       " WHERE upload = :upload",
+        use(nowMs), use(upload);
+}
+
+} // namespace
+
+void makeChunkTables(Transaction& transaction)
+{
+    for (const char* statement : tables) {
+        transaction.sql << statement;
+    }
+}
+
+std::optional<Received> receivedPart(soci::session& sql, const std::string& upload)
+{
+    Received found;
+    sql << "SELECT size_bytes, epoch, digest_state FROM received WHERE upload = :upload",
+        into(found.sizeBytes), into(found.epoch), into(found.digestState), use(upload);
+    return sql.got_data() ? std::optional(found) : std::nullopt;
+}
+
+Received takeOver(Transaction& transaction, const std::string& upload)
+{
+    soci::statement change =
+        (transaction.sql.prepare << "UPDATE received SET epoch = epoch + 1 WHERE upload = :upload",
+         use(upload));
+    if (!changesARow(change)) {
+        transaction.sql << "INSERT INTO received (upload, size_bytes, epoch, digest_state)"
+                           " VALUES (:upload, 0, 1, '')",
+            use(upload);
+    }
+    return receivedPart(transaction.sql, upload).value();
+}
+
+void announceObject(Transaction& transaction, const std::string& key, long long nowMs)
+{
+    transaction.sql
+        << "INSERT INTO doomed (object_key, since_ms, condemned) VALUES (:key, :now, 0)",
+        use(key), use(nowMs);
+}
+
+bool addChunk(Transaction& transaction, const std::string& upload, const Received& before,
+              const Chunk& chunk, const std::string& digestState)
+{
+    soci::statement check =
+        (transaction.sql.prepare << "UPDATE doomed SET since_ms = since_ms"
+                                    " WHERE object_key = :key AND condemned = 0",
+         use(chunk.key));
+    if (!changesARow(check)) {
+        return false;
+    }
+    soci::statement change =
+        (transaction.sql.prepare
+             << "UPDATE received SET size_bytes = size_bytes + :more, digest_state = :state"
+                " WHERE upload = :upload AND epoch = :epoch AND size_bytes = :before",
+         use(chunk.sizeBytes), use(digestState), use(upload), use(before.epoch),
+         use(before.sizeBytes));
+    if (!changesARow(change)) {
+        return false;
+    }
+    transaction.sql << "INSERT INTO upload_chunks (upload, start_byte, size_bytes, object_key,"
+                       " sha256) VALUES (:upload, :start, :size, :key, :sha)",
+        use(upload), use(chunk.start), use(chunk.sizeBytes), use(chunk.key), use(chunk.sha256);
+    forgetObject(transaction, chunk.key);
+    return true;
+}
+
+bool adoptChunks(Transaction& transaction, const std::string& upload, const Received& received,
+                 const std::string& sha256, long long nowMs)
+{
+    // The change of nothing locks the row against other holders.
+    soci::statement check =
+        (transaction.sql.prepare << "UPDATE received SET epoch = epoch WHERE upload = :upload"
+                                    " AND epoch = :epoch AND size_bytes = :size",
+         use(upload), use(received.epoch), use(received.sizeBytes));
+    if (!changesARow(check)) {
+        return false;
+    }
+    if (contentSize(transaction.sql, sha256)) {
+        doomUploadChunks(transaction, upload, nowMs);
+    } else {
+        transaction.sql << "INSERT INTO contents (sha256, size_bytes) VALUES (:sha, :size)",
+            use(sha256), use(received.sizeBytes);
+        transaction.sql << "INSERT INTO content_chunks (content, start_byte, size_bytes,"
+                           " object_key, sha256) SELECT CAST(:sha AS VARCHAR(64)), start_byte,"
+                           " size_bytes, object_key, sha256 FROM upload_chunks"
+                           " WHERE upload = :upload",
+            use(sha256), use(upload);
+    }
+    removeReceived(transaction, upload);
+    return true;
+}
+
+void dropReceived(Transaction& transaction, const std::string& upload, long long nowMs)
+{
+    doomUploadChunks(transaction, upload, nowMs);
+    removeReceived(transaction, upload);
+}
+
+std::optional<long long> contentSize(soci::session& sql, const std::string& sha256)
+{
+    long long size = 0;
+    sql << "SELECT size_bytes FROM contents WHERE sha256 = :sha", into(size), use(sha256);
+    return sql.got_data() ? std::optional(size) : std::nullopt;
+}
+
+std::optional<Chunk> chunkAt(soci::session& sql, const std::string& sha256, long long offset)
+{
+    Chunk chunk;
+    sql << "SELECT object_key, start_byte, size_bytes, sha256 FROM content_chunks"
+           " WHERE content = :sha AND start_byte <= :offset ORDER BY start_byte DESC LIMIT 1",
+        into(chunk.key), into(chunk.start), into(chunk.sizeBytes), into(chunk.sha256), use(sha256),
+        use(offset);
+    const bool holdsIt = sql.got_data() && offset < chunk.start + chunk.sizeBytes;
+    return holdsIt ? std::optional(chunk) : std::nullopt;
+}
+
+void dropContent(Transaction& transaction, const std::string& sha256, long long nowMs)
+{
+    if (contentIsUsed(transaction.sql, sha256)) {
+        return;
+    }
+    transaction.sql << "INSERT INTO doomed (object_key, since_ms, condemned)"
+                       " SELECT object_key, CAST(:now AS BIGINT), 0 FROM content_chunks"
+                       " WHERE content = :sha",
+        use(nowMs), use(sha256);
+    transaction.sql << "DELETE FROM content_chunks WHERE content = :sha", use(sha256);
+    transaction.sql << "DELETE FROM contents WHERE sha256 = :sha", use(sha256);
+}
+
+std::vector<std::string> condemnObjects(Transaction& transaction, long long beforeMs, int most)
+{
+    transaction.sql << "UPDATE doomed SET condemned = 1 WHERE object_key IN (SELECT object_key"
+                       " FROM doomed WHERE since_ms < :before ORDER BY since_ms LIMIT :most)",
+        use(beforeMs), use(most);
+    std::string key;
+    std::vector<std::string> keys;
+    soci::statement query =
+        (transaction.sql.prepare
+             << "SELECT object_key FROM doomed WHERE condemned = 1 ORDER BY since_ms LIMIT :most",
+         into(key), use(most));
+    query.execute();
+    while (query.fetch()) {
+        keys.push_back(key);
+    }
+    return keys;
+}
+
+void forgetObject(Transaction& transaction, const std::string& key)
+{
+    transaction.sql << "DELETE FROM doomed WHERE object_key = :key", use(key);
+}
+
+} // namespace kelvo::store
