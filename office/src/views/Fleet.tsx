@@ -1,5 +1,6 @@
 // The consoles of the farm, on a map and in a list. #/fleet/3 is the console 3.
 import {useComputed, useSignal} from '@preact/signals';
+import {useEffect} from 'preact/hooks';
 import type {TrackPoint} from '../api/client';
 import {consoleName, consoles, lastContactMs, type ConsoleState} from '../model/farm';
 import type {Marker} from '../map/fleet';
@@ -14,6 +15,8 @@ const FleetMapBox = lazily(async () => (await import('./FleetMapBox')).FleetMapB
 
 const oldMs = 15 * 60 * 1000;
 const silentMs = 60 * 60 * 1000;
+/** Two hundred moving consoles must not draw the list two hundred times a second. */
+const pauseMs = 250;
 
 export function Fleet({consoleId}: {consoleId: number | undefined}) {
   const search = useSignal('');
@@ -22,11 +25,12 @@ export function Fleet({consoleId}: {consoleId: number | undefined}) {
   const replay = useSignal<TrackPoint | undefined>(undefined);
   const trackPoints = useComputed(() => track.value.map(placeOf));
   const replayPoint = useComputed(() => (replay.value ? placeOf(replay.value) : undefined));
-  const all = [...consoles.value.values()];
+  const known = useSlowConsoles();
+  const all = [...known.values()];
   if (all.length === 0) return <p class="empty">{t('fleet.none')}</p>;
   const found = all.filter((console) => matches(search.value, consoleName(console), console.operator.name)
     && (!isSilentOnly.value || now.value - lastContactMs(console) > silentMs));
-  const chosen = consoleId === undefined ? undefined : consoles.value.get(consoleId);
+  const chosen = consoleId === undefined ? undefined : known.get(consoleId);
   return (
     <div class="fleet">
       <section class="fleet-list">
@@ -52,6 +56,26 @@ export function Fleet({consoleId}: {consoleId: number | undefined}) {
         }} />
     </div>
   );
+}
+
+/** The consoles, at most four times a second. */
+function useSlowConsoles(): ReadonlyMap<number, ConsoleState> {
+  const shown = useSignal(consoles.peek());
+  useEffect(() => {
+    let timer: ReturnType<typeof setTimeout> | undefined;
+    const show = () => {
+      timer = undefined;
+      shown.value = consoles.peek();
+    };
+    const stop = consoles.subscribe(() => {
+      timer ??= setTimeout(show, pauseMs);
+    });
+    return () => {
+      stop();
+      clearTimeout(timer);
+    };
+  }, []);
+  return shown.value;
 }
 
 function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {

@@ -11,6 +11,7 @@ import {People} from './People';
 import {place, type View} from './place';
 import {Reports} from './Reports';
 import {Sendings} from './Sendings';
+import './shortcuts';
 import {tellError, Toast} from './Toast';
 
 export function Office() {

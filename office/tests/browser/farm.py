@@ -49,6 +49,13 @@ class Commands:
         """The operator's console reports something."""
         ask_as_operator(self.farm, method, path, json.dumps(document).encode())
 
+    def second_farm(self):
+        """Another farm with an office of its own. Returns the office's name and password."""
+        admin = self.farm.ctl("admin")
+        admin.run("farm", "add", "Dale Farm")
+        admin.add_user("dale", "office", "Dale Farm", PASSWORDS[OFFICE])
+        return ["dale", PASSWORDS[OFFICE]]
+
     def streams(self):
         """The open event streams."""
         return self.farm.service.metrics()["kelvo_event_streams_open"][frozenset()]

@@ -116,3 +116,25 @@ describe('the fleet', () => {
     await page.getByText('This console is not on your farm.').waitFor();
   });
 });
+
+describe('the office of another farm', () => {
+  it('sees nothing of this farm, also by guessed links', async () => {
+    const [id] = await world.command<number[]>('put', world.newFile('secret.zip', new Uint8Array(1)), 'To Console');
+    const page = await world.logInAs(await world.command('second_farm'));
+    const statuses: number[] = [];
+    page.on('response', (response) => {
+      if (/\/(resources|consoles|users|bin)\/\d+/.test(response.url())) statuses.push(response.status());
+    });
+    for (const hash of ['files/8', `map/${id}`, 'fleet/1', 'people/2', 'people/3', 'reports', 'bin', 'people', 'account']) {
+      await page.goto(`${world.origin}/#/${hash}`);
+      await page.locator('main').getByText(/./).first().waitFor();
+      const words = (await page.locator('#page').innerText()).replace(/^Dale Farm.*$/m, '');
+      expect(words).not.toMatch(/olga|Console 12|secret|Hill Farm|piet/);
+    }
+    const guessed = await page.evaluate((file) => Promise.all([`resources/${file}`, `resources/${file}/content`,
+      'consoles/1/track', 'users/3/export', 'users/3/track'].map(async (path) => (await fetch(`/kelvo-api/v1/${path}`)).status)), id);
+    expect(guessed).toEqual([404, 404, 404, 404, 404]);
+    expect(statuses.every((status) => status === 404)).toBe(true);
+    world.complaints.length = 0; // Chromium reports the refused requests.
+  });
+});

@@ -131,6 +131,26 @@ describe('the office', () => {
   });
 });
 
+describe('the keyboard', () => {
+  it('is enough to search, to look at a map and to leave a dialog', async () => {
+    const {path} = newFile('keys.zip');
+    await world.command('put', path, 'To Console');
+    const page = await world.logIn('office');
+    await row(page, 'keys.zip').waitFor();
+    await page.keyboard.press('/');
+    await page.keyboard.type('keys');
+    await page.getByText('Files: 1').waitFor();
+    await page.getByRole('link', {name: 'Map keys.zip'}).focus();
+    await page.keyboard.press('Enter');
+    await page.getByText('The file is not an archive').waitFor();
+    await page.goBack();
+    await choose(page, path);
+    await page.locator('.review').waitFor();
+    await page.keyboard.press('Escape');
+    await page.locator('.review').waitFor({state: 'detached'});
+  });
+});
+
 describe('the log-out', () => {
   it('stops the files on their way', async () => {
     const {path} = newFile('left.zip', 4_000_000);

@@ -93,9 +93,12 @@ export class World {
   }
 
   /** A page of a new browser profile, logged in. */
-  async logIn(role: 'office' | 'operator', options: Parameters<Browser['newContext']>[0] = {}): Promise<Page> {
+  logIn(role: 'office' | 'operator', options: Parameters<Browser['newContext']>[0] = {}): Promise<Page> {
+    return this.logInAs(this.accounts[role], options);
+  }
+
+  async logInAs([name, password]: [string, string], options: Parameters<Browser['newContext']>[0] = {}): Promise<Page> {
     const page = await this.open(await this.newContext(options));
-    const [name, password] = this.accounts[role];
     await page.locator('input[name=user]').fill(name);
     await page.locator('input[name=password]').fill(password);
     await page.locator('form button').click();

@@ -1,0 +1,184 @@
+// How fast the page is. Each test prints its figures; with KELVO_LIMITS=1, for a machine that does nothing else, it fails
+// if a figure is beyond its limit.
+import {writeFileSync} from 'node:fs';
+import {join} from 'node:path';
+import type {Page} from 'playwright-core';
+import {describe, expect, it} from 'vitest';
+import {archive, grid, task, taskData} from '../unit/archives';
+import {useWorld, world} from './world';
+
+useWorld();
+
+const hasLimits = process.env['KELVO_LIMITS'] === '1';
+
+function figure(name: string, value: number, unit: string, isGood: boolean): void {
+  console.log(`figure: ${name}: ${value.toFixed(1)} ${unit}`);
+  if (hasLimits) expect({name, value, isGood}).toEqual({name, value, isGood: true});
+}
+
+/** Notes each task of the main thread that is longer than 50 ms. */
+const watchTasks = (page: Page) => page.addInitScript(() => {
+  const tasks: number[] = [];
+  Object.assign(globalThis, {longTasks: tasks});
+  new PerformanceObserver((list) => {
+    for (const {duration} of list.getEntries()) tasks.push(duration);
+  }).observe({type: 'longtask', buffered: true});
+});
+
+const longestTask = (page: Page) => page.evaluate(() =>
+  Math.max(0, ...(globalThis as unknown as {longTasks: number[]}).longTasks.splice(0)));
+
+async function figureOfTasks(page: Page, what: string): Promise<void> {
+  const longest = await longestTask(page);
+  figure(`${what}: longest task above 50 ms`, longest, 'ms', longest <= 100);
+}
+
+/** Replaces the list `name` of an answer of the service. */
+async function replace(page: Page, path: string, change: (document: any) => void): Promise<void> {
+  const document = await page.evaluate(async (address) => (await fetch(address)).json(), `/kelvo-api/v1${path}`);
+  change(document);
+  await page.route((address) => address.pathname === `/kelvo-api/v1${path}`, (route) => route.fulfill({json: document}));
+}
+
+describe('an inbox with 10,000 files', () => {
+  it('is usable at once, and all its files can be found', async () => {
+    const page = await world.logIn('office');
+    await watchTasks(page);
+    await replace(page, '/account', ({projects}) => {
+      const [inbox] = projects[0].resources;
+      inbox.entries = [...Array(10_000).keys()].map((index) => ({
+        id: 100_000 + index, kind: 'file', name: `field ${index}.zip`, container: inbox.id, size: 1000 + index,
+        sha256: index.toString(16).padStart(64, '0'), created_at: '2026-05-01T06:12:30Z', etag: `"${'0'.repeat(64)}"`,
+      }));
+    });
+    await page.reload();
+    const first = page.locator('tr', {hasText: 'field 9999.zip'});
+    await first.waitFor();
+    const usableMs = await page.evaluate(() => performance.now());
+    figure('10,000 files: from the reload to the list', usableMs, 'ms', usableMs <= 1000);
+    await figureOfTasks(page, '10,000 files: load');
+    expect(await page.locator('tbody tr').count()).toBeLessThan(120);
+    await page.keyboard.press('/');
+    await page.keyboard.type('field 1234.');
+    await page.locator('tr', {hasText: 'field 1234.zip'}).waitFor();
+    await first.waitFor({state: 'detached'});
+    await page.getByRole('searchbox').fill('');
+    await first.waitFor();
+    await page.locator('.scroll').evaluate((box) => box.scrollTo(0, box.scrollHeight));
+    await page.locator('tr', {hasText: 'field 0.zip'}).waitFor();
+    await figureOfTasks(page, '10,000 files: search and scroll');
+  });
+});
+
+describe('200 consoles that move each second', () => {
+  it('leave the map smooth while it is dragged', async () => {
+    const page = await world.logIn('office');
+    await watchTasks(page);
+    const place = (index: number) => ({latitude: 51 + (index % 20) * 0.002, longitude: 5 + Math.floor(index / 20) * 0.004});
+    await replace(page, '/consoles', (document) => {
+      document.consoles = [...Array(200).keys()].map((index) => ({
+        id: 1000 + index, console_string: `Console ${index}`, hardware_address: '', operator: {id: 3, name: 'olga'}, environment: null,
+        devices: [], position: {...place(index), time_s: Math.floor(Date.now() / 1000) - 60, received_at: new Date().toISOString()},
+      }));
+    });
+    await page.reload();
+    await page.goto(`${world.origin}/#/fleet`);
+    await page.getByRole('link', {name: /Console 199/}).waitFor();
+    await page.locator('.map canvas').waitFor();
+    await page.evaluate(() => {
+      const channel = new BroadcastChannel('kelvo-events');
+      let step = 0;
+      setInterval(() => {
+        ++step;
+        for (let index = 0; index < 200; ++index) {
+          const data = {console: 1000 + index, user: {id: 3, name: 'olga'}, time_s: Math.floor(Date.now() / 1000),
+            latitude: 51 + (index % 20) * 0.002 + step * 1e-4, longitude: 5 + Math.floor(index / 20) * 0.004};
+          channel.postMessage({kind: 'event', event: {id: '', name: 'console-moved', data}});
+        }
+      }, 1000);
+    });
+    await page.getByText('km/h').first().waitFor(); // The moves arrive.
+    await longestTask(page);
+    const rates = [await dragRate(page), await dragRate(page), await dragRate(page)].sort((a, b) => a - b);
+    figure('200 consoles: frames while dragging, median of three', rates[1]!, 'a second', rates[1]! >= 30);
+    await figureOfTasks(page, '200 consoles: drag');
+  });
+
+  /** Frames a second while the mouse drags the map for two seconds. */
+  async function dragRate(page: Page): Promise<number> {
+    const box = (await page.locator('.map').boundingBox())!;
+    const frames = page.evaluate(() => new Promise<number>((resolve) => {
+      const start = performance.now();
+      let count = 0;
+      const next = () => {
+        ++count;
+        const elapsed = performance.now() - start;
+        if (elapsed < 2000) requestAnimationFrame(next);
+        else resolve((count / elapsed) * 1000);
+      };
+      requestAnimationFrame(next);
+    }));
+    await page.mouse.move(box.x + 400, box.y + 300);
+    await page.mouse.down();
+    for (let step = 0; step < 60; ++step) {
+      await page.mouse.move(box.x + 400 + 100 * Math.sin(step / 5), box.y + 300 + 60 * Math.cos(step / 7));
+    }
+    await page.mouse.up();
+    return frames;
+  }
+});
+
+describe('an event', () => {
+  it('is on the screen soon after the acknowledgement of the upload', async () => {
+    const page = await world.logIn('office');
+    const inbox = Number((await page.locator('.inboxes a').first().getAttribute('href'))!.split('/').at(-1));
+    await page.locator('.inboxes a').first().click();
+    const delays = await page.evaluate(async (target) => {
+      const send = async (name: string) => {
+        const seen = new Promise<number>((resolve) => {
+          const observer = new MutationObserver(() => {
+            if (document.querySelector(`tbody a[title="${name}"]`)) {
+              observer.disconnect();
+              resolve(performance.now());
+            }
+          });
+          observer.observe(document.body, {childList: true, subtree: true, characterData: true, attributes: true});
+        });
+        const answer = await fetch('/kelvo-api/v1/uploads', {method: 'POST', body: name, headers: {
+          'Tus-Resumable': '1.0.0', 'Upload-Length': String(name.length), 'Content-Type': 'application/offset+octet-stream',
+          'Upload-Metadata': `name ${btoa(name)},targets ${btoa(String(target))}`,
+        }});
+        const acknowledged = performance.now();
+        if (answer.status !== 201) throw new Error(`status ${answer.status}`);
+        return (await seen) - acknowledged;
+      };
+      const all: number[] = [];
+      for (let index = 0; index < 20; ++index) all.push(await send(`event ${index}.zip`));
+      return all.sort((a, b) => a - b);
+    }, inbox);
+    expect(delays.length).toBe(20);
+    figure('event to screen after the acknowledgement, 95th percentile', delays[18]!, 'ms', delays[18]! <= 100);
+  });
+});
+
+describe('a large map', () => {
+  it('is read and drawn while the page stays responsive', async () => {
+    const size = 1400;
+    const cells = Int32Array.from({length: size * size}, (_, cell) => (cell % 977) * 100);
+    const content = archive({
+      'TASKDATA.XML': taskData(task(`<TZN A="1"><PDV A="0006" B="0"/></TZN>${grid(size, size, 2, 'GRD00001', 'J="1"')}`)),
+      'GRD00001.BIN': new Uint8Array(cells.buffer),
+    });
+    const path = join(world.folder, 'large map.zip');
+    writeFileSync(path, content);
+    const page = await world.logIn('office');
+    await watchTasks(page);
+    await page.reload();
+    await page.locator('.link.live').waitFor();
+    await longestTask(page);
+    await page.locator('.send input[type=file]').setInputFiles(path);
+    await page.getByText('Total amount').waitFor();
+    await page.locator('.review .map canvas').waitFor();
+    await figureOfTasks(page, 'grid of 2 million cells: read and draw');
+  });
+});
