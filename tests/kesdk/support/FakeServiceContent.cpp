@@ -208,9 +208,7 @@ HttpResponse FakeService::HeadUpload(const std::string& id)
 {
     if (m_uploads.count(id) == 0)
         return Reply(404);
-    HttpResponse state = UploadState(200, id);
-    state.headers.erase(state.headers.begin()); // Location
-    return state;
+    return UploadState(200, id);
 }
 
 HttpResponse FakeService::ContinueUpload(const SentRequest& sent, const std::string& id, bool)
@@ -227,9 +225,10 @@ HttpResponse FakeService::ContinueUpload(const SentRequest& sent, const std::str
 HttpResponse FakeService::UploadState(int status, const std::string& id)
 {
     Upload& upload = m_uploads[id];
-    HttpResponse response = Reply(status, {},
-                                  {{"Location", "/kelvo-api/v1/uploads/" + id},
-                                   {"Upload-Offset", std::to_string(upload.content.size())}});
+    HttpResponse response =
+        Reply(status, {}, {{"Upload-Offset", std::to_string(upload.content.size())}});
+    if (status == 201) // only the answer to POST names the upload
+        response.headers.push_back({"Location", "/kelvo-api/v1/uploads/" + id});
     if (static_cast<std::int64_t>(upload.content.size()) != upload.length)
         return response;
     if (upload.files.empty()) {

@@ -283,11 +283,12 @@ TEST_F(UploadsTest, EndsAfterThreeChangesOfTheLocationAndKeepsTheKey)
         service.FailNext(Answer("POST /v1/uploads", offset));
         service.FailNext(Answer("POST /v1/uploads", offset));
     }
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 4; ++i)
         service.FailNext(Answer("PATCH", test::Problem(404, "not-found")));
     const auto sent = Send();
-    EXPECT_EQ(sent.failure.code, EErrorCode::eServiceError) << sent.failure.detail;
+    EXPECT_EQ(sent.failure.code, EErrorCode::eBadAnswer) << sent.failure.detail;
     EXPECT_EQ(service.Count("PATCH"), 3);
+    service.FailNext(Answer("POST /v1/uploads", test::Problem(409, "conflict"))); // drops "d"
     ExpectStored(Send(), kContent);
     EXPECT_EQ(LastContent(), kContent.substr(20)) << "resumed under the same key";
 }
@@ -308,18 +309,38 @@ TEST_F(UploadsTest, StoresTheFileOnceWhenTheAnswerSaysThatTheUploadExpired)
     ExpectStored(Send(), kContent);
 }
 
+// As the service, a middlebox names no location in an answer to PATCH.
 TEST_F(UploadsTest, IgnoresTheOffsetOfAnotherUpload)
 {
-    for (const char* offset : {"40", "4000"}) {
-        service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
-        service.FailNext(Answer("PATCH", test::Reply(204, {},
-                                                     {{"Location", "/kelvo-api/v1/uploads/x9"},
-                                                      {"Upload-Offset", offset}})));
-        const auto sent = Send();
-        ASSERT_TRUE(sent) << sent.failure.detail;
-        EXPECT_EQ(service.Content(sent.value.at(0).id), kContent);
+    for (const bool hasLocation : {false, true}) {
+        for (const char* offset : {"25", "50", "4000"}) {
+            HttpResponse foreign = test::Reply(204, {}, {{"Upload-Offset", offset}});
+            if (hasLocation)
+                foreign.headers.push_back({"Location", "/kelvo-api/v1/uploads/x9"});
+            service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+            service.FailNext(Answer("PATCH", foreign));
+            const auto sent = Send();
+            ASSERT_TRUE(sent) << sent.failure.detail;
+            EXPECT_EQ(service.Content(sent.value.at(0).id), kContent);
+        }
     }
     EXPECT_EQ(service.Count("PATCH /v1/uploads/x9"), 0);
+    EXPECT_EQ(service.Count("PATCH"), 12) << "no byte was sent to a wrong offset";
+}
+
+// The foreign offset is far beyond the bytes that arrive afterwards, four minutes apart.
+TEST_F(UploadsTest, CountsProgressBelowTheOffsetOfAnotherUpload)
+{
+    service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
+    service.FailNext(Answer("PATCH", test::Reply(204, {}, {{"Upload-Offset", "50"}})));
+    for (int i = 0; i < 4; ++i)
+        service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 5));
+    service.onRequest = [this](const std::string& line) {
+        const bool sendsBytes = line.rfind("PATCH", 0) == 0 && service.Count("PATCH") > 0;
+        for (int lost = 0; sendsBytes && lost < 34; ++lost)
+            service.FailNext(Drop("POST /v1/uploads"));
+    };
+    ExpectStored(Send(), kContent);
 }
 
 } // namespace kesdk::impl

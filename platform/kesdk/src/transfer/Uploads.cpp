@@ -13,9 +13,6 @@ namespace kesdk::impl {
 
 namespace {
 
-// A sound service lets an upload expire once in a week at most.
-constexpr int kMostRestarts = 3;
-
 // Whether the answer's records are of files with this name, size and targets.
 bool HasRecordsOf(const NewUpload& upload, const UploadRecord& answer)
 {
@@ -54,9 +51,9 @@ Result<Uploads::UploadState> Uploads::Send(const ApiCall& call, const std::strin
     const Failure failure = job.transfer.Run([&] { return Step(job); });
     if (!failure.IsSet())
         return std::move(job.state);
-    // While the outcome is unknown the journal stays: its key finds what the service may have.
-    const bool mayHaveBegun = job.isResumed || job.hasSent || !job.lastLocation.empty();
-    if (failure.Is(EErrorCode::eFileChanged) || (IsRefusal(failure) && !mayHaveBegun))
+    // After `begin` the service may have the upload: the journal's key finds it.
+    const bool isRefused = job.step == EStep::eBegin && IsRefusal(failure);
+    if (isRefused || failure.Is(EErrorCode::eFileChanged))
         m_journal.Forget(job.state.origin);
     return failure;
 }
@@ -104,14 +101,14 @@ Failure Uploads::Open(Job& job, const std::string& localPath)
 
 Uploads::Attempt Uploads::Step(Job& job)
 {
-    if (job.restarts >= kMostRestarts)
-        return {true, Failure(EErrorCode::eServiceError, "the upload begins again and again")};
     const Result<UploadRecord> answer = Request(job);
     if (job.state.file.ReadFailure().IsSet())
         return {true, job.state.file.ReadFailure()};
     if (!answer)
         return AfterFailure(job, answer.failure);
-    job.hasSent = job.hasSent || job.step != EStep::eAsk;
+    // An answer to PATCH names no upload, so nothing in it is believed.
+    if (job.step == EStep::eContinue)
+        return AskAgain(job);
     return answer.value.isComplete ? TakeResult(job, answer.value) : TakeOffset(job, answer.value);
 }
 
@@ -143,25 +140,17 @@ Uploads::Attempt Uploads::AfterFailure(Job& job, const Failure& failure)
     // The upload has expired. The service begins another one when it is asked with the key.
     if (failure.Is(EErrorCode::eNotFound) && job.step == EStep::eContinue)
         return AskAgain(job);
-    const bool wasSent = job.step != EStep::eAsk && MayPass(failure) && !failure.WasNeverSent();
-    job.hasSent = job.hasSent || wasSent;
-    if (job.step == EStep::eContinue || wasSent)
+    if (job.step == EStep::eContinue || (MayPass(failure) && !failure.WasNeverSent()))
         job.step = EStep::eAsk;
     return {false, failure};
 }
 
 Uploads::Attempt Uploads::TakeOffset(Job& job, const UploadRecord& answer)
 {
-    // The answer to continue need not name the location.
-    const bool isContinued = job.step == EStep::eContinue;
-    const bool isOwn = isContinued ? answer.location.empty() || answer.location == job.location
-                                   : IsOwn(job, answer.location);
-    if (!isOwn || answer.offsetBytes > job.state.upload.lengthBytes)
+    if (!IsNamedTwice(job, answer.location) || answer.offsetBytes > job.state.upload.lengthBytes)
         return AskAgain(job);
     if (job.transfer.Reach(answer.offsetBytes))
-        m_journal.Renew(job.state.origin); // the service too keeps it for a week from now
-    else if (isContinued)
-        job.transfer.CountUselessAnswer();
+        m_journal.Renew(job.state.origin); // from now, the service keeps the upload for a week, too
     job.step = EStep::eContinue;
     return {};
 }
@@ -177,10 +166,11 @@ Uploads::Attempt Uploads::TakeResult(Job& job, const UploadRecord& answer)
     if (!digest)
         return {true, digest.failure};
     job.transfer.RestartDeadline(); // the service answered, and the digest took its time
-    // The answer to the last PATCH has no records.
-    if (!HasRecordsOf(state.upload, answer) || IsOfAnotherUpload(job, answer.location))
+    const bool isOwn = !isPendingDeletion && answer.reprDigest == ToReprDigest(digest.value);
+    if (!HasRecordsOf(state.upload, answer) || IsOfAnotherUpload(job, answer.location) ||
+        (!isOwn && !IsNamedTwice(job, answer.location)))
         return AskAgain(job);
-    if (isPendingDeletion || answer.reprDigest != ToReprDigest(digest.value))
+    if (!isOwn)
         return AfterWrongResult(job, answer, isPendingDeletion);
     m_keys[answer.location] = state.upload.idempotencyKey;
     state.result = answer;
@@ -190,17 +180,12 @@ Uploads::Attempt Uploads::TakeResult(Job& job, const UploadRecord& answer)
 Uploads::Attempt Uploads::AfterWrongResult(Job& job, const UploadRecord& answer,
                                            bool isPendingDeletion)
 {
-    if (!IsOwn(job, answer.location))
-        return AskAgain(job);
-    const bool hasChanged = !job.state.file.IsContentUnchanged();
-    if (!isPendingDeletion && hasChanged) {
+    if (!isPendingDeletion && !job.state.file.IsContentUnchanged()) {
         DeleteCopy(job.call, job.state, answer);
         return {true, Failure(EErrorCode::eFileChanged, "the service has another content")};
     }
     // An earlier call sent an earlier content of the file, all of it or its beginning.
-    if (isPendingDeletion || job.isResumed) {
-        job.transfer.CountUselessAnswer();
-        ++job.restarts;
+    if (job.isResumed) {
         const Failure failure = UseNewKey(job);
         return {failure.IsSet(), failure};
     }
@@ -221,10 +206,8 @@ Failure Uploads::UseNewKey(Job& job)
     if (RAND_bytes(random.data(), static_cast<int>(random.size())) != 1)
         return Failure(EErrorCode::eInternal, "no random bytes for the upload's key");
     job.location.clear();
-    job.lastLocation.clear();
-    job.transfer.StartOver();
-    job.hasSent = false;
     job.isResumed = false;
+    job.transfer.StartOver();
     job.step = EStep::eBegin;
     job.state.upload.idempotencyKey = ToHex(random);
     m_journal.Keep(job.state.origin, job.state.upload.idempotencyKey);
@@ -238,19 +221,11 @@ bool Uploads::IsOfAnotherUpload(const Job& job, const std::string& location) con
            (known != m_keys.end() && known->second != job.state.upload.idempotencyKey);
 }
 
-// Whether two answers to the key have named this location.
-bool Uploads::IsOwn(Job& job, const std::string& location)
+// Whether the last two answers to the key named this location.
+bool Uploads::IsNamedTwice(Job& job, const std::string& location)
 {
-    if (IsOfAnotherUpload(job, location))
+    if (IsOfAnotherUpload(job, location) || std::exchange(job.location, location) != location)
         return false;
-    const bool isRepeated = std::exchange(job.lastLocation, location) == location;
-    if (location == job.location)
-        return true;
-    if (!isRepeated)
-        return false;
-    if (!std::exchange(job.location, location).empty())
-        ++job.restarts;
-    job.transfer.StartOver();
     m_keys[location] = job.state.upload.idempotencyKey;
     return true;
 }

@@ -9,6 +9,7 @@
 #include "transfer/UploadJournal.h"
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,29 +23,25 @@ namespace kesdk::impl {
 //   ask       sends the key without content
 //   continue  sends the rest of the content to the upload's location
 //
-//   step      answer                                              next step
-//   begin     none, and the request was never sent                begin
-//   begin     none                                                ask
-//   ask       none                                                ask
-//   continue  none                                                ask
-//   begin     an offset                                           ask, or continue: see below
-//   ask       an offset                                           ask, or continue: see below
-//   continue  an offset in the file, at the upload's location     continue
-//   continue  another offset or location                          ask
-//   any       409; 404 or 410 to continue                         ask
-//   any       the result, with the right digest and records       end
-//   any       another result                                      ask
-//   ask       another result at the upload's location:
-//               it is a pending deletion                          begin, with a new key
-//               the file changed while it was sent                end; the copy is deleted
-//               an earlier call sent another content              begin, with a new key
-//   any       another failure                                     end
+//   step      answer                                       next step
+//   begin     none, and the request was never sent         begin
+//   any       none                                         ask
+//   any       409; 404 or 410 to continue                  ask
+//   continue  an offset or a result                        ask
+//   begin     an offset                                    ask
+//   ask       an offset in the file                        continue, at the answer's location
+//   begin     the result, with the right digest            end
+//   ask       the result, with the right digest            end
+//   ask       a result with another digest, or a pending deletion:
+//               the file changed while it was sent         end; the copy is deleted
+//               an earlier call began the upload           begin, with a new key
+//   any       another failure                              end
 //
-// After three changes of the location or the key the upload ends, and the journal stays.
-//
-// A broken middlebox may repeat the answer to another upload. So a location is this upload's only
-// if two answers to its key name it, and no other key of this process has it. Bytes are sent only
-// there. A copy is deleted only if its location is the upload's and the file has changed.
+// A broken middlebox may repeat an answer to another upload. An answer to continue does not show
+// which upload it belongs to, so only answers to the key are believed. An offset is believed if the
+// last two answers name its location, and no other key of this process has that location. The same
+// holds for a result before its copy is deleted or its key is given up. After any other answer the
+// upload asks again.
 //
 // Errors: as Failure; the local file stays as it is. Retry: safe.
 class Uploads
@@ -83,11 +80,8 @@ private:
         UploadState state;
         ResumableTransfer transfer;
         EStep step = EStep::eBegin;
-        std::string location{};     // of the upload; empty until two answers named it
-        std::string lastLocation{}; // that an answer named
-        bool isResumed = false;     // the journal had the key before this call
-        bool hasSent = false; // content of this call may have reached the service under this key
-        int restarts = 0;     // how often another upload on the service took the place of this one
+        std::string location{}; // in the last answer to the key
+        bool isResumed = false; // the journal had the key before this call
     };
 
     Failure Open(Job& job, const std::string& localPath);
@@ -100,7 +94,7 @@ private:
     Attempt AskAgain(Job& job, const Failure& reason = {});
     Failure UseNewKey(Job& job);
     bool IsOfAnotherUpload(const Job& job, const std::string& location) const;
-    bool IsOwn(Job& job, const std::string& location);
+    bool IsNamedTwice(Job& job, const std::string& location);
     bool IsAnsweredAgain(const ApiCall& call, const UploadState& state);
     void DeleteCopy(const ApiCall& call, const UploadState& state, const UploadRecord& copy);
 
