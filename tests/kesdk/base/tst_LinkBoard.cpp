@@ -122,7 +122,7 @@ TEST_F(LinkBoardTest, WaitsUntilTheDeadlineOfAFailedAttempt)
     board.BeginTransfer(EDirection::eUpload, "one.crv", 10'000);
     board.NoteSent(4'000);
     board.SetDeadline(time->Now() + 30s);
-    board.Wait();
+    board.SetWaiting();
     EXPECT_EQ(Transfer().phase, EPhase::eWaits) << "at once";
     time->Advance(10s);
     EXPECT_EQ(Transfer().waitsUntilS, WallS() + 20);
@@ -139,9 +139,9 @@ TEST_F(LinkBoardTest, VerifiesWhenAllBytesHaveMoved)
     board.NoteSent(10'000);
     time->Advance(10s);
     EXPECT_EQ(Transfer().phase, EPhase::eVerifies) << "the service has not answered yet";
-    board.Wait();
+    board.SetWaiting();
     EXPECT_EQ(Transfer().phase, EPhase::eWaits) << "the answer was lost";
-    board.Verify();
+    board.SetVerifying();
     EXPECT_EQ(Transfer().phase, EPhase::eVerifies);
     board.EndTransfer();
     EXPECT_FALSE(board.Read().transfer);
@@ -151,8 +151,8 @@ TEST_F(LinkBoardTest, WaitsAfterAVerification)
 {
     board.BeginTransfer(EDirection::eUpload, "report.zip", 1000);
     board.ReachOffset(1000);
-    board.Verify();
-    board.Wait();
+    board.SetVerifying();
+    board.SetWaiting();
     EXPECT_EQ(Transfer().phase, EPhase::eWaits);
 }
 

@@ -46,7 +46,7 @@ protected:
     test::FakeSleeper sleeper{time};
     test::FixedJitter jitter{1.0};
     Timing timing{clock, sleeper, jitter};
-    GivenUp givenUp;
+    std::optional<Clock::Time> givenUp;
     AbortCheck abort;
     std::deque<Attempt> outcomes;
     std::chrono::milliseconds lasts{0};
@@ -165,7 +165,7 @@ TEST_F(ResumableTransferTest, GivesBytesThatWereSentTimeForAnAnswer)
         const Clock::Time begin = time->Now();
         if (++attempts == 1) {
             time->Advance(10min);
-            transfer.NoteSent(begin);
+            transfer.NoteBytesLeft(begin);
             return {false, kDropped};
         }
         EXPECT_TRUE(transfer.Reach(1));
@@ -179,7 +179,7 @@ TEST_F(ResumableTransferTest, LeavesOutTheTimeInWhichTheConsoleWasBusy)
 {
     ResumableTransfer transfer(timing, givenUp, abort);
     const Clock::Time begin = time->Now();
-    transfer.NoteSent(begin - 31s);
+    transfer.NoteBytesLeft(begin - 31s);
     time->Advance(6min);
     transfer.Extend(6min);
     EXPECT_EQ(Run(transfer).code, EErrorCode::eNoProgress);

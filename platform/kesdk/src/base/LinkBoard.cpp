@@ -126,7 +126,7 @@ void LinkBoard::SetDeadline(Clock::Time deadline)
     m_transfer->deadlineSet = m_clock->Now();
 }
 
-void LinkBoard::Wait()
+void LinkBoard::SetWaiting()
 {
     const std::lock_guard lock(m_mutex);
     if (!m_transfer)
@@ -135,7 +135,7 @@ void LinkBoard::Wait()
     m_transfer->isVerifying = false;
 }
 
-void LinkBoard::Verify()
+void LinkBoard::SetVerifying()
 {
     const std::lock_guard lock(m_mutex);
     if (!m_transfer)

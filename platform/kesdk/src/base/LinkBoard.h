@@ -46,8 +46,8 @@ public:
     void NoteSent(std::int64_t bytes);
     // The transfer is given up at `deadline` unless bytes move.
     void SetDeadline(Clock::Time deadline);
-    void Wait();
-    void Verify();
+    void SetWaiting();
+    void SetVerifying();
 
     kesdkimpl::LinkStatus Read() const;
 
@@ -109,15 +109,15 @@ public:
         if (m_board)
             m_board->SetDeadline(deadline);
     }
-    void Wait() const
+    void SetWaiting() const
     {
         if (m_board)
-            m_board->Wait();
+            m_board->SetWaiting();
     }
-    void Verify() const
+    void SetVerifying() const
     {
         if (m_board)
-            m_board->Verify();
+            m_board->SetVerifying();
     }
 
 private:

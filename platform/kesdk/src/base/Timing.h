@@ -12,11 +12,13 @@ namespace kesdk::impl {
 // After this time without a byte a transfer is given up.
 inline constexpr std::chrono::seconds kStallTimeout{5 * 60};
 
-// The pause doubles from `first` to `most`. Chance takes up to half of it.
+// The pause doubles from `first` to `most`. Chance takes up to half of it. The service may ask for
+// a longer one, up to `longestAsked`.
 struct Backoff
 {
     std::chrono::milliseconds first{500};
     std::chrono::milliseconds most{30'000};
+    std::chrono::milliseconds longestAsked{5 * 60'000};
 };
 
 // Thread safety: one thread at a time; Wake from any.
@@ -30,12 +32,10 @@ public:
 
     Clock::Time Now() const { return m_clock.Now(); }
 
-    // The pause behind attempt number `attempt` (from 1), or the longer one that the service asked
-    // for, up to five minutes.
+    // The pause after attempt number `attempt` (from 1).
     std::chrono::milliseconds Delay(const Backoff& backoff, int attempt,
                                     const std::optional<std::chrono::seconds>& retryAfter)
     {
-        constexpr std::chrono::milliseconds kLongestPause = std::chrono::minutes(5);
         std::chrono::milliseconds full = backoff.first;
         for (int i = 1; i < attempt && full < backoff.most; ++i)
             full *= 2;
@@ -43,7 +43,7 @@ public:
         const std::chrono::milliseconds jittered(static_cast<std::chrono::milliseconds::rep>(
             static_cast<double>(full.count()) * (0.5 + 0.5 * m_jitter.Next())));
         const std::chrono::milliseconds wanted = retryAfter.value_or(std::chrono::seconds(0));
-        return std::max(std::min(wanted, kLongestPause), jittered);
+        return std::max(std::min(wanted, backoff.longestAsked), jittered);
     }
     // Both block, and return false when the check ended the pause.
     bool Sleep(std::chrono::milliseconds duration, const AbortCheck& abort)

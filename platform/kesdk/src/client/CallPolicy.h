@@ -1,4 +1,4 @@
-// How long each kind of call is tried.
+// How long each kind of call, and a transfer as a whole, is tried.
 #pragma once
 
 #include "base/Timing.h"
@@ -66,5 +66,26 @@ constexpr CallPolicy PolicyOf(ECall call)
     }
     return {};
 }
+
+// Of a whole transfer. Each of its attempts is an ECall::eContent. Its stall timeout is
+// kStallTimeout.
+struct TransferPolicy
+{
+    std::chrono::seconds firstByteTimeout{30}; // after a transfer that was given up
+    std::chrono::seconds deadLinkMemory{120};  // for this time after it
+    int mostUselessAnswers = 6; // a link does not bring them, so more patience would not help
+};
+inline constexpr TransferPolicy kTransfer;
+
+// The operator waits for a login and cannot end it: this long after the service has taken the
+// password, no attempt begins.
+inline constexpr std::chrono::seconds kLoginLimit{60};
+// An event stream that was open for this time was a good stream: its backoff begins anew.
+inline constexpr std::chrono::seconds kLastingStream{10};
+// After the console has begun to end, pending deletions have this time.
+inline constexpr std::chrono::seconds kDeletionLimitWhenEnding{2};
+// After a lost device report, the next reports pause for this many times the report's time.
+inline constexpr int kReportPauseFactor = 5;
+inline constexpr std::chrono::seconds kLongestReportPause{10};
 
 } // namespace kesdk::impl

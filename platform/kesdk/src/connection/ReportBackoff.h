@@ -1,7 +1,7 @@
 // Limits the time that device reports take on a bad link.
 #pragma once
 
-#include "base/Clock.h"
+#include "client/CallPolicy.h"
 
 #include <algorithm>
 #include <chrono>
@@ -19,10 +19,9 @@ class ReportBackoff
 public:
     void Fail(Clock::Time start, Clock::Time end)
     {
-        constexpr int kPausePerFailure = 5;
-        constexpr Clock::Time::duration kLongestPause = std::chrono::seconds(10);
         m_isShort = true;
-        m_pausesUntil = end + std::min((end - start) * kPausePerFailure, kLongestPause);
+        m_pausesUntil = end + std::min<Clock::Time::duration>((end - start) * kReportPauseFactor,
+                                                              kLongestReportPause);
     }
     // The service was reached.
     void Restore() { m_isShort = false; }

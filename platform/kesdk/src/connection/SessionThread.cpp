@@ -13,12 +13,6 @@ namespace {
 
 using std::chrono::seconds;
 
-// A stream that was open for this time was a good stream: the backoff begins anew.
-constexpr seconds kLastingStream{10};
-// The operator waits for a login and cannot end it: this long after the service has taken the
-// password no attempt begins.
-constexpr seconds kLoginLimit{60};
-
 void Forget(std::wstring& secret)
 {
     OPENSSL_cleanse(secret.data(), secret.size() * sizeof(wchar_t));

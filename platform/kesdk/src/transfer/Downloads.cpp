@@ -20,9 +20,9 @@ bool IsUsableServiceName(const std::wstring& name)
            name.find_first_of(kForbidden) == std::wstring::npos;
 }
 
-// Whether a part is useless to a later call: the service has another file or none, the content is
-// wrong, or the console has no room. After all other failures the part stays.
-bool IsWorthlessAfter(const Failure& failure)
+// Whether the part file is useless to a later call: the service has another file or none, the
+// content is wrong, or the console has no room.
+bool MustRemovePart(const Failure& failure)
 {
     return failure.Is(EErrorCode::eFileGone, EErrorCode::eNotFound, EErrorCode::eForbidden,
                       EErrorCode::eRangeRefused, EErrorCode::eDamaged, EErrorCode::eDiskFull,
@@ -34,9 +34,7 @@ bool IsWorthlessAfter(const Failure& failure)
 class PartSink : public BodySink
 {
 public:
-    PartSink(PartFile& part, const FileRecord& file, ResumableTransfer& transfer)
-        : m_part(part), m_file(file), m_transfer(transfer)
-    {}
+    explicit PartSink(Downloads::Job& job) : m_job(job), m_part(job.part) {}
 
     bool Accept(const HttpResponse& head) override
     {
@@ -51,11 +49,11 @@ public:
 
     bool Write(const char* bytes, std::size_t sizeBytes) override
     {
-        m_fits =
-            m_fits && m_part.SizeBytes() + static_cast<std::int64_t>(sizeBytes) <= m_file.sizeBytes;
+        const std::int64_t freeBytes = m_job.file.sizeBytes - m_part.SizeBytes();
+        m_fits = m_fits && static_cast<std::int64_t>(sizeBytes) <= freeBytes;
         if (!m_fits || !m_part.Write(bytes, sizeBytes))
             return false;
-        m_transfer.Reach(m_part.SizeBytes());
+        m_job.transfer.Reach(m_part.SizeBytes());
         return true;
     }
 
@@ -73,9 +71,8 @@ private:
         return contentRange && contentRange->compare(0, expected.size(), expected) == 0;
     }
 
+    Downloads::Job& m_job;
     PartFile& m_part;
-    const FileRecord& m_file;
-    ResumableTransfer& m_transfer;
     bool m_fits = true;
 };
 
@@ -92,13 +89,12 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
                             file.sha256Hex};
     Failure failure = part.Open(localPath, origin, call.abort);
     if (!failure.IsSet())
-        failure = FetchWhole(call, file, part);
-    if (failure.IsSet()) {
-        if (!IsWorthlessAfter(failure))
-            part.Keep();
-        return failure;
-    }
-    return part.Commit();
+        failure = FetchContent(call, file, part);
+    if (!failure.IsSet())
+        return part.Commit();
+    if (!MustRemovePart(failure))
+        part.Keep();
+    return failure;
 }
 
 void Downloads::SweepOnce(const std::string& localPath)
@@ -111,48 +107,45 @@ void Downloads::SweepOnce(const std::string& localPath)
         RemoveStaleParts(folder, nowS);
 }
 
-Failure Downloads::FetchWhole(const ApiCall& call, const FileRecord& file, PartFile& part)
-{
-    for (;;) {
-        if (Failure failure = FetchContent(call, file, part); failure.IsSet())
-            return failure;
-        call.report.Verify();
-        const Result<Sha256::Digest> digest = part.Finish();
-        if (!digest)
-            return digest.failure;
-        if (ToHex(digest.value) == file.sha256Hex)
-            return {};
-        // A power cut may have taken bytes of the resumed part.
-        if (!part.IsResumed())
-            return Failure(EErrorCode::eDamaged, "SHA-256 differs");
-        if (!part.Restart())
-            return part.WriteFailure();
-    }
-}
-
 Failure Downloads::FetchContent(const ApiCall& call, const FileRecord& file, PartFile& part)
 {
-    ApiCall content = call;
-    content.policy = PolicyOf(ECall::eContent);
-    ResumableTransfer transfer(m_timing, m_givenUp, call.abort, part.SizeBytes(), call.report);
+    Job job{call, file, part, {m_timing, m_givenUpAt, call.abort, part.SizeBytes(), call.report}};
+    job.call.policy = PolicyOf(ECall::eContent);
     call.report.ReachOffset(part.SizeBytes());
-    const auto attempt = [&]() -> ResumableTransfer::Attempt {
-        if (part.SizeBytes() == file.sizeBytes && file.sizeBytes > 0)
-            return {true, {}};
-        const std::int64_t before = transfer.HighestOffsetBytes();
-        PartSink sink(part, file, transfer);
-        const Result<HttpResponse> answer =
-            m_api.GetContent(content, {file.id, file.etag, part.SizeBytes()}, sink);
-        if (sink.OwnFailure().IsSet())
-            return {true, sink.OwnFailure()};
-        // The last byte is there: the digest decides, however the connection ended.
-        const bool hasGrown = transfer.HighestOffsetBytes() > before;
-        if ((answer || hasGrown) && part.SizeBytes() == file.sizeBytes)
-            return {true, {}};
-        return {false,
-                answer ? Failure(EErrorCode::eDropped, "the content ended early") : answer.failure};
+    return job.transfer.Run([&] { return FetchRest(job); }).NotFoundAs(EErrorCode::eFileGone);
+}
+
+Downloads::Attempt Downloads::FetchRest(Job& job)
+{
+    const auto hasLastByte = [&] {
+        return job.file.sizeBytes > 0 && job.part.SizeBytes() == job.file.sizeBytes;
     };
-    return transfer.Run(attempt).NotFoundAs(EErrorCode::eFileGone);
+    if (hasLastByte())
+        return Verify(job); // of a resumed part
+    PartSink sink(job);
+    const Result<HttpResponse> answer =
+        m_api.GetContent(job.call, {job.file.id, job.file.etag, job.part.SizeBytes()}, sink);
+    if (sink.OwnFailure().IsSet())
+        return {true, sink.OwnFailure()};
+    // The digest decides, however the connection ended.
+    if (hasLastByte() || (answer && job.file.sizeBytes == 0))
+        return Verify(job);
+    return {false,
+            answer ? Failure(EErrorCode::eDropped, "the content ended early") : answer.failure};
+}
+
+Downloads::Attempt Downloads::Verify(Job& job)
+{
+    job.call.report.SetVerifying();
+    const Result<Sha256::Digest> digest = job.part.Finish();
+    if (!digest || ToHex(digest.value) == job.file.sha256Hex)
+        return {true, digest.failure};
+    if (!job.part.IsResumed())
+        return {true, Failure(EErrorCode::eDamaged, "SHA-256 differs")};
+    // A power cut may have taken bytes of the resumed part.
+    job.transfer.StartOver();
+    const bool isEmpty = job.part.Restart();
+    return {!isEmpty, job.part.WriteFailure()};
 }
 
 } // namespace kesdk::impl

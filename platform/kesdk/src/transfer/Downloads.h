@@ -7,6 +7,7 @@
 #include "transfer/ResumableTransfer.h"
 #include "transfer/StaleFiles.h"
 
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -14,14 +15,22 @@
 namespace kesdk::impl {
 
 // One download at a time, as a ResumableTransfer. If the link drops, the download resumes behind
-// the last byte that arrived. If the transfer is given up or aborted, the part of a large file
+// the last byte that arrived. If the transfer is given up or aborted, the part file of a large file
 // stays: a later call, also of a restarted console, resumes it. The first download into a folder
-// removes the parts there that are a week old.
+// removes the part files there that are a week old.
 //
 // Errors: as Failure; nothing new has the final name then. Retry: safe.
 class Downloads
 {
 public:
+    struct Job
+    {
+        ApiCall call;
+        const FileRecord& file;
+        PartFile& part;
+        ResumableTransfer transfer;
+    };
+
     Downloads(ApiClient& api, Timing& timing, WallClock wallTimeS = RealConsoleFacts().wallTimeS)
         : m_api(api), m_timing(timing), m_wallTimeS(std::move(wallTimeS))
     {}
@@ -31,16 +40,18 @@ public:
     Failure Fetch(const ApiCall& call, const FileRecord& file, const std::string& localPath);
 
 private:
-    Failure FetchWhole(const ApiCall& call, const FileRecord& file, PartFile& part);
-    Failure FetchContent(const ApiCall& call, const FileRecord& file, PartFile& part);
+    using Attempt = ResumableTransfer::Attempt;
 
+    Failure FetchContent(const ApiCall& call, const FileRecord& file, PartFile& part);
+    Attempt FetchRest(Job& job);
+    Attempt Verify(Job& job);
     void SweepOnce(const std::string& localPath);
 
     ApiClient& m_api;
     Timing& m_timing;
     WallClock m_wallTimeS;
     std::set<std::string> m_sweptFolders;
-    GivenUp m_givenUp;
+    std::optional<Clock::Time> m_givenUpAt;
 };
 
 } // namespace kesdk::impl

@@ -20,7 +20,6 @@ namespace {
 using nlohmann::json;
 
 constexpr const char* kSuffix = ".discard";
-constexpr std::chrono::seconds kLimitWhenEnding{2};
 constexpr std::int64_t kLongestPendingS = 30 * kDayS; // as long as the bin keeps a file
 
 std::string JournalPath(const std::string& folder, const std::string& account, std::int64_t fileId)
@@ -75,7 +74,7 @@ void PendingDeletions::Run(ApiClient& api, Timing& timing, const ApiCall& call)
         const Clock::Time now = timing.Now();
         if (!isEnding && IsAborted(call.abort)) {
             isEnding = true;
-            end = std::min<Clock::Time>(end, now + kLimitWhenEnding);
+            end = std::min<Clock::Time>(end, now + kDeletionLimitWhenEnding);
         }
         return now >= end;
     };

@@ -6,35 +6,19 @@
 
 namespace kesdk::impl {
 
-namespace {
-
-constexpr std::chrono::seconds kFirstByteTimeout{30};
-// A link does not bring such answers, so more patience would not help.
-constexpr int kMostUselessAnswers = 6;
-
-} // namespace
-
-void GivenUp::Note(const Failure& failure, Clock::Time now)
-{
-    m_at = failure.Is(EErrorCode::eNoProgress) ? std::optional(now) : std::nullopt;
-}
-
-bool GivenUp::IsRecent(Clock::Time now) const
-{
-    constexpr std::chrono::minutes kRecent{2};
-    return m_at && now - *m_at < kRecent;
-}
-
-ResumableTransfer::ResumableTransfer(Timing& timing, GivenUp& givenUp, AbortCheck abort,
-                                     std::int64_t offsetBytes, TransferReport report)
+ResumableTransfer::ResumableTransfer(Timing& timing, std::optional<Clock::Time>& givenUpAt,
+                                     AbortCheck abort, std::int64_t offsetBytes,
+                                     TransferReport report)
     : m_timing(timing),
-      m_givenUp(givenUp),
+      m_givenUpAt(givenUpAt),
       m_abort(std::move(abort)),
       m_report(report),
       m_offset(offsetBytes),
       m_highest(offsetBytes),
       m_progress(timing.Now()),
-      m_stallTimeout(givenUp.IsRecent(m_progress) ? kFirstByteTimeout : kStallTimeout)
+      m_stallTimeout(givenUpAt && m_progress - *givenUpAt < kTransfer.deadLinkMemory
+                         ? kTransfer.firstByteTimeout
+                         : kStallTimeout)
 {}
 
 Failure ResumableTransfer::Run(const std::function<Attempt()>& attempt)
@@ -43,36 +27,37 @@ Failure ResumableTransfer::Run(const std::function<Attempt()>& attempt)
     while (!last.isDone) {
         m_report.SetDeadline(Deadline());
         last = attempt();
-        if (last.isDone)
-            break;
-        if (m_uselessAnswers >= kMostUselessAnswers) {
-            last = {true, last.failure.IsSet() ? last.failure : m_uselessReason};
-        } else if (last.failure.IsSet()) {
-            if (const Failure end = Judge(last.failure); end.IsSet())
-                last = {true, end};
-            else if (!Pause(last.failure))
-                last = {true, Failure(EErrorCode::eAborted)};
-        }
+        if (!last.isDone)
+            last = PrepareNext(last.failure);
     }
-    m_givenUp.Note(last.failure, m_timing.Now());
+    m_givenUpAt.reset();
+    if (last.failure.Is(EErrorCode::eNoProgress))
+        m_givenUpAt = m_timing.Now();
     return last.failure;
 }
 
-// False if the transfer is aborted.
-bool ResumableTransfer::Pause(const Failure& failure)
+ResumableTransfer::Attempt ResumableTransfer::PrepareNext(const Failure& failure)
 {
+    if (m_uselessAnswers >= kTransfer.mostUselessAnswers)
+        return {true, failure.IsSet() ? failure : m_uselessReason};
+    if (!failure.IsSet())
+        return {};
+    if (const Failure end = EndBefore(failure); end.IsSet())
+        return {true, end};
     m_report.SetDeadline(Deadline());
-    m_report.Wait();
-    return m_timing.Pause(m_policy.backoff, ++m_attempts, failure.retryAfter, m_abort);
+    m_report.SetWaiting();
+    const bool isAborted =
+        !m_timing.Pause(m_policy.backoff, ++m_attempts, failure.retryAfter, m_abort);
+    return {isAborted, Failure(EErrorCode::eAborted)};
 }
 
 bool ResumableTransfer::Reach(std::int64_t offsetBytes)
 {
     m_offset = offsetBytes;
     m_report.ReachOffset(offsetBytes);
-    const bool wasSent = std::exchange(m_sentUntil, std::nullopt).has_value();
+    const bool awaitedAnswer = std::exchange(m_awaitsAnswer, false);
     if (offsetBytes <= m_highest) {
-        if (wasSent)
+        if (awaitedAnswer)
             CountUselessAnswer();
         return false;
     }
@@ -90,52 +75,37 @@ void ResumableTransfer::CountUselessAnswer(const Failure& reason)
         reason.IsSet() ? reason : Failure(EErrorCode::eBadAnswer, "the answers bring nothing");
 }
 
-void ResumableTransfer::NoteSent(Clock::Time start)
+void ResumableTransfer::NoteBytesLeft(Clock::Time start)
 {
     // The transport ends an attempt that has stalled for a window: until then bytes left.
     const Clock::Time until = m_timing.Now() - m_policy.limits.stallWindow;
-    if (until > start)
-        m_sentUntil = until;
+    if (until <= start)
+        return;
+    RestartDeadline();
+    m_progress = until;
+    m_awaitsAnswer = true;
 }
 
 void ResumableTransfer::RestartDeadline()
 {
     m_progress = m_timing.Now();
     m_stallTimeout = kStallTimeout;
-    m_sentUntil.reset();
+    m_awaitsAnswer = false;
 }
 
-void ResumableTransfer::Extend(Clock::Time::duration busy)
-{
-    m_progress += busy;
-    if (m_sentUntil)
-        *m_sentUntil += busy;
-}
-
-std::chrono::seconds ResumableTransfer::Timeout() const
-{
-    return m_sentUntil ? kStallTimeout : m_stallTimeout;
-}
-
-Clock::Time ResumableTransfer::Deadline() const
-{
-    return m_sentUntil.value_or(m_progress) + Timeout();
-}
-
-// The failure to end with; not set if another attempt follows.
-Failure ResumableTransfer::Judge(const Failure& failure) const
+// The failure with which the transfer ends; not set if another attempt follows.
+Failure ResumableTransfer::EndBefore(const Failure& failure) const
 {
     if (!MayPass(failure))
         return failure;
-    const Clock::Time deadline = Deadline();
     const Clock::Time now = m_timing.Now();
-    if (now >= deadline)
+    if (now >= Deadline())
         return Failure(EErrorCode::eNoProgress,
-                       "no byte for " + std::to_string(Timeout().count()) +
+                       "no byte for " + std::to_string(m_stallTimeout.count()) +
                            " s; last failure: " + failure.detail,
                        failure.httpStatus);
     // The service's own error tells the operator how long to wait.
-    const bool isTooLong = failure.retryAfter && now + *failure.retryAfter >= deadline;
+    const bool isTooLong = failure.retryAfter && now + *failure.retryAfter >= Deadline();
     return isTooLong ? failure : Failure();
 }
 

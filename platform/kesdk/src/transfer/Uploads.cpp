@@ -43,7 +43,7 @@ Result<Uploads::UploadState> Uploads::Send(const ApiCall& call, const std::strin
                                            const std::vector<std::int64_t>& targetInboxIds)
 {
     m_journal.ForgetRemovedFiles(FolderOf(localPath));
-    Job job{call, {}, {m_timing, m_givenUp, call.abort, 0, call.report}};
+    Job job{call, {}, {m_timing, m_givenUpAt, call.abort, 0, call.report}};
     job.call.policy = PolicyOf(ECall::eContent);
     job.state.upload.targetInboxIds = targetInboxIds;
     if (Failure failure = Open(job, localPath); failure.IsSet())
@@ -129,7 +129,7 @@ Result<UploadRecord> Uploads::Request(Job& job)
     auto answer = begins ? m_api.BeginUpload(job.call, state.upload, &state.file)
                          : m_api.ContinueUpload(job.call, job.location, offset, state.file);
     if (!answer)
-        job.transfer.NoteSent(start);
+        job.transfer.NoteBytesLeft(start);
     return answer;
 }
 
@@ -161,7 +161,7 @@ Uploads::Attempt Uploads::TakeResult(Job& job, const UploadRecord& answer)
     const bool isPendingDeletion = m_pendingDeletions.Contains(job.call, answer.fileIds);
     if (!IsAborted(job.call.abort))
         m_pendingDeletions.Run(m_api, m_timing, job.call);
-    job.call.report.Verify();
+    job.call.report.SetVerifying();
     const Result<Sha256::Digest> digest = state.file.Digest(job.call.abort);
     if (!digest)
         return {true, digest.failure};

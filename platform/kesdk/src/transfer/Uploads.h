@@ -102,7 +102,7 @@ private:
     Timing& m_timing;
     UploadJournal m_journal;
     PendingDeletions m_pendingDeletions;
-    GivenUp m_givenUp;
+    std::optional<Clock::Time> m_givenUpAt;
     std::map<std::string, std::string> m_keys; // of this object's uploads, by location
 };
 
