@@ -233,25 +233,29 @@ TEST_F(Ids, UploadsOnlyToTheExactTarget)
     EXPECT_TRUE(folder.Has("c.zip"));
 }
 
-// The service has created a file, but its answer holds no valid id. The file cannot be listed.
+// The service answers each request with a result whose record has no valid id.
 TEST_F(Ids, AnUploadFailsWhenItsResultHasAWrongId)
 {
     LogIn();
     folder.Write("c.zip", "c");
     Sha256 hash;
     hash.Update("c", 1);
-    const std::string digest = ToReprDigest(hash.Finish());
+    const Sha256::Digest digest = hash.Finish();
     for (const std::string& id :
          {std::to_string(Disguised()), std::to_string(file - kTwo32), std::string("2147483648"),
-          std::string("0"), std::string("-1"), std::string("1e3"), std::string("five"),
+          std::string("0"), std::string("-1"), std::string("1e3"), std::string("\"five\""),
           std::string(), std::string("99999999999999999999")}) {
         const int deletions = service.Count("DELETE");
-        service.FailNext(
-            Answer("POST /v1/uploads", test::Reply(201, "{}",
-                                                   {{"Location", "/kelvo-api/v1/uploads/u"},
-                                                    {"Upload-Offset", "1"},
-                                                    {"Kelvo-File-Ids", id},
-                                                    {"Repr-Digest", digest}})));
+        const std::string body =
+            R"({"files":[{"name":"c.zip","size":1,"created_at":"2026-01-01T00:00:00Z","container":)" +
+            std::to_string(inbox) + R"(,"sha256":")" + ToHex(digest) + R"(","etag":"e","id":)" +
+            id + "}]}";
+        for (int i = 0; i < 6; ++i) // all that the upload asks
+            service.FailNext(
+                Answer("POST /v1/uploads", test::Reply(201, body,
+                                                       {{"Location", "/kelvo-api/v1/uploads/u"},
+                                                        {"Upload-Offset", "1"},
+                                                        {"Repr-Digest", ToReprDigest(digest)}})));
         EXPECT_FALSE(connection->Upload(folder.WidePath("c.zip").c_str(),
                                         {static_cast<std::uint64_t>(inbox)}))
             << id;

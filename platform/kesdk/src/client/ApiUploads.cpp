@@ -5,7 +5,6 @@
 #include "client/ApiJson.h"
 #include "client/Problems.h"
 
-#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -32,17 +31,6 @@ std::string JoinIds(const std::vector<std::int64_t>& ids)
     return out;
 }
 
-std::vector<std::int64_t> SplitIds(std::string_view text)
-{
-    std::vector<std::int64_t> ids;
-    while (!text.empty()) {
-        const std::size_t comma = text.find(',');
-        ids.push_back(ToInteger(Trim(text.substr(0, comma))).value_or(-1));
-        text = comma == std::string_view::npos ? std::string_view() : text.substr(comma + 1);
-    }
-    return ids;
-}
-
 // The upload's address below the base URL. Only the last part of the service's text is used.
 std::string ToTarget(std::string_view location)
 {
@@ -53,12 +41,6 @@ std::string ToTarget(std::string_view location)
     if (id.empty() || id.find_first_of("/?#\r\n ") != std::string_view::npos)
         return {};
     return std::string(kPath) + std::string(id);
-}
-
-Failure BadAnswer(const HttpResponse& response, const char* what)
-{
-    return Failure(EErrorCode::eBadAnswer, std::string("the answer to an upload has ") + what,
-                   response.status);
 }
 
 Result<UploadRecord> ReadUpload(const HttpOutcome& outcome)
@@ -72,17 +54,10 @@ Result<UploadRecord> ReadUpload(const HttpOutcome& outcome)
     const std::string* offset = response.Header("Upload-Offset");
     upload.offsetBytes = offset ? ToInteger(*offset).value_or(-1) : -1;
     if (!response.IsSuccess() || upload.offsetBytes < 0)
-        return BadAnswer(response, "no offset");
-    const std::string* ids = response.Header("Kelvo-File-Ids");
-    const std::string* digest = response.Header("Repr-Digest");
-    if (!ids || !digest)
-        return upload;
-    upload.isComplete = true;
-    upload.fileIds = SplitIds(*ids);
-    if (upload.fileIds.empty() || !std::all_of(upload.fileIds.begin(), upload.fileIds.end(), &IsId))
-        return BadAnswer(response, "unusable file ids");
-    upload.reprDigest = *digest;
-    // A 204 has no body.
+        return Failure(EErrorCode::eBadAnswer, "the answer to an upload has no offset",
+                       response.status);
+    if (const std::string* digest = response.Header("Repr-Digest"))
+        upload.reprDigest = *digest;
     if (auto files = ParseUploadedFiles(response.body))
         upload.files = std::move(*files);
     return upload;

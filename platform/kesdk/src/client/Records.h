@@ -74,15 +74,13 @@ struct ResourceRecord
     std::optional<FileRecord> file;
 };
 
-// An upload as one answer describes it. The result fields are set once the upload is complete.
+// An upload as one answer describes it.
 struct UploadRecord
 {
     std::string location;
     std::int64_t offsetBytes = 0;
-    bool isComplete = false;
-    std::string reprDigest;
-    std::vector<std::int64_t> fileIds;
-    std::vector<FileRecord> files; // only if the answer had a body
+    std::string reprDigest;        // empty until the upload is complete
+    std::vector<FileRecord> files; // of the complete upload, if the answer had its records
 };
 
 enum class EAccountEvent {

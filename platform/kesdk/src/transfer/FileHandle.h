@@ -1,11 +1,13 @@
 // An open file descriptor that closes itself.
 #pragma once
 
+#include <fcntl.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -63,5 +65,12 @@ public:
 private:
     int m_descriptor = -1;
 };
+
+// Syncs the folder. Some file systems cannot do that: only EIO means that a name may be lost.
+inline bool SyncFolder(const std::string& folder)
+{
+    const FileHandle handle(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return !handle.IsOpen() || ::fsync(handle.Get()) == 0 || errno != EIO;
+}
 
 } // namespace kesdk::impl

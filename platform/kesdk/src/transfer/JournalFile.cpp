@@ -5,6 +5,8 @@
 #include "transfer/Paths.h"
 #include "transfer/StaleFiles.h"
 
+#include <nlohmann/json.hpp>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -74,13 +76,12 @@ bool IsStartOfJournal(std::string_view bytes)
            std::all_of(bytes.begin(), bytes.end(), [](char byte) { return byte == '\0'; });
 }
 
-bool SyncFolderOf(const std::string& path)
-{
-    const FileHandle handle(::open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return handle.IsOpen() && (::fsync(handle.Get()) == 0 || errno != EIO);
-}
-
 } // namespace
+
+std::string ToJournalText(const nlohmann::json& document)
+{
+    return document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
 
 bool WriteJournal(const std::string& path, const std::string& text)
 {
@@ -97,7 +98,7 @@ bool WriteJournal(const std::string& path, const std::string& text)
         ::unlink(newPath.c_str());
         return false;
     }
-    return SyncFolderOf(path);
+    return SyncFolder(FolderOf(path));
 }
 
 Result<std::string> ReadJournal(const std::string& path)
@@ -137,11 +138,12 @@ bool IsJournalName(std::string_view name, std::string_view suffix)
     return !Without(whole.empty() ? name : whole, suffix).empty();
 }
 
-std::vector<std::string> StaleJournals(const std::string& folder, std::string_view suffix,
-                                       std::int64_t nowS)
+void RemoveOldJournals(const std::string& folder, std::string_view suffix, std::int64_t nowS,
+                       std::int64_t longestAgeS)
 {
     const auto isMeant = [&](std::string_view name) { return IsJournalName(name, suffix); };
-    return StaleFiles(folder, isMeant, nowS);
+    for (const std::string& path : StaleFiles(folder, isMeant, nowS, longestAgeS))
+        RemoveJournal(path);
 }
 
 void RenewJournal(const std::string& path)

@@ -3,6 +3,8 @@
 
 #include "base/Failure.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -12,6 +14,9 @@ namespace kesdk::impl {
 
 // A journal is complete or does not exist: a digest in it shows that. No transfer fails because of
 // a journal. It holds no secret; its mode is 0600.
+
+// The text of a journal. Texts that are not UTF-8, such as a path, get replacement characters.
+std::string ToJournalText(const nlohmann::json& document);
 
 // True: the journal and its name are on the disk. False: there is no journal, or the journal from
 // before. If the sync of the folder failed, the new journal may be there too.
@@ -29,11 +34,12 @@ bool IsJournalOrTorn(const std::string& path);
 // The paths of the journals in the folder whose names end so.
 std::vector<std::string> JournalsIn(const std::string& folder, std::string_view suffix);
 
-// The same for journals, and for new files of WriteJournal, that are older than a week.
-std::vector<std::string> StaleJournals(const std::string& folder, std::string_view suffix,
-                                       std::int64_t nowS);
+// Removes the journals whose names end so, and temporary files of WriteJournal, if they are too
+// old. Does nothing while the clock is wrong.
+void RemoveOldJournals(const std::string& folder, std::string_view suffix, std::int64_t nowS,
+                       std::int64_t longestAgeS);
 
-// Whether a journal, or a new file of WriteJournal, can have this name.
+// Whether a journal, or a temporary file of WriteJournal, can have this name.
 bool IsJournalName(std::string_view name, std::string_view suffix);
 
 // Sets the date of the journal to now: its week begins again.

@@ -204,14 +204,10 @@ Failure PartFile::Commit()
     m_isLeft = true;
     if (m_hasJournal)
         RemoveJournal(m_paths.journal);
-    const FileHandle folder(
-        ::open(FolderOf(m_finalPath).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Some file systems cannot sync a folder. If one fails with EIO, the file may be lost.
-    if (folder.IsOpen() && ::fsync(folder.Get()) != 0 && errno == EIO) {
-        ::unlink(m_finalPath.c_str());
-        return FailureOf("sync of the folder", EIO);
-    }
-    return {};
+    if (SyncFolder(FolderOf(m_finalPath)))
+        return {};
+    ::unlink(m_finalPath.c_str());
+    return FailureOf("sync of the folder", EIO);
 }
 
 bool PartFile::Flush()

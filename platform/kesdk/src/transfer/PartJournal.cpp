@@ -28,7 +28,7 @@ std::string TextOf(const PartOrigin& origin)
                                      {"etag", origin.etag},
                                      {"size", origin.sizeBytes},
                                      {"sha256", origin.sha256Hex}};
-    return document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return ToJournalText(document);
 }
 
 // The text between the final name and the suffix of a part without a journal.

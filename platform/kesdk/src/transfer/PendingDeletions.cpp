@@ -37,29 +37,28 @@ bool IsDecided(const Failure& failure)
 
 } // namespace
 
-void PendingDeletions::Add(const ApiCall& call, const std::vector<std::int64_t>& fileIds,
-                           const std::string& etag)
+void PendingDeletions::Add(const ApiCall& call, const std::vector<FileRecord>& copies)
 {
     ReadOnce();
     const std::string& account = call.serviceAndUser;
-    for (const std::int64_t id : fileIds) {
-        Copy copy{account, id, etag, {}};
-        if (!m_folder.empty() && !account.empty()) {
-            const json document = {{"account", account}, {"file", id}, {"etag", etag}};
-            const std::string path = JournalPath(m_folder, account, id);
-            if (WriteJournal(path, document.dump(-1, ' ', false, json::error_handler_t::replace)))
-                copy.journal = path;
-        }
+    for (const FileRecord& file : copies) {
+        Copy copy{account, file.id, '"' + file.sha256Hex + '"', {}};
+        const std::string path = JournalPath(m_folder, account, file.id);
+        if (!m_folder.empty() && !account.empty() &&
+            WriteJournal(
+                path,
+                ToJournalText({{"account", account}, {"file", copy.fileId}, {"etag", copy.etag}})))
+            copy.journal = path;
         m_copies.push_back(std::move(copy));
     }
 }
 
-bool PendingDeletions::Contains(const ApiCall& call, const std::vector<std::int64_t>& fileIds)
+bool PendingDeletions::Contains(const ApiCall& call, const std::vector<FileRecord>& files)
 {
     ReadOnce();
     return std::any_of(m_copies.begin(), m_copies.end(), [&](const Copy& copy) {
-        return IsOf(call, copy) &&
-               std::find(fileIds.begin(), fileIds.end(), copy.fileId) != fileIds.end();
+        const auto isCopy = [&copy](const FileRecord& file) { return file.id == copy.fileId; };
+        return IsOf(call, copy) && std::any_of(files.begin(), files.end(), isCopy);
     });
 }
 
@@ -106,7 +105,7 @@ void PendingDeletions::ReadOnce()
 {
     if (std::exchange(m_isRead, true) || m_folder.empty())
         return;
-    Sweep();
+    RemoveOldJournals(m_folder, kSuffix, m_wallTimeS(), kLongestPendingS);
     for (const std::string& path : JournalsIn(m_folder, kSuffix)) {
         // A view: nlohmann's parser for strings would be compiled once more.
         const std::string text = ReadJournal(path).value;
@@ -116,17 +115,6 @@ void PendingDeletions::ReadOnce()
             !document["file"].is_number_integer() || !document["etag"].is_string())
             continue;
         m_copies.push_back({document["account"], document["file"], document["etag"], path});
-    }
-}
-
-// A new file of WriteJournal is removed after a week.
-void PendingDeletions::Sweep() const
-{
-    const std::int64_t nowS = m_wallTimeS();
-    for (const std::string& path : StaleJournals(m_folder, kSuffix, nowS)) {
-        const bool isWhole = !Without(path, kSuffix).empty();
-        if (!isWhole || RepairDateAndCheckAge(path, nowS, kLongestPendingS))
-            RemoveJournal(path);
     }
 }
 

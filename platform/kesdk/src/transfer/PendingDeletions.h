@@ -28,13 +28,13 @@ public:
         : m_folder(std::move(folder)), m_wallTimeS(std::move(wallTimeS))
     {}
 
-    // All files are of the call's user and have the content of the etag.
-    void Add(const ApiCall& call, const std::vector<std::int64_t>& fileIds,
-             const std::string& etag);
+    // All copies are of the call's user.
+    void Add(const ApiCall& call, const std::vector<FileRecord>& copies);
     // Whether one of these files of the call's user is still to be deleted.
-    bool Contains(const ApiCall& call, const std::vector<std::int64_t>& fileIds);
-    // Tries to delete the copies of the call's user. Blocks for 15 s at most, and for 2 s after
-    // the call's abort check returned true: the console may be about to end for long.
+    bool Contains(const ApiCall& call, const std::vector<FileRecord>& files);
+    // Tries to delete the copies of the call's user. Blocks for 15 s at most. After the call's
+    // abort check returned true, it blocks for 2 s at most. The console may be shutting down, and
+    // the thread that waits for it must not wait longer.
     void Run(ApiClient& api, Timing& timing, const ApiCall& call);
 
 private:
@@ -48,7 +48,6 @@ private:
 
     static bool IsOf(const ApiCall& call, const Copy& copy);
     void ReadOnce();
-    void Sweep() const;
     bool IsTooOld(const Copy& copy) const;
 
     const std::string m_folder;

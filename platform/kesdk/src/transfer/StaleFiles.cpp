@@ -60,13 +60,13 @@ bool RepairDateAndCheckAge(const std::string& path, std::int64_t nowS, std::int6
 
 std::vector<std::string> StaleFiles(const std::string& folder,
                                     const std::function<bool(std::string_view)>& isMeant,
-                                    std::int64_t nowS)
+                                    std::int64_t nowS, std::int64_t longestAgeS)
 {
     if (IsClockWrong(nowS, std::nullopt))
         return {};
     std::vector<std::string> files = FilesIn(folder, isMeant);
-    const auto isYoung = [nowS](const std::string& path) {
-        return !RepairDateAndCheckAge(path, nowS);
+    const auto isYoung = [=](const std::string& path) {
+        return !RepairDateAndCheckAge(path, nowS, longestAgeS);
     };
     files.erase(std::remove_if(files.begin(), files.end(), isYoung), files.end());
     return files;

@@ -26,10 +26,10 @@ std::vector<std::string> FilesIn(const std::string& folder,
 bool RepairDateAndCheckAge(const std::string& path, std::int64_t nowS,
                            std::int64_t longestAgeS = kLongestAgeS);
 
-// The files of FilesIn that are older than a week. Empty while the clock is wrong: the ages are
+// The files of FilesIn that are older than the limit. Empty while the clock is wrong: the ages are
 // unknown then.
 std::vector<std::string> StaleFiles(const std::string& folder,
                                     const std::function<bool(std::string_view)>& isMeant,
-                                    std::int64_t nowS);
+                                    std::int64_t nowS, std::int64_t longestAgeS = kLongestAgeS);
 
 } // namespace kesdk::impl

@@ -23,12 +23,6 @@ using nlohmann::json;
 
 constexpr std::string_view kSuffix = ".upload";
 
-// A path need not be UTF-8, which JSON must be.
-std::string Dump(const json& document)
-{
-    return document.dump(-1, ' ', false, json::error_handler_t::replace);
-}
-
 json ToJson(const UploadOrigin& origin)
 {
     return {{"account", origin.userId},         {"path", origin.path},
@@ -38,7 +32,7 @@ json ToJson(const UploadOrigin& origin)
 
 std::string ToText(const UploadOrigin& origin)
 {
-    return Dump(ToJson(origin));
+    return ToJournalText(ToJson(origin));
 }
 
 // The key in the text, if the text is of this origin.
@@ -48,7 +42,7 @@ std::optional<std::string> KeyIn(std::string_view text, const UploadOrigin& orig
     const json document = json::parse(text, nullptr, false);
     const auto key = document.is_object() ? document.find("key") : document.end();
     if (key == document.end() || !key->is_string() || !document.contains("origin") ||
-        Dump(document["origin"]) != ToText(origin))
+        ToJournalText(document["origin"]) != ToText(origin))
         return std::nullopt;
     return key->get<std::string>();
 }
@@ -77,10 +71,8 @@ bool IsBesideName(std::string_view name)
 UploadJournal::UploadJournal(std::string folder, WallClock wallTimeS)
     : m_folder(std::move(folder)), m_wallTimeS(std::move(wallTimeS))
 {
-    if (m_folder.empty())
-        return;
-    for (const std::string& path : StaleJournals(m_folder, kSuffix, m_wallTimeS()))
-        RemoveJournal(path);
+    if (!m_folder.empty())
+        RemoveOldJournals(m_folder, kSuffix, m_wallTimeS(), kLongestAgeS);
 }
 
 Result<std::string> UploadJournal::RemoveOtherAndFind(const UploadOrigin& origin)
@@ -113,7 +105,7 @@ void UploadJournal::Keep(const UploadOrigin& origin, const std::string& key)
         ::chmod(m_folder.c_str(), 0700);
     m_finished.erase(places.back());
     m_onlyInMemory.erase(places.back() + ToText(origin));
-    const std::string text = Dump({{"origin", ToJson(origin)}, {"key", key}});
+    const std::string text = ToJournalText({{"origin", ToJson(origin)}, {"key", key}});
     bool isOnDisk = false;
     for (const std::string& place : places) {
         if (!isOnDisk && !place.empty() && WriteJournal(place, text))
@@ -145,7 +137,7 @@ void UploadJournal::Forget(const UploadOrigin& origin)
     m_onlyInMemory.erase(places.back() + ToText(origin));
 }
 
-// The name leaves out the state of the file, so that Find notices a new state.
+// The name leaves out the state of the file, so that RemoveOtherAndFind notices a new state.
 UploadJournal::Places UploadJournal::PlacesOf(const UploadOrigin& origin) const
 {
     std::string name = origin.userId + '\n' + origin.path;

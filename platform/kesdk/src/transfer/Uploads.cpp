@@ -13,18 +13,16 @@ namespace kesdk::impl {
 
 namespace {
 
-// Whether the answer's records are of files with this name, size and targets.
+// Whether the answer's records are of files with this name, size and targets, and one content.
 bool HasRecordsOf(const NewUpload& upload, const UploadRecord& answer)
 {
-    const std::optional<Sha256::Digest> digest = FromReprDigest(answer.reprDigest);
-    const std::size_t count = upload.targetInboxIds.size();
-    if (!digest || answer.files.size() != count || answer.fileIds.size() != count)
+    if (answer.files.size() != upload.targetInboxIds.size() || answer.files.empty())
         return false;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < answer.files.size(); ++i) {
         const FileRecord& file = answer.files[i];
-        if (file.id != answer.fileIds[i] || file.containerId != upload.targetInboxIds[i] ||
-            file.name != ToWide(upload.nameUtf8) || file.sizeBytes != upload.lengthBytes ||
-            file.sha256Hex != ToHex(*digest))
+        if (file.containerId != upload.targetInboxIds[i] || file.name != ToWide(upload.nameUtf8) ||
+            file.sizeBytes != upload.lengthBytes ||
+            file.sha256Hex != answer.files.front().sha256Hex)
             return false;
     }
     return true;
@@ -109,7 +107,8 @@ Uploads::Attempt Uploads::Step(Job& job)
     // An answer to PATCH names no upload, so nothing in it is believed.
     if (job.step == EStep::eContinue)
         return AskAgain(job);
-    return answer.value.isComplete ? TakeResult(job, answer.value) : TakeOffset(job, answer.value);
+    const bool isComplete = !answer.value.reprDigest.empty();
+    return isComplete ? TakeResult(job, answer.value) : TakeOffset(job, answer.value);
 }
 
 Result<UploadRecord> Uploads::Request(Job& job)
@@ -158,7 +157,7 @@ Uploads::Attempt Uploads::TakeOffset(Job& job, const UploadRecord& answer)
 Uploads::Attempt Uploads::TakeResult(Job& job, const UploadRecord& answer)
 {
     UploadState& state = job.state;
-    const bool isPendingDeletion = m_pendingDeletions.Contains(job.call, answer.fileIds);
+    const bool isPendingDeletion = m_pendingDeletions.Contains(job.call, answer.files);
     if (!IsAborted(job.call.abort))
         m_pendingDeletions.Run(m_api, m_timing, job.call);
     job.call.report.SetVerifying();
@@ -166,11 +165,10 @@ Uploads::Attempt Uploads::TakeResult(Job& job, const UploadRecord& answer)
     if (!digest)
         return {true, digest.failure};
     job.transfer.RestartDeadline(); // the service answered, and the digest took its time
-    const bool isOwn = !isPendingDeletion && answer.reprDigest == ToReprDigest(digest.value);
-    if (!HasRecordsOf(state.upload, answer) || IsOfAnotherUpload(job, answer.location) ||
-        (!isOwn && !IsNamedTwice(job, answer.location)))
+    if (!HasRecordsOf(state.upload, answer) || IsOfAnotherUpload(job, answer.location))
         return AskAgain(job);
-    if (!isOwn)
+    if (isPendingDeletion || answer.reprDigest != ToReprDigest(digest.value) ||
+        answer.files.front().sha256Hex != ToHex(digest.value))
         return AfterWrongResult(job, answer, isPendingDeletion);
     m_keys[answer.location] = state.upload.idempotencyKey;
     state.result = answer;
@@ -180,6 +178,8 @@ Uploads::Attempt Uploads::TakeResult(Job& job, const UploadRecord& answer)
 Uploads::Attempt Uploads::AfterWrongResult(Job& job, const UploadRecord& answer,
                                            bool isPendingDeletion)
 {
+    if (!IsNamedTwice(job, answer.location))
+        return AskAgain(job);
     if (!isPendingDeletion && !job.state.file.IsContentUnchanged()) {
         DeleteCopy(job.call, job.state, answer);
         return {true, Failure(EErrorCode::eFileChanged, "the service has another content")};
@@ -244,7 +244,7 @@ bool Uploads::IsAnsweredAgain(const ApiCall& call, const UploadState& state)
 
 void Uploads::DeleteCopy(const ApiCall& call, const UploadState& state, const UploadRecord& copy)
 {
-    m_pendingDeletions.Add(call, copy.fileIds, '"' + copy.files.front().sha256Hex + '"');
+    m_pendingDeletions.Add(call, copy.files);
     // The network comes last: after a power cut no journal leads to a copy that is still to be
     // deleted.
     m_journal.Forget(state.origin);
