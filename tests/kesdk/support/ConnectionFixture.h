@@ -80,7 +80,7 @@ protected:
         return fault;
     }
 
-    impl::ApiLine::Parts NewLine()
+    impl::ApiLine::Dependencies NewLine()
     {
         return {service.NewTransport(), std::make_unique<FakeClock>(time),
                 std::make_unique<FakeSleeper>(time), std::make_unique<FixedJitter>(0.0)};

@@ -30,10 +30,7 @@ bool IsRepeatable(const HttpRequest& request)
 {
     if (request.source || request.sink)
         return false;
-    if (request.isRepeatable || Holds(kIdempotentMethods, std::string_view(request.method)))
-        return true;
-    return std::any_of(request.headers.begin(), request.headers.end(),
-                       [](const HttpHeader& header) { return header.name == "Idempotency-Key"; });
+    return request.isRepeatable || Holds(kIdempotentMethods, std::string_view(request.method));
 }
 
 bool IsWorthRepeating(const HttpOutcome& outcome)

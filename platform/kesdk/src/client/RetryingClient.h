@@ -21,8 +21,8 @@ std::optional<std::chrono::seconds> RetryAfter(const HttpResponse& response);
 // second arrival does no harm.
 //
 // Thread safety: one thread at a time; Wake from any.
-// Retry: GET, HEAD, PUT and DELETE, requests with an Idempotency-Key, and requests that are marked
-// repeatable. Bodies that stream are the caller's to repeat: only the caller knows the offset.
+// Retry: GET, HEAD, PUT and DELETE, and requests that are marked repeatable. Bodies that stream are
+// the caller's to repeat: only the caller knows the offset.
 class RetryingClient
 {
 public:

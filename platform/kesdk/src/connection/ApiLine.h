@@ -14,7 +14,7 @@ namespace kesdk::impl {
 class ApiLine
 {
 public:
-    struct Parts
+    struct Dependencies
     {
         std::unique_ptr<HttpTransport> transport;
         std::unique_ptr<Clock> clock;
@@ -23,10 +23,10 @@ public:
     };
 
     // `board` is the caller's and outlives the line.
-    ApiLine(Parts parts, LinkBoard& board)
-        : m_parts(std::move(parts)),
-          m_timing(*m_parts.clock, *m_parts.sleeper, *m_parts.jitter),
-          m_watched(*m_parts.transport, board),
+    ApiLine(Dependencies given, LinkBoard& board)
+        : m_given(std::move(given)),
+          m_timing(*m_given.clock, *m_given.sleeper, *m_given.jitter),
+          m_watched(*m_given.transport, board),
           m_http(m_watched, m_timing),
           m_api(m_http)
     {}
@@ -37,7 +37,7 @@ public:
     impl::Timing& Timing() { return m_timing; }
 
 private:
-    Parts m_parts;
+    Dependencies m_given;
     impl::Timing m_timing;
     WatchedTransport m_watched;
     RetryingClient m_http;

@@ -138,7 +138,7 @@ bool Connection::Conclude(const Operation& operation, Failure failure)
     if (!failure.IsSet()) {
         m_reportBackoff.Restore();
         if (m_state.IsLinkLost())
-            m_session.Nudge();
+            m_session.ReconnectNow();
     }
     return !failure.IsSet() || Refuse(failure, operation.subject);
 }

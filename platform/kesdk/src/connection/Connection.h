@@ -31,9 +31,9 @@ class Connection : public api::IEnterpriseConnection
 public:
     struct Lines
     {
-        ApiLine::Parts requests;
-        ApiLine::Parts session;
-        ApiLine::Parts positions;
+        ApiLine::Dependencies requests;
+        ApiLine::Dependencies session;
+        ApiLine::Dependencies positions;
     };
 
     // Data that may outlive the connection.

@@ -46,7 +46,8 @@ std::optional<std::string> ToBaseUrl(const char* text)
     return base;
 }
 
-ApiLine::Parts MakeLine(const std::string& baseUrl, const std::shared_ptr<const TrustStore>& trust)
+ApiLine::Dependencies MakeLine(const std::string& baseUrl,
+                               const std::shared_ptr<const TrustStore>& trust)
 {
     return {std::make_unique<CurlTransport>(baseUrl, trust), std::make_unique<SystemClock>(),
             std::make_unique<SystemSleeper>(), std::make_unique<SystemJitter>()};

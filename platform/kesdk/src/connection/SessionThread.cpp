@@ -21,8 +21,8 @@ void Forget(std::wstring& secret)
 
 } // namespace
 
-SessionThread::SessionThread(Parts parts)
-    : m_parts(std::move(parts)), m_stream(m_parts.api), m_thread([this] { Run(); })
+SessionThread::SessionThread(Dependencies dependencies)
+    : m_parts(std::move(dependencies)), m_stream(m_parts.api), m_thread([this] { Run(); })
 {}
 
 SessionThread::~SessionThread()
@@ -54,9 +54,9 @@ void SessionThread::Wake()
     m_parts.api.Wake();
 }
 
-void SessionThread::Nudge()
+void SessionThread::ReconnectNow()
 {
-    m_isNudged = true;
+    m_mustReconnectNow = true;
     Wake();
 }
 
@@ -115,7 +115,7 @@ Failure SessionThread::LogIn(Login& login, Progress& progress)
     return answer.failure;
 }
 
-// Listeners of a session learn the differences from the snapshot before.
+// After a new snapshot, the listeners get each difference to the earlier snapshot.
 Failure SessionThread::FetchAccount(const Progress& progress)
 {
     ApiCall call = CallFor(progress);
@@ -175,15 +175,19 @@ Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome
         if (!failure.IsSet() && progress.attempts <= 1)
             return {};
     }
-    m_isNudged = false; // before listeners can see that the link is lost
+    m_mustReconnectNow = false; // before listeners can see that the link is lost
     if (!isTooOld || failure.IsSet())
         m_parts.state.LinkLost(progress.id, failure);
     const CallPolicy policy = PolicyOf(ECall::eEvents);
-    const bool isTheLast = progress.attempts >= policy.attempts || !HasTimeFor(progress, failure);
+    const Clock::Time next = m_parts.timing.Now() + failure.retryAfter.value_or(seconds(0));
+    const bool isTheLast =
+        progress.attempts >= policy.attempts || next >= progress.accepted + kLoginLimit;
     if (!progress.isEstablished && isTheLast)
         return failure.IsSet() ? failure : Failure(EErrorCode::eDropped, "the stream ends at once");
-    const AbortCheck isOver = [this, id = progress.id] { return HasEnded(id) || m_isNudged; };
-    m_parts.timing.Pause(policy.backoff, progress.attempts, failure.retryAfter, isOver);
+    const AbortCheck endsPause = [this, id = progress.id] {
+        return HasEnded(id) || m_mustReconnectNow;
+    };
+    m_parts.timing.Pause(policy.backoff, progress.attempts, failure.retryAfter, endsPause);
     return HasEnded(progress.id) ? Failure(EErrorCode::eAborted) : Failure();
 }
 
@@ -197,13 +201,6 @@ void SessionThread::EndOnService(const std::string& token)
     call.token = token;
     call.policy = PolicyOf(ECall::eLogout);
     static_cast<void>(m_parts.api.LogOut(call));
-}
-
-// Whether a login may try again after the service's pause.
-bool SessionThread::HasTimeFor(const Progress& progress, const Failure& failure) const
-{
-    const seconds pause = failure.retryAfter.value_or(seconds(0));
-    return m_parts.timing.Now() + pause < progress.accepted + kLoginLimit;
 }
 
 bool SessionThread::HasEnded(std::int32_t id) const

@@ -19,12 +19,12 @@ namespace kesdk::impl {
 // Establishes a session (token, snapshot, event stream), keeps stream and snapshot alive when the
 // link drops, and ends with the session.
 //
-// Thread: its own. The owner calls Start, Wake, Nudge and the destructor. Only this thread uses
-// `api`; others call only its Wake.
+// Thread: its own. The owner calls Start, Wake, ReconnectNow and the destructor. Only this thread
+// uses `api`; others call only its Wake.
 class SessionThread
 {
 public:
-    struct Parts
+    struct Dependencies
     {
         ApiClient& api;
         Timing& timing;
@@ -41,7 +41,7 @@ public:
         std::string replacedToken;
     };
 
-    explicit SessionThread(Parts parts);
+    explicit SessionThread(Dependencies dependencies);
     // Ends running work at once. Ends the session on the service, also of a login in progress, if
     // the service answers within 2 s.
     ~SessionThread();
@@ -53,7 +53,7 @@ public:
     // Running work checks at once whether its session has ended.
     void Wake();
     // The service was reached just now: a lost stream connects again without a further pause.
-    void Nudge();
+    void ReconnectNow();
 
 private:
     // The progress of the current login.
@@ -74,14 +74,13 @@ private:
     StreamOutcome ReadStream(Progress& progress);
     Failure PrepareNextStream(Progress& progress, const StreamOutcome& outcome);
     void EndOnService(const std::string& token);
-    bool HasTimeFor(const Progress& progress, const Failure& failure) const;
     bool HasEnded(std::int32_t id) const;
     ApiCall CallFor(const Progress& progress) const;
 
-    Parts m_parts;
+    Dependencies m_parts;
     EventStream m_stream;
     std::atomic<bool> m_isStopping{false};
-    std::atomic<bool> m_isNudged{false};
+    std::atomic<bool> m_mustReconnectNow{false};
     std::mutex m_mutex; // guards m_next
     std::condition_variable m_hasNext;
     std::optional<Login> m_next;

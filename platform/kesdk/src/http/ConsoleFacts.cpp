@@ -1,7 +1,6 @@
 #include "http/ConsoleFacts.h"
 
 #include "base/BuildTime.h"
-#include "base/Clock.h"
 
 #include <sys/socket.h>
 #include <time.h>
@@ -64,7 +63,7 @@ bool HasLostAddress(int socket)
 
 ConsoleFacts RealConsoleFacts()
 {
-    return {&WallTimeS, &Asleep, &HasLostAddress};
+    return {&WallTimeS, &std::chrono::steady_clock::now, &Asleep, &HasLostAddress};
 }
 
 bool IsClockWrong(std::int64_t wallTimeS, const std::optional<std::int64_t>& toldTimeS)

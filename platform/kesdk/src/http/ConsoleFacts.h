@@ -1,6 +1,8 @@
 // Facts about the console that the transport needs.
 #pragma once
 
+#include "base/Clock.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -14,6 +16,8 @@ struct ConsoleFacts
 {
     // The console's clock: seconds since 1970.
     std::function<std::int64_t()> wallTimeS;
+    // The steady clock, for the limits of requests.
+    std::function<Clock::Time()> now;
     // How long the console has slept since its start. The steady clock does not count this time.
     std::function<std::chrono::milliseconds()> asleep;
     // Whether the console no longer has the address of the connection.

@@ -25,7 +25,7 @@ CurlTransfer::CurlTransfer(CURL* easy, const HttpRequest& request, const Console
       m_request(request),
       m_console(console),
       m_sockets(sockets),
-      m_start(std::chrono::steady_clock::now()),
+      m_start(console.now()),
       m_sent(m_start),
       m_lastArrival(m_start),
       m_windowStart(m_start),
@@ -163,7 +163,7 @@ void CurlTransfer::NoteMoves(Time now, bool isConnecting)
 Failure CurlTransfer::CheckLimits()
 {
     const HttpLimits& limits = m_request.limits;
-    const Time now = std::chrono::steady_clock::now();
+    const Time now = m_console.now();
     const bool isConnecting = IsConnecting();
     const bool hasBegun = m_outcome.response.status >= 200;
     NoteArrivals(now);
@@ -263,7 +263,7 @@ int CurlTransfer::OnRequest(void* self, char*, char*, int, int)
     auto& transfer = *static_cast<CurlTransfer*>(self);
     ++transfer.m_sentCount;
     transfer.m_openedAtSend = transfer.m_sockets.OpenedCount();
-    transfer.m_sent = std::chrono::steady_clock::now();
+    transfer.m_sent = transfer.m_console.now();
     return CURL_PREREQFUNC_OK;
 }
 

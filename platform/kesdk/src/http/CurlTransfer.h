@@ -31,7 +31,7 @@ public:
     HttpOutcome Finish(CURLcode code, const Failure& early, bool isClockWrong);
 
 private:
-    using Time = std::chrono::steady_clock::time_point;
+    using Time = Clock::Time;
     struct FreeList
     {
         void operator()(curl_slist* list) const { curl_slist_free_all(list); }

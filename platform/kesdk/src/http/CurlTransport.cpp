@@ -49,12 +49,6 @@ private:
     CURL* m_easy;
 };
 
-std::chrono::milliseconds Awake()
-{
-    return std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::steady_clock::now().time_since_epoch());
-}
-
 struct RunEnd
 {
     CURLcode code = CURLE_OK;
@@ -123,8 +117,7 @@ bool CurlTransport::IsConsolesClockWrong() const
 {
     std::optional<std::int64_t> told;
     if (m_told) {
-        const std::chrono::milliseconds passed =
-            Awake() - m_told->awake + m_console.asleep() - m_told->asleep;
+        const auto passed = m_console.now() - m_told->at + m_console.asleep() - m_told->asleep;
         told = m_told->seconds + std::chrono::duration_cast<std::chrono::seconds>(passed).count();
     }
     return IsClockWrong(m_console.wallTimeS(), told);
@@ -135,7 +128,7 @@ void CurlTransport::TakeTime(const HttpOutcome& outcome)
 {
     const std::string* date = outcome.response.Header("Date");
     if (const std::optional<std::int64_t> told = date ? ParseHttpDate(*date) : std::nullopt)
-        m_told = ToldTime{*told, Awake(), m_console.asleep()};
+        m_told = ToldTime{*told, m_console.now(), m_console.asleep()};
 }
 
 void CurlTransport::Wake()

@@ -44,7 +44,7 @@ private:
     struct ToldTime
     {
         std::int64_t seconds;
-        std::chrono::milliseconds awake;
+        Clock::Time at;
         std::chrono::milliseconds asleep;
     };
 

@@ -104,7 +104,7 @@ void Downloads::SweepOnce(const std::string& localPath)
     if (IsClockWrong(nowS, std::nullopt))
         return; // try again at the next download
     if (m_sweptFolders.insert(folder).second)
-        RemoveStaleParts(folder, nowS);
+        RemoveStalePartFiles(folder, nowS);
 }
 
 Failure Downloads::FetchContent(const ApiCall& call, const FileRecord& file, PartFile& part)

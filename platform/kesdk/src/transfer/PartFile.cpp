@@ -70,7 +70,7 @@ Failure PartFile::Open(const std::string& finalPath, const PartOrigin& origin,
     m_buffer.reserve(kBufferBytes);
     switch (Resume(origin, abort)) {
     case EResume::eResumed:
-        return Claim(origin.sizeBytes);
+        return Preallocate(origin.sizeBytes);
     case EResume::eNoPart:
         return Create(origin);
     case EResume::eAborted:
@@ -140,10 +140,10 @@ Failure PartFile::Create(const PartOrigin& origin)
         m_paths = {};
         return FailureOf("create", error);
     }
-    return Claim(origin.sizeBytes);
+    return Preallocate(origin.sizeBytes);
 }
 
-Failure PartFile::Claim(std::int64_t sizeBytes)
+Failure PartFile::Preallocate(std::int64_t sizeBytes)
 {
     if (sizeBytes > 0 &&
         ::fallocate(m_file.Get(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(sizeBytes)) != 0 &&

@@ -51,7 +51,7 @@ private:
     enum class EResume { eResumed, eNoPart, eAborted };
     EResume Resume(const PartOrigin& origin, const AbortCheck& abort);
     Failure Create(const PartOrigin& origin);
-    Failure Claim(std::int64_t sizeBytes);
+    Failure Preallocate(std::int64_t sizeBytes);
     bool Flush();
     bool Fail(const char* what);
 

@@ -71,7 +71,7 @@ bool RemoveTornAndCompare(const std::string& path, const PartOrigin& origin)
     return !origin.serviceAndUser.empty() && ReadJournal(path).value == TextOf(origin);
 }
 
-void RemoveStaleParts(const std::string& folder, std::int64_t nowS)
+void RemoveStalePartFiles(const std::string& folder, std::int64_t nowS)
 {
     for (const std::string& path : StaleFiles(folder, &IsLoosePart, nowS))
         ::unlink(path.c_str());

@@ -34,6 +34,6 @@ bool WritePartJournal(const std::string& path, const PartOrigin& origin);
 bool RemoveTornAndCompare(const std::string& path, const PartOrigin& origin);
 // Removes parts and journals that are older than a week; the younger of both counts. Removes no
 // other files. The clock must be right.
-void RemoveStaleParts(const std::string& folder, std::int64_t nowS);
+void RemoveStalePartFiles(const std::string& folder, std::int64_t nowS);
 
 } // namespace kesdk::impl
