@@ -4,6 +4,8 @@
 #include "worker/SdkBoundary.h"
 
 #include <QtCore/QDateTime>
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 
 #include <vector>
@@ -19,6 +21,7 @@ private Q_SLOTS:
     void anEmptyListGivesANullText();
     void choosesTheText_data();
     void choosesTheText();
+    void readsNoFileThatTheMarkupNames();
     void usesOnlyTheNewestRecord();
     void aTextEndsAtItsTerminatingZero();
     void copiesIntoABuffer_data();
@@ -87,6 +90,20 @@ void tst_SdkBoundary::choosesTheText()
     const FakeErrors errors =
         OneError(text1.toStdWString(), text2.toStdWString(), text3.toStdWString());
     QCOMPARE(GetLastErrorMsg(errors), expected);
+}
+
+// The style would keep the blanks.
+void tst_SdkBoundary::readsNoFileThatTheMarkupNames()
+{
+    QTemporaryDir folder;
+    QFile style(folder.filePath(QStringLiteral("style.css")));
+    QVERIFY(style.open(QIODevice::WriteOnly));
+    style.write("p { white-space: pre; }");
+    style.close();
+    const QString markup =
+        QStringLiteral("<link rel=\"stylesheet\" type=\"text/css\" href=\"%1\"/><p>a   b</p>")
+            .arg(style.fileName());
+    QCOMPARE(GetLastErrorMsg(OneError(markup.toStdWString())), QStringLiteral("a b"));
 }
 
 void tst_SdkBoundary::usesOnlyTheNewestRecord()
