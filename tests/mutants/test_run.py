@@ -13,14 +13,20 @@ SOURCE = """int twice(int number)
     return number * 2;
 }
 
+static int zero()
+{
+    return 0;
+}
+
 int main(int argc, char **)
 {
-    return twice(argc) == 2 ? 0 : 1;
+    return twice(argc) == 2 ? zero() : 1;
 }
 """
 PROJECT = """cmake_minimum_required(VERSION 3.25)
 project(small LANGUAGES CXX)
 enable_testing()
+add_compile_options(-Wall -Werror)
 add_executable(tst_twice twice.cpp)
 add_test(NAME tst_twice COMMAND tst_twice)
 add_test(NAME tst_broken COMMAND ${CMAKE_COMMAND} -E false)
@@ -87,11 +93,15 @@ class RunTest(unittest.TestCase):
         self.assert_fails_with(entry("an old line", "    return number;", "    return 0;"), "stale: an old line")
 
     def test_fails_if_the_lines_occur_twice(self):
-        self.assert_fails_with(entry("any brace", "{", "{ ;"), "stale: any brace: twice.cpp has its lines 2 times")
+        self.assert_fails_with(entry("any brace", "{", "{ ;"), "stale: any brace: twice.cpp has its lines 3 times")
 
     def test_fails_if_a_mutant_does_not_compile(self):
         self.assert_fails_with(entry("a wrong word", "    return number * 2;", "    return numbers;"),
                                "does not compile: a wrong word")
+
+    def test_a_mutant_may_leave_a_function_without_a_use(self):
+        unused = entry("returns 0", "    return twice(argc) == 2 ? zero() : 1;", "    return twice(argc);")
+        self.assertEqual(self.play(unused)[0], 0)
 
     def test_fails_if_no_test_has_the_name(self):
         self.assert_fails_with(entry("untested", "    return number * 2;", "    return 0;",
@@ -122,8 +132,8 @@ class RunTest(unittest.TestCase):
         self.assertEqual(status, 0)
 
     def test_changes_several_places(self):
-        table = KILLED.replace("tests:", "file: twice.cpp\n-    return twice(argc) == 2 ? 0 : 1;\n"
-                               "+    return twice(argc) == 3 ? 0 : 1;\ntests:")
+        table = KILLED.replace("tests:", "file: twice.cpp\n-    return twice(argc) == 2 ? zero() : 1;\n"
+                               "+    return twice(argc) == 3 ? zero() : 1;\ntests:")
         self.assert_fails_with(table, "survived: doubles the number")
 
     def test_tries_only_the_named_mutants(self):

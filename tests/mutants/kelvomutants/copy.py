@@ -11,10 +11,16 @@ import subprocess
 from dataclasses import dataclass
 
 FAILED_TEST = re.compile(r"^\s+\d+ - (.+) \(([^()]+)\)", re.MULTILINE)  # in the summary of ctest
+PASSED_TEST = re.compile(r"Test +#\d+: (.+?) \.+ +Passed +([0-9.]+) sec")
+
+
+# A mutant may leave a function or a value without a use.
+ALLOWED_WARNINGS = "".join(f'#pragma GCC diagnostic ignored "-Wunused-{what}"\n'
+                           for what in ("function", "parameter", "variable", "const-variable", "but-set-variable"))
 
 
 class BuildError(Exception):
-    """The copy cannot be configured or built. The text is the end of the output."""
+    """The copy cannot be configured or built. The text has the errors, or the end of the output."""
 
 
 @dataclass
@@ -23,6 +29,15 @@ class Result:
     failed: str = ""
     has_run: bool = True
     output: str = ""
+
+    def seconds_of(self, name):
+        """The run time of the passed tests of this name."""
+        return sum(float(seconds) for test, seconds in PASSED_TEST.findall(self.output) if is_of(test, name))
+
+
+def is_of(test, name):
+    """Whether `name` is the test's name, or a beginning of it before a dot or slash."""
+    return test == name or test.startswith((name + ".", name + "/"))
 
 
 def _expression(names):
@@ -34,7 +49,6 @@ def _sources(tree):
     listed = subprocess.run(["git", "-C", tree, "ls-files", "--cached", "--others", "--exclude-standard", "-z"],
                             check=True, capture_output=True, text=True).stdout
     return {name for name in listed.split("\0") if name and os.path.lexists(tree / name)}
-
 
 
 class Copy:
@@ -79,7 +93,8 @@ class Copy:
         done = subprocess.run(command, cwd=self.folder, env=self._environment, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, text=True, errors="replace")
         if done.returncode:
-            raise BuildError("\n".join(done.stdout.splitlines()[-40:]))
+            lines = done.stdout.splitlines()
+            raise BuildError("\n".join([line for line in lines if "error:" in line] or lines[-40:]))
 
     def plant(self, mutant):
         """Changes the files, or none of them if a change raises Stale. Returns their texts for restore()."""
@@ -89,7 +104,7 @@ class Copy:
             if change.path not in originals:
                 originals[change.path] = path.read_text(encoding="utf-8") if path.is_file() else ""
             texts[change.path] = change.applied_to(texts.get(change.path, originals[change.path]))
-        self.restore(texts)
+        self.restore({name: ALLOWED_WARNINGS + text if name.endswith(".cpp") else text for name, text in texts.items()})
         return originals
 
     def restore(self, texts):

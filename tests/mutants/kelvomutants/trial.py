@@ -9,13 +9,17 @@ from kelvomutants.copy import BuildError
 from kelvomutants.table import Stale
 
 CORES = len(os.sched_getaffinity(0))
+# The machine may be this many times slower with a mutant than without it.
+PATIENCE = 10
 
 
 class Trial:
     """Tries each mutant once. Each copy has a thread, which takes the next mutant when it is free."""
 
     def __init__(self, copies, mutants, seconds, say):
-        self._copies, self._mutants, self._seconds, self._say = copies, mutants, seconds, say
+        self._copies, self._mutants, self._say = copies, mutants, say
+        self._least_seconds = seconds  # of a check, before it counts as endless
+        self._usual_seconds = {}       # of each test name and command, on the unchanged tree
         self._lock = threading.Lock()  # guards killed and faults
         self.killed = 0
         self.faults = []
@@ -38,12 +42,22 @@ class Trial:
         for name in names:
             if copy.count_tests(name) == 0:
                 return f"no test is named {name}"
-        results = [copy.test(names, None)] if names else []
-        results += [copy.command(command, None) for command in commands]
-        for result in results:
+        if names:
+            result = copy.test(names, None)
+            self._usual_seconds = {name: result.seconds_of(name) for name in names}
+            if result.failed:
+                return f"the unchanged tree fails: {result.failed}\n{result.output[-4000:]}"
+        for command in commands:
+            begin = time.monotonic()
+            result = copy.command(command, None)
+            self._usual_seconds[command] = time.monotonic() - begin
             if result.failed:
                 return f"the unchanged tree fails: {result.failed}\n{result.output[-4000:]}"
         return ""
+
+    def _limit_of(self, mutant):
+        usual = sum(self._usual_seconds[check] for check in mutant.tests or [mutant.command])
+        return round(self._least_seconds + PATIENCE * usual)
 
     def run(self):
         waiting = queue.SimpleQueue()
@@ -77,9 +91,9 @@ class Trial:
         try:
             copy.build(mutant.needed_targets())
             if mutant.command:
-                result = copy.command(mutant.command, self._seconds)
+                result = copy.command(mutant.command, self._limit_of(mutant))
             else:
-                result = copy.test(mutant.tests, self._seconds)
+                result = copy.test(mutant.tests, self._limit_of(mutant))
         except BuildError as error:
             return "does not compile", str(error)
         finally:
