@@ -31,7 +31,7 @@ export function LongTable<Row>({heads, rows, keyOf, cells}: Props<Row>) {
   }, []);
   const from = Math.min(first.value, Math.max(0, rows.length - count.value));
   const shown = rows.slice(from, from + count.value);
-  const space = (rowCount: number) => <tr aria-hidden="true" style={{height: rowCount * rowHeight}} />;
+  const space = (rowCount: number) => <tr aria-hidden="true" style={{height: `${rowCount * rowHeight}px`}} />;
   return (
     <div class="scroll" ref={box} onScroll={look} tabIndex={0} role="region" aria-label={heads[0]}>
       <table aria-rowcount={rows.length + 1}>
