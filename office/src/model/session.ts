@@ -1,6 +1,6 @@
 // Logging in and out, and the link to the service while logged in.
 import {signal} from '@preact/signals';
-import {client, documentOf, ServiceError} from '../api/client';
+import {client, documentOf, listAll, ServiceError, type Console} from '../api/client';
 import type {ServiceEvent} from '../api/events';
 import {shareEvents} from '../api/shared_events';
 import {forgetAll, takeConsoles, takeEvent, takeSnapshot, user} from './farm';
@@ -76,7 +76,7 @@ async function readSnapshot(): Promise<string> {
 /** Only the office may list the consoles. */
 async function readConsoles(): Promise<void> {
   if (user.value?.role === 'office') {
-    takeConsoles((await documentOf(client.GET('/consoles'))).consoles);
+    takeConsoles(await listAll<'consoles', Console>('/consoles?limit=1000', 'consoles'));
   }
 }
 

@@ -3,29 +3,44 @@ import {useSignal} from '@preact/signals';
 import {apiPath, client, documentOf, type File} from '../api/client';
 import {filesByInbox, inboxes, user, type InboxOfProject} from '../model/farm';
 import {dateText, projectName, sizeText, t} from '../texts';
+import {useDropTarget} from './dropTarget';
 import {LongTable} from './LongTable';
+import {Review, type Chosen} from './Review';
 import {matches, Search} from './Search';
 import {SendBox} from './SendBox';
 import {tell, tellError} from './Toast';
 
 export function Files({inboxId}: {inboxId: number | undefined}) {
+  const chosen = useSignal<Chosen | undefined>(undefined);
   const mine = [...inboxes.value.values()].filter(({owner}) =>
     user.value?.role === 'office' || owner.id === user.value?.id);
   if (mine.length === 0) return <p class="empty">{t('files.noInboxes')}</p>;
   const inbox = mine.find(({id}) => id === inboxId) ?? mine[0] as InboxOfProject;
+  const choose = (files: Chosen) => {
+    if (files.files.length > 0) chosen.value = files;
+  };
   return (
     <div class="files">
-      <InboxList all={mine} shown={inbox} />
+      <InboxList all={mine} shown={inbox} onChoose={choose} />
       <section>
         <h2>{inbox.owner.name} · {projectName(inbox.projectName)}</h2>
-        <SendBox inbox={inbox} all={mine} />
+        <SendBox inbox={inbox} all={mine} onChoose={choose} />
         <FileList inbox={inbox} />
       </section>
+      {chosen.value && <Review chosen={chosen.value} onEnd={() => {
+        chosen.value = undefined;
+      }} />}
     </div>
   );
 }
 
-function InboxList({all, shown}: {all: readonly InboxOfProject[]; shown: InboxOfProject}) {
+interface ListProps {
+  all: readonly InboxOfProject[];
+  shown: InboxOfProject;
+  onChoose: (chosen: Chosen) => void;
+}
+
+function InboxList({all, shown, onChoose}: ListProps) {
   const owners = [...new Map(all.map(({owner}) => [owner.id, owner])).values()]
     .sort((a, b) => a.name.localeCompare(b.name));
   return (
@@ -34,14 +49,22 @@ function InboxList({all, shown}: {all: readonly InboxOfProject[]; shown: InboxOf
         <details key={owner.id} open={owner.id === shown.owner.id}>
           <summary>{owner.name}</summary>
           {all.filter((each) => each.owner.id === owner.id).map((inbox) => (
-            <a key={inbox.id} href={`#/files/${inbox.id}`} aria-current={inbox.id === shown.id ? 'page' : undefined}>
-              {projectName(inbox.projectName)}
-              <span class="count">{filesByInbox.value.get(inbox.id)?.length ?? 0}</span>
-            </a>
+            <InboxLink key={inbox.id} inbox={inbox} isShown={inbox.id === shown.id} onChoose={onChoose} />
           ))}
         </details>
       ))}
     </nav>
+  );
+}
+
+/** Files can be dropped on the name of an inbox. */
+function InboxLink({inbox, isShown, onChoose}: {inbox: InboxOfProject; isShown: boolean} & Pick<ListProps, 'onChoose'>) {
+  const {isOver, handlers} = useDropTarget((files) => onChoose({files, targets: [inbox]}));
+  return (
+    <a href={`#/files/${inbox.id}`} class={isOver.value ? 'over' : ''} aria-current={isShown ? 'page' : undefined} {...handlers}>
+      {projectName(inbox.projectName)}
+      <span class="count">{filesByInbox.value.get(inbox.id)?.length ?? 0}</span>
+    </a>
   );
 }
 

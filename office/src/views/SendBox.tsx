@@ -2,47 +2,33 @@
 import {type Signal, useSignal} from '@preact/signals';
 import type {InboxOfProject} from '../model/farm';
 import {t} from '../texts';
-import {Review, type Chosen} from './Review';
+import {useDropTarget} from './dropTarget';
+import type {Chosen} from './Review';
 
-export function SendBox({inbox, all}: {inbox: InboxOfProject; all: readonly InboxOfProject[]}) {
-  const isOver = useSignal(false);
+interface Props {
+  inbox: InboxOfProject;
+  all: readonly InboxOfProject[];
+  onChoose: (chosen: Chosen) => void;
+}
+
+export function SendBox({inbox, all, onChoose}: Props) {
   const also = useSignal<ReadonlySet<number>>(new Set());
-  const chosen = useSignal<Chosen | undefined>(undefined);
   const others = all.filter(({id, project}) => project === inbox.project && id !== inbox.id);
-  const take = (list: FileList | null | undefined) => {
-    const files = [...(list ?? [])];
-    const targets = [inbox, ...others.filter(({id}) => also.value.has(id))];
-    if (files.length > 0) chosen.value = {files, targets};
-  };
+  const take = (files: readonly File[]) =>
+    onChoose({files, targets: [inbox, ...others.filter(({id}) => also.value.has(id))]});
+  const {isOver, handlers} = useDropTarget(take);
   return (
-    <>
-      <div class={`send ${isOver.value ? 'over' : ''}`}
-        onDragOver={(event) => {
-          event.preventDefault();
-          isOver.value = true;
-        }}
-        onDragLeave={() => {
-          isOver.value = false;
-        }}
-        onDrop={(event) => {
-          event.preventDefault();
-          isOver.value = false;
-          take(event.dataTransfer?.files);
-        }}>
-        <p>{t('send.drop', {inbox: inbox.owner.name})}</p>
-        <label class="button main">
-          {t('send.choose')}
-          <input type="file" multiple onChange={(event) => {
-            take(event.currentTarget.files);
-            event.currentTarget.value = '';
-          }} />
-        </label>
-        {others.length > 0 && <Others inboxes={others} chosen={also} />}
-      </div>
-      {chosen.value && <Review chosen={chosen.value} onEnd={() => {
-        chosen.value = undefined;
-      }} />}
-    </>
+    <div class={`send ${isOver.value ? 'over' : ''}`} {...handlers}>
+      <p>{t('send.drop', {inbox: inbox.owner.name})}</p>
+      <label class="button main">
+        {t('send.choose')}
+        <input type="file" multiple onChange={(event) => {
+          take([...event.currentTarget.files ?? []]);
+          event.currentTarget.value = '';
+        }} />
+      </label>
+      {others.length > 0 && <Others inboxes={others} chosen={also} />}
+    </div>
   );
 }
 

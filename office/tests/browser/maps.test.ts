@@ -133,6 +133,18 @@ describe('before sending', () => {
     expect(await page.locator('.sending').count()).toBe(0);
   });
 
+  it('files can be dropped on the name of an inbox', async () => {
+    const page = await world.logIn('office');
+    const transfer = await page.evaluateHandle((bytes) => {
+      const data = new DataTransfer();
+      data.items.add(new File([new Uint8Array(bytes)], 'dropped.zip'));
+      return data;
+    }, [...prescription()]);
+    await page.locator('.inboxes').getByRole('link', {name: /^Curves/}).dispatchEvent('drop', {dataTransfer: transfer});
+    await page.getByText('dropped.zip is a prescription map.').waitFor();
+    await page.getByRole('heading', {name: 'Send to olga · Curves'}).waitFor();
+  });
+
   it('the page asks about an archive without task data and about a file that is no archive', async () => {
     const page = await world.logIn('office');
     await choose(page, world.newFile('letters.zip', archive({'letter.txt': new Uint8Array(3)})), world.newFile('plain.txt', new Uint8Array(3)));
@@ -141,6 +153,20 @@ describe('before sending', () => {
     await page.getByText('letter.txt', {exact: true}).waitFor();
     await page.getByRole('button', {name: 'Send all the same'}).click();
     await page.locator('.sending.done').nth(1).waitFor();
+  });
+});
+
+describe('a part of the page', () => {
+  it('that a new version has replaced is told, with a way to go on', async () => {
+    const page = await world.logIn('office');
+    await page.route('**/assets/MapPanel-*', (route) => route.fulfill({status: 404}));
+    await choose(page, world.newFile('renewed.zip', prescription()));
+    await page.getByText('The page on the service is new.').waitFor();
+    await page.unroute('**/assets/MapPanel-*');
+    await page.getByRole('button', {name: 'Load again'}).click();
+    await choose(page, world.newFile('renewed.zip', prescription()));
+    await page.locator('.review .map canvas').waitFor();
+    world.complaints.length = 0; // Chromium reports the missing part.
   });
 });
 

@@ -1,0 +1,43 @@
+// The doubts that the page tells before it sends a file.
+import {beforeEach, describe, expect, it} from 'vitest';
+import type {Answer, Layer, Reading} from '../../src/map/model';
+import {doubtsOf} from '../../src/model/doubts';
+import {files, forgetAll, type InboxOfProject} from '../../src/model/farm';
+
+const inbox = (id: number, projectName: string): InboxOfProject =>
+  ({id, kind: 'user-inbox', name: 'olga', project: 1, owner: {id: 7, name: 'olga'}, projectName});
+
+const reading = (changes: Partial<Reading>): Answer =>
+  ({reading: {layers: [], notes: [], fields: [], names: [], hasTaskData: true, ...changes}});
+
+const kinds = (projectName: string, answer: Answer | undefined) =>
+  doubtsOf('a.zip', [inbox(1, projectName)], answer).map(({kind}) => kind);
+
+const rates = reading({layers: [{kind: 'grid', name: '', extent: [0, 0, 1, 1], channels: []} as Layer]});
+
+describe('a doubt', () => {
+  beforeEach(forgetAll);
+
+  it('is about a prescription among other files only', () => {
+    expect(kinds('Curves', rates)).toEqual(['misplaced']);
+    expect(kinds('To Console', rates)).toEqual([]);
+  });
+
+  it('is about prescriptions without task data and files that are no archive', () => {
+    expect(kinds('To Console', reading({hasTaskData: false}))).toEqual(['noTaskData']);
+    expect(kinds('To Console', {refusal: 'notArchive'})).toEqual(['notArchive']);
+    expect(kinds('Curves', reading({hasTaskData: false}))).toEqual([]);
+  });
+
+  it('is not about a file that is only too large to be drawn, or not read yet', () => {
+    expect(kinds('To Console', {refusal: 'tooLarge'})).toEqual([]);
+    expect(kinds('To Console', undefined)).toEqual([]);
+  });
+
+  it('is about a name that one of the inboxes has', () => {
+    const known = {id: 5, container: 2, kind: 'file' as const, name: 'a.zip', size: 1, sha256: '', created_at: '', etag: ''};
+    files.value = new Map([[5, known]]);
+    expect(doubtsOf('a.zip', [inbox(1, 'Curves'), inbox(2, 'Curves')], undefined)).toEqual([{kind: 'twice', name: 'a.zip', inbox: 'olga'}]);
+    expect(doubtsOf('a.zip', [inbox(1, 'Curves')], undefined)).toEqual([]);
+  });
+});
