@@ -92,6 +92,12 @@ class RunTest(unittest.TestCase):
     def test_fails_if_a_mutant_is_stale(self):
         self.assert_fails_with(entry("an old line", "    return number;", "    return 0;"), "stale: an old line")
 
+    def test_tells_stale_mutants_without_a_build(self):
+        old = entry("an old line", "    return number;", "    return 0;")
+        self.assert_fails_with(KILLED + old, "1 of 2 mutants are stale", "--stale")
+        self.assertEqual(self.play(KILLED, "--stale"), (0, "0 of 1 mutants are stale\n"))
+        self.assertFalse((self.tree / "build").exists())
+
     def test_fails_if_the_lines_occur_twice(self):
         self.assert_fails_with(entry("any brace", "{", "{ ;"), "stale: any brace: twice.cpp has its lines 3 times")
 

@@ -97,13 +97,8 @@ class Copy:
             raise BuildError("\n".join([line for line in lines if "error:" in line] or lines[-40:]))
 
     def plant(self, mutant):
-        """Changes the files, or none of them if a change raises Stale. Returns their texts for restore()."""
-        originals, texts = {}, {}
-        for change in mutant.changes:
-            path = self.folder / change.path
-            if change.path not in originals:
-                originals[change.path] = path.read_text(encoding="utf-8") if path.is_file() else ""
-            texts[change.path] = change.applied_to(texts.get(change.path, originals[change.path]))
+        """Changes the files, or raises Stale. Returns the texts of the files for restore()."""
+        originals, texts = mutant.planted_in(self.folder)
         self.restore({name: ALLOWED_WARNINGS + text if name.endswith(".cpp") else text for name, text in texts.items()})
         return originals
 

@@ -72,6 +72,16 @@ class Mutant:
         """What must fail, as the runner prints it."""
         return self.command or " ".join(self.tests)
 
+    def planted_in(self, folder):
+        """The texts of the files without and with the mutant. Raises Stale."""
+        originals, texts = {}, {}
+        for change in self.changes:
+            path = folder / change.path
+            if change.path not in originals:
+                originals[change.path] = path.read_text(encoding="utf-8") if path.is_file() else ""
+            texts[change.path] = change.applied_to(texts.get(change.path, originals[change.path]))
+        return originals, texts
+
     def check_entry(self):
         if not self.changes or not all(change.lines for change in self.changes):
             raise TableError(f"{self.name}: an entry needs `file:` and changed lines")
