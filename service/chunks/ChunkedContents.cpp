@@ -1,6 +1,7 @@
 #include "service/chunks/ChunkedContents.h"
 
 #include "service/base/Digest.h"
+#include "service/base/Log.h"
 #include "service/base/Random.h"
 #include "service/chunks/DigestState.h"
 #include "service/objects/ObjectErrors.h"
@@ -31,6 +32,21 @@ struct Parts
     objects::Bucket& bucket;
     const Clock& clock;
 };
+
+/** Throws DamagedContent if the object is missing or has other bytes. */
+std::string fetchChecked(objects::Bucket& bucket, const store::Chunk& chunk)
+{
+    std::string bytes;
+    try {
+        bytes = bucket.get(chunk.key, 0, static_cast<std::size_t>(chunk.sizeBytes));
+    } catch (const objects::ObjectMissing&) {
+        throw DamagedContent();
+    }
+    if (sha256Hex(bytes) != chunk.sha256) {
+        throw DamagedContent();
+    }
+    return bytes;
+}
 
 class ChunkAdoption final : public Adoption
 {
@@ -73,7 +89,7 @@ public:
 
     std::uint64_t offset() const override
     {
-        return static_cast<std::uint64_t>(received_.sizeBytes) + chunk_.size();
+        return static_cast<std::uint64_t>(received_.sizeBytes) + chunk_.size() - joinedBytes_;
     }
 
     void append(const void* data, std::size_t sizeBytes) override
@@ -97,7 +113,8 @@ public:
         if (chunk_.empty()) {
             return;
         }
-        const store::Chunk chunk{"chunks/" + randomHex(16), received_.sizeBytes,
+        joinShortChunks();
+        const store::Chunk chunk{"chunks/" + randomHex(16), start(),
                                  static_cast<long long>(chunk_.size()), sha256Hex(chunk_)};
         parts_.database.writeNow([this, &chunk](store::Transaction& transaction) {
             store::announceObject(transaction, chunk.key, parts_.clock.nowMs());
@@ -118,17 +135,46 @@ public:
     }
 
 private:
+    /** The first byte of chunk_ in the upload. */
+    long long start() const { return received_.sizeBytes - static_cast<long long>(joinedBytes_); }
+
+    /**
+     * Takes the chunks before chunk_ into chunk_ as long as they are not longer. So the number of
+     * chunks grows with the logarithm of the number of flushes, and so does the number of times
+     * that a byte is written.
+     */
+    void joinShortChunks()
+    {
+        for (;;) {
+            const auto last = parts_.database.readNow(
+                [this](soci::session& sql) { return store::chunkBefore(sql, upload_, start()); });
+            const std::size_t size = last ? static_cast<std::size_t>(last->sizeBytes) : 0;
+            if (!last || size > chunk_.size() || size + chunk_.size() > chunkBytes_) {
+                return;
+            }
+            try {
+                chunk_.insert(0, fetchChecked(parts_.bucket, *last));
+                joinedBytes_ += size;
+            } catch (const std::runtime_error& error) {
+                logWarning("chunks-not-joined", error.what());
+                return;
+            }
+        }
+    }
+
     void commit(const store::Chunk& chunk)
     {
         const std::string state = digest_.save();
         parts_.database.writeNow([&](store::Transaction& transaction) {
-            if (!store::addChunk(transaction, upload_, received_, chunk, state)) {
+            if (!store::addChunk(transaction, upload_, received_, chunk, state,
+                                 parts_.clock.nowMs())) {
                 throw Superseded();
             }
         });
-        received_.sizeBytes += chunk.sizeBytes;
+        received_.sizeBytes = chunk.start + chunk.sizeBytes;
         received_.digestState = state;
         chunk_.clear();
+        joinedBytes_ = 0;
     }
 
     Parts parts_;
@@ -136,7 +182,8 @@ private:
     std::size_t chunkBytes_;
     store::Received received_;
     DigestState digest_; // of the flushed bytes and chunk_
-    std::string chunk_;  // the bytes after the flushed bytes
+    std::string chunk_;  // joined bytes, then the bytes that are not flushed
+    std::size_t joinedBytes_ = 0;
 };
 
 class ChunkReader final : public Reader
@@ -172,18 +219,9 @@ private:
         if (!chunk) {
             throw DamagedContent();
         }
-        bytes_.clear();
-        std::string bytes;
-        try {
-            bytes = parts_.bucket.get(chunk->key, 0, static_cast<std::size_t>(chunk->sizeBytes));
-        } catch (const objects::ObjectMissing&) {
-            throw DamagedContent();
-        }
-        if (sha256Hex(bytes) != chunk->sha256) {
-            throw DamagedContent();
-        }
+        bytes_.clear(); // only one chunk is in memory
+        bytes_ = fetchChecked(parts_.bucket, *chunk);
         start_ = static_cast<std::uint64_t>(chunk->start);
-        bytes_ = std::move(bytes);
     }
 
     Parts parts_;

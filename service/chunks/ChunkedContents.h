@@ -17,7 +17,7 @@ namespace kelvo::chunks {
  *
  * The newest receiver of an upload holds it. An older receiver fails with Superseded, also in
  * another process. Readers check each chunk against its SHA-256 and fetch only the chunks that they
- * need. Memory: one chunk for each receiver and each reader. References outlive it.
+ * need. Memory: two chunks for each receiver, one for each reader. References outlive it.
  */
 class ChunkedContents final : public content::Contents
 {

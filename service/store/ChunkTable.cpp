@@ -41,12 +41,13 @@ void removeReceived(Transaction& transaction, const std::string& upload)
     transaction.sql << "DELETE FROM received WHERE upload = :upload", use(upload);
 }
 
-void doomUploadChunks(Transaction& transaction, const std::string& upload, long long nowMs)
+void doomUploadChunks(Transaction& transaction, const std::string& upload, long long start,
+                      long long nowMs)
 {
     transaction.sql << "INSERT INTO doomed (object_key, since_ms, condemned)"
                        " SELECT object_key, CAST(:now AS BIGINT), 0 FROM upload_chunks"
-                       " WHERE upload = :upload",
-        use(nowMs), use(upload);
+                       " WHERE upload = :upload AND start_byte >= :start",
+        use(nowMs), use(upload), use(start);
 }
 
 } // namespace
@@ -86,25 +87,40 @@ void announceObject(Transaction& transaction, const std::string& key, long long 
         use(key), use(nowMs);
 }
 
-bool addChunk(Transaction& transaction, const std::string& upload, const Received& before,
-              const Chunk& chunk, const std::string& digestState)
+std::optional<Chunk> chunkBefore(soci::session& sql, const std::string& upload, long long end)
 {
-    soci::statement check =
+    Chunk chunk;
+    sql << "SELECT object_key, start_byte, size_bytes, sha256 FROM upload_chunks"
+           " WHERE upload = :upload AND start_byte < :end ORDER BY start_byte DESC LIMIT 1",
+        into(chunk.key), into(chunk.start), into(chunk.sizeBytes), into(chunk.sha256), use(upload),
+        use(end);
+    const bool endsThere = sql.got_data() && chunk.start + chunk.sizeBytes == end;
+    return endsThere ? std::optional(chunk) : std::nullopt;
+}
+
+bool addChunk(Transaction& transaction, const std::string& upload, const Received& before,
+              const Chunk& chunk, const std::string& digestState, long long nowMs)
+{
+    // Only a statement that changes a row locks the row on every database.
+    soci::statement announced =
         (transaction.sql.prepare << "UPDATE doomed SET since_ms = since_ms"
                                     " WHERE object_key = :key AND condemned = 0",
          use(chunk.key));
-    if (!changesARow(check)) {
+    if (!changesARow(announced)) {
         return false;
     }
+    const long long end = chunk.start + chunk.sizeBytes;
     soci::statement change =
         (transaction.sql.prepare
-             << "UPDATE received SET size_bytes = size_bytes + :more, digest_state = :state"
+             << "UPDATE received SET size_bytes = :end, digest_state = :state"
                 " WHERE upload = :upload AND epoch = :epoch AND size_bytes = :before",
-         use(chunk.sizeBytes), use(digestState), use(upload), use(before.epoch),
-         use(before.sizeBytes));
+         use(end), use(digestState), use(upload), use(before.epoch), use(before.sizeBytes));
     if (!changesARow(change)) {
         return false;
     }
+    doomUploadChunks(transaction, upload, chunk.start, nowMs);
+    transaction.sql << "DELETE FROM upload_chunks WHERE upload = :upload AND start_byte >= :start",
+        use(upload), use(chunk.start);
     transaction.sql << "INSERT INTO upload_chunks (upload, start_byte, size_bytes, object_key,"
                        " sha256) VALUES (:upload, :start, :size, :key, :sha)",
         use(upload), use(chunk.start), use(chunk.sizeBytes), use(chunk.key), use(chunk.sha256);
@@ -115,7 +131,6 @@ bool addChunk(Transaction& transaction, const std::string& upload, const Receive
 bool adoptChunks(Transaction& transaction, const std::string& upload, const Received& received,
                  const std::string& sha256, long long nowMs)
 {
-    // The change of nothing locks the row against other holders.
     soci::statement check =
         (transaction.sql.prepare << "UPDATE received SET epoch = epoch WHERE upload = :upload"
                                     " AND epoch = :epoch AND size_bytes = :size",
@@ -124,7 +139,7 @@ bool adoptChunks(Transaction& transaction, const std::string& upload, const Rece
         return false;
     }
     if (contentSize(transaction.sql, sha256)) {
-        doomUploadChunks(transaction, upload, nowMs);
+        doomUploadChunks(transaction, upload, 0, nowMs);
     } else {
         transaction.sql << "INSERT INTO contents (sha256, size_bytes) VALUES (:sha, :size)",
             use(sha256), use(received.sizeBytes);
@@ -140,7 +155,7 @@ bool adoptChunks(Transaction& transaction, const std::string& upload, const Rece
 
 void dropReceived(Transaction& transaction, const std::string& upload, long long nowMs)
 {
-    doomUploadChunks(transaction, upload, nowMs);
+    doomUploadChunks(transaction, upload, 0, nowMs);
     removeReceived(transaction, upload);
 }
 

@@ -39,12 +39,16 @@ Received takeOver(Transaction& transaction, const std::string& upload);
 /** The key of an object that is about to be written. A crash leaves it doomed. */
 void announceObject(Transaction& transaction, const std::string& key, long long nowMs);
 
+/** The chunk of the upload that ends at this byte. */
+std::optional<Chunk> chunkBefore(soci::session& sql, const std::string& upload, long long end);
+
 /**
- * Adds an announced object at the end of the received part. False, and nothing is changed, if the
- * upload has another holder or the object was condemned meanwhile.
+ * Adds an announced object, which ends the received part. It replaces the chunks from its start
+ * on; they become doomed. False, and nothing is changed, if the upload has another holder or the
+ * object was condemned meanwhile.
  */
 bool addChunk(Transaction& transaction, const std::string& upload, const Received& before,
-              const Chunk& chunk, const std::string& digestState);
+              const Chunk& chunk, const std::string& digestState, long long nowMs);
 
 /**
  * Makes a content of the received part, or dooms its chunks if the content exists. Removes the

@@ -14,6 +14,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <array>
+#include <random>
+#include <utility>
+
 namespace kelvo::chunks {
 namespace {
 
@@ -21,7 +26,9 @@ using content::DamagedContent;
 using content::Receiver;
 using content::Superseded;
 using test::EFault;
+using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Pair;
 using testing::SizeIs;
 
 constexpr std::size_t chunkBytes = 4;
@@ -68,6 +75,16 @@ protected:
             const auto inbox = store::ensureInbox(t, user, 1, 0).inbox;
             store::addFile(t, farm.id, {0, inbox.id, "field.zip", 8, sha256, 0});
         });
+    }
+
+    std::string readAll(const std::string& sha256)
+    {
+        const auto reader = contents.open(sha256);
+        std::string all(static_cast<std::size_t>(reader->sizeBytes()), ' ');
+        for (std::size_t at = 0; at < all.size();) {
+            at += reader->read(at, all.data() + at, all.size() - at);
+        }
+        return all;
     }
 
     std::size_t removeAfter(std::chrono::milliseconds time)
@@ -208,7 +225,7 @@ TEST_F(Chunks, ThatAreCondemnedAreNotAddedAnyMore)
         const store::Received received = store::takeOver(t, "u1");
         store::announceObject(t, late.key, 0);
         store::condemnObjects(t, 1, 10);
-        return store::addChunk(t, "u1", received, late, "");
+        return store::addChunk(t, "u1", received, late, "", 0);
     });
     EXPECT_FALSE(added);
     EXPECT_EQ(contents.keptBytes("u1"), 0U);
@@ -232,6 +249,168 @@ TEST_F(Chunks, OfAContentWithAFileAreKept)
     contents.remove(sha256);
     EXPECT_EQ(removeAfter(2 * day), 0U);
     EXPECT_TRUE(contents.open(sha256));
+}
+
+TEST_F(Chunks, ThatAreShortAreJoined)
+{
+    ChunkedContents large(database, bucket, clock, 64);
+    const std::string text = "0123456789abcdefghijklmnopqrstuv"; // 32 bytes
+    for (const char& each : text) {
+        const auto receiver = large.receive("u1");
+        receiver->append(&each, 1);
+        receiver->flush();
+    }
+    const auto receiver = large.receive("u1");
+    const std::string sha256 = receiver->finish();
+    EXPECT_EQ(sha256, sha256Hex(text));
+    commit(*receiver);
+    removeAfter(2 * day);
+    EXPECT_THAT(gateway.objects(), ElementsAre(Pair(testing::_, text)));
+    EXPECT_EQ(readAll(sha256), text);
+}
+
+TEST_F(Chunks, ThatWereJoinedAreContinued)
+{
+    const auto receiver = receive("0");
+    receiver->flush();
+    receiver->append("1", 1);
+    receiver->flush();
+    EXPECT_EQ(receiver->offset(), 2U);
+    receiver->append("2", 1);
+    receiver->flush();
+    EXPECT_EQ(contents.keptBytes("u1"), 3U);
+    const std::string sha256 = receiver->finish();
+    commit(*receiver);
+    EXPECT_EQ(readAll(sha256), "012");
+}
+
+TEST_F(Chunks, AreNotJoinedToMoreThanAChunk)
+{
+    receive("012")->flush();
+    receive("345")->flush();
+    EXPECT_THAT(gateway.objects(), SizeIs(2));
+    EXPECT_EQ(contents.keptBytes("u1"), 6U);
+}
+
+TEST_F(Chunks, ThatAreDamagedAreNotJoined)
+{
+    receive("0")->flush();
+    gateway.replace(gateway.objects().begin()->first, "x");
+    receive("1")->flush();
+    const auto receiver = contents.receive("u1");
+    const std::string sha256 = receiver->finish();
+    EXPECT_EQ(sha256, sha256Hex("01"));
+    commit(*receiver);
+    EXPECT_THROW(readAll(sha256), DamagedContent);
+}
+
+/** One upload with random parts, receivers, failures and clean-ups. */
+class RandomUpload
+{
+public:
+    RandomUpload(ChunkedContents& contents, test::ObjectGateway& gateway, test::ManualClock& clock,
+                 unsigned seed)
+        : contents_(contents),
+          gateway_(gateway),
+          clock_(clock),
+          random_(seed),
+          id_("random-" + std::to_string(seed)),
+          text_(pick(300), ' ')
+    {
+        std::generate(text_.begin(), text_.end(), [this] { return static_cast<char>(pick(256)); });
+        receiver_ = contents_.receive(id_);
+    }
+
+    const std::string& text() const { return text_; }
+
+    void step()
+    {
+        try {
+            act(pick(10));
+        } catch (const objects::GatewayUnavailable&) {
+            // The next steps go on with what was kept.
+        }
+    }
+
+    /** Sends the rest. */
+    std::unique_ptr<Receiver> finish()
+    {
+        gateway_.failNext({});
+        append(text_.size());
+        return std::move(receiver_);
+    }
+
+private:
+    std::size_t pick(std::size_t end) { return random_() % end; }
+
+    void append(std::size_t most)
+    {
+        const auto at = static_cast<std::size_t>(receiver_->offset());
+        receiver_->append(text_.data() + at, std::min(most, text_.size() - at));
+    }
+
+    void act(std::size_t choice)
+    {
+        if (choice < 4) {
+            append(pick(6));
+        } else if (choice < 6) {
+            receiver_->flush();
+            acknowledged_ = receiver_->offset();
+        } else if (choice < 7) {
+            replaced_ = std::exchange(receiver_, contents_.receive(id_));
+            EXPECT_GE(receiver_->offset(), acknowledged_);
+        } else if (choice < 8 && replaced_) {
+            const auto write = [this] {
+                replaced_->append("wrong", 1);
+                replaced_->flush();
+            };
+            EXPECT_THROW(write(), std::runtime_error);
+        } else if (choice < 9) {
+            constexpr std::array faults{EFault::None, EFault::Busy, EFault::DoneButBusy,
+                                        EFault::DoneButCut, EFault::OtherBytes};
+            std::vector<EFault> next(pick(5));
+            std::generate(next.begin(), next.end(), [&] { return faults.at(pick(5)); });
+            gateway_.failNext(next);
+        } else {
+            clock_.Advance(day);
+            contents_.removeDoomedObjects();
+        }
+    }
+
+    ChunkedContents& contents_;
+    test::ObjectGateway& gateway_;
+    test::ManualClock& clock_;
+    std::mt19937 random_;
+    std::string id_;
+    std::string text_;
+    std::unique_ptr<Receiver> receiver_;
+    std::unique_ptr<Receiver> replaced_;
+    std::uint64_t acknowledged_ = 0;
+};
+
+TEST_F(Chunks, KeepAcknowledgedBytesInRandomUploads)
+{
+    ChunkedContents larger(database, bucket, clock, 16);
+    std::size_t storedBytes = 0;
+    for (unsigned seed = 1; seed <= 12; ++seed) {
+        SCOPED_TRACE(seed);
+        RandomUpload upload(larger, gateway, clock, seed);
+        for (int step = 0; step < 80; ++step) {
+            upload.step();
+        }
+        const auto receiver = upload.finish();
+        const std::string sha256 = receiver->finish();
+        ASSERT_EQ(sha256, sha256Hex(upload.text()));
+        commit(*receiver);
+        EXPECT_EQ(readAll(sha256), upload.text());
+        storedBytes += upload.text().size();
+    }
+    removeAfter(2 * day);
+    std::size_t objectBytes = 0;
+    for (const auto& [key, bytes] : gateway.objects()) {
+        objectBytes += bytes.size();
+    }
+    EXPECT_EQ(objectBytes, storedBytes) << "objects are left or missing";
 }
 
 TEST(ASavedDigest, GoesOnAtEveryByte)
