@@ -152,8 +152,9 @@ class ObjectGateway:
             raise RuntimeError(f"{command[0]} failed: {done.stdout.decode(errors='replace')[-2000:]}")
 
     def _daemon(self, *command):
-        daemon = subprocess.Popen(command, env=self._environment(), stdin=subprocess.DEVNULL,
-                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        # A daemon ends also if this program is killed.
+        daemon = subprocess.Popen(("setpriv", "--pdeathsig", "KILL", *command), env=self._environment(),
+                                  stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.daemons.append(daemon)
         return daemon
 

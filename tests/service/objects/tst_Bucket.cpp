@@ -10,6 +10,8 @@
 
 #include <gmock/gmock.h>
 
+#include <thread>
+
 namespace kelvo::objects {
 namespace {
 
@@ -58,6 +60,25 @@ TEST_F(ABucket, UsesOneConnectionForSuccessiveCalls)
     bucket.get("a", 0, 1);
     bucket.remove("a");
     EXPECT_EQ(gateway.connections(), 1U);
+}
+
+TEST_F(ABucket, ServesManyThreadsWithAConnectionEach)
+{
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([this, thread] {
+            for (int i = 0; i < 10; ++i) {
+                const std::string text = std::to_string(thread * 10 + i);
+                put(text, text);
+                EXPECT_EQ(bucket.get(text, 0, text.size()), text);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_THAT(gateway.objects(), testing::SizeIs(40));
+    EXPECT_LE(gateway.connections(), 4U);
 }
 
 TEST_F(ABucket, TriesAgainWhenTheStoreIsBusy)
