@@ -18,11 +18,23 @@ export function Office() {
   return (
     <>
       <Header />
-      <main>{user.value?.role === 'admin' ? <p class="empty">{t('forbidden')}</p> : <CurrentView />}</main>
+      <main>{mayUse(place.value.view) ? <CurrentView /> : <p class="empty">{t('forbidden')}</p>}</main>
       <Sendings />
       <Toast />
     </>
   );
+}
+
+/** An operator has the own inboxes only, an administrator has no farm. */
+function mayUse(view: View): boolean {
+  switch (user.value?.role) {
+    case 'office':
+      return true;
+    case 'operator':
+      return view === 'files' || view === 'map' || view === 'account';
+    default:
+      return view === 'account';
+  }
 }
 
 function CurrentView() {

@@ -3,6 +3,7 @@ import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import {apiPath, client, documentOf, ServiceError, type Inbox, type OwnSession, type User} from '../api/client';
 import {inboxes} from '../model/farm';
+import {start} from '../model/session';
 import {projectName, t} from '../texts';
 import {Ask, type Question} from './Ask';
 import {readPeople} from './People';
@@ -77,7 +78,10 @@ const rename = (person: User): Question => ({
   title: t('people.rename'),
   fields: [{name: 'name', label: t('login.user'), value: person.name}],
   doText: t('ask.change'),
-  onDo: ({name = ''}) => change(person, {name}),
+  onDo: async ({name = ''}) => {
+    await change(person, {name});
+    start(); // The inboxes have the new name.
+  },
 });
 
 const newPassword = (person: User): Question => ({
@@ -116,6 +120,7 @@ function remove({id, name}: User, all: readonly User[]): Question {
       }
       location.hash = '#/people';
       await readPeople();
+      start(); // The inboxes are gone.
     },
   };
 }

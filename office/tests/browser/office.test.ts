@@ -194,6 +194,10 @@ describe('an operator', () => {
     const page = await world.logIn('operator');
     await page.locator('.inboxes').getByText('olga').waitFor();
     expect(await page.locator('header nav a').allTextContents()).toEqual(['Files']);
+    for (const view of ['fleet', 'people', 'reports', 'bin']) {
+      await page.goto(`${world.origin}/#/${view}`);
+      await page.getByText('This page is for the farm\'s office.').waitFor();
+    }
   });
 });
 

@@ -60,10 +60,16 @@ describe('the people', () => {
     await button(page, 'Rename').click();
     await answer(page, {name: 'anna k'});
     await page.locator('.person > h2').getByText('anna k').waitFor();
+    await page.locator('header nav').getByRole('link', {name: 'Files'}).click();
+    await page.locator('.inboxes').getByText('anna k').waitFor();
+    await page.goBack();
     await button(page, 'Delete the person').click();
     await page.locator('.ask .main').click();
     await page.locator('.person > h2').waitFor({state: 'detached'});
     await link(page, /anna k/).waitFor({state: 'detached'});
+    await page.locator('header nav').getByRole('link', {name: 'Files'}).click();
+    await page.locator('.inboxes').getByText('anna k').waitFor({state: 'detached'});
+    await page.goBack();
     await page.reload();
     await row(page, 'User deleted').waitFor();
     await page.getByLabel('Search the audit trail').fill('renamed');

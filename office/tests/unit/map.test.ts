@@ -58,9 +58,10 @@ describe('a grid', () => {
   });
 
   it('of each set of an archive is drawn', async () => {
-    const set = {'TASKDATA.XML': taskData(task(zones + grid(1, 1, 1))), 'GRD00001.BIN': new Uint8Array([7])};
-    const both = Object.fromEntries(['a/', 'b/c/'].flatMap((path) => Object.entries(set).map(([name, each]) => [path + name, each])));
-    expect((await only(both)).layers.length).toBe(2);
+    const set = (folder: string, code: number) => ({
+      [`${folder}TASKDATA.XML`]: taskData(task(zones + grid(1, 1, 1))), [`${folder}GRD00001.BIN`]: new Uint8Array([code])});
+    const {layers} = await only({...set('a/', 7), ...set('b/c/', 0)});
+    expect(layers.map(({channels}) => [...channels[0]!.values])).toEqual([[150], [0]]);
   });
 });
 
