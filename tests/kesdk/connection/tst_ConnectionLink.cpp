@@ -1,6 +1,8 @@
 // Loss of the link, and what the event stream sends when the link is back.
 #include "support/ConnectionFixture.h"
 
+#include <algorithm>
+
 namespace kesdk::test {
 
 namespace {
@@ -53,6 +55,37 @@ TEST_F(ConnectionLink, ReconnectsTheStreamAtOnceWhenAnotherRequestSucceeds)
     service.SetOnline(true);
     EXPECT_TRUE(connection->SendEnvironment({}));
     EXPECT_TRUE(listener.WaitForState(api::eLoginSuccessful));
+}
+
+TEST_F(ConnectionLink, TriesToConnectEverySecondWithoutEnd)
+{
+    LogIn();
+    Fault refused = Drop("GET /v1/events");
+    refused.dropCode = impl::EErrorCode::eRefused;
+    constexpr int kTries = 100;
+    for (int i = 0; i < kTries; ++i)
+        service.FailNext(refused);
+    const std::size_t before = service.Requests().size();
+    service.CloseStreams();
+    ASSERT_TRUE(listener.WaitForStates(4));
+    const std::vector<std::chrono::milliseconds> pauses = time->Sleeps();
+    EXPECT_EQ(pauses.size(), std::size_t{kTries} + 1);
+    EXPECT_LE(*std::max_element(pauses.begin(), pauses.end()), std::chrono::seconds(1));
+    const std::vector<SentRequest> sent = service.Requests();
+    for (std::size_t i = before; i < sent.size(); ++i) {
+        const std::chrono::seconds limit(1 << ((i - before) % 4));
+        EXPECT_EQ(sent.at(i).request.limits.connect, limit) << i;
+    }
+}
+
+TEST_F(ConnectionLink, TriesLessOftenIfTheServiceIsReachedButRefuses)
+{
+    LogIn();
+    for (int i = 0; i < 8; ++i)
+        service.FailNext(Answer("GET /v1/events", Problem(503, "busy")));
+    service.CloseStreams();
+    ASSERT_TRUE(listener.WaitForStates(4));
+    EXPECT_EQ(time->Sleeps().back(), std::chrono::seconds(15)) << "half of the longest pause";
 }
 
 TEST_F(ConnectionLink, DropsAStreamThatMissesTwoHeartbeats)

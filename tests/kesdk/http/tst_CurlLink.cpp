@@ -231,4 +231,15 @@ TEST_F(CurlLink, ReportsAKeptConnectionThatDiedAsDroppedWhenTheNextLookupFails)
     }
 }
 
+// A lookup that has no end opens no socket.
+TEST_F(CurlLink, ReportsAnUnknownHostIfNoNameServerAnswersInTime)
+{
+    const ConsoleFacts console = RealConsoleFacts();
+    const OpenSockets sockets;
+    const std::unique_ptr<CURL, void (*)(CURL*)> easy(curl_easy_init(), &curl_easy_cleanup);
+    request.limits.connect = std::chrono::milliseconds(0);
+    CurlTransfer transfer(easy.get(), request, console, sockets);
+    EXPECT_EQ(transfer.CheckLimits().code, EErrorCode::eUnknownHost);
+}
+
 } // namespace kesdk::impl

@@ -75,10 +75,8 @@ EStreamEnd EndOf(const EventSink& sink, const Failure& failure)
 StreamOutcome EventStream::Run(const ApiCall& call, const std::string& cursor,
                                const Handlers& handlers)
 {
-    ApiCall streamCall = call;
-    streamCall.policy = PolicyOf(ECall::eEvents);
     EventSink sink(handlers);
-    const HttpOutcome outcome = m_api.ReadEvents(streamCall, cursor, sink);
+    const HttpOutcome outcome = m_api.ReadEvents(call, cursor, sink);
     const Failure failure = FailureOf(outcome);
     return {EndOf(sink, failure), failure};
 }

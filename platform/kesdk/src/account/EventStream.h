@@ -32,7 +32,8 @@ public:
 
     explicit EventStream(ApiClient& api) : m_api(api) {}
 
-    // A silent stream counts as dead before the second of two missing comments is due.
+    // With the policy of ECall::eEvents a silent stream counts as dead before the second of two
+    // missing comments is due.
     StreamOutcome Run(const ApiCall& call, const std::string& cursor, const Handlers& handlers);
 
 private:

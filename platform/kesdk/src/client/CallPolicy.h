@@ -82,6 +82,15 @@ inline constexpr TransferPolicy kTransfer;
 inline constexpr std::chrono::seconds kLoginLimit{60};
 // An event stream that was open for this time was a good stream: its backoff begins anew.
 inline constexpr std::chrono::seconds kLastingStream{10};
+// While no connection to the service comes about, an attempt costs about 100 bytes, and nothing
+// without a network. So the attempts of a session begin about every second, without end.
+inline constexpr Backoff kSearchBackoff{std::chrono::seconds(1), std::chrono::seconds(1)};
+// The limit of connecting is 1, 2, 4 and 8 s in turn: a short attempt soon sends its first packet
+// again, a long one suits a slow network. `attempt`: from 1.
+constexpr std::chrono::seconds SearchConnectLimit(int attempt)
+{
+    return std::chrono::seconds(1 << ((attempt - 1) % 4));
+}
 // After the console has begun to end, pending deletions have this time.
 inline constexpr std::chrono::seconds kDeletionLimitWhenEnding{2};
 // After a lost device report, the next reports pause for this many times the report's time.

@@ -11,6 +11,7 @@ namespace kesdk::impl {
 
 namespace {
 
+using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 void Forget(std::wstring& secret)
@@ -136,11 +137,10 @@ Failure SessionThread::FetchAccount(const Progress& progress)
 Failure SessionThread::Follow(Progress& progress)
 {
     for (;;) {
-        const Clock::Time start = m_parts.timing.Now();
         const StreamOutcome outcome = ReadStream(progress);
         if (HasEnded(progress.id) || outcome.end == EStreamEnd::eSessionEnded)
             return outcome.failure;
-        const bool hasLasted = m_parts.timing.Now() - start >= kLastingStream;
+        const bool hasLasted = m_parts.timing.Now() - progress.begun >= kLastingStream;
         progress.attempts = hasLasted ? 1 : progress.attempts + 1;
         if (Failure failure = PrepareNextStream(progress, outcome); failure.IsSet())
             return failure;
@@ -160,7 +160,12 @@ StreamOutcome SessionThread::ReadStream(Progress& progress)
         if (!HasEnded(progress.id))
             m_parts.dispatcher.Post(m_parts.snapshot.ApplyEvent(event));
     };
-    return m_stream.Run(CallFor(progress), m_parts.snapshot.Cursor(), handlers);
+    ApiCall call = CallFor(progress);
+    call.policy = PolicyOf(ECall::eEvents);
+    if (progress.isEstablished)
+        call.policy.limits.connect = SearchConnectLimit(progress.attempts);
+    progress.begun = m_parts.timing.Now();
+    return m_stream.Run(call, m_parts.snapshot.Cursor(), handlers);
 }
 
 // Set if no stream follows.
@@ -184,10 +189,16 @@ Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome
         progress.attempts >= policy.attempts || next >= progress.accepted + kLoginLimit;
     if (!progress.isEstablished && isTheLast)
         return failure.IsSet() ? failure : Failure(EErrorCode::eDropped, "the stream ends at once");
+    milliseconds pause =
+        m_parts.timing.Delay(policy.backoff, progress.attempts, failure.retryAfter);
+    if (progress.isEstablished && failure.WasNeverSent())
+        pause = m_parts.timing.Delay(kSearchBackoff, 1, {}) -
+                std::chrono::duration_cast<milliseconds>(m_parts.timing.Now() - progress.begun);
     const AbortCheck endsPause = [this, id = progress.id] {
         return HasEnded(id) || m_mustReconnectNow;
     };
-    m_parts.timing.Pause(policy.backoff, progress.attempts, failure.retryAfter, endsPause);
+    if (pause.count() > 0)
+        m_parts.timing.Sleep(pause, endsPause);
     return HasEnded(progress.id) ? Failure(EErrorCode::eAborted) : Failure();
 }
 

@@ -25,6 +25,7 @@ CurlTransfer::CurlTransfer(CURL* easy, const HttpRequest& request, const Console
       m_request(request),
       m_console(console),
       m_sockets(sockets),
+      m_openedAtStart(sockets.OpenedCount()),
       m_start(console.now()),
       m_sent(m_start),
       m_lastArrival(m_start),
@@ -178,11 +179,18 @@ Failure CurlTransfer::CheckLimits()
         return Failure(EErrorCode::eTimeout, "no answer in time");
     const auto connectLimit = m_windowStartBytes > 0 ? limits.handshake : limits.connect;
     if (isConnecting && still >= connectLimit)
-        return AfterConnectionDied(Failure(EErrorCode::eConnectTimeout, "no connection in time"),
-                                   CURLE_OPERATION_TIMEDOUT);
+        return AfterConnectionDied(WithoutConnection(), CURLE_OPERATION_TIMEDOUT);
     if (!isConnecting && still >= limits.stallWindow)
         return Failure(EErrorCode::eTimeout, "the transfer stalled");
     return CheckConsole(now);
+}
+
+// Before libcurl opens a socket it looks up the service's name.
+Failure CurlTransfer::WithoutConnection() const
+{
+    if (m_sockets.OpenedCount() == m_openedAtStart)
+        return Failure(EErrorCode::eUnknownHost, "no answer of a name server in time");
+    return Failure(EErrorCode::eConnectTimeout, "no connection in time");
 }
 
 HttpOutcome CurlTransfer::Finish(CURLcode code, const Failure& early, bool isClockWrong)

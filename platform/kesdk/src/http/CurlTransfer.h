@@ -49,6 +49,7 @@ private:
     std::size_t TakeBody(const char* bytes, std::size_t sizeBytes);
     Failure Translate(CURLcode code, bool isClockWrong) const;
     bool IsConnecting() const;
+    Failure WithoutConnection() const;
     Failure AfterConnectionDied(Failure failure, CURLcode code) const;
 
     static int OnRequest(void* self, char* peer, char* local, int peerPort, int localPort);
@@ -63,8 +64,9 @@ private:
     std::unique_ptr<curl_slist, FreeList> m_headers;
     std::array<char, CURL_ERROR_SIZE> m_errorText{};
     HttpOutcome m_outcome;
-    int m_sentCount = 0;     // how often a connection was ready for the request
-    int m_openedAtSend = -1; // how many sockets had been opened then
+    const int m_openedAtStart; // how many sockets had been opened
+    int m_sentCount = 0;       // how often a connection was ready for the request
+    int m_openedAtSend = -1;   // how many sockets had been opened then
     bool m_hasWholeHead = false;
     bool m_wasConnecting = true; // when the limits were checked last
     bool m_isBodyForSink = false;
