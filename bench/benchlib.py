@@ -11,9 +11,11 @@ import subprocess
 import tempfile
 import time
 import urllib.request
+import zipfile
 from pathlib import Path
 
 OPERATOR, OFFICE, PASSWORD = "bench-operator", "bench-office", "bench password"
+MEBIBYTE = 1 << 20
 
 
 def arguments(description):
@@ -21,6 +23,15 @@ def arguments(description):
     parser.add_argument("--build", required=True, type=Path, help="build folder with bin/ and lib/")
     parser.add_argument("--work", type=Path, help="folder for scratch files (default: a temporary one)")
     return parser
+
+
+def write_large_archive(path, mebibytes):
+    """Random bytes without compression: the same size on the wire and on the disk."""
+    with zipfile.ZipFile(path, "w", zipfile.ZIP_STORED, allowZip64=True) as archive:
+        with archive.open(f"{path.stem}.bin", "w", force_zip64=True) as entry:
+            for _ in range(mebibytes):
+                entry.write(os.urandom(MEBIBYTE))
+    return path
 
 
 class Memory:
@@ -51,7 +62,7 @@ class Service:
         self.data = folder / "service"
         self.log = open(folder / "service.log", "wb")
         self.process = subprocess.Popen(
-            [build / "bin/kelvo-service", "serve", "--data", self.data, "--listen", "127.0.0.1:0",
+            [build / "bin/kelvo-service", "serve", "--data", self.data, "--listen", "127.0.0.1:0", "--metrics-listen", "127.0.0.1:0",
              "--password-cost", "min"], stdout=subprocess.PIPE, stderr=self.log)
         self.process.stdout.readline()
         self.host = json.loads((self.data / "endpoints.json").read_text())["api"]

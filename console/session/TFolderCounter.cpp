@@ -123,10 +123,12 @@ std::optional<TFolderFigures> TFolderCounter::Look(TClock::time_point now)
     if (!m_isCounting && (m_isChanged || !m_countedAt || now - *m_countedAt >= period)) {
         m_isChanged = false;
         m_isCounting = true;
+        m_begun = now;
         m_shared->isWanted = true;
         m_shared->changed.notify_all();
     }
-    return m_countedAt && now - *m_countedAt < maxAge ? std::optional(m_figures) : std::nullopt;
+    const bool isSilent = m_isCounting && now - m_begun >= patience;
+    return m_countedAt && !isSilent ? std::optional(m_figures) : std::nullopt;
 }
 
 } // namespace console

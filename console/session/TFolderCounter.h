@@ -41,8 +41,8 @@ public:
 
     // The time between two counts, because other programs also change the folders.
     static constexpr std::chrono::seconds period{5};
-    // Figures that are older are not shown: the medium does not answer.
-    static constexpr std::chrono::seconds maxAge{10};
+    // During a count that takes longer no figures are shown: the medium does not answer.
+    static constexpr std::chrono::seconds patience{5};
 
     explicit TFolderCounter(TCount count = CountFolders);
     ~TFolderCounter();
@@ -52,7 +52,7 @@ public:
     // The folders may have changed: the next Look() begins a count.
     void Refresh() { m_isChanged = true; }
     // Begins a count when it is due. Returns the figures of the last count; empty before the first
-    // count and if the figures are older than maxAge.
+    // count and while the medium does not answer.
     std::optional<TFolderFigures> Look(TClock::time_point now);
 
 private:
@@ -62,7 +62,8 @@ private:
     bool m_isChanged = true;
     bool m_isCounting = false;
     TFolderFigures m_figures;
-    std::optional<TClock::time_point> m_countedAt; // when the last count began
+    std::optional<TClock::time_point> m_countedAt;
+    TClock::time_point m_begun; // the running count
 };
 
 } // namespace console

@@ -3,6 +3,7 @@
 #include "host/ConfigManager.h"
 #include "hostimpl/Listing.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -28,6 +29,7 @@ void TDashboard::OnHubEvent(const THubEvent& event)
     if (event.signal == EHubSignal::eLoggedIn) {
         m_seen.SetOperator(m_config.GetItem(userNameItem).toString(), m_service);
     }
+    CountFiles();
 }
 
 void TDashboard::OnNamesShown(const QStringList& names)
@@ -38,18 +40,32 @@ void TDashboard::OnNamesShown(const QStringList& names)
             m_seen.SetSeen(project, *files);
         }
     }
+    CountFiles();
+}
+
+bool TDashboard::HasNewAmong(int count) const
+{
+    return std::any_of(m_state.service.cbegin(), m_state.service.cend(), [count](const auto& each) {
+        return each && each->isNew > 0 && each->files == count;
+    });
+}
+
+// Looks up each file. The state is read four times a second, so it is kept.
+void TDashboard::CountFiles()
+{
+    m_state.isLoggedIn = m_files.Listing() != hostimpl::EListing::eLoggedOut;
+    for (int project = 0; project < KELVO_PROJECT_COUNT; ++project) {
+        auto& count = m_state.service.at(static_cast<std::size_t>(project));
+        count.reset();
+        if (const KelvoFileInfoList* const files = m_files.Files(project)) {
+            count = {files->fileNames.size(), m_seen.CountNew(project, *files)};
+        }
+    }
 }
 
 THomeState TDashboard::State(TFolderCounter::TClock::time_point now)
 {
-    THomeState state;
-    state.isLoggedIn = m_files.Listing() != hostimpl::EListing::eLoggedOut;
-    for (int project = 0; project < KELVO_PROJECT_COUNT; ++project) {
-        if (const KelvoFileInfoList* const files = m_files.Files(project)) {
-            state.service.at(static_cast<std::size_t>(project)) = THomeState::TServiceCount{
-                files->fileNames.size(), m_seen.CountNew(project, *files)};
-        }
-    }
+    THomeState state = m_state;
     state.folders = m_folders.Look(now);
     return state;
 }

@@ -23,16 +23,25 @@ public:
     // The screen shows this list of the service's names to the operator now. If a category has
     // exactly these names in this order, its files are no longer new.
     void OnNamesShown(const QStringList& names);
+    // Whether a category with this number of files has new files. Only then OnNamesShown() can
+    // change something.
+    bool HasNewAmong(int count) const;
+    // Of all categories. The call is cheap.
+    int NewFiles() const { return m_state.NewFiles(); }
     // Stores which files the operator has seen.
     void SaveSeen() { m_seen.Save(); }
+    // Begins a count of the local folders when it is due. Call it only while the figures are shown.
     THomeState State(TFolderCounter::TClock::time_point now);
 
 private:
+    void CountFiles();
+
     ConfigManager& m_config;
     const QString m_service;
     TServiceFiles m_files;
     TSeenFiles m_seen;
     TFolderCounter m_folders;
+    THomeState m_state; // without folders, link and position
 };
 
 } // namespace console

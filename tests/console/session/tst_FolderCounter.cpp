@@ -127,17 +127,19 @@ private Q_SLOTS:
         QVERIFY(isCounted(3, m_start + TFolderCounter::period));
     }
 
-    void hidesOldFigures()
+    void hidesTheFiguresOfAMediumThatFellSilent()
     {
         const auto medium = std::make_shared<TMedium>();
         medium->permits.release();
         TFolderCounter counter(CountOn(medium));
         QVERIFY(WaitForFigures(counter, m_start));
-        const auto later = m_start + TFolderCounter::maxAge;
-        QVERIFY(counter.Look(later - std::chrono::seconds(1)));
-        QVERIFY(!counter.Look(later));
+        const auto muchLater = m_start + std::chrono::hours(1); // the figures were not shown
+        QVERIFY(counter.Look(muchLater));
+        const auto limit = muchLater + TFolderCounter::patience;
+        QVERIFY(counter.Look(limit - std::chrono::seconds(1)));
+        QVERIFY(!counter.Look(limit));
         medium->permits.release(10);
-        QVERIFY(WaitForFigures(counter, later));
+        QVERIFY(WaitForFigures(counter, limit));
     }
 
     void endsWhileTheMediumIsSilent()

@@ -9,7 +9,7 @@
 namespace {
 
 constexpr int DOTS = 8;
-constexpr int STEP_MS = 120;
+constexpr int STEP_MS = 250; // each step costs the drawing of the window
 constexpr double FULL_TURN = 6.283185307179586;
 
 } // namespace

@@ -15,7 +15,9 @@
 using hostimpl::TPopupLayer;
 
 TPopupWindow::TPopupWindow(QWidget* parent) : QWidget(parent, Qt::Dialog | Qt::FramelessWindowHint)
-{}
+{
+    setAttribute(Qt::WA_OpaquePaintEvent); // else each change also paints the page below
+}
 
 TPopupWindow::~TPopupWindow()
 {

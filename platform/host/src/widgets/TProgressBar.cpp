@@ -15,8 +15,11 @@ TProgressBar::~TProgressBar() = default;
 
 void TProgressBar::SetPercent(int percent)
 {
-    m_percent = std::clamp(percent, 0, 100);
-    update();
+    const int clamped = std::clamp(percent, 0, 100);
+    if (m_percent != clamped) {
+        m_percent = clamped;
+        update();
+    }
 }
 
 QSize TProgressBar::sizeHint() const

@@ -7,6 +7,7 @@
 #include <QtWidgets/QVBoxLayout>
 
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -83,5 +84,8 @@ void TTransferProgress::Refresh()
         m_text.setText(Current()->text);
     }
     setVisible(isShown);
-    Q_EMIT Changed();
+    const TLook look(HeightFor(width()), IsMoving());
+    if (look != std::exchange(m_look, look)) {
+        Q_EMIT Changed();
+    }
 }

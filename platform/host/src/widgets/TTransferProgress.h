@@ -6,6 +6,8 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QWidget>
 
+#include <utility>
+
 // Follows hostimpl::SetTransferProgress. Hidden while there is no progress or the operation does
 // not run. Main thread.
 class TTransferProgress : public QWidget
@@ -29,10 +31,14 @@ public:
     QString Text() const { return m_text.text(); }
 
 Q_SIGNALS:
+    // The height is another, or IsMoving(). A place for the dialog takes time to compute.
     void Changed();
 
 private:
+    using TLook = std::pair<int, bool>; // the height, 0 while it is hidden, and IsMoving()
+
     TProgressBar m_bar;
     QLabel m_text;
     bool m_isRunning = false;
+    TLook m_look{0, true};
 };
