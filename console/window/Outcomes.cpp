@@ -26,6 +26,8 @@ constexpr TSignalRow signalRows[] = {
     {EHubSignal::eDeleteComplete, EOutcomeOf::eFiles, true},
     {EHubSignal::eUserInboxSetupInProgress, EOutcomeOf::eSetUp, false},
     {EHubSignal::eUserInboxSetupComplete, EOutcomeOf::eSetUp, true},
+    {EHubSignal::eLoginInProgress, EOutcomeOf::eMessage, false},
+    {EHubSignal::eLoginFailed, EOutcomeOf::eMessage, true},
 };
 
 } // namespace
@@ -36,7 +38,8 @@ void console::ShowOutcome(const THubEvent& event, const TFileCount& files)
         if (row.signal != event.signal) {
             continue;
         }
-        const bool hasFailed = event.errors && !event.errors->isEmpty();
+        const bool hasFailed =
+            (event.errors && !event.errors->isEmpty()) || event.signal == EHubSignal::eLoginFailed;
         const bool isWhole =
             row.operation != EOutcomeOf::eFiles || files.Current() == files.Count();
         hostimpl::SetOutcome(row.operation, !row.isEnd  ? EOutcome::eNone

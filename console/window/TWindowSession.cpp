@@ -14,6 +14,7 @@
 #include "host/TMessageDialog.h"
 #include "hostimpl/Display.h"
 #include "hostimpl/Folders.h"
+#include "hostimpl/Outcome.h"
 #include "hostimpl/PopupHost.h"
 #include "hostimpl/Theme.h"
 #include "hostimpl/WindowManager.h"
@@ -175,10 +176,15 @@ void TWindowSession::OnHubEvent(const THubEvent& event)
 void TWindowSession::ShowLink()
 {
     const kesdkimpl::LinkStatus status = m_readLink();
-    m_window->Status().ShowLink(status.transfer ? TransferWords(status, m_files)
-                                                : LinkWords(status));
+    // The numbers of a moving transfer change with each look, and to draw them costs time.
+    const bool isMoving = status.transfer && status.transfer->phase == kesdkimpl::EPhase::eMoves;
+    m_isMoveDrawn = isMoving && !m_isMoveDrawn;
+    if (!isMoving || m_isMoveDrawn) {
+        m_window->Status().ShowLink(status.transfer ? TransferWords(status, m_files)
+                                                    : LinkWords(status));
+        ShowTransfer(status);
+    }
     m_window->Banner().Show(status.session, m_loginFailure);
-    ShowTransfer(status);
     ShowHome(status);
 }
 
@@ -200,25 +206,26 @@ void TWindowSession::NoteShownNames()
     const QWidget* const page = m_window->CurrentPage();
     const auto lists = page == nullptr ? QList<TListWidget*>() : page->findChildren<TListWidget*>();
     for (const TListWidget* const list : lists) {
-        m_dashboard.OnNamesShown(ShownNames(*list));
+        if (m_dashboard.HasNewAmong(list->count())) { // to read a long list takes time
+            m_dashboard.OnNamesShown(ShownNames(*list));
+        }
     }
 }
 
 void TWindowSession::ShowHome(const kesdkimpl::LinkStatus& status)
 {
-    const auto now = std::chrono::steady_clock::now();
-    THomeState state = m_dashboard.State(now);
-    if (state.NewFiles() > 0) { // to read a long list takes time
+    if (m_dashboard.NewFiles() > 0) {
         NoteShownNames();
-        state = m_dashboard.State(now);
     }
-    if (m_window->CurrentPage() == nullptr) { // on a list, each new file would be stored alone
-        m_dashboard.SaveSeen();
+    m_window->Launcher().SetBadge(m_dashboard.NewFiles());
+    if (m_window->CurrentPage() != nullptr) {
+        return;
     }
+    m_dashboard.SaveSeen(); // on a list, each new file would be stored alone
+    THomeState state = m_dashboard.State(std::chrono::steady_clock::now());
     state.link = status;
     state.position = m_plugin.Position().State();
     m_window->Home().Show(state);
-    m_window->Launcher().SetBadge(state.NewFiles());
 }
 
 void TWindowSession::RequestEnd()
@@ -267,6 +274,7 @@ void TWindowSession::ShowMessage(const QString& text)
         m_dialog = std::make_unique<TMessageDialog>(m_window.get(), tr("Plug-in"), QString(),
                                                     TMessageDialog::eAcknowledge, false, QPixmap());
     }
+    hostimpl::SetOutcome(hostimpl::EOutcomeOf::eMessage, hostimpl::EOutcome::eFailed);
     m_dialog->SetMessage(text.toHtmlEscaped());
     m_dialog->ShowWindow(true);
 }

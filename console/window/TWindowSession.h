@@ -89,6 +89,7 @@ private:
     TStoredSettings m_inUse;
     const TReadLink m_readLink;
     TFileCount m_files;
+    bool m_isMoveDrawn = false;    // the last look drew a moving transfer; the next look does not
     bool m_isBetweenFiles = false; // the last look found no transfer while files were transferred
     QString m_loginFailure;        // the plug-in's reason, simple HTML
     TDashboard m_dashboard;
@@ -102,6 +103,7 @@ private:
     std::unique_ptr<TMessageDialog> m_leaveQuestion;
     TPluginSession m_plugin;
     QTimer m_tick;
+    bool m_isFaultShown = false; // the settings page's message is that a setting is not stored
     bool m_isEnding = false;
     bool m_isRestartWanted = false;
 };

@@ -8,6 +8,7 @@
 #include "console/window/TStatusBar.h"
 #include "core/TKelvoInterface.h"
 #include "host/TMessageDialog.h"
+#include "host/TProgressDialog.h"
 #include "host/TPushButton.h"
 #include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
@@ -19,6 +20,31 @@
 
 using console::TWindowSession;
 
+namespace {
+
+const QStringList names{QStringLiteral("a.zip"), QStringLiteral("b.zip")};
+
+// An operation with files, as the hub tells it.
+struct TOperation
+{
+    const char* name;
+    void (*request)(TKelvoInterface& hub);
+    void (TKelvoInterface::*file)(int, QString);
+    void (TKelvoInterface::*end)(int, KelvoFileTransferErrorDetailsList);
+};
+const TOperation operations[] = {
+    {"upload", [](TKelvoInterface& hub) { Q_EMIT hub.KelvoUploadRequested(0, names); },
+     &TKelvoInterface::KelvoUploadingFile, &TKelvoInterface::KelvoUploadComplete},
+    {"download", [](TKelvoInterface& hub) { Q_EMIT hub.KelvoDownloadRequested(0, names, {}); },
+     &TKelvoInterface::KelvoDownloadingFile, &TKelvoInterface::KelvoDownloadComplete},
+    {"deletion", [](TKelvoInterface& hub) { Q_EMIT hub.KelvoDeleteFilesRequested(0, names, {}); },
+     &TKelvoInterface::KelvoDeletingFile, &TKelvoInterface::KelvoDeleteComplete},
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(TOperation)
+
 class TWindowSessionTest : public kelvo::test::TTestCase, protected TSessionFixture
 {
     Q_OBJECT
@@ -28,6 +54,25 @@ private:
     {
         QLibrary library(QStringLiteral(ScreensPlugin_PATH));
         return reinterpret_cast<TKelvoInterface* (*)()>(library.resolve("GetKelvoInterface"))();
+    }
+
+    static KelvoFileTransferErrorDetailsList Errors(bool hasError)
+    {
+        KelvoFileTransferErrorDetailsList errors;
+        if (hasError) {
+            errors << KelvoFileTransferErrorDetails();
+        }
+        return errors;
+    }
+
+    // An EOutcome; -1 without a sign.
+    static int ShownOutcome(const QWidget& dialog)
+    {
+        const auto widgets = dialog.findChildren<QWidget*>();
+        const auto sign = std::find_if(widgets.cbegin(), widgets.cend(), [](const QWidget* widget) {
+            return widget->inherits("TOutcomeSign");
+        });
+        return sign == widgets.cend() ? -1 : (*sign)->property("outcome").toInt();
     }
 
     console::TIconButton* FullViewButton()
@@ -130,16 +175,21 @@ private Q_SLOTS:
 
     void showsHowAnOperationEnded_data()
     {
+        QTest::addColumn<TOperation>("operation");
         QTest::addColumn<int>("started");
         QTest::addColumn<bool>("hasError");
         QTest::addColumn<int>("outcome"); // an EOutcome
-        QTest::newRow("success") << 2 << false << 1;
-        QTest::newRow("failure") << 2 << true << 2;
-        QTest::newRow("cancelled before the second file") << 1 << false << 0;
+        for (const TOperation& each : operations) {
+            QTest::addRow("%s, success", each.name) << each << 2 << false << 1;
+            QTest::addRow("%s, failure", each.name) << each << 2 << true << 2;
+            QTest::addRow("%s, cancelled before the second file", each.name)
+                << each << 1 << false << 0;
+        }
     }
 
     void showsHowAnOperationEnded()
     {
+        QFETCH(TOperation, operation);
         QFETCH(int, started);
         QFETCH(bool, hasError);
         QFETCH(int, outcome);
@@ -148,34 +198,54 @@ private Q_SLOTS:
         TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eOperation, false,
                               QPixmap());
         dialog.ShowWindow(true);
-        const auto shown = [&dialog] {
-            const auto widgets = dialog.findChildren<QWidget*>();
-            const auto sign =
-                std::find_if(widgets.cbegin(), widgets.cend(), [](const QWidget* widget) {
-                    return widget->inherits("TOutcomeSign");
-                });
-            return sign == widgets.cend() ? -1 : (*sign)->property("outcome").toInt();
-        };
-        const QStringList names{QStringLiteral("a.zip"), QStringLiteral("b.zip")};
-        KelvoFileTransferErrorDetailsList errors;
-        if (hasError) {
-            errors << KelvoFileTransferErrorDetails();
-        }
-        const auto download = [&] {
-            Q_EMIT Hub()->KelvoDownloadRequested(0, names, {});
+        const auto run = [&] {
+            operation.request(*Hub());
             dialog.EnableButton(TMessageDialog::eButton0, false);
             for (int file = 0; file < started; ++file) {
-                Q_EMIT Hub()->KelvoDownloadingFile(0, names.at(file));
+                Q_EMIT(Hub()->*operation.file)(0, names.at(file));
             }
         };
-        download();
-        Q_EMIT Hub()->KelvoDownloadComplete(0, errors);
-        QCOMPARE(shown(), 0); // the operation runs until the dialog can be closed
+        run();
+        Q_EMIT(Hub()->*operation.end)(0, Errors(hasError));
+        QCOMPARE(ShownOutcome(dialog), 0); // the operation runs until the dialog can be closed
         dialog.EnableButton(TMessageDialog::eButton0, true);
-        QCOMPARE(shown(), outcome);
-        download();
+        QCOMPARE(ShownOutcome(dialog), outcome);
+        run();
         dialog.EnableButton(TMessageDialog::eButton0, true);
-        QCOMPARE(shown(), 0); // not the outcome of the operation before
+        QCOMPARE(ShownOutcome(dialog), 0); // not the outcome of the operation before
+    }
+
+    void showsHowTheSetUpEnded()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        for (const bool hasError : {false, true}) {
+            TProgressDialog dialog(nullptr, QString(), TProgressDialog::ePercentage, true);
+            dialog.ShowWindow(false);
+            Q_EMIT Hub()->KelvoUserInboxSetupInProgress(50);
+            dialog.SetProgress(50);
+            QCOMPARE(ShownOutcome(dialog), 0);
+            Q_EMIT Hub()->KelvoUserInboxSetupComplete(Errors(hasError));
+            dialog.SetProgress(100);
+            QCOMPARE(ShownOutcome(dialog), hasError ? 2 : 1);
+        }
+    }
+
+    void showsThatALoginFailedAndNoSignBesideANotice()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eAcknowledge, false,
+                              QPixmap());
+        for (const bool hasFailed : {false, true, false}) {
+            Hub()->OnLoggingIntoKelvo();
+            if (hasFailed) {
+                Hub()->OnLoginToKelvoFailed(QString());
+            }
+            dialog.ShowWindow(true);
+            QCOMPARE(ShownOutcome(dialog), hasFailed ? 2 : 0);
+            dialog.CloseWindow();
+        }
     }
 
     void showsThatThePluginCannotCreateItsScreens()

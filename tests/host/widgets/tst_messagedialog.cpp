@@ -45,6 +45,7 @@ private Q_SLOTS:
     void showsTheOutcomeBySignAndColour();
     void theBusyIndicatorStopsWhileHidden();
     void showsTheTransferWhileTheOperationRuns();
+    void showsTheOutcomeOfOneMessage();
     void theMessageMayChangeAtAnyTime();
     void aNewMessageChangesNothingElse();
     void showingAgainOnlyRaisesTheDialog();
@@ -74,7 +75,8 @@ void tst_MessageDialog::hasTheButtonsOfItsType()
     QCOMPARE(other == nullptr ? QString() : other->text(), second);
     QCOMPARE(dialog.Busy() != nullptr, type == TMessageDialog::eOperation);
     const auto* const sign = dialog.dialog.findChild<TOutcomeSign*>();
-    QCOMPARE(sign != nullptr && sign->isVisible(), type == TMessageDialog::eAcknowledge);
+    QCOMPARE(sign != nullptr, type != TMessageDialog::eQuestion);
+    QVERIFY2(sign == nullptr || sign->isHidden(), "nothing has ended");
     const QList<TPushButton*> buttons = dialog.dialog.findChildren<TPushButton*>();
     QCOMPARE(buttons.size(), second.isEmpty() ? 1 : 2);
     for (TPushButton* const button : buttons) {
@@ -315,6 +317,34 @@ void tst_MessageDialog::showsTheTransferWhileTheOperationRuns()
     dialog.dialog.EnableButton(TMessageDialog::eButton0, true);
     QVERIFY(!transfer->isVisible());
     hostimpl::SetTransferProgress({});
+}
+
+void tst_MessageDialog::showsTheOutcomeOfOneMessage()
+{
+    using hostimpl::EOutcome;
+    TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eAcknowledge, false,
+                          QPixmap());
+    const auto shown = [&dialog] {
+        return static_cast<EOutcome>(dialog.findChild<TOutcomeSign*>()->Outcome());
+    };
+    const auto setFailed = [] {
+        hostimpl::SetOutcome(hostimpl::EOutcomeOf::eMessage, EOutcome::eFailed);
+    };
+    dialog.SetMessage(QStringLiteral("No files selected"));
+    dialog.ShowWindow(true);
+    QCOMPARE(shown(), EOutcome::eNone);
+    setFailed();
+    dialog.SetMessage(QStringLiteral("Unable to login")); // while the notice is shown
+    QCOMPARE(shown(), EOutcome::eFailed);
+    dialog.CloseWindow();
+    dialog.ShowWindow(true);
+    QCOMPARE(shown(), EOutcome::eNone);
+    dialog.CloseWindow();
+    setFailed();
+    dialog.SetMessage(QStringLiteral("Unable to login"));
+    QCOMPARE(shown(), EOutcome::eNone); // another dialog may come first
+    dialog.ShowWindow(true);
+    QCOMPARE(shown(), EOutcome::eFailed);
 }
 
 void tst_MessageDialog::theMessageMayChangeAtAnyTime()

@@ -313,6 +313,11 @@ void tst_Popups::showsTheOutcomeOfTheProgress()
     dialog.SetProgress(100);
     QVERIFY(sign->isVisible());
     QCOMPARE(dialog.size(), before);
+    // A dialog that is made later is no part of the operation.
+    const int windows = QApplication::topLevelWidgets().size();
+    const TProgressDialog later(nullptr, QString(), TProgressDialog::ePercentage, true);
+    QVERIFY(later.findChild<TOutcomeSign*>()->isHidden());
+    QCOMPARE(QApplication::topLevelWidgets().size(), windows + 1);
     hostimpl::SetOutcome(hostimpl::EOutcomeOf::eSetUp, hostimpl::EOutcome::eNone);
     QVERIFY(!sign->isVisible());
 }

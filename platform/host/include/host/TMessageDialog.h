@@ -14,14 +14,14 @@ class TPushButton;
 // The dialog builds its content on first use. A button emits its signal and then closes the dialog.
 // The Cancel button of a running operation does not close the dialog: the operator waits for the
 // operation's end. A slot that shows the dialog again keeps the dialog open. Beside the message, a
-// sign tells a failure, or how the operation has ended. Main thread.
+// sign tells a failure, or how the operation has ended. A mere notice has no sign. Main thread.
 class CONSOLEHOST_EXPORT TMessageDialog : public TPopupWindow
 {
     Q_OBJECT
 
 public:
     enum EMessageDialogType : int {
-        eAcknowledge = 0, // tells a failure; button 0 closes the dialog
+        eAcknowledge = 0, // a notice or a failure; button 0 closes the dialog
         eOperation = 2,   // button 0 closes the dialog, button 1 cancels; shows a busy indicator
         eQuestion = 4,    // button 0 is yes, button 1 is no
     };

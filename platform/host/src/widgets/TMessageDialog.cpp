@@ -56,6 +56,8 @@ public:
 
     void Build();
     void UpdateBusy();
+    // The sign of a message that is shown now, or no more.
+    void UpdateMessageSign(bool isShown);
     void Adapt();
     bool IsBuilt() const { return m_text != nullptr; }
     int Height(int width) const;
@@ -112,10 +114,10 @@ void TMessageDialog::TContent::Build()
     row->addWidget(m_text, 1);
     if (type == eOperation) {
         m_busy = new TBusyIndicator(&m_dialog);
-        m_sign = new TOutcomeSign(hostimpl::EOutcomeOf::eFiles, m_busy);
+        m_sign = new TOutcomeSign(hostimpl::EOutcomeOf::eFiles, *m_busy);
         row->addWidget(m_busy, 0, Qt::AlignTop);
     } else if (type == eAcknowledge) {
-        m_sign = new TOutcomeSign({}, &m_dialog);
+        m_sign = new TOutcomeSign(hostimpl::EOutcomeOf::eMessage, m_dialog);
         top->addWidget(m_sign); // beside the title: a long text needs the whole width
     }
     column->addLayout(row, 1);
@@ -198,6 +200,13 @@ void TMessageDialog::TContent::UpdateBusy()
     }
 }
 
+void TMessageDialog::TContent::UpdateMessageSign(bool isShown)
+{
+    if (type == eAcknowledge) {
+        isShown ? m_sign->TakeMessage() : m_sign->ForgetMessage();
+    }
+}
+
 // To the transfer's new state.
 void TMessageDialog::TContent::Adapt()
 {
@@ -236,6 +245,7 @@ void TMessageDialog::SetMessage(const QString& message)
     m_content->message = message;
     m_content->ShowMessage();
     if (isVisible()) {
+        m_content->UpdateMessageSign(true);
         Place();
     }
 }
@@ -310,6 +320,9 @@ void TMessageDialog::setVisible(bool isVisible)
 {
     const bool isNew = isVisible && isHidden();
     SetupIfRequired();
+    if (isVisible == isHidden()) {
+        m_content->UpdateMessageSign(isVisible);
+    }
     TPopupWindow::setVisible(isVisible);
     TPushButton* const first = GetMessageDialogButton(Type() == eQuestion ? eButton1 : eButton0);
     if (isNew && first->isEnabled()) {

@@ -7,6 +7,7 @@
 #include <QtGui/QPainterPath>
 
 #include <array>
+#include <utility>
 
 using hostimpl::EOutcome;
 
@@ -15,10 +16,10 @@ namespace {
 constexpr int SIZE = 64;
 constexpr double LINE = 7.0;
 
-std::array<EOutcome, 2>& Outcomes()
+EOutcome& OutcomeOf(hostimpl::EOutcomeOf operation)
 {
-    static std::array<EOutcome, 2> outcomes{};
-    return outcomes;
+    static std::array<EOutcome, 3> outcomes{};
+    return outcomes.at(static_cast<std::size_t>(operation));
 }
 
 QList<TOutcomeSign*>& All()
@@ -48,21 +49,21 @@ QPainterPath Cross()
 
 void hostimpl::SetOutcome(EOutcomeOf operation, EOutcome outcome)
 {
-    Outcomes().at(static_cast<std::size_t>(operation)) = outcome;
+    OutcomeOf(operation) = outcome;
     for (TOutcomeSign* const sign : qAsConst(All())) {
         sign->Refresh();
     }
 }
 
-TOutcomeSign::TOutcomeSign(std::optional<hostimpl::EOutcomeOf> operation, QWidget* parent)
-    : QWidget(parent), m_operation(operation)
+TOutcomeSign::TOutcomeSign(hostimpl::EOutcomeOf operation, QWidget& parent)
+    : QWidget(&parent), m_operation(operation)
 {
     setFixedSize(sizeHint());
     QSizePolicy policy = sizePolicy();
     policy.setRetainSizeWhenHidden(true);
     setSizePolicy(policy);
     All().append(this);
-    Refresh();
+    hide();
 }
 
 TOutcomeSign::~TOutcomeSign()
@@ -78,16 +79,33 @@ void TOutcomeSign::SetEnded(bool hasEnded)
 
 void TOutcomeSign::Refresh()
 {
-    if (m_operation) {
-        m_outcome = Outcomes().at(static_cast<std::size_t>(*m_operation));
+    if (m_operation != hostimpl::EOutcomeOf::eMessage) {
+        Show(m_hasEnded ? OutcomeOf(m_operation) : EOutcome::eNone);
     }
-    setVisible(m_hasEnded && m_outcome != EOutcome::eNone);
+}
+
+void TOutcomeSign::TakeMessage()
+{
+    if (OutcomeOf(m_operation) != EOutcome::eNone) {
+        Show(std::exchange(OutcomeOf(m_operation), EOutcome::eNone));
+    }
+}
+
+void TOutcomeSign::ForgetMessage()
+{
+    Show(EOutcome::eNone);
+}
+
+void TOutcomeSign::Show(EOutcome outcome)
+{
+    m_outcome = outcome;
+    setVisible(m_outcome != EOutcome::eNone);
     update();
 }
 
 int TOutcomeSign::Outcome() const
 {
-    return static_cast<int>(isHidden() ? EOutcome::eNone : m_outcome);
+    return static_cast<int>(m_outcome);
 }
 
 QSize TOutcomeSign::sizeHint() const

@@ -5,8 +5,6 @@
 
 #include <QtWidgets/QWidget>
 
-#include <optional>
-
 // Keeps its space while it is hidden. Main thread.
 class TOutcomeSign : public QWidget
 {
@@ -14,15 +12,19 @@ class TOutcomeSign : public QWidget
     Q_PROPERTY(int outcome READ Outcome)
 
 public:
-    // Follows hostimpl::SetOutcome. Without an operation it shows a failure.
-    explicit TOutcomeSign(std::optional<hostimpl::EOutcomeOf> operation, QWidget* parent = nullptr);
+    // Follows hostimpl::SetOutcome, but not for a message. Hidden at first.
+    TOutcomeSign(hostimpl::EOutcomeOf operation, QWidget& parent);
     ~TOutcomeSign() override;
 
     // Whether the dialog's operation has ended.
     void SetEnded(bool hasEnded);
     // Takes the outcome that SetOutcome has set.
     void Refresh();
-    // An EOutcome; eNone while the sign is hidden.
+    // Takes the outcome of a message, if one is set. No other sign gets it.
+    void TakeMessage();
+    // The message has ended.
+    void ForgetMessage();
+    // The shown EOutcome; eNone while the sign is hidden.
     int Outcome() const;
 
     QSize sizeHint() const override;
@@ -31,7 +33,9 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    hostimpl::EOutcome m_outcome = hostimpl::EOutcome::eFailed;
-    const std::optional<hostimpl::EOutcomeOf> m_operation;
-    bool m_hasEnded = true;
+    void Show(hostimpl::EOutcome outcome);
+
+    const hostimpl::EOutcomeOf m_operation;
+    hostimpl::EOutcome m_outcome = hostimpl::EOutcome::eNone;
+    bool m_hasEnded = false;
 };

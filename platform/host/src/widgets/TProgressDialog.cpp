@@ -32,7 +32,7 @@ public:
 
     QLabel title;
     QLabel message;
-    TOutcomeSign sign{hostimpl::EOutcomeOf::eSetUp};
+    TOutcomeSign sign;
     TProgressBar bar;
     QLabel bottomMessage;
     bool isClosable;
@@ -40,7 +40,7 @@ public:
 
 TProgressDialog::TContent::TContent(TProgressDialog& dialog, const QString& dialogTitle,
                                     bool hasButton)
-    : isClosable(hasButton)
+    : sign(hostimpl::EOutcomeOf::eSetUp, dialog), isClosable(hasButton)
 {
     auto* const column = new QVBoxLayout(&dialog);
     column->setContentsMargins(MARGIN, MARGIN, MARGIN, MARGIN);
