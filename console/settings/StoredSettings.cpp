@@ -15,8 +15,10 @@
 #include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
 
+#include <cerrno>
 #include <tuple>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -79,13 +81,49 @@ struct TTexts
     Q_DECLARE_TR_FUNCTIONS(StoredSettings)
 };
 
-QString SettingsFault(const QString& reason)
+struct TErrorRow
 {
-    return reason.isEmpty()
-               ? reason
-               : TTexts::tr("The settings could not be stored: %1. They are lost when the console "
-                            "ends.")
-                     .arg(reason);
+    int error;
+    const char* text;
+};
+constexpr TErrorRow errorRows[] = {
+    {ENOSPC, QT_TRANSLATE_NOOP("StoredSettings", "there is no space left")},
+    {EDQUOT, QT_TRANSLATE_NOOP("StoredSettings", "there is no space left")},
+    {EROFS, QT_TRANSLATE_NOOP("StoredSettings", "the storage is read-only")},
+    {EIO, QT_TRANSLATE_NOOP("StoredSettings", "the storage has a fault")},
+    {EACCES, QT_TRANSLATE_NOOP("StoredSettings", "the console may not write them")},
+    {EPERM, QT_TRANSLATE_NOOP("StoredSettings", "the console may not write them")},
+    {ENOENT, QT_TRANSLATE_NOOP("StoredSettings", "their folder is missing")},
+};
+
+// The C library has a text for each error, but on most consoles in English only.
+QString ReasonOf(int error)
+{
+    for (const TErrorRow& row : errorRows) {
+        if (row.error == error) {
+            return QCoreApplication::translate("StoredSettings", row.text);
+        }
+    }
+    return TTexts::tr("error %1").arg(error);
+}
+
+QString SettingsFault(int error)
+{
+    return error == 0 ? QString()
+                      : TTexts::tr("The settings could not be stored: %1. They are lost when the "
+                                   "console ends.")
+                            .arg(ReasonOf(error));
+}
+
+bool SyncFolderOf(const QString& path)
+{
+    const int folder = ::open(QFile::encodeName(QFileInfo(path).path()).constData(),
+                              O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const bool isSynced = folder >= 0 && (::fsync(folder) == 0 || errno == EINVAL);
+    if (folder >= 0) {
+        ::close(folder);
+    }
+    return isSynced;
 }
 
 // QSettings would keep a value that it cannot write, and read the value later as stored.
@@ -98,7 +136,7 @@ bool WriteFolderFile(QString folder)
     QDir().mkpath(QFileInfo(FolderFile()).path());
     QSaveFile file(FolderFile());
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush() &&
-           ::fsync(file.handle()) == 0 && file.commit();
+           ::fsync(file.handle()) == 0 && file.commit() && SyncFolderOf(FolderFile());
 }
 
 // The file changes only if the folder changes.

@@ -22,7 +22,6 @@ namespace {
 constexpr QSize buttonSize(170, PROPERTY_WIDGET_HEIGHT);
 constexpr QSize restartSize(220, PROPERTY_WIDGET_HEIGHT);
 constexpr int gap = 4;
-constexpr int messageBar = 32; // the place of the scroll bar beside the message
 
 } // namespace
 
@@ -65,7 +64,7 @@ TSettingsPage::TSettingsPage(QWidget* parent) : QWidget(parent), m_message(new Q
     all->setContentsMargins(0, 0, 0, 0);
     all->addWidget(MakeScrollArea(rows), 1);
     // Without its own area a long message would make the page so high that the whole page scrolls.
-    m_messageArea = MakeScrollArea(m_message, EBar::eNarrow);
+    m_messageArea = MakeScrollArea(m_message);
     m_messageArea->hide();
     all->addWidget(m_messageArea);
     all->addLayout(bottom);
@@ -168,11 +167,21 @@ void TSettingsPage::SetMessage(const QString& text)
 {
     m_message->setText(Breakable(text));
     m_messageArea->setVisible(!text.isEmpty());
-    if (text.isEmpty()) {
-        return;
-    }
-    const int needed = m_message->heightForWidth(std::max(width() - messageBar, messageBar));
-    m_messageArea->setFixedHeight(std::min(needed, 2 * hostimpl::TOUCH_SIZE));
+    FitMessage();
+}
+
+// A narrow page needs more lines.
+void TSettingsPage::FitMessage()
+{
+    const int needed = m_message->heightForWidth(
+        std::max(width() - hostimpl::SMALL_TOUCH_SIZE, hostimpl::SMALL_TOUCH_SIZE));
+    m_messageArea->setFixedHeight(std::clamp(needed, 0, 2 * hostimpl::TOUCH_SIZE));
+}
+
+void TSettingsPage::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    FitMessage();
 }
 
 QString TSettingsPage::Message() const

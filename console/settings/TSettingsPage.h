@@ -78,6 +78,9 @@ Q_SIGNALS:
     // The operator chose other colours or another size of the window. Only these two values count.
     void DisplayChosen(const console::TStoredSettings& settings);
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     void AddTextRows(QVBoxLayout& column);
     void AddChoiceRows(QVBoxLayout& column);
@@ -94,6 +97,7 @@ private:
     void ShowNote(int row, const QString& fault);
     QString Hint(int row) const;
     void Save();
+    void FitMessage();
 
     QList<TPropertyWidget*> m_rows;
     QList<TSettingNote*> m_notes; // of the rows with a text

@@ -146,6 +146,17 @@
     </message>
 </context>
 <context>
+    <name>QIODevice</name>
+    <message>
+        <source>Permission denied</source>
+        <translation>Zugriff verweigert</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>Kein Speicherplatz mehr</translation>
+    </message>
+</context>
+<context>
     <name>QLibrary</name>
     <message>
         <source>Cannot load library %1: %2</source>
@@ -331,6 +342,30 @@
         <source>The data folder could not be stored: %1 cannot be written.</source>
         <translation>Der Datenordner konnte nicht gespeichert werden: %1 kann nicht geschrieben werden.</translation>
     </message>
+    <message>
+        <source>there is no space left</source>
+        <translation>es ist kein Platz mehr frei</translation>
+    </message>
+    <message>
+        <source>the storage is read-only</source>
+        <translation>der Speicher ist schreibgeschützt</translation>
+    </message>
+    <message>
+        <source>the storage has a fault</source>
+        <translation>der Speicher hat einen Fehler</translation>
+    </message>
+    <message>
+        <source>the console may not write them</source>
+        <translation>die Konsole darf sie nicht schreiben</translation>
+    </message>
+    <message>
+        <source>their folder is missing</source>
+        <translation>ihr Ordner fehlt</translation>
+    </message>
+    <message>
+        <source>error %1</source>
+        <translation>Fehler %1</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -452,6 +487,53 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
     <message>
         <source>Clear the text</source>
         <translation>Text löschen</translation>
+    </message>
+</context>
+<context>
+    <name>Transfer</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+    <message>
+        <source>%1 s left</source>
+        <translation>noch %1 s</translation>
+    </message>
+    <message>
+        <source>%1 min left</source>
+        <translation>noch %1 min</translation>
+    </message>
+    <message>
+        <source>%1 h left</source>
+        <translation>noch %1 h</translation>
+    </message>
+    <message>
+        <source>file %1 of %2</source>
+        <translation>Datei %1 von %2</translation>
+    </message>
+    <message>
+        <source>Nothing moves</source>
+        <translation>Es kommt nichts an</translation>
+    </message>
+    <message>
+        <source>%1. Waiting until %2.</source>
+        <translation>%1. Warte bis %2.</translation>
+    </message>
+    <message>
+        <source>Checking the file...</source>
+        <translation>Datei wird geprüft...</translation>
+    </message>
+    <message>
+        <source>%1/s</source>
+        <translation>%1/s</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1 %</translation>
+    </message>
+    <message>
+        <source>until %1</source>
+        <translation>bis %1</translation>
     </message>
 </context>
 <context>
@@ -765,64 +847,6 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
     <message>
         <source>About this console</source>
         <translation>Über diese Konsole</translation>
-    </message>
-</context>
-<context>
-    <name>Transfer</name>
-    <message>
-        <source>%1 of %2</source>
-        <translation>%1 von %2</translation>
-    </message>
-    <message>
-        <source>%1 s left</source>
-        <translation>noch %1 s</translation>
-    </message>
-    <message>
-        <source>%1 min left</source>
-        <translation>noch %1 min</translation>
-    </message>
-    <message>
-        <source>%1 h left</source>
-        <translation>noch %1 h</translation>
-    </message>
-    <message>
-        <source>file %1 of %2</source>
-        <translation>Datei %1 von %2</translation>
-    </message>
-    <message>
-        <source>Nothing moves</source>
-        <translation>Es kommt nichts an</translation>
-    </message>
-    <message>
-        <source>%1. Waiting until %2.</source>
-        <translation>%1. Warte bis %2.</translation>
-    </message>
-    <message>
-        <source>Checking the file...</source>
-        <translation>Datei wird geprüft...</translation>
-    </message>
-    <message>
-        <source>%1/s</source>
-        <translation>%1/s</translation>
-    </message>
-    <message>
-        <source>%1 %</source>
-        <translation>%1 %</translation>
-    </message>
-    <message>
-        <source>until %1</source>
-        <translation>bis %1</translation>
-    </message>
-</context>
-<context>
-    <name>QIODevice</name>
-    <message>
-        <source>Permission denied</source>
-        <translation>Zugriff verweigert</translation>
-    </message>
-    <message>
-        <source>No space left on device</source>
-        <translation>Kein Speicherplatz mehr</translation>
     </message>
 </context>
 </TS>

@@ -146,6 +146,17 @@
     </message>
 </context>
 <context>
+    <name>QIODevice</name>
+    <message>
+        <source>Permission denied</source>
+        <translation>Permiso denegado</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>No queda espacio</translation>
+    </message>
+</context>
+<context>
     <name>QLibrary</name>
     <message>
         <source>Cannot load library %1: %2</source>
@@ -331,6 +342,30 @@
         <source>The data folder could not be stored: %1 cannot be written.</source>
         <translation>No se pudo guardar la carpeta de datos: no se puede escribir %1.</translation>
     </message>
+    <message>
+        <source>there is no space left</source>
+        <translation>no queda espacio</translation>
+    </message>
+    <message>
+        <source>the storage is read-only</source>
+        <translation>el almacenamiento es de solo lectura</translation>
+    </message>
+    <message>
+        <source>the storage has a fault</source>
+        <translation>el almacenamiento tiene un fallo</translation>
+    </message>
+    <message>
+        <source>the console may not write them</source>
+        <translation>la consola no puede escribirlos</translation>
+    </message>
+    <message>
+        <source>their folder is missing</source>
+        <translation>falta su carpeta</translation>
+    </message>
+    <message>
+        <source>error %1</source>
+        <translation>error %1</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -452,6 +487,53 @@ El servicio aún no ha listado sus archivos.</translation>
     <message>
         <source>Clear the text</source>
         <translation>Borrar el texto</translation>
+    </message>
+</context>
+<context>
+    <name>Transfer</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 de %2</translation>
+    </message>
+    <message>
+        <source>%1 s left</source>
+        <translation>quedan %1 s</translation>
+    </message>
+    <message>
+        <source>%1 min left</source>
+        <translation>quedan %1 min</translation>
+    </message>
+    <message>
+        <source>%1 h left</source>
+        <translation>quedan %1 h</translation>
+    </message>
+    <message>
+        <source>file %1 of %2</source>
+        <translation>archivo %1 de %2</translation>
+    </message>
+    <message>
+        <source>Nothing moves</source>
+        <translation>No llega nada</translation>
+    </message>
+    <message>
+        <source>%1. Waiting until %2.</source>
+        <translation>%1. Esperando hasta las %2.</translation>
+    </message>
+    <message>
+        <source>Checking the file...</source>
+        <translation>Comprobando el archivo...</translation>
+    </message>
+    <message>
+        <source>%1/s</source>
+        <translation>%1/s</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1 %</translation>
+    </message>
+    <message>
+        <source>until %1</source>
+        <translation>hasta las %1</translation>
     </message>
 </context>
 <context>
@@ -765,64 +847,6 @@ El servicio aún no ha listado sus archivos.</translation>
     <message>
         <source>About this console</source>
         <translation>Acerca de esta consola</translation>
-    </message>
-</context>
-<context>
-    <name>Transfer</name>
-    <message>
-        <source>%1 of %2</source>
-        <translation>%1 de %2</translation>
-    </message>
-    <message>
-        <source>%1 s left</source>
-        <translation>quedan %1 s</translation>
-    </message>
-    <message>
-        <source>%1 min left</source>
-        <translation>quedan %1 min</translation>
-    </message>
-    <message>
-        <source>%1 h left</source>
-        <translation>quedan %1 h</translation>
-    </message>
-    <message>
-        <source>file %1 of %2</source>
-        <translation>archivo %1 de %2</translation>
-    </message>
-    <message>
-        <source>Nothing moves</source>
-        <translation>No llega nada</translation>
-    </message>
-    <message>
-        <source>%1. Waiting until %2.</source>
-        <translation>%1. Esperando hasta las %2.</translation>
-    </message>
-    <message>
-        <source>Checking the file...</source>
-        <translation>Comprobando el archivo...</translation>
-    </message>
-    <message>
-        <source>%1/s</source>
-        <translation>%1/s</translation>
-    </message>
-    <message>
-        <source>%1 %</source>
-        <translation>%1 %</translation>
-    </message>
-    <message>
-        <source>until %1</source>
-        <translation>hasta las %1</translation>
-    </message>
-</context>
-<context>
-    <name>QIODevice</name>
-    <message>
-        <source>Permission denied</source>
-        <translation>Permiso denegado</translation>
-    </message>
-    <message>
-        <source>No space left on device</source>
-        <translation>No queda espacio</translation>
     </message>
 </context>
 </TS>

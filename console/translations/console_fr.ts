@@ -146,6 +146,17 @@
     </message>
 </context>
 <context>
+    <name>QIODevice</name>
+    <message>
+        <source>Permission denied</source>
+        <translation>Accès refusé</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>Plus d’espace disponible</translation>
+    </message>
+</context>
+<context>
     <name>QLibrary</name>
     <message>
         <source>Cannot load library %1: %2</source>
@@ -331,6 +342,30 @@
         <source>The data folder could not be stored: %1 cannot be written.</source>
         <translation>Le dossier de données n’a pas pu être enregistré&#xa0;: impossible d’écrire %1.</translation>
     </message>
+    <message>
+        <source>there is no space left</source>
+        <translation>il n&apos;y a plus de place</translation>
+    </message>
+    <message>
+        <source>the storage is read-only</source>
+        <translation>le stockage est en lecture seule</translation>
+    </message>
+    <message>
+        <source>the storage has a fault</source>
+        <translation>le stockage a un défaut</translation>
+    </message>
+    <message>
+        <source>the console may not write them</source>
+        <translation>la console n&apos;a pas le droit de les écrire</translation>
+    </message>
+    <message>
+        <source>their folder is missing</source>
+        <translation>leur dossier manque</translation>
+    </message>
+    <message>
+        <source>error %1</source>
+        <translation>erreur %1</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -452,6 +487,53 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     <message>
         <source>Clear the text</source>
         <translation>Effacer le texte</translation>
+    </message>
+</context>
+<context>
+    <name>Transfer</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 sur %2</translation>
+    </message>
+    <message>
+        <source>%1 s left</source>
+        <translation>encore %1 s</translation>
+    </message>
+    <message>
+        <source>%1 min left</source>
+        <translation>encore %1 min</translation>
+    </message>
+    <message>
+        <source>%1 h left</source>
+        <translation>encore %1 h</translation>
+    </message>
+    <message>
+        <source>file %1 of %2</source>
+        <translation>fichier %1 sur %2</translation>
+    </message>
+    <message>
+        <source>Nothing moves</source>
+        <translation>Rien ne passe</translation>
+    </message>
+    <message>
+        <source>%1. Waiting until %2.</source>
+        <translation>%1. Attente jusqu&apos;à %2.</translation>
+    </message>
+    <message>
+        <source>Checking the file...</source>
+        <translation>Vérification du fichier...</translation>
+    </message>
+    <message>
+        <source>%1/s</source>
+        <translation>%1/s</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1 %</translation>
+    </message>
+    <message>
+        <source>until %1</source>
+        <translation>jusqu&apos;à %1</translation>
     </message>
 </context>
 <context>
@@ -765,64 +847,6 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
     <message>
         <source>About this console</source>
         <translation>À propos de cette console</translation>
-    </message>
-</context>
-<context>
-    <name>Transfer</name>
-    <message>
-        <source>%1 of %2</source>
-        <translation>%1 sur %2</translation>
-    </message>
-    <message>
-        <source>%1 s left</source>
-        <translation>encore %1 s</translation>
-    </message>
-    <message>
-        <source>%1 min left</source>
-        <translation>encore %1 min</translation>
-    </message>
-    <message>
-        <source>%1 h left</source>
-        <translation>encore %1 h</translation>
-    </message>
-    <message>
-        <source>file %1 of %2</source>
-        <translation>fichier %1 sur %2</translation>
-    </message>
-    <message>
-        <source>Nothing moves</source>
-        <translation>Rien ne passe</translation>
-    </message>
-    <message>
-        <source>%1. Waiting until %2.</source>
-        <translation>%1. Attente jusqu&apos;à %2.</translation>
-    </message>
-    <message>
-        <source>Checking the file...</source>
-        <translation>Vérification du fichier...</translation>
-    </message>
-    <message>
-        <source>%1/s</source>
-        <translation>%1/s</translation>
-    </message>
-    <message>
-        <source>%1 %</source>
-        <translation>%1 %</translation>
-    </message>
-    <message>
-        <source>until %1</source>
-        <translation>jusqu&apos;à %1</translation>
-    </message>
-</context>
-<context>
-    <name>QIODevice</name>
-    <message>
-        <source>Permission denied</source>
-        <translation>Accès refusé</translation>
-    </message>
-    <message>
-        <source>No space left on device</source>
-        <translation>Plus d’espace disponible</translation>
     </message>
 </context>
 </TS>

@@ -147,6 +147,17 @@
     </message>
 </context>
 <context>
+    <name>QIODevice</name>
+    <message>
+        <source>Permission denied</source>
+        <translation>Brak dostępu</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>Brak wolnego miejsca</translation>
+    </message>
+</context>
+<context>
     <name>QLibrary</name>
     <message>
         <source>Cannot load library %1: %2</source>
@@ -332,6 +343,30 @@
         <source>The data folder could not be stored: %1 cannot be written.</source>
         <translation>Nie można zapisać folderu danych: nie można zapisać pliku %1.</translation>
     </message>
+    <message>
+        <source>there is no space left</source>
+        <translation>nie ma już miejsca</translation>
+    </message>
+    <message>
+        <source>the storage is read-only</source>
+        <translation>pamięć jest tylko do odczytu</translation>
+    </message>
+    <message>
+        <source>the storage has a fault</source>
+        <translation>pamięć jest uszkodzona</translation>
+    </message>
+    <message>
+        <source>the console may not write them</source>
+        <translation>konsola nie może ich zapisać</translation>
+    </message>
+    <message>
+        <source>their folder is missing</source>
+        <translation>brakuje ich folderu</translation>
+    </message>
+    <message>
+        <source>error %1</source>
+        <translation>błąd %1</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -453,6 +488,53 @@ Usługa nie podała jeszcze listy plików.</translation>
     <message>
         <source>Clear the text</source>
         <translation>Wyczyść tekst</translation>
+    </message>
+</context>
+<context>
+    <name>Transfer</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 z %2</translation>
+    </message>
+    <message>
+        <source>%1 s left</source>
+        <translation>jeszcze %1 s</translation>
+    </message>
+    <message>
+        <source>%1 min left</source>
+        <translation>jeszcze %1 min</translation>
+    </message>
+    <message>
+        <source>%1 h left</source>
+        <translation>jeszcze %1 h</translation>
+    </message>
+    <message>
+        <source>file %1 of %2</source>
+        <translation>plik %1 z %2</translation>
+    </message>
+    <message>
+        <source>Nothing moves</source>
+        <translation>Brak przepływu danych</translation>
+    </message>
+    <message>
+        <source>%1. Waiting until %2.</source>
+        <translation>%1. Czekam do %2.</translation>
+    </message>
+    <message>
+        <source>Checking the file...</source>
+        <translation>Sprawdzanie pliku...</translation>
+    </message>
+    <message>
+        <source>%1/s</source>
+        <translation>%1/s</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1%</translation>
+    </message>
+    <message>
+        <source>until %1</source>
+        <translation>do %1</translation>
     </message>
 </context>
 <context>
@@ -766,64 +848,6 @@ Usługa nie podała jeszcze listy plików.</translation>
     <message>
         <source>About this console</source>
         <translation>O tej konsoli</translation>
-    </message>
-</context>
-<context>
-    <name>Transfer</name>
-    <message>
-        <source>%1 of %2</source>
-        <translation>%1 z %2</translation>
-    </message>
-    <message>
-        <source>%1 s left</source>
-        <translation>jeszcze %1 s</translation>
-    </message>
-    <message>
-        <source>%1 min left</source>
-        <translation>jeszcze %1 min</translation>
-    </message>
-    <message>
-        <source>%1 h left</source>
-        <translation>jeszcze %1 h</translation>
-    </message>
-    <message>
-        <source>file %1 of %2</source>
-        <translation>plik %1 z %2</translation>
-    </message>
-    <message>
-        <source>Nothing moves</source>
-        <translation>Brak przepływu danych</translation>
-    </message>
-    <message>
-        <source>%1. Waiting until %2.</source>
-        <translation>%1. Czekam do %2.</translation>
-    </message>
-    <message>
-        <source>Checking the file...</source>
-        <translation>Sprawdzanie pliku...</translation>
-    </message>
-    <message>
-        <source>%1/s</source>
-        <translation>%1/s</translation>
-    </message>
-    <message>
-        <source>%1 %</source>
-        <translation>%1%</translation>
-    </message>
-    <message>
-        <source>until %1</source>
-        <translation>do %1</translation>
-    </message>
-</context>
-<context>
-    <name>QIODevice</name>
-    <message>
-        <source>Permission denied</source>
-        <translation>Brak dostępu</translation>
-    </message>
-    <message>
-        <source>No space left on device</source>
-        <translation>Brak wolnego miejsca</translation>
     </message>
 </context>
 </TS>

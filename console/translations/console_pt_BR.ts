@@ -146,6 +146,17 @@
     </message>
 </context>
 <context>
+    <name>QIODevice</name>
+    <message>
+        <source>Permission denied</source>
+        <translation>Permissão negada</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>Não há mais espaço</translation>
+    </message>
+</context>
+<context>
     <name>QLibrary</name>
     <message>
         <source>Cannot load library %1: %2</source>
@@ -331,6 +342,30 @@
         <source>The data folder could not be stored: %1 cannot be written.</source>
         <translation>Não foi possível salvar a pasta de dados: não é possível gravar %1.</translation>
     </message>
+    <message>
+        <source>there is no space left</source>
+        <translation>não há mais espaço</translation>
+    </message>
+    <message>
+        <source>the storage is read-only</source>
+        <translation>o armazenamento é somente leitura</translation>
+    </message>
+    <message>
+        <source>the storage has a fault</source>
+        <translation>o armazenamento tem um defeito</translation>
+    </message>
+    <message>
+        <source>the console may not write them</source>
+        <translation>o console não pode gravá-las</translation>
+    </message>
+    <message>
+        <source>their folder is missing</source>
+        <translation>a pasta delas não existe</translation>
+    </message>
+    <message>
+        <source>error %1</source>
+        <translation>erro %1</translation>
+    </message>
 </context>
 <context>
     <name>TChoicePopup</name>
@@ -452,6 +487,53 @@ O serviço ainda não listou seus arquivos.</translation>
     <message>
         <source>Clear the text</source>
         <translation>Limpar o texto</translation>
+    </message>
+</context>
+<context>
+    <name>Transfer</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 de %2</translation>
+    </message>
+    <message>
+        <source>%1 s left</source>
+        <translation>faltam %1 s</translation>
+    </message>
+    <message>
+        <source>%1 min left</source>
+        <translation>faltam %1 min</translation>
+    </message>
+    <message>
+        <source>%1 h left</source>
+        <translation>faltam %1 h</translation>
+    </message>
+    <message>
+        <source>file %1 of %2</source>
+        <translation>arquivo %1 de %2</translation>
+    </message>
+    <message>
+        <source>Nothing moves</source>
+        <translation>Nada chega</translation>
+    </message>
+    <message>
+        <source>%1. Waiting until %2.</source>
+        <translation>%1. Aguardando até %2.</translation>
+    </message>
+    <message>
+        <source>Checking the file...</source>
+        <translation>Verificando o arquivo...</translation>
+    </message>
+    <message>
+        <source>%1/s</source>
+        <translation>%1/s</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1%</translation>
+    </message>
+    <message>
+        <source>until %1</source>
+        <translation>até %1</translation>
     </message>
 </context>
 <context>
@@ -765,64 +847,6 @@ O serviço ainda não listou seus arquivos.</translation>
     <message>
         <source>About this console</source>
         <translation>Sobre este console</translation>
-    </message>
-</context>
-<context>
-    <name>Transfer</name>
-    <message>
-        <source>%1 of %2</source>
-        <translation>%1 de %2</translation>
-    </message>
-    <message>
-        <source>%1 s left</source>
-        <translation>faltam %1 s</translation>
-    </message>
-    <message>
-        <source>%1 min left</source>
-        <translation>faltam %1 min</translation>
-    </message>
-    <message>
-        <source>%1 h left</source>
-        <translation>faltam %1 h</translation>
-    </message>
-    <message>
-        <source>file %1 of %2</source>
-        <translation>arquivo %1 de %2</translation>
-    </message>
-    <message>
-        <source>Nothing moves</source>
-        <translation>Nada chega</translation>
-    </message>
-    <message>
-        <source>%1. Waiting until %2.</source>
-        <translation>%1. Aguardando até %2.</translation>
-    </message>
-    <message>
-        <source>Checking the file...</source>
-        <translation>Verificando o arquivo...</translation>
-    </message>
-    <message>
-        <source>%1/s</source>
-        <translation>%1/s</translation>
-    </message>
-    <message>
-        <source>%1 %</source>
-        <translation>%1%</translation>
-    </message>
-    <message>
-        <source>until %1</source>
-        <translation>até %1</translation>
-    </message>
-</context>
-<context>
-    <name>QIODevice</name>
-    <message>
-        <source>Permission denied</source>
-        <translation>Permissão negada</translation>
-    </message>
-    <message>
-        <source>No space left on device</source>
-        <translation>Não há mais espaço</translation>
     </message>
 </context>
 </TS>

@@ -63,7 +63,8 @@ void TWindowSession::SaveSettings(const TStoredSettings& settings)
     // A new start would lose settings that are not stored.
     const bool isForNextStart = faults.settings.isEmpty() && IsForNextStart();
     m_settingsPage->OfferRestart(isForNextStart);
-    m_settingsPage->SetMessage(!faults.Text().isEmpty() ? faults.Text()
+    m_isFaultShown = !faults.Text().isEmpty();
+    m_settingsPage->SetMessage(m_isFaultShown ? faults.Text()
                                : isForNextStart
                                    ? tr("Kept. It applies from the next start of the console on.")
                                    : tr("Kept."));
@@ -100,8 +101,9 @@ void TWindowSession::ApplyDisplay(bool isNight, bool isFullScreen)
     Apply(m_stored);
     m_settingsPage->ShowDisplay(m_stored);
     const QString fault = StoreSettings().Text();
-    if (!fault.isEmpty()) {
+    if (!fault.isEmpty() || m_isFaultShown) {
         m_settingsPage->SetMessage(fault);
+        m_isFaultShown = !fault.isEmpty();
     }
 }
 

@@ -46,9 +46,9 @@ public:
     QString Open(const QString& path);
     void SetUserLogAccessor(const UserLogAccessorPtr& accessor);
 
-    // Writes the items again if the last attempt failed. Returns why the file cannot be written, or
-    // an empty text if it has all items but the sealed items. Blocks while the disk works.
-    QString Flush();
+    // Writes the items again if the last attempt failed. Returns the errno of the failure, or 0 if
+    // the file has all items but the sealed items. Blocks while the disk works.
+    int Flush();
 
     QVariant GetItem(int itemKey) const override;
     void SetItem(int itemKey, const QVariant& value, bool persist) override;
@@ -68,7 +68,7 @@ private:
     QMap<int, QVariant> m_persisted; // with the items that are sealed in the file
     std::unique_ptr<TSealedItems> m_sealed;
     bool m_isUnsaved = false;
-    QString m_fileError; // of the last attempt to write the file
+    int m_fileError = 0; // errno of the last attempt to write the file
 
     mutable QMutex m_mutex; // guards m_items and m_userLog
     QHash<int, QVariant> m_items;

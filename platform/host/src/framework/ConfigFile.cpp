@@ -171,7 +171,7 @@ EConfigRead ReadConfigFile(const QString& path, TConfigItems& items, QString& er
     return EConfigRead::eRead;
 }
 
-bool WriteConfigFile(const QString& path, const TConfigItems& items, QString& errorText)
+int WriteConfigFile(const QString& path, const TConfigItems& items)
 {
     QJsonObject entries;
     for (auto item = items.values.begin(); item != items.values.end(); ++item) {
@@ -182,24 +182,18 @@ bool WriteConfigFile(const QString& path, const TConfigItems& items, QString& er
     }
     const QByteArray bytes =
         QJsonDocument(QJsonObject{{VERSION_KEY, FILE_VERSION}, {ITEMS_KEY, entries}}).toJson();
+    errno = 0;
     if (!EnsurePrivateFile(path)) {
-        errorText = qt_error_string(errno);
-        return false;
+        return errno;
     }
     QSaveFile file(path);
     // commit() alone does not notice a failed write of its buffer or a failed sync, and replaces
     // the good file. Therefore flush() and fsync() come first.
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() ||
         ::fsync(file.handle()) != 0 || !file.commit()) {
-        errorText =
-            file.error() == QFileDevice::NoError ? qt_error_string(errno) : file.errorString();
-        return false;
+        return errno == 0 ? EIO : errno; // Qt may fail without a system call
     }
-    if (!SyncFolder(QFileInfo(path).absolutePath())) {
-        errorText = qt_error_string(errno);
-        return false;
-    }
-    return true;
+    return SyncFolder(QFileInfo(path).absolutePath()) ? 0 : errno;
 }
 
 bool IsSameItem(const QVariant& one, const QVariant& other)

@@ -23,8 +23,8 @@ enum class EConfigRead : std::uint8_t { eRead, eMissing, eUnreadable, eInvalid }
 EConfigRead ReadConfigFile(const QString& path, TConfigItems& items, QString& errorText);
 
 // Replaces the file atomically. The new file is on the disk when the function returns. The file is
-// readable for its owner only, at every moment.
-bool WriteConfigFile(const QString& path, const TConfigItems& items, QString& errorText);
+// readable for its owner only, at every moment. Returns 0, or the errno of the failure.
+int WriteConfigFile(const QString& path, const TConfigItems& items);
 
 // True if the file has the same content for both values.
 bool IsSameItem(const QVariant& one, const QVariant& other);

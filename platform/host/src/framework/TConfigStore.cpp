@@ -1,5 +1,6 @@
 #include "hostimpl/TConfigStore.h"
 
+#include "files/Posix.h"
 #include "framework/BlankedCopies.h"
 #include "framework/ConfigFile.h"
 #include "framework/DealerLog.h"
@@ -10,6 +11,7 @@
 #include <QtCore/QStringList>
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 
 namespace {
@@ -60,7 +62,7 @@ QString TConfigStore::Open(const QString& path)
     const QMutexLocker fileLock(&m_fileMutex);
     m_path = path;
     m_isUnsaved = false;
-    m_fileError.clear();
+    m_fileError = 0;
     m_persisted.clear();
     const QString problem = Load(path);
     if (!problem.isEmpty()) {
@@ -79,10 +81,11 @@ QString TConfigStore::Load(const QString& path)
 {
     TConfigItems items;
     QString errorText;
+    errno = 0;
     const EConfigRead result = ReadConfigFile(path, items, errorText);
     if (result == EConfigRead::eUnreadable) {
         m_path.clear();
-        m_fileError = errorText;
+        m_fileError = errno == 0 ? EIO : errno;
         *m_sealed = {};
         return QStringLiteral("The configuration %1 cannot be read (%2). Changes will be lost when "
                               "the console ends.")
@@ -100,10 +103,11 @@ QString TConfigStore::Load(const QString& path)
 
 QString TConfigStore::PutAside(const QString& path, const QString& errorText)
 {
+    errno = 0;
     const QString aside = PutConfigFileAside(path);
     if (aside.isEmpty()) {
         m_path.clear();
-        m_fileError = errorText;
+        m_fileError = errno == 0 ? EIO : errno;
         return QStringLiteral("The configuration %1 is not valid (%2) and cannot be renamed. "
                               "Changes will be lost when the console ends.")
             .arg(path, errorText);
@@ -177,10 +181,10 @@ void TConfigStore::SetItem(int itemKey, const QVariant& value, bool persist)
     }
 }
 
-QString TConfigStore::Flush()
+int TConfigStore::Flush()
 {
     const QMutexLocker fileLock(&m_fileMutex);
-    if (!m_fileError.isEmpty()) {
+    if (m_fileError != 0) {
         WriteThrough();
     }
     return m_fileError;
@@ -200,10 +204,10 @@ QString TConfigStore::WriteThrough()
     for (auto item = items.sealed.begin(); item != items.sealed.end(); ++item) {
         items.values.remove(item.key());
     }
-    m_fileError.clear();
-    if (!WriteConfigFile(m_path, items, m_fileError)) {
+    m_fileError = WriteConfigFile(m_path, items);
+    if (m_fileError != 0) {
         problems << QStringLiteral("The configuration %1 cannot be written: %2")
-                        .arg(m_path, m_fileError);
+                        .arg(m_path, SystemError(m_fileError));
     }
     problems.removeAll(QString());
     m_isUnsaved = !problems.isEmpty();
