@@ -9,15 +9,18 @@ import unittest
 from pathlib import Path
 
 from kelvoe2e.case import FARM, PASSWORD
+from kelvoe2e.island import Island, can_isolate
 from kelvoe2e.loginpage import LoginPage
 from kelvoe2e.screens import MIDDLE_BYTES, ScreensCase
-from needs import wrong_clock
+from kelvotour.window import GUARD_SECONDS
+from needs import needs, wrong_clock
 
+HEARTBEAT_SECONDS = 60  # of the event stream
 GUIDE = Path(__file__).resolve().parents[2] / "docs/pictures"
 
 
 class ScreensLinkTest(ScreensCase):
-    names = iter(("olga", "pieter", "marta", "jan", "ines"))  # the pictures show them
+    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "tomas"))  # the pictures show them
 
     def setUp(self):
         super().setUp()
@@ -28,10 +31,10 @@ class ScreensLinkTest(ScreensCase):
         if not self.service.is_running:
             self.service.start()
 
-    def until_bar(self, window, words, picture=None):
+    def until_bar(self, window, words, picture=None, seconds=GUARD_SECONDS):
         """Waits until a label begins with the words. Prints how long that took."""
         begin = time.monotonic()
-        window.until(lambda screen: any(label.startswith(words) for label in screen.labels()), words)
+        window.until(lambda screen: any(label.startswith(words) for label in screen.labels()), words, seconds)
         print(f"{words!r} is shown after {time.monotonic() - begin:.2f} s")
         if picture:
             self.take_picture(window, picture)
@@ -41,8 +44,8 @@ class ScreensLinkTest(ScreensCase):
             window.picture(Path(os.environ["KELVO_PICTURES"]) / f"{name}.png")
         self.assertTrue((GUIDE / f"{name}.png").is_file(), "the guide has no picture of this state")
 
-    def logged_in_window(self, link=None):
-        window = self.open_file_controller(link)
+    def logged_in_window(self, link=None, **options):
+        window = self.open_file_controller(link, **options)
         window.press("Home")
         self.until_bar(window, "Connected")
         return window
@@ -62,6 +65,24 @@ class ScreensLinkTest(ScreensCase):
         self.service.kill()
         self.until_bar(window, "Service does not answer\nsince ", "link-no-answer")
         self.service.start()
+        self.until_bar(window, "Connected")
+
+    def test_a_service_that_falls_silent(self):
+        link = self.link()
+        window = self.logged_in_window(link)
+        link.hold("down", 0)
+        self.until_bar(window, "Service does not answer\nsince ", seconds=2 * HEARTBEAT_SECONDS + GUARD_SECONDS)
+        link.release()
+        self.until_bar(window, "Connected")
+
+    def test_a_network_that_goes_and_comes_back(self):
+        needs(self, can_isolate(), "a network namespace")
+        island = Island(self.service.address, self.folder)
+        self.addCleanup(island.close)
+        window = self.logged_in_window(address=island.address, prefix=island.prefix)
+        island.lose_network()
+        self.until_bar(window, "No network\nsince ", "link-no-network-since")
+        island.regain_network()
         self.until_bar(window, "Connected")
 
     def test_a_network_that_wants_a_login(self):

@@ -73,16 +73,16 @@ class Window:
         answer = self.do("look")
         return Screen(answer["windows"], answer["focus"])
 
-    def until(self, wanted, what):
+    def until(self, wanted, what, seconds=GUARD_SECONDS):
         """Waits for a screen for which `wanted` is true, and returns it."""
-        end = time.monotonic() + GUARD_SECONDS
+        end = time.monotonic() + seconds
         while True:
             screen = self.look()
             if wanted(screen):
                 return screen
             if time.monotonic() > end:
                 self._transcript.write(json.dumps(screen.windows) + "\n")
-                raise WindowError(f"{what} did not come in {GUARD_SECONDS} s")
+                raise WindowError(f"{what} did not come in {seconds} s")
             time.sleep(LOOK_SECONDS)
 
     def press(self, button):

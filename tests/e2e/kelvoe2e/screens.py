@@ -55,10 +55,10 @@ class ScreensCase(FarmCase):
         window.do("type", row="USERNAME", text=self.operator)
         window.do("type", row="PASSWORD", text=PASSWORD)
 
-    def open_file_controller(self, link=None):
+    def open_file_controller(self, link=None, **options):
         """Opens a window, logs in and shows the file controller."""
         self.make_inboxes()
-        window = self.open_window(link)
+        window = self.open_window(link, **options)
         self.give_credentials(window)
         window.press("Login")
         window.until(lambda screen: screen.can_press("Logout"), "Logout")
