@@ -3,6 +3,7 @@
 #include "hostimpl/Theme.h"
 
 #include <QtWidgets/QScrollArea>
+#include <QtWidgets/QScrollBar>
 #include <QtWidgets/QScroller>
 
 namespace console {
@@ -14,7 +15,7 @@ QScrollArea* MakeScrollArea(QWidget* content, EBar bar)
     area->setWidgetResizable(true);
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area->setFocusPolicy(Qt::NoFocus);
-    area->setProperty(hostimpl::NARROW_BAR, bar == EBar::eNarrow);
+    area->verticalScrollBar()->setAttribute(Qt::WA_TransparentForMouseEvents, bar == EBar::eSign);
     // Qt's own minimum has place for three widths of the scroll bar.
     area->setMinimumSize(hostimpl::TOUCH_SIZE, hostimpl::TOUCH_SIZE);
     area->setWidget(content);

@@ -29,6 +29,22 @@ QLabel* MakeLabel(bool isBold)
     return label;
 }
 
+// A long word gets narrower letters of the same height.
+void Narrow(QLabel& label, QFont font, int width)
+{
+    label.setFont(font);
+    while (label.minimumSizeHint().width() > width && font.stretch() > leastStretch) {
+        font.setStretch(font.stretch() - stretchStep);
+        label.setFont(font);
+    }
+}
+
+QString JoinedText(const QString& title, const QString& badge, const QString& text)
+{
+    const QString head = badge.isEmpty() ? title : title + QLatin1Char(' ') + badge;
+    return head + QLatin1Char('\n') + text;
+}
+
 } // namespace
 
 namespace console {
@@ -58,11 +74,11 @@ THomeCardView::THomeCardView(QWidget* parent)
 
 void THomeCardView::Show(const THomeCard& card, int width)
 {
-    m_text->setText(card.text);
-    if (m_title->text() == card.title && m_badge->text() == card.badge && m_width == width) {
+    if (Text() == JoinedText(card.title, card.badge, card.text) && m_width == width) {
         return;
     }
     m_width = width;
+    m_text->setText(card.text);
     m_title->setText(card.title);
     m_badge->setText(card.badge);
     m_badge->setVisible(!card.badge.isEmpty());
@@ -71,14 +87,9 @@ void THomeCardView::Show(const THomeCard& card, int width)
 
 void THomeCardView::Fit()
 {
-    // A long word gets narrower letters of the same height.
-    QFont font = LabelFont(true);
-    m_title->setFont(font);
-    while (m_title->minimumSizeHint().width() > m_width - 2 * margin &&
-           font.stretch() > leastStretch) {
-        font.setStretch(font.stretch() - stretchStep);
-        m_title->setFont(font);
-    }
+    Narrow(*m_title, LabelFont(true), m_width - 2 * margin);
+    Narrow(*m_badge, LabelFont(true), m_width - 2 * margin);
+    Narrow(*m_text, LabelFont(false), m_width - 2 * margin);
     const int beside = m_title->minimumSizeHint().width() + m_badge->sizeHint().width() +
                        m_head->spacing() + 2 * margin;
     m_head->setDirection(beside > m_width ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
@@ -86,10 +97,7 @@ void THomeCardView::Fit()
 
 QString THomeCardView::Text() const
 {
-    const QString head = m_badge->text().isEmpty()
-                             ? m_title->text()
-                             : m_title->text() + QLatin1Char(' ') + m_badge->text();
-    return head + QLatin1Char('\n') + m_text->text();
+    return JoinedText(m_title->text(), m_badge->text(), m_text->text());
 }
 
 void THomeCardView::paintEvent(QPaintEvent*)

@@ -45,7 +45,7 @@ THomePage::THomePage(QWidget* parent) : QWidget(parent), m_notice(new QLabel), m
     column->addWidget(m_notice);
     column->addLayout(m_grid);
     column->addStretch();
-    m_area = MakeScrollArea(content, EBar::eNarrow);
+    m_area = MakeScrollArea(content, EBar::eSign);
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(hostimpl::FOCUS_RING, hostimpl::FOCUS_RING, hostimpl::FOCUS_RING,
                               hostimpl::FOCUS_RING);

@@ -15,7 +15,7 @@ TMiniViewDock::TMiniViewDock(QWidget* parent) : QWidget(parent), m_column(new QW
     m_layout->addStretch();
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
-    outer->addWidget(MakeScrollArea(m_column, EBar::eNarrow));
+    outer->addWidget(MakeScrollArea(m_column, EBar::eSign));
     setFixedWidth(dockWidth);
 }
 

@@ -41,6 +41,24 @@ QStringList Lines(const QString& text, const QFontMetrics& metrics, int width)
                           : QStringList{first, metrics.elidedText(rest, Qt::ElideRight, width)};
 }
 
+// With the narrowest letters, in two lines as Lines() makes them.
+int LeastWidth(const QString& text, QFont font)
+{
+    font.setStretch(leastStretch);
+    const QFontMetrics metrics(font);
+    int least = metrics.size(0, text).width();
+    if (text.contains(QLatin1Char('\n'))) {
+        return least;
+    }
+    const QString blank = QStringLiteral("  ");
+    const QString gapText = text.contains(blank) ? blank : QStringLiteral(" ");
+    for (int end = text.indexOf(gapText); end >= 0; end = text.indexOf(gapText, end + 1)) {
+        least = qMin(least, qMax(metrics.horizontalAdvance(text.left(end)),
+                                 metrics.horizontalAdvance(text.mid(end).trimmed())));
+    }
+    return least;
+}
+
 } // namespace
 
 namespace console {
@@ -70,7 +88,7 @@ QSize TStatusItem::sizeHint() const
 
 QSize TStatusItem::minimumSizeHint() const
 {
-    return {iconExtent + gap + leastTextWidth, iconExtent};
+    return {iconExtent + gap + qMax(leastTextWidth, LeastWidth(m_text, font())), iconExtent};
 }
 
 void TStatusItem::paintEvent(QPaintEvent*)

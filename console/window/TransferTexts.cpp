@@ -49,6 +49,14 @@ QString TimeLeftText(const TransferStatus& transfer)
                               : TTexts::tr("%1 h left").arg((seconds + hour - 1) / hour);
 }
 
+// With the time left; empty if the rate is not known yet.
+QString RateText(const TransferStatus& transfer)
+{
+    return transfer.bytesPerSecond ? TTexts::tr("%1/s").arg(Size(*transfer.bytesPerSecond)) +
+                                         QStringLiteral("  ") + TimeLeftText(transfer)
+                                   : QString();
+}
+
 // Empty for a single file.
 QString FileText(const TFileCount& files)
 {
@@ -88,9 +96,7 @@ QString ActivityText(const LinkStatus& status)
     case EPhase::eMoves:
         break;
     }
-    return transfer.bytesPerSecond ? Joined({TTexts::tr("%1/s").arg(Size(*transfer.bytesPerSecond)),
-                                             TimeLeftText(transfer)})
-                                   : QString();
+    return RateText(transfer);
 }
 
 } // namespace
@@ -106,10 +112,11 @@ TStatusWords TransferWords(const LinkStatus& status, const TFileCount& files)
                     TTexts::tr("until %1").arg(TimeText(transfer.waitsUntilS))};
     }
     const QString percent = TTexts::tr("%1 %").arg(Percent(transfer));
-    const QString rate = transfer.bytesPerSecond
-                             ? TTexts::tr("%1/s").arg(Size(*transfer.bytesPerSecond))
-                             : QString();
-    const QString more = Joined({rate, FileText(files)});
+    // A low display has no room for words.
+    const QString file = files.Count() < 2
+                             ? QString()
+                             : QStringLiteral("%1/%2").arg(files.Current()).arg(files.Count());
+    const QString more = Joined({RateText(transfer), file});
     return {QStringLiteral("link-up"), Joined({percent, SizeText(transfer)}) +
                                            (more.isEmpty() ? more : QLatin1Char('\n') + more)};
 }

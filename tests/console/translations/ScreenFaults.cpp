@@ -8,7 +8,6 @@
 #include "hostimpl/Theme.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QVariant>
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QScrollBar>
@@ -19,12 +18,6 @@ namespace {
 
 double pixelMm = hostimpl::DISPLAYS[0].PixelMillimetres(); // of the layout
 
-bool IsTargetBar(const QWidget& widget)
-{
-    return qobject_cast<const QScrollBar*>(&widget) != nullptr &&
-           !widget.parentWidget()->parentWidget()->property(hostimpl::NARROW_BAR).toBool();
-}
-
 // A line for each button, row or scroll bar that is smaller than 9 mm.
 QStringList SmallTargets(const QWidget& widget)
 {
@@ -32,9 +25,12 @@ QStringList SmallTargets(const QWidget& widget)
     QStringList faults;
     const QList<QWidget*> parts = widget.findChildren<QWidget*>();
     for (const QWidget* const part : parts) {
+        if (part->testAttribute(Qt::WA_TransparentForMouseEvents)) {
+            continue;
+        }
         const bool isTarget = qobject_cast<const QAbstractButton*>(part) != nullptr ||
                               qobject_cast<const TPropertyWidget*>(part) != nullptr ||
-                              IsTargetBar(*part);
+                              qobject_cast<const QScrollBar*>(part) != nullptr;
         const int extent = std::min(part->width(), part->height());
         if (isTarget && part->isVisible() && extent * pixelMm < leastMm) {
             faults << QStringLiteral("small: %1 of %2 pixels")

@@ -39,17 +39,3 @@ inline void AddLanguagesAndTextSizes()
         }
     }
 }
-
-// Test data: each language on each display.
-inline void AddLanguagesAndSizes()
-{
-    QTest::addColumn<QString>("code");
-    QTest::addColumn<QSize>("pixels");
-    for (const console::TLanguage& language : console::languages) {
-        for (const hostimpl::TDisplay& display : hostimpl::DISPLAYS) {
-            QTest::addRow("%s %dx%d", language.name, display.pixels.width(),
-                          display.pixels.height())
-                << QString::fromLatin1(language.code) << display.pixels;
-        }
-    }
-}

@@ -88,8 +88,8 @@ private:
         return links;
     }
 
-    // A moving and a waiting transfer, with the longest words.
-    static QList<console::TStatusWords> Transfers()
+    // 100 files of a download.
+    static console::TFileCount Files()
     {
         console::TFileCount files;
         console::THubEvent event;
@@ -99,16 +99,24 @@ private:
             *event.fileNames << QString();
         }
         files.OnHubEvent(event);
+        return files;
+    }
+
+    // A moving, a waiting and a checked transfer, with the longest words.
+    static QList<kesdkimpl::LinkStatus> Transfers()
+    {
         kesdkimpl::LinkStatus status;
         status.transfer = kesdkimpl::TransferStatus();
         status.transfer->doneBytes = 888'800'000;
         status.transfer->totalBytes = 988'800'000;
         status.transfer->bytesPerSecond = 888'800;
         status.transfer->waitsUntilS = 1800000000;
-        QList<console::TStatusWords> words{console::TransferWords(status, files)};
+        QList<kesdkimpl::LinkStatus> transfers{status};
+        status.transfer->phase = kesdkimpl::EPhase::eVerifies;
+        transfers << status;
         status.transfer->phase = kesdkimpl::EPhase::eWaits;
         status.problem = EProblem::eNoAnswer;
-        return words << console::TransferWords(status, files);
+        return transfers << status;
     }
 
     // The home page logged out, before the listing, with large figures, and without an answer.
@@ -208,13 +216,14 @@ private Q_SLOTS:
         QCOMPARE(Faults(*session.LeaveQuestion()), QString());
     }
 
-    void showsTheLinkInFull_data() { AddLanguagesAndSizes(); }
+    void showsTheLinkInFull_data() { AddLanguagesAndTextSizes(); }
 
     void showsTheLinkInFull()
     {
         QFETCH(QString, code);
         QFETCH(QSize, pixels);
-        const QSize size = SetDisplay(pixels);
+        QFETCH(double, textFactor);
+        const QSize size = SetDisplay(pixels, textFactor);
         const TInLanguage inLanguage(code);
         TSampleSurface mini(QStringLiteral("Mini"), QSize(300, 330));
         console::TMainWindow window;
@@ -235,8 +244,8 @@ private Q_SLOTS:
                 }
             }
         }
-        for (const console::TStatusWords& words : Transfers()) {
-            window.Status().ShowLink(words);
+        for (const kesdkimpl::LinkStatus& link : Transfers()) {
+            window.Status().ShowLink(console::TransferWords(link, Files()));
             QCOMPARE(Faults(window), QString());
         }
         window.Launcher().SetNight(true);
@@ -244,13 +253,42 @@ private Q_SLOTS:
         window.Dock().Remove(&mini);
     }
 
-    void showsTheHomePageInFull_data() { AddLanguagesAndSizes(); }
+    void showsTheProgressInFull_data() { AddLanguagesAndTextSizes(); }
+
+    void showsTheProgressInFull()
+    {
+        QFETCH(QString, code);
+        QFETCH(QSize, pixels);
+        QFETCH(double, textFactor);
+        const QSize size = SetDisplay(pixels, textFactor);
+        const TInLanguage inLanguage(code);
+        QWidget window;
+        window.resize(size);
+        window.show();
+        const QString name =
+            QStringLiteral("north_field_2026_nitrogen_prescription_second_try.zip");
+        TMessageDialog dialog(
+            &window, QCoreApplication::translate("TKelvoFileControlWidget", "File Transfer"),
+            QCoreApplication::translate("TKelvoFileControlWidget", "Downloading %1").arg(name),
+            TMessageDialog::eOperation, false, QPixmap());
+        dialog.ShowWindow(true);
+        dialog.EnableButton(TMessageDialog::eButton0, false);
+        for (const kesdkimpl::LinkStatus& link : Transfers()) {
+            hostimpl::SetTransferProgress(console::TransferProgress(link, Files()));
+            QCOMPARE(Faults(dialog), QString());
+            QVERIFY(DrawnTexts(dialog).join(QString()).contains(QLatin1String("988")));
+        }
+        hostimpl::SetTransferProgress({});
+    }
+
+    void showsTheHomePageInFull_data() { AddLanguagesAndTextSizes(); }
 
     void showsTheHomePageInFull()
     {
         QFETCH(QString, code);
         QFETCH(QSize, pixels);
-        const QSize size = SetDisplay(pixels);
+        QFETCH(double, textFactor);
+        const QSize size = SetDisplay(pixels, textFactor);
         const TInLanguage inLanguage(code);
         TSampleSurface mini(QStringLiteral("Mini"), QSize(300, 330));
         TSampleSurface full(QStringLiteral("KELVO"));
@@ -288,13 +326,14 @@ private Q_SLOTS:
         }
     }
 
-    void showsTheEndingInFull_data() { AddLanguagesAndSizes(); }
+    void showsTheEndingInFull_data() { AddLanguagesAndTextSizes(); }
 
     void showsTheEndingInFull()
     {
         QFETCH(QString, code);
         QFETCH(QSize, pixels);
-        const QSize size = SetDisplay(pixels);
+        QFETCH(double, textFactor);
+        const QSize size = SetDisplay(pixels, textFactor);
         const TInLanguage inLanguage(code);
         console::TMainWindow window;
         window.resize(size);

@@ -69,7 +69,7 @@ private Q_SLOTS:
         QCOMPARE(dialog.text, QStringLiteral("1.2 of 2.8 MB  file 3 of 12\n10.0 kB/s  3 min left"));
         QVERIFY(dialog.isMoving);
         const console::TStatusWords bar = console::TransferWords(status, ThirdOfTwelve());
-        QCOMPARE(bar.text, QStringLiteral("42 %  1.2 of 2.8 MB\n10.0 kB/s  file 3 of 12"));
+        QCOMPARE(bar.text, QStringLiteral("42 %  1.2 of 2.8 MB\n10.0 kB/s  3 min left  3/12"));
         QCOMPARE(bar.iconName, QStringLiteral("link-up"));
     }
 

@@ -49,9 +49,6 @@ enum class EFont : int { eCaption = 0, eBody, eTitle };
 constexpr int TOUCH_SIZE = 73;
 // The same, where a screen has no room for more: 9 mm on each display.
 constexpr int SMALL_TOUCH_SIZE = 56;
-// A dynamic property of a scroll area that has no room for a wide bar. There a finger moves the
-// content itself.
-constexpr char NARROW_BAR[] = "hostNarrowBar";
 // The thickness of the focus ring, in pixels.
 constexpr int FOCUS_RING = 4;
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int NARROW_WIDTH = 24;
+constexpr int SIGN_WIDTH = 24;
 constexpr int CURSOR_WIDTH = 3;
 constexpr int EDGE = 5;         // around a scroll bar's handle
 constexpr int RIDGE_HEIGHT = 3; // on the handle
@@ -20,11 +20,10 @@ bool IsOfList(const QWidget* bar)
     return holder != nullptr && qobject_cast<QAbstractItemView*>(holder->parentWidget()) != nullptr;
 }
 
-bool IsNarrow(const QWidget* bar)
+// Only shows the place: no finger can hold it.
+bool IsSign(const QWidget* bar)
 {
-    const QWidget* const holder = bar == nullptr ? nullptr : bar->parentWidget();
-    return holder != nullptr && holder->parentWidget() != nullptr &&
-           holder->parentWidget()->property(hostimpl::NARROW_BAR).toBool();
+    return bar != nullptr && bar->testAttribute(Qt::WA_TransparentForMouseEvents);
 }
 
 } // namespace
@@ -38,9 +37,9 @@ int TThemeStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
 {
     switch (static_cast<int>(metric)) {
     case PM_ScrollBarExtent:
-        return IsOfList(widget)   ? hostimpl::TOUCH_SIZE
-               : IsNarrow(widget) ? NARROW_WIDTH
-                                  : hostimpl::SMALL_TOUCH_SIZE;
+        return IsOfList(widget) ? hostimpl::TOUCH_SIZE
+               : IsSign(widget) ? SIGN_WIDTH
+                                : hostimpl::SMALL_TOUCH_SIZE;
     case PM_TextCursorWidth:
         return CURSOR_WIDTH;
     case PM_ScrollBarSliderMin:
