@@ -27,7 +27,7 @@ QString Number(int number)
     return QLocale().toString(number);
 }
 
-// If the service does not answer, its figures are as old as its last answer.
+// If the service does not answer, its figures are as old as the last sign of its event stream.
 QString ServiceLine(const THomeState& state, std::size_t project)
 {
     const auto& count = state.service.at(project);
@@ -37,9 +37,9 @@ QString ServiceLine(const THomeState& state, std::size_t project)
     if (!count) {
         return TTexts::tr("On KELVO: not listed yet");
     }
-    if (state.link.problem != EProblem::eNone && state.link.lastContact) {
+    if (state.link.problem != EProblem::eNone && state.link.listsKnown) {
         return TTexts::tr("On KELVO at %1: %2")
-            .arg(console::TimeText(state.link.lastContact->wallS), Number(count->files));
+            .arg(console::TimeText(state.link.listsKnown->wallS), Number(count->files));
     }
     return TTexts::tr("On KELVO: %1").arg(Number(count->files));
 }

@@ -1,5 +1,6 @@
 // The texts of the home page for each state.
 #include "console/window/HomeTexts.h"
+#include "console/window/StatusTexts.h"
 #include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
 
@@ -76,18 +77,22 @@ private Q_SLOTS:
         QLocale::setDefault(QLocale::c());
     }
 
-    // The figures are as old as the last answer.
+    // An answer to another request tells nothing about the figures.
     void givesTheTimeOfTheFiguresWhileTheServiceIsSilent()
     {
         THomeState state = LoggedIn();
         state.service.at(maps) = {12, 0};
         state.link.problem = kesdkimpl::EProblem::eNoAnswer;
-        const QDateTime now = QDateTime::currentDateTime();
-        state.link.lastContact = kesdkimpl::Moment{now.toSecsSinceEpoch(), {}};
-        const QString time = now.toString(QStringLiteral("HH:mm"));
-        QVERIFY(Text(state, maps).startsWith(QStringLiteral("On KELVO at %1: 12\n").arg(time)));
+        const std::int64_t lists = 1800000000;
+        const std::int64_t contact = lists + 3600;
+        state.link.listsKnown = kesdkimpl::Moment{lists, {}};
+        state.link.lastContact = kesdkimpl::Moment{contact, {}};
+        const QString figures =
+            QStringLiteral("On KELVO at %1: 12\n").arg(console::TimeText(lists));
+        QVERIFY(Text(state, maps).startsWith(figures));
         const THomeCard link = console::StateCards(state).first();
-        QCOMPARE(link.text, QStringLiteral("Service does not answer\nLast contact: %1").arg(time));
+        QCOMPARE(link.text, QStringLiteral("Service does not answer\nLast contact: %1")
+                                .arg(console::TimeText(contact)));
     }
 
     void showsThePosition()

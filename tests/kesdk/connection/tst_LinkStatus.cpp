@@ -49,6 +49,26 @@ TEST_F(LinkStatusTest, FollowsTheSession)
     EXPECT_EQ(board->Read().problem, EProblem::eNone) << "the service has answered";
 }
 
+TEST_F(LinkStatusTest, TellsWhenTheListsWereKnownLast)
+{
+    LetSleepsBlock();
+    LogIn();
+    EXPECT_TRUE(board->Read().listsKnown);
+    time->Advance(std::chrono::minutes(1));
+    const std::int64_t file = service.AddFile(inbox, "a.zip", "x");
+    ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
+    const impl::Clock::Time known = time->Now();
+    EXPECT_EQ(board->Read().listsKnown->steady, known);
+    service.SetOnline(false);
+    ASSERT_TRUE(listener.WaitForState(api::eReconnecting));
+    time->Advance(std::chrono::minutes(1));
+    service.FailNext(Drop("GET /v1/events"));
+    service.SetOnline(true);
+    EXPECT_TRUE(connection->SendEnvironment({}));
+    EXPECT_EQ(board->Read().lastContact->steady, time->Now());
+    EXPECT_EQ(board->Read().listsKnown->steady, known) << "an answer tells nothing about the lists";
+}
+
 TEST_F(LinkStatusTest, IsOfflineAtOnceWhenTheStreamBreaksAndOnlineWithTheFirstAnswer)
 {
     LetSleepsBlock();

@@ -65,6 +65,8 @@ struct LinkStatus
     // problem.
     std::optional<Moment> offlineSince;
     std::optional<Moment> lastContact; // bytes or an answer of the service
+    // The last sign of the event stream: the file lists were right then.
+    std::optional<Moment> listsKnown;
     std::optional<TransferStatus> transfer;
 };
 

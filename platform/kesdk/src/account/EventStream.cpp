@@ -35,6 +35,7 @@ public:
 
     bool Write(const char* bytes, std::size_t sizeBytes) override
     {
+        m_handlers.onBytes();
         return m_parser.Feed(bytes, sizeBytes) && !m_hasSessionEnded && !m_mustStartOver;
     }
 

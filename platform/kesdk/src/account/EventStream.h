@@ -26,7 +26,8 @@ class EventStream
 public:
     struct Handlers
     {
-        std::function<void()> onOpen; // the stream is open
+        std::function<void()> onOpen;  // the stream is open
+        std::function<void()> onBytes; // events or a heartbeat have arrived
         std::function<void(const AccountEvent&)> onEvent;
     };
 

@@ -67,6 +67,12 @@ Clock::Time LinkBoard::NoteContact()
     return m_status.lastContact->steady;
 }
 
+void LinkBoard::NoteStream()
+{
+    const std::lock_guard lock(m_mutex);
+    m_status.listsKnown = MomentNow();
+}
+
 void LinkBoard::NoteProblem(kesdkimpl::EProblem problem, Clock::Time lastSign)
 {
     const std::lock_guard lock(m_mutex);

@@ -31,6 +31,8 @@ public:
     Clock::Time Now() const { return m_clock->Now(); }
     // The service has sent or taken bytes. Returns the time of the contact.
     Clock::Time NoteContact();
+    // The event stream has told all changes until now.
+    void NoteStream();
     // A request has failed. `lastSign` is the start of the request, or its last own contact. The
     // failure is ignored if another request has had a contact since then and in the last 10 s.
     void NoteProblem(kesdkimpl::EProblem problem, Clock::Time lastSign);

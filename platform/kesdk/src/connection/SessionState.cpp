@@ -54,6 +54,13 @@ void SessionState::LinkRestored(std::int32_t id)
         Change(EPhase::eLive, api::eLoginSuccessful, ESession::eLoggedIn);
 }
 
+void SessionState::StreamAlive(std::int32_t id)
+{
+    const std::lock_guard lock(m_mutex);
+    if (id == m_id && m_phase == EPhase::eLive)
+        m_board.NoteStream();
+}
+
 void SessionState::Lost(std::int32_t id)
 {
     const std::lock_guard lock(m_mutex);
@@ -95,6 +102,8 @@ void SessionState::Change(EPhase phase, api::EConnectionState state, ESession se
 {
     m_phase = phase;
     m_board.SetSession(session);
+    if (phase == EPhase::eLive)
+        m_board.NoteStream();
     m_dispatcher.Post(api::ConnectionState{m_id, state});
 }
 

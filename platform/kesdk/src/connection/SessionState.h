@@ -50,6 +50,8 @@ public:
     // order.
     void LinkLost(std::int32_t id, const Failure& failure);
     void LinkRestored(std::int32_t id);
+    // The event stream has sent something.
+    void StreamAlive(std::int32_t id);
     // The service ended the session.
     void Lost(std::int32_t id);
 

@@ -160,6 +160,7 @@ StreamOutcome SessionThread::ReadStream(Progress& progress)
         if (!HasEnded(progress.id))
             m_parts.dispatcher.Post(m_parts.snapshot.ApplyEvent(event));
     };
+    handlers.onBytes = [&] { m_parts.state.StreamAlive(progress.id); };
     ApiCall call = CallFor(progress);
     call.policy = PolicyOf(ECall::eEvents);
     if (progress.isEstablished)
