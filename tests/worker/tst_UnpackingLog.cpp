@@ -2,6 +2,7 @@
 // host are replaced below: definitions of this program take precedence over the library's.
 #include "support/GuiTestMain.h"
 #include "tests/worker/TDownload.h"
+#include "tests/worker/TUpload.h"
 
 #include "host/TFileSystemHelper.h"
 
@@ -73,6 +74,7 @@ private Q_SLOTS:
     void aFailureIsLoggedWithTheHostsText();
     void aFailureIsNotLoggedWhenTheLogIsOff();
     void successIsNotLogged();
+    void aSentFileThatCannotBeRemovedIsLogged();
 };
 
 namespace {
@@ -161,6 +163,21 @@ void tst_UnpackingLog::successIsNotLogged()
     QVERIFY(f.worker->ManageKelvoDownloads(eCurves, errors));
     QVERIFY(g_logQuestions.isEmpty());
     QVERIFY(g_logEntries.isEmpty());
+}
+
+// A file of the kernel cannot be removed, not even by root.
+void tst_UnpackingLog::aSentFileThatCannotBeRemovedIsLogged()
+{
+    TUpload f;
+    f.Start();
+    f.Upload(eCurves, List("/proc/version"));
+    QCOMPARE(f.Remote(eCurves), List("version"));
+    QCOMPARE(f.workerLog.Texts().last(), QStringLiteral("KelvoUploadComplete(%1,[])").arg(eCurves));
+    QCOMPARE(g_logEntries.size(), 1);
+    QVERIFY2(g_logEntries.first().startsWith(
+                 QStringLiteral("0 1 8 0: TKelvoThreadObject::OnUploadToKelvo: /proc/version was "
+                                "sent, but cannot be removed here: ")),
+             qPrintable(g_logEntries.first()));
 }
 
 KELVO_GUI_TEST_MAIN(tst_UnpackingLog)

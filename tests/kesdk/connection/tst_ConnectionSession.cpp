@@ -208,6 +208,18 @@ TEST_F(ConnectionSession, ARefusedPositionEndsTheSession)
     EXPECT_FALSE(connection->ReportPosition({1, 52.0, 5.0}));
 }
 
+TEST_F(ConnectionSession, IgnoresASecondLoginWhileOneIsInProgress)
+{
+    service.onRequest = [&](const std::string& line) {
+        if (line == "GET /v1/account") {
+            EXPECT_TRUE(connection->Login(L"olga", L"another password", nullptr, 0));
+        }
+    };
+    LogIn();
+    EXPECT_EQ(listener.States(), (States{1, 3}));
+    EXPECT_EQ(service.Count("POST /v1/sessions"), 1);
+}
+
 TEST_F(ConnectionSession, DestructionEndsTheStreamWithoutANotification)
 {
     LogIn();

@@ -139,8 +139,12 @@ TEST_F(CurlTransportTest, SkipsInformationalAnswers)
 
 TEST_F(CurlTransportTest, FollowsNoRedirect)
 {
-    TlsPeer peer(GoodIdentity(), Always("HTTP/1.1 302 Found\r\nLocation: /other\r\n"
-                                        "Content-Length: 0\r\n\r\n"));
+    TlsPeer peer(GoodIdentity(), [](TlsPeer::Session& session) {
+        session.ReadHead();
+        session.Write("HTTP/1.1 302 Found\r\nLocation: /other\r\nContent-Length: 0\r\n\r\n");
+        while (!session.ReadHead().empty())
+            session.Write(kHello);
+    });
     CurlTransport transport(peer.Url(), Trust());
     EXPECT_EQ(transport.Perform(request, {}).response.status, 302);
 }

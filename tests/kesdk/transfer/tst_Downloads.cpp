@@ -135,11 +135,13 @@ TEST_F(DownloadsTest, BeginsAnewWhenTheServiceDoesNotResume)
 TEST_F(DownloadsTest, RefusesAWrongRange)
 {
     const FileRecord file = Record();
+    const int before = service.Count("GET /v1/resources/");
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 10));
     service.FailNext(
         Answer("GET /v1/resources/",
                test::Reply(206, kContent.substr(12), {{"Content-Range", "bytes 12-57/58"}})));
     ExpectFailure(Fetch(file), EErrorCode::eDamaged);
+    EXPECT_EQ(service.Count("GET /v1/resources/"), before + 2) << "the wrong bytes are not kept";
 }
 
 TEST_F(DownloadsTest, GivesUpAfterFiveMinutesWithoutAByte)

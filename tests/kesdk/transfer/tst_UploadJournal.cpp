@@ -3,6 +3,8 @@
 #include "transfer/JournalFile.h"
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <set>
 
 namespace kesdk::impl {
@@ -222,13 +224,19 @@ TEST_F(UploadJournalTest, RemovesATornJournal)
 TEST_F(UploadJournalTest, IgnoresAnAlteredJournal)
 {
     BeginAndStop();
+    const std::string start = R"("key":")";
+    const std::string journal = ReadJournal(Journal()).value;
+    const std::string key = journal.substr(journal.find(start) + start.size(), 64);
+    const std::string altered = (key.front() == '0' ? '1' : '0') + key.substr(1);
     {
         std::fstream file(Journal(), std::ios::in | std::ios::out | std::ios::binary);
-        file.seekp(static_cast<std::streamoff>(std::filesystem::file_size(Journal()) / 2));
-        file.put('\0');
+        const std::string text(std::istreambuf_iterator<char>(file), {});
+        file.seekp(static_cast<std::streamoff>(text.find(key)));
+        file.put(altered.front());
     }
     ExpectStored(SendAsNewProcess(), kContent);
-    EXPECT_EQ(service.Count("HEAD"), 0);
+    for (const SentRequest& sent : service.Requests())
+        EXPECT_NE(sent.Header("Idempotency-Key"), altered);
 }
 
 TEST_F(UploadJournalTest, RemovesJournalsThatAreOlderThanAWeek)
@@ -247,6 +255,14 @@ TEST_F(UploadJournalTest, RemovesJournalsThatAreOlderThanAWeek)
     call.abort = nullptr;
     ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(service.Count("HEAD"), 0);
+}
+
+TEST_F(UploadJournalTest, KeepsTheJournalWhileTheClockIsWrong)
+{
+    BeginAndStop();
+    wallTimeS = [] { return std::int64_t{4'102'444'800}; }; // 2100
+    ExpectStored(SendAsNewProcess(), kContent);
+    EXPECT_EQ(LastContent(), kContent.substr(30));
 }
 
 // The service keeps an upload until one week after its last chunk.
