@@ -54,9 +54,9 @@ void removeExpiredUploads(const Janitor::Parts& parts, const Janitor::Stops& sto
     const auto expired = parts.database.readNow(
         [now](soci::session& sql) { return store::expiredUploads(sql, now); });
     for (const std::string& id : expired) {
-        // A request that works on the upload extends its expiry when it ends. A request that comes
-        // now extends the expiry first, in a transaction. Then it finds no row, or the condition
-        // finds the new expiry.
+        // A request that works on the upload extends its expiry when it ends. A request that starts
+        // now first extends the expiry in a transaction. If the row is gone, the request fails.
+        // Otherwise the removal sees the new expiry and does nothing.
         if (parts.uploadIsHeld(id)) {
             continue;
         }
@@ -73,9 +73,9 @@ void removeExpiredUploads(const Janitor::Parts& parts, const Janitor::Stops& sto
 }
 
 /**
- * A crash came between the database and the folder. The leftover of a finished upload is a second
- * name of its content. An upload without a row may belong to another database, so it is kept until
- * it would have expired there.
+ * Removes files that a crash left without a row in the database. The leftover of a finished upload
+ * is a second name of its content. An upload without a row may belong to another database, so it is
+ * kept until it would have expired there.
  */
 void removeOrphanedUploads(const Janitor::Parts& parts, long long keptForMs,
                            const Janitor::Stops& stops)

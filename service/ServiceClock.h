@@ -19,8 +19,8 @@ namespace kelvo {
  * confirms it. Restarts do not end the wait. Data may be removed by its age only while the clock is
  * trusted.
  *
- * While the clock is not trusted, nowMs() stays within an hour of the latest trusted time if the
- * machine's clock is behind, and expiryNowMs() does not run ahead of the trusted time.
+ * While the clock is not trusted, expiryNowMs() does not run ahead of the trusted time. If the
+ * machine's clock is then behind, nowMs() stays within an hour of the latest trusted time.
  *
  * Thread: nowMs(), steadyMs() and expiryNowMs() on any thread; check() on one thread at a time.
  */

@@ -39,7 +39,7 @@ void TKelvoThreadObject::PrepareForLocationSharing()
     }
 }
 
-// Removes the receiver from the service also if sharing was never started.
+// Removes the receiver from the service, even if sharing never started.
 void TKelvoThreadObject::EndLocationSharing()
 {
     m_locationTimer->stop();

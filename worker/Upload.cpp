@@ -21,7 +21,8 @@ void TKelvoThreadObject::OnUploadToKelvo(int toProject, QStringList fileNamesToU
     TErrors errors;
     const std::optional<qint64> folderId = FindOrCreateUserFolder(project, errors);
 
-    // Prescription maps are only downloaded: a request for them finds its folder and sends nothing.
+    // Prescription maps are only downloaded. An upload request for them looks up the folder and
+    // sends nothing.
     if (folderId && project != ePrescriptionMaps) {
         for (const QString& name : qAsConst(fileNamesToUpload)) {
             if (KelvoInterface->IsCancelCurrentOperationRequested()) {

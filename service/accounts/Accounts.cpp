@@ -86,8 +86,7 @@ struct Accounts::Attempt
     }
 };
 
-/** Only the log gets a refusal without a check: a stranger must not be able to fill the database.
- */
+/** A throttled login is logged, not stored: strangers must not fill the database. */
 void Accounts::refuseIfThrottled(const Attempt& attempt)
 {
     const auto wait = throttle_.waitFor(attempt.user, attempt.address, attempt.place);

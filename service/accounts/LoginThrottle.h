@@ -17,15 +17,15 @@ enum class EPlace : std::uint8_t { New, Known };
 /**
  * Counts failed logins in three ways. Successful logins are not counted.
  *
- * - A name from an address: after `attempts` failures the next login has to wait. Each further
+ * - User and address together: after `attempts` failures the next login has to wait. Each further
  *   failure doubles the wait, up to 15 minutes. Guesses from another address do not block the
- *   name's owner. At a known place the wait comes after twenty times as many failures and does not
- *   grow, because a stranger may share the address.
- * - An address: after ten times as many failures a wait that does not grow, because a whole farm
- *   may share an address. It does not apply at a known place. For IPv6 the network (/64) counts as
- *   the address.
- * - A name from any address: after twenty times as many failures a wait that does not grow. It
- *   slows down guesses from many addresses. It does not apply at a known place.
+ *   name's owner. A stranger may share a known place. So there the wait comes after twenty times as
+ *   many failures and does not grow.
+ * - The address: after ten times as many failures the next login waits. A whole farm may share an
+ *   address, so this wait does not grow. It does not apply at a known place. For IPv6 the network
+ *   (/64) counts as the address.
+ * - The user from any address: after twenty times as many failures the next login waits. This wait
+ *   does not grow. It slows down guesses from many addresses. It does not apply at a known place.
  *
  * A wait that does not grow takes 30 s. Time comes from the steady clock: setting the machine's
  * clock changes no wait. Thread safe. Memory is bounded: beyond `capacity` the oldest entries are

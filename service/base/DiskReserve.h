@@ -39,8 +39,8 @@ public:
     bool release();
 
     /**
-     * Throws std::system_error with ENOSPC if the reserve is not whole and the disk has no room to
-     * make it whole, or if the disk has less than `bytes` left.
+     * Throws std::system_error with ENOSPC if the disk has less than `bytes` left. Throws it too if
+     * the reserve is not whole and the disk has no room for it.
      */
     void requireRoom(long long bytes);
 

@@ -1,6 +1,6 @@
 // Large headers that nearly every file of the service includes, compiled once. This header is
-// included by name, not by an absolute path: such a path would get into the debug symbols and into
-// a shared compiler cache.
+// included by name. An absolute path would get into the debug symbols and into a shared compiler
+// cache.
 #pragma once
 
 #include <boost/asio/awaitable.hpp>

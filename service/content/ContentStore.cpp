@@ -37,7 +37,7 @@ bool makeFolder(const fs::path& folder)
 }
 
 /**
- * Makes the missing folders and syncs their parent, also if no folder is missing: a killed process
+ * Makes the missing folders and syncs their parent, also if no folder is missing. A killed process
  * may have left folders whose names are not on the disk.
  */
 void makeFolders(const fs::path& parent, const std::vector<std::string>& names)

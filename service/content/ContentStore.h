@@ -48,10 +48,10 @@ public:
 
     /**
      * Makes a content of a synced upload. If this cannot be made durable, the new content is
-     * removed again (an old content stays). Returns false if the content existed already: then its
-     * file is replaced by the upload's file, because the old bytes may be damaged, and the upload
-     * stays until removeUpload(). Hold the digest's lock (DigestLocks) from before this call until
-     * its reference is committed.
+     * removed again (an old content stays). Returns false if the content existed already. The
+     * upload's file then replaces its file, because the old bytes may be damaged. The upload stays
+     * until removeUpload(). Hold the digest's lock (DigestLocks) from before this call until its
+     * reference is committed.
      */
     bool adopt(const std::string& id, const std::string& sha256) const;
 

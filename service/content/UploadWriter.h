@@ -39,9 +39,8 @@ private:
 
 /**
  * One upload that is being received. Thread: one at a time; all functions block, so call them on a
- * pool. Errors: std::system_error, with ENOSPC if the disk is full or its
- * reserve is in use. Earlier bytes stay, except
- * after a failed sync().
+ * pool. Errors: std::system_error, with ENOSPC if the disk is full or its reserve is in use.
+ * Earlier bytes stay, except after a failed sync().
  */
 class UploadWriter
 {

@@ -9,9 +9,9 @@
 namespace kelvo::http {
 
 /**
- * The network that counts as one peer: an IPv4 address, or the /64 network of an IPv6 address,
- * because its owner can use all addresses in it. A mapped IPv4 address is its IPv4 address. Another
- * text is returned unchanged.
+ * The network that counts as one peer: an IPv4 address, or the /64 network of an IPv6 address. Its
+ * owner can use all addresses in it. A mapped IPv4 address is its IPv4 address. Another text is
+ * returned unchanged.
  */
 std::string networkOf(const std::string& address);
 

@@ -25,8 +25,8 @@ struct Limits
     /** The stall timeout of a body or an answer. */
     std::chrono::milliseconds bodyStall = 60s;
     /**
-     * Fewer bytes than this within `bodyStall` count as a stall. A byte a minute must not hold a
-     * connection, the slowest link of a field may.
+     * Fewer bytes than this within `bodyStall` count as a stall. One byte a minute must not keep a
+     * connection open. A link of 60 B/s may.
      */
     std::uint64_t bodyProgressBytes = 1024;
     /** The time for a whole small body, even if bytes keep arriving. */

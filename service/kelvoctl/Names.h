@@ -9,8 +9,9 @@ namespace kelvoctl {
 // Every character that is not unreserved becomes %XX, so a name is one path segment.
 std::string percentEncoded(std::string_view text);
 
-// False for names that are paths or that hide something: "", ".", "..", and names with '/' or a
-// control character (service/base/Names.h). kelvoctl never uses an unsafe name in the file system.
+// False for names that are paths or that hide something. These are "", ".", "..", and names with
+// '/' or a control character (service/base/Names.h). kelvoctl never uses an unsafe name in the file
+// system.
 bool isSafeFileName(std::string_view name);
 
 // A parameter of a query, empty without a time. A day without a time means the start of the day.

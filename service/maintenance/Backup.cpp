@@ -28,8 +28,8 @@ namespace {
 constexpr const char* otherNames[] = {"ca.pem", "tls", "admin.password"};
 
 /**
- * The order keeps the copy consistent while the service runs: first the contents, then the
- * database, then the contents that the database refers to and that were not there at first. The
+ * The order keeps the copy consistent while the service runs. The contents come first, then the
+ * database. The contents that the database refers to and that are still missing come last. The
  * service removes a content only after its last row. If a content is removed meanwhile, a newer
  * copy of the database does not refer to it either.
  */

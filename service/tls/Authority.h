@@ -22,8 +22,9 @@ CertificateFiles ownCertificateFiles(const std::filesystem::path& dataFolder);
 enum class ERenewal : std::uint8_t { IfDue, Now };
 
 /**
- * Makes sure that `dataFolder` holds an authority (ca.pem for clients, its key in tls/ with mode
- * 0600) and a server certificate for `names`, both valid at `nowS` (seconds since 1970). Blocks.
+ * Makes sure that `dataFolder` holds an authority and a server certificate for `names`. Both are
+ * valid at `nowS` (seconds since 1970). ca.pem is for clients; the authority's key is in tls/ with
+ * mode 0600. Blocks.
  *
  * The server certificate is renewed after two thirds of its life, if it lacks a name, if it is not
  * valid, or with ERenewal::Now. After two thirds of the authority's life, a second authority is

@@ -5,7 +5,7 @@
 #include <QtCore/QVector>
 
 // The usage at one moment. The heap is the allocator's count of allocated bytes, not the pages of
-// the process, so the count is the same again after everything was freed.
+// the process. So the count is the same again after everything was freed.
 struct TProcessUsage
 {
     static TProcessUsage Now();

@@ -1,4 +1,4 @@
-// A plug-in that breaks the rule of test_load.py: on the main thread it opens a file while it is
+// A plug-in that breaks the rule of test_load.py. On the main thread it opens a file while it is
 // loaded, and a file and a socket in Initialise.
 #include <fcntl.h>
 #include <sys/socket.h>

@@ -2,9 +2,9 @@
 //
 //   load_once LIBRARY
 //
-// It marks two points in the trace of its system calls by opening files that do not exist: the
-// start of the load, and the return of Initialise. Then it prints "initialised" and waits for the
-// worker if there is a worker.
+// It opens files that do not exist, to mark two points in the trace of its system calls. The points
+// are the start of the load and the return of Initialise. Then it prints "initialised" and waits
+// for the worker if there is a worker.
 #include "support/TestProcess.h"
 #include "tests/plugin/TLoadedPlugin.h"
 

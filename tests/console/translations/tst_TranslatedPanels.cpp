@@ -1,5 +1,5 @@
 // The plug-in's panels in the console's window, in each language, on each display and with each
-// text size: no text is cut off or elided, and no button is small.
+// text size. No text is cut off or elided, and no button is small.
 #include "console/translations/ScreenFaults.h"
 #include "console/translations/TInLanguage.h"
 #include "console/window/TMainWindow.h"

@@ -1,5 +1,5 @@
-// The service's reader of request heads on any bytes. The reader does not crash, the size of the
-// pieces makes no difference, its memory is bounded, and a complete head ends with an empty line.
+// The service's reader of request heads on any bytes. The reader does not crash, and its memory is
+// bounded. The size of the pieces makes no difference. A complete head ends with an empty line.
 //
 // The first byte is the size of the pieces.
 #include "service/http/Ranges.h"

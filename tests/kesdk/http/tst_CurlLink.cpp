@@ -153,8 +153,8 @@ TEST_F(CurlLink, AConnectionEndsWhenTheConsoleLosesItsAddress)
     EXPECT_EQ(asked, 1);
 }
 
-// The kept connection dies, and the connection that libcurl makes instead gets no TLS: from a link
-// that drops, or from the login page of a network.
+// The kept connection dies, and the connection that libcurl makes instead gets no TLS. The link
+// drops, or the login page of a network answers.
 TEST_F(CurlLink, ReportsAKeptConnectionThatDiedAsDroppedWhenTheNextHandshakeFails)
 {
     const std::string page = "HTTP/1.1 302 Found\r\nLocation: http://login.test/\r\n\r\n";

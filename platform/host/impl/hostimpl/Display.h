@@ -28,8 +28,8 @@ constexpr TDisplay DISPLAYS[] = {
 
 CONSOLEHOST_EXPORT const TDisplay& DisplayOf(const QSize& pixels);
 
-// The height of a capital letter, in pixels of the layout, that an eye at a distance of 1 m sees
-// under an angle of `arcMinutes`.
+// The height of a capital letter in pixels of the layout. An eye at a distance of 1 m sees the
+// letter under an angle of `arcMinutes`.
 CONSOLEHOST_EXPORT double CapitalPixels(double arcMinutes, double pixelMillimetres);
 
 } // namespace hostimpl

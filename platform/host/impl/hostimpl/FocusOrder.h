@@ -13,9 +13,9 @@ namespace hostimpl {
 // and no popup blocks it.
 CONSOLEHOST_EXPORT bool CanTakeFocus(const QWidget& widget);
 
-// The widgets in `area` that can take the focus now, in the order in which the eye reads them: rows
-// from the top, and in a row from the left. The parts of a panel stay together. If a widget with
-// parts takes the focus itself, the tab order decides which comes first, the widget or its parts.
+// The widgets in `area` that can take the focus now, in the order of reading. Rows go from the top,
+// and a row goes from the left. The parts of a panel stay together. If a widget with parts takes
+// the focus itself, the tab order decides which comes first, the widget or its parts.
 CONSOLEHOST_EXPORT QVector<QWidget*> FocusOrder(const QWidget& area);
 
 // Moves the focus by `steps` widgets in this order and scrolls to it. Returns false if the focus

@@ -18,8 +18,8 @@ public:
     // suffix is not exactly ".zip", or that has two suffixes, gives the folder its whole name.
     //
     // If Unzip() returns false, nothing has changed and `errorText` tells the reason. Unzip()
-    // refuses damaged and encrypted archives, archives beyond the limits on entries, size and
-    // ratio, and entries that are absolute, contain "..", or are links or devices.
+    // refuses damaged and encrypted archives, and archives beyond the limits on entries, size and
+    // ratio. It refuses entries that are absolute, contain "..", or are links or devices.
     static bool Unzip(const QString& archive, const QString& destinationFolder, QString& errorText);
 
     // Deletes the files of a folder, with `recursive` also its subfolders, and with

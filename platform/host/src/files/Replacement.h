@@ -10,7 +10,7 @@ namespace hostimpl {
 
 // Exchanges the folder `staged` with the folder `name` of the destination. On failure nothing has
 // changed. If the file system cannot exchange folders in one step, the old folder first moves
-// aside; if the process is killed then, PutBack() moves the old folder back.
+// aside. If the process is killed then, PutBack() moves the old folder back.
 bool Exchange(int staging, const QByteArray& staged, int destination, const QByteArray& name);
 
 // Moves the folder `staged` to a name that is free in the destination.

@@ -107,8 +107,8 @@ bool TArchiveReader::CheckWholeness(QString& errorText)
     return true;
 }
 
-// libarchive's own reader of open files is not used, because it asks for the file's dates and fails
-// if a date does not fit into 32 bits.
+// libarchive's own reader of open files is not used. It asks for the file's dates and fails if a
+// date does not fit into 32 bits.
 bool TArchiveReader::OpenInLibrary()
 {
     m_block.resize(READ_BLOCK_BYTES);

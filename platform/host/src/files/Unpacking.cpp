@@ -74,7 +74,7 @@ bool CleanUp(const QString& path, int destination, QString& errorText)
         const TDescriptor staging = OpenFolder(destination, STAGING_NAME);
         const bool isFolder = staging.IsValid() || !IsNoFolder(errno);
         if (isFolder && (!staging.IsValid() || !PutBack(staging.Get(), destination))) {
-            errorText = QStringLiteral("What was left half unpacked in %1 cannot be undone: %2.")
+            errorText = QStringLiteral("An incomplete unpacking in %1 cannot be undone: %2.")
                             .arg(path, SystemError(errno));
             return false;
         }
@@ -82,7 +82,7 @@ bool CleanUp(const QString& path, int destination, QString& errorText)
     if (RemoveStaging(path)) {
         return true;
     }
-    errorText = QStringLiteral("What was left half unpacked in %1 cannot be removed.").arg(path);
+    errorText = QStringLiteral("An incomplete unpacking in %1 cannot be removed.").arg(path);
     return false;
 }
 

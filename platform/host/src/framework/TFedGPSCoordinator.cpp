@@ -64,8 +64,8 @@ void TFedGPSCoordinator::AnnounceFix()
 }
 
 // Emits without the lock: a directly connected slot may wait for a thread that uses the
-// coordinator. The order of the changes is kept because a change and its place in the queue are
-// made under one lock, and because only one thread at a time takes signals from the queue.
+// coordinator. Two things keep the order of the changes. A change and its place in the queue are
+// made under one lock. Only one thread at a time takes signals from the queue.
 void TFedGPSCoordinator::EmitPendingSignals()
 {
     QMutexLocker lock(&m_stateMutex);

@@ -12,8 +12,8 @@
 
 namespace {
 
-// Filters the events of the threaded object. An event filter must live on the object's thread;
-// as a child of the object the gate always does.
+// Filters the events of the threaded object. An event filter must live on the object's thread. The
+// gate is a child of the object, so it moves with it.
 //
 // - A queued call that is still waiting after Finalize() would run on the owner's thread, on an
 //   object that is already closed. The gate drops such a call.

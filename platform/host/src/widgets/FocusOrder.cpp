@@ -34,8 +34,8 @@ bool IsTabbedBefore(const QWidget& one, const QWidget& other)
     return widget == &one;
 }
 
-// The tab order decides whether a widget comes before its own parts, as a row before its button, or
-// after them, as a list after its head.
+// The tab order decides whether a widget comes before or after its own parts. A row comes before
+// its button, a list after its head.
 void AddOwner(QWidget& owner, QVector<QWidget*>& parts)
 {
     const bool isLast = !parts.isEmpty() && IsTabbedBefore(*parts.first(), owner);

@@ -32,7 +32,7 @@ struct CallPolicy
     HttpLimits limits; // of each attempt
 };
 
-// A comment of the event stream comes every 60 s: the stream may miss one comment, and counts as
+// A comment of the event stream comes every 60 s. The stream may miss one comment. It counts as
 // dead before the second one is due. A getter's attempt ends after 9 s: if its kept connection was
 // dead, a new one has 6 s.
 constexpr CallPolicy PolicyOf(ECall call)

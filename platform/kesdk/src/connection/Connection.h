@@ -21,8 +21,8 @@
 
 namespace kesdk::impl {
 
-// Implements IEnterpriseConnection. A login during a session replaces the session: the SDK ends the
-// old session on the service, and the states 1 and then 3 or 4 follow.
+// Implements IEnterpriseConnection. A login during a session replaces the session. The SDK ends the
+// old session on the service. The states 1 and then 3 or 4 follow.
 //
 // Threads: the caller's; one for login and event stream; one for positions; one for the listeners.
 // Each of the first three has its own line to the service.

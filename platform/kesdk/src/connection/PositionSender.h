@@ -13,10 +13,10 @@
 
 namespace kesdk::impl {
 
-// A mailbox that keeps only the latest position. If the link drops a position, the sender puts it
-// back and sends it once more on a new connection, unless the mailbox has a newer one: networks
-// drop silent connections, and the last position before the console stops comes only once. At most
-// one position is in the mailbox, and one is being sent.
+// A mailbox that keeps only the latest position. Networks drop silent connections, and the last
+// position before the console stops comes only once. So if the link drops a position, the sender
+// puts it back. It sends the position once more on a new connection, unless the mailbox has a newer
+// one. At most one position is in the mailbox, and one is being sent.
 //
 // Thread: its own, with its own connection: no transfer waits for a position. Only this thread uses
 // `api`.

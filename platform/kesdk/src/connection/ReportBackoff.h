@@ -10,8 +10,8 @@
 namespace kesdk::impl {
 
 // After the link dropped a report, the next ones get one attempt of 2 s. Before that attempt there
-// is a pause that grows with the time of the failure: a receiver whose fix comes and goes without a
-// network takes a small part of the caller's time.
+// is a pause, which grows with the time of the failure. So a receiver whose fix comes and goes
+// without a network takes a small part of the caller's time.
 //
 // Thread: the caller's.
 class ReportBackoff

@@ -20,8 +20,8 @@ bool IsUsableServiceName(const std::wstring& name)
            name.find_first_of(kForbidden) == std::wstring::npos;
 }
 
-// Whether the part file is useless to a later call: the service has another file or none, the
-// content is wrong, or the console has no room.
+// Whether the part file is useless to a later call. Either the service has another file or none, or
+// the content is wrong, or the console has no room.
 bool MustRemovePart(const Failure& failure)
 {
     return failure.Is(EErrorCode::eFileGone, EErrorCode::eNotFound, EErrorCode::eForbidden,

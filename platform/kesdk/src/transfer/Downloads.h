@@ -16,7 +16,7 @@ namespace kesdk::impl {
 
 // One download at a time, as a ResumableTransfer. If the link drops, the download resumes behind
 // the last byte that arrived. If the transfer is given up or aborted, the part file of a large file
-// stays: a later call, also of a restarted console, resumes it. The first download into a folder
+// stays. A later call, also of a restarted console, resumes it. The first download into a folder
 // removes the part files there that are a week old.
 //
 // Errors: as Failure; nothing new has the final name then. Retry: safe.

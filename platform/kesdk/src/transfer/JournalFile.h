@@ -22,8 +22,8 @@ std::string ToJournalText(const nlohmann::json& document);
 // before. If the sync of the folder failed, the new journal may be there too.
 bool WriteJournal(const std::string& path, const std::string& text);
 
-// The text. eFileMissing: there is no journal; a torn journal, or a file that is no journal, is
-// removed. eFileUnreadable: the console cannot read the file now.
+// The text. eFileMissing: there is no journal. A torn journal is removed, and so is a file that is
+// no journal. eFileUnreadable: the console cannot read the file now.
 Result<std::string> ReadJournal(const std::string& path);
 
 void RemoveJournal(const std::string& path);

@@ -20,7 +20,7 @@ namespace kesdk::impl {
 // The deadline is the stall timeout after the last progress. Progress is an offset beyond the
 // highest offset so far: bytes that arrive again do not count. The stall timeout is five minutes.
 // If the transfer before was given up in the last two minutes, the stall timeout is 30 s until the
-// first byte: a selection of many files would wait for hours on a dead link otherwise. After bytes
+// first byte. Otherwise a selection of many files would wait for hours on a dead link. After bytes
 // left the console, the deadline is five minutes after they left, until an answer comes.
 //
 // Thread: the caller's. Errors: as Failure.

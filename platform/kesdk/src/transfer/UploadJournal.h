@@ -27,11 +27,11 @@ struct UploadOrigin
 };
 
 // One small file for each upload, in a folder of the library. If that folder cannot be written, the
-// journal lies beside the sent file, as a hidden file; if that fails too, the key is remembered
-// until the object ends. A journal that is older than a week is removed.
+// journal is a hidden file beside the sent file. If that fails too, the key is remembered until the
+// object ends. A journal that is older than a week is removed.
 //
-// The journal of a finished upload stays until the sent file is gone: a console that is killed
-// before it removes the file must not send it again. An upload looks for removed files in the
+// The journal of a finished upload stays until the sent file is gone. So a console that is killed
+// before it removes the file does not send it again. An upload looks for removed files in the
 // folder of its own file only. No other call looks: on a dead medium a look may block for ever.
 //
 // Thread: the caller's, one at a time.

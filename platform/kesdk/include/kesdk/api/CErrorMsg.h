@@ -15,7 +15,7 @@ struct CErrorMsg
     std::wstring text3; // technical detail, for support
 
     std::int32_t code = 0;       // EErrorCode of the SDK's implementation; 0 = unspecified
-    std::int32_t httpStatus = 0; // status of the service's reply; 0 = none was received
+    std::int32_t httpStatus = 0; // status of the service's answer; 0 = none was received
     std::int32_t severity = 0;   // 0 = error, 1 = may pass by itself
 };
 

@@ -20,8 +20,9 @@ namespace kesdk::api {
 //
 // Thread safety: all operations are called from one thread (the owner's). Listeners are called on
 // the connection's own notification thread, never from inside a caller's call.
-// Blocking: every operation but Login and ReportPosition may wait for the network, within bounds:
-// connecting 10 s, getters 15 s in all, Logout 2 s; a transfer as long as bytes move.
+// Blocking: every operation but Login and ReportPosition may wait for the network. The limits are
+// 10 s for connecting, 15 s in all for getters, and 2 s for Logout. A transfer lasts as long as
+// bytes move.
 // Errors: a false (or empty) result leaves records in GetLastErrors(), most recent first; each
 // operation clears them when it starts. Without a session every operation fails at once.
 class IEnterpriseConnection
@@ -85,8 +86,8 @@ public:
     // Moves a file to the farm's bin.
     virtual bool Delete(std::int64_t resourceId) = 0;
 
-    // True also if the service does not answer or is busy: the SDK keeps the latest report, and
-    // sends it after the next operation of this session that reaches the service.
+    // True also if the service does not answer or is busy. The SDK then keeps the latest report. It
+    // sends the report after the next operation of this session that reaches the service.
     virtual bool SendEnvironment(const Environment& environment) = 0;
     // `sharing` is true for a connected device, false for a disconnected one.
     virtual bool MeasDeviceConnected(const Environment::MeasDeviceReport& report, bool sharing) = 0;
