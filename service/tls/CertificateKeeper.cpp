@@ -111,10 +111,13 @@ void CertificateKeeper::warn()
 {
     const auto tell = [this](EndWarning& warning, std::int64_t endS, const std::string& what) {
         const auto days = endS == 0 ? std::nullopt : warning.due(endS, nowS());
-        if (days) {
-            logWarning(what + (*days == 0 ? "-has-ended" : "-ends"),
-                       "within " + std::to_string(*days) + " days, at " + rfc3339(endS * 1000));
+        if (!days) {
+            return;
         }
+        const std::string at = "at " + rfc3339(endS * 1000);
+        const std::string left =
+            *days == 1 ? "within a day, " : "within " + std::to_string(*days) + " days, ";
+        logWarning(what + (*days == 0 ? "-has-ended" : "-ends"), *days == 0 ? at : left + at);
     };
     tell(certificateWarning_, certificateEndS_, "certificate");
     tell(authorityWarning_, authorityEndS_, "authority");
