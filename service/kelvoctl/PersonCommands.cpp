@@ -99,14 +99,20 @@ void deleteUser(CommandContext& context, const PersonOptions& options)
     context.client().call("DELETE", userPath(context, options.name) + query);
 }
 
+// An operator sees no list of users and no audit trail.
 void exportUser(CommandContext& context, const PersonOptions& options)
 {
-    const std::string path = userPath(context, options.name);
     ApiClient& client = context.client();
+    const bool isOwn = options.name == context.session().user;
+    const json user = isOwn ? client.call("GET", "/account").at("user") : json();
+    const std::string path =
+        isOwn ? "/users/" + user.at("id").dump() : userPath(context, options.name);
     json document = client.call("GET", path + "/export");
     document["positions"] = allPages(client, path + "/track?limit=1000", "positions");
-    document["audit"] =
-        allPages(client, "/audit?limit=1000&user=" + path.substr(path.rfind('/') + 1), "entries");
+    if (!isOwn || user.at("role") != "operator") {
+        document["audit"] = allPages(
+            client, "/audit?limit=1000&user=" + path.substr(path.rfind('/') + 1), "entries");
+    }
     std::cout << oneLine(document) << std::endl;
 }
 
