@@ -131,6 +131,11 @@ void addQuotas(CLI::App& serve, ServeOptions& options)
         }
         add("--user-" + name, options.quotas.user.*limit.value, "Default quota of a user");
     }
+    serve
+        .add_option("--metrics-farms", options.shownFarms,
+                    "Number of farms with metrics of their own: the farms that store most")
+        ->check(CLI::Range(0, 1000))
+        ->capture_default_str();
 }
 
 void addOptions(CLI::App& serve, ServeOptions& options)

@@ -25,6 +25,7 @@ struct ServeOptions
     long long reserveBytes = 64LL * 1024 * 1024;
     accounts::EPasswordCost passwordCost = accounts::EPasswordCost::Interactive;
     store::Quotas quotas = store::defaultQuotas;
+    int shownFarms = 10;
     int loginAttempts = 5;
     int sessionHours = 720;
     long long eventsKept = 100000; // for each farm; 0: no limit

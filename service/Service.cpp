@@ -335,7 +335,7 @@ void serve(const ServeOptions& options, bool& isRunning)
     http::Application& application = page ? static_cast<http::Application&>(*page) : api;
 
     const auto certificate = keepCertificate(options, folder, backend.clock);
-    ServiceState state(*backend.database, folder.path());
+    ServiceState state(*backend.database, folder.path(), options.quotas.farm, options.shownFarms);
     Readiness readiness(readinessChecks(backend, *certificate));
     metrics::MonitorApplication monitor(metrics, [&readiness] { return readiness.ask(); });
     IoThreads threads;

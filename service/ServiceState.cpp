@@ -13,8 +13,12 @@
 
 namespace kelvo {
 
-ServiceState::ServiceState(store::Database& database, std::filesystem::path dataFolder)
-    : database_(database), dataFolder_(std::move(dataFolder))
+ServiceState::ServiceState(store::Database& database, std::filesystem::path dataFolder,
+                           const store::Limits& farmLimits, int shownFarms)
+    : database_(database),
+      dataFolder_(std::move(dataFolder)),
+      farmLimits_(farmLimits),
+      shownFarms_(shownFarms)
 {}
 
 void ServiceState::sampleOn(WorkPool& pool)
@@ -29,8 +33,8 @@ void ServiceState::sampleOn(WorkPool& pool)
 
 void ServiceState::sample() noexcept
 {
-    for (const auto step :
-         {&ServiceState::sampleDatabase, &ServiceState::sampleDisk, &ServiceState::sampleBackup}) {
+    for (const auto step : {&ServiceState::sampleDatabase, &ServiceState::sampleFarms,
+                            &ServiceState::sampleDisk, &ServiceState::sampleBackup}) {
         try {
             (this->*step)();
         } catch (const std::exception& error) {
@@ -54,6 +58,28 @@ void ServiceState::sampleDatabase()
         bytes += status ? static_cast<double>(status->sizeBytes) : 0;
     }
     databaseBytes_ = bytes;
+}
+
+void ServiceState::sampleFarms()
+{
+    auto farms = database_.readNow([this](soci::session& sql) {
+        nearlyFull_ = static_cast<double>(store::countNearlyFull(sql, farmLimits_));
+        return store::largestFarms(sql, farmLimits_, shownFarms_);
+    });
+    const std::lock_guard lock(farmsMutex_);
+    farms_ = std::move(farms);
+}
+
+std::vector<metrics::Metrics::Sample>
+ServiceState::ofFarms(long long store::FarmUsage::*value) const
+{
+    std::vector<metrics::Metrics::Sample> samples;
+    const std::lock_guard lock(farmsMutex_);
+    for (const store::FarmUsage& usage : farms_) {
+        samples.push_back(
+            {"farm=\"" + std::to_string(usage.farm.id) + "\"", static_cast<double>(usage.*value)});
+    }
+    return samples;
 }
 
 void ServiceState::sampleDisk()
@@ -86,6 +112,8 @@ void ServiceState::showIn(metrics::Metrics& metrics) const
         {"kelvo_sessions", "Sessions in the database.", sessions_},
         {"kelvo_uploads_open", "Unfinished uploads.", openUploads_},
         {"kelvo_uploads_open_bytes", "Whole length of the unfinished uploads.", openUploadBytes_},
+        {"kelvo_farms_nearly_full", "Farms at 90 % of their quota of bytes or files, or above.",
+         nearlyFull_},
         {"kelvo_database_bytes", "Size of the database and its write-ahead log.", databaseBytes_},
         {"kelvo_disk_bytes", "Size of the file system of the data folder.", diskBytes_},
         {"kelvo_disk_free_bytes", "Free room there for the service.", freeDiskBytes_},
@@ -94,6 +122,10 @@ void ServiceState::showIn(metrics::Metrics& metrics) const
     for (const Row& row : rows) {
         metrics.show(row.name, "gauge", row.help, [&value = row.value] { return value.load(); });
     }
+    metrics.show({"kelvo_farm_bytes", "gauge", "Stored bytes of the farms that store most.",
+                  [this] { return ofFarms(&store::FarmUsage::bytes); }});
+    metrics.show({"kelvo_farm_files", "gauge", "Stored files of these farms.",
+                  [this] { return ofFarms(&store::FarmUsage::files); }});
 }
 
 } // namespace kelvo

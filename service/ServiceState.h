@@ -4,9 +4,12 @@
 #include "service/base/WorkPool.h"
 #include "service/metrics/Metrics.h"
 #include "service/store/Database.h"
+#include "service/store/QuotaTable.h"
 
 #include <atomic>
 #include <filesystem>
+#include <mutex>
+#include <vector>
 
 namespace kelvo {
 
@@ -20,7 +23,9 @@ inline constexpr const char* lastBackupName = "backup.last";
 class ServiceState
 {
 public:
-    ServiceState(store::Database& database, std::filesystem::path dataFolder);
+    /** `shownFarms`: the number of farms with metrics of their own. */
+    ServiceState(store::Database& database, std::filesystem::path dataFolder,
+                 const store::Limits& farmLimits, int shownFarms);
 
     /** Blocks. A value that cannot be read stays as it was. */
     void sample() noexcept;
@@ -33,12 +38,19 @@ public:
 
 private:
     void sampleDatabase();
+    void sampleFarms();
     void sampleDisk();
+    std::vector<metrics::Metrics::Sample> ofFarms(long long store::FarmUsage::*value) const;
     void sampleBackup();
 
     std::atomic<bool> isSampling_{false};
     store::Database& database_;
     const std::filesystem::path dataFolder_;
+    const store::Limits farmLimits_;
+    const int shownFarms_;
+    mutable std::mutex farmsMutex_; // guards farms_
+    std::vector<store::FarmUsage> farms_;
+    std::atomic<double> nearlyFull_{0};
     std::atomic<double> sessions_{0};
     std::atomic<double> openUploads_{0};
     std::atomic<double> openUploadBytes_{0}; // their whole lengths

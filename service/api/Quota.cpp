@@ -2,6 +2,7 @@
 
 #include "service/http/Problem.h"
 #include "service/store/InboxTable.h"
+#include "service/store/UploadTable.h"
 
 #include <string>
 
@@ -39,6 +40,29 @@ void requireBytes(const Usage& usage, const Limits& limits, long long files, lon
                 "The quota of bytes of the " + whose + " is used up.");
 }
 
+/** The files of the upload count already; its bytes do not. */
+void requireBytesOf(soci::session& sql, const store::Quotas& defaults, const store::Upload& upload,
+                    long long bytes)
+{
+    const store::Quotas quotas = store::quotasOf(sql, upload.farm, defaults);
+    std::map<store::Id, long long> ofOwners;
+    for (const store::Id target : upload.targets) {
+        if (const auto inbox = store::inboxById(sql, upload.farm, target)) {
+            ++ofOwners[inbox->ownerId];
+        }
+    }
+    if (ofOwners.empty()) {
+        ofOwners[upload.user] = 1;
+    }
+    long long files = 0;
+    for (const auto& [owner, count] : ofOwners) {
+        requireBytes(store::storageOfUser(sql, upload.farm, owner), quotas.user, count, bytes,
+                     "inbox's owner");
+        files += count;
+    }
+    requireBytes(store::storageOfFarm(sql, upload.farm), quotas.farm, files, bytes, "farm");
+}
+
 } // namespace
 
 void requireQuota(soci::session& sql, const store::Quotas& defaults, const WantedFiles& wanted)
@@ -59,26 +83,14 @@ void requireQuota(soci::session& sql, const store::Quotas& defaults, const Wante
     requireBytes(farm, quotas.farm, files, wanted.lengthBytes, "farm");
 }
 
-void requireBytes(soci::session& sql, const store::Quotas& defaults, const store::Upload& upload,
-                  long long lengthBytes)
+void holdQuota(store::Transaction& transaction, const store::Quotas& defaults,
+               const store::Upload& upload, long long bytes)
 {
-    const store::Quotas quotas = store::quotasOf(sql, upload.farm, defaults);
-    std::map<store::Id, long long> ofOwners;
-    for (const store::Id target : upload.targets) {
-        if (const auto inbox = store::inboxById(sql, upload.farm, target)) {
-            ++ofOwners[inbox->ownerId];
-        }
+    if (!store::holdBytes(transaction, upload.id, 0)) {
+        throw Problem(EProblem::Gone, "The upload has expired.");
     }
-    if (ofOwners.empty()) {
-        ofOwners[upload.user] = 1;
-    }
-    long long files = 0;
-    for (const auto& [owner, count] : ofOwners) {
-        requireBytes(store::storageOfUser(sql, upload.farm, owner), quotas.user, count, lengthBytes,
-                     "inbox's owner");
-        files += count;
-    }
-    requireBytes(store::storageOfFarm(sql, upload.farm), quotas.farm, files, lengthBytes, "farm");
+    requireBytesOf(transaction.sql, defaults, upload, bytes);
+    store::holdBytes(transaction, upload.id, bytes);
 }
 
 bool PositionRate::take(const store::Quotas& quotas, store::Id farm, store::Id user,

@@ -26,11 +26,11 @@ struct WantedFiles
 void requireQuota(soci::session& sql, const store::Quotas& defaults, const WantedFiles& wanted);
 
 /**
- * As requireQuota(), for an upload in progress whose length becomes known: its files count already,
- * its bytes do not.
+ * Lets an upload that was started without a length hold room for this many bytes of each of its
+ * files, instead of the room that it held before. Throws as requireQuota(), and Problem (gone).
  */
-void requireBytes(soci::session& sql, const store::Quotas& defaults, const store::Upload& upload,
-                  long long lengthBytes);
+void holdQuota(store::Transaction& transaction, const store::Quotas& defaults,
+               const store::Upload& upload, long long bytes);
 
 /** Counts the positions of each minute in memory. Thread safe. */
 class PositionRate

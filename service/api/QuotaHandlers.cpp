@@ -1,8 +1,9 @@
-// /farms/{id}/quota and /farms/{id}/usage: the limits of a farm, and what it uses.
+// /usage, /farms/{id}/usage and /farms/{id}/quota: what farms use, and their limits.
 #include "service/api/Access.h"
 #include "service/api/Audit.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
+#include "service/api/Paging.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
 #include "service/store/FarmTable.h"
@@ -21,6 +22,7 @@ using http::Request;
 using http::Response;
 using store::EQuotaScope;
 
+constexpr long long mostFarms = 1000;         // in one answer
 constexpr long long largestLimit = 1LL << 52; // JSON readers keep integers up to 2^53
 
 Json describe(const store::Limits& limits, EQuotaScope scope)
@@ -78,6 +80,24 @@ Async<Response> getUsage(Context& context, Request& request)
              {"quota", describe(store::quotasOf(sql, id, context.settings.quotas))},
              {"usage", describe(store::usageOfFarm(sql, id))},
              {"users", std::move(users)}});
+    };
+    co_return co_await context.database.read(query);
+}
+
+Async<Response> listUsage(Context& context, Request& request)
+{
+    co_await requireAdmin(context, request);
+    const auto most = static_cast<int>(queryNumber(request, "limit", mostFarms).value_or(100));
+    auto query = [&context, most](soci::session& sql) {
+        Json farms = Json::array();
+        for (const auto& usage : store::largestFarms(sql, context.settings.quotas.farm, most)) {
+            farms.push_back({{"farm", toJson(usage.farm)},
+                             {"bytes", usage.bytes},
+                             {"byte_limit", usage.byteLimit},
+                             {"files", usage.files},
+                             {"file_limit", usage.fileLimit}});
+        }
+        return Response::json({{"farms", std::move(farms)}});
     };
     co_return co_await context.database.read(query);
 }
@@ -146,6 +166,7 @@ Async<Response> changeQuota(Context& context, Request& request)
 
 void addQuotaRoutes(http::Router& router, Context& context)
 {
+    router.add("GET", "/usage", [&context](Request& r) { return listUsage(context, r); });
     router.add("GET", "/farms/{id}/usage", [&context](Request& r) { return getUsage(context, r); });
     router.add("PATCH", "/farms/{id}/quota",
                [&context](Request& r) { return changeQuota(context, r); });

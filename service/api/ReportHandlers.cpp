@@ -158,14 +158,15 @@ Async<Response> addPosition(Context& context, PositionRate& rate, Request& reque
                                    requireDegrees(body, "latitude", 90),
                                    requireDegrees(body, "longitude", 180), context.clock.nowMs()};
     const EventFrame frame{session.user.farmId(), position.receivedMs, context.settings.eventsKept};
+    auto quotas = [&context, &session](soci::session& sql) {
+        return store::quotasOf(sql, session.user.farmId(), context.settings.quotas);
+    };
+    if (!rate.take(co_await context.database.read(quotas), session.user.farmId(), session.user.id,
+                   position.receivedMs)) {
+        throw Problem(EProblem::RateLimited, "Too many positions in this minute.",
+                      {{"Retry-After", "60"}});
+    }
     auto change = [&](store::Transaction& transaction) {
-        const store::User& user = session.user;
-        const auto quotas =
-            store::quotasOf(transaction.sql, user.farmId(), context.settings.quotas);
-        if (!rate.take(quotas, user.farmId(), user.id, position.receivedMs)) {
-            throw Problem(EProblem::RateLimited, "Too many positions in this minute.",
-                          {{"Retry-After", "60"}});
-        }
         const store::Id console = store::bindConsole(transaction, session, address);
         store::addPosition(transaction, console, session.user.id, position);
         addConsoleMoved(transaction, frame, console, session.user, position);

@@ -73,7 +73,7 @@ Async<void> setLateLength(Context& context, const http::Request& request, store:
         throwWrongOffset(size);
     }
     auto change = [&context, &upload, &length](store::Transaction& transaction) {
-        requireBytes(transaction.sql, context.settings.quotas, upload, *length);
+        holdQuota(transaction, context.settings.quotas, upload, *length);
         return store::setUploadLength(transaction, upload.id, *length);
     };
     const bool isSet = co_await context.database.write(change);
@@ -81,6 +81,33 @@ Async<void> setLateLength(Context& context, const http::Request& request, store:
         throw Problem(EProblem::Gone, "The upload has expired.");
     }
     upload.lengthBytes = *length;
+}
+
+/**
+ * Holds room in the quotas for an upload whose length is not known. A chunked part may have any
+ * length: it needs room for the largest upload.
+ */
+Async<void> holdRoom(Context& context, const http::Request& request, const store::Upload& upload,
+                     long long offset)
+{
+    const long long largest = context.settings.maxUploadBytes;
+    const auto length = request.body.lengthBytes();
+    const bool isBounded = length && *length <= static_cast<std::uint64_t>(largest);
+    const long long bytes =
+        isBounded ? std::min(largest, offset + static_cast<long long>(*length)) : largest;
+    auto change = [&context, &upload, bytes](store::Transaction& transaction) {
+        holdQuota(transaction, context.settings.quotas, upload, bytes);
+    };
+    co_await context.database.write(change, store::EDurability::Later);
+}
+
+/** Holds room for the received bytes only. */
+Async<void> giveRoomBack(Context& context, const store::Upload& upload, long long bytes)
+{
+    auto change = [&upload, bytes](store::Transaction& transaction) {
+        store::holdBytes(transaction, upload.id, bytes);
+    };
+    co_await context.database.write(change, store::EDurability::Later);
 }
 
 /** Throws Problem if the body is longer than the missing part; a chunked body ends there. */
@@ -190,6 +217,10 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
                                 long long offset)
 {
     auto checksum = checksumOf(request);
+    const bool needsRoom = upload.lengthBytes == store::unknownLength && request.body.isPresent();
+    if (needsRoom) {
+        co_await holdRoom(context, request, upload, offset);
+    }
     auto open = [&context, &request, &upload, offset] {
         // The size is checked first: a wrong offset must not cost digesting the present bytes.
         const auto size = static_cast<long long>(context.contents.uploadSize(upload.id));
@@ -212,6 +243,9 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
         co_await context.filePool.run(sync);
     }
     writer.suspend();
+    if (needsRoom) {
+        co_await giveRoomBack(context, upload, reached);
+    }
     co_await extend(context, upload);
     if (!whole) {
         request.body.throwFailure();

@@ -1,4 +1,4 @@
-// farm quota: the usage and the limits of a farm.
+// farm usage and farm quota: what farms store, and the limits of a farm.
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Names.h"
 #include "service/kelvoctl/Users.h"
@@ -59,10 +59,37 @@ void showOrSetQuota(CommandContext& context, const QuotaOptions& options)
     }
 }
 
+void listUsage(CommandContext& context, int most)
+{
+    const json farms =
+        context.client().call("GET", "/usage?limit=" + std::to_string(most)).at("farms");
+    if (context.json) {
+        std::cout << oneLine(farms) << std::endl;
+        return;
+    }
+    for (const json& usage : farms) {
+        std::cout << printable(usage.at("farm").at("name").get<std::string>()) << ":  "
+                  << usage.at("bytes") << " of " << usage.at("byte_limit") << " bytes  "
+                  << usage.at("files") << " of " << usage.at("file_limit") << " files\n";
+    }
+}
+
+void addUsageCommand(CLI::App& farm, CommandContext& context)
+{
+    const auto most = std::make_shared<int>(20);
+    CLI::App* usage = farm.add_subcommand("usage", "List the farms that store most")->fallthrough();
+    usage->add_option("--limit", *most, "Largest number of farms")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+    usage->callback(
+        [&context, most] { context.action = [&context, most] { listUsage(context, *most); }; });
+}
+
 } // namespace
 
-void addQuotaCommand(CLI::App& line, CommandContext& context)
+void addQuotaCommands(CLI::App& line, CommandContext& context)
 {
+    addUsageCommand(*line.get_subcommand("farm"), context);
     const auto options = std::make_shared<QuotaOptions>();
     CLI::App* quota = line.get_subcommand("farm")
                           ->add_subcommand("quota", "Print a farm's usage, or change its quotas")

@@ -54,7 +54,7 @@ int runCommand(int argc, char** argv)
     addDownloadCommand(line, context);
     addBinCommands(line, context);
     addConsoleCommands(line, context);
-    addQuotaCommand(line, context);
+    addQuotaCommands(line, context);
     addAuditCommand(line, context);
     addWatchCommand(line, context);
     try {

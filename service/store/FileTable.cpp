@@ -1,11 +1,15 @@
 #include "service/store/FileTable.h"
 
 #include "service/store/FarmTable.h"
+#include "service/store/InboxTable.h"
 #include "service/store/QuotaTable.h"
 
 #include <soci/soci.h>
 
 #include <limits>
+#include <map>
+#include <set>
+#include <utility>
 
 namespace kelvo::store {
 
@@ -45,10 +49,7 @@ File addFile(Transaction& transaction, Id farm, const File& file)
                        " created_ms) VALUES (:farm, :id, :inbox, :name, :size, :sha, :created)",
         use(farm), use(added.id), use(added.inbox), use(added.name), use(added.sizeBytes),
         use(added.sha256), use(added.createdMs);
-    Id owner = 0;
-    transaction.sql << "SELECT owner_id FROM inboxes WHERE farm_id = :farm AND id = :id",
-        into(owner), use(farm), use(added.inbox);
-    countFiles(transaction, farm, owner, 1, added.sizeBytes);
+    countFiles(transaction, farm, ownerOf(transaction.sql, farm, added.inbox), 1, added.sizeBytes);
     return added;
 }
 
@@ -78,14 +79,15 @@ std::vector<File> filesOf(soci::session& sql, Id farm, std::optional<Id> inbox)
 
 std::vector<File> filesOfOwner(soci::session& sql, Id farm, Id owner)
 {
+    // Ordered by an index, the query would walk all files of the farm: hence the plus.
     BinnedFile row;
     soci::statement query =
         (intoFile(sql.prepare << selectFiles
-                              << " JOIN inboxes i ON i.farm_id = f.farm_id AND i.id = f.inbox_id"
-                                 " WHERE f.farm_id = :farm AND i.owner_id = :owner"
-                                 " AND f.deleted_ms IS NULL ORDER BY f.id",
+                              << " WHERE f.farm_id = :farm AND f.inbox_id IN (SELECT i.id"
+                                 " FROM inboxes i WHERE i.farm_id = :same AND i.owner_id = :owner)"
+                                 " AND f.deleted_ms IS NULL ORDER BY +f.id",
                   row),
-         use(farm), use(owner));
+         use(farm), use(farm), use(owner));
     return fetchFiles(query, row);
 }
 
@@ -140,53 +142,45 @@ struct BinSelection
     long long beforeMs;
 };
 
-void uncount(Transaction& transaction, const BinSelection& selection)
+/** The files of a selection: their number and bytes in each inbox, and their digests. */
+struct BinContents
 {
-    struct Row
-    {
-        Id farm = 0;
-        Id owner = 0;
-        long long files = 0;
-        long long bytes = 0;
-    };
-    Row row;
-    std::vector<Row> rows;
-    {
-        soci::statement query =
-            (transaction.sql.prepare
-                 << "SELECT f.farm_id, i.owner_id, COUNT(*), SUM(f.size_bytes) FROM files f"
-                    " JOIN inboxes i ON i.farm_id = f.farm_id AND i.id = f.inbox_id WHERE "
-                 << selection.condition << " GROUP BY f.farm_id, i.owner_id",
-             into(row.farm), into(row.owner), into(row.files), into(row.bytes), use(selection.farm),
-             use(selection.file), use(selection.beforeMs));
-        query.execute();
-        while (query.fetch()) {
-            rows.push_back(row);
-        }
+    std::map<std::pair<Id, Id>, std::pair<long long, long long>> ofInboxes; // files and bytes
+    std::set<std::string> digests;
+};
+
+// One plain query: with a join or DISTINCT the database would walk all files instead of the bin.
+BinContents contentsOf(soci::session& sql, const BinSelection& selection)
+{
+    BinContents contents;
+    std::pair<Id, Id> inbox; // farm and id
+    long long bytes = 0;
+    std::string digest;
+    soci::statement query =
+        (sql.prepare << "SELECT f.farm_id, f.inbox_id, f.size_bytes, f.sha256 FROM files f WHERE "
+                     << selection.condition,
+         into(inbox.first), into(inbox.second), into(bytes), into(digest), use(selection.farm),
+         use(selection.file), use(selection.beforeMs));
+    query.execute();
+    while (query.fetch()) {
+        auto& [files, sum] = contents.ofInboxes[inbox];
+        ++files;
+        sum += bytes;
+        contents.digests.insert(digest);
     }
-    for (const Row& counted : rows) {
-        countFiles(transaction, counted.farm, counted.owner, -counted.files, -counted.bytes);
-    }
+    return contents;
 }
 
 std::vector<std::string> removeBinned(Transaction& transaction, const BinSelection& selection)
 {
-    uncount(transaction, selection);
-    std::vector<std::string> digests;
-    {
-        std::string digest;
-        soci::statement query =
-            (transaction.sql.prepare << "SELECT DISTINCT f.sha256 FROM files f WHERE "
-                                     << selection.condition,
-             into(digest), use(selection.farm), use(selection.file), use(selection.beforeMs));
-        query.execute();
-        while (query.fetch()) {
-            digests.push_back(digest);
-        }
+    const BinContents contents = contentsOf(transaction.sql, selection);
+    for (const auto& [inbox, removed] : contents.ofInboxes) {
+        const Id owner = ownerOf(transaction.sql, inbox.first, inbox.second);
+        countFiles(transaction, inbox.first, owner, -removed.first, -removed.second);
     }
     transaction.sql << "DELETE FROM files AS f WHERE " << selection.condition, use(selection.farm),
         use(selection.file), use(selection.beforeMs);
-    return digests;
+    return {contents.digests.begin(), contents.digests.end()};
 }
 
 } // namespace
@@ -223,9 +217,9 @@ std::vector<std::string> purgeBin(Transaction& transaction, Id farm, std::option
 
 bool contentIsUsed(soci::session& sql, const std::string& sha256)
 {
-    long long count = 0;
-    sql << "SELECT COUNT(*) FROM files WHERE sha256 = :sha", into(count), use(sha256);
-    return count > 0;
+    int found = 0;
+    sql << "SELECT 1 FROM files WHERE sha256 = :sha LIMIT 1", into(found), use(sha256);
+    return sql.got_data();
 }
 
 long long countBinBefore(soci::session& sql, long long deletedBeforeMs)

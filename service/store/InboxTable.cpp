@@ -54,6 +54,14 @@ std::optional<Inbox> inboxById(soci::session& sql, Id farm, Id inbox)
     return query.execute(true) ? std::optional(named(found)) : std::nullopt;
 }
 
+Id ownerOf(soci::session& sql, Id farm, Id inbox)
+{
+    Id owner = 0;
+    sql << "SELECT owner_id FROM inboxes WHERE farm_id = :farm AND id = :id", into(owner),
+        use(farm), use(inbox);
+    return owner;
+}
+
 std::vector<Inbox> inboxesOf(soci::session& sql, Id farm)
 {
     Inbox inbox;

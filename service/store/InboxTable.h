@@ -20,6 +20,9 @@ AddedInbox ensureInbox(Transaction& transaction, const User& user, Id project, l
 
 std::optional<Inbox> inboxById(soci::session& sql, Id farm, Id inbox);
 
+/** 0 if the inbox does not exist. */
+Id ownerOf(soci::session& sql, Id farm, Id inbox);
+
 /** In the order of their ids. */
 std::vector<Inbox> inboxesOf(soci::session& sql, Id farm);
 

@@ -2,6 +2,7 @@
 
 #include "service/store/AuditTable.h"
 #include "service/store/EventTable.h"
+#include "service/store/InboxTable.h"
 #include "service/store/QuotaTable.h"
 #include "service/store/SessionTable.h"
 
@@ -22,14 +23,6 @@ constexpr long long pointsOfAConsole = 1LL << 32;
 void run(Transaction& transaction, const char* statement, Id id)
 {
     transaction.sql << statement, use(id);
-}
-
-Id ownerOf(soci::session& sql, Id farm, Id inbox)
-{
-    Id owner = 0;
-    sql << "SELECT owner_id FROM inboxes WHERE farm_id = :farm AND id = :id", into(owner),
-        use(farm), use(inbox);
-    return owner;
 }
 
 /** The event of a console's last move holds a position. */

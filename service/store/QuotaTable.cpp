@@ -16,13 +16,18 @@ std::string toText(EQuotaScope scope)
 
 /**
  * An upload makes a file in each of its targets, which are a list with commas. A length that is not
- * known yet is negative.
+ * known yet is negative; then the held bytes count.
  */
 constexpr const char* selectOpenUploads =
     "SELECT COUNT(*), COALESCE(SUM(length_bytes * n), 0), COALESCE(SUM(n), 0) FROM"
-    " (SELECT CASE WHEN length_bytes > 0 THEN length_bytes ELSE 0 END AS length_bytes, "
+    " (SELECT CASE WHEN length_bytes < 0 THEN held_bytes ELSE length_bytes END AS length_bytes, "
     "LENGTH(targets) - LENGTH(REPLACE(targets, ',', '')) + 1 AS n"
     " FROM uploads WHERE farm_id = :farm AND finished = 0";
+
+constexpr const char* fromFarmsWithLimits =
+    " FROM farms f LEFT JOIN quotas qf ON qf.farm_id = f.id AND qf.scope = 'farm'"
+    " AND qf.name = 'files' LEFT JOIN quotas qb ON qb.farm_id = f.id AND qb.scope = 'farm'"
+    " AND qb.name = 'bytes'";
 
 } // namespace
 
@@ -96,12 +101,40 @@ Usage usageOfFarm(soci::session& sql, Id farm)
 Usage usageOfUser(soci::session& sql, Id farm, Id user)
 {
     Usage usage = storageOfUser(sql, farm, user);
-    sql << "SELECT COUNT(*), COALESCE(SUM(f.size_bytes), 0) FROM inboxes i"
-           " JOIN files f ON f.farm_id = i.farm_id AND f.inbox_id = i.id"
-           " WHERE i.farm_id = :farm AND i.owner_id = :user AND f.deleted_ms IS NOT NULL",
-        into(usage.binFiles), into(usage.binBytes), use(farm), use(user);
+    sql << "SELECT COUNT(*), COALESCE(SUM(size_bytes), 0) FROM files WHERE farm_id = :farm"
+           " AND inbox_id IN (SELECT id FROM inboxes WHERE farm_id = :same AND owner_id = :user)"
+           " AND deleted_ms IS NOT NULL",
+        into(usage.binFiles), into(usage.binBytes), use(farm), use(farm), use(user);
     sql << "SELECT COUNT(*) FROM sessions WHERE user_id = :user", into(usage.sessions), use(user);
     return usage;
+}
+
+std::vector<FarmUsage> largestFarms(soci::session& sql, const Limits& defaults, int most)
+{
+    FarmUsage row;
+    std::vector<FarmUsage> farms;
+    soci::statement query =
+        (sql.prepare << "SELECT f.id, f.name, f.files, f.bytes, COALESCE(qf.value, :files),"
+                        " COALESCE(qb.value, :bytes)"
+                     << fromFarmsWithLimits << " ORDER BY f.bytes DESC, f.id LIMIT :most",
+         into(row.farm.id), into(row.farm.name), into(row.files), into(row.bytes),
+         into(row.fileLimit), into(row.byteLimit), use(defaults.files), use(defaults.bytes),
+         use(most));
+    query.execute();
+    while (query.fetch()) {
+        farms.push_back(row);
+    }
+    return farms;
+}
+
+long long countNearlyFull(soci::session& sql, const Limits& defaults)
+{
+    long long count = 0;
+    sql << "SELECT COUNT(*)" << fromFarmsWithLimits
+        << " WHERE f.files >= 0.9 * COALESCE(qf.value, :files)"
+           " OR f.bytes >= 0.9 * COALESCE(qb.value, :bytes)",
+        into(count), use(defaults.files), use(defaults.bytes);
+    return count;
 }
 
 void countFiles(Transaction& transaction, Id farm, Id owner, long long files, long long bytes)

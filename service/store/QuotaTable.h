@@ -7,6 +7,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kelvo::store {
 
@@ -70,6 +71,21 @@ Usage storageOfUser(soci::session& sql, Id farm, Id user);
 
 Usage usageOfFarm(soci::session& sql, Id farm);
 Usage usageOfUser(soci::session& sql, Id farm, Id user);
+
+struct FarmUsage
+{
+    Farm farm;
+    long long files = 0; // with the bin, without the uploads in progress
+    long long bytes = 0; // likewise
+    long long fileLimit = 0;
+    long long byteLimit = 0;
+};
+
+/** The farms with most bytes first. */
+std::vector<FarmUsage> largestFarms(soci::session& sql, const Limits& defaults, int most);
+
+/** The number of farms whose files or bytes are at 90 % of their limit, or above. */
+long long countNearlyFull(soci::session& sql, const Limits& defaults);
 
 /** Counts files for their farm and the owner of their inbox; negative numbers for removed files. */
 void countFiles(Transaction& transaction, Id farm, Id owner, long long files, long long bytes);

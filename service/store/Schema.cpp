@@ -196,6 +196,18 @@ constexpr const char* quotas[] = {
     "CREATE INDEX users_by_farm ON users (farm_id)",
 };
 
+// An upload without a length holds room in the quotas for the bytes that it may have.
+constexpr const char* heldBytes[] = {
+    "ALTER TABLE uploads ADD COLUMN held_bytes BIGINT NOT NULL DEFAULT 0",
+};
+
+// With thousands of farms no query of an inbox or a bin may walk the files of a farm.
+constexpr const char* fileIndexes[] = {
+    "DROP INDEX files_by_inbox",
+    "CREATE INDEX files_by_inbox ON files (farm_id, inbox_id, id)",
+    "CREATE INDEX files_in_bin ON files (farm_id, inbox_id) WHERE deleted_ms IS NOT NULL",
+};
+
 /** Step N migrates version N to N+1. A released step is never changed; new steps are added. */
 constexpr std::array migrations{
     std::span<const char* const>(firstSchema),
@@ -207,6 +219,8 @@ constexpr std::array migrations{
     std::span<const char* const>(auditTrail),
     std::span<const char* const>(managedAccounts),
     std::span<const char* const>(quotas),
+    std::span<const char* const>(heldBytes),
+    std::span<const char* const>(fileIndexes),
 };
 
 int readVersion(soci::session& sql)

@@ -166,6 +166,15 @@ bool setUploadLength(Transaction& transaction, const std::string& id, long long 
     return changesARow(change);
 }
 
+bool holdBytes(Transaction& transaction, const std::string& id, long long bytes)
+{
+    soci::statement change =
+        (transaction.sql.prepare
+             << "UPDATE uploads SET held_bytes = :held WHERE id = :id AND finished = 0",
+         use(bytes), use(id));
+    return changesARow(change);
+}
+
 bool removeUnfinishedUpload(Transaction& transaction, const std::string& id)
 {
     soci::statement change =

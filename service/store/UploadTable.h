@@ -28,6 +28,12 @@ bool extendUpload(Transaction& transaction, const std::string& id, long long exp
 /** Sets a length that was unknown. False if the upload has a length, or is missing. */
 bool setUploadLength(Transaction& transaction, const std::string& id, long long lengthBytes);
 
+/**
+ * Sets the bytes that an upload without a length counts for in the quotas. False if it is finished
+ * or missing.
+ */
+bool holdBytes(Transaction& transaction, const std::string& id, long long bytes);
+
 /** False if the upload is finished or missing. */
 bool removeUnfinishedUpload(Transaction& transaction, const std::string& id);
 

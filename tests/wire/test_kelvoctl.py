@@ -174,6 +174,14 @@ class Commands(KelvoctlTest):
         self.assertEqual(olga.read("back.zip"), CONTENT)
         olga.run("bin", "list", code=REFUSED)
 
+    def test_an_operator_exports_their_own_data(self):
+        olga, anna = self.tool("olga"), self.tool("anna")
+        own = olga.json("user", "export", "olga")
+        self.assertEqual((own["user"]["name"], "audit" in own), ("olga", False))
+        self.assertEqual(own["inboxes"], anna.json("user", "export", "olga")["inboxes"])
+        self.assertIn("audit", anna.json("user", "export", "anna"))
+        olga.run("user", "export", "piet", code=REFUSED)
+
     def test_the_administrator_sets_quotas_and_the_bin_is_purged(self):
         admin, anna, olga = self.tool("admin"), self.tool("anna"), self.tool("olga")
         report = admin.json("farm", "quota", "Hill Farm", "--files", "9", "--user-sessions", "50")
@@ -183,6 +191,8 @@ class Commands(KelvoctlTest):
         self.assertGreater(again["quota"]["farm"]["files"], 9)
         admin.run("farm", "quota", "Hill Farm", "--files", "-1", code=USAGE)
         admin.run("farm", "quota", "No Farm", code=REFUSED)
+        self.assertRegex(admin.run("farm", "usage")[0], r"Hill Farm:  \d+ of \d+ bytes  \d+ of \d+ files")
+        self.assertEqual(len(admin.json("farm", "usage", "--limit", "1")), 1)
         olga.write("purged.zip", b"purged")
         numbers = [olga.json("put", "purged.zip", "--to", "olga/Curves")["ids"][0] for _ in range(2)]
         for number in numbers:

@@ -5,7 +5,7 @@ import os
 import unittest
 
 from kelvowire.farm import add_farms_and_users, log_in, log_in_admin, make_inbox
-from kelvowire.http import OCTETS, begin_upload, metadata
+from kelvowire.http import OCTETS, begin_upload, metadata, metrics
 from kelvowire.service import Service
 
 CONTENT = b"x" * 1000
@@ -74,6 +74,53 @@ class Quotas(unittest.TestCase):
         self.refused(self.olga.tus("PATCH", location, 507, headers=headers | {"Upload-Length": "1000"}, body=CONTENT))
         self.assertEqual(self.olga.offset(location), 0)
         self.olga.tus("PATCH", location, 204, headers=headers | {"Upload-Length": "999"}, body=CONTENT[:999])
+
+    def test_uploads_without_a_length_hold_room_for_their_bytes(self):
+        self.limit(farm={"bytes": 2500})
+        headers = {"Upload-Defer-Length": "1", "Upload-Metadata": metadata("a", [self.inbox])}
+        first, second = (self.olga.tus("POST", "/uploads", 201, headers=headers).headers["Location"] for _ in range(2))
+        at = {offset: {"Upload-Offset": str(offset), "Content-Type": OCTETS} for offset in (0, 1000)}
+        self.olga.tus("PATCH", first, 204, headers=at[0], body=CONTENT)
+        self.olga.tus("PATCH", second, 204, headers=at[0], body=CONTENT)
+        self.refused(self.olga.tus("PATCH", first, 507, headers=at[1000], body=CONTENT))
+        self.assertEqual(self.usage()["usage"]["upload_bytes"], 2000)
+        self.olga.tus("PATCH", first, 204, headers=at[1000] | {"Upload-Length": "1500"}, body=CONTENT[:500])
+        usage = self.usage()["usage"]
+        self.assertEqual((usage["bytes"], usage["upload_bytes"]), (1500, 1000))
+
+    def test_a_full_farm_leaves_the_others_their_work(self):
+        self.limit(farm={"bytes": 1000})
+        file = self.olga.put("a", [self.inbox], CONTENT)[0]
+        self.refused(self.olga.create("b", [self.inbox], 1000, CONTENT, expect=507))
+        self.otto.put("a", [make_inbox(self.otto)], CONTENT)
+        for user in ("olga", "otto", "admin"):
+            self.client(user).delete("/sessions/current")
+        self.olga.delete(f"/resources/{file['id']}")
+
+    def test_the_usage_of_all_farms_comes_with_the_largest_first(self):
+        self.otto.put("a", [make_inbox(self.otto)], CONTENT)
+        self.olga.put("a", [self.inbox], CONTENT + b"x")
+        self.limit(farm={"files": 7})
+        farms = self.admin.get("/usage").json()["farms"]
+        self.assertEqual([(usage["farm"]["name"], usage["bytes"], usage["files"]) for usage in farms],
+                         [("Hill Farm", 1001, 1), ("Dale Farm", 1000, 1)])
+        self.assertEqual(farms[0]["file_limit"], 7)
+        self.assertGreater(farms[1]["file_limit"], 7)
+        self.assertEqual(len(self.admin.get("/usage?limit=1").json()["farms"]), 1)
+        for client in (self.anna, self.olga):
+            client.get("/usage", 403)
+
+    def test_the_metrics_show_the_largest_farms_only(self):
+        self.otto.put("a", [make_inbox(self.otto)], CONTENT)
+        self.olga.put("a", [self.inbox], CONTENT + b"x")
+        self.limit(farm={"files": 1})
+        self.service.stop()
+        self.service.options += ("--metrics-farms", "1")
+        self.service.start()
+        lines = metrics(self.service)[1].splitlines()
+        self.assertIn("kelvo_farms_nearly_full 1", lines)
+        self.assertEqual([line for line in lines if line.startswith(("kelvo_farm_bytes", "kelvo_farm_files"))],
+                         [f'kelvo_farm_bytes{{farm="{self.farm}"}} 1001', f'kelvo_farm_files{{farm="{self.farm}"}} 1'])
 
     def test_the_owners_of_the_targets_pay(self):
         inboxes = [self.inbox, make_inbox(self.piet)]

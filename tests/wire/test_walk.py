@@ -24,7 +24,7 @@ BODIES = {
 }
 OF_A_FARM = ("/projects/{id}/resources", "/resources/{id}", "/resources/{id}/content", "/uploads/{id}", "/bin/{id}",
              "/bin/{id}/restore")
-FOR_ADMINS = ("/farms", "/farms/{id}", "/farms/{id}/usage", "/farms/{id}/quota", "/users", "/users/{id}",
+FOR_ADMINS = ("/usage", "/farms", "/farms/{id}", "/farms/{id}/usage", "/farms/{id}/quota", "/users", "/users/{id}",
               "/users/{id}/export", "/users/{id}/track", "/audit")
 FOR_ALL = ("/account", "/account/password", "/events", "/sessions", "/sessions/current")
 
@@ -85,7 +85,7 @@ class Walk(WireTest):
                 yield method, template
 
     def test_the_walk_covers_every_route(self):
-        self.assertEqual(len(list(self.secured())), 40)
+        self.assertEqual(len(list(self.secured())), 41)
 
     def test_every_route_needs_a_valid_token(self):
         client = self.user("olga")
