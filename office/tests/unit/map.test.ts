@@ -60,7 +60,7 @@ describe('a grid', () => {
   it('of each set of an archive is drawn', async () => {
     const set = (folder: string, code: number) => ({
       [`${folder}TASKDATA.XML`]: taskData(task(zones + grid(1, 1, 1))), [`${folder}GRD00001.BIN`]: new Uint8Array([code])});
-    const {layers} = await only({...set('a/', 7), ...set('b/c/', 0)});
+    const {layers} = await only({...set('a/', 7), ...set('b/TASKDATA/', 0)});
     expect(layers.map(({channels}) => [...channels[0]!.values])).toEqual([[150], [0]]);
   });
 });
