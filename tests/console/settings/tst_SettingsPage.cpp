@@ -1,4 +1,5 @@
 // The settings page.
+#include "console/settings/Breakable.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/window/Geometry.h"
 #include "host/TPropertyWidget.h"
@@ -9,8 +10,10 @@
 
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QSignalSpy>
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 
+#include <algorithm>
 #include <optional>
 
 using console::TSettingsPage;
@@ -224,6 +227,27 @@ private Q_SLOTS:
         page.Row(eService)->SetTextValue(QStringLiteral("other.example"));
         page.DiscardButton()->click();
         QCOMPARE(page.Row(eService)->GetTextValue(), Sample().service);
+    }
+
+    void showsAMessageInFullAfterAChangeOfTheWidth()
+    {
+        TSettingsPage page;
+        page.resize(1200, 600);
+        page.show();
+        const QString text = QStringLiteral("The service wants a host's name or address, and "
+                                            "after a colon its port.");
+        page.SetMessage(text);
+        const auto labels = page.findChildren<QLabel*>();
+        const auto message = std::find_if(labels.cbegin(), labels.cend(), [&](const QLabel* label) {
+            return console::WithoutBreaks(label->text()) == text;
+        });
+        QVERIFY(message != labels.cend());
+        for (const int width : {1200, 600}) {
+            page.resize(width, 600);
+            QCoreApplication::processEvents();
+            QVERIFY((*message)->visibleRegion().boundingRect().height() >=
+                    (*message)->heightForWidth((*message)->width()));
+        }
     }
 
     void cutsNothingOff()
