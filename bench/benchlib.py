@@ -62,8 +62,8 @@ class Service:
         self.data = folder / "service"
         self.log = open(folder / "service.log", "wb")
         self.process = subprocess.Popen(
-            [build / "bin/kelvo-service", "serve", "--data", self.data, "--listen", "127.0.0.1:0", "--metrics-listen", "127.0.0.1:0",
-             "--password-cost", "min"], stdout=subprocess.PIPE, stderr=self.log)
+            [build / "bin/kelvo-service", "serve", "--data", self.data, "--listen", "127.0.0.1:0",
+             "--metrics-listen", "127.0.0.1:0", "--password-cost", "min"], stdout=subprocess.PIPE, stderr=self.log)
         self.process.stdout.readline()
         self.host = json.loads((self.data / "endpoints.json").read_text())["api"]
         self.ca = self.data / "ca.pem"
