@@ -95,7 +95,7 @@ class LifeTest(FarmCase):
         self.assertEqual(result.returncode, 1)
         self.assertIn("/proc/kelvo", result.stderr)
 
-    def test_usage(self):
+    def test_wrong_options_end_with_status_2(self):
         self.assertEqual(self.run_console("--help").returncode, 0)
         self.assertIn("kelvo-console", self.run_console("--version").stdout)
         for options in ((), ("--fullscreen",), ("--headless", "--timeout", "0")):

@@ -91,10 +91,10 @@ class LinkStateTest(FarmCase):
         self.addCleanup(page.close)
         self.refused("network wants login", address=address)
 
-    def test_no_network(self):
+    def test_shows_that_there_is_no_network(self):
         self.refused("no network", address="name.invalid:443")
 
-    def test_a_wrong_clock(self):
+    def test_shows_that_the_clock_is_wrong(self):
         self.refused("clock wrong", prefix=wrong_clock(self))
 
     def test_a_service_that_is_not_trusted(self):

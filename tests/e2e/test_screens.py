@@ -186,7 +186,7 @@ class TwiceTest(ScreensCase):
             self.assertTrue(window.look().button(page)["checked"], page)
         self.assertEqual(window.look().popups, [])
 
-    def test_download(self):
+    def test_a_download_unpacks_each_archive_once(self):
         window = self.open_file_controller()
         content = self.send_archives("1.zip", "2.zip")
         self.select(window, *content)
@@ -208,7 +208,7 @@ class TwiceTest(ScreensCase):
         self.assertEqual(self.content_at_the_service("From Console"), content)
         self.assertEqual(self.reports_left(), {})
 
-    def test_delete_and_its_answers(self):
+    def test_a_deletion_asks_first_and_deletes_once(self):
         window = self.open_file_controller()
         self.send({"a.zip": b"x", "b.zip": b"x"})
         self.select(window, "a.zip")
@@ -221,7 +221,7 @@ class TwiceTest(ScreensCase):
         self.assertEqual(self.files_at_service("To Console"), ["b.zip"])
         self.assertEqual(more(self.service.requests(), before)[DELETIONS], 1)
 
-    def test_cancel(self):
+    def test_cancel_ends_after_the_current_file(self):
         link = self.link()
         window = self.open_file_controller(link)
         content = self.send_archives("1.zip", "2.zip")

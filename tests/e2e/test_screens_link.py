@@ -114,11 +114,11 @@ class ScreensLinkTest(ScreensCase):
         texts = [label for popup in screen.popups for label in popup["labels"] if " of " in label]
         return texts[0] if texts else None
 
-    def test_no_network(self):
+    def test_shows_that_there_is_no_network(self):
         window = self.fail_to_log_in(address="name.invalid:443")
         self.until_bar(window, "No network\nat ", "link-no-network")
 
-    def test_a_wrong_clock(self):
+    def test_shows_that_the_clock_is_wrong(self):
         window = self.fail_to_log_in(prefix=wrong_clock(self))
         self.until_bar(window, "Clock is wrong", "link-clock-wrong")
 

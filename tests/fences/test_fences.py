@@ -173,7 +173,7 @@ class LibraryFence(TreeCase):
         self.assertEqual(library_fence.exports(library, map_file),
                          ["not exported: n::f(int)", "exported and not listed: n::f(long)"])
 
-    def test_imports(self):
+    def test_reports_an_import_that_is_not_listed(self):
         export = '__attribute__((visibility("default")))'
         base = self.built_library(f"struct {export} S {{ void f(int); void g(); }};"
                                   "void S::f(int) {} void S::g() {}", "-Wl,-soname,base.so")
@@ -191,7 +191,7 @@ class LibraryFence(TreeCase):
         self.assertIn("base.so: no names in the list",
                       library_fence.imports(user, listed, provider))
 
-    def test_owned(self):
+    def test_reports_an_export_that_no_header_lists(self):
         export = '__attribute__((visibility("default")))'
         library = self.built_library(
             f"struct {export} S {{ virtual void f(); struct {export} T {{ void g(); }}; }};"
@@ -223,14 +223,14 @@ class LibraryFence(TreeCase):
                 self.write("page.md", "".join(row.format(*one) for one in rows))
                 self.assertEqual(library_fence.documented(*paths), violations)
 
-    def test_needed(self):
+    def test_reports_a_library_that_must_not_be_needed(self):
         library = self.built_library(
             "#include <cmath>\ndouble f(double x) { return std::tgamma(x); }",
             "-Wl,--no-as-needed", "-lm")
         self.assertIn("needs libm.so.6", library_fence.needed(library, "libc.", "libstdc++"))
         self.assertEqual(library_fence.needed(library, "lib", "ld-linux"), [])
 
-    def test_closed(self):
+    def test_reports_a_symbol_that_no_library_has(self):
         library = self.built_library("void g();\n__attribute__((visibility(\"default\"))) "
                                "void f() { g(); }", "-Wl,-z,undefs")
         self.assertTrue(any("_Z1gv" in line for line in library_fence.closed(library)))
@@ -243,7 +243,7 @@ class LibraryFence(TreeCase):
                          ["code runs at load for lib.cpp"])
         self.assertEqual(library_fence.constructors(library, "lib.cpp"), [])
 
-    def test_apart(self):
+    def test_reports_code_that_uses_a_forbidden_library(self):
         library = self.built_library('__attribute__((visibility("default"))) void g() {}')
         for body, violations in (("g();", ["uses _Z1gv"]), ("", [])):
             code = self.write("user.cpp", "void g(); void h(); void f() { %s h(); }" % body)

@@ -12,8 +12,8 @@ class tst_Listing : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void theSuffixRule_data();
-    void theSuffixRule();
+    void listsOnlyFilesWithTheSuffix_data();
+    void listsOnlyFilesWithTheSuffix();
     void keepsTheServicesOrder();
     void anEmptyInboxIsAnEmptyListing();
     void onlyEntriesOfTheFileKindAreListed();
@@ -33,7 +33,7 @@ private Q_SLOTS:
     void keepsNothingOfThePreviousListing();
 };
 
-void tst_Listing::theSuffixRule_data()
+void tst_Listing::listsOnlyFilesWithTheSuffix_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("downloadable");
@@ -65,7 +65,7 @@ void tst_Listing::theSuffixRule_data()
     row("Feld \xC3\xA4\xF0\x9F\x9A\x9C.zip", true);
 }
 
-void tst_Listing::theSuffixRule()
+void tst_Listing::listsOnlyFilesWithTheSuffix()
 {
     QFETCH(QString, name);
     QFETCH(bool, downloadable);

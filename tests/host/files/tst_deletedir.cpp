@@ -14,8 +14,8 @@ class tst_DeleteDir : public TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void deletes_data();
-    void deletes();
+    void deletesAsTheFlagsSay_data();
+    void deletesAsTheFlagsSay();
     void neverFollowsLinks();
     void deletesALinkInsteadOfItsTarget();
     void deletesHiddenAndReadOnly();
@@ -23,7 +23,7 @@ private Q_SLOTS:
     void refusesAnEmptyPathAndAFile();
 };
 
-void tst_DeleteDir::deletes_data()
+void tst_DeleteDir::deletesAsTheFlagsSay_data()
 {
     QTest::addColumn<bool>("hasSubfolder");
     QTest::addColumn<bool>("recursive");
@@ -44,7 +44,7 @@ void tst_DeleteDir::deletes_data()
         << true << false << false << false << QStringList({folder, subfolder, deepFile});
 }
 
-void tst_DeleteDir::deletes()
+void tst_DeleteDir::deletesAsTheFlagsSay()
 {
     QFETCH(bool, hasSubfolder);
     QFETCH(bool, recursive);

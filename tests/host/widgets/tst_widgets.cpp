@@ -57,7 +57,7 @@ private Q_SLOTS:
     void windowInstallsNoLayout();
     void focusRingIsDrawn();
     void containersReturnTheirDefault();
-    void containersGrow();
+    void containersGrowToTheIndexThatIsSet();
 };
 
 void tst_Widgets::theButtonHasItsPlaceAndSize()
@@ -308,7 +308,7 @@ void tst_Widgets::containersReturnTheirDefault()
     QCOMPARE(texts.Size(), 0);
 }
 
-void tst_Widgets::containersGrow()
+void tst_Widgets::containersGrowToTheIndexThatIsSet()
 {
     TEditContainerBool flags;
     flags.Set(2, false);

@@ -121,8 +121,8 @@ TEST_F(Ids, ALoginFailsWhenTheAccountHasAWrongId)
     for (const char* id : {"2147483648", "-1", "\"7\""}) {
         service.FailNext(
             Answer("GET /v1/account",
-                   test::Reply(200, R"({"user":{"id":)" + std::string(id) +
-                                        R"(,"name":"o"},"cursor":"1","projects":[]})")));
+                   test::MakeResponse(200, R"({"user":{"id":)" + std::string(id) +
+                                               R"(,"name":"o"},"cursor":"1","projects":[]})")));
         ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
         ASSERT_TRUE(listener.WaitForStates(states += 2)) << id;
         EXPECT_EQ(listener.States().back(), api::eLoginFailed) << id;
@@ -195,11 +195,11 @@ TEST_F(Ids, RefusesAnAnswerAboutAnotherFile)
     const std::int64_t asked = service.AddFileSilently(inbox, "b.zip", "other");
     const std::string another = With(With(kFile, 0, std::to_string(file)), 1, "7");
     const std::string line = "GET /v1/resources/" + std::to_string(asked);
-    service.FailNext(Answer(line, test::Reply(200, another)));
+    service.FailNext(Answer(line, test::MakeResponse(200, another)));
     EXPECT_FALSE(connection->Download(asked, folder.WidePath("b.zip").c_str()));
     EXPECT_EQ(connection->GetLastErrors().front().code,
               static_cast<std::int32_t>(EErrorCode::eBadAnswer));
-    service.FailNext(Answer(line, test::Reply(200, another)));
+    service.FailNext(Answer(line, test::MakeResponse(200, another)));
     EXPECT_EQ(connection->GetResourceWithContent(asked).id, 0);
     EXPECT_FALSE(HasAsked("GET " + own + "/content"));
     EXPECT_EQ(folder.EntryCount(), 0u);
@@ -212,8 +212,8 @@ TEST_F(Ids, RefusesAnAnswerAboutAnotherProject)
     LogIn();
     const std::string line = "GET /v1/projects/777/resources";
     service.FailNext(Answer(
-        line,
-        test::Reply(200, R"({"project":{"id":1,"kind":"project","name":"p"},"resources":[]})")));
+        line, test::MakeResponse(
+                  200, R"({"project":{"id":1,"kind":"project","name":"p"},"resources":[]})")));
     EXPECT_TRUE(connection->GetProjectResources(777).empty());
     EXPECT_EQ(connection->GetLastErrors().front().code,
               static_cast<std::int32_t>(EErrorCode::eBadAnswer));
@@ -251,8 +251,8 @@ TEST_F(Ids, AnUploadFailsWhenItsResultHasAWrongId)
             std::to_string(inbox) + R"(,"sha256":")" + ToHex(digest) + R"(","etag":"e","id":)" +
             id + "}]}";
         for (int i = 0; i < 6; ++i) // all that the upload asks
-            service.FailNext(
-                Answer("POST /v1/uploads", test::Reply(201, body,
+            service.FailNext(Answer("POST /v1/uploads",
+                                    test::MakeResponse(201, body,
                                                        {{"Location", "/kelvo-api/v1/uploads/u"},
                                                         {"Upload-Offset", "1"},
                                                         {"Repr-Digest", ToReprDigest(digest)}})));

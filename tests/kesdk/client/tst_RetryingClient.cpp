@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using test::Drop;
-using test::Reply;
+using test::MakeResponse;
 using Sleeps = std::vector<std::chrono::milliseconds>;
 
 class RetryingClientTest : public testing::Test
@@ -21,7 +21,7 @@ class RetryingClientTest : public testing::Test
 protected:
     HttpOutcome Good(int status, std::vector<HttpHeader> headers = {})
     {
-        return test::Respond(HttpRequest(), Reply(status, {}, std::move(headers)));
+        return test::Respond(HttpRequest(), MakeResponse(status, {}, std::move(headers)));
     }
 
     HttpOutcome Perform() { return client.Perform(get, policy, abort); }

@@ -22,7 +22,7 @@ struct ProblemCase
 
 impl::HttpResponse Page(int status)
 {
-    return Reply(status, "<html>", {{"Content-Type", "text/html"}});
+    return MakeResponse(status, "<html>", {{"Content-Type", "text/html"}});
 }
 
 class AnySink : public impl::BodySink
@@ -41,11 +41,11 @@ protected:
     EProblem ProblemAfter(const impl::HttpOutcome& outcome, bool hasLateBytes)
     {
         FakeTransport quick([](const impl::HttpRequest&, const impl::AbortCheck&) {
-            return impl::HttpOutcome{Reply(204), {}};
+            return impl::HttpOutcome{MakeResponse(204), {}};
         });
         impl::WatchedTransport other(quick, board);
         FakeTransport slow([&](const impl::HttpRequest& request, const impl::AbortCheck&) {
-            const impl::HttpResponse answer = Reply(200, "0123456789");
+            const impl::HttpResponse answer = MakeResponse(200, "0123456789");
             time->Advance(std::chrono::seconds(1));
             Respond(request, answer);
             time->Advance(std::chrono::seconds(1));
@@ -90,7 +90,7 @@ TEST(WatchedTransport, TellsTheProblemsApart)
         {{Page(503), {}}, EProblem::eNoAnswer, false},
         {{Problem(503, "busy"), {}}, EProblem::eNone, true},
         {{Problem(404, "not-found"), {}}, EProblem::eNone, true},
-        {{Reply(204), {}}, EProblem::eNone, true},
+        {{MakeResponse(204), {}}, EProblem::eNone, true},
     };
     for (const ProblemCase& each : cases) {
         impl::LinkBoard board;

@@ -16,8 +16,10 @@ protected:
     {
         const std::vector<impl::HttpHeader> html{{"Content-Type", "text/html; charset=utf-8"}};
         const std::string page = "<html>Welcome to the camping site</html>";
-        return {Reply(200, page, html), Reply(404, page, html), Reply(401, page, html),
-                Reply(302, {}, {{"Location", "http://login.test/"}}), Reply(511, page)};
+        return {MakeResponse(200, page, html), MakeResponse(404, page, html),
+                MakeResponse(401, page, html),
+                MakeResponse(302, {}, {{"Location", "http://login.test/"}}),
+                MakeResponse(511, page)};
     }
     void FailLogin()
     {
@@ -112,7 +114,7 @@ TEST_F(CaptivePortal, IsNotReportedForTheErrorOfAProxy)
 {
     const std::vector<impl::HttpHeader> html{{"Content-Type", "text/html"}};
     LogIn();
-    service.FailNext(Answer("POST /v1/uploads", Reply(413, "<html>too large</html>", html)));
+    service.FailNext(Answer("POST /v1/uploads", MakeResponse(413, "<html>too large</html>", html)));
     EXPECT_FALSE(Upload("b.zip", "content"));
     EXPECT_EQ(FirstText(), L"b.zip is too large for the service.");
 }

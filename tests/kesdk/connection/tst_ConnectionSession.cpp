@@ -90,7 +90,7 @@ TEST_F(ConnectionSession, FailsAndEndsItsTokenWithoutAStream)
 
 TEST_F(ConnectionSession, FailsWhenTheAnswerIsUnreadable)
 {
-    service.FailNext(Answer("POST /v1/sessions", Reply(201, "<html>")));
+    service.FailNext(Answer("POST /v1/sessions", MakeResponse(201, "<html>")));
     ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
     ASSERT_TRUE(listener.WaitForState(api::eLoginFailed));
     EXPECT_EQ(connection->GetLastLoginErrors().front().code,

@@ -14,8 +14,8 @@ namespace kesdk::impl {
 
 namespace {
 
+using test::MakeResponse;
 using test::Problem;
-using test::Reply;
 
 struct ProblemCase
 {
@@ -126,15 +126,16 @@ TEST(Problems, AreReadFromNameAndStatus)
 
 TEST(Problems, OfAProxyAreReadFromTheStatus)
 {
-    EXPECT_EQ(FailureOf(Reply(502, "<html>bad gateway</html>")).code, EErrorCode::eServiceBusy);
-    EXPECT_EQ(FailureOf(Reply(401, "")).code, EErrorCode::eSessionEnded);
-    EXPECT_EQ(FailureOf(Reply(418, "[1,2]")).code, EErrorCode::eRefusedByService);
-    EXPECT_EQ(FailureOf(Reply(599, "{")).code, EErrorCode::eServiceError);
+    EXPECT_EQ(FailureOf(MakeResponse(502, "<html>bad gateway</html>")).code,
+              EErrorCode::eServiceBusy);
+    EXPECT_EQ(FailureOf(MakeResponse(401, "")).code, EErrorCode::eSessionEnded);
+    EXPECT_EQ(FailureOf(MakeResponse(418, "[1,2]")).code, EErrorCode::eRefusedByService);
+    EXPECT_EQ(FailureOf(MakeResponse(599, "{")).code, EErrorCode::eServiceError);
 }
 
 TEST(Problems, AreNoneBelow400)
 {
-    EXPECT_FALSE(FailureOf(Reply(204)).IsSet());
+    EXPECT_FALSE(FailureOf(MakeResponse(204)).IsSet());
 }
 
 TEST(CurlErrors, AreTranslated)

@@ -81,7 +81,7 @@ private:
 impl::HttpOutcome Done()
 {
     impl::HttpOutcome outcome;
-    outcome.response = Reply(204);
+    outcome.response = MakeResponse(204);
     return outcome;
 }
 

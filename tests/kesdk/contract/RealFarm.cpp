@@ -12,10 +12,10 @@ using nlohmann::json;
 
 constexpr const char* kOfficePassword = "office password";
 
-void Expect(const ApiReply& reply, long status, const std::string& what)
+void Expect(const ApiAnswer& answer, long status, const std::string& what)
 {
-    if (reply.status != status)
-        throw std::runtime_error(what + ": " + std::to_string(reply.status) + " " + reply.body);
+    if (answer.status != status)
+        throw std::runtime_error(what + ": " + std::to_string(answer.status) + " " + answer.body);
 }
 
 } // namespace
@@ -38,14 +38,14 @@ std::wstring RealFarm::UserName() const
 std::int64_t RealFarm::PutFile(std::int64_t inboxId, const std::wstring& name,
                                const std::string& content) const
 {
-    const ApiReply reply =
+    const ApiAnswer answer =
         m_office.Send("POST", "/uploads", content,
                       {"Tus-Resumable: 1.0.0", "Upload-Length: " + std::to_string(content.size()),
                        "Upload-Metadata: name " + impl::EncodeBase64(impl::ToUtf8(name)) +
                            ",targets " + impl::EncodeBase64(std::to_string(inboxId)),
                        "Content-Type: application/offset+octet-stream", "Expect:"});
-    Expect(reply, 201, "upload");
-    return json::parse(reply.body)["files"][0]["id"].get<std::int64_t>();
+    Expect(answer, 201, "upload");
+    return json::parse(answer.body)["files"][0]["id"].get<std::int64_t>();
 }
 
 void RealFarm::RemoveFile(std::int64_t fileId) const
@@ -55,10 +55,10 @@ void RealFarm::RemoveFile(std::int64_t fileId) const
 
 std::string RealFarm::Content(std::int64_t fileId) const
 {
-    const ApiReply reply =
+    const ApiAnswer answer =
         m_office.Send("GET", "/resources/" + std::to_string(fileId) + "/content", {});
-    Expect(reply, 200, "content");
-    return reply.body;
+    Expect(answer, 200, "content");
+    return answer.body;
 }
 
 void RealFarm::EndSessions() const
@@ -70,10 +70,10 @@ void RealFarm::EndSessions() const
 json RealFarm::Ask(const ApiSession& session, const std::string& method, const std::string& target,
                    const json& body, long status)
 {
-    const ApiReply reply =
+    const ApiAnswer answer =
         session.Send(method, target, body.dump(), {"Content-Type: application/json"});
-    Expect(reply, status, target);
-    return json::parse(reply.body);
+    Expect(answer, status, target);
+    return json::parse(answer.body);
 }
 
 std::int64_t RealFarm::MakeUser(const std::string& name, const std::string& password,

@@ -115,16 +115,16 @@ ApiSession::ApiSession(const ServiceProcess& service, const std::string& user,
                        const std::string& password)
     : m_url(service.Url() + "/v1"), m_authorityFile(service.AuthorityFile())
 {
-    const ApiReply reply =
+    const ApiAnswer answer =
         Send("POST", "/sessions", nlohmann::json{{"user", user}, {"password", password}}.dump(),
              {"Content-Type: application/json"});
-    if (reply.status != 201)
-        throw std::runtime_error("no session: " + reply.body);
-    m_token = nlohmann::json::parse(reply.body).at("token").get<std::string>();
+    if (answer.status != 201)
+        throw std::runtime_error("no session: " + answer.body);
+    m_token = nlohmann::json::parse(answer.body).at("token").get<std::string>();
 }
 
-ApiReply ApiSession::Send(const std::string& method, const std::string& target,
-                          const std::string& body, const std::vector<std::string>& headers) const
+ApiAnswer ApiSession::Send(const std::string& method, const std::string& target,
+                           const std::string& body, const std::vector<std::string>& headers) const
 {
     CURL* easy = curl_easy_init();
     curl_slist* list = nullptr;
@@ -132,7 +132,7 @@ ApiReply ApiSession::Send(const std::string& method, const std::string& target,
         list = curl_slist_append(list, header.c_str());
     if (!m_token.empty())
         list = curl_slist_append(list, ("Authorization: Bearer " + m_token).c_str());
-    ApiReply reply;
+    ApiAnswer answer;
     curl_easy_setopt(easy, CURLOPT_URL, (m_url + target).c_str());
     curl_easy_setopt(easy, CURLOPT_CAINFO, m_authorityFile.c_str());
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, list);
@@ -142,14 +142,14 @@ ApiReply ApiSession::Send(const std::string& method, const std::string& target,
     }
     curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, method.c_str());
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Append);
-    curl_easy_setopt(easy, CURLOPT_WRITEDATA, &reply.body);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, &answer.body);
     curl_easy_setopt(easy, CURLOPT_TIMEOUT, 30L);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     if (curl_easy_perform(easy) == CURLE_OK)
-        curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &reply.status);
+        curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &answer.status);
     curl_slist_free_all(list);
     curl_easy_cleanup(easy);
-    return reply;
+    return answer;
 }
 
 } // namespace kesdk::test

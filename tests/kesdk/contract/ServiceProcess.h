@@ -40,7 +40,7 @@ private:
     std::string m_endpoint;
 };
 
-struct ApiReply
+struct ApiAnswer
 {
     long status = 0;
     std::string body;
@@ -52,8 +52,8 @@ class ApiSession
 public:
     ApiSession(const ServiceProcess& service, const std::string& user, const std::string& password);
 
-    ApiReply Send(const std::string& method, const std::string& target, const std::string& body,
-                  const std::vector<std::string>& headers = {}) const;
+    ApiAnswer Send(const std::string& method, const std::string& target, const std::string& body,
+                   const std::vector<std::string>& headers = {}) const;
 
 private:
     std::string m_url;

@@ -49,9 +49,9 @@ protected:
             const std::string range = "bytes " + std::to_string(rangeBegin) + "-" +
                                       std::to_string(sizeBytes - 1) + "/" +
                                       std::to_string(sizeBytes);
-            return test::Respond(sent.request,
-                                 test::Reply(206, text.substr(from), {{"Content-Range", range}}),
-                                 bytes);
+            return test::Respond(
+                sent.request,
+                test::MakeResponse(206, text.substr(from), {{"Content-Range", range}}), bytes);
         };
     }
     Answer Gives(std::size_t from, std::size_t bytes) const

@@ -42,9 +42,10 @@ protected:
         return [this, afterHole, status](const SentRequest& sent) {
             EXPECT_EQ(sent.request.source, nullptr);
             HttpOutcome outcome;
-            outcome.response = test::Reply(status, {},
-                                           {{"Location", "/kelvo-api/v1/uploads/u1"},
-                                            {"Upload-Offset", std::to_string(hole + afterHole)}});
+            outcome.response =
+                test::MakeResponse(status, {},
+                                   {{"Location", "/kelvo-api/v1/uploads/u1"},
+                                    {"Upload-Offset", std::to_string(hole + afterHole)}});
             return outcome;
         };
     }
@@ -63,10 +64,10 @@ protected:
             if (from + bytes < text.size())
                 return test::Drop();
             HttpOutcome outcome;
-            outcome.response = test::Reply(204, {},
-                                           {{"Upload-Offset", std::to_string(sizeBytes)},
-                                            {"Kelvo-File-Ids", std::to_string(kFile)},
-                                            {"Repr-Digest", ToReprDigest(digest)}});
+            outcome.response = test::MakeResponse(204, {},
+                                                  {{"Upload-Offset", std::to_string(sizeBytes)},
+                                                   {"Kelvo-File-Ids", std::to_string(kFile)},
+                                                   {"Repr-Digest", ToReprDigest(digest)}});
             return outcome;
         };
     }
@@ -81,11 +82,11 @@ protected:
                 {"size", sizeBytes},    {"sha256", ToHex(digest)},
                 {"etag", "\"etag\""},   {"created_at", "2026-01-01T00:00:00Z"}};
             HttpOutcome outcome;
-            outcome.response = test::Reply(201, nlohmann::json{{"files", {record}}}.dump(),
-                                           {{"Location", "/kelvo-api/v1/uploads/u1"},
-                                            {"Upload-Offset", std::to_string(sizeBytes)},
-                                            {"Kelvo-File-Ids", std::to_string(kFile)},
-                                            {"Repr-Digest", ToReprDigest(digest)}});
+            outcome.response = test::MakeResponse(201, nlohmann::json{{"files", {record}}}.dump(),
+                                                  {{"Location", "/kelvo-api/v1/uploads/u1"},
+                                                   {"Upload-Offset", std::to_string(sizeBytes)},
+                                                   {"Kelvo-File-Ids", std::to_string(kFile)},
+                                                   {"Repr-Digest", ToReprDigest(digest)}});
             return outcome;
         };
     }

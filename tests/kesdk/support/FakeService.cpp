@@ -206,7 +206,7 @@ HttpResponse FakeService::Answer(const SentRequest& sent, bool isWhole)
     }
     if (line == "DELETE /v1/sessions/current" || StartsWith(line, "PUT /v1/") ||
         line == "POST /v1/positions")
-        return Reply(204);
+        return MakeResponse(204);
     return Problem(404, "not-found");
 }
 
@@ -218,10 +218,10 @@ HttpResponse FakeService::Login(const SentRequest& sent)
             const std::string token = "token-" + std::to_string(m_tokens.size() + 1);
             m_tokens[token] = id;
             m_endReason.clear();
-            return Reply(201, json{{"token", token},
-                                   {"user", {{"id", id}, {"name", user.name}}},
-                                   {"expires_at", "2030-01-01T00:00:00Z"}}
-                                  .dump());
+            return MakeResponse(201, json{{"token", token},
+                                          {"user", {{"id", id}, {"name", user.name}}},
+                                          {"expires_at", "2030-01-01T00:00:00Z"}}
+                                         .dump());
         }
     }
     return Problem(401, "invalid-credentials");

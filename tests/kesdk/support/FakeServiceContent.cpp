@@ -104,18 +104,18 @@ HttpResponse FakeService::Account(std::int64_t userId) const
             {{"id", id}, {"kind", "project"}, {"name", name}, {"resources", resources}});
     }
     const auto newest = m_firstEvent + static_cast<std::int64_t>(m_events.size()) - 1;
-    return Reply(200, json{{"user", {{"id", userId}, {"name", m_users.at(userId).name}}},
-                           {"cursor", std::to_string(newest)},
-                           {"projects", projects}}
-                          .dump());
+    return MakeResponse(200, json{{"user", {{"id", userId}, {"name", m_users.at(userId).name}}},
+                                  {"cursor", std::to_string(newest)},
+                                  {"projects", projects}}
+                                 .dump());
 }
 
 HttpResponse FakeService::GetResource(std::int64_t id) const
 {
     const auto file = m_files.find(id);
     if (file != m_files.end() && !file->second.isRemoved)
-        return Reply(200, FileJson(id));
-    return m_inboxes.count(id) > 0 ? Reply(200, InboxJson(id)) : Problem(404, "not-found");
+        return MakeResponse(200, FileJson(id));
+    return m_inboxes.count(id) > 0 ? MakeResponse(200, InboxJson(id)) : Problem(404, "not-found");
 }
 
 HttpResponse FakeService::CreateInbox(const std::string& target, std::int64_t userId)
@@ -125,7 +125,7 @@ HttpResponse FakeService::CreateInbox(const std::string& target, std::int64_t us
             continue;
         for (const auto& [inboxId, inbox] : m_inboxes) {
             if (inbox.project == id && inbox.owner == userId)
-                return Reply(200, InboxJson(inboxId));
+                return MakeResponse(200, InboxJson(inboxId));
         }
         const std::int64_t inboxId = m_nextId++;
         m_inboxes[inboxId] = {id, userId};
@@ -133,7 +133,7 @@ HttpResponse FakeService::CreateInbox(const std::string& target, std::int64_t us
             "event: inbox-added\ndata: {\"container\":{\"id\":" + std::to_string(id) +
             ",\"kind\":\"project\"},\"entry\":" + InboxJson(inboxId) + "}\n\n");
         m_changed.notify_all();
-        return Reply(201, InboxJson(inboxId));
+        return MakeResponse(201, InboxJson(inboxId));
     }
     return Problem(404, "not-found");
 }
@@ -149,14 +149,15 @@ HttpResponse FakeService::GetContent(const SentRequest& sent, std::int64_t id) c
         return Problem(412, "precondition-failed");
     const std::string range = sent.Header("Range");
     if (range.empty() || sent.Header("If-Range") != etag)
-        return Reply(200, file.content, {{"ETag", etag}});
+        return MakeResponse(200, file.content, {{"ETag", etag}});
     const std::size_t from = std::stoul(range.substr(6));
     if (from >= file.content.size())
         return Problem(416, "range-not-satisfiable");
     const std::string size = std::to_string(file.content.size());
-    return Reply(206, file.content.substr(from),
-                 {{"Content-Range", "bytes " + std::to_string(from) + "-" +
-                                        std::to_string(file.content.size() - 1) + "/" + size}});
+    return MakeResponse(
+        206, file.content.substr(from),
+        {{"Content-Range", "bytes " + std::to_string(from) + "-" +
+                               std::to_string(file.content.size() - 1) + "/" + size}});
 }
 
 HttpResponse FakeService::DeleteFile(const SentRequest& sent, std::int64_t id)
@@ -169,7 +170,7 @@ HttpResponse FakeService::DeleteFile(const SentRequest& sent, std::int64_t id)
         return Problem(412, "precondition-failed");
     found->second.isRemoved = true;
     AddEvent("file-removed", found->second.inbox, FileJson(id));
-    return Reply(204);
+    return MakeResponse(204);
 }
 
 HttpResponse FakeService::BeginUpload(const SentRequest& sent, bool isWhole)
@@ -207,7 +208,7 @@ HttpResponse FakeService::BeginUpload(const SentRequest& sent, bool isWhole)
 HttpResponse FakeService::HeadUpload(const std::string& id)
 {
     if (m_uploads.count(id) == 0)
-        return Reply(404);
+        return MakeResponse(404);
     return UploadState(200, id);
 }
 
@@ -226,7 +227,7 @@ HttpResponse FakeService::UploadState(int status, const std::string& id)
 {
     Upload& upload = m_uploads[id];
     HttpResponse response =
-        Reply(status, {}, {{"Upload-Offset", std::to_string(upload.content.size())}});
+        MakeResponse(status, {}, {{"Upload-Offset", std::to_string(upload.content.size())}});
     if (status == 201) // only the answer to POST names the upload
         response.headers.push_back({"Location", "/kelvo-api/v1/uploads/" + id});
     if (static_cast<std::int64_t>(upload.content.size()) != upload.length)

@@ -87,7 +87,7 @@ FakeService::Outcome FakeService::Stream(const Request& request, const SentReque
     ++m_streams;
     m_changed.notify_all();
     Outcome outcome;
-    outcome.response = Reply(200, {}, {{"Content-Type", "text/event-stream"}});
+    outcome.response = MakeResponse(200, {}, {{"Content-Type", "text/event-stream"}});
     lock.unlock();
     bool isOpen = request.sink->Accept(outcome.response) && Write(request, ": connected\n\n");
     lock.lock();

@@ -69,11 +69,13 @@ impl::HttpOutcome Drop(impl::EErrorCode code)
 
 impl::HttpResponse Problem(int status, const std::string& name, const std::string& detail)
 {
-    return Reply(status, R"({"type":"urn:kelvo:problem:)" + name + R"(","title":"t","status":)" +
-                             std::to_string(status) + R"(,"detail":")" + detail + R"("})");
+    return MakeResponse(status, R"({"type":"urn:kelvo:problem:)" + name +
+                                    R"(","title":"t","status":)" + std::to_string(status) +
+                                    R"(,"detail":")" + detail + R"("})");
 }
 
-impl::HttpResponse Reply(int status, const std::string& body, std::vector<impl::HttpHeader> headers)
+impl::HttpResponse MakeResponse(int status, const std::string& body,
+                                std::vector<impl::HttpHeader> headers)
 {
     impl::HttpResponse response;
     response.status = status;

@@ -59,7 +59,7 @@ impl::HttpOutcome Respond(const impl::HttpRequest& request, impl::HttpResponse r
 
 impl::HttpOutcome Drop(impl::EErrorCode code = impl::EErrorCode::eDropped);
 impl::HttpResponse Problem(int status, const std::string& name, const std::string& detail = {});
-impl::HttpResponse Reply(int status, const std::string& body = {},
-                         std::vector<impl::HttpHeader> headers = {});
+impl::HttpResponse MakeResponse(int status, const std::string& body = {},
+                                std::vector<impl::HttpHeader> headers = {});
 
 } // namespace kesdk::test

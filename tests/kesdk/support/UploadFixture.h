@@ -82,12 +82,12 @@ protected:
         const std::string content = service.Content(file);
         Sha256 hash;
         hash.Update(content.data(), content.size());
-        return test::Reply(201, "{}",
-                           {{"Location", "/kelvo-api/v1/uploads/earlier"},
-                            {"Upload-Offset", std::to_string(kContent.size())},
-                            {"Kelvo-File-Ids", std::to_string(file)},
-                            {"Repr-Digest", ToReprDigest(hash.Finish())},
-                            {"Kelvo-Repeated", "true"}});
+        return test::MakeResponse(201, "{}",
+                                  {{"Location", "/kelvo-api/v1/uploads/earlier"},
+                                   {"Upload-Offset", std::to_string(kContent.size())},
+                                   {"Kelvo-File-Ids", std::to_string(file)},
+                                   {"Repr-Digest", ToReprDigest(hash.Finish())},
+                                   {"Kelvo-Repeated", "true"}});
     }
 
     const std::string path = folder.Write("report.txt", kContent);

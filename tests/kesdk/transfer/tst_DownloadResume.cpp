@@ -59,7 +59,7 @@ TEST_F(DownloadResume, ResumesAfterAnErrorOfTheService)
     for (const HttpResponse& answer :
          {test::Problem(507, "insufficient-storage"), test::Problem(500, "internal"),
           test::Problem(401, "unauthenticated"), test::Problem(400, "malformed-request"),
-          test::Reply(302)}) {
+          test::MakeResponse(302)}) {
         SCOPED_TRACE(answer.status);
         BeginAndStop();
         service.FailNext(Answer("GET /v1/resources/", answer));
@@ -74,7 +74,7 @@ TEST_F(DownloadResume, RemovesThePartOfAFileThatTheServiceRefuses)
     for (const HttpResponse& answer :
          {test::Problem(404, "not-found"), test::Problem(403, "forbidden"),
           test::Problem(412, "precondition-failed"), test::Problem(416, "range-not-satisfiable"),
-          test::Reply(206, "x", {{"Content-Range", "bytes 1-1/9"}})}) {
+          test::MakeResponse(206, "x", {{"Content-Range", "bytes 1-1/9"}})}) {
         SCOPED_TRACE(answer.status);
         BeginAndStop();
         service.FailNext(Answer("GET /v1/resources/", answer));
@@ -158,7 +158,7 @@ TEST_F(DownloadResume, FollowsNoLinkUnderThePartsName)
 TEST_F(DownloadResume, BeginsAnewWhenTheServiceDoesNotResume)
 {
     BeginAndStop();
-    service.FailNext(Answer("GET /v1/resources/", test::Reply(200, content)));
+    service.FailNext(Answer("GET /v1/resources/", test::MakeResponse(200, content)));
     EXPECT_FALSE(Fetch().IsSet());
     EXPECT_TRUE(folder.Read("here.zip") == content);
 }

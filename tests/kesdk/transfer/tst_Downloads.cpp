@@ -128,7 +128,7 @@ TEST_F(DownloadsTest, BeginsAnewWhenTheServiceDoesNotResume)
 {
     const FileRecord file = Record();
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 10));
-    service.FailNext(Answer("GET /v1/resources/", test::Reply(200, kContent)));
+    service.FailNext(Answer("GET /v1/resources/", test::MakeResponse(200, kContent)));
     ExpectSaved(Fetch(file));
 }
 
@@ -138,8 +138,8 @@ TEST_F(DownloadsTest, RefusesAWrongRange)
     const int before = service.Count("GET /v1/resources/");
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 10));
     service.FailNext(
-        Answer("GET /v1/resources/",
-               test::Reply(206, kContent.substr(12), {{"Content-Range", "bytes 12-57/58"}})));
+        Answer("GET /v1/resources/", test::MakeResponse(206, kContent.substr(12),
+                                                        {{"Content-Range", "bytes 12-57/58"}})));
     ExpectFailure(Fetch(file), EErrorCode::eDamaged);
     EXPECT_EQ(service.Count("GET /v1/resources/"), before + 2) << "the wrong bytes are not kept";
 }
@@ -179,7 +179,7 @@ TEST_F(DownloadsTest, GivesUpWhenTheServiceOnlyRepeatsTheSameBytes)
     const FileRecord file = Record();
     const std::string half = kContent.substr(0, 20);
     service.onRequest = [&](const std::string&) {
-        service.FailNext(Answer("GET /v1/resources/", test::Reply(200, half)));
+        service.FailNext(Answer("GET /v1/resources/", test::MakeResponse(200, half)));
     };
     ExpectFailure(Fetch(file), EErrorCode::eNoProgress);
 }
@@ -194,7 +194,7 @@ TEST_F(DownloadsTest, RefusesADamagedFile)
 TEST_F(DownloadsTest, RefusesAFileThatIsTooLong)
 {
     const FileRecord file = Record();
-    service.FailNext(Answer("GET /v1/resources/", test::Reply(200, kContent + "and more")));
+    service.FailNext(Answer("GET /v1/resources/", test::MakeResponse(200, kContent + "and more")));
     ExpectFailure(Fetch(file), EErrorCode::eDamaged);
 }
 

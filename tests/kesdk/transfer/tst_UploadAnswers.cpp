@@ -34,11 +34,11 @@ HttpResponse AnswerTo(const std::string& name, const std::vector<std::int64_t>& 
                          {"created_at", "2026-01-01T00:00:00Z"},
                          {"etag", '"' + ToHex(digest) + '"'}});
     }
-    return test::Reply(201, nlohmann::json{{"files", files}}.dump(),
-                       {{"Location", "/kelvo-api/v1/uploads/" + upload},
-                        {"Upload-Offset", std::to_string(content.size())},
-                        {"Kelvo-File-Ids", list},
-                        {"Repr-Digest", ToReprDigest(digest)}});
+    return test::MakeResponse(201, nlohmann::json{{"files", files}}.dump(),
+                              {{"Location", "/kelvo-api/v1/uploads/" + upload},
+                               {"Upload-Offset", std::to_string(content.size())},
+                               {"Kelvo-File-Ids", list},
+                               {"Repr-Digest", ToReprDigest(digest)}});
 }
 
 } // namespace
@@ -230,10 +230,10 @@ TEST_F(UploadsTest, AsksForTheRecordsOfAResumedUpload)
     hash.Update(kContent.data(), kContent.size());
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(
-        Replace("PATCH", test::Reply(204, {},
-                                     {{"Upload-Offset", std::to_string(kContent.size())},
-                                      {"Kelvo-File-Ids", "900"},
-                                      {"Repr-Digest", ToReprDigest(hash.Finish())}})));
+        Replace("PATCH", test::MakeResponse(204, {},
+                                            {{"Upload-Offset", std::to_string(kContent.size())},
+                                             {"Kelvo-File-Ids", "900"},
+                                             {"Repr-Digest", ToReprDigest(hash.Finish())}})));
     ExpectStored(Send(), kContent);
 }
 
@@ -246,8 +246,8 @@ TEST_F(UploadsTest, SendsNoByteToTheLocationOfAnotherUpload)
     AbortAfter("PATCH", 1);
     EXPECT_EQ(SendBy(uploads, first, {inbox}).failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
-    const HttpResponse offset =
-        test::Reply(201, {}, {{"Location", "/kelvo-api/v1/uploads/u1"}, {"Upload-Offset", "30"}});
+    const HttpResponse offset = test::MakeResponse(
+        201, {}, {{"Location", "/kelvo-api/v1/uploads/u1"}, {"Upload-Offset", "30"}});
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     for (int i = 0; i < 3; ++i)
         service.FailNext(Answer("POST /v1/uploads", offset));
@@ -262,8 +262,8 @@ TEST_F(UploadsTest, SendsNoByteToALocationThatOnlyOneAnswerNames)
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Answer(
         "POST /v1/uploads",
-        test::Reply(201, {},
-                    {{"Location", "/kelvo-api/v1/uploads/earlier"}, {"Upload-Offset", "30"}})));
+        test::MakeResponse(
+            201, {}, {{"Location", "/kelvo-api/v1/uploads/earlier"}, {"Upload-Offset", "30"}})));
     ExpectStored(Send(), kContent);
     EXPECT_EQ(service.Count("PATCH /v1/uploads/earlier"), 0);
 }
@@ -274,7 +274,7 @@ TEST_F(UploadsTest, EndsAfterThreeChangesOfTheLocationAndKeepsTheKey)
     for (const char* upload : {"a", "b", "c", "d"}) {
         const std::string location = std::string("/kelvo-api/v1/uploads/") + upload;
         const HttpResponse offset =
-            test::Reply(201, {}, {{"Location", location}, {"Upload-Offset", "10"}});
+            test::MakeResponse(201, {}, {{"Location", location}, {"Upload-Offset", "10"}});
         service.FailNext(Answer("POST /v1/uploads", offset));
         service.FailNext(Answer("POST /v1/uploads", offset));
     }
@@ -309,7 +309,7 @@ TEST_F(UploadsTest, IgnoresTheOffsetOfAnotherUpload)
 {
     for (const bool hasLocation : {false, true}) {
         for (const char* offset : {"25", "50", "4000"}) {
-            HttpResponse foreign = test::Reply(204, {}, {{"Upload-Offset", offset}});
+            HttpResponse foreign = test::MakeResponse(204, {}, {{"Upload-Offset", offset}});
             if (hasLocation)
                 foreign.headers.push_back({"Location", "/kelvo-api/v1/uploads/x9"});
             service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
@@ -327,7 +327,7 @@ TEST_F(UploadsTest, IgnoresTheOffsetOfAnotherUpload)
 TEST_F(UploadsTest, CountsProgressBelowTheOffsetOfAnotherUpload)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
-    service.FailNext(Answer("PATCH", test::Reply(204, {}, {{"Upload-Offset", "50"}})));
+    service.FailNext(Answer("PATCH", test::MakeResponse(204, {}, {{"Upload-Offset", "50"}})));
     for (int i = 0; i < 4; ++i)
         service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 5));
     service.onRequest = [this](const std::string& line) {

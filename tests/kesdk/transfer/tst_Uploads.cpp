@@ -280,7 +280,7 @@ TEST_F(UploadsTest, ReportsTheServicesError)
         {Answer("POST", test::Problem(403, "forbidden")), EErrorCode::eForbidden},
         {Answer("POST", test::Problem(401, "unauthenticated")), EErrorCode::eSessionEnded},
         {Answer("POST", test::Problem(413, "content-too-large")), EErrorCode::eTooLarge},
-        {Answer("POST", test::Reply(200, "hello")), EErrorCode::eBadAnswer},
+        {Answer("POST", test::MakeResponse(200, "hello")), EErrorCode::eBadAnswer},
     };
     for (const auto& [fault, code] : cases) {
         service.FailNext(fault);

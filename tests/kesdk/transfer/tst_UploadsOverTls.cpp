@@ -18,7 +18,7 @@ using UploadsOverTls = CurlTransportTest;
 
 // The kept connection dies under the first file. Then no handshake succeeds: the link drops, or the
 // login page of a network answers.
-TEST_F(UploadsOverTls, GivesTwoFilesTheSamePatienceAndTextWhenTheKeptConnectionDies)
+TEST_F(UploadsOverTls, GivesTwoFilesTheSameTimeAndTextWhenTheKeptConnectionDies)
 {
     const std::string page = "HTTP/1.1 302 Found\r\nLocation: http://login.test/\r\n\r\n";
     const std::pair<std::string, EErrorCode> cases[] = {{"", EErrorCode::eNoProgress},
