@@ -96,30 +96,30 @@ void removeOrphanedUploads(const Janitor::Parts& parts, long long keptForMs,
 }
 
 /** The database that contents may belong to. */
-struct Ownership
+struct DatabaseAge
 {
-    long long bornMs = 0; // when the database was made
+    long long createdMs = 0; // when the database was made
     long long keptForMs = 0;
 };
 
-void treatUnknownContent(const Janitor::Parts& parts, const std::string& digest,
-                         const Ownership& ownership)
+void markOrRemoveContent(const Janitor::Parts& parts, const std::string& digest,
+                         const DatabaseAge& age)
 {
     const auto lock = parts.digestLocks.tryLock(digest);
-    const auto trace = lock ? parts.contents.traceOf(digest) : std::nullopt;
-    if (!trace) {
+    const auto times = lock ? parts.contents.fileTimesOf(digest) : std::nullopt;
+    if (!times) {
         return;
     }
     const bool used = isUsed(parts, digest);
-    const bool isMarked = trace->unusedSinceMs.has_value();
+    const bool isMarked = times->unusedSinceMs.has_value();
     if (used == isMarked) {
         parts.contents.markUnused(digest, !used); // starts or clears its time unused
     }
     const long long now = parts.clock.nowMs();
-    const long long unusedForMs = isMarked ? now - *trace->unusedSinceMs : 0;
+    const long long unusedForMs = isMarked ? now - *times->unusedSinceMs : 0;
     // A birth in the future comes from a wrong clock and is ignored.
-    const bool isOlderThanDatabase = trace->writtenMs < ownership.bornMs && ownership.bornMs <= now;
-    if (!used && !isOlderThanDatabase && unusedForMs >= ownership.keptForMs) {
+    const bool isOlderThanDatabase = times->writtenMs < age.createdMs && age.createdMs <= now;
+    if (!used && !isOlderThanDatabase && unusedForMs >= age.keptForMs) {
         parts.contents.remove(digest);
     }
 }
@@ -140,9 +140,9 @@ void attempt(const char* what, const std::function<void()>& step)
 void removeUnknownContents(const Janitor::Parts& parts, long long keptForMs,
                            const Janitor::Stops& stops)
 {
-    const Ownership ownership{parts.database.readNow(store::firstCreatedMs), keptForMs};
+    const DatabaseAge age{parts.database.readNow(store::firstCreatedMs), keptForMs};
     for (const std::string& digest : parts.contents.digests()) {
-        attempt("clean-up-content-failed", [&] { treatUnknownContent(parts, digest, ownership); });
+        attempt("clean-up-content-failed", [&] { markOrRemoveContent(parts, digest, age); });
         if (stops()) {
             return;
         }

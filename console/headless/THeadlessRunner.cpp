@@ -73,7 +73,7 @@ void THeadlessRunner::RunNextSoon()
 void THeadlessRunner::RunNext()
 {
     m_isNextPosted = false;
-    if (m_isFinished || m_waiting != EWaiting::eNot) {
+    if (m_isFinished || m_waiting != EWaiting::eNone) {
         return;
     }
     if (m_lines.isEmpty()) {
@@ -148,7 +148,7 @@ void THeadlessRunner::BeginOperation(const TCommand& command)
     if (command.isBackground) {
         m_callbacks.print("started " + VerbName(command.verb).toUtf8());
     } else {
-        WaitFor(EWaiting::eOperation);
+        WaitFor(EWaiting::eRunningCommand);
     }
     Request(command);
 }
@@ -186,12 +186,12 @@ void THeadlessRunner::Request(const TCommand& command)
 void THeadlessRunner::BeginWait(const TCommand& command)
 {
     m_awaitedSignals = command.signalsToAwait;
-    WaitFor(m_awaitedSignals.isEmpty() ? EWaiting::eForOperation : EWaiting::eForSignals);
+    WaitFor(m_awaitedSignals.isEmpty() ? EWaiting::eWaitCommand : EWaiting::eWaitSignals);
     OnProgress();
 }
 
 // Each `wait` uses up its signals: the next `wait` waits for new signals.
-bool THeadlessRunner::HaveAwaitedSignalsCome()
+bool THeadlessRunner::HasReceivedAwaitedSignals()
 {
     auto unseen = m_unseenSignals;
     for (const EHubSignal signal : qAsConst(m_awaitedSignals)) {
@@ -217,15 +217,15 @@ void THeadlessRunner::OnProgress()
         } else {
             Fail(ended.Verb(), ended.Failure());
         }
-        if (m_waiting == EWaiting::eOperation) {
-            WaitFor(EWaiting::eNot);
+        if (m_waiting == EWaiting::eRunningCommand) {
+            WaitFor(EWaiting::eNone);
         }
     }
-    const bool isWaitOver = (m_waiting == EWaiting::eForOperation && !m_operation) ||
-                            (m_waiting == EWaiting::eForSignals && HaveAwaitedSignalsCome());
+    const bool isWaitOver = (m_waiting == EWaiting::eWaitCommand && !m_operation) ||
+                            (m_waiting == EWaiting::eWaitSignals && HasReceivedAwaitedSignals());
     if (isWaitOver) {
         Succeed(EVerb::eWait);
-        WaitFor(EWaiting::eNot);
+        WaitFor(EWaiting::eNone);
     }
     RunNextSoon();
 }
@@ -233,11 +233,11 @@ void THeadlessRunner::OnProgress()
 void THeadlessRunner::OnTimeout()
 {
     OnProgress(); // signals that have come until now came in time
-    if (m_waiting == EWaiting::eNot) {
+    if (m_waiting == EWaiting::eNone) {
         return;
     }
     const QString after = QStringLiteral("timed out after %1 s").arg(m_timeout.interval() / 1000);
-    if (m_waiting == EWaiting::eOperation) {
+    if (m_waiting == EWaiting::eRunningCommand) {
         Fail(m_operation->Verb(), after + QLatin1String(": ") + m_operation->Missing());
         if (m_operation->IsOnFiles()) {
             m_timedOut.push_back(*m_operation);
@@ -246,14 +246,14 @@ void THeadlessRunner::OnTimeout()
     } else {
         Fail(EVerb::eWait, after);
     }
-    WaitFor(EWaiting::eNot);
+    WaitFor(EWaiting::eNone);
     RunNextSoon();
 }
 
 void THeadlessRunner::WaitFor(EWaiting waiting)
 {
     m_waiting = waiting;
-    if (waiting == EWaiting::eNot) {
+    if (waiting == EWaiting::eNone) {
         m_timeout.stop();
     } else {
         m_timeout.start();

@@ -53,7 +53,7 @@ public:
     void OnHubEvent(const THubEvent& event);
 
 private:
-    enum class EWaiting : std::uint8_t { eNot, eOperation, eForOperation, eForSignals };
+    enum class EWaiting : std::uint8_t { eNone, eRunningCommand, eWaitCommand, eWaitSignals };
 
     bool IsEndOfTimedOut(const THubEvent& event);
     void RunNextSoon();
@@ -62,7 +62,7 @@ private:
     void BeginOperation(const TCommand& command);
     void Request(const TCommand& command);
     void BeginWait(const TCommand& command);
-    bool HaveAwaitedSignalsCome();
+    bool HasReceivedAwaitedSignals();
     void OnProgress();
     void OnTimeout();
     void WaitFor(EWaiting waiting);
@@ -79,7 +79,7 @@ private:
     std::vector<TOperation> m_timedOut;
     std::array<int, hubSignalCount> m_unseenSignals = {}; // signals that no `wait` has used
     QList<EHubSignal> m_awaitedSignals;
-    EWaiting m_waiting = EWaiting::eNot;
+    EWaiting m_waiting = EWaiting::eNone;
     bool m_isProgressPosted = false;
     bool m_isNextPosted = false;
     bool m_hasEnd = false;

@@ -12,7 +12,7 @@ struct TCredentials
 };
 
 // Reads the first two lines of a file. Returns false if others than the owner have access to the
-// file or a line is missing; `errorText` holds the reason, but never a text from the file.
+// file, or if a line is missing. `errorText` then holds the reason, but never a text from the file.
 bool ReadCredentialsFile(const QString& path, TCredentials& credentials, QString& errorText);
 
 // Reads KELVO_USER and KELVO_PASSWORD and removes them from the environment: no child process

@@ -9,10 +9,10 @@ class TFedGPSCoordinator;
 
 namespace console {
 
-// The plug-in's worker starts location sharing in two places: at a login, if there is a fix; and at
-// a new fix, if the hub is logged in. The hub hears of the login later than the worker, by a queued
-// call. A fix that comes in between starts nothing: the worker had no fix at its login, and the hub
-// is not logged in yet. So the fix is announced again when the hub has heard of the login.
+// The plug-in's worker starts location sharing at a login, if there is a fix, and at a new fix, if
+// the hub is logged in. The worker learns of the login first, the hub later by a queued call. A fix
+// between the two starts nothing. So the fix is announced again when the hub has learned of the
+// login.
 //
 // Thread: main. Ownership: the coordinator must outlive it.
 class TFixAnnouncer

@@ -57,8 +57,8 @@ bool TPluginSession::Start(const QString& pluginPath, QWidget* parentWidget, QSt
 }
 
 // If the SDK cannot be set up (an invalid service address, no memory), the worker's Initialize()
-// returns without a word and without a connection to the hub: ADR 24. Then no request reaches the
-// worker. Listen() comes later, so a receiver of the hub's signal is the worker.
+// returns without a log line and without a connection to the hub (ADR 24). Then no request reaches
+// the worker. Listen() comes later, so a receiver of the hub's signal is the worker.
 void TPluginSession::OnWorkerInitialised()
 {
     if (Hub() == nullptr) {

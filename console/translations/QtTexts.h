@@ -1,5 +1,6 @@
-// Texts of Qt that the operator may see: the menu of an entry field, why a library does not load,
-// and why a file cannot be written. No file includes this header; it lets lupdate find the texts.
+// Texts of Qt that the operator may see. They are the menu of an entry field, and why a library
+// does not load or a file cannot be written. No file includes this header; it lets lupdate find the
+// texts.
 #pragma once
 
 #include <QtCore/QtGlobal>

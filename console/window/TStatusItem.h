@@ -7,8 +7,8 @@
 namespace console {
 
 // Two blanks separate the parts of a text. A text that is too wide continues in a second line, with
-// its last parts; a text with a line break has two lines in any case. If a line is still too wide,
-// it is cut with an ellipsis; the tool tip has the whole text.
+// its last parts. A text with a line break always has two lines. If a line is still too wide, it is
+// cut with an ellipsis; the tool tip has the whole text.
 //
 // Thread: main.
 class TStatusItem : public QWidget

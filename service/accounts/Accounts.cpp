@@ -29,7 +29,7 @@ constexpr unsigned hashThreads = 2;
 constexpr std::chrono::hours browserSessionLife{12};
 constexpr long long placeLifeMs = 90LL * 24 * 3600 * 1000;
 
-constexpr long long seenEveryMs = 15LL * 60 * 1000;
+constexpr long long lastSeenStepMs = 15LL * 60 * 1000;
 
 constexpr const char* wrongCredentials = "The user name or the password is wrong.";
 constexpr const char* disabledAccount = "This account has been disabled.";
@@ -117,7 +117,7 @@ Async<store::Credentials> Accounts::check(Attempt attempt, std::string password)
     auto find = [&attempt, since](soci::session& sql) {
         attempt.known = store::credentialsOf(sql, attempt.user);
         if (attempt.known && store::isLoginPlace(sql, attempt.known->user.id,
-                                                 http::neighbourhoodOf(attempt.address), since)) {
+                                                 http::mobileNetworkOf(attempt.address), since)) {
             attempt.place = EPlace::Known;
         }
         return true;
@@ -175,7 +175,7 @@ Async<Login> Accounts::login(std::string user, std::string password, std::string
         login.ended = store::endOldestSessions(transaction, session.user.id, limit - 1);
         store::addSession(transaction, session.tokenHash, session.user.id, now, session.expiresMs,
                           attempt.address);
-        store::addLoginPlace(transaction, session.user.id, http::neighbourhoodOf(attempt.address),
+        store::addLoginPlace(transaction, session.user.id, http::mobileNetworkOf(attempt.address),
                              now);
         store::addAudit(transaction, attempt.entry("done", now));
     };
@@ -196,15 +196,15 @@ Async<store::Session> Accounts::authenticate(http::Request& request)
     request.farm = session->user.farmId();
     request.user = session->user.id;
     const long long now = clock_.nowMs();
-    if (std::abs(now - session->lastSeenMs) >= seenEveryMs &&
-        clock_.steadyMs() >= seePausedUntilMs_) {
-        co_await see(hash, now);
+    if (std::abs(now - session->lastSeenMs) >= lastSeenStepMs &&
+        clock_.steadyMs() >= lastSeenPausedUntilMs_) {
+        co_await updateLastSeen(hash, now);
     }
     co_return std::move(*session);
 }
 
 /** Only the list of sessions needs this time, so a request does not fail without it. */
-Async<void> Accounts::see(const std::string& tokenHash, long long nowMs)
+Async<void> Accounts::updateLastSeen(const std::string& tokenHash, long long nowMs)
 {
     auto set = [&tokenHash, nowMs](store::Transaction& transaction) {
         store::setLastSeen(transaction, tokenHash, nowMs);
@@ -212,7 +212,8 @@ Async<void> Accounts::see(const std::string& tokenHash, long long nowMs)
     try {
         co_await database_.write(set);
     } catch (const std::exception& error) {
-        seePausedUntilMs_ = clock_.steadyMs() + seenEveryMs; // the next requests must not wait too
+        lastSeenPausedUntilMs_ =
+            clock_.steadyMs() + lastSeenStepMs; // the next requests must not wait too
         logWarning("session-not-updated", error.what());
     }
 }

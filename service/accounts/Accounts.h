@@ -65,9 +65,9 @@ private:
     void refuseIfThrottled(const Attempt& attempt);
     Async<void> record(const Attempt& attempt, const char* outcome);
     Async<store::Credentials> check(Attempt attempt, std::string password);
-    Async<void> see(const std::string& tokenHash, long long nowMs);
+    Async<void> updateLastSeen(const std::string& tokenHash, long long nowMs);
 
-    std::atomic<std::int64_t> seePausedUntilMs_{0}; // by the clock that never jumps
+    std::atomic<std::int64_t> lastSeenPausedUntilMs_{0}; // by the clock that never jumps
     store::Database& database_;
     const Clock& clock_;
     Settings settings_;

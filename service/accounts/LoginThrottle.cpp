@@ -25,7 +25,7 @@ constexpr std::size_t capacity = 10000;
 std::string pairOf(const std::string& user, const std::string& address, EPlace place)
 {
     const bool isKnown = place == EPlace::Known;
-    return (isKnown ? http::neighbourhoodOf(address) : http::networkOf(address)) + " " + user;
+    return (isKnown ? http::mobileNetworkOf(address) : http::networkOf(address)) + " " + user;
 }
 
 } // namespace
@@ -70,8 +70,8 @@ void LoginThrottle::succeeded(const std::string& user, const std::string& addres
         failures += std::exchange(pair.failures, 0);
         pair.blockedUntilMs = 0;
     }
-    forgive(byAddress_, network, failures);
-    forgive(byUser_, user, failures);
+    subtractFailures(byAddress_, network, failures);
+    subtractFailures(byUser_, user, failures);
 }
 
 std::int64_t LoginThrottle::blockedUntil(const Records& records, const std::string& who) const
@@ -106,7 +106,7 @@ void LoginThrottle::count(Records& records, const std::string& who, const Rule& 
     }
 }
 
-void LoginThrottle::forgive(Records& records, const std::string& who, int failures)
+void LoginThrottle::subtractFailures(Records& records, const std::string& who, int failures)
 {
     if (const auto found = records.find(who); found != records.end()) {
         found->second.failures = std::max(0, found->second.failures - failures);

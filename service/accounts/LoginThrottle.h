@@ -68,7 +68,7 @@ private:
     std::int64_t blockedUntil(const Records& records, const std::string& who) const;
     Record& recordOf(Records& records, const std::string& who);
     void count(Records& records, const std::string& who, const Rule& rule);
-    static void forgive(Records& records, const std::string& who, int failures);
+    static void subtractFailures(Records& records, const std::string& who, int failures);
     static void makeRoom(Records& records, std::int64_t nowMs);
 
     const Clock& clock_;

@@ -128,8 +128,10 @@ Async<StoredContent> storeContent(Context& context, store::Upload& upload,
 /** Undoes storeContent(): the next attempt finds the upload unchanged. */
 Async<void> giveBackContent(Context& context, const store::Upload& upload)
 {
-    auto giveBack = [&context, &upload] { context.contents.giveBack(upload.id, upload.sha256); };
-    co_await context.filePool.run(giveBack);
+    auto revertToUpload = [&context, &upload] {
+        context.contents.revertToUpload(upload.id, upload.sha256);
+    };
+    co_await context.filePool.run(revertToUpload);
 }
 
 /** Removes the received bytes. The files are committed, even if the removal fails. */

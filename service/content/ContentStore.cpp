@@ -153,7 +153,7 @@ void ContentStore::removeUpload(const std::string& id) const
     removeIfThere(uploads_ / id);
 }
 
-void ContentStore::disownUpload(const std::string& id) const noexcept
+void ContentStore::discardUpload(const std::string& id) const noexcept
 {
     try {
         const auto status = statusOf(uploads_ / id);
@@ -211,7 +211,7 @@ bool ContentStore::renew(const std::string& id, const fs::path& target) const
     return true;
 }
 
-void ContentStore::giveBack(const std::string& id, const std::string& sha256) const
+void ContentStore::revertToUpload(const std::string& id, const std::string& sha256) const
 {
     if (::rename(contentPath(sha256).c_str(), (uploads_ / id).c_str()) != 0) {
         throwErrno("rename");
@@ -228,17 +228,17 @@ void ContentStore::remove(const std::string& sha256) const
     removeIfThere(contentPath(sha256));
 }
 
-std::optional<ContentStore::Trace> ContentStore::traceOf(const std::string& sha256) const
+std::optional<ContentStore::FileTimes> ContentStore::fileTimesOf(const std::string& sha256) const
 {
     const auto status = statusOf(contentPath(sha256));
     if (!status) {
         return std::nullopt;
     }
-    Trace trace{status->modifiedNs / nsPerMs, std::nullopt};
+    FileTimes times{status->modifiedNs / nsPerMs, std::nullopt};
     if ((status->mode & S_IWUSR) == 0) {
-        trace.unusedSinceMs = status->changedNs / nsPerMs;
+        times.unusedSinceMs = status->changedNs / nsPerMs;
     }
-    return trace;
+    return times;
 }
 
 void ContentStore::markUnused(const std::string& sha256, bool isUnused) const

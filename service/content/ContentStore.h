@@ -44,7 +44,7 @@ public:
     void removeUpload(const std::string& id) const;
 
     /** Removes an upload whose bytes may not be on the disk, as far as possible. Never throws. */
-    void disownUpload(const std::string& id) const noexcept;
+    void discardUpload(const std::string& id) const noexcept;
 
     /**
      * Makes a content of a synced upload. If this cannot be made durable, the new content is
@@ -56,7 +56,7 @@ public:
     bool adopt(const std::string& id, const std::string& sha256) const;
 
     /** Turns an adopted content into the upload again, if its reference could not be committed. */
-    void giveBack(const std::string& id, const std::string& sha256) const;
+    void revertToUpload(const std::string& id, const std::string& sha256) const;
 
     FileDescriptor open(const std::string& sha256) const;
 
@@ -64,14 +64,14 @@ public:
     void remove(const std::string& sha256) const;
 
     /** The times of a content's file. */
-    struct Trace
+    struct FileTimes
     {
         std::int64_t writtenMs = 0;                // by the system's clock, like all file times
         std::optional<std::int64_t> unusedSinceMs; // the time of markUnused()
     };
 
     /** Empty if the content is missing. */
-    std::optional<Trace> traceOf(const std::string& sha256) const;
+    std::optional<FileTimes> fileTimesOf(const std::string& sha256) const;
 
     /**
      * Sets or clears the mark that the content has no reference. Hold its lock. The mark is the

@@ -25,7 +25,7 @@ public:
     {
         try {
             if (!committed_ && moved_) {
-                store_.giveBack(upload_, sha256_);
+                store_.revertToUpload(upload_, sha256_);
             }
         } catch (const std::exception& error) {
             logWarning("upload-not-given-back", error.what());

@@ -104,7 +104,7 @@ void UploadWriter::sync()
         // The kernel reports a write error once. After that it treats the lost bytes as written and
         // returns them from memory. A second attempt would succeed without the bytes on the disk.
         const int why = errno;
-        store_.disownUpload(id_);
+        store_.discardUpload(id_);
         errno = why;
         throwErrno("fdatasync");
     }

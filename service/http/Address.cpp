@@ -59,7 +59,7 @@ std::string networkOf(const std::string& address)
     return cutText(address, 32, 64);
 }
 
-std::string neighbourhoodOf(const std::string& address)
+std::string mobileNetworkOf(const std::string& address)
 {
     return cutText(address, 24, 48);
 }

@@ -19,7 +19,7 @@ std::string networkOf(const std::string& address);
  * The network in which a mobile link usually gets its next address: /24 for IPv4, /48 for IPv6.
  * Another text is returned unchanged.
  */
-std::string neighbourhoodOf(const std::string& address);
+std::string mobileNetworkOf(const std::string& address);
 
 /** Addresses and networks such as 192.0.2.1, 192.0.2.0/24 and 2001:db8::/32. */
 class AddressList

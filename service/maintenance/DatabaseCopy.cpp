@@ -91,7 +91,7 @@ std::optional<FileDescriptor> lockShared(const fs::path& dataFolder)
 /** Files beside a database that belong to it. A copy needs the first two. */
 constexpr const char* companions[] = {"-journal", "-wal", "-shm"};
 
-fs::path companion(fs::path database, const char* suffix)
+fs::path besideDatabase(fs::path database, const char* suffix)
 {
     return database += suffix;
 }
@@ -117,7 +117,7 @@ void makeOneFile(const fs::path& database)
         }
     }
     for (const char* suffix : companions) {
-        fs::remove(companion(database, suffix)); // SQLite leaves an empty journal
+        fs::remove(besideDatabase(database, suffix)); // SQLite leaves an empty journal
     }
 }
 
@@ -137,8 +137,8 @@ void copyDatabase(const fs::path& dataFolder, const fs::path& to)
     if (const auto lock = lockShared(dataFolder)) {
         copyFile(from, to);
         for (const char* suffix : {companions[0], companions[1]}) {
-            if (fs::exists(companion(from, suffix))) {
-                copyFile(companion(from, suffix), companion(to, suffix));
+            if (fs::exists(besideDatabase(from, suffix))) {
+                copyFile(besideDatabase(from, suffix), besideDatabase(to, suffix));
             }
         }
     } else {

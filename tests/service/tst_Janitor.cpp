@@ -207,7 +207,7 @@ TEST_F(CleanUp, RestartsTheWeekWhenAContentWasUsedMeanwhile)
     contents.markUnused(sha256Hex("abc"), true); // another database did not know it
     clock.Advance(24h * 8);
     cleanUp();
-    const auto trace = contents.traceOf(sha256Hex("abc"));
+    const auto trace = contents.fileTimesOf(sha256Hex("abc"));
     ASSERT_TRUE(trace);
     EXPECT_FALSE(trace->unusedSinceMs);
 }

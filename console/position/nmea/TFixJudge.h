@@ -43,8 +43,8 @@ class TFixJudge
 public:
     static constexpr std::int64_t rememberMs = 5000;
 
-    // Takes a sentence with a position, which VTG has not, and returns whether there is a fix; if
-    // so, sets `fix`.
+    // Takes any sentence with a position (not VTG). Returns whether there is a fix, and then sets
+    // `fix`.
     bool Judge(const TNmeaSentence& sentence, std::int64_t nowMs, TReceivedFix& fix);
     // Takes the speed and the heading of a valid sentence of any kind.
     void TakeMotion(const TNmeaSentence& sentence, std::int64_t nowMs);

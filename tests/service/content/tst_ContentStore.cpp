@@ -65,7 +65,7 @@ TEST_F(Contents, MayBeDatedAfter2038)
     EXPECT_EQ(store.uploadSize("u1"), 3U);
     EXPECT_TRUE(store.uploadChangedMs("u1"));
     EXPECT_TRUE(store.adopt("u1", digest));
-    const auto trace = store.traceOf(digest);
+    const auto trace = store.fileTimesOf(digest);
     ASSERT_TRUE(trace);
     EXPECT_EQ(trace->writtenMs, test::farFutureS * 1000);
     EXPECT_NO_THROW(stampOf(store.open(digest).get()));
@@ -92,7 +92,7 @@ TEST_F(Contents, StayWhenTheirUploadIsDisowned)
     store.adopt("u1", digest);
     receive("u2", "abc");
     EXPECT_FALSE(store.adopt("u2", digest)); // now the content is a second name of u2's file
-    store.disownUpload("u2");                // a commit failed, and then a sync
+    store.discardUpload("u2");               // a commit failed, and then a sync
     EXPECT_EQ(store.uploadSize("u2"), 0U);
     EXPECT_EQ(textOf(digest), "abc");
 }
@@ -114,7 +114,7 @@ TEST_F(Contents, AreGivenBackToTheirUpload)
 {
     const std::string digest = receive("u1", "abc");
     store.adopt("u1", digest);
-    store.giveBack("u1", digest);
+    store.revertToUpload("u1", digest);
     EXPECT_THAT(store.digests(), testing::IsEmpty());
     EXPECT_EQ(store.uploadSize("u1"), 3U);
 }

@@ -18,9 +18,9 @@ TEST(Address, NetworkIsAnIpv4AddressOrAnIpv6Subnet)
 
 TEST(Address, NeighbourhoodIsWider)
 {
-    EXPECT_EQ(neighbourhoodOf("10.1.2.3"), "10.1.2.0");
-    EXPECT_EQ(neighbourhoodOf("::ffff:10.1.2.3"), "10.1.2.0");
-    EXPECT_EQ(neighbourhoodOf("2001:db8:1:2:ffff::1"), "2001:db8:1::");
+    EXPECT_EQ(mobileNetworkOf("10.1.2.3"), "10.1.2.0");
+    EXPECT_EQ(mobileNetworkOf("::ffff:10.1.2.3"), "10.1.2.0");
+    EXPECT_EQ(mobileNetworkOf("2001:db8:1:2:ffff::1"), "2001:db8:1::");
 }
 
 TEST(AddressList, ContainsItsAddressesAndNetworks)

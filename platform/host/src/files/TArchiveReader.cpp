@@ -70,7 +70,7 @@ bool TArchiveReader::Open(QString& errorText)
         return false;
     }
     m_archiveBytes = status->sizeBytes;
-    if (!CheckWholeness(errorText)) {
+    if (!CheckDirectoryAndPadding(errorText)) {
         return false;
     }
     // libarchive does not accept an archive without entries.
@@ -83,7 +83,7 @@ bool TArchiveReader::Open(QString& errorText)
 
 // libarchive ignores the counts of the end record and skips entries that overlap. It also searches
 // only 16 KiB for the end record, so it gets the archive without the comment.
-bool TArchiveReader::CheckWholeness(QString& errorText)
+bool TArchiveReader::CheckDirectoryAndPadding(QString& errorText)
 {
     const std::optional<TEndRecord> end = FindEndRecord(m_file.Get(), m_archiveBytes);
     if (!end) {
@@ -138,13 +138,13 @@ ssize_t TArchiveReader::OnRead(archive* library, void* self, const void** block)
         archive_set_error(library, errno, "it cannot be read: %s", std::strerror(errno));
         return count;
     }
-    reader.BlankPadding(count);
+    reader.ZeroPadding(count);
     reader.m_position += count;
     return count;
 }
 
 // libarchive refuses padding unless its bytes are zero. Other programs ignore the bytes.
-void TArchiveReader::BlankPadding(std::int64_t blockBytes)
+void TArchiveReader::ZeroPadding(std::int64_t blockBytes)
 {
     const std::int64_t blockEnd = m_position + blockBytes;
     const auto* range = std::lower_bound(

@@ -40,9 +40,9 @@ public:
     bool CopyContent(int descriptor, QString& errorText);
 
 private:
-    bool CheckWholeness(QString& errorText);
+    bool CheckDirectoryAndPadding(QString& errorText);
     bool OpenInLibrary();
-    void BlankPadding(std::int64_t blockBytes);
+    void ZeroPadding(std::int64_t blockBytes);
     ENextEntry End(QString& errorText) const;
     QString TypeRefusal(archive_entry* entry) const;
     bool IsWithinLimits(std::int64_t moreBytes, QString& errorText) const;

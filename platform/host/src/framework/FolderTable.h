@@ -35,7 +35,7 @@ struct TFolderRow
 // One row for each folder, in the order of EFolder. The temporary folder's path has one level, so
 // that its parent, the data folder, exists. Its path ends in a separator because callers append
 // file names.
-constexpr std::array<TFolderRow, 13> folderTable = {{
+constexpr std::array<TFolderRow, 13> FOLDER_TABLE = {{
     {EFolder::eDownloadToConsole, EFolderUse::eDownload, "from-service/prescriptions"},
     {EFolder::eDownloadABLines, EFolderUse::eDownload, "from-service/ab-lines"},
     {EFolder::eDownloadCurves, EFolderUse::eDownload, "from-service/curves"},
@@ -53,8 +53,8 @@ constexpr std::array<TFolderRow, 13> folderTable = {{
 
 constexpr bool IsInEnumOrder()
 {
-    for (std::size_t row = 0; row < folderTable.size(); ++row) {
-        if (static_cast<std::size_t>(folderTable[row].folder) != row) {
+    for (std::size_t row = 0; row < FOLDER_TABLE.size(); ++row) {
+        if (static_cast<std::size_t>(FOLDER_TABLE[row].folder) != row) {
             return false;
         }
     }

@@ -66,7 +66,7 @@ QString hostimpl::DataFolder()
 
 bool hostimpl::CreateFolders(QString& errorText)
 {
-    for (const TFolderRow& row : folderTable) {
+    for (const TFolderRow& row : FOLDER_TABLE) {
         if (!QDir().mkpath(Absolute(row))) {
             errorText = QStringLiteral("The folder %1 cannot be created.").arg(Absolute(row));
             return false;
@@ -78,7 +78,7 @@ bool hostimpl::CreateFolders(QString& errorText)
 QStringList hostimpl::DownloadFolders()
 {
     QStringList folders;
-    for (const TFolderRow& row : folderTable) {
+    for (const TFolderRow& row : FOLDER_TABLE) {
         if (row.use == EFolderUse::eDownload) {
             folders.append(Absolute(row));
         }

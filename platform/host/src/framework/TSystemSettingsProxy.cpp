@@ -12,7 +12,7 @@ QString Path(EFolder folder)
 {
     const auto row = static_cast<std::size_t>(folder);
     return hostimpl::DataFolder() + QLatin1Char('/') +
-           QLatin1String(hostimpl::folderTable[row].path);
+           QLatin1String(hostimpl::FOLDER_TABLE[row].path);
 }
 
 } // namespace

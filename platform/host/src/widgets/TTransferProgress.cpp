@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int gap = 8;
+constexpr int GAP = 8;
 
 std::optional<hostimpl::TTransferState>& Current()
 {
@@ -43,7 +43,7 @@ TTransferProgress::TTransferProgress(QWidget* parent) : QWidget(parent)
 {
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(gap);
+    column->setSpacing(GAP);
     m_text.setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     m_text.setTextFormat(Qt::PlainText);
     m_text.setWordWrap(true);
@@ -73,7 +73,7 @@ bool TTransferProgress::IsMoving() const
 
 int TTransferProgress::HeightFor(int width) const
 {
-    return isHidden() ? 0 : m_bar.height() + gap + m_text.heightForWidth(width);
+    return isHidden() ? 0 : m_bar.height() + GAP + m_text.heightForWidth(width);
 }
 
 void TTransferProgress::Refresh()

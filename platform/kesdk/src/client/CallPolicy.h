@@ -73,7 +73,7 @@ struct TransferPolicy
 {
     std::chrono::seconds firstByteTimeout{30}; // after a transfer that was given up
     std::chrono::seconds deadLinkMemory{120};  // for this time after it
-    int mostUselessAnswers = 6; // a link does not bring them, so more patience would not help
+    int mostUselessAnswers = 6; // a link does not bring them, so waiting does not help
 };
 inline constexpr TransferPolicy kTransfer;
 
