@@ -75,6 +75,21 @@ describe('the map of a grid', () => {
       }
     }
     expect([...seen].sort()).toEqual([0, 1, 2, 3, 4, 5]);
+    await judgeCorners(page);
+  }
+
+  /** The canvas has colour a little inside of each corner of the grid, and none a little outside. */
+  async function judgeCorners(page: Page): Promise<void> {
+    const [low, high] = [await lookAt(page, 0.4, 0.6), await lookAt(page, 0.6, 0.4)];
+    const acrossOf = (longitude: number) => 0.4 + (0.2 * (longitude - low.longitude)) / (high.longitude - low.longitude);
+    const downOf = (latitude: number) => 0.6 - (0.2 * (latitude - low.latitude)) / (high.latitude - low.latitude);
+    for (const [longitude, east] of [[5.25, -1], [5.2506, 1]] as const) {
+      for (const [latitude, north] of [[51.5, -1], [51.5002, 1]] as const) {
+        const at = (part: number) => lookAt(page, acrossOf(longitude + east * part * 1e-4), downOf(latitude + north * part * 5e-5));
+        expect((await at(-0.1)).colour).not.toBe('#000000');
+        expect((await at(0.1)).colour).toBe('#000000');
+      }
+    }
   }
 
   it('is drawn with the boundary of its field', async () => {
@@ -193,8 +208,11 @@ describe('a hostile file', () => {
     const path = world.newFile('large.zip', new Uint8Array([0x50, 0x4b]));
     truncateSync(path, 500_000_000);
     const page = await world.logIn('office');
+    let workers = 0;
+    page.on('worker', () => ++workers);
     await choose(page, path);
     await page.getByText('The file is larger than 67.1 MB').waitFor();
+    expect(workers).toBe(0);
   });
 
   it('with HTML and formulas in its names is text', async () => {

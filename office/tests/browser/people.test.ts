@@ -171,6 +171,7 @@ describe('the bin', () => {
     await page.locator('.ask .main').click();
     await row(page, 'c.zip').waitFor({state: 'detached'});
     expect(await world.command('bin')).toEqual([]);
+    expect(Object.keys(await world.command<object>('digests', 'Curves')).sort()).toEqual(['a.zip', 'b.zip']);
   });
 });
 
