@@ -57,6 +57,7 @@ private Q_SLOTS:
     void downloadWithoutAListingSendsAnEmptyOne();
     void deleteSendsTheListingOfItsProjectOnly();
     void deleteWithoutAListingSendsAnEmptyOne();
+    void aDownloadTakesItsListingBeforeTheFirstSignalAndADeletionAfterIt();
     void announcesTheSameListingTwice();
     void aNewListingReplacesTheOldListing();
     void loggingOutKeepsTheListings();
@@ -166,6 +167,22 @@ void tst_HubRequests::deleteWithoutAListingSendsAnEmptyOne()
     log.Watch(&hub);
     hub.OnDeleteFilesRequested(eCurves, OneName());
     QCOMPARE(log.Texts().last(), QStringLiteral("KelvoDeleteFilesRequested(3,[a.zip],[])"));
+}
+
+void tst_HubRequests::aDownloadTakesItsListingBeforeTheFirstSignalAndADeletionAfterIt()
+{
+    TKelvoInterface hub;
+    fakes::SignalLog log;
+    log.Watch(&hub);
+    connect(&hub, &TKelvoInterface::KelvoFileOperationInProgress, &hub,
+            [&hub] { hub.OnNewKelvoProjectFilesList(ePivots, OneFile(5, "new.zip")); });
+    hub.OnNewKelvoProjectFilesList(ePivots, OneFile(4, "old.zip"));
+    hub.OnDownloadFromKelvoRequested(ePivots, OneName());
+    QCOMPARE(log.Texts().last(), QStringLiteral("KelvoDownloadRequested(4,[a.zip],[4:old.zip])"));
+    hub.OnNewKelvoProjectFilesList(ePivots, OneFile(4, "old.zip"));
+    hub.OnDeleteFilesRequested(ePivots, OneName());
+    QCOMPARE(log.Texts().last(),
+             QStringLiteral("KelvoDeleteFilesRequested(4,[a.zip],[5:new.zip])"));
 }
 
 void tst_HubRequests::announcesTheSameListingTwice()

@@ -66,6 +66,14 @@ TEST_F(FinishUpload, MakesAFileForEachTargetAndAnEventForEachFile)
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
 }
 
+TEST_F(FinishUpload, MakesNoFileIfATargetIsMissing)
+{
+    store::Upload upload = received("a.zip", "abc", {inbox.id});
+    upload.targets.push_back(inbox.id + 1000);
+    EXPECT_THROW(finish(upload), http::Problem);
+    EXPECT_TRUE(files().empty());
+}
+
 TEST_F(FinishUpload, StoresTheContentBeforeTheCommit)
 {
     const store::Upload upload = received("a.zip", "abc", {inbox.id});

@@ -67,10 +67,14 @@ TEST_P(StoreContract, KeepsFarmsApart)
     const Place there = makePlace(*database, addUser(addFarm("Dale Farm"), "oscar"));
     ASSERT_EQ(here.inbox.id, there.inbox.id);
     addTo(*database, here, "here.zip", "aa");
+    const store::Id only = addTo(*database, here, "more.zip", "cc").id;
     addTo(*database, there, "there.zip", "bb");
+    EXPECT_FALSE(read([&there, only](soci::session& sql) {
+        return store::fileById(sql, there.user.farmId(), only).has_value();
+    }));
     const auto files =
         read([&here](soci::session& sql) { return store::filesOf(sql, here.user.farmId()); });
-    EXPECT_THAT(names(files), testing::ElementsAre("here.zip"));
+    EXPECT_THAT(names(files), testing::ElementsAre("here.zip", "more.zip"));
 }
 
 TEST_P(StoreContract, ListsFilesOfAnInboxAndOfAnOwner)
