@@ -85,9 +85,10 @@ describe('the map of a grid', () => {
     const downOf = (latitude: number) => 0.6 - (0.2 * (latitude - low.latitude)) / (high.latitude - low.latitude);
     for (const [longitude, east] of [[5.25, -1], [5.2506, 1]] as const) {
       for (const [latitude, north] of [[51.5, -1], [51.5002, 1]] as const) {
-        const at = (part: number) => lookAt(page, acrossOf(longitude + east * part * 1e-4), downOf(latitude + north * part * 5e-5));
-        expect((await at(-0.1)).colour).not.toBe('#000000');
-        expect((await at(0.1)).colour).toBe('#000000');
+        const at = (x: number, y: number) => lookAt(page, acrossOf(longitude + east * x * 1e-5), downOf(latitude + north * y * 5e-6));
+        expect((await at(-1, -1)).colour).not.toBe('#000000');
+        expect((await at(1, -1)).colour).toBe('#000000');
+        expect((await at(-1, 1)).colour).toBe('#000000');
       }
     }
   }
