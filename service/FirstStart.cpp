@@ -10,8 +10,11 @@ namespace kelvo {
 void makeFirstAdmin(store::Database& database, const accounts::Passwords& passwords,
                     const Clock& clock, const std::filesystem::path& dataFolder)
 {
-    const bool hasUsers = database.readNow(
-        [](soci::session& sql) { return !store::allUsers(sql, std::nullopt).empty(); });
+    const bool hasUsers = database.readNow([](soci::session& sql) {
+        bool found = false;
+        store::allUsers(sql, {.most = 1}, [&found](const store::User&) { return found = true; });
+        return found;
+    });
     if (hasUsers) {
         return;
     }

@@ -188,8 +188,9 @@ struct Backend
     events::EventHub hub;
     accounts::Accounts accounts;
     WorkPool filePool{fileThreads};
-    api::Context context{*database, contents, digests, digestLocks, activeUploads, integrity,
-                         hub,       accounts, clock,   filePool,    reserve,       {}};
+    api::AnswerFiles answerFiles;
+    api::Context context{*database, contents, digests,  digestLocks, activeUploads, integrity, hub,
+                         accounts,  clock,    filePool, reserve,     answerFiles,   {}};
 };
 
 /** Null without `--web`. */

@@ -61,19 +61,14 @@ Async<Response> getAudit(Context& context, Request& request)
     const store::Session session = co_await context.accounts.authenticate(request);
     const Page page = readPage(request);
     const store::AuditPart part = wantedPart(request, session.user, page);
-    auto query = [&part](soci::session& sql) { return store::auditOf(sql, part); };
-    const auto entries = co_await context.database.read(query);
-    Json list = Json::array();
-    for (const store::AuditEntry& entry : entries) {
-        if (list.size() < static_cast<std::size_t>(page.limit)) {
-            list.push_back(describe(entry));
-        }
-    }
-    Response response = Response::json({{"entries", std::move(list)}});
-    if (entries.size() > static_cast<std::size_t>(page.limit)) {
-        addNextLink(response, request, entries[static_cast<std::size_t>(page.limit) - 1].id);
-    }
-    co_return response;
+    auto query = [&](soci::session& sql) {
+        PageAnswer answer(context, session.user.farmId(), page.limit, "entries");
+        store::auditOf(sql, part, [&answer](const store::AuditEntry& entry) {
+            return answer.add(std::to_string(entry.id), describe(entry));
+        });
+        return answer.toResponse(request);
+    };
+    co_return co_await context.database.read(query);
 }
 
 } // namespace

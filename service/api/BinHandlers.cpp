@@ -7,10 +7,14 @@
 #include "service/api/Paging.h"
 #include "service/api/UnusedContents.h"
 #include "service/base/Log.h"
+#include "service/base/Encoding.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
+
+#include <algorithm>
+#include <limits>
 
 namespace kelvo::api {
 
@@ -40,15 +44,43 @@ Async<BinAccess> accessBin(Context& context, Request& request)
     co_return BinAccess{user, user.farmId()};
 }
 
+constexpr std::uint64_t largestTime = std::numeric_limits<long long>::max();
+
+std::string placeText(const store::BinnedFile& file)
+{
+    return std::to_string(file.deletedMs) + "-" + std::to_string(file.file.id);
+}
+
+/** The parameter `after`: a text of placeText(). */
+std::optional<store::BinPlace> readPlace(const Request& request)
+{
+    const auto text = request.queryValue("after");
+    if (!text) {
+        return std::nullopt;
+    }
+    const std::size_t dash = std::min(text->find('-'), text->size() - 1);
+    const auto deletedMs = parseNumber(std::string_view(*text).substr(0, dash));
+    const auto file = parseNumber(std::string_view(*text).substr(dash + 1));
+    if (!deletedMs || !file || *deletedMs > largestTime || *file > store::largestId) {
+        throw Problem(EProblem::MalformedRequest, "\"after\" must be from the link of a page.");
+    }
+    return store::BinPlace{static_cast<long long>(*deletedMs), static_cast<store::Id>(*file)};
+}
+
 Async<Response> getBin(Context& context, Request& request)
 {
-    const store::Id farm = (co_await accessBin(context, request)).farm;
-    auto query = [farm](soci::session& sql) {
-        Json files = Json::array();
-        for (const store::BinnedFile& file : store::binOf(sql, farm)) {
-            files.push_back(toJson(file));
-        }
-        return Response::json({{"files", std::move(files)}});
+    const BinAccess access = co_await accessBin(context, request);
+    const int limit = readLimit(request);
+    const store::BinPart part{.inbox = queryNumber(request, "inbox", store::largestId),
+                              .name = request.queryValue("name"),
+                              .after = readPlace(request),
+                              .most = limit + 1}; // one more shows whether there is a next page
+    auto query = [&](soci::session& sql) {
+        PageAnswer answer(context, access.user.farmId(), limit, "files");
+        store::binOf(sql, access.farm, part, [&answer](const store::BinnedFile& file) {
+            return answer.add(placeText(file), toJson(file));
+        });
+        return answer.toResponse(request);
     };
     co_return co_await context.database.read(query);
 }

@@ -2,29 +2,38 @@
 
 #include <zlib.h>
 
+#include <array>
 #include <stdexcept>
 
 namespace kelvo::api {
 
-std::string gzip(std::string_view text)
+Gzip::Gzip() : stream_(new z_stream{})
 {
     static constexpr int gzipWindow = 15 + 16;
-    z_stream stream{};
-    if (deflateInit2(&stream, 4, Z_DEFLATED, gzipWindow, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
+    if (deflateInit2(stream_.get(), 4, Z_DEFLATED, gzipWindow, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
         throw std::runtime_error("gzip failed");
     }
-    std::string packed(deflateBound(&stream, text.size()), '\0');
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
-    stream.avail_in = static_cast<uInt>(text.size());
-    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
-    stream.avail_out = static_cast<uInt>(packed.size());
-    const int result = deflate(&stream, Z_FINISH);
-    packed.resize(stream.total_out);
-    deflateEnd(&stream);
-    if (result != Z_STREAM_END) {
-        throw std::runtime_error("gzip failed");
-    }
-    return packed;
+}
+
+void Gzip::Free::operator()(z_stream_s* stream) const
+{
+    deflateEnd(stream);
+    delete stream;
+}
+
+void Gzip::add(std::string_view text, bool isLast, std::string& packed)
+{
+    stream_->next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+    stream_->avail_in = static_cast<uInt>(text.size());
+    std::array<char, 4096> out;
+    do {
+        stream_->next_out = reinterpret_cast<Bytef*>(out.data());
+        stream_->avail_out = static_cast<uInt>(out.size());
+        if (deflate(stream_.get(), isLast ? Z_FINISH : Z_NO_FLUSH) == Z_STREAM_ERROR) {
+            throw std::runtime_error("gzip failed");
+        }
+        packed.append(out.data(), out.size() - stream_->avail_out);
+    } while (stream_->avail_out == 0);
 }
 
 } // namespace kelvo::api

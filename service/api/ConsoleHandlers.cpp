@@ -84,13 +84,10 @@ Json describe(const store::Position& position)
             {"received_at", rfc3339(position.receivedMs)}};
 }
 
+/** Without the member "devices". */
 Json describe(const store::Console& console)
 {
     Json environment = environmentOf(console);
-    Json devices = Json::array();
-    for (const store::Device& device : console.devices) {
-        devices.push_back(describe(device));
-    }
     const std::string name =
         environment.is_null() ? "" : environment["console"].value("console_string", "");
     return {{"id", console.id},
@@ -98,7 +95,6 @@ Json describe(const store::Console& console)
             {"hardware_address", console.hardwareAddress},
             {"operator", {{"id", console.operatorId}, {"name", console.operatorName}}},
             {"environment", std::move(environment)},
-            {"devices", std::move(devices)},
             {"position", console.position ? describe(*console.position) : Json()}};
 }
 
@@ -109,15 +105,34 @@ Json describe(const store::TrackPoint& point)
     return document;
 }
 
+void addWithDevices(soci::session& sql, const Json& console, JsonAnswer& list)
+{
+    list.open(console, "devices");
+    store::eachDeviceOf(sql, console["id"].get<store::Id>(),
+                        [&list](const store::Device& device) { list.add(describe(device)); });
+    list.close();
+}
+
 Async<Response> getConsoles(Context& context, Request& request)
 {
     const store::User user = co_await requireOffice(context, request);
-    auto query = [&user](soci::session& sql) {
-        Json list = Json::array();
-        for (const store::Console& console : store::consolesOf(sql, user.farmId())) {
-            list.push_back(describe(console));
-        }
-        return Response::json({{"consoles", std::move(list)}});
+    const Page page = readPage(request);
+    const auto name = request.queryValue("name");
+    const store::ConsolePart part{queryNumber(request, "user", store::largestId), page.after};
+    auto query = [&](soci::session& sql) {
+        PageAnswer answer(context, user.farmId(), page.limit, "consoles");
+        store::consolesOf(sql, user.farmId(), part, [&](const store::Console& console) {
+            const Json described = describe(console);
+            if (name && described["console_string"] != *name && console.hardwareAddress != *name) {
+                return true;
+            }
+            const bool isHere = answer.takes(std::to_string(console.id));
+            if (isHere) {
+                addWithDevices(sql, described, answer.list());
+            }
+            return isHere;
+        });
+        return answer.toResponse(request);
     };
     co_return co_await context.database.read(query);
 }

@@ -162,8 +162,9 @@ Async<void> addContent(Context& context, const store::File& file, store::Id farm
             refuse(context, condition, file, farm);
         }
     }
-    response.source = std::make_shared<ContentSource>(std::move(stored.file), range.offset,
-                                                      range.length, context.filePool);
+    response.source =
+        std::make_shared<ContentSource>(std::make_shared<FileDescriptor>(std::move(stored.file)),
+                                        range.offset, range.length, context.filePool);
 }
 
 } // namespace kelvo::api

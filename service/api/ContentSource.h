@@ -1,9 +1,11 @@
-// A content, or a part of it, as the body of an answer.
+// A file, or a part of it, as the body of an answer.
 #pragma once
 
 #include "service/base/Files.h"
 #include "service/base/WorkPool.h"
 #include "service/http/Response.h"
+
+#include <memory>
 
 namespace kelvo::api {
 
@@ -11,14 +13,14 @@ namespace kelvo::api {
 class ContentSource final : public http::BodySource
 {
 public:
-    ContentSource(FileDescriptor file, std::uint64_t offset, std::uint64_t sizeBytes,
-                  WorkPool& pool);
+    ContentSource(std::shared_ptr<const FileDescriptor> file, std::uint64_t offset,
+                  std::uint64_t sizeBytes, WorkPool& pool);
 
     std::uint64_t sizeBytes() const override { return sizeBytes_; }
     Async<std::size_t> read(asio::mutable_buffer buffer) override;
 
 private:
-    FileDescriptor file_;
+    std::shared_ptr<const FileDescriptor> file_;
     std::uint64_t offset_;
     std::uint64_t sizeBytes_;
     WorkPool& pool_;

@@ -3,6 +3,7 @@
 
 #include "service/accounts/Accounts.h"
 #include "service/api/ActiveUploads.h"
+#include "service/api/AnswerFiles.h"
 #include "service/base/Clock.h"
 #include "service/base/DiskReserve.h"
 #include "service/base/WorkPool.h"
@@ -48,6 +49,7 @@ struct Context
     const Clock& clock;
     WorkPool& filePool;
     DiskReserve& reserve;
+    AnswerFiles& answerFiles;
     Settings settings;
 };
 

@@ -80,21 +80,13 @@ Json toJson(const store::Project& project)
     return {{"id", project.id}, {"kind", "project"}, {"name", project.name}};
 }
 
-Json toJson(const store::Inbox& inbox, const std::optional<std::vector<store::File>>& entries)
+Json toJson(const store::Inbox& inbox)
 {
-    Json document{{"id", inbox.id},
-                  {"kind", "user-inbox"},
-                  {"name", inbox.name},
-                  {"project", inbox.project},
-                  {"owner", {{"id", inbox.ownerId}, {"name", inbox.ownerName}}}};
-    if (entries) {
-        Json list = Json::array();
-        for (const store::File& file : *entries) {
-            list.push_back(toJson(file));
-        }
-        document["entries"] = std::move(list);
-    }
-    return document;
+    return {{"id", inbox.id},
+            {"kind", "user-inbox"},
+            {"name", inbox.name},
+            {"project", inbox.project},
+            {"owner", {{"id", inbox.ownerId}, {"name", inbox.ownerName}}}};
 }
 
 std::string etagOf(const store::File& file)

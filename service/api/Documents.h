@@ -6,10 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace kelvo::api {
 
@@ -26,8 +24,8 @@ Json toJson(const store::SessionInfo& session, const std::string& currentTokenHa
 /** Without the member "resources". */
 Json toJson(const store::Project& project);
 
-/** Without `entries`: the reader may not see them. */
-Json toJson(const store::Inbox& inbox, const std::optional<std::vector<store::File>>& entries);
+/** Without the member "entries". */
+Json toJson(const store::Inbox& inbox);
 
 /** The entity tag of a content. */
 std::string etagOf(const store::File& file);

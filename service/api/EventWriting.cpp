@@ -46,8 +46,9 @@ void addInboxAdded(store::Transaction& transaction, const EventFrame& frame,
                    const store::Inbox& inbox)
 {
     const Json container{{"id", inbox.project}, {"kind", "project"}};
-    const Json full{{"container", container}, {"entry", toJson(inbox, std::vector<store::File>())}};
-    const Json common{{"container", container}, {"entry", toJson(inbox, std::nullopt)}};
+    const Json common{{"container", container}, {"entry", toJson(inbox)}};
+    Json full = common;
+    full["entry"]["entries"] = Json::array();
     append(transaction, frame,
            {.name = "inbox-added",
             .owner = inbox.ownerId,

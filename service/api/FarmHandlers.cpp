@@ -81,14 +81,18 @@ Async<Response> deleteFarm(Context& context, Request& request)
         if (confirmed != farm.name) {
             throw Problem(EProblem::Conflict, "\"confirm\" must be the farm's name.");
         }
-        std::vector<store::User> users = store::allUsers(transaction.sql, farm.name);
+        std::vector<store::Id> users;
+        store::allUsers(transaction.sql, {.farm = id}, [&users](const store::User& user) {
+            users.push_back(user.id);
+            return true;
+        });
         store::deleteFarm(transaction, id);
         audit(transaction, context, request, caller, {"farm-delete", "farm", id, {}, id});
         return users;
     };
-    const std::vector<store::User> users = co_await context.database.write(change);
-    for (const store::User& user : users) {
-        context.hub.endSessionsOf(user.id, "disabled");
+    const std::vector<store::Id> users = co_await context.database.write(change);
+    for (const store::Id user : users) {
+        context.hub.endSessionsOf(user, "disabled");
     }
     co_return Response::noContent();
 }

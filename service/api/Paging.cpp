@@ -18,6 +18,21 @@ namespace {
 constexpr int defaultItems = 100;
 constexpr int mostItems = 1000;
 
+/** The pairs of the query with other names, each with a "&" at its end. */
+std::string queryWithout(const http::Request& request, const std::string& name)
+{
+    std::string others;
+    std::string_view rest = request.head.query;
+    while (!rest.empty()) {
+        const std::string_view pair = rest.substr(0, rest.find('&'));
+        rest.remove_prefix(std::min(rest.size(), pair.size() + 1));
+        if (!pair.empty() && !pair.starts_with(name + "=")) {
+            others.append(pair).append("&");
+        }
+    }
+    return others;
+}
+
 } // namespace
 
 std::optional<long long> queryTime(const http::Request& request, const char* name)
@@ -49,26 +64,62 @@ std::optional<long long> queryNumber(const http::Request& request, const char* n
     return static_cast<long long>(*number);
 }
 
-Page readPage(const http::Request& request)
+std::optional<bool> queryFlag(const http::Request& request, const char* name)
 {
-    Page page;
-    page.limit = static_cast<int>(queryNumber(request, "limit", mostItems).value_or(defaultItems));
-    page.after = queryNumber(request, "after", std::numeric_limits<long long>::max());
-    return page;
+    const auto text = request.queryValue(name);
+    if (text && text != "true" && text != "false") {
+        throw Problem(EProblem::MalformedRequest,
+                      std::string("\"") + name + "\" must be true or false.");
+    }
+    return text ? std::optional(*text == "true") : std::nullopt;
 }
 
-void addNextLink(http::Response& response, const http::Request& request, long long last)
+int readLimit(const http::Request& request)
 {
-    std::string link = "<" + request.head.path + "?";
-    std::string_view rest = request.head.query;
-    while (!rest.empty()) {
-        const std::string_view pair = rest.substr(0, rest.find('&'));
-        rest.remove_prefix(std::min(rest.size(), pair.size() + 1));
-        if (!pair.empty() && !pair.starts_with("after=")) {
-            link.append(pair).append("&");
-        }
+    return static_cast<int>(queryNumber(request, "limit", mostItems).value_or(defaultItems));
+}
+
+Page readPage(const http::Request& request)
+{
+    return {readLimit(request),
+            queryNumber(request, "after", std::numeric_limits<long long>::max())};
+}
+
+PageAnswer::PageAnswer(Context& context, store::Id farm, int limit, const char* member)
+    : answer_(context, farm), left_(limit)
+{
+    answer_.open(Json::object(), member);
+}
+
+bool PageAnswer::takes(const std::string& place)
+{
+    hasMore_ = left_ == 0;
+    if (hasMore_) {
+        return false;
     }
-    response.with("Link", link + "after=" + std::to_string(last) + ">; rel=\"next\"");
+    --left_;
+    last_ = place;
+    return true;
+}
+
+bool PageAnswer::add(const std::string& place, const Json& item)
+{
+    const bool isHere = takes(place);
+    if (isHere) {
+        answer_.add(item);
+    }
+    return isHere;
+}
+
+http::Response PageAnswer::toResponse(const http::Request& request)
+{
+    answer_.close();
+    http::Response response = answer_.toResponse();
+    if (hasMore_) {
+        response.with("Link", "<" + request.head.path + "?" + queryWithout(request, "after") +
+                                  "after=" + last_ + ">; rel=\"next\"");
+    }
+    return response;
 }
 
 } // namespace kelvo::api

@@ -1,10 +1,12 @@
 // The parameters of lists: numbers, times, and the link to the next page.
 #pragma once
 
+#include "service/api/JsonAnswer.h"
 #include "service/http/Request.h"
 #include "service/http/Response.h"
 
 #include <optional>
+#include <string>
 
 namespace kelvo::api {
 
@@ -25,10 +27,39 @@ struct Page
     int wanted() const { return limit + 1; }
 };
 
+/** "true" or "false". Throws Problem (malformed-request). */
+std::optional<bool> queryFlag(const http::Request& request, const char* name);
+
+/** The parameter `limit`, as for readPage(). */
+int readLimit(const http::Request& request);
+
 /** 100 items without `limit`; at most 1000. Throws Problem (malformed-request). */
 Page readPage(const http::Request& request);
 
-/** Adds the link to the page after the item `last`: the request's own query with this `after`. */
-void addNextLink(http::Response& response, const http::Request& request, long long last);
+/** One page of a list as an answer: the document {"MEMBER": [...]}. Thread: as JsonAnswer. */
+class PageAnswer
+{
+public:
+    /** `farm`: as for JsonAnswer. */
+    PageAnswer(Context& context, store::Id farm, int limit, const char* member);
+
+    /** False: the item belongs to the next page. `place` leads to the item after this one. */
+    bool takes(const std::string& place);
+
+    /** Adds the item if the page takes it. */
+    bool add(const std::string& place, const Json& item);
+
+    /** For an item that is more than one value. */
+    JsonAnswer& list() { return answer_; }
+
+    /** With the link to the next page, if there is one. */
+    http::Response toResponse(const http::Request& request);
+
+private:
+    JsonAnswer answer_;
+    int left_;
+    bool hasMore_ = false;
+    std::string last_;
+};
 
 } // namespace kelvo::api

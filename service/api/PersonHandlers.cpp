@@ -4,7 +4,9 @@
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
+#include "service/api/JsonAnswer.h"
 #include "service/api/Paging.h"
+#include "service/api/Snapshot.h"
 #include "service/api/UserFields.h"
 #include "service/base/Time.h"
 #include "service/http/Problem.h"
@@ -126,17 +128,13 @@ Async<Response> deleteUser(Context& context, Request& request)
     co_return Response::noContent();
 }
 
-Json inboxesOf(soci::session& sql, const store::User& user)
+void addInboxesOf(soci::session& sql, const store::User& user, JsonAnswer& answer)
 {
-    Json list = Json::array();
-    if (user.farm) {
-        for (const store::Inbox& inbox : store::inboxesOf(sql, user.farmId())) {
-            if (inbox.ownerId == user.id) {
-                list.push_back(toJson(inbox, store::filesOf(sql, user.farmId(), inbox.id)));
-            }
+    for (const store::Inbox& inbox : store::inboxesOf(sql, user.farmId())) {
+        if (inbox.ownerId == user.id) {
+            Snapshot(sql, user, answer).addInbox(inbox);
         }
     }
-    return list;
 }
 
 Async<Response> exportUser(Context& context, Request& request)
@@ -144,15 +142,17 @@ Async<Response> exportUser(Context& context, Request& request)
     const store::Session session = co_await context.accounts.authenticate(request);
     const store::Id id = request.id();
     const long long now = context.clock.nowMs();
-    auto query = [&session, id, now](soci::session& sql) {
+    auto query = [&context, &session, id, now](soci::session& sql) {
         const store::User user = visibleUser(sql, session.user, id);
         Json sessions = Json::array();
         for (const store::SessionInfo& info : store::sessionsOf(sql, id, now)) {
             sessions.push_back(toJson(info, session.tokenHash));
         }
-        return Response::json({{"user", toJson(user)},
-                               {"sessions", std::move(sessions)},
-                               {"inboxes", inboxesOf(sql, user)}});
+        JsonAnswer answer(context, session.user.farmId());
+        answer.open({{"user", toJson(user)}, {"sessions", std::move(sessions)}}, "inboxes");
+        addInboxesOf(sql, user, answer);
+        answer.close();
+        return answer.toResponse();
     };
     co_return co_await context.database.read(query);
 }
@@ -162,27 +162,20 @@ Async<Response> getWork(Context& context, Request& request)
     const store::Session session = co_await context.accounts.authenticate(request);
     const store::Id id = request.id();
     const Page page = readPage(request);
-    auto query = [&session, id, &page](soci::session& sql) {
+    auto query = [&](soci::session& sql) {
         visibleUser(sql, session.user, id);
-        return store::workOf(sql, id, page.after.value_or(0), page.wanted());
+        PageAnswer answer(context, session.user.farmId(), page.limit, "positions");
+        for (const store::WorkPoint& point :
+             store::workOf(sql, id, page.after.value_or(0), page.wanted())) {
+            answer.add(std::to_string(point.number), {{"console", point.console},
+                                                      {"time_s", point.timeS},
+                                                      {"latitude", point.latitudeDeg},
+                                                      {"longitude", point.longitudeDeg},
+                                                      {"received_at", rfc3339(point.receivedMs)}});
+        }
+        return answer.toResponse(request);
     };
-    auto points = co_await context.database.read(query);
-    const auto most = static_cast<std::size_t>(page.limit);
-    const bool hasMore = points.size() > most;
-    points.resize(std::min(points.size(), most));
-    Json list = Json::array();
-    for (const store::WorkPoint& point : points) {
-        list.push_back({{"console", point.console},
-                        {"time_s", point.timeS},
-                        {"latitude", point.latitudeDeg},
-                        {"longitude", point.longitudeDeg},
-                        {"received_at", rfc3339(point.receivedMs)}});
-    }
-    Response response = Response::json({{"positions", std::move(list)}});
-    if (hasMore) {
-        addNextLink(response, request, points.back().number);
-    }
-    co_return response;
+    co_return co_await context.database.read(query);
 }
 
 Async<Response> eraseWork(Context& context, Request& request)

@@ -3,6 +3,7 @@
 #include "service/api/Audit.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
+#include "service/api/JsonAnswer.h"
 #include "service/api/Paging.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
@@ -69,17 +70,19 @@ Async<Response> getUsage(Context& context, Request& request)
     const store::Id id = co_await farmOfPath(context, request);
     auto query = [&context, id](soci::session& sql) {
         const store::Farm farm = requireFarm(sql, id);
-        Json users = Json::array();
-        for (const store::User& user : store::allUsers(sql, farm.name)) {
-            users.push_back({{"id", user.id},
-                             {"name", user.name},
-                             {"usage", describe(store::usageOfUser(sql, id, user.id))}});
-        }
-        return Response::json(
-            {{"farm", toJson(farm)},
-             {"quota", describe(store::quotasOf(sql, id, context.settings.quotas))},
-             {"usage", describe(store::usageOfFarm(sql, id))},
-             {"users", std::move(users)}});
+        JsonAnswer answer(context, id);
+        answer.open({{"farm", toJson(farm)},
+                     {"quota", describe(store::quotasOf(sql, id, context.settings.quotas))},
+                     {"usage", describe(store::usageOfFarm(sql, id))}},
+                    "users");
+        store::allUsers(sql, {.farm = id}, [&](const store::User& user) {
+            answer.add({{"id", user.id},
+                        {"name", user.name},
+                        {"usage", describe(store::usageOfUser(sql, id, user.id))}});
+            return true;
+        });
+        answer.close();
+        return answer.toResponse();
     };
     co_return co_await context.database.read(query);
 }

@@ -30,43 +30,47 @@ Async<Response> getProjectResources(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
     const store::Id id = request.id();
-    auto query = [&user, id](soci::session& sql) {
+    auto query = [&context, &user, id](soci::session& sql) {
         const auto project = store::projectById(sql, user.farmId(), id);
         if (!project) {
             throwNotFound();
         }
-        return Response::json(
-            {{"project", toJson(*project)}, {"resources", Snapshot(sql, user).inboxesOf(id)}});
+        JsonAnswer answer(context, user.farmId());
+        answer.open({{"project", toJson(*project)}}, "resources");
+        Snapshot(sql, user, answer).addInboxesOf(id);
+        answer.close();
+        return answer.toResponse();
     };
     co_return co_await context.database.read(query);
 }
 
-Response describeInbox(soci::session& sql, const store::User& user, const store::Inbox& inbox)
+Response describeInbox(Context& context, soci::session& sql, const store::User& user,
+                       const store::Inbox& inbox)
 {
-    return Response::json(mayUse(user, inbox)
-                              ? toJson(inbox, store::filesOf(sql, user.farmId(), inbox.id))
-                              : toJson(inbox, std::nullopt));
+    JsonAnswer answer(context, user.farmId());
+    Snapshot(sql, user, answer).addInbox(inbox);
+    return answer.toResponse();
 }
 
-Response describeProject(soci::session& sql, const store::User& user, const store::Project& project)
+Response describeProject(Context& context, soci::session& sql, const store::User& user,
+                         const store::Project& project)
 {
-    Json document = toJson(project);
-    document["resources"] = Json::array();
-    for (const store::Inbox& inbox : store::inboxesOf(sql, user.farmId())) {
-        if (inbox.project == project.id) {
-            document["resources"].push_back(toJson(inbox, std::nullopt));
-        }
-    }
-    return Response::json(document);
+    JsonAnswer answer(context, user.farmId());
+    answer.open(toJson(project), "resources");
+    store::eachInboxOf(sql, user.farmId(), project.id,
+                       [&answer](const store::Inbox& inbox) { answer.add(toJson(inbox)); });
+    answer.close();
+    return answer.toResponse();
 }
 
-Response describeResource(soci::session& sql, const store::User& user, store::Id id)
+Response describeResource(Context& context, soci::session& sql, const store::User& user,
+                          store::Id id)
 {
     if (const auto project = store::projectById(sql, user.farmId(), id)) {
-        return describeProject(sql, user, *project);
+        return describeProject(context, sql, user, *project);
     }
     if (const auto inbox = store::inboxById(sql, user.farmId(), id)) {
-        return describeInbox(sql, user, *inbox);
+        return describeInbox(context, sql, user, *inbox);
     }
     const auto file = store::fileById(sql, user.farmId(), id);
     const auto inbox = file ? store::inboxById(sql, user.farmId(), file->inbox) : std::nullopt;
@@ -80,7 +84,9 @@ Async<Response> getResource(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
     const store::Id id = request.id();
-    auto query = [&user, id](soci::session& sql) { return describeResource(sql, user, id); };
+    auto query = [&context, &user, id](soci::session& sql) {
+        return describeResource(context, sql, user, id);
+    };
     co_return co_await context.database.read(query);
 }
 
@@ -100,10 +106,15 @@ Async<Response> makeInbox(Context& context, Request& request)
                           made.inbox);
             audit(transaction, context, request, user, {"inbox-add", "inbox", made.inbox.id});
         }
-        const auto entries = store::filesOf(transaction.sql, user.farmId(), made.inbox.id);
-        return Response::json(toJson(made.inbox, entries), made.isNew ? 201 : 200);
+        return made;
     };
-    co_return co_await context.database.write(change);
+    const store::AddedInbox made = co_await context.database.write(change);
+    auto describe = [&context, &user, &made](soci::session& sql) {
+        return describeInbox(context, sql, user, made.inbox);
+    };
+    Response response = co_await context.database.read(describe);
+    response.status = made.isNew ? 201 : 200;
+    co_return response;
 }
 
 struct FileInInbox

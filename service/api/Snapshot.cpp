@@ -1,60 +1,37 @@
 #include "service/api/Snapshot.h"
 
 #include "service/api/Access.h"
-#include "service/store/EventTable.h"
 #include "service/store/FarmTable.h"
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
 
 namespace kelvo::api {
 
-Snapshot::Snapshot(soci::session& sql, const store::User& user) : user_(user)
+void Snapshot::addProjects()
 {
-    const store::Id farm = user.farmId();
-    if (farm == 0) {
-        return; // an admin has no farm
+    for (const store::Project& project : store::projectsOf(sql_, user_.farmId())) {
+        answer_.open(toJson(project), "resources");
+        addInboxesOf(project.id);
+        answer_.close();
     }
-    cursor_ = store::eventBounds(sql, farm).newest;
-    projects_ = store::projectsOf(sql, farm);
-    inboxes_ = store::inboxesOf(sql, farm);
-    files_ = user.role == store::ERole::Office ? store::filesOf(sql, farm)
-                                               : store::filesOfOwner(sql, farm, user.id);
 }
 
-Json Snapshot::inbox(const store::Inbox& inbox) const
+void Snapshot::addInboxesOf(store::Id project)
+{
+    store::eachInboxOf(sql_, user_.farmId(), project,
+                       [this](const store::Inbox& inbox) { addInbox(inbox); });
+}
+
+void Snapshot::addInbox(const store::Inbox& inbox)
 {
     if (!mayUse(user_, inbox)) {
-        return toJson(inbox, std::nullopt);
+        answer_.add(toJson(inbox));
+        return;
     }
-    std::vector<store::File> entries;
-    for (const store::File& file : files_) {
-        if (file.inbox == inbox.id) {
-            entries.push_back(file);
-        }
-    }
-    return toJson(inbox, entries);
-}
-
-Json Snapshot::inboxesOf(store::Id project) const
-{
-    Json list = Json::array();
-    for (const store::Inbox& one : inboxes_) {
-        if (one.project == project) {
-            list.push_back(inbox(one));
-        }
-    }
-    return list;
-}
-
-Json Snapshot::projects() const
-{
-    Json list = Json::array();
-    for (const store::Project& project : projects_) {
-        Json document = toJson(project);
-        document["resources"] = inboxesOf(project.id);
-        list.push_back(std::move(document));
-    }
-    return list;
+    answer_.open(toJson(inbox), "entries");
+    store::eachFileOf(sql_, user_.farmId(), inbox.id,
+                      [this](const store::File& file) { answer_.add(toJson(file)); });
+    answer_.close();
 }
 
 } // namespace kelvo::api

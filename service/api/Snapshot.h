@@ -1,39 +1,32 @@
 // A farm's projects, inboxes and files, as one user may see them.
 #pragma once
 
-#include "service/api/Documents.h"
+#include "service/api/JsonAnswer.h"
 #include "service/store/Database.h"
-
-#include <optional>
-#include <vector>
 
 namespace kelvo::api {
 
-/** Read in one transaction, so its parts are consistent. */
+/** Writes one transaction's state into an answer, row by row. The references outlive it. */
 class Snapshot
 {
 public:
-    Snapshot(soci::session& sql, const store::User& user);
+    Snapshot(soci::session& sql, const store::User& user, JsonAnswer& answer)
+        : sql_(sql), user_(user), answer_(answer)
+    {}
 
-    /** The id of the newest event that the snapshot includes. */
-    store::Id cursor() const { return cursor_; }
+    /** Adds the projects, with "resources". */
+    void addProjects();
 
-    /** The projects, with "resources". */
-    Json projects() const;
+    /** Adds the inboxes of one project. */
+    void addInboxesOf(store::Id project);
 
-    /** The inboxes of one project. */
-    Json inboxesOf(store::Id project) const;
-
-    const std::vector<store::Project>& projectList() const { return projects_; }
+    /** Adds the inbox, with "entries" if the user may see them. */
+    void addInbox(const store::Inbox& inbox);
 
 private:
-    Json inbox(const store::Inbox& inbox) const;
-
-    store::User user_;
-    store::Id cursor_ = 0;
-    std::vector<store::Project> projects_;
-    std::vector<store::Inbox> inboxes_;
-    std::vector<store::File> files_; // only files that the user may see
+    soci::session& sql_;
+    const store::User& user_;
+    JsonAnswer& answer_;
 };
 
 } // namespace kelvo::api

@@ -4,6 +4,7 @@
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
+#include "service/api/Paging.h"
 #include "service/api/UserFields.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
@@ -101,20 +102,47 @@ Async<Response> addUser(Context& context, Request& request)
     co_return Response::json(toJson(added), 201);
 }
 
+/** The id of the farm whose users the caller wants. An office sees only its own farm. */
+std::optional<store::Id> wantedFarm(soci::session& sql, const store::User& caller,
+                                    const Request& request)
+{
+    const auto name = request.queryValue("farm");
+    if (caller.farm && name.value_or(caller.farm->name) == caller.farm->name) {
+        return caller.farm->id;
+    }
+    const auto farm = name && !caller.farm ? store::farmByName(sql, *name) : std::nullopt;
+    if (name && !farm) {
+        throw Problem(EProblem::NotFound, "No farm has this name.");
+    }
+    return farm ? std::optional(farm->id) : std::nullopt;
+}
+
+std::optional<ERole> queryRole(const Request& request)
+{
+    const auto text = request.queryValue("role");
+    const auto role = text ? store::roleFromText(*text) : std::nullopt;
+    if (text && !role) {
+        throw Problem(EProblem::MalformedRequest, "No role has this name.");
+    }
+    return role;
+}
+
 Async<Response> listUsers(Context& context, Request& request)
 {
     const store::User caller = co_await requireManager(context, request);
-    const auto wanted = request.queryValue("farm");
-    auto query = [&caller, &wanted](soci::session& sql) {
-        const auto farm = caller.farm ? std::optional(caller.farm->name) : wanted;
-        if ((farm && !store::farmByName(sql, *farm)) || (wanted && farm != wanted)) {
-            throw Problem(EProblem::NotFound, "No farm has this name.");
-        }
-        Json list = Json::array();
-        for (const store::User& user : store::allUsers(sql, farm)) {
-            list.push_back(toJson(user));
-        }
-        return Response::json({{"users", std::move(list)}});
+    const Page page = readPage(request);
+    store::UserPart part{.name = request.queryValue("name"),
+                         .role = queryRole(request),
+                         .disabled = queryFlag(request, "disabled"),
+                         .afterId = page.after,
+                         .most = page.wanted()};
+    auto query = [&](soci::session& sql) {
+        part.farm = wantedFarm(sql, caller, request);
+        PageAnswer answer(context, caller.farmId(), page.limit, "users");
+        store::allUsers(sql, part, [&answer](const store::User& user) {
+            return answer.add(std::to_string(user.id), toJson(user));
+        });
+        return answer.toResponse(request);
     };
     co_return co_await context.database.read(query);
 }

@@ -2,6 +2,7 @@
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Failures.h"
 #include "service/kelvoctl/Names.h"
+#include "service/kelvoctl/Pages.h"
 #include "service/kelvoctl/PasswordPrompt.h"
 #include "service/kelvoctl/Users.h"
 
@@ -105,22 +106,12 @@ void addUser(CommandContext& context, const UserOptions& options)
     context.print(user, "Added the user " + describe(user) + ".");
 }
 
-json usersOf(CommandContext& context, const std::string& farm)
-{
-    const std::string query = farm.empty() ? "" : "?farm=" + percentEncoded(farm);
-    return allPages(context.client(), "/users" + query, "users");
-}
-
 void listUsers(CommandContext& context, const std::string& farm)
 {
-    const json users = usersOf(context, farm);
-    if (context.json) {
-        std::cout << oneLine(users) << std::endl;
-        return;
-    }
-    for (const json& user : users) {
+    const std::string query = farm.empty() ? "" : "?farm=" + percentEncoded(farm);
+    printItems(context, "/users" + query, "users", [](const json& user) {
         std::cout << user.at("id") << "  " << describe(user) << "\n";
-    }
+    });
 }
 
 void changeUser(CommandContext& context, const std::string& name, const json& change)

@@ -2,6 +2,7 @@
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Failures.h"
 #include "service/kelvoctl/Names.h"
+#include "service/kelvoctl/Pages.h"
 
 #include <iostream>
 #include <limits>
@@ -13,17 +14,12 @@ using nlohmann::json;
 
 void listBin(CommandContext& context)
 {
-    const json files = context.client().call("GET", "/bin").at("files");
-    if (context.json) {
-        std::cout << oneLine(files) << std::endl;
-        return;
-    }
-    for (const json& file : files) {
+    printItems(context, "/bin", "files", [](const json& file) {
         std::cout << file.at("id") << "  " << file.at("size") << "  removed "
                   << printable(file.at("deleted_at").get<std::string>()) << " by "
                   << printable(file.at("deleted_by").get<std::string>()) << "  "
                   << printable(file.at("name").get<std::string>()) << "\n";
-    }
+    });
 }
 
 void purge(CommandContext& context, int id, bool all, int farm)

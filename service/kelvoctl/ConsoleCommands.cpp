@@ -2,6 +2,7 @@
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Failures.h"
 #include "service/kelvoctl/Names.h"
+#include "service/kelvoctl/Pages.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -55,21 +56,9 @@ void printConsole(const json& console)
     }
 }
 
-json consoles(CommandContext& context)
-{
-    return context.client().call("GET", "/consoles").at("consoles");
-}
-
 void listConsoles(CommandContext& context)
 {
-    const json all = consoles(context);
-    if (context.json) {
-        std::cout << oneLine(all) << std::endl;
-        return;
-    }
-    for (const json& console : all) {
-        printConsole(console);
-    }
+    printItems(context, "/consoles", "consoles", printConsole);
 }
 
 // Returns an id unchanged. Otherwise finds the one console with this name or address.
@@ -79,16 +68,17 @@ std::string consoleId(CommandContext& context, const std::string& wanted)
         return wanted;
     }
     std::string id;
-    for (const json& console : consoles(context)) {
+    const auto take = [&id, &wanted](const json& console) {
         if (console.at("console_string") != wanted && console.at("hardware_address") != wanted) {
-            continue;
+            return; // an older service does not filter
         }
         if (!id.empty()) {
             throw Refused(0, "Ambiguous",
                           "Several consoles have the name " + printable(wanted) + ".");
         }
         id = console.at("id").dump();
-    }
+    };
+    eachItem(context.client(), "/consoles?name=" + percentEncoded(wanted), "consoles", take);
     if (id.empty()) {
         throw Refused(0, "Not found", "No console has the name " + printable(wanted) + ".");
     }

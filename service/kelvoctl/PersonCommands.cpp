@@ -2,6 +2,7 @@
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Failures.h"
 #include "service/kelvoctl/Names.h"
+#include "service/kelvoctl/Pages.h"
 #include "service/kelvoctl/PasswordPrompt.h"
 #include "service/kelvoctl/Users.h"
 
@@ -108,10 +109,10 @@ void exportUser(CommandContext& context, const PersonOptions& options)
     const std::string path =
         isOwn ? "/users/" + user.at("id").dump() : userPath(context, options.name);
     json document = client.call("GET", path + "/export");
-    document["positions"] = allPages(client, path + "/track?limit=1000", "positions");
+    document["positions"] = allItems(client, path + "/track", "positions");
     if (!isOwn || user.at("role") != "operator") {
-        document["audit"] = allPages(
-            client, "/audit?limit=1000&user=" + path.substr(path.rfind('/') + 1), "entries");
+        document["audit"] =
+            allItems(client, "/audit?user=" + path.substr(path.rfind('/') + 1), "entries");
     }
     std::cout << oneLine(document) << std::endl;
 }

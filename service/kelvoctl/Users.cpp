@@ -2,6 +2,7 @@
 
 #include "service/kelvoctl/Failures.h"
 #include "service/kelvoctl/Names.h"
+#include "service/kelvoctl/Pages.h"
 
 #include <optional>
 
@@ -11,25 +12,19 @@ using nlohmann::json;
 
 namespace {
 
-// The target of `<PATH>; rel="next"`. Empty on the last page.
-std::string nextPage(const Response& response)
-{
-    const std::string link = response.header("link");
-    const std::size_t end = link.find(">; rel=\"next\"");
-    return end == std::string::npos ? "" : link.substr(1, end - 1);
-}
-
 // The path of the item with this name in /users or /farms.
 std::optional<std::string> findByName(CommandContext& context, const char* list,
                                       const std::string& name)
 {
     const std::string path = std::string("/") + list;
-    for (const json& item : allPages(context.client(), path, list)) {
-        if (item.at("name") == name) {
-            return path + "/" + item.at("id").dump();
-        }
-    }
-    return std::nullopt;
+    std::optional<std::string> found;
+    eachItem(context.client(), path + "?name=" + percentEncoded(name), list,
+             [&](const json& item) {
+                 if (item.at("name") == name) { // /farms and older services do not filter
+                     found = path + "/" + item.at("id").dump();
+                 }
+             });
+    return found;
 }
 
 } // namespace
@@ -48,22 +43,6 @@ std::string farmPath(CommandContext& context, const std::string& name)
         return *path;
     }
     throw Refused(0, "Not found", "No farm has the name " + printable(name) + ".");
-}
-
-json allPages(ApiClient& client, const std::string& path, const char* items)
-{
-    json all = json::array();
-    Request request;
-    request.method = "GET";
-    for (request.path = path; !request.path.empty();) {
-        const Response page = client.expect(request);
-        json document = page.json();
-        for (json& item : document.at(items)) {
-            all.push_back(std::move(item));
-        }
-        request.path = nextPage(page);
-    }
-    return all;
 }
 
 } // namespace kelvoctl

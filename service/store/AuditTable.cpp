@@ -1,6 +1,7 @@
 #include "service/store/AuditTable.h"
 
 #include "service/base/Log.h"
+#include "service/store/PartQuery.h"
 
 #include <soci/soci.h>
 
@@ -29,52 +30,24 @@ void logEntry(const AuditEntry& entry)
               entry.objectKind, entry.object, entry.objectName});
 }
 
-std::vector<AuditEntry> auditOf(soci::session& sql, const AuditPart& part)
+void auditOf(soci::session& sql, const AuditPart& part,
+             const std::function<bool(const AuditEntry&)>& visit)
 {
-    std::string where = " WHERE 1 = 1";
-    const auto filter = [&where](bool isSet, const char* condition) {
-        where += isSet ? condition : "";
-    };
-    filter(part.farm.has_value(), " AND farm_id = :farm");
-    filter(part.actor.has_value(), " AND actor_id = :actor");
-    filter(part.action.has_value(), " AND action = :action");
-    filter(part.fromMs.has_value(), " AND at_ms >= :from");
-    filter(part.beforeMs.has_value(), " AND at_ms < :before");
-    filter(part.belowId.has_value(), " AND id < :below");
     AuditEntry row;
-    soci::statement query(sql);
-    query.exchange(into(row.id));
-    query.exchange(into(row.atMs));
-    for (std::string* text : {&row.action, &row.outcome, &row.address, &row.actorName,
-                              &row.objectKind, &row.objectName}) {
-        query.exchange(into(*text));
+    PartQuery query(sql);
+    query.into(row.id, row.atMs, row.action, row.outcome, row.address, row.actorName,
+               row.objectKind, row.objectName, row.actor, row.farm, row.object);
+    query.filter(part.farm, "farm_id = :farm");
+    query.filter(part.actor, "actor_id = :actor");
+    query.filter(part.action, "action = :action");
+    query.filter(part.fromMs, "at_ms >= :from");
+    query.filter(part.beforeMs, "at_ms < :before");
+    query.filter(part.belowId, "id < :below");
+    query.execute("SELECT id, at_ms, action, outcome, address, actor_name, object_kind,"
+                  " object_name, actor_id, farm_id, object_id FROM audit",
+                  "id DESC", part.most);
+    while (query.fetch() && visit(row)) {
     }
-    for (Id* id : {&row.actor, &row.farm, &row.object}) {
-        query.exchange(into(*id));
-    }
-    const auto bind = [&query](const auto& value) {
-        if (value) {
-            query.exchange(use(*value));
-        }
-    };
-    bind(part.farm);
-    bind(part.actor);
-    bind(part.action);
-    bind(part.fromMs);
-    bind(part.beforeMs);
-    bind(part.belowId);
-    query.exchange(use(part.most));
-    query.alloc();
-    query.prepare("SELECT id, at_ms, action, outcome, address, actor_name, object_kind,"
-                  " object_name, actor_id, farm_id, object_id FROM audit" +
-                  where + " ORDER BY id DESC LIMIT :most");
-    query.define_and_bind();
-    query.execute();
-    std::vector<AuditEntry> entries;
-    while (query.fetch()) {
-        entries.push_back(row);
-    }
-    return entries;
 }
 
 void pruneAudit(Transaction& transaction, long long beforeMs)

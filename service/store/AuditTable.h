@@ -4,9 +4,9 @@
 #include "service/store/Database.h"
 #include "service/store/Records.h"
 
+#include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace kelvo::store {
 
@@ -31,8 +31,9 @@ struct AuditPart
     int most = 0;
 };
 
-/** The newest entry comes first. */
-std::vector<AuditEntry> auditOf(soci::session& sql, const AuditPart& part);
+/** The newest entry comes first. Ends when `visit` returns false. */
+void auditOf(soci::session& sql, const AuditPart& part,
+             const std::function<bool(const AuditEntry&)>& visit);
 
 /** Removes the entries that are older than this time, and the entries above the largest number. */
 void pruneAudit(Transaction& transaction, long long beforeMs);

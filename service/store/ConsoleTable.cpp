@@ -1,11 +1,11 @@
 #include "service/store/ConsoleTable.h"
 
 #include "service/store/Errors.h"
+#include "service/store/PartQuery.h"
 
 #include <soci/soci.h>
 
 #include <limits>
-#include <map>
 
 namespace kelvo::store {
 
@@ -55,23 +55,6 @@ Id findOrAddConsole(Transaction& transaction, const User& user, const std::strin
     return transaction.sql.got_data() ? id : addConsole(transaction, user, identity);
 }
 
-std::map<Id, std::vector<Device>> devicesOf(soci::session& sql, Id farm)
-{
-    std::map<Id, std::vector<Device>> devices;
-    Id console = 0;
-    Device device;
-    soci::statement query =
-        (sql.prepare << "SELECT d.console_id, d.document, d.received_ms FROM console_devices d"
-                        " JOIN consoles c ON c.id = d.console_id WHERE c.farm_id = :farm"
-                        " ORDER BY d.console_id, d.hardware_address",
-         into(console), into(device.document), into(device.receivedMs), use(farm));
-    query.execute();
-    while (query.fetch()) {
-        devices[console].push_back(device);
-    }
-    return devices;
-}
-
 } // namespace
 
 Id bindConsole(Transaction& transaction, const Session& session, const std::string& hardwareAddress)
@@ -95,38 +78,45 @@ Id bindConsole(Transaction& transaction, const Session& session, const std::stri
     return console;
 }
 
-std::vector<Console> consolesOf(soci::session& sql, Id farm)
+void consolesOf(soci::session& sql, Id farm, const ConsolePart& part,
+                const std::function<bool(const Console&)>& visit)
 {
-    auto devices = devicesOf(sql, farm);
-    std::vector<Console> consoles;
-    Console row;
+    Console console;
     std::string identity;
     Position position;
     Id number = 0;
+    PartQuery query(sql);
+    query.into(console.id, identity, console.operatorId, console.operatorName, console.environment,
+               console.environmentMs, number, position.timeS, position.latitudeDeg,
+               position.longitudeDeg, position.receivedMs);
+    query.where("c.farm_id = :farm", farm);
+    query.filter(part.operatorId, "c.user_id = :user");
+    query.filter(part.afterId, "c.id > :after");
+    query.execute("SELECT c.id, c.identity, c.user_id, u.name, c.environment,"
+                  " c.environment_ms, COALESCE(t.number, 0), COALESCE(t.time_s, 0),"
+                  " COALESCE(t.latitude, 0), COALESCE(t.longitude, 0), COALESCE(t.received_ms, 0)"
+                  " FROM consoles c JOIN users u ON u.id = c.user_id"
+                  " LEFT JOIN track t ON t.console_id = c.id AND t.number = c.last_number",
+                  "c.id", 0);
+    for (bool goesOn = true; goesOn && query.fetch();) {
+        const bool isNamed = identity.starts_with(addressPrefix);
+        console.hardwareAddress = isNamed ? identity.substr(addressPrefix.size()) : "";
+        console.position = number > 0 ? std::optional(position) : std::nullopt;
+        goesOn = visit(console);
+    }
+}
+
+void eachDeviceOf(soci::session& sql, Id console, const std::function<void(const Device&)>& visit)
+{
+    Device device;
     soci::statement query =
-        (sql.prepare << "SELECT c.id, c.identity, c.user_id, u.name, c.environment,"
-                        " c.environment_ms, COALESCE(t.number, 0), COALESCE(t.time_s, 0),"
-                        " COALESCE(t.latitude, 0), COALESCE(t.longitude, 0),"
-                        " COALESCE(t.received_ms, 0)"
-                        " FROM consoles c JOIN users u ON u.id = c.user_id"
-                        " LEFT JOIN track t ON t.console_id = c.id AND t.number = c.last_number"
-                        " WHERE c.farm_id = :farm ORDER BY c.id",
-         into(row.id), into(identity), into(row.operatorId), into(row.operatorName),
-         into(row.environment), into(row.environmentMs), into(number), into(position.timeS),
-         into(position.latitudeDeg), into(position.longitudeDeg), into(position.receivedMs),
-         use(farm));
+        (sql.prepare << "SELECT document, received_ms FROM console_devices"
+                        " WHERE console_id = :console ORDER BY hardware_address",
+         into(device.document), into(device.receivedMs), use(console));
     query.execute();
     while (query.fetch()) {
-        Console& console = consoles.emplace_back(row);
-        if (identity.starts_with(addressPrefix)) {
-            console.hardwareAddress = identity.substr(addressPrefix.size());
-        }
-        console.devices = std::move(devices[console.id]);
-        if (number > 0) {
-            console.position = position;
-        }
+        visit(device);
     }
-    return consoles;
 }
 
 bool hasConsole(soci::session& sql, Id farm, Id console)

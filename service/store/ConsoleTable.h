@@ -5,6 +5,7 @@
 #include "service/store/Records.h"
 #include "service/store/ReportTable.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,12 +41,22 @@ struct Console
     std::string operatorName;
     std::string environment; // JSON as received; empty: not reported
     long long environmentMs = 0;
-    std::vector<Device> devices; // by hardware address
     std::optional<Position> position;
 };
 
-/** In the order of their ids. */
-std::vector<Console> consolesOf(soci::session& sql, Id farm);
+/** A part of a farm's consoles. Without a value a filter lets every console through. */
+struct ConsolePart
+{
+    std::optional<Id> operatorId = {};
+    std::optional<Id> afterId = {};
+};
+
+/** In the order of their ids. Ends when `visit` returns false. */
+void consolesOf(soci::session& sql, Id farm, const ConsolePart& part,
+                const std::function<bool(const Console&)>& visit);
+
+/** The devices of a console, in the order of their hardware addresses. */
+void eachDeviceOf(soci::session& sql, Id console, const std::function<void(const Device&)>& visit);
 
 bool hasConsole(soci::session& sql, Id farm, Id console);
 

@@ -2,6 +2,7 @@
 
 #include "service/store/FarmTable.h"
 #include "service/store/InboxTable.h"
+#include "service/store/PartQuery.h"
 #include "service/store/QuotaTable.h"
 
 #include <soci/soci.h>
@@ -77,18 +78,20 @@ std::vector<File> filesOf(soci::session& sql, Id farm, std::optional<Id> inbox)
     return fetchFiles(query, row);
 }
 
-std::vector<File> filesOfOwner(soci::session& sql, Id farm, Id owner)
+void eachFileOf(soci::session& sql, Id farm, Id inbox,
+                const std::function<void(const File&)>& visit)
 {
-    // Ordered by an index, the query would walk all files of the farm: hence the plus.
     BinnedFile row;
     soci::statement query =
         (intoFile(sql.prepare << selectFiles
-                              << " WHERE f.farm_id = :farm AND f.inbox_id IN (SELECT i.id"
-                                 " FROM inboxes i WHERE i.farm_id = :same AND i.owner_id = :owner)"
-                                 " AND f.deleted_ms IS NULL ORDER BY +f.id",
+                              << " WHERE f.farm_id = :farm AND f.inbox_id = :inbox"
+                                 " AND f.deleted_ms IS NULL ORDER BY f.id",
                   row),
-         use(farm), use(farm), use(owner));
-    return fetchFiles(query, row);
+         use(farm), use(inbox));
+    query.execute();
+    while (query.fetch()) {
+        visit(row.file);
+    }
 }
 
 bool nameIsInInbox(soci::session& sql, Id farm, Id inbox, const std::string& name)
@@ -114,21 +117,25 @@ void moveToBin(Transaction& transaction, Id farm, Id file, const std::string& de
         use(nowMs), use(deletedBy), use(farm), use(file);
 }
 
-std::vector<BinnedFile> binOf(soci::session& sql, Id farm)
+void binOf(soci::session& sql, Id farm, const BinPart& part,
+           const std::function<bool(const BinnedFile&)>& visit)
 {
     BinnedFile row;
-    std::vector<BinnedFile> files;
-    soci::statement query =
-        (intoFile(sql.prepare << selectFiles
-                              << " WHERE f.farm_id = :farm AND f.deleted_ms IS NOT NULL"
-                                 " ORDER BY f.deleted_ms DESC, f.id",
-                  row),
-         use(farm));
-    query.execute();
-    while (query.fetch()) {
-        files.push_back(row);
+    PartQuery query(sql);
+    query.into(row.file.id, row.file.inbox, row.file.name, row.file.sizeBytes, row.file.sha256,
+               row.file.createdMs, row.deletedMs, row.deletedBy);
+    query.where("f.farm_id = :farm", farm);
+    query.where("f.deleted_ms IS NOT NULL");
+    query.filter(part.inbox, "f.inbox_id = :inbox");
+    query.filter(part.name, "f.name = :name");
+    if (part.after) {
+        query.where("f.deleted_ms <= :until", part.after->deletedMs);
+        query.where("(f.deleted_ms < :before OR f.id > :after)", part.after->deletedMs,
+                    part.after->file);
     }
-    return files;
+    query.execute(selectFiles, "f.deleted_ms DESC, f.id", part.most);
+    while (query.fetch() && visit(row)) {
+    }
 }
 
 namespace {

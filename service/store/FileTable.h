@@ -4,6 +4,7 @@
 #include "service/store/Database.h"
 #include "service/store/Records.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,8 +20,9 @@ std::optional<File> fileById(soci::session& sql, Id farm, Id file);
 /** All files of the farm, or of one inbox, in the order of their ids. */
 std::vector<File> filesOf(soci::session& sql, Id farm, std::optional<Id> inbox = {});
 
-/** All files in the inboxes of one owner. */
-std::vector<File> filesOfOwner(soci::session& sql, Id farm, Id owner);
+/** The files of one inbox in the order of their ids, without a copy of all. */
+void eachFileOf(soci::session& sql, Id farm, Id inbox,
+                const std::function<void(const File&)>& visit);
 
 bool nameIsInInbox(soci::session& sql, Id farm, Id inbox, const std::string& name);
 
@@ -28,7 +30,26 @@ void setFileName(Transaction& transaction, Id farm, Id file, const std::string& 
 
 void moveToBin(Transaction& transaction, Id farm, Id file, const std::string& deletedBy,
                long long nowMs);
-std::vector<BinnedFile> binOf(soci::session& sql, Id farm);
+
+/** A place in the bin's order. */
+struct BinPlace
+{
+    long long deletedMs = 0;
+    Id file = 0;
+};
+
+/** A part of the bin. Without a value a filter lets every file through. */
+struct BinPart
+{
+    std::optional<Id> inbox = {};
+    std::optional<std::string> name = {};
+    std::optional<BinPlace> after = {};
+    int most = 0; // 0: all
+};
+
+/** The file deleted last comes first. Ends when `visit` returns false. */
+void binOf(soci::session& sql, Id farm, const BinPart& part,
+           const std::function<bool(const BinnedFile&)>& visit);
 
 /** Empty if the file is not in the farm's bin. */
 std::optional<File> restoreFromBin(Transaction& transaction, Id farm, Id file);

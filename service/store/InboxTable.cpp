@@ -75,4 +75,18 @@ std::vector<Inbox> inboxesOf(soci::session& sql, Id farm)
     return inboxes;
 }
 
+void eachInboxOf(soci::session& sql, Id farm, Id project,
+                 const std::function<void(const Inbox&)>& visit)
+{
+    Inbox inbox;
+    soci::statement query =
+        (intoInbox(sql.prepare << selectInboxes << " AND i.project_id = :project ORDER BY i.id",
+                   inbox),
+         use(farm), use(project));
+    query.execute();
+    while (query.fetch()) {
+        visit(named(inbox));
+    }
+}
+
 } // namespace kelvo::store

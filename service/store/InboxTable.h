@@ -4,6 +4,7 @@
 #include "service/store/Database.h"
 #include "service/store/Records.h"
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -25,5 +26,9 @@ Id ownerOf(soci::session& sql, Id farm, Id inbox);
 
 /** In the order of their ids. */
 std::vector<Inbox> inboxesOf(soci::session& sql, Id farm);
+
+/** The inboxes of one project in the order of their ids, without a copy of all. */
+void eachInboxOf(soci::session& sql, Id farm, Id project,
+                 const std::function<void(const Inbox&)>& visit);
 
 } // namespace kelvo::store

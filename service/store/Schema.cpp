@@ -208,6 +208,15 @@ constexpr const char* fileIndexes[] = {
     "CREATE INDEX files_in_bin ON files (farm_id, inbox_id) WHERE deleted_ms IS NOT NULL",
 };
 
+// Each list is read in the order of an index, so that no row is sorted in memory.
+constexpr const char* listOrders[] = {
+    "CREATE INDEX files_in_bin_order ON files (farm_id, deleted_ms DESC, id)"
+    " WHERE deleted_ms IS NOT NULL",
+    "CREATE INDEX consoles_by_farm ON consoles (farm_id, id)",
+    "DROP INDEX users_by_farm",
+    "CREATE INDEX users_by_farm ON users (farm_id, id)",
+};
+
 /** Step N migrates version N to N+1. A released step is never changed; new steps are added. */
 constexpr std::array migrations{
     std::span<const char* const>(firstSchema),
@@ -221,6 +230,7 @@ constexpr std::array migrations{
     std::span<const char* const>(quotas),
     std::span<const char* const>(heldBytes),
     std::span<const char* const>(fileIndexes),
+    std::span<const char* const>(listOrders),
 };
 
 int readVersion(soci::session& sql)

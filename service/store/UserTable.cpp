@@ -1,6 +1,7 @@
 #include "service/store/UserTable.h"
 
 #include "service/store/Errors.h"
+#include "service/store/PartQuery.h"
 
 #include <soci/soci.h>
 
@@ -110,24 +111,24 @@ std::optional<Credentials> credentialsOf(soci::session& sql, const std::string& 
     return query.execute(true) ? std::optional(row.take()) : std::nullopt;
 }
 
-std::vector<User> allUsers(soci::session& sql, const std::optional<std::string>& farmName)
+void allUsers(soci::session& sql, const UserPart& part,
+              const std::function<bool(const User&)>& visit)
 {
     UserRow row;
-    std::vector<User> users;
-    const std::string farm = farmName.value_or(std::string());
-    const int all = farmName ? 0 : 1;
-    soci::statement query =
-        (intoRow(
-             sql.prepare
-                 << selectUsers
-                 << " WHERE (f.name = :farm OR :all = 1) AND u.deleted_ms IS NULL ORDER BY u.id",
-             row),
-         use(farm), use(all));
-    query.execute();
-    while (query.fetch()) {
-        users.push_back(row.take().user);
+    PartQuery query(sql);
+    query.into(row.credentials.user.id, row.farm.id, row.farm.name, row.credentials.user.name,
+               row.role, row.disabled, row.credentials.passwordHash);
+    const auto role = part.role ? std::optional(toText(*part.role)) : std::nullopt;
+    const auto disabled = part.disabled ? std::optional(*part.disabled ? 1 : 0) : std::nullopt;
+    query.where("u.deleted_ms IS NULL");
+    query.filter(part.farm, "u.farm_id = :farm");
+    query.filter(part.name, "u.name = :name");
+    query.filter(role, "u.role = :role");
+    query.filter(disabled, "u.disabled = :disabled");
+    query.filter(part.afterId, "u.id > :after");
+    query.execute(selectUsers, "u.id", part.most);
+    while (query.fetch() && visit(row.take().user)) {
     }
-    return users;
 }
 
 void setDisabled(Transaction& transaction, Id user, bool disabled)

@@ -4,9 +4,9 @@
 #include "service/store/Database.h"
 #include "service/store/Records.h"
 
+#include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace kelvo::store {
 
@@ -32,8 +32,20 @@ User addUser(Transaction& transaction, const NewUser& user);
 std::optional<User> userById(soci::session& sql, Id user);
 std::optional<Credentials> credentialsOf(soci::session& sql, const std::string& name);
 
-/** All users, or the users of one farm. */
-std::vector<User> allUsers(soci::session& sql, const std::optional<std::string>& farmName);
+/** A part of the users. Without a value a filter lets every user through. */
+struct UserPart
+{
+    std::optional<Id> farm = {};
+    std::optional<std::string> name = {};
+    std::optional<ERole> role = {};
+    std::optional<bool> disabled = {};
+    std::optional<Id> afterId = {};
+    int most = 0; // 0: all
+};
+
+/** In the order of their ids. Ends when `visit` returns false. */
+void allUsers(soci::session& sql, const UserPart& part,
+              const std::function<bool(const User&)>& visit);
 
 void setDisabled(Transaction& transaction, Id user, bool disabled);
 void setUserName(Transaction& transaction, Id user, const std::string& name);

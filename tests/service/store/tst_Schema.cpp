@@ -4,6 +4,7 @@
 #include "service/store/EventTable.h"
 #include "service/store/Schema.h"
 #include "tests/service/store/StoreContract.h"
+#include "tests/service/support/StoredConsoles.h"
 
 #include <soci/soci.h>
 
@@ -66,12 +67,13 @@ TEST_P(StoreContract, MigratesTheConsolesOfTheFirstSchema)
         }
     }
     store::Database migrated(GetParam().connect(old.Path()));
-    const auto consoles =
-        migrated.readNow([](soci::session& sql) { return store::consolesOf(sql, 1); });
+    const auto consoles = migrated.readNow([](soci::session& sql) { return consolesIn(sql, 1); });
     ASSERT_EQ(consoles.size(), 2U);
     EXPECT_EQ(consoles[0].operatorName, "olga");
     EXPECT_EQ(consoles[0].environment, "{\"n\":1}");
-    EXPECT_EQ(consoles[0].devices.at(0).document, "{\"n\":2}");
+    const auto devices = migrated.readNow(
+        [&consoles](soci::session& sql) { return devicesIn(sql, consoles[0].id); });
+    EXPECT_EQ(devices.at(0).document, "{\"n\":2}");
     EXPECT_EQ(consoles[0].position->latitudeDeg, 52.5);
     EXPECT_EQ(consoles[1].operatorName, "piet");
     EXPECT_EQ(consoles[1].environment, "");

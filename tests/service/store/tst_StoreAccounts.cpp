@@ -60,12 +60,26 @@ TEST_P(StoreContract, ReturnsUsersAsTheyWereAdded)
     ASSERT_TRUE(found->user.farm);
     EXPECT_EQ(found->user.farm->name, "Hill Farm");
 
-    const auto ofFarm = read([](soci::session& sql) { return store::allUsers(sql, "Hill Farm"); });
+    const auto users = [this](const store::UserPart& part) {
+        return read([&part](soci::session& sql) {
+            std::vector<store::User> visited;
+            store::allUsers(sql, part, [&visited](const store::User& user) {
+                visited.push_back(user);
+                return true;
+            });
+            return visited;
+        });
+    };
+    const auto ofFarm = users({.farm = farm.id});
     ASSERT_EQ(ofFarm.size(), 1U);
     EXPECT_EQ(ofFarm.front().name, "olga");
-    const auto all = read([](soci::session& sql) { return store::allUsers(sql, std::nullopt); });
+    const auto all = users({});
     ASSERT_EQ(all.size(), 3U);
     EXPECT_FALSE(all.front().farm); // the administrator
+    EXPECT_EQ(users({.most = 2}).back().id, olga.id);
+    EXPECT_EQ(users({.role = store::ERole::Operator, .disabled = false}).at(0).id, olga.id);
+    EXPECT_EQ(users({.name = "oscar", .afterId = olga.id}).size(), 1U);
+    EXPECT_TRUE(users({.disabled = true}).empty());
 }
 
 TEST_P(StoreContract, ChangesUsers)

@@ -38,12 +38,23 @@ protected:
         });
     }
 
+    std::vector<AuditEntry> entriesOf(const AuditPart& part)
+    {
+        return read([&part](soci::session& sql) {
+            std::vector<AuditEntry> entries;
+            store::auditOf(sql, part, [&entries](const AuditEntry& entry) {
+                entries.push_back(entry);
+                return true;
+            });
+            return entries;
+        });
+    }
+
     std::vector<std::string> actions(AuditPart part)
     {
         part.most = part.most == 0 ? 100 : part.most;
         std::vector<std::string> found;
-        for (const AuditEntry& entry :
-             read([&part](soci::session& sql) { return store::auditOf(sql, part); })) {
+        for (const AuditEntry& entry : entriesOf(part)) {
             found.push_back(entry.action);
         }
         return found;
@@ -77,11 +88,9 @@ TEST_P(StoreAudit, ForgetsAPersonAndKeepsTheId)
     about.objectName = "olga";
     add({about, entryOf("login", 7, 1, 200)});
     write([](Transaction& t) { store::forgetInAudit(t, 7); });
-    const auto entries = read([](soci::session& sql) {
-        AuditPart part;
-        part.most = 10;
-        return store::auditOf(sql, part);
-    });
+    AuditPart part;
+    part.most = 10;
+    const auto entries = entriesOf(part);
     ASSERT_EQ(entries.size(), 2U);
     EXPECT_EQ(entries[0].actor, 7);
     EXPECT_EQ(entries[0].actorName + entries[0].address + entries[1].objectName, "");

@@ -3,6 +3,7 @@
 #include "service/store/Errors.h"
 #include "service/store/SessionTable.h"
 #include "tests/service/store/StoreContract.h"
+#include "tests/service/support/StoredConsoles.h"
 
 #include <gmock/gmock.h>
 #include <soci/soci.h>
@@ -40,9 +41,14 @@ protected:
         return kept;
     }
 
-    std::vector<store::Console> consoles()
+    std::vector<store::Console> consoles(const store::ConsolePart& part = {})
     {
-        return read([this](soci::session& sql) { return store::consolesOf(sql, farm.id); });
+        return read([&](soci::session& sql) { return consolesIn(sql, farm.id, part); });
+    }
+
+    std::vector<store::Device> devices(store::Id console)
+    {
+        return read([console](soci::session& sql) { return devicesIn(sql, console); });
     }
 
     std::vector<store::Id> track(store::Id console, store::TrackPart part)
@@ -131,9 +137,9 @@ TEST_P(StoreConsoles, KeepOnlyTheLastReports)
     const store::Console kept = consoles()[0];
     EXPECT_EQ(kept.environment, "{\"n\":2}");
     EXPECT_EQ(kept.environmentMs, now);
-    ASSERT_EQ(kept.devices.size(), 2U);
-    EXPECT_EQ(kept.devices[0].document, "{\"n\":2}");
-    EXPECT_EQ(kept.devices[1].receivedMs, now + 1);
+    ASSERT_EQ(devices(console).size(), 2U);
+    EXPECT_EQ(devices(console)[0].document, "{\"n\":2}");
+    EXPECT_EQ(devices(console)[1].receivedMs, now + 1);
 }
 
 TEST_P(StoreConsoles, KeepTheLastEnvironmentOfEachSession)
@@ -185,7 +191,7 @@ TEST_P(StoreConsoles, HaveALimitOfDevicesForAFarm)
     EXPECT_THROW(set(second, "0"), store::TooManyReported)
         << "the device belongs to the other console";
     set(first, "0");
-    EXPECT_EQ(consoles()[0].devices[0].receivedMs, now + 1);
+    EXPECT_EQ(devices(first)[0].receivedMs, now + 1);
     const store::User otto = addUser(addFarm("Dale Farm"), "otto");
     set(report(logIn(otto, "c"), ""), "one more");
 }

@@ -47,6 +47,19 @@ std::vector<std::string> names(const std::vector<store::File>& files)
     return all;
 }
 
+std::vector<store::BinnedFile> inBin(store::Database& database, store::Id farm,
+                                     const store::BinPart& part)
+{
+    return database.readNow([&](soci::session& sql) {
+        std::vector<store::BinnedFile> files;
+        store::binOf(sql, farm, part, [&files](const store::BinnedFile& file) {
+            files.push_back(file);
+            return true;
+        });
+        return files;
+    });
+}
+
 TEST_P(StoreContract, MakesAnInboxOnce)
 {
     const store::User user = addUser(addFarm("Hill Farm"), "olga");
@@ -89,10 +102,14 @@ TEST_P(StoreContract, ListsFilesOfAnInboxAndOfAnOwner)
                     return store::filesOf(sql, farm.id, olga.inbox.id);
                 })),
                 testing::ElementsAre("a", "a"));
-    EXPECT_THAT(names(read([&](soci::session& sql) {
-                    return store::filesOfOwner(sql, farm.id, oscar.user.id);
-                })),
-                testing::ElementsAre("b"));
+    EXPECT_THAT(read([&](soci::session& sql) {
+                    std::vector<std::string> visited;
+                    store::eachFileOf(sql, farm.id, olga.inbox.id, [&](const store::File& file) {
+                        visited.push_back(file.sha256);
+                    });
+                    return visited;
+                }),
+                testing::ElementsAre("aa", "cc"));
     EXPECT_THAT(names(read([&](soci::session& sql) { return store::filesOf(sql, farm.id); })),
                 testing::ElementsAre("a", "b", "a"));
 }
@@ -104,7 +121,7 @@ TEST_P(StoreContract, RestoresAFileFromTheBinWithItsId)
     const store::File file = addTo(*database, place, "a", "aa");
     write([&](Transaction& t) { store::moveToBin(t, farm, file.id, "oscar", now); });
     EXPECT_FALSE(read([&](soci::session& sql) { return store::fileById(sql, farm, file.id); }));
-    const auto bin = read([&](soci::session& sql) { return store::binOf(sql, farm); });
+    const auto bin = inBin(*database, farm, {});
     ASSERT_EQ(bin.size(), 1U);
     EXPECT_EQ(bin.front().file.id, file.id);
     EXPECT_EQ(bin.front().deletedBy, "oscar");
@@ -116,6 +133,30 @@ TEST_P(StoreContract, RestoresAFileFromTheBinWithItsId)
     EXPECT_EQ(restored->id, file.id);
     EXPECT_FALSE(write(restore)) << "the file is no longer in the bin";
     EXPECT_TRUE(read([&](soci::session& sql) { return store::fileById(sql, farm, file.id); }));
+}
+
+TEST_P(StoreContract, ListsTheFilesOfTheBinInPages)
+{
+    const Place olga = makePlace(*database, addUser(addFarm("Hill Farm"), "olga"));
+    const store::Id farm = olga.user.farmId();
+    for (const long long deletedMs : {now + 1, now, now, now + 2}) { // the middle two at one time
+        const store::File file = addTo(*database, olga, "a", "aa");
+        write([&](Transaction& t) { store::moveToBin(t, farm, file.id, "olga", deletedMs); });
+    }
+    const store::Id first = olga.inbox.id + 1;
+    const auto idsAfter = [&](std::optional<store::BinPlace> place) {
+        std::vector<store::Id> ids;
+        for (const store::BinnedFile& file : inBin(*database, farm, {.after = place, .most = 2})) {
+            ids.push_back(file.file.id);
+        }
+        return ids;
+    };
+    EXPECT_THAT(idsAfter(std::nullopt), testing::ElementsAre(first + 3, first));
+    EXPECT_THAT(idsAfter(store::BinPlace{now + 1, first}),
+                testing::ElementsAre(first + 1, first + 2));
+    EXPECT_THAT(idsAfter(store::BinPlace{now, first + 1}), testing::ElementsAre(first + 2));
+    EXPECT_THAT(inBin(*database, farm, {.name = "b"}), testing::IsEmpty());
+    EXPECT_THAT(inBin(*database, farm, {.inbox = olga.inbox.id}), testing::SizeIs(4));
 }
 
 TEST_P(StoreContract, NeverUsesAnIdTwice)

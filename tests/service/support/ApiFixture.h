@@ -50,8 +50,9 @@ protected:
     accounts::Accounts accounts{
         database, clock, {accounts::EPasswordCost::Minimal, 5, std::chrono::hours(1)}};
     WorkPool filePool{2};
-    api::Context context{database, contents, digests, digestLocks, activeUploads, integrity,
-                         hub,      accounts, clock,   filePool,    reserve,       {}};
+    api::AnswerFiles answerFiles;
+    api::Context context{database, contents, digests,  digestLocks, activeUploads, integrity, hub,
+                         accounts, clock,    filePool, reserve,     answerFiles,   {}};
     store::User user;
     store::Inbox inbox;
 };

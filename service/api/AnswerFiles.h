@@ -1,0 +1,44 @@
+// The files that hold large answers until their readers have them.
+#pragma once
+
+#include "service/base/Files.h"
+#include "service/store/Records.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace kelvo::api {
+
+/**
+ * Counts the bytes that the answers of each farm hold on the disk, so that slow readers cannot fill
+ * it. Equal answers share a file: the consoles of one user that log in at the same time need one.
+ *
+ * Thread: any. Ownership: outlives the files that it returns.
+ */
+class AnswerFiles
+{
+public:
+    explicit AnswerFiles(std::uint64_t mostBytesOfAFarm = 256ULL * 1024 * 1024)
+        : mostBytes_(mostBytesOfAFarm)
+    {}
+
+    /**
+     * Returns the file of an equal answer, or takes this file. `name` is equal for equal answers
+     * only. The first answer of a farm may be larger than the limit. Throws Problem (busy).
+     */
+    std::shared_ptr<const FileDescriptor> keep(store::Id farm, const std::string& name,
+                                               FileDescriptor file, std::uint64_t sizeBytes);
+
+private:
+    void forget(store::Id farm, const std::string& name, std::uint64_t sizeBytes);
+
+    const std::uint64_t mostBytes_;
+    std::mutex mutex_; // guards files_ and bytes_
+    std::map<std::string, std::weak_ptr<const FileDescriptor>> files_;
+    std::map<store::Id, std::uint64_t> bytes_; // on the disk, for each farm
+};
+
+} // namespace kelvo::api

@@ -1,0 +1,145 @@
+#include "service/api/JsonAnswer.h"
+
+#include "service/api/ContentSource.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace kelvo::api {
+
+namespace {
+
+/** A smaller answer fits into one packet anyway. */
+constexpr std::size_t minPackedBytes = 512;
+constexpr std::size_t passedBytes = 16 * 1024;
+constexpr std::size_t mostInMemory = 128 * 1024;
+
+std::string dump(const Json& document)
+{
+    return document.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+} // namespace
+
+JsonAnswer::JsonAnswer(Context& context, store::Id farm, bool packed)
+    : context_(context), farm_(farm), packed_(packed)
+{}
+
+void JsonAnswer::beginItem()
+{
+    if (!hasItems_.empty()) {
+        if (hasItems_.back()) {
+            write(",");
+        }
+        hasItems_.back() = true;
+    }
+}
+
+void JsonAnswer::open(const Json& object, const char* list)
+{
+    beginItem();
+    std::string text = dump(object);
+    text.pop_back(); // the list comes before the end of the object
+    text += object.empty() ? "\"" : ",\"";
+    write(text + list + "\":[");
+    hasItems_.push_back(false);
+}
+
+void JsonAnswer::add(const Json& item)
+{
+    beginItem();
+    write(dump(item));
+}
+
+void JsonAnswer::close()
+{
+    write("]}");
+    hasItems_.pop_back();
+}
+
+void JsonAnswer::write(std::string_view text)
+{
+    text_ += text;
+    if (text_.size() >= passedBytes) {
+        pass(false);
+    }
+}
+
+void JsonAnswer::pass(bool isLast)
+{
+    digest_.add(text_.data(), text_.size());
+    if (packed_ && !gzip_) {
+        gzip_.emplace();
+    }
+    if (packed_) {
+        gzip_->add(text_, isLast, body_);
+    } else {
+        body_ += text_;
+    }
+    text_.clear();
+    if (body_.size() > mostInMemory) {
+        spill();
+    }
+}
+
+void JsonAnswer::spill()
+{
+    if (!file_) {
+        file_ = context_.contents.openScratch();
+    }
+    for (bool isStored = false; !isStored;) {
+        try {
+            ::lseek(file_.get(), static_cast<off_t>(storedBytes_), SEEK_SET);
+            writeAll(file_.get(), body_.data(), body_.size());
+            isStored = true;
+        } catch (const std::system_error& error) {
+            if (error.code().value() != ENOSPC || !context_.reserve.mayReport() ||
+                !context_.reserve.release()) {
+                throw;
+            }
+        }
+    }
+    storedBytes_ += body_.size();
+    body_.clear();
+}
+
+std::string JsonAnswer::end()
+{
+    packed_ = packed_ && (gzip_ || text_.size() >= minPackedBytes);
+    pass(true);
+    gzip_.reset();
+    if (file_ && !body_.empty()) {
+        spill();
+    }
+    const std::string digest = digest_.finishHex();
+    name_ = digest + (packed_ ? " gzip" : "");
+    return digest;
+}
+
+void JsonAnswer::moveTo(http::Response& response)
+{
+    if (file_) {
+        auto file = context_.answerFiles.keep(farm_, name_, std::move(file_), storedBytes_);
+        response.source =
+            std::make_shared<ContentSource>(std::move(file), 0, storedBytes_, context_.filePool);
+    } else {
+        response.body = std::move(body_);
+    }
+    if (packed_) {
+        response.with("Content-Encoding", "gzip");
+    }
+}
+
+http::Response JsonAnswer::toResponse(unsigned status)
+{
+    end();
+    http::Response response;
+    response.status = status;
+    response.headers = {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}};
+    moveTo(response);
+    return response;
+}
+
+} // namespace kelvo::api
