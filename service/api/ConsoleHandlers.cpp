@@ -3,12 +3,11 @@
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/api/Paging.h"
+#include "service/api/ReportMembers.h"
 #include "service/base/Time.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
 #include "service/store/ConsoleTable.h"
-
-#include <array>
 
 namespace kelvo::api {
 
@@ -21,38 +20,6 @@ using http::Response;
 
 constexpr int defaultPage = 100;
 constexpr int largestPage = 1000;
-
-/** The members of a report in the written API. The stored report may have other members. */
-struct Members
-{
-    std::span<const char* const> texts;
-    std::span<const char* const> numbers;
-};
-constexpr std::array consoleTexts{"console_string", "host_string", "hardware_address",
-                                  "text4",          "kind",        "text6"};
-constexpr std::array consoleNumbers{"number1", "number2", "number3", "number4", "number5"};
-constexpr std::array deviceTexts{
-    "hardware_address", "text2", "console_string", "text4", "kind", "text6", "text7"};
-constexpr std::array deviceNumbers{"number8"};
-constexpr Members consoleMembers{consoleTexts, consoleNumbers};
-constexpr Members deviceMembers{deviceTexts, deviceNumbers};
-
-Json pick(const nlohmann::json& document, const Members& members)
-{
-    Json picked = Json::object();
-    for (const char* name : members.texts) {
-        if (const auto found = document.find(name); found != document.end() && found->is_string()) {
-            picked[name] = found->get<std::string>();
-        }
-    }
-    for (const char* name : members.numbers) {
-        const auto found = document.find(name);
-        if (found != document.end() && found->is_number_integer()) {
-            picked[name] = found->get<long long>();
-        }
-    }
-    return picked;
-}
 
 Json environmentOf(const store::Console& console)
 {

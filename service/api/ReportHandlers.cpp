@@ -4,6 +4,7 @@
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
 #include "service/api/Quota.h"
+#include "service/api/ReportMembers.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
 #include "service/store/ConsoleTable.h"
@@ -96,6 +97,14 @@ std::string hardwareAddress(const nlohmann::json& document)
     return address;
 }
 
+/** Returns the members that are kept. Throws Problem if the object is missing or too large. */
+Json requireMembers(const nlohmann::json& document, const char* member, const Members& members)
+{
+    const nlohmann::json& object = requireObject(document, member);
+    refuseLongTexts(object, members);
+    return pick(object, members);
+}
+
 /** Reports leave a half of the disk's reserve to the accounts and the deletions. */
 Async<store::Session> startReport(Context& context, Request& request)
 {
@@ -110,9 +119,11 @@ Async<Response> putEnvironment(Context& context, Request& request)
     const store::Session session = co_await startReport(context, request);
     const nlohmann::json body = co_await request.json();
     requireTimestamp(context, body);
-    const std::string address = hardwareAddress(requireObject(body, "console"));
-    requireObject(body, "controller");
-    const std::string document = body.dump();
+    const Json kept{{"timestamp_ms", body["timestamp_ms"]},
+                    {"console", requireMembers(body, "console", consoleMembers)},
+                    {"controller", requireMembers(body, "controller", deviceMembers)}};
+    const std::string address = hardwareAddress(body["console"]);
+    const std::string document = kept.dump();
     auto change = [&](store::Transaction& transaction) {
         const store::Id console = store::bindConsole(transaction, session, address);
         store::setEnvironment(transaction, session, console, document, context.clock.nowMs());
@@ -131,8 +142,12 @@ Async<Response> putDevice(Context& context, Request& request)
         throw Problem(EProblem::Unprocessable, "The member \"state\" must be 0 or 1.");
     }
     requireBoolean(body, "flag");
-    const std::string address = hardwareAddress(requireObject(body, "device"));
-    const std::string document = body.dump();
+    const Json kept{{"timestamp_ms", body["timestamp_ms"]},
+                    {"state", state},
+                    {"flag", body["flag"]},
+                    {"device", requireMembers(body, "device", deviceMembers)}};
+    const std::string address = hardwareAddress(body["device"]);
+    const std::string document = kept.dump();
     auto change = [&](store::Transaction& transaction) {
         // The address belongs to the device and does not identify the console.
         const store::Id console = store::bindConsole(transaction, session, {});

@@ -30,8 +30,11 @@ Id addConsole(Transaction& transaction, const User& user, const std::string& ide
     soci::session& sql = transaction.sql;
     const Id farm = user.farmId();
     long long known = 0;
-    sql << "SELECT COUNT(*) FROM consoles WHERE farm_id = :farm", into(known), use(farm);
-    if (known >= maxConsolesOfAFarm) {
+    long long own = 0;
+    sql << "SELECT COUNT(*), COALESCE(SUM(CASE WHEN user_id = :user THEN 1 ELSE 0 END), 0)"
+           " FROM consoles WHERE farm_id = :farm",
+        into(known), into(own), use(user.id), use(farm);
+    if (known >= maxConsolesOfAFarm || own >= maxConsolesOfAUser) {
         throw TooManyReported();
     }
     Id id = 0;

@@ -13,10 +13,11 @@
 namespace kelvo::store {
 
 /**
- * A limit is needed: any operator can report any address, and the office reads all consoles at
- * once.
+ * Limits are needed, because any operator can report any address. The limit of a user leaves room
+ * for the consoles of the others.
  */
 inline constexpr long long maxConsolesOfAFarm = 1000;
+inline constexpr long long maxConsolesOfAUser = 250;
 
 /**
  * Binds the session to the console that it reports for, and returns the console. A hardware address

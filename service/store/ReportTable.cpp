@@ -31,13 +31,15 @@ bool hasDevice(soci::session& sql, Id console, const std::string& hardwareAddres
     return count > 0;
 }
 
-long long countDevicesOfFarm(soci::session& sql, Id console)
+bool mayAddDevice(soci::session& sql, Id console)
 {
-    long long count = 0;
-    sql << "SELECT COUNT(*) FROM console_devices d JOIN consoles c ON c.id = d.console_id"
-           " WHERE c.farm_id = (SELECT o.farm_id FROM consoles o WHERE o.id = :console)",
-        into(count), use(console);
-    return count;
+    long long known = 0;
+    long long own = 0;
+    sql << "SELECT COUNT(*), COALESCE(SUM(CASE WHEN c.user_id = me.user_id THEN 1 ELSE 0 END), 0)"
+           " FROM consoles me JOIN consoles c ON c.farm_id = me.farm_id"
+           " JOIN console_devices d ON d.console_id = c.id WHERE me.id = :console",
+        into(known), into(own), use(console);
+    return known < maxDevicesOfAFarm && own < maxDevicesOfAUser;
 }
 
 } // namespace
@@ -46,7 +48,7 @@ void setDevice(Transaction& transaction, Id console, const std::string& hardware
                const std::string& document, long long nowMs)
 {
     if (!hasDevice(transaction.sql, console, hardwareAddress) &&
-        countDevicesOfFarm(transaction.sql, console) >= maxDevicesOfAFarm) {
+        !mayAddDevice(transaction.sql, console)) {
         throw TooManyReported();
     }
     transaction.sql

@@ -22,11 +22,9 @@ struct Position
 void setEnvironment(Transaction& transaction, const Session& session, Id console,
                     const std::string& document, long long nowMs);
 
-/**
- * For all consoles of a farm. A limit is needed: any operator can report any address, and the
- * office reads all devices at once.
- */
+/** For all consoles of a farm, and for the consoles of its user. As the limits of consoles. */
 inline constexpr long long maxDevicesOfAFarm = 1000;
+inline constexpr long long maxDevicesOfAUser = 250;
 
 /**
  * A console has one report for each hardware address of a device, which may be empty. Throws

@@ -159,39 +159,55 @@ TEST_P(StoreConsoles, KeepTheLastEnvironmentOfEachSession)
     EXPECT_EQ(environmentOf(logIn(olga, "c")), std::pair(std::string(), 0LL));
 }
 
-TEST_P(StoreConsoles, AreLimitedForAFarm)
+TEST_P(StoreConsoles, AreLimitedForAUserAndForAFarm)
 {
-    const store::Session session = logIn(olga, "a");
-    write([&](Transaction& t) {
-        for (long long i = 0; i < store::maxConsolesOfAFarm; ++i) {
+    const auto fill = [this](const std::string& name) {
+        const store::Session session = logIn(addUser(farm, name), name);
+        write([&](Transaction& t) {
+            for (long long i = 0; i < store::maxConsolesOfAUser; ++i) {
+                store::bindConsole(t, session, name + std::to_string(i));
+            }
+        });
+        EXPECT_THROW(report(session, "one more"), store::TooManyReported);
+        return session;
+    };
+    const store::Session first = fill("1");
+    EXPECT_GT(report(logIn(olga, "a"), "of another user"), 0);
+    fill("2");
+    fill("3");
+    const store::Session session = logIn(olga, "b");
+    write([&](Transaction& t) { // the farm's last ones
+        for (long long i = 1; i < store::maxConsolesOfAUser; ++i) {
             store::bindConsole(t, session, std::to_string(i));
         }
     });
-    EXPECT_THROW(report(session, "one more"), store::TooManyReported);
-    EXPECT_THROW(report(logIn(piet, "b"), ""), store::TooManyReported);
-    EXPECT_EQ(report(session, "0"), consoles()[0].id) << "a known console is refused";
     EXPECT_EQ(consoles().size(), static_cast<std::size_t>(store::maxConsolesOfAFarm));
+    EXPECT_THROW(report(logIn(piet, "c"), "one more"), store::TooManyReported);
+    EXPECT_EQ(report(first, "10"), consoles()[0].id) << "a known console is refused";
     const store::User otto = addUser(addFarm("Dale Farm"), "otto");
-    EXPECT_GT(report(logIn(otto, "c"), "one more"), 0);
+    EXPECT_GT(report(logIn(otto, "d"), "one more"), 0);
 }
 
-TEST_P(StoreConsoles, HaveALimitOfDevicesForAFarm)
+TEST_P(StoreConsoles, HaveALimitOfDevicesForAUserAndForAFarm)
 {
-    const store::Id first = report(logIn(olga, "a"), "00:1b");
-    const store::Id second = report(logIn(piet, "b"), "00:1c");
-    write([&](Transaction& t) {
-        for (long long i = 0; i < store::maxDevicesOfAFarm; ++i) {
-            store::setDevice(t, i % 2 == 0 ? first : second, std::to_string(i), "{}", now);
-        }
-    });
     const auto set = [&](store::Id console, const std::string& address) {
         write([&](Transaction& t) { store::setDevice(t, console, address, "{}", now + 1); });
     };
-    EXPECT_THROW(set(second, "one more"), store::TooManyReported);
-    EXPECT_THROW(set(second, "0"), store::TooManyReported)
-        << "the device belongs to the other console";
-    set(first, "0");
-    EXPECT_EQ(devices(first)[0].receivedMs, now + 1);
+    std::vector<store::Id> full;
+    for (const char* name : {"1", "2", "3", "4"}) {
+        const store::Id console = report(logIn(addUser(farm, name), name), name);
+        write([&](Transaction& t) {
+            for (long long i = 0; i < store::maxDevicesOfAUser; ++i) {
+                store::setDevice(t, console, std::to_string(i), "{}", now);
+            }
+        });
+        EXPECT_THROW(set(console, "one more"), store::TooManyReported);
+        full.push_back(console);
+    }
+    EXPECT_THROW(set(report(logIn(olga, "a"), "00:1b"), "0"), store::TooManyReported)
+        << "the farm is full";
+    set(full[0], "0");
+    EXPECT_EQ(devices(full[0])[0].receivedMs, now + 1);
     const store::User otto = addUser(addFarm("Dale Farm"), "otto");
     set(report(logIn(otto, "c"), ""), "one more");
 }

@@ -46,11 +46,12 @@ def make_inbox(client, project="To Console"):
 class WireTest(unittest.TestCase):
     """One service for the class. Every test logs in anew, so none sees another's connections."""
 
+    SERVICE = Service
     OPTIONS = ()
 
     @classmethod
     def setUpClass(cls):
-        cls.service = Service(*cls.OPTIONS)
+        cls.service = cls.SERVICE(*cls.OPTIONS)
         try:
             cls.service.start()
             add_farms_and_users(cls.service).close()

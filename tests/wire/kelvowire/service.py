@@ -1,10 +1,12 @@
 """The service as a real process on free ports with its own data folder."""
 
+import contextlib
 import json
 import os
 import re
 import shutil
 import signal
+import sqlite3
 import ssl
 import subprocess
 import tempfile
@@ -119,6 +121,11 @@ class Service:
     def text(self, *parts):
         with open(self.path(*parts), encoding="utf-8") as file:
             return file.read()
+
+    def execute(self, statement, rows):
+        """Runs a statement for each row of values on the database of a stopped service."""
+        with contextlib.closing(sqlite3.connect(self.path("kelvo.sqlite"))) as database, database:
+            database.executemany(statement, rows)
 
     @property
     def ca(self):

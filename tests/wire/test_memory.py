@@ -1,0 +1,154 @@
+"""The memory of a request does not grow with its answer: 100,000 files in a farm, 1,000 consoles with long texts."""
+
+import concurrent.futures
+import time
+import unittest
+
+from kelvowire.farm import PASSWORD, WireTest, log_in, log_in_admin, make_inbox
+from kelvowire.http import raw_socket
+from kelvowire.service import BINARY, Service
+
+MIB = 1024 * 1024
+NOW_MS = int(time.time() * 1000)
+FILES = 100_000
+CONSOLES = 1000
+LARGE = ("/account", "/projects/1/resources", "/bin?limit=1000", "/users?limit=1000", "/consoles?limit=1000",
+         "/audit?limit=1000", "/audit?limit=1000&action=file-add")
+PLAIN = {"Accept-Encoding": "identity"}
+STEADY = ("env", "MALLOC_ARENA_MAX=1", "MALLOC_MMAP_THRESHOLD_=131072", "MALLOC_TRIM_THRESHOLD_=131072")
+
+
+class SteadyService(Service):
+    """Freed memory goes back to the system, so that it is not reused unseen."""
+
+    def wrap(self, arguments):
+        return [*STEADY, *arguments]
+
+    def status(self, name):
+        """A size from /proc, in bytes."""
+        with open(f"/proc/{self.process.pid}/status", encoding="ascii") as file:
+            return next(int(line.split()[1]) * 1024 for line in file if line.startswith(name + ":"))
+
+    def reset_peak(self):
+        with open(f"/proc/{self.process.pid}/clear_refs", "w", encoding="ascii") as file:
+            file.write("5")
+
+
+def is_sanitized():
+    with open(BINARY, "rb") as file:
+        program = file.read()
+    return b"__asan_init" in program or b"__tsan_init" in program
+
+
+@unittest.skipIf(is_sanitized(), "a sanitizer keeps freed memory")
+class Memory(WireTest):
+    SERVICE = SteadyService
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        olga = log_in(cls.service, "olga")
+        cls.inbox = make_inbox(olga)
+        cls.farm = olga.snapshot()["user"]["farm"]["id"]
+        otto = log_in(cls.service, "otto")
+        otto.delete(f"/resources/{otto.put('small.zip', [make_inbox(otto)], b'x')[0]['id']}")
+        cls.service.stop()
+        cls.fill()
+        cls.service.start()
+
+    @classmethod
+    def fill(cls):
+        """Half of the files are in the bin: the account and the bin are large."""
+        def rows(first, columns):
+            for number in range(first, first + FILES):
+                yield (cls.farm, number, cls.inbox, f"field {number} of a farm.zip", 5, f"{number:064x}", *columns)
+
+        insert = ("INSERT INTO files (farm_id, id, inbox_id, name, size_bytes, sha256, created_ms, deleted_ms, deleted_by)"
+                  " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)")
+        cls.service.execute(insert, rows(1000, (NOW_MS, None, None)))
+        cls.service.execute(insert, rows(1000 + FILES, (NOW_MS, NOW_MS, "olga")))
+        cls.service.execute("UPDATE farms SET last_resource = ? WHERE id = ?", [(1000 + 2 * FILES, cls.farm)])
+        cls.service.execute("INSERT INTO audit (id, at_ms, action, outcome, address, actor_id, actor_name, farm_id, object_kind,"
+                            " object_id, object_name) VALUES (?, ?, 'file-add', 'done', '203.0.113.7', 1, 'olga', ?,"
+                            " 'file', 5, '')", ((1_000_000 + number, NOW_MS, cls.farm) for number in range(FILES)))
+        cls.service.execute("INSERT INTO users (id, farm_id, name, role, password_hash, disabled, created_ms)"
+                            " VALUES (?, ?, ?, 'operator', '', 1, 0)",
+                            ((1000 + number, cls.farm, f"operator {number} of many") for number in range(20_000)))
+
+    def setUp(self):
+        self.warm_up()
+        self.anna = self.user("anna")
+        self.anna.get("/sessions")
+
+    def warm_up(self):
+        """Answers small documents, and fills the page caches of the database: a scan finds nothing."""
+        oda = self.user("oda")
+        for path in (*LARGE, "/sessions"):
+            oda.get(path, headers={"Accept-Encoding": "gzip"}, check=False)
+        clients = [self.user("anna") for _ in range(4)]
+        with concurrent.futures.ThreadPoolExecutor(4) as pool:
+            for _ in range(2):
+                for reply in pool.map(lambda client: client.get("/bin?name=none", check=False), clients):
+                    self.assertEqual(reply.json()["files"], [])
+
+    def growth(self, work):
+        """The bytes that the service needed above its memory before the work."""
+        self.service.reset_peak()
+        before = self.service.status("VmRSS")
+        work()
+        return self.service.status("VmHWM") - before
+
+    def read(self, client, path, headers):
+        """Returns the size of the body; keeps no copy of it."""
+        connection = client.connection()
+        connection.request("GET", "/kelvo-api/v1" + path, headers={"Authorization": f"Bearer {client.token}", **headers})
+        response = connection.getresponse()
+        self.assertEqual(response.status, 200, path)
+        return sum(len(piece) for piece in iter(lambda: response.read(65536), b""))
+
+    def test_a_large_answer_needs_no_memory_for_itself(self):
+        for path in (*LARGE, f"/resources/{self.inbox}"):
+            for coding in ("gzip", "identity"):
+                with self.subTest(path=path, coding=coding):
+                    sizes = []
+                    grown = self.growth(lambda: sizes.append(self.read(self.anna, path, {"Accept-Encoding": coding})))
+                    self.assertLessEqual(grown, MIB)
+        self.assertGreater(self.read(self.anna, "/account", PLAIN), 20 * MIB)
+
+    def test_a_reader_that_stops_reading_needs_no_memory_for_the_rest(self):
+        def begin(count):
+            for _ in range(count):
+                connection = raw_socket(self.service)
+                self.addCleanup(connection.close)
+                connection.sendall(f"GET /kelvo-api/v1/account HTTP/1.1\r\nHost: localhost\r\n"
+                                   f"Authorization: Bearer {self.anna.token}\r\n\r\n".encode())
+                self.assertTrue(connection.recv(1000).startswith(b"HTTP/1.1 200"))
+
+        grown = self.growth(lambda: begin(4))
+        self.assertLessEqual(grown, 4 * MIB)
+
+    def test_a_thousand_consoles_with_long_texts_stay_small(self):
+        """Four operators send texts as long as a body can be, then the longest that are accepted."""
+        admin = log_in_admin(self.service)
+        self.addCleanup(admin.close)
+        for number in range(CONSOLES // 250):
+            name = f"reporter {number}"
+            admin.post("/users", json={"farm": "Dale Farm", "name": name, "password": PASSWORD, "role": "operator"})
+            client = self.user(name)
+            for console in range(250):
+                address = f"{number}:{console:03}"
+                body = {"timestamp_ms": 1, "controller": {},
+                        "console": {"hardware_address": address, "host_string": "x" * 60000}}
+                if console == 0:
+                    self.refused(client.request("PUT", "/environment", 422, json=body), "unprocessable")
+                body["console"].update({"host_string": "\U0001f69c" * 1000, "console_string": "\U0001f69c" * 255})
+                client.request("PUT", "/environment", 204, json=body)
+        oda = self.user("oda")
+        sizes = []
+        grown = self.growth(lambda: sizes.append(self.read(oda, "/consoles?limit=1000", {})))
+        self.assertLess(sizes[0], 10 * MIB)
+        self.assertLessEqual(grown, MIB)
+
+
+if __name__ == "__main__":
+    unittest.main()
