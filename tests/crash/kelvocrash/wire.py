@@ -30,7 +30,8 @@ class Wire:
         return {project["name"]: project["resources"] for project in self._json("GET", "/account")["projects"]}
 
     def bin(self):
-        return self._json("GET", "/bin")["files"]
+        """The newest 1,000 files; a round deletes fewer."""
+        return self._json("GET", "/bin?limit=1000")["files"]
 
     def make_inbox(self, project):
         self._json("POST", f"/projects/{project.replace(' ', '%20')}/user-inbox")
