@@ -73,7 +73,8 @@ Async<http::Response> ApiApplication::route(http::Request& request)
     } catch (const store::NotUnique&) {
         throw Problem(EProblem::Conflict, "The name or the key is used already.");
     } catch (const store::TooManyReported&) {
-        throw Problem(EProblem::Unprocessable, "The farm or the user has too many consoles or devices.");
+        throw Problem(EProblem::Unprocessable,
+                      "The farm or the user has too many consoles or devices.");
     } catch (const std::system_error& error) {
         if (meansFull(error)) {
             throw Problem(EProblem::InsufficientStorage, "The service's storage is full.");

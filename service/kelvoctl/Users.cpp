@@ -18,12 +18,11 @@ std::optional<std::string> findByName(CommandContext& context, const char* list,
 {
     const std::string path = std::string("/") + list;
     std::optional<std::string> found;
-    eachItem(context.client(), path + "?name=" + percentEncoded(name), list,
-             [&](const json& item) {
-                 if (item.at("name") == name) { // /farms and older services do not filter
-                     found = path + "/" + item.at("id").dump();
-                 }
-             });
+    eachItem(context.client(), path + "?name=" + percentEncoded(name), list, [&](const json& item) {
+        if (item.at("name") == name) { // /farms and older services do not filter
+            found = path + "/" + item.at("id").dump();
+        }
+    });
     return found;
 }
 

@@ -217,13 +217,13 @@ class Reserve(DiskTest):
         self.end()
 
     def test_keeps_the_half_of_the_reserve_from_reports(self):
-        report = {"timestamp_ms": 1, "state": 1, "flag": True, "device": {"hardware_address": "aa:bb"}}
+        texts = dict.fromkeys(("console_string", "text4", "kind", "text6"), "\U0001f69c" * 255)
+        report = {"timestamp_ms": 1, "console": {"host_string": "\U0001f69c" * 1000, **texts}, "controller": texts}
         self.service.fill()
         sent = 0
-        while (reply := self.olga.request("PUT", "/devices", (204, 507), json=report)).status == 204:
+        while (reply := self.olga.request("PUT", "/environment", (204, 507), json=report)).status == 204:
             sent += 1
-            report["device"]["hardware_address"] = f"{sent % 50:02}" + "b" * 200
-            report["text"] = "x" * 60_000
+            report["console"]["hardware_address"] = f"{sent % 200}"
         self.full(reply)
         self.assertGreater(sent, 0)
         log_in(self.service, "piet").close()

@@ -4,7 +4,7 @@
 #include "service/store/EventTable.h"
 #include "service/store/Schema.h"
 #include "tests/service/store/StoreContract.h"
-#include "tests/service/support/StoredConsoles.h"
+#include "tests/service/support/StoredLists.h"
 
 #include <soci/soci.h>
 

@@ -3,6 +3,7 @@
 #include "service/store/LoginPlaceTable.h"
 #include "service/store/SessionTable.h"
 #include "tests/service/store/StoreContract.h"
+#include "tests/service/support/StoredLists.h"
 
 #include <gmock/gmock.h>
 
@@ -61,14 +62,7 @@ TEST_P(StoreContract, ReturnsUsersAsTheyWereAdded)
     EXPECT_EQ(found->user.farm->name, "Hill Farm");
 
     const auto users = [this](const store::UserPart& part) {
-        return read([&part](soci::session& sql) {
-            std::vector<store::User> visited;
-            store::allUsers(sql, part, [&visited](const store::User& user) {
-                visited.push_back(user);
-                return true;
-            });
-            return visited;
-        });
+        return read([&part](soci::session& sql) { return usersIn(sql, part); });
     };
     const auto ofFarm = users({.farm = farm.id});
     ASSERT_EQ(ofFarm.size(), 1U);

@@ -3,7 +3,7 @@
 #include "service/store/Errors.h"
 #include "service/store/SessionTable.h"
 #include "tests/service/store/StoreContract.h"
-#include "tests/service/support/StoredConsoles.h"
+#include "tests/service/support/StoredLists.h"
 
 #include <gmock/gmock.h>
 #include <soci/soci.h>

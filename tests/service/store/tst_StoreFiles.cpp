@@ -3,6 +3,7 @@
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
 #include "tests/service/store/StoreContract.h"
+#include "tests/service/support/StoredLists.h"
 
 #include <gmock/gmock.h>
 
@@ -50,14 +51,7 @@ std::vector<std::string> names(const std::vector<store::File>& files)
 std::vector<store::BinnedFile> inBin(store::Database& database, store::Id farm,
                                      const store::BinPart& part)
 {
-    return database.readNow([&](soci::session& sql) {
-        std::vector<store::BinnedFile> files;
-        store::binOf(sql, farm, part, [&files](const store::BinnedFile& file) {
-            files.push_back(file);
-            return true;
-        });
-        return files;
-    });
+    return database.readNow([&](soci::session& sql) { return binIn(sql, farm, part); });
 }
 
 TEST_P(StoreContract, MakesAnInboxOnce)

@@ -4,6 +4,7 @@
 #include "service/store/PersonTable.h"
 #include "service/store/QuotaTable.h"
 #include "tests/service/store/StoreContract.h"
+#include "tests/service/support/StoredLists.h"
 
 #include <soci/soci.h>
 
@@ -40,7 +41,7 @@ protected:
 
     std::vector<store::User> usersOf(const store::Farm& farm)
     {
-        return read([&farm](soci::session& sql) { return store::allUsers(sql, farm.name); });
+        return read([&farm](soci::session& sql) { return usersIn(sql, {.farm = farm.id}); });
     }
 
     void upload(const store::Farm& farm)
@@ -67,7 +68,7 @@ protected:
 
     void takeFromBin(const store::Farm& farm, bool isRestored)
     {
-        const auto files = read([&farm](soci::session& sql) { return store::binOf(sql, farm.id); });
+        const auto files = read([&farm](soci::session& sql) { return binIn(sql, farm.id); });
         if (const store::BinnedFile* file = oneOf(files)) {
             write([&](Transaction& t) {
                 if (isRestored) {
