@@ -178,7 +178,7 @@ TEST_P(StoreConsoles, AreLimitedForAUserAndForAFarm)
     const store::Session session = logIn(olga, "b");
     write([&](Transaction& t) { // the farm's last ones
         for (long long i = 1; i < store::maxConsolesOfAUser; ++i) {
-            store::bindConsole(t, session, std::to_string(i));
+            store::bindConsole(t, session, "b" + std::to_string(i));
         }
     });
     EXPECT_EQ(consoles().size(), static_cast<std::size_t>(store::maxConsolesOfAFarm));
