@@ -1,6 +1,6 @@
 // The deleted files of the farm.
 import {signal, useSignal, useSignalEffect} from '@preact/signals';
-import {client, documentOf, listAll, type BinFile} from '../api/client';
+import {client, documentOf, listAll, ServiceError, type BinFile} from '../api/client';
 import {files, inboxes} from '../model/farm';
 import {dateText, projectName, t} from '../texts';
 import {Ask, type Question} from './Ask';
@@ -63,7 +63,7 @@ function Table({found, marked, onMark}: TableProps) {
         {file.name}
       </label>,
       inboxText(file), file.deleted_by, dateText(file.deleted_at), dateText(file.expires_at),
-      <button aria-label={`${t('bin.restore')} ${file.name}`} onClick={() => void each([file], restore)}>
+      <button aria-label={`${t('bin.restore')} ${file.name}`} onClick={() => void each([file], restore).catch(tellError)}>
         {t('bin.restore')}
       </button>,
     ]} />
@@ -76,7 +76,7 @@ function Actions({chosen}: {chosen: readonly BinFile[]}) {
   const count = chosen.length;
   return (
     <>
-      <button class="main" disabled={count === 0} onClick={() => void each(chosen, restore)}>
+      <button class="main" disabled={count === 0} onClick={() => void each(chosen, restore).catch(tellError)}>
         {t('bin.restoreSome', {count})}
       </button>
       <button disabled={count === 0} onClick={() => {
@@ -97,15 +97,22 @@ function Actions({chosen}: {chosen: readonly BinFile[]}) {
 
 const restore = ({id}: BinFile) => documentOf(client.POST('/bin/{id}/restore', {params: {path: {id}}}));
 
-const purge = ({id}: BinFile) => documentOf(client.DELETE('/bin/{id}', {params: {path: {id}}}));
+async function purge({id}: BinFile): Promise<void> {
+  try {
+    await documentOf(client.DELETE('/bin/{id}', {params: {path: {id}}}));
+  } catch (error) {
+    // A second attempt meets files that the first attempt deleted.
+    if (!(error instanceof ServiceError && error.kind === 'not-found')) throw error;
+  }
+}
 
+/** Ends at the first failure, with the bin as it is then. Throws ServiceError. */
 async function each(list: readonly BinFile[], action: (file: BinFile) => Promise<unknown>): Promise<void> {
   try {
     for (const file of list) await action(file);
-  } catch (error) {
-    tellError(error);
+  } finally {
+    await read();
   }
-  await read();
 }
 
 function inboxText({container}: BinFile): string {

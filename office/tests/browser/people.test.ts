@@ -173,6 +173,42 @@ describe('the bin', () => {
     expect(await world.command('bin')).toEqual([]);
     expect(Object.keys(await world.command<object>('digests', 'Curves')).sort()).toEqual(['a.zip', 'b.zip']);
   });
+
+  it('tells a refusal, and its dialog stays open for a second attempt', async () => {
+    for (const name of ['d.zip', 'e.zip']) {
+      await world.command('put', world.newFile(name, new Uint8Array(name.charCodeAt(0))), 'Curves');
+    }
+    const page = await world.logIn('office');
+    await page.locator('.inboxes').getByRole('link', {name: /^Curves/}).click();
+    for (const name of ['d.zip', 'e.zip']) {
+      await button(page, `Delete ${name}`).click();
+      await row(page, name).waitFor({state: 'detached'});
+    }
+    await page.locator('header').getByRole('link', {name: 'Bin'}).click();
+    await row(page, 'e.zip').waitFor();
+    let answered = 0;
+    const refuse = (first: number) => page.route('**/kelvo-api/v1/bin/*{,/restore}', (route) => (++answered < first
+      ? route.continue() : route.fulfill({status: 503, json: {type: 'urn:kelvo:busy', detail: `Refused at ${answered}.`}})));
+
+    await refuse(1);
+    await button(page, 'Restore d.zip').click();
+    await page.locator('.toast').getByText('Refused at 1.').waitFor();
+    await page.getByLabel('Mark all').check();
+    await button(page, 'Restore 2').click();
+    await page.locator('.toast').getByText('Refused at 2.').waitFor();
+
+    await page.unrouteAll();
+    await refuse(4);
+    await button(page, 'Delete 2 for good').click();
+    await page.locator('.ask .main').click();
+    await page.locator('.ask .error').getByText('Refused at 4.').waitFor();
+    expect(await world.command<unknown[]>('bin')).toHaveLength(1);
+    await page.unrouteAll();
+    await page.locator('.ask .main').click();
+    await page.getByText('The bin is empty.').waitFor();
+    expect(await world.command('bin')).toEqual([]);
+    world.complaints.length = 0; // Chromium reports each refused request.
+  });
 });
 
 describe('each view with its content', () => {
