@@ -34,10 +34,12 @@ void requireFiles(const Usage& usage, const Limits& limits, long long files,
 void requireBytes(const Usage& usage, const Limits& limits, long long files, long long bytesOfEach,
                   const std::string& whose)
 {
+    // The product of the bytes could overflow.
     const bool isTooLong = files > 0 && bytesOfEach > limits.bytes / files;
-    refuseAbove(usage.bytes + usage.uploadBytes, isTooLong ? limits.bytes : files * bytesOfEach,
-                isTooLong ? 0 : limits.bytes,
-                "The quota of bytes of the " + whose + " is used up.");
+    if (isTooLong || usage.bytes + usage.uploadBytes > limits.bytes - files * bytesOfEach) {
+        throw Problem(EProblem::QuotaExceeded,
+                      "The quota of bytes of the " + whose + " is used up.");
+    }
 }
 
 /** The files of the upload count already; its bytes do not. */

@@ -56,6 +56,15 @@ class Quotas(unittest.TestCase):
         self.anna.delete(f"/bin/{kept['id']}")
         self.olga.put("c", [self.inbox], CONTENT)
 
+    def test_a_limit_of_zero_refuses_every_byte(self):
+        for scope in ("farm", "user"):
+            with self.subTest(scope=scope):
+                self.limit(**{scope: {"bytes": 0}})
+                for length in (1, 1000):
+                    self.refused(self.olga.create("a", [self.inbox], length, expect=507))
+                self.limit(**{scope: {"bytes": None}})
+        self.assertEqual(self.usage()["usage"]["upload_bytes"], 0)
+
     def test_tells_an_exceeded_quota_before_the_body(self):
         self.limit(user={"bytes": 999})
         headers = {"Upload-Length": "1000", "Upload-Metadata": metadata("a", [self.inbox]), "Expect": "100-continue"}
@@ -87,6 +96,18 @@ class Quotas(unittest.TestCase):
         self.olga.tus("PATCH", first, 204, headers=at[1000] | {"Upload-Length": "1500"}, body=CONTENT[:500])
         usage = self.usage()["usage"]
         self.assertEqual((usage["bytes"], usage["upload_bytes"]), (1500, 1000))
+
+    def test_a_refused_part_of_an_upload_without_a_length_leaves_the_quota(self):
+        headers = {"Upload-Defer-Length": "1", "Upload-Metadata": metadata("a", [self.inbox])}
+        location = self.olga.tus("POST", "/uploads", 201, headers=headers).headers["Location"]
+        part = {"Upload-Offset": "0", "Content-Type": OCTETS}
+        self.olga.tus("PATCH", location, 204, headers=part, body=b"x" * 10)
+        refused = [(409, {"Upload-Offset": "500"}), (409, {"Upload-Offset": str(2 ** 63 - 1)}),
+                   (460, {"Upload-Offset": "10", "Upload-Checksum": "sha256 " + "A" * 43 + "="})]
+        for status, wrong in refused:
+            with self.subTest(wrong=wrong):
+                self.olga.tus("PATCH", location, status, headers=part | wrong, body=CONTENT)
+                self.assertEqual(self.usage()["usage"]["upload_bytes"], 10)
 
     def test_a_full_farm_leaves_the_others_their_work(self):
         self.limit(farm={"bytes": 1000})
