@@ -6,6 +6,8 @@
 #include "service/http/Problem.h"
 #include "service/store/UploadTable.h"
 
+#include <exception>
+
 namespace kelvo::api {
 
 using http::EProblem;
@@ -91,10 +93,11 @@ Async<void> holdRoom(Context& context, const http::Request& request, const store
                      long long offset)
 {
     const long long largest = context.settings.maxUploadBytes;
-    const auto length = request.body.lengthBytes();
-    const bool isBounded = length && *length <= static_cast<std::uint64_t>(largest);
-    const long long bytes =
-        isBounded ? std::min(largest, offset + static_cast<long long>(*length)) : largest;
+    const auto length = request.body.lengthBytes().value_or(static_cast<std::uint64_t>(largest));
+    // The sum could overflow.
+    const bool isBelow = static_cast<std::uint64_t>(offset) < static_cast<std::uint64_t>(largest) &&
+                         length < static_cast<std::uint64_t>(largest - offset);
+    const long long bytes = isBelow ? offset + static_cast<long long>(length) : largest;
     auto change = [&context, &upload, bytes](store::Transaction& transaction) {
         holdQuota(transaction, context.settings.quotas, upload, bytes);
     };
@@ -102,8 +105,9 @@ Async<void> holdRoom(Context& context, const http::Request& request, const store
 }
 
 /** Holds room for the received bytes only. */
-Async<void> giveRoomBack(Context& context, const store::Upload& upload, long long bytes)
+Async<void> giveRoomBack(Context& context, const store::Upload& upload)
 {
+    const long long bytes = co_await receivedSize(context, upload);
     auto change = [&upload, bytes](store::Transaction& transaction) {
         store::holdBytes(transaction, upload.id, bytes);
     };
@@ -145,6 +149,40 @@ Async<bool> receiveInto(Context& context, http::Request& request, const store::U
         writer.suspend();
         throw;
     }
+}
+
+/** Appends the body at `offset`. If it was the last part, finishes the upload. */
+Async<Progress> appendPart(Context& context, http::Request& request, store::Upload upload,
+                           long long offset)
+{
+    auto checksum = checksumOf(request);
+    auto open = [&context, &request, &upload, offset] {
+        // The size is checked first: a wrong offset must not cost digesting the present bytes.
+        const auto size = static_cast<long long>(context.contents.uploadSize(upload.id));
+        if (size != offset) {
+            throwWrongOffset(size);
+        }
+        context.reserve.requireRoom(static_cast<long long>(request.body.lengthBytes().value_or(0)));
+        return content::UploadWriter(context.contents, context.digests, upload.id);
+    };
+    content::UploadWriter writer = co_await context.filePool.run(open);
+    const bool whole = co_await receiveInto(context, request, upload, checksum, writer);
+    const auto reached = static_cast<long long>(writer.offset());
+    if (whole && reached == upload.lengthBytes && !upload.isPartial()) {
+        FinishedUpload finished =
+            co_await finishUpload(context, upload, writer, request.peerAddress);
+        co_return Progress{finished.upload, reached, finished.files};
+    }
+    if (whole) {
+        auto sync = [&writer] { writer.sync(); };
+        co_await context.filePool.run(sync);
+    }
+    writer.suspend();
+    co_await extend(context, upload);
+    if (!whole) {
+        request.body.throwFailure();
+    }
+    co_return Progress{upload, reached, {}};
 }
 
 } // namespace
@@ -216,41 +254,22 @@ Async<Progress> resumeCreation(Context& context, http::Request& request, store::
 Async<Progress> receiveHeldPart(Context& context, http::Request& request, store::Upload upload,
                                 long long offset)
 {
-    auto checksum = checksumOf(request);
-    const bool needsRoom = upload.lengthBytes == store::unknownLength && request.body.isPresent();
-    if (needsRoom) {
-        co_await holdRoom(context, request, upload, offset);
+    if (upload.lengthBytes != store::unknownLength || !request.body.isPresent()) {
+        co_return co_await appendPart(context, request, upload, offset);
     }
-    auto open = [&context, &request, &upload, offset] {
-        // The size is checked first: a wrong offset must not cost digesting the present bytes.
-        const auto size = static_cast<long long>(context.contents.uploadSize(upload.id));
-        if (size != offset) {
-            throwWrongOffset(size);
-        }
-        context.reserve.requireRoom(static_cast<long long>(request.body.lengthBytes().value_or(0)));
-        return content::UploadWriter(context.contents, context.digests, upload.id);
-    };
-    content::UploadWriter writer = co_await context.filePool.run(open);
-    const bool whole = co_await receiveInto(context, request, upload, checksum, writer);
-    const auto reached = static_cast<long long>(writer.offset());
-    if (whole && reached == upload.lengthBytes && !upload.isPartial()) {
-        FinishedUpload finished =
-            co_await finishUpload(context, upload, writer, request.peerAddress);
-        co_return Progress{finished.upload, reached, finished.files};
+    co_await holdRoom(context, request, upload, offset);
+    Progress progress;
+    std::exception_ptr failure;
+    try {
+        progress = co_await appendPart(context, request, upload, offset);
+    } catch (...) {
+        failure = std::current_exception();
     }
-    if (whole) {
-        auto sync = [&writer] { writer.sync(); };
-        co_await context.filePool.run(sync);
+    co_await giveRoomBack(context, upload);
+    if (failure) {
+        std::rethrow_exception(failure);
     }
-    writer.suspend();
-    if (needsRoom) {
-        co_await giveRoomBack(context, upload, reached);
-    }
-    co_await extend(context, upload);
-    if (!whole) {
-        request.body.throwFailure();
-    }
-    co_return Progress{upload, reached, {}};
+    co_return progress;
 }
 
 } // namespace kelvo::api
