@@ -12,9 +12,15 @@ namespace {
 
 using nlohmann::json;
 
-void listBin(CommandContext& context)
+/** The query that names the farm. Empty for farm 0: the bin is of the caller's farm. */
+std::string farmQuery(int farm)
 {
-    printItems(context, "/bin", "files", [](const json& file) {
+    return farm == 0 ? "" : "?farm=" + std::to_string(farm);
+}
+
+void listBin(CommandContext& context, int farm)
+{
+    printItems(context, "/bin" + farmQuery(farm), "files", [](const json& file) {
         std::cout << file.at("id") << "  " << file.at("size") << "  removed "
                   << printable(file.at("deleted_at").get<std::string>()) << " by "
                   << printable(file.at("deleted_by").get<std::string>()) << "  "
@@ -27,8 +33,8 @@ void purge(CommandContext& context, int id, bool all, int farm)
     if (all == (id != 0)) {
         throw UsageError("Give the id of a file, or --all.");
     }
-    const std::string query = farm == 0 ? "" : "?farm=" + std::to_string(farm);
-    context.client().call("DELETE", "/bin" + (all ? "" : "/" + std::to_string(id)) + query);
+    context.client().call("DELETE",
+                          "/bin" + (all ? "" : "/" + std::to_string(id)) + farmQuery(farm));
 }
 
 void restore(CommandContext& context, int id)
@@ -37,11 +43,29 @@ void restore(CommandContext& context, int id)
     context.print(file, "Restored " + printable(file.at("name").get<std::string>()) + ".");
 }
 
+CLI::Range ids()
+{
+    return CLI::Range(1, std::numeric_limits<int>::max());
+}
+
 void addId(CLI::App& command, const std::shared_ptr<int>& id, const char* meaning)
 {
-    command.add_option("ID", *id, meaning)
-        ->required()
-        ->check(CLI::Range(1, std::numeric_limits<int>::max()));
+    command.add_option("ID", *id, meaning)->required()->check(ids());
+}
+
+void addFarm(CLI::App& command, int& farm)
+{
+    command.add_option("--farm", farm, "Id of the farm (administrator)")->check(ids());
+}
+
+void addList(CLI::App& bin, CommandContext& context)
+{
+    const auto farm = std::make_shared<int>(0);
+    CLI::App* list =
+        bin.add_subcommand("list", "List the files that can be restored")->fallthrough();
+    addFarm(*list, *farm);
+    list->callback(
+        [&context, farm] { context.action = [&context, farm] { listBin(context, *farm); }; });
 }
 
 void addPurge(CLI::App& bin, CommandContext& context)
@@ -53,12 +77,11 @@ void addPurge(CLI::App& bin, CommandContext& context)
         bool all = false;
     };
     const auto options = std::make_shared<Options>();
-    const CLI::Range ids(1, std::numeric_limits<int>::max());
     CLI::App* command =
         bin.add_subcommand("purge", "Delete files of the bin for good")->fallthrough();
-    command->add_option("ID", options->id, "Id of the file, as printed by bin list")->check(ids);
+    command->add_option("ID", options->id, "Id of the file, as printed by bin list")->check(ids());
     command->add_flag("--all", options->all, "Delete all files of the bin");
-    command->add_option("--farm", options->farm, "Id of the farm (administrator)")->check(ids);
+    addFarm(*command, options->farm);
     command->callback([&context, options] {
         context.action = [&context, options] {
             purge(context, options->id, options->all, options->farm);
@@ -80,9 +103,7 @@ void addBinCommands(CLI::App& line, CommandContext& context)
     });
     CLI::App* bin = line.add_subcommand("bin", "The farm's bin (office)")->fallthrough();
     bin->require_subcommand(1);
-    CLI::App* list =
-        bin->add_subcommand("list", "List the files that can be restored")->fallthrough();
-    list->callback([&context] { context.action = [&context] { listBin(context); }; });
+    addList(*bin, context);
     CLI::App* back = bin->add_subcommand("restore", "Restore a file")->fallthrough();
     addId(*back, id, "Id of the file, as printed by bin list");
     back->callback([&context, id] { context.action = [&context, id] { restore(context, *id); }; });

@@ -197,12 +197,14 @@ class Commands(KelvoctlTest):
         numbers = [olga.json("put", "purged.zip", "--to", "olga/Curves")["ids"][0] for _ in range(2)]
         for number in numbers:
             olga.run("rm", str(number))
+        farm = str(report["farm"]["id"])
+        self.assertEqual(admin.json("bin", "list", "--farm", farm), anna.json("bin", "list"))
         anna.run("bin", "purge", str(numbers[0]))
         anna.run("bin", "purge", str(numbers[0]), code=REFUSED)
         self.assertEqual([file["id"] for file in anna.json("bin", "list") if file["name"] == "purged.zip"], numbers[1:])
         for wrong in ((), (str(numbers[1]), "--all")):
             anna.run("bin", "purge", *wrong, code=USAGE)
-        admin.run("bin", "purge", "--all", "--farm", str(report["farm"]["id"]))
+        admin.run("bin", "purge", "--all", "--farm", farm)
         self.assertEqual(anna.json("bin", "list"), [])
 
     def test_put_sends_several_files_to_several_inboxes_under_a_chosen_name(self):
