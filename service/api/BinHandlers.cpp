@@ -58,9 +58,9 @@ std::optional<store::BinPlace> readPlace(const Request& request)
     if (!text) {
         return std::nullopt;
     }
-    const std::size_t dash = std::min(text->find('-'), text->size() - 1);
+    const std::size_t dash = std::min(text->find('-'), text->size());
     const auto deletedMs = parseNumber(std::string_view(*text).substr(0, dash));
-    const auto file = parseNumber(std::string_view(*text).substr(dash + 1));
+    const auto file = parseNumber(std::string_view(*text).substr(std::min(dash + 1, text->size())));
     if (!deletedMs || !file || *deletedMs > largestTime || *file > store::largestId) {
         throw Problem(EProblem::MalformedRequest, "\"after\" must be from the link of a page.");
     }

@@ -24,7 +24,9 @@ constexpr std::string_view scheme = "s3://";
 
 bool isThisMachine(std::string_view host)
 {
-    if (const std::size_t colon = host.rfind(':'); colon >= host.rfind(']') + 1) {
+    const std::size_t colon = host.rfind(':');
+    const std::size_t bracket = host.rfind(']'); // the end of an IPv6 address
+    if (colon != host.npos && (bracket == host.npos || colon > bracket)) {
         host = host.substr(0, colon);
     }
     return host == "127.0.0.1" || host == "[::1]" || host == "localhost";
