@@ -35,7 +35,7 @@ export const folderOf = (path: string): string => path.slice(0, path.lastIndexOf
 
 const text = new TextDecoder();
 
-/** Entities can blow up a document of a few bytes. Task data has no use for them. Throws Refusal. */
+/** Entities can make a document of a few bytes very large. Task data has no use for them. Throws Refusal. */
 export function refuseEntities(xml: Uint8Array): void {
   if (/<!(DOCTYPE|ENTITY)/i.test(text.decode(xml))) throw new Refusal('entities');
 }

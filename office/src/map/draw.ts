@@ -32,18 +32,18 @@ function classStyle(colour: string): Style {
   return new Style({fill, stroke: new Stroke({color: colour, width: 3}), image: new CircleStyle({radius: 4, fill})});
 }
 
-function featureOf(canvas: MapCanvas, {kind, flat, endss}: Shapes, style: Style): Feature {
-  const feature = new Feature(geometryOf(kind, canvas.flatToPlane(flat), endss));
+function featureOf(canvas: MapCanvas, {kind, flat, partEnds}: Shapes, style: Style): Feature {
+  const feature = new Feature(geometryOf(kind, canvas.flatToPlane(flat), partEnds));
   feature.setStyle(style);
   return feature;
 }
 
-function geometryOf(kind: Shapes['kind'], flat: number[], endss: number[][]) {
+function geometryOf(kind: Shapes['kind'], flat: number[], partEnds: number[][]) {
   switch (kind) {
     case 'polygons':
-      return new MultiPolygon(flat, 'XY', endss);
+      return new MultiPolygon(flat, 'XY', partEnds);
     case 'lines':
-      return new MultiLineString(flat, 'XY', endss.flat());
+      return new MultiLineString(flat, 'XY', partEnds.flat());
     case 'points':
       return new MultiPoint(flat, 'XY');
   }

@@ -35,11 +35,11 @@ export function extentOf(all: readonly Parts[]): Extent {
 
 export function shapesOf(kind: Shapes['kind'], all: readonly Parts[]): Shapes {
   const flat: number[] = [];
-  const endss = all.map((parts) => parts.map((part) => {
+  const partEnds = all.map((parts) => parts.map((part) => {
     for (const [x, y] of part) flat.push(x, y);
     return flat.length;
   }));
-  return {kind, flat: Float64Array.from(flat), endss};
+  return {kind, flat: Float64Array.from(flat), partEnds};
 }
 
 /** The shapes of each class. */

@@ -11,7 +11,7 @@ export interface Shapes {
   /** Longitudes and latitudes in turn. */
   flat: Float64Array;
   /** For each line or polygon, the indexes in `flat` where its parts end: the outline, then the holes. */
-  endss: number[][];
+  partEnds: number[][];
 }
 
 /** A range of values with one colour. */

@@ -31,7 +31,7 @@ export function scaled({unit, scale, offset}: Scaled): {unit: string; shownValue
 /** The name of a value without its unit. */
 export const plainName = (name: string): string => name.replace(/ as \[.*\]$/, '');
 
-/** A zone without values has one without a unit. */
+/** A zone without values gets one quantity without name and unit. */
 export function quantitiesOf(zone: TreatmentZone | undefined): Quantity[] {
   const variables = zone?.attributes.ProcessDataVariable ?? [];
   if (variables.length === 0) return [{name: '', unit: '', value: NaN, shownValue: (raw) => raw}];

@@ -8,7 +8,7 @@ import {files, inboxes} from './farm';
 import {dayOf} from './day';
 
 const project = 'From Console';
-/** An archive without the extension for large files has at most 4 GB. Half of it leaves room. */
+/** Without Zip64 an archive has at most 4 GB. Half of 4 GB leaves room. */
 export const largestArchive = 2e9;
 
 export interface Report {

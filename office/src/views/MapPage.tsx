@@ -35,7 +35,7 @@ export function MapPage({fileId}: {fileId: number | undefined}) {
   );
 }
 
-/** Reads the content. Too large a file is not fetched. */
+/** Reads the content. A file that is too large is not fetched. */
 async function load({id, name, size}: {id: number; name: string; size: number},
     signal: AbortSignal): Promise<Answer | 'unreachable'> {
   if (size > largestFile) return {refusal: 'tooLarge'};

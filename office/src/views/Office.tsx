@@ -25,7 +25,7 @@ export function Office() {
   );
 }
 
-/** An operator has the own inboxes only, an administrator has no farm. */
+/** An operator sees only their own inboxes. An administrator has no farm. */
 function mayUse(view: View): boolean {
   switch (user.value?.role) {
     case 'office':

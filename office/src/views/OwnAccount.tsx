@@ -1,4 +1,4 @@
-// One's own account: the password and the sessions.
+// The account of the user who is logged in: the password and the sessions.
 import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import {client, documentOf, type OwnSession} from '../api/client';

@@ -1,4 +1,4 @@
-// The time for texts like "5 minutes ago". It moves each ten seconds.
+// The time for texts like "5 minutes ago". It is updated every ten seconds.
 import {signal} from '@preact/signals';
 import {language} from '../texts';
 

@@ -191,7 +191,7 @@ describe('the log-out', () => {
 });
 
 describe('an operator', () => {
-  it('sees the own inboxes only, and no fleet and no bin', async () => {
+  it('sees only their own inboxes, no fleet and no bin', async () => {
     const page = await world.logIn('operator');
     await page.locator('.inboxes').getByText('olga').waitFor();
     expect(await page.locator('header nav a').allTextContents()).toEqual(['Files']);

@@ -76,7 +76,7 @@ describe('task data', () => {
     expect(kind).toBe('zones');
     expect(channel?.areaM2! / 10_000 / (hectares * 0.75)).toBeCloseTo(1, 3);
     expect(channel?.sumHa! / channel?.areaM2! * 10_000).toBeCloseTo(200, 9);
-    expect(channel?.shapes[1]?.endss).toEqual([[8, 16]]);
+    expect(channel?.shapes[1]?.partEnds).toEqual([[8, 16]]);
   });
 
   it('have guidance lines of all kinds', async () => {
