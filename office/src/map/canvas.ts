@@ -10,8 +10,8 @@ import type {Geometry} from 'ol/geom';
 import VectorLayer from 'ol/layer/Vector';
 import Projection from 'ol/proj/Projection';
 import VectorSource from 'ol/source/Vector';
-import {metresOfDegree, type Point} from './geometry';
-import type {Extent} from './model';
+import type {Point} from './geometry';
+import {metresOfDegree, type Extent} from './model';
 
 export class MapCanvas {
   readonly map: OlMap;

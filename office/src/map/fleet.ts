@@ -9,8 +9,7 @@ import Stroke from 'ol/style/Stroke';
 import Style from 'ol/style/Style';
 import Text from 'ol/style/Text';
 import {MapCanvas} from './canvas';
-import type {Point} from './geometry';
-import type {Extent} from './model';
+import {extentOf, type Point} from './geometry';
 
 export interface Marker {
   id: number;
@@ -55,7 +54,7 @@ export class FleetMap {
   showMarkers(markers: readonly Marker[]): void {
     if (!this.canvas.hasOrigin) {
       if (markers.length === 0) return;
-      this.canvas.fit(extentOf(markers.map(({place}) => place)), smallestM);
+      this.canvas.fit(extentOf([[markers.map(({place}) => place)]]), smallestM);
     }
     const gone = new Set(this.markers.keys());
     for (const marker of markers) {
@@ -74,7 +73,7 @@ export class FleetMap {
       this.track.setGeometry(undefined);
       return;
     }
-    this.canvas.fit(extentOf(points), smallestM);
+    this.canvas.fit(extentOf([[points]]), smallestM);
     this.track.setGeometry(new LineString(points.map((each) => this.canvas.toPlane(each))));
   }
 
@@ -109,9 +108,4 @@ function styleOf({name, heading, isOld, isChosen}: Marker): Style {
     : new RegularShape({points: 3, radius: 12, fill, stroke, rotation: (heading * Math.PI) / 180});
   return new Style({zIndex: isChosen ? 2 : 1, image, text: new Text({text: name, offsetY: 20, font: '14px sans-serif',
     fill: new Fill({color: '#1a1d1a'}), stroke: new Stroke({color: '#fff', width: 3})})});
-}
-
-function extentOf(points: readonly Point[]): Extent {
-  const [longitudes, latitudes] = [points.map(([x]) => x), points.map(([, y]) => y)];
-  return [Math.min(...longitudes), Math.min(...latitudes), Math.max(...longitudes), Math.max(...latitudes)];
 }

@@ -1,13 +1,11 @@
 // Lines and polygons in degrees.
 import {areaOf, type Classified} from './channels';
-import type {Extent, Shapes} from './model';
+import {metresOfDegree, type Extent, type Shapes} from './model';
 
 /** Longitude and latitude. */
 export type Point = readonly [number, number];
 /** The outline and the holes of a polygon, or the one part of a line. */
 export type Parts = readonly (readonly Point[])[];
-
-export const metresOfDegree = 111_195;
 
 interface Line {
   attributes: {Point?: readonly {attributes: {PointEast: number; PointNorth: number}}[]};

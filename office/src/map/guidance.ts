@@ -1,6 +1,7 @@
 // The guidance lines of a field.
 import type {GuidancePattern, PartfieldAttributes} from 'isoxml';
-import {metresOfDegree, pointsOf, type Parts, type Point} from './geometry';
+import {pointsOf, type Parts, type Point} from './geometry';
+import {metresOfDegree} from './model';
 
 /** Metres to both sides of the point of a line that has only a point and a heading. */
 const shownHalf = 200;

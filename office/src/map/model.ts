@@ -3,6 +3,9 @@
 /** West, south, east and north in degrees. */
 export type Extent = readonly [number, number, number, number];
 
+/** Metres of one degree to the north. */
+export const metresOfDegree = 111_195;
+
 export type LayerKind = 'grid' | 'zones' | 'track' | 'boundary' | 'guidance';
 
 /** Lines or polygons of one colour. */

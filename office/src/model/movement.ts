@@ -1,4 +1,5 @@
 // Speed and heading of a console, from two of its positions: consoles report places and times only.
+import {metresOfDegree} from '../map/model';
 
 export interface Place {
   /** By the console's clock. */
@@ -17,7 +18,6 @@ export interface Movement {
 const longestS = 10 * 60;
 /** Receivers wander by some metres. */
 const standingM = 5;
-const metresOfDegree = 111_195;
 
 /** Returns undefined if the times are equal, in the wrong order or too far apart. */
 export function movementBetween(before: Place, after: Place): Movement | undefined {

@@ -93,7 +93,7 @@ function Track({id, track, replay}: {id: number} & Omit<Props, 'console'>) {
     <>
       <h3>{t('fleet.track')}</h3>
       <label class="field">
-        {t('fleet.day')}
+        {t('day')}
         <input type="date" value={day} max={dayOf(Date.now())} onChange={(event) => {
           if (event.currentTarget.value) day.value = event.currentTarget.value;
         }} />

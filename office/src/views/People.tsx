@@ -38,7 +38,7 @@ export function People({userId}: {userId: number | undefined}) {
           }}>{t('people.add')}</button>
         </div>
         <ul class="consoles">
-          <li><a href="#/people" aria-current={userId === undefined ? 'true' : undefined}>{t('people.all')}</a></li>
+          <li><a href="#/people" aria-current={userId === undefined ? 'true' : undefined}>{t('everybody')}</a></li>
           {found.map((each) => (
             <li key={each.id}>
               <a href={`#/people/${each.id}`} aria-current={each === chosen ? 'true' : undefined}>

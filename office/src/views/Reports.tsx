@@ -23,16 +23,16 @@ export function Reports() {
       <div class="bar wrap">
         <Search text={search} label={t('reports.search')} />
         <label>
-          {t('fleet.operatorOf')}{' '}
+          {t('operator')}{' '}
           <select value={operator} onChange={(event) => {
             operator.value = event.currentTarget.value;
           }}>
-            <option value="">{t('reports.everybody')}</option>
+            <option value="">{t('everybody')}</option>
             {operators.map((name) => <option key={name} value={name}>{name}</option>)}
           </select>
         </label>
         <label>
-          {t('fleet.day')}{' '}
+          {t('day')}{' '}
           <input type="date" value={day} onInput={(event) => {
             day.value = event.currentTarget.value;
           }} />
@@ -47,7 +47,7 @@ export function Reports() {
 }
 
 function Table({found}: {found: readonly Report[]}) {
-  const heads = [t('files.name'), t('fleet.operatorOf'), t('reports.field'), t('files.size'), t('files.received'), t('action')];
+  const heads = [t('files.name'), t('operator'), t('reports.field'), t('files.size'), t('files.received'), t('action')];
   return (
     <LongTable heads={heads} rows={found} keyOf={({file}) => file.id} cells={({file, operator}) => [
       <a href={`${apiPath}/resources/${file.id}/content`} download={file.name} title={file.name}>{file.name}</a>,
