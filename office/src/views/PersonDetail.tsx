@@ -17,7 +17,6 @@ interface Holdings {
 
 export function PersonDetail({person, all}: {person: User; all: readonly User[]}) {
   const holdings = useSignal<Holdings | undefined>(undefined);
-  const question = useSignal<Question | undefined>(undefined);
   const isOperator = person.role === 'operator';
   useEffect(() => {
     if (!isOperator) return;
@@ -25,46 +24,57 @@ export function PersonDetail({person, all}: {person: User; all: readonly User[]}
       holdings.value = found;
     }, tellError);
   }, [person]);
+  return (
+    <>
+      <h2>{person.name}</h2>
+      <p class="detail">{t(`people.role.${person.role}`)}{person.disabled && ` · ${t('people.disabled')}`}</p>
+      {isOperator ? <Actions person={person} all={all} /> : <p>{t('people.onlyAdmin')}</p>}
+      {holdings.value && <HoldingsLists {...holdings.value} />}
+    </>
+  );
+}
+
+function Actions({person, all}: {person: User; all: readonly User[]}) {
+  const question = useSignal<Question | undefined>(undefined);
   const ask = (asked: Question) => () => {
     question.value = asked;
   };
   return (
     <>
-      <h2>{person.name}</h2>
-      <p class="detail">{t(`people.role.${person.role}`)}{person.disabled && ` · ${t('people.disabled')}`}</p>
-      {isOperator ? (
-        <div class="bar wrap">
-          <button onClick={ask(rename(person))}>{t('people.rename')}</button>
-          <button onClick={ask(newPassword(person))}>{t('people.password')}</button>
-          <button onClick={() => void change(person, {disabled: !person.disabled}).catch(tellError)}>
-            {t(person.disabled ? 'people.enable' : 'people.disable')}
-          </button>
-          <button onClick={ask(eraseTrack(person))}>{t('people.erase')}</button>
-          <button onClick={ask(remove(person, all))}>{t('people.delete')}</button>
-          <a class="button" href={`${apiPath}/users/${person.id}/export`} download={`${person.name}.json`}>{t('people.export')}</a>
-        </div>
-      ) : <p>{t('people.onlyAdmin')}</p>}
-      {holdings.value && (
-        <>
-          <h3>{t('people.inboxes')}</h3>
-          {holdings.value.inboxes.length === 0 && <p>{t('people.noInboxes')}</p>}
-          <ul class="tags">
-            {holdings.value.inboxes.map(({id, entries = []}) => (
-              <li key={id}>
-                <a class="button" href={`#/files/${id}`}>
-                  {projectName(inboxes.value.get(id)?.projectName ?? '')} <span class="count">{entries.length}</span>
-                </a>
-              </li>
-            ))}
-          </ul>
-          <h3>{t('sessions.title')}</h3>
-          <Sessions sessions={holdings.value.sessions} />
-          {holdings.value.sessions.length > 0 && <p class="detail">{t('people.endSessions')}</p>}
-        </>
-      )}
+      <div class="bar wrap">
+        <button onClick={ask(rename(person))}>{t('people.rename')}</button>
+        <button onClick={ask(newPassword(person))}>{t('people.password')}</button>
+        <button onClick={() => void change(person, {disabled: !person.disabled}).catch(tellError)}>
+          {t(person.disabled ? 'people.enable' : 'people.disable')}
+        </button>
+        <button onClick={ask(eraseTrack(person))}>{t('people.erase')}</button>
+        <button onClick={ask(remove(person, all))}>{t('people.delete')}</button>
+        <a class="button" href={`${apiPath}/users/${person.id}/export`} download={`${person.name}.json`}>{t('people.export')}</a>
+      </div>
       {question.value && <Ask question={question.value} onEnd={() => {
         question.value = undefined;
       }} />}
+    </>
+  );
+}
+
+function HoldingsLists({inboxes: owned, sessions}: Holdings) {
+  return (
+    <>
+      <h3>{t('people.inboxes')}</h3>
+      {owned.length === 0 && <p>{t('people.noInboxes')}</p>}
+      <ul class="tags">
+        {owned.map(({id, entries = []}) => (
+          <li key={id}>
+            <a class="button" href={`#/files/${id}`}>
+              {projectName(inboxes.value.get(id)?.projectName ?? '')} <span class="count">{entries.length}</span>
+            </a>
+          </li>
+        ))}
+      </ul>
+      <h3>{t('sessions.title')}</h3>
+      <Sessions sessions={sessions} />
+      {sessions.length > 0 && <p class="detail">{t('people.endSessions')}</p>}
     </>
   );
 }

@@ -16,27 +16,13 @@ export interface Chosen {
 }
 
 export function Review({chosen: {files, targets}, onEnd}: {chosen: Chosen; onEnd: () => void}) {
-  const answers = useSignal<ReadonlyMap<File, Answer>>(new Map());
+  const answers = useAnswers(files);
   const shown = useSignal(0);
   const box = useRef<HTMLDialogElement>(null);
-  useEffect(() => {
-    box.current?.showModal();
-    let isOpen = true;
-    void (async () => {
-      for (const file of files) {
-        const answer = await readFile(file.name, file);
-        if (!isOpen) return;
-        answers.value = new Map(answers.value).set(file, answer);
-      }
-    })();
-    return () => {
-      isOpen = false;
-    };
-  }, [files]);
-  const doubts = files.flatMap((file) => doubtsOf(file.name, targets, answers.value.get(file)));
-  const isReading = answers.value.size < files.length;
-  const file = files[shown.value] as File;
-  const answer = answers.value.get(file);
+  useEffect(() => box.current?.showModal(), []);
+  const doubts = files.flatMap((file) => doubtsOf(file.name, targets, answers.get(file)));
+  const isReading = answers.size < files.length;
+  const answer = answers.get(files[shown.value] as File);
   const title = t('review.title', {inbox: targets.map(({owner}) => owner.name).join(', '),
     project: projectName(targets[0]?.projectName ?? '')});
   return (
@@ -59,6 +45,25 @@ export function Review({chosen: {files, targets}, onEnd}: {chosen: Chosen; onEnd
       </div>
     </dialog>
   );
+}
+
+/** Reads the files, one after the other, and returns the answers so far. */
+function useAnswers(files: readonly File[]): ReadonlyMap<File, Answer> {
+  const answers = useSignal<ReadonlyMap<File, Answer>>(new Map());
+  useEffect(() => {
+    let isOpen = true;
+    void (async () => {
+      for (const file of files) {
+        const answer = await readFile(file.name, file);
+        if (!isOpen) return;
+        answers.value = new Map(answers.value).set(file, answer);
+      }
+    })();
+    return () => {
+      isOpen = false;
+    };
+  }, [files]);
+  return answers.value;
 }
 
 function FileChoice({files, shown, onShow}: {files: readonly File[]; shown: number; onShow: (index: number) => void}) {
