@@ -46,9 +46,9 @@ ResumableTransfer::Attempt ResumableTransfer::PrepareNext(const Failure& failure
         return {true, end};
     m_report.SetDeadline(Deadline());
     m_report.SetWaiting();
-    const bool isAborted =
-        !m_timing.Pause(m_policy.backoff, ++m_attempts, failure.retryAfter, m_abort);
-    return {isAborted, Failure(EErrorCode::eAborted)};
+    if (!m_timing.Pause(m_policy.backoff, ++m_attempts, failure.retryAfter, m_abort))
+        return {true, Failure(EErrorCode::eAborted)};
+    return {};
 }
 
 bool ResumableTransfer::Reach(std::int64_t offsetBytes)
