@@ -112,7 +112,9 @@ int main(int argc, char* argv[])
                     : std::make_unique<QGuiApplication>(ownArgumentCount, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kelvo-console"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KELVO_VERSION));
-    const int exitStatus = Run(arguments, opensWindow);
+    // Some platforms of Qt start without a screen, for example if there is no framebuffer.
+    const bool canOpenWindow = opensWindow && QGuiApplication::primaryScreen() != nullptr;
+    const int exitStatus = Run(arguments, canOpenWindow);
     application.reset();
     return restart.Run(exitStatus);
 }

@@ -42,7 +42,8 @@ void SetScale(int argumentCount, char** arguments)
         return; // the installer's choice
     }
     const QGuiApplication application(argumentCount, arguments);
-    const double scale = hostimpl::DisplayOf(QGuiApplication::primaryScreen()->size()).scale;
+    const QScreen* const screen = QGuiApplication::primaryScreen();
+    const double scale = screen == nullptr ? 1.0 : hostimpl::DisplayOf(screen->size()).scale;
     if (scale != 1.0) {
         qputenv("QT_SCALE_FACTOR", QByteArray::number(scale));
     }
