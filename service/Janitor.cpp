@@ -192,6 +192,7 @@ Janitor::~Janitor()
 
 void Janitor::cleanUp(const Parts& parts, const Settings& settings, const Stops& stops)
 {
+    attempt("disk-reserve-failed", [&] { parts.reserve.makeWhole(); });
     if (!parts.clockIsTrusted()) {
         attempt("clean-up-count-failed", [&] { countHeldBack(parts); });
         return;

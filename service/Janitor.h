@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/base/Clock.h"
+#include "service/base/DiskReserve.h"
 #include "service/content/ContentStore.h"
 #include "service/content/DigestLocks.h"
 #include "service/store/Database.h"
@@ -32,6 +33,8 @@ struct HeldBack
  * While the clock is not trusted, nothing is removed. The janitor counts and logs the data that it
  * would have removed.
  *
+ * Each round first makes the disk reserve whole again, if the disk has room.
+ *
  * Runs once at the start and then at an interval. Thread: its own. Ownership: the parts outlive
  * it.
  */
@@ -56,6 +59,7 @@ public:
         std::function<bool(const std::string& id)> uploadIsHeld; // by a request, now
         std::function<bool()> clockIsTrusted;                    // checks the clock
         HeldBack& heldBack;
+        DiskReserve& reserve;
     };
 
     Janitor(Parts parts, const Settings& settings);

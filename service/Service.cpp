@@ -171,7 +171,8 @@ struct Backend
                 clock,
                 [this](const std::string& id) { return activeUploads.isHeld(id); },
                 [this] { return checkClock(clock, *database, folder.path()); },
-                heldBack};
+                heldBack,
+                reserve};
     }
 
     const DataFolder& folder;

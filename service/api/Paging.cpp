@@ -116,8 +116,11 @@ http::Response PageAnswer::toResponse(const http::Request& request)
     answer_.close();
     http::Response response = answer_.toResponse();
     if (hasMore_) {
-        response.with("Link", "<" + request.head.path + "?" + queryWithout(request, "after") +
-                                  "after=" + last_ + ">; rel=\"next\"");
+        // The client may have sent characters that end the target of a link.
+        response.with("Link",
+                      "<" + request.head.path + "?" +
+                          percentEncode(queryWithout(request, "after"), "%&=+;,:@/?!$'()*") +
+                          "after=" + last_ + ">; rel=\"next\"");
     }
     return response;
 }

@@ -88,7 +88,7 @@ Async<Progress> concatenate(Context& context, http::Request& request, const stor
     if (static_cast<long long>(writer.offset()) != upload.lengthBytes) {
         throw Problem(EProblem::Conflict, "A part of the upload has changed.");
     }
-    FinishedUpload finished = co_await finishUpload(context, upload, writer);
+    FinishedUpload finished = co_await finishUpload(context, upload, writer, request.peerAddress);
     co_await removeParts(context, ids);
     co_return Progress{finished.upload, upload.lengthBytes, finished.files};
 }

@@ -88,7 +88,7 @@ struct FinishedUpload
  * the client's, for the audit trail.
  */
 Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
-                                   content::UploadWriter& writer, std::string address = {});
+                                   content::UploadWriter& writer, std::string address);
 
 /** Adds the result's headers of a finished upload, with its warnings. */
 void addResultHeaders(http::Response& response, const store::Upload& upload);

@@ -95,19 +95,25 @@ bool DiskReserve::release()
     return true;
 }
 
-void DiskReserve::requireRoom(long long bytes)
+void DiskReserve::makeWhole()
 {
-    if (!isWhole()) {
-        const std::lock_guard lock(mutex_);
-        const long long missing = sizeBytes_ - heldBytes_;
-        if (missing > 0 && freeBytes(file_.parent_path()) >= missing + keptFreeBytes) {
-            refill();
-        }
-        requireWhole();
-        if (missing > 0) {
+    if (isWhole()) {
+        return;
+    }
+    const std::lock_guard lock(mutex_);
+    const long long missing = sizeBytes_ - heldBytes_;
+    if (missing > 0 && freeBytes(file_.parent_path()) >= missing + keptFreeBytes) {
+        refill();
+        if (isWhole()) {
             logInfo("disk-reserve-whole");
         }
     }
+}
+
+void DiskReserve::requireRoom(long long bytes)
+{
+    makeWhole();
+    requireWhole();
     if (freeBytes(file_.parent_path()) < bytes) {
         throwFull();
     }

@@ -44,6 +44,9 @@ public:
      */
     void requireRoom(long long bytes);
 
+    /** Allocates the rest of the reserve if the disk has room for it. Blocks. */
+    void makeWhole();
+
     /** Throws as requireRoom(), without a look at the disk. For each piece of an upload. */
     void requireWhole() const;
 

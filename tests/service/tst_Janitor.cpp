@@ -59,7 +59,7 @@ protected:
     {
         const store::Upload begun = begin(text);
         content::UploadWriter writer(contents, digests, begun.id);
-        loop.run(api::finishUpload(context, begun, writer));
+        loop.run(api::finishUpload(context, begun, writer, "192.0.2.1"));
         return files().back();
     }
 
@@ -94,7 +94,8 @@ protected:
                                clock,
                                [this](const std::string& id) { return activeUploads.isHeld(id); },
                                [this] { return clockIsTrusted; },
-                               heldBack};
+                               heldBack,
+                               reserve};
 };
 
 TEST_F(CleanUp, KeepsDataInUse)
@@ -185,7 +186,7 @@ TEST_F(CleanUp, RemovesTheLeftoverOfAFinishedUploadAtOnce)
 {
     const store::Upload begun = begin("abc");
     content::UploadWriter writer(contents, digests, begun.id);
-    loop.run(api::finishUpload(context, begun, writer));
+    loop.run(api::finishUpload(context, begun, writer, "192.0.2.1"));
     replaceFile(folder.Path() / "uploads" / begun.id, "abc",
                 0600); // a crash before the upload's second name was removed
     cleanUp();
@@ -256,6 +257,17 @@ TEST_F(CleanUp, RemovesNothingWhileTheClockIsNotTrustedAndCountsIt)
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
     EXPECT_EQ(countSessions(), 0);
     EXPECT_EQ(heldBack.sessions + heldBack.uploads + heldBack.binnedFiles, 0);
+}
+
+TEST_F(CleanUp, MakesTheDiskReserveWholeAlsoWhileTheClockIsWrong)
+{
+    DiskReserve used(folder.Path() / "used", 4L * 1024 * 1024);
+    used.release();
+    clockIsTrusted = false;
+    Janitor::cleanUp({database, contents, digestLocks, clock, parts.uploadIsHeld,
+                      parts.clockIsTrusted, heldBack, used},
+                     {0});
+    EXPECT_TRUE(used.isWhole());
 }
 
 TEST_F(CleanUp, StopsDuringARound)

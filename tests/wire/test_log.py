@@ -30,7 +30,7 @@ class FailingDatabase(unittest.TestCase):
 
     def test_the_log_has_no_text_from_failed_writes(self):
         self.service.secrets.update((NAME, NONCE, FIELD, TEXT, "$argon2id$", "INSERT INTO", "executing"))
-        device = {"hardware_address": "aa:bb", "text2": TEXT * 1000}
+        device = {"hardware_address": "aa:bb", "text2": TEXT * 13}
         report = {"timestamp_ms": 1, "state": 1, "flag": True, "device": device}
         client = Client(self.service)
         self.addCleanup(client.close)

@@ -73,6 +73,11 @@ class Paging(WireTest):
         self.assertEqual(self.anna.get(next_page(first)).json()["files"], rest[:2])
         self.anna.delete(f"/resources/{last}")
 
+    def test_a_link_cannot_be_ended_by_the_query(self):
+        link = self.anna.get('/bin?limit=1&further=a">;rel="next",<').headers["Link"]
+        self.assertEqual((link.count("<"), link.count(">"), link.count('"')), (1, 1, 2), link)
+        self.assertIn("&further=a%22%3E;rel=%22next%22,%3C&", link.replace("?", "&"))
+
     def test_links_keep_the_filters(self):
         olga = self.user("olga").snapshot()["user"]["id"]
         for path in (f"/consoles?user={olga}&limit=1", "/bin?name=file%200.zip&limit=1", "/users?role=operator&limit=1"):

@@ -174,6 +174,8 @@ class Extensions(TusTest):
         head = self.head(reply.headers["Location"])
         self.assertEqual(head["Upload-Concat"], f"final;{parts[0]} {parts[1]} {address}{parts[2]}")
         self.assertEqual((head["Upload-Length"], head["Upload-Offset"]), (str(len(CONTENT)),) * 2)
+        added = self.anna.get("/audit?action=file-add&limit=1").json()["entries"][0]
+        self.assertEqual((str(added["object"]["id"]), added["address"]), (reply.headers["Kelvo-File-Ids"], "127.0.0.1"))
         for part in parts:
             self.olga.tus("HEAD", part, 404)
         self.olga.delete(f"/resources/{reply.headers['Kelvo-File-Ids']}")

@@ -41,7 +41,7 @@ protected:
     store::Upload finish(const store::Upload& upload)
     {
         content::UploadWriter writer(contents, digests, upload.id);
-        return loop.run(finishUpload(context, upload, writer)).upload;
+        return loop.run(finishUpload(context, upload, writer, "192.0.2.1")).upload;
     }
 };
 
@@ -90,7 +90,7 @@ TEST_F(FinishUpload, StoresTheContentBeforeTheCommit)
     content::UploadWriter writer(contents, digests, upload.id);
     bool finished = false;
     const auto work = [&]() -> Async<void> {
-        const FinishedUpload done = co_await finishUpload(context, upload, writer);
+        const FinishedUpload done = co_await finishUpload(context, upload, writer, "192.0.2.1");
         finished = done.upload.finished;
     };
     loop.start(work());
@@ -148,7 +148,7 @@ TEST_F(FinishUpload, KeepsTheContentAfterACommitInDoubt)
     database.writeNow([](store::Transaction& t) { t.sql << "DROP TRIGGER dooms"; });
     content::UploadWriter writer(contents, digests, upload.id);
     writer.append("abc", 3);
-    EXPECT_TRUE(loop.run(finishUpload(context, upload, writer)).upload.finished);
+    EXPECT_TRUE(loop.run(finishUpload(context, upload, writer, "192.0.2.1")).upload.finished);
     EXPECT_EQ(files().size(), 1U);
     EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
 }
@@ -164,7 +164,7 @@ TEST_F(FinishUpload, RestartsAt0WhenTheSyncFails)
 
     content::UploadWriter writer(contents, digests, upload.id);
     writer.append("abc", 3);
-    EXPECT_TRUE(loop.run(finishUpload(context, upload, writer)).upload.finished);
+    EXPECT_TRUE(loop.run(finishUpload(context, upload, writer, "192.0.2.1")).upload.finished);
     EXPECT_EQ(files().size(), 1U);
 }
 
@@ -179,7 +179,7 @@ TEST_F(FinishUpload, SucceedsIfTheUploadCannotBeRemoved)
         std::filesystem::remove(file);
         std::filesystem::create_directory(file);
     });
-    EXPECT_TRUE(loop.run(finishUpload(context, upload, writer)).upload.finished);
+    EXPECT_TRUE(loop.run(finishUpload(context, upload, writer, "192.0.2.1")).upload.finished);
     EXPECT_EQ(files().size(), 2U);
 }
 

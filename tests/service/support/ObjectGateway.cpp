@@ -5,6 +5,7 @@
 
 #include <boost/asio/post.hpp>
 
+#include <csignal>
 #include <sstream>
 
 namespace kelvo::test {
@@ -72,6 +73,7 @@ bool isSigned(const http::Request& request)
 
 ObjectGateway::ObjectGateway(http::Listener::TlsContexts tls) : isTls_(tls != nullptr)
 {
+    std::signal(SIGPIPE, SIG_IGN); // as the service: a client may close before an answer is written
     const std::vector<asio::io_context*> contexts{&io_};
     listener_.emplace(contexts, http::HostPort{"127.0.0.1", "0"}, std::move(tls),
                       static_cast<http::Application&>(*this), limits_);
