@@ -37,9 +37,9 @@ QString ServiceLine(const THomeState& state, std::size_t project)
     if (!count) {
         return TTexts::tr("On KELVO: not listed yet");
     }
-    if (state.link.problem != EProblem::eNone && state.link.listsKnown) {
+    if (state.link.problem != EProblem::eNone && state.link.listsCurrentAt) {
         return TTexts::tr("On KELVO at %1: %2")
-            .arg(console::TimeText(state.link.listsKnown->wallS), Number(count->files));
+            .arg(console::TimeText(state.link.listsCurrentAt->wallS), Number(count->files));
     }
     return TTexts::tr("On KELVO: %1").arg(Number(count->files));
 }

@@ -126,7 +126,7 @@ private:
         for (int i = 1; i < states.size(); ++i) {
             states[i].isLoggedIn = true;
             states[i].link.session = ESession::eLoggedIn;
-            states[i].link.lastContact = states[i].link.listsKnown =
+            states[i].link.lastContact = states[i].link.listsCurrentAt =
                 kesdkimpl::Moment{1800000000, {}};
             states[i].position = Positions().last();
             states[i].folders = console::TFolderFigures(); // no folder can be read

@@ -85,7 +85,7 @@ private Q_SLOTS:
         state.link.problem = kesdkimpl::EProblem::eNoAnswer;
         const std::int64_t lists = 1800000000;
         const std::int64_t contact = lists + 3600;
-        state.link.listsKnown = kesdkimpl::Moment{lists, {}};
+        state.link.listsCurrentAt = kesdkimpl::Moment{lists, {}};
         state.link.lastContact = kesdkimpl::Moment{contact, {}};
         const QString figures =
             QStringLiteral("On KELVO at %1: 12\n").arg(console::TimeText(lists));

@@ -53,12 +53,12 @@ TEST_F(LinkStatusTest, TellsWhenTheListsWereKnownLast)
 {
     LetSleepsBlock();
     LogIn();
-    EXPECT_TRUE(board->Read().listsKnown);
+    EXPECT_TRUE(board->Read().listsCurrentAt);
     time->Advance(std::chrono::minutes(1));
     const std::int64_t file = service.AddFile(inbox, "a.zip", "x");
     ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
     const impl::Clock::Time known = time->Now();
-    EXPECT_EQ(board->Read().listsKnown->steady, known);
+    EXPECT_EQ(board->Read().listsCurrentAt->steady, known);
     service.SetOnline(false);
     ASSERT_TRUE(listener.WaitForState(api::eReconnecting));
     time->Advance(std::chrono::minutes(1));
@@ -66,7 +66,8 @@ TEST_F(LinkStatusTest, TellsWhenTheListsWereKnownLast)
     service.SetOnline(true);
     EXPECT_TRUE(connection->SendEnvironment({}));
     EXPECT_EQ(board->Read().lastContact->steady, time->Now());
-    EXPECT_EQ(board->Read().listsKnown->steady, known) << "an answer tells nothing about the lists";
+    EXPECT_EQ(board->Read().listsCurrentAt->steady, known)
+        << "an answer tells nothing about the lists";
 }
 
 TEST_F(LinkStatusTest, IsOfflineAtOnceWhenTheStreamBreaksAndOnlineWithTheFirstAnswer)

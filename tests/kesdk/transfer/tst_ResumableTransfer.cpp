@@ -165,7 +165,7 @@ TEST_F(ResumableTransferTest, GivesBytesThatWereSentTimeForAnAnswer)
         const Clock::Time begin = time->Now();
         if (++attempts == 1) {
             time->Advance(10min);
-            transfer.NoteBytesLeft(begin);
+            transfer.NoteBytesSent(begin);
             return {false, kDropped};
         }
         EXPECT_TRUE(transfer.Reach(1));
@@ -179,7 +179,7 @@ TEST_F(ResumableTransferTest, LeavesOutTheTimeInWhichTheConsoleWasBusy)
 {
     ResumableTransfer transfer(timing, givenUp, abort);
     const Clock::Time begin = time->Now();
-    transfer.NoteBytesLeft(begin - 31s);
+    transfer.NoteBytesSent(begin - 31s);
     time->Advance(6min);
     transfer.Extend(6min);
     EXPECT_EQ(Run(transfer).code, EErrorCode::eNoProgress);

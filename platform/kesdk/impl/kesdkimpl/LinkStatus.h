@@ -65,8 +65,8 @@ struct LinkStatus
     // problem.
     std::optional<Moment> offlineSince;
     std::optional<Moment> lastContact; // bytes or an answer of the service
-    // The last sign of the event stream: the file lists were right then.
-    std::optional<Moment> listsKnown;
+    // The time of the last event or heartbeat. The file lists were current then.
+    std::optional<Moment> listsCurrentAt;
     std::optional<TransferStatus> transfer;
 };
 

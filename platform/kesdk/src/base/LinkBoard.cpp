@@ -70,7 +70,7 @@ Clock::Time LinkBoard::NoteContact()
 void LinkBoard::NoteStream()
 {
     const std::lock_guard lock(m_mutex);
-    m_status.listsKnown = MomentNow();
+    m_status.listsCurrentAt = MomentNow();
 }
 
 void LinkBoard::NoteProblem(kesdkimpl::EProblem problem, Clock::Time lastSign)

@@ -71,9 +71,10 @@ constexpr CallPolicy PolicyOf(ECall call)
 // kStallTimeout.
 struct TransferPolicy
 {
-    std::chrono::seconds firstByteTimeout{30}; // after a transfer that was given up
-    std::chrono::seconds deadLinkMemory{120};  // for this time after it
-    int mostUselessAnswers = 6; // a link does not bring them, so waiting does not help
+    std::chrono::seconds firstByteTimeout{30}; // of the next transfer, if the last one was given up
+    std::chrono::seconds deadLinkMemory{120};  // the last transfer counts for this long
+    // In a row. They come from a wrong peer, so waiting does not help.
+    int mostUselessAnswers = 6;
 };
 inline constexpr TransferPolicy kTransfer;
 

@@ -24,9 +24,9 @@ public:
 
     // `board` is the caller's and outlives the line.
     ApiLine(Dependencies given, LinkBoard& board)
-        : m_given(std::move(given)),
-          m_timing(*m_given.clock, *m_given.sleeper, *m_given.jitter),
-          m_watched(*m_given.transport, board),
+        : m_dependencies(std::move(given)),
+          m_timing(*m_dependencies.clock, *m_dependencies.sleeper, *m_dependencies.jitter),
+          m_watched(*m_dependencies.transport, board),
           m_http(m_watched, m_timing),
           m_api(m_http)
     {}
@@ -37,7 +37,7 @@ public:
     impl::Timing& Timing() { return m_timing; }
 
 private:
-    Dependencies m_given;
+    Dependencies m_dependencies;
     impl::Timing m_timing;
     WatchedTransport m_watched;
     RetryingClient m_http;

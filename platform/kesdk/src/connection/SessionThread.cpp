@@ -23,7 +23,9 @@ void Forget(std::wstring& secret)
 } // namespace
 
 SessionThread::SessionThread(Dependencies dependencies)
-    : m_parts(std::move(dependencies)), m_stream(m_parts.api), m_thread([this] { Run(); })
+    : m_dependencies(std::move(dependencies)),
+      m_stream(m_dependencies.api),
+      m_thread([this] { Run(); })
 {}
 
 SessionThread::~SessionThread()
@@ -52,7 +54,7 @@ void SessionThread::Start(Login login)
 
 void SessionThread::Wake()
 {
-    m_parts.api.Wake();
+    m_dependencies.api.Wake();
 }
 
 void SessionThread::ReconnectNow()
@@ -85,7 +87,7 @@ void SessionThread::RunLogin(Login login)
     Progress progress;
     progress.id = login.id;
     Failure failure = LogIn(login, progress);
-    progress.accepted = m_parts.timing.Now();
+    progress.accepted = m_dependencies.timing.Now();
     if (!failure.IsSet())
         failure = FetchAccount(progress);
     if (!failure.IsSet())
@@ -94,23 +96,23 @@ void SessionThread::RunLogin(Login login)
         // Changes nothing if the caller ended the session. At the end of the connection there is no
         // lost session.
         if (!m_isStopping)
-            m_parts.state.Lost(progress.id);
-        else if (m_parts.state.IsCurrent(progress.id))
+            m_dependencies.state.Lost(progress.id);
+        else if (m_dependencies.state.IsCurrent(progress.id))
             EndOnService(progress.token);
         return;
     }
     EndOnService(progress.token);
     if (HasEnded(progress.id))
         return;
-    m_parts.onLoginFailed(failure);
-    m_parts.state.Failed(progress.id);
+    m_dependencies.onLoginFailed(failure);
+    m_dependencies.state.Failed(progress.id);
 }
 
 Failure SessionThread::LogIn(Login& login, Progress& progress)
 {
     ApiCall call = CallFor(progress);
     call.policy = PolicyOf(ECall::eLogin);
-    Result<LoginRecord> answer = m_parts.api.LogIn(call, login.user, login.password);
+    Result<LoginRecord> answer = m_dependencies.api.LogIn(call, login.user, login.password);
     Forget(login.password);
     progress.token = std::move(answer.value.token);
     return answer.failure;
@@ -124,12 +126,12 @@ Failure SessionThread::FetchAccount(const Progress& progress)
         call.policy = PolicyOf(ECall::eFirstAccount);
         call.lastStart = progress.accepted + kLoginLimit;
     }
-    Result<AccountRecord> account = m_parts.api.GetAccount(call);
+    Result<AccountRecord> account = m_dependencies.api.GetAccount(call);
     if (!account || HasEnded(progress.id))
         return account.failure;
-    const ResourceChanges changes = m_parts.snapshot.Replace(std::move(account.value));
+    const ResourceChanges changes = m_dependencies.snapshot.Replace(std::move(account.value));
     if (progress.isEstablished)
-        m_parts.dispatcher.Post(changes);
+        m_dependencies.dispatcher.Post(changes);
     return {};
 }
 
@@ -140,7 +142,7 @@ Failure SessionThread::Follow(Progress& progress)
         const StreamOutcome outcome = ReadStream(progress);
         if (HasEnded(progress.id) || outcome.end == EStreamEnd::eSessionEnded)
             return outcome.failure;
-        const bool hasLasted = m_parts.timing.Now() - progress.begun >= kLastingStream;
+        const bool hasLasted = m_dependencies.timing.Now() - progress.begun >= kLastingStream;
         progress.attempts = hasLasted ? 1 : progress.attempts + 1;
         if (Failure failure = PrepareNextStream(progress, outcome); failure.IsSet())
             return failure;
@@ -152,21 +154,21 @@ StreamOutcome SessionThread::ReadStream(Progress& progress)
     EventStream::Handlers handlers;
     handlers.onOpen = [&] {
         if (progress.isEstablished)
-            m_parts.state.LinkRestored(progress.id);
+            m_dependencies.state.LinkRestored(progress.id);
         else
-            progress.isEstablished = m_parts.state.Established(progress.id, progress.token);
+            progress.isEstablished = m_dependencies.state.Established(progress.id, progress.token);
     };
     handlers.onEvent = [&](const AccountEvent& event) {
         if (!HasEnded(progress.id))
-            m_parts.dispatcher.Post(m_parts.snapshot.ApplyEvent(event));
+            m_dependencies.dispatcher.Post(m_dependencies.snapshot.ApplyEvent(event));
     };
-    handlers.onBytes = [&] { m_parts.state.StreamAlive(progress.id); };
+    handlers.onBytes = [&] { m_dependencies.state.StreamAlive(progress.id); };
     ApiCall call = CallFor(progress);
     call.policy = PolicyOf(ECall::eEvents);
     if (progress.isEstablished)
         call.policy.limits.connect = SearchConnectLimit(progress.attempts);
-    progress.begun = m_parts.timing.Now();
-    return m_stream.Run(call, m_parts.snapshot.Cursor(), handlers);
+    progress.begun = m_dependencies.timing.Now();
+    return m_stream.Run(call, m_dependencies.snapshot.Cursor(), handlers);
 }
 
 // Set if no stream follows.
@@ -183,23 +185,24 @@ Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome
     }
     m_mustReconnectNow = false; // before listeners can see that the link is lost
     if (!isTooOld || failure.IsSet())
-        m_parts.state.LinkLost(progress.id, failure);
+        m_dependencies.state.LinkLost(progress.id, failure);
     const CallPolicy policy = PolicyOf(ECall::eEvents);
-    const Clock::Time next = m_parts.timing.Now() + failure.retryAfter.value_or(seconds(0));
+    const Clock::Time next = m_dependencies.timing.Now() + failure.retryAfter.value_or(seconds(0));
     const bool isTheLast =
         progress.attempts >= policy.attempts || next >= progress.accepted + kLoginLimit;
     if (!progress.isEstablished && isTheLast)
         return failure.IsSet() ? failure : Failure(EErrorCode::eDropped, "the stream ends at once");
     milliseconds pause =
-        m_parts.timing.Delay(policy.backoff, progress.attempts, failure.retryAfter);
+        m_dependencies.timing.Delay(policy.backoff, progress.attempts, failure.retryAfter);
     if (progress.isEstablished && failure.WasNeverSent())
-        pause = m_parts.timing.Delay(kSearchBackoff, 1, {}) -
-                std::chrono::duration_cast<milliseconds>(m_parts.timing.Now() - progress.begun);
+        pause =
+            m_dependencies.timing.Delay(kSearchBackoff, 1, {}) -
+            std::chrono::duration_cast<milliseconds>(m_dependencies.timing.Now() - progress.begun);
     const AbortCheck endsPause = [this, id = progress.id] {
         return HasEnded(id) || m_mustReconnectNow;
     };
     if (pause.count() > 0)
-        m_parts.timing.Sleep(pause, endsPause);
+        m_dependencies.timing.Sleep(pause, endsPause);
     return HasEnded(progress.id) ? Failure(EErrorCode::eAborted) : Failure();
 }
 
@@ -212,12 +215,12 @@ void SessionThread::EndOnService(const std::string& token)
     ApiCall call;
     call.token = token;
     call.policy = PolicyOf(ECall::eLogout);
-    static_cast<void>(m_parts.api.LogOut(call));
+    static_cast<void>(m_dependencies.api.LogOut(call));
 }
 
 bool SessionThread::HasEnded(std::int32_t id) const
 {
-    return m_isStopping || !m_parts.state.IsCurrent(id);
+    return m_isStopping || !m_dependencies.state.IsCurrent(id);
 }
 
 ApiCall SessionThread::CallFor(const Progress& progress) const

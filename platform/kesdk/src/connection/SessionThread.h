@@ -78,7 +78,7 @@ private:
     bool HasEnded(std::int32_t id) const;
     ApiCall CallFor(const Progress& progress) const;
 
-    Dependencies m_parts;
+    Dependencies m_dependencies;
     EventStream m_stream;
     std::atomic<bool> m_isStopping{false};
     std::atomic<bool> m_mustReconnectNow{false};

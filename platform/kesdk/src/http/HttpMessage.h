@@ -45,7 +45,7 @@ public:
     virtual std::int64_t LengthBytes() const = 0;
     // Returns the number of bytes in the buffer; 0 at the end; negative to end the transfer.
     virtual std::ptrdiff_t Read(char* buffer, std::size_t sizeBytes) = 0;
-    // The network has taken so many bytes of this body. Called often.
+    // This many bytes of the body have been sent. Called often.
     virtual void NoteSent(std::int64_t) {}
 };
 

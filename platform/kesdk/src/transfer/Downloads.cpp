@@ -144,8 +144,9 @@ Downloads::Attempt Downloads::Verify(Job& job)
         return {true, Failure(EErrorCode::eDamaged, "SHA-256 differs")};
     // A power cut may have taken bytes of the resumed part.
     job.transfer.StartOver();
-    const bool isEmpty = job.part.Restart();
-    return {!isEmpty, job.part.WriteFailure()};
+    if (job.part.Restart())
+        return {};
+    return {true, job.part.WriteFailure()};
 }
 
 } // namespace kesdk::impl

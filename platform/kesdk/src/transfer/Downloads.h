@@ -14,7 +14,7 @@
 
 namespace kesdk::impl {
 
-// One download at a time, as a ResumableTransfer. If the link drops, the download resumes behind
+// One download at a time, as a ResumableTransfer. If the link drops, the download resumes after
 // the last byte that arrived. If the transfer is given up or aborted, the part file of a large file
 // stays. A later call, also of a restarted console, resumes it. The first download into a folder
 // removes the part files there that are a week old.

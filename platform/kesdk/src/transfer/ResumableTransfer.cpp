@@ -42,7 +42,7 @@ ResumableTransfer::Attempt ResumableTransfer::PrepareNext(const Failure& failure
         return {true, failure.IsSet() ? failure : m_uselessReason};
     if (!failure.IsSet())
         return {};
-    if (const Failure end = EndBefore(failure); end.IsSet())
+    if (const Failure end = FinalFailure(failure); end.IsSet())
         return {true, end};
     m_report.SetDeadline(Deadline());
     m_report.SetWaiting();
@@ -75,9 +75,9 @@ void ResumableTransfer::CountUselessAnswer(const Failure& reason)
         reason.IsSet() ? reason : Failure(EErrorCode::eBadAnswer, "the answers bring nothing");
 }
 
-void ResumableTransfer::NoteBytesLeft(Clock::Time start)
+void ResumableTransfer::NoteBytesSent(Clock::Time start)
 {
-    // The transport ends an attempt that has stalled for a window: until then bytes left.
+    // The transport ends an attempt that has stalled for a window: until then bytes were sent.
     const Clock::Time until = m_timing.Now() - m_policy.limits.stallWindow;
     if (until <= start)
         return;
@@ -94,7 +94,7 @@ void ResumableTransfer::RestartDeadline()
 }
 
 // The failure with which the transfer ends; not set if another attempt follows.
-Failure ResumableTransfer::EndBefore(const Failure& failure) const
+Failure ResumableTransfer::FinalFailure(const Failure& failure) const
 {
     if (!MayPass(failure))
         return failure;

@@ -20,8 +20,8 @@ namespace kesdk::impl {
 // The deadline is the stall timeout after the last progress. Progress is an offset beyond the
 // highest offset so far: bytes that arrive again do not count. The stall timeout is five minutes.
 // If the transfer before was given up in the last two minutes, the stall timeout is 30 s until the
-// first byte. Otherwise a selection of many files would wait for hours on a dead link. After bytes
-// left the console, the deadline is five minutes after they left, until an answer comes.
+// first byte. Otherwise a selection of many files would wait for hours on a dead link. If bytes
+// were sent and no answer has come, the deadline is five minutes after they were sent.
 //
 // Thread: the caller's. Errors: as Failure.
 class ResumableTransfer
@@ -60,7 +60,7 @@ public:
     void CountUselessAnswer(const Failure& reason = {});
     // A request that sent bytes from `start` until now has failed. If it took longer than the
     // transport's stall window, the link was alive, and the receiver may have the bytes.
-    void NoteBytesLeft(Clock::Time start);
+    void NoteBytesSent(Clock::Time start);
     // An answer showed that the service was reached.
     void RestartDeadline();
     // For this time the console itself was busy, not the link.
@@ -69,7 +69,7 @@ public:
 private:
     Attempt PrepareNext(const Failure& failure);
     Clock::Time Deadline() const { return m_progress + m_stallTimeout; }
-    Failure EndBefore(const Failure& failure) const;
+    Failure FinalFailure(const Failure& failure) const;
 
     Timing& m_timing;
     std::optional<Clock::Time>& m_givenUpAt;
@@ -79,7 +79,7 @@ private:
     std::int64_t m_offset;
     std::int64_t m_highest;
     Clock::Time m_progress;      // the last one, or the start
-    bool m_awaitsAnswer = false; // bytes left, and no answer has said yet whether they arrived
+    bool m_awaitsAnswer = false; // bytes were sent, and no answer tells whether they arrived
     std::chrono::seconds m_stallTimeout;
     int m_attempts = 0;       // in a row, without progress
     int m_uselessAnswers = 0; // in a row

@@ -128,7 +128,7 @@ Result<UploadRecord> Uploads::Request(Job& job)
     auto answer = begins ? m_api.BeginUpload(job.call, state.upload, &state.file)
                          : m_api.ContinueUpload(job.call, job.location, offset, state.file);
     if (!answer)
-        job.transfer.NoteBytesLeft(start);
+        job.transfer.NoteBytesSent(start);
     return answer;
 }
 
@@ -146,7 +146,7 @@ Uploads::Attempt Uploads::AfterFailure(Job& job, const Failure& failure)
 
 Uploads::Attempt Uploads::TakeOffset(Job& job, const UploadRecord& answer)
 {
-    if (!IsNamedTwice(job, answer.location) || answer.offsetBytes > job.state.upload.lengthBytes)
+    if (!NoteLocation(job, answer.location) || answer.offsetBytes > job.state.upload.lengthBytes)
         return AskAgain(job);
     if (job.transfer.Reach(answer.offsetBytes))
         m_journal.Renew(job.state.origin); // from now, the service keeps the upload for a week, too
@@ -178,7 +178,7 @@ Uploads::Attempt Uploads::TakeResult(Job& job, const UploadRecord& answer)
 Uploads::Attempt Uploads::AfterWrongResult(Job& job, const UploadRecord& answer,
                                            bool isPendingDeletion)
 {
-    if (!IsNamedTwice(job, answer.location))
+    if (!NoteLocation(job, answer.location))
         return AskAgain(job);
     if (!isPendingDeletion && !job.state.file.IsContentUnchanged()) {
         DeleteCopy(job.call, job.state, answer);
@@ -221,8 +221,8 @@ bool Uploads::IsOfAnotherUpload(const Job& job, const std::string& location) con
            (known != m_keys.end() && known->second != job.state.upload.idempotencyKey);
 }
 
-// Whether the last two answers to the key named this location.
-bool Uploads::IsNamedTwice(Job& job, const std::string& location)
+// Notes the location of an answer to the key. Returns whether the last two answers named it.
+bool Uploads::NoteLocation(Job& job, const std::string& location)
 {
     if (IsOfAnotherUpload(job, location) || std::exchange(job.location, location) != location)
         return false;

@@ -94,7 +94,7 @@ private:
     Attempt AskAgain(Job& job, const Failure& reason = {});
     Failure UseNewKey(Job& job);
     bool IsOfAnotherUpload(const Job& job, const std::string& location) const;
-    bool IsNamedTwice(Job& job, const std::string& location);
+    bool NoteLocation(Job& job, const std::string& location);
     bool IsAnsweredAgain(const ApiCall& call, const UploadState& state);
     void DeleteCopy(const ApiCall& call, const UploadState& state, const UploadRecord& copy);
 
