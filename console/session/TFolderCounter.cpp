@@ -127,7 +127,7 @@ std::optional<TFolderFigures> TFolderCounter::Look(TClock::time_point now)
         m_shared->isWanted = true;
         m_shared->changed.notify_all();
     }
-    const bool isSilent = m_isCounting && now - m_begun >= patience;
+    const bool isSilent = m_isCounting && now - m_begun >= countLimit;
     return m_countedAt && !isSilent ? std::optional(m_figures) : std::nullopt;
 }
 

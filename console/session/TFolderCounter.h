@@ -41,8 +41,8 @@ public:
 
     // The time between two counts, because other programs also change the folders.
     static constexpr std::chrono::seconds period{5};
-    // During a count that takes longer no figures are shown: the medium does not answer.
-    static constexpr std::chrono::seconds patience{5};
+    // If a count takes longer, the medium does not answer, and no figures are shown.
+    static constexpr std::chrono::seconds countLimit{5};
 
     explicit TFolderCounter(TCount count = CountFolders);
     ~TFolderCounter();

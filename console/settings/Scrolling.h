@@ -8,8 +8,8 @@ class QWidget;
 
 namespace console {
 
-// Of an area: a hand in a glove can hold a bar that is a target. Where a screen has no room for it,
-// the bar is a sign of the place: a finger moves the content itself.
+// The scroll bar of an area. eTarget: wide enough for a hand in a glove. eSign: narrow, only shows
+// the position; a finger moves the content.
 enum class EBar : std::uint8_t { eTarget, eSign };
 
 // A frameless area that owns `content`. The area scrolls vertically, so that a low window cuts

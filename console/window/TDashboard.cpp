@@ -43,11 +43,12 @@ void TDashboard::OnNamesShown(const QStringList& names)
     CountFiles();
 }
 
-bool TDashboard::HasNewAmong(int count) const
+bool TDashboard::HasNewInListOf(int fileCount) const
 {
-    return std::any_of(m_state.service.cbegin(), m_state.service.cend(), [count](const auto& each) {
-        return each && each->isNew > 0 && each->files == count;
-    });
+    return std::any_of(m_state.service.cbegin(), m_state.service.cend(),
+                       [fileCount](const auto& each) {
+                           return each && each->isNew > 0 && each->files == fileCount;
+                       });
 }
 
 // Looks up each file. The state is read four times a second, so it is kept.

@@ -25,7 +25,7 @@ public:
     void OnNamesShown(const QStringList& names);
     // Whether a category with this number of files has new files. Only then OnNamesShown() can
     // change something.
-    bool HasNewAmong(int count) const;
+    bool HasNewInListOf(int fileCount) const;
     // Of all categories. The call is cheap.
     int NewFiles() const { return m_state.NewFiles(); }
     // Stores which files the operator has seen.

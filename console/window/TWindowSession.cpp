@@ -176,7 +176,8 @@ void TWindowSession::OnHubEvent(const THubEvent& event)
 void TWindowSession::ShowLink()
 {
     const kesdkimpl::LinkStatus status = m_readLink();
-    // The numbers of a moving transfer change with each look, and to draw them costs time.
+    // The numbers of a moving transfer change with each look. Drawing costs time, so only every
+    // second look draws them.
     const bool isMoving = status.transfer && status.transfer->phase == kesdkimpl::EPhase::eMoves;
     m_isMoveDrawn = isMoving && !m_isMoveDrawn;
     if (!isMoving || m_isMoveDrawn) {
@@ -206,7 +207,7 @@ void TWindowSession::NoteShownNames()
     const QWidget* const page = m_window->CurrentPage();
     const auto lists = page == nullptr ? QList<TListWidget*>() : page->findChildren<TListWidget*>();
     for (const TListWidget* const list : lists) {
-        if (m_dashboard.HasNewAmong(list->count())) { // to read a long list takes time
+        if (m_dashboard.HasNewInListOf(list->count())) { // to read a long list takes time
             m_dashboard.OnNamesShown(ShownNames(*list));
         }
     }

@@ -135,7 +135,7 @@ private Q_SLOTS:
         QVERIFY(WaitForFigures(counter, m_start));
         const auto muchLater = m_start + std::chrono::hours(1); // the figures were not shown
         QVERIFY(counter.Look(muchLater));
-        const auto limit = muchLater + TFolderCounter::patience;
+        const auto limit = muchLater + TFolderCounter::countLimit;
         QVERIFY(counter.Look(limit - std::chrono::seconds(1)));
         QVERIFY(!counter.Look(limit));
         medium->permits.release(10);

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int SIGN_WIDTH = 24;
+constexpr int PASSIVE_WIDTH = 24;
 constexpr int CURSOR_WIDTH = 3;
 constexpr int EDGE = 5;         // around a scroll bar's handle
 constexpr int RIDGE_HEIGHT = 3; // on the handle
@@ -20,8 +20,8 @@ bool IsOfList(const QWidget* bar)
     return holder != nullptr && qobject_cast<QAbstractItemView*>(holder->parentWidget()) != nullptr;
 }
 
-// Only shows the place: no finger can hold it.
-bool IsSign(const QWidget* bar)
+// Only shows the position: no finger can hold it.
+bool IsPassive(const QWidget* bar)
 {
     return bar != nullptr && bar->testAttribute(Qt::WA_TransparentForMouseEvents);
 }
@@ -37,9 +37,9 @@ int TThemeStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
 {
     switch (static_cast<int>(metric)) {
     case PM_ScrollBarExtent:
-        return IsOfList(widget) ? hostimpl::TOUCH_SIZE
-               : IsSign(widget) ? SIGN_WIDTH
-                                : hostimpl::SMALL_TOUCH_SIZE;
+        return IsOfList(widget)    ? hostimpl::TOUCH_SIZE
+               : IsPassive(widget) ? PASSIVE_WIDTH
+                                   : hostimpl::SMALL_TOUCH_SIZE;
     case PM_TextCursorWidth:
         return CURSOR_WIDTH;
     case PM_ScrollBarSliderMin:

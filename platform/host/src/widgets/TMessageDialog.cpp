@@ -320,7 +320,8 @@ void TMessageDialog::setVisible(bool isVisible)
 {
     const bool isNew = isVisible && isHidden();
     SetupIfRequired();
-    if (isVisible == isHidden()) {
+    const bool changes = isVisible != !isHidden();
+    if (changes) {
         m_content->UpdateMessageSign(isVisible);
     }
     TPopupWindow::setVisible(isVisible);
