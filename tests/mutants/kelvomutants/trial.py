@@ -9,8 +9,8 @@ from kelvomutants.copy import BuildError
 from kelvomutants.table import Stale
 
 CORES = len(os.sched_getaffinity(0))
-# The machine may be this many times slower with a mutant than without it.
-PATIENCE = 10
+# A check may take this many times its usual time, because the machine may be busy.
+TIME_FACTOR = 10
 
 
 class Trial:
@@ -57,7 +57,7 @@ class Trial:
 
     def _limit_of(self, mutant):
         usual = sum(self._usual_seconds[check] for check in mutant.tests or [mutant.command])
-        return round(self._least_seconds + PATIENCE * usual)
+        return round(self._least_seconds + TIME_FACTOR * usual)
 
     def run(self):
         waiting = queue.SimpleQueue()
