@@ -18,7 +18,6 @@
 #include <cerrno>
 #include <tuple>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -115,17 +114,6 @@ QString SettingsFault(int error)
                             .arg(ReasonOf(error));
 }
 
-bool SyncFolderOf(const QString& path)
-{
-    const int folder = ::open(QFile::encodeName(QFileInfo(path).path()).constData(),
-                              O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const bool isSynced = folder >= 0 && (::fsync(folder) == 0 || errno == EINVAL);
-    if (folder >= 0) {
-        ::close(folder);
-    }
-    return isSynced;
-}
-
 // QSettings would keep a value that it cannot write, and read the value later as stored.
 bool WriteFolderFile(QString folder)
 {
@@ -136,7 +124,8 @@ bool WriteFolderFile(QString folder)
     QDir().mkpath(QFileInfo(FolderFile()).path());
     QSaveFile file(FolderFile());
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush() &&
-           ::fsync(file.handle()) == 0 && file.commit() && SyncFolderOf(FolderFile());
+           ::fsync(file.handle()) == 0 && file.commit() &&
+           hostimpl::SyncFolder(QFileInfo(FolderFile()).path());
 }
 
 // The file changes only if the folder changes.

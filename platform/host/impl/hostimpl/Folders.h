@@ -1,4 +1,4 @@
-// Chooses the console's folders.
+// Chooses, creates and syncs the console's folders.
 #pragma once
 
 #include "host/HostExport.h"
@@ -22,5 +22,9 @@ CONSOLEHOST_EXPORT bool CreateFolders(QString& errorText);
 
 // The folders into which archives are unpacked.
 CONSOLEHOST_EXPORT QStringList DownloadFolders();
+
+// Syncs the entries of a folder. Returns true on file systems that cannot sync a folder. On failure
+// returns false with errno set. From any thread. Blocking.
+CONSOLEHOST_EXPORT bool SyncFolder(const QString& path);
 
 } // namespace hostimpl

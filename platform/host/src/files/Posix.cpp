@@ -1,5 +1,7 @@
 #include "files/Posix.h"
 
+#include "hostimpl/Folders.h"
+
 #include <QtCore/QFile>
 
 #include <cerrno>

@@ -65,9 +65,7 @@ bool ListFolder(int folder, QVector<QByteArray>& names);
 // Writes all bytes, if necessary with several calls. On failure returns false with errno set.
 bool WriteAll(int descriptor, const void* bytes, std::size_t size);
 
-// Syncs the entries of a folder. Returns true on file systems that cannot sync a folder. On failure
-// returns false with errno set.
-bool SyncFolder(const QString& path);
+// As hostimpl/Folders.h has it for a path.
 bool SyncFolder(int descriptor);
 
 // For more files and folders than this, one sync of the whole file system is faster.

@@ -10,6 +10,7 @@
 
 #include "files/Posix.h"
 #include "framework/BlankedCopies.h"
+#include "hostimpl/Folders.h"
 
 #include <QtCore/QDataStream>
 #include <QtCore/QFile>

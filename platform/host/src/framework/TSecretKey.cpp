@@ -1,6 +1,7 @@
 #include "framework/TSecretKey.h"
 
 #include "files/Posix.h"
+#include "hostimpl/Folders.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
