@@ -12,8 +12,8 @@ namespace kelvo::chunks {
 
 /**
  * Each chunk is an object under a random key. An object is never overwritten. Rows, and not a list
- * of objects, say which objects exist. The key's row is
- * committed before the object is written, so a crash leaves no unknown object.
+ * of objects, say which objects exist. The key's row is committed before the object is written, so
+ * a crash leaves no unknown object.
  *
  * The newest receiver of an upload holds it. An older receiver fails with Superseded, also in
  * another process. Readers check each chunk against its SHA-256 and fetch only the chunks that they

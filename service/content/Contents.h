@@ -114,7 +114,7 @@ public:
     /** Null if the content is missing. */
     virtual std::unique_ptr<Reader> open(const std::string& sha256) = 0;
 
-    /** Removes a content without files. Hold its lock. */
+    /** Removes a content that no file uses. The caller holds the digest's lock. */
     virtual void remove(const std::string& sha256) = 0;
 };
 

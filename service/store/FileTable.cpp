@@ -140,7 +140,10 @@ void binOf(soci::session& sql, Id farm, const BinPart& part,
 
 namespace {
 
-/** Files of the bin. The condition binds all three values. */
+/**
+ * Files of the bin. SOCI must find all three parameters in the text of the condition, so an unused
+ * parameter is compared with its own value.
+ */
 struct BinSelection
 {
     const char* condition;

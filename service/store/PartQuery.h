@@ -1,4 +1,4 @@
-// A query for a part of a table.
+// A SELECT whose conditions depend on which filters have a value.
 #pragma once
 
 #include <soci/soci.h>
@@ -8,7 +8,7 @@
 
 namespace kelvo::store {
 
-/** Its conditions are the filters that have a value. All values outlive the query. */
+/** Values and columns are bound by reference: they must outlive the query. */
 class PartQuery
 {
 public:

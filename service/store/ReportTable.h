@@ -22,7 +22,7 @@ struct Position
 void setEnvironment(Transaction& transaction, const Session& session, Id console,
                     const std::string& document, long long nowMs);
 
-/** For all consoles of a farm, and for the consoles of its user. As the limits of consoles. */
+/** Limits on the devices of all consoles of a farm, and of all consoles of a user. */
 inline constexpr long long maxDevicesOfAFarm = 1000;
 inline constexpr long long maxDevicesOfAUser = 250;
 
