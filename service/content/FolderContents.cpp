@@ -28,7 +28,7 @@ public:
                 store_.revertToUpload(upload_, sha256_);
             }
         } catch (const std::exception& error) {
-            logWarning("upload-not-given-back", error.what());
+            logWarning("upload-not-reverted", error.what());
         }
     }
 

@@ -85,10 +85,10 @@ struct Bucket::Call
 };
 
 /** An idle connection or a new one; idle again when the exchange is over. */
-class Bucket::Borrowed
+class Bucket::BorrowedExchange
 {
 public:
-    explicit Borrowed(Bucket& bucket) : bucket_(bucket)
+    explicit BorrowedExchange(Bucket& bucket) : bucket_(bucket)
     {
         const std::lock_guard lock(bucket.mutex_);
         if (bucket.idle_.empty()) {
@@ -98,13 +98,13 @@ public:
             bucket.idle_.pop_back();
         }
     }
-    ~Borrowed()
+    ~BorrowedExchange()
     {
         const std::lock_guard lock(bucket_.mutex_);
         bucket_.idle_.push_back(std::move(exchange_));
     }
-    Borrowed(const Borrowed&) = delete;
-    Borrowed& operator=(const Borrowed&) = delete;
+    BorrowedExchange(const BorrowedExchange&) = delete;
+    BorrowedExchange& operator=(const BorrowedExchange&) = delete;
     Exchange& operator*() const { return *exchange_; }
 
 private:
@@ -113,11 +113,11 @@ private:
 };
 
 Bucket::Bucket(BucketAddress address, Credentials credentials, const Clock& clock,
-               Persistence persistence)
+               RetryPolicy policy)
     : address_(std::move(address)),
       credentials_(std::move(credentials)),
       clock_(clock),
-      persistence_(std::move(persistence)),
+      policy_(std::move(policy)),
       host_(hostOf(address_.endpoint))
 {}
 
@@ -143,7 +143,7 @@ std::string Bucket::get(const std::string& key, std::uint64_t offset, std::size_
     const bool isRange = answer.status == 206 &&
                          answer.contentRange.starts_with("bytes " + first + '-' + last + '/');
     if (!isRange || answer.body.size() != sizeBytes) {
-        throw GatewayUnavailable("it answered with other bytes than the range");
+        throw StoreUnavailable("it answered with other bytes than the range");
     }
     return std::move(answer.body);
 }
@@ -153,7 +153,7 @@ std::optional<std::uint64_t> Bucket::sizeOf(const std::string& key)
     try {
         const Answer answer = request({.method = "HEAD", .key = key});
         if (answer.lengthBytes < 0) {
-            throw GatewayUnavailable("it tells no size of an object");
+            throw StoreUnavailable("it tells no size of an object");
         }
         return static_cast<std::uint64_t>(answer.lengthBytes);
     } catch (const ObjectMissing&) {
@@ -186,7 +186,7 @@ Outgoing Bucket::sign(const Call& call) const
                       call.body,
                       call.mostBytes,
                       address_.caFile,
-                      persistence_.timeouts};
+                      policy_.timeouts};
     for (const auto& [name, value] : toSign.headers) {
         outgoing.headers.push_back(name + ": " + value);
     }
@@ -199,11 +199,11 @@ Answer Bucket::request(const Call& call)
 {
     requireKey(call.key);
     Answer answer;
-    for (int attempt = 1; attempt <= persistence_.attempts; ++attempt) {
+    for (int attempt = 1; attempt <= policy_.attempts; ++attempt) {
         if (attempt > 1) {
             pauseBefore(attempt);
         }
-        answer = (*Borrowed(*this)).run(sign(call));
+        answer = (*BorrowedExchange(*this)).run(sign(call));
         if (answer.status >= 200 && answer.status < 300) {
             return answer;
         }
@@ -214,17 +214,17 @@ Answer Bucket::request(const Call& call)
             throw RequestRefused(reasonOf(answer));
         }
     }
-    throw GatewayUnavailable(reasonOf(answer));
+    throw StoreUnavailable(reasonOf(answer));
 }
 
 void Bucket::pauseBefore(int attempt) const
 {
-    const auto longest = persistence_.pause * (1 << (attempt - 2));
+    const auto longest = policy_.pause * (1 << (attempt - 2));
     unsigned char jitter = 0;
     RAND_bytes(&jitter, 1);
     const auto pause = longest - longest * jitter / 512;
-    if (persistence_.sleep) {
-        persistence_.sleep(pause);
+    if (policy_.sleep) {
+        policy_.sleep(pause);
     } else {
         std::this_thread::sleep_for(pause);
     }

@@ -19,12 +19,12 @@
 
 namespace kelvo::objects {
 
-/** A larger object is neither written nor read: it bounds the memory of a request. */
+/** A larger object is neither written nor read. The limit bounds the memory of a request. */
 inline constexpr std::size_t largestObjectBytes = 8 * 1024 * 1024;
 
 /** How long a call tries. Before attempt n the pause is `pause` * 2^(n-2), less up to half of it.
  */
-struct Persistence
+struct RetryPolicy
 {
     int attempts = 5;
     std::chrono::milliseconds pause{200};
@@ -39,14 +39,14 @@ struct Persistence
  * Keys: 1 to 200 letters, digits, '-', '_', '/' and '.', else std::invalid_argument.
  * Thread: any; all calls block, so call them on a pool. A call takes an idle connection or opens a
  * new one. Memory: the bytes of one object a call. Errors: ObjectMissing, RequestRefused,
- * GatewayUnavailable.
+ * StoreUnavailable.
  */
 class Bucket
 {
 public:
     /** `clock` outlives it. Throws std::invalid_argument for an unusable address. */
     Bucket(BucketAddress address, Credentials credentials, const Clock& clock,
-           Persistence persistence = {});
+           RetryPolicy policy = {});
 
     /**
      * Returns when the store has the object. `sha256` of the bytes, in hexadecimal: the store
@@ -65,7 +65,7 @@ public:
 
 private:
     struct Call;
-    class Borrowed;
+    class BorrowedExchange;
 
     Answer request(const Call& call);
     Outgoing sign(const Call& call) const;
@@ -74,7 +74,7 @@ private:
     BucketAddress address_;
     Credentials credentials_;
     const Clock& clock_;
-    Persistence persistence_;
+    RetryPolicy policy_;
     std::string host_; // of the endpoint, with its port
     std::mutex mutex_; // guards idle_
     std::vector<std::unique_ptr<Exchange>> idle_;

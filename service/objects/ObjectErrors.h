@@ -29,10 +29,10 @@ public:
  * The object store did not answer as it should after several attempts. Later attempts may succeed.
  * A PUT or DELETE may have happened.
  */
-class GatewayUnavailable : public std::runtime_error
+class StoreUnavailable : public std::runtime_error
 {
 public:
-    explicit GatewayUnavailable(const std::string& why)
+    explicit StoreUnavailable(const std::string& why)
         : std::runtime_error("the object store is not available: " + why)
     {}
 };

@@ -37,9 +37,9 @@ constexpr std::chrono::hours day{24};
 class Chunks : public testing::Test
 {
 protected:
-    static objects::Persistence twoAttempts()
+    static objects::RetryPolicy twoAttempts()
     {
-        objects::Persistence result;
+        objects::RetryPolicy result;
         result.attempts = 2;
         result.sleep = [](std::chrono::milliseconds) {};
         return result;
@@ -142,7 +142,7 @@ TEST_F(Chunks, StayInMemoryWhileTheObjectStoreFails)
 {
     const auto receiver = receive("012");
     gateway.failNext({EFault::Busy, EFault::Busy});
-    EXPECT_THROW(receiver->flush(), objects::GatewayUnavailable);
+    EXPECT_THROW(receiver->flush(), objects::StoreUnavailable);
     EXPECT_EQ(contents.keptBytes("u1"), 0U);
     EXPECT_EQ(receiver->offset(), 3U);
     receiver->flush();
@@ -212,7 +212,7 @@ TEST_F(Chunks, WithoutACommitAreRemoved)
 {
     const auto receiver = receive("0123");
     gateway.failNext({EFault::DoneButCut, EFault::DoneButCut});
-    EXPECT_THROW(receiver->flush(), objects::GatewayUnavailable);
+    EXPECT_THROW(receiver->flush(), objects::StoreUnavailable);
     EXPECT_THAT(gateway.objects(), SizeIs(1)) << "the object store has it";
     EXPECT_EQ(removeAfter(2 * day), 1U);
     EXPECT_THAT(gateway.objects(), IsEmpty());
@@ -235,7 +235,7 @@ TEST_F(Chunks, AreRemovedLaterIfTheObjectStoreFails)
 {
     contents.remove(store("01234567"));
     gateway.failNext({EFault::None, EFault::Busy, EFault::Busy});
-    EXPECT_THROW(removeAfter(2 * day), objects::GatewayUnavailable);
+    EXPECT_THROW(removeAfter(2 * day), objects::StoreUnavailable);
     EXPECT_THAT(gateway.objects(), SizeIs(1));
     EXPECT_EQ(contents.removeDoomedObjects(), 2U);
     EXPECT_THAT(gateway.objects(), IsEmpty());
@@ -327,7 +327,7 @@ public:
     {
         try {
             act(pick(10));
-        } catch (const objects::GatewayUnavailable&) {
+        } catch (const objects::StoreUnavailable&) {
             // The next steps go on with what was kept.
         }
     }

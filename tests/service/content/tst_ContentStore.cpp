@@ -110,7 +110,7 @@ TEST_F(Contents, LoseTheLinksThatAKilledProcessLeft)
     EXPECT_EQ(textOf(digest), "abc");
 }
 
-TEST_F(Contents, AreGivenBackToTheirUpload)
+TEST_F(Contents, BecomeTheirUploadAgain)
 {
     const std::string digest = receive("u1", "abc");
     store.adopt("u1", digest);

@@ -23,9 +23,9 @@ using testing::Pair;
 class ABucket : public testing::Test
 {
 protected:
-    Persistence persistence()
+    RetryPolicy policy()
     {
-        Persistence result;
+        RetryPolicy result;
         result.attempts = 3;
         result.pause = std::chrono::milliseconds(100);
         result.sleep = [this](std::chrono::milliseconds pause) { pauses.push_back(pause.count()); };
@@ -51,7 +51,7 @@ protected:
     test::ManualClock clock;
     std::vector<std::int64_t> pauses;
     test::ObjectGateway gateway;
-    Bucket bucket{gateway.address(), test::ObjectGateway::credentials(), clock, persistence()};
+    Bucket bucket{gateway.address(), test::ObjectGateway::credentials(), clock, policy()};
 };
 
 TEST_F(ABucket, UsesOneConnectionForSuccessiveCalls)
@@ -109,7 +109,7 @@ TEST_F(ABucket, TriesAgainWhenTheConnectionIsCut)
 TEST_F(ABucket, GivesUpAfterTheLastAttempt)
 {
     gateway.failNext({EFault::Busy, EFault::Busy, EFault::Busy});
-    EXPECT_THAT(textOf<GatewayUnavailable>([this] { put("a", "1"); }), HasSubstr("503 SlowDown"));
+    EXPECT_THAT(textOf<StoreUnavailable>([this] { put("a", "1"); }), HasSubstr("503 SlowDown"));
     EXPECT_EQ(gateway.attempts(), 3);
     EXPECT_TRUE(gateway.objects().empty());
 }
@@ -128,16 +128,16 @@ TEST_F(ABucket, DoesNotTakeTheWholeObjectForARange)
     gateway.failNext({EFault::WholeObject});
     EXPECT_THROW(bucket.get("a", 2, 2), std::runtime_error);
     gateway.failNext({EFault::WholeObject});
-    EXPECT_THROW(bucket.get("a", 2, 10), GatewayUnavailable);
+    EXPECT_THROW(bucket.get("a", 2, 10), StoreUnavailable);
 }
 
 TEST_F(ABucket, GivesUpASilentStore)
 {
-    Persistence impatient = persistence();
+    RetryPolicy impatient = policy();
     impatient.timeouts.total = std::chrono::milliseconds(50);
     Bucket other(gateway.address(), test::ObjectGateway::credentials(), clock, impatient);
     gateway.failNext({EFault::Silent, EFault::Silent, EFault::Silent});
-    EXPECT_THROW(other.sizeOf("a"), GatewayUnavailable);
+    EXPECT_THROW(other.sizeOf("a"), StoreUnavailable);
     EXPECT_EQ(gateway.attempts(), 3);
 }
 
@@ -145,8 +145,8 @@ TEST_F(ABucket, GivesUpIfNobodyListens)
 {
     BucketAddress nobody = gateway.address();
     nobody.endpoint = "http://127.0.0.1:1";
-    Bucket other(nobody, test::ObjectGateway::credentials(), clock, persistence());
-    EXPECT_THROW(other.sizeOf("a"), GatewayUnavailable);
+    Bucket other(nobody, test::ObjectGateway::credentials(), clock, policy());
+    EXPECT_THROW(other.sizeOf("a"), StoreUnavailable);
     EXPECT_EQ(pauses.size(), 2U);
 }
 

@@ -44,7 +44,7 @@ TEST_P(EveryBucket, ReadsARange)
 TEST_P(EveryBucket, RefusesARangeBeyondTheEnd)
 {
     put("0123456789");
-    EXPECT_THROW(bucket.get(key, 8, 4), GatewayUnavailable);
+    EXPECT_THROW(bucket.get(key, 8, 4), StoreUnavailable);
     EXPECT_THROW(bucket.get(key, 10, 1), RequestRefused);
 }
 
