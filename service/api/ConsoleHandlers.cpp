@@ -93,7 +93,7 @@ Async<Response> getConsoles(Context& context, Request& request)
             if (name && described["console_string"] != *name && console.hardwareAddress != *name) {
                 return true;
             }
-            const bool isHere = answer.takes(std::to_string(console.id));
+            const bool isHere = answer.count(std::to_string(console.id));
             if (isHere) {
                 addWithDevices(sql, described, answer.list());
             }

@@ -1,7 +1,7 @@
 #include "service/api/ContentBody.h"
 
 #include "service/api/CheckedSource.h"
-#include "service/api/ContentSource.h"
+#include "service/api/FileSource.h"
 #include "service/base/Log.h"
 #include "service/http/Problem.h"
 
@@ -163,8 +163,8 @@ Async<void> addContent(Context& context, const store::File& file, store::Id farm
         }
     }
     response.source =
-        std::make_shared<ContentSource>(std::make_shared<FileDescriptor>(std::move(stored.file)),
-                                        range.offset, range.length, context.filePool);
+        std::make_shared<FileSource>(std::make_shared<FileDescriptor>(std::move(stored.file)),
+                                     range.offset, range.length, context.filePool);
 }
 
 } // namespace kelvo::api

@@ -1,6 +1,6 @@
 #include "service/api/JsonAnswer.h"
 
-#include "service/api/ContentSource.h"
+#include "service/api/FileSource.h"
 
 #include <cerrno>
 #include <system_error>
@@ -13,7 +13,7 @@ namespace {
 
 /** A smaller answer fits into one packet anyway. */
 constexpr std::size_t minPackedBytes = 512;
-constexpr std::size_t passedBytes = 16 * 1024;
+constexpr std::size_t packAtBytes = 16 * 1024;
 constexpr std::size_t mostInMemory = 128 * 1024;
 
 std::string dump(const Json& document)
@@ -62,12 +62,12 @@ void JsonAnswer::close()
 void JsonAnswer::write(std::string_view text)
 {
     text_ += text;
-    if (text_.size() >= passedBytes) {
-        pass(false);
+    if (text_.size() >= packAtBytes) {
+        packText(false);
     }
 }
 
-void JsonAnswer::pass(bool isLast)
+void JsonAnswer::packText(bool isLast)
 {
     digest_.add(text_.data(), text_.size());
     if (packed_ && !gzip_) {
@@ -95,7 +95,7 @@ void JsonAnswer::spill()
             writeAll(file_.get(), body_.data(), body_.size());
             isStored = true;
         } catch (const std::system_error& error) {
-            if (error.code().value() != ENOSPC || !context_.reserve.mayReport() ||
+            if (error.code().value() != ENOSPC || !context_.reserve.isHalfWhole() ||
                 !context_.reserve.release()) {
                 throw;
             }
@@ -108,7 +108,7 @@ void JsonAnswer::spill()
 std::string JsonAnswer::end()
 {
     packed_ = packed_ && (gzip_ || text_.size() >= minPackedBytes);
-    pass(true);
+    packText(true);
     gzip_.reset();
     if (file_ && !body_.empty()) {
         spill();
@@ -123,7 +123,7 @@ void JsonAnswer::moveTo(http::Response& response)
     if (file_) {
         auto file = context_.answerFiles.keep(farm_, name_, std::move(file_), storedBytes_);
         response.source =
-            std::make_shared<ContentSource>(std::move(file), 0, storedBytes_, context_.filePool);
+            std::make_shared<FileSource>(std::move(file), 0, storedBytes_, context_.filePool);
     } else {
         response.body = std::move(body_);
     }

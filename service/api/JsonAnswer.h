@@ -1,9 +1,9 @@
 // A JSON document of any size as an answer, written piece by piece.
 #pragma once
 
-#include "service/api/Compression.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
+#include "service/api/Gzip.h"
 #include "service/base/Digest.h"
 #include "service/http/Response.h"
 
@@ -49,7 +49,7 @@ public:
 private:
     void beginItem();
     void write(std::string_view text);
-    void pass(bool isLast);
+    void packText(bool isLast);
     void spill();
 
     Context& context_;

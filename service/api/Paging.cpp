@@ -91,7 +91,7 @@ PageAnswer::PageAnswer(Context& context, store::Id farm, int limit, const char* 
     answer_.open(Json::object(), member);
 }
 
-bool PageAnswer::takes(const std::string& place)
+bool PageAnswer::count(const std::string& place)
 {
     hasMore_ = left_ == 0;
     if (hasMore_) {
@@ -104,7 +104,7 @@ bool PageAnswer::takes(const std::string& place)
 
 bool PageAnswer::add(const std::string& place, const Json& item)
 {
-    const bool isHere = takes(place);
+    const bool isHere = count(place);
     if (isHere) {
         answer_.add(item);
     }

@@ -43,10 +43,10 @@ public:
     /** `farm`: as for JsonAnswer. */
     PageAnswer(Context& context, store::Id farm, int limit, const char* member);
 
-    /** False: the item belongs to the next page. `place` leads to the item after this one. */
-    bool takes(const std::string& place);
+    /** Counts an item. False if the page is full. The next page begins after `place`. */
+    bool count(const std::string& place);
 
-    /** Adds the item if the page takes it. */
+    /** Counts an item, and adds it if the page is not full. */
     bool add(const std::string& place, const Json& item);
 
     /** For an item that is more than one value. */

@@ -15,8 +15,6 @@ using store::Usage;
 
 namespace {
 
-constexpr long long minuteMs = 60 * 1000;
-
 void refuseAbove(long long used, long long added, long long limit, const std::string& detail)
 {
     if (added > limit || used > limit - added) {
@@ -42,27 +40,40 @@ void requireBytes(const Usage& usage, const Limits& limits, long long files, lon
     }
 }
 
-/** The files of the upload count already; its bytes do not. */
-void requireBytesOf(soci::session& sql, const store::Quotas& defaults, const store::Upload& upload,
-                    long long bytes)
+/** Files that count already need only bytes. */
+enum class EFiles : std::uint8_t { New, Counted };
+
+void requireStorage(soci::session& sql, const store::Quotas& quotas, const WantedFiles& wanted,
+                    const Usage& farm, EFiles files)
 {
-    const store::Quotas quotas = store::quotasOf(sql, upload.farm, defaults);
-    std::map<store::Id, long long> ofOwners;
+    auto ofOwners = wanted.ofOwners;
+    if (ofOwners.empty()) {
+        ofOwners[wanted.uploader] = 1; // a part has no targets
+    }
+    const auto require = [&](const Usage& usage, const Limits& limits, long long count,
+                             const char* whose) {
+        if (files == EFiles::New) {
+            requireFiles(usage, limits, count, whose);
+        }
+        requireBytes(usage, limits, count, wanted.lengthBytes, whose);
+    };
+    long long sum = 0;
+    for (const auto& [owner, count] : ofOwners) {
+        require(store::storageOfUser(sql, wanted.farm, owner), quotas.user, count, "inbox's owner");
+        sum += count;
+    }
+    require(farm, quotas.farm, sum, "farm");
+}
+
+WantedFiles filesOf(soci::session& sql, const store::Upload& upload, long long bytes)
+{
+    WantedFiles files{upload.farm, upload.user, bytes, {}};
     for (const store::Id target : upload.targets) {
         if (const auto inbox = store::inboxById(sql, upload.farm, target)) {
-            ++ofOwners[inbox->ownerId];
+            ++files.ofOwners[inbox->ownerId];
         }
     }
-    if (ofOwners.empty()) {
-        ofOwners[upload.user] = 1;
-    }
-    long long files = 0;
-    for (const auto& [owner, count] : ofOwners) {
-        requireBytes(store::storageOfUser(sql, upload.farm, owner), quotas.user, count, bytes,
-                     "inbox's owner");
-        files += count;
-    }
-    requireBytes(store::storageOfFarm(sql, upload.farm), quotas.farm, files, bytes, "farm");
+    return files;
 }
 
 } // namespace
@@ -74,43 +85,19 @@ void requireQuota(soci::session& sql, const store::Quotas& defaults, const Wante
     refuseAbove(farm.uploads, 1, quotas.farm.uploads, "The farm has too many uploads in progress.");
     refuseAbove(store::storageOfUser(sql, wanted.farm, wanted.uploader).uploads, 1,
                 quotas.user.uploads, "The user has too many uploads in progress.");
-    long long files = 0;
-    for (const auto& [owner, count] : wanted.ofOwners) {
-        const Usage usage = store::storageOfUser(sql, wanted.farm, owner);
-        requireFiles(usage, quotas.user, count, "inbox's owner");
-        requireBytes(usage, quotas.user, count, wanted.lengthBytes, "inbox's owner");
-        files += count;
-    }
-    requireFiles(farm, quotas.farm, files, "farm");
-    requireBytes(farm, quotas.farm, files, wanted.lengthBytes, "farm");
+    requireStorage(sql, quotas, wanted, farm, EFiles::New);
 }
 
-void holdQuota(store::Transaction& transaction, const store::Quotas& defaults,
-               const store::Upload& upload, long long bytes)
+void claimQuota(store::Transaction& transaction, const store::Quotas& defaults,
+                const store::Upload& upload, long long bytes)
 {
-    if (!store::holdBytes(transaction, upload.id, 0)) {
+    if (!store::setClaimedBytes(transaction, upload.id, 0)) {
         throw Problem(EProblem::Gone, "The upload has expired.");
     }
-    requireBytesOf(transaction.sql, defaults, upload, bytes);
-    store::holdBytes(transaction, upload.id, bytes);
-}
-
-bool PositionRate::take(const store::Quotas& quotas, store::Id farm, store::Id user,
-                        long long nowMs)
-{
-    const std::lock_guard lock(mutex_);
-    if (nowMs / minuteMs != minute_) {
-        minute_ = nowMs / minuteMs;
-        counts_.clear();
-    }
-    long long& ofFarm = counts_[{store::EQuotaScope::Farm, farm}];
-    long long& ofUser = counts_[{store::EQuotaScope::User, user}];
-    if (ofFarm >= quotas.farm.positions || ofUser >= quotas.user.positions) {
-        return false;
-    }
-    ++ofFarm;
-    ++ofUser;
-    return true;
+    requireStorage(transaction.sql, store::quotasOf(transaction.sql, upload.farm, defaults),
+                   filesOf(transaction.sql, upload, bytes),
+                   store::storageOfFarm(transaction.sql, upload.farm), EFiles::Counted);
+    store::setClaimedBytes(transaction, upload.id, bytes);
 }
 
 } // namespace kelvo::api

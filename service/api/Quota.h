@@ -5,12 +5,10 @@
 #include "service/store/QuotaTable.h"
 
 #include <map>
-#include <mutex>
-#include <utility>
 
 namespace kelvo::api {
 
-/** The files that an upload will make. */
+/** The files that an upload will make. Without an owner, a file of the uploader. */
 struct WantedFiles
 {
     store::Id farm = 0;
@@ -26,26 +24,10 @@ struct WantedFiles
 void requireQuota(soci::session& sql, const store::Quotas& defaults, const WantedFiles& wanted);
 
 /**
- * Lets an upload that was started without a length hold room for this many bytes of each of its
- * files, instead of the room that it held before. Throws as requireQuota(), and Problem (gone).
+ * Sets the bytes that each file of an upload without a length counts for. The files count already.
+ * Throws as requireQuota(), and Problem (gone).
  */
-void holdQuota(store::Transaction& transaction, const store::Quotas& defaults,
-               const store::Upload& upload, long long bytes);
-
-/** Counts the positions of each minute in memory. Thread safe. */
-class PositionRate
-{
-public:
-    /**
-     * Counts one position. False if the farm or the user has sent as many as its quota allows in a
-     * minute.
-     */
-    bool take(const store::Quotas& quotas, store::Id farm, store::Id user, long long nowMs);
-
-private:
-    std::mutex mutex_; // guards the members below
-    long long minute_ = 0;
-    std::map<std::pair<store::EQuotaScope, store::Id>, long long> counts_; // of this minute
-};
+void claimQuota(store::Transaction& transaction, const store::Quotas& defaults,
+                const store::Upload& upload, long long bytes);
 
 } // namespace kelvo::api

@@ -112,7 +112,7 @@ struct QuotaChange
     std::optional<long long> value;
 };
 
-std::optional<long long> readLimit(const nlohmann::json& value)
+std::optional<long long> readQuotaValue(const nlohmann::json& value)
 {
     if (value.is_null()) {
         return std::nullopt;
@@ -142,7 +142,7 @@ void readChanges(const nlohmann::json& body, EQuotaScope scope, const char* memb
         if (!isKnown) {
             throw Problem(EProblem::Unprocessable, "No limit has this name.");
         }
-        changes.push_back({scope, name, readLimit(value)});
+        changes.push_back({scope, name, readQuotaValue(value)});
     }
 }
 

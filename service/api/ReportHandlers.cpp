@@ -3,7 +3,7 @@
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
-#include "service/api/Quota.h"
+#include "service/api/PositionRate.h"
 #include "service/api/ReportMembers.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
@@ -108,7 +108,7 @@ Json requireMembers(const nlohmann::json& document, const char* member, const Me
 /** Reports leave a half of the disk's reserve to the accounts and the deletions. */
 Async<store::Session> startReport(Context& context, Request& request)
 {
-    if (!context.reserve.mayReport()) {
+    if (!context.reserve.isHalfWhole()) {
         throw Problem(EProblem::InsufficientStorage, "The service's storage is full.");
     }
     return requireOperator(context, request);

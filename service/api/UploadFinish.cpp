@@ -126,7 +126,7 @@ Async<StoredContent> storeContent(Context& context, store::Upload& upload,
 }
 
 /** Undoes storeContent(): the next attempt finds the upload unchanged. */
-Async<void> giveBackContent(Context& context, const store::Upload& upload)
+Async<void> revertContent(Context& context, const store::Upload& upload)
 {
     auto revertToUpload = [&context, &upload] {
         context.contents.revertToUpload(upload.id, upload.sha256);
@@ -168,7 +168,7 @@ Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
         failure = std::current_exception();
     }
     if (failure && stored.moved) {
-        co_await giveBackContent(context, upload);
+        co_await revertContent(context, upload);
     }
     if (failure) {
         std::rethrow_exception(failure);

@@ -75,7 +75,7 @@ Async<void> setLateLength(Context& context, const http::Request& request, store:
         throwWrongOffset(size);
     }
     auto change = [&context, &upload, &length](store::Transaction& transaction) {
-        holdQuota(transaction, context.settings.quotas, upload, *length);
+        claimQuota(transaction, context.settings.quotas, upload, *length);
         return store::setUploadLength(transaction, upload.id, *length);
     };
     const bool isSet = co_await context.database.write(change);
@@ -86,11 +86,11 @@ Async<void> setLateLength(Context& context, const http::Request& request, store:
 }
 
 /**
- * Holds room in the quotas for an upload whose length is not known. A chunked part may have any
- * length: it needs room for the largest upload.
+ * Claims quota for an upload whose length is not known. A chunked part may have any length, so the
+ * claim is for the largest upload.
  */
-Async<void> holdRoom(Context& context, const http::Request& request, const store::Upload& upload,
-                     long long offset)
+Async<void> claimQuotaForPart(Context& context, const http::Request& request,
+                              const store::Upload& upload, long long offset)
 {
     const long long largest = context.settings.maxUploadBytes;
     const auto length = request.body.lengthBytes().value_or(static_cast<std::uint64_t>(largest));
@@ -99,17 +99,17 @@ Async<void> holdRoom(Context& context, const http::Request& request, const store
                          length < static_cast<std::uint64_t>(largest - offset);
     const long long bytes = isBelow ? offset + static_cast<long long>(length) : largest;
     auto change = [&context, &upload, bytes](store::Transaction& transaction) {
-        holdQuota(transaction, context.settings.quotas, upload, bytes);
+        claimQuota(transaction, context.settings.quotas, upload, bytes);
     };
     co_await context.database.write(change, store::EDurability::Later);
 }
 
-/** Holds room for the received bytes only. */
-Async<void> giveRoomBack(Context& context, const store::Upload& upload)
+/** Keeps the claim for the received bytes only. */
+Async<void> releaseQuota(Context& context, const store::Upload& upload)
 {
     const long long bytes = co_await receivedSize(context, upload);
     auto change = [&upload, bytes](store::Transaction& transaction) {
-        store::holdBytes(transaction, upload.id, bytes);
+        store::setClaimedBytes(transaction, upload.id, bytes);
     };
     co_await context.database.write(change, store::EDurability::Later);
 }
@@ -257,7 +257,7 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
     if (upload.lengthBytes != store::unknownLength || !request.body.isPresent()) {
         co_return co_await appendPart(context, request, upload, offset);
     }
-    co_await holdRoom(context, request, upload, offset);
+    co_await claimQuotaForPart(context, request, upload, offset);
     Progress progress;
     std::exception_ptr failure;
     try {
@@ -265,7 +265,7 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
     } catch (...) {
         failure = std::current_exception();
     }
-    co_await giveRoomBack(context, upload);
+    co_await releaseQuota(context, upload);
     if (failure) {
         std::rethrow_exception(failure);
     }

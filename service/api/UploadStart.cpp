@@ -106,10 +106,7 @@ StartedUpload start(Context& context, store::Transaction& transaction, const sto
     if (auto repeat = findRepeat(transaction, user, wanted, nowMs)) {
         return {std::move(*repeat), true};
     }
-    auto ofOwners = requireTargets(transaction.sql, user, wanted.targets);
-    if (ofOwners.empty()) {
-        ofOwners[user.id] = 1; // a part has no targets; its bytes count for the uploader
-    }
+    const auto ofOwners = requireTargets(transaction.sql, user, wanted.targets);
     const long long lengthBytes = lengthFor(context, transaction.sql, user, wanted);
     requireQuota(transaction.sql, context.settings.quotas,
                  {user.farmId(), user.id, std::max(lengthBytes, 0LL), ofOwners});

@@ -14,7 +14,7 @@ namespace kelvo {
  * Free space of the file system is no reserve: another program or a running upload can take it
  * between the check and the write. Allocated blocks cannot be taken.
  *
- * Thread: any. All functions but isWhole() and mayReport() block.
+ * Thread: any. All functions but isWhole() and isHalfWhole() block.
  */
 class DiskReserve
 {
@@ -29,8 +29,8 @@ public:
     /** Whether uploads may write. False from the first release() until the reserve is whole. */
     bool isWhole() const { return heldBytes_ == sizeBytes_; }
 
-    /** Whether consoles may report. False if less than half of the reserve is left. */
-    bool mayReport() const { return 2 * heldBytes_ >= sizeBytes_; }
+    /** False if less than half of the reserve is left. Then consoles may not report. */
+    bool isHalfWhole() const { return 2 * heldBytes_ >= sizeBytes_; }
 
     long long heldBytes() const { return heldBytes_; }
     long long sizeBytes() const { return sizeBytes_; }

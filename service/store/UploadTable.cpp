@@ -166,7 +166,7 @@ bool setUploadLength(Transaction& transaction, const std::string& id, long long 
     return changesARow(change);
 }
 
-bool holdBytes(Transaction& transaction, const std::string& id, long long bytes)
+bool setClaimedBytes(Transaction& transaction, const std::string& id, long long bytes)
 {
     soci::statement change =
         (transaction.sql.prepare

@@ -32,7 +32,7 @@ bool setUploadLength(Transaction& transaction, const std::string& id, long long 
  * Sets the bytes that an upload without a length counts for in the quotas. False if it is finished
  * or missing.
  */
-bool holdBytes(Transaction& transaction, const std::string& id, long long bytes);
+bool setClaimedBytes(Transaction& transaction, const std::string& id, long long bytes);
 
 /** False if the upload is finished or missing. */
 bool removeUnfinishedUpload(Transaction& transaction, const std::string& id);

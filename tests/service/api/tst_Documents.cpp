@@ -1,6 +1,6 @@
 // Valid names, and records as JSON.
-#include "service/api/Compression.h"
 #include "service/api/Documents.h"
+#include "service/api/Gzip.h"
 #include "service/http/Problem.h"
 
 #include <gtest/gtest.h>

@@ -77,9 +77,9 @@ TEST_F(Reserve, RefusesUploadsFromTheFirstReleaseAndReportsBelowAHalf)
     EXPECT_EQ(statusOf(file)->sizeBytes, 3 * mib);
     EXPECT_EQ(codeOf([&] { reserve.requireWhole(); }), ENOSPC);
     EXPECT_TRUE(reserve.release());
-    EXPECT_TRUE(reserve.mayReport());
+    EXPECT_TRUE(reserve.isHalfWhole());
     EXPECT_TRUE(reserve.release());
-    EXPECT_FALSE(reserve.mayReport());
+    EXPECT_FALSE(reserve.isHalfWhole());
     EXPECT_TRUE(reserve.release());
     EXPECT_FALSE(reserve.release());
 }

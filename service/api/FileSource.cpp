@@ -1,15 +1,15 @@
-#include "service/api/ContentSource.h"
+#include "service/api/FileSource.h"
 
 #include <unistd.h>
 
 namespace kelvo::api {
 
-ContentSource::ContentSource(std::shared_ptr<const FileDescriptor> file, std::uint64_t offset,
-                             std::uint64_t sizeBytes, WorkPool& pool)
+FileSource::FileSource(std::shared_ptr<const FileDescriptor> file, std::uint64_t offset,
+                       std::uint64_t sizeBytes, WorkPool& pool)
     : file_(std::move(file)), offset_(offset), sizeBytes_(sizeBytes), pool_(pool)
 {}
 
-Async<std::size_t> ContentSource::read(asio::mutable_buffer buffer)
+Async<std::size_t> FileSource::read(asio::mutable_buffer buffer)
 {
     std::function<ssize_t()> work = [this, buffer] {
         return ::pread(file_->get(), buffer.data(), buffer.size(), static_cast<off_t>(offset_));

@@ -1,4 +1,4 @@
-#include "service/api/Compression.h"
+#include "service/api/Gzip.h"
 
 #include <zlib.h>
 

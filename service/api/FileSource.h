@@ -10,11 +10,11 @@
 namespace kelvo::api {
 
 /** Reads on the pool, which outlives it. */
-class ContentSource final : public http::BodySource
+class FileSource final : public http::BodySource
 {
 public:
-    ContentSource(std::shared_ptr<const FileDescriptor> file, std::uint64_t offset,
-                  std::uint64_t sizeBytes, WorkPool& pool);
+    FileSource(std::shared_ptr<const FileDescriptor> file, std::uint64_t offset,
+               std::uint64_t sizeBytes, WorkPool& pool);
 
     std::uint64_t sizeBytes() const override { return sizeBytes_; }
     Async<std::size_t> read(asio::mutable_buffer buffer) override;
