@@ -2,6 +2,7 @@
 
 #include "console/position/GpsSetting.h"
 #include "console/session/ConsoleSettings.h"
+#include "console/settings/StoreErrors.h"
 #include "host/ConfigManager.h"
 #include "hostimpl/Folders.h"
 #include "hostimpl/TConfigStore.h"
@@ -15,7 +16,6 @@
 #include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
 
-#include <cerrno>
 #include <tuple>
 
 #include <unistd.h>
@@ -79,40 +79,6 @@ struct TTexts
 {
     Q_DECLARE_TR_FUNCTIONS(StoredSettings)
 };
-
-struct TErrorRow
-{
-    int error;
-    const char* text;
-};
-constexpr TErrorRow errorRows[] = {
-    {ENOSPC, QT_TRANSLATE_NOOP("StoredSettings", "there is no space left")},
-    {EDQUOT, QT_TRANSLATE_NOOP("StoredSettings", "there is no space left")},
-    {EROFS, QT_TRANSLATE_NOOP("StoredSettings", "the storage is read-only")},
-    {EIO, QT_TRANSLATE_NOOP("StoredSettings", "the storage has a fault")},
-    {EACCES, QT_TRANSLATE_NOOP("StoredSettings", "the console may not write them")},
-    {EPERM, QT_TRANSLATE_NOOP("StoredSettings", "the console may not write them")},
-    {ENOENT, QT_TRANSLATE_NOOP("StoredSettings", "their folder is missing")},
-};
-
-// The C library has a text for each error, but on most consoles in English only.
-QString ReasonOf(int error)
-{
-    for (const TErrorRow& row : errorRows) {
-        if (row.error == error) {
-            return QCoreApplication::translate("StoredSettings", row.text);
-        }
-    }
-    return TTexts::tr("error %1").arg(error);
-}
-
-QString SettingsFault(int error)
-{
-    return error == 0 ? QString()
-                      : TTexts::tr("The settings could not be stored: %1. They are lost when the "
-                                   "console ends.")
-                            .arg(ReasonOf(error));
-}
 
 // QSettings would keep a value that it cannot write, and read the value later as stored.
 bool WriteFolderFile(QString folder)
