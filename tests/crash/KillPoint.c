@@ -1,5 +1,5 @@
-// Preloaded into a program: kills the program just before or just after a chosen call that changes files. The order is in
-// the file that KELVO_KILL_POINT names; kelvocrash/killpoint.py writes it.
+// Preloaded into a program: kills the program just before or just after a chosen call that changes files. The
+// instruction is in the file that KELVO_KILL_POINT names; kelvocrash/killpoint.py writes it.
 #define _GNU_SOURCE
 #undef _FILE_OFFSET_BITS // otherwise open() and open64() would be one function here
 #include <dlfcn.h>
@@ -21,11 +21,11 @@
 enum Kind { CREATE = 1, WRITE = 2, SYNC = 4, RENAME = 8, REMOVE = 16 };
 
 // The layout is also in kelvocrash/killpoint.py.
-struct Order {
+struct Instruction {
     uint32_t is_loaded; // written here
     uint32_t is_taken;  // written here, before the kill
     uint32_t is_armed;
-    int32_t left; // matching calls up to the kill
+    int32_t calls_left; // matching calls up to the kill
     uint32_t kinds;
     uint32_t is_after;
     uint32_t refuses_flags; // renameat2 knows no flags, as on some file systems
@@ -39,27 +39,27 @@ struct Call {
     char text[1024];
 };
 
-static struct Order* order;
+static struct Instruction* instruction;
 
 __attribute__((constructor)) static void load(void)
 {
     const char* path = getenv("KELVO_KILL_POINT");
     const int file = path ? open(path, O_RDWR | O_CLOEXEC) : -1;
     void* memory =
-        file < 0 ? MAP_FAILED : mmap(NULL, sizeof *order, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+        file < 0 ? MAP_FAILED : mmap(NULL, sizeof *instruction, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (memory == MAP_FAILED) {
-        fputs("KillPoint: no order in KELVO_KILL_POINT\n", stderr);
+        fputs("KillPoint: no instruction in KELVO_KILL_POINT\n", stderr);
         abort();
     }
     close(file);
-    order = memory;
-    order->is_loaded = 1;
+    instruction = memory;
+    instruction->is_loaded = 1;
 }
 
 static void die(const struct Call* call)
 {
-    snprintf(order->last, sizeof order->last, "%.500s", call->text);
-    __atomic_store_n(&order->is_taken, 1, __ATOMIC_RELEASE);
+    snprintf(instruction->last, sizeof instruction->last, "%.500s", call->text);
+    __atomic_store_n(&instruction->is_taken, 1, __ATOMIC_RELEASE);
     kill(getpid(), SIGKILL);
     for (;;)
         pause();
@@ -67,7 +67,7 @@ static void die(const struct Call* call)
 
 static bool is_armed(enum Kind kind)
 {
-    return order && __atomic_load_n(&order->is_armed, __ATOMIC_ACQUIRE) && (order->kinds & kind);
+    return instruction && __atomic_load_n(&instruction->is_armed, __ATOMIC_ACQUIRE) && (instruction->kinds & kind);
 }
 
 static void add(struct Call* call, const char* text)
@@ -98,10 +98,10 @@ static void add_path(struct Call* call, int folder, const char* path)
 
 static void begin(struct Call* call)
 {
-    if (!strstr(call->text, order->root) || !strstr(call->text, order->path))
+    if (!strstr(call->text, instruction->root) || !strstr(call->text, instruction->path))
         return;
-    call->is_hit = __atomic_sub_fetch(&order->left, 1, __ATOMIC_ACQ_REL) == 0;
-    if (call->is_hit && !order->is_after)
+    call->is_hit = __atomic_sub_fetch(&instruction->calls_left, 1, __ATOMIC_ACQ_REL) == 0;
+    if (call->is_hit && !instruction->is_after)
         die(call);
 }
 
@@ -185,7 +185,7 @@ AROUND(RENAME, int, linkat, (int from_folder, const char* from, int to_folder, c
 int renameat2(int from_folder, const char* from, int to_folder, const char* to, unsigned flags)
 {
     static int (*next)(int, const char*, int, const char*, unsigned);
-    if (flags && order && order->refuses_flags) {
+    if (flags && instruction && instruction->refuses_flags) {
         errno = EINVAL;
         return -1;
     }

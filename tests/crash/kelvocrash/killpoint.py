@@ -7,19 +7,19 @@ import threading
 # As enum Kind in KillPoint.c.
 CREATE, WRITE, SYNC, RENAME, REMOVE = 1, 2, 4, 8, 16
 ANY = CREATE | WRITE | SYNC | RENAME | REMOVE
-# struct Order in KillPoint.c.
-ORDER = struct.Struct("=IIIiIII512s128s512s")
-IS_LOADED, IS_TAKEN, IS_ARMED, LEFT, KINDS, IS_AFTER, REFUSES_FLAGS, ROOT, PATH, LAST = range(10)
+# struct Instruction in KillPoint.c.
+INSTRUCTION = struct.Struct("=IIIiIII512s128s512s")
+IS_LOADED, IS_TAKEN, IS_ARMED, CALLS_LEFT, KINDS, IS_AFTER, REFUSES_FLAGS, ROOT, PATH, LAST = range(10)
 POLL_SECONDS = 0.0005
 
 
 class KillPoint:
-    """The order to one process. `root` is the folder of the calls that count."""
+    """The instruction to one process. `root` is the folder of the calls that count."""
 
     def __init__(self, library, file, root, refuses_flags=False):
-        file.write_bytes(ORDER.pack(0, 0, 0, 0, 0, 0, refuses_flags, str(root).encode(), b"", b""))
+        file.write_bytes(INSTRUCTION.pack(0, 0, 0, 0, 0, 0, refuses_flags, str(root).encode(), b"", b""))
         with open(file, "r+b") as opened:
-            self._memory = mmap.mmap(opened.fileno(), ORDER.size)
+            self._memory = mmap.mmap(opened.fileno(), INSTRUCTION.size)
         self.environment = {"LD_PRELOAD": str(library), "KELVO_KILL_POINT": str(file)}
 
     @property
@@ -38,17 +38,17 @@ class KillPoint:
     def arm(self, kinds, path, count, is_after):
         """The process kills itself before or after the call with the number `count` of these kinds whose path contains
         `path`."""
-        fields = list(ORDER.unpack(self._memory))
-        fields[IS_TAKEN], fields[LEFT], fields[KINDS], fields[IS_AFTER] = 0, count, kinds, is_after
+        fields = list(INSTRUCTION.unpack(self._memory))
+        fields[IS_TAKEN], fields[CALLS_LEFT], fields[KINDS], fields[IS_AFTER] = 0, count, kinds, is_after
         fields[PATH], fields[IS_ARMED] = path.encode(), 0
-        self._memory[:] = ORDER.pack(*fields)
+        self._memory[:] = INSTRUCTION.pack(*fields)
         self._set_armed(1)
 
     def disarm(self):
         self._set_armed(0)
 
     def _get(self, number):
-        return ORDER.unpack(self._memory)[number]
+        return INSTRUCTION.unpack(self._memory)[number]
 
     def _set_armed(self, value):
         struct.pack_into("=I", self._memory, 4 * IS_ARMED, value)
