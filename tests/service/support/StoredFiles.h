@@ -40,7 +40,7 @@ protected:
         const store::Upload upload = begin(name, static_cast<long long>(text.size()));
         content::UploadWriter writer(contents, digests, upload.id);
         writer.append(text.data(), text.size());
-        return loop.run(api::finishUpload(context, upload, writer)).files.front();
+        return loop.run(api::finishUpload(context, upload, writer, "192.0.2.1")).files.front();
     }
 
     std::filesystem::path pathOf(const std::string& text) const
