@@ -18,7 +18,8 @@ namespace {
 
 constexpr quint32 SEED = 13;
 constexpr int END_RECORD_BYTES = 22;
-constexpr int UNZIP_SAMPLES = 150; // a start of unzip takes longer than an unpacking
+constexpr int UNZIP_SAMPLES = 150; // A start of unzip takes longer than our unpacking, so unzip
+                                   // checks samples of the damages and not all.
 
 TZipEntry Deflated(const QByteArray& name, const QByteArray& content)
 {
