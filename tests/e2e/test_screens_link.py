@@ -20,7 +20,7 @@ GUIDE = Path(__file__).resolve().parents[2] / "docs/pictures"
 
 
 class ScreensLinkTest(ScreensCase):
-    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "tomas"))  # the pictures show them
+    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "tomas", "eva"))  # the pictures show them
 
     def setUp(self):
         super().setUp()
@@ -31,11 +31,11 @@ class ScreensLinkTest(ScreensCase):
         if not self.service.is_running:
             self.service.start()
 
-    def until_bar(self, window, words, picture=None, seconds=GUARD_SECONDS):
-        """Waits until a label begins with the words. Prints how long that took."""
+    def until_bar(self, window, words, picture=None, seconds=GUARD_SECONDS, guide="no time"):
+        """Waits until a label begins with the words. Prints how long that took, beside the guide's time."""
         begin = time.monotonic()
         window.until(lambda screen: any(label.startswith(words) for label in screen.labels()), words, seconds)
-        print(f"{words!r} is shown after {time.monotonic() - begin:.2f} s")
+        print(f"{self.id()}: {words!r} is shown after {time.monotonic() - begin:.2f} s; the guide says {guide}")
         if picture:
             self.take_picture(window, picture)
 
@@ -60,20 +60,33 @@ class ScreensLinkTest(ScreensCase):
         window.press("OK")
         return window
 
+    def test_a_login_that_takes_long(self):
+        self.make_inboxes()
+        link = self.link()
+        window = self.open_window(link)
+        self.until_bar(window, "Logged out")
+        self.give_credentials(window)
+        link.hold("down", 0)
+        window.press("Login")
+        self.until_bar(window, "Connecting...", "link-connecting")
+        link.release()
+        self.until_bar(window, "Connected")
+
     def test_a_service_that_dies_and_comes_back(self):
         window = self.logged_in_window()
         self.service.kill()
-        self.until_bar(window, "Service does not answer\nsince ", "link-no-answer")
+        self.until_bar(window, "Service does not answer\nsince ", "link-no-answer", guide="two minutes")
         self.service.start()
-        self.until_bar(window, "Connected")
+        self.until_bar(window, "Connected", guide="one second")
 
     def test_a_service_that_falls_silent(self):
         link = self.link()
         window = self.logged_in_window(link)
         link.hold("down", 0)
-        self.until_bar(window, "Service does not answer\nsince ", seconds=2 * HEARTBEAT_SECONDS + GUARD_SECONDS)
+        self.until_bar(window, "Service does not answer\nsince ", seconds=2 * HEARTBEAT_SECONDS + GUARD_SECONDS,
+                       guide="two minutes")
         link.release()
-        self.until_bar(window, "Connected")
+        self.until_bar(window, "Connected", guide="four seconds")
 
     def test_a_network_that_goes_and_comes_back(self):
         needs(self, can_isolate(), "a network namespace")
@@ -83,7 +96,7 @@ class ScreensLinkTest(ScreensCase):
         island.lose_network()
         self.until_bar(window, "No network\nsince ", "link-no-network-since")
         island.regain_network()
-        self.until_bar(window, "Connected")
+        self.until_bar(window, "Connected", guide="four seconds")
 
     def test_a_network_that_wants_a_login(self):
         link = self.link()
