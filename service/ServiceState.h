@@ -18,7 +18,8 @@ inline constexpr const char* lastBackupName = "backup.last";
 
 /**
  * Reads the values and shows the latest ones. Thread: sample() and sampleOn() on one thread at a
- * time, showIn()'s metrics on any thread. Ownership: nobody asks for the metrics after its end.
+ * time, showIn()'s metrics on any thread. Ownership: the metrics must not be
+ * read after this object ends.
  */
 class ServiceState
 {

@@ -19,7 +19,7 @@ struct WantedFiles
 
 /**
  * Throws Problem (quota-exceeded) if the farm, the uploader or an owner has no room for the files.
- * The uploads in progress of the farm and of the owner count as if they were finished.
+ * An upload in progress counts for its farm and for its uploader as if it were finished.
  */
 void requireQuota(soci::session& sql, const store::Quotas& defaults, const WantedFiles& wanted);
 

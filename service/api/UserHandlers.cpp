@@ -50,7 +50,8 @@ std::string requireFarmName(const nlohmann::json& body, ERole role, const store:
     return !named && caller.farm ? caller.farm->name : requireName(body, "farm");
 }
 
-/** Throws forbidden if the office makes anything but operators of its own farm. */
+/** Throws forbidden if the caller is of the office and the new user is no operator of the same
+ * farm. */
 void refuseOtherUsers(const store::User& caller, ERole role, const std::string& farmName)
 {
     if (caller.farm && (role != ERole::Operator || farmName != caller.farm->name)) {

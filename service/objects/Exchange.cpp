@@ -128,7 +128,7 @@ void Exchange::prepare(const Outgoing& outgoing, Transfer& transfer)
     if (outgoing.method == "PUT") {
         set(handle, CURLOPT_UPLOAD, 1L);
         set(handle, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(outgoing.body.size()));
-        // The body cannot be rewound: the next attempt has a signature of its own.
+        // libcurl cannot rewind the body. The next attempt signs the request anew.
         set(handle, CURLOPT_READFUNCTION, &Transfer::onRead);
         set(handle, CURLOPT_READDATA, &transfer);
     } else if (outgoing.method == "HEAD") {

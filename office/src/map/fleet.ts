@@ -15,7 +15,7 @@ export interface Marker {
   id: number;
   name: string;
   place: Point;
-  /** Degrees from north; undefined while the console stands, or if nothing is known. */
+  /** Degrees from north; undefined if the console does not move, or if its movement is not known. */
   heading: number | undefined;
   /** An old position is drawn in grey. */
   isOld: boolean;

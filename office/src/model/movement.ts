@@ -10,7 +10,7 @@ export interface Place {
 
 export interface Movement {
   speedKmh: number;
-  /** Degrees from north, clockwise; undefined while the console stands. */
+  /** Degrees from north, clockwise; undefined if the console does not move. */
   heading: number | undefined;
 }
 

@@ -134,7 +134,7 @@ def make(seed, is_reference=False):
             plan.before.update(_former_folder(chance, f"field-{number}"))
         plan.to_delete = tuple(name for name in plan.archives if chance.random() < 0.4)
     count = chance.randint(1, MOST_GENERATIONS)
-    # A generation has files of its own. Otherwise its kill finds nothing to interrupt.
+    # Each generation gets further files. Without them its kill finds nothing to interrupt.
     for number in range(count + chance.randint(0, 2)):
         kind = chance.choice(tuple(UPLOADS))
         plan.uploads[(kind, f"line {number}.crv")] = chance.randbytes(_size(chance))

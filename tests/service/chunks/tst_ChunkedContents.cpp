@@ -1,23 +1,10 @@
 // Chunks in an object store that fails on request.
 #include "service/base/Digest.h"
-#include "service/chunks/ChunkedContents.h"
-#include "service/chunks/DigestState.h"
 #include "service/objects/ObjectErrors.h"
 #include "service/store/ChunkTable.h"
-#include "service/store/FarmTable.h"
-#include "service/store/FileTable.h"
-#include "service/store/InboxTable.h"
-#include "service/store/UserTable.h"
-#include "tests/service/support/ManualClock.h"
-#include "tests/service/support/ObjectGateway.h"
-#include "tests/support/TempFolder.h"
+#include "tests/service/chunks/ChunksFixture.h"
 
 #include <gmock/gmock.h>
-
-#include <algorithm>
-#include <array>
-#include <random>
-#include <utility>
 
 namespace kelvo::chunks {
 namespace {
@@ -30,77 +17,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
-
-constexpr std::size_t chunkBytes = 4;
-constexpr std::chrono::hours day{24};
-
-class Chunks : public testing::Test
-{
-protected:
-    static objects::RetryPolicy twoAttempts()
-    {
-        objects::RetryPolicy result;
-        result.attempts = 2;
-        result.sleep = [](std::chrono::milliseconds) {};
-        return result;
-    }
-
-    std::unique_ptr<Receiver> receive(const std::string& text)
-    {
-        auto receiver = contents.receive("u1");
-        receiver->append(text.data(), text.size());
-        return receiver;
-    }
-
-    void commit(Receiver& receiver)
-    {
-        const auto adoption = receiver.adopt();
-        database.writeNow([&adoption](store::Transaction& t) { adoption->join(t); });
-        adoption->committed();
-    }
-
-    std::string store(const std::string& text)
-    {
-        const auto receiver = receive(text);
-        std::string sha256 = receiver->finish();
-        commit(*receiver);
-        return sha256;
-    }
-
-    void addFile(const std::string& sha256)
-    {
-        database.writeNow([&sha256](store::Transaction& t) {
-            const store::Farm farm = store::addFarm(t, "Hill Farm");
-            const auto user = store::addUser(t, {farm, "olga", store::ERole::Operator, "hash", 0});
-            const auto inbox = store::ensureInbox(t, user, 1, 0).inbox;
-            store::addFile(t, farm.id, {0, inbox.id, "field.zip", 8, sha256, 0});
-        });
-    }
-
-    std::string readAll(const std::string& sha256)
-    {
-        const auto reader = contents.open(sha256);
-        std::string all(static_cast<std::size_t>(reader->sizeBytes()), ' ');
-        for (std::size_t at = 0; at < all.size();) {
-            at += reader->read(at, all.data() + at, all.size() - at);
-        }
-        return all;
-    }
-
-    std::size_t removeAfter(std::chrono::milliseconds time)
-    {
-        clock.Advance(time);
-        return contents.removeDoomedObjects();
-    }
-
-    test::TempFolder folder;
-    test::ManualClock clock;
-    store::Database database{store::makeSqlite(folder.Path("kelvo.sqlite"))};
-    test::ObjectGateway gateway;
-    objects::Bucket bucket{gateway.address(), test::ObjectGateway::credentials(), clock,
-                           twoAttempts()};
-    ChunkedContents contents{database, bucket, clock, chunkBytes};
-};
 
 TEST_F(Chunks, AreWholeExceptTheLast)
 {
@@ -302,131 +218,6 @@ TEST_F(Chunks, ThatAreDamagedAreNotJoined)
     EXPECT_EQ(sha256, sha256Hex("01"));
     commit(*receiver);
     EXPECT_THROW(readAll(sha256), DamagedContent);
-}
-
-/** One upload with random parts, receivers, failures and clean-ups. */
-class RandomUpload
-{
-public:
-    RandomUpload(ChunkedContents& contents, test::ObjectGateway& gateway, test::ManualClock& clock,
-                 unsigned seed)
-        : contents_(contents),
-          gateway_(gateway),
-          clock_(clock),
-          random_(seed),
-          id_("random-" + std::to_string(seed)),
-          text_(pick(300), ' ')
-    {
-        std::generate(text_.begin(), text_.end(), [this] { return static_cast<char>(pick(256)); });
-        receiver_ = contents_.receive(id_);
-    }
-
-    const std::string& text() const { return text_; }
-
-    void step()
-    {
-        try {
-            act(pick(10));
-        } catch (const objects::StoreUnavailable&) {
-            // The next steps go on with what was kept.
-        }
-    }
-
-    /** Sends the rest. */
-    std::unique_ptr<Receiver> finish()
-    {
-        gateway_.failNext({});
-        append(text_.size());
-        return std::move(receiver_);
-    }
-
-private:
-    std::size_t pick(std::size_t end) { return random_() % end; }
-
-    void append(std::size_t most)
-    {
-        const auto at = static_cast<std::size_t>(receiver_->offset());
-        receiver_->append(text_.data() + at, std::min(most, text_.size() - at));
-    }
-
-    void act(std::size_t choice)
-    {
-        if (choice < 4) {
-            append(pick(6));
-        } else if (choice < 6) {
-            receiver_->flush();
-            acknowledged_ = receiver_->offset();
-        } else if (choice < 7) {
-            replaced_ = std::exchange(receiver_, contents_.receive(id_));
-            EXPECT_GE(receiver_->offset(), acknowledged_);
-        } else if (choice < 8 && replaced_) {
-            const auto write = [this] {
-                replaced_->append("wrong", 1);
-                replaced_->flush();
-            };
-            EXPECT_THROW(write(), std::runtime_error);
-        } else if (choice < 9) {
-            constexpr std::array faults{EFault::None, EFault::Busy, EFault::DoneButBusy,
-                                        EFault::DoneButCut, EFault::OtherBytes};
-            std::vector<EFault> next(pick(5));
-            std::generate(next.begin(), next.end(), [&] { return faults.at(pick(5)); });
-            gateway_.failNext(next);
-        } else {
-            clock_.Advance(day);
-            contents_.removeDoomedObjects();
-        }
-    }
-
-    ChunkedContents& contents_;
-    test::ObjectGateway& gateway_;
-    test::ManualClock& clock_;
-    std::mt19937 random_;
-    std::string id_;
-    std::string text_;
-    std::unique_ptr<Receiver> receiver_;
-    std::unique_ptr<Receiver> replaced_;
-    std::uint64_t acknowledged_ = 0;
-};
-
-TEST_F(Chunks, KeepAcknowledgedBytesInRandomUploads)
-{
-    ChunkedContents larger(database, bucket, clock, 16);
-    std::size_t storedBytes = 0;
-    for (unsigned seed = 1; seed <= 12; ++seed) {
-        SCOPED_TRACE(seed);
-        RandomUpload upload(larger, gateway, clock, seed);
-        for (int step = 0; step < 80; ++step) {
-            upload.step();
-        }
-        const auto receiver = upload.finish();
-        const std::string sha256 = receiver->finish();
-        ASSERT_EQ(sha256, sha256Hex(upload.text()));
-        commit(*receiver);
-        EXPECT_EQ(readAll(sha256), upload.text());
-        storedBytes += upload.text().size();
-    }
-    removeAfter(2 * day);
-    std::size_t objectBytes = 0;
-    for (const auto& [key, bytes] : gateway.objects()) {
-        objectBytes += bytes.size();
-    }
-    EXPECT_EQ(objectBytes, storedBytes) << "objects are left or missing";
-}
-
-TEST(ASavedDigest, GoesOnAtEveryByte)
-{
-    const std::string text(130, 'x'); // more than two blocks
-    for (std::size_t at = 0; at <= text.size(); ++at) {
-        DigestState first;
-        first.add(text.data(), at);
-        DigestState second(first.save());
-        second.add(text.data() + at, text.size() - at);
-        EXPECT_EQ(second.sha256(), sha256Hex(text)) << at;
-        EXPECT_EQ(first.sha256(), sha256Hex(text.substr(0, at))) << "save() changed the digest";
-    }
-    EXPECT_EQ(DigestState("").sha256(), sha256Hex(""));
-    EXPECT_THROW(DigestState("00"), std::invalid_argument);
-    EXPECT_THROW(DigestState(std::string(208, 'z')), std::invalid_argument);
 }
 
 } // namespace

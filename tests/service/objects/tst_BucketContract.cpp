@@ -1,4 +1,4 @@
-// What a bucket promises on every object store.
+// The promises of a bucket, which hold on every object store.
 #include "service/base/Digest.h"
 #include "service/base/Random.h"
 #include "service/objects/Bucket.h"

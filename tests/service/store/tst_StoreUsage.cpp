@@ -1,4 +1,4 @@
-// The counters of files and bytes stay equal to the rows, whatever changes the rows.
+// The counters of files and bytes equal the rows after each change of the rows.
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
 #include "service/store/PersonTable.h"

@@ -31,8 +31,9 @@ enum class EFault : std::uint8_t {
 };
 
 /**
- * Objects in memory, on a thread of its own. Refuses a request whose signature or SHA-256 is wrong.
- * It takes only the requests that a bucket sends. All functions may be called on any thread.
+ * A simulated object store, which keeps its objects in memory. It runs on a separate thread.
+ * Refuses a request whose signature or SHA-256 is wrong. It takes only the requests that a bucket
+ * sends. All functions may be called on any thread.
  */
 class ObjectGateway final : private http::Application
 {

@@ -31,8 +31,9 @@ struct UploadOrigin
 // object ends. A journal that is older than a week is removed.
 //
 // The journal of a finished upload stays until the sent file is gone. So a console that is killed
-// before it removes the file does not send it again. An upload looks for removed files in the
-// folder of its own file only. No other call looks: on a dead medium a look may block for ever.
+// before it removes the file does not send it again. Only an upload looks for
+// removed files, and only in the folder of the file that it sends: on a dead medium a look may
+// block for ever.
 //
 // Thread: the caller's, one at a time.
 class UploadJournal
