@@ -49,15 +49,19 @@ build() {
     cmake --build --preset "$preset" "$@"
 }
 
-# build_shipped PRESET: builds the installed programs and libraries, without the tests.
+# build_shipped PRESET [TARGET...]: builds the programs and libraries that the preset installs, and the targets,
+# without the other tests.
 build_shipped() {
-    local targets=(kelvo kesdk consolehost kelvo-console kelvo-service kelvoctl
-        console_translations kelvo_translations) known
-    known=$(cmake --build --preset "$1" --target help)
-    if [[ $known == *$'\n'kelvo_keyboard:* ]]; then
-        targets+=(kelvo_keyboard)
-    fi
-    build "$1" "${targets[@]}"
+    local preset=$1 target targets=() known
+    shift
+    known=$(cmake --build --preset "$preset" --target help)
+    for target in kelvo kesdk consolehost kelvo-console kelvo-service kelvoctl kelvo_keyboard \
+        console_translations kelvo_translations; do
+        if [[ $known == *$'\n'$target:* ]]; then
+            targets+=("$target")
+        fi
+    done
+    build "$preset" "${targets[@]}" "$@"
 }
 
 # build_office: builds the office's page into office/dist. Needs Node.js, and the npm registry if packages are missing.
