@@ -10,17 +10,61 @@ namespace kelvo::store {
 using soci::into;
 using soci::use;
 
-void addAudit(Transaction& transaction, AuditEntry entry)
+namespace {
+
+/** Returns the next number of the share. Its oldest entry goes if the share is full. */
+long long takeNumber(soci::session& sql, Id farm, int share, long long most)
+{
+    sql << "INSERT INTO audit_shares (farm_id, share, last_number) VALUES (:farm, :share, 1)"
+           " ON CONFLICT (farm_id, share) DO UPDATE SET last_number = audit_shares.last_number + 1",
+        use(farm), use(share);
+    long long number = 0;
+    sql << "SELECT last_number FROM audit_shares WHERE farm_id = :farm AND share = :share",
+        into(number), use(farm), use(share);
+    const long long upTo = number - most;
+    sql << "DELETE FROM audit WHERE farm_id = :farm AND share = :share AND number <= :upTo",
+        use(farm), use(share), use(upTo);
+    return number;
+}
+
+} // namespace
+
+EAuditShare shareOf(const AuditEntry& entry)
+{
+    if (entry.outcome == "done") {
+        return EAuditShare::Changes;
+    }
+    return entry.actor == 0 ? EAuditShare::UnknownNames : EAuditShare::FailedLogins;
+}
+
+long long AuditLimits::of(EAuditShare share) const
+{
+    switch (share) {
+    case EAuditShare::Changes:
+        return changes;
+    case EAuditShare::FailedLogins:
+        return failedLogins;
+    case EAuditShare::UnknownNames:
+        return unknownNames;
+    }
+    return 0;
+}
+
+void addAudit(Transaction& transaction, AuditEntry entry, const AuditLimits& limits)
 {
     soci::session& sql = transaction.sql;
+    const EAuditShare kind = shareOf(entry);
+    const int share = static_cast<int>(kind);
+    const long long number = takeNumber(sql, entry.farm, share, limits.of(kind));
     sql << "UPDATE counters SET value = value + 1 WHERE name = 'audit'";
     sql << "SELECT value FROM counters WHERE name = 'audit'", into(entry.id);
     sql << "INSERT INTO audit (id, at_ms, action, outcome, address, actor_id, actor_name, farm_id,"
-           " object_kind, object_id, object_name) VALUES (:id, :at, :action, :outcome, :address,"
-           " :actor, :actor_name, :farm, :kind, :object, :object_name)",
+           " object_kind, object_id, object_name, share, number) VALUES (:id, :at, :action,"
+           " :outcome, :address, :actor, :actor_name, :farm, :kind, :object, :object_name, :share,"
+           " :number)",
         use(entry.id), use(entry.atMs), use(entry.action), use(entry.outcome), use(entry.address),
         use(entry.actor), use(entry.actorName), use(entry.farm), use(entry.objectKind),
-        use(entry.object), use(entry.objectName);
+        use(entry.object), use(entry.objectName), use(share), use(number);
     transaction.audit.push_back(std::move(entry));
 }
 
@@ -52,9 +96,7 @@ void auditOf(soci::session& sql, const AuditPart& part,
 
 void pruneAudit(Transaction& transaction, long long beforeMs)
 {
-    transaction.sql << "DELETE FROM audit WHERE at_ms < :before OR id <="
-                       " (SELECT value FROM counters WHERE name = 'audit') - :most",
-        use(beforeMs), use(maxAuditEntries);
+    transaction.sql << "DELETE FROM audit WHERE at_ms < :before", use(beforeMs);
 }
 
 void forgetInAudit(Transaction& transaction, Id user)

@@ -10,11 +10,27 @@
 
 namespace kelvo::store {
 
-/** The oldest entries above this number are removed, so that failed logins cannot fill the disk. */
-inline constexpr long long maxAuditEntries = 1000000;
+/**
+ * Entries that share a limit. Each farm has its own Changes and its own FailedLogins; the
+ * administrators, who have no farm, likewise. So a noisy farm removes its own entries only, and a
+ * stranger who tries passwords removes no entry of a change.
+ */
+enum class EAuditShare : std::uint8_t { Changes, FailedLogins, UnknownNames };
+
+EAuditShare shareOf(const AuditEntry& entry);
+
+/** The largest number of entries of each share. A new entry replaces the oldest of its share. */
+struct AuditLimits
+{
+    long long changes = 100000;
+    long long failedLogins = 10000;
+    long long unknownNames = 100000;
+
+    long long of(EAuditShare share) const;
+};
 
 /** Appends an entry with the next id. The log gets it after the commit. */
-void addAudit(Transaction& transaction, AuditEntry entry);
+void addAudit(Transaction& transaction, AuditEntry entry, const AuditLimits& limits = {});
 
 /** Writes the entry to the log. addAudit() does so after the commit. */
 void logEntry(const AuditEntry& entry);
@@ -35,7 +51,7 @@ struct AuditPart
 void auditOf(soci::session& sql, const AuditPart& part,
              const std::function<bool(const AuditEntry&)>& visit);
 
-/** Removes the entries that are older than this time, and the entries above the largest number. */
+/** Removes the entries that are older than this time. */
 void pruneAudit(Transaction& transaction, long long beforeMs);
 
 /** Removes the name and the addresses of a user from all entries. The id stays. */

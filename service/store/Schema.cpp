@@ -217,6 +217,22 @@ constexpr const char* listOrders[] = {
     "CREATE INDEX users_by_farm ON users (farm_id, id)",
 };
 
+// The entries of a share are numbered without gaps, so that the oldest entry above the limit is
+// found without counting. The shares are those of EAuditShare.
+constexpr const char* auditShares[] = {
+    "ALTER TABLE audit ADD COLUMN share INTEGER NOT NULL DEFAULT 0",
+    "ALTER TABLE audit ADD COLUMN number BIGINT NOT NULL DEFAULT 0",
+    "UPDATE audit SET share = CASE WHEN actor_id = 0 THEN 2 ELSE 1 END WHERE outcome <> 'done'",
+    "UPDATE audit SET number = numbered.n FROM (SELECT id, ROW_NUMBER() OVER"
+    " (PARTITION BY farm_id, share ORDER BY id) AS n FROM audit) AS numbered"
+    " WHERE numbered.id = audit.id",
+    "CREATE INDEX audit_by_share ON audit (farm_id, share, number)",
+    "CREATE TABLE audit_shares (farm_id BIGINT NOT NULL, share INTEGER NOT NULL,"
+    " last_number BIGINT NOT NULL, PRIMARY KEY (farm_id, share))",
+    "INSERT INTO audit_shares (farm_id, share, last_number)"
+    " SELECT farm_id, share, MAX(number) FROM audit GROUP BY farm_id, share",
+};
+
 /** Step N migrates version N to N+1. A released step is never changed; new steps are added. */
 constexpr std::array migrations{
     std::span<const char* const>(firstSchema),
@@ -231,6 +247,7 @@ constexpr std::array migrations{
     std::span<const char* const>(heldBytes),
     std::span<const char* const>(fileIndexes),
     std::span<const char* const>(listOrders),
+    std::span<const char* const>(auditShares),
 };
 
 int readVersion(soci::session& sql)

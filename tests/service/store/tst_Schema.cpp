@@ -1,4 +1,5 @@
 // The schema's version and its migration.
+#include "service/store/AuditTable.h"
 #include "service/store/ConsoleTable.h"
 #include "service/store/Errors.h"
 #include "service/store/EventTable.h"
@@ -94,6 +95,39 @@ TEST_P(StoreContract, MigratesTheConsolesOfTheFirstSchema)
     });
     EXPECT_EQ(
         migrated.readNow([](soci::session& sql) { return store::eventBounds(sql, 1); }).pruned, 5);
+}
+
+TEST_P(StoreContract, MigratesTheEntriesOfTheAuditTrailToTheirShares)
+{
+    const TempFolder old;
+    const auto dialect = GetParam().connect(old.Path());
+    {
+        const auto session = dialect->connect();
+        store::migrate(*session, *dialect, 12); // the last version without shares
+        int id = 0;
+        for (const char* values : {"'a', 'done', '', 1, '', 1", "'b', 'failed', '', 1, '', 1",
+                                   "'c', 'done', '', 1, '', 2", "'d', 'failed', '', 0, '', 0",
+                                   "'e', 'done', '', 1, '', 1"}) {
+            *session << "INSERT INTO audit VALUES (" << ++id << ", 5, " << values << ", '', 0, '')";
+        }
+        *session << "UPDATE counters SET value = 5 WHERE name = 'audit'";
+    }
+    store::Database migrated(GetParam().connect(old.Path()));
+    migrated.writeNow([](store::Transaction& t) {
+        store::AuditEntry entry;
+        entry.outcome = "done";
+        entry.farm = 1;
+        store::addAudit(t, entry, {2, 1, 1}); // replaces the first of three changes of the farm
+    });
+    const auto left = migrated.readNow([](soci::session& sql) {
+        std::string actions;
+        store::auditOf(sql, {.most = 10}, [&actions](const store::AuditEntry& entry) {
+            actions += entry.action;
+            return true;
+        });
+        return actions;
+    });
+    EXPECT_EQ(left, "edcb");
 }
 
 } // namespace

@@ -13,6 +13,18 @@ using store::AuditPart;
 using store::Transaction;
 using testing::ElementsAre;
 
+constexpr store::AuditLimits twoOfEach{2, 2, 2};
+
+AuditEntry failedLogin(const std::string& action, store::Id actor, store::Id farm)
+{
+    AuditEntry entry;
+    entry.action = action;
+    entry.outcome = "failed";
+    entry.actor = actor;
+    entry.farm = farm;
+    return entry;
+}
+
 AuditEntry entryOf(const std::string& action, store::Id actor, store::Id farm, long long atMs)
 {
     AuditEntry entry;
@@ -29,11 +41,11 @@ AuditEntry entryOf(const std::string& action, store::Id actor, store::Id farm, l
 class StoreAudit : public StoreContract
 {
 protected:
-    void add(const std::vector<AuditEntry>& entries)
+    void add(const std::vector<AuditEntry>& entries, const store::AuditLimits& limits = {})
     {
-        write([&entries](Transaction& t) {
+        write([&](Transaction& t) {
             for (const AuditEntry& entry : entries) {
-                store::addAudit(t, entry);
+                store::addAudit(t, entry, limits);
             }
         });
     }
@@ -78,6 +90,35 @@ TEST_P(StoreAudit, RemovesOldEntries)
     add({entryOf("a", 1, 1, 100), entryOf("b", 2, 1, 200)});
     write([](Transaction& t) { store::pruneAudit(t, 200); });
     EXPECT_THAT(actions({}), ElementsAre("b"));
+}
+
+TEST_P(StoreAudit, ANoisyFarmRemovesItsOwnEntriesOnly)
+{
+    add({entryOf("quiet", 1, 1, 100), entryOf("of an administrator", 9, 0, 100)}, twoOfEach);
+    for (const char* action : {"a", "b", "c", "d"}) {
+        add({entryOf(action, 2, 2, 100)}, twoOfEach);
+    }
+    EXPECT_THAT(actions({}), ElementsAre("d", "c", "of an administrator", "quiet"));
+}
+
+TEST_P(StoreAudit, FailedLoginsRemoveNoChanges)
+{
+    add({entryOf("change", 1, 1, 100), entryOf("of an administrator", 9, 0, 100)}, twoOfEach);
+    for (const char* action : {"a", "b", "c"}) {
+        add({failedLogin(action, 1, 1), failedLogin(action, 9, 0), failedLogin("unknown", 0, 0)},
+            twoOfEach);
+    }
+    EXPECT_THAT(actions({.farm = 1}), ElementsAre("c", "b", "change"));
+    EXPECT_THAT(actions({.farm = 0}),
+                ElementsAre("unknown", "c", "unknown", "b", "of an administrator"));
+}
+
+TEST_P(StoreAudit, CountsAShareOnAfterOldEntriesWereRemoved)
+{
+    add({entryOf("a", 1, 1, 100), entryOf("b", 1, 1, 200)}, twoOfEach);
+    write([](Transaction& t) { store::pruneAudit(t, 200); });
+    add({entryOf("c", 1, 1, 300)}, twoOfEach);
+    EXPECT_THAT(actions({}), ElementsAre("c", "b"));
 }
 
 TEST_P(StoreAudit, ForgetsAPersonAndKeepsTheId)
