@@ -230,6 +230,7 @@ void Janitor::loop()
     while (!stopping_) {
         lock.unlock();
         cleanUp(parts_, settings_, [this] { return stops(); });
+        ++rounds_;
         lock.lock();
         changed_.wait_for(lock, settings_.interval, [this] { return stopping_ || woken_; });
         woken_ = false;

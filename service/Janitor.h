@@ -67,6 +67,9 @@ public:
     Janitor(const Janitor&) = delete;
     Janitor& operator=(const Janitor&) = delete;
 
+    /** The number of finished rounds. Thread safe. */
+    long long rounds() const { return rounds_; }
+
     using Stops = std::function<bool()>;
 
     /**
@@ -89,6 +92,7 @@ private:
     std::condition_variable changed_;
     bool stopping_ = false;
     bool woken_ = false;
+    std::atomic<long long> rounds_ = 0;
     std::thread thread_;
 };
 

@@ -240,7 +240,7 @@ void announce(DataFolder& folder, const std::string& api, const std::string& mon
 }
 
 /** Adds the metrics whose values the parts of the service know. */
-void showState(metrics::Metrics& metrics, const Backend& backend)
+void showState(metrics::Metrics& metrics, const Backend& backend, const Janitor& janitor)
 {
     metrics.show("kelvo_event_streams_open", "gauge", "Event streams open now.",
                  [&backend] { return static_cast<double>(backend.hub.openStreams()); });
@@ -258,6 +258,8 @@ void showState(metrics::Metrics& metrics, const Backend& backend)
     metrics.show("kelvo_clock_wait_seconds", "gauge",
                  "Run time until data is removed by its age again; 0 while the clock is trusted.",
                  [&backend] { return static_cast<double>(backend.clock.waitS()); });
+    metrics.show("kelvo_cleanups_total", "counter", "Finished rounds of the clean-up.",
+                 [&janitor] { return static_cast<double>(janitor.rounds()); });
     metrics.show({"kelvo_cleanup_held_back", "gauge",
                   "Rows that the clean-up does not remove while the clock is not trusted.",
                   [&held = backend.heldBack] {
@@ -347,7 +349,7 @@ void serve(const ServeOptions& options, bool& isRunning)
     showRefusals(metrics, *apiListener);
     const auto monitorListener = listen(threads, options.metricsListen, {}, monitor, {});
     Janitor janitor(backend.janitorParts(), janitorSettings(options));
-    showState(metrics, backend);
+    showState(metrics, backend, janitor);
     showNetwork(metrics, *certificate, *apiListener);
     state.showIn(metrics);
     metrics::showProcess(metrics);
