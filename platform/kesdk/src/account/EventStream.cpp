@@ -21,7 +21,7 @@ bool IsEventStream(const HttpResponse& head)
 class EventSink : public BodySink
 {
 public:
-    explicit EventSink(const EventStream::Handlers& handlers)
+    explicit EventSink(const EventHandlers& handlers)
         : m_handlers(handlers), m_parser([this](const ServerSentEvent& event) { TakeEvent(event); })
     {}
 
@@ -36,50 +36,41 @@ public:
     bool Write(const char* bytes, std::size_t sizeBytes) override
     {
         m_handlers.onBytes();
-        return m_parser.Feed(bytes, sizeBytes) && !m_hasSessionEnded && !m_mustStartOver;
+        return m_parser.Feed(bytes, sizeBytes) && !m_end.IsSet();
     }
 
     bool IsForMuch() const override { return false; }
 
-    bool HasSessionEnded() const { return m_hasSessionEnded; }
-    bool MustStartOver() const { return m_mustStartOver; }
+    // Set if an event ended the stream.
+    const Failure& End() const { return m_end; }
 
 private:
     void TakeEvent(const ServerSentEvent& raw)
     {
         const AccountEvent event = ParseEvent(raw.name, raw.id, raw.data);
         if (event.kind == EAccountEvent::eSessionEnded)
-            m_hasSessionEnded = true;
+            m_end = Failure(EErrorCode::eSessionEnded);
+        else if (m_end.IsSet())
+            return;
         else if (event.kind == EAccountEvent::eUnreadable)
-            m_mustStartOver = true; // the unreadable event may have changed anything
-        else if (!m_hasSessionEnded && !m_mustStartOver)
+            m_end = Failure(EErrorCode::eCursorTooOld); // the event may have changed anything
+        else
             m_handlers.onEvent(event);
     }
 
-    const EventStream::Handlers& m_handlers;
+    const EventHandlers& m_handlers;
     EventParser m_parser;
-    bool m_hasSessionEnded = false;
-    bool m_mustStartOver = false;
+    Failure m_end;
 };
-
-EStreamEnd EndOf(const EventSink& sink, const Failure& failure)
-{
-    if (sink.HasSessionEnded() || failure.Is(EErrorCode::eSessionEnded))
-        return EStreamEnd::eSessionEnded;
-    if (sink.MustStartOver() || failure.Is(EErrorCode::eCursorTooOld))
-        return EStreamEnd::eTooOld;
-    return EStreamEnd::eOther;
-}
 
 } // namespace
 
-StreamOutcome EventStream::Run(const ApiCall& call, const std::string& cursor,
-                               const Handlers& handlers)
+Failure ReadEventStream(ApiClient& api, const ApiCall& call, const std::string& cursor,
+                        const EventHandlers& handlers)
 {
     EventSink sink(handlers);
-    const HttpOutcome outcome = m_api.ReadEvents(call, cursor, sink);
-    const Failure failure = FailureOf(outcome);
-    return {EndOf(sink, failure), failure};
+    const HttpOutcome outcome = api.ReadEvents(call, cursor, sink);
+    return sink.End().IsSet() ? sink.End() : FailureOf(outcome);
 }
 
 } // namespace kesdk::impl

@@ -8,37 +8,19 @@
 
 namespace kesdk::impl {
 
-enum class EStreamEnd {
-    eOther,        // resume after the last event
-    eSessionEnded, // the service ended the session
-    eTooOld,       // the cursor is unknown: fetch a new snapshot
-};
-
-struct StreamOutcome
+struct EventHandlers
 {
-    EStreamEnd end = EStreamEnd::eOther;
-    Failure failure;
+    std::function<void()> onOpen;  // the stream is open
+    std::function<void()> onBytes; // events or a heartbeat have arrived
+    std::function<void(const AccountEvent&)> onEvent;
 };
 
-// Reads the stream until it ends, on the calling thread, which also runs the handlers.
-class EventStream
-{
-public:
-    struct Handlers
-    {
-        std::function<void()> onOpen;  // the stream is open
-        std::function<void()> onBytes; // events or a heartbeat have arrived
-        std::function<void(const AccountEvent&)> onEvent;
-    };
-
-    explicit EventStream(ApiClient& api) : m_api(api) {}
-
-    // With the policy of ECall::eEvents a silent stream counts as dead before the second of two
-    // missing comments is due.
-    StreamOutcome Run(const ApiCall& call, const std::string& cursor, const Handlers& handlers);
-
-private:
-    ApiClient& m_api;
-};
+// Reads the stream until it ends, on the calling thread, which also runs the handlers. With the
+// policy of ECall::eEvents a silent stream counts as dead before the second of two missing comments
+// is due.
+// Errors: eSessionEnded: the service ended the session. eCursorTooOld: fetch a new snapshot. After
+// any other failure, and after none, the stream resumes after the last event.
+Failure ReadEventStream(ApiClient& api, const ApiCall& call, const std::string& cursor,
+                        const EventHandlers& handlers);
 
 } // namespace kesdk::impl

@@ -23,9 +23,7 @@ void Forget(std::wstring& secret)
 } // namespace
 
 SessionThread::SessionThread(Dependencies dependencies)
-    : m_dependencies(std::move(dependencies)),
-      m_stream(m_dependencies.api),
-      m_thread([this] { Run(); })
+    : m_dependencies(std::move(dependencies)), m_thread([this] { Run(); })
 {}
 
 SessionThread::~SessionThread()
@@ -139,19 +137,20 @@ Failure SessionThread::FetchAccount(const Progress& progress)
 Failure SessionThread::Follow(Progress& progress)
 {
     for (;;) {
-        const StreamOutcome outcome = ReadStream(progress);
-        if (HasEnded(progress.id) || outcome.end == EStreamEnd::eSessionEnded)
-            return outcome.failure;
+        Failure failure = ReadStream(progress);
+        if (HasEnded(progress.id) || failure.Is(EErrorCode::eSessionEnded))
+            return failure;
         const bool hasLasted = m_dependencies.timing.Now() - progress.begun >= kLastingStream;
         progress.attempts = hasLasted ? 1 : progress.attempts + 1;
-        if (Failure failure = PrepareNextStream(progress, outcome); failure.IsSet())
+        failure = PrepareNextStream(progress, std::move(failure));
+        if (failure.IsSet())
             return failure;
     }
 }
 
-StreamOutcome SessionThread::ReadStream(Progress& progress)
+Failure SessionThread::ReadStream(Progress& progress)
 {
-    EventStream::Handlers handlers;
+    EventHandlers handlers;
     handlers.onOpen = [&] {
         if (progress.isEstablished)
             m_dependencies.state.LinkRestored(progress.id);
@@ -168,14 +167,13 @@ StreamOutcome SessionThread::ReadStream(Progress& progress)
     if (progress.isEstablished)
         call.policy.limits.connect = SearchConnectLimit(progress.attempts);
     progress.begun = m_dependencies.timing.Now();
-    return m_stream.Run(call, m_dependencies.snapshot.Cursor(), handlers);
+    return ReadEventStream(m_dependencies.api, call, m_dependencies.snapshot.Cursor(), handlers);
 }
 
 // Set if no stream follows.
-Failure SessionThread::PrepareNextStream(Progress& progress, const StreamOutcome& outcome)
+Failure SessionThread::PrepareNextStream(Progress& progress, Failure failure)
 {
-    Failure failure = outcome.failure;
-    const bool isTooOld = outcome.end == EStreamEnd::eTooOld;
+    const bool isTooOld = failure.Is(EErrorCode::eCursorTooOld);
     if (isTooOld) {
         failure = FetchAccount(progress);
         if (failure.Is(EErrorCode::eSessionEnded))

@@ -72,14 +72,13 @@ private:
     Failure LogIn(Login& login, Progress& progress);
     Failure FetchAccount(const Progress& progress);
     Failure Follow(Progress& progress);
-    StreamOutcome ReadStream(Progress& progress);
-    Failure PrepareNextStream(Progress& progress, const StreamOutcome& outcome);
+    Failure ReadStream(Progress& progress);
+    Failure PrepareNextStream(Progress& progress, Failure failure);
     void EndOnService(const std::string& token);
     bool HasEnded(std::int32_t id) const;
     ApiCall CallFor(const Progress& progress) const;
 
     Dependencies m_dependencies;
-    EventStream m_stream;
     std::atomic<bool> m_isStopping{false};
     std::atomic<bool> m_mustReconnectNow{false};
     std::mutex m_mutex; // guards m_next
