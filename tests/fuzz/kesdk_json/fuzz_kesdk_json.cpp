@@ -72,8 +72,7 @@ void Read(unsigned reader, std::string_view text)
             Check(*project);
     } else if (reader == 3) {
         if (const auto resource = ParseResource(text))
-            Demand(resource->project || resource->inbox || resource->file,
-                   "a resource is a project, an inbox or a file");
+            std::visit([](const auto& record) { Check(record); }, *resource);
     } else if (reader == 4) {
         if (const auto files = ParseUploadedFiles(text))
             std::for_each(files->begin(), files->end(),

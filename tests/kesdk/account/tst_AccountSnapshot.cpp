@@ -30,7 +30,6 @@ AccountEvent Event(EAccountEvent kind, const FileRecord& file, std::string id)
     AccountEvent event;
     event.kind = kind;
     event.id = std::move(id);
-    event.containerId = file.containerId;
     event.file = file;
     return event;
 }

@@ -47,7 +47,7 @@ protected:
 
     const std::string content = LargeContent();
     const std::int64_t id = service.AddFile(inbox, "line.zip", content);
-    impl::FileRecord file = *api.GetResource(call, id).value.file;
+    impl::FileRecord file = std::get<impl::FileRecord>(api.GetResource(call, id).value);
     impl::Downloads downloads{api, timing};
 };
 

@@ -99,7 +99,8 @@ TEST_F(DownloadResume, IgnoresAPartOfAnotherVersion)
     BeginAndStop();
     service.RemoveFile(id);
     const std::string other(content.rbegin(), content.rend());
-    file = *api.GetResource(call, service.AddFile(inbox, "line.zip", other)).value.file;
+    file = std::get<FileRecord>(
+        api.GetResource(call, service.AddFile(inbox, "line.zip", other)).value);
     EXPECT_FALSE(Fetch().IsSet());
     EXPECT_TRUE(folder.Read("here.zip") == other);
     EXPECT_EQ(service.Requests().back().Header("Range"), "");
@@ -209,7 +210,8 @@ TEST_F(DownloadResume, TheJournalHoldsTheDigestAndNoToken)
 
 TEST_F(DownloadResume, KeepsNoJournalOfASmallFile)
 {
-    file = *api.GetResource(call, service.AddFile(inbox, "small.zip", "small")).value.file;
+    file = std::get<FileRecord>(
+        api.GetResource(call, service.AddFile(inbox, "small.zip", "small")).value);
     service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 2));
     AbortAfter("GET /v1/resources/", service.Count("GET /v1/resources/") + 1);
     EXPECT_EQ(Fetch().code, EErrorCode::eAborted);

@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 
 #include <csignal>
+#include <variant>
 
 namespace kesdk::impl {
 
@@ -20,7 +21,7 @@ protected:
     FileRecord Record(const std::string& name = "line.zip")
     {
         const std::int64_t id = service.AddFile(inbox, name, kContent);
-        return api.GetResource(call, id).value.file.value_or(FileRecord());
+        return std::get<FileRecord>(api.GetResource(call, id).value);
     }
     Failure Fetch(const FileRecord& file)
     {
@@ -55,7 +56,7 @@ TEST_F(DownloadsTest, SendsOneRequest)
 TEST_F(DownloadsTest, FetchesAnEmptyFile)
 {
     const std::int64_t id = service.AddFile(inbox, "empty.zip", "");
-    const FileRecord file = *api.GetResource(call, id).value.file;
+    const FileRecord file = std::get<FileRecord>(api.GetResource(call, id).value);
     EXPECT_FALSE(Fetch(file).IsSet());
     EXPECT_TRUE(folder.Has("here.zip"));
     EXPECT_EQ(folder.Read("here.zip"), "");

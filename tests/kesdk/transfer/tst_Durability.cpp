@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <string>
 #include <system_error>
+#include <variant>
 #include <vector>
 
 namespace {
@@ -91,7 +92,8 @@ TEST_F(DownloadDurability, SyncsTheFileBeforeItsNameAndBothBeforeTheCallReturns)
 
 TEST_F(DownloadDurability, SyncsASmallFileBeforeItsNameAndBothBeforeTheCallReturns)
 {
-    file = *api.GetResource(call, service.AddFile(inbox, "here.zip", "small")).value.file;
+    file = std::get<FileRecord>(
+        api.GetResource(call, service.AddFile(inbox, "here.zip", "small")).value);
     const CallRecorder recorder;
     EXPECT_FALSE(Fetch().IsSet());
     ASSERT_EQ(recorder.Seen().size(), 3u);

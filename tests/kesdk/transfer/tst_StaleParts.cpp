@@ -2,6 +2,7 @@
 #include "support/ResumeFixture.h"
 
 #include <set>
+#include <variant>
 
 namespace kesdk::impl {
 
@@ -20,8 +21,8 @@ protected:
     // Leaves the part of a small file, as a killed process does, and returns the part's name.
     std::string LeaveSmallPart(const std::string& name)
     {
-        const FileRecord small =
-            *api.GetResource(call, service.AddFile(inbox, name, "small")).value.file;
+        const FileRecord small = std::get<FileRecord>(
+            api.GetResource(call, service.AddFile(inbox, name, "small")).value);
         const std::set<std::string> before = Names();
         std::string left;
         service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, 2));
@@ -148,7 +149,8 @@ TEST_F(StaleParts, OfSmallFilesAreRemovedWithoutAJournal)
 TEST_F(StaleParts, OfASmallFileDoNotHinderTheNextDownload)
 {
     const std::string left = LeaveSmallPart("small.zip");
-    file = *api.GetResource(call, service.AddFile(inbox, "small.zip", "small")).value.file;
+    file = std::get<FileRecord>(
+        api.GetResource(call, service.AddFile(inbox, "small.zip", "small")).value);
     EXPECT_FALSE(downloads.Fetch(call, file, folder.Path("small.zip")).IsSet());
     EXPECT_EQ(folder.Read("small.zip"), "small");
     EXPECT_EQ(folder.EntryCount(), 1u);

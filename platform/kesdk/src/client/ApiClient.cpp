@@ -51,18 +51,11 @@ Failure ReadEmptyAnswer(const HttpOutcome& outcome)
     return failure.IsSet() || isGood ? failure : BadAnswer(outcome.response);
 }
 
-std::int64_t IdOf(const ResourceRecord& record)
-{
-    if (record.project)
-        return record.project->id;
-    return record.inbox ? record.inbox->id : record.file->id;
-}
-
 // Refuses an answer about another resource than the request named.
 template <class T>
-Result<T> OnlyIf(bool isAskedFor, Result<T> answer)
+Result<T> OnlyOf(std::int64_t id, Result<T> answer)
 {
-    if (!answer || isAskedFor)
+    if (!answer || IdOf(answer.value) == id)
         return answer;
     return Failure(EErrorCode::eBadAnswer, "the answer is about something else");
 }
@@ -103,18 +96,14 @@ Result<AccountRecord> ApiClient::GetAccount(const ApiCall& call)
 Result<ProjectRecord> ApiClient::GetProjectResources(const ApiCall& call, std::int64_t projectId)
 {
     const std::string target = "/projects/" + std::to_string(projectId) + "/resources";
-    auto answer =
-        ReadAnswer<ProjectRecord>(Perform(call, Request("GET", target)), &ParseProjectResources);
-    const bool isAskedFor = answer.value.id == projectId;
-    return OnlyIf(isAskedFor, std::move(answer));
+    return OnlyOf(projectId, ReadAnswer<ProjectRecord>(Perform(call, Request("GET", target)),
+                                                       &ParseProjectResources));
 }
 
 Result<ResourceRecord> ApiClient::GetResource(const ApiCall& call, std::int64_t resourceId)
 {
-    auto answer = ReadAnswer<ResourceRecord>(Perform(call, Request("GET", Resource(resourceId))),
-                                             &ParseResource);
-    const bool isAskedFor = answer && IdOf(answer.value) == resourceId;
-    return OnlyIf(isAskedFor, std::move(answer));
+    const HttpOutcome outcome = Perform(call, Request("GET", Resource(resourceId)));
+    return OnlyOf(resourceId, ReadAnswer<ResourceRecord>(outcome, &ParseResource));
 }
 
 Result<InboxRecord> ApiClient::CreateUserInbox(const ApiCall& call, const std::wstring& projectName)
@@ -134,8 +123,7 @@ HttpOutcome ApiClient::ReadEvents(const ApiCall& call, const std::string& cursor
     return Perform(call, std::move(request));
 }
 
-Result<HttpResponse> ApiClient::GetContent(const ApiCall& call, const ContentRequest& content,
-                                           BodySink& sink)
+Failure ApiClient::GetContent(const ApiCall& call, const ContentRequest& content, BodySink& sink)
 {
     HttpRequest request = Request("GET", Resource(content.fileId) + "/content");
     request.headers.push_back({"If-Match", content.etag});
@@ -144,10 +132,7 @@ Result<HttpResponse> ApiClient::GetContent(const ApiCall& call, const ContentReq
         request.headers.push_back({"If-Range", content.etag});
     }
     request.sink = &sink;
-    HttpOutcome outcome = Perform(call, std::move(request));
-    if (const Failure failure = FailureOf(outcome); failure.IsSet())
-        return failure;
-    return std::move(outcome.response);
+    return FailureOf(Perform(call, std::move(request)));
 }
 
 Failure ApiClient::DeleteFile(const ApiCall& call, std::int64_t fileId, const std::string& etag)

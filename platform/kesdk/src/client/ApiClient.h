@@ -74,9 +74,8 @@ public:
     Result<UploadRecord> ContinueUpload(const ApiCall& call, const std::string& location,
                                         std::int64_t offsetBytes, BodySource& content);
 
-    // The sink gets only a good answer. The failure of another answer is in the result.
-    Result<HttpResponse> GetContent(const ApiCall& call, const ContentRequest& content,
-                                    BodySink& sink);
+    // The sink gets only a good answer.
+    Failure GetContent(const ApiCall& call, const ContentRequest& content, BodySink& sink);
     Failure DeleteFile(const ApiCall& call, std::int64_t fileId, const std::string& etag);
 
     Failure PutEnvironment(const ApiCall& call, const api::Environment& environment);

@@ -79,17 +79,11 @@ InboxRecord ToInbox(const json& value)
     return inbox;
 }
 
-ProjectRecord ToProject(const json& value)
+ProjectRecord ToProject(const json& value, const json& resources)
 {
     ProjectRecord project;
     project.id = ToId(value.at("id"));
     project.name = ToWide(ToString(value.at("name")));
-    return project;
-}
-
-ProjectRecord ToProject(const json& value, const json& resources)
-{
-    ProjectRecord project = ToProject(value);
     for (const json& resource : resources) {
         if (resource.at("kind") == "user-inbox")
             project.inboxes.push_back(ToInbox(resource));
@@ -104,15 +98,12 @@ UserRecord ToUser(const json& value)
 
 ResourceRecord ToResource(const json& value)
 {
-    ResourceRecord resource;
     const std::string kind = ToString(value.at("kind"));
     if (kind == "project")
-        resource.project = ToProject(value, value.value("resources", json::array()));
-    else if (kind == "user-inbox")
-        resource.inbox = ToInbox(value);
-    else
-        resource.file = ToFile(value);
-    return resource;
+        return ToProject(value, value.value("resources", json::array()));
+    if (kind == "user-inbox")
+        return ToInbox(value);
+    return ToFile(value);
 }
 
 // Runs `read` on the parsed text. If a member is missing or has another type, the result is empty.
@@ -170,11 +161,9 @@ constexpr EventRow kEvents[] = {
 
 void FillEvent(AccountEvent& event, const json& data)
 {
-    if (event.kind == EAccountEvent::eSessionEnded) {
-        event.reason = data.value("reason", "");
+    if (event.kind == EAccountEvent::eSessionEnded)
         return;
-    }
-    event.containerId = ToId(data.at("container").at("id"));
+    ToId(data.at("container").at("id")); // a document without it is none of the service's
     if (event.kind == EAccountEvent::eInboxAdded)
         event.inbox = ToInbox(data.at("entry"));
     else

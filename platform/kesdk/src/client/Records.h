@@ -3,8 +3,8 @@
 
 #include <cstdint>
 #include <limits>
-#include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace kesdk::impl {
@@ -66,13 +66,12 @@ struct LoginRecord
     UserRecord user;
 };
 
-// Exactly one of them is set.
-struct ResourceRecord
+using ResourceRecord = std::variant<ProjectRecord, InboxRecord, FileRecord>;
+
+inline std::int64_t IdOf(const ResourceRecord& record)
 {
-    std::optional<ProjectRecord> project;
-    std::optional<InboxRecord> inbox;
-    std::optional<FileRecord> file;
-};
+    return std::visit([](const auto& known) { return known.id; }, record);
+}
 
 // An upload as one answer describes it.
 struct UploadRecord
@@ -96,10 +95,8 @@ struct AccountEvent
 {
     EAccountEvent kind = EAccountEvent::eOther;
     std::string id; // cursor to resume behind this event; may be empty
-    std::int64_t containerId = 0;
     FileRecord file;
     InboxRecord inbox;
-    std::string reason;
 };
 
 } // namespace kesdk::impl

@@ -15,34 +15,22 @@ api::EnterpriseResourceWithContent ToContract(const ResourceRecord& record)
 {
     AccountSnapshot one;
     AccountRecord account;
-    std::int64_t id = 0;
-    if (record.project) {
-        id = record.project->id;
-        account.projects = {*record.project};
-    } else if (record.inbox) {
-        id = record.inbox->id;
-        account.projects = {{record.inbox->projectId, {}, {*record.inbox}}};
-    } else if (record.file) {
-        id = record.file->id;
-        const InboxRecord inbox{record.file->containerId, 0, {}, 0, {*record.file}};
-        account.projects = {{0, {}, {inbox}}};
-    }
+    if (const auto* project = std::get_if<ProjectRecord>(&record))
+        account.projects = {*project};
+    else if (const auto* inbox = std::get_if<InboxRecord>(&record))
+        account.projects = {{inbox->projectId, {}, {*inbox}}};
+    else if (const auto* file = std::get_if<FileRecord>(&record))
+        account.projects = {{0, {}, {{file->containerId, 0, {}, 0, {*file}}}}};
     one.Replace(std::move(account));
-    return one.Resource(id).value_or(api::EnterpriseResourceWithContent());
+    return one.Resource(IdOf(record)).value_or(api::EnterpriseResourceWithContent());
 }
 
 // Ends the transfer on the board at the end of the scope.
-class TransferEnd
+struct EndTransfer
 {
-public:
-    explicit TransferEnd(LinkBoard& board) : m_board(board) {}
-    ~TransferEnd() { m_board.EndTransfer(); }
-    TransferEnd(const TransferEnd&) = delete;
-    TransferEnd& operator=(const TransferEnd&) = delete;
-
-private:
-    LinkBoard& m_board;
+    void operator()(LinkBoard* board) const { board->EndTransfer(); }
 };
+using TransferEnd = std::unique_ptr<LinkBoard, EndTransfer>;
 
 } // namespace
 
@@ -110,7 +98,7 @@ bool Connection::Upload(const wchar_t* localPath, const TargetIds& targetInboxId
         return false;
     if (path.empty() || targetInboxIds.empty())
         return End(*operation, Failure(EErrorCode::eInvalidArgument, "no file or no target"));
-    const TransferEnd end(*m_board);
+    const TransferEnd end(m_board.get());
     const std::uint64_t generation = m_snapshot.Generation();
     const Result<Uploads::UploadState> sent =
         m_uploads.Send(operation->call, ToUtf8(path),
@@ -137,7 +125,7 @@ bool Connection::Download(std::int64_t resourceId, const wchar_t* localPath)
     if (!file)
         return End(*operation, NoteIfGone(resourceId, file.failure));
     operation->subject = file.value.name;
-    const TransferEnd end(*m_board);
+    const TransferEnd end(m_board.get());
     const Failure failure = m_downloads.Fetch(operation->call, file.value, ToUtf8(path));
     return End(*operation, NoteIfGone(resourceId, failure));
 }
@@ -250,9 +238,9 @@ Result<FileRecord> Connection::FindFile(const Operation& operation, std::int64_t
     Result<ResourceRecord> fetched = m_requestLine.Api().GetResource(call, fileId);
     if (!fetched)
         return fetched.failure;
-    if (!fetched.value.file)
-        return Failure(EErrorCode::eInvalidArgument, "the resource is not a file");
-    return std::move(*fetched.value.file);
+    auto* file = std::get_if<FileRecord>(&fetched.value);
+    return file ? Result<FileRecord>(std::move(*file))
+                : Failure(EErrorCode::eInvalidArgument, "the resource is not a file");
 }
 
 Failure Connection::NoteIfGone(std::int64_t fileId, const Failure& failure)

@@ -123,15 +123,15 @@ Downloads::Attempt Downloads::FetchRest(Job& job)
     if (hasLastByte())
         return Verify(job); // of a resumed part
     PartSink sink(job);
-    const Result<HttpResponse> answer =
+    const Failure failure =
         m_api.GetContent(job.call, {job.file.id, job.file.etag, job.part.SizeBytes()}, sink);
     if (sink.OwnFailure().IsSet())
         return {true, sink.OwnFailure()};
     // The digest decides, however the connection ended.
-    if (hasLastByte() || (answer && job.file.sizeBytes == 0))
+    if (hasLastByte() || (!failure.IsSet() && job.file.sizeBytes == 0))
         return Verify(job);
     return {false,
-            answer ? Failure(EErrorCode::eDropped, "the content ended early") : answer.failure};
+            failure.IsSet() ? failure : Failure(EErrorCode::eDropped, "the content ended early")};
 }
 
 Downloads::Attempt Downloads::Verify(Job& job)
