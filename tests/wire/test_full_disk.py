@@ -12,6 +12,7 @@ import os
 import shutil
 import signal
 import subprocess
+import time
 import unittest
 
 from kelvowire.farm import PASSWORD, add_farms_and_users, log_in, log_in_admin, make_inbox
@@ -100,6 +101,13 @@ class DiskTest(unittest.TestCase):
 
 
 class FullDisk(DiskTest):
+    def await_bytes(self):
+        """Waits until the service has stored bytes of an upload."""
+        guard = time.monotonic() + GUARD_SECONDS
+        uploads = self.service.path("uploads")
+        while not any(os.stat(os.path.join(uploads, name)).st_size for name in os.listdir(uploads)):
+            self.assertLess(time.monotonic(), guard, "no bytes of the upload")
+
     def test_refuses_an_upload_before_its_body(self):
         self.service.fill(leave=500_000)
         headers = {"Upload-Length": str(len(CONTENT)), "Upload-Metadata": metadata("big.zip", [self.inbox]),
@@ -119,6 +127,7 @@ class FullDisk(DiskTest):
         half = len(CONTENT) // 2
         with begin_upload(self.service, self.olga.token, "POST", "/uploads", len(CONTENT), headers,
                           CONTENT[:half]) as connection:
+            self.await_bytes()
             self.service.fill(leave=200_000)
             connection.sendall(CONTENT[half:])
             reply = http.client.HTTPResponse(connection)
