@@ -166,6 +166,11 @@ void addOptions(CLI::App& serve, ServeOptions& options)
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
     serve
+        .add_option("--answer-bytes", options.answerBytes,
+                    "Bytes of large answers that wait for slow readers; a farm has an eighth")
+        ->check(CLI::Range(1ULL << 20, 1ULL << 52))
+        ->capture_default_str();
+    serve
         .add_option("--login-attempts", options.loginAttempts,
                     "Failed logins of a user before the next login has to wait")
         ->check(CLI::Range(1, 1000000))

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/accounts/Passwords.h"
+#include "service/api/AnswerFiles.h"
 #include "service/store/QuotaTable.h"
 
 #include <filesystem>
@@ -23,6 +24,7 @@ struct ServeOptions
     std::vector<std::string> names; // more names for the service's own certificate
     long long maxUploadBytes = 8LL * 1024 * 1024 * 1024;
     long long reserveBytes = 64LL * 1024 * 1024;
+    std::uint64_t answerBytes = api::AnswerFiles::defaultBytes; // unsent, of all farms
     accounts::EPasswordCost passwordCost = accounts::EPasswordCost::Interactive;
     store::Quotas quotas = store::defaultQuotas;
     int shownFarms = 10;

@@ -150,7 +150,8 @@ struct Backend
           contents(folder.path(), &reserve),
           accounts(*database, clock,
                    {options.passwordCost, options.loginAttempts,
-                    std::chrono::hours(options.sessionHours), options.quotas})
+                    std::chrono::hours(options.sessionHours), options.quotas}),
+          answerFiles(options.answerBytes)
     {
         database->onCommit(
             [this](const std::vector<store::Event>& events) { hub.publish(events); });

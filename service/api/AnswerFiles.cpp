@@ -4,6 +4,20 @@
 
 namespace kelvo::api {
 
+namespace {
+
+constexpr std::uint64_t shareOfAFarm = 8;
+
+void refuseIfFull(std::uint64_t held, std::uint64_t added, std::uint64_t most)
+{
+    if (held > 0 && held + added > most) {
+        throw http::Problem(http::EProblem::Busy, "Too many large answers are being read.",
+                            {{"Retry-After", "5"}});
+    }
+}
+
+} // namespace
+
 std::shared_ptr<const FileDescriptor> AnswerFiles::keep(store::Id farm, const std::string& name,
                                                         FileDescriptor file,
                                                         std::uint64_t sizeBytes)
@@ -15,10 +29,8 @@ std::shared_ptr<const FileDescriptor> AnswerFiles::keep(store::Id farm, const st
         }
     }
     const auto held = bytes_.find(farm);
-    if (held != bytes_.end() && held->second + sizeBytes > mostBytes_) {
-        throw http::Problem(http::EProblem::Busy, "Too many large answers are being read.",
-                            {{"Retry-After", "5"}});
-    }
+    refuseIfFull(held == bytes_.end() ? 0 : held->second, sizeBytes, mostBytes_ / shareOfAFarm);
+    refuseIfFull(allBytes_, sizeBytes, mostBytes_);
     auto kept = std::make_unique<FileDescriptor>(std::move(file));
     std::shared_ptr<const FileDescriptor> shared(
         kept.release(), [this, farm, name, sizeBytes](const FileDescriptor* done) {
@@ -27,6 +39,7 @@ std::shared_ptr<const FileDescriptor> AnswerFiles::keep(store::Id farm, const st
         });
     files_[name] = shared;
     bytes_[farm] += sizeBytes;
+    allBytes_ += sizeBytes;
     return shared;
 }
 
@@ -37,6 +50,7 @@ void AnswerFiles::forget(store::Id farm, const std::string& name, std::uint64_t 
     if (const auto known = files_.find(name); known != files_.end() && known->second.expired()) {
         files_.erase(known);
     }
+    allBytes_ -= sizeBytes;
     const auto held = bytes_.find(farm);
     held->second -= sizeBytes;
     if (held->second == 0) {

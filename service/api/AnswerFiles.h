@@ -21,13 +21,15 @@ namespace kelvo::api {
 class AnswerFiles
 {
 public:
-    explicit AnswerFiles(std::uint64_t mostBytesOfAFarm = 256ULL * 1024 * 1024)
-        : mostBytes_(mostBytesOfAFarm)
-    {}
+    /** `mostBytes` of all farms. The answers of a farm may have an eighth. */
+    explicit AnswerFiles(std::uint64_t mostBytes = defaultBytes) : mostBytes_(mostBytes) {}
+
+    static constexpr std::uint64_t defaultBytes = 2ULL * 1024 * 1024 * 1024;
 
     /**
      * Returns the file of an equal answer, or takes this file. `name` is equal for equal answers
-     * only. The first answer of a farm may be larger than the limit. Throws Problem (busy).
+     * only. The first answer of a farm may be larger than the limit of a farm; the only answer may
+     * be larger than both limits. Throws Problem (busy).
      */
     std::shared_ptr<const FileDescriptor> keep(store::Id farm, const std::string& name,
                                                FileDescriptor file, std::uint64_t sizeBytes);
@@ -36,9 +38,10 @@ private:
     void forget(store::Id farm, const std::string& name, std::uint64_t sizeBytes);
 
     const std::uint64_t mostBytes_;
-    std::mutex mutex_; // guards files_ and bytes_
+    std::mutex mutex_; // guards files_, bytes_ and allBytes_
     std::map<std::string, std::weak_ptr<const FileDescriptor>> files_;
     std::map<store::Id, std::uint64_t> bytes_; // on the disk, for each farm
+    std::uint64_t allBytes_ = 0;               // likewise, of all farms
 };
 
 } // namespace kelvo::api

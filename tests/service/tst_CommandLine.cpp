@@ -54,11 +54,13 @@ TEST(ServeCommand, ReadsTheTimeoutsOfSlowPeers)
 
 TEST(ServeCommand, ReadsItsOptions)
 {
-    const auto options = parse({"serve", "--data", "d", "--listen", "h:1", "--name", "a", "--name",
-                                "b", "--password-cost", "min", "--event-retention", "72h",
-                                "--max-upload", "10", "--keep-unknown-days", "0"})
-                             .serve;
+    const auto options =
+        parse({"serve", "--data", "d", "--listen", "h:1", "--name", "a", "--name", "b",
+               "--password-cost", "min", "--event-retention", "72h", "--max-upload", "10",
+               "--keep-unknown-days", "0", "--answer-bytes", "2000000"})
+            .serve;
     ASSERT_TRUE(options);
+    EXPECT_EQ(options->answerBytes, 2000000U);
     EXPECT_EQ(options->unknownDays, 0);
     EXPECT_EQ(options->names, (std::vector<std::string>{"a", "b"}));
     EXPECT_EQ(options->passwordCost, accounts::EPasswordCost::Minimal);

@@ -122,16 +122,28 @@ TEST_F(JsonAnswers, ArePackedUnlessTheyAreTiny)
 
 TEST_F(JsonAnswers, ShareTheFileOfAnEqualAnswer)
 {
-    AnswerFiles files(100);
+    AnswerFiles files(800);
     const auto scratch = [this] { return contents.openScratch(); };
     const auto first = files.keep(1, "a", scratch(), 100);
     EXPECT_EQ(files.keep(1, "a", scratch(), 100), first);
     EXPECT_NE(files.keep(2, "b", scratch(), 100), first) << "each farm has its own limit";
 }
 
+TEST_F(JsonAnswers, AreRefusedIfAllFarmsHoldTooManyBytes)
+{
+    AnswerFiles files(800);
+    const auto scratch = [this] { return contents.openScratch(); };
+    auto largest = files.keep(1, "a", scratch(), 700);
+    const auto last = files.keep(2, "b", scratch(), 100);
+    EXPECT_THROW(files.keep(3, "c", scratch(), 1), http::Problem);
+    EXPECT_EQ(files.keep(3, "b", scratch(), 100), last) << "an equal answer needs no room";
+    largest.reset();
+    EXPECT_TRUE(files.keep(3, "c", scratch(), 100));
+}
+
 TEST_F(JsonAnswers, AreRefusedIfAFarmHoldsTooManyBytes)
 {
-    AnswerFiles files(100);
+    AnswerFiles files(800);
     const auto scratch = [this] { return contents.openScratch(); };
     auto first = files.keep(1, "a", scratch(), 150); // the only answer may be larger
     EXPECT_THROW(files.keep(1, "b", scratch(), 1), http::Problem);
