@@ -64,9 +64,9 @@ Failure UploadFile::StartAt(std::int64_t offsetBytes, const AbortCheck& abort)
 {
     if (offsetBytes < 0 || offsetBytes > SizeBytes())
         return Failure(EErrorCode::eBadAnswer, "an offset outside of the file");
+    m_readFailure = HashUpTo(offsetBytes, abort);
     m_position = offsetBytes;
-    m_readFailure = Failure();
-    return HashUpTo(offsetBytes, abort);
+    return m_readFailure;
 }
 
 std::ptrdiff_t UploadFile::Read(char* buffer, std::size_t sizeBytes)
@@ -126,16 +126,12 @@ Failure UploadFile::HashUpTo(std::int64_t offsetBytes, const AbortCheck& abort)
     if (m_hashedBytes >= offsetBytes)
         return {};
     std::vector<char> buffer(kBufferBytes);
-    while (m_hashedBytes < offsetBytes) {
+    m_position = m_hashedBytes;
+    while (m_position < offsetBytes) {
         if (IsAborted(abort))
             return Failure(EErrorCode::eAborted);
-        const std::size_t wanted = static_cast<std::size_t>(
-            std::min(offsetBytes - m_hashedBytes, static_cast<std::int64_t>(buffer.size())));
-        const ssize_t got = m_file.ReadAt(buffer.data(), wanted, m_hashedBytes);
-        if (got <= 0)
-            return ReadFailureOf(got);
-        m_hash.Update(buffer.data(), static_cast<std::size_t>(got));
-        m_hashedBytes += got;
+        if (Read(buffer.data(), buffer.size()) < 0)
+            return m_readFailure;
     }
     return {};
 }
