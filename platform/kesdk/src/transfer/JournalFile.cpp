@@ -126,12 +126,6 @@ bool IsJournalOrTorn(const std::string& path)
     return content.bytes && IsStartOfJournal(*content.bytes);
 }
 
-std::vector<std::string> JournalsIn(const std::string& folder, std::string_view suffix)
-{
-    return FilesIn(folder,
-                   [suffix](std::string_view name) { return !Without(name, suffix).empty(); });
-}
-
 bool IsJournalName(std::string_view name, std::string_view suffix)
 {
     const std::string_view whole = Without(name, kNewSuffix);
@@ -144,11 +138,6 @@ void RemoveOldJournals(const std::string& folder, std::string_view suffix, std::
     const auto isMeant = [&](std::string_view name) { return IsJournalName(name, suffix); };
     for (const std::string& path : StaleFiles(folder, isMeant, nowS, longestAgeS))
         RemoveJournal(path);
-}
-
-void RenewJournal(const std::string& path)
-{
-    ::utimensat(AT_FDCWD, path.c_str(), nullptr, AT_SYMLINK_NOFOLLOW);
 }
 
 } // namespace kesdk::impl

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace kesdk::impl {
 
@@ -31,9 +30,6 @@ void RemoveJournal(const std::string& path);
 // Whether the file is a journal, or the rest of a journal after a power cut.
 bool IsJournalOrTorn(const std::string& path);
 
-// The paths of the journals in the folder whose names end so.
-std::vector<std::string> JournalsIn(const std::string& folder, std::string_view suffix);
-
 // Removes the journals whose names end so, and temporary files of WriteJournal, if they are too
 // old. Does nothing while the clock is wrong.
 void RemoveOldJournals(const std::string& folder, std::string_view suffix, std::int64_t nowS,
@@ -41,8 +37,5 @@ void RemoveOldJournals(const std::string& folder, std::string_view suffix, std::
 
 // Whether a journal, or a temporary file of WriteJournal, can have this name.
 bool IsJournalName(std::string_view name, std::string_view suffix);
-
-// Sets the date of the journal to now: its week begins again.
-void RenewJournal(const std::string& path);
 
 } // namespace kesdk::impl

@@ -106,7 +106,8 @@ void PendingDeletions::ReadOnce()
     if (std::exchange(m_isRead, true) || m_folder.empty())
         return;
     RemoveOldJournals(m_folder, kSuffix, m_wallTimeS(), kLongestPendingS);
-    for (const std::string& path : JournalsIn(m_folder, kSuffix)) {
+    const auto isMeant = [](std::string_view name) { return !Without(name, kSuffix).empty(); };
+    for (const std::string& path : FilesIn(m_folder, isMeant)) {
         // A view: nlohmann's parser for strings would be compiled once more.
         const std::string text = ReadJournal(path).value;
         const json document = json::parse(std::string_view(text), nullptr, false);

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -79,11 +80,10 @@ Result<std::string> UploadJournal::RemoveOtherAndFind(const UploadOrigin& origin
 {
     SweepBeside(origin.path);
     const Places places = PlacesOf(origin);
-    if (m_finished.count(places.back()) > 0)
-        return std::string();
-    if (const auto found = m_onlyInMemory.find(places.back() + ToText(origin));
-        found != m_onlyInMemory.end())
-        return found->second;
+    if (const auto known = m_known.find(places.back());
+        known != m_known.end() &&
+        (known->second.key.empty() || ToText(known->second.origin) == ToText(origin)))
+        return known->second.key;
     for (const std::string& place : places) {
         const Result<std::string> text = ReadJournal(place);
         if (text.failure.Is(EErrorCode::eFileUnreadable))
@@ -103,8 +103,7 @@ void UploadJournal::Keep(const UploadOrigin& origin, const std::string& key)
     std::error_code ignored;
     if (!m_folder.empty() && std::filesystem::create_directories(m_folder, ignored))
         ::chmod(m_folder.c_str(), 0700);
-    m_finished.erase(places.back());
-    m_onlyInMemory.erase(places.back() + ToText(origin));
+    m_known.erase(places.back());
     const std::string text = ToJournalText({{"origin", ToJson(origin)}, {"key", key}});
     bool isOnDisk = false;
     for (const std::string& place : places) {
@@ -114,18 +113,18 @@ void UploadJournal::Keep(const UploadOrigin& origin, const std::string& key)
             RemoveJournal(place); // the journal of an earlier upload must not outlive this one
     }
     if (!isOnDisk)
-        m_onlyInMemory[places.back() + ToText(origin)] = key;
+        m_known[places.back()] = {origin, key, 0};
 }
 
 void UploadJournal::Renew(const UploadOrigin& origin)
 {
     for (const std::string& place : PlacesOf(origin))
-        RenewJournal(place);
+        ::utimensat(AT_FDCWD, place.c_str(), nullptr, AT_SYMLINK_NOFOLLOW);
 }
 
 void UploadJournal::Finish(const UploadOrigin& origin)
 {
-    m_finished[PlacesOf(origin).back()] = {origin, DeviceOf(FolderOf(origin.path))};
+    m_known[PlacesOf(origin).back()] = {origin, {}, DeviceOf(FolderOf(origin.path))};
 }
 
 void UploadJournal::Forget(const UploadOrigin& origin)
@@ -133,8 +132,7 @@ void UploadJournal::Forget(const UploadOrigin& origin)
     const Places places = PlacesOf(origin);
     for (const std::string& place : places)
         RemoveJournal(place);
-    m_finished.erase(places.back());
-    m_onlyInMemory.erase(places.back() + ToText(origin));
+    m_known.erase(places.back());
 }
 
 // The name leaves out the state of the file, so that RemoveOtherAndFind notices a new state.
@@ -161,11 +159,12 @@ void UploadJournal::SweepBeside(const std::string& path)
 
 void UploadJournal::ForgetRemovedFiles(const std::string& folder)
 {
-    const std::map<std::string, Finished> all = m_finished;
-    for (const auto& [place, finished] : all) {
-        const std::string& path = finished.origin.path;
-        if (FolderOf(path) == folder && IsGone(path) && DeviceOf(folder) == finished.device)
-            Forget(finished.origin);
+    const std::map<std::string, Known> all = m_known;
+    for (const auto& [place, known] : all) {
+        const std::string& path = known.origin.path;
+        if (known.key.empty() && FolderOf(path) == folder && IsGone(path) &&
+            DeviceOf(folder) == known.device)
+            Forget(known.origin);
     }
 }
 

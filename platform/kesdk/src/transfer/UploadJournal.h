@@ -59,10 +59,12 @@ public:
     void ForgetRemovedFiles(const std::string& folder);
 
 private:
-    struct Finished
+    // An upload whose key is not on the disk, or which this object has finished.
+    struct Known
     {
         UploadOrigin origin;
-        dev_t device; // of the file's folder
+        std::string key; // empty: the upload is finished
+        dev_t device;    // of the file's folder, when the upload was finished
     };
 
     using Places = std::array<std::string, 2>; // in the library's folder, beside the file
@@ -73,8 +75,7 @@ private:
     const std::string m_folder;
     const WallClock m_wallTimeS;
     std::set<std::string> m_sweptFolders;
-    std::map<std::string, Finished> m_finished;        // by place
-    std::map<std::string, std::string> m_onlyInMemory; // keys by place
+    std::map<std::string, Known> m_known; // by the place beside the file
 };
 
 } // namespace kesdk::impl
