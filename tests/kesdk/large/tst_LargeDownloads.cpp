@@ -2,6 +2,7 @@
 #include "base/DigestText.h"
 #include "large/LargeFixture.h"
 #include "transfer/Downloads.h"
+#include "transfer/JournalFile.h"
 
 namespace kesdk::impl {
 
@@ -30,7 +31,7 @@ protected:
         WriteLarge("here.zip.part", text.substr(0, afterHole));
         const PartOrigin origin{call.serviceAndUser, file.id, file.etag, file.sizeBytes,
                                 file.sha256Hex};
-        ASSERT_TRUE(WritePartJournal(folder.Path("here.zip.part.journal"), origin));
+        ASSERT_TRUE(WriteJournal(folder.Path("here.zip.part.journal"), ToPartJournal(origin)));
     }
     // Fetches as a restarted console does.
     Failure Fetch()

@@ -68,16 +68,12 @@ Failure PartFile::Open(const std::string& finalPath, const PartOrigin& origin,
     m_finalPath = finalPath;
     m_paths = PartPathsOf(folder, name, longest);
     m_buffer.reserve(kBufferBytes);
-    switch (Resume(origin, abort)) {
-    case EResume::eResumed:
-        return Preallocate(origin.sizeBytes);
-    case EResume::eNoPart:
-        return Create(origin);
-    case EResume::eAborted:
-        break;
-    }
-    m_isLeft = true;
-    return Failure(EErrorCode::eAborted);
+    const Result<bool> isResumed = Resume(origin, abort);
+    m_isLeft = !isResumed; // an aborted call keeps the part
+    Failure failure = isResumed.failure;
+    if (isResumed && !isResumed.value)
+        failure = Create(origin);
+    return failure.IsSet() ? failure : Preallocate(origin.sizeBytes);
 }
 
 void PartFile::Remove()
@@ -89,30 +85,30 @@ void PartFile::Remove()
     RemoveJournal(m_paths.journal);
 }
 
-// Reads the part once, for the digest of the whole file.
-PartFile::EResume PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
+// Whether there is a part of this version. Reads the part once, for the digest of the whole file.
+// Fails only if it is aborted.
+Result<bool> PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
 {
-    if (!RemoveTornAndCompare(m_paths.journal, origin))
-        return EResume::eNoPart;
+    if (origin.serviceAndUser.empty() ||
+        ReadJournal(m_paths.journal).value != ToPartJournal(origin))
+        return false;
     FileHandle file(::open(m_paths.part.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat found = {};
     if (!file.IsOpen() || ::fstat(file.Get(), &found) != 0 || !S_ISREG(found.st_mode) ||
         found.st_nlink != 1 || found.st_size > origin.sizeBytes)
-        return EResume::eNoPart;
+        return false;
     std::vector<char> piece(kBufferBytes);
     std::int64_t hashed = 0;
     while (hashed < found.st_size) {
         if (IsAborted(abort))
-            return EResume::eAborted;
+            return Failure(EErrorCode::eAborted);
         const ssize_t got = file.ReadAt(piece.data(), piece.size(), hashed);
-        if (got <= 0)
-            break;
+        if (got <= 0) {
+            m_hash.Reset();
+            return false;
+        }
         m_hash.Update(piece.data(), static_cast<std::size_t>(got));
         hashed += got;
-    }
-    if (hashed != found.st_size) {
-        m_hash.Reset();
-        return EResume::eNoPart;
     }
     m_hasJournal = true;
     m_path = m_paths.part;
@@ -120,7 +116,7 @@ PartFile::EResume PartFile::Resume(const PartOrigin& origin, const AbortCheck& a
     m_sizeBytes = m_flushedBytes = hashed;
     m_isResumed = hashed > 0;
     ::futimens(m_file.Get(), nullptr); // the part is young again, even if no byte arrives now
-    return EResume::eResumed;
+    return true;
 }
 
 Failure PartFile::Create(const PartOrigin& origin)
@@ -129,7 +125,7 @@ Failure PartFile::Create(const PartOrigin& origin)
     Remove();
     // Before the part: a part without a journal would never be removed.
     m_hasJournal = !origin.serviceAndUser.empty() && origin.sizeBytes >= kWorthKeepingBytes &&
-                   WritePartJournal(m_paths.journal, origin);
+                   WriteJournal(m_paths.journal, ToPartJournal(origin));
     m_path = m_hasJournal ? m_paths.part : m_paths.loosePart;
     m_file = FileHandle(
         ::open(m_path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
@@ -140,7 +136,7 @@ Failure PartFile::Create(const PartOrigin& origin)
         m_paths = {};
         return FailureOf("create", error);
     }
-    return Preallocate(origin.sizeBytes);
+    return {};
 }
 
 Failure PartFile::Preallocate(std::int64_t sizeBytes)

@@ -48,8 +48,7 @@ public:
 
 private:
     void Remove();
-    enum class EResume { eResumed, eNoPart, eAborted };
-    EResume Resume(const PartOrigin& origin, const AbortCheck& abort);
+    Result<bool> Resume(const PartOrigin& origin, const AbortCheck& abort);
     Failure Create(const PartOrigin& origin);
     Failure Preallocate(std::int64_t sizeBytes);
     bool Flush();

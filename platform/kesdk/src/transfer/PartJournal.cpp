@@ -21,16 +21,6 @@ constexpr std::size_t kLooseDigestBytes = 16; // in hexadecimal
 // The suffix of a part without a journal is longer than the suffix of a new journal.
 constexpr std::size_t kLongestSuffixBytes = 1 + kLooseDigestBytes + kPartSuffix.size();
 
-std::string TextOf(const PartOrigin& origin)
-{
-    const nlohmann::json document = {{"account", origin.serviceAndUser},
-                                     {"file", origin.fileId},
-                                     {"etag", origin.etag},
-                                     {"size", origin.sizeBytes},
-                                     {"sha256", origin.sha256Hex}};
-    return ToJournalText(document);
-}
-
 // The text between the final name and the suffix of a part without a journal.
 std::string LooseDigestOf(std::string_view name)
 {
@@ -61,14 +51,13 @@ PartPaths PartPathsOf(const std::string& folder, std::string name, std::size_t l
             start + LooseDigestOf(name) + std::string(kPartSuffix)};
 }
 
-bool WritePartJournal(const std::string& path, const PartOrigin& origin)
+std::string ToPartJournal(const PartOrigin& origin)
 {
-    return WriteJournal(path, TextOf(origin));
-}
-
-bool RemoveTornAndCompare(const std::string& path, const PartOrigin& origin)
-{
-    return !origin.serviceAndUser.empty() && ReadJournal(path).value == TextOf(origin);
+    return ToJournalText({{"account", origin.serviceAndUser},
+                          {"file", origin.fileId},
+                          {"etag", origin.etag},
+                          {"size", origin.sizeBytes},
+                          {"sha256", origin.sha256Hex}});
 }
 
 void RemoveStalePartFiles(const std::string& folder, std::int64_t nowS)

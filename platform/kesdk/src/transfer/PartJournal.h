@@ -28,10 +28,8 @@ struct PartPaths
 };
 PartPaths PartPathsOf(const std::string& folder, std::string name, std::size_t longestName);
 
-// The following report no errors: without a journal a later run begins anew.
-bool WritePartJournal(const std::string& path, const PartOrigin& origin);
-// Whether the journal is of this version. Removes a torn journal.
-bool RemoveTornAndCompare(const std::string& path, const PartOrigin& origin);
+// The text of the journal. Two versions never have the same text.
+std::string ToPartJournal(const PartOrigin& origin);
 // Removes parts and journals that are older than a week; the younger of both counts. Removes no
 // other files. The clock must be right.
 void RemoveStalePartFiles(const std::string& folder, std::int64_t nowS);
