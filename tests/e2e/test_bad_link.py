@@ -5,9 +5,9 @@ import random
 import unittest
 
 from kelvoe2e.case import FarmCase
-from kelvoe2e.link import Link
 from kelvotour import archives
 from kelvotour.badlink import BadLink
+from kelvotour.link import Link
 
 SIZE = 1_000_000
 

@@ -7,8 +7,8 @@ import subprocess
 import unittest
 
 from kelvoe2e.case import BINARIES, PASSWORD, FarmCase
-from kelvoe2e.link import Link
 from kelvotour import archives
+from kelvotour.link import Link
 
 
 class LifeTest(FarmCase):

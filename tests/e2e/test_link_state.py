@@ -6,7 +6,7 @@ import time
 import unittest
 
 from kelvoe2e.case import FarmCase
-from kelvoe2e.link import GUARD_SECONDS, Link
+from kelvotour.link import GUARD_SECONDS, Link
 from kelvoe2e.loginpage import LoginPage
 from kelvotour import archives
 from needs import wrong_clock

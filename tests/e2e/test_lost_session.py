@@ -4,8 +4,8 @@ import random
 import unittest
 
 from kelvoe2e.case import FarmCase
-from kelvoe2e.link import Link
 from kelvotour import archives
+from kelvotour.link import Link
 
 NEW_PASSWORD = "eight brown fields"
 

@@ -6,9 +6,9 @@ import stat
 import unittest
 
 from kelvoe2e.case import FarmCase
-from kelvoe2e.link import Link
 from kelvoe2e.needs import BOUND_BY_MODES, needs_modes
 from kelvotour import archives
+from kelvotour.link import Link
 from kelvotour.service import more
 
 INCOMING, MAPS, REPORTS, STATE = "incoming", "from-service/prescriptions", "to-service/job-reports", "state/kesdk"

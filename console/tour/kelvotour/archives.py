@@ -10,6 +10,7 @@ from pathlib import Path
 from .entries import RESERVED, all_paths, is_refused, paths_of, take_own_flags
 
 SUFFIXES = (".zip", ".ZIP")
+LARGE = "large.zip"
 LARGE_BYTES = 6 * 1024 * 1024
 CHUNK_BYTES = 1024 * 1024
 
@@ -26,12 +27,17 @@ def make_samples(folder):
         "with folders.zip": {"TASKDATA/TASKDATA.XML": b"<Task/>\n", "TASKDATA/grids/a/GRD00001.BIN": b"\0" * 5000,
                              "read me.txt": "Größe in Hektar\n".encode()},
         "Wiesen-Düngung žluťoučký.zip": {"Schläge/Wiese östlich.xml": b"<Partfield/>\n", "TASKDATA.XML": b"<x/>\n"},
-        "large.zip": {"GRD00009.BIN": noise.randbytes(LARGE_BYTES), "TASKDATA.XML": b"<Task large='1'/>\n"},
         "OLD-NAMES.ZIP": {"LINES.XML": b"<Lines/>\n", "EMPTY.TXT": b""},
     }
     for name, files in samples.items():
         write_zip(folder / name, files)
+    write_large(folder)
     return folder
+
+
+def write_large(folder):
+    return write_zip(folder / LARGE, {"GRD00009.BIN": random.Random(2).randbytes(LARGE_BYTES),
+                                      "TASKDATA.XML": b"<Task large='1'/>\n"})
 
 
 def write_zip(path, files):

@@ -1,11 +1,11 @@
 """The operator's day at the screens: its steps, the checks after each step, and a picture of each step."""
 
 import json
-import signal
 from contextlib import contextmanager
 
 from . import archives
 from .farm import OPERATOR, PASSWORDS, Farm
+from .link import Link
 from .receiver import write_log
 from .steps import Steps, fresh_folder, require
 from .texts import Texts
@@ -16,6 +16,7 @@ LOG_SECONDS = 3600  # positions for longer than any tour
 REPORTS = {"2024-05-17 north field.zip": {"REPORT.XML": b"<Report hectares='12.5'/>\n"},
            "2024-05-18 meadow.zip": {"REPORT.XML": b"<Report hectares='3.1'/>\n"}}
 CORRUPT = "m-corrupt.zip"
+SLOW_BYTES_PER_SECOND = 400_000  # the large archive then takes 15 s
 
 
 class ScreenDay:
@@ -32,6 +33,7 @@ class ScreenDay:
         self.steps = Steps(folder)
         self.farm = Farm(binaries, folder)
         self.text = Texts(language)
+        self.link = None
         self.window = None
         self.office = None
         self.sent = {}
@@ -76,7 +78,7 @@ class ScreenDay:
     def start_console(self):
         log = write_log(self.farm.work / "drive.nmea", LOG_SECONDS)
         self.window = self.kind_of_window(
-            self.farm.binaries, self.farm.service.address, self.farm.service.ca, self.console_data,
+            self.farm.binaries, self.link.address, self.farm.service.ca, self.console_data,
             self.folder / "console.log", size=self.size, options=("--gps", f"nmea:{log}"))
         return self.window.until(lambda screen: screen.can_press(self.text("Login")), "the login panel")
 
@@ -84,6 +86,7 @@ class ScreenDay:
         """Starts service and console. False if that fails: then there is nothing to play."""
         with self.steps.step("the service starts, with a farm, an office and an operator"):
             self.farm.service.start()
+            self.link = Link(self.farm.service.address)
             self.office = self.farm.make()
         if self.language:
             self.choose_language()
@@ -144,6 +147,8 @@ class ScreenDay:
         """The office's archives reach the list without a request of the operator."""
         data = self.data or archives.make_samples(self.farm.work / "archives")
         self.sent = {path.name: path for path in archives.archives_in(data)}
+        if self.data:
+            self.sent[archives.LARGE] = archives.write_large(self.farm.work)
         with self.shown("05-new-files", f"the office sends {len(self.sent)} maps, and the home page counts them as new"):
             for path in self.sent.values():
                 self.office.put(path, f"{OPERATOR}/To Console")
@@ -163,10 +168,11 @@ class ScreenDay:
             screen = window.look()
             require(sorted(screen.selected()) == sorted(chosen), f"the selection is {screen.selected()}")
             require(screen.can_press("Download"), "Download is disabled")
-        with self.service_stopped(), self.shown("08-downloading", "they are downloaded; the dialog shows the progress"):
+        with self.shown("08-downloading", "they are downloaded; dialog and status bar show the progress"):
+            self.link.slow("down", SLOW_BYTES_PER_SECOND)
             window.press("Download")
-            window.until(lambda screen: chosen[0] in screen.dialog(text("File Transfer"))["text"], "its name")
-            window.until(lambda screen: text("Connected") not in screen.labels(), "the transfer in the status bar")
+            window.until(self.shows_rate, "the rate")
+        self.link.release()
         with self.shown("09-downloaded", "they are complete and unpacked byte for byte"):
             self.wait_for_dialog("File Transfer", text("Download complete."))
             for name in chosen:
@@ -183,18 +189,15 @@ class ScreenDay:
         self.acknowledge()
 
     def two_sound_archives(self):
-        """Two sound archives with different files."""
+        """The first sound archive and the large one."""
         good = [name for name, path in self.sent.items() if archives.expected_files(path) is not None]
-        return good[:2]
+        return [*[name for name in good if name != archives.LARGE][:1], archives.LARGE]
 
-    @contextmanager
-    def service_stopped(self):
-        """Stops the service, so that a picture shows a running operation."""
-        self.farm.service.process.send_signal(signal.SIGSTOP)
-        try:
-            yield
-        finally:
-            self.farm.service.process.send_signal(signal.SIGCONT)
+    def shows_rate(self, screen):
+        """Whether the dialog and the status bar show the large archive's rate."""
+        dialog = screen.dialog(self.text("File Transfer"))
+        return archives.LARGE in dialog["text"] and all(
+            any("/s " in label for label in window["labels"]) for window in (screen.console, dialog))
 
     def select_only(self, *names):
         for name in self.window.look().selected():
@@ -268,12 +271,14 @@ class ScreenDay:
             window.press(text("Logout"))
             window.until(lambda screen: screen.can_press(text("Login")), "Login")
             self.farm.service.stop()
+            self.link.close()
             window.press(text("Login"))
             window.until(lambda screen: screen.dialog(text("KELVO Login Error")), "the error")
         with self.shown("18-banner", "a banner shows the failure until the next login"):
             self.acknowledge()
         with self.steps.step("when the service is back, the login succeeds"):
             self.farm.service.start()
+            self.link = Link(self.farm.service.address, self.link.address)
             window.press(text("Login"))
             window.until(lambda screen: screen.can_press(text("Logout")), "Logout")
 
@@ -313,4 +318,6 @@ class ScreenDay:
     def close(self):
         if self.window is not None and self.window.process.poll() is None:
             self.window.close()
+        if self.link is not None:
+            self.link.close()
         self.farm.service.close()

@@ -13,7 +13,8 @@ from .display import Display
 
 GUARD_SECONDS = 120  # ends only a process that hangs
 LOOK_SECONDS = 0.02  # between two looks
-VOLATILE = re.compile(r"\d\d:\d\d\.?$|\d°|\n$|^\d+ ?%|[:/]\u200b|\d [kMGT]?B$")  # the last two: a port or a folder, free space
+# A time, a position, a transfer in the status bar and in its dialog, a port or a folder, free space.
+VOLATILE = re.compile(r"\d\d:\d\d\.?$|\d°|^\d+ ?%|/s |[:/]\u200b|\d [kMGT]?B$")
 
 
 class WindowError(Exception):

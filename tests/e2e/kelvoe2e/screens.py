@@ -8,9 +8,9 @@ import shutil
 from pathlib import Path
 
 from kelvoe2e.case import BINARIES, PASSWORD, FarmCase
-from kelvoe2e.link import Link
 from kelvoe2e.needs import needs
 from kelvotour import archives
+from kelvotour.link import Link
 from kelvotour.window import Window, WindowError
 
 BINARIES_WITH_DRIVER = dataclasses.replace(BINARIES, driver=Path(os.environ["KELVO_DRIVER"]))

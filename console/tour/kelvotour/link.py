@@ -1,4 +1,4 @@
-"""A link between console and service that a test can hold and cut."""
+"""A link between console and service that its user can slow, hold and cut."""
 
 import asyncio
 import sys
@@ -14,17 +14,19 @@ from kelvolink.scenario import Rule, Scenario  # noqa: E402
 from kelvolink.values import Span  # noqa: E402
 
 GUARD_SECONDS = 60  # ends a test that hangs
+SLOW_STALL_SECONDS = 0.25  # a slow link carries its bytes in portions, with stalls of this time between them
 
 
 class Link:
     """Forwards connections to a service. The proxy runs on its own thread.
 
+    `slow(side, n)`: each connection carries n bytes a second in this direction, until `release`.
     `hold(side, n)`: each connection stops after n more bytes in this direction, until `release`.
     `cut(side, n)`: resets one connection after n more bytes in this direction.
     The bytes count for each connection, so a few hundred bytes never hold the quiet event stream.
     """
 
-    def __init__(self, target):
+    def __init__(self, target, listen="127.0.0.1:0"):
         self._done = []  # the actions that the proxy logged
         self._lock = threading.Condition()  # guards _done
         self._rules = {}  # (action, side): the current rule
@@ -32,7 +34,11 @@ class Link:
         self._loop = asyncio.new_event_loop()
         self._thread = threading.Thread(target=self._loop.run_forever, daemon=True)
         self._thread.start()
-        self._proxy, self.address = self._call(self._open, sockets.endpoint(target))
+        self._proxy, self.address = self._call(self._open, sockets.endpoint(target), sockets.endpoint(listen))
+
+    def slow(self, side, bytes_per_second):
+        portion = round(bytes_per_second * SLOW_STALL_SECONDS)
+        self._call(self._set_rule, "stall", side, portion, None, SLOW_STALL_SECONDS)
 
     def hold(self, side, after):
         self._call(self._set_rule, "stall", side, after)
@@ -77,14 +83,16 @@ class Link:
 
     # On the proxy's thread.
 
-    def _open(self, target):
+    def _open(self, target, listen):
         proxy = Proxy(Scenario("link"), 1, target, Clock(), self)
-        return proxy, proxy.open("127.0.0.1", 0)
+        return proxy, proxy.open(*listen)
 
-    def _set_rule(self, what, side, after, times=None):
+    def _set_rule(self, what, side, after, times=None, seconds=None):
+        """Acts once on each connection, or with `seconds` again and again."""
         self._drop_rule(what, side)
         self._count += 1
-        rule = Rule(self._count, what, side, after_bytes=Span(after, after), times=times)
+        rule = Rule(self._count, what, side, after_bytes=Span(after, after), times=times,
+                    seconds=seconds and Span(seconds, seconds), repeat=seconds is not None)
         self._rules[(what, side)] = rule
         self._proxy.add_rule(rule)
 
