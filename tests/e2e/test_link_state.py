@@ -6,9 +6,9 @@ import time
 import unittest
 
 from kelvoe2e.case import FarmCase
-from kelvotour.link import GUARD_SECONDS, Link
 from kelvoe2e.loginpage import LoginPage
 from kelvotour import archives
+from kelvotour.link import GUARD_SECONDS, Link
 from needs import wrong_clock
 
 SIZE = 200_000
@@ -29,22 +29,29 @@ class LinkStateTest(FarmCase):
     def look(self, console):
         return console.run("link").value("link")
 
-    def until(self, console, wanted, what):
-        """Looks until the status is as wanted. Prints how long that took, and returns the status."""
+    def until_last(self, console, state_of, order, guide):
+        """Looks until `state_of` the status is the last of `order`, and returns the status. No other states than
+        those of `order` may come, and none may come again. Prints how long that took, beside the guide's time."""
         begin = time.monotonic()
-        while True:
+        seen = []
+        while not seen or seen[-1] != order[-1]:
             status = self.look(console)
-            if wanted(status):
-                print(f"{what}: {time.monotonic() - begin:.2f} s")
-                return status
-            if time.monotonic() - begin > GUARD_SECONDS:
-                raise AssertionError(f"{what} did not come; the last status is {status}")
+            if state_of(status) not in seen[-1:]:
+                seen.append(state_of(status))
+                self.assertEqual(seen, [state for state in order if state in seen])
+            self.assertLess(time.monotonic() - begin, GUARD_SECONDS, f"{order[-1]!r} did not come; there was {seen}")
             time.sleep(LOOK_SECONDS)
+        print(f"{self.id()}: {order[-1]!r} is shown after {time.monotonic() - begin:.2f} s; the guide says {guide}")
+        return status
 
-    def until_problem(self, console, problem, what):
-        status = self.until(console, lambda status: status["problem"] == problem, what)
+    def until_problem(self, console, *order, guide):
+        status = self.until_last(console, lambda status: status["problem"], order, guide)
         self.assertEqual(status["session"], "logged in")
         return status
+
+    def until_phase(self, console, *order, guide="no time"):
+        """None stands for no transfer."""
+        return self.until_last(console, lambda status: status.get("transfer", {}).get("phase"), order, guide)
 
     def refused(self, problem, **options):
         """A login that fails."""
@@ -60,7 +67,7 @@ class LinkStateTest(FarmCase):
         self.assertEqual(self.look(console)["problem"], "none")
         contact = self.look(console)["lastContact"]
         self.service.kill()
-        status = self.until_problem(console, "no answer", "a killed service is shown after")
+        status = self.until_problem(console, "none", "no answer", guide="two minutes")
         self.assertGreaterEqual(status["offlineSince"], contact)
         self.service.start()
         (console.data / "to-service/curves/one.crv").write_bytes(b"curve")
@@ -72,9 +79,9 @@ class LinkStateTest(FarmCase):
     def test_a_service_that_comes_back_is_shown_without_a_command(self):
         console = self.logged_in()
         self.service.kill()
-        self.until_problem(console, "no answer", "a killed service is shown after")
+        self.until_problem(console, "none", "no answer", guide="two minutes")
         self.service.start()
-        self.until_problem(console, "none", "a service that is back is shown after")
+        self.until_problem(console, "no answer", "none", guide="one second")
 
     def test_a_network_that_wants_a_login(self):
         link, console = self.link_through()
@@ -82,7 +89,7 @@ class LinkStateTest(FarmCase):
         link.close()
         page = LoginPage(address)
         self.addCleanup(page.close)
-        self.until_problem(console, "network wants login", "a login page is shown after")
+        self.until_problem(console, "none", "no answer", "network wants login", guide="two minutes")
 
     def test_a_network_that_wants_a_login_before_the_login(self):
         with socket.create_server(("127.0.0.1", 0)) as free:
@@ -127,14 +134,24 @@ class LinkStateTest(FarmCase):
         link.hold("up", SIZE // 4)
         self.watch_a_stall(console, link, "upload", "upload curves one.crv", "one.crv", len(content))
 
+    def test_an_upload_whose_answer_is_late(self):
+        link, console = self.link_through()
+        (console.data / "to-service/curves/one.crv").write_bytes(bytes(SIZE))
+        link.hold("down", 0)
+        mark = console.mark()
+        self.assert_ok(console.run("upload curves one.crv &"))
+        transfer = self.until_phase(console, None, "moves", "verifies")["transfer"]
+        self.assertEqual((transfer["done"], transfer["total"]), (SIZE, SIZE))
+        link.release()
+        self.until_phase(console, "verifies", None)
+        self.assertTrue(console.finish("upload", mark).ok)
+
     def watch_a_stall(self, console, link, verb, command, name, total):
         self.assertNotIn("transfer", self.look(console))
         mark = console.mark()
         self.assert_ok(console.run(command + " &"))
         link.wait_until_held()
-        status = self.until(console, lambda status: status.get("transfer", {}).get("phase") == "waits",
-                            f"the stall of the {verb} is shown after")
-        transfer = status["transfer"]
+        transfer = self.until_phase(console, "moves", "waits", guide="three seconds")["transfer"]
         self.assertEqual((transfer["direction"], transfer["name"], transfer["total"]), (verb, name, total))
         self.assertGreater(transfer["done"], 0)
         self.assertLess(transfer["done"], total)
@@ -142,8 +159,7 @@ class LinkStateTest(FarmCase):
         # Five minutes after the last byte.
         self.assertAlmostEqual(transfer["waitsUntil"], time.time() + 300, delta=GUARD_SECONDS)
         link.release()
-        self.until(console, lambda status: status.get("transfer", {"phase": ""})["phase"] != "waits",
-                   f"the end of the stall is shown after")
+        self.until_phase(console, "waits", "moves", "verifies", None)
         self.assertTrue(console.finish(verb, mark).ok)
         self.assertNotIn("transfer", self.look(console))
 

@@ -20,7 +20,7 @@ GUIDE = Path(__file__).resolve().parents[2] / "docs/pictures"
 
 
 class ScreensLinkTest(ScreensCase):
-    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "tomas", "eva"))  # the pictures show them
+    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "oskar", "tomas", "eva"))  # the pictures show them
 
     def setUp(self):
         super().setUp()
@@ -94,7 +94,7 @@ class ScreensLinkTest(ScreensCase):
         self.addCleanup(island.close)
         window = self.logged_in_window(address=island.address, prefix=island.prefix)
         island.lose_network()
-        self.until_bar(window, "No network\nsince ", "link-no-network-since")
+        self.until_bar(window, "No network\nsince ", "link-no-network-since", guide="two minutes")
         island.regain_network()
         self.until_bar(window, "Connected", guide="four seconds")
 
@@ -104,7 +104,7 @@ class ScreensLinkTest(ScreensCase):
         link.close()
         page = LoginPage(link.address)
         self.addCleanup(page.close)
-        self.until_bar(window, "Network wants a login\nsince ", "link-wants-login")
+        self.until_bar(window, "Network wants a login\nsince ", "link-wants-login", guide="two minutes")
 
     def test_a_download_that_stalls(self):
         link = self.link()
@@ -113,7 +113,7 @@ class ScreensLinkTest(ScreensCase):
         self.select(window, "a.zip")
         link.hold("down", MIDDLE_BYTES)
         window.press("Download")
-        self.until_bar(window, "Nothing moves\nuntil ")
+        self.until_bar(window, "Nothing moves\nuntil ", guide="three seconds")
         window.until(lambda screen: self.transfer_text(screen) is not None, "the transfer in the dialog")
         self.take_picture(window, "link-waits")
         text = self.transfer_text(window.look())
@@ -122,6 +122,21 @@ class ScreensLinkTest(ScreensCase):
         self.finish(window, "File Transfer", "Download complete.")
         self.until_bar(window, "Connected")
         self.assertIsNone(self.transfer_text(window.look()))
+
+    def test_an_upload_whose_answer_is_late(self):
+        link = self.link()
+        window = self.open_file_controller(link)
+        reports = self.add_reports("2024-05-17 north field.zip")
+        self.show_files_to_upload(window, reports)
+        self.select(window, *reports)
+        link.hold("down", 0)
+        window.press("Upload")
+        self.until_bar(window, "100 %")
+        words = "200.0 of 200.0 kB\nChecking the file..."
+        window.until(lambda screen: self.transfer_text(screen) == words, words)
+        self.take_picture(window, "link-checks")
+        link.release()
+        self.finish(window, "File Transfer", "Upload complete.")
 
     def transfer_text(self, screen):
         texts = [label for popup in screen.popups for label in popup["labels"] if " of " in label]
