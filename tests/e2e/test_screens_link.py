@@ -20,7 +20,8 @@ GUIDE = Path(__file__).resolve().parents[2] / "docs/pictures"
 
 
 class ScreensLinkTest(ScreensCase):
-    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "oskar", "tomas", "eva"))  # the pictures show them
+    # The pictures show them.
+    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "oskar", "tomas", "karin", "eva"))
 
     def setUp(self):
         super().setUp()
@@ -149,6 +150,10 @@ class ScreensLinkTest(ScreensCase):
     def test_shows_that_the_clock_is_wrong(self):
         window = self.fail_to_log_in(prefix=wrong_clock(self))
         self.until_bar(window, "Clock is wrong", "link-clock-wrong")
+
+    def test_shows_that_the_service_is_not_trusted(self):
+        window = self.fail_to_log_in(ca="/etc/hostname")  # readable, and no certificate
+        self.until_bar(window, "Service not trusted\nat ", "link-not-trusted")
 
 
 if __name__ == "__main__":

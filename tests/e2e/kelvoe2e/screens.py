@@ -42,10 +42,10 @@ class ScreensCase(FarmCase):
         self.addCleanup(link.close)
         return link
 
-    def open_window(self, link=None, address=None, prefix=()):
+    def open_window(self, link=None, address=None, ca=None, prefix=()):
         """Opens a console's window at the login panel."""
         address = address or (link.address if link else self.service.address)
-        window = Window(BINARIES_WITH_DRIVER, address, self.service.ca, self.data,
+        window = Window(BINARIES_WITH_DRIVER, address, ca or self.service.ca, self.data,
                         self.folder / f"window-{len(self.windows)}.log", prefix=prefix)
         self.windows.append(window)
         window.until(lambda screen: screen.can_press("Login"), "the login panel")
