@@ -37,6 +37,7 @@ ApiApplication::ApiApplication(Context& context, metrics::Metrics& metrics)
     addUploadRoutes(router_, context);
     addBinRoutes(router_, context);
     addReportRoutes(router_, context);
+    addFetchRoutes(router_, context);
     addConsoleRoutes(router_, context);
     addEventRoutes(router_, context);
     addFarmRoutes(router_, context);

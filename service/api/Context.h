@@ -62,6 +62,7 @@ void addBinRoutes(http::Router& router, Context& context);
 void addReportRoutes(http::Router& router, Context& context);
 void addConsoleRoutes(http::Router& router, Context& context);
 void addEventRoutes(http::Router& router, Context& context);
+void addFetchRoutes(http::Router& router, Context& context);
 void addFarmRoutes(http::Router& router, Context& context);
 void addQuotaRoutes(http::Router& router, Context& context);
 void addUserRoutes(http::Router& router, Context& context);

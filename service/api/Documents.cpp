@@ -55,6 +55,18 @@ Json toJson(const store::BinnedFile& binned)
     return document;
 }
 
+void addFetch(Json& file, const store::Fetch& fetch)
+{
+    file["fetched_at"] = rfc3339(fetch.fetchedMs);
+    file["fetched_by"] = {{"console", fetch.console},
+                          {"user", {{"id", fetch.userId}, {"name", fetch.userName}}}};
+    if (fetch.unpackedMs > 0) {
+        file["unpacked_at"] = rfc3339(fetch.unpackedMs);
+    } else if (!fetch.unpackError.empty()) {
+        file["unpack_error"] = fetch.unpackError;
+    }
+}
+
 Json toJson(const store::SessionInfo& session, const std::string& currentTokenHash)
 {
     std::string console;

@@ -1,6 +1,7 @@
 // The store's records as the API's JSON.
 #pragma once
 
+#include "service/store/FetchTable.h"
 #include "service/store/Records.h"
 #include "service/store/SessionTable.h"
 
@@ -17,6 +18,9 @@ Json toJson(const store::Farm& farm);
 Json toJson(const store::User& user);
 Json toJson(const store::File& file);
 Json toJson(const store::BinnedFile& file);
+
+/** Adds the members of a fetch to the record of its file. */
+void addFetch(Json& file, const store::Fetch& fetch);
 
 /** `currentTokenHash`: the session of the request. */
 Json toJson(const store::SessionInfo& session, const std::string& currentTokenHash);

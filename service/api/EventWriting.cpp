@@ -3,6 +3,7 @@
 #include "service/api/Documents.h"
 #include "service/store/ConsoleTable.h"
 #include "service/store/EventTable.h"
+#include "service/store/FetchTable.h"
 
 namespace kelvo::api {
 
@@ -18,12 +19,16 @@ void append(store::Transaction& transaction, const EventFrame& frame, store::Eve
     }
 }
 
+Json fileEvent(const store::Inbox& inbox, Json entry)
+{
+    return {{"container", {{"id", inbox.id}, {"kind", "user-inbox"}, {"project", inbox.project}}},
+            {"entry", std::move(entry)}};
+}
+
 void addFileEvent(store::Transaction& transaction, const EventFrame& frame, const char* name,
                   const store::Inbox& inbox, const store::File& file)
 {
-    const Json data{
-        {"container", {{"id", inbox.id}, {"kind", "user-inbox"}, {"project", inbox.project}}},
-        {"entry", toJson(file)}};
+    const Json data = fileEvent(inbox, toJson(file));
     append(transaction, frame,
            {.name = name, .owner = inbox.ownerId, .fullData = data.dump(), .commonData = {}});
 }
@@ -34,12 +39,26 @@ void addFileAdded(store::Transaction& transaction, const EventFrame& frame,
                   const store::Inbox& inbox, const store::File& file)
 {
     addFileEvent(transaction, frame, "file-added", inbox, file);
+    addFileFetched(transaction, frame, inbox, file);
 }
 
 void addFileRemoved(store::Transaction& transaction, const EventFrame& frame,
                     const store::Inbox& inbox, const store::File& file)
 {
     addFileEvent(transaction, frame, "file-removed", inbox, file);
+}
+
+void addFileFetched(store::Transaction& transaction, const EventFrame& frame,
+                    const store::Inbox& inbox, const store::File& file)
+{
+    const auto fetch = store::lastFetchOf(transaction.sql, frame.farm, file.id);
+    if (!fetch) {
+        return;
+    }
+    Json entry = toJson(file);
+    addFetch(entry, *fetch);
+    append(transaction, frame,
+           {.name = "file-fetched", .fullData = fileEvent(inbox, entry).dump(), .commonData = {}});
 }
 
 void addInboxAdded(store::Transaction& transaction, const EventFrame& frame,

@@ -15,9 +15,15 @@ struct EventFrame
     long long eventsKept = 0; // older events are pruned; 0: no limit
 };
 
+/** If a console has fetched the file, before the bin or under another name, file-fetched follows.
+ */
 void addFileAdded(store::Transaction& transaction, const EventFrame& frame,
                   const store::Inbox& inbox, const store::File& file);
 void addFileRemoved(store::Transaction& transaction, const EventFrame& frame,
+                    const store::Inbox& inbox, const store::File& file);
+
+/** For the office: the newest fetch of the file. Consoles do not get the event. */
+void addFileFetched(store::Transaction& transaction, const EventFrame& frame,
                     const store::Inbox& inbox, const store::File& file);
 
 /** The whole farm gets the event. Only users who may read the inbox get its (empty) entries. */

@@ -9,6 +9,7 @@
 #include "service/http/Ranges.h"
 #include "service/http/Router.h"
 #include "service/store/FarmTable.h"
+#include "service/store/FetchTable.h"
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
 
@@ -77,7 +78,12 @@ Response describeResource(Context& context, soci::session& sql, const store::Use
     if (!inbox || !mayUse(user, *inbox)) {
         throwNotFound();
     }
-    return Response::json(toJson(*file)).with("ETag", etagOf(*file));
+    Json document = toJson(*file);
+    if (const auto fetch = store::lastFetchOf(sql, user.farmId(), id);
+        fetch && user.role == store::ERole::Office) {
+        addFetch(document, *fetch);
+    }
+    return Response::json(document).with("ETag", etagOf(*file));
 }
 
 Async<Response> getResource(Context& context, Request& request)

@@ -2,6 +2,7 @@
 
 #include "service/api/Access.h"
 #include "service/store/FarmTable.h"
+#include "service/store/FetchTable.h"
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
 
@@ -29,8 +30,19 @@ void Snapshot::addInbox(const store::Inbox& inbox)
         return;
     }
     answer_.open(toJson(inbox), "entries");
-    store::eachFileOf(sql_, user_.farmId(), inbox.id,
-                      [this](const store::File& file) { answer_.add(toJson(file)); });
+    const auto add = [this](const store::File& file, const store::Fetch* fetch) {
+        Json entry = toJson(file);
+        if (fetch) {
+            addFetch(entry, *fetch);
+        }
+        answer_.add(entry);
+    };
+    if (user_.role == store::ERole::Office) {
+        store::eachFileWithFetch(sql_, user_.farmId(), inbox.id, add);
+    } else {
+        store::eachFileOf(sql_, user_.farmId(), inbox.id,
+                          [&add](const store::File& file) { add(file, nullptr); });
+    }
     answer_.close();
 }
 

@@ -1,9 +1,12 @@
 // ls: the inboxes and files that the caller may see.
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/FetchText.h"
 #include "service/kelvoctl/Names.h"
 
+#include <algorithm>
 #include <iostream>
+#include <iterator>
 
 namespace kelvoctl {
 namespace {
@@ -14,6 +17,7 @@ struct ListOptions
 {
     std::string project;
     std::string owner;
+    bool notFetched = false;
 };
 
 void printInbox(const json& project, const json& inbox)
@@ -24,8 +28,23 @@ void printInbox(const json& project, const json& inbox)
     for (const json& file : inbox.value("entries", json::array())) {
         std::cout << "  " << file.at("id") << "  " << file.at("size") << "  "
                   << printable(file.at("created_at").get<std::string>()) << "  "
-                  << printable(file.at("name").get<std::string>()) << "\n";
+                  << printable(file.at("name").get<std::string>());
+        if (file.contains("fetched_at")) {
+            std::cout << "  " << printable(fetchText(file));
+        }
+        std::cout << "\n";
     }
+}
+
+json withoutFetched(json inbox)
+{
+    if (const auto entries = inbox.find("entries"); entries != inbox.end()) {
+        json rest = json::array();
+        std::copy_if(entries->begin(), entries->end(), std::back_inserter(rest),
+                     [](const json& file) { return !file.contains("fetched_at"); });
+        *entries = std::move(rest);
+    }
+    return inbox;
 }
 
 // The projects with only the requested inboxes.
@@ -39,7 +58,7 @@ json filtered(const json& projects, const ListOptions& options)
         json inboxes = json::array();
         for (const json& inbox : project.at("resources")) {
             if (options.owner.empty() || inbox.at("owner").at("name") == options.owner) {
-                inboxes.push_back(inbox);
+                inboxes.push_back(options.notFetched ? withoutFetched(inbox) : inbox);
             }
         }
         project["resources"] = inboxes;
@@ -75,6 +94,8 @@ void addListCommand(CLI::App& line, CommandContext& context)
     CLI::App* ls = line.add_subcommand("ls", "List inboxes and their files")->fallthrough();
     ls->add_option("PROJECT", options->project, "Only this project, such as \"To Console\"");
     ls->add_option("--owner", options->owner, "Only this user's inboxes")->type_name("NAME");
+    ls->add_flag("--not-fetched", options->notFetched,
+                 "Only files that no console has fetched (for the office)");
     ls->callback(
         [&context, options] { context.action = [&context, options] { list(context, *options); }; });
 }

@@ -3,6 +3,7 @@
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/EventParser.h"
 #include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/FetchText.h"
 #include "service/kelvoctl/Names.h"
 
 #include <iostream>
@@ -28,6 +29,11 @@ std::string summary(const std::string& name, const json& data)
         const json& file = data.at("entry");
         return "file " + file.at("id").dump() + " " + file.at("name").get<std::string>() + " (" +
                file.at("size").dump() + " bytes) in inbox " + data.at("container").at("id").dump();
+    }
+    if (name == "file-fetched") {
+        const json& file = data.at("entry");
+        return "file " + file.at("id").dump() + " " + file.at("name").get<std::string>() + " " +
+               fetchText(file);
     }
     if (name == "inbox-added") {
         return "inbox " + data.at("entry").at("id").dump() + " of " +

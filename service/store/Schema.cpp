@@ -233,6 +233,16 @@ constexpr const char* auditShares[] = {
     " SELECT farm_id, share, MAX(number) FROM audit GROUP BY farm_id, share",
 };
 
+// A fetch names a user without a reference: a user's row goes only with the whole farm.
+constexpr const char* fetches[] = {
+    "CREATE TABLE fetches (farm_id BIGINT NOT NULL, file_id BIGINT NOT NULL,"
+    " console_id BIGINT NOT NULL REFERENCES consoles (id) ON DELETE CASCADE,"
+    " user_id BIGINT NOT NULL, fetched_ms BIGINT NOT NULL, unpacked_ms BIGINT NOT NULL,"
+    " unpack_error TEXT NOT NULL, PRIMARY KEY (farm_id, file_id, console_id),"
+    " FOREIGN KEY (farm_id, file_id) REFERENCES files (farm_id, id) ON DELETE CASCADE)",
+    "CREATE INDEX fetches_by_console ON fetches (console_id)",
+};
+
 /** Step N migrates version N to N+1. A released step is never changed; new steps are added. */
 constexpr std::array migrations{
     std::span<const char* const>(firstSchema),
@@ -247,6 +257,7 @@ constexpr std::array migrations{
     std::span<const char* const>(heldBytes),
     std::span<const char* const>(fileIndexes),
     std::span<const char* const>(listOrders),
+    std::span<const char* const>(fetches),
     std::span<const char* const>(auditShares),
 };
 

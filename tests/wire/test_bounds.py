@@ -16,6 +16,7 @@ BODIES = {  # A valid body for each request with one.
     "putEnvironment": {"timestamp_ms": NOW * 1000, "console": {}, "controller": {}},
     "putDevice": {"timestamp_ms": NOW * 1000, "state": 1, "flag": True, "device": {}},
     "addPosition": {"time_s": NOW, "latitude": 1, "longitude": 2},
+    "addFetches": {"fetches": [{"file": 1, "age_s": 0, "unpack_error": ""}]},
     "createFarm": {"name": "Wide Farm"},
     "renameFarm": {"name": "Wide Farm"},
     "createUser": {"farm": "Hill Farm", "name": "wide", "password": PASSWORD, "role": "operator"},
@@ -65,7 +66,7 @@ class Bounds(WireTest):
         self.olga, self.admin = self.user("olga"), self.user("admin")
 
     def client_of(self, operation):
-        return self.olga if operation in (*REPORTS, "renameFile", "createSession", "changeOwnPassword") else self.admin
+        return self.olga if operation in (*REPORTS, "addFetches", "renameFile", "createSession", "changeOwnPassword") else self.admin
 
     def path_of(self, path):
         if "{id}" not in path:

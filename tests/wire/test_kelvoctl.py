@@ -349,6 +349,24 @@ class Commands(KelvoctlTest):
         self.assertIn("file-removed", tool.run("watch", "--from", first, "--count", "1")[0])
         tool.run("watch", "--from", "99999999999", code=REFUSED)
 
+    def test_the_office_lists_and_watches_fetches(self):
+        olga, anna = self.user("olga"), self.tool("anna")
+        inbox = make_inbox(olga, "Pivots")
+        fetched, waiting = (olga.put(name, [inbox], name.encode())[0] for name in ("fetched.zip", "waiting.zip"))
+        watch = self.start_watch(anna, "watch", "--count", "1")
+        olga.post("/fetches", 204, json={"fetches": [{"file": fetched["id"], "age_s": 0, "unpack_error": "No\u001b room"}]})
+        self.assertRegex(watch.stdout.read(), r"file-fetched  file [0-9]+ fetched.zip fetched by console [0-9]+ of olga at .*, not unpacked: No\? room")
+        lines = anna.run("ls", "Pivots", "--owner", "olga")[0].splitlines()[-2:]
+        self.assertRegex(lines[0], r"fetched.zip  fetched by console [0-9]+ of olga at .*, not unpacked: No\? room$")
+        self.assertRegex(lines[1], r"waiting.zip$")
+        lines = anna.run("ls", "Pivots", "--owner", "olga", "--not-fetched")[0].splitlines()
+        self.assertIn("waiting.zip", lines[-1])
+        self.assertNotIn("fetched.zip", "".join(lines))
+        rest = anna.json("ls", "Pivots", "--owner", "olga", "--not-fetched")
+        ids = [entry["id"] for entry in rest[0]["resources"][0]["entries"]]
+        self.assertIn(waiting["id"], ids)
+        self.assertNotIn(fetched["id"], ids)
+
     def test_consoles_and_their_tracks_are_for_the_office(self):
         olga, anna = self.user("olga"), self.tool("anna")
         day = {"timestamp_ms": 1000, "console": {"console_string": "Console\x1b 12", "hardware_address": "00:1b"}, "controller": {}}

@@ -12,7 +12,8 @@ from kelvowire.contract import BASE
 from kelvowire.farm import WireTest, make_inbox
 from kelvowire.http import CONTRACT, LEAKS, TIMEOUT, exchange, metrics, raw_socket
 
-JSON_ROUTES = (("POST", "/sessions"), ("PUT", "/environment"), ("PUT", "/devices"), ("POST", "/positions"))
+JSON_ROUTES = (("POST", "/sessions"), ("PUT", "/environment"), ("PUT", "/devices"), ("POST", "/positions"),
+               ("POST", "/fetches"))
 JSON_ROUTES_OF_ADMINS = (("POST", "/farms"), ("POST", "/users"), ("PATCH", "/users/1"))
 CLOSED = (ConnectionError, http.client.BadStatusLine, ssl.SSLError)
 

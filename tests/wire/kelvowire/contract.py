@@ -167,6 +167,10 @@ class Contract:
         if len(value) < bound:
             raise Violation(f"{where}: fewer than {bound} items")
 
+    def _rule_maxItems(self, bound, value, where, _):
+        if len(value) > bound:
+            raise Violation(f"{where}: more than {bound} items")
+
     def _rule_required(self, names, value, where, _):
         missing = [name for name in names if name not in value]
         if missing:

@@ -1,0 +1,19 @@
+#include "service/kelvoctl/FetchText.h"
+
+namespace kelvoctl {
+
+std::string fetchText(const nlohmann::json& file)
+{
+    const nlohmann::json& by = file.at("fetched_by");
+    std::string text = "fetched by console " + by.at("console").dump() + " of " +
+                       by.at("user").at("name").get<std::string>() + " at " +
+                       file.at("fetched_at").get<std::string>();
+    if (file.contains("unpacked_at")) {
+        text += ", unpacked";
+    } else if (file.contains("unpack_error")) {
+        text += ", not unpacked: " + file.at("unpack_error").get<std::string>();
+    }
+    return text;
+}
+
+} // namespace kelvoctl

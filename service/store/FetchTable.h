@@ -1,0 +1,42 @@
+// Which console has fetched which file, as the consoles report it.
+#pragma once
+
+#include "service/store/Database.h"
+#include "service/store/Records.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace kelvo::store {
+
+/** A limit is needed, because an operator can report for any number of consoles. */
+inline constexpr int mostConsolesOfAFile = 20;
+
+/** What one console did with one file. */
+struct Fetch
+{
+    Id file = 0;
+    Id console = 0;
+    Id userId = 0;
+    std::string userName;
+    long long fetchedMs = 0;
+    long long unpackedMs = 0; // 0: not reported
+    std::string unpackError;  // empty: not reported, or unpacked later
+};
+
+/**
+ * Keeps the first fetch of the file by the console, its first unpacking and, until then, the last
+ * error. `fetch.userName` is not used. Returns whether the report has changed anything. A report of
+ * one console too many changes nothing.
+ */
+bool takeFetch(Transaction& transaction, Id farm, const Fetch& fetch);
+
+/** The newest fetch of the file. */
+std::optional<Fetch> lastFetchOf(soci::session& sql, Id farm, Id file);
+
+/** The files of one inbox in the order of their ids, each with its newest fetch or null. */
+void eachFileWithFetch(soci::session& sql, Id farm, Id inbox,
+                       const std::function<void(const File&, const Fetch*)>& visit);
+
+} // namespace kelvo::store
