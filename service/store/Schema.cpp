@@ -257,8 +257,8 @@ constexpr std::array migrations{
     std::span<const char* const>(heldBytes),
     std::span<const char* const>(fileIndexes),
     std::span<const char* const>(listOrders),
-    std::span<const char* const>(fetches),
     std::span<const char* const>(auditShares),
+    std::span<const char* const>(fetches),
 };
 
 int readVersion(soci::session& sql)
