@@ -79,10 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
            "a pause is at most 24 hours");
 
     OneAnswer transport(answer);
-    SystemClock clock;
-    SystemSleeper sleeper;
-    SystemJitter jitter;
-    Timing timing(clock, sleeper, jitter);
+    SystemTiming timing;
     RetryingClient http(transport, timing);
     ApiClient api(http);
     ApiCall call;

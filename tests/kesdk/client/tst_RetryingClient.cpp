@@ -38,10 +38,7 @@ protected:
         outcomes.pop_front();
         return outcome;
     }};
-    test::FakeClock clock{time};
-    test::FakeSleeper sleeper{time};
-    test::FixedJitter jitter{1.0};
-    Timing timing{clock, sleeper, jitter};
+    test::FakeTiming timing{time, 1.0};
     RetryingClient client{transport, timing};
     HttpRequest get;
     CallPolicy policy{4, 0ms, {500ms, 1500ms}, {}};
@@ -58,8 +55,7 @@ TEST_F(RetryingClientTest, RetriesADroppedGetWithGrowingPauses)
 
 TEST_F(RetryingClientTest, TakesHalfOfThePauseAtRandom)
 {
-    test::FixedJitter least{0.0};
-    Timing shortest(clock, sleeper, least);
+    test::FakeTiming shortest{time, 0.0};
     RetryingClient other(transport, shortest);
     outcomes = {Drop(), Drop(), Good(200)};
     other.Perform(get, policy, {});

@@ -16,13 +16,14 @@ using std::chrono::seconds;
 constexpr const char* kReport = "PUT /v1/devices";
 
 // Sleeps until Release, or until the abort check is true.
-class ReleasableSleeper : public BlockingSleeper
+class ReleasableTiming : public BlockingTiming
 {
 public:
+    using BlockingTiming::BlockingTiming;
     bool Sleep(std::chrono::milliseconds duration, const impl::AbortCheck& abort) override
     {
-        const bool isReleased = BlockingSleeper::Sleep(
-            duration, [&] { return m_isReleased || impl::IsAborted(abort); });
+        const bool isReleased =
+            BlockingTiming::Sleep(duration, [&] { return m_isReleased || impl::IsAborted(abort); });
         return isReleased || !impl::IsAborted(abort);
     }
     void Release()
@@ -42,9 +43,9 @@ protected:
     {
         impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};
         lines.requests.transport = NewSilentTransport();
-        auto sleeper = std::make_unique<ReleasableSleeper>(); // a lost stream stays lost
-        releaseStream = [sleeper = sleeper.get()] { sleeper->Release(); };
-        lines.session.sleeper = std::move(sleeper);
+        auto timing = std::make_unique<ReleasableTiming>(time, 0.0); // a lost stream stays lost
+        releaseStream = [timing = timing.get()] { timing->Release(); };
+        lines.session.timing = std::move(timing);
         connection->Unsubscribe(&listener);
         connection = std::make_unique<impl::Connection>(std::move(lines));
         connection->Subscribe(&listener);

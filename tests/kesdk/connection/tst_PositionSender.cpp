@@ -108,9 +108,7 @@ protected:
     std::shared_ptr<FakeTime> time = std::make_shared<FakeTime>();
     HangingLink link;
     impl::LinkBoard board;
-    impl::ApiLine line{{link.NewTransport(), std::make_unique<FakeClock>(time),
-                        std::make_unique<FakeSleeper>(time), std::make_unique<FixedJitter>(0.0)},
-                       board};
+    impl::ApiLine line{{link.NewTransport(), std::make_unique<FakeTiming>(time, 0.0)}, board};
     impl::PositionSender sender{line.Api(), [](std::int32_t) {}};
 };
 

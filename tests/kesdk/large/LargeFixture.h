@@ -81,10 +81,7 @@ protected:
         lines.push_back(sent.Line());
         return lines.size() <= answers.size() ? answers[lines.size() - 1](sent) : Drop();
     }};
-    FakeClock clock{time};
-    FakeSleeper sleeper{time};
-    FixedJitter jitter{1.0};
-    impl::Timing timing{clock, sleeper, jitter};
+    FakeTiming timing{time, 1.0};
     impl::RetryingClient http{transport, timing};
     impl::ApiClient api{http};
     impl::ApiCall call;

@@ -31,7 +31,7 @@ protected:
     void LetSleepsBlock()
     {
         impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};
-        lines.session.sleeper = std::make_unique<BlockingSleeper>();
+        lines.session.timing = std::make_unique<BlockingTiming>(time, 0.0);
         connection->Unsubscribe(&listener);
         connection = std::make_unique<impl::Connection>(std::move(lines), OnBoard());
         connection->Subscribe(&listener);
@@ -82,8 +82,7 @@ protected:
 
     impl::ApiLine::Dependencies NewLine()
     {
-        return {service.NewTransport(), std::make_unique<FakeClock>(time),
-                std::make_unique<FakeSleeper>(time), std::make_unique<FixedJitter>(0.0)};
+        return {service.NewTransport(), std::make_unique<FakeTiming>(time, 0.0)};
     }
 
     impl::Connection::Lasting OnBoard() const

@@ -15,7 +15,7 @@ std::vector<std::chrono::milliseconds> FakeTime::Sleeps() const
     return m_sleeps;
 }
 
-bool FakeSleeper::Sleep(std::chrono::milliseconds duration, const impl::AbortCheck& abort)
+bool FakeTiming::Sleep(std::chrono::milliseconds duration, const impl::AbortCheck& abort)
 {
     if (impl::IsAborted(abort))
         return false;
@@ -23,7 +23,7 @@ bool FakeSleeper::Sleep(std::chrono::milliseconds duration, const impl::AbortChe
     return !impl::IsAborted(abort);
 }
 
-bool BlockingSleeper::Sleep(std::chrono::milliseconds, const impl::AbortCheck& abort)
+bool BlockingTiming::Sleep(std::chrono::milliseconds, const impl::AbortCheck& abort)
 {
     std::unique_lock lock(m_mutex);
     for (;;) {
@@ -36,7 +36,7 @@ bool BlockingSleeper::Sleep(std::chrono::milliseconds, const impl::AbortCheck& a
     }
 }
 
-void BlockingSleeper::Wake()
+void BlockingTiming::Wake()
 {
     {
         const std::lock_guard lock(m_mutex);

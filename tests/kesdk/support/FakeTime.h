@@ -1,7 +1,7 @@
-// The SDK's clock, sleepers and jitter, on time that only a test or a sleep moves.
+// The SDK's clock and pauses, on time that only a test or a sleep moves.
 #pragma once
 
-#include "base/Clock.h"
+#include "base/Timing.h"
 #include "tests/support/ManualTime.h"
 
 #include <condition_variable>
@@ -12,7 +12,7 @@
 
 namespace kesdk::test {
 
-// The fake clock and the fake sleeper of a connection share one of these. Thread safety: safe.
+// The fake clocks of a connection share one of these. Thread safety: safe.
 class FakeTime : public kelvo::test::ManualTime
 {
 public:
@@ -37,22 +37,29 @@ private:
     std::shared_ptr<FakeTime> m_time;
 };
 
-// Sleeps by advancing the fake time.
-class FakeSleeper : public impl::Sleeper
+// Sleeps by advancing the fake time. Each jitter is the same.
+class FakeTiming : public impl::Timing
 {
 public:
-    explicit FakeSleeper(std::shared_ptr<FakeTime> time) : m_time(std::move(time)) {}
+    FakeTiming(std::shared_ptr<FakeTime> time, double jitter)
+        : m_time(std::move(time)), m_jitter(jitter)
+    {}
+    Time Now() const override { return m_time->Now(); }
     bool Sleep(std::chrono::milliseconds duration, const impl::AbortCheck& abort) override;
     void Wake() override {}
 
 private:
+    double NextJitter() override { return m_jitter; }
+
     std::shared_ptr<FakeTime> m_time;
+    const double m_jitter;
 };
 
 // Sleeps until the abort check returns true. Asks the check once per Wake().
-class BlockingSleeper : public impl::Sleeper
+class BlockingTiming : public FakeTiming
 {
 public:
+    using FakeTiming::FakeTiming;
     bool Sleep(std::chrono::milliseconds duration, const impl::AbortCheck& abort) override;
     void Wake() override;
 
@@ -60,16 +67,6 @@ private:
     std::mutex m_mutex; // guards m_wakes
     std::condition_variable m_woken;
     int m_wakes = 0;
-};
-
-class FixedJitter : public impl::Jitter
-{
-public:
-    explicit FixedJitter(double value) : m_value(value) {}
-    double Next() override { return m_value; }
-
-private:
-    double m_value;
 };
 
 } // namespace kesdk::test

@@ -110,10 +110,7 @@ protected:
     kelvo::test::TempFolder folder;
     std::shared_ptr<FakeTime> time = std::make_shared<FakeTime>();
     std::unique_ptr<impl::HttpTransport> transport = service.NewTransport();
-    FakeClock clock{time};
-    FakeSleeper sleeper{time};
-    FixedJitter jitter{1.0};
-    impl::Timing timing{clock, sleeper, jitter};
+    FakeTiming timing{time, 1.0};
     impl::RetryingClient http{*transport, timing};
     impl::ApiClient api{http};
     impl::ApiCall call;

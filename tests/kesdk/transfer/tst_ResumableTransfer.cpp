@@ -42,10 +42,7 @@ protected:
     }
 
     std::shared_ptr<test::FakeTime> time = std::make_shared<test::FakeTime>();
-    test::FakeClock clock{time};
-    test::FakeSleeper sleeper{time};
-    test::FixedJitter jitter{1.0};
-    Timing timing{clock, sleeper, jitter};
+    test::FakeTiming timing{time, 1.0};
     std::optional<Clock::Time> givenUp;
     AbortCheck abort;
     std::deque<Attempt> outcomes;

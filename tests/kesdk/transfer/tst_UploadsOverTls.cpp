@@ -34,10 +34,7 @@ TEST_F(UploadsOverTls, GivesTwoFilesTheSameTimeAndTextWhenTheKeptConnectionDies)
         self = &peer;
         CurlTransport transport(peer.Url(), Trust());
         const auto time = std::make_shared<test::FakeTime>();
-        test::FakeClock clock{time};
-        test::FakeSleeper sleeper{time};
-        test::FixedJitter jitter{1.0};
-        Timing timing{clock, sleeper, jitter};
+        test::FakeTiming timing{time, 1.0};
         RetryingClient http{transport, timing};
         ApiClient api{http};
         Uploads uploads{api, timing};

@@ -10,23 +10,23 @@ constexpr std::chrono::milliseconds kAskAbortEvery{200};
 
 } // namespace
 
-bool SystemSleeper::Sleep(std::chrono::milliseconds duration, const AbortCheck& abort)
+bool SystemTiming::Sleep(std::chrono::milliseconds duration, const AbortCheck& abort)
 {
-    const auto end = std::chrono::steady_clock::now() + duration;
+    const Time end = Now() + duration;
     for (;;) {
         if (IsAborted(abort))
             return false;
-        const auto now = std::chrono::steady_clock::now();
+        const Time now = Now();
         if (now >= end)
             return true;
-        const auto slice = std::min<std::chrono::steady_clock::duration>(end - now, kAskAbortEvery);
+        const auto slice = std::min<Time::duration>(end - now, kAskAbortEvery);
         std::unique_lock lock(m_mutex);
         m_wake.wait_for(lock, slice, [this] { return m_woken; });
         m_woken = false;
     }
 }
 
-void SystemSleeper::Wake()
+void SystemTiming::Wake()
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -35,7 +35,7 @@ void SystemSleeper::Wake()
     m_wake.notify_all();
 }
 
-double SystemJitter::Next()
+double SystemTiming::NextJitter()
 {
     return std::uniform_real_distribution<double>(0.0, 1.0)(m_engine);
 }

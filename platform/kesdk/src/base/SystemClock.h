@@ -1,7 +1,7 @@
-// The real clock, sleeper and jitter.
+// The real time.
 #pragma once
 
-#include "base/Clock.h"
+#include "base/Timing.h"
 
 #include <condition_variable>
 #include <mutex>
@@ -15,25 +15,19 @@ public:
     Time Now() const override { return std::chrono::steady_clock::now(); }
 };
 
-class SystemSleeper : public Sleeper
+class SystemTiming : public Timing
 {
 public:
+    Time Now() const override { return SystemClock().Now(); }
     bool Sleep(std::chrono::milliseconds duration, const AbortCheck& abort) override;
     void Wake() override;
 
 private:
+    double NextJitter() override;
+
     std::mutex m_mutex; // guards m_woken
     std::condition_variable m_wake;
     bool m_woken = false;
-};
-
-// Not thread-safe: each thread needs its own.
-class SystemJitter : public Jitter
-{
-public:
-    double Next() override;
-
-private:
     std::minstd_rand m_engine{std::random_device{}()};
 };
 

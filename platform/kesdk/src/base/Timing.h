@@ -1,4 +1,4 @@
-// The time of one line to the service: its clock, and the pauses between attempts.
+// The time of one line to the service: its clock, and the pauses between attempts. Injected.
 #pragma once
 
 #include "base/Clock.h"
@@ -22,15 +22,13 @@ struct Backoff
 };
 
 // Thread safety: one thread at a time; Wake from any.
-class Timing
+class Timing : public Clock
 {
 public:
-    // All are the caller's and outlive this object.
-    Timing(Clock& clock, Sleeper& sleeper, Jitter& jitter)
-        : m_clock(clock), m_sleeper(sleeper), m_jitter(jitter)
-    {}
-
-    Clock::Time Now() const { return m_clock.Now(); }
+    // Blocks. False if the check ended the pause. The check runs at least four times a second.
+    virtual bool Sleep(std::chrono::milliseconds duration, const AbortCheck& abort) = 0;
+    // A running pause (or else the next) asks its check at once.
+    virtual void Wake() = 0;
 
     // The pause after attempt number `attempt` (from 1).
     std::chrono::milliseconds Delay(const Backoff& backoff, int attempt,
@@ -41,28 +39,21 @@ public:
             full *= 2;
         full = std::min(full, backoff.most);
         const std::chrono::milliseconds jittered(static_cast<std::chrono::milliseconds::rep>(
-            static_cast<double>(full.count()) * (0.5 + 0.5 * m_jitter.Next())));
+            static_cast<double>(full.count()) * (0.5 + 0.5 * NextJitter())));
         const std::chrono::milliseconds wanted = retryAfter.value_or(std::chrono::seconds(0));
         return std::max(std::min(wanted, backoff.longestAsked), jittered);
     }
-    // Both block, and return false when the check ended the pause.
-    bool Sleep(std::chrono::milliseconds duration, const AbortCheck& abort)
-    {
-        return m_sleeper.Sleep(duration, abort);
-    }
+    // As Sleep, for this delay.
     bool Pause(const Backoff& backoff, int attempt,
                const std::optional<std::chrono::seconds>& retryAfter, const AbortCheck& abort)
     {
         return Sleep(Delay(backoff, attempt, retryAfter), abort);
     }
 
-    // A running pause (or else the next) asks its check at once.
-    void Wake() { m_sleeper.Wake(); }
-
 private:
-    Clock& m_clock;
-    Sleeper& m_sleeper;
-    Jitter& m_jitter;
+    // Evenly distributed over [0, 1). Spreads retries: consoles that lost the service together must
+    // not return together.
+    virtual double NextJitter() = 0;
 };
 
 } // namespace kesdk::impl

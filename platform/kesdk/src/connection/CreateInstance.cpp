@@ -49,8 +49,7 @@ std::optional<std::string> ToBaseUrl(const char* text)
 ApiLine::Dependencies MakeLine(const std::string& baseUrl,
                                const std::shared_ptr<const TrustStore>& trust)
 {
-    return {std::make_unique<CurlTransport>(baseUrl, trust), std::make_unique<SystemClock>(),
-            std::make_unique<SystemSleeper>(), std::make_unique<SystemJitter>()};
+    return {std::make_unique<CurlTransport>(baseUrl, trust), std::make_unique<SystemTiming>()};
 }
 
 std::string FromEnvironment(const char* name)
