@@ -14,6 +14,7 @@ export type User = Schemas['User'];
 export type Console = Schemas['ConsoleRecord'];
 export type TrackPoint = Schemas['TrackPoint'];
 export type OwnSession = Schemas['OwnSession'];
+export type FarmUsage = Schemas['FarmUsage'];
 export type AuditEntry = Schemas['AuditEntry'];
 export type Problem = Schemas['Problem'];
 export type FileEvent = Schemas['FileEvent'];

@@ -52,6 +52,15 @@ const decimals = new Intl.NumberFormat(language, {maximumSignificantDigits: 4});
 /** A number with at most four digits that matter. */
 export const numberText = (value: number): string => decimals.format(value);
 
+const counts = new Intl.NumberFormat(language);
+
+export const countText = (count: number): string => counts.format(count);
+
+const percents = new Intl.NumberFormat(language, {style: 'percent', maximumFractionDigits: 1});
+
+/** Rounded down, so that only a full quota has 100 %. */
+export const percentText = (share: number): string => percents.format(Math.floor(share * 1000) / 1000);
+
 const dateAndTime = new Intl.DateTimeFormat(language, {dateStyle: 'medium', timeStyle: 'short'});
 const timeOnly = new Intl.DateTimeFormat(language, {timeStyle: 'short'});
 

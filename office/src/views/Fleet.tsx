@@ -1,6 +1,5 @@
 // The consoles of the farm, on a map and in a list. #/fleet/3 is the console 3.
 import {useComputed, useSignal} from '@preact/signals';
-import {useEffect} from 'preact/hooks';
 import type {TrackPoint} from '../api/client';
 import {consoleName, consoles, lastContactMs, type ConsoleState} from '../model/farm';
 import type {Marker} from '../map/fleet';
@@ -10,6 +9,7 @@ import {agoText, now} from './clock';
 import {ConsoleDetail} from './ConsoleDetail';
 import {lazily} from './lazily';
 import {matches, Search} from './Search';
+import {useSlowly} from './slowly';
 
 const FleetMapBox = lazily(async () => (await import('./FleetMapBox')).FleetMapBox);
 
@@ -25,7 +25,7 @@ export function Fleet({consoleId}: {consoleId: number | undefined}) {
   const replay = useSignal<TrackPoint | undefined>(undefined);
   const trackPoints = useComputed(() => track.value.map(placeOf));
   const replayPoint = useComputed(() => (replay.value ? placeOf(replay.value) : undefined));
-  const known = useSlowConsoles();
+  const known = useSlowly(consoles, pauseMs);
   const all = [...known.values()];
   if (all.length === 0) return <p class="empty">{t('fleet.none')}</p>;
   const found = all.filter((console) => matches(search.value, consoleName(console), console.operator.name)
@@ -56,26 +56,6 @@ export function Fleet({consoleId}: {consoleId: number | undefined}) {
         }} />
     </div>
   );
-}
-
-/** The consoles, at most four times a second. */
-function useSlowConsoles(): ReadonlyMap<number, ConsoleState> {
-  const shown = useSignal(consoles.peek());
-  useEffect(() => {
-    let timer: ReturnType<typeof setTimeout> | undefined;
-    const show = () => {
-      timer = undefined;
-      shown.value = consoles.peek();
-    };
-    const stop = consoles.subscribe(() => {
-      timer ??= setTimeout(show, pauseMs);
-    });
-    return () => {
-      stop();
-      clearTimeout(timer);
-    };
-  }, []);
-  return shown.value;
 }
 
 function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {

@@ -12,6 +12,7 @@ import {place, type View} from './place';
 import {Reports} from './Reports';
 import {Sendings} from './Sendings';
 import './shortcuts';
+import {Storage} from './Storage';
 import {tellError, Toast} from './Toast';
 
 export function Office() {
@@ -47,6 +48,8 @@ function CurrentView() {
       return <People userId={place.value.id} />;
     case 'reports':
       return <Reports />;
+    case 'storage':
+      return <Storage />;
     case 'account':
       return <OwnAccount />;
     case 'map':
@@ -56,7 +59,7 @@ function CurrentView() {
   }
 }
 
-const officeViews = ['files', 'reports', 'fleet', 'people', 'bin'] as const satisfies View[];
+const officeViews = ['files', 'reports', 'fleet', 'people', 'storage', 'bin'] as const satisfies View[];
 
 function Header() {
   const views = user.value?.role === 'office' ? officeViews : officeViews.slice(0, 1);

@@ -1,7 +1,7 @@
 // The place in the page, as the address names it: #/files/10 is the inbox 10.
 import {signal} from '@preact/signals';
 
-const views = ['files', 'reports', 'fleet', 'people', 'bin', 'map', 'account'] as const;
+const views = ['files', 'reports', 'fleet', 'people', 'storage', 'bin', 'map', 'account'] as const;
 export type View = (typeof views)[number];
 
 export interface Place {

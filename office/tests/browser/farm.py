@@ -56,6 +56,10 @@ class Commands:
         admin.add_user("dale", "office", "Dale Farm", PASSWORDS[OFFICE])
         return ["dale", PASSWORDS[OFFICE]]
 
+    def quota(self, *limits):
+        """The administrator changes limits of the farm: "--bytes", 1000."""
+        self.farm.ctl("admin").run("farm", "quota", FARM, *limits)
+
     def streams(self):
         """The open event streams."""
         return self.farm.service.metrics()["kelvo_event_streams_open"][frozenset()]

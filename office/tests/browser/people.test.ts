@@ -211,9 +211,48 @@ describe('the bin', () => {
   });
 });
 
+describe('the storage', () => {
+  const cell = (page: Page, column: number) => row(page, 'olga').locator('td').nth(column);
+
+  it('shows the use of the farm and its people, and follows a new file', async () => {
+    const page = await open('Storage');
+    await row(page, 'olga').waitFor();
+    const before = Number(await cell(page, 2).innerText());
+    const [id] = await world.command<number[]>('put', world.newFile('large.zip', new Uint8Array(5_000_000)), 'Curves');
+    await cell(page, 2).getByText(String(before + 1), {exact: true}).waitFor();
+    expect(await cell(page, 1).innerText()).toMatch(/^\s*5(\.\d)? MB$/);
+    expect(await page.locator('.amounts dd').first().innerText()).toMatch(/^\s*5(\.\d)? MB of 107\.4 GB \(0%\)$/);
+
+    const bin = page.locator('.storage p', {hasText: 'Files in the bin'});
+    const binBefore = Number((await bin.innerText()).match(/(\d+)\. Bin$/)![1]);
+    await world.command('remove', id);
+    await bin.getByText(`Files in the bin: ${binBefore + 1}.`).waitFor();
+    await link(page, 'olga').click();
+    await page.locator('.person > h2').getByText('olga').waitFor();
+  });
+
+  it('warns before a limit and at a limit', async () => {
+    await world.command('put', world.newFile('map.zip', new Uint8Array(3_000_000)), 'Curves');
+    const page = await open('Storage');
+    const advice = page.getByText('At a limit, the service takes no more files.', {exact: false});
+    await page.locator('.amounts').waitFor();
+    expect(await advice.count()).toBe(0);
+    const bytes = Number(await page.evaluate(async () => (await (await fetch('/kelvo-api/v1/farms/1/usage')).json()).usage.bytes));
+    for (const [limit, text] of [[Math.ceil(bytes / 0.95), 'Nearly full'], [bytes, 'Full']] as const) {
+      await world.command('quota', '--bytes', limit);
+      await page.reload();
+      await page.locator('.amounts dd').first().getByText(text).waitFor();
+      await advice.waitFor();
+      if (text === 'Nearly full') await world.picture(page, 'storage');
+    }
+    expect(await violations(page)).toEqual([]);
+    await world.command('quota', '--bytes', 'default');
+  });
+});
+
 describe('each view with its content', () => {
   const views = [['#/people', '.audit tbody tr[aria-rowindex]'], ['#/people/3', '.sessions li'],
-    ['#/reports', 'tbody tr[aria-rowindex]'], ['#/bin', 'tbody tr[aria-rowindex]'], ['#/account', '.sessions li']] as const;
+    ['#/storage', 'tbody tr[aria-rowindex]'], ['#/reports', 'tbody tr[aria-rowindex]'], ['#/bin', 'tbody tr[aria-rowindex]'], ['#/account', '.sessions li']] as const;
 
   it.each(views)('%s has no barrier and fits on a phone', async (hash, content) => {
     const path = world.newFile('view.zip', new Uint8Array(1));

@@ -1,0 +1,107 @@
+// What the farm stores, against its quota.
+import {useSignal} from '@preact/signals';
+import {useEffect} from 'preact/hooks';
+import {client, documentOf, type FarmUsage} from '../api/client';
+import {files, user} from '../model/farm';
+import {amountsOf, type Amount} from '../model/storage';
+import {countText, percentText, sizeText, t, type TextKey} from '../texts';
+import {LongTable} from './LongTable';
+import {matches, Search} from './Search';
+import {useSlowly} from './slowly';
+import {tellError} from './Toast';
+
+/** Many files may come at once: the usage is read at most once in this time. */
+const pauseMs = 1000;
+
+const names: Record<Amount['kind'], TextKey> = {
+  bytes: 'storage.bytes',
+  files: 'storage.files',
+  uploads: 'storage.uploads',
+  sessions: 'sessions.title',
+};
+
+export function Storage() {
+  const usage = useSignal<FarmUsage | undefined>(undefined);
+  const current = useSlowly(files, pauseMs);
+  const farm = user.value?.farm?.id;
+  useEffect(() => {
+    if (farm === undefined) return;
+    documentOf(client.GET('/farms/{id}/usage', {params: {path: {id: farm}}})).then((found) => {
+      usage.value = found;
+    }, tellError);
+  }, [farm, current]);
+  if (!usage.value) return <p class="empty" role="status">{t('page.loading')}</p>;
+  return (
+    <div class="storage">
+      <FarmPart usage={usage.value} />
+      <People usage={usage.value} />
+    </div>
+  );
+}
+
+function FarmPart({usage: {quota, usage}}: {usage: FarmUsage}) {
+  const amounts = amountsOf(usage, quota.farm);
+  return (
+    <section>
+      <h2>{t('storage.title')}</h2>
+      {amounts.some(({fill}) => fill !== 'free') && <p class="notes" role="alert">{t('storage.advice')}</p>}
+      <dl class="amounts">
+        {amounts.map((amount) => [
+          <dt key={`${amount.kind} name`}>{t(names[amount.kind])}</dt>,
+          <dd key={amount.kind}><Bar amount={amount} name={t(names[amount.kind])} /> {amountText(amount)}</dd>,
+        ])}
+      </dl>
+      <p>
+        {t('storage.bin', {size: sizeText(usage.bin_bytes), count: countText(usage.bin_files)})}{' '}
+        <a href="#/bin">{t('nav.bin')}</a>
+      </p>
+      {usage.upload_bytes > 0 && <p>{t('storage.uploadBytes', {size: sizeText(usage.upload_bytes)})}</p>}
+    </section>
+  );
+}
+
+/** The users who store most come first. */
+function People({usage: {quota, users}}: {usage: FarmUsage}) {
+  const search = useSignal('');
+  const found = users.filter(({name}) => matches(search.value, name)).sort((a, b) => b.usage.bytes - a.usage.bytes);
+  const heads = [t('nav.people'), ...Object.values(names).map((name) => t(name))];
+  return (
+    <section>
+      <div class="bar wrap">
+        <h2>{t('storage.people')}</h2>
+        <Search text={search} label={t('people.search')} />
+      </div>
+      {found.length === 0 ? <p class="empty">{t('people.noMatch')}</p> : (
+        <LongTable heads={heads} rows={found} keyOf={({id}) => id} cells={(person) => [
+          <a href={`#/people/${person.id}`}>{person.name}</a>,
+          ...amountsOf(person.usage, quota.user).map((amount) => <PersonAmount amount={amount} name={person.name} />),
+        ]} />
+      )}
+    </section>
+  );
+}
+
+function PersonAmount({amount, name}: {amount: Amount; name: string}) {
+  return (
+    <span title={amountText(amount)}>
+      {amount.kind === 'bytes' && <Bar amount={amount} name={name} />} {valueText(amount.kind, amount.used)}
+      {amount.fill !== 'free' && ` · ${t(`storage.${amount.fill}`)}`}
+    </span>
+  );
+}
+
+function Bar({amount: {share, fill}, name}: {amount: Amount; name: string}) {
+  return (
+    <span class={`fill ${fill}`} role="meter" aria-label={name} aria-valuenow={Math.min(share, 1)} aria-valuemax={1}
+      aria-valuetext={percentText(share)}>
+      <span style={{width: `${Math.min(share, 1) * 100}%`}} />
+    </span>
+  );
+}
+
+function amountText({kind, used, limit, share, fill}: Amount): string {
+  const text = t('storage.of', {used: valueText(kind, used), limit: valueText(kind, limit), percent: percentText(share)});
+  return fill === 'free' ? text : `${text} · ${t(`storage.${fill}`)}`;
+}
+
+const valueText = (kind: Amount['kind'], value: number): string => (kind === 'bytes' ? sizeText(value) : countText(value));

@@ -1,0 +1,30 @@
+// What a farm and its users use of their quota.
+import {describe, expect, it} from 'vitest';
+import {amountsOf} from '../../src/model/storage';
+import {percentText} from '../../src/texts';
+
+const usage = {bytes: 600, files: 4, bin_bytes: 100, bin_files: 1, uploads: 2, upload_bytes: 300, sessions: 3};
+const limits = {bytes: 1000, files: 10, uploads: 2, positions: 60};
+
+describe('the use of a quota', () => {
+  it('counts the bytes of the uploads in progress, and the bin only once', () => {
+    expect(amountsOf(usage, limits)).toEqual([
+      {kind: 'bytes', used: 900, limit: 1000, share: 0.9, fill: 'nearlyFull'},
+      {kind: 'files', used: 4, limit: 10, share: 0.4, fill: 'free'},
+      {kind: 'uploads', used: 2, limit: 2, share: 1, fill: 'full'},
+    ]);
+  });
+
+  it('has the sessions of a user', () => {
+    expect(amountsOf(usage, {...limits, sessions: 200}).at(-1)).toMatchObject({kind: 'sessions', used: 3, limit: 200});
+  });
+
+  it('is full if the limit was lowered to nothing', () => {
+    expect(amountsOf({...usage, files: 0}, {...limits, files: 0})[1]).toMatchObject({share: 1, fill: 'full'});
+    expect(amountsOf(usage, {...limits, files: 2})[1]).toMatchObject({share: 2, fill: 'full'});
+  });
+
+  it('has 100 % only if the quota is full', () => {
+    expect([0.9999, 1, 0.0004, 0.123].map(percentText)).toEqual(['99.9%', '100%', '0%', '12.3%']);
+  });
+});
