@@ -17,6 +17,7 @@
 namespace {
 
 double pixelMm = hostimpl::DISPLAYS[0].PixelMillimetres(); // of the layout
+int leastPixels = 0; // of a text, if the operator wants no large texts
 
 // A line for each button, row or scroll bar that is smaller than 9 mm.
 QStringList SmallTargets(const QWidget& widget)
@@ -47,6 +48,8 @@ QSize SetDisplay(const QSize& pixels, double textFactor)
 {
     const hostimpl::TDisplay& display = hostimpl::DisplayOf(pixels);
     pixelMm = display.PixelMillimetres() * display.scale;
+    hostimpl::SetTextSize(pixelMm, 1.0);
+    leastPixels = hostimpl::ThemeFont(hostimpl::EFont::eCaption).pixelSize();
     hostimpl::SetTextSize(pixelMm, textFactor);
     return display.LayoutPixels();
 }
@@ -79,7 +82,7 @@ QString Faults(QWidget& widget)
             faults << QStringLiteral("shortened: ") + button->text();
         }
     }
-    if (SmallestDrawnText(widget) < hostimpl::ThemeFont(hostimpl::EFont::eCaption).pixelSize()) {
+    if (SmallestDrawnText(widget) < leastPixels) {
         faults << QStringLiteral("small letters");
     }
     return (faults + SmallTargets(widget)).join(QLatin1Char('\n'));

@@ -2,11 +2,16 @@
 // wheel.
 #include "TChoiceRow.h"
 #include "host/TPushButton.h"
+#include "hostimpl/Display.h"
 #include "hostimpl/FocusOrder.h"
 #include "hostimpl/Theme.h"
 #include "support/WidgetTestMain.h"
 
+#include <QtCore/QSet>
+#include <QtGui/QImage>
 #include <QtWidgets/QLineEdit>
+
+#include <algorithm>
 
 class tst_PropertyWidget : public kelvo::test::TTestCase
 {
@@ -25,7 +30,33 @@ private Q_SLOTS:
     void theWheelKeepsTheValueIfNothingIsOffered();
     void aDisabledRowCannotBeChanged();
     void aLockedRowCannotBeChanged();
+    void nameAndValueStayApartInEachTextSize();
 };
+
+namespace {
+
+// The rows of pixels with letters, without the frame and the sides.
+QSet<int> InkRows(const QString& name, const QString& value)
+{
+    TPropertyWidget row;
+    row.SetPropertyName(name);
+    row.SetPropertyType(TPropertyWidget::eText, nullptr);
+    row.SetTextValue(value);
+    row.resize(400, PROPERTY_WIDGET_HEIGHT);
+    const QImage picture = row.grab().toImage();
+    const QRgb ground = picture.pixel(300, PROPERTY_WIDGET_HEIGHT / 2);
+    QSet<int> rows;
+    for (int y = 2; y < picture.height() - 2; ++y) {
+        for (int x = 10; x < 190; ++x) {
+            if (picture.pixel(x, y) != ground) {
+                rows.insert(y);
+            }
+        }
+    }
+    return rows;
+}
+
+} // namespace
 
 void tst_PropertyWidget::emitsOnlyForAChangedNumber()
 {
@@ -169,6 +200,26 @@ void tst_PropertyWidget::aLockedRowCannotBeChanged()
     QCOMPARE(text.GetTextValue(), QStringLiteral("keptx"));
     place.row.OnWheelPressed();
     QVERIFY(place.row.OnWheelTurned(1));
+}
+
+void tst_PropertyWidget::nameAndValueStayApartInEachTextSize()
+{
+    for (const hostimpl::TDisplay& display : hostimpl::DISPLAYS) {
+        for (const double factor : {1.0, 1.15}) {
+            hostimpl::SetTextSize(display.PixelMillimetres() * display.scale, 1.0);
+            const int usual = hostimpl::ThemeFont(hostimpl::EFont::eBody).pixelSize();
+            hostimpl::SetTextSize(display.PixelMillimetres() * display.scale, factor);
+            const QSet<int> name = InkRows(QStringLiteral("gjpq"), QString());
+            const QSet<int> value = InkRows(QString(), QStringLiteral("HKM"));
+            QVERIFY(!name.isEmpty() && !value.isEmpty());
+            const int endOfName = *std::max_element(name.begin(), name.end());
+            const int startOfValue = *std::min_element(value.begin(), value.end());
+            QVERIFY2(endOfName < startOfValue, QByteArray::number(endOfName).constData());
+            TChoiceRow place(Places());
+            QVERIFY(place.row.findChild<QLineEdit*>()->font().pixelSize() >= usual);
+        }
+    }
+    hostimpl::SetTextSize(hostimpl::DISPLAYS[0].PixelMillimetres(), 1.0);
 }
 
 KELVO_WIDGET_TEST_MAIN(tst_PropertyWidget)

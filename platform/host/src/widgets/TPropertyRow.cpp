@@ -24,7 +24,6 @@ TPropertyWidget::TRow::TRow(TPropertyWidget& widget)
                               TPropertyWidget::tr("Clear the text")))
 {
     m_edit->setFrame(false);
-    m_edit->setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     m_edit->setTextMargins(0, 0, 0, 0);
     // The wheel's focus order skips the text field. A press of the button, or a touch, starts the
     // editing.

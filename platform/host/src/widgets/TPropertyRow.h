@@ -5,6 +5,7 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
+#include <QtGui/QFont>
 
 class QLineEdit;
 class QPainter;
@@ -59,6 +60,11 @@ private:
     // The next offered value in a direction, or `from` if there is none.
     double NextOffered(double from, int direction) const;
 
+    // The fonts of the name and of the value. Larger texts grow only as far as the row has room.
+    QFont NameFont() const;
+    QFont ValueFont() const;
+    // 1, or less if the row has no room for the theme's fonts.
+    double FontShare() const;
     // The places of the name above and of the value below, from `left` to `right`. In a row of the
     // usual height the lines overlap, but the letters do not.
     QRect NamePlace(int left, int right) const;

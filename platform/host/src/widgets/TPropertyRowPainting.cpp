@@ -6,18 +6,49 @@
 
 #include <QtGui/QPainter>
 
+#include <algorithm>
+
 using hostimpl::EColour;
 using hostimpl::ThemeColour;
 
+namespace {
+
+QFont Scaled(QFont font, double share)
+{
+    font.setPixelSize(static_cast<int>(font.pixelSize() * share));
+    return font;
+}
+
+} // namespace
+
+double TPropertyWidget::TRow::FontShare() const
+{
+    const QFontMetrics nameMetrics(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    const QFontMetrics value(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    const int belowName = nameMetrics.tightBoundingRect(QStringLiteral("gjpqy")).bottom() + 1;
+    const int needed = nameMetrics.ascent() + belowName + value.capHeight() + value.descent();
+    return std::min(1.0, double(m_widget.height() - 1) / needed);
+}
+
+QFont TPropertyWidget::TRow::NameFont() const
+{
+    return Scaled(hostimpl::ThemeFont(hostimpl::EFont::eCaption), FontShare());
+}
+
+QFont TPropertyWidget::TRow::ValueFont() const
+{
+    return Scaled(hostimpl::ThemeFont(hostimpl::EFont::eBody), FontShare());
+}
+
 QRect TPropertyWidget::TRow::NamePlace(int left, int right) const
 {
-    const QFontMetrics metrics(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    const QFontMetrics metrics(NameFont());
     return {left, 0, right - left + 1, metrics.height()};
 }
 
 QRect TPropertyWidget::TRow::ValuePlace(int left, int right) const
 {
-    const QFontMetrics metrics(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    const QFontMetrics metrics(ValueFont());
     return {left, m_widget.height() - 1 - metrics.height(), right - left + 1, metrics.height()};
 }
 
@@ -37,7 +68,7 @@ void TPropertyWidget::TRow::OnPaint()
                                             isOff ? QIcon::Disabled : QIcon::Normal);
         place.setLeft(place.left() + ICON_SIZE + PADDING);
     }
-    painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    painter.setFont(NameFont());
     painter.setPen(ThemeColour(isOff ? EColour::eOffText : EColour::eMutedText));
     const QRect head = NamePlace(place.left(), place.right());
     painter.drawText(head, Qt::AlignLeft | Qt::AlignVCenter,
@@ -61,7 +92,7 @@ void TPropertyWidget::TRow::DrawValue(QPainter& painter, const QRect& place) con
     }
     hostimpl::ThemeIcon(QStringLiteral("choose"))
         .paint(&painter, arrows, Qt::AlignCenter, isOff ? QIcon::Disabled : QIcon::Normal);
-    painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    painter.setFont(ValueFont());
     painter.setPen(ThemeColour(isOff         ? EColour::eOffText
                                : m_isEditing ? EColour::eSelectedText
                                              : EColour::eText));

@@ -89,5 +89,6 @@ void TPropertyWidget::TRow::Arrange()
         }
     }
     place.adjust(iconName.isEmpty() ? PADDING : ICON_SIZE + 2 * PADDING, 0, -PADDING, 0);
+    m_edit->setFont(ValueFont());
     m_edit->setGeometry(ValuePlace(place.left(), place.right()));
 }
