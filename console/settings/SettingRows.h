@@ -46,23 +46,25 @@ struct TFlagRow
     const char* on;
     bool TStoredSettings::*value;
     bool isAtOnce; // not only after Save
+    bool isForInstaller;
 };
 
 inline constexpr std::array<TFlagRow, 4> flagRows = {{
     {"moon", QT_TRANSLATE_NOOP("console::TSettingsPage", "Colours"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Day"),
-     QT_TRANSLATE_NOOP("console::TSettingsPage", "Night"), &TStoredSettings::isNight, true},
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Night"), &TStoredSettings::isNight, true, false},
     {"user", QT_TRANSLATE_NOOP("console::TSettingsPage", "User level"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Driver: no data exchange"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Operator: everything"),
-     &TStoredSettings::isDataExchangeAllowed, false},
+     &TStoredSettings::isDataExchangeAllowed, false, true},
     {"Select", QT_TRANSLATE_NOOP("console::TSettingsPage", "Screen"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Window"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Full screen"), &TStoredSettings::isFullScreen,
-     true},
+     true, false},
     {"search", QT_TRANSLATE_NOOP("console::TSettingsPage", "Text size"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Normal"),
-     QT_TRANSLATE_NOOP("console::TSettingsPage", "Large"), &TStoredSettings::isTextLarge, false},
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Large"), &TStoredSettings::isTextLarge, false,
+     false},
 }};
 
 inline constexpr int languageRow = int(textRows.size());

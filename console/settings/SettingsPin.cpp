@@ -37,7 +37,8 @@ void TSettingsPage::ShowLock()
         m_rows.at(int(row))->setEnabled(!IsLocked());
     }
     for (std::size_t row = 0; row < flagRows.size(); ++row) {
-        m_rows.at(firstFlagRow + int(row))->setEnabled(flagRows.at(row).isAtOnce || !IsLocked());
+        m_rows.at(firstFlagRow + int(row))
+            ->setEnabled(!flagRows.at(row).isForInstaller || !IsLocked());
     }
     m_pinNote->Tell({}, IsLocked()
                             ? tr("Enter the PIN to change what is off.")

@@ -124,7 +124,9 @@ void TAboutPage::Read()
 {
     const QLocale locale;
     const QStorageInfo storage(hostimpl::DataFolder());
-    const auto size = [&locale](qint64 bytes) { return locale.formattedDataSize(bytes); };
+    const auto size = [&locale](qint64 bytes) {
+        return locale.formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
+    };
     QString text = Bold(tr("Versions"));
     text += Lines(
         {tr("Console: %1").arg(QCoreApplication::applicationVersion()),

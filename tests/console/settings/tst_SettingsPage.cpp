@@ -32,7 +32,8 @@ private:
         eLanguage,
         eColours,
         eLevel,
-        eScreen
+        eScreen,
+        eTextSize
     };
 
     QTemporaryDir m_folder;
@@ -187,7 +188,7 @@ private Q_SLOTS:
         }
         QVERIFY(!page.Receiver()->isEnabled());
         QVERIFY(page.Row(eLanguage)->isEnabled() && page.Row(eColours)->isEnabled());
-        QVERIFY(page.Row(eScreen)->isEnabled());
+        QVERIFY(page.Row(eScreen)->isEnabled() && page.Row(eTextSize)->isEnabled());
         auto* const edit = page.Pin()->findChild<QLineEdit*>();
         QCOMPARE(edit->text(), QString());
         edit->setFocus();

@@ -317,8 +317,8 @@ private Q_SLOTS:
         QVERIFY(text.contains(QStringLiteral("line &lt;1999&gt;")));
         QVERIFY(text.contains(QStringLiteral("line &lt;1981&gt;")));
         QVERIFY(!text.contains(QStringLiteral("line &lt;1980&gt;")));
-        QVERIFY(text.contains(
-            QLocale().formattedDataSize(QStorageInfo(hostimpl::DataFolder()).bytesTotal())));
+        QVERIFY(text.contains(QLocale().formattedDataSize(
+            QStorageInfo(hostimpl::DataFolder()).bytesTotal(), 1, QLocale::DataSizeSIFormat)));
         QVERIFY(text.contains(QLatin1String(qVersion())));
         QVERIFY(text.contains(QStringLiteral("libarchive: BSD")));
         QVERIFY(m_session->About()->OnWheelTurned(1));
