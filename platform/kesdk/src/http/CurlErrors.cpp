@@ -11,13 +11,14 @@ namespace kesdk::impl {
 
 namespace {
 
-struct CurlRow
+// A code of libcurl or OpenSSL, and its failure.
+struct CodeRow
 {
-    CURLcode curl;
-    EErrorCode code;
+    long theirs;
+    EErrorCode ours;
 };
 
-constexpr CurlRow kCurlRows[] = {
+constexpr CodeRow kCurlRows[] = {
     {CURLE_COULDNT_RESOLVE_HOST, EErrorCode::eUnknownHost},
     {CURLE_COULDNT_RESOLVE_PROXY, EErrorCode::eUnknownHost},
     {CURLE_COULDNT_CONNECT, EErrorCode::eRefused},
@@ -33,13 +34,7 @@ constexpr CurlRow kCurlRows[] = {
     {CURLE_ABORTED_BY_CALLBACK, EErrorCode::eAborted},
 };
 
-struct VerifyRow
-{
-    long verifyResult;
-    EErrorCode code;
-};
-
-constexpr VerifyRow kVerifyRows[] = {
+constexpr CodeRow kVerifyRows[] = {
     {X509_V_ERR_CERT_HAS_EXPIRED, EErrorCode::eCertificateExpired},
     {X509_V_ERR_CERT_NOT_YET_VALID, EErrorCode::eCertificateNotYetValid},
     {X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT, EErrorCode::eUnknownAuthority},
@@ -53,15 +48,22 @@ constexpr VerifyRow kVerifyRows[] = {
     {X509_V_ERR_IP_ADDRESS_MISMATCH, EErrorCode::eWrongHostName},
 };
 
+template <std::size_t count>
+EErrorCode CodeOf(const CodeRow (&rows)[count], long theirs, EErrorCode other)
+{
+    for (const CodeRow& row : rows) {
+        if (row.theirs == theirs)
+            return row.ours;
+    }
+    return other;
+}
+
 EErrorCode CodeOfVerify(long verifyResult)
 {
-    for (const VerifyRow& row : kVerifyRows) {
-        if (row.verifyResult == verifyResult)
-            return row.code;
-    }
     // The chain has no error: libcurl's own check of the host name failed.
     const bool isHostName = verifyResult == X509_V_OK || verifyResult == X509_V_ERR_UNSPECIFIED;
-    return isHostName ? EErrorCode::eWrongHostName : EErrorCode::eTls;
+    return CodeOf(kVerifyRows, verifyResult,
+                  isHostName ? EErrorCode::eWrongHostName : EErrorCode::eTls);
 }
 
 // OpenSSL's errors for an answer without TLS. On the service's port, such an answer is the login
@@ -78,11 +80,7 @@ bool Holds(std::string_view text, std::string_view part)
 
 Failure TranslateCurlError(CURLcode code, const CurlFacts& facts)
 {
-    EErrorCode meaning = EErrorCode::eBadAnswer;
-    for (const CurlRow& row : kCurlRows) {
-        if (row.curl == code)
-            meaning = row.code;
-    }
+    EErrorCode meaning = CodeOf(kCurlRows, static_cast<long>(code), EErrorCode::eBadAnswer);
     const std::string_view text = facts.text.empty() ? curl_easy_strerror(code) : facts.text;
     if (code == CURLE_PEER_FAILED_VERIFICATION) {
         meaning = CodeOfVerify(facts.verifyResult);

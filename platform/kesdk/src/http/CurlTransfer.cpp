@@ -92,7 +92,7 @@ bool CurlTransfer::IsConnecting() const
 // A TLS record has up to 16 KiB. libcurl gets it when it is whole, after minutes on a slow link.
 void CurlTransfer::NoteArrivals(Time now)
 {
-    const std::int64_t bytes = m_sockets.ReceivedBytes();
+    const std::int64_t bytes = m_sockets.Carried().receivedBytes;
     if (bytes != m_arrivedBytes) {
         m_arrivedBytes = bytes;
         m_lastArrival = now;
@@ -125,8 +125,10 @@ std::int64_t CurlTransfer::ReadBytes() const
 // The kernel does not tell the arrived bytes everywhere. Both numbers are of bytes on the wire.
 std::int64_t CurlTransfer::MovedBytes()
 {
-    if (IsConnecting())
-        return m_sockets.CarriedBytes();
+    if (IsConnecting()) {
+        const OpenSockets::Traffic traffic = m_sockets.Carried();
+        return traffic.ackedBytes + traffic.receivedBytes;
+    }
     const std::int64_t sent = SentBytes();
     if (m_request.source)
         m_request.source->NoteSent(sent);

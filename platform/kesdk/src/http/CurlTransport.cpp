@@ -91,8 +91,6 @@ CurlTransport::CurlTransport(std::string baseUrl, std::shared_ptr<const TrustSto
     curl_multi_setopt(m_multi.get(), CURLMOPT_MAXCONNECTS, 1L);
 }
 
-CurlTransport::~CurlTransport() = default;
-
 HttpOutcome CurlTransport::Perform(const HttpRequest& request, const AbortCheck& abort)
 {
     curl_easy_reset(m_easy.get()); // keeps the connection

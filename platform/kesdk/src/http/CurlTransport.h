@@ -23,7 +23,6 @@ public:
     // `baseUrl` without a slash at its end.
     CurlTransport(std::string baseUrl, std::shared_ptr<const TrustStore> trust,
                   ConsoleFacts console = RealConsoleFacts());
-    ~CurlTransport() override;
     CurlTransport(const CurlTransport&) = delete;
     CurlTransport& operator=(const CurlTransport&) = delete;
 

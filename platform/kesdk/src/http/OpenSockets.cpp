@@ -25,16 +25,6 @@ long LocalPortOf(curl_socket_t socket)
     return 0;
 }
 
-// All zero if the kernel does not tell.
-tcp_info InfoOf(curl_socket_t socket)
-{
-    tcp_info info{};
-    socklen_t length = sizeof info;
-    if (::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &length) != 0)
-        return {};
-    return info;
-}
-
 } // namespace
 
 void OpenSockets::Serve(CURL* easy)
@@ -58,22 +48,18 @@ curl_socket_t OpenSockets::Of(CURL* easy) const
     return CURL_SOCKET_BAD;
 }
 
-std::int64_t OpenSockets::CarriedBytes() const
+OpenSockets::Traffic OpenSockets::Carried() const
 {
-    std::int64_t bytes = 0;
+    Traffic sum;
     for (const curl_socket_t socket : m_open) {
-        const tcp_info info = InfoOf(socket);
-        bytes += static_cast<std::int64_t>(info.tcpi_bytes_acked + info.tcpi_bytes_received);
+        tcp_info info{};
+        socklen_t length = sizeof info;
+        if (::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &length) != 0)
+            continue;
+        sum.ackedBytes += static_cast<std::int64_t>(info.tcpi_bytes_acked);
+        sum.receivedBytes += static_cast<std::int64_t>(info.tcpi_bytes_received);
     }
-    return bytes;
-}
-
-std::int64_t OpenSockets::ReceivedBytes() const
-{
-    std::int64_t bytes = 0;
-    for (const curl_socket_t socket : m_open)
-        bytes += static_cast<std::int64_t>(InfoOf(socket).tcpi_bytes_received);
-    return bytes;
+    return sum;
 }
 
 curl_socket_t OpenSockets::OnOpen(void* self, curlsocktype, curl_sockaddr* address)

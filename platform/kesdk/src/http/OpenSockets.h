@@ -19,11 +19,13 @@ public:
     void Serve(CURL* easy);
     // The socket of the transfer that runs on the handle; CURL_SOCKET_BAD while it has none.
     curl_socket_t Of(CURL* easy) const;
-    // Acknowledged and received bytes of all open sockets, also of a TLS handshake; 0 if the kernel
-    // does not tell.
-    std::int64_t CarriedBytes() const;
-    // The received bytes of CarriedBytes(). A TLS record of 16 KiB counts byte by byte.
-    std::int64_t ReceivedBytes() const;
+    struct Traffic
+    {
+        std::int64_t ackedBytes = 0;
+        std::int64_t receivedBytes = 0; // a TLS record of 16 KiB counts byte by byte
+    };
+    // Of all open sockets, also of a TLS handshake; 0 if the kernel does not tell.
+    Traffic Carried() const;
     // How many sockets were opened so far.
     int OpenedCount() const { return m_openedCount; }
 
