@@ -23,10 +23,6 @@ void Sha256::Free::operator()(evp_md_ctx_st* context) const
 
 Sha256::Sha256() : m_context(new evp_md_ctx_st) {}
 
-Sha256::~Sha256() = default;
-Sha256::Sha256(Sha256&&) noexcept = default;
-Sha256& Sha256::operator=(Sha256&&) noexcept = default;
-
 void Sha256::Reset()
 {
     *m_context = {};

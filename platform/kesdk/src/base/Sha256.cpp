@@ -18,10 +18,6 @@ Sha256::Sha256() : m_context(EVP_MD_CTX_new())
     Reset();
 }
 
-Sha256::~Sha256() = default;
-Sha256::Sha256(Sha256&&) noexcept = default;
-Sha256& Sha256::operator=(Sha256&&) noexcept = default;
-
 void Sha256::Reset()
 {
     EVP_DigestInit_ex(m_context.get(), EVP_sha256(), nullptr);

@@ -15,9 +15,6 @@ public:
     using Digest = std::array<unsigned char, 32>;
 
     Sha256();
-    ~Sha256();
-    Sha256(Sha256&&) noexcept;
-    Sha256& operator=(Sha256&&) noexcept;
 
     void Reset();
     void Update(const void* bytes, std::size_t sizeBytes);

@@ -43,12 +43,6 @@ public:
         const std::chrono::milliseconds wanted = retryAfter.value_or(std::chrono::seconds(0));
         return std::max(std::min(wanted, backoff.longestAsked), jittered);
     }
-    // As Sleep, for this delay.
-    bool Pause(const Backoff& backoff, int attempt,
-               const std::optional<std::chrono::seconds>& retryAfter, const AbortCheck& abort)
-    {
-        return Sleep(Delay(backoff, attempt, retryAfter), abort);
-    }
 
 private:
     // Evenly distributed over [0, 1). Spreads retries: consoles that lost the service together must

@@ -105,9 +105,6 @@ private:
     // ends and OpenSSL has gone.
     struct CryptoOfTheThread
     {
-        CryptoOfTheThread() = default;
-        CryptoOfTheThread(const CryptoOfTheThread&) = delete;
-        CryptoOfTheThread& operator=(const CryptoOfTheThread&) = delete;
         ~CryptoOfTheThread();
     };
     CryptoOfTheThread m_crypto;

@@ -46,7 +46,8 @@ ResumableTransfer::Attempt ResumableTransfer::PrepareNext(const Failure& failure
         return {true, end};
     m_report.SetDeadline(Deadline());
     m_report.SetWaiting();
-    if (!m_timing.Pause(m_policy.backoff, ++m_attempts, failure.retryAfter, m_abort))
+    const auto delay = m_timing.Delay(m_policy.backoff, ++m_attempts, failure.retryAfter);
+    if (!m_timing.Sleep(delay, m_abort))
         return {true, Failure(EErrorCode::eAborted)};
     return {};
 }
