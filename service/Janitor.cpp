@@ -81,10 +81,10 @@ void removeOrphanedUploads(const Janitor::Parts& parts, long long keptForMs,
                            const Janitor::Stops& stops)
 {
     const long long now = parts.clock.nowMs();
-    for (const std::string& id : parts.contents.uploadIds()) {
+    for (const std::string& id : parts.folder.uploadIds()) {
         const auto upload = parts.database.readNow(
             [&id](soci::session& sql) { return store::uploadById(sql, id); });
-        const auto changedMs = parts.contents.uploadChangedMs(id);
+        const auto changedMs = parts.folder.uploadChangedMs(id);
         const bool isOld = changedMs && now - *changedMs >= keptForMs;
         if (upload ? upload->finished : isOld) {
             parts.contents.removeUpload(id);
@@ -106,14 +106,14 @@ void markOrRemoveContent(const Janitor::Parts& parts, const std::string& digest,
                          const DatabaseAge& age)
 {
     const auto lock = parts.digestLocks.tryLock(digest);
-    const auto times = lock ? parts.contents.fileTimesOf(digest) : std::nullopt;
+    const auto times = lock ? parts.folder.fileTimesOf(digest) : std::nullopt;
     if (!times) {
         return;
     }
     const bool used = isUsed(parts, digest);
     const bool isMarked = times->unusedSinceMs.has_value();
     if (used == isMarked) {
-        parts.contents.markUnused(digest, !used); // starts or clears its time unused
+        parts.folder.markUnused(digest, !used); // starts or clears its time unused
     }
     const long long now = parts.clock.nowMs();
     const long long unusedForMs = isMarked ? now - *times->unusedSinceMs : 0;
@@ -141,7 +141,7 @@ void removeUnknownContents(const Janitor::Parts& parts, long long keptForMs,
                            const Janitor::Stops& stops)
 {
     const DatabaseAge age{parts.database.readNow(store::firstCreatedMs), keptForMs};
-    for (const std::string& digest : parts.contents.digests()) {
+    for (const std::string& digest : parts.folder.digests()) {
         attempt("clean-up-content-failed", [&] { markOrRemoveContent(parts, digest, age); });
         if (stops()) {
             return;

@@ -4,6 +4,7 @@
 #include "service/base/Clock.h"
 #include "service/base/DiskReserve.h"
 #include "service/content/ContentStore.h"
+#include "service/content/Contents.h"
 #include "service/content/DigestLocks.h"
 #include "service/store/Database.h"
 
@@ -53,7 +54,8 @@ public:
     struct Parts
     {
         store::Database& database;
-        content::ContentStore& contents;
+        content::Contents& contents;
+        content::ContentStore& folder; // of `contents`
         content::DigestLocks& digestLocks;
         const Clock& clock;
         std::function<bool(const std::string& id)> uploadIsHeld; // by a request, now

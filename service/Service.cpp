@@ -11,6 +11,7 @@
 #include "service/api/ApiApplication.h"
 #include "service/base/FileStatus.h"
 #include "service/base/Log.h"
+#include "service/content/FolderContents.h"
 #include "service/http/Listener.h"
 #include "service/metrics/Metrics.h"
 #include "service/metrics/MonitorApplication.h"
@@ -147,7 +148,7 @@ struct Backend
         : folder(dataFolder),
           reserve(folder.path() / "reserve", options.reserveBytes),
           database(openDatabase(folder)),
-          contents(folder.path(), &reserve),
+          contentStore(folder.path(), &reserve),
           accounts(*database, clock,
                    {options.passwordCost, options.loginAttempts,
                     std::chrono::hours(options.sessionHours), options.quotas}),
@@ -168,6 +169,7 @@ struct Backend
     {
         return {*database,
                 contents,
+                contentStore,
                 digestLocks,
                 clock,
                 [this](const std::string& id) { return activeUploads.isHeld(id); },
@@ -182,8 +184,9 @@ struct Backend
     HeldBack heldBack;
     DiskReserve reserve;
     const std::unique_ptr<store::Database> database;
-    content::ContentStore contents;
+    content::ContentStore contentStore;
     content::DigestCache digests;
+    content::FolderContents contents{contentStore, digests, &reserve};
     content::DigestLocks digestLocks;
     api::ActiveUploads activeUploads;
     content::Integrity integrity;
@@ -191,8 +194,20 @@ struct Backend
     accounts::Accounts accounts;
     WorkPool filePool{fileThreads};
     api::AnswerFiles answerFiles;
-    api::Context context{*database, contents, digests,  digestLocks, activeUploads, integrity, hub,
-                         accounts,  clock,    filePool, reserve,     answerFiles,   {}};
+    api::Context context{*database,
+                         contents,
+                         digestLocks,
+                         activeUploads,
+                         integrity,
+                         hub,
+                         accounts,
+                         clock,
+                         filePool,
+                         filePool,
+                         reserve,
+                         answerFiles,
+                         folder.path() / "uploads",
+                         {}};
 };
 
 /** Null without `--web`. */
@@ -288,7 +303,7 @@ std::vector<Readiness::Check> readinessChecks(Backend& backend,
              }},
             {"content store",
              [&backend] {
-                 probeFile(backend.contents.openScratch());
+                 probeFile(openScratch(backend.context.scratchFolder));
                  return std::string();
              }},
             {"certificate", [&backend, &certificate] {

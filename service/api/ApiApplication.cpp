@@ -2,6 +2,8 @@
 
 #include "service/api/UploadHeaders.h"
 #include "service/base/Log.h"
+#include "service/base/Unavailable.h"
+#include "service/content/Contents.h"
 #include "service/http/Problem.h"
 #include "service/store/Errors.h"
 
@@ -76,6 +78,12 @@ Async<http::Response> ApiApplication::route(http::Request& request)
     } catch (const store::TooManyReported&) {
         throw Problem(EProblem::Unprocessable,
                       "The farm or the user has too many consoles or devices.");
+    } catch (const content::Superseded&) {
+        throw Problem(EProblem::Conflict, "Another request has taken the upload over.");
+    } catch (const Unavailable& error) {
+        logWarning("contents-unavailable", error.what());
+        throw Problem(EProblem::Busy, "The service's store of files does not answer.",
+                      {{"Retry-After", "5"}});
     } catch (const std::system_error& error) {
         if (meansFull(error)) {
             throw Problem(EProblem::InsufficientStorage, "The service's storage is full.");

@@ -134,7 +134,7 @@ Async<Response> purge(Context& context, Request& request, EPurge what)
     };
     const std::vector<std::string> digests = co_await context.database.write(change);
     auto remove = [&context, &digests] { removeContents(context, digests); };
-    co_await context.filePool.run(remove);
+    co_await context.contentPool.run(remove);
     co_return Response::noContent();
 }
 

@@ -1,14 +1,13 @@
 #include "service/api/CheckedSource.h"
 
-#include <cerrno>
-
-#include <unistd.h>
+#include <system_error>
 
 namespace kelvo::api {
 
-CheckedSource::CheckedSource(FileDescriptor file, std::uint64_t sizeBytes, std::string sha256,
-                             WorkPool& pool, std::function<void(content::ECondition)> onResult)
-    : file_(std::move(file)),
+CheckedSource::CheckedSource(std::shared_ptr<content::Reader> reader, std::uint64_t sizeBytes,
+                             std::string sha256, WorkPool& pool,
+                             std::function<void(content::ECondition)> onResult)
+    : reader_(std::move(reader)),
       sizeBytes_(sizeBytes),
       sha256_(std::move(sha256)),
       pool_(pool),
@@ -23,23 +22,24 @@ Async<std::size_t> CheckedSource::read(asio::mutable_buffer buffer)
 
 std::size_t CheckedSource::readNow(asio::mutable_buffer buffer)
 {
-    ssize_t got = 0;
-    do {
-        got = ::pread(file_.get(), buffer.data(), buffer.size(), static_cast<off_t>(offset_));
-    } while (got < 0 && errno == EINTR);
-    if (got <= 0) { // the file was shortened, or the disk cannot read it
+    std::size_t got = 0;
+    try {
+        got = reader_->read(offset_, buffer.data(), buffer.size());
+    } catch (const std::system_error&) {
+        got = 0; // the disk cannot read it
+    }
+    if (got == 0) { // or the file was shortened
         onResult_(content::ECondition::Unreadable);
         return 0;
     }
-    const auto bytes = static_cast<std::size_t>(got);
-    digest_.add(buffer.data(), bytes);
-    offset_ += bytes;
+    digest_.add(buffer.data(), got);
+    offset_ += got;
     if (offset_ == sizeBytes_) {
         const bool isIntact = digest_.finishHex() == sha256_;
         onResult_(isIntact ? content::ECondition::Intact : content::ECondition::Damaged);
-        return isIntact ? bytes : 0;
+        return isIntact ? got : 0;
     }
-    return bytes;
+    return got;
 }
 
 } // namespace kelvo::api

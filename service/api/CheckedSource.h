@@ -2,12 +2,13 @@
 #pragma once
 
 #include "service/base/Digest.h"
-#include "service/base/Files.h"
 #include "service/base/WorkPool.h"
+#include "service/content/Contents.h"
 #include "service/content/Integrity.h"
 #include "service/http/Response.h"
 
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace kelvo::api {
@@ -21,10 +22,11 @@ class CheckedSource final : public http::BodySource
 {
 public:
     /**
-     * `onResult` is called once, on the pool, with the condition of the content. Unknown: a read
+     * `onResult` is called once, on the pool, with the condition of the content. Unreadable: a read
      * failed, so the condition is not known.
      */
-    CheckedSource(FileDescriptor file, std::uint64_t sizeBytes, std::string sha256, WorkPool& pool,
+    CheckedSource(std::shared_ptr<content::Reader> reader, std::uint64_t sizeBytes,
+                  std::string sha256, WorkPool& pool,
                   std::function<void(content::ECondition)> onResult);
 
     std::uint64_t sizeBytes() const override { return sizeBytes_; }
@@ -34,7 +36,7 @@ private:
     /** Runs on the pool. 0: the content is damaged or cannot be read. */
     std::size_t readNow(asio::mutable_buffer buffer);
 
-    FileDescriptor file_;
+    std::shared_ptr<content::Reader> reader_;
     std::uint64_t sizeBytes_;
     std::string sha256_;
     WorkPool& pool_;

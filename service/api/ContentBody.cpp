@@ -1,14 +1,12 @@
 #include "service/api/ContentBody.h"
 
 #include "service/api/CheckedSource.h"
-#include "service/api/FileSource.h"
+#include "service/api/ContentSource.h"
 #include "service/base/Log.h"
 #include "service/http/Problem.h"
 
-#include <cerrno>
+#include <memory>
 #include <optional>
-
-#include <fcntl.h>
 
 namespace kelvo::api {
 
@@ -24,8 +22,8 @@ constexpr std::size_t checkStepBytes = 1024 * 1024;
 
 struct Stored
 {
-    FileDescriptor file;
-    content::FileStamp stamp;
+    std::shared_ptr<content::Reader> reader; // null: the content is missing
+    content::FileStamp stamp;                // not of a reader that checks the bytes itself
 };
 
 void report(Context& context, ECondition condition, const store::File& file, store::Id farm)
@@ -52,22 +50,6 @@ void remember(Context& context, const store::File& file, const content::FileStam
     }
 }
 
-/** Returns no file if the file is missing. */
-Stored openStored(Context& context, const store::File& file)
-{
-    try {
-        Stored stored;
-        stored.file = context.contents.open(file.sha256);
-        stored.stamp = content::stampOf(stored.file.get());
-        return stored;
-    } catch (const std::system_error& error) {
-        if (error.code() != std::errc::no_such_file_or_directory) {
-            throw;
-        }
-        return {};
-    }
-}
-
 /** Reads the whole content in steps, so that other work gets its turn on the pool. */
 Async<ECondition> check(Context& context, const store::File& file, const Stored& stored)
 {
@@ -79,13 +61,8 @@ Async<ECondition> check(Context& context, const store::File& file, const Stored&
     }
     std::optional<ECondition> found;
     const auto onResult = [&found](ECondition condition) { found = condition; };
-    // A duplicate descriptor: the original goes to the answer.
-    FileDescriptor own(::fcntl(stored.file.get(), F_DUPFD_CLOEXEC, 0));
-    if (own.get() < 0) {
-        throw std::system_error(errno, std::generic_category(), "dup");
-    }
-    CheckedSource source(std::move(own), static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
-                         context.filePool, onResult);
+    CheckedSource source(stored.reader, static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
+                         context.contentPool, onResult);
     const auto buffer = std::make_unique<char[]>(checkStepBytes);
     while (!found) {
         co_await source.read(asio::buffer(buffer.get(), checkStepBytes));
@@ -99,8 +76,8 @@ Async<ECondition> readSmall(Context& context, const store::File& file, Stored st
                             std::string& bytes)
 {
     ECondition found = file.sizeBytes == 0 ? ECondition::Intact : ECondition::Unreadable;
-    CheckedSource source(std::move(stored.file), static_cast<std::uint64_t>(file.sizeBytes),
-                         file.sha256, context.filePool,
+    CheckedSource source(std::move(stored.reader), static_cast<std::uint64_t>(file.sizeBytes),
+                         file.sha256, context.contentPool,
                          [&found](ECondition condition) { found = condition; });
     bytes.resize(static_cast<std::size_t>(file.sizeBytes));
     for (std::size_t at = 0; at < bytes.size();) {
@@ -123,26 +100,65 @@ std::shared_ptr<http::BodySource> checkedSource(Context& context, const store::F
             report(context, condition, file, farm);
         }
     };
-    return std::make_shared<CheckedSource>(std::move(stored.file),
+    return std::make_shared<CheckedSource>(std::move(stored.reader),
                                            static_cast<std::uint64_t>(file.sizeBytes), file.sha256,
-                                           context.filePool, onResult);
+                                           context.contentPool, onResult);
 }
 
-} // namespace
-
-Async<void> addContent(Context& context, const store::File& file, store::Id farm,
-                       const http::RangeChoice& range, bool bodiless, http::Response& response)
+std::shared_ptr<http::BodySource> rangeSource(Context& context, const store::File& file,
+                                              store::Id farm, Stored stored,
+                                              const http::RangeChoice& range)
 {
-    auto open = [&context, &file] { return openStored(context, file); };
-    Stored stored = co_await context.filePool.run(open);
-    const auto size = static_cast<std::uint64_t>(file.sizeBytes);
-    if (!stored.file || stored.stamp.sizeBytes != file.sizeBytes ||
-        context.integrity.conditionOf(file.sha256, stored.stamp, context.clock.nowMs()) ==
-            ECondition::Damaged) {
+    const auto onFailure = [&context, file, farm](ECondition condition) {
+        report(context, condition, file, farm);
+    };
+    return std::make_shared<ContentSource>(std::move(stored.reader), range.offset, range.length,
+                                           context.contentPool, onFailure);
+}
+
+std::string readRange(content::Reader& reader, std::uint64_t offset, std::size_t sizeBytes)
+{
+    std::string bytes(sizeBytes, ' ');
+    for (std::size_t at = 0; at < sizeBytes;) {
+        const std::size_t got = reader.read(offset + at, bytes.data() + at, sizeBytes - at);
+        if (got == 0) {
+            throw content::DamagedContent();
+        }
+        at += got;
+    }
+    return bytes;
+}
+
+/**
+ * The reader checks the bytes itself, so only the range is read. The first bytes are read before
+ * the answer starts: if they are damaged, the answer is a problem.
+ */
+Async<void> addSelfChecked(Context& context, const store::File& file, store::Id farm, Stored stored,
+                           const http::RangeChoice& range, http::Response& response)
+{
+    const bool isSmall = range.length <= smallBytes;
+    auto begin = [&stored, &range, isSmall] {
+        return readRange(*stored.reader, range.offset,
+                         isSmall ? static_cast<std::size_t>(range.length) : 1);
+    };
+    try {
+        std::string bytes = co_await context.contentPool.run(begin);
+        if (isSmall) {
+            response.body = std::move(bytes);
+        } else {
+            response.source = rangeSource(context, file, farm, std::move(stored), range);
+        }
+    } catch (const content::DamagedContent&) {
         refuse(context, ECondition::Damaged, file, farm);
     }
-    const bool whole = range.offset == 0 && range.length == size;
-    if (!bodiless && size <= smallBytes) {
+}
+
+/** The reader checks nothing. `stored` is not known to be damaged. */
+Async<void> addFromFile(Context& context, const store::File& file, store::Id farm, Stored stored,
+                        const http::RangeChoice& range, http::Response& response)
+{
+    const auto size = static_cast<std::uint64_t>(file.sizeBytes);
+    if (size <= smallBytes) {
         std::string bytes;
         const ECondition found = co_await readSmall(context, file, std::move(stored), bytes);
         if (found != ECondition::Intact) {
@@ -152,19 +168,42 @@ Async<void> addContent(Context& context, const store::File& file, store::Id farm
                                      static_cast<std::size_t>(range.length));
         co_return;
     }
-    if (!bodiless && whole) {
+    if (range.offset == 0 && range.length == size) {
         response.source = checkedSource(context, file, farm, std::move(stored));
         co_return;
     }
-    if (!bodiless) {
-        const ECondition condition = co_await check(context, file, stored);
-        if (condition != ECondition::Intact) {
-            refuse(context, condition, file, farm);
-        }
+    const ECondition condition = co_await check(context, file, stored);
+    if (condition != ECondition::Intact) {
+        refuse(context, condition, file, farm);
     }
-    response.source =
-        std::make_shared<FileSource>(std::make_shared<FileDescriptor>(std::move(stored.file)),
-                                     range.offset, range.length, context.filePool);
+    response.source = rangeSource(context, file, farm, std::move(stored), range);
+}
+
+} // namespace
+
+Async<void> addContent(Context& context, const store::File& file, store::Id farm,
+                       const http::RangeChoice& range, bool bodiless, http::Response& response)
+{
+    auto open = [&context, &file] { return context.contents.open(file.sha256); };
+    Stored stored;
+    stored.reader = co_await context.contentPool.run(open);
+    if (!stored.reader ||
+        stored.reader->sizeBytes() != static_cast<std::uint64_t>(file.sizeBytes)) {
+        refuse(context, ECondition::Damaged, file, farm);
+    }
+    const auto stamp = stored.reader->stamp();
+    stored.stamp = stamp.value_or(content::FileStamp());
+    if (stamp && context.integrity.conditionOf(file.sha256, *stamp, context.clock.nowMs()) ==
+                     ECondition::Damaged) {
+        refuse(context, ECondition::Damaged, file, farm);
+    }
+    if (bodiless) {
+        response.source = rangeSource(context, file, farm, std::move(stored), range);
+    } else if (stamp) {
+        co_await addFromFile(context, file, farm, std::move(stored), range, response);
+    } else {
+        co_await addSelfChecked(context, file, farm, std::move(stored), range, response);
+    }
 }
 
 } // namespace kelvo::api

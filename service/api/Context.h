@@ -7,16 +7,16 @@
 #include "service/base/Clock.h"
 #include "service/base/DiskReserve.h"
 #include "service/base/WorkPool.h"
-#include "service/content/ContentStore.h"
+#include "service/content/Contents.h"
 #include "service/content/DigestLocks.h"
 #include "service/content/Integrity.h"
-#include "service/content/UploadWriter.h"
 #include "service/events/EventHub.h"
 #include "service/events/EventStream.h"
 #include "service/store/Database.h"
 #include "service/store/QuotaTable.h"
 
 #include <cstdint>
+#include <filesystem>
 
 namespace kelvo::http {
 class Router;
@@ -39,17 +39,18 @@ struct Settings
 struct Context
 {
     store::Database& database;
-    content::ContentStore& contents;
-    content::DigestCache& digests;
+    content::Contents& contents;
     content::DigestLocks& digestLocks;
     ActiveUploads& activeUploads;
     content::Integrity& integrity;
     events::EventHub& hub;
     accounts::Accounts& accounts;
     const Clock& clock;
-    WorkPool& filePool;
+    WorkPool& filePool;    // for files on this machine
+    WorkPool& contentPool; // for `contents`
     DiskReserve& reserve;
     AnswerFiles& answerFiles;
+    std::filesystem::path scratchFolder; // for files without a name
     Settings settings;
 };
 

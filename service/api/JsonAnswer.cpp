@@ -87,7 +87,7 @@ void JsonAnswer::packText(bool isLast)
 void JsonAnswer::spill()
 {
     if (!file_) {
-        file_ = context_.contents.openScratch();
+        file_ = openScratch(context_.scratchFolder);
     }
     for (bool isStored = false; !isStored;) {
         try {

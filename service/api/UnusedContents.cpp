@@ -4,7 +4,7 @@
 
 namespace kelvo::api {
 
-void removeUnusedContents(store::Database& database, const content::ContentStore& contents,
+void removeUnusedContents(store::Database& database, content::Contents& contents,
                           content::DigestLocks& locks, const std::vector<std::string>& digests)
 {
     for (const std::string& digest : digests) {

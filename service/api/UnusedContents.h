@@ -1,7 +1,7 @@
 // Removes the contents of files that were deleted for good.
 #pragma once
 
-#include "service/content/ContentStore.h"
+#include "service/content/Contents.h"
 #include "service/content/DigestLocks.h"
 #include "service/store/Database.h"
 
@@ -12,9 +12,9 @@ namespace kelvo::api {
 
 /**
  * Removes each of these contents that no file has any more. Blocks. Skips a content that a request
- * works on; the janitor removes it later. Errors: std::system_error, and the store's.
+ * works on; the janitor removes it later. Errors: as Contents, and the database's.
  */
-void removeUnusedContents(store::Database& database, const content::ContentStore& contents,
+void removeUnusedContents(store::Database& database, content::Contents& contents,
                           content::DigestLocks& locks, const std::vector<std::string>& digests);
 
 } // namespace kelvo::api

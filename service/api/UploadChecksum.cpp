@@ -4,6 +4,9 @@
 #include "service/base/Encoding.h"
 #include "service/http/Problem.h"
 
+#include <cerrno>
+#include <memory>
+
 #include <unistd.h>
 
 namespace kelvo::api {
@@ -34,13 +37,29 @@ std::optional<Checksum> checksumOf(const http::Request& request)
     return checksum;
 }
 
-Async<bool> receiveChecked(Context& context, http::Request& request, Checksum& checksum,
-                           content::UploadWriter& writer)
+namespace {
+
+std::size_t readFrom(int file, void* buffer, std::size_t mostBytes)
 {
-    auto open = [&context] { return context.contents.openScratch(); };
+    ssize_t got = 0;
+    do {
+        got = ::read(file, buffer, mostBytes);
+    } while (got < 0 && errno == EINTR);
+    if (got < 0) {
+        throwErrno("read");
+    }
+    return static_cast<std::size_t>(got);
+}
+
+} // namespace
+
+Async<bool> receiveChecked(Context& context, http::Request& request, Checksum& checksum,
+                           content::Receiver& receiver)
+{
+    auto open = [&context] { return openScratch(context.scratchFolder); };
     const FileDescriptor scratch = co_await context.filePool.run(open);
     const Sink sink = [&context, &scratch, &checksum](const void* data, std::size_t sizeBytes) {
-        context.contents.requireReserve();
+        context.reserve.requireWhole();
         writeAll(scratch.get(), data, sizeBytes);
         checksum.add(data, sizeBytes);
     };
@@ -55,16 +74,24 @@ Async<bool> receiveChecked(Context& context, http::Request& request, Checksum& c
     if (::lseek(scratch.get(), 0, SEEK_SET) < 0) {
         throwErrno("lseek");
     }
-    co_await appendFile(context, scratch, writer);
+    ReadNext readNext = [&scratch](void* buffer, std::size_t mostBytes) {
+        return readFrom(scratch.get(), buffer, mostBytes);
+    };
+    co_await appendAll(context, std::move(readNext), receiver);
     co_return true;
 }
 
-Async<void> appendFile(Context& context, const FileDescriptor& file, content::UploadWriter& writer)
+Async<void> appendAll(Context& context, ReadNext readNext, content::Receiver& receiver)
 {
-    auto step = [&file, &writer] { return writer.appendFrom(file.get(), appendStepBytes); };
+    const auto buffer = std::make_unique<char[]>(appendStepBytes);
+    auto step = [&readNext, &receiver, &buffer] {
+        const std::size_t got = readNext(buffer.get(), appendStepBytes);
+        receiver.append(buffer.get(), got);
+        return got;
+    };
     std::size_t got = 1;
     while (got > 0) {
-        got = co_await context.filePool.run(step);
+        got = co_await context.contentPool.run(step);
     }
 }
 

@@ -5,6 +5,8 @@
 #include "service/base/Checksum.h"
 #include "service/http/Request.h"
 
+#include <cstddef>
+#include <functional>
 #include <optional>
 
 namespace kelvo::api {
@@ -20,9 +22,12 @@ std::optional<Checksum> checksumOf(const http::Request& request);
  * the body was cut. Throws Problem (checksum-mismatch). The upload is unchanged in both cases.
  */
 Async<bool> receiveChecked(Context& context, http::Request& request, Checksum& checksum,
-                           content::UploadWriter& writer);
+                           content::Receiver& receiver);
 
-/** Appends the rest of the file to the upload, in steps on the pool. */
-Async<void> appendFile(Context& context, const FileDescriptor& file, content::UploadWriter& writer);
+/** Reads the next bytes, at most `mostBytes`. 0: there are no more bytes. */
+using ReadNext = std::function<std::size_t(void* buffer, std::size_t mostBytes)>;
+
+/** Appends all that `readNext` returns to the upload, in steps on the pool of the contents. */
+Async<void> appendAll(Context& context, ReadNext readNext, content::Receiver& receiver);
 
 } // namespace kelvo::api

@@ -34,24 +34,28 @@ Async<void> requireComplete(Context& context, const std::set<std::string>& ids)
         if (!part) {
             throw Problem(EProblem::NotFound, "A part of the upload does not exist.");
         }
-        auto look = [&context, &id] { return context.contents.uploadSize(id); };
-        const auto size = static_cast<long long>(co_await context.filePool.run(look));
+        auto look = [&context, &id] { return context.contents.keptBytes(id); };
+        const auto size = static_cast<long long>(co_await context.contentPool.run(look));
         if (size != part->lengthBytes) {
             throw Problem(EProblem::Conflict, "A part of the upload is not complete.");
         }
     }
 }
 
-Async<void> appendPart(Context& context, const std::string& id, content::UploadWriter& writer)
+Async<void> appendPart(Context& context, const std::string& id, content::Receiver& receiver)
 {
-    auto open = [&context, &id] { // an empty part may have no file
-        return context.contents.uploadSize(id) == 0 ? FileDescriptor()
-                                                    : context.contents.openReceived(id);
-    };
-    const FileDescriptor file = co_await context.filePool.run(open);
-    if (file) {
-        co_await appendFile(context, file, writer);
+    auto open = [&context, &id] { return context.contents.openUpload(id); };
+    const auto part = co_await context.contentPool.run(open);
+    if (!part) {
+        co_return; // no bytes of an empty part were ever received
     }
+    ReadNext readNext = [&part, offset = std::uint64_t{0}](void* buffer,
+                                                           std::size_t mostBytes) mutable {
+        const std::size_t got = part->read(offset, buffer, mostBytes);
+        offset += got;
+        return got;
+    };
+    co_await appendAll(context, std::move(readNext), receiver);
 }
 
 /** The file of the final upload is committed, even if the removal fails. */
@@ -63,7 +67,7 @@ Async<void> removeParts(Context& context, const std::set<std::string>& ids)
                 context.contents.removeUpload(id);
             }
         };
-        co_await context.filePool.run(remove);
+        co_await context.contentPool.run(remove);
     } catch (const std::exception& error) {
         logWarning("upload-not-removed", error.what()); // the janitor removes them
     }
@@ -79,16 +83,17 @@ Async<Progress> concatenate(Context& context, http::Request& request, const stor
     co_await requireComplete(context, ids);
     auto open = [&context, &upload] {
         context.contents.removeUpload(upload.id); // the bytes of an attempt that a crash ended
-        return content::UploadWriter(context.contents, context.digests, upload.id);
+        return context.contents.receive(upload.id);
     };
-    content::UploadWriter writer = co_await context.filePool.run(open);
+    const auto receiver = co_await context.contentPool.run(open);
     for (const std::string& id : parts) {
-        co_await appendPart(context, id, writer);
+        co_await appendPart(context, id, *receiver);
     }
-    if (static_cast<long long>(writer.offset()) != upload.lengthBytes) {
+    if (static_cast<long long>(receiver->offset()) != upload.lengthBytes) {
         throw Problem(EProblem::Conflict, "A part of the upload has changed.");
     }
-    FinishedUpload finished = co_await finishUpload(context, upload, writer, request.peerAddress);
+    FinishedUpload finished =
+        co_await finishUpload(context, upload, *receiver, request.peerAddress);
     co_await removeParts(context, ids);
     co_return Progress{finished.upload, upload.lengthBytes, finished.files};
 }

@@ -6,7 +6,6 @@
 #include "service/api/UploadSteps.h"
 #include "service/base/Digest.h"
 #include "service/base/Encoding.h"
-#include "service/base/Log.h"
 #include "service/http/Problem.h"
 #include "service/store/Errors.h"
 #include "service/store/FileTable.h"
@@ -91,90 +90,82 @@ Async<std::vector<store::File>> filesOf(Context& context, const store::Upload& u
     co_return co_await context.database.read(query);
 }
 
-/** A content in its place, without a reference yet. */
+/** A durable content, without a reference yet. */
 struct StoredContent
 {
     std::unique_ptr<content::DigestLocks::Guard> lock; // protects the content from the janitor
-    bool moved = false;                                // false: an equal content existed already
+    std::unique_ptr<content::Adoption> adoption;
 };
 
 /**
- * Syncs, digests and renames the upload and sets its digest. Runs as one job of the pool unless it
- * has to wait for the lock.
+ * Makes a content of the received bytes and sets the upload's digest. Runs as one job of the pool
+ * unless it has to wait for the lock.
  */
 Async<StoredContent> storeContent(Context& context, store::Upload& upload,
-                                  content::UploadWriter& writer)
+                                  content::Receiver& receiver)
 {
     StoredContent stored;
-    auto adopt = [&context, &upload, &stored] {
-        stored.moved = context.contents.adopt(upload.id, upload.sha256);
-    };
-    auto work = [&context, &upload, &writer, &stored, &adopt] {
-        writer.sync();
-        upload.sha256 = writer.finish();
+    auto adopt = [&receiver, &stored] { stored.adoption = receiver.adopt(); };
+    auto work = [&context, &upload, &receiver, &stored, &adopt] {
+        upload.sha256 = receiver.finish();
         stored.lock = context.digestLocks.tryLock(upload.sha256);
         if (stored.lock) {
             adopt();
         }
     };
-    co_await context.filePool.run(work);
+    co_await context.contentPool.run(work);
     if (!stored.lock) {
         stored.lock = co_await context.digestLocks.lock(upload.sha256);
-        co_await context.filePool.run(adopt);
+        co_await context.contentPool.run(adopt);
     }
     co_return stored;
 }
 
-/** Undoes storeContent(): the next attempt finds the upload unchanged. */
-Async<void> revertContent(Context& context, const store::Upload& upload)
-{
-    auto revertToUpload = [&context, &upload] {
-        context.contents.revertToUpload(upload.id, upload.sha256);
-    };
-    co_await context.filePool.run(revertToUpload);
-}
+enum class EOutcome : std::uint8_t { Committed, RolledBack };
 
-/** Removes the received bytes. The files are committed, even if the removal fails. */
-Async<void> removeReceived(Context& context, const store::Upload& upload)
+/** If the transaction was rolled back, the next attempt finds the upload unchanged. */
+Async<void> settle(Context& context, std::unique_ptr<content::Adoption>& adoption, EOutcome outcome)
 {
-    auto remove = [&context, &upload] {
-        try {
-            context.contents.removeUpload(upload.id);
-        } catch (const std::exception& error) {
-            logWarning("upload-not-removed", error.what());
+    if (outcome == EOutcome::Committed && !adoption->leavesUpload()) {
+        adoption->committed(); // does not block
+        co_return;
+    }
+    auto work = [&adoption, outcome] {
+        if (outcome == EOutcome::Committed) {
+            adoption->committed();
         }
+        adoption.reset();
     };
-    co_await context.filePool.run(remove);
+    co_await context.contentPool.run(work);
 }
 
 } // namespace
 
 Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
-                                   content::UploadWriter& writer, std::string address)
+                                   content::Receiver& receiver, std::string address)
 {
-    StoredContent stored = co_await storeContent(context, upload, writer);
-    auto change = [&context, &upload, &address](store::Transaction& transaction) {
-        return commitFiles(context, transaction, upload, address);
+    StoredContent stored = co_await storeContent(context, upload, receiver);
+    auto change = [&context, &upload, &address, &stored](store::Transaction& transaction) {
+        FinishedUpload made = commitFiles(context, transaction, upload, address);
+        stored.adoption->join(transaction);
+        return made;
     };
     FinishedUpload finished;
+    EOutcome outcome = EOutcome::Committed;
     std::exception_ptr failure;
     try {
         finished = co_await context.database.write(change);
     } catch (const store::CommitInDoubt&) {
         // The content is kept, because committed files may need it. If there are none, the janitor
         // removes the content and the client sends the upload again.
-        throw;
+        failure = std::current_exception();
     } catch (...) {
+        outcome = EOutcome::RolledBack;
         failure = std::current_exception();
     }
-    if (failure && stored.moved) {
-        co_await revertContent(context, upload);
-    }
+    co_await settle(context, stored.adoption, outcome);
     if (failure) {
         std::rethrow_exception(failure);
-    }
-    if (!stored.moved) {
-        co_await removeReceived(context, upload);
     }
     co_return finished;
 }

@@ -7,6 +7,7 @@
 #include "service/store/UploadTable.h"
 
 #include <exception>
+#include <memory>
 
 namespace kelvo::api {
 
@@ -55,8 +56,8 @@ Async<void> extend(Context& context, store::Upload& upload)
 
 Async<long long> receivedSize(Context& context, const store::Upload& upload)
 {
-    auto look = [&context, &upload] { return context.contents.uploadSize(upload.id); };
-    const auto size = co_await context.filePool.run(look);
+    auto look = [&context, &upload] { return context.contents.keptBytes(upload.id); };
+    const auto size = co_await context.contentPool.run(look);
     co_return static_cast<long long>(size);
 }
 
@@ -134,21 +135,33 @@ void limitBody(const Context& context, http::Request& request, const store::Uplo
  * only checked bytes. False if the body was cut; then unchecked bytes are dropped.
  */
 Async<bool> receiveInto(Context& context, http::Request& request, const store::Upload& upload,
-                        std::optional<Checksum>& checksum, content::UploadWriter& writer)
+                        std::optional<Checksum>& checksum, content::Receiver& receiver)
 {
-    try {
-        limitBody(context, request, upload, writer.offset());
-        if (checksum) {
-            co_return co_await receiveChecked(context, request, *checksum, writer);
-        }
-        const Sink sink = [&writer](const void* data, std::size_t sizeBytes) {
-            writer.append(data, sizeBytes);
-        };
-        co_return co_await receiveBody(request.body, sink, context.filePool);
-    } catch (const Problem&) {
-        writer.suspend();
-        throw;
+    limitBody(context, request, upload, receiver.offset());
+    if (checksum) {
+        co_return co_await receiveChecked(context, request, *checksum, receiver);
     }
+    const Sink sink = [&receiver](const void* data, std::size_t sizeBytes) {
+        receiver.append(data, sizeBytes);
+    };
+    co_return co_await receiveBody(request.body, sink, context.contentPool);
+}
+
+/** Throws Problem if the upload has another offset. */
+std::unique_ptr<content::Receiver> openReceiver(Context& context, const http::Request& request,
+                                                const store::Upload& upload, long long offset)
+{
+    const auto requireOffset = [offset](std::uint64_t found) {
+        if (static_cast<long long>(found) != offset) {
+            throwWrongOffset(static_cast<long long>(found));
+        }
+    };
+    // The size is checked first: a wrong offset must not cost digesting the present bytes.
+    requireOffset(context.contents.keptBytes(upload.id));
+    context.contents.requireRoom(static_cast<long long>(request.body.lengthBytes().value_or(0)));
+    auto receiver = context.contents.receive(upload.id);
+    requireOffset(receiver->offset()); // another process may have received bytes meanwhile
+    return receiver;
 }
 
 /** Appends the body at `offset`. If it was the last part, finishes the upload. */
@@ -157,27 +170,18 @@ Async<Progress> appendPart(Context& context, http::Request& request, store::Uplo
 {
     auto checksum = checksumOf(request);
     auto open = [&context, &request, &upload, offset] {
-        // The size is checked first: a wrong offset must not cost digesting the present bytes.
-        const auto size = static_cast<long long>(context.contents.uploadSize(upload.id));
-        if (size != offset) {
-            throwWrongOffset(size);
-        }
-        context.reserve.requireRoom(static_cast<long long>(request.body.lengthBytes().value_or(0)));
-        return content::UploadWriter(context.contents, context.digests, upload.id);
+        return openReceiver(context, request, upload, offset);
     };
-    content::UploadWriter writer = co_await context.filePool.run(open);
-    const bool whole = co_await receiveInto(context, request, upload, checksum, writer);
-    const auto reached = static_cast<long long>(writer.offset());
+    const auto receiver = co_await context.contentPool.run(open);
+    const bool whole = co_await receiveInto(context, request, upload, checksum, *receiver);
+    const auto reached = static_cast<long long>(receiver->offset());
     if (whole && reached == upload.lengthBytes && !upload.isPartial()) {
         FinishedUpload finished =
-            co_await finishUpload(context, upload, writer, request.peerAddress);
+            co_await finishUpload(context, upload, *receiver, request.peerAddress);
         co_return Progress{finished.upload, reached, finished.files};
     }
-    if (whole) {
-        auto sync = [&writer] { writer.sync(); };
-        co_await context.filePool.run(sync);
-    }
-    writer.suspend();
+    auto keep = [&receiver, whole] { whole ? receiver->flush() : receiver->suspend(); };
+    co_await context.contentPool.run(keep);
     co_await extend(context, upload);
     if (!whole) {
         request.body.throwFailure();
@@ -214,7 +218,7 @@ Async<void> deleteUpload(Context& context, http::Request& request, const store::
         throw Problem(EProblem::NotFound, "This upload does not exist.");
     }
     auto remove = [&context, &upload] { context.contents.removeUpload(upload.id); };
-    co_await context.filePool.run(remove);
+    co_await context.contentPool.run(remove);
 }
 
 Async<Progress> receivePart(Context& context, http::Request& request, store::Upload upload,

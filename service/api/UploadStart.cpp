@@ -110,7 +110,7 @@ StartedUpload start(Context& context, store::Transaction& transaction, const sto
     const long long lengthBytes = lengthFor(context, transaction.sql, user, wanted);
     requireQuota(transaction.sql, context.settings.quotas,
                  {user.farmId(), user.id, std::max(lengthBytes, 0LL), ofOwners});
-    context.reserve.requireRoom(std::max(lengthBytes, 0LL));
+    context.contents.requireRoom(std::max(lengthBytes, 0LL));
     store::Upload upload;
     upload.id = newId;
     upload.farm = user.farmId();

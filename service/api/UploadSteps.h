@@ -83,12 +83,12 @@ struct FinishedUpload
 };
 
 /**
- * Stores the received bytes as a content and adds the upload's files, all or none. Order: sync the
- * file, rename it, sync the folder, then commit files and events in one transaction. `address` is
- * the client's, for the audit trail.
+ * Stores the received bytes as a content and adds the upload's files, all or none. Order: make the
+ * content durable, then commit files and events in one transaction. With a folder: sync the file,
+ * rename it, sync the folder, commit. `address` is the client's, for the audit trail.
  */
 Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
-                                   content::UploadWriter& writer, std::string address);
+                                   content::Receiver& receiver, std::string address);
 
 /** Adds the result's headers of a finished upload, with its warnings. */
 void addResultHeaders(http::Response& response, const store::Upload& upload);

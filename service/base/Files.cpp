@@ -1,6 +1,8 @@
 #include "service/base/Files.h"
 
 #include <cerrno>
+#include <cstdlib>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -43,6 +45,17 @@ FileDescriptor openFile(const std::filesystem::path& path, int flags, mode_t mod
     if (!file) {
         throwErrno("open");
     }
+    return file;
+}
+
+FileDescriptor openScratch(const std::filesystem::path& folder)
+{
+    std::string name = (folder / ".scratch-XXXXXX").string();
+    FileDescriptor file(::mkostemp(name.data(), O_CLOEXEC));
+    if (!file) {
+        throwErrno("mkostemp");
+    }
+    ::unlink(name.c_str()); // a killed process may leave the name; the clean-up removes it
     return file;
 }
 

@@ -35,6 +35,9 @@ private:
 
 FileDescriptor openFile(const std::filesystem::path& path, int flags, mode_t mode = 0600);
 
+/** Opens a new file without a name: its bytes end with the descriptor or the process. */
+FileDescriptor openScratch(const std::filesystem::path& folder);
+
 /** Writes all bytes, in several calls of write() if needed. */
 void writeAll(int fd, const void* data, std::size_t sizeBytes);
 

@@ -66,7 +66,8 @@ public:
         }
     }
 
-    void committed() override {}
+    bool leavesUpload() const override { return false; }
+    void committed() noexcept override {}
 
 private:
     Parts parts_;
@@ -122,6 +123,8 @@ public:
         parts_.bucket.put(chunk.key, chunk_, chunk.sha256);
         commit(chunk);
     }
+
+    void suspend() override { flush(); }
 
     std::string finish() override
     {
@@ -186,14 +189,22 @@ private:
     std::size_t joinedBytes_ = 0;
 };
 
+/** Finds the chunk of an upload or content that holds the byte. */
+using ChunkAt = std::optional<store::Chunk> (*)(soci::session& sql, const std::string& name,
+                                                long long offset);
+
 class ChunkReader final : public Reader
 {
 public:
-    ChunkReader(const Parts& parts, std::string sha256, std::uint64_t sizeBytes)
-        : parts_(parts), sha256_(std::move(sha256)), sizeBytes_(sizeBytes)
+    ChunkReader(const Parts& parts, ChunkAt chunkAt, std::string name, long long sizeBytes)
+        : parts_(parts),
+          chunkAt_(chunkAt),
+          name_(std::move(name)),
+          sizeBytes_(static_cast<std::uint64_t>(sizeBytes))
     {}
 
     std::uint64_t sizeBytes() const override { return sizeBytes_; }
+    std::optional<content::FileStamp> stamp() const override { return std::nullopt; }
 
     std::size_t read(std::uint64_t offset, void* buffer, std::size_t mostBytes) override
     {
@@ -214,7 +225,7 @@ private:
     void fetch(std::uint64_t offset)
     {
         const auto chunk = parts_.database.readNow([this, offset](soci::session& sql) {
-            return store::chunkAt(sql, sha256_, static_cast<long long>(offset));
+            return chunkAt_(sql, name_, static_cast<long long>(offset));
         });
         if (!chunk) {
             throw DamagedContent();
@@ -225,7 +236,8 @@ private:
     }
 
     Parts parts_;
-    std::string sha256_;
+    ChunkAt chunkAt_;
+    std::string name_;
     std::uint64_t sizeBytes_;
     std::uint64_t start_ = 0;
     std::string bytes_; // the checked chunk from start_ on
@@ -255,6 +267,16 @@ std::unique_ptr<Receiver> ChunkedContents::receive(const std::string& upload)
     return std::make_unique<ChunkReceiver>(Parts{database_, bucket_, clock_}, upload, chunkBytes_);
 }
 
+std::unique_ptr<Reader> ChunkedContents::openUpload(const std::string& upload)
+{
+    const auto received = database_.readNow(
+        [&upload](soci::session& sql) { return store::receivedPart(sql, upload); });
+    return received
+               ? std::make_unique<ChunkReader>(Parts{database_, bucket_, clock_},
+                                               store::uploadChunkAt, upload, received->sizeBytes)
+               : nullptr;
+}
+
 void ChunkedContents::removeUpload(const std::string& upload)
 {
     database_.writeNow([this, &upload](store::Transaction& transaction) {
@@ -266,8 +288,8 @@ std::unique_ptr<Reader> ChunkedContents::open(const std::string& sha256)
 {
     const auto size = database_.readNow(
         [&sha256](soci::session& sql) { return store::contentSize(sql, sha256); });
-    return size ? std::make_unique<ChunkReader>(Parts{database_, bucket_, clock_}, sha256,
-                                                static_cast<std::uint64_t>(*size))
+    return size ? std::make_unique<ChunkReader>(Parts{database_, bucket_, clock_}, store::chunkAt,
+                                                sha256, *size)
                 : nullptr;
 }
 

@@ -29,6 +29,11 @@ public:
 
     std::uint64_t keptBytes(const std::string& upload) override;
     std::unique_ptr<content::Receiver> receive(const std::string& upload) override;
+
+    /** The disk of this machine holds no bytes of uploads. */
+    void requireRoom(long long) override {}
+
+    std::unique_ptr<content::Reader> openUpload(const std::string& upload) override;
     void removeUpload(const std::string& upload) override;
     std::unique_ptr<content::Reader> open(const std::string& sha256) override;
 

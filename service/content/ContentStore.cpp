@@ -1,11 +1,10 @@
 #include "service/content/ContentStore.h"
 
 #include "service/base/FileStatus.h"
-#include "service/content/Integrity.h"
+#include "service/content/FileStamp.h"
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -123,17 +122,6 @@ FileDescriptor ContentStore::openUpload(const std::string& id) const
 FileDescriptor ContentStore::openReceived(const std::string& id) const
 {
     return openFile(uploads_ / id, O_RDONLY);
-}
-
-FileDescriptor ContentStore::openScratch() const
-{
-    std::string name = (uploads_ / ".scratch-XXXXXX").string();
-    FileDescriptor file(::mkostemp(name.data(), O_CLOEXEC));
-    if (!file) {
-        throwErrno("mkostemp");
-    }
-    ::unlink(name.c_str()); // a killed process may leave the name; the janitor removes it
-    return file;
 }
 
 std::uint64_t ContentStore::uploadSize(const std::string& id) const

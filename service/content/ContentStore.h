@@ -35,9 +35,6 @@ public:
     /** Opens an existing upload for reading. */
     FileDescriptor openReceived(const std::string& id) const;
 
-    /** Opens a new file without a name: its bytes end with the descriptor or the process. */
-    FileDescriptor openScratch() const;
-
     /** 0 if the upload is missing. */
     std::uint64_t uploadSize(const std::string& id) const;
 

@@ -1,9 +1,12 @@
 // The bytes of uploads and files, wherever they are kept.
 #pragma once
 
+#include "service/content/FileStamp.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -30,6 +33,7 @@ public:
 /**
  * Makes a content of a received upload together with the transaction that adds its files. If the
  * transaction is rolled back, destroy the adoption without committed(): the upload stays as it was.
+ * This destruction blocks.
  */
 class Adoption
 {
@@ -42,11 +46,17 @@ public:
     /** Call it in the transaction that adds the files. Throws Superseded. */
     virtual void join(store::Transaction& transaction) = 0;
 
-    /** Call it after the commit, and after a commit in doubt. The upload is gone afterwards. */
-    virtual void committed() = 0;
+    /** Whether committed() blocks, because bytes of the upload are left to remove. */
+    virtual bool leavesUpload() const = 0;
+
+    /**
+     * Call it after the commit, and after a commit in doubt. The upload is gone afterwards. If it
+     * cannot be removed, logs this.
+     */
+    virtual void committed() noexcept = 0;
 };
 
-/** Receives the bytes of one upload. Destroy it to suspend the upload. */
+/** Receives the bytes of one upload. Its destruction does not block. */
 class Receiver
 {
 public:
@@ -63,6 +73,12 @@ public:
     /** Afterwards all appended bytes are kept, and offset() may be acknowledged. */
     virtual void flush() = 0;
 
+    /**
+     * Call it when the link was cut. Afterwards the bytes survive the process. Only flush() also
+     * protects them from a power failure.
+     */
+    virtual void suspend() = 0;
+
     /** Flushes and returns the SHA-256 of the upload in hexadecimal. Append nothing afterwards. */
     virtual std::string finish() = 0;
 
@@ -70,7 +86,7 @@ public:
     virtual std::unique_ptr<Adoption> adopt() = 0;
 };
 
-/** A complete content, open for reading. */
+/** A content or the received bytes of an upload, open for reading. */
 class Reader
 {
 public:
@@ -80,6 +96,9 @@ public:
     Reader& operator=(const Reader&) = delete;
 
     virtual std::uint64_t sizeBytes() const = 0;
+
+    /** Changes with each write to the content. Empty: read() itself checks all bytes. */
+    virtual std::optional<FileStamp> stamp() const = 0;
 
     /** Reads at least one byte unless `offset` is the end. Throws DamagedContent if it notices. */
     virtual std::size_t read(std::uint64_t offset, void* buffer, std::size_t mostBytes) = 0;
@@ -108,6 +127,12 @@ public:
 
     /** Continues the upload, or starts it. */
     virtual std::unique_ptr<Receiver> receive(const std::string& upload) = 0;
+
+    /** Throws std::system_error with ENOSPC if there is no room for so many bytes. */
+    virtual void requireRoom(long long sizeBytes) = 0;
+
+    /** Opens the flushed bytes of an upload. Null if the upload is missing. */
+    virtual std::unique_ptr<Reader> openUpload(const std::string& upload) = 0;
 
     virtual void removeUpload(const std::string& upload) = 0;
 

@@ -1,6 +1,5 @@
 #include "service/content/FolderContents.h"
 
-#include "service/base/FileStatus.h"
 #include "service/base/Log.h"
 
 #include <cerrno>
@@ -34,11 +33,17 @@ public:
 
     void join(store::Transaction&) override {}
 
-    void committed() override
+    bool leavesUpload() const override { return !moved_; }
+
+    void committed() noexcept override
     {
         committed_ = true;
-        if (!moved_) {
-            store_.removeUpload(upload_);
+        try {
+            if (!moved_) {
+                store_.removeUpload(upload_);
+            }
+        } catch (const std::exception& error) {
+            logWarning("upload-not-removed", error.what()); // the janitor removes it
         }
     }
 
@@ -70,6 +75,7 @@ public:
         writer_.append(data, sizeBytes);
     }
     void flush() override { writer_.sync(); }
+    void suspend() override {} // the file has the bytes
 
     std::string finish() override
     {
@@ -93,12 +99,14 @@ private:
 class FileReader final : public Reader
 {
 public:
-    explicit FileReader(FileDescriptor file)
-        : file_(std::move(file)),
-          sizeBytes_(static_cast<std::uint64_t>(statusOf(file_.get()).sizeBytes))
+    explicit FileReader(FileDescriptor file) : file_(std::move(file)), stamp_(stampOf(file_.get()))
     {}
 
-    std::uint64_t sizeBytes() const override { return sizeBytes_; }
+    std::uint64_t sizeBytes() const override
+    {
+        return static_cast<std::uint64_t>(stamp_.sizeBytes);
+    }
+    std::optional<FileStamp> stamp() const override { return stamp_; }
 
     std::size_t read(std::uint64_t offset, void* buffer, std::size_t mostBytes) override
     {
@@ -114,13 +122,28 @@ public:
 
 private:
     FileDescriptor file_;
-    std::uint64_t sizeBytes_;
+    FileStamp stamp_;
 };
+
+/** Null if the file is missing. */
+template <class Open>
+std::unique_ptr<Reader> readerOf(Open open)
+{
+    try {
+        return std::make_unique<FileReader>(open());
+    } catch (const std::system_error& error) {
+        if (error.code() != std::errc::no_such_file_or_directory) {
+            throw;
+        }
+        return nullptr;
+    }
+}
 
 } // namespace
 
-FolderContents::FolderContents(const ContentStore& store, DigestCache& digests)
-    : store_(store), digests_(digests)
+FolderContents::FolderContents(const ContentStore& store, DigestCache& digests,
+                               DiskReserve* reserve)
+    : store_(store), digests_(digests), reserve_(reserve)
 {}
 
 std::uint64_t FolderContents::keptBytes(const std::string& upload)
@@ -133,6 +156,18 @@ std::unique_ptr<Receiver> FolderContents::receive(const std::string& upload)
     return std::make_unique<FileReceiver>(store_, digests_, upload);
 }
 
+void FolderContents::requireRoom(long long sizeBytes)
+{
+    if (reserve_ != nullptr) {
+        reserve_->requireRoom(sizeBytes);
+    }
+}
+
+std::unique_ptr<Reader> FolderContents::openUpload(const std::string& upload)
+{
+    return readerOf([&] { return store_.openReceived(upload); });
+}
+
 void FolderContents::removeUpload(const std::string& upload)
 {
     store_.removeUpload(upload);
@@ -140,14 +175,7 @@ void FolderContents::removeUpload(const std::string& upload)
 
 std::unique_ptr<Reader> FolderContents::open(const std::string& sha256)
 {
-    try {
-        return std::make_unique<FileReader>(store_.open(sha256));
-    } catch (const std::system_error& error) {
-        if (error.code() != std::errc::no_such_file_or_directory) {
-            throw;
-        }
-        return nullptr;
-    }
+    return readerOf([&] { return store_.open(sha256); });
 }
 
 void FolderContents::remove(const std::string& sha256)

@@ -7,14 +7,17 @@
 
 namespace kelvo::content {
 
-/** Reads do not check digests: see Integrity. Both references outlive it. */
+/** Reads do not check digests: see Integrity. The references outlive it. */
 class FolderContents final : public Contents
 {
 public:
-    FolderContents(const ContentStore& store, DigestCache& digests);
+    /** `reserve`: the room that uploads must leave; null: no reserve. */
+    FolderContents(const ContentStore& store, DigestCache& digests, DiskReserve* reserve = nullptr);
 
     std::uint64_t keptBytes(const std::string& upload) override;
     std::unique_ptr<Receiver> receive(const std::string& upload) override;
+    void requireRoom(long long sizeBytes) override;
+    std::unique_ptr<Reader> openUpload(const std::string& upload) override;
     void removeUpload(const std::string& upload) override;
     std::unique_ptr<Reader> open(const std::string& sha256) override;
     void remove(const std::string& sha256) override;
@@ -22,6 +25,7 @@ public:
 private:
     const ContentStore& store_;
     DigestCache& digests_;
+    DiskReserve* reserve_;
 };
 
 } // namespace kelvo::content

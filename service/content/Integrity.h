@@ -1,8 +1,8 @@
 // The known conditions of the contents on disk.
 #pragma once
 
-#include "service/base/Files.h"
 #include "service/content/DigestLocks.h"
+#include "service/content/FileStamp.h"
 
 #include <atomic>
 #include <cstdint>
@@ -20,27 +20,6 @@ enum class ECondition : std::uint8_t {
     Unreadable, // a read failed, or the file is too short; never stored, because the next read may
                 // succeed
 };
-
-/**
- * Identifies a file and its state for the file system. Any write changes the stamp; a damaged disk
- * block does not.
- */
-struct FileStamp
-{
-    std::uint64_t device = 0;
-    std::uint64_t node = 0;
-    std::int64_t sizeBytes = 0;
-    std::int64_t modifiedNs = 0;
-    std::int64_t changedNs = 0;
-
-    bool operator==(const FileStamp&) const = default;
-};
-
-/** Throws std::system_error. */
-FileStamp stampOf(int fd);
-
-/** Returns the SHA-256 of a whole file in hexadecimal. Blocks. Throws std::system_error. */
-std::string digestOf(int fd);
 
 /**
  * Stores the conditions of contents, so that not every range request reads the whole content. An

@@ -84,20 +84,6 @@ void UploadWriter::append(const void* data, std::size_t sizeBytes)
     }
 }
 
-std::size_t UploadWriter::appendFrom(int file, std::size_t mostBytes)
-{
-    const auto buffer = std::make_unique<char[]>(mostBytes);
-    ssize_t got = 0;
-    do {
-        got = ::read(file, buffer.get(), mostBytes);
-    } while (got < 0 && errno == EINTR);
-    if (got < 0) {
-        throwErrno("read");
-    }
-    append(buffer.get(), static_cast<std::size_t>(got));
-    return static_cast<std::size_t>(got);
-}
-
 void UploadWriter::sync()
 {
     if (::fdatasync(file_.get()) != 0) {

@@ -52,10 +52,6 @@ public:
 
     void append(const void* data, std::size_t sizeBytes);
 
-    /** Appends at most `mostBytes` from the file's position on. Returns 0 at the end of the file.
-     */
-    std::size_t appendFrom(int file, std::size_t mostBytes);
-
     /**
      * Waits until all written bytes are on the disk. If it fails, the upload restarts at 0: its
      * file is removed, and the writer may only be destroyed.

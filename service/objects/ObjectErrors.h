@@ -1,6 +1,8 @@
 // The errors of the object store. Their texts name no credentials.
 #pragma once
 
+#include "service/base/Unavailable.h"
+
 #include <stdexcept>
 #include <string>
 
@@ -17,11 +19,11 @@ public:
  * The object store refuses the request, or its certificate is not trusted. A retry fails too until
  * somebody corrects the settings, the credentials or the clock.
  */
-class RequestRefused : public std::runtime_error
+class RequestRefused : public Unavailable
 {
 public:
     explicit RequestRefused(const std::string& why)
-        : std::runtime_error("the object store refused a request: " + why)
+        : Unavailable("the object store refused a request: " + why)
     {}
 };
 
@@ -29,11 +31,11 @@ public:
  * The object store did not answer as it should after several attempts. Later attempts may succeed.
  * A PUT or DELETE may have happened.
  */
-class StoreUnavailable : public std::runtime_error
+class StoreUnavailable : public Unavailable
 {
 public:
     explicit StoreUnavailable(const std::string& why)
-        : std::runtime_error("the object store is not available: " + why)
+        : Unavailable("the object store is not available: " + why)
     {}
 };
 

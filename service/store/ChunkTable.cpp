@@ -89,13 +89,8 @@ void announceObject(Transaction& transaction, const std::string& key, long long 
 
 std::optional<Chunk> chunkBefore(soci::session& sql, const std::string& upload, long long end)
 {
-    Chunk chunk;
-    sql << "SELECT object_key, start_byte, size_bytes, sha256 FROM upload_chunks"
-           " WHERE upload = :upload AND start_byte < :end ORDER BY start_byte DESC LIMIT 1",
-        into(chunk.key), into(chunk.start), into(chunk.sizeBytes), into(chunk.sha256), use(upload),
-        use(end);
-    const bool endsThere = sql.got_data() && chunk.start + chunk.sizeBytes == end;
-    return endsThere ? std::optional(chunk) : std::nullopt;
+    auto chunk = uploadChunkAt(sql, upload, end - 1);
+    return chunk && chunk->end() == end ? chunk : std::nullopt;
 }
 
 bool addChunk(Transaction& transaction, const std::string& upload, const Received& before,
@@ -109,7 +104,7 @@ bool addChunk(Transaction& transaction, const std::string& upload, const Receive
     if (!changesARow(announced)) {
         return false;
     }
-    const long long end = chunk.start + chunk.sizeBytes;
+    const long long end = chunk.end();
     soci::statement change =
         (transaction.sql.prepare
              << "UPDATE received SET size_bytes = :end, digest_state = :state"
@@ -173,8 +168,17 @@ std::optional<Chunk> chunkAt(soci::session& sql, const std::string& sha256, long
            " WHERE content = :sha AND start_byte <= :offset ORDER BY start_byte DESC LIMIT 1",
         into(chunk.key), into(chunk.start), into(chunk.sizeBytes), into(chunk.sha256), use(sha256),
         use(offset);
-    const bool holdsIt = sql.got_data() && offset < chunk.start + chunk.sizeBytes;
-    return holdsIt ? std::optional(chunk) : std::nullopt;
+    return sql.got_data() && chunk.holds(offset) ? std::optional(chunk) : std::nullopt;
+}
+
+std::optional<Chunk> uploadChunkAt(soci::session& sql, const std::string& upload, long long offset)
+{
+    Chunk chunk;
+    sql << "SELECT object_key, start_byte, size_bytes, sha256 FROM upload_chunks"
+           " WHERE upload = :upload AND start_byte <= :offset ORDER BY start_byte DESC LIMIT 1",
+        into(chunk.key), into(chunk.start), into(chunk.sizeBytes), into(chunk.sha256), use(upload),
+        use(offset);
+    return sql.got_data() && chunk.holds(offset) ? std::optional(chunk) : std::nullopt;
 }
 
 void dropContent(Transaction& transaction, const std::string& sha256, long long nowMs)

@@ -18,6 +18,9 @@ struct Chunk
     long long start = 0; // in the upload or content
     long long sizeBytes = 0;
     std::string sha256;
+
+    long long end() const { return start + sizeBytes; }
+    bool holds(long long offset) const { return start <= offset && offset < end(); }
 };
 
 /** The received part of an upload. */
@@ -38,6 +41,9 @@ Received takeOver(Transaction& transaction, const std::string& upload);
 
 /** The key of an object that is about to be written. A crash leaves it doomed. */
 void announceObject(Transaction& transaction, const std::string& key, long long nowMs);
+
+/** The chunk that holds this byte of the upload. */
+std::optional<Chunk> uploadChunkAt(soci::session& sql, const std::string& upload, long long offset);
 
 /** The chunk of the upload that ends at this byte. */
 std::optional<Chunk> chunkBefore(soci::session& sql, const std::string& upload, long long end);

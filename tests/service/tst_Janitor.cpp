@@ -50,16 +50,15 @@ protected:
             loop.run(api::startUpload(context, user, wanted, api::newUploadId(),
                                       store::EDurability::Now))
                 .upload;
-        content::UploadWriter writer(contents, digests, upload.id);
-        writer.append(text.data(), text.size());
+        folderContents.receive(upload.id)->append(text.data(), text.size());
         return upload;
     }
 
     store::File upload(const std::string& text)
     {
         const store::Upload begun = begin(text);
-        content::UploadWriter writer(contents, digests, begun.id);
-        loop.run(api::finishUpload(context, begun, writer, "192.0.2.1"));
+        const auto receiver = folderContents.receive(begun.id);
+        loop.run(api::finishUpload(context, begun, *receiver, "192.0.2.1"));
         return files().back();
     }
 
@@ -89,6 +88,7 @@ protected:
     bool clockIsTrusted = true;
     HeldBack heldBack;
     const Janitor::Parts parts{database,
+                               folderContents,
                                contents,
                                digestLocks,
                                clock,
@@ -185,8 +185,8 @@ TEST_F(CleanUp, RemovesLeftoversOfACrashAtOnceWithZeroDays)
 TEST_F(CleanUp, RemovesTheLeftoverOfAFinishedUploadAtOnce)
 {
     const store::Upload begun = begin("abc");
-    content::UploadWriter writer(contents, digests, begun.id);
-    loop.run(api::finishUpload(context, begun, writer, "192.0.2.1"));
+    const auto receiver = folderContents.receive(begun.id);
+    loop.run(api::finishUpload(context, begun, *receiver, "192.0.2.1"));
     replaceFile(folder.Path() / "uploads" / begun.id, "abc",
                 0600); // a crash before the upload's second name was removed
     cleanUp();
@@ -264,7 +264,7 @@ TEST_F(CleanUp, MakesTheDiskReserveWholeAlsoWhileTheClockIsWrong)
     DiskReserve used(folder.Path() / "used", 4L * 1024 * 1024);
     used.release();
     clockIsTrusted = false;
-    Janitor::cleanUp({database, contents, digestLocks, clock, parts.uploadIsHeld,
+    Janitor::cleanUp({database, folderContents, contents, digestLocks, clock, parts.uploadIsHeld,
                       parts.clockIsTrusted, heldBack, used},
                      {0});
     EXPECT_TRUE(used.isWhole());

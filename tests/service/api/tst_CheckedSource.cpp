@@ -1,14 +1,38 @@
 // The source of a reply. It never returns a damaged content as intact.
 #include "service/api/CheckedSource.h"
+#include "service/base/Digest.h"
+#include "service/base/Files.h"
 #include "tests/service/support/RunAwaitable.h"
 #include "tests/support/TempFolder.h"
 
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
+#include <unistd.h>
 
 namespace kelvo::api {
 namespace {
+
+/** Reads a file as the contents of a folder do. */
+class FileBytes final : public content::Reader
+{
+public:
+    explicit FileBytes(const std::filesystem::path& path) : file_(openFile(path, O_RDONLY)) {}
+
+    std::uint64_t sizeBytes() const override { return 0; }
+    std::optional<content::FileStamp> stamp() const override { return std::nullopt; }
+    std::size_t read(std::uint64_t offset, void* buffer, std::size_t mostBytes) override
+    {
+        const ssize_t got = ::pread(file_.get(), buffer, mostBytes, static_cast<off_t>(offset));
+        if (got < 0) {
+            throwErrno("pread");
+        }
+        return static_cast<std::size_t>(got);
+    }
+
+private:
+    FileDescriptor file_;
+};
 
 class CheckedReading : public testing::Test
 {
@@ -18,8 +42,8 @@ protected:
     {
         const auto path = folder.Path() / "content";
         replaceFile(path, stored, 0600);
-        CheckedSource source(openFile(path, O_RDONLY), meant.size(), sha256Hex(meant), pool,
-                             [this](content::ECondition found) { results.push_back(found); });
+        CheckedSource source(std::make_shared<FileBytes>(path), meant.size(), sha256Hex(meant),
+                             pool, [this](content::ECondition found) { results.push_back(found); });
         std::string all;
         char buffer[4];
         while (all.size() < meant.size()) {
@@ -63,8 +87,8 @@ TEST_F(CheckedReading, ReportsAShortContentAsUnknown)
 TEST_F(CheckedReading, ReportsAReadErrorAsUnknown)
 {
     // A folder can be opened for reading, but not read.
-    CheckedSource source(openFile(folder.Path(), O_RDONLY), 10, sha256Hex("0123456789"), pool,
-                         [this](content::ECondition found) { results.push_back(found); });
+    CheckedSource source(std::make_shared<FileBytes>(folder.Path()), 10, sha256Hex("0123456789"),
+                         pool, [this](content::ECondition found) { results.push_back(found); });
     char buffer[4];
     EXPECT_EQ(loop.run(source.read(asio::buffer(buffer))), 0U);
     EXPECT_THAT(results, testing::ElementsAre(content::ECondition::Unreadable));

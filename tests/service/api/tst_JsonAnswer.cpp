@@ -123,7 +123,7 @@ TEST_F(JsonAnswers, ArePackedUnlessTheyAreTiny)
 TEST_F(JsonAnswers, ShareTheFileOfAnEqualAnswer)
 {
     AnswerFiles files(800);
-    const auto scratch = [this] { return contents.openScratch(); };
+    const auto scratch = [this] { return openScratch(context.scratchFolder); };
     const auto first = files.keep(1, "a", scratch(), 100);
     EXPECT_EQ(files.keep(1, "a", scratch(), 100), first);
     EXPECT_NE(files.keep(2, "b", scratch(), 100), first) << "each farm has its own limit";
@@ -132,7 +132,7 @@ TEST_F(JsonAnswers, ShareTheFileOfAnEqualAnswer)
 TEST_F(JsonAnswers, AreRefusedIfAllFarmsHoldTooManyBytes)
 {
     AnswerFiles files(800);
-    const auto scratch = [this] { return contents.openScratch(); };
+    const auto scratch = [this] { return openScratch(context.scratchFolder); };
     auto largest = files.keep(1, "a", scratch(), 700);
     const auto last = files.keep(2, "b", scratch(), 100);
     EXPECT_THROW(files.keep(3, "c", scratch(), 1), http::Problem);
@@ -144,7 +144,7 @@ TEST_F(JsonAnswers, AreRefusedIfAllFarmsHoldTooManyBytes)
 TEST_F(JsonAnswers, AreRefusedIfAFarmHoldsTooManyBytes)
 {
     AnswerFiles files(800);
-    const auto scratch = [this] { return contents.openScratch(); };
+    const auto scratch = [this] { return openScratch(context.scratchFolder); };
     auto first = files.keep(1, "a", scratch(), 150); // the only answer may be larger
     EXPECT_THROW(files.keep(1, "b", scratch(), 1), http::Problem);
     first.reset();

@@ -32,16 +32,14 @@ protected:
         const store::Upload upload =
             loop.run(startUpload(context, user, wanted, newUploadId(), store::EDurability::Now))
                 .upload;
-        content::UploadWriter writer(contents, digests, upload.id);
-        writer.append(text.data(), text.size());
-        writer.suspend();
+        folderContents.receive(upload.id)->append(text.data(), text.size());
         return upload;
     }
 
     store::Upload finish(const store::Upload& upload)
     {
-        content::UploadWriter writer(contents, digests, upload.id);
-        return loop.run(finishUpload(context, upload, writer, "192.0.2.1")).upload;
+        const auto receiver = folderContents.receive(upload.id);
+        return loop.run(finishUpload(context, upload, *receiver, "192.0.2.1")).upload;
     }
 };
 
@@ -87,10 +85,10 @@ TEST_F(FinishUpload, StoresTheContentBeforeTheCommit)
         });
     });
     held.wait();
-    content::UploadWriter writer(contents, digests, upload.id);
+    const auto receiver = folderContents.receive(upload.id);
     bool finished = false;
     const auto work = [&]() -> Async<void> {
-        const FinishedUpload done = co_await finishUpload(context, upload, writer, "192.0.2.1");
+        const FinishedUpload done = co_await finishUpload(context, upload, *receiver, "192.0.2.1");
         finished = done.upload.finished;
     };
     loop.start(work());
@@ -146,9 +144,9 @@ TEST_F(FinishUpload, KeepsTheContentAfterACommitInDoubt)
     EXPECT_EQ(contents.uploadSize(upload.id), 0U);
 
     database.writeNow([](store::Transaction& t) { t.sql << "DROP TRIGGER dooms"; });
-    content::UploadWriter writer(contents, digests, upload.id);
-    writer.append("abc", 3);
-    EXPECT_TRUE(loop.run(finishUpload(context, upload, writer, "192.0.2.1")).upload.finished);
+    const auto receiver = folderContents.receive(upload.id);
+    receiver->append("abc", 3);
+    EXPECT_TRUE(loop.run(finishUpload(context, upload, *receiver, "192.0.2.1")).upload.finished);
     EXPECT_EQ(files().size(), 1U);
     EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
 }
@@ -162,9 +160,9 @@ TEST_F(FinishUpload, RestartsAt0WhenTheSyncFails)
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
     EXPECT_EQ(contents.uploadSize(upload.id), 0U) << "bytes that are not on the disk count";
 
-    content::UploadWriter writer(contents, digests, upload.id);
-    writer.append("abc", 3);
-    EXPECT_TRUE(loop.run(finishUpload(context, upload, writer, "192.0.2.1")).upload.finished);
+    const auto receiver = folderContents.receive(upload.id);
+    receiver->append("abc", 3);
+    EXPECT_TRUE(loop.run(finishUpload(context, upload, *receiver, "192.0.2.1")).upload.finished);
     EXPECT_EQ(files().size(), 1U);
 }
 
@@ -172,14 +170,14 @@ TEST_F(FinishUpload, SucceedsIfTheUploadCannotBeRemoved)
 {
     finish(received("a.zip", "abc", {inbox.id}));
     const store::Upload upload = received("b.zip", "abc", {inbox.id});
-    content::UploadWriter writer(contents, digests, upload.id);
+    const auto receiver = folderContents.receive(upload.id);
     database.onCommit([this, &upload](const std::vector<store::Event>&) {
         // The upload is replaced by a folder, which cannot be unlinked.
         const auto file = folder.Path() / "uploads" / upload.id;
         std::filesystem::remove(file);
         std::filesystem::create_directory(file);
     });
-    EXPECT_TRUE(loop.run(finishUpload(context, upload, writer, "192.0.2.1")).upload.finished);
+    EXPECT_TRUE(loop.run(finishUpload(context, upload, *receiver, "192.0.2.1")).upload.finished);
     EXPECT_EQ(files().size(), 2U);
 }
 

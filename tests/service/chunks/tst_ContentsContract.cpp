@@ -195,6 +195,26 @@ TEST_P(EveryContents, ContinuesAtTheKeptBytesAfterASuspension)
     EXPECT_EQ(receiver->finish(), sha256Hex(text));
 }
 
+TEST_P(EveryContents, KeepsTheReceivedBytesWhenTheLinkIsCut)
+{
+    {
+        const auto receiver = contents().receive(upload);
+        receiver->append(text.data(), 30);
+        receiver->suspend();
+    }
+    EXPECT_EQ(contents().keptBytes(upload), 30U);
+}
+
+TEST_P(EveryContents, ReadsTheReceivedBytesOfAnUpload)
+{
+    receive(upload, text.substr(0, 20));
+    const auto reader = contents().openUpload(upload);
+    ASSERT_TRUE(reader);
+    EXPECT_EQ(reader->sizeBytes(), 20U);
+    EXPECT_EQ(readAll(*reader, 3), text.substr(0, 20));
+    EXPECT_FALSE(contents().openUpload("unknown"));
+}
+
 TEST_P(EveryContents, KeepsTheUploadIfTheTransactionFails)
 {
     receive(upload, text);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/api/Context.h"
+#include "service/content/FolderContents.h"
 #include "service/store/FarmTable.h"
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
@@ -43,6 +44,7 @@ protected:
     DiskReserve reserve{folder.Path() / "reserve", 0};
     content::ContentStore contents{folder.Path(), &reserve};
     content::DigestCache digests;
+    content::FolderContents folderContents{contents, digests, &reserve};
     content::DigestLocks digestLocks;
     api::ActiveUploads activeUploads;
     content::Integrity integrity;
@@ -51,8 +53,20 @@ protected:
         database, clock, {accounts::EPasswordCost::Minimal, 5, std::chrono::hours(1)}};
     WorkPool filePool{2};
     api::AnswerFiles answerFiles;
-    api::Context context{database, contents, digests,  digestLocks, activeUploads, integrity, hub,
-                         accounts, clock,    filePool, reserve,     answerFiles,   {}};
+    api::Context context{database,
+                         folderContents,
+                         digestLocks,
+                         activeUploads,
+                         integrity,
+                         hub,
+                         accounts,
+                         clock,
+                         filePool,
+                         filePool,
+                         reserve,
+                         answerFiles,
+                         folder.Path() / "uploads",
+                         {}};
     store::User user;
     store::Inbox inbox;
 };

@@ -38,9 +38,9 @@ protected:
     store::File addFile(const std::string& name, const std::string& text)
     {
         const store::Upload upload = begin(name, static_cast<long long>(text.size()));
-        content::UploadWriter writer(contents, digests, upload.id);
-        writer.append(text.data(), text.size());
-        return loop.run(api::finishUpload(context, upload, writer, "192.0.2.1")).files.front();
+        const auto receiver = folderContents.receive(upload.id);
+        receiver->append(text.data(), text.size());
+        return loop.run(api::finishUpload(context, upload, *receiver, "192.0.2.1")).files.front();
     }
 
     std::filesystem::path pathOf(const std::string& text) const
