@@ -18,9 +18,6 @@ using http::Problem;
 using http::Request;
 using http::Response;
 
-constexpr int defaultPage = 100;
-constexpr int largestPage = 1000;
-
 Json environmentOf(const store::Console& console)
 {
     if (console.environment.empty()) {
@@ -104,20 +101,6 @@ Async<Response> getConsoles(Context& context, Request& request)
     co_return co_await context.database.read(query);
 }
 
-Response page(std::vector<store::TrackPoint> points, std::size_t most)
-{
-    const bool hasMore = points.size() > most;
-    if (hasMore) {
-        points.resize(most);
-    }
-    Json list = Json::array();
-    for (const store::TrackPoint& point : points) {
-        list.push_back(describe(point));
-    }
-    const Json next = hasMore ? Json(std::to_string(points.back().number)) : Json();
-    return Response::json({{"positions", std::move(list)}, {"next", next}});
-}
-
 Async<Response> getTrack(Context& context, Request& request)
 {
     const store::User user = co_await requireOffice(context, request);
@@ -126,17 +109,21 @@ Async<Response> getTrack(Context& context, Request& request)
     part.fromMs = queryTime(request, "from");
     part.beforeMs = queryTime(request, "to");
     part.belowNumber = queryNumber(request, "cursor", std::numeric_limits<store::Id>::max());
-    const auto most =
-        static_cast<int>(queryNumber(request, "limit", largestPage).value_or(defaultPage));
-    part.most = most + 1; // one more shows whether there is a next page
-    auto query = [&user, console, &part](soci::session& sql) {
+    const int limit = readLimit(request);
+    part.most = limit + 1; // one more shows whether there is a next page
+    auto query = [&](soci::session& sql) {
         if (!store::hasConsole(sql, user.farmId(), console)) {
             throw Problem(EProblem::NotFound, "No console has this id.");
         }
-        return store::trackOf(sql, console, part);
+        PageAnswer answer(context, user.farmId(), limit, "positions");
+        store::trackOf(sql, console, part, [&answer](const store::TrackPoint& point) {
+            return answer.add(std::to_string(point.number), describe(point));
+        });
+        const auto next = answer.next();
+        answer.list().close({{"next", next ? Json(*next) : Json()}});
+        return answer.list().toResponse();
     };
-    auto points = co_await context.database.read(query);
-    co_return page(std::move(points), static_cast<std::size_t>(most));
+    co_return co_await context.database.read(query);
 }
 
 } // namespace

@@ -53,9 +53,9 @@ void JsonAnswer::add(const Json& item)
     write(dump(item));
 }
 
-void JsonAnswer::close()
+void JsonAnswer::close(const Json& members)
 {
-    write("]}");
+    write(members.empty() ? "]}" : "]," + dump(members).substr(1));
     hasItems_.pop_back();
 }
 

@@ -34,8 +34,8 @@ public:
     /** Adds an item to the open list. */
     void add(const Json& item);
 
-    /** Ends the open list and its object. */
-    void close();
+    /** Ends the open list and its object; `members` of the object follow the list. */
+    void close(const Json& members = Json::object());
 
     /** After the last close(): returns the SHA-256 of the document before its compression. */
     std::string end();

@@ -52,6 +52,12 @@ public:
     /** For an item that is more than one value. */
     JsonAnswer& list() { return answer_; }
 
+    /** The place after which the next page begins. Empty if there is no next page. */
+    std::optional<std::string> next() const
+    {
+        return hasMore_ ? std::optional(last_) : std::nullopt;
+    }
+
     /** With the link to the next page, if there is one. */
     http::Response toResponse(const http::Request& request);
 

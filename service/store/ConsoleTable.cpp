@@ -130,13 +130,13 @@ bool hasConsole(soci::session& sql, Id farm, Id console)
     return count > 0;
 }
 
-std::vector<TrackPoint> trackOf(soci::session& sql, Id console, const TrackPart& part)
+void trackOf(soci::session& sql, Id console, const TrackPart& part,
+             const std::function<bool(const TrackPoint&)>& visit)
 {
     constexpr long long never = std::numeric_limits<long long>::max();
     const long long from = part.fromMs.value_or(0);
     const long long before = part.beforeMs.value_or(never);
     const Id below = part.belowNumber.value_or(never);
-    std::vector<TrackPoint> points;
     TrackPoint row;
     soci::statement query =
         (sql.prepare << "SELECT t.number, t.time_s, t.latitude, t.longitude, t.received_ms,"
@@ -148,10 +148,8 @@ std::vector<TrackPoint> trackOf(soci::session& sql, Id console, const TrackPart&
          into(row.position.longitudeDeg), into(row.position.receivedMs), into(row.operatorId),
          into(row.operatorName), use(console), use(below), use(from), use(before), use(part.most));
     query.execute();
-    while (query.fetch()) {
-        points.push_back(row);
+    while (query.fetch() && visit(row)) {
     }
-    return points;
 }
 
 Id lastMoveOf(soci::session& sql, Id console)

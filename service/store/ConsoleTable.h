@@ -78,8 +78,9 @@ struct TrackPart
     int most = 0;
 };
 
-/** The position received last comes first. */
-std::vector<TrackPoint> trackOf(soci::session& sql, Id console, const TrackPart& part);
+/** The position received last comes first. Ends when `visit` returns false. */
+void trackOf(soci::session& sql, Id console, const TrackPart& part,
+             const std::function<bool(const TrackPoint&)>& visit);
 
 /** The id of the event of the console's last move, 0 if there is none. */
 Id lastMoveOf(soci::session& sql, Id console);

@@ -12,7 +12,7 @@ NOW_MS = int(time.time() * 1000)
 FILES = 100_000
 CONSOLES = 1000
 LARGE = ("/account", "/projects/1/resources", "/bin?limit=1000", "/users?limit=1000", "/consoles?limit=1000",
-         "/audit?limit=1000", "/audit?limit=1000&action=file-add")
+         "/audit?limit=1000", "/audit?limit=1000&action=file-add", "/consoles/1000/track?limit=1000")
 LONG_NAME = "\U0001f69c" * 58  # with a number of six digits as long as a name may be
 PLAIN = {"Accept-Encoding": "identity"}
 STEADY = ("env", "MALLOC_ARENA_MAX=1", "MALLOC_MMAP_THRESHOLD_=131072", "MALLOC_TRIM_THRESHOLD_=131072")
@@ -72,6 +72,11 @@ class Memory(WireTest):
         cls.service.execute("INSERT INTO users (id, farm_id, name, role, password_hash, disabled, created_ms)"
                             " VALUES (?, ?, ?, 'operator', '', 1, 0)",
                             ((1000 + number, cls.farm, f"{LONG_NAME}{number:06}") for number in range(20_000)))
+        cls.service.execute("INSERT INTO consoles (id, farm_id, identity, user_id, environment, environment_ms, last_number,"
+                            " last_event) VALUES (1000, ?, 'address:00:99', 1000, '', 0, 20000, 0)", [(cls.farm,)])
+        cls.service.execute("UPDATE counters SET value = 1000 WHERE name = 'consoles'", [()])
+        cls.service.execute("INSERT INTO track (console_id, number, user_id, time_s, latitude, longitude, received_ms)"
+                            " VALUES (1000, ?, 1000, 1, 51.9, 5.4, ?)", ((1 + number, NOW_MS) for number in range(20_000)))
 
     def setUp(self):
         self.anna = self.user("anna")

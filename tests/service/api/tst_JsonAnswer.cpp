@@ -99,6 +99,15 @@ TEST_F(JsonAnswers, NestLists)
               R"({"outer":[{"id":1,"inner":[]},{"id":2,"inner":["x"]},"y"]})");
 }
 
+TEST_F(JsonAnswers, HaveMembersAfterTheList)
+{
+    JsonAnswer answer(context, 0);
+    answer.open({{"id", 1}}, "list");
+    answer.add(2);
+    answer.close({{"next", Json()}, {"end", "x"}});
+    EXPECT_EQ(answer.toResponse().body, R"({"id":1,"list":[2],"next":null,"end":"x"})");
+}
+
 TEST_F(JsonAnswers, HoldALargeDocumentInAFileOnly)
 {
     const http::Response inMemory = answerOf(1000);

@@ -54,11 +54,13 @@ protected:
     std::vector<store::Id> track(store::Id console, store::TrackPart part)
     {
         std::vector<store::Id> numbers;
-        const auto points =
-            read([&](soci::session& sql) { return store::trackOf(sql, console, part); });
-        for (const store::TrackPoint& point : points) {
-            numbers.push_back(point.number);
-        }
+        read([&](soci::session& sql) {
+            store::trackOf(sql, console, part, [&numbers](const store::TrackPoint& point) {
+                numbers.push_back(point.number);
+                return true;
+            });
+            return 0;
+        });
         return numbers;
     }
 
