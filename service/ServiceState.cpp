@@ -62,9 +62,11 @@ void ServiceState::sampleDatabase()
 
 void ServiceState::sampleFarms()
 {
-    auto farms = database_.readNow([this](soci::session& sql) {
+    std::vector<store::FarmUsage> farms;
+    database_.readNow([this, &farms](soci::session& sql) {
         nearlyFull_ = static_cast<double>(store::countNearlyFull(sql, farmLimits_));
-        return store::largestFarms(sql, farmLimits_, shownFarms_);
+        store::eachLargestFarm(sql, farmLimits_, shownFarms_,
+                               [&farms](const store::FarmUsage& usage) { farms.push_back(usage); });
     });
     const std::lock_guard lock(farmsMutex_);
     farms_ = std::move(farms);

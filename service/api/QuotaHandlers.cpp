@@ -23,7 +23,6 @@ using http::Request;
 using http::Response;
 using store::EQuotaScope;
 
-constexpr long long mostFarms = 1000;         // in one answer
 constexpr long long largestLimit = 1LL << 52; // JSON readers keep integers up to 2^53
 
 Json describe(const store::Limits& limits, EQuotaScope scope)
@@ -90,17 +89,20 @@ Async<Response> getUsage(Context& context, Request& request)
 Async<Response> listUsage(Context& context, Request& request)
 {
     co_await requireAdmin(context, request);
-    const auto most = static_cast<int>(queryNumber(request, "limit", mostFarms).value_or(100));
+    const int most = readLimit(request);
     auto query = [&context, most](soci::session& sql) {
-        Json farms = Json::array();
-        for (const auto& usage : store::largestFarms(sql, context.settings.quotas.farm, most)) {
-            farms.push_back({{"farm", toJson(usage.farm)},
-                             {"bytes", usage.bytes},
-                             {"byte_limit", usage.byteLimit},
-                             {"files", usage.files},
-                             {"file_limit", usage.fileLimit}});
-        }
-        return Response::json({{"farms", std::move(farms)}});
+        JsonAnswer answer(context, 0);
+        answer.open(Json::object(), "farms");
+        store::eachLargestFarm(sql, context.settings.quotas.farm, most,
+                               [&answer](const store::FarmUsage& usage) {
+                                   answer.add({{"farm", toJson(usage.farm)},
+                                               {"bytes", usage.bytes},
+                                               {"byte_limit", usage.byteLimit},
+                                               {"files", usage.files},
+                                               {"file_limit", usage.fileLimit}});
+                               });
+        answer.close();
+        return answer.toResponse();
     };
     co_return co_await context.database.read(query);
 }

@@ -109,10 +109,10 @@ Usage usageOfUser(soci::session& sql, Id farm, Id user)
     return usage;
 }
 
-std::vector<FarmUsage> largestFarms(soci::session& sql, const Limits& defaults, int most)
+void eachLargestFarm(soci::session& sql, const Limits& defaults, int most,
+                     const std::function<void(const FarmUsage&)>& visit)
 {
     FarmUsage row;
-    std::vector<FarmUsage> farms;
     soci::statement query =
         (sql.prepare << "SELECT f.id, f.name, f.files, f.bytes, COALESCE(qf.value, :files),"
                         " COALESCE(qb.value, :bytes)"
@@ -122,9 +122,8 @@ std::vector<FarmUsage> largestFarms(soci::session& sql, const Limits& defaults, 
          use(most));
     query.execute();
     while (query.fetch()) {
-        farms.push_back(row);
+        visit(row);
     }
-    return farms;
 }
 
 long long countNearlyFull(soci::session& sql, const Limits& defaults)

@@ -5,9 +5,9 @@
 #include "service/store/Records.h"
 
 #include <array>
+#include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace kelvo::store {
 
@@ -82,7 +82,8 @@ struct FarmUsage
 };
 
 /** The farms with most bytes first. */
-std::vector<FarmUsage> largestFarms(soci::session& sql, const Limits& defaults, int most);
+void eachLargestFarm(soci::session& sql, const Limits& defaults, int most,
+                     const std::function<void(const FarmUsage&)>& visit);
 
 /** The number of farms whose files or bytes are at 90 % of their limit, or above. */
 long long countNearlyFull(soci::session& sql, const Limits& defaults);

@@ -1,5 +1,6 @@
 """The memory of a request does not grow with its answer: 100,000 files in a farm, 1,000 consoles with long texts."""
 
+import itertools
 import time
 import unittest
 
@@ -13,6 +14,7 @@ FILES = 100_000
 CONSOLES = 1000
 LARGE = ("/account", "/projects/1/resources", "/bin?limit=1000", "/users?limit=1000", "/consoles?limit=1000",
          "/audit?limit=1000", "/audit?limit=1000&action=file-add", "/consoles/1000/track?limit=1000")
+LARGE_OF_ADMINS = ("/usage?limit=1000",)
 LONG_NAME = "\U0001f69c" * 58  # with a number of six digits as long as a name may be
 PLAIN = {"Accept-Encoding": "identity"}
 STEADY = ("env", "MALLOC_ARENA_MAX=1", "MALLOC_MMAP_THRESHOLD_=131072", "MALLOC_TRIM_THRESHOLD_=131072")
@@ -72,6 +74,8 @@ class Memory(WireTest):
         cls.service.execute("INSERT INTO users (id, farm_id, name, role, password_hash, disabled, created_ms)"
                             " VALUES (?, ?, ?, 'operator', '', 1, 0)",
                             ((1000 + number, cls.farm, f"{LONG_NAME}{number:06}") for number in range(20_000)))
+        cls.service.execute("INSERT INTO farms (id, name, last_resource, last_event, pruned_event) VALUES (?, ?, 0, 0, 0)",
+                            ((1000 + number, f"{LONG_NAME}{number:06}") for number in range(20_000)))
         cls.service.execute("INSERT INTO consoles (id, farm_id, identity, user_id, environment, environment_ms, last_number,"
                             " last_event) VALUES (1000, ?, 'address:00:99', 1000, '', 0, 20000, 0)", [(cls.farm,)])
         cls.service.execute("UPDATE counters SET value = 1000 WHERE name = 'consoles'", [()])
@@ -106,10 +110,11 @@ class Memory(WireTest):
         return sum(len(piece) for piece in iter(lambda: response.read(65536), b""))
 
     def test_a_large_answer_needs_no_memory_for_itself(self):
-        for path in (*LARGE, f"/resources/{self.inbox}"):
-            for coding in ("gzip", "identity"):
+        for name, paths in (("anna", (*LARGE, f"/resources/{self.inbox}")), ("admin", LARGE_OF_ADMINS)):
+            client = self.user(name)
+            for path, coding in itertools.product(paths, ("gzip", "identity")):
                 with self.subTest(path=path, coding=coding):
-                    grown = self.growth(lambda: self.read(self.anna, path, {"Accept-Encoding": coding}))
+                    grown = self.growth(lambda: self.read(client, path, {"Accept-Encoding": coding}))
                     self.assertLessEqual(grown, MIB)
         self.assertGreater(self.read(self.anna, "/account", PLAIN), 20 * MIB)
 
