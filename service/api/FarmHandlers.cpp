@@ -3,6 +3,7 @@
 #include "service/api/Audit.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
+#include "service/api/Paging.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
 #include "service/store/Errors.h"
@@ -39,12 +40,13 @@ Async<Response> addFarm(Context& context, Request& request)
 Async<Response> listFarms(Context& context, Request& request)
 {
     co_await requireAdmin(context, request);
-    auto query = [](soci::session& sql) {
-        Json list = Json::array();
-        for (const store::Farm& farm : store::allFarms(sql)) {
-            list.push_back(toJson(farm));
-        }
-        return Response::json({{"farms", std::move(list)}});
+    const Page page = readPage(request);
+    auto query = [&](soci::session& sql) {
+        PageAnswer answer(context, 0, page.limit, "farms");
+        store::eachFarm(sql, page.after, page.wanted(), [&answer](const store::Farm& farm) {
+            return answer.add(std::to_string(farm.id), toJson(farm));
+        });
+        return answer.toResponse(request);
     };
     co_return co_await context.database.read(query);
 }

@@ -71,14 +71,9 @@ void addFarm(CommandContext& context, const std::string& name)
 
 void listFarms(CommandContext& context)
 {
-    const json farms = context.client().call("GET", "/farms").at("farms");
-    if (context.json) {
-        std::cout << oneLine(farms) << std::endl;
-        return;
-    }
-    for (const json& farm : farms) {
+    printItems(context, "/farms", "farms", [](const json& farm) {
         std::cout << farm.at("id") << "  " << printable(farm.at("name").get<std::string>()) << "\n";
-    }
+    });
 }
 
 std::string newPassword(const UserOptions& options)

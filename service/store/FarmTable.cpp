@@ -1,6 +1,7 @@
 #include "service/store/FarmTable.h"
 
 #include "service/store/Errors.h"
+#include "service/store/PartQuery.h"
 
 #include <soci/soci.h>
 
@@ -27,16 +28,25 @@ Farm addFarm(Transaction& transaction, const std::string& name)
     return farm;
 }
 
-std::vector<Farm> allFarms(soci::session& sql)
+void eachFarm(soci::session& sql, std::optional<Id> after, int most,
+              const std::function<bool(const Farm&)>& visit)
 {
     Farm farm;
-    std::vector<Farm> farms;
-    soci::statement query =
-        (sql.prepare << "SELECT id, name FROM farms ORDER BY id", into(farm.id), into(farm.name));
-    query.execute();
-    while (query.fetch()) {
-        farms.push_back(farm);
+    PartQuery query(sql);
+    query.into(farm.id, farm.name);
+    query.filter(after, "id > :after");
+    query.execute("SELECT id, name FROM farms", "id", most);
+    while (query.fetch() && visit(farm)) {
     }
+}
+
+std::vector<Farm> allFarms(soci::session& sql)
+{
+    std::vector<Farm> farms;
+    eachFarm(sql, {}, 0, [&farms](const Farm& farm) {
+        farms.push_back(farm);
+        return true;
+    });
     return farms;
 }
 

@@ -5,6 +5,7 @@
 #include "service/store/Records.h"
 
 #include <array>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +20,10 @@ inline constexpr std::array<const char*, 7> projectNames{
 Farm addFarm(Transaction& transaction, const std::string& name);
 
 void setFarmName(Transaction& transaction, Id farm, const std::string& name);
+
+/** Farms in the order of their ids, at most `most`; 0: all. Ends when `visit` returns false. */
+void eachFarm(soci::session& sql, std::optional<Id> after, int most,
+              const std::function<bool(const Farm&)>& visit);
 
 std::vector<Farm> allFarms(soci::session& sql);
 std::optional<Farm> farmById(soci::session& sql, Id farm);

@@ -14,7 +14,7 @@ FILES = 100_000
 CONSOLES = 1000
 LARGE = ("/account", "/projects/1/resources", "/bin?limit=1000", "/users?limit=1000", "/consoles?limit=1000",
          "/audit?limit=1000", "/audit?limit=1000&action=file-add", "/consoles/1000/track?limit=1000")
-LARGE_OF_ADMINS = ("/usage?limit=1000",)
+LARGE_OF_ADMINS = ("/usage?limit=1000", "/farms?limit=1000")
 LONG_NAME = "\U0001f69c" * 58  # with a number of six digits as long as a name may be
 PLAIN = {"Accept-Encoding": "identity"}
 STEADY = ("env", "MALLOC_ARENA_MAX=1", "MALLOC_MMAP_THRESHOLD_=131072", "MALLOC_TRIM_THRESHOLD_=131072")

@@ -8,7 +8,7 @@ import unittest
 from kelvowire.farm import PASSWORD, WireTest, make_inbox
 from kelvowire.http import raw_socket
 
-LISTS = {"/consoles": "consoles", "/bin": "files", "/users": "users", "/audit": "entries"}
+LISTS = {"/consoles": "consoles", "/bin": "files", "/users": "users", "/audit": "entries", "/farms": "farms"}
 
 
 def next_page(reply):
@@ -109,11 +109,19 @@ class Paging(WireTest):
         self.assertEqual(self.one(admin, "/users?role=admin")["name"], "admin")
         self.assertEqual([user["name"] for user in self.items(admin, "/users?farm=Dale%20Farm")], ["otto", "oda"])
 
+    def test_the_pages_of_farms_are_all_farms(self):
+        admin = self.user("admin")
+        pages = [[farm["name"] for farm in page] for page in self.pages(admin, "/farms?limit=1")]
+        self.assertEqual(pages, [["Hill Farm"], ["Dale Farm"]])
+        self.assertEqual([farm["name"] for farm in self.items(admin, "/farms?limit=2")], ["Hill Farm", "Dale Farm"])
+
     def test_wrong_parameters_are_malformed(self):
+        admin = self.user("admin")
         for path in LISTS:
             for query in ("limit=0", "limit=1001", "limit=x", "after=x", "after=", "after=-1"):
                 with self.subTest(path=path, query=query):
-                    self.refused(self.anna.get(f"{path}?{query}", 400), "malformed-request")
+                    client = admin if path == "/farms" else self.anna
+                    self.refused(client.get(f"{path}?{query}", 400), "malformed-request")
         for path in ("/bin?after=1", "/bin?after=1-", "/bin?after=-", "/bin?after=99999999999999999999-1", "/bin?inbox=x", "/consoles?user=0",
                      "/users?role=boss", "/users?disabled=1"):
             with self.subTest(path=path):
