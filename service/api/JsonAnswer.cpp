@@ -53,6 +53,12 @@ void JsonAnswer::add(const Json& item)
     write(dump(item));
 }
 
+void JsonAnswer::nextList(const char* list)
+{
+    write(std::string("],\"") + list + "\":[");
+    hasItems_.back() = false;
+}
+
 void JsonAnswer::close(const Json& members)
 {
     write(members.empty() ? "]}" : "]," + dump(members).substr(1));

@@ -34,6 +34,9 @@ public:
     /** Adds an item to the open list. */
     void add(const Json& item);
 
+    /** Ends the open list, and begins another list of the same object. */
+    void nextList(const char* list);
+
     /** Ends the open list and its object; `members` of the object follow the list. */
     void close(const Json& members = Json::object());
 

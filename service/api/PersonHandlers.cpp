@@ -97,10 +97,8 @@ void passFilesOn(const Context& context, const Request& request, store::Transact
     if (store::ownsFiles(transaction.sql, user.id)) {
         const store::User heir = heirOf(transaction.sql, request, user);
         const EventFrame frame{user.farmId(), context.clock.nowMs(), context.settings.eventsKept};
-        for (const store::Inbox& inbox : store::inboxesOf(transaction.sql, user.farmId())) {
-            if (inbox.ownerId == user.id) {
-                moveInbox(transaction, frame, inbox, heir);
-            }
+        for (const store::Inbox& inbox : store::inboxesOf(transaction.sql, user)) {
+            moveInbox(transaction, frame, inbox, heir);
         }
     }
     store::removeInboxesOf(transaction, user.id);
@@ -128,15 +126,6 @@ Async<Response> deleteUser(Context& context, Request& request)
     co_return Response::noContent();
 }
 
-void addInboxesOf(soci::session& sql, const store::User& user, JsonAnswer& answer)
-{
-    for (const store::Inbox& inbox : store::inboxesOf(sql, user.farmId())) {
-        if (inbox.ownerId == user.id) {
-            Snapshot(sql, user, answer).addInbox(inbox);
-        }
-    }
-}
-
 Async<Response> exportUser(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
@@ -144,13 +133,15 @@ Async<Response> exportUser(Context& context, Request& request)
     const long long now = context.clock.nowMs();
     auto query = [&context, &session, id, now](soci::session& sql) {
         const store::User user = visibleUser(sql, session.user, id);
-        Json sessions = Json::array();
-        for (const store::SessionInfo& info : store::sessionsOf(sql, id, now)) {
-            sessions.push_back(toJson(info, session.tokenHash));
-        }
         JsonAnswer answer(context, session.user.farmId());
-        answer.open({{"user", toJson(user)}, {"sessions", std::move(sessions)}}, "inboxes");
-        addInboxesOf(sql, user, answer);
+        answer.open({{"user", toJson(user)}}, "sessions");
+        store::eachSessionOf(sql, id, now, [&](const store::SessionInfo& info) {
+            answer.add(toJson(info, session.tokenHash));
+        });
+        answer.nextList("inboxes");
+        for (const store::Inbox& inbox : store::inboxesOf(sql, user)) {
+            Snapshot(sql, user, answer).addInbox(inbox);
+        }
         answer.close();
         return answer.toResponse();
     };

@@ -3,6 +3,7 @@
 #include "service/api/Audit.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
+#include "service/api/JsonAnswer.h"
 #include "service/base/Time.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
@@ -79,12 +80,14 @@ Async<Response> listSessions(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
     const long long now = context.clock.nowMs();
-    auto query = [&session, now](soci::session& sql) {
-        Json list = Json::array();
-        for (const store::SessionInfo& info : store::sessionsOf(sql, session.user.id, now)) {
-            list.push_back(toJson(info, session.tokenHash));
-        }
-        return Response::json({{"sessions", std::move(list)}});
+    auto query = [&context, &session, now](soci::session& sql) {
+        JsonAnswer answer(context, session.user.farmId());
+        answer.open(Json::object(), "sessions");
+        store::eachSessionOf(sql, session.user.id, now, [&](const store::SessionInfo& info) {
+            answer.add(toJson(info, session.tokenHash));
+        });
+        answer.close();
+        return answer.toResponse();
     };
     co_return co_await context.database.read(query);
 }
@@ -95,15 +98,14 @@ Async<Response> endSession(Context& context, Request& request)
     const store::Session session = co_await context.accounts.authenticate(request);
     const std::string& id = request.parameter("session");
     auto remove = [&](store::Transaction& transaction) {
-        for (const store::SessionInfo& info :
-             store::sessionsOf(transaction.sql, session.user.id, context.clock.nowMs())) {
-            if (info.id() == id) {
-                store::removeSession(transaction, info.tokenHash);
-                audit(transaction, context, request, session.user, {"session-end"});
-                return info.tokenHash;
-            }
+        const auto found =
+            store::sessionById(transaction.sql, session.user.id, id, context.clock.nowMs());
+        if (!found) {
+            throw http::Problem(http::EProblem::NotFound, "No session has this id.");
         }
-        throw http::Problem(http::EProblem::NotFound, "No session has this id.");
+        store::removeSession(transaction, *found);
+        audit(transaction, context, request, session.user, {"session-end"});
+        return *found;
     };
     const std::string ended = co_await context.database.write(remove);
     context.hub.endSession(ended, "revoked");

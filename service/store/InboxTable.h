@@ -24,8 +24,8 @@ std::optional<Inbox> inboxById(soci::session& sql, Id farm, Id inbox);
 /** 0 if the inbox does not exist. */
 Id ownerOf(soci::session& sql, Id farm, Id inbox);
 
-/** In the order of their ids. */
-std::vector<Inbox> inboxesOf(soci::session& sql, Id farm);
+/** The user's own inboxes, at most one in each project, in the order of their ids. */
+std::vector<Inbox> inboxesOf(soci::session& sql, const User& user);
 
 /** The inboxes of one project in the order of their ids, without a copy of all. */
 void eachInboxOf(soci::session& sql, Id farm, Id project,

@@ -243,6 +243,12 @@ constexpr const char* fetches[] = {
     "CREATE INDEX fetches_by_console ON fetches (console_id)",
 };
 
+// As for listOrders.
+constexpr const char* sessionOrder[] = {
+    "DROP INDEX sessions_by_user",
+    "CREATE INDEX sessions_by_user ON sessions (user_id, created_ms, token_hash)",
+};
+
 /** Step N migrates version N to N+1. A released step is never changed; new steps are added. */
 constexpr std::array migrations{
     std::span<const char* const>(firstSchema),
@@ -259,6 +265,7 @@ constexpr std::array migrations{
     std::span<const char* const>(listOrders),
     std::span<const char* const>(auditShares),
     std::span<const char* const>(fetches),
+    std::span<const char* const>(sessionOrder),
 };
 
 int readVersion(soci::session& sql)

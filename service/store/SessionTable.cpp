@@ -15,10 +15,10 @@ void addSession(Transaction& transaction, const std::string& tokenHash, Id user,
         use(tokenHash), use(user), use(nowMs), use(expiresMs), use(address), use(nowMs);
 }
 
-std::vector<SessionInfo> sessionsOf(soci::session& sql, Id user, long long nowMs)
+void eachSessionOf(soci::session& sql, Id user, long long nowMs,
+                   const std::function<void(const SessionInfo&)>& visit)
 {
     SessionInfo info;
-    std::vector<SessionInfo> sessions;
     soci::statement query =
         (sql.prepare << "SELECT token_hash, created_ms, expires_ms, last_seen_ms, address,"
                         " environment FROM sessions WHERE user_id = :user AND expires_ms > :now"
@@ -27,9 +27,18 @@ std::vector<SessionInfo> sessionsOf(soci::session& sql, Id user, long long nowMs
          into(info.address), into(info.environment), use(user), use(nowMs));
     query.execute();
     while (query.fetch()) {
-        sessions.push_back(info);
+        visit(info);
     }
-    return sessions;
+}
+
+std::optional<std::string> sessionById(soci::session& sql, Id user, const std::string& id,
+                                       long long nowMs)
+{
+    std::string tokenHash;
+    sql << "SELECT token_hash FROM sessions WHERE user_id = :user AND expires_ms > :now"
+           " AND SUBSTR(token_hash, 1, :length) = :id",
+        into(tokenHash), use(user), use(nowMs), use(SessionInfo::idLength), use(id);
+    return sql.got_data() ? std::optional(tokenHash) : std::nullopt;
 }
 
 void setLastSeen(Transaction& transaction, const std::string& tokenHash, long long nowMs)

@@ -4,6 +4,7 @@
 #include "service/store/Database.h"
 #include "service/store/Records.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,11 +26,17 @@ struct SessionInfo
     std::string environment; // the console's report, JSON as received; empty: none
 
     /** The public id: the start of the token's digest, which does not tell the token. */
-    std::string id() const { return tokenHash.substr(0, 16); }
+    std::string id() const { return tokenHash.substr(0, idLength); }
+    static constexpr int idLength = 16;
 };
 
 /** In the order of their logins. */
-std::vector<SessionInfo> sessionsOf(soci::session& sql, Id user, long long nowMs);
+void eachSessionOf(soci::session& sql, Id user, long long nowMs,
+                   const std::function<void(const SessionInfo&)>& visit);
+
+/** The token hash of the user's session with this public id. Empty if there is none. */
+std::optional<std::string> sessionById(soci::session& sql, Id user, const std::string& id,
+                                       long long nowMs);
 
 void setLastSeen(Transaction& transaction, const std::string& tokenHash, long long nowMs);
 

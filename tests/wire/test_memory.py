@@ -1,6 +1,7 @@
 """The memory of a request does not grow with its answer: 100,000 files in a farm, 1,000 consoles with long texts."""
 
 import itertools
+import json
 import time
 import unittest
 
@@ -51,7 +52,8 @@ class Memory(WireTest):
         super().setUpClass()
         olga = log_in(cls.service, "olga")
         cls.inbox = make_inbox(olga)
-        cls.farm = olga.snapshot()["user"]["farm"]["id"]
+        user = olga.snapshot()["user"]
+        cls.olga, cls.farm = user["id"], user["farm"]["id"]
         cls.service.stop()
         cls.fill()
         cls.service.start()
@@ -81,6 +83,12 @@ class Memory(WireTest):
         cls.service.execute("UPDATE counters SET value = 1000 WHERE name = 'consoles'", [()])
         cls.service.execute("INSERT INTO track (console_id, number, user_id, time_s, latitude, longitude, received_ms)"
                             " VALUES (1000, ?, 1000, 1, 51.9, 5.4, ?)", ((1 + number, NOW_MS) for number in range(20_000)))
+        cls.service.execute("INSERT INTO quotas (farm_id, scope, name, value) VALUES (?, 'user', 'sessions', 100000)",
+                            [(cls.farm,)])
+        report = json.dumps({"console": {"console_string": "\U0001f69c" * 255}})
+        cls.service.execute("INSERT INTO sessions (token_hash, user_id, created_ms, expires_ms, environment)"
+                            " VALUES (?, ?, ?, ?, ?)",
+                            ((f"{number:064x}", cls.olga, number, 2 * NOW_MS, report) for number in range(5000)))
 
     def setUp(self):
         self.anna = self.user("anna")
@@ -110,7 +118,8 @@ class Memory(WireTest):
         return sum(len(piece) for piece in iter(lambda: response.read(65536), b""))
 
     def test_a_large_answer_needs_no_memory_for_itself(self):
-        for name, paths in (("anna", (*LARGE, f"/resources/{self.inbox}")), ("admin", LARGE_OF_ADMINS)):
+        of_anna = (*LARGE, f"/resources/{self.inbox}", f"/users/{self.olga}/export")
+        for name, paths in (("anna", of_anna), ("admin", LARGE_OF_ADMINS), ("olga", ("/sessions",))):
             client = self.user(name)
             for path, coding in itertools.product(paths, ("gzip", "identity")):
                 with self.subTest(path=path, coding=coding):

@@ -99,13 +99,17 @@ TEST_F(JsonAnswers, NestLists)
               R"({"outer":[{"id":1,"inner":[]},{"id":2,"inner":["x"]},"y"]})");
 }
 
-TEST_F(JsonAnswers, HaveMembersAfterTheList)
+TEST_F(JsonAnswers, HaveListsAndMembersAfterAList)
 {
     JsonAnswer answer(context, 0);
     answer.open({{"id", 1}}, "list");
     answer.add(2);
+    answer.nextList("other");
+    answer.add(3);
+    answer.add(4);
     answer.close({{"next", Json()}, {"end", "x"}});
-    EXPECT_EQ(answer.toResponse().body, R"({"id":1,"list":[2],"next":null,"end":"x"})");
+    EXPECT_EQ(answer.toResponse().body,
+              R"({"id":1,"list":[2],"other":[3,4],"next":null,"end":"x"})");
 }
 
 TEST_F(JsonAnswers, HoldALargeDocumentInAFileOnly)

@@ -90,11 +90,9 @@ protected:
         }
         const store::User& heir = user == &users[0] ? users[1] : users[0];
         write([&](Transaction& t) {
-            for (const store::Inbox& inbox : store::inboxesOf(t.sql, farm.id)) {
-                if (inbox.ownerId == user->id) {
-                    const auto to = store::ensureInbox(t, heir, inbox.project, 1);
-                    store::moveFiles(t, farm.id, inbox.id, to.inbox.id);
-                }
+            for (const store::Inbox& inbox : store::inboxesOf(t.sql, *user)) {
+                const auto to = store::ensureInbox(t, heir, inbox.project, 1);
+                store::moveFiles(t, farm.id, inbox.id, to.inbox.id);
             }
             store::removeInboxesOf(t, user->id);
             store::deleteUser(t, *user, 1);
