@@ -6,6 +6,7 @@
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QRegularExpression>
+#include <QtGui/QGuiApplication>
 
 #include <csignal>
 #include <cstdio>
@@ -42,9 +43,9 @@ int Run(const QStringList& arguments)
         "Opens the console's window and operates it by commands from the standard input. Each line "
         "is a JSON object. Commands: look, press, open, type, touch, key, enter, picture, "
         "resize, heartbeat, quit."));
-    const QCommandLineOption sizeOption(QStringLiteral("size"),
-                                        QStringLiteral("Size of the window, pixels."),
-                                        QStringLiteral("WIDTHxHEIGHT"), QStringLiteral("1280x800"));
+    const QCommandLineOption sizeOption(
+        QStringLiteral("size"), QStringLiteral("Size of the window, pixels of the display."),
+        QStringLiteral("WIDTHxHEIGHT"), QStringLiteral("1280x800"));
     parser.addOption(sizeOption);
     if (!parser.parse(arguments)) {
         return Refuse(parser.errorText());
@@ -63,7 +64,7 @@ int Run(const QStringList& arguments)
     }
     std::unique_ptr<tour::TDriver> driver;
     return console::RunWindow(settings, [&driver, size](console::TWindowSession& session) {
-        driver = std::make_unique<tour::TDriver>(session, size);
+        driver = std::make_unique<tour::TDriver>(session, size / qApp->devicePixelRatio());
     });
 }
 
