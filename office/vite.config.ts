@@ -4,7 +4,7 @@ import {join} from 'node:path';
 import {brotliCompressSync, constants, gzipSync} from 'node:zlib';
 import {defineConfig, type Plugin, type Rollup} from 'vite';
 
-const compressible = /\.(html|js|css|svg|json|webmanifest)$/;
+const compressible = /\.(html|js|css|svg|json|txt|webmanifest)$/;
 
 function compressedForms(): Plugin {
   let folder = '';
@@ -24,6 +24,46 @@ function compressedForms(): Plugin {
       }
     },
   };
+}
+
+/** The folders of the npm packages in the page and in its workers. */
+const packages = new Set<string>();
+
+function packageNames(): Plugin {
+  return {
+    name: 'package-names',
+    apply: 'build',
+    generateBundle: (_options, bundle) => {
+      for (const file of Object.values(bundle)) {
+        for (const id of file.type === 'chunk' ? file.moduleIds : []) {
+          const [, folder] = /^\0?(.*\/node_modules\/(?:@[^/]+\/)?[^/]+)\//.exec(id) ?? [];
+          if (folder) packages.add(folder);
+        }
+      }
+    },
+  };
+}
+
+/** Writes licences.txt: the licences ask that their texts go with the page. */
+function licences(): Plugin {
+  return {
+    name: 'licences',
+    apply: 'build',
+    generateBundle: {
+      order: 'post',
+      async handler() {
+        const texts = await Promise.all([...packages].map(licenceOf));
+        this.emitFile({type: 'asset', fileName: 'licences.txt', source: texts.sort().join('\n')});
+      },
+    },
+  };
+}
+
+async function licenceOf(folder: string): Promise<string> {
+  const {name, version, license} = JSON.parse(await readFile(join(folder, 'package.json'), 'utf8')) as Record<string, string>;
+  const files = (await readdir(folder)).filter((each) => /^licen[cs]e/i.test(each)).sort();
+  const texts = await Promise.all(files.map((each) => readFile(join(folder, each), 'utf8')));
+  return [`${name} ${version} (${license})\n`, ...texts].join('\n');
 }
 
 /** The largest sizes of the brotli forms, in bytes: of the login page in its largest language, and of all files. */
@@ -66,7 +106,7 @@ function sizes(): Plugin {
 export default defineConfig({
   oxc: {jsx: {runtime: 'automatic', importSource: 'preact'}},
   build: {assetsInlineLimit: 0, modulePreload: {polyfill: false}, target: 'es2022'},
-  worker: {format: 'es'},
-  plugins: [compressedForms(), sizes()],
+  worker: {format: 'es', plugins: () => [packageNames()]},
+  plugins: [packageNames(), licences(), compressedForms(), sizes()],
   test: {include: ['tests/{unit,files}/**/*.test.ts'], setupFiles: ['tests/unit/browser.ts'], server: {deps: {inline: ['isoxml']}}},
 } as Parameters<typeof defineConfig>[0]);

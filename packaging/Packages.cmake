@@ -53,7 +53,11 @@ endif()
 if(kelvo-service IN_LIST packaged)
     kelvo_package(kelvo-service "KELVO farm-data service"
         "Stores the files that guidance consoles and farm offices exchange. Includes its command\nline kelvoctl."
-        DEPENDS adduser SCRIPTS postinst prerm postrm conffiles)
+        DEPENDS adduser SUGGESTS kelvo-office SCRIPTS postinst prerm postrm conffiles)
+    kelvo_package(kelvo-office "farm office's page of the KELVO farm-data service"
+        "The service serves this page to browsers: the office sends files, follows the consoles\nand reads the job reports."
+        RECOMMENDS kelvo-service SCRIPTS postinst postrm)
+    set(CPACK_DEBIAN_KELVO-OFFICE_PACKAGE_ARCHITECTURE all)
 endif()
 
 # Debian's name for the compiler's target. Debian's own tools know only the building machine.

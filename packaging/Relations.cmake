@@ -27,6 +27,11 @@ if(NOT DEFINED CPACK_DEBIAN_PACKAGE_VERSION)
     endif()
 endif()
 
+# A machine without Node.js builds no page.
+if(NOT EXISTS "${CPACK_KELVO_TREE}/office/dist/index.html")
+    list(REMOVE_ITEM CPACK_COMPONENTS_ALL kelvo-office)
+endif()
+
 # package_LIBRARY: the dependency, as Debian writes it.
 file(STRINGS "${CMAKE_CURRENT_LIST_DIR}/libraries.txt" rows REGEX "^[^#]")
 foreach(row IN LISTS rows)

@@ -66,6 +66,7 @@ build_shipped() {
 
 # build_office: builds the office's page into office/dist. Needs Node.js, and the npm registry if packages are missing.
 build_office() {
+    mkdir -p build
     if ! (cd office && npm ci --no-audit --no-fund --loglevel=error && npm run --silent build) \
         >build/office.log 2>&1; then
         cat build/office.log >&2

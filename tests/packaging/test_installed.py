@@ -4,7 +4,11 @@ The minimal system already has the package files of the dependencies, and no oth
 and run in the emulator."""
 
 import hashlib
+import http.client
 import os
+import re
+import socket
+import ssl
 import tempfile
 import unittest
 from pathlib import Path
@@ -47,6 +51,8 @@ class InstalledTest(unittest.TestCase):
         unit = Unit(self.root / "usr/lib/systemd/system/kelvo-service.service").settings
         self.assertEqual(self.root / unit["EnvironmentFile"].removeprefix("-/"), self.variables)
         environment = dict(line.split("=", 1) for line in self.variables.read_text(encoding="utf-8").splitlines())
+        for addition in sorted((self.root / "usr/lib/systemd/system/kelvo-service.service.d").glob("*.conf")):
+            environment |= re.findall(r"^Environment=(\w+)=(.*)$", addition.read_text(encoding="utf-8"), re.MULTILINE)
         command = [*unit["ExecStart"].split(), "--listen", "127.0.0.1:0", "--metrics-listen", "127.0.0.1:0"]
         return Listening(self.system.entering(*command, user=unit["User"]), self.folder / log,
                          env=dict(os.environ, **environment))
@@ -90,6 +96,8 @@ class InstalledTest(unittest.TestCase):
             shown = self.console(service, "login\nlogout\nlogin\nlist maps\nlogout\n")
             self.assertNotIn("FAILED", shown)
             self.assertIn("ok list", shown)
+            if "kelvo-office" in self.packages:
+                self.assert_page_is_served(service.address)
         self.assertEqual(service.status, 0)
         farm = digests(self.data)
         self.assertIn("kelvo.sqlite", farm)
@@ -109,7 +117,8 @@ class InstalledTest(unittest.TestCase):
                 self.assertEqual(self.variables.exists(), words[0] == "remove")
         self.assertFalse((self.root / "etc/kelvo-service").exists())
         self.system.apt("purge", *(name for name in self.packages if name != "kelvo-service"))
-        for path in ("usr/lib/kelvo", "usr/share/kelvo", "usr/share/kelvo-badlink", "usr/bin/kelvo-console"):
+        for path in ("usr/lib/kelvo", "usr/share/kelvo", "usr/share/kelvo-badlink", "usr/share/kelvo-office",
+                     "usr/lib/systemd/system/kelvo-service.service.d", "usr/bin/kelvo-console"):
             self.assertFalse(os.path.lexists(self.root / path), path)
         self.assert_archive_runs()
 
@@ -133,6 +142,24 @@ class InstalledTest(unittest.TestCase):
             libraries = self.shown(loader, "--list", "/usr/lib/kelvo/lib/libkelvo-keyboard.so")
             self.assertIn("libQt5QuickWidgets", libraries)
             self.assertNotIn("not found", libraries)
+
+    def assert_page_is_served(self, address):
+        """The service serves each file that the package installs, and the files that the index names."""
+        folder = self.root / "usr/share/kelvo-office"
+        context = ssl.create_default_context(cafile=self.data / "ca.pem")
+        host, port = address.rsplit(":", 1)
+        connection = http.client.HTTPSConnection(host, int(port))
+        connection.sock = context.wrap_socket(socket.create_connection((host, int(port))), server_hostname=NAME)
+        served = {"/index.html": "/"}
+        named = re.findall(r' (?:src|href)="(/[^"]+)"', (folder / "index.html").read_text(encoding="utf-8"))
+        self.assertGreater(len(named), 1)
+        for path in [*named, *(f"/{file.relative_to(folder)}" for file in sorted(folder.rglob("*"))
+                               if file.is_file() and file.suffix not in (".br", ".gz"))]:
+            with self.subTest(path):
+                connection.request("GET", served.get(path, path))
+                answer = connection.getresponse()
+                self.assertEqual((answer.status, answer.read()), (200, (folder / path[1:]).read_bytes()))
+        connection.close()
 
     def assert_archive_runs(self):
         """Unpacks the archive into /opt and runs it there, without the packages."""
