@@ -112,7 +112,6 @@ private:
     const std::string m_service;
     const std::shared_ptr<LinkBoard> m_board;
     AbortCheck m_abort;
-    ReportBackoff m_reportBackoff;
     struct PendingReport
     {
         std::int32_t sessionId;
@@ -128,6 +127,7 @@ private:
     SessionState m_state{m_dispatcher, *m_board};
     AccountSnapshot m_snapshot;
     ApiLine m_requestLine;
+    ReportBackoff m_reportBackoff{m_requestLine.Timing()};
     ApiLine m_sessionLine;
     ApiLine m_positionLine;
     Uploads m_uploads;

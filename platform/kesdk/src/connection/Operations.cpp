@@ -206,17 +206,17 @@ bool Connection::ApplyReportBackoff(Operation& operation)
     if (!m_reportBackoff.IsShort())
         return true;
     operation.call.policy = PolicyOf(ECall::eShortReport);
-    return !m_reportBackoff.IsPausing(m_requestLine.Timing().Now()) ||
-           Refuse(Failure(EErrorCode::eUnreachable, "the link was down just now"), {});
+    return !m_reportBackoff.IsPausing() ||
+           Refuse(
+               Failure(EErrorCode::eUnreachable, "not sent: the last report failed a moment ago"),
+               {});
 }
 
 bool Connection::SendDevice(const Operation& operation,
                             const api::Environment::MeasDeviceReport& report, bool sharing)
 {
-    const Clock::Time start = m_requestLine.Timing().Now();
-    const Failure failure = m_requestLine.Api().PutDevice(operation.call, report, sharing);
-    if (MayPass(failure))
-        m_reportBackoff.Fail(start, m_requestLine.Timing().Now());
+    const Failure failure = m_reportBackoff.Send(
+        [&] { return m_requestLine.Api().PutDevice(operation.call, report, sharing); });
     return End(operation, failure);
 }
 

@@ -1,27 +1,39 @@
 // Limits the time that device reports take on a bad link.
 #pragma once
 
+#include "base/Clock.h"
 #include "client/CallPolicy.h"
+#include "client/RetryingClient.h"
 
 #include <algorithm>
-#include <chrono>
+#include <functional>
 #include <utility>
 
 namespace kesdk::impl {
 
-// After the link dropped a report, the next ones get one attempt of 2 s. Before that attempt there
-// is a pause, which grows with the time of the failure. So a receiver whose fix comes and goes
-// without a network takes a small part of the caller's time.
+// After the link dropped a report, each next report gets one attempt of 2 s. Before that attempt
+// there is a pause, which grows with the time of the failure. So a receiver whose fix comes and
+// goes without a network takes a small part of the caller's time.
 //
 // Thread: the caller's.
 class ReportBackoff
 {
 public:
-    void Fail(Clock::Time start, Clock::Time end)
+    // The caller's; outlives this object.
+    explicit ReportBackoff(const Clock& clock) : m_clock(clock) {}
+
+    // Sends a report. If it fails for a reason that may pass, a pause begins.
+    Failure Send(const std::function<Failure()>& report)
     {
-        m_isShort = true;
-        m_pausesUntil = end + std::min<Clock::Time::duration>((end - start) * kReportPauseFactor,
-                                                              kLongestReportPause);
+        const Clock::Time start = m_clock.Now();
+        Failure failure = report();
+        if (MayPass(failure)) {
+            const Clock::Time end = m_clock.Now();
+            m_isShort = true;
+            m_pausesUntil = end + std::min<Clock::Time::duration>(
+                                      (end - start) * kReportPauseFactor, kLongestReportPause);
+        }
+        return failure;
     }
     // The service was reached.
     void Restore() { m_isShort = false; }
@@ -32,9 +44,10 @@ public:
             Restore();
     }
     bool IsShort() const { return m_isShort || m_isStreamLost; }
-    bool IsPausing(Clock::Time now) const { return m_isShort && now < m_pausesUntil; }
+    bool IsPausing() const { return m_isShort && m_clock.Now() < m_pausesUntil; }
 
 private:
+    const Clock& m_clock;
     bool m_isStreamLost = false;
     bool m_isShort = false;
     Clock::Time m_pausesUntil{};
