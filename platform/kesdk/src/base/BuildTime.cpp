@@ -1,4 +1,4 @@
-// When this library was built. The build sets KESDK_BUILD_TIME_S for this file alone.
+// The build sets KESDK_BUILD_TIME_S for this file alone.
 #include "base/BuildTime.h"
 
 #include "base/Clock.h"

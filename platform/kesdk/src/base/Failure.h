@@ -12,12 +12,12 @@ namespace kesdk::impl {
 // The value of CErrorMsg::code.
 enum class EErrorCode : std::int32_t {
     eNone = 0,
-    // Of the call itself
+    // Failures of the call itself
     eNotLoggedIn = 1,
     eAborted = 2,
     eInvalidArgument = 3,
     eInternal = 4,
-    // Of the link
+    // Failures of the link
     eUnknownHost = 10,
     eRefused = 11,
     eUnreachable = 12,
@@ -32,7 +32,7 @@ enum class EErrorCode : std::int32_t {
     eNoProgress = 21,
     eClockWrong = 22,
     eCaptivePortal = 23,
-    // Of the service's answer
+    // Failures that the service's answer tells
     eBadAnswer = 30,
     eInvalidCredentials = 31,
     eAccountDisabled = 32,
@@ -50,7 +50,7 @@ enum class EErrorCode : std::int32_t {
     eRefusedByService = 44,
     eCursorTooOld = 45,
     eRangeRefused = 46,
-    // Of files on the console
+    // Failures with files on the console
     eFileMissing = 60,
     eFileUnreadable = 61,
     eNotAFile = 62,

@@ -210,7 +210,7 @@ kesdkimpl::TransferStatus LinkBoard::Describe(const Transfer& transfer) const
         status.phase = kesdkimpl::EPhase::eVerifies;
     else if (transfer.isWaiting || now - transfer.moved >= kStillAfter)
         status.phase = kesdkimpl::EPhase::eWaits;
-    // Bytes that moved after the deadline was set have moved the deadline too.
+    // If bytes moved after the deadline was set, the deadline is later too.
     const bool hasMoved = transfer.moved > transfer.deadlineSet;
     const Clock::Time deadline = hasMoved ? transfer.moved + kStallTimeout : transfer.deadline;
     status.waitsUntilS = WallS(deadline);

@@ -12,8 +12,8 @@ namespace kesdk::impl {
 // After this time without a byte a transfer is given up.
 inline constexpr std::chrono::seconds kStallTimeout{5 * 60};
 
-// The pause doubles from `first` to `most`. Chance takes up to half of it. The service may ask for
-// a longer one, up to `longestAsked`.
+// The pause doubles from `first` to `most`. A random part, at most half of the pause, is
+// subtracted. The service may ask for a longer pause, up to `longestAsked`.
 struct Backoff
 {
     std::chrono::milliseconds first{500};
@@ -27,7 +27,7 @@ class Timing : public Clock
 public:
     // Blocks. False if the check ended the pause. The check runs at least four times a second.
     virtual bool Sleep(std::chrono::milliseconds duration, const AbortCheck& abort) = 0;
-    // A running pause (or else the next) asks its check at once.
+    // A running pause calls its abort check at once. If none runs, the next pause does.
     virtual void Wake() = 0;
 
     // The pause after attempt number `attempt` (from 1).

@@ -143,7 +143,7 @@ Failure ApiClient::DeleteFile(const ApiCall& call, std::int64_t fileId, const st
     const HttpOutcome outcome = Perform(call, std::move(request));
     const Failure failure = FailureOf(outcome);
     const bool isGone = failure.Is(EErrorCode::eNotFound, EErrorCode::eFileGone);
-    // The attempt with the lost answer deleted it: ids are never reused.
+    // Ids are never reused: an earlier attempt deleted the file, and its answer was lost.
     if (outcome.mayHaveRunBefore && isGone)
         return {};
     return ReadEmptyAnswer(outcome);

@@ -163,7 +163,7 @@ void FillEvent(AccountEvent& event, const json& data)
 {
     if (event.kind == EAccountEvent::eSessionEnded)
         return;
-    ToId(data.at("container").at("id")); // a document without it is none of the service's
+    ToId(data.at("container").at("id")); // throws: a document of the service has this id
     if (event.kind == EAccountEvent::eInboxAdded)
         event.inbox = ToInbox(data.at("entry"));
     else

@@ -10,7 +10,7 @@ namespace kesdk::impl {
 
 enum class ECall {
     eLogin,        // a second attempt could count as a second wrong password
-    eLogout,       // also what the end of the console waits for
+    eLogout,       // the end of the console waits for it
     eFirstAccount, // of a login
     eAccount,      // of a session whose event stream could not resume
     eEvents,       // SessionThread connects again
@@ -26,7 +26,7 @@ enum class ECall {
 struct CallPolicy
 {
     int attempts = 3;
-    // Of all attempts and the pauses between them; of a position, of each attempt. 0 = no limit.
+    // Limits all attempts with their pauses. For a position it limits each attempt. 0 = no limit.
     std::chrono::milliseconds total{0};
     Backoff backoff;
     HttpLimits limits; // of each attempt
@@ -46,7 +46,7 @@ constexpr CallPolicy PolicyOf(ECall call)
         CallPolicy policy;
     };
     constexpr Row kRows[] = {
-        // Attempts, total, backoff; of an attempt: connect, total, head, stall window and bytes.
+        // Attempts, total, backoff; then the limits of one attempt in the order of HttpLimits.
         {ECall::eLogin, {1, 0s, kSlow, {}}},
         {ECall::eLogout, {1, 2s, kSlow, {}}},
         {ECall::eFirstAccount, {3, 0s, kSlow, {10s, 0s, 30s, 30s, 30}}},
@@ -67,19 +67,19 @@ constexpr CallPolicy PolicyOf(ECall call)
     return {};
 }
 
-// Of a whole transfer. Each of its attempts is an ECall::eContent. Its stall timeout is
+// Limits a whole transfer. Each of its attempts is an ECall::eContent. Its stall timeout is
 // kStallTimeout.
 struct TransferPolicy
 {
-    std::chrono::seconds firstByteTimeout{30}; // of the next transfer, if the last one was given up
-    std::chrono::seconds deadLinkMemory{120};  // the last transfer counts for this long
-    // In a row. They come from a wrong peer, so waiting does not help.
+    std::chrono::seconds firstByteTimeout{30}; // for a transfer after another one was given up
+    std::chrono::seconds deadLinkMemory{120};  // firstByteTimeout applies for this long
+    // Answers in a row without progress. A wrong peer sends them, so waiting does not help.
     int mostUselessAnswers = 6;
 };
 inline constexpr TransferPolicy kTransfer;
 
-// The operator waits for a login and cannot end it: this long after the service has taken the
-// password, no attempt begins.
+// The operator waits for a login and cannot end it. So no attempt begins later than this after the
+// service has accepted the password.
 inline constexpr std::chrono::seconds kLoginLimit{60};
 // An event stream that was open for this time was a good stream: its backoff begins anew.
 inline constexpr std::chrono::seconds kLastingStream{10};

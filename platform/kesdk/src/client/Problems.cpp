@@ -19,7 +19,7 @@ struct ProblemRow
     EErrorCode code;
 };
 
-// The name decides first. An answer of a proxy has only a status.
+// A known name decides; otherwise the status decides. A proxy's answer has only a status.
 constexpr ProblemRow kProblems[] = {
     {"invalid-credentials", 0, EErrorCode::eInvalidCredentials},
     {"unauthenticated", 401, EErrorCode::eSessionEnded},

@@ -17,12 +17,12 @@ bool MayPass(const Failure& failure);
 // with the answer's own. At most a day.
 std::optional<std::chrono::seconds> RetryAfter(const HttpResponse& response);
 
-// The one loop of ordinary calls: sends a request again, after growing and jittered pauses, if a
-// second arrival does no harm.
+// The one loop of ordinary calls: repeats a request with a jittered backoff, if it is safe that the
+// request arrives twice.
 //
 // Thread safety: one thread at a time; Wake from any.
-// Retry: GET, HEAD, PUT and DELETE, and requests that are marked repeatable. Bodies that stream are
-// the caller's to repeat: only the caller knows the offset.
+// Retry: GET, HEAD, PUT and DELETE, and requests that are marked repeatable. A request whose body
+// streams is repeated by the caller: only the caller knows the offset.
 class RetryingClient
 {
 public:
@@ -35,7 +35,7 @@ public:
     HttpOutcome Perform(HttpRequest request, const CallPolicy& policy, const AbortCheck& abort,
                         const std::optional<Clock::Time>& lastStart = {});
 
-    // A running call or pause asks its abort check at once.
+    // A running call or pause calls its abort check at once.
     void Wake();
 
 private:

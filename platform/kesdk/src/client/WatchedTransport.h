@@ -1,4 +1,4 @@
-// Tells the link board how each request fares.
+// Tells the link board the outcome of each request.
 #pragma once
 
 #include "base/LinkBoard.h"

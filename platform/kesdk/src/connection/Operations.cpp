@@ -105,7 +105,7 @@ bool Connection::Upload(const wchar_t* localPath, const TargetIds& targetInboxId
                        std::vector<std::int64_t>(targetInboxIds.begin(), targetInboxIds.end()));
     if (!sent)
         return Conclude(*operation, sent.failure.NotFoundAs(EErrorCode::eFolderGone));
-    // Before the last look at the file: nothing delays the caller's removal of it afterwards.
+    // The report precedes the last check of the file: the caller removes the file soon after it.
     SendPendingReport(*operation);
     const Result<std::vector<FileRecord>> files = m_uploads.Confirm(operation->call, sent.value);
     if (files)

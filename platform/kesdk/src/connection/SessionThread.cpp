@@ -41,7 +41,7 @@ void SessionThread::Start(Login login)
 {
     {
         const std::lock_guard lock(m_mutex);
-        // The replaced login never began: this one ends its old session too.
+        // The replaced login never began, so this login ends the session before that login too.
         if (m_next && login.replacedToken.empty())
             login.replacedToken = std::move(m_next->replacedToken);
         m_next = std::move(login);
@@ -91,8 +91,8 @@ void SessionThread::RunLogin(Login login)
     if (!failure.IsSet())
         failure = Follow(progress);
     if (progress.isEstablished) {
-        // Changes nothing if the caller ended the session. At the end of the connection there is no
-        // lost session.
+        // Lost() has no effect if the caller ended the session. At the end of the connection no
+        // session counts as lost.
         if (!m_isStopping)
             m_dependencies.state.Lost(progress.id);
         else if (m_dependencies.state.IsCurrent(progress.id))

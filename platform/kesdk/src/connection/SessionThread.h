@@ -63,7 +63,7 @@ private:
         Clock::Time accepted; // when the service had accepted the password
         std::string token;
         bool isEstablished = false;
-        int attempts = 0;  // to open the stream, in a row, without a lasting one
+        int attempts = 0;  // since a stream last stayed open for kLastingStream
         Clock::Time begun; // the last attempt
     };
 

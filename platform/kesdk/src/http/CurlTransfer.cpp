@@ -83,7 +83,7 @@ void CurlTransfer::SetBody()
     curl_easy_setopt(m_easy, CURLOPT_CUSTOMREQUEST, method.c_str());
 }
 
-// No connection is ready for the request: none was yet, or the kept one has died under it.
+// Before the first connection is ready, or after the kept connection died during the request.
 bool CurlTransfer::IsConnecting() const
 {
     return m_openedAtSend < 0 || m_openedAtSend != m_sockets.OpenedCount();

@@ -15,11 +15,11 @@ class HttpTransport
 public:
     virtual ~HttpTransport() = default;
 
-    // Blocks until the answer is complete or the request failed. Asks the check at least four
-    // times a second.
+    // Blocks until the answer is complete or the request failed. Calls the abort check at least
+    // four times a second.
     virtual HttpOutcome Perform(const HttpRequest& request, const AbortCheck& abort) = 0;
 
-    // A running (or else the next) Perform asks its check at once.
+    // A running Perform calls its abort check at once. If none runs, the next Perform does.
     virtual void Wake() = 0;
 };
 

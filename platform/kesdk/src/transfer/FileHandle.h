@@ -31,7 +31,7 @@ public:
     bool IsOpen() const { return m_descriptor >= 0; }
     int Get() const { return m_descriptor; }
 
-    // As ::pread, also after a signal.
+    // Calls ::pread until no signal interrupts it.
     ssize_t ReadAt(char* buffer, std::size_t sizeBytes, std::int64_t offset) const
     {
         ssize_t got = -1;

@@ -30,8 +30,8 @@ void RemoveJournal(const std::string& path);
 // Whether the file is a journal, or the rest of a journal after a power cut.
 bool IsJournalOrTorn(const std::string& path);
 
-// Removes the journals whose names end so, and temporary files of WriteJournal, if they are too
-// old. Does nothing while the clock is wrong.
+// Removes the journals with this suffix, and temporary files of WriteJournal, if they are too old.
+// Does nothing while the clock is wrong.
 void RemoveOldJournals(const std::string& folder, std::string_view suffix, std::int64_t nowS,
                        std::int64_t longestAgeS);
 

@@ -64,7 +64,7 @@ Failure PartFile::Open(const std::string& finalPath, const PartOrigin& origin,
         return failure;
     struct stat existing = {};
     if (::stat(finalPath.c_str(), &existing) == 0 && !S_ISREG(existing.st_mode))
-        return Failure(EErrorCode::eUnusableFileName, "something else bears that name");
+        return Failure(EErrorCode::eUnusableFileName, "a folder or another object has this name");
     m_finalPath = finalPath;
     m_paths = PartPathsOf(folder, name, longest);
     m_buffer.reserve(kBufferBytes);
@@ -115,7 +115,7 @@ Result<bool> PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
     m_file = std::move(file);
     m_sizeBytes = m_flushedBytes = hashed;
     m_isResumed = hashed > 0;
-    ::futimens(m_file.Get(), nullptr); // the part is young again, even if no byte arrives now
+    ::futimens(m_file.Get(), nullptr); // the part file's week starts again, even if no byte arrives
     return true;
 }
 

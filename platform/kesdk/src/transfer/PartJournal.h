@@ -23,15 +23,15 @@ struct PartPaths
 {
     std::string part;    // of a part with a journal
     std::string journal; // beside the part
-    // Of a part without a journal: a digest of the final name shows its origin.
+    // The name of a part file without a journal: a digest of the final name shows its origin.
     std::string loosePart;
 };
 PartPaths PartPathsOf(const std::string& folder, std::string name, std::size_t longestName);
 
 // The text of the journal. Two versions never have the same text.
 std::string ToPartJournal(const PartOrigin& origin);
-// Removes parts and journals that are older than a week; the younger of both counts. Removes no
-// other files. The clock must be right.
+// Removes part files and their journals that are older than a week. The later date of the two
+// counts. Removes no other files. The clock must be right.
 void RemoveStalePartFiles(const std::string& folder, std::int64_t nowS);
 
 } // namespace kesdk::impl

@@ -20,7 +20,7 @@ String NameOf(const String& path)
     return path.substr(path.rfind('/') + 1);
 }
 
-// The text without `end`. Empty if the text does not end so, or has nothing before.
+// The text without the suffix `end`. Empty if the text lacks the suffix or is only the suffix.
 inline std::string_view Without(std::string_view text, std::string_view end)
 {
     const bool endsSo = text.size() > end.size() && text.substr(text.size() - end.size()) == end;

@@ -95,7 +95,7 @@ void PendingDeletions::Run(ApiClient& api, Timing& timing, const ApiCall& call)
     m_copies = std::move(left);
 }
 
-// Any service may be the one of a journal without an address.
+// A journal without an address is of an earlier version: it fits every service.
 bool PendingDeletions::IsOf(const ApiCall& call, const Copy& copy)
 {
     return copy.account == call.serviceAndUser || copy.account == UserIdOf(call.serviceAndUser);
@@ -108,7 +108,7 @@ void PendingDeletions::ReadOnce()
     RemoveOldJournals(m_folder, kSuffix, m_wallTimeS(), kLongestPendingS);
     const auto isMeant = [](std::string_view name) { return !Without(name, kSuffix).empty(); };
     for (const std::string& path : FilesIn(m_folder, isMeant)) {
-        // A view: nlohmann's parser for strings would be compiled once more.
+        // A string_view, so that the parser is not compiled a second time for strings.
         const std::string text = ReadJournal(path).value;
         const json document = json::parse(std::string_view(text), nullptr, false);
         if (!document.is_object() || !document.contains("account") || !document.contains("file") ||

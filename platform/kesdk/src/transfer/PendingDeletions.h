@@ -11,13 +11,13 @@
 
 namespace kesdk::impl {
 
-// Files of uploads whose content is not the console's. Only this object knows that they are wrong.
-// With a folder, each has a journal and is deleted after a restart too.
+// Copies on the service whose content differs from the console's file. Only this object knows that
+// they are wrong. With a folder, each copy has a journal and is deleted after a restart too.
 //
-// Only the service that has the copy is asked, known by its address. A copy is deleted only while
-// it still has the wrong content: so no other file is deleted if the address names another service
-// now. A deletion is tried for 30 days at most: the service keeps a deleted file in its bin for 30
-// days.
+// The object asks only the service at the address where the copy was made. It deletes a copy only
+// while the copy still has the wrong content. So no other file is deleted if the address belongs
+// to another service now. A deletion is tried for 30 days at most: the service keeps a deleted file
+// in its bin for 30 days.
 //
 // Thread: the caller's, one at a time. Errors: none; the next Run tries again.
 class PendingDeletions

@@ -73,7 +73,7 @@ void ResumableTransfer::CountUselessAnswer(const Failure& reason)
 {
     ++m_uselessAnswers;
     m_uselessReason =
-        reason.IsSet() ? reason : Failure(EErrorCode::eBadAnswer, "the answers bring nothing");
+        reason.IsSet() ? reason : Failure(EErrorCode::eBadAnswer, "no answer made progress");
 }
 
 void ResumableTransfer::NoteBytesSent(Clock::Time start)

@@ -14,8 +14,9 @@
 namespace kesdk::impl {
 
 // Owns the offset, the deadline and the backoff of one transfer. Uploads and Downloads make the
-// attempts. After an answer, the next attempt follows at once. After a failure that may pass, it
-// follows a backoff. The transfer ends at the deadline, or if Retry-After is beyond the deadline.
+// attempts. After an answer, the next attempt follows at once. After a failure that may pass, the
+// next attempt waits for the backoff. The transfer ends at the deadline, or if Retry-After is
+// beyond the deadline.
 //
 // The deadline is the stall timeout after the last progress. Progress is an offset beyond the
 // highest offset so far: bytes that arrive again do not count. The stall timeout is five minutes.
@@ -43,7 +44,7 @@ public:
     // Blocks until an attempt is done, or until the transfer is given up.
     Failure Run(const std::function<Attempt()>& attempt);
 
-    // The following are the attempt's to call.
+    // Only the attempt calls the following functions.
 
     // Where the next attempt continues.
     std::int64_t OffsetBytes() const { return m_offset; }
@@ -55,7 +56,7 @@ public:
         m_offset = m_highest = 0;
         m_report.ReachOffset(0);
     }
-    // An answer came and brought nothing. After six in a row the transfer ends, with the last
+    // An answer made no progress. After six such answers in a row the transfer ends, with the last
     // reason if there is one.
     void CountUselessAnswer(const Failure& reason = {});
     // A request that sent bytes from `start` until now has failed. If it took longer than the

@@ -14,8 +14,8 @@ namespace kesdk::impl {
 
 namespace {
 
-// Even a file of the version before this one is younger. A clock that was never set shows a date
-// that is years older.
+// Files that the previous version wrote have later dates than this. A clock that was never set
+// shows a date that is years earlier.
 constexpr std::int64_t kLongestBeforeBuildS = 100 * kDayS;
 
 struct CloseFolder

@@ -39,7 +39,7 @@ std::string ToText(const UploadOrigin& origin)
 // The key in the text, if the text is of this origin.
 std::optional<std::string> KeyIn(std::string_view text, const UploadOrigin& origin)
 {
-    // A view: nlohmann's parser for strings would be compiled once more.
+    // A string_view, so that the parser is not compiled a second time for strings.
     const json document = json::parse(text, nullptr, false);
     const auto key = document.is_object() ? document.find("key") : document.end();
     if (key == document.end() || !key->is_string() || !document.contains("origin") ||
@@ -60,7 +60,7 @@ dev_t DeviceOf(const std::string& path)
     return ::stat(path.c_str(), &status) == 0 ? status.st_dev : 0;
 }
 
-// Only such a file among the operator's own can be a journal.
+// In the operator's folder only a file with such a name can be a journal.
 bool IsBesideName(std::string_view name)
 {
     constexpr std::size_t kLeastBytes = 1 + 2 * sizeof(Sha256::Digest) + kSuffix.size();

@@ -50,12 +50,12 @@ public:
     Result<std::string> RemoveOtherAndFind(const UploadOrigin& origin);
     // The key is on the disk afterwards: two syncs.
     void Keep(const UploadOrigin& origin, const std::string& key);
-    // The journal is as young as an upload that has just made progress.
+    // Sets the journal's date to now, because the upload has just made progress.
     void Renew(const UploadOrigin& origin);
     void Finish(const UploadOrigin& origin);
     void Forget(const UploadOrigin& origin);
-    // Removes the journals of finished uploads from the folder whose file was removed. A file whose
-    // medium is away was not removed. Costs a look at each file.
+    // Removes the journals of finished uploads from the folder whose file was removed. If the
+    // medium is away, the file does not count as removed. Checks each file once.
     void ForgetRemovedFiles(const std::string& folder);
 
 private:

@@ -81,7 +81,7 @@ Failure Uploads::Open(Job& job, const std::string& localPath)
     job.call.report.Begin(kesdkimpl::EDirection::eUpload, state.upload.nameUtf8,
                           state.upload.lengthBytes);
     const timespec modified = state.file.ModifiedAt();
-    // Without the service's address, which may change: no other service knows a random key.
+    // The service's address is left out: it may change, and no other service knows a random key.
     state.origin = {UserIdOf(job.call.serviceAndUser),
                     localPath,
                     state.file.SizeBytes(),
@@ -245,8 +245,8 @@ bool Uploads::IsAnsweredAgain(const ApiCall& call, const UploadState& state)
 void Uploads::DeleteCopy(const ApiCall& call, const UploadState& state, const UploadRecord& copy)
 {
     m_pendingDeletions.Add(call, copy.files);
-    // The network comes last: after a power cut no journal leads to a copy that is still to be
-    // deleted.
+    // The journals change before the network is used: after a power cut no upload's journal leads
+    // to a copy that is still to be deleted.
     m_journal.Forget(state.origin);
     m_pendingDeletions.Run(m_api, m_timing, call);
 }

@@ -54,8 +54,8 @@ public:
 
     virtual xal_list<CErrorMsg> GetLastErrors() = 0;
 
-    // The errors of the last login. They are apart because they come from another thread. The next
-    // login clears them.
+    // The errors of the last login. They have their own list, because another thread writes them.
+    // The next login clears them.
     virtual xal_list<CErrorMsg> GetLastLoginErrors() = 0;
 
     // The listener gets the kinds of events that it names, until Unsubscribe. Not owned.
