@@ -154,7 +154,7 @@ TEST(Catalogue, ServesSeveralThreads)
         thread.join();
 }
 
-TEST(Catalogue, IsBesideTheLibrary)
+TEST(Catalogue, LiesBesideTheLibrary)
 {
     const std::filesystem::path program = std::filesystem::canonical("/proc/self/exe");
     EXPECT_EQ(FolderOfCatalogues(), program.parent_path() / "locale");

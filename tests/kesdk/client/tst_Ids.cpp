@@ -93,7 +93,7 @@ protected:
 
 } // namespace
 
-TEST(IdsOfDocuments, AreReadUpToTheLargestOf31Bits)
+TEST(IdsOfDocuments, ReadsIdsUpToTheLargestOf31Bits)
 {
     for (const Reader& reader : Readers()) {
         for (int place = 0; place < reader.places; ++place) {
@@ -104,7 +104,7 @@ TEST(IdsOfDocuments, AreReadUpToTheLargestOf31Bits)
     }
 }
 
-TEST(IdsOfDocuments, AreRefusedIfTheyAreNoIdsOf31Bits)
+TEST(IdsOfDocuments, RefusesValuesThatAreNoIdsOf31Bits)
 {
     for (const Reader& reader : Readers()) {
         for (int place = 0; place < reader.places; ++place) {

@@ -36,7 +36,7 @@ protected:
 
 } // namespace
 
-TEST_F(CaptivePortal, IsReportedByALogin)
+TEST_F(CaptivePortal, ALoginReportsTheCaptivePortal)
 {
     for (const impl::HttpResponse& page : Pages()) {
         AnswerPageTo("POST /v1/sessions", page);
@@ -56,7 +56,7 @@ TEST_F(CaptivePortal, FailsALoginAtTheSnapshotAndAtTheStream)
     EXPECT_EQ(connection->GetLastLoginErrors().front().text1, kText);
 }
 
-TEST_F(CaptivePortal, DoesNotEndTheSession)
+TEST_F(CaptivePortal, TheSessionOutlivesACaptivePortal)
 {
     LogIn();
     for (const impl::HttpResponse& page : Pages())
@@ -110,7 +110,7 @@ TEST_F(CaptivePortal, FailsTransfersAndStoresNothing)
     EXPECT_TRUE(folder.Has("b.zip"));
 }
 
-TEST_F(CaptivePortal, IsNotReportedForTheErrorOfAProxy)
+TEST_F(CaptivePortal, TheErrorOfAProxyIsNotReportedAsACaptivePortal)
 {
     const std::vector<impl::HttpHeader> html{{"Content-Type", "text/html"}};
     LogIn();

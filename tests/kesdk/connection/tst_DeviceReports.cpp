@@ -91,7 +91,7 @@ protected:
 
 } // namespace
 
-TEST_F(DeviceReports, GetOneShortAttemptWhileTheLinkIsLost)
+TEST_F(DeviceReports, MakesOneShortAttemptWhileTheLinkIsLost)
 {
     LoseTheStream();
     isSilent = true;
@@ -101,7 +101,7 @@ TEST_F(DeviceReports, GetOneShortAttemptWhileTheLinkIsLost)
     EXPECT_LE(time->Now() - begin, seconds(2));
 }
 
-TEST_F(DeviceReports, OfAFlickeringFixTakeTwoSecondsAMinuteWhileTheLinkIsLost)
+TEST_F(DeviceReports, LimitsReportsOfAFlickeringFixToTwoSecondsAMinute)
 {
     LoseTheStream();
     isSilent = true;
@@ -113,7 +113,7 @@ TEST_F(DeviceReports, OfAFlickeringFixTakeTwoSecondsAMinuteWhileTheLinkIsLost)
     EXPECT_EQ(failedAttempts, 11) << "one attempt in each minute";
 }
 
-TEST_F(DeviceReports, OfAFlickeringFixTakeLittleTimeBeforeTheLossIsNoticed)
+TEST_F(DeviceReports, LimitsReportsOfAFlickeringFixBeforeTheLossIsNoticed)
 {
     isSilent = true;
     EXPECT_LE(DurationOf(50), seconds(15));
@@ -122,7 +122,7 @@ TEST_F(DeviceReports, OfAFlickeringFixTakeLittleTimeBeforeTheLossIsNoticed)
     EXPECT_EQ(listener.States(), (std::vector<std::int32_t>{1, 3}));
 }
 
-TEST_F(DeviceReports, AreSentAtOnceAfterAnotherRequestSucceeded)
+TEST_F(DeviceReports, SendsReportsAtOnceAfterAnotherRequestSucceeded)
 {
     isSilent = true;
     EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
@@ -135,7 +135,7 @@ TEST_F(DeviceReports, AreSentAtOnceAfterAnotherRequestSucceeded)
     EXPECT_NE(connection->MeasDeviceDisconnected({}, false), 0) << "the drop is retried";
 }
 
-TEST_F(DeviceReports, AreSentAtOnceWhenTheStreamIsOpenAgain)
+TEST_F(DeviceReports, SendsReportsAtOnceWhenTheStreamIsOpenAgain)
 {
     LoseTheStream();
     isSilent = true;
@@ -146,7 +146,7 @@ TEST_F(DeviceReports, AreSentAtOnceWhenTheStreamIsOpenAgain)
     EXPECT_TRUE(connection->MeasDeviceConnected({}, true));
 }
 
-TEST_F(DeviceReports, AreSentAgainAfterTenSeconds)
+TEST_F(DeviceReports, SendsReportsAgainAfterTenSeconds)
 {
     isSilent = true;
     EXPECT_FALSE(connection->MeasDeviceConnected({}, true));
@@ -155,7 +155,7 @@ TEST_F(DeviceReports, AreSentAgainAfterTenSeconds)
     EXPECT_TRUE(connection->MeasDeviceConnected({}, true));
 }
 
-TEST_F(DeviceReports, AreSentAtOnceAfterAFailureThatTookNoTime)
+TEST_F(DeviceReports, SendsAReportAtOnceAfterAFailureThatTookNoTime)
 {
     LoseTheStream();
     for (int i = 1; i <= 3; ++i) {
@@ -166,7 +166,7 @@ TEST_F(DeviceReports, AreSentAtOnceAfterAFailureThatTookNoTime)
     EXPECT_TRUE(connection->MeasDeviceConnected({}, true));
 }
 
-TEST_F(DeviceReports, OfADisconnectedDeviceAreSentAlsoWhenAborted)
+TEST_F(DeviceReports, ReportsADisconnectedDeviceAlsoWhenAborted)
 {
     isSilent = true;
     EXPECT_FALSE(connection->MeasDeviceConnected({}, true));

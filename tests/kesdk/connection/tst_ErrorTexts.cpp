@@ -114,7 +114,7 @@ const CurlCase kCurlCases[] = {
 
 } // namespace
 
-TEST(Problems, AreReadFromNameAndStatus)
+TEST(Problems, ReadsTheErrorFromNameAndStatus)
 {
     for (const ProblemCase& each : kProblemCases) {
         const Failure failure = FailureOf(Problem(each.status, each.name, "because"));
@@ -124,7 +124,7 @@ TEST(Problems, AreReadFromNameAndStatus)
     }
 }
 
-TEST(Problems, OfAProxyAreReadFromTheStatus)
+TEST(Problems, ReadsTheErrorOfAProxyFromTheStatus)
 {
     EXPECT_EQ(FailureOf(MakeResponse(502, "<html>bad gateway</html>")).code,
               EErrorCode::eServiceBusy);
@@ -133,12 +133,12 @@ TEST(Problems, OfAProxyAreReadFromTheStatus)
     EXPECT_EQ(FailureOf(MakeResponse(599, "{")).code, EErrorCode::eServiceError);
 }
 
-TEST(Problems, AreNoneBelow400)
+TEST(Problems, ReportsNoErrorBelowStatus400)
 {
     EXPECT_FALSE(FailureOf(MakeResponse(204)).IsSet());
 }
 
-TEST(CurlErrors, AreTranslated)
+TEST(CurlErrors, TranslatesCurlErrors)
 {
     for (const CurlCase& each : kCurlCases) {
         const Failure failure =
@@ -147,7 +147,7 @@ TEST(CurlErrors, AreTranslated)
     }
 }
 
-TEST(ErrorTexts, SayWhatHappenedAndWhatToDo)
+TEST(ErrorTexts, EachTextSaysWhatHappenedAndWhatToDo)
 {
     for (const TextCase& each : kTextCases) {
         const api::CErrorMsg message = Describe(Failure(each.code, "technical"), L"a.zip");
@@ -159,7 +159,7 @@ TEST(ErrorTexts, SayWhatHappenedAndWhatToDo)
     }
 }
 
-TEST(ErrorTexts, SayHowLongALockLasts)
+TEST(ErrorTexts, TheTextOfALockSaysHowLongItLasts)
 {
     Failure failure(EErrorCode::eLoginThrottled, "", 429);
     failure.retryAfter = std::chrono::seconds(45);
@@ -171,7 +171,7 @@ TEST(ErrorTexts, SayHowLongALockLasts)
     EXPECT_EQ(Describe(failure, {}).text2, L"Wait 3 hours, then log in with the right password.");
 }
 
-TEST(ErrorTexts, EscapeTheirVariableParts)
+TEST(ErrorTexts, EscapesTheVariablePartsOfAText)
 {
     const Failure failure(EErrorCode::eFileMissing, "<detail>");
     const api::CErrorMsg message = Describe(failure, L"<i>a&b</i>{wait}");
@@ -179,7 +179,7 @@ TEST(ErrorTexts, EscapeTheirVariableParts)
     EXPECT_EQ(message.text3, L"&lt;detail&gt;");
 }
 
-TEST(ErrorTexts, MarkErrorsThatMayPassByThemselves)
+TEST(ErrorTexts, MarksErrorsThatMayPassByThemselves)
 {
     EXPECT_EQ(Describe(Failure(EErrorCode::eDropped), {}).severity, 1);
     EXPECT_EQ(Describe(Failure(EErrorCode::eNoProgress), {}).severity, 1);

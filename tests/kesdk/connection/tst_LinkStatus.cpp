@@ -70,7 +70,7 @@ TEST_F(LinkStatusTest, TellsWhenTheListsWereKnownLast)
         << "an answer tells nothing about the lists";
 }
 
-TEST_F(LinkStatusTest, IsOfflineAtOnceWhenTheStreamBreaksAndOnlineWithTheFirstAnswer)
+TEST_F(LinkStatusTest, ShowsOfflineAtOnceWhenTheStreamBreaksAndOnlineWithTheFirstAnswer)
 {
     LetSleepsBlock();
     LogIn();
@@ -116,7 +116,7 @@ TEST_F(LinkStatusTest, ShowsAProblemWhileTheServiceRefusesToOpenTheStream)
     LookAt("GET /v1/events");
     service.FailNext(Answer("GET /v1/events", Problem(500, "internal")));
     service.CloseStreams();
-    ASSERT_TRUE(listener.WaitForStates(4)); // twice on the way, twice there
+    ASSERT_TRUE(listener.WaitForStates(4)); // connecting and logged in, twice
     ASSERT_EQ(seen.size(), 2u);
     EXPECT_EQ(seen[0].problem, EProblem::eNone) << "the stream ended in order";
     EXPECT_EQ(seen[1].problem, EProblem::eNoAnswer) << "the service refused to open it";
@@ -125,7 +125,7 @@ TEST_F(LinkStatusTest, ShowsAProblemWhileTheServiceRefusesToOpenTheStream)
     EXPECT_EQ(board->Read().problem, EProblem::eNone);
 }
 
-TEST_F(LinkStatusTest, IsOnlineWithTheFirstBytesOfAnAnswer)
+TEST_F(LinkStatusTest, ShowsOnlineWithTheFirstBytesOfAnAnswer)
 {
     LogIn();
     service.FailNext(Drop("GET /v1/resources"));

@@ -27,7 +27,7 @@ protected:
     void LogInAgain()
     {
         ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
-        ASSERT_TRUE(listener.WaitForStates(5)); // twice on the way, twice there, lost once
+        ASSERT_TRUE(listener.WaitForStates(5)); // connecting and logged in, twice; lost once
     }
 };
 

@@ -145,18 +145,18 @@ TEST(NotificationDispatcher, UnsubscribeFromInsideACallDoesNotDeadlock)
 TEST(NotificationDispatcher, AListenerMayUnsubscribeAnother)
 {
     NotificationDispatcher dispatcher;
-    RecordingListener victim;
+    RecordingListener unsubscribed;
     RecordingListener witness;
-    CallingListener killer([&] { dispatcher.Unsubscribe(&victim); });
+    CallingListener unsubscriber([&] { dispatcher.Unsubscribe(&unsubscribed); });
     for (api::ISubscriable* listener :
-         std::initializer_list<api::ISubscriable*>{&victim, &killer, &witness})
+         std::initializer_list<api::ISubscriable*>{&unsubscribed, &unsubscriber, &witness})
         dispatcher.Subscribe(listener);
-    dispatcher.Post(State(1)); // the victim may still see this one, depending on the order
+    dispatcher.Post(State(1)); // the unsubscribed listener may still see it
     dispatcher.Post(State(2));
     ASSERT_TRUE(witness.WaitForState(2));
-    for (const std::int32_t state : victim.States())
+    for (const std::int32_t state : unsubscribed.States())
         EXPECT_NE(state, 2);
-    dispatcher.Unsubscribe(&killer);
+    dispatcher.Unsubscribe(&unsubscriber);
     dispatcher.Unsubscribe(&witness);
 }
 

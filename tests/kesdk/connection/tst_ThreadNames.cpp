@@ -25,7 +25,7 @@ std::set<std::string> NamesOfThreads()
 
 } // namespace
 
-TEST_F(ThreadNames, TellTheThreadsApart)
+TEST_F(ThreadNames, EachThreadHasItsOwnName)
 {
     LogIn(); // the session's and the listeners' threads run
     connection->ReportPosition({});

@@ -65,7 +65,7 @@ protected:
 
 } // namespace
 
-TEST_P(LargeDownloads, FetchOnlyTheMissingBytes)
+TEST_P(LargeDownloads, FetchesOnlyTheMissingBytes)
 {
     LeavePart(10);
     answers = {Gives(10, 20), Gives(30, text.size())};
@@ -78,7 +78,7 @@ TEST_P(LargeDownloads, FetchOnlyTheMissingBytes)
     EXPECT_EQ(test::Preallocations(), (std::vector<std::int64_t>{sizeBytes}));
 }
 
-TEST_P(LargeDownloads, ResumeAfterARestart)
+TEST_P(LargeDownloads, ResumesAfterARestart)
 {
     LeavePart(10);
     answers = {Gives(10, 20)};
@@ -93,7 +93,7 @@ TEST_P(LargeDownloads, ResumeAfterARestart)
     EXPECT_EQ(folder.EntryCount(), 1u);
 }
 
-TEST_P(LargeDownloads, RefuseAnotherRange)
+TEST_P(LargeDownloads, RefusesAnotherRange)
 {
     for (const std::int64_t other : {std::int64_t{10}, std::int64_t{0}, hole, hole + 11,
                                      hole + 10 + (std::int64_t{1} << 32)}) {
@@ -105,7 +105,7 @@ TEST_P(LargeDownloads, RefuseAnotherRange)
     }
 }
 
-TEST_P(LargeDownloads, FailBeforeTheFirstRequestOnAFullDisk)
+TEST_P(LargeDownloads, FailsBeforeTheFirstRequestOnAFullDisk)
 {
     test::SetDiskSpace(hole); // enough only for a size that is cut to 32 bits
     EXPECT_EQ(Fetch().code, EErrorCode::eDiskFull);
@@ -114,7 +114,7 @@ TEST_P(LargeDownloads, FailBeforeTheFirstRequestOnAFullDisk)
     EXPECT_EQ(folder.EntryCount(), 0u);
 }
 
-TEST_P(LargeDownloads, GetNoNameBeforeTheLastByte)
+TEST_P(LargeDownloads, NamesTheFileOnlyAfterTheLastByte)
 {
     for (const std::size_t afterHole : {std::size_t{1}, text.size() - 1}) {
         LeavePart(afterHole);

@@ -106,7 +106,7 @@ protected:
 
 } // namespace
 
-TEST_P(LargeUploads, SendOnlyTheMissingBytes)
+TEST_P(LargeUploads, SendsOnlyTheMissingBytes)
 {
     answers = {TakesNothing(), Offset(10, 201), Offset(10, 201),
                Takes(10, 20),  Offset(30, 201), Takes(30, text.size() - 30),
@@ -115,7 +115,7 @@ TEST_P(LargeUploads, SendOnlyTheMissingBytes)
     EXPECT_EQ(lines[4], "POST /v1/uploads");
 }
 
-TEST_P(LargeUploads, ResumeAfterARestart)
+TEST_P(LargeUploads, ResumesAfterARestart)
 {
     answers = {TakesNothing(), Offset(10, 201), Offset(10, 201), Takes(10, 20)};
     AbortAfter(4);
@@ -127,7 +127,7 @@ TEST_P(LargeUploads, ResumeAfterARestart)
     EXPECT_EQ(lines[4], "POST /v1/uploads");
 }
 
-TEST_P(LargeUploads, RefuseAnOffsetAfterTheEnd)
+TEST_P(LargeUploads, RefusesAnOffsetAfterTheEnd)
 {
     for (const std::int64_t beyond :
          {std::int64_t{1}, std::int64_t{1} << 31, std::int64_t{1} << 32, std::int64_t{1} << 40}) {

@@ -69,7 +69,7 @@ protected:
         return service.FileIds(inbox).at(0);
     }
     // How long the deletions take on a link without answers. After `ending` the call is to end.
-    Clock::Time::duration SettleWithoutAnswers(Clock::Time::duration ending, int& requests)
+    Clock::Time::duration TimeOfDeletionsWithoutAnswers(Clock::Time::duration ending, int& requests)
     {
         const Clock::Time begin = time->Now();
         test::FakeTransport silent([&](const HttpRequest& request, const AbortCheck& abort) {
@@ -160,21 +160,21 @@ TEST_F(PendingDeletionsTest, RemovesTheUploadJournalBeforeItDeletesTheCopy)
 TEST_F(PendingDeletionsTest, GivesUpAfterFifteenSeconds)
 {
     int requests = 0;
-    EXPECT_EQ(SettleWithoutAnswers(1h, requests), 15s);
+    EXPECT_EQ(TimeOfDeletionsWithoutAnswers(1h, requests), 15s);
     EXPECT_EQ(requests, 1);
 }
 
 TEST_F(PendingDeletionsTest, GivesUpTwoSecondsAfterTheCallIsAborted)
 {
     int requests = 0;
-    EXPECT_EQ(SettleWithoutAnswers(3s, requests), 5s);
+    EXPECT_EQ(TimeOfDeletionsWithoutAnswers(3s, requests), 5s);
     EXPECT_EQ(requests, 1);
 }
 
 TEST_F(PendingDeletionsTest, GivesUpAfterFifteenSecondsAlsoWhenTheCallIsAbortedLate)
 {
     int requests = 0;
-    EXPECT_EQ(SettleWithoutAnswers(14s, requests), 15s);
+    EXPECT_EQ(TimeOfDeletionsWithoutAnswers(14s, requests), 15s);
 }
 
 TEST_F(PendingDeletionsTest, DeletesOnlyIfTheCopyHasTheKnownDigest)

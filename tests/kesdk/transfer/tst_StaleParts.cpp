@@ -61,7 +61,7 @@ protected:
 
 } // namespace
 
-TEST_F(StaleParts, AreRemovedWithTheirJournals)
+TEST_F(StaleParts, RemovesPartFilesWithTheirJournals)
 {
     BeginAndStop();
     MakeOld("here.zip.part");
@@ -70,7 +70,7 @@ TEST_F(StaleParts, AreRemovedWithTheirJournals)
     EXPECT_EQ(folder.EntryCount(), 1u);
 }
 
-TEST_F(StaleParts, StayWhenTheyGrewThisWeek)
+TEST_F(StaleParts, KeepsPartFilesThatGrewThisWeek)
 {
     BeginAndStop();
     MakeOld("here.zip.part", test::kHourS);
@@ -80,7 +80,7 @@ TEST_F(StaleParts, StayWhenTheyGrewThisWeek)
     ExpectPartIsResumed();
 }
 
-TEST_F(StaleParts, GetTheCurrentDateWhenADownloadResumes)
+TEST_F(StaleParts, DatesThePartFileWhenADownloadResumes)
 {
     BeginAndStop();
     folder.Date("here.zip.part", static_cast<std::int64_t>(::time(nullptr)) - test::kHourS);
@@ -91,7 +91,7 @@ TEST_F(StaleParts, GetTheCurrentDateWhenADownloadResumes)
 }
 
 // The console did not know the time when it wrote the part.
-TEST_F(StaleParts, OfAnImpossibleDateStayForAWeekAfterTheyAreSeen)
+TEST_F(StaleParts, KeepsPartFilesWithAnImpossibleDateForAWeek)
 {
     for (const std::int64_t writtenS : {std::int64_t{3600}, std::int64_t{2'524'608'000}}) { // 2050
         SCOPED_TRACE(writtenS);
@@ -111,7 +111,7 @@ TEST_F(StaleParts, OfAnImpossibleDateStayForAWeekAfterTheyAreSeen)
     }
 }
 
-TEST_F(StaleParts, StayWhileTheClockIsWrong)
+TEST_F(StaleParts, KeepsPartFilesWhileTheClockIsWrong)
 {
     for (const std::int64_t nowS : {std::int64_t{3600}, std::int64_t{4'102'444'800}}) { // 2100
         BeginAndStop();
@@ -121,7 +121,7 @@ TEST_F(StaleParts, StayWhileTheClockIsWrong)
     }
 }
 
-TEST_F(StaleParts, StayForAWeek)
+TEST_F(StaleParts, KeepsPartFilesForAWeek)
 {
     BeginAndStop();
     MakeOld("here.zip.part", test::kHourS);
@@ -132,7 +132,7 @@ TEST_F(StaleParts, StayForAWeek)
     EXPECT_EQ(folder.EntryCount(), 4u);
 }
 
-TEST_F(StaleParts, OfSmallFilesAreRemovedWithoutAJournal)
+TEST_F(StaleParts, RemovesPartFilesOfSmallFilesWithoutAJournal)
 {
     for (const std::string& name :
          {std::string("small.zip"), std::string(255, 'x'), std::string("a.part")}) {
@@ -146,7 +146,7 @@ TEST_F(StaleParts, OfSmallFilesAreRemovedWithoutAJournal)
     }
 }
 
-TEST_F(StaleParts, OfASmallFileDoNotHinderTheNextDownload)
+TEST_F(StaleParts, DownloadsASmallFileAgainBesideItsOldPartFile)
 {
     const std::string left = LeaveSmallPart("small.zip");
     file = std::get<FileRecord>(
@@ -156,7 +156,7 @@ TEST_F(StaleParts, OfASmallFileDoNotHinderTheNextDownload)
     EXPECT_EQ(folder.EntryCount(), 1u);
 }
 
-TEST_F(StaleParts, AreRemovedOnlyWhenTheLibraryWroteThem)
+TEST_F(StaleParts, RemovesOnlyPartFilesThatTheLibraryWrote)
 {
     const std::string left = LeaveSmallPart("small.zip");
     const std::string of = "small.zip";
@@ -180,7 +180,7 @@ TEST_F(StaleParts, AreRemovedOnlyWhenTheLibraryWroteThem)
     EXPECT_TRUE(folder.Has(left)) << "less than a week old";
 }
 
-TEST_F(StaleParts, AreRemovedWithATornJournal)
+TEST_F(StaleParts, RemovesTornJournals)
 {
     folder.Write("begun.part.journal", "kesdk jou");
     folder.Write("empty.part.journal", "");
@@ -191,7 +191,7 @@ TEST_F(StaleParts, AreRemovedWithATornJournal)
     EXPECT_EQ(folder.EntryCount(), 1u);
 }
 
-TEST_F(StaleParts, AreSearchedOnceInEachFolder)
+TEST_F(StaleParts, SearchesEachFolderOnce)
 {
     Downloads once{api, timing, &test::NextMonthS};
     EXPECT_FALSE(once.Fetch(call, file, folder.Path("here.zip")).IsSet());

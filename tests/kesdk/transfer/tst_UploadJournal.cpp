@@ -151,7 +151,7 @@ TEST_F(UploadJournalTest, ResumesAfterAStallTimeoutAndARestart)
     EXPECT_EQ(JournalCount(), 0u);
 }
 
-// The new permissions give the file another computed key. Only the journal holds the first key.
+// The file gets other permissions in between. The key in the journal still finds the result.
 TEST_F(UploadJournalTest, StoresTheFileOnceWhenTheOutcomeIsUnknown)
 {
     service.FailNext(Drop("POST /v1/uploads", true));
@@ -265,8 +265,8 @@ TEST_F(UploadJournalTest, KeepsTheJournalWhileTheClockIsWrong)
     EXPECT_EQ(LastContent(), kContent.substr(30));
 }
 
-// The service keeps an upload until one week after its last chunk.
-TEST_F(UploadJournalTest, TakesTheDateOfTheLastChunkThatArrived)
+// The service keeps an upload for one week after the last byte that arrived.
+TEST_F(UploadJournalTest, DatesTheJournalWhenBytesArrive)
 {
     BeginAndStop();
     state.Date("own/" + Journal().filename().string(), wallTimeS() - test::kHourS);
