@@ -44,10 +44,11 @@ QString ServiceLine(const THomeState& state, std::size_t project)
     return TTexts::tr("On KELVO: %1").arg(Number(count->files));
 }
 
-// A line breaks only after the name of a figure.
+// A line breaks neither in the name of a figure nor before a number.
 QString Unbroken(QString text)
 {
-    const int end = std::max(0, text.indexOf(QLatin1Char(':')));
+    const bool isNumber = !text.isEmpty() && text.back().isDigit();
+    const int end = isNumber ? text.size() : std::max(0, text.indexOf(QLatin1Char(':')));
     return text.replace(0, end, text.left(end).replace(QLatin1Char(' '), QChar(QChar::Nbsp)));
 }
 

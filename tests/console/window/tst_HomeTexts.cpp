@@ -71,6 +71,8 @@ private Q_SLOTS:
         state.folders->categories.at(curves) = {{}, 10'000};
         QVERIFY(Text(state, maps).endsWith(QStringLiteral("\nDownloaded: 2")));
         QCOMPARE(Text(state, reports), QStringLiteral("To send: 1"));
+        // The number stays beside its name.
+        QVERIFY(!console::CategoryCards(state).at(reports).text.contains(QLatin1Char(' ')));
         QLocale::setDefault(QLocale(QLocale::German));
         QVERIFY(Text(state, curves)
                     .endsWith(QStringLiteral("\nDownloaded: not readable   To send: 10.000")));
