@@ -87,9 +87,13 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
     PartFile part;
     const PartOrigin origin{call.serviceAndUser, file.id, file.etag, file.sizeBytes,
                             file.sha256Hex};
-    Failure failure = part.Open(localPath, origin, call.abort);
-    if (!failure.IsSet())
-        failure = FetchContent(call, file, part);
+    if (Failure failure = part.Open(localPath, origin, call.abort); failure.IsSet())
+        return failure;
+    Job job{call, file, part, {m_timing, m_givenUpAt, call.abort, part.SizeBytes(), call.report}};
+    job.call.policy = PolicyOf(ECall::eContent);
+    call.report.ReachOffset(part.SizeBytes());
+    const Failure failure =
+        job.transfer.Run([&] { return FetchRest(job); }).NotFoundAs(EErrorCode::eFileGone);
     if (!failure.IsSet())
         return part.Commit();
     if (!MustRemovePart(failure))
@@ -105,14 +109,6 @@ void Downloads::SweepOnce(const std::string& localPath)
         return; // try again at the next download
     if (m_sweptFolders.insert(folder).second)
         RemoveStalePartFiles(folder, nowS);
-}
-
-Failure Downloads::FetchContent(const ApiCall& call, const FileRecord& file, PartFile& part)
-{
-    Job job{call, file, part, {m_timing, m_givenUpAt, call.abort, part.SizeBytes(), call.report}};
-    job.call.policy = PolicyOf(ECall::eContent);
-    call.report.ReachOffset(part.SizeBytes());
-    return job.transfer.Run([&] { return FetchRest(job); }).NotFoundAs(EErrorCode::eFileGone);
 }
 
 Downloads::Attempt Downloads::FetchRest(Job& job)

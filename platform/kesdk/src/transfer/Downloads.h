@@ -42,7 +42,6 @@ public:
 private:
     using Attempt = ResumableTransfer::Attempt;
 
-    Failure FetchContent(const ApiCall& call, const FileRecord& file, PartFile& part);
     Attempt FetchRest(Job& job);
     Attempt Verify(Job& job);
     void SweepOnce(const std::string& localPath);

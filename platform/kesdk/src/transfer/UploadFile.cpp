@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 namespace kesdk::impl {
@@ -20,20 +21,15 @@ Failure OpenFailure(int error)
                    std::string("open: ") + std::strerror(error));
 }
 
-bool IsSameTime(const timespec& left, const timespec& right)
+auto ContentOf(const struct stat& file)
 {
-    return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
+    return std::tuple(file.st_dev, file.st_ino, file.st_size, file.st_mtim.tv_sec,
+                      file.st_mtim.tv_nsec);
 }
 
-bool IsSameContent(const struct stat& left, const struct stat& right)
+auto StateOf(const struct stat& file)
 {
-    return left.st_dev == right.st_dev && left.st_ino == right.st_ino &&
-           left.st_size == right.st_size && IsSameTime(left.st_mtim, right.st_mtim);
-}
-
-bool IsSame(const struct stat& left, const struct stat& right)
-{
-    return IsSameContent(left, right) && IsSameTime(left.st_ctim, right.st_ctim);
+    return std::tuple(ContentOf(file), file.st_ctim.tv_sec, file.st_ctim.tv_nsec);
 }
 
 Failure ReadFailureOf(ssize_t got)
@@ -106,7 +102,7 @@ bool UploadFile::IsUnchanged() const
     struct stat open = {};
     struct stat named = {};
     return ::fstat(m_file.Get(), &open) == 0 && ::stat(m_path.c_str(), &named) == 0 &&
-           IsSame(open, m_opened) && IsSame(named, m_opened);
+           StateOf(open) == StateOf(m_opened) && StateOf(named) == StateOf(m_opened);
 }
 
 bool UploadFile::IsRemoved() const
@@ -118,7 +114,7 @@ bool UploadFile::IsRemoved() const
 bool UploadFile::IsContentUnchanged() const
 {
     struct stat open = {};
-    return ::fstat(m_file.Get(), &open) == 0 && IsSameContent(open, m_opened);
+    return ::fstat(m_file.Get(), &open) == 0 && ContentOf(open) == ContentOf(m_opened);
 }
 
 Failure UploadFile::HashUpTo(std::int64_t offsetBytes, const AbortCheck& abort)
