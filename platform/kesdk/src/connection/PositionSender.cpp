@@ -78,12 +78,8 @@ void PositionSender::Send(Report report, std::uint64_t generation)
     const Failure failure = m_api.PostPosition(call, report.position);
     if (failure.Is(EErrorCode::eSessionEnded))
         m_onSessionEnded(report.sessionId);
-    else if (IsLinkFailure(failure) && --report.triesLeft > 0)
-        PutBack(std::move(report), generation);
-}
-
-void PositionSender::PutBack(Report report, std::uint64_t generation)
-{
+    if (!IsLinkFailure(failure) || --report.triesLeft <= 0)
+        return;
     const std::lock_guard lock(m_mutex);
     if (m_generation == generation && !m_next)
         m_next = std::move(report);

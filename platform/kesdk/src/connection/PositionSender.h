@@ -46,7 +46,6 @@ private:
 
     void Run();
     void Send(Report report, std::uint64_t generation);
-    void PutBack(Report report, std::uint64_t generation);
 
     ApiClient& m_api;
     SessionEnded m_onSessionEnded;
