@@ -17,60 +17,97 @@ type Message =
  */
 export async function shareEvents(readCursor: () => Promise<string>, handlers: StreamHandlers,
     signal: AbortSignal): Promise<StreamEnd> {
-  const channel = new BroadcastChannel(name);
-  const inner = new AbortController();
-  const either = AbortSignal.any([signal, inner.signal]);
-  let isOpen = false;
-  let lastId = '';
-  let end: StreamEnd = 'aborted';
-  const early: ServiceEvent[] = [];
-  const take = (event: ServiceEvent) => {
-    if (lastId === '') {
-      early.push(event);
-    } else if (event.id === '' || Number(event.id) > Number(lastId)) {
-      lastId = event.id || lastId;
-      handlers.onEvent(event);
-    }
-  };
-  const finish = (how: StreamEnd) => {
-    end = how;
-    inner.abort();
-  };
-  channel.onmessage = ({data}: MessageEvent<Message>) => {
-    if (data.kind === 'event') take(data.event);
-    if (data.kind === 'open') handlers.onOpen();
-    if (data.kind === 'lost') handlers.onLost(data.pauseMs);
-    if (data.kind === 'end') finish(data.end);
-    if (data.kind === 'newcomer' && isOpen) post({kind: 'open'});
-  };
-  const post = (message: Message) => channel.postMessage(message);
+  const tab = new Tab(handlers, signal);
   try {
-    lastId = await readCursor();
-    early.splice(0).forEach(take);
-    post({kind: 'newcomer'});
-    await navigator.locks.request(name, {signal: either}, async () => {
-      finish(await followEvents(lastId, {
-        onOpen: () => {
-          isOpen = true;
-          post({kind: 'open'});
-          handlers.onOpen();
-        },
-        onEvent: (event) => {
-          post({kind: 'event', event});
-          take(event);
-        },
-        onLost: (pauseMs) => {
-          isOpen = false;
-          post({kind: 'lost', pauseMs});
-          handlers.onLost(pauseMs);
-        },
-      }, either));
-      if (end !== 'aborted') post({kind: 'end', end});
-    });
+    tab.startAfter(await readCursor());
+    await navigator.locks.request(name, {signal: tab.signal}, () => tab.lead());
   } catch (error) {
-    if (!either.aborted) throw error;
+    if (!tab.signal.aborted) throw error;
   } finally {
-    channel.close();
+    tab.close();
   }
-  return end;
+  return tab.end;
+}
+
+/** This tab's end of the channel. */
+class Tab {
+  end: StreamEnd = 'aborted';
+  /** Aborts when the caller or another tab ends the stream. */
+  readonly signal: AbortSignal;
+  private readonly ended = new AbortController();
+  private readonly channel = new BroadcastChannel(name);
+  /** Whether this tab reads the stream, and the stream is open. */
+  private isOpen = false;
+  /** Empty until the snapshot is read. Events wait in `early` until then. */
+  private lastId = '';
+  private readonly early: ServiceEvent[] = [];
+
+  constructor(private readonly handlers: StreamHandlers, signal: AbortSignal) {
+    this.signal = AbortSignal.any([signal, this.ended.signal]);
+    this.channel.onmessage = ({data}: MessageEvent<Message>) => this.hear(data);
+  }
+
+  startAfter(cursor: string): void {
+    this.lastId = cursor;
+    this.early.splice(0).forEach((event) => this.take(event));
+    this.post({kind: 'newcomer'});
+  }
+
+  /** Reads the stream for all tabs, until the stream ends. */
+  async lead(): Promise<void> {
+    this.finish(await followEvents(this.lastId, {
+      onOpen: () => {
+        this.isOpen = true;
+        this.post({kind: 'open'});
+        this.handlers.onOpen();
+      },
+      onEvent: (event) => {
+        this.post({kind: 'event', event});
+        this.take(event);
+      },
+      onLost: (pauseMs) => {
+        this.isOpen = false;
+        this.post({kind: 'lost', pauseMs});
+        this.handlers.onLost(pauseMs);
+      },
+    }, this.signal));
+    if (this.end !== 'aborted') this.post({kind: 'end', end: this.end});
+  }
+
+  close(): void {
+    this.channel.close();
+  }
+
+  private hear(message: Message): void {
+    switch (message.kind) {
+      case 'event':
+        return this.take(message.event);
+      case 'open':
+        return this.handlers.onOpen();
+      case 'lost':
+        return this.handlers.onLost(message.pauseMs);
+      case 'end':
+        return this.finish(message.end);
+      case 'newcomer':
+        if (this.isOpen) this.post({kind: 'open'});
+    }
+  }
+
+  private take(event: ServiceEvent): void {
+    if (this.lastId === '') {
+      this.early.push(event);
+    } else if (event.id === '' || Number(event.id) > Number(this.lastId)) {
+      this.lastId = event.id || this.lastId;
+      this.handlers.onEvent(event);
+    }
+  }
+
+  private finish(how: StreamEnd): void {
+    this.end = how;
+    this.ended.abort();
+  }
+
+  private post(message: Message): void {
+    this.channel.postMessage(message);
+  }
 }
