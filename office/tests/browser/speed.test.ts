@@ -5,6 +5,7 @@ import {join} from 'node:path';
 import type {Page} from 'playwright-core';
 import {describe, expect, it} from 'vitest';
 import {archive, grid, task, taskData} from '../unit/archives';
+import {openHerd, replace, type Herd} from './herd';
 import {useWorld, world} from './world';
 
 useWorld();
@@ -31,13 +32,6 @@ const longestTask = (page: Page) => page.evaluate(() =>
 async function figureOfTasks(page: Page, what: string): Promise<void> {
   const longest = await longestTask(page);
   figure(`${what}: longest task above 50 ms`, longest, 'ms', longest <= 100);
-}
-
-/** Replaces the list `name` of an answer of the service. */
-async function replace(page: Page, path: string, change: (document: any) => void): Promise<void> {
-  const document = await page.evaluate(async (address) => (await fetch(address)).json(), `/kelvo-api/v1${path}`);
-  change(document);
-  await page.route((address) => address.pathname === `/kelvo-api/v1${path}`, (route) => route.fulfill({json: document}));
 }
 
 describe('an inbox with 10,000 files', () => {
@@ -74,28 +68,11 @@ describe('200 consoles that move each second', () => {
   it('leave the map smooth while it is dragged', async () => {
     const page = await world.logIn('office');
     await watchTasks(page);
-    const place = (index: number) => ({latitude: 51 + (index % 20) * 0.002, longitude: 5 + Math.floor(index / 20) * 0.004});
-    await replace(page, '/consoles', (document) => {
-      document.consoles = [...Array(200).keys()].map((index) => ({
-        id: 1000 + index, console_string: `Console ${index}`, hardware_address: '', operator: {id: 3, name: 'olga'}, environment: null,
-        devices: [], position: {...place(index), time_s: Math.floor(Date.now() / 1000) - 60, received_at: new Date().toISOString()},
-      }));
-    });
-    await page.reload();
-    await page.goto(`${world.origin}/#/fleet`);
-    await page.getByRole('link', {name: /Console 199/}).waitFor();
-    await page.locator('.map canvas').waitFor();
+    await openHerd(page);
     await page.evaluate(() => {
-      const channel = new BroadcastChannel('kelvo-events');
+      const {moves, post} = globalThis as Herd;
       let step = 0;
-      setInterval(() => {
-        ++step;
-        for (let index = 0; index < 200; ++index) {
-          const data = {console: 1000 + index, user: {id: 3, name: 'olga'}, time_s: Math.floor(Date.now() / 1000),
-            latitude: 51 + (index % 20) * 0.002 + step * 1e-4, longitude: 5 + Math.floor(index / 20) * 0.004};
-          channel.postMessage({kind: 'event', event: {id: '', name: 'console-moved', data}});
-        }
-      }, 1000);
+      setInterval(() => void post(moves(++step)), 1000);
     });
     await page.getByText('km/h').first().waitFor(); // The moves arrive.
     await longestTask(page);
