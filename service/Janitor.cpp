@@ -24,12 +24,10 @@ constexpr long long binLifeMs = 30 * 24 * hourMs;
 constexpr long long positionLifeMs = 30 * 24 * hourMs;
 constexpr long long loginPlaceLifeMs = 90 * 24 * hourMs;
 
-/** Returns the digests of contents that lost a reference. */
-std::vector<std::string> cleanDatabase(const Janitor::Parts& parts,
-                                       const Janitor::Settings& settings)
+void cleanDatabase(const Janitor::Parts& parts, const Janitor::Settings& settings)
 {
     const long long now = parts.clock.nowMs();
-    return parts.database.writeNow([now, &settings](store::Transaction& transaction) {
+    parts.database.writeNow([now, &settings](store::Transaction& transaction) {
         store::removeExpiredSessions(transaction, now);
         store::removeLoginPlacesBefore(transaction, now - loginPlaceLifeMs);
         store::prunePositions(transaction, now - positionLifeMs);
@@ -38,7 +36,6 @@ std::vector<std::string> cleanDatabase(const Janitor::Parts& parts,
         if (settings.eventHours > 0) {
             store::pruneEventsBefore(transaction, now - settings.eventHours * hourMs);
         }
-        return store::emptyBin(transaction, now - binLifeMs);
     });
 }
 
@@ -137,6 +134,20 @@ void attempt(const char* what, const std::function<void()>& step)
     }
 }
 
+void emptyBin(const Janitor::Parts& parts, const Janitor::Stops& stops)
+{
+    const long long before = parts.clock.nowMs() - binLifeMs;
+    std::vector<std::string> digests;
+    do {
+        digests = parts.database.writeNow([before](store::Transaction& transaction) {
+            return store::emptyBin(transaction, before);
+        });
+        attempt("clean-up-bin-failed", [&] {
+            api::removeUnusedContents(parts.database, parts.contents, parts.digestLocks, digests);
+        });
+    } while (!digests.empty() && !stops());
+}
+
 void removeUnknownContents(const Janitor::Parts& parts, long long keptForMs,
                            const Janitor::Stops& stops)
 {
@@ -199,13 +210,10 @@ void Janitor::cleanUp(const Parts& parts, const Settings& settings, const Stops&
     }
     setHeldBack(parts.heldBack, 0, 0, 0);
     const long long keptForMs = std::chrono::milliseconds(settings.unknownFor).count();
-    std::vector<std::string> unreferenced;
-    attempt("clean-up-database-failed", [&] { unreferenced = cleanDatabase(parts, settings); });
+    attempt("clean-up-database-failed", [&] { cleanDatabase(parts, settings); });
     attempt("clean-up-uploads-failed", [&] { removeExpiredUploads(parts, stops); });
     attempt("clean-up-orphans-failed", [&] { removeOrphanedUploads(parts, keptForMs, stops); });
-    attempt("clean-up-bin-failed", [&] {
-        api::removeUnusedContents(parts.database, parts.contents, parts.digestLocks, unreferenced);
-    });
+    attempt("clean-up-bin-failed", [&] { emptyBin(parts, stops); });
     attempt("clean-up-contents-failed", [&] { removeUnknownContents(parts, keptForMs, stops); });
 }
 

@@ -105,36 +105,65 @@ Async<Response> restore(Context& context, Request& request)
     co_return co_await context.database.write(change);
 }
 
-/** Blocks. A content that cannot be removed is left to the janitor. */
-void removeContents(Context& context, const std::vector<std::string>& digests)
+/** A content that cannot be removed is left to the janitor. */
+Async<void> removeContents(Context& context, const std::vector<std::string>& digests)
 {
-    try {
-        removeUnusedContents(context.database, context.contents, context.digestLocks, digests);
-    } catch (const std::exception& error) {
-        logWarning("content-not-removed", error.what());
-    }
+    auto remove = [&context, &digests] {
+        try {
+            removeUnusedContents(context.database, context.contents, context.digestLocks, digests);
+        } catch (const std::exception& error) {
+            logWarning("content-not-removed", error.what());
+        }
+    };
+    co_await context.contentPool.run(remove);
 }
 
-enum class EPurge : std::uint8_t { OneFile, WholeBin };
-
-Async<Response> purge(Context& context, Request& request, EPurge what)
+Async<Response> purgeFile(Context& context, Request& request)
 {
     const BinAccess access = co_await accessBin(context, request);
-    const auto file =
-        what == EPurge::OneFile ? std::optional<store::Id>(request.id()) : std::nullopt;
+    const store::Id file = request.id();
     auto change = [&](store::Transaction& transaction) {
-        std::vector<std::string> digests = store::purgeBin(transaction, access.farm, file);
-        if (file && digests.empty()) {
+        std::vector<std::string> digests = store::purgeFile(transaction, access.farm, file);
+        if (digests.empty()) {
             throw Problem(EProblem::NotFound, "The bin has no file with this id.");
         }
         audit(transaction, context, request, access.user,
-              file ? AuditedChange{"file-purge", "file", *file, {}, access.farm}
-                   : AuditedChange{"bin-purge", "farm", access.farm, {}, access.farm});
+              {"file-purge", "file", file, {}, access.farm});
         return digests;
     };
     const std::vector<std::string> digests = co_await context.database.write(change);
-    auto remove = [&context, &digests] { removeContents(context, digests); };
-    co_await context.contentPool.run(remove);
+    co_await removeContents(context, digests);
+    co_return Response::noContent();
+}
+
+/** The time after the newest deletion: a file that comes into the bin later stays there. */
+long long endOfBin(soci::session& sql, store::Id farm)
+{
+    long long endMs = 0;
+    store::binOf(sql, farm, {.most = 1}, [&endMs](const store::BinnedFile& newest) {
+        endMs = newest.deletedMs + 1;
+        return false;
+    });
+    return endMs;
+}
+
+Async<Response> purgeBin(Context& context, Request& request)
+{
+    const BinAccess access = co_await accessBin(context, request);
+    auto begin = [&](store::Transaction& transaction) {
+        audit(transaction, context, request, access.user,
+              {"bin-purge", "farm", access.farm, {}, access.farm});
+        return endOfBin(transaction.sql, access.farm);
+    };
+    const long long endMs = co_await context.database.write(begin);
+    auto change = [&access, endMs](store::Transaction& transaction) {
+        return store::purgeBin(transaction, access.farm, endMs);
+    };
+    std::vector<std::string> digests;
+    do {
+        digests = co_await context.database.write(change);
+        co_await removeContents(context, digests);
+    } while (!digests.empty());
     co_return Response::noContent();
 }
 
@@ -143,10 +172,8 @@ Async<Response> purge(Context& context, Request& request, EPurge what)
 void addBinRoutes(http::Router& router, Context& context)
 {
     router.add("GET", "/bin", [&context](Request& r) { return getBin(context, r); });
-    router.add("DELETE", "/bin",
-               [&context](Request& r) { return purge(context, r, EPurge::WholeBin); });
-    router.add("DELETE", "/bin/{id}",
-               [&context](Request& r) { return purge(context, r, EPurge::OneFile); });
+    router.add("DELETE", "/bin", [&context](Request& r) { return purgeBin(context, r); });
+    router.add("DELETE", "/bin/{id}", [&context](Request& r) { return purgeFile(context, r); });
     router.add("POST", "/bin/{id}/restore", [&context](Request& r) { return restore(context, r); });
 }
 

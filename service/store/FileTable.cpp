@@ -8,7 +8,6 @@
 #include <soci/soci.h>
 
 #include <limits>
-#include <map>
 #include <set>
 #include <utility>
 
@@ -152,45 +151,32 @@ struct BinSelection
     long long beforeMs;
 };
 
-/** The files of a selection: their number and bytes in each inbox, and their digests. */
-struct BinContents
-{
-    std::map<std::pair<Id, Id>, std::pair<long long, long long>> ofInboxes; // files and bytes
-    std::set<std::string> digests;
-};
-
-// One plain query: with a join or DISTINCT the database would walk all files instead of the bin.
-BinContents contentsOf(soci::session& sql, const BinSelection& selection)
-{
-    BinContents contents;
-    std::pair<Id, Id> inbox; // farm and id
-    long long bytes = 0;
-    std::string digest;
-    soci::statement query =
-        (sql.prepare << "SELECT f.farm_id, f.inbox_id, f.size_bytes, f.sha256 FROM files f WHERE "
-                     << selection.condition,
-         into(inbox.first), into(inbox.second), into(bytes), into(digest), use(selection.farm),
-         use(selection.file), use(selection.beforeMs));
-    query.execute();
-    while (query.fetch()) {
-        auto& [files, sum] = contents.ofInboxes[inbox];
-        ++files;
-        sum += bytes;
-        contents.digests.insert(digest);
-    }
-    return contents;
-}
-
 std::vector<std::string> removeBinned(Transaction& transaction, const BinSelection& selection)
 {
-    const BinContents contents = contentsOf(transaction.sql, selection);
-    for (const auto& [inbox, removed] : contents.ofInboxes) {
-        const Id owner = ownerOf(transaction.sql, inbox.first, inbox.second);
-        countFiles(transaction, inbox.first, owner, -removed.first, -removed.second);
+    BinnedFile row;
+    Id farm = 0;
+    std::vector<std::pair<Id, File>> files; // with their farms
+    // One plain query: with a join the database would walk all files instead of the bin.
+    soci::statement query =
+        (transaction.sql.prepare << "SELECT f.farm_id, f.id, f.inbox_id, f.size_bytes, f.sha256"
+                                    " FROM files f WHERE "
+                                 << selection.condition << " LIMIT :most",
+         into(farm), into(row.file.id), into(row.file.inbox), into(row.file.sizeBytes),
+         into(row.file.sha256), use(selection.farm), use(selection.file), use(selection.beforeMs),
+         use(batchFiles));
+    query.execute();
+    while (query.fetch()) {
+        files.emplace_back(farm, row.file);
     }
-    transaction.sql << "DELETE FROM files AS f WHERE " << selection.condition, use(selection.farm),
-        use(selection.file), use(selection.beforeMs);
-    return {contents.digests.begin(), contents.digests.end()};
+    std::set<std::string> digests;
+    for (const auto& [farmOfFile, file] : files) {
+        const Id owner = ownerOf(transaction.sql, farmOfFile, file.inbox);
+        countFiles(transaction, farmOfFile, owner, -1, -file.sizeBytes);
+        transaction.sql << "DELETE FROM files WHERE farm_id = :farm AND id = :id", use(farmOfFile),
+            use(file.id);
+        digests.insert(file.sha256);
+    }
+    return {digests.begin(), digests.end()};
 }
 
 } // namespace
@@ -216,13 +202,17 @@ std::vector<std::string> emptyBin(Transaction& transaction, long long deletedBef
         transaction, {"0 = :farm AND 0 = :id AND f.deleted_ms < :before", 0, 0, deletedBeforeMs});
 }
 
-std::vector<std::string> purgeBin(Transaction& transaction, Id farm, std::optional<Id> file)
+std::vector<std::string> purgeBin(Transaction& transaction, Id farm, long long deletedBeforeMs)
+{
+    return removeBinned(transaction, {"f.farm_id = :farm AND 0 = :id AND f.deleted_ms < :before",
+                                      farm, 0, deletedBeforeMs});
+}
+
+std::vector<std::string> purgeFile(Transaction& transaction, Id farm, Id file)
 {
     static constexpr long long anyTime = std::numeric_limits<long long>::max();
-    return removeBinned(transaction,
-                        {file ? "f.farm_id = :farm AND f.id = :id AND f.deleted_ms < :before"
-                              : "f.farm_id = :farm AND f.id >= :id AND f.deleted_ms < :before",
-                         farm, file.value_or(0), anyTime});
+    return removeBinned(transaction, {"f.farm_id = :farm AND f.id = :id AND f.deleted_ms < :before",
+                                      farm, file, anyTime});
 }
 
 bool contentIsUsed(soci::session& sql, const std::string& sha256)

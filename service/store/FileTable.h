@@ -54,20 +54,24 @@ void binOf(soci::session& sql, Id farm, const BinPart& part,
 /** Empty if the file is not in the farm's bin. */
 std::optional<File> restoreFromBin(Transaction& transaction, Id farm, Id file);
 
+/** The most files that one of the changes below works on, because their memory is bounded. */
+inline constexpr int batchFiles = 100;
+
 /**
- * Deletes files that were moved to the bin before this time; their ids are not reused. Returns the
- * digests of the deleted files, each once. Other files may have the same digests.
+ * Deletes up to batchFiles files that were moved to the bin before this time; their ids are not
+ * reused. Returns the digests of the deleted files, each once; empty if no such file is left. Other
+ * files may have the same digests.
  */
 std::vector<std::string> emptyBin(Transaction& transaction, long long deletedBeforeMs);
 
 /** The number of files that emptyBin() would delete. */
 long long countBinBefore(soci::session& sql, long long deletedBeforeMs);
 
-/**
- * Deletes a file of the farm's bin for good, or all files of the bin. Returns as emptyBin(); empty
- * if no file was deleted.
- */
-std::vector<std::string> purgeBin(Transaction& transaction, Id farm, std::optional<Id> file);
+/** As emptyBin(), in the bin of one farm. */
+std::vector<std::string> purgeBin(Transaction& transaction, Id farm, long long deletedBeforeMs);
+
+/** Deletes a file of the farm's bin for good. Returns as emptyBin(). */
+std::vector<std::string> purgeFile(Transaction& transaction, Id farm, Id file);
 
 /** Whether any file, in an inbox or in the bin, has this content. */
 bool contentIsUsed(soci::session& sql, const std::string& sha256);

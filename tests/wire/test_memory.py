@@ -13,6 +13,7 @@ MIB = 1024 * 1024
 NOW_MS = int(time.time() * 1000)
 FILES = 100_000
 CONSOLES = 1000
+BINNED = 10_000
 LARGE = ("/account", "/projects/1/resources", "/bin?limit=1000", "/users?limit=1000", "/consoles?limit=1000",
          "/audit?limit=1000", "/audit?limit=1000&action=file-add", "/consoles/1000/track?limit=1000")
 LARGE_OF_ADMINS = ("/usage?limit=1000", "/farms?limit=1000")
@@ -54,8 +55,12 @@ class Memory(WireTest):
         cls.inbox = make_inbox(olga)
         user = olga.snapshot()["user"]
         cls.olga, cls.farm = user["id"], user["farm"]["id"]
+        oda = log_in(cls.service, "oda")
+        cls.farm_of_oda = oda.snapshot()["user"]["farm"]["id"]
+        oda_inbox = make_inbox(oda)
         cls.service.stop()
         cls.fill()
+        cls.fill_deletions(oda_inbox)
         cls.service.start()
 
     @classmethod
@@ -89,6 +94,14 @@ class Memory(WireTest):
         cls.service.execute("INSERT INTO sessions (token_hash, user_id, created_ms, expires_ms, environment)"
                             " VALUES (?, ?, ?, ?, ?)",
                             ((f"{number:064x}", cls.olga, number, 2 * NOW_MS, report) for number in range(5000)))
+
+    @classmethod
+    def fill_deletions(cls, oda_inbox):
+        """The rows that the deletions remove."""
+        insert = ("INSERT INTO files (farm_id, id, inbox_id, name, size_bytes, sha256, created_ms, deleted_ms, deleted_by)"
+                  " VALUES (?, ?, ?, ?, 5, ?, 1, ?, ?)")
+        cls.service.execute(insert, ((cls.farm_of_oda, 1000 + number, oda_inbox, f"{number}.zip", f"b{number:063x}", NOW_MS, "oda")
+                                     for number in range(BINNED)))
 
     def setUp(self):
         self.anna = self.user("anna")
@@ -160,6 +173,16 @@ class Memory(WireTest):
         grown = self.growth(lambda: sizes.append(self.read(oda, "/consoles?limit=1000", {})))
         self.assertLess(sizes[0], 10 * MIB)
         self.assertLessEqual(grown, MIB)
+
+    def delete(self, client, path):
+        client.close()
+        client.delete(path, 204)
+
+    def test_a_deleted_bin_needs_no_memory_for_its_files(self):
+        oda = self.user("oda")
+        grown = self.growth(lambda: self.delete(oda, "/bin"))
+        self.assertLessEqual(grown, MIB)
+        self.assertEqual(oda.get("/bin").json()["files"], [])
 
 
 if __name__ == "__main__":

@@ -143,7 +143,7 @@ TEST_P(StoreFetches, ForgetsTheFetchesOfPurgedFilesAndDeletedConsoles)
     }
     write([&](Transaction& t) {
         store::moveToBin(t, user.farmId(), a, "olga", now);
-        store::purgeBin(t, user.farmId(), a);
+        store::purgeFile(t, user.farmId(), a);
     });
     EXPECT_EQ(rows(), 2);
     write([&](Transaction& t) { store::deleteUser(t, user, now); });

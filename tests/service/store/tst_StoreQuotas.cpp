@@ -87,15 +87,19 @@ TEST_P(StoreQuotas, PurgesOneFileOrTheWholeBinOfAFarm)
     const store::File first = addFile(inboxOfOlga, 100);
     const store::File second = addFile(inboxOfOlga, 10);
     const store::File kept = addFile(inboxOfOlga, 1);
-    const auto purge = [this](std::optional<store::Id> file) {
-        return write([this, file](Transaction& t) { return store::purgeBin(t, farm.id, file); });
+    const auto purgeFirst = [&] {
+        return write([&](Transaction& t) { return store::purgeFile(t, farm.id, first.id); });
     };
-    EXPECT_TRUE(purge(first.id).empty());
+    const auto purgeBin = [this](long long before) {
+        return write([&](Transaction& t) { return store::purgeBin(t, farm.id, before); });
+    };
+    EXPECT_TRUE(purgeFirst().empty());
     bin(first, now);
     bin(second, now);
-    EXPECT_THAT(purge(first.id), ElementsAre(std::string(64, 'a')));
+    EXPECT_THAT(purgeFirst(), ElementsAre(std::string(64, 'a')));
     EXPECT_EQ(of(olga).bytes, 11);
-    EXPECT_THAT(purge({}), ElementsAre(std::string(64, 'a')));
+    EXPECT_TRUE(purgeBin(now).empty()) << "a file that came into the bin later";
+    EXPECT_THAT(purgeBin(now + 1), ElementsAre(std::string(64, 'a')));
     EXPECT_EQ(ofFarm().files, 1);
     EXPECT_TRUE(
         read([this, &kept](soci::session& sql) { return store::fileById(sql, farm.id, kept.id); }));

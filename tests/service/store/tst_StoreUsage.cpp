@@ -74,7 +74,7 @@ protected:
                 if (isRestored) {
                     store::restoreFromBin(t, farm.id, file->file.id);
                 } else {
-                    store::purgeBin(t, farm.id, file->file.id);
+                    store::purgeFile(t, farm.id, file->file.id);
                 }
             });
         }
@@ -113,7 +113,7 @@ protected:
         } else if (choice < 84) {
             write([nowMs](Transaction& t) { store::emptyBin(t, nowMs - 20); });
         } else if (choice < 86) {
-            write([&farm](Transaction& t) { store::purgeBin(t, farm.id, {}); });
+            write([&](Transaction& t) { store::purgeBin(t, farm.id, nowMs + 1); });
         } else if (choice < 92) {
             addUser(farm, newName("user"));
         } else if (choice < 96) {
