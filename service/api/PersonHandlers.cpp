@@ -76,32 +76,53 @@ store::User heirOf(soci::session& sql, const Request& request, const store::User
     return *found;
 }
 
-void moveInbox(store::Transaction& transaction, const EventFrame& frame, const store::Inbox& from,
-               const store::User& heir)
+/**
+ * Runs `change` in one transaction after another until it returns true. If a transaction fails, the
+ * changes of the earlier transactions stay.
+ */
+template <class F>
+Async<void> writeUntilDone(store::Database& database, F change)
 {
-    const auto to = store::ensureInbox(transaction, heir, from.project, frame.nowMs);
-    if (to.isNew) {
-        addInboxAdded(transaction, frame, to.inbox);
+    bool isDone = false;
+    while (!isDone) {
+        isDone = co_await database.write(change);
     }
-    for (store::File file : store::filesOf(transaction.sql, frame.farm, from.id)) {
-        addFileRemoved(transaction, frame, from, file);
-        file.inbox = to.inbox.id;
-        addFileAdded(transaction, frame, to.inbox, file);
-    }
-    store::moveFiles(transaction, frame.farm, from.id, to.inbox.id);
 }
 
-void passFilesOn(const Context& context, const Request& request, store::Transaction& transaction,
+/** A file in the bin has no events. */
+void addMoved(store::Transaction& transaction, const EventFrame& frame, const store::Inbox& from,
+              const store::Inbox& to, const store::BinnedFile& binned)
+{
+    if (binned.deletedMs == 0) {
+        store::File file = binned.file;
+        addFileRemoved(transaction, frame, from, file);
+        file.inbox = to.id;
+        addFileAdded(transaction, frame, to, file);
+    }
+}
+
+/** Passes some files of the user to the heir, with events. False if the user has no files. */
+bool passFilesOn(const Context& context, const Request& request, store::Transaction& transaction,
                  const store::User& user)
 {
-    if (store::ownsFiles(transaction.sql, user.id)) {
-        const store::User heir = heirOf(transaction.sql, request, user);
-        const EventFrame frame{user.farmId(), context.clock.nowMs(), context.settings.eventsKept};
-        for (const store::Inbox& inbox : store::inboxesOf(transaction.sql, user)) {
-            moveInbox(transaction, frame, inbox, heir);
+    const EventFrame frame{user.farmId(), context.clock.nowMs(), context.settings.eventsKept};
+    for (const store::Inbox& from : store::inboxesOf(transaction.sql, user)) {
+        const auto files = store::someFilesOf(transaction.sql, frame.farm, from.id);
+        if (files.empty()) {
+            continue;
         }
+        const store::User heir = heirOf(transaction.sql, request, user);
+        const auto to = store::ensureInbox(transaction, heir, from.project, frame.nowMs);
+        if (to.isNew) {
+            addInboxAdded(transaction, frame, to.inbox);
+        }
+        store::moveFiles(transaction, frame.farm, files, to.inbox.id);
+        for (const store::BinnedFile& binned : files) {
+            addMoved(transaction, frame, from, to.inbox, binned);
+        }
+        return true;
     }
-    store::removeInboxesOf(transaction, user.id);
+    return false;
 }
 
 Async<Response> deleteUser(Context& context, Request& request)
@@ -113,15 +134,20 @@ Async<Response> deleteUser(Context& context, Request& request)
     }
     auto change = [&](store::Transaction& transaction) {
         const store::User user = managedUser(transaction.sql, caller, id);
-        passFilesOn(context, request, transaction, user);
+        if (passFilesOn(context, request, transaction, user) ||
+            store::eraseTrack(transaction, user.id)) {
+            return false; // further files or positions may be left
+        }
+        store::removeInboxesOf(transaction, user.id);
         store::deleteUser(transaction, user, context.clock.nowMs());
         if (store::countEnabledAdmins(transaction.sql) == 0) {
             throw Problem(EProblem::Conflict, "The last administrator cannot be deleted.");
         }
         audit(transaction, context, request, caller,
               {"user-delete", "user", user.id, {}, user.farmId()});
+        return true;
     };
-    co_await context.database.write(change);
+    co_await writeUntilDone(context.database, change);
     context.hub.endSessionsOf(id, "disabled");
     co_return Response::noContent();
 }
@@ -175,11 +201,14 @@ Async<Response> eraseWork(Context& context, Request& request)
     const store::Id id = request.id();
     auto change = [&](store::Transaction& transaction) {
         const store::User user = managedUser(transaction.sql, caller, id);
-        store::eraseTrack(transaction, id);
+        if (store::eraseTrack(transaction, id)) {
+            return false;
+        }
         audit(transaction, context, request, caller,
               {"track-erase", "user", id, user.name, user.farmId()});
+        return true;
     };
-    co_await context.database.write(change);
+    co_await writeUntilDone(context.database, change);
     co_return Response::noContent();
 }
 

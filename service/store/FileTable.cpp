@@ -215,6 +215,36 @@ std::vector<std::string> purgeFile(Transaction& transaction, Id farm, Id file)
                                       farm, file, anyTime});
 }
 
+std::vector<BinnedFile> someFilesOf(soci::session& sql, Id farm, Id inbox)
+{
+    BinnedFile row;
+    std::vector<BinnedFile> files;
+    soci::statement query =
+        (intoFile(sql.prepare << selectFiles
+                              << " WHERE f.farm_id = :farm AND f.inbox_id = :inbox"
+                                 " ORDER BY f.id LIMIT :most",
+                  row),
+         use(farm), use(inbox), use(batchFiles));
+    query.execute();
+    while (query.fetch()) {
+        files.push_back(row);
+    }
+    return files;
+}
+
+void moveFiles(Transaction& transaction, Id farm, const std::vector<BinnedFile>& files, Id to)
+{
+    soci::session& sql = transaction.sql;
+    const Id newOwner = ownerOf(sql, farm, to);
+    for (const BinnedFile& binned : files) {
+        const File& file = binned.file;
+        countFiles(transaction, farm, ownerOf(sql, farm, file.inbox), -1, -file.sizeBytes);
+        countFiles(transaction, farm, newOwner, 1, file.sizeBytes);
+        sql << "UPDATE files SET inbox_id = :to WHERE farm_id = :farm AND id = :id", use(to),
+            use(farm), use(file.id);
+    }
+}
+
 bool contentIsUsed(soci::session& sql, const std::string& sha256)
 {
     int found = 0;

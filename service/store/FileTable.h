@@ -11,6 +11,9 @@
 
 namespace kelvo::store {
 
+/** The most files that one change works on, because their memory is bounded. */
+inline constexpr int batchFiles = 100;
+
 /** Adds a file with a new id; `file.id` is ignored. Counts it for the farm and the owner. */
 File addFile(Transaction& transaction, Id farm, const File& file);
 
@@ -54,9 +57,6 @@ void binOf(soci::session& sql, Id farm, const BinPart& part,
 /** Empty if the file is not in the farm's bin. */
 std::optional<File> restoreFromBin(Transaction& transaction, Id farm, Id file);
 
-/** The most files that one of the changes below works on, because their memory is bounded. */
-inline constexpr int batchFiles = 100;
-
 /**
  * Deletes up to batchFiles files that were moved to the bin before this time; their ids are not
  * reused. Returns the digests of the deleted files, each once; empty if no such file is left. Other
@@ -72,6 +72,12 @@ std::vector<std::string> purgeBin(Transaction& transaction, Id farm, long long d
 
 /** Deletes a file of the farm's bin for good. Returns as emptyBin(). */
 std::vector<std::string> purgeFile(Transaction& transaction, Id farm, Id file);
+
+/** Up to batchFiles files of an inbox, also those in the bin, in the order of their ids. */
+std::vector<BinnedFile> someFilesOf(soci::session& sql, Id farm, Id inbox);
+
+/** Moves files of one inbox, also those in the bin, to another inbox of the farm. */
+void moveFiles(Transaction& transaction, Id farm, const std::vector<BinnedFile>& files, Id to);
 
 /** Whether any file, in an inbox or in the bin, has this content. */
 bool contentIsUsed(soci::session& sql, const std::string& sha256);

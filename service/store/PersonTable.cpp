@@ -2,8 +2,6 @@
 
 #include "service/store/AuditTable.h"
 #include "service/store/EventTable.h"
-#include "service/store/InboxTable.h"
-#include "service/store/QuotaTable.h"
 #include "service/store/SessionTable.h"
 
 #include <soci/soci.h>
@@ -46,44 +44,27 @@ void dropLastMoves(Transaction& transaction, Id user)
 
 } // namespace
 
-bool ownsFiles(soci::session& sql, Id user)
-{
-    long long count = 0;
-    sql << "SELECT COUNT(*) FROM files f JOIN inboxes i ON i.farm_id = f.farm_id"
-           " AND i.id = f.inbox_id WHERE i.owner_id = :user",
-        into(count), use(user);
-    return count > 0;
-}
-
-void moveFiles(Transaction& transaction, Id farm, Id from, Id to)
-{
-    soci::session& sql = transaction.sql;
-    long long files = 0;
-    long long bytes = 0;
-    sql << "SELECT COUNT(*), COALESCE(SUM(size_bytes), 0) FROM files"
-           " WHERE farm_id = :farm AND inbox_id = :from",
-        into(files), into(bytes), use(farm), use(from);
-    countFiles(transaction, farm, ownerOf(sql, farm, from), -files, -bytes);
-    countFiles(transaction, farm, ownerOf(sql, farm, to), files, bytes);
-    sql << "UPDATE files SET inbox_id = :to WHERE farm_id = :farm AND inbox_id = :from", use(to),
-        use(farm), use(from);
-}
-
 void removeInboxesOf(Transaction& transaction, Id user)
 {
     run(transaction, "DELETE FROM inboxes WHERE owner_id = :user", user);
 }
 
-void eraseTrack(Transaction& transaction, Id user)
+bool eraseTrack(Transaction& transaction, Id user)
 {
+    static constexpr int most = 1000; // the database keeps the numbers of these rows in memory
     dropLastMoves(transaction, user);
-    run(transaction, "DELETE FROM track WHERE user_id = :user", user);
+    soci::statement change =
+        (transaction.sql.prepare << "DELETE FROM track WHERE (console_id, number) IN"
+                                    " (SELECT console_id, number FROM track WHERE user_id = :user"
+                                    " ORDER BY console_id, number LIMIT :most)",
+         use(user), use(most));
+    change.execute(true);
+    return change.get_affected_rows() > 0;
 }
 
 void deleteUser(Transaction& transaction, const User& user, long long nowMs)
 {
     soci::session& sql = transaction.sql;
-    eraseTrack(transaction, user.id);
     forgetInAudit(transaction, user.id);
     removeSessionsOf(transaction, user.id);
     run(transaction, "DELETE FROM login_places WHERE user_id = :user", user.id);

@@ -13,21 +13,15 @@ namespace kelvo::store {
 /** Names that start like this belong to deleted users. */
 inline constexpr const char* deletedUserPrefix = "deleted-user-";
 
-/** Whether the user's inboxes or the bin hold files of the user. */
-bool ownsFiles(soci::session& sql, Id user);
-
-/** Moves all files of an inbox, also those in the bin, to another inbox of the farm. */
-void moveFiles(Transaction& transaction, Id farm, Id from, Id to);
-
 /** Removes the user's inboxes. They must be empty. */
 void removeInboxesOf(Transaction& transaction, Id user);
 
-/** Removes the positions of the user's work. */
-void eraseTrack(Transaction& transaction, Id user);
+/** Removes up to 1000 positions of the user's work. False if none was left. */
+bool eraseTrack(Transaction& transaction, Id user);
 
 /**
- * Deletes a user without inboxes: sessions, uploads, positions and the console that only the user
- * identified. The row keeps the id under another name, because ids are never reused. The audit
+ * Deletes a user without inboxes and positions: sessions, uploads and the console that only the
+ * user identified. The row keeps the id under another name, because ids are never reused. The audit
  * trail keeps the id.
  */
 void deleteUser(Transaction& transaction, const User& user, long long nowMs);

@@ -14,6 +14,8 @@ NOW_MS = int(time.time() * 1000)
 FILES = 100_000
 CONSOLES = 1000
 BINNED = 10_000
+LEAVER = 900  # the id of an operator who is deleted
+FILES_OF_LEAVER = 3000
 LARGE = ("/account", "/projects/1/resources", "/bin?limit=1000", "/users?limit=1000", "/consoles?limit=1000",
          "/audit?limit=1000", "/audit?limit=1000&action=file-add", "/consoles/1000/track?limit=1000")
 LARGE_OF_ADMINS = ("/usage?limit=1000", "/farms?limit=1000")
@@ -102,6 +104,14 @@ class Memory(WireTest):
                   " VALUES (?, ?, ?, ?, 5, ?, 1, ?, ?)")
         cls.service.execute(insert, ((cls.farm_of_oda, 1000 + number, oda_inbox, f"{number}.zip", f"b{number:063x}", NOW_MS, "oda")
                                      for number in range(BINNED)))
+        cls.service.execute("INSERT INTO users (id, farm_id, name, role, password_hash, disabled, created_ms)"
+                            " VALUES (?, ?, 'leaver', 'operator', '', 1, 0)", [(LEAVER, cls.farm)])
+        cls.service.execute("INSERT INTO inboxes (farm_id, id, project_id, owner_id, created_ms) VALUES (?, 900, 2, ?, 0)",
+                            [(cls.farm, LEAVER)])
+        cls.service.execute(insert, ((cls.farm, 500_000 + number, 900, f"{number}.zip", f"c{number:063x}", None, None)
+                                     for number in range(FILES_OF_LEAVER)))
+        cls.service.execute("INSERT INTO track (console_id, number, user_id, time_s, latitude, longitude, received_ms)"
+                            " VALUES (1000, ?, ?, 1, 51.9, 5.4, ?)", ((100_000 + number, LEAVER, NOW_MS) for number in range(FILES)))
 
     def setUp(self):
         self.anna = self.user("anna")
@@ -183,6 +193,14 @@ class Memory(WireTest):
         grown = self.growth(lambda: self.delete(oda, "/bin"))
         self.assertLessEqual(grown, MIB)
         self.assertEqual(oda.get("/bin").json()["files"], [])
+
+    def test_a_deleted_user_needs_no_memory_for_files_and_positions(self):
+        piet = self.user("piet")
+        heir = piet.snapshot()["user"]["id"]
+        grown = self.growth(lambda: self.delete(self.anna, f"/users/{LEAVER}?heir={heir}"))
+        self.assertLessEqual(grown, MIB)
+        piet.close()
+        self.assertEqual(len(self.entries(piet, make_inbox(piet, "From Console"))), FILES_OF_LEAVER)
 
 
 if __name__ == "__main__":

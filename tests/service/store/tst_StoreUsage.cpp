@@ -92,7 +92,10 @@ protected:
         write([&](Transaction& t) {
             for (const store::Inbox& inbox : store::inboxesOf(t.sql, *user)) {
                 const auto to = store::ensureInbox(t, heir, inbox.project, 1);
-                store::moveFiles(t, farm.id, inbox.id, to.inbox.id);
+                for (auto files = store::someFilesOf(t.sql, farm.id, inbox.id); !files.empty();
+                     files = store::someFilesOf(t.sql, farm.id, inbox.id)) {
+                    store::moveFiles(t, farm.id, files, to.inbox.id);
+                }
             }
             store::removeInboxesOf(t, user->id);
             store::deleteUser(t, *user, 1);
