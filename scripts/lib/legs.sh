@@ -167,7 +167,7 @@ leg_mutants() {
     /usr/bin/python3 -B tests/mutants/run | tee build/mutants/tests.log
 }
 
-# The office's page, in Node.js and in Chromium against the service as it is shipped.
+# The office's page, in Node.js, and in Chromium and Firefox against the service as it is shipped.
 leg_office() {
     shipped_service
     mkdir -p build/office

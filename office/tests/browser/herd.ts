@@ -18,7 +18,7 @@ type Post = (events: readonly {name: string; data: unknown}[]) => Promise<void>;
 /** The events of one second, in which each console moves. */
 type Moves = (step: number) => {name: string; data: unknown}[];
 
-/** What the functions below leave in the page. */
+/** The globals of a page with a herd. */
 export type Herd = typeof globalThis & {post: Post; moves: Moves};
 
 export async function canPost(page: Page): Promise<void> {

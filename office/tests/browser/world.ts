@@ -35,7 +35,7 @@ export class World {
     world.browser = await chromium.launch({
       executablePath: '/usr/bin/chromium',
       args: ['--no-sandbox'],
-      env: {...process.env, HOME: world.homeThatTrusts(world.accounts.ca)} as Record<string, string>,
+      env: {...process.env, HOME: world.homeThatTrusts()} as Record<string, string>,
     });
     return world;
   }
@@ -112,12 +112,16 @@ export class World {
     return value;
   }
 
-  private homeThatTrusts(ca: string): string {
+  /** Makes a database of certificates in the folder, with the service's authority. */
+  trust(folder: string): void {
+    mkdirSync(folder, {recursive: true});
+    execFileSync('certutil', ['-d', `sql:${folder}`, '-N', '--empty-password']);
+    execFileSync('certutil', ['-d', `sql:${folder}`, '-A', '-t', 'C,,', '-n', 'kelvo', '-i', this.accounts.ca]);
+  }
+
+  private homeThatTrusts(): string {
     const home = join(this.folder, 'home');
-    const database = join(home, '.pki/nssdb');
-    mkdirSync(database, {recursive: true});
-    execFileSync('certutil', ['-d', `sql:${database}`, '-N', '--empty-password']);
-    execFileSync('certutil', ['-d', `sql:${database}`, '-A', '-t', 'C,,', '-n', 'kelvo', '-i', ca]);
+    this.trust(join(home, '.pki/nssdb'));
     return home;
   }
 }
