@@ -1,7 +1,7 @@
 // The position as the console shows it.
 #pragma once
 
-#include "console/position/nmea/TFixJudge.h"
+#include "console/position/nmea/TFixValidity.h"
 #include "console/position/nmea/TNmeaReader.h"
 
 #include <QtCore/QMetaType>

@@ -24,7 +24,7 @@ void TPositionFeed::Tick(std::int64_t nowMs)
 void TPositionFeed::End()
 {
     m_reader.Restart();
-    m_judge.Restart();
+    m_validity.Restart();
     m_monitor.OnCounts(m_reader.Counts());
     Lose(ELossReason::eSourceEnded);
 }
@@ -32,11 +32,11 @@ void TPositionFeed::End()
 void TPositionFeed::OnSentence(const TNmeaSentence& sentence)
 {
     if (sentence.kind == ESentenceKind::eVtg) {
-        m_judge.TakeMotion(sentence, m_nowMs);
+        m_validity.TakeMotion(sentence, m_nowMs);
         return;
     }
     TReceivedFix fix;
-    if (m_judge.Judge(sentence, m_nowMs, fix)) {
+    if (m_validity.Update(sentence, m_nowMs, fix)) {
         m_deadlineMs = m_nowMs + silenceMs;
         m_monitor.OnFix(fix);
     } else {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "console/position/TPositionMonitor.h"
-#include "console/position/nmea/TFixJudge.h"
+#include "console/position/nmea/TFixValidity.h"
 #include "console/position/nmea/TNmeaReader.h"
 
 #include <cstdint>
@@ -12,9 +12,9 @@
 namespace console {
 
 // Reads the sentences and reports each fix and each loss to the monitor. The fix is lost when the
-// sentences make it void (see TFixJudge), when no sentence has confirmed it for silenceMs, and when
-// the source ends. Only sentences with a position confirm the fix, so a receiver that sends other
-// bytes only is as silent as an unplugged receiver.
+// sentences make it void (see TFixValidity), when no sentence has confirmed it for silenceMs, and
+// when the source ends. Only sentences with a position confirm the fix, so a receiver that sends
+// other bytes only is as silent as an unplugged receiver.
 //
 // Thread: the source's thread. Units: milliseconds of the source's clock; a log has its own clock.
 class TPositionFeed
@@ -41,7 +41,7 @@ private:
 
     TPositionMonitor& m_monitor;
     TNmeaReader m_reader;
-    TFixJudge m_judge;
+    TFixValidity m_validity;
     std::int64_t m_nowMs = 0; // valid while the reader runs
     std::optional<std::int64_t> m_deadlineMs;
 };

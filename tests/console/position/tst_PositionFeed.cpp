@@ -123,7 +123,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.gpsLost, gained);
     }
 
-    void forgetsAVoidVerdictOfASilentKind()
+    void forgetsAVoidStatusOfASilentKind()
     {
         TFixture fixture;
         fixture.Take(Rmc("093015", 'V'));
@@ -180,14 +180,14 @@ private Q_SLOTS:
         QCOMPARE(fixture.monitor.State().lost, 1);
     }
 
-    void forgetsOldVerdictsAfterTheEnd()
+    void forgetsOldStatusesAfterTheEnd()
     {
         TFixture fixture;
         fixture.Take(Rmc("093015", 'V') + Gga("093015", '1').left(20));
         fixture.feed.End();
         fixture.Take(Gga("093015", '1').mid(20));
         QVERIFY(fixture.gpsLost.empty());
-        fixture.Take(Gga("093016", '1')); // the old verdict of RMC is forgotten
+        fixture.Take(Gga("093016", '1')); // the old status of RMC is forgotten
         QCOMPARE(fixture.gpsLost, gained);
     }
 

@@ -3,7 +3,7 @@
 //
 // Bit 0 of the first byte: correct the checksums first, so that damaged sentences pass the
 // checksum. The other bits are the size of the pieces.
-#include "console/position/nmea/TFixJudge.h"
+#include "console/position/nmea/TFixValidity.h"
 #include "console/position/nmea/TNmeaReader.h"
 
 #include <algorithm>
@@ -118,19 +118,19 @@ void CheckFix(const TReceivedFix& fix, const std::vector<TPlace>& places)
 std::vector<TReceivedFix> Read(std::string_view text, std::size_t pieceBytes)
 {
     std::vector<TReceivedFix> fixes;
-    console::TFixJudge judge;
+    console::TFixValidity validity;
     std::uint64_t sentences = 0;
     std::uint64_t motions = 0;
     TNmeaReader reader([&](const TNmeaSentence& sentence) {
         if (sentence.kind == console::ESentenceKind::eVtg) {
             ++motions;
-            judge.TakeMotion(sentence, static_cast<std::int64_t>(sentences) * 100);
+            validity.TakeMotion(sentence, static_cast<std::int64_t>(sentences) * 100);
             return;
         }
         ++sentences;
         Demand(!sentence.isValid || sentence.time.has_value(), "a valid sentence has a time");
         TReceivedFix fix;
-        if (judge.Judge(sentence, static_cast<std::int64_t>(sentences) * 100, fix)) {
+        if (validity.Update(sentence, static_cast<std::int64_t>(sentences) * 100, fix)) {
             fixes.push_back(fix);
         }
     });

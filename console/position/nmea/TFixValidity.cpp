@@ -1,18 +1,17 @@
-#include "console/position/nmea/TFixJudge.h"
+#include "console/position/nmea/TFixValidity.h"
 
 #include <algorithm>
 #include <cstddef>
 
 namespace console {
 
-bool TFixJudge::Judge(const TNmeaSentence& sentence, std::int64_t nowMs, TReceivedFix& fix)
+bool TFixValidity::Update(const TNmeaSentence& sentence, std::int64_t nowMs, TReceivedFix& fix)
 {
-    m_verdicts[static_cast<std::size_t>(sentence.kind)] = {
+    m_statuses[static_cast<std::size_t>(sentence.kind)] = {
         true, sentence.isValid, sentence.quality.value_or(EFixQuality::eNone), nowMs};
     const bool isFix =
-        std::all_of(m_verdicts.begin(), m_verdicts.end(), [&](const TVerdict& verdict) {
-            return !Holds(verdict, nowMs) || verdict.isValid;
-        });
+        std::all_of(m_statuses.begin(), m_statuses.end(),
+                    [&](const TStatus& status) { return !Holds(status, nowMs) || status.isValid; });
     if (isFix) {
         fix.latitudeDegrees = sentence.latitudeDegrees;
         fix.longitudeDegrees = sentence.longitudeDegrees;
@@ -28,13 +27,13 @@ bool TFixJudge::Judge(const TNmeaSentence& sentence, std::int64_t nowMs, TReceiv
     return isFix;
 }
 
-void TFixJudge::Restart()
+void TFixValidity::Restart()
 {
-    m_verdicts = {};
+    m_statuses = {};
     m_extras = {};
 }
 
-void TFixJudge::TakeMotion(const TNmeaSentence& sentence, std::int64_t nowMs)
+void TFixValidity::TakeMotion(const TNmeaSentence& sentence, std::int64_t nowMs)
 {
     if (sentence.speedKmh) {
         m_extras.speedKmh = sentence.speedKmh;
@@ -43,7 +42,7 @@ void TFixJudge::TakeMotion(const TNmeaSentence& sentence, std::int64_t nowMs)
     }
 }
 
-void TFixJudge::AddExtras(std::int64_t nowMs, TReceivedFix& fix) const
+void TFixValidity::AddExtras(std::int64_t nowMs, TReceivedFix& fix) const
 {
     if (nowMs - m_extras.satellitesAtMs < rememberMs) {
         fix.satellites = m_extras.satellites;
@@ -54,21 +53,21 @@ void TFixJudge::AddExtras(std::int64_t nowMs, TReceivedFix& fix) const
     }
 }
 
-const TFixJudge::TVerdict& TFixJudge::Verdict(ESentenceKind kind) const
+const TFixValidity::TStatus& TFixValidity::Status(ESentenceKind kind) const
 {
-    return m_verdicts[static_cast<std::size_t>(kind)];
+    return m_statuses[static_cast<std::size_t>(kind)];
 }
 
-bool TFixJudge::Holds(const TVerdict& verdict, std::int64_t nowMs) const
+bool TFixValidity::Holds(const TStatus& status, std::int64_t nowMs) const
 {
-    return verdict.isKnown && nowMs - verdict.atMs < rememberMs;
+    return status.isKnown && nowMs - status.atMs < rememberMs;
 }
 
-EFixQuality TFixJudge::Quality(std::int64_t nowMs, const TNmeaSentence& sentence) const
+EFixQuality TFixValidity::Quality(std::int64_t nowMs, const TNmeaSentence& sentence) const
 {
     for (const ESentenceKind kind : {ESentenceKind::eGga, ESentenceKind::eGns}) {
-        if (Holds(Verdict(kind), nowMs)) {
-            return Verdict(kind).quality;
+        if (Holds(Status(kind), nowMs)) {
+            return Status(kind).quality;
         }
     }
     return sentence.quality.value_or(

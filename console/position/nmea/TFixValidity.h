@@ -21,16 +21,17 @@ struct TReceivedFix
     std::optional<double> headingDegrees = std::nullopt; // of the motion, from true north; 0 to 360
 };
 
-// A receiver reports each epoch in several sentences of different kinds, in any order. The judge
-// keeps the last verdict of each kind (valid or void) for rememberMs:
+// A receiver reports each epoch in several sentences of different kinds, in any order. This class
+// keeps the last status of each kind (valid or void) for rememberMs:
 //
-//   void sentence          RMC or GLL with status V or mode N, GGA with quality 0, GNS with only
-//   N's one verdict is void    → the fix is void, at once all verdicts are valid → each valid
-//   sentence is a fix, also the sentence that made them all valid
+// - RMC and GLL are void with status V or mode N, GGA with quality 0, GNS with only modes N.
+// - If the status of at least one kind is void, there is no fix.
+// - If no status is void, each valid sentence is a fix, also the sentence that ended the last void
+//   status.
 //
 // So if the sentences of a receiver disagree, the fix is void, which is the safe result. The fix
-// does not alternate with the sentences: it returns when the last void verdict turns valid or is
-// older than rememberMs. GSA, GSV, VTG and other kinds have no verdict. Estimated, manual and
+// does not alternate with the sentences: it returns when the last void status turns valid or is
+// older than rememberMs. GSA, GSV, VTG and other kinds have no status. Estimated, manual and
 // simulated positions are fixes, because the receiver marks them as valid; their quality tells them
 // apart.
 //
@@ -38,21 +39,21 @@ struct TReceivedFix
 // mode, because RMC has fewer qualities.
 //
 // Thread: the owner's thread. Units: times are milliseconds of any monotonic clock.
-class TFixJudge
+class TFixValidity
 {
 public:
     static constexpr std::int64_t rememberMs = 5000;
 
     // Takes any sentence with a position (not VTG). Returns whether there is a fix, and then sets
     // `fix`.
-    bool Judge(const TNmeaSentence& sentence, std::int64_t nowMs, TReceivedFix& fix);
+    bool Update(const TNmeaSentence& sentence, std::int64_t nowMs, TReceivedFix& fix);
     // Takes the speed and the heading of a valid sentence of any kind.
     void TakeMotion(const TNmeaSentence& sentence, std::int64_t nowMs);
     // Forgets everything, for another receiver or a new connection.
     void Restart();
 
 private:
-    struct TVerdict
+    struct TStatus
     {
         bool isKnown = false;
         bool isValid = false;
@@ -60,8 +61,8 @@ private:
         std::int64_t atMs = 0;
     };
 
-    const TVerdict& Verdict(ESentenceKind kind) const;
-    bool Holds(const TVerdict& verdict, std::int64_t nowMs) const;
+    const TStatus& Status(ESentenceKind kind) const;
+    bool Holds(const TStatus& status, std::int64_t nowMs) const;
     EFixQuality Quality(std::int64_t nowMs, const TNmeaSentence& sentence) const;
 
     struct TExtras
@@ -75,7 +76,7 @@ private:
 
     void AddExtras(std::int64_t nowMs, TReceivedFix& fix) const;
 
-    std::array<TVerdict, positionKindCount> m_verdicts;
+    std::array<TStatus, positionKindCount> m_statuses;
     TExtras m_extras;
 };
 
