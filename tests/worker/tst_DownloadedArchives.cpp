@@ -4,7 +4,7 @@
 
 #include <QtTest/QtTest>
 
-class tst_Unpacking : public kelvo::test::TTestCase
+class tst_DownloadedArchives : public kelvo::test::TTestCase
 {
     Q_OBJECT
 
@@ -36,7 +36,7 @@ void PutArchive(const QString& name, const QByteArray& inner, const QByteArray& 
 
 } // namespace
 
-void tst_Unpacking::succeedsWithoutArchives()
+void tst_DownloadedArchives::succeedsWithoutArchives()
 {
     TDownload f;
     f.Start();
@@ -45,14 +45,14 @@ void tst_Unpacking::succeedsWithoutArchives()
     QVERIFY(errors.isEmpty());
 }
 
-void tst_Unpacking::createsAMissingDownloadFolderWithItsParents_data()
+void tst_DownloadedArchives::createsAMissingDownloadFolderWithItsParents_data()
 {
     QTest::addColumn<bool>("withArchive");
     QTest::newRow("with an archive to unpack") << true;
     QTest::newRow("even with nothing to unpack") << false;
 }
 
-void tst_Unpacking::createsAMissingDownloadFolderWithItsParents()
+void tst_DownloadedArchives::createsAMissingDownloadFolderWithItsParents()
 {
     QFETCH(bool, withArchive);
     TDownload f;
@@ -68,7 +68,7 @@ void tst_Unpacking::createsAMissingDownloadFolderWithItsParents()
     QCOMPARE(folder.exists(QStringLiteral("a/sub/a.txt")), withArchive);
 }
 
-void tst_Unpacking::unpacksBothSuffixesAndNothingElse()
+void tst_DownloadedArchives::unpacksBothSuffixesAndNothingElse()
 {
     TDownload f;
     f.Start();
@@ -90,7 +90,7 @@ void tst_Unpacking::unpacksBothSuffixesAndNothingElse()
     QCOMPARE(TDownload::Temporary(), List("d.zip.part|e.txt|zip"));
 }
 
-void tst_Unpacking::takesTheArchivesInTheOrderOfTheirNames()
+void tst_DownloadedArchives::takesTheArchivesInTheOrderOfTheirNames()
 {
     TDownload f;
     f.Start();
@@ -108,7 +108,7 @@ void tst_Unpacking::takesTheArchivesInTheOrderOfTheirNames()
     QCOMPARE(failed, List("Z1.zip|z1.ZIP|z2.zip"));
 }
 
-void tst_Unpacking::aCorruptArchiveIsReportedAndRemovedAndTheOthersUnpacked()
+void tst_DownloadedArchives::aCorruptArchiveIsReportedAndRemovedAndTheOthersUnpacked()
 {
     TDownload f;
     f.Start();
@@ -124,7 +124,7 @@ void tst_Unpacking::aCorruptArchiveIsReportedAndRemovedAndTheOthersUnpacked()
     QVERIFY(TDownload::Temporary().isEmpty());
 }
 
-void tst_Unpacking::reportsAnEmptyFileAsFailed()
+void tst_DownloadedArchives::reportsAnEmptyFileAsFailed()
 {
     TDownload f;
     f.Start();
@@ -135,7 +135,7 @@ void tst_Unpacking::reportsAnEmptyFileAsFailed()
     QVERIFY(TDownload::Temporary().isEmpty());
 }
 
-void tst_Unpacking::linksAndFoldersAreLeftAlone()
+void tst_DownloadedArchives::linksAndFoldersAreLeftAlone()
 {
     TDownload f;
     f.Start();
@@ -150,7 +150,7 @@ void tst_Unpacking::linksAndFoldersAreLeftAlone()
     QVERIFY(QFile::exists(elsewhere));
 }
 
-void tst_Unpacking::unpacksArchivesOfAnEarlierRunForTheCurrentProject()
+void tst_DownloadedArchives::unpacksArchivesOfAnEarlierRunForTheCurrentProject()
 {
     TDownload f;
     f.AddArchive(eCurves, QStringLiteral("curve.zip"), "curve.txt");
@@ -160,7 +160,7 @@ void tst_Unpacking::unpacksArchivesOfAnEarlierRunForTheCurrentProject()
     QCOMPARE(TDownload::Local(eCurves), List("curve/curve.txt|left/left.txt"));
 }
 
-void tst_Unpacking::recordsAreAppended()
+void tst_DownloadedArchives::recordsAreAppended()
 {
     TDownload f;
     f.Start();
@@ -171,7 +171,7 @@ void tst_Unpacking::recordsAreAppended()
                                            QStringLiteral("b.zip: Failed to unzip file")}));
 }
 
-void tst_Unpacking::aBlockedDownloadFolderReportsEveryArchive()
+void tst_DownloadedArchives::aBlockedDownloadFolderReportsEveryArchive()
 {
     TDownload f;
     f.Start();
@@ -187,5 +187,5 @@ void tst_Unpacking::aBlockedDownloadFolderReportsEveryArchive()
     QCOMPARE(TWorkerFixture::ReadFile(folder), QByteArray("a file where the folder should be"));
 }
 
-KELVO_GUI_TEST_MAIN(tst_Unpacking)
-#include "tst_Unpacking.moc"
+KELVO_GUI_TEST_MAIN(tst_DownloadedArchives)
+#include "tst_DownloadedArchives.moc"
