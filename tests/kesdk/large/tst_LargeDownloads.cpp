@@ -25,7 +25,7 @@ protected:
         file.etag = "\"e\"";
     }
 
-    // Leaves a part with the hole and the first bytes of the text, as a killed process does.
+    // Leaves a part file with the hole and the first bytes of the text, as a killed process does.
     void LeavePart(std::size_t afterHole)
     {
         WriteLarge("here.zip.part", text.substr(0, afterHole));

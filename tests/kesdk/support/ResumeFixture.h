@@ -22,7 +22,7 @@ protected:
     ResumeFixture() { call.serviceAndUser = "https://service.test\n7"; }
 
     impl::Failure Fetch() { return downloads.Fetch(call, file, folder.Path("here.zip")); }
-    // Leaves a part with the first 70,000 bytes.
+    // Leaves a part file with the first 70,000 bytes.
     void BeginAndStop()
     {
         service.FailNext(Cut("GET /v1/resources/", Fault::EKind::eCutResponse, kCutAt));

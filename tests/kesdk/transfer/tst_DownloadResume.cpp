@@ -1,4 +1,5 @@
-// Downloads that a later call or a restarted console resumes, and parts that it must not resume.
+// Downloads that a later call or a restarted console resumes, and part files that it must not
+// resume.
 #include "support/ResumeFixture.h"
 
 namespace kesdk::impl {
@@ -11,13 +12,13 @@ using DownloadResume = test::ResumeFixture;
 
 } // namespace
 
-TEST_F(DownloadResume, ResumesAtTheEndOfThePart)
+TEST_F(DownloadResume, ResumesAtTheEndOfThePartFile)
 {
     BeginAndStop();
     ExpectSaved(kCutAt);
 }
 
-TEST_F(DownloadResume, ResumesFromThePartOfAKilledProcess)
+TEST_F(DownloadResume, ResumesFromThePartFileOfAKilledProcess)
 {
     BeginAndStop();
     std::filesystem::resize_file(folder.Path("here.zip.part"), 50'000);
@@ -35,7 +36,7 @@ TEST_F(DownloadResume, ResumesAfterADeadLink)
     ExpectSaved(kCutAt);
 }
 
-// As when the console joins a wrong network, or its clock is set. The part stays whole.
+// As when the console joins a wrong network, or its clock is set. The part file stays whole.
 TEST_F(DownloadResume, ResumesAfterAnyErrorOnTheWay)
 {
     for (const EErrorCode code :
@@ -69,7 +70,7 @@ TEST_F(DownloadResume, ResumesAfterAnErrorOfTheService)
     }
 }
 
-TEST_F(DownloadResume, RemovesThePartOfAFileThatTheServiceRefuses)
+TEST_F(DownloadResume, RemovesThePartFileOfAFileThatTheServiceRefuses)
 {
     for (const HttpResponse& answer :
          {test::Problem(404, "not-found"), test::Problem(403, "forbidden"),
@@ -83,7 +84,7 @@ TEST_F(DownloadResume, RemovesThePartOfAFileThatTheServiceRefuses)
     }
 }
 
-TEST_F(DownloadResume, RenamesAWholePartWithoutARequest)
+TEST_F(DownloadResume, RenamesAWholePartFileWithoutARequest)
 {
     BeginAndStop();
     folder.Write("here.zip.part", content);
@@ -94,7 +95,7 @@ TEST_F(DownloadResume, RenamesAWholePartWithoutARequest)
     EXPECT_EQ(service.Requests().size(), before);
 }
 
-TEST_F(DownloadResume, IgnoresAPartOfAnotherVersion)
+TEST_F(DownloadResume, IgnoresAPartFileOfAnotherVersion)
 {
     BeginAndStop();
     service.RemoveFile(id);
@@ -106,7 +107,7 @@ TEST_F(DownloadResume, IgnoresAPartOfAnotherVersion)
     EXPECT_EQ(service.Requests().back().Header("Range"), "");
 }
 
-TEST_F(DownloadResume, IgnoresAPartOfAnotherAccount)
+TEST_F(DownloadResume, IgnoresAPartFileOfAnotherAccount)
 {
     for (const char* other : {"https://service.test\n8", "https://other.test\n7", ""}) {
         call.serviceAndUser = "https://service.test\n7";
@@ -117,21 +118,21 @@ TEST_F(DownloadResume, IgnoresAPartOfAnotherAccount)
     }
 }
 
-TEST_F(DownloadResume, IgnoresAPartWhoseDigestIsWrong)
+TEST_F(DownloadResume, IgnoresAPartFileWhoseDigestIsWrong)
 {
     BeginAndStop();
     folder.Write("here.zip.part", std::string(kCutAt, '\0')); // as after a power cut
     ExpectSaved(0);
 }
 
-TEST_F(DownloadResume, IgnoresAJournalWithoutAPart)
+TEST_F(DownloadResume, IgnoresAJournalWithoutAPartFile)
 {
     BeginAndStop();
     std::filesystem::remove(folder.Path("here.zip.part"));
     ExpectSaved(0);
 }
 
-TEST_F(DownloadResume, LeavesNoJournalWhenThePartCannotBeCreated)
+TEST_F(DownloadResume, LeavesNoJournalWhenThePartFileCannotBeCreated)
 {
     std::filesystem::create_directory(folder.Path("here.zip.part"));
     EXPECT_EQ(Fetch().code, EErrorCode::eCannotWrite);
@@ -146,7 +147,7 @@ TEST_F(DownloadResume, IgnoresATornJournal)
     ExpectSaved(0);
 }
 
-TEST_F(DownloadResume, FollowsNoLinkUnderThePartsName)
+TEST_F(DownloadResume, FollowsNoLinkUnderThePartFilesName)
 {
     BeginAndStop();
     const kelvo::test::TempFolder elsewhere;
@@ -164,7 +165,7 @@ TEST_F(DownloadResume, BeginsAnewWhenTheServiceDoesNotResume)
     EXPECT_TRUE(folder.Read("here.zip") == content);
 }
 
-TEST_F(DownloadResume, KeepsThePartWhenReadingItIsAborted)
+TEST_F(DownloadResume, KeepsThePartFileWhenReadingItIsAborted)
 {
     BeginAndStop();
     call.abort = [] { return true; };
@@ -173,7 +174,7 @@ TEST_F(DownloadResume, KeepsThePartWhenReadingItIsAborted)
     ExpectSaved(kCutAt);
 }
 
-TEST_F(DownloadResume, RemovesThePartOfAFileThatIsGone)
+TEST_F(DownloadResume, RemovesThePartFileOfAFileThatIsGone)
 {
     BeginAndStop();
     service.RemoveFile(id);
@@ -181,7 +182,7 @@ TEST_F(DownloadResume, RemovesThePartOfAFileThatIsGone)
     EXPECT_EQ(folder.EntryCount(), 0u);
 }
 
-// As on a full disk. The call resumes after a drop, but an aborted call leaves no part.
+// As on a full disk. The call resumes after a drop, but an aborted call leaves no part file.
 TEST_F(DownloadResume, DownloadsWithoutAJournalThatCannotBeWritten)
 {
     std::filesystem::create_directory(folder.Path("here.zip.part.journal"));

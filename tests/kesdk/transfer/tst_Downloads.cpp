@@ -62,7 +62,7 @@ TEST_F(DownloadsTest, FetchesAnEmptyFile)
     EXPECT_EQ(folder.Read("here.zip"), "");
 }
 
-TEST_F(DownloadsTest, ReplacesAnEarlierFileAndPart)
+TEST_F(DownloadsTest, ReplacesAnEarlierFileAndPartFile)
 {
     folder.Write("here.zip", "old");
     folder.Write("here.zip.part",

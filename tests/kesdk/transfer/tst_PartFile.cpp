@@ -18,7 +18,7 @@ constexpr std::int64_t kSizeBytes = std::int64_t{128} * 1024;
 class PartFiles : public testing::Test
 {
 protected:
-    // Writes the first half of a large file, and keeps the part.
+    // Writes the first half of a large file, and keeps the part file.
     void LeaveHalf()
     {
         PartFile first;
@@ -38,7 +38,7 @@ protected:
 
 } // namespace
 
-TEST_F(PartFiles, ResumesAKeptPart)
+TEST_F(PartFiles, ResumesAKeptPartFile)
 {
     LeaveHalf();
     EXPECT_FALSE(part.Open(path, origin, nullptr).IsSet());
@@ -46,7 +46,7 @@ TEST_F(PartFiles, ResumesAKeptPart)
     EXPECT_EQ(part.SizeBytes(), kSizeBytes / 2);
 }
 
-TEST_F(PartFiles, BeginsAnewIfTheKeptPartIsGone)
+TEST_F(PartFiles, BeginsAnewIfTheKeptPartFileIsGone)
 {
     LeaveHalf();
     std::filesystem::remove(partPath);
@@ -55,7 +55,7 @@ TEST_F(PartFiles, BeginsAnewIfTheKeptPartIsGone)
     EXPECT_EQ(part.SizeBytes(), 0);
 }
 
-TEST_F(PartFiles, BeginsAnewIfTheKeptPartIsALink)
+TEST_F(PartFiles, BeginsAnewIfTheKeptPartFileIsALink)
 {
     LeaveHalf();
     std::filesystem::rename(partPath, folder.Path("elsewhere"));
@@ -65,7 +65,7 @@ TEST_F(PartFiles, BeginsAnewIfTheKeptPartIsALink)
     EXPECT_EQ(std::filesystem::file_size(folder.Path("elsewhere")), kSizeBytes / 2);
 }
 
-TEST_F(PartFiles, BeginsAnewIfTheKeptPartIsLongerThanTheFile)
+TEST_F(PartFiles, BeginsAnewIfTheKeptPartFileIsLongerThanTheFile)
 {
     LeaveHalf();
     std::filesystem::resize_file(partPath, kSizeBytes + 1);
@@ -73,7 +73,7 @@ TEST_F(PartFiles, BeginsAnewIfTheKeptPartIsLongerThanTheFile)
     EXPECT_FALSE(part.IsResumed());
 }
 
-TEST_F(PartFiles, KeepsThePartWhenResumingIsAborted)
+TEST_F(PartFiles, KeepsThePartFileWhenResumingIsAborted)
 {
     LeaveHalf();
     EXPECT_EQ(part.Open(path, origin, [] { return true; }).code, EErrorCode::eAborted);

@@ -1,4 +1,4 @@
-// Parts that killed downloads left behind, and other files with such names.
+// Part files that killed downloads left behind, and other files with such names.
 #include "support/ResumeFixture.h"
 
 #include <set>
@@ -18,7 +18,8 @@ protected:
     {
         folder.Date(name, test::NextMonthS() - test::kWeekS + lessS);
     }
-    // Leaves the part of a small file, as a killed process does, and returns the part's name.
+    // Leaves the part file of a small file, as a killed process does, and returns the part file's
+    // name.
     std::string LeaveSmallPart(const std::string& name)
     {
         const FileRecord small = std::get<FileRecord>(
@@ -90,7 +91,7 @@ TEST_F(StaleParts, DatesThePartFileWhenADownloadResumes)
     EXPECT_GT(std::filesystem::last_write_time(folder.Path("here.zip.part")), before);
 }
 
-// The console did not know the time when it wrote the part.
+// The console did not know the time when it wrote the part file.
 TEST_F(StaleParts, KeepsPartFilesWithAnImpossibleDateForAWeek)
 {
     for (const std::int64_t writtenS : {std::int64_t{3600}, std::int64_t{2'524'608'000}}) { // 2050

@@ -85,7 +85,7 @@ TEST_F(UploadResume, GivesTheNextFileThirtySecondsOnADeadLink)
 }
 
 // A console needs more than five minutes to read 4 GB again.
-TEST_F(UploadResume, DoesNotCountTheTimeOfReadingTheSentPartAgain)
+TEST_F(UploadResume, DoesNotCountTheTimeOfReadingTheSentBytesAgain)
 {
     const kelvo::test::TempFolder state;
     call.serviceAndUser = "https://service.test\n7";

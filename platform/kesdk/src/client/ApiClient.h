@@ -16,10 +16,10 @@ namespace kesdk::impl {
 // All requests of one operation have this in common.
 struct ApiCall
 {
-    std::string token;          // of the session; empty only for a login
+    std::string token;          // the session's token; empty only for a login
     std::string serviceAndUser; // address and user's id: for journals, which outlive the session
     AbortCheck abort;
-    TransferReport report; // of an upload or download
+    TransferReport report; // reports an upload or download
     CallPolicy policy = PolicyOf(ECall::eAccount);
     std::optional<Clock::Time> lastStart; // no attempt begins later
 };

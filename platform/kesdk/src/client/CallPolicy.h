@@ -11,8 +11,8 @@ namespace kesdk::impl {
 enum class ECall {
     eLogin,        // a second attempt could count as a second wrong password
     eLogout,       // the end of the console waits for it
-    eFirstAccount, // of a login
-    eAccount,      // of a session whose event stream could not resume
+    eFirstAccount, // the first snapshot after a login
+    eAccount,      // the snapshot after an event stream could not resume
     eEvents,       // SessionThread connects again
     eGetter,       // the operator waits
     eChange,       // the operator waits
@@ -29,7 +29,7 @@ struct CallPolicy
     // Limits all attempts with their pauses. For a position it limits each attempt. 0 = no limit.
     std::chrono::milliseconds total{0};
     Backoff backoff;
-    HttpLimits limits; // of each attempt
+    HttpLimits limits; // the limits of each attempt
 };
 
 // A comment of the event stream comes every 60 s. The stream may miss one comment. It counts as

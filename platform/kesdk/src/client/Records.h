@@ -25,7 +25,7 @@ struct FileRecord
 {
     std::int64_t id = 0;
     std::int64_t containerId = 0;
-    std::wstring name; // as it came: check it before it becomes part of a path
+    std::wstring name; // the service's text: check it before it becomes part of a path
     std::int64_t sizeBytes = 0;
     std::string sha256Hex;
     std::string etag; // with its quotes
@@ -56,7 +56,7 @@ struct ProjectRecord
 struct AccountRecord
 {
     UserRecord user;
-    std::string cursor; // of the newest event in this snapshot
+    std::string cursor; // the cursor of the newest event in this snapshot
     std::vector<ProjectRecord> projects;
 };
 
@@ -79,7 +79,7 @@ struct UploadRecord
     std::string location;
     std::int64_t offsetBytes = 0;
     std::string reprDigest;        // empty until the upload is complete
-    std::vector<FileRecord> files; // of the complete upload, if the answer had its records
+    std::vector<FileRecord> files; // the complete upload's, if the answer had its records
 };
 
 enum class EAccountEvent {
@@ -88,7 +88,7 @@ enum class EAccountEvent {
     eInboxAdded,
     eSessionEnded,
     eOther,      // without meaning for this console
-    eUnreadable, // of a known kind, but not as the service describes it
+    eUnreadable, // a known kind whose data are not as the service describes them
 };
 
 struct AccountEvent

@@ -39,7 +39,7 @@ public:
     struct NewLogin
     {
         std::int32_t id = 0;
-        std::string replacedToken; // of the session before; empty = none
+        std::string replacedToken; // the token of the session before; empty = none
     };
     // Empty if a login is in progress already.
     std::optional<NewLogin> Begin();

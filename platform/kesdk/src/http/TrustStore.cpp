@@ -69,7 +69,7 @@ void TrustStore::ReadSystemsFile() const
     std::call_once(m_isSystemsFileRead, [this] {
         ERR_set_mark();
         X509_STORE_load_file(m_store.get(), m_systemsFile.c_str());
-        ERR_pop_to_mark(); // as above
+        ERR_pop_to_mark(); // a missing file must not show up in a later TLS error
     });
 }
 

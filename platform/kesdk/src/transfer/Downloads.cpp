@@ -30,7 +30,7 @@ bool MustRemovePart(const Failure& failure)
                       EErrorCode::eUnusableFileName, EErrorCode::eUnusableServiceName);
 }
 
-// Appends the content to the part.
+// Appends the content to the part file.
 class PartSink : public BodySink
 {
 public:
@@ -117,7 +117,7 @@ Downloads::Attempt Downloads::FetchRest(Job& job)
         return job.file.sizeBytes > 0 && job.part.SizeBytes() == job.file.sizeBytes;
     };
     if (hasLastByte())
-        return Verify(job); // of a resumed part
+        return Verify(job); // the resumed part file has all bytes
     PartSink sink(job);
     const Failure failure =
         m_api.GetContent(job.call, {job.file.id, job.file.etag, job.part.SizeBytes()}, sink);
@@ -138,7 +138,7 @@ Downloads::Attempt Downloads::Verify(Job& job)
         return {true, digest.failure};
     if (!job.part.IsResumed())
         return {true, Failure(EErrorCode::eDamaged, "SHA-256 differs")};
-    // A power cut may have taken bytes of the resumed part.
+    // A power cut may have taken bytes of the resumed part file.
     job.transfer.StartOver();
     if (job.part.Restart())
         return {};

@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kBufferBytes = std::size_t{256} * 1024;
 // After this many bytes the kernel begins to write: the sync at the end is short then.
 constexpr std::int64_t kWriteBehindBytes = std::int64_t{8} * 1024 * 1024;
-// The part of a smaller file is not kept.
+// The part file of a smaller file is not kept.
 constexpr std::int64_t kWorthKeepingBytes = std::int64_t{64} * 1024;
 
 Failure FailureOf(const char* what, int error)
@@ -69,7 +69,7 @@ Failure PartFile::Open(const std::string& finalPath, const PartOrigin& origin,
     m_paths = PartPathsOf(folder, name, longest);
     m_buffer.reserve(kBufferBytes);
     const Result<bool> isResumed = Resume(origin, abort);
-    m_isLeft = !isResumed; // an aborted call keeps the part
+    m_isLeft = !isResumed; // an aborted call keeps the part file
     Failure failure = isResumed.failure;
     if (isResumed && !isResumed.value)
         failure = Create(origin);
@@ -85,8 +85,8 @@ void PartFile::Remove()
     RemoveJournal(m_paths.journal);
 }
 
-// Whether there is a part of this version. Reads the part once, for the digest of the whole file.
-// Fails only if it is aborted.
+// Whether there is a part file of this version. Reads the part file once, for the digest of the
+// whole file. Fails only if it is aborted.
 Result<bool> PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
 {
     if (origin.serviceAndUser.empty() ||
@@ -121,9 +121,9 @@ Result<bool> PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
 
 Failure PartFile::Create(const PartOrigin& origin)
 {
-    // Removes an older part first: open must not follow a link of this name.
+    // Removes an older part file first: open must not follow a link of this name.
     Remove();
-    // Before the part: a part without a journal would never be removed.
+    // Before the part file: a part file without a journal would never be removed.
     m_hasJournal = !origin.serviceAndUser.empty() && origin.sizeBytes >= kWorthKeepingBytes &&
                    WriteJournal(m_paths.journal, ToPartJournal(origin));
     m_path = m_hasJournal ? m_paths.part : m_paths.loosePart;

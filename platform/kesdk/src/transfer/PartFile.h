@@ -15,8 +15,9 @@
 namespace kesdk::impl {
 
 // Grows beside the final name, and gets this name when it is complete and on the disk. The
-// destructor removes a part that is neither committed nor kept. A large part has a journal, with
-// which another process resumes it. A part without a journal has a name that shows its origin.
+// destructor removes a part file that is neither committed nor kept. A large part file has a
+// journal, with which another process resumes it. A part file without a journal has a name that
+// shows its origin.
 class PartFile
 {
 public:
@@ -25,8 +26,8 @@ public:
     PartFile(const PartFile&) = delete;
     PartFile& operator=(const PartFile&) = delete;
 
-    // Resumes the part of an earlier run, or begins a new one and removes files with the names of
-    // the part. Reserves the space, so that a full disk fails before the first request.
+    // Resumes the part file of an earlier run, or begins a new one and removes files with the names
+    // of the part file. Reserves the space, so that a full disk fails before the first request.
     Failure Open(const std::string& finalPath, const PartOrigin& origin, const AbortCheck& abort);
 
     bool Write(const char* bytes, std::size_t sizeBytes);
@@ -36,12 +37,12 @@ public:
     std::int64_t SizeBytes() const { return m_sizeBytes; }
     // Whether an earlier run wrote its first bytes.
     bool IsResumed() const { return m_isResumed; }
-    // Removes all bytes of the part.
+    // Removes all bytes of the part file.
     bool Restart();
 
     // Writes the buffer to the file, without a sync, and computes the digest. Call once.
     Result<Sha256::Digest> Finish();
-    // Keeps the part for a later run, if it has a byte and the whole file is large enough.
+    // Keeps the part file for a later run, if it has a byte and the whole file is large enough.
     void Keep();
     // Syncs the file, renames it and syncs the folder.
     Failure Commit();
@@ -56,7 +57,7 @@ private:
 
     std::string m_finalPath;
     PartPaths m_paths;
-    std::string m_path; // the part's own
+    std::string m_path; // the name of the part file
     FileHandle m_file;
     std::vector<char> m_buffer;
     Sha256 m_hash;

@@ -18,10 +18,10 @@ namespace {
 constexpr std::string_view kPartSuffix = ".part";
 constexpr std::string_view kJournalSuffix = ".part.journal";
 constexpr std::size_t kLooseDigestBytes = 16; // in hexadecimal
-// The suffix of a part without a journal is longer than the suffix of a new journal.
+// The suffix of a part file without a journal is longer than the suffix of a new journal.
 constexpr std::size_t kLongestSuffixBytes = 1 + kLooseDigestBytes + kPartSuffix.size();
 
-// The text between the final name and the suffix of a part without a journal.
+// The text between the final name and the suffix of a part file without a journal.
 std::string LooseDigestOf(std::string_view name)
 {
     return '.' + HexDigestOf("kesdk part\n" + std::string(name)).substr(0, kLooseDigestBytes);
@@ -76,7 +76,7 @@ void RemoveStalePartFiles(const std::string& folder, std::int64_t nowS)
                                   !RepairDateAndCheckAge(part, nowS);
         if (!isOld || hasYoungPart)
             continue;
-        // Only the part beside a complete journal is certainly ours.
+        // Only the part file beside a complete journal is certainly ours.
         if (!part.empty() && ReadJournal(path))
             ::unlink(part.c_str());
         RemoveJournal(path);

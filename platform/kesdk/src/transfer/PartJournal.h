@@ -1,4 +1,4 @@
-// The journal beside the part of a download.
+// The journal beside the part file of a download.
 #pragma once
 
 #include <cstddef>
@@ -7,11 +7,11 @@
 
 namespace kesdk::impl {
 
-// The version of the file, and the account that fetches it. A part of another version, account or
-// service is never resumed.
+// The version of the file, and the account that fetches it. A part file of another version, account
+// or service is never resumed.
 struct PartOrigin
 {
-    std::string serviceAndUser; // empty: the part is not kept
+    std::string serviceAndUser; // empty: the part file is not kept
     std::int64_t fileId = 0;
     std::string etag;
     std::int64_t sizeBytes = 0;
@@ -21,8 +21,8 @@ struct PartOrigin
 // The names beside the final name. Long names are shortened at the end of a character.
 struct PartPaths
 {
-    std::string part;    // of a part with a journal
-    std::string journal; // beside the part
+    std::string part;    // the part file, if it has a journal
+    std::string journal; // beside the part file
     // The name of a part file without a journal: a digest of the final name shows its origin.
     std::string loosePart;
 };

@@ -20,7 +20,7 @@ namespace {
 using nlohmann::json;
 
 constexpr const char* kSuffix = ".discard";
-constexpr std::int64_t kLongestPendingS = 30 * kDayS; // as long as the bin keeps a file
+constexpr std::int64_t kLongestPendingS = 30 * kDayS; // the bin keeps a file for this time
 
 std::string JournalPath(const std::string& folder, const std::string& account, std::int64_t fileId)
 {

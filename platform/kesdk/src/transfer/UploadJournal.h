@@ -64,7 +64,7 @@ private:
     {
         UploadOrigin origin;
         std::string key; // empty: the upload is finished
-        dev_t device;    // of the file's folder, when the upload was finished
+        dev_t device;    // the device of the file's folder when the upload was finished
     };
 
     using Places = std::array<std::string, 2>; // in the library's folder, beside the file

@@ -103,7 +103,7 @@ private:
     UploadJournal m_journal;
     PendingDeletions m_pendingDeletions;
     std::optional<Clock::Time> m_givenUpAt;
-    std::map<std::string, std::string> m_keys; // of this object's uploads, by location
+    std::map<std::string, std::string> m_keys; // the keys of this object's uploads, by location
 };
 
 } // namespace kesdk::impl
