@@ -17,7 +17,7 @@ class tst_FileControlSetup : public kelvo::test::TTestCase
 private Q_SLOTS:
     void slotsAreDeclaredInTheirOrder();
     void constructionBuildsNothingButTheDialogs();
-    void isLaidOut();
+    void setupPlacesTheWidgets();
     void theButtons();
     void theDialogs();
     void textsAreTranslated();
@@ -83,7 +83,7 @@ void tst_FileControlSetup::constructionBuildsNothingButTheDialogs()
     QCOMPARE(fakes::Receivers::Of(KelvoInterface, "KelvoLoggedIn()"), 1); // the log
 }
 
-void tst_FileControlSetup::isLaidOut()
+void tst_FileControlSetup::setupPlacesTheWidgets()
 {
     TControllerFixture f;
     f.SetUp(true);

@@ -17,8 +17,8 @@ private Q_SLOTS:
     void translatesTheTransferCancelOnceAndTheDeletionCancelEachTime();
     void progressOnlyChangesTheText_data();
     void progressOnlyChangesTheText();
-    void completions_data();
-    void completions();
+    void showsTheResultOfEachOperation_data();
+    void showsTheResultOfEachOperation();
     void completionTextsAreTranslated();
     void anUploadRereadsTheListAtOnce();
     void aDownloadDoesNotRereadTheList();
@@ -130,7 +130,7 @@ void tst_FileResults::progressOnlyChangesTheText()
     }
 }
 
-void tst_FileResults::completions_data()
+void tst_FileResults::showsTheResultOfEachOperation_data()
 {
     QTest::addColumn<int>("operation");
     QTest::addColumn<int>("errorCount");
@@ -158,7 +158,7 @@ void tst_FileResults::completions_data()
     }
 }
 
-void tst_FileResults::completions()
+void tst_FileResults::showsTheResultOfEachOperation()
 {
     QFETCH(int, operation);
     QFETCH(int, errorCount);

@@ -15,11 +15,11 @@ class tst_MiniView : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void slotsAreDeclaredInTheirOrder();
-    void isBuiltAsARowOfFour();
+    void theConstructorPlacesFourWidgets();
     void rowsShowTheConfiguredCredentials();
     void clearsTheThirdItemAndKeepsIt();
     void configuresEnteredCredentialsAtOnce();
-    void isAvailableIfTheUserLevelGrantsTheControl();
+    void theViewIsAvailableIfTheUserLevelGrantsTheControl();
     void captionsAreTranslatedOnceAndToolTipsEachTime();
     void listensToTheHub();
     void worksWithoutAHub();
@@ -55,7 +55,7 @@ OnKelvoUserInboxSetupComplete(KelvoFileTransferErrorDetailsList errorsList)
     QVERIFY(fakes::Declarations(TKelvoMiniView::staticMetaObject, QMetaMethod::Signal).isEmpty());
 }
 
-void tst_MiniView::isBuiltAsARowOfFour()
+void tst_MiniView::theConstructorPlacesFourWidgets()
 {
     const TMiniViewFixture f;
     QCOMPARE(f.view.SurfaceIcon(), Text("NavKelvo"));
@@ -117,7 +117,7 @@ void tst_MiniView::configuresEnteredCredentialsAtOnce()
     QCOMPARE(kept.GetItem(24289).toString(), Text("pavel"));
 }
 
-void tst_MiniView::isAvailableIfTheUserLevelGrantsTheControl()
+void tst_MiniView::theViewIsAvailableIfTheUserLevelGrantsTheControl()
 {
     TMiniViewFixture f;
     QVERIFY(f.view.IsAvailable());

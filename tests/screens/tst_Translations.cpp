@@ -12,11 +12,11 @@ class tst_Translations : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void isTranslated_data();
-    void isTranslated();
+    void translatesThePluginsTexts_data();
+    void translatesThePluginsTexts();
 };
 
-void tst_Translations::isTranslated_data()
+void tst_Translations::translatesThePluginsTexts_data()
 {
     QTest::addColumn<QString>("login");
     QTest::addColumn<QString>("maps");
@@ -33,7 +33,7 @@ void tst_Translations::isTranslated_data()
     row("pl", "Zaloguj", "Mapy aplikacyjne", "Nie udało się rozpakować pliku");
 }
 
-void tst_Translations::isTranslated()
+void tst_Translations::translatesThePluginsTexts()
 {
     QFETCH(QString, login);
     QFETCH(QString, maps);

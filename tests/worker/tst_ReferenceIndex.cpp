@@ -14,7 +14,7 @@ private Q_SLOTS:
     void usesTheFirstEntryOfANameThatOccursTwice();
     void namesAreComparedExactly();
     void findsNothingInAnEmptyListing();
-    void isLinearInTheNumberOfNames();
+    void takesTimeInProportionToTheNumberOfNames();
     void theConsolesLongKeepsTheLow32Bits_data();
     void theConsolesLongKeepsTheLow32Bits();
 };
@@ -63,7 +63,7 @@ void tst_ReferenceIndex::findsNothingInAnEmptyListing()
 }
 
 // Many names: a linear search for each name would exceed the hang guard.
-void tst_ReferenceIndex::isLinearInTheNumberOfNames()
+void tst_ReferenceIndex::takesTimeInProportionToTheNumberOfNames()
 {
     constexpr int COUNT = 400000;
     KelvoFileInfoList listing;

@@ -26,7 +26,7 @@ private Q_SLOTS:
     void signalsAreDeclaredInTheirOrder();
     void slotsAreDeclaredInTheirOrder();
     void signalsArePublicAndSlotsArePrivate();
-    void isAThreadedObject();
+    void theWorkerIsAThreadedObject();
 };
 
 void tst_WorkerMetaObject::theConstructorRegistersTheListTypes()
@@ -110,7 +110,7 @@ void tst_WorkerMetaObject::signalsArePublicAndSlotsArePrivate()
     }
 }
 
-void tst_WorkerMetaObject::isAThreadedObject()
+void tst_WorkerMetaObject::theWorkerIsAThreadedObject()
 {
     QCOMPARE(TKelvoThreadObject::staticMetaObject.superClass(), &TThreadedObject::staticMetaObject);
     QCOMPARE(TKelvoThreadObject::staticMetaObject.className(), "TKelvoThreadObject");

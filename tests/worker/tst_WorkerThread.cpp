@@ -13,7 +13,7 @@ class tst_WorkerThread : public kelvo::test::TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void isNamedKelvoThread();
+    void theThreadIsNamedKelvoThread();
     void runsEverySdkCallOnItsThread();
     void runsASessionFromLoginToLogout();
     void aStopBeforeTheLoopStillInitialisesAndFinalises();
@@ -26,7 +26,7 @@ private Q_SLOTS:
     void startsAndEndsManyTimes();
 };
 
-void tst_WorkerThread::isNamedKelvoThread()
+void tst_WorkerThread::theThreadIsNamedKelvoThread()
 {
     TRunningWorker f;
     QVERIFY(f.Run());

@@ -33,7 +33,7 @@ private Q_SLOTS:
         QCOMPARE(files.Listing(), EListing::eLoggedOut);
     }
 
-    void isListedWhenEachProjectIsListed()
+    void showsListedWhenEachProjectIsListed()
     {
         console::TServiceFiles files;
         Send(files, EHubSignal::eLoginInProgress);

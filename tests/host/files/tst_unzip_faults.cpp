@@ -68,8 +68,8 @@ class tst_UnzipFaults : public TTestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void isAllOrNothingAfterAKillBeforeAnySystemCall_data() { AddStarts(); }
-    void isAllOrNothingAfterAKillBeforeAnySystemCall();
+    void unpacksAllOrNothingWhenKilledBeforeAnySystemCall_data() { AddStarts(); }
+    void unpacksAllOrNothingWhenKilledBeforeAnySystemCall();
     void returnsTheTrueResultIfAnySystemCallFails_data() { AddStarts(); }
     void returnsTheTrueResultIfAnySystemCallFails();
     void saysWhichFolderIsThereIfTwoSystemCallsFail_data() { AddStarts(); }
@@ -78,7 +78,7 @@ private Q_SLOTS:
 
 // After a kill at any call, the destination has the old or the new folder, whole. Only a file
 // system without an exchange needs the recovery for this promise.
-void tst_UnzipFaults::isAllOrNothingAfterAKillBeforeAnySystemCall()
+void tst_UnzipFaults::unpacksAllOrNothingWhenKilledBeforeAnySystemCall()
 {
     QFETCH(TFolderImage, contentBefore);
     QFETCH(ERenames, renames);

@@ -42,10 +42,10 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void isReadableForItsOwnerOnly();
+    void onlyTheOwnerCanReadTheFile();
     void makesAnExistingFilePrivate();
-    void isNeverReadableForOthersDuringAWrite();
-    void isCompleteForAReaderDuringAWrite();
+    void othersCannotReadTheFileDuringAWrite();
+    void aReaderFindsAWholeFileDuringAWrite();
     void leavesNoOtherFiles();
     void renamesAnInvalidFile_data();
     void renamesAnInvalidFile();
@@ -73,7 +73,7 @@ void tst_ConfigFile::cleanup()
     TTestCase::cleanup();
 }
 
-void tst_ConfigFile::isReadableForItsOwnerOnly()
+void tst_ConfigFile::onlyTheOwnerCanReadTheFile()
 {
     const mode_t formerMask = ::umask(0);
     TConfigStore store;
@@ -100,7 +100,7 @@ void tst_ConfigFile::makesAnExistingFilePrivate()
 }
 
 // Another thread checks the mode of each file that it sees in the folder.
-void tst_ConfigFile::isNeverReadableForOthersDuringAWrite()
+void tst_ConfigFile::othersCannotReadTheFileDuringAWrite()
 {
     const mode_t formerMask = ::umask(0);
     std::atomic<bool> isDone{false};
@@ -128,7 +128,7 @@ void tst_ConfigFile::isNeverReadableForOthersDuringAWrite()
     QCOMPARE(modesSeen & 077u, 0u);
 }
 
-void tst_ConfigFile::isCompleteForAReaderDuringAWrite()
+void tst_ConfigFile::aReaderFindsAWholeFileDuringAWrite()
 {
     TConfigStore store;
     QVERIFY(store.Open(Path()).isEmpty());

@@ -19,7 +19,7 @@ class tst_ThreadedObject : public kelvo::test::TTestCase
 private Q_SLOTS:
     void runsInitializeAndFinalizeOnItsThread();
     void movesBackToItsOwnersThread();
-    void isInitialisedBetweenInitializeAndFinalize();
+    void theObjectIsInitialisedBetweenInitializeAndFinalize();
     void stopRequestsInterruption();
     void stopBeforeTheEventLoopEndsTheThread();
     void stopInInitializeEndsTheThread();
@@ -60,7 +60,7 @@ void tst_ThreadedObject::movesBackToItsOwnersThread()
     QVERIFY(!object.isRunning());
 }
 
-void tst_ThreadedObject::isInitialisedBetweenInitializeAndFinalize()
+void tst_ThreadedObject::theObjectIsInitialisedBetweenInitializeAndFinalize()
 {
     TThreadRecorder object;
     QVERIFY(!object.IsInitialised());

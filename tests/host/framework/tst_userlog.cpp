@@ -34,7 +34,7 @@ private Q_SLOTS:
     void escapesControlCharacters_data();
     void escapesControlCharacters();
     void cutsLongMessages();
-    void isReadableForItsOwnerOnly();
+    void onlyTheOwnerCanReadTheLog();
     void appendsToTheFileOfAnEarlierRun();
     void rotatesAtTheSizeLimit();
     void keepsAtMostTheAllowedFiles();
@@ -120,7 +120,7 @@ void tst_UserLog::cutsLongMessages()
     QVERIFY(Lines()[1].endsWith(" 0123456789..."));
 }
 
-void tst_UserLog::isReadableForItsOwnerOnly()
+void tst_UserLog::onlyTheOwnerCanReadTheLog()
 {
     const mode_t formerMask = ::umask(0);
     TUserLogFile(Path()).Write(0, 1, 8, QStringLiteral("0"), QStringLiteral("x"));

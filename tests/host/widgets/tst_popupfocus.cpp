@@ -101,7 +101,7 @@ private Q_SLOTS:
     void blocksTheWholeWindowWithoutAParent();
     void aPopupThatIsNotModalBlocksNothing();
     void aTouchBesideDoesNothing();
-    void isHiddenTogetherWithItsArea();
+    void aPopupIsHiddenWithItsArea();
     void givesTheFocusBack();
     void givesTheFocusBackNearADisabledWidget();
     void givesTheFocusBackThroughTwoPopups();
@@ -188,7 +188,7 @@ void tst_PopupFocus::aTouchBesideDoesNothing()
     QVERIFY(it.error.isAncestorOf(it.Focus()));
 }
 
-void tst_PopupFocus::isHiddenTogetherWithItsArea()
+void tst_PopupFocus::aPopupIsHiddenWithItsArea()
 {
     TConsole it;
     it.Run();

@@ -80,11 +80,11 @@ private Q_SLOTS:
         TTestCase::cleanup();
     }
     void showsAndClosesOnce();
-    void isModalOnRequest();
-    void isAWindowOfItsOwnIfNoWindowIsShown();
-    void isPlacedOverItsParentsWindow();
-    void isPlacedOverThePopupHost();
-    void isPlacedOverThePopupHostIfItsParentIsHidden();
+    void aPopupIsModalOnRequest();
+    void aPopupIsAWindowOfItsOwnIfNoWindowIsShown();
+    void aPopupLiesOverItsParentsWindow();
+    void aPopupLiesOverThePopupHost();
+    void aPopupLiesOverThePopupHostIfItsParentIsHidden();
     void thePopupHostMayBeDeleted();
     void aPopupIsNotShownInsideAnother();
     void followsTheWindowBelow();
@@ -121,7 +121,7 @@ void tst_Popups::showsAndClosesOnce()
     QCOMPARE(closed.count(), 2);
 }
 
-void tst_Popups::isModalOnRequest()
+void tst_Popups::aPopupIsModalOnRequest()
 {
     TPopupWindow popup;
     popup.ShowWindow(true);
@@ -132,7 +132,7 @@ void tst_Popups::isModalOnRequest()
     QVERIFY(QApplication::activeModalWidget() == nullptr);
 }
 
-void tst_Popups::isAWindowOfItsOwnIfNoWindowIsShown()
+void tst_Popups::aPopupIsAWindowOfItsOwnIfNoWindowIsShown()
 {
     TWindow window;
     window.setEnabled(false);
@@ -145,7 +145,7 @@ void tst_Popups::isAWindowOfItsOwnIfNoWindowIsShown()
     QVERIFY(!popup.testAttribute(Qt::WA_DeleteOnClose));
 }
 
-void tst_Popups::isPlacedOverItsParentsWindow()
+void tst_Popups::aPopupLiesOverItsParentsWindow()
 {
     const auto window = NewWindow(QRect(30, 40, 700, 500));
     const auto other = NewWindow(QRect(0, 0, 300, 300));
@@ -158,7 +158,7 @@ void tst_Popups::isPlacedOverItsParentsWindow()
     QCOMPARE(PlaceIn(*window, dialog).center(), window->rect().center());
 }
 
-void tst_Popups::isPlacedOverThePopupHost()
+void tst_Popups::aPopupLiesOverThePopupHost()
 {
     const auto window = NewWindow(QRect(30, 40, 700, 500));
     hostimpl::SetPopupHost(window.get());
@@ -169,7 +169,7 @@ void tst_Popups::isPlacedOverThePopupHost()
     QCOMPARE(PlaceIn(*window, dialog).center(), window->rect().center());
 }
 
-void tst_Popups::isPlacedOverThePopupHostIfItsParentIsHidden()
+void tst_Popups::aPopupLiesOverThePopupHostIfItsParentIsHidden()
 {
     const auto window = NewWindow(QRect(30, 40, 700, 500));
     hostimpl::SetPopupHost(window.get());
