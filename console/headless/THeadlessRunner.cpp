@@ -232,7 +232,7 @@ void THeadlessRunner::OnProgress()
 
 void THeadlessRunner::OnTimeout()
 {
-    OnProgress(); // signals that have come until now came in time
+    OnProgress(); // signals that arrived before the timeout count
     if (m_waiting == EWaiting::eNone) {
         return;
     }

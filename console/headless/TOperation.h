@@ -32,7 +32,7 @@ public:
     bool HasEnded() const { return m_hasEnded; }
     // The reason of the failure, on one line; empty after a success.
     QString Failure() const { return m_failure; }
-    // The missing part of the end, on one line.
+    // The reports of the hub that are missing, on one line.
     QString Missing() const;
 
 private:

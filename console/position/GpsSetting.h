@@ -12,9 +12,9 @@ enum class EGpsKind : std::uint8_t { eNone, eGpsd, eLog, eSerial };
 struct TGpsSetting
 {
     EGpsKind kind = EGpsKind::eNone;
-    QString host = QStringLiteral("localhost"); // of gpsd
+    QString host = QStringLiteral("localhost"); // the host of gpsd
     std::uint16_t port = 2947;
-    QString path; // of the log or the device; absolute
+    QString path; // the log or the device; absolute
     double speed = 1.0;
     // The rate of NMEA 0183. "@BAUD" sets another rate; receivers at USB ignore the rate.
     int baud = 4800;

@@ -60,7 +60,7 @@ private:
     std::unique_ptr<TSourceTimer> m_retry;
     std::unique_ptr<TSourceTimer> m_silence; // the feed's deadline
     std::unique_ptr<TSourceTimer> m_idle;
-    std::optional<std::int64_t> m_firstSentenceAtMs; // of this connection
+    std::optional<std::int64_t> m_firstSentenceAtMs; // in this connection
     std::size_t m_failures = 0;                      // since sentences came for steadyMs
 };
 

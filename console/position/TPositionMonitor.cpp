@@ -29,8 +29,8 @@ TPositionState TPositionMonitor::StateNow() const
 void TPositionMonitor::OnFix(const TReceivedFix& fix)
 {
     if (!m_coordinator.Feed({fix.latitudeDegrees, fix.longitudeDegrees, fix.utcTime})) {
-        return; // the coordinator refused the fix, so it must not be shown; the reader prevents
-                // this
+        return; // a fix that the coordinator refuses is not shown; the reader never passes such a
+                // fix
     }
     TPositionEvent event;
     {

@@ -40,7 +40,7 @@ QString ValueOf(const QCommandLineParser& parser, const char* name, const QStrin
     return parser.isSet(option) ? parser.value(option) : otherwise;
 }
 
-// The options that any text is good for.
+// Reads the options that accept any text.
 void ReadPlainOptions(const QCommandLineParser& parser, console::TConsoleSettings& settings)
 {
     settings.isHeadless = parser.isSet(QStringLiteral("headless"));

@@ -23,7 +23,7 @@ struct TConsoleSettings
     QString dataFolder;      // absolute
     QString credentialsFile; // may be empty
     QString scriptFile;      // "-" for the standard input
-    QString language;        // of the SDK's texts, such as "pt_BR"; empty for English
+    QString language;        // the language of the SDK's texts, such as "pt_BR"; empty for English
     TGpsSetting gps;
     EShownPositions shownPositions = EShownPositions::eNone;
     int timeoutSeconds = 120;

@@ -27,7 +27,7 @@ struct TFolderFigures
 };
 
 // Counts what the file controller lists: archives to send, downloaded files and folders. Blocks
-// while the medium does. From any thread. `isStopped` ends the count early.
+// until the medium answers. From any thread. `isStopped` ends the count early.
 TFolderFigures CountFolders(const std::atomic<bool>& isStopped);
 
 // Thread: main; only the count runs on the own thread, one count at a time. No function waits for

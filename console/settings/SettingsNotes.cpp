@@ -10,7 +10,7 @@
 
 namespace {
 
-// The position source in full, so that two texts for the same source are equal.
+// The position source in its normal form: two texts for the same source become equal.
 QString InFull(const QString& source)
 {
     console::TGpsSetting gps;

@@ -100,12 +100,12 @@ private:
     void FitMessage();
 
     QList<TPropertyWidget*> m_rows;
-    QList<TSettingNote*> m_notes; // of the rows with a text
+    QList<TSettingNote*> m_notes; // one for each row with a text
     TPropertyWidget* m_receiver = nullptr;
     TPropertyWidget* m_pin = nullptr;
     TSettingNote* m_pinNote = nullptr;
     bool m_isUnlocked = false; // the operator has entered the PIN
-    QStringList m_sources;     // of the choices of m_receiver
+    QStringList m_sources;     // the sources that m_receiver offers
     QLabel* m_message;
     QScrollArea* m_messageArea = nullptr;
     TPushButton* m_about = nullptr;

@@ -27,7 +27,7 @@ QString Number(int number)
     return QLocale().toString(number);
 }
 
-// If the service does not answer, its figures are as old as the last sign of its event stream.
+// If the service does not answer, its figures date from the event stream's last bytes.
 QString ServiceLine(const THomeState& state, std::size_t project)
 {
     const auto& count = state.service.at(project);

@@ -19,7 +19,7 @@ struct THomeState
     struct TServiceCount
     {
         int files = 0;
-        int isNew = 0; // of these, not yet seen by the operator
+        int isNew = 0; // how many files the operator has not seen yet
     };
 
     bool isLoggedIn = false;
@@ -29,7 +29,7 @@ struct THomeState
     kesdkimpl::LinkStatus link;
     TPositionState position;
 
-    int NewFiles() const; // of all categories
+    int NewFiles() const; // the number in all categories
 };
 
 // A title and lines of text.

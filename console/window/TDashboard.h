@@ -26,7 +26,7 @@ public:
     // Whether a category with this number of files has new files. Only then OnNamesShown() can
     // change something.
     bool HasNewInListOf(int fileCount) const;
-    // Of all categories. The call is cheap.
+    // The number in all categories. The call is cheap.
     int NewFiles() const { return m_state.NewFiles(); }
     // Stores which files the operator has seen.
     void SaveSeen() { m_seen.Save(); }

@@ -6,7 +6,7 @@
 
 namespace console {
 
-// A neighbour that is lost too does not replace the widget that was lost first.
+// If the neighbour is disabled or hidden too, the first lost widget stays remembered.
 void TFocusKeeper::Keep(QWidget& lost, QWidget& region)
 {
     if (m_lost.isNull() || &lost != m_neighbour) {

@@ -106,7 +106,7 @@ void THomeCardView::paintEvent(QPaintEvent*)
     hostimpl::DrawPanel(painter, rect());
 }
 
-// The badge has the colours of the panel's text, the other way round.
+// The badge swaps the panel's colours of text and background.
 void THomeCardView::ShowColours()
 {
     QPalette colours = m_badge->palette();

@@ -14,8 +14,8 @@ namespace console {
 
 class THomeCardView;
 
-// As many columns of cards as fit. If the cards are higher than the page, the page scrolls and
-// takes the focus, so that the wheel scrolls it too.
+// Shows as many columns of cards as fit. If the cards are higher than the page, the page scrolls
+// and takes the focus, so that the wheel scrolls it too.
 //
 // Thread: main.
 class THomePage : public QWidget, public ZRA::MMICapableWidget

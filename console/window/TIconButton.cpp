@@ -110,7 +110,7 @@ void TIconButton::paintEvent(QPaintEvent*)
     }
 }
 
-// The badge has the colours of the button, the other way round.
+// The badge swaps the button's colours of text and background.
 void TIconButton::DrawBadge(QPainter& painter, const QColor& ground, const QColor& ink) const
 {
     const QString number =

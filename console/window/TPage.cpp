@@ -12,7 +12,7 @@
 namespace {
 
 constexpr int margin = 6;
-constexpr int heightForTitle = 600; // of the window
+constexpr int heightForTitle = 600; // a window of this height has room for the title
 
 } // namespace
 

@@ -88,7 +88,7 @@ void TWindowSession::Begin()
     }
     Apply(m_stored);
     m_window->show();
-    m_window->activateWindow(); // a display without a window manager gives no window the keys
+    m_window->activateWindow(); // without a window manager no window gets the keys
     StartPlugin();
     StartSource(m_settings.gps);
 }
@@ -176,8 +176,8 @@ void TWindowSession::OnHubEvent(const THubEvent& event)
 void TWindowSession::ShowLink()
 {
     const kesdkimpl::LinkStatus status = m_readLink();
-    // The numbers of a moving transfer change with each look. Drawing costs time, so only every
-    // second look draws them.
+    // The numbers of a moving transfer change with each poll. Drawing costs time, so only every
+    // second poll draws them.
     const bool isMoving = status.transfer && status.transfer->phase == kesdkimpl::EPhase::eMoves;
     m_isMoveDrawn = isMoving && !m_isMoveDrawn;
     if (!isMoving || m_isMoveDrawn) {
@@ -189,7 +189,7 @@ void TWindowSession::ShowLink()
     ShowHome(status);
 }
 
-// Between two files the dialog keeps what it shows, so that it does not flicker. If the next look
+// Between two files the dialog keeps what it shows, so that it does not flicker. If the next poll
 // finds no transfer either, the files are unpacked, and the old state is no longer true.
 void TWindowSession::ShowTransfer(const kesdkimpl::LinkStatus& status)
 {
@@ -201,7 +201,7 @@ void TWindowSession::ShowTransfer(const kesdkimpl::LinkStatus& status)
     }
 }
 
-// A list on an open page is what the operator looks at.
+// The operator sees the list of the open page.
 void TWindowSession::NoteShownNames()
 {
     const QWidget* const page = m_window->CurrentPage();
@@ -222,7 +222,7 @@ void TWindowSession::ShowHome(const kesdkimpl::LinkStatus& status)
     if (m_window->CurrentPage() != nullptr) {
         return;
     }
-    m_dashboard.SaveSeen(); // on a list, each new file would be stored alone
+    m_dashboard.SaveSeen(); // not on a list, where each new file would cause a write
     THomeState state = m_dashboard.State(std::chrono::steady_clock::now());
     state.link = status;
     state.position = m_plugin.Position().State();

@@ -65,7 +65,7 @@ bool ListFolder(int folder, QVector<QByteArray>& names);
 // Writes all bytes, if necessary with several calls. On failure returns false with errno set.
 bool WriteAll(int descriptor, const void* bytes, std::size_t size);
 
-// As hostimpl/Folders.h has it for a path.
+// Like SyncFolder of hostimpl/Folders.h, which takes a path.
 bool SyncFolder(int descriptor);
 
 // For more files and folders than this, one sync of the whole file system is faster.

@@ -20,7 +20,7 @@ namespace {
 
 // By EFont: the least height of a capital letter, in minutes of arc at a distance of 1 m.
 constexpr std::array<double, 3> ARC_MINUTES = {12.0, 16.0, 18.0};
-constexpr double CAPITAL_PER_SIZE = 0.729; // of DejaVu Sans
+constexpr double CAPITAL_PER_SIZE = 0.729; // for DejaVu Sans
 // Narrow letters: a text keeps its width although the letters are high. Capitals are about 0.7 of
 // their height wide.
 constexpr int STRETCH = 80;

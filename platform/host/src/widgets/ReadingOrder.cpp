@@ -28,7 +28,7 @@ QVector<QVector<int>> Split(QVector<int> indexes, const QVector<QRect>& places, 
         return extentOf(places.at(one)).first < extentOf(places.at(other)).first;
     });
     QVector<QVector<int>> parts;
-    int end = 0; // of the last part
+    int end = 0; // the end of the last part
     for (const int index : qAsConst(indexes)) {
         const auto [from, to] = extentOf(places.at(index));
         if (parts.isEmpty() || from > end) {

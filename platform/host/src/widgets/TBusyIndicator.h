@@ -30,6 +30,6 @@ private:
     void UpdateTimer();
 
     QBasicTimer m_timer;
-    int m_position = 0; // of the leading dot
+    int m_position = 0; // the place of the leading dot
     bool m_isRunning = false;
 };

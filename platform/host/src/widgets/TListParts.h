@@ -53,7 +53,7 @@ private:
     TListWidget& m_list;
     TListHead m_head;
     TNameBand m_band;
-    QString m_wanted;        // of the search, folded
+    QString m_wanted;        // the searched text, folded
     bool m_isElided = false; // the current name
     bool m_isRefreshDue = false;
 };

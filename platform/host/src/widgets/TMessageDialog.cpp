@@ -88,7 +88,7 @@ private:
     QLabel* m_title = nullptr;
     TMessageText* m_text = nullptr;
     TBusyIndicator* m_busy = nullptr;
-    TOutcomeSign* m_sign = nullptr; // of an operation: in the place of m_busy
+    TOutcomeSign* m_sign = nullptr; // an operation's outcome, in the place of m_busy
     TTransferProgress* m_transfer = nullptr;
 };
 
