@@ -192,8 +192,8 @@ void addOptions(CLI::App& serve, ServeOptions& options)
     addReadOption(serve, options, "--password-cost", readCost,
                   "Cost of a password hash: min, interactive or moderate", "interactive");
     addReadOption(serve, options, "--event-retention", readRetention,
-                  "Events kept for each farm: a number, or hours such as 72h; hours switch the "
-                  "limit of the number off",
+                  "Events kept for each farm: a number, or hours such as 72h; with hours, the "
+                  "number is unlimited",
                   std::to_string(options.eventsKept));
     serve.add_option("--log-level", options.logLevel, "debug, info, warning or error")
         ->check(CLI::IsMember({"debug", "info", "warning", "error"}))
@@ -283,7 +283,7 @@ void addTls(CLI::App& app, CommandLine& result)
                    "has ended; 2: refused; 3: failed.");
     status->add_option("--cert", options->certificate,
                        "The certificate chain (PEM) that the service uses instead of its own");
-    CLI::App* renew = tls->add_subcommand("renew", "Make a new own certificate, then as status");
+    CLI::App* renew = tls->add_subcommand("renew", "Make a new certificate and show it");
     renew->footer("A running service takes the new certificate within seconds. Open connections\n"
                   "keep the old one.");
     renew->callback([options] { options->renews = true; });

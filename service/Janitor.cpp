@@ -114,7 +114,7 @@ void markOrRemoveContent(const Janitor::Parts& parts, const std::string& digest,
     }
     const long long now = parts.clock.nowMs();
     const long long unusedForMs = isMarked ? now - *times->unusedSinceMs : 0;
-    // A birth in the future comes from a wrong clock and is ignored.
+    // A creation time in the future comes from a wrong clock and is ignored.
     const bool isOlderThanDatabase = times->writtenMs < age.createdMs && age.createdMs <= now;
     if (!used && !isOlderThanDatabase && unusedForMs >= age.keptForMs) {
         parts.contents.remove(digest);

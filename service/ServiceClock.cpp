@@ -11,7 +11,7 @@ namespace kelvo {
 namespace {
 
 constexpr std::int64_t toleratedBehindMs = 3600 * 1000;
-constexpr std::int64_t toleratedAheadMs = 24 * 3600 * 1000; // a night off is no leap
+constexpr std::int64_t toleratedAheadMs = 24 * 3600 * 1000; // the machine may be off overnight
 constexpr long long waitAfterLeapS = 24 * 3600;
 
 } // namespace

@@ -22,7 +22,7 @@ using http::Problem;
 
 namespace {
 
-/** Two hashes at a time bound the memory to twice the memory of one. */
+/** At most two hashes run at a time, so their memory is bounded. */
 constexpr unsigned hashThreads = 2;
 
 /** A working day: a browser may be shared. */

@@ -46,7 +46,7 @@ std::shared_ptr<const FileDescriptor> AnswerFiles::keep(store::Id farm, const st
 void AnswerFiles::forget(store::Id farm, const std::string& name, std::uint64_t sizeBytes)
 {
     const std::lock_guard lock(mutex_);
-    // If an equal answer has taken the name meanwhile, the entry is its own and stays.
+    // If an equal answer has replaced the entry, the entry stays.
     if (const auto known = files_.find(name); known != files_.end() && known->second.expired()) {
         files_.erase(known);
     }

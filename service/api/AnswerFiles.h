@@ -41,7 +41,7 @@ private:
     std::mutex mutex_; // guards files_, bytes_ and allBytes_
     std::map<std::string, std::weak_ptr<const FileDescriptor>> files_;
     std::map<store::Id, std::uint64_t> bytes_; // on the disk, for each farm
-    std::uint64_t allBytes_ = 0;               // likewise, of all farms
+    std::uint64_t allBytes_ = 0;               // on the disk, for all farms
 };
 
 } // namespace kelvo::api

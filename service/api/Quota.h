@@ -24,8 +24,8 @@ struct WantedFiles
 void requireQuota(soci::session& sql, const store::Quotas& defaults, const WantedFiles& wanted);
 
 /**
- * Sets the bytes that each file of an upload without a length counts for. The files count already.
- * Throws as requireQuota(), and Problem (gone).
+ * Sets how many bytes each file of `upload` uses in the quota, for an upload without a length. The
+ * number of its files is counted already. Throws as requireQuota(), and Problem (gone).
  */
 void claimQuota(store::Transaction& transaction, const store::Quotas& defaults,
                 const store::Upload& upload, long long bytes);

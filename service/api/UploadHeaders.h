@@ -18,8 +18,8 @@ inline constexpr const char* tusVersion = "1.0.0";
 /** The upload that a POST requests. */
 struct UploadRequest
 {
-    std::string name;               // empty for a part of another upload
-    std::vector<store::Id> targets; // as the name
+    std::string name;               // empty for a partial upload
+    std::vector<store::Id> targets; // empty for a partial upload
     long long lengthBytes = 0;      // or store::unknownLength; of a final upload not known here
     std::string key;                // empty: none
     std::string metadata;           // as sent

@@ -142,9 +142,9 @@ private:
     long long start() const { return received_.sizeBytes - static_cast<long long>(joinedBytes_); }
 
     /**
-     * Takes the chunks before chunk_ into chunk_ as long as they are not longer. So the number of
-     * chunks grows with the logarithm of the number of flushes, and so does the number of times
-     * that a byte is written.
+     * Joins the previous chunks to chunk_ while each is at most as long as chunk_. So the number of
+     * chunks grows with the logarithm of the number of flushes. The number of times that a byte
+     * is written grows likewise.
      */
     void joinShortChunks()
     {

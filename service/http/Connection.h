@@ -94,7 +94,7 @@ private:
     std::string received_;                     // received bytes that are not used yet
     EState state_ = EState::Idle;
     bool stopping_ = false;
-    bool peerMayBeSending_ = false; // bytes of a refused body are on the way: linger before closing
+    bool peerMayBeSending_ = false; // a refused body: read on for a while before closing
 };
 
 } // namespace kelvo::http

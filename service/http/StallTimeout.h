@@ -30,7 +30,7 @@ public:
         }
     }
 
-    /** As after progress: called if the wait was not for the peer. */
+    /** Restarts the timeout. Call it if the wait was not caused by the peer. */
     void restart()
     {
         if (!hasDeadline_) {

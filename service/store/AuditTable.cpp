@@ -12,7 +12,7 @@ using soci::use;
 
 namespace {
 
-/** Returns the next number of the share. Its oldest entry goes if the share is full. */
+/** Returns the next number of the share. Deletes the oldest entry of a full share. */
 long long takeNumber(soci::session& sql, Id farm, int share, long long most)
 {
     sql << "INSERT INTO audit_shares (farm_id, share, last_number) VALUES (:farm, :share, 1)"

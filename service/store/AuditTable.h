@@ -11,9 +11,9 @@
 namespace kelvo::store {
 
 /**
- * Entries that share a limit. Each farm has its own Changes and its own FailedLogins; the
- * administrators, who have no farm, likewise. So a noisy farm removes its own entries only, and a
- * stranger who tries passwords removes no entry of a change.
+ * Entries that share a limit. Each farm has its own Changes and its own FailedLogins. The
+ * administrators, who have no farm, also have their own. So a noisy farm removes its own entries
+ * only, and a stranger who tries passwords removes no entry of a change.
  */
 enum class EAuditShare : std::uint8_t { Changes, FailedLogins, UnknownNames };
 

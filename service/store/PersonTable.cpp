@@ -15,7 +15,7 @@ using soci::use;
 
 namespace {
 
-/** A point's number is its console's id and its number there: console * 2^32 + number. */
+/** The number of a point: console's id * 2^32 + the point's number in the console's track. */
 constexpr long long pointsOfAConsole = 1LL << 32;
 
 void run(Transaction& transaction, const char* statement, Id id)

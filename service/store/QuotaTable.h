@@ -15,7 +15,7 @@ namespace kelvo::store {
 struct Limits
 {
     long long bytes = 0;     // of all files, with the bin and the uploads in progress
-    long long files = 0;     // likewise
+    long long files = 0;     // with the bin and the uploads in progress
     long long uploads = 0;   // in progress
     long long sessions = 0;  // of a user; a farm has no limit
     long long positions = 0; // in a minute

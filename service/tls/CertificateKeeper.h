@@ -21,8 +21,8 @@ class EndWarning
 {
 public:
     /**
-     * The days that are left, rounded up to 30, 7, 1 or 0, if they are to be told now. A new end
-     * starts again.
+     * Returns 30, 7, 1 or 0 if a warning is due now: at most so many days are left. A new `endS`
+     * starts the warnings again.
      */
     std::optional<int> due(std::int64_t endS, std::int64_t nowS);
 

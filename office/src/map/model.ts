@@ -56,7 +56,7 @@ export interface Layer {
   shapes?: Shapes;
 }
 
-/** A part that could not be used, or a fact to know. Each is a text of the page. */
+/** A part that could not be used, or a remark. Each has a text in texts/. */
 export type NoteKind = 'far' | 'noGridFile' | 'gridTooLarge' | 'gridShort' | 'gridValues' | 'logDamaged' | 'assumedDegrees'
   | 'thinned';
 

@@ -1,4 +1,4 @@
-// The doubts that the page tells before it sends a file.
+// The warnings that the page shows before it sends a file.
 import {isPrescription, type Answer} from '../map/model';
 import {filesByInbox, type InboxOfProject} from './farm';
 

@@ -1,4 +1,4 @@
-// The doubts that the page tells before it sends a file.
+// The warnings that the page shows before it sends a file.
 import {beforeEach, describe, expect, it} from 'vitest';
 import type {Answer, Layer, Reading} from '../../src/map/model';
 import {doubtsOf} from '../../src/model/doubts';

@@ -13,7 +13,7 @@ from kelvotour.farm import OPERATOR
 
 from . import plan as plans
 
-# The files in the console's folder beside the exchange folders.
+# The files in the console's folder outside the exchange folders.
 OWN_FILES = {"console.json", "logs/user.log"}
 
 

@@ -39,7 +39,7 @@ LANDMARKS = {
                  (r"console/incoming/.*\.zip removed", 3)),
     "delete": (COMMITTED,),
 }
-# The shares of the kills at a call and at a critical step. The other kills happen at any step.
+# The probabilities of a kill at a call and of a kill at a critical step. The other kills happen at any step.
 CALL_SHARE, LANDMARK_SHARE = 0.6, 0.2
 START_SHARE = 0.15
 WEIGHTS = {"upload": 3, "download": 3, "delete": 2, "login": 1, "logout": 1}

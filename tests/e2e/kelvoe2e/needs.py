@@ -6,7 +6,7 @@ import tempfile
 
 from needs import needs
 
-# A prefix for a program: with it, the modes of folders also bind root.
+# A prefix for a program: with it, root too obeys folder permissions.
 BOUND_BY_MODES = ("setpriv", "--bounding-set", "-dac_override") if os.geteuid() == 0 else ()
 NAMESPACE = ("unshare", "--map-root-user", "--mount")
 

@@ -135,7 +135,7 @@ TEST_F(FinishUpload, KeepsTheContentAfterACommitInDoubt)
     database.writeNow([](store::Transaction& t) {
         t.sql << "CREATE TABLE doom (farm_id BIGINT REFERENCES farms (id)"
                  " DEFERRABLE INITIALLY DEFERRED)";
-        // Only COMMIT finds the inserted row wrong.
+        // The inserted row makes COMMIT fail.
         t.sql << "CREATE TRIGGER dooms AFTER UPDATE ON uploads BEGIN"
                  " INSERT INTO doom VALUES (-1); END";
     });

@@ -27,7 +27,7 @@ protected:
     std::string authorities() const { return readFile(folder.Path() / "ca.pem"); }
     std::string server() const { return readFile(folder.Path() / "tls" / "server.pem"); }
 
-    /** As a client with these authorities judges the present certificate. */
+    /** Whether a client with these authorities accepts the present certificate. */
     bool isTrusted(const std::string& authorityPem, std::int64_t nowS) const
     {
         const std::unique_ptr<X509_STORE, decltype(&X509_STORE_free)> store(X509_STORE_new(),
