@@ -32,6 +32,15 @@ export const filesByInbox = computed(() => {
   return lists;
 });
 
+/** Consoles send job reports and never fetch them. */
+export const isForConsoles = ({projectName}: InboxOfProject): boolean => projectName !== 'From Console';
+
+/** The files of an inbox that no console has fetched yet. */
+export function notFetched(inbox: InboxOfProject): File[] {
+  const all = isForConsoles(inbox) ? filesByInbox.value.get(inbox.id) : undefined;
+  return all?.filter(({fetched_at}) => !fetched_at) ?? [];
+}
+
 export function takeSnapshot(account: Account): void {
   user.value = account.user;
   const newInboxes = new Map<number, InboxOfProject>();
@@ -57,8 +66,11 @@ export function takeConsoles(list: readonly Console[]): void {
 export function takeEvent({name, data}: ServiceEvent, nowMs: number): boolean {
   switch (name) {
     case 'file-added':
-      files.value = new Map(files.value).set((data as FileEvent).entry.id, (data as FileEvent).entry);
-      return true;
+    case 'file-fetched': {
+      const {entry} = data as FileEvent;
+      files.value = new Map(files.value).set(entry.id, entry);
+      return !entry.fetched_by || consoles.value.has(entry.fetched_by.console);
+    }
     case 'file-removed': {
       const rest = new Map(files.value);
       rest.delete((data as FileEvent).entry.id);

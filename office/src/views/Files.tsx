@@ -1,9 +1,10 @@
 // The inboxes of the farm and the files in one of them.
-import {useSignal} from '@preact/signals';
+import {useSignal, type Signal} from '@preact/signals';
 import {apiPath, client, documentOf, type File} from '../api/client';
-import {filesByInbox, inboxes, user, type InboxOfProject} from '../model/farm';
-import {dateText, projectName, sizeText, t} from '../texts';
+import {filesByInbox, inboxes, isForConsoles, notFetched, user, type InboxOfProject} from '../model/farm';
+import {dateText, projectName, sizeText, t, type TextKey} from '../texts';
 import {useDropTarget} from './dropTarget';
+import {Fetched} from './Fetched';
 import {LongTable} from './LongTable';
 import {Review, type Chosen} from './Review';
 import {matches, Search} from './Search';
@@ -12,6 +13,7 @@ import {tell, tellError} from './Toast';
 
 export function Files({inboxId}: {inboxId: number | undefined}) {
   const chosen = useSignal<Chosen | undefined>(undefined);
+  const onlyNotFetched = useSignal(false);
   const mine = [...inboxes.value.values()].filter(({owner}) =>
     user.value?.role === 'office' || owner.id === user.value?.id);
   if (mine.length === 0) return <p class="empty">{t('files.noInboxes')}</p>;
@@ -21,11 +23,11 @@ export function Files({inboxId}: {inboxId: number | undefined}) {
   };
   return (
     <div class="files">
-      <InboxList all={mine} shown={inbox} onChoose={choose} />
+      <InboxList all={mine} shown={inbox} onlyNotFetched={onlyNotFetched.value} onChoose={choose} />
       <section>
         <h2>{inbox.owner.name} · {projectName(inbox.projectName)}</h2>
         <SendBox inbox={inbox} all={mine} onChoose={choose} />
-        <FileList inbox={inbox} />
+        <FileList inbox={inbox} onlyNotFetched={onlyNotFetched} />
       </section>
       {chosen.value && <Review chosen={chosen.value} onEnd={() => {
         chosen.value = undefined;
@@ -37,10 +39,11 @@ export function Files({inboxId}: {inboxId: number | undefined}) {
 interface ListProps {
   all: readonly InboxOfProject[];
   shown: InboxOfProject;
+  onlyNotFetched: boolean;
   onChoose: (chosen: Chosen) => void;
 }
 
-function InboxList({all, shown, onChoose}: ListProps) {
+function InboxList({all, shown, onlyNotFetched, onChoose}: ListProps) {
   const owners = [...new Map(all.map(({owner}) => [owner.id, owner])).values()]
     .sort((a, b) => a.name.localeCompare(b.name));
   return (
@@ -49,7 +52,7 @@ function InboxList({all, shown, onChoose}: ListProps) {
         <details key={owner.id} open={owner.id === shown.owner.id}>
           <summary>{owner.name}</summary>
           {all.filter((each) => each.owner.id === owner.id).map((inbox) => (
-            <InboxLink key={inbox.id} inbox={inbox} isShown={inbox.id === shown.id} onChoose={onChoose} />
+            <InboxLink key={inbox.id} inbox={inbox} isShown={inbox.id === shown.id} onlyNotFetched={onlyNotFetched} onChoose={onChoose} />
           ))}
         </details>
       ))}
@@ -58,40 +61,55 @@ function InboxList({all, shown, onChoose}: ListProps) {
 }
 
 /** Files can be dropped on the name of an inbox. */
-function InboxLink({inbox, isShown, onChoose}: {inbox: InboxOfProject; isShown: boolean} & Pick<ListProps, 'onChoose'>) {
+function InboxLink({inbox, isShown, onlyNotFetched, onChoose}: {inbox: InboxOfProject; isShown: boolean} & Pick<ListProps, 'onlyNotFetched' | 'onChoose'>) {
   const {isOver, handlers} = useDropTarget((files) => onChoose({files, targets: [inbox]}));
   return (
     <a href={`#/files/${inbox.id}`} class={isOver.value ? 'over' : ''} aria-current={isShown ? 'page' : undefined} {...handlers}>
       {projectName(inbox.projectName)}
-      <span class="count">{filesByInbox.value.get(inbox.id)?.length ?? 0}</span>
+      <span class="count">{listed(inbox, onlyNotFetched).length}</span>
     </a>
   );
 }
 
-function FileList({inbox}: {inbox: InboxOfProject}) {
+function listed(inbox: InboxOfProject, onlyNotFetched: boolean): readonly File[] {
+  return onlyNotFetched ? notFetched(inbox) : filesByInbox.value.get(inbox.id) ?? [];
+}
+
+function FileList({inbox, onlyNotFetched}: {inbox: InboxOfProject; onlyNotFetched: Signal<boolean>}) {
   const search = useSignal('');
-  const all = filesByInbox.value.get(inbox.id) ?? [];
+  const all = listed(inbox, onlyNotFetched.value);
   const found = all.filter(({name}) => matches(search.value, name));
   return (
     <>
       <div class="bar">
         <Search text={search} label={t('files.search')} />
+        {user.value?.role === 'office' && (
+          <button aria-pressed={onlyNotFetched.value} onClick={() => {
+            onlyNotFetched.value = !onlyNotFetched.value;
+          }}>{t('files.notFetched')}</button>
+        )}
         <span role="status">{t('files.count', {count: found.length})}</span>
       </div>
       {found.length === 0
-        ? <p class="empty">{t(all.length === 0 ? 'files.none' : 'files.noMatch')}</p>
-        : <FileTable files={found} />}
+        ? <p class="empty">{t(emptyText(all.length > 0, onlyNotFetched.value))}</p>
+        : <FileTable files={found} hasFetches={user.value?.role === 'office' && isForConsoles(inbox)} />}
     </>
   );
 }
 
-function FileTable({files}: {files: readonly File[]}) {
-  const heads = [t('files.name'), t('files.size'), t('files.received'), t('action')];
+function emptyText(hasFiles: boolean, onlyNotFetched: boolean): TextKey {
+  if (hasFiles) return 'files.noMatch';
+  return onlyNotFetched ? 'files.allFetched' : 'files.none';
+}
+
+function FileTable({files, hasFetches}: {files: readonly File[]; hasFetches: boolean}) {
+  const heads = [t('files.name'), t('files.size'), t('files.received'), ...(hasFetches ? [t('files.fetched')] : []), t('action')];
   return (
     <LongTable heads={heads} rows={files} keyOf={({id}) => id} cells={(file) => [
       <a href={`${apiPath}/resources/${file.id}/content`} download={file.name} title={file.name}>{file.name}</a>,
       sizeText(file.size),
       dateText(file.created_at),
+      ...(hasFetches ? [<Fetched file={file} />] : []),
       <span class="actions">
         <a class="button" href={`#/map/${file.id}`} aria-label={`${t('files.map')} ${file.name}`}>{t('files.map')}</a>
         <button aria-label={`${t('files.delete')} ${file.name}`} onClick={() => void remove(file)}>

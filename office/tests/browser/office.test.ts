@@ -63,6 +63,24 @@ describe('the office', () => {
     await row(page, 'other window.zip').waitFor();
   });
 
+  it('sees at once which console has fetched a file, and which files wait', async () => {
+    const [fetched, waiting] = [newFile('fetched.zip'), newFile('waiting.zip')];
+    const [id] = await world.command<number[]>('put', fetched.path, 'To Console');
+    const [other] = await world.command<number[]>('put', waiting.path, 'To Console');
+    const page = await world.logIn('office');
+    await row(page, 'fetched.zip').getByText('Not fetched').waitFor();
+    await world.command('report', 'PUT', '/environment',
+      {timestamp_ms: 1000, console: {console_string: 'Console 12', hardware_address: '00:1b'}, controller: {}});
+    await world.command('report', 'POST', '/fetches', {fetches: [{file: id, age_s: 0}]});
+    await row(page, 'fetched.zip').getByText('Console 12 (olga)').waitFor();
+    await page.getByRole('button', {name: 'Not fetched', exact: true}).click();
+    await row(page, 'fetched.zip').waitFor({state: 'detached'});
+    await row(page, 'waiting.zip').waitFor();
+    await page.getByRole('button', {name: 'Not fetched', exact: true}).click();
+    await world.command('report', 'POST', '/fetches', {fetches: [{file: other, age_s: 0, unpack_error: 'no room: 2 < 10 MB'}]});
+    await row(page, 'waiting.zip').getByText('Not unpacked: no room: 2 < 10 MB').waitFor();
+  });
+
   it('finds a deleted file in the bin and restores it', async () => {
     const page = await world.logIn('office');
     await world.command('put', newFile('to bin.zip').path, 'To Console');

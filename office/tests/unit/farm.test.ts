@@ -1,7 +1,7 @@
 // The farm as a snapshot and the events after it.
 import {beforeEach, describe, expect, it} from 'vitest';
 import type {Account, Console, File} from '../../src/api/client';
-import {consoles, files, filesByInbox, forgetAll, inboxes, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
+import {consoles, files, filesByInbox, forgetAll, inboxes, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
 
 const file = (id: number, container = 10): File => ({
   id, container, kind: 'file', name: `field ${id}.zip`, size: 5, sha256: 'a'.repeat(64), created_at: '2026-05-01T06:12:30Z',
@@ -36,6 +36,15 @@ describe('the farm', () => {
     takeEvent(event('file-added', {container, entry: file(3)}), 0);
     takeEvent(event('file-removed', {container, entry: file(1)}), 0);
     expect(filesByInbox.value.get(10)?.map(({id}) => id)).toEqual([3, 2]);
+  });
+
+  it('knows which files no console has fetched', () => {
+    const container = {id: 10, kind: 'user-inbox', project: 1};
+    const fetch = {fetched_at: '2026-05-01T07:00:00Z', fetched_by: {console: 3, user: {id: 7, name: 'olga'}}};
+    expect(takeEvent(event('file-fetched', {container, entry: {...file(2), ...fetch}}), 0), 'the console is unknown').toBe(false);
+    expect(files.value.get(2)).toMatchObject(fetch);
+    expect(notFetched(inboxes.value.get(10)!).map(({id}) => id)).toEqual([1]);
+    expect(notFetched({...inboxes.value.get(10)!, projectName: 'From Console'})).toEqual([]);
   });
 
   it('adds an inbox with its files and its project', () => {
