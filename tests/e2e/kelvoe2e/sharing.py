@@ -27,16 +27,21 @@ class SharingCase(FarmCase):
     def wait_for_change(self, console, change, mark=0):
         console.wait_for(lambda line: line.position and line.position.get("change") == change, mark, change)
 
-    def wait_for_move(self, latitude):
-        """Waits until the office gets an event with this position of the test's operator."""
+    def wait_for_event(self, wanted, is_meant):
+        """Waits until the office gets an event of this name that is meant. Returns its data."""
         name = None
         for raw in self.events:
             field, _, value = raw.decode().rstrip("\r\n").partition(": ")
             if field == "event":
                 name = value
-            elif field == "data" and name == "console-moved":
+            elif field == "data" and name == wanted:
                 data = json.loads(value)
-                if data["user"]["name"] == self.operator and data["latitude"] == latitude:
-                    self.assertEqual(data["longitude"], 5.5)
-                    return
+                if is_meant(data):
+                    return data
         self.fail("the events ended")
+
+    def wait_for_move(self, latitude):
+        """Waits until the office gets an event with this position of the test's operator."""
+        data = self.wait_for_event("console-moved", lambda data: data["user"]["name"] == self.operator
+                                   and data["latitude"] == latitude)
+        self.assertEqual(data["longitude"], 5.5)

@@ -95,7 +95,7 @@ impl::HttpOutcome Refused(int status, const std::string& name)
 class PositionSender : public testing::Test
 {
 protected:
-    void Put(std::int32_t at) { sender.Put({at, 1.0, 1.0}, 1, "token"); }
+    void Put(std::int32_t at) { sender.Put({at, 1.0, 1.0}, {1, "token", {}}); }
 
     // Puts a position and waits until its request hangs.
     void PutAndHang(std::int32_t at)
@@ -109,7 +109,8 @@ protected:
     HangingLink link;
     impl::LinkBoard board;
     impl::ApiLine line{{link.NewTransport(), std::make_unique<FakeTiming>(time, 0.0)}, board};
-    impl::PositionSender sender{line.Api(), [](std::int32_t) {}};
+    impl::FetchReports fetches{{}, line.Timing(), [] { return std::int64_t{0}; }};
+    impl::PositionSender sender{line, fetches, [](std::int32_t) {}};
 };
 
 } // namespace

@@ -205,7 +205,7 @@ HttpResponse FakeService::Answer(const SentRequest& sent, bool isWhole)
         return line.find("/content") == std::string::npos ? GetResource(id) : GetContent(sent, id);
     }
     if (line == "DELETE /v1/sessions/current" || StartsWith(line, "PUT /v1/") ||
-        line == "POST /v1/positions")
+        line == "POST /v1/positions" || line == "POST /v1/fetches")
         return MakeResponse(204);
     return Problem(404, "not-found");
 }

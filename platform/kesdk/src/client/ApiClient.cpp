@@ -168,4 +168,9 @@ Failure ApiClient::PostPosition(const ApiCall& call, const api::Position& positi
         Perform(call, JsonRequest("POST", "/positions", PositionJson(position))));
 }
 
+Failure ApiClient::PostFetches(const ApiCall& call, const std::vector<FetchRecord>& fetches)
+{
+    return ReadEmptyAnswer(Perform(call, JsonRequest("POST", "/fetches", FetchesJson(fetches))));
+}
+
 } // namespace kesdk::impl

@@ -83,6 +83,9 @@ public:
                       bool sharing);
     Failure PostPosition(const ApiCall& call, const api::Position& position);
 
+    // Tells which files the console has fetched. A repeated report changes nothing.
+    Failure PostFetches(const ApiCall& call, const std::vector<FetchRecord>& fetches);
+
     // A running operation asks its abort check at once.
     void Wake() { m_http.Wake(); }
 

@@ -276,4 +276,12 @@ std::string PositionJson(const api::Position& position)
         .dump();
 }
 
+std::string FetchesJson(const std::vector<FetchRecord>& fetches)
+{
+    json list = json::array();
+    for (const FetchRecord& fetch : fetches)
+        list.push_back({{"file", fetch.fileId}, {"age_s", fetch.ageS}});
+    return json{{"fetches", std::move(list)}}.dump();
+}
+
 } // namespace kesdk::impl

@@ -32,5 +32,6 @@ std::string LoginJson(const std::wstring& user, const std::wstring& password);
 std::string EnvironmentJson(const api::Environment& environment);
 std::string DeviceJson(const api::Environment::MeasDeviceReport& report, bool sharing);
 std::string PositionJson(const api::Position& position);
+std::string FetchesJson(const std::vector<FetchRecord>& fetches);
 
 } // namespace kesdk::impl

@@ -18,6 +18,7 @@ enum class ECall {
     eChange,       // the operator waits
     eShortReport,  // a report that must not delay its caller
     ePosition,     // PositionSender repeats it, unless there is a newer position
+    eFetches,      // FetchReports keeps them for the next time
     eAskAgain,     // for an upload's result; the end of the console may wait for it
     eDeleteCopy,   // a copy with wrong content
     eContent,      // ResumableTransfer repeats it, because it knows the offset
@@ -56,6 +57,7 @@ constexpr CallPolicy PolicyOf(ECall call)
         {ECall::eChange, {4, 30s, kQuick, {10s, 9s, 0s, 30s, 30}}},
         {ECall::eShortReport, {1, 2s, kSlow, {}}},
         {ECall::ePosition, {2, 20s, kSlow, {}}},
+        {ECall::eFetches, {1, 20s, kSlow, {}}},
         {ECall::eAskAgain, {1, 2s, kSlow, {}}},
         {ECall::eDeleteCopy, {3, 15s, kSlow, {}}},
         {ECall::eContent, {1, 0s, {500ms, 8s}, {}}},
@@ -66,6 +68,9 @@ constexpr CallPolicy PolicyOf(ECall call)
     }
     return {};
 }
+
+// The console reports the files that it has fetched when no transfer has run for this time.
+inline constexpr std::chrono::seconds kIdleTime{10};
 
 // Limits a whole transfer. Each of its attempts is an ECall::eContent. Its stall timeout is
 // kStallTimeout.

@@ -82,6 +82,13 @@ struct UploadRecord
     std::vector<FileRecord> files; // the complete upload's, if the answer had its records
 };
 
+// A file that the console has fetched, as it reports it.
+struct FetchRecord
+{
+    std::int64_t fileId = 0;
+    std::int64_t ageS = 0; // since the digest was verified
+};
+
 enum class EAccountEvent {
     eFileAdded,
     eFileRemoved,

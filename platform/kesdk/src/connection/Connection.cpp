@@ -22,9 +22,10 @@ Connection::Connection(Lines lines, Lasting lasting)
       m_positionLine(std::move(lines.positions), *m_board),
       m_uploads(m_requestLine.Api(), m_requestLine.Timing(), lasting.journalFolder),
       m_downloads(m_requestLine.Api(), m_requestLine.Timing()),
+      m_fetches(lasting.journalFolder, m_requestLine.Timing(), RealConsoleFacts().wallTimeS),
       m_session({m_sessionLine.Api(), m_sessionLine.Timing(), m_state, m_snapshot, m_dispatcher,
                  [this](const Failure& failure) { TakeLoginFailure(failure); }}),
-      m_positions(m_positionLine.Api(), [this](std::int32_t id) { EndSession(id); })
+      m_positions(m_positionLine, m_fetches, [this](std::int32_t id) { EndSession(id); })
 {}
 
 bool Connection::Login(const std::wstring& userName, const std::wstring& password, const void*,
@@ -139,6 +140,7 @@ bool Connection::Conclude(const Operation& operation, Failure failure)
         m_reportBackoff.Restore();
         if (m_state.IsLinkLost())
             m_session.ReconnectNow();
+        ReportFetches(operation);
     }
     return !failure.IsSet() || Refuse(failure, operation.subject);
 }

@@ -11,6 +11,7 @@
 #include "connection/SessionThread.h"
 #include "kesdk/api/IEnterpriseConnection.h"
 #include "transfer/Downloads.h"
+#include "transfer/FetchReports.h"
 #include "transfer/Uploads.h"
 
 #include <functional>
@@ -94,10 +95,13 @@ private:
     Result<FileRecord> FindFile(const Operation& operation, std::int64_t fileId);
     // Removes a file from the snapshot if the service no longer has it.
     Failure NoteIfGone(std::int64_t fileId, const Failure& failure);
+    // If there are fetches to report, the sender sends them when the link is idle.
+    void ReportFetches(const Operation& operation);
     // False, with an error record, during the pause.
     bool ApplyReportBackoff(Operation& operation);
     // Sends the environment report that an earlier link failure left pending.
     void SendPendingReport(const Operation& operation);
+    class Transferring;
     bool SendDevice(const Operation& operation, const api::Environment::MeasDeviceReport& report,
                     bool sharing);
 
@@ -132,6 +136,7 @@ private:
     ApiLine m_positionLine;
     Uploads m_uploads;
     Downloads m_downloads;
+    FetchReports m_fetches;
     SessionThread m_session;
     PositionSender m_positions;
 };

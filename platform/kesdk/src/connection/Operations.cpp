@@ -25,14 +25,31 @@ api::EnterpriseResourceWithContent ToContract(const ResourceRecord& record)
     return one.Resource(IdOf(record)).value_or(api::EnterpriseResourceWithContent());
 }
 
-// Ends the transfer on the board at the end of the scope.
-struct EndTransfer
-{
-    void operator()(LinkBoard* board) const { board->EndTransfer(); }
-};
-using TransferEnd = std::unique_ptr<LinkBoard, EndTransfer>;
-
 } // namespace
+
+// Ends the transfer at the end of the scope, on the board and for the reports that wait for an idle
+// link.
+class Connection::Transferring
+{
+public:
+    Transferring(Connection& connection, const Operation& operation)
+        : m_connection(connection), m_operation(operation)
+    {
+        m_connection.m_positions.SetTransferring(true);
+    }
+    ~Transferring()
+    {
+        m_connection.m_board->EndTransfer();
+        m_connection.m_positions.SetTransferring(false);
+        m_connection.ReportFetches(m_operation);
+    }
+    Transferring(const Transferring&) = delete;
+    Transferring& operator=(const Transferring&) = delete;
+
+private:
+    Connection& m_connection;
+    const Operation& m_operation;
+};
 
 std::vector<api::EnterpriseProject> Connection::GetProjects()
 {
@@ -98,7 +115,7 @@ bool Connection::Upload(const wchar_t* localPath, const TargetIds& targetInboxId
         return false;
     if (path.empty() || targetInboxIds.empty())
         return End(*operation, Failure(EErrorCode::eInvalidArgument, "no file or no target"));
-    const TransferEnd end(m_board.get());
+    const Transferring transferring(*this, *operation);
     const std::uint64_t generation = m_snapshot.Generation();
     const Result<Uploads::UploadState> sent =
         m_uploads.Send(operation->call, ToUtf8(path),
@@ -125,8 +142,10 @@ bool Connection::Download(std::int64_t resourceId, const wchar_t* localPath)
     if (!file)
         return End(*operation, NoteIfGone(resourceId, file.failure));
     operation->subject = file.value.name;
-    const TransferEnd end(m_board.get());
+    const Transferring transferring(*this, *operation);
     const Failure failure = m_downloads.Fetch(operation->call, file.value, ToUtf8(path));
+    if (!failure.IsSet())
+        m_fetches.Note(operation->call.serviceAndUser, resourceId);
     return End(*operation, NoteIfGone(resourceId, failure));
 }
 
@@ -225,8 +244,16 @@ bool Connection::ReportPosition(const api::Position& position)
     const std::optional<Operation> operation = Begin(ECall::eGetter);
     if (!operation)
         return false;
-    m_positions.Put(position, operation->sessionId, operation->call.token);
+    m_positions.Put(position,
+                    {operation->sessionId, operation->call.token, operation->call.serviceAndUser});
     return true;
+}
+
+void Connection::ReportFetches(const Operation& operation)
+{
+    if (m_state.IsCurrent(operation.sessionId) && m_fetches.HasAny(operation.call.serviceAndUser))
+        m_positions.SendFetchesWhenIdle(
+            {operation.sessionId, operation.call.token, operation.call.serviceAndUser});
 }
 
 Result<FileRecord> Connection::FindFile(const Operation& operation, std::int64_t fileId)

@@ -16,8 +16,11 @@ bool IsLinkFailure(const Failure& failure)
 
 } // namespace
 
-PositionSender::PositionSender(ApiClient& api, SessionEnded onSessionEnded)
-    : m_api(api), m_onSessionEnded(std::move(onSessionEnded)), m_thread([this] { Run(); })
+PositionSender::PositionSender(ApiLine& line, FetchReports& fetches, SessionEnded onSessionEnded)
+    : m_line(line),
+      m_fetches(fetches),
+      m_onSessionEnded(std::move(onSessionEnded)),
+      m_thread([this] { Run(); })
 {}
 
 PositionSender::~PositionSender()
@@ -27,16 +30,25 @@ PositionSender::~PositionSender()
         m_isStopping = true;
     }
     m_hasReport.notify_all();
-    m_api.Wake();
+    m_line.Api().Wake();
     m_thread.join();
 }
 
-void PositionSender::Put(const api::Position& position, std::int32_t sessionId,
-                         const std::string& token)
+void PositionSender::Put(const api::Position& position, Sender sender)
 {
     {
         const std::lock_guard lock(m_mutex);
-        m_next = Report{position, sessionId, token, PolicyOf(ECall::ePosition).attempts};
+        m_next = Report{position, std::move(sender), PolicyOf(ECall::ePosition).attempts};
+    }
+    m_hasReport.notify_all();
+    m_line.Timing().Wake(); // ends WaitUntilIdle
+}
+
+void PositionSender::SendFetchesWhenIdle(Sender sender)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_fetchSender = std::move(sender);
     }
     m_hasReport.notify_all();
 }
@@ -46,9 +58,10 @@ void PositionSender::Clear()
     {
         const std::lock_guard lock(m_mutex);
         m_next.reset();
+        m_fetchSender.reset();
         ++m_generation;
     }
-    m_api.Wake();
+    m_line.Api().Wake();
 }
 
 void PositionSender::Run()
@@ -56,33 +69,70 @@ void PositionSender::Run()
     ::pthread_setname_np(::pthread_self(), "kesdk-position");
     for (;;) {
         std::optional<Report> report;
+        std::optional<Sender> fetchSender;
         std::uint64_t generation = 0;
         {
             std::unique_lock lock(m_mutex);
-            m_hasReport.wait(lock, [this] { return m_isStopping || m_next; });
+            m_hasReport.wait(lock, [this] { return m_isStopping || m_next || m_fetchSender; });
             if (m_isStopping)
                 return;
             report.swap(m_next);
+            fetchSender.swap(m_fetchSender);
             generation = m_generation;
         }
-        Send(std::move(*report), generation);
+        if (report) {
+            const Sender sender = report->sender;
+            if (Send(std::move(*report), generation))
+                SendFetches(sender, generation);
+        } else if (WaitUntilIdle(generation)) {
+            SendFetches(*fetchSender, generation);
+        }
     }
 }
 
-void PositionSender::Send(Report report, std::uint64_t generation)
+bool PositionSender::Send(Report report, std::uint64_t generation)
 {
     ApiCall call;
-    call.token = report.token;
-    call.abort = [this, generation] { return m_isStopping || m_generation != generation; };
+    call.token = report.sender.token;
+    call.abort = [this, generation] { return IsOver(generation); };
     call.policy = PolicyOf(ECall::ePosition);
-    const Failure failure = m_api.PostPosition(call, report.position);
+    const Failure failure = m_line.Api().PostPosition(call, report.position);
     if (failure.Is(EErrorCode::eSessionEnded))
-        m_onSessionEnded(report.sessionId);
+        m_onSessionEnded(report.sender.sessionId);
     if (!IsLinkFailure(failure) || --report.triesLeft <= 0)
-        return;
+        return !failure.IsSet();
     const std::lock_guard lock(m_mutex);
     if (m_generation == generation && !m_next)
         m_next = std::move(report);
+    return false;
+}
+
+// The next position, or the end of the next operation, tries again.
+void PositionSender::SendFetches(const Sender& sender, std::uint64_t generation)
+{
+    if (m_isTransferring || IsOver(generation))
+        return;
+    ApiCall call;
+    call.token = sender.token;
+    call.serviceAndUser = sender.serviceAndUser;
+    call.abort = [this, generation] { return IsOver(generation); };
+    call.policy = PolicyOf(ECall::eFetches);
+    if (m_fetches.Send(m_line.Api(), call).Is(EErrorCode::eSessionEnded))
+        m_onSessionEnded(sender.sessionId);
+}
+
+// False if something else comes first. The end of a transfer calls SendFetchesWhenIdle again.
+bool PositionSender::WaitUntilIdle(std::uint64_t generation)
+{
+    return m_line.Timing().Sleep(kIdleTime, [this, generation] {
+        return IsOver(generation) || m_isTransferring || HasNext();
+    });
+}
+
+bool PositionSender::HasNext()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_next.has_value();
 }
 
 } // namespace kesdk::impl

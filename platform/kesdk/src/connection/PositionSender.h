@@ -1,7 +1,8 @@
-// Sends the console's position on its own thread.
+// Sends positions and reports of fetched files on its own thread.
 #pragma once
 
-#include "client/ApiClient.h"
+#include "connection/ApiLine.h"
+#include "transfer/FetchReports.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -18,20 +19,34 @@ namespace kesdk::impl {
 // puts it back. It sends the position once more on a new connection, unless the mailbox has a newer
 // one. At most one position is in the mailbox, and one is being sent.
 //
+// The fetches follow a position that was sent, because the connection is open then. Without
+// positions, they are sent when no transfer has run for 10 s. While a transfer runs, they wait.
+//
 // Thread: its own, with its own connection: no transfer waits for a position. Only this thread uses
-// `api`.
+// `line`.
 class PositionSender
 {
 public:
     using SessionEnded = std::function<void(std::int32_t sessionId)>;
 
-    // The handler runs on this thread, when the service has ended the session.
-    PositionSender(ApiClient& api, SessionEnded onSessionEnded);
+    // The session in whose name a report is sent.
+    struct Sender
+    {
+        std::int32_t sessionId = 0;
+        std::string token;
+        std::string serviceAndUser; // for the fetches
+    };
+
+    // The handler runs on this thread, when the service has ended the session. `line` and `fetches`
+    // outlive the sender.
+    PositionSender(ApiLine& line, FetchReports& fetches, SessionEnded onSessionEnded);
     ~PositionSender();
     PositionSender(const PositionSender&) = delete;
     PositionSender& operator=(const PositionSender&) = delete;
 
-    void Put(const api::Position& position, std::int32_t sessionId, const std::string& token);
+    void Put(const api::Position& position, Sender sender);
+    void SendFetchesWhenIdle(Sender sender);
+    void SetTransferring(bool isTransferring) { m_isTransferring = isTransferring; }
     // Drops the positions in the mailbox and under way.
     void Clear();
 
@@ -39,21 +54,31 @@ private:
     struct Report
     {
         api::Position position;
-        std::int32_t sessionId;
-        std::string token;
+        Sender sender;
         int triesLeft;
     };
 
     void Run();
-    void Send(Report report, std::uint64_t generation);
+    // Returns whether the service has the position.
+    bool Send(Report report, std::uint64_t generation);
+    void SendFetches(const Sender& sender, std::uint64_t generation);
+    bool WaitUntilIdle(std::uint64_t generation);
+    bool HasNext();
+    bool IsOver(std::uint64_t generation) const
+    {
+        return m_isStopping || m_generation != generation;
+    }
 
-    ApiClient& m_api;
+    ApiLine& m_line;
+    FetchReports& m_fetches;
     SessionEnded m_onSessionEnded;
     std::atomic<bool> m_isStopping{false};
     std::atomic<std::uint64_t> m_generation{0}; // counts the calls of Clear
-    std::mutex m_mutex;                         // guards m_next
+    std::atomic<bool> m_isTransferring{false};
+    std::mutex m_mutex; // guards m_next and m_fetchSender
     std::condition_variable m_hasReport;
     std::optional<Report> m_next;
+    std::optional<Sender> m_fetchSender; // there are fetches to send
     std::thread m_thread;
 };
 
