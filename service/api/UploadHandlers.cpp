@@ -79,7 +79,7 @@ Async<Progress> begin(Context& context, Request& request, const store::Upload& u
 constexpr long long smallUploadBytes = 1024 * 1024;
 
 /**
- * A small upload that is whole in the request has no reply between its creation and its files. The
+ * A small upload that is whole in the request has no answer between its creation and its files. The
  * commit of the files makes the creation durable too, so that one sync serves both.
  */
 store::EDurability durabilityOf(const Request& request, const UploadRequest& wanted)

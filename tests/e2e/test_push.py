@@ -25,10 +25,10 @@ class Uploader:
         self._connection.request("POST", "/kelvo-api/v1/uploads", b"x", {
             "Authorization": "Bearer " + self._token, "Tus-Resumable": "1.0.0", "Upload-Length": "1",
             "Upload-Metadata": metadata, "Content-Type": "application/offset+octet-stream"})
-        reply = self._connection.getresponse()
-        reply.read()
-        if reply.status != 201:
-            raise AssertionError(f"the upload was answered {reply.status}")
+        answer = self._connection.getresponse()
+        answer.read()
+        if answer.status != 201:
+            raise AssertionError(f"the upload was answered {answer.status}")
 
     def close(self):
         self._connection.close()

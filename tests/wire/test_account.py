@@ -53,15 +53,15 @@ class Account(WireTest):
         olga = self.user("olga")
         inbox = make_inbox(olga, "Pivots")
         project = olga.get(f"/resources/{inbox}").json()["project"]
-        reply = olga.get(f"/resources/{project}").json()
-        self.assertEqual((reply["kind"], reply["name"]), ("project", "Pivots"))
-        self.assertIn(inbox, [box["id"] for box in reply["resources"]])
+        answer = olga.get(f"/resources/{project}").json()
+        self.assertEqual((answer["kind"], answer["name"]), ("project", "Pivots"))
+        self.assertIn(inbox, [box["id"] for box in answer["resources"]])
 
     def test_a_files_record_has_its_etag(self):
         olga = self.user("olga")
         file = olga.put("etag.zip", [make_inbox(olga)], b"etag")[0]
-        reply = olga.get(f"/resources/{file['id']}")
-        self.assertEqual(reply.headers["ETag"], file["etag"])
+        answer = olga.get(f"/resources/{file['id']}")
+        self.assertEqual(answer.headers["ETag"], file["etag"])
         self.assertEqual(file["etag"], f'"{file["sha256"]}"')
 
     def test_the_snapshot_is_compressed_if_the_client_accepts_gzip(self):
@@ -152,15 +152,15 @@ class Inboxes(WireTest):
 
     def test_concurrent_requests_make_one_inbox(self):
         clients = [self.new_user("many")] + [self.user("many") for _ in range(7)]
-        replies = []
-        threads = [threading.Thread(target=lambda client=client: replies.append(
+        answers = []
+        threads = [threading.Thread(target=lambda client=client: answers.append(
             client.post(f"/projects/{quoted('Optimal Lines')}/user-inbox", (200, 201)))) for client in clients]
         for thread in threads:
             thread.start()
         for thread in threads:
             thread.join()
-        self.assertEqual(len({reply.json()["id"] for reply in replies}), 1)
-        self.assertEqual(sorted(reply.status for reply in replies), [200] * 7 + [201])
+        self.assertEqual(len({answer.json()["id"] for answer in answers}), 1)
+        self.assertEqual(sorted(answer.status for answer in answers), [200] * 7 + [201])
 
     def test_an_administrator_gets_no_inbox(self):
         self.refused(self.user("admin").post("/projects/Curves/user-inbox", 404), "not-found")

@@ -37,9 +37,9 @@ class Accounts(WireTest):
     def test_users_are_listed_by_farm(self):
         names = [user["name"] for user in self.admin.get("/users?farm=Dale%20Farm").json()["users"]]
         self.assertCountEqual(names, ["otto", "oda"])
-        reply = self.admin.get("/users?farm=No%20Farm", (200, 404))
-        if reply.status == 200:
-            self.assertEqual(reply.json()["users"], [])
+        answer = self.admin.get("/users?farm=No%20Farm", (200, 404))
+        if answer.status == 200:
+            self.assertEqual(answer.json()["users"], [])
 
     def test_user_names_are_unique_over_all_farms(self):
         self.refused(self.make_user(409, name="otto"), "conflict")

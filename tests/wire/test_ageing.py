@@ -81,8 +81,8 @@ class Ageing(unittest.TestCase):
             let_pass(service, 5)
             olga = self.client(service)
             expired = olga.tus("HEAD", location, 200).headers["Upload-Expires"]
-            reply = olga.patch(location, olga.offset(location), part)
-            self.assertNotEqual(reply.headers["Upload-Expires"], expired)
+            answer = olga.patch(location, olga.offset(location), part)
+            self.assertNotEqual(answer.headers["Upload-Expires"], expired)
         let_pass(service, 6)
         olga = self.client(service)
         done = olga.patch(location, 4, b"ef")
@@ -130,8 +130,8 @@ class Ageing(unittest.TestCase):
         let_pass(service, 4)
         olga = self.client(service)
         olga.put("new.zip", [inbox], b"new")
-        reply = olga.get("/events", 410, headers={"Last-Event-ID": cursor})
-        self.assertEqual(reply.problem, "cursor-too-old")
+        answer = olga.get("/events", 410, headers={"Last-Event-ID": cursor})
+        self.assertEqual(answer.problem, "cursor-too-old")
         service.stop()
 
 

@@ -53,8 +53,8 @@ class Bin(WireTest):
                     self.assertEqual(event.data["container"]["id"], self.inbox)
 
     def test_if_match_with_another_etag_keeps_the_file(self):
-        reply = self.olga.delete(self.path, 412, headers={"If-Match": '"other"'})
-        self.refused(reply, "precondition-failed")
+        answer = self.olga.delete(self.path, 412, headers={"If-Match": '"other"'})
+        self.refused(answer, "precondition-failed")
         self.olga.get(self.path)
         self.olga.delete(self.path, 204, headers={"If-Match": self.file["etag"]})
 

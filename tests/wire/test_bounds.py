@@ -101,8 +101,8 @@ class Bounds(WireTest):
             with self.subTest(operation=operation, place=place):
                 client = self.client_of(operation)
                 body = with_text(BODIES[operation], place, "x" * (most + 1))
-                reply = client.request(method, self.path_of(path), (401, 403, 422), json=body)
-                self.assertIn(reply.problem, ("unprocessable", "invalid-credentials", "forbidden"), reply)
+                answer = client.request(method, self.path_of(path), (401, 403, 422), json=body)
+                self.assertIn(answer.problem, ("unprocessable", "invalid-credentials", "forbidden"), answer)
 
     def test_the_longest_texts_of_reports_are_kept_whole(self):
         anna = self.user("anna")

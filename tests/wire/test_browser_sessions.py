@@ -29,9 +29,9 @@ class BrowserSessions(WireTest):
         return {"Cookie": value.split(";")[0]}
 
     def test_the_token_is_only_in_a_cookie_that_scripts_cannot_read(self):
-        reply = self.log_in(OWN_PAGE, 201)
-        self.assertNotIn("token", reply.json())
-        name, *attributes = reply.headers["Set-Cookie"].split("; ")
+        answer = self.log_in(OWN_PAGE, 201)
+        self.assertNotIn("token", answer.json())
+        name, *attributes = answer.headers["Set-Cookie"].split("; ")
         self.assertTrue(name.startswith("__Host-"))
         self.assertEqual(set(attributes), {"Path=/", "Secure", "HttpOnly", "SameSite=Strict"})
 
@@ -53,7 +53,7 @@ class BrowserSessions(WireTest):
 
     def test_logging_out_removes_cookie_and_session(self):
         cookie = self.cookie()
-        reply = self.client.delete("/sessions/current", 204, headers={**cookie, **OWN_PAGE})
-        self.assertIn("Max-Age=0", reply.headers["Set-Cookie"])
-        self.assertEqual(reply.headers["Clear-Site-Data"], '"storage"')
+        answer = self.client.delete("/sessions/current", 204, headers={**cookie, **OWN_PAGE})
+        self.assertIn("Max-Age=0", answer.headers["Set-Cookie"])
+        self.assertEqual(answer.headers["Clear-Site-Data"], '"storage"')
         self.client.get("/account", 401, headers=cookie)

@@ -44,8 +44,8 @@ class Reports(WireTest):
             self.send("/positions", {**self.position, "latitude": latitude, "longitude": longitude}, 204)
         for latitude, longitude in ((90.0001, 0), (-90.0001, 0), (0, 180.0001), (0, -180.0001), (1e300, 0), (0, 1e308)):
             with self.subTest(latitude=latitude, longitude=longitude):
-                reply = self.send("/positions", {**self.position, "latitude": latitude, "longitude": longitude}, 422)
-                self.refused(reply, "unprocessable")
+                answer = self.send("/positions", {**self.position, "latitude": latitude, "longitude": longitude}, 422)
+                self.refused(answer, "unprocessable")
 
     def test_times_up_to_a_day_ahead_are_accepted(self):
         for path, value, name, unit in (("/positions", self.position, "time_s", 1),
@@ -55,9 +55,9 @@ class Reports(WireTest):
                 self.send(path, {**value, name: (self.now + ahead) * unit}, 204)
         for time, detail in ((self.now + DAY + 600, "more than a day in the future"),
                              (self.now + DAY * 365 * 100, "more than a day in the future"), (-1, "before 1970")):
-            reply = self.send("/positions", {**self.position, "time_s": time}, 422)
-            self.refused(reply, "unprocessable")
-            self.assertIn(detail, reply.json()["detail"])
+            answer = self.send("/positions", {**self.position, "time_s": time}, 422)
+            self.refused(answer, "unprocessable")
+            self.assertIn(detail, answer.json()["detail"])
 
     def test_values_of_a_wrong_type_are_refused(self):
         for path, value in (("/environment", self.environment), ("/devices", self.device), ("/positions", self.position)):

@@ -20,11 +20,11 @@ class Content(WireTest):
         return self.olga.get(self.path, expect, headers={name.replace("_", "-"): value for name, value in headers.items()})
 
     def test_the_whole_content_has_length_etag_and_digest(self):
-        reply = self.get(200)
-        self.assertEqual(reply.body, CONTENT)
-        self.assertEqual(reply.headers["Content-Length"], str(SIZE))
-        self.assertEqual((reply.headers["ETag"], reply.headers["Repr-Digest"]), (self.tag, digest_header(CONTENT)))
-        self.assertIsNone(reply.headers["Content-Encoding"])
+        answer = self.get(200)
+        self.assertEqual(answer.body, CONTENT)
+        self.assertEqual(answer.headers["Content-Length"], str(SIZE))
+        self.assertEqual((answer.headers["ETag"], answer.headers["Repr-Digest"]), (self.tag, digest_header(CONTENT)))
+        self.assertIsNone(answer.headers["Content-Encoding"])
 
     def test_one_range_is_answered_exactly(self):
         for asked, first, last in (("0-0", 0, 0), ("0-99", 0, 99), ("100-", 100, SIZE - 1), ("-1", SIZE - 1, SIZE - 1),
@@ -32,33 +32,33 @@ class Content(WireTest):
                                    (f"5-{SIZE + 1000}", 5, SIZE - 1), (f"-{SIZE + 7}", 0, SIZE - 1),
                                    ("0-" + "9" * 30, 0, SIZE - 1)):
             with self.subTest(asked=asked):
-                reply = self.get((206, 200) if len(asked) > 20 else 206, Range=f"bytes={asked}")
-                self.assertEqual(reply.body, CONTENT[first:last + 1])
-                if reply.status == 206:
-                    self.assertEqual(reply.headers["Content-Range"], f"bytes {first}-{last}/{SIZE}")
-                    self.assertEqual(reply.headers["Content-Length"], str(last - first + 1))
-                    self.assertEqual(reply.headers["Repr-Digest"], digest_header(CONTENT))
-                    self.assertEqual(reply.headers["ETag"], self.tag)
+                answer = self.get((206, 200) if len(asked) > 20 else 206, Range=f"bytes={asked}")
+                self.assertEqual(answer.body, CONTENT[first:last + 1])
+                if answer.status == 206:
+                    self.assertEqual(answer.headers["Content-Range"], f"bytes {first}-{last}/{SIZE}")
+                    self.assertEqual(answer.headers["Content-Length"], str(last - first + 1))
+                    self.assertEqual(answer.headers["Repr-Digest"], digest_header(CONTENT))
+                    self.assertEqual(answer.headers["ETag"], self.tag)
 
     def test_a_range_outside_is_refused_with_the_length(self):
         for asked in (f"{SIZE}-", f"{SIZE}-{SIZE + 5}", "-0", "999999999999-"):
             with self.subTest(asked=asked):
-                reply = self.get(416, Range=f"bytes={asked}")
-                self.refused(reply, "range-not-satisfiable")
-                self.assertEqual(reply.headers["Content-Range"], f"bytes */{SIZE}")
+                answer = self.get(416, Range=f"bytes={asked}")
+                self.refused(answer, "range-not-satisfiable")
+                self.assertEqual(answer.headers["Content-Range"], f"bytes */{SIZE}")
 
     def test_any_other_range_header_is_ignored_or_refused(self):
         for asked in ("bytes=", "bytes=a-b", "bytes=5-2", "bytes", "lines=1-2", "bytes=--5", "bytes=1-2-3", "", "bytes=-",
                       "bytes=-9-1", "bytes=0x1-0x5"):
             with self.subTest(asked=asked):
-                reply = self.get((200, 416), Range=asked)
-                if reply.status == 200:
-                    self.assertEqual(reply.body, CONTENT)
+                answer = self.get((200, 416), Range=asked)
+                if answer.status == 200:
+                    self.assertEqual(answer.body, CONTENT)
 
     def test_several_ranges_get_the_whole_content_or_a_refusal(self):
-        reply = self.get((200, 416), Range="bytes=0-1,5-6")
-        if reply.status == 200:
-            self.assertEqual(reply.body, CONTENT)
+        answer = self.get((200, 416), Range="bytes=0-1,5-6")
+        if answer.status == 200:
+            self.assertEqual(answer.body, CONTENT)
 
     def test_a_range_of_an_empty_file_is_refused(self):
         empty = self.olga.put("empty.zip", [make_inbox(self.olga)], b"")[0]

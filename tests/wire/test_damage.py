@@ -43,9 +43,9 @@ class Damage(unittest.TestCase):
         os.utime(self.path(content), ns=(status.st_atime_ns, status.st_mtime_ns))
 
     def refused(self, file, **headers):
-        reply = self.olga.get(f"/resources/{file}/content", 500, headers=headers)
-        self.assertEqual(reply.problem, "internal")
-        self.assertIn("damaged", reply.json()["detail"])
+        answer = self.olga.get(f"/resources/{file}/content", 500, headers=headers)
+        self.assertEqual(answer.problem, "internal")
+        self.assertIn("damaged", answer.json()["detail"])
 
     def counted(self):
         return int(re.search(r"^kelvo_contents_damaged_total (\d+)$", metrics(self.service)[1], re.MULTILINE)[1])

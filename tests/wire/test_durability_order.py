@@ -1,6 +1,6 @@
-"""The order of system calls before an acknowledgement: data synced, name synced, commit synced, then the reply.
+"""The order of system calls before an acknowledgement: data synced, name synced, commit synced, then the answer.
 
-The service runs under strace. The last system calls before the reply are compared with the order that protects
+The service runs under strace. The last system calls before the answer are compared with the order that protects
 against a power failure at any point. Without strace, or where tracing is forbidden, the test is skipped; on CI it
 fails instead.
 """
@@ -53,7 +53,7 @@ class DurabilityOrder(unittest.TestCase):
         self.inbox = make_inbox(self.olga)
 
     def check_acknowledged(self, calls, begin, digest):
-        """Checks that the calls after `begin` acknowledge an upload of this digest; returns the index of the reply."""
+        """Checks that the calls after `begin` acknowledge an upload of this digest; returns the index of the answer."""
         data = position(calls, "sync of the data", begin, SYNC, "/uploads/")
         name = position(calls, "rename into place", data, RENAME, "/uploads/", digest)
         folder = position(calls, "sync of the content's folder", name, SYNC, f"/content/{digest[:2]}>")
@@ -62,16 +62,16 @@ class DurabilityOrder(unittest.TestCase):
     def check_committed(self, calls, begin):
         written = position(calls, "write to the database's log", begin, ("pwrite64",), "kelvo.sqlite-wal")
         synced = position(calls, "sync of the log", written, SYNC, "kelvo.sqlite-wal")
-        reply = position(calls, "reply", synced, SEND, "TCP", "\\27\\3\\3")
-        last = max(index for index in range(reply) if calls[index][0] == "pwrite64" and "kelvo.sqlite-wal" in calls[index][1])
+        answer = position(calls, "answer", synced, SEND, "TCP", "\\27\\3\\3")
+        last = max(index for index in range(answer) if calls[index][0] == "pwrite64" and "kelvo.sqlite-wal" in calls[index][1])
         self.assertLess(last, synced, "the log was written to after its sync")
-        return reply
+        return answer
 
-    def replies_between(self, calls, begin, end):
+    def answers_between(self, calls, begin, end):
         return [index for index in range(begin + 1, end)
                 if calls[index][0] in SEND and "TCP" in calls[index][1] and "\\27\\3\\3" in calls[index][1]]
 
-    def test_data_then_name_then_commit_then_reply(self):
+    def test_data_then_name_then_commit_then_answer(self):
         before = len(self.service.calls())
         content = b"kept for good" * 1000
         self.olga.put("kept.zip", [self.inbox], content)
@@ -80,8 +80,8 @@ class DurabilityOrder(unittest.TestCase):
         digest = sha256_hex(content)
         name = position(calls, "rename into place", before, RENAME, digest)
         data = max(index for index in range(name) if calls[index][0] in SYNC and "/uploads/" in calls[index][1])
-        reply = self.check_acknowledged(calls, data - 1, digest)
-        self.assertEqual(self.replies_between(calls, before, reply), [], "a reply was sent before the commit")
+        answer = self.check_acknowledged(calls, data - 1, digest)
+        self.assertEqual(self.answers_between(calls, before, answer), [], "an answer was sent before the commit")
 
     def test_a_small_upload_syncs_the_database_once(self):
         before = len(self.service.calls())
@@ -97,8 +97,8 @@ class DurabilityOrder(unittest.TestCase):
             with self.subTest(body=body, headers=headers):
                 before = len(self.service.calls())
                 self.assertIn("Location", self.olga.create("later.zip", [self.inbox], len(whole), body, headers=headers).headers)
-                reply = self.check_committed(self.service.calls(), before - 1)
-                self.assertEqual(self.replies_between(self.service.calls(), before, reply), [])
+                answer = self.check_committed(self.service.calls(), before - 1)
+                self.assertEqual(self.answers_between(self.service.calls(), before, answer), [])
 
     def test_an_existing_content_is_synced_before_the_commit(self):
         content = b"twice the same" * 1000
@@ -109,8 +109,8 @@ class DurabilityOrder(unittest.TestCase):
         calls = self.service.calls()
         data = position(calls, "sync of the data", before - 1, SYNC, "/uploads/")
         folder = position(calls, "sync of the content's folder", data, SYNC, f"/content/{sha256_hex(content)[:2]}>")
-        reply = self.check_committed(calls, folder)
-        self.assertEqual(self.replies_between(calls, before, reply), [])
+        answer = self.check_committed(calls, folder)
+        self.assertEqual(self.answers_between(calls, before, answer), [])
 
     def test_a_part_is_synced_before_its_offset_is_sent(self):
         location = self.olga.create("parts.zip", [self.inbox], 20).headers["Location"]
@@ -119,8 +119,8 @@ class DurabilityOrder(unittest.TestCase):
         self.service.stop()
         calls = self.service.calls()
         data = position(calls, "sync of the part", before - 1, SYNC, "/uploads/" + location.rsplit("/", 1)[1])
-        reply = position(calls, "reply", data, SEND, "TCP", "\\27\\3\\3")
-        self.assertEqual(self.replies_between(calls, before, reply), [])
+        answer = position(calls, "answer", data, SEND, "TCP", "\\27\\3\\3")
+        self.assertEqual(self.answers_between(calls, before, answer), [])
 
     def test_a_part_with_a_checksum_is_synced_before_its_offset_is_sent(self):
         location = self.olga.create("checked.zip", [self.inbox], 20).headers["Location"]
@@ -133,10 +133,10 @@ class DurabilityOrder(unittest.TestCase):
         upload = "/uploads/" + location.rsplit("/", 1)[1]
         written = position(calls, "write of the checked bytes", before - 1, ("write",), upload)
         data = position(calls, "sync of the part", written, SYNC, upload)
-        reply = position(calls, "reply", data, SEND, "TCP", "\\27\\3\\3")
-        self.assertEqual(self.replies_between(calls, before, reply), [])
+        answer = position(calls, "answer", data, SEND, "TCP", "\\27\\3\\3")
+        self.assertEqual(self.answers_between(calls, before, answer), [])
 
-    def test_a_file_made_of_parts_is_stored_before_the_reply(self):
+    def test_a_file_made_of_parts_is_stored_before_the_answer(self):
         pieces = (b"kept" * 1000, b"for good" * 1000)
         parts = [self.olga.tus("POST", "/uploads", 201, body=piece,
                                headers={"Upload-Concat": "partial", "Upload-Length": str(len(piece))}).headers["Location"]
@@ -149,21 +149,21 @@ class DurabilityOrder(unittest.TestCase):
         digest = sha256_hex(b"".join(pieces))
         name = position(calls, "rename into place", before, RENAME, digest)
         data = max(index for index in range(name) if calls[index][0] in SYNC and "/uploads/" in calls[index][1])
-        reply = self.check_acknowledged(calls, data - 1, digest)
-        self.assertEqual(self.replies_between(calls, before, reply), [])
+        answer = self.check_acknowledged(calls, data - 1, digest)
+        self.assertEqual(self.answers_between(calls, before, answer), [])
         removed = [index for index in range(before, len(calls)) if calls[index][0] in UNLINK and any(
             part.rsplit("/", 1)[1] in calls[index][1] for part in parts)]
         self.assertEqual(len(removed), 2)
         self.assertGreater(min(removed), name, "a part was removed before the file was in its place")
 
-    def test_a_removal_is_committed_before_the_reply(self):
+    def test_a_removal_is_committed_before_the_answer(self):
         file = self.olga.put("gone.zip", [self.inbox], b"gone")[0]["id"]
         before = len(self.service.calls())
         self.olga.delete(f"/resources/{file}")
         self.service.stop()
         calls = self.service.calls()
-        reply = self.check_committed(calls, before - 1)
-        self.assertEqual(self.replies_between(calls, before, reply), [])
+        answer = self.check_committed(calls, before - 1)
+        self.assertEqual(self.answers_between(calls, before, answer), [])
 
 
 if __name__ == "__main__":

@@ -205,8 +205,8 @@ class Retention(WireTest):
         cursor = olga.snapshot()["cursor"]
         for n in range(40):
             olga.put(f"{n}.zip", [inbox], b"x")
-        reply = olga.get("/events", 410, headers={"Last-Event-ID": cursor})
-        self.refused(reply, "cursor-too-old")
+        answer = olga.get("/events", 410, headers={"Last-Event-ID": cursor})
+        self.refused(answer, "cursor-too-old")
         with EventStream(olga, olga.snapshot()["cursor"]) as stream:
             olga.put("new.zip", [inbox], b"x")
             stream.expect("file-added")

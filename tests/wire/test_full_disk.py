@@ -91,8 +91,8 @@ class DiskTest(unittest.TestCase):
         self.inbox = make_inbox(self.olga)
         self.pid = self.service.process.pid
 
-    def full(self, reply):
-        self.assertEqual((reply.status, reply.problem), (507, "insufficient-storage"), reply)
+    def full(self, answer):
+        self.assertEqual((answer.status, answer.problem), (507, "insufficient-storage"), answer)
 
     def end(self):
         self.assertEqual(self.service.process.pid, self.pid)
@@ -113,9 +113,9 @@ class FullDisk(DiskTest):
         headers = {"Upload-Length": str(len(CONTENT)), "Upload-Metadata": metadata("big.zip", [self.inbox]),
                    "Expect": "100-continue"}
         with begin_upload(self.service, self.olga.token, "POST", "/uploads", len(CONTENT), headers, b"") as connection:
-            reply = http.client.HTTPResponse(connection)
-            reply.begin()
-            self.assertEqual((reply.status, b"insufficient-storage" in reply.read()), (507, True))
+            answer = http.client.HTTPResponse(connection)
+            answer.begin()
+            self.assertEqual((answer.status, b"insufficient-storage" in answer.read()), (507, True))
         self.full(self.olga.create("big.zip", [self.inbox], len(CONTENT), expect=507))
         self.service.clear()
         self.olga.create("big.zip", [self.inbox], len(CONTENT), CONTENT)
@@ -130,9 +130,9 @@ class FullDisk(DiskTest):
             self.await_bytes()
             self.service.fill(leave=200_000)
             connection.sendall(CONTENT[half:])
-            reply = http.client.HTTPResponse(connection)
-            reply.begin()
-            self.assertEqual((reply.status, b"insufficient-storage" in reply.read()), (507, True))
+            answer = http.client.HTTPResponse(connection)
+            answer.begin()
+            self.assertEqual((answer.status, b"insufficient-storage" in answer.read()), (507, True))
         self.assertEqual(self.olga.get(f"/resources/{self.inbox}").json()["entries"], [])
         self.service.clear()
         again = self.olga.create("big.zip", [self.inbox], len(CONTENT), key="big")
@@ -230,10 +230,10 @@ class Reserve(DiskTest):
         report = {"timestamp_ms": 1, "console": {"host_string": "\U0001f69c" * 1000, **texts}, "controller": texts}
         self.service.fill()
         sent = 0
-        while (reply := self.olga.request("PUT", "/environment", (204, 507), json=report)).status == 204:
+        while (answer := self.olga.request("PUT", "/environment", (204, 507), json=report)).status == 204:
             sent += 1
             report["console"]["hardware_address"] = f"{sent % 200}"
-        self.full(reply)
+        self.full(answer)
         self.assertGreater(sent, 0)
         log_in(self.service, "piet").close()
         self.end()

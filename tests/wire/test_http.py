@@ -106,8 +106,8 @@ class Http(WireTest):
         file = self.olga.put(self.name, [self.inbox], b"known")[0]
         path = f"/resources/{file['id']}/content"
         for tags in (file["etag"], "W/" + file["etag"], '"other", ' + file["etag"], "*"):
-            reply = self.olga.get(path, 304, headers={"If-None-Match": tags, "Range": "bytes=0-1"})
-            self.assertEqual((reply.headers["ETag"], reply.body), (file["etag"], b""))
+            answer = self.olga.get(path, 304, headers={"If-None-Match": tags, "Range": "bytes=0-1"})
+            self.assertEqual((answer.headers["ETag"], answer.body), (file["etag"], b""))
             self.olga.request("HEAD", path, 304, headers={"If-None-Match": tags})
         self.assertEqual(self.olga.get(path, 200, headers={"If-None-Match": '"other"'}).body, b"known")
         self.olga.get(path, 412, headers={"If-None-Match": file["etag"], "If-Match": '"other"'})

@@ -152,17 +152,17 @@ class IdempotencyKeys(WireTest):
 
     def test_many_repeats_at_once_make_one_file(self):
         clients = [Client(self.service, self.olga.token) for _ in range(6)]
-        replies = []
+        answers = []
 
         def send(client):
-            replies.append(self.create(b"abcdef", client=client, expect=(201, 409)))
+            answers.append(self.create(b"abcdef", client=client, expect=(201, 409)))
             client.close()
         threads = [threading.Thread(target=send, args=(client,)) for client in clients]
         for thread in threads:
             thread.start()
         for thread in threads:
             thread.join()
-        self.assertEqual(len(replies), 6)
+        self.assertEqual(len(answers), 6)
         result = self.create()
         while result.headers["Kelvo-File-Ids"] is None:
             offset = int(result.headers["Upload-Offset"])

@@ -426,14 +426,14 @@ class BadLinks(KelvoctlTest):
                 self.assertEqual(self.names(olga, inbox).count(name), 1)
                 self.assertGreater(proxy.connections, 1 + len(cuts))
 
-    def test_put_makes_one_file_when_the_reply_is_lost(self):
+    def test_put_makes_one_file_when_the_answer_is_lost(self):
         olga = self.user("olga")
         inbox = make_inbox(olga)
         measured, tool = self.through()
         tool.write("lost.zip", b"small")
         number = tool.json("put", "lost.zip", "--to", "olga/To Console")["ids"][0]
         olga.delete(f"/resources/{number}")
-        proxy, tool = self.through(("down", measured.passed_down[1] - 100))  # Within the reply to the upload.
+        proxy, tool = self.through(("down", measured.passed_down[1] - 100))  # Within the answer to the upload.
         tool.write("lost.zip", b"small")
         number = tool.json("put", "lost.zip", "--to", "olga/To Console")["ids"][0]
         self.assertEqual([entry["id"] for entry in self.entries(olga, inbox) if entry["name"] == "lost.zip"], [number])

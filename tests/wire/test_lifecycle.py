@@ -327,8 +327,8 @@ class StartingAgain(LifecycleTest):
 class Full(LifecycleTest):
     """Requests refused for lack of room or connections, and their success when there is room again."""
 
-    def problem(self, reply, status, name):
-        self.assertEqual((reply.status, reply.problem), (status, name), reply)
+    def problem(self, answer, status, name):
+        self.assertEqual((answer.status, answer.problem), (status, name), answer)
 
     def test_an_upload_resumes_after_a_full_disk(self):
         service = self.start_with_farms()
@@ -358,13 +358,13 @@ class Full(LifecycleTest):
         service = self.start_with_farms("--max-connections", "2")
         taken = [raw_socket(service) for _ in range(2)]  # After the handshake, so the service counts them.
         client = Client(service)
-        reply = client.request("GET", "/account", 503)
-        self.problem(reply, 503, "busy")
-        self.assertTrue(int(reply.headers["Retry-After"]))
+        answer = client.request("GET", "/account", 503)
+        self.problem(answer, 503, "busy")
+        self.assertTrue(int(answer.headers["Retry-After"]))
         for connection in taken:
             connection.close()
         guard = time.monotonic() + GUARD_SECONDS
-        while (reply := client.request("GET", "/account", (401, 503))).status == 503:  # Until the service has noticed the close.
+        while (answer := client.request("GET", "/account", (401, 503))).status == 503:  # Until the service has noticed the close.
             self.assertLess(time.monotonic(), guard)
         client.close()
         service.stop()

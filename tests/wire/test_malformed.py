@@ -29,14 +29,14 @@ class Malformed(WireTest):
         self.user("olga").get("/account")
 
     def send(self, text, body=b"", expect=None):
-        """Sends a request as raw text; returns the status of its one reply, or None if the service closed without a
-        reply.
+        """Sends a request as raw text; returns the status of its one answer, or None if the service closed without a
+        answer.
         """
         raw = text.encode() if isinstance(text, str) else text
         try:
             status, headers, content = exchange(self.service, raw + body)
         except CLOSED:
-            self.assertTrue(expect is None or None in expect, f"closed without a reply to {raw[:80]!r}")
+            self.assertTrue(expect is None or None in expect, f"closed without an answer to {raw[:80]!r}")
             return None
         self.assertTrue(status < 500 or status in (501, 505), status)
         self.assertIsNone(LEAKS.search(content.decode("utf-8", "replace")), content)
@@ -58,8 +58,8 @@ class Malformed(WireTest):
                 for body in (b"{", b"{]", b"nonsense", b'{"a":1,}', b"\xff\xfe", b'{"user":"\xff"}', b"{}{}", b"\0",
                              b"\xef\xbb\xbf{", b'{"a":"\n"}', b"'", b"[" * 60000, b'{"a":' * 10000):
                     with self.subTest(path=path, body=body[:20]):
-                        reply = client.request(method, path, 400, body=body, headers={"Content-Type": "application/json"})
-                        self.refused(reply, "malformed-request")
+                        answer = client.request(method, path, 400, body=body, headers={"Content-Type": "application/json"})
+                        self.refused(answer, "malformed-request")
                 for body in (b"[]", b"null", b'"text"', b"7", b"true", b"{}", b""):
                     with self.subTest(path=path, body=body):
                         client.request(method, path, (400, 422) if path != "/users/1" else (200, 400, 404, 422),
@@ -76,9 +76,9 @@ class Malformed(WireTest):
             body = frame[:-2] + b"x" * (size - len(frame)) + b'"}'
             self.assertEqual(len(body), size)
             with self.subTest(size=size):
-                reply = self.olga.post("/sessions", expect, body=body, headers={"Content-Type": "application/json"})
+                answer = self.olga.post("/sessions", expect, body=body, headers={"Content-Type": "application/json"})
                 if size > 65536:
-                    self.refused(reply, "content-too-large")
+                    self.refused(answer, "content-too-large")
                 self.olga.close()
         self.alive()
 
@@ -151,7 +151,7 @@ class Malformed(WireTest):
             text = connection.makefile("rb").read()
         self.assertRegex(text, rb"^HTTP/1\.[01] (200|400|426|505) ")
 
-    def test_a_client_that_waits_for_100_gets_it_or_the_reply(self):
+    def test_a_client_that_waits_for_100_gets_it_or_the_answer(self):
         body = b'{"time_s":1,"latitude":1,"longitude":1}'
         text = self.head(f"POST {BASE}/positions HTTP/1.1", "Content-Type: application/json", "Expect: 100-continue",
                          f"Content-Length: {len(body)}")

@@ -30,7 +30,7 @@ class Metrics(WireTest):
         return sum(value for (sample, _), value in self.samples().items() if sample == name)
 
     def await_value(self, read, wanted):
-        """A request may be counted after its reply has arrived."""
+        """A request may be counted after its answer has arrived."""
         for _ in range(10000):
             if (value := read()) == wanted:
                 return
@@ -84,7 +84,7 @@ class Metrics(WireTest):
         sent, received = (self.total(f"kelvo_http_{way}_bytes_total") for way in ("request", "response"))
         file = olga.put("bytes.zip", [inbox], content)[0]["id"]
         olga.get(f"/resources/{file}/content")
-        olga.get("/account")  # Its reply comes after the others were counted.
+        olga.get("/account")  # Its answer comes after the others were counted.
         self.assertGreaterEqual(self.total("kelvo_http_request_bytes_total"), sent + len(content))
         self.assertGreaterEqual(self.total("kelvo_http_response_bytes_total"), received + len(content))
 

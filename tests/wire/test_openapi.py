@@ -154,12 +154,12 @@ class ContractChecks(unittest.TestCase):
         problem = b'{"type":"urn:kelvo:problem:not-found","title":"t","status":404,"detail":"d"}'
         media = {"Content-Type": "application/problem+json"}
         target = "/kelvo-api/v1/resources/5/content"
-        self.contract.check_reply("GET", target, 404, media, problem)
+        self.contract.check_answer("GET", target, 404, media, problem)
         for status, headers, body in ((418, media, problem), (404, {"Content-Type": "text/html"}, problem),
                                       (404, media, b""), (401, media, problem), (500, media, problem),
                                       (403, media, problem), (206, {"Content-Type": "application/octet-stream"}, b"x")):
             with self.subTest(status=status), self.assertRaises(Violation):
-                self.contract.check_reply("GET", target, status, headers, body)
+                self.contract.check_answer("GET", target, status, headers, body)
 
     def test_finds_the_template_of_a_target(self):
         self.assertEqual(self.contract.template("/kelvo-api/v1/resources/5/content?x=1"), "/resources/{id}/content")

@@ -11,8 +11,8 @@ from kelvowire.http import raw_socket
 LISTS = {"/consoles": "consoles", "/bin": "files", "/users": "users", "/audit": "entries", "/farms": "farms"}
 
 
-def next_page(reply):
-    link = reply.headers["Link"]
+def next_page(answer):
+    link = answer.headers["Link"]
     return re.fullmatch(r'<(.+)>; rel="next"', link)[1] if link else None
 
 
@@ -50,9 +50,9 @@ class Paging(WireTest):
     def pages(self, client, path):
         member = LISTS[path.partition("?")[0]]
         while path:
-            reply = client.get(path)
-            yield reply.json()[member]
-            path = next_page(reply)
+            answer = client.get(path)
+            yield answer.json()[member]
+            path = next_page(answer)
 
     def test_the_pages_of_a_list_are_the_whole_list(self):
         for path in ("/consoles", "/bin", "/users", "/audit?action=file-delete"):
@@ -151,11 +151,11 @@ class LargeDocuments(WireTest):
     def test_each_document_is_whole_and_has_no_needless_byte(self):
         olga = self.user("olga")
         for path in ("/account", f"/resources/{self.inbox}", f"/projects/{1}/resources"):
-            reply = olga.get(path, headers={"Accept-Encoding": "identity"})
-            self.assertGreater(len(reply.body), 256 * 1024)
-            again = json.dumps(reply.json(), separators=(",", ":"), ensure_ascii=False).encode()
-            self.assertEqual(reply.body, again)
-            self.assertEqual(reply.body.count(b'"kind":"file"'), 600)
+            answer = olga.get(path, headers={"Accept-Encoding": "identity"})
+            self.assertGreater(len(answer.body), 256 * 1024)
+            again = json.dumps(answer.json(), separators=(",", ":"), ensure_ascii=False).encode()
+            self.assertEqual(answer.body, again)
+            self.assertEqual(answer.body.count(b'"kind":"file"'), 600)
         again = olga.post("/projects/To%20Console/user-inbox", 200)
         self.assertEqual(again.body, olga.get(f"/resources/{self.inbox}").body)
 

@@ -117,8 +117,8 @@ class Office(PeopleTest):
         inbox = make_inbox(willi)
         file = willi.put("old.zip", [inbox], b"old")[0]["id"]
         with EventStream(willi) as stream:
-            reply = willi.request("PATCH", f"/resources/{file}", 200, json={"name": "new.zip"}).json()
-            self.assertEqual((reply["id"], reply["name"]), (file, "new.zip"))
+            answer = willi.request("PATCH", f"/resources/{file}", 200, json={"name": "new.zip"}).json()
+            self.assertEqual((answer["id"], answer["name"]), (file, "new.zip"))
             self.assertEqual(stream.expect("file-removed").data["entry"]["name"], "old.zip")
             self.assertEqual(stream.expect("file-added").data["entry"]["name"], "new.zip")
         self.user("piet").request("PATCH", f"/resources/{file}", 404, json={"name": "mine.zip"})
@@ -211,7 +211,7 @@ class Person(PeopleTest):
             self.assertEqual([one["current"] for one in document["sessions"]], [client is egon])
             page = client.get(f"/users/{user}/track?limit=2")
             rest = client.get(page.headers["Link"].split(">")[0][1:])
-            self.assertEqual([point["latitude"] for reply in (page, rest) for point in reply.json()["positions"]], [50, 51, 52])
+            self.assertEqual([point["latitude"] for answer in (page, rest) for point in answer.json()["positions"]], [50, 51, 52])
             self.assertIsNone(rest.headers["Link"])
         self.user("piet").get(f"/users/{user}/export", 403)
         self.user("otto").get(f"/users/{user}/track", 404)

@@ -103,10 +103,10 @@ class BehindAProxy:
         for _ in range(LARGE_BYTES // len(PIECE)):
             connection.send(PIECE)
             digest.update(PIECE)
-        reply = connection.getresponse()
-        reply.read()
-        self.assertEqual(reply.status, 201)
-        connection.request("GET", f"{BASE}/resources/{reply.headers['Kelvo-File-Ids']}/content", headers=self.olga.headers())
+        answer = connection.getresponse()
+        answer.read()
+        self.assertEqual(answer.status, 201)
+        connection.request("GET", f"{BASE}/resources/{answer.headers['Kelvo-File-Ids']}/content", headers=self.olga.headers())
         received = hashlib.sha256()
         content = connection.getresponse()
         while piece := content.read(1 << 20):
@@ -117,8 +117,8 @@ class BehindAProxy:
         headers = {"Upload-Length": str(len(CONTENT)), "Upload-Metadata": metadata(self.name, [self.inbox]),
                    "Tus-Resumable": "1.0.0", "Content-Type": OCTETS}
         pieces = (CONTENT[at:at + 100000] for at in range(0, len(CONTENT), 100000))
-        reply = self.olga.request("POST", "/uploads", 201, headers=headers, body=pieces)
-        self.assertEqual(reply.headers["Repr-Digest"], digest_header(CONTENT))
+        answer = self.olga.request("POST", "/uploads", 201, headers=headers, body=pieces)
+        self.assertEqual(answer.headers["Repr-Digest"], digest_header(CONTENT))
 
     def test_the_services_refusals_reach_the_client(self):
         self.refused(self.olga.create("a/b", [self.inbox], 1, b"x", expect=422), "unprocessable")
@@ -127,8 +127,8 @@ class BehindAProxy:
         self.olga.close()
         self.olga.get("/account", headers={"X-Padding": "x" * 14000})
 
-    def refused(self, reply, problem):
-        self.assertEqual(reply.problem, problem, reply)
+    def refused(self, answer, problem):
+        self.assertEqual(answer.problem, problem, answer)
 
 
 class BehindNginx(BehindAProxy, unittest.TestCase):

@@ -39,8 +39,8 @@ class Quotas(unittest.TestCase):
     def usage(self, client=None):
         return (client or self.admin).get(f"/farms/{self.farm}/usage").json()
 
-    def refused(self, reply):
-        self.assertEqual(reply.problem, "quota-exceeded", reply)
+    def refused(self, answer):
+        self.assertEqual(answer.problem, "quota-exceeded", answer)
 
     def test_the_farm_quota_of_bytes_counts_the_bin_and_open_uploads(self):
         self.limit(farm={"bytes": 3000})
@@ -69,9 +69,9 @@ class Quotas(unittest.TestCase):
         self.limit(user={"bytes": 999})
         headers = {"Upload-Length": "1000", "Upload-Metadata": metadata("a", [self.inbox]), "Expect": "100-continue"}
         with begin_upload(self.service, self.olga.token, "POST", "/uploads", 1000, headers, b"") as connection:
-            reply = http.client.HTTPResponse(connection)
-            reply.begin()
-            self.assertEqual((reply.status, b"quota-exceeded" in reply.read()), (507, True))
+            answer = http.client.HTTPResponse(connection)
+            answer.begin()
+            self.assertEqual((answer.status, b"quota-exceeded" in answer.read()), (507, True))
         self.refused(self.olga.create("a", [self.inbox], 1000, expect=507))
         self.olga.put("a", [self.inbox], CONTENT[:999])
 
@@ -179,8 +179,8 @@ class Quotas(unittest.TestCase):
 
     def test_the_rate_of_positions_has_a_limit_for_each_user(self):
         self.limit(user={"positions": 3})
-        replies = [self.olga.request("POST", "/positions", (204, 429), json=POSITION) for _ in range(9)]
-        refused = [reply for reply in replies if reply.status == 429]
+        answers = [self.olga.request("POST", "/positions", (204, 429), json=POSITION) for _ in range(9)]
+        refused = [answer for answer in answers if answer.status == 429]
         self.assertGreaterEqual(len(refused), 3)  # The requests are in at most two minutes
         self.assertEqual((refused[0].problem, refused[0].headers["Retry-After"]), ("rate-limited", "60"))
         self.piet.request("POST", "/positions", 204, json=POSITION)

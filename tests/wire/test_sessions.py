@@ -70,8 +70,8 @@ class Sessions(WireTest):
         for header in (None, "", "Bearer", "Bearer ", f"Basic {good}", f"Bearer {good}x", f"Bearer {good[:-1]}", good,
                        f"Bearer {good} {good}", "Bearer " + "x" * 4000, "Bearer ' OR 1=1 --"):
             with self.subTest(header=header):
-                reply = client.request("GET", "/account", 401, headers={"Authorization": header})
-                self.refused(reply, "unauthenticated")
+                answer = client.request("GET", "/account", 401, headers={"Authorization": header})
+                self.refused(answer, "unauthenticated")
 
     def test_the_scheme_is_read_in_any_case(self):
         token = self.user("olga").token
@@ -112,10 +112,10 @@ class Disabling(WireTest):
         client.get("/account", 401)
         other = Client(self.service)
         self.addCleanup(other.close)
-        reply = other.post("/sessions", 403, json={"user": "piet", "password": PASSWORD})
-        self.refused(reply, "account-disabled")
-        reply = other.post("/sessions", 401, json={"user": "piet", "password": "wrong password"})
-        self.refused(reply, "invalid-credentials")
+        answer = other.post("/sessions", 403, json={"user": "piet", "password": PASSWORD})
+        self.refused(answer, "account-disabled")
+        answer = other.post("/sessions", 401, json={"user": "piet", "password": "wrong password"})
+        self.refused(answer, "invalid-credentials")
         self.assertFalse(self.change("piet", {"disabled": False})["disabled"])
         client.get("/account", 401)
         self.user("piet").get("/account")
@@ -145,9 +145,9 @@ class Throttling(WireTest):
                     for n in range(6)]
         self.assertEqual(statuses[:3], [401, 401, 401])
         self.assertEqual(statuses[-1], 429)
-        reply = client.post("/sessions", 429, json={"user": "otto", "password": PASSWORD})
-        self.refused(reply, "login-throttled")
-        self.assertGreater(int(reply.headers["Retry-After"]), 0)
+        answer = client.post("/sessions", 429, json={"user": "otto", "password": PASSWORD})
+        self.refused(answer, "login-throttled")
+        self.assertGreater(int(answer.headers["Retry-After"]), 0)
 
 
 class ThrottlingStrangers(WireTest):
@@ -163,8 +163,8 @@ class ThrottlingStrangers(WireTest):
         self.addCleanup(client.close)
         statuses = self.statuses(client, [f"guess{n}" for n in range(60)])
         self.assertIn(429, statuses, "guessing one password for many names is throttled")
-        reply = client.post("/sessions", 429, json={"user": "oda", "password": PASSWORD})
-        self.assertLessEqual(int(reply.headers["Retry-After"]), 30)
+        answer = client.post("/sessions", 429, json={"user": "oda", "password": PASSWORD})
+        self.assertLessEqual(int(answer.headers["Retry-After"]), 30)
         self.statuses(client, ["olga"] * 50)
         self.user("olga")
         self.user("anna")

@@ -35,8 +35,8 @@ class TusTest(WireTest):
         extra = {name.replace("_", "-"): value for name, value in headers.items()}
         return self.olga.tus("PATCH", location, expect, headers={"Upload-Offset": str(offset), **extra}, body=body)
 
-    def content(self, reply):
-        return self.olga.get(f"/resources/{reply.headers['Kelvo-File-Ids']}/content").body
+    def content(self, answer):
+        return self.olga.get(f"/resources/{answer.headers['Kelvo-File-Ids']}/content").body
 
     def part(self, content, length=None, client=None):
         headers = {"Upload-Concat": "partial", "Upload-Length": str(len(content) if length is None else length)}
@@ -49,10 +49,10 @@ class TusTest(WireTest):
 
 class Extensions(TusTest):
     def test_the_extensions_and_algorithms_are_announced(self):
-        reply = self.olga.request("OPTIONS", "/uploads", 204)
+        answer = self.olga.request("OPTIONS", "/uploads", 204)
         for extension in ("creation-defer-length", "checksum", "concatenation"):
-            self.assertIn(extension, reply.headers["Tus-Extension"].split(","))
-        self.assertEqual(reply.headers["Tus-Checksum-Algorithm"], "sha1,sha256")
+            self.assertIn(extension, answer.headers["Tus-Extension"].split(","))
+        self.assertEqual(answer.headers["Tus-Checksum-Algorithm"], "sha1,sha256")
 
     def test_head_returns_the_metadata_as_sent(self):
         sent = metadata(self.name, [self.inbox]) + ", other dGV4dA==,flag"
@@ -63,14 +63,14 @@ class Extensions(TusTest):
 
     def test_the_name_may_be_in_filename(self):
         sent = metadata(self.name, [self.inbox]).replace("name ", "filename ", 1)
-        reply = self.post({"Upload-Length": "1", "Upload-Metadata": sent}, b"x")
-        self.assertEqual(reply.json()["files"][0]["name"], self.name)
+        answer = self.post({"Upload-Length": "1", "Upload-Metadata": sent}, b"x")
+        self.assertEqual(answer.json()["files"][0]["name"], self.name)
 
     def test_every_refusal_names_the_protocols_version(self):
         for method, path, expect in (("PUT", "/uploads", 405), ("GET", "/uploads", 405), ("PUT", "/uploads/a", 405)):
-            reply = self.olga.request(method, path, expect)
-            self.assertEqual(reply.headers["Tus-Resumable"], "1.0.0")
-            self.assertTrue(reply.headers["Allow"])
+            answer = self.olga.request(method, path, expect)
+            self.assertEqual(answer.headers["Tus-Resumable"], "1.0.0")
+            self.assertTrue(answer.headers["Allow"])
 
     def test_a_warning_reaches_the_client_that_finishes_with_a_patch(self):
         self.anna.put("zwölf, 100 %.zip", [self.inbox], b"1")
@@ -168,17 +168,17 @@ class Extensions(TusTest):
         self.assertEqual(self.head(parts[0])["Upload-Concat"], "partial")
         self.assertNotIn(self.name, self.names(self.olga, self.inbox))
         address = f"https://localhost:{self.service.port}"
-        reply = self.final([parts[0], parts[1], address + parts[2]])
-        self.assertEqual(reply.headers["Repr-Digest"], digest_header(CONTENT))
-        self.assertEqual(self.content(reply), CONTENT)
-        head = self.head(reply.headers["Location"])
+        answer = self.final([parts[0], parts[1], address + parts[2]])
+        self.assertEqual(answer.headers["Repr-Digest"], digest_header(CONTENT))
+        self.assertEqual(self.content(answer), CONTENT)
+        head = self.head(answer.headers["Location"])
         self.assertEqual(head["Upload-Concat"], f"final;{parts[0]} {parts[1]} {address}{parts[2]}")
         self.assertEqual((head["Upload-Length"], head["Upload-Offset"]), (str(len(CONTENT)),) * 2)
         added = self.anna.get("/audit?action=file-add&limit=1").json()["entries"][0]
-        self.assertEqual((str(added["object"]["id"]), added["address"]), (reply.headers["Kelvo-File-Ids"], "127.0.0.1"))
+        self.assertEqual((str(added["object"]["id"]), added["address"]), (answer.headers["Kelvo-File-Ids"], "127.0.0.1"))
         for part in parts:
             self.olga.tus("HEAD", part, 404)
-        self.olga.delete(f"/resources/{reply.headers['Kelvo-File-Ids']}")
+        self.olga.delete(f"/resources/{answer.headers['Kelvo-File-Ids']}")
 
     def test_a_repeat_makes_no_second_file(self):
         parts = [self.part(b"one"), self.part(b"two")]
@@ -249,10 +249,10 @@ class AfterAKill(TusTest):
         self.assertEqual((self.head(late)["Upload-Offset"], self.head(late)["Upload-Length"]), ("2", "3"))
         self.patch(late, 2, b"f")
         self.restart()
-        reply = self.final([whole, late])
+        answer = self.final([whole, late])
         self.restart()
-        self.assertEqual(self.content(reply), b"abcdef")
-        self.assertEqual(self.final([whole, late]).headers["Kelvo-File-Ids"], reply.headers["Kelvo-File-Ids"])
+        self.assertEqual(self.content(answer), b"abcdef")
+        self.assertEqual(self.final([whole, late]).headers["Kelvo-File-Ids"], answer.headers["Kelvo-File-Ids"])
 
     def test_a_file_that_a_kill_left_half_joined_is_joined_anew(self):
         parts = [self.part(CONTENT[:4000]), self.part(CONTENT[4000:4001], len(CONTENT) - 4000)]

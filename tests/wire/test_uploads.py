@@ -21,18 +21,18 @@ class Uploads(WireTest):
 
     def test_options_need_no_session(self):
         self.olga.token = None
-        reply = self.olga.request("OPTIONS", "/uploads", 204)
-        extensions = set(reply.headers["Tus-Extension"].replace(" ", "").split(","))
+        answer = self.olga.request("OPTIONS", "/uploads", 204)
+        extensions = set(answer.headers["Tus-Extension"].replace(" ", "").split(","))
         self.assertTrue({"creation", "creation-with-upload", "expiration", "termination"} <= extensions)
-        self.assertIn("1.0.0", reply.headers["Tus-Version"])
-        self.assertEqual(reply.headers["Tus-Max-Size"], "50000000")
+        self.assertIn("1.0.0", answer.headers["Tus-Version"])
+        self.assertEqual(answer.headers["Tus-Max-Size"], "50000000")
 
     def test_a_whole_file_is_sent_in_one_request(self):
-        reply = self.olga.create("one.zip", [self.inbox], len(CONTENT), CONTENT)
-        file = reply.json()["files"][0]
-        self.assertEqual(reply.headers["Kelvo-File-Ids"], str(file["id"]))
-        self.assertEqual(reply.headers["Repr-Digest"], digest_header(CONTENT))
-        self.assertEqual(reply.headers["Upload-Offset"], str(len(CONTENT)))
+        answer = self.olga.create("one.zip", [self.inbox], len(CONTENT), CONTENT)
+        file = answer.json()["files"][0]
+        self.assertEqual(answer.headers["Kelvo-File-Ids"], str(file["id"]))
+        self.assertEqual(answer.headers["Repr-Digest"], digest_header(CONTENT))
+        self.assertEqual(answer.headers["Upload-Offset"], str(len(CONTENT)))
         self.assertEqual((file["name"], file["size"], file["container"], file["sha256"]),
                          ("one.zip", len(CONTENT), self.inbox, sha256_hex(CONTENT)))
         self.assertEqual(self.content(file["id"]), CONTENT)
@@ -66,19 +66,19 @@ class Uploads(WireTest):
         self.assertEqual(self.content(int(done.headers["Kelvo-File-Ids"])), CONTENT)
 
     def test_an_empty_file_is_complete_at_once(self):
-        reply = self.olga.create("empty.zip", [self.inbox], 0)
-        self.assertEqual(reply.headers["Repr-Digest"], digest_header(b""))
-        file = reply.json()["files"][0]
+        answer = self.olga.create("empty.zip", [self.inbox], 0)
+        self.assertEqual(answer.headers["Repr-Digest"], digest_header(b""))
+        file = answer.json()["files"][0]
         self.assertEqual((file["size"], self.content(file["id"])), (0, b""))
 
     def test_n_targets_make_n_files_in_the_order_given(self):
         inboxes = [make_inbox(self.olga, project) for project in ("Pivots", "Curves", "AB Lines")]
         order = [inboxes[1], inboxes[0], inboxes[2]]
-        reply = self.olga.create("three.zip", order, 5, b"three")
-        files = reply.json()["files"]
+        answer = self.olga.create("three.zip", order, 5, b"three")
+        files = answer.json()["files"]
         self.assertEqual([file["container"] for file in files], order)
         self.assertEqual(len({file["id"] for file in files}), 3)
-        self.assertEqual(reply.headers["Kelvo-File-Ids"], ",".join(str(file["id"]) for file in files))
+        self.assertEqual(answer.headers["Kelvo-File-Ids"], ",".join(str(file["id"]) for file in files))
         for file in files:
             self.assertEqual(self.content(file["id"]), b"three")
         self.olga.delete(f"/resources/{files[0]['id']}")
@@ -87,8 +87,8 @@ class Uploads(WireTest):
     def test_the_office_writes_to_every_inbox_and_an_operator_only_to_own_inboxes(self):
         file = self.anna.put("office.zip", [self.inbox], b"o")[0]
         self.assertEqual(self.content(file["id"]), b"o")
-        reply = self.piet.create("x.zip", [self.inbox], 1, b"x", expect=403)
-        self.refused(reply, "forbidden")
+        answer = self.piet.create("x.zip", [self.inbox], 1, b"x", expect=403)
+        self.refused(answer, "forbidden")
         his = make_inbox(self.piet)
         self.piet.create("x.zip", [his, self.inbox], 1, b"x", expect=403)
         self.assertEqual(self.names(self.piet, his), [])
@@ -161,8 +161,8 @@ class Uploads(WireTest):
     def test_bodies_of_another_media_type_are_refused(self):
         location = self.olga.create("type.zip", [self.inbox], 4).headers["Location"]
         for media in ("application/json", "application/octet-stream", "text/plain", "application/offset+octet-streams"):
-            reply = self.olga.tus("PATCH", location, 415, headers={"Upload-Offset": "0", "Content-Type": media}, body=b"abcd")
-            self.refused(reply, "unsupported-media-type")
+            answer = self.olga.tus("PATCH", location, 415, headers={"Upload-Offset": "0", "Content-Type": media}, body=b"abcd")
+            self.refused(answer, "unsupported-media-type")
             self.olga.create("type.zip", [self.inbox], 4, b"abcd", expect=415, headers={"Content-Type": media})
         self.assertEqual(self.olga.offset(location), 0)
 
@@ -177,10 +177,10 @@ class Uploads(WireTest):
                     self.olga.request(method, path, 412, headers={**headers, "Tus-Resumable": version})
         self.assertEqual(self.olga.offset(location), 0)
 
-    def test_every_reply_has_the_protocols_version(self):
-        for reply in (self.olga.create("a/b", [self.inbox], 1, expect=422), self.olga.tus("HEAD", "/uploads/none", 404),
+    def test_every_answer_has_the_protocols_version(self):
+        for answer in (self.olga.create("a/b", [self.inbox], 1, expect=422), self.olga.tus("HEAD", "/uploads/none", 404),
                       self.olga.request("OPTIONS", "/uploads", 204)):
-            self.assertEqual(reply.headers["Tus-Resumable"], "1.0.0", reply)
+            self.assertEqual(answer.headers["Tus-Resumable"], "1.0.0", answer)
 
     def test_wrong_creation_headers_are_refused(self):
         good = {"Upload-Length": "1", "Upload-Metadata": metadata("bad.zip", [self.inbox])}
@@ -198,8 +198,8 @@ class Uploads(WireTest):
 
     def test_unknown_metadata_is_ignored(self):
         both = metadata("known.zip", [self.inbox])
-        reply = self.olga.create("", [], 1, b"x", headers={"Upload-Metadata": f"filetype dGV4dA==,{both},is_confidential"})
-        self.assertEqual(reply.json()["files"][0]["name"], "known.zip")
+        answer = self.olga.create("", [], 1, b"x", headers={"Upload-Metadata": f"filetype dGV4dA==,{both},is_confidential"})
+        self.assertEqual(answer.json()["files"][0]["name"], "known.zip")
 
     def test_a_deleted_upload_is_not_found(self):
         location = self.olga.create("given-up.zip", [self.inbox], 10, b"0123").headers["Location"]
@@ -209,11 +209,11 @@ class Uploads(WireTest):
         self.olga.tus("DELETE", location, (404, 410))
 
     def test_a_finished_upload_cannot_be_deleted(self):
-        reply = self.olga.create("finished.zip", [self.inbox], 1, b"f", key="finished")
-        self.refused(self.olga.tus("DELETE", reply.headers["Location"], 409), "conflict")
-        self.assertEqual(self.content(reply.json()["files"][0]["id"]), b"f")
+        answer = self.olga.create("finished.zip", [self.inbox], 1, b"f", key="finished")
+        self.refused(self.olga.tus("DELETE", answer.headers["Location"], 409), "conflict")
+        self.assertEqual(self.content(answer.json()["files"][0]["id"]), b"f")
         again = self.olga.create("finished.zip", [self.inbox], 1, key="finished")
-        self.assertEqual(again.json()["files"], reply.json()["files"])
+        self.assertEqual(again.json()["files"], answer.json()["files"])
 
     def test_other_users_cannot_use_an_upload(self):
         location = self.olga.create("mine.zip", [self.inbox], 4, b"ab").headers["Location"]
@@ -264,9 +264,9 @@ class Uploads(WireTest):
 
     def test_a_large_file_arrives_complete(self):
         large = CONTENT * 3000  # About 30 MB
-        reply = self.olga.create("large.zip", [self.inbox], len(large), large)
-        self.assertEqual(reply.headers["Repr-Digest"], digest_header(large))
-        self.assertEqual(self.content(reply.json()["files"][0]["id"]), large)
+        answer = self.olga.create("large.zip", [self.inbox], len(large), large)
+        self.assertEqual(answer.headers["Repr-Digest"], digest_header(large))
+        self.assertEqual(self.content(answer.json()["files"][0]["id"]), large)
 
     def test_an_acknowledged_upload_has_its_event(self):
         with EventStream(self.olga) as stream:

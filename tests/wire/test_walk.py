@@ -94,9 +94,9 @@ class Walk(WireTest):
             client.token = token
             for method, template in self.secured():
                 with self.subTest(method=method, template=template, token=token is not None):
-                    reply = self.request(client, method, template, expect=401)
+                    answer = self.request(client, method, template, expect=401)
                     if method != "HEAD":
-                        self.refused(reply, "unauthenticated")
+                        self.refused(answer, "unauthenticated")
         self.check_nothing_has_changed()
 
     def test_resources_of_another_farm_look_like_missing_resources(self):
@@ -147,11 +147,11 @@ class Walk(WireTest):
                 if method in allowed or (method == "HEAD" and "GET" in allowed):
                     continue
                 with self.subTest(method=method, template=template):
-                    reply = self.request(self.olga, method, template, expect=405)
-                    listed = {name.strip() for name in reply.headers["Allow"].split(",")}
+                    answer = self.request(self.olga, method, template, expect=405)
+                    listed = {name.strip() for name in answer.headers["Allow"].split(",")}
                     self.assertTrue(allowed <= listed <= allowed | {"HEAD", "OPTIONS"}, listed)
                     if method != "HEAD":
-                        self.refused(reply, "method-not-allowed")
+                        self.refused(answer, "method-not-allowed")
         self.check_nothing_has_changed()
 
     def test_head_on_a_readable_route_never_has_a_body(self):
@@ -178,7 +178,7 @@ class Walk(WireTest):
             with self.subTest(target=target):
                 status, headers, body = exchange(self.service, f"GET {target} HTTP/1.1\r\n{head}".encode())
                 self.assertIn(status, (400, 404))
-                CONTRACT.check_reply("GET", target, status, headers, body)
+                CONTRACT.check_answer("GET", target, status, headers, body)
 
 
 if __name__ == "__main__":

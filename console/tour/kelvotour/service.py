@@ -90,8 +90,8 @@ class Service:
     def get(self, path):
         """Gets a page from the listener for health and metrics."""
         try:
-            with urllib.request.urlopen(f"http://{self.metrics_address}{path}", timeout=GUARD_SECONDS) as reply:
-                return reply.read().decode()
+            with urllib.request.urlopen(f"http://{self.metrics_address}{path}", timeout=GUARD_SECONDS) as answer:
+                return answer.read().decode()
         except (OSError, urllib.error.URLError) as failure:
             raise ServiceError(f"{path}: {failure}") from None
 

@@ -43,10 +43,10 @@ class Wire:
         """Uploads a file in one request. Returns its id."""
         metadata = ",".join(f"{key} {base64.b64encode(text.encode()).decode()}"
                             for key, text in (("name", name), ("targets", str(inbox_id))))
-        reply = self._ask("POST", "/uploads", content, {
+        answer = self._ask("POST", "/uploads", content, {
             "Tus-Resumable": "1.0.0", "Upload-Length": str(len(content)), "Upload-Metadata": metadata,
             "Content-Type": "application/offset+octet-stream"})
-        return json.loads(reply)["files"][0]["id"]
+        return json.loads(answer)["files"][0]["id"]
 
     def digest(self, file_id):
         """The SHA-256 of the content that the service delivers."""
@@ -64,10 +64,10 @@ class Wire:
             headers["Authorization"] = "Bearer " + self.token
         try:
             connection.request(method, BASE + path, body, headers)
-            reply = connection.getresponse()
-            content = reply.read()
+            answer = connection.getresponse()
+            content = answer.read()
         finally:
             connection.close()
-        if reply.status >= 300:
-            raise WireError(f"{method} {path}: {reply.status} {content[:200]!r}")
+        if answer.status >= 300:
+            raise WireError(f"{method} {path}: {answer.status} {content[:200]!r}")
         return content

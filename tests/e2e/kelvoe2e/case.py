@@ -79,8 +79,8 @@ class FarmCase(unittest.TestCase):
             request.add_header("Content-Type", "application/json")
         if token:
             request.add_header("Authorization", "Bearer " + token)
-        with urllib.request.urlopen(request, data, context=self.tls, timeout=60) as reply:
-            text = reply.read()
+        with urllib.request.urlopen(request, data, context=self.tls, timeout=60) as answer:
+            text = answer.read()
         return json.loads(text) if text else None
 
     def console(self, address=None, ca=None, password=PASSWORD, data=None, **options):

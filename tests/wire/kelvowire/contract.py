@@ -1,4 +1,4 @@
-"""Checks replies against the written API: finds the operation of a request and compares the reply with its
+"""Checks answers against the written API: finds the operation of a request and compares the answer with its
 documentation.
 
 The schema language is the part of JSON Schema 2020-12 that openapi.yaml uses. An unknown keyword is an error, so
@@ -16,7 +16,7 @@ TYPES = {"object": dict, "array": list, "string": str, "boolean": bool, "null": 
 
 
 class Violation(AssertionError):
-    """A reply, or the written API itself, is wrong."""
+    """An answer, or the written API itself, is wrong."""
 
 
 class Contract:
@@ -66,8 +66,8 @@ class Contract:
     def methods(self, template):
         return {method for method, path, _ in self.operations() if path == template}
 
-    def check_reply(self, method, target, status, headers, body):
-        """Raises Violation unless the reply is documented: its status, headers, media type and body."""
+    def check_answer(self, method, target, status, headers, body):
+        """Raises Violation unless the answer is documented: its status, headers, media type and body."""
         template = self.template(target)
         operation = self.document["paths"].get(template, {}).get(method.lower()) if template else None
         where = f"{method} {target} -> {status}"

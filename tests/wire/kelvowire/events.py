@@ -27,7 +27,7 @@ class EventStream:
         self._response = self._connection.getresponse()
         if self._response.status != 200:
             raise AssertionError(f"no event stream: {self._response.status} {self._response.read()!r}")
-        CONTRACT.check_reply("GET", target, 200, self._response.headers, None)
+        CONTRACT.check_answer("GET", target, 200, self._response.headers, None)
         media = self._response.headers["Content-Type"].split(";")[0]
         if media != "text/event-stream":
             raise AssertionError(f"an event stream of type {media}")

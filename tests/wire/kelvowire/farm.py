@@ -83,5 +83,5 @@ class WireTest(unittest.TestCase):
     def names(self, client, inbox):
         return [entry["name"] for entry in self.entries(client, inbox)]
 
-    def refused(self, reply, problem):
-        self.assertEqual(reply.problem, problem, reply)
+    def refused(self, answer, problem):
+        self.assertEqual(answer.problem, problem, answer)

@@ -1,4 +1,4 @@
-"""An HTTP client that checks every reply against the written API."""
+"""An HTTP client that checks every answer against the written API."""
 
 import base64
 import hashlib
@@ -21,7 +21,7 @@ LEAKS = re.compile(r"/tmp/|/home/|\bSELECT\b|\bINSERT\b|sqlite|soci|\.cpp|boost|
                    re.IGNORECASE)
 
 
-class Reply:
+class Answer:
     def __init__(self, method, target, status, headers, body):
         self.method, self.target, self.status, self.headers, self.body = method, target, status, headers, body
 
@@ -77,7 +77,7 @@ class Client:
         return headers
 
     def request(self, method, path, expect=None, headers=None, body=None, json=None, check=True):
-        """Sends a request and checks the reply. `expect` is a status or several. A path without the base path gets
+        """Sends a request and checks the answer. `expect` is a status or several. A path without the base path gets
         it.
         """
         headers = self.headers(headers)
@@ -89,22 +89,22 @@ class Client:
         try:
             connection.request(method, target, body=body, headers=headers)
         except (BrokenPipeError, ConnectionResetError, ssl.SSLError):
-            pass  # Refused while the body was sent: the reply must be readable anyway.
+            pass  # Refused while the body was sent: the answer must be readable anyway.
         response = connection.getresponse()
-        reply = Reply(method, target, response.status, response.headers, response.read())
+        answer = Answer(method, target, response.status, response.headers, response.read())
         if response.will_close:
             self.close()
-        self.judge(reply, expect, check)
-        return reply
+        self.judge(answer, expect, check)
+        return answer
 
     @staticmethod
-    def judge(reply, expect, check=True):
-        if expect is not None and reply.status not in (expect if isinstance(expect, (tuple, list, set)) else (expect,)):
-            raise AssertionError(f"expected {expect}: {reply}")
-        if reply.status >= 400 and LEAKS.search(reply.body.decode("utf-8", "replace")):
-            raise AssertionError(f"an internal detail in a problem: {reply}")
+    def judge(answer, expect, check=True):
+        if expect is not None and answer.status not in (expect if isinstance(expect, (tuple, list, set)) else (expect,)):
+            raise AssertionError(f"expected {expect}: {answer}")
+        if answer.status >= 400 and LEAKS.search(answer.body.decode("utf-8", "replace")):
+            raise AssertionError(f"an internal detail in a problem: {answer}")
         if check:
-            CONTRACT.check_reply(reply.method, reply.target, reply.status, reply.headers, reply.body)
+            CONTRACT.check_answer(answer.method, answer.target, answer.status, answer.headers, answer.body)
 
     def get(self, path, expect=200, **arguments):
         return self.request("GET", path, expect, **arguments)
@@ -181,7 +181,7 @@ def cut(connection):
 
 
 def exchange(service, request, tls=True):
-    """Sends raw bytes and reads until the service closes or the first reply is whole: (status, headers, body)."""
+    """Sends raw bytes and reads until the service closes or the first answer is whole: (status, headers, body)."""
     with raw_socket(service, tls) as connection:
         try:
             connection.sendall(request)
@@ -197,7 +197,7 @@ def metrics(service, path="/metrics"):
     address = f"http://{service.metrics_host}:{service.metrics_port}{path}"
     opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
     try:
-        with opener.open(address, timeout=TIMEOUT) as reply:
-            return reply.status, reply.read().decode()
+        with opener.open(address, timeout=TIMEOUT) as answer:
+            return answer.status, answer.read().decode()
     except urllib.error.HTTPError as refusal:
         return refusal.code, refusal.read().decode()
