@@ -67,12 +67,12 @@ std::vector<Inbox> inboxesOf(soci::session& sql, const User& user)
     Inbox inbox;
     std::vector<Inbox> inboxes;
     const Id farm = user.farmId();
-    // Without the projects the database would walk all inboxes of the farm.
+    // Without the projects and the plus the database would walk all inboxes of the farm.
     soci::statement query =
         (intoInbox(sql.prepare << selectInboxes
                                << " AND i.owner_id = :owner AND i.project_id IN"
                                   " (SELECT p.id FROM projects p WHERE p.farm_id = :same)"
-                                  " ORDER BY i.id",
+                                  " ORDER BY +i.id",
                    inbox),
          use(farm), use(user.id), use(farm));
     query.execute();

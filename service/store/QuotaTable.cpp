@@ -101,10 +101,12 @@ Usage usageOfFarm(soci::session& sql, Id farm)
 Usage usageOfUser(soci::session& sql, Id farm, Id user)
 {
     Usage usage = storageOfUser(sql, farm, user);
+    // The plus and the projects: otherwise the database would walk the farm's bin and all inboxes.
     sql << "SELECT COUNT(*), COALESCE(SUM(size_bytes), 0) FROM files WHERE farm_id = :farm"
-           " AND inbox_id IN (SELECT id FROM inboxes WHERE farm_id = :same AND owner_id = :user)"
-           " AND deleted_ms IS NOT NULL",
-        into(usage.binFiles), into(usage.binBytes), use(farm), use(farm), use(user);
+           " AND inbox_id IN (SELECT id FROM inboxes WHERE farm_id = :same AND owner_id = :user"
+           " AND project_id IN (SELECT id FROM projects WHERE farm_id = :too))"
+           " AND +deleted_ms IS NOT NULL",
+        into(usage.binFiles), into(usage.binBytes), use(farm), use(farm), use(user), use(farm);
     sql << "SELECT COUNT(*) FROM sessions WHERE user_id = :user", into(usage.sessions), use(user);
     return usage;
 }

@@ -142,7 +142,7 @@ class Memory(WireTest):
 
     def test_a_large_answer_needs_no_memory_for_itself(self):
         of_anna = (*LARGE, f"/resources/{self.inbox}", f"/users/{self.olga}/export")
-        for name, paths in (("anna", of_anna), ("admin", LARGE_OF_ADMINS), ("olga", ("/sessions",))):
+        for name, paths in (("anna", of_anna), ("admin", (*LARGE_OF_ADMINS, f"/farms/{self.farm}/usage")), ("olga", ("/sessions",))):
             client = self.user(name)
             for path, coding in itertools.product(paths, ("gzip", "identity")):
                 with self.subTest(path=path, coding=coding):
