@@ -89,7 +89,7 @@ private:
     TStoredSettings m_inUse;
     const TReadLink m_readLink;
     TFileCount m_files;
-    bool m_isMoveDrawn = false;    // the last look drew a moving transfer; the next look does not
+    bool m_isMoveDrawn = false;    // the last poll drew a moving transfer; the next poll does not
     bool m_isBetweenFiles = false; // the last look found no transfer while files were transferred
     QString m_loginFailure;        // the plug-in's reason, simple HTML
     TDashboard m_dashboard;
