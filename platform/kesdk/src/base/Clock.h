@@ -15,7 +15,7 @@ inline bool IsAborted(const AbortCheck& check)
     return check && check();
 }
 
-inline constexpr std::int64_t kDayS = 24 * 60 * 60;
+inline constexpr std::int64_t kDayS = std::int64_t{24} * 60 * 60;
 
 class Clock
 {
