@@ -15,6 +15,7 @@ namespace kelvo {
 namespace {
 
 constexpr int badUsage = 2;
+constexpr long long mostEventsWithHours = 1000000; // so that a farm cannot fill the disk
 
 /** Reads "1000" (events) or "72h" (hours). Returns an error text, empty on success. */
 std::string readRetention(const std::string& text, ServeOptions& options)
@@ -26,7 +27,7 @@ std::string readRetention(const std::string& text, ServeOptions& options)
         return "give a number of events, or hours such as 72h";
     }
     options.eventHours = hours ? static_cast<int>(*number) : 0;
-    options.eventsKept = hours ? 0 : static_cast<long long>(*number);
+    options.eventsKept = hours ? mostEventsWithHours : static_cast<long long>(*number);
     return {};
 }
 
@@ -192,8 +193,7 @@ void addOptions(CLI::App& serve, ServeOptions& options)
     addReadOption(serve, options, "--password-cost", readCost,
                   "Cost of a password hash: min, interactive or moderate", "interactive");
     addReadOption(serve, options, "--event-retention", readRetention,
-                  "Events kept for each farm: a number, or hours such as 72h; with hours, the "
-                  "number is unlimited",
+                  "Events kept for each farm: a number, or hours such as 72h and at most a million",
                   std::to_string(options.eventsKept));
     serve.add_option("--log-level", options.logLevel, "debug, info, warning or error")
         ->check(CLI::IsMember({"debug", "info", "warning", "error"}))

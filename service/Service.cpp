@@ -17,6 +17,7 @@
 #include "service/metrics/MonitorApplication.h"
 #include "service/metrics/ProcessMetrics.h"
 #include "service/store/Errors.h"
+#include "service/store/ReserveShares.h"
 #include "service/store/StateQueries.h"
 #include "service/tls/CertificateKeeper.h"
 #include "service/web/WebApplication.h"
@@ -158,6 +159,8 @@ struct Backend
             [this](const std::vector<store::Event>& events) { hub.publish(events); });
         database->onDoubt([this](const std::set<store::Id>& farms) { hub.reread(farms); });
         database->onFull([this] { return reserve.release(); });
+        database->onChange(
+            [this](const store::Transaction& change) { return reserveShares.admit(change); });
         checkClock(clock, *database, folder.path());
         makeFirstAdmin(*database, accounts.passwords(), clock, folder.path());
         context.settings.maxUploadBytes = options.maxUploadBytes;
@@ -183,6 +186,7 @@ struct Backend
     ServiceClock clock{machineClock};
     HeldBack heldBack;
     DiskReserve reserve;
+    store::ReserveShares reserveShares{reserve};
     const std::unique_ptr<store::Database> database;
     content::ContentStore contentStore;
     content::DigestCache digests;

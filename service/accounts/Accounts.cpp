@@ -81,6 +81,7 @@ struct Accounts::Attempt
             entry.actor = known->user.id;
             entry.actorName = known->user.name;
             entry.farm = known->user.farmId();
+            entry.isOfAdmin = known->user.role == store::ERole::Admin;
         }
         return entry;
     }

@@ -18,6 +18,7 @@ void audit(store::Transaction& transaction, const Context& context, const std::s
     entry.objectKind = change.objectKind;
     entry.object = change.object;
     entry.objectName = change.userName;
+    entry.isOfAdmin = actor.role == store::ERole::Admin;
     store::addAudit(transaction, std::move(entry));
 }
 

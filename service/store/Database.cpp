@@ -17,6 +17,10 @@ namespace {
 /** The largest number of changes in one commit. It limits the wait of the first change. */
 constexpr std::size_t largestBatch = 128;
 
+/** A change that the disk has room for, but that may not use more of the reserve. */
+class ReserveRefused : public std::exception
+{};
+
 } // namespace
 
 Database::Database(std::unique_ptr<Dialect> dialect, unsigned readers)
@@ -221,17 +225,27 @@ void Database::notify(const std::vector<Job*>& batch, bool inDoubt)
     }
 }
 
+void Database::runChange(Job& job)
+{
+    Transaction transaction{*writer_, {}, {}};
+    job.run(transaction);
+    if (mayCommit_ && !mayCommit_(transaction)) {
+        throw ReserveRefused();
+    }
+    job.events = std::move(transaction.events);
+    job.audit = std::move(transaction.audit);
+}
+
 void Database::runJob(Job& job)
 {
     *writer_ << "SAVEPOINT change";
-    Transaction transaction{*writer_, {}, {}};
     try {
-        job.run(transaction);
-        job.events = std::move(transaction.events);
-        job.audit = std::move(transaction.audit);
+        runChange(job);
     } catch (const std::exception& error) {
         try {
             rethrow(error);
+        } catch (const ReserveRefused&) {
+            job.error = std::make_exception_ptr(StorageFull());
         } catch (const StorageFull&) {
             throw; // the database may have rolled back the whole transaction
         } catch (...) {

@@ -69,6 +69,15 @@ public:
      */
     void onFull(std::function<bool()> makeRoom) { makeRoom_ = std::move(makeRoom); }
 
+    /**
+     * Called on the writer's thread after each change and before its commit. If `mayCommit` returns
+     * false, the change is rolled back and fails with StorageFull. Set before the first write.
+     */
+    void onChange(std::function<bool(const Transaction&)> mayCommit)
+    {
+        mayCommit_ = std::move(mayCommit);
+    }
+
     template <class F>
     Async<std::invoke_result_t<F&, soci::session&>> read(F query)
     {
@@ -161,6 +170,7 @@ private:
     void failBatch(const std::vector<Job*>& batch);
     void notify(const std::vector<Job*>& batch, bool inDoubt);
     void runJob(Job& job);
+    void runChange(Job& job);
     void begin(const std::vector<Job*>& batch);
     void commit();
 
@@ -168,6 +178,7 @@ private:
     CommitListener commitListener_;
     DoubtListener doubtListener_;
     std::function<bool()> makeRoom_;
+    std::function<bool(const Transaction&)> mayCommit_;
     std::mutex sessionsMutex_; // guards idleSessions_
     std::vector<std::unique_ptr<soci::session>> idleSessions_;
     std::mutex queueMutex_; // guards queue_ and stopping_

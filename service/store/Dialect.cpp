@@ -62,6 +62,8 @@ public:
             "PRAGMA foreign_keys = ON",
             "PRAGMA cache_size = -1024",
             "PRAGMA temp_store = MEMORY",
+            // A long reader, such as a backup, lets the log grow; later the log shrinks again.
+            "PRAGMA journal_size_limit = 16777216",
         };
         for (const char* setting : settings) {
             *session << setting;

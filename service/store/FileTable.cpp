@@ -172,6 +172,8 @@ std::vector<std::string> removeBinned(Transaction& transaction, const BinSelecti
     for (const auto& [farmOfFile, file] : files) {
         const Id owner = ownerOf(transaction.sql, farmOfFile, file.inbox);
         countFiles(transaction, farmOfFile, owner, -1, -file.sizeBytes);
+        transaction.sql << "DELETE FROM uploads WHERE farm_id = :farm AND first_file = :id",
+            use(farmOfFile), use(file.id);
         transaction.sql << "DELETE FROM files WHERE farm_id = :farm AND id = :id", use(farmOfFile),
             use(file.id);
         digests.insert(file.sha256);

@@ -136,6 +136,7 @@ struct AuditEntry
     std::string objectKind; // "user", "file" and so on
     Id object = 0;
     std::string objectName; // of a user only
+    bool isOfAdmin = false; // the actor is an administrator; not stored
 };
 
 } // namespace kelvo::store

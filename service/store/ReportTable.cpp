@@ -59,7 +59,8 @@ void setDevice(Transaction& transaction, Id console, const std::string& hardware
         use(console), use(hardwareAddress), use(document), use(nowMs);
 }
 
-void addPosition(Transaction& transaction, Id console, Id user, const Position& position)
+void addPosition(Transaction& transaction, Id console, Id user, const Position& position,
+                 long long most)
 {
     soci::session& sql = transaction.sql;
     Id number = 0;
@@ -70,6 +71,9 @@ void addPosition(Transaction& transaction, Id console, Id user, const Position& 
            " VALUES (:console, :number, :user, :time, :latitude, :longitude, :received)",
         use(console), use(number), use(user), use(position.timeS), use(position.latitudeDeg),
         use(position.longitudeDeg), use(position.receivedMs);
+    const Id upTo = number - most;
+    sql << "DELETE FROM track WHERE console_id = :console AND number <= :upTo", use(console),
+        use(upTo);
 }
 
 void prunePositions(Transaction& transaction, long long receivedBeforeMs)

@@ -33,8 +33,15 @@ inline constexpr long long maxDevicesOfAUser = 250;
 void setDevice(Transaction& transaction, Id console, const std::string& hardwareAddress,
                const std::string& document, long long nowMs);
 
-/** Adds the position as the newest of the console's track, even if its time is older. */
-void addPosition(Transaction& transaction, Id console, Id user, const Position& position);
+/** More than one in 30 s for 30 days. */
+inline constexpr long long maxPositionsOfAConsole = 100000;
+
+/**
+ * Adds the position as the newest of the console's track, even if its time is older. Removes the
+ * console's oldest positions above `most`.
+ */
+void addPosition(Transaction& transaction, Id console, Id user, const Position& position,
+                 long long most = maxPositionsOfAConsole);
 
 /** Removes old positions, except each console's newest position. */
 void prunePositions(Transaction& transaction, long long receivedBeforeMs);

@@ -249,6 +249,25 @@ constexpr const char* sessionOrder[] = {
     "CREATE INDEX sessions_by_user ON sessions (user_id, created_ms, token_hash)",
 };
 
+// The result of an upload goes with its first file. So the quota of files also limits the results.
+// The cast reads the first id of the list.
+constexpr const char* uploadResults[] = {
+    "ALTER TABLE uploads ADD COLUMN first_file BIGINT NOT NULL DEFAULT 0",
+    "UPDATE uploads SET first_file = CAST(files AS BIGINT) WHERE finished = 1",
+    "DELETE FROM uploads WHERE finished = 1 AND NOT EXISTS (SELECT 1 FROM files f"
+    " WHERE f.farm_id = uploads.farm_id AND f.id = uploads.first_file)",
+    "CREATE INDEX uploads_by_file ON uploads (farm_id, first_file)",
+    "DROP INDEX uploads_by_expiry",
+    "CREATE INDEX uploads_by_expiry ON uploads (expires_ms) WHERE finished = 0",
+    "CREATE INDEX upload_results_by_expiry ON uploads (expires_ms)"
+    " WHERE finished = 1 AND idempotency_key IS NULL",
+};
+
+// The clean-up asks which consoles have a session.
+constexpr const char* sessionsOfConsoles[] = {
+    "CREATE INDEX sessions_by_console ON sessions (console_id)",
+};
+
 /** Step N migrates version N to N+1. A released step is never changed; new steps are added. */
 constexpr std::array migrations{
     std::span<const char* const>(firstSchema),
@@ -266,6 +285,8 @@ constexpr std::array migrations{
     std::span<const char* const>(auditShares),
     std::span<const char* const>(fetches),
     std::span<const char* const>(sessionOrder),
+    std::span<const char* const>(uploadResults),
+    std::span<const char* const>(sessionsOfConsoles),
 };
 
 int readVersion(soci::session& sql)

@@ -139,9 +139,10 @@ void finishUpload(Transaction& transaction, const Upload& upload)
 {
     const std::string files = joinIds(upload.files);
     const std::string warnings = joinWarnings(upload.warnings);
+    const Id first = upload.files.empty() ? 0 : upload.files.front();
     transaction.sql << "UPDATE uploads SET finished = 1, sha256 = :sha, files = :files,"
-                       " warnings = :warnings WHERE id = :id",
-        use(upload.sha256), use(files), use(warnings), use(upload.id);
+                       " first_file = :first, warnings = :warnings WHERE id = :id",
+        use(upload.sha256), use(files), use(first), use(warnings), use(upload.id);
 }
 
 void forgetKey(Transaction& transaction, const std::string& id)
@@ -214,25 +215,9 @@ bool isRepeatable(soci::session& sql, const Upload& upload)
 
 void forgetOldResults(Transaction& transaction, long long nowMs)
 {
-    UploadRow row;
-    std::vector<std::string> obsolete;
-    {
-        soci::statement query =
-            (intoUpload(transaction.sql.prepare << selectUploads
-                                                << " WHERE finished = 1 AND expires_ms <= :now",
-                        row),
-             use(nowMs));
-        query.execute();
-        while (query.fetch()) {
-            const Upload upload = row.take();
-            if (upload.key.empty() || !isRepeatable(transaction.sql, upload)) {
-                obsolete.push_back(upload.id);
-            }
-        }
-    }
-    for (const std::string& id : obsolete) {
-        transaction.sql << "DELETE FROM uploads WHERE id = :id", use(id);
-    }
+    transaction.sql << "DELETE FROM uploads WHERE finished = 1 AND idempotency_key IS NULL"
+                       " AND expires_ms <= :now",
+        use(nowMs);
 }
 
 } // namespace kelvo::store

@@ -16,7 +16,10 @@ void addUpload(Transaction& transaction, const Upload& upload);
 std::optional<Upload> uploadById(soci::session& sql, const std::string& id);
 std::optional<Upload> uploadByKey(soci::session& sql, Id user, const std::string& key);
 
-/** Stores the result, so that a repeat of the request gets the same answer. */
+/**
+ * Stores the result, so that a repeat of the request gets the same answer. The result is removed
+ * with the first file of the upload.
+ */
 void finishUpload(Transaction& transaction, const Upload& upload);
 
 /** Removes the upload's key. */
@@ -49,7 +52,7 @@ bool removeExpiredUpload(Transaction& transaction, const std::string& id, long l
  */
 bool isRepeatable(soci::session& sql, const Upload& upload);
 
-/** Removes finished uploads that expired before `nowMs` and that no repeat can get. */
+/** Removes the results of uploads without a key that expired before `nowMs`. */
 void forgetOldResults(Transaction& transaction, long long nowMs);
 
 /** "10,11" and back. Empty if the text is not a list of ids. */

@@ -65,7 +65,7 @@ TEST(ServeCommand, ReadsItsOptions)
     EXPECT_EQ(options->names, (std::vector<std::string>{"a", "b"}));
     EXPECT_EQ(options->passwordCost, accounts::EPasswordCost::Minimal);
     EXPECT_EQ(options->eventHours, 72);
-    EXPECT_EQ(options->eventsKept, 0);
+    EXPECT_EQ(options->eventsKept, 1000000);
     EXPECT_EQ(options->maxUploadBytes, 10);
     EXPECT_EQ(parse({"serve", "--data", "d", "--listen", "h:1", "--event-retention", "7"})
                   .serve->eventsKept,

@@ -225,6 +225,30 @@ class Reserve(DiskTest):
         self.assertEqual(os.stat(self.service.path("reserve")).st_blocks * 512, self.RESERVE)
         self.end()
 
+    def test_one_farm_cannot_use_up_the_reserve_by_small_changes(self):
+        file = self.olga.put("kept.zip", [self.inbox], CONTENT)[0]["id"]
+        otto = log_in(self.service, "otto")
+        self.addCleanup(otto.close)
+        self.service.fill()
+        for number in range(10000):
+            reply = self.olga.request("PATCH", f"/resources/{file}", (200, 507), json={"name": f"{number}".zfill(200)})
+            if reply.status == 507:
+                break
+        self.full(reply)
+        self.assertGreater(number, 100)
+        # The write-ahead log takes 4 MiB of the reserve.
+        self.assertGreater(os.stat(self.service.path("reserve")).st_blocks * 512, self.RESERVE // 4)
+        otto.delete("/sessions/current")
+        log_in(self.service, "otto").close()
+        admin = log_in_admin(self.service)
+        self.addCleanup(admin.close)
+        admin.post("/users", json={"farm": "Hill Farm", "name": "nils", "password": PASSWORD, "role": "operator"})
+        self.olga.get(f"/resources/{file}/content")
+        self.service.clear()
+        self.olga.put("new.zip", [self.inbox], b"new")
+        self.olga.delete(f"/resources/{file}")
+        self.end()
+
     def test_keeps_the_half_of_the_reserve_from_reports(self):
         texts = dict.fromkeys(("console_string", "text4", "kind", "text6"), "\U0001f69c" * 255)
         report = {"timestamp_ms": 1, "console": {"host_string": "\U0001f69c" * 1000, **texts}, "controller": texts}

@@ -229,6 +229,17 @@ TEST_P(StoreConsoles, HaveATrackInTheOrderOfReceiptWithStablePages)
     EXPECT_THAT(track(console, {now + 2, now + 4, 3, 10}), ElementsAre(2));
 }
 
+TEST_P(StoreConsoles, KeepALimitedNumberOfPositions)
+{
+    const store::Id console = report(logIn(olga, "a"), "");
+    const store::Id other = report(logIn(piet, "b"), "");
+    addPositions(other, 3);
+    addPositions(console, 3);
+    write([&](Transaction& t) { store::addPosition(t, console, olga.id, {1, 50, 8, now}, 2); });
+    EXPECT_THAT(track(console, {{}, {}, {}, 10}), ElementsAre(4, 3));
+    EXPECT_THAT(track(other, {{}, {}, {}, 10}), ElementsAre(3, 2, 1));
+}
+
 TEST_P(StoreConsoles, KeepTheirNewestPositionWhenOldOnesArePruned)
 {
     const store::Id console = report(logIn(olga, "a"), "");

@@ -71,6 +71,43 @@ TEST_F(FullSqlite, RunsAChangeAgainAfterRoomWasMade)
     EXPECT_EQ(runs, 4);
 }
 
+/** Not part of the contract: only SQLite has this file. */
+class WriteAheadLog : public FullSqlite
+{
+protected:
+    void writeMiB(int times)
+    {
+        for (int i = 0; i < times; ++i) {
+            database.writeNow([this](Transaction& t) {
+                store::addFarm(t, std::to_string(++runs) + std::string(1024UL * 1024, 'x'));
+            });
+        }
+    }
+
+    std::uintmax_t sizeMiB() const
+    {
+        return std::filesystem::file_size(folder.Path() / "store.sqlite-wal") / (1024UL * 1024);
+    }
+};
+
+TEST_F(WriteAheadLog, StaysSmall)
+{
+    writeMiB(40);
+    EXPECT_LT(sizeMiB(), 12U);
+}
+
+TEST_F(WriteAheadLog, ShrinksAfterALongReader)
+{
+    database.readNow([this](soci::session& sql) {
+        store::allFarms(sql);
+        writeMiB(20);
+        EXPECT_GT(sizeMiB(), 19U);
+        return 0;
+    });
+    writeMiB(10);
+    EXPECT_LE(sizeMiB(), 16U);
+}
+
 TEST_F(FullSqlite, GivesUpIfNoRoomCanBeMade)
 {
     int asked = 0;

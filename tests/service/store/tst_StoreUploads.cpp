@@ -7,6 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+
 namespace kelvo::test {
 namespace {
 
@@ -161,9 +163,38 @@ TEST_P(StoreContract, KeepsTheResultsOfKeyedUploadsWhileTheirFilesExist)
     EXPECT_FALSE(find(*database, "keyless"));
     write([&](Transaction& t) {
         store::moveToBin(t, farm, file.id, "olga", now);
-        store::forgetOldResults(t, 1000);
+        store::purgeFile(t, farm, file.id);
     });
     EXPECT_FALSE(find(*database, "keyed"));
+}
+
+TEST_P(StoreContract, RemovesTheResultsOfUploadsWithTheirFilesOnly)
+{
+    const store::User user = addUser(addFarm("Hill Farm"), "olga");
+    const store::Id farm = user.farmId();
+    const store::Inbox inbox =
+        write([&user](Transaction& t) { return store::ensureInbox(t, user, 1, now); }).inbox;
+    std::vector<store::Id> files;
+    write([&](Transaction& t) {
+        for (const char* id : {"deleted", "kept", "purged", "open"}) {
+            store::addUpload(t, makeUpload(user, id, id));
+            files.push_back(store::addFile(t, farm, {0, inbox.id, id, 1, "aa", now}).id);
+        }
+        for (const int done : {0, 1, 2}) {
+            Upload upload = makeUpload(user, std::array{"deleted", "kept", "purged"}.at(done), "");
+            upload.files = {files.at(done), files.at(3)};
+            store::finishUpload(t, upload);
+        }
+        store::moveToBin(t, farm, files[0], "olga", 1000);
+        store::moveToBin(t, farm, files[2], "olga", 2000);
+        store::purgeFile(t, farm, files[2]);
+    });
+    EXPECT_TRUE(find(*database, "deleted"));
+    EXPECT_FALSE(find(*database, "purged"));
+    write([](Transaction& t) { store::emptyBin(t, 1001); });
+    EXPECT_FALSE(find(*database, "deleted"));
+    EXPECT_TRUE(find(*database, "kept"));
+    EXPECT_TRUE(find(*database, "open"));
 }
 
 TEST(IdLists, AreReadOnlyWhenEveryItemIsAnId)
