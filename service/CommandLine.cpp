@@ -268,6 +268,16 @@ void addClockConfirm(CLI::App& app, CommandLine& result)
     CLI::App* confirm = clock->add_subcommand(
         "confirm", "Confirm that this machine's clock is right now; the clean-up continues");
     confirm->footer("A running service reads this within ten minutes, or at once on SIGHUP.\n"
+void addReady(CLI::App& app, CommandLine& result)
+{
+    CLI::App* ready =
+        app.add_subcommand("ready", "Ask the running service of this machine for /readyz");
+    ready->footer("Prints the answer, which names a part that does not work.\n"
+                  "Exit code 0: ready; 1: not ready; 2: the service does not answer.");
+    const auto options = optionsOf(*ready, result.ready);
+    ready->add_option("--data", options->dataFolder, "The service's data folder")->required();
+}
+
                     "Exit code 0: written; 2: refused; 3: failed.");
     const auto options = optionsOf(*confirm, result.confirmClock);
     confirm->add_option("--data", options->dataFolder, "The service's data folder")->required();
@@ -321,6 +331,7 @@ CommandLine parseCommandLine(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         result.exitCode = app.exit(error) == 0 ? 0 : badUsage;
         return result;
+    addReady(app, result);
     }
     return result;
 }

@@ -64,6 +64,11 @@ struct RestoreOptions
 };
 
 struct ClockConfirmOptions
+struct ReadyOptions
+{
+    std::filesystem::path dataFolder;
+};
+
 {
     std::filesystem::path dataFolder;
 };
@@ -83,6 +88,7 @@ struct CommandLine
     std::optional<BackupOptions> backup;
     std::optional<RestoreOptions> restore;
     std::optional<ClockConfirmOptions> confirmClock;
+    std::optional<ReadyOptions> ready;
     std::optional<TlsOptions> tls;
     int exitCode = 0;
 };

@@ -268,6 +268,8 @@ void showState(metrics::Metrics& metrics, const Backend& backend, const Janitor&
                  "Answers refused or cut because the content is damaged, missing or unreadable.",
                  [&backend] { return static_cast<double>(backend.integrity.damagedReads()); });
     metrics.show("kelvo_disk_reserve_used_bytes", "gauge",
+    metrics.show("kelvo_disk_reserve_bytes", "gauge", "Size of the disk reserve.",
+                 [&backend] { return static_cast<double>(backend.reserve.sizeBytes()); });
                  "Part of the disk reserve that the database uses.", [&backend] {
                      return static_cast<double>(backend.reserve.sizeBytes() -
                                                 backend.reserve.heldBytes());

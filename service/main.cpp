@@ -53,6 +53,9 @@ int main(int argc, char** argv)
         if (commandLine.confirmClock) {
             return kelvo::maintenance::runClockConfirm(*commandLine.confirmClock);
         }
+        if (commandLine.ready) {
+            return kelvo::maintenance::runReady(*commandLine.ready);
+        }
         if (commandLine.tls) {
             return kelvo::maintenance::runTls(*commandLine.tls);
         }

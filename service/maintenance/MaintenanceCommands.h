@@ -13,6 +13,12 @@ int runVerify(const VerifyOptions& options);
 int runBackup(const BackupOptions& options);
 int runRestore(const RestoreOptions& options);
 
+/**
+ * Prints the answer of the running service to /readyz. Returns 1 if the service is not ready.
+ * Throws StartRefused if it does not answer within ten seconds.
+ */
+int runReady(const ReadyOptions& options);
+
 /** Leaves the machine's time in the data folder, for the service. */
 int runClockConfirm(const ClockConfirmOptions& options);
 

@@ -49,6 +49,22 @@ class Monitoring(MonitoringTest):
         self.assertEqual(metrics(self.service, "/readyz"), (200, "ready"))
         self.assertEqual(os.listdir(self.service.path("uploads")), [])
 
+    def ready(self):
+        run = subprocess.run([BINARY, "ready", "--data", self.service.folder], capture_output=True, text=True,
+                             timeout=GUARD_SECONDS, check=False)
+        return run.returncode, run.stdout + run.stderr
+
+    def test_the_command_ready_tells_what_readyz_answers(self):
+        self.assertEqual(self.ready(), (0, "ready\n"))
+        before = resource.prlimit(self.service.process.pid, resource.RLIMIT_FSIZE)
+        resource.prlimit(self.service.process.pid, resource.RLIMIT_FSIZE, (0, before[1]))
+        try:
+            status, text = self.ready()
+        finally:
+            resource.prlimit(self.service.process.pid, resource.RLIMIT_FSIZE, before)
+        self.assertEqual(status, 1)
+        self.assertRegex(text, "^(database|content store): ")
+
     def test_the_time_of_requests_is_a_histogram(self):
         olga = self.user("olga")
         prefix = 'kelvo_http_request_seconds_count{route="/account"}'
@@ -108,10 +124,26 @@ class Monitoring(MonitoringTest):
         texts += [variable["query"]["query"] for variable in dashboard["templating"]["list"] if variable["type"] == "query"]
         texts += [rule["expr"] for group in rules["groups"] for rule in group["rules"]]
         self.assertGreater(len(texts), 30)
+        used = set().union(*(NAME.findall(text) for text in texts))
+        own = {re.sub("_(bucket|sum|count)$", "_bucket", name) for name in shown if name.startswith("kelvo_")}
+        self.assertEqual(own - used, set())
         for text in texts:
             names = set(NAME.findall(text))
             self.assertTrue(names or "up{" in text, text)
             self.assertLessEqual(names, shown, text)
+
+
+class Stopped(MonitoringTest):
+    def test_the_command_ready_fails_without_a_service(self):
+        self.service.kill()
+        for file in ("left by the killed service", "missing"):
+            with self.subTest(endpoints=file):
+                run = subprocess.run([BINARY, "ready", "--data", self.service.folder], capture_output=True, text=True,
+                                     timeout=GUARD_SECONDS, check=False)
+                self.assertEqual((run.returncode, run.stdout), (2, ""), run.stderr)
+            if file != "missing":
+                os.remove(self.service.path("endpoints.json"))
+        self.service.start()
 
 
 class SlowHeads(MonitoringTest):
