@@ -55,6 +55,9 @@ public:
     /** Finds the session of the request's token. Throws like sessionToken(). */
     Async<store::Session> authenticate(http::Request& request);
 
+    /** As LoginThrottle::admit(). Holds for this instance of the service. */
+    void admit(const std::string& user) { throttle_.admit(user); }
+
     Async<std::string> hashPassword(std::string password);
 
     const Passwords& passwords() const { return passwords_; }

@@ -11,6 +11,8 @@ namespace {
 
 constexpr std::int64_t firstBlockMs = 30 * 1000;
 constexpr std::int64_t longestBlockMs = 15 * 60 * 1000;
+constexpr std::int64_t admissionMs = 15 * 60 * 1000;
+constexpr int admittedFailures = 1000;
 constexpr std::int64_t forgetAfterMs = 60 * 60 * 1000;
 constexpr int addressFactor = 10;
 constexpr int userFactor = 20;
@@ -38,6 +40,9 @@ std::chrono::seconds LoginThrottle::waitFor(const std::string& user, const std::
                                             EPlace place)
 {
     const std::lock_guard lock(mutex_);
+    if (isAdmitted(user)) {
+        return std::chrono::seconds(0);
+    }
     const std::int64_t now = clock_.steadyMs();
     const std::string network = http::networkOf(address);
     std::int64_t until = std::max(now, blockedUntil(byPair_, pairOf(user, address, place)));
@@ -50,6 +55,9 @@ std::chrono::seconds LoginThrottle::waitFor(const std::string& user, const std::
 void LoginThrottle::failed(const std::string& user, const std::string& address, EPlace place)
 {
     const std::lock_guard lock(mutex_);
+    if (const auto admission = admitted_.find(user); admission != admitted_.end()) {
+        --admission->second.failuresLeft;
+    }
     const std::string network = http::networkOf(address);
     const Rule newPair{attempts_, firstBlockMs, longestBlockMs};
     const Rule knownPair{attempts_ * userFactor, firstBlockMs, firstBlockMs};
@@ -72,6 +80,23 @@ void LoginThrottle::succeeded(const std::string& user, const std::string& addres
     }
     subtractFailures(byAddress_, network, failures);
     subtractFailures(byUser_, user, failures);
+}
+
+void LoginThrottle::admit(const std::string& user)
+{
+    const std::lock_guard lock(mutex_);
+    const std::int64_t now = clock_.steadyMs();
+    std::erase_if(admitted_, [now](const auto& entry) { return entry.second.untilMs <= now; });
+    if (admitted_.size() < capacity) {
+        admitted_[user] = {now + admissionMs, admittedFailures};
+    }
+}
+
+bool LoginThrottle::isAdmitted(const std::string& user) const
+{
+    const auto found = admitted_.find(user);
+    return found != admitted_.end() && found->second.failuresLeft > 0 &&
+           clock_.steadyMs() < found->second.untilMs;
 }
 
 std::int64_t LoginThrottle::blockedUntil(const Records& records, const std::string& who) const

@@ -28,8 +28,8 @@ enum class EPlace : std::uint8_t { New, Known };
  *   does not grow. It slows down guesses from many addresses. It does not apply at a known place.
  *
  * A wait that does not grow takes 30 s. Time comes from the steady clock: setting the machine's
- * clock changes no wait. Thread safe. Memory is bounded: beyond `capacity` the oldest entries are
- * dropped. A name longer than any real name is not counted.
+ * clock changes no wait. admit() ends the waits of a user. Thread safe. Memory is bounded: beyond
+ * `capacity` the oldest entries are dropped. A name longer than any real name is not counted.
  */
 class LoginThrottle
 {
@@ -48,6 +48,12 @@ public:
      */
     void succeeded(const std::string& user, const std::string& address);
 
+    /**
+     * Lets the user log in from any place without a wait, for 15 minutes or 1,000 failures. Use
+     * it if the failures of a stranger make the user wait.
+     */
+    void admit(const std::string& user);
+
 private:
     struct Record
     {
@@ -65,6 +71,13 @@ private:
         std::int64_t longestBlockMs = 0;
     };
 
+    struct Admission
+    {
+        std::int64_t untilMs = 0;
+        int failuresLeft = 0;
+    };
+
+    bool isAdmitted(const std::string& user) const;
     std::int64_t blockedUntil(const Records& records, const std::string& who) const;
     Record& recordOf(Records& records, const std::string& who);
     void count(Records& records, const std::string& who, const Rule& rule);
@@ -73,10 +86,11 @@ private:
 
     const Clock& clock_;
     int attempts_;
-    std::mutex mutex_; // guards the records
+    std::mutex mutex_; // guards the records and admitted_
     Records byPair_;   // user and address
     Records byAddress_;
     Records byUser_;
+    std::map<std::string, Admission> admitted_;
 };
 
 } // namespace kelvo::accounts

@@ -47,6 +47,7 @@ ApiApplication::ApiApplication(Context& context, metrics::Metrics& metrics)
     addUserRoutes(router_, context);
     addPersonRoutes(router_, context);
     addAuditRoutes(router_, context);
+    addAdmitRoute(router_, context);
 }
 
 /** Every answer of the tus protocol names its version, a refusal too. */

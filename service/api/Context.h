@@ -69,5 +69,6 @@ void addQuotaRoutes(http::Router& router, Context& context);
 void addUserRoutes(http::Router& router, Context& context);
 void addPersonRoutes(http::Router& router, Context& context);
 void addAuditRoutes(http::Router& router, Context& context);
+void addAdmitRoute(http::Router& router, Context& context);
 
 } // namespace kelvo::api

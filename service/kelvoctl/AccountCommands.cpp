@@ -158,6 +158,15 @@ void addUserChanges(CLI::App& user, CommandContext& context,
             };
         });
     }
+    CLI::App* admit =
+        user.add_subcommand("admit", "Let a user log in for 15 minutes despite failed logins")
+            ->fallthrough();
+    admit->add_option("NAME", options->name, "Name of the user")->required();
+    admit->callback([&context, options] {
+        context.action = [&context, options] {
+            context.client().call("POST", userPath(context, options->name) + "/admit");
+        };
+    });
     CLI::App* passwd =
         user.add_subcommand("passwd", "Set a user's password and end the user's sessions")
             ->fallthrough();

@@ -200,6 +200,33 @@ TEST_F(Throttle, CountsAMappedIpv4AddressAsItsIpv4Address)
     EXPECT_EQ(throttle.waitFor("olga", "::ffff:10.0.0.2"), 0s);
 }
 
+TEST_F(Throttle, AdmitsAUserAtEachPlaceForAQuarterOfAnHour)
+{
+    fail(100, "olga", "10.0.0.1");
+    fail(100, "piet", "10.0.0.1");
+    throttle.admit("olga");
+    for (const EPlace place : {EPlace::New, EPlace::Known}) {
+        for (const char* address : {"10.0.0.1", "10.9.9.9"}) {
+            EXPECT_EQ(throttle.waitFor("olga", address, place), 0s);
+        }
+    }
+    EXPECT_GT(throttle.waitFor("piet", "10.0.0.1"), 0s);
+    clock.Advance(15min - 1ms);
+    fail(3, "olga", "10.0.0.1");
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
+    clock.Advance(1ms);
+    EXPECT_GT(throttle.waitFor("olga", "10.0.0.1"), 0s);
+}
+
+TEST_F(Throttle, EndsAnAdmissionAfterAThousandFailures)
+{
+    throttle.admit("olga");
+    fail(999, "olga", "10.0.0.1");
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
+    fail(1, "olga", "10.0.0.1");
+    EXPECT_GT(throttle.waitFor("olga", "10.0.0.1"), 0s);
+}
+
 TEST_F(Throttle, KeepsTheLatestFailureWhenTheTableIsFull)
 {
     for (int i = 0; i < 10500; ++i) {
