@@ -130,7 +130,9 @@ void addQuotas(CLI::App& serve, ServeOptions& options)
         if (limit.isOfFarm) {
             add("--farm-" + name, options.quotas.farm.*limit.value, "Default quota of a farm");
         }
-        add("--user-" + name, options.quotas.user.*limit.value, "Default quota of a user");
+        if (limit.isOfUser) {
+            add("--user-" + name, options.quotas.user.*limit.value, "Default quota of a user");
+        }
     }
     serve
         .add_option("--metrics-farms", options.shownFarms,
@@ -186,6 +188,11 @@ void addOptions(CLI::App& serve, ServeOptions& options)
         .add_option("--keep-unknown-days", options.unknownDays,
                     "Days that the service keeps stored files that are not in its database")
         ->check(CLI::Range(0, 3650))
+        ->capture_default_str();
+    serve
+        .add_option("--console-days", options.consoleDays,
+                    "Days without contact after which a console is forgotten")
+        ->check(CLI::Range(1, 36500))
         ->capture_default_str();
     serve.add_option("--audit-days", options.auditDays, "Days that the audit trail is kept")
         ->check(CLI::Range(1, 3650))
@@ -261,13 +268,6 @@ void addRestore(CLI::App& app, CommandLine& result)
         "Restore into a folder that is not empty: its content is moved to replaced-TIME in it");
 }
 
-void addClockConfirm(CLI::App& app, CommandLine& result)
-{
-    CLI::App* clock = app.add_subcommand("clock", "The machine's clock after a leap");
-    clock->require_subcommand(1);
-    CLI::App* confirm = clock->add_subcommand(
-        "confirm", "Confirm that this machine's clock is right now; the clean-up continues");
-    confirm->footer("A running service reads this within ten minutes, or at once on SIGHUP.\n"
 void addReady(CLI::App& app, CommandLine& result)
 {
     CLI::App* ready =
@@ -278,6 +278,13 @@ void addReady(CLI::App& app, CommandLine& result)
     ready->add_option("--data", options->dataFolder, "The service's data folder")->required();
 }
 
+void addClockConfirm(CLI::App& app, CommandLine& result)
+{
+    CLI::App* clock = app.add_subcommand("clock", "The machine's clock after a leap");
+    clock->require_subcommand(1);
+    CLI::App* confirm = clock->add_subcommand(
+        "confirm", "Confirm that this machine's clock is right now; the clean-up continues");
+    confirm->footer("A running service reads this within ten minutes, or at once on SIGHUP.\n"
                     "Exit code 0: written; 2: refused; 3: failed.");
     const auto options = optionsOf(*confirm, result.confirmClock);
     confirm->add_option("--data", options->dataFolder, "The service's data folder")->required();
@@ -324,6 +331,7 @@ CommandLine parseCommandLine(int argc, char** argv)
     addVerify(app, result);
     addBackup(app, result);
     addRestore(app, result);
+    addReady(app, result);
     addClockConfirm(app, result);
     addTls(app, result);
     try {
@@ -331,7 +339,6 @@ CommandLine parseCommandLine(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         result.exitCode = app.exit(error) == 0 ? 0 : badUsage;
         return result;
-    addReady(app, result);
     }
     return result;
 }

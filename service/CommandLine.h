@@ -33,6 +33,7 @@ struct ServeOptions
     long long eventsKept = 100000; // for each farm; 0: no limit
     int eventHours = 0;            // 0: no limit
     int auditDays = 180;
+    int consoleDays = 730;
     int unknownDays = 7; // days that stored files without a row in the database are kept
     unsigned connections = 2000;
     unsigned connectionsPerAddress = 1000;
@@ -63,12 +64,12 @@ struct RestoreOptions
     bool force = false;
 };
 
-struct ClockConfirmOptions
 struct ReadyOptions
 {
     std::filesystem::path dataFolder;
 };
 
+struct ClockConfirmOptions
 {
     std::filesystem::path dataFolder;
 };
@@ -87,8 +88,8 @@ struct CommandLine
     std::optional<VerifyOptions> verify;
     std::optional<BackupOptions> backup;
     std::optional<RestoreOptions> restore;
-    std::optional<ClockConfirmOptions> confirmClock;
     std::optional<ReadyOptions> ready;
+    std::optional<ClockConfirmOptions> confirmClock;
     std::optional<TlsOptions> tls;
     int exitCode = 0;
 };

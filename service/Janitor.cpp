@@ -3,6 +3,7 @@
 #include "service/api/UnusedContents.h"
 #include "service/base/Log.h"
 #include "service/store/AuditTable.h"
+#include "service/store/ConsoleTable.h"
 #include "service/store/EventTable.h"
 #include "service/store/FileTable.h"
 #include "service/store/LoginPlaceTable.h"
@@ -31,6 +32,7 @@ void cleanDatabase(const Janitor::Parts& parts, const Janitor::Settings& setting
         store::removeExpiredSessions(transaction, now);
         store::removeLoginPlacesBefore(transaction, now - loginPlaceLifeMs);
         store::prunePositions(transaction, now - positionLifeMs);
+        store::forgetConsoles(transaction, now - settings.consoleDays * 24 * hourMs);
         store::forgetOldResults(transaction, now);
         store::pruneAudit(transaction, now - settings.auditDays * 24 * hourMs);
         if (settings.eventHours > 0) {

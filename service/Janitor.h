@@ -27,9 +27,9 @@ struct HeldBack
 
 /**
  * Removes expired uploads and sessions, files that were in the bin for 30 days with their contents,
- * old events and positions. Files that the database does not know, as after a crash, are removed
- * after some days. A content older than the database is never removed: the database may be the
- * wrong one, and the right database needs the files.
+ * old events and positions, and consoles without contact. Files that the database does not know, as
+ * after a crash, are removed after some days. A content older than the database is never removed:
+ * the database may be the wrong one, and the right database needs the files.
  *
  * While the clock is not trusted, nothing is removed. The janitor counts and logs the data that it
  * would have removed.
@@ -48,6 +48,7 @@ public:
         std::chrono::days unknownFor{7}; // files that the database does not know are kept this long
         std::chrono::minutes interval{10};
         int auditDays = 180;
+        int consoleDays = 730;
     };
 
     /** The parts that the janitor uses. */

@@ -234,6 +234,7 @@ Janitor::Settings janitorSettings(const ServeOptions& options)
     settings.eventHours = options.eventHours;
     settings.unknownFor = std::chrono::days(options.unknownDays);
     settings.auditDays = options.auditDays;
+    settings.consoleDays = options.consoleDays;
     return settings;
 }
 
@@ -267,9 +268,9 @@ void showState(metrics::Metrics& metrics, const Backend& backend, const Janitor&
     metrics.show("kelvo_contents_damaged_total", "counter",
                  "Answers refused or cut because the content is damaged, missing or unreadable.",
                  [&backend] { return static_cast<double>(backend.integrity.damagedReads()); });
-    metrics.show("kelvo_disk_reserve_used_bytes", "gauge",
     metrics.show("kelvo_disk_reserve_bytes", "gauge", "Size of the disk reserve.",
                  [&backend] { return static_cast<double>(backend.reserve.sizeBytes()); });
+    metrics.show("kelvo_disk_reserve_used_bytes", "gauge",
                  "Part of the disk reserve that the database uses.", [&backend] {
                      return static_cast<double>(backend.reserve.sizeBytes() -
                                                 backend.reserve.heldBytes());

@@ -1,4 +1,4 @@
-// POST /users/{id}/admit: lets a user log in whom the failures of a stranger hold back.
+// POST /users/{id}/admit: lets a user log in despite failed logins.
 #include "service/api/Audit.h"
 #include "service/api/Context.h"
 #include "service/api/UserFields.h"

@@ -88,6 +88,14 @@ void requireQuota(soci::session& sql, const store::Quotas& defaults, const Wante
     requireStorage(sql, quotas, wanted, farm, EFiles::New);
 }
 
+void requireUserQuota(soci::session& sql, const store::Quotas& defaults, store::Id farm,
+                      long long nowMs)
+{
+    refuseAbove(store::countUsers(sql, farm, nowMs), 1,
+                store::quotasOf(sql, farm, defaults).farm.users,
+                "The farm has too many users. A deleted user counts for 30 days.");
+}
+
 void claimQuota(store::Transaction& transaction, const store::Quotas& defaults,
                 const store::Upload& upload, long long bytes)
 {

@@ -23,6 +23,10 @@ struct WantedFiles
  */
 void requireQuota(soci::session& sql, const store::Quotas& defaults, const WantedFiles& wanted);
 
+/** Throws Problem (quota-exceeded) if the farm has no room for another user. */
+void requireUserQuota(soci::session& sql, const store::Quotas& defaults, store::Id farm,
+                      long long nowMs);
+
 /**
  * Sets how many bytes each file of `upload` uses in the quota, for an upload without a length. The
  * number of its files is counted already. Throws as requireQuota(), and Problem (gone).

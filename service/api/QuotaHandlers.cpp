@@ -29,7 +29,7 @@ Json describe(const store::Limits& limits, EQuotaScope scope)
 {
     Json document = Json::object();
     for (const store::LimitName& limit : store::limitNames) {
-        if (scope == EQuotaScope::User || limit.isOfFarm) {
+        if (limit.isOf(scope)) {
             document[limit.name] = limits.*limit.value;
         }
     }
@@ -69,10 +69,12 @@ Async<Response> getUsage(Context& context, Request& request)
     const store::Id id = co_await farmOfPath(context, request);
     auto query = [&context, id](soci::session& sql) {
         const store::Farm farm = requireFarm(sql, id);
+        Json usage = describe(store::usageOfFarm(sql, id));
+        usage["users"] = store::countUsers(sql, id, context.clock.nowMs());
         JsonAnswer answer(context, id);
         answer.open({{"farm", toJson(farm)},
                      {"quota", describe(store::quotasOf(sql, id, context.settings.quotas))},
-                     {"usage", describe(store::usageOfFarm(sql, id))}},
+                     {"usage", std::move(usage)}},
                     "users");
         store::allUsers(sql, {.farm = id}, [&](const store::User& user) {
             answer.add({{"id", user.id},
@@ -138,8 +140,7 @@ void readChanges(const nlohmann::json& body, EQuotaScope scope, const char* memb
     for (const auto& [name, value] : body[member].items()) {
         const bool isKnown = std::any_of(store::limitNames.begin(), store::limitNames.end(),
                                          [&name = name, scope](const store::LimitName& limit) {
-                                             return name == limit.name &&
-                                                    (scope == EQuotaScope::User || limit.isOfFarm);
+                                             return name == limit.name && limit.isOf(scope);
                                          });
         if (!isKnown) {
             throw Problem(EProblem::Unprocessable, "No limit has this name.");

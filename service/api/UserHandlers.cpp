@@ -5,6 +5,7 @@
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
 #include "service/api/Paging.h"
+#include "service/api/Quota.h"
 #include "service/api/UserFields.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
@@ -90,6 +91,10 @@ Async<Response> addUser(Context& context, Request& request)
         }
         if (store::credentialsOf(transaction.sql, wanted.name)) {
             throw Problem(EProblem::Conflict, "A user with this name exists.");
+        }
+        if (wanted.farm) {
+            requireUserQuota(transaction.sql, context.settings.quotas, wanted.farm->id,
+                             wanted.createdMs);
         }
         store::User user = store::addUser(transaction, wanted);
         if (withInboxes && user.farm) {

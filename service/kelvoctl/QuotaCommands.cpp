@@ -14,7 +14,10 @@ using nlohmann::json;
 void printUsage(const std::string& whose, const json& usage, const json& quota)
 {
     std::cout << whose << ":";
-    for (const char* name : {"bytes", "files", "uploads", "sessions"}) {
+    for (const char* name : {"bytes", "files", "uploads", "sessions", "users"}) {
+        if (!usage.contains(name)) {
+            continue;
+        }
         std::cout << "  " << usage.at(name)
                   << (quota.contains(name) ? " of " + quota.at(name).dump() : "") << " " << name;
     }
@@ -102,7 +105,7 @@ void addQuotaCommands(CLI::App& line, CommandContext& context)
             return isNumber || text == "default" ? "" : "give a number or 'default'";
         },
         "NUMBER|default", "limit");
-    for (const char* name : {"bytes", "files", "uploads", "positions"}) {
+    for (const char* name : {"bytes", "files", "uploads", "positions", "users"}) {
         quota->add_option(std::string("--") + name, options->ofFarm[name], "Limit of the farm")
             ->check(limit);
     }

@@ -1,6 +1,7 @@
 #include "service/store/ConsoleTable.h"
 
 #include "service/store/Errors.h"
+#include "service/store/EventTable.h"
 #include "service/store/PartQuery.h"
 
 #include <soci/soci.h>
@@ -120,6 +121,48 @@ void eachDeviceOf(soci::session& sql, Id console, const std::function<void(const
     while (query.fetch()) {
         visit(device);
     }
+}
+
+namespace {
+
+constexpr const char* withoutSession =
+    " AND NOT EXISTS (SELECT 1 FROM sessions s WHERE s.console_id = c.id)";
+
+std::vector<std::pair<Id, Id>> silentConsoles(soci::session& sql, long long beforeMs)
+{
+    std::vector<std::pair<Id, Id>> found; // farm and console
+    std::pair<Id, Id> row;
+    soci::statement query =
+        (sql.prepare << "SELECT c.farm_id, c.id FROM consoles c WHERE c.environment_ms < :before"
+                        " AND NOT EXISTS (SELECT 1 FROM track t WHERE t.console_id = c.id"
+                        " AND t.number = c.last_number AND t.received_ms >= :moved)"
+                        " AND NOT EXISTS (SELECT 1 FROM console_devices d"
+                        " WHERE d.console_id = c.id AND d.received_ms >= :connected)"
+                     << withoutSession,
+         into(row.first), into(row.second), use(beforeMs), use(beforeMs), use(beforeMs));
+    query.execute();
+    while (query.fetch()) {
+        found.push_back(row);
+    }
+    return found;
+}
+
+} // namespace
+
+void forgetConsoles(Transaction& transaction, long long reportedBeforeMs)
+{
+    soci::session& sql = transaction.sql;
+    for (const auto& [farm, console] : silentConsoles(sql, reportedBeforeMs)) {
+        dropEvent(transaction, farm, lastMoveOf(sql, console));
+        for (const char* table : {"track", "console_devices"}) {
+            sql << "DELETE FROM " << table << " WHERE console_id = :id", use(console);
+        }
+        sql << "DELETE FROM consoles WHERE id = :id", use(console);
+    }
+    sql << "DELETE FROM console_devices WHERE received_ms < :before AND console_id IN"
+           " (SELECT c.id FROM consoles c WHERE c.id = console_devices.console_id"
+        << withoutSession << ")",
+        use(reportedBeforeMs);
 }
 
 bool hasConsole(soci::session& sql, Id farm, Id console)

@@ -59,6 +59,13 @@ void consolesOf(soci::session& sql, Id farm, const ConsolePart& part,
 /** The devices of a console, in the order of their hardware addresses. */
 void eachDeviceOf(soci::session& sql, Id console, const std::function<void(const Device&)>& visit);
 
+/**
+ * Removes the consoles whose last report is older than this time, with their devices and tracks,
+ * and devices without a report since then. Keeps a console that a session reports for, and its
+ * devices. The console gets a new id if it reports again.
+ */
+void forgetConsoles(Transaction& transaction, long long reportedBeforeMs);
+
 bool hasConsole(soci::session& sql, Id farm, Id console);
 
 struct TrackPoint

@@ -9,6 +9,8 @@ using soci::use;
 
 namespace {
 
+constexpr long long deletedUserCountsMs = 30LL * 24 * 3600 * 1000;
+
 std::string toText(EQuotaScope scope)
 {
     return scope == EQuotaScope::Farm ? "farm" : "user";
@@ -109,6 +111,16 @@ Usage usageOfUser(soci::session& sql, Id farm, Id user)
         into(usage.binFiles), into(usage.binBytes), use(farm), use(farm), use(user), use(farm);
     sql << "SELECT COUNT(*) FROM sessions WHERE user_id = :user", into(usage.sessions), use(user);
     return usage;
+}
+
+long long countUsers(soci::session& sql, Id farm, long long nowMs)
+{
+    const long long since = nowMs - deletedUserCountsMs;
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM users WHERE farm_id = :farm"
+           " AND (deleted_ms IS NULL OR deleted_ms > :since)",
+        into(count), use(farm), use(since);
+    return count;
 }
 
 void eachLargestFarm(soci::session& sql, const Limits& defaults, int most,

@@ -19,6 +19,7 @@ struct Limits
     long long uploads = 0;   // in progress
     long long sessions = 0;  // of a user; a farm has no limit
     long long positions = 0; // in a minute
+    long long users = 0;     // of a farm, with the users deleted in the last 30 days
 };
 
 struct Quotas
@@ -28,8 +29,8 @@ struct Quotas
 };
 
 constexpr long long gib = 1024LL * 1024 * 1024;
-inline constexpr Quotas defaultQuotas{{100 * gib, 500000, 5000, 0, 6000},
-                                      {50 * gib, 200000, 2000, 200, 600}};
+inline constexpr Quotas defaultQuotas{{100 * gib, 500000, 5000, 0, 6000, 1000},
+                                      {50 * gib, 200000, 2000, 200, 600, 0}};
 
 enum class EQuotaScope : std::uint8_t { Farm, User };
 
@@ -39,11 +40,14 @@ struct LimitName
     const char* name;
     long long Limits::*value;
     bool isOfFarm = true; // false: only users have the limit
+    bool isOfUser = true; // false: only farms have the limit
+
+    bool isOf(EQuotaScope scope) const { return scope == EQuotaScope::Farm ? isOfFarm : isOfUser; }
 };
 inline constexpr std::array limitNames{
-    LimitName{"bytes", &Limits::bytes}, LimitName{"files", &Limits::files},
-    LimitName{"uploads", &Limits::uploads}, LimitName{"sessions", &Limits::sessions, false},
-    LimitName{"positions", &Limits::positions}};
+    LimitName{"bytes", &Limits::bytes},         LimitName{"files", &Limits::files},
+    LimitName{"uploads", &Limits::uploads},     LimitName{"sessions", &Limits::sessions, false},
+    LimitName{"positions", &Limits::positions}, LimitName{"users", &Limits::users, true, false}};
 
 /** The limits of the table, and the default for each limit that the table does not have. */
 Quotas quotasOf(soci::session& sql, Id farm, const Quotas& defaults);
@@ -71,6 +75,12 @@ Usage storageOfUser(soci::session& sql, Id farm, Id user);
 
 Usage usageOfFarm(soci::session& sql, Id farm);
 Usage usageOfUser(soci::session& sql, Id farm, Id user);
+
+/**
+ * The users of a farm, with the users deleted within the last 30 days. A deleted user's row stays,
+ * so without them an office could fill the database.
+ */
+long long countUsers(soci::session& sql, Id farm, long long nowMs);
 
 struct FarmUsage
 {

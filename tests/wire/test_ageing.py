@@ -2,33 +2,12 @@
 database.
 """
 
-import sqlite3
 import unittest
 
+from kelvowire.ageing import let_pass
 from kelvowire.farm import log_in, make_inbox, add_farms_and_users
 from kelvowire.http import Client, digest_header
-from kelvowire.service import Service, confirm_clock
-
-DAY_MS = 24 * 3600 * 1000
-
-
-def let_pass(service, days):
-    """Stops the service, moves all times in its database (columns named …_ms) into the past, confirms the clock, and
-    starts it again.
-    """
-    service.stop()
-    moved = 0
-    database = sqlite3.connect(service.path("kelvo.sqlite"))
-    for (table,) in database.execute("SELECT name FROM sqlite_master WHERE type = 'table'").fetchall():
-        for column in database.execute(f"PRAGMA table_info({table})").fetchall():
-            if column[1].endswith("_ms"):
-                moved += database.execute(f"UPDATE {table} SET {column[1]} = {column[1]} - ?", (days * DAY_MS,)).rowcount
-    database.commit()
-    database.close()
-    if not moved:
-        raise AssertionError("the database has no times to move")
-    confirm_clock(service)
-    service.start()
+from kelvowire.service import Service
 
 
 class Ageing(unittest.TestCase):
@@ -119,6 +98,29 @@ class Ageing(unittest.TestCase):
         anna.post(f"/bin/{late}/restore", 200)
         self.assertEqual(anna.get(f"/resources/{late}/content").body, b"late")
         self.assertEqual(anna.get(f"/resources/{twin}/content").body, b"early")  # The file with the same bytes still exists.
+        service.stop()
+
+    def test_a_console_without_contact_is_forgotten(self):
+        def report(client, address):
+            client.request("PUT", "/environment", 204, json={
+                "timestamp_ms": 1, "controller": {}, "console": {"hardware_address": address}})
+            client.request("PUT", "/devices", 204, json={
+                "timestamp_ms": 1, "state": 1, "flag": True, "device": {"hardware_address": "00:11"}})
+
+        service = self.start("--console-days", "100", "--session-hours", str(24 * 300))
+        report(self.client(service), "with a session")
+        silent, moving = self.client(service), self.client(service, "piet")
+        for client, address in ((silent, "silent"), (moving, "moving")):
+            report(client, address)
+            client.delete("/sessions/current")
+        let_pass(service, 60)
+        moving = self.client(service, "piet")
+        moving.post("/positions", 204, json={"time_s": 1777615950, "latitude": 50, "longitude": 8, "hardware_address": "moving"})
+        moving.delete("/sessions/current")
+        let_pass(service, 60)
+        consoles = self.client(service, "anna").get("/consoles").json()["consoles"]
+        self.assertEqual([(console["hardware_address"], len(console["devices"])) for console in consoles],
+                         [("with a session", 1), ("moving", 0)])
         service.stop()
 
     def test_old_events_are_pruned(self):

@@ -182,6 +182,24 @@ class Commands(KelvoctlTest):
         self.assertIn("audit", anna.json("user", "export", "anna"))
         olga.run("user", "export", "piet", code=REFUSED)
 
+    def test_the_office_admits_a_user_whom_a_stranger_holds_back(self):
+        anna = self.user("anna")
+        held = anna.post("/users", json={"name": "held", "password": PASSWORD, "role": "operator"}).json()["id"]
+        client = Client(self.service)
+        self.addCleanup(client.close)
+        right = {"user": "held", "password": PASSWORD}
+        for number in range(5):
+            client.post("/sessions", 401, json={"user": "held", "password": f"wrong {number}"})
+        client.post("/sessions", 429, json=right)
+        self.user("olga").post(f"/users/{held}/admit", 403)
+        self.user("oda").post(f"/users/{held}/admit", 404)
+        client.post("/sessions", 429, json=right)
+        self.tool("anna").run("user", "admit", "held")
+        client.post("/sessions", 401, json={"user": "held", "password": "wrong again"})
+        client.post("/sessions", 201, json=right)
+        self.assertIn(("user-admit", held), [(entry["action"], (entry["object"] or {}).get("id"))
+                                             for entry in anna.get("/audit").json()["entries"]])
+
     def test_the_administrator_sets_quotas_and_the_bin_is_purged(self):
         admin, anna, olga = self.tool("admin"), self.tool("anna"), self.tool("olga")
         report = admin.json("farm", "quota", "Hill Farm", "--files", "9", "--user-sessions", "50")
@@ -189,6 +207,8 @@ class Commands(KelvoctlTest):
         self.assertRegex(admin.run("farm", "quota", "Hill Farm")[0], r"Hill Farm:.* of 9 files")
         again = admin.json("farm", "quota", "Hill Farm", "--files", "default", "--user-sessions", "default")
         self.assertGreater(again["quota"]["farm"]["files"], 9)
+        self.assertRegex(admin.run("farm", "quota", "Hill Farm", "--users", "40")[0], r"Hill Farm:.* of 40 users\n")
+        admin.run("farm", "quota", "Hill Farm", "--users", "default")
         admin.run("farm", "quota", "Hill Farm", "--files", "-1", code=USAGE)
         admin.run("farm", "quota", "No Farm", code=REFUSED)
         self.assertRegex(admin.run("farm", "usage")[0], r"Hill Farm:  \d+ of \d+ bytes  \d+ of \d+ files")

@@ -4,7 +4,8 @@ import http.client
 import os
 import unittest
 
-from kelvowire.farm import add_farms_and_users, log_in, log_in_admin, make_inbox
+from kelvowire.ageing import let_pass
+from kelvowire.farm import PASSWORD, add_farms_and_users, log_in, log_in_admin, make_inbox
 from kelvowire.http import OCTETS, begin_upload, metadata, metrics
 from kelvowire.service import Service
 
@@ -198,6 +199,25 @@ class Quotas(unittest.TestCase):
         self.olga.get(f"/farms/{self.farm}/usage", 403)
         self.anna.get(f"/farms/{self.other_farm}/usage", 404)
         self.admin.get("/farms/999/usage", 404)
+
+    def test_the_farm_quota_of_users_counts_users_deleted_lately(self):
+        def add(name, client=self.anna, **more):
+            return client.post("/users", (201, 507), json={"name": name, "password": PASSWORD, "role": "operator", **more})
+
+        self.assertEqual(self.usage()["usage"]["users"], 3)
+        self.limit(farm={"users": 4})
+        nils = add("nils")
+        self.assertEqual(nils.status, 201, nils)
+        self.refused(add("nora"))
+        self.refused(add("nora", self.admin, farm="Hill Farm"))
+        self.assertEqual(add("nora", self.admin, farm="Dale Farm").status, 201)
+        self.anna.delete(f"/users/{nils.json()['id']}")
+        self.refused(add("nele"))
+        self.assertEqual(self.usage(self.anna)["usage"]["users"], 4)
+        let_pass(self.service, 31)
+        self.admin, self.anna = self.client("admin"), self.client("anna")
+        self.assertEqual(self.usage()["usage"]["users"], 3)
+        self.assertEqual(add("nele", self.anna).status, 201)
 
     def test_the_bin_is_emptied_and_the_contents_go(self):
         content = os.urandom(2000)

@@ -253,5 +253,32 @@ TEST_P(StoreConsoles, KeepTheirNewestPositionWhenOldOnesArePruned)
     EXPECT_THAT(track(console, {{}, {}, {}, 10}), ElementsAre(4, 3));
 }
 
+TEST_P(StoreConsoles, AreForgottenWithoutAReportUnlessASessionReportsForThem)
+{
+    const store::Session first = logIn(olga, "a");
+    const store::Session second = logIn(olga, "b");
+    const store::Id silent = report(first, "silent");
+    const store::Id inUse = report(second, "in use");
+    addPositions(silent, 3); // the last one at now + 3
+    write([&](Transaction& t) {
+        for (const store::Id console : {silent, inUse}) {
+            store::setDevice(t, console, "00:11", "{}", now);
+        }
+    });
+    const auto forget = [this](long long before) {
+        write([before](Transaction& t) { store::forgetConsoles(t, before); });
+    };
+    forget(now + 100);
+    EXPECT_EQ(consoles().size(), 2U) << "both have a session";
+    write([](Transaction& t) { store::removeSession(t, "a"); });
+    forget(now + 3);
+    EXPECT_EQ(consoles().size(), 2U) << "the last position is not older";
+    forget(now + 4);
+    ASSERT_EQ(consoles().size(), 1U);
+    EXPECT_EQ(consoles()[0].id, inUse);
+    EXPECT_EQ(devices(inUse).size(), 1U);
+    EXPECT_THAT(track(silent, {{}, {}, {}, 10}), ElementsAre());
+}
+
 } // namespace
 } // namespace kelvo::test
