@@ -118,6 +118,7 @@ Bucket::Bucket(BucketAddress address, Credentials credentials, const Clock& cloc
       credentials_(std::move(credentials)),
       clock_(clock),
       policy_(std::move(policy)),
+      mostAttempts_(policy_.attempts),
       host_(hostOf(address_.endpoint))
 {}
 
@@ -126,7 +127,9 @@ void Bucket::put(const std::string& key, std::string_view bytes, const std::stri
     if (bytes.size() > largestObjectBytes) {
         throw std::invalid_argument("the object is too large");
     }
+    ++traffic_.puts;
     request({.method = "PUT", .key = key, .body = bytes, .sha256 = sha256});
+    traffic_.sentBytes += bytes.size();
 }
 
 std::string Bucket::get(const std::string& key, std::uint64_t offset, std::size_t sizeBytes)
@@ -136,6 +139,7 @@ std::string Bucket::get(const std::string& key, std::uint64_t offset, std::size_
     }
     const std::string first = std::to_string(offset);
     const std::string last = std::to_string(offset + sizeBytes - 1);
+    ++traffic_.gets;
     Answer answer = request({.method = "GET",
                              .key = key,
                              .range = "bytes=" + first + '-' + last,
@@ -145,6 +149,7 @@ std::string Bucket::get(const std::string& key, std::uint64_t offset, std::size_
     if (!isRange || answer.body.size() != sizeBytes) {
         throw StoreUnavailable("it answered with other bytes than the range");
     }
+    traffic_.receivedBytes += sizeBytes;
     return std::move(answer.body);
 }
 
@@ -163,6 +168,7 @@ std::optional<std::uint64_t> Bucket::sizeOf(const std::string& key)
 
 void Bucket::remove(const std::string& key)
 {
+    ++traffic_.removals;
     try {
         request({.method = "DELETE", .key = key});
     } catch (const ObjectMissing&) {
@@ -198,10 +204,22 @@ Outgoing Bucket::sign(const Call& call) const
 Answer Bucket::request(const Call& call)
 {
     requireKey(call.key);
+    try {
+        return attempt(call);
+    } catch (const Unavailable&) {
+        ++traffic_.failures;
+        throw;
+    }
+}
+
+Answer Bucket::attempt(const Call& call)
+{
     Answer answer;
-    for (int attempt = 1; attempt <= policy_.attempts; ++attempt) {
-        if (attempt > 1) {
-            pauseBefore(attempt);
+    answer.failure = "the service stops";
+    for (int number = 1; number <= mostAttempts_; ++number) {
+        if (number > 1) {
+            ++traffic_.retries;
+            pauseBefore(number);
         }
         answer = (*BorrowedExchange(*this)).run(sign(call));
         if (answer.status >= 200 && answer.status < 300) {

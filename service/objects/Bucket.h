@@ -6,6 +6,7 @@
 #include "service/objects/Exchange.h"
 #include "service/objects/Signature.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -30,6 +31,18 @@ struct RetryPolicy
     std::chrono::milliseconds pause{200};
     Timeouts timeouts;
     std::function<void(std::chrono::milliseconds)> sleep; // empty: sleeps on the calling thread
+};
+
+/** Counts of the calls of a bucket since its start. Thread safe. */
+struct Traffic
+{
+    std::atomic<std::uint64_t> puts{0}; // calls, without their retries
+    std::atomic<std::uint64_t> gets{0};
+    std::atomic<std::uint64_t> removals{0};
+    std::atomic<std::uint64_t> retries{0};
+    std::atomic<std::uint64_t> failures{0}; // after the last attempt
+    std::atomic<std::uint64_t> sentBytes{0};
+    std::atomic<std::uint64_t> receivedBytes{0};
 };
 
 /**
@@ -63,11 +76,17 @@ public:
     /** A missing object counts as removed. */
     void remove(const std::string& key);
 
+    /** From now on a call tries this often, also a running call. 0: calls fail at once. */
+    void limitAttempts(int most) { mostAttempts_ = most; }
+
+    const Traffic& traffic() const { return traffic_; }
+
 private:
     struct Call;
     class BorrowedExchange;
 
     Answer request(const Call& call);
+    Answer attempt(const Call& call);
     Outgoing sign(const Call& call) const;
     void pauseBefore(int attempt) const;
 
@@ -75,6 +94,8 @@ private:
     Credentials credentials_;
     const Clock& clock_;
     RetryPolicy policy_;
+    std::atomic<int> mostAttempts_;
+    Traffic traffic_;
     std::string host_; // of the endpoint, with its port
     std::mutex mutex_; // guards idle_
     std::vector<std::unique_ptr<Exchange>> idle_;

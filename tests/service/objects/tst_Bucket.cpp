@@ -62,6 +62,34 @@ TEST_F(ABucket, UsesOneConnectionForSuccessiveCalls)
     EXPECT_EQ(gateway.connections(), 1U);
 }
 
+TEST_F(ABucket, CountsItsTraffic)
+{
+    put("a", "12");
+    gateway.failNext({EFault::Busy});
+    bucket.get("a", 0, 2);
+    gateway.failNext({EFault::Busy, EFault::Busy, EFault::Busy});
+    EXPECT_THROW(bucket.remove("a"), StoreUnavailable);
+    const Traffic& traffic = bucket.traffic();
+    EXPECT_EQ(traffic.puts, 1U);
+    EXPECT_EQ(traffic.gets, 1U);
+    EXPECT_EQ(traffic.removals, 1U);
+    EXPECT_EQ(traffic.retries, 3U);
+    EXPECT_EQ(traffic.failures, 1U);
+    EXPECT_EQ(traffic.sentBytes, 2U);
+    EXPECT_EQ(traffic.receivedBytes, 2U);
+}
+
+TEST_F(ABucket, TriesOnlyAsOftenAsItMayNow)
+{
+    bucket.limitAttempts(1);
+    gateway.failNext({EFault::Busy});
+    EXPECT_THROW(put("a", "1"), StoreUnavailable);
+    EXPECT_EQ(gateway.attempts(), 1);
+    bucket.limitAttempts(0);
+    EXPECT_THROW(put("a", "1"), StoreUnavailable);
+    EXPECT_EQ(gateway.attempts(), 1);
+}
+
 TEST_F(ABucket, ServesManyThreadsWithAConnectionEach)
 {
     std::vector<std::thread> threads;
