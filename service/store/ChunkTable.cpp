@@ -29,6 +29,18 @@ constexpr const char* tables[] = {
     "CREATE INDEX IF NOT EXISTS doomed_by_time ON doomed (since_ms)",
 };
 
+std::vector<std::string> column(soci::session& sql, const char* query)
+{
+    std::string value;
+    std::vector<std::string> values;
+    soci::statement rows = (sql.prepare << query, into(value));
+    rows.execute();
+    while (rows.fetch()) {
+        values.push_back(value);
+    }
+    return values;
+}
+
 bool changesARow(soci::statement& change)
 {
     change.execute(true);
@@ -192,6 +204,26 @@ void dropContent(Transaction& transaction, const std::string& sha256, long long 
         use(nowMs), use(sha256);
     transaction.sql << "DELETE FROM content_chunks WHERE content = :sha", use(sha256);
     transaction.sql << "DELETE FROM contents WHERE sha256 = :sha", use(sha256);
+}
+
+std::vector<std::string> unusedContents(soci::session& sql)
+{
+    return column(sql, "SELECT sha256 FROM contents WHERE NOT EXISTS (SELECT 1 FROM files"
+                       " WHERE files.sha256 = contents.sha256) LIMIT 1000");
+}
+
+std::vector<std::string> orphanedUploads(soci::session& sql)
+{
+    return column(sql, "SELECT upload FROM received WHERE NOT EXISTS (SELECT 1 FROM uploads"
+                       " WHERE uploads.id = received.upload AND uploads.finished = 0) LIMIT 1000");
+}
+
+StoredChunks storedChunks(soci::session& sql)
+{
+    StoredChunks stored;
+    sql << "SELECT CAST(COALESCE(SUM(size_bytes), 0) AS BIGINT) FROM contents", into(stored.bytes);
+    sql << "SELECT COUNT(*) FROM doomed", into(stored.doomedObjects);
+    return stored;
 }
 
 std::vector<std::string> condemnObjects(Transaction& transaction, long long beforeMs, int most)

@@ -74,6 +74,21 @@ std::optional<Chunk> chunkAt(soci::session& sql, const std::string& sha256, long
 /** Dooms the content's chunks. Does nothing if a file uses the content. */
 void dropContent(Transaction& transaction, const std::string& sha256, long long nowMs);
 
+/** Contents that no file uses, at most a thousand. */
+std::vector<std::string> unusedContents(soci::session& sql);
+
+/** Received parts without an unfinished upload, at most a thousand. */
+std::vector<std::string> orphanedUploads(soci::session& sql);
+
+struct StoredChunks
+{
+    long long bytes = 0; // of all contents
+    long long doomedObjects = 0;
+};
+
+/** Walks all contents. */
+StoredChunks storedChunks(soci::session& sql);
+
 /**
  * Condemns objects that were doomed before `beforeMs`: no upload can use them any more. Returns at
  * most `most` condemned objects, also of earlier calls.

@@ -268,6 +268,12 @@ constexpr const char* sessionsOfConsoles[] = {
     "CREATE INDEX sessions_by_console ON sessions (console_id)",
 };
 
+// An empty name: the data folder. Otherwise a folder or a bucket; ContentsPlace has the names.
+constexpr const char* contentsPlaces[] = {
+    "CREATE TABLE contents_place (place TEXT NOT NULL)",
+    "INSERT INTO contents_place (place) VALUES ('')",
+};
+
 /** Step N migrates version N to N+1. A released step is never changed; new steps are added. */
 constexpr std::array migrations{
     std::span<const char* const>(firstSchema),
@@ -287,6 +293,7 @@ constexpr std::array migrations{
     std::span<const char* const>(sessionOrder),
     std::span<const char* const>(uploadResults),
     std::span<const char* const>(sessionsOfConsoles),
+    std::span<const char* const>(contentsPlaces),
 };
 
 int readVersion(soci::session& sql)
