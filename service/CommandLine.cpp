@@ -41,12 +41,25 @@ std::string readCost(const std::string& text, ServeOptions& options)
     return {};
 }
 
+/** For all commands with an option --contents. */
+template <class Options>
+std::string readContents(const std::string& text, Options& options)
+{
+    try {
+        options.contents = ContentsPlace::parse(text);
+        return {};
+    } catch (const std::invalid_argument& wrong) {
+        return wrong.what();
+    }
+}
+
 /** Adds an option whose text `read` parses. `read` returns an error text, empty on success. */
-void addReadOption(CLI::App& serve, ServeOptions& options, const std::string& name,
-                   std::string (*read)(const std::string&, ServeOptions&), const char* meaning,
+template <class Options>
+void addReadOption(CLI::App& command, Options& options, const std::string& name,
+                   std::string (*read)(const std::string&, Options&), const char* meaning,
                    const std::string& shownDefault)
 {
-    serve
+    command
         .add_option_function<std::string>(
             name,
             [&options, name, read](const std::string& text) {
@@ -144,6 +157,12 @@ void addQuotas(CLI::App& serve, ServeOptions& options)
 void addOptions(CLI::App& serve, ServeOptions& options)
 {
     serve.add_option("--data", options.dataFolder, "Folder for all stored data")->required();
+    addReadOption(serve, options, "--contents", readContents<ServeOptions>,
+                  "Where the bytes of files are: file:DIR or s3://BUCKET?endpoint=https://HOST,"
+                  " with &region=NAME and &ca=FILE if needed. The credentials of a bucket are in"
+                  " the file that KELVO_S3_CREDENTIALS names, or in AWS_ACCESS_KEY_ID and"
+                  " AWS_SECRET_ACCESS_KEY",
+                  "the data folder");
     serve
         .add_option("--listen", options.listen, "HOST:PORT of the API; port 0 selects a free port")
         ->required();
@@ -239,6 +258,8 @@ void addVerify(CLI::App& app, CommandLine& result)
         "Writes nothing; the service may run meanwhile. Prints a line for each finding.\n"
         "Exit code 0: nothing is damaged; 1: something is damaged; 2: the check was not possible.");
     verify->add_option("--data", options->dataFolder, "The service's data folder")->required();
+    addReadOption(*verify, *options, "--contents", readContents<VerifyOptions>,
+                  "The bucket of the contents, as in the command serve", "");
 }
 
 void addBackup(CLI::App& app, CommandLine& result)
@@ -248,6 +269,7 @@ void addBackup(CLI::App& app, CommandLine& result)
     const auto options = optionsOf(*backup, result.backup);
     backup->footer(
         "The copy holds keys, password hashes and contents: protect it like the original.\n"
+        "Contents in a bucket are not copied.\n"
         "Exit code 0: complete; 1: complete, but something was damaged already; 2: refused;\n"
         "3: failed.");
     backup->add_option("--data", options->dataFolder, "The service's data folder")->required();

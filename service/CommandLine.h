@@ -1,6 +1,7 @@
 // The command line of kelvo-service.
 #pragma once
 
+#include "service/ContentsPlace.h"
 #include "service/accounts/Passwords.h"
 #include "service/api/AnswerFiles.h"
 #include "service/store/QuotaTable.h"
@@ -16,6 +17,7 @@ namespace kelvo {
 struct ServeOptions
 {
     std::filesystem::path dataFolder;
+    ContentsPlace contents;
     std::string listen;
     std::string metricsListen = "127.0.0.1:9443";
     std::filesystem::path
@@ -49,6 +51,7 @@ struct ServeOptions
 struct VerifyOptions
 {
     std::filesystem::path dataFolder;
+    std::optional<ContentsPlace> contents;
 };
 
 struct BackupOptions

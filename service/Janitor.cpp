@@ -80,10 +80,10 @@ void removeOrphanedUploads(const Janitor::Parts& parts, long long keptForMs,
                            const Janitor::Stops& stops)
 {
     const long long now = parts.clock.nowMs();
-    for (const std::string& id : parts.folder.uploadIds()) {
+    for (const std::string& id : parts.folder->uploadIds()) {
         const auto upload = parts.database.readNow(
             [&id](soci::session& sql) { return store::uploadById(sql, id); });
-        const auto changedMs = parts.folder.uploadChangedMs(id);
+        const auto changedMs = parts.folder->uploadChangedMs(id);
         const bool isOld = changedMs && now - *changedMs >= keptForMs;
         if (upload ? upload->finished : isOld) {
             parts.contents.removeUpload(id);
@@ -105,14 +105,14 @@ void markOrRemoveContent(const Janitor::Parts& parts, const std::string& digest,
                          const DatabaseAge& age)
 {
     const auto lock = parts.digestLocks.tryLock(digest);
-    const auto times = lock ? parts.folder.fileTimesOf(digest) : std::nullopt;
+    const auto times = lock ? parts.folder->fileTimesOf(digest) : std::nullopt;
     if (!times) {
         return;
     }
     const bool used = isUsed(parts, digest);
     const bool isMarked = times->unusedSinceMs.has_value();
     if (used == isMarked) {
-        parts.folder.markUnused(digest, !used); // starts or clears its time unused
+        parts.folder->markUnused(digest, !used); // starts or clears its time unused
     }
     const long long now = parts.clock.nowMs();
     const long long unusedForMs = isMarked ? now - *times->unusedSinceMs : 0;
@@ -154,7 +154,7 @@ void removeUnknownContents(const Janitor::Parts& parts, long long keptForMs,
                            const Janitor::Stops& stops)
 {
     const DatabaseAge age{parts.database.readNow(store::firstCreatedMs), keptForMs};
-    for (const std::string& digest : parts.folder.digests()) {
+    for (const std::string& digest : parts.folder->digests()) {
         attempt("clean-up-content-failed", [&] { markOrRemoveContent(parts, digest, age); });
         if (stops()) {
             return;
@@ -214,9 +214,17 @@ void Janitor::cleanUp(const Parts& parts, const Settings& settings, const Stops&
     const long long keptForMs = std::chrono::milliseconds(settings.unknownFor).count();
     attempt("clean-up-database-failed", [&] { cleanDatabase(parts, settings); });
     attempt("clean-up-uploads-failed", [&] { removeExpiredUploads(parts, stops); });
-    attempt("clean-up-orphans-failed", [&] { removeOrphanedUploads(parts, keptForMs, stops); });
+    if (parts.folder != nullptr) {
+        attempt("clean-up-orphans-failed", [&] { removeOrphanedUploads(parts, keptForMs, stops); });
+    }
     attempt("clean-up-bin-failed", [&] { emptyBin(parts, stops); });
-    attempt("clean-up-contents-failed", [&] { removeUnknownContents(parts, keptForMs, stops); });
+    if (parts.folder != nullptr) {
+        attempt("clean-up-contents-failed",
+                [&] { removeUnknownContents(parts, keptForMs, stops); });
+    }
+    if (parts.removeUnused) {
+        attempt("clean-up-objects-failed", parts.removeUnused);
+    }
 }
 
 void Janitor::wake()

@@ -56,7 +56,8 @@ public:
     {
         store::Database& database;
         content::Contents& contents;
-        content::ContentStore& folder; // of `contents`
+        content::ContentStore* folder;      // of `contents`; null: they are in an object store
+        std::function<void()> removeUnused; // objects that nothing uses; may be empty
         content::DigestLocks& digestLocks;
         const Clock& clock;
         std::function<bool(const std::string& id)> uploadIsHeld; // by a request, now

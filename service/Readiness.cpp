@@ -1,6 +1,5 @@
 #include "service/Readiness.h"
 
-#include "service/base/Files.h"
 #include "service/base/Log.h"
 
 #include <boost/asio/steady_timer.hpp>
@@ -8,9 +7,6 @@
 #include <boost/asio/use_awaitable.hpp>
 
 #include <exception>
-#include <stdexcept>
-
-#include <unistd.h>
 
 namespace kelvo {
 
@@ -78,19 +74,6 @@ std::string Readiness::firstFailure()
         }
     }
     return {};
-}
-
-void probeFile(const FileDescriptor& file)
-{
-    const std::string text = "probe";
-    std::string found(text.size(), ' ');
-    writeAll(file.get(), text.data(), text.size());
-    if (::fdatasync(file.get()) != 0 || ::pread(file.get(), found.data(), found.size(), 0) < 0) {
-        throwErrno("probe");
-    }
-    if (found != text) {
-        throw std::runtime_error("the disk returns other bytes than were written");
-    }
 }
 
 } // namespace kelvo

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "service/base/Async.h"
-#include "service/base/Files.h"
 #include "service/base/WorkPool.h"
 
 #include <chrono>
@@ -51,8 +50,5 @@ private:
     std::string running_; // what is checked now
     WorkPool pool_{1};    // the last member: its thread uses the others
 };
-
-/** Writes to an empty file, syncs it and reads it back. Blocks. Throws if this fails. */
-void probeFile(const FileDescriptor& file);
 
 } // namespace kelvo

@@ -1,5 +1,6 @@
 #include "service/Service.h"
 
+#include "service/ContentsHome.h"
 #include "service/DataFolder.h"
 #include "service/FirstStart.h"
 #include "service/IoThreads.h"
@@ -11,7 +12,6 @@
 #include "service/api/ApiApplication.h"
 #include "service/base/FileStatus.h"
 #include "service/base/Log.h"
-#include "service/content/FolderContents.h"
 #include "service/http/Listener.h"
 #include "service/metrics/Metrics.h"
 #include "service/metrics/MonitorApplication.h"
@@ -149,7 +149,8 @@ struct Backend
         : folder(dataFolder),
           reserve(folder.path() / "reserve", options.reserveBytes),
           database(openDatabase(folder)),
-          contentStore(folder.path(), &reserve),
+          home(
+              openContents(options.contents, {*database, clock, folder.path(), reserve, filePool})),
           accounts(*database, clock,
                    {options.passwordCost, options.loginAttempts,
                     std::chrono::hours(options.sessionHours), options.quotas}),
@@ -171,8 +172,9 @@ struct Backend
     Janitor::Parts janitorParts()
     {
         return {*database,
-                contents,
-                contentStore,
+                home->contents(),
+                home->folder(),
+                [this] { home->removeUnused(); },
                 digestLocks,
                 clock,
                 [this](const std::string& id) { return activeUploads.isHeld(id); },
@@ -188,18 +190,16 @@ struct Backend
     DiskReserve reserve;
     store::ReserveShares reserveShares{reserve};
     const std::unique_ptr<store::Database> database;
-    content::ContentStore contentStore;
-    content::DigestCache digests;
-    content::FolderContents contents{contentStore, digests, &reserve};
+    WorkPool filePool{fileThreads};
+    const std::unique_ptr<ContentsHome> home;
     content::DigestLocks digestLocks;
     api::ActiveUploads activeUploads;
     content::Integrity integrity;
     events::EventHub hub;
     accounts::Accounts accounts;
-    WorkPool filePool{fileThreads};
     api::AnswerFiles answerFiles;
     api::Context context{*database,
-                         contents,
+                         home->contents(),
                          digestLocks,
                          activeUploads,
                          integrity,
@@ -207,10 +207,10 @@ struct Backend
                          accounts,
                          clock,
                          filePool,
-                         filePool,
+                         home->pool(),
                          reserve,
                          answerFiles,
-                         folder.path() / "uploads",
+                         home->scratchFolder(),
                          {}};
 };
 
@@ -310,7 +310,7 @@ std::vector<Readiness::Check> readinessChecks(Backend& backend,
              }},
             {"content store",
              [&backend] {
-                 probeFile(openScratch(backend.context.scratchFolder));
+                 backend.home->probe();
                  return std::string();
              }},
             {"certificate", [&backend, &certificate] {
@@ -372,6 +372,7 @@ void serve(const ServeOptions& options, bool& isRunning)
     showRefusals(metrics, *apiListener);
     const auto monitorListener = listen(threads, options.metricsListen, {}, monitor, {});
     Janitor janitor(backend.janitorParts(), janitorSettings(options));
+    backend.home->showIn(metrics);
     showState(metrics, backend, janitor);
     showNetwork(metrics, *certificate, *apiListener);
     state.showIn(metrics);
@@ -393,7 +394,9 @@ void serve(const ServeOptions& options, bool& isRunning)
         }
     });
     logInfo("stopping");
+    backend.home->beginStop();
     threads.drain({apiListener.get(), monitorListener.get()}, transferGrace);
+    backend.home->finish(); // a running call uses its request
     logInfo("stopped");
 }
 

@@ -37,6 +37,20 @@ TEST(ServeCommand, HasDefaults)
     EXPECT_EQ(options->unknownDays, 7);
 }
 
+TEST(ServeCommand, ReadsThePlaceOfTheContents)
+{
+    const auto contentsOf = [](const std::string& text) {
+        return parse({"serve", "--data", "d", "--listen", "h:1", "--contents", text});
+    };
+    const auto bucket = contentsOf("s3://farm?endpoint=https://objects.example").serve;
+    ASSERT_TRUE(bucket);
+    EXPECT_EQ(bucket->contents.bucket->bucket, "farm");
+    EXPECT_EQ(contentsOf("file:/srv").serve->contents.folder, "/srv");
+    EXPECT_EQ(contentsOf("s3://farm?endpoint=http://objects.example").exitCode, 2);
+    EXPECT_EQ(contentsOf("/srv").exitCode, 2);
+    EXPECT_EQ(parse({"verify", "--data", "d", "--contents", "x"}).exitCode, 2);
+}
+
 TEST(ServeCommand, ReadsTheTimeoutsOfSlowPeers)
 {
     const auto options =

@@ -89,7 +89,8 @@ protected:
     HeldBack heldBack;
     const Janitor::Parts parts{database,
                                folderContents,
-                               contents,
+                               &contents,
+                               {},
                                digestLocks,
                                clock,
                                [this](const std::string& id) { return activeUploads.isHeld(id); },
@@ -264,8 +265,16 @@ TEST_F(CleanUp, MakesTheDiskReserveWholeAlsoWhileTheClockIsWrong)
     DiskReserve used(folder.Path() / "used", 4L * 1024 * 1024);
     used.release();
     clockIsTrusted = false;
-    Janitor::cleanUp({database, folderContents, contents, digestLocks, clock, parts.uploadIsHeld,
-                      parts.clockIsTrusted, heldBack, used},
+    Janitor::cleanUp({database,
+                      folderContents,
+                      &contents,
+                      {},
+                      digestLocks,
+                      clock,
+                      parts.uploadIsHeld,
+                      parts.clockIsTrusted,
+                      heldBack,
+                      used},
                      {0});
     EXPECT_TRUE(used.isWhole());
 }

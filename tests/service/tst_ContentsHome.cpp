@@ -1,0 +1,174 @@
+// The place of the contents: its option, its record in the database, and its clean-up.
+#include "service/ContentsHome.h"
+#include "service/DataFolder.h"
+#include "service/api/UploadSteps.h"
+#include "service/base/Digest.h"
+#include "service/base/Unavailable.h"
+#include "service/store/PlaceTable.h"
+#include "service/store/UploadTable.h"
+#include "tests/service/support/ApiFixture.h"
+#include "tests/service/support/ObjectGateway.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+
+namespace kelvo {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(ContentsPlace, IsAFolderOrABucket)
+{
+    EXPECT_EQ(ContentsPlace::parse("file:/srv/bytes").folder, "/srv/bytes");
+    const auto bucket = ContentsPlace::parse("s3://farm?endpoint=https://objects.example");
+    ASSERT_TRUE(bucket.bucket);
+    EXPECT_EQ(bucket.bucket->endpoint, "https://objects.example");
+    for (const char* wrong : {"", "/srv/bytes", "file:", "s3://farm", "https://objects.example"}) {
+        EXPECT_THROW(ContentsPlace::parse(wrong), std::invalid_argument) << wrong;
+    }
+}
+
+TEST(ContentsPlace, HasNoNameInTheDataFolder)
+{
+    EXPECT_EQ(ContentsPlace().name("/data"), "");
+    EXPECT_EQ(ContentsPlace::parse("file:/data/./").name("/data"), "");
+    EXPECT_EQ(ContentsPlace::parse("file:/other").name("/data"), "file:/other");
+    EXPECT_EQ(ContentsPlace::parse("s3://farm?endpoint=https://a.example").name("/data"),
+              "s3://farm");
+}
+
+class Homes : public test::ApiFixture
+{
+protected:
+    Homes()
+    {
+        ::setenv("AWS_ACCESS_KEY_ID", test::ObjectGateway::credentials().accessKey.c_str(), 1);
+        ::setenv("AWS_SECRET_ACCESS_KEY", test::ObjectGateway::credentials().secretKey.c_str(), 1);
+    }
+
+    std::unique_ptr<ContentsHome> open(const ContentsPlace& place)
+    {
+        return openContents(place, {database, clock, folder.Path(), reserve, filePool});
+    }
+
+    std::string recorded() { return database.readNow(store::contentsPlace); }
+
+    ContentsPlace bucket() const
+    {
+        ContentsPlace place;
+        place.bucket = gateway.address();
+        return place;
+    }
+
+    ContentsPlace otherFolder()
+    {
+        std::filesystem::create_directory(folder.Path() / "other");
+        return ContentsPlace::parse("file:" + folder.Path("other"));
+    }
+
+    /** An upload with these bytes, in the store of the home. */
+    store::Upload begin(ContentsHome& home, const std::string& text)
+    {
+        api::UploadRequest wanted;
+        wanted.name = "a.zip";
+        wanted.targets = {inbox.id};
+        wanted.lengthBytes = static_cast<long long>(text.size());
+        const store::Upload upload =
+            loop.run(api::startUpload(context, user, wanted, api::newUploadId(),
+                                      store::EDurability::Now))
+                .upload;
+        const auto receiver = home.contents().receive(upload.id);
+        receiver->append(text.data(), text.size());
+        receiver->flush();
+        return upload;
+    }
+
+    void finish(ContentsHome& home, const std::string& upload)
+    {
+        const auto receiver = home.contents().receive(upload);
+        receiver->finish();
+        const auto adoption = receiver->adopt();
+        database.writeNow([&adoption](store::Transaction& t) { adoption->join(t); });
+        adoption->committed();
+    }
+
+    test::ObjectGateway gateway;
+};
+
+TEST_F(Homes, AreTheDataFolderByDefault)
+{
+    const auto home = open({});
+    EXPECT_EQ(home->scratchFolder(), folder.Path() / "uploads");
+    EXPECT_EQ(&home->pool(), &filePool);
+    EXPECT_NO_THROW(home->probe());
+    EXPECT_EQ(recorded(), "");
+}
+
+TEST_F(Homes, MayChangeWhileTheDatabaseHasNoFiles)
+{
+    open(otherFolder());
+    EXPECT_EQ(recorded(), "file:" + folder.Path("other"));
+    begin(*open(otherFolder()), "abc");
+    EXPECT_THROW(open({}), StartRefused);
+    EXPECT_THROW(open(bucket()), StartRefused);
+    EXPECT_NO_THROW(open(otherFolder()));
+}
+
+TEST_F(Homes, InABucketStayThereForGood)
+{
+    open(bucket());
+    EXPECT_EQ(recorded(), "s3://kelvo-test");
+    EXPECT_THROW(open({}), StartRefused);
+    EXPECT_NO_THROW(open(bucket()));
+}
+
+TEST_F(Homes, ThatCannotBeUsedAreNotRecorded)
+{
+    EXPECT_THROW(open(ContentsPlace::parse("file:" + folder.Path("missing"))), StartRefused);
+    ContentsPlace wrong = bucket();
+    wrong.bucket->bucket = "missing";
+    EXPECT_THROW(open(wrong), StartRefused);
+    EXPECT_EQ(recorded(), "");
+}
+
+TEST_F(Homes, RemoveObjectsThatNothingUsesAfterADay)
+{
+    const auto home = open(bucket());
+    finish(*home, begin(*home, "no file has it").id); // the transaction here adds no file
+    const store::Upload open = begin(*home, "goes on");
+    const store::Upload ended = begin(*home, "its row is gone");
+    database.writeNow(
+        [&ended](store::Transaction& t) { store::removeUnfinishedUpload(t, ended.id); });
+    home->removeUnused();
+    EXPECT_EQ(gateway.objects().size(), 3U);
+    EXPECT_FALSE(home->contents().open(sha256Hex("no file has it")));
+    EXPECT_EQ(home->contents().keptBytes(ended.id), 0U);
+    clock.Advance(24h + 1ms);
+    home->removeUnused();
+    EXPECT_EQ(gateway.objects().size(), 1U);
+    EXPECT_EQ(home->contents().keptBytes(open.id), 7U);
+}
+
+TEST_F(Homes, InABucketLeaveNothingOfAProbe)
+{
+    const auto home = open(bucket());
+    home->probe();
+    EXPECT_TRUE(gateway.objects().empty());
+    gateway.failNext({test::EFault::OtherBytes, test::EFault::OtherBytes});
+    EXPECT_THROW(home->probe(), std::runtime_error);
+}
+
+TEST_F(Homes, InABucketFailAtOnceAfterTheirEnd)
+{
+    const auto home = open(bucket());
+    home->finish();
+    const int before = gateway.attempts();
+    const auto receiver = home->contents().receive("u1");
+    receiver->append("abc", 3);
+    EXPECT_THROW(receiver->flush(), Unavailable);
+    EXPECT_EQ(gateway.attempts(), before);
+}
+
+} // namespace
+} // namespace kelvo
