@@ -36,7 +36,7 @@ constexpr const char* otherNames[] = {"ca.pem", "tls", "admin.password"};
 class Copying
 {
 public:
-    Copying(const fs::path& from, const fs::path& to) : from_(from), to_(to) {}
+    Copying(const fs::path& from, const fs::path& to) : from_(from), root_(from), to_(to) {}
 
     CopyReport run()
     {
@@ -66,7 +66,7 @@ private:
         const fs::path target = contentPath(to_, sha256);
         fs::create_directory(target.parent_path());
         try {
-            copied_.insert_or_assign(sha256, copyFile(contentPath(from_, sha256), target));
+            copied_.insert_or_assign(sha256, copyFile(contentPath(root_, sha256), target));
             return true;
         } catch (const CannotRead& error) {
             if (error.code() == std::errc::no_such_file_or_directory) {
@@ -81,6 +81,9 @@ private:
     {
         for (std::set<std::string> missing;;) {
             takeDatabase();
+            if (root_.empty()) {
+                return;
+            }
             std::set<std::string> missingNow;
             for (const WantedContent& content : wanted_) {
                 if (!copied_.contains(content.sha256) && !copyContent(content.sha256)) {
@@ -100,6 +103,8 @@ private:
         copyDatabase(from_, to_ / databaseName);
         const auto sql = store::makeSqliteCopy((to_ / databaseName).string())->connect();
         requireSchema(*sql, false);
+        place_ = placeOfContents(*sql);
+        root_ = contentsRoot(place_, from_);
         wanted_ = wantedContents(*sql);
         uploads_ = openUploads(*sql);
     }
@@ -120,9 +125,9 @@ private:
     /** Copies the received part of each upload; a client sends the rest. */
     void copyUploads()
     {
-        for (const OpenUpload& upload : uploads_) {
+        for (const OpenUpload& upload : root_.empty() ? std::vector<OpenUpload>() : uploads_) {
             try {
-                copyFile(from_ / "uploads" / upload.id, to_ / "uploads" / upload.id);
+                copyFile(root_ / "uploads" / upload.id, to_ / "uploads" / upload.id);
             } catch (const CannotRead&) { // the service cannot resume this upload either
             }
         }
@@ -131,6 +136,10 @@ private:
     CopyReport report() const
     {
         CopyReport report;
+        if (root_.empty()) {
+            report.bucket = place_;
+            return report;
+        }
         for (const WantedContent& content : wanted_) {
             const auto copied = copied_.find(content.sha256);
             const std::string name = "content " + content.sha256 + " (" + content.firstFile + ") ";
@@ -150,7 +159,9 @@ private:
     }
 
     const fs::path& from_;
+    fs::path root_; // of contents and uploads; empty: they are in a bucket
     const fs::path& to_;
+    std::string place_;
     std::map<std::string, CopiedFile> copied_;
     std::map<std::string, std::string> unreadable_; // the error texts by digest
     std::vector<WantedContent> wanted_;

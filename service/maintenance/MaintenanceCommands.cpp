@@ -35,10 +35,11 @@ void requireDatabase(const std::filesystem::path& folder)
     }
 }
 
-VerifyReport verifyOrRefuse(const std::filesystem::path& folder)
+VerifyReport verifyOrRefuse(const std::filesystem::path& folder,
+                            const std::optional<ContentsPlace>& place)
 {
     try {
-        return verify(folder);
+        return verify(folder, place);
     } catch (const StartRefused&) {
         throw;
     } catch (const std::exception& error) {
@@ -62,6 +63,11 @@ void rememberBackup(const std::filesystem::path& dataFolder)
 int report(const char* done, const CopyReport& report)
 {
     printAll("damaged", report.damages);
+    if (!report.bucket.empty()) {
+        std::printf("not copied: the contents in %s. The bucket must keep the objects that this"
+                    " database names.\n",
+                    report.bucket.c_str());
+    }
     std::printf("%s %llu contents, %llu bytes; %zu damaged\n", done,
                 static_cast<unsigned long long>(report.contents),
                 static_cast<unsigned long long>(report.bytes), report.damages.size());
@@ -73,7 +79,7 @@ int report(const char* done, const CopyReport& report)
 int runVerify(const VerifyOptions& options)
 {
     requireDatabase(options.dataFolder);
-    const VerifyReport report = verifyOrRefuse(options.dataFolder);
+    const VerifyReport report = verifyOrRefuse(options.dataFolder, options.contents);
     printAll("damaged", report.damages);
     printAll("leftover", report.leftovers);
     if (report.serviceRuns) {

@@ -60,6 +60,7 @@ void leaveGap(const fs::path& database)
         soci::use(idGap), soci::use(largest), soci::use(idGap), soci::use(idGap);
     sql << "DELETE FROM events";
     sql << "UPDATE counters SET value = value + :gap", soci::use(counterGap);
+    sql << "UPDATE contents_place SET place = '' WHERE place LIKE 'file:%'"; // they are copied
     sql << "COMMIT";
 }
 
@@ -91,6 +92,10 @@ void copyContents(const fs::path& from, const fs::path& to, CopyReport& report)
 void reportMissing(const fs::path& folder, CopyReport& report)
 {
     const auto sql = store::makeSqliteCopy((folder / databaseName).string())->connect();
+    if (const std::string place = placeOfContents(*sql); !place.empty()) {
+        report.bucket = place;
+        return;
+    }
     for (const WantedContent& content : wantedContents(*sql)) {
         if (!fs::exists(contentPath(folder, content.sha256))) {
             report.damages.push_back("content " + content.sha256 + " (" + content.firstFile +

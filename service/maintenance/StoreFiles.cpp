@@ -1,8 +1,11 @@
 #include "service/maintenance/StoreFiles.h"
 
+#include "service/store/PlaceTable.h"
+
 #include <soci/soci.h>
 
 #include <algorithm>
+#include <string_view>
 
 namespace kelvo::maintenance {
 
@@ -35,6 +38,23 @@ std::vector<OpenUpload> openUploads(soci::session& sql)
         all.push_back(row);
     }
     return all;
+}
+
+std::string placeOfContents(soci::session& sql)
+{
+    int isRecorded = 0;
+    sql << "SELECT COUNT(*) FROM sqlite_master WHERE name = 'contents_place'",
+        soci::into(isRecorded);
+    return isRecorded == 0 ? "" : store::contentsPlace(sql);
+}
+
+fs::path contentsRoot(const std::string& place, const fs::path& dataFolder)
+{
+    constexpr std::string_view fileScheme = "file:";
+    if (place.empty()) {
+        return dataFolder;
+    }
+    return place.starts_with(fileScheme) ? fs::path(place.substr(fileScheme.size())) : fs::path();
 }
 
 fs::path contentPath(const fs::path& folder, const std::string& sha256)

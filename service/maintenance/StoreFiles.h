@@ -30,6 +30,13 @@ struct OpenUpload
 std::vector<WantedContent> wantedContents(soci::session& sql);
 std::vector<OpenUpload> openUploads(soci::session& sql);
 
+/** The recorded place of the contents, as ContentsPlace::name(). The schema may be older. */
+std::string placeOfContents(soci::session& sql);
+
+/** The folder that has the contents and uploads. Empty: they are in a bucket. */
+std::filesystem::path contentsRoot(const std::string& place,
+                                   const std::filesystem::path& dataFolder);
+
 /** The place of a content below a data folder or a backup. */
 std::filesystem::path contentPath(const std::filesystem::path& folder, const std::string& sha256);
 

@@ -1,8 +1,10 @@
 #include "service/maintenance/Verify.h"
 
 #include "service/DataFolder.h"
+#include "service/base/Clock.h"
 #include "service/base/FileStatus.h"
-#include "service/content/Integrity.h"
+#include "service/content/FileStamp.h"
+#include "service/maintenance/ChunkChecks.h"
 #include "service/maintenance/DatabaseChecks.h"
 #include "service/maintenance/DatabaseCopy.h"
 #include "service/maintenance/StoreFiles.h"
@@ -26,8 +28,10 @@ namespace {
 class Inspection
 {
 public:
-    Inspection(const fs::path& folder, std::set<std::string>& right)
-        : folder_(folder), verified_(right)
+    /** `bucket`: null without an option for the contents. */
+    Inspection(const fs::path& folder, objects::Bucket* bucket, const std::string& bucketName,
+               std::set<std::string>& right)
+        : folder_(folder), bucket_(bucket), bucketName_(bucketName), verified_(right)
     {}
 
     VerifyReport run()
@@ -50,12 +54,49 @@ private:
         for (const std::string& wrong : checkDatabase(snapshot.sql())) {
             damage(wrong);
         }
+        const std::string place = placeOfContents(snapshot.sql());
+        requirePlace(place);
+        if (bucket_ != nullptr) {
+            checkBucket(snapshot.sql());
+            return;
+        }
+        root_ = contentsRoot(place, folder_);
         const auto contents = wantedContents(snapshot.sql());
         for (const WantedContent& content : contents) {
             check(content);
         }
         findUnwanted(contents);
         checkUploads(openUploads(snapshot.sql()));
+    }
+
+    void requirePlace(const std::string& place) const
+    {
+        if (place != bucketName_ && (bucket_ != nullptr || place.starts_with("s3:"))) {
+            throw StartRefused("the contents are in " + (place.empty() ? "a folder" : place) +
+                               ": correct the option --contents");
+        }
+    }
+
+    void checkBucket(soci::session& sql)
+    {
+        for (const WantedContent& content : wantedContents(sql)) {
+            ++report_.contents;
+            if (!verified_.contains(content.sha256)) {
+                const std::string found = damageOfContent(sql, *bucket_, content);
+                if (!found.empty()) {
+                    damage("content " + content.sha256 + " (" + content.firstFile + "): " + found);
+                    continue;
+                }
+                verified_.insert(content.sha256);
+            }
+            report_.bytes += static_cast<std::uint64_t>(content.sizeBytes);
+        }
+        for (const OpenUpload& upload : openUploads(sql)) {
+            const std::string found = damageOfUpload(sql, *bucket_, upload);
+            if (!found.empty()) {
+                damage("upload " + upload.id + ": " + found);
+            }
+        }
     }
 
     void damage(std::string text) { report_.damages.push_back(std::move(text)); }
@@ -66,7 +107,7 @@ private:
         const std::string name = "content " + content.sha256 + " (" + content.firstFile + "): ";
         try {
             const FileDescriptor file =
-                openFile(contentPath(folder_, content.sha256), O_RDONLY | O_NOFOLLOW);
+                openFile(contentPath(root_, content.sha256), O_RDONLY | O_NOFOLLOW);
             const auto size = content::stampOf(file.get()).sizeBytes;
             if (size != content.sizeBytes) {
                 damage(name + "has " + std::to_string(size) + " bytes instead of " +
@@ -92,9 +133,9 @@ private:
     {
         std::set<fs::path> expected;
         for (const WantedContent& content : wanted) {
-            expected.insert(contentPath(folder_, content.sha256));
+            expected.insert(contentPath(root_, content.sha256));
         }
-        for (const fs::path& file : contentFiles(folder_)) {
+        for (const fs::path& file : contentFiles(root_)) {
             if (!expected.contains(file)) {
                 report_.leftovers.push_back("content/" + file.parent_path().filename().string() +
                                             "/" + file.filename().string() +
@@ -108,14 +149,14 @@ private:
         std::set<std::string> open;
         for (const OpenUpload& upload : uploads) {
             open.insert(upload.id);
-            const auto status = statusOf(folder_ / "uploads" / upload.id);
+            const auto status = statusOf(root_ / "uploads" / upload.id);
             // Without a file nothing was received yet, or a crash lost it.
             if (status && status->sizeBytes > upload.lengthBytes) {
                 damage("upload " + upload.id + ": is longer than its announced length");
             }
         }
         std::error_code missing;
-        for (const auto& entry : fs::directory_iterator(folder_ / "uploads", missing)) {
+        for (const auto& entry : fs::directory_iterator(root_ / "uploads", missing)) {
             const std::string name = entry.path().filename();
             if (!open.contains(name)) {
                 report_.leftovers.push_back("uploads/" + name +
@@ -125,22 +166,32 @@ private:
     }
 
     const fs::path& folder_;
+    objects::Bucket* bucket_;
+    const std::string& bucketName_;   // as the database records it
+    fs::path root_;                   // of contents and uploads in a folder
     std::set<std::string>& verified_; // digests of checked contents; contents never change
     VerifyReport report_;
 };
 
 } // namespace
 
-VerifyReport verify(const fs::path& dataFolder)
+VerifyReport verify(const fs::path& dataFolder, const std::optional<ContentsPlace>& place)
 {
+    const SystemClock clock;
+    std::optional<objects::Bucket> bucket;
+    if (place && place->bucket) {
+        bucket.emplace(*place->bucket, objects::findCredentials(), clock);
+    }
+    objects::Bucket* const used = bucket ? &*bucket : nullptr;
+    const std::string name = place ? place->name(dataFolder) : "";
     std::set<std::string> right;
     bool runs = isInUse(dataFolder);
-    VerifyReport report = Inspection(dataFolder, right).run();
+    VerifyReport report = Inspection(dataFolder, used, name, right).run();
     runs = isInUse(dataFolder) || runs;
     if (runs && !report.damages.empty()) {
         // A content that the service removed after the database was copied is missing in one pass
         // only.
-        VerifyReport again = Inspection(dataFolder, right).run();
+        VerifyReport again = Inspection(dataFolder, used, name, right).run();
         std::erase_if(again.damages, [&report](const std::string& damage) {
             return std::find(report.damages.begin(), report.damages.end(), damage) ==
                    report.damages.end();
