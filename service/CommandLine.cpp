@@ -302,7 +302,7 @@ void addReady(CLI::App& app, CommandLine& result)
 
 void addClockConfirm(CLI::App& app, CommandLine& result)
 {
-    CLI::App* clock = app.add_subcommand("clock", "The machine's clock after a leap");
+    CLI::App* clock = app.add_subcommand("clock", "The machine's clock after it jumped");
     clock->require_subcommand(1);
     CLI::App* confirm = clock->add_subcommand(
         "confirm", "Confirm that this machine's clock is right now; the clean-up continues");

@@ -276,7 +276,7 @@ void showState(metrics::Metrics& metrics, const Backend& backend, const Janitor&
                                                 backend.reserve.heldBytes());
                  });
     metrics.show("kelvo_clock_leaps_total", "counter",
-                 "Leaps of the machine's clock: more than a day ahead or an hour back.",
+                 "Jumps of the machine's clock: more than a day ahead or an hour back.",
                  [&backend] { return static_cast<double>(backend.clock.leaps()); });
     metrics.show("kelvo_clock_wait_seconds", "gauge",
                  "Run time until data is removed by its age again; 0 while the clock is trusted.",

@@ -14,8 +14,8 @@ namespace kelvo {
 /**
  * The machine's clock, compared with the latest time in the database and with the run time.
  *
- * The clock is trusted until it leaps: by more than a day ahead, or by more than an hour back. Then
- * it is trusted again after a day of run time without a further leap, or when an administrator
+ * The clock is trusted until it jumps: by more than a day ahead, or by more than an hour back. Then
+ * it is trusted again after a day of run time without a further jump, or when an administrator
  * confirms it. Restarts do not end the wait. Data may be removed by its age only while the clock is
  * trusted.
  *
@@ -46,7 +46,7 @@ public:
     /** Run time until the clock is trusted, in seconds. */
     std::int64_t waitS() const { return waitS_; }
 
-    /** The leaps since the start. */
+    /** The clock jumps since the start. */
     std::uint64_t leaps() const { return leaps_; }
 
 private:

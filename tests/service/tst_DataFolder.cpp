@@ -60,7 +60,7 @@ TEST(DataFolderLock, RefusesAPathThatCannotBeAFolder)
     EXPECT_THROW(DataFolder(parent.Path() / "file"), StartRefused);
 }
 
-TEST(DataFolderEndpoints, AreWrittenWhileTheServiceRuns)
+TEST(DataFolderEndpoints, WritesTheEndpointsWhileTheServiceRuns)
 {
     const test::TempFolder parent;
     const auto file = parent.Path() / "data" / "endpoints.json";

@@ -25,7 +25,7 @@ protected:
     test::Loop loop;
 };
 
-TEST_F(ReadinessTest, IsReadyIfAllChecksAreGood)
+TEST_F(ReadinessTest, TheServiceIsReadyIfAllChecksAreGood)
 {
     int runs = 0;
     const auto good = [&runs] {

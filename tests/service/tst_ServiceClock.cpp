@@ -1,4 +1,4 @@
-// The service's clock after a leap: how long it waits, and the time that it shows meanwhile.
+// The service's clock after a clock jump: how long it waits, and the time that it shows meanwhile.
 #include "service/ServiceClock.h"
 #include "service/base/Files.h"
 #include "service/store/Schema.h"
@@ -45,14 +45,14 @@ protected:
     std::optional<ServiceClock> clock{std::in_place, machine};
 };
 
-TEST_F(ServiceClockTest, IsNotTrustedBeforeTheFirstCheck)
+TEST_F(ServiceClockTest, DoesNotTrustTheClockBeforeTheFirstCheck)
 {
     EXPECT_FALSE(clock->isTrusted());
     check();
     EXPECT_TRUE(clock->isTrusted()) << "in a new database";
 }
 
-TEST_F(ServiceClockTest, IsTrustedAfterANightOff)
+TEST_F(ServiceClockTest, TrustsTheClockAfterANightSwitchedOff)
 {
     check();
     machine.ShiftTimeOfDay(16h);
@@ -61,7 +61,7 @@ TEST_F(ServiceClockTest, IsTrustedAfterANightOff)
     EXPECT_EQ(clock->leaps(), 0U);
 }
 
-TEST_F(ServiceClockTest, WaitsForADayOfRunTimeAfterALeapAhead)
+TEST_F(ServiceClockTest, WaitsForADayOfRunTimeAfterAClockJumpAhead)
 {
     check();
     machine.ShiftTimeOfDay(24h * 40);
@@ -86,7 +86,7 @@ TEST_F(ServiceClockTest, CountsTheRunTimeOfAllRuns)
     EXPECT_TRUE(clock->isTrusted());
 }
 
-TEST_F(ServiceClockTest, WaitsAfterALeapWhileItRuns)
+TEST_F(ServiceClockTest, WaitsAfterAClockJumpWhileItRuns)
 {
     check();
     runFor(1h);
@@ -100,7 +100,7 @@ TEST_F(ServiceClockTest, WaitsAfterALeapWhileItRuns)
     EXPECT_TRUE(clock->isTrusted());
 }
 
-TEST_F(ServiceClockTest, WaitsAfterALeapBack)
+TEST_F(ServiceClockTest, WaitsAfterAClockJumpBack)
 {
     check();
     machine.ShiftTimeOfDay(-61min);
@@ -108,7 +108,7 @@ TEST_F(ServiceClockTest, WaitsAfterALeapBack)
     EXPECT_FALSE(clock->isTrusted());
 }
 
-TEST_F(ServiceClockTest, StartsTheDayAgainAfterAnotherLeap)
+TEST_F(ServiceClockTest, StartsTheDayAgainAfterAnotherClockJump)
 {
     check();
     machine.ShiftTimeOfDay(24h * 40);
@@ -119,7 +119,7 @@ TEST_F(ServiceClockTest, StartsTheDayAgainAfterAnotherLeap)
     EXPECT_FALSE(clock->isTrusted());
 }
 
-TEST_F(ServiceClockTest, IsTrustedAtOnceWhenAnAdministratorConfirms)
+TEST_F(ServiceClockTest, TrustsTheClockAtOnceWhenAnAdministratorConfirms)
 {
     check();
     machine.ShiftTimeOfDay(24h * 40);
@@ -131,7 +131,7 @@ TEST_F(ServiceClockTest, IsTrustedAtOnceWhenAnAdministratorConfirms)
     EXPECT_TRUE(clock->isTrusted());
 }
 
-TEST_F(ServiceClockTest, WaitsIfTheClockHasLeaptSinceItWasConfirmed)
+TEST_F(ServiceClockTest, WaitsIfTheClockHasJumpedSinceItWasConfirmed)
 {
     check();
     const std::int64_t confirmed = machine.nowMs();
@@ -199,7 +199,7 @@ TEST_F(ServiceClockTest, ReadsTheConfirmationOnce)
     EXPECT_FALSE(std::filesystem::exists(folder.Path() / confirmationName));
 }
 
-TEST_F(ServiceClockTest, IsTrustedOnAFullDisk)
+TEST_F(ServiceClockTest, TrustsTheClockOnAFullDisk)
 {
     check();
     database.writeNow([](store::Transaction& t) {

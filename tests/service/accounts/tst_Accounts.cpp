@@ -117,7 +117,7 @@ TEST_F(Login, MakesNoSessionIfTheAccountIsDisabledMeanwhile)
     EXPECT_EQ(sessions(), 0);
 }
 
-TEST_F(Login, AtANeighbouringAddressOfAnEarlierLoginStrangersDelayNoLogin)
+TEST_F(Login, StrangersDelayNoLoginFromANeighbourOfAnEarlierAddress)
 {
     EXPECT_EQ(logIn("old password", "10.0.0.1"), std::nullopt);
     Accounts restarted(database, clock, {EPasswordCost::Minimal, 5, std::chrono::hours(1)});

@@ -170,7 +170,7 @@ TEST_F(Throttle, CountsTheAddressesOfAKnownPlaceTogether)
     EXPECT_EQ(throttle.waitFor("olga", "2001:db8:1:7::1", EPlace::Known), 0s);
 }
 
-TEST_F(Throttle, AtAKnownPlaceAFewFailuresOfStrangersDelayNoLogin)
+TEST_F(Throttle, AFewFailuresOfStrangersDelayNoLoginAtAKnownPlace)
 {
     for (int i = 0; i < 59; ++i) {
         throttle.failed("olga", "10.0.0.1", EPlace::Known);

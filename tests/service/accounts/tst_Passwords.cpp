@@ -27,7 +27,7 @@ TEST(PasswordHashes, MatchNothingForAnUnknownUser)
     EXPECT_FALSE(passwords.verify("anything", std::nullopt));
 }
 
-TEST(PasswordHashes, OfAnotherCostStillMatch)
+TEST(PasswordHashes, AHashOfAnotherCostStillMatches)
 {
     const std::string hash = Passwords(EPasswordCost::Interactive).hash("secret password");
     EXPECT_TRUE(Passwords(EPasswordCost::Minimal).verify("secret password", hash));

@@ -50,7 +50,7 @@ protected:
     http::BodyReader body{*pair.server, limits, none, early};
 };
 
-TEST_F(SessionTokens, AreFoundInEitherHeader)
+TEST_F(SessionTokens, FindsTheTokenInEitherHeader)
 {
     EXPECT_EQ(token("DELETE", {{"Authorization", "Bearer xyz"}}), "xyz");
     EXPECT_EQ(token("GET", {{"Cookie", "theme=dark; __Host-kelvo-session=abc; a=b"}}), "abc");
@@ -58,13 +58,13 @@ TEST_F(SessionTokens, AreFoundInEitherHeader)
     EXPECT_EQ(refusal("GET", {{"Cookie", "kelvo-session=abc"}}), http::EProblem::Unauthenticated);
 }
 
-TEST_F(SessionTokens, AreRefusedInBothHeadersAtOnce)
+TEST_F(SessionTokens, RefusesTokensInBothHeadersAtOnce)
 {
     EXPECT_EQ(refusal("GET", {{"Cookie", cookie}, {"Authorization", "Bearer xyz"}}),
               http::EProblem::MalformedRequest);
 }
 
-TEST_F(SessionTokens, OfACookieChangeNothingForAnotherSite)
+TEST_F(SessionTokens, ACookieChangesNothingForAnotherSite)
 {
     for (const char* site : {"cross-site", "same-site", "none"}) {
         EXPECT_EQ(refusal("POST", {{"Cookie", cookie}, {"Sec-Fetch-Site", site}}),
@@ -74,7 +74,7 @@ TEST_F(SessionTokens, OfACookieChangeNothingForAnotherSite)
     EXPECT_EQ(token("POST", {{"Cookie", cookie}, {"Sec-Fetch-Site", "same-origin"}}), "abc");
 }
 
-TEST_F(SessionTokens, OfABrowserWithoutFetchMetadataNeedTheRightOrigin)
+TEST_F(SessionTokens, ABrowserWithoutFetchMetadataNeedsTheRightOrigin)
 {
     EXPECT_EQ(token("PATCH", {{"Cookie", cookie}, {"Origin", "https://farm.example:8443"}}), "abc");
     for (const char* origin : {"https://farm.example:8444", "http://farm.example:8443",
@@ -86,7 +86,7 @@ TEST_F(SessionTokens, OfABrowserWithoutFetchMetadataNeedTheRightOrigin)
     EXPECT_EQ(refusal("DELETE", {{"Cookie", cookie}}), http::EProblem::Forbidden);
 }
 
-TEST_F(SessionTokens, AreOutOfReachOfScriptsAndOtherSites)
+TEST_F(SessionTokens, ScriptsAndOtherSitesCannotReachTheToken)
 {
     const std::string set = sessionCookie("abc");
     EXPECT_EQ(set, "__Host-kelvo-session=abc; Path=/; Secure; HttpOnly; SameSite=Strict");

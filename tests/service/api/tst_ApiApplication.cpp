@@ -1,4 +1,4 @@
-// The replies when the store is busy.
+// The answers when the store is busy.
 #include "service/api/ApiApplication.h"
 #include "tests/service/support/ApiFixture.h"
 #include "tests/service/support/OtherProgram.h"
@@ -27,9 +27,9 @@ protected:
         };
         loop.start(serve());
         loop.start(test::sendText(*pair.client, text));
-        const std::string reply = loop.run(test::readAll(*pair.client));
+        const std::string answer = loop.run(test::readAll(*pair.client));
         loop.runUntil([&served] { return served; });
-        return reply;
+        return answer;
     }
 
     std::string logIn()
@@ -51,8 +51,8 @@ protected:
     test::OtherProgram other{*store::makeSqlite((folder.Path() / "kelvo.sqlite").string())};
 };
 
-const auto isBusyReply = AllOf(StartsWith("HTTP/1.1 503 "), HasSubstr("\r\nRetry-After: 5\r\n"),
-                               HasSubstr("urn:kelvo:problem:busy"));
+const auto isBusyAnswer = AllOf(StartsWith("HTTP/1.1 503 "), HasSubstr("\r\nRetry-After: 5\r\n"),
+                                HasSubstr("urn:kelvo:problem:busy"));
 
 TEST_F(BusyStore, SendsRetryAfterIfTheDatabaseCannotCommit)
 {
@@ -61,7 +61,7 @@ TEST_F(BusyStore, SendsRetryAfterIfTheDatabaseCannotCommit)
     });
     test::disableBusyTimeout(database);
     other.lockWrites();
-    EXPECT_THAT(logIn(), isBusyReply);
+    EXPECT_THAT(logIn(), isBusyAnswer);
     other.unlock();
     EXPECT_THAT(logIn(), StartsWith("HTTP/1.1 201 "));
 }

@@ -1,4 +1,4 @@
-// The source of a reply. It never returns a damaged content as intact.
+// The source of an answer. It never returns a damaged content as intact.
 #include "service/api/CheckedSource.h"
 #include "service/base/Digest.h"
 #include "service/base/Files.h"

@@ -1,4 +1,4 @@
-// The reply to a request for a stored content. A damaged content is never sent as intact.
+// The answer to a request for a stored content. A damaged content is never sent as intact.
 #include "service/api/ContentBody.h"
 #include "service/base/Digest.h"
 #include "service/http/Problem.h"
@@ -92,7 +92,7 @@ protected:
     std::uint64_t contentLength = 0;
 };
 
-TEST_F(ContentBodies, AreTheStoredBytes)
+TEST_F(ContentBodies, SendsTheStoredBytes)
 {
     for (const std::string& text : {small, large, std::string()}) {
         const store::File file = store(text);
@@ -103,7 +103,7 @@ TEST_F(ContentBodies, AreTheStoredBytes)
     EXPECT_EQ(integrity.damagedReads(), 0U);
 }
 
-TEST_F(ContentBodies, OfASmallDamagedFileAreRefused)
+TEST_F(ContentBodies, RefusesASmallDamagedFile)
 {
     const store::File file = store(small);
     EXPECT_EQ(whole(file), small);
@@ -112,7 +112,7 @@ TEST_F(ContentBodies, OfASmallDamagedFileAreRefused)
     refused(file, {ERange::Part, 0, 1});
 }
 
-TEST_F(ContentBodies, OfALargeDamagedFileAreCutAndThenRefused)
+TEST_F(ContentBodies, CutsALargeDamagedFileAndThenRefusesIt)
 {
     const store::File file = store(large);
     flip(file);
@@ -123,7 +123,7 @@ TEST_F(ContentBodies, OfALargeDamagedFileAreCutAndThenRefused)
     refused(file, {ERange::Part, large.size() - 1, 1});
 }
 
-TEST_F(ContentBodies, OfAPartAreRefusedIfAnotherPartIsDamaged)
+TEST_F(ContentBodies, RefusesARangeIfAnotherRangeIsDamaged)
 {
     const store::File file = store(large);
     EXPECT_EQ(body(file, {ERange::Part, 0, 3}), "xxx");
@@ -131,7 +131,7 @@ TEST_F(ContentBodies, OfAPartAreRefusedIfAnotherPartIsDamaged)
     refused(file, {ERange::Part, 0, 3});
 }
 
-TEST_F(ContentBodies, OfAPartAreCheckedAgainAfterAnHour)
+TEST_F(ContentBodies, ChecksAFileAgainForARangeAfterAnHour)
 {
     const store::File file = store(large);
     body(file, {ERange::Part, 0, 3});
@@ -145,7 +145,7 @@ TEST_F(ContentBodies, OfAPartAreCheckedAgainAfterAnHour)
     EXPECT_EQ(known(), content::ECondition::Intact);
 }
 
-TEST_F(ContentBodies, OfAPartWaitForARunningCheck)
+TEST_F(ContentBodies, ARangeWaitsForARunningCheck)
 {
     const store::File file = store(large);
     flip(file); // a request that reads the content itself finds the damage
@@ -176,7 +176,7 @@ TEST_F(ContentBodies, OfAPartWaitForARunningCheck)
     EXPECT_EQ(outcome, "served");
 }
 
-TEST_F(ContentBodies, OfAMissingOrCutFileAreRefused)
+TEST_F(ContentBodies, RefusesAMissingOrCutFile)
 {
     for (const std::string& text : {small, large}) {
         const store::File file = store(text);
@@ -188,7 +188,7 @@ TEST_F(ContentBodies, OfAMissingOrCutFileAreRefused)
     }
 }
 
-TEST_F(ContentBodies, ThatCannotBeReadAreRefusedAsUnreadable)
+TEST_F(ContentBodies, RefusesAFileThatCannotBeReadAsUnreadable)
 {
     store::File file = store(small);
     const auto path = contents.contentPath(file.sha256);
@@ -204,7 +204,7 @@ TEST_F(ContentBodies, ThatCannotBeReadAreRefusedAsUnreadable)
     EXPECT_EQ(integrity.damagedReads(), 1U);
 }
 
-TEST_F(ContentBodies, ThatCouldNotBeReadToTheirEndAreNotMarkedDamaged)
+TEST_F(ContentBodies, AFileThatCouldNotBeReadToItsEndIsNotMarkedDamaged)
 {
     const store::File file = store(large);
     const auto path = contents.contentPath(file.sha256);
@@ -218,7 +218,7 @@ TEST_F(ContentBodies, ThatCouldNotBeReadToTheirEndAreNotMarkedDamaged)
               content::ECondition::Unknown);
 }
 
-TEST_F(ContentBodies, AreSentAgainAfterTheFileIsRepaired)
+TEST_F(ContentBodies, SendsTheFileAgainAfterItsRepair)
 {
     const store::File file = store(large);
     flip(file);
@@ -227,7 +227,7 @@ TEST_F(ContentBodies, AreSentAgainAfterTheFileIsRepaired)
     EXPECT_EQ(whole(file), large);
 }
 
-TEST_F(ContentBodies, AreNotReadForHead)
+TEST_F(ContentBodies, ReadsNoFileForHead)
 {
     const store::File file = store(large);
     flip(file);

@@ -1,4 +1,4 @@
-// The reply to a request for a content in an object store.
+// The answer to a request for a content in an object store.
 #include "service/api/ContentBody.h"
 #include "service/api/UploadSteps.h"
 #include "service/base/Digest.h"
@@ -110,7 +110,7 @@ protected:
                     {}};
 };
 
-TEST_F(ContentBodiesOfChunks, AreTheStoredBytes)
+TEST_F(ContentBodiesOfChunks, SendsTheStoredBytes)
 {
     for (const std::string& text : {std::string("a small one"), threeChunks(), std::string()}) {
         EXPECT_EQ(whole(store(text)), text);
@@ -118,7 +118,7 @@ TEST_F(ContentBodiesOfChunks, AreTheStoredBytes)
     EXPECT_EQ(integrity.damagedReads(), 0U);
 }
 
-TEST_F(ContentBodiesOfChunks, OfAPartReadOnlyTheChunksOfThePart)
+TEST_F(ContentBodiesOfChunks, ReadsForARangeOnlyTheChunksOfTheRange)
 {
     const store::File file = store(threeChunks());
     damage('a');
@@ -129,7 +129,7 @@ TEST_F(ContentBodiesOfChunks, OfAPartReadOnlyTheChunksOfThePart)
     EXPECT_EQ(integrity.damagedReads(), 0U);
 }
 
-TEST_F(ContentBodiesOfChunks, AreRefusedIfTheirFirstChunkIsDamaged)
+TEST_F(ContentBodiesOfChunks, RefusesAContentWithADamagedFirstChunk)
 {
     const store::File file = store(threeChunks());
     damage('a');
@@ -137,7 +137,7 @@ TEST_F(ContentBodiesOfChunks, AreRefusedIfTheirFirstChunkIsDamaged)
     EXPECT_EQ(integrity.damagedReads(), 1U);
 }
 
-TEST_F(ContentBodiesOfChunks, AreCutBeforeALaterDamagedChunk)
+TEST_F(ContentBodiesOfChunks, CutsTheBodyBeforeALaterDamagedChunk)
 {
     const store::File file = store(threeChunks());
     damage('b');
@@ -145,7 +145,7 @@ TEST_F(ContentBodiesOfChunks, AreCutBeforeALaterDamagedChunk)
     EXPECT_EQ(integrity.damagedReads(), 1U);
 }
 
-TEST_F(ContentBodiesOfChunks, AreNotCalledDamagedIfTheStoreDoesNotAnswer)
+TEST_F(ContentBodiesOfChunks, ReportsNoDamageIfTheStoreDoesNotAnswer)
 {
     const store::File file = store(threeChunks());
     gateway.failNext({EFault::Busy});

@@ -75,7 +75,7 @@ protected:
     }
 };
 
-TEST_F(JsonAnswers, AreTheBytesOfTheWholeDocument)
+TEST_F(JsonAnswers, SendsTheBytesOfTheWholeDocument)
 {
     for (const int count : {0, 1, 2, 1000, manyItems}) {
         http::Response response = answerOf(count);
@@ -122,7 +122,7 @@ TEST_F(JsonAnswers, HoldALargeDocumentInAFileOnly)
     EXPECT_LT(inFile.body.capacity(), 1000U);
 }
 
-TEST_F(JsonAnswers, ArePackedUnlessTheyAreTiny)
+TEST_F(JsonAnswers, CompressesAnswersUnlessTheyAreTiny)
 {
     for (const int count : {1000, 5 * manyItems}) {
         http::Response response = answerOf(count, true);
@@ -142,7 +142,7 @@ TEST_F(JsonAnswers, ShareTheFileOfAnEqualAnswer)
     EXPECT_NE(files.keep(2, "b", scratch(), 100), first) << "each farm has its own limit";
 }
 
-TEST_F(JsonAnswers, AreRefusedIfAllFarmsHoldTooManyBytes)
+TEST_F(JsonAnswers, RefusesAnAnswerIfAllFarmsHoldTooManyBytes)
 {
     AnswerFiles files(800);
     const auto scratch = [this] { return openScratch(context.scratchFolder); };
@@ -154,7 +154,7 @@ TEST_F(JsonAnswers, AreRefusedIfAllFarmsHoldTooManyBytes)
     EXPECT_TRUE(files.keep(3, "c", scratch(), 100));
 }
 
-TEST_F(JsonAnswers, AreRefusedIfAFarmHoldsTooManyBytes)
+TEST_F(JsonAnswers, RefusesAnAnswerIfAFarmHoldsTooManyBytes)
 {
     AnswerFiles files(800);
     const auto scratch = [this] { return openScratch(context.scratchFolder); };

@@ -34,7 +34,7 @@ protected:
     std::string early;
 };
 
-TEST_F(UploadChecksum, IsOfThePart)
+TEST_F(UploadChecksum, ChecksumCoversThePart)
 {
     // The digests of "abc" in FIPS 180-4.
     const std::string sha1 = "sha1 qZk+NkcGgWq6PiVxeFDCbJzQ2J0=";

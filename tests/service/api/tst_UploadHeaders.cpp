@@ -15,7 +15,7 @@ using http::EProblem;
 using testing::ElementsAre;
 using testing::Pair;
 
-TEST(UploadMetadata, IsAListOfKeysWithBase64Values)
+TEST(UploadMetadata, ReadsAListOfKeysWithBase64Values)
 {
     const auto values = parseMetadata("name ZmllbGQuemlw,targets MTAsMTE=");
     ASSERT_TRUE(values);
@@ -30,7 +30,7 @@ TEST(UploadMetadata, MayHaveKeysWithoutValueAndSpaces)
     EXPECT_TRUE(parseMetadata("")->empty());
 }
 
-TEST(UploadMetadata, IsRefusedWhenMalformed)
+TEST(UploadMetadata, RefusesMalformedMetadata)
 {
     for (const char* wrong : {"name !!!", "name Zg== Zg==", "name Zg==,,x Zg==",
                               "name Zg==,name Zg==", "na\tme Zg==", "name =="}) {
@@ -74,7 +74,7 @@ protected:
     std::string early;
 };
 
-TEST_F(UploadRequestHeaders, AreRead)
+TEST_F(UploadRequestHeaders, ReadsNameTargetsLengthAndKey)
 {
     set("Upload-Length", "1000");
     set("Idempotency-Key", "a nonce");

@@ -9,7 +9,7 @@ namespace {
 constexpr const char* abcDigest =
     "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
 
-TEST(Sha256Digest, IsTheSameInOnePieceAndInMany)
+TEST(Sha256Digest, OnePieceAndManyHaveTheSameDigest)
 {
     EXPECT_EQ(sha256Hex("abc"), abcDigest);
     Sha256 digest;

@@ -84,7 +84,7 @@ TEST_F(Reserve, RefusesUploadsFromTheFirstReleaseAndReportsBelowAHalf)
     EXPECT_FALSE(reserve.release());
 }
 
-TEST_F(Reserve, IsWholeAgainWhenTheDiskHasRoom)
+TEST_F(Reserve, FillsTheReserveAgainWhenTheDiskHasRoom)
 {
     DiskReserve reserve(file, 4 * mib);
     reserve.release();

@@ -56,7 +56,7 @@ TEST(Utf8, RefusesMalformedSequences)
     EXPECT_FALSE(isUtf8("\xFF"));
 }
 
-TEST(Numbers, AreUnsignedIntegers)
+TEST(Numbers, ReadsUnsignedIntegersOnly)
 {
     EXPECT_EQ(parseNumber("18446744073709551615"), 18446744073709551615ULL);
     EXPECT_EQ(parseNumber("18446744073709551616"), std::nullopt);

@@ -55,7 +55,7 @@ TEST_F(StatusOfAFile, HasDatesOfMoreThan32Bits)
     }
 }
 
-TEST_F(StatusOfAFile, IsTheSameByItsDescriptor)
+TEST_F(StatusOfAFile, TheDescriptorHasTheSameStatus)
 {
     ASSERT_TRUE(test::SetFileDate(file, test::farFutureS));
     const FileStatus status = statusOf(openFile(file, O_RDONLY).get());
@@ -64,7 +64,7 @@ TEST_F(StatusOfAFile, IsTheSameByItsDescriptor)
     EXPECT_EQ(status.device, statusOf(file)->device);
 }
 
-TEST_F(StatusOfAFile, IsEmptyForAMissingFile)
+TEST_F(StatusOfAFile, AMissingFileHasNoStatus)
 {
     EXPECT_EQ(statusOf(folder.Path() / "none").has_value(), false);
 }

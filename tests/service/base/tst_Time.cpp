@@ -26,28 +26,28 @@ constexpr Moment moments[] = {
     {253402300799999, "9999-12-31T23:59:59.999Z", "Fri, 31 Dec 9999 23:59:59 GMT"},
 };
 
-TEST(Times, AreWrittenForJson)
+TEST(Times, WritesTimesForJson)
 {
     for (const Moment& moment : moments) {
         EXPECT_EQ(rfc3339(moment.epochMs), moment.json);
     }
 }
 
-TEST(Times, AreWrittenForHeaders)
+TEST(Times, WritesTimesForHeaders)
 {
     for (const Moment& moment : moments) {
         EXPECT_EQ(httpDate(moment.epochMs), moment.header);
     }
 }
 
-TEST(Times, AreReadAsTheyAreWritten)
+TEST(Times, ReadsTimesAsTheyAreWritten)
 {
     for (const Moment& moment : moments) {
         EXPECT_EQ(parseRfc3339(moment.json), moment.epochMs) << moment.json;
     }
 }
 
-TEST(Times, AreReadWithAnyFractionOrNone)
+TEST(Times, ReadsTimesWithAnyFractionOrNone)
 {
     EXPECT_EQ(parseRfc3339("2023-11-14T22:13:20Z"), 1700000000000);
     EXPECT_EQ(parseRfc3339("2023-11-14T22:13:20.5Z"), 1700000000500);
@@ -55,7 +55,7 @@ TEST(Times, AreReadWithAnyFractionOrNone)
     EXPECT_EQ(parseRfc3339("2038-01-19T03:14:08Z"), 2147483648000);
 }
 
-TEST(Times, AreRefusedInAnyOtherForm)
+TEST(Times, RefusesTimesInAnyOtherForm)
 {
     for (const char* wrong :
          {"", "Z", "2023-11-14", "2023-11-14T22:13:20", "2023-11-14 22:13:20Z",
@@ -66,7 +66,7 @@ TEST(Times, AreRefusedInAnyOtherForm)
     }
 }
 
-TEST(Times, AreRefusedIfTheyDoNotExist)
+TEST(Times, RefusesTimesThatDoNotExist)
 {
     for (const char* wrong :
          {"2023-02-30T00:00:00Z", "2023-02-29T00:00:00Z", "2100-02-29T00:00:00Z",
@@ -77,7 +77,7 @@ TEST(Times, AreRefusedIfTheyDoNotExist)
     }
 }
 
-TEST(Times, AreRefusedBefore1970)
+TEST(Times, RefusesTimesBefore1970)
 {
     for (const char* wrong :
          {"1969-12-31T23:59:59Z", "1950-01-01T00:00:00Z", "0000-01-01T00:00:00Z"}) {

@@ -18,7 +18,7 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
 
-TEST_F(Chunks, AreWholeExceptTheLast)
+TEST_F(Chunks, WritesWholeChunksExceptTheLast)
 {
     store("0123456789");
     std::multiset<std::string> bytes;
@@ -29,7 +29,7 @@ TEST_F(Chunks, AreWholeExceptTheLast)
     EXPECT_THAT(bytes, testing::ElementsAre("0123", "4567", "89"));
 }
 
-TEST_F(Chunks, AreFetchedOnlyWhereTheyAreRead)
+TEST_F(Chunks, FetchesOnlyTheChunksThatAreRead)
 {
     const std::string sha256 = store("0123456789");
     const std::size_t before = gateway.requests().size();
@@ -41,7 +41,7 @@ TEST_F(Chunks, AreFetchedOnlyWhereTheyAreRead)
     EXPECT_EQ(gateway.requests().size() - before, 1U);
 }
 
-TEST_F(Chunks, AreNotReadIfTheyAreDamagedOrMissing)
+TEST_F(Chunks, RefusesDamagedAndMissingChunks)
 {
     const std::string sha256 = store("0123");
     const auto [key, bytes] = *gateway.objects().begin();
@@ -54,7 +54,7 @@ TEST_F(Chunks, AreNotReadIfTheyAreDamagedOrMissing)
     EXPECT_EQ(contents.open(sha256)->read(0, &byte, 1), 1U);
 }
 
-TEST_F(Chunks, StayInMemoryWhileTheObjectStoreFails)
+TEST_F(Chunks, KeepsChunksInMemoryWhileTheObjectStoreFails)
 {
     const auto receiver = receive("012");
     gateway.failNext({EFault::Busy, EFault::Busy});
@@ -66,7 +66,7 @@ TEST_F(Chunks, StayInMemoryWhileTheObjectStoreFails)
     EXPECT_EQ(receiver->finish(), sha256Hex("012"));
 }
 
-TEST_F(Chunks, OfAReplacedReceiverAreNotKept)
+TEST_F(Chunks, AReplacedReceiverKeepsNoChunks)
 {
     const auto first = receive("01");
     first->flush();
@@ -79,7 +79,7 @@ TEST_F(Chunks, OfAReplacedReceiverAreNotKept)
     EXPECT_EQ(contents.keptBytes("u1"), 4U);
 }
 
-TEST_F(Chunks, OfAReplacedReceiverDoNotBecomeAContent)
+TEST_F(Chunks, AReplacedReceiverMakesNoContent)
 {
     const auto first = receive("01");
     first->finish();
@@ -92,7 +92,7 @@ TEST_F(Chunks, OfAReplacedReceiverDoNotBecomeAContent)
     EXPECT_THROW(commit(*second), Superseded) << "the upload is finished once";
 }
 
-TEST_F(Chunks, OfARemovedUploadCannotBeContinued)
+TEST_F(Chunks, ARemovedUploadCannotBeContinued)
 {
     const auto receiver = receive("01");
     receiver->flush();
@@ -101,7 +101,7 @@ TEST_F(Chunks, OfARemovedUploadCannotBeContinued)
     EXPECT_THROW(receiver->flush(), Superseded);
 }
 
-TEST_F(Chunks, ThatNothingUsesAreRemovedAfterADay)
+TEST_F(Chunks, RemovesUnusedChunksAfterADay)
 {
     receive("0123")->flush();
     contents.removeUpload("u1");
@@ -115,7 +115,7 @@ TEST_F(Chunks, ThatNothingUsesAreRemovedAfterADay)
     EXPECT_EQ(contents.open(kept)->read(0, &byte, 1), 1U);
 }
 
-TEST_F(Chunks, OfAnEqualContentAreRemoved)
+TEST_F(Chunks, RemovesTheChunksOfAnEqualContent)
 {
     const std::string sha256 = store("0123");
     EXPECT_EQ(store("0123"), sha256);
@@ -124,7 +124,7 @@ TEST_F(Chunks, OfAnEqualContentAreRemoved)
     EXPECT_EQ(contents.open(sha256)->read(0, &byte, 1), 1U);
 }
 
-TEST_F(Chunks, WithoutACommitAreRemoved)
+TEST_F(Chunks, RemovesChunksWithoutACommit)
 {
     const auto receiver = receive("0123");
     gateway.failNext({EFault::DoneButCut, EFault::DoneButCut});
@@ -134,7 +134,7 @@ TEST_F(Chunks, WithoutACommitAreRemoved)
     EXPECT_THAT(gateway.objects(), IsEmpty());
 }
 
-TEST_F(Chunks, ThatAreCondemnedAreNotAddedAnyMore)
+TEST_F(Chunks, AddsNoCondemnedChunks)
 {
     const store::Chunk late{"chunks/late", 0, 4, sha256Hex("0123")};
     const bool added = database.writeNow([&late](store::Transaction& t) {
@@ -147,7 +147,7 @@ TEST_F(Chunks, ThatAreCondemnedAreNotAddedAnyMore)
     EXPECT_EQ(contents.keptBytes("u1"), 0U);
 }
 
-TEST_F(Chunks, AreRemovedLaterIfTheObjectStoreFails)
+TEST_F(Chunks, RemovesChunksLaterIfTheObjectStoreFails)
 {
     contents.remove(store("01234567"));
     gateway.failNext({EFault::None, EFault::Busy, EFault::Busy});
@@ -158,7 +158,7 @@ TEST_F(Chunks, AreRemovedLaterIfTheObjectStoreFails)
     EXPECT_EQ(contents.removeDoomedObjects(), 0U);
 }
 
-TEST_F(Chunks, OfAContentWithAFileAreKept)
+TEST_F(Chunks, KeepsTheChunksOfAContentWithAFile)
 {
     const std::string sha256 = store("01234567");
     addFile(sha256);
@@ -167,7 +167,7 @@ TEST_F(Chunks, OfAContentWithAFileAreKept)
     EXPECT_TRUE(contents.open(sha256));
 }
 
-TEST_F(Chunks, ThatAreShortAreJoined)
+TEST_F(Chunks, JoinsShortChunks)
 {
     ChunkedContents large(database, bucket, clock, 64);
     const std::string text = "0123456789abcdefghijklmnopqrstuv"; // 32 bytes
@@ -185,7 +185,7 @@ TEST_F(Chunks, ThatAreShortAreJoined)
     EXPECT_EQ(readAll(sha256), text);
 }
 
-TEST_F(Chunks, ThatWereJoinedAreContinued)
+TEST_F(Chunks, AnUploadContinuesAfterJoinedChunks)
 {
     const auto receiver = receive("0");
     receiver->flush();
@@ -200,7 +200,7 @@ TEST_F(Chunks, ThatWereJoinedAreContinued)
     EXPECT_EQ(readAll(sha256), "012");
 }
 
-TEST_F(Chunks, AreNotJoinedToMoreThanAChunk)
+TEST_F(Chunks, JoinsChunksToAtMostTheSizeOfAChunk)
 {
     receive("012")->flush();
     receive("345")->flush();
@@ -208,7 +208,7 @@ TEST_F(Chunks, AreNotJoinedToMoreThanAChunk)
     EXPECT_EQ(contents.keptBytes("u1"), 6U);
 }
 
-TEST_F(Chunks, ThatAreDamagedAreNotJoined)
+TEST_F(Chunks, DoesNotJoinDamagedChunks)
 {
     receive("0")->flush();
     gateway.replace(gateway.objects().begin()->first, "x");

@@ -47,7 +47,7 @@ TEST_F(Contents, HaveTheirDigestAsName)
     EXPECT_EQ(textOf(digest), "abc");
 }
 
-TEST_F(Contents, AreStoredOnce)
+TEST_F(Contents, StoresEqualContentsOnce)
 {
     const std::string digest = receive("u1", "abc");
     store.adopt("u1", digest);
@@ -71,7 +71,7 @@ TEST_F(Contents, MayBeDatedAfter2038)
     EXPECT_NO_THROW(stampOf(store.open(digest).get()));
 }
 
-TEST_F(Contents, AreRepairedByAnEqualUpload)
+TEST_F(Contents, AnEqualUploadRepairsAContent)
 {
     const std::string digest = receive("u1", "abc");
     store.adopt("u1", digest);
@@ -86,7 +86,7 @@ TEST_F(Contents, AreRepairedByAnEqualUpload)
     EXPECT_THAT(store.digests(), testing::ElementsAre(digest));
 }
 
-TEST_F(Contents, StayWhenTheirUploadIsDisowned)
+TEST_F(Contents, KeepsTheContentWhenItsUploadFails)
 {
     const std::string digest = receive("u1", "abc");
     store.adopt("u1", digest);
@@ -119,7 +119,7 @@ TEST_F(Contents, BecomeTheirUploadAgain)
     EXPECT_EQ(store.uploadSize("u1"), 3U);
 }
 
-TEST_F(Contents, AreRemovedIfTheirNameCannotBeSynced)
+TEST_F(Contents, RemovesAContentIfItsNameCannotBeSynced)
 {
     const std::string digest = receive("u1", "abc");
     test::failNextSyncs(1);
@@ -144,7 +144,7 @@ TEST_F(Contents, LoseNewFoldersThatCannotBeSynced)
     EXPECT_TRUE(std::filesystem::exists(contents / "ff"));
 }
 
-TEST_F(Contents, StayWhenTheSyncOfAnEqualUploadFails)
+TEST_F(Contents, KeepsTheContentWhenTheSyncOfAnEqualUploadFails)
 {
     const std::string digest = receive("u1", "abc");
     store.adopt("u1", digest);

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::int64_t hourMs = 3600 * 1000;
 
-TEST(ContentIntegrity, IsKnownForAnHour)
+TEST(ContentIntegrity, RemembersAGoodContentForAnHour)
 {
     Integrity integrity;
     const FileStamp stamp{1, 2, 3, 4, 5};

@@ -107,7 +107,7 @@ TEST_F(Writing, RestartsAt0AfterAFailedSync)
     EXPECT_EQ(again.finish(), sha256Hex("xyz"));
 }
 
-TEST(RememberedDigests, AreBoundedInNumber)
+TEST(RememberedDigests, RemembersABoundedNumberOfDigests)
 {
     DigestCache cache;
     for (int i = 0; i < 1000; ++i) {

@@ -6,7 +6,7 @@
 namespace kelvo::http {
 namespace {
 
-TEST(Coding, IsUsedOnlyIfTheClientAcceptsIt)
+TEST(Coding, UsesACodingOnlyIfTheClientAcceptsIt)
 {
     for (const char* header : {"gzip", "deflate, gzip", "br;q=1.0, gzip;q=0.5", "gzip ; q=1"}) {
         EXPECT_TRUE(acceptsCoding(header, "gzip")) << header;

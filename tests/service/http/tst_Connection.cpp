@@ -13,12 +13,12 @@ using testing::StartsWith;
 
 TEST_F(HttpConnection, AnswersSeveralRequests)
 {
-    const std::string reply = talk("POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 2\r\n\r\nab"
-                                   "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 2\r\n\r\ncd");
-    EXPECT_THAT(reply, StartsWith("HTTP/1.1 200 OK\r\n"));
-    EXPECT_THAT(reply, HasSubstr("<ab>HTTP/1.1 200 OK"));
-    EXPECT_THAT(reply, HasSubstr("<cd>"));
-    EXPECT_THAT(reply, Not(HasSubstr("Connection: close")));
+    const std::string answer = talk("POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 2\r\n\r\nab"
+                                    "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 2\r\n\r\ncd");
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 200 OK\r\n"));
+    EXPECT_THAT(answer, HasSubstr("<ab>HTTP/1.1 200 OK"));
+    EXPECT_THAT(answer, HasSubstr("<cd>"));
+    EXPECT_THAT(answer, Not(HasSubstr("Connection: close")));
     EXPECT_EQ(application.received, 4U);
 }
 
@@ -45,27 +45,27 @@ TEST_F(HttpConnection, ClosesWhenABodyIsAbandonedBeforeItsLastByte)
 
 TEST_F(HttpConnection, ClosesWhenTheRequestSaysClose)
 {
-    const std::string reply = talk("POST / HTTP/1.1\r\nHost: h\r\nConnection: close\r\n\r\n"
-                                   "POST / HTTP/1.1\r\nHost: h\r\n\r\n");
-    EXPECT_EQ(countReplies(reply), 1);
-    EXPECT_THAT(reply, HasSubstr("Connection: close"));
+    const std::string answer = talk("POST / HTTP/1.1\r\nHost: h\r\nConnection: close\r\n\r\n"
+                                    "POST / HTTP/1.1\r\nHost: h\r\n\r\n");
+    EXPECT_EQ(countAnswers(answer), 1);
+    EXPECT_THAT(answer, HasSubstr("Connection: close"));
 }
 
 TEST_F(HttpConnection, SendsNoBodyForHead)
 {
-    const std::string reply = talk("HEAD / HTTP/1.1\r\nHost: h\r\n\r\n");
-    EXPECT_THAT(reply, HasSubstr("Content-Length: 2\r\n"));
-    EXPECT_THAT(reply, testing::EndsWith("\r\n\r\n"));
+    const std::string answer = talk("HEAD / HTTP/1.1\r\nHost: h\r\n\r\n");
+    EXPECT_THAT(answer, HasSubstr("Content-Length: 2\r\n"));
+    EXPECT_THAT(answer, testing::EndsWith("\r\n\r\n"));
 }
 
 TEST_F(HttpConnection, ReadsAChunkedBodyAndFindsTheNextRequest)
 {
     const std::string head = "POST / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\n";
-    const std::string reply =
+    const std::string answer =
         talk(head + "2\r\nab\r\n3;x=y\r\ncde\r\n0\r\nTrailer: v\r\n\r\n" + head + "0\r\n\r\n");
-    EXPECT_THAT(reply, HasSubstr("<abcde>HTTP/1.1 200 OK"));
-    EXPECT_THAT(reply, testing::EndsWith("<>"));
-    EXPECT_THAT(reply, Not(HasSubstr("Connection: close")));
+    EXPECT_THAT(answer, HasSubstr("<abcde>HTTP/1.1 200 OK"));
+    EXPECT_THAT(answer, testing::EndsWith("<>"));
+    EXPECT_THAT(answer, Not(HasSubstr("Connection: close")));
     EXPECT_EQ(application.received, 5U);
 }
 
@@ -79,18 +79,18 @@ TEST_F(HttpConnection, TakesAChunkedBodyOfTheLimit)
 
 TEST_F(HttpConnection, ClosesInsteadOfReadingAnUnwantedChunkedBody)
 {
-    const std::string reply = talk("POST /ignore HTTP/1.1\r\nHost: h\r\n"
-                                   "Transfer-Encoding: chunked\r\n\r\n2\r\nab\r\n0\r\n\r\n");
-    EXPECT_THAT(reply, HasSubstr("Connection: close"));
+    const std::string answer = talk("POST /ignore HTTP/1.1\r\nHost: h\r\n"
+                                    "Transfer-Encoding: chunked\r\n\r\n2\r\nab\r\n0\r\n\r\n");
+    EXPECT_THAT(answer, HasSubstr("Connection: close"));
 }
 
 TEST_F(HttpConnection, TellsAnOldPeerThatTheConnectionStaysOpen)
 {
-    const std::string reply = talk("GET / HTTP/1.0\r\nConnection: Keep-Alive\r\n\r\n"
-                                   "GET / HTTP/1.0\r\n\r\n");
-    EXPECT_EQ(countReplies(reply), 2);
-    EXPECT_THAT(reply, HasSubstr("Connection: keep-alive\r\n"));
-    EXPECT_THAT(reply, HasSubstr("Connection: close\r\n"));
+    const std::string answer = talk("GET / HTTP/1.0\r\nConnection: Keep-Alive\r\n\r\n"
+                                    "GET / HTTP/1.0\r\n\r\n");
+    EXPECT_EQ(countAnswers(answer), 2);
+    EXPECT_THAT(answer, HasSubstr("Connection: keep-alive\r\n"));
+    EXPECT_THAT(answer, HasSubstr("Connection: close\r\n"));
 }
 
 TEST_F(HttpConnection, SendsNoContinueToAnOldPeer)
@@ -101,10 +101,10 @@ TEST_F(HttpConnection, SendsNoContinueToAnOldPeer)
 
 TEST_F(HttpConnection, SendsAnEmptyBodyForAnOverriddenHead)
 {
-    const std::string reply =
+    const std::string answer =
         talk("POST / HTTP/1.1\r\nHost: h\r\nX-HTTP-Method-Override: HEAD\r\n\r\n");
-    EXPECT_THAT(reply, HasSubstr("Content-Length: 0\r\n"));
-    EXPECT_THAT(reply, testing::EndsWith("\r\n\r\n"));
+    EXPECT_THAT(answer, HasSubstr("Content-Length: 0\r\n"));
+    EXPECT_THAT(answer, testing::EndsWith("\r\n\r\n"));
 }
 
 TEST_F(HttpConnection, SendsNoContentLengthWithoutContent)
@@ -132,11 +132,11 @@ TEST_F(HttpConnection, SendsContinueOnlyWhenTheBodyIsRead)
 
 TEST_F(HttpConnection, DropsASmallUnreadBody)
 {
-    const std::string reply =
+    const std::string answer =
         talk("POST /ignore HTTP/1.1\r\nHost: h\r\nContent-Length: 5\r\n\r\n12345"
              "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 2\r\n\r\nab");
-    EXPECT_EQ(countReplies(reply), 2);
-    EXPECT_THAT(reply, HasSubstr("<ab>"));
+    EXPECT_EQ(countAnswers(answer), 2);
+    EXPECT_THAT(answer, HasSubstr("<ab>"));
 }
 
 } // namespace

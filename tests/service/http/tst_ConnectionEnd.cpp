@@ -48,7 +48,7 @@ TEST_F(HttpConnection, EndsAtOnceDuringTheHandshakeWhenTheServiceStops)
     loop.runUntil([&served] { return served; });
 }
 
-TEST_F(HttpConnection, CutsAReplyThatIsNotReadWhenTheServiceStops)
+TEST_F(HttpConnection, CutsAnAnswerThatIsNotReadWhenTheServiceStops)
 {
     limits.stopStall = std::chrono::milliseconds(1);
     limits.bodyStall = std::chrono::hours(1);

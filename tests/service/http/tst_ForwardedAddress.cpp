@@ -23,7 +23,7 @@ protected:
     }
 };
 
-TEST_F(Forwarded, IsIgnoredFromAStranger)
+TEST_F(Forwarded, IgnoresTheFieldFromAStranger)
 {
     EXPECT_EQ(client({{"X-Forwarded-For", "192.0.2.1"}}, "203.0.113.7"), "203.0.113.7");
     EXPECT_EQ(client({{"Forwarded", "for=192.0.2.1"}}, "203.0.113.7"), "203.0.113.7");
@@ -41,7 +41,7 @@ TEST_F(Forwarded, TellsTheAddressThatTheLastProxySaw)
     EXPECT_EQ(client({{"X-Forwarded-For", "10.1.1.1, 10.2.2.2"}}), "10.1.1.1");
 }
 
-TEST_F(Forwarded, IsReadInAllItsForms)
+TEST_F(Forwarded, ReadsTheFieldInAllItsForms)
 {
     EXPECT_EQ(client({{"Forwarded", "for=192.0.2.60;proto=https;by=10.0.0.1"}}), "192.0.2.60");
     EXPECT_EQ(client({{"Forwarded", "by=10.0.0.1; For=\"[2001:db8:cafe::17]:4711\""}}),
@@ -60,12 +60,12 @@ TEST_F(Forwarded, StopsAtANameThatIsNoAddress)
     EXPECT_EQ(client({{"Forwarded", "for=["}}), "10.0.0.1");
 }
 
-TEST_F(Forwarded, IsNotBelievedIfBothFieldsAreThere)
+TEST_F(Forwarded, BelievesNeitherFieldIfBothAreThere)
 {
     EXPECT_EQ(client({{"X-Forwarded-For", "192.0.2.1"}, {"Forwarded", "for=9.9.9.9"}}), "10.0.0.1");
 }
 
-TEST_F(Forwarded, IsNotChosenByAClientThatLeavesAQuoteOpen)
+TEST_F(Forwarded, AClientThatLeavesAQuoteOpenCannotChooseItsAddress)
 {
     EXPECT_EQ(client({{"X-Forwarded-For", "9.9.9.9:\""}, {"X-Forwarded-For", "192.0.2.1"}}),
               "10.0.0.1");

@@ -59,7 +59,7 @@ protected:
     }
 };
 
-TEST_F(CountedConnection, IsAnsweredBusyAboveTheLimitOfItsAddress)
+TEST_F(CountedConnection, AnswersBusyAboveTheLimitOfAnAddress)
 {
     PeerCounts peers({1, 10});
     EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\nHost: h\r\n\r\n", peers),
@@ -72,11 +72,11 @@ TEST_F(CountedConnection, IsAnsweredBusyAboveTheLimitOfItsAddress)
                 StartsWith("HTTP/1.1 200 "));
 }
 
-TEST_F(CountedConnection, IsClosedAboveTheLimitOfUnfinishedHeads)
+TEST_F(CountedConnection, ClosesTheConnectionAboveTheLimitOfUnfinishedHeads)
 {
     PeerCounts peers({10, 1});
     const std::string two = "GET / HTTP/1.1\r\nHost: h\r\n\r\nGET / HTTP/1.1\r\nHost: h\r\n\r\n";
-    EXPECT_EQ(countReplies(talkCounted(two, peers)), 2) << "each head ends before the next begins";
+    EXPECT_EQ(countAnswers(talkCounted(two, peers)), 2) << "each head ends before the next begins";
     PeerCounts::Ticket open(peers, "127.0.0.1");
     EXPECT_TRUE(open.beginHead());
     EXPECT_EQ(talkCounted(two, peers), "");

@@ -73,7 +73,7 @@ TEST_F(ProxiedConnection, TellsTheApplicationTheClientsAddress)
     EXPECT_THAT(application.peers, testing::ElementsAre("203.0.113.7", "203.0.113.7"));
 }
 
-TEST_F(ProxiedConnection, IsClosedWithoutAHeader)
+TEST_F(ProxiedConnection, ClosesAConnectionWithoutAHeader)
 {
     EXPECT_EQ(talk("GET / HTTP/1.1\r\nHost: h\r\n\r\n"), "");
     EXPECT_EQ(application.handled, 0);

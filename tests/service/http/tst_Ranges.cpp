@@ -18,7 +18,7 @@ struct Case
 class Range : public testing::TestWithParam<Case>
 {};
 
-TEST_P(Range, IsChosenFromTheHeader)
+TEST_P(Range, ChoosesTheRangeFromTheHeader)
 {
     const Case& wanted = GetParam();
     const RangeChoice choice = chooseRange(wanted.header, wanted.size);

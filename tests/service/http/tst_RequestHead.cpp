@@ -94,7 +94,7 @@ TEST(RequestHead, HasNoTransferCodingInHttp10)
               EHeadState::Malformed);
 }
 
-TEST(RequestHead, IsParsedFromPiecesAndLeavesTheBody)
+TEST(RequestHead, ParsesAHeadFromPiecesAndLeavesTheBody)
 {
     const std::string text = "PUT /x HTTP/1.1\r\nHost: h\r\nContent-Length: 4\r\n\r\nbody";
     HeadParser parser(limit);
@@ -114,7 +114,7 @@ TEST(RequestHead, IsParsedFromPiecesAndLeavesTheBody)
     EXPECT_EQ(all, "body");
 }
 
-TEST(RequestHead, IsRefusedAboveTheLimit)
+TEST(RequestHead, RefusesAHeadAboveTheLimit)
 {
     const std::string huge =
         "GET / HTTP/1.1\r\nHost: h\r\nX: " + std::string(limit, 'a') + "\r\n\r\n";
@@ -132,7 +132,7 @@ TEST(RequestHead, IsRefusedAboveTheLimit)
     EXPECT_EQ(state, EHeadState::TooLarge);
 }
 
-TEST(RequestHead, IsRefusedIfItIsNotHttp)
+TEST(RequestHead, RefusesAHeadThatIsNotHttp)
 {
     for (const char* wrong :
          {"hello\r\n\r\n", "GET /\r\n\r\n", "GET / \r\n\r\n", "GET / HTTP\r\n\r\n", "GET\r\n\r\n",

@@ -17,16 +17,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::size_t largeReplyBytes = 64 * 1024 * 1024;
+constexpr std::size_t largeAnswerBytes = 64 * 1024 * 1024;
 
-/** Reads bodies whole at /json and piece by piece at other paths. Its replies to GET are large. */
+/** Reads bodies whole at /json and piece by piece at other paths. Its answers to GET are large. */
 class ReadingApplication final : public Application
 {
 public:
     Async<Response> handle(Request& request) override
     {
         if (request.head.method == "GET") {
-            co_return Response::text(std::string(largeReplyBytes, 'x'), "text/plain");
+            co_return Response::text(std::string(largeAnswerBytes, 'x'), "text/plain");
         }
         if (request.head.path == "/json") {
             co_await request.body.readAll(1024 * 1024);
@@ -122,7 +122,7 @@ TEST_F(SlowPeers, HaveADeadlineForTheFirstByte)
     EXPECT_THAT(application.statuses, testing::IsEmpty());
 }
 
-TEST_F(SlowPeers, AreClosedWhenTheirBodyStalls)
+TEST_F(SlowPeers, ClosesTheConnectionWhenTheBodyStalls)
 {
     limits.bodyStall = 30ms;
     serve([](Transport& client) -> Async<void> {
@@ -133,7 +133,7 @@ TEST_F(SlowPeers, AreClosedWhenTheirBodyStalls)
     EXPECT_THAT(application.statuses, testing::ElementsAre(408U));
 }
 
-TEST_F(SlowPeers, AreClosedWhenTheirBodyComesAByteAtATime)
+TEST_F(SlowPeers, ClosesTheConnectionWhenTheBodyComesAByteAtATime)
 {
     limits.bodyStall = 30ms;
     drip("POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 1000000\r\n\r\n");
@@ -156,7 +156,7 @@ TEST_F(SlowPeers, HaveADeadlineForASmallBodyThatArrivesSteadily)
     EXPECT_THAT(application.statuses, testing::ElementsAre(408U));
 }
 
-TEST_F(SlowPeers, AreClosedWhenTheyDoNotReadTheReply)
+TEST_F(SlowPeers, ClosesTheConnectionOfAPeerThatDoesNotReadTheAnswer)
 {
     limits.bodyStall = 30ms;
     serve([](Transport& client) -> Async<void> {
@@ -165,17 +165,17 @@ TEST_F(SlowPeers, AreClosedWhenTheyDoNotReadTheReply)
     EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
 }
 
-TEST_F(SlowPeers, AreClosedWhenTheyReadTheReplyTooSlowly)
+TEST_F(SlowPeers, ClosesTheConnectionOfAPeerThatReadsTheAnswerTooSlowly)
 {
     limits.bodyStall = 30ms;
-    limits.bodyProgressBytes = 1024 * 1024 * 1024; // more than the whole reply
+    limits.bodyProgressBytes = 1024 * 1024 * 1024; // more than the whole answer
     std::size_t taken = 0;
     serve([&taken](Transport& client) -> Async<void> {
         co_await test::sendText(client, "GET / HTTP/1.1\r\nHost: h\r\n\r\n");
-        const auto piece = std::make_unique<char[]>(largeReplyBytes / 1000);
+        const auto piece = std::make_unique<char[]>(largeAnswerBytes / 1000);
         asio::steady_timer timer(client.executor());
         for (IoResult got; !got.error;) {
-            got = co_await client.readSome(asio::buffer(piece.get(), largeReplyBytes / 1000));
+            got = co_await client.readSome(asio::buffer(piece.get(), largeAnswerBytes / 1000));
             taken += got.bytes;
             timer.expires_after(1ms); // the service waits for the peer meanwhile
             boost::system::error_code ignored;
@@ -183,10 +183,10 @@ TEST_F(SlowPeers, AreClosedWhenTheyReadTheReplyTooSlowly)
         }
     });
     EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
-    EXPECT_LT(taken, largeReplyBytes);
+    EXPECT_LT(taken, largeAnswerBytes);
 }
 
-TEST_F(SlowPeers, AreClosedWhenTheyReadTheReplyAByteAtATime)
+TEST_F(SlowPeers, ClosesTheConnectionOfAPeerThatReadsTheAnswerAByteAtATime)
 {
     limits.bodyStall = 30ms;
     serve([](Transport& client) -> Async<void> {

@@ -25,7 +25,7 @@ protected:
 
 } // namespace
 
-TEST_F(SessionFile, IsLoadedAsItWasSaved)
+TEST_F(SessionFile, LoadsTheSessionAsItWasSaved)
 {
     session.save(file);
     const auto loaded = Session::load(file);
@@ -36,14 +36,14 @@ TEST_F(SessionFile, IsLoadedAsItWasSaved)
     EXPECT_EQ(loaded->token, session.token);
 }
 
-TEST_F(SessionFile, IsLoadedIfItsDateIsAfter2038)
+TEST_F(SessionFile, LoadsASessionWithADateAfter2038)
 {
     session.save(file);
     ASSERT_TRUE(kelvo::test::SetFileDate(file, kelvo::test::farFutureS));
     EXPECT_TRUE(Session::load(file));
 }
 
-TEST_F(SessionFile, IsPrivateWhenItReplacesAReadableFile)
+TEST_F(SessionFile, APrivateFileReplacesAReadableFile)
 {
     session.save(file);
     std::filesystem::permissions(file, perms(0644));
@@ -61,14 +61,14 @@ TEST_F(SessionFile, LeavesNothingElseInTheFolder)
     EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
 }
 
-TEST_F(SessionFile, IsRefusedWhenOthersCanReadIt)
+TEST_F(SessionFile, RefusesAFileThatOthersCanRead)
 {
     session.save(file);
     std::filesystem::permissions(file, perms(0640));
     EXPECT_THROW(Session::load(file), UsageError);
 }
 
-TEST_F(SessionFile, IsRefusedIfItsContentIsNotASession)
+TEST_F(SessionFile, RefusesAFileWithoutASession)
 {
     session.save(file);
     for (const char* content : {"", "{", "[]", "{\"server\":\"x\"}", "{\"server\":1}"}) {
@@ -86,7 +86,7 @@ TEST_F(SessionFile, GivesNoSessionIfItIsMissing)
     EXPECT_THROW(context.session(), UsageError);
 }
 
-TEST_F(SessionFile, IsNotUsedForAnotherServer)
+TEST_F(SessionFile, UsesTheSessionForNoOtherServer)
 {
     session.save(file);
     CommandContext context;

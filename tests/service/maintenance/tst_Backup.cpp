@@ -28,7 +28,7 @@ using testing::IsEmpty;
 class BackingUp : public BackupFixture
 {};
 
-TEST_F(BackingUp, AndRestoringGivesTheSameFolder)
+TEST_F(BackingUp, ABackupRestoresTheSameFolder)
 {
     const CopyReport made = makeBackup();
     EXPECT_THAT(made.damages, IsEmpty());
@@ -76,7 +76,7 @@ TEST_F(BackingUp, WorksBesideARunningService)
     EXPECT_TRUE(verify(restored()).isClean());
 }
 
-TEST_F(BackingUp, IsConsistentWhenFilesAreAddedAndRemovedMeanwhile)
+TEST_F(BackingUp, ABackupIsConsistentWhenFilesAreAddedAndRemovedMeanwhile)
 {
     const DataFolder running(folder.Path());
     std::vector<std::string> texts{"added content", "added and removed content"};

@@ -133,7 +133,7 @@ struct Broken
 class BrokenRows : public Verifying, public testing::WithParamInterface<Broken>
 {};
 
-TEST_P(BrokenRows, AreFound)
+TEST_P(BrokenRows, VerifyFindsBrokenRows)
 {
     // Foreign keys are off, as in a tool that edits a database by hand.
     const std::string file = (folder.Path() / "kelvo.sqlite").string();

@@ -21,7 +21,7 @@ TEST(ABucketAddress, NamesBucketEndpointRegionAndAuthorities)
     EXPECT_EQ(address.caFile, "/etc/ca.pem");
 }
 
-TEST(ABucketAddress, IsRefusedIfAPartIsMissingOrUnknown)
+TEST(ABucketAddress, RefusesAnAddressWithAMissingOrUnknownPart)
 {
     for (const char* text :
          {"", "farm-files", "s3://farm-files", "s3://?endpoint=https://a",
@@ -33,7 +33,7 @@ TEST(ABucketAddress, IsRefusedIfAPartIsMissingOrUnknown)
     }
 }
 
-TEST(AnEndpoint, IsReachedWithoutTlsOnThisMachineOnly)
+TEST(AnEndpoint, AllowsPlainHttpOnThisMachineOnly)
 {
     EXPECT_EQ(hostOf("http://127.0.0.1:7480"), "127.0.0.1:7480");
     EXPECT_EQ(hostOf("http://[::1]:7480"), "[::1]:7480");
@@ -66,19 +66,19 @@ TEST_F(CredentialsFile, HasTheAccessKeyAndTheSecretKeyOnTwoLines)
     EXPECT_EQ(found.secretKey, "the secret key");
 }
 
-TEST_F(CredentialsFile, IsRefusedIfOthersMayReadIt)
+TEST_F(CredentialsFile, RefusesAFileThatOthersMayRead)
 {
     ::chmod(file.c_str(), 0640);
     EXPECT_THROW(readCredentials(file), std::runtime_error);
 }
 
-TEST_F(CredentialsFile, IsRefusedWithoutASecretKey)
+TEST_F(CredentialsFile, RefusesAFileWithoutASecretKey)
 {
     folder.Write("credentials", "the access key\n");
     EXPECT_THROW(readCredentials(file), std::runtime_error);
 }
 
-TEST_F(CredentialsFile, IsReadBeforeTheVariables)
+TEST_F(CredentialsFile, TheFileCountsBeforeTheVariables)
 {
     ::setenv("AWS_ACCESS_KEY_ID", "another access key", 1);
     ::setenv("AWS_SECRET_ACCESS_KEY", "another secret key", 1);

@@ -71,7 +71,7 @@ TEST_P(EveryBucket, TellsAMissingObject)
     bucket.remove(key);
 }
 
-TEST_P(EveryBucket, IsRefusedWithAnotherSecretKey)
+TEST_P(EveryBucket, RefusesAnotherSecretKey)
 {
     Bucket other(store.address, {store.credentials.accessKey, "another key"}, clock);
     try {
@@ -83,13 +83,13 @@ TEST_P(EveryBucket, IsRefusedWithAnotherSecretKey)
     }
 }
 
-TEST_P(EveryBucket, IsRefusedIfTheBytesHaveAnotherDigest)
+TEST_P(EveryBucket, RefusesBytesWithAnotherDigest)
 {
     EXPECT_THROW(bucket.put(key, "changed", sha256Hex("promised")), RequestRefused);
     EXPECT_EQ(bucket.sizeOf(key), std::nullopt);
 }
 
-TEST_P(EveryBucket, IsRefusedIfTheBucketIsMissing)
+TEST_P(EveryBucket, RefusesAMissingBucket)
 {
     store.address.bucket = "kelvo-missing";
     Bucket other(store.address, store.credentials, clock);

@@ -26,7 +26,7 @@ std::string signatureOf(const RequestToSign& request)
     return value.substr(value.find("Signature=") + 10);
 }
 
-TEST(Signature, OfAGetWithARangeIsThePublishedOne)
+TEST(Signature, SignsAGetWithARangeAsPublished)
 {
     RequestToSign request = example("GET", "/test.txt", "");
     request.headers.emplace("range", "bytes=0-9");
@@ -36,7 +36,7 @@ TEST(Signature, OfAGetWithARangeIsThePublishedOne)
               "Signature=f0e8bdb87c964420e857bd35b5d6ed310bd44f0170aba48dd91039c6036bdb41");
 }
 
-TEST(Signature, OfAPutIsThePublishedOne)
+TEST(Signature, SignsAPutAsPublished)
 {
     RequestToSign request = example("PUT", "/test%24file.text", "", "Welcome to Amazon S3.");
     request.headers.emplace("date", "Fri, 24 May 2013 00:00:00 GMT");
@@ -45,7 +45,7 @@ TEST(Signature, OfAPutIsThePublishedOne)
               "98ad721746da40c64f1a55b78f14c238d841ea1380cd77a1b5971af0ece108bd");
 }
 
-TEST(Signature, OfAQueryIsThePublishedOne)
+TEST(Signature, SignsAQueryAsPublished)
 {
     EXPECT_EQ(signatureOf(example("GET", "/", "lifecycle=")),
               "fea454ca298b7da1c68078a5d1bdbfbbe0d65c699e0f91ac7a200a0136783543");
@@ -59,14 +59,14 @@ TEST(Signature, DoesNotContainTheSecretKey)
                 testing::Not(testing::HasSubstr(exampleKeys.secretKey)));
 }
 
-TEST(Signature, IsNotMadeWithoutTheDate)
+TEST(Signature, SignsNothingWithoutTheDate)
 {
     RequestToSign request = example("GET", "/a", "");
     request.headers.erase("x-amz-date");
     EXPECT_THROW(authorizationOf(request, exampleKeys, "us-east-1"), std::out_of_range);
 }
 
-TEST(SignatureDate, IsUtcWithoutSeparators)
+TEST(SignatureDate, WritesTheDateInUtcWithoutSeparators)
 {
     EXPECT_EQ(amzDate(1369353600000), "20130524T000000Z");
     EXPECT_EQ(amzDate(1369353600999), "20130524T000000Z");

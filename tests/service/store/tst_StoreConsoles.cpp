@@ -80,7 +80,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Databases, StoreConsoles, testing::ValuesIn(databaseKinds()), nameOf);
 
-TEST_P(StoreConsoles, AreIdentifiedByTheirAddressForAnyUser)
+TEST_P(StoreConsoles, AnAddressIdentifiesAConsoleForAnyUser)
 {
     const store::Id console = report(logIn(olga, "a"), "00:1b");
     EXPECT_EQ(report(logIn(piet, "b"), "00:1b"), console);
@@ -90,7 +90,7 @@ TEST_P(StoreConsoles, AreIdentifiedByTheirAddressForAnyUser)
     EXPECT_EQ(consoles()[0].operatorName, "piet");
 }
 
-TEST_P(StoreConsoles, AreIdentifiedByTheirUserWithoutAnAddress)
+TEST_P(StoreConsoles, TheUserIdentifiesAConsoleWithoutAnAddress)
 {
     const store::Id console = report(logIn(olga, "a"), "");
     EXPECT_EQ(report(logIn(olga, "b"), ""), console);
@@ -109,7 +109,7 @@ TEST_P(StoreConsoles, KeepTheLastAddressOfASession)
         << "another session may come from another console";
 }
 
-TEST_P(StoreConsoles, AreTwoForOneAddressOnTwoFarms)
+TEST_P(StoreConsoles, OneAddressOnTwoFarmsIsTwoConsoles)
 {
     const store::Farm other = addFarm("Dale Farm");
     const store::Id console = report(logIn(olga, "a"), "00:1b");
@@ -161,7 +161,7 @@ TEST_P(StoreConsoles, KeepTheLastEnvironmentOfEachSession)
     EXPECT_EQ(environmentOf(logIn(olga, "c")), std::pair(std::string(), 0LL));
 }
 
-TEST_P(StoreConsoles, AreLimitedForAUserAndForAFarm)
+TEST_P(StoreConsoles, LimitsTheConsolesOfAUserAndOfAFarm)
 {
     const auto fill = [this](const std::string& name) {
         const store::Session session = logIn(addUser(farm, name), name);

@@ -197,7 +197,7 @@ TEST_P(StoreContract, RemovesTheResultsOfUploadsWithTheirFilesOnly)
     EXPECT_TRUE(find(*database, "open"));
 }
 
-TEST(IdLists, AreReadOnlyWhenEveryItemIsAnId)
+TEST(IdLists, ReadsAListOnlyIfEveryItemIsAnId)
 {
     EXPECT_EQ(store::splitIds("10, 11"), (std::vector<store::Id>{10, 11}));
     EXPECT_EQ(store::joinIds({10, 11}), "10,11");

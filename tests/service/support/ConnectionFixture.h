@@ -1,4 +1,4 @@
-// A connection to an application that echoes, and the connection's replies.
+// A connection to an application that echoes, and the connection's answers.
 #pragma once
 
 #include "service/http/Connection.h"
@@ -84,7 +84,7 @@ public:
 class HttpConnection : public testing::Test
 {
 protected:
-    /** The whole reply to a peer that sends `text` and then ends its sending side. */
+    /** The whole answer to a peer that sends `text` and then ends its sending side. */
     std::string talk(const std::string& text, bool refuse = false)
     {
         TcpPair pair(loop.io());
@@ -92,10 +92,10 @@ protected:
         bool served = false;
         loop.start(serve(connection, refuse, served));
         loop.start(say(*pair.client, text));
-        const std::string reply = loop.run(readAll(*pair.client));
+        const std::string answer = loop.run(readAll(*pair.client));
         loop.runUntil([&served] { return served; });
         EXPECT_EQ(application.open, 0);
-        return reply;
+        return answer;
     }
 
     static Async<void> serve(http::Connection& connection, bool refuse, bool& served)
@@ -110,7 +110,7 @@ protected:
         co_await client.shutdownSend();
     }
 
-    static int countReplies(const std::string& text)
+    static int countAnswers(const std::string& text)
     {
         int count = 0;
         for (auto at = text.find("HTTP/1.1 "); at != std::string::npos;

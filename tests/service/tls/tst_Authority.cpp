@@ -173,7 +173,7 @@ TEST_F(OwnAuthority, ChangesTheAuthorityMoreThanOnce)
     EXPECT_EQ(newest.size(), 3U);
 }
 
-TEST_F(OwnAuthority, IsMadeAnewAfterItsEnd)
+TEST_F(OwnAuthority, MakesANewAuthorityAfterItsEnd)
 {
     ensure();
     const std::string first = authorities();
@@ -182,7 +182,7 @@ TEST_F(OwnAuthority, IsMadeAnewAfterItsEnd)
     EXPECT_TRUE(isTrusted(authorities(), startS + 11 * yearS));
 }
 
-TEST_F(OwnAuthority, IsRefusedWhileTheClockIsBeforeItsStart)
+TEST_F(OwnAuthority, RefusesTheAuthorityWhileTheClockIsBeforeItsStart)
 {
     ensure();
     const std::string first = authorities();

@@ -63,7 +63,7 @@ protected:
         makeAuthority(*authorityKey, {nowS() - dayS, nowS() + 3650 * dayS});
 };
 
-TEST_F(KeptCertificate, IsReadAgainWhenItsFilesChange)
+TEST_F(KeptCertificate, ReadsTheCertificateAgainWhenItsFilesChange)
 {
     give(-1, 90);
     const auto keeper = keepGiven();
@@ -77,7 +77,7 @@ TEST_F(KeptCertificate, IsReadAgainWhenItsFilesChange)
     EXPECT_EQ(keeper->authorityEndS(), 0);
 }
 
-TEST_F(KeptCertificate, IsReadAgainWhenAsked)
+TEST_F(KeptCertificate, ReadsTheCertificateAgainWhenAsked)
 {
     give(-1, 90);
     const auto keeper = keepGiven();
@@ -103,7 +103,7 @@ TEST_F(KeptCertificate, StaysIfTheNewFilesCannotBeUsed)
     EXPECT_NE(keeper->context(), before);
 }
 
-TEST_F(KeptCertificate, IsRefusedAtTheStartBeforeItsTimeAndAfterIt)
+TEST_F(KeptCertificate, RefusesTheCertificateAtTheStartBeforeItsTimeAndAfterIt)
 {
     give(1, 90);
     EXPECT_THAT(refusal(), HasSubstr("is valid only from 2023-11-15T"));
@@ -113,7 +113,7 @@ TEST_F(KeptCertificate, IsRefusedAtTheStartBeforeItsTimeAndAfterIt)
     EXPECT_THAT(refusal(), HasSubstr("given.key does not exist"));
 }
 
-TEST_F(KeptCertificate, OfTheServiceIsRenewedWhileItRuns)
+TEST_F(KeptCertificate, RenewsTheCertificateOfTheServiceWhileItRuns)
 {
     const auto keeper = keepOwn();
     const auto before = keeper->context();
@@ -128,7 +128,7 @@ TEST_F(KeptCertificate, OfTheServiceIsRenewedWhileItRuns)
     EXPECT_EQ(keeper->certificateEndS(), nowS() + 397 * dayS);
 }
 
-TEST_F(KeptCertificate, OfTheServiceStaysIfItCannotBeRenewed)
+TEST_F(KeptCertificate, TheCertificateOfTheServiceStaysIfItCannotBeRenewed)
 {
     const auto keeper = keepOwn();
     const auto before = keeper->context();
@@ -137,7 +137,7 @@ TEST_F(KeptCertificate, OfTheServiceStaysIfItCannotBeRenewed)
     EXPECT_EQ(keeper->context(), before);
 }
 
-TEST(EndOfACertificate, IsToldOnceForEachThreshold)
+TEST(EndOfACertificate, WarnsOnceForEachThreshold)
 {
     EndWarning warning;
     const std::int64_t endS = 1700000000;

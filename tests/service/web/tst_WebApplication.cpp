@@ -1,4 +1,4 @@
-// The replies to requests for the page.
+// The answers to requests for the page.
 #include "service/http/Problem.h"
 #include "service/web/WebApplication.h"
 #include "tests/service/support/PageFolder.h"
@@ -67,7 +67,7 @@ TEST_F(Page, LeavesTheApiToTheApi)
     EXPECT_EQ(get("/kelvo-api/v1/account").body, "api /kelvo-api/v1/account");
 }
 
-TEST_F(Page, IsSentInTheBestCodingOfTheBrowser)
+TEST_F(Page, SendsThePageInTheBestCodingOfTheBrowser)
 {
     const std::string script = "/assets/main-1a2b.js";
     EXPECT_EQ(get(script).body, "plain script");

@@ -8,7 +8,7 @@
 namespace kelvo::web {
 namespace {
 
-TEST(WebFiles, AreFoundByTheirExactPaths)
+TEST(WebFiles, FindsFilesByTheirExactPaths)
 {
     const test::PageFolder page;
     const WebFiles files(page.path());
