@@ -231,10 +231,10 @@ class Reserve(DiskTest):
         self.addCleanup(otto.close)
         self.service.fill()
         for number in range(10000):
-            reply = self.olga.request("PATCH", f"/resources/{file}", (200, 507), json={"name": f"{number}".zfill(200)})
-            if reply.status == 507:
+            answer = self.olga.request("PATCH", f"/resources/{file}", (200, 507), json={"name": f"{number}".zfill(200)})
+            if answer.status == 507:
                 break
-        self.full(reply)
+        self.full(answer)
         self.assertGreater(number, 100)
         # The write-ahead log takes 4 MiB of the reserve.
         self.assertGreater(os.stat(self.service.path("reserve")).st_blocks * 512, self.RESERVE // 4)
