@@ -27,7 +27,10 @@ class HostileArchivesTest(FarmCase):
                          {"before/before.txt": b"before", "zz-after/zz-after.txt": b"zz-after"})
         others = set(console.data.rglob("*")) - set((console.data / "from-service/prescriptions").rglob("*"))
         self.assertFalse([path for path in others if path.is_symlink()])
-        self.assertEqual(set(console.data.iterdir()) - set(outside) - {console.data / "logs"}, set())
+        state = console.data / "state"
+        self.assertEqual(set(console.data.iterdir()) - set(outside) - {console.data / "logs", state}, set())
+        # The journal of fetched files that are not reported yet.
+        self.assertLessEqual({path.suffix for path in state.rglob("*") if path.is_file()}, {".fetched"})
         self.assertEqual(list((console.data / "incoming").iterdir()), [])
         log = (console.data / "logs/user.log").read_text(encoding="utf-8").splitlines()
         reasons = [line.split("ManageKelvoDownloads: ")[1] for line in log if "ManageKelvoDownloads: " in line]

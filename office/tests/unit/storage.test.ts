@@ -4,7 +4,7 @@ import {amountsOf} from '../../src/model/storage';
 import {percentText} from '../../src/texts';
 
 const usage = {bytes: 600, files: 4, bin_bytes: 100, bin_files: 1, uploads: 2, upload_bytes: 300, sessions: 3};
-const limits = {bytes: 1000, files: 10, uploads: 2, positions: 60};
+const limits = {bytes: 1000, files: 10, uploads: 2, positions: 60, users: 5};
 
 describe('the use of a quota', () => {
   it('counts the bytes of the uploads in progress, and the bin only once', () => {

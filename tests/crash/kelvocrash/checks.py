@@ -125,7 +125,8 @@ def image(folder):
 
 
 def left_on_console(data, state):
-    """After all transfers, the console keeps no file of them, apart from journals of uploads that are over.
+    """After all transfers, the console keeps no file of them, apart from journals of uploads that are over, and of
+    fetched files that it has not reported yet.
 
     A console that is killed after it removes a sent file leaves the upload's journal, which it removes after a week.
     Before that time the file's medium could be away and return."""
@@ -133,7 +134,7 @@ def left_on_console(data, state):
     for path in sorted({*data.rglob("*"), *state.rglob("*")}):
         relative = path.relative_to(data if path.is_relative_to(data) else state.parent)
         if not (path.is_dir() or str(relative) in OWN_FILES or relative.is_relative_to(plans.UNPACK_FOLDER)
-                or is_journal_of_removed_file(path)):
+                or path.suffix == ".fetched" or is_journal_of_removed_file(path)):
             findings.append(f"the console keeps {relative}")
     return findings
 
