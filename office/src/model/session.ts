@@ -73,11 +73,30 @@ async function readSnapshot(): Promise<string> {
   return account.cursor;
 }
 
-/** Only the office may list the consoles. */
+/** Only the office may list the consoles. Drops a list that comes after a newer snapshot or after the session's end. */
 async function readConsoles(): Promise<void> {
-  if (user.value?.role === 'office') {
-    takeConsoles(await listAll<'consoles', Console>('/consoles?limit=1000', 'consoles'));
+  const reader = user.value;
+  if (reader?.role !== 'office') return;
+  const list = await listAll<'consoles', Console>('/consoles?limit=1000', 'consoles');
+  if (user.value === reader) takeConsoles(list);
+}
+
+let isReading = false;
+let isOutdated = false;
+
+/**
+ * One read runs at a time: a call during a read causes one more read. A failed read does not change
+ * the link, because the stream of events tells its state. The next event of an unknown console reads again.
+ */
+async function renewConsoles(): Promise<void> {
+  isOutdated = true;
+  if (isReading) return;
+  isReading = true;
+  while (isOutdated) {
+    isOutdated = false;
+    await readConsoles().catch(() => undefined);
   }
+  isReading = false;
 }
 
 const handlers = {
@@ -87,7 +106,7 @@ const handlers = {
   onLost: noteLoss,
   onEvent: (event: ServiceEvent) => {
     if (event.name === 'session-ended') end();
-    else if (!takeEvent(event, Date.now())) void readConsoles().catch(noteLoss);
+    else if (!takeEvent(event, Date.now())) void renewConsoles();
   },
 };
 
