@@ -72,18 +72,19 @@ function InboxLink({inbox, isShown, onlyNotFetched, onChoose}: {inbox: InboxOfPr
 }
 
 function listed(inbox: InboxOfProject, onlyNotFetched: boolean): readonly File[] {
-  return onlyNotFetched ? notFetched(inbox) : filesByInbox.value.get(inbox.id) ?? [];
+  return onlyNotFetched && isForConsoles(inbox) ? notFetched(inbox) : filesByInbox.value.get(inbox.id) ?? [];
 }
 
 function FileList({inbox, onlyNotFetched}: {inbox: InboxOfProject; onlyNotFetched: Signal<boolean>}) {
   const search = useSignal('');
   const all = listed(inbox, onlyNotFetched.value);
   const found = all.filter(({name}) => matches(search.value, name));
+  const hasFetches = user.value?.role === 'office' && isForConsoles(inbox);
   return (
     <>
       <div class="bar">
         <Search text={search} label={t('files.search')} />
-        {user.value?.role === 'office' && (
+        {hasFetches && (
           <button aria-pressed={onlyNotFetched.value} onClick={() => {
             onlyNotFetched.value = !onlyNotFetched.value;
           }}>{t('files.notFetched')}</button>
@@ -91,15 +92,15 @@ function FileList({inbox, onlyNotFetched}: {inbox: InboxOfProject; onlyNotFetche
         <span role="status">{t('files.count', {count: found.length})}</span>
       </div>
       {found.length === 0
-        ? <p class="empty">{t(emptyText(all.length > 0, onlyNotFetched.value))}</p>
-        : <FileTable files={found} hasFetches={user.value?.role === 'office' && isForConsoles(inbox)} />}
+        ? <p class="empty">{t(emptyText(all.length > 0, filesByInbox.value.has(inbox.id)))}</p>
+        : <FileTable files={found} hasFetches={hasFetches} />}
     </>
   );
 }
 
-function emptyText(hasFiles: boolean, onlyNotFetched: boolean): TextKey {
-  if (hasFiles) return 'files.noMatch';
-  return onlyNotFetched ? 'files.allFetched' : 'files.none';
+function emptyText(isSearched: boolean, hasFiles: boolean): TextKey {
+  if (isSearched) return 'files.noMatch';
+  return hasFiles ? 'files.allFetched' : 'files.none';
 }
 
 function FileTable({files, hasFetches}: {files: readonly File[]; hasFetches: boolean}) {

@@ -81,6 +81,18 @@ describe('the office', () => {
     await row(page, 'waiting.zip').getByText('Not unpacked: no room: 2 < 10 MB').waitFor();
   });
 
+  it('sees job reports and an empty inbox in spite of "Not fetched"', async () => {
+    await world.command('put', newFile('report.zip').path, 'From Console');
+    const page = await world.logIn('office');
+    const filter = page.getByRole('button', {name: 'Not fetched', exact: true});
+    await page.getByRole('link', {name: /^Curves/}).click();
+    await filter.click();
+    await page.getByText('There are no files here yet.').waitFor();
+    await page.getByRole('link', {name: /^Job reports/}).click();
+    await row(page, 'report.zip').waitFor();
+    expect(await filter.count()).toBe(0);
+  });
+
   it('finds a deleted file in the bin and restores it', async () => {
     const page = await world.logIn('office');
     await world.command('put', newFile('to bin.zip').path, 'To Console');
