@@ -19,6 +19,8 @@ export const user = signal<User | undefined>(undefined);
 export const inboxes = signal<ReadonlyMap<number, InboxOfProject>>(new Map());
 export const files = signal<ReadonlyMap<number, File>>(new Map());
 export const consoles = signal<ReadonlyMap<number, ConsoleState>>(new Map());
+/** A number that changes when a file comes or goes, but not when a console fetches a file. */
+export const fileSet = signal(0);
 
 /** The files of each inbox, newest first. */
 export const filesByInbox = computed(() => {
@@ -53,6 +55,7 @@ export function takeSnapshot(account: Account): void {
   }
   inboxes.value = newInboxes;
   files.value = newFiles;
+  ++fileSet.value;
 }
 
 export function takeConsoles(list: readonly Console[]): void {
@@ -69,12 +72,14 @@ export function takeEvent({name, data}: ServiceEvent, nowMs: number): boolean {
     case 'file-fetched': {
       const {entry} = data as FileEvent;
       files.value = new Map(files.value).set(entry.id, entry);
+      if (name === 'file-added') ++fileSet.value;
       return !entry.fetched_by || consoles.value.has(entry.fetched_by.console);
     }
     case 'file-removed': {
       const rest = new Map(files.value);
       rest.delete((data as FileEvent).entry.id);
       files.value = rest;
+      ++fileSet.value;
       return true;
     }
     case 'inbox-added':
@@ -108,6 +113,7 @@ function addInbox({entry: {entries, ...inbox}}: InboxEvent): void {
   inboxes.value = new Map(inboxes.value).set(inbox.id, {...inbox, projectName});
   if (entries?.length) {
     files.value = new Map([...files.value, ...entries.map((file) => [file.id, file] as const)]);
+    ++fileSet.value;
   }
 }
 

@@ -1,7 +1,7 @@
 // The deleted files of the farm.
 import {signal, useSignal, useSignalEffect} from '@preact/signals';
 import {client, documentOf, listAll, ServiceError, type BinFile} from '../api/client';
-import {files, inboxes} from '../model/farm';
+import {fileSet, inboxes} from '../model/farm';
 import {dateText, projectName, t} from '../texts';
 import {Ask, type Question} from './Ask';
 import {LongTable} from './LongTable';
@@ -15,7 +15,7 @@ export function Bin() {
   const marked = useSignal<ReadonlySet<number>>(new Set());
   // Each file that comes or goes may change the bin.
   useSignalEffect(() => {
-    void files.value;
+    void fileSet.value;
     void read();
   });
   if (!bin.value) return <p class="empty" role="status">{t('link.connecting')}</p>;

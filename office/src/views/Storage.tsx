@@ -2,7 +2,7 @@
 import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import {client, documentOf, type FarmUsage} from '../api/client';
-import {files, user} from '../model/farm';
+import {fileSet, user} from '../model/farm';
 import {amountsOf, type Amount} from '../model/storage';
 import {countText, percentText, sizeText, t, type TextKey} from '../texts';
 import {LongTable} from './LongTable';
@@ -22,13 +22,17 @@ const names: Record<Amount['kind'], TextKey> = {
 
 export function Storage() {
   const usage = useSignal<FarmUsage | undefined>(undefined);
-  const current = useSlowly(files, pauseMs);
+  const current = useSlowly(fileSet, pauseMs);
   const farm = user.value?.farm?.id;
   useEffect(() => {
     if (farm === undefined) return;
+    let isCurrent = true;
     documentOf(client.GET('/farms/{id}/usage', {params: {path: {id: farm}}})).then((found) => {
-      usage.value = found;
+      if (isCurrent) usage.value = found;
     }, tellError);
+    return () => {
+      isCurrent = false;
+    };
   }, [farm, current]);
   if (!usage.value) return <p class="empty" role="status">{t('page.loading')}</p>;
   return (

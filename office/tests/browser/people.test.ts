@@ -1,7 +1,7 @@
 // People, reports and the bin in Chromium.
 import {readFileSync} from 'node:fs';
 import {unzipSync} from 'fflate';
-import type {Page} from 'playwright-core';
+import type {Page, Route} from 'playwright-core';
 import {describe, expect, it} from 'vitest';
 import {archive, field, taskData} from '../unit/archives';
 import {violations} from './barriers';
@@ -229,6 +229,26 @@ describe('the storage', () => {
     await bin.getByText(`Files in the bin: ${binBefore + 1}.`).waitFor();
     await link(page, 'olga').click();
     await page.locator('.person > h2').getByText('olga').waitFor();
+  });
+
+  it('keeps the newer of two answers', async () => {
+    const page = await world.logIn('office');
+    const body = await page.evaluate(async () => (await fetch('/kelvo-api/v1/farms/1/usage')).text());
+    let older: Route | undefined;
+    await page.route('**/farms/1/usage', (route) => {
+      older = route;
+    }, {times: 1});
+    await Promise.all([page.waitForRequest('**/farms/1/usage'), link(page, 'Storage').click()]);
+    await world.command('put', world.newFile('newer.zip', new Uint8Array(1)), 'Curves');
+    await row(page, 'olga').waitFor();
+    const shown = await page.locator('.storage').innerText();
+    await older!.fulfill({body, contentType: 'application/json'});
+    // The page draws the answer before it draws its second frame after a later answer.
+    await page.evaluate(async () => {
+      await fetch('/kelvo-api/v1/account');
+      await new Promise((resolve) => requestAnimationFrame(() => requestAnimationFrame(resolve)));
+    });
+    expect(await page.locator('.storage').innerText()).toBe(shown);
   });
 
   it('warns before a limit and at a limit', async () => {

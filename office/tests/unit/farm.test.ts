@@ -1,7 +1,7 @@
 // The farm as a snapshot and the events after it.
 import {beforeEach, describe, expect, it} from 'vitest';
 import type {Account, Console, File} from '../../src/api/client';
-import {consoles, files, filesByInbox, forgetAll, inboxes, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
+import {consoles, files, filesByInbox, fileSet, forgetAll, inboxes, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
 
 const file = (id: number, container = 10): File => ({
   id, container, kind: 'file', name: `field ${id}.zip`, size: 5, sha256: 'a'.repeat(64), created_at: '2026-05-01T06:12:30Z',
@@ -36,6 +36,19 @@ describe('the farm', () => {
     takeEvent(event('file-added', {container, entry: file(3)}), 0);
     takeEvent(event('file-removed', {container, entry: file(1)}), 0);
     expect(filesByInbox.value.get(10)?.map(({id}) => id)).toEqual([3, 2]);
+  });
+
+  it('tells files that come and go from files that a console fetches', () => {
+    const container = {id: 10, kind: 'user-inbox', project: 1};
+    const changes = ['file-added', 'file-fetched', 'file-removed'].filter((name) => {
+      const before = fileSet.value;
+      takeEvent(event(name, {container, entry: file(3)}), 0);
+      return fileSet.value !== before;
+    });
+    expect(changes).toEqual(['file-added', 'file-removed']);
+    const before = fileSet.value;
+    takeSnapshot(account);
+    expect(fileSet.value).not.toBe(before);
   });
 
   it('knows which files no console has fetched', () => {
