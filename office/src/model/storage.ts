@@ -15,10 +15,18 @@ export interface Amount {
   limit: number;
   /** Of the limit; above 1 if the limit was lowered. */
   share: number;
+  /** A login beyond the limit ends the oldest session, so sessions are always free. */
   fill: Fill;
 }
 
-/** One amount for each limit. Positions are left out, because nothing stores their number. */
+/** Whether deleted files would help: the space or the files are nearly full. */
+export const asksForRoom = (amounts: readonly Amount[]): boolean =>
+  amounts.some(({kind, fill}) => (kind === 'bytes' || kind === 'files') && fill !== 'free');
+
+/**
+ * One amount for each limit. Positions are left out, because nothing stores their number. The limit of files also counts
+ * the files of uploads in progress; the service does not tell their number.
+ */
 export function amountsOf(usage: Usage, limits: Limits): Amount[] {
   const list = [
     amount('bytes', usage.bytes + usage.upload_bytes, limits.bytes),
@@ -30,5 +38,6 @@ export function amountsOf(usage: Usage, limits: Limits): Amount[] {
 
 function amount(kind: Amount['kind'], used: number, limit: number): Amount {
   const share = limit > 0 ? used / limit : 1;
-  return {kind, used, limit, share, fill: share >= 1 ? 'full' : share >= nearlyFullShare ? 'nearlyFull' : 'free'};
+  const fill = kind === 'sessions' || share < nearlyFullShare ? 'free' : share < 1 ? 'nearlyFull' : 'full';
+  return {kind, used, limit, share, fill};
 }

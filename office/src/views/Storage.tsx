@@ -3,7 +3,7 @@ import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import {client, documentOf, type FarmUsage} from '../api/client';
 import {fileSet, user} from '../model/farm';
-import {amountsOf, type Amount} from '../model/storage';
+import {amountsOf, asksForRoom, type Amount} from '../model/storage';
 import {countText, percentText, sizeText, t, type TextKey} from '../texts';
 import {LongTable} from './LongTable';
 import {matches, Search} from './Search';
@@ -48,7 +48,7 @@ function FarmPart({usage: {quota, usage}}: {usage: FarmUsage}) {
   return (
     <section>
       <h2>{t('storage.title')}</h2>
-      {amounts.some(({fill}) => fill !== 'free') && <p class="notes" role="alert">{t('storage.advice')}</p>}
+      {asksForRoom(amounts) && <p class="notes" role="alert">{t('storage.advice')}</p>}
       <dl class="amounts">
         {amounts.map((amount) => [
           <dt key={`${amount.kind} name`}>{t(names[amount.kind])}</dt>,
@@ -59,7 +59,7 @@ function FarmPart({usage: {quota, usage}}: {usage: FarmUsage}) {
         {t('storage.bin', {size: sizeText(usage.bin_bytes), count: countText(usage.bin_files)})}{' '}
         <a href="#/bin">{t('nav.bin')}</a>
       </p>
-      {usage.upload_bytes > 0 && <p>{t('storage.uploadBytes', {size: sizeText(usage.upload_bytes)})}</p>}
+      {usage.uploads > 0 && <p>{t('storage.uploadBytes', {size: sizeText(usage.upload_bytes)})}</p>}
     </section>
   );
 }

@@ -1,6 +1,6 @@
 // What a farm and its users use of their quota.
 import {describe, expect, it} from 'vitest';
-import {amountsOf} from '../../src/model/storage';
+import {amountsOf, asksForRoom} from '../../src/model/storage';
 import {percentText} from '../../src/texts';
 
 const usage = {bytes: 600, files: 4, bin_bytes: 100, bin_files: 1, uploads: 2, upload_bytes: 300, sessions: 3};
@@ -15,8 +15,14 @@ describe('the use of a quota', () => {
     ]);
   });
 
-  it('has the sessions of a user', () => {
-    expect(amountsOf(usage, {...limits, sessions: 200}).at(-1)).toMatchObject({kind: 'sessions', used: 3, limit: 200});
+  it('has the sessions of a user, which are never full: a login ends the oldest session', () => {
+    expect(amountsOf(usage, {...limits, sessions: 3}).at(-1)).toMatchObject({kind: 'sessions', used: 3, limit: 3, fill: 'free'});
+  });
+
+  it('asks for room only near the limit of the space or of the files', () => {
+    expect(asksForRoom(amountsOf({...usage, bytes: 0}, limits)), 'only uploads').toBe(false);
+    expect(asksForRoom(amountsOf(usage, limits)), 'space').toBe(true);
+    expect(asksForRoom(amountsOf({...usage, bytes: 0, files: 9}, limits)), 'files').toBe(true);
   });
 
   it('is full if the limit was lowered to nothing', () => {
