@@ -4,6 +4,7 @@
 #include "support/ConnectionFixture.h"
 
 #include <limits>
+#include <memory>
 
 namespace kesdk::impl {
 
@@ -92,6 +93,17 @@ protected:
 };
 
 } // namespace
+
+TEST(IdsOfRecords, AreReadWithoutACopy)
+{
+    struct Record
+    {
+        std::int64_t id = 0;
+        std::unique_ptr<int> noCopy;
+    };
+    EXPECT_EQ(IdOf(Record{5, nullptr}), 5);
+    EXPECT_EQ(IdOf(ResourceRecord(ProjectRecord{6, {}, {}})), 6);
+}
 
 TEST(IdsOfDocuments, ReadsIdsUpToTheLargestOf31Bits)
 {

@@ -21,7 +21,7 @@ struct Backoff
     std::chrono::milliseconds longestAsked{5 * 60'000};
 };
 
-// Thread safety: one thread at a time; Wake from any.
+// Thread safety: one thread at a time; Now and Wake from any.
 class Timing : public Clock
 {
 public:

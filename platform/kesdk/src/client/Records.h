@@ -68,6 +68,12 @@ struct LoginRecord
 
 using ResourceRecord = std::variant<ProjectRecord, InboxRecord, FileRecord>;
 
+// Without this, a record would be copied into a ResourceRecord first.
+template <class Record>
+std::int64_t IdOf(const Record& record)
+{
+    return record.id;
+}
 inline std::int64_t IdOf(const ResourceRecord& record)
 {
     return std::visit([](const auto& known) { return known.id; }, record);
