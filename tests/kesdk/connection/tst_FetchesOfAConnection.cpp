@@ -16,7 +16,7 @@ constexpr const char* kPositions = "POST /v1/positions";
 
 using Ids = std::vector<std::int64_t>;
 
-// Whether the idle time has passed. Thread safety: safe.
+// Whether the idle time has passed. From then on each sleep ends at once. Thread safety: safe.
 class IdleTime
 {
 public:
@@ -51,9 +51,9 @@ public:
     IdleTiming(std::shared_ptr<FakeTime> time, std::shared_ptr<IdleTime> idle)
         : FakeTiming(std::move(time), 0.0), m_idle(std::move(idle))
     {}
-    bool Sleep(std::chrono::milliseconds, const impl::AbortCheck& abort) override
+    bool Sleep(std::chrono::milliseconds duration, const impl::AbortCheck& abort) override
     {
-        return m_idle->Wait(abort);
+        return m_idle->Wait(abort) && FakeTiming::Sleep(duration, abort);
     }
     void Wake() override { m_idle->Wake(); }
 
@@ -80,11 +80,10 @@ protected:
         connection->Subscribe(&listener);
     }
 
-    // Restarts, and waits for the second login: the listener has seen the first.
-    void RestartAndLogIn()
+    // Waits for the second login: the listener has seen the first.
+    void LogInAgain()
     {
         const std::size_t before = listener.States().size();
-        Restart();
         ASSERT_TRUE(connection->Login(L"olga", L"correct horse", nullptr, 0));
         ASSERT_TRUE(listener.WaitForStates(before + 2));
         ASSERT_EQ(listener.States().back(), api::eLoginSuccessful);
@@ -175,6 +174,64 @@ TEST_F(FetchesOfAConnection, WaitForTheEndOfATransfer)
     EXPECT_EQ(Reports(), (std::vector<Ids>{{first, second}}));
 }
 
+TEST_F(FetchesOfAConnection, AreReportedIfTheNextTransferFails)
+{
+    service.Corrupt(second);
+    LogIn();
+    ASSERT_TRUE(Download(first));
+    EXPECT_FALSE(Download(second));
+    idle->Pass();
+    ASSERT_TRUE(service.WaitForRequests(kFetches, 1));
+    EXPECT_EQ(Reports(), (std::vector<Ids>{{first}}));
+}
+
+TEST_F(FetchesOfAConnection, AreReportedInHundredsAfterALargeBatch)
+{
+    constexpr std::size_t kMostInAReport = 100;
+    Ids files{first, second};
+    while (files.size() <= kMostInAReport)
+        files.push_back(service.AddFile(inbox, std::to_string(files.size()), "content"));
+    LogIn();
+    for (const std::int64_t file : files)
+        ASSERT_TRUE(Download(file));
+    idle->Pass();
+    ASSERT_TRUE(service.WaitForRequests(kFetches, 2));
+    EXPECT_EQ(Reports(), (std::vector<Ids>{Ids(files.begin(), files.end() - 1), {files.back()}}));
+}
+
+TEST_F(FetchesOfAConnection, AreReportedAgainAfterTheTimeForWhichTheServiceAsks)
+{
+    std::vector<impl::Clock::Time> times;
+    service.onRequest = [&](const std::string& line) {
+        if (line == kFetches)
+            times.push_back(time->Now());
+    };
+    impl::HttpResponse busy = Problem(503, "busy");
+    busy.headers.push_back({"Retry-After", "400"});
+    service.FailNext(Answer(kFetches, busy));
+    LogIn();
+    ASSERT_TRUE(Download(first));
+    AwaitTwoPositions();
+    AwaitTwoPositions();
+    EXPECT_EQ(service.Count(kFetches), 1) << "the time has not passed";
+    idle->Pass();
+    ASSERT_TRUE(service.WaitForRequests(kFetches, 2));
+    EXPECT_EQ(Reports(), (std::vector<Ids>{{first}, {first}}));
+    EXPECT_GE(times.at(1) - times.at(0), std::chrono::seconds(400));
+}
+
+TEST_F(FetchesOfAConnection, AreReportedWhenTheLinkIsIdleAfterALostPosition)
+{
+    service.FailNext(Answer(kPositions, Problem(422, "unprocessable")));
+    LogIn();
+    ASSERT_TRUE(Download(first));
+    ASSERT_TRUE(ReportPosition());
+    ASSERT_TRUE(service.WaitForRequests(kPositions, 1));
+    idle->Pass();
+    ASSERT_TRUE(service.WaitForRequests(kFetches, 1));
+    EXPECT_EQ(Reports(), (std::vector<Ids>{{first}}));
+}
+
 TEST_F(FetchesOfAConnection, HaveOnlyVerifiedFiles)
 {
     service.Corrupt(first);
@@ -188,7 +245,8 @@ TEST_F(FetchesOfAConnection, SurviveARestart)
 {
     LogIn();
     ASSERT_TRUE(Download(first));
-    RestartAndLogIn();
+    Restart();
+    LogInAgain();
     EXPECT_EQ(service.Count(kFetches), 0) << "the login costs no request more";
     ASSERT_TRUE(Download(second));
     idle->Pass();
@@ -200,7 +258,8 @@ TEST_F(FetchesOfAConnection, AreReportedInTheNextSessionWithoutAnotherTransfer)
 {
     LogIn();
     ASSERT_TRUE(Download(first));
-    RestartAndLogIn();
+    Restart();
+    LogInAgain();
     ASSERT_TRUE(connection->SendEnvironment({}));
     idle->Pass();
     ASSERT_TRUE(service.WaitForRequests(kFetches, 1));
@@ -213,12 +272,15 @@ TEST_F(FetchesOfAConnection, AreReportedAgainAfterALostRequest)
     LogIn();
     ASSERT_TRUE(Download(first));
     AwaitTwoPositions();
+    EXPECT_EQ(service.Count(kFetches), 1) << "a pause follows the lost request";
+    time->Advance(std::chrono::seconds(10));
+    AwaitTwoPositions();
     ASSERT_TRUE(service.WaitForRequests(kFetches, 2));
     AwaitTwoPositions();
     EXPECT_EQ(Reports(), (std::vector<Ids>{{first}, {first}}));
 }
 
-TEST_F(FetchesOfAConnection, EndQuietlyIfTheServiceHasNoReports)
+TEST_F(FetchesOfAConnection, WaitForTheNextSessionIfTheServiceTakesNone)
 {
     service.FailNext(Answer(kFetches, Problem(404, "not-found")));
     LogIn();
@@ -226,10 +288,15 @@ TEST_F(FetchesOfAConnection, EndQuietlyIfTheServiceHasNoReports)
     AwaitTwoPositions();
     ASSERT_TRUE(Download(second));
     idle->Pass();
+    time->Advance(std::chrono::hours(1));
     AwaitTwoPositions();
     EXPECT_EQ(Reports(), (std::vector<Ids>{{first}}));
     EXPECT_TRUE(connection->GetLastErrors().empty());
-    EXPECT_EQ(journals.EntryCount(), 0U);
+    EXPECT_EQ(journals.EntryCount(), 1U);
+
+    LogInAgain();
+    AwaitTwoPositions();
+    EXPECT_EQ(Reports(), (std::vector<Ids>{{first}, {first, second}}));
 }
 
 TEST_F(FetchesOfAConnection, EndTheSessionThatTheServiceHasEnded)

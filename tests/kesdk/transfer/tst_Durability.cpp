@@ -1,6 +1,8 @@
 // The order of the calls that sync and rename files.
+#include "support/FakeTime.h"
 #include "support/ResumeFixture.h"
 #include "support/UploadFixture.h"
+#include "transfer/FetchReports.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -116,6 +118,18 @@ TEST_F(UploadDurability, SyncsTheKeyBeforeTheFirstRequest)
     EXPECT_EQ(recorder.Seen()[0].substr(0, 5), "sync ");
     EXPECT_EQ(recorder.Seen()[1].substr(0, 7), "rename ");
     EXPECT_EQ(recorder.Seen()[2], "sync own");
+}
+
+// Small files must not cost two syncs more for each download.
+TEST(FetchDurability, RenamesTheJournalWithoutASync)
+{
+    const kelvo::test::TempFolder state;
+    const test::FakeClock clock(std::make_shared<test::FakeTime>());
+    FetchReports reports{state.Path().string(), clock, [] { return std::int64_t{0}; }};
+    const CallRecorder recorder;
+    reports.Note("account", 1);
+    ASSERT_EQ(recorder.Seen().size(), 1u);
+    EXPECT_EQ(recorder.Seen()[0].substr(0, 7), "rename ");
 }
 
 // A limit of the file size replaces a full disk.

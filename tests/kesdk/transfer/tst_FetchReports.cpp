@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <ctime>
 
 namespace kesdk::test {
@@ -103,43 +105,59 @@ TEST_F(FetchReports, HaveNoAgeIfTheClockWentBackMeanwhile)
     EXPECT_EQ(Send(reports), Entries({{1, 0}}));
 }
 
-TEST_F(FetchReports, KeepTheNewestHundred)
+TEST_F(FetchReports, KeepTheNewestThousandAndSendAHundredAtATime)
 {
+    {
+        impl::FetchReports reports = Reports();
+        for (int file = 1; file <= 1002; ++file)
+            reports.Note(kAccount, file);
+    }
     impl::FetchReports reports = Reports();
-    for (int file = 1; file <= 102; ++file)
-        reports.Note(kAccount, file);
-    const json sent = Send(reports)["fetches"];
-    EXPECT_EQ(sent.size(), 100U);
-    EXPECT_EQ(sent.front()["file"], 3);
-    EXPECT_EQ(sent.back()["file"], 102);
+    for (int from = 3; from <= 1002; from += 100) {
+        const json sent = Send(reports)["fetches"];
+        ASSERT_EQ(sent.size(), 100U);
+        EXPECT_EQ(sent.front()["file"], from);
+        EXPECT_EQ(sent.back()["file"], from + 99);
+    }
+    EXPECT_FALSE(reports.HasAny(kAccount));
 }
 
+// A proxy may send any status, but only the service knows that it will never take a note.
 TEST_F(FetchReports, StayUntilTheServiceHasDecided)
 {
     impl::FetchReports reports = Reports();
     reports.Note(kAccount, 1);
-    for (const int status : {500, 503, 507, 302, 401}) {
+    for (const int status : {302, 401, 403, 404, 405, 409, 418, 500, 503, 507}) {
         EXPECT_EQ(Send(reports, MakeResponse(status)), Entries({{1, 0}})) << status;
         EXPECT_TRUE(failure.IsSet());
         EXPECT_TRUE(reports.HasAny(kAccount)) << status;
     }
-    EXPECT_EQ(Send(reports, Problem(422, "unprocessable")), Entries({{1, 0}}));
-    EXPECT_FALSE(reports.HasAny(kAccount));
-    reports.Note(kAccount, 2);
-    EXPECT_EQ(Send(reports), Entries({{2, 0}}));
+    for (const int status : {400, 413, 422}) {
+        reports.Note(kAccount, status);
+        Send(reports, MakeResponse(status));
+        EXPECT_TRUE(failure.IsSet());
+        EXPECT_FALSE(reports.HasAny(kAccount)) << status;
+    }
+    EXPECT_EQ(folder.EntryCount(), 0U);
 }
 
-TEST_F(FetchReports, EndIfTheServiceDoesNotTakeThem)
+// A console with too many open files cannot read the journal, which is there.
+TEST_F(FetchReports, KeepAJournalThatCannotBeReadNow)
 {
-    for (const int status : {403, 404, 405}) {
-        impl::FetchReports reports = Reports();
-        reports.Note(kAccount, 1);
-        Send(reports, MakeResponse(status));
-        EXPECT_EQ(folder.EntryCount(), 0U) << status;
-        reports.Note(kAccount, 2);
-        EXPECT_FALSE(reports.HasAny(kAccount)) << status;
-        EXPECT_EQ(Send(reports), json()) << status;
-    }
+    Reports().Note(kAccount, 1);
+    impl::FetchReports reports = Reports();
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    reports.Note(kAccount, 2);
+    const json sent = Send(reports);
+    reports.Note(kAccount, 3);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(sent, Entries({{2, 0}}));
+    reports.Note(kAccount, 4);
+    impl::FetchReports restarted = Reports();
+    EXPECT_EQ(Send(restarted), Entries({{1, 0}, {3, 0}, {4, 0}}));
 }
 
 TEST_F(FetchReports, SkipADamagedJournal)

@@ -18,7 +18,7 @@ enum class ECall {
     eChange,       // the operator waits
     eShortReport,  // a report that must not delay its caller
     ePosition,     // PositionSender repeats it, unless there is a newer position
-    eFetches,      // FetchReports keeps them for the next time
+    eFetches,      // a position may wait for it; PositionSender repeats it after the backoff
     eAskAgain,     // for an upload's result; the end of the console may wait for it
     eDeleteCopy,   // a copy with wrong content
     eContent,      // ResumableTransfer repeats it, because it knows the offset
@@ -57,7 +57,7 @@ constexpr CallPolicy PolicyOf(ECall call)
         {ECall::eChange, {4, 30s, kQuick, {10s, 9s, 0s, 30s, 30}}},
         {ECall::eShortReport, {1, 2s, kSlow, {}}},
         {ECall::ePosition, {2, 20s, kSlow, {}}},
-        {ECall::eFetches, {1, 20s, kSlow, {}}},
+        {ECall::eFetches, {1, 5s, {10s, 5min, 24h}, {}}},
         {ECall::eAskAgain, {1, 2s, kSlow, {}}},
         {ECall::eDeleteCopy, {3, 15s, kSlow, {}}},
         {ECall::eContent, {1, 0s, {500ms, 8s}, {}}},

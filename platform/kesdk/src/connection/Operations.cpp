@@ -32,8 +32,7 @@ api::EnterpriseResourceWithContent ToContract(const ResourceRecord& record)
 class Connection::Transferring
 {
 public:
-    Transferring(Connection& connection, const Operation& operation)
-        : m_connection(connection), m_operation(operation)
+    explicit Transferring(Connection& connection) : m_connection(connection)
     {
         m_connection.m_positions.SetTransferring(true);
     }
@@ -41,14 +40,12 @@ public:
     {
         m_connection.m_board->EndTransfer();
         m_connection.m_positions.SetTransferring(false);
-        m_connection.ReportFetches(m_operation);
     }
     Transferring(const Transferring&) = delete;
     Transferring& operator=(const Transferring&) = delete;
 
 private:
     Connection& m_connection;
-    const Operation& m_operation;
 };
 
 std::vector<api::EnterpriseProject> Connection::GetProjects()
@@ -115,7 +112,7 @@ bool Connection::Upload(const wchar_t* localPath, const TargetIds& targetInboxId
         return false;
     if (path.empty() || targetInboxIds.empty())
         return End(*operation, Failure(EErrorCode::eInvalidArgument, "no file or no target"));
-    const Transferring transferring(*this, *operation);
+    const Transferring transferring(*this);
     const std::uint64_t generation = m_snapshot.Generation();
     const Result<Uploads::UploadState> sent =
         m_uploads.Send(operation->call, ToUtf8(path),
@@ -142,7 +139,7 @@ bool Connection::Download(std::int64_t resourceId, const wchar_t* localPath)
     if (!file)
         return End(*operation, NoteIfGone(resourceId, file.failure));
     operation->subject = file.value.name;
-    const Transferring transferring(*this, *operation);
+    const Transferring transferring(*this);
     const Failure failure = m_downloads.Fetch(operation->call, file.value, ToUtf8(path));
     if (!failure.IsSet())
         m_fetches.Note(operation->call.serviceAndUser, resourceId);

@@ -2,6 +2,8 @@
 
 #include <pthread.h>
 
+#include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace kesdk::impl {
@@ -12,6 +14,14 @@ namespace {
 bool IsLinkFailure(const Failure& failure)
 {
     return MayPass(failure) && !failure.Is(EErrorCode::eServiceBusy);
+}
+
+// The service has no reports of fetches, or not for this account. A proxy may send the same.
+bool EndsFetches(const Failure& failure)
+{
+    constexpr int kMethodNotAllowed = 405;
+    return failure.Is(EErrorCode::eNotFound, EErrorCode::eForbidden, EErrorCode::eSessionEnded) ||
+           failure.httpStatus == kMethodNotAllowed;
 }
 
 } // namespace
@@ -53,6 +63,15 @@ void PositionSender::SendFetchesWhenIdle(Sender sender)
     m_hasReport.notify_all();
 }
 
+void PositionSender::SetTransferring(bool isTransferring)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isTransferring = isTransferring;
+    }
+    m_hasReport.notify_all();
+}
+
 void PositionSender::Clear()
 {
     {
@@ -73,20 +92,23 @@ void PositionSender::Run()
         std::uint64_t generation = 0;
         {
             std::unique_lock lock(m_mutex);
-            m_hasReport.wait(lock, [this] { return m_isStopping || m_next || m_fetchSender; });
+            m_hasReport.wait(lock, [this] {
+                return m_isStopping || m_next || (m_fetchSender && !m_isTransferring);
+            });
             if (m_isStopping)
                 return;
             report.swap(m_next);
             fetchSender.swap(m_fetchSender);
             generation = m_generation;
         }
-        if (report) {
-            const Sender sender = report->sender;
-            if (Send(std::move(*report), generation))
-                SendFetches(sender, generation);
-        } else if (WaitUntilIdle(generation)) {
-            SendFetches(*fetchSender, generation);
-        }
+        const Sender sender = report ? report->sender : *fetchSender;
+        const bool isTime =
+            report ? Send(std::move(*report), generation) : WaitUntilIdle(generation);
+        if (isTime ? SendFetches(sender, generation) : !fetchSender)
+            continue;
+        const std::lock_guard lock(m_mutex);
+        if (m_generation == generation && !m_fetchSender)
+            m_fetchSender = sender;
     }
 }
 
@@ -97,8 +119,10 @@ bool PositionSender::Send(Report report, std::uint64_t generation)
     call.abort = [this, generation] { return IsOver(generation); };
     call.policy = PolicyOf(ECall::ePosition);
     const Failure failure = m_line.Api().PostPosition(call, report.position);
-    if (failure.Is(EErrorCode::eSessionEnded))
+    if (failure.Is(EErrorCode::eSessionEnded)) {
+        m_refusedGeneration = generation;
         m_onSessionEnded(report.sender.sessionId);
+    }
     if (!IsLinkFailure(failure) || --report.triesLeft <= 0)
         return !failure.IsSet();
     const std::lock_guard lock(m_mutex);
@@ -107,32 +131,51 @@ bool PositionSender::Send(Report report, std::uint64_t generation)
     return false;
 }
 
-// The next position, or the end of the next operation, tries again.
-void PositionSender::SendFetches(const Sender& sender, std::uint64_t generation)
+bool PositionSender::SendFetches(const Sender& sender, std::uint64_t generation)
 {
-    if (m_isTransferring || IsOver(generation))
-        return;
+    if (m_refusedGeneration == generation)
+        return true;
+    Timing& timing = m_line.Timing();
+    if (m_isTransferring || IsOver(generation) || timing.Now() < m_nextFetches)
+        return false;
     ApiCall call;
     call.token = sender.token;
     call.serviceAndUser = sender.serviceAndUser;
     call.abort = [this, generation] { return IsOver(generation); };
     call.policy = PolicyOf(ECall::eFetches);
-    if (m_fetches.Send(m_line.Api(), call).Is(EErrorCode::eSessionEnded))
+    Failure failure;
+    bool isRest = false;
+    do {
+        failure = m_fetches.Send(m_line.Api(), call);
+        isRest = m_fetches.HasAny(sender.serviceAndUser);
+    } while (!failure.IsSet() && isRest && !MustYield(generation));
+    if (failure.Is(EErrorCode::eAborted))
+        return false;
+    if (failure.Is(EErrorCode::eSessionEnded))
         m_onSessionEnded(sender.sessionId);
+    if (EndsFetches(failure))
+        m_refusedGeneration = generation;
+    m_failedFetches = failure.IsSet() ? m_failedFetches + 1 : 0;
+    if (failure.IsSet())
+        m_nextFetches =
+            timing.Now() + timing.Delay(call.policy.backoff, m_failedFetches, failure.retryAfter);
+    return !isRest || EndsFetches(failure);
 }
 
-// False if something else comes first. The end of a transfer calls SendFetchesWhenIdle again.
+// False if something else comes first.
 bool PositionSender::WaitUntilIdle(std::uint64_t generation)
 {
-    return m_line.Timing().Sleep(kIdleTime, [this, generation] {
-        return IsOver(generation) || m_isTransferring || HasNext();
-    });
+    using std::chrono::milliseconds;
+    Timing& timing = m_line.Timing();
+    const auto backoff = std::chrono::ceil<milliseconds>(m_nextFetches - timing.Now());
+    return timing.Sleep(std::max<milliseconds>(kIdleTime, backoff),
+                        [this, generation] { return MustYield(generation); });
 }
 
-bool PositionSender::HasNext()
+bool PositionSender::MustYield(std::uint64_t generation)
 {
     const std::lock_guard lock(m_mutex);
-    return m_next.has_value();
+    return IsOver(generation) || m_isTransferring || m_next;
 }
 
 } // namespace kesdk::impl

@@ -21,6 +21,8 @@ namespace kesdk::impl {
 //
 // The fetches follow a position that was sent, because the connection is open then. Without
 // positions, they are sent when no transfer has run for 10 s. While a transfer runs, they wait.
+// After a failure they wait for a backoff. If the service does not take them, the sender keeps them
+// for the next session.
 //
 // Thread: its own, with its own connection: no transfer waits for a position. Only this thread uses
 // `line`.
@@ -46,8 +48,8 @@ public:
 
     void Put(const api::Position& position, Sender sender);
     void SendFetchesWhenIdle(Sender sender);
-    void SetTransferring(bool isTransferring) { m_isTransferring = isTransferring; }
-    // Drops the positions in the mailbox and under way.
+    void SetTransferring(bool isTransferring);
+    // Ends the reports of a session: drops the positions in the mailbox and under way.
     void Clear();
 
 private:
@@ -61,9 +63,10 @@ private:
     void Run();
     // Returns whether the service has the position.
     bool Send(Report report, std::uint64_t generation);
-    void SendFetches(const Sender& sender, std::uint64_t generation);
+    // Returns whether nothing is left to send in this session.
+    bool SendFetches(const Sender& sender, std::uint64_t generation);
     bool WaitUntilIdle(std::uint64_t generation);
-    bool HasNext();
+    bool MustYield(std::uint64_t generation);
     bool IsOver(std::uint64_t generation) const
     {
         return m_isStopping || m_generation != generation;
@@ -79,6 +82,10 @@ private:
     std::condition_variable m_hasReport;
     std::optional<Report> m_next;
     std::optional<Sender> m_fetchSender; // there are fetches to send
+    // Only this thread uses these three.
+    int m_failedFetches = 0;                          // in a row
+    Clock::Time m_nextFetches{};                      // the end of the backoff
+    std::optional<std::uint64_t> m_refusedGeneration; // the service does not take its fetches
     std::thread m_thread;
 };
 

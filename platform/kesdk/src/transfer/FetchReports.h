@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,13 +15,11 @@ namespace kesdk::impl {
 
 // The office wants to know which console has fetched a file. The console notes each fetch, and
 // sends the notes together. With a folder, the notes of each account are in a journal, so they are
-// sent after a restart too. At most 100 notes of an account are kept: a new note replaces the
+// sent after a restart too. At most 1000 notes of an account are kept: a new note replaces the
 // oldest.
 //
-// A service without such reports, or an account that must not send them, ends the reports of this
-// object.
-//
-// Thread safety: safe. Errors: a note that cannot be written is kept in memory only.
+// Thread safety: safe. Errors: a note that cannot be written is kept in memory only. A journal that
+// cannot be read now is kept, and each call tries to read it again.
 class FetchReports
 {
 public:
@@ -28,12 +27,14 @@ public:
     // with the object.
     FetchReports(std::string folder, const Clock& clock, WallClock wallTimeS);
 
-    // `account`: ApiCall::serviceAndUser; without it nothing is noted. Blocks for the disk.
+    // `account`: ApiCall::serviceAndUser; without it nothing is noted. Writes the journal without a
+    // sync: it survives the end of the process, not always a power cut.
     void Note(const std::string& account, std::int64_t fileId);
     // The first call for an account reads its journal.
     bool HasAny(const std::string& account);
-    // Sends the notes of the call's account in one request, which is tried once. Sends nothing
-    // without notes. Notes stay after a failure that may pass.
+    // Sends the oldest notes of the call's account, at most 100, in one request, which is tried
+    // once. Sends nothing without notes. Notes stay after a failure, unless the service will not
+    // take them later either.
     Failure Send(ApiClient& api, const ApiCall& call);
 
 private:
@@ -43,22 +44,27 @@ private:
         Clock::Time at;
     };
     using Fetches = std::vector<Fetch>;
+    struct Notes
+    {
+        Fetches fetches;
+        bool hasJournal = false; // the notes of the journal are in `fetches`
+    };
 
     std::vector<FetchRecord> Records(const std::string& account);
     void Forget(const std::string& account, const std::vector<FetchRecord>& sent);
     // Both with the mutex held.
-    Fetches& Of(const std::string& account);
-    void Store(const std::string& account, const Fetches& fetches) const;
+    Notes& Of(const std::string& account);
+    void Store(const std::string& account, const Notes& notes) const;
 
-    Fetches Read(const std::string& account) const;
+    // Has no value if the journal cannot be read now.
+    std::optional<Fetches> Read(const std::string& account) const;
     std::string JournalPath(const std::string& account) const;
 
     const std::string m_folder;
     const Clock& m_clock;
     const WallClock m_wallTimeS;
     std::mutex m_mutex; // guards everything below
-    std::map<std::string, Fetches> m_fetches;
-    bool m_isRefused = false;
+    std::map<std::string, Notes> m_notes;
 };
 
 } // namespace kesdk::impl

@@ -83,7 +83,7 @@ std::string ToJournalText(const nlohmann::json& document)
     return document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-bool WriteJournal(const std::string& path, const std::string& text)
+bool WriteJournal(const std::string& path, const std::string& text, ESync sync)
 {
     const std::string newPath = path + kNewSuffix;
     ::unlink(newPath.c_str()); // open must not follow a link of this name
@@ -92,13 +92,13 @@ bool WriteJournal(const std::string& path, const std::string& text)
     if (!file.IsOpen())
         return false;
     const bool isWritten = file.WriteAt(std::string(kFirstLine) + text + HexDigestOf(text), 0) &&
-                           ::fsync(file.Get()) == 0;
+                           (sync == ESync::eNo || ::fsync(file.Get()) == 0);
     file.Close();
     if (!isWritten || ::rename(newPath.c_str(), path.c_str()) != 0) {
         ::unlink(newPath.c_str());
         return false;
     }
-    return SyncFolder(FolderOf(path));
+    return sync == ESync::eNo || SyncFolder(FolderOf(path));
 }
 
 Result<std::string> ReadJournal(const std::string& path)

@@ -17,9 +17,12 @@ namespace kesdk::impl {
 // The text of a journal. Texts that are not UTF-8, such as a path, get replacement characters.
 std::string ToJournalText(const nlohmann::json& document);
 
-// True: the journal and its name are on the disk. False: there is no journal, or the journal from
+// Whether a journal survives a power cut, or only the end of the process.
+enum class ESync { eYes, eNo };
+
+// True: the journal and its name are written. False: there is no journal, or the journal from
 // before. If the sync of the folder failed, the new journal may be there too.
-bool WriteJournal(const std::string& path, const std::string& text);
+bool WriteJournal(const std::string& path, const std::string& text, ESync sync = ESync::eYes);
 
 // The text. eFileMissing: there is no journal. A torn journal is removed, and so is a file that is
 // no journal. eFileUnreadable: the console cannot read the file now.
