@@ -159,8 +159,10 @@ TEST_F(FetchesOfAConnection, AreReportedAfterTheNextPosition)
 TEST_F(FetchesOfAConnection, WaitForTheEndOfATransfer)
 {
     int reportsDuringTheTransfer = -1;
-    service.onRequest = [&](const std::string& line) {
-        if (line != "GET /v1/resources/" + std::to_string(second) + "/content")
+    // The logout comes after the end of this function.
+    const std::string transfer = "GET /v1/resources/" + std::to_string(second) + "/content";
+    service.onRequest = [this, transfer, &reportsDuringTheTransfer](const std::string& line) {
+        if (line != transfer)
             return;
         AwaitTwoPositions();
         reportsDuringTheTransfer = service.Count(kFetches);
