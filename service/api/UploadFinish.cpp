@@ -133,8 +133,9 @@ Async<void> settle(Context& context, std::unique_ptr<content::Adoption>& adoptio
     auto work = [&adoption, outcome] {
         if (outcome == EOutcome::Committed) {
             adoption->committed();
+        } else {
+            adoption->rolledBack();
         }
-        adoption.reset();
     };
     co_await context.contentPool.run(work);
 }

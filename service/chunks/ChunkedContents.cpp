@@ -68,6 +68,7 @@ public:
 
     bool leavesUpload() const override { return false; }
     void committed() noexcept override {}
+    void rolledBack() noexcept override {}
 
 private:
     Parts parts_;

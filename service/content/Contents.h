@@ -31,9 +31,8 @@ public:
 };
 
 /**
- * Makes a content of a received upload together with the transaction that adds its files. If the
- * transaction is rolled back, destroy the adoption without committed(): the upload stays as it was.
- * This destruction blocks.
+ * Makes a content of a received upload together with the transaction that adds its files. Its
+ * destruction changes nothing: a request that ends early does not know the result of its commit.
  */
 class Adoption
 {
@@ -54,6 +53,12 @@ public:
      * cannot be removed, logs this.
      */
     virtual void committed() noexcept = 0;
+
+    /**
+     * Call it after a rollback: the upload is as it was before. Blocks. If this fails, logs this,
+     * and the client sends the upload again.
+     */
+    virtual void rolledBack() noexcept = 0;
 };
 
 /** Receives the bytes of one upload. Its destruction does not block. */

@@ -20,24 +20,12 @@ public:
         moved_ = store_.adopt(upload_, sha256_);
     }
 
-    ~FileAdoption() override
-    {
-        try {
-            if (!committed_ && moved_) {
-                store_.revertToUpload(upload_, sha256_);
-            }
-        } catch (const std::exception& error) {
-            logWarning("upload-not-reverted", error.what());
-        }
-    }
-
     void join(store::Transaction&) override {}
 
     bool leavesUpload() const override { return !moved_; }
 
     void committed() noexcept override
     {
-        committed_ = true;
         try {
             if (!moved_) {
                 store_.removeUpload(upload_);
@@ -47,12 +35,22 @@ public:
         }
     }
 
+    void rolledBack() noexcept override
+    {
+        try {
+            if (moved_) {
+                store_.revertToUpload(upload_, sha256_);
+            }
+        } catch (const std::exception& error) {
+            logWarning("upload-not-reverted", error.what()); // the janitor removes the content
+        }
+    }
+
 private:
     const ContentStore& store_;
     std::string upload_;
     std::string sha256_;
     bool moved_ = false;
-    bool committed_ = false;
 };
 
 class FileReceiver final : public Receiver

@@ -227,10 +227,25 @@ TEST_P(EveryContents, KeepsTheUploadIfTheTransactionFails)
             throw std::runtime_error("the files cannot be added");
         }),
                      std::runtime_error);
+        adoption->rolledBack();
     }
     EXPECT_EQ(contents().keptBytes(upload), text.size());
     EXPECT_FALSE(contents().open(sha256Hex(text)));
     EXPECT_EQ(readAll(*contents().open(adopt(upload)), 100), text);
+}
+
+TEST_P(EveryContents, KeepsACommittedContentIfItsRequestEndsAtOnce)
+{
+    receive(upload, text);
+    {
+        const auto receiver = contents().receive(upload);
+        receiver->finish();
+        const auto adoption = receiver->adopt();
+        database.writeNow([&adoption](store::Transaction& t) { adoption->join(t); });
+    }
+    const auto reader = contents().open(sha256Hex(text));
+    ASSERT_TRUE(reader);
+    EXPECT_EQ(readAll(*reader, 100), text);
 }
 
 TEST_P(EveryContents, StoresEqualContentsOnce)
