@@ -62,6 +62,15 @@ void doomUploadChunks(Transaction& transaction, const std::string& upload, long 
         use(nowMs), use(upload), use(start);
 }
 
+void doomContentChunks(Transaction& transaction, const std::string& sha256, long long nowMs)
+{
+    transaction.sql << "INSERT INTO doomed (object_key, since_ms, condemned)"
+                       " SELECT object_key, CAST(:now AS BIGINT), 0 FROM content_chunks"
+                       " WHERE content = :sha",
+        use(nowMs), use(sha256);
+    transaction.sql << "DELETE FROM content_chunks WHERE content = :sha", use(sha256);
+}
+
 } // namespace
 
 void makeChunkTables(Transaction& transaction)
@@ -145,17 +154,17 @@ bool adoptChunks(Transaction& transaction, const std::string& upload, const Rece
     if (!changesARow(check)) {
         return false;
     }
-    if (contentSize(transaction.sql, sha256)) {
-        doomUploadChunks(transaction, upload, 0, nowMs);
-    } else {
+    if (!contentSize(transaction.sql, sha256)) {
         transaction.sql << "INSERT INTO contents (sha256, size_bytes) VALUES (:sha, :size)",
             use(sha256), use(received.sizeBytes);
-        transaction.sql << "INSERT INTO content_chunks (content, start_byte, size_bytes,"
-                           " object_key, sha256) SELECT CAST(:sha AS VARCHAR(64)), start_byte,"
-                           " size_bytes, object_key, sha256 FROM upload_chunks"
-                           " WHERE upload = :upload",
-            use(sha256), use(upload);
     }
+    // The old chunks of an equal content may be damaged or missing.
+    doomContentChunks(transaction, sha256, nowMs);
+    transaction.sql << "INSERT INTO content_chunks (content, start_byte, size_bytes,"
+                       " object_key, sha256) SELECT CAST(:sha AS VARCHAR(64)), start_byte,"
+                       " size_bytes, object_key, sha256 FROM upload_chunks"
+                       " WHERE upload = :upload",
+        use(sha256), use(upload);
     removeReceived(transaction, upload);
     return true;
 }
@@ -198,11 +207,7 @@ void dropContent(Transaction& transaction, const std::string& sha256, long long 
     if (contentIsUsed(transaction.sql, sha256)) {
         return;
     }
-    transaction.sql << "INSERT INTO doomed (object_key, since_ms, condemned)"
-                       " SELECT object_key, CAST(:now AS BIGINT), 0 FROM content_chunks"
-                       " WHERE content = :sha",
-        use(nowMs), use(sha256);
-    transaction.sql << "DELETE FROM content_chunks WHERE content = :sha", use(sha256);
+    doomContentChunks(transaction, sha256, nowMs);
     transaction.sql << "DELETE FROM contents WHERE sha256 = :sha", use(sha256);
 }
 

@@ -57,8 +57,9 @@ bool addChunk(Transaction& transaction, const std::string& upload, const Receive
               const Chunk& chunk, const std::string& digestState, long long nowMs);
 
 /**
- * Makes a content of the received part, or dooms its chunks if the content exists. Removes the
- * upload's rows. False, and nothing is changed, if the upload has another holder.
+ * Makes a content of the received part. If the content exists, dooms its old chunks, which may be
+ * damaged. Removes the upload's rows. False, and nothing is changed, if the upload has another
+ * holder.
  */
 bool adoptChunks(Transaction& transaction, const std::string& upload, const Received& received,
                  const std::string& sha256, long long nowMs);

@@ -115,13 +115,14 @@ TEST_F(Chunks, RemovesUnusedChunksAfterADay)
     EXPECT_EQ(contents.open(kept)->read(0, &byte, 1), 1U);
 }
 
-TEST_F(Chunks, RemovesTheChunksOfAnEqualContent)
+TEST_F(Chunks, ReplacesTheChunksOfAnEqualContent)
 {
-    const std::string sha256 = store("0123");
-    EXPECT_EQ(store("0123"), sha256);
-    EXPECT_EQ(removeAfter(2 * day), 1U);
-    char byte = 0;
-    EXPECT_EQ(contents.open(sha256)->read(0, &byte, 1), 1U);
+    const std::string sha256 = store("0123456");
+    gateway.replace(gateway.objects().begin()->first, "damaged");
+    EXPECT_EQ(store("0123456"), sha256);
+    EXPECT_EQ(readAll(sha256), "0123456");
+    EXPECT_EQ(removeAfter(2 * day), 2U);
+    EXPECT_EQ(readAll(sha256), "0123456");
 }
 
 TEST_F(Chunks, RemovesChunksWithoutACommit)
