@@ -138,8 +138,11 @@ std::vector<std::pair<Id, Id>> silentConsoles(soci::session& sql, long long befo
                         " AND t.number = c.last_number AND t.received_ms >= :moved)"
                         " AND NOT EXISTS (SELECT 1 FROM console_devices d"
                         " WHERE d.console_id = c.id AND d.received_ms >= :connected)"
+                        " AND NOT EXISTS (SELECT 1 FROM fetches f"
+                        " WHERE f.console_id = c.id AND f.fetched_ms >= :fetched)"
                      << withoutSession,
-         into(row.first), into(row.second), use(beforeMs), use(beforeMs), use(beforeMs));
+         into(row.first), into(row.second), use(beforeMs), use(beforeMs), use(beforeMs),
+         use(beforeMs));
     query.execute();
     while (query.fetch()) {
         found.push_back(row);

@@ -60,9 +60,9 @@ void consolesOf(soci::session& sql, Id farm, const ConsolePart& part,
 void eachDeviceOf(soci::session& sql, Id console, const std::function<void(const Device&)>& visit);
 
 /**
- * Removes the consoles whose last report is older than this time, with their devices and tracks,
- * and devices without a report since then. Keeps a console that a session reports for, and its
- * devices. The console gets a new id if it reports again.
+ * Removes the consoles whose last report is older than this time, with their devices, tracks and
+ * fetches, and devices without a report since then. A fetch counts as a report. Keeps a console
+ * that a session reports for, and its devices. The console gets a new id if it reports again.
  */
 void forgetConsoles(Transaction& transaction, long long reportedBeforeMs);
 

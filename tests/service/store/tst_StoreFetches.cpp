@@ -155,5 +155,15 @@ TEST_P(StoreFetches, ForgetsTheFetchesOfPurgedFilesAndDeletedConsoles)
 
 INSTANTIATE_TEST_SUITE_P(Databases, StoreFetches, testing::ValuesIn(databaseKinds()), nameOf);
 
+TEST_P(StoreFetches, KeepTheirConsole)
+{
+    const store::Id file = addFile("a.zip");
+    take(file, cab, now + 10);
+    write([](Transaction& t) { store::forgetConsoles(t, now + 10); });
+    EXPECT_TRUE(last(file)) << "the fetch is not older";
+    write([](Transaction& t) { store::forgetConsoles(t, now + 11); });
+    EXPECT_FALSE(last(file));
+}
+
 } // namespace
 } // namespace kelvo::test
