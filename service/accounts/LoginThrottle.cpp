@@ -71,6 +71,7 @@ void LoginThrottle::failed(const std::string& user, const std::string& address, 
 void LoginThrottle::succeeded(const std::string& user, const std::string& address)
 {
     const std::lock_guard lock(mutex_);
+    admitted_.erase(user);
     const std::string network = http::networkOf(address);
     int failures = 0;
     for (const EPlace place : {EPlace::New, EPlace::Known}) {

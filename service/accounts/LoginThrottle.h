@@ -44,13 +44,14 @@ public:
 
     /**
      * Clears the failures of the name from this address. The same number is subtracted from the
-     * failures of the address and of the name, because the user mistyped the password.
+     * failures of the address and of the name, because the user mistyped the password. Ends the
+     * user's admission.
      */
     void succeeded(const std::string& user, const std::string& address);
 
     /**
-     * Lets the user log in from any place without a wait, for 15 minutes or 1,000 failures. Use
-     * it if the failures of a stranger make the user wait.
+     * Lets the user log in once from any place without a wait, for 15 minutes or 1,000 failures.
+     * Use it if the failures of a stranger make the user wait.
      */
     void admit(const std::string& user);
 

@@ -227,6 +227,16 @@ TEST_F(Throttle, EndsAnAdmissionAfterAThousandFailures)
     EXPECT_GT(throttle.waitFor("olga", "10.0.0.1"), 0s);
 }
 
+TEST_F(Throttle, EndsAnAdmissionWithTheLoginOfTheUser)
+{
+    throttle.admit("olga");
+    throttle.succeeded("piet", "10.0.0.2");
+    fail(3, "olga", "10.0.0.1");
+    EXPECT_EQ(throttle.waitFor("olga", "10.0.0.1"), 0s);
+    throttle.succeeded("olga", "10.0.0.2");
+    EXPECT_GT(throttle.waitFor("olga", "10.0.0.1"), 0s);
+}
+
 TEST_F(Throttle, KeepsTheLatestFailureWhenTheTableIsFull)
 {
     for (int i = 0; i < 10500; ++i) {
