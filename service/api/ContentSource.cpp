@@ -1,6 +1,7 @@
 #include "service/api/ContentSource.h"
 
 #include "service/base/Log.h"
+#include "service/base/Unavailable.h"
 
 namespace kelvo::api {
 
@@ -33,6 +34,8 @@ std::size_t ContentSource::readNow(asio::mutable_buffer buffer)
         onFailure_(ECondition::Unreadable); // the file was shortened
     } catch (const content::DamagedContent&) {
         onFailure_(ECondition::Damaged);
+    } catch (const Unavailable& error) {
+        logWarning("content-not-read", error.what()); // the content is not damaged
     } catch (const std::exception& error) {
         logWarning("content-not-read", error.what());
         onFailure_(ECondition::Unreadable);

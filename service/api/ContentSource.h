@@ -15,7 +15,10 @@ namespace kelvo::api {
 class ContentSource final : public http::BodySource
 {
 public:
-    /** `onFailure` is called on the pool: the content is damaged or cannot be read. */
+    /**
+     * `onFailure` is called on the pool: the content is damaged or cannot be read. An object store
+     * that is not available is no such failure.
+     */
     ContentSource(std::shared_ptr<content::Reader> reader, std::uint64_t offset,
                   std::uint64_t sizeBytes, WorkPool& pool,
                   std::function<void(content::ECondition)> onFailure);

@@ -154,5 +154,13 @@ TEST_F(ContentBodiesOfChunks, ReportsNoDamageIfTheStoreDoesNotAnswer)
     EXPECT_EQ(whole(file), threeChunks());
 }
 
+TEST_F(ContentBodiesOfChunks, ReportsNoDamageIfTheStoreFailsDuringTheDownload)
+{
+    const store::File file = store(threeChunks());
+    gateway.failNext({EFault::None, EFault::Busy});
+    EXPECT_EQ(whole(file), std::string(chunkBytes, 'a'));
+    EXPECT_EQ(integrity.damagedReads(), 0U);
+}
+
 } // namespace
 } // namespace kelvo::api
