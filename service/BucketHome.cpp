@@ -62,8 +62,8 @@ fs::path emptyScratch(const fs::path& dataFolder)
 BucketHome::BucketHome(const objects::BucketAddress& address, const HomeParts& parts)
     : parts_(parts),
       scratch_(emptyScratch(parts.dataFolder)),
-      bucket_(address, credentials(), parts.clock, patient()),
-      probes_(address, credentials(), parts.clock, hasty()),
+      bucket_(address, credentials(), machineClock_, patient()),
+      probes_(address, credentials(), machineClock_, hasty()),
       probeKey_("probes/" + randomHex(16)),
       contents_(parts.database, bucket_, parts.clock),
       pool_(threads)
@@ -145,6 +145,7 @@ void BucketHome::finish()
 {
     bucket_.limitAttempts(0);
     pool_.stop();
+    parts_.filePool.stop();
 }
 
 } // namespace kelvo

@@ -31,6 +31,7 @@ private:
 
     HomeParts parts_;
     std::filesystem::path scratch_;
+    const SystemClock machineClock_; // the service's clock is wrong for a while after a clock jump
     objects::Bucket bucket_;
     objects::Bucket probes_; // with one short attempt for each request
     std::string probeKey_;

@@ -28,12 +28,13 @@ bool requirePlace(soci::session& sql, const std::string& wanted)
     return found == wanted;
 }
 
-std::unique_ptr<ContentsHome> openHome(const ContentsPlace& place, const HomeParts& parts)
+std::unique_ptr<ContentsHome> openHome(const ContentsPlace& place, const HomeParts& parts,
+                                       bool isRecorded)
 {
     if (place.bucket) {
         return std::make_unique<BucketHome>(*place.bucket, parts);
     }
-    return std::make_unique<FolderHome>(place.folder, parts);
+    return std::make_unique<FolderHome>(place.folder, parts, isRecorded);
 }
 
 } // namespace
@@ -43,7 +44,7 @@ std::unique_ptr<ContentsHome> openContents(const ContentsPlace& place, const Hom
     const std::string name = place.name(parts.dataFolder);
     const bool isRecorded =
         parts.database.readNow([&name](soci::session& sql) { return requirePlace(sql, name); });
-    auto home = openHome(place, parts);
+    auto home = openHome(place, parts, isRecorded);
     if (!isRecorded) { // only now: a place that cannot be used is not recorded
         parts.database.writeNow([&name](store::Transaction& transaction) {
             store::setContentsPlace(transaction.sql, name);

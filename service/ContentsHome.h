@@ -47,7 +47,7 @@ public:
     /** Call it when the service begins to stop: failed requests are not repeated any more. */
     virtual void beginStop() = 0;
 
-    /** Waits for the running calls. Later calls of the pool are dropped. Blocks. */
+    /** Waits for the jobs of pool() and of the file pool. Drops later jobs. Blocks. */
     virtual void finish() = 0;
 };
 

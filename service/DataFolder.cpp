@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <system_error>
 #include <thread>
@@ -19,7 +20,20 @@ namespace {
 constexpr std::chrono::milliseconds waitStep{100};
 constexpr int waits = 100;
 
+bool holdsFiles(const fs::path& folder)
+{
+    std::error_code none;
+    const fs::recursive_directory_iterator entries(folder, none);
+    return std::any_of(begin(entries), end(entries),
+                       [](const auto& entry) { return entry.is_regular_file(); });
+}
+
 } // namespace
+
+bool holdsContents(const fs::path& folder)
+{
+    return holdsFiles(folder / "content") || holdsFiles(folder / "uploads");
+}
 
 DataFolder::DataFolder(fs::path path, const Wait& wait) : path_(std::move(path))
 {

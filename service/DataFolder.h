@@ -20,6 +20,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/** Whether the folders content or uploads in this folder hold files. Blocks. */
+bool holdsContents(const std::filesystem::path& folder);
+
 /** Created if missing, locked during this object's life. Errors: StartRefused. */
 class DataFolder
 {

@@ -18,14 +18,27 @@ fs::path rootOf(const fs::path& folder, const fs::path& dataFolder)
     return folder.empty() ? dataFolder : fs::weakly_canonical(folder);
 }
 
-/** A missing folder may be a disk that is not mounted, so it is not made. */
-std::optional<DataFolder> lockOf(const fs::path& root, const fs::path& dataFolder)
+/**
+ * A missing folder may be a disk that is not mounted, so it is not made. The janitor would remove
+ * the files that the database does not know.
+ */
+std::optional<DataFolder> lockOf(const fs::path& root, const fs::path& dataFolder, bool isRecorded)
 {
     if (root == dataFolder) {
         return std::nullopt;
     }
     if (!fs::is_directory(root)) {
         throw StartRefused("the folder of --contents does not exist: " + root.string());
+    }
+    if (isRecorded && !fs::is_directory(root / "content")) {
+        throw StartRefused("the folder of --contents has no folder content: mount its disk, or if"
+                           " its files are lost, make an empty folder content in " +
+                           root.string());
+    }
+    if (!isRecorded && holdsContents(root)) {
+        throw StartRefused("the folder of --contents holds files of another database: put the"
+                           " database back, or choose an empty folder instead of " +
+                           root.string());
     }
     return std::optional<DataFolder>(std::in_place, root);
 }
@@ -39,10 +52,10 @@ DiskReserve* reserveOf(const fs::path& root, const HomeParts& parts)
 
 } // namespace
 
-FolderHome::FolderHome(const fs::path& folder, const HomeParts& parts)
+FolderHome::FolderHome(const fs::path& folder, const HomeParts& parts, bool isRecorded)
     : parts_(parts),
       root_(rootOf(folder, parts.dataFolder)),
-      lock_(lockOf(root_, parts.dataFolder)),
+      lock_(lockOf(root_, parts.dataFolder, isRecorded)),
       reserve_(reserveOf(root_, parts)),
       store_(root_, reserve_),
       contents_(store_, digests_, reserve_)

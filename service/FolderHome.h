@@ -13,8 +13,11 @@ namespace kelvo {
 class FolderHome final : public ContentsHome
 {
 public:
-    /** `folder`: empty: the data folder. Throws StartRefused. */
-    FolderHome(const std::filesystem::path& folder, const HomeParts& parts);
+    /**
+     * `folder`: empty: the data folder. `isRecorded`: the database had its files there before.
+     * Throws StartRefused.
+     */
+    FolderHome(const std::filesystem::path& folder, const HomeParts& parts, bool isRecorded);
 
     content::Contents& contents() override { return contents_; }
     WorkPool& pool() override { return parts_.filePool; }
@@ -24,7 +27,7 @@ public:
     void probe() override;
     void showIn(metrics::Metrics&) const override {}
     void beginStop() override {}
-    void finish() override {}
+    void finish() override { parts_.filePool.stop(); }
 
 private:
     HomeParts parts_;

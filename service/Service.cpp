@@ -61,22 +61,13 @@ keepCertificate(const ServeOptions& options, const DataFolder& folder, const Clo
     }
 }
 
-bool holdsFiles(const std::filesystem::path& folder)
-{
-    std::error_code none;
-    const std::filesystem::recursive_directory_iterator entries(folder, none);
-    return std::any_of(begin(entries), end(entries),
-                       [](const auto& entry) { return entry.is_regular_file(); });
-}
-
 /** A new database would not know these files, and would later remove them. */
 void refuseFilesWithoutDatabase(const DataFolder& folder)
 {
     const auto database = folder.path() / "kelvo.sqlite";
     const auto status = statusOf(database);
     const bool isThere = status && status->sizeBytes > 0;
-    if (!isThere &&
-        (holdsFiles(folder.path() / "content") || holdsFiles(folder.path() / "uploads"))) {
+    if (!isThere && holdsContents(folder.path())) {
         throw StartRefused("the data folder " + folder.path().string() +
                            " holds files in content or uploads, but kelvo.sqlite is missing or"
                            " empty: put the database back, or restore a backup with --force");

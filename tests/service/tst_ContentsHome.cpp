@@ -11,7 +11,9 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cstdlib>
+#include <fstream>
 
 namespace kelvo {
 namespace {
@@ -168,6 +170,52 @@ TEST_F(Homes, InABucketFailAtOnceAfterTheirEnd)
     receiver->append("abc", 3);
     EXPECT_THROW(receiver->flush(), Unavailable);
     EXPECT_EQ(gateway.attempts(), before);
+}
+
+TEST_F(Homes, InABucketSignWithTheMachinesClock)
+{
+    const SystemClock machine;
+    clock.ShiftTimeOfDay(std::chrono::milliseconds(machine.nowMs() - clock.nowMs()) + 1h);
+    const std::string before = objects::amzDate(machine.nowMs());
+    open(bucket());
+    EXPECT_GE(gateway.lastDate(), before);
+    EXPECT_LT(gateway.lastDate(), objects::amzDate(clock.nowMs()));
+}
+
+TEST_F(Homes, RunNoJobsAfterTheirEnd)
+{
+    for (const ContentsPlace& place : {otherFolder(), bucket()}) {
+        WorkPool files{1};
+        const auto home = openContents(place, {database, clock, folder.Path(), reserve, files});
+        std::atomic<bool> ran = false;
+        home->finish();
+        files.post([&ran] { ran = true; });
+        files.stop();
+        EXPECT_FALSE(ran);
+    }
+}
+
+TEST_F(Homes, InARecordedFolderNeedItsContents)
+{
+    open(otherFolder());
+    std::filesystem::remove_all(folder.Path() / "other" / "content"); // as if nothing is mounted
+    EXPECT_THROW(open(otherFolder()), StartRefused);
+    std::filesystem::create_directory(folder.Path() / "other" / "content");
+    EXPECT_NO_THROW(open(otherFolder()));
+}
+
+TEST_F(Homes, InANewFolderRefuseTheFilesOfAnotherDatabase)
+{
+    for (const char* name : {"content", "uploads"}) {
+        const auto file = folder.Path() / "other" / name / "aa" / "file";
+        otherFolder();
+        std::filesystem::create_directories(file.parent_path());
+        std::ofstream(file) << "bytes";
+        EXPECT_THROW(open(otherFolder()), StartRefused) << name;
+        EXPECT_EQ(recorded(), "");
+        std::filesystem::remove(file);
+    }
+    EXPECT_NO_THROW(open(otherFolder()));
 }
 
 } // namespace

@@ -129,6 +129,12 @@ int ObjectGateway::attempts() const
     return attempts_;
 }
 
+std::string ObjectGateway::lastDate() const
+{
+    const std::lock_guard lock(mutex_);
+    return lastDate_;
+}
+
 std::size_t ObjectGateway::connections() const
 {
     return listener_->openConnections();
@@ -141,6 +147,7 @@ Async<http::Response> ObjectGateway::handle(http::Request& request)
     {
         const std::lock_guard lock(mutex_);
         ++attempts_;
+        lastDate_ = request.header("x-amz-date");
         if (!faults_.empty()) {
             fault = faults_.front();
             faults_.pop_front();

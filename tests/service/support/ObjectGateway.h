@@ -52,6 +52,7 @@ public:
     std::vector<std::string>
     requests() const;                // "PUT key", without the faulty ones that did nothing
     int attempts() const;            // all requests
+    std::string lastDate() const;    // the x-amz-date of the latest request
     std::size_t connections() const; // open now
 
 private:
@@ -67,6 +68,7 @@ private:
     std::deque<EFault> faults_;
     std::vector<std::string> requests_;
     int attempts_ = 0;
+    std::string lastDate_;
 
     bool isTls_;
     http::Limits limits_;
