@@ -5,18 +5,18 @@
 #include "service/FirstStart.h"
 #include "service/IoThreads.h"
 #include "service/Janitor.h"
+#include "service/NetworkMetrics.h"
+#include "service/OpenDatabase.h"
 #include "service/Readiness.h"
 #include "service/ServiceClock.h"
 #include "service/ServiceState.h"
 #include "service/StopSignals.h"
 #include "service/api/ApiApplication.h"
-#include "service/base/FileStatus.h"
 #include "service/base/Log.h"
 #include "service/http/Listener.h"
 #include "service/metrics/Metrics.h"
 #include "service/metrics/MonitorApplication.h"
 #include "service/metrics/ProcessMetrics.h"
-#include "service/store/Errors.h"
 #include "service/store/ReserveShares.h"
 #include "service/store/StateQueries.h"
 #include "service/tls/CertificateKeeper.h"
@@ -33,7 +33,6 @@ using namespace std::chrono_literals;
 
 constexpr auto transferGrace = 5s; // the time for running transfers when the service stops
 constexpr unsigned fileThreads = 4;
-constexpr int openAttempts = 5;      // each attempt waits some seconds for the database
 constexpr unsigned fewestHeads = 16; // unfinished heads of one address
 
 /** The names in the service's own certificate. */
@@ -61,19 +60,6 @@ keepCertificate(const ServeOptions& options, const DataFolder& folder, const Clo
     }
 }
 
-/** A new database would not know these files, and would later remove them. */
-void refuseFilesWithoutDatabase(const DataFolder& folder)
-{
-    const auto database = folder.path() / "kelvo.sqlite";
-    const auto status = statusOf(database);
-    const bool isThere = status && status->sizeBytes > 0;
-    if (!isThere && holdsContents(folder.path())) {
-        throw StartRefused("the data folder " + folder.path().string() +
-                           " holds files in content or uploads, but kelvo.sqlite is missing or"
-                           " empty: put the database back, or restore a backup with --force");
-    }
-}
-
 DataFolder::Wait logAndWait()
 {
     return [wait = DataFolder::waitAWhile(), isLogged = false]() mutable {
@@ -83,42 +69,6 @@ DataFolder::Wait logAndWait()
         isLogged = true;
         return wait();
     };
-}
-
-/**
- * A backup that started beside the earlier service may still read. Its lock can delay the migration
- * of an older schema.
- */
-std::unique_ptr<store::Database> openWithRetries(const std::string& file)
-{
-    for (int attempt = 1;; ++attempt) {
-        try {
-            return std::make_unique<store::Database>(store::makeSqlite(file));
-        } catch (const store::StoreBusy&) {
-            if (attempt == openAttempts) {
-                throw;
-            }
-            logWarning("database-busy");
-        }
-    }
-}
-
-std::unique_ptr<store::Database> openDatabase(const DataFolder& folder)
-{
-    if (std::filesystem::exists(folder.path() / unfinishedRestoreName)) {
-        throw StartRefused("a restore of the data folder " + folder.path().string() +
-                           " is unfinished: restore again with --force");
-    }
-    refuseFilesWithoutDatabase(folder);
-    try {
-        return openWithRetries((folder.path() / "kelvo.sqlite").string());
-    } catch (const store::SchemaTooNew&) {
-        throw StartRefused("the database in " + folder.path().string() +
-                           " has a newer schema than this version knows");
-    } catch (const std::exception& error) {
-        throw StartRefused("cannot open the database in " + folder.path().string() + ": " +
-                           error.what());
-    }
 }
 
 std::unique_ptr<http::Listener> listen(IoThreads& threads, const std::string& address,
@@ -311,36 +261,6 @@ std::vector<Readiness::Check> readinessChecks(Backend& backend,
              }}};
 }
 
-void showNetwork(metrics::Metrics& metrics, const tls::CertificateKeeper& certificate,
-                 const http::Listener& listener)
-{
-    metrics.show("kelvo_connections_open", "gauge", "Connections to the API.",
-                 [&listener] { return static_cast<double>(listener.openConnections()); });
-    metrics.show("kelvo_tls_certificate_end_seconds", "gauge",
-                 "End of the certificate and its chain, in seconds since 1970.",
-                 [&certificate] { return static_cast<double>(certificate.certificateEndS()); });
-    metrics.show({"kelvo_tls_authority_end_seconds", "gauge",
-                  "End of the service's own authority, the latest in ca.pem; absent with --cert.",
-                  [&certificate] {
-                      const std::int64_t end = certificate.authorityEndS();
-                      using Samples = std::vector<metrics::Metrics::Sample>;
-                      return end == 0 ? Samples{} : Samples{{{}, static_cast<double>(end)}};
-                  }});
-}
-
-void showRefusals(metrics::Metrics& metrics, const http::Listener& listener)
-{
-    metrics.show({"kelvo_connections_refused_total", "counter",
-                  "Connections refused: too many in all, of one address, or unfinished heads.",
-                  [&listener] {
-                      const http::Listener::Refused refused = listener.refused();
-                      return std::vector<metrics::Metrics::Sample>{
-                          {"reason=\"total\"", static_cast<double>(refused.total)},
-                          {"reason=\"address\"", static_cast<double>(refused.address)},
-                          {"reason=\"heads\"", static_cast<double>(refused.heads)}};
-                  }});
-}
-
 /** Sets `isRunning` when requests are answered. */
 void serve(const ServeOptions& options, bool& isRunning)
 {
@@ -360,7 +280,6 @@ void serve(const ServeOptions& options, bool& isRunning)
     const auto apiListener = listen(
         threads, options.listen, [&certificate] { return certificate->context(); }, application,
         limitsOf(options));
-    showRefusals(metrics, *apiListener);
     const auto monitorListener = listen(threads, options.metricsListen, {}, monitor, {});
     Janitor janitor(backend.janitorParts(), janitorSettings(options));
     backend.home->showIn(metrics);

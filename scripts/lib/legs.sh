@@ -104,8 +104,8 @@ leg_arm() {
     part_tested arm
 }
 
-# What differs most between the build machine and the console: the compiler's view of each shipped source, the
-# binary interface, files above 4 GiB, dates after 2038, ids above 2^31, and one session of the console.
+# The checks where the console differs most from the build machine: each shipped source compiles, the binary interface,
+# files above 4 GiB, dates after 2038, ids above 2^31, and one session of the console.
 leg_arm-short() {
     local programs=(tst_kesdk_large tst_WideIds tst_farfuture tst_unzip_large)
     arm_console

@@ -12,7 +12,11 @@ using soci::use;
 
 namespace {
 
-/** Returns the next number of the share. Deletes the oldest entry of a full share. */
+/** A share that was larger in an earlier version shrinks by this many entries with each new entry.
+ */
+constexpr int mostDeleted = 100;
+
+/** Returns the next number of the share. Deletes the oldest entries of a full share. */
 long long takeNumber(soci::session& sql, Id farm, int share, long long most)
 {
     sql << "INSERT INTO audit_shares (farm_id, share, last_number) VALUES (:farm, :share, 1)"
@@ -22,8 +26,9 @@ long long takeNumber(soci::session& sql, Id farm, int share, long long most)
     sql << "SELECT last_number FROM audit_shares WHERE farm_id = :farm AND share = :share",
         into(number), use(farm), use(share);
     const long long upTo = number - most;
-    sql << "DELETE FROM audit WHERE farm_id = :farm AND share = :share AND number <= :upTo",
-        use(farm), use(share), use(upTo);
+    sql << "DELETE FROM audit WHERE id IN (SELECT id FROM audit WHERE farm_id = :farm"
+           " AND share = :share AND number <= :upTo ORDER BY number LIMIT :most)",
+        use(farm), use(share), use(upTo), use(mostDeleted);
     return number;
 }
 

@@ -182,24 +182,30 @@ std::optional<long long> contentSize(soci::session& sql, const std::string& sha2
     return sql.got_data() ? std::optional(size) : std::nullopt;
 }
 
-std::optional<Chunk> chunkAt(soci::session& sql, const std::string& sha256, long long offset)
+namespace {
+
+/** `rows`: a table and the condition for its owner, with the name :owner. */
+std::optional<Chunk> chunkIn(soci::session& sql, const std::string& rows, const std::string& owner,
+                             long long offset)
 {
     Chunk chunk;
-    sql << "SELECT object_key, start_byte, size_bytes, sha256 FROM content_chunks"
-           " WHERE content = :sha AND start_byte <= :offset ORDER BY start_byte DESC LIMIT 1",
-        into(chunk.key), into(chunk.start), into(chunk.sizeBytes), into(chunk.sha256), use(sha256),
+    sql << "SELECT object_key, start_byte, size_bytes, sha256 FROM " + rows +
+               " AND start_byte <= :offset ORDER BY start_byte DESC LIMIT 1",
+        into(chunk.key), into(chunk.start), into(chunk.sizeBytes), into(chunk.sha256), use(owner),
         use(offset);
     return sql.got_data() && chunk.holds(offset) ? std::optional(chunk) : std::nullopt;
 }
 
+} // namespace
+
+std::optional<Chunk> chunkAt(soci::session& sql, const std::string& sha256, long long offset)
+{
+    return chunkIn(sql, "content_chunks WHERE content = :owner", sha256, offset);
+}
+
 std::optional<Chunk> uploadChunkAt(soci::session& sql, const std::string& upload, long long offset)
 {
-    Chunk chunk;
-    sql << "SELECT object_key, start_byte, size_bytes, sha256 FROM upload_chunks"
-           " WHERE upload = :upload AND start_byte <= :offset ORDER BY start_byte DESC LIMIT 1",
-        into(chunk.key), into(chunk.start), into(chunk.sizeBytes), into(chunk.sha256), use(upload),
-        use(offset);
-    return sql.got_data() && chunk.holds(offset) ? std::optional(chunk) : std::nullopt;
+    return chunkIn(sql, "upload_chunks WHERE upload = :owner", upload, offset);
 }
 
 void dropContent(Transaction& transaction, const std::string& sha256, long long nowMs)

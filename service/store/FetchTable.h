@@ -1,4 +1,4 @@
-// Which console has fetched which file, as the consoles report it.
+// The fetches of files, as the consoles report them.
 #pragma once
 
 #include "service/store/Database.h"
@@ -13,7 +13,7 @@ namespace kelvo::store {
 /** A limit is needed, because an operator can report for any number of consoles. */
 inline constexpr int mostConsolesOfAFile = 20;
 
-/** What one console did with one file. */
+/** One console has fetched one file, and may have unpacked it. */
 struct Fetch
 {
     Id file = 0;

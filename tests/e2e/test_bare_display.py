@@ -10,7 +10,7 @@ from kelvoe2e.screens import ScreensCase
 
 class BareDisplayTest(ScreensCase):
     def setUp(self):
-        needs(self, xkeys.library(), "the XTEST library")
+        needs(self, xkeys.xtest_path(), "the XTEST library")
         super().setUp()
 
     def open_with_keys(self):

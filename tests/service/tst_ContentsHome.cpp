@@ -72,14 +72,8 @@ protected:
     /** An upload with these bytes, in the store of the home. */
     store::Upload begin(ContentsHome& home, const std::string& text)
     {
-        api::UploadRequest wanted;
-        wanted.name = "a.zip";
-        wanted.targets = {inbox.id};
-        wanted.lengthBytes = static_cast<long long>(text.size());
         const store::Upload upload =
-            loop.run(api::startUpload(context, user, wanted, api::newUploadId(),
-                                      store::EDurability::Now))
-                .upload;
+            ApiFixture::begin("a.zip", static_cast<long long>(text.size()));
         const auto receiver = home.contents().receive(upload.id);
         receiver->append(text.data(), text.size());
         receiver->flush();

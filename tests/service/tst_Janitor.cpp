@@ -42,14 +42,8 @@ protected:
 
     store::Upload begin(const std::string& text)
     {
-        api::UploadRequest wanted;
-        wanted.name = "a.zip";
-        wanted.targets = {inbox.id};
-        wanted.lengthBytes = static_cast<long long>(text.size());
         const store::Upload upload =
-            loop.run(api::startUpload(context, user, wanted, api::newUploadId(),
-                                      store::EDurability::Now))
-                .upload;
+            ApiFixture::begin("a.zip", static_cast<long long>(text.size()));
         folderContents.receive(upload.id)->append(text.data(), text.size());
         return upload;
     }

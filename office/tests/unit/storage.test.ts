@@ -1,4 +1,4 @@
-// What a farm and its users use of their quota.
+// The shares of the quota that a farm and its users use.
 import {describe, expect, it} from 'vitest';
 import {amountsOf, asksForRoom} from '../../src/model/storage';
 import {percentText} from '../../src/texts';

@@ -2,6 +2,7 @@
 #include "console/settings/Scrolling.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/translations/DrawnTexts.h"
+#include "console/translations/LongestStates.h"
 #include "console/translations/ScreenFaults.h"
 #include "console/translations/TInLanguage.h"
 #include "console/window/Geometry.h"
@@ -33,8 +34,6 @@
 #include <memory>
 
 using console::TStoredSettings;
-using kesdkimpl::EProblem;
-using kesdkimpl::ESession;
 
 class TTranslatedScreensTest : public kelvo::test::TTestCase
 {
@@ -44,105 +43,6 @@ private:
     static constexpr int firstChoiceRow = 4;
 
     QTemporaryDir m_folder;
-
-    // States with the longest texts.
-    static QList<console::TPositionState> Positions()
-    {
-        QList<console::TPositionState> positions;
-        console::TPositionState state;
-        for (const console::ESourceState source :
-             {console::ESourceState::eOff, console::ESourceState::eConnecting,
-              console::ESourceState::eEnded}) {
-            state.source = source;
-            positions << state;
-        }
-        state.source = console::ESourceState::eRunning;
-        state.state = console::EPositionState::eLost;
-        state.ageMs = 119'000;
-        positions << state;
-        state.state = console::EPositionState::eFix;
-        state.fix.latitudeDegrees = -52.123456;
-        state.fix.longitudeDegrees = -117.123456;
-        state.ageMs = 1000;
-        for (int quality = 0; quality <= int(console::EFixQuality::eSimulated); ++quality) {
-            state.fix.quality = static_cast<console::EFixQuality>(quality);
-            positions << state;
-        }
-        return positions;
-    }
-
-    // Every session, and every problem on a day before today.
-    static QList<kesdkimpl::LinkStatus> Links()
-    {
-        QList<kesdkimpl::LinkStatus> links;
-        kesdkimpl::LinkStatus status;
-        for (int session = 0; session <= int(ESession::eLoggedIn); ++session) {
-            status.session = static_cast<ESession>(session);
-            links << status;
-        }
-        status.offlineSince = kesdkimpl::Moment{1800000000, {}};
-        for (int problem = 1; problem <= int(EProblem::eNotTrusted); ++problem) {
-            status.problem = static_cast<EProblem>(problem);
-            links << status;
-        }
-        return links;
-    }
-
-    // 100 files of a download.
-    static console::TFileCount Files()
-    {
-        console::TFileCount files;
-        console::THubEvent event;
-        event.signal = console::EHubSignal::eDownloadRequested;
-        event.fileNames = QStringList();
-        for (int i = 0; i < 100; ++i) {
-            *event.fileNames << QString();
-        }
-        files.OnHubEvent(event);
-        return files;
-    }
-
-    // A moving, a waiting and a checked transfer, with the longest words.
-    static QList<kesdkimpl::LinkStatus> Transfers()
-    {
-        kesdkimpl::LinkStatus status;
-        status.transfer = kesdkimpl::TransferStatus();
-        status.transfer->doneBytes = 888'800'000;
-        status.transfer->totalBytes = 988'800'000;
-        status.transfer->bytesPerSecond = 888'800;
-        status.transfer->waitsUntilS = 1800000000;
-        QList<kesdkimpl::LinkStatus> transfers{status};
-        status.transfer->phase = kesdkimpl::EPhase::eVerifies;
-        transfers << status;
-        status.transfer->phase = kesdkimpl::EPhase::eWaits;
-        status.problem = EProblem::eNoAnswer;
-        return transfers << status;
-    }
-
-    // The home page logged out, before the listing, with large figures, and without an answer.
-    static QList<console::THomeState> HomeStates()
-    {
-        QList<console::THomeState> states{{}, {}, {}, {}};
-        for (int i = 1; i < states.size(); ++i) {
-            states[i].isLoggedIn = true;
-            states[i].link.session = ESession::eLoggedIn;
-            states[i].link.lastContact = states[i].link.listsCurrentAt =
-                kesdkimpl::Moment{1800000000, {}};
-            states[i].position = Positions().last();
-            states[i].folders = console::TFolderFigures(); // no folder can be read
-        }
-        for (int i = 2; i < states.size(); ++i) {
-            states[i].position.fix.satellites = 88;
-            states[i].position.fix.speedKmh = 188.8;
-            states[i].position.fix.headingDegrees = 288.0;
-            states[i].service.fill(console::THomeState::TServiceCount{10'000, 8888});
-            states[i].folders->categories.fill({10'000, 10'000});
-            states[i].folders->freeBytes = 888'800'000'000;
-        }
-        states[3].link.problem = EProblem::eNoAnswer;
-        states[3].link.offlineSince = kesdkimpl::Moment{1800000000, {}};
-        return states;
-    }
 
     // Each of the settings has another invalid value.
     static QList<console::TStoredSettings> Refused(const console::TStoredSettings& good)
@@ -234,10 +134,10 @@ private Q_SLOTS:
             if (hasMiniView) {
                 window.Dock().Add(&mini);
             }
-            for (const kesdkimpl::LinkStatus& link : Links()) {
+            for (const kesdkimpl::LinkStatus& link : kelvo::test::Links()) {
                 window.Status().ShowLink(console::LinkWords(link));
                 window.Banner().Show(link.session, QString());
-                for (const console::TPositionState& position : Positions()) {
+                for (const console::TPositionState& position : kelvo::test::Positions()) {
                     window.Status().ShowPosition(position);
                     const QString faults = Faults(window);
                     QVERIFY2(faults.isEmpty(), qUtf8Printable(faults + QLatin1String("; ") +
@@ -245,8 +145,8 @@ private Q_SLOTS:
                 }
             }
         }
-        for (const kesdkimpl::LinkStatus& link : Transfers()) {
-            window.Status().ShowLink(console::TransferWords(link, Files()));
+        for (const kesdkimpl::LinkStatus& link : kelvo::test::Transfers()) {
+            window.Status().ShowLink(console::TransferWords(link, kelvo::test::Files()));
             QCOMPARE(Faults(window), QString());
         }
         window.Launcher().SetNight(true);
@@ -274,8 +174,8 @@ private Q_SLOTS:
             TMessageDialog::eOperation, false, QPixmap());
         dialog.ShowWindow(true);
         dialog.EnableButton(TMessageDialog::eButton0, false);
-        for (const kesdkimpl::LinkStatus& link : Transfers()) {
-            hostimpl::SetTransferProgress(console::TransferProgress(link, Files()));
+        for (const kesdkimpl::LinkStatus& link : kelvo::test::Transfers()) {
+            hostimpl::SetTransferProgress(console::TransferProgress(link, kelvo::test::Files()));
             QCOMPARE(Faults(dialog), QString());
             QVERIFY(DrawnTexts(dialog).join(QString()).contains(QLatin1String("988")));
         }
@@ -298,7 +198,7 @@ private Q_SLOTS:
         window.Launcher().AddPage(&full, full.SurfaceIcon(), full.SurfaceTitle(), QString());
         window.resize(size);
         window.show();
-        for (const console::THomeState& state : HomeStates()) {
+        for (const console::THomeState& state : kelvo::test::HomeStates()) {
             window.Home().Show(state);
             window.Launcher().SetBadge(state.NewFiles());
             QCOMPARE(Faults(window), QString());

@@ -4,7 +4,7 @@ import ctypes
 import ctypes.util
 
 
-def library():
+def xtest_path():
     """The XTEST library, or None."""
     return ctypes.util.find_library("Xtst")
 
@@ -12,7 +12,7 @@ def library():
 class XKeys:
     def __init__(self, display_name):
         self._x11 = ctypes.CDLL(ctypes.util.find_library("X11"))
-        self._xtst = ctypes.CDLL(library())
+        self._xtst = ctypes.CDLL(xtest_path())
         self._x11.XOpenDisplay.restype = ctypes.c_void_p
         self._x11.XOpenDisplay.argtypes = [ctypes.c_char_p]
         self._x11.XStringToKeysym.restype = ctypes.c_ulong

@@ -26,7 +26,7 @@ TEST(ABucketAddress, RefusesAnAddressWithAMissingOrUnknownPart)
     for (const char* text :
          {"", "farm-files", "s3://farm-files", "s3://?endpoint=https://a",
           "s3://ab?endpoint=https://a", "s3://farm-files?region=eu-1",
-          "s3://farm-files?endpoint=https://a&secret=b", "s3://farm/files?endpoint=https://a",
+          "s3://farm-files?endpoint=https://a&colour=b", "s3://farm/maps?endpoint=https://a",
           "s3://farm-files?endpoint=https://a&",
           "s3://farm-files?endpoint=", "s3://farm-files?endpoint=https://a&region=%4"}) {
         EXPECT_THROW(BucketAddress::parse(text), std::invalid_argument) << text;

@@ -121,6 +121,15 @@ TEST_P(StoreAudit, CountsAShareOnAfterOldEntriesWereRemoved)
     EXPECT_THAT(actions({}), ElementsAre("c", "b"));
 }
 
+TEST_P(StoreAudit, ShrinksALargeShareByAHundredForEachEntry)
+{
+    add(std::vector<AuditEntry>(250, entryOf("old", 1, 1, 100)));
+    add({entryOf("new", 1, 1, 200)}, twoOfEach);
+    EXPECT_EQ(actions({.most = 1000}).size(), 151U);
+    add({entryOf("new", 1, 1, 200), entryOf("newest", 1, 1, 200)}, twoOfEach);
+    EXPECT_THAT(actions({.most = 1000}), ElementsAre("newest", "new"));
+}
+
 TEST_P(StoreAudit, ForgetsAPersonAndKeepsTheId)
 {
     AuditEntry about = entryOf("user-rename", 2, 1, 100);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/api/Context.h"
+#include "service/api/UploadSteps.h"
 #include "service/content/FolderContents.h"
 #include "service/store/FarmTable.h"
 #include "service/store/FileTable.h"
@@ -29,6 +30,19 @@ protected:
             user = store::addUser(t, {farm, "olga", store::ERole::Operator, "hash", 0});
             inbox = store::ensureInbox(t, user, 1, clock.nowMs()).inbox;
         });
+    }
+
+    /** An upload to the inbox, without bytes. */
+    store::Upload begin(const std::string& name, long long lengthBytes)
+    {
+        api::UploadRequest wanted;
+        wanted.name = name;
+        wanted.targets = {inbox.id};
+        wanted.lengthBytes = lengthBytes;
+        return loop
+            .run(api::startUpload(context, user, wanted, api::newUploadId(),
+                                  store::EDurability::Now))
+            .upload;
     }
 
     std::vector<store::File> files()

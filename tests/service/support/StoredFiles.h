@@ -23,18 +23,6 @@ protected:
         writer.append("hello", 5);
     }
 
-    store::Upload begin(const std::string& name, long long lengthBytes)
-    {
-        api::UploadRequest wanted;
-        wanted.name = name;
-        wanted.targets = {inbox.id};
-        wanted.lengthBytes = lengthBytes;
-        return loop
-            .run(api::startUpload(context, user, wanted, api::newUploadId(),
-                                  store::EDurability::Now))
-            .upload;
-    }
-
     store::File addFile(const std::string& name, const std::string& text)
     {
         const store::Upload upload = begin(name, static_cast<long long>(text.size()));
