@@ -13,7 +13,7 @@ namespace kelvo::content {
 
 namespace {
 
-constexpr std::size_t readChunkBytes = 256 * 1024;
+constexpr std::size_t readChunkBytes = 256UL * 1024;
 
 } // namespace
 

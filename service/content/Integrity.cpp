@@ -4,7 +4,7 @@ namespace kelvo::content {
 
 namespace {
 
-constexpr std::int64_t intactForMs = 3600 * 1000;
+constexpr std::int64_t intactForMs = 3600LL * 1000;
 
 } // namespace
 

@@ -11,9 +11,9 @@ namespace kelvo::content {
 
 namespace {
 
-constexpr std::size_t catchUpChunkBytes = 256 * 1024;
+constexpr std::size_t catchUpChunkBytes = 256UL * 1024;
 /** The kernel is asked to write after each step, so the last sync is short. */
-constexpr std::uint64_t flushStepBytes = 8 * 1024 * 1024;
+constexpr std::uint64_t flushStepBytes = 8ULL * 1024 * 1024;
 
 } // namespace
 

@@ -194,7 +194,7 @@ Outgoing Bucket::sign(const Call& call) const
                       address_.caFile,
                       policy_.timeouts};
     for (const auto& [name, value] : toSign.headers) {
-        outgoing.headers.push_back(name + ": " + value);
+        outgoing.headers.emplace_back(name).append(": ").append(value);
     }
     outgoing.headers.push_back("Authorization: " +
                                authorizationOf(toSign, credentials_, address_.region));

@@ -21,7 +21,7 @@
 namespace kelvo::objects {
 
 /** A larger object is neither written nor read. The limit bounds the memory of a request. */
-inline constexpr std::size_t largestObjectBytes = 8 * 1024 * 1024;
+inline constexpr std::size_t largestObjectBytes = 8UL * 1024 * 1024;
 
 /** How long a call tries. Before attempt n the pause is `pause` * 2^(n-2), less up to half of it.
  */
