@@ -105,6 +105,8 @@ function sizes(): Plugin {
 
 export default defineConfig({
   oxc: {jsx: {runtime: 'automatic', importSource: 'preact'}},
+  // The page unpacks archives with fflate. The library for task data also brings jszip, which the page does not call.
+  resolve: {alias: {jszip: join(import.meta.dirname, 'src/map/no_jszip.ts')}},
   build: {assetsInlineLimit: 0, modulePreload: {polyfill: false}, target: 'es2022'},
   worker: {format: 'es', plugins: () => [packageNames()]},
   plugins: [packageNames(), licences(), compressedForms(), sizes()],

@@ -53,11 +53,21 @@ endif()
 if(kelvo-service IN_LIST packaged)
     kelvo_package(kelvo-service "KELVO farm-data service"
         "Stores the files that guidance consoles and farm offices exchange. Includes its command\nline kelvoctl."
-        DEPENDS adduser SUGGESTS kelvo-office SCRIPTS postinst prerm postrm conffiles)
+        DEPENDS adduser RECOMMENDS kelvo-service-postgresql SUGGESTS kelvo-office haproxy postgresql SCRIPTS postinst prerm postrm conffiles)
     kelvo_package(kelvo-office "farm office's page of the KELVO farm-data service"
         "The service serves this page to browsers: the office sends files, follows the consoles\nand reads the job reports."
         RECOMMENDS kelvo-service SCRIPTS postinst postrm)
     set(CPACK_DEBIAN_KELVO-OFFICE_PACKAGE_ARCHITECTURE all)
+endif()
+if(kelvo-service-postgresql IN_LIST packaged)
+    kelvo_package(kelvo-service-postgresql "PostgreSQL for the KELVO farm-data service"
+        "With this module, several instances of the service can share a database."
+        DEPENDS kelvo-service)
+endif()
+
+if(kelvo-service-tools IN_LIST packaged)
+    kelvo_package(kelvo-service-tools "load tests of the KELVO farm-data service"
+        "kelvo-herd simulates thousands of consoles. It measures a service, for example to choose a\nmachine, and checks that the service loses nothing.")
 endif()
 
 # Debian's name for the compiler's target. Debian's own tools know only the building machine.

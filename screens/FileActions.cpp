@@ -108,7 +108,7 @@ void TKelvoFileControlWidget::UploadFilesToKelvo(EItemToManage item, const QStri
         return;
     }
     if (!m_categoryItem.optionsEnabled.At(eManagePrescriptionMaps) &&
-        m_categoryItem.value == eManagePrescriptionMaps) {
+        EItemToManage(int(m_categoryItem.value)) == eManagePrescriptionMaps) {
         m_categorySelector->SetNumericalValue(eManageJobReports);
     }
     m_categoryItem.value = m_categorySelector->GetNumericalValue();

@@ -59,7 +59,7 @@ void TKelvoFileControlWidget::UpdateFileSystemList()
 {
     const bool isLoggedIn = KelvoInterface->IsKelvoLoggedIn();
     m_locationItem.optionsEnabled.Set(eKelvoService, isLoggedIn);
-    if (!isLoggedIn && m_locationSelector->GetNumericalValue() == eKelvoService) {
+    if (!isLoggedIn && ChosenLocation() == eKelvoService) {
         m_locationSelector->SetNumericalValue(eFilesToUpload);
     }
     m_locationItem.value = m_locationSelector->GetNumericalValue();
@@ -72,7 +72,7 @@ void TKelvoFileControlWidget::UpdateItemToManageList()
     const bool isUpload = ChosenLocation() == eFilesToUpload;
     m_categoryItem.optionsEnabled.Set(eManagePrescriptionMaps, !isUpload);
     m_categoryItem.optionsEnabled.Set(eManageJobReports, isUpload);
-    const double chosen = m_categorySelector->GetNumericalValue();
+    const EItemToManage chosen = ChosenItem();
     if (!isUpload && chosen == eManageJobReports) {
         m_categorySelector->SetNumericalValue(eManagePrescriptionMaps);
     } else if (isUpload && chosen == eManagePrescriptionMaps) {

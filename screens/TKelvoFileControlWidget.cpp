@@ -271,7 +271,7 @@ void TKelvoFileControlWidget::OnKelvoLoginStatusChanged()
 void TKelvoFileControlWidget::OnNewKelvoProjectFilesList(int project, KelvoFileInfoList)
 {
     const EItemToManage item = GetItemToManageForKelvoProject(EKelvoProjects(project));
-    if (isVisible() && m_categorySelector->GetNumericalValue() == item) {
+    if (isVisible() && ChosenItem() == item) {
         UpdateFileListWidget(true);
     }
 }

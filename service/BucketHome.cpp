@@ -1,5 +1,6 @@
 #include "service/BucketHome.h"
 
+#include "service/BucketMarker.h"
 #include "service/DataFolder.h"
 #include "service/base/Digest.h"
 #include "service/base/Log.h"
@@ -29,7 +30,7 @@ objects::RetryPolicy patient()
     return policy;
 }
 
-/** Three requests of a probe fit into the bound of /readyz when all is well. */
+/** The four requests of a probe fit into the bound of /readyz when all is well. */
 objects::RetryPolicy hasty()
 {
     objects::RetryPolicy policy;
@@ -71,7 +72,7 @@ BucketHome::BucketHome(const objects::BucketAddress& address, const HomeParts& p
     try {
         probe();
     } catch (const objects::StoreUnavailable& error) {
-        logWarning("object-store-unavailable", error.what()); // it may come while the service runs
+        logWarning("object-store-unavailable", error.what()); // it may answer later
     } catch (const std::exception& error) {
         throw StartRefused("cannot use the bucket " + address.bucket + ": " + error.what());
     }
@@ -103,12 +104,14 @@ void BucketHome::countStored()
 
 void BucketHome::probe()
 {
+    requireMarker(parts_.database.readNow(knownObject), probes_);
     const std::string text = probeText;
     probes_.put(probeKey_, text, sha256Hex(text));
     if (probes_.get(probeKey_, 0, text.size()) != text) {
         throw std::runtime_error("the object store returns other bytes than were written");
     }
     probes_.remove(probeKey_);
+    setMarker(parts_.database, probes_);
 }
 
 void BucketHome::showIn(metrics::Metrics& metrics) const
@@ -139,6 +142,9 @@ void BucketHome::showIn(metrics::Metrics& metrics) const
     metrics.show("kelvo_objects_doomed", "gauge",
                  "Objects that the clean-up removes a day after their last use.",
                  [this] { return doomedObjects_.load(); });
+    metrics.show("kelvo_objects_removals_failed_total", "counter",
+                 "Objects that could not be removed; each is tried again after a day.",
+                 [this] { return static_cast<double>(contents_.failedRemovals()); });
 }
 
 void BucketHome::finish()

@@ -13,13 +13,17 @@ namespace kelvo {
 class BucketHome final : public ContentsHome
 {
 public:
-    /** Throws StartRefused if credentials are missing or the store refuses them. */
+    /**
+     * Throws StartRefused: credentials are missing, the store refuses them, or the bucket is not
+     * the bucket of this database.
+     */
     BucketHome(const objects::BucketAddress& address, const HomeParts& parts);
 
     content::Contents& contents() override { return contents_; }
     WorkPool& pool() override { return pool_; }
     content::ContentStore* folder() override { return nullptr; }
     std::filesystem::path scratchFolder() const override { return scratch_; }
+    DiskReserve* scratchReserve() override { return &parts_.reserve; }
     void removeUnused() override;
     void probe() override;
     void showIn(metrics::Metrics& metrics) const override;

@@ -20,6 +20,10 @@ std::string described(const std::string& name)
  */
 bool requirePlace(soci::session& sql, const std::string& wanted)
 {
+    if (!store::unfinishedMove(sql).empty()) {
+        throw StartRefused("a service is moving into this database: run kelvo-service migrate"
+                           " again until it has finished");
+    }
     const std::string found = store::contentsPlace(sql);
     if (found != wanted && !store::mayMoveContents(sql)) {
         throw StartRefused("the files of this database are in " + described(found) + ", not in " +
@@ -47,6 +51,7 @@ std::unique_ptr<ContentsHome> openContents(const ContentsPlace& place, const Hom
     auto home = openHome(place, parts, isRecorded);
     if (!isRecorded) { // only now: a place that cannot be used is not recorded
         parts.database.writeNow([&name](store::Transaction& transaction) {
+            requirePlace(transaction.sql, name); // another instance may have recorded its place
             store::setContentsPlace(transaction.sql, name);
         });
     }

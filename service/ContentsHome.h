@@ -30,11 +30,14 @@ public:
     /** The pool for the calls of contents(). */
     virtual WorkPool& pool() = 0;
 
-    /** The folder's own functions, for the janitor. Null: the contents are in an object store. */
+    /** The folder's own functions, for the clean-up. Null: the contents are in an object store. */
     virtual content::ContentStore* folder() = 0;
 
     /** An existing folder on this machine for files without a name. */
     virtual std::filesystem::path scratchFolder() const = 0;
+
+    /** The reserve of the disk of scratchFolder(); null: the disk has none. */
+    virtual DiskReserve* scratchReserve() = 0;
 
     /** Removes the objects that nothing uses. Blocks. Call it only while the clock is trusted. */
     virtual void removeUnused() = 0;

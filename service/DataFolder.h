@@ -13,6 +13,9 @@ namespace kelvo {
 /** A file of this name in the folder marks an unfinished restore. */
 inline constexpr const char* unfinishedRestoreName = "restore.unfinished";
 
+/** A file of this name says where the service of the folder has moved. No service starts there. */
+inline constexpr const char* movedName = "moved.to";
+
 /** The reason why the service cannot start, in one line for a person. */
 class StartRefused : public std::runtime_error
 {

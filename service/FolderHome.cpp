@@ -19,7 +19,7 @@ fs::path rootOf(const fs::path& folder, const fs::path& dataFolder)
 }
 
 /**
- * A missing folder may be a disk that is not mounted, so it is not made. The janitor would remove
+ * A missing folder may be a disk that is not mounted, so it is not made. The clean-up would remove
  * the files that the database does not know.
  */
 std::optional<DataFolder> lockOf(const fs::path& root, const fs::path& dataFolder, bool isRecorded)

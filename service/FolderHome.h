@@ -23,7 +23,8 @@ public:
     WorkPool& pool() override { return parts_.filePool; }
     content::ContentStore* folder() override { return &store_; }
     std::filesystem::path scratchFolder() const override { return root_ / "uploads"; }
-    void removeUnused() override {} // the janitor looks at the folder itself
+    DiskReserve* scratchReserve() override { return reserve_; }
+    void removeUnused() override {} // the clean-up looks at the folder itself
     void probe() override;
     void showIn(metrics::Metrics&) const override {}
     void beginStop() override {}

@@ -5,6 +5,7 @@
 #include "service/store/AuditTable.h"
 #include "service/store/ConsoleTable.h"
 #include "service/store/EventTable.h"
+#include "service/store/FarmRemoval.h"
 #include "service/store/FileTable.h"
 #include "service/store/LoginPlaceTable.h"
 #include "service/store/ReportTable.h"
@@ -150,6 +151,18 @@ void emptyBin(const Janitor::Parts& parts, const Janitor::Stops& stops)
     } while (!digests.empty() && !stops());
 }
 
+/** Continues the removal of farms that a restart or a failure has stopped. */
+void removeDeletedFarms(const Janitor::Parts& parts, const Janitor::Stops& stops)
+{
+    for (const store::Id farm : parts.database.readNow(store::deletedFarms)) {
+        const auto removeSome = [farm](store::Transaction& transaction) {
+            return store::removeSomeOf(transaction, farm);
+        };
+        while (!stops() && parts.database.writeNow(store::Scope::farm(farm), removeSome)) {
+        }
+    }
+}
+
 void removeUnknownContents(const Janitor::Parts& parts, long long keptForMs,
                            const Janitor::Stops& stops)
 {
@@ -195,18 +208,28 @@ Janitor::Janitor(Parts parts, const Settings& settings)
 
 Janitor::~Janitor()
 {
+    finish();
+}
+
+void Janitor::finish()
+{
     {
         const std::lock_guard lock(mutex_);
         stopping_ = true;
     }
     changed_.notify_all();
-    thread_.join();
+    if (thread_.joinable()) {
+        thread_.join();
+    }
 }
 
 void Janitor::cleanUp(const Parts& parts, const Settings& settings, const Stops& stops)
 {
     attempt("disk-reserve-failed", [&] { parts.reserve.makeWhole(); });
-    if (!parts.clockIsTrusted()) {
+    attempt("clean-up-farms-failed", [&] { removeDeletedFarms(parts, stops); });
+    bool clockIsTrusted = false;
+    attempt("clean-up-clock-failed", [&] { clockIsTrusted = parts.clockIsTrusted(); });
+    if (!clockIsTrusted) {
         attempt("clean-up-count-failed", [&] { countHeldBack(parts); });
         return;
     }

@@ -1,4 +1,4 @@
-// Removes expired and unreferenced data.
+// The clean-up: removes expired and unreferenced data.
 #pragma once
 
 #include "service/base/Clock.h"
@@ -17,7 +17,7 @@
 
 namespace kelvo {
 
-/** The data that the janitor would have removed, if the clock were trusted. Thread safe. */
+/** The data that the clean-up would have removed, if the clock were trusted. Thread safe. */
 struct HeldBack
 {
     std::atomic<long long> sessions{0};
@@ -31,10 +31,11 @@ struct HeldBack
  * after a crash, are removed after some days. A content older than the database is never removed:
  * the database may be the wrong one, and the right database needs the files.
  *
- * While the clock is not trusted, nothing is removed. The janitor counts and logs the data that it
- * would have removed.
+ * While the clock is not trusted, nothing is removed by its age. The clean-up counts and logs the
+ * data that it would have removed.
  *
- * Each round first makes the disk reserve whole again, if the disk has room.
+ * Each round first makes the disk reserve whole again, if the disk has room, and removes the rows
+ * of deleted farms.
  *
  * Runs once at the start and then at an interval. Thread: its own. Ownership: the parts outlive
  * it.
@@ -51,7 +52,7 @@ public:
         int consoleDays = 730;
     };
 
-    /** The parts that the janitor uses. */
+    /** The parts that the clean-up uses. */
     struct Parts
     {
         store::Database& database;
@@ -67,7 +68,7 @@ public:
     };
 
     Janitor(Parts parts, const Settings& settings);
-    ~Janitor();
+    ~Janitor(); // as finish()
     Janitor(const Janitor&) = delete;
     Janitor& operator=(const Janitor&) = delete;
 
@@ -85,6 +86,9 @@ public:
 
     /** Starts the next round now. Thread safe. */
     void wake();
+
+    /** Ends the thread after its present step. Blocks. */
+    void finish();
 
 private:
     void loop();

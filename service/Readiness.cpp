@@ -20,6 +20,9 @@ Readiness::Readiness(std::vector<Check> checks, std::chrono::milliseconds bound)
 
 Async<std::string> Readiness::ask()
 {
+    if (isStopping_) {
+        co_return "stopping";
+    }
     unsigned long long mine = 0;
     {
         const std::lock_guard lock(mutex_);

@@ -4,6 +4,7 @@
 #include "service/base/Async.h"
 #include "service/base/WorkPool.h"
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <mutex>
@@ -37,12 +38,16 @@ public:
      */
     Async<std::string> ask();
 
+    /** From now on ask() returns "stopping" at once. Any thread. */
+    void beginStop() { isStopping_ = true; }
+
 private:
     void runChecks();
     std::string firstFailure();
 
     const std::vector<Check> checks_;
     const std::chrono::milliseconds bound_;
+    std::atomic<bool> isStopping_{false};
     std::mutex mutex_; // guards the members below, but not pool_
     unsigned long long started_ = 0;
     unsigned long long finished_ = 0;

@@ -1,29 +1,31 @@
 #include "service/Service.h"
 
-#include "service/ContentsHome.h"
+#include "service/Backend.h"
 #include "service/DataFolder.h"
-#include "service/FirstStart.h"
+#include "service/Drain.h"
 #include "service/IoThreads.h"
 #include "service/Janitor.h"
 #include "service/NetworkMetrics.h"
 #include "service/OpenDatabase.h"
 #include "service/Readiness.h"
-#include "service/ServiceClock.h"
 #include "service/ServiceState.h"
+#include "service/StopDeadline.h"
 #include "service/StopSignals.h"
 #include "service/api/ApiApplication.h"
 #include "service/base/Log.h"
+#include "service/events/NoticeListener.h"
 #include "service/http/Listener.h"
 #include "service/metrics/Metrics.h"
 #include "service/metrics/MonitorApplication.h"
 #include "service/metrics/ProcessMetrics.h"
-#include "service/store/ReserveShares.h"
 #include "service/store/StateQueries.h"
 #include "service/tls/CertificateKeeper.h"
 #include "service/web/WebApplication.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <optional>
 
 namespace kelvo {
 
@@ -31,8 +33,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto transferGrace = 5s; // the time for running transfers when the service stops
-constexpr unsigned fileThreads = 4;
+constexpr auto transferGrace = 5s;   // the time for running transfers when the service stops
+constexpr auto stopLimit = 25s;      // of the whole stop; the packaged unit kills after 30 s
+constexpr int abandoned = 3;         // exit code; a failure while the service ran
 constexpr unsigned fewestHeads = 16; // unfinished heads of one address
 
 /** The names in the service's own certificate. */
@@ -83,86 +86,16 @@ std::unique_ptr<http::Listener> listen(IoThreads& threads, const std::string& ad
     }
 }
 
-/** The parts that requests use. Each part uses only the parts above it. */
-struct Backend
-{
-    Backend(const ServeOptions& options, const DataFolder& dataFolder)
-        : folder(dataFolder),
-          reserve(folder.path() / "reserve", options.reserveBytes),
-          database(openDatabase(folder)),
-          home(
-              openContents(options.contents, {*database, clock, folder.path(), reserve, filePool})),
-          accounts(*database, clock,
-                   {options.passwordCost, options.loginAttempts,
-                    std::chrono::hours(options.sessionHours), options.quotas}),
-          answerFiles(options.answerBytes)
-    {
-        database->onCommit(
-            [this](const std::vector<store::Event>& events) { hub.publish(events); });
-        database->onDoubt([this](const std::set<store::Id>& farms) { hub.reread(farms); });
-        database->onFull([this] { return reserve.release(); });
-        database->onChange(
-            [this](const store::Transaction& change) { return reserveShares.admit(change); });
-        checkClock(clock, *database, folder.path());
-        makeFirstAdmin(*database, accounts.passwords(), clock, folder.path());
-        context.settings.maxUploadBytes = options.maxUploadBytes;
-        context.settings.quotas = options.quotas;
-        context.settings.eventsKept = options.eventsKept;
-    }
-
-    Janitor::Parts janitorParts()
-    {
-        return {*database,
-                home->contents(),
-                home->folder(),
-                [this] { home->removeUnused(); },
-                digestLocks,
-                clock,
-                [this](const std::string& id) { return activeUploads.isHeld(id); },
-                [this] { return checkClock(clock, *database, folder.path()); },
-                heldBack,
-                reserve};
-    }
-
-    const DataFolder& folder;
-    const SystemClock machineClock;
-    ServiceClock clock{machineClock};
-    HeldBack heldBack;
-    DiskReserve reserve;
-    store::ReserveShares reserveShares{reserve};
-    const std::unique_ptr<store::Database> database;
-    WorkPool filePool{fileThreads};
-    const std::unique_ptr<ContentsHome> home;
-    content::DigestLocks digestLocks;
-    api::ActiveUploads activeUploads;
-    content::Integrity integrity;
-    events::EventHub hub;
-    accounts::Accounts accounts;
-    api::AnswerFiles answerFiles;
-    api::Context context{*database,
-                         home->contents(),
-                         digestLocks,
-                         activeUploads,
-                         integrity,
-                         hub,
-                         accounts,
-                         clock,
-                         filePool,
-                         home->pool(),
-                         reserve,
-                         answerFiles,
-                         home->scratchFolder(),
-                         {}};
-};
-
 /** Null without `--web`. */
-std::unique_ptr<web::WebApplication> makePage(const ServeOptions& options, http::Application& api)
+std::unique_ptr<web::WebApplication> makePage(const ServeOptions& options, http::Application& api,
+                                              const std::string& imageOrigin)
 {
     if (options.webFolder.empty()) {
         return nullptr;
     }
     try {
-        return std::make_unique<web::WebApplication>(api, web::WebFiles(options.webFolder));
+        return std::make_unique<web::WebApplication>(api, web::WebFiles(options.webFolder),
+                                                     imageOrigin);
     } catch (const std::exception& error) {
         throw StartRefused("cannot serve the page in " + options.webFolder.string() + ": " +
                            error.what());
@@ -201,11 +134,21 @@ void announce(DataFolder& folder, const std::string& api, const std::string& mon
     std::fflush(stdout);
 }
 
+/** Only transfers with an object store need memory of this kind. */
+void showTransfers(metrics::Metrics& metrics, const api::TransferMemory& memory)
+{
+    metrics.show("kelvo_transfer_memory_bytes", "gauge", "Memory that running transfers hold.",
+                 [&memory] { return static_cast<double>(memory.usedBytes()); });
+    metrics.show("kelvo_transfers_refused_total", "counter",
+                 "Transfers that were refused because no memory was left for them.",
+                 [&memory] { return static_cast<double>(memory.refused()); });
+}
+
 /** Adds the metrics whose values the parts of the service know. */
 void showState(metrics::Metrics& metrics, const Backend& backend, const Janitor& janitor)
 {
     metrics.show("kelvo_event_streams_open", "gauge", "Event streams open now.",
-                 [&backend] { return static_cast<double>(backend.hub.openStreams()); });
+                 [&backend] { return static_cast<double>(backend.broker.openStreams()); });
     metrics.show("kelvo_contents_damaged_total", "counter",
                  "Answers refused or cut because the content is damaged, missing or unreadable.",
                  [&backend] { return static_cast<double>(backend.integrity.damagedReads()); });
@@ -216,9 +159,9 @@ void showState(metrics::Metrics& metrics, const Backend& backend, const Janitor&
                      return static_cast<double>(backend.reserve.sizeBytes() -
                                                 backend.reserve.heldBytes());
                  });
-    metrics.show("kelvo_clock_leaps_total", "counter",
+    metrics.show("kelvo_clock_jumps_total", "counter",
                  "Jumps of the machine's clock: more than a day ahead or an hour back.",
-                 [&backend] { return static_cast<double>(backend.clock.leaps()); });
+                 [&backend] { return static_cast<double>(backend.clock.jumps()); });
     metrics.show("kelvo_clock_wait_seconds", "gauge",
                  "Run time until data is removed by its age again; 0 while the clock is trusted.",
                  [&backend] { return static_cast<double>(backend.clock.waitS()); });
@@ -249,6 +192,7 @@ std::vector<Readiness::Check> readinessChecks(Backend& backend,
                  store::probe(*backend.database);
                  return std::string();
              }},
+            {"clock", [&backend] { return wrongClock(*backend.database, backend.machineClock); }},
             {"content store",
              [&backend] {
                  backend.home->probe();
@@ -261,15 +205,26 @@ std::vector<Readiness::Check> readinessChecks(Backend& backend,
              }}};
 }
 
+/**
+ * Called when jobs do not end. No part that a job may use is destroyed. Nothing acknowledged is
+ * lost: a change is acknowledged after its commit.
+ */
+void abandonStop()
+{
+    logError("stop-abandoned", "the disk, the database or the object store does not answer");
+    std::_Exit(abandoned);
+}
+
 /** Sets `isRunning` when requests are answered. */
 void serve(const ServeOptions& options, bool& isRunning)
 {
+    StopDeadline stopDeadline; // the first part: the other parts may wait when they are destroyed
     const StopSignals stopSignals;
     DataFolder folder(options.dataFolder, logAndWait());
     Backend backend(options, folder);
     metrics::Metrics metrics;
     api::ApiApplication api(backend.context, metrics);
-    const auto page = makePage(options, api);
+    const auto page = makePage(options, api, api::originOf(backend.context.settings.baseMap));
     http::Application& application = page ? static_cast<http::Application&>(*page) : api;
 
     const auto certificate = keepCertificate(options, folder, backend.clock);
@@ -283,11 +238,18 @@ void serve(const ServeOptions& options, bool& isRunning)
     const auto monitorListener = listen(threads, options.metricsListen, {}, monitor, {});
     Janitor janitor(backend.janitorParts(), janitorSettings(options));
     backend.home->showIn(metrics);
+    if (backend.home->folder() == nullptr) {
+        showTransfers(metrics, backend.transferMemory);
+    }
     showState(metrics, backend, janitor);
     showNetwork(metrics, *certificate, *apiListener);
     state.showIn(metrics);
     metrics::showProcess(metrics);
     state.sample();
+    std::optional<events::NoticeListener> notices;
+    if (options.database.isOnServer()) {
+        notices.emplace(*backend.database, backend.broker);
+    }
     apiListener->start();
     monitorListener->start();
     threads.start();
@@ -304,9 +266,13 @@ void serve(const ServeOptions& options, bool& isRunning)
         }
     });
     logInfo("stopping");
+    readiness.beginStop();
+    drain(std::chrono::seconds(options.drainSeconds), stopSignals, *apiListener, backend.broker);
+    stopDeadline.start(stopLimit, abandonStop);
     backend.home->beginStop();
     threads.drain({apiListener.get(), monitorListener.get()}, transferGrace);
-    backend.home->finish(); // a running call uses its request
+    sampler.stop();
+    backend.finish(janitor);
     logInfo("stopped");
 }
 

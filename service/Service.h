@@ -1,7 +1,7 @@
 // The whole service: builds its parts, runs them and stops them.
 #pragma once
 
-#include "service/CommandLine.h"
+#include "service/ServeOptions.h"
 
 namespace kelvo {
 

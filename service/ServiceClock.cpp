@@ -5,6 +5,7 @@
 #include "service/base/Log.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace kelvo {
 
@@ -12,7 +13,8 @@ namespace {
 
 constexpr std::int64_t toleratedBehindMs = 3600 * 1000;
 constexpr std::int64_t toleratedAheadMs = 24 * 3600 * 1000; // the machine may be off overnight
-constexpr long long waitAfterLeapS = 24 * 3600;
+constexpr long long waitAfterJumpS = 24 * 3600;
+constexpr std::int64_t toleratedSkewMs = 60 * 1000; // between two machines
 
 } // namespace
 
@@ -36,15 +38,16 @@ std::int64_t ServiceClock::expiryNowMs() const
     return isAhead ? std::min(now, *trusted) : now;
 }
 
-bool ServiceClock::leapt(std::int64_t aheadMs)
+bool ServiceClock::hasJumped(std::int64_t aheadMs)
 {
     if (aheadMs <= toleratedAheadMs && aheadMs >= -toleratedBehindMs) {
         return false;
     }
-    ++leaps_;
-    logWarning("clock-leapt", std::to_string(aheadMs / (3600 * 1000)) +
-                                  " hours from the expected time; nothing is removed by its age for"
-                                  " 24 hours of run time, or until kelvo-service clock confirm");
+    ++jumps_;
+    logWarning("clock-jumped",
+               std::to_string(aheadMs / (3600 * 1000)) +
+                   " hours from the expected time; nothing is removed by its age for"
+                   " 24 hours of run time, or until kelvo-service clock confirm");
     return true;
 }
 
@@ -63,8 +66,8 @@ void ServiceClock::check(store::Database& database, std::optional<std::int64_t> 
         logInfo("clock-confirmed");
         record.waitS = 0;
     }
-    if (!isNew && leapt(now - confirmedMs.value_or(record.seenMs + elapsedMs))) {
-        record.waitS = waitAfterLeapS;
+    if (!isNew && hasJumped(now - confirmedMs.value_or(record.seenMs + elapsedMs))) {
+        record.waitS = waitAfterJumpS;
     } else if (record.waitS > 0) {
         record.waitS = std::max<long long>(0, record.waitS - elapsedMs / 1000);
     }
@@ -97,6 +100,16 @@ bool checkClock(ServiceClock& clock, store::Database& database,
         logError("clock-check-failed", error.what());
     }
     return clock.isTrusted();
+}
+
+std::string wrongClock(store::Database& database, const Clock& machine)
+{
+    const auto serverMs = database.serverTimeMs();
+    const std::int64_t aheadMs = serverMs ? machine.nowMs() - *serverMs : 0;
+    if (std::abs(aheadMs) <= toleratedSkewMs) {
+        return {};
+    }
+    return "is " + std::to_string(aheadMs / 1000) + " s ahead of the database server's clock";
 }
 
 } // namespace kelvo

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <filesystem>
 #include <optional>
+#include <string>
 
 namespace kelvo {
 
@@ -47,19 +48,19 @@ public:
     std::int64_t waitS() const { return waitS_; }
 
     /** The clock jumps since the start. */
-    std::uint64_t leaps() const { return leaps_; }
+    std::uint64_t jumps() const { return jumps_; }
 
 private:
     std::optional<std::int64_t> trustedMs() const;
-    bool leapt(std::int64_t aheadMs);
+    bool hasJumped(std::int64_t aheadMs);
 
     const Clock& machine_;
     std::optional<store::ClockRecord> record_;    // used by check() only
     std::int64_t checkedSteadyMs_ = 0;            // used by check() only
     std::atomic<std::int64_t> trustedOffsetMs_{}; // trusted time minus steady time
     std::atomic<bool> hasTrusted_{false};
-    std::atomic<std::int64_t> waitS_{24 * 3600}; // until the first check
-    std::atomic<std::uint64_t> leaps_{0};
+    std::atomic<std::int64_t> waitS_{std::int64_t{24} * 3600}; // until the first check
+    std::atomic<std::uint64_t> jumps_{0};
 };
 
 /** A file of this name in the data folder holds the time that an administrator confirmed. */
@@ -71,5 +72,12 @@ inline constexpr const char* confirmationName = "clock.confirmed";
  */
 bool checkClock(ServiceClock& clock, store::Database& database,
                 const std::filesystem::path& dataFolder);
+
+/**
+ * Compares the machine's clock with the clock of the database server, which all instances share.
+ * Returns how the clock is wrong; empty: it is right, or there is no server. Blocks. Errors: of the
+ * database.
+ */
+std::string wrongClock(store::Database& database, const Clock& machine);
 
 } // namespace kelvo

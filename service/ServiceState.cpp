@@ -52,6 +52,10 @@ void ServiceState::sampleDatabase()
         openUploadBytes_ = static_cast<double>(open.lengthBytes);
         return 0;
     });
+    if (const auto onServer = database_.serverSizeBytes()) {
+        databaseBytes_ = static_cast<double>(*onServer);
+        return;
+    }
     double bytes = 0;
     for (const char* name : {"kelvo.sqlite", "kelvo.sqlite-wal"}) {
         const auto status = statusOf(dataFolder_ / name);
@@ -64,6 +68,7 @@ void ServiceState::sampleFarms()
 {
     std::vector<store::FarmUsage> farms;
     database_.readNow([this, &farms](soci::session& sql) {
+        farms.clear();
         nearlyFull_ = static_cast<double>(store::countNearlyFull(sql, farmLimits_));
         store::eachLargestFarm(sql, farmLimits_, shownFarms_,
                                [&farms](const store::FarmUsage& usage) { farms.push_back(usage); });
@@ -118,7 +123,8 @@ void ServiceState::showIn(metrics::Metrics& metrics) const
          nearlyFull_},
         {"kelvo_database_bytes", "Size of the database and its write-ahead log.", databaseBytes_},
         {"kelvo_disk_bytes", "Size of the file system of the data folder.", diskBytes_},
-        {"kelvo_disk_free_bytes", "Free room there for the service.", freeDiskBytes_},
+        {"kelvo_disk_free_bytes", "Bytes of this file system that the service may still use.",
+         freeDiskBytes_},
         {"kelvo_backup_last_seconds", "Time of the latest backup since 1970; 0: none.", backupS_},
     };
     for (const Row& row : rows) {
@@ -126,7 +132,7 @@ void ServiceState::showIn(metrics::Metrics& metrics) const
     }
     metrics.show({"kelvo_farm_bytes", "gauge", "Stored bytes of the farms that store most.",
                   [this] { return ofFarms(&store::FarmUsage::bytes); }});
-    metrics.show({"kelvo_farm_files", "gauge", "Stored files of these farms.",
+    metrics.show({"kelvo_farm_files", "gauge", "Stored files of the farms that store most.",
                   [this] { return ofFarms(&store::FarmUsage::files); }});
 }
 

@@ -1,6 +1,7 @@
 // The signals of the process.
 #pragma once
 
+#include <chrono>
 #include <csignal>
 #include <functional>
 
@@ -30,14 +31,25 @@ public:
     {
         for (;;) {
             const int which = sigtimedwait(&signals_, nullptr, &interval);
-            if (which == SIGTERM || which == SIGINT) {
+            if (stops(which)) {
                 return;
             }
             refresh(which == SIGHUP);
         }
     }
 
+    /** Waits for a signal that stops the service. Returns false after `limit`, or earlier. */
+    bool comesWithin(std::chrono::milliseconds limit) const
+    {
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(limit);
+        const std::chrono::nanoseconds rest = limit - seconds;
+        const timespec time{static_cast<time_t>(seconds.count()), static_cast<long>(rest.count())};
+        return stops(sigtimedwait(&signals_, nullptr, &time));
+    }
+
 private:
+    static bool stops(int signal) { return signal == SIGTERM || signal == SIGINT; }
+
     static constexpr timespec interval{10, 0};
     sigset_t signals_{};
 };

@@ -14,7 +14,7 @@
 
 namespace {
 
-// Exit codes. 1 means that `verify`, `backup` or `restore` found damage.
+// Exit codes. 1 means that `verify`, `backup`, `restore` or `migrate` found damage.
 constexpr int refused = 2;
 constexpr int failed = 3;
 
@@ -49,6 +49,9 @@ int main(int argc, char** argv)
         }
         if (commandLine.restore) {
             return kelvo::maintenance::runRestore(*commandLine.restore);
+        }
+        if (commandLine.migrate) {
+            return kelvo::maintenance::runMigrate(*commandLine.migrate);
         }
         if (commandLine.confirmClock) {
             return kelvo::maintenance::runClockConfirm(*commandLine.confirmClock);

@@ -63,7 +63,7 @@ void TKelvoThreadObject::OnKelvoLoginFailed()
 }
 
 // Runs the post-login checks. If the environment report fails, no other check runs. The hub's
-// logged-in flag, not the SDK's, tells whether this notification is a repeated one.
+// logged-in flag, not the SDK's, tells whether this notification is a repeat.
 void TKelvoThreadObject::KelvoLoginSuccessful()
 {
     if (m_connection == nullptr || KelvoInterface->IsKelvoLoggedIn()) {

@@ -32,7 +32,7 @@ QString Line(QFile& file)
 // unsetenv() leaves the text in the memory that /proc/PID/environ shows: it is overwritten here.
 QString TakeVariable(const char* name)
 {
-    const QString value = qEnvironmentVariable(name);
+    QString value = qEnvironmentVariable(name);
     if (char* const text = std::getenv(name)) {
         ::explicit_bzero(text, std::strlen(text));
     }

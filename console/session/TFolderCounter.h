@@ -30,7 +30,7 @@ struct TFolderFigures
 // until the medium answers. From any thread. `isStopped` ends the count early.
 TFolderFigures CountFolders(const std::atomic<bool>& isStopped);
 
-// Thread: main; only the count runs on the own thread, one count at a time. No function waits for
+// Thread: main. A separate thread counts, one count at a time. No function waits for
 // the disk, but the destructor waits up to 1 s for a running count. A count that hangs on a dead
 // medium longer is left alone: its thread ends with the process.
 class TFolderCounter

@@ -63,7 +63,7 @@ inline constexpr std::array<TFlagRow, 4> flagRows = {{
      true, false},
     {"search", QT_TRANSLATE_NOOP("console::TSettingsPage", "Text size"),
      QT_TRANSLATE_NOOP("console::TSettingsPage", "Normal"),
-     QT_TRANSLATE_NOOP("console::TSettingsPage", "Large"), &TStoredSettings::isTextLarge, false,
+     QT_TRANSLATE_NOOP("console::TSettingsPage", "Large"), &TStoredSettings::isTextLarge, true,
      false},
 }};
 

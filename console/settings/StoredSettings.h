@@ -18,7 +18,6 @@ struct TStoredSettings
     QString authorityFile; // further trusted certificates; may be empty
     QString dataFolder;    // absolute
     QString language;      // such as "pt_BR"; empty for English
-    bool isTextLarge = false;
 
     // These take effect at once.
     QString pin; // 4 to 8 digits, which the installer's settings ask for; empty: they are open
@@ -26,6 +25,7 @@ struct TStoredSettings
     bool isDataExchangeAllowed = true;
     bool isNight = false;
     bool isFullScreen = false;
+    bool isTextLarge = false;
 
     bool operator==(const TStoredSettings& other) const;
 };

@@ -9,6 +9,8 @@
 #include "host/TPushButton.h"
 #include "hostimpl/Theme.h"
 
+#include <QtCore/QEvent>
+#include <QtCore/QTimer>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
@@ -182,6 +184,15 @@ void TSettingsPage::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
     FitMessage();
+}
+
+void TSettingsPage::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange) {
+        FitMessage();
+        QTimer::singleShot(0, this, [this] { ScrollTo(focusWidget()); }); // after the layout
+    }
 }
 
 QString TSettingsPage::Message() const

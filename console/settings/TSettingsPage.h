@@ -19,10 +19,10 @@ namespace console {
 
 class TSettingNote;
 
-// The colours and the size of the window change at once, all other settings when the operator
-// saves. The page refuses invalid values with a message. If there is a PIN, the installer's rows
-// are off until the operator enters the PIN. Below each text is a note: why the text is invalid, or
-// which value is in use, or what to enter.
+// The display's settings (colours, size of the window and of the texts) change at once, all other
+// settings when the operator saves. The page refuses invalid values with a message. If there is a
+// PIN, the installer's rows are off until the operator enters the PIN. Below each text is a note:
+// why the text is invalid, or which value is in use, or what to enter.
 //
 // Thread: main.
 class TSettingsPage : public QWidget
@@ -42,7 +42,7 @@ public:
     void SetInUse(const TStoredSettings& settings);
     // The settings that the command line names. Each start uses the command line's values.
     void SetGiven(const QVector<TTextSetting>& settings);
-    // Shows the colours and the size of the window, and keeps the entered values.
+    // Shows the display's settings, and keeps the entered values.
     void ShowDisplay(const TStoredSettings& settings);
     // Shows a button for a new start while there are no unsaved changes.
     void OfferRestart(bool isOffered);
@@ -75,11 +75,12 @@ Q_SIGNALS:
     void SaveRequested(const console::TStoredSettings& settings);
     void AboutRequested();
     void RestartRequested();
-    // The operator chose other colours or another size of the window. Only these two values count.
+    // The operator chose another of the display's settings. Only these settings count.
     void DisplayChosen(const console::TStoredSettings& settings);
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     void AddTextRows(QVBoxLayout& column);

@@ -524,6 +524,14 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <translation>Datei wird geprüft...</translation>
     </message>
     <message>
+        <source>Unpacking...</source>
+        <translation>Wird entpackt...</translation>
+    </message>
+    <message>
+        <source>Unpacking %1...</source>
+        <translation>%1 wird entpackt...</translation>
+    </message>
+    <message>
         <source>%1/s</source>
         <translation>%1/s</translation>
     </message>

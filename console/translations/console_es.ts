@@ -524,6 +524,14 @@ El servicio aún no ha listado sus archivos.</translation>
         <translation>Comprobando el archivo...</translation>
     </message>
     <message>
+        <source>Unpacking...</source>
+        <translation>Descomprimiendo...</translation>
+    </message>
+    <message>
+        <source>Unpacking %1...</source>
+        <translation>Descomprimiendo %1...</translation>
+    </message>
+    <message>
         <source>%1/s</source>
         <translation>%1/s</translation>
     </message>

@@ -524,6 +524,14 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <translation>Vérification du fichier...</translation>
     </message>
     <message>
+        <source>Unpacking...</source>
+        <translation>Décompression...</translation>
+    </message>
+    <message>
+        <source>Unpacking %1...</source>
+        <translation>Décompression de %1...</translation>
+    </message>
+    <message>
         <source>%1/s</source>
         <translation>%1/s</translation>
     </message>

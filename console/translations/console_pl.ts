@@ -525,6 +525,14 @@ Usługa nie podała jeszcze listy plików.</translation>
         <translation>Sprawdzanie pliku...</translation>
     </message>
     <message>
+        <source>Unpacking...</source>
+        <translation>Rozpakowywanie...</translation>
+    </message>
+    <message>
+        <source>Unpacking %1...</source>
+        <translation>Rozpakowywanie %1...</translation>
+    </message>
+    <message>
         <source>%1/s</source>
         <translation>%1/s</translation>
     </message>

@@ -524,6 +524,14 @@ O serviço ainda não listou seus arquivos.</translation>
         <translation>Verificando o arquivo...</translation>
     </message>
     <message>
+        <source>Unpacking...</source>
+        <translation>Descompactando...</translation>
+    </message>
+    <message>
+        <source>Unpacking %1...</source>
+        <translation>Descompactando %1...</translation>
+    </message>
+    <message>
         <source>%1/s</source>
         <translation>%1/s</translation>
     </message>

@@ -1,14 +1,20 @@
 // The part of TWindowSession for the operator's settings.
+#include "console/settings/SettingRows.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TWindowSession.h"
 #include "host/TMessageDialog.h"
+#include "hostimpl/Display.h"
 #include "hostimpl/TConfigStore.h"
 #include "hostimpl/Theme.h"
 
+#include <QtGui/QGuiApplication>
 #include <QtGui/QPixmap>
+#include <QtGui/QScreen>
 
 namespace {
+
+constexpr double largeTexts = 1.15;
 
 using console::TConsoleSettings;
 using console::TStoredSettings;
@@ -90,14 +96,16 @@ bool TWindowSession::IsForNextStart() const
         return m_atStart.*setting != m_stored.*setting && !given.contains(setting);
     };
     return applies(&TStoredSettings::service) || applies(&TStoredSettings::authorityFile) ||
-           applies(&TStoredSettings::dataFolder) || applies(&TStoredSettings::language) ||
-           m_atStart.isTextLarge != m_stored.isTextLarge;
+           applies(&TStoredSettings::dataFolder) || applies(&TStoredSettings::language);
 }
 
-void TWindowSession::ApplyDisplay(bool isNight, bool isFullScreen)
+void TWindowSession::ApplyDisplay(const TStoredSettings& chosen)
 {
-    m_stored.isNight = isNight;
-    m_stored.isFullScreen = isFullScreen;
+    for (const TFlagRow& row : flagRows) {
+        if (row.isAtOnce) {
+            m_stored.*row.value = chosen.*row.value;
+        }
+    }
     Apply(m_stored);
     m_settingsPage->ShowDisplay(m_stored);
     const QString fault = StoreSettings().Text();
@@ -133,8 +141,25 @@ void TWindowSession::StartSource(const TGpsSetting& gps)
     m_settingsPage->SetInUse(m_inUse);
 }
 
+void TWindowSession::ChangeDisplay(bool TStoredSettings::*setting, bool isOn)
+{
+    TStoredSettings changed = m_stored;
+    changed.*setting = isOn;
+    ApplyDisplay(changed);
+}
+
+void TWindowSession::ApplyTextSize(const TStoredSettings& settings)
+{
+    const QScreen& screen = *QGuiApplication::primaryScreen();
+    const double ratio = screen.devicePixelRatio();
+    const hostimpl::TDisplay& display = hostimpl::DisplayOf(screen.size() * ratio);
+    hostimpl::SetTextSize(display.PixelMillimetres() * ratio,
+                          settings.isTextLarge ? largeTexts : 1.0);
+}
+
 void TWindowSession::Apply(const TStoredSettings& settings)
 {
+    ApplyTextSize(settings);
     const auto theme = settings.isNight ? hostimpl::ETheme::eNight : hostimpl::ETheme::eDay;
     hostimpl::SetTheme(theme);
     m_window->Launcher().SetNight(settings.isNight);

@@ -126,8 +126,8 @@ QString ProblemText(EProblem problem)
     return problem == EProblem::eNone ? QString() : Translate(Row(problemTexts, problem));
 }
 
-// Without a session and without a failed login nothing was tried, so an old problem says nothing.
-// After a failed login nothing more is tried, so only the time of the problem is known.
+// Without a session and without a failed login, the SDK has tried nothing, so the problem is old.
+// After a failed login, the SDK tries nothing more, so only the time of the problem is known.
 TStatusWords LinkWords(const LinkStatus& status)
 {
     const bool isTried =

@@ -1,7 +1,10 @@
 #include "console/window/TDashboard.h"
 
+#include "console/session/Categories.h"
 #include "host/ConfigManager.h"
 #include "hostimpl/Listing.h"
+
+#include <QtCore/QCoreApplication>
 
 #include <algorithm>
 #include <cstddef>
@@ -10,6 +13,16 @@
 namespace {
 
 constexpr int userNameItem = 24289; // in the configuration
+
+// In the words of the plug-in's screens.
+bool IsChosen(int project, const QStringList& choices)
+{
+    const auto isShown = [&choices](const char* text) {
+        return choices.contains(QCoreApplication::translate("TKelvoFileControlWidget", text));
+    };
+    const char* const name = console::categories.at(static_cast<std::size_t>(project)).name;
+    return choices.isEmpty() || (isShown(name) && isShown("KELVO"));
+}
 
 } // namespace
 
@@ -32,11 +45,11 @@ void TDashboard::OnHubEvent(const THubEvent& event)
     CountFiles();
 }
 
-void TDashboard::OnNamesShown(const QStringList& names)
+void TDashboard::OnNamesShown(const QStringList& names, const QStringList& choices)
 {
     for (int project = 0; project < KELVO_PROJECT_COUNT; ++project) {
         const KelvoFileInfoList* const files = m_files.Files(project);
-        if (files != nullptr && files->fileNames == names) {
+        if (files != nullptr && files->fileNames == names && IsChosen(project, choices)) {
             m_seen.SetSeen(project, *files);
         }
     }

@@ -20,9 +20,10 @@ public:
                TFolderCounter::TCount count = CountFolders);
 
     void OnHubEvent(const THubEvent& event);
-    // The screen shows this list of the service's names to the operator now. If a category has
-    // exactly these names in this order, its files are no longer new.
-    void OnNamesShown(const QStringList& names);
+    // The screen shows this list of names to the operator now. `choices`: the values of the page's
+    // rows. If a category has exactly these names in this order, its files are no longer new.
+    // On a page with rows, one row must show the category and one the service.
+    void OnNamesShown(const QStringList& names, const QStringList& choices = {});
     // Whether a category with this number of files has new files. Only then OnNamesShown() can
     // change something.
     bool HasNewInListOf(int fileCount) const;

@@ -122,6 +122,8 @@ void THomeCardView::changeEvent(QEvent* event)
     QFrame::changeEvent(event);
     if (event->type() == QEvent::PaletteChange) {
         ShowColours();
+    } else if (event->type() == QEvent::FontChange) {
+        Fit();
     }
 }
 

@@ -98,6 +98,12 @@ void THomePage::Arrange()
     }
 }
 
+void THomePage::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    Q_EMIT Opened();
+}
+
 void THomePage::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
@@ -123,6 +129,10 @@ bool THomePage::event(QEvent* event)
 {
     if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut) {
         update();
+    }
+    if (event->type() == QEvent::FontChange) {
+        Arrange();
+        ShowCards();
     }
     return QWidget::event(event);
 }

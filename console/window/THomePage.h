@@ -34,7 +34,12 @@ public:
 
     bool OnWheelTurned(int steps) override;
 
+Q_SIGNALS:
+    // The operator sees the page now. Its cards may be old.
+    void Opened();
+
 protected:
+    void showEvent(QShowEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     bool event(QEvent* event) override;

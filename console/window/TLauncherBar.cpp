@@ -3,6 +3,7 @@
 #include "console/settings/Scrolling.h"
 #include "console/window/TIconButton.h"
 
+#include <QtCore/QEvent>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QVBoxLayout>
 
@@ -38,7 +39,7 @@ TLauncherBar::TLauncherBar(QWidget* parent)
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     outer->addWidget(area);
-    setFixedWidth(m_home->sizeHint().width() + 2 * gap);
+    FitWidth();
 
     for (TIconButton* const button : {m_home, m_settings}) {
         button->setCheckable(true);
@@ -50,6 +51,20 @@ TLauncherBar::TLauncherBar(QWidget* parent)
     m_home->setToolTip(tr("The overview"));
     m_settings->setToolTip(tr("Set up the console"));
     m_light->setToolTip(tr("Colours for day or night"));
+}
+
+// The size of the texts gives the width of the buttons.
+void TLauncherBar::FitWidth()
+{
+    setFixedWidth(m_home->sizeHint().width() + 2 * gap);
+}
+
+void TLauncherBar::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange) {
+        FitWidth();
+    }
 }
 
 void TLauncherBar::AddPage(QWidget* page, const QString& iconName, const QString& title,

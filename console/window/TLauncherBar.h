@@ -46,7 +46,12 @@ Q_SIGNALS:
     void OpenSettings();
     void ToggleLight();
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
+    void FitWidth();
+
     TIconButton* m_home;
     TIconButton* m_settings;
     TIconButton* m_light;

@@ -4,12 +4,14 @@
 #include "host/TLocalTime.h"
 #include "hostimpl/Theme.h"
 
+#include <QtCore/QEvent>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
 
 namespace {
 
 constexpr int tickMs = 1000; // an error of one second is acceptable
+constexpr int margin = 2;
 
 } // namespace
 
@@ -21,9 +23,8 @@ TStatusBar::TStatusBar(QWidget* parent)
     setBackgroundRole(QPalette::Base);
     setAutoFillBackground(true);
     const QFont textFont = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
-    setFixedHeight(2 * QFontMetrics(textFont).height() + 4);
     auto* const row = new QHBoxLayout(this);
-    row->setContentsMargins(12, 2, 12, 2); // the bar has place for two lines
+    row->setContentsMargins(12, margin, 12, margin);
     row->setSpacing(20);
     for (QWidget* const item : {static_cast<QWidget*>(m_position), static_cast<QWidget*>(m_link),
                                 static_cast<QWidget*>(m_clock)}) {
@@ -33,8 +34,24 @@ TStatusBar::TStatusBar(QWidget* parent)
     ShowPosition({});
     ShowLink(LinkWords({}));
     ShowTime();
+    FitHeight();
     connect(&m_tick, &QTimer::timeout, this, &TStatusBar::ShowTime);
     m_tick.start(tickMs);
+}
+
+// The bar has place for two lines.
+void TStatusBar::FitHeight()
+{
+    const QFontMetrics letters(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
+    setFixedHeight(2 * letters.height() + 2 * margin);
+}
+
+void TStatusBar::changeEvent(QEvent* event)
+{
+    QFrame::changeEvent(event);
+    if (event->type() == QEvent::FontChange) {
+        FitHeight();
+    }
 }
 
 void TStatusBar::ShowPosition(const TPositionState& state)

@@ -28,8 +28,12 @@ public:
     QString LinkText() const;
     QString ClockText() const;
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     void ShowTime();
+    void FitHeight();
 
     TStatusItem* m_position;
     TStatusItem* m_link;

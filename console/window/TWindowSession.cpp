@@ -12,11 +12,12 @@
 #include "host/ConfigManager.h"
 #include "host/TListWidget.h"
 #include "host/TMessageDialog.h"
-#include "hostimpl/Display.h"
+#include "host/TPropertyWidget.h"
 #include "hostimpl/Folders.h"
 #include "hostimpl/Outcome.h"
 #include "hostimpl/PopupHost.h"
 #include "hostimpl/Theme.h"
+#include "hostimpl/Unpacking.h"
 #include "hostimpl/WindowManager.h"
 
 #include <QtCore/QPointer>
@@ -29,7 +30,6 @@
 namespace {
 
 constexpr int tickMs = 250;
-constexpr double largeTexts = 1.15;
 
 // Empty if a search hides a part of the list.
 QStringList ShownNames(const TListWidget& list)
@@ -69,13 +69,9 @@ TWindowSession::~TWindowSession()
 
 void TWindowSession::Begin()
 {
-    const QScreen& screen = *QGuiApplication::primaryScreen();
-    const double ratio = screen.devicePixelRatio();
-    const hostimpl::TDisplay& display = hostimpl::DisplayOf(screen.size() * ratio);
-    hostimpl::SetTextSize(display.PixelMillimetres() * ratio,
-                          m_stored.isTextLarge ? largeTexts : 1.0);
+    ApplyTextSize(m_stored); // the widgets are made in this size
     m_window = std::make_unique<TMainWindow>();
-    m_window->FitInto(screen.availableGeometry());
+    m_window->FitInto(QGuiApplication::primaryScreen()->availableGeometry());
     m_settingsPage = std::make_unique<TSettingsPage>();
     m_settingsPage->SetGiven(GivenSettings());
     m_aboutPage = std::make_unique<TAboutPage>();
@@ -106,14 +102,12 @@ void TWindowSession::ConnectWindow()
             [this, page = QPointer<QWidget>(next)] { m_window->ShowPage(page.data()); });
     });
     connect(m_window.get(), &TMainWindow::FullScreenChanged, this,
-            [this](bool isFullScreen) { ApplyDisplay(m_stored.isNight, isFullScreen); });
+            [this](bool isOn) { ChangeDisplay(&TStoredSettings::isFullScreen, isOn); });
     connect(&launcher, &TLauncherBar::OpenSettings, this, &TWindowSession::OpenSettings);
     connect(&launcher, &TLauncherBar::ToggleLight, this,
-            [this] { ApplyDisplay(!m_stored.isNight, m_stored.isFullScreen); });
+            [this] { ChangeDisplay(&TStoredSettings::isNight, !m_stored.isNight); });
     connect(m_settingsPage.get(), &TSettingsPage::DisplayChosen, this,
-            [this](const TStoredSettings& chosen) {
-                ApplyDisplay(chosen.isNight, chosen.isFullScreen);
-            });
+            &TWindowSession::ApplyDisplay);
     connect(m_settingsPage.get(), &TSettingsPage::SaveRequested, this,
             &TWindowSession::SaveSettings);
     connect(m_settingsPage.get(), &TSettingsPage::AboutRequested, this, [this] {
@@ -132,6 +126,11 @@ void TWindowSession::ConnectWindow()
         ShowLink();
     });
     m_tick.start(tickMs);
+    connect(&m_window->Home(), &THomePage::Opened, this, [this] {
+        if (!m_isEnding) {
+            ShowLink(); // the page was not polled while another page was open
+        }
+    });
 }
 
 // A request before WorkerReady() is lost: until then there are no screens to make a request with.
@@ -181,21 +180,25 @@ void TWindowSession::ShowLink()
     const bool isMoving = status.transfer && status.transfer->phase == kesdkimpl::EPhase::eMoves;
     m_isMoveDrawn = isMoving && !m_isMoveDrawn;
     if (!isMoving || m_isMoveDrawn) {
+        const QString archive = m_files.IsRunning() ? hostimpl::ArchiveInUnpacking() : QString();
         m_window->Status().ShowLink(status.transfer ? TransferWords(status, m_files)
-                                                    : LinkWords(status));
-        ShowTransfer(status);
+                                                    : WorkWords(status, archive));
+        ShowTransfer(status, archive);
     }
     m_window->Banner().Show(status.session, m_loginFailure);
     ShowHome(status);
 }
 
 // Between two files the dialog keeps what it shows, so that it does not flicker. If the next poll
-// finds no transfer either, the files are unpacked, and the old state is no longer true.
-void TWindowSession::ShowTransfer(const kesdkimpl::LinkStatus& status)
+// finds no transfer either, the old state is no longer true.
+void TWindowSession::ShowTransfer(const kesdkimpl::LinkStatus& status, const QString& archive)
 {
+    const auto work = m_files.IsRunning() ? WorkProgress(status, archive) : std::nullopt;
     if (status.transfer) {
         m_isBetweenFiles = false;
         hostimpl::SetTransferProgress(TransferProgress(status, m_files));
+    } else if (work) {
+        hostimpl::SetTransferProgress(work);
     } else if (!m_files.IsRunning() || std::exchange(m_isBetweenFiles, true)) {
         hostimpl::SetTransferProgress({});
     }
@@ -206,9 +209,15 @@ void TWindowSession::NoteShownNames()
 {
     const QWidget* const page = m_window->CurrentPage();
     const auto lists = page == nullptr ? QList<TListWidget*>() : page->findChildren<TListWidget*>();
+    const auto rows =
+        page == nullptr ? QList<TPropertyWidget*>() : page->findChildren<TPropertyWidget*>();
+    QStringList choices;
+    for (const TPropertyWidget* const row : rows) {
+        choices << row->GetTextValue();
+    }
     for (const TListWidget* const list : lists) {
         if (m_dashboard.HasNewInListOf(list->count())) { // to read a long list takes time
-            m_dashboard.OnNamesShown(ShownNames(*list));
+            m_dashboard.OnNamesShown(ShownNames(*list), choices);
         }
     }
 }
@@ -222,7 +231,7 @@ void TWindowSession::ShowHome(const kesdkimpl::LinkStatus& status)
     if (m_window->CurrentPage() != nullptr) {
         return;
     }
-    m_dashboard.SaveSeen(); // not on a list, where each new file would cause a write
+    m_dashboard.SaveSeen(); // on the home page only: on a list each new file would cause a write
     THomeState state = m_dashboard.State(std::chrono::steady_clock::now());
     state.link = status;
     state.position = m_plugin.Position().State();

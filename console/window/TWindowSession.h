@@ -69,17 +69,19 @@ private:
     void CreateScreens();
     void OnHubEvent(const THubEvent& event);
     void ShowLink();
-    void ShowTransfer(const kesdkimpl::LinkStatus& status);
+    void ShowTransfer(const kesdkimpl::LinkStatus& status, const QString& archive);
     void NoteShownNames();
     void ShowHome(const kesdkimpl::LinkStatus& status);
     void OpenSettings();
     void SaveSettings(const TStoredSettings& settings);
+    static void ApplyTextSize(const TStoredSettings& settings);
     void Apply(const TStoredSettings& settings);
     TStoreFaults StoreSettings();
     QVector<TTextSetting> GivenSettings() const;
     bool IsForNextStart() const;
     void StartSource(const TGpsSetting& gps);
-    void ApplyDisplay(bool isNight, bool isFullScreen);
+    void ApplyDisplay(const TStoredSettings& chosen);
+    void ChangeDisplay(bool TStoredSettings::*setting, bool isOn);
     bool MayLeaveSettings(const std::function<void()>& thenLeave);
     void ShowMessage(const QString& text);
 

@@ -4,6 +4,7 @@
 #include <QtCore/QLocale>
 #include <QtCore/QStringList>
 
+#include <algorithm>
 #include <cstdint>
 
 namespace {
@@ -57,11 +58,18 @@ QString RateText(const TransferStatus& transfer)
                                    : QString();
 }
 
+// A transfer may be on the board before the hub has told its file.
+int CurrentFile(const TFileCount& files)
+{
+    return std::max(1, files.Current());
+}
+
 // Empty for a single file.
 QString FileText(const TFileCount& files)
 {
-    return files.Count() < 2 ? QString()
-                             : TTexts::tr("file %1 of %2").arg(files.Current()).arg(files.Count());
+    return files.Count() < 2
+               ? QString()
+               : TTexts::tr("file %1 of %2").arg(CurrentFile(files)).arg(files.Count());
 }
 
 QString ProblemOf(const LinkStatus& status)
@@ -115,7 +123,7 @@ TStatusWords TransferWords(const LinkStatus& status, const TFileCount& files)
     // A low display has no room for words.
     const QString file = files.Count() < 2
                              ? QString()
-                             : QStringLiteral("%1/%2").arg(files.Current()).arg(files.Count());
+                             : QStringLiteral("%1/%2").arg(CurrentFile(files)).arg(files.Count());
     const QString more = Joined({RateText(transfer), file});
     return {QStringLiteral("link-up"), Joined({percent, SizeText(transfer)}) +
                                            (more.isEmpty() ? more : QLatin1Char('\n') + more)};
@@ -128,6 +136,24 @@ hostimpl::TTransferState TransferProgress(const LinkStatus& status, const TFileC
     const QString size = Joined({SizeText(transfer), FileText(files)});
     return {Percent(transfer), size + QLatin1Char('\n') + ActivityText(status),
             transfer.phase != EPhase::eWaits};
+}
+
+TStatusWords WorkWords(const LinkStatus& status, const QString& archive)
+{
+    const TStatusWords link = LinkWords(status);
+    return archive.isEmpty() ? link : TStatusWords{link.iconName, TTexts::tr("Unpacking...")};
+}
+
+std::optional<hostimpl::TTransferState> WorkProgress(const LinkStatus& status,
+                                                     const QString& archive)
+{
+    if (!archive.isEmpty()) {
+        return hostimpl::TTransferState{{}, TTexts::tr("Unpacking %1...").arg(archive), true};
+    }
+    if (status.problem != kesdkimpl::EProblem::eNone) {
+        return hostimpl::TTransferState{{}, ProblemText(status.problem), false};
+    }
+    return std::nullopt;
 }
 
 } // namespace console

@@ -1,4 +1,4 @@
-// The texts about a running transfer.
+// The texts about a running operation on files.
 #pragma once
 
 #include "console/session/TFileCount.h"
@@ -6,11 +6,21 @@
 #include "hostimpl/TransferProgress.h"
 #include "kesdkimpl/LinkStatus.h"
 
+#include <QtCore/QString>
+
+#include <optional>
+
 namespace console {
 
 // Both: `status` has a transfer. Sizes and times are in the operator's language.
 TStatusWords TransferWords(const kesdkimpl::LinkStatus& status, const TFileCount& files);
 hostimpl::TTransferState TransferProgress(const kesdkimpl::LinkStatus& status,
                                           const TFileCount& files);
+
+// Both: the operation has no transfer now. `archive`: its name if it is being unpacked.
+TStatusWords WorkWords(const kesdkimpl::LinkStatus& status, const QString& archive);
+// Empty if there is nothing to tell.
+std::optional<hostimpl::TTransferState> WorkProgress(const kesdkimpl::LinkStatus& status,
+                                                     const QString& archive);
 
 } // namespace console

@@ -55,13 +55,26 @@ build_shipped() {
     local preset=$1 target targets=() known
     shift
     known=$(cmake --build --preset "$preset" --target help)
-    for target in kelvo kesdk consolehost kelvo-console kelvo-service kelvoctl kelvo_keyboard \
+    for target in kelvo kesdk consolehost kelvo-console kelvo-service kelvoctl kelvo-herd kelvo_keyboard \
         console_translations kelvo_translations; do
         if [[ $known == *$'\n'$target:* ]]; then
             targets+=("$target")
         fi
     done
     build "$preset" "${targets[@]}" "$@"
+}
+
+# has_node WHAT: whether Node.js can build the office's page. If not, prints that WHAT is left out, and what to do.
+has_node() {
+    local found
+    found=$(node --version 2>/dev/null) || found='no Node.js'
+    if command -v npm >/dev/null && node -e 'const [major, minor] = process.versions.node.split(".").map(Number);
+        process.exit(major > 22 || (major === 22 && minor >= 12) || (major === 20 && minor >= 19) ? 0 : 1)' 2>/dev/null; then
+        return
+    fi
+    echo "$1 is left out. It needs Node.js 20.19, 22.12 or newer with npm; this machine has $found." >&2
+    echo "To install it: apt-get install npm && npm install --global node@22, then run this script again." >&2
+    return 1
 }
 
 # build_office: builds the office's page into office/dist. Needs Node.js, and the npm registry if packages are missing.

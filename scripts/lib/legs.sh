@@ -23,15 +23,15 @@ built_and_tested() {
 }
 
 leg_day() {
-    built_and_tested check --label-exclude '^slow$'
+    built_and_tested check --label-exclude '^(slow|fleet)$'
 }
 
 leg_check() {
-    built_and_tested check --exclude-regex '^packaging\.|_1000$|^e2e\.slow_login$'
+    built_and_tested check --label-exclude '^fleet$' --exclude-regex '^packaging\.|_1000$|_1_gib$|^e2e\.slow_login$'
 }
 
 leg_rounds() {
-    built_and_tested check --tests-regex '_1000$|^e2e\.slow_login$'
+    built_and_tested check --tests-regex '_1000$|_1_gib$|^e2e\.slow_login$'
 }
 
 # The packages' tests need no other test program. A second build in another folder must give the same bytes.
@@ -79,9 +79,12 @@ leg_asan() {
 
 # The distribution's QtCore is not instrumented: the sanitizer would miss races, and report races that do not exist.
 leg_tsan() {
-    local qt
+    local qt module places=()
     qt=$(scripts/tsan-qt)
-    sanitised tsan -DCMAKE_PREFIX_PATH="$qt"
+    for module in Core Network Test; do
+        places+=("-DQt5${module}_DIR=$qt/lib/cmake/Qt5$module")
+    done
+    sanitised tsan "${places[@]}"
 }
 
 # The service's own tests and the tests over HTTP, which run the service of the same build.
@@ -167,22 +170,40 @@ leg_mutants() {
     /usr/bin/python3 -B tests/mutants/run | tee build/mutants/tests.log
 }
 
-# The office's page, in Node.js, and in Chromium and Firefox against the service as it is shipped.
+# The office's page, in Node.js, and in Chromium and Firefox against the service and the console as they are shipped.
 leg_office() {
-    shipped_service
+    configure check
+    build check kelvo-service kelvoctl kelvo-console kelvo
     mkdir -p build/office
     build_office
-    (cd office && NO_COLOR=1 npm test --silent && NO_COLOR=1 npm run --silent test-browser) | tee build/office/vitest.log
+    local failed=''
+    (cd office && NO_COLOR=1 npm test --silent && NO_COLOR=1 npm run --silent test-browser) |
+        tee build/office/vitest.log || failed=$(grep -a -c '^ FAIL ' build/office/vitest.log)
     # The closing line, which run_legs finds by its words.
+    if [[ -n $failed ]]; then
+        echo "$failed tests of the page failed:$(grep -a -m 3 '^ FAIL ' build/office/vitest.log | tr '\n' ';')" |
+            tee build/office/tests.log
+        return 1
+    fi
     awk '/^ *Tests .* passed/ {for (word = 1; word < NF; ++word) if ($(word + 1) == "passed") count += $word}
         END {print count " tests of the page passed"}' build/office/vitest.log | tee build/office/tests.log
 }
 
-# The tests fail if the object store is not installed; the leg check skips them then.
+# The tests fail if the object store or PostgreSQL is not installed.
 leg_fleet() {
     configure check
-    build check tst_service_objects tst_service_chunks
-    KELVO_DEMAND_GATEWAY=1 tests check --label-regex '^fleet$'
+    build check tst_service_objects tst_service_chunks tst_service_store kelvo-service kelvo_postgresql kelvoctl kelvo-herd \
+        kelvo kelvo-console killpoint
+    KELVO_DEMAND_GATEWAY=1 KELVO_DEMAND_POSTGRESQL=1 tests check --label-regex '^fleet$'
+}
+
+# Keeps the drill's folder if an invariant is broken.
+leg_drills() {
+    configure check
+    build check kelvo-service kelvo_postgresql kelvo-herd
+    mkdir -p build/drills
+    /usr/bin/python3 -B tests/drills/drill --build build/check --kills "${KELVO_DRILL_ROUNDS:-1000}" --stops 50 --holds 100 |
+        tee build/drills/tests.log
 }
 
 leg_format() {
@@ -216,10 +237,21 @@ leg_lint() {
     echo "$(grep -c '^clang-tidy' build/lint/tidy.log) files have no findings" | tee build/lint/tests.log
 }
 
+# prepare_beside_tests LEG...: builds the leg tsan's Qt while the tests of the legs before it wait for links and clocks.
+# The leg waits for the end of this build.
+prepare_beside_tests() {
+    if [[ " ${*:2} " == *' tsan '* ]]; then
+        mkdir -p build
+        nice -n 19 scripts/tsan-qt >build/tsan-qt.log 2>&1 &
+        trap 'jobs -pr | xargs -r kill 2>/dev/null || true' EXIT
+    fi
+}
+
 # run_legs NAME...: runs all legs, also after a failed leg, and then fails if a leg failed. The last lines are the
 # closing lines of the legs: run_legs finds them by their words in tests.log.
 run_legs() {
     local leg preset closing begin status=0 summary=()
+    prepare_beside_tests "$@"
     for leg in "$@"; do
         echo "== $leg"
         begin=$SECONDS
@@ -237,7 +269,7 @@ run_legs() {
             status=1
         fi
         echo "== $leg took $((SECONDS - begin)) s"
-        closing=$(grep -s -m 1 -E '% tests passed|^[0-9]+ (files|fuzzers|tests|of [0-9]+ (rounds|mutants)) ' "build/$preset/tests.log" ||
+        closing=$(grep -a -s -m 1 -E '% tests passed|^[0-9]+ (files|fuzzers|tests|of [0-9]+ (rounds|mutants)) ' "build/$preset/tests.log" ||
             echo 'did not finish')
         summary+=("$leg: $closing")
     done

@@ -105,7 +105,8 @@ Async<void> Accounts::record(const Attempt& attempt, const char* outcome)
         store::addAudit(transaction, attempt.entry(outcome, clock_.nowMs()));
     };
     try {
-        co_await database_.write(add);
+        const store::Id farm = attempt.known ? attempt.known->user.farmId() : 0;
+        co_await database_.write(store::Scope::farm(farm), add);
     } catch (const std::exception& error) {
         store::logEntry(attempt.entry(outcome, clock_.nowMs()));
         logWarning("audit-not-stored", error.what());
@@ -180,7 +181,7 @@ Async<Login> Accounts::login(std::string user, std::string password, std::string
                              now);
         store::addAudit(transaction, attempt.entry("done", now));
     };
-    co_await database_.write(add);
+    co_await database_.write(store::Scope::farm(known.user.farmId()), add);
     co_return login;
 }
 
@@ -199,19 +200,19 @@ Async<store::Session> Accounts::authenticate(http::Request& request)
     const long long now = clock_.nowMs();
     if (std::abs(now - session->lastSeenMs) >= lastSeenStepMs &&
         clock_.steadyMs() >= lastSeenPausedUntilMs_) {
-        co_await updateLastSeen(hash, now);
+        co_await updateLastSeen(*session, now);
     }
     co_return std::move(*session);
 }
 
 /** Only the list of sessions needs this time, so a request does not fail without it. */
-Async<void> Accounts::updateLastSeen(const std::string& tokenHash, long long nowMs)
+Async<void> Accounts::updateLastSeen(const store::Session& session, long long nowMs)
 {
-    auto set = [&tokenHash, nowMs](store::Transaction& transaction) {
-        store::setLastSeen(transaction, tokenHash, nowMs);
+    auto set = [&session, nowMs](store::Transaction& transaction) {
+        store::setLastSeen(transaction, session.tokenHash, nowMs);
     };
     try {
-        co_await database_.write(set);
+        co_await database_.write(store::Scope::farm(session.user.farmId()), set);
     } catch (const std::exception& error) {
         lastSeenPausedUntilMs_ =
             clock_.steadyMs() + lastSeenStepMs; // the next requests must not wait too

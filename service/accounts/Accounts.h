@@ -62,13 +62,16 @@ public:
 
     const Passwords& passwords() const { return passwords_; }
 
+    /** Waits for the hashes that run or are queued. Drops later ones. Blocks. */
+    void finish() { pool_.stop(); }
+
 private:
     struct Attempt;
 
     void refuseIfThrottled(const Attempt& attempt);
     Async<void> record(const Attempt& attempt, const char* outcome);
     Async<store::Credentials> check(Attempt attempt, std::string password);
-    Async<void> updateLastSeen(const std::string& tokenHash, long long nowMs);
+    Async<void> updateLastSeen(const store::Session& session, long long nowMs);
 
     std::atomic<std::int64_t> lastSeenPausedUntilMs_{0}; // by the clock that never jumps
     store::Database& database_;

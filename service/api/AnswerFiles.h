@@ -28,8 +28,8 @@ public:
 
     /**
      * Returns the file of an equal answer, or takes this file. `name` is equal for equal answers
-     * only. The first answer of a farm may be larger than the limit of a farm; the only answer may
-     * be larger than both limits. Throws Problem (busy).
+     * only. If the farm has no other answer, the answer may exceed the limit of a farm. If no farm
+     * has an answer, the answer may exceed both limits. Throws Problem (busy).
      */
     std::shared_ptr<const FileDescriptor> keep(store::Id farm, const std::string& name,
                                                FileDescriptor file, std::uint64_t sizeBytes);

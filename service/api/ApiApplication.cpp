@@ -48,6 +48,7 @@ ApiApplication::ApiApplication(Context& context, metrics::Metrics& metrics)
     addPersonRoutes(router_, context);
     addAuditRoutes(router_, context);
     addAdmitRoute(router_, context);
+    addBaseMapRoutes(router_, context);
 }
 
 /** Every answer of the tus protocol names its version, a refusal too. */
@@ -76,6 +77,9 @@ Async<http::Response> ApiApplication::route(http::Request& request)
                       {{"Retry-After", "5"}});
     } catch (const store::NotUnique&) {
         throw Problem(EProblem::Conflict, "The name or the key is used already.");
+    } catch (const store::UnstorableText&) {
+        throw Problem(EProblem::MalformedRequest,
+                      "A text has the character NUL, is not UTF-8 or is too long.");
     } catch (const store::TooManyReported&) {
         throw Problem(EProblem::Unprocessable,
                       "The farm or the user has too many consoles or devices.");

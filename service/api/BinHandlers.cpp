@@ -102,7 +102,7 @@ Async<Response> restore(Context& context, Request& request)
         audit(transaction, context, request, user, {"file-restore", "file", id});
         return Response::json(toJson(*file)).with("ETag", etagOf(*file));
     };
-    co_return co_await context.database.write(change);
+    co_return co_await context.database.write(store::Scope::farm(user.farmId()), change);
 }
 
 /** A content that cannot be removed is left to the janitor. */
@@ -131,7 +131,8 @@ Async<Response> purgeFile(Context& context, Request& request)
               {"file-purge", "file", file, {}, access.farm});
         return digests;
     };
-    const std::vector<std::string> digests = co_await context.database.write(change);
+    const std::vector<std::string> digests =
+        co_await context.database.write(store::Scope::farm(access.farm), change);
     co_await removeContents(context, digests);
     co_return Response::noContent();
 }
@@ -155,13 +156,13 @@ Async<Response> purgeBin(Context& context, Request& request)
               {"bin-purge", "farm", access.farm, {}, access.farm});
         return endOfBin(transaction.sql, access.farm);
     };
-    const long long endMs = co_await context.database.write(begin);
+    const long long endMs = co_await context.database.write(store::Scope::farm(access.farm), begin);
     auto change = [&access, endMs](store::Transaction& transaction) {
         return store::purgeBin(transaction, access.farm, endMs);
     };
     std::vector<std::string> digests;
     do {
-        digests = co_await context.database.write(change);
+        digests = co_await context.database.write(store::Scope::farm(access.farm), change);
         co_await removeContents(context, digests);
     } while (!digests.empty());
     co_return Response::noContent();

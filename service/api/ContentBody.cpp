@@ -184,9 +184,13 @@ Async<void> addFromFile(Context& context, const store::File& file, store::Id far
 Async<void> addContent(Context& context, const store::File& file, store::Id farm,
                        const http::RangeChoice& range, bool bodiless, http::Response& response)
 {
+    const auto memory = co_await context.transferMemory.take(
+        farm, bodiless ? 0 : context.contents.readerMemory(file.sizeBytes));
     auto open = [&context, &file] { return context.contents.open(file.sha256); };
+    auto opened = co_await context.contentPool.run(open);
     Stored stored;
-    stored.reader = co_await context.contentPool.run(open);
+    // The memory is held as long as the reader.
+    stored.reader = {opened.release(), [memory](content::Reader* reader) { delete reader; }};
     if (!stored.reader ||
         stored.reader->sizeBytes() != static_cast<std::uint64_t>(file.sizeBytes)) {
         refuse(context, ECondition::Damaged, file, farm);

@@ -6,8 +6,8 @@
 #include "service/base/Digest.h"
 #include "service/base/Encoding.h"
 #include "service/http/Problem.h"
-#include "service/http/Ranges.h"
 #include "service/http/Router.h"
+#include "service/http/TaggedContent.h"
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
 
@@ -33,17 +33,6 @@ Async<store::File> findFile(Context& context, const store::User& user, store::Id
     co_return co_await context.database.read(query);
 }
 
-http::RangeChoice rangeFor(const Request& request, const store::File& file)
-{
-    const auto size = static_cast<std::uint64_t>(file.sizeBytes);
-    const std::string_view condition = request.header("If-Range");
-    if (!condition.empty() && condition != etagOf(file)) {
-        return {http::ERange::Whole, 0,
-                size}; // the client has a part of another content: send the whole file
-    }
-    return http::chooseRange(request.header("Range"), size);
-}
-
 void refuseUnlessWanted(const Request& request, const store::File& file)
 {
     const std::string_view wanted = request.header("If-Match");
@@ -63,42 +52,21 @@ std::string dispositionOf(const store::File& file)
     return "attachment; filename=\"" + plain + "\"; filename*=UTF-8''" + percentEncode(file.name);
 }
 
-bool isKnown(const Request& request, const store::File& file)
-{
-    const std::string_view known = request.header("If-None-Match");
-    return !known.empty() && http::tagListMatches(known, etagOf(file), true);
-}
-
 Async<Response> getContent(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
     const store::File file = co_await findFile(context, user, request.id());
     refuseUnlessWanted(request, file);
-    if (isKnown(request, file)) {
-        Response unchanged;
-        unchanged.status = 304;
-        unchanged.headers = {{"ETag", etagOf(file)}, {"Cache-Control", "private, no-cache"}};
-        co_return unchanged;
-    }
-    const std::string total = std::to_string(file.sizeBytes);
-    const http::RangeChoice range = rangeFor(request, file);
-    if (range.kind == http::ERange::Unsatisfiable) {
-        throw Problem(EProblem::RangeNotSatisfiable, "The range is outside of the file.",
-                      {{"Content-Range", "bytes */" + total}});
-    }
     Response response;
-    response.headers = {
-        {"Content-Type", "application/octet-stream"}, {"Content-Disposition", dispositionOf(file)},
-        {"X-Content-Type-Options", "nosniff"},        {"ETag", etagOf(file)},
-        {"Repr-Digest", reprDigest(file.sha256)},     {"Accept-Ranges", "bytes"},
-        {"Cache-Control", "private, no-cache"}};
-    if (range.kind == http::ERange::Part) {
-        response.status = 206;
-        response.with("Content-Range", "bytes " + std::to_string(range.offset) + "-" +
-                                           std::to_string(range.offset + range.length - 1) + "/" +
-                                           total);
+    const auto range = http::startContent(
+        request, {static_cast<std::uint64_t>(file.sizeBytes), etagOf(file)}, response);
+    if (!range) {
+        co_return response;
     }
-    co_await addContent(context, file, user.farmId(), range, request.head.method == "HEAD",
+    response.with("Content-Type", "application/octet-stream")
+        .with("Content-Disposition", dispositionOf(file))
+        .with("Repr-Digest", reprDigest(file.sha256));
+    co_await addContent(context, file, user.farmId(), *range, request.head.method == "HEAD",
                         response);
     co_return response;
 }

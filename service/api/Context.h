@@ -4,13 +4,15 @@
 #include "service/accounts/Accounts.h"
 #include "service/api/ActiveUploads.h"
 #include "service/api/AnswerFiles.h"
+#include "service/api/BaseMap.h"
+#include "service/api/TransferMemory.h"
 #include "service/base/Clock.h"
 #include "service/base/DiskReserve.h"
 #include "service/base/WorkPool.h"
 #include "service/content/Contents.h"
 #include "service/content/DigestLocks.h"
 #include "service/content/Integrity.h"
-#include "service/events/EventHub.h"
+#include "service/events/EventBroker.h"
 #include "service/events/EventStream.h"
 #include "service/store/Database.h"
 #include "service/store/QuotaTable.h"
@@ -33,6 +35,7 @@ struct Settings
     store::Quotas quotas = store::defaultQuotas;
     long long eventsKept = 100000; // for each farm; 0: no limit by number
     events::StreamSettings stream;
+    BaseMap baseMap;
 };
 
 /** References to the parts of the service. The parts outlive it, and it outlives every request. */
@@ -43,14 +46,16 @@ struct Context
     content::DigestLocks& digestLocks;
     ActiveUploads& activeUploads;
     content::Integrity& integrity;
-    events::EventHub& hub;
+    events::EventBroker& broker;
     accounts::Accounts& accounts;
     const Clock& clock;
     WorkPool& filePool;    // for files on this machine
     WorkPool& contentPool; // for `contents`
     DiskReserve& reserve;
     AnswerFiles& answerFiles;
+    TransferMemory& transferMemory;
     std::filesystem::path scratchFolder; // for files without a name
+    DiskReserve* scratchReserve;         // of the disk of scratchFolder; null: it has none
     Settings settings;
 };
 
@@ -70,5 +75,6 @@ void addUserRoutes(http::Router& router, Context& context);
 void addPersonRoutes(http::Router& router, Context& context);
 void addAuditRoutes(http::Router& router, Context& context);
 void addAdmitRoute(http::Router& router, Context& context);
+void addBaseMapRoutes(http::Router& router, Context& context);
 
 } // namespace kelvo::api

@@ -16,9 +16,89 @@ namespace {
 
 constexpr std::size_t longestNameCharacters = 64;
 constexpr std::size_t longestFileNameBytes = 255;
+constexpr std::size_t longestNoteCharacters = 200;
 constexpr long long binDaysMs = 30LL * 24 * 3600 * 1000;
 
+/** A user in a record. */
+struct UserReference
+{
+    store::Id id;
+    const std::string& name;
+};
+
+void to_json(Json& document, const UserReference& user)
+{
+    document = {{"id", user.id}, {"name", user.name}};
+}
+
+/** Calls `add` with the name and the value of each member of the file's record. */
+template <class Add>
+void eachMember(const store::File& file, Add add)
+{
+    add("id", file.id);
+    add("kind", "file");
+    add("name", file.name);
+    add("container", file.inbox);
+    add("size", file.sizeBytes);
+    add("sha256", file.sha256);
+    add("created_at", rfc3339(file.createdMs));
+    add("etag", etagOf(file));
+    if (file.senderId > 0) {
+        add("sent_by", UserReference{file.senderId, file.senderName});
+    }
+    if (!file.note.empty()) {
+        add("note", file.note);
+    }
+}
+
+void appendValue(std::string& text, long long number)
+{
+    text += std::to_string(number);
+}
+
+bool isPrintable(char c)
+{
+    return c >= ' ' && c <= '~';
+}
+
+bool isEscaped(char c)
+{
+    return c == '"' || c == '\\';
+}
+
+void appendValue(std::string& text, std::string_view value)
+{
+    if (!std::all_of(value.begin(), value.end(), isPrintable)) {
+        text += dump(Json(value));
+        return;
+    }
+    text += '"';
+    while (!value.empty()) {
+        if (isEscaped(value.front())) {
+            text += '\\';
+        }
+        const auto end = std::find_if(value.begin() + 1, value.end(), isEscaped);
+        text.append(value.begin(), end);
+        value.remove_prefix(static_cast<std::size_t>(end - value.begin()));
+    }
+    text += '"';
+}
+
+void appendValue(std::string& text, const UserReference& user)
+{
+    text += "{\"id\":";
+    appendValue(text, user.id);
+    text += ",\"name\":";
+    appendValue(text, user.name);
+    text += '}';
+}
+
 } // namespace
+
+std::string dump(const Json& document)
+{
+    return document.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
 
 Json toJson(const store::Farm& farm)
 {
@@ -36,14 +116,23 @@ Json toJson(const store::User& user)
 
 Json toJson(const store::File& file)
 {
-    return {{"id", file.id},
-            {"kind", "file"},
-            {"name", file.name},
-            {"container", file.inbox},
-            {"size", file.sizeBytes},
-            {"sha256", file.sha256},
-            {"created_at", rfc3339(file.createdMs)},
-            {"etag", etagOf(file)}};
+    Json document;
+    eachMember(file, [&document](const char* name, const auto& value) { document[name] = value; });
+    return document;
+}
+
+void appendJson(std::string& text, const store::File& file)
+{
+    char before = '{';
+    eachMember(file, [&text, &before](const char* name, const auto& value) {
+        text += before;
+        text += '"';
+        text += name;
+        text += "\":";
+        appendValue(text, value);
+        before = ',';
+    });
+    text += '}';
 }
 
 Json toJson(const store::BinnedFile& binned)
@@ -133,6 +222,11 @@ bool isFileName(std::string_view name)
     return !name.empty() && name.size() <= longestFileNameBytes && isUtf8(name) &&
            !hasControl(name) && name.find('/') == std::string_view::npos && name != "." &&
            name != "..";
+}
+
+bool isNote(std::string_view note)
+{
+    return isUtf8(note) && !hasControl(note) && countCharacters(note) <= longestNoteCharacters;
 }
 
 std::size_t countCharacters(std::string_view utf8)

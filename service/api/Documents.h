@@ -14,10 +14,16 @@ namespace kelvo::api {
 
 using Json = nlohmann::ordered_json;
 
+/** The document as text. Bytes that are not UTF-8 become replacement characters. */
+std::string dump(const Json& document);
+
 Json toJson(const store::Farm& farm);
 Json toJson(const store::User& user);
 Json toJson(const store::File& file);
 Json toJson(const store::BinnedFile& file);
+
+/** Appends the text of toJson(file) without an object in between: an answer may have many files. */
+void appendJson(std::string& text, const store::File& file);
 
 /** Adds the members of a fetch to the record of its file. */
 void addFetch(Json& file, const store::Fetch& fetch);
@@ -45,6 +51,9 @@ std::string requireName(const nlohmann::json& document, const char* member);
 
 /** Whether the name can be a file name on any console. */
 bool isFileName(std::string_view name);
+
+/** Whether the text can be the note of a file: at most 200 printable characters. */
+bool isNote(std::string_view note);
 
 /** Counts the characters of valid UTF-8. */
 std::size_t countCharacters(std::string_view utf8);

@@ -33,7 +33,7 @@ std::optional<store::Id> requestedCursor(const Request& request)
     return static_cast<store::Id>(*number);
 }
 
-/** Called after the subscription, so that no event is missing between the log and the hub. */
+/** Called after the subscription, so that no event is missing between the log and the broker. */
 Async<store::Id> startingPoint(Context& context, const store::Session& session,
                                std::optional<store::Id> wanted)
 {
@@ -55,7 +55,7 @@ Async<Response> openStream(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
     const auto wanted = requestedCursor(request);
-    const auto subscription = context.hub.subscribe(request.body.executor(), session);
+    const auto subscription = context.broker.subscribe(request.body.executor(), session);
     const store::Id cursor = co_await startingPoint(context, session, wanted);
     const auto stream = std::make_shared<events::EventStream>(
         subscription, cursor, context.database, context.clock, context.settings.stream);

@@ -1,6 +1,7 @@
 #include "service/api/EventWriting.h"
 
 #include "service/api/Documents.h"
+#include "service/base/Time.h"
 #include "service/store/ConsoleTable.h"
 #include "service/store/EventTable.h"
 #include "service/store/FetchTable.h"
@@ -85,7 +86,8 @@ void addConsoleMoved(store::Transaction& transaction, const EventFrame& frame, s
                     {"user", {{"id", user.id}, {"name", user.name}}},
                     {"time_s", position.timeS},
                     {"latitude", position.latitudeDeg},
-                    {"longitude", position.longitudeDeg}};
+                    {"longitude", position.longitudeDeg},
+                    {"received_at", rfc3339(position.receivedMs)}};
     append(transaction, frame,
            {.name = "console-moved", .fullData = data.dump(), .commonData = {}});
     store::setLastMove(transaction, console, transaction.events.back().id);

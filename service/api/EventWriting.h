@@ -15,7 +15,9 @@ struct EventFrame
     long long eventsKept = 0; // older events are pruned; 0: no limit
 };
 
-/** If a console has fetched the file, before the bin or under another name, file-fetched follows.
+/**
+ * Adds file-fetched too if a console fetched the file earlier: before the file went into the bin,
+ * or under another name.
  */
 void addFileAdded(store::Transaction& transaction, const EventFrame& frame,
                   const store::Inbox& inbox, const store::File& file);

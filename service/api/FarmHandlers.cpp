@@ -4,11 +4,12 @@
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/api/Paging.h"
+#include "service/base/Log.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
 #include "service/store/Errors.h"
+#include "service/store/FarmRemoval.h"
 #include "service/store/FarmTable.h"
-#include "service/store/PersonTable.h"
 #include "service/store/UserTable.h"
 
 namespace kelvo::api {
@@ -72,6 +73,20 @@ Async<Response> renameFarm(Context& context, Request& request)
     co_return Response::json(toJson(farm));
 }
 
+/** The farm is deleted already: if this fails, the clean-up removes the rest. */
+Async<void> removeRows(Context& context, store::Id farm)
+{
+    auto change = [farm](store::Transaction& transaction) {
+        return store::removeSomeOf(transaction, farm);
+    };
+    try {
+        while (co_await context.database.write(store::Scope::farm(farm), change)) {
+        }
+    } catch (const std::exception& error) {
+        logWarning("farm-not-removed", error.what());
+    }
+}
+
 /** The name must be repeated, because the files are lost. */
 Async<Response> deleteFarm(Context& context, Request& request)
 {
@@ -88,14 +103,15 @@ Async<Response> deleteFarm(Context& context, Request& request)
             users.push_back(user.id);
             return true;
         });
-        store::deleteFarm(transaction, id);
+        store::deleteFarm(transaction, id, context.clock.nowMs());
         audit(transaction, context, request, caller, {"farm-delete", "farm", id, {}, id});
         return users;
     };
     const std::vector<store::Id> users = co_await context.database.write(change);
     for (const store::Id user : users) {
-        context.hub.endSessionsOf(user, "disabled");
+        context.broker.endSessionsOf(user, "disabled");
     }
+    co_await removeRows(context, id);
     co_return Response::noContent();
 }
 

@@ -128,7 +128,7 @@ Async<Response> addFetches(Context& context, Request& request)
             }
         }
     };
-    co_await context.database.write(change);
+    co_await context.database.write(store::Scope::farm(frame.farm), change);
     co_return Response::noContent();
 }
 

@@ -16,11 +16,6 @@ constexpr std::size_t minPackedBytes = 512;
 constexpr std::size_t packAtBytes = 16 * 1024;
 constexpr std::size_t mostInMemory = 128 * 1024;
 
-std::string dump(const Json& document)
-{
-    return document.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
 } // namespace
 
 JsonAnswer::JsonAnswer(Context& context, store::Id farm, bool packed)
@@ -51,6 +46,13 @@ void JsonAnswer::add(const Json& item)
 {
     beginItem();
     write(dump(item));
+}
+
+void JsonAnswer::add(const store::File& item)
+{
+    beginItem();
+    appendJson(text_, item);
+    write({});
 }
 
 void JsonAnswer::nextList(const char* list)
@@ -101,8 +103,9 @@ void JsonAnswer::spill()
             writeAll(file_.get(), body_.data(), body_.size());
             isStored = true;
         } catch (const std::system_error& error) {
-            if (error.code().value() != ENOSPC || !context_.reserve.isHalfWhole() ||
-                !context_.reserve.release()) {
+            DiskReserve* const reserve = context_.scratchReserve;
+            const bool mayUse = reserve != nullptr && reserve->isHalfWhole();
+            if (error.code().value() != ENOSPC || !mayUse || !reserve->release()) {
                 throw;
             }
         }

@@ -33,6 +33,7 @@ public:
 
     /** Adds an item to the open list. */
     void add(const Json& item);
+    void add(const store::File& item);
 
     /** Ends the open list, and begins another list of the same object. */
     void nextList(const char* list);

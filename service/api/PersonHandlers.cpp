@@ -17,6 +17,8 @@
 #include "service/store/SessionTable.h"
 #include "service/store/UserTable.h"
 
+#include <algorithm>
+
 namespace kelvo::api {
 
 namespace {
@@ -57,8 +59,8 @@ Async<Response> changeOwnPassword(Context& context, Request& request)
         audit(transaction, context, request, session.user,
               {"password-change", "user", session.user.id, session.user.name});
     };
-    co_await context.database.write(change);
-    context.hub.endSessionsOf(session.user.id, "revoked", session.tokenHash);
+    co_await context.database.write(store::Scope::farm(session.user.farmId()), change);
+    context.broker.endSessionsOf(session.user.id, "revoked", session.tokenHash);
     co_return Response::noContent();
 }
 
@@ -125,6 +127,34 @@ bool passFilesOn(const Context& context, const Request& request, store::Transact
     return false;
 }
 
+bool hasFiles(soci::session& sql, const store::User& user)
+{
+    const auto inboxes = store::inboxesOf(sql, user);
+    return std::any_of(inboxes.begin(), inboxes.end(), [&](const store::Inbox& inbox) {
+        return !store::someFilesOf(sql, user.farmId(), inbox.id).empty();
+    });
+}
+
+/**
+ * Shuts the user out and records the deletion, before the steps that a crash may interrupt. Throws
+ * Problem if the user cannot be deleted.
+ */
+void beginDeletion(const Context& context, const Request& request, store::Transaction& transaction,
+                   const store::User& caller)
+{
+    const store::User user = managedUser(transaction.sql, caller, request.id());
+    if (hasFiles(transaction.sql, user)) {
+        heirOf(transaction.sql, request, user);
+    }
+    store::setDisabled(transaction, user.id, true);
+    if (store::countEnabledAdmins(transaction.sql) == 0) {
+        throw Problem(EProblem::Conflict, "The last administrator cannot be deleted.");
+    }
+    store::removeSessionsOf(transaction, user.id);
+    audit(transaction, context, request, caller,
+          {"user-delete", "user", user.id, {}, user.farmId()});
+}
+
 Async<Response> deleteUser(Context& context, Request& request)
 {
     const store::User caller = co_await requireManager(context, request);
@@ -132,6 +162,11 @@ Async<Response> deleteUser(Context& context, Request& request)
     if (id == caller.id) {
         throw Problem(EProblem::Conflict, "Nobody deletes their own account.");
     }
+    auto begin = [&](store::Transaction& transaction) {
+        beginDeletion(context, request, transaction, caller);
+    };
+    co_await context.database.write(begin);
+    context.broker.endSessionsOf(id, "disabled");
     auto change = [&](store::Transaction& transaction) {
         const store::User user = managedUser(transaction.sql, caller, id);
         if (passFilesOn(context, request, transaction, user) ||
@@ -140,15 +175,9 @@ Async<Response> deleteUser(Context& context, Request& request)
         }
         store::removeInboxesOf(transaction, user.id);
         store::deleteUser(transaction, user, context.clock.nowMs());
-        if (store::countEnabledAdmins(transaction.sql) == 0) {
-            throw Problem(EProblem::Conflict, "The last administrator cannot be deleted.");
-        }
-        audit(transaction, context, request, caller,
-              {"user-delete", "user", user.id, {}, user.farmId()});
         return true;
     };
     co_await writeUntilDone(context.database, change);
-    context.hub.endSessionsOf(id, "disabled");
     co_return Response::noContent();
 }
 

@@ -165,7 +165,7 @@ Async<Response> changeQuota(Context& context, Request& request)
         audit(transaction, context, request, caller, {"quota-change", "farm", id, {}, id});
         return describe(store::quotasOf(transaction.sql, id, context.settings.quotas));
     };
-    co_return Response::json(co_await context.database.write(change));
+    co_return Response::json(co_await context.database.write(store::Scope::farm(id), change));
 }
 
 } // namespace

@@ -14,8 +14,8 @@ using Sink = std::function<void(const void* data, std::size_t sizeBytes)>;
 
 /**
  * Receives while the pool passes earlier bytes to `sink`. The pool passes all received bytes at
- * once, however few: a killed service loses only bytes that the disk had no time for. Holds at most
- * 512 KiB. Returns true if the whole body was received, false if the peer left or stalled; the
+ * once, however few: a killed service loses only bytes that the pool has not taken yet. Holds at
+ * most 512 KiB. Returns true if the whole body was received, false if the peer left or stalled; the
  * received bytes are written in both cases. Throws the exceptions of `sink`.
  */
 Async<bool> receiveBody(http::BodyReader& body, const Sink& sink, WorkPool& pool);

@@ -128,7 +128,7 @@ Async<Response> putEnvironment(Context& context, Request& request)
         const store::Id console = store::bindConsole(transaction, session, address);
         store::setEnvironment(transaction, session, console, document, context.clock.nowMs());
     };
-    co_await context.database.write(change);
+    co_await context.database.write(store::Scope::farm(session.user.farmId()), change);
     co_return Response::noContent();
 }
 
@@ -153,7 +153,7 @@ Async<Response> putDevice(Context& context, Request& request)
         const store::Id console = store::bindConsole(transaction, session, {});
         store::setDevice(transaction, console, address, document, context.clock.nowMs());
     };
-    co_await context.database.write(change);
+    co_await context.database.write(store::Scope::farm(session.user.farmId()), change);
     co_return Response::noContent();
 }
 
@@ -186,7 +186,7 @@ Async<Response> addPosition(Context& context, PositionRate& rate, Request& reque
         store::addPosition(transaction, console, session.user.id, position);
         addConsoleMoved(transaction, frame, console, session.user, position);
     };
-    co_await context.database.write(change);
+    co_await context.database.write(store::Scope::farm(session.user.farmId()), change);
     co_return Response::noContent();
 }
 

@@ -114,7 +114,8 @@ Async<Response> makeInbox(Context& context, Request& request)
         }
         return made;
     };
-    const store::AddedInbox made = co_await context.database.write(change);
+    const store::AddedInbox made =
+        co_await context.database.write(store::Scope::farm(user.farmId()), change);
     auto describe = [&context, &user, &made](soci::session& sql) {
         return describeInbox(context, sql, user, made.inbox);
     };
@@ -167,7 +168,7 @@ Async<Response> renameFile(Context& context, Request& request)
         audit(transaction, context, request, user, {"file-rename", "file", found.file.id});
         return Response::json(toJson(found.file)).with("ETag", etagOf(found.file));
     };
-    co_return co_await context.database.write(change);
+    co_return co_await context.database.write(store::Scope::farm(user.farmId()), change);
 }
 
 Async<Response> deleteResource(Context& context, Request& request)
@@ -181,7 +182,7 @@ Async<Response> deleteResource(Context& context, Request& request)
                        found.file);
         audit(transaction, context, request, user, {"file-delete", "file", found.file.id});
     };
-    co_await context.database.write(change);
+    co_await context.database.write(store::Scope::farm(user.farmId()), change);
     co_return Response::noContent();
 }
 

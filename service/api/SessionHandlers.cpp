@@ -1,9 +1,10 @@
-// POST /sessions, DELETE /sessions/current: logging in and out.
+// Logging in and out, the list of the own sessions, the end of single sessions.
 #include "service/accounts/SessionToken.h"
 #include "service/api/Audit.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
 #include "service/api/JsonAnswer.h"
+#include "service/api/UserFields.h"
 #include "service/base/Time.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
@@ -44,7 +45,7 @@ Async<Response> logIn(Context& context, Request& request)
     request.user = login.session.user.id;
     request.farm = login.session.user.farmId();
     for (const std::string& ended : login.ended) {
-        context.hub.endSession(ended, "revoked");
+        context.broker.endSession(ended, "revoked");
     }
     nlohmann::ordered_json document;
     if (kind == accounts::ESessionKind::Console) {
@@ -66,8 +67,8 @@ Async<Response> logOut(Context& context, Request& request)
         store::removeSession(transaction, session.tokenHash);
         audit(transaction, context, request, session.user, {"logout"});
     };
-    co_await context.database.write(remove);
-    context.hub.endSession(session.tokenHash, "logged-out");
+    co_await context.database.write(store::Scope::farm(session.user.farmId()), remove);
+    context.broker.endSession(session.tokenHash, "logged-out");
     Response response = Response::noContent();
     if (accounts::hasSessionCookie(request)) {
         response.with("Set-Cookie", accounts::removedSessionCookie())
@@ -92,23 +93,48 @@ Async<Response> listSessions(Context& context, Request& request)
     co_return co_await context.database.read(query);
 }
 
+/** Removes the user's session that the path names. Returns its token hash. Throws not-found. */
+std::string removeNamedSession(const Context& context, store::Transaction& transaction,
+                               const Request& request, store::Id user)
+{
+    const auto found = store::sessionById(transaction.sql, user, request.parameter("session"),
+                                          context.clock.nowMs());
+    if (!found) {
+        throw http::Problem(http::EProblem::NotFound, "No session has this id.");
+    }
+    store::removeSession(transaction, *found);
+    return *found;
+}
+
 /** Ends another session of the caller, or the caller's own. */
 Async<Response> endSession(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
-    const std::string& id = request.parameter("session");
     auto remove = [&](store::Transaction& transaction) {
-        const auto found =
-            store::sessionById(transaction.sql, session.user.id, id, context.clock.nowMs());
-        if (!found) {
-            throw http::Problem(http::EProblem::NotFound, "No session has this id.");
-        }
-        store::removeSession(transaction, *found);
+        std::string ended = removeNamedSession(context, transaction, request, session.user.id);
         audit(transaction, context, request, session.user, {"session-end"});
-        return *found;
+        return ended;
+    };
+    const std::string ended =
+        co_await context.database.write(store::Scope::farm(session.user.farmId()), remove);
+    context.broker.endSession(ended, "revoked");
+    co_return Response::noContent();
+}
+
+/** Ends a session of a user. The caller manages this user. */
+Async<Response> endSessionOf(Context& context, Request& request)
+{
+    const store::User caller = co_await requireManager(context, request);
+    const store::Id id = request.id();
+    auto remove = [&](store::Transaction& transaction) {
+        const store::User user = managedUser(transaction.sql, caller, id);
+        std::string ended = removeNamedSession(context, transaction, request, user.id);
+        audit(transaction, context, request, caller,
+              {"session-end", "user", user.id, user.name, user.farmId()});
+        return ended;
     };
     const std::string ended = co_await context.database.write(remove);
-    context.hub.endSession(ended, "revoked");
+    context.broker.endSession(ended, "revoked");
     co_return Response::noContent();
 }
 
@@ -120,6 +146,8 @@ void addSessionRoutes(http::Router& router, Context& context)
     router.add("GET", "/sessions", [&context](Request& r) { return listSessions(context, r); });
     router.add("DELETE", "/sessions/{session}",
                [&context](Request& r) { return endSession(context, r); });
+    router.add("DELETE", "/users/{id}/sessions/{session}",
+               [&context](Request& r) { return endSessionOf(context, r); });
     router.add("DELETE", "/sessions/current",
                [&context](Request& r) { return logOut(context, r); });
 }

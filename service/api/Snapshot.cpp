@@ -3,7 +3,6 @@
 #include "service/api/Access.h"
 #include "service/store/FarmTable.h"
 #include "service/store/FetchTable.h"
-#include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
 
 namespace kelvo::api {
@@ -30,20 +29,26 @@ void Snapshot::addInbox(const store::Inbox& inbox)
         return;
     }
     answer_.open(toJson(inbox), "entries");
-    const auto add = [this](const store::File& file, const store::Fetch* fetch) {
-        Json entry = toJson(file);
-        if (fetch) {
-            addFetch(entry, *fetch);
-        }
-        answer_.add(entry);
-    };
     if (user_.role == store::ERole::Office) {
-        store::eachFileWithFetch(sql_, user_.farmId(), inbox.id, add);
+        addFilesWithFetches(inbox.id);
     } else {
-        store::eachFileOf(sql_, user_.farmId(), inbox.id,
-                          [&add](const store::File& file) { add(file, nullptr); });
+        files_.each(inbox.id, [this](const store::File& file) { answer_.add(file); });
     }
     answer_.close();
+}
+
+void Snapshot::addFilesWithFetches(store::Id inbox)
+{
+    const auto add = [this](const store::File& file, const store::Fetch* fetch) {
+        if (fetch == nullptr) {
+            answer_.add(file);
+            return;
+        }
+        Json entry = toJson(file);
+        addFetch(entry, *fetch);
+        answer_.add(entry);
+    };
+    store::eachFileWithFetch(sql_, files_, user_.farmId(), inbox, add);
 }
 
 } // namespace kelvo::api

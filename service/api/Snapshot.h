@@ -3,6 +3,7 @@
 
 #include "service/api/JsonAnswer.h"
 #include "service/store/Database.h"
+#include "service/store/InboxFiles.h"
 
 namespace kelvo::api {
 
@@ -11,7 +12,7 @@ class Snapshot
 {
 public:
     Snapshot(soci::session& sql, const store::User& user, JsonAnswer& answer)
-        : sql_(sql), user_(user), answer_(answer)
+        : sql_(sql), user_(user), answer_(answer), files_(sql, user.farmId())
     {}
 
     /** Adds the projects, with "resources". */
@@ -24,9 +25,12 @@ public:
     void addInbox(const store::Inbox& inbox);
 
 private:
+    void addFilesWithFetches(store::Id inbox);
+
     soci::session& sql_;
     const store::User& user_;
     JsonAnswer& answer_;
+    store::InboxFiles files_;
 };
 
 } // namespace kelvo::api

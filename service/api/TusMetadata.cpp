@@ -34,4 +34,10 @@ std::optional<std::map<std::string, std::string>> parseMetadata(std::string_view
     return values;
 }
 
+std::string valueOf(const std::map<std::string, std::string>& metadata, const std::string& key)
+{
+    const auto found = metadata.find(key);
+    return found == metadata.end() ? std::string() : found->second;
+}
+
 } // namespace kelvo::api

@@ -12,7 +12,7 @@ namespace kelvo::api {
 
 /**
  * Removes each of these contents that no file has any more. Blocks. Skips a content that a request
- * works on; the janitor removes it later. Errors: as Contents, and the database's.
+ * works on; the clean-up removes it later. Errors: as Contents, and the database's.
  */
 void removeUnusedContents(store::Database& database, content::Contents& contents,
                           content::DigestLocks& locks, const std::vector<std::string>& digests);

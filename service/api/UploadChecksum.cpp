@@ -59,7 +59,9 @@ Async<bool> receiveChecked(Context& context, http::Request& request, Checksum& c
     auto open = [&context] { return openScratch(context.scratchFolder); };
     const FileDescriptor scratch = co_await context.filePool.run(open);
     const Sink sink = [&context, &scratch, &checksum](const void* data, std::size_t sizeBytes) {
-        context.reserve.requireWhole();
+        if (context.scratchReserve != nullptr) {
+            context.scratchReserve->requireWhole();
+        }
         writeAll(scratch.get(), data, sizeBytes);
         checksum.add(data, sizeBytes);
     };

@@ -81,6 +81,11 @@ Async<Progress> concatenate(Context& context, http::Request& request, const stor
     const std::set<std::string> ids(parts.begin(), parts.end());
     const Holds holds = co_await holdParts(context, request, ids);
     co_await requireComplete(context, ids);
+    const auto memory = co_await context.transferMemory.take(
+        upload.farm,
+        context.contents.receiverMemory(upload.lengthBytes) +
+            context.contents.readerMemory(upload.lengthBytes), // of the parts, one after another
+        &request.body);
     auto open = [&context, &upload] {
         context.contents.removeUpload(upload.id); // the bytes of an attempt that a crash ended
         return context.contents.receive(upload.id);

@@ -3,6 +3,7 @@
 #include "service/api/Audit.h"
 #include "service/api/Documents.h"
 #include "service/api/EventWriting.h"
+#include "service/api/TusMetadata.h"
 #include "service/api/UploadSteps.h"
 #include "service/base/Digest.h"
 #include "service/base/Encoding.h"
@@ -47,11 +48,16 @@ FinishedUpload commitFiles(Context& context, store::Transaction& transaction, st
     if (!user || user->disabled) {
         throw Problem(EProblem::Unauthenticated, "This account has been disabled.");
     }
-    if (!store::uploadById(sql, upload.id)) {
+    const auto stored = store::uploadById(sql, upload.id);
+    if (!stored) {
         throw Problem(EProblem::NotFound, "This upload does not exist.");
+    }
+    if (stored->finished) { // by another instance
+        throw Problem(EProblem::Conflict, "The upload is finished and its files exist.");
     }
     const long long now = context.clock.nowMs();
     const EventFrame frame{upload.farm, now, context.settings.eventsKept};
+    const std::string note = noteIn(upload.metadata);
     for (const store::Id target : upload.targets) {
         const auto inbox = store::inboxById(sql, upload.farm, target);
         if (!inbox || !mayUse(*user, *inbox)) {
@@ -61,9 +67,9 @@ FinishedUpload commitFiles(Context& context, store::Transaction& transaction, st
             store::nameIsInInbox(sql, upload.farm, target, upload.name)) {
             addWarning(upload, *inbox);
         }
-        const store::File file =
-            store::addFile(transaction, upload.farm,
-                           {0, target, upload.name, upload.lengthBytes, upload.sha256, now});
+        const store::File file = store::addFile(transaction, upload.farm,
+                                                {0, target, upload.name, upload.lengthBytes,
+                                                 upload.sha256, now, user->id, user->name, note});
         addFileAdded(transaction, frame, *inbox, file);
         audit(transaction, context, address, *user, {"file-add", "file", file.id});
         upload.files.push_back(file.id);
@@ -155,7 +161,7 @@ Async<FinishedUpload> finishUpload(Context& context, store::Upload upload,
     EOutcome outcome = EOutcome::Committed;
     std::exception_ptr failure;
     try {
-        finished = co_await context.database.write(change);
+        finished = co_await context.database.write(store::Scope::farm(upload.farm), change);
     } catch (const store::CommitInDoubt&) {
         // The content is kept, because committed files may need it. If there are none, the janitor
         // removes the content and the client sends the upload again.

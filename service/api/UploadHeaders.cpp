@@ -96,8 +96,10 @@ void readMetadata(UploadRequest& wanted)
         throw Problem(EProblem::Unprocessable, "The file's name is not valid.");
     }
     wanted.name = name->second;
-    const auto targets = metadata->find("targets");
-    wanted.targets = readTargets(targets == metadata->end() ? std::string() : targets->second);
+    if (!isNote(valueOf(*metadata, "note"))) {
+        throw Problem(EProblem::Unprocessable, "A note has at most 200 printable characters.");
+    }
+    wanted.targets = readTargets(valueOf(*metadata, "targets"));
 }
 
 /** The id in an upload's URL: whole, or without scheme and host. */
@@ -166,6 +168,13 @@ UploadRequest readUploadRequest(const http::Request& request, long long maxUploa
         wanted.key = "final:" + sha256Hex(wanted.concat + "\n" + wanted.metadata);
     }
     return wanted;
+}
+
+std::string noteIn(const std::string& metadata)
+{
+    const auto members = parseMetadata(metadata);
+    std::string note = members ? valueOf(*members, "note") : std::string();
+    return isNote(note) ? note : std::string();
 }
 
 std::vector<std::string> partsOf(std::string_view concat)

@@ -35,10 +35,17 @@ struct UploadRequest
 void requireTusVersion(const http::Request& request);
 
 /**
- * Throws a problem if the name, the targets, the length, the key or Upload-Concat is not valid. A
- * final upload without a key gets a key of its parts and metadata: a repeat makes no second file.
+ * Throws a problem if the name, the targets, the length, the key or Upload-Concat is not valid. If
+ * a final upload has no key, its key is computed from its parts and its metadata, so that a repeat
+ * makes no second file.
  */
 UploadRequest readUploadRequest(const http::Request& request, long long maxUploadBytes);
+
+/**
+ * The sender's note in the Upload-Metadata of an upload. Empty if it is not valid: an earlier
+ * version of the service did not check it.
+ */
+std::string noteIn(const std::string& metadata);
 
 /** The ids in the Upload-Concat of a final upload, in its order. Throws malformed-request. */
 std::vector<std::string> partsOf(std::string_view concat);

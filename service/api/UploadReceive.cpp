@@ -41,7 +41,7 @@ Async<void> extend(Context& context, store::Upload& upload)
     auto change = [&upload, expiresMs](store::Transaction& transaction) {
         return store::extendUpload(transaction, upload.id, expiresMs);
     };
-    const bool exists = co_await context.database.write(change);
+    const bool exists = co_await context.database.write(store::Scope::farm(upload.farm), change);
     if (!exists) {
         throw Problem(EProblem::Gone, "The upload has expired.");
     }
@@ -79,7 +79,7 @@ Async<void> setLateLength(Context& context, const http::Request& request, store:
         claimQuota(transaction, context.settings.quotas, upload, *length);
         return store::setUploadLength(transaction, upload.id, *length);
     };
-    const bool isSet = co_await context.database.write(change);
+    const bool isSet = co_await context.database.write(store::Scope::farm(upload.farm), change);
     if (!isSet) {
         throw Problem(EProblem::Gone, "The upload has expired.");
     }
@@ -102,7 +102,8 @@ Async<void> claimQuotaForPart(Context& context, const http::Request& request,
     auto change = [&context, &upload, bytes](store::Transaction& transaction) {
         claimQuota(transaction, context.settings.quotas, upload, bytes);
     };
-    co_await context.database.write(change, store::EDurability::Later);
+    co_await context.database.write(store::Scope::farm(upload.farm), change,
+                                    store::EDurability::Later);
 }
 
 /** Keeps the claim for the received bytes only. */
@@ -112,7 +113,8 @@ Async<void> releaseQuota(Context& context, const store::Upload& upload)
     auto change = [&upload, bytes](store::Transaction& transaction) {
         store::setClaimedBytes(transaction, upload.id, bytes);
     };
-    co_await context.database.write(change, store::EDurability::Later);
+    co_await context.database.write(store::Scope::farm(upload.farm), change,
+                                    store::EDurability::Later);
 }
 
 /** Throws Problem if the body is longer than the missing part; a chunked body ends there. */
@@ -169,6 +171,8 @@ Async<Progress> appendPart(Context& context, http::Request& request, store::Uplo
                            long long offset)
 {
     auto checksum = checksumOf(request);
+    const auto memory = co_await context.transferMemory.take(
+        upload.farm, context.contents.receiverMemory(upload.lengthBytes), &request.body);
     auto open = [&context, &request, &upload, offset] {
         return openReceiver(context, request, upload, offset);
     };
@@ -213,7 +217,7 @@ Async<void> deleteUpload(Context& context, http::Request& request, const store::
         }
         return removed;
     };
-    const bool removed = co_await context.database.write(change);
+    const bool removed = co_await context.database.write(store::Scope::farm(upload.farm), change);
     if (!removed) {
         throw Problem(EProblem::NotFound, "This upload does not exist.");
     }

@@ -40,7 +40,8 @@ bool isSameRequest(const store::Upload& upload, const UploadRequest& wanted)
     const bool isSameLength = wanted.isFinal() || wanted.lengthBytes == store::unknownLength ||
                               upload.lengthBytes == wanted.lengthBytes;
     return upload.name == wanted.name && upload.targets == wanted.targets &&
-           upload.concat == wanted.concat && isSameLength;
+           upload.concat == wanted.concat && isSameLength &&
+           noteIn(upload.metadata) == noteIn(wanted.metadata);
 }
 
 std::optional<store::Upload> findRepeat(store::Transaction& transaction, const store::User& user,
@@ -141,7 +142,8 @@ Async<StartedUpload> startUpload(Context& context, const store::User& user,
     auto change = [&context, &user, &wanted, &newId](store::Transaction& transaction) {
         return start(context, transaction, user, wanted, newId);
     };
-    co_return co_await context.database.write(change, durability);
+    co_return co_await context.database.write(store::Scope::farm(user.farmId()), change,
+                                              durability);
 }
 
 Async<store::Upload> findUpload(Context& context, const store::User& user, const std::string& id)

@@ -260,7 +260,7 @@ Async<Response> changeUser(Context& context, Request& request)
     };
     const store::User user = co_await context.database.write(change);
     if (wanted.endsSessions()) {
-        context.hub.endSessionsOf(user.id, user.disabled ? "disabled" : "revoked");
+        context.broker.endSessionsOf(user.id, user.disabled ? "disabled" : "revoked");
     }
     co_return Response::json(toJson(user));
 }

@@ -74,15 +74,29 @@ std::optional<std::int64_t> secondsOf(std::string_view text)
 
 std::string rfc3339(std::int64_t epochMs)
 {
+    struct Field
+    {
+        std::size_t last; // the place of the last digit
+        int digits;
+        int value;
+    };
     const CalendarTime moment = utc(epochMs);
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ",
-                  static_cast<int>(moment.date.year()), number(moment.date.month()),
-                  number(moment.date.day()), static_cast<int>(moment.time.hours().count()),
-                  static_cast<int>(moment.time.minutes().count()),
-                  static_cast<int>(moment.time.seconds().count()),
-                  static_cast<int>(moment.time.subseconds().count()));
-    return text.data();
+    const Field fields[] = {
+        {3, 4, static_cast<int>(moment.date.year())},
+        {6, 2, number(moment.date.month())},
+        {9, 2, number(moment.date.day())},
+        {12, 2, static_cast<int>(moment.time.hours().count())},
+        {15, 2, static_cast<int>(moment.time.minutes().count())},
+        {18, 2, static_cast<int>(moment.time.seconds().count())},
+        {22, 3, static_cast<int>(moment.time.subseconds().count())},
+    };
+    std::string text = "0000-00-00T00:00:00.000Z";
+    for (Field field : fields) { // a list has thousands of times, and snprintf is slower
+        for (; field.digits > 0; --field.digits, field.value /= 10) {
+            text[field.last--] = static_cast<char>('0' + field.value % 10);
+        }
+    }
+    return text;
 }
 
 std::optional<std::int64_t> parseRfc3339(std::string_view text)

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
 #include <optional>
 #include <string_view>
 
@@ -24,6 +25,7 @@ namespace {
 
 constexpr long long doomedForMs = 24LL * 3600 * 1000;
 constexpr int mostRemoved = 1000; // in one step
+constexpr int mostFailures = 3;   // in a row; then the object store is down
 
 /** The parts that receivers and readers share. */
 struct Parts
@@ -83,7 +85,7 @@ public:
     ChunkReceiver(const Parts& parts, std::string upload, std::size_t chunkBytes)
         : parts_(parts), upload_(std::move(upload)), chunkBytes_(chunkBytes)
     {
-        received_ = parts_.database.writeNow([this](store::Transaction& transaction) {
+        received_ = parts_.database.writeNow(scope(), [this](store::Transaction& transaction) {
             return store::takeOver(transaction, upload_);
         });
         digest_ = DigestState(received_.digestState);
@@ -118,7 +120,7 @@ public:
         joinShortChunks();
         const store::Chunk chunk{"chunks/" + randomHex(16), start(),
                                  static_cast<long long>(chunk_.size()), sha256Hex(chunk_)};
-        parts_.database.writeNow([this, &chunk](store::Transaction& transaction) {
+        parts_.database.writeNow(scope(), [this, &chunk](store::Transaction& transaction) {
             store::announceObject(transaction, chunk.key, parts_.clock.nowMs());
         });
         parts_.bucket.put(chunk.key, chunk_, chunk.sha256);
@@ -139,6 +141,8 @@ public:
     }
 
 private:
+    store::Scope scope() const { return store::Scope::upload(upload_); }
+
     /** The first byte of chunk_ in the upload. */
     long long start() const { return received_.sizeBytes - static_cast<long long>(joinedBytes_); }
 
@@ -169,7 +173,7 @@ private:
     void commit(const store::Chunk& chunk)
     {
         const std::string state = digest_.save();
-        parts_.database.writeNow([&](store::Transaction& transaction) {
+        parts_.database.writeNow(scope(), [&](store::Transaction& transaction) {
             if (!store::addChunk(transaction, upload_, received_, chunk, state,
                                  parts_.clock.nowMs())) {
                 throw Superseded();
@@ -256,6 +260,19 @@ ChunkedContents::ChunkedContents(store::Database& database, objects::Bucket& buc
     database_.writeNow(store::makeChunkTables);
 }
 
+/** The present chunk, and a chunk that is joined to it. */
+std::uint64_t ChunkedContents::receiverMemory(long long sizeBytes) const
+{
+    return 2 * readerMemory(sizeBytes);
+}
+
+std::uint64_t ChunkedContents::readerMemory(long long sizeBytes) const
+{
+    const bool isKnown = sizeBytes >= 0;
+    const auto chunk = static_cast<std::uint64_t>(chunkBytes_);
+    return isKnown ? std::min(static_cast<std::uint64_t>(sizeBytes), chunk) : chunk;
+}
+
 std::uint64_t ChunkedContents::keptBytes(const std::string& upload)
 {
     const auto received = database_.readNow(
@@ -280,7 +297,7 @@ std::unique_ptr<Reader> ChunkedContents::openUpload(const std::string& upload)
 
 void ChunkedContents::removeUpload(const std::string& upload)
 {
-    database_.writeNow([this, &upload](store::Transaction& transaction) {
+    database_.writeNow(store::Scope::upload(upload), [&](store::Transaction& transaction) {
         store::dropReceived(transaction, upload, clock_.nowMs());
     });
 }
@@ -303,25 +320,55 @@ void ChunkedContents::remove(const std::string& sha256)
 
 std::size_t ChunkedContents::removeDoomedObjects()
 {
-    const long long before = clock_.nowMs() - doomedForMs;
     std::size_t removed = 0;
     for (;;) {
+        const long long before = clock_.nowMs() - doomedForMs;
         const auto keys = database_.writeNow([before](store::Transaction& transaction) {
             return store::condemnObjects(transaction, before, mostRemoved);
         });
         if (keys.empty()) {
             return removed;
         }
-        for (const std::string& key : keys) {
-            bucket_.remove(key);
-        }
-        database_.writeNow([&keys](store::Transaction& transaction) {
-            for (const std::string& key : keys) {
-                store::forgetObject(transaction, key);
-            }
-        });
-        removed += keys.size();
+        removed += removeObjects(keys);
     }
+}
+
+/** Returns the number of removed objects. */
+std::size_t ChunkedContents::removeObjects(const std::vector<std::string>& keys)
+{
+    std::vector<std::string> removed;
+    std::vector<std::string> failed;
+    std::exception_ptr failure;
+    int failuresInARow = 0;
+    for (auto key = keys.begin(); key != keys.end() && !failure; ++key) {
+        try {
+            bucket_.remove(*key);
+            removed.push_back(*key);
+            failuresInARow = 0;
+        } catch (const std::exception& error) {
+            if (bucket_.isLimited()) {
+                failure = std::current_exception(); // the service stops; the clean-up of the next
+                                                    // start goes on
+                continue;
+            }
+            logWarning("object-not-removed", *key + ": " + error.what());
+            failed.push_back(*key);
+            failure = ++failuresInARow == mostFailures ? std::current_exception() : nullptr;
+        }
+    }
+    failedRemovals_ += failed.size();
+    database_.writeNow([this, &removed, &failed](store::Transaction& transaction) {
+        for (const std::string& key : removed) {
+            store::forgetObject(transaction, key);
+        }
+        for (const std::string& key : failed) {
+            store::postponeObject(transaction, key, clock_.nowMs());
+        }
+    });
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+    return removed.size();
 }
 
 } // namespace kelvo::chunks

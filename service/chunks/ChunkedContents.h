@@ -6,7 +6,10 @@
 #include "service/objects/Bucket.h"
 #include "service/store/Database.h"
 
+#include <atomic>
 #include <cstddef>
+#include <string>
+#include <vector>
 
 namespace kelvo::chunks {
 
@@ -27,6 +30,8 @@ public:
     ChunkedContents(store::Database& database, objects::Bucket& bucket, const Clock& clock,
                     std::size_t chunkBytes = objects::largestObjectBytes);
 
+    std::uint64_t receiverMemory(long long sizeBytes) const override;
+    std::uint64_t readerMemory(long long sizeBytes) const override;
     std::uint64_t keptBytes(const std::string& upload) override;
     std::unique_ptr<content::Receiver> receive(const std::string& upload) override;
 
@@ -41,16 +46,23 @@ public:
     void remove(const std::string& sha256) override;
 
     /**
-     * Removes objects that no upload or content has used for a day. Returns their number. If it
-     * fails, the next call continues.
+     * Removes objects that no upload or content has used for a day. Returns their number. An object
+     * that cannot be removed is tried again after a day. If three objects in a row cannot be
+     * removed, throws their error, and the next call continues.
      */
     std::size_t removeDoomedObjects();
 
+    /** The removals that failed since the start. */
+    std::uint64_t failedRemovals() const { return failedRemovals_; }
+
 private:
+    std::size_t removeObjects(const std::vector<std::string>& keys);
+
     store::Database& database_;
     objects::Bucket& bucket_;
     const Clock& clock_;
     std::size_t chunkBytes_;
+    std::atomic<std::uint64_t> failedRemovals_{0};
 };
 
 } // namespace kelvo::chunks

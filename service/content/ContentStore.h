@@ -79,6 +79,9 @@ public:
     /** The time of the last write to the upload's file. Empty if the upload is missing. */
     std::optional<std::int64_t> uploadChangedMs(const std::string& id) const;
 
+    /** The folder of all contents. It exists. */
+    const std::filesystem::path& contentsFolder() const { return contents_; }
+
     /** The path of a content, which may be missing. */
     std::filesystem::path contentPath(const std::string& sha256) const;
 

@@ -45,7 +45,7 @@ public:
     /** Call it in the transaction that adds the files. Throws Superseded. */
     virtual void join(store::Transaction& transaction) = 0;
 
-    /** Whether committed() blocks, because bytes of the upload are left to remove. */
+    /** Whether committed() still has to remove bytes of the upload, and blocks. */
     virtual bool leavesUpload() const = 0;
 
     /**
@@ -126,6 +126,12 @@ public:
     Contents() = default;
     Contents(const Contents&) = delete;
     Contents& operator=(const Contents&) = delete;
+
+    /** The largest memory of a Receiver of so many bytes; negative: their number is not known. */
+    virtual std::uint64_t receiverMemory(long long sizeBytes) const = 0;
+
+    /** Likewise of a Reader. */
+    virtual std::uint64_t readerMemory(long long sizeBytes) const = 0;
 
     /** 0 if the upload is missing. */
     virtual std::uint64_t keptBytes(const std::string& upload) = 0;

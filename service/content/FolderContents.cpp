@@ -3,6 +3,7 @@
 #include "service/base/Log.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <system_error>
 
 #include <unistd.h>
@@ -31,7 +32,7 @@ public:
                 store_.removeUpload(upload_);
             }
         } catch (const std::exception& error) {
-            logWarning("upload-not-removed", error.what()); // the janitor removes it
+            logWarning("upload-not-removed", error.what()); // the clean-up removes it
         }
     }
 
@@ -42,7 +43,7 @@ public:
                 store_.revertToUpload(upload_, sha256_);
             }
         } catch (const std::exception& error) {
-            logWarning("upload-not-reverted", error.what()); // the janitor removes the content
+            logWarning("upload-not-reverted", error.what()); // the clean-up removes the content
         }
     }
 
@@ -158,6 +159,9 @@ void FolderContents::requireRoom(long long sizeBytes)
 {
     if (reserve_ != nullptr) {
         reserve_->requireRoom(sizeBytes);
+    } else if (std::filesystem::space(store_.contentsFolder()).available <
+               static_cast<std::uintmax_t>(sizeBytes)) {
+        throw std::system_error(ENOSPC, std::generic_category(), "contents");
     }
 }
 

@@ -11,8 +11,12 @@ namespace kelvo::content {
 class FolderContents final : public Contents
 {
 public:
-    /** `reserve`: the room that uploads must leave; null: no reserve. */
+    /** `reserve`: the room that uploads must leave; null: the disk has no reserve. */
     FolderContents(const ContentStore& store, DigestCache& digests, DiskReserve* reserve = nullptr);
+
+    /** The steps of the readers and writers are small. */
+    std::uint64_t receiverMemory(long long) const override { return 0; }
+    std::uint64_t readerMemory(long long) const override { return 0; }
 
     std::uint64_t keptBytes(const std::string& upload) override;
     std::unique_ptr<Receiver> receive(const std::string& upload) override;

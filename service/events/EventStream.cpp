@@ -98,8 +98,12 @@ Async<void> EventStream::sendAll(http::Transport& transport, const Watch& watch)
             co_await sendEnd(transport);
             break;
         }
+        if (subscription_->isRetired()) {
+            break;
+        }
         co_await subscription_->wakeup().sleepUntil(nextWake());
-        if (Steady::now() >= lastSent_ + settings_.heartbeat) {
+        const bool isDoubted = subscription_->takeDoubt();
+        if (isDoubted || Steady::now() >= lastSent_ + settings_.heartbeat) {
             open = co_await sendHeartbeat(transport);
         }
     }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "service/base/Clock.h"
-#include "service/events/EventHub.h"
+#include "service/events/EventBroker.h"
 #include "service/http/Transport.h"
 #include "service/store/Database.h"
 
@@ -22,8 +22,8 @@ struct StreamSettings
 
 /**
  * Sends a user the events after a cursor: first from the log, then as they are committed. Each
- * event is sent once, in order, without a gap. The stream ends if the peer leaves, the session ends
- * or the log no longer holds the events after the cursor.
+ * event is sent once, in order, without a gap. The stream ends if the peer leaves, the session
+ * ends, the broker retires it or the log no longer holds the events after the cursor.
  *
  * Thread: the connection's. Ownership: lives within its connection; the other objects outlive it.
  */

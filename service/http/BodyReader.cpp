@@ -136,6 +136,10 @@ Async<IoResult> BodyReader::fill(asio::mutable_buffer buffer)
 
 void BodyReader::abandon()
 {
+    isAbandoned_ = true;
+    if (abandoned_) {
+        abandoned_();
+    }
     if (remainingBytes_ == 0) {
         return; // nothing to stop; the connection may serve more requests
     }

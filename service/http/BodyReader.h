@@ -7,6 +7,7 @@
 #include "service/http/StallTimeout.h"
 #include "service/http/Transport.h"
 
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -69,6 +70,12 @@ public:
      */
     void abandon();
 
+    bool isAbandoned() const { return isAbandoned_; }
+
+    /** abandon() also calls this function: the handler may wait for something else than the body.
+     */
+    void onAbandon(std::function<void()> abandoned) { abandoned_ = std::move(abandoned); }
+
     asio::any_io_executor executor() { return transport_.executor(); }
 
 private:
@@ -95,6 +102,8 @@ private:
     std::uint64_t mayStillRead_; // bounds the work for an abandoned body whose peer keeps sending
     std::optional<ChunkDecoder> chunks_;
     EFailure failure_ = EFailure::PeerGone;
+    bool isAbandoned_ = false;
+    std::function<void()> abandoned_; // empty: none
 };
 
 } // namespace kelvo::http

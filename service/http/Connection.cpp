@@ -133,7 +133,7 @@ bool Connection::mayStayOpen(const Request& request, const Response& response)
     const bool drop = unread > limits_.drainBytes ||
                       (unread > 0 && (request.body.awaitsContinue() || !transport_->waits()));
     return request.head.keepAlive && !response.closeAfter && !response.stream && !stopping_ &&
-           !drop;
+           !retired_ && !drop;
 }
 
 Async<bool> Connection::answer(Request& request, Response& response)

@@ -67,6 +67,9 @@ public:
      */
     void stop();
 
+    /** Ends after the next answer. Then the peer connects again, to another instance. */
+    void retire() { retired_ = true; }
+
     /** Ends at once in any state. */
     void abort() { transport_->abort(); }
 
@@ -94,6 +97,7 @@ private:
     std::string received_;                     // received bytes that are not used yet
     EState state_ = EState::Idle;
     bool stopping_ = false;
+    bool retired_ = false;
     bool peerMayBeSending_ = false; // a refused body: read on for a while before closing
 };
 

@@ -39,7 +39,10 @@ Async<void> Connection::run(bool refuse)
     transport_->abort();
 }
 
-/** Reads the proxy's header and makes the handshake. `refuse` is set for an address too many. */
+/**
+ * Reads the proxy's header and makes the handshake. `refuse` is set if the address has too many
+ * connections.
+ */
 Async<bool> Connection::open(bool& refuse)
 {
     transport_->expireAfter(limits_.headTime);

@@ -13,10 +13,10 @@ using namespace std::chrono_literals;
 
 struct Limits
 {
-    std::size_t headBytes = 16 * 1024;
-    std::size_t jsonBytes = 64 * 1024;
+    std::size_t headBytes = std::size_t{16} * 1024;
+    std::size_t jsonBytes = std::size_t{64} * 1024;
     /** A smaller unread body is read and dropped; a larger one closes the connection. */
-    std::uint64_t drainBytes = 64 * 1024;
+    std::uint64_t drainBytes = std::uint64_t{64} * 1024;
     /** The time for a request head, from its first byte to its last. At 60 B/s 3.6 kB arrive. */
     std::chrono::milliseconds headTime = 60s;
     /** The time for a TLS handshake after the peer's first bytes. At 60 B/s 9 kB arrive. */

@@ -138,6 +138,9 @@ Async<void> Listener::serve(IoThread& thread, tcp::socket socket)
                                   : std::make_unique<Transport>(std::move(socket));
             Connection connection(std::move(transport), application_, limits_, &peers_);
             const Registration registration(thread, connection);
+            if (retired_) {
+                connection.retire();
+            }
             co_await connection.run(others >= limits_.connections);
         } catch (const std::exception& error) {
             logError("connection-failed", error.what());
@@ -160,6 +163,12 @@ void Listener::forEachConnection(void (Connection::*action)())
             }
         });
     }
+}
+
+void Listener::retire()
+{
+    retired_ = true;
+    forEachConnection(&Connection::retire);
 }
 
 void Listener::stop()

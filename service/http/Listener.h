@@ -49,6 +49,9 @@ public:
 
     void start();
 
+    /** From now on each connection ends after its next answer. Returns at once. */
+    void retire();
+
     /** Accepts no more connections. Answers in progress may finish. Returns at once. */
     void stop();
 
@@ -83,6 +86,7 @@ private:
     asio::ip::tcp::acceptor acceptor_;
     std::atomic<std::size_t> open_{0};
     std::atomic<std::uint64_t> refusedInAll_{0};
+    std::atomic<bool> retired_{false};
     std::atomic<bool> stopping_{false};
 };
 

@@ -1,6 +1,7 @@
 // rm and bin: removing and restoring files.
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Failures.h"
+#include "service/kelvoctl/FileText.h"
 #include "service/kelvoctl/Names.h"
 #include "service/kelvoctl/Pages.h"
 
@@ -24,7 +25,7 @@ void listBin(CommandContext& context, int farm)
         std::cout << file.at("id") << "  " << file.at("size") << "  removed "
                   << printable(file.at("deleted_at").get<std::string>()) << " by "
                   << printable(file.at("deleted_by").get<std::string>()) << "  "
-                  << printable(file.at("name").get<std::string>()) << "\n";
+                  << printable(file.at("name").get<std::string>()) << senderText(file) << "\n";
     });
 }
 

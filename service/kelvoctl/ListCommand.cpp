@@ -1,7 +1,7 @@
 // ls: the inboxes and files that the caller may see.
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/Failures.h"
-#include "service/kelvoctl/FetchText.h"
+#include "service/kelvoctl/FileText.h"
 #include "service/kelvoctl/Names.h"
 
 #include <algorithm>
@@ -28,7 +28,7 @@ void printInbox(const json& project, const json& inbox)
     for (const json& file : inbox.value("entries", json::array())) {
         std::cout << "  " << file.at("id") << "  " << file.at("size") << "  "
                   << printable(file.at("created_at").get<std::string>()) << "  "
-                  << printable(file.at("name").get<std::string>());
+                  << printable(file.at("name").get<std::string>()) << senderText(file);
         if (file.contains("fetched_at")) {
             std::cout << "  " << printable(fetchText(file));
         }

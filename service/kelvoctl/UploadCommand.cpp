@@ -25,6 +25,7 @@ struct PutOptions
     std::vector<std::string> files;
     std::vector<std::string> targets; // OWNER/PROJECT
     std::string name;
+    std::string note;
 };
 
 std::string nonce()
@@ -67,13 +68,11 @@ int inboxId(CommandContext& context, const json& account, const std::string& tar
 class Upload
 {
 public:
-    Upload(CommandContext& context, const std::string& path, const std::string& name,
-           std::string targets)
+    Upload(CommandContext& context, const std::string& path, const std::string& metadata)
         : m_client(context.client()),
           m_path(path),
           m_source(path),
-          m_metadata("Upload-Metadata: name " + kelvo::toBase64(name) + ",targets " +
-                     kelvo::toBase64(targets)),
+          m_metadata("Upload-Metadata: " + metadata),
           m_key("Idempotency-Key: " + nonce())
     {}
 
@@ -219,9 +218,9 @@ private:
 };
 
 void putOne(CommandContext& context, const std::string& path, const std::string& name,
-            const std::string& targets)
+            const std::string& metadata)
 {
-    json result = Upload(context, path, name, targets).run();
+    json result = Upload(context, path, "name " + kelvo::toBase64(name) + "," + metadata).run();
     result["name"] = name;
     if (context.json) {
         std::cout << oneLine(result) << std::endl;
@@ -254,8 +253,11 @@ void put(CommandContext& context, const PutOptions& options)
     for (const std::string& target : options.targets) {
         targets += (targets.empty() ? "" : ",") + std::to_string(inboxId(context, account, target));
     }
+    const std::string metadata =
+        "targets " + kelvo::toBase64(targets) +
+        (options.note.empty() ? "" : ",note " + kelvo::toBase64(options.note));
     for (std::size_t i = 0; i < names.size(); ++i) {
-        putOne(context, options.files[i], names[i], targets);
+        putOne(context, options.files[i], names[i], metadata);
     }
 }
 
@@ -275,6 +277,8 @@ void addUploadCommand(CLI::App& line, CommandContext& context)
         ->type_name("OWNER/PROJECT");
     command->add_option("--name", options->name, "Name in the inbox (default: the local name)")
         ->type_name("NAME");
+    command->add_option("--note", options->note, "Note to the files, at most 200 characters")
+        ->type_name("TEXT");
     command->callback(
         [&context, options] { context.action = [&context, options] { put(context, *options); }; });
 }

@@ -3,7 +3,7 @@
 #include "service/kelvoctl/Commands.h"
 #include "service/kelvoctl/EventParser.h"
 #include "service/kelvoctl/Failures.h"
-#include "service/kelvoctl/FetchText.h"
+#include "service/kelvoctl/FileText.h"
 #include "service/kelvoctl/Names.h"
 
 #include <iostream>
@@ -28,7 +28,8 @@ std::string summary(const std::string& name, const json& data)
     if (name == "file-added" || name == "file-removed") {
         const json& file = data.at("entry");
         return "file " + file.at("id").dump() + " " + file.at("name").get<std::string>() + " (" +
-               file.at("size").dump() + " bytes) in inbox " + data.at("container").at("id").dump();
+               file.at("size").dump() + " bytes) in inbox " + data.at("container").at("id").dump() +
+               senderText(file);
     }
     if (name == "file-fetched") {
         const json& file = data.at("entry");

@@ -12,17 +12,17 @@ struct Rule
     const char* query; // selects a text for each row that breaks the rule
 };
 
-// Foreign keys guard the references between rows; they are checked separately.
+// Foreign keys guard the references between rows; they are checked separately. Each query runs on
+// every database.
 constexpr Rule rules[] = {
     {"its counter of ids is behind",
-     "SELECT 'farm ' || f.id FROM farms f WHERE f.last_resource < MAX("
-     " COALESCE((SELECT MAX(id) FROM projects WHERE farm_id = f.id), 0),"
-     " COALESCE((SELECT MAX(id) FROM inboxes WHERE farm_id = f.id), 0),"
-     " COALESCE((SELECT MAX(id) FROM files WHERE farm_id = f.id), 0))"},
+     "SELECT 'farm ' || f.id FROM farms f JOIN (SELECT farm_id, id FROM projects"
+     " UNION ALL SELECT farm_id, id FROM inboxes UNION ALL SELECT farm_id, id FROM files) AS used"
+     " ON used.farm_id = f.id GROUP BY f.id HAVING f.last_resource < MAX(used.id)"},
     {"an id that is used more than once",
      "SELECT 'id ' || id || ' of farm ' || farm_id FROM (SELECT farm_id, id FROM projects"
      " UNION ALL SELECT farm_id, id FROM inboxes UNION ALL SELECT farm_id, id FROM files)"
-     " GROUP BY farm_id, id HAVING COUNT(*) > 1"},
+     " AS used GROUP BY farm_id, id HAVING COUNT(*) > 1"},
     {"does not have its seven projects",
      "SELECT 'farm ' || f.id FROM farms f"
      " WHERE (SELECT COUNT(*) FROM projects WHERE farm_id = f.id) <> 7"},
@@ -43,20 +43,22 @@ constexpr Rule rules[] = {
      "SELECT 'user ' || id FROM users WHERE (role = 'admin') <> (farm_id IS NULL)"},
     {"belongs to a user of another farm",
      "SELECT 'inbox ' || i.id || ' of farm ' || i.farm_id FROM inboxes i"
-     " JOIN users u ON u.id = i.owner_id WHERE u.farm_id IS NOT i.farm_id"},
+     " JOIN users u ON u.id = i.owner_id WHERE u.farm_id IS NULL OR u.farm_id <> i.farm_id"},
     {"belongs to a user of another farm",
      "SELECT 'upload ' || p.id FROM uploads p JOIN users u ON u.id = p.user_id"
-     " WHERE u.farm_id IS NOT p.farm_id"},
+     " WHERE u.farm_id IS NULL OR u.farm_id <> p.farm_id"},
     {"its digest or its size is not valid",
      "SELECT 'file ' || id || ' of farm ' || farm_id FROM files WHERE LENGTH(sha256) <> 64"
-     " OR sha256 GLOB '*[^0-9a-f]*' OR size_bytes < 0"},
+     " OR LTRIM(sha256, '0123456789abcdef') <> '' OR size_bytes < 0"},
     {"files of one content have different sizes",
      "SELECT 'content ' || sha256 FROM files GROUP BY sha256"
      " HAVING MIN(size_bytes) <> MAX(size_bytes)"},
-    {"is finished without a digest, or has one without being finished",
+    {"is finished without a digest, or unfinished with a digest",
      "SELECT 'upload ' || id FROM uploads WHERE (finished = 1) <> (LENGTH(sha256) = 64)"},
     {"a file made by it has another content",
+     // The ids of an upload's files follow each other; so the index finds the files.
      "SELECT 'upload ' || p.id FROM uploads p JOIN files f ON f.farm_id = p.farm_id"
+     " AND f.id >= p.first_file AND f.id < p.first_file + LENGTH(p.files)"
      " AND ',' || p.files || ',' LIKE '%,' || f.id || ',%'"
      " WHERE p.finished = 1 AND (f.sha256 <> p.sha256 OR f.size_bytes <> p.length_bytes)"},
     {"its counters of files and bytes are wrong",
@@ -84,6 +86,16 @@ void forEachText(soci::session& sql, const char* query, Use use)
 
 } // namespace
 
+std::vector<std::string> checkRows(soci::session& sql)
+{
+    std::vector<std::string> wrong;
+    for (const Rule& rule : rules) {
+        forEachText(sql, rule.query,
+                    [&](const auto& text) { wrong.push_back(text + ": " + rule.wrong); });
+    }
+    return wrong;
+}
+
 std::vector<std::string> checkDatabase(soci::session& sql)
 {
     std::vector<std::string> wrong;
@@ -99,9 +111,8 @@ std::vector<std::string> checkDatabase(soci::session& sql)
                 "SELECT \"table\" || ' names a row of ' || \"parent\" || ' that does not exist'"
                 " FROM pragma_foreign_key_check",
                 [&](const auto& text) { wrong.push_back("database: " + text); });
-    for (const Rule& rule : rules) {
-        forEachText(sql, rule.query,
-                    [&](const auto& text) { wrong.push_back(text + ": " + rule.wrong); });
+    for (std::string& text : checkRows(sql)) {
+        wrong.push_back(std::move(text));
     }
     return wrong;
 }

@@ -11,6 +11,9 @@ class session;
 namespace kelvo::maintenance {
 
 /** Returns a line for each broken rule; empty if all is well. */
+std::vector<std::string> checkRows(soci::session& sql);
+
+/** As checkRows(); checks the pages and the references of a SQLite database too. */
 std::vector<std::string> checkDatabase(soci::session& sql);
 
 } // namespace kelvo::maintenance

@@ -1,6 +1,5 @@
 #include "service/maintenance/DatabaseCopy.h"
 
-#include "service/DataFolder.h"
 #include "service/base/Random.h"
 #include "service/maintenance/FileCopies.h"
 #include "service/store/Schema.h"
@@ -121,6 +120,19 @@ void makeOneFile(const fs::path& database)
     }
 }
 
+/** The files of a database that no service uses. */
+void copyUnused(const fs::path& from, const fs::path& to)
+{
+    copyFile(from, to);
+    for (const char* suffix : {companions[0], companions[1]}) {
+        if (fs::exists(besideDatabase(from, suffix))) {
+            copyFile(besideDatabase(from, suffix), besideDatabase(to, suffix));
+        }
+    }
+    makeOneFile(to);
+    syncFolder(to.parent_path());
+}
+
 } // namespace
 
 bool isInUse(const fs::path& dataFolder)
@@ -135,26 +147,31 @@ void copyDatabase(const fs::path& dataFolder, const fs::path& to)
         throw std::runtime_error("there is no database in " + dataFolder.string());
     }
     if (const auto lock = lockShared(dataFolder)) {
-        copyFile(from, to);
-        for (const char* suffix : {companions[0], companions[1]}) {
-            if (fs::exists(besideDatabase(from, suffix))) {
-                copyFile(besideDatabase(from, suffix), besideDatabase(to, suffix));
-            }
-        }
-    } else {
-        copyInUse(from, to);
+        copyUnused(from, to);
+        return;
     }
+    copyInUse(from, to);
     makeOneFile(to);
     syncFolder(to.parent_path());
 }
 
 DatabaseSnapshot::DatabaseSnapshot(const fs::path& dataFolder)
 {
+    openCopy([&dataFolder](const fs::path& to) { copyDatabase(dataFolder, to); });
+}
+
+DatabaseSnapshot::DatabaseSnapshot(const DataFolder& locked)
+{
+    openCopy([&locked](const fs::path& to) { copyUnused(locked.path() / databaseName, to); });
+}
+
+void DatabaseSnapshot::openCopy(const std::function<void(const fs::path& to)>& copy)
+{
     const fs::path folder = fs::temp_directory_path() / ("kelvo-snapshot-" + randomHex(8));
     fs::create_directory(folder);
     try {
         fs::permissions(folder, fs::perms::owner_all);
-        copyDatabase(dataFolder, folder / databaseName);
+        copy(folder / databaseName);
         session_ = store::makeSqliteCopy((folder / databaseName).string())->connect();
         requireSchema(*session_, true);
     } catch (...) {

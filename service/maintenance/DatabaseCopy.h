@@ -1,10 +1,12 @@
 // A consistent copy of a data folder's database, with or without a running service.
 #pragma once
 
+#include "service/DataFolder.h"
 #include "service/base/Files.h"
 #include "service/store/Dialect.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 
 namespace soci {
@@ -40,6 +42,9 @@ public:
      * program.
      */
     explicit DatabaseSnapshot(const std::filesystem::path& dataFolder);
+
+    /** Of a folder that the caller has locked. */
+    explicit DatabaseSnapshot(const DataFolder& locked);
     ~DatabaseSnapshot();
     DatabaseSnapshot(const DatabaseSnapshot&) = delete;
     DatabaseSnapshot& operator=(const DatabaseSnapshot&) = delete;
@@ -47,6 +52,8 @@ public:
     soci::session& sql() const { return *session_; }
 
 private:
+    void openCopy(const std::function<void(const std::filesystem::path& to)>& copy);
+
     std::unique_ptr<soci::session> session_;
 };
 

@@ -21,12 +21,12 @@ namespace {
 
 constexpr std::size_t chunkBytes = std::size_t{1024} * 1024;
 
-[[noreturn]] void throwCannotRead(const char* what)
+}
+
+void throwCannotRead(const char* what)
 {
     throw CannotRead(errno, std::generic_category(), what);
 }
-
-} // namespace
 
 CopiedFile copyFile(const fs::path& from, const fs::path& to)
 {

@@ -14,17 +14,21 @@ struct CopiedFile
     std::uint64_t sizeBytes = 0;
 };
 
-/** The source of a copy is missing or cannot be read. The target has been removed. */
+/** The source of a copy is missing or cannot be read. */
 class CannotRead : public std::system_error
 {
 public:
     using std::system_error::system_error;
 };
 
+/** Throws CannotRead with errno. */
+[[noreturn]] void throwCannotRead(const char* what);
+
 /**
  * Copies a regular file that may grow or be removed meanwhile: the copy ends where the read finds
  * the end. The copy has the source's mode and is on the disk, but its name is not: sync its folder.
- * Throws CannotRead; for the target std::system_error, also if `to` exists.
+ * Throws CannotRead after it has removed the target; for the target std::system_error, also if `to`
+ * exists.
  */
 CopiedFile copyFile(const std::filesystem::path& from, const std::filesystem::path& to);
 

@@ -1,13 +1,17 @@
 #include "service/maintenance/MaintenanceCommands.h"
 
 #include "service/DataFolder.h"
+#include "service/OpenDatabase.h"
 #include "service/ServiceClock.h"
 #include "service/ServiceState.h"
 #include "service/base/Clock.h"
 #include "service/base/Files.h"
+#include "service/base/Log.h"
 #include "service/base/Time.h"
 #include "service/maintenance/Backup.h"
 #include "service/maintenance/DatabaseCopy.h"
+#include "service/maintenance/FleetVerify.h"
+#include "service/maintenance/Move.h"
 #include "service/maintenance/Owner.h"
 #include "service/maintenance/Restore.h"
 #include "service/maintenance/Verify.h"
@@ -35,15 +39,33 @@ void requireDatabase(const std::filesystem::path& folder)
     }
 }
 
-VerifyReport verifyOrRefuse(const std::filesystem::path& folder,
-                            const std::optional<ContentsPlace>& place)
+/** The database of several instances; empty: the folder has the database. */
+std::string serverFor(const VerifyOptions& options)
 {
+    if (options.database.isOnServer()) {
+        return options.database.url;
+    }
+    return isOnServer(options.dataFolder) ? serverOf(options.dataFolder) : "";
+}
+
+VerifyReport verifyOrRefuse(const VerifyOptions& options)
+{
+    const std::string server = serverFor(options);
+    if (server.empty()) {
+        requireDatabase(options.dataFolder);
+    } else if (!options.contents) {
+        throw StartRefused("give the bucket of the contents with --contents");
+    }
     try {
-        return verify(folder, place);
+        Progress progress;
+        return server.empty() ? verify(options.dataFolder, options.contents)
+                              : verifyFleet(server, *options.contents, progress);
     } catch (const StartRefused&) {
         throw;
     } catch (const std::exception& error) {
-        throw StartRefused(folder.string() + " cannot be checked: " + error.what());
+        throw StartRefused(
+            (server.empty() ? options.dataFolder.string() : "the database on the server") +
+            " cannot be checked: " + error.what());
     }
 }
 
@@ -78,8 +100,7 @@ int report(const char* done, const CopyReport& report)
 
 int runVerify(const VerifyOptions& options)
 {
-    requireDatabase(options.dataFolder);
-    const VerifyReport report = verifyOrRefuse(options.dataFolder, options.contents);
+    const VerifyReport report = verifyOrRefuse(options);
     printAll("damaged", report.damages);
     printAll("leftover", report.leftovers);
     if (report.serviceRuns) {
@@ -94,6 +115,7 @@ int runVerify(const VerifyOptions& options)
 
 int runBackup(const BackupOptions& options)
 {
+    requireOwnDatabase(options.dataFolder);
     const CopyReport copied = backUp(options.dataFolder, options.to);
     rememberBackup(options.dataFolder);
     return report("backed up", copied);
@@ -101,12 +123,44 @@ int runBackup(const BackupOptions& options)
 
 int runRestore(const RestoreOptions& options)
 {
+    if (options.database.isOnServer()) {
+        const long long farms = leaveGapOnServer(options.database.url);
+        std::printf("restored the numbers of %lld farms\n", farms);
+        return 0;
+    }
+    requireOwnDatabase(options.dataFolder);
     return report("restored", restore(options.from, options.dataFolder, options.force));
+}
+
+int runMigrate(const MigrateOptions& options)
+{
+    startLog("warning");
+    Progress progress;
+    const MoveReport report =
+        moveService(options.from, options.database.url, options.contents, progress);
+    progress.end();
+    printAll("damaged", report.damages);
+    if (!report.damages.empty()) {
+        std::printf("not moved: %zu damaged\n", report.damages.size());
+        return damaged;
+    }
+    if (report.hadMoved) {
+        std::printf("the service had moved already\n");
+        return 0;
+    }
+    std::printf("moved %llu contents, %llu bytes, %llu rows of %llu tables\n",
+                static_cast<unsigned long long>(report.contents),
+                static_cast<unsigned long long>(report.bytes),
+                static_cast<unsigned long long>(report.rows),
+                static_cast<unsigned long long>(report.tables));
+    return 0;
 }
 
 int runClockConfirm(const ClockConfirmOptions& options)
 {
-    requireDatabase(options.dataFolder);
+    if (!isOnServer(options.dataFolder)) {
+        requireDatabase(options.dataFolder);
+    }
     const std::int64_t now = SystemClock().nowMs();
     const auto file = options.dataFolder / confirmationName;
     replaceFile(file, std::to_string(now), 0600);

@@ -12,6 +12,7 @@ namespace kelvo::maintenance {
 int runVerify(const VerifyOptions& options);
 int runBackup(const BackupOptions& options);
 int runRestore(const RestoreOptions& options);
+int runMigrate(const MigrateOptions& options);
 
 /**
  * Prints the answer of the running service to /readyz. Returns 1 if the service is not ready.

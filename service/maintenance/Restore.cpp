@@ -45,21 +45,28 @@ void requireBackup(const fs::path& from)
 
 /**
  * After the gap, event cursors from after the backup are too old, so their clients start again with
- * a snapshot. Ids from after the backup are not used again.
+ * a snapshot. Ids from after the backup are not used again. Call it in a transaction.
  */
-void leaveGap(const fs::path& database)
+void leaveGap(soci::session& sql)
+{
+    const std::string gap = std::to_string(idGap);
+    const std::string most = std::to_string(store::largestId);
+    sql << "UPDATE farms SET last_resource = CASE WHEN last_resource >= " + most +
+               " THEN last_resource WHEN last_resource + " + gap + " > " + most + " THEN " + most +
+               " ELSE last_resource + " + gap + " END, last_event = last_event + " + gap +
+               ", pruned_event = last_event + " + gap + ", kept_events = 0";
+    sql << "DELETE FROM events";
+    sql << "UPDATE counters SET value = value + " + std::to_string(counterGap);
+}
+
+void prepareDatabase(const fs::path& database)
 {
     const auto dialect = store::makeSqliteCopy(database.string());
     const auto session = dialect->connect();
     store::migrate(*session, *dialect);
     soci::session& sql = *session;
-    const long long largest = store::largestId;
-    sql << dialect->beginWrite();
-    sql << "UPDATE farms SET last_resource = MAX(last_resource, MIN(last_resource + :gap, :most)),"
-           " last_event = last_event + :gap2, pruned_event = last_event + :gap3, kept_events = 0",
-        soci::use(idGap), soci::use(largest), soci::use(idGap), soci::use(idGap);
-    sql << "DELETE FROM events";
-    sql << "UPDATE counters SET value = value + :gap", soci::use(counterGap);
+    dialect->beginWrite(sql, {store::Scope::all()});
+    leaveGap(sql);
     sql << "UPDATE contents_place SET place = '' WHERE place LIKE 'file:%'"; // they are copied
     sql << "COMMIT";
 }
@@ -115,7 +122,7 @@ CopyReport copyAll(const fs::path& from, const fs::path& to)
         }
     }
     copyFile(from / databaseName, to / databaseName);
-    leaveGap(to / databaseName);
+    prepareDatabase(to / databaseName);
     reportMissing(to, report);
     return report;
 }
@@ -146,6 +153,20 @@ CopyReport restore(const fs::path& from, const fs::path& dataFolder, bool force)
         fs::remove_all(part, ignored);
         throw;
     }
+}
+
+long long leaveGapOnServer(const std::string& server)
+{
+    const auto dialect = store::makePostgresql(server);
+    const auto session = dialect->connect();
+    requireSchema(*session, true);
+    const std::string transaction = dialect->beginWrite(*session, {store::Scope::all()});
+    *session << "SET LOCAL statement_timeout = 0"; // a fleet has many events
+    leaveGap(*session);
+    long long farms = 0;
+    *session << "SELECT COUNT(*) FROM farms", soci::into(farms);
+    dialect->commit(*session, transaction, {});
+    return farms;
 }
 
 } // namespace kelvo::maintenance

@@ -1,5 +1,7 @@
 #include "service/maintenance/StoreFiles.h"
 
+#include "service/base/Names.h"
+#include "service/store/Bind.h"
 #include "service/store/PlaceTable.h"
 
 #include <soci/soci.h>
@@ -11,19 +13,60 @@ namespace kelvo::maintenance {
 
 namespace fs = std::filesystem;
 
-std::vector<WantedContent> wantedContents(soci::session& sql)
+namespace {
+
+/** Older names may hold characters that hide or reorder what a terminal shows. */
+std::string shownName(const std::string& name)
+{
+    std::string text;
+    for (std::size_t at = 0; at < name.size();) {
+        const std::size_t control = controlBytes(name, at);
+        text += control > 0 ? '?' : name[at];
+        at += std::max<std::size_t>(control, 1);
+    }
+    return '"' + text + '"';
+}
+
+} // namespace
+
+std::vector<WantedContent> wantedContents(soci::session& sql, const std::string& after, int most)
 {
     WantedContent row;
+    long long id = 0;
+    long long farm = 0;
+    long long files = 0;
+    std::string name;
+    std::string farmName;
     std::vector<WantedContent> all;
     soci::statement query =
-        (sql.prepare << "SELECT sha256, size_bytes, 'file ' || MIN(id) || ' of farm ' || farm_id"
-                        " FROM files GROUP BY sha256 ORDER BY sha256",
-         soci::into(row.sha256), soci::into(row.sizeBytes), soci::into(row.firstFile));
+        (sql.prepare << "SELECT sha256, size_bytes, id, name, farm_id, farm, files FROM"
+                        " (SELECT f.sha256, f.size_bytes, f.id, f.name, f.farm_id,"
+                        " COALESCE(m.name, '') AS farm, ROW_NUMBER() OVER (PARTITION BY f.sha256"
+                        " ORDER BY f.farm_id, f.id) AS place,"
+                        " COUNT(*) OVER (PARTITION BY f.sha256) AS files"
+                        " FROM files f LEFT JOIN farms m ON m.id = f.farm_id"
+                        " WHERE f.sha256 > :after) AS uses"
+                        " WHERE place = 1 ORDER BY sha256 LIMIT :most",
+         soci::into(row.sha256), soci::into(row.sizeBytes), soci::into(id), soci::into(name),
+         soci::into(farm), soci::into(farmName), soci::into(files), store::use(after),
+         store::use(most));
     query.execute();
     while (query.fetch()) {
+        row.firstFile = "file " + std::to_string(id) + " " + shownName(name) + " of farm " +
+                        std::to_string(farm) + " " + shownName(farmName) +
+                        (files > 1 ? " and " + std::to_string(files - 1) + " more" : "");
         all.push_back(row);
     }
     return all;
+}
+
+ContentTotals contentTotals(soci::session& sql)
+{
+    ContentTotals totals;
+    sql << "SELECT COUNT(*), CAST(COALESCE(SUM(size_bytes), 0) AS BIGINT) FROM"
+           " (SELECT MIN(size_bytes) AS size_bytes FROM files GROUP BY sha256) AS contents",
+        soci::into(totals.contents), soci::into(totals.bytes);
+    return totals;
 }
 
 std::vector<OpenUpload> openUploads(soci::session& sql)

@@ -1,7 +1,8 @@
-// The files in a data folder that the database refers to.
+// The contents and uploads that the database refers to, and their files in a data folder.
 #pragma once
 
 #include <filesystem>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,13 @@ struct WantedContent
 {
     std::string sha256;
     long long sizeBytes = 0;
-    std::string firstFile; // "file 55 of farm 1"
+    std::string firstFile; // such as: file 55 "field.zip" of farm 1 "Hill Farm"
+};
+
+struct ContentTotals
+{
+    long long contents = 0;
+    long long bytes = 0;
 };
 
 /** An unfinished upload. */
@@ -26,8 +33,16 @@ struct OpenUpload
     long long lengthBytes = 0;
 };
 
-/** In the order of the digests. */
-std::vector<WantedContent> wantedContents(soci::session& sql);
+/** A list of all contents of a fleet may not fit into memory. */
+inline constexpr int contentsPerPage = 1000;
+
+/** In the order of the digests, after the digest `after`, at most `most`. */
+std::vector<WantedContent> wantedContents(soci::session& sql, const std::string& after = {},
+                                          int most = std::numeric_limits<int>::max());
+
+/** Of all wanted contents. */
+ContentTotals contentTotals(soci::session& sql);
+
 std::vector<OpenUpload> openUploads(soci::session& sql);
 
 /** The recorded place of the contents, as ContentsPlace::name(). The schema may be older. */

@@ -4,7 +4,7 @@
 #include "service/base/Clock.h"
 #include "service/base/FileStatus.h"
 #include "service/content/FileStamp.h"
-#include "service/maintenance/ChunkChecks.h"
+#include "service/maintenance/BucketChecks.h"
 #include "service/maintenance/DatabaseChecks.h"
 #include "service/maintenance/DatabaseCopy.h"
 #include "service/maintenance/StoreFiles.h"
@@ -30,8 +30,12 @@ class Inspection
 public:
     /** `bucket`: null without an option for the contents. */
     Inspection(const fs::path& folder, objects::Bucket* bucket, const std::string& bucketName,
-               std::set<std::string>& right)
-        : folder_(folder), bucket_(bucket), bucketName_(bucketName), verified_(right)
+               std::set<std::string>& right, Progress& progress)
+        : folder_(folder),
+          bucket_(bucket),
+          bucketName_(bucketName),
+          verified_(right),
+          progress_(progress)
     {}
 
     VerifyReport run()
@@ -57,13 +61,18 @@ private:
         const std::string place = placeOfContents(snapshot.sql());
         requirePlace(place);
         if (bucket_ != nullptr) {
-            checkBucket(snapshot.sql());
+            const auto read = [&snapshot](const auto& query) { query(snapshot.sql()); };
+            BucketChecks(read, *bucket_, progress_).run(report_, &verified_);
             return;
         }
         root_ = contentsRoot(place, folder_);
         const auto contents = wantedContents(snapshot.sql());
+        const ContentTotals totals = contentTotals(snapshot.sql());
+        progress_.begin("contents checked", static_cast<std::uint64_t>(totals.contents),
+                        static_cast<std::uint64_t>(totals.bytes));
         for (const WantedContent& content : contents) {
             check(content);
+            progress_.add(1, static_cast<std::uint64_t>(content.sizeBytes));
         }
         findUnwanted(contents);
         checkUploads(openUploads(snapshot.sql()));
@@ -74,28 +83,6 @@ private:
         if (place != bucketName_ && (bucket_ != nullptr || place.starts_with("s3:"))) {
             throw StartRefused("the contents are in " + (place.empty() ? "a folder" : place) +
                                ": correct the option --contents");
-        }
-    }
-
-    void checkBucket(soci::session& sql)
-    {
-        for (const WantedContent& content : wantedContents(sql)) {
-            ++report_.contents;
-            if (!verified_.contains(content.sha256)) {
-                const std::string found = damageOfContent(sql, *bucket_, content);
-                if (!found.empty()) {
-                    damage("content " + content.sha256 + " (" + content.firstFile + "): " + found);
-                    continue;
-                }
-                verified_.insert(content.sha256);
-            }
-            report_.bytes += static_cast<std::uint64_t>(content.sizeBytes);
-        }
-        for (const OpenUpload& upload : openUploads(sql)) {
-            const std::string found = damageOfUpload(sql, *bucket_, upload);
-            if (!found.empty()) {
-                damage("upload " + upload.id + ": " + found);
-            }
         }
     }
 
@@ -170,6 +157,7 @@ private:
     const std::string& bucketName_;   // as the database records it
     fs::path root_;                   // of contents and uploads in a folder
     std::set<std::string>& verified_; // digests of checked contents; contents never change
+    Progress& progress_;
     VerifyReport report_;
 };
 
@@ -186,12 +174,13 @@ VerifyReport verify(const fs::path& dataFolder, const std::optional<ContentsPlac
     const std::string name = place ? place->name(dataFolder) : "";
     std::set<std::string> right;
     bool runs = isInUse(dataFolder);
-    VerifyReport report = Inspection(dataFolder, used, name, right).run();
+    Progress progress;
+    VerifyReport report = Inspection(dataFolder, used, name, right, progress).run();
     runs = isInUse(dataFolder) || runs;
     if (runs && !report.damages.empty()) {
         // A content that the service removed after the database was copied is missing in one pass
         // only.
-        VerifyReport again = Inspection(dataFolder, used, name, right).run();
+        VerifyReport again = Inspection(dataFolder, used, name, right, progress).run();
         std::erase_if(again.damages, [&report](const std::string& damage) {
             return std::find(report.damages.begin(), report.damages.end(), damage) ==
                    report.damages.end();

@@ -24,10 +24,10 @@ struct VerifyReport
 
 /**
  * Reads everything and writes nothing there. Beside a running service a damage counts only if two
- * passes find it, because the service may remove files between. `place` is needed if the contents
- * are in a bucket; then all their chunks are read. Throws StartRefused if the schema is not the
- * schema of this program or the contents are in another place, std::exception if the check is not
- * possible.
+ * passes find it, because the service may remove files between the passes. `place` is needed if the
+ * contents are in a bucket; then all their chunks are read. Throws StartRefused if the schema is
+ * not the schema of this program or the contents are in another place, std::exception if the check
+ * is not possible.
  */
 VerifyReport verify(const std::filesystem::path& dataFolder,
                     const std::optional<ContentsPlace>& place = std::nullopt);

@@ -79,6 +79,9 @@ public:
     /** From now on a call tries this often, also a running call. 0: calls fail at once. */
     void limitAttempts(int most) { mostAttempts_ = most; }
 
+    /** Whether limitAttempts() makes calls fail that would succeed later. */
+    bool isLimited() const { return mostAttempts_ < policy_.attempts; }
+
     const Traffic& traffic() const { return traffic_; }
 
 private:

@@ -33,8 +33,8 @@ struct Answer
     unsigned status = 0; // 0: no answer; see `failure`
     std::string body;
     std::string contentRange;
-    std::int64_t lengthBytes = -1; // of the body, also after HEAD; -1: not told
-    std::string failure;           // libcurl's words
+    std::int64_t lengthBytes = -1; // of the body, also after HEAD; -1: unknown
+    std::string failure;           // the error text of libcurl
     bool isRetryable = false;      // whether another attempt may succeed without an answer
 };
 

@@ -1,6 +1,7 @@
 #include "service/store/AuditTable.h"
 
 #include "service/base/Log.h"
+#include "service/store/Bind.h"
 #include "service/store/PartQuery.h"
 
 #include <soci/soci.h>
@@ -8,7 +9,6 @@
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 namespace {
 
@@ -16,20 +16,29 @@ namespace {
  */
 constexpr int mostDeleted = 100;
 
-/** Returns the next number of the share. Deletes the oldest entries of a full share. */
-long long takeNumber(soci::session& sql, Id farm, int share, long long most)
+long long nextNumber(soci::session& sql, Id farm, int share)
 {
-    sql << "INSERT INTO audit_shares (farm_id, share, last_number) VALUES (:farm, :share, 1)"
-           " ON CONFLICT (farm_id, share) DO UPDATE SET last_number = audit_shares.last_number + 1",
-        use(farm), use(share);
     long long number = 0;
-    sql << "SELECT last_number FROM audit_shares WHERE farm_id = :farm AND share = :share",
+    sql << "INSERT INTO audit_shares (farm_id, share, last_number) VALUES (:farm, :share, 1)"
+           " ON CONFLICT (farm_id, share) DO UPDATE SET last_number = audit_shares.last_number + 1"
+           " RETURNING last_number",
         into(number), use(farm), use(share);
-    const long long upTo = number - most;
+    return number;
+}
+
+void addEntry(soci::session& sql, const AuditEntry& entry, int share, long long number)
+{
+    sql << "INSERT INTO audit (id, at_ms, action, outcome, address, actor_id, actor_name, farm_id,"
+           " object_kind, object_id, object_name, share, number) VALUES (:id, :at, :action,"
+           " :outcome, :address, :actor, :actor_name, :farm, :kind, :object, :object_name, :share,"
+           " :number)",
+        use(entry.id), use(entry.atMs), use(entry.action), use(entry.outcome), use(entry.address),
+        use(entry.actor), use(entry.actorName), use(entry.farm), use(entry.objectKind),
+        use(entry.object), use(entry.objectName), use(share), use(number);
+    const long long upTo = number - entry.mostOfShare;
     sql << "DELETE FROM audit WHERE id IN (SELECT id FROM audit WHERE farm_id = :farm"
            " AND share = :share AND number <= :upTo ORDER BY number LIMIT :most)",
-        use(farm), use(share), use(upTo), use(mostDeleted);
-    return number;
+        use(entry.farm), use(share), use(upTo), use(mostDeleted);
 }
 
 } // namespace
@@ -57,20 +66,28 @@ long long AuditLimits::of(EAuditShare share) const
 
 void addAudit(Transaction& transaction, AuditEntry entry, const AuditLimits& limits)
 {
-    soci::session& sql = transaction.sql;
-    const EAuditShare kind = shareOf(entry);
-    const int share = static_cast<int>(kind);
-    const long long number = takeNumber(sql, entry.farm, share, limits.of(kind));
-    sql << "UPDATE counters SET value = value + 1 WHERE name = 'audit'";
-    sql << "SELECT value FROM counters WHERE name = 'audit'", into(entry.id);
-    sql << "INSERT INTO audit (id, at_ms, action, outcome, address, actor_id, actor_name, farm_id,"
-           " object_kind, object_id, object_name, share, number) VALUES (:id, :at, :action,"
-           " :outcome, :address, :actor, :actor_name, :farm, :kind, :object, :object_name, :share,"
-           " :number)",
-        use(entry.id), use(entry.atMs), use(entry.action), use(entry.outcome), use(entry.address),
-        use(entry.actor), use(entry.actorName), use(entry.farm), use(entry.objectKind),
-        use(entry.object), use(entry.objectName), use(share), use(number);
+    for (const std::string* text : {&entry.action, &entry.outcome, &entry.address, &entry.actorName,
+                                    &entry.objectKind, &entry.objectName}) {
+        noteText(*text);
+    }
+    entry.mostOfShare = limits.of(shareOf(entry));
     transaction.audit.push_back(std::move(entry));
+}
+
+void storeEntries(soci::session& sql, std::vector<AuditEntry> entries)
+{
+    std::vector<long long> numbers;
+    for (const AuditEntry& entry : entries) {
+        numbers.push_back(nextNumber(sql, entry.farm, static_cast<int>(shareOf(entry))));
+    }
+    const auto count = static_cast<long long>(entries.size());
+    Id last = 0;
+    sql << "UPDATE counters SET value = value + :count WHERE name = 'audit' RETURNING value",
+        into(last), use(count);
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        entries[i].id = last - count + 1 + static_cast<long long>(i);
+        addEntry(sql, entries[i], static_cast<int>(shareOf(entries[i])), numbers[i]);
+    }
 }
 
 void logEntry(const AuditEntry& entry)

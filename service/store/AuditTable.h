@@ -7,6 +7,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kelvo::store {
 
@@ -29,8 +30,14 @@ struct AuditLimits
     long long of(EAuditShare share) const;
 };
 
-/** Appends an entry with the next id. The log gets it after the commit. */
+/**
+ * Appends an entry. The trail gets it before the commit, so queries of the same change do not find
+ * it. The log gets it after the commit.
+ */
 void addAudit(Transaction& transaction, AuditEntry entry, const AuditLimits& limits = {});
+
+/** Gives the entries the next ids and adds them to the trail. For addAudit(). */
+void storeEntries(soci::session& sql, std::vector<AuditEntry> entries);
 
 /** Writes the entry to the log. addAudit() does so after the commit. */
 void logEntry(const AuditEntry& entry);

@@ -1,5 +1,6 @@
 #include "service/store/ChunkTable.h"
 
+#include "service/store/Bind.h"
 #include "service/store/FileTable.h"
 
 #include <soci/soci.h>
@@ -7,7 +8,6 @@
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 namespace {
 
@@ -90,15 +90,13 @@ std::optional<Received> receivedPart(soci::session& sql, const std::string& uplo
 
 Received takeOver(Transaction& transaction, const std::string& upload)
 {
-    soci::statement change =
-        (transaction.sql.prepare << "UPDATE received SET epoch = epoch + 1 WHERE upload = :upload",
-         use(upload));
-    if (!changesARow(change)) {
-        transaction.sql << "INSERT INTO received (upload, size_bytes, epoch, digest_state)"
-                           " VALUES (:upload, 0, 1, '')",
-            use(upload);
-    }
-    return receivedPart(transaction.sql, upload).value();
+    Received taken;
+    transaction.sql << "INSERT INTO received (upload, size_bytes, epoch, digest_state)"
+                       " VALUES (:upload, 0, 1, '')"
+                       " ON CONFLICT (upload) DO UPDATE SET epoch = received.epoch + 1"
+                       " RETURNING size_bytes, epoch, digest_state",
+        into(taken.sizeBytes), into(taken.epoch), into(taken.digestState), use(upload);
+    return taken;
 }
 
 void announceObject(Transaction& transaction, const std::string& key, long long nowMs)
@@ -154,10 +152,10 @@ bool adoptChunks(Transaction& transaction, const std::string& upload, const Rece
     if (!changesARow(check)) {
         return false;
     }
-    if (!contentSize(transaction.sql, sha256)) {
-        transaction.sql << "INSERT INTO contents (sha256, size_bytes) VALUES (:sha, :size)",
-            use(sha256), use(received.sizeBytes);
-    }
+    // Farms may receive equal contents at the same time: also a row that exists is locked here.
+    transaction.sql << "INSERT INTO contents (sha256, size_bytes) VALUES (:sha, :size)"
+                       " ON CONFLICT (sha256) DO UPDATE SET size_bytes = excluded.size_bytes",
+        use(sha256), use(received.sizeBytes);
     // The old chunks of an equal content may be damaged or missing.
     doomContentChunks(transaction, sha256, nowMs);
     transaction.sql << "INSERT INTO content_chunks (content, start_byte, size_bytes,"
@@ -196,7 +194,33 @@ std::optional<Chunk> chunkIn(soci::session& sql, const std::string& rows, const 
     return sql.got_data() && chunk.holds(offset) ? std::optional(chunk) : std::nullopt;
 }
 
+/** `rows`: a table and the condition for its owner, with the name :owner. */
+std::vector<Chunk> chunksIn(soci::session& sql, const std::string& rows, const std::string& owner)
+{
+    Chunk chunk;
+    std::vector<Chunk> chunks;
+    soci::statement query =
+        (sql.prepare << "SELECT object_key, start_byte, size_bytes, sha256 FROM " + rows +
+                            " ORDER BY start_byte",
+         into(chunk.key), into(chunk.start), into(chunk.sizeBytes), into(chunk.sha256), use(owner));
+    query.execute();
+    while (query.fetch()) {
+        chunks.push_back(chunk);
+    }
+    return chunks;
+}
+
 } // namespace
+
+std::vector<Chunk> chunksOfContent(soci::session& sql, const std::string& sha256)
+{
+    return chunksIn(sql, "content_chunks WHERE content = :owner", sha256);
+}
+
+std::vector<Chunk> chunksOfUpload(soci::session& sql, const std::string& upload)
+{
+    return chunksIn(sql, "upload_chunks WHERE upload = :owner", upload);
+}
 
 std::optional<Chunk> chunkAt(soci::session& sql, const std::string& sha256, long long offset)
 {
@@ -229,6 +253,13 @@ std::vector<std::string> orphanedUploads(soci::session& sql)
                        " WHERE uploads.id = received.upload AND uploads.finished = 0) LIMIT 1000");
 }
 
+std::string someObject(soci::session& sql)
+{
+    std::string key;
+    sql << "SELECT object_key FROM content_chunks LIMIT 1", into(key);
+    return key;
+}
+
 StoredChunks storedChunks(soci::session& sql)
 {
     StoredChunks stored;
@@ -246,8 +277,9 @@ std::vector<std::string> condemnObjects(Transaction& transaction, long long befo
     std::vector<std::string> keys;
     soci::statement query =
         (transaction.sql.prepare
-             << "SELECT object_key FROM doomed WHERE condemned = 1 ORDER BY since_ms LIMIT :most",
-         into(key), use(most));
+             << "SELECT object_key FROM doomed WHERE condemned = 1 AND since_ms < :before"
+                " ORDER BY since_ms LIMIT :most",
+         into(key), use(beforeMs), use(most));
     query.execute();
     while (query.fetch()) {
         keys.push_back(key);
@@ -258,6 +290,12 @@ std::vector<std::string> condemnObjects(Transaction& transaction, long long befo
 void forgetObject(Transaction& transaction, const std::string& key)
 {
     transaction.sql << "DELETE FROM doomed WHERE object_key = :key", use(key);
+}
+
+void postponeObject(Transaction& transaction, const std::string& key, long long nowMs)
+{
+    transaction.sql << "UPDATE doomed SET since_ms = :now WHERE object_key = :key", use(nowMs),
+        use(key);
 }
 
 } // namespace kelvo::store

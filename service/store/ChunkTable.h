@@ -69,6 +69,10 @@ void dropReceived(Transaction& transaction, const std::string& upload, long long
 
 std::optional<long long> contentSize(soci::session& sql, const std::string& sha256);
 
+/** All chunks, in order. */
+std::vector<Chunk> chunksOfContent(soci::session& sql, const std::string& sha256);
+std::vector<Chunk> chunksOfUpload(soci::session& sql, const std::string& upload);
+
 /** The chunk that holds this byte of the content. */
 std::optional<Chunk> chunkAt(soci::session& sql, const std::string& sha256, long long offset);
 
@@ -80,6 +84,9 @@ std::vector<std::string> unusedContents(soci::session& sql);
 
 /** Received parts without an unfinished upload, at most a thousand. */
 std::vector<std::string> orphanedUploads(soci::session& sql);
+
+/** The key of an object of a content; empty: none. */
+std::string someObject(soci::session& sql);
 
 struct StoredChunks
 {
@@ -98,5 +105,8 @@ std::vector<std::string> condemnObjects(Transaction& transaction, long long befo
 
 /** Call after the condemned object was removed. */
 void forgetObject(Transaction& transaction, const std::string& key);
+
+/** Call if a condemned object cannot be removed: it counts as doomed from now on. */
+void postponeObject(Transaction& transaction, const std::string& key, long long nowMs);
 
 } // namespace kelvo::store

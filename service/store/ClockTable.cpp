@@ -1,11 +1,12 @@
 #include "service/store/ClockTable.h"
 
+#include "service/store/Bind.h"
+
 #include <soci/soci.h>
 
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 ClockRecord clockRecord(soci::session& sql)
 {

@@ -1,5 +1,6 @@
 #include "service/store/ConsoleTable.h"
 
+#include "service/store/Bind.h"
 #include "service/store/Errors.h"
 #include "service/store/EventTable.h"
 #include "service/store/PartQuery.h"
@@ -11,7 +12,6 @@
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 namespace {
 
@@ -39,8 +39,8 @@ Id addConsole(Transaction& transaction, const User& user, const std::string& ide
         throw TooManyReported();
     }
     Id id = 0;
-    sql << "UPDATE counters SET value = value + 1 WHERE name = 'consoles'";
-    sql << "SELECT value FROM counters WHERE name = 'consoles'", into(id);
+    sql << "UPDATE counters SET value = value + 1 WHERE name = 'consoles' RETURNING value",
+        into(id);
     if (id > largestId) {
         throw OutOfIds();
     }

@@ -21,9 +21,10 @@ inline constexpr long long maxConsolesOfAUser = 250;
 
 /**
  * Binds the session to the console that it reports for, and returns the console. A hardware address
- * identifies the console, for all its users. Without an address the session stays at its console;
- * if it has none, its user identifies the console. Adds an unknown console. The session's user
- * becomes the console's operator. Throws TooManyReported if a new console exceeds the limit.
+ * identifies the console, for all its users. Without an address the session stays at its console.
+ * If the session has no console yet, its user identifies the console. Adds an unknown console. The
+ * session's user becomes the console's operator. Throws TooManyReported if a new console exceeds
+ * the limit.
  */
 Id bindConsole(Transaction& transaction, const Session& session,
                const std::string& hardwareAddress);

@@ -1,81 +1,92 @@
-// Transactions on the database: one writer, several readers, commits in groups.
+// Transactions on the database: writers, readers, commits in groups.
 #pragma once
 
 #include "service/base/WorkPool.h"
+#include "service/store/Bind.h"
+#include "service/store/Change.h"
 #include "service/store/Dialect.h"
-#include "service/store/Records.h"
+#include "service/store/WriteQueue.h"
+#include "service/store/Writer.h"
 
-#include <condition_variable>
+#include <soci/error.h>
+
+#include <deque>
 #include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
+#include <string>
 #include <thread>
 #include <type_traits>
 #include <vector>
 
 namespace kelvo::store {
 
-/** The objects of a writing transaction. */
-struct Transaction
-{
-    soci::session& sql;
-    std::vector<Event> events;     // appended by addEvent(), published after the commit
-    std::vector<AuditEntry> audit; // appended by addAudit(), logged after the commit
-};
-
 /**
  * Owns all database connections.
  *
  * Thread: read and write may be awaited on any I/O thread. Their functions run on the store's
- * threads, all writing functions on one thread. The ...Now forms block the caller; they are for
- * start-up, clean-up and tests.
+ * threads. Writing functions with different scopes may run at the same time; a function without a
+ * scope runs alone. The ...Now forms block the caller; they are for start-up, clean-up and tests.
  *
  * Errors: the functions' exceptions, the errors of Errors.h, and std::runtime_error for a failing
  * database, without statements and values in its text. If a function throws, its changes are rolled
  * back; after CommitInDoubt the changes may be committed or not. If another program locks the
- * database, a call waits some seconds and then throws StoreBusy. A returned `write` is durable
- * unless it asks for EDurability::Later.
- * A function may run more than once; only its last run counts.
+ * database, or the connection is lost, a call waits some seconds and then throws StoreBusy. The
+ * next call connects again. A returned `write` is durable unless it asks for EDurability::Later.
+ * A function may run more than once; only its last run counts. After finish() has begun, a writing
+ * call throws StoreClosed.
  * Retry: safe after each error but CommitInDoubt. After CommitInDoubt the change may be there: only
  * a change with a unique key may be repeated.
  */
 class Database
 {
 public:
-    using CommitListener = std::function<void(const std::vector<Event>& events)>;
-    using DoubtListener = std::function<void(const std::set<Id>& farms)>;
-
-    /** Migrates the schema. Throws SchemaTooNew, StoreBusy. */
+    /** Migrates the schema. Throws SchemaTooNew, SchemaInUse, StoreBusy. */
     explicit Database(std::unique_ptr<Dialect> dialect, unsigned readers = 2);
-    ~Database();
+    ~Database(); // as finish()
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    /** Called on the writer's thread after each commit with events. Set before the first write. */
-    void onCommit(CommitListener listener) { commitListener_ = std::move(listener); }
-
     /**
-     * Called on the writer's thread after a commit in doubt, with the farms whose logs may have new
-     * events. Set before the first write.
+     * Waits for the functions that run or are queued. Their callers' executors must still exist. No
+     * read may start any more. Blocks as long as the disk.
      */
-    void onDoubt(DoubtListener listener) { doubtListener_ = std::move(listener); }
+    void finish();
 
     /**
-     * Called on the writer's thread if the disk is full. If `makeRoom` returns true, the changes of
-     * the commit run again. Set before the first write.
+     * Called on a writer's thread after each commit with events. The events of one farm come in the
+     * order of their ids. Set before the first write, as the other functions here.
      */
-    void onFull(std::function<bool()> makeRoom) { makeRoom_ = std::move(makeRoom); }
+    void onCommit(std::function<void(const std::vector<Event>& events)> listener)
+    {
+        hooks_.onCommit = std::move(listener);
+    }
 
     /**
-     * Called on the writer's thread after each change and before its commit. If `mayCommit` returns
-     * false, the change is rolled back and fails with StorageFull. Set before the first write.
+     * Called on a writer's thread after a commit in doubt, with the farms whose logs may have new
+     * events, and the sessions that may have ended.
+     */
+    void onDoubt(std::function<void(const Notice& notice)> listener)
+    {
+        hooks_.onDoubt = std::move(listener);
+    }
+
+    /**
+     * Called on a writer's thread if the disk is full. If `makeRoom` returns true, the changes of
+     * the commit run again.
+     */
+    void onFull(std::function<bool()> makeRoom) { hooks_.onFull = std::move(makeRoom); }
+
+    /**
+     * Called on a writer's thread after each change and before its commit. If `mayCommit` returns
+     * false, the change is rolled back and fails with StorageFull.
      */
     void onChange(std::function<bool(const Transaction&)> mayCommit)
     {
-        mayCommit_ = std::move(mayCommit);
+        hooks_.onChange = std::move(mayCommit);
     }
 
     template <class F>
@@ -87,62 +98,81 @@ public:
         co_return co_await readers_.run(std::move(job));
     }
 
+    /** `function` reads and writes the rows of its scope only. Other rows may change meanwhile. */
     template <class F>
-    Async<std::invoke_result_t<F&, Transaction&>> write(F change,
+    Async<std::invoke_result_t<F&, Transaction&>> write(Scope scope, F function,
                                                         EDurability durability = EDurability::Now)
     {
         using Result = std::invoke_result_t<F&, Transaction&>;
-        Job job;
-        job.durability = durability;
+        Change change;
+        change.scope = scope;
+        change.durability = durability;
         if constexpr (std::is_void_v<Result>) {
-            job.run = [&change](Transaction& transaction) { change(transaction); };
-            co_await writeErased(job);
+            change.run = [&function](Transaction& transaction) { function(transaction); };
+            co_await writeErased(change);
         } else {
             std::optional<Result> result;
-            job.run = [&change, &result](Transaction& transaction) {
-                result.emplace(change(transaction));
+            change.run = [&function, &result](Transaction& transaction) {
+                result.emplace(function(transaction));
             };
-            co_await writeErased(job);
+            co_await writeErased(change);
             co_return std::move(*result);
         }
     }
 
     template <class F>
+    Async<std::invoke_result_t<F&, Transaction&>> write(F function)
+    {
+        return write(Scope::all(), std::move(function));
+    }
+
+    template <class F>
     std::invoke_result_t<F&, soci::session&> readNow(F&& query)
     {
-        try {
-            const Reader reader(*this);
-            return query(reader.sql());
-        } catch (const std::exception& error) {
-            rethrow(error);
+        for (int attempt = 1;; ++attempt) {
+            try {
+                const Reader reader(*this);
+                try {
+                    return checked(query, reader.sql());
+                } catch (const soci::soci_error&) {
+                    if (attempt == readAttempts || dialect_->isUsable(reader.sql())) {
+                        throw;
+                    }
+                }
+            } catch (const std::exception& error) {
+                dialect_->rethrow(error);
+            }
         }
     }
 
     template <class F>
-    std::invoke_result_t<F&, Transaction&> writeNow(F change)
+    std::invoke_result_t<F&, Transaction&> writeNow(Scope scope, F function)
     {
         using Result = std::invoke_result_t<F&, Transaction&>;
         if constexpr (std::is_void_v<Result>) {
-            runNow([&change](Transaction& transaction) { change(transaction); });
+            runNow(scope, [&function](Transaction& transaction) { function(transaction); });
         } else {
             std::optional<Result> result;
-            runNow([&change, &result](Transaction& transaction) {
-                result.emplace(change(transaction));
+            runNow(scope, [&function, &result](Transaction& transaction) {
+                result.emplace(function(transaction));
             });
             return std::move(*result);
         }
     }
 
-private:
-    struct Job
+    template <class F>
+    std::invoke_result_t<F&, Transaction&> writeNow(F function)
     {
-        std::function<void(Transaction&)> run;
-        std::function<void()> done;
-        EDurability durability = EDurability::Now;
-        std::exception_ptr error;
-        std::vector<Event> events;
-        std::vector<AuditEntry> audit;
-    };
+        return writeNow(Scope::all(), std::move(function));
+    }
+
+    /** As the functions of Dialect. Blocks. */
+    std::unique_ptr<NoticeSource> listen() const { return dialect_->listen(); }
+    std::optional<long long> serverTimeMs();
+    std::optional<long long> serverSizeBytes();
+
+private:
+    static constexpr int readAttempts = 2; // if the connection is lost meanwhile
 
     /** A read transaction on its own connection. */
     class Reader
@@ -155,40 +185,40 @@ private:
         soci::session& sql() const { return *session_; }
 
     private:
+        bool takeIdle();
+
         Database& database_;
         std::unique_ptr<soci::session> session_;
     };
 
-    [[noreturn]] void rethrow(const std::exception& error) const;
-    Async<void> writeErased(Job& job);
-    void runNow(std::function<void(Transaction&)> change);
-    void enqueue(Job& job);
-    void writeLoop();
-    void runBatch(const std::vector<Job*>& batch);
-    void commitBatch(const std::vector<Job*>& batch);
-    void rollBack();
-    void failBatch(const std::vector<Job*>& batch);
-    void notify(const std::vector<Job*>& batch, bool inDoubt);
-    void runJob(Job& job);
-    void runChange(Job& job);
-    void begin(const std::vector<Job*>& batch);
-    void commit();
+    /** Throws UnstorableText if the query has bound such a text. */
+    template <class F>
+    static std::invoke_result_t<F&, soci::session&> checked(F& query, soci::session& sql)
+    {
+        takeNotedText();
+        if constexpr (std::is_void_v<std::invoke_result_t<F&, soci::session&>>) {
+            query(sql);
+            requireStorableTexts();
+        } else {
+            auto result = query(sql);
+            requireStorableTexts();
+            return result;
+        }
+    }
+
+    Async<void> writeErased(Change& change);
+    void runNow(Scope scope, std::function<void(Transaction&)> function);
+    void enqueue(Change& change);
+    void writeLoop(Writer& writer);
 
     std::unique_ptr<Dialect> dialect_;
-    CommitListener commitListener_;
-    DoubtListener doubtListener_;
-    std::function<bool()> makeRoom_;
-    std::function<bool(const Transaction&)> mayCommit_;
+    WriteHooks hooks_;
     std::mutex sessionsMutex_; // guards idleSessions_
     std::vector<std::unique_ptr<soci::session>> idleSessions_;
-    std::mutex queueMutex_; // guards queue_ and stopping_
-    std::condition_variable queueChanged_;
-    std::vector<Job*> queue_;
-    bool stopping_ = false;
-    std::unique_ptr<soci::session> writer_;     // used by the writer thread
-    EDurability durability_ = EDurability::Now; // of writer_; used by the writer thread
     WorkPool readers_;
-    std::thread writerThread_;
+    WriteQueue queue_;
+    std::deque<Writer> writers_;
+    std::vector<std::thread> writerThreads_;
 };
 
 } // namespace kelvo::store

@@ -6,11 +6,24 @@
 
 namespace kelvo::store {
 
-/** The database was written by a newer version of the service. */
+/** The schema is newer, and it does not allow this version of the service. */
 class SchemaTooNew : public std::runtime_error
 {
 public:
-    SchemaTooNew() : std::runtime_error("the database has a newer schema than this version knows")
+    SchemaTooNew() : std::runtime_error("the database has a newer schema than this version can use")
+    {}
+};
+
+/**
+ * The schema is older, and instances use it that could not use the new schema. Nothing was changed.
+ */
+class SchemaInUse : public std::runtime_error
+{
+public:
+    SchemaInUse()
+        : std::runtime_error(
+              "the database has an older schema, and instances of a version that cannot use the"
+              " new schema run: stop them, then start this version")
     {}
 };
 
@@ -43,13 +56,29 @@ public:
 };
 
 /**
- * Another program, such as a backup, has locked the database for too long. Nothing was changed;
- * later attempts may succeed.
+ * Another program, such as a backup, has locked the database for too long, or the database server
+ * does not answer. Nothing was changed; later attempts may succeed.
  */
 class StoreBusy : public std::runtime_error
 {
 public:
-    StoreBusy() : std::runtime_error("another program locks the database") {}
+    explicit StoreBusy(const std::string& what = "another program locks the database")
+        : std::runtime_error(what)
+    {}
+};
+
+/** A text that not every database can store: it has the character NUL, or it is too long. */
+class UnstorableText : public std::runtime_error
+{
+public:
+    UnstorableText() : std::runtime_error("the database cannot store a text") {}
+};
+
+/** The service stops. Nothing was changed. */
+class StoreClosed : public std::runtime_error
+{
+public:
+    StoreClosed() : std::runtime_error("the database is closed") {}
 };
 
 /**

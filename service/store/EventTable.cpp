@@ -1,5 +1,6 @@
 #include "service/store/EventTable.h"
 
+#include "service/store/Bind.h"
 #include "service/store/Errors.h"
 #include "service/store/FarmTable.h"
 
@@ -8,7 +9,6 @@
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 namespace {
 
@@ -26,11 +26,11 @@ void deleteAndCount(Transaction& transaction, Id farm, soci::statement& deletion
 void addEvent(Transaction& transaction, Event event)
 {
     soci::session& sql = transaction.sql;
-    // The store has one writer, so events become visible in the order of their ids.
+    // The change has its farm alone until the commit, so events become visible in the order of
+    // their ids.
     sql << "UPDATE farms SET last_event = last_event + 1, kept_events = kept_events + 1"
-           " WHERE id = :farm",
-        use(event.farm);
-    sql << "SELECT last_event FROM farms WHERE id = :farm", into(event.id), use(event.farm);
+           " WHERE id = :farm RETURNING last_event",
+        into(event.id), use(event.farm);
     sql << "INSERT INTO events (farm_id, id, name, owner_id, full_data, common_data, created_ms)"
            " VALUES (:farm, :id, :name, :owner, :full, :common, :created)",
         use(event.farm), use(event.id), use(event.name), use(event.owner), use(event.fullData),

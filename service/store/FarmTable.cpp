@@ -1,5 +1,6 @@
 #include "service/store/FarmTable.h"
 
+#include "service/store/Bind.h"
 #include "service/store/Errors.h"
 #include "service/store/PartQuery.h"
 
@@ -8,7 +9,6 @@
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 Farm addFarm(Transaction& transaction, const std::string& name)
 {
@@ -34,6 +34,7 @@ void eachFarm(soci::session& sql, std::optional<Id> after, int most,
     Farm farm;
     PartQuery query(sql);
     query.into(farm.id, farm.name);
+    query.where("deleted_ms IS NULL");
     query.filter(after, "id > :after");
     query.execute("SELECT id, name FROM farms", "id", most);
     while (query.fetch() && visit(farm)) {
@@ -58,7 +59,8 @@ void setFarmName(Transaction& transaction, Id farm, const std::string& name)
 std::optional<Farm> farmById(soci::session& sql, Id farm)
 {
     Farm found{farm, {}};
-    sql << "SELECT name FROM farms WHERE id = :id", into(found.name), use(farm);
+    sql << "SELECT name FROM farms WHERE id = :id AND deleted_ms IS NULL", into(found.name),
+        use(farm);
     return sql.got_data() ? std::optional(found) : std::nullopt;
 }
 
@@ -102,9 +104,9 @@ std::optional<Project> projectByName(soci::session& sql, Id farm, const std::str
 Id nextResourceId(Transaction& transaction, Id farm)
 {
     Id id = 0;
-    transaction.sql << "UPDATE farms SET last_resource = last_resource + 1 WHERE id = :farm",
-        use(farm);
-    transaction.sql << "SELECT last_resource FROM farms WHERE id = :farm", into(id), use(farm);
+    transaction.sql << "UPDATE farms SET last_resource = last_resource + 1 WHERE id = :farm"
+                       " RETURNING last_resource",
+        into(id), use(farm);
     if (id > largestId) {
         throw OutOfIds();
     }

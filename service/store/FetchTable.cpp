@@ -1,13 +1,12 @@
 #include "service/store/FetchTable.h"
 
-#include "service/store/FileTable.h"
+#include "service/store/Bind.h"
 
 #include <soci/soci.h>
 
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 namespace {
 
@@ -81,7 +80,7 @@ std::optional<Fetch> lastFetchOf(soci::session& sql, Id farm, Id file)
     return query.execute(true) ? std::optional(row) : std::nullopt;
 }
 
-void eachFileWithFetch(soci::session& sql, Id farm, Id inbox,
+void eachFileWithFetch(soci::session& sql, InboxFiles& files, Id farm, Id inbox,
                        const std::function<void(const File&, const Fetch*)>& visit)
 {
     Fetch row;
@@ -94,7 +93,7 @@ void eachFileWithFetch(soci::session& sql, Id farm, Id inbox,
          use(farm), use(inbox));
     query.execute();
     bool hasRow = query.fetch();
-    eachFileOf(sql, farm, inbox, [&](const File& file) {
+    files.each(inbox, [&](const File& file) {
         std::optional<Fetch> newest;
         for (; hasRow && row.file == file.id; hasRow = query.fetch()) {
             if (!newest || row.fetchedMs >= newest->fetchedMs) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/store/Database.h"
+#include "service/store/InboxFiles.h"
 #include "service/store/Records.h"
 
 #include <functional>
@@ -35,8 +36,8 @@ bool takeFetch(Transaction& transaction, Id farm, const Fetch& fetch);
 /** The newest fetch of the file. */
 std::optional<Fetch> lastFetchOf(soci::session& sql, Id farm, Id file);
 
-/** The files of one inbox in the order of their ids, each with its newest fetch or null. */
-void eachFileWithFetch(soci::session& sql, Id farm, Id inbox,
+/** As InboxFiles::each(), each file with its newest fetch or null. */
+void eachFileWithFetch(soci::session& sql, InboxFiles& files, Id farm, Id inbox,
                        const std::function<void(const File&, const Fetch*)>& visit);
 
 } // namespace kelvo::store

@@ -1,5 +1,6 @@
 #include "service/store/FileTable.h"
 
+#include "service/store/Bind.h"
 #include "service/store/FarmTable.h"
 #include "service/store/InboxTable.h"
 #include "service/store/PartQuery.h"
@@ -14,29 +15,20 @@
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 namespace {
 
 constexpr const char* selectFiles =
     "SELECT f.id, f.inbox_id, f.name, f.size_bytes, f.sha256, f.created_ms,"
-    " COALESCE(f.deleted_ms, 0), COALESCE(f.deleted_by, '') FROM files f";
+    " COALESCE(f.deleted_ms, 0), COALESCE(f.deleted_by, ''), f.sender_id, COALESCE(s.name, ''),"
+    " f.note FROM files f LEFT JOIN users s ON s.id = f.sender_id";
 
 auto intoFile(soci::details::prepare_temp_type query, BinnedFile& row)
 {
     return query, into(row.file.id), into(row.file.inbox), into(row.file.name),
            into(row.file.sizeBytes), into(row.file.sha256), into(row.file.createdMs),
-           into(row.deletedMs), into(row.deletedBy);
-}
-
-std::vector<File> fetchFiles(soci::statement& query, const BinnedFile& row)
-{
-    std::vector<File> files;
-    query.execute();
-    while (query.fetch()) {
-        files.push_back(row.file);
-    }
-    return files;
+           into(row.deletedMs), into(row.deletedBy), into(row.file.senderId),
+           into(row.file.senderName), into(row.file.note);
 }
 
 } // namespace
@@ -46,9 +38,10 @@ File addFile(Transaction& transaction, Id farm, const File& file)
     File added = file;
     added.id = nextResourceId(transaction, farm);
     transaction.sql << "INSERT INTO files (farm_id, id, inbox_id, name, size_bytes, sha256,"
-                       " created_ms) VALUES (:farm, :id, :inbox, :name, :size, :sha, :created)",
+                       " created_ms, sender_id, note) VALUES (:farm, :id, :inbox, :name, :size,"
+                       " :sha, :created, :sender, :note)",
         use(farm), use(added.id), use(added.inbox), use(added.name), use(added.sizeBytes),
-        use(added.sha256), use(added.createdMs);
+        use(added.sha256), use(added.createdMs), use(added.senderId), use(added.note);
     countFiles(transaction, farm, ownerOf(transaction.sql, farm, added.inbox), 1, added.sizeBytes);
     return added;
 }
@@ -62,35 +55,6 @@ std::optional<File> fileById(soci::session& sql, Id farm, Id file)
                   row),
          use(farm), use(file));
     return query.execute(true) ? std::optional(row.file) : std::nullopt;
-}
-
-std::vector<File> filesOf(soci::session& sql, Id farm, std::optional<Id> inbox)
-{
-    BinnedFile row;
-    const Id only = inbox.value_or(0);
-    const std::string condition =
-        inbox ? " WHERE f.farm_id = :farm AND f.inbox_id = :inbox AND f.deleted_ms IS NULL"
-              : " WHERE f.farm_id = :farm AND f.inbox_id > :inbox AND f.deleted_ms IS NULL";
-    soci::statement query =
-        (intoFile(sql.prepare << selectFiles << condition << " ORDER BY f.id", row), use(farm),
-         use(only));
-    return fetchFiles(query, row);
-}
-
-void eachFileOf(soci::session& sql, Id farm, Id inbox,
-                const std::function<void(const File&)>& visit)
-{
-    BinnedFile row;
-    soci::statement query =
-        (intoFile(sql.prepare << selectFiles
-                              << " WHERE f.farm_id = :farm AND f.inbox_id = :inbox"
-                                 " AND f.deleted_ms IS NULL ORDER BY f.id",
-                  row),
-         use(farm), use(inbox));
-    query.execute();
-    while (query.fetch()) {
-        visit(row.file);
-    }
 }
 
 bool nameIsInInbox(soci::session& sql, Id farm, Id inbox, const std::string& name)
@@ -122,7 +86,8 @@ void binOf(soci::session& sql, Id farm, const BinPart& part,
     BinnedFile row;
     PartQuery query(sql);
     query.into(row.file.id, row.file.inbox, row.file.name, row.file.sizeBytes, row.file.sha256,
-               row.file.createdMs, row.deletedMs, row.deletedBy);
+               row.file.createdMs, row.deletedMs, row.deletedBy, row.file.senderId,
+               row.file.senderName, row.file.note);
     query.where("f.farm_id = :farm", farm);
     query.where("f.deleted_ms IS NOT NULL");
     query.filter(part.inbox, "f.inbox_id = :inbox");
@@ -140,10 +105,10 @@ void binOf(soci::session& sql, Id farm, const BinPart& part,
 namespace {
 
 /**
- * Files of the bin. SOCI must find all three parameters in the text of the condition, so an unused
+ * Files to remove. SOCI must find all three parameters in the text of the condition, so an unused
  * parameter is compared with its own value.
  */
-struct BinSelection
+struct Selection
 {
     const char* condition;
     Id farm;
@@ -151,7 +116,7 @@ struct BinSelection
     long long beforeMs;
 };
 
-std::vector<std::string> removeBinned(Transaction& transaction, const BinSelection& selection)
+std::vector<std::string> removeFiles(Transaction& transaction, const Selection& selection)
 {
     BinnedFile row;
     Id farm = 0;
@@ -200,21 +165,30 @@ std::optional<File> restoreFromBin(Transaction& transaction, Id farm, Id file)
 
 std::vector<std::string> emptyBin(Transaction& transaction, long long deletedBeforeMs)
 {
-    return removeBinned(
-        transaction, {"0 = :farm AND 0 = :id AND f.deleted_ms < :before", 0, 0, deletedBeforeMs});
+    return removeFiles(transaction,
+                       {"0 = :farm AND 0 = :id AND f.deleted_ms < :before", 0, 0, deletedBeforeMs});
 }
 
 std::vector<std::string> purgeBin(Transaction& transaction, Id farm, long long deletedBeforeMs)
 {
-    return removeBinned(transaction, {"f.farm_id = :farm AND 0 = :id AND f.deleted_ms < :before",
-                                      farm, 0, deletedBeforeMs});
+    return removeFiles(transaction, {"f.farm_id = :farm AND 0 = :id AND f.deleted_ms < :before",
+                                     farm, 0, deletedBeforeMs});
 }
 
 std::vector<std::string> purgeFile(Transaction& transaction, Id farm, Id file)
 {
     static constexpr long long anyTime = std::numeric_limits<long long>::max();
-    return removeBinned(transaction, {"f.farm_id = :farm AND f.id = :id AND f.deleted_ms < :before",
-                                      farm, file, anyTime});
+    return removeFiles(transaction, {"f.farm_id = :farm AND f.id = :id AND f.deleted_ms < :before",
+                                     farm, file, anyTime});
+}
+
+bool removeSomeFilesOf(Transaction& transaction, Id farm)
+{
+    static constexpr long long anyTime = std::numeric_limits<long long>::max();
+    return !removeFiles(transaction,
+                        {"f.farm_id = :farm AND 0 = :id AND COALESCE(f.deleted_ms, 0) < :before",
+                         farm, 0, anyTime})
+                .empty();
 }
 
 std::vector<BinnedFile> someFilesOf(soci::session& sql, Id farm, Id inbox)

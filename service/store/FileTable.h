@@ -20,13 +20,6 @@ File addFile(Transaction& transaction, Id farm, const File& file);
 /** Does not find a file in the bin. */
 std::optional<File> fileById(soci::session& sql, Id farm, Id file);
 
-/** All files of the farm, or of one inbox, in the order of their ids. */
-std::vector<File> filesOf(soci::session& sql, Id farm, std::optional<Id> inbox = {});
-
-/** The files of one inbox in the order of their ids, without a copy of all. */
-void eachFileOf(soci::session& sql, Id farm, Id inbox,
-                const std::function<void(const File&)>& visit);
-
 bool nameIsInInbox(soci::session& sql, Id farm, Id inbox, const std::string& name);
 
 void setFileName(Transaction& transaction, Id farm, Id file, const std::string& name);
@@ -72,6 +65,11 @@ std::vector<std::string> purgeBin(Transaction& transaction, Id farm, long long d
 
 /** Deletes a file of the farm's bin for good. Returns as emptyBin(). */
 std::vector<std::string> purgeFile(Transaction& transaction, Id farm, Id file);
+
+/**
+ * Deletes up to batchFiles files of a farm, from inboxes and the bin. False if no file is left.
+ */
+bool removeSomeFilesOf(Transaction& transaction, Id farm);
 
 /** Up to batchFiles files of an inbox, also those in the bin, in the order of their ids. */
 std::vector<BinnedFile> someFilesOf(soci::session& sql, Id farm, Id inbox);

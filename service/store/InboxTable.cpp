@@ -1,5 +1,6 @@
 #include "service/store/InboxTable.h"
 
+#include "service/store/Bind.h"
 #include "service/store/FarmTable.h"
 
 #include <soci/soci.h>
@@ -7,7 +8,6 @@
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 namespace {
 
@@ -67,7 +67,8 @@ std::vector<Inbox> inboxesOf(soci::session& sql, const User& user)
     Inbox inbox;
     std::vector<Inbox> inboxes;
     const Id farm = user.farmId();
-    // Without the projects and the plus the database would walk all inboxes of the farm.
+    // The plus and the condition on projects select the index. Without them the database would walk
+    // all inboxes of the farm.
     soci::statement query =
         (intoInbox(sql.prepare << selectInboxes
                                << " AND i.owner_id = :owner AND i.project_id IN"

@@ -1,11 +1,12 @@
 #include "service/store/LoginPlaceTable.h"
 
+#include "service/store/Bind.h"
+
 #include <soci/soci.h>
 
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 bool isLoginPlace(soci::session& sql, Id user, const std::string& network, long long sinceMs)
 {

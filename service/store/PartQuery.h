@@ -1,6 +1,8 @@
 // A SELECT whose conditions depend on which filters have a value.
 #pragma once
 
+#include "service/store/Bind.h"
+
 #include <soci/soci.h>
 
 #include <optional>
@@ -27,7 +29,7 @@ public:
     {
         where_ += where_.empty() ? " WHERE " : " AND ";
         where_ += condition;
-        (statement_.exchange(soci::use(values)), ...);
+        (statement_.exchange(use(values)), ...);
     }
 
     template <class Value>
@@ -42,7 +44,7 @@ public:
     void execute(const std::string& select, const std::string& order, const int& most)
     {
         if (most > 0) {
-            statement_.exchange(soci::use(most));
+            statement_.exchange(use(most));
         }
         statement_.alloc();
         statement_.prepare(select + where_ + " ORDER BY " + order +

@@ -1,6 +1,7 @@
 #include "service/store/PersonTable.h"
 
 #include "service/store/AuditTable.h"
+#include "service/store/Bind.h"
 #include "service/store/EventTable.h"
 #include "service/store/SessionTable.h"
 
@@ -11,7 +12,6 @@
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 namespace {
 
@@ -88,26 +88,6 @@ void deleteUser(Transaction& transaction, const User& user, long long nowMs)
     sql << "UPDATE users SET name = :name, password_hash = '', disabled = 1, deleted_ms = :now"
            " WHERE id = :user",
         use(name), use(nowMs), use(user.id);
-}
-
-void deleteFarm(Transaction& transaction, Id farm)
-{
-    for (const char* statement :
-         {"UPDATE audit SET actor_name = '', address = '' WHERE farm_id = :farm"
-          " AND actor_id IN (SELECT id FROM users WHERE farm_id = audit.farm_id)",
-          "UPDATE audit SET object_name = '' WHERE farm_id = :farm AND object_kind = 'user'",
-          "DELETE FROM sessions WHERE user_id IN (SELECT id FROM users WHERE farm_id = :farm)",
-          "DELETE FROM login_places WHERE user_id IN (SELECT id FROM users WHERE farm_id = :farm)",
-          "DELETE FROM track WHERE console_id IN (SELECT id FROM consoles WHERE farm_id = :farm)",
-          "DELETE FROM console_devices WHERE console_id IN"
-          " (SELECT id FROM consoles WHERE farm_id = :farm)",
-          "DELETE FROM consoles WHERE farm_id = :farm", "DELETE FROM uploads WHERE farm_id = :farm",
-          "DELETE FROM events WHERE farm_id = :farm", "DELETE FROM files WHERE farm_id = :farm",
-          "DELETE FROM inboxes WHERE farm_id = :farm", "DELETE FROM projects WHERE farm_id = :farm",
-          "DELETE FROM users WHERE farm_id = :farm", "DELETE FROM quotas WHERE farm_id = :farm",
-          "DELETE FROM farms WHERE id = :farm"}) {
-        run(transaction, statement, farm);
-    }
 }
 
 std::vector<WorkPoint> workOf(soci::session& sql, Id user, long long afterNumber, int most)

@@ -1,4 +1,4 @@
-// One person's data: erasure, deletion of accounts and farms.
+// One person's data: erasure, deletion of accounts.
 #pragma once
 
 #include "service/store/Database.h"
@@ -25,9 +25,6 @@ bool eraseTrack(Transaction& transaction, Id user);
  * trail keeps the id.
  */
 void deleteUser(Transaction& transaction, const User& user, long long nowMs);
-
-/** Deletes a farm with its users, files, consoles and events. The audit trail stays. */
-void deleteFarm(Transaction& transaction, Id farm);
 
 struct WorkPoint
 {

@@ -1,11 +1,12 @@
 #include "service/store/PlaceTable.h"
 
+#include "service/store/Bind.h"
+
 #include <soci/soci.h>
 
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 std::string contentsPlace(soci::session& sql)
 {
@@ -27,6 +28,37 @@ bool mayMoveContents(soci::session& sql)
 void setContentsPlace(soci::session& sql, const std::string& place)
 {
     sql << "UPDATE contents_place SET place = :place", use(place);
+}
+
+std::string contentsMarker(soci::session& sql)
+{
+    std::string key;
+    sql << "SELECT marker FROM contents_place", into(key);
+    return key;
+}
+
+void setContentsMarker(Transaction& transaction, const std::string& key)
+{
+    transaction.sql << "UPDATE contents_place SET marker = :key WHERE marker = ''", use(key);
+}
+
+std::string unfinishedMove(soci::session& sql)
+{
+    std::string source;
+    sql << "SELECT moving_from FROM contents_place", into(source);
+    return source;
+}
+
+void setUnfinishedMove(Transaction& transaction, const std::string& source)
+{
+    transaction.sql << "UPDATE contents_place SET moving_from = :source", use(source);
+}
+
+std::string serviceIdentity(soci::session& sql)
+{
+    long long createdMs = 0;
+    sql << "SELECT created_ms FROM users ORDER BY id LIMIT 1", into(createdMs);
+    return sql.got_data() ? std::to_string(createdMs) : "";
 }
 
 } // namespace kelvo::store

@@ -18,4 +18,22 @@ bool mayMoveContents(soci::session& sql);
 
 void setContentsPlace(soci::session& sql, const std::string& place);
 
+/** The key of an object that only the bucket of this database has; empty: none. */
+std::string contentsMarker(soci::session& sql);
+
+/** Keeps a marker that another instance has set. */
+void setContentsMarker(Transaction& transaction, const std::string& key);
+
+/**
+ * The source of a move into this database that is unfinished, as serviceIdentity(); empty: none. No
+ * instance may start meanwhile.
+ */
+std::string unfinishedMove(soci::session& sql);
+
+/** Begins a move into this database; empty: ends it. */
+void setUnfinishedMove(Transaction& transaction, const std::string& source);
+
+/** Tells services apart: the time when the first user was made. Empty: no user. */
+std::string serviceIdentity(soci::session& sql);
+
 } // namespace kelvo::store

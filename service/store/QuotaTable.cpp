@@ -1,11 +1,12 @@
 #include "service/store/QuotaTable.h"
 
+#include "service/store/Bind.h"
+
 #include <soci/soci.h>
 
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 namespace {
 
@@ -103,7 +104,8 @@ Usage usageOfFarm(soci::session& sql, Id farm)
 Usage usageOfUser(soci::session& sql, Id farm, Id user)
 {
     Usage usage = storageOfUser(sql, farm, user);
-    // The plus and the projects: otherwise the database would walk the farm's bin and all inboxes.
+    // The plus and the condition on projects select the index. Without them the database would walk
+    // the farm's bin and all inboxes.
     sql << "SELECT COUNT(*), COALESCE(SUM(size_bytes), 0) FROM files WHERE farm_id = :farm"
            " AND inbox_id IN (SELECT id FROM inboxes WHERE farm_id = :same AND owner_id = :user"
            " AND project_id IN (SELECT id FROM projects WHERE farm_id = :too))"
@@ -130,7 +132,8 @@ void eachLargestFarm(soci::session& sql, const Limits& defaults, int most,
     soci::statement query =
         (sql.prepare << "SELECT f.id, f.name, f.files, f.bytes, COALESCE(qf.value, :files),"
                         " COALESCE(qb.value, :bytes)"
-                     << fromFarmsWithLimits << " ORDER BY f.bytes DESC, f.id LIMIT :most",
+                     << fromFarmsWithLimits
+                     << " WHERE f.deleted_ms IS NULL ORDER BY f.bytes DESC, f.id LIMIT :most",
          into(row.farm.id), into(row.farm.name), into(row.files), into(row.bytes),
          into(row.fileLimit), into(row.byteLimit), use(defaults.files), use(defaults.bytes),
          use(most));
@@ -144,8 +147,8 @@ long long countNearlyFull(soci::session& sql, const Limits& defaults)
 {
     long long count = 0;
     sql << "SELECT COUNT(*)" << fromFarmsWithLimits
-        << " WHERE f.files >= 0.9 * COALESCE(qf.value, :files)"
-           " OR f.bytes >= 0.9 * COALESCE(qb.value, :bytes)",
+        << " WHERE f.deleted_ms IS NULL AND (f.files >= 0.9 * COALESCE(qf.value, :files)"
+           " OR f.bytes >= 0.9 * COALESCE(qb.value, :bytes))",
         into(count), use(defaults.files), use(defaults.bytes);
     return count;
 }

@@ -67,6 +67,9 @@ struct File
     long long sizeBytes = 0;
     std::string sha256; // hexadecimal
     long long createdMs = 0;
+    Id senderId = 0; // 0: a file from before the senders were stored
+    std::string senderName = {};
+    std::string note = {}; // the sender's
 };
 
 struct BinnedFile
@@ -135,8 +138,9 @@ struct AuditEntry
     Id farm = 0;
     std::string objectKind; // "user", "file" and so on
     Id object = 0;
-    std::string objectName; // of a user only
-    bool isOfAdmin = false; // the actor is an administrator; not stored
+    std::string objectName;    // of a user only
+    bool isOfAdmin = false;    // the actor is an administrator; not stored
+    long long mostOfShare = 0; // the entries that its share may have; not stored
 };
 
 } // namespace kelvo::store

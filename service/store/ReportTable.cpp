@@ -1,5 +1,6 @@
 #include "service/store/ReportTable.h"
 
+#include "service/store/Bind.h"
 #include "service/store/Errors.h"
 
 #include <soci/soci.h>
@@ -7,7 +8,6 @@
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 void setEnvironment(Transaction& transaction, const Session& session, Id console,
                     const std::string& document, long long nowMs)
@@ -64,8 +64,8 @@ void addPosition(Transaction& transaction, Id console, Id user, const Position& 
 {
     soci::session& sql = transaction.sql;
     Id number = 0;
-    sql << "UPDATE consoles SET last_number = last_number + 1 WHERE id = :id", use(console);
-    sql << "SELECT last_number FROM consoles WHERE id = :id", into(number), use(console);
+    sql << "UPDATE consoles SET last_number = last_number + 1 WHERE id = :id RETURNING last_number",
+        into(number), use(console);
     sql << "INSERT INTO track (console_id, number, user_id, time_s, latitude, longitude,"
            " received_ms)"
            " VALUES (:console, :number, :user, :time, :latitude, :longitude, :received)",

@@ -1,5 +1,9 @@
-// The tables, and the migration of an older database.
+// The migration of an older database.
 #pragma once
+
+#include "service/store/SchemaSteps.h"
+
+#include <span>
 
 namespace soci {
 class session;
@@ -9,14 +13,15 @@ namespace kelvo::store {
 
 class Dialect;
 
-/** The schema version that this program writes. */
-int currentSchema();
-
 /**
- * Migrates an older database to the schema `target`, by default the program's, in one transaction.
- * Does not write to a current database. Throws SchemaTooNew if the database is newer than the
- * program's schema.
+ * Migrates an older database by `steps`, in one transaction. Does not write to a current database.
+ * A newer database stays as it is. Throws SchemaTooNew if a newer database does not allow programs
+ * of this version. Throws SchemaInUse if an instance runs that could not use the schema of `steps`.
  */
-void migrate(soci::session& sql, const Dialect& dialect, int target = currentSchema());
+void migrate(soci::session& sql, const Dialect& dialect,
+             std::span<const SchemaStep> steps = schemaSteps());
+
+/** As a program of an earlier version with the schema `version`. */
+void migrate(soci::session& sql, const Dialect& dialect, int version);
 
 } // namespace kelvo::store

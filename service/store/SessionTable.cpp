@@ -1,11 +1,12 @@
 #include "service/store/SessionTable.h"
 
+#include "service/store/Bind.h"
+
 #include <soci/soci.h>
 
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 void addSession(Transaction& transaction, const std::string& tokenHash, Id user, long long nowMs,
                 long long expiresMs, const std::string& address)
@@ -58,7 +59,8 @@ std::optional<Session> findSession(soci::session& sql, const std::string& tokenH
            "COALESCE(f.name, '')"
            " FROM sessions s JOIN users u ON u.id = s.user_id"
            " LEFT JOIN farms f ON f.id = u.farm_id"
-           " WHERE s.token_hash = :hash AND s.expires_ms > :now AND u.disabled = 0",
+           " WHERE s.token_hash = :hash AND s.expires_ms > :now AND u.disabled = 0"
+           " AND f.deleted_ms IS NULL",
         into(session.expiresMs), into(session.lastSeenMs), into(session.user.id),
         into(session.user.name), into(role), into(farm.id), into(farm.name), use(tokenHash),
         use(nowMs);
@@ -97,12 +99,14 @@ std::vector<std::string> endOldestSessions(Transaction& transaction, Id user, lo
 void removeSession(Transaction& transaction, const std::string& tokenHash)
 {
     transaction.sql << "DELETE FROM sessions WHERE token_hash = :hash", use(tokenHash);
+    transaction.notice.tokens.insert(tokenHash);
 }
 
 void removeSessionsOf(Transaction& transaction, Id user, const std::string& keptTokenHash)
 {
     transaction.sql << "DELETE FROM sessions WHERE user_id = :user AND token_hash <> :kept",
         use(user), use(keptTokenHash);
+    transaction.notice.users.insert(user);
 }
 
 void removeExpiredSessions(Transaction& transaction, long long nowMs)

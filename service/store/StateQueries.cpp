@@ -1,11 +1,12 @@
 #include "service/store/StateQueries.h"
 
+#include "service/store/Bind.h"
+
 #include <soci/soci.h>
 
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 long long countSessions(soci::session& sql)
 {
@@ -29,7 +30,7 @@ void probe(Database& database)
         sql << "SELECT value FROM counters WHERE name = 'farms'", into(value);
         return value;
     });
-    database.writeNow([farms](Transaction& transaction) {
+    database.writeNow(Scope::farm(0), [farms](Transaction& transaction) {
         transaction.sql << "UPDATE counters SET value = value WHERE name = 'farms' AND value >= :n",
             use(farms);
     });

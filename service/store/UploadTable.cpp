@@ -1,6 +1,7 @@
 #include "service/store/UploadTable.h"
 
 #include "service/base/Encoding.h"
+#include "service/store/Bind.h"
 #include "service/store/FileTable.h"
 
 #include <soci/soci.h>
@@ -10,7 +11,6 @@
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 namespace {
 

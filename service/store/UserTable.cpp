@@ -1,5 +1,6 @@
 #include "service/store/UserTable.h"
 
+#include "service/store/Bind.h"
 #include "service/store/Errors.h"
 #include "service/store/PartQuery.h"
 
@@ -10,7 +11,6 @@
 namespace kelvo::store {
 
 using soci::into;
-using soci::use;
 
 namespace {
 
@@ -28,6 +28,9 @@ constexpr std::array roleNames{
 constexpr const char* selectUsers =
     "SELECT u.id, COALESCE(f.id, 0), COALESCE(f.name, ''), u.name, u.role, u.disabled,"
     " u.password_hash FROM users u LEFT JOIN farms f ON f.id = u.farm_id";
+
+/** Without deleted users and the users of deleted farms. */
+constexpr const char* isPresent = "u.deleted_ms IS NULL AND f.deleted_ms IS NULL";
 
 /** Receives one row of selectUsers. */
 struct UserRow
@@ -96,7 +99,7 @@ std::optional<User> userById(soci::session& sql, Id user)
 {
     UserRow row;
     soci::statement query =
-        (intoRow(sql.prepare << selectUsers << " WHERE u.id = :id AND u.deleted_ms IS NULL", row),
+        (intoRow(sql.prepare << selectUsers << " WHERE u.id = :id AND " << isPresent, row),
          use(user));
     return query.execute(true) ? std::optional(row.take().user) : std::nullopt;
 }
@@ -105,8 +108,7 @@ std::optional<Credentials> credentialsOf(soci::session& sql, const std::string& 
 {
     UserRow row;
     soci::statement query =
-        (intoRow(sql.prepare << selectUsers << " WHERE u.name = :name AND u.deleted_ms IS NULL",
-                 row),
+        (intoRow(sql.prepare << selectUsers << " WHERE u.name = :name AND " << isPresent, row),
          use(name));
     return query.execute(true) ? std::optional(row.take()) : std::nullopt;
 }
@@ -120,7 +122,7 @@ void allUsers(soci::session& sql, const UserPart& part,
                row.role, row.disabled, row.credentials.passwordHash);
     const auto role = part.role ? std::optional(toText(*part.role)) : std::nullopt;
     const auto disabled = part.disabled ? std::optional(*part.disabled ? 1 : 0) : std::nullopt;
-    query.where("u.deleted_ms IS NULL");
+    query.where(isPresent);
     query.filter(part.farm, "u.farm_id = :farm");
     query.filter(part.name, "u.name = :name");
     query.filter(role, "u.role = :role");
@@ -136,6 +138,7 @@ void setDisabled(Transaction& transaction, Id user, bool disabled)
     const int value = disabled ? 1 : 0;
     transaction.sql << "UPDATE users SET disabled = :disabled WHERE id = :id", use(value),
         use(user);
+    transaction.notice.users.insert(user);
 }
 
 void setUserName(Transaction& transaction, Id user, const std::string& name)
@@ -165,7 +168,9 @@ long long firstCreatedMs(soci::session& sql)
 long long countEnabledAdmins(soci::session& sql)
 {
     long long count = 0;
-    sql << "SELECT COUNT(*) FROM users WHERE role = 'admin' AND disabled = 0", into(count);
+    // No other user is without a farm, so the index finds the administrators among all users.
+    sql << "SELECT COUNT(*) FROM users WHERE farm_id IS NULL AND role = 'admin' AND disabled = 0",
+        into(count);
     return count;
 }
 

@@ -23,7 +23,7 @@ struct FreeCertificate
 using Key = std::unique_ptr<EVP_PKEY, FreeKey>;
 using Certificate = std::unique_ptr<X509, FreeCertificate>;
 
-inline constexpr std::int64_t dayS = 24 * 3600;
+inline constexpr std::int64_t dayS = std::int64_t{24} * 3600;
 
 /** The time in which a certificate is valid, in seconds since 1970-01-01 UTC. */
 struct Validity

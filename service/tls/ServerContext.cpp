@@ -38,7 +38,7 @@ ServerContext makeServerContext(const CertificateFiles& files)
     SSL_CTX_set_min_proto_version(raw, TLS1_2_VERSION);
     // For TLS 1.2: no CBC, no key exchange without forward secrecy.
     SSL_CTX_set_cipher_list(raw, "ECDHE+AESGCM:ECDHE+CHACHA20");
-    // A client keeps one ticket for each connection; each more costs 250 bytes at every login.
+    // A client uses one ticket for each connection. A second ticket would cost 250 bytes a login.
     SSL_CTX_set_num_tickets(raw, 1);
     SSL_CTX_set_options(raw, SSL_OP_NO_COMPRESSION | SSL_OP_NO_RENEGOTIATION |
                                  SSL_OP_CIPHER_SERVER_PREFERENCE | SSL_OP_PRIORITIZE_CHACHA |

@@ -15,11 +15,14 @@ namespace {
 
 constexpr std::string_view apiPath = "/kelvo-api/";
 
-/** No other origin, no inline script or style, no frame. Pictures of maps are blobs. */
-constexpr const char* contentPolicy =
-    "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' data: blob:;"
-    " connect-src 'self'; worker-src 'self'; font-src 'self'; base-uri 'none'; form-action 'self';"
-    " frame-ancestors 'none'";
+/** No inline script or style, no frame. Pictures of maps are blobs. */
+std::string contentPolicy(const std::string& imageOrigin)
+{
+    return "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' data: blob:" +
+           (imageOrigin.empty() ? "" : " " + imageOrigin) +
+           "; connect-src 'self'; worker-src 'self'; font-src 'self'; base-uri 'none';"
+           " form-action 'self'; frame-ancestors 'none'";
+}
 
 struct Encoded
 {
@@ -38,19 +41,11 @@ Encoded choose(const WebFile& file, std::string_view accepted)
     return {file.plain, nullptr};
 }
 
-void addSecurityHeaders(Response& response)
-{
-    response.with("Content-Security-Policy", contentPolicy)
-        .with("Cross-Origin-Opener-Policy", "same-origin")
-        .with("Cross-Origin-Resource-Policy", "same-origin")
-        .with("Referrer-Policy", "no-referrer")
-        .with("X-Content-Type-Options", "nosniff");
-}
-
 } // namespace
 
-WebApplication::WebApplication(http::Application& api, WebFiles files)
-    : api_(api), files_(std::move(files))
+WebApplication::WebApplication(http::Application& api, WebFiles files,
+                               const std::string& imageOrigin)
+    : api_(api), files_(std::move(files)), contentPolicy_(contentPolicy(imageOrigin))
 {}
 
 Async<Response> WebApplication::handle(Request& request)
@@ -90,6 +85,15 @@ Response WebApplication::file(Request& request) const
     }
     response.body = encoded.bytes;
     return response;
+}
+
+void WebApplication::addSecurityHeaders(Response& response) const
+{
+    response.with("Content-Security-Policy", contentPolicy_)
+        .with("Cross-Origin-Opener-Policy", "same-origin")
+        .with("Cross-Origin-Resource-Policy", "same-origin")
+        .with("Referrer-Policy", "no-referrer")
+        .with("X-Content-Type-Options", "nosniff");
 }
 
 } // namespace kelvo::web

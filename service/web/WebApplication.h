@@ -13,7 +13,8 @@ namespace kelvo::web {
 class WebApplication final : public http::Application
 {
 public:
-    WebApplication(http::Application& api, WebFiles files);
+    /** `imageOrigin`: the page may load images from there too; empty: only from the service. */
+    WebApplication(http::Application& api, WebFiles files, const std::string& imageOrigin = {});
 
     Async<http::Response> handle(http::Request& request) override;
     void requestBegun() override { api_.requestBegun(); }
@@ -21,9 +22,11 @@ public:
 
 private:
     http::Response file(http::Request& request) const;
+    void addSecurityHeaders(http::Response& response) const;
 
     http::Application& api_;
     WebFiles files_;
+    const std::string contentPolicy_;
 };
 
 } // namespace kelvo::web

@@ -29,7 +29,7 @@ class HostileArchivesTest(FarmCase):
         self.assertFalse([path for path in others if path.is_symlink()])
         state = console.data / "state"
         self.assertEqual(set(console.data.iterdir()) - set(outside) - {console.data / "logs", state}, set())
-        # The journal of fetched files that are not reported yet.
+        # The journal of fetched files whose fetch or result is not reported yet.
         self.assertLessEqual({path.suffix for path in state.rglob("*") if path.is_file()}, {".fetched"})
         self.assertEqual(list((console.data / "incoming").iterdir()), [])
         log = (console.data / "logs/user.log").read_text(encoding="utf-8").splitlines()

@@ -4,8 +4,9 @@
 usage: headers_alone.py TREE BUILD FOLDER...
 FOLDERs are relative to the tree; a folder that is missing or not built is named and left out.
 A header that its own source file includes first is checked by the build, if that source file is compiled by
-itself. Every other header is compiled here, with the flags of a source file near it and through ccache
-if it is installed. A header with a section for another platform's compiler is compiled for this platform.
+itself. A header that a checked header includes first is checked with it, if the flags are the same. Every other header
+is compiled here, with the flags of a source file near it and through ccache if it is installed. A header with a section
+for another platform's compiler is compiled for this platform.
 """
 import concurrent.futures
 import json
@@ -55,18 +56,47 @@ def headers_below(tree, folder):
                 yield os.path.realpath(os.path.join(where, name))
 
 
+def first_include(path):
+    """The file that the path includes before any other line for the preprocessor, or None."""
+    with open(path, encoding="utf-8") as file:
+        line = re.search(r'^#(?!pragma once$)(?:include [<"]([^>"]+)[>"])?', file.read(), re.MULTILINE)
+    return line[1] if line else None
+
+
+def has_guard(header):
+    with open(header, encoding="utf-8") as file:
+        return "#pragma once\n" in file.read()
+
+
 def is_checked_by_build(header, commands):
     """Whether the header has a guard and is the first include of a source file that is compiled without a
     precompiled header."""
     source = os.path.splitext(header)[0] + ".cpp"
-    if source not in commands or " -include " in commands[source]["command"]:
+    if source not in commands or " -include " in commands[source]["command"] or not has_guard(header):
         return False
-    with open(header, encoding="utf-8") as file:
-        if "#pragma once\n" not in file.read():
-            return False
-    with open(source, encoding="utf-8") as file:
-        first = re.search(r'^#include [<"]([^>"]+)[>"]', file.read(), re.MULTILINE)
-    return first is not None and header.endswith("/" + first[1])
+    first = first_include(source)
+    return first is not None and header.endswith("/" + first)
+
+
+def checked_with_others(entries, by_build):
+    """The headers of ENTRIES that begin a chain of first includes from another checked header. ENTRIES and BY_BUILD:
+    header to compile command."""
+    known = {**entries, **by_build}
+    following = {}
+    for header in known:
+        first = first_include(header)
+        found = [other for other in entries if first and other.endswith("/" + first)]
+        if len(found) == 1 and has_guard(found[0]) and same_flags(known[header], entries[found[0]]):
+            following[header] = found[0]
+    checked = set()
+    for header in known.keys() - set(following.values()) | by_build.keys():
+        while (header := following.get(header)) and header not in checked:
+            checked.add(header)
+    return checked
+
+
+def same_flags(one, other):
+    return flags_of(one["command"], one["file"]) == flags_of(other["command"], other["file"])
 
 
 def compile_alone(header, tree, folder, entry):
@@ -89,7 +119,7 @@ def main(arguments):
         return 2
     tree, build, folders = os.path.realpath(arguments[1]), arguments[2], arguments[3:]
     commands, stubs = load_commands(build), os.path.abspath(os.path.join(build, "headers_alone"))
-    jobs, checked_by_build = [], 0
+    entries, by_build = {}, {}
     for folder in folders:
         root = os.path.join(tree, folder.split("/")[0])
         near = [s for s in commands if s.startswith(root + os.sep)]
@@ -98,12 +128,14 @@ def main(arguments):
             continue
         for header in headers_below(tree, folder):
             if is_checked_by_build(header, commands):
-                checked_by_build += 1
+                by_build[header] = commands[os.path.splitext(header)[0] + ".cpp"]
             else:
-                jobs.append((header, commands[nearest_source(header, near)]))
-    if not jobs and not checked_by_build:
+                entries[header] = commands[nearest_source(header, near)]
+    if not entries and not by_build:
         print("no headers found", file=sys.stderr)
         return 2
+    with_others = checked_with_others(entries, by_build)
+    jobs = [(header, entry) for header, entry in entries.items() if header not in with_others]
     failures = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         results = pool.map(lambda job: compile_alone(job[0], tree, stubs, job[1]), jobs)
@@ -111,7 +143,8 @@ def main(arguments):
             if errors:
                 failures += 1
                 print(f"{os.path.relpath(header, tree)} does not compile alone:\n{errors}")
-    print(f"{len(jobs)} headers compiled, {checked_by_build} more by the build; {failures} do not compile alone")
+    print(f"{len(jobs)} headers compiled, {len(by_build)} more by the build, {len(with_others)} with them; "
+          f"{failures} do not compile alone")
     return 1 if failures else 0
 
 

@@ -122,6 +122,7 @@ RULES = (
     Rule("service", [], [],
          ["boost", "openssl", "soci", "sodium", "json", "spdlog", "cli11", "curl", "sqlite",
           "postgresql", "zlib"]),
+    Rule("tools/herd", [], [], ["boost", "openssl", "json", "cli11", "zlib"]),
 )
 
 # Folders without rules.

@@ -121,7 +121,8 @@ class HeadersAlone(TreeCase):
         self.write("core/a.h", header)
         source = self.write("core/a.cpp", source_text)
         self.write("build/compile_commands.json", '[{"file": "%s", "directory": "%s", '
-                   '"command": "c++ -std=c++17 %s -o a.o -c %s"}]' % (source, self.tree, flags, source))
+                   '"command": "c++ -std=c++17 -I%s %s -o a.o -c %s"}]'
+                   % (source, self.tree, self.tree, flags, source))
         with contextlib.redirect_stdout(io.StringIO()):
             return headers_alone.main(["", self.tree, os.path.join(self.tree, "build"), "core"])
 
@@ -137,6 +138,21 @@ class HeadersAlone(TreeCase):
     def test_leaves_a_header_to_the_build_if_its_source_includes_it_first(self):
         self.assertEqual(self.run_on(self.BROKEN, '// Text.\n#include "core/a.h"\n#include <string>\n'), 0)
         self.assertEqual(self.run_on(self.BROKEN, '#include <string>\n#include "core/a.h"\n'), 1)
+
+    def test_checks_a_header_with_the_header_that_includes_it_first(self):
+        self.write("core/b.h", '#pragma once\n#include "core/a.h"\n')
+        self.assertEqual(self.run_on("#pragma once\n#include <string>\nstd::string f();\n"), 0)
+        self.assertFalse(os.path.exists(os.path.join(self.tree, "build/headers_alone/core/a.h.cpp")))
+        self.assertEqual(self.run_on(self.BROKEN), 1)
+
+    def test_compiles_a_header_that_another_header_includes_later(self):
+        for first in ("#include <string>", "namespace std { class string; }\n#define TEXT"):
+            self.write("core/b.h", f'#pragma once\n{first}\n#include "core/a.h"\n')
+            self.assertEqual(self.run_on(self.BROKEN), 1)
+
+    def test_compiles_headers_that_include_each_other_first(self):
+        self.write("core/b.h", '#pragma once\n#include "core/a.h"\n')
+        self.assertEqual(self.run_on('#pragma once\n#include "core/b.h"\nstd::string f();\n'), 1)
 
     def test_compiles_a_header_whose_source_has_a_precompiled_header(self):
         self.write("pch.h", "#include <vector>\n")

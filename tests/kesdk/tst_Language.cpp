@@ -1,6 +1,6 @@
 // libkesdk.so finds its catalogues by its own place.
 #include "kesdk/api/IEnterpriseConnection.h"
-#include "support/Variable.h"
+#include "tests/support/Variable.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 
 TEST(Library, SpeaksTheLanguageOfTheEnvironment)
 {
-    const kesdk::test::Variable language("LANGUAGE", "de");
+    const kelvo::test::Variable language("LANGUAGE", "de");
     kesdk::api::IEnterpriseConnection* created = nullptr;
     ASSERT_TRUE(kesdk::api::CreateKESDKInstance(&created, "https://localhost:1/base"));
     const std::unique_ptr<kesdk::api::IEnterpriseConnection> connection(created);

@@ -135,6 +135,8 @@ class InstalledTest(unittest.TestCase):
         self.assertIn("--script", self.shown("/usr/bin/kelvo-console", "--headless", "--help"))
         self.assertIn("usage: kelvo-badlink ", self.shown("/usr/bin/kelvo-badlink", "--help"))
         self.shown("/usr/bin/kelvo-badlink", "--check", "rural")
+        if "kelvo-service-tools" in self.packages:
+            self.assertIn("--consoles", self.shown("/usr/bin/kelvo-herd", "--help"))
         self.assertTrue((self.root / "usr/lib/kelvo/share/kelvo/translations/kelvo_de.qm").is_file())
         # All libraries of the keyboard are found, so the console can load it.
         if "kelvo-keyboard" in self.packages:

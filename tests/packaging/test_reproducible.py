@@ -25,7 +25,8 @@ from kelvopackages.package import BUILD, FOLDER, TREE, output
 
 SHARE = int(os.environ.get("KELVO_SHARE", "32"))
 SYSROOT = os.environ.get("KELVO_SYSROOT", "")
-SHIPPED = ["kelvo", "kesdk", "consolehost", "kelvo-console", "kelvo-service", "kelvoctl"]
+SHIPPED = ["kelvo", "kesdk", "consolehost", "kelvo-console", "kelvo-service", "kelvoctl",
+           *([] if SYSROOT else ["kelvo-herd"])]
 
 
 def digests(folder):

@@ -19,7 +19,8 @@ PASSWORD = "an operator's password"
 FAMILIES_THAT_FAIL = {
     "AF_UNIX": "the C library first asks a name cache, and works without the cache",
 }
-# Restrictions that the unit does not set, and why.
+INSTANCE = "kelvo-service@one.service"  # of a fleet
+# Restrictions that the units do not set, and why.
 LEFT_OPEN = {
     "RootDirectoryOrRootImage": "the service uses the machine's libraries and certificate authorities",
     "RestrictAddressFamilies_AF_INET_INET6": "the service needs the network",
@@ -94,19 +95,25 @@ class UnitTest(unittest.TestCase):
         ctl("rm", number)
         assert (data.with_suffix(".again.zip")).read_bytes() == file.read_bytes()
 
-    def test_systemd_accepts_the_unit(self):
-        copy = self.folder / "kelvo-service.service"
-        copy.write_text(self.unit.path.read_text(encoding="utf-8").replace("/usr/bin/", f"{self.root}/usr/bin/"),
-                        encoding="utf-8")
-        result = ended(["systemd-analyze", "verify", "--man=no", copy])
-        self.assertEqual((result.returncode, result.stderr), (0, ""))
+    def copy(self, name):
+        """The installed unit with the paths of this test; an instance has the text of its template."""
+        copy = self.folder / name
+        text = (self.unit.path.parent / name.replace("@one", "@")).read_text(encoding="utf-8")
+        copy.write_text(text.replace("/usr/bin/", f"{self.root}/usr/bin/"), encoding="utf-8")
+        return copy
+
+    def test_systemd_accepts_the_units(self):
+        for name in (self.unit.path.name, INSTANCE):
+            result = ended(["systemd-analyze", "verify", "--man=no", self.copy(name)])
+            self.assertEqual((result.returncode, result.stderr), (0, ""))
 
     def test_each_missing_restriction_has_a_reason(self):
-        found = json.loads(output("systemd-analyze", "security", "--offline=true", "--json=short", self.unit.path))
-        self.assertGreater(len(found), 50)
-        # A finding without a number does not apply to this unit.
-        self.assertEqual({row["json_field"] for row in found if not row["set"] and float(row["exposure"] or 0) > 0},
-                         set(LEFT_OPEN))
+        for name, more in ((self.unit.path.name, set()), (INSTANCE, {"RestrictAddressFamilies_AF_UNIX"})):
+            found = json.loads(output("systemd-analyze", "security", "--offline=true", "--json=short", self.copy(name)))
+            self.assertGreater(len(found), 50)
+            # A finding without a number does not apply to this unit.
+            self.assertEqual({row["json_field"] for row in found if not row["set"] and float(row["exposure"] or 0) > 0},
+                             set(LEFT_OPEN) | more)
 
     def test_the_service_makes_no_forbidden_system_call(self):
         self.assertGreater(len(self.unit.calls), 100)

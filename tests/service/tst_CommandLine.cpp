@@ -1,10 +1,8 @@
 #include "service/CommandLine.h"
+#include "tests/support/TempFolder.h"
+#include "tests/support/Variable.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
-
-#include <unistd.h>
 
 namespace kelvo {
 namespace {
@@ -68,13 +66,16 @@ TEST(ServeCommand, ReadsTheTimeoutsOfSlowPeers)
 
 TEST(ServeCommand, ReadsItsOptions)
 {
-    const auto options =
-        parse({"serve", "--data", "d", "--listen", "h:1", "--name", "a", "--name", "b",
-               "--password-cost", "min", "--event-retention", "72h", "--max-upload", "10",
-               "--keep-unknown-days", "0", "--answer-bytes", "2000000"})
-            .serve;
+    const auto options = parse({"serve",  "--data",          "d",       "--listen",
+                                "h:1",    "--name",          "a",       "--name",
+                                "b",      "--password-cost", "min",     "--event-retention",
+                                "72h",    "--max-upload",    "10",      "--keep-unknown-days",
+                                "0",      "--answer-bytes",  "2000000", "--transfer-bytes",
+                                "3000000"})
+                             .serve;
     ASSERT_TRUE(options);
     EXPECT_EQ(options->answerBytes, 2000000U);
+    EXPECT_EQ(options->transferBytes, 3000000U);
     EXPECT_EQ(options->unknownDays, 0);
     EXPECT_EQ(options->names, (std::vector<std::string>{"a", "b"}));
     EXPECT_EQ(options->passwordCost, accounts::EPasswordCost::Minimal);
@@ -119,40 +120,17 @@ TEST(ServeCommand, RefusesWrongOptions)
     }
 }
 
-/** A temporary file that is removed with this object. */
+/** A file of options, which is removed with this object. */
 class ConfigFile
 {
 public:
-    explicit ConfigFile(const std::string& text)
-    {
-        const int file = mkstemp(m_path.data());
-        EXPECT_EQ(write(file, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-        close(file);
-    }
-    ~ConfigFile() { unlink(m_path.c_str()); }
-    ConfigFile(const ConfigFile&) = delete;
-    ConfigFile& operator=(const ConfigFile&) = delete;
+    explicit ConfigFile(const std::string& text) : path_(folder_.Write("config.toml", text)) {}
 
-    const std::string& path() const { return m_path; }
+    const std::string& path() const { return path_; }
 
 private:
-    std::string m_path = testing::TempDir() + "kelvo-config-XXXXXX";
-};
-
-/** Sets an environment variable during its life. */
-class EnvironmentVariable
-{
-public:
-    EnvironmentVariable(const char* name, const char* value) : m_name(name)
-    {
-        setenv(name, value, 1);
-    }
-    ~EnvironmentVariable() { unsetenv(m_name); }
-    EnvironmentVariable(const EnvironmentVariable&) = delete;
-    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
-
-private:
-    const char* m_name;
+    test::TempFolder folder_;
+    std::string path_;
 };
 
 TEST(ServeCommand, ReadsItsOptionsFromAFile)
@@ -170,9 +148,9 @@ TEST(ServeCommand, ReadsItsOptionsFromAFile)
 
 TEST(ServeCommand, ReadsItsOptionsFromTheEnvironment)
 {
-    const EnvironmentVariable data("KELVO_SERVICE_DATA", "/d");
-    const EnvironmentVariable listen("KELVO_SERVICE_LISTEN", "h:1");
-    const EnvironmentVariable upload("KELVO_SERVICE_MAX_UPLOAD", "10");
+    const test::Variable data("KELVO_SERVICE_DATA", "/d");
+    const test::Variable listen("KELVO_SERVICE_LISTEN", "h:1");
+    const test::Variable upload("KELVO_SERVICE_MAX_UPLOAD", "10");
     const auto options = parse({"serve"}).serve;
     ASSERT_TRUE(options);
     EXPECT_EQ(options->dataFolder, "/d");
@@ -183,9 +161,9 @@ TEST(ServeCommand, ReadsItsOptionsFromTheEnvironment)
 TEST(ServeCommand, PrefersTheCommandLineThenTheFileThenTheEnvironment)
 {
     const ConfigFile file("[serve]\ndata = \"file\"\nlisten = \"file:1\"\n");
-    const EnvironmentVariable data("KELVO_SERVICE_DATA", "environment");
-    const EnvironmentVariable listen("KELVO_SERVICE_LISTEN", "environment:1");
-    const EnvironmentVariable upload("KELVO_SERVICE_MAX_UPLOAD", "10");
+    const test::Variable data("KELVO_SERVICE_DATA", "environment");
+    const test::Variable listen("KELVO_SERVICE_LISTEN", "environment:1");
+    const test::Variable upload("KELVO_SERVICE_MAX_UPLOAD", "10");
     const auto options = parse({"--config", file.path(), "serve", "--data", "line"}).serve;
     ASSERT_TRUE(options);
     EXPECT_EQ(options->dataFolder, "line");
@@ -211,6 +189,46 @@ TEST(ServeCommand, HelpReturnsExitCode0)
 {
     EXPECT_EQ(parse({"--help"}).exitCode, 0);
     EXPECT_EQ(parse({"serve", "--help"}).exitCode, 0);
+}
+
+constexpr const char* serverUrl = "postgresql://kelvo@db/kelvo";
+constexpr const char* bucketUrl = "s3://farm?endpoint=https://objects.example";
+
+TEST(VerifyCommand, NeedsAFolderOrADatabaseOnAServer)
+{
+    EXPECT_EQ(parse({"verify", "--data", "d"}).verify->dataFolder, "d");
+    EXPECT_EQ(
+        parse({"verify", "--database", serverUrl, "--contents", bucketUrl}).verify->database.url,
+        serverUrl);
+    EXPECT_EQ(parse({"verify"}).exitCode, 2);
+    EXPECT_EQ(parse({"verify", "--database", "sqlite:file"}).exitCode, 2);
+}
+
+TEST(MigrateCommand, NeedsAFolderADatabaseOnAServerAndABucket)
+{
+    const auto options =
+        parse({"migrate", "--from", "d", "--database", serverUrl, "--contents", bucketUrl}).migrate;
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->from, "d");
+    EXPECT_EQ(options->database.url, serverUrl);
+    EXPECT_EQ(options->contents.bucket->bucket, "farm");
+    EXPECT_EQ(parse({"migrate", "--from", "d", "--database", serverUrl}).exitCode, 2);
+    EXPECT_EQ(parse({"migrate", "--from", "d", "--contents", bucketUrl}).exitCode, 2);
+    EXPECT_EQ(parse({"migrate", "--database", serverUrl, "--contents", bucketUrl}).exitCode, 2);
+    EXPECT_EQ(
+        parse({"migrate", "--from", "d", "--database", serverUrl, "--contents", "file:e"}).exitCode,
+        2);
+}
+
+TEST(RestoreCommand, NeedsTwoFoldersOrADatabaseOnAServer)
+{
+    EXPECT_EQ(parse({"restore", "--from", "b", "--data", "d"}).restore->from, "b");
+    EXPECT_EQ(parse({"restore", "--database", serverUrl}).restore->database.url, serverUrl);
+    EXPECT_EQ(parse({"restore", "--from", "b"}).exitCode, 2);
+    EXPECT_EQ(parse({"restore", "--data", "d"}).exitCode, 2);
+    EXPECT_EQ(parse({"restore"}).exitCode, 2);
+    EXPECT_EQ(parse({"restore", "--from", "b", "--data", "d", "--database", serverUrl}).exitCode,
+              2);
 }
 
 TEST(ClockConfirmCommand, NeedsADataFolder)

@@ -8,11 +8,11 @@
 #include "service/store/UploadTable.h"
 #include "tests/service/support/ApiFixture.h"
 #include "tests/service/support/ObjectGateway.h"
+#include "tests/support/Variable.h"
 
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <fstream>
 
 namespace kelvo {
@@ -43,12 +43,6 @@ TEST(ContentsPlace, HasNoNameInTheDataFolder)
 class Homes : public test::ApiFixture
 {
 protected:
-    Homes()
-    {
-        ::setenv("AWS_ACCESS_KEY_ID", test::ObjectGateway::credentials().accessKey.c_str(), 1);
-        ::setenv("AWS_SECRET_ACCESS_KEY", test::ObjectGateway::credentials().secretKey.c_str(), 1);
-    }
-
     std::unique_ptr<ContentsHome> open(const ContentsPlace& place)
     {
         return openContents(place, {database, clock, folder.Path(), reserve, filePool});
@@ -89,7 +83,13 @@ protected:
         adoption->committed();
     }
 
+    static constexpr std::size_t markers = 1; // of the database's bucket
+
     test::ObjectGateway gateway;
+    const test::Variable accessKey{"AWS_ACCESS_KEY_ID",
+                                   test::ObjectGateway::credentials().accessKey};
+    const test::Variable secretKey{"AWS_SECRET_ACCESS_KEY",
+                                   test::ObjectGateway::credentials().secretKey};
 };
 
 TEST_F(Homes, AreTheDataFolderByDefault)
@@ -119,6 +119,47 @@ TEST_F(Homes, InABucketStayThereForGood)
     EXPECT_NO_THROW(open(bucket()));
 }
 
+TEST_F(Homes, InABucketRefuseABucketOfTheSameNameInAnotherStore)
+{
+    test::ObjectGateway other;
+    ContentsPlace wrong = bucket();
+    wrong.bucket = other.address();
+    open(bucket());
+    try {
+        open(wrong);
+        FAIL() << "not refused";
+    } catch (const StartRefused& refusal) {
+        EXPECT_THAT(refusal.what(), testing::HasSubstr("endpoint"));
+    }
+    EXPECT_TRUE(other.objects().empty());
+    EXPECT_NO_THROW(open(bucket()));
+}
+
+TEST_F(Homes, InABucketFindTheWrongBucketWhenItAnswers)
+{
+    test::ObjectGateway other;
+    ContentsPlace wrong = bucket();
+    wrong.bucket = other.address();
+    open(bucket());
+    other.failNext({test::EFault::Busy});
+    const auto home = open(wrong); // the store does not answer at the start
+    EXPECT_THROW(home->probe(), std::runtime_error);
+}
+
+TEST_F(Homes, InABucketKnowItByItsObjectsUntilItHasAMarker)
+{
+    test::ObjectGateway other;
+    ContentsPlace wrong = bucket();
+    wrong.bucket = other.address();
+    gateway.failNext({test::EFault::Busy});
+    const auto home = open(bucket()); // the store does not answer at the start
+    EXPECT_EQ(database.readNow(store::contentsMarker), "");
+    finish(*home, begin(*home, "abc").id);
+    EXPECT_THROW(open(wrong), StartRefused);
+    home->probe();
+    EXPECT_NE(database.readNow(store::contentsMarker), "");
+}
+
 TEST_F(Homes, ThatCannotBeUsedAreNotRecorded)
 {
     EXPECT_THROW(open(ContentsPlace::parse("file:" + folder.Path("missing"))), StartRefused);
@@ -137,12 +178,12 @@ TEST_F(Homes, RemoveObjectsThatNothingUsesAfterADay)
     database.writeNow(
         [&ended](store::Transaction& t) { store::removeUnfinishedUpload(t, ended.id); });
     home->removeUnused();
-    EXPECT_EQ(gateway.objects().size(), 3U);
+    EXPECT_EQ(gateway.objects().size(), 3U + markers);
     EXPECT_FALSE(home->contents().open(sha256Hex("no file has it")));
     EXPECT_EQ(home->contents().keptBytes(ended.id), 0U);
     clock.Advance(24h + 1ms);
     home->removeUnused();
-    EXPECT_EQ(gateway.objects().size(), 1U);
+    EXPECT_EQ(gateway.objects().size(), 1U + markers);
     EXPECT_EQ(home->contents().keptBytes(open.id), 7U);
 }
 
@@ -150,8 +191,8 @@ TEST_F(Homes, InABucketLeaveNothingOfAProbe)
 {
     const auto home = open(bucket());
     home->probe();
-    EXPECT_TRUE(gateway.objects().empty());
-    gateway.failNext({test::EFault::OtherBytes, test::EFault::OtherBytes});
+    EXPECT_EQ(gateway.objects().size(), markers);
+    gateway.failNext({test::EFault::None, test::EFault::OtherBytes, test::EFault::OtherBytes});
     EXPECT_THROW(home->probe(), std::runtime_error);
 }
 

@@ -2,7 +2,9 @@
 #include "service/Janitor.h"
 #include "service/api/UploadSteps.h"
 #include "service/base/Digest.h"
+#include "service/store/Errors.h"
 #include "service/store/EventTable.h"
+#include "service/store/FarmRemoval.h"
 #include "service/store/SessionTable.h"
 #include "service/store/UploadTable.h"
 #include "tests/service/support/ApiFixture.h"
@@ -113,6 +115,21 @@ TEST_F(CleanUp, EmptiesTheBinAfterThirtyDaysAndThenItsContents)
     clock.Advance(1ms);
     cleanUp();
     EXPECT_THAT(contents.digests(), testing::IsEmpty());
+}
+
+TEST_F(CleanUp, RemovesTheRestOfADeletedFarm)
+{
+    upload("abc");
+    addSession(clock.nowMs() + 1000);
+    database.writeNow(
+        [this](store::Transaction& t) { store::deleteFarm(t, user.farmId(), clock.nowMs()); });
+    clockIsTrusted = false; // the farm is not removed by its age
+    Janitor::cleanUp(parts, {}, [] { return true; });
+    EXPECT_EQ(countSessions(), 1) << "the service stops";
+    cleanUp();
+    EXPECT_EQ(countSessions(), 0);
+    EXPECT_THAT(database.readNow(store::deletedFarms), testing::IsEmpty());
+    EXPECT_THAT(contents.digests(), testing::SizeIs(1)) << "a restored backup may need it";
 }
 
 TEST_F(CleanUp, KeepsAContentThatAnotherFileShares)
@@ -252,6 +269,16 @@ TEST_F(CleanUp, RemovesNothingWhileTheClockIsNotTrustedAndCountsIt)
     EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
     EXPECT_EQ(countSessions(), 0);
     EXPECT_EQ(heldBack.sessions + heldBack.uploads + heldBack.binnedFiles, 0);
+}
+
+TEST_F(CleanUp, RemovesNothingByItsAgeIfTheClockCannotBeChecked)
+{
+    remove(upload("abc").id);
+    clock.Advance(24h * 40);
+    Janitor::Parts broken = parts;
+    broken.clockIsTrusted = []() -> bool { throw store::StoreBusy(); };
+    EXPECT_NO_THROW(Janitor::cleanUp(broken, {}, [] { return false; }));
+    EXPECT_THAT(contents.digests(), testing::SizeIs(1));
 }
 
 TEST_F(CleanUp, MakesTheDiskReserveWholeAlsoWhileTheClockIsWrong)

@@ -54,6 +54,20 @@ TEST_F(ReadinessTest, ChecksAnewEachTime)
     EXPECT_EQ(loop.run(readiness.ask()), "a: bad");
 }
 
+TEST_F(ReadinessTest, StopsBeingReadyAtOnceWhenTheServiceStops)
+{
+    int runs = 0;
+    Readiness readiness({{"a",
+                          [&runs] {
+                              ++runs;
+                              return std::string();
+                          }}},
+                        never);
+    readiness.beginStop();
+    EXPECT_EQ(loop.run(readiness.ask()), "stopping");
+    EXPECT_EQ(runs, 0);
+}
+
 TEST_F(ReadinessTest, DoesNotWaitForADiskThatHangs)
 {
     std::promise<void> disk;

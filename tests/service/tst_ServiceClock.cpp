@@ -58,7 +58,7 @@ TEST_F(ServiceClockTest, TrustsTheClockAfterANightSwitchedOff)
     machine.ShiftTimeOfDay(16h);
     restart();
     EXPECT_TRUE(clock->isTrusted());
-    EXPECT_EQ(clock->leaps(), 0U);
+    EXPECT_EQ(clock->jumps(), 0U);
 }
 
 TEST_F(ServiceClockTest, WaitsForADayOfRunTimeAfterAClockJumpAhead)
@@ -66,7 +66,7 @@ TEST_F(ServiceClockTest, WaitsForADayOfRunTimeAfterAClockJumpAhead)
     check();
     machine.ShiftTimeOfDay(24h * 40);
     restart();
-    EXPECT_EQ(clock->leaps(), 1U);
+    EXPECT_EQ(clock->jumps(), 1U);
     runFor(24h - 10min);
     EXPECT_FALSE(clock->isTrusted());
     runFor(10min);
@@ -95,7 +95,7 @@ TEST_F(ServiceClockTest, WaitsAfterAClockJumpWhileItRuns)
     EXPECT_FALSE(clock->isTrusted());
     machine.ShiftTimeOfDay(-25h);
     check();
-    EXPECT_EQ(clock->leaps(), 2U);
+    EXPECT_EQ(clock->jumps(), 2U);
     runFor(24h);
     EXPECT_TRUE(clock->isTrusted());
 }

@@ -133,14 +133,24 @@ class ObjectGateway:
         self._run("ceph", "--connect-timeout", str(START_LIMIT_S), "osd", "new", store)
         self._run("ceph-osd", "-i", "0", "--mkfs", "--osd-uuid", store)
         self._daemon("ceph-osd", "-f", "-i", "0")
-        gateway = self._daemon("radosgw", "-f", "-n", "client.rgw")
+        self.start_gateway()
         self._run("radosgw-admin", "-n", "client.rgw", "--admin-socket=", "user", "create", "--uid", "kelvo",
                   "--display-name", "KELVO", "--access-key", self.access_key, "--secret-key", self.secret_key)
-        self._wait_for(gateway)
+        self.wait_for_gateway()
         self._run("curl", "--silent", "--show-error", "--fail", "--request", "PUT", "--noproxy", "*",
                   "--aws-sigv4", "aws:amz:us-east-1:s3", "--user", f"{self.access_key}:{self.secret_key}",
                   "--header", f"x-amz-content-sha256: {hashlib.sha256().hexdigest()}",
                   f"{self.endpoint}/{self.bucket}")
+
+    def start_gateway(self):
+        """Call wait_for_gateway() before the first request."""
+        self.gateway = self._daemon("radosgw", "-f", "-n", "client.rgw")
+
+    def kill_gateway(self):
+        """Kills the process that answers requests. The objects stay."""
+        self.gateway.kill()
+        self.gateway.wait()
+        self.daemons.remove(self.gateway)
 
     def _environment(self):
         return {**os.environ, "CEPH_CONF": self.configuration}
@@ -158,10 +168,10 @@ class ObjectGateway:
         self.daemons.append(daemon)
         return daemon
 
-    def _wait_for(self, gateway):
+    def wait_for_gateway(self):
         opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
         end = time.monotonic() + START_LIMIT_S
-        while time.monotonic() < end and gateway.poll() is None:
+        while time.monotonic() < end and self.gateway.poll() is None:
             try:
                 opener.open(self.endpoint, timeout=5).close()
                 return

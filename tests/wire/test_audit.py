@@ -1,8 +1,10 @@
 """The audit trail: logins and changes, in the database and in the log."""
 
+import contextlib
 import json
 import os
 import shutil
+import sqlite3
 import subprocess
 import unittest
 
@@ -19,7 +21,7 @@ class AuditTest(WireTest):
     def trail(self, client, query=""):
         return client.get("/audit?limit=1000" + query).json()["entries"]
 
-    def fail(self, user, times=1):
+    def fail_to_log_in(self, user, times=1):
         client = Client(self.service)
         self.addCleanup(client.close)
         return [client.post("/sessions", (401, 429), json={"user": user, "password": "a wrong password"}).status
@@ -33,8 +35,8 @@ class AuditTest(WireTest):
 class Audit(AuditTest):
     def test_each_login_has_its_outcome_address_and_user(self):
         admin = self.user("admin")
-        self.fail("oda")
-        self.fail("a password typed as a name")
+        self.fail_to_log_in("oda")
+        self.fail_to_log_in("a password typed as a name")
         olga = self.user("olga")
         logins = self.trail(admin, "&action=login")
         done, unknown, failed = logins[0], logins[1], logins[2]
@@ -44,6 +46,8 @@ class Audit(AuditTest):
         self.assertEqual((failed["outcome"], failed["actor"]["name"]), ("failed", "oda"))
         self.assertEqual((unknown["outcome"], unknown["actor"], unknown["farm"]), ("failed", None, None))
         self.assertNotIn("typed as a name", json.dumps(logins) + self.service.log())
+        with contextlib.closing(sqlite3.connect(self.service.path("kelvo.sqlite"))) as database:
+            self.assertEqual(database.execute("SELECT DISTINCT actor_name FROM audit WHERE actor_id = 0").fetchall(), [("",)])
 
     def test_each_change_has_its_actor_and_object(self):
         admin, olga, anna = self.user("admin"), self.user("olga"), self.user("anna")
@@ -120,7 +124,7 @@ class QuietLog(AuditTest):
 class Fail2ban(AuditTest):
     @unittest.skipUnless(os.path.exists(FAIL2BAN), "fail2ban is not installed")
     def test_the_filter_finds_the_address_of_each_failed_login(self):
-        statuses = self.fail("otto", 5)
+        statuses = self.fail_to_log_in("otto", 5)
         self.assertEqual(statuses, [401, 401, 401, 429, 429])
         self.user("piet")
         log = os.path.join(self.service.root, "copy.log")

@@ -160,7 +160,8 @@ class Moves(ConsoleTest):
             self.assertEqual((data["user"]["name"], data["time_s"], data["latitude"], data["longitude"]),
                              ("olga", self.now, 51.5, 5.25))
             self.assertEqual(data["console"], self.console(ADDRESS)["id"])
-            self.assertEqual(self.track(data["console"]).json()["positions"][0]["latitude"], 51.5)
+            point = self.track(data["console"]).json()["positions"][0]
+            self.assertEqual((point["latitude"], point["received_at"]), (51.5, data["received_at"]))
             self.olga.put("after.zip", [inbox], b"after")
             driver.expect("file-added")
             otto = self.user("otto")

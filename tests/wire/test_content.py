@@ -68,7 +68,8 @@ class Content(WireTest):
 
     def test_if_range_with_another_tag_ignores_the_range(self):
         self.assertEqual(self.get(206, Range="bytes=10-19", If_Range=self.tag).body, CONTENT[10:20])
-        for tag in ('"other"', f"W/{self.tag}", self.tag.strip('"'), "Sat, 01 Jan 2022 00:00:00 GMT"):
+        similar = self.tag.replace(self.tag[1], "0" if self.tag[1] != "0" else "1")
+        for tag in ('"other"', similar, f"W/{self.tag}", self.tag.strip('"'), "Sat, 01 Jan 2022 00:00:00 GMT"):
             with self.subTest(tag=tag):
                 self.assertEqual(self.get(200, Range="bytes=10-19", If_Range=tag).body, CONTENT)
 

@@ -5,12 +5,14 @@ The data folder is a small file system in memory, in a mount namespace of the se
 forbidden the tests are skipped; on CI they fail instead.
 """
 
+import contextlib
 import errno
 import http.client
 import json
 import os
 import shutil
 import signal
+import sqlite3
 import subprocess
 import time
 import unittest
@@ -45,13 +47,17 @@ class SmallDisk(Service):
     def path(self, *parts):
         return os.path.join(f"/proc/{self.process.pid}/root{self.folder}", *parts)
 
+    def disk(self, *parts):
+        """A path on the small file system."""
+        return self.path(*parts)
+
     def room(self):
-        status = os.statvfs(self.path())
+        status = os.statvfs(self.disk())
         return status.f_bavail * status.f_bsize
 
     def fill(self, leave=0):
         """Fills the file system except for `leave` bytes."""
-        with open(self.path("ballast"), "ab", buffering=0) as ballast:
+        with open(self.disk("ballast"), "ab", buffering=0) as ballast:
             while self.room() > leave:
                 try:
                     ballast.write(b"\0" * min(65536, self.room() - leave))
@@ -61,7 +67,26 @@ class SmallDisk(Service):
                     break
 
     def clear(self):
-        os.remove(self.path("ballast"))
+        os.remove(self.disk("ballast"))
+
+
+class SeparateDisk(SmallDisk):
+    """Only the files are on the small file system."""
+
+    def __init__(self, *options):
+        super().__init__(*options)
+        self.files = os.path.join(self.root, "files")
+        self.options += ("--contents", f"file:{self.files}")
+
+    def wrap(self, arguments):
+        os.makedirs(self.files)
+        return [*NAMESPACE, "sh", "-c", self.SCRIPT, self.files, *arguments]
+
+    def path(self, *parts):
+        return os.path.join(self.folder, *parts)
+
+    def disk(self, *parts):
+        return os.path.join(f"/proc/{self.process.pid}/root{self.files}", *parts)
 
 
 class RestartedDisk(SmallDisk):
@@ -193,6 +218,26 @@ class FullDisk(DiskTest):
         self.assertGreaterEqual(offset, length - 1)
         done = self.olga.patch(location, offset, CONTENT[offset:])
         self.assertEqual(done.headers["Repr-Digest"], digest_header(CONTENT))
+        self.end()
+
+
+class FullDiskOfFiles(DiskTest):
+    SERVICE = SeparateDisk
+    RESERVE = 8 * 1024 * 1024
+
+    def test_does_not_use_the_reserve_of_the_database(self):
+        with contextlib.closing(sqlite3.connect(self.service.path("kelvo.sqlite"), timeout=GUARD_SECONDS)) as database, database:
+            database.executemany("INSERT INTO files (farm_id, id, inbox_id, name, size_bytes, sha256, created_ms)"
+                                 " VALUES (1, ?, ?, 'a.zip', 1, ?, 0)",
+                                 ((10_000 + number, self.inbox, f"{number:064x}") for number in range(2000)))
+        self.service.fill()
+        self.full(self.olga.create("a.zip", [self.inbox], 100_000, expect=507))
+        self.full(self.olga.get("/account", 507, headers={"Accept-Encoding": "identity"}))
+        self.assertIn("\nkelvo_disk_reserve_used_bytes 0\n", metrics(self.service)[1])
+        log_in(self.service, "piet").close()
+        self.service.clear()
+        self.olga.get("/account")
+        self.olga.put("a.zip", [self.inbox], CONTENT)
         self.end()
 
 

@@ -243,6 +243,19 @@ class Commands(KelvoctlTest):
         self.assertIn("b.zip", err)  # The warning that the inbox now has two files of this name.
         self.assertEqual(self.names(olga, targets[0]), ["a.zip", "b.zip", "b.zip"])
 
+    def test_the_lists_show_who_sent_a_file_with_which_note(self):
+        anna, olga = self.tool("anna"), self.tool("olga")
+        make_inbox(self.user("olga"), "Curves")
+        cursor = self.user("anna").get("/account").json()["cursor"]
+        anna.write("noted.zip", b"noted")
+        number = anna.json("put", "noted.zip", "--to", "olga/Curves", "--note", "second pass, field 7")["ids"][0]
+        told = "noted.zip  from anna  note: second pass, field 7"
+        self.assertIn(f"{told}\n", olga.run("ls", "Curves")[0])
+        self.assertIn("  from anna  note: second pass, field 7\n", anna.run("watch", "--from", cursor, "--count", "1")[0])
+        anna.run("rm", str(number))
+        self.assertIn(f"{told}\n", anna.run("bin", "list")[0])
+        anna.run("put", "noted.zip", "--to", "olga/Curves", "--note", "x" * 201, code=REFUSED)
+
     def test_names_of_255_bytes_are_put_and_fetched(self):
         olga = self.tool("olga")
         for name in ("x" * 255, "\u00e9" * 127 + "x", "x" * 251):
@@ -377,8 +390,8 @@ class Commands(KelvoctlTest):
         olga.post("/fetches", 204, json={"fetches": [{"file": fetched["id"], "age_s": 0, "unpack_error": "No\u001b room"}]})
         self.assertRegex(watch.stdout.read(), r"file-fetched  file [0-9]+ fetched.zip fetched by console [0-9]+ of olga at .*, not unpacked: No\? room")
         lines = anna.run("ls", "Pivots", "--owner", "olga")[0].splitlines()[-2:]
-        self.assertRegex(lines[0], r"fetched.zip  fetched by console [0-9]+ of olga at .*, not unpacked: No\? room$")
-        self.assertRegex(lines[1], r"waiting.zip$")
+        self.assertRegex(lines[0], r"fetched.zip  from olga  fetched by console [0-9]+ of olga at .*, not unpacked: No\? room$")
+        self.assertRegex(lines[1], r"waiting.zip  from olga$")
         lines = anna.run("ls", "Pivots", "--owner", "olga", "--not-fetched")[0].splitlines()
         self.assertIn("waiting.zip", lines[-1])
         self.assertNotIn("fetched.zip", "".join(lines))

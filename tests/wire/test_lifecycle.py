@@ -161,16 +161,8 @@ class Refusing(LifecycleTest):
     def test_a_database_of_a_newer_schema(self):
         self.service.start()
         self.service.stop()
-        databases = [os.path.join(folder, name) for folder, _, names in os.walk(self.service.folder) for name in names
-                     if open(os.path.join(folder, name), "rb").read(15) == b"SQLite format 3"]
-        self.assertEqual(len(databases), 1)
-        database = sqlite3.connect(databases[0])
-        version = database.execute("PRAGMA user_version").fetchone()[0]
-        database.execute(f"PRAGMA user_version = {version + 1000}")
-        for (table,) in database.execute("SELECT name FROM sqlite_master WHERE type = 'table'").fetchall():
-            for column in database.execute(f"PRAGMA table_info({table})").fetchall():
-                if column[1] == "version":
-                    database.execute(f"UPDATE {table} SET version = version + 1000")
+        database = sqlite3.connect(os.path.join(self.service.folder, "kelvo.sqlite"))
+        database.execute("UPDATE schema_version SET version = version + 1000, oldest = version + 1000")
         database.commit()
         database.close()
         self.refused(self.service.folder, "schema", "newer", "version")
@@ -322,6 +314,31 @@ class StartingAgain(LifecycleTest):
         while not os.path.exists(file) or os.path.getsize(file) < wanted:
             if time.monotonic() > guard:
                 raise AssertionError(f"the upload has {os.path.getsize(file)} bytes on the disk instead of {wanted}")
+
+
+class Interrupted(LifecycleTest):
+    def test_a_user_is_shut_out_before_the_files_are_passed_on(self):
+        service = self.start_with_farms()
+        olga, anna = self.client(service), self.client(service, "anna")
+        users = {user["name"]: user["id"] for user in anna.get("/users").json()["users"]}
+        file = olga.put("a.zip", [make_inbox(olga)], CONTENT)[0]["id"]
+        path = f"/users/{users['olga']}?heir={users['piet']}"
+        service.stop()
+        service.execute("CREATE TRIGGER stop BEFORE UPDATE OF inbox_id ON files BEGIN SELECT RAISE(ABORT, 'stop'); END", [()])
+        service.start()
+        anna = self.back(service, anna)
+        anna.delete(f"/users/{users['olga']}", 409)  # Without an heir nothing happens.
+        self.back(service, olga).get("/account")
+        anna.delete(path, 500, check=False)
+        self.back(service, olga).get("/account", 401)
+        self.assertEqual([entry["object"]["id"] for entry in anna.get("/audit?action=user-delete").json()["entries"]],
+                         [users["olga"]])
+        service.stop()
+        service.execute("DROP TRIGGER stop", [()])
+        service.start()
+        self.back(service, anna).delete(path)
+        self.assertEqual(self.client(service, "piet").get(f"/resources/{file}/content").body, CONTENT)
+        service.stop()
 
 
 class Full(LifecycleTest):

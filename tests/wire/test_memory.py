@@ -1,7 +1,10 @@
 """The memory of a request does not grow with its answer: 100,000 files in a farm, 1,000 consoles with long texts."""
 
+import contextlib
+import hashlib
 import itertools
 import json
+import sqlite3
 import time
 import unittest
 
@@ -16,6 +19,7 @@ CONSOLES = 1000
 BINNED = 10_000
 LEAVER = 900  # the id of an operator who is deleted
 FILES_OF_LEAVER = 3000
+DELETED_FARM = 900
 LARGE = ("/account", "/projects/1/resources", "/bin?limit=1000", "/users?limit=1000", "/consoles?limit=1000",
          "/audit?limit=1000", "/audit?limit=1000&action=file-add", "/consoles/1000/track?limit=1000")
 LARGE_OF_ADMINS = ("/usage?limit=1000", "/farms?limit=1000")
@@ -63,6 +67,7 @@ class Memory(WireTest):
         cls.service.stop()
         cls.fill()
         cls.fill_deletions(oda_inbox)
+        cls.fill_farm()
         cls.service.start()
 
     @classmethod
@@ -112,6 +117,28 @@ class Memory(WireTest):
                                      for number in range(FILES_OF_LEAVER)))
         cls.service.execute("INSERT INTO track (console_id, number, user_id, time_s, latitude, longitude, received_ms)"
                             " VALUES (1000, ?, ?, 1, 51.9, 5.4, ?)", ((100_000 + number, LEAVER, NOW_MS) for number in range(FILES)))
+
+    @classmethod
+    def fill_farm(cls):
+        """A farm that is deleted with all its rows."""
+        farm = DELETED_FARM
+        cls.service.execute("INSERT INTO farms (id, name, last_resource, last_event, pruned_event, files, bytes)"
+                            " VALUES (?, 'Gone Farm', 200000, 0, 0, ?, ?)", [(farm, BINNED, 5 * BINNED)])
+        cls.service.execute("INSERT INTO projects (farm_id, id, name) VALUES (?, 1, 'To Console')", [(farm,)])
+        cls.service.execute("INSERT INTO users (id, farm_id, name, role, password_hash, disabled, created_ms)"
+                            " VALUES (?, ?, ?, 'operator', '', 0, 0)",
+                            ((100_000 + number, farm, f"gone {number}") for number in range(1000)))
+        cls.service.execute("UPDATE users SET files = ?, bytes = ? WHERE id = 100000", [(BINNED, 5 * BINNED)])
+        cls.service.execute("INSERT INTO inboxes (farm_id, id, project_id, owner_id, created_ms) VALUES (?, 2, 1, 100000, 0)",
+                            [(farm,)])
+        cls.service.execute("INSERT INTO files (farm_id, id, inbox_id, name, size_bytes, sha256, created_ms, deleted_ms, deleted_by)"
+                            " VALUES (?, ?, 2, ?, 5, ?, 1, ?, 'olga')",
+                            ((farm, 1000 + number, f"{number}.zip", f"d{number:063x}", NOW_MS) for number in range(BINNED)))
+        cls.service.execute("INSERT INTO sessions (token_hash, user_id, created_ms, expires_ms) VALUES (?, 100000, 1, ?)",
+                            ((hashlib.sha256(str(number).encode()).hexdigest(), 2 * NOW_MS) for number in range(5000)))
+        cls.service.execute("INSERT INTO audit (id, at_ms, action, outcome, address, actor_id, actor_name, farm_id, object_kind,"
+                            " object_id, object_name) VALUES (?, ?, 'file-add', 'done', '203.0.113.7', 100000, 'gone 0', ?,"
+                            " 'file', 5, '')", ((2_000_000 + number, NOW_MS, farm) for number in range(BINNED)))
 
     def setUp(self):
         self.anna = self.user("anna")
@@ -193,6 +220,14 @@ class Memory(WireTest):
         grown = self.growth(lambda: self.delete(oda, "/bin"))
         self.assertLessEqual(grown, MIB)
         self.assertEqual(oda.get("/bin").json()["files"], [])
+
+    def test_a_deleted_farm_needs_no_memory_for_its_rows(self):
+        admin = self.user("admin")
+        grown = self.growth(lambda: self.delete(admin, f"/farms/{DELETED_FARM}?confirm=Gone%20Farm"))
+        self.assertLessEqual(grown, MIB)
+        with contextlib.closing(sqlite3.connect(self.service.path("kelvo.sqlite"))) as database:
+            for rest in ("users WHERE farm_id = ?", "audit WHERE farm_id = ? AND address = '203.0.113.7'"):
+                self.assertEqual(database.execute(f"SELECT COUNT(*) FROM {rest}", (DELETED_FARM,)).fetchone(), (0,))
 
     def test_a_deleted_user_needs_no_memory_for_files_and_positions(self):
         piet = self.user("piet")

@@ -2,6 +2,7 @@
 
 import hashlib
 import http.client
+import os
 import unittest
 
 from kelvowire.contract import BASE
@@ -13,7 +14,7 @@ from kelvowire.service import Service
 from needs import needs
 
 CONTENT = bytes(range(256)) * 4000  # About 1 MB, above the default limits of proxies
-LARGE_BYTES = 96 * 1024 * 1024
+LARGE_BYTES = int(os.environ.get("KELVO_LARGE_MIB", "96")) * 1024 * 1024
 PIECE = bytes(range(256)) * 4096
 
 

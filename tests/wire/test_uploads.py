@@ -1,5 +1,6 @@
 """Uploads over tus, request by request."""
 
+import base64
 import unittest
 
 from kelvowire.events import EventStream
@@ -123,6 +124,34 @@ class Uploads(WireTest):
         for name in names:
             self.olga.put(name, [inbox], b"n")
         self.assertEqual(self.names(self.olga, inbox), names)
+
+    def test_a_file_keeps_its_sender_and_the_senders_note(self):
+        inbox = make_inbox(self.olga, "Pivots")
+        both = metadata("noted.zip", [inbox])
+        send = {"headers": {"Upload-Metadata": f"{both},note {base64.b64encode('Süd, zweite Gabe'.encode()).decode()}"}}
+        with EventStream(self.olga) as stream:
+            file = self.anna.create("", [], 1, b"x", **send).json()["files"][0]
+            self.assertEqual(stream.expect("file-added").data["entry"], file)
+        self.assertEqual((file["sent_by"]["name"], file["note"]), ("anna", "Süd, zweite Gabe"))
+        self.assertEqual(self.entries(self.olga, inbox), [file])
+        self.olga.delete(f"/resources/{file['id']}")
+        binned = [one for one in self.anna.get("/bin").json()["files"] if one["id"] == file["id"]]
+        self.assertEqual((binned[0]["sent_by"], binned[0]["note"]), (file["sent_by"], file["note"]))
+        plain = self.olga.create("plain.zip", [inbox], 1, b"x").json()["files"][0]
+        self.assertEqual((plain["sent_by"]["name"], "note" in plain), ("olga", False))
+
+    def test_a_repeat_with_another_note_is_refused(self):
+        both = metadata("repeated.zip", [self.inbox])
+        for note, expect in ((b"first", 201), (b"first", 201), (b"second", 409)):
+            headers = {"Upload-Metadata": f"{both},note {base64.b64encode(note).decode()}"}
+            self.olga.create("", [], 1, b"x", key=self.id(), expect=expect, headers=headers)
+
+    def test_long_notes_and_notes_with_control_characters_are_refused(self):
+        both = metadata("noted.zip", [self.inbox])
+        for note, expect in (("é" * 200, 201), ("x" * 201, 422), ("a\nb", 422), (b"\xff", 422), ("", 201)):
+            with self.subTest(note=note):
+                coded = base64.b64encode(note if isinstance(note, bytes) else note.encode()).decode()
+                self.olga.create("", [], 1, b"x", headers={"Upload-Metadata": f"{both},note {coded}"}, expect=expect)
 
     def test_a_name_used_twice_makes_two_files_and_warns_the_office(self):
         inbox = make_inbox(self.olga, "Curves")

@@ -86,7 +86,7 @@ class Walk(WireTest):
                 yield method, template
 
     def test_the_walk_covers_every_route(self):
-        self.assertEqual(len(list(self.secured())), 43)
+        self.assertEqual(len(list(self.secured())), 46)
 
     def test_every_route_needs_a_valid_token(self):
         client = self.user("olga")

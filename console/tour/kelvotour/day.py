@@ -20,11 +20,11 @@ UPLOADS = {"curves": ("Curves", "to-service/curves"), "reports": ("From Console"
 class Day:
     """All files are in one folder: `service/`, `console/`, `work/`, and the logs."""
 
-    def __init__(self, binaries, folder, data):
+    def __init__(self, binaries, folder, data, service=None):
         self.binaries, self.folder, self.data = binaries, folder, data
         fresh_folder(folder)
         self.steps = Steps(folder)
-        self.farm = Farm(binaries, folder)
+        self.farm = Farm(binaries, folder, service)
         self.work, self.service = self.farm.work, self.farm.service
         self.console = None
         self.office = None

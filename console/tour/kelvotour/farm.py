@@ -8,13 +8,13 @@ PASSWORDS = {OPERATOR: "seven green fields", OFFICE: "papers on the desk"}
 
 
 class Farm:
-    """All files are in one folder: `service/`, `work/` with the sessions, and logs."""
+    """All files are in one folder: `service/`, `work/` with the sessions, and logs. Another `service` may be a fleet."""
 
-    def __init__(self, binaries, folder):
+    def __init__(self, binaries, folder, service=None):
         self.binaries, self.folder = binaries, folder
         self.work = folder / "work"
         self.work.mkdir(parents=True, exist_ok=True)
-        self.service = Service(binaries.service, folder / "service", folder / "service.log")
+        self.service = service or Service(binaries.service, folder / "service", folder / "service.log")
 
     def ctl(self, user):
         return Ctl(self.binaries.kelvoctl, self.service, self.work / f"{user}.session", self.folder / "kelvoctl.log")

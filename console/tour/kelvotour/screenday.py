@@ -22,7 +22,7 @@ SLOW_BYTES_PER_SECOND = 400_000  # the large archive then takes 15 s
 class ScreenDay:
     """All files are in one folder: `pictures/`, `service/`, `console/`, `work/`, and logs."""
 
-    def __init__(self, binaries, folder, data, *, size="1280x800", language=None, night=False, wheel=False):
+    def __init__(self, binaries, folder, data, service=None, *, size="1280x800", language=None, night=False, wheel=False):
         self.folder, self.data, self.size = folder, data, size
         self.language, self.night = language, night
         self.kind_of_window = WheelWindow if wheel else Window
@@ -31,7 +31,7 @@ class ScreenDay:
         self.pictures.mkdir()
         self.console_data = folder / "console"
         self.steps = Steps(folder)
-        self.farm = Farm(binaries, folder)
+        self.farm = Farm(binaries, folder, service)
         self.text = Texts(language)
         self.link = None
         self.window = None

@@ -23,13 +23,13 @@ class ServiceError(Exception):
 
 
 class Service:
-    """A data folder and, between start() and stop(), a process. A second start() takes the same port."""
+    """A data folder and, between start() and stop(), a process. A second start() takes the same ports."""
 
     def __init__(self, binary, data, log, options=()):
         self.binary, self.data, self.log_path = binary, data, log
         self.options = options
         self.environment = None  # None: the caller's
-        self.address = "127.0.0.1:0"
+        self.address = self.metrics_address = "127.0.0.1:0"
         self.process = None
 
     @property
@@ -43,7 +43,7 @@ class Service:
     def start(self):
         with open(self.log_path, "ab") as log:
             self.process = subprocess.Popen(
-                [self.binary, "serve", "--data", self.data, "--listen", self.address, "--metrics-listen", "127.0.0.1:0",
+                [self.binary, "serve", "--data", self.data, "--listen", self.address, "--metrics-listen", self.metrics_address,
                  *self.options],
                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, text=True, env=self.environment)
         guard = threading.Timer(GUARD_SECONDS, self.process.kill)

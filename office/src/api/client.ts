@@ -21,6 +21,8 @@ export type FileEvent = Schemas['FileEvent'];
 export type InboxEvent = Schemas['InboxEvent'];
 export type ConsoleMoved = Schemas['ConsoleMoved'];
 
+export type BaseMap = paths['/base-map']['get']['responses'][200]['content']['application/json'];
+
 export const client = createClient<paths>({baseUrl: apiPath});
 
 /** A refusal of the service, or no answer at all (`problem` is undefined). */
@@ -50,10 +52,14 @@ export async function documentOf<T>(request: Promise<Answer<T>>): Promise<T> {
   }
   if (!answer.response.ok) {
     const wait = Number(answer.response.headers.get('Retry-After'));
-    throw new ServiceError(answer.error as Problem | undefined, wait || undefined);
+    throw new ServiceError(isProblem(answer.error) ? answer.error : undefined, wait || undefined);
   }
   return answer.data as T;
 }
+
+/** A proxy before the service may answer with HTML instead. */
+const isProblem = (document: unknown): document is Problem =>
+  typeof document === 'object' && document !== null && 'type' in document && typeof document.type === 'string';
 
 /** The address of the next page of a list, from the answer's `Link`. */
 export function nextPage(headers: Headers): string | undefined {

@@ -1,10 +1,10 @@
 // The stream of changes. It reconnects for ever, and tells when the snapshot has to be read again.
 import {createParser} from 'eventsource-parser';
+import {backoffMs, pause} from './backoff';
 import {apiPath} from './client';
 
 /** Twice the service's time between two comments, and some seconds for a slow link. */
 const silenceMs = 130_000;
-const longestPauseMs = 30_000;
 
 export interface ServiceEvent {
   /** Empty for an event that the log does not keep. */
@@ -37,7 +37,7 @@ export async function followEvents(cursor: string, handlers: StreamHandlers, sig
     }}, signal);
     if (status === 401) return 'logged-out';
     if (status === 410) return 'cursor-too-old';
-    const pauseMs = Math.min(1000 * 2 ** failures++, longestPauseMs);
+    const pauseMs = backoffMs(failures++);
     if (!signal.aborted) handlers.onLost(pauseMs);
     await pause(pauseMs, signal);
   }
@@ -71,14 +71,4 @@ async function readStream(lastId: string, handlers: StreamHandlers, outer: Abort
     clearTimeout(timer);
   }
   return status === 200 ? 0 : status;
-}
-
-function pause(milliseconds: number, signal: AbortSignal): Promise<void> {
-  return new Promise((resolve) => {
-    const timer = setTimeout(resolve, milliseconds);
-    signal.addEventListener('abort', () => {
-      clearTimeout(timer);
-      resolve();
-    }, {once: true});
-  });
 }

@@ -33,7 +33,7 @@ export function unpack(bytes: Uint8Array): Archive {
 
 export const folderOf = (path: string): string => path.slice(0, path.lastIndexOf('/') + 1);
 
-const text = new TextDecoder();
+export const text = new TextDecoder();
 
 /** Entities can make a document of a few bytes very large. Task data has no use for them. Throws Refusal. */
 export function refuseEntities(xml: Uint8Array): void {

@@ -1,5 +1,5 @@
-// A map on a canvas, without a base map. Its plane touches the Earth near the first thing shown: cells of a grid are
-// exact rectangles, and lengths are right within a farm.
+// A map on a canvas, in the projection of web maps: a base map fits below. A grid is drawn as one rectangle: within a field
+// the error is a few centimetres.
 import Feature from 'ol/Feature';
 import OlMap from 'ol/Map';
 import View from 'ol/View';
@@ -8,29 +8,39 @@ import Zoom from 'ol/control/Zoom';
 import {defaults as interactions} from 'ol/interaction/defaults';
 import type {Geometry} from 'ol/geom';
 import VectorLayer from 'ol/layer/Vector';
-import Projection from 'ol/proj/Projection';
+import {fromLonLat, toLonLat} from 'ol/proj';
 import VectorSource from 'ol/source/Vector';
+import {addBaseMap} from './base_map_of';
 import type {Point} from './geometry';
-import {metresOfDegree, type Extent} from './model';
+import type {Extent} from './model';
+
+/** The projection has no poles. */
+const mostLatitude = 85;
+
+/** Two tips of the buttons, and the words for a base map with holes. */
+export interface MapTexts {
+  in: string;
+  out: string;
+  tilesMissing: string;
+}
 
 export class MapCanvas {
   readonly map: OlMap;
   readonly source = new VectorSource<Feature<Geometry>>();
-  private origin: Point | undefined;
+  private isPlaced = false;
   private readonly resize: ResizeObserver;
 
-  constructor(target: HTMLElement, zoomTexts: {in: string; out: string}) {
-    const projection = new Projection({code: 'kelvo-plane', units: 'm', getPointResolution: (resolution) => resolution});
+  constructor(target: HTMLElement, texts: MapTexts) {
     this.map = new OlMap({
       target,
-      view: new View({projection, center: [0, 0], resolution: 1, minResolution: 0.01, maxResolution: 50_000,
-        enableRotation: false, constrainResolution: false}),
+      view: new View({center: [0, 0], resolution: 1, minResolution: 0.01, maxResolution: 50_000, enableRotation: false}),
       layers: [new VectorLayer({source: this.source, updateWhileInteracting: false})],
-      controls: [new Zoom({zoomInTipLabel: zoomTexts.in, zoomOutTipLabel: zoomTexts.out}), new ScaleLine()],
+      controls: [new Zoom({zoomInTipLabel: texts.in, zoomOutTipLabel: texts.out}), new ScaleLine()],
       interactions: interactions({altShiftDragRotate: false, pinchRotate: false}),
     });
     this.resize = new ResizeObserver(() => this.map.updateSize());
     this.resize.observe(target);
+    void addBaseMap(this.map, texts.tilesMissing);
   }
 
   dispose(): void {
@@ -38,9 +48,10 @@ export class MapCanvas {
     this.map.setTarget(undefined);
   }
 
-  /** Shows the rectangle, at least `smallest` metres of it. The first call decides where the plane touches. */
-  fit([west, south, east, north]: Extent, smallest = 20): void {
-    this.origin ??= [(west + east) / 2, (south + north) / 2];
+  /** Shows the rectangle, at least `smallestM` metres of it. */
+  fit([west, south, east, north]: Extent, smallestM = 20): void {
+    this.isPlaced = true;
+    const smallest = smallestM / Math.cos((limited((south + north) / 2) * Math.PI) / 180);
     const [left, bottom] = this.toPlane([west, south]);
     const [right, top] = this.toPlane([east, north]);
     const spareX = Math.max(0, smallest - (right - left)) / 2;
@@ -48,34 +59,24 @@ export class MapCanvas {
     this.map.getView().fit([left - spareX, bottom - spareY, right + spareX, top + spareY], {padding: [24, 24, 24, 24]});
   }
 
-  get hasOrigin(): boolean {
-    return this.origin !== undefined;
+  /** Whether the map shows a place that was asked for. */
+  get hasPlace(): boolean {
+    return this.isPlaced;
   }
 
-  /** Metres east and north of the origin. */
   toPlane([longitude, latitude]: Point): [number, number] {
-    const [x, y] = this.origin as Point;
-    return [(longitude - x) * metresOfDegree * this.shrink, (latitude - y) * metresOfDegree];
+    return fromLonLat([longitude, limited(latitude)]) as [number, number];
   }
 
-  toDegrees([east = 0, north = 0]: readonly number[]): Point {
-    const [x, y] = this.origin as Point;
-    return [x + east / metresOfDegree / this.shrink, y + north / metresOfDegree];
+  toDegrees(at: number[]): Point {
+    return toLonLat(at) as [number, number];
   }
 
   flatToPlane(flat: Float64Array): number[] {
-    const [x, y] = this.origin as Point;
-    const factor = metresOfDegree * this.shrink;
-    const plane = new Array<number>(flat.length);
-    for (let index = 0; index < flat.length; index += 2) {
-      plane[index] = ((flat[index] as number) - x) * factor;
-      plane[index + 1] = ((flat[index + 1] as number) - y) * metresOfDegree;
-    }
+    const plane: number[] = [];
+    for (let index = 0; index < flat.length; index += 2) plane.push(...this.toPlane([flat[index] as number, flat[index + 1] as number]));
     return plane;
   }
-
-  /** The length of a degree of longitude as a part of a degree of latitude. */
-  private get shrink(): number {
-    return Math.cos(((this.origin as Point)[1] * Math.PI) / 180);
-  }
 }
+
+const limited = (latitude: number): number => Math.max(-mostLatitude, Math.min(mostLatitude, latitude));

@@ -8,7 +8,7 @@ import RegularShape from 'ol/style/RegularShape';
 import Stroke from 'ol/style/Stroke';
 import Style from 'ol/style/Style';
 import Text from 'ol/style/Text';
-import {MapCanvas} from './canvas';
+import {MapCanvas, type MapTexts} from './canvas';
 import {extentOf, type Point} from './geometry';
 
 export interface Marker {
@@ -35,8 +35,8 @@ export class FleetMap {
   private readonly track = new Feature<LineString>();
   private readonly replay = new Feature<PointGeometry>();
 
-  constructor(target: HTMLElement, zoomTexts: {in: string; out: string}, onChoose: (id: number) => void) {
-    this.canvas = new MapCanvas(target, zoomTexts);
+  constructor(target: HTMLElement, texts: MapTexts, onChoose: (id: number) => void) {
+    this.canvas = new MapCanvas(target, texts);
     this.track.setStyle(trackStyle);
     this.replay.setStyle(replayStyle);
     this.canvas.source.addFeatures([this.track, this.replay]);
@@ -52,7 +52,7 @@ export class FleetMap {
 
   /** The first markers decide which part of the Earth the map shows. */
   showMarkers(markers: readonly Marker[]): void {
-    if (!this.canvas.hasOrigin) {
+    if (!this.canvas.hasPlace) {
       if (markers.length === 0) return;
       this.canvas.fit(extentOf([[markers.map(({place}) => place)]]), smallestM);
     }
@@ -78,7 +78,7 @@ export class FleetMap {
   }
 
   showReplay(point: Point | undefined): void {
-    this.replay.setGeometry(point && this.canvas.hasOrigin ? new PointGeometry(this.canvas.toPlane(point)) : undefined);
+    this.replay.setGeometry(point && this.canvas.hasPlace ? new PointGeometry(this.canvas.toPlane(point)) : undefined);
   }
 
   goTo([longitude, latitude]: Point): void {

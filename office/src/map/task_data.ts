@@ -1,8 +1,7 @@
 // The layers of a task data set: grids, zones, time logs, boundaries and guidance lines.
-import {zipSync} from 'fflate';
 import {ISOXMLManager, type ExtendedGrid, type ExtendedTask, type ExtendedTimeLog, type Polygon, type Partfield,
   type TreatmentZone} from 'isoxml';
-import {folderOf, refuseEntities, type Archive} from './archive';
+import {folderOf, refuseEntities, text, type Archive} from './archive';
 import {channelOfAreas} from './channels';
 import {distanceKm, extentOf, pointsOf, polygonArea, shapesByClass, shapesOf, type Parts, type Point} from './geometry';
 import {readGrid} from './grids';
@@ -25,18 +24,33 @@ export function mainFilesOf({files}: Archive): string[] {
   return [...files.keys()].filter((path) => /(^|\/)taskdata\.xml$/i.test(path));
 }
 
+/** The files of a set, as the manager reads them. */
+class FileSet {
+  readonly files = new Map<string, Uint8Array<ArrayBuffer>>();
+
+  folder(): this {
+    return this;
+  }
+
+  forEach(visit: (path: string, file: {async: (type: 'string' | 'uint8array') => Promise<string | Uint8Array>}) => void): void {
+    for (const [path, bytes] of this.files) visit(path, {async: async (type) => (type === 'string' ? text.decode(bytes) : bytes)});
+  }
+}
+
 /** Throws Refusal. */
 export async function readTaskData({files}: Archive, mainFile: string): Promise<Found> {
   const folder = folderOf(mainFile);
-  const set: Record<string, Uint8Array<ArrayBuffer>> = {};
+  const set = new FileSet();
   for (const [path, bytes] of files) {
     if (folderOf(path) !== folder) continue;
     if (/\.xml$/i.test(path)) refuseEntities(bytes);
-    set[path.slice(folder.length)] = bytes;
+    set.files.set(path.slice(folder.length), bytes);
   }
   const manager = new ISOXMLManager();
+  // The manager asks the archive that it has read for the other files of the set.
+  Object.assign(manager, {originalZip: set});
   try {
-    await manager.parseISOXMLFile(zipSync(set, {level: 0}), 'application/zip');
+    await manager.parseISOXMLFile(text.decode(files.get(mainFile)), 'application/xml');
   } catch {
     throw new Refusal('damaged');
   }

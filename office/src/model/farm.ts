@@ -9,8 +9,6 @@ export interface InboxOfProject extends Omit<Inbox, 'entries'> {
 }
 
 export interface ConsoleState extends Console {
-  /** When the service received the position, by this browser's clock for a position that came as an event. */
-  positionReceivedMs: number;
   /** Undefined until the page knows two positions. */
   movement?: Movement | undefined;
 }
@@ -59,14 +57,11 @@ export function takeSnapshot(account: Account): void {
 }
 
 export function takeConsoles(list: readonly Console[]): void {
-  consoles.value = new Map(list.map((each) => [each.id, {
-    ...each,
-    positionReceivedMs: each.position ? Date.parse(each.position.received_at) : 0,
-  }]));
+  consoles.value = new Map(list.map((each) => [each.id, each]));
 }
 
 /** Returns false for an event that asks for a new list of consoles. */
-export function takeEvent({name, data}: ServiceEvent, nowMs: number): boolean {
+export function takeEvent({name, data}: ServiceEvent): boolean {
   switch (name) {
     case 'file-added':
     case 'file-fetched': {
@@ -86,7 +81,7 @@ export function takeEvent({name, data}: ServiceEvent, nowMs: number): boolean {
       addInbox(data as InboxEvent);
       return true;
     case 'console-moved':
-      return moveConsole(data as ConsoleMoved, nowMs);
+      return moveConsole(data as ConsoleMoved);
     default:
       return true;
   }
@@ -96,9 +91,9 @@ export const consoleName = ({console_string, hardware_address, id}: ConsoleState
   console_string || hardware_address || `#${id}`;
 
 /** The last report of any kind, by the service's clock. */
-export function lastContactMs({environment, devices, positionReceivedMs}: ConsoleState): number {
-  const times = [environment?.received_at, ...devices.map((each) => each.received_at)];
-  return Math.max(positionReceivedMs, ...times.map((time) => (time ? Date.parse(time) : 0)));
+export function lastContactMs({environment, devices, position}: ConsoleState): number {
+  const times = [position, environment, ...devices].map((report) => report?.received_at);
+  return Math.max(...times.map((time) => (time ? Date.parse(time) : 0)));
 }
 
 export function forgetAll(): void {
@@ -117,17 +112,10 @@ function addInbox({entry: {entries, ...inbox}}: InboxEvent): void {
   }
 }
 
-function moveConsole(move: ConsoleMoved, nowMs: number): boolean {
-  const known = consoles.value.get(move.console);
+function moveConsole({console, user: operator, ...position}: ConsoleMoved): boolean {
+  const known = consoles.value.get(console);
   if (!known) return false;
-  const position = {
-    time_s: move.time_s,
-    latitude: move.latitude,
-    longitude: move.longitude,
-    received_at: new Date(nowMs).toISOString(),
-  };
   const movement = known.position ? movementBetween(known.position, position) : undefined;
-  const moved = {...known, operator: move.user, position, positionReceivedMs: nowMs, movement};
-  consoles.value = new Map(consoles.value).set(move.console, moved);
+  consoles.value = new Map(consoles.value).set(console, {...known, operator, position, movement});
   return true;
 }

@@ -12,21 +12,29 @@ export type Link =
   | {kind: 'lost'; sinceMs: number};
 
 export const link = signal<Link>({kind: 'connecting'});
+/** Whether the service has ended the session, for example after 12 hours. */
+export const isEnded = signal(false);
+/** Grows each time a lost connection is back: the views read again what they could not read. */
+export const reconnections = signal(0);
 /** False until the page knows whether the browser has a session. */
 export const isKnown = signal(false);
 
 let running: AbortController | undefined;
+let loggingOut: Promise<unknown> = Promise.resolve();
 
 /** Throws ServiceError. */
 export async function logIn(name: string, password: string): Promise<void> {
   await documentOf(client.POST('/sessions', {body: {user: name, password, kind: 'browser'}}));
+  isEnded.value = false;
   start();
 }
 
 /** Throws ServiceError. After an error the session continues: only the service can remove the cookie. */
 export async function logOut(): Promise<void> {
+  const request = documentOf(client.DELETE('/sessions/current'));
+  loggingOut = request.catch(() => undefined);
   try {
-    await documentOf(client.DELETE('/sessions/current'));
+    await request;
   } catch (error) {
     if (!hasNoSession(error)) throw error;
   }
@@ -40,6 +48,17 @@ export function start(): void {
   void follow(running.signal);
 }
 
+/**
+ * The service has ended the session of `signal`. The answer to a log-out removes the cookie, so the login form comes
+ * after it: the answer would also remove the cookie of a new session.
+ */
+async function takeEnd(signal: AbortSignal): Promise<void> {
+  await loggingOut;
+  if (signal.aborted) return;
+  isEnded.value = user.value !== undefined;
+  end();
+}
+
 function end(): void {
   running?.abort();
   running = undefined;
@@ -51,10 +70,10 @@ async function follow(signal: AbortSignal): Promise<void> {
   link.value = {kind: 'connecting'};
   while (!signal.aborted) {
     try {
-      const how = await shareEvents(readSnapshot, handlers, signal);
-      if (how === 'logged-out') return end();
+      const how = await shareEvents(readSnapshot, handlersOf(signal), signal);
+      if (how === 'logged-out') return takeEnd(signal);
     } catch (error) {
-      if (hasNoSession(error)) return end();
+      if (hasNoSession(error)) return takeEnd(signal);
       noteLoss();
       await new Promise((resolve) => setTimeout(resolve, 5000));
     }
@@ -99,16 +118,17 @@ async function renewConsoles(): Promise<void> {
   isReading = false;
 }
 
-const handlers = {
+const handlersOf = (signal: AbortSignal) => ({
   onOpen: () => {
+    if (link.value.kind === 'lost') ++reconnections.value;
     link.value = {kind: 'live'};
   },
   onLost: noteLoss,
   onEvent: (event: ServiceEvent) => {
-    if (event.name === 'session-ended') end();
-    else if (!takeEvent(event, Date.now())) void renewConsoles();
+    if (event.name === 'session-ended') void takeEnd(signal);
+    else if (!takeEvent(event)) void renewConsoles();
   },
-};
+});
 
 function noteLoss(): void {
   if (link.value.kind !== 'lost') link.value = {kind: 'lost', sinceMs: Date.now()};

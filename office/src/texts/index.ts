@@ -17,6 +17,9 @@ const languages: Readonly<Record<string, () => Promise<{default: Texts}>>> = {
 export const language = chooseLanguage(navigator.languages);
 const texts = (await (languages[language] as () => Promise<{default: Texts}>)()).default;
 
+/** Numbers and times as the browser's region writes them. */
+export const locale = navigator.languages.find((each) => each.split('-')[0] === language.split('-')[0]) ?? language;
+
 /** The first language of the list that the page has, by its full name or its first part. Otherwise English. */
 export function chooseLanguage(wanted: readonly string[]): string {
   for (const each of wanted) {
@@ -44,25 +47,25 @@ const units = ['byte', 'kilobyte', 'megabyte', 'gigabyte'] as const;
 export function sizeText(bytes: number): string {
   const power = Math.min(Math.floor(Math.log10(Math.max(bytes, 1)) / 3), units.length - 1);
   const style = {style: 'unit', unit: units[power] as string, maximumFractionDigits: power > 0 ? 1 : 0};
-  return new Intl.NumberFormat(language, style as Intl.NumberFormatOptions).format(bytes / 1000 ** power);
+  return new Intl.NumberFormat(locale, style as Intl.NumberFormatOptions).format(bytes / 1000 ** power);
 }
 
-const decimals = new Intl.NumberFormat(language, {maximumSignificantDigits: 4});
+const decimals = new Intl.NumberFormat(locale, {maximumSignificantDigits: 4});
 
 /** A number with at most four digits that matter. */
 export const numberText = (value: number): string => decimals.format(value);
 
-const counts = new Intl.NumberFormat(language);
+const counts = new Intl.NumberFormat(locale);
 
 export const countText = (count: number): string => counts.format(count);
 
-const percents = new Intl.NumberFormat(language, {style: 'percent', maximumFractionDigits: 1});
+const percents = new Intl.NumberFormat(locale, {style: 'percent', maximumFractionDigits: 1});
 
 /** Rounded down, so that only a full quota has 100 %. */
 export const percentText = (share: number): string => percents.format(Math.floor(share * 1000) / 1000);
 
-const dateAndTime = new Intl.DateTimeFormat(language, {dateStyle: 'medium', timeStyle: 'short'});
-const timeOnly = new Intl.DateTimeFormat(language, {timeStyle: 'short'});
+const dateAndTime = new Intl.DateTimeFormat(locale, {dateStyle: 'medium', timeStyle: 'short'});
+const timeOnly = new Intl.DateTimeFormat(locale, {timeStyle: 'short'});
 
 export function dateText(time: string | number): string {
   return dateAndTime.format(new Date(time));

@@ -2,7 +2,9 @@
 import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import {apiPath, pageOf, type AuditEntry} from '../api/client';
-import {dateText, t} from '../texts';
+import {files, inboxes} from '../model/farm';
+import {reconnections} from '../model/session';
+import {dateText, projectName, t} from '../texts';
 import {LongTable} from './LongTable';
 import {matches, Search} from './Search';
 import {tellError} from './Toast';
@@ -22,9 +24,11 @@ export function Audit({userId}: {userId: number | undefined}) {
       tellError(error);
     }
   };
-  useEffect(() => void read(`${apiPath}/audit?limit=${pageSize}${userId === undefined ? '' : `&user=${userId}`}`), []);
+  useEffect(() => {
+    if (!entries.value) void read(`${apiPath}/audit?limit=${pageSize}${userId === undefined ? '' : `&user=${userId}`}`);
+  }, [reconnections.value]);
   const found = (entries.value ?? []).filter((entry) =>
-    matches(search.value, entry.action, actionText(entry), entry.actor?.name ?? '', entry.object?.name ?? '', entry.address));
+    matches(search.value, entry.action, actionText(entry), entry.actor?.name ?? '', objectText(entry), entry.address));
   return (
     <section class="audit">
       <h2>{t('audit.title')}</h2>
@@ -50,5 +54,12 @@ function actionText({action, outcome}: AuditEntry): string {
 
 function objectText({object}: AuditEntry): string {
   if (!object) return '';
-  return object.name || `${t(`audit.kind.${object.kind}`)} ${object.id}`;
+  return object.name || nameNow(object) || `${t(`audit.kind.${object.kind}`)} ${object.id}`;
+}
+
+/** The audit trail has no names of files and inboxes. */
+function nameNow({kind, id}: NonNullable<AuditEntry['object']>): string | undefined {
+  if (kind === 'file') return files.value.get(id)?.name;
+  const inbox = kind === 'inbox' ? inboxes.value.get(id) : undefined;
+  return inbox && `${inbox.owner.name} · ${projectName(inbox.projectName)}`;
 }

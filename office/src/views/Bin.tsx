@@ -1,12 +1,18 @@
 // The deleted files of the farm.
-import {signal, useSignal, useSignalEffect} from '@preact/signals';
+import {signal, useSignal} from '@preact/signals';
+import {useEffect} from 'preact/hooks';
 import {client, documentOf, listAll, ServiceError, type BinFile} from '../api/client';
 import {fileSet, inboxes} from '../model/farm';
+import {reconnections} from '../model/session';
 import {dateText, projectName, t} from '../texts';
 import {Ask, type Question} from './Ask';
 import {LongTable} from './LongTable';
 import {matches, Search} from './Search';
+import {useSlowly} from './slowly';
 import {tellError} from './Toast';
+
+/** Many files may come or go at once: the bin is read at most once in this time. */
+const pauseMs = 1000;
 
 const bin = signal<readonly BinFile[] | undefined>(undefined);
 
@@ -14,10 +20,8 @@ export function Bin() {
   const search = useSignal('');
   const marked = useSignal<ReadonlySet<number>>(new Set());
   // Each file that comes or goes may change the bin.
-  useSignalEffect(() => {
-    void fileSet.value;
-    void read();
-  });
+  const current = useSlowly(fileSet, pauseMs);
+  useEffect(() => void read(), [current, reconnections.value]);
   if (!bin.value) return <p class="empty" role="status">{t('link.connecting')}</p>;
   if (bin.value.length === 0) return <p class="empty">{t('bin.none')}</p>;
   const found = bin.value.filter((file) => matches(search.value, file.name, file.deleted_by, inboxText(file)));
@@ -120,9 +124,14 @@ function inboxText({container}: BinFile): string {
   return inbox ? `${inbox.owner.name} · ${projectName(inbox.projectName)}` : '';
 }
 
+let reads = 0;
+
+/** An older answer that comes later is dropped. */
 async function read(): Promise<void> {
+  const own = ++reads;
   try {
-    bin.value = await listAll<'files', BinFile>('/bin?limit=1000', 'files');
+    const found = await listAll<'files', BinFile>('/bin?limit=1000', 'files');
+    if (own === reads) bin.value = found;
   } catch (error) {
     tellError(error);
   }

@@ -4,6 +4,7 @@ import {useEffect} from 'preact/hooks';
 import type {TrackPoint} from '../api/client';
 import {consoleName, type ConsoleState} from '../model/farm';
 import {movementBetween, type Movement} from '../model/movement';
+import {reconnections} from '../model/session';
 import {dayOf} from '../model/day';
 import {readTrack} from '../model/track';
 import {dateText, numberText, t, timeText} from '../texts';
@@ -88,7 +89,7 @@ function Track({id, track, replay}: {id: number} & Omit<Props, 'console'>) {
       track.value = [];
       replay.value = undefined;
     };
-  }, [id, day.value]);
+  }, [id, day.value, reconnections.value]);
   return (
     <>
       <h3>{t('fleet.track')}</h3>

@@ -1,4 +1,4 @@
-// Which console has fetched a file, and when.
+// Which console has fetched a file, and whether it could unpack the file.
 import type {File} from '../api/client';
 import {consoleName, consoles} from '../model/farm';
 import {dateText, t} from '../texts';
@@ -8,11 +8,18 @@ export function Fetched({file}: {file: File}) {
   if (!time || !by) return <span class="detail">{t('files.notFetched')}</span>;
   const known = consoles.value.get(by.console);
   const console = `${known ? consoleName(known) : `#${by.console}`} (${by.user.name})`;
-  const result = reason === undefined ? dateText(time) : t('files.notUnpacked', {reason});
+  const result = resultText(file);
+  const all = [console, `${t('files.fetched')} ${dateText(time)}`, result].filter(Boolean);
   return (
-    <span class="lines" title={`${console} ${result}`}>
+    <span class="lines" title={all.join(' · ')}>
       <span>{console}</span>
-      <span class={reason === undefined ? 'detail' : 'error'}>{result}</span>
+      <span class={reason === undefined ? 'detail' : 'error'}>{result || dateText(time)}</span>
     </span>
   );
+}
+
+/** Empty until the console reports the unpacking. For a file that is no archive, it reports nothing. */
+function resultText({unpacked_at: unpacked, unpack_error: reason}: File): string {
+  if (unpacked) return t('files.unpacked', {time: dateText(unpacked)});
+  return reason === undefined ? '' : t('files.notUnpacked', {reason});
 }

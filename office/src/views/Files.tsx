@@ -24,11 +24,9 @@ export function Files({inboxId}: {inboxId: number | undefined}) {
   return (
     <div class="files">
       <InboxList all={mine} shown={inbox} onlyNotFetched={onlyNotFetched.value} onChoose={choose} />
-      <section>
-        <h2>{inbox.owner.name} · {projectName(inbox.projectName)}</h2>
-        <SendBox inbox={inbox} all={mine} onChoose={choose} />
+      <SendBox inbox={inbox} all={mine} onChoose={choose}>
         <FileList inbox={inbox} onlyNotFetched={onlyNotFetched} />
-      </section>
+      </SendBox>
       {chosen.value && <Review chosen={chosen.value} onEnd={() => {
         chosen.value = undefined;
       }} />}
@@ -78,7 +76,7 @@ function listed(inbox: InboxOfProject, onlyNotFetched: boolean): readonly File[]
 function FileList({inbox, onlyNotFetched}: {inbox: InboxOfProject; onlyNotFetched: Signal<boolean>}) {
   const search = useSignal('');
   const all = listed(inbox, onlyNotFetched.value);
-  const found = all.filter(({name}) => matches(search.value, name));
+  const found = all.filter(({name, note = '', sent_by: sender}) => matches(search.value, name, note, sender?.name ?? ''));
   const hasFetches = user.value?.role === 'office' && isForConsoles(inbox);
   return (
     <>
@@ -104,12 +102,15 @@ function emptyText(isSearched: boolean, hasFiles: boolean): TextKey {
 }
 
 function FileTable({files, hasFetches}: {files: readonly File[]; hasFetches: boolean}) {
-  const heads = [t('files.name'), t('files.size'), t('files.received'), ...(hasFetches ? [t('files.fetched')] : []), t('action')];
+  const heads = [t('files.name'), t('files.size'), t('send.done'), ...(hasFetches ? [t('files.fetched')] : []), t('action')];
   return (
     <LongTable heads={heads} rows={files} keyOf={({id}) => id} cells={(file) => [
-      <a href={`${apiPath}/resources/${file.id}/content`} download={file.name} title={file.name}>{file.name}</a>,
+      <Name file={file} />,
       sizeText(file.size),
-      dateText(file.created_at),
+      <span class="lines">
+        <span>{file.sent_by?.name}</span>
+        <span class="detail">{dateText(file.created_at)}</span>
+      </span>,
       ...(hasFetches ? [<Fetched file={file} />] : []),
       <span class="actions">
         <a class="button" href={`#/map/${file.id}`} aria-label={`${t('files.map')} ${file.name}`}>{t('files.map')}</a>
@@ -119,6 +120,11 @@ function FileTable({files, hasFetches}: {files: readonly File[]; hasFetches: boo
       </span>,
     ]} />
   );
+}
+
+function Name({file: {id, name, note}}: {file: File}) {
+  const link = <a href={`${apiPath}/resources/${id}/content`} download={name} title={name}>{name}</a>;
+  return note ? <span class="lines"><span>{link}</span><span class="detail" title={note}>{note}</span></span> : link;
 }
 
 async function remove(file: File): Promise<void> {

@@ -59,7 +59,8 @@ export function Fleet({consoleId}: {consoleId: number | undefined}) {
 }
 
 function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {
-  const {operator, position, movement} = console;
+  const {operator, position} = console;
+  const movement = movementNow(console);
   return (
     <li>
       <a href={`#/fleet/${console.id}`} aria-current={isChosen ? 'true' : undefined}>
@@ -74,6 +75,11 @@ function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {
   );
 }
 
+const isOld = ({position}: ConsoleState): boolean => !!position && now.value - position.time_s * 1000 > oldMs;
+
+/** Undefined if the position is old. */
+const movementNow = (console: ConsoleState) => (isOld(console) ? undefined : console.movement);
+
 const placeOf = ({longitude, latitude}: {longitude: number; latitude: number}): Point => [longitude, latitude];
 
 function markersOf(list: readonly ConsoleState[], chosen: ConsoleState | undefined): Marker[] {
@@ -81,8 +87,8 @@ function markersOf(list: readonly ConsoleState[], chosen: ConsoleState | undefin
     id: console.id,
     name: consoleName(console),
     place: placeOf(console.position),
-    heading: console.movement?.heading,
-    isOld: now.value - console.position.time_s * 1000 > oldMs,
+    heading: movementNow(console)?.heading,
+    isOld: isOld(console),
     isChosen: console === chosen,
   }] : []));
 }

@@ -3,6 +3,7 @@ import {useEffect, useRef} from 'preact/hooks';
 import {FleetMap, type Marker} from '../map/fleet';
 import type {Point} from '../map/geometry';
 import {t} from '../texts';
+import {mapTexts} from './mapTexts';
 
 export interface Props {
   markers: readonly Marker[];
@@ -17,8 +18,7 @@ export function FleetMapBox({markers, track, replay, onChoose}: Props) {
   const choose = useRef(onChoose);
   choose.current = onChoose;
   useEffect(() => {
-    const made = new FleetMap(box.current as HTMLDivElement, {in: t('map.in'), out: t('map.out')},
-      (id) => choose.current(id));
+    const made = new FleetMap(box.current as HTMLDivElement, mapTexts(), (id) => choose.current(id));
     map.current = made;
     return () => made.dispose();
   }, []);

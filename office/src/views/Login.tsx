@@ -1,7 +1,7 @@
 // The login form.
 import {useSignal} from '@preact/signals';
 import {ServiceError} from '../api/client';
-import {logIn} from '../model/session';
+import {isEnded, logIn} from '../model/session';
 import {t} from '../texts';
 
 export function Login() {
@@ -22,6 +22,7 @@ export function Login() {
   return (
     <form class="login" onSubmit={submit}>
       <h1>{t('title')}</h1>
+      {isEnded.value && <p role="status">{t('login.ended')}</p>}
       <label>
         {t('login.user')}
         <input name="user" autocomplete="username" autocapitalize="none" required autofocus />

@@ -3,6 +3,7 @@ import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import {apiPath} from '../api/client';
 import {files, inboxes} from '../model/farm';
+import {reconnections} from '../model/session';
 import {largestFile, type Answer} from '../map/model';
 import {readFile} from '../map/reader';
 import {dateText, sizeText, t} from '../texts';
@@ -13,12 +14,12 @@ export function MapPage({fileId}: {fileId: number | undefined}) {
   const answer = useSignal<Answer | 'unreachable' | undefined>(undefined);
   useEffect(() => {
     const loading = new AbortController();
-    answer.value = undefined;
-    if (file) void load(file, loading.signal).then((result) => {
+    if (answer.value === 'unreachable') answer.value = undefined;
+    if (file && answer.value === undefined) void load(file, loading.signal).then((result) => {
       if (!loading.signal.aborted) answer.value = result;
     });
     return () => loading.abort();
-  }, [file?.id, file?.sha256]);
+  }, [file?.id, reconnections.value]);
   if (!file) return <p class="empty">{t('map.noFile')} <a href="#/files">{t('nav.files')}</a></p>;
   const inbox = inboxes.value.get(file.container);
   return (
@@ -26,7 +27,9 @@ export function MapPage({fileId}: {fileId: number | undefined}) {
       <div class="bar">
         <a class="button" href={`#/files/${file.container}`}>{t('map.back')}</a>
         <h2>{file.name}</h2>
-        <span class="detail">{inbox?.owner.name} · {sizeText(file.size)} · {dateText(file.created_at)}</span>
+        <span class="detail">
+          {[inbox?.owner.name, sizeText(file.size), dateText(file.created_at), file.note].filter(Boolean).join(' · ')}
+        </span>
       </div>
       {answer.value === undefined && <p class="empty" role="status">{t('map.reading')}</p>}
       {answer.value === 'unreachable' && <p class="empty" role="alert">{t('error.noAnswer')}</p>}

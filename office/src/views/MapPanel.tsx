@@ -8,6 +8,7 @@ import type {Point} from '../map/geometry';
 import type {Channel, Layer, Reading} from '../map/model';
 import {amountUnit} from '../map/units';
 import {numberText, t} from '../texts';
+import {mapTexts} from './mapTexts';
 
 interface Choice {
   layer: Layer;
@@ -120,10 +121,10 @@ function Canvas({layers, choice, unit}: CanvasProps) {
     return Number.isNaN(value) ? placeText(at) : `${placeText(at)} · ${numberText(value)} ${unit}`;
   };
   useEffect(() => {
-    const made = new MapCanvas(box.current as HTMLDivElement, {in: t('map.in'), out: t('map.out')});
+    const made = new MapCanvas(box.current as HTMLDivElement, mapTexts());
     canvas.current = made;
     made.map.on('pointermove', ({coordinate}) => {
-      below.value = made.hasOrigin ? tell.current(made.toDegrees(coordinate)) : '';
+      below.value = made.hasPlace ? tell.current(made.toDegrees(coordinate)) : '';
     });
     return () => made.dispose();
   }, []);

@@ -1,4 +1,5 @@
 // The frame of the office with the view of the address.
+import {useEffect} from 'preact/hooks';
 import {user} from '../model/farm';
 import {link, logOut} from '../model/session';
 import {t, timeText} from '../texts';
@@ -16,10 +17,18 @@ import {Storage} from './Storage';
 import {tellError, Toast} from './Toast';
 
 export function Office() {
+  const {view} = place.value;
+  const title = view === 'account' ? user.value?.name : t(view === 'map' ? 'map.map' : `nav.${view}`);
+  useEffect(() => {
+    document.title = `${title} · ${user.value?.farm?.name ?? t('title')}`;
+    return () => {
+      document.title = t('title');
+    };
+  }, [title]);
   return (
     <>
       <Header />
-      <main>{mayUse(place.value.view) ? <CurrentView /> : <p class="empty">{t('forbidden')}</p>}</main>
+      <main>{mayUse(view) ? <CurrentView /> : <p class="empty">{t('forbidden')}</p>}</main>
       <Sendings />
       <Toast />
     </>
@@ -53,7 +62,7 @@ function CurrentView() {
     case 'account':
       return <OwnAccount />;
     case 'map':
-      return <MapPage fileId={place.value.id} />;
+      return <MapPage key={place.value.id} fileId={place.value.id} />;
     default:
       return <Files inboxId={place.value.id} />;
   }

@@ -3,6 +3,7 @@ import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import {client, documentOf, type OwnSession} from '../api/client';
 import {user} from '../model/farm';
+import {reconnections} from '../model/session';
 import {t} from '../texts';
 import {Ask, type Question} from './Ask';
 import {Sessions} from './Sessions';
@@ -18,7 +19,7 @@ export function OwnAccount() {
       tellError(error);
     }
   };
-  useEffect(() => void read(), []);
+  useEffect(() => void read(), [reconnections.value]);
   const end = async (session: string) => {
     try {
       await documentOf(client.DELETE('/sessions/{session}', {params: {path: {session}}}));

@@ -3,6 +3,7 @@ import {signal, useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import {client, documentOf, listAll, type User} from '../api/client';
 import {user} from '../model/farm';
+import {reconnections} from '../model/session';
 import {t} from '../texts';
 import {Ask, type Question} from './Ask';
 import {Audit} from './Audit';
@@ -24,7 +25,7 @@ export async function readPeople(): Promise<void> {
 export function People({userId}: {userId: number | undefined}) {
   const search = useSignal('');
   const question = useSignal<Question | undefined>(undefined);
-  useEffect(() => void readPeople(), []);
+  useEffect(() => void readPeople(), [reconnections.value]);
   if (!people.value) return <p class="empty" role="status">{t('page.loading')}</p>;
   const found = people.value.filter(({name}) => matches(search.value, name));
   const chosen = people.value.find(({id}) => id === userId);

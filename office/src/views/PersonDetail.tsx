@@ -2,36 +2,57 @@
 import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import {apiPath, client, documentOf, ServiceError, type Inbox, type OwnSession, type User} from '../api/client';
-import {inboxes} from '../model/farm';
-import {start} from '../model/session';
+import {inboxes, user} from '../model/farm';
+import {reconnections, start} from '../model/session';
+import {amountsOf, type Amount} from '../model/storage';
 import {projectName, t} from '../texts';
 import {Ask, type Question} from './Ask';
 import {readPeople} from './People';
 import {Sessions} from './Sessions';
+import {Amounts} from './Storage';
 import {tell, tellError} from './Toast';
 
 interface Holdings {
   sessions: OwnSession[];
   inboxes: Inbox[];
+  amounts: Amount[];
 }
 
 export function PersonDetail({person, all}: {person: User; all: readonly User[]}) {
   const holdings = useSignal<Holdings | undefined>(undefined);
   const isOperator = person.role === 'operator';
+  const read = () => readHoldings(person.id).then((found) => {
+    holdings.value = found;
+  }, tellError);
   useEffect(() => {
-    if (!isOperator) return;
-    documentOf(client.GET('/users/{id}/export', {params: {path: {id: person.id}}})).then((found) => {
-      holdings.value = found;
-    }, tellError);
-  }, [person]);
+    if (isOperator) void read();
+  }, [person, reconnections.value]);
+  const endSession = (session: string) =>
+    documentOf(client.DELETE('/users/{id}/sessions/{session}', {params: {path: {id: person.id, session}}}))
+      .catch(ignoreMissing).then(read, tellError);
   return (
     <>
       <h2>{person.name}</h2>
       <p class="detail">{t(`people.role.${person.role}`)}{person.disabled && ` · ${t('people.disabled')}`}</p>
       {isOperator ? <Actions person={person} all={all} /> : <p>{t('people.onlyAdmin')}</p>}
-      {holdings.value && <HoldingsLists {...holdings.value} />}
+      {holdings.value && <HoldingsLists {...holdings.value} onEnd={endSession} />}
     </>
   );
+}
+
+/** Throws ServiceError. */
+async function readHoldings(id: number): Promise<Holdings> {
+  const farm = user.value?.farm?.id ?? 0;
+  const [{sessions, inboxes: owned}, {users, quota}] = await Promise.all([
+    documentOf(client.GET('/users/{id}/export', {params: {path: {id}}})),
+    documentOf(client.GET('/farms/{id}/usage', {params: {path: {id: farm}}})),
+  ]);
+  return {sessions, inboxes: owned, amounts: users.filter((each) => each.id === id).flatMap(({usage}) => amountsOf(usage, quota.user))};
+}
+
+/** Somebody else has done the same. */
+function ignoreMissing(error: unknown): void {
+  if (!(error instanceof ServiceError && error.kind === 'not-found')) throw error;
 }
 
 function Actions({person, all}: {person: User; all: readonly User[]}) {
@@ -58,7 +79,7 @@ function Actions({person, all}: {person: User; all: readonly User[]}) {
   );
 }
 
-function HoldingsLists({inboxes: owned, sessions}: Holdings) {
+function HoldingsLists({inboxes: owned, sessions, amounts, onEnd}: Holdings & {onEnd: (session: string) => Promise<void>}) {
   return (
     <>
       <h3>{t('people.inboxes')}</h3>
@@ -73,8 +94,11 @@ function HoldingsLists({inboxes: owned, sessions}: Holdings) {
         ))}
       </ul>
       <h3>{t('sessions.title')}</h3>
-      <Sessions sessions={sessions} />
-      {sessions.length > 0 && <p class="detail">{t('people.endSessions')}</p>}
+      <Sessions sessions={sessions} action={({id, console}) => (
+        <button aria-label={`${t('sessions.end')} ${console}`} onClick={() => void onEnd(id)}>{t('sessions.end')}</button>
+      )} />
+      <h3>{t('nav.storage')}</h3>
+      <Amounts amounts={amounts} />
     </>
   );
 }
@@ -121,13 +145,8 @@ function remove({id, name}: User, all: readonly User[]): Question {
     fields: [{name: 'heir', label: t('people.heir'), options: [['', t('people.noHeir')], ...heirs]}],
     doText: t('people.delete'),
     onDo: async ({heir}) => {
-      try {
-        const query = heir ? {heir: Number(heir)} : {};
-        await documentOf(client.DELETE('/users/{id}', {params: {path: {id}, query}}));
-      } catch (error) {
-        if (error instanceof ServiceError && error.kind === 'not-found') return;
-        throw error;
-      }
+      const query = heir ? {heir: Number(heir)} : {};
+      await documentOf(client.DELETE('/users/{id}', {params: {path: {id}, query}})).catch(ignoreMissing);
       location.hash = '#/people';
       await readPeople();
       start(); // The inboxes are gone.

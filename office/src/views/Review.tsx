@@ -15,9 +15,13 @@ export interface Chosen {
   targets: readonly InboxOfProject[];
 }
 
+/** As in the service's API. */
+const longestNote = 200;
+
 export function Review({chosen: {files, targets}, onEnd}: {chosen: Chosen; onEnd: () => void}) {
   const answers = useAnswers(files);
   const shown = useSignal(0);
+  const note = useSignal('');
   const box = useRef<HTMLDialogElement>(null);
   useEffect(() => box.current?.showModal(), []);
   const doubts = files.flatMap((file) => doubtsOf(file.name, targets, answers.get(file)));
@@ -36,10 +40,16 @@ export function Review({chosen: {files, targets}, onEnd}: {chosen: Chosen; onEnd
       </div>
       {doubts.length > 0 && <Doubts doubts={doubts} />}
       <div class="bar end">
+        <label class="note">
+          {t('send.note')}
+          <input value={note} maxLength={longestNote} onInput={(event) => {
+            note.value = event.currentTarget.value;
+          }} />
+        </label>
         {isReading && <span role="status">{t('review.reading')}</span>}
         <button onClick={() => box.current?.close()}>{t('send.no')}</button>
         <button class="main" disabled={isReading} onClick={() => {
-          send(files, targets.map(({id}) => id));
+          send(files, targets.map(({id}) => id), note.value.replace(/[\p{Cc}\u2028-\u202e\u2066-\u2069]+/gu, ' ').trim());
           box.current?.close();
         }}>{t(doubts.length > 0 ? 'review.sendAnyway' : 'send.yes')}</button>
       </div>

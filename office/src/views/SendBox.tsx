@@ -1,7 +1,8 @@
-// The place to drop files for an inbox, and for further inboxes of the same project.
+// An inbox on which files can be dropped, for it and for further inboxes of the same project.
 import {type Signal, useSignal} from '@preact/signals';
+import type {ComponentChildren} from 'preact';
 import type {InboxOfProject} from '../model/farm';
-import {t} from '../texts';
+import {projectName, t} from '../texts';
 import {useDropTarget} from './dropTarget';
 import type {Chosen} from './Review';
 
@@ -9,26 +10,31 @@ interface Props {
   inbox: InboxOfProject;
   all: readonly InboxOfProject[];
   onChoose: (chosen: Chosen) => void;
+  children: ComponentChildren;
 }
 
-export function SendBox({inbox, all, onChoose}: Props) {
+export function SendBox({inbox, all, onChoose, children}: Props) {
   const also = useSignal<ReadonlySet<number>>(new Set());
   const others = all.filter(({id, project}) => project === inbox.project && id !== inbox.id);
   const take = (files: readonly File[]) =>
     onChoose({files, targets: [inbox, ...others.filter(({id}) => also.value.has(id))]});
   const {isOver, handlers} = useDropTarget(take);
   return (
-    <div class={`send ${isOver.value ? 'over' : ''}`} {...handlers}>
-      <p>{t('send.drop', {inbox: inbox.owner.name})}</p>
-      <label class="button main">
-        {t('send.choose')}
-        <input type="file" multiple onChange={(event) => {
-          take([...event.currentTarget.files ?? []]);
-          event.currentTarget.value = '';
-        }} />
-      </label>
-      {others.length > 0 && <Others inboxes={others} chosen={also} />}
-    </div>
+    <section {...handlers}>
+      <h2>{inbox.owner.name} · {projectName(inbox.projectName)}</h2>
+      <div class={`send ${isOver.value ? 'over' : ''}`}>
+        <p>{t('send.drop', {inbox: inbox.owner.name})}</p>
+        <label class="button main">
+          {t('send.choose')}
+          <input type="file" multiple onChange={(event) => {
+            take([...event.currentTarget.files ?? []]);
+            event.currentTarget.value = '';
+          }} />
+        </label>
+        {others.length > 0 && <Others inboxes={others} chosen={also} />}
+      </div>
+      {children}
+    </section>
   );
 }
 

@@ -1,24 +1,32 @@
 // The files on their way, at the bottom of every view.
-import {pause, remove, resume, sendings, type Sending} from '../model/sending';
-import {inboxes} from '../model/farm';
+import {useEffect} from 'preact/hooks';
+import {findLeftUploads, isSame, leftUploads, removeLeft, unlist, type LeftUpload} from '../model/left_uploads';
+import {isUnfinished, pause, remove, resume, send, sendings, type Sending} from '../model/sending';
+import {inboxes, user} from '../model/farm';
 import {t} from '../texts';
+import {tell} from './Toast';
 
 export function Sendings() {
-  if (sendings.value.length === 0) return null;
+  useEffect(() => void findLeftUploads(), [user.value?.id]);
+  const done = sendings.value.filter((each) => !isUnfinished(each));
+  if (sendings.value.length + leftUploads.value.length === 0) return null;
   return (
     <aside class="sendings">
+      {leftUploads.value.map((upload) => <LeftLine key={upload.key} upload={upload} />)}
       {sendings.value.map((sending) => <Line key={sending.key} sending={sending} />)}
+      {done.length > 1 && (
+        <button onClick={() => done.forEach(({key}) => remove(key))}>{t('send.removeDone', {count: done.length})}</button>
+      )}
     </aside>
   );
 }
 
 function Line({sending}: {sending: Sending}) {
   const {key, file, state, targets} = sending;
-  const names = targets.map((id) => inboxes.value.get(id)?.owner.name ?? '').join(', ');
   return (
     <div class={`sending ${state}`}>
       <span class="name" title={file.name}>{file.name}</span>
-      <span>{t('send.to', {inbox: names})}</span>
+      <span>{targetsText(targets)}</span>
       <progress max={file.size || 1} value={state === 'done' ? file.size || 1 : sending.sentBytes}
         aria-label={file.name} />
       <span role="status">{stateText(sending)}</span>
@@ -31,7 +39,40 @@ function Line({sending}: {sending: Sending}) {
   );
 }
 
-function stateText({state, file, sentBytes, error}: Sending): string {
+function LeftLine({upload}: {upload: LeftUpload}) {
+  const {name, targets, note} = upload;
+  const take = (file: File | undefined) => {
+    if (!file) return;
+    if (!isSame(upload, file)) return tell(t('send.otherFile', {name}));
+    unlist(upload);
+    send([file], targets, note);
+  };
+  return (
+    <div class="sending left">
+      <span class="name" title={name}>{name}</span>
+      <span>{targetsText(targets)}</span>
+      <span>{t('send.left')}</span>
+      <label class="button">
+        {t('send.chooseAgain')}
+        <input type="file" aria-label={`${t('send.chooseAgain')} ${name}`} onChange={(event) => {
+          take(event.currentTarget.files?.[0]);
+          event.currentTarget.value = '';
+        }} />
+      </label>
+      <button aria-label={`${t('send.remove')} ${name}`} onClick={() => void removeLeft(upload)}>{t('send.remove')}</button>
+    </div>
+  );
+}
+
+const targetsText = (targets: readonly number[]): string =>
+  t('send.to', {inbox: targets.map((id) => inboxes.value.get(id)?.owner.name ?? '').join(', ')});
+
+function stateText({state, file, sentBytes, failure}: Sending): string {
   const percent = Math.floor((100 * sentBytes) / (file.size || 1));
-  return t(`send.${state}`, {percent, reason: error || t('send.noAnswer')});
+  return t(`send.${state}`, {percent, reason: failure ? reasonOf(failure) : ''});
+}
+
+function reasonOf(failure: NonNullable<Sending['failure']>): string {
+  if (failure.kind === 'renewed') return t('page.renewed');
+  return failure.kind === 'refused' && failure.detail ? failure.detail : t(`send.${failure.kind === 'refused' ? 'noAnswer' : failure.kind}`);
 }

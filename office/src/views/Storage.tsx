@@ -3,6 +3,7 @@ import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import {client, documentOf, type FarmUsage} from '../api/client';
 import {fileSet, user} from '../model/farm';
+import {reconnections} from '../model/session';
 import {amountsOf, asksForRoom, type Amount} from '../model/storage';
 import {countText, percentText, sizeText, t, type TextKey} from '../texts';
 import {LongTable} from './LongTable';
@@ -33,7 +34,7 @@ export function Storage() {
     return () => {
       isCurrent = false;
     };
-  }, [farm, current]);
+  }, [farm, current, reconnections.value]);
   if (!usage.value) return <p class="empty" role="status">{t('page.loading')}</p>;
   return (
     <div class="storage">
@@ -49,18 +50,24 @@ function FarmPart({usage: {quota, usage}}: {usage: FarmUsage}) {
     <section>
       <h2>{t('storage.title')}</h2>
       {asksForRoom(amounts) && <p class="notes" role="alert">{t('storage.advice')}</p>}
-      <dl class="amounts">
-        {amounts.map((amount) => [
-          <dt key={`${amount.kind} name`}>{t(names[amount.kind])}</dt>,
-          <dd key={amount.kind}><Bar amount={amount} name={t(names[amount.kind])} /> {amountText(amount)}</dd>,
-        ])}
-      </dl>
+      <Amounts amounts={amounts} />
       <p>
         {t('storage.bin', {size: sizeText(usage.bin_bytes), count: countText(usage.bin_files)})}{' '}
         <a href="#/bin">{t('nav.bin')}</a>
       </p>
       {usage.uploads > 0 && <p>{t('storage.uploadBytes', {size: sizeText(usage.upload_bytes)})}</p>}
     </section>
+  );
+}
+
+export function Amounts({amounts}: {amounts: readonly Amount[]}) {
+  return (
+    <dl class="amounts">
+      {amounts.map((amount) => [
+        <dt key={`${amount.kind} name`}>{t(names[amount.kind])}</dt>,
+        <dd key={amount.kind}><Bar amount={amount} name={t(names[amount.kind])} /> {amountText(amount)}</dd>,
+      ])}
+    </dl>
   );
 }
 

@@ -1,6 +1,6 @@
 // The time for texts like "5 minutes ago". It is updated every ten seconds.
 import {signal} from '@preact/signals';
-import {language} from '../texts';
+import {locale} from '../texts';
 
 export const now = signal(Date.now());
 
@@ -8,7 +8,7 @@ setInterval(() => {
   now.value = Date.now();
 }, 10_000);
 
-const relative = new Intl.RelativeTimeFormat(language, {numeric: 'auto'});
+const relative = new Intl.RelativeTimeFormat(locale, {numeric: 'auto'});
 const units = [['day', 86_400], ['hour', 3600], ['minute', 60]] as const;
 
 /** For example "5 minutes ago". A time in the future is now: clocks of consoles may be ahead. */

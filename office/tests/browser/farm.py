@@ -17,6 +17,7 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, str(Path(__file__).resolve().parents[3] / "console/tour"))
 
 from kelvotour.binaries import Binaries  # noqa: E402
+from kelvotour.console import Console, ConsoleError  # noqa: E402
 from kelvotour.farm import FARM, OFFICE, OPERATOR, PASSWORDS, Farm  # noqa: E402
 from kelvotour.service import without_proxies  # noqa: E402
 
@@ -24,12 +25,21 @@ from kelvotour.service import without_proxies  # noqa: E402
 class Commands:
     def __init__(self, farm, office):
         self.farm, self.office = farm, office
+        self.options = farm.service.options
+        self.cab = None
 
     def kill(self):
         self.farm.service.kill()
 
     def start(self):
         self.farm.service.start()
+
+    def serve(self, *options):
+        """The administrator starts the service anew with these options too."""
+        service = self.farm.service
+        service.stop()
+        service.options = (*self.options, *options)
+        service.start()
 
     def put(self, path, project):
         """Another window of the office sends a file."""
@@ -48,6 +58,22 @@ class Commands:
     def report(self, method, path, document):
         """The operator's console reports something."""
         ask_as_operator(self.farm, method, path, json.dumps(document).encode())
+
+    def console(self, command):
+        """The operator's console without screens carries out a command. The first command starts it."""
+        if self.cab is None:
+            farm = self.farm
+            self.cab = Console(farm.binaries, farm.service.address, farm.service.ca, farm.folder / "console",
+                               farm.folder / "console.log", OPERATOR, PASSWORDS[OPERATOR])
+        result = self.cab.run(command)
+        if not result.ok:
+            raise ConsoleError(f"{command}: {result.reason} {result.errors}")
+
+    def close(self):
+        if self.cab is not None:
+            self.cab.close()
+        if self.farm.service.is_running:
+            self.farm.service.stop()
 
     def second_farm(self):
         """Another farm with an office of its own. Returns the office's name and password."""
@@ -87,9 +113,10 @@ def main():
     parser.add_argument("--out", required=True, type=Path, help="folder for all files")
     options = parser.parse_args()
     without_proxies()
-    programs = options.build.resolve() / "bin"
-    farm = Farm(Binaries(programs / "kelvo-service", programs / "kelvoctl", console=None, plugin=None),
-                options.out.resolve())
+    build = options.build.resolve()
+    programs = build / "bin"
+    farm = Farm(Binaries(programs / "kelvo-service", programs / "kelvoctl", programs / "kelvo-console",
+                         build / "lib/libkelvo.so"), options.out.resolve())
     farm.service.options = ("--web", options.web.resolve(), "--password-cost", "min", "--login-attempts", "1000")
     farm.service.start()
     office = farm.make()
@@ -103,8 +130,7 @@ def main():
             print("ok", json.dumps(getattr(commands, name)(*arguments)), flush=True)
         except Exception as problem:  # any failure is the test's failure
             print("error", json.dumps(str(problem)), flush=True)
-    if farm.service.is_running:
-        farm.service.stop()
+    commands.close()
 
 
 if __name__ == "__main__":

@@ -54,6 +54,16 @@ describe('the fleet', () => {
     await page.getByText('GPS receiver · aa:bb').waitFor();
   });
 
+  it('tells no speed of now from old positions', async () => {
+    const page = await openFleet();
+    await page.getByRole('link', {name: /Console 12/}).click();
+    await move(nowS() - 3030, 51.5, 5.5);
+    await move(nowS() - 2970, 51.5, 5.503);
+    await page.getByText('12.5 km/h · 90°').waitFor();
+    await page.locator('.consoles').getByText('Position measured 49 minutes ago').waitFor();
+    expect(await page.locator('.consoles').getByText('km/h').count()).toBe(0);
+  });
+
   it('shows speed and heading of a console as it moves, and chooses it on the map', async () => {
     const page = await openFleet();
     const start = nowS() - 60;
@@ -82,7 +92,6 @@ describe('the fleet', () => {
       const input = document.querySelector<HTMLInputElement>('.replay input');
       return input?.value === input?.max && document.querySelector('.replay button')?.textContent === 'Play';
     });
-    await world.picture(page, 'fleet');
     await page.getByLabel('Day').fill('2026-01-01');
     await page.getByText('The service received no track on this day.').waitFor();
   });

@@ -55,6 +55,7 @@ export async function openHerd(page: Page): Promise<void> {
     const moves: Moves = (step) => [...Array(size).keys()].map((index) => ({name: 'console-moved', data: {
       console: 1000 + index, user: {id: 3, name: 'olga'}, time_s: startS + step,
       latitude: 51 + (index % 20) * 0.002 + (step % 100) * 1e-4, longitude: 5 + Math.floor(index / 20) * 0.004,
+      received_at: new Date().toISOString(),
     }}));
     Object.assign(globalThis, {moves});
   }, herdSize);

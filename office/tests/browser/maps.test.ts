@@ -100,7 +100,6 @@ describe('the map of a grid', () => {
     await drawn(page);
     expect(await page.locator('.review [role=alert]').count()).toBe(0);
     await lookAt(page, 0.6, 0.4);
-    await world.picture(page, 'map');
   });
 
   it('far from its field warns', async () => {

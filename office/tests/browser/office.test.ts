@@ -1,6 +1,6 @@
 // A day of the office in Chromium.
 import {createHash, randomBytes} from 'node:crypto';
-import {readFileSync} from 'node:fs';
+import {readFileSync, rmSync} from 'node:fs';
 import {createServer} from 'node:https';
 import type {AddressInfo} from 'node:net';
 import {join} from 'node:path';
@@ -33,6 +33,20 @@ describe('the office', () => {
     await page.getByText('The user name or the password is wrong.').waitFor();
   });
 
+  it('can log in again after a proxy has answered instead of the service', async () => {
+    const page = await world.open(await world.newContext());
+    await page.route('**/sessions', (route) => route.fulfill({status: 502, contentType: 'text/html', body: '<h1>Bad gateway</h1>'}));
+    const [name, password] = world.accounts.office;
+    await page.locator('input[name=user]').fill(name);
+    await page.locator('input[name=password]').fill(password);
+    await page.locator('form button').click();
+    await page.getByText('The service does not answer.').waitFor();
+    await page.unroute('**/sessions');
+    await page.locator('form button').click();
+    await page.locator('.link.live').waitFor();
+    world.complaints.length = 0; // Chromium reports the answer 502.
+  });
+
   it('sends a file, and the operator has its bytes', async () => {
     const {path, digest} = newFile('north.zip');
     const page = await world.logIn('office');
@@ -40,6 +54,20 @@ describe('the office', () => {
     await page.locator('.sending.done').waitFor();
     await row(page, 'north.zip').waitFor();
     expect((await world.command<Record<string, string>>('digests', 'To Console'))['north.zip']).toBe(digest);
+  });
+
+  it('sees who sent a file, with a note', async () => {
+    const {path} = newFile('noted.zip');
+    const page = await world.logIn('office');
+    await choose(page, path);
+    await page.getByLabel('Note').fill(' Süd, <b>second</b> pass ');
+    await page.locator('.review .main').click();
+    await row(page, 'noted.zip').getByText('Süd, <b>second</b> pass', {exact: true}).waitFor();
+    await row(page, 'noted.zip').getByText('office', {exact: true}).waitFor();
+    await page.getByRole('searchbox').fill('SECOND');
+    await page.getByText('Files: 1').waitFor();
+    const operator = await world.logIn('operator');
+    await row(operator, 'noted.zip').getByText('second', {exact: false}).first().waitFor();
   });
 
   it('is asked before a name is used twice', async () => {
@@ -79,6 +107,10 @@ describe('the office', () => {
     await page.getByRole('button', {name: 'Not fetched', exact: true}).click();
     await world.command('report', 'POST', '/fetches', {fetches: [{file: other, age_s: 0, unpack_error: 'no room: 2 < 10 MB'}]});
     await row(page, 'waiting.zip').getByText('Not unpacked: no room: 2 < 10 MB').waitFor();
+    await world.command('report', 'POST', '/fetches', {fetches: [{file: other, age_s: 0, unpacked_age_s: 0}]});
+    await row(page, 'waiting.zip').getByText(/^Unpacked \d/).waitFor();
+    await row(page, 'waiting.zip').getByTitle(/^Console 12 \(olga\) · Fetched .* · Unpacked /).waitFor();
+    expect(await row(page, 'fetched.zip').getByText('Unpacked').count()).toBe(0);
   });
 
   it('sees job reports and an empty inbox in spite of "Not fetched"', async () => {
@@ -110,13 +142,25 @@ describe('the office', () => {
     await slowUpload(page, 1_000_000);
     await sendFile(page, path);
     await page.waitForFunction(() => Number(document.querySelector('progress')?.value) > 0);
-    await world.picture(page, 'files');
     await world.command('kill');
     await page.getByText('No connection since').waitFor();
     await world.command('start');
     await page.locator('.sending.done').waitFor();
     await page.locator('.link.live').waitFor();
     expect((await world.command<Record<string, string>>('digests', 'To Console'))['large.zip']).toBe(digest);
+    world.complaints.length = 0; // Chromium reports the requests that found no service.
+  });
+
+  it('sees a view that could not be read, when the service is back', async () => {
+    const [id] = await world.command<number[]>('put', newFile('deleted.zip').path, 'To Console');
+    await world.command('remove', id);
+    const page = await world.logIn('office');
+    await world.command('kill');
+    await page.getByText('No connection since').waitFor();
+    await page.getByRole('link', {name: 'Bin', exact: true}).click();
+    await page.getByText('The service does not answer.').waitFor();
+    await world.command('start');
+    await row(page, 'deleted.zip').waitFor();
     world.complaints.length = 0; // Chromium reports the requests that found no service.
   });
 
@@ -137,6 +181,73 @@ describe('the office', () => {
     expect((await world.command<Record<string, string>>('digests', 'To Console'))['reloaded.zip']).toBe(digest);
   });
 
+  it('is told after a reload which uploads are left, and continues them with their notes', async () => {
+    const {path, digest} = newFile('left over.zip', 4_000_000);
+    const page = await world.logIn('office');
+    await slowUpload(page, 500_000);
+    await choose(page, path);
+    await page.getByLabel('Note (optional)').fill('second half');
+    await page.locator('.review .main').click();
+    await page.waitForFunction(() => Number(document.querySelector('progress')?.value) > 0);
+    const other = await world.open(page.context());
+    await other.locator('.link.live').waitFor();
+    expect(await other.locator('.sending').count()).toBe(0); // The first tab sends the file.
+    await other.close();
+    await page.reload();
+    const again = page.locator('.sending.left input');
+    await again.setInputFiles(newFile('another.zip').path);
+    await page.getByText('This file has another name, size or date.').waitFor();
+    const methods: string[] = [];
+    page.on('request', (request) => methods.push(request.method()));
+    await again.setInputFiles(path);
+    await page.locator('.sending.done').waitFor();
+    expect(methods).not.toContain('POST');
+    await row(page, 'left over.zip').getByText('second half').waitFor();
+    expect((await world.command<Record<string, string>>('digests', 'To Console'))['left over.zip']).toBe(digest);
+    await page.reload();
+    await page.locator('.link.live').waitFor();
+    expect(await page.locator('.sending').count()).toBe(0);
+  });
+
+  it('is told if other bytes are stored than the file has, and no copy stays', async () => {
+    const {path} = newFile('other bytes.zip');
+    const page = await world.logIn('office');
+    await page.route('**/uploads/*', (route) => route.request().method() === 'PATCH'
+      ? route.continue({postData: Buffer.alloc(1000)}) : route.continue());
+    await sendFile(page, path);
+    await page.getByText('Not sent: the stored bytes are not the bytes of the file.').waitFor();
+    expect(await world.command('digests', 'To Console')).not.toHaveProperty('other bytes.zip');
+    await page.unroute('**/uploads/*');
+    await page.getByRole('button', {name: 'Continue'}).click();
+    await page.locator('.sending.done').waitFor();
+    expect(await world.command('digests', 'To Console')).toHaveProperty('other bytes.zip');
+  });
+
+  it('is told if a file cannot be read', async () => {
+    const {path} = newFile('removed.zip');
+    const page = await world.logIn('office');
+    await choose(page, path);
+    await page.locator('.review .main:enabled').waitFor();
+    rmSync(path);
+    await page.locator('.review .main').click();
+    await page.getByText('Not sent: the file cannot be read.').waitFor();
+    world.complaints.length = 0; // Chromium reports the missing file.
+  });
+
+  it('may drop a file on the list, and a file dropped elsewhere does not replace the page', async () => {
+    const page = await world.logIn('office');
+    const drag = (type: string, target: string) => page.locator(target).first().evaluate((element, name) => {
+      const dataTransfer = new DataTransfer();
+      dataTransfer.items.add(new File(['x'], 'dropped.zip'));
+      const event = new DragEvent(name, {dataTransfer, bubbles: true, cancelable: true});
+      return {isTaken: !element.dispatchEvent(event), effect: dataTransfer.dropEffect};
+    }, type);
+    expect(await drag('dragover', 'header')).toEqual({isTaken: true, effect: 'none'});
+    expect((await drag('dragover', '.files section .bar')).isTaken).toBe(true);
+    await drag('drop', '.files section .bar');
+    await page.locator('.review').getByText('dropped.zip').first().waitFor();
+  });
+
   it('has eight tabs with one stream', async () => {
     const first = await world.logIn('office');
     const before = await world.command<number>('streams');
@@ -155,6 +266,7 @@ describe('the office', () => {
     expect(await page.evaluate(() => document.cookie)).toBe('');
     await page.getByRole('button', {name: 'Log out'}).click();
     await page.locator('.login').waitFor();
+    expect(await page.getByText('You are logged out.').count()).toBe(0); // The user knows it.
     expect(await page.context().cookies()).toEqual([]);
     await page.reload();
     await page.locator('.login').waitFor();
@@ -213,7 +325,7 @@ describe('the log-out', () => {
     const page = await world.logIn('office');
     await world.command('kill');
     await page.getByRole('button', {name: 'Log out'}).click();
-    await page.getByText('The service does not answer. Nothing was changed.').waitFor();
+    await page.getByText('The service does not answer. Try again later.').waitFor();
     expect(await page.locator('.login').count()).toBe(0);
     await world.command('start');
     world.complaints.length = 0; // Chromium reports the requests that found no service.

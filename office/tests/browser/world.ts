@@ -128,14 +128,14 @@ export class World {
 
 export let world: World;
 
-/** One world for the tests of a file. A complaint of the browser fails the test. */
-export function useWorld(): void {
+/** One world for the tests of a file. A complaint of the browser fails the test. With `keepsPages`, the pages stay open for the next test. */
+export function useWorld({keepsPages = false} = {}): void {
   beforeAll(async () => {
     world = await World.start();
   });
   afterAll(() => world?.stop());
   afterEach(async () => {
-    await world.closePages();
+    if (!keepsPages) await world.closePages();
     expect(world.complaints.splice(0)).toEqual([]);
   });
 }

@@ -33,6 +33,15 @@ export const prescription = (): Bytes => archive({
   'TASKDATA/GRD00001.BIN': integers(0, 0, 10_000, 20_000, 30_000, 30_000),
 });
 
+/** The round field Hill with its boundary. */
+function hill(): string {
+  const corners = [...Array(61).keys()].map((each) => {
+    const angle = (each * Math.PI) / 30;
+    return `<PNT A="2" C="${51.503 + 0.003 * Math.sin(angle)}" D="${5.256 + 0.006 * Math.cos(angle)}"/>`;
+  });
+  return `<PFD A="PFD1" C="Hill" D="1"><PLN A="1"><LSG A="1">${corners.join('')}</LSG></PLN></PFD>`;
+}
+
 /** A map like those of farms: rates from 100 to 260 kg/ha, zero outside of a round field, and its boundary. */
 export function roundField(): Bytes {
   const size = 60;
@@ -41,15 +50,48 @@ export function roundField(): Bytes {
     const step = Math.round(3 + 2 * Math.sin(x / 9) + 2 * Math.cos((x + y) / 11));
     return Math.hypot(x, y) < size / 2 ? (120 + 20 * step) * 100 : 0;
   });
-  const corners = [...Array(61).keys()].map((each) => {
-    const angle = (each * Math.PI) / 30;
-    return `<PNT A="2" C="${51.503 + 0.003 * Math.sin(angle)}" D="${5.256 + 0.006 * Math.cos(angle)}"/>`;
-  });
   return archive({
     'TASKDATA/TASKDATA.XML': taskData(`${task(`<TZN A="1"><PDV A="0006" B="0" C="PDT1"/></TZN>${grid(size, size, 2, 'GRD00001', 'J="1"')}`)}
-      <PDT A="PDT1" B="Wheat"/><PFD A="PFD1" C="Hill" D="1"><PLN A="1"><LSG A="1">${corners.join('')}</LSG></PLN></PFD>`),
+      <PDT A="PDT1" B="Wheat"/>${hill()}`),
     'TASKDATA/GRD00001.BIN': integers(...raw),
   });
+}
+
+/** A point of a time log: latitude, longitude and the raw value, 100 for 1 kg/ha; undefined if it did not change. */
+export type LogPoint = readonly [number, number, number | undefined];
+
+/** The bytes of a time log with a point a second. */
+export const logBytes = (points: readonly LogPoint[]): number[] => points.flatMap(([north, east, value], index) => {
+  const view = new DataView(new ArrayBuffer(value === undefined ? 16 : 21));
+  view.setUint32(0, index * 1000, true);
+  view.setUint16(4, 15_000, true);
+  view.setInt32(6, Math.round(north * 1e7), true);
+  view.setInt32(10, Math.round(east * 1e7), true);
+  view.setUint8(14, 1);
+  if (value !== undefined) {
+    view.setUint8(15, 1);
+    view.setInt32(17, value, true);
+  }
+  return [...new Uint8Array(view.buffer)];
+});
+
+/** Task data of a drill with a time log. */
+export const logSet = (bytes: readonly number[], more = ''): Record<string, Uint8Array> => ({
+  'TASKDATA.XML': taskData(`${task('<TLG A="TLG00001"/>')}<DVC A="DVC1" B="Drill" D="0" F="0" G="0"><DET A="DET1" B="1" C="1" D="Bin" E="0" F="0">
+    <DOR A="5"/></DET><DPD A="5" B="0007" C="1" D="16" E="Seed" F="6"/><DVP A="6" B="0" C="0.01" D="1" E="kg/ha"/></DVC>${more}`),
+  'TLG00001.XML': strToU8('<TIM A="" D="4"><PTN A="" B="" D=""/><DLV A="0007" B="" C="DET1"/></TIM>'),
+  'TLG00001.BIN': new Uint8Array(bytes),
+});
+
+/** The work on the field Hill, in twelve runs from north to south and back. */
+export function jobReport(): Bytes {
+  const points = [...Array(12 * 40).keys()].map((each): LogPoint => {
+    const [run, along] = [Math.floor(each / 40), each % 40];
+    const x = -0.75 + (1.5 * run) / 11;
+    const y = (run % 2 ? 1 : -1) * (1 - along / 19.5) * Math.sqrt(1 - x * x);
+    return [51.503 + 0.003 * y, 5.256 + 0.006 * x, 15_000 + Math.round(4000 * Math.sin(x * 4 + y * 2))];
+  });
+  return archive(logSet(logBytes(points), hill()));
 }
 
 /** Two cells with a rate in kg/ha, by a scale of the file, and a rate in l/ha. */

@@ -16,20 +16,21 @@ function serve(answers: Answer[]): string[] {
   return cursors;
 }
 
-async function follow() {
+async function follow(controller = new AbortController()) {
   const seen: ServiceEvent[] = [];
   const pauses: number[] = [];
   const ended = followEvents('5', {
     onOpen: () => undefined,
     onEvent: (event) => seen.push(event),
     onLost: (pauseMs) => pauses.push(pauseMs),
-  }, new AbortController().signal);
+  }, controller.signal);
   await vi.runAllTimersAsync();
   return {end: await ended, seen, pauses};
 }
 
 describe('the stream of events', () => {
-  beforeEach(() => void vi.useFakeTimers());
+  const startMs = 1_800_000_000_000;
+  beforeEach(() => void vi.useFakeTimers({now: startMs}));
   afterEach(() => void vi.useRealTimers());
 
   it('resumes after the last event that it has', async () => {
@@ -53,6 +54,16 @@ describe('the stream of events', () => {
     serve(Array<Answer>(7).fill('unreachable'));
     const {pauses} = await follow();
     expect(pauses).toEqual([1000, 2000, 4000, 8000, 16_000, 30_000, 30_000]);
+  });
+
+  it('ends without a pause when it is aborted during a request', async () => {
+    const controller = new AbortController();
+    vi.stubGlobal('fetch', async () => {
+      controller.abort();
+      throw new DOMException('aborted', 'AbortError');
+    });
+    expect((await follow(controller)).end).toBe('aborted');
+    expect(Date.now()).toBe(startMs);
   });
 
   it('asks for a new snapshot if the cursor is too old', async () => {

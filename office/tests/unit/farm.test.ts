@@ -1,7 +1,7 @@
 // The farm as a snapshot and the events after it.
 import {beforeEach, describe, expect, it} from 'vitest';
 import type {Account, Console, File} from '../../src/api/client';
-import {consoles, files, filesByInbox, fileSet, forgetAll, inboxes, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
+import {consoles, files, filesByInbox, fileSet, forgetAll, inboxes, lastContactMs, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
 
 const file = (id: number, container = 10): File => ({
   id, container, kind: 'file', name: `field ${id}.zip`, size: 5, sha256: 'a'.repeat(64), created_at: '2026-05-01T06:12:30Z',
@@ -32,9 +32,9 @@ describe('the farm', () => {
 
   it('follows files that come and go', () => {
     const container = {id: 10, kind: 'user-inbox', project: 1};
-    takeEvent(event('file-added', {container, entry: file(3)}), 0);
-    takeEvent(event('file-added', {container, entry: file(3)}), 0);
-    takeEvent(event('file-removed', {container, entry: file(1)}), 0);
+    takeEvent(event('file-added', {container, entry: file(3)}));
+    takeEvent(event('file-added', {container, entry: file(3)}));
+    takeEvent(event('file-removed', {container, entry: file(1)}));
     expect(filesByInbox.value.get(10)?.map(({id}) => id)).toEqual([3, 2]);
   });
 
@@ -42,7 +42,7 @@ describe('the farm', () => {
     const container = {id: 10, kind: 'user-inbox', project: 1};
     const changes = ['file-added', 'file-fetched', 'file-removed'].filter((name) => {
       const before = fileSet.value;
-      takeEvent(event(name, {container, entry: file(3)}), 0);
+      takeEvent(event(name, {container, entry: file(3)}));
       return fileSet.value !== before;
     });
     expect(changes).toEqual(['file-added', 'file-removed']);
@@ -54,7 +54,7 @@ describe('the farm', () => {
   it('knows which files no console has fetched', () => {
     const container = {id: 10, kind: 'user-inbox', project: 1};
     const fetch = {fetched_at: '2026-05-01T07:00:00Z', fetched_by: {console: 3, user: {id: 7, name: 'olga'}}};
-    expect(takeEvent(event('file-fetched', {container, entry: {...file(2), ...fetch}}), 0), 'the console is unknown').toBe(false);
+    expect(takeEvent(event('file-fetched', {container, entry: {...file(2), ...fetch}})), 'the console is unknown').toBe(false);
     expect(files.value.get(2)).toMatchObject(fetch);
     expect(notFetched(inboxes.value.get(10)!).map(({id}) => id)).toEqual([1]);
     expect(notFetched({...inboxes.value.get(10)!, projectName: 'From Console'})).toEqual([]);
@@ -62,7 +62,7 @@ describe('the farm', () => {
 
   it('adds an inbox with its files and its project', () => {
     const entry = {id: 11, kind: 'user-inbox', name: 'piet', project: 1, owner: {id: 9, name: 'piet'}, entries: [file(4, 11)]};
-    takeEvent(event('inbox-added', {container: {id: 1, kind: 'project'}, entry}), 0);
+    takeEvent(event('inbox-added', {container: {id: 1, kind: 'project'}, entry}));
     expect(inboxes.value.get(11)?.projectName).toBe('To Console');
     expect(files.value.has(4)).toBe(true);
   });
@@ -71,10 +71,14 @@ describe('the farm', () => {
     const known: Console = {id: 3, console_string: 'Console 12', hardware_address: '', operator: {id: 7, name: 'olga'},
       environment: null, devices: [], position: null};
     takeConsoles([known]);
-    const move = {console: 3, user: {id: 9, name: 'piet'}, time_s: 100, latitude: 51.5, longitude: 5.5};
-    expect(takeEvent(event('console-moved', move), 200_000)).toBe(true);
-    expect(consoles.value.get(3)).toMatchObject({positionReceivedMs: 200_000, operator: {name: 'piet'}, position: {time_s: 100}});
-    expect(takeEvent(event('console-moved', {...move, console: 4}), 0)).toBe(false);
+    const move = {console: 3, user: {id: 9, name: 'piet'}, time_s: 100, latitude: 51.5, longitude: 5.5,
+      received_at: '1970-01-01T00:05:00.000Z'};
+    expect(takeEvent(event('console-moved', move))).toBe(true);
+    const moved = consoles.value.get(3)!;
+    expect(moved).toMatchObject({operator: {name: 'piet'}, position: {time_s: 100, received_at: move.received_at}});
+    expect(lastContactMs(moved)).toBe(300_000);
+    expect(lastContactMs(known)).toBe(0);
+    expect(takeEvent(event('console-moved', {...move, console: 4}))).toBe(false);
   });
 
   it('knows nothing after the session', () => {

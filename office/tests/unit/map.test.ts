@@ -7,8 +7,8 @@ import {largestFile, type Channel, type Layer, type Reading} from '../../src/map
 import {pixelsOf} from '../../src/map/paint';
 import {read} from '../../src/map/read';
 import {amountUnit} from '../../src/map/units';
-import {archive, field, grid, prescription, severalValues, shapefile, task, taskData, withClaimedSize, zones, type Bytes}
-  from './archives';
+import {archive, field, grid, logBytes, logSet, prescription, severalValues, shapefile, task, taskData, withClaimedSize, zones,
+  type Bytes, type LogPoint} from './archives';
 
 const only = (files: Record<string, Uint8Array>): Promise<Reading> => read('a.zip', archive(files));
 const first = ({layers}: Reading): Layer => layers[0] as Layer;
@@ -93,32 +93,14 @@ describe('task data', () => {
   });
 
   it('have time logs as tracks with scaled values', async () => {
-    const records = [[51, 5, 1000], [51.0001, 5, undefined], [51.0002, 5, 2000], [0, 0, 1]];
-    const bytes = records.flatMap(([north = 0, east = 0, value], index) => {
-      const view = new DataView(new ArrayBuffer(value === undefined ? 16 : 21));
-      view.setUint32(0, index * 1000, true);
-      view.setUint16(4, 15_000, true);
-      view.setInt32(6, Math.round(north * 1e7), true);
-      view.setInt32(10, Math.round(east * 1e7), true);
-      view.setUint8(14, 1);
-      if (value === undefined) return [...new Uint8Array(view.buffer)];
-      view.setUint8(15, 1);
-      view.setUint8(16, 0);
-      view.setInt32(17, value, true);
-      return [...new Uint8Array(view.buffer)];
-    });
-    const set = (binary: number[]) => ({
-      'TASKDATA.XML': taskData(`${task('<TLG A="TLG00001"/>')}<DVC A="DVC1" B="Drill" D="0" F="0" G="0"><DET A="DET1" B="1" C="1" D="Bin" E="0" F="0">
-        <DOR A="5"/></DET><DPD A="5" B="0007" C="1" D="16" E="Seed" F="6"/><DVP A="6" B="0" C="0.01" D="1" E="kg/ha"/></DVC>`),
-      'TLG00001.XML': strToU8('<TIM A="" D="4"><PTN A="" B="" D=""/><DLV A="0007" B="" C="DET1"/></TIM>'),
-      'TLG00001.BIN': new Uint8Array(binary),
-    });
-    const reading = await only(set(bytes));
+    const records: LogPoint[] = [[51, 5, 1000], [51.0001, 5, undefined], [51.0002, 5, 2000], [0, 0, 1]];
+    const bytes = logBytes(records);
+    const reading = await only(logSet(bytes));
     const {kind, channels: [channel], extent} = first(reading);
     expect([kind, channel?.unit, [...channel?.values ?? []]]).toEqual(['track', 'kg/ha', [10, 10, 20]]);
     expect(extent[3]).toBeCloseTo(51.0002, 9);
     expect(reading.notes).toEqual([]);
-    expect((await only(set(bytes.slice(0, 40)))).notes).toEqual([{kind: 'logDamaged', name: 'TLG00001'}]);
+    expect((await only(logSet(bytes.slice(0, 40)))).notes).toEqual([{kind: 'logDamaged', name: 'TLG00001'}]);
   });
 
   it('alone are read too', async () => {

@@ -1,9 +1,9 @@
-// The reads of the consoles that events ask for.
+// The reads of the consoles that events ask for, and the end of a session.
 import {beforeEach, describe, expect, it, vi} from 'vitest';
 import type {Account, Console} from '../../src/api/client';
 import type {StreamHandlers} from '../../src/api/events';
-import {consoles, forgetAll, takeSnapshot} from '../../src/model/farm';
-import {link, start} from '../../src/model/session';
+import {consoles, forgetAll, takeSnapshot, user} from '../../src/model/farm';
+import {link, logOut, start} from '../../src/model/session';
 
 let handlers: StreamHandlers;
 vi.mock('../../src/api/shared_events', () => ({
@@ -11,6 +11,10 @@ vi.mock('../../src/api/shared_events', () => ({
     handlers = given;
     return new Promise(() => undefined);
   },
+}));
+vi.mock('../../src/api/client', async (original) => ({
+  ...(await original<object>()),
+  client: {DELETE: async () => ({response: await fetch('')})},
 }));
 
 const account: Account = {user: {id: 8, name: 'office', role: 'office', disabled: false, farm: {id: 1, name: 'Hill Farm'}}, cursor: '5',
@@ -69,5 +73,40 @@ describe('an event of an unknown console', () => {
     takeSnapshot({...account, user: {...account.user}});
     await serve(listOf(3));
     expect(consoles.value.size).toBe(0);
+  });
+});
+
+describe('the end of the session', () => {
+  const ended = {id: '', name: 'session-ended', data: {}};
+
+  beforeEach(() => {
+    takeSnapshot(account);
+    start();
+  });
+
+  it('shows the login form after the answer to the log-out, which removes the cookie', async () => {
+    const done = logOut();
+    handlers.onEvent(ended);
+    await new Promise((resolve) => setTimeout(resolve));
+    expect(user.value).toBeDefined();
+    await serve(new Response(null, {status: 204}));
+    await done;
+    expect(user.value).toBeUndefined();
+  });
+
+  it('is taken from the stream if the log-out gets no answer', async () => {
+    const refused = expect(logOut()).rejects.toThrow();
+    handlers.onEvent(ended);
+    await serve(Promise.reject(new TypeError('network')));
+    await refused;
+    expect(user.value).toBeUndefined();
+  });
+
+  it('does not end the next session', async () => {
+    const {onEvent} = handlers;
+    start();
+    onEvent(ended);
+    await new Promise((resolve) => setTimeout(resolve));
+    expect(user.value).toBeDefined();
   });
 });

@@ -1,6 +1,6 @@
 // Texts, numbers and places of the page.
 import {describe, expect, it} from 'vitest';
-import {chooseLanguage, numberText, projectName, sizeText, t} from '../../src/texts';
+import {chooseLanguage, dateText, numberText, projectName, sizeText, t} from '../../src/texts';
 import de from '../../src/texts/de.json';
 import en from '../../src/texts/en.json';
 import es from '../../src/texts/es.json';
@@ -22,6 +22,10 @@ describe('the texts', () => {
       expect(text, key).not.toBe('');
       expect(placeholders(text), key).toEqual(placeholders(english[key] as string));
     }
+  });
+
+  it('have dates as the region of the browser writes them', () => {
+    expect(dateText('2026-05-17T12:00:00Z')).toMatch(/^17 May 2026/); // The language is English, the region is Great Britain.
   });
 
   it('are in the first language of the browser that the page has', () => {

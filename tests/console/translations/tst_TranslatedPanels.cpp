@@ -63,6 +63,13 @@ void tst_TranslatedPanels::showsThePanelsInFull()
         around.Hub().OnLoggedIntoKelvo();
         QVERIFY(isInFull(page));
     }
+    QStringList names;
+    for (int number = 0; number < 10'000; ++number) {
+        names << QString::number(number);
+    }
+    around.Hub().OnNewKelvoProjectFilesList(0, ListingOf(names));
+    full.findChild<TListWidget*>()->selectAll();
+    QVERIFY(isInFull(&full));
     window.Dock().Remove(&mini);
     window.RemovePage(&full);
 }

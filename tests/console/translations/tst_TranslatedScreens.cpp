@@ -87,6 +87,8 @@ private Q_SLOTS:
         stored.dataFolder = m_folder.path();
         console::TWindowSession session(settings, stored);
         session.Begin();
+        SetDisplay(pixels, textFactor); // the session takes the size of the test's display
+        hostimpl::SetTheme(hostimpl::ETheme::eDay);
         session.Window()->resize(size);
         QCOMPARE(Faults(*session.Dialog()), QString());
         session.Dialog()->CloseWindow();
@@ -107,6 +109,8 @@ private Q_SLOTS:
         console::TWindowSession session(console::TConsoleSettings(), stored);
         session.Begin();
         session.Dialog()->CloseWindow(); // there is no plug-in
+        SetDisplay(pixels, textFactor);  // the session takes the size of the test's display
+        hostimpl::SetTheme(hostimpl::ETheme::eDay);
         session.Window()->resize(size);
         session.Window()->Launcher().SettingsButton()->click();
         session.Settings()->AboutButton()->click();

@@ -14,6 +14,8 @@
 
 #include <memory>
 
+class TKelvoInterface;
+
 class TSessionFixture
 {
 protected:
@@ -64,6 +66,13 @@ protected:
     bool WaitForScreens()
     {
         return QTest::qWaitFor([this] { return !m_session->Window()->Dock().IsEmpty(); }, 60000);
+    }
+
+    // The hub of the plug-in with screens. Null after its end.
+    static TKelvoInterface* Hub()
+    {
+        QLibrary library(QStringLiteral(ScreensPlugin_PATH));
+        return reinterpret_cast<TKelvoInterface* (*)()>(library.resolve("GetKelvoInterface"))();
     }
 
     static QStringList& Log()

@@ -66,6 +66,24 @@ private Q_SLOTS:
         QCOMPARE(state.service.at(curves)->isNew, 1);
     }
 
+    // Each kind of files of a field may have the field's name.
+    void tellsListsWithTheSameNamesApart()
+    {
+        const QString service = QStringLiteral("KELVO");
+        const QStringList names{QStringLiteral("1")};
+        TDashboard dashboard(m_config, QString(), NoFolders);
+        LogIn(dashboard, QStringLiteral("lena"));
+        List(dashboard, maps, {1});
+        List(dashboard, curves, {1});
+        dashboard.OnNamesShown(names,
+                               {QStringLiteral("Curves"), QStringLiteral("Files to Upload")});
+        dashboard.OnNamesShown(names, {QStringLiteral("Pivots"), service});
+        QCOMPARE(dashboard.State({}).NewFiles(), 2);
+        dashboard.OnNamesShown(names, {QStringLiteral("Curves"), service});
+        QCOMPARE(dashboard.State({}).service.at(curves)->isNew, 0);
+        QCOMPARE(dashboard.State({}).service.at(maps)->isNew, 1);
+    }
+
     void tellsTheListsWhyTheyAreEmpty()
     {
         hostimpl::SetListing(hostimpl::EListing::eListed);

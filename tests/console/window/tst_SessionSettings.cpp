@@ -1,4 +1,5 @@
 // The settings page and the page about the console in the console's window.
+#include "console/settings/Scrolling.h"
 #include "console/settings/TAboutPage.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/window/Geometry.h"
@@ -137,12 +138,23 @@ private Q_SLOTS:
         const auto stored = Stored();
         QVERIFY(stored.isNight);
         QVERIFY(stored.service.isEmpty());
+        const int usual = hostimpl::ThemeFont(hostimpl::EFont::eBody).pixelSize();
+        m_session->Window()->resize(800, 480);
+        QCoreApplication::processEvents();
+        page.Row(8)->setFocus();
+        console::ScrollTo(page.Row(8));
+        page.Row(8)->SetNumericalValue(1);
+        QVERIFY(hostimpl::ThemeFont(hostimpl::EFont::eBody).pixelSize() > usual);
+        QVERIFY(Stored().isTextLarge);
+        QCoreApplication::processEvents();
+        const int shown = page.Row(8)->visibleRegion().boundingRect().height();
+        QCOMPARE(shown, page.Row(8)->height()); // larger notes move the row
         // The launcher's button and the page show the same colours.
         m_session->Window()->Launcher().LightButton()->click();
         QCOMPARE(page.Row(5)->GetNumericalValue(), 0.0);
         QCOMPARE(page.Row(0)->GetTextValue(), QStringLiteral("farm.example"));
         page.DiscardButton()->click();
-        QVERIFY(!page.HasChanges());
+        QVERIFY(!page.HasChanges() && !page.RestartButton()->isVisible());
     }
 
     void asksBeforeChangesAreLost_data()
@@ -259,7 +271,7 @@ private Q_SLOTS:
         QVERIFY(page.Note(row).contains(QStringLiteral("A restart does not change this")));
         QVERIFY(!page.RestartButton()->isVisible());
         // A new start is for the other settings.
-        page.Row(8)->SetNumericalValue(1);
+        page.Row(4)->SetNumericalValue(1);
         page.SaveButton()->click();
         QVERIFY(page.RestartButton()->isVisible());
     }

@@ -1,5 +1,5 @@
-// The window comes to rest: once it is drawn, and while it shows the same state again, it asks for
-// no layout and draws nothing.
+// Once the window is drawn, and while it shows the same state again, it asks for no layout and
+// draws nothing.
 #include "console/window/THomePage.h"
 #include "console/window/TLinkBanner.h"
 #include "console/window/TMainWindow.h"
@@ -25,7 +25,7 @@ class TWork : public QObject
 public:
     explicit TWork(QWidget& window) : m_window(window) { qApp->installEventFilter(this); }
 
-    // How much work waits. Timers do not run.
+    // The layouts and drawings that wait. Timers do not run.
     int Count()
     {
         m_count = 0;
@@ -70,12 +70,12 @@ class tst_SettledWindow : public kelvo::test::TTestCase
 
 private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
-    void restsAfterEachStateOfTheLogin_data();
-    void restsAfterEachStateOfTheLogin();
-    void restsWhileItShowsTheSameState();
+    void drawsNothingMoreAfterEachStateOfTheLogin_data();
+    void drawsNothingMoreAfterEachStateOfTheLogin();
+    void drawsNothingWhileItShowsTheSameState();
 };
 
-void tst_SettledWindow::restsAfterEachStateOfTheLogin_data()
+void tst_SettledWindow::drawsNothingMoreAfterEachStateOfTheLogin_data()
 {
     QTest::addColumn<QSize>("size");
     for (const hostimpl::TDisplay& display : hostimpl::DISPLAYS) {
@@ -84,7 +84,7 @@ void tst_SettledWindow::restsAfterEachStateOfTheLogin_data()
     }
 }
 
-void tst_SettledWindow::restsAfterEachStateOfTheLogin()
+void tst_SettledWindow::drawsNothingMoreAfterEachStateOfTheLogin()
 {
     QFETCH(QSize, size);
     THubFixture around;
@@ -119,7 +119,7 @@ void tst_SettledWindow::restsAfterEachStateOfTheLogin()
 }
 
 // The console looks at the state four times a second.
-void tst_SettledWindow::restsWhileItShowsTheSameState()
+void tst_SettledWindow::drawsNothingWhileItShowsTheSameState()
 {
     kesdkimpl::LinkStatus status;
     status.session = kesdkimpl::ESession::eLoggedIn;

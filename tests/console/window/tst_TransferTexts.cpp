@@ -65,7 +65,7 @@ private Q_SLOTS:
     {
         const LinkStatus status = Moving(1'200'000, 2'800'000, 10'000);
         const hostimpl::TTransferState dialog = console::TransferProgress(status, ThirdOfTwelve());
-        QCOMPARE(dialog.percent, 42);
+        QCOMPARE(dialog.percent.value(), 42);
         QCOMPARE(dialog.text, QStringLiteral("1.2 of 2.8 MB  file 3 of 12\n10.0 kB/s  3 min left"));
         QVERIFY(dialog.isMoving);
         const console::TStatusWords bar = console::TransferWords(status, ThirdOfTwelve());
@@ -102,9 +102,49 @@ private Q_SLOTS:
         LinkStatus status = Moving(900, 900);
         status.transfer->phase = EPhase::eVerifies;
         const hostimpl::TTransferState dialog = console::TransferProgress(status, {});
-        QCOMPARE(dialog.percent, 100);
+        QCOMPARE(dialog.percent.value(), 100);
         QVERIFY(dialog.text.endsWith(QStringLiteral("Checking the file...")));
         QVERIFY(dialog.isMoving);
+    }
+
+    // The SDK's threads are ahead of the hub's signals.
+    void tellsTheFirstFileBeforeTheHubDoes()
+    {
+        TFileCount files;
+        console::THubEvent event;
+        event.signal = EHubSignal::eDownloadRequested;
+        event.fileNames = QStringList{QStringLiteral("a.zip"), QStringLiteral("b.zip")};
+        files.OnHubEvent(event);
+        const LinkStatus status = Moving(0, 900);
+        QCOMPARE(console::TransferProgress(status, files).text,
+                 QStringLiteral("0 of 900 bytes  file 1 of 2\n"));
+        QVERIFY(console::TransferWords(status, files).text.endsWith(QStringLiteral("1/2")));
+    }
+
+    void tellsTheArchiveThatIsUnpacked()
+    {
+        LinkStatus status;
+        status.session = kesdkimpl::ESession::eLoggedIn;
+        status.problem = kesdkimpl::EProblem::eNoNetwork;
+        const auto dialog = console::WorkProgress(status, QStringLiteral("a.zip"));
+        QVERIFY(dialog && !dialog->percent && dialog->isMoving);
+        QCOMPARE(dialog->text, QStringLiteral("Unpacking a.zip..."));
+        const console::TStatusWords bar = console::WorkWords(status, QStringLiteral("a.zip"));
+        QCOMPARE(bar.text, QStringLiteral("Unpacking..."));
+        QCOMPARE(bar.iconName, QStringLiteral("link-down"));
+    }
+
+    // A deletion, for example, moves no bytes.
+    void tellsWhyAnOperationWithoutATransferWaits()
+    {
+        LinkStatus status;
+        status.session = kesdkimpl::ESession::eLoggedIn;
+        QVERIFY(!console::WorkProgress(status, {}));
+        QCOMPARE(console::WorkWords(status, {}).text, QStringLiteral("Connected"));
+        status.problem = kesdkimpl::EProblem::eNoAnswer;
+        const auto dialog = console::WorkProgress(status, {});
+        QVERIFY(dialog && !dialog->percent && !dialog->isMoving);
+        QCOMPARE(dialog->text, QStringLiteral("Service does not answer"));
     }
 
     void roundsTheTimeLeftUp_data()

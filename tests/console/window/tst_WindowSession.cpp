@@ -8,7 +8,6 @@
 #include "console/window/TStatusBar.h"
 #include "core/TKelvoInterface.h"
 #include "host/TMessageDialog.h"
-#include "host/TProgressDialog.h"
 #include "host/TPushButton.h"
 #include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
@@ -16,65 +15,13 @@
 #include <QtGui/QScreen>
 #include <QtTest/QSignalSpy>
 
-#include <algorithm>
-
 using console::TWindowSession;
-
-namespace {
-
-const QStringList names{QStringLiteral("a.zip"), QStringLiteral("b.zip")};
-
-// An operation with files, as the hub tells it.
-struct TOperation
-{
-    const char* name;
-    void (*request)(TKelvoInterface& hub);
-    void (TKelvoInterface::*file)(int, QString);
-    void (TKelvoInterface::*end)(int, KelvoFileTransferErrorDetailsList);
-};
-const TOperation operations[] = {
-    {"upload", [](TKelvoInterface& hub) { Q_EMIT hub.KelvoUploadRequested(0, names); },
-     &TKelvoInterface::KelvoUploadingFile, &TKelvoInterface::KelvoUploadComplete},
-    {"download", [](TKelvoInterface& hub) { Q_EMIT hub.KelvoDownloadRequested(0, names, {}); },
-     &TKelvoInterface::KelvoDownloadingFile, &TKelvoInterface::KelvoDownloadComplete},
-    {"deletion", [](TKelvoInterface& hub) { Q_EMIT hub.KelvoDeleteFilesRequested(0, names, {}); },
-     &TKelvoInterface::KelvoDeletingFile, &TKelvoInterface::KelvoDeleteComplete},
-};
-
-} // namespace
-
-Q_DECLARE_METATYPE(TOperation)
 
 class TWindowSessionTest : public kelvo::test::TTestCase, protected TSessionFixture
 {
     Q_OBJECT
 
 private:
-    static TKelvoInterface* Hub()
-    {
-        QLibrary library(QStringLiteral(ScreensPlugin_PATH));
-        return reinterpret_cast<TKelvoInterface* (*)()>(library.resolve("GetKelvoInterface"))();
-    }
-
-    static KelvoFileTransferErrorDetailsList Errors(bool hasError)
-    {
-        KelvoFileTransferErrorDetailsList errors;
-        if (hasError) {
-            errors << KelvoFileTransferErrorDetails();
-        }
-        return errors;
-    }
-
-    // An EOutcome; -1 without a sign.
-    static int ShownOutcome(const QWidget& dialog)
-    {
-        const auto widgets = dialog.findChildren<QWidget*>();
-        const auto sign = std::find_if(widgets.cbegin(), widgets.cend(), [](const QWidget* widget) {
-            return widget->inherits("TOutcomeSign");
-        });
-        return sign == widgets.cend() ? -1 : (*sign)->property("outcome").toInt();
-    }
-
     console::TIconButton* FullViewButton()
     {
         const auto buttons = m_session->Window()->Launcher().findChildren<console::TIconButton*>();
@@ -131,27 +78,20 @@ private Q_SLOTS:
         QVERIFY(m_session->Window() == nullptr);
     }
 
-    // After the last transfer of an operation, the files are unpacked for a while.
-    void showsNoEndedTransferWhileFilesAreUnpacked()
+    void showsTheStateOfThisMomentWhenHomeOpens()
     {
+        m_status.session = kesdkimpl::ESession::eLoggedIn;
         Begin(ScreensPlugin_PATH);
         QVERIFY(WaitForScreens());
-        TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eOperation, false,
-                              QPixmap());
-        dialog.ShowWindow(true);
-        dialog.EnableButton(TMessageDialog::eButton0, false);
-        const auto isTransferShown = [&dialog] {
-            const auto widgets = dialog.findChildren<QWidget*>();
-            return std::any_of(widgets.cbegin(), widgets.cend(), [](const QWidget* widget) {
-                return widget->inherits("TTransferProgress") && widget->isVisible();
-            });
+        const auto isOnHome = [this](const char* state) {
+            return m_session->Window()->Home().Texts().contains(
+                QStringLiteral("Connection\n%1").arg(QLatin1String(state)));
         };
-        Q_EMIT Hub()->KelvoDownloadRequested(0, {QStringLiteral("a.zip")}, {});
-        m_status.transfer = kesdkimpl::TransferStatus();
-        m_status.transfer->phase = kesdkimpl::EPhase::eWaits;
-        QVERIFY(QTest::qWaitFor(isTransferShown, 60000));
-        m_status.transfer.reset();
-        QVERIFY(QTest::qWaitFor([&] { return !isTransferShown(); }, 60000));
+        QVERIFY(QTest::qWaitFor([&] { return isOnHome("Connected"); }, 60000));
+        m_session->Window()->Launcher().SettingsButton()->click();
+        m_status.session = kesdkimpl::ESession::eLoggedOut;
+        m_session->Window()->Launcher().HomeButton()->click();
+        QVERIFY(isOnHome("Logged out"));
     }
 
     void showsTheServicesFilesOnTheHomePageAndInTheBadge()
@@ -171,81 +111,6 @@ private Q_SLOTS:
         Q_EMIT Hub()->KelvoLoggedOut();
         QVERIFY(curves().startsWith(QStringLiteral("Curves\nOn KELVO: logged out\n")));
         QCOMPARE(FullViewButton()->Badge(), 0);
-    }
-
-    void showsHowAnOperationEnded_data()
-    {
-        QTest::addColumn<TOperation>("operation");
-        QTest::addColumn<int>("started");
-        QTest::addColumn<bool>("hasError");
-        QTest::addColumn<int>("outcome"); // an EOutcome
-        for (const TOperation& each : operations) {
-            QTest::addRow("%s, success", each.name) << each << 2 << false << 1;
-            QTest::addRow("%s, failure", each.name) << each << 2 << true << 2;
-            QTest::addRow("%s, cancelled before the second file", each.name)
-                << each << 1 << false << 0;
-        }
-    }
-
-    void showsHowAnOperationEnded()
-    {
-        QFETCH(TOperation, operation);
-        QFETCH(int, started);
-        QFETCH(bool, hasError);
-        QFETCH(int, outcome);
-        Begin(ScreensPlugin_PATH);
-        QVERIFY(WaitForScreens());
-        TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eOperation, false,
-                              QPixmap());
-        dialog.ShowWindow(true);
-        const auto run = [&] {
-            operation.request(*Hub());
-            dialog.EnableButton(TMessageDialog::eButton0, false);
-            for (int file = 0; file < started; ++file) {
-                Q_EMIT(Hub()->*operation.file)(0, names.at(file));
-            }
-        };
-        run();
-        Q_EMIT(Hub()->*operation.end)(0, Errors(hasError));
-        QCOMPARE(ShownOutcome(dialog), 0); // the operation runs until the dialog can be closed
-        dialog.EnableButton(TMessageDialog::eButton0, true);
-        QCOMPARE(ShownOutcome(dialog), outcome);
-        run();
-        dialog.EnableButton(TMessageDialog::eButton0, true);
-        QCOMPARE(ShownOutcome(dialog), 0); // not the outcome of the operation before
-    }
-
-    void showsHowTheSetUpEnded()
-    {
-        Begin(ScreensPlugin_PATH);
-        QVERIFY(WaitForScreens());
-        for (const bool hasError : {false, true}) {
-            TProgressDialog dialog(nullptr, QString(), TProgressDialog::ePercentage, true);
-            dialog.ShowWindow(false);
-            Q_EMIT Hub()->KelvoUserInboxSetupInProgress(50);
-            dialog.SetProgress(50);
-            QCOMPARE(ShownOutcome(dialog), 0);
-            Q_EMIT Hub()->KelvoUserInboxSetupComplete(Errors(hasError));
-            dialog.SetProgress(100);
-            QCOMPARE(ShownOutcome(dialog), hasError ? 2 : 1);
-        }
-    }
-
-    void showsThatALoginFailedAndNoSignBesideANotice()
-    {
-        Begin(ScreensPlugin_PATH);
-        QVERIFY(WaitForScreens());
-        TMessageDialog dialog(nullptr, QString(), QString(), TMessageDialog::eAcknowledge, false,
-                              QPixmap());
-        for (const bool hasFailed : {false, true, false}) {
-            Hub()->OnLoggingIntoKelvo();
-            if (hasFailed) {
-                Hub()->OnLoginToKelvoFailed(QString());
-            }
-            dialog.ShowWindow(true);
-            QCOMPARE(ShownOutcome(dialog), hasFailed ? 2 : 0);
-            dialog.CloseWindow();
-        }
     }
 
     void showsThatThePluginCannotCreateItsScreens()

@@ -101,6 +101,17 @@ def unpacked(plan, acknowledged, data):
     return findings
 
 
+def reports(plan, projects, data, state):
+    """If the journal of fetched files says that an archive is unpacked, the archive's new folder is in its place."""
+    found = image(data / plans.UNPACK_FOLDER)
+    names = {entry["id"]: entry["name"] for entry in entries_of(projects, plans.ARCHIVE_PROJECT)}
+    journals = [*state.glob("*.fetched"), *(data / "state/kesdk").glob("*.fetched")]
+    fetches = [fetch for path in journals for fetch in read_journal(path)["fetches"]]
+    unpacked_names = [names[file] for file, _, *more in fetches if more and "unpacked" in more[0] and file in names]
+    return [f"{name} will be reported as unpacked, but its folder is not new and whole" for name in unpacked_names
+            if below(found, folder_of(name)) != plans.image_of(placed(name, plan.archives[name]))]
+
+
 def states(old, new, name, acknowledged):
     """The allowed contents of the archive's folder."""
     if name in acknowledged.unpacked:
@@ -126,7 +137,7 @@ def image(folder):
 
 def left_on_console(data, state):
     """After all transfers, the console keeps no file of them, apart from journals of uploads that are over, and of
-    fetched files that it has not reported yet.
+    fetched files whose fetch or result is not reported yet.
 
     A console that is killed after it removes a sent file leaves the upload's journal, which it removes after a week.
     Before that time the file's medium could be away and return."""
@@ -140,11 +151,12 @@ def left_on_console(data, state):
 
 
 def is_journal_of_removed_file(path):
+    return path.suffix == ".upload" and not Path(read_journal(path)["origin"]["path"]).exists()
+
+
+def read_journal(path):
     """A journal: a first line, JSON, and the JSON's SHA-256 in hexadecimal digits."""
-    if path.suffix != ".upload":
-        return False
-    text = path.read_bytes().partition(b"\n")[2][:-64]
-    return not Path(json.loads(text)["origin"]["path"]).exists()
+    return json.loads(path.read_bytes().partition(b"\n")[2][:-64])
 
 
 def delivered(plan, projects, wire):

@@ -81,7 +81,7 @@ class Round:
 
     def _arm(self, kill, act=None):
         act = act or self._kill
-        if kill.calls is None:
+        if kill.calls is None or (kill.calls.process == "service" and not self.world.has_kill_points_in_service):
             trigger = Trigger(kill.steps, kill.delay_s, lambda: act(kill.victim), kill.landmark)
         else:
             point = self.world.points[kill.calls.process]
@@ -211,7 +211,7 @@ class Round:
         self._listed = {entry["name"] for entry in checks.entries_of(projects, plans.ARCHIVE_PROJECT)}
         require(checks.inboxes(projects) + checks.uploads(plan, acknowledged, projects, world.data)
                 + checks.deletions(plan, acknowledged, projects, world.office.bin())
-                + checks.unpacked(plan, acknowledged, world.data))
+                + checks.unpacked(plan, acknowledged, world.data) + checks.reports(plan, projects, world.data, world.state))
 
     def _finish(self):
         """Runs the remaining commands without a kill. Then all files must be in their places, and no others."""
@@ -238,7 +238,7 @@ class Round:
         warnings = world.close_console().strip()
         require([f"a console printed: {warnings}"] if warnings else [])
         world.stop_service()
-        require(checks.service_folder(world.service) + checks.database(world.service.data / "kelvo.sqlite"))
+        require(world.service_findings())
 
     def _is_complete(self):
         projects = self.world.office.projects()

@@ -10,7 +10,7 @@ from kelvotour.day import PROJECTS
 from kelvotour.farm import OFFICE, OPERATOR, PASSWORDS, Farm
 from kelvotour.service import Service, ServiceError
 
-from . import plan as plans
+from . import checks, plan as plans
 from .killpoint import KillPoint
 from .watch import Watch
 from .wire import Wire
@@ -51,6 +51,8 @@ class Templates:
 
 class World:
     """One service and one console at a time. Changes of files below the folder go to the current trigger."""
+
+    has_kill_points_in_service = True
 
     def __init__(self, binaries, folder, service_template, office_token, has_state_folder, refuses_flags=False):
         self.binaries, self.folder = binaries, folder
@@ -147,6 +149,10 @@ class World:
         if not self.service.is_running:
             raise ServiceError("the service ended without a kill")
         self.service.stop()
+
+    def service_findings(self):
+        """The findings in the data of a stopped service."""
+        return checks.service_folder(self.service) + checks.database(self.service.data / "kelvo.sqlite")
 
     def close(self):
         self.trigger = None

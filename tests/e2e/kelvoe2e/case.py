@@ -11,13 +11,14 @@ import urllib.parse
 import urllib.request
 from pathlib import Path
 
-sys.path.insert(0, os.environ["KELVO_TOUR"])
+sys.path[:0] = [os.environ["KELVO_TOUR"], str(Path(__file__).resolve().parents[2] / "support")]
 
+from fleet import make_service  # noqa: E402
 from kelvotour.binaries import Binaries  # noqa: E402
 from kelvotour.console import Console  # noqa: E402
 from kelvotour.day import PROJECTS  # noqa: E402
 from kelvotour.office import Ctl  # noqa: E402
-from kelvotour.service import Service, without_proxies  # noqa: E402
+from kelvotour.service import without_proxies  # noqa: E402
 
 BINARIES = Binaries(*(Path(os.environ[name]) for name in ("KELVO_SERVICE", "KELVOCTL", "KELVO_CONSOLE", "KELVO_PLUGIN")))
 FARM, OFFICE, PASSWORD = "Hill Farm", "office", "seven green fields"
@@ -35,7 +36,7 @@ class FarmCase(unittest.TestCase):
     def setUpClass(cls):
         cls.root = Path(tempfile.mkdtemp(prefix="kelvo-e2e-"))
         cls.addClassCleanup(shutil.rmtree, cls.root, ignore_errors=True)
-        cls.service = Service(BINARIES.service, cls.root / "service", cls.root / "service.log", cls.service_options)
+        cls.service = make_service(BINARIES.service, cls.root / "service", cls.root / "service.log", cls.service_options)
         cls.addClassCleanup(cls.service.close)
         cls.service.start()
         cls.tls = ssl.create_default_context(cafile=str(cls.service.ca))

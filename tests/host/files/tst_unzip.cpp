@@ -32,6 +32,12 @@ uint ModeOf(const QString& path)
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777u : 0;
 }
 
+// The observer uses variables of the test, also if the test ends early.
+struct TEndOfObserver
+{
+    ~TEndOfObserver() { hostimpl::ObserveUnpacking({}); }
+};
+
 // Bytes that cannot be compressed, the same at each call.
 QByteArray Noise(int size)
 {
@@ -55,6 +61,7 @@ class tst_Unzip : public TTestCase
 private Q_SLOTS:
     void unpacksFilesAndFolders();
     void unpacksLargeContent();
+    void tellsTheObserverEachResult();
     void replacesTheFolderAsAWhole();
     void doesNotRepeatAFolderOfTheArchivesName_data();
     void doesNotRepeatAFolderOfTheArchivesName();
@@ -98,6 +105,39 @@ void tst_Unzip::unpacksLargeContent()
     QVERIFY2(fixture.Unzip(), qPrintable(fixture.ErrorText()));
     QVERIFY(ReadFile(fixture.Folder() + QStringLiteral("/deflated")) == noise);
     QVERIFY(ReadFile(fixture.Folder() + QStringLiteral("/stored")) == noise);
+}
+
+void tst_Unzip::tellsTheObserverEachResult()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetArchive(ZipOf("a.txt", "content")));
+    QVector<hostimpl::TUnpackingResult> results;
+    bool isArchiveThere = false;
+    QString inUnpacking;
+    const TEndOfObserver endOfObserver;
+    hostimpl::ObserveUnpacking([&](const hostimpl::TUnpackingResult& result) {
+        results.append(result);
+        isArchiveThere = QFileInfo::exists(result.archive) && QFileInfo::exists(fixture.Folder());
+        inUnpacking = hostimpl::ArchiveInUnpacking();
+    });
+    QString errorText;
+    QVERIFY(TFileSystemHelper::Unzip(fixture.Archive(), fixture.Destination(), errorText));
+    QCOMPARE(results.size(), 1);
+    QVERIFY(isArchiveThere);
+    QCOMPARE(inUnpacking, QFileInfo(fixture.Archive()).fileName());
+    QCOMPARE(hostimpl::ArchiveInUnpacking(), QString());
+    QCOMPARE(results[0].archive, fixture.Archive());
+    QVERIFY(results[0].isUnpacked);
+
+    QVERIFY(fixture.SetArchive("no archive"));
+    QVERIFY(!TFileSystemHelper::Unzip(fixture.Archive(), fixture.Destination(), errorText));
+    QCOMPARE(results.size(), 2);
+    QVERIFY(!results[1].isUnpacked);
+    QCOMPARE(results[1].errorText, errorText);
+
+    hostimpl::ObserveUnpacking({});
+    QVERIFY(!TFileSystemHelper::Unzip(fixture.Archive(), fixture.Destination(), errorText));
+    QCOMPARE(results.size(), 2);
 }
 
 void tst_Unzip::replacesTheFolderAsAWhole()

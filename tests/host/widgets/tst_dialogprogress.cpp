@@ -96,6 +96,11 @@ void tst_DialogProgress::showsTheTransferWhileTheOperationRuns()
     QVERIFY(dialog.dialog.height() > height);
     hostimpl::SetTransferProgress(hostimpl::TTransferState{42, QStringLiteral("Waiting"), false});
     QVERIFY2(!dialog.Busy()->IsRunning(), "nothing moves");
+    const int withBar = transfer->HeightFor(400);
+    hostimpl::SetTransferProgress(hostimpl::TTransferState{{}, QStringLiteral("Unpacking"), true});
+    QVERIFY(!dialog.dialog.findChild<TProgressBar*>()->isVisible());
+    QCOMPARE(transfer->Text(), QStringLiteral("Unpacking"));
+    QVERIFY(transfer->HeightFor(400) < withBar);
     dialog.dialog.EnableButton(TMessageDialog::eButton0, true);
     QVERIFY(!transfer->isVisible());
     hostimpl::SetTransferProgress({});

@@ -58,6 +58,7 @@ private Q_SLOTS:
     void initTestCase() { hostimpl::SetTheme(hostimpl::ETheme::eDay); }
     void init() { hostimpl::SetListing(hostimpl::EListing::eListed); }
     void countsTheSelectedNames();
+    void showsALongCountInFull();
     void selectsAllAndNone();
     void aLockedListSelectsNothing();
     void coversNoRow();
@@ -77,6 +78,21 @@ private Q_SLOTS:
     void anUnsuccessfulSearchSaysSo();
     void aHandInAGloveCanHoldTheScrollBar();
 };
+
+void tst_ListHead::showsALongCountInFull()
+{
+    THead names(Numbered(10000));
+    names.All().click();
+    const auto* const label = names.Bar().findChild<QLabel*>();
+    const int usual = hostimpl::ThemeFont(hostimpl::EFont::eCaption).stretch();
+    for (const int width : {800, 440, 800}) {
+        names.list.resize(width, 400);
+        THead::UpdateHead();
+        QVERIFY2(label->heightForWidth(label->width()) <= label->height(),
+                 QByteArray::number(width).constData());
+        QCOMPARE(label->font().stretch() < usual, width == 440);
+    }
+}
 
 void tst_ListHead::countsTheSelectedNames()
 {

@@ -31,6 +31,7 @@ private Q_SLOTS:
     void aDisabledRowCannotBeChanged();
     void aLockedRowCannotBeChanged();
     void nameAndValueStayApartInEachTextSize();
+    void theRingHidesNoAccentOfACapital();
 };
 
 namespace {
@@ -218,6 +219,17 @@ void tst_PropertyWidget::nameAndValueStayApartInEachTextSize()
             TChoiceRow place(Places());
             QVERIFY(place.row.findChild<QLineEdit*>()->font().pixelSize() >= usual);
         }
+    }
+    hostimpl::SetTextSize(hostimpl::DISPLAYS[0].PixelMillimetres(), 1.0);
+}
+
+void tst_PropertyWidget::theRingHidesNoAccentOfACapital()
+{
+    for (const hostimpl::TDisplay& display : hostimpl::DISPLAYS) {
+        hostimpl::SetTextSize(display.PixelMillimetres() * display.scale, 1.0);
+        const QSet<int> name = InkRows(QStringLiteral("CONTRASEÑA UŻ"), QString());
+        QVERIFY2(*std::min_element(name.begin(), name.end()) >= hostimpl::FOCUS_RING,
+                 QByteArray::number(display.pixels.width()).constData());
     }
     hostimpl::SetTextSize(hostimpl::DISPLAYS[0].PixelMillimetres(), 1.0);
 }

@@ -1,7 +1,7 @@
 // The operator's texts in each language, with the catalogues of this build.
 #include "base/Catalogue.h"
 #include "connection/ErrorTexts.h"
-#include "support/Variable.h"
+#include "tests/support/Variable.h"
 
 #include <gtest/gtest.h>
 
@@ -32,7 +32,7 @@ public:
     }
 
 private:
-    test::Variable m_language;
+    kelvo::test::Variable m_language;
 };
 
 // A text in all its variants, and the one number in it.

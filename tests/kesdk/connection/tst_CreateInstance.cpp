@@ -1,6 +1,6 @@
 // The library's entry point: which URLs it takes.
 #include "kesdk/api/IEnterpriseConnection.h"
-#include "support/Variable.h"
+#include "tests/support/Variable.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ namespace kesdk::impl {
 
 namespace {
 
-using test::Variable;
+using kelvo::test::Variable;
 
 std::unique_ptr<api::IEnterpriseConnection> Create(const char* url)
 {

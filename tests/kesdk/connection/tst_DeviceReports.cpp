@@ -47,7 +47,7 @@ protected:
         releaseStream = [timing = timing.get()] { timing->Release(); };
         lines.session.timing = std::move(timing);
         connection->Unsubscribe(&listener);
-        connection = std::make_unique<impl::Connection>(std::move(lines));
+        connection = std::make_unique<impl::Connection>(std::move(lines), OnBoard());
         connection->Subscribe(&listener);
         LogIn();
     }

@@ -58,4 +58,19 @@ TEST_F(LostInATransfer, ADownloadEndsWhenItsSessionEnds)
     EXPECT_TRUE(connection->Download(file, path.c_str()));
 }
 
+// The plug-in takes a missing record for a file that is gone.
+TEST_F(LostInATransfer, KnowsTheFurtherFilesOfTheTransfer)
+{
+    const std::int64_t file = service.AddFile(inbox, "a.zip", "abc");
+    const std::int64_t next = service.AddFile(inbox, "b.zip", "abc");
+    LoseSessionAt("GET /v1/resources/" + std::to_string(file) + "/content");
+    const std::wstring path = folder.WidePath("a.zip");
+    EXPECT_FALSE(connection->Download(file, path.c_str()));
+    EXPECT_EQ(connection->GetResourceWithContent(next).name, L"b.zip");
+    EXPECT_FALSE(connection->Download(next, path.c_str()));
+    EXPECT_EQ(FirstText(), L"You are not logged in.");
+    EXPECT_FALSE(connection->Logout());
+    EXPECT_EQ(connection->GetResourceWithContent(next).name, L"b.zip");
+}
+
 } // namespace kesdk::test

@@ -48,7 +48,7 @@ public:
         return m_changed.wait_for(lock, kHangGuard, [&] { return m_times.size() >= count; });
     }
 
-    // The times of the positions in all requests so far.
+    // The times of the positions in all requests so far; 0 for a report of fetches.
     Times Sent() const
     {
         const std::lock_guard lock(m_mutex);
@@ -61,7 +61,7 @@ private:
     impl::HttpOutcome Perform(const impl::HttpRequest& request, const impl::AbortCheck& abort)
     {
         std::unique_lock lock(m_mutex);
-        m_times.push_back(nlohmann::json::parse(request.body)["time_s"].get<std::int32_t>());
+        m_times.push_back(nlohmann::json::parse(request.body).value("time_s", 0));
         m_changed.notify_all();
         m_changed.wait_for(lock, kHangGuard,
                            [&] { return impl::IsAborted(abort) || !m_outcomes.empty(); });
@@ -95,7 +95,7 @@ impl::HttpOutcome Refused(int status, const std::string& name)
 class PositionSender : public testing::Test
 {
 protected:
-    void Put(std::int32_t at) { sender.Put({at, 1.0, 1.0}, {1, "token", {}}); }
+    void Put(std::int32_t at) { sender.Put({at, 1.0, 1.0}, {1, "token", "account"}); }
 
     // Puts a position and waits until its request hangs.
     void PutAndHang(std::int32_t at)
@@ -109,8 +109,12 @@ protected:
     HangingLink link;
     impl::LinkBoard board;
     impl::ApiLine line{{link.NewTransport(), std::make_unique<FakeTiming>(time, 0.0)}, board};
-    impl::FetchReports fetches{{}, line.Timing(), [] { return std::int64_t{0}; }};
-    impl::PositionSender sender{line, fetches, [](std::int32_t) {}};
+    impl::FetchReports fetches{{},
+                               line.Timing(),
+                               [] { return std::int64_t{0}; },
+                               [] { return std::chrono::milliseconds{0}; }};
+    bool isCurrent = true; // the session that the service ends
+    impl::PositionSender sender{line, fetches, [this](std::int32_t) { return isCurrent; }};
 };
 
 } // namespace
@@ -185,13 +189,30 @@ TEST_F(PositionSender, DropsThePositionsOfAnEndedSession)
     EXPECT_EQ(link.Sent(), (Times{1, 3}));
 }
 
+TEST_F(PositionSender, SendsFetchesAfterARefusalInAnEarlierSession)
+{
+    isCurrent = false;
+    fetches.Note("account", 1);
+    PutAndHang(1);
+    link.Release(Done());
+    ASSERT_TRUE(link.WaitForRequests(2));
+    link.Release(Refused(401, "unauthenticated"));
+    PutAndHang(2);
+    link.Release(Refused(401, "unauthenticated"));
+    PutAndHang(3);
+    link.Release(Done());
+    ASSERT_TRUE(link.WaitForRequests(5));
+    EXPECT_EQ(link.Sent(), (Times{1, 0, 2, 3, 0}));
+    link.Release(Done());
+}
+
 TEST_F(ConnectionFixture, APositionThatHangsDelaysNoTransfer)
 {
     HangingLink link;
     impl::Connection::Lines lines{NewLine(), NewLine(), NewLine()};
     lines.positions.transport = link.NewTransport();
     connection->Unsubscribe(&listener);
-    connection = std::make_unique<impl::Connection>(std::move(lines));
+    connection = std::make_unique<impl::Connection>(std::move(lines), OnBoard());
     connection->Subscribe(&listener);
     LogIn();
     ASSERT_TRUE(connection->ReportPosition({1, 1.0, 1.0}));

@@ -2,10 +2,9 @@
 #include "support/CurlFixture.h"
 
 #include "base/BuildTime.h"
+#include "tests/support/Variable.h"
 
 #include <openssl/x509_vfy.h>
-
-#include <cstdlib>
 
 namespace kesdk::impl {
 
@@ -17,25 +16,10 @@ constexpr std::int64_t kYearS = std::int64_t{365} * 24 * 60 * 60;
 class SystemAuthorities
 {
 public:
-    explicit SystemAuthorities(const std::string& path)
-    {
-        if (const char* const former = std::getenv(kName))
-            m_former = former;
-        setenv(kName, path.c_str(), 1);
-    }
-    ~SystemAuthorities()
-    {
-        if (m_former)
-            setenv(kName, m_former->c_str(), 1);
-        else
-            unsetenv(kName);
-    }
-    SystemAuthorities(const SystemAuthorities&) = delete;
-    SystemAuthorities& operator=(const SystemAuthorities&) = delete;
+    explicit SystemAuthorities(const std::string& path) : m_path("SSL_CERT_FILE", path) {}
 
 private:
-    static constexpr const char* kName = "SSL_CERT_FILE";
-    std::optional<std::string> m_former;
+    kelvo::test::Variable m_path;
 };
 
 // The number of certificates in memory.

@@ -2,12 +2,14 @@
 #pragma once
 
 #include "client/ApiClient.h"
+#include "http/ConsoleFacts.h"
 #include "large/QuickDigest.h"
 #include "large/ThinDisk.h"
 #include "support/FakeTime.h"
 #include "support/FakeTransport.h"
 #include "tests/support/TempFolder.h"
 #include "transfer/FileHandle.h"
+#include "transfer/StaleFiles.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -32,7 +34,7 @@ protected:
     LargeFixture()
     {
         call.token = "token";
-        call.serviceAndUser = "https://service.test\n7";
+        call.account = "https://service.test\n7";
         SetDiskSpace(std::int64_t{1} << 40);
     }
 
@@ -85,6 +87,7 @@ protected:
     impl::RetryingClient http{transport, timing};
     impl::ApiClient api{http};
     impl::ApiCall call;
+    impl::WallClock wallTimeS = impl::RealConsoleFacts().wallTimeS;
 };
 
 } // namespace kesdk::test

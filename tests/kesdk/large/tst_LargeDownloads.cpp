@@ -29,14 +29,13 @@ protected:
     void LeavePart(std::size_t afterHole)
     {
         WriteLarge("here.zip.part", text.substr(0, afterHole));
-        const PartOrigin origin{call.serviceAndUser, file.id, file.etag, file.sizeBytes,
-                                file.sha256Hex};
+        const PartOrigin origin{call.account, file.id, file.etag, file.sizeBytes, file.sha256Hex};
         ASSERT_TRUE(WriteJournal(folder.Path("here.zip.part.journal"), ToPartJournal(origin)));
     }
     // Fetches as a restarted console does.
     Failure Fetch()
     {
-        Downloads process{api, timing};
+        Downloads process{api, timing, wallTimeS};
         return process.Fetch(call, file, folder.Path("here.zip"));
     }
     // Expects a request for the text from `from`, and answers `bytes` of it. The answer's range

@@ -20,7 +20,7 @@ protected:
 
     Result<std::vector<FileRecord>> Send()
     {
-        Uploads process{api, timing, state.Path("own")};
+        Uploads process{api, timing, state.Path("own"), wallTimeS};
         const Result<Uploads::UploadState> sent = process.Send(call, path, {10});
         if (!sent)
             return sent.failure;

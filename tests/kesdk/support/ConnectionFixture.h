@@ -89,6 +89,7 @@ protected:
     {
         impl::Connection::Lasting lasting;
         lasting.board = board;
+        lasting.console = impl::RealConsoleFacts();
         return lasting;
     }
 

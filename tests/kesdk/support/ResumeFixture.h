@@ -19,7 +19,7 @@ inline constexpr std::size_t kCutAt = 70'000;
 class ResumeFixture : public TransferFixture
 {
 protected:
-    ResumeFixture() { call.serviceAndUser = "https://service.test\n7"; }
+    ResumeFixture() { call.account = "https://service.test\n7"; }
 
     impl::Failure Fetch() { return downloads.Fetch(call, file, folder.Path("here.zip")); }
     // Leaves a part file with the first 70,000 bytes.
@@ -48,7 +48,7 @@ protected:
     const std::string content = LargeContent();
     const std::int64_t id = service.AddFile(inbox, "line.zip", content);
     impl::FileRecord file = std::get<impl::FileRecord>(api.GetResource(call, id).value);
-    impl::Downloads downloads{api, timing};
+    impl::Downloads downloads{api, timing, wallTimeS};
 };
 
 } // namespace kesdk::test

@@ -2,9 +2,11 @@
 #pragma once
 
 #include "client/ApiClient.h"
+#include "http/ConsoleFacts.h"
 #include "support/FakeService.h"
 #include "support/FakeTime.h"
 #include "tests/support/TempFolder.h"
+#include "transfer/StaleFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -114,6 +116,7 @@ protected:
     impl::RetryingClient http{*transport, timing};
     impl::ApiClient api{http};
     impl::ApiCall call;
+    impl::WallClock wallTimeS = impl::RealConsoleFacts().wallTimeS;
 };
 
 } // namespace kesdk::test

@@ -91,7 +91,7 @@ protected:
     }
 
     const std::string path = folder.Write("report.txt", kContent);
-    Uploads uploads{api, timing};
+    Uploads uploads{api, timing, {}, wallTimeS};
 };
 
 } // namespace kesdk::impl

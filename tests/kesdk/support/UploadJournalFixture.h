@@ -12,7 +12,7 @@ namespace kesdk::impl {
 class UploadJournalTest : public UploadsTest
 {
 protected:
-    UploadJournalTest() { call.serviceAndUser = "https://service.test\n7"; }
+    UploadJournalTest() { call.account = "https://service.test\n7"; }
 
     Result<std::vector<FileRecord>> SendAsNewProcess()
     {
@@ -66,7 +66,6 @@ protected:
     }
 
     kelvo::test::TempFolder state;
-    WallClock wallTimeS = RealConsoleFacts().wallTimeS;
 
 private:
     std::size_t m_requestsBefore = 0;

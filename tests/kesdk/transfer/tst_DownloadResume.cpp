@@ -110,9 +110,9 @@ TEST_F(DownloadResume, IgnoresAPartFileOfAnotherVersion)
 TEST_F(DownloadResume, IgnoresAPartFileOfAnotherAccount)
 {
     for (const char* other : {"https://service.test\n8", "https://other.test\n7", ""}) {
-        call.serviceAndUser = "https://service.test\n7";
+        call.account = "https://service.test\n7";
         BeginAndStop();
-        call.serviceAndUser = other;
+        call.account = other;
         ExpectSaved(0);
         std::filesystem::remove(folder.Path("here.zip"));
     }

@@ -39,7 +39,7 @@ protected:
         EXPECT_EQ(folder.EntryCount(), 0u);
     }
 
-    Downloads downloads{api, timing};
+    Downloads downloads{api, timing, wallTimeS};
 };
 
 } // namespace

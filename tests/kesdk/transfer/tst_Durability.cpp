@@ -75,7 +75,7 @@ using DownloadDurability = test::ResumeFixture;
 class UploadDurability : public UploadsTest
 {
 protected:
-    UploadDurability() { call.serviceAndUser = "https://service.test\n7"; }
+    UploadDurability() { call.account = "https://service.test\n7"; }
     kelvo::test::TempFolder state;
 };
 
@@ -112,7 +112,7 @@ TEST_F(UploadDurability, SyncsTheKeyBeforeTheFirstRequest)
         if (line == "POST /v1/uploads")
             synced = recorder.Seen().size();
     };
-    Uploads process{api, timing, state.Path("own")};
+    Uploads process{api, timing, state.Path("own"), wallTimeS};
     ExpectStored(SendBy(process, path, {inbox}), kContent);
     ASSERT_EQ(synced, 3u);
     EXPECT_EQ(recorder.Seen()[0].substr(0, 5), "sync ");
@@ -125,7 +125,8 @@ TEST(FetchDurability, RenamesTheJournalWithoutASync)
 {
     const kelvo::test::TempFolder state;
     const test::FakeClock clock(std::make_shared<test::FakeTime>());
-    FetchReports reports{state.Path().string(), clock, [] { return std::int64_t{0}; }};
+    FetchReports reports{state.Path().string(), clock, [] { return std::int64_t{0}; },
+                         [] { return std::chrono::milliseconds{0}; }};
     const CallRecorder recorder;
     reports.Note("account", 1);
     ASSERT_EQ(recorder.Seen().size(), 1u);
@@ -140,7 +141,7 @@ TEST_F(UploadDurability, UploadsWithoutAJournalOnAFullDisk)
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
     const rlimit tiny{10, before.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tiny), 0);
-    Uploads process{api, timing, state.Path("own")};
+    Uploads process{api, timing, state.Path("own"), wallTimeS};
     service.FailNext(Drop("POST /v1/uploads", true));
     AbortAfter("POST /v1/uploads", 1);
     EXPECT_EQ(SendBy(process, path, {inbox}).failure.code, EErrorCode::eAborted);

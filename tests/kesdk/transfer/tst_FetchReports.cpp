@@ -1,76 +1,10 @@
 // The notes of fetched files: their journal, ages and bounds.
-#include "transfer/FetchReports.h"
-
-#include "connection/ApiLine.h"
-#include "support/FakeService.h"
-#include "support/FakeTime.h"
-#include "tests/support/TempFolder.h"
-
-#include <nlohmann/json.hpp>
-
-#include <gtest/gtest.h>
+#include "support/FetchReportsFixture.h"
+#include "transfer/JournalFile.h"
 
 #include <sys/resource.h>
 
-#include <ctime>
-
 namespace kesdk::test {
-
-namespace {
-
-using nlohmann::json;
-
-constexpr const char* kAccount = "https://service.example\n7";
-
-class FetchReports : public testing::Test
-{
-protected:
-    impl::FetchReports Reports() const
-    {
-        return {folder.Path().string(), line.Timing(), [this] { return wallS; }};
-    }
-
-    // Sends the notes; returns the body of the request, or null if there is none.
-    json Send(impl::FetchReports& reports, impl::HttpResponse answer = MakeResponse(204))
-    {
-        body = json();
-        next = std::move(answer);
-        impl::ApiCall call;
-        call.serviceAndUser = kAccount;
-        failure = reports.Send(line.Api(), call);
-        return body;
-    }
-
-    std::string JournalName() const
-    {
-        return std::filesystem::directory_iterator(folder.Path())->path().filename().string();
-    }
-
-    kelvo::test::TempFolder folder;
-    std::int64_t wallS = std::time(nullptr); // the journal has a date of now
-    json body;
-    impl::HttpResponse next;
-    impl::Failure failure;
-    std::shared_ptr<FakeTime> time = std::make_shared<FakeTime>();
-    impl::LinkBoard board;
-    mutable impl::ApiLine line{
-        {std::make_unique<FakeTransport>([this](const impl::HttpRequest& request, const auto&) {
-             body = json::parse(request.body);
-             return Respond(request, next);
-         }),
-         std::make_unique<FakeTiming>(time, 0.0)},
-        board};
-};
-
-json Entries(std::initializer_list<std::pair<int, int>> filesAndAges)
-{
-    json list = json::array();
-    for (const auto& [file, age] : filesAndAges)
-        list.push_back({{"file", file}, {"age_s", age}});
-    return {{"fetches", list}};
-}
-
-} // namespace
 
 TEST_F(FetchReports, TellTheAgeByTheSteadyClock)
 {
@@ -84,6 +18,15 @@ TEST_F(FetchReports, TellTheAgeByTheSteadyClock)
     EXPECT_EQ(Send(reports), Entries({{1, 42}, {2, 2}}));
     EXPECT_EQ(Send(reports), json());
     EXPECT_EQ(folder.EntryCount(), 0U);
+}
+
+TEST_F(FetchReports, CountTheTimeAsleep)
+{
+    impl::FetchReports reports = Reports();
+    reports.Note(kAccount, 1);
+    time->Advance(std::chrono::seconds(2));
+    asleep = std::chrono::hours(1);
+    EXPECT_EQ(Send(reports), Entries({{1, 3602}}));
 }
 
 TEST_F(FetchReports, TellTheAgeByTheConsolesClockAfterARestart)
@@ -105,7 +48,7 @@ TEST_F(FetchReports, HaveNoAgeIfTheClockWentBackMeanwhile)
     EXPECT_EQ(Send(reports), Entries({{1, 0}}));
 }
 
-TEST_F(FetchReports, KeepTheNewestThousandAndSendAHundredAtATime)
+TEST_F(FetchReports, KeepTheNewestThousandAndSendFewAtATime)
 {
     {
         impl::FetchReports reports = Reports();
@@ -113,13 +56,15 @@ TEST_F(FetchReports, KeepTheNewestThousandAndSendAHundredAtATime)
             reports.Note(kAccount, file);
     }
     impl::FetchReports reports = Reports();
-    for (int from = 3; from <= 1002; from += 100) {
+    int file = 3;
+    int requests = 0;
+    while (reports.HasAny(kAccount)) {
         const json sent = Send(reports)["fetches"];
-        ASSERT_EQ(sent.size(), 100U);
-        EXPECT_EQ(sent.front()["file"], from);
-        EXPECT_EQ(sent.back()["file"], from + 99);
+        ASSERT_LE(++requests, 20);
+        for (const json& entry : sent)
+            ASSERT_EQ(entry["file"], file++);
     }
-    EXPECT_FALSE(reports.HasAny(kAccount));
+    EXPECT_EQ(file, 1003);
 }
 
 // A proxy may send any status, but only the service knows that it will never take a note.
@@ -171,17 +116,23 @@ TEST_F(FetchReports, SkipADamagedJournal)
 TEST_F(FetchReports, MakeTheFolderOfTheirJournal)
 {
     const std::string missing = folder.Path("state/kesdk");
-    const auto newReports = [&] {
-        return std::make_unique<impl::FetchReports>(missing, line.Timing(),
-                                                    [this] { return wallS; });
-    };
-    newReports()->Note(kAccount, 1);
-    EXPECT_TRUE(newReports()->HasAny(kAccount));
+    In(missing).Note(kAccount, 1);
+    EXPECT_TRUE(In(missing).HasAny(kAccount));
+}
+
+TEST_F(FetchReports, ReadTheJournalOfTheVersionBefore)
+{
+    Reports().Note(kAccount, 1);
+    const json entries = {{2, wallS - 5}, "text", {3}, {4, wallS, 5}, {6, wallS - 7}};
+    ASSERT_TRUE(impl::WriteJournal(folder.Path(JournalName()),
+                                   impl::ToJournalText({{"fetches", entries}})));
+    impl::FetchReports reports = Reports();
+    EXPECT_EQ(Send(reports), Entries({{2, 5}, {6, 7}}));
 }
 
 TEST_F(FetchReports, AreKeptInMemoryWithoutAFolder)
 {
-    impl::FetchReports reports{{}, line.Timing(), [this] { return wallS; }};
+    impl::FetchReports reports = In({});
     reports.Note(kAccount, 1);
     reports.Note("", 2);
     EXPECT_EQ(Send(reports), Entries({{1, 0}}));

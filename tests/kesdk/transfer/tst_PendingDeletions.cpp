@@ -18,7 +18,7 @@ class PendingDeletionsTest : public UploadsTest
 protected:
     PendingDeletionsTest()
     {
-        call.serviceAndUser = "https://service.test\n7";
+        call.account = "https://service.test\n7";
         std::filesystem::create_directory(state.Path("own"));
     }
 
@@ -90,7 +90,6 @@ protected:
     }
 
     kelvo::test::TempFolder state;
-    WallClock wallTimeS = RealConsoleFacts().wallTimeS;
 };
 
 } // namespace
@@ -215,7 +214,7 @@ TEST_F(PendingDeletionsTest, AsksOnlyTheServiceThatHasTheCopy)
     const std::int64_t file = service.AddFile(inbox, "report.txt", "a copy");
     NewPendingDeletions().Add(call, CopiesOf({file}, "a copy"));
     ApiCall other = call;
-    other.serviceAndUser = "https://other.test\n7";
+    other.account = "https://other.test\n7";
     NewPendingDeletions().Run(api, timing, other);
     EXPECT_EQ(service.Count("DELETE"), 0);
     EXPECT_FALSE(NewPendingDeletions().Contains(other, CopiesOf({file}, "a copy")));

@@ -52,9 +52,9 @@ protected:
         std::filesystem::remove(folder.Path("here.zip"));
     }
     // Fetches another file as a restarted console does, a month later or at `wallTimeS`.
-    void FetchAnother(const WallClock& wallTimeS = &test::NextMonthS)
+    void FetchAnother(const WallClock& clock = &test::NextMonthS)
     {
-        Downloads others{api, timing, wallTimeS};
+        Downloads others{api, timing, clock};
         EXPECT_FALSE(others.Fetch(call, file, folder.Path("other.zip")).IsSet());
         EXPECT_TRUE(folder.Has("other.zip"));
     }
@@ -106,7 +106,7 @@ TEST_F(StaleParts, KeepsPartFilesWithAnImpossibleDateForAWeek)
         EXPECT_TRUE(folder.Has("here.zip.part"));
         FetchAnother();
         EXPECT_FALSE(folder.Has(small))
-            << "the first sweep gave it a date, which is a month ago now";
+            << "the first search gave it a date, which is a month ago now";
         EXPECT_EQ(folder.EntryCount(), 1u);
         std::filesystem::remove(folder.Path("other.zip"));
     }

@@ -108,7 +108,7 @@ TEST_F(UploadsTest, IgnoresTheAnswerToAnotherUpload)
     EXPECT_EQ(service.Count("DELETE"), 0);
 }
 
-// All of the answer is right, but the file's name, or size, or place.
+// One thing in each answer is wrong: the name, the target, the size or the number of files.
 TEST_F(UploadsTest, IgnoresAnAnswerWithOneWrongRecord)
 {
     for (const HttpResponse& answer : {AnswerTo("other.txt", {900}, kContent, inbox),
@@ -304,7 +304,7 @@ TEST_F(UploadsTest, StoresTheFileOnceWhenTheAnswerSaysThatTheUploadExpired)
     ExpectStored(Send(), kContent);
 }
 
-// As the service, a middlebox names no location in an answer to PATCH.
+// The answer to PATCH that a middlebox repeats has no location, as from the service, or has one.
 TEST_F(UploadsTest, IgnoresTheOffsetOfAnotherUpload)
 {
     for (const bool hasLocation : {false, true}) {
@@ -323,7 +323,8 @@ TEST_F(UploadsTest, IgnoresTheOffsetOfAnotherUpload)
     EXPECT_EQ(service.Count("PATCH"), 12) << "no byte was sent to a wrong offset";
 }
 
-// The foreign offset is far beyond the bytes that arrive afterwards, four minutes apart.
+// The offset of the other upload is beyond the bytes that arrive afterwards. Four minutes pass
+// between two arrivals.
 TEST_F(UploadsTest, CountsProgressBelowTheOffsetOfAnotherUpload)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));

@@ -56,7 +56,7 @@ TEST_F(UploadJournalTest, IgnoresTheJournalOfAnotherAccount)
 {
     BeginAndStop();
     for (const char* other : {"https://service.test\n8", ""}) {
-        call.serviceAndUser = other;
+        call.account = other;
         AbortAfter("", static_cast<int>(service.Requests().size()) + 1);
         SendAsNewProcess();
         EXPECT_FALSE(LastContent().empty()) << "it began anew";
@@ -68,7 +68,7 @@ TEST_F(UploadJournalTest, IgnoresTheJournalOfAnotherAccount)
 TEST_F(UploadJournalTest, ResumesAtAnotherAddressOfTheService)
 {
     BeginAndStop();
-    call.serviceAndUser = "https://other.test\n7";
+    call.account = "https://other.test\n7";
     ExpectStored(SendAndRemove(), kContent);
     EXPECT_EQ(LastContent(), kContent.substr(30));
     EXPECT_EQ(JournalCount(), 0u);
@@ -280,7 +280,7 @@ TEST_F(UploadJournalTest, DatesTheJournalWhenBytesArrive)
 TEST_F(UploadJournalTest, UploadsWithoutAJournalWhereTheFolderCannotBeWritten)
 {
     state.Write("file", "");
-    Uploads process{api, timing, state.Path("file/own")};
+    Uploads process{api, timing, state.Path("file/own"), wallTimeS};
     ExpectStored(SendBy(process, path, {inbox}), kContent);
 }
 

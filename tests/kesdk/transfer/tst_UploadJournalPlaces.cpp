@@ -26,7 +26,7 @@ TEST_F(UploadJournalTest, StoresNoSecondFileWhenTheConsoleIsKilledBeforeItRemove
 
 TEST_F(UploadJournalTest, SendsAFileAgainInTheSameProcess)
 {
-    Uploads process{api, timing, state.Path("own")};
+    Uploads process{api, timing, state.Path("own"), wallTimeS};
     EXPECT_TRUE(SendBy(process, path, {inbox}));
     EXPECT_TRUE(SendBy(process, path, {inbox}));
     EXPECT_EQ(service.FileIds(inbox).size(), 2u);
@@ -35,7 +35,7 @@ TEST_F(UploadJournalTest, SendsAFileAgainInTheSameProcess)
 
 TEST_F(UploadJournalTest, RemovesTheJournalOnceTheFileIsGone)
 {
-    Uploads process{api, timing, state.Path("own")};
+    Uploads process{api, timing, state.Path("own"), wallTimeS};
     EXPECT_TRUE(SendBy(process, path, {inbox}));
     std::filesystem::remove(path);
     SendGone(process, path);
@@ -46,7 +46,7 @@ TEST_F(UploadJournalTest, RemovesTheJournalOnceTheFileIsGone)
 TEST_F(UploadJournalTest, LooksAtNoOtherFolderAndNotAtItsEnd)
 {
     {
-        Uploads process{api, timing, state.Path("own")};
+        Uploads process{api, timing, state.Path("own"), wallTimeS};
         EXPECT_TRUE(SendBy(process, path, {inbox}));
         std::filesystem::remove(path);
         SendGone(process, state.Path("other.txt"));
@@ -63,7 +63,7 @@ TEST_F(UploadJournalTest, KeepsTheJournalOfAFileWhoseMediumIsAway)
     std::filesystem::rename(folder.Path(), away);
     std::filesystem::create_directory(folder.Path());
     {
-        const Uploads process{api, timing, state.Path("own")};
+        const Uploads process{api, timing, state.Path("own"), wallTimeS};
     }
     std::filesystem::remove(folder.Path());
     std::filesystem::rename(away, folder.Path());
@@ -81,7 +81,7 @@ TEST_F(UploadJournalTest, KeepsTheJournalOfASentFileWhoseMediumIsAway)
     };
     pointTo(folder.Path());
     for (const char* other : {"/proc/self", "/none"}) { // another device, or no folder
-        Uploads process{api, timing, state.Path("own")};
+        Uploads process{api, timing, state.Path("own"), wallTimeS};
         EXPECT_TRUE(SendBy(process, link + "/report.txt", {inbox}));
         pointTo(other);
         SendGone(process, link + "/other.txt");
@@ -97,7 +97,7 @@ TEST_F(UploadJournalTest, KeepsAJournalThatCannotBeReadNow)
     BeginAndStop();
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-    Uploads process{api, timing, state.Path("own")};
+    Uploads process{api, timing, state.Path("own"), wallTimeS};
     const int lowestFree = ::dup(STDERR_FILENO);
     ::close(lowestFree);
     rlimit oneMore = before;
@@ -117,7 +117,7 @@ TEST_F(UploadJournalTest, KeepsTheJournalOfAFileWhoseFolderIsGone)
     const std::filesystem::path away = state.Path("away");
     std::filesystem::rename(folder.Path(), away);
     {
-        const Uploads process{api, timing, state.Path("own")};
+        const Uploads process{api, timing, state.Path("own"), wallTimeS};
     }
     std::filesystem::rename(away, folder.Path());
     ExpectStored(SendAsNewProcess(), kContent);
@@ -128,7 +128,7 @@ TEST_F(UploadJournalTest, ResumesFromAJournalBesideTheFile)
 {
     state.Write("file", "");
     const auto send = [this] {
-        Uploads process{api, timing, state.Path("file/own")};
+        Uploads process{api, timing, state.Path("file/own"), wallTimeS};
         return SendBy(process, path, {inbox});
     };
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
@@ -138,7 +138,7 @@ TEST_F(UploadJournalTest, ResumesFromAJournalBesideTheFile)
     call.abort = nullptr;
     ExpectStored(send(), kContent);
     EXPECT_EQ(LastContent(), kContent.substr(20));
-    Uploads process{api, timing, state.Path("file/own")};
+    Uploads process{api, timing, state.Path("file/own"), wallTimeS};
     EXPECT_TRUE(SendBy(process, path, {inbox}));
     EXPECT_EQ(service.FileIds(inbox).size(), 1u) << "the journal is of an earlier process";
     std::filesystem::remove(path);
@@ -166,6 +166,20 @@ TEST_F(UploadJournalTest, RemovesStaleJournalsBesideTheFileAndNothingElse)
     EXPECT_FALSE(folder.Has(mine));
 }
 
+TEST_F(UploadJournalTest, RemovesStaleJournalsWhenTheClockIsRightAgain)
+{
+    const std::string stale = "." + std::string(64, 'a') + ".upload.new";
+    const std::int64_t nowS = test::NextMonthS();
+    folder.Write(stale, "kesdk jou");
+    folder.Date(stale, nowS - test::kWeekS - test::kHourS);
+    wallTimeS = [&] { return service.Count("POST /v1/uploads") == 0 ? 0 : nowS; };
+    Uploads process{api, timing, state.Path("own"), wallTimeS};
+    EXPECT_TRUE(SendBy(process, path, {inbox}));
+    EXPECT_TRUE(folder.Has(stale)) << "the clock was wrong";
+    EXPECT_TRUE(SendBy(process, path, {inbox}));
+    EXPECT_FALSE(folder.Has(stale));
+}
+
 // An earlier version of the library named the journal also after the service's address.
 TEST_F(UploadJournalTest, IgnoresTheJournalOfAnEarlierVersion)
 {
@@ -175,7 +189,7 @@ TEST_F(UploadJournalTest, IgnoresTheJournalOfAnEarlierVersion)
     ASSERT_NE(text.find(account), std::string::npos);
     text.replace(text.find(account), account.size(), R"("account":"https://service.test\n7")");
     std::filesystem::remove(Journal());
-    const std::string name = call.serviceAndUser + '\n' + path + '\n' + std::to_string(inbox);
+    const std::string name = call.account + '\n' + path + '\n' + std::to_string(inbox);
     ASSERT_TRUE(WriteJournal(state.Path("own/" + HexDigestOf(name) + ".upload"), text));
     ExpectStored(SendAsNewProcess(), kContent);
     EXPECT_EQ(LastContent(), kContent);

@@ -88,15 +88,15 @@ TEST_F(UploadResume, GivesTheNextFileThirtySecondsOnADeadLink)
 TEST_F(UploadResume, DoesNotCountTheTimeOfReadingTheSentBytesAgain)
 {
     const kelvo::test::TempFolder state;
-    call.serviceAndUser = "https://service.test\n7";
+    call.account = "https://service.test\n7";
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));
     service.FailNext(Cut("PATCH", Fault::EKind::eCutRequest, 10));
     AbortAfter("PATCH", 1);
     {
-        Uploads process{api, timing, state.Path("own")};
+        Uploads process{api, timing, state.Path("own"), wallTimeS};
         EXPECT_EQ(SendBy(process, path, {inbox}).failure.code, EErrorCode::eAborted);
     }
-    Uploads process{api, timing, state.Path("own")};
+    Uploads process{api, timing, state.Path("own"), wallTimeS};
     bool isNext = false;
     service.onRequest = [&](const std::string& line) { isNext = line == "POST /v1/uploads"; };
     call.abort = [&] { // polled between two blocks of the digest
@@ -188,7 +188,7 @@ TEST_F(UploadResume, FindsTheResultAfterARestart)
     AbortAfter("POST /v1/uploads", 1);
     EXPECT_EQ(Send().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
-    Uploads restarted{api, timing};
+    Uploads restarted{api, timing, {}, wallTimeS};
     ExpectStored(SendBy(restarted, path, {inbox}), kContent);
 }
 
@@ -198,7 +198,7 @@ TEST_F(UploadResume, ResumesAfterARestart)
     AbortAfter("POST /v1/uploads", 1);
     EXPECT_EQ(Send().failure.code, EErrorCode::eAborted);
     call.abort = nullptr;
-    Uploads restarted{api, timing};
+    Uploads restarted{api, timing, {}, wallTimeS};
     ExpectStored(SendBy(restarted, path, {inbox}), kContent);
     EXPECT_EQ(LastContent(), kContent.substr(20));
 }
@@ -220,7 +220,7 @@ TEST_F(UploadResume, AsksForTheOffsetAgainAfterAMismatch)
 TEST_F(UploadResume, StoresNoSecondFileAfterARestart)
 {
     ExpectStored(Send(), kContent);
-    Uploads restarted{api, timing};
+    Uploads restarted{api, timing, {}, wallTimeS};
     ExpectStored(SendBy(restarted, path, {inbox}), kContent);
 }
 

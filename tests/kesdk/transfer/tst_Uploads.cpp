@@ -131,8 +131,8 @@ TEST_F(UploadsTest, DeletesAWrongCopyAfterARestart)
 {
     const kelvo::test::TempFolder state;
     const auto sendAs = [&](const char* account) {
-        Uploads process{api, timing, state.Path("own")};
-        call.serviceAndUser = account;
+        Uploads process{api, timing, state.Path("own"), wallTimeS};
+        call.account = account;
         return SendBy(process, path, {inbox});
     };
     SpoilTheNextUpload();

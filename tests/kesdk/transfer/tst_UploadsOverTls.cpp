@@ -37,7 +37,7 @@ TEST_F(UploadsOverTls, GivesTwoFilesTheSameTimeAndTextWhenTheKeptConnectionDies)
         test::FakeTiming timing{time, 1.0};
         RetryingClient http{transport, timing};
         ApiClient api{http};
-        Uploads uploads{api, timing};
+        Uploads uploads{api, timing, {}, RealConsoleFacts().wallTimeS};
         EXPECT_EQ(transport.Perform(request, {}).response.status, 200);
         Clock::Time::duration lasted[2] = {};
         std::wstring texts[2];

@@ -94,21 +94,28 @@ protected:
     objects::Bucket bucket{gateway.address(), test::ObjectGateway::credentials(), clock,
                            oneAttempt()};
     chunks::ChunkedContents chunks{database, bucket, clock, chunkBytes};
-    Context chunked{database,
-                    chunks,
-                    digestLocks,
-                    activeUploads,
-                    integrity,
-                    hub,
-                    accounts,
-                    clock,
-                    filePool,
-                    filePool,
-                    reserve,
-                    answerFiles,
-                    context.scratchFolder,
-                    {}};
+    Context chunked{database,       chunks,
+                    digestLocks,    activeUploads,
+                    integrity,      broker,
+                    accounts,       clock,
+                    filePool,       filePool,
+                    reserve,        answerFiles,
+                    transferMemory, context.scratchFolder,
+                    &reserve,       {}};
 };
+
+TEST_F(ContentBodiesOfChunks, HoldMemoryAsLongAsTheirReader)
+{
+    const store::File file = store(threeChunks());
+    http::Response response;
+    const auto size = static_cast<std::uint64_t>(file.sizeBytes);
+    loop.run(addContent(chunked, file, 1, {ERange::Whole, 0, size}, true, response));
+    EXPECT_EQ(transferMemory.usedBytes(), 0U) << "no bytes are read";
+    loop.run(addContent(chunked, file, 1, {ERange::Whole, 0, size}, false, response));
+    EXPECT_EQ(transferMemory.usedBytes(), chunkBytes);
+    response.source.reset();
+    EXPECT_EQ(transferMemory.usedBytes(), 0U);
+}
 
 TEST_F(ContentBodiesOfChunks, SendsTheStoredBytes)
 {

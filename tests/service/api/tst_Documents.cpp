@@ -57,6 +57,21 @@ TEST(Documents, HaveTheMembersOfAFileInOrder)
     EXPECT_EQ(toJson(store::File{55, 10, "a.zip", 3, "aa", 0}).dump(),
               R"({"id":55,"kind":"file","name":"a.zip","container":10,"size":3,"sha256":"aa",)"
               R"("created_at":"1970-01-01T00:00:00.000Z","etag":"\"aa\""})");
+    const nlohmann::json noted = toJson(store::File{55, 10, "a.zip", 3, "aa", 0, 7, "anna", "n"});
+    EXPECT_EQ(noted["sent_by"].dump(), R"({"id":7,"name":"anna"})");
+    EXPECT_EQ(noted["note"], "n");
+}
+
+TEST(Documents, OfFilesHaveTheSameTextAsTheirRecords)
+{
+    for (const char* name :
+         {"a.zip", "a \"b\" \\ c/~.zip", "Süd é.zip", "\xFF.zip", "a\tb\x7F", ""}) {
+        const store::File file{9007199254740993, -1, name, 1LL << 40, "aa",
+                               1790000000001,    7,  name, name};
+        std::string text = "before";
+        appendJson(text, file);
+        EXPECT_EQ(text, "before" + dump(toJson(file)));
+    }
 }
 
 TEST(Documents, GiveAnAdministratorNoFarm)

@@ -148,15 +148,41 @@ TEST_F(Chunks, AddsNoCondemnedChunks)
     EXPECT_EQ(contents.keptBytes("u1"), 0U);
 }
 
-TEST_F(Chunks, RemovesChunksLaterIfTheObjectStoreFails)
+TEST_F(Chunks, RemovesTheOtherChunksIfAChunkCannotBeRemoved)
+{
+    contents.remove(store("0123456789"));
+    gateway.failNext({EFault::None, EFault::Busy, EFault::Busy});
+    EXPECT_EQ(removeAfter(2 * day), 2U);
+    EXPECT_THAT(gateway.objects(), SizeIs(1));
+    EXPECT_EQ(contents.failedRemovals(), 1U);
+    EXPECT_EQ(removeAfter(day), 0U) << "it is tried again after a day";
+    EXPECT_EQ(removeAfter(std::chrono::milliseconds(1)), 1U);
+    EXPECT_THAT(gateway.objects(), IsEmpty());
+}
+
+TEST_F(Chunks, RemovesChunksLaterIfTheObjectStoreIsDown)
+{
+    contents.remove(store("0123456789abcdefghij")); // five chunks, two attempts for each
+    gateway.failNext({EFault::None, EFault::Busy, EFault::Busy, EFault::Busy, EFault::Busy,
+                      EFault::Busy, EFault::Busy});
+    EXPECT_THROW(removeAfter(2 * day), objects::StoreUnavailable);
+    EXPECT_THAT(gateway.objects(), SizeIs(4));
+    EXPECT_EQ(contents.removeDoomedObjects(), 1U) << "it was not tried";
+    EXPECT_EQ(removeAfter(2 * day), 3U);
+    EXPECT_THAT(gateway.objects(), IsEmpty());
+}
+
+TEST_F(Chunks, RemovesAChunkAfterTheNextStartIfTheStopInterruptsTheRemoval)
 {
     contents.remove(store("01234567"));
-    gateway.failNext({EFault::None, EFault::Busy, EFault::Busy});
+    bucket.limitAttempts(1);
+    gateway.failNext({EFault::None, EFault::Busy});
     EXPECT_THROW(removeAfter(2 * day), objects::StoreUnavailable);
+    EXPECT_EQ(contents.failedRemovals(), 0U);
     EXPECT_THAT(gateway.objects(), SizeIs(1));
-    EXPECT_EQ(contents.removeDoomedObjects(), 2U);
+    bucket.limitAttempts(2);
+    EXPECT_EQ(contents.removeDoomedObjects(), 1U);
     EXPECT_THAT(gateway.objects(), IsEmpty());
-    EXPECT_EQ(contents.removeDoomedObjects(), 0U);
 }
 
 TEST_F(Chunks, KeepsTheChunksOfAContentWithAFile)

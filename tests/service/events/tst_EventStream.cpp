@@ -22,8 +22,8 @@ class Streaming : public testing::Test
 protected:
     Streaming()
     {
-        database.onCommit([this](const std::vector<store::Event>& all) { hub.publish(all); });
-        database.onDoubt([this](const std::set<store::Id>& farms) { hub.reread(farms); });
+        database.onCommit([this](const std::vector<store::Event>& all) { broker.publish(all); });
+        database.onDoubt([this](const store::Notice& notice) { broker.notice(notice); });
         session.tokenHash = "hash";
         session.expiresMs = clock.nowMs() + 3600 * 1000;
         session.user = database.writeNow([this](store::Transaction& t) {
@@ -54,7 +54,7 @@ protected:
     /** Starts the stream; read it from pair.client. */
     void stream(store::Id cursor)
     {
-        subscription = hub.subscribe(loop.executor(), session);
+        subscription = broker.subscribe(loop.executor(), session);
         started = true;
         loop.start(serve(cursor));
     }
@@ -84,7 +84,7 @@ protected:
     test::TempFolder folder;
     test::ManualClock clock;
     test::Loop loop;
-    EventHub hub;
+    EventBroker broker;
     std::shared_ptr<test::CommitFault> fault = std::make_shared<test::CommitFault>();
     store::Database database{std::make_unique<test::FaultyCommitDialect>(
         store::makeSqlite((folder.Path() / "store.sqlite").string()), fault)};
@@ -130,6 +130,16 @@ TEST_F(Streaming, ReadsTheLogWhenItsQueueIsFull)
     EXPECT_EQ(readUntil("id: 700\nevent: thing\ndata: {}\n\n"), eventsText(1, 700));
 }
 
+TEST_F(Streaming, ReadsTheLogWhenAnEventIsMissingInItsQueue)
+{
+    stream(0);
+    readUntil("\n\n");
+    database.onCommit(
+        [this](const std::vector<store::Event>& events) { broker.publish({events.back()}); });
+    addEvents(2);
+    EXPECT_EQ(readUntil("id: 2\nevent: thing\ndata: {}\n\n"), eventsText(1, 2));
+}
+
 TEST_F(Streaming, SendsEventsOfACommitThatWasReportedAsFailed)
 {
     addEvents(1);
@@ -141,6 +151,18 @@ TEST_F(Streaming, SendsEventsOfACommitThatWasReportedAsFailed)
         << "before another event";
     addEvents(1);
     EXPECT_EQ(readUntil("id: 5\nevent: thing\ndata: {}\n\n"), eventsText(5, 5));
+}
+
+TEST_F(Streaming, EndsAtOnceIfTheEndOfItsSessionWasReportedAsFailed)
+{
+    stream(0);
+    readUntil("\n\n");
+    fault->failNext = true;
+    EXPECT_THROW(database.writeNow(
+                     [this](store::Transaction& t) { store::removeSession(t, session.tokenHash); }),
+                 store::CommitInDoubt);
+    EXPECT_EQ(loop.run(test::readAll(*pair.client)),
+              "event: session-ended\ndata: {\"reason\":\"revoked\"}\n\n");
 }
 
 TEST_F(Streaming, SendsNoEventOfAFailedCommit)
@@ -185,8 +207,8 @@ TEST_F(Streaming, SendsTheReasonWhenTheSessionEndsAndCloses)
 {
     stream(0);
     readUntil("\n\n");
-    hub.endSession("somebody else's", "logged-out");
-    hub.endSession(session.tokenHash, "logged-out");
+    broker.endSession("somebody else's", "logged-out");
+    broker.endSession(session.tokenHash, "logged-out");
     EXPECT_EQ(loop.run(test::readAll(*pair.client)),
               "event: session-ended\ndata: {\"reason\":\"logged-out\"}\n\n");
 }
@@ -195,8 +217,24 @@ TEST_F(Streaming, EndsAllStreamsOfAUser)
 {
     stream(0);
     readUntil("\n\n");
-    hub.endSessionsOf(session.user.id, "disabled");
+    broker.endSessionsOf(session.user.id, "disabled");
     EXPECT_THAT(loop.run(test::readAll(*pair.client)), testing::HasSubstr("\"disabled\""));
+}
+
+TEST_F(Streaming, EndsTheOldestStreamsFirstWithoutEndingTheirSessions)
+{
+    const auto oldest = broker.subscribe(loop.executor(), session);
+    stream(0);
+    readUntil("\n\n");
+    broker.retire(1);
+    addEvents(1);
+    EXPECT_EQ(readUntil("id: 1\nevent: thing\ndata: {}\n\n"), eventsText(1, 1));
+    EXPECT_TRUE(oldest->isRetired());
+    EXPECT_FALSE(subscription->isRetired());
+    addEvents(1);
+    broker.retire(0);
+    EXPECT_EQ(loop.run(test::readAll(*pair.client)), eventsText(2, 2));
+    EXPECT_EQ(broker.openStreams(), 0U);
 }
 
 TEST_F(Streaming, EndsWhenTheSessionExpires)
@@ -222,7 +260,7 @@ TEST_F(Streaming, LeavesNoReaderOnTheTransportIfTheLogCannotBeRead)
             ended = true;
         }
     };
-    subscription = hub.subscribe(loop.executor(), session);
+    subscription = broker.subscribe(loop.executor(), session);
     started = true;
     loop.start(serveAndFail());
     EXPECT_EQ(loop.run(test::readAll(*pair.client)), ": connected\n\n");
@@ -235,11 +273,11 @@ TEST_F(Streaming, EndsWhenThePeerLeaves)
 {
     stream(0);
     readUntil("\n\n");
-    EXPECT_EQ(hub.openStreams(), 1U);
+    EXPECT_EQ(broker.openStreams(), 1U);
     pair.client->abort();
     loop.runUntil([this] { return ended; });
     subscription.reset();
-    EXPECT_EQ(hub.openStreams(), 0U);
+    EXPECT_EQ(broker.openStreams(), 0U);
 }
 
 } // namespace

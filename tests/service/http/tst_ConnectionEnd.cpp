@@ -32,6 +32,23 @@ TEST_F(HttpConnection, EndsAtOnceIfIdleWhenTheServiceStops)
     EXPECT_EQ(loop.run(test::readAll(*pair.client)), "");
 }
 
+TEST_F(HttpConnection, EndsAfterTheNextAnswerWhenItIsRetired)
+{
+    test::TcpPair pair(loop.io());
+    Connection connection(std::move(pair.server), application, limits);
+    bool served = false;
+    loop.start(serve(connection, false, served));
+    const std::string request = "GET / HTTP/1.1\r\nHost: h\r\n\r\n";
+    loop.run(test::sendText(*pair.client, request));
+    loop.run(test::readUntil(*pair.client, "<>"));
+    connection.retire();
+    loop.run(test::sendText(*pair.client, request));
+    const std::string answer = loop.run(test::readAll(*pair.client));
+    EXPECT_THAT(answer, testing::StartsWith("HTTP/1.1 200 "));
+    EXPECT_THAT(answer, testing::HasSubstr("\r\nConnection: close\r\n"));
+    loop.runUntil([&served] { return served; });
+}
+
 TEST_F(HttpConnection, EndsAtOnceDuringTheHandshakeWhenTheServiceStops)
 {
     using asio::ip::tcp;

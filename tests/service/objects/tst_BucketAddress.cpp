@@ -1,10 +1,9 @@
 // Addresses of buckets, and files of credentials.
 #include "service/objects/BucketAddress.h"
 #include "tests/support/TempFolder.h"
+#include "tests/support/Variable.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
 
 #include <sys/stat.h>
 
@@ -26,7 +25,7 @@ TEST(ABucketAddress, RefusesAnAddressWithAMissingOrUnknownPart)
     for (const char* text :
          {"", "farm-files", "s3://farm-files", "s3://?endpoint=https://a",
           "s3://ab?endpoint=https://a", "s3://farm-files?region=eu-1",
-          "s3://farm-files?endpoint=https://a&colour=b", "s3://farm/maps?endpoint=https://a",
+          "s3://farm-files?endpoint=https://a&unknown=b", "s3://farm-files/maps?endpoint=https://a",
           "s3://farm-files?endpoint=https://a&",
           "s3://farm-files?endpoint=", "s3://farm-files?endpoint=https://a&region=%4"}) {
         EXPECT_THROW(BucketAddress::parse(text), std::invalid_argument) << text;
@@ -80,15 +79,14 @@ TEST_F(CredentialsFile, RefusesAFileWithoutASecretKey)
 
 TEST_F(CredentialsFile, TheFileCountsBeforeTheVariables)
 {
-    ::setenv("AWS_ACCESS_KEY_ID", "another access key", 1);
-    ::setenv("AWS_SECRET_ACCESS_KEY", "another secret key", 1);
-    EXPECT_EQ(findCredentials().accessKey, "another access key");
-    ::setenv("KELVO_S3_CREDENTIALS", file.c_str(), 1);
-    EXPECT_EQ(findCredentials().accessKey, "the access key");
-    ::unsetenv("KELVO_S3_CREDENTIALS");
-    ::unsetenv("AWS_SECRET_ACCESS_KEY");
+    const test::Variable accessKey("AWS_ACCESS_KEY_ID", "another access key");
+    {
+        const test::Variable secretKey("AWS_SECRET_ACCESS_KEY", "another secret key");
+        EXPECT_EQ(findCredentials().accessKey, "another access key");
+        const test::Variable path("KELVO_S3_CREDENTIALS", file);
+        EXPECT_EQ(findCredentials().accessKey, "the access key");
+    }
     EXPECT_THROW(findCredentials(), std::runtime_error);
-    ::unsetenv("AWS_ACCESS_KEY_ID");
 }
 
 } // namespace

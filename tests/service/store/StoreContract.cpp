@@ -1,13 +1,22 @@
 // The databases that the contract suites run on.
 #include "tests/service/store/StoreContract.h"
 
+#include "tests/service/support/TestPostgresql.h"
+
 namespace kelvo::test {
 
 std::vector<DatabaseKind> databaseKinds()
 {
-    return {{"Sqlite", [](const std::filesystem::path& folder) {
-                 return store::makeSqlite((folder / "store.sqlite").string());
-             }}};
+    std::vector<DatabaseKind> kinds{{"Sqlite", [](const std::filesystem::path& folder) {
+                                         return store::makeSqlite(
+                                             (folder / "store.sqlite").string());
+                                     }}};
+    if (hasPostgresql()) {
+        kinds.push_back({"Postgresql", [](const std::filesystem::path& folder) {
+                             return store::makePostgresql(postgresqlUrl(folder));
+                         }});
+    }
+    return kinds;
 }
 
 std::string nameOf(const testing::TestParamInfo<DatabaseKind>& kind)

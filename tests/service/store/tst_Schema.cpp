@@ -9,6 +9,9 @@
 
 #include <soci/soci.h>
 
+#include <initializer_list>
+#include <vector>
+
 namespace kelvo::test {
 namespace {
 
@@ -28,18 +31,37 @@ TEST_P(StoreContract, HasTheNewestSchemaAfterOpening)
     EXPECT_EQ(versionIn(*database), store::currentSchema());
 }
 
-TEST_P(StoreContract, RefusesANewerSchemaAndDoesNotChangeIt)
+/** Opens the database as a later version of the service does. */
+void openAsLater(const store::Dialect& dialect, std::initializer_list<store::SchemaStep> later)
 {
-    const int newer = store::currentSchema() + 1;
+    std::vector<store::SchemaStep> steps(store::schemaSteps().begin(), store::schemaSteps().end());
+    steps.insert(steps.end(), later);
+    store::migrate(*dialect.connect(), dialect, steps);
+}
+
+constexpr const char* expand[] = {"ALTER TABLE farms ADD COLUMN soil TEXT NOT NULL DEFAULT ''"};
+constexpr const char* contract[] = {"DROP INDEX users_by_farm"};
+
+TEST_P(StoreContract, UsesANewerSchemaThatAllowsItAndDoesNotChangeIt)
+{
     addFarm("Hill Farm");
-    write([newer](store::Transaction& t) {
-        t.sql << "UPDATE schema_version SET version = :v", soci::use(newer);
-    });
+    database.reset();
+    openAsLater(*GetParam().connect(folder.Path()), {{expand, 0}});
+    reopen();
+    EXPECT_EQ(versionIn(*database), store::currentSchema() + 1);
+    EXPECT_EQ(addFarm("Dale Farm").id, 2);
+}
+
+TEST_P(StoreContract, RefusesANewerSchemaThatDoesNotAllowItAndDoesNotChangeIt)
+{
+    database.reset();
+    const auto dialect = GetParam().connect(folder.Path());
+    openAsLater(*dialect, {{contract, {}}, {expand, 0}});
     EXPECT_THROW(reopen(), store::SchemaTooNew);
-    const auto session = GetParam().connect(folder.Path())->connect();
+    const auto session = dialect->connect();
     int version = 0;
     *session << "SELECT version FROM schema_version", soci::into(version);
-    EXPECT_EQ(version, newer);
+    EXPECT_EQ(version, store::currentSchema() + 2);
 }
 
 TEST_P(StoreContract, MigratesTheConsolesOfTheFirstSchema)

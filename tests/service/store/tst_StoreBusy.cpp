@@ -77,7 +77,7 @@ TEST_F(BusySqlite, ReadsWhileAnotherProgramWrites)
 TEST_F(BusySqlite, RefusesAChangeWhileAnotherProgramWrites)
 {
     bool doubted = false;
-    database.onDoubt([&doubted](const std::set<store::Id>&) { doubted = true; });
+    database.onDoubt([&doubted](const store::Notice&) { doubted = true; });
     other.lockWrites();
     EXPECT_THROW(addFarm(), store::StoreBusy);
     other.unlock();

@@ -1,5 +1,6 @@
 // The fetches of files by consoles.
 #include "service/store/ConsoleTable.h"
+#include "service/store/FarmRemoval.h"
 #include "service/store/FetchTable.h"
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
@@ -62,7 +63,8 @@ protected:
     {
         return read([&](soci::session& sql) {
             std::map<std::string, store::Id> all;
-            store::eachFileWithFetch(sql, user.farmId(), inbox.id,
+            store::InboxFiles files(sql, user.farmId());
+            store::eachFileWithFetch(sql, files, user.farmId(), inbox.id,
                                      [&all](const store::File& file, const store::Fetch* fetch) {
                                          all[file.name] = fetch ? fetch->console : 0;
                                      });
@@ -149,7 +151,9 @@ TEST_P(StoreFetches, ForgetsTheFetchesOfPurgedFilesAndDeletedConsoles)
     write([&](Transaction& t) { store::deleteUser(t, user, now); });
     EXPECT_EQ(rows(), 1);
     EXPECT_EQ(last(b)->console, cab);
-    write([&](Transaction& t) { store::deleteFarm(t, user.farmId()); });
+    write([&](Transaction& t) { store::deleteFarm(t, user.farmId(), now); });
+    while (write([&](Transaction& t) { return store::removeSomeOf(t, user.farmId()); })) {
+    }
     EXPECT_EQ(rows(), 0);
 }
 

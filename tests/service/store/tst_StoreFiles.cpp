@@ -1,13 +1,17 @@
 // Inboxes, files and the bin.
 #include "service/store/Errors.h"
 #include "service/store/FileTable.h"
+#include "service/store/InboxFiles.h"
 #include "service/store/InboxTable.h"
+#include "service/store/PersonTable.h"
 #include "tests/service/store/StoreContract.h"
 #include "tests/service/support/StoredLists.h"
 
 #include <gmock/gmock.h>
 
 #include <soci/soci.h>
+
+#include <regex>
 
 namespace kelvo::test {
 namespace {
@@ -80,7 +84,7 @@ TEST_P(StoreContract, KeepsFarmsApart)
         return store::fileById(sql, there.user.farmId(), only).has_value();
     }));
     const auto files =
-        read([&here](soci::session& sql) { return store::filesOf(sql, here.user.farmId()); });
+        read([&here](soci::session& sql) { return filesIn(sql, here.user.farmId()); });
     EXPECT_THAT(names(files), testing::ElementsAre("here.zip", "more.zip"));
 }
 
@@ -92,20 +96,79 @@ TEST_P(StoreContract, ListsFilesOfAnInboxAndOfAnOwner)
     addTo(*database, olga, "a", "aa");
     addTo(*database, oscar, "b", "bb");
     addTo(*database, olga, "a", "cc"); // a file with the same name is another file
-    EXPECT_THAT(names(read([&](soci::session& sql) {
-                    return store::filesOf(sql, farm.id, olga.inbox.id);
-                })),
-                testing::ElementsAre("a", "a"));
+    EXPECT_THAT(
+        names(read([&](soci::session& sql) { return filesIn(sql, farm.id, olga.inbox.id); })),
+        testing::ElementsAre("a", "a"));
+    EXPECT_THAT(names(read([&](soci::session& sql) { return filesIn(sql, farm.id); })),
+                testing::ElementsAre("a", "b", "a"));
+}
+
+TEST_P(StoreContract, ListsTheFilesOfOneInboxAfterAnother)
+{
+    const store::Farm farm = addFarm("Hill Farm");
+    const Place olga = makePlace(*database, addUser(farm, "olga"));
+    const Place oscar = makePlace(*database, addUser(farm, "oscar"));
+    addTo(*database, olga, "a", "aa");
+    addTo(*database, oscar, "b", "bb");
+    const store::File binned = addTo(*database, olga, "c", "cc");
+    write([&](Transaction& t) {
+        store::moveToBin(t, farm.id, binned.id, "olga", now);
+        store::addFile(t, farm.id,
+                       {0, olga.inbox.id, "d", 1, "dd", now, oscar.user.id, "", "second pass"});
+    });
     EXPECT_THAT(read([&](soci::session& sql) {
                     std::vector<std::string> visited;
-                    store::eachFileOf(sql, farm.id, olga.inbox.id, [&](const store::File& file) {
-                        visited.push_back(file.sha256);
-                    });
+                    store::InboxFiles files(sql, farm.id);
+                    for (const Place& place : {olga, oscar}) {
+                        files.each(place.inbox.id, [&visited](const store::File& file) {
+                            visited.push_back(file.name + " " + file.sha256 + " " +
+                                              file.senderName + " " + file.note);
+                        });
+                    }
                     return visited;
                 }),
-                testing::ElementsAre("aa", "cc"));
-    EXPECT_THAT(names(read([&](soci::session& sql) { return store::filesOf(sql, farm.id); })),
-                testing::ElementsAre("a", "b", "a"));
+                testing::ElementsAre("a aa  ", "d dd oscar second pass", "b bb  "));
+}
+
+/** The rows of an inbox lie far apart in the table: each would cost the read of a page. */
+TEST(FileLists, AreReadFromOneIndexAlone)
+{
+    const TempFolder folder;
+    store::Database database(store::makeSqlite(folder.Path("kelvo.sqlite")));
+    std::string plan;
+    database.readNow([&plan](soci::session& sql) {
+        std::string query;
+        sql.set_query_transformation([&query](const std::string& text) { return query = text; });
+        const store::InboxFiles files(sql, 1);
+        sql.set_query_transformation([](const std::string& text) { return text; });
+        for (const soci::row& row : soci::rowset<soci::row>(
+                 sql.prepare << "EXPLAIN QUERY PLAN "
+                             << std::regex_replace(query, std::regex(":[a-z]+"), "1"))) {
+            plan += row.get<std::string>(3) + ";";
+        }
+        return 0;
+    });
+    EXPECT_EQ(plan, "SEARCH files USING COVERING INDEX files_by_inbox (farm_id=? AND"
+                    " inbox_id=?);");
+}
+
+TEST_P(StoreContract, KeepsTheSenderUnderTheSendersPresentName)
+{
+    const Place place = makePlace(*database, addUser(addFarm("Hill Farm"), "olga"));
+    const store::Id farm = place.user.farmId();
+    const store::User anna = addUser(place.user.farm, "anna", store::ERole::Office);
+    const store::File sent = write([&](Transaction& t) {
+        return store::addFile(
+            t, farm, {0, place.inbox.id, "a", 1, "aa", now, anna.id, anna.name, "second pass"});
+    });
+    write([&](Transaction& t) { store::deleteUser(t, anna, now); });
+    const auto found =
+        read([&](soci::session& sql) { return store::fileById(sql, farm, sent.id).value(); });
+    EXPECT_EQ(found.senderId, anna.id);
+    EXPECT_NE(found.senderName, "anna");
+    EXPECT_EQ(found.note, "second pass");
+    write([&](Transaction& t) { store::moveToBin(t, farm, sent.id, "olga", now); });
+    EXPECT_EQ(inBin(*database, farm, {}).front().file.note, "second pass");
 }
 
 TEST_P(StoreContract, RestoresAFileFromTheBinWithItsId)
@@ -206,7 +269,7 @@ TEST_P(StoreContract, StoresAnyNameUnchanged)
     const store::Id farm = place.user.farmId();
     EXPECT_TRUE(read(
         [&](soci::session& sql) { return store::nameIsInInbox(sql, farm, place.inbox.id, name); }));
-    EXPECT_THAT(names(read([&](soci::session& sql) { return store::filesOf(sql, farm); })),
+    EXPECT_THAT(names(read([&](soci::session& sql) { return filesIn(sql, farm); })),
                 testing::ElementsAre(name));
 }
 

@@ -67,13 +67,29 @@ TEST_P(StoreContract, ReportsAFailureWithoutItsValues)
         }
         return "no failure";
     };
+    const auto select = [&](soci::session& sql) {
+        int found = 0;
+        sql << "SELECT COUNT(*) FROM sessions WHERE constraint_name = :hash", soci::into(found),
+            soci::use(secret);
+        return found;
+    };
     for (const std::string& text :
          {textOf([&] { write([&](Transaction& t) { return insert(t.sql); }); }),
-          textOf([&] { read(insert); })}) {
+          textOf([&] { read(select); })}) {
         EXPECT_THAT(text, testing::HasSubstr("constraint"));
         EXPECT_THAT(text, testing::Not(testing::HasSubstr(secret)));
         EXPECT_THAT(text, testing::Not(testing::HasSubstr("INSERT")));
+        EXPECT_THAT(text, testing::Not(testing::HasSubstr("SELECT")));
     }
+}
+
+TEST_P(StoreContract, RefusesATextWithNul)
+{
+    const std::string name("olga\0x", 6);
+    addUser({}, "olga", store::ERole::Admin);
+    EXPECT_THROW(read([&name](soci::session& sql) { return store::credentialsOf(sql, name); }),
+                 store::UnstorableText);
+    EXPECT_THROW(addFarm(name), store::UnstorableText);
 }
 
 TEST_P(StoreContract, CommitsTheOtherChangesOfABatchWithAFailure)

@@ -1,4 +1,5 @@
 // The counters of files and bytes equal the rows after each change of the rows.
+#include "service/store/FarmRemoval.h"
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
 #include "service/store/PersonTable.h"
@@ -59,8 +60,7 @@ protected:
 
     void deleteAFile(const store::Farm& farm, long long nowMs)
     {
-        const auto files =
-            read([&farm](soci::session& sql) { return store::filesOf(sql, farm.id, {}); });
+        const auto files = read([&farm](soci::session& sql) { return filesIn(sql, farm.id); });
         if (const store::File* file = oneOf(files)) {
             write([&](Transaction& t) { store::moveToBin(t, farm.id, file->id, "olga", nowMs); });
         }
@@ -104,6 +104,9 @@ protected:
 
     void change(long long nowMs)
     {
+        for (const store::Id deleted : read(store::deletedFarms)) {
+            write([deleted](Transaction& t) { store::removeSomeOf(t, deleted); });
+        }
         const auto all = farms();
         const store::Farm farm = all.empty() ? addFarm(newName("farm")) : *oneOf(all);
         const long long choice = below(100);
@@ -124,7 +127,7 @@ protected:
         } else if (choice < 98) {
             addFarm(newName("farm"));
         } else {
-            write([&farm](Transaction& t) { store::deleteFarm(t, farm.id); });
+            write([&farm, nowMs](Transaction& t) { store::deleteFarm(t, farm.id, nowMs); });
         }
     }
 

@@ -10,6 +10,7 @@
 #include "service/store/UserTable.h"
 #include "tests/service/support/ManualClock.h"
 #include "tests/service/support/RunAwaitable.h"
+#include "tests/service/support/StoredLists.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -47,8 +48,7 @@ protected:
 
     std::vector<store::File> files()
     {
-        return database.readNow(
-            [this](soci::session& sql) { return store::filesOf(sql, user.farmId()); });
+        return database.readNow([this](soci::session& sql) { return filesIn(sql, user.farmId()); });
     }
 
     TempFolder folder;
@@ -62,25 +62,20 @@ protected:
     content::DigestLocks digestLocks;
     api::ActiveUploads activeUploads;
     content::Integrity integrity;
-    events::EventHub hub;
+    events::EventBroker broker;
     accounts::Accounts accounts{
         database, clock, {accounts::EPasswordCost::Minimal, 5, std::chrono::hours(1)}};
     WorkPool filePool{2};
     api::AnswerFiles answerFiles;
-    api::Context context{database,
-                         folderContents,
-                         digestLocks,
-                         activeUploads,
-                         integrity,
-                         hub,
-                         accounts,
-                         clock,
-                         filePool,
-                         filePool,
-                         reserve,
-                         answerFiles,
-                         folder.Path() / "uploads",
-                         {}};
+    api::TransferMemory transferMemory;
+    api::Context context{database,       folderContents,
+                         digestLocks,    activeUploads,
+                         integrity,      broker,
+                         accounts,       clock,
+                         filePool,       filePool,
+                         reserve,        answerFiles,
+                         transferMemory, folder.Path() / "uploads",
+                         &reserve,       {}};
     store::User user;
     store::Inbox inbox;
 };

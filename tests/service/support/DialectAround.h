@@ -6,6 +6,7 @@
 #include <soci/soci.h>
 
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace kelvo::test {
@@ -17,7 +18,22 @@ public:
     explicit DialectAround(std::unique_ptr<store::Dialect> real) : real_(std::move(real)) {}
 
     const char* beginRead() const override { return real_->beginRead(); }
-    const char* beginWrite() const override { return real_->beginWrite(); }
+    unsigned writers() const override { return real_->writers(); }
+    std::string beginWrite(soci::session& sql, const store::Scopes& scopes) const override
+    {
+        return real_->beginWrite(sql, scopes);
+    }
+    void commit(soci::session& sql, const std::string& transaction,
+                const std::string& notice) const override
+    {
+        real_->commit(sql, transaction, notice);
+    }
+    bool isUsable(soci::session& sql) const override { return real_->isUsable(sql); }
+    void relyOnSchema(soci::session& sql, int own, int oldest) const override
+    {
+        real_->relyOnSchema(sql, own, oldest);
+    }
+    std::unique_ptr<store::NoticeSource> listen() const override { return real_->listen(); }
     const char* setDurability(store::EDurability durability) const override
     {
         return real_->setDurability(durability);

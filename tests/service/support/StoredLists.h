@@ -5,6 +5,8 @@
 #include "service/store/FileTable.h"
 #include "service/store/UserTable.h"
 
+#include <soci/soci.h>
+
 #include <vector>
 
 namespace kelvo::test {
@@ -36,6 +38,25 @@ inline std::vector<store::User> usersIn(soci::session& sql, const store::UserPar
         return true;
     });
     return users;
+}
+
+/** The files of the farm's inboxes, or of one inbox, in the order of their ids. */
+inline std::vector<store::File> filesIn(soci::session& sql, store::Id farm, store::Id inbox = 0)
+{
+    store::File file;
+    std::vector<store::File> files;
+    soci::statement query =
+        (sql.prepare << "SELECT id, inbox_id, name, size_bytes, sha256, created_ms FROM files"
+                        " WHERE farm_id = :farm AND (inbox_id = :inbox OR :any = 0)"
+                        " AND deleted_ms IS NULL ORDER BY id",
+         soci::into(file.id), soci::into(file.inbox), soci::into(file.name),
+         soci::into(file.sizeBytes), soci::into(file.sha256), soci::into(file.createdMs),
+         soci::use(farm), soci::use(inbox), soci::use(inbox));
+    query.execute();
+    while (query.fetch()) {
+        files.push_back(file);
+    }
+    return files;
 }
 
 inline std::vector<store::BinnedFile> binIn(soci::session& sql, store::Id farm,

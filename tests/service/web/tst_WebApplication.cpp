@@ -106,6 +106,19 @@ TEST_F(Page, MayLoadNothingFromElsewhere)
     }
 }
 
+TEST_F(Page, MayLoadImagesOfTheBaseMapsServer)
+{
+    WebApplication other{api, WebFiles(folder.path()), "https://tiles.example.org"};
+    http::RequestHead head;
+    head.method = "GET";
+    head.path = "/";
+    http::Request request{head, body, limits, "peer"};
+    EXPECT_THAT(loop.run(other.handle(request)).headers,
+                Contains(Pair("Content-Security-Policy",
+                              testing::AllOf(HasSubstr("blob: https://tiles.example.org;"),
+                                             HasSubstr("connect-src 'self';")))));
+}
+
 TEST_F(Page, HasNoOtherFilesAndNoOtherMethods)
 {
     EXPECT_EQ(refusal("/assets/main-0000.js"), http::EProblem::NotFound);

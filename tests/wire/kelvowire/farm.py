@@ -3,8 +3,8 @@
 import re
 import unittest
 
+from .fleet import SERVICE
 from .http import Client, metrics
-from .service import Service
 
 FAILED = re.compile(r'status="5(?!0[15])')  # 501 and 505 refuse a request of the client.
 PASSWORD = "correct horse battery"
@@ -46,7 +46,7 @@ def make_inbox(client, project="To Console"):
 class WireTest(unittest.TestCase):
     """One service for the class. Every test logs in anew, so none sees another's connections."""
 
-    SERVICE = Service
+    SERVICE = SERVICE
     OPTIONS = ()
 
     @classmethod

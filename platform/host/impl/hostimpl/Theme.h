@@ -60,8 +60,9 @@ CONSOLEHOST_EXPORT ETheme CurrentTheme();
 
 CONSOLEHOST_EXPORT QColor ThemeColour(EColour colour);
 CONSOLEHOST_EXPORT QColor ThemeColour(EColour colour, ETheme theme);
-// The sizes of ThemeFont() from now on; widgets that exist keep their fonts. `pixelMillimetres` is
-// the size of one pixel of the layout, `factor` enlarges all texts.
+// The sizes of ThemeFont() from now on, also for widgets that have a font of ThemeFont(EFont). The
+// other widgets follow at the next SetTheme(). `pixelMillimetres` is the size of one pixel of the
+// layout, `factor` enlarges all texts.
 CONSOLEHOST_EXPORT void SetTextSize(double pixelMillimetres, double factor);
 // A capital letter of eBody is seen under 16 minutes of arc from 1 m away, of eCaption under 12.
 CONSOLEHOST_EXPORT QFont ThemeFont(EFont font);

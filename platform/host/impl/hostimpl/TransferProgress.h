@@ -11,9 +11,9 @@ namespace hostimpl {
 
 struct TTransferState
 {
-    int percent = 0;      // 0 to 100
-    QString text;         // in the operator's language
-    bool isMoving = true; // false: no busy indicator, because nothing moves
+    std::optional<int> percent; // 0 to 100; empty: no bar
+    QString text;               // in the operator's language
+    bool isMoving = true;       // false: no busy indicator, because nothing moves
 };
 
 // Each dialog of the type TMessageDialog::eOperation shows `progress` while its operation runs,

@@ -7,6 +7,7 @@
 #include <QtCore/QStringList>
 
 #include <cstdint>
+#include <functional>
 
 namespace hostimpl {
 
@@ -28,6 +29,22 @@ struct TUnpackLimits
 // place although false is returned; the error text says so.
 CONSOLEHOST_EXPORT bool Unzip(const QString& archive, const QString& destinationFolder,
                               const TUnpackLimits& limits, QString& errorText);
+
+struct TUnpackingResult
+{
+    QString archive; // the path that Unzip() got
+    bool isUnpacked = false;
+    QString errorText; // why it is not unpacked; may hold a local path
+};
+
+// Each TFileSystemHelper::Unzip() calls `observer` before it returns, on its own thread. The
+// archive still has its path then. An empty observer ends these calls. Call this function while no
+// thread unpacks.
+CONSOLEHOST_EXPORT void ObserveUnpacking(std::function<void(const TUnpackingResult&)> observer);
+
+// The name of the archive that TFileSystemHelper::Unzip() is unpacking, such as "field.zip"; empty
+// if there is none. From any thread.
+CONSOLEHOST_EXPORT QString ArchiveInUnpacking();
 
 // Removes what an Unzip into `destinationFolder` left because its process was killed. A folder that
 // was being replaced is there afterwards, old or new. Does nothing if nothing was left or if the

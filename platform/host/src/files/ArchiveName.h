@@ -18,9 +18,8 @@ struct TArchiveName
 //
 // - '\' separates folders like '/', because some Windows programs write it.
 // - "." and empty parts are left out, as in "./a" or "a//b".
-// - An empty name is refused, and so are absolute names, drive letters, "..", control characters,
-// and
-//   names beyond the limits on length and depth.
+// - An empty name is refused, and so are absolute names, drive letters, "..", control characters
+//   and names beyond the limits on length and depth.
 // - A name that is not UTF-8 is read as code page 850, which Windows writes in such archives. (The
 //   reader ends a name at a NUL; the rules hold for the rest.)
 // - The name of the staging folder is refused.

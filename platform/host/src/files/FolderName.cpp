@@ -36,7 +36,7 @@ QByteArray ChooseFolderName(const QByteArray& archiveName, const QVector<QByteAr
     const auto isAnothers = [&](const QByteArray& name) {
         return name == STAGING_NAME || (!names.contains(name) && exists(name));
     };
-    const QByteArray name = FolderNameOf(archiveName);
+    QByteArray name = FolderNameOf(archiveName);
     if (!isAnothers(name) && (names.contains(name) || !names.contains(archiveName))) {
         return name;
     }

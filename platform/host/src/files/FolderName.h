@@ -19,11 +19,12 @@ QByteArray StemOf(const QByteArray& archiveName);
 //   the suffix, "field.ZIP.zip" with two suffixes, and ".zip" whose rest cannot name a folder.
 QByteArray FolderNameOf(const QByteArray& archiveName);
 
-// The folder for an archive below a destination that has the entries `names`, without a file that
-// has the archive's name. A file system that
-// ignores case finds the folder "field" under the name "Field" too: `exists` is true, but `names`
-// has another spelling. Then "Field.zip" gets the folder "Field.zip", and keeps it. Returns an
-// empty name if that folder belongs to another archive too.
+// The name of the folder for an archive. `names` are the other entries of the destination. `exists`
+// tells whether the file system finds an entry under a name.
+//
+// A file system that ignores case finds the folder "field" under the name "Field" too. Then
+// "Field.zip" gets the folder "Field.zip", and keeps it. Returns an empty name if the folder
+// "Field.zip" belongs to another archive too.
 QByteArray ChooseFolderName(const QByteArray& archiveName, const QVector<QByteArray>& names,
                             const std::function<bool(const QByteArray& name)>& exists);
 

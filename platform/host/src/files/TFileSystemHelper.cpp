@@ -4,9 +4,13 @@
 #include "hostimpl/Unpacking.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 
 #include <cerrno>
 #include <filesystem>
+#include <functional>
+#include <mutex>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,6 +19,32 @@
 namespace fs = std::filesystem;
 
 namespace {
+
+// A function's static, so that no code runs at load.
+std::function<void(const hostimpl::TUnpackingResult&)>& Observer()
+{
+    static std::function<void(const hostimpl::TUnpackingResult&)> observer;
+    return observer;
+}
+
+struct TInUnpacking
+{
+    std::mutex mutex; // guards the name
+    QString name;
+};
+
+// A function's static, so that no code runs at load.
+TInUnpacking& InUnpacking()
+{
+    static TInUnpacking current;
+    return current;
+}
+
+void NoteInUnpacking(const QString& archiveName)
+{
+    const std::lock_guard lock(InUnpacking().mutex);
+    InUnpacking().name = archiveName;
+}
 
 // Continues after an error, so that as much as possible is deleted.
 bool DeleteContent(const fs::path& folder, bool recursive)
@@ -43,7 +73,25 @@ bool DeleteContent(const fs::path& folder, bool recursive)
 bool TFileSystemHelper::Unzip(const QString& archive, const QString& destinationFolder,
                               QString& errorText)
 {
-    return hostimpl::Unzip(archive, destinationFolder, hostimpl::TUnpackLimits(), errorText);
+    NoteInUnpacking(QFileInfo(archive).fileName());
+    const bool isUnpacked =
+        hostimpl::Unzip(archive, destinationFolder, hostimpl::TUnpackLimits(), errorText);
+    if (Observer()) {
+        Observer()({archive, isUnpacked, errorText});
+    }
+    NoteInUnpacking(QString());
+    return isUnpacked;
+}
+
+QString hostimpl::ArchiveInUnpacking()
+{
+    const std::lock_guard lock(InUnpacking().mutex);
+    return InUnpacking().name;
+}
+
+void hostimpl::ObserveUnpacking(std::function<void(const TUnpackingResult&)> observer)
+{
+    Observer() = std::move(observer);
 }
 
 // An empty path (the working directory) and "/" are refused, because they can only be mistakes.

@@ -139,7 +139,7 @@ QByteArray ChooseName(int destination, const QByteArray& archiveName, QString& e
     if (namesake && !S_ISDIR(namesake->mode)) {
         names.removeOne(archiveName); // the archive itself, or another file
     }
-    const QByteArray name =
+    QByteArray name =
         ChooseFolderName(archiveName, names, [destination](const QByteArray& candidate) {
             return StatusAt(destination, candidate.constData()).has_value();
         });

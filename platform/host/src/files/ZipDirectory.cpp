@@ -24,11 +24,11 @@ constexpr std::int64_t ZIP64_END_BYTES = 56;
 constexpr std::int64_t FIELD_HEADER_BYTES = 4;
 constexpr std::int64_t LONGEST_COMMENT_BYTES = 0xffff;
 
-// In place of such a value, the zip64 form has the true value.
+// A record with one of these values has the true value in its zip64 form.
 constexpr std::uint16_t SEE_ZIP64_16 = 0xffff;
 constexpr std::uint32_t SEE_ZIP64_32 = 0xffffffff;
 constexpr std::uint16_t ZIP64_FIELD = 1;
-// Sums of such places do not overflow.
+// The sum of two offsets up to this one does not overflow.
 constexpr std::uint64_t LARGEST_PLACE = std::uint64_t{1} << 62;
 
 constexpr std::uint8_t MADE_BY_MS_DOS = 0;

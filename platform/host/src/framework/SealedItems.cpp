@@ -106,7 +106,7 @@ QVariant UnsealItem(const TSecretKey& key, int itemKey, const QByteArray& sealed
         crypto_aead_xchacha20poly1305_ietf_decrypt(
             Octets(plain), nullptr, nullptr, nonce + NONCE_BYTES, Size(sealed) - NONCE_BYTES,
             Octets(context), Size(context), nonce, key.Bytes()) == 0;
-    const QVariant value = isOurs ? FromPlain(plain) : QVariant();
+    QVariant value = isOurs ? FromPlain(plain) : QVariant();
     Wipe(plain);
     return value;
 }

@@ -64,7 +64,7 @@ QString TConfigStore::Open(const QString& path)
     m_isUnsaved = false;
     m_fileError = 0;
     m_persisted.clear();
-    const QString problem = Load(path);
+    QString problem = Load(path);
     if (!problem.isEmpty()) {
         qCWarning(lcHost, "%s", qUtf8Printable(problem));
     }
@@ -122,7 +122,7 @@ QString TConfigStore::PutAside(const QString& path, const QString& errorText)
 QString TConfigStore::OpenSealed(const QString& path, const QMap<int, QByteArray>& sealed)
 {
     const QMap<int, QVariant> plain = m_persisted;
-    const QString problem = m_sealed->Open(KeyPath(path), sealed, m_persisted);
+    QString problem = m_sealed->Open(KeyPath(path), sealed, m_persisted);
     const bool hasOld = std::any_of(std::begin(SEALED_ITEMS), std::end(SEALED_ITEMS),
                                     [&plain](int item) { return plain.contains(item); });
     if (!hasOld) {

@@ -25,6 +25,8 @@ constexpr double CAPITAL_PER_SIZE = 0.729; // for DejaVu Sans
 // their height wide.
 constexpr int STRETCH = 80;
 
+constexpr std::array<EFont, 3> FONTS = {EFont::eCaption, EFont::eBody, EFont::eTitle};
+
 ETheme currentTheme = ETheme::eDay;
 double pixelMillimetres = DISPLAYS[0].PixelMillimetres();
 double textFactor = 1.0;
@@ -91,10 +93,22 @@ ETheme CurrentTheme()
     return currentTheme;
 }
 
+// The pixel size tells which font of the theme a widget has.
 void SetTextSize(double newPixelMillimetres, double factor)
 {
+    std::array<int, FONTS.size()> former{};
+    std::transform(FONTS.cbegin(), FONTS.cend(), former.begin(),
+                   [](EFont font) { return ThemeFont(font).pixelSize(); });
     pixelMillimetres = newPixelMillimetres;
     textFactor = factor;
+    const QWidgetList widgets = QApplication::allWidgets();
+    for (QWidget* const widget : widgets) {
+        const auto* const found =
+            std::find(former.cbegin(), former.cend(), widget->font().pixelSize());
+        if (widget->testAttribute(Qt::WA_SetFont) && found != former.cend()) {
+            widget->setFont(ThemeFont(FONTS.at(std::size_t(found - former.cbegin()))));
+        }
+    }
 }
 
 QFont ThemeFont(EFont font)

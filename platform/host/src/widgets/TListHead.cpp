@@ -16,13 +16,13 @@ namespace {
 constexpr int GAP = 4;
 constexpr int TEXT_MARGIN = 10;
 constexpr int MARGINS = 32; // beside a button's caption
+constexpr int LEAST_STRETCH = 60;
+constexpr int STRETCH_STEP = 5;
 
 TPushButton* NewButton(QWidget* parent)
 {
-    auto* const button = new TPushButton(parent, QString(), QStringLiteral("NewStandardButton"),
-                                         QStringLiteral("NewStandardButtonSelected"), 0, QString());
-    button->setFixedHeight(TListHead::Height() - GAP);
-    return button;
+    return new TPushButton(parent, QString(), QStringLiteral("NewStandardButton"),
+                           QStringLiteral("NewStandardButtonSelected"), 0, QString());
 }
 
 } // namespace
@@ -40,7 +40,6 @@ TListHead::TListHead(QWidget* parent)
     m_edit->setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     m_edit->setPlaceholderText(TListWidget::tr("Search names"));
     m_edit->setInputMethodHints(Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText);
-    m_edit->setFixedHeight(Height() - GAP);
     m_edit->setFocusPolicy(Qt::ClickFocus);
     m_edit->installEventFilter(this);
     auto* const row = new QHBoxLayout(this);
@@ -50,11 +49,7 @@ TListHead::TListHead(QWidget* parent)
     row->addWidget(m_edit, 1);
     row->addWidget(m_all);
     row->addWidget(m_search);
-    const QFontMetrics metrics(hostimpl::ThemeFont(hostimpl::EFont::eBody));
-    m_all->setFixedWidth(
-        std::max({hostimpl::TOUCH_SIZE, metrics.horizontalAdvance(TListWidget::tr("All")) + MARGINS,
-                  metrics.horizontalAdvance(TListWidget::tr("None")) + MARGINS}));
-    m_search->setFixedWidth(hostimpl::TOUCH_SIZE);
+    FitFonts();
     connect(m_edit, &QLineEdit::textChanged, this, &TListHead::WantedChanged);
     connect(m_all, &TPushButton::clicked, this, [this] {
         Q_EMIT AllWanted(m_counts.selected - m_counts.selectedHidden < m_counts.found);
@@ -76,6 +71,20 @@ TListHead::TListHead(QWidget* parent)
 TListHead::~TListHead()
 {
     m_edit->removeEventFilter(this);
+}
+
+void TListHead::FitFonts()
+{
+    for (QWidget* const part : {static_cast<QWidget*>(m_edit), static_cast<QWidget*>(m_all),
+                                static_cast<QWidget*>(m_search)}) {
+        part->setFixedHeight(Height() - GAP);
+    }
+    const QFontMetrics metrics(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    m_all->setFixedWidth(
+        std::max({hostimpl::TOUCH_SIZE, metrics.horizontalAdvance(TListWidget::tr("All")) + MARGINS,
+                  metrics.horizontalAdvance(TListWidget::tr("None")) + MARGINS}));
+    m_search->setFixedWidth(hostimpl::TOUCH_SIZE);
+    FitText();
 }
 
 // The buttons have the size of a touch target, and the count has place for two lines.
@@ -133,6 +142,25 @@ QString TListHead::SearchText() const
     return QLatin1Char('\n') + text;
 }
 
+// A long text gets narrower letters of the same height.
+void TListHead::FitText()
+{
+    layout()->activate();
+    QFont font = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
+    m_text->setFont(font);
+    while (m_text->heightForWidth(m_text->width()) > m_text->height() &&
+           font.stretch() > LEAST_STRETCH) {
+        font.setStretch(font.stretch() - STRETCH_STEP);
+        m_text->setFont(font);
+    }
+}
+
+void TListHead::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    FitText();
+}
+
 void TListHead::ShowParts()
 {
     const bool isSearching = !Wanted().isEmpty();
@@ -153,6 +181,7 @@ void TListHead::ShowParts()
         hostimpl::ThemeIcon(isOpen ? QStringLiteral("close") : QStringLiteral("search")));
     m_search->SetToolTip(isOpen ? TListWidget::tr("Show all names again")
                                 : TListWidget::tr("Show only names with a text"));
+    FitText();
 }
 
 // Without a text the entry field stays: the button that takes the focus ends the search.

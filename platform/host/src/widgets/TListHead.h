@@ -27,6 +27,8 @@ public:
     // In pixels.
     static int Height();
 
+    // Call it when the size of the texts has changed.
+    void FitFonts();
     // The wheel visits the head's buttons just before `widget`.
     void SetFocusBefore(QWidget& widget);
     void Show(const TCounts& counts);
@@ -47,8 +49,10 @@ Q_SIGNALS:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void FitText();
     void ShowParts();
     QString SearchText() const;
 

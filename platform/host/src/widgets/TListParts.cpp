@@ -109,15 +109,27 @@ void TListWidget::TParts::Refresh()
     const bool isNeeded = isMany && (counts.names > 0 || !m_wanted.isEmpty() || m_head.IsTyping());
     if (m_head.isHidden() == isNeeded) {
         m_head.setVisible(isNeeded);
-        m_list.setViewportMargins(0, isNeeded ? TListHead::Height() : 0, 0, 0);
         m_head.SetFocusBefore(m_list);
     }
     PlaceHead();
     m_list.viewport()->update();
 }
 
+// One row and the head: Qt's own minimum height has place for three widths of the scroll bar.
+void TListWidget::TParts::FitFonts()
+{
+    m_list.setMinimumHeight(TListHead::Height() + hostimpl::TOUCH_SIZE + 2 * hostimpl::FOCUS_RING);
+    m_head.FitFonts();
+    PlaceHead();
+    ShowFullName();
+}
+
 void TListWidget::TParts::PlaceHead()
 {
+    const QMargins margins(0, m_head.isHidden() ? 0 : TListHead::Height(), 0, 0);
+    if (m_list.viewportMargins() != margins) {
+        m_list.setViewportMargins(margins);
+    }
     const QRect view = m_list.viewport()->geometry();
     m_head.setGeometry(view.left(), view.top() - TListHead::Height(), view.width(),
                        TListHead::Height());

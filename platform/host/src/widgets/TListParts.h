@@ -36,6 +36,8 @@ public:
     void ShowFullName();
     void PlaceBand();
     void PlaceHead();
+    // After a change of the font.
+    void FitFonts();
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     void paint(QPainter* painter, const QStyleOptionViewItem& option,

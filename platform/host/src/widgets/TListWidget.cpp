@@ -39,11 +39,10 @@ TListWidget::TListWidget(QWidget* parent) : QListWidget(parent)
     setItemDelegate(m_parts.get());
     setFrameStyle(QFrame::Box | QFrame::Plain);
     setLineWidth(hostimpl::FOCUS_RING);
-    // One row and the head: Qt's own minimum has place for three widths of the scroll bar.
-    setMinimumHeight(TListHead::Height() + hostimpl::TOUCH_SIZE + 2 * hostimpl::FOCUS_RING);
     setUniformItemSizes(true);
     setFocusPolicy(Qt::StrongFocus);
     setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
+    m_parts->FitFonts();
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -162,7 +161,9 @@ bool TListWidget::event(QEvent* event)
     if (self.isNull() || m_parts == nullptr) {
         return isTaken;
     }
-    if (event->type() == QEvent::FocusOut) {
+    if (event->type() == QEvent::FontChange) {
+        m_parts->FitFonts();
+    } else if (event->type() == QEvent::FocusOut) {
         m_parts->StopWheel();
     } else if (event->type() == QEvent::Paint) {
         QPainter painter(this);

@@ -56,9 +56,9 @@ public:
 
     void Build();
     void UpdateBusy();
-    // The sign of a message that is shown now, or no more.
+    // A message has been shown (`isShown`) or hidden: takes or removes the message's sign.
     void UpdateMessageSign(bool isShown);
-    void Adapt();
+    void FollowTransfer();
     bool IsBuilt() const { return m_text != nullptr; }
     int Height(int width) const;
     void Answer(const TButtonRow& row);
@@ -129,7 +129,8 @@ void TMessageDialog::TContent::Build()
     ShowMessage();
     UpdateBusy();
     if (m_transfer != nullptr) {
-        QObject::connect(m_transfer, &TTransferProgress::Changed, &m_dialog, [this] { Adapt(); });
+        QObject::connect(m_transfer, &TTransferProgress::Changed, &m_dialog,
+                         [this] { FollowTransfer(); });
     }
 }
 
@@ -207,8 +208,7 @@ void TMessageDialog::TContent::UpdateMessageSign(bool isShown)
     }
 }
 
-// To the transfer's new state.
-void TMessageDialog::TContent::Adapt()
+void TMessageDialog::TContent::FollowTransfer()
 {
     UpdateBusy();
     if (m_dialog.isVisible()) {

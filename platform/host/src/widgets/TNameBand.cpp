@@ -20,7 +20,6 @@ TNameBand::TNameBand(QWidget* parent) : QWidget(parent)
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     m_text.setDefaultTextOption(option);
-    m_text.setDefaultFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
     m_text.setDocumentMargin(MARGIN);
 }
 
@@ -28,6 +27,7 @@ TNameBand::~TNameBand() = default;
 
 void TNameBand::SetName(const QString& name)
 {
+    m_text.setDefaultFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
     m_text.setPlainText(name);
     update();
 }

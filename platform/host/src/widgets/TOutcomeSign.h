@@ -20,7 +20,7 @@ public:
     void SetEnded(bool hasEnded);
     // Takes the outcome that SetOutcome has set.
     void Refresh();
-    // Takes the outcome of a message, if one is set. No other sign gets it.
+    // Takes the outcome that is set for the next message, if there is one. No other sign gets it.
     void TakeMessage();
     // The message has ended.
     void ForgetMessage();

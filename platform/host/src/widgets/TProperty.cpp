@@ -47,8 +47,20 @@ public:
         return QSize(WideWidth(), line).expandedTo(minimumSize());
     }
 
-    void setGeometry(const QRect& place) override
+    // The row keeps this height, or the height that its letters need.
+    void SetHeight(int height)
     {
+        m_height = height;
+        FitHeight();
+    }
+
+    void setGeometry(const QRect& given) override
+    {
+        QRect place = given;
+        if (m_height > 0) { // the letters may have another size now
+            FitHeight();
+            place.setHeight(parentWidget()->height());
+        }
         const bool isWide = WideWidth() <= place.width();
         if (isWide != m_isWide) { // each change asks for another layout
             m_isWide = isWide;
@@ -64,6 +76,8 @@ public:
     }
 
 private:
+    void FitHeight() { parentWidget()->setFixedHeight(std::max(m_height, minimumSize().height())); }
+
     int WideWidth() const
     {
         return WidthOf(m_name, hostimpl::EFont::eCaption) + GAP +
@@ -73,6 +87,7 @@ private:
     QLabel& m_name;
     QLabel& m_value;
     bool m_isWide = true;
+    int m_height = 0; // in pixels; 0: not fixed
 };
 
 } // namespace
@@ -108,5 +123,5 @@ QString TProperty::GetValue() const
 
 void TProperty::SetCombinedHeight(int height)
 {
-    setFixedHeight(std::max(height, layout()->minimumSize().height()));
+    static_cast<TPropertyLayout*>(layout())->SetHeight(height);
 }

@@ -200,6 +200,7 @@ void TPropertyWidget::TRow::OnEvent(QEvent& event)
         OnPaint();
         break;
     case QEvent::Resize:
+    case QEvent::FontChange:
         Arrange();
         break;
     case QEvent::ReadOnlyChange:

@@ -43,7 +43,12 @@ QFont TPropertyWidget::TRow::ValueFont() const
 QRect TPropertyWidget::TRow::NamePlace(int left, int right) const
 {
     const QFontMetrics metrics(NameFont());
-    return {left, 0, right - left + 1, metrics.height()};
+    const int value = QFontMetrics(ValueFont()).capHeight() + QFontMetrics(ValueFont()).descent();
+    const int belowName = metrics.tightBoundingRect(name).bottom() + 1;
+    const int room = m_widget.height() - 1 - metrics.ascent() - belowName - value;
+    // If there is room, the name leaves place for the ring, so that its accents are readable.
+    const int top = std::clamp(room, 0, hostimpl::FOCUS_RING);
+    return {left, top, right - left + 1, metrics.height()};
 }
 
 QRect TPropertyWidget::TRow::ValuePlace(int left, int right) const
@@ -61,6 +66,9 @@ void TPropertyWidget::TRow::OnPaint()
     } else {
         hostimpl::DrawPanel(painter, m_widget.rect());
     }
+    if (m_widget.hasFocus() || m_isEditing) {
+        hostimpl::DrawFocusRing(painter, m_widget.rect());
+    }
     QRect place = m_widget.rect().adjusted(PADDING, 4, -PADDING, -4);
     if (!iconName.isEmpty()) {
         const QRect picture(place.x(), place.center().y() - ICON_SIZE / 2, ICON_SIZE, ICON_SIZE);
@@ -75,9 +83,6 @@ void TPropertyWidget::TRow::OnPaint()
                      painter.fontMetrics().elidedText(name, Qt::ElideMiddle, head.width()));
     if (m_type == eChoice) {
         DrawValue(painter, place);
-    }
-    if (m_widget.hasFocus() || m_isEditing) {
-        hostimpl::DrawFocusRing(painter, m_widget.rect());
     }
 }
 

@@ -73,14 +73,16 @@ bool TTransferProgress::IsMoving() const
 
 int TTransferProgress::HeightFor(int width) const
 {
-    return isHidden() ? 0 : m_bar.height() + GAP + m_text.heightForWidth(width);
+    const int bar = m_bar.isHidden() ? 0 : m_bar.height() + GAP;
+    return isHidden() ? 0 : bar + m_text.heightForWidth(width);
 }
 
 void TTransferProgress::Refresh()
 {
     const bool isShown = m_isRunning && Current();
     if (isShown) {
-        m_bar.SetPercent(Current()->percent);
+        m_bar.SetPercent(Current()->percent.value_or(0));
+        m_bar.setVisible(Current()->percent.has_value());
         m_text.setText(Current()->text);
     }
     setVisible(isShown);

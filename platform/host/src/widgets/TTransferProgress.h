@@ -31,7 +31,8 @@ public:
     QString Text() const { return m_text.text(); }
 
 Q_SIGNALS:
-    // The height is another, or IsMoving(). A place for the dialog takes time to compute.
+    // The height or IsMoving() has changed. Other changes need no new place for the dialog, which
+    // takes time to compute.
     void Changed();
 
 private:

@@ -94,8 +94,8 @@ private:
     std::uint64_t m_generation = 0;
     std::int64_t m_oldestNews = 0; // the snapshot contains all events up to this one
     std::unordered_map<std::int64_t, std::int64_t> m_newestEventOfFile;
-    // Files that our own request found removed, before the stream reported it. An older "added" may
-    // still arrive.
+    // Files that our own request found removed, before the stream reported the removal. An older
+    // event may still add them.
     std::unordered_set<std::int64_t> m_goneBeforeEvent;
     // Files that the stream reported as removed. The answer to their upload may still arrive.
     std::unordered_set<std::int64_t> m_removedByEvent;

@@ -39,7 +39,7 @@ public:
         return m_parser.Feed(bytes, sizeBytes) && !m_end.IsSet();
     }
 
-    bool IsForMuch() const override { return false; }
+    bool WantsLargeBuffer() const override { return false; }
 
     // Set if an event ended the stream.
     const Failure& End() const { return m_end; }

@@ -15,11 +15,11 @@ struct EventHandlers
     std::function<void(const AccountEvent&)> onEvent;
 };
 
-// Reads the stream until it ends, on the calling thread, which also runs the handlers. With the
-// policy of ECall::eEvents a silent stream counts as dead before the second of two missing comments
-// is due.
+// Reads the stream until it ends. The calling thread also runs the handlers. With the policy of
+// ECall::eEvents, a stream counts as dead if one heartbeat is missing and the next heartbeat is
+// nearly due.
 // Errors: eSessionEnded: the service ended the session. eCursorTooOld: fetch a new snapshot. After
-// any other failure, and after none, the stream resumes after the last event.
+// any other failure, and after an orderly end, the next stream begins after the last event.
 Failure ReadEventStream(ApiClient& api, const ApiCall& call, const std::string& cursor,
                         const EventHandlers& handlers);
 

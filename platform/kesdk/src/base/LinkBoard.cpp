@@ -36,8 +36,8 @@ std::weak_ptr<LinkBoard>& Published()
 
 } // namespace
 
-LinkBoard::LinkBoard(std::unique_ptr<Clock> clock, WallClock wallClock)
-    : m_clock(std::move(clock)), m_wallClock(std::move(wallClock))
+LinkBoard::LinkBoard(std::unique_ptr<Clock> clock, WallTime wallTime)
+    : m_clock(std::move(clock)), m_wallTime(std::move(wallTime))
 {
     m_status.session = kesdkimpl::ESession::eLoggedOut;
 }
@@ -174,7 +174,7 @@ kesdkimpl::Moment LinkBoard::MomentNow() const
 std::int64_t LinkBoard::WallS(Clock::Time time) const
 {
     const auto ahead = duration_cast<milliseconds>(time - m_clock->Now());
-    return duration_cast<std::chrono::seconds>(m_wallClock() + ahead).count();
+    return duration_cast<std::chrono::seconds>(m_wallTime() + ahead).count();
 }
 
 void LinkBoard::TakeProblem(kesdkimpl::EProblem problem)

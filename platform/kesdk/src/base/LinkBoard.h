@@ -21,9 +21,9 @@ namespace kesdk::impl {
 class LinkBoard
 {
 public:
-    // The wall clock gives the time since 1970.
-    using WallClock = std::function<std::chrono::milliseconds()>;
-    LinkBoard(std::unique_ptr<Clock> clock, WallClock wallClock);
+    // The console's clock: the time since 1970.
+    using WallTime = std::function<std::chrono::milliseconds()>;
+    LinkBoard(std::unique_ptr<Clock> clock, WallTime wallTime);
     LinkBoard(); // on the real clocks
 
     // A new login forgets the problem from before.
@@ -74,7 +74,7 @@ private:
         std::deque<Sample> samples; // the youngest is last
     };
 
-    // All of them: the caller holds the mutex.
+    // The caller of the following functions holds the mutex.
     kesdkimpl::Moment MomentNow() const;
     std::int64_t WallS(Clock::Time time) const;
     void TakeProblem(kesdkimpl::EProblem problem);
@@ -82,7 +82,7 @@ private:
     kesdkimpl::TransferStatus Describe(const Transfer& transfer) const;
 
     const std::unique_ptr<Clock> m_clock;
-    const WallClock m_wallClock;
+    const WallTime m_wallTime;
     mutable std::mutex m_mutex; // guards everything below
     kesdkimpl::LinkStatus m_status;
     std::optional<Transfer> m_transfer;

@@ -16,18 +16,18 @@ namespace kesdk::impl {
 // All requests of one operation have this in common.
 struct ApiCall
 {
-    std::string token;          // the session's token; empty only for a login
-    std::string serviceAndUser; // address and user's id: for journals, which outlive the session
+    std::string token;   // the session's token; empty only for a login
+    std::string account; // the service's address and the user's id, for journals; may be empty
     AbortCheck abort;
     TransferReport report; // reports an upload or download
     CallPolicy policy = PolicyOf(ECall::eAccount);
     std::optional<Clock::Time> lastStart; // no attempt begins later
 };
 
-// The user's id in ApiCall::serviceAndUser.
-inline std::string UserIdOf(const std::string& serviceAndUser)
+// The user's id in an ApiCall::account.
+inline std::string UserIdOf(const std::string& account)
 {
-    return serviceAndUser.substr(serviceAndUser.rfind('\n') + 1);
+    return account.substr(account.rfind('\n') + 1);
 }
 
 struct NewUpload
@@ -83,7 +83,7 @@ public:
                       bool sharing);
     Failure PostPosition(const ApiCall& call, const api::Position& position);
 
-    // Tells which files the console has fetched. A repeated report changes nothing.
+    // Tells which files the console has fetched and unpacked. A repeated report changes nothing.
     Failure PostFetches(const ApiCall& call, const std::vector<FetchRecord>& fetches);
 
     // A running operation asks its abort check at once.

@@ -163,7 +163,7 @@ void FillEvent(AccountEvent& event, const json& data)
 {
     if (event.kind == EAccountEvent::eSessionEnded)
         return;
-    ToId(data.at("container").at("id")); // throws: a document of the service has this id
+    ToId(data.at("container").at("id")); // throws if the id is missing
     if (event.kind == EAccountEvent::eInboxAdded)
         event.inbox = ToInbox(data.at("entry"));
     else
@@ -279,8 +279,14 @@ std::string PositionJson(const api::Position& position)
 std::string FetchesJson(const std::vector<FetchRecord>& fetches)
 {
     json list = json::array();
-    for (const FetchRecord& fetch : fetches)
-        list.push_back({{"file", fetch.fileId}, {"age_s", fetch.ageS}});
+    for (const FetchRecord& fetch : fetches) {
+        json entry{{"file", fetch.fileId}, {"age_s", fetch.ageS}};
+        if (fetch.unpackedAgeS)
+            entry["unpacked_age_s"] = *fetch.unpackedAgeS;
+        else if (!fetch.unpackErrorUtf8.empty())
+            entry["unpack_error"] = fetch.unpackErrorUtf8;
+        list.push_back(std::move(entry));
+    }
     return json{{"fetches", std::move(list)}}.dump();
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -93,6 +94,10 @@ struct FetchRecord
 {
     std::int64_t fileId = 0;
     std::int64_t ageS = 0; // since the digest was verified
+    // The result of the unpacking. If both are empty, the console does not know the result. The
+    // error has at most 255 characters. An unpacked file may have the error of an earlier attempt.
+    std::optional<std::int64_t> unpackedAgeS; // at most ageS
+    std::string unpackErrorUtf8;
 };
 
 enum class EAccountEvent {

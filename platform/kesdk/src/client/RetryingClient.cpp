@@ -1,5 +1,6 @@
 #include "client/RetryingClient.h"
 
+#include "client/Problems.h"
 #include "http/HttpDate.h"
 
 #include <algorithm>
@@ -12,8 +13,6 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr std::chrono::seconds kLongestRetryAfter = std::chrono::hours(24);
-
-constexpr int kPassingStatus[] = {429, 502, 503, 504};
 
 // A proxy before the service sends these. The service may have carried the request out.
 constexpr int kAnswerLostStatus[] = {502, 504};
@@ -31,12 +30,6 @@ bool IsRepeatable(const HttpRequest& request)
     if (request.source || request.sink)
         return false;
     return request.isRepeatable || Holds(kIdempotentMethods, std::string_view(request.method));
-}
-
-bool IsWorthRepeating(const HttpOutcome& outcome)
-{
-    return outcome.failure.IsSet() ? MayPass(outcome.failure)
-                                   : Holds(kPassingStatus, outcome.response.status);
 }
 
 // Whether this attempt may have reached the service without an answer of the service itself.
@@ -98,11 +91,11 @@ HttpOutcome RetryingClient::Perform(HttpRequest request, const CallPolicy& polic
         HttpOutcome outcome = m_transport.Perform(request, abort);
         mayHaveRun = mayHaveRun || outcome.mayHaveRunBefore;
         outcome.mayHaveRunBefore = mayHaveRun;
-        if (attempt >= policy.attempts || !IsRepeatable(request) || !IsWorthRepeating(outcome))
+        const Failure failure = FailureOf(outcome);
+        if (attempt >= policy.attempts || !IsRepeatable(request) || !MayPass(failure))
             return outcome;
         mayHaveRun = mayHaveRun || MayHaveRun(outcome);
-        const auto retryAfter = RetryAfter(outcome.response);
-        const milliseconds delay = m_timing.Delay(policy.backoff, attempt, retryAfter);
+        const milliseconds delay = m_timing.Delay(policy.backoff, attempt, failure.retryAfter);
         const bool isTooLate = lastStart && m_timing.Now() + delay >= *lastStart;
         if (isTooLate || (policy.total.count() > 0 && delay >= rest()))
             return outcome;

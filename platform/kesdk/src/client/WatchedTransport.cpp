@@ -98,7 +98,7 @@ public:
         m_notes.Contact();
         return m_sink.Write(bytes, sizeBytes);
     }
-    bool IsForMuch() const override { return m_sink.IsForMuch(); }
+    bool WantsLargeBuffer() const override { return m_sink.WantsLargeBuffer(); }
 
 private:
     BodySink& m_sink;

@@ -20,12 +20,16 @@ Connection::Connection(Lines lines, Lasting lasting)
       m_requestLine(std::move(lines.requests), *m_board),
       m_sessionLine(std::move(lines.session), *m_board),
       m_positionLine(std::move(lines.positions), *m_board),
-      m_uploads(m_requestLine.Api(), m_requestLine.Timing(), lasting.journalFolder),
-      m_downloads(m_requestLine.Api(), m_requestLine.Timing()),
-      m_fetches(lasting.journalFolder, m_requestLine.Timing(), RealConsoleFacts().wallTimeS),
+      m_uploads(m_requestLine.Api(), m_requestLine.Timing(), lasting.journalFolder,
+                lasting.console.wallTimeS),
+      m_downloads(m_requestLine.Api(), m_requestLine.Timing(), lasting.console.wallTimeS),
+      m_fetches(lasting.journalFolder, m_requestLine.Timing(), lasting.console.wallTimeS,
+                lasting.console.asleep),
       m_session({m_sessionLine.Api(), m_sessionLine.Timing(), m_state, m_snapshot, m_dispatcher,
                  [this](const Failure& failure) { TakeLoginFailure(failure); }}),
-      m_positions(m_positionLine, m_fetches, [this](std::int32_t id) { EndSession(id); })
+      m_positions(m_positionLine, m_fetches, [this](std::int32_t id) { return EndSession(id); }),
+      m_unpackingResults(
+          [this](const char* path, const char* errorUtf8) { NoteUnpacking(path, errorUtf8); })
 {}
 
 bool Connection::Login(const std::wstring& userName, const std::wstring& password, const void*,
@@ -50,7 +54,7 @@ bool Connection::Logout()
 {
     m_errors.clear();
     const SessionState::Ended ended = m_state.End();
-    if (!ended.wasAnything)
+    if (!ended.wasActive)
         return Refuse(Failure(EErrorCode::eNotLoggedIn), {});
     m_session.Wake();
     m_positions.Clear();
@@ -105,7 +109,7 @@ std::optional<Connection::Operation> Connection::Begin(ECall kind, std::wstring 
     }
     Operation operation{session.id, {}, std::move(subject)};
     operation.call.token = session.token;
-    operation.call.serviceAndUser = Account();
+    operation.call.account = Account();
     operation.call.abort = [this, id = session.id, abort = m_abort] {
         return m_state.Current().id != id || IsAborted(abort);
     };
@@ -140,7 +144,7 @@ bool Connection::Conclude(const Operation& operation, Failure failure)
         m_reportBackoff.Restore();
         if (m_state.IsLinkLost())
             m_session.ReconnectNow();
-        ReportFetches(operation);
+        ReportFetches({operation.sessionId, operation.call.token, operation.call.account});
     }
     return !failure.IsSet() || Refuse(failure, operation.subject);
 }
@@ -152,10 +156,11 @@ bool Connection::Refuse(const Failure& failure, const std::wstring& subject)
 }
 
 // Thread: the caller's, or the positions'.
-void Connection::EndSession(std::int32_t sessionId)
+bool Connection::EndSession(std::int32_t sessionId)
 {
-    m_state.Lost(sessionId);
+    const bool wasCurrent = m_state.Lost(sessionId);
     m_sessionLine.Api().Wake();
+    return wasCurrent;
 }
 
 // Thread: the session's.

@@ -9,6 +9,8 @@
 #include "connection/ReportBackoff.h"
 #include "connection/SessionState.h"
 #include "connection/SessionThread.h"
+#include "connection/UnpackingResults.h"
+#include "http/ConsoleFacts.h"
 #include "kesdk/api/IEnterpriseConnection.h"
 #include "transfer/Downloads.h"
 #include "transfer/FetchReports.h"
@@ -43,9 +45,10 @@ public:
         std::string service;              // the service's base URL
         std::string journalFolder;        // for uploads' journals; empty: they lie beside the files
         std::shared_ptr<LinkBoard> board; // empty: the connection makes one
+        ConsoleFacts console;
     };
 
-    explicit Connection(Lines lines, Lasting lasting = {});
+    Connection(Lines lines, Lasting lasting);
 
     bool Login(const std::wstring& userName, const std::wstring& password, const void* reserved,
                std::uint32_t reservedFlags) override;
@@ -90,13 +93,16 @@ private:
     bool Conclude(const Operation& operation, Failure failure);
     bool Refuse(const Failure& failure, const std::wstring& subject);
     std::string Account() const;
-    void EndSession(std::int32_t sessionId);
+    // Returns whether the session was still current.
+    bool EndSession(std::int32_t sessionId);
     void TakeLoginFailure(const Failure& failure);
     Result<FileRecord> FindFile(const Operation& operation, std::int64_t fileId);
     // Removes a file from the snapshot if the service no longer has it.
     Failure NoteIfGone(std::int64_t fileId, const Failure& failure);
     // If there are fetches to report, the sender sends them when the link is idle.
-    void ReportFetches(const Operation& operation);
+    void ReportFetches(const PositionSender::Sender& sender);
+    // From any thread.
+    void NoteUnpacking(const char* path, const char* errorUtf8);
     // False, with an error record, during the pause.
     bool ApplyReportBackoff(Operation& operation);
     // Sends the environment report that an earlier link failure left pending.
@@ -139,6 +145,7 @@ private:
     FetchReports m_fetches;
     SessionThread m_session;
     PositionSender m_positions;
+    const UnpackingResults m_unpackingResults;
 };
 
 } // namespace kesdk::impl

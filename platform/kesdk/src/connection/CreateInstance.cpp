@@ -61,7 +61,7 @@ std::string FromEnvironment(const char* name)
 // KESDK_STATE_FOLDER, or else `kesdk` in XDG_STATE_HOME. Empty if neither is set.
 std::string JournalFolder()
 {
-    const std::string given = FromEnvironment("KESDK_STATE_FOLDER");
+    std::string given = FromEnvironment("KESDK_STATE_FOLDER");
     const std::string shared = FromEnvironment("XDG_STATE_HOME");
     if (!given.empty() || shared.empty() || shared.front() != '/')
         return given;
@@ -89,7 +89,7 @@ bool CreateKESDKInstance(IEnterpriseConnection** out, const char* url)
         const auto board = std::make_shared<LinkBoard>();
         *out = new Connection(
             {MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust)},
-            {*baseUrl, JournalFolder(), board});
+            {*baseUrl, JournalFolder(), board, RealConsoleFacts()});
         LinkBoard::Publish(board);
     } catch (const std::exception&) { // no memory, or no thread
         return false;

@@ -74,10 +74,10 @@ Connection::GetProjectResources(std::int64_t projectId)
 api::EnterpriseResourceWithContent Connection::GetResourceWithContent(std::int64_t resourceId)
 {
     const std::optional<Operation> operation = Begin(ECall::eGetter);
-    if (!operation)
-        return {};
     if (auto known = m_snapshot.Resource(resourceId))
         return std::move(*known);
+    if (!operation)
+        return {};
     const Result<ResourceRecord> fetched =
         m_requestLine.Api().GetResource(operation->call, resourceId);
     if (!End(*operation, fetched.failure))
@@ -142,7 +142,7 @@ bool Connection::Download(std::int64_t resourceId, const wchar_t* localPath)
     const Transferring transferring(*this);
     const Failure failure = m_downloads.Fetch(operation->call, file.value, ToUtf8(path));
     if (!failure.IsSet())
-        m_fetches.Note(operation->call.serviceAndUser, resourceId);
+        m_fetches.Note(operation->call.account, resourceId, ToUtf8(path));
     return End(*operation, NoteIfGone(resourceId, failure));
 }
 
@@ -242,15 +242,21 @@ bool Connection::ReportPosition(const api::Position& position)
     if (!operation)
         return false;
     m_positions.Put(position,
-                    {operation->sessionId, operation->call.token, operation->call.serviceAndUser});
+                    {operation->sessionId, operation->call.token, operation->call.account});
     return true;
 }
 
-void Connection::ReportFetches(const Operation& operation)
+void Connection::ReportFetches(const PositionSender::Sender& sender)
 {
-    if (m_state.IsCurrent(operation.sessionId) && m_fetches.HasAny(operation.call.serviceAndUser))
-        m_positions.SendFetchesWhenIdle(
-            {operation.sessionId, operation.call.token, operation.call.serviceAndUser});
+    if (m_state.IsCurrent(sender.sessionId) && m_fetches.HasAny(sender.account))
+        m_positions.SendFetchesWhenIdle(sender);
+}
+
+void Connection::NoteUnpacking(const char* path, const char* errorUtf8)
+{
+    const SessionKey session = m_state.Current();
+    m_fetches.NoteUnpacking(path, errorUtf8);
+    ReportFetches({session.id, session.token, Account()});
 }
 
 Result<FileRecord> Connection::FindFile(const Operation& operation, std::int64_t fileId)

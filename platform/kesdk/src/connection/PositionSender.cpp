@@ -116,13 +116,11 @@ bool PositionSender::Send(Report report, std::uint64_t generation)
 {
     ApiCall call;
     call.token = report.sender.token;
-    call.abort = [this, generation] { return IsOver(generation); };
+    call.abort = [this, generation] { return HasEnded(generation); };
     call.policy = PolicyOf(ECall::ePosition);
     const Failure failure = m_line.Api().PostPosition(call, report.position);
-    if (failure.Is(EErrorCode::eSessionEnded)) {
+    if (failure.Is(EErrorCode::eSessionEnded) && m_onSessionEnded(report.sender.sessionId))
         m_refusedGeneration = generation;
-        m_onSessionEnded(report.sender.sessionId);
-    }
     if (!IsLinkFailure(failure) || --report.triesLeft <= 0)
         return !failure.IsSet();
     const std::lock_guard lock(m_mutex);
@@ -136,23 +134,24 @@ bool PositionSender::SendFetches(const Sender& sender, std::uint64_t generation)
     if (m_refusedGeneration == generation)
         return true;
     Timing& timing = m_line.Timing();
-    if (m_isTransferring || IsOver(generation) || timing.Now() < m_nextFetches)
+    if (m_isTransferring || HasEnded(generation) || timing.Now() < m_nextFetches)
         return false;
     ApiCall call;
     call.token = sender.token;
-    call.serviceAndUser = sender.serviceAndUser;
-    call.abort = [this, generation] { return IsOver(generation); };
+    call.account = sender.account;
+    call.abort = [this, generation] { return HasEnded(generation); };
     call.policy = PolicyOf(ECall::eFetches);
     Failure failure;
     bool isRest = false;
     do {
         failure = m_fetches.Send(m_line.Api(), call);
-        isRest = m_fetches.HasAny(sender.serviceAndUser);
+        isRest = m_fetches.HasAny(sender.account);
     } while (!failure.IsSet() && isRest && !MustYield(generation));
     if (failure.Is(EErrorCode::eAborted))
         return false;
-    if (failure.Is(EErrorCode::eSessionEnded))
-        m_onSessionEnded(sender.sessionId);
+    // A login may have come between the check of the session and SendFetchesWhenIdle.
+    if (failure.Is(EErrorCode::eSessionEnded) && !m_onSessionEnded(sender.sessionId))
+        return true;
     if (EndsFetches(failure))
         m_refusedGeneration = generation;
     m_failedFetches = failure.IsSet() ? m_failedFetches + 1 : 0;
@@ -175,7 +174,7 @@ bool PositionSender::WaitUntilIdle(std::uint64_t generation)
 bool PositionSender::MustYield(std::uint64_t generation)
 {
     const std::lock_guard lock(m_mutex);
-    return IsOver(generation) || m_isTransferring || m_next;
+    return HasEnded(generation) || m_isTransferring || m_next;
 }
 
 } // namespace kesdk::impl

@@ -29,14 +29,15 @@ namespace kesdk::impl {
 class PositionSender
 {
 public:
-    using SessionEnded = std::function<void(std::int32_t sessionId)>;
+    // Returns whether the session was still current.
+    using SessionEnded = std::function<bool(std::int32_t sessionId)>;
 
     // The session in whose name a report is sent.
     struct Sender
     {
         std::int32_t sessionId = 0;
         std::string token;
-        std::string serviceAndUser; // for the fetches
+        std::string account; // for the fetches
     };
 
     // The handler runs on this thread, when the service has ended the session. `line` and `fetches`
@@ -67,7 +68,7 @@ private:
     bool SendFetches(const Sender& sender, std::uint64_t generation);
     bool WaitUntilIdle(std::uint64_t generation);
     bool MustYield(std::uint64_t generation);
-    bool IsOver(std::uint64_t generation) const
+    bool HasEnded(std::uint64_t generation) const
     {
         return m_isStopping || m_generation != generation;
     }

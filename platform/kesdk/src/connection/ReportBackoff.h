@@ -43,7 +43,9 @@ public:
         if (std::exchange(m_isStreamLost, isLost) && !isLost)
             Restore();
     }
+    // Whether the next report gets only one attempt of 2 s.
     bool IsShort() const { return m_isShort || m_isStreamLost; }
+    // Whether no report is sent now.
     bool IsPausing() const { return m_isShort && m_clock.Now() < m_pausesUntil; }
 
 private:

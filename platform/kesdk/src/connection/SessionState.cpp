@@ -61,13 +61,14 @@ void SessionState::StreamAlive(std::int32_t id)
         m_board.NoteStream();
 }
 
-void SessionState::Lost(std::int32_t id)
+bool SessionState::Lost(std::int32_t id)
 {
     const std::lock_guard lock(m_mutex);
     if (id != m_id || !HasSession())
-        return;
+        return false;
     m_token.clear();
     Change(EPhase::eNone, api::eNotLoggedIn, ESession::eSessionEnded);
+    return true;
 }
 
 SessionState::Ended SessionState::End()

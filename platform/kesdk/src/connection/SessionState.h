@@ -52,13 +52,13 @@ public:
     void LinkRestored(std::int32_t id);
     // The event stream has sent something.
     void StreamAlive(std::int32_t id);
-    // The service ended the session.
-    void Lost(std::int32_t id);
+    // The service ended the session. Returns whether there was such a session.
+    bool Lost(std::int32_t id);
 
     struct Ended
     {
-        bool wasAnything = false; // there was a session or a login
-        std::string token;        // empty if there was no session yet
+        bool wasActive = false; // there was a session or a login
+        std::string token;      // empty if there was no session yet
     };
     Ended End();
 

@@ -120,10 +120,9 @@ Failure SessionThread::LogIn(Login& login, Progress& progress)
 Failure SessionThread::FetchAccount(const Progress& progress)
 {
     ApiCall call = CallFor(progress);
-    if (!progress.isEstablished) {
-        call.policy = PolicyOf(ECall::eFirstAccount);
+    call.policy = PolicyOf(progress.isEstablished ? ECall::eAccount : ECall::eFirstAccount);
+    if (!progress.isEstablished)
         call.lastStart = progress.accepted + kLoginLimit;
-    }
     Result<AccountRecord> account = m_dependencies.api.GetAccount(call);
     if (!account || HasEnded(progress.id))
         return account.failure;
@@ -184,23 +183,25 @@ Failure SessionThread::PrepareNextStream(Progress& progress, Failure failure)
     m_mustReconnectNow = false; // before listeners can see that the link is lost
     if (!isTooOld || failure.IsSet())
         m_dependencies.state.LinkLost(progress.id, failure);
+    Timing& timing = m_dependencies.timing;
     const CallPolicy policy = PolicyOf(ECall::eEvents);
-    const Clock::Time next = m_dependencies.timing.Now() + failure.retryAfter.value_or(seconds(0));
+    const Clock::Time now = timing.Now();
+    const Clock::Time next = now + failure.retryAfter.value_or(seconds(0));
     const bool isTheLast =
         progress.attempts >= policy.attempts || next >= progress.accepted + kLoginLimit;
     if (!progress.isEstablished && isTheLast)
         return failure.IsSet() ? failure : Failure(EErrorCode::eDropped, "the stream ends at once");
-    milliseconds pause =
-        m_dependencies.timing.Delay(policy.backoff, progress.attempts, failure.retryAfter);
-    if (progress.isEstablished && failure.WasNeverSent())
-        pause =
-            m_dependencies.timing.Delay(kSearchBackoff, 1, {}) -
-            std::chrono::duration_cast<milliseconds>(m_dependencies.timing.Now() - progress.begun);
+    // While no connection comes about, the pause counts from the start of the last attempt.
+    const bool isSearching = progress.isEstablished && failure.WasNeverSent();
+    const milliseconds pause =
+        isSearching ? timing.Delay(kSearchBackoff, 1, {}) -
+                          std::chrono::duration_cast<milliseconds>(now - progress.begun)
+                    : timing.Delay(policy.backoff, progress.attempts, failure.retryAfter);
     const AbortCheck endsPause = [this, id = progress.id] {
         return HasEnded(id) || m_mustReconnectNow;
     };
     if (pause.count() > 0)
-        m_dependencies.timing.Sleep(pause, endsPause);
+        timing.Sleep(pause, endsPause);
     return HasEnded(progress.id) ? Failure(EErrorCode::eAborted) : Failure();
 }
 

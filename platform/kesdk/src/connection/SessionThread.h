@@ -42,8 +42,8 @@ public:
     };
 
     explicit SessionThread(Dependencies dependencies);
-    // Ends running work at once. Ends the session on the service, also of a login in progress, if
-    // the service answers within 2 s.
+    // Ends running work at once. If the service answers within 2 s, the session ends on the service
+    // too. This includes the session of a login in progress.
     ~SessionThread();
     SessionThread(const SessionThread&) = delete;
     SessionThread& operator=(const SessionThread&) = delete;

@@ -34,6 +34,13 @@ constexpr CodeRow kCurlRows[] = {
     {CURLE_ABORTED_BY_CALLBACK, EErrorCode::eAborted},
 };
 
+// Errors of the system after which a host has answered, or has stayed silent.
+constexpr CodeRow kConnectRows[] = {
+    {ECONNREFUSED, EErrorCode::eRefused},
+    {ECONNRESET, EErrorCode::eDropped},
+    {ETIMEDOUT, EErrorCode::eConnectTimeout},
+};
+
 constexpr CodeRow kVerifyRows[] = {
     {X509_V_ERR_CERT_HAS_EXPIRED, EErrorCode::eCertificateExpired},
     {X509_V_ERR_CERT_NOT_YET_VALID, EErrorCode::eCertificateNotYetValid},
@@ -98,8 +105,8 @@ Failure TranslateCurlError(CURLcode code, const CurlFacts& facts)
              std::any_of(std::begin(kNoTls), std::end(kNoTls),
                          [text](std::string_view words) { return Holds(text, words); }))
         meaning = EErrorCode::eCaptivePortal;
-    else if (code == CURLE_COULDNT_CONNECT && facts.osError != ECONNREFUSED)
-        meaning = EErrorCode::eUnreachable;
+    else if (code == CURLE_COULDNT_CONNECT)
+        meaning = CodeOf(kConnectRows, facts.osError, EErrorCode::eUnreachable);
     return Failure(meaning, "curl " + std::to_string(code) + ": " + std::string(text));
 }
 

@@ -148,7 +148,7 @@ void CurlTransport::SetCommonOptions(const HttpRequest& request)
     curl_easy_setopt(easy, CURLOPT_TCP_KEEPALIVE, 1L);
     // CurlTransfer watches the connecting: libcurl would also end a handshake that makes progress.
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, kNeverMs);
-    const bool isDownload = request.sink && request.sink->IsForMuch();
+    const bool isDownload = request.sink && request.sink->WantsLargeBuffer();
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, isDownload ? kLargeBufferBytes : kSmallBufferBytes);
     curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE,
                      request.source ? kLargeBufferBytes : kSmallBufferBytes);

@@ -58,8 +58,8 @@ public:
     virtual bool Accept(const HttpResponse& head) = 0;
     // False ends the transfer.
     virtual bool Write(const char* bytes, std::size_t sizeBytes) = 0;
-    // Whether a large buffer is worth its memory.
-    virtual bool IsForMuch() const { return true; }
+    // Whether the body is large enough for a large buffer.
+    virtual bool WantsLargeBuffer() const { return true; }
 };
 
 // A transfer that moves fewer than `stallBytes` in a `stallWindow` has stalled.

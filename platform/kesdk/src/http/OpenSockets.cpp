@@ -11,7 +11,7 @@ namespace kesdk::impl {
 
 namespace {
 
-// 0 when it has none.
+// 0 if the socket has no local port.
 long LocalPortOf(curl_socket_t socket)
 {
     sockaddr_storage address{};

@@ -36,7 +36,7 @@ int FindIssuer(X509** issuer, X509_STORE_CTX* verification, X509* certificate)
     const int found = X509_STORE_CTX_get1_issuer(issuer, verification, certificate);
     if (found < 0 || (found > 0 && IsInTime(*issuer)))
         return found;
-    if (found > 0) // the system may have a later one of the same name
+    if (found > 0) // the system may have a valid authority of the same name
         X509_free(*issuer);
     X509_STORE* const store = X509_STORE_CTX_get0_store(verification);
     static_cast<const TrustStore*>(X509_STORE_get_ex_data(store, OwnerIndex()))->ReadSystemsFile();

@@ -82,33 +82,24 @@ Failure Downloads::Fetch(const ApiCall& call, const FileRecord& file, const std:
 {
     if (!IsUsableServiceName(file.name))
         return Failure(EErrorCode::eUnusableServiceName, "the service's name for the file");
-    SweepOnce(localPath);
+    const std::string folder = FolderOf(localPath);
+    if (const std::int64_t nowS = m_wallTimeS(); MustSearch(m_searchedFolders, folder, nowS))
+        RemoveStalePartFiles(folder, nowS);
     call.report.Begin(kesdkimpl::EDirection::eDownload, ToUtf8(file.name), file.sizeBytes);
     PartFile part;
-    const PartOrigin origin{call.serviceAndUser, file.id, file.etag, file.sizeBytes,
-                            file.sha256Hex};
+    const PartOrigin origin{call.account, file.id, file.etag, file.sizeBytes, file.sha256Hex};
     if (Failure failure = part.Open(localPath, origin, call.abort); failure.IsSet())
         return failure;
     Job job{call, file, part, {m_timing, m_givenUpAt, call.abort, part.SizeBytes(), call.report}};
     job.call.policy = PolicyOf(ECall::eContent);
     call.report.ReachOffset(part.SizeBytes());
-    const Failure failure =
+    Failure failure =
         job.transfer.Run([&] { return FetchRest(job); }).NotFoundAs(EErrorCode::eFileGone);
     if (!failure.IsSet())
         return part.Commit();
     if (!MustRemovePart(failure))
         part.Keep();
     return failure;
-}
-
-void Downloads::SweepOnce(const std::string& localPath)
-{
-    const std::string folder = FolderOf(localPath);
-    const std::int64_t nowS = m_wallTimeS();
-    if (IsClockWrong(nowS, std::nullopt))
-        return; // try again at the next download
-    if (m_sweptFolders.insert(folder).second)
-        RemoveStalePartFiles(folder, nowS);
 }
 
 Downloads::Attempt Downloads::FetchRest(Job& job)

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "client/ApiClient.h"
-#include "http/ConsoleFacts.h"
 #include "transfer/PartFile.h"
 #include "transfer/ResumableTransfer.h"
 #include "transfer/StaleFiles.h"
@@ -31,7 +30,7 @@ public:
         ResumableTransfer transfer;
     };
 
-    Downloads(ApiClient& api, Timing& timing, WallClock wallTimeS = RealConsoleFacts().wallTimeS)
+    Downloads(ApiClient& api, Timing& timing, WallClock wallTimeS)
         : m_api(api), m_timing(timing), m_wallTimeS(std::move(wallTimeS))
     {}
 
@@ -44,12 +43,11 @@ private:
 
     Attempt FetchRest(Job& job);
     Attempt Verify(Job& job);
-    void SweepOnce(const std::string& localPath);
 
     ApiClient& m_api;
     Timing& m_timing;
     WallClock m_wallTimeS;
-    std::set<std::string> m_sweptFolders;
+    std::set<std::string> m_searchedFolders;
     std::optional<Clock::Time> m_givenUpAt;
 };
 

@@ -1,7 +1,10 @@
 #include "transfer/FetchReports.h"
 
 #include "base/DigestText.h"
+#include "base/Text.h"
+#include "client/ApiJson.h"
 #include "transfer/JournalFile.h"
+#include "transfer/Paths.h"
 
 #include <nlohmann/json.hpp>
 
@@ -20,12 +23,13 @@ namespace kesdk::impl {
 namespace {
 
 using nlohmann::json;
-using std::chrono::seconds;
 
-constexpr const char* kSuffix = ".fetched";
-constexpr std::size_t kMostKept = 1000;         // stays below the largest size of a journal
-constexpr std::size_t kMostInARequest = 100;    // the service takes no more
-constexpr std::int64_t kMostAgeS = 366 * kDayS; // the service takes no larger age
+constexpr std::string_view kSuffix = ".fetched";
+constexpr std::size_t kMostKept = 1000; // stays below the largest size of a journal
+// The request has 5 s, and a slow link brings 1 KB/s. Fewer than 100 records fit: the service takes
+// no more.
+constexpr std::size_t kMostRequestBytes = 2'000;
+constexpr std::size_t kMostErrorLetters = 255; // the service takes no more
 constexpr std::int64_t kMostUnsentS = 30 * kDayS;
 
 // The service will not take these notes later either. A proxy may send any other status.
@@ -36,48 +40,116 @@ bool IsDecided(const Failure& failure)
                                          failure.httpStatus) != std::end(kStatuses);
 }
 
-std::int64_t SecondsBetween(Clock::Time from, Clock::Time to)
+bool HasSameResult(const FetchNote& note, const FetchRecord& sent)
 {
-    const auto age = std::chrono::duration_cast<seconds>(to - from).count();
-    return std::clamp<std::int64_t>(age, 0, kMostAgeS);
+    return note.unpackedAt.has_value() == sent.unpackedAgeS.has_value() &&
+           note.unpackError == sent.unpackErrorUtf8;
+}
+
+std::string JournalOf(const std::string& account)
+{
+    return HexDigestOf(account) + std::string(kSuffix);
+}
+
+void DropOldest(std::vector<FetchNote>& notes)
+{
+    const auto waiting = std::find_if(notes.begin(), notes.end(),
+                                      [](const FetchNote& note) { return !note.MustBeSent(); });
+    notes.erase(waiting == notes.end() ? notes.begin() : waiting);
+}
+
+void DropOld(std::vector<FetchNote>& notes, Clock::Time now)
+{
+    const auto isOld = [now](const FetchNote& note) {
+        return !note.MustBeSent() && now - note.at > std::chrono::seconds(kLongestAgeS);
+    };
+    notes.erase(std::remove_if(notes.begin(), notes.end(), isOld), notes.end());
 }
 
 } // namespace
 
-FetchReports::FetchReports(std::string folder, const Clock& clock, WallClock wallTimeS)
-    : m_folder(std::move(folder)), m_clock(clock), m_wallTimeS(std::move(wallTimeS))
+FetchReports::FetchReports(std::string folder, const Clock& clock, WallClock wallTimeS,
+                           std::function<std::chrono::milliseconds()> asleep)
+    : m_folder(std::move(folder)),
+      m_clock(clock),
+      m_wallTimeS(std::move(wallTimeS)),
+      m_asleep(std::move(asleep))
 {}
 
-void FetchReports::Note(const std::string& account, std::int64_t fileId)
+void FetchReports::Note(const std::string& account, std::int64_t fileId, const std::string& path)
 {
     const std::lock_guard lock(m_mutex);
     if (account.empty())
         return;
-    Notes& notes = Of(account);
+    const std::string journal = JournalOf(account);
+    Notes& notes = Of(journal);
     Fetches& fetches = notes.fetches;
-    const auto isKnown = [fileId](const Fetch& fetch) { return fetch.fileId == fileId; };
-    if (std::any_of(fetches.begin(), fetches.end(), isKnown))
+    DropOld(fetches, Steady());
+    const auto known =
+        std::find_if(fetches.begin(), fetches.end(),
+                     [fileId](const FetchNote& note) { return note.fileId == fileId; });
+    if (known == fetches.end()) {
+        fetches.push_back({fileId, Steady(), MarkOf(path), false, std::nullopt, {}});
+        while (fetches.size() > kMostKept)
+            DropOldest(fetches);
+    } else {
+        // The service keeps the time of the first fetch. It keeps an error until the file is
+        // unpacked.
+        known->mark = MarkOf(path);
+        known->isSent = false;
+        known->unpackError.clear();
+    }
+    Store(journal, notes);
+}
+
+void FetchReports::NoteUnpacking(const char* path, const char* errorUtf8)
+{
+    const std::string mark = MarkOf(path);
+    const std::lock_guard lock(m_mutex);
+    if (mark.empty())
         return;
-    fetches.push_back({fileId, m_clock.Now()});
-    if (fetches.size() > kMostKept)
-        fetches.erase(fetches.begin(), fetches.end() - kMostKept);
-    Store(account, notes);
+    // Another operator may have fetched the file in an earlier run.
+    const auto isJournal = [](std::string_view name) { return !Without(name, kSuffix).empty(); };
+    for (const std::string& journal : FilesIn(m_folder, isJournal))
+        Of(NameOf(journal));
+    std::string error;
+    if (errorUtf8)
+        error = *errorUtf8 ? ToUtf8(ToWide(errorUtf8).substr(0, kMostErrorLetters)) : "unknown";
+    for (auto& [journal, notes] : m_notes) {
+        bool isChanged = false;
+        for (FetchNote& note : notes.fetches) {
+            const bool isNew = !errorUtf8 || note.unpackError != error;
+            if (note.mark != mark || note.unpackedAt || !isNew)
+                continue;
+            note.unpackError = error;
+            note.isSent = false;
+            if (!errorUtf8)
+                note.unpackedAt = Steady();
+            isChanged = true;
+        }
+        if (isChanged)
+            Store(journal, notes);
+    }
 }
 
 bool FetchReports::HasAny(const std::string& account)
 {
     const std::lock_guard lock(m_mutex);
-    return !account.empty() && !Of(account).fetches.empty();
+    if (account.empty())
+        return false;
+    const Fetches& fetches = Of(JournalOf(account)).fetches;
+    return std::any_of(fetches.begin(), fetches.end(),
+                       [](const FetchNote& note) { return note.MustBeSent(); });
 }
 
 Failure FetchReports::Send(ApiClient& api, const ApiCall& call)
 {
-    const std::vector<FetchRecord> records = Records(call.serviceAndUser);
+    const std::vector<FetchRecord> records = Records(call.account);
     if (records.empty())
         return {};
     Failure failure = api.PostFetches(call, records);
     if (IsDecided(failure))
-        Forget(call.serviceAndUser, records);
+        TakeAsSent(call.account, records);
     return failure;
 }
 
@@ -87,86 +159,89 @@ std::vector<FetchRecord> FetchReports::Records(const std::string& account)
     std::vector<FetchRecord> records;
     if (account.empty())
         return records;
-    const Clock::Time now = m_clock.Now();
-    for (const Fetch& fetch : Of(account).fetches) {
-        if (records.size() < kMostInARequest)
-            records.push_back({fetch.fileId, SecondsBetween(fetch.at, now)});
+    const Clock::Time now = Steady();
+    std::size_t bytes = 0;
+    for (const FetchNote& note : Of(JournalOf(account)).fetches) {
+        if (!note.MustBeSent())
+            continue;
+        const FetchRecord record = RecordOf(note, now);
+        bytes += FetchesJson({record}).size();
+        if (!records.empty() && bytes > kMostRequestBytes)
+            break;
+        records.push_back(record);
     }
     return records;
 }
 
-void FetchReports::Forget(const std::string& account, const std::vector<FetchRecord>& sent)
+// If the result came during the request, the note stays and is sent again.
+void FetchReports::TakeAsSent(const std::string& account, const std::vector<FetchRecord>& sent)
 {
     const std::lock_guard lock(m_mutex);
-    Notes& notes = Of(account);
-    Fetches& fetches = notes.fetches;
-    const auto wasSent = [&sent](const Fetch& fetch) {
-        return std::any_of(sent.begin(), sent.end(), [&fetch](const FetchRecord& record) {
-            return record.fileId == fetch.fileId;
-        });
-    };
-    fetches.erase(std::remove_if(fetches.begin(), fetches.end(), wasSent), fetches.end());
-    Store(account, notes);
+    const std::string journal = JournalOf(account);
+    Notes& notes = Of(journal);
+    Fetches kept;
+    for (FetchNote& note : notes.fetches) {
+        const auto record =
+            std::find_if(sent.begin(), sent.end(), [&note](const FetchRecord& candidate) {
+                return candidate.fileId == note.fileId;
+            });
+        if (record != sent.end() && HasSameResult(note, *record))
+            note.isSent = true;
+        if (note.MustBeSent() || note.MayHaveMore())
+            kept.push_back(std::move(note));
+    }
+    notes.fetches = std::move(kept);
+    Store(journal, notes);
 }
 
-FetchReports::Notes& FetchReports::Of(const std::string& account)
+FetchReports::Notes& FetchReports::Of(const std::string& journal)
 {
-    Notes& notes = m_notes[account];
+    Notes& notes = m_notes[journal];
     if (notes.hasJournal)
         return notes;
-    if (const std::optional<Fetches> earlier = Read(account)) {
+    if (const std::optional<Fetches> earlier = Read(journal)) {
         notes.fetches.insert(notes.fetches.begin(), earlier->begin(), earlier->end());
         notes.hasJournal = true;
     }
     return notes;
 }
 
-// The steady clock does not outlast the console, so the journal has times of the console's clock.
-void FetchReports::Store(const std::string& account, const Notes& notes) const
+void FetchReports::Store(const std::string& journal, const Notes& notes) const
 {
     if (m_folder.empty() || !notes.hasJournal)
         return;
     if (notes.fetches.empty()) {
-        RemoveJournal(JournalPath(account));
+        RemoveJournal(PathOf(journal));
         return;
     }
     std::error_code ignored;
     if (std::filesystem::create_directories(m_folder, ignored))
         ::chmod(m_folder.c_str(), 0700);
-    const Clock::Time now = m_clock.Now();
-    const std::int64_t nowS = m_wallTimeS();
+    const TwoClocks now = Now();
     json list = json::array();
-    for (const Fetch& fetch : notes.fetches)
-        list.push_back({fetch.fileId, nowS - SecondsBetween(fetch.at, now)});
-    WriteJournal(JournalPath(account), ToJournalText({{"fetches", std::move(list)}}), ESync::eNo);
+    for (const FetchNote& note : notes.fetches)
+        list.push_back(ToJson(note, now));
+    WriteJournal(PathOf(journal), ToJournalText({{"fetches", std::move(list)}}), ESync::eNo);
 }
 
-std::optional<FetchReports::Fetches> FetchReports::Read(const std::string& account) const
+std::optional<FetchReports::Fetches> FetchReports::Read(const std::string& journal) const
 {
     Fetches fetches;
     if (m_folder.empty())
         return fetches;
-    const std::int64_t nowS = m_wallTimeS();
-    RemoveOldJournals(m_folder, kSuffix, nowS, kMostUnsentS);
-    const Result<std::string> text = ReadJournal(JournalPath(account));
+    const TwoClocks now = Now();
+    RemoveOldJournals(m_folder, kSuffix, now.wallS, kMostUnsentS);
+    const Result<std::string> text = ReadJournal(PathOf(journal));
     if (text.failure.Is(EErrorCode::eFileUnreadable))
         return std::nullopt;
     const json document = json::parse(std::string_view(text.value), nullptr, false);
     const json list = document.is_object() ? document.value("fetches", json()) : json();
     for (const json& entry : list) {
-        if (!entry.is_array() || entry.size() != 2 || !entry[0].is_number_integer() ||
-            !entry[1].is_number_integer() || fetches.size() >= kMostKept)
-            continue;
-        const std::int64_t atS = std::max<std::int64_t>(entry[1].get<std::int64_t>(), 0);
-        const std::int64_t ageS = std::clamp<std::int64_t>(nowS - atS, 0, kMostAgeS);
-        fetches.push_back({entry[0].get<std::int64_t>(), m_clock.Now() - seconds(ageS)});
+        std::optional<FetchNote> note = ReadFetchNote(entry, now);
+        if (note && fetches.size() < kMostKept)
+            fetches.push_back(std::move(*note));
     }
     return fetches;
-}
-
-std::string FetchReports::JournalPath(const std::string& account) const
-{
-    return m_folder + '/' + HexDigestOf(account) + kSuffix;
 }
 
 } // namespace kesdk::impl

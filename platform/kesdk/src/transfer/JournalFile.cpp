@@ -25,7 +25,7 @@ namespace {
 
 constexpr std::string_view kFirstLine = "kesdk journal 1\n";
 constexpr std::size_t kDigestBytes = 64; // in hexadecimal
-constexpr std::size_t kMostBytes = std::size_t{64} * 1024;
+constexpr std::size_t kMostBytes = std::size_t{2} * 1024 * 1024;
 constexpr const char* kNewSuffix = ".new";
 
 struct Content

@@ -89,8 +89,7 @@ void PartFile::Remove()
 // whole file. Fails only if it is aborted.
 Result<bool> PartFile::Resume(const PartOrigin& origin, const AbortCheck& abort)
 {
-    if (origin.serviceAndUser.empty() ||
-        ReadJournal(m_paths.journal).value != ToPartJournal(origin))
+    if (origin.account.empty() || ReadJournal(m_paths.journal).value != ToPartJournal(origin))
         return false;
     FileHandle file(::open(m_paths.part.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat found = {};
@@ -124,7 +123,7 @@ Failure PartFile::Create(const PartOrigin& origin)
     // Removes an older part file first: open must not follow a link of this name.
     Remove();
     // Before the part file: a part file without a journal would never be removed.
-    m_hasJournal = !origin.serviceAndUser.empty() && origin.sizeBytes >= kWorthKeepingBytes &&
+    m_hasJournal = !origin.account.empty() && origin.sizeBytes >= kWorthKeepingBytes &&
                    WriteJournal(m_paths.journal, ToPartJournal(origin));
     m_path = m_hasJournal ? m_paths.part : m_paths.loosePart;
     m_file = FileHandle(

@@ -53,7 +53,7 @@ PartPaths PartPathsOf(const std::string& folder, std::string name, std::size_t l
 
 std::string ToPartJournal(const PartOrigin& origin)
 {
-    return ToJournalText({{"account", origin.serviceAndUser},
+    return ToJournalText({{"account", origin.account},
                           {"file", origin.fileId},
                           {"etag", origin.etag},
                           {"size", origin.sizeBytes},

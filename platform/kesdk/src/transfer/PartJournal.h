@@ -11,7 +11,7 @@ namespace kesdk::impl {
 // or service is never resumed.
 struct PartOrigin
 {
-    std::string serviceAndUser; // empty: the part file is not kept
+    std::string account; // empty: the part file is not kept
     std::int64_t fileId = 0;
     std::string etag;
     std::int64_t sizeBytes = 0;

@@ -40,14 +40,12 @@ bool IsDecided(const Failure& failure)
 void PendingDeletions::Add(const ApiCall& call, const std::vector<FileRecord>& copies)
 {
     ReadOnce();
-    const std::string& account = call.serviceAndUser;
     for (const FileRecord& file : copies) {
-        Copy copy{account, file.id, '"' + file.sha256Hex + '"', {}};
-        const std::string path = JournalPath(m_folder, account, file.id);
-        if (!m_folder.empty() && !account.empty() &&
-            WriteJournal(
-                path,
-                ToJournalText({{"account", account}, {"file", copy.fileId}, {"etag", copy.etag}})))
+        Copy copy{call.account, file.id, '"' + file.sha256Hex + '"', {}};
+        const std::string path = JournalPath(m_folder, call.account, file.id);
+        const std::string text =
+            ToJournalText({{"account", copy.account}, {"file", copy.fileId}, {"etag", copy.etag}});
+        if (!m_folder.empty() && !copy.account.empty() && WriteJournal(path, text))
             copy.journal = path;
         m_copies.push_back(std::move(copy));
     }
@@ -98,7 +96,7 @@ void PendingDeletions::Run(ApiClient& api, Timing& timing, const ApiCall& call)
 // A journal without an address is of an earlier version: it fits every service.
 bool PendingDeletions::IsOf(const ApiCall& call, const Copy& copy)
 {
-    return copy.account == call.serviceAndUser || copy.account == UserIdOf(call.serviceAndUser);
+    return copy.account == call.account || copy.account == UserIdOf(call.account);
 }
 
 void PendingDeletions::ReadOnce()

@@ -40,7 +40,7 @@ public:
 private:
     struct Copy
     {
-        std::string account; // ApiCall::serviceAndUser; in an old journal the user's id alone
+        std::string account; // ApiCall::account; in an old journal the user's id alone
         std::int64_t fileId = 0;
         std::string etag;
         std::string journal; // its path; may be empty

@@ -72,4 +72,9 @@ std::vector<std::string> StaleFiles(const std::string& folder,
     return files;
 }
 
+bool MustSearch(std::set<std::string>& searched, const std::string& folder, std::int64_t nowS)
+{
+    return !IsClockWrong(nowS, std::nullopt) && searched.insert(folder).second;
+}
+
 } // namespace kesdk::impl

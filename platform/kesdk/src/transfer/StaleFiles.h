@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,5 +32,9 @@ bool RepairDateAndCheckAge(const std::string& path, std::int64_t nowS,
 std::vector<std::string> StaleFiles(const std::string& folder,
                                     const std::function<bool(std::string_view)>& isMeant,
                                     std::int64_t nowS, std::int64_t longestAgeS = kLongestAgeS);
+
+// Whether the folder is to be searched for stale files now: once in a run, while the clock is
+// right. Adds the folder to `searched`.
+bool MustSearch(std::set<std::string>& searched, const std::string& folder, std::int64_t nowS);
 
 } // namespace kesdk::impl

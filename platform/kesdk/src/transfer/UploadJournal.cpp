@@ -78,7 +78,7 @@ UploadJournal::UploadJournal(std::string folder, WallClock wallTimeS)
 
 Result<std::string> UploadJournal::RemoveOtherAndFind(const UploadOrigin& origin)
 {
-    SweepBeside(origin.path);
+    RemoveStaleBeside(origin.path);
     const Places places = PlacesOf(origin);
     if (const auto known = m_known.find(places.back());
         known != m_known.end() &&
@@ -146,12 +146,13 @@ UploadJournal::Places UploadJournal::PlacesOf(const UploadOrigin& origin) const
     return {m_folder.empty() ? m_folder : m_folder + '/' + file, folder + '.' + file};
 }
 
-void UploadJournal::SweepBeside(const std::string& path)
+void UploadJournal::RemoveStaleBeside(const std::string& path)
 {
     const std::string folder = FolderOf(path);
-    if (!m_sweptFolders.insert(folder).second)
+    const std::int64_t nowS = m_wallTimeS();
+    if (!MustSearch(m_searchedFolders, folder, nowS))
         return;
-    for (const std::string& stale : StaleFiles(folder, &IsBesideName, m_wallTimeS())) {
+    for (const std::string& stale : StaleFiles(folder, &IsBesideName, nowS)) {
         if (IsJournalOrTorn(stale))
             RemoveJournal(stale);
     }

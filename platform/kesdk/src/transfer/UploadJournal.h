@@ -70,11 +70,11 @@ private:
     using Places = std::array<std::string, 2>; // in the library's folder, beside the file
 
     Places PlacesOf(const UploadOrigin& origin) const;
-    void SweepBeside(const std::string& path);
+    void RemoveStaleBeside(const std::string& path);
 
     const std::string m_folder;
     const WallClock m_wallTimeS;
-    std::set<std::string> m_sweptFolders;
+    std::set<std::string> m_searchedFolders;
     std::map<std::string, Known> m_known; // by the place beside the file
 };
 

@@ -82,12 +82,9 @@ Failure Uploads::Open(Job& job, const std::string& localPath)
                           state.upload.lengthBytes);
     const timespec modified = state.file.ModifiedAt();
     // The service's address is left out: it may change, and no other service knows a random key.
-    state.origin = {UserIdOf(job.call.serviceAndUser),
-                    localPath,
-                    state.file.SizeBytes(),
-                    modified.tv_sec,
-                    modified.tv_nsec,
-                    state.upload.targetInboxIds};
+    state.origin = {UserIdOf(job.call.account), localPath,
+                    state.file.SizeBytes(),     modified.tv_sec,
+                    modified.tv_nsec,           state.upload.targetInboxIds};
     const Result<std::string> key = m_journal.RemoveOtherAndFind(state.origin);
     if (!key || key.value.empty())
         return key ? UseNewKey(job) : key.failure;

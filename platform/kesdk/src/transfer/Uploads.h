@@ -2,7 +2,6 @@
 #pragma once
 
 #include "client/ApiClient.h"
-#include "http/ConsoleFacts.h"
 #include "transfer/PendingDeletions.h"
 #include "transfer/ResumableTransfer.h"
 #include "transfer/UploadFile.h"
@@ -56,8 +55,8 @@ public:
         UploadRecord result;
     };
 
-    Uploads(ApiClient& api, Timing& timing, const std::string& journalFolder = {},
-            const WallClock& wallTimeS = RealConsoleFacts().wallTimeS)
+    Uploads(ApiClient& api, Timing& timing, const std::string& journalFolder,
+            const WallClock& wallTimeS)
         : m_api(api),
           m_timing(timing),
           m_journal(journalFolder, wallTimeS),
@@ -66,9 +65,10 @@ public:
 
     Result<UploadState> Send(const ApiCall& call, const std::string& localPath,
                              const std::vector<std::int64_t>& targetInboxIds);
-    // The last look at the file before the caller removes it: whether it still is what was sent.
-    // The copy of a file that changed is deleted. The copy of a removed file stays: it may be the
-    // last one. Gives the new files in the order of the targets. Blocks only if the file changed.
+    // Checks whether the file is still the file that was sent, because the caller removes the file
+    // next. If the file changed, deletes its copy on the service, which blocks. If the file was
+    // removed, the copy stays: it may be the last one. Gives the new files in the order of the
+    // targets.
     Result<std::vector<FileRecord>> Confirm(const ApiCall& call, const UploadState& state);
 
 private:

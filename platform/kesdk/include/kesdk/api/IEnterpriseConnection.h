@@ -35,8 +35,8 @@ public:
     IEnterpriseConnection(const IEnterpriseConnection&) = delete;
     IEnterpriseConnection& operator=(const IEnterpriseConnection&) = delete;
 
-    // Ends running work and joins the connection's threads; a session is ended on the service too,
-    // if it can be reached within 2 s. Once it returns, no listener call is running or will start.
+    // Ends running work and joins the connection's threads. Ends the session on the service too, if
+    // the service answers within 2 s. Afterwards no listener call is running or will start.
     virtual ~IEnterpriseConnection() = default;
 
     // Starts a login. The outcome arrives as connection states: 1, then 3 or 4. True if the login
@@ -60,7 +60,7 @@ public:
 
     // The listener gets the kinds of events that it names, until Unsubscribe. Not owned.
     virtual void Subscribe(ISubscriable* listener) = 0;
-    // Once it returns, no call of the listener is running or will start.
+    // Afterwards no call of the listener is running or will start.
     virtual void Unsubscribe(ISubscriable* listener) = 0;
 
     // Answered from the snapshot of the account while the event stream is open or the service does
@@ -68,6 +68,8 @@ public:
     virtual std::vector<EnterpriseProject> GetProjects() = 0;
     virtual std::list<EnterpriseResourceWithContent>
     GetProjectResources(std::int64_t projectId) = 0;
+    // The snapshot also answers after the service has ended the session: a missing record would
+    // mean that the file is gone. The transfer that follows tells the end of the session.
     virtual EnterpriseResourceWithContent GetResourceWithContent(std::int64_t resourceId) = 0;
     virtual CurrentUser GetCurrentUser() = 0;
 

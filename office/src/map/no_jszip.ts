@@ -1,0 +1,2 @@
+// An empty module in the place of jszip: see vite.config.ts.
+export default undefined;

@@ -1,0 +1,59 @@
+// Uploads that an earlier page has begun. The browser gives the file only when the user chooses it again.
+import {signal} from '@preact/signals';
+import {defaultOptions, Upload, type PreviousUpload} from 'tus-js-client';
+import {inboxes} from './farm';
+
+/** The service deletes an upload without progress after this time. */
+const longestMs = 7 * 24 * 3600 * 1000;
+/** A tab holds this lock while it sends. */
+const lockName = 'kelvo-sending';
+
+export interface LeftUpload {
+  key: string;
+  name: string;
+  size: number;
+  targets: readonly number[];
+  /** Empty without a note. */
+  note: string;
+  address: string;
+}
+
+export const leftUploads = signal<readonly LeftUpload[]>([]);
+
+/** An upload continues if the same file goes to the same inboxes with the same note. */
+export const fingerprintOf = (file: File, targets: readonly number[], note: string): string =>
+  ['kelvo', file.name, file.size, file.lastModified, targets.join(','), note].join('|');
+
+/** Lists nothing while another tab sends: these uploads are not left. */
+export async function findLeftUploads(): Promise<void> {
+  const {held = []} = await navigator.locks.query();
+  const all = held.some(({name}) => name === lockName) ? [] : await defaultOptions.urlStorage.findAllUploads();
+  const left = all.map(leftUpload);
+  leftUploads.value = left.filter(({targets}, index) =>
+    targets.every((id) => inboxes.value.has(id)) && Date.now() - Date.parse(all[index]!.creationTime) < longestMs);
+}
+
+/** Holds the lock until `whenDone` is settled. */
+export function noteSending(whenDone: Promise<unknown>): void {
+  void navigator.locks.request(lockName, {mode: 'shared'}, () => whenDone);
+}
+
+export const isSame = ({key, targets, note}: LeftUpload, file: File): boolean =>
+  key.startsWith(`tus::${fingerprintOf(file, targets, note)}::`);
+
+/** Takes the upload from the list, for example because it continues. */
+export function unlist(upload: LeftUpload): void {
+  leftUploads.value = leftUploads.value.filter((each) => each !== upload);
+}
+
+/** Deletes the bytes on the service. The service also deletes them by itself after some days. */
+export async function removeLeft(upload: LeftUpload): Promise<void> {
+  unlist(upload);
+  await defaultOptions.urlStorage.removeUpload(upload.key);
+  await Upload.terminate(upload.address).catch(() => undefined);
+}
+
+function leftUpload({size, metadata, urlStorageKey, uploadUrl}: PreviousUpload): LeftUpload {
+  const {name = '', targets = '', note = ''} = metadata;
+  return {key: urlStorageKey, name, size: size ?? 0, targets: targets.split(',').map(Number), note, address: uploadUrl ?? ''};
+}

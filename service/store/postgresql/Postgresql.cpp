@@ -1,0 +1,311 @@
+// The module for PostgreSQL. Only a service with this database loads the module and libpq.
+#include "service/store/Dialect.h"
+#include "service/store/Errors.h"
+#include "service/store/PostgresqlModule.h"
+#include "service/store/postgresql/ConnectText.h"
+#include "service/store/postgresql/Exchange.h"
+#include "service/store/postgresql/PostgresqlNotices.h"
+#include "service/store/postgresql/Statements.h"
+
+#include <soci/postgresql/soci-postgresql.h>
+#include <soci/soci.h>
+
+#include <random>
+#include <string_view>
+#include <thread>
+
+namespace kelvo::store {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int oldestServer = 130000; // pg_current_xact_id()
+
+// The keys of the advisory locks: the bytes of "kelvo" and a number.
+constexpr const char* writeLock = "118083355569921";
+constexpr const char* formerSchemaLock = "118083355569922"; // of programs before schema 24
+
+// Other locks have keys of two numbers: one of these, then the scope's or the schema's.
+constexpr int farmLocks = 118083355;
+constexpr int uploadLocks = 118083356;
+constexpr int schemaLocks = 118083357;
+
+constexpr unsigned mostWriters = 4;
+
+constexpr auto answerLimit = 35s; // longer than the server's own limits below
+constexpr auto settleLimit = 20s; // longer than the limit of an idle transaction
+constexpr auto settleAnswer = 5s; // of one attempt
+constexpr auto settlePause = 200ms;
+
+// The last statement keeps a stronger setting, such as a standby that has to confirm each commit.
+constexpr const char* settings =
+    "SET client_encoding = 'UTF8'; SET client_min_messages = 'error';"
+    " SET statement_timeout = '30s'; SET lock_timeout = '8s';"
+    " SET idle_in_transaction_session_timeout = '15s';"
+    " SELECT current_setting('server_encoding'), set_config('synchronous_commit',"
+    " CASE current_setting('synchronous_commit') WHEN 'off' THEN 'on'"
+    " ELSE current_setting('synchronous_commit') END, false)";
+
+constexpr const char* transactionId =
+    "SELECT CAST(pg_current_xact_id() AS TEXT) || ':' ||"
+    " substr(pg_walfile_name(pg_current_wal_lsn()), 1, 8)"; // with the server's timeline
+
+/** Takes the locks of the scopes of a kind, in their order. Empty if there are none. */
+std::string lockAll(const Scopes& scopes, Scope::EKind kind, int key)
+{
+    std::string numbers;
+    for (const Scope& scope : scopes) {
+        if (scope.kind == kind) {
+            numbers += (numbers.empty() ? "" : ",") + std::to_string(scope.number);
+        }
+    }
+    return numbers.empty() ? ""
+                           : " SELECT pg_advisory_xact_lock(" + std::to_string(key) +
+                                 ", n) FROM unnest('{" + numbers + "}'::INTEGER[]) n;";
+}
+
+/** The statements for the first two steps of the order in Scope.h. */
+std::string lockStatements(const Scopes& scopes)
+{
+    if (scopes.contains(Scope::all())) {
+        return std::string(" SELECT pg_advisory_xact_lock(") + writeLock + ");";
+    }
+    return std::string(" SELECT pg_advisory_xact_lock_shared(") + writeLock + ");" +
+           lockAll(scopes, Scope::EKind::Farm, farmLocks) +
+           lockAll(scopes, Scope::EKind::Upload, uploadLocks);
+}
+
+std::string randomName()
+{
+    std::random_device random;
+    return std::to_string(random()) + std::to_string(random());
+}
+
+enum class EOutcome { Committed, RolledBack, Unknown };
+
+std::string schemaLock(const std::string& number)
+{
+    return std::to_string(schemaLocks) + ", " + number;
+}
+
+/** Waits 2 s for older programs: the server keeps a closed connection's locks for a moment. */
+void lockOlderSchemas(PGconn& connection, int oldest)
+{
+    try {
+        execute(connection,
+                std::string("SET LOCAL lock_timeout = '2s'; SELECT pg_advisory_xact_lock(") +
+                    formerSchemaLock + "); SELECT pg_advisory_xact_lock(" + schemaLock("n") +
+                    ") FROM generate_series(0, " + std::to_string(oldest - 1) +
+                    ") n; SET LOCAL lock_timeout = '8s'",
+                answerLimit);
+    } catch (const StatementFailed& failure) {
+        if (failure.state() != "55P03") { // the lock is not available
+            throw;
+        }
+        throw SchemaInUse();
+    }
+}
+
+class Postgresql final : public Dialect
+{
+public:
+    explicit Postgresql(const std::string& url) : connectText_(connectText(url)) {}
+
+    std::unique_ptr<soci::session> connect() const override { return connect(answerLimit); }
+
+    std::unique_ptr<soci::session> connect(std::chrono::seconds limit) const
+    {
+        auto session = std::make_unique<soci::session>(statementFactory(), connectText_);
+        PGconn& connection = connectionOf(*session);
+        PQsetErrorVerbosity(&connection, PQERRORS_TERSE); // the details have values
+        PQsetNoticeProcessor(
+            &connection, [](void*, const char*) {}, nullptr);
+        if (PQserverVersion(&connection) < oldestServer) {
+            throw std::runtime_error("the database server is older than PostgreSQL 13");
+        }
+        if (textOf(execute(connection, settings, limit)) != "UTF8") {
+            throw std::runtime_error("the encoding of the database is not UTF8");
+        }
+        return session;
+    }
+
+    const char* beginRead() const override
+    {
+        return "BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY";
+    }
+
+    unsigned writers() const override { return mostWriters; }
+
+    /**
+     * Each statement sees what was committed before it, so after the locks the transaction sees all
+     * earlier changes of its scopes.
+     */
+    std::string beginWrite(soci::session& sql, const Scopes& scopes) const override
+    {
+        PGconn& connection = connectionOf(sql);
+        if (PQtransactionStatus(&connection) != PQTRANS_IDLE) {
+            throw std::runtime_error("the connection has an unfinished transaction");
+        }
+        return textOf(execute(connection,
+                              "BEGIN ISOLATION LEVEL READ COMMITTED READ WRITE;" +
+                                  lockStatements(scopes) + " " + transactionId,
+                              answerLimit));
+    }
+
+    void commit(soci::session& sql, const std::string& transaction,
+                const std::string& notice) const override
+    {
+        std::string statements = "COMMIT";
+        if (!notice.empty()) {
+            statements = std::string("SELECT pg_notify('") + noticeChannel + "', '" + name_ + " " +
+                         notice + "'); COMMIT";
+        }
+        try {
+            const Result result = execute(connectionOf(sql), statements, answerLimit);
+            if (std::string_view(PQcmdStatus(result.get())) != "COMMIT") {
+                throw std::runtime_error("the server has rolled the transaction back");
+            }
+            return;
+        } catch (const ConnectionLost&) {
+        } catch (const StatementFailed& failure) {
+            if (!failure.state().starts_with("57")) { // the server stops, or stops to wait
+                translate(failure);
+                throw;
+            }
+        }
+        settle(transaction);
+    }
+
+    bool isUsable(soci::session& sql) const override
+    {
+        return store::isUsable(rawConnectionOf(sql));
+    }
+
+    /** An instance shares the lock with the number of its schema. */
+    void relyOnSchema(soci::session& sql, int own, int oldest) const override
+    {
+        PGconn& connection = connectionOf(sql);
+        if (oldest > 0) {
+            lockOlderSchemas(connection, oldest);
+        }
+        execute(connection,
+                "SELECT pg_advisory_lock_shared(" + schemaLock(std::to_string(own)) + ")",
+                answerLimit);
+    }
+
+    /** EDurability::Later would save little time: the commits of several writers share syncs. */
+    const char* setDurability(EDurability) const override { return "SELECT 1"; }
+
+    std::unique_ptr<NoticeSource> listen() const override
+    {
+        return std::make_unique<PostgresqlNotices>(connect(), name_);
+    }
+
+    std::optional<long long> serverTimeMs(soci::session& sql) const override
+    {
+        long long timeMs = 0;
+        sql << "SELECT CAST(EXTRACT(EPOCH FROM clock_timestamp()) * 1000 AS BIGINT)",
+            soci::into(timeMs);
+        return timeMs;
+    }
+
+    std::optional<long long> serverSizeBytes(soci::session& sql) const override
+    {
+        long long bytes = 0;
+        sql << "SELECT pg_database_size(current_database())", soci::into(bytes);
+        return bytes;
+    }
+
+    void translate(const std::exception& error) const override
+    {
+        if (dynamic_cast<const ConnectionLost*>(&error) != nullptr) {
+            throw StoreBusy(error.what());
+        }
+        if (const auto* failure = dynamic_cast<const StatementFailed*>(&error)) {
+            throwFor(failure->state(), failure->what());
+        }
+        const auto* failure = dynamic_cast<const soci::soci_error*>(&error);
+        if (failure == nullptr) {
+            return;
+        }
+        const std::string what = failure->get_error_message();
+        if (const auto* statement = dynamic_cast<const soci::postgresql_soci_error*>(&error)) {
+            throwFor(statement->sqlstate(), what);
+            if (statement->sqlstate().find_first_not_of(' ') == std::string::npos) {
+                throw StoreBusy(ConnectionLost().what());
+            }
+        } else if (what.starts_with("Cannot establish connection")) {
+            throw StoreBusy(what);
+        }
+    }
+
+private:
+    /** The answer of the COMMIT is lost. */
+    void settle(const std::string& transaction) const
+    {
+        switch (outcomeOf(transaction)) {
+        case EOutcome::Committed:
+            return;
+        case EOutcome::RolledBack:
+            throw StoreBusy(ConnectionLost().what());
+        case EOutcome::Unknown:
+            throw CommitInDoubt("the database server does not tell whether it has committed");
+        }
+    }
+
+    /** Blocks until the server knows the outcome, or the limit passes. */
+    EOutcome outcomeOf(const std::string& transaction) const
+    {
+        const auto end = std::chrono::steady_clock::now() + settleLimit;
+        std::unique_ptr<soci::session> session;
+        while (std::chrono::steady_clock::now() < end) {
+            try {
+                if (!session) {
+                    session = connect(settleAnswer);
+                }
+                const EOutcome outcome = askOutcome(connectionOf(*session), transaction);
+                if (outcome != EOutcome::Unknown) {
+                    return outcome;
+                }
+            } catch (const std::exception&) {
+                session.reset();
+            }
+            std::this_thread::sleep_for(settlePause);
+        }
+        return EOutcome::Unknown;
+    }
+
+    /** A server with another timeline may have lost the transaction and used its id again. */
+    static EOutcome askOutcome(PGconn& connection, const std::string& transaction)
+    {
+        const auto colon = transaction.find(':');
+        const std::string status = textOf(
+            execute(connection,
+                    "SELECT CASE substr(pg_walfile_name(pg_current_wal_lsn()), 1, 8) WHEN '" +
+                        transaction.substr(colon + 1) + "' THEN pg_xact_status('" +
+                        transaction.substr(0, colon) + "') END",
+                    settleAnswer));
+        if (status == "committed") {
+            return EOutcome::Committed;
+        }
+        return status == "aborted" ? EOutcome::RolledBack : EOutcome::Unknown;
+    }
+
+    std::string connectText_;
+    std::string name_ = randomName(); // of this instance, in its notices
+};
+
+} // namespace
+
+} // namespace kelvo::store
+
+extern "C" __attribute__((visibility("default"))) const kelvo::store::PostgresqlModule*
+kelvoDescribeModule()
+{
+    static constexpr kelvo::store::PostgresqlModule module{
+        KELVO_SERVICE_VERSION, [](const std::string& url) -> kelvo::store::Dialect* {
+            return new kelvo::store::Postgresql(url);
+        }};
+    return &module;
+}

@@ -1,0 +1,173 @@
+// Several instances on one database: notices, lost connections, commits without an answer.
+#include "service/store/Errors.h"
+#include "service/store/EventTable.h"
+#include "service/store/SessionTable.h"
+#include "tests/service/store/InstancesFixture.h"
+#include "tests/service/support/DialectAround.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+
+namespace kelvo::test {
+namespace {
+
+TEST_P(Instances, TellTheOthersWhatTheyCommit)
+{
+    const store::User user = addFarmWithUser();
+    const auto here = database->listen();
+    const auto there = other->listen();
+    const auto change = [&user](store::Database& instance, const std::string& token) {
+        instance.writeNow([&](Transaction& t) {
+            store::addEvent(t, {user.farmId(), 0, "thing", 0, "{}", "", now});
+            store::removeSession(t, token);
+        });
+    };
+    const auto next = [](store::NoticeSource& source) {
+        std::vector<std::string> texts;
+        while (texts.empty()) {
+            texts = source.wait(std::chrono::seconds(60));
+        }
+        return texts;
+    };
+    change(*database, "aa");
+    EXPECT_THAT(next(*there), testing::ElementsAre("f1 saa"));
+    change(*other, "bb");
+    EXPECT_THAT(next(*here), testing::ElementsAre("f1 sbb")) << "also its own notice";
+}
+
+TEST_P(Instances, TellNothingOfAFailedChange)
+{
+    const auto there = other->listen();
+    EXPECT_THROW(write([](Transaction& t) {
+                     store::removeSession(t, "lost");
+                     throw std::logic_error("no");
+                 }),
+                 std::logic_error);
+    write([](Transaction& t) { store::removeSession(t, "kept"); });
+    EXPECT_THAT(there->wait(std::chrono::seconds(60)), testing::ElementsAre("skept"));
+}
+
+void endAllConnections(store::Database& database)
+{
+    database.readNow([](soci::session& sql) {
+        int ended = 0;
+        sql << "SELECT COUNT(pg_terminate_backend(pid)) FROM pg_stat_activity"
+               " WHERE datname = current_database() AND pid <> pg_backend_pid()",
+            soci::into(ended);
+        return ended;
+    });
+}
+
+TEST_P(Instances, ConnectAgainAfterTheServerHasEndedTheConnections)
+{
+    addFarm("Hill Farm");
+    read(store::countEnabledAdmins); // a connection for reading
+    endAllConnections(*other);
+    EXPECT_EQ(read(store::countEnabledAdmins), 0);
+    EXPECT_EQ(addFarm("Dale Farm").id, 2);
+}
+
+TEST_P(Instances, ChangeNothingIfTheConnectionIsLostInATransaction)
+{
+    bool doubted = false;
+    database->onDoubt([&doubted](const store::Notice&) { doubted = true; });
+    EXPECT_THROW(write([this](Transaction& t) {
+                     store::addFarm(t, "Lost Farm");
+                     endAllConnections(*other);
+                     store::addFarm(t, "Other Farm");
+                 }),
+                 store::StoreBusy);
+    EXPECT_FALSE(doubted);
+    EXPECT_EQ(addFarm("Hill Farm").id, 1);
+}
+
+TEST_P(Instances, RepeatAReadWhoseConnectionIsLost)
+{
+    addFarm("Hill Farm");
+    int runs = 0;
+    const std::size_t farms = read([this, &runs](soci::session& sql) {
+        if (++runs == 1) {
+            endAllConnections(*other);
+        }
+        return store::allFarms(sql).size();
+    });
+    EXPECT_EQ(farms, 1U);
+    EXPECT_EQ(runs, 2);
+}
+
+TEST_P(Instances, NoticeThatACommitRollsBack)
+{
+    const auto dialect = GetParam().connect(folder.Path());
+    const auto sql = dialect->connect();
+    const std::string transaction = dialect->beginWrite(*sql, {store::Scope::all()});
+    EXPECT_ANY_THROW(*sql << "SELECT no_such_column FROM farms");
+    EXPECT_THROW(dialect->commit(*sql, transaction, {}), std::runtime_error);
+    EXPECT_TRUE(dialect->isUsable(*sql));
+}
+
+/** Its connections end after they have sent a COMMIT: the answer is lost. */
+class DeafAtCommit final : public DialectAround
+{
+public:
+    using DialectAround::DialectAround;
+
+    std::unique_ptr<soci::session> connect() const override { return connectInner(); }
+
+    void commit(soci::session& sql, const std::string& transaction,
+                const std::string& notice) const override
+    {
+        const bool isDeaf = std::exchange(deaf, false);
+        for (int socket = 3; isDeaf && socket < 1024; ++socket) {
+            sockaddr_un peer{};
+            socklen_t size = sizeof peer;
+            if (::getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+                peer.sun_family == AF_UNIX &&
+                std::string_view(peer.sun_path).find("PGSQL") != std::string_view::npos) {
+                ::shutdown(socket, SHUT_RD);
+            }
+        }
+        DialectAround::commit(sql, transaction, notice);
+    }
+
+    mutable bool deaf = false;
+};
+
+TEST_P(Instances, LearnTheOutcomeOfACommitWithoutAnAnswer)
+{
+    auto dialect = std::make_unique<DeafAtCommit>(GetParam().connect(folder.Path()));
+    DeafAtCommit& link = *dialect;
+    store::Database instance(std::move(dialect));
+    link.deaf = true;
+    const store::Farm farm =
+        instance.writeNow([](Transaction& t) { return store::addFarm(t, "Hill Farm"); });
+    EXPECT_FALSE(link.deaf);
+    EXPECT_EQ(farm.id, 1);
+    EXPECT_EQ(read([](soci::session& sql) { return store::allFarms(sql).size(); }), 1U);
+}
+
+TEST_P(Instances, RefuseAPasswordInTheUrl)
+{
+    const std::string secret = "geheim";
+    for (const std::string& url : {"postgresql://kelvo:" + secret + "@db.example/kelvo",
+                                   "postgresql://db.example/kelvo?password=" + secret,
+                                   "postgresql://kelvo:" + secret + "@[db.example/kelvo"}) {
+        try {
+            store::makePostgresql(url);
+            ADD_FAILURE() << url;
+        } catch (const std::exception& error) {
+            EXPECT_THAT(error.what(), testing::Not(testing::HasSubstr(secret)));
+        }
+    }
+    EXPECT_ANY_THROW(store::makePostgresql("postgresql://db.example/kelvo?sslmode=require"));
+}
+
+} // namespace
+} // namespace kelvo::test
