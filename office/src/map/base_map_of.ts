@@ -35,8 +35,9 @@ async function describe(map: OlMap, onMissing: (isMissing: boolean) => void): Pr
       return found;
     } catch (error) {
       asked = undefined;
-      if (error instanceof ServiceError && (error.problem?.status ?? 500) < 500) return undefined;
-      onMissing(true);
+      const isRefused = error instanceof ServiceError && (error.problem?.status ?? 500) < 500;
+      onMissing(!isRefused);
+      if (isRefused) return undefined;
       await new Promise((resolve) => setTimeout(resolve, backoffMs(failures)));
     }
   }

@@ -18,7 +18,7 @@ export function keepLoading(map: OlMap, layer: BaseLayer, onMissing: (isMissing:
     tileCoord[0] === grid.getZForResolution(map.getView().getResolution() ?? 1, source.zDirection)
       && intersects(grid.getTileCoordExtent(tileCoord), map.getView().calculateExtent());
   const tell = () => {
-    for (const tile of missing) if (tile.getState() === TileState.EMPTY) missing.delete(tile);
+    for (const tile of missing) if (isSettled(tile) && missing.delete(tile)) map.render();
     if (missing.size === 0) failures = 0;
     onMissing([...missing].some(isVisible));
   };
@@ -34,13 +34,12 @@ export function keepLoading(map: OlMap, layer: BaseLayer, onMissing: (isMissing:
   };
   source.on('tileloaderror', ({tile}: TileSourceEvent) => {
     missing.add(tile);
+    tile.addEventListener('change', tell);
     tell();
     startTimer();
   });
-  source.on('tileloadend', ({tile}: TileSourceEvent) => {
-    if (!missing.delete(tile)) return;
-    map.render();
-    tell();
-  });
   map.on('moveend', tell);
 }
+
+/** An empty tile has no picture, or is out of the cache. The source has no event for it. */
+const isSettled = (tile: Tile): boolean => [TileState.LOADED, TileState.EMPTY].includes(tile.getState());

@@ -1,7 +1,7 @@
 // Uploads that an earlier page has begun. The browser gives the file only when the user chooses it again.
 import {signal} from '@preact/signals';
 import {defaultOptions, Upload, type PreviousUpload} from 'tus-js-client';
-import {inboxes} from './farm';
+import {inboxes, user} from './farm';
 
 /** The service deletes an upload without progress after this time. */
 const longestMs = 7 * 24 * 3600 * 1000;
@@ -20,17 +20,20 @@ export interface LeftUpload {
 
 export const leftUploads = signal<readonly LeftUpload[]>([]);
 
-/** An upload continues if the same file goes to the same inboxes with the same note. */
+/** All users of the browser share the storage. Only the owner of an upload can continue it. */
+const ownPrefix = (): string => `kelvo-${user.value?.id}|`;
+
+/** An upload continues if the same user sends the same file to the same inboxes with the same note. */
 export const fingerprintOf = (file: File, targets: readonly number[], note: string): string =>
-  ['kelvo', file.name, file.size, file.lastModified, targets.join(','), note].join('|');
+  ownPrefix() + [file.name, file.size, file.lastModified, targets.join(','), note].join('|');
 
 /** Lists nothing while another tab sends: these uploads are not left. */
 export async function findLeftUploads(): Promise<void> {
   const {held = []} = await navigator.locks.query();
   const all = held.some(({name}) => name === lockName) ? [] : await defaultOptions.urlStorage.findAllUploads();
   const left = all.map(leftUpload);
-  leftUploads.value = left.filter(({targets}, index) =>
-    targets.every((id) => inboxes.value.has(id)) && Date.now() - Date.parse(all[index]!.creationTime) < longestMs);
+  leftUploads.value = left.filter(({key, targets}, index) => key.startsWith(`tus::${ownPrefix()}`)
+    && targets.every((id) => inboxes.value.has(id)) && Date.now() - Date.parse(all[index]!.creationTime) < longestMs);
 }
 
 /** Holds the lock until `whenDone` is settled. */

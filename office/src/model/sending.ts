@@ -1,24 +1,15 @@
 // Files on their way to inboxes. An upload continues after a lost link, and after a reload if the same file is chosen.
 import {effect, signal, untracked} from '@preact/signals';
-import {DetailedError, Upload, type HttpResponse} from 'tus-js-client';
-import {apiPath, client} from '../api/client';
+import {Upload, type HttpResponse} from 'tus-js-client';
+import {apiPath} from '../api/client';
 import {digestOf} from './digest';
 import {user} from './farm';
-import {fingerprintOf, noteSending} from './left_uploads';
+import {fingerprintOf, leftUploads, noteSending} from './left_uploads';
 import {link} from './session';
+import {compare} from './stored_copy';
+import {failureOf, keepUpload, maySucceedLater, pauseMs, type Failure, type UploadError} from './upload_errors';
 
 export type SendingState = 'waiting' | 'sending' | 'paused' | 'done' | 'failed';
-
-/** Why a file was not sent. */
-export type Failure =
-  /** In the service's own sentence. */
-  | {kind: 'refused'; detail: string}
-  | {kind: 'noAnswer'}
-  | {kind: 'unreadable'}
-  /** The SHA-256 of the stored bytes is not the SHA-256 of the file. */
-  | {kind: 'changed'}
-  /** The page lacks a part, because the page on the service is new. */
-  | {kind: 'renewed'};
 
 export interface Sending {
   key: number;
@@ -31,14 +22,16 @@ export interface Sending {
   failure?: Failure;
 }
 
-/** The pauses between attempts. Then the upload waits until the page has its connection again. */
-const retryDelays = [0, 1000, 3000, 5000, 10_000, 20_000, 30_000, 60_000];
+/** The pauses between attempts to delete the bytes of a removed upload. */
+const deletionDelays = [0, 1000, 3000, 5000, 10_000, 20_000, 30_000, 60_000];
 const mostAtOnce = 2;
 
 interface Running {
   upload: Upload;
   digest: Promise<string | undefined>;
-  isUnreadable: boolean;
+  /** Failed attempts since the upload last had more bytes than before. */
+  failures: number;
+  mostBytes: number;
 }
 
 export const sendings = signal<readonly Sending[]>([]);
@@ -81,11 +74,11 @@ effect(() => {
 });
 
 effect(() => {
-  if (link.value.kind === 'live') untracked(resumeUnanswered);
+  if (link.value.kind === 'live') untracked(resumeWaiting);
 });
 
-function resumeUnanswered(): void {
-  for (const {key, failure} of sendings.value) if (failure?.kind === 'noAnswer') resume(key);
+function resumeWaiting(): void {
+  for (const {key, state} of sendings.value) if (state === 'waiting') resume(key);
 }
 
 // Other tabs learn that these uploads are not left, and the browser asks before it leaves the page.
@@ -107,6 +100,7 @@ function stopAll(): void {
   for (const {upload} of running.values()) void upload.abort();
   running.clear();
   sendings.value = [];
+  leftUploads.value = [];
 }
 
 function change(key: number, changes: Partial<Sending>): void {
@@ -119,7 +113,7 @@ function change(key: number, changes: Partial<Sending>): void {
 
 function startNext(): void {
   const count = sendings.value.filter(({state}) => state === 'sending').length;
-  const waiting = sendings.value.filter(({state}) => state === 'waiting');
+  const waiting = sendings.value.filter(({state, failure}) => state === 'waiting' && !failure);
   for (const {key} of waiting.slice(0, Math.max(0, mostAtOnce - count))) {
     change(key, {state: 'sending'});
     void run(key);
@@ -134,69 +128,58 @@ async function run(key: number): Promise<void> {
     const earlier = (await upload.findPreviousUploads())[0];
     if (earlier) upload.resumeFromPreviousUpload(earlier);
   }
-  upload.start();
+  if (isSending(key)) upload.start();
 }
 
+const isSending = (key: number): boolean => sendings.value.some((each) => each.key === key && each.state === 'sending');
+
 function begin(sending: Sending): Running {
-  const begun = {upload: newUpload(sending), digest: digestOf(sending.file), isUnreadable: false};
+  const begun: Running = {upload: newUpload(sending), digest: digestOf(sending.file), failures: 0, mostBytes: 0};
   running.set(sending.key, begun);
   return begun;
 }
 
 function newUpload({key, file, targets, note}: Sending): Upload {
-  const finish = (changes: Partial<Sending>) => {
-    change(key, changes);
-    startNext();
-  };
   return new Upload(file, {
     endpoint: `${apiPath}/uploads`,
-    retryDelays,
-    onShouldRetry: (error) => isWorthRetry(key, file, error),
+    retryDelays: deletionDelays,
+    onShouldRetry: (error) => error.originalRequest.getMethod() === 'DELETE' && maySucceedLater(error),
+    onAfterResponse: keepUpload,
     removeFingerprintOnSuccess: true,
     metadata: {name: file.name, targets: targets.join(','), ...(note && {note})},
     fingerprint: async () => fingerprintOf(file, targets, note),
-    onProgress: (sentBytes) => change(key, {sentBytes}),
-    onSuccess: async ({lastResponse}) => {
-      const failure = await compare(key, lastResponse);
-      finish(failure ? {state: 'failed', failure} : {state: 'done', sentBytes: file.size});
-    },
-    onError: async (error) => finish({state: 'failed', failure: await failureOf(error, file)}),
+    onProgress: (sentBytes) => noteProgress(key, sentBytes),
+    onSuccess: ({lastResponse}) => void takeSuccess(key, file, lastResponse),
+    onError: (error) => void takeError(key, file, error),
   });
 }
 
-/** The service's refusals are final. If the computer has no network, the upload tries again: the link is often back soon. */
-function isWorthRetry(key: number, file: File, {originalResponse: response}: DetailedError): boolean {
+function noteProgress(key: number, sentBytes: number): void {
   const begun = running.get(key);
-  if (!response) void isReadable(file).then((isFine) => {
-    if (begun) begun.isUnreadable = !isFine; // The next attempt learns it.
-  });
-  if (begun?.isUnreadable) return false;
-  const status = response?.getStatus() ?? 0;
-  return status < 400 || status >= 500 || status === 409 || status === 423 || status === 429;
+  if (begun && sentBytes > begun.mostBytes) Object.assign(begun, {failures: 0, mostBytes: sentBytes});
+  change(key, {sentBytes});
 }
 
-/** Returns nothing if the service has stored the bytes of the file. Otherwise deletes the copy; the next attempt starts anew. */
-async function compare(key: number, response: HttpResponse): Promise<Failure | undefined> {
-  const digest = await running.get(key)?.digest;
-  if (digest && response.getHeader('Repr-Digest') === `sha-256=:${digest}:`) return undefined;
-  running.delete(key);
-  const ids = (response.getHeader('Kelvo-File-Ids') ?? '').split(',').map(Number).filter((id) => id > 0);
-  await Promise.all(ids.map((id) => client.DELETE('/resources/{id}', {params: {path: {id}}}).catch(() => undefined)));
-  return {kind: digest ? 'changed' : digest === '' ? 'unreadable' : 'renewed'};
+async function takeSuccess(key: number, file: File, response: HttpResponse): Promise<void> {
+  const digest = await running.get(key)?.digest || await digestOf(file);
+  const failure = await compare(digest, response);
+  running.delete(key); // Another attempt starts anew.
+  const isDone = !failure || failure.kind === 'notCompared';
+  change(key, {state: isDone ? 'done' : 'failed', sentBytes: file.size, ...(failure && {failure})});
+  startNext();
 }
 
-async function failureOf(error: Error | DetailedError, file: File): Promise<Failure> {
-  const body = 'originalResponse' in error ? error.originalResponse?.getBody() : undefined;
-  if (body) return {kind: 'refused', detail: detailOf(body)};
-  return {kind: await isReadable(file) ? 'noAnswer' : 'unreadable'};
+async function takeError(key: number, file: File, error: UploadError): Promise<void> {
+  const failure = await failureOf(error, file);
+  if (!isSending(key)) return;
+  const isWaiting = failure.kind !== 'unreadable' && maySucceedLater(error);
+  change(key, {state: isWaiting ? 'waiting' : 'failed', failure});
+  const begun = running.get(key);
+  if (isWaiting && begun) setTimeout(() => resumeAfter(failure), pauseMs(error, begun.failures++));
+  startNext();
 }
 
-const isReadable = (file: File): Promise<boolean> => file.slice(0, 1).arrayBuffer().then(() => true, () => false);
-
-function detailOf(body: string): string {
-  try {
-    return (JSON.parse(body) as {detail?: string}).detail ?? '';
-  } catch {
-    return '';
-  }
+/** Does nothing if the file does not wait for this reason any more. */
+function resumeAfter(failure: Failure): void {
+  for (const each of sendings.value) if (each.failure === failure) resume(each.key);
 }

@@ -2,6 +2,7 @@
 import {useEffect} from 'preact/hooks';
 import {findLeftUploads, isSame, leftUploads, removeLeft, unlist, type LeftUpload} from '../model/left_uploads';
 import {isUnfinished, pause, remove, resume, send, sendings, type Sending} from '../model/sending';
+import type {Failure} from '../model/upload_errors';
 import {inboxes, user} from '../model/farm';
 import {t} from '../texts';
 import {tell} from './Toast';
@@ -69,10 +70,11 @@ const targetsText = (targets: readonly number[]): string =>
 
 function stateText({state, file, sentBytes, failure}: Sending): string {
   const percent = Math.floor((100 * sentBytes) / (file.size || 1));
-  return t(`send.${state}`, {percent, reason: failure ? reasonOf(failure) : ''});
+  if (!failure) return t(`send.${state}`, {percent});
+  if (failure.kind === 'notCompared') return t('send.notCompared');
+  return t(state === 'waiting' ? 'send.retry' : 'send.failed', {reason: reasonOf(failure)});
 }
 
-function reasonOf(failure: NonNullable<Sending['failure']>): string {
-  if (failure.kind === 'renewed') return t('page.renewed');
-  return failure.kind === 'refused' && failure.detail ? failure.detail : t(`send.${failure.kind === 'refused' ? 'noAnswer' : failure.kind}`);
+function reasonOf(failure: Exclude<Failure, {kind: 'notCompared'}>): string {
+  return failure.kind === 'refused' ? failure.detail || t('send.noAnswer') : t(`send.${failure.kind}`);
 }

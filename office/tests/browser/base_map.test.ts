@@ -68,6 +68,19 @@ it('parts that cannot be loaded are loaded later, and the map says so', async ()
   world.complaints.length = 0; // Chromium reports the aborted requests.
 });
 
+it('a base map that the service refuses is not missing', async () => {
+  const page = await world.logIn('office');
+  const missing = page.getByText('Parts of the base map are missing.');
+  await page.route('**/base-map', (route) => route.abort());
+  await page.locator('.send input[type=file]').setInputFiles(world.newFile('rates.zip', prescription()));
+  await missing.waitFor();
+  await page.unroute('**/base-map');
+  await page.route('**/base-map', (route) => route.fulfill({status: 403, contentType: 'application/problem+json',
+    body: JSON.stringify({type: 'urn:kelvo:problem:forbidden', title: 'Forbidden', status: 403, detail: ''})}));
+  await missing.waitFor({state: 'hidden'});
+  world.complaints.length = 0; // Chromium reports the refused requests.
+});
+
 it('tiles of another server are asked for, as the policy allows, until the server has sent them', async () => {
   const tls = join(world.folder, 'farm/service/tls');
   const asked = new Set<string>();

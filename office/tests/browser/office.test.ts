@@ -181,6 +181,31 @@ describe('the office', () => {
     expect((await world.command<Record<string, string>>('digests', 'To Console'))['reloaded.zip']).toBe(digest);
   });
 
+  it('continues an upload whose offset the service could not tell at first', async () => {
+    const {path, digest} = newFile('offset.zip', 4_000_000);
+    const page = await world.logIn('office');
+    await slowUpload(page, 500_000);
+    await sendFile(page, path);
+    await page.waitForFunction(() => Number(document.querySelector('progress')?.value) > 0);
+    await page.reload();
+    await page.locator('.link.live').waitFor();
+    const refusals = [503, 429, 401];
+    const methods: string[] = [];
+    await page.route('**/uploads/*', (route) => {
+      const isHead = route.request().method() === 'HEAD';
+      return isHead && refusals.length > 0 ? route.fulfill({status: refusals.shift()!}) : route.continue();
+    });
+    page.on('request', (request) => methods.push(request.method()));
+    await sendFile(page, path);
+    await page.locator('.sending.waiting').getByText('Waiting: the service does not answer').waitFor();
+    await page.locator('.sending.failed').getByRole('button', {name: 'Continue'}).click();
+    await page.locator('.sending.done').waitFor();
+    expect(refusals).toEqual([]);
+    expect(methods).not.toContain('POST');
+    expect((await world.command<Record<string, string>>('digests', 'To Console'))['offset.zip']).toBe(digest);
+    world.complaints.length = 0; // Chromium reports the refusals.
+  });
+
   it('is told after a reload which uploads are left, and continues them with their notes', async () => {
     const {path, digest} = newFile('left over.zip', 4_000_000);
     const page = await world.logIn('office');
@@ -209,6 +234,23 @@ describe('the office', () => {
     expect(await page.locator('.sending').count()).toBe(0);
   });
 
+  it('sees after the end of a session only their own uploads that are left', async () => {
+    const {path} = newFile('of the office.zip', 4_000_000);
+    const page = await world.logIn('office');
+    const left = page.locator('.sending.left', {hasText: 'of the office.zip'});
+    await slowUpload(page, 500_000);
+    await sendFile(page, path);
+    await page.waitForFunction(() => Number(document.querySelector('progress')?.value) > 0);
+    for (const role of ['operator', 'office'] as const) {
+      await page.context().clearCookies(); // A log-out would clear the storage too.
+      await page.reload();
+      await world.fillLogin(page, world.accounts[role]);
+      await page.locator('.inboxes').getByText('olga').waitFor();
+      if (role === 'office') await left.waitFor();
+      else expect(await page.locator('.sending').count()).toBe(0);
+    }
+  });
+
   it('is told if other bytes are stored than the file has, and no copy stays', async () => {
     const {path} = newFile('other bytes.zip');
     const page = await world.logIn('office');
@@ -221,6 +263,40 @@ describe('the office', () => {
     await page.getByRole('button', {name: 'Continue'}).click();
     await page.locator('.sending.done').waitFor();
     expect(await world.command('digests', 'To Console')).toHaveProperty('other bytes.zip');
+  });
+
+  it('is told if the page cannot delete a copy with other bytes', async () => {
+    const {path} = newFile('kept bytes.zip');
+    const page = await world.logIn('office');
+    await page.route('**/uploads/*', (route) => route.request().method() === 'PATCH'
+      ? route.continue({postData: Buffer.alloc(1000)}) : route.continue());
+    await page.route('**/resources/*', (route) => route.abort());
+    await sendFile(page, path);
+    await page.getByText('The page could not delete the copy: delete it in the inbox').waitFor();
+    world.complaints.length = 0; // Chromium reports the aborted request.
+  });
+
+  it('is told if the page could not compare the bytes, and the copy stays', async () => {
+    const {path, digest} = newFile('not compared.zip');
+    const page = await world.logIn('office');
+    await page.route('**/digest_worker-*', (route) => route.abort());
+    await sendFile(page, path);
+    await page.getByText('Sent. The page could not compare the stored bytes').waitFor();
+    expect((await world.command<Record<string, string>>('digests', 'To Console'))['not compared.zip']).toBe(digest);
+    world.complaints.length = 0; // Chromium reports the aborted request.
+  });
+
+  it('sees why a file waits, and that it is sent when the fault has passed', async () => {
+    const {path} = newFile('later.zip');
+    const page = await world.logIn('office');
+    const problem = {type: 'urn:kelvo:problem:busy', title: 'Busy', status: 503, detail: 'The object store does not answer.'};
+    await page.route('**/uploads', (route) =>
+      route.fulfill({status: 503, contentType: 'application/problem+json', body: JSON.stringify(problem)}));
+    await sendFile(page, path);
+    await page.locator('.sending.waiting').getByText('Waiting: The object store does not answer.').waitFor();
+    await page.unroute('**/uploads');
+    await page.locator('.sending.done').waitFor();
+    world.complaints.length = 0; // Chromium reports the answers 503.
   });
 
   it('is told if a file cannot be read', async () => {
@@ -305,12 +381,8 @@ describe('the log-out', () => {
     await page.locator('.login').waitFor();
     const requests: string[] = [];
     page.on('request', (request) => requests.push(request.method()));
-    const [name, password] = world.accounts.office;
-    await page.locator('input[name=user]').fill(name);
-    await page.locator('input[name=password]').fill(password);
-    await page.locator('form button').click();
-    await page.locator('.link.live').waitFor();
-    expect(await page.locator('.sending').count()).toBe(0);
+    await world.fillLogin(page, world.accounts.office);
+    expect(await page.locator('.sending.sending').count()).toBe(0);
     expect(requests).not.toContain('PATCH');
   });
 

@@ -97,13 +97,17 @@ export class World {
     return this.logInAs(this.accounts[role], options);
   }
 
-  async logInAs([name, password]: [string, string], options: Parameters<Browser['newContext']>[0] = {}): Promise<Page> {
+  async logInAs(account: [string, string], options: Parameters<Browser['newContext']>[0] = {}): Promise<Page> {
     const page = await this.open(await this.newContext(options));
+    await this.fillLogin(page, account);
+    return page;
+  }
+
+  async fillLogin(page: Page, [name, password]: [string, string]): Promise<void> {
     await page.locator('input[name=user]').fill(name);
     await page.locator('input[name=password]').fill(password);
     await page.locator('form button').click();
     await page.locator('.link.live').waitFor();
-    return page;
   }
 
   private async line(): Promise<string> {

@@ -1,0 +1,61 @@
+// Why an upload failed, and whether another attempt may succeed.
+import type {DetailedError, HttpRequest, HttpResponse} from 'tus-js-client';
+import {backoffMs} from '../api/backoff';
+import type {Difference} from './stored_copy';
+
+/** Why a file was not sent, waits for the next attempt, or was not compared. */
+export type Failure =
+  /** In the service's own sentence. */
+  | {kind: 'refused'; detail: string}
+  | {kind: 'noAnswer'}
+  | {kind: 'unreadable'}
+  | Difference;
+
+export type UploadError = Error | DetailedError;
+
+/** The service has not told the offset of an upload. */
+class NoOffset extends Error {
+  constructor(readonly response: HttpResponse) {
+    super();
+  }
+}
+
+/**
+ * After a refused HEAD the library forgets the upload and begins a new one. This is right only if the upload is gone.
+ * The exception makes it a failed attempt instead.
+ */
+export function keepUpload(request: HttpRequest, response: HttpResponse): void {
+  const status = response.getStatus();
+  if (request.getMethod() === 'HEAD' && status >= 300 && status !== 404 && status !== 410) throw new NoOffset(response);
+}
+
+/** The service's refusals are final. It may be back soon if it does not answer, is busy or has a fault. */
+export function maySucceedLater(error: UploadError): boolean {
+  const status = responseOf(error)?.getStatus() ?? 0;
+  return status < 400 || status >= 500 || status === 409 || status === 423 || status === 429;
+}
+
+/** The pause after this error and `failures` earlier ones. The service may ask for a longer one. */
+export const pauseMs = (error: UploadError, failures: number): number =>
+  Math.max(backoffMs(failures), 1000 * (Number(responseOf(error)?.getHeader('Retry-After')) || 0));
+
+export async function failureOf(error: UploadError, file: Blob): Promise<Failure> {
+  const body = responseOf(error)?.getBody();
+  if (body) return {kind: 'refused', detail: detailOf(body)};
+  return {kind: await isReadable(file) ? 'noAnswer' : 'unreadable'};
+}
+
+function responseOf(error: UploadError): HttpResponse | null | undefined {
+  if (!('causingError' in error)) return undefined;
+  return error.causingError instanceof NoOffset ? error.causingError.response : error.originalResponse;
+}
+
+const isReadable = (file: Blob): Promise<boolean> => file.slice(0, 1).arrayBuffer().then(() => true, () => false);
+
+function detailOf(body: string): string {
+  try {
+    return (JSON.parse(body) as {detail?: string}).detail ?? '';
+  } catch {
+    return '';
+  }
+}

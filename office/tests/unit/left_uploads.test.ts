@@ -1,0 +1,41 @@
+// The uploads that an earlier page has begun.
+import {beforeEach, describe, expect, it, vi} from 'vitest';
+import {defaultOptions} from 'tus-js-client';
+import {forgetAll, takeSnapshot} from '../../src/model/farm';
+import {findLeftUploads, fingerprintOf, leftUploads} from '../../src/model/left_uploads';
+import '../../src/model/sending';
+
+const file = {name: 'a.zip', size: 5, lastModified: 1} as File;
+
+function logIn(id: number): void {
+  const inbox = {id: 2, kind: 'user-inbox' as const, name: 'olga', project: 1, owner: {id: 7, name: 'olga'}, entries: []};
+  takeSnapshot({user: {id, name: 'user', role: 'office', disabled: false, farm: {id: 1, name: 'Hill Farm'}}, cursor: '5',
+    projects: [{id: 1, kind: 'project', name: 'To Console', resources: [inbox]}]});
+}
+
+describe('an upload that is left', () => {
+  beforeEach(async () => {
+    vi.stubGlobal('navigator', {locks: {query: async () => ({})}});
+    logIn(8);
+    const begun = {size: 5, metadata: {name: 'a.zip', targets: '2'}, creationTime: new Date().toString(),
+      urlStorageKey: `tus::${fingerprintOf(file, [2], '')}::1`, uploadUrl: '/1', parallelUploadUrls: null};
+    Object.assign(defaultOptions.urlStorage, {findAllUploads: async () => [begun]});
+    await findLeftUploads();
+  });
+
+  it('is listed for its owner', () => {
+    expect(leftUploads.value.map(({name}) => name)).toEqual(['a.zip']);
+  });
+
+  it('is not listed any more when the session ends', () => {
+    forgetAll();
+    expect(leftUploads.value).toEqual([]);
+  });
+
+  it('is not listed for another user', async () => {
+    forgetAll();
+    logIn(9);
+    await findLeftUploads();
+    expect(leftUploads.value).toEqual([]);
+  });
+});
