@@ -1,8 +1,8 @@
 // The grids of a task: type 1 has the code of a treatment zone in each cell, type 2 has the values themselves.
-import type {ExtendedGrid, ExtendedTask} from 'isoxml';
+import type {ExtendedGrid, ExtendedTask, TreatmentZone} from 'isoxml';
 import {areaOf, channelOfAreas} from './channels';
 import type {Channel, Extent, Layer, Note} from './model';
-import {quantitiesOf, type Quantity} from './quantities';
+import {quantitiesOf, valuesByZone, type Quantity} from './quantities';
 
 /** A grid with more values is not drawn. */
 const mostValues = 8_000_000;
@@ -18,30 +18,39 @@ export function readGrid(task: ExtendedTask, grid: ExtendedGrid, name: string): 
   if (!bytes) return {kind: 'noGridFile', name};
   const zones = task.attributes.TreatmentZone ?? [];
   const zone = zones.find(({attributes}) => attributes.TreatmentZoneCode === grid.attributes.TreatmentZoneCode) ?? zones[0];
-  const quantities = quantitiesOf(zone);
-  const valueCount = isType1 ? 1 : Math.max(1, quantities.length);
-  if (bytes.length < cells * valueCount * (isType1 ? 1 : 4)) return {kind: 'gridShort', name};
-  if (cells * quantities.length > mostValues) return {kind: 'gridTooLarge', name};
-  const valuesOf = isType1
-    ? (_quantity: Quantity, index: number) => valuesOfZones(bytes, cells, zones.map((each) =>
-      [each.attributes.TreatmentZoneCode, quantitiesOf(each)[index]?.value ?? NaN]))
-    : (quantity: Quantity, index: number) => valuesOfCells(bytes, cells, valueCount, index, quantity);
+  const cellBytes = isType1 ? 1 : 4 * quantitiesOf(zone).length;
+  if (bytes.length < cells * cellBytes) return {kind: 'gridShort', name};
+  const values = isType1 ? valuesOfZones(bytes.subarray(0, cells), zones) : valuesOfCells(bytes, cells, quantitiesOf(zone));
+  if (cells * values.length > mostValues) return {kind: 'gridTooLarge', name};
   const rowAreas = Float64Array.from({length: rows}, (_, row) =>
     areaOf([west, south + row * height, west + width, south + (row + 1) * height]));
   const areaAt = (index: number) => rowAreas[Math.floor(index / columns)] as number;
-  const channels = quantities.map((quantity, index): Channel =>
-    channelOfAreas(quantity, valuesOf(quantity, index), areaAt));
+  const channels = values.map(({quantity, read}): Channel => channelOfAreas(quantity, read(), areaAt));
   return {kind: 'grid', name, extent, grid: {columns, rows}, channels};
 }
 
-function valuesOfZones(bytes: Uint8Array, cells: number, zones: readonly (readonly [number, number])[]): Float64Array {
-  const valueOf = new Float64Array(256).fill(NaN);
-  for (const [code, value] of zones) valueOf[code] = value;
-  return Float64Array.from({length: cells}, (_, cell) => valueOf[bytes[cell] as number] as number);
+/** A quantity of the grid, and the reader of its values. */
+interface Values {
+  quantity: Quantity;
+  read(): Float64Array;
 }
 
-function valuesOfCells(bytes: Uint8Array, cells: number, valueCount: number, index: number,
-    {shownValue}: Quantity): Float64Array {
+function valuesOfZones(codes: Uint8Array, zones: readonly TreatmentZone[]): Values[] {
+  const used = new Set(codes);
+  const codeOf = ({attributes}: TreatmentZone) => attributes.TreatmentZoneCode;
+  const found = zones.filter((zone) => used.has(codeOf(zone)));
+  return valuesByZone(found).map(({quantity, values}) => ({quantity, read: () => {
+    const valueOf = new Float64Array(256).fill(NaN);
+    found.forEach((zone, index) => {
+      valueOf[codeOf(zone)] = values[index] as number;
+    });
+    return Float64Array.from(codes, (code) => valueOf[code] as number);
+  }}));
+}
+
+/** Each cell has its values in the order of the zone. */
+function valuesOfCells(bytes: Uint8Array, cells: number, quantities: readonly Quantity[]): Values[] {
   const view = new DataView(bytes.buffer, bytes.byteOffset, bytes.byteLength);
-  return Float64Array.from({length: cells}, (_, cell) => shownValue(view.getInt32(4 * (cell * valueCount + index), true)));
+  return quantities.map((quantity, index) => ({quantity, read: () => Float64Array.from({length: cells}, (_, cell) =>
+    quantity.shownValue(view.getInt32(4 * (cell * quantities.length + index), true)))}));
 }

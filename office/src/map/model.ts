@@ -60,16 +60,15 @@ export interface Layer {
 export type NoteKind = 'far' | 'noGridFile' | 'gridTooLarge' | 'gridShort' | 'gridValues' | 'logDamaged' | 'assumedDegrees'
   | 'thinned';
 
-export interface Note {
-  kind: NoteKind;
-  name: string;
-  km?: number;
-}
+export type Note =
+  | {kind: NoteKind; name: string; km?: number}
+  /** A part of the archive that is not drawn. The name is its path. */
+  | {kind: 'refused'; name: string; refusal: RefusalKind};
 
 export type RefusalKind = 'tooLarge' | 'unpacksTooLarge' | 'notArchive' | 'entities' | 'damaged' | 'tooLong'
   | 'noProjection' | 'tooDetailed';
 
-/** The reason why a file is not drawn. */
+/** The reason why a file, or a part of an archive, is not drawn. */
 export class Refusal extends Error {
   constructor(readonly kind: RefusalKind) {
     super(kind);
@@ -79,7 +78,7 @@ export class Refusal extends Error {
 export interface Reading {
   layers: Layer[];
   notes: Note[];
-  /** Whether a TASKDATA.XML was found. */
+  /** Whether a TASKDATA.XML was read. */
   hasTaskData: boolean;
   /** The names of the fields in the task data. */
   fields: string[];

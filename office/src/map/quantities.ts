@@ -4,6 +4,8 @@ import * as utils from 'isoxml/dist_es/utils';
 import {shownUnit} from './units';
 
 export interface Quantity {
+  /** Two zones use the same key for the same quantity. */
+  key: string;
   name: string;
   unit: string;
   /** The zone's own value, as shown. */
@@ -31,10 +33,21 @@ export function scaled({unit, scale, offset}: Scaled): {unit: string; shownValue
 /** The name of a value without its unit. */
 export const plainName = (name: string): string => name.replace(/ as \[.*\]$/, '');
 
+/** Each quantity of the zones, with its value in each zone, NaN without a value. Two zones can have another order. */
+export function valuesByZone(zones: readonly TreatmentZone[]): {quantity: Quantity; values: number[]}[] {
+  const ofZones = zones.map((zone) => new Map(quantitiesOf(zone).map((quantity) => [quantity.key, quantity])));
+  const all = new Map(ofZones.flatMap((each) => [...each]));
+  if (all.size > 1) all.delete(unnamed.key);
+  return [...all].map(([key, quantity]) => ({quantity, values: ofZones.map((each) => each.get(key)?.value ?? NaN)}));
+}
+
+const unnamed: Quantity = {key: '', name: '', unit: '', value: NaN, shownValue: (raw) => raw};
+
 /** A zone without values gets one quantity without name and unit. */
 export function quantitiesOf(zone: TreatmentZone | undefined): Quantity[] {
   const variables = zone?.attributes.ProcessDataVariable ?? [];
-  if (variables.length === 0) return [{name: '', unit: '', value: NaN, shownValue: (raw) => raw}];
+  if (variables.length === 0) return [unnamed];
+  const keys = new Set<string>();
   return variables.map(({attributes}) => {
     const presentation = attributes.ValuePresentationIdRef?.entity as ValuePresentation | undefined;
     const element = attributes.DeviceElementIdRef?.entity as ExtendedDeviceElement | undefined;
@@ -43,6 +56,9 @@ export function quantitiesOf(zone: TreatmentZone | undefined): Quantity[] {
       element?.getDataProcess?.(attributes.ProcessDataDDI));
     const {unit, shownValue} = scaled(info);
     const name = [product?.attributes.ProductDesignator, plainName(info.DDEntityName)].filter(Boolean).join(': ');
-    return {name: name || attributes.ProcessDataDDI, unit, value: shownValue(attributes.ProcessDataValue), shownValue};
+    let key = [attributes.ProcessDataDDI, attributes.DeviceElementIdRef?.xmlId, attributes.ProductIdRef?.xmlId, unit].join(' ');
+    while (keys.has(key)) key += ' again';
+    keys.add(key);
+    return {key, name: name || attributes.ProcessDataDDI, unit, value: shownValue(attributes.ProcessDataValue), shownValue};
   });
 }

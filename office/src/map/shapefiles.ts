@@ -17,21 +17,16 @@ export function shapefilesOf({files}: Archive): string[] {
   return [...files.keys()].filter((path) => /\.shp$/i.test(path) && !path.includes('__MACOSX'));
 }
 
-/** Throws Refusal. */
+/** Throws Refusal, or another error for a damaged file. */
 export function readShapefile({files}: Archive, path: string): Found {
   const part = (extension: string) => [...files].find(([each]) =>
     each.toLowerCase() === path.toLowerCase().replace(/shp$/, extension))?.[1];
   const projection = part('prj');
   const table = part('dbf');
   const name = path.replace(/^.*\//, '').replace(/\.shp$/i, '');
-  let features: Feature[];
-  try {
-    const shapes = parseShp(files.get(path) as Uint8Array, projection);
-    features = combine([shapes, table && parseDbf(table, part('cpg') ?? encodingOf(table))]).features as Feature[];
-  } catch {
-    throw new Refusal('damaged');
-  }
-  const layer = layerOf(name, features);
+  const shapes = parseShp(files.get(path) as Uint8Array, projection);
+  const {features} = combine([shapes, table && parseDbf(table, part('cpg') ?? encodingOf(table))]);
+  const layer = layerOf(name, features as Feature[]);
   if (!layer) return {layers: [], notes: [], fields: []};
   const [west, south, east, north] = layer.extent;
   if (!(west >= -180 && east <= 180 && south >= -90 && north <= 90)) throw new Refusal('noProjection');

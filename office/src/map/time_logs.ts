@@ -8,26 +8,33 @@ import {plainName, scaled} from './quantities';
 /** A longer track is drawn with fewer points. */
 const mostPoints = 30_000;
 
+type Parsed = ReturnType<ExtendedTimeLog['parseBinaryFile']>;
+type Record = Parsed['timeLogs'][number];
+
 export function readTimeLog(log: ExtendedTimeLog, {layers, notes}: {layers: Layer[]; notes: Note[]}): void {
   const name = log.attributes.Filename;
   const parsed = log.binaryData && log.timeLogHeader ? parse(log) : undefined;
   if (!parsed || log.parsingErrors.length > 0) notes.push({kind: 'logDamaged', name});
-  const all = parsed?.timeLogs.filter(({isValidPosition, position}) =>
-    isValidPosition && Math.abs(position.PositionNorth) <= 90 && Math.abs(position.PositionEast) <= 180) ?? [];
-  if (!parsed || all.length < 2) return;
-  const step = Math.ceil(all.length / mostPoints);
+  const records = parsed?.timeLogs ?? [];
+  const placed = [...records.keys()].filter((index) => hasPlace(records[index] as Record));
+  if (!parsed || placed.length < 2) return;
+  const step = Math.ceil(placed.length / mostPoints);
   if (step > 1) notes.push({kind: 'thinned', name});
-  const records = all.filter((_, index) => index % step === 0);
-  const points = records.map(({position}): Point => [position.PositionEast, position.PositionNorth]);
+  const drawn = placed.filter((_, index) => index % step === 0);
+  const points = drawn.map((index): Point => {
+    const {PositionEast: east, PositionNorth: north} = (records[index] as Record).position;
+    return [east, north];
+  });
   const channels = parsed.valuesInfo.map((info) => {
     const {unit, shownValue} = scaled(info);
     const title = [plainName(info.DDEntityName) || info.DDIString, info.deviceElementDesignator].filter(Boolean).join(' · ');
-    let last = NaN; // A record has only the values that changed.
-    const values = Float64Array.from(records, ({values: changed}) => {
+    let last = NaN; // A record has only the values that changed. A change can be in a record that is not drawn.
+    const filled = Float64Array.from(records, ({values: changed}) => {
       const raw = changed[info.valueKey];
       if (raw !== undefined) last = shownValue(raw);
       return last;
     });
+    const values = Float64Array.from(drawn, (index) => filled[index] as number);
     return channelOfPoints({name: title, unit}, values, (classified) => runsOf(points, classified));
   });
   const withValues = channels.filter(({values}) => values.some((value) => !Number.isNaN(value)));
@@ -35,7 +42,10 @@ export function readTimeLog(log: ExtendedTimeLog, {layers, notes}: {layers: Laye
   layers.push(withValues.length > 0 ? track : {...track, shapes: shapesOf('lines', [[points]])});
 }
 
-function parse(log: ExtendedTimeLog): ReturnType<ExtendedTimeLog['parseBinaryFile']> | undefined {
+const hasPlace = ({isValidPosition, position}: Record): boolean =>
+  isValidPosition && Math.abs(position.PositionNorth) <= 90 && Math.abs(position.PositionEast) <= 180;
+
+function parse(log: ExtendedTimeLog): Parsed | undefined {
   try {
     log.binaryData = log.binaryData.slice(); // The parser reads from the start of the buffer.
     return log.parseBinaryFile();

@@ -1,5 +1,5 @@
 // What a file holds: its map, or the reason why there is none.
-import {largestFile, type Answer, type Note, type Reading} from '../map/model';
+import {largestFile, type Answer, type Note, type Reading, type RefusalKind} from '../map/model';
 import {numberText, sizeText, t} from '../texts';
 import {lazily} from './lazily';
 
@@ -10,7 +10,7 @@ const mostNames = 20;
 
 export function Preview({answer}: {answer: Answer}) {
   if ('refusal' in answer) {
-    return <p class="empty" role="status">{t(`map.refused.${answer.refusal}`, {size: sizeText(largestFile)})}</p>;
+    return <p class="empty" role="status">{refusalText(answer.refusal)}</p>;
   }
   const {reading} = answer;
   return (
@@ -26,17 +26,23 @@ function Notes({notes}: {notes: readonly Note[]}) {
   return (
     <div role="status">
       <ul class="notes">
-        {notes.map(({kind, name, km = 0}, index) =>
-          <li key={index}>{t(`map.note.${kind}`, {name, km: numberText(Math.round(km))})}</li>)}
+        {notes.map((note, index) => <li key={index}>{noteText(note)}</li>)}
       </ul>
     </div>
   );
 }
 
-function Nothing({reading: {hasTaskData, names}}: {reading: Reading}) {
+function noteText(note: Note): string {
+  if (note.kind === 'refused') return `${note.name}: ${refusalText(note.refusal)}`;
+  return t(`map.note.${note.kind}`, {name: note.name, km: numberText(Math.round(note.km ?? 0))});
+}
+
+const refusalText = (kind: RefusalKind): string => t(`map.refused.${kind}`, {size: sizeText(largestFile)});
+
+function Nothing({reading: {hasTaskData, notes, names}}: {reading: Reading}) {
   return (
     <div class="empty">
-      <p>{t(hasTaskData ? 'map.noMap' : 'map.noTaskData')}</p>
+      <p>{t(hasTaskData || notes.length > 0 ? 'map.noMap' : 'map.noTaskData')}</p>
       <ul class="names">{names.slice(0, mostNames).map((name) => <li key={name}>{name}</li>)}</ul>
       {names.length > mostNames && <p>{t('map.moreNames', {count: names.length - mostNames})}</p>}
     </div>

@@ -163,7 +163,7 @@ describe('before sending', () => {
   it('the page asks about an archive without task data and about a file that is no archive', async () => {
     const page = await world.logIn('office');
     await choose(page, world.newFile('letters.zip', archive({'letter.txt': new Uint8Array(3)})), world.newFile('plain.txt', new Uint8Array(3)));
-    await page.getByText('letters.zip has no task data.').waitFor();
+    await page.getByText('letters.zip has no readable task data.').waitFor();
     await page.getByText('plain.txt is not a sound archive.').waitFor();
     await page.getByText('letter.txt', {exact: true}).waitFor();
     await page.getByRole('button', {name: 'Send all the same'}).click();

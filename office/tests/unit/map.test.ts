@@ -12,6 +12,9 @@ import {archive, field, grid, logBytes, logSet, prescription, severalValues, sha
 
 const only = (files: Record<string, Uint8Array>): Promise<Reading> => read('a.zip', archive(files));
 const first = ({layers}: Reading): Layer => layers[0] as Layer;
+/** The refusals of the parts of an archive. */
+const refused = async (files: Record<string, Uint8Array>) => (await only(files)).notes.map((note) =>
+  (note.kind === 'refused' ? `${note.name} ${note.refusal}` : note.kind));
 const refusal = (bytes: Bytes, name = 'a.zip'): Promise<string> =>
   read(name, bytes).then(() => 'none', (error: Error) => error.message);
 
@@ -46,6 +49,14 @@ describe('a grid', () => {
     expect(at(5.2505, 51.5002)).toBeNaN();
   });
 
+  it('of zones with another order of values has the value of each product', async () => {
+    const content = task(`<TZN A="0"/><TZN A="1"><PDV A="0006" B="100" C="PDT1"/><PDV A="0001" B="200000"/></TZN>
+      <TZN A="2"><PDV A="0001" B="300000"/><PDV A="0006" B="5000" C="PDT1"/><PDV A="0006" B="700" C="PDT2"/></TZN>${grid(3, 1, 1)}`);
+    const {channels} = first(await only({'TASKDATA.XML': taskData(content), 'GRD00001.BIN': new Uint8Array([0, 1, 2])}));
+    expect(channels.map(({unit, values}) => [unit, ...values])).toEqual([
+      ['kg/ha', NaN, 1, 50], ['l/ha', NaN, 20, 30], ['kg/ha', NaN, NaN, 7]]);
+  });
+
   it('without its file is told', async () => {
     expect((await only({'TASKDATA.XML': taskData(task(zones + grid(2, 3, 1)))})).notes).toEqual([{kind: 'noGridFile', name: 'North field'}]);
   });
@@ -55,6 +66,14 @@ describe('a grid', () => {
     expect((await only(near)).notes).toEqual([]);
     const far = {...near, 'TASKDATA.XML': taskData(task(zones + grid(1, 1, 1)) + field(55.5, 37.6))};
     expect((await only(far)).notes).toMatchObject([{kind: 'far', name: 'North field'}]);
+  });
+
+  it('far from its own field is told, also if it is on another field', async () => {
+    const fields = field(51.495, 5.245) + field(55.5, 37.6).replace('PFD1', 'PFD2');
+    const set = (own: string) => only({'GRD00001.BIN': new Uint8Array([7]),
+      'TASKDATA.XML': taskData(task(zones + grid(1, 1, 1)).replace('G="1"', `G="1" E="${own}"`) + fields)});
+    expect((await set('PFD1')).notes).toEqual([]);
+    expect((await set('PFD2')).notes).toMatchObject([{kind: 'far', name: 'North field'}]);
   });
 
   it('of each set of an archive is drawn', async () => {
@@ -77,6 +96,15 @@ describe('task data', () => {
     expect(channel?.areaM2! / 10_000 / (hectares * 0.75)).toBeCloseTo(1, 3);
     expect(channel?.sumHa! / channel?.areaM2! * 10_000).toBeCloseTo(200, 9);
     expect(channel?.shapes[1]?.partEnds).toEqual([[8, 16]]);
+  });
+
+  it('have the value of each product in zones with another order of values', async () => {
+    const square = (north: number) => `<PLN A="2"><LSG A="1">${[[0, 0], [0, 1], [1, 1], [1, 0]]
+      .map(([y = 0, x = 0]) => `<PNT A="2" C="${north + y * 0.001}" D="${5 + x * 0.001}"/>`).join('')}</LSG></PLN>`;
+    const {channels} = first(await only({'TASKDATA.XML': taskData(task(
+      `<TZN A="1">${square(51)}${square(52)}<PDV A="0006" B="100"/><PDV A="0001" B="200000"/></TZN>
+       <TZN A="2">${square(53)}<PDV A="0001" B="300000"/><PDV A="0006" B="5000"/></TZN>`))}));
+    expect(channels.map(({unit, values}) => [unit, ...values])).toEqual([['kg/ha', 1, 1, 50], ['l/ha', 20, 20, 30]]);
   });
 
   it('have guidance lines of all kinds', async () => {
@@ -103,6 +131,20 @@ describe('task data', () => {
     expect((await only(logSet(bytes.slice(0, 40)))).notes).toEqual([{kind: 'logDamaged', name: 'TLG00001'}]);
   });
 
+  it('have a long time log with the values of the records that are not drawn', async () => {
+    const changes = new Map([[0, 0], [1, 10_000], [20_001, 5000]]);
+    const records = [...Array(30_002).keys()].map((index): LogPoint => [51 + index * 1e-6, 5, changes.get(index)]);
+    const {layers: [track], notes} = await only(logSet(logBytes(records)));
+    const values = track!.channels[0]!.values;
+    expect(notes).toEqual([{kind: 'thinned', name: 'TLG00001'}]);
+    expect([0, 1, 10_000, 10_001].map((index) => values[index])).toEqual([0, 100, 100, 50]);
+  });
+
+  it('have time logs with the values of records without a place', async () => {
+    const records: LogPoint[] = [[51, 5, 1000], [0, 0, 2000], [51.0001, 5, undefined]];
+    expect([...first(await only(logSet(logBytes(records)))).channels[0]!.values]).toEqual([10, 20]);
+  });
+
   it('alone are read too', async () => {
     expect(first(await read('TASKDATA.XML', taskData(field(51, 5)))).kind).toBe('boundary');
   });
@@ -124,7 +166,8 @@ describe('a shapefile', () => {
   });
 
   it('without a projection is refused if its numbers are not degrees', async () => {
-    expect(await refusal(shapefile([[500_000, 5_700_000, 500_100, 5_700_200]], [1]))).toBe('noProjection');
+    expect((await read('a.zip', shapefile([[500_000, 5_700_000, 500_100, 5_700_200]], [1]))).notes).toEqual(
+      [{kind: 'refused', name: 'map.shp', refusal: 'noProjection'}]);
     expect((await read('a.zip', shapefile([[5, 51, 5.001, 51.001]], [1]))).notes).toEqual([{kind: 'assumedDegrees', name: 'map'}]);
   });
 });
@@ -177,16 +220,34 @@ describe('a hostile file', () => {
     expect(reading.notes).toEqual([{kind: 'gridTooLarge', name: 'North field'}]);
   });
 
-  it('with entities is refused', async () => {
+  it('with entities is not read', async () => {
     const levels = [...Array(9).keys()].map((level) => `<!ENTITY e${level + 1} "${`&e${level};`.repeat(10)}">`).join('');
     const bomb = `<?xml version="1.0"?><!DOCTYPE x [<!ENTITY e0 "ha">${levels}]><ISO11783_TaskData><TSK A="TSK1" B="&e9;" G="1"/></ISO11783_TaskData>`;
-    expect(await refusal(archive({'TASKDATA.XML': strToU8(bomb)}))).toBe('entities');
-    expect(await refusal(archive({'TASKDATA.XML': taskData(''), 'TLG00001.XML': strToU8(bomb)}))).toBe('entities');
+    expect(await refused({'TASKDATA.XML': strToU8(bomb)})).toEqual(['TASKDATA.XML entities']);
+    expect(await refused({'TASKDATA.XML': taskData(''), 'TLG00001.XML': strToU8(bomb)})).toEqual(['TASKDATA.XML entities']);
   });
 
-  it('with a damaged document is refused', async () => {
-    expect(await refusal(archive({'TASKDATA.XML': strToU8('<nothing')}))).toBe('damaged');
-    expect(await refusal(archive({'a.shp': strToU8('no shapes')}))).toBe('damaged');
+  it('with a damaged document is told', async () => {
+    expect(await refused({'TASKDATA.XML': strToU8('<nothing')})).toEqual(['TASKDATA.XML damaged']);
+    expect(await refused({'a.shp': strToU8('no shapes')})).toEqual(['a.shp damaged']);
+  });
+
+  it('with a damaged part has a note of the part, and the other parts are drawn', async () => {
+    const good = {'a/TASKDATA.XML': taskData(task(zones + grid(1, 1, 1))), 'a/GRD00001.BIN': new Uint8Array([7])};
+    const reading = await only({...good, 'bad.shp': new Uint8Array(3), 'b/TASKDATA.XML': strToU8('<nothing')});
+    expect(reading.layers.map(({kind}) => kind)).toEqual(['grid']);
+    expect(reading.hasTaskData).toBe(true);
+    expect(reading.notes.map(({name}) => name)).toEqual(['b/TASKDATA.XML', 'bad.shp']);
+    expect((await only({'b/TASKDATA.XML': strToU8('<nothing')})).hasTaskData).toBe(false);
+  });
+
+  it('with a damaged header of a time log has its grid drawn', async () => {
+    for (const header of ['<nothing', '<TIM A="" D=', '']) {
+      const {layers, notes} = await only({...logSet([]), 'TLG00001.XML': strToU8(header), 'GRD00001.BIN': new Uint8Array([7]),
+        'TASKDATA.XML': taskData(task(`${zones}<TLG A="TLG00001"/>${grid(1, 1, 1)}`))});
+      expect(layers.map(({kind}) => kind)).toEqual(['grid']);
+      expect(notes).toEqual([{kind: 'logDamaged', name: 'TLG00001'}]);
+    }
   });
 
   it('keeps its names as they are', async () => {
