@@ -108,7 +108,7 @@ void TKelvoFileControlWidget::UploadFilesToKelvo(EItemToManage item, const QStri
         return;
     }
     if (!m_categoryItem.optionsEnabled.At(eManagePrescriptionMaps) &&
-        EItemToManage(int(m_categoryItem.value)) == eManagePrescriptionMaps) {
+        m_categoryItem.value == double(eManagePrescriptionMaps)) {
         m_categorySelector->SetNumericalValue(eManageJobReports);
     }
     m_categoryItem.value = m_categorySelector->GetNumericalValue();

@@ -53,13 +53,13 @@ int TKelvoFileControlWidget::ChosenLocation() const
     return int(m_locationSelector->GetNumericalValue());
 }
 
-// ---- The selectors.
+// ---- The selectors. A value between two numbers equals no choice, so it does not move.
 
 void TKelvoFileControlWidget::UpdateFileSystemList()
 {
     const bool isLoggedIn = KelvoInterface->IsKelvoLoggedIn();
     m_locationItem.optionsEnabled.Set(eKelvoService, isLoggedIn);
-    if (!isLoggedIn && ChosenLocation() == eKelvoService) {
+    if (!isLoggedIn && m_locationSelector->GetNumericalValue() == double(eKelvoService)) {
         m_locationSelector->SetNumericalValue(eFilesToUpload);
     }
     m_locationItem.value = m_locationSelector->GetNumericalValue();
@@ -72,10 +72,10 @@ void TKelvoFileControlWidget::UpdateItemToManageList()
     const bool isUpload = ChosenLocation() == eFilesToUpload;
     m_categoryItem.optionsEnabled.Set(eManagePrescriptionMaps, !isUpload);
     m_categoryItem.optionsEnabled.Set(eManageJobReports, isUpload);
-    const EItemToManage chosen = ChosenItem();
-    if (!isUpload && chosen == eManageJobReports) {
+    const double chosen = m_categorySelector->GetNumericalValue();
+    if (!isUpload && chosen == double(eManageJobReports)) {
         m_categorySelector->SetNumericalValue(eManagePrescriptionMaps);
-    } else if (isUpload && chosen == eManagePrescriptionMaps) {
+    } else if (isUpload && chosen == double(eManagePrescriptionMaps)) {
         m_categorySelector->SetNumericalValue(eManageJobReports);
     }
     m_categoryItem.value = m_categorySelector->GetNumericalValue();

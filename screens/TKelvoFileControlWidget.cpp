@@ -271,7 +271,7 @@ void TKelvoFileControlWidget::OnKelvoLoginStatusChanged()
 void TKelvoFileControlWidget::OnNewKelvoProjectFilesList(int project, KelvoFileInfoList)
 {
     const EItemToManage item = GetItemToManageForKelvoProject(EKelvoProjects(project));
-    if (isVisible() && ChosenItem() == item) {
+    if (isVisible() && m_categorySelector->GetNumericalValue() == double(item)) {
         UpdateFileListWidget(true);
     }
 }

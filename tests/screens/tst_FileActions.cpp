@@ -18,6 +18,7 @@ private Q_SLOTS:
     void uploads();
     void uploadsNoPrescriptionMaps();
     void anUploadMovesACategoryThatIsNotOffered();
+    void anUploadKeepsACategoryBetweenTwoNumbers();
     void anUnknownButtonDoesNothing();
     void deletingAsksForConfirmation();
     void theAnswerNoDeletesNothing();
@@ -154,6 +155,18 @@ void tst_FileActions::anUploadMovesACategoryThatIsNotOffered()
     // The stored value now equals the selector's, so the next upload changes it.
     f.controller->UploadFilesToKelvo(eManageCurves, Texts("a.zip"));
     QCOMPARE(f.Category().GetNumericalValue(), 1.0);
+}
+
+void tst_FileActions::anUploadKeepsACategoryBetweenTwoNumbers()
+{
+    F f;
+    f.SetUp(true);
+    f.Choose(2, F::eToUpload);
+    f.Category().SetNumericalValue(0.5);
+    for (int upload = 0; upload < 2; ++upload) { // the first one stores the value
+        f.controller->UploadFilesToKelvo(eManageCurves, Texts("a.zip"));
+        QCOMPARE(f.Category().GetNumericalValue(), 0.5);
+    }
 }
 
 void tst_FileActions::anUnknownButtonDoesNothing()

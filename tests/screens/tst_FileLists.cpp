@@ -22,6 +22,7 @@ private Q_SLOTS:
     void loggingOutKeepsALocalLocation();
     void categoriesFollowTheLocation_data();
     void categoriesFollowTheLocation();
+    void aValueBetweenTwoChoicesDoesNotMove();
     void theUploadListIsArchivesByName();
     void theDownloadedListIsFilesAndFolders();
     void theServiceListComesFromTheHub();
@@ -170,6 +171,21 @@ void tst_FileLists::categoriesFollowTheLocation()
     QCOMPARE(Offered(f.Category()), offered);
 }
 
+void tst_FileLists::aValueBetweenTwoChoicesDoesNotMove()
+{
+    F f;
+    f.SetUp(true);
+    f.Choose(2, F::eService);
+    f.Category().SetNumericalValue(0.5);
+    f.Location().SetNumericalValue(F::eToUpload);
+    QCOMPARE(f.Category().GetNumericalValue(), 0.5);
+    f.Category().SetNumericalValue(1.5);
+    f.Location().SetNumericalValue(0.5);
+    QCOMPARE(f.Category().GetNumericalValue(), 1.5);
+    f.Hub().OnLoggedOutOfKelvo();
+    QCOMPARE(f.Location().GetNumericalValue(), 0.5);
+}
+
 void tst_FileLists::theUploadListIsArchivesByName()
 {
     F f;
@@ -271,6 +287,12 @@ void tst_FileLists::aListingOfAnotherCategoryChangesNothing()
     QVERIFY(WriteFile(F::UploadPath(3, Text("later.zip"))));
     f.Hub().OnNewKelvoProjectFilesList(4, ListingOf(Texts("a.zip")));
     f.Hub().OnNewKelvoProjectFilesList(0, ListingOf(Texts("a.zip")));
+    QVERIFY(f.Names().isEmpty());
+    {
+        const QSignalBlocker silent(&f.Category());
+        f.Category().SetNumericalValue(3.5); // the value of no category
+    }
+    f.Hub().OnNewKelvoProjectFilesList(3, ListingOf(Texts("a.zip")));
     QVERIFY(f.Names().isEmpty());
 }
 
