@@ -84,9 +84,11 @@ private:
         for (const QWidget* const widget : m_window.findChildren<QWidget*>()) {
             if (widget->isVisible()) {
                 const QRect place(widget->mapTo(&m_window, QPoint()), widget->size());
-                looks << QStringLiteral("%1: %2 pixels, %3,%4 %5x%6")
+                looks << QStringLiteral("%1: %2 pixels, stretch %3, weight %4, %5,%6 %7x%8")
                              .arg(QLatin1String(widget->metaObject()->className()))
                              .arg(widget->font().pixelSize())
+                             .arg(widget->font().stretch())
+                             .arg(widget->font().weight())
                              .arg(place.x())
                              .arg(place.y())
                              .arg(place.width())
@@ -118,6 +120,7 @@ class tst_TextSize : public kelvo::test::TTestCase
 private Q_SLOTS:
     void looksAsInANewWindow_data();
     void looksAsInANewWindow();
+    void keepsBoldAndNarrowLetters();
 };
 
 void tst_TextSize::looksAsInANewWindow_data()
@@ -147,6 +150,21 @@ void tst_TextSize::looksAsInANewWindow()
         QCOMPARE(looks.at(line), expected.at(line)); // names the first difference
     }
     QCOMPARE(looks.size(), expected.size());
+}
+
+// Each change of the colours sets the size again.
+void tst_TextSize::keepsBoldAndNarrowLetters()
+{
+    const hostimpl::TDisplay& shown = hostimpl::DISPLAYS[0];
+    SetSize(shown, 1.0);
+    TPlace place(shown.LayoutPixels());
+    const QStringList before = place.Looks();
+    SetSize(shown, 1.0);
+    const QStringList after = place.Looks();
+    for (int line = 0; line < qMin(before.size(), after.size()); ++line) {
+        QCOMPARE(after.at(line), before.at(line)); // names the first difference
+    }
+    QCOMPARE(after.size(), before.size());
 }
 
 KELVO_WIDGET_TEST_MAIN(tst_TextSize)

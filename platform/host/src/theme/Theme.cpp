@@ -96,6 +96,9 @@ ETheme CurrentTheme()
 // The pixel size tells which font of the theme a widget has.
 void SetTextSize(double newPixelMillimetres, double factor)
 {
+    if (newPixelMillimetres == pixelMillimetres && factor == textFactor) {
+        return; // some widgets have made their letters bold or narrow
+    }
     std::array<int, FONTS.size()> former{};
     std::transform(FONTS.cbegin(), FONTS.cend(), former.begin(),
                    [](EFont font) { return ThemeFont(font).pixelSize(); });
