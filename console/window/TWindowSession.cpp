@@ -180,27 +180,29 @@ void TWindowSession::ShowLink()
     const bool isMoving = status.transfer && status.transfer->phase == kesdkimpl::EPhase::eMoves;
     m_isMoveDrawn = isMoving && !m_isMoveDrawn;
     if (!isMoving || m_isMoveDrawn) {
-        const QString archive = m_files.IsRunning() ? hostimpl::ArchiveInUnpacking() : QString();
-        m_window->Status().ShowLink(status.transfer ? TransferWords(status, m_files)
-                                                    : WorkWords(status, archive));
-        ShowTransfer(status, archive);
+        ShowWork(status);
     }
     m_window->Banner().Show(status.session, m_loginFailure);
     ShowHome(status);
 }
 
-// Between two files the dialog keeps what it shows, so that it does not flicker. If the next poll
-// finds no transfer either, the old state is no longer true.
-void TWindowSession::ShowTransfer(const kesdkimpl::LinkStatus& status, const QString& archive)
+// Between two files or archives the bar and the dialog keep what they show, so that they do not
+// flicker. If the next poll finds no work either, the old state is no longer true.
+void TWindowSession::ShowWork(const kesdkimpl::LinkStatus& status)
 {
-    const auto work = m_files.IsRunning() ? WorkProgress(status, archive) : std::nullopt;
+    const bool isRunning = m_files.IsRunning();
+    const QString archive = isRunning ? hostimpl::ArchiveInUnpacking() : QString();
+    const bool isWorking = status.transfer || !archive.isEmpty();
+    const bool wasWorking = std::exchange(m_isWorking, isWorking);
+    if (isRunning && wasWorking && !isWorking && status.problem == kesdkimpl::EProblem::eNone) {
+        return;
+    }
     if (status.transfer) {
-        m_isBetweenFiles = false;
+        m_window->Status().ShowLink(TransferWords(status, m_files));
         hostimpl::SetTransferProgress(TransferProgress(status, m_files));
-    } else if (work) {
-        hostimpl::SetTransferProgress(work);
-    } else if (!m_files.IsRunning() || std::exchange(m_isBetweenFiles, true)) {
-        hostimpl::SetTransferProgress({});
+    } else {
+        m_window->Status().ShowLink(WorkWords(status, archive));
+        hostimpl::SetTransferProgress(isRunning ? WorkProgress(status, archive) : std::nullopt);
     }
 }
 

@@ -69,7 +69,7 @@ private:
     void CreateScreens();
     void OnHubEvent(const THubEvent& event);
     void ShowLink();
-    void ShowTransfer(const kesdkimpl::LinkStatus& status, const QString& archive);
+    void ShowWork(const kesdkimpl::LinkStatus& status);
     void NoteShownNames();
     void ShowHome(const kesdkimpl::LinkStatus& status);
     void OpenSettings();
@@ -91,9 +91,9 @@ private:
     TStoredSettings m_inUse;
     const TReadLink m_readLink;
     TFileCount m_files;
-    bool m_isMoveDrawn = false;    // the last poll drew a moving transfer; the next poll does not
-    bool m_isBetweenFiles = false; // the last look found no transfer while files were transferred
-    QString m_loginFailure;        // the plug-in's reason, simple HTML
+    bool m_isMoveDrawn = false; // the last poll drew a moving transfer; the next poll does not
+    bool m_isWorking = false;   // the last drawing showed a transfer or an archive
+    QString m_loginFailure;     // the plug-in's reason, simple HTML
     TDashboard m_dashboard;
     hostimpl::TWheelInput m_wheel;
     std::unique_ptr<TMainWindow> m_window;

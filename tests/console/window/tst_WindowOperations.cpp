@@ -13,6 +13,7 @@
 #include <QtWidgets/QLabel>
 
 #include <algorithm>
+#include <functional>
 #include <thread>
 
 namespace {
@@ -62,6 +63,34 @@ private:
         return errors;
     }
 
+    static bool IsTransferShown(const QWidget& dialog)
+    {
+        const auto widgets = dialog.findChildren<QWidget*>();
+        return std::any_of(widgets.cbegin(), widgets.cend(), [](const QWidget* widget) {
+            return widget->inherits("TTransferProgress") && widget->isVisible();
+        });
+    }
+
+    // Runs `work` while an archive is being unpacked.
+    static void UnpackDuring(const std::function<void()>& work)
+    {
+        QSemaphore isUnpacking;
+        QSemaphore hasWorked;
+        hostimpl::ObserveUnpacking([&](const hostimpl::TUnpackingResult&) {
+            isUnpacking.release();
+            hasWorked.acquire();
+        });
+        std::thread worker([] {
+            QString errorText;
+            TFileSystemHelper::Unzip(QStringLiteral("/nowhere/a.zip"), QString(), errorText);
+        });
+        isUnpacking.acquire();
+        work();
+        hasWorked.release();
+        worker.join();
+        hostimpl::ObserveUnpacking({});
+    }
+
     // An EOutcome; -1 without a sign.
     static int ShownOutcome(const QWidget& dialog)
     {
@@ -90,12 +119,7 @@ private Q_SLOTS:
         QVERIFY(WaitForScreens());
         TOperationDialog dialog;
         dialog.EnableButton(TMessageDialog::eButton0, false);
-        const auto isTransferShown = [&dialog] {
-            const auto widgets = dialog.findChildren<QWidget*>();
-            return std::any_of(widgets.cbegin(), widgets.cend(), [](const QWidget* widget) {
-                return widget->inherits("TTransferProgress") && widget->isVisible();
-            });
-        };
+        const auto isTransferShown = [&dialog] { return IsTransferShown(dialog); };
         Q_EMIT Hub()->KelvoDownloadRequested(0, {QStringLiteral("a.zip")}, {});
         m_status.transfer = kesdkimpl::TransferStatus();
         m_status.transfer->phase = kesdkimpl::EPhase::eWaits;
@@ -132,6 +156,50 @@ private Q_SLOTS:
         QVERIFY(isInBar);
         QVERIFY(isInDialog);
         QVERIFY(QTest::qWaitFor([&] { return linkText() != word; }, 60000));
+    }
+
+    // No poll comes between the hub's signals, and each signal is a poll.
+    void keepsWhatItShowsBetweenTwoFilesAndBetweenTwoArchives()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        TOperationDialog dialog;
+        dialog.EnableButton(TMessageDialog::eButton0, false);
+        const auto poll = [this] { Q_EMIT Hub()->KelvoDownloadingFile(0, names.first()); };
+        const auto linkText = [this] { return m_session->Window()->Status().LinkText(); };
+        const QString idle = linkText();
+        Q_EMIT Hub()->KelvoDownloadRequested(0, names, {});
+        m_status.transfer = kesdkimpl::TransferStatus();
+        m_status.transfer->phase = kesdkimpl::EPhase::eVerifies;
+        poll();
+        const QString transfer = linkText();
+        QVERIFY(transfer != idle);
+        m_status.transfer.reset();
+        poll();
+        QCOMPARE(linkText(), transfer);
+        QVERIFY(IsTransferShown(dialog));
+        UnpackDuring(poll);
+        poll();
+        QCOMPARE(linkText(), QStringLiteral("Unpacking..."));
+        QVERIFY(IsTransferShown(dialog));
+        poll();
+        QCOMPARE(linkText(), idle);
+        QVERIFY(!IsTransferShown(dialog));
+    }
+
+    void showsALostLinkBetweenTwoFilesAtOnce()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        m_status.session = kesdkimpl::ESession::eLoggedIn;
+        Q_EMIT Hub()->KelvoDownloadRequested(0, names, {});
+        m_status.transfer = kesdkimpl::TransferStatus();
+        m_status.transfer->phase = kesdkimpl::EPhase::eVerifies;
+        Q_EMIT Hub()->KelvoDownloadingFile(0, names.first());
+        m_status.transfer.reset();
+        m_status.problem = kesdkimpl::EProblem::eNoNetwork;
+        Q_EMIT Hub()->KelvoDownloadingFile(0, names.last());
+        QCOMPARE(m_session->Window()->Status().LinkText(), QStringLiteral("No network"));
     }
 
     void showsHowAnOperationEnded_data()
