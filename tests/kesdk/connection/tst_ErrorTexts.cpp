@@ -93,7 +93,7 @@ const CurlCase kCurlCases[] = {
     {CURLE_COULDNT_CONNECT, 0, ECONNREFUSED, "", EErrorCode::eRefused},
     {CURLE_COULDNT_CONNECT, 0, ENETUNREACH, "", EErrorCode::eUnreachable},
     {CURLE_COULDNT_CONNECT, 0, EHOSTUNREACH, "", EErrorCode::eUnreachable},
-    {CURLE_COULDNT_CONNECT, 0, ECONNRESET, "", EErrorCode::eDropped},
+    {CURLE_COULDNT_CONNECT, 0, ECONNRESET, "", EErrorCode::eRefused},
     {CURLE_COULDNT_CONNECT, 0, ETIMEDOUT, "", EErrorCode::eConnectTimeout},
     {CURLE_OPERATION_TIMEDOUT, 0, 0, "Connection timed out", EErrorCode::eConnectTimeout},
     {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_CERT_HAS_EXPIRED, 0, "",
@@ -146,6 +146,9 @@ TEST(CurlErrors, TranslatesCurlErrors)
         const Failure failure =
             TranslateCurlError(each.curl, {each.verifyResult, each.osError, each.text});
         EXPECT_EQ(failure.code, each.code) << each.curl << " " << each.text;
+        if (each.curl == CURLE_COULDNT_CONNECT) {
+            EXPECT_TRUE(failure.WasNeverSent()) << each.osError;
+        }
     }
 }
 

@@ -21,7 +21,6 @@ struct CodeRow
 constexpr CodeRow kCurlRows[] = {
     {CURLE_COULDNT_RESOLVE_HOST, EErrorCode::eUnknownHost},
     {CURLE_COULDNT_RESOLVE_PROXY, EErrorCode::eUnknownHost},
-    {CURLE_COULDNT_CONNECT, EErrorCode::eRefused},
     {CURLE_OPERATION_TIMEDOUT, EErrorCode::eConnectTimeout}, // no other time-out is set in libcurl
     {CURLE_SEND_ERROR, EErrorCode::eDropped},
     {CURLE_RECV_ERROR, EErrorCode::eDropped},
@@ -34,10 +33,11 @@ constexpr CodeRow kCurlRows[] = {
     {CURLE_ABORTED_BY_CALLBACK, EErrorCode::eAborted},
 };
 
-// Errors of the system after which a host has answered, or has stayed silent.
+// Errors of the system after which a host has answered, or has stayed silent. No request has left
+// the console, so each code is one of Failure::WasNeverSent().
 constexpr CodeRow kConnectRows[] = {
     {ECONNREFUSED, EErrorCode::eRefused},
-    {ECONNRESET, EErrorCode::eDropped},
+    {ECONNRESET, EErrorCode::eRefused},
     {ETIMEDOUT, EErrorCode::eConnectTimeout},
 };
 
