@@ -36,8 +36,10 @@ bool FakeEnterpriseConnection::Login(const std::wstring& userName, const std::ws
     call.reservedFlags = reservedFlags;
     const std::optional<FakeErrors> failure = m_script->Begin(call, {});
     const std::lock_guard<std::mutex> lock(m_mutex);
+    m_errors.clear();
     if (m_loginInFlight)
         return true;
+    m_isSessionLost = false;
     m_loginErrors.clear();
     if (failure) {
         m_loginErrors = *failure;
@@ -63,7 +65,9 @@ void FakeEnterpriseConnection::FinishLogin(const std::wstring& userName,
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_loginInFlight = false;
         m_userId = succeeds ? *userId : 0;
-        if (!succeeds) {
+        if (succeeds) {
+            m_snapshotUserId = m_userId;
+        } else {
             m_loginErrors = failure ? *failure
                                     : OneError(L"Login failed.", L"Check user name and password.",
                                                L"invalid-credentials");
@@ -89,8 +93,9 @@ bool FakeEnterpriseConnection::Logout()
             m_errors = OneError(L"Not logged in.");
             return false;
         }
+        m_userId = m_snapshotUserId = 0;
     }
-    LoseSession();
+    PostState(kesdk::api::eNotLoggedIn);
     return true;
 }
 
@@ -166,10 +171,11 @@ FakeEnterpriseConnection::GetResourceWithContent(std::int64_t resourceId)
     FakeCall call;
     call.operation = FakeOperation::eGetResourceWithContent;
     call.id = resourceId;
-    if (!BeginsInSession(call))
+    const std::int64_t viewerId = SnapshotUserId();
+    if (!Begins(call) || (viewerId == 0 && !HasSession()))
         return {};
-    const EnterpriseResourceWithContent found = m_farm->Find(resourceId, UserId());
-    if (found.kind == kesdk::api::eUnknownResource && found.name.empty())
+    const EnterpriseResourceWithContent found = m_farm->Find(resourceId, viewerId);
+    if (found.kind == kesdk::api::eUnknownResource && found.name.empty() && HasSession())
         Fails(OneError(L"File no longer exists."));
     return found;
 }
@@ -196,7 +202,7 @@ void FakeEnterpriseConnection::SetAbortCheck(std::function<bool()> shouldAbort)
 void FakeEnterpriseConnection::StartLoggedIn(std::int64_t userId)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_userId = userId;
+    m_userId = m_snapshotUserId = userId;
 }
 
 void FakeEnterpriseConnection::LoseSession()
@@ -206,6 +212,7 @@ void FakeEnterpriseConnection::LoseSession()
         if (m_userId == 0)
             return;
         m_userId = 0;
+        m_isSessionLost = true;
     }
     PostState(kesdk::api::eNotLoggedIn);
 }
@@ -235,28 +242,29 @@ bool FakeEnterpriseConnection::Begins(FakeCall call)
 
 bool FakeEnterpriseConnection::BeginsInSession(FakeCall call)
 {
-    if (!Begins(std::move(call)))
-        return false;
-    return UserId() != 0 || Fails(OneError(L"Not logged in.", L"Log in and try again."));
+    return Begins(std::move(call)) && HasSession();
 }
 
-// Begins a transfer or deletion. The abort check can end it before it starts.
-bool FakeEnterpriseConnection::BeginsTransfer(FakeCall call)
+// Without a session, leaves its error.
+bool FakeEnterpriseConnection::HasSession()
 {
-    if (!BeginsInSession(std::move(call)))
-        return false;
-    FakeAbortCheck shouldAbort;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        shouldAbort = m_abortCheck;
-    }
-    return !(shouldAbort && shouldAbort()) || Fails(OneError(L"The operation was ended."));
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_userId == 0)
+        m_errors = m_isSessionLost ? OneError(L"Your session has ended.", L"Log in again.")
+                                   : OneError(L"Not logged in.", L"Log in and try again.");
+    return m_userId != 0;
 }
 
 std::int64_t FakeEnterpriseConnection::UserId() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_userId;
+}
+
+std::int64_t FakeEnterpriseConnection::SnapshotUserId() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_snapshotUserId;
 }
 
 bool FakeEnterpriseConnection::Fails(const FakeErrors& errors)

@@ -18,10 +18,11 @@ namespace fakes {
 //
 // It keeps these promises of the contract. A login starts and reports 1, then 3 or 4. A second
 // login during a login is ignored. The end of a session is reported as 0. Without a session every
-// call fails at once. Every call clears the errors of the previous call. Changes of a container are
-// reported as kind 4 on the notification thread, to the users of the container. A download creates
-// the complete file or no file. The abort check ends a waiting call, and ends transfers and
-// deletions before they start.
+// call fails at once; only GetResourceWithContent still answers if the service ended the session.
+// Every call clears the errors of the previous call. Changes of a container are reported as kind 4
+// on the notification thread, to the users of the container. A download creates the complete file
+// or no file. The abort check ends a waiting call, and ends transfers and deletions before they
+// start.
 //
 // Thread safety: the operations from one thread, as in the contract; the public members below them
 // from any thread.
@@ -84,7 +85,9 @@ private:
     bool BeginsInSession(FakeCall call);
     bool Fails(const FakeErrors& errors);
     bool BeginsTransfer(FakeCall call);
+    bool HasSession();
     std::int64_t UserId() const;
+    std::int64_t SnapshotUserId() const;
     void FinishLogin(const std::wstring& userName, const std::wstring& password);
     void OnFarmChange(const FakeFarm::Change& change);
     kesdk::api::ConnectionState StateNow(std::int32_t state) const;
@@ -94,6 +97,8 @@ private:
 
     mutable std::mutex m_mutex; // guards the members up to m_deviceReports
     std::int64_t m_userId = 0;
+    std::int64_t m_snapshotUserId = 0; // outlives a lost session, until the logout
+    bool m_isSessionLost = false;
     std::int32_t m_loginCount = 0;
     bool m_loginInFlight = false;
     FakeErrors m_errors;

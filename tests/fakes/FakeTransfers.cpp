@@ -47,6 +47,21 @@ bool IsUsableAsFileName(const std::wstring& name)
 
 } // namespace
 
+// Begins a transfer or deletion. The abort check, or an end of the session in the check, can end it
+// before it starts.
+bool FakeEnterpriseConnection::BeginsTransfer(FakeCall call)
+{
+    if (!BeginsInSession(std::move(call)))
+        return false;
+    FakeAbortCheck shouldAbort;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        shouldAbort = m_abortCheck;
+    }
+    const bool isAborted = shouldAbort && shouldAbort();
+    return HasSession() && (!isAborted || Fails(OneError(L"The operation was ended.")));
+}
+
 bool FakeEnterpriseConnection::CreateUserInbox(const std::wstring& projectName)
 {
     FakeCall call;

@@ -22,6 +22,7 @@ private Q_SLOTS:
     void idsAreWidenedWithTheirSign_data();
     void idsAreWidenedWithTheirSign();
     void reportsAFailedFetch();
+    void tellsForEachFileThatTheSessionHasEnded();
     void appendsNoRecordForAFailureWithoutErrors();
     void listsFetchRecordsBeforeUnpackingRecords();
     void theTextsAreTranslatedBeforeThePositionIsFilledIn();
@@ -143,6 +144,23 @@ void tst_DownloadFailures::reportsAFailedFetch()
                           QStringLiteral("KelvoDownloadingFile(4,b.zip)"),
                           QStringLiteral("KelvoDownloadComplete(4,[a.zip:Stalled.\nAgain.])")}));
     QCOMPARE(TDownload::Local(ePivots), List("b/b.txt"));
+}
+
+void tst_DownloadFailures::tellsForEachFileThatTheSessionHasEnded()
+{
+    TDownload f;
+    f.AddArchive(ePivots, QStringLiteral("a.zip"), "a.txt");
+    f.AddArchive(ePivots, QStringLiteral("b.zip"), "b.txt");
+    f.Start();
+    f.Script().OnCall(FakeOperation::eDownload,
+                      [&f](const auto&, const auto&) { f.Sdk().Live()->LoseSession(); });
+    f.Download(ePivots, List("a.zip|b.zip"), f.Reference(ePivots));
+    const QString ended = QStringLiteral("Your session has ended.\nLog in again.");
+    QCOMPARE(
+        f.workerLog.Texts(),
+        (QStringList{QStringLiteral("KelvoDownloadingFile(4,a.zip)"),
+                     QStringLiteral("KelvoDownloadingFile(4,b.zip)"),
+                     QStringLiteral("KelvoDownloadComplete(4,[a.zip:%1|b.zip:%1])").arg(ended)}));
 }
 
 void tst_DownloadFailures::appendsNoRecordForAFailureWithoutErrors()

@@ -67,10 +67,22 @@ TEST_F(LostInATransfer, KnowsTheFurtherFilesOfTheTransfer)
     const std::wstring path = folder.WidePath("a.zip");
     EXPECT_FALSE(connection->Download(file, path.c_str()));
     EXPECT_EQ(connection->GetResourceWithContent(next).name, L"b.zip");
+    EXPECT_TRUE(connection->GetLastErrors().empty());
     EXPECT_FALSE(connection->Download(next, path.c_str()));
-    EXPECT_EQ(FirstText(), L"You are not logged in.");
+    EXPECT_EQ(FirstText(), L"Your session has ended.");
     EXPECT_FALSE(connection->Logout());
     EXPECT_EQ(connection->GetResourceWithContent(next).name, L"b.zip");
+}
+
+TEST_F(LostInATransfer, AFailedLoginIsNoEndedSession)
+{
+    LogIn();
+    service.EndSessions("revoked");
+    ASSERT_TRUE(listener.WaitForState(api::eNotLoggedIn));
+    ASSERT_TRUE(connection->Login(L"olga", L"wrong", nullptr, 0));
+    ASSERT_TRUE(listener.WaitForState(api::eLoginFailed));
+    EXPECT_FALSE(connection->Delete(1));
+    EXPECT_EQ(FirstText(), L"You are not logged in.");
 }
 
 } // namespace kesdk::test

@@ -8,6 +8,7 @@ GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(Contract);
 namespace {
 
 using States = std::vector<std::int32_t>;
+constexpr const wchar_t* kEnded = L"Your session has ended.";
 
 } // namespace
 
@@ -105,12 +106,62 @@ TEST_P(Contract, ReportsALostSessionOnceAsState0)
     EXPECT_EQ(listener.States(), (States{1, 3, 0}));
 }
 
+// The plug-in takes a missing record for a file that is gone.
+TEST_P(Contract, KnowsItsFilesAfterALostSession)
+{
+    LogIn();
+    const std::int64_t inbox = MakeInbox(L"Curves");
+    const std::int64_t file = backend->PutFile(inbox, L"map.zip", "a map");
+    ASSERT_TRUE(WaitForChange(inbox, file));
+    backend->EndSession();
+    ASSERT_TRUE(listener.WaitForState(api::eNotLoggedIn));
+    EXPECT_EQ(connection->GetResourceWithContent(file).name, L"map.zip");
+    EXPECT_TRUE(connection->GetLastErrors().empty());
+    EXPECT_FALSE(connection->Download(file, folder.WidePath("map.zip").c_str()));
+    EXPECT_EQ(FirstText(), kEnded);
+    EXPECT_FALSE(connection->Delete(file));
+    EXPECT_EQ(FirstText(), kEnded);
+}
+
+TEST_P(Contract, ForgetsItsFilesAtALogout)
+{
+    LogIn();
+    const std::int64_t inbox = MakeInbox(L"Curves");
+    ASSERT_TRUE(connection->Logout());
+    EXPECT_EQ(connection->GetResourceWithContent(inbox).id, 0);
+    EXPECT_FALSE(FirstText().empty());
+    EXPECT_NE(FirstText(), kEnded) << "the operator ended it";
+}
+
+TEST_P(Contract, ATransferTellsThatItsSessionEnded)
+{
+    LogIn();
+    const std::int64_t inbox = MakeInbox(L"Curves");
+    const std::int64_t file = backend->PutFile(inbox, L"map.zip", "a map");
+    ASSERT_TRUE(WaitForChange(inbox, file));
+    connection->SetAbortCheck([this] {
+        backend->EndSession();
+        return listener.WaitForState(api::eNotLoggedIn);
+    });
+    EXPECT_FALSE(connection->Download(file, folder.WidePath("map.zip").c_str()));
+    EXPECT_EQ(FirstText(), kEnded);
+    EXPECT_FALSE(folder.Has("map.zip"));
+}
+
 TEST_P(Contract, EachCallClearsTheErrorsOfTheLastCall)
 {
     LogIn();
     EXPECT_FALSE(connection->Delete(987'654));
     EXPECT_FALSE(connection->GetLastErrors().empty());
     EXPECT_EQ(connection->GetProjects().size(), 7u);
+    EXPECT_TRUE(connection->GetLastErrors().empty());
+}
+
+TEST_P(Contract, ALoginClearsTheErrorsOfTheLastCall)
+{
+    EXPECT_FALSE(connection->Delete(1));
+    EXPECT_FALSE(connection->GetLastErrors().empty());
+    LogIn();
     EXPECT_TRUE(connection->GetLastErrors().empty());
 }
 

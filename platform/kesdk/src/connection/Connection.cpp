@@ -104,7 +104,8 @@ std::optional<Connection::Operation> Connection::Begin(ECall kind, std::wstring 
     m_errors.clear();
     const SessionKey session = m_state.Current();
     if (session.id == 0) {
-        Refuse(Failure(EErrorCode::eNotLoggedIn), {});
+        Refuse(Failure(m_state.WasLost() ? EErrorCode::eSessionEnded : EErrorCode::eNotLoggedIn),
+               {});
         return std::nullopt;
     }
     Operation operation{session.id, {}, std::move(subject)};

@@ -73,9 +73,10 @@ Connection::GetProjectResources(std::int64_t projectId)
 
 api::EnterpriseResourceWithContent Connection::GetResourceWithContent(std::int64_t resourceId)
 {
-    const std::optional<Operation> operation = Begin(ECall::eGetter);
+    m_errors.clear();
     if (auto known = m_snapshot.Resource(resourceId))
         return std::move(*known);
+    const std::optional<Operation> operation = Begin(ECall::eGetter);
     if (!operation)
         return {};
     const Result<ResourceRecord> fetched =

@@ -14,6 +14,7 @@ std::optional<SessionState::NewLogin> SessionState::Begin()
     NewLogin login;
     login.replacedToken = std::exchange(m_token, {});
     login.id = ++m_id;
+    m_wasLost = false;
     Change(EPhase::eInFlight, api::eLoginInProgress, ESession::eConnecting);
     return login;
 }
@@ -67,6 +68,7 @@ bool SessionState::Lost(std::int32_t id)
     if (id != m_id || !HasSession())
         return false;
     m_token.clear();
+    m_wasLost = true;
     Change(EPhase::eNone, api::eNotLoggedIn, ESession::eSessionEnded);
     return true;
 }
@@ -97,6 +99,12 @@ SessionKey SessionState::Current() const
 {
     const std::lock_guard lock(m_mutex);
     return HasSession() ? SessionKey{m_id, m_token} : SessionKey();
+}
+
+bool SessionState::WasLost() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_wasLost;
 }
 
 void SessionState::Change(EPhase phase, api::EConnectionState state, ESession session)

@@ -66,6 +66,8 @@ public:
     bool IsLinkLost() const;
     // The current session; id 0 if there is none.
     SessionKey Current() const;
+    // Whether the service ended the last session, and no login has begun since.
+    bool WasLost() const;
 
 private:
     enum class EPhase { eNone, eInFlight, eLive, eLinkLost };
@@ -79,6 +81,7 @@ private:
     EPhase m_phase = EPhase::eNone;
     std::int32_t m_id = 0;
     std::string m_token;
+    bool m_wasLost = false;
 };
 
 } // namespace kesdk::impl

@@ -24,7 +24,8 @@ namespace kesdk::api {
 // 10 s for connecting, 15 s in all for getters, and 2 s for Logout. A transfer lasts as long as
 // bytes move.
 // Errors: a false (or empty) result leaves records in GetLastErrors(), most recent first; each
-// operation clears them when it starts. Without a session every operation fails at once.
+// operation clears them when it starts. Without a session every operation fails at once, except
+// GetResourceWithContent.
 class IEnterpriseConnection
 {
 public:
@@ -69,7 +70,8 @@ public:
     virtual std::list<EnterpriseResourceWithContent>
     GetProjectResources(std::int64_t projectId) = 0;
     // The snapshot also answers after the service has ended the session: a missing record would
-    // mean that the file is gone. The transfer that follows tells the end of the session.
+    // mean that the file is gone. The operation that follows fails and tells the end of the
+    // session.
     virtual EnterpriseResourceWithContent GetResourceWithContent(std::int64_t resourceId) = 0;
     virtual CurrentUser GetCurrentUser() = 0;
 
