@@ -1,5 +1,7 @@
 #include "console/window/TransferTexts.h"
 
+#include "console/settings/Breakable.h"
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLocale>
 #include <QtCore/QStringList>
@@ -70,6 +72,15 @@ QString FileText(const TFileCount& files)
     return files.Count() < 2
                ? QString()
                : TTexts::tr("file %1 of %2").arg(CurrentFile(files)).arg(files.Count());
+}
+
+// A long name must leave room for the buttons on a low display. The suffix stays.
+QString ShortName(const QString& name)
+{
+    constexpr int most = 60; // letters
+    const QString shown =
+        name.size() <= most ? name : name.left(most / 2) + QChar(0x2026) + name.right(most / 2 - 1);
+    return console::Breakable(shown);
 }
 
 QString ProblemOf(const LinkStatus& status)
@@ -148,7 +159,8 @@ std::optional<hostimpl::TTransferState> WorkProgress(const LinkStatus& status,
                                                      const QString& archive)
 {
     if (!archive.isEmpty()) {
-        return hostimpl::TTransferState{{}, TTexts::tr("Unpacking %1...").arg(archive), true};
+        return hostimpl::TTransferState{
+            {}, TTexts::tr("Unpacking %1...").arg(ShortName(archive)), true};
     }
     if (status.problem != kesdkimpl::EProblem::eNone) {
         return hostimpl::TTransferState{{}, ProblemText(status.problem), false};

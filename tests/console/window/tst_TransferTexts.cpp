@@ -6,6 +6,7 @@
 
 #include <QtCore/QDateTime>
 #include <QtCore/QLocale>
+#include <QtCore/QRegularExpression>
 
 using console::EHubSignal;
 using console::TFileCount;
@@ -132,6 +133,19 @@ private Q_SLOTS:
         const console::TStatusWords bar = console::WorkWords(status, QStringLiteral("a.zip"));
         QCOMPARE(bar.text, QStringLiteral("Unpacking..."));
         QCOMPARE(bar.iconName, QStringLiteral("link-down"));
+    }
+
+    // The dialog wraps a text only between words, and has no room for many lines.
+    void shortensTheNameOfTheArchive()
+    {
+        const QString name = QString(251, QLatin1Char('n')) + QStringLiteral(".zip");
+        const QString text = console::WorkProgress({}, name)->text;
+        QVERIFY(text.endsWith(QStringLiteral("n.zip...")));
+        QVERIFY(text.size() < 80);
+        const auto words = text.split(QRegularExpression(QStringLiteral("[ \\x{200b}]")));
+        for (const QString& word : words) {
+            QVERIFY(word.size() <= 33); // with the three points
+        }
     }
 
     // A deletion, for example, moves no bytes.
