@@ -1,6 +1,7 @@
 # The packages, for CPack. Relations.cmake finds the libraries that the binaries need. This file has the
 # dependencies that the binaries do not show.
 
+# A dependency "NAME (= own)" means the version of the packages, which Relations.cmake knows.
 # kelvo_package(NAME SUMMARY TEXT [DEPENDS ...] [RECOMMENDS ...] [SUGGESTS ...] [SCRIPTS ...])
 function(kelvo_package name summary text)
     cmake_parse_arguments(PARSE_ARGV 3 arg "" "" "DEPENDS;RECOMMENDS;SUGGESTS;SCRIPTS")
@@ -62,7 +63,7 @@ endif()
 if(kelvo-service-postgresql IN_LIST packaged)
     kelvo_package(kelvo-service-postgresql "PostgreSQL for the KELVO farm-data service"
         "With this module, several instances of the service can share a database."
-        DEPENDS kelvo-service)
+        DEPENDS "kelvo-service (= own)")
 endif()
 
 if(kelvo-service-tools IN_LIST packaged)

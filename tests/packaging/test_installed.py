@@ -108,6 +108,7 @@ class InstalledTest(unittest.TestCase):
         self.system.install("kelvo-service", options=["--reinstall"])
         self.assertIn("max-upload = 1000000", config.read_text(encoding="utf-8"))
 
+        calls = self.note_calls_of_systemctl()
         for words in (("remove", "kelvo-service"), ("purge", "kelvo-service")):
             with self.subTest(words):
                 self.assertIn(f"/{DATA}", self.system.apt(*words))
@@ -115,6 +116,7 @@ class InstalledTest(unittest.TestCase):
                 self.assertFalse((self.root / "usr/bin/kelvo-service").exists())
                 self.assertEqual(config.exists(), words[0] == "remove")
                 self.assertEqual(self.variables.exists(), words[0] == "remove")
+        self.assertIn("stop kelvo-service.service kelvo-service@*.service\n", calls())
         self.assertFalse((self.root / "etc/kelvo-service").exists())
         self.system.apt("purge", *(name for name in self.packages if name != "kelvo-service"))
         for path in ("usr/lib/kelvo", "usr/share/kelvo", "usr/share/kelvo-badlink", "usr/share/kelvo-office",
@@ -128,6 +130,14 @@ class InstalledTest(unittest.TestCase):
         with self.service("log.2") as service:
             self.assertIn("ok list", self.console(service, "login\nlist maps\nlogout\n"))
         self.assertEqual(service.status, 0)
+
+    def note_calls_of_systemctl(self):
+        """The system has no systemd. A script in the place of systemctl writes its arguments to a file."""
+        (self.root / "run/systemd/system").mkdir(parents=True)
+        systemctl = self.root / "usr/bin/systemctl"
+        systemctl.write_text('#!/bin/sh\necho "$*" >>/root/systemctl.calls\n', encoding="utf-8")
+        systemctl.chmod(0o755)
+        return lambda: (self.root / "root/systemctl.calls").read_text(encoding="utf-8")
 
     def assert_programs_run(self):
         for program in ("kelvo-console", "kelvo-service"):

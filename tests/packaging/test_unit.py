@@ -11,7 +11,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from kelvopackages.package import output, packages
+from kelvopackages.package import BUILD, output, packages
 from kelvopackages.process import UNPRIVILEGED, Listening, ended
 from kelvopackages.unit import Unit
 
@@ -106,6 +106,10 @@ class UnitTest(unittest.TestCase):
         for name in (self.unit.path.name, INSTANCE):
             result = ended(["systemd-analyze", "verify", "--man=no", self.copy(name)])
             self.assertEqual((result.returncode, result.stderr), (0, ""))
+
+    def test_a_changed_unit_changes_its_template(self):
+        inputs = output("ninja", "-C", BUILD, "-t", "query", "build.ninja")
+        self.assertIn("packaging/kelvo-service/kelvo-service.service\n", inputs)
 
     def test_each_missing_restriction_has_a_reason(self):
         for name, more in ((self.unit.path.name, set()), (INSTANCE, {"RestrictAddressFamilies_AF_UNIX"})):
