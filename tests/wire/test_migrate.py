@@ -20,6 +20,10 @@ BUCKET = os.environ["KELVO_TEST_BUCKET"]
 CONTENT = random.Random(31).randbytes(8 * 1024 * 1024 + 300_000)  # two chunks
 RECEIVED = 70_000  # bytes of the open upload
 WRITERS_LOCK = "SELECT pg_advisory_xact_lock(118083355569921)"
+OPENING_LOCK = "SELECT pg_advisory_xact_lock(1)"
+LOCK_AT_THE_OPENING = f"""
+CREATE FUNCTION at_opening() RETURNS TRIGGER LANGUAGE plpgsql AS $$ BEGIN {OPENING_LOCK.replace("SELECT", "PERFORM")}; RETURN NEW; END $$;
+CREATE TRIGGER at_opening BEFORE UPDATE ON contents_place FOR EACH ROW WHEN (NEW.moving_from = '') EXECUTE FUNCTION at_opening()"""
 
 # The rows of these tables belong to a place and not to the service; docs/adr/0033 says why.
 TABLES_OF_A_PLACE = {"schema_version", "contents_place"}
@@ -205,7 +209,8 @@ class Moves(MigrateTest):
         self.backup = os.path.join(self.source.root, "backup")
         subprocess.run([BINARY, "backup", "--data", self.source.folder, "--to", self.backup], check=True,
                        capture_output=True, timeout=GUARD_SECONDS)
-        self.kill_at("SELECT FROM contents_place FOR UPDATE")  # the folder is marked, the target is closed
+        server.psql(LOCK_AT_THE_OPENING, self.database)
+        self.kill_at(OPENING_LOCK)  # the folder is marked, the target is closed
         code, _, err = run_refused(self.source.folder)
         self.assertEqual(code, 2)
         self.assertIn("has moved to a database on a server", err)
