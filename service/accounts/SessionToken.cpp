@@ -51,7 +51,7 @@ std::string bearerToken(std::string_view value)
 
 std::string sessionToken(const http::Request& request)
 {
-    const std::string_view cookie = cookieValue(request.header("Cookie"));
+    std::string cookie = cookieToken(request);
     const std::string_view authorization = request.header("Authorization");
     if (cookie.empty()) {
         return bearerToken(authorization);
@@ -62,7 +62,7 @@ std::string sessionToken(const http::Request& request)
     if (!changesNothing(request.head.method)) {
         requireSameOrigin(request);
     }
-    return std::string(cookie);
+    return cookie;
 }
 
 void requireSameOrigin(const http::Request& request)
@@ -87,9 +87,9 @@ std::string removedSessionCookie()
     return sessionCookie({}) + "; Max-Age=0";
 }
 
-bool hasSessionCookie(const http::Request& request)
+std::string cookieToken(const http::Request& request)
 {
-    return !cookieValue(request.header("Cookie")).empty();
+    return std::string(cookieValue(request.header("Cookie")));
 }
 
 } // namespace kelvo::accounts

@@ -25,7 +25,7 @@ std::string sessionCookie(const std::string& token);
 /** The value of Set-Cookie that removes the cookie. */
 std::string removedSessionCookie();
 
-/** Whether the request has a session cookie. */
-bool hasSessionCookie(const http::Request& request);
+/** The token in the session cookie. Empty without this cookie. */
+std::string cookieToken(const http::Request& request);
 
 } // namespace kelvo::accounts

@@ -5,6 +5,7 @@
 #include "service/api/Documents.h"
 #include "service/api/JsonAnswer.h"
 #include "service/api/UserFields.h"
+#include "service/base/Digest.h"
 #include "service/base/Time.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
@@ -31,6 +32,29 @@ accounts::ESessionKind sessionKind(const nlohmann::json& body)
                         R"(The member "kind" must be "console" or "browser".)");
 }
 
+Async<void> endByLogOut(Context& context, const Request& request, const store::Session& session)
+{
+    auto remove = [&](store::Transaction& transaction) {
+        store::removeSession(transaction, session.tokenHash);
+        audit(transaction, context, request, session.user, {"logout"});
+    };
+    co_await context.database.write(store::Scope::farm(session.user.farmId()), remove);
+    context.broker.endSession(session.tokenHash, "logged-out");
+}
+
+/** The answer replaces the browser's cookie. After that, nobody could end the session of the old
+ * cookie. */
+Async<void> endReplacedSession(Context& context, const Request& request)
+{
+    const std::string hash = sha256Hex(accounts::cookieToken(request));
+    auto find = [&](soci::session& sql) {
+        return store::findSession(sql, hash, context.clock.expiryNowMs());
+    };
+    if (const auto replaced = co_await context.database.read(find)) {
+        co_await endByLogOut(context, request, *replaced);
+    }
+}
+
 Async<Response> logIn(Context& context, Request& request)
 {
     const nlohmann::json body = co_await request.json();
@@ -55,6 +79,7 @@ Async<Response> logIn(Context& context, Request& request)
     document["expires_at"] = rfc3339(login.session.expiresMs);
     Response response = Response::json(document, 201);
     if (kind == accounts::ESessionKind::Browser) {
+        co_await endReplacedSession(context, request);
         response.with("Set-Cookie", accounts::sessionCookie(login.token));
     }
     co_return response;
@@ -63,14 +88,9 @@ Async<Response> logIn(Context& context, Request& request)
 Async<Response> logOut(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
-    auto remove = [&](store::Transaction& transaction) {
-        store::removeSession(transaction, session.tokenHash);
-        audit(transaction, context, request, session.user, {"logout"});
-    };
-    co_await context.database.write(store::Scope::farm(session.user.farmId()), remove);
-    context.broker.endSession(session.tokenHash, "logged-out");
+    co_await endByLogOut(context, request, session);
     Response response = Response::noContent();
-    if (accounts::hasSessionCookie(request)) {
+    if (!accounts::cookieToken(request).empty()) {
         response.with("Set-Cookie", accounts::removedSessionCookie())
             .with("Clear-Site-Data", R"("storage")");
     }

@@ -3,6 +3,7 @@
 import tempfile
 from pathlib import Path
 
+from kelvowire.events import EventStream
 from kelvowire.farm import PASSWORD, WireTest
 from kelvowire.http import Client
 
@@ -23,8 +24,8 @@ class BrowserSessions(WireTest):
         return self.client.post("/sessions", expect, json={"user": "olga", "password": PASSWORD, "kind": "browser"},
                                 headers=headers)
 
-    def cookie(self):
-        value = self.log_in(OWN_PAGE, 201).headers["Set-Cookie"]
+    def cookie(self, earlier=None):
+        value = self.log_in({**OWN_PAGE, **(earlier or {})}, 201).headers["Set-Cookie"]
         self.service.secrets.add(value.split(";")[0].partition("=")[2])
         return {"Cookie": value.split(";")[0]}
 
@@ -50,6 +51,24 @@ class BrowserSessions(WireTest):
     def test_a_request_has_one_token(self):
         both = {**self.cookie(), "Authorization": "Bearer 0123456789abcdef"}
         self.refused(self.client.get("/account", 400, headers=both), "malformed-request")
+
+    def test_a_login_ends_the_session_whose_cookie_it_replaces(self):
+        other, old = self.cookie(), self.cookie()
+        self.client.post("/sessions", 401, json={"user": "olga", "password": "wrong", "kind": "browser"},
+                         headers={**OWN_PAGE, **old})
+        self.client.get("/account", 200, headers=old)
+        anna = self.user("anna")
+        logouts = len(anna.get("/audit?action=logout").json()["entries"])
+        stream = EventStream(Client(self.service), headers=old)
+        with stream:
+            new = self.cookie(old)
+            self.assertEqual(stream.expect("session-ended").data, {"reason": "logged-out"})
+        self.client.get("/account", 401, headers=old)
+        for kept in (other, new):
+            self.client.get("/account", 200, headers=kept)
+        self.assertEqual(len(anna.get("/audit?action=logout").json()["entries"]), logouts + 1)
+        self.cookie(old)  # The old session has ended already.
+        self.assertEqual(len(anna.get("/audit?action=logout").json()["entries"]), logouts + 1)
 
     def test_logging_out_removes_cookie_and_session(self):
         cookie = self.cookie()

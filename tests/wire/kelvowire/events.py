@@ -17,10 +17,10 @@ END = object()
 class EventStream:
     """Connects at once and returns after the first comment; events wait in a queue. Use it as a context manager."""
 
-    def __init__(self, client, cursor=None, query=None):
+    def __init__(self, client, cursor=None, query=None, headers=None):
         service = client.service
         self._connection = http.client.HTTPSConnection("localhost", service.port, timeout=TIMEOUT, context=service.tls())
-        headers = client.headers({"Last-Event-ID": cursor, "Accept": "text/event-stream"})
+        headers = client.headers({"Last-Event-ID": cursor, "Accept": "text/event-stream", **(headers or {})})
         target = BASE + "/events" + (f"?cursor={query}" if query is not None else "")
         self._connection.request("GET", target, headers=headers)
         self._socket = self._connection.sock
