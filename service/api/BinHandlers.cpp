@@ -127,6 +127,8 @@ Async<Response> purgeFile(Context& context, Request& request)
         if (digests.empty()) {
             throw Problem(EProblem::NotFound, "The bin has no file with this id.");
         }
+        addBinChanged(transaction,
+                      {access.farm, context.clock.nowMs(), context.settings.eventsKept});
         audit(transaction, context, request, access.user,
               {"file-purge", "file", file, {}, access.farm});
         return digests;
@@ -157,7 +159,9 @@ Async<Response> purgeBin(Context& context, Request& request)
         return endOfBin(transaction.sql, access.farm);
     };
     const long long endMs = co_await context.database.write(store::Scope::farm(access.farm), begin);
-    auto change = [&access, endMs](store::Transaction& transaction) {
+    auto change = [&context, &access, endMs](store::Transaction& transaction) {
+        addBinChanged(transaction,
+                      {access.farm, context.clock.nowMs(), context.settings.eventsKept});
         return store::purgeBin(transaction, access.farm, endMs);
     };
     std::vector<std::string> digests;

@@ -76,6 +76,16 @@ void addInboxAdded(store::Transaction& transaction, const EventFrame& frame,
             .commonData = common.dump()});
 }
 
+void addPeopleChanged(store::Transaction& transaction, const EventFrame& frame)
+{
+    append(transaction, frame, {.name = "people-changed", .fullData = "{}", .commonData = {}});
+}
+
+void addBinChanged(store::Transaction& transaction, const EventFrame& frame)
+{
+    append(transaction, frame, {.name = "bin-changed", .fullData = "{}", .commonData = {}});
+}
+
 void addConsoleMoved(store::Transaction& transaction, const EventFrame& frame, store::Id console,
                      const store::User& user, const store::Position& position)
 {

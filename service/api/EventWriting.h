@@ -32,6 +32,10 @@ void addFileFetched(store::Transaction& transaction, const EventFrame& frame,
 void addInboxAdded(store::Transaction& transaction, const EventFrame& frame,
                    const store::Inbox& inbox);
 
+/** For the office: what it lists beside the files has changed. Has no data: read it again. */
+void addPeopleChanged(store::Transaction& transaction, const EventFrame& frame);
+void addBinChanged(store::Transaction& transaction, const EventFrame& frame);
+
 /** For the office. */
 void addConsoleMoved(store::Transaction& transaction, const EventFrame& frame, store::Id console,
                      const store::User& user, const store::Position& position);

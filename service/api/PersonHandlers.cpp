@@ -173,6 +173,10 @@ Async<Response> deleteUser(Context& context, Request& request)
             store::eraseTrack(transaction, user.id)) {
             return false; // further files or positions may be left
         }
+        if (user.farm) {
+            addPeopleChanged(transaction,
+                             {user.farmId(), context.clock.nowMs(), context.settings.eventsKept});
+        }
         store::removeInboxesOf(transaction, user.id);
         store::deleteUser(transaction, user, context.clock.nowMs());
         return true;

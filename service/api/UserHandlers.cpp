@@ -60,12 +60,17 @@ void refuseOtherUsers(const store::User& caller, ERole role, const std::string& 
     }
 }
 
+EventFrame eventFrame(const Context& context, const store::User& user)
+{
+    return {user.farmId(), context.clock.nowMs(), context.settings.eventsKept};
+}
+
 void makeInboxes(Context& context, store::Transaction& transaction, const store::User& user)
 {
-    const long long now = context.clock.nowMs();
+    const EventFrame frame = eventFrame(context, user);
     for (const store::Project& project : store::projectsOf(transaction.sql, user.farmId())) {
-        const auto made = store::ensureInbox(transaction, user, project.id, now);
-        addInboxAdded(transaction, {user.farmId(), now, context.settings.eventsKept}, made.inbox);
+        const auto made = store::ensureInbox(transaction, user, project.id, frame.nowMs);
+        addInboxAdded(transaction, frame, made.inbox);
     }
 }
 
@@ -99,6 +104,9 @@ Async<Response> addUser(Context& context, Request& request)
         store::User user = store::addUser(transaction, wanted);
         if (withInboxes && user.farm) {
             makeInboxes(context, transaction, user);
+        }
+        if (user.farm) {
+            addPeopleChanged(transaction, eventFrame(context, user));
         }
         audit(transaction, context, request, caller,
               {"user-add", "user", user.id, user.name, user.farmId()});
@@ -161,7 +169,8 @@ struct UserChange
     std::optional<std::string> name;
     std::optional<ERole> role;
 
-    bool isEmpty() const { return !disabled && !passwordHash && !name && !role; }
+    bool isListed() const { return disabled || name || role; }
+    bool isEmpty() const { return !isListed() && !passwordHash; }
     bool endsSessions() const { return disabled.value_or(false) || passwordHash || role; }
 };
 
@@ -222,6 +231,9 @@ store::User applyChange(const Context& context, const Request& request,
     record(wanted.passwordHash.has_value(), "password-set");
     record(wanted.name.has_value(), "user-rename");
     record(wanted.role.has_value(), "role-change");
+    if (user.farm && wanted.isListed()) {
+        addPeopleChanged(transaction, eventFrame(context, user));
+    }
     return user;
 }
 

@@ -27,16 +27,13 @@ namespace {
 /** Before the folder is locked: the lock would make a missing folder. */
 void requireSource(const fs::path& from)
 {
-    if (isOnServer(from)) {
-        throw StartRefused("the service of " + from.string() +
-                           " is on a database server already: nothing is to move");
-    }
     if (!fs::exists(from / databaseName)) {
         throw StartRefused("there is no database in " + from.string());
     }
     if (fs::exists(from / unfinishedRestoreName)) {
         throw StartRefused("a restore of " + from.string() + " is unfinished");
     }
+    requireOwnDatabase(from);
 }
 
 /** A service without users has never started completely. */
@@ -101,15 +98,9 @@ private:
 void readBack(MoveTarget& target, Progress& progress, MoveReport& report)
 {
     VerifyReport found;
-    const auto read = [&target](const auto& query) {
-        target.database().readNow([&query](soci::session& sql) {
-            allowLongStatements(sql);
-            query(sql);
-        });
-    };
+    const auto read = [&target](const auto& query) { target.database().readNow(query); };
     BucketChecks(read, target.bucket(), progress).run(found);
     report.damages = std::move(found.damages);
-    report.damagedBucket = std::move(found.damagedBucket);
     report.contents = found.contents;
     report.bytes = found.bytes;
 }
@@ -123,11 +114,8 @@ void copyAll(soci::session& source, const fs::path& root, MoveTarget& target, Pr
     if (!report.damages.empty()) {
         return;
     }
-    MovedRows moved;
-    target.write([&](store::Transaction& transaction) {
-        allowLongStatements(transaction.sql);
-        moved = moveRows(source, transaction, progress);
-    });
+    const MovedRows moved = target.database().writeNow(
+        [&](store::Transaction& transaction) { return moveRows(source, transaction, progress); });
     report.tables = moved.tables;
     report.rows = moved.rows;
     readBack(target, progress, report);

@@ -1,10 +1,8 @@
 #include "service/maintenance/MoveTarget.h"
 
-#include "service/BucketHome.h"
 #include "service/BucketMarker.h"
 #include "service/DataFolder.h"
 #include "service/ServiceClock.h"
-#include "service/base/Random.h"
 #include "service/store/PlaceTable.h"
 
 #include <soci/soci.h>
@@ -44,11 +42,9 @@ bool isUnused(soci::session& sql)
     return store::serviceIdentity(sql).empty() && store::contentsPlace(sql).empty();
 }
 
-/** The note of a move in the database is the source, a colon and a number of the process. */
 void requireFree(soci::session& sql, const std::string& source)
 {
-    const std::string note = store::unfinishedMove(sql);
-    const std::string moving = note.substr(0, note.find(':'));
+    const std::string moving = store::unfinishedMove(sql);
     if (moving == source || (moving.empty() && isUnused(sql))) {
         return;
     }
@@ -72,6 +68,15 @@ std::unique_ptr<store::Database> openFree(const std::string& server, const std::
     return std::make_unique<store::Database>(store::makePostgresql(server));
 }
 
+objects::Credentials credentials()
+{
+    try {
+        return objects::findCredentials();
+    } catch (const std::exception& error) {
+        throw StartRefused(error.what());
+    }
+}
+
 void requireSamePlace(soci::session& sql, const std::string& wanted)
 {
     const std::string found = store::contentsPlace(sql);
@@ -85,9 +90,7 @@ void requireSamePlace(soci::session& sql, const std::string& wanted)
 
 MoveTarget::MoveTarget(const std::string& server, const ContentsPlace& contents,
                        const std::string& source)
-    : move_(source + ':' + randomHex(8)),
-      database_(openFree(server, source)),
-      bucket_(*contents.bucket, requireCredentials(), clock_)
+    : database_(openFree(server, source)), bucket_(*contents.bucket, credentials(), clock_)
 {
     if (const std::string wrong = wrongClock(*database_, clock_); !wrong.empty()) {
         throw StartRefused("the clock " + wrong);
@@ -96,25 +99,17 @@ MoveTarget::MoveTarget(const std::string& server, const ContentsPlace& contents,
     database_->writeNow([&](store::Transaction& transaction) {
         requireFree(transaction.sql, source);
         requireSamePlace(transaction.sql, place);
-        store::setUnfinishedMove(transaction, move_);
+        if (store::unfinishedMove(transaction.sql) != source) {
+            store::setUnfinishedMove(transaction, source);
+        }
     });
     contents_ = std::make_unique<chunks::ChunkedContents>(*database_, bucket_, clock_);
     requireMarker(database_->readNow(knownObject), bucket_);
     setMarker(*database_, bucket_);
-    write([&place](store::Transaction& transaction) {
+    database_->writeNow([&](store::Transaction& transaction) {
         if (store::contentsPlace(transaction.sql) != place) {
             store::setContentsPlace(transaction.sql, place); // only now: the bucket can be used
         }
-    });
-}
-
-void MoveTarget::write(const std::function<void(store::Transaction&)>& change)
-{
-    database_->writeNow([&](store::Transaction& transaction) {
-        if (store::unfinishedMove(transaction.sql) != move_) {
-            throw StartRefused("another process continues this move, or has finished it");
-        }
-        change(transaction);
     });
 }
 
@@ -127,7 +122,8 @@ bool MoveTarget::hasMoved(const std::string& server, const std::string& source)
 
 void MoveTarget::open()
 {
-    write([](store::Transaction& transaction) { store::setUnfinishedMove(transaction, {}); });
+    database_->writeNow(
+        [](store::Transaction& transaction) { store::setUnfinishedMove(transaction, {}); });
 }
 
 } // namespace kelvo::maintenance

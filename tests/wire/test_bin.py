@@ -52,6 +52,14 @@ class Bin(WireTest):
                     self.assertEqual(event.data["entry"], self.file)
                     self.assertEqual(event.data["container"]["id"], self.inbox)
 
+    def test_the_office_learns_that_files_are_deleted_for_good(self):
+        self.olga.delete(self.path)
+        with EventStream(self.anna) as office:
+            self.anna.delete(f"/bin/{self.file['id']}")
+            office.expect("bin-changed")
+            self.anna.delete("/bin")
+            office.expect("bin-changed")
+
     def test_if_match_with_another_etag_keeps_the_file(self):
         answer = self.olga.delete(self.path, 412, headers={"If-Match": '"other"'})
         self.refused(answer, "precondition-failed")

@@ -89,7 +89,10 @@ class Office(PeopleTest):
         there.get("/account", 401)
 
     def test_the_office_makes_operators_with_their_inboxes(self):
-        user = self.add("nora", inboxes=True).json()
+        with EventStream(self.anna) as office:
+            user = self.add("nora", inboxes=True).json()
+            for name in ["inbox-added"] * len(PROJECTS) + ["people-changed"]:
+                office.expect(name)
         self.assertEqual((user["role"], user["farm"]["name"]), ("operator", "Hill Farm"))
         projects = self.user("nora").snapshot()["projects"]
         own = [(project["name"], inbox["name"]) for project in projects for inbox in project["resources"]
@@ -147,7 +150,9 @@ class Office(PeopleTest):
         willi.request("PATCH", f"/resources/{inbox}", 403, json={"name": "box"})
         for name in ("", "..", "a/b", "x" * 256):
             willi.request("PATCH", f"/resources/{file}", 422, json={"name": name})
-        self.change(self.anna, user, name="wilhelm")
+        with EventStream(self.anna) as office:
+            self.change(self.anna, user, name="wilhelm")
+            office.expect("people-changed")
         self.assertEqual(self.change(self.anna, user, 409, name="olga").problem, "conflict")
         self.change(self.anna, user, 422, name="deleted-user-7")
         self.try_login("willi", PASSWORD, 401)
@@ -173,7 +178,10 @@ class Deletion(PeopleTest):
         for wrong in (user, 2147483647):
             self.anna.delete(f"/users/{user}?heir={wrong}", 422)
         with EventStream(erbe) as stream:
-            self.anna.delete(f"/users/{user}?heir={heir}")
+            with EventStream(self.anna) as office:
+                self.anna.delete(f"/users/{user}?heir={heir}")
+                for name in ("inbox-added", "file-removed", "file-added", "people-changed"):
+                    office.expect(name)
             self.assertEqual(stream.expect("inbox-added").data["entry"]["name"], "erbe")
             self.assertEqual(stream.expect("file-added").data["entry"]["id"], kept)
         hugo.get("/account", 401)
